@@ -1,0 +1,32 @@
+# Warnings, sanitizers and build speed, in one interface target that is never exported.
+add_library(vt_flags INTERFACE)
+target_compile_options(
+  vt_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wswitch -Wnon-virtual-dtor
+                     -Woverloaded-virtual -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # g++ 12 sees dangling references and overflows in inlined library code that are not there.
+  target_compile_options(vt_flags INTERFACE -Wno-restrict -Wno-maybe-uninitialized
+                                            -Wno-stringop-overflow -Wno-array-bounds)
+endif()
+
+set(VANTOREL_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
+if(VANTOREL_SANITIZE)
+  add_compile_options(-fsanitize=${VANTOREL_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${VANTOREL_SANITIZE})
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  # Worktrees share the cache; precompiled headers need the two relaxations.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
+      CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
+endif()
+find_program(MOLD mold)
+if(MOLD)
+  add_link_options(-fuse-ld=mold)
+endif()

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/result.hpp"
+
+namespace vantorel {
+
+using Path = std::filesystem::path;
+
+enum class FileType { regular, folder, link, other };
+
+struct FileStatus {
+  FileType type = FileType::other;
+  std::uint64_t size = 0;    ///< bytes
+  double modified = 0;       ///< seconds since 1970-01-01 UTC
+  std::uint64_t device = 0;  ///< the file system the file is on
+  std::uint64_t inode = 0;   ///< the file on it; kept by a rename, shared by hard links
+  std::uint32_t mode = 0;    ///< permission bits
+  std::uint32_t owner = 0;   ///< user id
+  bool operator==(const FileStatus&) const = default;
+};
+
+struct FolderItem {
+  std::string name;
+  FileType type = FileType::other;
+};
+
+/// Who may read what is created.
+enum class Privacy {
+  ownerOnly,  ///< 0600 files, 0700 folders, whatever the umask
+  byUmask,    ///< as the user's umask says
+};
+
+/// Whether an answer means "safe against a power cut" or only "visible to other programs".
+enum class Durability { flushed, visible };
+
+/// Held while the object lives; given up by the kernel when the process ends, however it ends.
+class FileLock {
+ public:
+  virtual ~FileLock() = default;
+};
+
+/// The file system. Calls block: not on the main runner, except for small files at start-up. Any
+/// thread; two calls on one path are not ordered. Failures carry the kinds `notFound`, `exists`,
+/// `denied`, `noSpace`, `readOnly`, `unsupported` or `other`.
+class Files {
+ public:
+  virtual ~Files() = default;
+
+  /// The whole file; `tooLarge` when it has more than `limit` bytes.
+  [[nodiscard]] virtual Result<std::string> read(const Path& path,
+                                                 std::uint64_t limit = UINT64_MAX) const = 0;
+
+  /// What `path` itself is; a symbolic link is not followed.
+  [[nodiscard]] virtual Result<FileStatus> status(const Path& path) const = 0;
+
+  /// Everything directly inside a folder, in no order.
+  [[nodiscard]] virtual Result<std::vector<FolderItem>> list(const Path& folder) const = 0;
+
+  /// Creates the folder and those above it; fine when it is there already.
+  [[nodiscard]] virtual Result<void> makeFolder(const Path& folder, Privacy privacy) = 0;
+
+  /// Writes a new file; `exists` when there is one of that name. On any failure nothing is left
+  /// under `path`.
+  [[nodiscard]] virtual Result<void> create(const Path& path, std::string_view bytes,
+                                            Privacy privacy, Durability durability) = 0;
+
+  /// Replaces the content of `path` in one step: a temporary beside it (`path` + ".staging"),
+  /// flushed, then renamed over it. Readers see the old or the new content, whole.
+  [[nodiscard]] virtual Result<void> replace(const Path& path, std::string_view bytes,
+                                             Privacy privacy) = 0;
+
+  /// Renames; `exists` when `to` is there, `unsupported` between file systems.
+  [[nodiscard]] virtual Result<void> moveNew(const Path& from, const Path& to) = 0;
+
+  /// Makes `to` a second name of the file `from`; `exists` when `to` is there, `unsupported`
+  /// between file systems or where the file system has no hard links.
+  [[nodiscard]] virtual Result<void> linkNew(const Path& from, const Path& to) = 0;
+
+  /// Removes a file or an empty folder; `notFound` when there is none.
+  [[nodiscard]] virtual Result<void> remove(const Path& path) = 0;
+
+  /// Makes renames and removals inside `folder` safe against a power cut.
+  [[nodiscard]] virtual Result<void> flushFolder(const Path& folder) = 0;
+
+  /// The extended attribute `name` (without the system's "user." prefix): `notFound` when the file
+  /// has none, `unsupported` when the file system keeps none.
+  [[nodiscard]] virtual Result<std::string> attribute(const Path& path,
+                                                      std::string_view name) const = 0;
+  [[nodiscard]] virtual Result<void> setAttribute(const Path& path, std::string_view name,
+                                                  std::string_view value) = 0;
+  [[nodiscard]] virtual Result<void> removeAttribute(const Path& path, std::string_view name) = 0;
+
+  /// Takes the exclusive lock that the file `path` (created when missing) stands for; `busy` when
+  /// another process or holder has it.
+  [[nodiscard]] virtual Result<std::unique_ptr<FileLock>> lock(const Path& path) = 0;
+};
+
+}  // namespace vantorel

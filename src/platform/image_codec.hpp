@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "base/image.hpp"
+#include "base/result.hpp"
+#include "capture/records/export_format.hpp"
+
+namespace vantorel {
+
+enum class PNGEffort {
+  fast,   ///< the wait counts: staging, clipboard
+  small,  ///< size counts: background passes
+};
+
+struct ImageEncoding {
+  ExportFormat format = ExportFormat::png;
+  double quality = 0.9;       ///< 0 to 1, for the lossy formats
+  double pixelsPerPoint = 1;  ///< written as the resolution where the format has a place for it
+  PNGEffort pngEffort = PNGEffort::fast;
+};
+
+/// Reads and writes picture files. Any thread; calls block for as long as the work takes.
+///
+/// Failures: `tooLarge` (the format cannot hold the pixel size), `unsupported` (a codec is not
+/// installed), `malformed` (undecodable bytes), `other`.
+class ImageCodec {
+ public:
+  virtual ~ImageCodec() = default;
+
+  [[nodiscard]] virtual Result<std::string> encode(const Image& image,
+                                                   const ImageEncoding& encoding) const = 0;
+
+  /// At most 256 colours, transparency kept.
+  [[nodiscard]] virtual Result<std::string> encodeIndexedPNG(const Image& image,
+                                                             double pixelsPerPoint) const = 0;
+
+  /// Any of the four formats, told by the first bytes.
+  [[nodiscard]] virtual Result<Image> decode(std::string_view bytes) const = 0;
+
+  /// The pixel size from the header alone.
+  [[nodiscard]] virtual Result<PixelSize> pixelSize(std::string_view bytes) const = 0;
+
+  /// True when `size` is within what `format` can hold.
+  [[nodiscard]] virtual bool canHold(ExportFormat format, PixelSize size) const = 0;
+};
+
+}  // namespace vantorel

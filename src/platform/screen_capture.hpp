@@ -1,0 +1,64 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "base/image.hpp"
+#include "base/result.hpp"
+#include "capture/records/capture_target.hpp"
+#include "capture/records/display_snapshot.hpp"
+
+namespace vantorel {
+
+enum class ScreenPermission {
+  granted,
+  denied,
+  undetermined,  ///< asking will show the desktop's own dialog
+};
+
+/// One grabbed picture.
+struct GrabbedPicture {
+  Image image;
+  double scale = 1;      ///< pixels per point
+  CaptureTarget target;  ///< what was really taken; a desktop's own choice is resolved
+};
+
+struct GrabRequest {
+  CaptureTarget target;
+  bool windowShadow = true;                 ///< a window keeps the shadow it draws itself
+  std::vector<WindowID> excludedWindowIDs;  ///< windows that must not be in the picture
+};
+
+/// The desktop's capture service. Every call returns at once and answers through a callback on the
+/// runner the object was made for, or never: callers bound the wait. Lives on that runner.
+///
+/// Failures: `denied` (no permission, or the user said no), `cancelled` (the user closed the
+/// desktop's dialog), `notFound` (the target is gone), `unreachable` (no display server or it went
+/// away), `unsupported` (this desktop cannot do it; the reason is a whole sentence).
+class ScreenCapture {
+ public:
+  virtual ~ScreenCapture() = default;
+
+  template <class Value>
+  using Reply = std::move_only_function<void(Result<Value>)>;
+
+  /// The connected displays, the main one marked.
+  virtual void displays(Reply<std::vector<DisplaySnapshot>> reply) = 0;
+
+  /// Grabs the pixels of the target as they are now, the program's own windows left out.
+  virtual void grab(GrabRequest request, Reply<GrabbedPicture> reply) = 0;
+
+  /// Called on every change of the screen configuration. One listener.
+  virtual void onDisplaysChange(std::function<void()> listener) = 0;
+
+  virtual void permission(std::function<void(ScreenPermission)> reply) = 0;
+
+  /// Asks the user through the desktop; answers when the user did.
+  virtual void requestPermission(std::function<void(ScreenPermission)> reply) = 0;
+
+  /// True while a dialog of the desktop (permission, choice of a target) waits for the user.
+  [[nodiscard]] virtual bool isSystemDialogVisible() const = 0;
+};
+
+}  // namespace vantorel

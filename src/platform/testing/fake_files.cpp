@@ -1,0 +1,196 @@
+#include "platform/testing/fake_files.hpp"
+
+#include <algorithm>
+
+namespace vantorel {
+namespace {
+
+std::unexpected<Failure> missing() { return failed(FailureKind::notFound, "no such file"); }
+
+class FakeLock final : public FileLock {
+ public:
+  FakeLock(std::set<Path>& locked, Path path) : locked_(locked), path_(std::move(path)) {}
+  ~FakeLock() override { locked_.erase(path_); }
+
+ private:
+  std::set<Path>& locked_;
+  Path path_;
+};
+
+}  // namespace
+
+void FakeFiles::put(const Path& path, std::string bytes) {
+  for (Path folder = path.parent_path(); folders.insert(folder).second;) {
+    folder = folder.parent_path();
+  }
+  auto& slot = disk[path];
+  slot = std::make_shared<File>();
+  slot->status = {FileType::regular, bytes.size(), now, device(path), nextInode_++, 0600, 0};
+  slot->bytes = std::move(bytes);
+}
+
+std::string FakeFiles::text(const Path& path) const {
+  const auto found = disk.find(path);
+  return found == disk.end() ? "(missing)" : found->second->bytes;
+}
+
+std::vector<std::string> FakeFiles::names(const Path& folder) const {
+  std::vector<std::string> found;
+  for (const auto& [path, file] : disk) {
+    if (path.parent_path() == folder) found.push_back(path.filename());
+  }
+  return found;
+}
+
+Result<void> FakeFiles::change() {
+  ++changes;
+  if (beforeChange) beforeChange(changes);
+  if (changesFail) return failed(*changesFail, "the disk refuses changes");
+  if (spaceEndsAtChange > 0 && --spaceEndsAtChange == 0) changesFail = FailureKind::noSpace;
+  if (changesFail) return failed(*changesFail, "no space left on device");
+  return {};
+}
+
+Result<void> FakeFiles::parentExists(const Path& path) const {
+  if (!folders.contains(path.parent_path())) return missing();
+  return {};
+}
+
+std::uint64_t FakeFiles::device(const Path& path) const {
+  std::uint64_t found = 1;
+  std::uint64_t number = 1;
+  for (const Path& mount : mounts) {
+    ++number;
+    if (std::ranges::mismatch(mount, path).in1 == mount.end()) found = number;
+  }
+  return found;
+}
+
+Result<std::shared_ptr<FakeFiles::File>> FakeFiles::file(const Path& path) const {
+  const auto found = disk.find(path);
+  if (found == disk.end()) return missing();
+  return found->second;
+}
+
+Result<std::string> FakeFiles::read(const Path& path, std::uint64_t limit) const {
+  const auto found = VT_TRY(file(path));
+  if (found->bytes.size() > limit) return failed(FailureKind::tooLarge, "the file is too large");
+  return found->bytes;
+}
+
+Result<FileStatus> FakeFiles::status(const Path& path) const {
+  if (folders.contains(path)) return FileStatus{FileType::folder, 0, 0, device(path), 0, 0700, 0};
+  return VT_TRY(file(path))->status;
+}
+
+Result<std::vector<FolderItem>> FakeFiles::list(const Path& folder) const {
+  if (!folders.contains(folder)) return missing();
+  std::vector<FolderItem> items;
+  for (const std::string& name : names(folder)) items.push_back({name, FileType::regular});
+  for (const Path& inner : folders) {
+    if (inner != folder && inner.parent_path() == folder) {
+      items.push_back({inner.filename(), FileType::folder});
+    }
+  }
+  return items;
+}
+
+Result<void> FakeFiles::makeFolder(const Path& folder, Privacy) {
+  if (folders.contains(folder)) return {};
+  VT_TRY(change());
+  for (Path path = folder; folders.insert(path).second;) path = path.parent_path();
+  return {};
+}
+
+Result<void> FakeFiles::create(const Path& path, std::string_view bytes, Privacy privacy,
+                               Durability) {
+  VT_TRY(change());
+  VT_TRY(parentExists(path));
+  if (disk.contains(path)) return failed(FailureKind::exists, "the file exists");
+  put(path, std::string(bytes));
+  disk[path]->status.mode = privacy == Privacy::ownerOnly ? 0600 : 0644;
+  return {};
+}
+
+Result<void> FakeFiles::replace(const Path& path, std::string_view bytes, Privacy privacy) {
+  Path staging = path;
+  staging += ".staging";
+  disk.erase(staging);
+  VT_TRY(create(staging, bytes, privacy, Durability::flushed));
+  if (auto renamed = change(); !renamed) {
+    disk.erase(staging);
+    return renamed;
+  }
+  disk[path] = disk[staging];
+  disk.erase(staging);
+  return {};
+}
+
+Result<void> FakeFiles::moveNew(const Path& from, const Path& to) {
+  VT_TRY(change());
+  const auto moved = VT_TRY(file(from));
+  VT_TRY(parentExists(to));
+  if (disk.contains(to)) return failed(FailureKind::exists, "the file exists");
+  if (device(from) != device(to)) return failed(FailureKind::unsupported, "another file system");
+  disk.erase(from);
+  disk[to] = moved;
+  return {};
+}
+
+Result<void> FakeFiles::linkNew(const Path& from, const Path& to) {
+  VT_TRY(change());
+  const auto linked = VT_TRY(file(from));
+  VT_TRY(parentExists(to));
+  if (disk.contains(to)) return failed(FailureKind::exists, "the file exists");
+  if (!hasHardLinks || device(from) != device(to)) {
+    return failed(FailureKind::unsupported, "no hard links");
+  }
+  disk[to] = linked;
+  return {};
+}
+
+Result<void> FakeFiles::remove(const Path& path) {
+  VT_TRY(change());
+  if (disk.erase(path) > 0) return {};
+  if (!folders.contains(path)) return missing();
+  if (!VT_TRY(list(path)).empty()) return failed(FailureKind::other, "the folder is not empty");
+  folders.erase(path);
+  return {};
+}
+
+Result<void> FakeFiles::flushFolder(const Path& folder) {
+  if (!folders.contains(folder)) return missing();
+  return {};
+}
+
+Result<std::string> FakeFiles::attribute(const Path& path, std::string_view name) const {
+  const auto found = VT_TRY(file(path));
+  if (!keepsAttributes) return failed(FailureKind::unsupported, "no attributes here");
+  const auto value = found->attributes.find(name);
+  if (value == found->attributes.end()) return missing();
+  return value->second;
+}
+
+Result<void> FakeFiles::setAttribute(const Path& path, std::string_view name,
+                                     std::string_view value) {
+  VT_TRY(change());
+  const auto found = VT_TRY(file(path));
+  if (!keepsAttributes) return failed(FailureKind::unsupported, "no attributes here");
+  found->attributes.insert_or_assign(std::string(name), std::string(value));
+  return {};
+}
+
+Result<void> FakeFiles::removeAttribute(const Path& path, std::string_view name) {
+  VT_TRY(change());
+  const auto found = VT_TRY(file(path));
+  if (!keepsAttributes) return failed(FailureKind::unsupported, "no attributes here");
+  if (found->attributes.erase(std::string(name)) == 0) return missing();
+  return {};
+}
+
+Result<std::unique_ptr<FileLock>> FakeFiles::lock(const Path& path) {
+  if (!locked_.insert(path).second) return failed(FailureKind::busy, "somebody else holds it");
+  return std::make_unique<FakeLock>(locked_, path);
+}
+
+}  // namespace vantorel

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// A file system in memory. Folders exist once made; "/" always does. Tests look at and change
+/// `disk` directly, and may make it run out of space, become read-only or lose its attributes.
+/// One thread.
+class FakeFiles final : public Files {
+ public:
+  struct File {
+    std::string bytes;
+    std::map<std::string, std::string, std::less<>> attributes;
+    FileStatus status;
+  };
+
+  /// Regular files by path. Hard links share a `File`.
+  std::map<Path, std::shared_ptr<File>> disk;
+  std::set<Path> folders{"/"};
+
+  bool keepsAttributes = true;
+  bool hasHardLinks = true;
+
+  /// Every change fails with this kind while set.
+  std::optional<FailureKind> changesFail;
+
+  /// The n-th change from now (1 is the next) and all later ones fail with `noSpace`; 0 is off.
+  int spaceEndsAtChange = 0;
+
+  /// Called before each change with its number, counted from 1: a test throws here to stop the
+  /// program between two changes as a crash would.
+  std::function<void(int change)> beforeChange;
+  int changes = 0;
+
+  /// Time given to files made from now on.
+  double now = 0;
+
+  /// Folders whose content lies on a file system of its own.
+  std::set<Path> mounts;
+
+  void put(const Path& path, std::string bytes);
+  [[nodiscard]] std::string text(const Path& path) const;
+  [[nodiscard]] std::vector<std::string> names(const Path& folder) const;
+
+  Result<std::string> read(const Path& path, std::uint64_t limit = UINT64_MAX) const override;
+  Result<FileStatus> status(const Path& path) const override;
+  Result<std::vector<FolderItem>> list(const Path& folder) const override;
+  Result<void> makeFolder(const Path& folder, Privacy privacy) override;
+  Result<void> create(const Path& path, std::string_view bytes, Privacy privacy,
+                      Durability durability) override;
+  Result<void> replace(const Path& path, std::string_view bytes, Privacy privacy) override;
+  Result<void> moveNew(const Path& from, const Path& to) override;
+  Result<void> linkNew(const Path& from, const Path& to) override;
+  Result<void> remove(const Path& path) override;
+  Result<void> flushFolder(const Path& folder) override;
+  Result<std::string> attribute(const Path& path, std::string_view name) const override;
+  Result<void> setAttribute(const Path& path, std::string_view name,
+                            std::string_view value) override;
+  Result<void> removeAttribute(const Path& path, std::string_view name) override;
+  Result<std::unique_ptr<FileLock>> lock(const Path& path) override;
+
+ private:
+  [[nodiscard]] Result<void> change();
+  [[nodiscard]] Result<void> parentExists(const Path& path) const;
+  [[nodiscard]] std::uint64_t device(const Path& path) const;
+  [[nodiscard]] Result<std::shared_ptr<File>> file(const Path& path) const;
+
+  std::uint64_t nextInode_ = 1;
+  std::set<Path> locked_;
+};
+
+}  // namespace vantorel

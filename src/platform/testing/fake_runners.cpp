@@ -1,0 +1,53 @@
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+
+class FakeRunners::Runner final : public TaskRunner {
+ public:
+  explicit Runner(FakeRunners& owner) : owner_(owner) {}
+
+  void post(Task task) override { postAfter({}, std::move(task)); }
+
+  void postAfter(std::chrono::nanoseconds delay, Task task) override {
+    owner_.tasks_.emplace(std::pair(owner_.time_ + delay, owner_.sequence_++),
+                          Pending{this, std::move(task)});
+  }
+
+  [[nodiscard]] bool isCurrent() const override { return owner_.current_ == this; }
+
+ private:
+  FakeRunners& owner_;
+};
+
+FakeRunners::FakeRunners() { current_ = static_cast<Runner*>(main().get()); }
+
+// Tasks may own objects that post again when they go.
+FakeRunners::~FakeRunners() {
+  while (!tasks_.empty()) tasks_.extract(tasks_.begin());
+}
+
+std::shared_ptr<TaskRunner> FakeRunners::runner(const std::string& name) {
+  std::shared_ptr<Runner>& found = runners_[name];
+  if (!found) found = std::make_shared<Runner>(*this);
+  return found;
+}
+
+void FakeRunners::run() { advance({}); }
+
+void FakeRunners::advance(std::chrono::nanoseconds time) {
+  const std::chrono::nanoseconds until = time_ + time;
+  while (!tasks_.empty() && tasks_.begin()->first.first <= until) {
+    auto next = tasks_.extract(tasks_.begin());
+    time_ = std::max(time_, next.key().first);
+    Runner* const before = std::exchange(current_, next.mapped().runner);
+    next.mapped().task();
+    current_ = before;
+  }
+  time_ = until;
+}
+
+double FakeRunners::now() const {
+  return start + offset_ + std::chrono::duration<double>(time_).count();
+}
+
+}  // namespace vantorel
