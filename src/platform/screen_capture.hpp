@@ -14,7 +14,8 @@ namespace vantorel {
 enum class ScreenPermission {
   granted,
   denied,
-  undetermined,  ///< asking will show the desktop's own dialog
+  undetermined,          ///< asking will show the desktop's own dialog
+  grantedAfterRelaunch,  ///< the desktop applies the grant only to a new process
 };
 
 /// One grabbed picture.
@@ -26,8 +27,11 @@ struct GrabbedPicture {
 
 struct GrabRequest {
   CaptureTarget target;
-  bool windowShadow = true;                 ///< a window keeps the shadow it draws itself
-  std::vector<WindowID> excludedWindowIDs;  ///< windows that must not be in the picture
+  bool windowShadow = true;  ///< a window keeps the shadow it draws itself
+
+  /// Windows of this program that belong into the picture (those that hide the desktop's icons).
+  /// All its other windows never are.
+  std::vector<WindowID> keptOwnWindowIDs;
 };
 
 /// The desktop's capture service. Every call returns at once and answers through a callback on the

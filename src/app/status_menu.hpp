@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vantorel {
+
+/// One line of the tray's menu.
+struct StatusMenuItem {
+  enum class Kind { action, separator, submenu };
+
+  Kind kind = Kind::action;
+  std::string label;
+  std::string shortcut;  ///< shown beside the label; may be empty
+  bool isEnabled = true;
+  bool isCheckable = false;
+  bool isChecked = false;
+  std::function<void()> perform;
+  std::vector<StatusMenuItem> items;  ///< of a submenu
+};
+
+/// The program's icon in the tray. Lives on the main runner.
+class StatusItem {
+ public:
+  virtual ~StatusItem() = default;
+
+  virtual void setVisible(bool visible) = 0;
+
+  /// `menu` is asked for its lines each time the menu is about to show, so that they are current.
+  /// `activated` is called on a plain click.
+  virtual void setMenu(std::function<std::vector<StatusMenuItem>()> menu,
+                       std::function<void()> activated) = 0;
+
+  /// Tells the host that the lines have changed.
+  virtual void menuChanged() = 0;
+
+  /// Whether a tray host shows the icon.
+  [[nodiscard]] virtual bool isHosted() const = 0;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,161 @@
+#include "capture/capture_file_placement.hpp"
+
+#include <fmt/format.h>
+
+#include "base/log.hpp"
+#include "base/time_text.hpp"
+#include "base/utf8.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::size_t longestBaseBytes = 180;  // leaves room for time, number and extension in 255
+constexpr int mostNames = 10'000;
+
+std::string inodeText(const FileStatus& status) {
+  return fmt::format("{}:{}", status.device, status.inode);
+}
+
+std::string cleanedBase(const std::string& filenameTemplate) {
+  std::string base = repairedUtf8(filenameTemplate);
+  for (char& c : base) {
+    if (c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '-';
+  }
+  while (base.size() > longestBaseBytes) {
+    base.pop_back();
+    while (!base.empty() && !isUtf8(base)) base.pop_back();
+  }
+  if (base.starts_with('.')) base.front() = '-';
+  return base.empty() ? "Screenshot" : base;
+}
+
+}  // namespace
+
+std::string captureFileName(const std::string& filenameTemplate, double capturedAt,
+                            std::string_view extension) {
+  return fmt::format("{} {}.{}", cleanedBase(filenameTemplate), fileNameTime(capturedAt),
+                     extension);
+}
+
+CaptureFilePlacement::CaptureFilePlacement(std::shared_ptr<Files> files,
+                                           std::shared_ptr<const ImageCodec> codec,
+                                           std::shared_ptr<StagingFolder> staging)
+    : files_(std::move(files)), codec_(std::move(codec)), staging_(std::move(staging)) {}
+
+Result<CaptureFilePlacement::Encoded> CaptureFilePlacement::encode(
+    const StagedCapture& staged, Image image, const CaptureFileSettings& settings) {
+  Encoded encoded;
+  if (image.isEmpty() && settings.format == ExportFormat::png) {
+    const std::string png = VT_TRY(files_->read(staged.path));
+    encoded.pixelSize = VT_TRY(codec_->pixelSize(png));
+    return encoded;
+  }
+  if (image.isEmpty()) image = VT_TRY(codec_->decode(VT_TRY(files_->read(staged.path))));
+  encoded.pixelSize = image.size();
+  if (settings.format == ExportFormat::png) return encoded;
+  auto bytes = codec_->encode(image, {.format = settings.format,
+                                      .quality = settings.quality,
+                                      .pixelsPerPoint = staged.record.scale.value_or(1)});
+  if (!bytes) {
+    logWarning("Filing", "{} was not possible: {}", displayName(settings.format),
+               bytes.error().reason);
+    encoded.notes.push_back(note::LossyFallback{settings.format});
+    return encoded;
+  }
+  encoded.format = settings.format;
+  encoded.bytes = std::move(*bytes);
+  return encoded;
+}
+
+Result<Path> CaptureFilePlacement::nameFor(const Path& source, bool link, const Path& folder,
+                                           StagedCapture& staged,
+                                           const std::string& filenameTemplate,
+                                           std::string_view extension) {
+  const std::string inode = inodeText(VT_TRY(files_->status(source)));
+  const Path first = captureFileName(filenameTemplate, staged.capturedAt, extension);
+  for (int number = 1; number <= mostNames; ++number) {
+    const Path name = number == 1
+                          ? first
+                          : Path(fmt::format("{} {}.{}", first.stem().string(), number, extension));
+    const Path path = folder / name;
+    if (files_->status(path)) continue;
+    // Said before it is done: a file that stands there after a crash is then known to be this one.
+    staged.record.filedPath = path.string();
+    staged.record.filedInode = inode;
+    VT_TRY(staging_->update(staged));
+    const auto named = link ? files_->linkNew(source, path) : files_->moveNew(source, path);
+    if (named) return path;
+    if (named.error().kind != FailureKind::exists) return std::unexpected(named.error());
+  }
+  return failed(FailureKind::exists, "every file name is taken");
+}
+
+Result<Path> CaptureFilePlacement::placeIn(const Path& folder, StagedCapture& staged,
+                                           const Encoded& encoded,
+                                           const std::string& filenameTemplate) {
+  const std::string_view extension = fileExtension(encoded.format);
+  if (!encoded.bytes) {
+    auto linked = nameFor(staged.path, true, folder, staged, filenameTemplate, extension);
+    if (linked || linked.error().kind != FailureKind::unsupported) return linked;
+  }
+  const std::string copied = encoded.bytes ? std::string() : VT_TRY(files_->read(staged.path));
+  const Path temporary = folder / fmt::format(".{}.partial", staged.path.stem().string());
+  if (const auto old = files_->remove(temporary);
+      !old && old.error().kind != FailureKind::notFound) {
+    return std::unexpected(old.error());
+  }
+  VT_TRY(files_->create(temporary, encoded.bytes ? *encoded.bytes : copied, Privacy::byUmask,
+                        Durability::flushed));
+  auto moved = nameFor(temporary, false, folder, staged, filenameTemplate, extension);
+  if (!moved) {
+    if (const auto removed = files_->remove(temporary); !removed) {
+      logWarning("Filing", "{} could not be removed: {}", temporary.string(),
+                 removed.error().reason);
+    }
+  }
+  return moved;
+}
+
+Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image image,
+                                                  const CaptureFileSettings& settings) {
+  Encoded encoded = VT_TRY(encode(staged, std::move(image), settings));
+
+  if (staged.record.filedPath && staged.record.filedInode) {
+    const Path earlier = *staged.record.filedPath;
+    const auto status = files_->status(earlier);
+    if (status && inodeText(*status) == *staged.record.filedInode) {
+      return PlacedCapture{earlier, encoded.pixelSize, {}};
+    }
+  }
+
+  // The default folder is the program's own and may be made. A chosen one that is missing is left
+  // alone: it may be the mount point of a disk that is not plugged in.
+  std::optional<std::string> problem;
+  for (const Path& folder : {settings.storageFolder, settings.defaultFolder}) {
+    const bool isOwn = folder == settings.defaultFolder;
+    if (isOwn) {
+      if (const auto made = files_->makeFolder(folder, Privacy::byUmask); !made) {
+        problem = made.error().reason;
+        continue;
+      }
+    }
+    const auto placed = placeIn(folder, staged, encoded, settings.filenameTemplate);
+    if (placed) {
+      if (const auto flushed = files_->flushFolder(folder); !flushed) {
+        logWarning("Filing", "{} could not be flushed: {}", folder.string(),
+                   flushed.error().reason);
+      }
+      if (folder != settings.storageFolder) {
+        encoded.notes.push_back(note::StorageUnavailable{problem});
+      }
+      return PlacedCapture{*placed, encoded.pixelSize, std::move(encoded.notes)};
+    }
+    problem = placed.error().kind == FailureKind::notFound ? "the folder is missing"
+                                                           : placed.error().reason;
+    logWarning("Filing", "{} cannot be used: {}", folder.string(), *problem);
+  }
+  encoded.notes.push_back(note::PublishedInStagingFolder{staged.path});
+  return PlacedCapture{staged.path, encoded.pixelSize, std::move(encoded.notes)};
+}
+
+}  // namespace vantorel

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "capture/records/export_format.hpp"
+#include "library/records/screenshot_entry.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Why a capture came to nothing.
+struct CaptureFailure {
+  enum class Case {
+    writeFailed,                ///< grabbed, but not saved; `reason` says why
+    interrupted,                ///< the grab failed; `reason` says why
+    permissionDenied,           ///< the desktop does not let this program see the screen
+    screenCaptureDidNotAnswer,  ///< the capture service stayed silent beyond the bound
+  };
+  Case what = Case::interrupted;
+  std::string reason;
+};
+
+[[nodiscard]] std::string sentence(const CaptureFailure& failure);
+
+/// Remarks on a capture that was saved, though not quite as asked.
+namespace note {
+
+/// The chosen format could not hold or make the picture; it was saved as PNG.
+struct LossyFallback {
+  ExportFormat wanted = ExportFormat::png;
+};
+
+/// The captures folder could not take the file; it went to the default folder.
+struct StorageUnavailable {
+  std::optional<std::string> error;
+};
+
+/// No captures folder could take the file; the library lists it where it was staged.
+struct PublishedInStagingFolder {
+  Path path;
+};
+
+}  // namespace note
+
+using CaptureNote =
+    std::variant<note::LossyFallback, note::StorageUnavailable, note::PublishedInStagingFolder>;
+
+[[nodiscard]] std::string sentence(const CaptureNote& note);
+
+/// How a capture ended.
+struct CaptureOutcome {
+  struct Saved {
+    std::shared_ptr<const ScreenshotEntry> entry;
+    std::vector<CaptureNote> notes;
+
+    /// Why the library's index does not list the capture yet although its file is in place; the
+    /// next launch will list it. Empty when it does.
+    std::string indexFailure;
+  };
+  struct Cancelled {};
+
+  std::variant<Saved, CaptureFailure, Cancelled> value;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <variant>
+#include <vector>
+
+#include "capture/records/capture_target.hpp"
+#include "platform/screen_capture.hpp"
+#include "platform/window_list.hpp"
+
+namespace vantorel {
+
+/// One display with the picture it showed when the selection began.
+struct FrozenDisplay {
+  DisplaySnapshot display;
+  Image image;
+};
+
+/// The overlay on which the user drags a region or, after Space, picks a window. It shows the
+/// frozen screen, so that what is chosen is what was there. Lives on the main runner.
+class SelectionOverlay {
+ public:
+  virtual ~SelectionOverlay() = default;
+
+  struct Request {
+    CaptureMode mode = CaptureMode::region;  ///< what a click begins with; Space changes it
+    std::vector<FrozenDisplay> displays;
+    std::vector<WindowSnapshot> windows;  ///< topmost first; empty: windows cannot be picked
+  };
+
+  /// Answers with the target, or nothing when the user pressed Escape. The overlay is off the
+  /// screen by then.
+  virtual void select(Request request,
+                      std::function<void(std::optional<CaptureTarget>)> chosen) = 0;
+
+  /// Takes the overlay down; the callback is not called.
+  virtual void dismiss() = 0;
+};
+
+/// The panel that shows the seconds left before a delayed capture. Lives on the main runner.
+class CountdownPanel {
+ public:
+  virtual ~CountdownPanel() = default;
+  virtual void show(int secondsLeft) = 0;
+
+  /// Answers when the panel is off the screen.
+  virtual void hide(std::function<void()> hidden) = 0;
+};
+
+/// The windows that hide the desktop's icons. Lives on the main runner.
+class DesktopCoverWindows {
+ public:
+  virtual ~DesktopCoverWindows() = default;
+
+  /// Answers when the cover is painted.
+  virtual void show(std::function<void()> painted) = 0;
+  virtual void hide() = 0;
+
+  /// The cover's windows while it is shown: they belong into captures.
+  [[nodiscard]] virtual std::vector<WindowID> windowIDs() const = 0;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "capture/staged_capture_record.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// A picture that was grabbed and is safe on disk, but not yet filed.
+struct StagedCapture {
+  Path path;
+  double capturedAt = 0;  ///< seconds since 1970-01-01 UTC, to the millisecond
+  StagedCaptureRecord record;
+};
+
+/// The folder where captures wait for filing, each a whole PNG file with its record as an extended
+/// attribute, or in a file of the same name plus ".json" where the file system keeps none.
+///
+/// A file is made under a temporary name and gets its final one, "vantorel-<milliseconds>.png",
+/// when it is complete with its record. Blocks; any runner that may wait for the disk.
+class StagingFolder {
+ public:
+  StagingFolder(std::shared_ptr<Files> files, Path folder);
+
+  [[nodiscard]] const Path& folder() const { return folder_; }
+
+  /// Makes a picture safe. When two share a millisecond, the later one is moved on by one.
+  [[nodiscard]] Result<StagedCapture> stage(std::string_view png, double capturedAt,
+                                            StagedCaptureRecord record);
+
+  /// Writes a changed record.
+  [[nodiscard]] Result<void> update(const StagedCapture& staged);
+
+  /// Every staged capture, oldest first. Files without a record are not staged captures.
+  [[nodiscard]] Result<std::vector<StagedCapture>> staged() const;
+
+  /// Takes the record off `path` (a second name of the staged file, or the file itself), so that no
+  /// launch takes it for a staged capture.
+  [[nodiscard]] Result<void> removeRecord(const Path& path);
+
+  /// Removes the staged file and its record.
+  [[nodiscard]] Result<void> discard(const StagedCapture& staged);
+
+  /// Removes temporaries left by a run that was killed while staging. Only while no other capture
+  /// runs on this folder.
+  void removeLeftovers();
+
+ private:
+  [[nodiscard]] Result<void> putRecord(const Path& path, const StagedCaptureRecord& record);
+  [[nodiscard]] Result<StagedCaptureRecord> record(const Path& path) const;
+
+  std::shared_ptr<Files> files_;
+  Path folder_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "capture/capture_file_placement.hpp"
+#include "capture/capture_outcome.hpp"
+#include "capture/staging_folder.hpp"
+#include "library/history_store.hpp"
+
+namespace vantorel {
+
+/// Files staged captures into the library: gives each its final file, lists it in the index, and
+/// only when the index is safe on disk forgets the staged file. A crash at any point leaves either
+/// a staged capture that the next launch files, or a filed one. Lives on the main runner; the disk
+/// work runs on `work`.
+class StillCaptureFiling {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+    std::shared_ptr<StagingFolder> staging;
+    std::shared_ptr<CaptureFilePlacement> placement;
+    HistoryStore* store = nullptr;
+    std::function<CaptureFileSettings()> fileSettings;
+    std::function<std::optional<std::string>()> activeCollectionID;
+  };
+
+  explicit StillCaptureFiling(Services services) : services_(std::move(services)) {}
+
+  using Filed = std::move_only_function<void(Result<CaptureOutcome::Saved>)>;
+
+  /// `image` spares reading the staged file again; it may be empty. A failure leaves the staged
+  /// file for the next launch.
+  void file(StagedCapture staged, Image image, Filed filed);
+
+  /// Paths of staged files that are being filed now: the launch sweep leaves them alone.
+  [[nodiscard]] const std::set<Path>& claimedPaths() const { return claimedPaths_; }
+
+  /// Says that `path` is taken care of by the caller, before it is handed to `file`.
+  void claim(const Path& path) { claimedPaths_.insert(path); }
+
+ private:
+  void addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed);
+  void forgetStaged(const StagedCapture& staged, const Path& placed, bool discards,
+                    std::move_only_function<void()> done);
+
+  Services services_;
+  std::set<Path> claimedPaths_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,391 @@
+#include "capture/still_capture_pipeline.hpp"
+
+#include <utility>
+
+#include "base/check.hpp"
+#include "base/log.hpp"
+#include "base/random_id.hpp"
+#include "capture/bounded_run.hpp"
+#include "capture/source_app_resolution.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Naming the application must never hold a capture up.
+constexpr std::chrono::milliseconds windowListBound{700};
+
+bool isUsableArea(const PointRect& rect, const DisplaySnapshot& display) {
+  const auto pixels = toPixels(rect, display.scale());
+  const PixelRect whole{0, 0, display.pixelSize.width, display.pixelSize.height};
+  return std::isfinite(rect.x) && std::isfinite(rect.y) && rect.width > 0 && rect.height > 0 &&
+         !intersection(pixels, whole).isEmpty();
+}
+
+}  // namespace
+
+std::string sentence(CaptureRefusal refusal) {
+  switch (refusal) {
+    case CaptureRefusal::captureRunning:
+      return "Another capture is running. Finish or cancel it first.";
+    case CaptureRefusal::modalDialogUp:
+      return "A dialog of Vantorel waits for an answer. Answer it first.";
+    case CaptureRefusal::quitting: return "Vantorel is quitting.";
+    case CaptureRefusal::noPreviousArea:
+      return "There is no previous area yet. Capture an area first.";
+    case CaptureRefusal::previousAreaDisplayDisconnected:
+      return "The display of the previous area isn't connected.";
+    case CaptureRefusal::previousAreaGeometryChanged:
+      return "The display of the previous area has a different size now.";
+    case CaptureRefusal::unknownDisplay:
+      return "No display has that id. \"vantorel displays\" lists them.";
+    case CaptureRefusal::unknownWindow:
+      return "No window on screen has that id. \"vantorel windows\" lists them.";
+    case CaptureRefusal::unreadableArea: return "Couldn't read that area";
+  }
+  std::unreachable();
+}
+
+struct StillCapturePipeline::Run {
+  StillCaptureRequest request;
+  Finished finished;
+  CaptureActivity activity = CaptureActivity::plainCapture;
+  StillCaptureBackend backend;
+  bool remembersRegion = true;
+  bool waitsForUser = false;
+  std::function<void(const ScreenshotEntry&)> onFiled;
+
+  std::vector<DisplaySnapshot> displays;
+  std::vector<WindowSnapshot> windows;
+  std::vector<FrozenDisplay> frozen;
+  std::optional<DesktopIconCover::Hold> coverHold;
+  double capturedAt = 0;
+  GrabbedPicture picture;
+};
+
+StillCapturePipeline::StillCapturePipeline(Services services) : services_(std::move(services)) {}
+StillCapturePipeline::~StillCapturePipeline() = default;
+
+void StillCapturePipeline::start(StillCaptureRequest request, Finished finished) {
+  if (run_) {
+    finished(CaptureRefusal::captureRunning);
+    return;
+  }
+  run_ = std::make_shared<Run>();
+  run_->request = std::move(request);
+  run_->finished = std::move(finished);
+  run_->backend = services_.backend();
+  run_->activity =
+      run_->request.isTimedCapture ? CaptureActivity::timedCapture : CaptureActivity::plainCapture;
+  services_.setActivity(run_->activity, true);
+}
+
+void StillCapturePipeline::capture(StillCaptureRequest request, Finished finished) {
+  const bool idle = !run_;
+  start(std::move(request), std::move(finished));
+  if (idle) withDisplays(&StillCapturePipeline::resolve);
+}
+
+void StillCapturePipeline::capturePreviousArea(CaptureDelay delay, Finished finished) {
+  const bool idle = !run_;
+  start({.mode = CaptureMode::region, .target = {}, .delay = delay}, std::move(finished));
+  if (!idle) return;
+  run_->remembersRegion = false;
+  withDisplays(&StillCapturePipeline::resolve);
+}
+
+void StillCapturePipeline::captureForRemote(CaptureMode mode, CaptureOrigin origin,
+                                            std::function<void(const ScreenshotEntry&)> onFiled,
+                                            std::move_only_function<void(Grabbed)> capturing,
+                                            Finished finished) {
+  const bool idle = !run_;
+  start({.mode = mode, .target = {}}, std::move(finished));
+  if (!idle) return;
+  logInfo("Capture", "{} capture for {}", nameOf(mode),
+          origin == CaptureOrigin::remote ? "an agent" : "the user");
+  run_->remembersRegion = false;
+  run_->onFiled = std::move(onFiled);
+  runBounded<Result<GrabbedPicture>>(
+      services_.main, run_->backend.bound, std::move(capturing),
+      alive_.guard([this](std::optional<Result<GrabbedPicture>> answer) {
+        run_->capturedAt = services_.clock->now();
+        grabbed(std::move(answer));
+      }),
+      [](Result<GrabbedPicture>) {
+        logWarning("Capture", "a grab finished after it was given up; it is discarded");
+      });
+}
+
+void StillCapturePipeline::withDisplays(Step next) {
+  using Displays = Result<std::vector<DisplaySnapshot>>;
+  runBounded<Displays>(
+      services_.main, run_->backend.bound,
+      [screen = services_.screen](auto reply) { screen->displays(std::move(reply)); },
+      alive_.guard([this, next](std::optional<Displays> answer) {
+        if (!answer) return fail(CaptureFailure::Case::screenCaptureDidNotAnswer);
+        if (!*answer) return failGrab(answer->error());
+        run_->displays = std::move(**answer);
+        (this->*next)();
+      }),
+      nullptr);
+}
+
+void StillCapturePipeline::resolve() {
+  Run& run = *run_;
+  std::optional<CaptureTarget>& target = run.request.target;
+  const DisplaySnapshot* const main = mainDisplay(run.displays);
+  if (main == nullptr) {
+    return fail(CaptureFailure::Case::interrupted, "no display is connected");
+  }
+  if (run.request.mode == CaptureMode::region && !run.remembersRegion) {
+    const RegionAvailability availability =
+        availabilityOf(services_.rememberedRegion(), run.displays);
+    if (const auto* area = std::get_if<RegionAvailability::Available>(&availability.value)) {
+      target = RegionTarget{area->displayID, area->rect};
+    } else if (std::holds_alternative<RegionAvailability::None>(availability.value)) {
+      return finish(CaptureRefusal::noPreviousArea);
+    } else if (std::holds_alternative<RegionAvailability::DisplayDisconnected>(
+                   availability.value)) {
+      return finish(CaptureRefusal::previousAreaDisplayDisconnected);
+    } else {
+      return finish(CaptureRefusal::previousAreaGeometryChanged);
+    }
+  }
+  if (!target && run.request.mode == CaptureMode::fullscreen) target = DisplayTarget{main->id};
+  if (!target) return choose();
+
+  const auto displayOf = [&](const DisplayID& id) {
+    return id.empty() ? main : findDisplay(run.displays, id);
+  };
+  if (auto* whole = std::get_if<DisplayTarget>(&*target)) {
+    const DisplaySnapshot* const display = displayOf(whole->displayID);
+    if (display == nullptr) return finish(CaptureRefusal::unknownDisplay);
+    whole->displayID = display->id;
+  }
+  if (auto* region = std::get_if<RegionTarget>(&*target)) {
+    const DisplaySnapshot* const display = displayOf(region->displayID);
+    if (display == nullptr) return finish(CaptureRefusal::unknownDisplay);
+    if (!isUsableArea(region->rect, *display)) return finish(CaptureRefusal::unreadableArea);
+    region->displayID = display->id;
+    rememberArea();
+  }
+  countDown();
+}
+
+void StillCapturePipeline::choose() {
+  using Windows = Result<std::vector<WindowSnapshot>>;
+  runBounded<Windows>(
+      services_.main, {windowListBound, windowListBound, {}},
+      [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
+      alive_.guard([this](std::optional<Windows> answer) {
+        if (answer && *answer) run_->windows = std::move(**answer);
+        if (run_->backend.hidesDesktopIcons && services_.iconCover) {
+          run_->coverHold =
+              DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { freeze(0); }));
+        } else {
+          freeze(0);
+        }
+      }),
+      nullptr);
+}
+
+void StillCapturePipeline::freeze(std::size_t index) {
+  if (index == run_->displays.size()) {
+    SelectionOverlay* const overlay = services_.overlay();
+    if (overlay == nullptr) {
+      return fail(CaptureFailure::Case::interrupted,
+                  "there is no window system to select on; name the target instead");
+    }
+    run_->capturedAt = services_.clock->now();
+    run_->waitsForUser = true;
+    overlay->select(
+        {run_->request.mode, run_->frozen, run_->windows},
+        alive_.guard([this](std::optional<CaptureTarget> target) { chosen(std::move(target)); }));
+    return;
+  }
+  GrabRequest request{.target = DisplayTarget{run_->displays[index].id}};
+  runBounded<Result<GrabbedPicture>>(
+      services_.main, run_->backend.bound,
+      [screen = services_.screen, request = std::move(request)](auto reply) mutable {
+        screen->grab(std::move(request), std::move(reply));
+      },
+      alive_.guard([this, index](std::optional<Result<GrabbedPicture>> answer) {
+        if (!answer) return fail(CaptureFailure::Case::screenCaptureDidNotAnswer);
+        if (!*answer) return failGrab(answer->error());
+        run_->frozen.push_back({run_->displays[index], std::move((*answer)->image)});
+        freeze(index + 1);
+      }),
+      nullptr);
+}
+
+void StillCapturePipeline::chosen(std::optional<CaptureTarget> target) {
+  Run& run = *run_;
+  run.waitsForUser = false;
+  if (!target) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+  run.request.target = std::move(*target);
+  rememberArea();
+  const auto* region = std::get_if<RegionTarget>(&*run.request.target);
+  if (region == nullptr || run.request.delay != CaptureDelay::none) return countDown();
+
+  // What the user saw while choosing is what is taken.
+  for (const FrozenDisplay& frozen : run.frozen) {
+    if (frozen.display.id != region->displayID) continue;
+    const double scale = frozen.display.scale();
+    const PixelRect rect = intersection(toPixels(region->rect, scale),
+                                        {0, 0, frozen.image.width(), frozen.image.height()});
+    if (rect.isEmpty()) break;
+    run.picture = {frozen.image.cropped(rect), scale, *run.request.target};
+    return nameSourceApp();
+  }
+  finish(CaptureRefusal::unreadableArea);
+}
+
+void StillCapturePipeline::rememberArea() {
+  if (!run_->remembersRegion) return;
+  const auto* region = std::get_if<RegionTarget>(&*run_->request.target);
+  if (region == nullptr) return;
+  if (const auto* display = findDisplay(run_->displays, region->displayID)) {
+    services_.rememberRegion(vantorel::rememberRegion(*display, region->rect));
+  }
+}
+
+void StillCapturePipeline::countDown() {
+  run_->waitsForUser = true;
+  services_.countdown->start(run_->request.delay, alive_.guard([this](bool reachedZero) {
+    run_->waitsForUser = false;
+    if (reachedZero) {
+      coverIcons();
+    } else {
+      finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+    }
+  }));
+}
+
+void StillCapturePipeline::coverIcons() {
+  const bool needed = run_->backend.hidesDesktopIcons && services_.iconCover && !run_->coverHold &&
+                      !std::holds_alternative<WindowTarget>(*run_->request.target);
+  if (!needed) return grab();
+  run_->coverHold = DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { grab(); }));
+}
+
+void StillCapturePipeline::grab() {
+  run_->capturedAt = services_.clock->now();
+  GrabRequest request{.target = *run_->request.target, .windowShadow = run_->backend.windowShadow};
+  if (services_.iconCover) request.keptOwnWindowIDs = services_.iconCover->windowIDs();
+  runBounded<Result<GrabbedPicture>>(
+      services_.main, run_->backend.bound,
+      [screen = services_.screen, request = std::move(request)](auto reply) mutable {
+        screen->grab(std::move(request), std::move(reply));
+      },
+      alive_.guard(
+          [this](std::optional<Result<GrabbedPicture>> answer) { grabbed(std::move(answer)); }),
+      [](Result<GrabbedPicture>) {
+        logWarning("Capture", "a grab finished after it was given up; it is discarded");
+      });
+}
+
+void StillCapturePipeline::grabbed(std::optional<Result<GrabbedPicture>> answer) {
+  run_->coverHold.reset();
+  if (!answer) return fail(CaptureFailure::Case::screenCaptureDidNotAnswer);
+  if (!*answer) {
+    const bool windowGone =
+        answer->error().kind == FailureKind::notFound && run_->request.mode == CaptureMode::window;
+    return windowGone ? finish(CaptureRefusal::unknownWindow) : failGrab(answer->error());
+  }
+  run_->picture = std::move(**answer);
+  nameSourceApp();
+}
+
+void StillCapturePipeline::nameSourceApp() {
+  using Windows = Result<std::vector<WindowSnapshot>>;
+  run_->coverHold.reset();
+  run_->frozen.clear();
+  const auto resolved = [this](const std::vector<WindowSnapshot>& windows) {
+    return SourceAppResolution::resolve(run_->picture.target, SourceAppResolution::records(windows),
+                                        run_->displays);
+  };
+  if (!run_->windows.empty()) return stage(resolved(run_->windows));
+  runBounded<Windows>(
+      services_.main, {windowListBound, windowListBound, {}},
+      [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
+      alive_.guard([this, resolved](std::optional<Windows> answer) {
+        stage(answer && *answer ? resolved(**answer) : std::nullopt);
+      }),
+      nullptr);
+}
+
+void StillCapturePipeline::stage(std::optional<SourceApp> app) {
+  StagedCaptureRecord record;
+  record.scale = run_->picture.scale;
+  record.entryID = randomID();
+  record.sourceApp = std::move(app);
+
+  using Staged = Result<StagedCapture, CaptureFailure>;
+  services_.work->post([codec = services_.codec, staging = services_.staging,
+                        image = run_->picture.image, capturedAt = run_->capturedAt,
+                        record = std::move(record), main = services_.main,
+                        done = alive_.guard([this](Staged& staged) {
+                          if (!staged) {
+                            finish(CaptureOutcome{std::move(staged.error())});
+                            return;
+                          }
+                          services_.filing->claim(staged->path);
+                          services_.filing->file(
+                              std::move(*staged), std::move(run_->picture.image),
+                              alive_.guard([this](Result<CaptureOutcome::Saved> filed) {
+                                if (!filed) {
+                                  return fail(CaptureFailure::Case::writeFailed,
+                                              filed.error().reason);
+                                }
+                                if (run_->onFiled) run_->onFiled(*filed->entry);
+                                finish(CaptureOutcome{std::move(*filed)});
+                              }));
+                        })]() mutable {
+    const auto png = codec->encode(
+        image, {.format = ExportFormat::png, .pixelsPerPoint = record.scale.value_or(1)});
+    Staged staged = [&]() -> Staged {
+      using Case = CaptureFailure::Case;
+      if (!png) {
+        logError("Capture", "encoding failed: {}", png.error().reason);
+        return std::unexpected(
+            CaptureFailure{Case::writeFailed, "the capture couldn't be encoded"});
+      }
+      auto written = staging->stage(*png, capturedAt, std::move(record));
+      if (!written) {
+        return std::unexpected(CaptureFailure{Case::writeFailed, written.error().reason});
+      }
+      return std::move(*written);
+    }();
+    main->post([staged = std::move(staged), done = std::move(done)]() mutable { done(staged); });
+  });
+}
+
+void StillCapturePipeline::cancel() {
+  if (!run_ || !run_->waitsForUser) return;
+  if (services_.countdown->isRunning()) {
+    services_.countdown->cancel();
+    return;
+  }
+  if (SelectionOverlay* const overlay = services_.overlay()) overlay->dismiss();
+  finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+}
+
+void StillCapturePipeline::finish(CaptureReply reply) {
+  VT_CHECK(run_ != nullptr);
+  const auto run = std::exchange(run_, nullptr);
+  services_.setActivity(run->activity, false);
+  run->finished(std::move(reply));
+}
+
+void StillCapturePipeline::fail(CaptureFailure::Case what, std::string reason) {
+  finish(CaptureOutcome{CaptureFailure{what, std::move(reason)}});
+}
+
+void StillCapturePipeline::failGrab(const Failure& failure) {
+  switch (failure.kind) {
+    case FailureKind::denied: return fail(CaptureFailure::Case::permissionDenied);
+    case FailureKind::cancelled: return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+    default: return fail(CaptureFailure::Case::interrupted, failure.reason);
+  }
+}
+
+}  // namespace vantorel

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "app/records/capture_activity.hpp"
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "capture/capture_outcome.hpp"
+#include "capture/desktop_icon_cover.hpp"
+#include "capture/previous_area_monitor.hpp"
+#include "capture/still_capture_filing.hpp"
+#include "capture/timed_capture_controller.hpp"
+#include "platform/clock.hpp"
+#include "platform/image_codec.hpp"
+#include "platform/screen_capture.hpp"
+#include "platform/window_list.hpp"
+
+namespace vantorel {
+
+/// Who asked for a capture.
+enum class CaptureOrigin { user, remote };
+
+/// Why a capture never began, apart from failures of the screen.
+enum class CaptureRefusal {
+  captureRunning,
+  modalDialogUp,
+  quitting,
+  noPreviousArea,
+  previousAreaDisplayDisconnected,
+  previousAreaGeometryChanged,
+  unknownDisplay,
+  unknownWindow,
+  unreadableArea,
+};
+
+[[nodiscard]] std::string sentence(CaptureRefusal refusal);
+
+using CaptureReply = std::variant<CaptureOutcome, CaptureRefusal>;
+
+/// What one still capture is to be.
+struct StillCaptureRequest {
+  CaptureMode mode = CaptureMode::region;
+
+  /// The target, when the caller names it; else the user chooses, or, for a display, the main one
+  /// is taken. A display may be named by id, uuid or name; an empty one is the main display.
+  std::optional<CaptureTarget> target;
+  CaptureDelay delay = CaptureDelay::none;
+
+  /// Holds `timedCapture` instead of `plainCapture`.
+  bool isTimedCapture = false;
+};
+
+/// What the settings say, read at each grab.
+struct StillCaptureBackend {
+  bool windowShadow = true;
+  bool hidesDesktopIcons = false;
+  TimeBound bound;  ///< for each wait for the capture service
+};
+
+/// Turns a still-capture command into a staged picture and hands it to filing. One capture at a
+/// time. Lives on the main runner; grabs are the platform's, encoding runs on `work`.
+class StillCapturePipeline {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+    std::shared_ptr<const Clock> clock;
+    ScreenCapture* screen = nullptr;
+    WindowList* windows = nullptr;
+    std::shared_ptr<const ImageCodec> codec;
+    std::shared_ptr<StagingFolder> staging;
+    StillCaptureFiling* filing = nullptr;
+    TimedCaptureController* countdown = nullptr;
+    std::shared_ptr<DesktopIconCover> iconCover;  ///< null: no desktop to cover
+
+    /// Made when first needed; null when there is nothing to select on.
+    std::function<SelectionOverlay*()> overlay;
+    std::function<StillCaptureBackend()> backend;
+    std::function<std::optional<RememberedRegion>()> rememberedRegion;
+    std::function<void(RememberedRegion)> rememberRegion;
+    std::function<void(CaptureActivity, bool running)> setActivity;
+  };
+
+  explicit StillCapturePipeline(Services services);
+  ~StillCapturePipeline();
+
+  using Finished = std::move_only_function<void(CaptureReply)>;
+
+  void capture(StillCaptureRequest request, Finished finished);
+  void capturePreviousArea(CaptureDelay delay, Finished finished);
+
+  using Grabbed = std::move_only_function<void(Result<GrabbedPicture>)>;
+
+  /// Files what `capturing` grabs, on behalf of an agent: the same path, without countdown and
+  /// without touching the remembered region. `onFiled` is called before `finished`, when saved.
+  void captureForRemote(CaptureMode mode, CaptureOrigin origin,
+                        std::function<void(const ScreenshotEntry&)> onFiled,
+                        std::move_only_function<void(Grabbed)> capturing, Finished finished);
+
+  /// Calls off the capture that waits for the user or the countdown; one that is grabbing or saving
+  /// goes on.
+  void cancel();
+
+  [[nodiscard]] bool captureInFlight() const { return run_ != nullptr; }
+
+ private:
+  struct Run;
+  using Step = void (StillCapturePipeline::*)();
+
+  void start(StillCaptureRequest request, Finished finished);
+  void withDisplays(Step next);
+  void resolve();
+  void choose();
+  void freeze(std::size_t index);
+  void chosen(std::optional<CaptureTarget> target);
+  void rememberArea();
+  void countDown();
+  void coverIcons();
+  void grab();
+  void grabbed(std::optional<Result<GrabbedPicture>> answer);
+  void nameSourceApp();
+  void stage(std::optional<SourceApp> app);
+  void finish(CaptureReply reply);
+  void fail(CaptureFailure::Case what, std::string reason = {});
+  void failGrab(const Failure& failure);
+
+  Services services_;
+  std::shared_ptr<Run> run_;
+  Alive alive_;
+};
+
+}  // namespace vantorel
