@@ -1,0 +1,278 @@
+#include "platform/linux/linux_files.hpp"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <new>
+#include <stdexcept>
+
+#include "platform/linux/file_descriptor.hpp"
+#include "platform/linux/system_error.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Calls again what a signal interrupted.
+auto uninterrupted(auto call) {
+  auto answer = call();
+  while (answer == -1 && errno == EINTR) answer = call();
+  return answer;
+}
+
+Result<void> answer(int returned) {
+  if (returned == -1) return lastSystemFailure();
+  return {};
+}
+
+Result<FileDescriptor> open(const Path& path, int flags, mode_t mode = 0) {
+  const int number = uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
+  if (number == -1) return lastSystemFailure();
+  return FileDescriptor(number);
+}
+
+/// FAT and its like keep no modes and refuse to try; who may read there is the mount's business.
+Result<void> modeSet(int returned) {
+  if (returned == -1 && (errno == EPERM || errno == EOPNOTSUPP)) return {};
+  return answer(returned);
+}
+
+FileType fileType(mode_t mode) {
+  if (S_ISREG(mode)) return FileType::regular;
+  if (S_ISDIR(mode)) return FileType::folder;
+  if (S_ISLNK(mode)) return FileType::link;
+  return FileType::other;
+}
+
+FileType fileType(std::filesystem::file_type type) {
+  switch (type) {
+    case std::filesystem::file_type::regular: return FileType::regular;
+    case std::filesystem::file_type::directory: return FileType::folder;
+    case std::filesystem::file_type::symlink: return FileType::link;
+    default: return FileType::other;
+  }
+}
+
+Result<void> writeAll(int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written =
+        uninterrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
+    if (written == -1) return lastSystemFailure();
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return {};
+}
+
+Result<void> fill(FileDescriptor file, std::string_view bytes, Privacy privacy,
+                  Durability durability) {
+  if (privacy == Privacy::ownerOnly) VT_TRY(modeSet(::fchmod(file.number(), 0600)));
+  VT_TRY(writeAll(file.number(), bytes));
+  if (durability == Durability::flushed) {
+    // Flushing a new file keeps its name too on every file system in common use.
+    VT_TRY(answer(uninterrupted([&] { return ::fsync(file.number()); })));
+  }
+  // Network file systems report a full disk as late as here.
+  return answer(::close(file.release()));
+}
+
+/// What renameat2 does by itself where the file system knows how. A hard link fails when the name
+/// is taken, and a crash between the two steps leaves two whole names; where there are none, an
+/// empty file of our own holds the name until it is renamed over.
+Result<void> moveNewInSteps(const Path& from, const Path& to) {
+  struct stat status{};
+  VT_TRY(answer(::lstat(from.c_str(), &status)));
+  if (S_ISDIR(status.st_mode)) {
+    VT_TRY(answer(::mkdir(to.c_str(), 0700)));
+    if (::rename(from.c_str(), to.c_str()) == 0) return {};
+    const int error = errno;
+    ::rmdir(to.c_str());
+    return systemFailure(error);
+  }
+  if (::link(from.c_str(), to.c_str()) == 0) return answer(::unlink(from.c_str()));
+  if (errno == EEXIST || errno == EXDEV) return lastSystemFailure();
+  VT_TRY(open(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
+  if (::rename(from.c_str(), to.c_str()) == 0) return {};
+  const int error = errno;
+  ::unlink(to.c_str());
+  return systemFailure(error);
+}
+
+std::string attributeName(std::string_view name) { return "user." + std::string(name); }
+
+std::unexpected<Failure> attributeFailure() {
+  if (errno == ENODATA) return failed(FailureKind::notFound, "the file has no such attribute");
+  return lastSystemFailure();
+}
+
+class LinuxFileLock final : public FileLock {
+ public:
+  explicit LinuxFileLock(FileDescriptor file) : file_(std::move(file)) {}
+
+ private:
+  FileDescriptor file_;
+};
+
+}  // namespace
+
+Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) const try {
+  // Without O_NONBLOCK a pipe somebody left under the name would hold us for ever.
+  const FileDescriptor file = VT_TRY(open(path, O_RDONLY | O_NONBLOCK));
+  struct stat status{};
+  VT_TRY(answer(::fstat(file.number(), &status)));
+  if (S_ISDIR(status.st_mode)) return systemFailure(EISDIR);
+  if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
+
+  std::string bytes;
+  // One byte more than expected shows the end of the file in the same call.
+  std::size_t room = static_cast<std::size_t>(status.st_size) + 1;
+  while (true) {
+    if (static_cast<std::uint64_t>(status.st_size) > limit || bytes.size() > limit) {
+      return failed(FailureKind::tooLarge, "the file is too large");
+    }
+    const std::size_t size = bytes.size();
+    ssize_t got = 0;
+    bytes.resize_and_overwrite(size + room, [&](char* data, std::size_t) {
+      got = uninterrupted([&] { return ::read(file.number(), data + size, room); });
+      return size + static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    });
+    if (got == -1) return lastSystemFailure();
+    if (got == 0) return bytes;
+    room = std::max<std::size_t>(room - static_cast<std::size_t>(got), 4096);
+  }
+} catch (const std::bad_alloc&) {
+  return failed(FailureKind::tooLarge, "the file does not fit into memory");
+} catch (const std::length_error&) {
+  return failed(FailureKind::tooLarge, "the file does not fit into memory");
+}
+
+Result<FileStatus> LinuxFiles::status(const Path& path) const {
+  struct stat found{};
+  VT_TRY(answer(::lstat(path.c_str(), &found)));
+  return FileStatus{.type = fileType(found.st_mode),
+                    .size = static_cast<std::uint64_t>(found.st_size),
+                    .modified = static_cast<double>(found.st_mtim.tv_sec) +
+                                static_cast<double>(found.st_mtim.tv_nsec) * 1e-9,
+                    .device = found.st_dev,
+                    .inode = found.st_ino,
+                    .mode = found.st_mode & 07777U,
+                    .owner = found.st_uid};
+}
+
+Result<std::vector<FolderItem>> LinuxFiles::list(const Path& folder) const {
+  std::error_code error;
+  std::vector<FolderItem> items;
+  std::filesystem::directory_iterator item(folder, error);
+  while (!error && item != std::filesystem::directory_iterator()) {
+    std::error_code gone;
+    items.push_back({item->path().filename(), fileType(item->symlink_status(gone).type())});
+    item.increment(error);
+  }
+  if (error) return systemFailure(error.value());
+  return items;
+}
+
+Result<void> LinuxFiles::makeFolder(const Path& folder, Privacy privacy) {
+  const mode_t mode = privacy == Privacy::ownerOnly ? 0700 : 0777;
+  if (::mkdir(folder.c_str(), mode) == 0) {
+    if (privacy == Privacy::byUmask) return {};
+    return modeSet(::chmod(folder.c_str(), mode));
+  }
+  if (errno == EEXIST) {
+    struct stat found{};
+    if (::stat(folder.c_str(), &found) == 0 && S_ISDIR(found.st_mode)) return {};
+    return systemFailure(EEXIST);
+  }
+  const Path above =
+      folder.has_filename() ? folder.parent_path() : folder.parent_path().parent_path();
+  if (errno != ENOENT || above.empty() || above == folder) return lastSystemFailure();
+  VT_TRY(makeFolder(above, privacy));
+  return makeFolder(folder, privacy);
+}
+
+Result<void> LinuxFiles::create(const Path& path, std::string_view bytes, Privacy privacy,
+                                Durability durability) {
+  const mode_t mode = privacy == Privacy::ownerOnly ? 0600 : 0666;
+  FileDescriptor file = VT_TRY(open(path, O_WRONLY | O_CREAT | O_EXCL, mode));
+  auto filled = fill(std::move(file), bytes, privacy, durability);
+  if (!filled) ::unlink(path.c_str());
+  return filled;
+}
+
+Result<void> LinuxFiles::replace(const Path& path, std::string_view bytes, Privacy privacy) {
+  Path staging = path;
+  staging += ".staging";
+  // Left by a run that ended in the middle.
+  ::unlink(staging.c_str());
+  VT_TRY(create(staging, bytes, privacy, Durability::flushed));
+  auto renamed = answer(::rename(staging.c_str(), path.c_str()));
+  if (!renamed) ::unlink(staging.c_str());
+  return renamed;
+}
+
+Result<void> LinuxFiles::moveNew(const Path& from, const Path& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+  if (errno == EINVAL || errno == ENOSYS) return moveNewInSteps(from, to);
+  return lastSystemFailure();
+}
+
+Result<void> LinuxFiles::linkNew(const Path& from, const Path& to) {
+  if (::link(from.c_str(), to.c_str()) == 0) return {};
+  if (errno == EPERM || errno == EMLINK || errno == ENOSYS) return systemFailure(EOPNOTSUPP);
+  return lastSystemFailure();
+}
+
+Result<void> LinuxFiles::remove(const Path& path) {
+  if (::unlink(path.c_str()) == 0) return {};
+  if (errno == EISDIR) return answer(::rmdir(path.c_str()));
+  return lastSystemFailure();
+}
+
+Result<void> LinuxFiles::flushFolder(const Path& folder) {
+  const FileDescriptor file = VT_TRY(open(folder, O_RDONLY | O_DIRECTORY));
+  const int flushed = uninterrupted([&] { return ::fsync(file.number()); });
+  // Some network file systems have nothing to flush for a folder.
+  if (flushed == -1 && errno == EINVAL) return {};
+  return answer(flushed);
+}
+
+Result<std::string> LinuxFiles::attribute(const Path& path, std::string_view name) const {
+  const std::string fullName = attributeName(name);
+  while (true) {
+    const ssize_t size = ::lgetxattr(path.c_str(), fullName.c_str(), nullptr, 0);
+    if (size == -1) return attributeFailure();
+    std::string value(static_cast<std::size_t>(size), '\0');
+    const ssize_t got = ::lgetxattr(path.c_str(), fullName.c_str(), value.data(), value.size());
+    if (got == -1 && errno == ERANGE) continue;  // it grew in between
+    if (got == -1) return attributeFailure();
+    value.resize(static_cast<std::size_t>(got));
+    return value;
+  }
+}
+
+Result<void> LinuxFiles::setAttribute(const Path& path, std::string_view name,
+                                      std::string_view value) {
+  const std::string fullName = attributeName(name);
+  return answer(::lsetxattr(path.c_str(), fullName.c_str(), value.data(), value.size(), 0));
+}
+
+Result<void> LinuxFiles::removeAttribute(const Path& path, std::string_view name) {
+  if (::lremovexattr(path.c_str(), attributeName(name).c_str()) == -1) return attributeFailure();
+  return {};
+}
+
+Result<std::unique_ptr<FileLock>> LinuxFiles::lock(const Path& path) {
+  FileDescriptor file = VT_TRY(open(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600));
+  if (uninterrupted([&] { return ::flock(file.number(), LOCK_EX | LOCK_NB); }) == -1) {
+    if (errno == EWOULDBLOCK) return failed(FailureKind::busy, "somebody else holds it");
+    if (errno == ENOLCK) return systemFailure(EOPNOTSUPP);
+    return lastSystemFailure();
+  }
+  return std::make_unique<LinuxFileLock>(std::move(file));
+}
+
+}  // namespace vantorel

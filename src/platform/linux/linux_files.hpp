@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// The file system through POSIX calls. Symbolic links among the folders of a path are followed; at
+/// its end they are followed by `read`, `list` and `makeFolder` alone, so that nothing is ever
+/// written, linked or marked through a link somebody left in a folder.
+class LinuxFiles final : public Files {
+ public:
+  Result<std::string> read(const Path& path, std::uint64_t limit = UINT64_MAX) const override;
+  Result<FileStatus> status(const Path& path) const override;
+  Result<std::vector<FolderItem>> list(const Path& folder) const override;
+  Result<void> makeFolder(const Path& folder, Privacy privacy) override;
+  Result<void> create(const Path& path, std::string_view bytes, Privacy privacy,
+                      Durability durability) override;
+  Result<void> replace(const Path& path, std::string_view bytes, Privacy privacy) override;
+  Result<void> moveNew(const Path& from, const Path& to) override;
+  Result<void> linkNew(const Path& from, const Path& to) override;
+  Result<void> remove(const Path& path) override;
+  Result<void> flushFolder(const Path& folder) override;
+  Result<std::string> attribute(const Path& path, std::string_view name) const override;
+  Result<void> setAttribute(const Path& path, std::string_view name,
+                            std::string_view value) override;
+  Result<void> removeAttribute(const Path& path, std::string_view name) override;
+  Result<std::unique_ptr<FileLock>> lock(const Path& path) override;
+};
+
+}  // namespace vantorel

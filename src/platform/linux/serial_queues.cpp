@@ -1,0 +1,30 @@
+#include "platform/linux/serial_queues.hpp"
+
+#include "platform/linux/asio_runner.hpp"
+
+namespace vantorel {
+
+SerialQueues::SerialQueues() : gate_(std::make_shared<AsioGate>()) {
+  for (int thread = 0; thread < 2; ++thread) {
+    threads_.emplace_back([&context = gate_->context()] {
+      const auto work =
+          asio::require(context.get_executor(), asio::execution::outstanding_work.tracked);
+      context.run();
+    });
+  }
+}
+
+SerialQueues::~SerialQueues() {
+  gate_->context().stop();
+  threads_.clear();
+  gate_->close();
+}
+
+std::shared_ptr<TaskRunner> SerialQueues::queue(const std::string& name) {
+  const std::scoped_lock lock(mutex_);
+  std::shared_ptr<TaskRunner>& found = queues_[name];
+  if (!found) found = std::make_shared<AsioRunner>(gate_);
+  return found;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/task_runner.hpp"
+
+namespace vantorel {
+
+class AsioGate;
+
+/// Named serial queues for work that blocks, all on two threads. Its destructor waits for the tasks
+/// that run and drops those that wait; a runner may outlive it and then drops what it is given.
+class SerialQueues {
+ public:
+  SerialQueues();
+  ~SerialQueues();
+
+  SerialQueues(const SerialQueues&) = delete;
+  SerialQueues& operator=(const SerialQueues&) = delete;
+
+  /// The queue of that name; the same one each time. Any thread.
+  [[nodiscard]] std::shared_ptr<TaskRunner> queue(const std::string& name);
+
+ private:
+  std::shared_ptr<AsioGate> gate_;
+  std::mutex mutex_;
+  std::map<std::string, std::shared_ptr<TaskRunner>> queues_;
+  std::vector<std::jthread> threads_;
+};
+
+}  // namespace vantorel
