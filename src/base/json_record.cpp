@@ -118,6 +118,14 @@ void RecordReader::rest(Object& extra) {
   }
 }
 
+void RecordReader::rest(Extra& extra) {
+  const std::span<Found> all(begin(), count_);
+  if (std::ranges::all_of(all, &Found::taken)) return;
+  Object members;
+  rest(members);
+  extra.set(std::move(members));
+}
+
 void RecordReader::fail(std::string_view key, std::string_view description) {
   if (!succeeded_) return;
   succeeded_ = false;

@@ -15,6 +15,7 @@
 #include "base/json_document.hpp"
 #include "base/json_value.hpp"
 #include "base/json_writer.hpp"
+#include "base/rare.hpp"
 
 // A record is described once, in its .cpp, and both directions come from that description:
 //
@@ -153,6 +154,8 @@ template <class T>
 inline constexpr bool isOptional = false;
 template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
+template <class T>
+inline constexpr bool isOptional<Rare<T>> = true;
 }  // namespace detail
 
 /// The reading half of a description: finds the described keys in one JSON object.
@@ -204,12 +207,23 @@ class RecordReader {
     (rules(member), ...);
   }
 
+  /// As `required`, but the key may be missing.
+  template <class Member>
+  void requiredIfPresent(std::string_view key, Member& member) {
+    if (!succeeded_) return;
+    const Found* const found = take(key);
+    if (found == nullptr || read(found->value, member, problem_)) return;
+    problem_.in(key);
+    succeeded_ = false;
+  }
+
   /// The raw value of `key`, for records that look at it in their own way; null when absent. The
   /// key does not appear in `rest`.
   [[nodiscard]] const Cursor* raw(std::string_view key);
 
   /// Collects every key that no line before has taken.
   void rest(Object& extra);
+  void rest(Extra& extra);
 
   /// Fails the record.
   void fail(std::string_view key, std::string_view description);
@@ -255,6 +269,7 @@ class RecordWriter {
 
   /// Writes the members of `extra` whose keys were not written before.
   void rest(const Object& extra);
+  void rest(const Extra& extra) { rest(extra.members()); }
 
  private:
   template <class Member>

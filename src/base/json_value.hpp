@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -49,6 +50,32 @@ namespace json {
 /// The value of the member called `key`, or null when there is none. The pointer lives as long as
 /// `object` is not changed.
 [[nodiscard]] const JSONValue* find(const Object& object, std::string_view key);
+
+/// The unknown members of a record of which there are very many: one pointer while there are none.
+class Extra {
+ public:
+  Extra() = default;
+  Extra(const Extra& other) : members_(copy(other)) {}
+  Extra(Extra&&) noexcept = default;
+  Extra& operator=(const Extra& other) {
+    members_ = copy(other);
+    return *this;
+  }
+  Extra& operator=(Extra&&) noexcept = default;
+  ~Extra() = default;
+
+  [[nodiscard]] const Object& members() const;
+  void set(Object members);
+
+  bool operator==(const Extra& other) const { return members() == other.members(); }
+
+ private:
+  static std::unique_ptr<Object> copy(const Extra& other) {
+    return other.members_ ? std::make_unique<Object>(*other.members_) : nullptr;
+  }
+
+  std::unique_ptr<Object> members_;
+};
 
 }  // namespace json
 }  // namespace vantorel
