@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "capture/records/display_snapshot.hpp"
-#include "library/records/source_app.hpp"
+#include "capture/records/source_app.hpp"
 #include "platform/window_list.hpp"
 
 namespace vantorel {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/json_record.hpp"
-#include "library/records/source_app.hpp"
+#include "capture/records/source_app.hpp"
 
 namespace vantorel {
 

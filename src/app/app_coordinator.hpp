@@ -1,0 +1,127 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/capture_exclusivity_arbiter.hpp"
+#include "app/capture_rewrite_activity.hpp"
+#include "app/pending_archive_work.hpp"
+#include "app/screen_permission_flow.hpp"
+#include "app/shortcut_registry.hpp"
+#include "app/status_menu.hpp"
+#include "app/still_capture_command.hpp"
+#include "app/surface_registry.hpp"
+#include "app/termination_handshake.hpp"
+#include "capture/staged_capture_recovery.hpp"
+#include "capture/still_capture_pipeline.hpp"
+#include "library/history_store.hpp"
+#include "platform/clipboard.hpp"
+#include "settings/settings_store.hpp"
+
+namespace vantorel {
+
+/// Owns every capture surface and turns commands, whatever their source, into work: the same
+/// operation runs for a hot key, the menu, a script and an agent. Lives on the main runner.
+class AppCoordinator {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< for pictures and files; may block
+    std::shared_ptr<const Clock> clock;
+    std::shared_ptr<Files> files;
+    std::shared_ptr<const ImageCodec> codec;
+    ScreenCapture* screen = nullptr;
+    WindowList* windows = nullptr;
+    Alerts* alerts = nullptr;
+    HistoryStore* store = nullptr;
+    SettingsStore* settings = nullptr;
+    Path stagedCaptures;     ///< folder
+    Path redactedOriginals;  ///< folder
+    Path defaultCaptures;    ///< folder for captures when the chosen one cannot be used
+
+    // What only a run with windows has; null or empty otherwise.
+    HotKeys* hotKeys = nullptr;
+    Clipboard* clipboard = nullptr;
+    std::shared_ptr<CountdownPanel> countdown;  ///< never null
+    std::shared_ptr<DesktopCoverWindows> desktopCover;
+    std::function<SelectionOverlay*()> overlay;
+    std::function<void(bool visible)> showStatusItem;
+    std::function<void()> statusMenuChanged;
+
+    std::function<bool()> relaunch;
+    std::function<void()> terminate;  ///< ends the main loop; everything is on disk by then
+  };
+
+  explicit AppCoordinator(Services services);
+  ~AppCoordinator();
+
+  /// Takes a still. Refused while the arbiter says so.
+  void capture(StillCaptureCommand command, StillCapturePipeline::Finished finished);
+
+  /// Calls off the capture that waits for the user.
+  void cancelCapture() { stills_->cancel(); }
+
+  /// Takes a still for an agent; see `StillCapturePipeline::captureForRemote`.
+  void captureForRemote(CaptureMode mode,
+                        std::function<void(const ScreenshotEntry&)> onFiled,
+                        std::move_only_function<void(StillCapturePipeline::Grabbed)> capturing,
+                        StillCapturePipeline::Finished finished);
+
+  /// Files what an earlier run left staged.
+  void recoverStagedCaptures(std::function<void(int filed)> done);
+
+  /// What a run in the tray does at the start: hot keys, the icon, what the last quit lost.
+  void startResident();
+
+  /// The tray menu as it is now.
+  [[nodiscard]] std::vector<StatusMenuItem> statusMenu();
+
+  /// Quits when everything is filed.
+  void quit() { termination_.request(); }
+  [[nodiscard]] bool isQuitting() const { return termination_.isInProgress(); }
+
+  [[nodiscard]] CaptureExclusivityArbiter& arbiter() { return arbiter_; }
+  [[nodiscard]] PendingArchiveWork& pendingArchiveWork() { return pendingWork_; }
+  [[nodiscard]] CaptureRewriteActivity& rewrites() { return rewrites_; }
+  [[nodiscard]] SurfaceRegistry& surfaces() { return surfaces_; }
+  [[nodiscard]] TerminationHandshake& termination() { return termination_; }
+
+ private:
+  [[nodiscard]] std::optional<CaptureRefusal> refusal() const;
+  void withPermission(StillCapturePipeline::Finished finished,
+                      std::move_only_function<void(StillCapturePipeline::Finished)> go);
+  void captureFromSurface(StillCaptureCommand command);
+  void report(const CaptureReply& reply, bool timed);
+  void afterCapture(const CaptureOutcome::Saved& saved);
+  void copyToClipboard(const ScreenshotEntry& entry);
+  void copyRecent(int number);
+  void bindHotKeys();
+  void bind(ShortcutID id);
+  [[nodiscard]] std::optional<HotKeySpec> bindingOf(ShortcutID id) const;
+  [[nodiscard]] std::function<void()> actionOf(ShortcutID id);
+  void terminateWhenSaved();
+  void tellUnfinishedAtLastQuit();
+
+  Services services_;
+  bool quitSaving_ = false;
+  PendingArchiveWork pendingWork_;
+  CaptureRewriteActivity rewrites_;
+  SurfaceRegistry surfaces_;
+  TerminationHandshake termination_;
+  CaptureExclusivityArbiter arbiter_;
+  ScreenPermissionFlow permission_;
+  std::unique_ptr<ShortcutRegistry> shortcuts_;
+  PreviousAreaMonitor previousArea_;
+  std::shared_ptr<StagingFolder> staging_;
+  std::unique_ptr<StillCaptureFiling> filing_;
+  std::unique_ptr<TimedCaptureController> countdown_;
+  std::unique_ptr<StillCapturePipeline> stills_;
+  std::unique_ptr<StagedCaptureRecovery> recovery_;
+  Observation settingsObservation_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

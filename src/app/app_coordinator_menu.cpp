@@ -1,0 +1,122 @@
+#include <algorithm>
+
+#include "app/app_coordinator.hpp"
+#include "app/hot_key_text.hpp"
+
+namespace vantorel {
+namespace {
+
+StatusMenuItem separator() { return {.kind = StatusMenuItem::Kind::separator}; }
+
+StatusMenuItem action(std::string label, std::function<void()> perform) {
+  StatusMenuItem item{.label = std::move(label)};
+  item.isEnabled = perform != nullptr;
+  item.perform = std::move(perform);
+  return item;
+}
+
+/// A line whose work is not there yet: shown, so that the menu's shape is learnt once, but dead.
+StatusMenuItem later(std::string label) { return action(std::move(label), nullptr); }
+
+StatusMenuItem submenu(std::string label, std::vector<StatusMenuItem> items) {
+  StatusMenuItem item{.kind = StatusMenuItem::Kind::submenu, .label = std::move(label)};
+  item.items = std::move(items);
+  return item;
+}
+
+std::string delayLabel(CaptureDelay delay) {
+  if (delay == CaptureDelay::none) return "None";
+  return std::to_string(lengthOf(delay).count()) + " seconds";
+}
+
+}  // namespace
+
+std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
+  using Kind = StillCaptureCommand::Kind;
+  const SettingsValues& settings = services_.settings->values();
+  const auto command = [&](std::string label, ShortcutID id) {
+    StatusMenuItem item = action(std::move(label), actionOf(id));
+    if (const auto spec = bindingOf(id)) item.shortcut = displayText(*spec);
+    return item;
+  };
+
+  StatusMenuItem previous = command("Capture Previous Area", ShortcutID::previousArea);
+  previous.isEnabled = std::holds_alternative<RegionAvailability::Available>(
+      previousArea_.availability().value);
+
+  std::vector<StatusMenuItem> timed;
+  StatusMenuItem last = command(
+      "After " + delayLabel(settings.timedCaptureLastDelaySeconds) + " (last used)",
+      ShortcutID::timedCapture);
+  timed.push_back(std::move(last));
+  timed.push_back(separator());
+  std::vector<StatusMenuItem> delays;
+  for (const auto& entry : enumNames<CaptureDelay>) {
+    const CaptureDelay delay = entry.value;
+    StatusMenuItem choice = action(delayLabel(delay), [this, delay] {
+      services_.settings->set(&SettingsValues::captureDelaySeconds, delay);
+    });
+    choice.isCheckable = true;
+    choice.isChecked = settings.captureDelaySeconds == delay;
+    delays.push_back(std::move(choice));
+    if (delay == CaptureDelay::none) continue;
+    timed.push_back(action("After " + delayLabel(delay), [this, delay] {
+      captureFromSurface({.kind = Kind::area, .delay = delay, .isTimed = true});
+    }));
+  }
+
+  std::vector<StatusMenuItem> filing;
+  const bool isFiling = settings.activeCollectionID.has_value();
+  for (const auto& collection : services_.store->collections()) {
+    const std::string id = collection->id;
+    StatusMenuItem choice = action(collection->name, [this, id] {
+      services_.settings->set(&SettingsValues::activeCollectionID, std::optional(id));
+    });
+    choice.isCheckable = true;
+    choice.isChecked = settings.activeCollectionID == id;
+    filing.push_back(std::move(choice));
+  }
+  if (!filing.empty()) filing.push_back(separator());
+  filing.push_back(later("New Collection…"));
+  StatusMenuItem stop = action("Stop Filing", [this] {
+    services_.settings->set(&SettingsValues::activeCollectionID, std::nullopt);
+  });
+  stop.isEnabled = isFiling;
+  filing.push_back(std::move(stop));
+
+  std::vector<StatusMenuItem> menu;
+  menu.push_back(command("Capture Area", ShortcutID::capture));
+  menu.push_back(std::move(previous));
+  menu.push_back(command("Capture Window", ShortcutID::window));
+  menu.push_back(command("Capture Main Display", ShortcutID::fullscreen));
+  menu.push_back(submenu("Capture with Self-Timer", std::move(timed)));
+  menu.push_back(submenu("Capture Delay", std::move(delays)));
+  menu.push_back(later("Capture Text"));
+  menu.push_back(later("Scrolling Capture"));
+  menu.push_back(later("Side-by-Side Comparison"));
+  menu.push_back(later("Cancel Comparison"));
+  menu.push_back(separator());
+  menu.push_back(later("Record Screen"));
+  menu.push_back(later("Pause Recording"));
+  menu.push_back(later("Zoom"));
+  menu.push_back(later("Show Recording Controls"));
+  menu.push_back(separator());
+  menu.push_back(later("Open History"));
+  menu.push_back(later("Open Clipboard Image"));
+  menu.push_back(later("Open Images…"));
+  menu.push_back(submenu("File into Collection", std::move(filing)));
+  menu.push_back(later("Undo Recent Delete"));
+  menu.push_back(separator());
+  menu.push_back(later("Allow Assistant's Request"));
+  menu.push_back(later("Deny Assistant's Request"));
+  menu.push_back(separator());
+  menu.push_back(later("Settings…"));
+  menu.push_back(later("Help"));
+  menu.push_back(later("Keyboard Card"));
+  menu.push_back(later("Check for Updates…"));
+  menu.push_back(separator());
+  menu.push_back(action("Quit Vantorel", [this] { quit(); }));
+  return menu;
+}
+
+}  // namespace vantorel

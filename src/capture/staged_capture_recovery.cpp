@@ -1,0 +1,70 @@
+#include "capture/staged_capture_recovery.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/log.hpp"
+
+namespace vantorel {
+
+void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> done) {
+  if (!services_.store->indexWasReadFromDisk()) {
+    logWarning("Staging",
+               "staged-capture sweep skipped: the History index did not load this run, so every "
+               "capture filed from the staging folder would read as stranded");
+    done(0);
+    return;
+  }
+  if (services_.staging->folder() == services_.redactedOriginals) {
+    logError("Staging",
+             "staged-capture sweep refused: it was pointed at Redacted Originals, whose files are "
+             "never staged captures");
+    done(0);
+    return;
+  }
+  done_ = std::move(done);
+  services_.work->post([staging = services_.staging, main = services_.main,
+                        found = alive_.guard([this, stagedBefore](
+                                                 Result<std::vector<StagedCapture>>& staged) {
+                          if (!staged) {
+                            logError("Staging", "the staging folder could not be read: {}",
+                                     staged.error().reason);
+                          } else {
+                            waiting_ = std::move(*staged);
+                          }
+                          std::erase_if(waiting_, [&](const StagedCapture& one) {
+                            return one.capturedAt >= stagedBefore ||
+                                   services_.filing->claimedPaths().contains(one.path);
+                          });
+                          for (const StagedCapture& one : waiting_) {
+                            services_.filing->claim(one.path);
+                          }
+                          next();
+                        })]() mutable {
+    staging->removeLeftovers();
+    auto staged = staging->staged();
+    main->post([staged = std::move(staged), found = std::move(found)]() mutable { found(staged); });
+  });
+}
+
+void StagedCaptureRecovery::next() {
+  if (waiting_.empty()) {
+    if (filed_ > 0) logInfo("Staging", "{} capture(s) of an earlier run filed", filed_);
+    if (done_) std::exchange(done_, nullptr)(filed_);
+    return;
+  }
+  StagedCapture staged = std::move(waiting_.front());
+  waiting_.erase(waiting_.begin());
+  services_.filing->file(std::move(staged), {},
+                         alive_.guard([this](Result<CaptureOutcome::Saved> filed) {
+                           if (filed) {
+                             ++filed_;
+                           } else {
+                             logError("Staging", "a staged capture could not be filed: {}",
+                                      filed.error().reason);
+                           }
+                           next();
+                         }));
+}
+
+}  // namespace vantorel

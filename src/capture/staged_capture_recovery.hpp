@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "capture/still_capture_filing.hpp"
+
+namespace vantorel {
+
+/// Files the captures that an earlier run staged but did not get to file. Lives on the main runner.
+class StagedCaptureRecovery {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+    std::shared_ptr<StagingFolder> staging;
+    StillCaptureFiling* filing = nullptr;
+    HistoryStore* store = nullptr;
+    Path redactedOriginals;
+  };
+
+  explicit StagedCaptureRecovery(Services services) : services_(std::move(services)) {}
+
+  /// Files what was staged before `stagedBefore` (seconds since 1970-01-01 UTC) and nobody has
+  /// claimed, oldest first. Does nothing when the library's index did not load: every capture would
+  /// look unfiled then. Answers with the number filed.
+  void sweep(double stagedBefore, std::function<void(int filed)> done);
+
+ private:
+  void next();
+
+  Services services_;
+  std::vector<StagedCapture> waiting_;
+  int filed_ = 0;
+  std::function<void(int)> done_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "app/still_capture_command.hpp"
+#include "base/geometry.hpp"
+#include "capture/records/capture_target.hpp"
+#include "capture/records/export_format.hpp"
+
+namespace vantorel {
+
+/// How a command ends.
+enum class ExitStatus {
+  done = 0,
+  failed = 1,     ///< with a sentence on standard error
+  usage = 2,      ///< the command line makes no sense
+  cancelled = 3,  ///< by the user
+  refused = 4,    ///< another capture or a dialog is running
+};
+
+namespace command {
+
+/// Lives in the tray until it is told to quit.
+struct Run {};
+struct Quit {};
+struct ListDisplays {};
+struct ListWindows {};
+struct Capture {
+  StillCaptureCommand what;
+};
+struct Convert {
+  std::string entryID;
+  ExportFormat format = ExportFormat::png;
+};
+struct Compress {
+  std::string entryID;
+};
+
+}  // namespace command
+
+/// What a command line asks for.
+struct CommandLine {
+  std::optional<std::string> root;  ///< a library and settings of their own
+  bool json = false;
+  std::variant<command::Run, command::Quit, command::ListDisplays, command::ListWindows,
+               command::Capture, command::Convert, command::Compress>
+      command;
+
+  /// True when the command needs a window on this desktop: a selection to make or a countdown to
+  /// see.
+  [[nodiscard]] bool needsWindows() const;
+};
+
+/// A command line that is no command: help, the version, or a mistake.
+struct CommandLineAnswer {
+  ExitStatus status = ExitStatus::done;
+  std::string text;  ///< for standard output when done, else for standard error
+};
+
+/// `arguments` without the program's name.
+[[nodiscard]] std::variant<CommandLine, CommandLineAnswer> parseCommandLine(
+    std::vector<std::string> arguments);
+
+}  // namespace vantorel
