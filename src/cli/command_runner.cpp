@@ -1,0 +1,205 @@
+#include "cli/command_runner.hpp"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "base/json_writer.hpp"
+#include "capture/bounded_run.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::chrono::seconds listBound{5};
+
+template <class Value>
+using Listing = Result<std::vector<Value>>;
+
+ExitStatus statusOf(CaptureRefusal refusal) {
+  switch (refusal) {
+    case CaptureRefusal::captureRunning:
+    case CaptureRefusal::modalDialogUp:
+    case CaptureRefusal::quitting: return ExitStatus::refused;
+    case CaptureRefusal::noPreviousArea:
+    case CaptureRefusal::previousAreaDisplayDisconnected:
+    case CaptureRefusal::previousAreaGeometryChanged:
+    case CaptureRefusal::unknownDisplay:
+    case CaptureRefusal::unknownWindow:
+    case CaptureRefusal::unreadableArea: return ExitStatus::failed;
+  }
+  std::unreachable();
+}
+
+CommandReply failure(std::string sentence) {
+  return {ExitStatus::failed, {}, std::move(sentence) + "\n"};
+}
+
+CommandReply filed(const ScreenshotEntry& entry, bool json) {
+  return {ExitStatus::done, (json ? json::toText(entry) : entry.path) + "\n", {}};
+}
+
+CommandReply replyTo(const CaptureReply& reply, bool json) {
+  if (const auto* refused = std::get_if<CaptureRefusal>(&reply)) {
+    return {statusOf(*refused), {}, sentence(*refused) + "\n"};
+  }
+  const auto& outcome = std::get<CaptureOutcome>(reply).value;
+  if (const auto* failed = std::get_if<CaptureFailure>(&outcome)) return failure(sentence(*failed));
+  const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome);
+  if (saved == nullptr) return {ExitStatus::cancelled, {}, "Cancelled.\n"};
+  CommandReply done = filed(*saved->entry, json);
+  for (const CaptureNote& note : saved->notes) done.error += sentence(note) + "\n";
+  if (!saved->indexFailure.empty()) done.error += saved->indexFailure + "\n";
+  return done;
+}
+
+void writeRect(json::Writer& writer, std::string_view key, const PointRect& rect) {
+  writer.key(key);
+  write(writer, rect);
+}
+
+std::string line(const DisplaySnapshot& display, bool json) {
+  if (!json) {
+    return fmt::format("{}\t{}x{}\tscale {}\tat {},{}\t{}{}\n", display.id,
+                       display.pixelSize.width, display.pixelSize.height, display.scale(),
+                       display.bounds.x, display.bounds.y, display.name,
+                       display.isMain ? " (main)" : "");
+  }
+  json::Writer writer;
+  writer.beginObject();
+  writer.key("id");
+  writer.value(display.id);
+  writer.key("uuid");
+  writer.value(display.uuid);
+  writer.key("name");
+  writer.value(display.name);
+  writeRect(writer, "bounds", display.bounds);
+  writer.key("pixelSize");
+  write(writer, display.pixelSize);
+  writer.key("scale");
+  writer.value(display.scale());
+  writer.key("main");
+  writer.value(display.isMain);
+  writer.endObject();
+  return writer.take() + "\n";
+}
+
+/// A title from outside on one line of a table.
+std::string inOneCell(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+  }
+  return text;
+}
+
+std::string line(const WindowSnapshot& window, bool json) {
+  if (!json) {
+    return fmt::format("{}\t{}x{}\tat {},{}\t{}\t{}{}\n", window.windowID, window.frame.width,
+                       window.frame.height, window.frame.x, window.frame.y,
+                       inOneCell(window.ownerName), inOneCell(window.title),
+                       window.isMinimized ? " (minimised)" : "");
+  }
+  json::Writer writer;
+  writer.beginObject();
+  writer.key("id");
+  writer.value(static_cast<std::int64_t>(window.windowID));
+  writer.key("title");
+  writer.value(window.title);
+  writer.key("application");
+  writer.value(window.ownerName);
+  writer.key("applicationID");
+  writer.value(window.applicationID);
+  writer.key("pid");
+  writer.value(window.ownerPID);
+  writeRect(writer, "frame", window.frame);
+  writer.key("display");
+  writer.value(window.displayID);
+  writer.key("minimised");
+  writer.value(window.isMinimized);
+  writer.endObject();
+  return writer.take() + "\n";
+}
+
+template <class Value>
+CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
+  if (!answer) {
+    return failure(sentence(CaptureFailure{CaptureFailure::Case::screenCaptureDidNotAnswer, {}}));
+  }
+  if (!*answer) {
+    return failure(
+        sentence(CaptureFailure{CaptureFailure::Case::interrupted, answer->error().reason}));
+  }
+  CommandReply reply;
+  for (const Value& value : **answer) reply.output += line(value, json);
+  return reply;
+}
+
+}  // namespace
+
+void CommandRunner::run(const CommandLine& line, Done done) {
+  if (const auto* capturing = std::get_if<command::Capture>(&line.command)) {
+    capture(capturing->what, line.json, std::move(done));
+  } else if (std::holds_alternative<command::ListDisplays>(line.command)) {
+    listDisplays(line.json, std::move(done));
+  } else if (std::holds_alternative<command::ListWindows>(line.command)) {
+    listWindows(line.json, std::move(done));
+  } else if (std::holds_alternative<command::Convert>(line.command) ||
+             std::holds_alternative<command::Compress>(line.command)) {
+    rewrite(line, std::move(done));
+  } else if (std::holds_alternative<command::Quit>(line.command)) {
+    // Answered first: afterwards nobody is left to answer.
+    done({});
+    services_.coordinator->quit();
+  } else {
+    done({ExitStatus::done, {}, "Vantorel is running already.\n"});
+  }
+}
+
+void CommandRunner::capture(const StillCaptureCommand& what, bool json, Done done) {
+  services_.coordinator->capture(
+      what, [json, done = std::move(done)](const CaptureReply& reply) mutable {
+        done(replyTo(reply, json));
+      });
+}
+
+void CommandRunner::listDisplays(bool json, Done done) {
+  runBounded<Listing<DisplaySnapshot>>(
+      services_.main, {listBound, listBound, {}},
+      [screen = services_.screen](auto reply) { screen->displays(std::move(reply)); },
+      [json, done = std::move(done)](std::optional<Listing<DisplaySnapshot>> answer) mutable {
+        done(listing(answer, json));
+      },
+      nullptr);
+}
+
+void CommandRunner::listWindows(bool json, Done done) {
+  runBounded<Listing<WindowSnapshot>>(
+      services_.main, {listBound, listBound, {}},
+      [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
+      [json, done = std::move(done)](std::optional<Listing<WindowSnapshot>> answer) mutable {
+        if (answer && *answer) {
+          std::erase_if(**answer, [](const WindowSnapshot& window) { return window.isOwn; });
+        }
+        done(listing(answer, json));
+      },
+      nullptr);
+}
+
+void CommandRunner::rewrite(const CommandLine& line, Done done) {
+  const auto finished = [json = line.json,
+                         done = std::make_shared<Done>(std::move(done))](RewriteReply reply) {
+    if (!reply) {
+      (*done)(failure(reply.error()));
+      return;
+    }
+    CommandReply said = filed(*reply->entry, json);
+    said.error = reply->remark.empty() ? "" : reply->remark + "\n";
+    (*done)(std::move(said));
+  };
+  if (const auto* convert = std::get_if<command::Convert>(&line.command)) {
+    services_.rewriter->convert(convert->entryID, convert->format, finished);
+  } else {
+    services_.rewriter->compress(std::get<command::Compress>(line.command).entryID, finished);
+  }
+}
+
+}  // namespace vantorel

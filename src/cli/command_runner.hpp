@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "app/app_coordinator.hpp"
+#include "app/capture_rewriter.hpp"
+#include "base/alive.hpp"
+#include "cli/command_line.hpp"
+
+namespace vantorel {
+
+/// What a command leaves behind.
+struct CommandReply {
+  ExitStatus status = ExitStatus::done;
+  std::string output;  ///< for standard output
+  std::string error;   ///< for standard error: sentences, one a line
+};
+
+/// Runs commands, whether typed at this process or sent to it. Lives on the main runner.
+class CommandRunner {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    AppCoordinator* coordinator = nullptr;
+    CaptureRewriter* rewriter = nullptr;
+    HistoryStore* store = nullptr;
+    ScreenCapture* screen = nullptr;
+    WindowList* windows = nullptr;
+  };
+
+  explicit CommandRunner(Services services) : services_(std::move(services)) {}
+
+  using Done = std::move_only_function<void(CommandReply)>;
+
+  /// Calls `done` once, when the work is safe on disk.
+  void run(const CommandLine& line, Done done);
+
+  /// The one who asked went away: a capture that waits for the user is called off.
+  void askerWentAway() { services_.coordinator->cancelCapture(); }
+
+ private:
+  void capture(const StillCaptureCommand& what, bool json, Done done);
+  void listDisplays(bool json, Done done);
+  void listWindows(bool json, Done done);
+  void rewrite(const CommandLine& line, Done done);
+
+  Services services_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/alerts.hpp"
+
+namespace vantorel {
+
+/// Keeps what a user would see; the test presses the buttons. One thread.
+class FakeAlerts final : public Alerts {
+ public:
+  std::optional<Alert> shown;
+  std::vector<std::string> notices;  ///< "title: body"
+
+  /// Presses the button of that label on the dialog that is up; false when there is none.
+  bool press(const std::string& label) {
+    if (!shown) return false;
+    for (std::size_t i = 0; i < shown->buttons.size(); ++i) {
+      if (shown->buttons[i].label != label) continue;
+      shown.reset();
+      std::exchange(answered_, nullptr)(i);
+      return true;
+    }
+    return false;
+  }
+
+  void ask(Alert alert, std::function<void(std::size_t)> answered) override {
+    shown = std::move(alert);
+    answered_ = std::move(answered);
+  }
+  void dismiss() override { shown.reset(); }
+  [[nodiscard]] bool isModalDialogUp() const override { return shown.has_value(); }
+  void notify(std::string title, std::string body) override {
+    notices.push_back(std::move(title) + ": " + std::move(body));
+  }
+
+ private:
+  std::function<void(std::size_t)> answered_;
+};
+
+}  // namespace vantorel
