@@ -78,7 +78,8 @@ void SettingsStore::reload(const Setting& setting) {
 }
 
 void SettingsStore::announce(std::string_view key) {
-  const auto found = std::ranges::find(callbacks, key, &std::pair<std::string_view, Callback>::first);
+  const auto found =
+      std::ranges::find(callbacks, key, &std::pair<std::string_view, Callback>::first);
   if (found != callbacks.end()) {
     if (const std::function<void()> callback = this->*found->second) callback();
   }

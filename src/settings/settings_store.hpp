@@ -31,7 +31,7 @@ class SettingsStore {
   ///
   ///     settings.set(&SettingsValues::playSounds, false);
   template <class T>
-  void set(T SettingsValues::*member, std::type_identity_t<T> value) {
+  void set(T SettingsValues::* member, std::type_identity_t<T> value) {
     SettingsValues changed = values_;
     changed.*member = std::move(value);
     const auto place = static_cast<std::size_t>(reinterpret_cast<const char*>(&(changed.*member)) -
