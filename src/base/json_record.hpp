@@ -31,6 +31,7 @@
 //
 // The order of the lines is the order of the keys. Reading is tolerant:
 //  - `required` fails the record when the key is missing or of another kind;
+//  - `requiredIfPresent` fails it only when the value cannot be read;
 //  - `field` keeps the member's initialiser then. The value of an optional that could not be read
 //    is put into `rest`, so that writing gives it back;
 //  - numbers are clamped to the range of their type;
@@ -265,6 +266,11 @@ class RecordWriter {
     } else {
       put(key, member);
     }
+  }
+
+  template <class Member>
+  void requiredIfPresent(std::string_view key, const Member& member) {
+    put(key, member);
   }
 
   /// Writes the members of `extra` whose keys were not written before.

@@ -31,8 +31,8 @@ class Observers {
   Observation add(Observer observer) {
     const std::uint64_t number = state_->next++;
     state_->all.emplace(number, std::move(observer));
-    return Observation(std::shared_ptr<void>(
-        nullptr, [weak = std::weak_ptr<State>(state_), number](void*) {
+    return Observation(
+        std::shared_ptr<void>(nullptr, [weak = std::weak_ptr<State>(state_), number](void*) {
           if (const auto state = weak.lock()) state->all.erase(number);
         }));
   }

@@ -6,9 +6,9 @@ template <class V, class S>
 void HistoryCollection::describe(V& v, S& collection) {
   v.required("id", collection.id);
   v.required("name", collection.name);
-  v.field("color", collection.color);
+  v.requiredIfPresent("color", collection.color);
   v.field("note", collection.note);
-  v.field("sort", collection.sort);
+  v.requiredIfPresent("sort", collection.sort);
   v.field("order", collection.order);
   v.field("createdAt", collection.createdAt);
   v.rest(collection.extra);

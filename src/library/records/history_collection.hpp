@@ -45,7 +45,7 @@ struct HistoryCollection {
   static void describe(V& v, S& collection);
 };
 
-/// Reading fails without "id" or "name".
+/// Reading fails without "id" or "name", and on a colour or order of sorting that is not known.
 VT_JSON_RECORD_DECLARATION(HistoryCollection);
 
 }  // namespace vantorel

@@ -61,11 +61,7 @@ void ScreenshotEntry::describe(V& v, S& entry) {
   v.field("pixelWidth", entry.pixelWidth);
   v.field("pixelHeight", entry.pixelHeight);
   v.field("isTallCapture", entry.isTallCapture);
-  if constexpr (V::reading) {
-    v.requiredIfPresent("medium", entry.medium);
-  } else {
-    v.required("medium", entry.medium);
-  }
+  v.requiredIfPresent("medium", entry.medium);
   v.field("durationSeconds", entry.durationSeconds);
   v.field("trimmedAt", entry.trimmedAt);
   v.field("editedAt", entry.editedAt);

@@ -1,0 +1,108 @@
+#include "library/entry_caches.hpp"
+
+#include <algorithm>
+#include <set>
+
+namespace vantorel {
+namespace {
+
+bool isNewer(const EntryPointer& a, const EntryPointer& b) { return a->capturedAt > b->capturedAt; }
+
+/// Before all that are not newer: what is added later comes first among equals.
+void insertSorted(EntryList& list, const EntryPointer& entry) {
+  list.insert(std::ranges::lower_bound(list, entry, isNewer), entry);
+}
+
+EntryList::iterator findSorted(EntryList& list, const EntryPointer& entry) {
+  const auto [begin, end] = std::ranges::equal_range(list, entry, isNewer);
+  return std::find(begin, end, entry);
+}
+
+void eraseSorted(EntryList& list, const EntryPointer& entry) {
+  const auto found = findSorted(list, entry);
+  if (found != list.end() && *found == entry) list.erase(found);
+}
+
+/// A collection named twice by an entry counts once.
+std::set<std::string_view> collectionsOf(const EntryPointer& entry) {
+  return {entry->collectionIDs.begin(), entry->collectionIDs.end()};
+}
+
+}  // namespace
+
+void EntryCaches::build(const EntryList& entries) {
+  *this = {};
+  byID_.reserve(entries.size());
+  byPath_.reserve(entries.size());
+  newestFirst_.assign(entries.rbegin(), entries.rend());
+  std::ranges::stable_sort(newestFirst_, isNewer);
+  for (const EntryPointer& entry : newestFirst_) {
+    byID_.emplace(entry->id, entry);
+    byPath_.emplace(entry->path, entry);
+    for (const std::string_view id : collectionsOf(entry)) {
+      CollectionMembership& membership = members_[std::string(id)];
+      membership.entries.push_back(entry);
+      if (entry->starred) ++membership.starredCount;
+    }
+  }
+}
+
+void EntryCaches::add(const EntryPointer& entry) {
+  byID_.emplace(entry->id, entry);
+  byPath_.emplace(entry->path, entry);
+  insertSorted(newestFirst_, entry);
+  for (const std::string_view id : collectionsOf(entry)) {
+    CollectionMembership& membership = members_[std::string(id)];
+    insertSorted(membership.entries, entry);
+    if (entry->starred) ++membership.starredCount;
+  }
+}
+
+void EntryCaches::remove(const EntryPointer& entry) {
+  byID_.erase(entry->id);
+  const auto [begin, end] = byPath_.equal_range(entry->path);
+  const auto path =
+      std::find_if(begin, end, [&](const auto& pair) { return pair.second == entry; });
+  if (path != end) byPath_.erase(path);
+  eraseSorted(newestFirst_, entry);
+  for (const std::string_view id : collectionsOf(entry)) {
+    const auto found = members_.find(id);
+    if (found == members_.end()) continue;
+    eraseSorted(found->second.entries, entry);
+    if (entry->starred) --found->second.starredCount;
+    if (found->second.entries.empty()) members_.erase(found);
+  }
+}
+
+void EntryCaches::replace(const EntryPointer& before, const EntryPointer& after) {
+  if (before->capturedAt != after->capturedAt) {
+    remove(before);
+    add(after);
+    return;
+  }
+  // In place, so that the order among captures of the same moment stays.
+  const auto place = findSorted(newestFirst_, before);
+  const std::size_t position = static_cast<std::size_t>(place - newestFirst_.begin());
+  remove(before);
+  add(after);
+  eraseSorted(newestFirst_, after);
+  newestFirst_.insert(newestFirst_.begin() + static_cast<std::ptrdiff_t>(position), after);
+}
+
+EntryPointer EntryCaches::byID(std::string_view id) const {
+  const auto found = byID_.find(id);
+  return found == byID_.end() ? nullptr : found->second;
+}
+
+EntryPointer EntryCaches::byPath(std::string_view path) const {
+  const auto found = byPath_.find(path);
+  return found == byPath_.end() ? nullptr : found->second;
+}
+
+const CollectionMembership& EntryCaches::membersOf(std::string_view collectionID) const {
+  static const CollectionMembership none;
+  const auto found = members_.find(collectionID);
+  return found == members_.end() ? none : found->second;
+}
+
+}  // namespace vantorel

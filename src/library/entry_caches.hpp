@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "library/records/screenshot_entry.hpp"
+
+namespace vantorel {
+
+/// The members of a collection, newest first, and how many of them are starred.
+struct CollectionMembership {
+  EntryList entries;
+  std::size_t starredCount = 0;
+};
+
+/// Answers who has an id or a path, who is newest and who belongs where, without looking through
+/// the library. Kept in step with the list by its owner, on whose runner it lives.
+class EntryCaches {
+ public:
+  void build(const EntryList& entries);
+  void add(const EntryPointer& entry);
+  void remove(const EntryPointer& entry);
+  void replace(const EntryPointer& before, const EntryPointer& after);
+
+  /// Null when there is none.
+  [[nodiscard]] EntryPointer byID(std::string_view id) const;
+
+  /// An entry whose file it is; null when there is none.
+  [[nodiscard]] EntryPointer byPath(std::string_view path) const;
+
+  /// By capture time, the newest first; of two taken at the same moment the one added later.
+  [[nodiscard]] const EntryList& newestFirst() const { return newestFirst_; }
+
+  [[nodiscard]] const CollectionMembership& membersOf(std::string_view collectionID) const;
+
+ private:
+  std::unordered_map<std::string_view, EntryPointer> byID_;  // keys live in the entries
+  std::unordered_multimap<std::string_view, EntryPointer> byPath_;
+  EntryList newestFirst_;
+  std::map<std::string, CollectionMembership, std::less<>> members_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,122 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "library/history_index_file.hpp"
+#include "library/library_paths.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// What became of reading the index at launch.
+enum class IndexLoad {
+  absent,      ///< there is none yet
+  read,        ///< read; the library is what it says
+  parked,      ///< it made no sense; a copy lies beside it and the library starts empty
+  notParked,   ///< it made no sense and could not be copied: not written this run
+  newer,       ///< made by a newer build: not written this run
+  unreadable,  ///< it could not be read, or is no file of this user: not written this run
+  inUse,       ///< another process has the library: not written this run
+};
+
+/// Whether the index may be written after such a load.
+[[nodiscard]] bool allowsWrites(IndexLoad load);
+
+/// One change of the list, in the order they were made. Positions are those at that moment.
+struct IndexChange {
+  struct Insert {
+    /// Ascending positions, those that the entries have afterwards.
+    std::vector<std::pair<std::size_t, EntryPointer>> entries;
+  };
+  struct Replace {
+    std::size_t position = 0;
+    EntryPointer entry;
+  };
+  struct Remove {
+    std::vector<std::size_t> positions;  ///< ascending
+  };
+  struct Collections {
+    std::vector<HistoryCollection> all;
+  };
+
+  std::variant<Insert, Replace, Remove, Collections> value;
+};
+
+template <class Item>
+void insertAt(std::vector<Item>& list, std::vector<std::pair<std::size_t, Item>> added) {
+  if (added.size() == 1) {
+    const auto place = list.begin() + static_cast<std::ptrdiff_t>(added[0].first);
+    list.insert(place, std::move(added[0].second));
+    return;
+  }
+  std::vector<Item> merged;
+  merged.reserve(list.size() + added.size());
+  auto old = list.begin();
+  for (auto& [position, item] : added) {
+    while (merged.size() < position && old != list.end()) merged.push_back(std::move(*old++));
+    merged.push_back(std::move(item));
+  }
+  merged.insert(merged.end(), std::make_move_iterator(old), std::make_move_iterator(list.end()));
+  list = std::move(merged);
+}
+
+template <class Item>
+void removeAt(std::vector<Item>& list, const std::vector<std::size_t>& positions) {
+  auto next = positions.begin();
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    if (next != positions.end() && *next == i) {
+      ++next;
+      continue;
+    }
+    if (kept != i) list[kept] = std::move(list[i]);
+    ++kept;
+  }
+  list.resize(kept);
+}
+
+/// The index on disk. Keeps the library as the index has it, follows changes and writes. Blocks:
+/// lives on the persist runner.
+class IndexStorage {
+ public:
+  /// `userID` is the user this process runs as.
+  IndexStorage(Files& files, LibraryPaths paths, std::uint32_t userID);
+  ~IndexStorage();
+
+  struct Loaded {
+    IndexLoad load = IndexLoad::absent;
+    EntryList entries;
+    std::vector<HistoryCollection> collections;
+    std::size_t unreadCount = 0;  ///< items kept for a build that can read them
+    bool changedByReading = false;
+  };
+
+  /// Takes the library's lock. `busy` when another process has it.
+  [[nodiscard]] Result<void> takeLock();
+
+  /// Reads the index, or says why not. Logs what the user's support would ask for.
+  [[nodiscard]] Loaded load();
+
+  void apply(std::vector<IndexChange> changes);
+
+  /// Writes the whole index in one step; readers see the old or the new one.
+  [[nodiscard]] Result<void> write();
+
+ private:
+  [[nodiscard]] IndexLoad park(const std::string& text);
+
+  Files& files_;
+  LibraryPaths paths_;
+  std::uint32_t userID_;
+  std::unique_ptr<FileLock> lock_;
+  HistoryIndexFile file_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,134 @@
+#include "library/index_writer.hpp"
+
+#include <algorithm>
+#include <chrono>
+
+#include "base/log.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr auto persistDebounce = std::chrono::milliseconds(250);
+
+/// Changes that never pause are written this often all the same.
+constexpr auto longestDebounce = std::chrono::seconds(2);
+
+}  // namespace
+
+IndexWriter::IndexWriter(const Clock& clock, std::shared_ptr<TaskRunner> main,
+                         std::shared_ptr<TaskRunner> persist, std::shared_ptr<IndexStorage> storage)
+    : clock_(clock),
+      main_(std::move(main)),
+      persist_(std::move(persist)),
+      storage_(std::move(storage)) {}
+
+void IndexWriter::opened(IndexLoad load) { load_ = load; }
+
+std::optional<std::string> IndexWriter::refusal() const {
+  if (!load_) return "the index hasn't finished loading";
+  if (!allowsWrites(*load_)) return "the index can't be written this run";
+  return std::nullopt;
+}
+
+void IndexWriter::changed(IndexChange change) {
+  ++writeSequence_;
+  if (refusal()) return;
+  pending_.push_back(std::move(change));
+  schedule();
+}
+
+void IndexWriter::schedule() {
+  const std::chrono::nanoseconds now = clock_.monotonic();
+  if (!unwritten_) unwrittenSince_ = now;
+  unwritten_ = true;
+  if (now - unwrittenSince_ >= longestDebounce) return;  // what is scheduled stays scheduled
+  debounce_.renew();
+  main_->postAfter(persistDebounce, debounce_.guard([this] {
+    if (inFlight_) {
+      again_ = true;
+    } else {
+      start();
+    }
+  }));
+}
+
+void IndexWriter::writeNow(Done done) {
+  if (const auto reason = refusal()) {
+    main_->post(alive_.guard([done = std::move(done), reason = *reason]() mutable {
+      done(failed(FailureKind::denied, reason));
+    }));
+    return;
+  }
+  if (!unwritten_ && !inFlight_) {
+    main_->post(alive_.guard([done = std::move(done)]() mutable { done({}); }));
+    return;
+  }
+  waiters_.push_back({writeSequence_, std::move(done)});
+  if (!unwritten_) return;  // the write in flight has everything
+  if (inFlight_) {
+    again_ = true;
+  } else {
+    start();
+  }
+}
+
+void IndexWriter::start() {
+  if (!unwritten_ || refusal()) return;
+  debounce_.renew();
+  unwritten_ = false;
+  inFlight_ = true;
+  persist_->post([storage = storage_, main = main_, changes = std::exchange(pending_, {}),
+                  sequence = writeSequence_,
+                  reply = alive_.guard([this](std::uint64_t number, Result<void>& result) {
+                    landed(number, std::move(result));
+                  })]() mutable {
+    storage->apply(std::move(changes));
+    Result<void> result = storage->write();
+    main->post([reply = std::move(reply), sequence, result = std::move(result)]() mutable {
+      reply(sequence, result);
+    });
+  });
+}
+
+void IndexWriter::landed(std::uint64_t sequence, Result<void> result) {
+  inFlight_ = false;
+  if (result) {
+    landedSequence_ = sequence;
+    failures_ = 0;
+    saveFailure_.reset();
+  } else {
+    logError("History", "index write failed: {}", result.error().reason);
+    saveFailure_ = result.error().reason;
+    ++failures_;
+    unwritten_ = true;  // the storage has the changes; only the file lacks them
+  }
+  const auto rest = std::ranges::stable_partition(
+      waiters_, [&](const Waiter& waiter) { return waiter.sequence > sequence; });
+  std::vector<Waiter> ended(std::make_move_iterator(rest.begin()),
+                            std::make_move_iterator(rest.end()));
+  waiters_.erase(rest.begin(), rest.end());
+  if (std::exchange(again_, false) || !waiters_.empty()) {
+    start();
+  } else if (!result) {
+    retryLater();
+  }
+  for (Waiter& waiter : ended) {
+    if (result) {
+      waiter.done({});
+    } else {
+      waiter.done(
+          failed(result.error().kind, "the index could not be written: " + result.error().reason));
+    }
+  }
+  if (onWritten) onWritten();
+}
+
+// A full disk is emptied, a folder is mounted again: the changes are still in memory.
+void IndexWriter::retryLater() {
+  const auto delay = std::chrono::seconds(std::min(5 << std::min(failures_ - 1, 4), 60));
+  main_->postAfter(delay, debounce_.guard([this] {
+    if (!inFlight_) start();
+  }));
+}
+
+}  // namespace vantorel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+
+namespace vantorel {
+
+/// Where the library keeps its things. Captures themselves lie wherever the user wants them.
+struct LibraryPaths {
+  std::filesystem::path data;    ///< kept: "~/.local/share/vantorel", or below a separate root
+  std::filesystem::path caches;  ///< may be deleted at any time
+
+  [[nodiscard]] std::filesystem::path index() const { return data / "history.json"; }
+  /// Locked by the process that may write the library; holds nothing.
+  [[nodiscard]] std::filesystem::path lock() const { return data / "history.lock"; }
+  [[nodiscard]] std::filesystem::path relocationJournal() const { return data / "relocation.json"; }
+  /// Captures grabbed but not yet filed.
+  [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
+  /// Originals of captures that Smart Redact rewrote.
+  [[nodiscard]] std::filesystem::path redactedOriginals() const {
+    return data / "Redacted Originals";
+  }
+  [[nodiscard]] std::filesystem::path previews() const { return caches / "previews"; }
+  [[nodiscard]] std::filesystem::path waveforms() const { return caches / "waveform"; }
+};
+
+}  // namespace vantorel

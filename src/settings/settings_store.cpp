@@ -1,0 +1,144 @@
+#include "settings/settings_store.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "base/check.hpp"
+#include "base/json_record.hpp"
+
+namespace vantorel {
+namespace {
+
+using Callback = std::function<void()> SettingsStore::*;
+
+constexpr auto callbacks = std::to_array<std::pair<std::string_view, Callback>>({
+    {"captureHotKey", &SettingsStore::onHotKeyChange},
+    {"historyHotKey", &SettingsStore::onHistoryHotKeyChange},
+    {"recordHotKey", &SettingsStore::onRecordHotKeyChange},
+    {"zoomHotKey", &SettingsStore::onZoomHotKeyChange},
+    {"scrollHotKey", &SettingsStore::onScrollHotKeyChange},
+    {"windowHotKey", &SettingsStore::onWindowHotKeyChange},
+    {"fullscreenHotKey", &SettingsStore::onFullscreenHotKeyChange},
+    {"comparisonHotKey", &SettingsStore::onComparisonHotKeyChange},
+    {"timedCaptureHotKey", &SettingsStore::onTimedCaptureHotKeyChange},
+    {"previousAreaHotKey", &SettingsStore::onPreviousAreaHotKeyChange},
+    {"captureTextHotKey", &SettingsStore::onCaptureTextHotKeyChange},
+    {"openClipboardHotKey", &SettingsStore::onOpenClipboardHotKeyChange},
+    {"radialMenuHotKey", &SettingsStore::onRadialMenuHotKeyChange},
+    {"recordInStudioHotKey", &SettingsStore::onRecordInStudioHotKeyChange},
+    {"copyRecentHotKey", &SettingsStore::onCopyRecentHotKeyChange},
+    {"showMenuBarIcon", &SettingsStore::onShowMenuBarIconChange},
+    {"activeCollectionID", &SettingsStore::onActiveCollectionChange},
+    {"mcpEnabled", &SettingsStore::onMCPSettingsChange},
+    {"mcpPort", &SettingsStore::onMCPSettingsChange},
+});
+
+std::unexpected<Failure> unknownKey(std::string_view key) {
+  return failed(FailureKind::notFound, fmt::format("there is no setting called \"{}\"", key));
+}
+
+}  // namespace
+
+SettingsStore::SettingsStore(DefaultsStore& store, SettingsValues defaults)
+    : store_(store), defaults_(std::move(defaults)), values_(defaults_) {
+  for (const Setting& setting : settingsTable()) {
+    setting.load(store_.value(setting.key), defaults_, values_);
+  }
+  store_.onOutsideChange(alive_.guard([this](std::string_view key) {
+    if (const Setting* const setting = findSetting(key)) reload(*setting);
+  }));
+}
+
+const Setting& SettingsStore::settingAt(std::size_t place) {
+  const auto& table = settingsTable();
+  const auto found = std::ranges::find(table, place, &Setting::place);
+  VT_CHECK(found != table.end());
+  return *found;
+}
+
+void SettingsStore::put(const Setting& setting, const SettingsValues& changed) {
+  const std::optional<JSONValue> before = setting.store(values_);
+  const std::optional<JSONValue> wanted = setting.store(changed);
+  if (before == wanted) return;
+  setting.load(wanted, defaults_, values_);
+  const std::optional<JSONValue> now = setting.store(values_);
+  if (now) {
+    store_.set(setting.key, *now);
+  } else {
+    store_.remove(setting.key);
+  }
+  if (now != before) announce(setting.key);
+}
+
+void SettingsStore::reload(const Setting& setting) {
+  const std::optional<JSONValue> before = setting.store(values_);
+  setting.load(store_.value(setting.key), defaults_, values_);
+  if (setting.store(values_) != before) announce(setting.key);
+}
+
+void SettingsStore::announce(std::string_view key) {
+  const auto found =
+      std::ranges::find(callbacks, key, &std::pair<std::string_view, Callback>::first);
+  if (found != callbacks.end()) {
+    if (const std::function<void()> callback = this->*found->second) callback();
+  }
+  observers_.tell(key);
+}
+
+Result<JSONValue> SettingsStore::get(std::string_view key) const {
+  const Setting* const setting = findSetting(key);
+  if (setting == nullptr) return unknownKey(key);
+  return setting->store(values_).value_or(JSONValue{nullptr});
+}
+
+JSONValue SettingsStore::defaultOf(const Setting& setting) const {
+  return setting.store(defaults_).value_or(JSONValue{nullptr});
+}
+
+Result<void> SettingsStore::setFromText(std::string_view key, std::string_view text) {
+  const Setting* const setting = findSetting(key);
+  if (setting == nullptr) return unknownKey(key);
+  return setFromValue(key, setting->parse(text));
+}
+
+Result<void> SettingsStore::setFromValue(std::string_view key, const JSONValue& value) {
+  const Setting* const setting = findSetting(key);
+  if (setting == nullptr) return unknownKey(key);
+  if (!setting->accepts(value)) {
+    return failed(FailureKind::malformed, fmt::format("{} must be {}", key, setting->allowed));
+  }
+  SettingsValues changed = values_;
+  setting->load(value, defaults_, changed);
+  put(*setting, changed);
+  return {};
+}
+
+Result<void> SettingsStore::reset(std::string_view key) {
+  const Setting* const setting = findSetting(key);
+  if (setting == nullptr) return unknownKey(key);
+  store_.remove(setting->key);
+  reload(*setting);
+  return {};
+}
+
+void SettingsStore::resetAll() {
+  for (const Setting& setting : settingsTable()) {
+    if (!setting.resets) continue;
+    store_.remove(setting.key);
+    reload(setting);
+  }
+  if (switchOffStartAtLogin) switchOffStartAtLogin();
+}
+
+std::vector<SettingDescription> describeSettings(const SettingsStore& settings) {
+  std::vector<SettingDescription> all;
+  for (const Setting& setting : settingsTable()) {
+    all.push_back({setting.key, nameOf(setting.group), setting.type, setting.allowed,
+                   setting.store(settings.values()).value_or(JSONValue{nullptr}),
+                   settings.defaultOf(setting)});
+  }
+  return all;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,469 @@
+#include "settings/settings_table.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/json_record.hpp"
+
+namespace vantorel {
+namespace {
+
+using Stored = std::optional<JSONValue>;
+
+template <class T>
+using Member = T SettingsValues::*;
+
+template <class T>
+const T* held(const JSONValue& value) {
+  return std::get_if<T>(&value.value);
+}
+
+std::optional<double> numberOf(const JSONValue& value) {
+  if (const auto* integer = held<std::int64_t>(value)) return static_cast<double>(*integer);
+  if (const auto* number = held<double>(value)) return *number;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> integerOf(const JSONValue& value) {
+  const auto number = numberOf(value);
+  if (!number || *number != std::trunc(*number) || std::abs(*number) > 9e15) return std::nullopt;
+  return static_cast<std::int64_t>(*number);
+}
+
+JSONValue anyText(std::string_view text) {
+  auto value = json::parseValue(std::string(text));
+  return value ? *std::move(value) : JSONValue{std::string(text)};
+}
+
+JSONValue plainText(std::string_view text) { return {std::string(text)}; }
+
+JSONValue flagText(std::string_view text) {
+  for (const auto* const yes : {"true", "on", "yes", "1"}) {
+    if (text == yes) return {true};
+  }
+  for (const auto* const no : {"false", "off", "no", "0"}) {
+    if (text == no) return {false};
+  }
+  return plainText(text);
+}
+
+template <class T>
+std::optional<T> decoded(const JSONValue& value) {
+  if (held<std::nullptr_t>(value) != nullptr) return std::nullopt;
+  auto record = json::fromText<T>(json::toText(value));
+  if (!record) return std::nullopt;
+  return *std::move(record);
+}
+
+template <class T>
+JSONValue encoded(const T& record) {
+  auto value = json::parseValue(json::toText(record));
+  VT_CHECK(value.has_value());
+  return *std::move(value);
+}
+
+bool isColour(std::string_view text) {
+  return text.size() == 7 && text[0] == '#' && std::ranges::all_of(text.substr(1), [](char c) {
+           return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+         });
+}
+
+bool isAbsolutePath(std::string_view text) {
+  return text.starts_with('/') && text.find('\0') == std::string_view::npos;
+}
+
+/// A name a file can begin with: no separators, no control characters, short enough to leave room
+/// for the time and the extension.
+bool isFileNameBase(std::string_view text) {
+  return !text.empty() && text.size() <= 120 && !text.starts_with('.') && text != "~" &&
+         std::ranges::none_of(text, [](char c) { return c == '/' || (c >= 0 && c < ' '); });
+}
+
+bool isAnyText(std::string_view text) { return !text.empty(); }
+
+/// Builds the table, one call a setting.
+class Table {
+ public:
+  std::vector<Setting> rows;
+  SettingGroup group = SettingGroup::capture;
+
+  template <class T>
+  Setting& add(std::string_view key, Member<T> member, std::string type, std::string allowed) {
+    static const SettingsValues probe;
+    Setting row;
+    row.key = key;
+    row.group = group;
+    row.type = std::move(type);
+    row.allowed = std::move(allowed);
+    row.place = static_cast<std::size_t>(reinterpret_cast<const char*>(&(probe.*member)) -
+                                         reinterpret_cast<const char*>(&probe));
+    row.parse = anyText;
+    return rows.emplace_back(std::move(row));
+  }
+
+  /// How a switch is read that is absent or holds something else than a Boolean.
+  enum class Rule { presentOrOn, plain, orDefault };
+
+  Setting& flag(std::string_view key, Member<bool> member, Rule rule) {
+    Setting& row = add(key, member, "true or false", "true or false");
+    row.load = [member, rule](const Stored& stored, const SettingsValues& defaults,
+                              SettingsValues& values) {
+      const bool* const flag = stored ? held<bool>(*stored) : nullptr;
+      if (flag != nullptr) {
+        values.*member = *flag;
+      } else if (rule == Rule::plain) {
+        values.*member = stored && numberOf(*stored).value_or(0) != 0;
+      } else {
+        values.*member = rule == Rule::presentOrOn || defaults.*member;
+      }
+    };
+    row.store = [member](const SettingsValues& values) { return JSONValue{values.*member}; };
+    row.accepts = [](const JSONValue& value) { return held<bool>(value) != nullptr; };
+    row.parse = flagText;
+    return row;
+  }
+
+  template <NamedEnum Enum>
+  void choice(std::string_view key, Member<Enum> member) {
+    Setting& row = add(key, member, "choice", "one of " + allNames<Enum>());
+    const auto read = [](const JSONValue& value) -> std::optional<Enum> {
+      const auto* const name = held<std::string>(value);
+      return name == nullptr ? std::nullopt : enumFromName<Enum>(*name);
+    };
+    row.load = [member, read](const Stored& stored, const SettingsValues& defaults,
+                              SettingsValues& values) {
+      values.*member = (stored ? read(*stored) : std::nullopt).value_or(defaults.*member);
+    };
+    row.store = [member](const SettingsValues& values) {
+      return JSONValue{std::string(nameOf(values.*member))};
+    };
+    row.accepts = [read](const JSONValue& value) { return read(value).has_value(); };
+    row.parse = plainText;
+  }
+
+  /// A choice stored as a number. An absent key reads as 0, which `zero` stands for.
+  template <NamedEnum Enum>
+  void numbered(std::string_view key, Member<Enum> member, Enum zero,
+                Enum (*fromNumber)(std::int64_t), std::int64_t (*toNumber)(Enum)) {
+    std::string numbers;
+    for (const auto& entry : enumNames<Enum>) {
+      numbers += fmt::format("{}{}", numbers.empty() ? "" : ", ", toNumber(entry.value));
+    }
+    Setting& row = add(key, member, "number", "one of " + numbers);
+    row.load = [member, zero, fromNumber](const Stored& stored, const SettingsValues&,
+                                          SettingsValues& values) {
+      const double number = stored ? numberOf(*stored).value_or(0) : 0;
+      const auto whole = static_cast<std::int64_t>(std::clamp(number, -1e6, 1e6));
+      values.*member = whole == 0 ? zero : fromNumber(whole);
+    };
+    row.store = [member, toNumber](const SettingsValues& values) {
+      return JSONValue{toNumber(values.*member)};
+    };
+    row.accepts = [fromNumber, toNumber](const JSONValue& value) {
+      const auto number = integerOf(value);
+      return number && toNumber(fromNumber(*number)) == *number;
+    };
+  }
+
+  /// A whole number. Absent, 0 and what is no number mean the default; others are clamped.
+  void whole(std::string_view key, Member<int> member, int least, int most) {
+    Setting& row =
+        add(key, member, "number", fmt::format("a whole number from {} to {}", least, most));
+    row.load = [member, least, most](const Stored& stored, const SettingsValues& defaults,
+                                     SettingsValues& values) {
+      const double number = stored ? std::trunc(numberOf(*stored).value_or(0)) : 0;
+      values.*member = number == 0 ? defaults.*member
+                                   : static_cast<int>(std::clamp<double>(number, least, most));
+    };
+    row.store = [member](const SettingsValues& values) {
+      return JSONValue{std::int64_t{values.*member}};
+    };
+    row.accepts = [least, most](const JSONValue& value) {
+      const auto number = integerOf(value);
+      return number && *number >= least && *number <= most;
+    };
+  }
+
+  void number(std::string_view key, Member<double> member, double least, double most) {
+    Setting& row = add(key, member, "number", fmt::format("a number from {} to {}", least, most));
+    row.load = [member, least, most](const Stored& stored, const SettingsValues& defaults,
+                                     SettingsValues& values) {
+      const auto found = stored ? numberOf(*stored) : std::nullopt;
+      values.*member = found ? std::clamp(*found, least, most) : defaults.*member;
+    };
+    row.store = [member](const SettingsValues& values) { return JSONValue{values.*member}; };
+    row.accepts = [least, most](const JSONValue& value) {
+      const auto found = numberOf(value);
+      return found && *found >= least && *found <= most;
+    };
+  }
+
+  void text(std::string_view key, Member<std::string> member, bool (*fits)(std::string_view),
+            std::string allowed) {
+    Setting& row = add(key, member, "text", std::move(allowed));
+    row.load = [member, fits](const Stored& stored, const SettingsValues& defaults,
+                              SettingsValues& values) {
+      const auto* const found = stored ? held<std::string>(*stored) : nullptr;
+      values.*member = found != nullptr && fits(*found) ? *found : defaults.*member;
+    };
+    row.store = [member](const SettingsValues& values) { return JSONValue{values.*member}; };
+    row.accepts = [fits](const JSONValue& value) {
+      const auto* const found = held<std::string>(value);
+      return found != nullptr && fits(*found);
+    };
+    row.parse = plainText;
+  }
+
+  Setting& optionalText(std::string_view key, Member<std::optional<std::string>> member,
+                        bool (*fits)(std::string_view), std::string allowed) {
+    Setting& row = add(key, member, "text, optional", std::move(allowed));
+    row.load = [member, fits](const Stored& stored, const SettingsValues&, SettingsValues& values) {
+      const auto* const found = stored ? held<std::string>(*stored) : nullptr;
+      (values.*member).reset();
+      if (found != nullptr && fits(*found)) values.*member = *found;
+    };
+    row.store = [member](const SettingsValues& values) -> Stored {
+      if (!(values.*member)) return std::nullopt;
+      return JSONValue{*(values.*member)};
+    };
+    row.accepts = [fits](const JSONValue& value) {
+      const auto* const found = held<std::string>(value);
+      return found != nullptr && fits(*found);
+    };
+    row.parse = plainText;
+    return row;
+  }
+
+  /// A record, list or map; what cannot be decoded counts as absent.
+  template <class T>
+  Setting& composite(std::string_view key, Member<T> member, std::string allowed) {
+    Setting& row = add(key, member, "JSON", std::move(allowed));
+    row.load = [member](const Stored& stored, const SettingsValues& defaults,
+                        SettingsValues& values) {
+      auto found = stored ? decoded<T>(*stored) : std::nullopt;
+      values.*member = found ? *std::move(found) : defaults.*member;
+    };
+    row.store = [member](const SettingsValues& values) { return encoded(values.*member); };
+    row.accepts = [](const JSONValue& value) { return decoded<T>(value).has_value(); };
+    return row;
+  }
+
+  /// An absent key means the default, null means that the user took the hot key away.
+  void hotKey(std::string_view key, Member<std::optional<HotKeySpec>> member) {
+    Setting& row = add(key, member, "hot key",
+                       "\"none\" or an object with the numbers \"keyCode\" (an X keysym) and "
+                       "\"carbonModifiers\" (256 Super, 512 Shift, 2048 Alt, 4096 Control)");
+    row.load = [member](const Stored& stored, const SettingsValues& defaults,
+                        SettingsValues& values) {
+      const auto found = stored ? decoded<HotKeySpec>(*stored) : std::nullopt;
+      const bool taken = stored && held<std::nullptr_t>(*stored) != nullptr;
+      values.*member = taken ? std::nullopt : found ? found : defaults.*member;
+    };
+    row.store = [member](const SettingsValues& values) {
+      return values.*member ? encoded(*(values.*member)) : JSONValue{nullptr};
+    };
+    row.accepts = [](const JSONValue& value) {
+      return held<std::nullptr_t>(value) != nullptr || decoded<HotKeySpec>(value).has_value();
+    };
+    row.parse = [](std::string_view text) {
+      return text == "none" ? JSONValue{nullptr} : anyText(text);
+    };
+  }
+
+  void rememberedRegion(std::string_view key, Member<std::optional<RememberedRegion>> member) {
+    Setting& row = add(key, member, "JSON, optional",
+                       "an object with \"displayUUID\", \"rect\", \"displayPointSize\" and "
+                       "\"displayPixelSize\"");
+    row.resets = false;
+    row.load = [member](const Stored& stored, const SettingsValues&, SettingsValues& values) {
+      values.*member = stored ? decoded<RememberedRegion>(*stored) : std::nullopt;
+    };
+    row.store = [member](const SettingsValues& values) -> Stored {
+      if (!(values.*member)) return std::nullopt;
+      return encoded(*(values.*member));
+    };
+    row.accepts = [](const JSONValue& value) {
+      return decoded<RememberedRegion>(value).has_value();
+    };
+  }
+
+  /// A set is stored as a list.
+  void textSet(std::string_view key, Member<std::set<std::string>> member) {
+    using List = std::vector<std::string>;
+    Setting& row = add(key, member, "JSON", "a list of texts");
+    row.load = [member](const Stored& stored, const SettingsValues& defaults,
+                        SettingsValues& values) {
+      const auto found = stored ? decoded<List>(*stored) : std::nullopt;
+      values.*member =
+          found ? std::set<std::string>(found->begin(), found->end()) : defaults.*member;
+    };
+    row.store = [member](const SettingsValues& values) {
+      return encoded(List((values.*member).begin(), (values.*member).end()));
+    };
+    row.accepts = [](const JSONValue& value) { return decoded<List>(value).has_value(); };
+  }
+};
+
+std::int64_t secondsOf(CaptureDelay delay) { return lengthOf(delay).count(); }
+std::int64_t retentionNumber(RetentionPolicy policy) { return daysOf(policy); }
+
+// Member and key have the same name, always.
+#define VT_SETTING(name) #name, &SettingsValues::name
+
+void addHotKeys(Table& table) {
+  table.group = SettingGroup::shortcuts;
+  table.hotKey(VT_SETTING(captureHotKey));
+  table.hotKey(VT_SETTING(historyHotKey));
+  table.hotKey(VT_SETTING(recordHotKey));
+  table.hotKey(VT_SETTING(zoomHotKey));
+  table.hotKey(VT_SETTING(scrollHotKey));
+  table.hotKey(VT_SETTING(windowHotKey));
+  table.hotKey(VT_SETTING(fullscreenHotKey));
+  table.hotKey(VT_SETTING(comparisonHotKey));
+  table.hotKey(VT_SETTING(timedCaptureHotKey));
+  table.hotKey(VT_SETTING(previousAreaHotKey));
+  table.hotKey(VT_SETTING(captureTextHotKey));
+  table.hotKey(VT_SETTING(openClipboardHotKey));
+  table.hotKey(VT_SETTING(radialMenuHotKey));
+  table.hotKey(VT_SETTING(recordInStudioHotKey));
+  table.hotKey(VT_SETTING(copyRecentHotKey));
+}
+
+void addCapture(Table& table) {
+  using enum Table::Rule;
+  table.group = SettingGroup::capture;
+  table.rememberedRegion(VT_SETTING(rememberedRegion));
+  table.numbered(VT_SETTING(captureDelaySeconds), CaptureDelay::none, delayOfSeconds, secondsOf);
+  // A timer of no length is none, so 0 is the usual five seconds.
+  table.numbered(VT_SETTING(timedCaptureLastDelaySeconds), CaptureDelay::five, delayOfSeconds,
+                 secondsOf);
+  table.flag(VT_SETTING(copyToClipboardAfterCapture), presentOrOn);
+  table.flag(VT_SETTING(copyToClipboardAfterDone), presentOrOn);
+  table.numbered(VT_SETTING(retentionDays), RetentionPolicy::off, retentionOfDays, retentionNumber);
+  table.flag(VT_SETTING(hideDesktopIconsWhileCapturing), plain);
+  table.choice(VT_SETTING(desktopCoverStyle));
+  table.optionalText(VT_SETTING(desktopCoverImagePath), isAbsolutePath,
+                     "the absolute path of an image");
+  table.text(VT_SETTING(desktopCoverColor), isColour,
+             "a colour: \"#\" and six lower-case hexadecimal digits");
+  table.flag(VT_SETTING(includeWindowShadow), presentOrOn);
+  table.flag(VT_SETTING(showQuickAccessOverlay), presentOrOn);
+  table.choice(VT_SETTING(overlayPosition));
+  table.flag(VT_SETTING(thumbnailAutoDismiss), presentOrOn);
+  table.whole(VT_SETTING(thumbnailIdleSeconds), 2, 120);
+  table.flag(VT_SETTING(openAnnotateAfterCapture), plain);
+  table.flag(VT_SETTING(smartRedactAfterCapture), plain);
+  table.flag(VT_SETTING(smartRedactFaces), plain);
+  table.flag(VT_SETTING(smartRedactPeople), plain);
+  table.choice(VT_SETTING(defaultRedactStyle));
+  table.flag(VT_SETTING(joinCopiedTextLines), presentOrOn);
+  table.flag(VT_SETTING(keepTextClips), presentOrOn);
+  table.flag(VT_SETTING(indexScreenshotText), presentOrOn).resets = false;
+  table.optionalText(VT_SETTING(activeCollectionID), isAnyText, "the id of a collection");
+  table.text(VT_SETTING(storageDirectory), isAbsolutePath, "the absolute path of a folder");
+  table.choice(VT_SETTING(exportFormat));
+  table.number(VT_SETTING(jpegQuality), 0.05, 1);
+  table.text(VT_SETTING(filenameTemplate), isFileNameBase,
+             "a name of at most 120 bytes without \"/\" that does not begin with a point");
+  table.flag(VT_SETTING(cardFormatRow), orDefault);
+  table.flag(VT_SETTING(cardCompress), orDefault);
+  table.flag(VT_SETTING(cardRedact), orDefault);
+  table.flag(VT_SETTING(playSounds), presentOrOn);
+  table.flag(VT_SETTING(showMenuBarIcon), presentOrOn);
+  table.flag(VT_SETTING(checkForBetaUpdates), plain);
+}
+
+void addShelfAndEditor(Table& table) {
+  using enum Table::Rule;
+  table.group = SettingGroup::shelf;
+  table.choice(VT_SETTING(shelfEdge));
+  table.choice(VT_SETTING(shelfHandleVisibility));
+  table.choice(VT_SETTING(shelfOpenTrigger));
+  table.choice(VT_SETTING(shelfTileSize));
+  table.choice(VT_SETTING(shelfClickAction));
+  table.group = SettingGroup::editor;
+  table.composite(VT_SETTING(editorBackground),
+                  "an object with \"fill\", \"paddingPercent\", \"cornerRadius\", \"shadow\" and "
+                  "\"shadowStrength\"");
+  table.flag(VT_SETTING(editorInspectorShown), orDefault);
+  table.textSet(VT_SETTING(editorInspectorFolds));
+  table.composite(VT_SETTING(editorToolStyles), "an object from tool names to styles");
+}
+
+void addRecording(Table& table) {
+  using enum Table::Rule;
+  table.group = SettingGroup::recording;
+  table.flag(VT_SETTING(captureMicrophone), orDefault);
+  table.flag(VT_SETTING(captureSystemAudio), orDefault);
+  table.flag(VT_SETTING(recordingClickHighlight), orDefault);
+  table.flag(VT_SETTING(recordingKeystrokeOverlay), orDefault);
+  table.flag(VT_SETTING(recordsInStudio), orDefault);
+  table.flag(VT_SETTING(studioRecordKeystrokes), orDefault);
+  table.flag(VT_SETTING(studioKeystrokesAllKeys), orDefault);
+  table.flag(VT_SETTING(cameraOverlayEnabled), orDefault);
+  table.flag(VT_SETTING(showRecordingControls), orDefault);
+  table.flag(VT_SETTING(keepNotificationsOutOfRecordings), orDefault);
+  table.whole(VT_SETTING(studioFrameRate), 10, 120);
+  table.choice(VT_SETTING(studioQuality));
+  table.composite(VT_SETTING(studioFavouriteGradients), "a list of texts").resets = false;
+  table.optionalText(VT_SETTING(microphoneDeviceID), isAnyText, "the id of a microphone");
+  table.optionalText(VT_SETTING(microphoneDeviceName), isAnyText, "the name of a microphone");
+  table.optionalText(VT_SETTING(cameraDeviceID), isAnyText, "the id of a camera");
+  table.choice(VT_SETTING(recordingControlsStyle));
+  table.choice(VT_SETTING(cameraBubbleShape));
+  table.composite(VT_SETTING(cameraBubbleStyle),
+                  "an object with \"size\", \"mirrored\" and \"border\"");
+  table.composite(VT_SETTING(cameraBubblePlacement),
+                  "an object with the numbers \"x\" and \"y\" from 0 to 1");
+  table.group = SettingGroup::gif;
+  table.flag(VT_SETTING(gifAskBeforeConverting), orDefault);
+  table.composite(VT_SETTING(gifExportOptions),
+                  "an object with \"size\", \"framesPerSecond\", \"speed\", \"dithering\" and "
+                  "\"loopsForever\"");
+  table.flag(VT_SETTING(gifUseExternalEncoder), orDefault);
+}
+
+void addAgentAndState(Table& table) {
+  using enum Table::Rule;
+  table.group = SettingGroup::agent;
+  table.flag(VT_SETTING(mcpEnabled), orDefault);
+  table.flag(VT_SETTING(mcpAutoStart), orDefault);
+  table.whole(VT_SETTING(mcpPort), 1024, 65535);
+  table.flag(VT_SETTING(mcpAllowRead), orDefault);
+  table.flag(VT_SETTING(mcpAllowCapture), orDefault);
+  table.flag(VT_SETTING(mcpAllowExport), plain);
+  table.choice(VT_SETTING(mcpApprovalMode));
+  table.optionalText(VT_SETTING(mcpExportDirectory), isAbsolutePath,
+                     "the absolute path of a folder");
+  table.group = SettingGroup::state;
+  table.flag(VT_SETTING(hasCompletedOnboarding), plain).resets = false;
+  table.flag(VT_SETTING(hasCapturedSuccessfully), plain).resets = false;
+  table.composite(VT_SETTING(filingUnfinishedAtQuit), "a list of texts").resets = false;
+}
+
+#undef VT_SETTING
+
+}  // namespace
+
+const std::vector<Setting>& settingsTable() {
+  static const std::vector<Setting> table = [] {
+    Table building;
+    addHotKeys(building);
+    addCapture(building);
+    addShelfAndEditor(building);
+    addRecording(building);
+    addAgentAndState(building);
+    return std::move(building.rows);
+  }();
+  return table;
+}
+
+const Setting* findSetting(std::string_view key) {
+  const auto& table = settingsTable();
+  const auto found = std::ranges::find(table, key, &Setting::key);
+  return found == table.end() ? nullptr : &*found;
+}
+
+}  // namespace vantorel
