@@ -1,0 +1,79 @@
+#include "editor/export_gate.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "editor/layer_layout.hpp"
+
+namespace vantorel {
+
+std::string sentence(const ExportBlock& block) {
+  using enum ExportBlock::Kind;
+  switch (block.kind) {
+    case stillLoading: return "Export is blocked: the screenshot is still loading.";
+    case notLoaded: return "Export is blocked: the screenshot couldn't be loaded.";
+    case notBuilt: return "Export is blocked: the layered image couldn't be built.";
+    case layerTooLarge:
+      return "Export is blocked: " + block.layerName + " is too large to build. Hide or remove it.";
+    case layerMissing:
+      return "Export is blocked: " + block.layerName + " is missing. Hide or remove it.";
+    case paddingTooLarge:
+      return "Export is blocked: the background padding would make the image too large. Reduce the "
+             "padding.";
+  }
+  std::unreachable();
+}
+
+double paddingPixels(const BackgroundSpec& background, CanvasSize picture) {
+  if (std::holds_alternative<BackgroundFill::None>(background.fill.value)) return 0;
+  const double percent = std::max(background.paddingPercent, 0.0);
+  return std::round(percent / 100 * std::max(picture.width, picture.height));
+}
+
+PixelRect shownPart(const EditorDocument& document, PixelSize capture) {
+  const CanvasSize canvas = canvasSizeOf(document.canvas, capture);
+  const Box whole{0, 0, canvas.width, canvas.height};
+  Box shown = whole;
+  if (document.crop) {
+    const Box crop = captureToCanvas(document.layers, capture)(*document.crop);
+    const double left = std::round(std::clamp(crop.x, 0.0, whole.w));
+    const double top = std::round(std::clamp(crop.y, 0.0, whole.h));
+    const double right = std::round(std::clamp(crop.right(), 0.0, whole.w));
+    const double bottom = std::round(std::clamp(crop.bottom(), 0.0, whole.h));
+    if (right > left && bottom > top) shown = {left, top, right - left, bottom - top};
+  }
+  constexpr double most = mostPixels;  // no side of a possible picture is longer
+  return {static_cast<int>(std::min(shown.x, most)), static_cast<int>(std::min(shown.y, most)),
+          static_cast<int>(std::min(shown.w, most)), static_cast<int>(std::min(shown.h, most))};
+}
+
+std::optional<ExportBlock> exportBlock(const EditorDocument& document,
+                                       const ExportSituation& situation) {
+  using Kind = ExportBlock::Kind;
+  if (situation.base == BaseImageState::loading) return ExportBlock{Kind::stillLoading, {}};
+  if (situation.base == BaseImageState::failed) return ExportBlock{Kind::notLoaded, {}};
+  const CanvasSize canvas = canvasSizeOf(document.canvas, situation.capture);
+  if (situation.build == LayerBuildState::failed || situation.build == LayerBuildState::building ||
+      !isPossibleSize(canvas.width, canvas.height)) {
+    return ExportBlock{Kind::notBuilt, {}};
+  }
+  const auto firstVisible = [&](const std::vector<std::string>& ids) {
+    return std::ranges::find_if(document.layers, [&](const LayerSpec& layer) {
+      return layer.visible && std::ranges::find(ids, layer.id) != ids.end();
+    });
+  };
+  const auto oversized = firstVisible(situation.oversizedLayerIDs);
+  if (oversized != document.layers.end()) return ExportBlock{Kind::layerTooLarge, oversized->name};
+  const auto missing = firstVisible(situation.missingLayerIDs);
+  if (missing != document.layers.end()) return ExportBlock{Kind::layerMissing, missing->name};
+  const PixelRect shown = shownPart(document, situation.capture);
+  const double padding =
+      paddingPixels(document.background, {double(shown.width), double(shown.height)});
+  if (!isPossibleSize(shown.width + 2 * padding, shown.height + 2 * padding)) {
+    return ExportBlock{Kind::paddingTooLarge, {}};
+  }
+  return std::nullopt;
+}
+
+}  // namespace vantorel
