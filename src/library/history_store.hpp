@@ -139,7 +139,7 @@ class HistoryStore {
 
   /// Writes at once what is not on disk yet. `done` comes when all changes made so far are safe
   /// against a power cut, or with the sentence that says why not. A capture is acknowledged then.
-  void writeNow(Done done) { writer_.writeNow(std::move(done)); }
+  void flush(Done done) { writer_.flush(std::move(done)); }
 
   /// Why the last write failed; nothing once one has landed.
   [[nodiscard]] const std::optional<std::string>& indexSaveFailure() const {

@@ -20,11 +20,11 @@ constexpr const char* index = "/data/history.json";
 class HistoryStoreTest : public testing::Test {
  protected:
   HistoryStoreTest() {
-    before = setLogSink([this](LogLevel, std::string_view, std::string_view text) {
+    formerSink = setLogSink([this](LogLevel, std::string_view, std::string_view text) {
       log += std::string(text) + "\n";
     });
   }
-  ~HistoryStoreTest() override { setLogSink(std::move(before)); }
+  ~HistoryStoreTest() override { setLogSink(std::move(formerSink)); }
 
   HistoryStore& open() {
     store.reset();
@@ -54,10 +54,10 @@ class HistoryStoreTest : public testing::Test {
     return text;
   }
 
-  /// The answer to `writeNow`, once all has run that is due.
+  /// The answer to `flush`, once all has run that is due.
   std::string written() {
     std::string answer = "no answer";
-    store->writeNow([&](Result<void> result) { answer = result ? "" : result.error().reason; });
+    store->flush([&](Result<void> result) { answer = result ? "" : result.error().reason; });
     runners.run();
     return answer;
   }
@@ -67,7 +67,7 @@ class HistoryStoreTest : public testing::Test {
   std::unique_ptr<HistoryStore> store;
   int loads = 0;
   std::string log;
-  LogSink before;
+  LogSink formerSink;
 };
 
 TEST_F(HistoryStoreTest, BurstOfChangesCostsOneWriteAndALaterRunFindsThem) {
@@ -96,10 +96,10 @@ TEST_F(HistoryStoreTest, AcknowledgesOnlyWhatIsOnDisk) {
   EXPECT_EQ(written(), "");
   std::vector<std::string> answers;
   add("a");
-  store->writeNow([&](Result<void> result) { answers.push_back(result ? "a" : "failed"); });
+  store->flush([&](Result<void> result) { answers.push_back(result ? "a" : "failed"); });
   add("b");
   EXPECT_THAT(answers, IsEmpty());
-  store->writeNow([&](Result<void> result) {
+  store->flush([&](Result<void> result) {
     answers.push_back(result ? "b" : "failed");
     EXPECT_THAT(files.text(index), HasSubstr(R"("id":"b")"));
   });

@@ -52,7 +52,7 @@ void IndexWriter::schedule() {
   }));
 }
 
-void IndexWriter::writeNow(Done done) {
+void IndexWriter::flush(Done done) {
   if (const auto reason = refusal()) {
     main_->post(alive_.guard([done = std::move(done), reason = *reason]() mutable {
       done(failed(FailureKind::denied, reason));

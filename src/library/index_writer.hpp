@@ -41,7 +41,7 @@ class IndexWriter {
 
   /// Writes what is not on disk yet, at once. `done` comes on the main runner when the changes made
   /// so far are safe against a power cut, or with the reason why they are not.
-  void writeNow(Done done);
+  void flush(Done done);
 
   /// The number of changes so far, and of those on disk.
   [[nodiscard]] std::uint64_t writeSequence() const { return writeSequence_; }
