@@ -140,8 +140,7 @@ void AppCoordinator::withPermission(
   auto waiting = std::make_shared<Waiting>(Waiting{std::move(finished), std::move(go)});
   permission_.preflight(alive_.guard([this, waiting](bool granted) {
     if (!granted) {
-      waiting->finished(
-          CaptureOutcome{CaptureFailure{CaptureFailure::Case::permissionDenied, {}}});
+      waiting->finished(CaptureOutcome{CaptureFailure{CaptureFailure::Case::permissionDenied, {}}});
       return;
     }
     // Another command may have been faster while the desktop was asked.
@@ -153,33 +152,30 @@ void AppCoordinator::withPermission(
   }));
 }
 
-void AppCoordinator::capture(StillCaptureCommand command,
-                             StillCapturePipeline::Finished finished) {
+void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::Finished finished) {
   const SettingsValues& settings = services_.settings->values();
-  const CaptureDelay usual = command.isTimed ? settings.timedCaptureLastDelaySeconds
-                                             : settings.captureDelaySeconds;
+  const CaptureDelay usual =
+      command.isTimed ? settings.timedCaptureLastDelaySeconds : settings.captureDelaySeconds;
   const CaptureDelay delay = command.delay.value_or(usual);
   if (command.isTimed) {
     services_.settings->set(&SettingsValues::timedCaptureLastDelaySeconds, delay);
   }
-  withPermission(std::move(finished),
-                 [this, command = std::move(command),
-                  delay](StillCapturePipeline::Finished permitted) mutable {
-                   auto done = [this, permitted = std::move(permitted)](CaptureReply reply) mutable {
-                     if (const auto* outcome = std::get_if<CaptureOutcome>(&reply)) {
-                       if (const auto* saved =
-                               std::get_if<CaptureOutcome::Saved>(&outcome->value)) {
-                         afterCapture(*saved);
-                       }
-                     }
-                     permitted(std::move(reply));
-                   };
-                   if (command.kind == StillCaptureCommand::Kind::previous) {
-                     stills_->capturePreviousArea(delay, std::move(done));
-                   } else {
-                     stills_->capture(requestFor(command, delay), std::move(done));
-                   }
-                 });
+  withPermission(std::move(finished), [this, command = std::move(command),
+                                       delay](StillCapturePipeline::Finished permitted) mutable {
+    auto done = [this, permitted = std::move(permitted)](CaptureReply reply) mutable {
+      if (const auto* outcome = std::get_if<CaptureOutcome>(&reply)) {
+        if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome->value)) {
+          afterCapture(*saved);
+        }
+      }
+      permitted(std::move(reply));
+    };
+    if (command.kind == StillCaptureCommand::Kind::previous) {
+      stills_->capturePreviousArea(delay, std::move(done));
+    } else {
+      stills_->capture(requestFor(command, delay), std::move(done));
+    }
+  });
 }
 
 void AppCoordinator::captureForRemote(
@@ -234,30 +230,29 @@ void AppCoordinator::afterCapture(const CaptureOutcome::Saved& saved) {
 
 void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry) {
   if (services_.clipboard == nullptr) return;
-  services_.work->post([files = services_.files, codec = services_.codec, path = entry.path,
-                        scale = entry.captureScale.value_or(1), main = services_.main,
-                        done = alive_.guard([this](Result<std::string>& png) {
-                          const auto told = [this](const Result<void>& set) {
-                            if (set) return;
-                            logWarning("Clipboard", "{}", set.error().reason);
-                            services_.alerts->notify("Copy failed",
-                                                     "the clipboard wouldn't take the image");
-                          };
-                          if (!png) {
-                            services_.alerts->notify("Copy failed",
-                                                     "the screenshot couldn't be read");
-                            return;
-                          }
-                          services_.clipboard->setImage(std::move(*png), alive_.guard(told));
-                        })]() mutable {
-    Result<std::string> png = [&]() -> Result<std::string> {
-      std::string bytes = VT_TRY(files->read(path));
-      if (Path(path).extension() == ".png") return bytes;
-      const Image image = VT_TRY(codec->decode(bytes));
-      return codec->encode(image, {.format = ExportFormat::png, .pixelsPerPoint = scale});
-    }();
-    main->post([png = std::move(png), done = std::move(done)]() mutable { done(png); });
-  });
+  services_.work->post(
+      [files = services_.files, codec = services_.codec, path = entry.path,
+       scale = entry.captureScale.value_or(1), main = services_.main,
+       done = alive_.guard([this](Result<std::string>& png) {
+         const auto told = [this](const Result<void>& set) {
+           if (set) return;
+           logWarning("Clipboard", "{}", set.error().reason);
+           services_.alerts->notify("Copy failed", "the clipboard wouldn't take the image");
+         };
+         if (!png) {
+           services_.alerts->notify("Copy failed", "the screenshot couldn't be read");
+           return;
+         }
+         services_.clipboard->setImage(std::move(*png), alive_.guard(told));
+       })]() mutable {
+        Result<std::string> png = [&]() -> Result<std::string> {
+          std::string bytes = VT_TRY(files->read(path));
+          if (Path(path).extension() == ".png") return bytes;
+          const Image image = VT_TRY(codec->decode(bytes));
+          return codec->encode(image, {.format = ExportFormat::png, .pixelsPerPoint = scale});
+        }();
+        main->post([png = std::move(png), done = std::move(done)]() mutable { done(png); });
+      });
 }
 
 void AppCoordinator::copyRecent(int number) {
@@ -328,8 +323,7 @@ std::function<void()> AppCoordinator::actionOf(ShortcutID id) {
   if (const auto number = recentNumber(id)) return [this, n = *number] { copyRecent(n); };
   switch (id) {
     case ShortcutID::capture: return [this] { captureFromSurface({.kind = Kind::area}); };
-    case ShortcutID::previousArea:
-      return [this] { captureFromSurface({.kind = Kind::previous}); };
+    case ShortcutID::previousArea: return [this] { captureFromSurface({.kind = Kind::previous}); };
     case ShortcutID::fullscreen: return [this] { captureFromSurface({.kind = Kind::display}); };
     case ShortcutID::window: return [this] { captureFromSurface({.kind = Kind::window}); };
     case ShortcutID::timedCapture:
@@ -387,7 +381,8 @@ void AppCoordinator::terminateWhenSaved() {
   if (std::exchange(quitSaving_, true)) return;
   stills_->cancel();
   services_.store->flush(alive_.guard([this](Result<void> saved) {
-    if (!saved) logError("Quit", "the index could not be saved: {}", saved.error().reason);
+    if (!saved && !services_.store->indexRefusal())
+      logError("Quit", "the index could not be saved: {}", saved.error().reason);
     services_.settings->flush(alive_.guard([this](Result<void> stored) {
       if (!stored) {
         logError("Quit", "the settings could not be saved: {}", stored.error().reason);

@@ -65,8 +65,7 @@ class AppCoordinator {
   void cancelCapture() { stills_->cancel(); }
 
   /// Takes a still for an agent; see `StillCapturePipeline::captureForRemote`.
-  void captureForRemote(CaptureMode mode,
-                        std::function<void(const ScreenshotEntry&)> onFiled,
+  void captureForRemote(CaptureMode mode, std::function<void(const ScreenshotEntry&)> onFiled,
                         std::move_only_function<void(StillCapturePipeline::Grabbed)> capturing,
                         StillCapturePipeline::Finished finished);
 

@@ -41,13 +41,13 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   };
 
   StatusMenuItem previous = command("Capture Previous Area", ShortcutID::previousArea);
-  previous.isEnabled = std::holds_alternative<RegionAvailability::Available>(
-      previousArea_.availability().value);
+  previous.isEnabled =
+      std::holds_alternative<RegionAvailability::Available>(previousArea_.availability().value);
 
   std::vector<StatusMenuItem> timed;
-  StatusMenuItem last = command(
-      "After " + delayLabel(settings.timedCaptureLastDelaySeconds) + " (last used)",
-      ShortcutID::timedCapture);
+  StatusMenuItem last =
+      command("After " + delayLabel(settings.timedCaptureLastDelaySeconds) + " (last used)",
+              ShortcutID::timedCapture);
   timed.push_back(std::move(last));
   timed.push_back(separator());
   std::vector<StatusMenuItem> delays;
@@ -68,8 +68,8 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   std::vector<StatusMenuItem> filing;
   const bool isFiling = settings.activeCollectionID.has_value();
   for (const auto& collection : services_.store->collections()) {
-    const std::string id = collection->id;
-    StatusMenuItem choice = action(collection->name, [this, id] {
+    const std::string id = collection.id;
+    StatusMenuItem choice = action(collection.name, [this, id] {
       services_.settings->set(&SettingsValues::activeCollectionID, std::optional(id));
     });
     choice.isCheckable = true;

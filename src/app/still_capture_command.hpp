@@ -12,11 +12,11 @@ struct StillCaptureCommand {
   enum class Kind { display, window, area, previous };
 
   Kind kind = Kind::area;
-  DisplayID display;                 ///< of a display or area capture; empty: the main one
-  std::optional<WindowID> window;    ///< none: the user picks one
-  std::optional<PointRect> rect;     ///< in points from the display's corner; none: the user drags
+  DisplayID display;                  ///< of a display or area capture; empty: the main one
+  std::optional<WindowID> window;     ///< none: the user picks one
+  std::optional<PointRect> rect;      ///< in points from the display's corner; none: the user drags
   std::optional<CaptureDelay> delay;  ///< none: as the settings say
-  bool isTimed = false;              ///< the self-timer's command
+  bool isTimed = false;               ///< the self-timer's command
 };
 
 }  // namespace vantorel

@@ -50,7 +50,10 @@ Result<CaptureFilePlacement::Encoded> CaptureFilePlacement::encode(
     encoded.pixelSize = VT_TRY(codec_->pixelSize(png));
     return encoded;
   }
-  if (image.isEmpty()) image = VT_TRY(codec_->decode(VT_TRY(files_->read(staged.path))));
+  if (image.isEmpty()) {
+    const std::string png = VT_TRY(files_->read(staged.path));
+    image = VT_TRY(codec_->decode(png));
+  }
   encoded.pixelSize = image.size();
   if (settings.format == ExportFormat::png) return encoded;
   auto bytes = codec_->encode(image, {.format = settings.format,

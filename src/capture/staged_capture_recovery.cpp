@@ -23,28 +23,28 @@ void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> 
     return;
   }
   done_ = std::move(done);
-  services_.work->post([staging = services_.staging, main = services_.main,
-                        found = alive_.guard([this, stagedBefore](
-                                                 Result<std::vector<StagedCapture>>& staged) {
-                          if (!staged) {
-                            logError("Staging", "the staging folder could not be read: {}",
-                                     staged.error().reason);
-                          } else {
-                            waiting_ = std::move(*staged);
-                          }
-                          std::erase_if(waiting_, [&](const StagedCapture& one) {
-                            return one.capturedAt >= stagedBefore ||
-                                   services_.filing->claimedPaths().contains(one.path);
-                          });
-                          for (const StagedCapture& one : waiting_) {
-                            services_.filing->claim(one.path);
-                          }
-                          next();
-                        })]() mutable {
-    staging->removeLeftovers();
-    auto staged = staging->staged();
-    main->post([staged = std::move(staged), found = std::move(found)]() mutable { found(staged); });
-  });
+  services_.work->post(
+      [stagedBefore, staging = services_.staging, main = services_.main,
+       found = alive_.guard([this, stagedBefore](Result<std::vector<StagedCapture>>& staged) {
+         if (!staged) {
+           logError("Staging", "the staging folder could not be read: {}", staged.error().reason);
+         } else {
+           waiting_ = std::move(*staged);
+         }
+         std::erase_if(waiting_, [&](const StagedCapture& one) {
+           return one.capturedAt >= stagedBefore ||
+                  services_.filing->claimedPaths().contains(one.path);
+         });
+         for (const StagedCapture& one : waiting_) {
+           services_.filing->claim(one.path);
+         }
+         next();
+       })]() mutable {
+        staging->removeLeftovers(stagedBefore);
+        auto staged = staging->staged();
+        main->post(
+            [staged = std::move(staged), found = std::move(found)]() mutable { found(staged); });
+      });
 }
 
 void StagedCaptureRecovery::next() {
@@ -55,16 +55,15 @@ void StagedCaptureRecovery::next() {
   }
   StagedCapture staged = std::move(waiting_.front());
   waiting_.erase(waiting_.begin());
-  services_.filing->file(std::move(staged), {},
-                         alive_.guard([this](Result<CaptureOutcome::Saved> filed) {
-                           if (filed) {
-                             ++filed_;
-                           } else {
-                             logError("Staging", "a staged capture could not be filed: {}",
-                                      filed.error().reason);
-                           }
-                           next();
-                         }));
+  services_.filing->file(
+      std::move(staged), {}, alive_.guard([this](Result<CaptureOutcome::Saved> filed) {
+        if (filed) {
+          ++filed_;
+        } else {
+          logError("Staging", "a staged capture could not be filed: {}", filed.error().reason);
+        }
+        next();
+      }));
 }
 
 }  // namespace vantorel

@@ -14,6 +14,7 @@ namespace {
 constexpr std::string_view prefix = "vantorel-";
 constexpr std::string_view extension = ".png";
 constexpr std::string_view temporarySuffix = ".partial";
+constexpr std::string_view recordSuffix = ".json";
 constexpr std::uint64_t recordLimit = 64 * 1024;
 
 Path withSuffix(Path path, std::string_view suffix) {
@@ -21,7 +22,7 @@ Path withSuffix(Path path, std::string_view suffix) {
   return path;
 }
 
-Path recordFile(const Path& path) { return withSuffix(path, ".json"); }
+Path recordFile(const Path& path) { return withSuffix(path, recordSuffix); }
 
 /// The milliseconds in "vantorel-<milliseconds>.png".
 std::optional<std::int64_t> millisecondsIn(std::string_view name) {
@@ -151,16 +152,18 @@ Result<void> StagingFolder::discard(const StagedCapture& staged) {
   return {};
 }
 
-void StagingFolder::removeLeftovers() {
+void StagingFolder::removeLeftovers(double stagedBefore) {
   const auto items = files_->list(folder_);
   if (!items) return;
   for (const FolderItem& item : *items) {
-    const bool isTemporary = item.name.ends_with(temporarySuffix);
-    const std::string_view record = ".png.json";
-    const bool isOrphanRecord =
-        item.name.ends_with(record) &&
-        !files_->status(folder_ / item.name.substr(0, item.name.size() - 5)).has_value();
-    if (!isTemporary && !isOrphanRecord) continue;
+    std::string_view name = item.name;
+    const bool isTemporary = name.ends_with(temporarySuffix);
+    const bool isRecord = !isTemporary && name.ends_with(recordSuffix);
+    if (!isTemporary && !isRecord) continue;
+    name.remove_suffix(isTemporary ? temporarySuffix.size() : recordSuffix.size());
+    const auto milliseconds = millisecondsIn(name);
+    if (!milliseconds || static_cast<double>(*milliseconds) / 1000 >= stagedBefore) continue;
+    if (isRecord && files_->status(folder_ / name)) continue;
     if (const auto removed = files_->remove(folder_ / item.name); !removed) {
       logWarning("Staging", "{} could not be removed: {}", item.name, removed.error().reason);
     }

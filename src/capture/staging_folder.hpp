@@ -45,9 +45,9 @@ class StagingFolder {
   /// Removes the staged file and its record.
   [[nodiscard]] Result<void> discard(const StagedCapture& staged);
 
-  /// Removes temporaries left by a run that was killed while staging. Only while no other capture
-  /// runs on this folder.
-  void removeLeftovers();
+  /// Removes temporaries and records without a picture that a run left which was killed while
+  /// staging, as far as they were begun before `stagedBefore`.
+  void removeLeftovers(double stagedBefore);
 
  private:
   [[nodiscard]] Result<void> putRecord(const Path& path, const StagedCaptureRecord& record);

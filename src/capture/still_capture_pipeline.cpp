@@ -5,7 +5,6 @@
 #include "base/check.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
-#include "capture/bounded_run.hpp"
 #include "capture/source_app_resolution.hpp"
 
 namespace vantorel {
@@ -179,8 +178,8 @@ void StillCapturePipeline::choose() {
       alive_.guard([this](std::optional<Windows> answer) {
         if (answer && *answer) run_->windows = std::move(**answer);
         if (run_->backend.hidesDesktopIcons && services_.iconCover) {
-          run_->coverHold =
-              DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { freeze(0); }));
+          run_->coverHold.emplace(
+              DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { freeze(0); })));
         } else {
           freeze(0);
         }
@@ -264,7 +263,8 @@ void StillCapturePipeline::coverIcons() {
   const bool needed = run_->backend.hidesDesktopIcons && services_.iconCover && !run_->coverHold &&
                       !std::holds_alternative<WindowTarget>(*run_->request.target);
   if (!needed) return grab();
-  run_->coverHold = DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { grab(); }));
+  run_->coverHold.emplace(
+      DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { grab(); })));
 }
 
 void StillCapturePipeline::grab() {

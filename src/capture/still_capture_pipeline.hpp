@@ -11,6 +11,7 @@
 #include "app/records/capture_activity.hpp"
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
+#include "capture/bounded_run.hpp"
 #include "capture/capture_outcome.hpp"
 #include "capture/desktop_icon_cover.hpp"
 #include "capture/previous_area_monitor.hpp"

@@ -1,0 +1,132 @@
+#include "capture/still_capture_filing.hpp"
+
+#include <utility>
+
+#include "base/log.hpp"
+#include "base/random_id.hpp"
+
+namespace vantorel {
+
+void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed) {
+  claim(staged.path);
+  HistoryStore& store = *services_.store;
+  const auto& id = staged.record.entryID;
+  if (const EntryPointer known = id && store.isLoaded() ? store.find(*id) : nullptr) {
+    // An earlier run got as far as the index.
+    const bool discards = known->path != staged.path.string();
+    forgetStaged(staged, known->path, discards, [known, filed = std::move(filed)]() mutable {
+      filed(CaptureOutcome::Saved{known, {}, {}});
+    });
+    return;
+  }
+  if (!id) staged.record.entryID = randomID();
+  struct Placing {
+    StagedCapture staged;
+    Filed filed;
+  };
+  auto placing = std::make_shared<Placing>(Placing{std::move(staged), std::move(filed)});
+  services_.work->post([placing, image = std::move(image), settings = services_.fileSettings(),
+                        placement = services_.placement, main = services_.main,
+                        placed = alive_.guard([this, placing](Result<PlacedCapture>& result) {
+                          if (!result) {
+                            services_.main->post([placing, failure = result.error()] {
+                              placing->filed(std::unexpected(failure));
+                            });
+                            return;
+                          }
+                          addToLibrary(std::move(placing->staged), std::move(*result),
+                                       std::move(placing->filed));
+                        })]() mutable {
+    auto result = placement->place(placing->staged, std::move(image), settings);
+    main->post(
+        [result = std::move(result), placed = std::move(placed)]() mutable { placed(result); });
+  });
+}
+
+void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed) {
+  HistoryStore& store = *services_.store;
+  if (!store.isLoaded()) {
+    struct Waiting {
+      StagedCapture staged;
+      PlacedCapture placed;
+      Filed filed;
+      Observation loading;
+    };
+    auto waiting = std::make_shared<Waiting>(
+        Waiting{std::move(staged), std::move(placed), std::move(filed), {}});
+    waiting->loading = store.observe(alive_.guard([this, waiting](const HistoryChange& change) {
+      if (!change.loaded) return;
+      waiting->loading.end();
+      addToLibrary(std::move(waiting->staged), std::move(waiting->placed),
+                   std::move(waiting->filed));
+    }));
+    return;
+  }
+
+  ScreenshotEntry entry;
+  entry.id = *staged.record.entryID;
+  entry.capturedAt = staged.capturedAt;
+  entry.path = placed.path.string();
+  entry.pixelWidth = placed.pixelSize.width;
+  entry.pixelHeight = placed.pixelSize.height;
+  entry.captureScale = staged.record.scale;
+  entry.isTallCapture = staged.record.isTallCapture;
+  entry.medium = CaptureMedium::image;
+  entry.sourceApp = staged.record.sourceApp;
+  if (const auto collection = services_.activeCollectionID()) {
+    entry.collectionIDs.push_back(*collection);
+  }
+  CaptureOutcome::Saved saved{
+      std::make_shared<const ScreenshotEntry>(entry), std::move(placed.notes), {}};
+  const auto unlisted = [](const std::string& reason) {
+    return "The capture is saved, but not yet listed in History: " + reason + ".";
+  };
+  // While the index cannot be written the staged file stays: the launch that can write it files
+  // the capture from there, and finds the file already in place.
+  if (const auto refusal = store.indexRefusal()) {
+    saved.indexFailure = unlisted(*refusal);
+    filed(std::move(saved));
+    return;
+  }
+  if (const auto added = store.add(std::move(entry)); !added) {
+    saved.indexFailure = unlisted(added.error().reason);
+    filed(std::move(saved));
+    return;
+  }
+  auto landed = [this, staged = std::move(staged), saved = std::move(saved),
+                 filed = std::move(filed), unlisted](Result<void> written) mutable {
+    if (!written) {
+      saved.indexFailure = unlisted(written.error().reason);
+      filed(std::move(saved));
+      return;
+    }
+    const Path path = saved.entry->path;
+    forgetStaged(staged, path, path != staged.path,
+                 [saved = std::move(saved), filed = std::move(filed)]() mutable {
+                   filed(std::move(saved));
+                 });
+  };
+  store.flush(alive_.guard(std::move(landed)));
+}
+
+void StillCaptureFiling::forgetStaged(const StagedCapture& staged, const Path& placed,
+                                      bool discards, std::move_only_function<void()> done) {
+  services_.work->post([staged, placed, discards, staging = services_.staging,
+                        main = services_.main, done = std::move(done)]() mutable {
+    // The staged name first: its file may be the very one that is placed, and without its record it
+    // would look like somebody else's.
+    if (discards) {
+      if (const auto discarded = staging->discard(staged); !discarded) {
+        logWarning("Filing", "{} could not be removed: {}", staged.path.string(),
+                   discarded.error().reason);
+      }
+    }
+    if (const auto removed = staging->removeRecord(placed); !removed) {
+      logWarning("Filing", "the record of {} could not be removed: {}", placed.string(),
+                 removed.error().reason);
+    }
+    main->post(std::move(done));
+  });
+}
+
+}  // namespace vantorel

@@ -1,0 +1,70 @@
+#include "cli/command_line.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace vantorel {
+namespace {
+
+CommandLine parsed(std::vector<std::string> arguments) {
+  auto result = parseCommandLine(std::move(arguments));
+  if (auto* answer = std::get_if<CommandLineAnswer>(&result)) {
+    ADD_FAILURE() << answer->text;
+    return {};
+  }
+  return std::get<CommandLine>(result);
+}
+
+TEST(CommandLineTest, CapturesAreReadWhole) {
+  const CommandLine line = parsed({"--root", "/tmp/x", "capture", "area", "--rect", "-10,20.5,30,40",
+                                   "--display", "DP-1", "--delay", "five", "--json"});
+  EXPECT_EQ(line.root, "/tmp/x");
+  EXPECT_TRUE(line.json);
+  EXPECT_FALSE(line.needsWindows());
+  const StillCaptureCommand what = std::get<command::Capture>(line.command).what;
+  EXPECT_EQ(what.kind, StillCaptureCommand::Kind::area);
+  EXPECT_EQ(what.rect, (PointRect{-10, 20.5, 30, 40}));
+  EXPECT_EQ(what.display, "DP-1");
+  EXPECT_EQ(what.delay, CaptureDelay::five);
+
+  const CommandLine window = parsed({"capture", "window", "--window", "0x1c00007"});
+  EXPECT_EQ(std::get<command::Capture>(window.command).what.window, 0x1c00007U);
+  EXPECT_TRUE(parsed({"capture", "window"}).needsWindows());
+  EXPECT_TRUE(parsed({"capture", "area"}).needsWindows());
+  EXPECT_TRUE(parsed({}).needsWindows());
+  EXPECT_EQ(std::get<command::Convert>(parsed({"convert", "latest", "--format", "jpeg"}).command)
+                .format,
+            ExportFormat::jpeg);
+}
+
+TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
+      {{"capture"}, "what is required"},
+      {{"capture", "moon"}, "moon not in"},
+      {{"capture", "area", "--rect", "1,2,3"}, "--rect must be X,Y,W,H"},
+      {{"capture", "area", "--rect", "1,2,3,0"}, "--rect must be X,Y,W,H"},
+      {{"capture", "area", "--rect", "nan,2,3,4"}, "--rect must be X,Y,W,H"},
+      {{"capture", "display", "--rect", "1,2,3,4"}, "--rect goes with"},
+      {{"capture", "window", "--window", "12x"}, "--window must be a number"},
+      {{"capture", "area", "--display", "DP-1"}, "--display goes with"},
+      {{"capture", "display", "--delay", "seven"}, "seven not in"},
+      {{"convert", "latest", "--format", "bmp"}, "bmp not in"},
+      {{"displays", "surplus"}, "surplus"},
+      {{"--root", ""}, "--root must name a folder"},
+      {{"fly"}, "fly"},
+  };
+  for (const auto& [arguments, words] : mistakes) {
+    const auto result = parseCommandLine(arguments);
+    const auto* answer = std::get_if<CommandLineAnswer>(&result);
+    ASSERT_NE(answer, nullptr) << words;
+    EXPECT_EQ(answer->status, ExitStatus::usage) << words;
+    EXPECT_THAT(answer->text, testing::HasSubstr(words));
+  }
+  for (const char* wish : {"--help", "--version"}) {
+    const auto result = parseCommandLine({wish});
+    EXPECT_EQ(std::get<CommandLineAnswer>(result).status, ExitStatus::done);
+  }
+}
+
+}  // namespace
+}  // namespace vantorel
