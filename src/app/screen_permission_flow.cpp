@@ -2,11 +2,15 @@
 
 #include <utility>
 
+#include "capture/bounded_run.hpp"
+
 namespace vantorel {
 
 void ScreenPermissionFlow::preflight(std::function<void(bool)> answer) {
-  screen_.permission(alive_.guard([this, answer = std::move(answer)](ScreenPermission now) {
-    switch (now) {
+  const auto known = [this, answer = std::move(answer)](std::optional<ScreenPermission> now) {
+    // A service that does not even say this lets the grab find out, which has words for it.
+    if (!now) return answer(true);
+    switch (*now) {
       case ScreenPermission::granted: answer(true); return;
       case ScreenPermission::denied: refused(answer); return;
       case ScreenPermission::grantedAfterRelaunch:
@@ -25,7 +29,13 @@ void ScreenPermissionFlow::preflight(std::function<void(bool)> answer) {
         refused(answer);
       }
     }));
-  }));
+  };
+  runBounded<ScreenPermission>(
+      main_, {queryBound, queryBound, {}},
+      [this](std::move_only_function<void(ScreenPermission)> reply) {
+        screen_.permission(std::move(reply));
+      },
+      alive_.guard(known), nullptr);
 }
 
 void ScreenPermissionFlow::relaunch() {

@@ -17,6 +17,7 @@ namespace vantorel {
 class ScreenPermissionFlow {
  public:
   static constexpr std::chrono::seconds watchInterval{2};
+  static constexpr std::chrono::seconds queryBound{5};
 
   /// `relaunch` starts the program anew and ends this process; it answers false when it cannot.
   ScreenPermissionFlow(std::shared_ptr<TaskRunner> main, ScreenCapture& screen, Alerts& alerts,

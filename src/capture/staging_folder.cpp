@@ -135,6 +135,8 @@ Result<void> StagingFolder::removeRecord(const Path& path) {
       !tolerated(removed)) {
     return removed;
   }
+  // Elsewhere a file of that name is somebody else's.
+  if (path.parent_path() != folder_) return {};
   if (const auto removed = files_->remove(recordFile(path)); !tolerated(removed)) return removed;
   return {};
 }

@@ -56,10 +56,10 @@ class ScreenCapture {
   /// Called on every change of the screen configuration. One listener.
   virtual void onDisplaysChange(std::function<void()> listener) = 0;
 
-  virtual void permission(std::function<void(ScreenPermission)> reply) = 0;
+  virtual void permission(std::move_only_function<void(ScreenPermission)> reply) = 0;
 
   /// Asks the user through the desktop; answers when the user did.
-  virtual void requestPermission(std::function<void(ScreenPermission)> reply) = 0;
+  virtual void requestPermission(std::move_only_function<void(ScreenPermission)> reply) = 0;
 
   /// True while a dialog of the desktop (permission, choice of a target) waits for the user.
   [[nodiscard]] virtual bool isSystemDialogVisible() const = 0;

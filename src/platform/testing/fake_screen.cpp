@@ -7,8 +7,12 @@ namespace vantorel {
 FakeScreen::FakeScreen(std::shared_ptr<TaskRunner> main) : main_(std::move(main)) {}
 
 void FakeScreen::connect(const std::string& id, PixelSize pixels, double scale) {
-  DisplaySnapshot display{.id = id, .uuid = "uuid-" + id, .name = id, .bounds = {},
-                          .pixelSize = pixels, .isMain = connected.empty()};
+  DisplaySnapshot display{.id = id,
+                          .uuid = "uuid-" + id,
+                          .name = id,
+                          .bounds = {},
+                          .pixelSize = pixels,
+                          .isMain = connected.empty()};
   display.bounds = {connected.empty() ? 0 : connected.back().bounds.right(), 0,
                     pixels.width / scale, pixels.height / scale};
   connected.push_back(display);
@@ -71,16 +75,15 @@ void FakeScreen::grab(GrabRequest request, Reply<GrabbedPicture> reply) {
   });
 }
 
-void FakeScreen::permission(std::function<void(ScreenPermission)> reply) {
-  answer([now = permissionNow, reply = std::move(reply)] { reply(now); });
+void FakeScreen::permission(std::move_only_function<void(ScreenPermission)> reply) {
+  answer([now = permissionNow, reply = std::move(reply)]() mutable { reply(now); });
 }
 
-void FakeScreen::requestPermission(std::function<void(ScreenPermission)> reply) {
-  answer([now = permissionNow, reply = std::move(reply)] { reply(now); });
+void FakeScreen::requestPermission(std::move_only_function<void(ScreenPermission)> reply) {
+  answer([now = permissionNow, reply = std::move(reply)]() mutable { reply(now); });
 }
 
-void FakeScreen::windows(
-    std::move_only_function<void(Result<std::vector<WindowSnapshot>>)> reply) {
+void FakeScreen::windows(std::move_only_function<void(Result<std::vector<WindowSnapshot>>)> reply) {
   answer([this, reply = std::move(reply)]() mutable { reply(open); });
 }
 

@@ -42,9 +42,11 @@ class FakeScreen final : public ScreenCapture, public WindowList {
 
   void displays(Reply<std::vector<DisplaySnapshot>> reply) override;
   void grab(GrabRequest request, Reply<GrabbedPicture> reply) override;
-  void onDisplaysChange(std::function<void()> listener) override { listener_ = std::move(listener); }
-  void permission(std::function<void(ScreenPermission)> reply) override;
-  void requestPermission(std::function<void(ScreenPermission)> reply) override;
+  void onDisplaysChange(std::function<void()> listener) override {
+    listener_ = std::move(listener);
+  }
+  void permission(std::move_only_function<void(ScreenPermission)> reply) override;
+  void requestPermission(std::move_only_function<void(ScreenPermission)> reply) override;
   [[nodiscard]] bool isSystemDialogVisible() const override { return dialogVisible; }
   void windows(std::move_only_function<void(Result<std::vector<WindowSnapshot>>)> reply) override;
 

@@ -1,0 +1,471 @@
+#include "app/app_coordinator.hpp"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/testing/fake_alerts.hpp"
+#include "platform/testing/fake_defaults_store.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_hot_keys.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_screen.hpp"
+
+namespace vantorel {
+namespace {
+
+using std::chrono_literals::operator""s;
+using std::chrono_literals::operator""ms;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Kind = StillCaptureCommand::Kind;
+
+constexpr HotKeySpec escapeKey{0xFF1B, 0};
+
+class FakeCountdown final : public CountdownPanel {
+ public:
+  std::vector<int> shown;
+  bool visible = false;
+  void show(int secondsLeft) override {
+    shown.push_back(secondsLeft);
+    visible = true;
+  }
+  void hide(std::function<void()> hidden) override {
+    visible = false;
+    hidden();
+  }
+};
+
+class FakeOverlay final : public SelectionOverlay {
+ public:
+  std::optional<Request> request;
+  void select(Request asked, std::function<void(std::optional<CaptureTarget>)> chosen) override {
+    request = std::move(asked);
+    chosen_ = std::move(chosen);
+  }
+  void dismiss() override { request.reset(); }
+  void choose(std::optional<CaptureTarget> target) {
+    request.reset();
+    std::exchange(chosen_, nullptr)(std::move(target));
+  }
+
+ private:
+  std::function<void(std::optional<CaptureTarget>)> chosen_;
+};
+
+class FakeCover final : public DesktopCoverWindows {
+ public:
+  bool visible = false;
+  void show(std::function<void()> painted) override {
+    visible = true;
+    painted();
+  }
+  void hide() override { visible = false; }
+  [[nodiscard]] std::vector<WindowID> windowIDs() const override {
+    return visible ? std::vector<WindowID>{77} : std::vector<WindowID>{};
+  }
+};
+
+/// What outlives the program: the disk and the stored settings.
+struct World {
+  FakeFiles files;
+  FakeDefaultsStore defaults;
+  int launches = 0;
+};
+
+/// One run of the program in that world.
+class Session {
+ public:
+  explicit Session(World& around) : world(around) {
+    runners.setNow(FakeRunners::start + 100 * world.launches++);
+    screen.connect("LEFT", {800, 600});
+    screen.connect("RIGHT", {1000, 800}, 2);
+    SettingsValues values;
+    values.storageDirectory = "/pictures";
+    settings = std::make_unique<SettingsStore>(world.defaults, values);
+    store = std::make_unique<HistoryStore>(
+        HistoryServices{world.files, runners, runners.main(), runners.runner("persist")},
+        LibraryPaths{"/data", "/cache"});
+    AppCoordinator::Services services;
+    services.main = runners.main();
+    services.work = runners.runner("work");
+    services.clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {});
+    services.files = std::shared_ptr<Files>(&world.files, [](Files*) {});
+    services.codec = std::shared_ptr<const ImageCodec>(&codec, [](const ImageCodec*) {});
+    services.screen = &screen;
+    services.windows = &screen;
+    services.alerts = &alerts;
+    services.store = store.get();
+    services.settings = settings.get();
+    services.stagedCaptures = store->paths().stagedCaptures();
+    services.redactedOriginals = store->paths().redactedOriginals();
+    services.defaultCaptures = "/home/captures";
+    services.hotKeys = &keys;
+    services.countdown = countdown;
+    services.desktopCover = cover;
+    services.overlay = [this] { return &overlay; };
+    services.showStatusItem = [this](bool visible) { iconVisible = visible; };
+    services.statusMenuChanged = [] {};
+    services.relaunch = [] { return false; };
+    services.terminate = [this] { terminated = true; };
+    app = std::make_unique<AppCoordinator>(std::move(services));
+  }
+
+  void launch() {
+    store->load([] {});
+    runners.run();
+    app->recoverStagedCaptures([this](int count) { recovered = count; });
+    runners.run();
+  }
+
+  void begin(StillCaptureCommand command) {
+    replies.emplace_back();
+    app->capture(std::move(command), [this, i = replies.size() - 1](CaptureReply reply) {
+      replies[i] = std::move(reply);
+    });
+    runners.run();
+  }
+
+  [[nodiscard]] const CaptureOutcome::Saved* saved(std::size_t i) const {
+    if (!replies.at(i)) return nullptr;
+    const auto* outcome = std::get_if<CaptureOutcome>(&*replies[i]);
+    return outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
+  }
+
+  /// How reply `i` would read.
+  [[nodiscard]] std::string words(std::size_t i) const {
+    if (!replies.at(i)) return "(no answer)";
+    if (const auto* refused = std::get_if<CaptureRefusal>(&*replies[i])) return sentence(*refused);
+    const auto& value = std::get<CaptureOutcome>(*replies[i]).value;
+    if (const auto* failure = std::get_if<CaptureFailure>(&value)) return sentence(*failure);
+    if (const auto* done = std::get_if<CaptureOutcome::Saved>(&value)) {
+      std::string text = "saved " + done->entry->path;
+      for (const CaptureNote& note : done->notes) text += "\n" + sentence(note);
+      if (!done->indexFailure.empty()) text += "\n" + done->indexFailure;
+      return text;
+    }
+    return "cancelled";
+  }
+
+  World& world;
+  FakeRunners runners;
+  FakeScreen screen{runners.main()};
+  FakeAlerts alerts;
+  FakeImageCodec codec;
+  FakeHotKeys keys;
+  FakeOverlay overlay;
+  std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
+  std::shared_ptr<FakeCover> cover = std::make_shared<FakeCover>();
+  std::unique_ptr<SettingsStore> settings;
+  std::unique_ptr<HistoryStore> store;
+  std::unique_ptr<AppCoordinator> app;
+  std::vector<std::optional<CaptureReply>> replies;
+  std::optional<int> recovered;
+  bool terminated = false;
+  bool iconVisible = false;
+};
+
+WindowSnapshot window(WindowID id, const std::string& owner, PointRect frame) {
+  return {.windowID = id,
+          .ownerPID = 5,
+          .ownerName = owner,
+          .applicationID = owner + ".desktop",
+          .title = owner + " title",
+          .frame = frame};
+}
+
+class AppCoordinatorTest : public testing::Test {
+ protected:
+  AppCoordinatorTest() {
+    world.files.folders.insert({"/pictures"});
+    run = std::make_unique<Session>(world);
+    run->launch();
+  }
+  void restart() {
+    run.reset();
+    run = std::make_unique<Session>(world);
+    run->launch();
+  }
+  [[nodiscard]] std::vector<std::string> stagedNames() const {
+    return world.files.names("/data/Staged Captures");
+  }
+
+  World world;
+  std::unique_ptr<Session> run;
+};
+
+TEST_F(AppCoordinatorTest, ADisplayIsFiledUnderItsTimeWithScaleAndApplication) {
+  run->screen.open = {window(1, "Editor", {100, 100, 400, 300}),
+                      window(2, "Browser", {850, 0, 400, 400})};
+  run->settings->set(&SettingsValues::activeCollectionID, "c1");
+  run->begin({.kind = Kind::display, .display = "uuid-RIGHT"});
+  ASSERT_NE(run->saved(0), nullptr) << run->words(0);
+  const ScreenshotEntry& entry = *run->saved(0)->entry;
+  EXPECT_EQ(entry.path, "/pictures/" + captureFileName("Screenshot", FakeRunners::start, "png"));
+  EXPECT_DOUBLE_EQ(entry.capturedAt, FakeRunners::start);
+  EXPECT_EQ(entry.pixelWidth, 1000);
+  EXPECT_EQ(entry.captureScale, 2);
+  EXPECT_EQ(entry.sourceApp->name, "Browser");
+  EXPECT_EQ(entry.collectionIDs, std::vector<std::string>{"c1"});
+  EXPECT_EQ(run->store->find(entry.id)->path, entry.path);
+  EXPECT_THAT(stagedNames(), IsEmpty());
+  EXPECT_THAT(world.files.disk.at(entry.path)->attributes, IsEmpty());
+  EXPECT_TRUE(run->settings->values().hasCapturedSuccessfully);
+  EXPECT_FALSE(run->app->arbiter().refusal());
+
+  // The same second again: the next free name.
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->saved(1)->entry->path, testing::EndsWith(" 2.png"));
+}
+
+TEST_F(AppCoordinatorTest, ACrashBetweenAnyTwoChangesFilesTheCaptureOnce) {
+  struct Crash {};
+  for (const ExportFormat format : {ExportFormat::png, ExportFormat::webp}) {
+    for (const bool attributes : {true, false}) {
+      for (int change = 1;; ++change) {
+        SCOPED_TRACE(fmt::format("{} {} change {}", nameOf(format), attributes, change));
+        world = World{};
+        world.files.keepsAttributes = attributes;
+        world.files.folders.insert({"/pictures"});
+        restart();
+        run->settings->set(&SettingsValues::exportFormat, format);
+        const int before = world.files.changes;
+        bool crashed = false;
+        bool acknowledged = false;
+        world.files.beforeChange = [&](int number) {
+          if (number - before == change) throw Crash{};
+        };
+        try {
+          run->begin({.kind = Kind::display, .display = "RIGHT"});
+          acknowledged = run->saved(0) != nullptr;
+        } catch (const Crash&) {
+          crashed = true;
+          acknowledged = run->replies[0].has_value();
+        }
+        world.files.beforeChange = nullptr;
+        const bool wasStaged = std::ranges::any_of(
+            stagedNames(), [](const std::string& name) { return name.ends_with(".png"); });
+        run->runners.advance(1s);
+        restart();
+        restart();
+
+        const EntryList& entries = run->store->entries();
+        ASSERT_LE(entries.size(), 1U);
+        ASSERT_GE(entries.size(), acknowledged || wasStaged ? 1U : 0U);
+        std::vector<std::string> files = world.files.names("/pictures");
+        ASSERT_EQ(files.size(), entries.size()) << testing::PrintToString(files);
+        EXPECT_THAT(stagedNames(), IsEmpty());
+        if (!entries.empty()) {
+          EXPECT_EQ(entries[0]->path, "/pictures/" + files[0]);
+          EXPECT_EQ(entries[0]->captureScale, 2);
+          EXPECT_NEAR(entries[0]->capturedAt, FakeRunners::start, 0.002) << "not its own time";
+        }
+        if (!crashed) break;
+        ASSERT_LT(change, 60);
+      }
+    }
+  }
+}
+
+TEST_F(AppCoordinatorTest, SecondCommandIsRefusedAndQuittingTurnsAllAway) {
+  run->screen.isSilent = true;
+  run->begin({.kind = Kind::display});
+  run->begin({.kind = Kind::area, .rect = PointRect{0, 0, 10, 10}});
+  EXPECT_EQ(run->words(0), "(no answer)");
+  run->screen.answerAll();
+  run->runners.run();
+  run->begin({.kind = Kind::display});
+  EXPECT_NE(run->saved(0), nullptr) << run->words(0);
+  EXPECT_EQ(run->words(1), "Another capture is running. Finish or cancel it first.");
+  EXPECT_NE(run->saved(2), nullptr) << run->words(2);
+
+  const auto ticket = run->app->pendingArchiveWork().begin(QuitFilingNote::Item::rewrite);
+  run->app->quit();
+  run->begin({.kind = Kind::display});
+  EXPECT_EQ(run->words(3), "Vantorel is quitting.");
+  run->app->pendingArchiveWork().end(ticket);
+  run->runners.advance(5s);
+  EXPECT_TRUE(run->terminated);
+}
+
+TEST_F(AppCoordinatorTest, AStuckServiceIsGivenUpAndItsLateAnswerDiscarded) {
+  run->begin({.kind = Kind::display});
+  run->screen.isSilent = true;
+  run->begin({.kind = Kind::display});
+  run->runners.advance(20s);
+  EXPECT_EQ(run->words(1),
+            "Couldn't capture the screen: the screen capture service didn't respond in time.");
+  run->screen.answerAll();
+  run->runners.advance(5s);
+  EXPECT_EQ(run->store->entries().size(), 1U);
+  EXPECT_THAT(stagedNames(), IsEmpty());
+
+  run->screen.grabFails = Failure{FailureKind::unreachable, "the display server went away"};
+  run->begin({.kind = Kind::display});
+  EXPECT_EQ(run->words(2), "Couldn't capture the screen: the display server went away.");
+  run->screen.grabFails = Failure{FailureKind::denied, ""};
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->words(3), HasSubstr("isn't allowed to capture the screen"));
+  EXPECT_FALSE(run->app->arbiter().refusal());
+}
+
+TEST_F(AppCoordinatorTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
+  run->settings->set(&SettingsValues::hideDesktopIconsWhileCapturing, true);
+  run->begin({.kind = Kind::area});
+  ASSERT_TRUE(run->overlay.request);
+  EXPECT_EQ(run->overlay.request->displays.size(), 2U);
+  EXPECT_TRUE(run->cover->visible);
+  const int frozen = run->screen.grabs;
+  run->overlay.choose(RegionTarget{"RIGHT", {0, 0, 30, 20}});
+  run->runners.run();
+  ASSERT_NE(run->saved(0), nullptr) << run->words(0);
+  EXPECT_EQ(run->screen.grabs, frozen) << "the screen was grabbed again after the choice";
+  EXPECT_EQ(run->saved(0)->entry->pixelWidth, 60);
+  EXPECT_FALSE(run->cover->visible);
+
+  run->begin({.kind = Kind::previous});
+  ASSERT_NE(run->saved(1), nullptr) << run->words(1);
+  EXPECT_EQ(run->saved(1)->entry->pixelHeight, 40);
+
+  run->screen.connected[1].pixelSize = {1200, 800};
+  run->begin({.kind = Kind::previous});
+  EXPECT_THAT(run->words(2), HasSubstr("a different size now"));
+  run->screen.connected.pop_back();
+  run->begin({.kind = Kind::previous});
+  EXPECT_THAT(run->words(3), HasSubstr("isn't connected"));
+  EXPECT_EQ(run->store->entries().size(), 2U);
+
+  run->begin({.kind = Kind::area});
+  run->overlay.choose(std::nullopt);
+  run->runners.run();
+  EXPECT_EQ(run->words(4), "cancelled");
+  run->begin({.kind = Kind::area, .rect = PointRect{5000, 0, 10, 10}});
+  EXPECT_EQ(run->words(5), "Couldn't read that area");
+  run->begin({.kind = Kind::display, .display = "NOWHERE"});
+  EXPECT_THAT(run->words(6), HasSubstr("No display has that id"));
+  run->begin({.kind = Kind::window, .window = 99});
+  EXPECT_THAT(run->words(7), HasSubstr("No window on screen has that id"));
+  EXPECT_FALSE(run->app->arbiter().refusal());
+}
+
+TEST_F(AppCoordinatorTest, TheSelfTimerCountsDownAndEscapeCallsItOff) {
+  StillCaptureCommand timed{.kind = Kind::display, .delay = CaptureDelay::three, .isTimed = true};
+  run->begin(timed);
+  EXPECT_TRUE(run->app->arbiter().isRunning(CaptureActivity::timedCapture));
+  EXPECT_TRUE(run->keys.isRegistered(escapeKey));
+  run->runners.advance(2999ms);
+  EXPECT_EQ(run->screen.grabs, 0);
+  EXPECT_THAT(run->countdown->shown, ElementsAre(3, 2, 1));
+  run->runners.advance(1ms);
+  EXPECT_NE(run->saved(0), nullptr) << run->words(0);
+  EXPECT_FALSE(run->keys.isRegistered(escapeKey));
+  EXPECT_EQ(run->settings->values().timedCaptureLastDelaySeconds, CaptureDelay::three);
+
+  run->begin(timed);
+  run->runners.advance(1s);
+  EXPECT_TRUE(run->keys.press(escapeKey));
+  EXPECT_EQ(run->words(1), "cancelled");
+  EXPECT_FALSE(run->countdown->visible);
+  run->runners.advance(10s);
+  EXPECT_EQ(run->screen.grabs, 1);
+}
+
+TEST_F(AppCoordinatorTest, TroubleWithTheDiskLosesNothing) {
+  // The chosen folder is missing: not made, for it may be a disk that is not plugged in.
+  run->settings->set(&SettingsValues::storageDirectory, "/media/stick");
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->words(0), HasSubstr("saved /home/captures/Screenshot"));
+  EXPECT_THAT(run->words(0), HasSubstr("default folder instead (the folder is missing)"));
+  EXPECT_FALSE(world.files.folders.contains("/media/stick"));
+
+  // A format that cannot hold the picture.
+  run->settings->set(&SettingsValues::exportFormat, ExportFormat::heic);
+  run->codec.longestHeicSide = 500;
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->words(1), HasSubstr(".png"));
+  EXPECT_THAT(run->words(1), HasSubstr("HEIC couldn't hold this picture"));
+
+  // A full disk before anything is safe: said, and nothing half-done stays.
+  world.files.changesFail = FailureKind::noSpace;
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->words(2), HasSubstr("Couldn't save the screenshot: "));
+  world.files.changesFail = std::nullopt;
+  EXPECT_THAT(stagedNames(), IsEmpty());
+  run->codec.broken = {ExportFormat::png};
+  run->begin({.kind = Kind::display});
+  EXPECT_EQ(run->words(3), "Couldn't save the screenshot: the capture couldn't be encoded.");
+  EXPECT_FALSE(run->app->arbiter().refusal());
+}
+
+TEST_F(AppCoordinatorTest, AnIndexOfANewerBuildIsLeftAloneAndTheCaptureIsFiledLater) {
+  run.reset();
+  const std::string newer = R"({"version":5,"entries":[],"secret":1})";
+  world.files.put("/data/history.json", newer);
+  restart();
+  EXPECT_EQ(run->recovered, 0);
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->words(0), HasSubstr("the index can't be written this run"));
+  const std::string path = run->saved(0)->entry->path;
+  EXPECT_TRUE(world.files.disk.contains(path));
+  run->runners.advance(10s);
+  EXPECT_EQ(world.files.text("/data/history.json"), newer);
+
+  world.files.disk.erase("/data/history.json");
+  restart();
+  EXPECT_EQ(run->recovered, 1);
+  ASSERT_EQ(run->store->entries().size(), 1U);
+  EXPECT_EQ(run->store->entries()[0]->path, path);
+  EXPECT_THAT(world.files.names("/pictures"), testing::SizeIs(1));
+}
+
+TEST_F(AppCoordinatorTest, AgentsTakeTheSamePath) {
+  std::string filed;
+  std::optional<CaptureReply> reply;
+  run->app->captureForRemote(
+      CaptureMode::fullscreen, [&](const ScreenshotEntry& entry) { filed = entry.id; },
+      [this](StillCapturePipeline::Grabbed grabbed) {
+        run->screen.grab({.target = DisplayTarget{"LEFT"}}, std::move(grabbed));
+      },
+      [&](CaptureReply answer) { reply = std::move(answer); });
+  run->begin({.kind = Kind::display});
+  run->runners.run();
+  ASSERT_TRUE(reply);
+  EXPECT_NE(run->store->find(filed), nullptr);
+  EXPECT_EQ(run->words(0), "Another capture is running. Finish or cancel it first.");
+  EXPECT_EQ(run->store->entries().size(), 1U);
+}
+
+TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLastQuitLost) {
+  run->settings->set(&SettingsValues::filingUnfinishedAtQuit, {"recording", "hologram"});
+  run->settings->set(&SettingsValues::copyRecentHotKey, HotKeySpec{'1', HotKeySpec::control});
+  run->keys.taken = {*run->settings->values().windowHotKey};
+  run->app->startResident();
+  run->runners.run();
+  EXPECT_TRUE(run->iconVisible);
+  EXPECT_THAT(run->alerts.notices,
+              ElementsAre("Vantorel: Vantorel quit before it finished saving a Recording."));
+  EXPECT_THAT(run->settings->values().filingUnfinishedAtQuit, IsEmpty());
+
+  const HotKeySpec display = *run->settings->values().fullscreenHotKey;
+  EXPECT_TRUE(run->keys.press(display));
+  run->runners.run();
+  EXPECT_EQ(run->store->entries().size(), 1U);
+  run->settings->set(&SettingsValues::fullscreenHotKey, HotKeySpec{'f', HotKeySpec::control});
+  EXPECT_FALSE(run->keys.press(display));
+  EXPECT_TRUE(run->keys.isRegistered({'f', HotKeySpec::control}));
+  EXPECT_TRUE(run->keys.isRegistered({'0', HotKeySpec::control})) << "the tenth recent capture";
+
+  int actions = 0;
+  bool previousEnabled = true;
+  for (const StatusMenuItem& item : run->app->statusMenu()) {
+    actions += item.kind == StatusMenuItem::Kind::action && item.isEnabled ? 1 : 0;
+    if (item.label == "Capture Previous Area") previousEnabled = item.isEnabled;
+  }
+  EXPECT_GE(actions, 4);
+  EXPECT_FALSE(previousEnabled) << "there is no previous area yet";
+}
+
+}  // namespace
+}  // namespace vantorel
