@@ -209,6 +209,22 @@ std::uint32_t TestClient::open(const TestWindow& wanted) {
   return window;
 }
 
+bool TestClient::windowsGetMapped() {
+  const auto window = xcb_generate_id(connection_);
+  xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window, screen_->root, 0, 0, 8, 8, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  xcb_map_window(connection_, window);
+  bool mapped = false;
+  for (int tries = 0; tries < 20 && !mapped; ++tries) {
+    const auto attributes = owned(xcb_get_window_attributes_reply(
+        connection_, xcb_get_window_attributes(connection_, window), nullptr));
+    mapped = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+    if (!mapped) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  close(window);
+  return mapped;
+}
+
 void TestClient::close(std::uint32_t window) {
   xcb_destroy_window(connection_, window);
   sync();

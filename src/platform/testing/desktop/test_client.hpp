@@ -67,6 +67,9 @@ class TestClient {
   /// True when `selection` has an owner.
   [[nodiscard]] bool isOwned(const char* selection);
   [[nodiscard]] bool hasRootProperty(const char* name);
+
+  /// Whether a new window appears. A window manager that is still starting loses the first ones.
+  [[nodiscard]] bool windowsGetMapped();
   void setRootProperty(const char* name, const std::string& text);
 
   /// Press and release of a key (by keysym), as from the real keyboard.

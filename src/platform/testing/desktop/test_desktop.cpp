@@ -104,8 +104,9 @@ void TestDesktop::startServer(const TestDesktopOptions& options) {
   TestClient client(display_);
   if (options.windowManager) {
     windowManager_.emplace(std::vector<std::string>{"openbox"}, environment_);
-    awaitDesktop("openbox", *windowManager_,
-                 [&] { return client.hasRootProperty("_NET_SUPPORTING_WM_CHECK"); });
+    awaitDesktop("openbox", *windowManager_, [&] {
+      return client.hasRootProperty("_NET_SUPPORTING_WM_CHECK") && client.windowsGetMapped();
+    });
   }
   if (options.compositor) {
     compositor_.emplace(
