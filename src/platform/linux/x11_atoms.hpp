@@ -1,0 +1,56 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <array>
+#include <string_view>
+
+namespace vantorel {
+
+/// The names we exchange with the server as numbers.
+enum class XAtom {
+  clientMachine,
+  clientList,
+  clientListStacking,
+  compoundText,
+  edid,
+  frameExtents,
+  gtkApplicationID,
+  gtkFrameExtents,
+  resourceManager,
+  rootPixmap,
+  state,
+  stateHidden,
+  utf8String,
+  windowName,
+  windowPID,
+  windowState,
+  windowType,
+  windowTypeDesktop,
+  windowTypeDock,
+  count,
+};
+
+inline constexpr std::array<std::string_view, static_cast<std::size_t>(XAtom::count)> xAtomNames{
+    "WM_CLIENT_MACHINE",
+    "_NET_CLIENT_LIST",
+    "_NET_CLIENT_LIST_STACKING",
+    "COMPOUND_TEXT",
+    "EDID",
+    "_NET_FRAME_EXTENTS",
+    "_GTK_APPLICATION_ID",
+    "_GTK_FRAME_EXTENTS",
+    "RESOURCE_MANAGER",
+    "_XROOTPMAP_ID",
+    "_NET_WM_STATE",
+    "_NET_WM_STATE_HIDDEN",
+    "UTF8_STRING",
+    "_NET_WM_NAME",
+    "_NET_WM_PID",
+    "WM_STATE",
+    "_NET_WM_WINDOW_TYPE",
+    "_NET_WM_WINDOW_TYPE_DESKTOP",
+    "_NET_WM_WINDOW_TYPE_DOCK",
+};
+
+}  // namespace vantorel

@@ -1,0 +1,207 @@
+#include "platform/linux/x11_grab.hpp"
+
+#include <xcb/composite.h>
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+
+#include "platform/linux/x11_composition.hpp"
+#include "platform/linux/x11_redirection.hpp"
+#include "platform/linux/x11_windows.hpp"
+
+namespace vantorel {
+namespace {
+
+// A compositor's shadow of a window reaches about this far beyond it.
+constexpr int shadowReach = 48;
+
+const XMonitor* findMonitor(const std::vector<XMonitor>& monitors, const DisplayID& id) {
+  const auto found = std::find_if(monitors.begin(), monitors.end(), [&](const XMonitor& monitor) {
+    return monitor.display.id == id;
+  });
+  return found == monitors.end() ? nullptr : &*found;
+}
+
+Result<Image> grabArea(X11Session& session, const PixelRect& area,
+                       const std::vector<WindowID>& excluded) {
+  const auto windows = VT_TRY(session.topLevels());
+  const auto toHide = topLevelsToHide(session, windows, excluded);
+  std::vector<XTopLevel> shown;
+  std::vector<PixelRect> holes;
+  const int reach = !toHide.empty() && session.hasCompositor() ? shadowReach : 0;
+  for (const XTopLevel& window : windows) {
+    if (!toHide.contains(window.id)) {
+      shown.push_back(window);
+      continue;
+    }
+    const PixelRect hole =
+        intersection({window.outer.x - reach, window.outer.y - reach,
+                      window.outer.width + 2 * reach, window.outer.height + 2 * reach},
+                     area);
+    if (window.isViewable && !hole.isEmpty()) holes.push_back(hole);
+  }
+  PixelBuffer buffer({area.width, area.height});
+  const auto readAll = [&]() {
+    return session.pixels().read(session.screen().root, area, session.screen().root_depth,
+                                 session.screen().root_visual, buffer, 0, 0);
+  };
+  if (holes.empty()) {
+    const XServerGrab atOnce(session.connection());
+    if (auto done = readAll(); !done) return std::unexpected(std::move(done).error());
+  } else {
+    if (!session.hasComposite() || !session.hasRender()) {
+      return failed(FailureKind::unsupported,
+                    "This display server cannot leave Vantorel's own windows out of a picture.");
+    }
+    std::vector<std::size_t> below;
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+      const bool shows = windows[i].isViewable && !toHide.contains(windows[i].id);
+      const bool isUnderHole = std::any_of(holes.begin(), holes.end(), [&](const PixelRect& hole) {
+        return !intersection(hole, windows[i].outer).isEmpty();
+      });
+      if (shows && isUnderHole) below.push_back(i);
+    }
+    const XRedirection whole(session, windows, below);
+    const XServerGrab atOnce(session.connection());
+    if (auto done = readAll(); !done) return std::unexpected(std::move(done).error());
+    for (const PixelRect& hole : holes) {
+      auto done = composeScreen(session, shown, hole, buffer, hole.x - area.x, hole.y - area.y);
+      if (!done) return std::unexpected(std::move(done).error());
+    }
+  }
+  return std::move(buffer).finish(PixelFormat::bgrx);
+}
+
+/// Makes what lies outside the window's shape transparent; true when there was such a part.
+bool cutToShape(X11Session& session, const XTopLevel& window, const PixelRect& crop,
+                const PixelBuffer& buffer) {
+  if (!session.hasFixes()) return false;
+  xcb_connection_t* c = session.connection();
+  const auto region = xcb_generate_id(c);
+  xcb_xfixes_create_region_from_window(c, region, window.id, 0);
+  const auto shape = xReply<xcb_xfixes_fetch_region_reply>(c, xcb_xfixes_fetch_region(c, region));
+  xcb_xfixes_destroy_region(c, region);
+  if (!shape) return false;
+  std::vector<PixelRect> outside{crop};
+  std::vector<PixelRect> inside;
+  const xcb_rectangle_t* rects = xcb_xfixes_fetch_region_rectangles(shape.get());
+  for (int i = 0; i < xcb_xfixes_fetch_region_rectangles_length(shape.get()); ++i) {
+    inside.push_back(
+        {rects[i].x + window.border, rects[i].y + window.border, rects[i].width, rects[i].height});
+    subtract(outside, inside.back());
+  }
+  if (outside.empty()) return false;
+  if (window.depth != 32) {
+    for (int y = 0; y < buffer.size.height; ++y) {
+      for (int x = 0; x < buffer.size.width; ++x) buffer.row(y)[x * 4 + 3] = 255;
+    }
+  }
+  for (const PixelRect& rect : outside) {
+    for (int y = rect.y; y < rect.bottom(); ++y) {
+      std::memset(buffer.row(y - crop.y) + static_cast<std::size_t>(rect.x - crop.x) * 4, 0,
+                  static_cast<std::size_t>(rect.width) * 4);
+    }
+  }
+  return true;
+}
+
+Result<Image> grabWindow(X11Session& session, xcb_window_t id, bool withShadow,
+                         const std::vector<WindowID>& excluded, PixelRect& frame) {
+  const Failure gone{FailureKind::notFound, "the window is no longer there"};
+  const auto place = placeOf(session, id);
+  const auto top = topLevelOf(session, id);
+  const auto windows = VT_TRY(session.topLevels());
+  const auto found = std::find_if(windows.begin(), windows.end(), [&](const XTopLevel& window) {
+    return top && window.id == *top;
+  });
+  if (!place || found == windows.end()) return std::unexpected(gone);
+  if (!found->isViewable || !place->isViewable) {
+    return failed(FailureKind::notFound, "the window is minimised or on another workspace");
+  }
+  if (topLevelsToHide(session, windows, excluded).contains(*top)) {
+    return failed(FailureKind::notFound, "the window is one of Vantorel's own");
+  }
+  const PixelRect wanted = place->drawsShadow && withShadow ? place->content : place->frame;
+  frame = intersection(wanted, found->outer);
+  if (frame.isEmpty()) return std::unexpected(gone);
+  const auto index = static_cast<std::size_t>(found - windows.begin());
+  const PixelRect crop{frame.x - found->outer.x, frame.y - found->outer.y, frame.width,
+                       frame.height};
+  PixelBuffer buffer({crop.width, crop.height});
+  xcb_connection_t* c = session.connection();
+  Result<void> done;
+  const bool isWhole =
+      coveredParts(windows, index,
+                   {session.screen().width_in_pixels, session.screen().height_in_pixels})
+          .empty();
+  if (isWhole || !session.hasComposite()) {
+    if (!isWhole) {
+      return failed(FailureKind::unsupported,
+                    "This display server cannot show a window that others cover.");
+    }
+    const XServerGrab atOnce(c);
+    done = session.pixels().read(
+        *top, {crop.x - found->border, crop.y - found->border, crop.width, crop.height},
+        found->depth, found->visual, buffer, 0, 0);
+  } else {
+    const XRedirection whole(session, windows, {index});
+    const XServerGrab atOnce(c);
+    const auto content = xcb_generate_id(c);
+    xcb_composite_name_window_pixmap(c, *top, content);
+    done = session.pixels().read(content, crop, found->depth, found->visual, buffer, 0, 0);
+    xcb_free_pixmap(c, content);
+  }
+  if (!done) return std::unexpected(std::move(done).error());
+  const bool hasHoles = cutToShape(session, *found, crop, buffer);
+  return std::move(buffer).finish(found->depth == 32 || hasHoles ? PixelFormat::bgraPremultiplied
+                                                                 : PixelFormat::bgrx);
+}
+
+}  // namespace
+
+Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& request) {
+  const auto monitors = VT_TRY(session.monitors());
+  GrabbedPicture picture;
+  picture.scale = monitors[0].scale;
+  picture.target = request.target;
+  if (const auto* window = std::get_if<WindowTarget>(&request.target)) {
+    PixelRect frame;
+    picture.image = VT_TRY(grabWindow(session, static_cast<xcb_window_t>(window->windowID),
+                                      request.windowShadow, request.excludedWindowIDs, frame));
+    std::vector<DisplaySnapshot> displays;
+    for (const XMonitor& monitor : monitors) displays.push_back(monitor.display);
+    const PointRect onDesktop{frame.x / picture.scale, frame.y / picture.scale,
+                              frame.width / picture.scale, frame.height / picture.scale};
+    if (const auto* display = displayShowing(displays, onDesktop)) {
+      picture.target = WindowTarget{window->windowID, display->id};
+    }
+    return picture;
+  }
+  const auto* whole = std::get_if<DisplayTarget>(&request.target);
+  const auto* region = std::get_if<RegionTarget>(&request.target);
+  if (whole == nullptr && region == nullptr) {
+    return failed(FailureKind::unsupported,
+                  "This desktop has no dialog of its own to choose what to capture.");
+  }
+  const XMonitor* monitor =
+      findMonitor(monitors, whole != nullptr ? whole->displayID : region->displayID);
+  if (monitor == nullptr) {
+    return failed(FailureKind::notFound, "the display is no longer connected");
+  }
+  PixelRect area = monitor->pixels;
+  if (region != nullptr) {
+    PixelRect part = toPixels(region->rect, monitor->scale);
+    part.x += area.x;
+    part.y += area.y;
+    area = intersection(part, area);
+  }
+  if (area.isEmpty()) {
+    return failed(FailureKind::notFound, "the area lies outside the display");
+  }
+  picture.image = VT_TRY(grabArea(session, area, request.excludedWindowIDs));
+  return picture;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/linux/x11_session.hpp"
+
+namespace vantorel {
+
+/// The parts of `windows[index]` that cannot be seen on the screen: below those above it, or beyond
+/// the screen's edges. In the window's own pixels from the border's corner. May overlap.
+[[nodiscard]] std::vector<PixelRect> coveredParts(const std::vector<XTopLevel>& windows,
+                                                  std::size_t index, PixelSize screen);
+
+/// Takes `cut` out of every rectangle.
+void subtract(std::vector<PixelRect>& from, const PixelRect& cut);
+
+/// While it lives, the given windows keep their whole content in the server, also what is covered.
+/// Where they have not done so all along, the constructor asks the applications to paint what was
+/// covered and waits for that: usually some ten milliseconds, 400 at most. An application that
+/// hangs paints nothing; its covered parts then come out in the window's background.
+class XRedirection {
+ public:
+  /// `needed` are indices into `windows`, which holds all top levels, the lowest first.
+  XRedirection(X11Session& session, const std::vector<XTopLevel>& windows,
+               const std::vector<std::size_t>& needed);
+  XRedirection(const XRedirection&) = delete;
+  XRedirection& operator=(const XRedirection&) = delete;
+  ~XRedirection();
+
+ private:
+  struct Repainting {
+    xcb_window_t window = 0;
+    std::uint32_t damage = 0;
+    int border = 0;
+    std::vector<PixelRect> missing;
+  };
+
+  void awaitRepainting();
+
+  X11Session& session_;
+  std::vector<xcb_window_t> redirected_;
+  std::vector<Repainting> repainting_;
+};
+
+}  // namespace vantorel
