@@ -1,0 +1,154 @@
+#include "platform/linux/inotify_watcher.hpp"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "platform/linux/system_error.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::uint32_t wanted = IN_CLOSE_WRITE | IN_CREATE | IN_MOVED_FROM | IN_MOVED_TO |
+                                 IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+
+std::optional<FolderEvent::Kind> kindOf(std::uint32_t mask) {
+  if (mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED)) {
+    return FolderEvent::Kind::folderGone;
+  }
+  if (mask & (IN_DELETE | IN_MOVED_FROM)) return FolderEvent::Kind::disappeared;
+  if (mask & IN_CLOSE_WRITE) return FolderEvent::Kind::changed;
+  if (mask & (IN_MOVED_TO | IN_CREATE)) return FolderEvent::Kind::appeared;
+  return std::nullopt;
+}
+
+struct Sink {
+  std::shared_ptr<TaskRunner> runner;
+  std::function<void(const FolderEvent&)> onEvent;
+  bool ended = false;  // touched on `runner` alone
+};
+
+void deliver(const std::shared_ptr<Sink>& sink, FolderEvent event) {
+  sink->runner->post([sink, event = std::move(event)] {
+    if (!sink->ended) sink->onEvent(event);
+  });
+}
+
+}  // namespace
+
+/// Who wants to hear of which folder. Shared by the watcher, its thread and the watches, any of
+/// which may go first.
+class InotifyWatcher::Sinks {
+ public:
+  FileDescriptor queue{::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)};
+
+  Result<int> add(const Path& folder, const std::shared_ptr<Sink>& sink) {
+    // Under the lock: the same folder has the same number for everybody, and must not be given up
+    // in between.
+    const std::lock_guard lock(mutex_);
+    const int number = ::inotify_add_watch(queue.number(), folder.c_str(), wanted);
+    if (number == -1 && errno == ENOSPC) {
+      return failed(FailureKind::tooLarge, "the system's folder watches are used up");
+    }
+    if (number == -1) return lastSystemFailure();
+    byNumber_.emplace(number, sink);
+    return number;
+  }
+
+  void remove(int number, const std::shared_ptr<Sink>& sink) {
+    const std::lock_guard lock(mutex_);
+    const auto [begin, end] = byNumber_.equal_range(number);
+    for (auto found = begin; found != end; ++found) {
+      if (found->second != sink) continue;
+      byNumber_.erase(found);
+      if (!byNumber_.contains(number)) ::inotify_rm_watch(queue.number(), number);
+      return;
+    }
+  }
+
+  void tell(int number, const FolderEvent& event) {
+    const std::lock_guard lock(mutex_);
+    const bool isGone = event.kind == FolderEvent::Kind::folderGone;
+    for (auto [found, end] = byNumber_.equal_range(number); found != end;) {
+      deliver(found->second, event);
+      found = isGone ? byNumber_.erase(found) : std::next(found);
+    }
+    // A folder that was moved would go on being watched under the path it had.
+    if (isGone) ::inotify_rm_watch(queue.number(), number);
+  }
+
+  void tellAll(const FolderEvent& event) {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [number, sink] : byNumber_) deliver(sink, event);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::multimap<int, std::shared_ptr<Sink>> byNumber_;
+};
+
+class InotifyWatcher::Watch final : public FolderWatch {
+ public:
+  Watch(std::shared_ptr<Sinks> sinks, int number, std::shared_ptr<Sink> sink)
+      : sinks_(std::move(sinks)), number_(number), sink_(std::move(sink)) {}
+  ~Watch() override {
+    sink_->ended = true;
+    sinks_->remove(number_, sink_);
+  }
+
+ private:
+  std::shared_ptr<Sinks> sinks_;
+  int number_;
+  std::shared_ptr<Sink> sink_;
+};
+
+InotifyWatcher::InotifyWatcher()
+    : sinks_(std::make_shared<Sinks>()), stop_(::eventfd(0, EFD_CLOEXEC)) {
+  if (!sinks_->queue.isOpen() || !stop_.isOpen()) return;
+  thread_ = std::jthread([sinks = sinks_, stop = stop_.number()] {
+    alignas(inotify_event) std::array<char, 16384> buffer;
+    while (true) {
+      std::array<pollfd, 2> waits{{{sinks->queue.number(), POLLIN, 0}, {stop, POLLIN, 0}}};
+      if (::poll(waits.data(), waits.size(), -1) == -1 && errno != EINTR) return;
+      if (waits[1].revents != 0) return;
+      const ssize_t got = ::read(sinks->queue.number(), buffer.data(), buffer.size());
+      for (ssize_t at = 0; at < got;) {
+        inotify_event event{};
+        std::memcpy(&event, buffer.data() + at, sizeof event);
+        const char* const name = buffer.data() + at + sizeof event;
+        at += static_cast<ssize_t>(sizeof event + event.len);
+        if (event.mask & IN_Q_OVERFLOW) {
+          sinks->tellAll({FolderEvent::Kind::overflowed, {}});
+        } else if (const auto kind = kindOf(event.mask)) {
+          sinks->tell(event.wd, {*kind, event.len > 0 ? std::string(name) : std::string()});
+        }
+      }
+    }
+  });
+}
+
+InotifyWatcher::~InotifyWatcher() {
+  if (!thread_.joinable()) return;
+  const std::uint64_t one = 1;
+  while (::write(stop_.number(), &one, sizeof one) == -1 && errno == EINTR) {
+  }
+}
+
+Result<std::unique_ptr<FolderWatch>> InotifyWatcher::watch(
+    const Path& folder, std::shared_ptr<TaskRunner> runner,
+    std::function<void(const FolderEvent&)> onEvent) {
+  if (!thread_.joinable()) {
+    return failed(FailureKind::unsupported, "the system cannot watch folders");
+  }
+  auto sink = std::make_shared<Sink>(Sink{std::move(runner), std::move(onEvent)});
+  const int number = VT_TRY(sinks_->add(folder, sink));
+  return std::make_unique<Watch>(sinks_, number, std::move(sink));
+}
+
+}  // namespace vantorel

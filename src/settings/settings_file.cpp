@@ -1,0 +1,262 @@
+#include "settings/settings_file.hpp"
+
+#include <fmt/format.h>
+
+#include <chrono>
+
+#include "base/json_document.hpp"
+#include "base/json_writer.hpp"
+#include "base/log.hpp"
+#include "base/random_id.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto writeDelay = 100ms;
+constexpr auto retryDelay = 5s;
+constexpr auto lockRetry = 20ms;
+constexpr int lockAttempts = 250;
+constexpr std::uint64_t largestFile = 16 << 20;
+
+/// Moves a file that makes no sense out of the way, under a name of its own.
+Result<Path> setAside(Files& files, const Path& file) {
+  const Path aside = file.parent_path() / fmt::format("{}-{}.unreadable.json", file.stem().string(),
+                                                      randomID().substr(0, 8));
+  VT_TRY(files.moveNew(file, aside));
+  return aside;
+}
+
+}  // namespace
+
+/// The file itself. Blocks: used on the io runner, and by the constructor before that runner has
+/// anything of ours to do.
+class SettingsFile::Disk {
+ public:
+  Disk(Files& files, Path file) : files_(files), file_(std::move(file)) {}
+
+  /// Fails with `malformed` when the content makes no sense; a missing file is empty.
+  [[nodiscard]] Result<Values> read() const {
+    auto text = files_.read(file_, largestFile);
+    if (!text && text.error().kind == FailureKind::notFound) return Values{};
+    if (!text) return std::unexpected(text.error());
+    const JSONValue root = VT_TRY(json::parseValue(*std::move(text)));
+    const auto* const object = std::get_if<json::Object>(&root.value);
+    if (object == nullptr) return failed(FailureKind::malformed, "it is not an object");
+    Values values;
+    for (const auto& [key, value] : *object) values.emplace(key, value);
+    return values;
+  }
+
+  /// `busy` while another process is writing.
+  [[nodiscard]] Result<Values> apply(const Changes& changes) {
+    VT_TRY(files_.makeFolder(file_.parent_path(), Privacy::ownerOnly));
+    Path lockFile = file_;
+    lockFile.replace_extension(".lock");
+    const auto lock = VT_TRY(files_.lock(lockFile));
+    auto read = this->read();
+    if (!read && read.error().kind == FailureKind::malformed) {
+      const Path aside = VT_TRY(setAside(files_, file_));
+      logWarning("Settings", "the settings file made no sense and was put aside as {}",
+                 aside.string());
+      read = Values{};
+    }
+    Values values = VT_TRY(std::move(read));
+    for (const auto& [key, value] : changes) {
+      if (value) {
+        values.insert_or_assign(key, *value);
+      } else {
+        values.erase(key);
+      }
+    }
+    json::Object object;
+    for (const auto& [key, value] : values) object.push_back({key, value});
+    VT_TRY(files_.replace(file_, json::toText({std::move(object)}) + "\n", Privacy::ownerOnly));
+    VT_TRY(files_.flushFolder(file_.parent_path()));
+    return values;
+  }
+
+ private:
+  Files& files_;
+  Path file_;
+};
+
+SettingsFile::SettingsFile(Services services, Path file)
+    : services_(std::move(services)),
+      file_(std::move(file)),
+      disk_(std::make_shared<Disk>(services_.files, file_)) {
+  auto read = disk_->read();
+  if (read) {
+    values_ = *std::move(read);
+  } else if (read.error().kind == FailureKind::malformed) {
+    if (const auto aside = setAside(services_.files, file_)) {
+      problem_ = fmt::format(
+          "Vantorel couldn't read its settings. They were put aside as {}, and all settings are "
+          "back at their defaults.",
+          aside->filename().string());
+    } else {
+      blocked_ = true;
+      problem_ = "Vantorel couldn't read its settings. Changes last until it quits.";
+    }
+  } else {
+    blocked_ = true;
+    problem_ = fmt::format("Vantorel couldn't read its settings: {}. Changes last until it quits.",
+                           read.error().reason);
+  }
+  if (problem_) logError("Settings", "{}", *problem_);
+  watch();
+}
+
+SettingsFile::~SettingsFile() = default;
+
+std::optional<JSONValue> SettingsFile::value(std::string_view key) const {
+  const auto found = values_.find(key);
+  return found == values_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void SettingsFile::set(std::string_view key, JSONValue value) {
+  values_.insert_or_assign(std::string(key), value);
+  changed(key, std::move(value));
+}
+
+void SettingsFile::remove(std::string_view key) {
+  const auto found = values_.find(key);
+  if (found == values_.end()) return;
+  values_.erase(found);
+  changed(key, std::nullopt);
+}
+
+void SettingsFile::changed(std::string_view key, std::optional<JSONValue> value) {
+  if (blocked_) return;
+  pending_.insert_or_assign(std::string(key), std::move(value));
+  schedule(writeDelay);
+}
+
+void SettingsFile::schedule(std::chrono::nanoseconds delay) {
+  debounce_.renew();
+  services_.main->postAfter(delay, debounce_.guard([this] {
+    if (!inFlight_) write();
+  }));
+}
+
+void SettingsFile::onOutsideChange(std::function<void(std::string_view key)> listener) {
+  listener_ = std::move(listener);
+}
+
+void SettingsFile::flush(std::move_only_function<void(Result<void>)> done) {
+  if (blocked_) {
+    services_.main->post(alive_.guard([this, done = std::move(done)]() mutable {
+      done(failed(FailureKind::denied, *problem_));
+    }));
+    return;
+  }
+  if (pending_.empty() && !inFlight_) {
+    services_.main->post(alive_.guard([done = std::move(done)]() mutable { done({}); }));
+    return;
+  }
+  (pending_.empty() ? landing_ : waiting_).push_back(std::move(done));
+  if (!inFlight_) write();
+}
+
+void SettingsFile::write() {
+  if (pending_.empty()) return;
+  debounce_.renew();
+  inFlight_ = true;
+  writing_ = std::exchange(pending_, {});
+  landing_ = std::exchange(waiting_, {});
+  struct Attempt {
+    std::shared_ptr<Disk> disk;
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> io;
+    Changes changes;
+    std::move_only_function<void(Result<Values>&)> reply;
+    int left = lockAttempts;
+
+    void operator()() {
+      Result<Values> result = disk->apply(changes);
+      if (!result && result.error().kind == FailureKind::busy && --left > 0) {
+        io->postAfter(lockRetry, std::move(*this));
+        return;
+      }
+      main->post(
+          [answer = std::move(reply), result = std::move(result)]() mutable { answer(result); });
+    }
+  };
+  services_.io->post(
+      Attempt{disk_, services_.main, services_.io, writing_,
+              alive_.guard([this](Result<Values>& result) { written(std::move(result)); })});
+}
+
+void SettingsFile::written(Result<Values> result) {
+  inFlight_ = false;
+  const Changes tried = std::exchange(writing_, {});
+  auto told = std::exchange(landing_, {});
+  Result<void> answer;
+  if (result) {
+    adopt(*std::move(result));
+  } else {
+    logError("Settings", "the settings could not be written: {}", result.error().reason);
+    answer =
+        failed(result.error().kind, "the settings could not be written: " + result.error().reason);
+    for (const auto& [key, value] : tried) pending_.try_emplace(key, value);
+  }
+  if (!waiting_.empty()) {
+    write();
+  } else if (!pending_.empty()) {
+    schedule(answer ? std::chrono::nanoseconds(writeDelay) : retryDelay);
+  }
+  for (auto& done : told) done(answer);
+}
+
+bool SettingsFile::isOurs(std::string_view key) const {
+  return pending_.contains(key) || writing_.contains(key);
+}
+
+void SettingsFile::adopt(Values values) {
+  std::vector<std::string> changedKeys;
+  for (const auto& [key, value] : values) {
+    const auto found = values_.find(key);
+    if (!isOurs(key) && (found == values_.end() || found->second != value)) {
+      changedKeys.push_back(key);
+    }
+  }
+  for (const auto& [key, value] : values_) {
+    if (!isOurs(key) && !values.contains(key)) changedKeys.push_back(key);
+  }
+  for (const std::string& key : changedKeys) {
+    const auto found = values.find(key);
+    if (found == values.end()) {
+      values_.erase(key);
+    } else {
+      values_.insert_or_assign(key, found->second);
+    }
+  }
+  if (!listener_) return;
+  for (const std::string& key : changedKeys) listener_(key);
+}
+
+void SettingsFile::watch() {
+  if (services_.watcher == nullptr || blocked_) return;
+  // The folder must be there to be watched; making it is harmless and quick.
+  (void)services_.files.makeFolder(file_.parent_path(), Privacy::ownerOnly);
+  auto watch = services_.watcher->watch(
+      file_.parent_path(), services_.main, [this](const FolderEvent& event) {
+        if (event.name == file_.filename() || event.kind == FolderEvent::Kind::overflowed) {
+          readAgain();
+        }
+      });
+  if (watch) watch_ = *std::move(watch);
+}
+
+void SettingsFile::readAgain() {
+  services_.io->post(
+      [disk = disk_, main = services_.main, reply = alive_.guard([this](Result<Values>& values) {
+        // While it is being edited by hand it may make no sense for a moment.
+        if (values && !inFlight_) adopt(*std::move(values));
+      })]() mutable {
+        main->post([reply = std::move(reply), values = disk->read()]() mutable { reply(values); });
+      });
+}
+
+}  // namespace vantorel

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "platform/defaults_store.hpp"
+#include "platform/files.hpp"
+#include "platform/folder_watcher.hpp"
+
+namespace vantorel {
+
+/// Preferences in one JSON object in one file, for its owner alone. Each write reads the file again
+/// under a lock and changes only the keys set here, so that processes of one user keep each other's
+/// changes and the keys of other builds. Lives on the main runner; writes run on `io`.
+class SettingsFile final : public DefaultsStore {
+ public:
+  struct Services {
+    Files& files;
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> io;    ///< a serial queue
+    FolderWatcher* watcher = nullptr;  ///< without one, changes by others show at the next write
+  };
+
+  /// Reads the file at once: it is small and everything waits for it.
+  SettingsFile(Services services, Path file);
+  ~SettingsFile() override;
+
+  /// What was wrong with the file at start, as a sentence for the user: it was put aside, or cannot
+  /// be read and is left alone, so that changes last only for this run.
+  [[nodiscard]] const std::optional<std::string>& problem() const { return problem_; }
+
+  [[nodiscard]] std::optional<JSONValue> value(std::string_view key) const override;
+  void set(std::string_view key, JSONValue value) override;
+  void remove(std::string_view key) override;
+  void onOutsideChange(std::function<void(std::string_view key)> listener) override;
+  void flush(std::move_only_function<void(Result<void>)> done) override;
+
+ private:
+  using Values = std::map<std::string, JSONValue, std::less<>>;
+  using Changes = std::map<std::string, std::optional<JSONValue>, std::less<>>;
+  class Disk;
+
+  void changed(std::string_view key, std::optional<JSONValue> value);
+  void schedule(std::chrono::nanoseconds delay);
+  void write();
+  void written(Result<Values> result);
+  void readAgain();
+  void adopt(Values values);
+  void watch();
+  [[nodiscard]] bool isOurs(std::string_view key) const;
+
+  Services services_;
+  Path file_;
+  std::shared_ptr<Disk> disk_;
+  std::optional<std::string> problem_;
+  bool blocked_ = false;
+  Values values_;
+  Changes pending_;  // set here and not yet handed to a write
+  Changes writing_;  // handed to the write in flight
+  bool inFlight_ = false;
+  std::vector<std::move_only_function<void(Result<void>)>> waiting_;  // for the pending changes
+  std::vector<std::move_only_function<void(Result<void>)>> landing_;  // for the write in flight
+  std::function<void(std::string_view key)> listener_;
+  std::unique_ptr<FolderWatch> watch_;
+  Alive debounce_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,141 @@
+#include "settings/settings_file.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_folder_watcher.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* path = "/config/settings.json";
+
+class SettingsFileTest : public testing::Test {
+ protected:
+  SettingsFileTest() {
+    files.folders.insert("/config");
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  }
+  ~SettingsFileTest() override { setLogSink(std::move(formerSink)); }
+
+  std::unique_ptr<SettingsFile> open() {
+    return std::make_unique<SettingsFile>(
+        SettingsFile::Services{files, runners.main(), runners.runner("io"), &watcher}, path);
+  }
+
+  std::string flushed(SettingsFile& settings) {
+    std::string answer = "no answer";
+    settings.flush([&](Result<void> result) { answer = result ? "" : result.error().reason; });
+    runners.run();
+    return answer;
+  }
+
+  void changeOutside(const std::string& text) {
+    files.put(path, text);
+    watcher.happen("/config", FolderEvent::Kind::appeared, "settings.json");
+    runners.run();
+  }
+
+  FakeFiles files;
+  FakeRunners runners;
+  FakeFolderWatcher watcher;
+  LogSink formerSink;
+};
+
+TEST_F(SettingsFileTest, TwoProcessesKeepEachOthersChangesAndUnknownKeys) {
+  files.put(path, R"({"later":{"x":[1.0]},"a":1})");
+  auto one = open();
+  auto two = open();
+  std::vector<std::string> heard;
+  two->onOutsideChange([&](std::string_view key) { heard.emplace_back(key); });
+  one->set("a", {true});
+  one->set("b", {std::string("one")});
+  two->set("c", {std::int64_t{3}});
+  EXPECT_EQ(flushed(*one), "");
+  EXPECT_EQ(flushed(*two), "");
+  EXPECT_EQ(files.text(path), R"({"a":true,"b":"one","c":3,"later":{"x":[1.0]}})"
+                              "\n");
+  EXPECT_EQ(files.disk[path]->status.mode, 0600U);
+  EXPECT_THAT(heard, ElementsAre("a", "b"));
+  EXPECT_EQ(two->value("b"), JSONValue{std::string("one")});
+
+  heard.clear();
+  changeOutside(R"({"a":false,"c":3})");
+  EXPECT_THAT(heard, ElementsAre("a", "b", "later"));
+  EXPECT_EQ(two->value("b"), std::nullopt);
+  changeOutside("{half");
+  EXPECT_EQ(two->value("a"), JSONValue{false}) << "an editor is still writing it";
+}
+
+TEST_F(SettingsFileTest, OwnChangesWinOverWhatIsReadWhileTheyAreOnTheirWay) {
+  auto settings = open();
+  settings->set("a", {std::int64_t{1}});
+  changeOutside(R"({"a":7,"b":2})");
+  EXPECT_EQ(settings->value("a"), JSONValue{std::int64_t{1}});
+  EXPECT_EQ(settings->value("b"), JSONValue{std::int64_t{2}});
+  runners.advance(1s);
+  EXPECT_EQ(files.text(path), "{\"a\":1,\"b\":2}\n");
+
+  const int before = files.changes;
+  for (int i = 0; i < 50; ++i) {
+    settings->set("a", {std::int64_t{i}});
+    runners.advance(10ms);
+  }
+  runners.advance(1s);
+  EXPECT_EQ(files.changes - before, 2) << "a dragged slider is one write";
+}
+
+TEST_F(SettingsFileTest, FileThatMakesNoSenseIsPutAsideWhole) {
+  files.put(path, "{damaged");
+  auto settings = open();
+  EXPECT_THAT(*settings->problem(), HasSubstr("put aside as settings-"));
+  settings->set("a", {true});
+  EXPECT_EQ(flushed(*settings), "");
+  std::vector<std::string> aside;
+  for (const std::string& name : files.names("/config")) {
+    if (name.ends_with(".unreadable.json")) aside.push_back(files.text(Path("/config") / name));
+  }
+  EXPECT_THAT(aside, ElementsAre("{damaged"));
+  EXPECT_EQ(files.text(path), "{\"a\":true}\n");
+
+  files.put(path, "{damaged again");
+  files.changesFail = FailureKind::readOnly;
+  settings = open();
+  settings->set("a", {false});
+  EXPECT_EQ(settings->value("a"), JSONValue{false}) << "for this run";
+  files.changesFail.reset();
+  EXPECT_THAT(flushed(*settings), HasSubstr("couldn't read its settings"));
+  EXPECT_EQ(files.text(path), "{damaged again");
+}
+
+TEST_F(SettingsFileTest, FailedWriteIsToldAndTriedAgain) {
+  auto settings = open();
+  files.changesFail = FailureKind::noSpace;
+  settings->set("a", {true});
+  EXPECT_THAT(flushed(*settings), HasSubstr("the settings could not be written: "));
+  files.changesFail.reset();
+  runners.advance(6s);
+  EXPECT_EQ(files.text(path), "{\"a\":true}\n");
+
+  auto lock = files.lock("/config/settings.lock");
+  settings->set("a", {false});
+  std::string answer = "waiting";
+  settings->flush([&](Result<void> result) { answer = result ? "" : result.error().reason; });
+  runners.advance(1s);
+  EXPECT_EQ(answer, "waiting");
+  lock->reset();
+  runners.advance(100ms);
+  EXPECT_EQ(answer, "");
+  EXPECT_THAT(settings->problem(), testing::Eq(std::nullopt));
+}
+
+}  // namespace
+}  // namespace vantorel
