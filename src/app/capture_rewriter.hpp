@@ -1,0 +1,63 @@
+#pragma once
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "app/capture_rewrite_activity.hpp"
+#include "app/pending_archive_work.hpp"
+#include "app/surface_registry.hpp"
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "capture/capture_transcoder.hpp"
+#include "library/history_store.hpp"
+#include "platform/image_codec.hpp"
+#include "settings/settings_store.hpp"
+
+namespace vantorel {
+
+struct RewrittenCapture {
+  EntryPointer entry;
+  std::string remark;  ///< a sentence on what came of it; may be empty
+};
+
+/// A rewritten capture, or the sentence that says why not.
+using RewriteReply = std::expected<RewrittenCapture, std::string>;
+
+/// Converts and compresses captures of the library. The file before the change stays as the entry's
+/// original, so that nothing is lost. One rewrite of an entry at a time; a quit waits for it. Lives
+/// on the main runner; the work runs on `work`.
+class CaptureRewriter {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+    std::shared_ptr<Files> files;
+    std::shared_ptr<const ImageCodec> codec;
+    HistoryStore* store = nullptr;
+    SettingsStore* settings = nullptr;
+    CaptureRewriteActivity* activity = nullptr;
+    PendingArchiveWork* pendingWork = nullptr;
+    SurfaceRegistry* surfaces = nullptr;
+  };
+
+  explicit CaptureRewriter(Services services) : services_(std::move(services)) {}
+
+  using Done = std::function<void(RewriteReply)>;
+
+  /// `name` is an id, the unique start of one, or "latest".
+  void convert(const std::string& name, ExportFormat format, Done done);
+  void compress(const std::string& name, Done done);
+
+ private:
+  using Work = std::function<CompressOutcome(const CaptureTranscoder&, const CaptureSource&)>;
+
+  void whenLoaded(std::function<void()> go);
+  void rewrite(const std::string& name, Work work, Done done);
+
+  Services services_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

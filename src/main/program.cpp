@@ -1,0 +1,208 @@
+#include "main/program.hpp"
+
+#include <unistd.h>
+
+#include "base/log.hpp"
+#include "main/terminal_surfaces.hpp"
+#include "platform/linux/desktop_notifications.hpp"
+#include "platform/linux/desktop_session.hpp"
+#include "platform/linux/inotify_watcher.hpp"
+#include "platform/linux/linux_clock.hpp"
+#include "platform/linux/linux_files.hpp"
+#include "platform/linux/linux_image_codec.hpp"
+#include "platform/linux/serial_queues.hpp"
+#include "settings/settings_file.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Dialogs by the toolkit, passing messages by the desktop.
+class DesktopAlerts final : public Alerts {
+ public:
+  DesktopAlerts(Alerts& dialogs, DesktopNotifications& notifications)
+      : dialogs_(dialogs), notifications_(notifications) {}
+
+  void ask(Alert alert, std::function<void(std::size_t)> answered) override {
+    dialogs_.ask(std::move(alert), std::move(answered));
+  }
+  void dismiss() override { dialogs_.dismiss(); }
+  [[nodiscard]] bool isModalDialogUp() const override { return dialogs_.isModalDialogUp(); }
+  void notify(std::string title, std::string body) override {
+    notifications_.notify(std::move(title), std::move(body));
+  }
+
+ private:
+  Alerts& dialogs_;
+  DesktopNotifications& notifications_;
+};
+
+SettingsValues defaultsFor(const UserFolders& folders) {
+  SettingsValues values;
+  values.storageDirectory = folders.captures.string();
+  return values;
+}
+
+/// Starts the program anew in place of this process. Comes back only when that fails.
+bool relaunch() {
+  ::execl("/proc/self/exe", "vantorel", nullptr);
+  return false;
+}
+
+}  // namespace
+
+struct Program::Parts {
+  Parts(const UserFolders& folders, std::shared_ptr<TaskRunner> mainRunner, DesktopUi* desktopUi,
+        std::function<void()> terminate)
+      : main(std::move(mainRunner)),
+        ui(desktopUi),
+        files(std::make_shared<LinuxFiles>()),
+        clock(std::make_shared<LinuxClock>()),
+        codec(std::make_shared<LinuxImageCodec>()),
+        desktop(openDesktop(main, ui == nullptr ? WindowContents::onDemand
+                                                : WindowContents::keptFromStart)),
+        notifications(queues.queue("com.hollen.Vantorel.notifications")),
+        settingsFile({.files = *files,
+                      .main = main,
+                      .io = queues.queue("com.hollen.Vantorel.settings"),
+                      .watcher = ui == nullptr ? nullptr : &watcher()},
+                     folders.config / "settings.json"),
+        settings(settingsFile, defaultsFor(folders)),
+        store({.files = *files,
+               .clock = *clock,
+               .main = main,
+               .persist = queues.queue("vantorel.history.persist"),
+               .userID = ::geteuid()},
+              LibraryPaths{folders.data, folders.cache}) {
+    if (ui == nullptr) {
+      alerts = std::make_unique<TerminalAlerts>();
+    } else {
+      alerts = std::make_unique<DesktopAlerts>(ui->alerts(), notifications);
+    }
+    if (settingsFile.problem()) {
+      logWarning("Settings", "{}", *settingsFile.problem());
+      alerts->notify("Settings", *settingsFile.problem());
+    }
+    coordinator = std::make_unique<AppCoordinator>(services(folders, std::move(terminate)));
+    rewriter = std::make_unique<CaptureRewriter>(CaptureRewriter::Services{
+        .main = main,
+        .work = queues.queue("com.hollen.Vantorel.rewrite"),
+        .files = files,
+        .codec = codec,
+        .store = &store,
+        .settings = &settings,
+        .activity = &coordinator->rewrites(),
+        .pendingWork = &coordinator->pendingArchiveWork(),
+        .surfaces = &coordinator->surfaces()});
+    commands = std::make_unique<CommandRunner>(
+        CommandRunner::Services{.main = main,
+                                .coordinator = coordinator.get(),
+                                .rewriter = rewriter.get(),
+                                .store = &store,
+                                .screen = desktop.screen.get(),
+                                .windows = desktop.windows.get()});
+  }
+
+  AppCoordinator::Services services(const UserFolders& folders, std::function<void()> terminate) {
+    AppCoordinator::Services all;
+    all.main = main;
+    all.work = queues.queue("com.hollen.Vantorel.captures");
+    all.clock = clock;
+    all.files = files;
+    all.codec = codec;
+    all.screen = desktop.screen.get();
+    all.windows = desktop.windows.get();
+    all.alerts = alerts.get();
+    all.store = &store;
+    all.settings = &settings;
+    all.stagedCaptures = store.paths().stagedCaptures();
+    all.redactedOriginals = store.paths().redactedOriginals();
+    all.defaultCaptures = folders.captures;
+    all.hotKeys = desktop.hotKeys.get();
+    all.relaunch = relaunch;
+    all.terminate = std::move(terminate);
+    if (ui == nullptr) {
+      all.countdown = std::make_shared<TerminalCountdown>();
+      all.overlay = [] { return nullptr; };
+    } else {
+      all.clipboard = &ui->clipboard();
+      all.countdown = ui->countdownPanel();
+      all.desktopCover = ui->desktopCoverWindows();
+      all.overlay = [this] { return &ui->selectionOverlay(); };
+      all.showStatusItem = [this](bool visible) { ui->statusItem().setVisible(visible); };
+      all.statusMenuChanged = [this] { ui->statusItem().menuChanged(); };
+    }
+    return all;
+  }
+
+  FolderWatcher& watcher() {
+    if (!folderWatcher) folderWatcher = std::make_unique<InotifyWatcher>();
+    return *folderWatcher;
+  }
+
+  // In the order they need each other; they go in the opposite one.
+  std::shared_ptr<TaskRunner> main;
+  DesktopUi* ui;
+  SerialQueues queues;
+  std::shared_ptr<LinuxFiles> files;
+  std::shared_ptr<LinuxClock> clock;
+  std::shared_ptr<LinuxImageCodec> codec;
+  std::unique_ptr<InotifyWatcher> folderWatcher;
+  Desktop desktop;
+  DesktopNotifications notifications;
+  std::unique_ptr<Alerts> alerts;
+  SettingsFile settingsFile;
+  SettingsStore settings;
+  HistoryStore store;
+  std::unique_ptr<AppCoordinator> coordinator;
+  std::unique_ptr<CaptureRewriter> rewriter;
+  std::unique_ptr<CommandRunner> commands;
+  bool recovering = false;
+  std::vector<std::function<void()>> recovered;
+};
+
+Program::Program(const UserFolders& folders, std::shared_ptr<TaskRunner> main, DesktopUi* ui,
+                 std::function<void()> terminate)
+    : parts_(std::make_unique<Parts>(folders, std::move(main), ui, std::move(terminate))) {}
+
+Program::~Program() = default;
+
+void Program::start() {
+  parts_->store.load([] {});
+}
+
+void Program::startResident() {
+  Parts& parts = *parts_;
+  parts.ui->statusItem().setMenu([&parts] { return parts.coordinator->statusMenu(); },
+                                 [&parts] {
+                                   parts.commands->run({.command = command::Capture{}}, [](auto) {});
+                                 });
+  parts.coordinator->startResident();
+  recover([] {});
+}
+
+void Program::run(const CommandLine& line, CommandRunner::Done done) {
+  parts_->commands->run(line, std::move(done));
+}
+
+void Program::askerWentAway() { parts_->commands->askerWentAway(); }
+
+void Program::recover(std::function<void()> done) {
+  Parts& parts = *parts_;
+  const auto sweep = [&parts, done = std::move(done)] {
+    parts.coordinator->recoverStagedCaptures([done](int) { done(); });
+  };
+  if (parts.store.isLoaded()) {
+    sweep();
+    return;
+  }
+  auto loading = std::make_shared<Observation>();
+  *loading = parts.store.observe([loading, sweep](const HistoryChange& change) {
+    if (!change.loaded) return;
+    loading->end();
+    sweep();
+  });
+}
+
+void Program::quit() { parts_->coordinator->quit(); }
+
+}  // namespace vantorel

@@ -1,0 +1,32 @@
+#include "main/terminal_surfaces.hpp"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "base/log.hpp"
+
+namespace vantorel {
+
+void TerminalCountdown::show(int secondsLeft) {
+  if (isatty(STDERR_FILENO) == 0) return;
+  isShown_ = true;
+  std::fprintf(stderr, "\rCapturing in %d s ", secondsLeft);
+}
+
+void TerminalCountdown::hide(std::function<void()> hidden) {
+  if (isShown_) std::fprintf(stderr, "\r                    \r");
+  isShown_ = false;
+  hidden();
+}
+
+void TerminalAlerts::ask(Alert alert, std::function<void(std::size_t)> answered) {
+  logWarning("Alert", "{} {}", alert.message, alert.informative);
+  answered(alert.buttons.size() - 1);
+}
+
+void TerminalAlerts::notify(std::string title, std::string body) {
+  logInfo("Alert", "{}: {}", title, body);
+}
+
+}  // namespace vantorel
