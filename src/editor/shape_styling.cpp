@@ -109,6 +109,19 @@ ToolStyle styleOf(Tool tool, const ToolStyles& remembered) {
   return style;
 }
 
+ToolStyle onlyWhatMatters(Tool tool, ToolStyle style) {
+  ToolStyle kept;
+  kept.color = std::move(style.color);
+  kept.widthIdx = style.widthIdx;
+  kept.extra = std::move(style.extra);
+  if (const auto type = shapeTypeOf(tool)) {
+    visitFields(*type, [&](auto inStyle, auto, auto) { kept.*inStyle = style.*inStyle; });
+  }
+  if (tool == Tool::emoji) kept.emoji = std::move(style.emoji);
+  if (tool == Tool::eyedropper) kept.colorFormat = style.colorFormat;
+  return kept;
+}
+
 void dress(Shape& shape, const ToolStyle& style) {
   shape.color = style.color;
   shape.width = strokeWidth(style.widthIdx);

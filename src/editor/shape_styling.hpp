@@ -52,6 +52,9 @@ struct StyleDefaults {
 /// The remembered style of `tool`, with what it lacks filled from the defaults.
 [[nodiscard]] ToolStyle styleOf(Tool tool, const ToolStyles& remembered);
 
+/// `style` without the fields that mean nothing for `tool`.
+[[nodiscard]] ToolStyle onlyWhatMatters(Tool tool, ToolStyle style);
+
 /// Gives a new shape of its type the look of `style`: colour, width, and each optional field that
 /// means something for the type.
 void dress(Shape& shape, const ToolStyle& style);

@@ -1,0 +1,558 @@
+#include "editor/canvas_input.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "editor/tool_spec.hpp"
+
+namespace vantorel {
+namespace {
+
+Box spanned(Pt a, Pt b) {
+  return {std::min(a.x, b.x), std::min(a.y, b.y), std::abs(a.x - b.x), std::abs(a.y - b.y)};
+}
+
+Pt alongOneAxis(Pt from, Pt to) {
+  return std::abs(to.x - from.x) >= std::abs(to.y - from.y) ? Pt{to.x, from.y} : Pt{from.x, to.y};
+}
+
+std::optional<double> ratioOf(CropAspect aspect) {
+  switch (aspect) {
+    case CropAspect::free: return std::nullopt;
+    case CropAspect::square: return 1;
+    case CropAspect::fourByThree: return 4.0 / 3;
+    case CropAspect::sixteenByNine: return 16.0 / 9;
+  }
+  std::unreachable();
+}
+
+/// `frame` made as high as `ratio` asks for, its side at `anchor` (0 top, 1 bottom) staying put.
+Box withRatio(Box frame, double ratio, double anchor) {
+  const double height = frame.w / ratio;
+  frame.y += anchor * (frame.h - height);
+  frame.h = height;
+  return frame;
+}
+
+Box upright(Box box) {
+  if (box.w < 0) box = {box.x + box.w, box.y, -box.w, box.h};
+  if (box.h < 0) box = {box.x, box.y + box.h, box.w, -box.h};
+  return box;
+}
+
+/// Pulls the nearest of `edges` within `tolerance` of a line onto it. Gives the shift and the line.
+std::optional<std::pair<double, double>> snap(const std::vector<double>& edges,
+                                              const std::vector<double>& lines, double tolerance) {
+  std::optional<std::pair<double, double>> best;
+  for (const double edge : edges) {
+    for (const double line : lines) {
+      const double shift = line - edge;
+      if (std::abs(shift) <= tolerance && (!best || std::abs(shift) < std::abs(best->first))) {
+        best = {shift, line};
+      }
+    }
+  }
+  return best;
+}
+
+}  // namespace
+
+CanvasInput::CanvasInput(EditorModel& model, CanvasServices services)
+    : model_(model), services_(std::move(services)) {}
+
+void CanvasInput::handle(const PointerEvent& event) {
+  switch (event.phase) {
+    case PointerPhase::press: press(event); return;
+    case PointerPhase::move: move(event); return;
+    case PointerPhase::release: release(event); return;
+  }
+}
+
+double CanvasInput::captureTolerance(const PointerEvent& event) const {
+  const AxisMap map = model_.toCanvas();
+  return event.tolerance / std::sqrt(std::abs(map.sx * map.sy));
+}
+
+void CanvasInput::press(const PointerEvent& event) {
+  // A press without the release of the one before: the window lost it.
+  if (mode_ != GestureMode::none || cropMode_) cancel();
+  model_.endStep();
+  startCanvas_ = event.at;
+  startCapture_ = toCapture(event.at);
+  hasMoved_ = false;
+  switch (model_.tool()) {
+    case Tool::crop: pressCrop(event); return;
+    case Tool::eyedropper:
+      if (const auto color = services_.colorAt(event.at)) {
+        services_.copyText(model_.addSampledColor(*color));
+      }
+      return;
+    case Tool::selectText: return;
+    case Tool::text: pressText(event); return;
+    case Tool::select: pressSelect(event); return;
+    default: break;
+  }
+  if (!pressHandle(event)) startDrawing(*shapeTypeOf(model_.tool()), event);
+}
+
+void CanvasInput::pressText(const PointerEvent& event) {
+  if (pressHandle(event)) return;
+  if (model_.isTyping()) {
+    const Box box = model_.frameOfShape(*model_.draft());
+    if (contains(grown(box, captureTolerance(event)), startCapture_)) {
+      handle_ = ShapeHandle{TextBoxHandle::move, startCapture_};
+      startShapes_ = {*model_.draft()};
+      startFrame_ = box;
+      mode_ = GestureMode::move;
+      return;
+    }
+    model_.endText();
+    return;
+  }
+  const Shape* const shape = model_.shapeAt(startCapture_, captureTolerance(event));
+  if (event.clicks >= 2 && shape != nullptr && model_.editText(std::string(shape->id))) return;
+  model_.beginText(startCapture_);
+}
+
+void CanvasInput::pressSelect(const PointerEvent& event) {
+  if (model_.isTyping()) {
+    if (pressHandle(event)) return;
+    model_.endText();
+  }
+  if (pressHandle(event)) return;
+  if (const Shape* const shape = model_.shapeAt(startCapture_, captureTolerance(event))) {
+    const std::string id = shape->id;
+    if (event.clicks >= 2 && model_.editText(id)) return;
+    std::set<std::string> selection = model_.selection();
+    if (event.shift) {
+      if (selection.erase(id) == 0) selection.insert(id);
+      model_.select(std::move(selection));
+      if (!model_.selection().contains(id)) return;
+    } else if (!selection.contains(id)) {
+      model_.select({id});
+    }
+    startShapes_ = model_.selectedShapes();
+    mode_ = GestureMode::move;
+    model_.beginStep("Move");
+    return;
+  }
+  if (pressLayer(event)) return;
+  model_.selectLayer(std::nullopt);
+  startSelection_ = event.shift ? model_.selection() : std::set<std::string>{};
+  model_.select(startSelection_);
+  marquee_ = Box{startCanvas_.x, startCanvas_.y, 0, 0};
+  mode_ = GestureMode::marquee;
+}
+
+/// The topmost image under the pointer; the capture itself only when it is the selected layer
+/// already, as it lies under everything.
+bool CanvasInput::pressLayer(const PointerEvent& event) {
+  const LayerSpec* const selected = model_.selectedLayer();
+  const std::string selectedID = selected == nullptr ? "" : selected->id;
+  const auto& layers = *model_.state().layers;
+  for (auto layer = layers.rbegin(); layer != layers.rend(); ++layer) {
+    if (!layer->visible || !contains(layer->frame, event.at)) continue;
+    if (!layer->path && layer->id != selectedID) continue;
+    startFrame_ = layer->frame;
+    const bool locked = layer->locked;
+    model_.selectLayer(std::string(layer->id));
+    if (!locked) {
+      mode_ = GestureMode::layerMove;
+      model_.beginStep("Move Layer");
+    }
+    return true;
+  }
+  return false;
+}
+
+std::vector<ShapeHandle> CanvasInput::handles() const {
+  std::vector<ShapeHandle> handles;
+  if (model_.tool() == Tool::crop) {
+    if (model_.pendingCrop()) return cornerHandles(*model_.pendingCrop());
+    return {};
+  }
+  if (model_.isTyping()) {
+    handles = handlesOf(*model_.draft(), model_.measureText());
+  } else if (model_.selection().size() == 1 && !model_.draft()) {
+    const Shape* const shape = model_.state().find(*model_.selection().begin());
+    handles = handlesOf(*shape, model_.measureText());
+  } else if (const LayerSpec* const layer = model_.selectedLayer();
+             layer != nullptr && model_.tool() == Tool::select) {
+    if (layer->visible && !layer->locked) return cornerHandles(layer->frame);
+    return {};
+  }
+  const AxisMap map = model_.toCanvas();
+  for (ShapeHandle& handle : handles) handle.at = map(handle.at);
+  return handles;
+}
+
+bool CanvasInput::pressHandle(const PointerEvent& event) {
+  for (ShapeHandle& handle : handles()) {
+    if (distance(handle.at, event.at) > event.tolerance) continue;
+    handle_ = handle;
+    handle_->at = toCapture(handle.at);
+    if (model_.isTyping()) {
+      startShapes_ = {*model_.draft()};
+      startFrame_ = model_.frameOfShape(*model_.draft());
+      mode_ = GestureMode::resize;
+      return true;
+    }
+    if (model_.selection().empty()) {
+      startFrame_ = model_.selectedLayer()->frame;
+      mode_ = GestureMode::layerResize;
+      model_.beginStep("Resize Layer");
+      return true;
+    }
+    startShapes_ = model_.selectedShapes();
+    startFrame_ = model_.frameOfShape(startShapes_.front());
+    if (std::holds_alternative<EndpointHandle>(handle.kind)) {
+      mode_ = GestureMode::endpoint;
+      model_.beginStep("Move End");
+    } else if (std::holds_alternative<BowHandle>(handle.kind)) {
+      mode_ = GestureMode::bow;
+      model_.beginStep("Bend Arrow");
+    } else {
+      mode_ = GestureMode::resize;
+      model_.beginStep("Resize");
+    }
+    return true;
+  }
+  return false;
+}
+
+void CanvasInput::startDrawing(ShapeType type, const PointerEvent& event) {
+  model_.select({});
+  Shape shape = model_.newShape(type);
+  shape.x = shape.x1 = shape.x2 = startCapture_.x;
+  shape.y = shape.y1 = shape.y2 = startCapture_.y;
+  if (isTwoPoint(type)) {
+    shape.x = shape.y = 0;
+  } else {
+    shape.x1 = shape.y1 = shape.x2 = shape.y2 = 0;
+  }
+  if (type == ShapeType::pen || type == ShapeType::highlighter) {
+    shape.x = shape.y = 0;
+    shape.points = {startCapture_};
+  }
+  startShapes_ = {shape};
+  mode_ = GestureMode::draw;
+  model_.setDraft(std::move(shape));
+  draw(event);
+}
+
+void CanvasInput::draw(const PointerEvent& event) {
+  Shape shape = *model_.draft();
+  Pt at = toCapture(event.at);
+  if (shape.type == ShapeType::pen || shape.type == ShapeType::highlighter) {
+    if (event.shift) {
+      shape.points = {startCapture_};
+      if (at != startCapture_) shape.points.push_back(at);
+    } else if (shape.points.back() != at) {
+      shape.points.push_back(at);
+    }
+  } else if (isTwoPoint(shape.type)) {
+    if (event.shift)
+      at = isLine(shape.type) ? snappedTo45(startCapture_, at) : squared(startCapture_, at);
+    shape.x2 = at.x;
+    shape.y2 = at.y;
+  } else {
+    shape.x = at.x;
+    shape.y = at.y;
+  }
+  model_.setDraft(std::move(shape));
+}
+
+void CanvasInput::finishDrawing(const PointerEvent& event) {
+  const Shape shape = *model_.draft();
+  model_.setDraft(std::nullopt);
+  // A click with a tool that needs a drag draws nothing.
+  if (isTwoPoint(shape.type) &&
+      distance({shape.x1, shape.y1}, {shape.x2, shape.y2}) < captureTolerance(event) / 2) {
+    return;
+  }
+  const std::string name = "Draw " + std::string(specOf(toolOf(shape.type)).label);
+  model_.edit(name, [&](EditorSnapshot& state) { state.append(shape); });
+  // Strokes, badges and stamps come in rows; handles would be in the way of the next one.
+  if (isTwoPoint(shape.type)) model_.select({shape.id});
+}
+
+void CanvasInput::move(const PointerEvent& event) {
+  if (cropMode_) {
+    moveCrop(event);
+    return;
+  }
+  // A click that trembles moves nothing.
+  const bool trembles = distance(event.at, startCanvas_) < event.tolerance / 2;
+  if (mode_ != GestureMode::draw && !hasMoved_ && trembles) return;
+  hasMoved_ = true;
+  switch (mode_) {
+    case GestureMode::none: return;
+    case GestureMode::draw: draw(event); return;
+    case GestureMode::move: moveShapes(event); return;
+    case GestureMode::resize:
+    case GestureMode::endpoint:
+    case GestureMode::bow: pullHandle(event); return;
+    case GestureMode::marquee: {
+      marquee_ = spanned(startCanvas_, event.at);
+      const Box inCapture = upright(model_.toCanvas().inverse()(*marquee_));
+      std::set<std::string> selection = startSelection_;
+      for (const auto& shape : *model_.state().shapes) {
+        if (model_.isShown(*shape) && touches(*shape, inCapture, model_.measureText())) {
+          selection.insert(shape->id);
+        }
+      }
+      model_.select(std::move(selection));
+      return;
+    }
+    case GestureMode::layerMove: moveLayer(event); return;
+    case GestureMode::layerResize: resizeLayer(event); return;
+  }
+}
+
+void CanvasInput::moveShapes(const PointerEvent& event) {
+  const Pt at = toCapture(event.shift ? alongOneAxis(startCanvas_, event.at) : event.at);
+  const AxisMap shift{1, 1, at.x - startCapture_.x, at.y - startCapture_.y};
+  if (model_.isTyping()) {
+    model_.setDraft(
+        withTextBox(*model_.draft(), TextBoxHandle::move, startFrame_, startCapture_, at));
+    startCapture_ = at;  // the draft may have been typed into meanwhile
+    return;
+  }
+  model_.edit("Move", [&](EditorSnapshot& state) {
+    for (const Shape& shape : startShapes_) state.replace(mapped(shape, shift));
+  });
+}
+
+void CanvasInput::pullHandle(const PointerEvent& event) {
+  const Pt pointer = toCapture(event.at);
+  // The handle keeps its distance to the pointer that took it beside its middle.
+  const Pt at{pointer.x + handle_->at.x - startCapture_.x,
+              pointer.y + handle_->at.y - startCapture_.y};
+  const Shape& start = startShapes_.front();
+  const auto pulled = [&]() -> Shape {
+    if (const auto* endpoint = std::get_if<EndpointHandle>(&handle_->kind)) {
+      return withEndpoint(start, *endpoint, at, event.shift);
+    }
+    if (const auto* corner = std::get_if<ResizeHandle>(&handle_->kind)) {
+      return resized(start, *corner, at, event.shift ? Proportions::kept : Proportions::free);
+    }
+    if (const auto* textBox = std::get_if<TextBoxHandle>(&handle_->kind)) {
+      return withTextBox(start, *textBox, startFrame_, startCapture_, pointer);
+    }
+    Shape bent = start;
+    bent.bow = bowTowards(start, at, captureTolerance(event) / 2);
+    return bent;
+  };
+  if (model_.isTyping()) {
+    Shape draft = pulled();
+    draft.text = model_.draft()->text;
+    model_.setDraft(std::move(draft));
+  } else {
+    model_.edit("Resize", [&](EditorSnapshot& state) { state.replace(pulled()); });
+  }
+}
+
+/// The canvas's and the other layers' edges and middles.
+std::vector<double> CanvasInput::guideLines(Guide::Direction direction) const {
+  const bool vertical = direction == Guide::Direction::vertical;
+  const CanvasSize canvas = model_.canvasSize();
+  const double whole = vertical ? canvas.width : canvas.height;
+  std::vector<double> lines{0, whole / 2, whole};
+  for (const LayerSpec& layer : *model_.state().layers) {
+    if (!layer.visible || layer.id == model_.selectedLayer()->id) continue;
+    const double from = vertical ? layer.frame.x : layer.frame.y;
+    const double length = vertical ? layer.frame.w : layer.frame.h;
+    for (const double part : {0.0, 0.5, 1.0}) lines.push_back(from + part * length);
+  }
+  return lines;
+}
+
+void CanvasInput::moveLayer(const PointerEvent& event) {
+  const Pt at = event.shift ? alongOneAxis(startCanvas_, event.at) : event.at;
+  Box frame = startFrame_;
+  frame.x += at.x - startCanvas_.x;
+  frame.y += at.y - startCanvas_.y;
+  guides_.clear();
+  if (!event.command) {
+    const auto across = snap({frame.x, frame.x + frame.w / 2, frame.right()},
+                             guideLines(Guide::Direction::vertical), event.tolerance);
+    if (across) {
+      frame.x += across->first;
+      guides_.push_back({Guide::Direction::vertical, across->second});
+    }
+    const auto down = snap({frame.y, frame.y + frame.h / 2, frame.bottom()},
+                           guideLines(Guide::Direction::horizontal), event.tolerance);
+    if (down) {
+      frame.y += down->first;
+      guides_.push_back({Guide::Direction::horizontal, down->second});
+    }
+  }
+  model_.setLayerFrame(std::string(model_.selectedLayer()->id), frame);
+}
+
+void CanvasInput::resizeLayer(const PointerEvent& event) {
+  ResizeHandle corner = std::get<ResizeHandle>(handle_->kind);
+  corner.startFrame = startFrame_;
+  const Pt grip{startFrame_.x + corner.position.x * startFrame_.w,
+                startFrame_.y + corner.position.y * startFrame_.h};
+  Pt at{event.at.x + grip.x - startCanvas_.x, event.at.y + grip.y - startCanvas_.y};
+  guides_.clear();
+  if (!event.command && !event.shift) {
+    if (const auto across = snap({at.x}, guideLines(Guide::Direction::vertical), event.tolerance)) {
+      at.x = across->second;
+      guides_.push_back({Guide::Direction::vertical, at.x});
+    }
+    if (const auto down = snap({at.y}, guideLines(Guide::Direction::horizontal), event.tolerance)) {
+      at.y = down->second;
+      guides_.push_back({Guide::Direction::horizontal, at.y});
+    }
+  }
+  const Box frame = pulledFrame(corner, at, event.shift ? Proportions::kept : Proportions::free);
+  model_.setLayerFrame(std::string(model_.selectedLayer()->id), upright(frame));
+}
+
+void CanvasInput::pressCrop(const PointerEvent& event) {
+  startFrame_ = model_.pendingCrop().value_or(Box{});
+  for (const ShapeHandle& handle : handles()) {
+    if (distance(handle.at, event.at) > event.tolerance) continue;
+    handle_ = handle;
+    cropMode_ = CropMode::resize;
+    return;
+  }
+  const bool inside = model_.pendingCrop() && contains(startFrame_, event.at);
+  cropMode_ = inside ? CropMode::move : CropMode::draw;
+}
+
+void CanvasInput::moveCrop(const PointerEvent& event) {
+  const auto ratio = event.shift ? std::optional(1.0) : ratioOf(model_.cropAspect());
+  Box crop = startFrame_;
+  switch (*cropMode_) {
+    case CropMode::draw:
+      crop = spanned(startCanvas_, event.at);
+      if (ratio) crop = withRatio(crop, *ratio, event.at.y < startCanvas_.y ? 1 : 0);
+      break;
+    case CropMode::move:
+      crop.x += event.at.x - startCanvas_.x;
+      crop.y += event.at.y - startCanvas_.y;
+      break;
+    case CropMode::resize: {
+      const ResizeHandle corner = std::get<ResizeHandle>(handle_->kind);
+      crop = upright(pulledFrame(corner, event.at, Proportions::free));
+      if (ratio) crop = withRatio(crop, *ratio, 1 - corner.position.y);
+      break;
+    }
+  }
+  model_.setPendingCrop(crop);
+}
+
+void CanvasInput::release(const PointerEvent& event) {
+  if (cropMode_) {
+    // A click outside the frame draws no new one.
+    if (*cropMode_ == CropMode::draw && model_.pendingCrop() &&
+        (model_.pendingCrop()->w < 1 || model_.pendingCrop()->h < 1)) {
+      model_.setPendingCrop(std::nullopt);
+    }
+  } else if (mode_ == GestureMode::draw) {
+    draw(event);
+    finishDrawing(event);
+  } else if (mode_ != GestureMode::none) {
+    move(event);
+    model_.endStep();
+  }
+  end();
+}
+
+void CanvasInput::end() {
+  mode_ = GestureMode::none;
+  cropMode_.reset();
+  handle_.reset();
+  startShapes_.clear();
+  marquee_.reset();
+  guides_.clear();
+}
+
+void CanvasInput::cancel() {
+  if (cropMode_) {
+    const bool hadFrame = startFrame_ != Box{};
+    model_.setPendingCrop(hadFrame ? std::optional(startFrame_) : std::nullopt);
+  } else if (model_.isTyping()) {
+    if (!startShapes_.empty()) {
+      Shape draft = startShapes_.front();
+      draft.text = model_.draft()->text;
+      model_.setDraft(std::move(draft));
+    }
+  } else if (mode_ == GestureMode::draw) {
+    model_.setDraft(std::nullopt);
+  } else if (mode_ == GestureMode::marquee) {
+    model_.select(startSelection_);
+  } else {
+    model_.cancelStep();
+  }
+  end();
+}
+
+bool CanvasInput::handle(const KeyEvent& event) {
+  const bool inGesture = mode_ != GestureMode::none || cropMode_.has_value();
+  if (event.key == EditorKey::escape) return escape();
+  if (inGesture) return false;
+  if (event.key == EditorKey::character && event.command) return commandKey(event);
+  if (model_.isTyping()) {
+    if (event.key != EditorKey::enter || !event.command) return false;
+    model_.endText();
+    return true;
+  }
+  const double step = event.shift ? 10 : 1;
+  switch (event.key) {
+    case EditorKey::backspace: return model_.deleteSelection();
+    case EditorKey::enter: return model_.applyCrop();
+    case EditorKey::left: model_.nudge(-step, 0); return true;
+    case EditorKey::right: model_.nudge(step, 0); return true;
+    case EditorKey::up: model_.nudge(0, -step); return true;
+    case EditorKey::down: model_.nudge(0, step); return true;
+    case EditorKey::escape: return false;
+    case EditorKey::character: break;
+  }
+  const auto tool = toolForKey(event.text);
+  if (tool) model_.pickTool(*tool);
+  return tool.has_value();
+}
+
+bool CanvasInput::commandKey(const KeyEvent& event) {
+  if (event.text == "z" || event.text == "Z") {
+    return event.shift ? model_.redo() : model_.undo();
+  }
+  if (model_.isTyping()) return false;
+  if (event.text == "a") {
+    model_.selectAll();
+    return true;
+  }
+  if (event.text == "c" || event.text == "x") {
+    const std::string shapes = model_.copiedShapes();
+    if (shapes.empty()) return false;
+    services_.copyShapes(shapes);
+    return event.text == "c" || model_.deleteSelection();
+  }
+  if (event.text == "v") return model_.pasteShapes(services_.copiedShapes());
+  return false;
+}
+
+bool CanvasInput::escape() {
+  if (mode_ != GestureMode::none || cropMode_) {
+    cancel();
+  } else if (model_.isTyping()) {
+    model_.endText();
+  } else if (model_.pendingCrop()) {
+    model_.setPendingCrop(std::nullopt);
+  } else if (!model_.selection().empty() || model_.selectedLayer() != nullptr) {
+    model_.selectLayer(std::nullopt);
+    model_.select({});
+  } else if (model_.tool() != Tool::select) {
+    model_.pickTool(Tool::select);
+  } else {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace vantorel

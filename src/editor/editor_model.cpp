@@ -1,0 +1,276 @@
+#include "editor/editor_model.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/random_id.hpp"
+#include "editor/document_changes.hpp"
+#include "editor/tool_spec.hpp"
+
+namespace vantorel {
+
+EditorModel::EditorModel(EditorOpening opening, EditorEvents events)
+    : capture_(opening.capture),
+      captureScale_(opening.captureScale),
+      measureText_(std::move(opening.measureText)),
+      events_(std::move(events)),
+      documentExtra_(std::move(opening.document.extra)),
+      styles_(std::move(opening.styles)) {
+  EditorDocument& document = opening.document;
+  const bool combined = opening.combine && document.layers.empty();
+  if (combined) addAsLayers(*opening.combine, capture_, document);
+  const CanvasSize canvas = canvasSizeOf(document.canvas, capture_);
+  document.canvas.width = canvas.width;
+  document.canvas.height = canvas.height;
+  state_ = EditorSnapshot::of(std::move(document));
+  baseline_ = state_;
+  if (combined) events_.report("Combine arrangement is now layers");
+}
+
+EditorDocument EditorModel::document() const {
+  EditorDocument document = state_.document();
+  document.extra = documentExtra_;
+  return document;
+}
+
+EditorDocument EditorModel::baseline() const {
+  EditorDocument document = baseline_.document();
+  document.extra = documentExtra_;
+  return document;
+}
+
+EditorDocument EditorModel::scene() const {
+  EditorDocument document = EditorModel::document();
+  if (!draft_) return document;
+  if (typing_ && typing_->shapeID) {
+    const auto edited = std::ranges::find(document.shapes, *typing_->shapeID, &Shape::id);
+    if (edited != document.shapes.end()) {
+      *edited = *draft_;
+      return document;
+    }
+  }
+  document.shapes.push_back(*draft_);
+  return document;
+}
+
+bool EditorModel::hasUnsavedChanges() const { return state_ != baseline_ || isTyping(); }
+
+std::string EditorModel::unsavedChanges() const {
+  return describeChanges(baseline_.document(), state_.document(),
+                         isTyping() ? TextLabel::unfinished : TextLabel::none);
+}
+
+void EditorModel::markSaved() { baseline_ = state_; }
+
+void EditorModel::beginStep(std::string name) {
+  endStep();
+  step_ = OpenStep{state_, std::move(name)};
+}
+
+void EditorModel::endStep() {
+  if (!step_) return;
+  OpenStep step = std::move(*step_);
+  step_.reset();
+  if (step.before != state_) history_.push(std::move(step.before), std::move(step.name));
+}
+
+void EditorModel::cancelStep() {
+  if (!step_) return;
+  state_ = std::move(step_->before);
+  step_.reset();
+  stateReplaced();
+}
+
+bool EditorModel::edit(std::string_view name, const std::function<void(EditorSnapshot&)>& change) {
+  if (step_ && step_->isNudge) endStep();
+  EditorSnapshot changed = state_;
+  change(changed);
+  if (changed == state_) return false;
+  if (!step_) history_.push(state_, std::string(name));
+  state_ = std::move(changed);
+  stateReplaced();
+  return true;
+}
+
+/// The selection never names what is no longer there.
+void EditorModel::stateReplaced() {
+  std::erase_if(selection_,
+                [&](const std::string& shapeID) { return state_.find(shapeID) == nullptr; });
+  if (selectedLayerID_ && state_.findLayer(*selectedLayerID_) == nullptr) selectedLayerID_.reset();
+  events_.changed();
+}
+
+bool EditorModel::undo() {
+  cancelText();
+  endStep();
+  if (!history_.undo(state_)) return false;
+  stateReplaced();
+  return true;
+}
+
+bool EditorModel::redo() {
+  cancelText();
+  endStep();
+  if (!history_.redo(state_)) return false;
+  stateReplaced();
+  return true;
+}
+
+void EditorModel::pickTool(Tool tool) {
+  endText();
+  endStep();
+  if (pendingCrop_) applyCrop();
+  draft_.reset();
+  selection_.clear();
+  tool_ = tool;
+  if (tool == Tool::crop) pendingCrop_ = cropOnCanvas();
+  events_.changed();
+}
+
+ToolStyle EditorModel::style() const {
+  if (typing_) return styleShownBy(*draft_);
+  for (const auto& shape : *state_.shapes) {
+    if (selection_.contains(shape->id)) return styleShownBy(*shape);
+  }
+  return styleOf(tool_, styles_);
+}
+
+void EditorModel::changeStyle(const std::function<void(ToolStyle&)>& change) {
+  std::set<Tool> touched;
+  const auto restyled = [&](Shape shape) {
+    const ToolStyle before = styleShownBy(shape);
+    ToolStyle after = before;
+    change(after);
+    restyle(shape, before, after);
+    touched.insert(toolOf(shape.type));
+    return shape;
+  };
+  if (typing_) {
+    draft_ = restyled(*draft_);
+  } else if (!selection_.empty()) {
+    edit("Change Style", [&](EditorSnapshot& state) {
+      for (const Shape& shape : selectedShapes()) state.replace(restyled(shape));
+    });
+  } else {
+    touched.insert(tool_);
+  }
+  for (const Tool tool : touched) {
+    ToolStyle style = styleOf(tool, styles_);
+    change(style);
+    styles_[std::string(nameOf(tool))] = onlyWhatMatters(tool, std::move(style));
+  }
+  events_.stylesChanged(styles_);
+  events_.changed();
+}
+
+std::string EditorModel::hint(TextReading reading, bool textSelected) const {
+  HintSituation situation;
+  situation.tool = tool_;
+  situation.selectedShapes = static_cast<int>(selection_.size());
+  if (const LayerSpec* const layer = selectedLayer()) {
+    situation.layerSelected = true;
+    situation.layerLocked = layer->locked;
+    situation.layerRemovable = layer->path.has_value();
+    situation.layerName = layer->name;
+  }
+  situation.reading = reading;
+  situation.textSelected = textSelected;
+  const LayerSpec* const capture = captureLayer(*state_.layers);
+  situation.captureHidden = capture != nullptr && !capture->visible;
+  return hintLine(situation);
+}
+
+Shape EditorModel::newShape(ShapeType type) const {
+  Shape shape;
+  shape.id = randomID();
+  shape.type = type;
+  dress(shape, styleOf(toolOf(type), styles_));
+  if (type == ShapeType::counter) {
+    int highest = 0;
+    for (const auto& other : *state_.shapes) {
+      if (other->type == ShapeType::counter) {
+        highest = std::max(highest, std::min(other->number.value_or(0), 999'999));
+      }
+    }
+    shape.number = highest + 1;
+  }
+  const LayerSpec* const layer = selectedLayer();
+  if (layer != nullptr && layer->path) shape.layerId = layer->id;
+  return shape;
+}
+
+std::string EditorModel::addSampledColor(const std::string& color) {
+  if (std::ranges::find(sampledColors_, color) == sampledColors_.end()) {
+    sampledColors_.push_back(color);
+    events_.changed();
+  }
+  return colorText(color, *styleOf(Tool::eyedropper, styles_).colorFormat);
+}
+
+void EditorModel::setDraft(std::optional<Shape> draft) {
+  draft_ = std::move(draft);
+  events_.changed();
+}
+
+void EditorModel::beginText(Pt at) {
+  endText();
+  draft_ = newShape(ShapeType::text);
+  draft_->x = at.x;
+  draft_->y = at.y;
+  typing_ = Typing{};
+  selection_.clear();
+  events_.changed();
+}
+
+bool EditorModel::editText(const std::string& shapeID) {
+  endText();
+  const Shape* const shape = state_.find(shapeID);
+  if (shape == nullptr || shape->type != ShapeType::text) return false;
+  draft_ = *shape;
+  typing_ = Typing{shapeID};
+  selection_.clear();
+  events_.changed();
+  return true;
+}
+
+void EditorModel::setText(std::string text) {
+  if (!typing_) return;
+  draft_->text = std::move(text);
+  events_.changed();
+}
+
+void EditorModel::endText() {
+  if (!typing_) return;
+  const Typing typing = *std::exchange(typing_, std::nullopt);
+  const Shape shape = *std::exchange(draft_, std::nullopt);
+  const bool isEmpty = shape.text.find_first_not_of(" \t\n") == std::string::npos;
+  if (typing.shapeID) {
+    edit(isEmpty ? "Delete Text" : "Edit Text", [&](EditorSnapshot& state) {
+      if (!isEmpty) {
+        state.replace(shape);
+        return;
+      }
+      EditorSnapshot::Shapes kept = *state.shapes;
+      std::erase_if(kept, [&](const auto& other) { return other->id == *typing.shapeID; });
+      state.setShapes(std::move(kept));
+    });
+  } else if (!isEmpty) {
+    edit("Add Text", [&](EditorSnapshot& state) { state.append(shape); });
+  }
+  if (!isEmpty) selection_ = {shape.id};
+  events_.changed();
+}
+
+void EditorModel::cancelText() {
+  if (!typing_) return;
+  typing_.reset();
+  draft_.reset();
+  events_.changed();
+}
+
+bool EditorModel::refuse(std::string_view why) {
+  events_.report(std::string(why));
+  return false;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,228 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/geometry.hpp"
+#include "editor/canvas_size.hpp"
+#include "editor/editor_snapshot.hpp"
+#include "editor/hint_line.hpp"
+#include "editor/layer_layout.hpp"
+#include "editor/records/combine_spec.hpp"
+#include "editor/shape_handles.hpp"
+#include "editor/shape_styling.hpp"
+
+namespace vantorel {
+
+/// The private clipboard type under which shapes are copied.
+inline constexpr std::string_view shapesClipboardType = "com.vantorel.shapes";
+
+/// What the file chooser says when layers are added.
+inline constexpr std::string_view layerChooserPrompt = "Choose images to add as layers.";
+
+/// What the editor opens.
+struct EditorOpening {
+  PixelSize capture;  ///< the uncropped base image
+  EditorDocument document;
+  std::optional<CombineSpec> combine;  ///< of an old entry; used when there are no layers
+  std::optional<double> captureScale;  ///< pixels per point
+  ToolStyles styles;                   ///< as remembered by the settings
+  MeasureText measureText;
+};
+
+/// What the editor tells its window. None of them is called after the model is gone.
+struct EditorEvents {
+  std::function<void()> changed = [] {};                          ///< anything visible
+  std::function<void(const std::string&)> report = [](auto&) {};  ///< a short line for the user
+  std::function<void(const ToolStyles&)> stylesChanged = [](auto&) {};
+};
+
+/// An image file to be added as a layer.
+struct LayerFile {
+  std::string path;
+  PixelSize pixels;
+};
+
+/// The edited document: tools and styles, shapes, selection, layers, canvas, undo. Knows no window
+/// and no pixels. Shapes and crop are in pixels of the capture, layers in pixels of the canvas.
+/// Lives on the main runner.
+///
+/// Every operation is one undo step, unless it changed nothing; those between `beginStep` and
+/// `endStep` form one step together. An operation that cannot be done reports why and answers
+/// false.
+class EditorModel {
+ public:
+  using StyleDefaults = vantorel::StyleDefaults;
+
+  EditorModel(EditorOpening opening, EditorEvents events);
+
+  // The document.
+  [[nodiscard]] const EditorSnapshot& state() const { return state_; }
+  [[nodiscard]] EditorDocument document() const;
+
+  /// What is to be painted: the document with the shape being drawn or typed.
+  [[nodiscard]] EditorDocument scene() const;
+
+  /// The document as it was opened.
+  [[nodiscard]] EditorDocument baseline() const;
+
+  [[nodiscard]] bool hasUnsavedChanges() const;
+  [[nodiscard]] std::string unsavedChanges() const;
+
+  /// The present document is the one in the library now.
+  void markSaved();
+
+  [[nodiscard]] PixelSize captureSize() const { return capture_; }
+  [[nodiscard]] std::optional<double> captureScale() const { return captureScale_; }
+  [[nodiscard]] CanvasSize canvasSize() const { return canvasSizeOf(*state_.canvas, capture_); }
+
+  /// From capture pixels to canvas pixels.
+  [[nodiscard]] AxisMap toCanvas() const { return captureToCanvas(*state_.layers, capture_); }
+
+  [[nodiscard]] Box frameOfShape(const Shape& shape) const {
+    return selectionFrame(shape, measureText_);
+  }
+  [[nodiscard]] const MeasureText& measureText() const { return measureText_; }
+
+  // Undo.
+  /// Collects what follows into one step called `name`. A step already open is ended first.
+  void beginStep(std::string name);
+  void endStep();
+  /// Gives back the state at `beginStep`.
+  void cancelStep();
+  [[nodiscard]] bool isInStep() const { return step_.has_value(); }
+  /// Changes the state as one step, or as part of the open one.
+  bool edit(std::string_view name, const std::function<void(EditorSnapshot&)>& change);
+
+  bool undo();
+  bool redo();
+  [[nodiscard]] std::string undoName() const { return history_.undoName(); }
+  [[nodiscard]] std::string redoName() const { return history_.redoName(); }
+
+  // Tools and styles.
+  [[nodiscard]] Tool tool() const { return tool_; }
+  /// Ends typing, applies a pending crop and clears the selection. The crop tool starts from the
+  /// crop there is.
+  void pickTool(Tool tool);
+  /// What the inspector shows: of the first selected shape, else of the tool.
+  [[nodiscard]] ToolStyle style() const;
+  /// Changes the selected shapes (or the text being typed) and what their tools remember; without
+  /// a selection, what the current tool remembers.
+  void changeStyle(const std::function<void(ToolStyle&)>& change);
+  [[nodiscard]] std::string hint(TextReading reading, bool textSelected) const;
+
+  /// A new shape of the tool's kind in its style, not yet in the document.
+  [[nodiscard]] Shape newShape(ShapeType type) const;
+
+  /// The colours the eyedropper picked up in this session, oldest first.
+  [[nodiscard]] const std::vector<std::string>& sampledColors() const { return sampledColors_; }
+  /// Takes note of a sampled colour and gives the text to copy.
+  std::string addSampledColor(const std::string& color);
+
+  // Selection.
+  [[nodiscard]] const std::set<std::string>& selection() const { return selection_; }
+  void select(std::set<std::string> shapeIDs);
+  void selectAll();
+  [[nodiscard]] const LayerSpec* selectedLayer() const;
+  void selectLayer(const std::optional<std::string>& layerID);
+  [[nodiscard]] std::vector<Shape> selectedShapes() const;
+  /// Deletes the selected shapes, or the selected layer.
+  bool deleteSelection();
+  /// Moves the selection; steps in a row form one step.
+  void nudge(double dx, double dy);
+  /// The topmost visible shape at a point of the capture.
+  [[nodiscard]] const Shape* shapeAt(Pt point, double tolerance) const;
+  [[nodiscard]] bool isShown(const Shape& shape) const;
+  /// The selected shapes as text for the clipboard; empty when nothing is selected.
+  [[nodiscard]] std::string copiedShapes() const;
+  bool pasteShapes(std::string text);
+
+  // The shape being drawn.
+  [[nodiscard]] const std::optional<Shape>& draft() const { return draft_; }
+  void setDraft(std::optional<Shape> draft);
+
+  // Typing. The text box is the draft while it lasts.
+  [[nodiscard]] bool isTyping() const { return typing_.has_value(); }
+  void beginText(Pt at);
+  bool editText(const std::string& shapeID);
+  void setText(std::string text);
+  /// Keeps what was typed; an empty text is no shape.
+  void endText();
+  void cancelText();
+
+  // Layers. The layer that stands for the capture can be hidden, not deleted.
+  bool addLayers(const std::vector<LayerFile>& files);
+  bool setLayerFrame(const std::string& layerID, const Box& frame);
+  bool moveLayerTo(const std::string& layerID, std::size_t position);
+  bool deleteLayer(const std::string& layerID);
+  bool renameLayer(const std::string& layerID, const std::string& name);
+  bool setLayerVisible(const std::string& layerID, bool visible);
+  bool setLayerLocked(const std::string& layerID, bool locked);
+  bool setLayerOpacity(const std::string& layerID, std::optional<double> opacity);
+  bool setLayerBorder(const std::string& layerID, std::optional<LayerBorder> border);
+  bool arrangeLayers(CombineLayout layout);
+
+  // Canvas, crop and background.
+  bool resizeCanvas(CanvasSize size, CanvasAnchor anchor);
+  /// From the fields of the canvas-size sheet.
+  bool resizeCanvas(std::string_view width, std::string_view height, CanvasAnchor anchor);
+  bool setCanvasColor(const std::string& color);
+  bool setBackground(const BackgroundSpec& background);
+  /// The crop frame being drawn, in canvas pixels; not in the document before `applyCrop`.
+  [[nodiscard]] const std::optional<Box>& pendingCrop() const { return pendingCrop_; }
+  void setPendingCrop(std::optional<Box> crop);
+  /// The document's crop in canvas pixels.
+  [[nodiscard]] std::optional<Box> cropOnCanvas() const;
+  [[nodiscard]] CropAspect cropAspect() const { return cropAspect_; }
+  void setCropAspect(CropAspect aspect);
+  /// Past the edge, the canvas grows. The whole canvas is no crop.
+  bool applyCrop();
+  bool removeCrop();
+
+ private:
+  struct OpenStep {
+    EditorSnapshot before;
+    std::string name;
+    bool isNudge = false;
+  };
+  struct Typing {
+    std::optional<std::string> shapeID;  // of the shape being edited; none for a new one
+  };
+
+  void stateReplaced();
+  void ensureCaptureLayer(EditorSnapshot& state) const;
+  void moveContent(EditorSnapshot& state, Pt shift) const;
+  void remapForLayer(EditorSnapshot& state, const std::string& layerID, const Box& from,
+                     const Box& to) const;
+  bool editLayer(const std::string& layerID, std::string_view name,
+                 const std::function<void(LayerSpec&)>& change);
+  bool applySize(CanvasSize size, CanvasAnchor anchor, std::string_view name);
+  bool refuse(std::string_view why);
+
+  PixelSize capture_;
+  std::optional<double> captureScale_;
+  MeasureText measureText_;
+  EditorEvents events_;
+  json::Object documentExtra_;
+  ToolStyles styles_;
+
+  EditorSnapshot baseline_;
+  EditorSnapshot state_;
+  UndoHistory history_;
+  std::optional<OpenStep> step_;
+
+  Tool tool_ = Tool::select;
+  std::set<std::string> selection_;
+  std::optional<std::string> selectedLayerID_;
+  std::optional<Shape> draft_;
+  std::optional<Typing> typing_;
+  std::optional<Box> pendingCrop_;
+  CropAspect cropAspect_ = CropAspect::free;
+  std::vector<std::string> sampledColors_;
+};
+
+}  // namespace vantorel

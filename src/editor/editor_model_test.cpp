@@ -1,0 +1,343 @@
+#include "editor/editor_model.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include "editor/canvas_input.hpp"
+#include "editor/testing_document.hpp"
+
+namespace vantorel {
+namespace {
+
+class EditorModelTest : public ::testing::Test {
+ protected:
+  EditorModelTest() { open({}); }
+
+  void open(EditorDocument document, std::optional<CombineSpec> combine = {}) {
+    reports.clear();
+    EditorEvents events;
+    events.report = [this](const std::string& line) { reports.push_back(line); };
+    events.stylesChanged = [this](const ToolStyles& styles) { remembered = styles; };
+    input.reset();
+    model = std::make_unique<EditorModel>(
+        EditorOpening{{800, 600}, std::move(document), std::move(combine), 2.0, {}, roughText},
+        std::move(events));
+    input = std::make_unique<CanvasInput>(*model, CanvasServices{});
+  }
+
+  void pointer(PointerPhase phase, Pt at) {
+    input->handle(PointerEvent{phase, at, shift, command, clicks, 6});
+  }
+  void drag(Pt from, Pt to) {
+    pointer(PointerPhase::press, from);
+    pointer(PointerPhase::move, {(from.x + to.x) / 2, (from.y + to.y) / 2});
+    pointer(PointerPhase::move, to);
+    pointer(PointerPhase::release, to);
+  }
+  void click(Pt at) {
+    pointer(PointerPhase::press, at);
+    pointer(PointerPhase::release, at);
+  }
+  bool key(EditorKey which) { return input->handle(KeyEvent{which, {}, shift, command}); }
+  bool key(const char* text) {
+    return input->handle(KeyEvent{EditorKey::character, text, shift, command});
+  }
+  const Shape& last() { return *model->state().shapes->back(); }
+  Box frame(std::size_t layer) { return (*model->state().layers)[layer].frame; }
+  std::string layerID(std::size_t layer) { return (*model->state().layers)[layer].id; }
+
+  std::vector<std::string> reports;
+  ToolStyles remembered;
+  bool shift = false;
+  bool command = false;
+  int clicks = 1;
+  std::unique_ptr<EditorModel> model;
+  std::unique_ptr<CanvasInput> input;
+};
+
+TEST_F(EditorModelTest, DrawingTakesTheToolsStyleAndEveryGestureIsOneStep) {
+  key("r");
+  model->changeStyle([](ToolStyle& style) {
+    style.color = "#007aff";
+    style.fill = FillStyle::tint;
+    style.headStyle = ArrowHeadStyle::both;  // means nothing for a rectangle
+  });
+  EXPECT_EQ(remembered.at("rect").color, "#007aff");
+  EXPECT_EQ(remembered.at("rect").headStyle, std::nullopt);
+  drag({100, 100}, {200, 150});
+  EXPECT_EQ(last().type, ShapeType::rect);
+  EXPECT_EQ(last().fill, FillStyle::tint);
+  EXPECT_EQ(frameOf(last()), (Box{100, 100, 100, 50}));
+
+  drag({200, 150}, {250, 250});  // a corner of what was just drawn: resizes, draws nothing
+  EXPECT_EQ(model->state().shapes->size(), 1U);
+  EXPECT_EQ(frameOf(last()), (Box{100, 100, 150, 150}));
+  EXPECT_EQ(model->undoName(), "Resize");
+  drag({250, 250}, {50, 90});  // past the opposite corner, which stays put
+  EXPECT_EQ(frameOf(last()), (Box{50, 90, 50, 10}));
+  model->undo();
+
+  key("v");
+  drag({175, 175}, {185, 195});  // inside the tint
+  EXPECT_EQ(frameOf(last()), (Box{110, 120, 150, 150}));
+  pointer(PointerPhase::press, {175, 175});
+  shift = true;
+  pointer(PointerPhase::move, {225, 178});
+  pointer(PointerPhase::release, {225, 178});
+  shift = false;
+  EXPECT_EQ(frameOf(last()), (Box{160, 120, 150, 150}));
+  click({400, 400});  // nothing there
+  EXPECT_TRUE(model->selection().empty());
+  EXPECT_EQ(model->unsavedChanges(), "1 annotation added");
+  for (const char* name : {"Move", "Move", "Resize", "Draw Rectangle"}) {
+    EXPECT_EQ(model->undoName(), name);
+    EXPECT_TRUE(model->undo());
+  }
+  EXPECT_FALSE(model->undo());
+  EXPECT_FALSE(model->hasUnsavedChanges());
+}
+
+TEST_F(EditorModelTest, ClicksLeaveNothingAndEscapeTakesADragBack) {
+  key("a");
+  click({50, 50});
+  EXPECT_TRUE(model->state().shapes->empty());
+  pointer(PointerPhase::press, {50, 50});
+  pointer(PointerPhase::move, {90, 90});
+  EXPECT_EQ(model->scene().shapes.size(), 1U);
+  EXPECT_TRUE(key(EditorKey::escape));
+  EXPECT_TRUE(model->scene().shapes.empty());
+  pointer(PointerPhase::release, {90, 90});
+  EXPECT_EQ(model->undoName(), "");
+
+  shift = true;
+  drag({100, 100}, {200, 110});
+  shift = false;
+  EXPECT_EQ(last().y2, 100);
+  pointer(PointerPhase::press, {last().x2, 100});
+  EXPECT_EQ(input->mode(), GestureMode::endpoint);
+  pointer(PointerPhase::move, {300, 300});
+  EXPECT_EQ(last().y2, 300);
+  key(EditorKey::escape);
+  EXPECT_EQ(last().y2, 100);
+  EXPECT_EQ(model->undoName(), "Draw Arrow");
+
+  drag(bowHandle(last()), {150, 140});
+  EXPECT_NEAR(*last().bow, 40, 0.5);
+  drag(bowHandle(last()), {150, 101});  // next to straight is straight
+  EXPECT_EQ(last().bow, std::nullopt);
+}
+
+TEST_F(EditorModelTest, GroupsAreMarkedMovedNudgedCopiedAndDeleted) {
+  key("n");
+  for (const double x : {100.0, 200.0, 300.0}) click({x, 100});
+  EXPECT_EQ(last().number, 3);
+  key("v");
+  drag({60, 60}, {240, 140});
+  EXPECT_EQ(model->selection().size(), 2U);
+  shift = true;
+  click({300, 100});
+  EXPECT_EQ(model->selection().size(), 3U);
+  click({100, 100});
+  shift = false;
+  EXPECT_EQ(model->selection().size(), 2U);
+  drag({200, 100}, {210, 130});
+  key(EditorKey::right);
+  key(EditorKey::right);
+  key(EditorKey::down);
+  EXPECT_EQ(last().x, 312);
+  EXPECT_EQ(last().y, 131);
+  EXPECT_EQ(model->state().shapes->front()->x, 100);
+  model->undo();  // the nudges together
+  EXPECT_EQ(last().x, 310);
+
+  const std::string copied = model->copiedShapes();
+  EXPECT_TRUE(model->pasteShapes(copied));
+  EXPECT_FALSE(model->pasteShapes("not shapes"));
+  EXPECT_EQ(model->state().shapes->size(), 5U);
+  EXPECT_EQ(model->selection().size(), 2U);
+  EXPECT_EQ(last().x, 322);
+  key(EditorKey::backspace);
+  EXPECT_EQ(model->state().shapes->size(), 3U);
+  key("n");
+  click({400, 400});
+  EXPECT_EQ(last().number, 4);
+}
+
+TEST_F(EditorModelTest, TypingIsADraftUntilItEnds) {
+  key("t");
+  click({100, 100});
+  ASSERT_TRUE(model->isTyping());
+  model->setText("Hello");
+  EXPECT_EQ(model->unsavedChanges(), "an unfinished text label");
+  EXPECT_TRUE(model->state().shapes->empty());
+  const Box box = model->frameOfShape(*model->draft());
+  drag({box.right(), box.y + box.h / 2}, {box.right() + 50, box.y});
+  EXPECT_EQ(model->draft()->boxWidth, box.w + 50);
+  drag({box.x, box.y + box.h / 2}, {box.x - 20, box.y});
+  EXPECT_EQ(model->draft()->x, 80);
+  EXPECT_EQ(model->draft()->boxWidth, box.w + 70);
+  EXPECT_FALSE(key("r"));  // goes into the text
+  click({500, 500});
+  EXPECT_EQ(last().text, "Hello");
+  key("v");
+  clicks = 2;
+  click({90, 110});
+  clicks = 1;
+  ASSERT_TRUE(model->isTyping());
+  model->setText("  ");
+  key(EditorKey::escape);
+  EXPECT_TRUE(model->state().shapes->empty());
+  model->undo();
+  EXPECT_EQ(last().text, "Hello");
+  model->beginText({1, 1});
+  model->endText();
+  EXPECT_EQ(model->state().shapes->size(), 1U);
+}
+
+TEST_F(EditorModelTest, AStyleSliderIsOneStep) {
+  key("r");
+  drag({100, 100}, {200, 150});
+  model->beginStep("Change Style");
+  for (int radius = 1; radius <= 30; ++radius) {
+    model->changeStyle([&](ToolStyle& style) { style.cornerRadius = radius; });
+  }
+  model->endStep();
+  EXPECT_EQ(last().cornerRadius, 30.0);
+  model->undo();
+  EXPECT_EQ(last().cornerRadius, 0.0);
+  EXPECT_EQ(model->undoName(), "Draw Rectangle");
+}
+
+TEST_F(EditorModelTest, LayersCarryTheirShapesAndLeaveTheOthersInPlace) {
+  EXPECT_FALSE(model->arrangeLayers(CombineLayout::grid));
+  EXPECT_EQ(reports.back(), "Arrange needs two or more layers");
+  ASSERT_TRUE(model->addLayers({{"/shots/logo.png", {200, 100}}}));
+  ASSERT_EQ(model->state().layers->size(), 2U);
+  EXPECT_EQ(frame(1), (Box{0, 0, 200, 100}));
+
+  key("r");  // with the new layer selected: on it
+  drag({20, 20}, {60, 60});
+  EXPECT_EQ(last().layerId, layerID(1));
+  model->selectLayer(std::nullopt);
+  drag({400, 400}, {500, 500});
+  EXPECT_EQ(last().layerId, std::nullopt);
+
+  key("v");
+  drag({150, 50}, {250, 150});
+  EXPECT_EQ(frame(1), (Box{100, 100, 200, 100}));
+  EXPECT_EQ(frameOf(*model->state().shapes->front()), (Box{120, 120, 40, 40}));
+  EXPECT_EQ(frameOf(last()), (Box{400, 400, 100, 100}));
+
+  shift = true;
+  drag({300, 200}, {500, 210});  // its corner
+  shift = false;
+  EXPECT_EQ(frame(1), (Box{100, 100, 400, 200}));
+  EXPECT_EQ(frameOf(*model->state().shapes->front()), (Box{140, 140, 80, 80}));
+
+  // The capture moves: its shapes follow by their coordinates, the layer's are carried back.
+  model->setLayerFrame(layerID(0), {50, 0, 800, 600});
+  EXPECT_EQ(frameOf(last()), (Box{400, 400, 100, 100}));
+  EXPECT_EQ(model->toCanvas()(frameOf(*model->state().shapes->front())), (Box{140, 140, 80, 80}));
+
+  model->setLayerLocked(layerID(1), true);
+  drag({450, 150}, {460, 180});
+  EXPECT_EQ(frame(1), (Box{100, 100, 400, 200}));
+  EXPECT_EQ(model->hint(TextReading::present, false),
+            "logo is locked · unlock it to move or resize");
+  model->renameLayer(layerID(1), "Mark");
+  EXPECT_EQ(reports.back(), "Layer renamed to Mark");
+  EXPECT_FALSE(model->deleteLayer(layerID(0)));
+  EXPECT_TRUE(model->deleteLayer(layerID(1)));
+  EXPECT_EQ(model->state().shapes->size(), 1U);
+  while (model->undo()) {
+  }
+  EXPECT_EQ(model->document(), model->baseline());
+}
+
+TEST_F(EditorModelTest, MovedLayersSnapToGuidesUnlessCommandIsHeld) {
+  model->addLayers({{"/logo.png", {200, 100}}});
+  pointer(PointerPhase::press, {100, 50});
+  pointer(PointerPhase::move, {403, 297});
+  EXPECT_EQ(frame(1), (Box{300, 250, 200, 100}));
+  EXPECT_EQ(input->guides().size(), 2U);
+  command = true;
+  pointer(PointerPhase::move, {403, 297});
+  EXPECT_EQ(frame(1), (Box{303, 247, 200, 100}));
+  EXPECT_TRUE(input->guides().empty());
+  pointer(PointerPhase::release, {403, 297});
+  EXPECT_EQ(model->undoName(), "Move Layer");
+}
+
+TEST_F(EditorModelTest, CroppingPastTheEdgeGrowsTheCanvas) {
+  key("r");
+  drag({100, 100}, {200, 200});
+  key("c");
+  drag({-50, 100}, {700, 650});
+  EXPECT_EQ(model->state().crop, std::nullopt);
+  EXPECT_TRUE(key(EditorKey::enter));
+  EXPECT_EQ(model->canvasSize(), (CanvasSize{850, 650}));
+  EXPECT_EQ(frame(0), (Box{50, 0, 800, 600}));
+  EXPECT_EQ(model->cropOnCanvas(), (Box{0, 100, 750, 550}));
+  EXPECT_EQ(frameOf(last()), (Box{100, 100, 100, 100})) << "stays on the capture";
+  EXPECT_EQ(model->undoName(), "Crop");
+
+  key("c");  // starts from the crop there is, and leaves it when nothing is pulled
+  key("v");
+  EXPECT_EQ(model->undoName(), "Crop");
+  model->undo();
+  EXPECT_TRUE(model->state().layers->empty());
+  EXPECT_EQ(model->canvasSize(), (CanvasSize{800, 600}));
+
+  key("c");
+  model->setPendingCrop(Box{0, 0, 9e6, 9e6});
+  EXPECT_FALSE(model->applyCrop());
+  EXPECT_EQ(reports.back(), "Too large — the canvas is limited to 64 million pixels.");
+  model->setCropAspect(CropAspect::sixteenByNine);
+  drag({0, 0}, {320, 20});
+  EXPECT_EQ(model->pendingCrop(), (Box{0, 0, 320, 180}));
+  drag({100, 100}, {120, 110});
+  EXPECT_EQ(model->pendingCrop(), (Box{20, 10, 320, 180}));
+  key(EditorKey::escape);
+  EXPECT_EQ(model->pendingCrop(), std::nullopt);
+}
+
+TEST_F(EditorModelTest, TheCanvasChangesItsSizeAroundAnAnchor) {
+  EXPECT_FALSE(model->resizeCanvas("12.5", "100", CanvasAnchor::center));
+  EXPECT_EQ(reports.back(), "Enter whole numbers of pixels.");
+  EXPECT_TRUE(model->resizeCanvas("1000", "500", CanvasAnchor::bottomRight));
+  EXPECT_EQ(frame(0), (Box{200, -100, 800, 600}));
+  EXPECT_EQ(model->unsavedChanges(), "the layers changed and the canvas size changed");
+  EXPECT_EQ(model->undoName(), "Custom Canvas Size");
+}
+
+TEST_F(EditorModelTest, OldCombinationsOpenAsLayersWithoutCountingAsChanges) {
+  CombineAttachment second;
+  second.id = "b";
+  second.path = "/b.png";
+  second.pixelWidth = 100;
+  second.pixelHeight = 100;
+  open({}, CombineSpec{{second}, CombineLayout::sideBySide, 10, "#eeeeee", {}});
+  EXPECT_THAT(reports, ::testing::ElementsAre("Combine arrangement is now layers"));
+  EXPECT_EQ(model->canvasSize(), (CanvasSize{910, 600}));
+  EXPECT_FALSE(model->hasUnsavedChanges());
+}
+
+TEST_F(EditorModelTest, UndoOfALargeDocumentStaysSmall) {
+  EditorDocument document;
+  for (int i = 0; i < 500; ++i) document.shapes.push_back(mixedShape(i));
+  open(std::move(document));
+  const auto before = static_cast<double>(mallinfo2().uordblks);
+  for (int i = 0; i < 200; ++i) {
+    model->select({model->state().shapes->at(static_cast<std::size_t>(i) * 2)->id});
+    model->edit("Move", [&](EditorSnapshot& state) {
+      state.replace(mapped(model->selectedShapes().front(), {1, 1, 1, 1}));
+    });
+  }
+  const double grown = (static_cast<double>(mallinfo2().uordblks) - before) / 1e6;
+  EXPECT_LT(grown, 20) << "megabytes for 200 steps";
+  RecordProperty("megabytes", std::to_string(grown));
+}
+
+}  // namespace
+}  // namespace vantorel

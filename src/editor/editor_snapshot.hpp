@@ -1,0 +1,72 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "editor/records/editor_document.hpp"
+
+namespace vantorel {
+
+/// What editing changes, as a value that is cheap to copy: snapshots share every part that is the
+/// same in both. Parts are never null and never changed in place.
+struct EditorSnapshot {
+  using Shapes = std::vector<std::shared_ptr<const Shape>>;
+
+  std::shared_ptr<const Shapes> shapes;
+  std::optional<Box> crop;
+  std::shared_ptr<const BackgroundSpec> background;
+  std::shared_ptr<const std::vector<LayerSpec>> layers;
+  std::shared_ptr<const CanvasSpec> canvas;
+
+  /// Takes over everything but the document's unknown keys.
+  static EditorSnapshot of(EditorDocument document);
+
+  /// Without unknown keys.
+  [[nodiscard]] EditorDocument document() const;
+
+  [[nodiscard]] const Shape* find(const std::string& shapeID) const;
+  [[nodiscard]] const LayerSpec* findLayer(const std::string& layerID) const;
+
+  void setShapes(Shapes changed);
+  void setLayers(std::vector<LayerSpec> changed);
+  void setCanvas(CanvasSpec changed);
+  void setBackground(BackgroundSpec changed);
+
+  /// Replaces the shape of the same id.
+  void replace(Shape shape);
+  void append(Shape shape);
+
+  /// By value: two snapshots that share nothing can be equal.
+  bool operator==(const EditorSnapshot& other) const;
+};
+
+/// The steps that can be undone and redone.
+class UndoHistory {
+ public:
+  /// Beyond this the oldest steps are forgotten.
+  static constexpr std::size_t mostSteps = 1000;
+
+  /// Notes that `before` was left by the step `name`. What could be redone is gone.
+  void push(EditorSnapshot before, std::string name);
+
+  /// Changes `current` to the state before the latest step; false when there is none.
+  bool undo(EditorSnapshot& current);
+  bool redo(EditorSnapshot& current);
+
+  /// The step that `undo` (`redo`) would take back (do again); empty when there is none.
+  [[nodiscard]] std::string undoName() const;
+  [[nodiscard]] std::string redoName() const;
+
+ private:
+  struct Step {
+    EditorSnapshot other;  // the state at the step's far side
+    std::string name;
+  };
+  std::deque<Step> past_;
+  std::deque<Step> future_;
+};
+
+}  // namespace vantorel
