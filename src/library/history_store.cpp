@@ -146,17 +146,17 @@ Result<void> HistoryStore::update(std::string_view id,
   change(changed);
   VT_CHECK(changed.id == before->id);
   if (changed == *before) return {};
-  replaceAt(*positionOf(before), std::move(changed));
-  observers_.tell({.updated = {before->id}});
+  observers_.tell({.updated = {replaceAt(*positionOf(before), std::move(changed))}});
   return {};
 }
 
-void HistoryStore::replaceAt(std::size_t position, ScreenshotEntry changed) {
+HistoryChange::Update HistoryStore::replaceAt(std::size_t position, ScreenshotEntry changed) {
   const EntryPointer before = entries_[position];
   const EntryPointer after = std::make_shared<const ScreenshotEntry>(std::move(changed));
   entries_[position] = after;
   caches_.replace(before, after);
   writer_.changed({IndexChange::Replace{position, after}});
+  return {before, after};
 }
 
 Result<void> HistoryStore::addCollection(HistoryCollection collection) {
@@ -198,8 +198,7 @@ Result<void> HistoryStore::removeCollection(std::string_view id) {
     }
     ScreenshotEntry changed = *entries_[i];
     std::erase(changed.collectionIDs, gone);
-    change.updated.push_back(changed.id);
-    replaceAt(i, std::move(changed));
+    change.updated.push_back(replaceAt(i, std::move(changed)));
   }
   writer_.changed({IndexChange::Collections{collections_}});
   observers_.tell(change);
@@ -243,7 +242,7 @@ std::vector<PlacedEntry> HistoryStore::removeEntries(const std::vector<std::stri
   HistoryChange told;
   for (const PlacedEntry& placed : removed) {
     change.positions.push_back(placed.index);
-    told.removed.push_back(placed.entry->id);
+    told.removed.push_back(placed.entry);
   }
   removeAt(entries_, change.positions);
   writer_.changed({std::move(change)});
@@ -262,7 +261,7 @@ void HistoryStore::insertEntries(std::vector<PlacedEntry> placed) {
     const std::size_t place = std::min(one.index, entries_.size() + change.entries.size());
     change.entries.emplace_back(place, one.entry);
     caches_.add(one.entry);
-    told.added.push_back(one.entry->id);
+    told.added.push_back(one.entry);
   }
   if (change.entries.empty()) return;
   insertAt(entries_, change.entries);

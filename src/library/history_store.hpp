@@ -33,11 +33,15 @@ struct HistoryServices {
 
 /// What an observer of the library is told.
 struct HistoryChange {
-  std::vector<std::string> added{};
-  std::vector<std::string> updated{};
-  std::vector<std::string> removed{};
+  struct Update {
+    EntryPointer before;
+    EntryPointer after;
+  };
+  EntryList added{};
+  std::vector<Update> updated{};
+  EntryList removed{};
   bool collections = false;
-  bool loaded = false;  ///< everything may have changed
+  bool loaded = false;  ///< the library has been read: everything may have changed
 };
 
 /// An entry together with its place in the list.
@@ -161,7 +165,7 @@ class HistoryStore {
   void finishLoading(IndexStorage::Loaded loaded);
   [[nodiscard]] Result<void> mayChange() const;
   [[nodiscard]] std::optional<std::size_t> positionOf(const EntryPointer& entry) const;
-  void replaceAt(std::size_t position, ScreenshotEntry changed);
+  HistoryChange::Update replaceAt(std::size_t position, ScreenshotEntry changed);
   void collectionsChanged();
 
   HistoryServices services_;

@@ -13,6 +13,8 @@ struct LibraryPaths {
   /// Locked by the process that may write the library; holds nothing.
   [[nodiscard]] std::filesystem::path lock() const { return data / "history.lock"; }
   [[nodiscard]] std::filesystem::path relocationJournal() const { return data / "relocation.json"; }
+  /// Names the entries whose files are on their way into or out of the Trash.
+  [[nodiscard]] std::filesystem::path deletions() const { return data / "deletions.json"; }
   /// Captures grabbed but not yet filed.
   [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
   /// Originals of captures that Smart Redact rewrote.

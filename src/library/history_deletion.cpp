@@ -1,0 +1,304 @@
+#include "library/history_deletion.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "base/json_record.hpp"
+#include "base/log.hpp"
+#include "library/file_reach.hpp"
+
+namespace vantorel {
+namespace {
+
+bool isInside(const Path& path, const Path& folder) {
+  return std::ranges::mismatch(folder, path).in1 == folder.end();
+}
+
+}  // namespace
+
+std::string deletedFeedback(std::size_t count) {
+  return fmt::format("{} {} deleted", count, count == 1 ? "capture" : "captures");
+}
+
+HistoryDeletion::HistoryDeletion(Services services)
+    : services_(std::move(services)),
+      trash_(std::make_shared<HistoryTrash>(services_.files, services_.trash)) {}
+
+void HistoryDeletion::claim(const std::vector<std::string>& ids) {
+  deletionsInFlight_.insert(ids.begin(), ids.end());
+  journalled_.insert(ids.begin(), ids.end());
+  if (!ids.empty()) writeJournal();
+}
+
+// An index that was not saved still has entries whose files went: the journal goes on naming them.
+void HistoryDeletion::release(const std::vector<std::string>& ids, bool isSaved) {
+  if (ids.empty()) return;
+  for (const std::string& id : ids) {
+    deletionsInFlight_.erase(id);
+    if (isSaved) journalled_.erase(id);
+  }
+  writeJournal();
+}
+
+// Runs before the moves that are posted after it.
+void HistoryDeletion::writeJournal() {
+  services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                        ids = std::vector<std::string>(journalled_.begin(), journalled_.end())] {
+    const auto written =
+        ids.empty() ? files.remove(paths.deletions())
+                    : files.replace(paths.deletions(), json::toText(ids), Privacy::ownerOnly);
+    if (!written && written.error().kind != FailureKind::notFound) {
+      logWarning("History", "the deletion journal could not be written: {}",
+                 written.error().reason);
+    }
+  });
+}
+
+void HistoryDeletion::recover(std::move_only_function<void()> done) {
+  services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                        entries = services_.store.entries(), main = services_.main,
+                        reply = alive_.guard([this, done = std::move(done)](
+                                                 const std::vector<std::string>& gone) mutable {
+                          services_.store.removeEntries(gone);
+                          services_.store.flush(alive_.guard(
+                              [this, done = std::move(done)](Result<void> saved) mutable {
+                                if (saved && journalled_.empty()) writeJournal();
+                                done();
+                              }));
+                        })]() mutable {
+    std::vector<std::string> gone;
+    const auto text = files.read(paths.deletions());
+    const auto ids = text ? json::fromText<std::vector<std::string>>(*text)
+                          : Result<std::vector<std::string>>(std::unexpected(text.error()));
+    if (ids) {
+      const std::set<std::string_view> named(ids->begin(), ids->end());
+      for (const EntryPointer& entry : entries) {
+        if (named.contains(entry->id) && reachOf(files, entry->path) == FileReach::fileGone) {
+          gone.push_back(entry->id);
+        }
+      }
+    }
+    main->post([reply = std::move(reply), gone = std::move(gone)]() mutable { reply(gone); });
+  });
+}
+
+// Copies of a capture, and captures made from others, may share files: those go with the last entry
+// that shows them.
+std::vector<TrashCandidate> HistoryDeletion::candidates(const EntryList& going) const {
+  std::unordered_map<std::string_view, bool> isShownByOthers;
+  std::set<std::string_view> ids;
+  for (const EntryPointer& entry : going) {
+    ids.insert(entry->id);
+    isShownByOthers.emplace(entry->path, false);
+    if (entry->originalPath) isShownByOthers.emplace(*entry->originalPath, false);
+  }
+  const auto mark = [&](std::string_view path) {
+    const auto found = isShownByOthers.find(path);
+    if (found != isShownByOthers.end()) found->second = true;
+  };
+  for (const EntryPointer& entry : services_.store.entries()) {
+    if (ids.contains(entry->id)) continue;
+    mark(entry->path);
+    if (entry->originalPath) mark(*entry->originalPath);
+  }
+  std::vector<TrashCandidate> all;
+  for (const EntryPointer& entry : going) {
+    all.push_back({entry, isShownByOthers[entry->path],
+                   entry->originalPath && isShownByOthers[*entry->originalPath]});
+  }
+  return all;
+}
+
+void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
+                            std::move_only_function<void(TrashSweep)> done) {
+  TrashSweep sweep;
+  EntryList going;
+  // Files that went while the index stays as it was would leave entries of nothing behind.
+  const auto refusal = services_.store.indexRefusal();
+  for (const std::string& id : ids) {
+    const EntryPointer entry = services_.store.find(id);
+    if (!entry || deletionsInFlight_.contains(id) || !sweep.attempted.insert(id).second) continue;
+    if (refusal) {
+      sweep.failures.push_back({id, *refusal});
+    } else if (entry->medium == CaptureMedium::project && services_.isExporting &&
+               services_.isExporting(*entry)) {
+      sweep.failures.push_back(
+          {id, "a Studio project can't be deleted while it exports. Stop its export first"});
+    } else {
+      going.push_back(entry);
+    }
+  }
+  std::vector<std::string> claimed;
+  for (const EntryPointer& entry : going) claimed.push_back(entry->id);
+  claim(claimed);
+  services_.work->post(
+      [trash = trash_, main = services_.main, all = candidates(going), sweep = std::move(sweep),
+       reply = alive_.guard([this, undo, done = std::move(done)](TrashSweep& swept) mutable {
+         finishTrash(std::move(swept), undo, std::move(done));
+       })]() mutable {
+        for (const TrashCandidate& candidate : all) {
+          auto outcome = trash->trash(candidate);
+          if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
+            sweep.removed.push_back(std::move(*removed));
+          } else {
+            sweep.failures.push_back(
+                {candidate.entry->id, std::get<HistoryTrash::Failed>(outcome).reason});
+          }
+        }
+        main->post(
+            [sweep = std::move(sweep), reply = std::move(reply)]() mutable { reply(sweep); });
+      });
+}
+
+void HistoryDeletion::finishTrash(TrashSweep sweep, Undo undo,
+                                  std::move_only_function<void(TrashSweep)> done) {
+  std::vector<std::string> ids;
+  for (const RemovedEntry& removed : sweep.removed) ids.push_back(removed.entry->id);
+  const std::vector<PlacedEntry> placed = services_.store.removeEntries(ids);
+  for (const PlacedEntry& one : placed) {
+    const auto found = std::ranges::find_if(sweep.removed, [&](const RemovedEntry& removed) {
+      return removed.entry->id == one.entry->id;
+    });
+    // It may have been edited while its file moved.
+    found->entry = one.entry;
+    found->index = one.index;
+  }
+  if (undo == Undo::offered && !sweep.removed.empty()) offerUndo({sweep.removed});
+  services_.store.flush(alive_.guard(
+      [this, sweep = std::move(sweep), done = std::move(done)](Result<void> saved) mutable {
+        release({sweep.attempted.begin(), sweep.attempted.end()}, saved.has_value());
+        if (!saved && !sweep.removed.empty()) sweep.indexNotSaved = saved.error().reason;
+        done(std::move(sweep));
+      }));
+}
+
+void HistoryDeletion::offerUndo(RemovedBatch batch) {
+  pendingUndo_ = std::move(batch);
+  undoTimer_.renew();
+  services_.main->postAfter(undoWindow, undoTimer_.guard([this] { withdrawUndo(); }));
+  if (onPendingUndoChange) onPendingUndoChange();
+}
+
+void HistoryDeletion::withdrawUndo() {
+  if (!pendingUndo_) return;
+  undoTimer_.renew();
+  pendingUndo_.reset();
+  if (onPendingUndoChange) onPendingUndoChange();
+}
+
+// The index first, then the files: whenever the program ends in between, every file is still in the
+// Trash or already back, and an entry stands for it.
+void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
+  if (!pendingUndo_) {
+    services_.main->post(alive_.guard([done = std::move(done)]() mutable { done({}); }));
+    return;
+  }
+  RemovedBatch batch = *std::move(pendingUndo_);
+  withdrawUndo();
+  std::vector<PlacedEntry> placed;
+  std::vector<std::string> ids;
+  for (RemovedEntry& removed : batch.items) {
+    ScreenshotEntry entry = *removed.entry;
+    std::erase_if(entry.collectionIDs, [&](const std::string& id) {
+      return services_.store.findCollection(id) == nullptr;
+    });
+    if (entry != *removed.entry) {
+      removed.entry = std::make_shared<const ScreenshotEntry>(std::move(entry));
+    }
+    placed.push_back({removed.index, removed.entry});
+    ids.push_back(removed.entry->id);
+  }
+  claim(ids);
+  services_.store.insertEntries(std::move(placed));
+  services_.store.flush(alive_.guard(
+      [this, batch = std::move(batch), done = std::move(done)](Result<void> saved) mutable {
+        UndoOutcome outcome;
+        if (!saved) outcome.indexNotSaved = saved.error().reason;
+        restoreFiles(std::move(batch), std::move(outcome), std::move(done));
+      }));
+}
+
+void HistoryDeletion::restoreFiles(RemovedBatch batch, UndoOutcome outcome,
+                                   std::move_only_function<void(UndoOutcome)> done) {
+  services_.work->post(
+      [trash = trash_, main = services_.main, batch = std::move(batch),
+       reply = alive_.guard([this, outcome = std::move(outcome), done = std::move(done)](
+                                const std::vector<HistoryTrash::Restored>& all) mutable {
+         finishUndo(all, std::move(outcome), std::move(done));
+       })]() mutable {
+        std::vector<HistoryTrash::Restored> all;
+        for (const RemovedEntry& removed : batch.items) all.push_back(trash->restore(removed));
+        main->post([all = std::move(all), reply = std::move(reply)]() mutable { reply(all); });
+      });
+}
+
+void HistoryDeletion::finishUndo(const std::vector<HistoryTrash::Restored>& all,
+                                 UndoOutcome outcome,
+                                 std::move_only_function<void(UndoOutcome)> done) {
+  std::vector<std::string> ids;
+  std::vector<std::string> withoutFile;
+  for (const HistoryTrash::Restored& restored : all) {
+    const std::string& id = restored.entry->id;
+    ids.push_back(id);
+    if (restored.failure) outcome.failures.push_back({id, *restored.failure});
+    if (restored.failure && !restored.hasBackingImage) {
+      withoutFile.push_back(id);
+      continue;
+    }
+    outcome.restored.push_back(id);
+    (void)services_.store.update(id, [&](ScreenshotEntry& entry) {
+      entry.path = restored.entry->path;
+      entry.originalPath = restored.entry->originalPath;
+    });
+  }
+  services_.store.removeEntries(withoutFile);
+  services_.store.flush(alive_.guard([this, ids = std::move(ids), outcome = std::move(outcome),
+                                      done = std::move(done)](Result<void> saved) mutable {
+    release(ids, saved.has_value());
+    if (!saved) outcome.indexNotSaved = saved.error().reason;
+    done(std::move(outcome));
+  }));
+}
+
+void HistoryDeletion::forget(const std::vector<std::string>& ids,
+                             std::move_only_function<void(Result<std::size_t>)> done) {
+  if (const auto refusal = services_.store.indexRefusal()) {
+    services_.main->post(alive_.guard([reason = *refusal, done = std::move(done)]() mutable {
+      done(failed(FailureKind::denied, std::move(reason)));
+    }));
+    return;
+  }
+  std::vector<ForgetCandidate> going;
+  for (const PlacedEntry& placed : services_.store.removeEntries(ids)) {
+    ForgetCandidate candidate{placed.entry, std::nullopt};
+    const auto& original = placed.entry->originalPath;
+    const bool isSequestered =
+        original && isInside(*original, services_.store.paths().redactedOriginals());
+    if (isSequestered && !candidates({placed.entry}).front().keepsOriginal) {
+      candidate.sequesteredOriginal = *original;
+    }
+    going.push_back(std::move(candidate));
+  }
+  services_.store.flush(alive_.guard(
+      [this, going = std::move(going), done = std::move(done)](Result<void> saved) mutable {
+        if (!saved) {
+          done(failed(saved.error().kind, saved.error().reason));
+          return;
+        }
+        const std::size_t count = going.size();
+        services_.work->post([&trash = services_.trash, going = std::move(going)] {
+          for (const ForgetCandidate& candidate : going) {
+            if (!candidate.sequesteredOriginal) continue;
+            const auto moved = trash.moveToTrash(*candidate.sequesteredOriginal);
+            if (!moved && moved.error().kind != FailureKind::notFound) {
+              logWarning("History", "move to Trash failed: {}", moved.error().reason);
+            }
+          }
+        });
+        done(count);
+      }));
+}
+
+}  // namespace vantorel

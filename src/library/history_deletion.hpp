@@ -1,0 +1,124 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "library/history_store.hpp"
+#include "library/history_trash.hpp"
+
+namespace vantorel {
+
+/// What was deleted together and can be brought back together.
+struct RemovedBatch {
+  std::vector<RemovedEntry> items;
+};
+
+/// What a deletion came to.
+struct TrashSweep {
+  struct Failure {
+    std::string id;
+    std::string reason;
+  };
+  std::vector<RemovedEntry> removed;
+  std::vector<Failure> failures;
+  std::set<std::string> attempted;
+  std::optional<std::string> indexNotSaved;  ///< the files moved, but the index was not written
+};
+
+/// What an undo came to.
+struct UndoOutcome {
+  std::vector<std::string> restored;  ///< ids that are back in the library
+  std::vector<TrashSweep::Failure> failures;
+  std::optional<std::string> indexNotSaved;
+};
+
+/// "12 captures deleted".
+[[nodiscard]] std::string deletedFeedback(std::size_t count);
+
+/// Takes entries out of the library: to the Trash with an undo, by age, or out of History alone.
+/// Lives on the main runner; files move on `work`.
+///
+/// However the program ends, a file is either in the library with its entry or in the Trash: files
+/// move while the index has their entries, and a journal names the entries whose files are moving.
+class HistoryDeletion {
+ public:
+  static constexpr std::chrono::seconds undoWindow{8};
+
+  struct Services {
+    HistoryStore& store;
+    Files& files;
+    Trash& trash;
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
+    /// Whether a Studio project is being exported now; may be empty.
+    std::function<bool(const ScreenshotEntry&)> isExporting;
+  };
+
+  explicit HistoryDeletion(Services services);
+
+  /// After loading: takes entries out whose files an earlier run had just moved to the Trash, or
+  /// not yet brought back from it, when it ended. `done` comes when the index says so too.
+  void recover(std::move_only_function<void()> done);
+
+  enum class Undo { offered, none };
+
+  /// Moves the entries' files and originals to the Trash, takes the entries out of the library, and
+  /// writes the index. Entries whose files cannot be moved stay. With `offered` the batch can be
+  /// undone for eight seconds; a newer one replaces it.
+  void trash(const std::vector<std::string>& ids, Undo undo,
+             std::move_only_function<void(TrashSweep)> done);
+
+  /// The batch that can be undone now.
+  [[nodiscard]] const std::optional<RemovedBatch>& pendingUndo() const { return pendingUndo_; }
+
+  /// Told when a batch can be undone, and when it no longer can.
+  std::function<void()> onPendingUndoChange;
+
+  /// Puts the pending batch back: entries at their old places and in their collections, files back
+  /// from the Trash. Entries whose files are gone stay away.
+  void undo(std::move_only_function<void(UndoOutcome)> done);
+
+  /// Takes the entries out of the library and leaves their files where they are. An original that
+  /// only the library knew, in "Redacted Originals", goes to the Trash. Answers how many went.
+  void forget(const std::vector<std::string>& ids,
+              std::move_only_function<void(Result<std::size_t>)> done);
+
+  /// Entries whose files are being moved now: nobody else should touch them.
+  [[nodiscard]] const std::set<std::string>& deletionsInFlight() const {
+    return deletionsInFlight_;
+  }
+
+ private:
+  struct ForgetCandidate {
+    EntryPointer entry;
+    std::optional<Path> sequesteredOriginal;
+  };
+
+  void claim(const std::vector<std::string>& ids);
+  void release(const std::vector<std::string>& ids, bool isSaved);
+  void writeJournal();
+  void finishTrash(TrashSweep sweep, Undo undo, std::move_only_function<void(TrashSweep)> done);
+  void restoreFiles(RemovedBatch batch, UndoOutcome outcome,
+                    std::move_only_function<void(UndoOutcome)> done);
+  void finishUndo(const std::vector<HistoryTrash::Restored>& all, UndoOutcome outcome,
+                  std::move_only_function<void(UndoOutcome)> done);
+  void offerUndo(RemovedBatch batch);
+  void withdrawUndo();
+  [[nodiscard]] std::vector<TrashCandidate> candidates(const EntryList& going) const;
+
+  Services services_;
+  std::shared_ptr<HistoryTrash> trash_;
+  std::optional<RemovedBatch> pendingUndo_;
+  std::set<std::string> deletionsInFlight_;
+  std::set<std::string> journalled_;
+  Alive undoTimer_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

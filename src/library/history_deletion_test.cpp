@@ -1,0 +1,322 @@
+#include "library/history_deletion.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "library/history_retention.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* index = "/data/history.json";
+
+class HistoryDeletionTest : public testing::Test {
+ protected:
+  HistoryDeletionTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    store.load([] {});
+    runners.run();
+    for (const char* const id : {"a", "b", "c", "d"}) add(id);
+    runners.advance(1s);
+  }
+  ~HistoryDeletionTest() override { setLogSink(std::move(formerSink)); }
+
+  void add(const std::string& id, const std::function<void(ScreenshotEntry&)>& change = {}) {
+    ScreenshotEntry entry;
+    entry.id = id;
+    entry.capturedAt = runners.now();
+    entry.path = "/captures/" + id + ".png";
+    if (change) change(entry);
+    if (!files.disk.contains(entry.path)) files.put(entry.path, "pixels of " + id);
+    ASSERT_TRUE(store.add(entry).has_value());
+  }
+
+  std::string ids() {
+    std::string text;
+    for (const EntryPointer& entry : store.entries()) text += entry->id;
+    return text;
+  }
+
+  TrashSweep trashed(const std::vector<std::string>& which,
+                     HistoryDeletion::Undo undo = HistoryDeletion::Undo::offered) {
+    std::optional<TrashSweep> answer;
+    deletion.trash(which, undo, [&](TrashSweep sweep) { answer = std::move(sweep); });
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return *std::move(answer);
+  }
+
+  UndoOutcome undone() {
+    std::optional<UndoOutcome> answer;
+    deletion.undo([&](UndoOutcome outcome) { answer = std::move(outcome); });
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return *std::move(answer);
+  }
+
+  FakeFiles files;
+  FakeRunners runners;
+  FakeTrash trash{files};
+  LogSink formerSink;
+  HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/data", "/caches"}};
+  std::set<std::string> exporting;
+  HistoryDeletion deletion{
+      {store, files, trash, runners.main(), runners.runner("work"),
+       [this](const ScreenshotEntry& entry) { return exporting.contains(entry.id); }}};
+};
+
+TEST_F(HistoryDeletionTest, UndoWithinTheWindowPutsEverythingWhereItWas) {
+  HistoryCollection collection;
+  collection.id = "box";
+  collection.name = "Box";
+  ASSERT_TRUE(store.addCollection(collection).has_value());
+  ASSERT_TRUE(store.setMembership("b", "box", true).has_value());
+  ASSERT_TRUE(store
+                  .update("c",
+                          [this](ScreenshotEntry& entry) {
+                            entry.originalPath = "/captures/c original.png";
+                            files.put("/captures/c original.png", "original");
+                          })
+                  .has_value());
+
+  const TrashSweep sweep = trashed({"b", "c", "b", "nobody"});
+  EXPECT_EQ(sweep.removed.size(), 2U);
+  EXPECT_EQ(ids(), "ad");
+  EXPECT_THAT(files.names("/captures"), ElementsAre("a.png", "d.png"));
+  EXPECT_THAT(files.names("/Trash").size(), 3U);
+  EXPECT_THAT(files.text(index), Not(HasSubstr("b.png"))) << "told only when it is on disk";
+  EXPECT_TRUE(deletion.pendingUndo().has_value());
+
+  runners.advance(7s);
+  const UndoOutcome outcome = undone();
+  EXPECT_THAT(outcome.restored, ElementsAre("b", "c"));
+  EXPECT_EQ(ids(), "abcd");
+  EXPECT_EQ(files.text("/captures/b.png"), "pixels of b");
+  EXPECT_EQ(files.text("/captures/c original.png"), "original");
+  EXPECT_EQ(store.membersOf("box").entries.size(), 1U);
+  EXPECT_THAT(files.text(index), HasSubstr("b.png"));
+  EXPECT_THAT(files.names("/Trash"), IsEmpty());
+  EXPECT_FALSE(deletion.pendingUndo().has_value());
+  EXPECT_THAT(undone().restored, IsEmpty());
+
+  // A newer deletion replaces the one before, and time runs out.
+  trashed({"a"});
+  trashed({"d"});
+  EXPECT_EQ(deletion.pendingUndo()->items.front().entry->id, "d");
+  runners.advance(9s);
+  EXPECT_FALSE(deletion.pendingUndo().has_value());
+  EXPECT_EQ(ids(), "bc");
+}
+
+TEST_F(HistoryDeletionTest, UndoCopesWithWhatHappenedMeanwhile) {
+  trashed({"a", "b", "c"});
+  files.disk.erase("/Trash/1-a.png");  // emptied by somebody
+  files.put("/captures/b.png", "another picture");
+  const UndoOutcome outcome = undone();
+  ASSERT_EQ(outcome.failures.size(), 1U);
+  EXPECT_EQ(outcome.failures[0].reason, "the files are no longer in the Trash");
+  EXPECT_EQ(ids(), "bcd");
+  EXPECT_EQ(files.text("/captures/b.png"), "another picture");
+  EXPECT_EQ(store.find("b")->path, "/captures/b 2.png");
+  EXPECT_EQ(files.text("/captures/b 2.png"), "pixels of b");
+}
+
+TEST_F(HistoryDeletionTest, WhatCannotMoveStaysWithItsReason) {
+  add("gone folder", [](ScreenshotEntry& entry) { entry.path = "/old/x.png"; });
+  add("usb", [](ScreenshotEntry& entry) { entry.path = "/media/u/stick/x.png"; });
+  add("project", [](ScreenshotEntry& entry) { entry.medium = CaptureMedium::project; });
+  add("lost file");
+  add("stuck original", [this](ScreenshotEntry& entry) {
+    entry.originalPath = "/captures/stuck.png";
+    files.put("/captures/stuck.png", "stuck");
+  });
+  files.disk.erase("/captures/lost file.png");
+  files.disk.erase("/old/x.png");
+  files.folders.erase("/old");
+  files.disk.erase("/media/u/stick/x.png");
+  exporting = {"project"};
+  trash.failing["/captures/stuck.png"] = FailureKind::denied;
+  trash.failing["/captures/d.png"] = FailureKind::noSpace;
+  const TrashSweep sweep =
+      trashed({"gone folder", "usb", "project", "lost file", "stuck original", "d"});
+  std::map<std::string, std::string> reasons;
+  for (const auto& failure : sweep.failures) reasons[failure.id] = failure.reason;
+  EXPECT_EQ(reasons["gone folder"],
+            "the folder it was in no longer exists. Use Remove from History to take it out of "
+            "Vantorel.");
+  EXPECT_EQ(reasons["usb"],
+            "the folder it's in can't be reached. Reconnect it, or use Remove from History.");
+  EXPECT_EQ(reasons["project"],
+            "a Studio project can't be deleted while it exports. Stop its export first");
+  EXPECT_TRUE(reasons.contains("d"));
+  EXPECT_TRUE(reasons.contains("stuck original"));
+  EXPECT_FALSE(reasons.contains("lost file"));
+  EXPECT_EQ(files.text("/captures/stuck original.png"), "pixels of stuck original");
+  EXPECT_EQ(ids(), "abcdgone folderusbprojectstuck original");
+
+  // The way out.
+  Result<std::size_t> forgotten = 0U;
+  deletion.forget({"usb", "gone folder"}, [&](Result<std::size_t> count) { forgotten = count; });
+  runners.run();
+  EXPECT_EQ(forgotten, 2U);
+  EXPECT_EQ(ids(), "abcdprojectstuck original");
+}
+
+TEST_F(HistoryDeletionTest, FilesThatOthersShowStayAndSequesteredOriginalsDoNot) {
+  add("copy", [](ScreenshotEntry& entry) { entry.path = "/captures/a.png"; });
+  trashed({"a"});
+  EXPECT_EQ(files.text("/captures/a.png"), "pixels of a");
+  EXPECT_THAT(undone().restored, ElementsAre("a"));
+  trashed({"a", "copy"});
+  EXPECT_EQ(files.text("/captures/a.png"), "(missing)");
+
+  ASSERT_TRUE(store
+                  .update("b",
+                          [this](ScreenshotEntry& entry) {
+                            entry.originalPath = "/data/Redacted Originals/b.png";
+                            files.put(*entry.originalPath, "secret");
+                          })
+                  .has_value());
+  ASSERT_TRUE(store
+                  .update("c",
+                          [this](ScreenshotEntry& entry) {
+                            entry.originalPath = "/captures/c original.png";
+                            files.put(*entry.originalPath, "plain");
+                          })
+                  .has_value());
+  deletion.forget({"b", "c"}, [](const Result<std::size_t>&) {});
+  runners.run();
+  EXPECT_EQ(files.text("/captures/b.png"), "pixels of b");
+  EXPECT_EQ(files.text("/captures/c original.png"), "plain");
+  EXPECT_EQ(files.text("/data/Redacted Originals/b.png"), "(missing)");
+}
+
+TEST_F(HistoryDeletionTest, NothingMovesWhenTheIndexCannotFollow) {
+  files.put(index, R"({"version":5})");
+  HistoryStore newer({files, runners, runners.main(), runners.runner("other"), 0},
+                     LibraryPaths{"/data2", "/caches"});
+  files.put("/data2/history.json", R"({"version":5})");
+  newer.load([] {});
+  runners.run();
+  ScreenshotEntry entry = *store.find("a");
+  ASSERT_TRUE(newer.add(entry).has_value());
+  HistoryDeletion refused({newer, files, trash, runners.main(), runners.runner("work"), {}});
+  TrashSweep answer;
+  refused.trash({"a"}, HistoryDeletion::Undo::offered,
+                [&](TrashSweep sweep) { answer = std::move(sweep); });
+  runners.run();
+  ASSERT_EQ(answer.failures.size(), 1U);
+  EXPECT_EQ(answer.failures[0].reason, "the index can't be written this run");
+  EXPECT_EQ(files.text("/captures/a.png"), "pixels of a");
+}
+
+TEST_F(HistoryDeletionTest, EndAtAnyChangeLeavesEachFileInTheLibraryOrInTheTrash) {
+  struct Ended {};
+  for (int end = 1; end < 24; ++end) {
+    FakeFiles disk;
+    auto runnersOfFirst = std::make_unique<FakeRunners>();
+    FakeRunners& run = *runnersOfFirst;
+    FakeTrash bin(disk);
+    const auto open = [&] {
+      auto made = std::make_unique<HistoryStore>(
+          HistoryServices{disk, run, run.main(), run.runner("persist"), 0},
+          LibraryPaths{"/data", "/caches"});
+      made->load([] {});
+      run.run();
+      return made;
+    };
+    auto first = open();
+    ScreenshotEntry entry;
+    entry.id = "x";
+    entry.path = "/captures/x.png";
+    disk.put(entry.path, "pixels");
+    ASSERT_TRUE(first->add(entry).has_value());
+    run.advance(1s);
+    auto deleting = std::make_unique<HistoryDeletion>(
+        HistoryDeletion::Services{*first, disk, bin, run.main(), run.runner("work"), {}});
+    disk.beforeChange = [&, from = disk.changes](int change) {
+      if (change - from == end) throw Ended{};
+    };
+    bool ended = false;
+    try {
+      deleting->trash({"x"}, HistoryDeletion::Undo::offered,
+                      [&](const TrashSweep&) { deleting->undo([](const UndoOutcome&) {}); });
+      run.run();
+    } catch (const Ended&) {
+      ended = true;
+    }
+    disk.beforeChange = {};
+    const bool inTrash = disk.text("/Trash/1-x.png") == "pixels";
+    const bool inPlace = disk.text("/captures/x.png") == "pixels";
+    EXPECT_NE(inTrash, inPlace) << end;
+    // The next run clears up: a file in the library has its entry, one in the Trash has none.
+    deleting.reset();
+    first.reset();
+    runnersOfFirst.reset();
+    FakeRunners again;
+    HistoryStore next({disk, again, again.main(), again.runner("persist"), 0},
+                      LibraryPaths{"/data", "/caches"});
+    next.load([] {});
+    again.run();
+    HistoryDeletion recovering({next, disk, bin, again.main(), again.runner("work"), {}});
+    bool recovered = false;
+    recovering.recover([&] { recovered = true; });
+    again.run();
+    EXPECT_TRUE(recovered);
+    EXPECT_EQ(next.find("x") != nullptr, inPlace) << end;
+    EXPECT_EQ(disk.text("/data/deletions.json"), "(missing)") << end;
+    if (!ended) break;
+    EXPECT_LT(end, 23);
+  }
+}
+
+TEST_F(HistoryDeletionTest, AgeCountsFromTheLastEditAndSparesWhatTheUserChose) {
+  const double now = runners.now();
+  const auto old = [&](double days) {
+    return [=](ScreenshotEntry& entry) { entry.capturedAt = now - days * 86400; };
+  };
+  add("old", old(31));
+  add("almost", old(29.9));
+  add("edited", [&](ScreenshotEntry& entry) {
+    old(400)(entry);
+    entry.editedAt = now - 86400;
+  });
+  add("starred", [&](ScreenshotEntry& entry) {
+    old(400)(entry);
+    entry.starred = true;
+  });
+  add("collected", [&](ScreenshotEntry& entry) {
+    old(400)(entry);
+    entry.collectionIDs = {"box"};
+  });
+  add("project", [&](ScreenshotEntry& entry) {
+    old(400)(entry);
+    entry.medium = CaptureMedium::project;
+  });
+  EXPECT_THAT(expiredEntries(store, RetentionPolicy::off, now), IsEmpty());
+  EXPECT_THAT(expiredEntries(store, RetentionPolicy::month, now), ElementsAre("old"));
+  HistoryRetention retention(store, deletion, runners, runners.main());
+  retention.setPolicy(RetentionPolicy::month);
+  runners.run();
+  EXPECT_EQ(store.find("old"), nullptr);
+  EXPECT_EQ(files.text("/Trash/1-old.png"), "pixels of old");
+  EXPECT_FALSE(deletion.pendingUndo().has_value());
+  runners.advance(3h);
+  EXPECT_EQ(store.find("almost"), nullptr) << "the program runs for days";
+  EXPECT_NE(store.find("edited"), nullptr);
+  EXPECT_EQ(confirmRetention(2, RetentionPolicy::year).title,
+            "Move 2 captures older than 1 year to the Trash?");
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "library/library_paths.hpp"
+#include "library/records/screenshot_entry.hpp"
+#include "platform/files.hpp"
+#include "platform/trash.hpp"
+
+namespace vantorel {
+
+/// An entry that was taken out of the library, and where its files went.
+struct RemovedEntry {
+  EntryPointer entry;
+  std::size_t index = 0;                   ///< its place in the list
+  std::optional<Path> trashedPNGURL;       ///< its file in the Trash
+  std::optional<Path> trashedOriginalURL;  ///< its original in the Trash
+  bool isUntracked = false;                ///< the Trash did not tell where something went
+};
+
+/// An entry that is to go.
+struct TrashCandidate {
+  EntryPointer entry;
+  bool keepsFile = false;      ///< another entry shows the same file
+  bool keepsOriginal = false;  ///< another entry has the same original
+};
+
+/// Moves the files of entries to the Trash and back. Blocks; any thread.
+class HistoryTrash {
+ public:
+  HistoryTrash(Files& files, Trash& trash) : files_(files), trash_(trash) {}
+
+  struct Failed {
+    std::string reason;  ///< stands behind the capture's name and a colon
+  };
+  using Outcome = std::variant<RemovedEntry, Failed>;
+
+  /// Moves the entry's file and its original. Either both go or, as far as the Trash gives them
+  /// back, none. A file that is gone already does not keep its entry in the library.
+  [[nodiscard]] Outcome trash(const TrashCandidate& candidate);
+
+  struct Restored {
+    EntryPointer entry;            ///< its path is another one when the old one is taken
+    bool hasBackingImage = false;  ///< the entry's file is where the entry says
+    int recovered = 0;             ///< files that were put back
+    std::optional<std::string> failure;
+  };
+
+  [[nodiscard]] Restored restore(const RemovedEntry& removed);
+
+ private:
+  struct NothingThere {};
+  struct MovedUntracked {};
+  using FileOutcome = std::variant<Path, MovedUntracked, NothingThere, Failed>;
+  [[nodiscard]] FileOutcome moveToTrash(const Path& path);
+  [[nodiscard]] Result<Path> putBack(const Path& trashed, const Path& wanted);
+
+  Files& files_;
+  Trash& trash_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,119 @@
+#include "platform/linux/linux_trash.hpp"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <ctime>
+
+namespace vantorel {
+namespace {
+
+constexpr std::uint32_t stickyBit = 01000;
+constexpr int mostNames = 10'000;
+
+/// As in URLs, bytes other than letters, digits and a few marks become "%XX".
+std::string percentEncoded(std::string_view path) {
+  std::string text;
+  for (const char c : path) {
+    const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                         (c >= '0' && c <= '9') ||
+                         std::string_view("-._~/").find(c) != std::string_view::npos;
+    if (isPlain) {
+      text += c;
+    } else {
+      text += fmt::format("%{:02X}", static_cast<unsigned char>(c));
+    }
+  }
+  return text;
+}
+
+std::string localTime(double seconds) {
+  const auto whole = static_cast<std::time_t>(seconds);
+  std::tm parts{};
+  ::localtime_r(&whole, &parts);
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}", parts);
+}
+
+/// "a.png", "a.2.png", "a.3.png" and so on, with room for ".trashinfo".
+std::string nameFor(const Path& path, int attempt) {
+  constexpr std::size_t longest = 255 - 11 - 6;
+  const std::string extension = path.extension().string().substr(0, 32);
+  std::string stem = path.stem().string();
+  if (stem.size() + extension.size() > longest) {
+    stem.resize(longest - extension.size());
+    while (!stem.empty() && (static_cast<unsigned char>(stem.back()) & 0x80U) != 0) stem.pop_back();
+  }
+  return attempt == 1 ? stem + extension : fmt::format("{}.{}{}", stem, attempt, extension);
+}
+
+Path infoOf(const Path& trashed) {
+  Path info = trashed.parent_path().parent_path() / "info" / trashed.filename();
+  info += ".trashinfo";
+  return info;
+}
+
+}  // namespace
+
+LinuxTrash::LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID)
+    : files_(files), clock_(clock), dataHome_(std::move(dataHome)), userID_(userID) {}
+
+Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& path, std::uint64_t device) {
+  VT_TRY(files_.makeFolder(dataHome_, Privacy::ownerOnly));
+  if (VT_TRY(files_.status(dataHome_)).device == device) return Can{dataHome_ / "Trash", {}};
+
+  Path top = path.parent_path();
+  while (top.has_relative_path()) {
+    const auto above = files_.status(top.parent_path());
+    if (!above || above->device != device) break;
+    top = top.parent_path();
+  }
+  // A shared folder made by the administrator, only when nobody can tamper with what others put in.
+  const Path shared = top / ".Trash";
+  const auto status = files_.status(shared);
+  if (status && status->type == FileType::folder && (status->mode & stickyBit) != 0) {
+    const Path own = shared / std::to_string(userID_);
+    if (files_.makeFolder(own, Privacy::ownerOnly)) return Can{own, top};
+  }
+  const Path own = top / fmt::format(".Trash-{}", userID_);
+  const auto ownStatus = files_.status(own);
+  const bool isForeign =
+      ownStatus && (ownStatus->type != FileType::folder || ownStatus->owner != userID_);
+  if (isForeign || !files_.makeFolder(own, Privacy::ownerOnly)) {
+    return failed(FailureKind::unsupported, "its disk has no Trash");
+  }
+  return Can{own, top};
+}
+
+Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
+  const FileStatus status = VT_TRY(files_.status(path));
+  const Can can = VT_TRY(canFor(path, status.device));
+  VT_TRY(files_.makeFolder(can.folder / "info", Privacy::ownerOnly));
+  VT_TRY(files_.makeFolder(can.folder / "files", Privacy::ownerOnly));
+  const Path named = can.namedFrom.empty() ? path : path.lexically_relative(can.namedFrom);
+  const std::string info = fmt::format("[Trash Info]\nPath={}\nDeletionDate={}\n",
+                                       percentEncoded(named.string()), localTime(clock_.now()));
+  for (int attempt = 1; attempt <= mostNames; ++attempt) {
+    const Path place = can.folder / "files" / nameFor(path, attempt);
+    const Path infoPath = infoOf(place);
+    // The information first: it claims the name, and a file without it could not be put back.
+    auto claimed = files_.create(infoPath, info, Privacy::ownerOnly, Durability::flushed);
+    if (!claimed && claimed.error().kind == FailureKind::exists) continue;
+    VT_TRY(std::move(claimed));
+    auto moved = files_.moveNew(path, place);
+    if (moved) return std::optional(place);
+    (void)files_.remove(infoPath);
+    if (moved.error().kind != FailureKind::exists) return std::unexpected(moved.error());
+  }
+  return failed(FailureKind::exists, "the Trash is full of files of that name");
+}
+
+Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
+  VT_TRY(files_.status(trashed));
+  VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
+  VT_TRY(files_.moveNew(trashed, to));
+  // What is left of the information names a file that is no longer there: others clear it up.
+  (void)files_.remove(infoOf(trashed));
+  return {};
+}
+
+}  // namespace vantorel

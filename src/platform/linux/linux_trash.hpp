@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/clock.hpp"
+#include "platform/trash.hpp"
+
+namespace vantorel {
+
+/// The Trash of the freedesktop.org Trash specification 1.0: the user's own for files on the disk
+/// of the home folder, one at the top of its disk for every other file.
+class LinuxTrash final : public Trash {
+ public:
+  /// `dataHome` is $XDG_DATA_HOME; `userID` the user this process runs as.
+  LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID);
+
+  Result<std::optional<Path>> moveToTrash(const Path& path) override;
+  Result<void> restore(const Path& trashed, const Path& to) override;
+
+ private:
+  struct Can {
+    Path folder;
+    Path namedFrom;  ///< paths in it are written from here; empty for absolute ones
+  };
+  [[nodiscard]] Result<Can> canFor(const Path& path, std::uint64_t device);
+
+  Files& files_;
+  const Clock& clock_;
+  Path dataHome_;
+  std::uint32_t userID_;
+};
+
+}  // namespace vantorel

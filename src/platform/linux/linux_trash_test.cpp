@@ -1,0 +1,142 @@
+#include "platform/linux/linux_trash.hpp"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/linux/linux_clock.hpp"
+#include "platform/linux/linux_files.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::string bytesOf(const Path& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class LinuxTrashTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    // Not below /tmp, which other programs refuse to look into for the Trash.
+    std::string name = (std::filesystem::current_path() / "vantorel-trash-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(name.data()), nullptr);
+    root = name;
+    std::filesystem::create_directory(root / "pictures");
+  }
+  void TearDown() override { std::filesystem::remove_all(root); }
+
+  Path put(const std::string& name, const std::string& bytes) {
+    const Path path = root / "pictures" / name;
+    std::ofstream(path) << bytes;
+    return path;
+  }
+
+  std::string run(const std::string& command) {
+    const std::string line =
+        "XDG_DATA_HOME='" + (root / "data").string() + "' " + command + " 2>&1";
+    std::string output;
+    FILE* const pipe = ::popen(line.c_str(), "r");
+    std::array<char, 4096> buffer{};
+    while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+      output.append(buffer.data(), got);
+    }
+    EXPECT_EQ(::pclose(pipe), 0) << line << "\n" << output;
+    return output;
+  }
+
+  Path root;
+  LinuxFiles files;
+  LinuxClock clock;
+};
+
+TEST_F(LinuxTrashTest, WhatGoesIntoTheTrashComesBackByUsAndByOthers) {
+  LinuxTrash trash(files, clock, root / "data", ::getuid());
+  const std::string odd = "Größe 100%41 [a]\nb.png";
+  const Path first = put(odd, "first");
+  const auto place = trash.moveToTrash(first);
+  ASSERT_TRUE(place.has_value()) << place.error().reason;
+  EXPECT_FALSE(std::filesystem::exists(first));
+  // Another file of the same name, a whole folder, and a link.
+  const auto second = trash.moveToTrash(put(odd, "second"));
+  ASSERT_TRUE(second.has_value());
+  EXPECT_NE(**second, **place);
+  std::filesystem::create_directories(root / "pictures" / "take.vantorelstudio" / "media");
+  put("take.vantorelstudio/media/a", "inner");
+  ASSERT_TRUE(trash.moveToTrash(root / "pictures" / "take.vantorelstudio").has_value());
+  std::filesystem::create_symlink(put("target", "kept"), root / "pictures" / "link");
+  ASSERT_TRUE(trash.moveToTrash(root / "pictures" / "link").has_value());
+  EXPECT_EQ(bytesOf(root / "pictures" / "target"), "kept");
+
+  const std::string listed = run("trash-list");
+  EXPECT_THAT(listed, HasSubstr(first.string()));
+  EXPECT_THAT(listed, HasSubstr("take.vantorelstudio"));
+  run("sh -c 'cd / && echo 0 | trash-restore " +
+      (root / "pictures" / "take.vantorelstudio").string() + "'");
+  EXPECT_EQ(bytesOf(root / "pictures/take.vantorelstudio/media/a"), "inner");
+
+  ASSERT_TRUE(trash.restore(**place, first).has_value());
+  EXPECT_EQ(bytesOf(first), "first");
+  EXPECT_EQ(trash.restore(**second, first).error().kind, FailureKind::exists);
+  EXPECT_EQ(bytesOf(first), "first");
+  EXPECT_EQ(trash.restore(**place, first).error().kind, FailureKind::notFound);
+  // Even when its folder has gone meanwhile.
+  ASSERT_TRUE(trash.restore(**second, root / "gone" / "b.png").has_value());
+  EXPECT_EQ(bytesOf(root / "gone" / "b.png"), "second");
+  EXPECT_THAT(run("trash-list"), Not(HasSubstr("[a]")));
+  EXPECT_EQ(trash.moveToTrash(root / "none").error().kind, FailureKind::notFound);
+
+  // What somebody else put in is never written over.
+  put("taken.png", "ours");
+  std::ofstream(root / "data/Trash/files/taken.png") << "theirs";
+  const auto beside = trash.moveToTrash(root / "pictures" / "taken.png");
+  ASSERT_TRUE(beside.has_value());
+  EXPECT_EQ(bytesOf(root / "data/Trash/files/taken.png"), "theirs");
+  EXPECT_EQ(bytesOf(**beside), "ours");
+  EXPECT_FALSE(std::filesystem::exists(root / "data/Trash/info/taken.png.trashinfo"));
+  const std::string longName = std::string(240, 'l') + ".png";
+  put(longName, "long");
+  EXPECT_TRUE(trash.moveToTrash(root / "pictures" / longName).has_value());
+}
+
+TEST_F(LinuxTrashTest, FilesOfAnotherDiskStayOnIt) {
+  FakeFiles disks;
+  FakeRunners runners;
+  LinuxTrash trash(disks, runners, "/home/u/.local/share", 1000);
+  disks.mounts = {"/media/usb"};
+  disks.put("/media/usb/shots/a b.png", "usb");
+  const auto place = trash.moveToTrash("/media/usb/shots/a b.png");
+  ASSERT_TRUE(place.has_value()) << place.error().reason;
+  EXPECT_EQ(**place, "/media/usb/.Trash-1000/files/a b.png");
+  EXPECT_THAT(disks.text("/media/usb/.Trash-1000/info/a b.png.trashinfo"),
+              testing::StartsWith("[Trash Info]\nPath=shots/a%20b.png\nDeletionDate=2026-01-02T"));
+  ASSERT_TRUE(trash.restore(**place, "/media/usb/shots/a b.png").has_value());
+  EXPECT_EQ(disks.text("/media/usb/shots/a b.png"), "usb");
+  EXPECT_THAT(disks.names("/media/usb/.Trash-1000/info"), IsEmpty());
+
+  // A full disk loses neither the file nor leaves information about nothing.
+  for (int at = 1; at < 8; ++at) {
+    disks.changesFail.reset();
+    disks.spaceEndsAtChange = at;
+    const auto full = trash.moveToTrash("/media/usb/shots/a b.png");
+    disks.changesFail.reset();
+    disks.spaceEndsAtChange = 0;
+    if (full) {
+      ASSERT_TRUE(trash.restore(**full, "/media/usb/shots/a b.png").has_value());
+      break;
+    }
+    EXPECT_EQ(disks.text("/media/usb/shots/a b.png"), "usb") << at;
+  }
+}
+
+}  // namespace
+}  // namespace vantorel
