@@ -25,9 +25,9 @@ const XMonitor* findMonitor(const std::vector<XMonitor>& monitors, const Display
 }
 
 Result<Image> grabArea(X11Session& session, const PixelRect& area,
-                       const std::vector<WindowID>& excluded) {
+                       const std::vector<WindowID>& keptOwn) {
   const auto windows = VT_TRY(session.topLevels());
-  const auto toHide = topLevelsToHide(session, windows, excluded);
+  const auto toHide = topLevelsToHide(session, windows, keptOwn);
   std::vector<XTopLevel> shown;
   std::vector<PixelRect> holes;
   const int reach = !toHide.empty() && session.hasCompositor() ? shadowReach : 0;
@@ -108,7 +108,7 @@ bool cutToShape(X11Session& session, const XTopLevel& window, const PixelRect& c
 }
 
 Result<Image> grabWindow(X11Session& session, xcb_window_t id, bool withShadow,
-                         const std::vector<WindowID>& excluded, PixelRect& frame) {
+                         const std::vector<WindowID>& keptOwn, PixelRect& frame) {
   const Failure gone{FailureKind::notFound, "the window is no longer there"};
   const auto place = placeOf(session, id);
   const auto top = topLevelOf(session, id);
@@ -120,7 +120,7 @@ Result<Image> grabWindow(X11Session& session, xcb_window_t id, bool withShadow,
   if (!found->isViewable || !place->isViewable) {
     return failed(FailureKind::notFound, "the window is minimised or on another workspace");
   }
-  if (topLevelsToHide(session, windows, excluded).contains(*top)) {
+  if (topLevelsToHide(session, windows, keptOwn).contains(*top)) {
     return failed(FailureKind::notFound, "the window is one of Vantorel's own");
   }
   const PixelRect wanted = place->drawsShadow && withShadow ? place->content : place->frame;
@@ -169,7 +169,7 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (const auto* window = std::get_if<WindowTarget>(&request.target)) {
     PixelRect frame;
     picture.image = VT_TRY(grabWindow(session, static_cast<xcb_window_t>(window->windowID),
-                                      request.windowShadow, request.excludedWindowIDs, frame));
+                                      request.windowShadow, request.keptOwnWindowIDs, frame));
     std::vector<DisplaySnapshot> displays;
     for (const XMonitor& monitor : monitors) displays.push_back(monitor.display);
     const PointRect onDesktop{frame.x / picture.scale, frame.y / picture.scale,
@@ -200,7 +200,7 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (area.isEmpty()) {
     return failed(FailureKind::notFound, "the area lies outside the display");
   }
-  picture.image = VT_TRY(grabArea(session, area, request.excludedWindowIDs));
+  picture.image = VT_TRY(grabArea(session, area, request.keptOwnWindowIDs));
   return picture;
 }
 

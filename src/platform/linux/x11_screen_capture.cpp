@@ -66,11 +66,12 @@ void X11ScreenCapture::onDisplaysChange(std::function<void()> listener) {
   });
 }
 
-void X11ScreenCapture::permission(std::function<void(ScreenPermission)> reply) {
-  main_->post(alive_.guard([reply = std::move(reply)] { reply(ScreenPermission::granted); }));
+void X11ScreenCapture::permission(std::move_only_function<void(ScreenPermission)> reply) {
+  main_->post(
+      alive_.guard([reply = std::move(reply)]() mutable { reply(ScreenPermission::granted); }));
 }
 
-void X11ScreenCapture::requestPermission(std::function<void(ScreenPermission)> reply) {
+void X11ScreenCapture::requestPermission(std::move_only_function<void(ScreenPermission)> reply) {
   permission(std::move(reply));
 }
 

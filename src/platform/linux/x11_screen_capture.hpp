@@ -25,8 +25,8 @@ class X11ScreenCapture final : public ScreenCapture {
   void displays(Reply<std::vector<DisplaySnapshot>> reply) override;
   void grab(GrabRequest request, Reply<GrabbedPicture> reply) override;
   void onDisplaysChange(std::function<void()> listener) override;
-  void permission(std::function<void(ScreenPermission)> reply) override;
-  void requestPermission(std::function<void(ScreenPermission)> reply) override;
+  void permission(std::move_only_function<void(ScreenPermission)> reply) override;
+  void requestPermission(std::move_only_function<void(ScreenPermission)> reply) override;
   [[nodiscard]] bool isSystemDialogVisible() const override { return false; }
 
  private:

@@ -221,7 +221,7 @@ std::optional<xcb_window_t> topLevelOf(X11Session& session, xcb_window_t window)
 }
 
 std::set<xcb_window_t> topLevelsToHide(X11Session& session, const std::vector<XTopLevel>& windows,
-                                       const std::vector<WindowID>& excluded) {
+                                       const std::vector<WindowID>& kept) {
   // Windows without a frame stand among the top levels themselves, the others in the window
   // manager's list.
   std::vector<xcb_window_t> candidates =
@@ -234,9 +234,10 @@ std::set<xcb_window_t> topLevelsToHide(X11Session& session, const std::vector<XT
   for (const xcb_window_t window : candidates) asked.emplace_back(session, window);
   std::set<xcb_window_t> toHide;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
-    if (asked[i].finish(session) == getpid()) toHide.insert(candidates[i]);
+    const bool isOwn = asked[i].finish(session) == getpid();
+    const bool isKept = std::find(kept.begin(), kept.end(), candidates[i]) != kept.end();
+    if (isOwn && !isKept) toHide.insert(candidates[i]);
   }
-  for (const WindowID id : excluded) toHide.insert(static_cast<xcb_window_t>(id));
 
   std::set<xcb_window_t> hidden;
   for (const xcb_window_t window : toHide) {
