@@ -25,9 +25,9 @@ const XMonitor* findMonitor(const std::vector<XMonitor>& monitors, const Display
 }
 
 Result<Image> grabArea(X11Session& session, const PixelRect& area,
-                       const std::vector<WindowID>& kept) {
+                       const std::vector<WindowID>& keptOwn) {
   const auto windows = VT_TRY(session.topLevels());
-  const auto toHide = topLevelsToHide(session, windows, kept);
+  const auto toHide = topLevelsToHide(session, windows, keptOwn);
   std::vector<XTopLevel> shown;
   std::vector<PixelRect> holes;
   const int reach = !toHide.empty() && session.hasCompositor() ? shadowReach : 0;
@@ -108,7 +108,7 @@ bool cutToShape(X11Session& session, const XTopLevel& window, const PixelRect& c
 }
 
 Result<Image> grabWindow(X11Session& session, xcb_window_t id, bool withShadow,
-                         const std::vector<WindowID>& kept, PixelRect& frame) {
+                         const std::vector<WindowID>& keptOwn, PixelRect& frame) {
   const Failure gone{FailureKind::notFound, "the window is no longer there"};
   const auto place = placeOf(session, id);
   const auto top = topLevelOf(session, id);
@@ -120,7 +120,7 @@ Result<Image> grabWindow(X11Session& session, xcb_window_t id, bool withShadow,
   if (!found->isViewable || !place->isViewable) {
     return failed(FailureKind::notFound, "the window is minimised or on another workspace");
   }
-  if (topLevelsToHide(session, windows, kept).contains(*top)) {
+  if (topLevelsToHide(session, windows, keptOwn).contains(*top)) {
     return failed(FailureKind::notFound, "the window is one of Vantorel's own");
   }
   const PixelRect wanted = place->drawsShadow && withShadow ? place->content : place->frame;

@@ -234,9 +234,10 @@ std::set<xcb_window_t> topLevelsToHide(X11Session& session, const std::vector<XT
   for (const xcb_window_t window : candidates) asked.emplace_back(session, window);
   std::set<xcb_window_t> toHide;
   for (std::size_t i = 0; i < candidates.size(); ++i) {
-    if (asked[i].finish(session) == getpid()) toHide.insert(candidates[i]);
+    const bool isOwn = asked[i].finish(session) == getpid();
+    const bool isKept = std::find(kept.begin(), kept.end(), candidates[i]) != kept.end();
+    if (isOwn && !isKept) toHide.insert(candidates[i]);
   }
-  for (const WindowID id : kept) toHide.erase(static_cast<xcb_window_t>(id));
 
   std::set<xcb_window_t> hidden;
   for (const xcb_window_t window : toHide) {

@@ -27,7 +27,7 @@ struct XWindowPlace {
 /// The child of the root window that `window` lies in; nothing when it is gone.
 [[nodiscard]] std::optional<xcb_window_t> topLevelOf(X11Session& session, xcb_window_t window);
 
-/// Those of `windows` that hold a window of this process but not those in `kept`.
+/// Those of `windows` that hold a window of this process, other than those of `kept`.
 [[nodiscard]] std::set<xcb_window_t> topLevelsToHide(X11Session& session,
                                                      const std::vector<XTopLevel>& windows,
                                                      const std::vector<WindowID>& kept);
