@@ -10,7 +10,7 @@
 #include "app/surface_registry.hpp"
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
-#include "capture/capture_transcoder.hpp"
+#include "capture/records/export_format.hpp"
 #include "library/history_store.hpp"
 #include "platform/image_codec.hpp"
 #include "settings/settings_store.hpp"
@@ -51,10 +51,7 @@ class CaptureRewriter {
   void compress(const std::string& name, Done done);
 
  private:
-  using Work = std::function<CompressOutcome(const CaptureTranscoder&, const CaptureSource&)>;
-
-  void whenLoaded(std::function<void()> go);
-  void rewrite(const std::string& name, Work work, Done done);
+  void rewrite(const std::string& name, std::optional<ExportFormat> format, Done done);
 
   Services services_;
   Alive alive_;

@@ -1,1 +1,160 @@
-int main() {}
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+#include "base/log.hpp"
+#include "cli/command_line.hpp"
+#include "main/program.hpp"
+#include "main/ui_module.hpp"
+#include "platform/linux/command_bus.hpp"
+#include "platform/linux/loop_runner.hpp"
+
+namespace vantorel {
+namespace {
+
+int print(const BusReply& reply) {
+  std::fwrite(reply.output.data(), 1, reply.output.size(), stdout);
+  std::fwrite(reply.error.data(), 1, reply.error.size(), stderr);
+  // A full disk or a closed pipe must not look like success.
+  if (std::fflush(stdout) != 0 && reply.status == 0) return static_cast<int>(ExitStatus::failed);
+  return reply.status;
+}
+
+/// Ends the process with what was printed flushed, and without waiting for threads that hang in a
+/// server that does not answer. Everything that must be on disk is there by now.
+[[noreturn]] void leave(int status) {
+  std::fflush(nullptr);
+  std::_Exit(status);
+}
+
+sigset_t endingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
+  return signals;
+}
+
+/// Calls `asked` on `main` for each request to end; the third one ends the process at once.
+void watchEndingSignals(std::shared_ptr<TaskRunner> main, std::function<void()> asked) {
+  std::thread([main = std::move(main), asked = std::move(asked)] {
+    const sigset_t signals = endingSignals();
+    for (int count = 1;; ++count) {
+      int signal = 0;
+      if (sigwait(&signals, &signal) != 0) return;
+      if (count == 3) std::_Exit(128 + signal);
+      main->post(asked);
+    }
+  }).detach();
+}
+
+/// What a command sent by another process says, read as if typed in its folder.
+std::variant<CommandLine, CommandLineAnswer> parseRequest(const BusRequest& request) {
+  return parseCommandLine(request.arguments);
+}
+
+BusReply toBus(CommandReply reply) {
+  return {static_cast<int>(reply.status), std::move(reply.output), std::move(reply.error)};
+}
+
+void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, bool resident) {
+  bus.serve(std::move(main),
+            {.accepts =
+                 [resident](const BusRequest& request) {
+                   if (resident) return true;
+                   const auto parsed = parseRequest(request);
+                   const auto* line = std::get_if<CommandLine>(&parsed);
+                   return line == nullptr || !line->needsWindows();
+                 },
+             .run =
+                 [&program](const BusRequest& request, const CommandBus::Done& done) {
+                   auto parsed = parseRequest(request);
+                   if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
+                     done({static_cast<int>(answer->status), {}, answer->text});
+                     return;
+                   }
+                   program.run(std::get<CommandLine>(parsed),
+                               [done](CommandReply reply) { done(toBus(std::move(reply))); });
+                 },
+             .askerGone = [&program] { program.askerWentAway(); }});
+}
+
+/// Runs one command in this process, without living on.
+int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus,
+            const std::shared_ptr<TaskRunner>& main, DesktopUi* ui,
+            const std::function<void()>& runLoop, std::function<void()> quitLoop) {
+  if (std::holds_alternative<command::Quit>(line.command)) {
+    return print({0, {}, "Vantorel isn't running.\n"});
+  }
+  Program program(folders, main, ui, [] {});
+  serve(bus, main, program, false);
+  watchEndingSignals(main, [&program] { program.askerWentAway(); });
+  program.start();
+  BusReply own;
+  program.run(line, [&](CommandReply reply) {
+    own = toBus(std::move(reply));
+    program.recover([&] { bus.end(quitLoop); });
+  });
+  runLoop();
+  leave(print(own));
+}
+
+[[noreturn]] void live(const UserFolders& folders, CommandBus& bus, DesktopUi& ui) {
+  Program program(folders, ui.mainRunner(), &ui, [&] { bus.end([&ui] { ui.quit(0); }); });
+  serve(bus, ui.mainRunner(), program, true);
+  watchEndingSignals(ui.mainRunner(), [&program] { program.quit(); });
+  program.start();
+  program.startResident();
+  leave(ui.run());
+}
+
+int run(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  auto parsed = parseCommandLine(arguments);
+  if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
+    const bool ok = answer->status == ExitStatus::done;
+    return print({static_cast<int>(answer->status), ok ? answer->text : "",
+                  ok ? "" : answer->text});
+  }
+  const CommandLine& line = std::get<CommandLine>(parsed);
+  std::optional<Path> root;
+  if (line.root) root = std::filesystem::absolute(*line.root).lexically_normal();
+  const UserFolders folders = root ? UserFolders::below(*root) : UserFolders::ofThisUser();
+
+  // Asked before anything is built: most commands go to the program that runs already.
+  CommandBus bus(CommandBus::nameFor(root));
+  const BusRequest request{arguments, std::filesystem::current_path().string()};
+  const CommandBus::Started started = bus.start(request);
+  if (started.role == CommandBus::Role::forwarded) return print(started.reply);
+
+  // From here on signals are asked for, not suffered; before any thread starts, so that none is
+  // interrupted.
+  const sigset_t signals = endingSignals();
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+  if (line.needsWindows()) {
+    auto loaded = loadDesktopUi();
+    if (!loaded) {
+      return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
+    }
+    DesktopUi& ui = **loaded;
+    if (std::holds_alternative<command::Run>(line.command)) live(folders, bus, ui);
+    return runOnce(line, folders, bus, ui.mainRunner(), &ui, [&] { ui.run(); },
+                   [&] { ui.quit(0); });
+  }
+  LoopRunner loop;
+  return runOnce(line, folders, bus, loop.runner(), nullptr, [&] { loop.run(); },
+                 [&] { loop.quit(); });
+}
+
+}  // namespace
+}  // namespace vantorel
+
+int main(int argc, char** argv) {
+  try {
+    return vantorel::run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "Vantorel failed: %s\n", error.what());
+    return 1;
+  }
+}

@@ -42,6 +42,12 @@ SettingsValues defaultsFor(const UserFolders& folders) {
   return values;
 }
 
+std::optional<std::string> environmentVariable(const char* name) {
+  const char* const value = std::getenv(name);
+  if (value == nullptr) return std::nullopt;
+  return value;
+}
+
 /// Starts the program anew in place of this process. Comes back only when that fails.
 bool relaunch() {
   ::execl("/proc/self/exe", "vantorel", nullptr);
@@ -58,8 +64,9 @@ struct Program::Parts {
         files(std::make_shared<LinuxFiles>()),
         clock(std::make_shared<LinuxClock>()),
         codec(std::make_shared<LinuxImageCodec>()),
-        desktop(openDesktop(main, ui == nullptr ? WindowContents::onDemand
-                                                : WindowContents::keptFromStart)),
+        desktop(makeDesktopServices(environmentVariable, main,
+                                    ui == nullptr ? WindowContents::onDemand
+                                                  : WindowContents::keptFromStart)),
         notifications(queues.queue("com.hollen.Vantorel.notifications")),
         settingsFile({.files = *files,
                       .main = main,
@@ -147,7 +154,7 @@ struct Program::Parts {
   std::shared_ptr<LinuxClock> clock;
   std::shared_ptr<LinuxImageCodec> codec;
   std::unique_ptr<InotifyWatcher> folderWatcher;
-  Desktop desktop;
+  DesktopServices desktop;
   DesktopNotifications notifications;
   std::unique_ptr<Alerts> alerts;
   SettingsFile settingsFile;
@@ -156,8 +163,6 @@ struct Program::Parts {
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<CaptureRewriter> rewriter;
   std::unique_ptr<CommandRunner> commands;
-  bool recovering = false;
-  std::vector<std::function<void()>> recovered;
 };
 
 Program::Program(const UserFolders& folders, std::shared_ptr<TaskRunner> main, DesktopUi* ui,

@@ -56,8 +56,7 @@ std::string CommandBus::nameFor(const std::optional<Path>& root) {
   return fmt::format("{}.r{:016x}", wellKnownName, stableHash(root->string()));
 }
 
-CommandBus::CommandBus(std::string name, std::shared_ptr<TaskRunner> main)
-    : name_(std::move(name)), main_(std::move(main)) {}
+CommandBus::CommandBus(std::string name) : name_(std::move(name)) {}
 
 CommandBus::~CommandBus() {
   if (!connection_) return;
@@ -146,7 +145,8 @@ std::uint64_t CommandBus::begin(BusRequest request, const std::string& sender) {
   return number;
 }
 
-void CommandBus::serve(Handlers handlers) {
+void CommandBus::serve(std::shared_ptr<TaskRunner> main, Handlers handlers) {
+  main_ = std::move(main);
   handlers_ = std::move(handlers);
   if (!connection_) return;
   object_ = sdbus::createObject(*connection_, objectPath);

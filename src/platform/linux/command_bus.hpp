@@ -40,7 +40,7 @@ struct BusReply {
 /// it vanishes afterwards the sender says so, but nothing runs twice. An owner gives up its name
 /// only when everything it took is answered.
 ///
-/// Made and started before the main loop runs; `serve` and what follows live on the main runner.
+/// Made and started before there is a main loop; `serve` and what follows live on the main runner.
 class CommandBus {
  public:
   enum class Role {
@@ -57,7 +57,7 @@ class CommandBus {
   /// "com.hollen.Vantorel", with a suffix of its own for each separate root.
   [[nodiscard]] static std::string nameFor(const std::optional<Path>& root);
 
-  CommandBus(std::string name, std::shared_ptr<TaskRunner> main);
+  explicit CommandBus(std::string name);
   ~CommandBus();
   CommandBus(const CommandBus&) = delete;
   CommandBus& operator=(const CommandBus&) = delete;
@@ -76,8 +76,8 @@ class CommandBus {
     std::function<void()> askerGone;
   };
 
-  /// As the owner: runs what others send.
-  void serve(Handlers handlers);
+  /// As the owner: runs what others send, on `main`. Without a bus there is nobody to serve.
+  void serve(std::shared_ptr<TaskRunner> main, Handlers handlers);
 
   /// Calls `ended` once everything taken is answered; from then on nothing is taken any more and
   /// the name is free.
