@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/image.hpp"
 #include "base/result.hpp"
@@ -22,10 +24,20 @@ struct ImageEncoding {
   PNGEffort pngEffort = PNGEffort::fast;
 };
 
+/// A picture of at most 256 colours.
+struct IndexedImage {
+  /// Red, green, blue (not multiplied by alpha), alpha.
+  using Colour = std::array<std::uint8_t, 4>;
+
+  PixelSize size;
+  std::vector<Colour> palette;        ///< 1 to 256
+  std::vector<std::uint8_t> indices;  ///< into `palette`, row by row from the top
+};
+
 /// Reads and writes picture files. Any thread; calls block for as long as the work takes.
 ///
-/// Failures: `tooLarge` (the format cannot hold the pixel size), `unsupported` (a codec is not
-/// installed), `malformed` (undecodable bytes), `other`.
+/// Failures: `tooLarge` (the format cannot hold the pixel size, or a picture is too large to be
+/// decoded), `unsupported` (a codec is not installed), `malformed` (undecodable bytes), `other`.
 class ImageCodec {
  public:
   virtual ~ImageCodec() = default;
@@ -33,8 +45,8 @@ class ImageCodec {
   [[nodiscard]] virtual Result<std::string> encode(const Image& image,
                                                    const ImageEncoding& encoding) const = 0;
 
-  /// At most 256 colours, transparency kept.
-  [[nodiscard]] virtual Result<std::string> encodeIndexedPNG(const Image& image,
+  /// A PNG file with a palette.
+  [[nodiscard]] virtual Result<std::string> encodeIndexedPNG(const IndexedImage& image,
                                                              double pixelsPerPoint) const = 0;
 
   /// Any of the four formats, told by the first bytes.

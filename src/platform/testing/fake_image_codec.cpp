@@ -20,8 +20,7 @@ std::optional<Header> header(std::string_view bytes) {
   if (end == std::string_view::npos || first > end) return std::nullopt;
   Header found{.size = {}, .length = end + 1};
   const char* const stop = bytes.data() + end;
-  const auto [next, error] =
-      std::from_chars(bytes.data() + first + 1, stop, found.size.width);
+  const auto [next, error] = std::from_chars(bytes.data() + first + 1, stop, found.size.width);
   if (error != std::errc{} || next == stop) return std::nullopt;
   if (std::from_chars(next + 1, stop, found.size.height).ec != std::errc{}) return std::nullopt;
   const std::size_t pixels =
@@ -47,9 +46,14 @@ Result<std::string> FakeImageCodec::encode(const Image& image,
   return bytes;
 }
 
-Result<std::string> FakeImageCodec::encodeIndexedPNG(const Image& image,
-                                                     double pixelsPerPoint) const {
-  return encode(image, {.format = ExportFormat::png, .pixelsPerPoint = pixelsPerPoint});
+Result<std::string> FakeImageCodec::encodeIndexedPNG(const IndexedImage& image, double) const {
+  if (broken.contains(ExportFormat::png)) return failed(FailureKind::unsupported, "not installed");
+  std::string bytes = fmt::format("png {} {}\n", image.size.width, image.size.height);
+  for (const std::uint8_t index : image.indices) {
+    const IndexedImage::Colour& colour = image.palette[index];
+    for (const int channel : {2, 1, 0, 3}) bytes += static_cast<char>(colour[channel]);
+  }
+  return bytes;
 }
 
 Result<Image> FakeImageCodec::decode(std::string_view bytes) const {

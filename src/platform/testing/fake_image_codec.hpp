@@ -11,11 +11,12 @@ namespace vantorel {
 /// what went in. One thread.
 class FakeImageCodec final : public ImageCodec {
  public:
-  std::set<ExportFormat> broken;      ///< formats that fail
+  std::set<ExportFormat> broken;       ///< formats that fail
   std::optional<int> longestHeicSide;  ///< beyond it HEIC refuses
 
   Result<std::string> encode(const Image& image, const ImageEncoding& encoding) const override;
-  Result<std::string> encodeIndexedPNG(const Image& image, double pixelsPerPoint) const override;
+  Result<std::string> encodeIndexedPNG(const IndexedImage& image,
+                                       double pixelsPerPoint) const override;
   Result<Image> decode(std::string_view bytes) const override;
   Result<PixelSize> pixelSize(std::string_view bytes) const override;
   bool canHold(ExportFormat format, PixelSize size) const override;

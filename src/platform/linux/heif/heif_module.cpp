@@ -1,0 +1,143 @@
+#include "platform/linux/heif/heif_module.hpp"
+
+#include <libheif/heif.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "platform/linux/picture_limits.hpp"
+#include "platform/linux/pixel_rows.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Owns something libheif made, with the function that frees it.
+template <class T>
+using Owned = std::unique_ptr<T, void (*)(T*)>;
+
+template <class T>
+void releaseHandle(const T* handle) {
+  heif_image_handle_release(handle);
+}
+
+using Context = Owned<heif_context>;
+
+std::unexpected<Failure> failure(FailureKind kind, const heif_error& error) {
+  return failed(kind, error.message);
+}
+
+bool isOk(const heif_error& error) { return error.code == heif_error_Ok; }
+
+Result<Owned<heif_image>> toHeif(const Image& image) {
+  const bool opaque = isOpaque(image);
+  heif_image* made = nullptr;
+  heif_error error =
+      heif_image_create(image.width(), image.height(), heif_colorspace_RGB,
+                        opaque ? heif_chroma_interleaved_RGB : heif_chroma_interleaved_RGBA, &made);
+  Owned<heif_image> picture(made, [](heif_image* old) { heif_image_release(old); });
+  if (isOk(error)) {
+    error = heif_image_add_plane(made, heif_channel_interleaved, image.width(), image.height(), 8);
+  }
+  if (!isOk(error)) return failure(FailureKind::other, error);
+  int stride = 0;
+  std::uint8_t* const rows = heif_image_get_plane(made, heif_channel_interleaved, &stride);
+  const auto rowBytes = static_cast<std::size_t>(image.width()) * (opaque ? 3 : 4);
+  for (int y = 0; y < image.height(); ++y) {
+    packRow(image, y, {rows + static_cast<std::ptrdiff_t>(y) * stride, rowBytes});
+  }
+  return picture;
+}
+
+heif_error append(heif_context*, const void* bytes, std::size_t size, void* to) {
+  try {
+    static_cast<std::string*>(to)->append(static_cast<const char*>(bytes), size);
+    return {heif_error_Ok, heif_suberror_Unspecified, ""};
+  } catch (const std::bad_alloc&) {
+    return {heif_error_Memory_allocation_error, heif_suberror_Unspecified, "memory ran out"};
+  }
+}
+
+Result<std::string> write(const Image& image, double quality) {
+  const Context context(heif_context_alloc(), heif_context_free);
+  heif_encoder* found = nullptr;
+  if (!isOk(heif_context_get_encoder_for_format(context.get(), heif_compression_HEVC, &found))) {
+    return failed(FailureKind::unsupported, "HEIC support is not installed");
+  }
+  const Owned<heif_encoder> encoder(found, heif_encoder_release);
+  const int percent = std::clamp(static_cast<int>(std::lround(quality * 100)), 0, 100);
+  heif_encoder_set_lossy_quality(found, percent);
+  // The encoder's own default takes three seconds for a 4K screen; halved colour blurs text.
+  heif_encoder_set_parameter_string(found, "preset", "superfast");
+  heif_encoder_set_parameter_string(found, "chroma", "444");
+  const Owned<heif_image> picture = VT_TRY(toHeif(image));
+  heif_image_handle* made = nullptr;
+  heif_error error = heif_context_encode_image(context.get(), picture.get(), found, nullptr, &made);
+  const Owned<const heif_image_handle> handle(made, releaseHandle<heif_image_handle>);
+  std::string bytes;
+  heif_writer writer{.writer_api_version = 1, .write = append};
+  if (isOk(error)) error = heif_context_write(context.get(), &writer, &bytes);
+  if (!isOk(error)) return failure(FailureKind::other, error);
+  return bytes;
+}
+
+struct Opened {
+  Context context;
+  Owned<const heif_image_handle> handle;
+  PixelSize size;
+};
+
+Result<Opened> open(std::string_view bytes) {
+  Context context(heif_context_alloc(), heif_context_free);
+  heif_context_set_maximum_image_size_limit(context.get(), 32768);
+  heif_error error = heif_context_read_from_memory_without_copy(context.get(), bytes.data(),
+                                                                bytes.size(), nullptr);
+  heif_image_handle* made = nullptr;
+  if (isOk(error)) error = heif_context_get_primary_image_handle(context.get(), &made);
+  Owned<const heif_image_handle> handle(made, releaseHandle<heif_image_handle>);
+  if (!isOk(error)) return failure(FailureKind::malformed, error);
+  const PixelSize size =
+      VT_TRY(decodableSize(heif_image_handle_get_width(made), heif_image_handle_get_height(made)));
+  return Opened{std::move(context), std::move(handle), size};
+}
+
+Result<Image> read(std::string_view bytes) {
+  const Opened opened = VT_TRY(open(bytes));
+  const bool translucent = heif_image_handle_has_alpha_channel(opened.handle.get()) != 0;
+  heif_image* made = nullptr;
+  const heif_error error = heif_decode_image(
+      opened.handle.get(), &made, heif_colorspace_RGB,
+      translucent ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, nullptr);
+  const Owned<const heif_image> decoded(made, heif_image_release);
+  if (!isOk(error)) return failure(FailureKind::malformed, error);
+
+  int stride = 0;
+  const std::uint8_t* const rows =
+      heif_image_get_plane_readonly(made, heif_channel_interleaved, &stride);
+  // The coded picture need not have the size that the file's header promised.
+  const PixelSize size =
+      VT_TRY(decodableSize(heif_image_get_width(made, heif_channel_interleaved),
+                           heif_image_get_height(made, heif_channel_interleaved)));
+  if (rows == nullptr || size != opened.size) {
+    return failed(FailureKind::malformed, "it is not a whole HEIC picture");
+  }
+  MutableImage picture(size, translucent ? PixelFormat::bgraPremultiplied : PixelFormat::bgrx);
+  const int bytesPerPixel = translucent ? 4 : 3;
+  for (int y = 0; y < size.height; ++y) {
+    unpackRow({rows + static_cast<std::ptrdiff_t>(y) * stride,
+               static_cast<std::size_t>(size.width * bytesPerPixel)},
+              bytesPerPixel, picture.row(y));
+  }
+  return std::move(picture).finish();
+}
+
+Result<PixelSize> size(std::string_view bytes) { return VT_TRY(open(bytes)).size; }
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) const HeifModule* vantorelHeifModule() {
+  static constexpr HeifModule module{.write = write, .read = read, .size = size};
+  return &module;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "base/image.hpp"
+#include "base/result.hpp"
+
+namespace vantorel {
+
+/// What the shared module for HEIC gives the program: the codec behind it is large, starts slowly
+/// and is seldom needed.
+struct HeifModule {
+  /// `quality` from 0 to 1.
+  Result<std::string> (*write)(const Image& image, double quality);
+  Result<Image> (*read)(std::string_view bytes);
+  Result<PixelSize> (*size)(std::string_view bytes);
+};
+
+/// The name of the one function in the module, of type `HeifModuleEntry`.
+constexpr const char* heifModuleEntryName = "vantorelHeifModule";
+using HeifModuleEntry = const HeifModule* (*)();
+
+}  // namespace vantorel

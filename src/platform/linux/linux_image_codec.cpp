@@ -1,0 +1,136 @@
+#include "platform/linux/linux_image_codec.hpp"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "base/log.hpp"
+#include "platform/linux/heif/heif_module.hpp"
+#include "platform/linux/jpeg_files.hpp"
+#include "platform/linux/png_files.hpp"
+#include "platform/linux/png_writer.hpp"
+#include "platform/linux/webp_files.hpp"
+
+namespace vantorel {
+namespace {
+
+/// The longest side each format, or the library behind it, can take both ways.
+int longestSide(ExportFormat format) {
+  switch (format) {
+    case ExportFormat::png: return 1'000'000;
+    case ExportFormat::jpeg: return 65'500;
+    case ExportFormat::heic: return 32'768;
+    case ExportFormat::webp: return 16'383;
+  }
+  std::unreachable();
+}
+
+std::optional<ExportFormat> formatOf(std::string_view bytes) {
+  if (bytes.starts_with("\x89PNG\r\n\x1A\n")) return ExportFormat::png;
+  if (bytes.starts_with("\xFF\xD8\xFF")) return ExportFormat::jpeg;
+  if (bytes.size() < 12) return std::nullopt;
+  if (bytes.starts_with("RIFF") && bytes.substr(8, 4) == "WEBP") return ExportFormat::webp;
+  constexpr std::array<std::string_view, 6> heicBrands = {"heic", "heix", "heim",
+                                                          "heis", "mif1", "hevc"};
+  if (bytes.substr(4, 4) == "ftyp" &&
+      std::ranges::find(heicBrands, bytes.substr(8, 4)) != heicBrands.end()) {
+    return ExportFormat::heic;
+  }
+  return std::nullopt;
+}
+
+std::unexpected<Failure> unknownFormat() {
+  return failed(FailureKind::malformed, "it is not a picture");
+}
+
+std::unexpected<Failure> noMemory() {
+  return failed(FailureKind::other, "there is not enough memory");
+}
+
+Path besideProgram() {
+  std::error_code error;
+  const Path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return program.parent_path().parent_path() / "lib" / "vantorel";
+}
+
+}  // namespace
+
+LinuxImageCodec::LinuxImageCodec() : LinuxImageCodec(besideProgram()) {}
+
+LinuxImageCodec::LinuxImageCodec(Path moduleFolder) : moduleFolder_(std::move(moduleFolder)) {}
+
+Result<const HeifModule*> LinuxImageCodec::heif() const {
+  const std::scoped_lock lock(loading_);
+  if (heif_ != nullptr) return heif_;
+  const Path path = moduleFolder_ / "libvantorel_heif.so";
+  // Never unloaded: pictures it made may outlive this object.
+  void* const module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  void* const entry = module == nullptr ? nullptr : ::dlsym(module, heifModuleEntryName);
+  if (entry == nullptr) {
+    logWarning("Pictures", "no HEIC: {}", ::dlerror());
+    return failed(FailureKind::unsupported, "HEIC support is not installed");
+  }
+  heif_ = reinterpret_cast<HeifModuleEntry>(entry)();
+  return heif_;
+}
+
+Result<std::string> LinuxImageCodec::encode(const Image& image, const ImageEncoding& encoding) const
+    try {
+  if (!canHold(encoding.format, image.size())) {
+    return failed(FailureKind::tooLarge,
+                  fmt::format("{} can't hold a picture this large", displayName(encoding.format)));
+  }
+  switch (encoding.format) {
+    case ExportFormat::png: return writePNG(image, encoding.pixelsPerPoint, encoding.pngEffort);
+    case ExportFormat::jpeg: return writeJPEG(image, encoding.quality, encoding.pixelsPerPoint);
+    case ExportFormat::heic: return VT_TRY(heif())->write(image, encoding.quality);
+    case ExportFormat::webp: return writeWebP(image, encoding.quality);
+  }
+  std::unreachable();
+} catch (const std::bad_alloc&) {
+  return noMemory();
+}
+
+Result<std::string> LinuxImageCodec::encodeIndexedPNG(const IndexedImage& image,
+                                                      double pixelsPerPoint) const try {
+  return writeIndexedPNG(image, pixelsPerPoint);
+} catch (const std::bad_alloc&) {
+  return noMemory();
+}
+
+Result<Image> LinuxImageCodec::decode(std::string_view bytes) const try {
+  const auto format = formatOf(bytes);
+  if (!format) return unknownFormat();
+  switch (*format) {
+    case ExportFormat::png: return readPNG(bytes);
+    case ExportFormat::jpeg: return readJPEG(bytes);
+    case ExportFormat::heic: return VT_TRY(heif())->read(bytes);
+    case ExportFormat::webp: return readWebP(bytes);
+  }
+  std::unreachable();
+} catch (const std::bad_alloc&) {
+  return noMemory();
+}
+
+Result<PixelSize> LinuxImageCodec::pixelSize(std::string_view bytes) const {
+  const auto format = formatOf(bytes);
+  if (!format) return unknownFormat();
+  switch (*format) {
+    case ExportFormat::png: return pngSize(bytes);
+    case ExportFormat::jpeg: return jpegSize(bytes);
+    case ExportFormat::heic: return VT_TRY(heif())->size(bytes);
+    case ExportFormat::webp: return webpSize(bytes);
+  }
+  std::unreachable();
+}
+
+bool LinuxImageCodec::canHold(ExportFormat format, PixelSize size) const {
+  return std::max(size.width, size.height) <= longestSide(format);
+}
+
+}  // namespace vantorel
