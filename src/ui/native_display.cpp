@@ -1,12 +1,11 @@
 #include "ui/native_display.hpp"
 
+#include <QGuiApplication>
+#include <QTimer>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <utility>
-
-#include <QGuiApplication>
-#include <QTimer>
 
 namespace vantorel::native_display {
 namespace {
@@ -36,16 +35,14 @@ xcb_connection_t* connection() {
   return x11 != nullptr ? x11->connection() : nullptr;
 }
 
-xcb_window_t root() {
-  return xcb_setup_roots_iterator(xcb_get_setup(connection())).data->root;
-}
+xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(connection())).data->root; }
 
 xcb_atom_t atom(const char* name) {
   const auto reply = owned(xcb_intern_atom_reply(
       connection(),
       xcb_intern_atom(connection(), 0, static_cast<std::uint16_t>(std::strlen(name)), name),
       nullptr));
-  return reply ? reply->atom : XCB_ATOM_NONE;
+  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 void sync() {
@@ -61,8 +58,8 @@ bool hasWindowManager() {
   if (connection() == nullptr) return false;
   const auto reply = owned(xcb_get_property_reply(
       connection(),
-      xcb_get_property(connection(), 0, root(), atom("_NET_SUPPORTING_WM_CHECK"),
-                       XCB_ATOM_WINDOW, 0, 1),
+      xcb_get_property(connection(), 0, root(), atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW,
+                       0, 1),
       nullptr));
   return reply && xcb_get_property_value_length(reply.get()) == 4;
 }

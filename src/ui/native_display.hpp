@@ -2,10 +2,9 @@
 
 #include <xcb/xcb.h>
 
+#include <QPoint>
 #include <functional>
 #include <optional>
-
-#include <QPoint>
 
 class QObject;
 

@@ -1,13 +1,12 @@
 #include "ui/qt_runner.hpp"
 
-#include <map>
-#include <utility>
-
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
 #include <QThread>
 #include <QTimerEvent>
+#include <map>
+#include <utility>
 
 namespace vantorel {
 namespace {
@@ -17,8 +16,8 @@ using SteadyClock = std::chrono::steady_clock;
 /// Carries a task to the main thread. One without a due time is run on arrival.
 class TaskEvent : public QEvent {
  public:
-  TaskEvent(Task task, SteadyClock::time_point due)
-      : QEvent(type()), task(std::move(task)), due(due) {}
+  TaskEvent(Task carried, SteadyClock::time_point dueTime)
+      : QEvent(type()), task(std::move(carried)), due(dueTime) {}
 
   static Type type() {
     static const int number = registerEventType();
@@ -63,8 +62,7 @@ class QtRunner::Receiver : public QObject {
   };
 
   void wait(Waiting task) {
-    const auto rest =
-        std::chrono::ceil<std::chrono::milliseconds>(task.due - SteadyClock::now());
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(task.due - SteadyClock::now());
     waiting_.emplace(startTimer(std::max(rest, std::chrono::milliseconds(0)), Qt::PreciseTimer),
                      std::move(task));
   }

@@ -1,8 +1,5 @@
 #include "ui/qt_selection_overlay.hpp"
 
-#include <cmath>
-#include <utility>
-
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -10,6 +7,8 @@
 #include <QRasterWindow>
 #include <QScreen>
 #include <QTimer>
+#include <cmath>
+#include <utility>
 
 #include "ui/native_display.hpp"
 #include "ui/screen_pixels.hpp"
@@ -89,10 +88,9 @@ class QtSelectionOverlay::Window : public QRasterWindow {
     for (const QRect& rect : event->region()) {
       const QPointF from = QPointF(rect.topLeft()) * ratio;
       const QPointF to = QPointF(rect.bottomRight() + QPoint(1, 1)) * ratio;
-      dirty += QRect(QPoint(static_cast<int>(std::floor(from.x())),
-                            static_cast<int>(std::floor(from.y()))),
-                     QPoint(static_cast<int>(std::ceil(to.x())) - 1,
-                            static_cast<int>(std::ceil(to.y())) - 1));
+      dirty += QRect(
+          QPoint(static_cast<int>(std::floor(from.x())), static_cast<int>(std::floor(from.y()))),
+          QPoint(static_cast<int>(std::ceil(to.x())) - 1, static_cast<int>(std::ceil(to.y())) - 1));
     }
     QPainter painter(this);
     painter.scale(1 / ratio, 1 / ratio);
@@ -113,8 +111,8 @@ class QtSelectionOverlay::Window : public QRasterWindow {
  private:
   [[nodiscard]] QPoint pixelOf(const QMouseEvent& event) const {
     const QPointF at = event.position() * devicePixelRatio();
-    return origin_ + QPoint(static_cast<int>(std::lround(at.x())),
-                            static_cast<int>(std::lround(at.y())));
+    return origin_ +
+           QPoint(static_cast<int>(std::lround(at.x())), static_cast<int>(std::lround(at.y())));
   }
 
   std::shared_ptr<Session> session_;
@@ -196,7 +194,8 @@ void QtSelectionOverlay::Session::refresh() {
   SelectionLayout layout = layOutSelection(model_);
   const QRegion changed = layout.changeFrom(layout_);
   layout_ = std::move(layout);
-  const auto shape = model_.mode() == CaptureMode::region ? Qt::CrossCursor : Qt::PointingHandCursor;
+  const auto shape =
+      model_.mode() == CaptureMode::region ? Qt::CrossCursor : Qt::PointingHandCursor;
   for (Window* const window : windows_) {
     if (window->cursor().shape() != shape) window->setCursor(shape);
     window->refresh(changed);

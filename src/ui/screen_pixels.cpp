@@ -1,10 +1,9 @@
 #include "ui/screen_pixels.hpp"
 
-#include <cmath>
-
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
+#include <cmath>
 
 namespace vantorel::screen_pixels {
 namespace {
@@ -29,8 +28,9 @@ int units(int pixels, double ratio) { return static_cast<int>(std::ceil(pixels /
 
 QRect areaOf(const QScreen& screen) {
   const QRect geometry = screen.geometry();
-  return {geometry.topLeft(), QSize(static_cast<int>(std::lround(geometry.width() * screen.devicePixelRatio())),
-                                    static_cast<int>(std::lround(geometry.height() * screen.devicePixelRatio())))};
+  return {geometry.topLeft(),
+          QSize(static_cast<int>(std::lround(geometry.width() * screen.devicePixelRatio())),
+                static_cast<int>(std::lround(geometry.height() * screen.devicePixelRatio())))};
 }
 
 void place(QWindow& window, const QRect& area) {

@@ -1,9 +1,8 @@
-#include <algorithm>
-#include <cmath>
-
 #include <QFont>
 #include <QFontMetrics>
 #include <QGuiApplication>
+#include <algorithm>
+#include <cmath>
 
 #include "ui/selection_painting.hpp"
 
@@ -128,8 +127,8 @@ SelectionLayout layOutSelection(const SelectionModel& model) {
   const int captionHeight = metrics.height() + measure(8);
   if (layout.isPick) {
     if (!chosen.isEmpty()) {
-      const auto* const window = model.mode() == CaptureMode::window ? model.windowUnderPointer()
-                                                                     : nullptr;
+      const auto* const window =
+          model.mode() == CaptureMode::window ? model.windowUnderPointer() : nullptr;
       const QRect visible = layout.chosen & rectOf(model.display().area);
       const int room = visible.width() - measure(48);
       layout.captionText = sizeText(chosen);
@@ -137,7 +136,8 @@ SelectionLayout layOutSelection(const SelectionModel& model) {
         const QString title = metrics.elidedText(
             QString::fromStdString(window->title).simplified(), Qt::ElideRight,
             std::min(room - metrics.horizontalAdvance(layout.captionText), measure(420)));
-        if (title.size() > 1) layout.captionText = title + QStringLiteral("   ") + layout.captionText;
+        if (title.size() > 1)
+          layout.captionText = title + QStringLiteral("   ") + layout.captionText;
       }
       layout.caption.setSize(
           {metrics.horizontalAdvance(layout.captionText) + measure(24), captionHeight});
@@ -181,10 +181,11 @@ QRegion SelectionLayout::changeFrom(const SelectionLayout& before) const {
   };
   addAll(before);
   addAll(*this);
-  const bool sameHints =
-      hintLine == before.hintLine &&
-      std::equal(hints.begin(), hints.end(), before.hints.begin(), before.hints.end(),
-                 [](const auto& a, const auto& b) { return a.key == b.key && a.effect == b.effect; });
+  const bool sameHints = hintLine == before.hintLine &&
+                         std::equal(hints.begin(), hints.end(), before.hints.begin(),
+                                    before.hints.end(), [](const auto& a, const auto& b) {
+                                      return a.key == b.key && a.effect == b.effect;
+                                    });
   if (!sameHints) {
     changed += hintLine;
     changed += before.hintLine;

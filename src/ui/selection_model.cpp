@@ -83,9 +83,8 @@ void SelectionModel::movePointer(QPoint to) {
   const PixelRect& area = display().area;
   const auto [left, right] = std::minmax(move_->anchor.x(), move_->corner.x());
   const auto [top, bottom] = std::minmax(move_->anchor.y(), move_->corner.y());
-  const QPoint by(
-      std::clamp(to.x() - move_->from.x(), area.x - left, area.right() - right),
-      std::clamp(to.y() - move_->from.y(), area.y - top, area.bottom() - bottom));
+  const QPoint by(std::clamp(to.x() - move_->from.x(), area.x - left, area.right() - right),
+                  std::clamp(to.y() - move_->from.y(), area.y - top, area.bottom() - bottom));
   anchor_ = move_->anchor + by;
   corner_ = move_->corner + by;
 }

@@ -1,10 +1,9 @@
 #pragma once
 
+#include <QPoint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <QPoint>
 
 #include "base/geometry.hpp"
 #include "capture/capture_surfaces.hpp"

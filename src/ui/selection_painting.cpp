@@ -61,9 +61,9 @@ void paintLoupe(QPainter& painter, const std::vector<FrozenPicture>& pictures,
   for (const FrozenPicture& picture : pictures) {
     const QRect part = source & picture.area;
     if (part.isEmpty()) continue;
-    painter.drawImage(QRect(layout.loupe.topLeft() + (part.topLeft() - corner) * zoom,
-                            part.size() * zoom),
-                      picture.image, part.translated(-picture.area.topLeft()));
+    painter.drawImage(
+        QRect(layout.loupe.topLeft() + (part.topLeft() - corner) * zoom, part.size() * zoom),
+        picture.image, part.translated(-picture.area.topLeft()));
   }
   if (!layout.chosen.isEmpty()) {
     const QRect inside = source & layout.chosen;
@@ -99,9 +99,7 @@ void paintHints(QPainter& painter, const SelectionLayout& layout) {
 }  // namespace
 
 QImage sharedImage(const Image& image) {
-  return {image.row(0).data(),
-          image.width(),
-          image.height(),
+  return {image.row(0).data(), image.width(), image.height(),
           static_cast<qsizetype>(image.stride()),
           image.format() == PixelFormat::bgrx ? QImage::Format_RGB32
                                               : QImage::Format_ARGB32_Premultiplied};
@@ -113,9 +111,8 @@ void paintSelection(QPainter& painter, const QRegion& dirty,
   painter.setClipRegion(dirty);
   fill(painter, dirty, Qt::black);
   for (const FrozenPicture& picture : pictures) {
-    for (const QRect& rect : dirty & picture.area) {
-      painter.drawImage(rect.topLeft(), picture.image,
-                        rect.translated(-picture.area.topLeft()));
+    for (const QRect& rect : dirty& picture.area) {
+      painter.drawImage(rect.topLeft(), picture.image, rect.translated(-picture.area.topLeft()));
     }
   }
   fill(painter, dirty - QRegion(layout.chosen), dim);

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <vector>
-
 #include <QFont>
 #include <QImage>
 #include <QPainter>
 #include <QRect>
 #include <QRegion>
 #include <QString>
+#include <vector>
 
 #include "ui/selection_model.hpp"
 
@@ -24,12 +23,12 @@ struct SelectionHint {
 /// Where everything stands that is drawn over the frozen screen, in device pixels on the desktop.
 /// Empty rectangles are not drawn.
 struct SelectionLayout {
-  QRect chosen;          ///< shown as it is, while all around it is dimmed
-  bool isPick = false;   ///< `chosen` is a window or display under the pointer, not a drag
+  QRect chosen;         ///< shown as it is, while all around it is dimmed
+  bool isPick = false;  ///< `chosen` is a window or display under the pointer, not a drag
   QRect hairlineAcross;
   QRect hairlineDown;
-  QRect loupe;           ///< the pixels about the pointer, enlarged
-  QRect caption;         ///< below the loupe, or in the middle of a window
+  QRect loupe;    ///< the pixels about the pointer, enlarged
+  QRect caption;  ///< below the loupe, or in the middle of a window
   QString captionText;
   QRect hintLine;
   std::vector<SelectionHint> hints;
