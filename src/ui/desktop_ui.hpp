@@ -1,25 +1,37 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "app/status_menu.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_surfaces.hpp"
 #include "platform/alerts.hpp"
 #include "platform/clipboard.hpp"
+#include "settings/setting_choices.hpp"
 
 namespace vantorel {
 
+/// What the windows show that hide the desktop's icons. `color` stands in for a wallpaper or an
+/// image that cannot be had.
+struct DesktopCoverLook {
+  DesktopCoverStyle style = DesktopCoverStyle::wallpaper;
+  std::string imagePath;  ///< of `custom`
+  std::string color = "#3a3a3c";
+};
+
 /// Everything with a window, in a module of its own that is loaded only when a window is needed: a
 /// plain command does not pay for the toolkit. One object a process, made and used on the thread
-/// of `main()`, which becomes the main runner's thread. The parts live as long as this.
+/// of `main()`, which becomes the main runner's thread. The parts live as long as this; the runner
+/// may be kept longer, but runs nothing then. Deleting it hands the clipboard's content over.
 class DesktopUi {
  public:
   virtual ~DesktopUi() = default;
 
   [[nodiscard]] virtual std::shared_ptr<TaskRunner> mainRunner() = 0;
 
-  /// Runs the event loop until `quit`; answers with the status given to it.
+  /// Runs the event loop until `quit`; answers with the status given to it. A `quit` before it
+  /// makes it answer at once.
   virtual int run() = 0;
   virtual void quit(int status) = 0;
 
@@ -31,12 +43,16 @@ class DesktopUi {
 
   /// `notify` of these alerts does nothing but log: notifications are the platform's.
   [[nodiscard]] virtual Alerts& alerts() = 0;
+
+  /// For the next time the desktop's icons are covered.
+  virtual void setDesktopCoverLook(DesktopCoverLook look) = 0;
 };
 
 /// The name under which the module exports its factory, of type `DesktopUiFactory`.
 inline constexpr const char* desktopUiFactoryName = "vantorelMakeDesktopUi";
 
-/// Null when there is no window system to show windows on.
+/// Null when there is no window system to show windows on, or it does not answer. The caller
+/// deletes the object.
 using DesktopUiFactory = DesktopUi* (*)();
 
 }  // namespace vantorel

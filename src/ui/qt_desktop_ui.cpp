@@ -1,0 +1,166 @@
+#include "ui/qt_desktop_ui.hpp"
+
+#include <xcb/xcb.h>
+
+#include <QApplication>
+#include <QIcon>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "base/log.hpp"
+#include "ui/alert_dialogs.hpp"
+#include "ui/countdown_window.hpp"
+#include "ui/desktop_cover.hpp"
+#include "ui/qt_clipboard.hpp"
+#include "ui/qt_runner.hpp"
+#include "ui/qt_selection_overlay.hpp"
+#include "ui/qt_status_item.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::chrono::seconds displayBound{3};
+
+/// Whether an X server answers. The toolkit ends the program when there is none, and waits for ever
+/// for one that hangs; so a thread of its own asks first, and is left behind when it gets no
+/// answer.
+bool displayAnswers() {
+  struct Answer {
+    std::mutex mutex;
+    std::condition_variable came;
+    std::optional<bool> value;
+  };
+  const auto answer = std::make_shared<Answer>();
+  std::thread([answer] {
+    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
+    const bool connected = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    const std::lock_guard lock(answer->mutex);
+    answer->value = connected;
+    answer->came.notify_one();
+  }).detach();
+  std::unique_lock lock(answer->mutex);
+  answer->came.wait_for(lock, displayBound, [&] { return answer->value.has_value(); });
+  return answer->value.value_or(false);
+}
+
+std::string environmentText(const char* name) {
+  const char* const text = std::getenv(name);
+  return text != nullptr ? text : "";
+}
+
+/// Variables that the toolkit reads while it starts and that the programs we start shall not see.
+/// Gives them back when it goes.
+class StartingEnvironment {
+ public:
+  StartingEnvironment() {
+    setUnlessSet("QT_QPA_PLATFORM", "xcb");
+    // The themes of other toolkits would load those toolkits, for a few dialogs. KDE's is the
+    // toolkit's own, and a choice of the user's stands.
+    if (environmentText("XDG_CURRENT_DESKTOP").find("KDE") == std::string::npos) {
+      setUnlessSet("QT_QPA_PLATFORMTHEME", "generic");
+    }
+  }
+  StartingEnvironment(const StartingEnvironment&) = delete;
+  StartingEnvironment& operator=(const StartingEnvironment&) = delete;
+  ~StartingEnvironment() {
+    for (const char* const name : names_) unsetenv(name);
+  }
+
+ private:
+  void setUnlessSet(const char* name, const char* value) {
+    if (!environmentText(name).empty()) return;
+    setenv(name, value, 1);
+    names_.push_back(name);
+  }
+
+  std::vector<const char*> names_;
+};
+
+/// Without a session bus, the bus library would start one for a program that asks for it.
+void startNoBus() {
+  if (!environmentText("DBUS_SESSION_BUS_ADDRESS").empty()) return;
+  const std::filesystem::path runtime = environmentText("XDG_RUNTIME_DIR");
+  std::error_code ignored;
+  if (!runtime.empty() && std::filesystem::exists(runtime / "bus", ignored)) return;
+  setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+}
+
+class QtDesktopUi : public DesktopUi {
+ public:
+  QtDesktopUi() : application_(argumentCount_, arguments_) {
+    QApplication::setApplicationName(QStringLiteral("vantorel"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Vantorel"));
+    QApplication::setDesktopFileName(QStringLiteral("com.hollen.Vantorel"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    runner_ = std::make_shared<QtRunner>();
+    countdown_ = std::make_shared<CountdownWindow>();
+    cover_ = std::make_shared<DesktopCover>();
+  }
+
+  ~QtDesktopUi() override {
+    // Others may hold them longer, but no window outlives the application.
+    countdown_->hide([] {});
+    cover_->hide();
+  }
+
+  std::shared_ptr<TaskRunner> mainRunner() override { return runner_; }
+
+  int run() override {
+    if (quitStatus_) return *quitStatus_;
+    isRunning_ = true;
+    return QApplication::exec();
+  }
+
+  void quit(int status) override {
+    if (!isRunning_) {
+      quitStatus_ = status;
+    } else {
+      QApplication::exit(status);
+    }
+  }
+
+  StatusItem& statusItem() override { return statusItem_; }
+  SelectionOverlay& selectionOverlay() override { return overlay_; }
+  std::shared_ptr<CountdownPanel> countdownPanel() override { return countdown_; }
+  std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() override { return cover_; }
+  Clipboard& clipboard() override { return clipboard_; }
+  Alerts& alerts() override { return alerts_; }
+  void setDesktopCoverLook(DesktopCoverLook look) override { cover_->setLook(std::move(look)); }
+
+ private:
+  // The toolkit keeps references to both.
+  char name_[9] = "vantorel";
+  char* arguments_[2] = {name_, nullptr};
+  int argumentCount_ = 1;
+  QApplication application_;
+  std::shared_ptr<QtRunner> runner_;
+  std::shared_ptr<CountdownWindow> countdown_;
+  std::shared_ptr<DesktopCover> cover_;
+  QtSelectionOverlay overlay_;
+  QtStatusItem statusItem_;
+  QtClipboard clipboard_;
+  AlertDialogs alerts_;
+  std::optional<int> quitStatus_;
+  bool isRunning_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<DesktopUi> makeQtDesktopUi() {
+  const StartingEnvironment environment;
+  startNoBus();
+  if (environmentText("QT_QPA_PLATFORM").starts_with("xcb") && !displayAnswers()) {
+    logInfo("DesktopUi", "no X server answers at \"{}\"", environmentText("DISPLAY"));
+    return nullptr;
+  }
+  return std::make_unique<QtDesktopUi>();
+}
+
+}  // namespace vantorel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include "capture/capture_surfaces.hpp"
+
+class QObject;
+
+namespace vantorel {
+
+/// The selection overlay: one borderless window over each display, past the window manager, which
+/// holds pointer and keyboard while it is up. A right click and a change of the displays cancel as
+/// Escape does. Lives on the main thread.
+class QtSelectionOverlay : public SelectionOverlay {
+ public:
+  QtSelectionOverlay();
+  ~QtSelectionOverlay() override;
+
+  void select(Request request, std::function<void(std::optional<CaptureTarget>)> chosen) override;
+  void dismiss() override;
+
+ private:
+  class Session;
+  class Window;
+
+  void takeDown();
+  void finish(std::optional<CaptureTarget> target);
+
+  std::shared_ptr<Session> session_;
+  std::function<void(std::optional<CaptureTarget>)> chosen_;
+  std::unique_ptr<QObject> reply_;  ///< context of an answer under way
+};
+
+}  // namespace vantorel

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "app/status_menu.hpp"
+
+class QMenu;
+class QSystemTrayIcon;
+
+namespace vantorel {
+
+class StatusNotifierItem;
+
+/// The tray icon, in whichever way the desktop has: a tray that is asked over the session bus, else
+/// one that embeds windows. Either may start later than this program. Lives on the main thread.
+class QtStatusItem : public StatusItem {
+ public:
+  QtStatusItem();
+  ~QtStatusItem() override;
+
+  void setVisible(bool visible) override;
+  void setMenu(std::function<std::vector<StatusMenuItem>()> menu,
+               std::function<void()> activated) override;
+  void menuChanged() override;
+  [[nodiscard]] bool isHosted() const override;
+
+ private:
+  void embed();
+  void popUpMenu();
+  [[nodiscard]] QMenu& windowMenu();
+
+  std::function<std::vector<StatusMenuItem>()> lines_;
+  std::function<void()> activated_;
+  std::unique_ptr<StatusNotifierItem> notifier_;
+  bool isNotifierHosted_ = false;
+  std::unique_ptr<QMenu> menu_;  ///< for trays that do not show it themselves
+  std::unique_ptr<QSystemTrayIcon> embedded_;
+};
+
+}  // namespace vantorel
