@@ -93,7 +93,7 @@ int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus
   BusReply own;
   program.run(line, [&](CommandReply reply) {
     own = toBus(std::move(reply));
-    program.recover([&] { bus.end(quitLoop); });
+    program.finish([&] { bus.end(quitLoop); });
   });
   runLoop();
   leave(print(own));

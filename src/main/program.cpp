@@ -208,6 +208,17 @@ void Program::recover(std::function<void()> done) {
   });
 }
 
+void Program::finish(std::function<void()> done) {
+  recover([this, done = std::move(done)] {
+    parts_->settings.flush([done](Result<void> stored) {
+      if (!stored) {
+        logError("Settings", "the settings could not be saved: {}", stored.error().reason);
+      }
+      done();
+    });
+  });
+}
+
 void Program::quit() { parts_->coordinator->quit(); }
 
 }  // namespace vantorel

@@ -34,13 +34,16 @@ class Program {
   /// Calls off what waits for the user.
   void askerWentAway();
 
-  /// Files what an earlier run left staged, then calls `done`.
-  void recover(std::function<void()> done);
+  /// After a single command: files what an earlier run left staged, sees to it that settings are on
+  /// disk, then calls `done`.
+  void finish(std::function<void()> done);
 
   /// Quits as the menu does; see `AppCoordinator::quit`.
   void quit();
 
  private:
+  void recover(std::function<void()> done);
+
   struct Parts;
   std::unique_ptr<Parts> parts_;
 };

@@ -163,7 +163,8 @@ void CommandBus::serve(std::shared_ptr<TaskRunner> main, Handlers handlers) {
         const std::scoped_lock lock(mutex_);
         const auto found = tickets_.find(number);
         if (found == tickets_.end() || found->second->sender != sender) {
-          result.returnError({"com.hollen.Vantorel.Error.UnknownTicket", "no such command"});
+          result.returnError(
+              sdbus::Error("com.hollen.Vantorel.Error.UnknownTicket", "no such command"));
           return;
         }
         if (const auto& reply = found->second->reply) {

@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# One command, one durable PNG of a 3840x2160 screen: the program cold, the program through the one
+# that runs, and scrot, the fastest common tool, in turns on the same private display. Prints
+# medians, the ratios to scrot, and what a cold capture is made of.
+set -euo pipefail
+program=$(realpath "${1:-build/release/bin/vantorel}")
+rounds=${2:-11}
+folder=$(mktemp -d "${TMPDIR:-/var/tmp}/vantorel-bench.XXXXXX")
+mkdir -p "$folder/run" && chmod 700 "$folder/run"
+export HOME=$folder XDG_RUNTIME_DIR=$folder/run LC_ALL=C.UTF-8
+children=()
+finish() {
+  for child in "${children[@]}"; do kill "$child" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$folder"
+}
+trap finish EXIT
+
+mkfifo "$folder/display"
+Xvfb -displayfd 3 -screen 0 3840x2160x24 -nolisten tcp -noreset 3>"$folder/display" 2>/dev/null &
+children+=($!)
+read -r number <"$folder/display"
+export DISPLAY=:$number
+exec 4< <(dbus-daemon --session --print-address --nofork 2>/dev/null & echo "pid $!" >&2; wait) 2>/dev/null
+read -r DBUS_SESSION_BUS_ADDRESS <&4
+export DBUS_SESSION_BUS_ADDRESS
+
+# A text-rich screen: what people take pictures of.
+"$(dirname "$0")/paint_screen.py" "$folder/screen.xwd"
+xwud -in "$folder/screen.xwd" -geometry +0+0 >/dev/null 2>&1 &
+children+=($!)
+sleep 1
+
+python3 - "$program" "$folder" "$rounds" <<'PYTHON'
+import os, resource, statistics, subprocess, sys, time, glob
+
+program, folder, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3])
+
+def timed(command):
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    start = time.perf_counter()
+    done = subprocess.run(command, capture_output=True, text=True)
+    wall = time.perf_counter() - start
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
+    if done.returncode != 0:
+        sys.exit(f"{command}: {done.stderr}")
+    cpu = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+    return wall * 1000, cpu * 1000, done.stdout.strip()
+
+def scrot(i):
+    path = f"{folder}/scrot.png"
+    wall, cpu, _ = timed(["scrot", "-o", path])
+    return wall, cpu, os.path.getsize(path)
+
+def cold(i):
+    wall, cpu, path = timed([program, "--root", f"{folder}/cold", "capture", "display"])
+    return wall, cpu, os.path.getsize(path)
+
+def warm(i):
+    wall, cpu, path = timed([program, "--root", f"{folder}/warm", "capture", "display"])
+    return wall, cpu, os.path.getsize(path)
+
+tray = subprocess.Popen([program, "--root", f"{folder}/warm"])
+deadline = time.time() + 10
+while subprocess.run([program, "--root", f"{folder}/warm", "displays"], capture_output=True).returncode:
+    if time.time() > deadline:
+        sys.exit("the program in the tray does not answer")
+results = {"scrot -o": [], "vantorel, cold": [], "vantorel, running": []}
+for i in range(rounds):
+    results["scrot -o"].append(scrot(i))
+    results["vantorel, cold"].append(cold(i))
+    results["vantorel, running"].append(warm(i))
+subprocess.run([program, "--root", f"{folder}/warm", "quit"])
+tray.wait(10)
+base = [statistics.median(r[k] for r in results["scrot -o"]) for k in range(3)]
+print(f"{'':20} {'wall ms':>9} {'cpu ms':>9} {'bytes':>10}   ratios to scrot: wall, cpu, size")
+for name, rows in results.items():
+    m = [statistics.median(r[k] for r in rows) for k in range(3)]
+    ratios = "  ".join(f"{m[k] / base[k]:.2f}" for k in range(3))
+    print(f"{name:20} {m[0]:9.1f} {m[1]:9.1f} {m[2]:10.0f}   {ratios}")
+env = dict(os.environ, VANTOREL_LOG="debug")
+parts = subprocess.run([program, "--root", f"{folder}/cold", "capture", "display"],
+                       capture_output=True, text=True, env=env).stderr
+print("\nA cold capture is made of:")
+print("".join(f"  {line}\n" for line in parts.splitlines() if "[CaptureLatency]" in line), end="")
+PYTHON
