@@ -1,0 +1,73 @@
+#pragma once
+
+#include <memory>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "platform/hot_keys.hpp"
+#include "platform/screen_capture.hpp"
+#include "platform/window_list.hpp"
+
+namespace vantorel {
+
+/// A capture service that cannot do anything and says why.
+class AbsentScreenCapture : public ScreenCapture {
+ public:
+  AbsentScreenCapture(std::shared_ptr<TaskRunner> main, Failure why)
+      : main_(std::move(main)), why_(std::move(why)) {}
+
+  void displays(Reply<std::vector<DisplaySnapshot>> reply) override { refuse(std::move(reply)); }
+  void grab(GrabRequest, Reply<GrabbedPicture> reply) override { refuse(std::move(reply)); }
+  void onDisplaysChange(std::function<void()>) override {}
+
+  /// Granted: no dialog would help, and the attempt tells the reason.
+  void permission(std::move_only_function<void(ScreenPermission)> reply) override;
+  void requestPermission(std::move_only_function<void(ScreenPermission)> reply) override;
+  [[nodiscard]] bool isSystemDialogVisible() const override { return false; }
+
+ private:
+  template <class Value>
+  void refuse(Reply<Value> reply) {
+    main_->post(alive_.guard([reply = std::move(reply), why = why_]() mutable {
+      reply(std::unexpected(std::move(why)));
+    }));
+  }
+
+  std::shared_ptr<TaskRunner> main_;
+  Failure why_;
+  Alive alive_;
+};
+
+class AbsentWindowList final : public WindowList {
+ public:
+  AbsentWindowList(std::shared_ptr<TaskRunner> main, Failure why)
+      : main_(std::move(main)), why_(std::move(why)) {}
+
+  void windows(std::move_only_function<void(Result<std::vector<WindowSnapshot>>)> reply) override;
+
+ private:
+  std::shared_ptr<TaskRunner> main_;
+  Failure why_;
+  Alive alive_;
+};
+
+class AbsentHotKeys final : public HotKeys {
+ public:
+  [[nodiscard]] bool areAvailable() const override { return false; }
+  [[nodiscard]] Result<std::unique_ptr<HotKeyRegistration>, HotKeyError> registerKey(
+      const HotKeySpec&, std::function<void()>, std::function<void()>) override {
+    return std::unexpected(HotKeyError{});
+  }
+};
+
+/// Captures of a Wayland desktop. The compositor gives pixels only through its own portal, which
+/// this program does not speak yet: every request is answered with that sentence.
+class WaylandScreenCapture final : public AbsentScreenCapture {
+ public:
+  explicit WaylandScreenCapture(std::shared_ptr<TaskRunner> main)
+      : AbsentScreenCapture(std::move(main), reason()) {}
+
+  [[nodiscard]] static Failure reason();
+};
+
+}  // namespace vantorel

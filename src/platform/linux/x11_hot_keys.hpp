@@ -1,0 +1,34 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "base/task_runner.hpp"
+#include "platform/hot_keys.hpp"
+
+namespace vantorel {
+
+/// Hot keys of an X11 desktop, on a connection and thread of their own. The keys stay registered
+/// when the keyboard layout changes. A failure's `status` is the X error: 10 (BadAccess) when
+/// another program has the key, 2 (BadValue) when the keyboard has no such key, 110 (ETIMEDOUT)
+/// when the server did not answer within a second, 0 when there is none.
+class X11HotKeys final : public HotKeys {
+ public:
+  /// Connects at the first registration.
+  X11HotKeys(const std::string& display, std::shared_ptr<TaskRunner> main);
+  ~X11HotKeys() override;
+
+  [[nodiscard]] bool areAvailable() const override { return true; }
+  [[nodiscard]] Result<std::unique_ptr<HotKeyRegistration>, HotKeyError> registerKey(
+      const HotKeySpec& spec, std::function<void()> onFire,
+      std::function<void()> onRelease) override;
+
+ private:
+  struct Shared;
+  class Registration;
+
+  std::shared_ptr<Shared> shared_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,148 @@
+#include "platform/linux/x11_hot_keys.hpp"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include "platform/testing/desktop/test_client.hpp"
+#include "platform/testing/desktop/test_desktop.hpp"
+#include "platform/testing/desktop/test_loop.hpp"
+
+namespace vantorel {
+namespace {
+
+using std::chrono::milliseconds;
+
+struct HotKeysTest : testing::Test {
+  TestDesktop desktop{{.screen = PixelSize{320, 200}, .windowManager = true}};
+  TestClient keyboard{desktop.display()};
+  TestLoop loop;
+  std::shared_ptr<TaskRunner> main{&loop, [](TaskRunner*) {}};
+  X11HotKeys keys{desktop.display(), main};
+
+  struct Counted {
+    int fired = 0;
+    int released = 0;
+    std::unique_ptr<HotKeyRegistration> registration;
+  };
+
+  void bind(Counted& counted, const HotKeySpec& spec) {
+    auto done = keys.registerKey(spec, [&] { ++counted.fired; }, [&] { ++counted.released; });
+    ASSERT_TRUE(done) << "status " << done.error().status;
+    counted.registration = std::move(*done);
+  }
+
+  /// Presses and releases a chord and waits for what comes of it.
+  void type(std::initializer_list<std::uint32_t> chord) {
+    for (const std::uint32_t key : chord) keyboard.key(key, true);
+    for (const std::uint32_t key : chord) keyboard.key(key, false);
+    loop.runFor(milliseconds(40));
+  }
+};
+
+TEST_F(HotKeysTest, FireOnceAPressWhateverTheLockKeysSay) {
+  Counted shot;
+  bind(shot, {XKB_KEY_a, HotKeySpec::control | HotKeySpec::option});
+  Counted escape;
+  bind(escape, {XKB_KEY_Escape, 0});
+  const auto again = keys.registerKey({XKB_KEY_Escape, 0}, nullptr, nullptr);
+  ASSERT_FALSE(again);
+  EXPECT_EQ(again.error().what, HotKeyErrorCase::alreadyRegistered);
+
+  type({XKB_KEY_Control_L, XKB_KEY_Alt_L, XKB_KEY_a});
+  EXPECT_EQ(shot.fired, 1);
+  EXPECT_EQ(shot.released, 1);
+  type({XKB_KEY_Control_L, XKB_KEY_a});
+  type({XKB_KEY_Control_L, XKB_KEY_Alt_L, XKB_KEY_Shift_L, XKB_KEY_a});
+  EXPECT_EQ(shot.fired, 1) << "other modifiers are another key";
+  type({XKB_KEY_Caps_Lock});
+  type({XKB_KEY_Num_Lock});
+  type({XKB_KEY_Control_L, XKB_KEY_Alt_L, XKB_KEY_a});
+  EXPECT_EQ(shot.fired, 2);
+
+  // Held for longer than the keyboard waits before it repeats.
+  keyboard.key(XKB_KEY_Escape, true);
+  loop.runFor(milliseconds(900));
+  EXPECT_EQ(escape.fired, 1);
+  EXPECT_EQ(escape.released, 0);
+  keyboard.key(XKB_KEY_Escape, false);
+  EXPECT_TRUE(loop.runUntil([&] { return escape.released == 1; }));
+
+  // Given back, the key is free for others and for us.
+  escape.registration.reset();
+  type({XKB_KEY_Escape});
+  EXPECT_EQ(escape.fired, 1);
+  bind(escape, {XKB_KEY_Escape, 0});
+  type({XKB_KEY_Escape});
+  EXPECT_EQ(escape.fired, 2);
+}
+
+TEST_F(HotKeysTest, ATakenKeyIsRefusedAndTheOthersWork) {
+  Counted before;
+  bind(before, {XKB_KEY_F9, HotKeySpec::command});
+  // The window manager itself takes a screen shot with this key.
+  const auto taken = keys.registerKey({XKB_KEY_Print, 0}, nullptr, nullptr);
+  ASSERT_FALSE(taken);
+  EXPECT_EQ(taken.error().what, HotKeyErrorCase::registrationFailed);
+  EXPECT_EQ(taken.error().status, 10);
+  const auto absent = keys.registerKey({0x1008FFFE, 0}, nullptr, nullptr);
+  ASSERT_FALSE(absent);
+  EXPECT_EQ(absent.error().status, 2);
+  Counted after;
+  bind(after, {XKB_KEY_F10, 0});
+  type({XKB_KEY_Super_L, XKB_KEY_F9});
+  type({XKB_KEY_F10});
+  EXPECT_EQ(before.fired, 1);
+  EXPECT_EQ(after.fired, 1);
+}
+
+TEST_F(HotKeysTest, KeysFollowTheLayout) {
+  Counted z;
+  bind(z, {XKB_KEY_z, HotKeySpec::control});
+  Counted y;
+  bind(y, {XKB_KEY_y, HotKeySpec::control});
+  type({XKB_KEY_Control_L, XKB_KEY_z});
+  ASSERT_EQ(z.fired, 1);
+  desktop.run({"setxkbmap", "de"});  // where Y and Z have changed places
+  loop.runFor(milliseconds(200));
+  type({XKB_KEY_Control_L, XKB_KEY_y});
+  EXPECT_EQ(z.fired, 1);
+  EXPECT_EQ(y.fired, 1);
+  type({XKB_KEY_Control_L, XKB_KEY_z});
+  EXPECT_EQ(z.fired, 2);
+}
+
+TEST_F(HotKeysTest, AnActionMayGiveItsOwnKeyUp) {
+  std::unique_ptr<HotKeyRegistration> registration;
+  int fired = 0;
+  auto done = keys.registerKey(
+      {XKB_KEY_F8, 0},
+      [&] {
+        ++fired;
+        registration.reset();
+      },
+      nullptr);
+  ASSERT_TRUE(done);
+  registration = std::move(*done);
+  type({XKB_KEY_F8});
+  type({XKB_KEY_F8});
+  EXPECT_EQ(fired, 1);
+}
+
+TEST_F(HotKeysTest, AStoppedServerIsWaitedForOneSecond) {
+  Counted early;
+  bind(early, {XKB_KEY_F7, 0});
+  desktop.server().signal(SIGSTOP);
+  const auto start = std::chrono::steady_clock::now();
+  const auto late = keys.registerKey({XKB_KEY_F8, 0}, nullptr, nullptr);
+  ASSERT_FALSE(late);
+  EXPECT_EQ(late.error().status, ETIMEDOUT);
+  early.registration.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(1500));
+  desktop.server().signal(SIGCONT);
+  Counted retried;
+  bind(retried, {XKB_KEY_F8, 0});
+}
+
+}  // namespace
+}  // namespace vantorel
