@@ -1,0 +1,165 @@
+#include "ui/testing/ui_test_case.hpp"
+
+#include <xcb/xtest.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "ui/qt_desktop_ui.hpp"
+
+namespace vantorel {
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+template <class T>
+std::unique_ptr<T, decltype(&std::free)> owned(T* reply) {
+  return {reply, &std::free};
+}
+
+}  // namespace
+
+UiTestCase::~UiTestCase() {
+  ui.reset();
+  client.reset();
+}
+
+void UiTestCase::startDesktop(TestDesktopOptions options) {
+  desktop.emplace(options);
+  desktop->enter();
+  if (options.screen) client = std::make_unique<TestClient>(desktop->display());
+}
+
+void UiTestCase::startUi() {
+  ui = makeQtDesktopUi();
+  ASSERT_NE(ui, nullptr);
+}
+
+bool UiTestCase::waitFor(const std::function<bool()>& condition) {
+  const auto end = SteadyClock::now() + std::chrono::seconds(8);
+  while (!condition()) {
+    if (SteadyClock::now() > end) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+  return true;
+}
+
+void UiTestCase::settle() {
+  const auto end = SteadyClock::now() + std::chrono::milliseconds(150);
+  static_cast<void>(waitFor([&] { return SteadyClock::now() > end; }));
+}
+
+void UiTestCase::movePointer(QPoint to) {
+  xcb_test_fake_input(client->connection(), XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, XCB_NONE,
+                      static_cast<std::int16_t>(to.x()), static_cast<std::int16_t>(to.y()), 0);
+  client->sync();
+  settle();
+}
+
+void UiTestCase::press(int button) {
+  xcb_test_fake_input(client->connection(), XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button),
+                      XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+  client->sync();
+  settle();
+}
+
+void UiTestCase::release(int button) {
+  xcb_test_fake_input(client->connection(), XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button),
+                      XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+  client->sync();
+  settle();
+}
+
+void UiTestCase::click(QPoint at, int button) {
+  movePointer(at);
+  press(button);
+  release(button);
+}
+
+void UiTestCase::strike(std::uint32_t keysym) {
+  client->key(keysym, true);
+  client->key(keysym, false);
+  client->sync();
+  settle();
+}
+
+QImage UiTestCase::screen(const std::string& name) {
+  settle();
+  xcb_connection_t* const connection = client->connection();
+  const auto* const root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+  const auto pixels = owned(
+      xcb_get_image_reply(connection,
+                          xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root->root, 0, 0,
+                                        root->width_in_pixels, root->height_in_pixels, ~0u),
+                          nullptr));
+  if (!pixels) return {};
+  QImage picture = QImage(xcb_get_image_data(pixels.get()), root->width_in_pixels,
+                          root->height_in_pixels, QImage::Format_RGB32)
+                       .copy();
+  if (const char* const folder = std::getenv("VANTOREL_TEST_PICTURES")) {
+    picture.save(
+        QString::fromStdString((std::filesystem::path(folder) / (name + ".png")).string()));
+  }
+  return picture;
+}
+
+std::vector<xcb_window_t> UiTestCase::mappedWindows() {
+  xcb_connection_t* const connection = client->connection();
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  const auto tree =
+      owned(xcb_query_tree_reply(connection, xcb_query_tree(connection, root), nullptr));
+  std::vector<xcb_window_t> mapped;
+  for (int i = xcb_query_tree_children_length(tree.get()) - 1; i >= 0; --i) {
+    const xcb_window_t window = xcb_query_tree_children(tree.get())[i];
+    const auto attributes = owned(xcb_get_window_attributes_reply(
+        connection, xcb_get_window_attributes(connection, window), nullptr));
+    if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
+        attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT) {
+      mapped.push_back(window);
+    }
+  }
+  return mapped;
+}
+
+std::string UiTestCase::titleOf(xcb_window_t window) {
+  xcb_connection_t* const connection = client->connection();
+  const auto title = owned(xcb_get_property_reply(
+      connection,
+      xcb_get_property(connection, 0, window, client->atom("_NET_WM_NAME"), XCB_ATOM_ANY, 0, 1000),
+      nullptr));
+  if (title && xcb_get_property_value_length(title.get()) > 0) {
+    return {static_cast<const char*>(xcb_get_property_value(title.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(title.get()))};
+  }
+  const auto tree =
+      owned(xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+  for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i) {
+    if (auto found = titleOf(xcb_query_tree_children(tree.get())[i]); !found.empty()) return found;
+  }
+  return {};
+}
+
+bool UiTestCase::isTitleShown(const std::string& title) {
+  for (const xcb_window_t window : mappedWindows()) {
+    if (titleOf(window) == title) return true;
+  }
+  return false;
+}
+
+Image testPicture(PixelSize size, std::uint32_t seed) {
+  MutableImage picture(size, PixelFormat::bgrx);
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      const std::uint32_t pixel = testPixel(seed, x, y);
+      std::memcpy(picture.row(y).data() + x * 4, &pixel, 4);
+    }
+  }
+  return std::move(picture).finish();
+}
+
+}  // namespace vantorel
