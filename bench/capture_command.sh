@@ -21,14 +21,18 @@ Xvfb -displayfd 3 -screen 0 3840x2160x24 -nolisten tcp -noreset 3>"$folder/displ
 children+=($!)
 read -r number <"$folder/display"
 export DISPLAY=:$number
-exec 4< <(dbus-daemon --session --print-address --nofork 2>/dev/null & echo "pid $!" >&2; wait) 2>/dev/null
-read -r DBUS_SESSION_BUS_ADDRESS <&4
+dbus-daemon --session --fork --print-address=1 --print-pid=1 >"$folder/bus"
+{ read -r DBUS_SESSION_BUS_ADDRESS && read -r bus; } <"$folder/bus"
+children+=("$bus")
 export DBUS_SESSION_BUS_ADDRESS
 
 # A text-rich screen: what people take pictures of.
-"$(dirname "$0")/paint_screen.py" "$folder/screen.xwd"
-xwud -in "$folder/screen.xwd" -geometry +0+0 >/dev/null 2>&1 &
-children+=($!)
+xsetroot -mod 24 24 -fg '#30506a' -bg '#2d4a66'
+for column in 0 1 2 3; do
+  fold -w 150 -s "$(dirname "$0")"/../LICENSE | tail -n +$((column * 150 + 1)) | head -150 >"$folder/text"
+  xmessage -fn fixed -geometry 930x2100+$((column * 960 + 10))+20 -file "$folder/text" >/dev/null 2>&1 &
+  children+=($!)
+done
 sleep 1
 
 python3 - "$program" "$folder" "$rounds" <<'PYTHON'
@@ -39,7 +43,7 @@ program, folder, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3])
 def timed(command):
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     start = time.perf_counter()
-    done = subprocess.run(command, capture_output=True, text=True)
+    done = subprocess.run(command, capture_output=True, text=True, timeout=60)
     wall = time.perf_counter() - start
     after = resource.getrusage(resource.RUSAGE_CHILDREN)
     if done.returncode != 0:

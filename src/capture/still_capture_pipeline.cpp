@@ -45,6 +45,9 @@ std::string sentence(CaptureRefusal refusal) {
 }
 
 struct StillCapturePipeline::Run {
+  /// When each step of the way was done, for the log.
+  std::vector<std::pair<std::string_view, std::chrono::nanoseconds>> steps;
+
   StillCaptureRequest request;
   Finished finished;
   CaptureActivity activity = CaptureActivity::plainCapture;
@@ -72,6 +75,7 @@ void StillCapturePipeline::start(StillCaptureRequest request, Finished finished)
   run_ = std::make_shared<Run>();
   run_->request = std::move(request);
   run_->finished = std::move(finished);
+  reached("start");
   run_->backend = services_.backend();
   run_->activity =
       run_->request.isTimedCapture ? CaptureActivity::timedCapture : CaptureActivity::plainCapture;
@@ -123,6 +127,7 @@ void StillCapturePipeline::withDisplays(Step next) {
         if (!answer) return fail(CaptureFailure::Case::screenCaptureDidNotAnswer);
         if (!*answer) return failGrab(answer->error());
         run_->displays = std::move(**answer);
+        reached("displays");
         (this->*next)();
       }),
       nullptr);
@@ -292,6 +297,7 @@ void StillCapturePipeline::grabbed(std::optional<Result<GrabbedPicture>> answer)
     return windowGone ? finish(CaptureRefusal::unknownWindow) : failGrab(answer->error());
   }
   run_->picture = std::move(**answer);
+  reached("grab");
   nameSourceApp();
 }
 
@@ -314,6 +320,7 @@ void StillCapturePipeline::nameSourceApp() {
 }
 
 void StillCapturePipeline::stage(std::optional<SourceApp> app) {
+  reached("source application");
   StagedCaptureRecord record;
   record.scale = run_->picture.scale;
   record.entryID = randomID();
@@ -328,6 +335,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                             finish(CaptureOutcome{std::move(staged.error())});
                             return;
                           }
+                          reached("encode and stage");
                           services_.filing->claim(staged->path);
                           services_.filing->file(
                               std::move(*staged), std::move(run_->picture.image),
@@ -336,6 +344,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                   return fail(CaptureFailure::Case::writeFailed,
                                               filed.error().reason);
                                 }
+                                reached("file and index");
                                 if (run_->onFiled) run_->onFiled(*filed->entry);
                                 finish(CaptureOutcome{std::move(*filed)});
                               }));
@@ -359,6 +368,10 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
   });
 }
 
+void StillCapturePipeline::reached(std::string_view step) {
+  run_->steps.emplace_back(step, services_.clock->monotonic());
+}
+
 void StillCapturePipeline::cancel() {
   if (!run_ || !run_->waitsForUser) return;
   if (services_.countdown->isRunning()) {
@@ -373,6 +386,11 @@ void StillCapturePipeline::finish(CaptureReply reply) {
   VT_CHECK(run_ != nullptr);
   const auto run = std::exchange(run_, nullptr);
   services_.setActivity(run->activity, false);
+  using Milliseconds = std::chrono::duration<double, std::milli>;
+  for (std::size_t i = 1; i < run->steps.size(); ++i) {
+    logInfo("CaptureLatency", "{}: {:.1f} ms", run->steps[i].first,
+            Milliseconds(run->steps[i].second - run->steps[i - 1].second).count());
+  }
   run->finished(std::move(reply));
 }
 

@@ -127,6 +127,7 @@ class StillCapturePipeline {
   void grabbed(std::optional<Result<GrabbedPicture>> answer);
   void nameSourceApp();
   void stage(std::optional<SourceApp> app);
+  void reached(std::string_view step);
   void finish(CaptureReply reply);
   void fail(CaptureFailure::Case what, std::string reason = {});
   void failGrab(const Failure& failure);
