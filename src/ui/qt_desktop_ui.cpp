@@ -96,7 +96,6 @@ class QtDesktopUi : public DesktopUi {
  public:
   QtDesktopUi() : application_(argumentCount_, arguments_) {
     QApplication::setApplicationName(QStringLiteral("vantorel"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Vantorel"));
     QApplication::setDesktopFileName(QStringLiteral("com.hollen.Vantorel"));
     QApplication::setQuitOnLastWindowClosed(false);
     runner_ = std::make_shared<QtRunner>();
@@ -115,7 +114,9 @@ class QtDesktopUi : public DesktopUi {
   int run() override {
     if (quitStatus_) return *quitStatus_;
     isRunning_ = true;
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    QtClipboard::handOver();
+    return status;
   }
 
   void quit(int status) override {

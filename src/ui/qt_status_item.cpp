@@ -13,12 +13,17 @@
 #include "ui/native_display.hpp"
 #include "ui/status_notifier_item.hpp"
 
+/// The linker would drop the pictures, which nobody calls by name. Outside of any namespace, as the
+/// toolkit wants it.
+static void keepIcons() { Q_INIT_RESOURCE(icons); }
+
 namespace vantorel {
 namespace {
 
 constexpr const char* busConnectionName = "vantorel-tray";
 
 QIcon trayIcon() {
+  keepIcons();
   QIcon icon;
   for (const int size : {22, 24, 32, 48, 64}) {
     icon.addFile(QStringLiteral(":/icons/vantorel-%1.png").arg(size));
@@ -133,7 +138,7 @@ void QtStatusItem::menuChanged() {
 }
 
 bool QtStatusItem::isHosted() const {
-  return isNotifierHosted_ || (embedded_ && native_display::hasEmbeddingTray());
+  return isNotifierHosted_ || (embedded_ && native_display::isOwned("_NET_SYSTEM_TRAY_S0"));
 }
 
 }  // namespace vantorel
