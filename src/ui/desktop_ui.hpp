@@ -23,15 +23,15 @@ struct DesktopCoverLook {
 /// Everything with a window, in a module of its own that is loaded only when a window is needed: a
 /// plain command does not pay for the toolkit. One object a process, made and used on the thread
 /// of `main()`, which becomes the main runner's thread. The parts live as long as this; the runner
-/// may be kept longer, but runs nothing then. Deleting it hands the clipboard's content over.
+/// may be kept longer, but runs nothing then.
 class DesktopUi {
  public:
   virtual ~DesktopUi() = default;
 
   [[nodiscard]] virtual std::shared_ptr<TaskRunner> mainRunner() = 0;
 
-  /// Runs the event loop until `quit`; answers with the status given to it. A `quit` before it
-  /// makes it answer at once.
+  /// Runs the event loop until `quit`, hands the clipboard's content to a clipboard manager if
+  /// there is one, and answers with the status given. A `quit` before it makes it answer at once.
   virtual int run() = 0;
   virtual void quit(int status) = 0;
 

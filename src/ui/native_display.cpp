@@ -21,13 +21,6 @@ Reply<T> owned(T* reply) {
   return {reply, &std::free};
 }
 
-bool isOwned(const char* selection) {
-  if (connection() == nullptr) return false;
-  const auto reply = owned(xcb_get_selection_owner_reply(
-      connection(), xcb_get_selection_owner(connection(), atom(selection)), nullptr));
-  return reply && reply->owner != XCB_NONE;
-}
-
 }  // namespace
 
 xcb_connection_t* connection() {
@@ -45,14 +38,19 @@ xcb_atom_t atom(const char* name) {
   return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
+bool isOwned(const char* selection) {
+  if (connection() == nullptr) return false;
+  const auto reply = owned(xcb_get_selection_owner_reply(
+      connection(), xcb_get_selection_owner(connection(), atom(selection)), nullptr));
+  return reply && reply->owner != XCB_NONE;
+}
+
 void sync() {
   if (connection() == nullptr) return;
   owned(xcb_get_input_focus_reply(connection(), xcb_get_input_focus(connection()), nullptr));
 }
 
 bool isComposited() { return isOwned("_NET_WM_CM_S0"); }
-
-bool hasEmbeddingTray() { return isOwned("_NET_SYSTEM_TRAY_S0"); }
 
 bool hasWindowManager() {
   if (connection() == nullptr) return false;

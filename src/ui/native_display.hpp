@@ -19,14 +19,15 @@ namespace vantorel::native_display {
 [[nodiscard]] xcb_window_t root();
 [[nodiscard]] xcb_atom_t atom(const char* name);
 
+/// Whether anybody owns the selection `name`.
+[[nodiscard]] bool isOwned(const char* name);
+
 /// Answers when the server has done everything asked for so far.
 void sync();
 
 /// Whether a compositor paints the screen. It shows a window a moment longer than it is mapped.
 [[nodiscard]] bool isComposited();
 
-/// Whether a tray takes icons in the old way, as windows to embed.
-[[nodiscard]] bool hasEmbeddingTray();
 [[nodiscard]] bool hasWindowManager();
 
 [[nodiscard]] std::optional<QPoint> pointer();

@@ -17,6 +17,7 @@
 #include "ui/alert_dialogs.hpp"
 #include "ui/countdown_window.hpp"
 #include "ui/desktop_cover.hpp"
+#include "ui/program_icon.hpp"
 #include "ui/qt_clipboard.hpp"
 #include "ui/qt_runner.hpp"
 #include "ui/qt_selection_overlay.hpp"
@@ -83,21 +84,23 @@ class StartingEnvironment {
   std::vector<const char*> names_;
 };
 
-/// Without a session bus, the bus library would start one for a program that asks for it.
-void startNoBus() {
+/// Gives the session bus its address where only its socket tells of it, and where there is none,
+/// one that nobody answers: the bus library would start a bus for the first who asks.
+void nameTheBus() {
   if (!environmentText("DBUS_SESSION_BUS_ADDRESS").empty()) return;
-  const std::filesystem::path runtime = environmentText("XDG_RUNTIME_DIR");
+  const auto socket = std::filesystem::path(environmentText("XDG_RUNTIME_DIR")) / "bus";
   std::error_code ignored;
-  if (!runtime.empty() && std::filesystem::exists(runtime / "bus", ignored)) return;
-  setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+  const bool found = socket.is_absolute() && std::filesystem::exists(socket, ignored);
+  setenv("DBUS_SESSION_BUS_ADDRESS",
+         found ? ("unix:path=" + socket.string()).c_str() : "disabled:", 1);
 }
 
 class QtDesktopUi : public DesktopUi {
  public:
   QtDesktopUi() : application_(argumentCount_, arguments_) {
     QApplication::setApplicationName(QStringLiteral("vantorel"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Vantorel"));
     QApplication::setDesktopFileName(QStringLiteral("com.hollen.Vantorel"));
+    QApplication::setWindowIcon(programIcon());
     QApplication::setQuitOnLastWindowClosed(false);
     runner_ = std::make_shared<QtRunner>();
     countdown_ = std::make_shared<CountdownWindow>();
@@ -115,7 +118,9 @@ class QtDesktopUi : public DesktopUi {
   int run() override {
     if (quitStatus_) return *quitStatus_;
     isRunning_ = true;
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    QtClipboard::handOver();
+    return status;
   }
 
   void quit(int status) override {
@@ -155,7 +160,7 @@ class QtDesktopUi : public DesktopUi {
 
 std::unique_ptr<DesktopUi> makeQtDesktopUi() {
   const StartingEnvironment environment;
-  startNoBus();
+  nameTheBus();
   if (environmentText("QT_QPA_PLATFORM").starts_with("xcb") && !displayAnswers()) {
     logInfo("DesktopUi", "no X server answers at \"{}\"", environmentText("DISPLAY"));
     return nullptr;

@@ -4,27 +4,19 @@
 #include <QCursor>
 #include <QDBusConnection>
 #include <QDBusError>
-#include <QIcon>
 #include <QMenu>
 #include <QSystemTrayIcon>
 #include <utility>
 
 #include "base/log.hpp"
 #include "ui/native_display.hpp"
+#include "ui/program_icon.hpp"
 #include "ui/status_notifier_item.hpp"
 
 namespace vantorel {
 namespace {
 
 constexpr const char* busConnectionName = "vantorel-tray";
-
-QIcon trayIcon() {
-  QIcon icon;
-  for (const int size : {22, 24, 32, 48, 64}) {
-    icon.addFile(QStringLiteral(":/icons/vantorel-%1.png").arg(size));
-  }
-  return icon;
-}
 
 void fill(QMenu& menu, const std::vector<StatusMenuItem>& lines) {
   for (const StatusMenuItem& line : lines) {
@@ -69,14 +61,15 @@ void QtStatusItem::setVisible(bool visible) {
     return;
   }
   if (notifier_ || embedded_) return;
-  auto bus =
-      QDBusConnection::connectToBus(QDBusConnection::SessionBus, QLatin1String(busConnectionName));
+  // By address, for the bus library would start a bus where there is none.
+  auto bus = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"),
+                                           QLatin1String(busConnectionName));
   if (!bus.isConnected()) {
     logInfo("Tray", "no session bus: {}", bus.lastError().message().toStdString());
     return embed();
   }
   notifier_ = std::make_unique<StatusNotifierItem>(
-      bus, trayIcon(),
+      bus, programIcon(),
       StatusNotifierItem::Listener{.hosted =
                                        [this](bool hosted) {
                                          isNotifierHosted_ = hosted;
@@ -98,7 +91,7 @@ void QtStatusItem::setVisible(bool visible) {
 /// have no tray, for its making asks the bus too, and would wait for a tray that hangs.
 void QtStatusItem::embed() {
   if (embedded_) return;
-  embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon());
+  embedded_ = std::make_unique<QSystemTrayIcon>(programIcon());
   embedded_->setToolTip(QStringLiteral("Vantorel"));
   embedded_->setContextMenu(&windowMenu());
   QObject::connect(embedded_.get(), &QSystemTrayIcon::activated, embedded_.get(),
@@ -133,7 +126,7 @@ void QtStatusItem::menuChanged() {
 }
 
 bool QtStatusItem::isHosted() const {
-  return isNotifierHosted_ || (embedded_ && native_display::hasEmbeddingTray());
+  return isNotifierHosted_ || (embedded_ && native_display::isOwned("_NET_SYSTEM_TRAY_S0"));
 }
 
 }  // namespace vantorel

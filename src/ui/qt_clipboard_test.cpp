@@ -1,0 +1,179 @@
+#include <gmock/gmock.h>
+#include <poll.h>
+
+#include <atomic>
+#include <cstring>
+#include <fstream>
+#include <thread>
+
+#include "ui/testing/ui_test_case.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+/// A clipboard manager: asked to save, it reads the clipboard's picture and owns it from then on.
+/// On a connection and a thread of its own.
+class SavingManager {
+ public:
+  explicit SavingManager(const std::string& display)
+      : connection_(xcb_connect(display.c_str(), nullptr)),
+        root_(xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root),
+        window_(xcb_generate_id(connection_)) {
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, root_, 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_set_selection_owner(connection_, window_, atom("CLIPBOARD_MANAGER"), XCB_CURRENT_TIME);
+    xcb_flush(connection_);
+    thread_ = std::thread([this] { serve(); });
+  }
+  SavingManager(const SavingManager&) = delete;
+  SavingManager& operator=(const SavingManager&) = delete;
+  ~SavingManager() {
+    ends_ = true;
+    thread_.join();
+    xcb_disconnect(connection_);
+  }
+
+  /// Empty until it has been asked to save.
+  std::string saved() {
+    const std::lock_guard lock(mutex_);
+    return saved_;
+  }
+
+ private:
+  xcb_atom_t atom(const char* name) {
+    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+        xcb_intern_atom_reply(
+            connection_,
+            xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
+            nullptr),
+        &std::free);
+    return reply->atom;
+  }
+
+  void serve() {
+    while (!ends_) {
+      std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(
+          xcb_poll_for_event(connection_), &std::free);
+      if (!event) {
+        pollfd waiting{xcb_get_file_descriptor(connection_), POLLIN, 0};
+        poll(&waiting, 1, 10);
+      } else if ((event->response_type & 0x7f) == XCB_SELECTION_REQUEST) {
+        asker_ = *reinterpret_cast<xcb_selection_request_event_t*>(event.get());
+        xcb_convert_selection(connection_, window_, atom("CLIPBOARD"), atom("image/png"),
+                              atom("SAVED"), XCB_CURRENT_TIME);
+        xcb_flush(connection_);
+      } else if ((event->response_type & 0x7f) == XCB_SELECTION_NOTIFY) {
+        keep();
+      }
+    }
+  }
+
+  void keep() {
+    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> content(
+        xcb_get_property_reply(
+            connection_,
+            xcb_get_property(connection_, 1, window_, atom("SAVED"), XCB_ATOM_ANY, 0, 1 << 20),
+            nullptr),
+        &std::free);
+    {
+      const std::lock_guard lock(mutex_);
+      saved_.assign(static_cast<const char*>(xcb_get_property_value(content.get())),
+                    static_cast<std::size_t>(xcb_get_property_value_length(content.get())));
+    }
+    xcb_set_selection_owner(connection_, window_, atom("CLIPBOARD"), XCB_CURRENT_TIME);
+    xcb_selection_notify_event_t done{};
+    done.response_type = XCB_SELECTION_NOTIFY;
+    done.requestor = asker_.requestor;
+    done.selection = asker_.selection;
+    done.target = asker_.target;
+    done.property = asker_.property;
+    xcb_send_event(connection_, 0, asker_.requestor, 0, reinterpret_cast<const char*>(&done));
+    xcb_flush(connection_);
+  }
+
+  xcb_connection_t* connection_;
+  xcb_window_t root_;
+  xcb_window_t window_;
+  xcb_selection_request_event_t asker_{};
+  std::mutex mutex_;
+  std::string saved_;
+  std::atomic<bool> ends_ = false;
+  std::thread thread_;
+};
+
+class ClipboardTest : public UiTestCase {
+ protected:
+  void SetUp() override {
+    startDesktop();
+    startUi();
+  }
+
+  /// What another program gets when it asks for `type`.
+  std::string paste(const char* type) {
+    auto reader = desktop->start({"xclip", "-selection", "clipboard", "-t", type, "-o"});
+    EXPECT_TRUE(waitFor([&] { return !reader.isRunning(); }));
+    return reader.wait().out;
+  }
+
+  /// Another program that owns the clipboard as long as it runs.
+  ChildProcess copyElsewhere(const std::string& text) {
+    const auto file = desktop->folder() / "text";
+    std::ofstream(file) << text;
+    auto owner =
+        desktop->start({"xclip", "-quiet", "-selection", "clipboard", "-i", file.string()});
+    EXPECT_TRUE(waitFor([&] { return paste("UTF8_STRING") == text; }));
+    return owner;
+  }
+
+  Result<void> copyImage(std::string png) {
+    Result<void> outcome = failed(FailureKind::other, "no answer");
+    ui->clipboard().setImage(std::move(png), [&](Result<void> answer) { outcome = answer; });
+    return outcome;
+  }
+
+  Result<void> copyText(std::string text) {
+    Result<void> outcome = failed(FailureKind::other, "no answer");
+    ui->clipboard().setText(std::move(text), [&](Result<void> answer) { outcome = answer; });
+    return outcome;
+  }
+
+  static std::string bytes(std::size_t count) {
+    std::string text = "\x89PNG\r\n\x1a\n";
+    while (text.size() < count) text.push_back(static_cast<char>(text.size() * 7919 >> 3));
+    return text;
+  }
+};
+
+TEST_F(ClipboardTest, OthersPasteTheVeryBytes) {
+  const std::string png = bytes(3'000'000);  // more than fits into one answer of the protocol
+  ASSERT_TRUE(copyImage(png));
+  EXPECT_TRUE(paste("image/png") == png);
+  EXPECT_THAT(paste("TARGETS"), Not(HasSubstr("image/bmp")));
+
+  ASSERT_TRUE(copyText("Grüße, 世界"));
+  EXPECT_EQ(paste("UTF8_STRING"), "Grüße, 世界");
+}
+
+TEST_F(ClipboardTest, TakesTheClipboardFromWhoTookItSince) {
+  const auto other = copyElsewhere("theirs");
+  const auto outcome = copyImage(bytes(1000));
+  ASSERT_TRUE(outcome) << outcome.error().reason;
+  EXPECT_TRUE(paste("image/png") == bytes(1000));
+}
+
+TEST_F(ClipboardTest, HandsTheContentToTheManagerAtTheEnd) {
+  const SavingManager unused(desktop->display());  // one that comes and goes is not waited for
+  SavingManager manager(desktop->display());
+  ASSERT_TRUE(copyImage(bytes(50'000)));
+  ui->mainRunner()->post([this] { ui->quit(7); });
+  EXPECT_EQ(ui->run(), 7);
+  EXPECT_TRUE(manager.saved() == bytes(50'000));
+  ui.reset();
+  EXPECT_TRUE(client->isOwned("CLIPBOARD")) << "it is the manager's now";
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,165 @@
+#include <X11/keysym.h>
+#include <gmock/gmock.h>
+
+#include <QColor>
+
+#include "ui/testing/ui_test_case.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+
+class AlertsTest : public UiTestCase {
+ protected:
+  static Alert quitAlert() {
+    return {Alert::Style::warning,
+            "Vantorel is still saving a Recording and your changes in Annotate.",
+            "If you quit now, they will be lost.",
+            {{"Quit Anyway", false}, {"Keep Waiting", true}}};
+  }
+
+  void ask(Alert alert) {
+    ui->alerts().ask(std::move(alert), [this](std::size_t button) { answers.push_back(button); });
+  }
+
+  bool isShown() { return isTitleShown("Vantorel"); }
+
+  std::vector<std::size_t> answers;
+};
+
+TEST_F(AlertsTest, OnlyReturnAnswersAndAlwaysTheDefault) {
+  startDesktop({.windowManager = true});
+  startUi();
+  EXPECT_FALSE(ui->alerts().isModalDialogUp());
+  ask(quitAlert());
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  keepPicture("alert-quit");
+  EXPECT_TRUE(ui->alerts().isModalDialogUp());
+  for (const auto key : {XK_Escape, XK_q, XK_Q}) strike(key);
+  client->key(XK_Alt_L, true);
+  for (const auto key : {XK_q, XK_F4}) strike(key);  // a shortcut of its letters; close the window
+  client->key(XK_Alt_L, false);
+  settle();
+  EXPECT_THAT(answers, ElementsAre());
+  ASSERT_TRUE(ui->alerts().isModalDialogUp());
+  strike(XK_Tab);  // onto "Quit Anyway", which Return must not press
+  strike(XK_Return);
+  ASSERT_TRUE(waitFor([&] { return answers.size() == 1; }));
+  EXPECT_THAT(answers, ElementsAre(1));
+  EXPECT_FALSE(ui->alerts().isModalDialogUp());
+
+  // One after the other; the first goes unanswered.
+  answers.clear();
+  ask(quitAlert());
+  ask({Alert::Style::informational,
+       "Vantorel quit before it finished saving a Recording.",
+       "",
+       {{"OK", true}}});
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  ui->alerts().dismiss();
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  keepPicture("alert-note");
+  EXPECT_THAT(answers, ElementsAre());
+  strike(XK_Escape);
+  ASSERT_TRUE(waitFor([&] { return !answers.empty(); })) << "Escape closes a mere message";
+  EXPECT_THAT(answers, ElementsAre(0));
+  EXPECT_FALSE(ui->alerts().isModalDialogUp());
+}
+
+class CountdownTest : public UiTestCase {
+ protected:
+  bool isShown() { return isTitleShown("Vantorel countdown"); }
+};
+
+TEST_F(CountdownTest, StandsAboveAllTakesNothingAndLeavesInTime) {
+  startDesktop({.windowManager = true, .compositor = true});
+  client->open({.area = {0, 0, 1280, 800}, .seed = 3, .overrideRedirect = true});
+  startUi();
+  const auto panel = ui->countdownPanel();
+  const QImage before = screen("countdown-before");
+  panel->show(3);
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  panel->show(2);
+  EXPECT_NE(screen("countdown"), before);
+  bool hidden = false;
+  panel->hide([&] {
+    hidden = true;
+    EXPECT_FALSE(isShown());
+  });
+  EXPECT_FALSE(isShown());
+  ASSERT_TRUE(waitFor([&] { return hidden; }));
+  // At that very moment a picture of the screen no longer shows it.
+  EXPECT_EQ(screen("countdown-after"), before);
+
+  hidden = false;
+  panel->hide([&] { hidden = true; });
+  ASSERT_TRUE(waitFor([&] { return hidden; })) << "also when it was not up";
+}
+
+TEST_F(CountdownTest, WithoutACompositorTheCornersAreCutOff) {
+  startDesktop();
+  client->open({.area = {0, 0, 1280, 800}, .seed = 3, .overrideRedirect = true});
+  startUi();
+  movePointer({640, 400});
+  const QImage before = screen("countdown-plain-before");
+  ui->countdownPanel()->show(10);
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  const QImage shown = screen("countdown-plain");
+  EXPECT_NE(shown.pixel(640, 360), before.pixel(640, 360));
+  EXPECT_EQ(shown.pixel(640 - 82, 400 - 82), before.pixel(640 - 82, 400 - 82));
+}
+
+class DesktopCoverTest : public UiTestCase {
+ protected:
+  void cover(DesktopCoverLook look) {
+    ui->setDesktopCoverLook(std::move(look));
+    painted = false;
+    ui->desktopCoverWindows()->show([this] { painted = true; });
+    ASSERT_TRUE(waitFor([&] { return painted; }));
+  }
+
+  bool painted = false;
+};
+
+TEST_F(DesktopCoverTest, LiesBetweenTheIconsAndTheWindows) {
+  startDesktop({.windowManager = true});
+  client->paintRoot(5);
+  const auto icons = client->open({.area = {0, 0, 1280, 800}, .seed = 6, .overrideRedirect = true});
+  // A desktop's window with the icons lies below all others; the window manager does not know it.
+  const std::uint32_t below[] = {XCB_STACK_MODE_BELOW};
+  xcb_configure_window(client->connection(), icons, XCB_CONFIG_WINDOW_STACK_MODE, below);
+  client->sync();
+  client->open({.area = {300, 200, 400, 300}, .seed = 7, .title = "A window"});
+  startUi();
+  const QRgb window = screen("cover-none").pixel(500, 350);
+
+  cover({.style = DesktopCoverStyle::color, .color = "#204060"});
+  const QImage coloured = screen("cover-color");
+  EXPECT_EQ(QColor(coloured.pixel(50, 700)), QColor("#204060"));
+  EXPECT_EQ(QColor(coloured.pixel(1279, 799)), QColor("#204060"));
+  EXPECT_EQ(coloured.pixel(500, 350), window) << "windows stay above it";
+  EXPECT_THAT(ui->desktopCoverWindows()->windowIDs(), testing::SizeIs(1));
+
+  cover({.style = DesktopCoverStyle::wallpaper});
+  const QImage papered = screen("cover-wallpaper");
+  EXPECT_EQ(papered.pixel(50, 700), testPixel(5, 50, 700));
+  EXPECT_EQ(papered.pixel(1200, 3), testPixel(5, 1200, 3));
+
+  const auto file = QString::fromStdString((desktop->folder() / "picture.png").string());
+  QImage picture(64, 64, QImage::Format_RGB32);
+  picture.fill(QColor("#c04020"));
+  ASSERT_TRUE(picture.save(file));
+  cover({.style = DesktopCoverStyle::custom, .imagePath = file.toStdString()});
+  EXPECT_EQ(QColor(screen("cover-custom").pixel(50, 700)), QColor("#c04020"));
+  cover({.style = DesktopCoverStyle::custom, .imagePath = "/nowhere.png", .color = "#204060"});
+  EXPECT_EQ(QColor(screen("cover-missing").pixel(50, 700)), QColor("#204060"));
+
+  ui->desktopCoverWindows()->hide();
+  EXPECT_THAT(ui->desktopCoverWindows()->windowIDs(), ElementsAre());
+  settle();
+  EXPECT_EQ(screen("cover-gone").pixel(50, 700), testPixel(6, 50, 700));
+}
+
+}  // namespace
+}  // namespace vantorel
