@@ -10,7 +10,7 @@
 #include "app/surface_registry.hpp"
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
-#include "capture/records/export_format.hpp"
+#include "capture/capture_transcoder.hpp"
 #include "library/history_store.hpp"
 #include "platform/image_codec.hpp"
 #include "settings/settings_store.hpp"
@@ -40,6 +40,7 @@ class CaptureRewriter {
     CaptureRewriteActivity* activity = nullptr;
     PendingArchiveWork* pendingWork = nullptr;
     SurfaceRegistry* surfaces = nullptr;
+    Path originals;  ///< folder for the files of captures whose own file changes in place
   };
 
   explicit CaptureRewriter(Services services) : services_(std::move(services)) {}
@@ -48,10 +49,17 @@ class CaptureRewriter {
 
   /// `name` is an id, the unique start of one, or "latest".
   void convert(const std::string& name, ExportFormat format, Done done);
-  void compress(const std::string& name, Done done);
+  /// `downscaleTo1x` also takes the pixels beyond one a point away.
+  void compress(const std::string& name, bool downscaleTo1x, Done done);
 
  private:
-  void rewrite(const std::string& name, std::optional<ExportFormat> format, Done done);
+  struct Change {
+    std::optional<ExportFormat> format = std::nullopt;  ///< none: compress
+    bool downscaleTo1x = false;
+  };
+  void rewrite(const std::string& name, Change change, Done done);
+  void fileAway(const ScreenshotEntry& before, const CaptureTranscoder::Source& source,
+                const CaptureTranscoder::Result& result, Done finished);
 
   Services services_;
   Alive alive_;

@@ -68,6 +68,7 @@ struct Given {
   std::string delay;
   std::string entryID;
   std::string format;
+  bool downscaleTo1x = false;
 };
 
 constexpr const char* exitStatuses =
@@ -163,6 +164,8 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   CLI::App* const compress = app.add_subcommand("compress", "Make a capture's file smaller");
   compress->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
       ->required();
+  compress->add_flag("--1x", given.downscaleTo1x,
+                     "also scale a capture of a high-resolution display down to one pixel a point");
   CLI::App* const quit = app.add_subcommand("quit", "End the running program");
   app.fallthrough();
   for (CLI::App* const sub : app.get_subcommands({})) sub->fallthrough();
@@ -197,7 +200,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   } else if (convert->parsed()) {
     line.command = command::Convert{given.entryID, *enumFromName<ExportFormat>(given.format)};
   } else if (compress->parsed()) {
-    line.command = command::Compress{given.entryID};
+    line.command = command::Compress{given.entryID, given.downscaleTo1x};
   } else if (quit->parsed()) {
     line.command = command::Quit{};
   }

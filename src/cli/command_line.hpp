@@ -37,6 +37,7 @@ struct Convert {
 };
 struct Compress {
   std::string entryID;
+  bool downscaleTo1x = false;
 };
 
 }  // namespace command

@@ -198,7 +198,8 @@ void CommandRunner::rewrite(const CommandLine& line, Done done) {
   if (const auto* convert = std::get_if<command::Convert>(&line.command)) {
     services_.rewriter->convert(convert->entryID, convert->format, finished);
   } else {
-    services_.rewriter->compress(std::get<command::Compress>(line.command).entryID, finished);
+    const auto& compress = std::get<command::Compress>(line.command);
+    services_.rewriter->compress(compress.entryID, compress.downscaleTo1x, finished);
   }
 }
 

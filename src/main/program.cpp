@@ -99,7 +99,8 @@ struct Program::Parts {
         .settings = &settings,
         .activity = &coordinator->rewrites(),
         .pendingWork = &coordinator->pendingArchiveWork(),
-        .surfaces = &coordinator->surfaces()});
+        .surfaces = &coordinator->surfaces(),
+        .originals = folders.data / "Originals"});
     commands = std::make_unique<CommandRunner>(
         CommandRunner::Services{.main = main,
                                 .coordinator = coordinator.get(),

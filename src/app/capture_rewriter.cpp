@@ -1,0 +1,166 @@
+#include "app/capture_rewriter.hpp"
+
+#include <fmt/format.h>
+
+#include <utility>
+#include <variant>
+
+#include "base/log.hpp"
+#include "capture/capture_transcoder.hpp"
+
+namespace vantorel {
+namespace {
+
+std::string sizeText(std::uint64_t bytes) {
+  if (bytes < 1'000'000) return fmt::format("{:.0f} kB", static_cast<double>(bytes) / 1e3);
+  return fmt::format("{:.1f} MB", static_cast<double>(bytes) / 1e6);
+}
+
+/// What a rewrite came to: a new file, nothing to do, or a sentence.
+using Rewritten = std::expected<std::optional<CaptureTranscoder::Result>, std::string>;
+
+Rewritten toRewritten(CaptureTranscoder::CompressOutcome outcome) {
+  if (auto* compacted = std::get_if<CaptureTranscoder::Compacted>(&outcome)) {
+    return std::move(compacted->result);
+  }
+  if (const auto* large = std::get_if<CaptureTranscoder::TooLarge>(&outcome)) {
+    return std::unexpected(
+        sentence(TranscodeFailure{TranscodeFailure::Case::tooLarge, {}, large->format}));
+  }
+  if (const auto* failure = std::get_if<CaptureTranscoder::Failed>(&outcome)) {
+    return std::unexpected(sentence(failure->failure));
+  }
+  return std::nullopt;
+}
+
+std::string remarkOn(const CaptureTranscoder::Result& result) {
+  std::string text = fmt::format("{} became {}{}.", sizeText(result.bytesBefore),
+                                 sizeText(result.bytesAfter),
+                                 result.downscaled ? ", scaled down to 1x" : "");
+  for (const CaptureNote& note : result.notes) text += " " + sentence(note);
+  return text;
+}
+
+}  // namespace
+
+void CaptureRewriter::convert(const std::string& name, ExportFormat format, Done done) {
+  rewrite(name, {.format = format}, std::move(done));
+}
+
+void CaptureRewriter::compress(const std::string& name, bool downscaleTo1x, Done done) {
+  rewrite(name, {.downscaleTo1x = downscaleTo1x}, std::move(done));
+}
+
+void CaptureRewriter::rewrite(const std::string& name, Change change, Done done) {
+  HistoryStore& store = *services_.store;
+  if (!store.isLoaded()) {
+    auto loading = std::make_shared<Observation>();
+    *loading = store.observe(alive_.guard(
+        [this, loading, name, change, done = std::move(done)](const HistoryChange& what) {
+          if (!what.loaded) return;
+          loading->end();
+          rewrite(name, change, done);
+        }));
+    return;
+  }
+  const auto entry = store.resolve(name);
+  if (!entry) return done(std::unexpected(entry.error().reason));
+  const ScreenshotEntry& before = **entry;
+  if (const auto refusal = store.indexRefusal()) {
+    return done(std::unexpected("The capture can't be changed: " + *refusal + "."));
+  }
+  if (before.medium != CaptureMedium::image) {
+    return done(std::unexpected("Only pictures can be converted or compressed."));
+  }
+  if (services_.surfaces->editors.isOpen(before.id)) {
+    return done(std::unexpected("The capture can't be changed: close Annotate first."));
+  }
+  if (!services_.activity->begin(before.id)) {
+    return done(std::unexpected("This capture is being changed already."));
+  }
+  const auto ticket = services_.pendingWork->begin(QuitFilingNote::Item::rewrite);
+  auto finished = [this, id = before.id, ticket, done = std::move(done)](RewriteReply reply) {
+    services_.activity->end(id);
+    done(std::move(reply));
+    services_.pendingWork->end(ticket);
+  };
+
+  CaptureTranscoder::Source source{.path = before.path, .scale = before.captureScale.value_or(1)};
+  if (!before.originalPath && !change.format) {
+    source.keepOriginalAs =
+        services_.originals / (before.id + Path(before.path).extension().string());
+  }
+  services_.work->post([source, change, files = services_.files, codec = services_.codec,
+                        quality = services_.settings->values().jpegQuality, main = services_.main,
+                        landed = alive_.guard([this, entry = *entry, source,
+                                               finished = std::move(finished)](
+                                                  Rewritten& result) mutable {
+                          if (!result) return finished(std::unexpected(result.error()));
+                          if (!*result) {
+                            return finished(RewrittenCapture{
+                                entry, "The file is as it should be already; nothing was changed."});
+                          }
+                          fileAway(*entry, source, **result, std::move(finished));
+                        })]() mutable {
+    CaptureTranscoder transcoder(files, codec);
+    Rewritten result = [&]() -> Rewritten {
+      if (!change.format) return toRewritten(transcoder.compress(source, change.downscaleTo1x));
+      auto converted = transcoder.convert(source, *change.format, quality);
+      if (!converted) return std::unexpected(sentence(converted.error()));
+      if (converted->path == source.path) return std::nullopt;
+      return std::move(*converted);
+    }();
+    main->post([result = std::move(result), landed = std::move(landed)]() mutable {
+      landed(result);
+    });
+  });
+}
+
+void CaptureRewriter::fileAway(const ScreenshotEntry& before,
+                               const CaptureTranscoder::Source& source,
+                               const CaptureTranscoder::Result& result, Done finished) {
+  HistoryStore& store = *services_.store;
+  // The first file is the original; what came between it and this one is not needed any more.
+  std::optional<Path> surplus;
+  const auto changed = store.update(before.id, [&](ScreenshotEntry& entry) {
+    entry.path = result.path.string();
+    entry.pixelWidth = result.pixelSize.width;
+    entry.pixelHeight = result.pixelSize.height;
+    entry.captureScale = result.scale;
+    if (entry.originalPath) {
+      surplus = result.oldPath;
+    } else {
+      const auto& original = result.oldPath && !source.keepOriginalAs ? result.oldPath
+                                                                      : source.keepOriginalAs;
+      if (original) entry.originalPath = original->string();
+      if (source.keepOriginalAs) surplus = result.oldPath;
+    }
+  });
+  if (!changed) {
+    // Taken out of the library meanwhile: both files are left to the user.
+    return finished(std::unexpected("The capture has left History."));
+  }
+  store.flush(alive_.guard([this, id = before.id, surplus, remark = remarkOn(result),
+                            finished = std::move(finished)](Result<void> saved) mutable {
+    if (!saved) {
+      return finished(std::unexpected("The change is made, but History couldn't be saved: " +
+                                      saved.error().reason + "."));
+    }
+    const EntryPointer entry = services_.store->find(id);
+    if (!entry) return finished(std::unexpected("The capture has left History."));
+    services_.work->post([surplus, files = services_.files, main = services_.main, entry,
+                          remark = std::move(remark), finished = std::move(finished)]() mutable {
+      if (surplus) {
+        if (const auto removed = files->remove(*surplus); !removed) {
+          logWarning("Rewrite", "{} could not be removed: {}", surplus->string(),
+                     removed.error().reason);
+        }
+      }
+      main->post([entry, remark = std::move(remark), finished = std::move(finished)] {
+        finished(RewrittenCapture{entry, remark});
+      });
+    });
+  }));
+}
+
+}  // namespace vantorel

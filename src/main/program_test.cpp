@@ -1,0 +1,287 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+#include "library/history_index_file.hpp"
+#include "platform/linux/linux_image_codec.hpp"
+#include "platform/testing/desktop/test_client.hpp"
+#include "platform/testing/desktop/test_desktop.hpp"
+
+namespace vantorel {
+namespace {
+
+using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""s;
+using testing::AnyOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::string readAll(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::string> namesIn(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  if (!std::filesystem::exists(folder)) return names;
+  for (const auto& item : std::filesystem::directory_iterator(folder)) {
+    names.push_back(item.path().filename());
+  }
+  return names;
+}
+
+/// The built program on a private desktop, with a library of its own.
+class Vantorel {
+ public:
+  explicit Vantorel(TestDesktop& desktop) : desktop_(desktop) {}
+
+  [[nodiscard]] std::vector<std::string> command(std::vector<std::string> arguments) const {
+    std::vector<std::string> all{VANTOREL_PROGRAM, "--root", root().string()};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return all;
+  }
+
+  ChildProcess start(std::vector<std::string> arguments) const {
+    return desktop_.start(command(std::move(arguments)));
+  }
+
+  ChildOutcome run(std::vector<std::string> arguments) const {
+    return start(std::move(arguments)).wait();
+  }
+
+  [[nodiscard]] std::filesystem::path root() const { return desktop_.folder() / "library"; }
+  [[nodiscard]] std::filesystem::path captures() const { return root() / "Captures"; }
+
+  [[nodiscard]] EntryList entries() const {
+    auto index = decodeIndex(readAll(root() / "history.json"));
+    return index ? index->file.entries : EntryList{};
+  }
+
+  /// The picture whose path the command printed.
+  [[nodiscard]] static Image picture(const ChildOutcome& outcome) {
+    std::string path = outcome.out;
+    if (path.empty() || outcome.status != 0) {
+      ADD_FAILURE() << outcome.status << " " << outcome.err;
+      return {};
+    }
+    path.pop_back();
+    const auto image = LinuxImageCodec().decode(readAll(path));
+    if (image) return *image;
+    ADD_FAILURE() << path << ": " << image.error().reason;
+    return {};
+  }
+
+  /// Every file is in the index and whole, every entry has its file, nothing is left over.
+  void expectWhole() const {
+    const EntryList all = entries();
+    EXPECT_EQ(all.size(), namesIn(captures()).size());
+    EXPECT_THAT(namesIn(root() / "Staged Captures"), IsEmpty());
+    for (const EntryPointer& entry : all) {
+      EXPECT_TRUE(LinuxImageCodec().decode(readAll(entry->path)).has_value()) << entry->path;
+    }
+  }
+
+ private:
+  TestDesktop& desktop_;
+};
+
+TEST(ProgramTest, EveryModeShowsThePixelsOfTheScreen) {
+  TestDesktop desktop({.screen = PixelSize{3840, 2160}});
+  desktop.setMonitors({{"LEFT", {0, 0, 2560, 1440}}, {"RIGHT", {2560, 300, 1280, 1024}}});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const auto covered = client.open({.area = {100, 100, 800, 600}, .seed = 2});
+  client.open({.area = {300, 200, 900, 700}, .seed = 3});
+  const Vantorel vantorel(desktop);
+
+  const Image right = vantorel.picture(vantorel.run({"capture", "display", "--display", "RIGHT"}));
+  EXPECT_EQ(right.size(), (PixelSize{1280, 1024}));
+  EXPECT_EQ(differenceFromTestPicture(right, 1, 2560, 300), "");
+  const Image main = vantorel.picture(vantorel.run({"capture", "display"}));
+  EXPECT_EQ(main.size(), (PixelSize{2560, 1440}));
+  EXPECT_EQ(differenceFromTestPicture(main.cropped({300, 200, 900, 700}), 3), "");
+  EXPECT_EQ(differenceFromTestPicture(main.cropped({0, 900, 2560, 540}), 1, 0, 900), "");
+  const Image window = vantorel.picture(
+      vantorel.run({"capture", "window", "--window", std::to_string(covered)}));
+  EXPECT_EQ(differenceFromTestPicture(window, 2), "") << "the covered part is missing";
+
+  for (const char* format : {"jpeg", "webp", "heic"}) {
+    const ChildOutcome converted = vantorel.run({"convert", "latest", "--format", format});
+    EXPECT_EQ(vantorel.picture(converted).size(), (PixelSize{800, 600})) << converted.err;
+  }
+  EXPECT_EQ(vantorel.run({"compress", "latest"}).status, 0);
+
+  const Image area = vantorel.picture(vantorel.run(
+      {"capture", "area", "--display", "RIGHT", "--rect", "1000,900,500,500"}));
+  EXPECT_EQ(area.size(), (PixelSize{280, 124})) << "not cut at the display's edge";
+  EXPECT_EQ(differenceFromTestPicture(area, 1, 3560, 1200), "");
+  const ChildOutcome previous = vantorel.run({"--json", "capture", "previous"});
+  EXPECT_EQ(previous.status, 0) << previous.err;
+  EXPECT_THAT(previous.out, HasSubstr("\"pixelWidth\":280"));
+  EXPECT_EQ(vantorel.entries().size(), 5U);
+  EXPECT_THAT(namesIn(vantorel.root() / "Staged Captures"), IsEmpty());
+}
+
+TEST(ProgramTest, KilledAtThirtyMomentsEachCaptureIsFiledOnceOrNever) {
+  TestDesktop desktop({.screen = PixelSize{1920, 1080}});
+  TestClient(desktop.display()).paintRoot(1);
+  const Vantorel vantorel(desktop);
+  const auto begin = std::chrono::steady_clock::now();
+  ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+  const auto whole = std::chrono::steady_clock::now() - begin;
+  std::size_t acknowledged = 1;
+  for (int moment = 0; moment < 30; ++moment) {
+    ChildProcess process = vantorel.start({"capture", "display"});
+    // The moment is real time: the point is to hit the program wherever it happens to be.
+    std::this_thread::sleep_for(whole * moment / 29);
+    process.signal(SIGKILL);
+    const ChildOutcome outcome = process.wait();
+    if (!outcome.out.empty()) ++acknowledged;
+    ASSERT_EQ(vantorel.run({"displays"}).status, 0);
+    ASSERT_GE(vantorel.entries().size(), acknowledged) << "moment " << moment;
+    vantorel.expectWhole();
+    if (HasFailure()) FAIL() << "moment " << moment;
+  }
+  for (const EntryPointer& entry : vantorel.entries()) EXPECT_EQ(entry->captureScale, 1);
+}
+
+TEST(ProgramTest, TwoCommandsAtOnceNeverCollide) {
+  for (const bool bus : {true, false}) {
+    TestDesktop desktop({.screen = PixelSize{1920, 1080}, .bus = bus});
+    TestClient(desktop.display()).paintRoot(1);
+    const Vantorel vantorel(desktop);
+    std::size_t filed = 0;
+    for (int round = 0; round < 5; ++round) {
+      ChildProcess first = vantorel.start({"capture", "display"});
+      ChildProcess second = vantorel.start({"capture", "display"});
+      for (ChildProcess* process : {&first, &second}) {
+        const ChildOutcome outcome = process->wait();
+        EXPECT_THAT(outcome.status, AnyOf(0, 4)) << outcome.err;
+        if (outcome.status == 0) ++filed;
+      }
+    }
+    EXPECT_GE(filed, 5U);
+    EXPECT_EQ(vantorel.entries().size(), filed);
+    vantorel.expectWhole();
+  }
+}
+
+TEST(ProgramTest, WhatIsMissingIsSaidInASentence) {
+  {
+    TestDesktop desktop;
+    TestClient(desktop.display()).paintRoot(1);
+    const Vantorel vantorel(desktop);
+    desktop.server().signal(SIGSTOP);
+    const auto begin = std::chrono::steady_clock::now();
+    const ChildOutcome stuck = vantorel.run({"capture", "display"});
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 12s);
+    EXPECT_EQ(stuck.status, 1);
+    EXPECT_EQ(stuck.err,
+              "Couldn't capture the screen: the screen capture service didn't respond in time.\n");
+    desktop.server().signal(SIGCONT);
+    EXPECT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    EXPECT_EQ(vantorel.run({"capture", "window", "--window", "3"}).status, 1);
+    EXPECT_EQ(vantorel.run({"capture", "display", "--display", "HDMI-7"}).status, 1);
+    EXPECT_EQ(vantorel.run({"capture", "sky"}).status, 2);
+    EXPECT_EQ(vantorel.run({"convert", "nothing", "--format", "png"}).status, 1);
+    vantorel.expectWhole();
+  }
+  TestDesktop nowhere({.screen = std::nullopt});
+  const Vantorel blind(nowhere);
+  for (const auto& arguments : std::vector<std::vector<std::string>>{
+           {"capture", "display"}, {"capture", "area"}, {"windows"}, {}}) {
+    const ChildOutcome outcome = blind.run(arguments);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, testing::EndsWith(".\n"));
+  }
+  ChildEnvironment wayland = nowhere.environment();
+  wayland["WAYLAND_DISPLAY"] = "wayland-0";
+  const ChildOutcome outcome =
+      ChildProcess(blind.command({"capture", "display"}), wayland).wait();
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("Wayland"));
+}
+
+TEST(ProgramTest, AFullOrMissingStorageFolderLosesNothing) {
+  TestDesktop desktop;
+  TestClient(desktop.display()).paintRoot(1);
+  const Vantorel vantorel(desktop);
+  const auto tiny = desktop.folder() / "tiny";
+  std::filesystem::create_directories(tiny);
+  std::filesystem::create_directories(vantorel.root());
+  ASSERT_EQ(::mount("tmpfs", tiny.c_str(), "tmpfs", 0, "size=64k"), 0) << std::strerror(errno);
+  const auto setStorage = [&](const std::filesystem::path& folder) {
+    std::ofstream(vantorel.root() / "settings.json")
+        << R"({"storageDirectory":")" << folder.string() << "\"}";
+  };
+  setStorage(tiny);
+  const ChildOutcome full = vantorel.run({"capture", "display"});
+  EXPECT_EQ(vantorel.picture(full).size(), (PixelSize{1280, 800}));
+  EXPECT_THAT(full.err, HasSubstr("default folder instead"));
+  EXPECT_THAT(namesIn(tiny), IsEmpty()) << "half a file was left";
+  ASSERT_EQ(::umount(tiny.c_str()), 0);
+
+  ASSERT_EQ(::mount("tmpfs", tiny.c_str(), "tmpfs", MS_RDONLY, "size=64k"), 0);
+  EXPECT_THAT(vantorel.run({"capture", "display"}).err, HasSubstr("default folder instead"));
+  ASSERT_EQ(::umount(tiny.c_str()), 0);
+  setStorage(desktop.folder() / "unplugged");
+  EXPECT_THAT(vantorel.run({"capture", "display"}).err, HasSubstr("the folder is missing"));
+  EXPECT_EQ(vantorel.entries().size(), 3U);
+  vantorel.expectWhole();
+}
+
+TEST(ProgramTest, TheRunningProgramTakesCommandsAndKeepsTheClipboard) {
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  ChildProcess tray = vantorel.start({});
+  // Until the program in the tray has the name, a command runs by itself; both are right.
+  while (!client.isOwned("CLIPBOARD")) {
+    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    ASSERT_TRUE(tray.isRunning()) << tray.errorText();
+  }
+  const ChildOutcome taken = vantorel.run({"capture", "display"});
+  EXPECT_EQ(differenceFromTestPicture(vantorel.picture(taken), 1), "");
+  EXPECT_THAT(vantorel.run({}).err, HasSubstr("running already"));
+
+  ChildProcess area = vantorel.start({"capture", "area"});
+  const ChildOutcome refused = vantorel.run({"capture", "display"});
+  EXPECT_THAT(refused.status, AnyOf(0, 4));
+  area.signal(SIGKILL);
+  // The one who asked is gone, so the overlay goes as well and the next command is taken.
+  for (int i = 0; i < 100 && vantorel.run({"capture", "display"}).status != 0; ++i) {
+    std::this_thread::sleep_for(20ms);
+  }
+  EXPECT_EQ(vantorel.run({"capture", "display"}).status, 0);
+
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  const ChildOutcome ended = tray.wait();
+  EXPECT_EQ(ended.status, 0) << ended.err;
+  vantorel.expectWhole();
+}
+
+TEST(ProgramTest, EscapeOnTheOverlayIsACancelledCommand) {
+  TestDesktop desktop({.bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  ChildProcess area = vantorel.start({"capture", "area"});
+  // The overlay is there once it has taken the keyboard.
+  while (area.isRunning()) {
+    client.pressKey(0xFF1B);
+    std::this_thread::sleep_for(20ms);
+  }
+  const ChildOutcome outcome = area.wait();
+  EXPECT_EQ(outcome.status, 3) << outcome.err;
+  EXPECT_THAT(vantorel.entries(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace vantorel
