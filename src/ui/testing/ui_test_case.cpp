@@ -4,7 +4,6 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -49,8 +48,8 @@ bool UiTestCase::waitFor(const std::function<bool()>& condition) {
   return true;
 }
 
-void UiTestCase::settle() {
-  const auto end = SteadyClock::now() + std::chrono::milliseconds(150);
+void UiTestCase::settle(std::chrono::milliseconds time) {
+  const auto end = SteadyClock::now() + time;
   static_cast<void>(waitFor([&] { return SteadyClock::now() > end; }));
 }
 
@@ -58,21 +57,21 @@ void UiTestCase::movePointer(QPoint to) {
   xcb_test_fake_input(client->connection(), XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, XCB_NONE,
                       static_cast<std::int16_t>(to.x()), static_cast<std::int16_t>(to.y()), 0);
   client->sync();
-  settle();
+  settle(std::chrono::milliseconds(30));  // events carry their own place
 }
 
 void UiTestCase::press(int button) {
   xcb_test_fake_input(client->connection(), XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button),
                       XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
   client->sync();
-  settle();
+  settle(std::chrono::milliseconds(30));  // events carry their own place
 }
 
 void UiTestCase::release(int button) {
   xcb_test_fake_input(client->connection(), XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button),
                       XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
   client->sync();
-  settle();
+  settle(std::chrono::milliseconds(30));  // events carry their own place
 }
 
 void UiTestCase::click(QPoint at, int button) {

@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QPoint>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -29,7 +30,7 @@ class UiTestCase : public testing::Test {
   [[nodiscard]] bool waitFor(const std::function<bool()>& condition);
 
   /// Handles events for a moment: for what must not happen.
-  void settle();
+  void settle(std::chrono::milliseconds time = std::chrono::milliseconds(150));
 
   void movePointer(QPoint to);
   void press(int button = 1);
