@@ -175,6 +175,7 @@ void CommandBus::serve(std::shared_ptr<TaskRunner> main, Handlers handlers) {
           found->second->waiting = std::move(result);
         }
       });
+  registerActivation();
   object_->finishRegistration();
   bus_ = sdbus::createProxy(*connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus");
   bus_->uponSignal("NameOwnerChanged")
@@ -185,6 +186,32 @@ void CommandBus::serve(std::shared_ptr<TaskRunner> main, Handlers handlers) {
       });
   bus_->finishRegistration();
   connection_->enterEventLoopAsync();
+}
+
+/// The desktop's way to start and use the program, org.freedesktop.Application of the Desktop Entry
+/// Specification. Nobody waits for an answer there.
+void CommandBus::registerActivation() {
+  constexpr const char* application = "org.freedesktop.Application";
+  using Platform = std::map<std::string, sdbus::Variant>;
+  const auto perform = [this](std::vector<std::string> arguments) {
+    main_->post([this, arguments = std::move(arguments)] {
+      handlers_.run({arguments, {}}, [](BusReply) {});
+    });
+  };
+  object_->registerMethod("Activate")
+      .onInterface(application)
+      .implementedAs([perform](const Platform&) { perform({}); });
+  object_->registerMethod("Open")
+      .onInterface(application)
+      .implementedAs([perform](const std::vector<std::string>&, const Platform&) { perform({}); });
+  object_->registerMethod("ActivateAction")
+      .onInterface(application)
+      .implementedAs([perform](const std::string& action, const std::vector<sdbus::Variant>&,
+                               const Platform&) {
+        if (action == "CaptureArea") perform({"capture", "area"});
+        if (action == "CaptureWindow") perform({"capture", "window"});
+        if (action == "CaptureDisplay") perform({"capture", "display"});
+      });
 }
 
 void CommandBus::answer(std::uint64_t number, BusReply reply) {

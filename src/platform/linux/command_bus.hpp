@@ -40,6 +40,8 @@ struct BusReply {
 /// it vanishes afterwards the sender says so, but nothing runs twice. An owner gives up its name
 /// only when everything it took is answered.
 ///
+/// The desktop may also activate the owner through org.freedesktop.Application.
+///
 /// Made and started before there is a main loop; `serve` and what follows live on the main runner.
 class CommandBus {
  public:
@@ -86,6 +88,7 @@ class CommandBus {
  private:
   struct Ticket;
 
+  void registerActivation();
   [[nodiscard]] bool becomeOwner();
   [[nodiscard]] std::optional<BusReply> forward(const BusRequest& request);
   [[nodiscard]] std::uint64_t begin(BusRequest request, const std::string& sender);
