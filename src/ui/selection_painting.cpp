@@ -57,6 +57,9 @@ void paintLoupe(QPainter& painter, const std::vector<FrozenPicture>& pictures,
   const int zoom = layout.loupe.width() / loupePixels;
   const QPoint corner = model.pointer() - QPoint(loupePixels / 2, loupePixels / 2);
   const QRect source(corner, QSize(loupePixels, loupePixels));
+  const int rim = pixels(layout, 1);
+  const QRect frame = (layout.loupe | layout.caption).adjusted(-rim, -rim, rim, rim);
+  paintPanel(painter, frame, pixels(layout, 4), panel);
   painter.fillRect(layout.loupe, Qt::black);
   for (const FrozenPicture& picture : pictures) {
     const QRect part = source & picture.area;
@@ -73,14 +76,13 @@ void paintLoupe(QPainter& painter, const std::vector<FrozenPicture>& pictures,
   }
   const QRect middle(layout.loupe.topLeft() + QPoint(zoom, zoom) * (loupePixels / 2),
                      QSize(zoom, zoom));
-  fill(painter, frameAround(middle, pixels(layout, 1)), Qt::white);
-  fill(painter, frameAround(middle.adjusted(-1, -1, 1, 1), pixels(layout, 1)), Qt::black);
-  fill(painter, frameAround(layout.loupe, pixels(layout, 1)), panel);
+  fill(painter, frameAround(middle, rim), Qt::white);
+  fill(painter, frameAround(middle.adjusted(-rim, -rim, rim, rim), rim), Qt::black);
 }
 
 void paintCaption(QPainter& painter, const SelectionLayout& layout) {
   if (layout.caption.isEmpty()) return;
-  paintPanel(painter, layout.caption, pixels(layout, 4), panel);
+  if (layout.loupe.isEmpty()) paintPanel(painter, layout.caption, pixels(layout, 4), panel);
   painter.setPen(panelText);
   painter.drawText(layout.caption, Qt::AlignCenter, layout.captionText);
 }
