@@ -3,7 +3,7 @@
 #include <random>
 
 #include "editor/canvas_input.hpp"
-#include "editor/testing_document.hpp"
+#include "editor/testing/mixed_shapes.hpp"
 
 namespace vantorel {
 namespace {

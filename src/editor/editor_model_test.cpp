@@ -5,7 +5,7 @@
 #include <malloc.h>
 
 #include "editor/canvas_input.hpp"
-#include "editor/testing_document.hpp"
+#include "editor/testing/mixed_shapes.hpp"
 
 namespace vantorel {
 namespace {

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/image.hpp"
+#include "editor/records/shape_style.hpp"
+
+namespace vantorel {
+
+/// Hides parts of a picture for good.
+///
+/// The guarantee, for every style: what stands in a covered area afterwards is computed from the
+/// area's place and size, from the shape's colour, and from picture pixels that no redaction
+/// covers. No covered pixel is ever read, so two pictures that differ only there come out the
+/// same byte for byte, and no knowledge of the program, the font or the style brings anything
+/// back.
+///  - `solidBox` is one opaque colour.
+///  - `pixelate` looks like a coarse mosaic: tiles in the colours of the area's surroundings,
+///    varied by a fixed pattern. It is not a mosaic of the content: averages of small text can be
+///    matched against guesses.
+///  - `gaussianBlur` looks like frosted glass: those colours, and a soft pattern, flow into each
+///    other. It is not a convolution of the content, which could be undone, and which would carry
+///    content past the edge.
+///
+/// Edges: a box that ends within a pixel covers the whole pixel, so no antialiased edge keeps a
+/// share of what was below. Where the picture was scaled before, pixels beside the box were mixed
+/// from covered ones; `bleed` widens the box by as many. The result is opaque, so that transparency
+/// below does not show either. One redaction never takes its colours from below another.
+struct Redaction {
+  PixelRect area;  ///< see `coveredPixels`
+  RedactStyle style = RedactStyle::solidBox;
+  std::uint32_t color = 0xff000000;  ///< of `solidBox`, opaque ARGB
+
+  bool operator==(const Redaction&) const = default;
+};
+
+/// The pixels that a box touches, however little, widened by `bleed`, within a picture of `size`.
+/// Empty when the box has no area or lies outside.
+[[nodiscard]] PixelRect coveredPixels(double left, double top, double right, double bottom,
+                                      int bleed, PixelSize size);
+
+/// How far beside its area a redaction looks for colours.
+inline constexpr int redactionRim = 3;
+
+/// Covers `redaction` in the premultiplied picture that starts at `pixels`, writing only within
+/// `clip`. `all` are the redactions of the whole picture: their areas are never looked at. Reads
+/// the area's rim, which must hold the picture as it is below this redaction.
+void cover(std::uint8_t* pixels, std::size_t stride, PixelSize size, const Redaction& redaction,
+           const std::vector<Redaction>& all, const PixelRect& clip);
+
+}  // namespace vantorel

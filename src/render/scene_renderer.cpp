@@ -1,0 +1,63 @@
+#include "render/scene_renderer.hpp"
+
+#include <algorithm>
+#include <new>
+
+#include "editor/export_gate.hpp"
+#include "editor/layer_layout.hpp"
+#include "render/background_painter.hpp"
+#include "render/scene_canvas.hpp"
+
+namespace vantorel {
+namespace {
+
+Result<Image> draw(const EditorDocument& document, const SceneSource& source) {
+  ExportSituation situation;
+  situation.base = source.base.isEmpty() ? BaseImageState::failed : BaseImageState::ready;
+  situation.build = LayerBuildState::ready;
+  situation.capture = source.base.size();
+  const auto refusal = [&]() -> Result<void> {
+    const auto block = exportBlock(document, situation);
+    if (!block) return {};
+    return failed(FailureKind::unsupported, sentence(*block));
+  };
+  // Before any memory is spent on it.
+  VT_TRY(refusal());
+  const PixelRect shown = shownPart(document, source.base.size());
+  LayerComposite composite = buildLayers(document, source.base, source.readLayerPicture, shown);
+  situation.missingLayerIDs = composite.missingLayerIDs;
+  situation.oversizedLayerIDs = composite.oversizedLayerIDs;
+  VT_TRY(refusal());
+  const AxisMap toPicture = captureToCanvas(document.layers, source.base.size())
+                                .then({1, 1, -double(shown.x), -double(shown.y)});
+  const std::vector<Shape> shapes = visibleShapes(document);
+  Image picture = composite.image;
+  if (!shapes.empty()) {
+    SceneCanvas canvas({picture, toPicture, composite.bleed, source.captureScale});
+    canvas.show(shapes);
+    picture = std::move(canvas).finish();
+  }
+  return withBackground(picture, document.background);
+}
+
+}  // namespace
+
+std::vector<Shape> visibleShapes(const EditorDocument& document) {
+  std::vector<Shape> shapes;
+  for (const Shape& shape : document.shapes) {
+    const auto layer = std::ranges::find_if(
+        document.layers, [&](const LayerSpec& candidate) { return shape.layerId == candidate.id; });
+    if (layer == document.layers.end() || layer->visible) shapes.push_back(shape);
+  }
+  return shapes;
+}
+
+Result<Image> renderScene(const EditorDocument& document, const SceneSource& source) {
+  try {
+    return draw(document, source);
+  } catch (const std::bad_alloc&) {
+    return failed(FailureKind::tooLarge, "There is not enough memory to draw the image.");
+  }
+}
+
+}  // namespace vantorel
