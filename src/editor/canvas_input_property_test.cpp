@@ -115,7 +115,7 @@ TEST(UndoPropertyTest, UndoingEverythingGivesBackTheOpeningDocumentAndRedoTheLas
   for (unsigned seed = 0; seed < 60; ++seed) {
     EditorDocument opened;
     for (int i = 0; i < 24; ++i) opened.shapes.push_back(mixedShape(i));
-    opened.extra = {{"later", {std::string("kept")}}};
+    opened.extra.set({{"later", {std::string("kept")}}});
     EditorModel model({{800, 600}, opened, {}, 2.0, {}, roughText}, {});
     opened = model.baseline();
     RandomUser user(model, seed);

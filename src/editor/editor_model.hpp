@@ -207,7 +207,7 @@ class EditorModel {
   std::optional<double> captureScale_;
   MeasureText measureText_;
   EditorEvents events_;
-  json::Object documentExtra_;
+  json::Extra documentExtra_;
   ToolStyles styles_;
 
   EditorSnapshot baseline_;

@@ -51,11 +51,12 @@ PixelRect shownPart(const EditorDocument& document, PixelSize capture) {
 std::optional<ExportBlock> exportBlock(const EditorDocument& document,
                                        const ExportSituation& situation) {
   using Kind = ExportBlock::Kind;
-  if (situation.base == BaseImageState::loading) return ExportBlock{Kind::stillLoading, {}};
   if (situation.base == BaseImageState::failed) return ExportBlock{Kind::notLoaded, {}};
+  if (situation.base == BaseImageState::loading || situation.build == LayerBuildState::building) {
+    return ExportBlock{Kind::stillLoading, {}};
+  }
   const CanvasSize canvas = canvasSizeOf(document.canvas, situation.capture);
-  if (situation.build == LayerBuildState::failed || situation.build == LayerBuildState::building ||
-      !isPossibleSize(canvas.width, canvas.height)) {
+  if (situation.build == LayerBuildState::failed || !isPossibleSize(canvas.width, canvas.height)) {
     return ExportBlock{Kind::notBuilt, {}};
   }
   const auto firstVisible = [&](const std::vector<std::string>& ids) {

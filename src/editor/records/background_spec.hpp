@@ -38,7 +38,7 @@ struct BackgroundSpec {
   bool shadow = true;
   double shadowStrength = 0.5;  ///< 0 to 1
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const BackgroundSpec&) const = default;
   template <class V, class S>

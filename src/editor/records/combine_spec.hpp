@@ -25,7 +25,7 @@ struct CombineAttachment {
   int pixelHeight = 0;
   int frameIndex = 0;
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const CombineAttachment&) const = default;
   template <class V, class S>
@@ -40,7 +40,7 @@ struct CombineSpec {
   double gutter = 0;  ///< pixels between the pieces
   std::string gutterHex = "#ffffff";
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const CombineSpec&) const = default;
   template <class V, class S>

@@ -14,7 +14,7 @@ struct BlockEdit {
   std::string original;  ///< what was recognised
   std::string text;      ///< what it should say
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const BlockEdit&) const = default;
   template <class V, class S>
@@ -30,7 +30,7 @@ struct EditedText {
   std::optional<std::string> fileDigest;  ///< of the image file the edits belong to
   bool parked = false;
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const EditedText&) const = default;
   template <class V, class S>

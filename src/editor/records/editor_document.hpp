@@ -18,7 +18,7 @@ struct EditorDocument {
   std::vector<LayerSpec> layers;  ///< lowest first
   CanvasSpec canvas;
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const EditorDocument&) const = default;
   template <class V, class S>

@@ -17,7 +17,7 @@ struct CanvasSpec {
   double height = 0;
   std::string backdropHex = "#ffffff";  ///< the colour where no image covers it
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const CanvasSpec&) const = default;
   template <class V, class S>
@@ -32,7 +32,7 @@ struct LayerBorder {
   double width = 0;  ///< canvas pixels
   std::string color;
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const LayerBorder&) const = default;
   template <class V, class S>
@@ -58,7 +58,7 @@ struct LayerSpec {
   std::string name;
   std::optional<LayerBorder> border;  ///< normalised
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const LayerSpec&) const = default;
   template <class V, class S>

@@ -56,7 +56,7 @@ struct Shape {
   std::optional<double> starInset;     ///< depth of a star; 0 is a plain polygon
   std::optional<std::string> layerId;  ///< the layer it lies on; without one, the base image
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const Shape&) const = default;
   template <class V, class S>

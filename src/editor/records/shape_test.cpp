@@ -39,7 +39,7 @@ TEST(ShapeTest, OldTypesMapForwardAndUnknownOnesFailAlone) {
   EXPECT_EQ(line.type, ShapeType::arrow);
   EXPECT_EQ(line.headStyle, ArrowHeadStyle::headless);
   EXPECT_EQ(line.lineStyle, LineStyle::dashed);
-  EXPECT_EQ(shapeFrom(R"("type":"line","headStyle":7)").extra, json::Object{});
+  EXPECT_EQ(shapeFrom(R"("type":"line","headStyle":7)").extra, json::Extra{});
   const Shape rect = shapeFrom(R"("fill":"none","type":"rectFill")");
   EXPECT_EQ(rect.type, ShapeType::rect);
   EXPECT_EQ(rect.fill, FillStyle::solid);

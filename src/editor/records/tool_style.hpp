@@ -31,7 +31,7 @@ struct ToolStyle {
   std::optional<double> starInset;
   std::optional<std::string> emoji;
 
-  json::Object extra;
+  json::Extra extra;
 
   bool operator==(const ToolStyle&) const = default;
   template <class V, class S>

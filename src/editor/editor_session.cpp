@@ -1,0 +1,108 @@
+#include "editor/editor_session.hpp"
+
+#include <utility>
+
+namespace vantorel {
+namespace {
+
+/// True for exports that leave the program's own library.
+bool isPublishing(EditorExport target) {
+  switch (target) {
+    case EditorExport::save:
+    case EditorExport::archive: return false;
+    case EditorExport::file:
+    case EditorExport::copy:
+    case EditorExport::share:
+    case EditorExport::dragOut: return true;
+  }
+  std::unreachable();
+}
+
+}  // namespace
+
+EditorSession::EditorSession(std::string entryID, std::string path, EditorModel& model,
+                             EditorSessionServices services)
+    : entryID_(std::move(entryID)),
+      path_(std::move(path)),
+      model_(model),
+      services_(std::move(services)),
+      builds_(services_.main, services_.background, services_.buildLayers, [] {}) {}
+
+void EditorSession::setBase(BaseImageState state) {
+  base_ = state;
+  if (state == BaseImageState::ready) rebuildLayers();
+}
+
+void EditorSession::rebuildLayers() {
+  if (base_ == BaseImageState::ready) builds_.start(model_.document());
+}
+
+std::optional<ExportBlock> EditorSession::block() const {
+  ExportSituation situation;
+  situation.base = base_;
+  situation.build = builds_.state();
+  situation.missingLayerIDs = builds_.latest().missingLayerIDs;
+  situation.oversizedLayerIDs = builds_.latest().oversizedLayerIDs;
+  situation.capture = model_.captureSize();
+  return exportBlock(model_.document(), situation);
+}
+
+void EditorSession::exportTo(EditorExport target, std::function<void(Result<EditorSaving>)> done) {
+  if (!isPublishing(target) || unredacted_ == 0 || publishingConfirmed_) {
+    confirmed(std::move(done));
+    return;
+  }
+  services_.ask("Publish without redacting?",
+                alive_.guard([this, done = std::move(done)](bool yes) mutable {
+                  if (!yes) {
+                    done(failed(FailureKind::cancelled, "Publish wasn't confirmed"));
+                    return;
+                  }
+                  publishingConfirmed_ = true;
+                  confirmed(std::move(done));
+                }));
+}
+
+void EditorSession::confirmed(std::function<void(Result<EditorSaving>)> done) {
+  model_.endText();
+  if (const auto blocked = block()) {
+    done(failed(FailureKind::unsupported, sentence(*blocked)));
+    return;
+  }
+  EditorSaving saving{entryID_, path_, {}, model_.document()};
+  auto finish = alive_.guard([saving, done = std::move(done)](Result<Image> image) mutable {
+    if (!image) {
+      done(failed(image.error().kind, sentence(OutputFailure::notPrepared)));
+      return;
+    }
+    saving.image = *std::move(image);
+    done(std::move(saving));
+  });
+  services_.background->post([main = services_.main, flatten = services_.flatten,
+                              document = std::move(saving.document),
+                              finish = std::move(finish)]() mutable {
+    main->post([image = flatten(document), finish = std::move(finish)]() mutable {
+      finish(std::move(image));
+    });
+  });
+}
+
+void EditorSession::handBack(EditorExport target, const std::function<void(EditorSaving)>& to) {
+  exportTo(target, [this, to](Result<EditorSaving> saving) {
+    if (!saving) {
+      services_.report(saving.error().reason);
+      return;
+    }
+    if (saving->document == model_.document()) model_.markSaved();
+    to(*std::move(saving));
+  });
+}
+
+void EditorSession::save() { handBack(EditorExport::save, services_.save); }
+void EditorSession::archive() { handBack(EditorExport::archive, services_.archive); }
+
+void EditorSession::discard() {
+  if (model_.hasUnsavedChanges()) services_.report("Annotation discarded");
+}
+
+}  // namespace vantorel

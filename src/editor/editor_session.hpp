@@ -1,0 +1,93 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/alive.hpp"
+#include "base/image.hpp"
+#include "base/task_runner.hpp"
+#include "editor/editor_model.hpp"
+#include "editor/layer_builds.hpp"
+#include "editor/output_failure.hpp"
+
+namespace vantorel {
+
+/// What the editor hands back to the library.
+struct EditorSaving {
+  std::string entryID;
+  std::string path;
+  Image image;  ///< flattened
+  EditorDocument document;
+};
+
+/// Where a finished picture goes.
+enum class EditorExport { save, archive, file, copy, share, dragOut };
+
+/// What an editor needs from outside. All callbacks come on the main runner, none of them after
+/// the session is gone.
+struct EditorSessionServices {
+  std::shared_ptr<TaskRunner> main;
+  std::shared_ptr<TaskRunner> background;
+
+  /// Both are called on the background runner.
+  LayerBuilds::Build buildLayers;
+  std::function<Result<Image>(const EditorDocument&)> flatten;
+
+  /// Asks a question with yes and no.
+  std::function<void(const std::string& question, std::function<void(bool)> answered)> ask;
+  std::function<void(const std::string&)> report;
+  std::function<void(EditorSaving)> save;
+  std::function<void(EditorSaving)> archive;
+};
+
+/// The errand of one editor window, from opening an entry to handing its document back: what may
+/// leave, and what is asked before. Lives on the main runner.
+class EditorSession {
+ public:
+  EditorSession(std::string entryID, std::string path, EditorModel& model,
+                EditorSessionServices services);
+
+  /// The base image has been read, or could not be.
+  void setBase(BaseImageState state);
+
+  /// Builds the layered image anew; called after layers or canvas changed.
+  void rebuildLayers();
+
+  [[nodiscard]] const LayerBuilds& layers() const { return builds_; }
+
+  /// How many findings of sensitive content are not covered by a redaction.
+  void setUnredactedFindings(int count) { unredacted_ = count; }
+
+  /// Why nothing can be exported now.
+  [[nodiscard]] std::optional<ExportBlock> block() const;
+
+  /// Draws the picture for `target` and hands it to `done`, or says why not: an empty message when
+  /// the reason has been reported already. Asks once a session before unredacted content leaves the
+  /// library.
+  void exportTo(EditorExport target, std::function<void(Result<EditorSaving>)> done);
+
+  /// Hand the document to the library.
+  void save();
+  void archive();
+
+  /// Gives up what was not saved.
+  void discard();
+
+ private:
+  void confirmed(std::function<void(Result<EditorSaving>)> done);
+  void handBack(EditorExport target, const std::function<void(EditorSaving)>& to);
+
+  std::string entryID_;
+  std::string path_;
+  EditorModel& model_;
+  EditorSessionServices services_;
+  LayerBuilds builds_;
+  BaseImageState base_ = BaseImageState::loading;
+  int unredacted_ = 0;
+  bool publishingConfirmed_ = false;
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,112 @@
+#include "editor/editor_session.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "editor/testing/mixed_shapes.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+class EditorSessionTest : public ::testing::Test {
+ protected:
+  EditorSessionServices services() {
+    EditorSessionServices result;
+    result.main = runners.main();
+    result.background = runners.runner("background");
+    result.buildLayers = [this](const EditorDocument& document) {
+      ++built;
+      LayerComposite composite;
+      composite.image = picture;
+      if (!document.layers.empty()) composite.missingLayerIDs = {document.layers.back().id};
+      return composite;
+    };
+    result.flatten = [this](const EditorDocument&) -> Result<Image> {
+      if (isBroken) return failed(FailureKind::other, "no memory");
+      return picture;
+    };
+    result.ask = [this](const std::string& question, std::function<void(bool)> answered) {
+      said.push_back(question);
+      answer = std::move(answered);
+    };
+    result.report = [this](const std::string& line) { said.push_back(line); };
+    result.save = [this](EditorSaving saving) { saved.push_back(std::move(saving)); };
+    result.archive = result.save;
+    return result;
+  }
+
+  std::string copied() {
+    std::string words = "waiting";
+    session.exportTo(EditorExport::copy, [&](Result<EditorSaving> saving) {
+      words = saving ? "copied" : saving.error().reason;
+    });
+    if (answer) std::exchange(answer, nullptr)(willConfirm);
+    runners.run();
+    return words;
+  }
+
+  FakeRunners runners;
+  Image picture = MutableImage({8, 6}, PixelFormat::bgrx).finish();
+  int built = 0;
+  bool isBroken = false;
+  bool willConfirm = false;
+  std::vector<std::string> said;
+  std::function<void(bool)> answer;
+  std::vector<EditorSaving> saved;
+  EditorModel model{{{8, 6}, {}, {}, 2.0, {}, roughText}, {}};
+  EditorSession session{"entry", "/shot.png", model, services()};
+};
+
+TEST_F(EditorSessionTest, OnlyTheLatestBuildIsInstalled) {
+  session.setBase(BaseImageState::ready);
+  model.addLayers({{"/logo.png", {4, 4}}});
+  session.rebuildLayers();
+  session.rebuildLayers();
+  EXPECT_EQ(session.layers().state(), LayerBuildState::building);
+  EXPECT_EQ(sentence(*session.block()), "Export is blocked: the screenshot is still loading.");
+  runners.run();
+  EXPECT_EQ(built, 1);
+  EXPECT_EQ(sentence(*session.block()), "Export is blocked: logo is missing. Hide or remove it.");
+}
+
+TEST_F(EditorSessionTest, SavingHandsTheDocumentBackWithItsPicture) {
+  session.save();
+  EXPECT_THAT(said, ::testing::ElementsAre("Export is blocked: the screenshot is still loading."));
+  session.setBase(BaseImageState::ready);
+  runners.run();
+  model.edit("Draw", [](EditorSnapshot& state) { state.append(mixedShape(3)); });
+  session.save();
+  runners.run();
+  ASSERT_EQ(saved.size(), 1U);
+  EXPECT_EQ(saved[0].entryID, "entry");
+  EXPECT_EQ(saved[0].document, model.document());
+  EXPECT_FALSE(model.hasUnsavedChanges());
+  model.undo();
+  isBroken = true;
+  session.archive();
+  runners.run();
+  EXPECT_EQ(said.back(), "the image couldn't be prepared");
+  EXPECT_EQ(saved.size(), 1U);
+  session.discard();
+  EXPECT_EQ(said.back(), "Annotation discarded");
+}
+
+TEST_F(EditorSessionTest, UnredactedContentLeavesOnlyWhenConfirmedAndOnceConfirmedStaysSo) {
+  session.setBase(BaseImageState::ready);
+  runners.run();
+  EXPECT_EQ(copied(), "copied");
+  session.setUnredactedFindings(2);
+  EXPECT_EQ(copied(), "Publish wasn't confirmed");
+  willConfirm = true;
+  EXPECT_EQ(copied(), "copied");
+  EXPECT_EQ(copied(), "copied");
+  EXPECT_THAT(said,
+              ::testing::ElementsAre("Publish without redacting?", "Publish without redacting?"));
+  session.save();
+  runners.run();
+  EXPECT_EQ(saved.size(), 1U);
+}
+
+}  // namespace
+}  // namespace vantorel

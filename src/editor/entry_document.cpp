@@ -1,0 +1,177 @@
+#include "editor/entry_document.hpp"
+
+#include <fmt/format.h>
+
+#include <set>
+
+#include "editor/canvas_size.hpp"
+#include "editor/export_gate.hpp"
+#include "editor/layer_layout.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::uint64_t mostFileBytes = 1'000'000'000;
+
+/// The first item of the list under `key` that tolerant reading would drop.
+template <class Item>
+Result<void> checkItems(json::Cursor root, std::string_view wanted) {
+  std::string_view key;
+  json::Cursor list;
+  for (auto members = root.members(); members.next(key, list);) {
+    if (key != wanted) continue;
+    if (list.kind() != json::Kind::array) {
+      return failed(FailureKind::malformed,
+                    fmt::format("The document's \"{}\" must be a list.", wanted));
+    }
+    int index = 0;
+    json::Cursor item;
+    for (auto items = list.items(); items.next(item); ++index) {
+      Item value;
+      json::Problem problem;
+      if (read(item, value, problem)) continue;
+      return failed(FailureKind::malformed, fmt::format("The document can't be used: {}[{}]: {}.",
+                                                        wanted, index, problem.sentence()));
+    }
+  }
+  return {};
+}
+
+template <class Record>
+Result<void> checkMember(json::Cursor root, std::string_view wanted) {
+  std::string_view key;
+  json::Cursor value;
+  for (auto members = root.members(); members.next(key, value);) {
+    if (key != wanted || value.kind() == json::Kind::null) continue;
+    Record record;
+    json::Problem problem;
+    if (!read(value, record, problem)) {
+      return failed(FailureKind::malformed,
+                    fmt::format("The document can't be used: {}: {}.", wanted, problem.sentence()));
+    }
+  }
+  return {};
+}
+
+Result<EditorDocument> readStrictly(std::string text) {
+  const auto json = json::Document::parse(std::move(text));
+  if (!json) {
+    return failed(FailureKind::malformed, "The document isn't JSON: " + json.error().reason + ".");
+  }
+  const json::Cursor root = json->root();
+  if (root.kind() != json::Kind::object) {
+    return failed(FailureKind::malformed, "The document must be a JSON object.");
+  }
+  VT_TRY(checkItems<Shape>(root, "shapes"));
+  VT_TRY(checkMember<Box>(root, "crop"));
+  VT_TRY(checkMember<BackgroundSpec>(root, "background"));
+  VT_TRY(checkItems<LayerSpec>(root, "layers"));
+  VT_TRY(checkMember<CanvasSpec>(root, "canvas"));
+  EditorDocument document;
+  json::Problem problem;
+  if (!read(root, document, problem)) {
+    return failed(FailureKind::malformed,
+                  "The document can't be used: " + problem.sentence() + ".");
+  }
+  return document;
+}
+
+Result<void> checkIDs(const EditorDocument& document) {
+  std::set<std::string_view> seen;
+  for (const Shape& shape : document.shapes) {
+    if (seen.insert(shape.id).second) continue;
+    return failed(FailureKind::malformed,
+                  "The document can't be used: two shapes have the id " + shape.id + ".");
+  }
+  seen.clear();
+  for (const LayerSpec& layer : document.layers) {
+    if (seen.insert(layer.id).second) continue;
+    return failed(FailureKind::malformed,
+                  "The document can't be used: two layers have the id " + layer.id + ".");
+  }
+  return {};
+}
+
+Result<void> checkLayer(LayerSpec& layer, const Files& files, const ImageCodec& codec,
+                        ExportSituation& situation) {
+  if (!layer.path) return {};
+  if (layer.name.empty()) layer.name = Path(*layer.path).stem().string();
+  const auto bytes = files.read(*layer.path, mostFileBytes);
+  const auto size =
+      bytes ? codec.pixelSize(*bytes) : Result<PixelSize>(std::unexpected(bytes.error()));
+  if (!size) {
+    const bool large = size.error().kind == FailureKind::tooLarge;
+    (large ? situation.oversizedLayerIDs : situation.missingLayerIDs).push_back(layer.id);
+    return {};
+  }
+  if (!isPossibleSize(size->width, size->height)) situation.oversizedLayerIDs.push_back(layer.id);
+  if (layer.pixelWidth < 1 || layer.pixelHeight < 1) {
+    layer.pixelWidth = size->width;
+    layer.pixelHeight = size->height;
+  }
+  return {};
+}
+
+}  // namespace
+
+EditorDocument documentOf(const ScreenshotEntry& entry, PixelSize capture) {
+  EditorDocument document;
+  document.shapes = entry.shapes;
+  document.crop = entry.crop;
+  if (entry.background) document.background = *entry.background;
+  if (entry.layers) document.layers = *entry.layers;
+  if (entry.canvas) document.canvas = *entry.canvas;
+  if (entry.combine && document.layers.empty()) addAsLayers(*entry.combine, capture, document);
+  const CanvasSize canvas = canvasSizeOf(document.canvas, capture);
+  document.canvas.width = canvas.width;
+  document.canvas.height = canvas.height;
+  return document;
+}
+
+void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEntry& entry) {
+  entry.shapes = document.shapes;
+  entry.crop = document.crop;
+  entry.background.reset();
+  if (document.background != BackgroundSpec{}) entry.background = document.background;
+  entry.combine.reset();
+  entry.layers.reset();
+  if (!document.layers.empty()) entry.layers = document.layers;
+  CanvasSpec plain;
+  plain.width = capture.width;
+  plain.height = capture.height;
+  entry.canvas.reset();
+  if (document.canvas != plain && document.canvas != CanvasSpec{}) entry.canvas = document.canvas;
+}
+
+Result<EditorDocument> checkedDocument(std::string text, PixelSize capture, const Files& files,
+                                       const ImageCodec& codec) {
+  EditorDocument document = VT_TRY(readStrictly(std::move(text)));
+  VT_TRY(checkIDs(document));
+  if (document.canvas.width != 0 || document.canvas.height != 0) {
+    const auto size = checkedCanvasSize(document.canvas.width, document.canvas.height, {});
+    if (!size) return failed(FailureKind::tooLarge, sentence(size.error()));
+  }
+  const CanvasSize canvas = canvasSizeOf(document.canvas, capture);
+  document.canvas.width = canvas.width;
+  document.canvas.height = canvas.height;
+  ExportSituation situation;
+  situation.base = BaseImageState::ready;
+  situation.build = LayerBuildState::ready;
+  situation.capture = capture;
+  for (LayerSpec& layer : document.layers) VT_TRY(checkLayer(layer, files, codec, situation));
+  if (const auto block = exportBlock(document, situation)) {
+    return failed(FailureKind::unsupported, sentence(*block));
+  }
+  return document;
+}
+
+Result<Image> readPictureFile(const Path& path, const Files& files, const ImageCodec& codec) {
+  const std::string bytes = VT_TRY(files.read(path, mostFileBytes));
+  const PixelSize size = VT_TRY(codec.pixelSize(bytes));
+  if (!isPossibleSize(size.width, size.height)) {
+    return failed(FailureKind::tooLarge, "more than 64 million pixels");
+  }
+  return codec.decode(bytes);
+}
+
+}  // namespace vantorel

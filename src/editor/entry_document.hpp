@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+
+#include "base/result.hpp"
+#include "editor/records/editor_document.hpp"
+#include "library/records/screenshot_entry.hpp"
+#include "platform/files.hpp"
+#include "platform/image_codec.hpp"
+
+// The editor's document as it lies in a library entry.
+
+namespace vantorel {
+
+/// The document of an entry whose base image has `capture` pixels: without a canvas of its own it
+/// has the capture's size. The pieces of an old combined entry have become layers.
+[[nodiscard]] EditorDocument documentOf(const ScreenshotEntry& entry, PixelSize capture);
+
+/// Puts `document` into `entry` in place of what was there. Layers and canvas are left out when
+/// they say no more than the capture itself.
+void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEntry& entry);
+
+/// Reads a document that is to be stored in an entry with a base image of `capture` pixels. Where
+/// reading a library is tolerant, this is strict: a shape or layer that would be dropped, a canvas
+/// size or padding beyond the limits, and a layer whose file is missing, no picture or too large
+/// are refused; the failure's reason is a whole sentence. Layers get the pixel size of their file
+/// when they state none, and a name. Blocks on files.
+[[nodiscard]] Result<EditorDocument> checkedDocument(std::string text, PixelSize capture,
+                                                     const Files& files, const ImageCodec& codec);
+
+/// Reads the picture file of a layer: `notFound`, `malformed` or `tooLarge`. Blocks.
+[[nodiscard]] Result<Image> readPictureFile(const Path& path, const Files& files,
+                                            const ImageCodec& codec);
+
+}  // namespace vantorel

@@ -1,0 +1,86 @@
+#include "editor/entry_document.hpp"
+
+#include <gtest/gtest.h>
+
+#include "editor/testing/mixed_shapes.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+
+namespace vantorel {
+namespace {
+
+class EntryDocumentTest : public ::testing::Test {
+ protected:
+  EntryDocumentTest() {
+    const Image picture = MutableImage({4, 3}, PixelFormat::bgrx).finish();
+    EXPECT_TRUE(files
+                    .create("/logo.png", *codec.encode(picture, {}), Privacy::ownerOnly,
+                            Durability::visible)
+                    .has_value());
+  }
+
+  std::string answer(const std::string& text) {
+    document = {};
+    auto checked = checkedDocument(text, {800, 600}, files, codec);
+    if (!checked) return checked.error().reason;
+    document = *std::move(checked);
+    return "accepted";
+  }
+
+  FakeFiles files;
+  FakeImageCodec codec;
+  EditorDocument document;
+};
+
+TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) {
+  EXPECT_EQ(answer("{}"), "accepted");
+  EXPECT_EQ(document.canvas.width, 800);
+  EXPECT_EQ(answer("[]"), "The document must be a JSON object.");
+  EXPECT_EQ(answer("{").substr(0, 24), "The document isn't JSON:");
+  EXPECT_EQ(answer(R"({"shapes":[{"id":"a","type":"circle","color":"#000000","width":1}]})"),
+            "The document can't be used: shapes[0]: type: unknown shape type circle.");
+  EXPECT_EQ(answer(R"({"shapes":{}})"), "The document's \"shapes\" must be a list.");
+  EXPECT_EQ(answer(R"({"layers":[{"id":"l"}]})"),
+            "The document can't be used: layers[0]: frame: is missing.");
+  EXPECT_EQ(answer(R"({"shapes":[{"id":"a","type":"pen","color":"","width":1},)"
+                   R"({"id":"a","type":"pen","color":"","width":1}]})"),
+            "The document can't be used: two shapes have the id a.");
+  EXPECT_EQ(answer(R"({"canvas":{"width":8001,"height":8000}})"),
+            "Too large — the canvas is limited to 64 million pixels.");
+  EXPECT_EQ(answer(R"({"canvas":{"width":12.5,"height":8}})"), "Enter whole numbers of pixels.");
+  EXPECT_EQ(answer(R"({"canvas":{"width":0,"height":100}})"),
+            "The canvas needs at least 1 px each way.");
+
+  const std::string layer = R"({"layers":[{"id":"l","frame":{"x":0,"y":0,"w":8,"h":6},"path":)";
+  EXPECT_EQ(answer(layer + R"("/gone.png"}]})"),
+            "Export is blocked: gone is missing. Hide or remove it.");
+  EXPECT_EQ(answer(layer + R"("/gone.png","visible":false}]})"), "accepted");
+  EXPECT_EQ(answer(layer + R"("/logo.png"}],"later":1})"), "accepted");
+  EXPECT_EQ(document.layers[0].name, "logo");
+  EXPECT_EQ(document.layers[0].pixelWidth, 4);
+  EXPECT_NE(json::toText(document).find(R"("later":1)"), std::string::npos);
+}
+
+TEST_F(EntryDocumentTest, DocumentsComeBackFromTheEntryTheyWerePutInto) {
+  ScreenshotEntry entry;
+  putDocument(documentOf(entry, {800, 600}), {800, 600}, entry);
+  EXPECT_EQ(entry, ScreenshotEntry{}) << "an unedited entry keeps no canvas and no background";
+
+  ASSERT_EQ(answer(R"({"layers":[{"id":"l","path":"/logo.png","frame":{"x":0,"y":0,"w":8,"h":6}}],)"
+                   R"("crop":{"x":1,"y":2,"w":3,"h":4},)"
+                   R"("canvas":{"width":900,"height":600,"backdropHex":"#000000"},)"
+                   R"("background":{"fill":{"solid":{"_0":"#ffffff"}}}})"),
+            "accepted");
+  document.shapes.push_back(mixedShape(5));
+  CombineAttachment second;
+  second.id = "b";
+  second.path = "/b.png";
+  entry.combine = CombineSpec{{second}, CombineLayout::stacked, 4, "#ffffff", {}};
+  EXPECT_EQ(documentOf(entry, {800, 600}).layers.size(), 2U);
+  putDocument(document, {800, 600}, entry);
+  EXPECT_FALSE(entry.combine.has_value());
+  EXPECT_EQ(documentOf(entry, {800, 600}), document);
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,48 @@
+#include "render/scene_export.hpp"
+
+#include <gtest/gtest.h>
+
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "render/testing/test_scene.hpp"
+
+namespace vantorel {
+namespace {
+
+TEST(SceneExportTest, DrawsLayersFromTheirFilesAndEncodes) {
+  FakeFiles files;
+  FakeImageCodec codec;
+  const Image blue = plainImage({4, 3}, 0xff0000ff);
+  ASSERT_TRUE(
+      files.create("/blue.png", *codec.encode(blue, {}), Privacy::ownerOnly, Durability::visible)
+          .has_value());
+  EditorDocument document;
+  document.layers.emplace_back().id = "blue";
+  document.layers[0].path = "/blue.png";
+  document.layers[0].frame = {2, 2, 4, 3};
+  const SceneSource source = sceneSource(plainImage({20, 10}, 0xffffffff), {}, files, codec);
+  const auto bytes = exportScene(document, source, codec, {});
+  ASSERT_TRUE(bytes.has_value()) << bytes.error().reason;
+  const Image back = *codec.decode(*bytes);
+  EXPECT_EQ(back.size(), (PixelSize{20, 10}));
+  EXPECT_EQ(back.row(4)[4 * 5], 0xff);
+  EXPECT_EQ(back.row(4)[4 * 5 + 2], 0x00);
+  EXPECT_EQ(back.row(4)[4 * 6 + 2], 0xff);
+
+  codec.broken = {ExportFormat::webp};
+  codec.longestHeicSide = 15;
+  ImageEncoding encoding;
+  encoding.format = ExportFormat::webp;
+  const auto broken = exportScene(document, source, codec, encoding);
+  ASSERT_FALSE(broken.has_value());
+  EXPECT_NE(broken.error().reason.find("the image couldn't be encoded or written"),
+            std::string::npos);
+  encoding.format = ExportFormat::heic;
+  EXPECT_EQ(exportScene(document, source, codec, encoding).error().reason,
+            "An image of 20 × 10 px is too large for HEIC.");
+  document.layers[0].path = "/gone.png";
+  EXPECT_FALSE(exportScene(document, source, codec, {}).has_value());
+}
+
+}  // namespace
+}  // namespace vantorel
