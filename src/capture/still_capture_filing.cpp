@@ -43,26 +43,26 @@ void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed) {
   });
 }
 
-void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed) {
-  HistoryStore& store = *services_.store;
-  if (!store.isLoaded()) {
-    struct Waiting {
-      StagedCapture staged;
-      PlacedCapture placed;
-      Filed filed;
-      Observation loading;
-    };
-    auto waiting = std::make_shared<Waiting>(
-        Waiting{std::move(staged), std::move(placed), std::move(filed), {}});
-    waiting->loading = store.observe(alive_.guard([this, waiting](const HistoryChange& change) {
-      if (!change.loaded) return;
-      waiting->loading.end();
-      addToLibrary(std::move(waiting->staged), std::move(waiting->placed),
-                   std::move(waiting->filed));
-    }));
+void StillCaptureFiling::whenLibraryIsOurs(std::move_only_function<void()> ready) {
+  if (services_.store->isLoaded()) {
+    ready();
     return;
   }
+  struct Waiting {
+    std::move_only_function<void()> ready;
+    Observation loading;
+  };
+  auto waiting = std::make_shared<Waiting>(Waiting{std::move(ready), {}});
+  waiting->loading =
+      services_.store->observe(alive_.guard([waiting](const HistoryChange& change) {
+        if (!change.loaded) return;
+        waiting->loading.end();
+        std::exchange(waiting->ready, nullptr)();
+      }));
+}
 
+void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed) {
+  HistoryStore& store = *services_.store;
   ScreenshotEntry entry;
   entry.id = *staged.record.entryID;
   entry.capturedAt = staged.capturedAt;

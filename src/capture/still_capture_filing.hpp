@@ -39,6 +39,10 @@ class StillCaptureFiling {
   /// file for the next launch.
   void file(StagedCapture staged, Image image, Filed filed);
 
+  /// Calls `ready` once the library is loaded and so locked: until then another process may be
+  /// sweeping the staging folder.
+  void whenLibraryIsOurs(std::move_only_function<void()> ready);
+
   /// Paths of staged files that are being filed now: the launch sweep leaves them alone.
   [[nodiscard]] const std::set<Path>& claimedPaths() const { return claimedPaths_; }
 

@@ -129,7 +129,7 @@ TEST(ProgramTest, EveryModeShowsThePixelsOfTheScreen) {
 }
 
 TEST(ProgramTest, KilledAtThirtyMomentsEachCaptureIsFiledOnceOrNever) {
-  TestDesktop desktop({.screen = PixelSize{1920, 1080}});
+  TestDesktop desktop;
   TestClient(desktop.display()).paintRoot(1);
   const Vantorel vantorel(desktop);
   const auto begin = std::chrono::steady_clock::now();
@@ -153,7 +153,7 @@ TEST(ProgramTest, KilledAtThirtyMomentsEachCaptureIsFiledOnceOrNever) {
 
 TEST(ProgramTest, TwoCommandsAtOnceNeverCollide) {
   for (const bool bus : {true, false}) {
-    TestDesktop desktop({.screen = PixelSize{1920, 1080}, .bus = bus});
+    TestDesktop desktop({.bus = bus});
     TestClient(desktop.display()).paintRoot(1);
     const Vantorel vantorel(desktop);
     std::size_t filed = 0;
@@ -275,7 +275,8 @@ TEST(ProgramTest, EscapeOnTheOverlayIsACancelledCommand) {
   ChildProcess area = vantorel.start({"capture", "area"});
   // The overlay is there once it has taken the keyboard.
   while (area.isRunning()) {
-    client.pressKey(0xFF1B);
+    client.key(0xFF1B, true);
+    client.key(0xFF1B, false);
     std::this_thread::sleep_for(20ms);
   }
   const ChildOutcome outcome = area.wait();
