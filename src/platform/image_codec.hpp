@@ -34,6 +34,13 @@ struct IndexedImage {
   std::vector<std::uint8_t> indices;  ///< into `palette`, row by row from the top
 };
 
+/// What a picture file says of itself before its pixels.
+struct PictureHeader {
+  ExportFormat format = ExportFormat::png;
+  PixelSize size;
+  bool hasPalette = false;
+};
+
 /// Reads and writes picture files. Any thread; calls block for as long as the work takes.
 ///
 /// Failures: `tooLarge` (the format cannot hold the pixel size, or a picture is too large to be
@@ -52,8 +59,13 @@ class ImageCodec {
   /// Any of the four formats, told by the first bytes.
   [[nodiscard]] virtual Result<Image> decode(std::string_view bytes) const = 0;
 
+  /// What the header alone tells.
+  [[nodiscard]] virtual Result<PictureHeader> header(std::string_view bytes) const = 0;
+
   /// The pixel size from the header alone.
-  [[nodiscard]] virtual Result<PixelSize> pixelSize(std::string_view bytes) const = 0;
+  [[nodiscard]] Result<PixelSize> pixelSize(std::string_view bytes) const {
+    return VT_TRY(header(bytes)).size;
+  }
 
   /// True when `size` is within what `format` can hold.
   [[nodiscard]] virtual bool canHold(ExportFormat format, PixelSize size) const = 0;

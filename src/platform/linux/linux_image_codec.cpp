@@ -117,16 +117,21 @@ Result<Image> LinuxImageCodec::decode(std::string_view bytes) const try {
   return noMemory();
 }
 
-Result<PixelSize> LinuxImageCodec::pixelSize(std::string_view bytes) const {
+Result<PictureHeader> LinuxImageCodec::header(std::string_view bytes) const {
   const auto format = formatOf(bytes);
   if (!format) return unknownFormat();
+  PictureHeader header{.format = *format, .size = {}};
   switch (*format) {
-    case ExportFormat::png: return pngSize(bytes);
-    case ExportFormat::jpeg: return jpegSize(bytes);
-    case ExportFormat::heic: return VT_TRY(heif())->size(bytes);
-    case ExportFormat::webp: return webpSize(bytes);
+    case ExportFormat::png: return pngHeader(bytes);
+    case ExportFormat::jpeg: header.size = VT_TRY(jpegSize(bytes)); break;
+    case ExportFormat::heic: {
+      const HeifModule* const module = VT_TRY(heif());
+      header.size = VT_TRY(module->size(bytes));
+      break;
+    }
+    case ExportFormat::webp: header.size = VT_TRY(webpSize(bytes)); break;
   }
-  std::unreachable();
+  return header;
 }
 
 bool LinuxImageCodec::canHold(ExportFormat format, PixelSize size) const {

@@ -22,7 +22,7 @@ class LinuxImageCodec final : public ImageCodec {
   Result<std::string> encodeIndexedPNG(const IndexedImage& image,
                                        double pixelsPerPoint) const override;
   Result<Image> decode(std::string_view bytes) const override;
-  Result<PixelSize> pixelSize(std::string_view bytes) const override;
+  Result<PictureHeader> header(std::string_view bytes) const override;
   bool canHold(ExportFormat format, PixelSize size) const override;
 
  private:

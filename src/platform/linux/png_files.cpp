@@ -31,6 +31,8 @@ class PNGReader {
     return decodableSize(image_.width, image_.height);
   }
 
+  [[nodiscard]] bool hasPalette() const { return (image_.format & PNG_FORMAT_FLAG_COLORMAP) != 0; }
+
   [[nodiscard]] Result<Image> finish(PixelSize size) {
     const bool translucent = (image_.format & PNG_FORMAT_FLAG_ALPHA) != 0;
     image_.format = translucent ? PNG_FORMAT_RGBA : PNG_FORMAT_BGRA;
@@ -131,7 +133,12 @@ Result<Image> readPNG(std::string_view bytes) {
   return reader.finish(VT_TRY(reader.begin(bytes)));
 }
 
-Result<PixelSize> pngSize(std::string_view bytes) { return PNGReader().begin(bytes); }
+Result<PictureHeader> pngHeader(std::string_view bytes) {
+  PNGReader reader;
+  const PixelSize size = VT_TRY(reader.begin(bytes));
+  return PictureHeader{
+      .format = ExportFormat::png, .size = size, .hasPalette = reader.hasPalette()};
+}
 
 Result<std::string> writeIndexedPNG(const IndexedImage& image, double pixelsPerPoint) {
   VT_CHECK(!image.palette.empty() && image.palette.size() <= 256);

@@ -10,7 +10,7 @@
 namespace vantorel {
 
 [[nodiscard]] Result<Image> readPNG(std::string_view bytes);
-[[nodiscard]] Result<PixelSize> pngSize(std::string_view bytes);
+[[nodiscard]] Result<PictureHeader> pngHeader(std::string_view bytes);
 [[nodiscard]] Result<std::string> writeIndexedPNG(const IndexedImage& image, double pixelsPerPoint);
 
 }  // namespace vantorel

@@ -2,31 +2,47 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
 namespace vantorel {
 namespace {
 
-struct Header {
-  PixelSize size;
-  std::size_t length = 0;
+struct Parsed {
+  PictureHeader header;
+  std::string_view palette;  ///< 4 bytes a colour; empty when there is none
+  std::string_view pixels;
 };
 
-/// "png 3 2\n" and the pixels.
-std::optional<Header> header(std::string_view bytes) {
+std::size_t bytesPerPixel(ExportFormat format, bool hasPalette) {
+  if (hasPalette) return 1;
+  return format == ExportFormat::jpeg ? 3 : 4;
+}
+
+/// "png 3 2 0\n": format, width, height and colours of the palette; then that and the pixels.
+std::optional<Parsed> parsed(std::string_view bytes) {
   const std::size_t end = bytes.find('\n');
   const std::size_t first = bytes.find(' ');
   if (end == std::string_view::npos || first > end) return std::nullopt;
-  Header found{.size = {}, .length = end + 1};
-  const char* const stop = bytes.data() + end;
-  const auto [next, error] = std::from_chars(bytes.data() + first + 1, stop, found.size.width);
-  if (error != std::errc{} || next == stop) return std::nullopt;
-  if (std::from_chars(next + 1, stop, found.size.height).ec != std::errc{}) return std::nullopt;
-  const std::size_t pixels =
-      static_cast<std::size_t>(found.size.width) * static_cast<std::size_t>(found.size.height) * 4;
-  if (bytes.size() - found.length != pixels) return std::nullopt;
-  return found;
+  const auto format = enumFromName<ExportFormat>(bytes.substr(0, first));
+  std::size_t colours = 0;
+  PixelSize size;
+  auto next = [at = bytes.data() + first, stop = bytes.data() + end](auto& to) mutable {
+    if (at == stop) return false;
+    const auto [rest, error] = std::from_chars(at + 1, stop, to);
+    at = rest;
+    return error == std::errc{};
+  };
+  if (!format || !next(size.width) || !next(size.height) || !next(colours)) return std::nullopt;
+  const std::string_view content = bytes.substr(end + 1);
+  const std::size_t pixels = static_cast<std::size_t>(size.width) *
+                             static_cast<std::size_t>(size.height) *
+                             bytesPerPixel(*format, colours > 0);
+  if (content.size() != colours * 4 + pixels) return std::nullopt;
+  return Parsed{.header = {.format = *format, .size = size, .hasPalette = colours > 0},
+                .palette = content.substr(0, colours * 4),
+                .pixels = content.substr(colours * 4)};
 }
 
 }  // namespace
@@ -38,41 +54,52 @@ Result<std::string> FakeImageCodec::encode(const Image& image,
     return failed(FailureKind::tooLarge, "the picture is too large for the format");
   }
   std::string bytes =
-      fmt::format("{} {} {}\n", nameOf(encoding.format), image.width(), image.height());
+      fmt::format("{} {} {} 0\n", nameOf(encoding.format), image.width(), image.height());
   for (int y = 0; y < image.height(); ++y) {
     const auto row = image.row(y);
-    bytes.append(reinterpret_cast<const char*>(row.data()), row.size());
+    for (std::size_t x = 0; x < row.size(); x += 4) {
+      bytes.append(reinterpret_cast<const char*>(row.data()) + x,
+                   bytesPerPixel(encoding.format, false));
+    }
   }
   return bytes;
 }
 
 Result<std::string> FakeImageCodec::encodeIndexedPNG(const IndexedImage& image, double) const {
   if (broken.contains(ExportFormat::png)) return failed(FailureKind::unsupported, "not installed");
-  std::string bytes = fmt::format("png {} {}\n", image.size.width, image.size.height);
-  for (const std::uint8_t index : image.indices) {
-    const IndexedImage::Colour& colour = image.palette[index];
-    for (const int channel : {2, 1, 0, 3}) bytes += static_cast<char>(colour[channel]);
+  std::string bytes =
+      fmt::format("png {} {} {}\n", image.size.width, image.size.height, image.palette.size());
+  for (const auto [red, green, blue, alpha] : image.palette) {
+    for (const std::uint8_t value : {blue, green, red, alpha}) bytes += static_cast<char>(value);
   }
+  bytes.append(reinterpret_cast<const char*>(image.indices.data()), image.indices.size());
   return bytes;
 }
 
 Result<Image> FakeImageCodec::decode(std::string_view bytes) const {
-  const auto found = header(bytes);
+  const auto found = parsed(bytes);
   if (!found) return failed(FailureKind::malformed, "no picture");
-  MutableImage image(found->size, PixelFormat::bgrx);
-  const char* from = bytes.data() + found->length;
-  for (int y = 0; y < found->size.height; ++y) {
+  const std::size_t step = bytesPerPixel(found->header.format, found->header.hasPalette);
+  MutableImage image(found->header.size, PixelFormat::bgrx);
+  const char* from = found->pixels.data();
+  for (int y = 0; y < found->header.size.height; ++y) {
     const auto row = image.row(y);
-    std::memcpy(row.data(), from, row.size());
-    from += row.size();
+    for (std::size_t x = 0; x < row.size(); x += 4, from += step) {
+      if (found->header.hasPalette) {
+        const std::size_t index = static_cast<std::uint8_t>(*from);
+        std::memcpy(row.data() + x, found->palette.data() + index * 4, 4);
+      } else {
+        std::memcpy(row.data() + x, from, step);
+      }
+    }
   }
   return std::move(image).finish();
 }
 
-Result<PixelSize> FakeImageCodec::pixelSize(std::string_view bytes) const {
-  const auto found = header(bytes);
+Result<PictureHeader> FakeImageCodec::header(std::string_view bytes) const {
+  const auto found = parsed(bytes);
   if (!found) return failed(FailureKind::malformed, "no picture");
-  return found->size;
+  return found->header;
 }
 
 bool FakeImageCodec::canHold(ExportFormat format, PixelSize size) const {

@@ -8,7 +8,7 @@
 namespace vantorel {
 
 /// "Encodes" a picture as its format's name, its size and its pixels, so that what comes back is
-/// what went in. One thread.
+/// what went in; JPEG leaves alpha out, and a palette makes files smaller as it should. One thread.
 class FakeImageCodec final : public ImageCodec {
  public:
   std::set<ExportFormat> broken;       ///< formats that fail
@@ -18,7 +18,7 @@ class FakeImageCodec final : public ImageCodec {
   Result<std::string> encodeIndexedPNG(const IndexedImage& image,
                                        double pixelsPerPoint) const override;
   Result<Image> decode(std::string_view bytes) const override;
-  Result<PixelSize> pixelSize(std::string_view bytes) const override;
+  Result<PictureHeader> header(std::string_view bytes) const override;
   bool canHold(ExportFormat format, PixelSize size) const override;
 };
 

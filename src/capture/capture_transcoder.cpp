@@ -1,0 +1,247 @@
+#include "capture/capture_transcoder.hpp"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <utility>
+
+#include "base/log.hpp"
+#include "capture/area_downscale.hpp"
+#include "capture/indexed_png_encoder.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::uint64_t mostFileBytes = 512ULL << 20;
+constexpr int mostNames = 10'000;
+
+/// What is not at least this much smaller is not worth what it loses.
+constexpr double worthwhile = 0.95;
+
+using Case = TranscodeFailure::Case;
+
+std::unexpected<TranscodeFailure> failure(Case what, std::string reason = {},
+                                          ExportFormat format = ExportFormat::png) {
+  return std::unexpected(TranscodeFailure{what, std::move(reason), format});
+}
+
+std::unexpected<TranscodeFailure> writeFailure(const Failure& why) {
+  return failure(Case::writeFailed, why.reason);
+}
+
+PixelSize sizeInPoints(PixelSize size, double scale) {
+  const auto points = [scale](int pixels) {
+    return std::max(1, static_cast<int>(std::lround(pixels / scale)));
+  };
+  return {points(size.width), points(size.height)};
+}
+
+}  // namespace
+
+std::string sentence(const TranscodeFailure& failure) {
+  switch (failure.what) {
+    case Case::writeFailed: return "Couldn't save the screenshot: " + failure.reason;
+    case Case::unreadable: return "the capture couldn't be read as an image";
+    case Case::tooLarge:
+      return fmt::format("{} can't hold a screenshot this large", displayName(failure.format));
+    case Case::encodeRefused:
+      return "Couldn't save the screenshot: the capture couldn't be encoded.";
+  }
+  std::unreachable();
+}
+
+/// A capture's file, read.
+struct CaptureTranscoder::Opened {
+  PictureHeader header;
+  Image image;
+  std::uint64_t bytes = 0;
+};
+
+CaptureTranscoder::CaptureTranscoder(std::shared_ptr<Files> files,
+                                     std::shared_ptr<const ImageCodec> codec)
+    : files_(std::move(files)), codec_(std::move(codec)) {}
+
+CaptureTranscoder::Answer<CaptureTranscoder::Opened> CaptureTranscoder::open(
+    const Source& source) const {
+  const auto bytes = files_->read(source.path, mostFileBytes);
+  if (!bytes) return failure(Case::unreadable, bytes.error().reason);
+  const auto header = codec_->header(*bytes);
+  if (!header) return failure(Case::unreadable, header.error().reason);
+  auto image = codec_->decode(*bytes);
+  if (!image) return failure(Case::unreadable, image.error().reason);
+  return Opened{.header = *header, .image = std::move(*image), .bytes = bytes->size()};
+}
+
+CaptureTranscoder::Answer<std::string> CaptureTranscoder::encode(
+    const Image& image, const ImageEncoding& encoding) const {
+  if (!codec_->canHold(encoding.format, image.size())) {
+    return failure(Case::tooLarge, {}, encoding.format);
+  }
+  auto bytes = codec_->encode(image, encoding);
+  if (bytes) return std::move(*bytes);
+  logWarning("Transcoding", "{} was refused: {}", displayName(encoding.format),
+             bytes.error().reason);
+  return failure(Case::encodeRefused, bytes.error().reason, encoding.format);
+}
+
+CaptureTranscoder::Answer<std::string> CaptureTranscoder::encodePalette(
+    const IndexedPNGEncoder& palette, const ImageEncoding& encoding) const {
+  if (!codec_->canHold(ExportFormat::png, palette.image().size)) {
+    return failure(Case::tooLarge, {}, ExportFormat::png);
+  }
+  auto bytes = palette.encode(*codec_, encoding.pixelsPerPoint);
+  if (!bytes) return failure(Case::encodeRefused, bytes.error().reason);
+  return std::move(*bytes);
+}
+
+vantorel::Result<void> CaptureTranscoder::removeIfThere(const Path& path) {
+  auto removed = files_->remove(path);
+  if (!removed && removed.error().kind == FailureKind::notFound) return {};
+  return removed;
+}
+
+vantorel::Result<void> CaptureTranscoder::keepOriginal(const Path& path, const Path& original) {
+  auto kept = files_->linkNew(path, original);
+  if (!kept && kept.error().kind == FailureKind::unsupported) {
+    // Half a copy under the final name would pass for the original after a crash.
+    Path partial = original;
+    partial += ".partial";
+    VT_TRY(removeIfThere(partial));
+    const std::string bytes = VT_TRY(files_->read(path, mostFileBytes));
+    VT_TRY(files_->create(partial, bytes, Privacy::ownerOnly, Durability::flushed));
+    kept = files_->moveNew(partial, original);
+    if (!kept) VT_TRY(removeIfThere(partial));
+  }
+  if (!kept && kept.error().kind == FailureKind::exists) return {};
+  VT_TRY(kept);
+  return files_->flushFolder(original.parent_path());
+}
+
+vantorel::Result<Path> CaptureTranscoder::writeBeside(const Path& old, std::string_view bytes,
+                                                      ExportFormat format) {
+  const Path folder = old.parent_path();
+  const Path temporary = folder / fmt::format(".{}.partial", old.stem().string());
+  VT_TRY(removeIfThere(temporary));
+  VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
+  auto problem = failed(FailureKind::exists, "every file name is taken");
+  for (int number = 1; number <= mostNames; ++number) {
+    const std::string numbered =
+        number == 1 ? old.stem().string() : fmt::format("{} {}", old.stem().string(), number);
+    const Path path = folder / fmt::format("{}.{}", numbered, fileExtension(format));
+    const auto moved = files_->moveNew(temporary, path);
+    if (moved) {
+      VT_TRY(files_->flushFolder(folder));
+      return path;
+    }
+    if (moved.error().kind == FailureKind::exists) continue;
+    problem = std::unexpected(moved.error());
+    break;
+  }
+  if (const auto removed = removeIfThere(temporary); !removed) {
+    logWarning("Transcoding", "{} stays behind: {}", temporary.string(), removed.error().reason);
+  }
+  return problem;
+}
+
+CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::write(
+    const Source& source, const Opened& opened, const Image& image, const ImageEncoding& encoding,
+    std::string_view bytes) {
+  Result result{.path = source.path,
+                .oldPath = std::nullopt,
+                .format = encoding.format,
+                .pixelSize = image.size(),
+                .scale = encoding.pixelsPerPoint,
+                .preview = image,
+                .bytesBefore = opened.bytes,
+                .bytesAfter = bytes.size(),
+                .downscaled = image.size() != opened.image.size(),
+                .notes = {}};
+  if (source.keepOriginalAs) {
+    const auto kept = keepOriginal(source.path, *source.keepOriginalAs);
+    if (!kept) return writeFailure(kept.error());
+  }
+  if (encoding.format == opened.header.format) {
+    const auto replaced = files_->replace(source.path, bytes, Privacy::byUmask);
+    if (!replaced) return writeFailure(replaced.error());
+    const auto flushed = files_->flushFolder(source.path.parent_path());
+    if (!flushed) return writeFailure(flushed.error());
+    return result;
+  }
+  auto path = writeBeside(source.path, bytes, encoding.format);
+  if (!path) return writeFailure(path.error());
+  result.path = std::move(*path);
+  result.oldPath = source.path;
+  return result;
+}
+
+std::expected<CaptureTranscoder::Result, TranscodeFailure> CaptureTranscoder::convert(
+    const Source& source, ExportFormat format, double quality) {
+  const Opened opened = VT_TRY(open(source));
+  if (opened.header.format == format) {
+    return Result{.path = source.path,
+                  .oldPath = std::nullopt,
+                  .format = format,
+                  .pixelSize = opened.image.size(),
+                  .scale = source.scale,
+                  .preview = opened.image,
+                  .bytesBefore = opened.bytes,
+                  .bytesAfter = opened.bytes,
+                  .downscaled = false,
+                  .notes = {}};
+  }
+  const ImageEncoding encoding{.format = format,
+                               .quality = quality,
+                               .pixelsPerPoint = source.scale,
+                               .pngEffort = PNGEffort::small};
+  return write(source, opened, opened.image, encoding, VT_TRY(encode(opened.image, encoding)));
+}
+
+CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTranscoder::compacted(
+    const Source& source, bool downscaleTo1x) {
+  const Opened opened = VT_TRY(open(source));
+  const bool mayTakePalette =
+      opened.header.format == ExportFormat::png && !opened.header.hasPalette;
+  std::optional<IndexedPNGEncoder> palette;
+  if (mayTakePalette) palette.emplace(opened.image);
+  const CompressPlan plan = compressPlan({.format = opened.header.format,
+                                          .hasPalette = opened.header.hasPalette,
+                                          .isTranslucent = palette && palette->isTranslucent(),
+                                          .paletteDecibels = palette ? palette->decibels() : 0,
+                                          .scale = source.scale,
+                                          .downscaleTo1x = downscaleTo1x});
+  if (std::holds_alternative<compress::AlreadyCompact>(plan)) return std::nullopt;
+
+  ImageEncoding encoding{
+      .format = ExportFormat::png, .pixelsPerPoint = source.scale, .pngEffort = PNGEffort::small};
+  Image image = opened.image;
+  if (const auto* const reencode = std::get_if<compress::Reencode>(&plan)) {
+    encoding.format = reencode->format;
+    encoding.quality = reencode->quality;
+    palette.reset();
+    if (reencode->downscaleTo1x) {
+      image = downscaled(image, sizeInPoints(image.size(), source.scale));
+      encoding.pixelsPerPoint = 1;
+      if (encoding.format == ExportFormat::png) palette.emplace(image);
+    }
+  }
+  const bool takesPalette = palette && palette->decibels() >= goodPaletteDecibels;
+  const std::string bytes =
+      takesPalette ? VT_TRY(encodePalette(*palette, encoding)) : VT_TRY(encode(image, encoding));
+  if (static_cast<double>(bytes.size()) > worthwhile * static_cast<double>(opened.bytes)) {
+    return std::nullopt;
+  }
+  return VT_TRY(write(source, opened, image, encoding, bytes));
+}
+
+CaptureTranscoder::CompressOutcome CaptureTranscoder::compress(const Source& source,
+                                                               bool downscaleTo1x) {
+  auto result = compacted(source, downscaleTo1x);
+  if (!result) {
+    if (result.error().what == Case::tooLarge) return TooLarge{result.error().format};
+    return Failed{std::move(result).error()};
+  }
+  if (!*result) return AlreadyCompact{};
+  return Compacted{std::move(**result)};
+}
+
+}  // namespace vantorel

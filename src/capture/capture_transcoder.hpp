@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "base/image.hpp"
+#include "capture/capture_outcome.hpp"
+#include "capture/compress_plan.hpp"
+#include "platform/files.hpp"
+#include "platform/image_codec.hpp"
+
+namespace vantorel {
+
+class IndexedPNGEncoder;
+
+/// Why a capture could not be converted or compressed. Its file is then as it was.
+struct TranscodeFailure {
+  enum class Case {
+    writeFailed,    ///< `reason` says why
+    unreadable,     ///< there is no file, or it is no picture
+    tooLarge,       ///< `format` cannot hold the pixel size
+    encodeRefused,  ///< the encoder failed or is not installed; `reason` says why
+  };
+  Case what = Case::writeFailed;
+  std::string reason;
+  ExportFormat format = ExportFormat::png;
+};
+
+[[nodiscard]] std::string sentence(const TranscodeFailure& failure);
+
+/// Converts and compresses the files of captures. Keeps the old file until the new one is whole and
+/// on the disk. Blocks: for a runner that may wait.
+class CaptureTranscoder {
+ public:
+  /// The capture to work on.
+  struct Source {
+    Path path;
+    double scale = 1;  ///< pixels per point
+
+    /// Where the file as it was is to be kept, made before anything changes; one that stands there
+    /// already, from an earlier change, stays. None: it is not kept.
+    std::optional<Path> keepOriginalAs = std::nullopt;
+  };
+
+  /// What the library's entry is to say from now on.
+  struct Result {
+    Path path;
+
+    /// The old file, when the new one has another name. It still stands: whoever asked removes it
+    /// once the entry names the new one, so that a crash leaves no entry without its file.
+    std::optional<Path> oldPath;
+
+    ExportFormat format = ExportFormat::png;
+    PixelSize pixelSize;
+    double scale = 1;  ///< pixels per point
+    Image preview;     ///< the picture before a lossy format's own losses
+    std::uint64_t bytesBefore = 0;
+    std::uint64_t bytesAfter = 0;
+    bool downscaled = false;
+    std::vector<CaptureNote> notes;
+  };
+
+  CaptureTranscoder(std::shared_ptr<Files> files, std::shared_ptr<const ImageCodec> codec);
+
+  /// Writes the capture in `format`, beside the old file under its name with the other extension
+  /// (numbered when that is taken). A capture that has the format already is left as it is.
+  [[nodiscard]] std::expected<Result, TranscodeFailure> convert(const Source& source,
+                                                                ExportFormat format,
+                                                                double quality);
+
+  /// How `compress` ended.
+  struct Compacted {
+    Result result;
+  };
+  struct AlreadyCompact {};  ///< nothing was to be had: the file is as it was
+  struct TooLarge {
+    ExportFormat format = ExportFormat::png;
+  };
+  struct Failed {
+    TranscodeFailure failure;
+  };
+  using CompressOutcome = std::variant<Compacted, AlreadyCompact, TooLarge, Failed>;
+
+  /// Makes the file smaller in the way that suits the picture; never larger. In the same format it
+  /// keeps its name.
+  [[nodiscard]] CompressOutcome compress(const Source& source, bool downscaleTo1x);
+
+ private:
+  struct Opened;
+  template <class Value>
+  using Answer = vantorel::Result<Value, TranscodeFailure>;
+
+  [[nodiscard]] Answer<Opened> open(const Source& source) const;
+  [[nodiscard]] Answer<std::string> encode(const Image& image, const ImageEncoding& encoding) const;
+  [[nodiscard]] Answer<std::string> encodePalette(const IndexedPNGEncoder& palette,
+                                                  const ImageEncoding& encoding) const;
+  [[nodiscard]] Answer<std::optional<Result>> compacted(const Source& source, bool downscaleTo1x);
+  [[nodiscard]] Answer<Result> write(const Source& source, const Opened& opened, const Image& image,
+                                     const ImageEncoding& encoding, std::string_view bytes);
+  [[nodiscard]] vantorel::Result<void> removeIfThere(const Path& path);
+  [[nodiscard]] vantorel::Result<void> keepOriginal(const Path& path, const Path& original);
+  [[nodiscard]] vantorel::Result<Path> writeBeside(const Path& old, std::string_view bytes,
+                                                   ExportFormat format);
+
+  std::shared_ptr<Files> files_;
+  std::shared_ptr<const ImageCodec> codec_;
+};
+
+}  // namespace vantorel

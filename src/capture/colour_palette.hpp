@@ -1,0 +1,33 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace vantorel {
+
+/// Blue, green, red (multiplied by alpha) and alpha, 0 to 255; alpha is `opaqueAlpha` for opaque
+/// colours, far off so that they never share a palette colour with translucent ones.
+using ColourPoint = std::array<float, 4>;
+
+constexpr float opaqueAlpha = 2000;
+
+/// A colour and how many pixels have it.
+struct WeightedColour {
+  ColourPoint point{};
+  double weight = 0;
+};
+
+constexpr std::size_t mostPaletteColours = 256;
+
+struct ColourPalette {
+  std::vector<ColourPoint> colours;   ///< at most `mostPaletteColours`
+  std::vector<std::uint8_t> indices;  ///< of the palette colour that stands for each given one
+};
+
+/// The given colours themselves when they are few enough, otherwise ones that keep the squared
+/// error small: the set is cut where its variance is largest, then each colour moves to the middle
+/// of those it stands for, or to the one that makes up most of them.
+[[nodiscard]] ColourPalette paletteFor(const std::vector<WeightedColour>& colours);
+
+}  // namespace vantorel
