@@ -5,10 +5,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <thread>
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/utf8.hpp"
 
 namespace vantorel {
 namespace {
@@ -22,6 +24,8 @@ constexpr const char* leavingError = "com.hollen.Vantorel.Error.Leaving";
 constexpr std::chrono::seconds longestTry{60};
 constexpr std::chrono::milliseconds pause{10};
 constexpr std::chrono::hours longestCommand{24};
+constexpr std::chrono::seconds longestConnecting{2};
+constexpr std::chrono::seconds longestCall{10};  // an owner may still be starting
 
 /// FNV-1a (Fowler, Noll, Vo), 64 bits: the same on every run and build.
 std::uint64_t stableHash(std::string_view text) {
@@ -31,6 +35,32 @@ std::uint64_t stableHash(std::string_view text) {
     hash *= 0x100000001b3U;
   }
   return hash;
+}
+
+/// Null when there is no bus or it does not answer in time: the library itself would wait for a
+/// minute and a half.
+std::unique_ptr<sdbus::IConnection> connect() {
+  auto promise = std::make_shared<std::promise<std::unique_ptr<sdbus::IConnection>>>();
+  auto connected = promise->get_future();
+  std::thread([promise] {
+    try {
+      promise->set_value(sdbus::createSessionBusConnection());
+    } catch (const sdbus::Error& error) {
+      logInfo("Command", "there is no session bus: {}", error.what());
+      promise->set_value(nullptr);
+    }
+  }).detach();
+  if (connected.wait_for(longestConnecting) != std::future_status::ready) {
+    logWarning("Command", "the session bus does not answer");
+    return nullptr;
+  }
+  return connected.get();
+}
+
+/// Strings of other bytes cannot travel.
+bool canTravel(const BusRequest& request) {
+  return isUtf8(request.folder) &&
+         std::all_of(request.arguments.begin(), request.arguments.end(), isUtf8);
 }
 
 bool isNobodyThere(const sdbus::Error& error) {
@@ -61,6 +91,7 @@ CommandBus::CommandBus(std::string name) : name_(std::move(name)) {}
 CommandBus::~CommandBus() {
   if (!connection_) return;
   connection_->leaveEventLoop();
+  if (busThread_.joinable()) busThread_.join();
   bus_.reset();
   object_.reset();
 }
@@ -76,6 +107,9 @@ bool CommandBus::becomeOwner() {
 }
 
 std::optional<BusReply> CommandBus::forward(const BusRequest& request) {
+  if (!canTravel(request)) {
+    return BusReply{2, {}, "The running Vantorel takes only arguments and folders in UTF-8.\n"};
+  }
   const auto owner = sdbus::createProxy(*connection_, name_, objectPath);
   std::uint64_t ticket = 0;
   try {
@@ -85,6 +119,9 @@ std::optional<BusReply> CommandBus::forward(const BusRequest& request) {
         .storeResultsTo(ticket);
   } catch (const sdbus::Error& error) {
     if (isNobodyThere(error)) return std::nullopt;
+    if (error.getName() == "org.freedesktop.DBus.Error.Timeout") {
+      return BusReply{1, {}, "The running Vantorel doesn't answer.\n"};
+    }
     throw;
   }
   try {
@@ -104,13 +141,10 @@ std::optional<BusReply> CommandBus::forward(const BusRequest& request) {
 }
 
 CommandBus::Started CommandBus::start(const BusRequest& request) {
+  connection_ = connect();
+  if (!connection_) return {};
   try {
-    connection_ = sdbus::createSessionBusConnection();
-  } catch (const sdbus::Error& error) {
-    logInfo("Command", "there is no session bus: {}", error.what());
-    return {};
-  }
-  try {
+    connection_->setMethodCallTimeout(longestCall);
     const auto end = std::chrono::steady_clock::now() + longestTry;
     while (!becomeOwner()) {
       if (auto reply = forward(request)) return {Role::forwarded, std::move(*reply)};
@@ -180,12 +214,24 @@ void CommandBus::serve(std::shared_ptr<TaskRunner> main, Handlers handlers) {
   bus_ = sdbus::createProxy(*connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus");
   bus_->uponSignal("NameOwnerChanged")
       .onInterface("org.freedesktop.DBus")
-      .call([this](const std::string& name, const std::string& /*before*/,
-                   const std::string& after) {
-        if (after.empty()) senderGone(name);
-      });
+      .call(
+          [this](const std::string& name, const std::string& /*before*/, const std::string& after) {
+            if (after.empty()) senderGone(name);
+          });
   bus_->finishRegistration();
-  connection_->enterEventLoopAsync();
+  // A thread of our own: when the bus dies, that of the library would end the program.
+  busThread_ = std::thread([this] {
+    try {
+      connection_->enterEventLoop();
+    } catch (const sdbus::Error& error) {
+      logWarning("Command", "the session bus went away: {}", error.what());
+      {
+        const std::scoped_lock lock(mutex_);
+        tickets_.clear();  // nobody is left to be answered
+      }
+      main_->post([this] { tryToEnd(); });
+    }
+  });
 }
 
 /// The desktop's way to start and use the program, org.freedesktop.Application of the Desktop Entry
@@ -215,6 +261,9 @@ void CommandBus::registerActivation() {
 }
 
 void CommandBus::answer(std::uint64_t number, BusReply reply) {
+  // A path may hold any bytes; the bus carries text.
+  reply.output = repairedUtf8(reply.output);
+  reply.error = repairedUtf8(reply.error);
   {
     const std::scoped_lock lock(mutex_);
     const auto found = tickets_.find(number);

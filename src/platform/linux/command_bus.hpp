@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/task_runner.hpp"
@@ -107,6 +108,7 @@ class CommandBus {
   std::unique_ptr<sdbus::IConnection> connection_;
   std::unique_ptr<sdbus::IObject> object_;
   std::unique_ptr<sdbus::IProxy> bus_;
+  std::thread busThread_;
 };
 
 }  // namespace vantorel

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sdbus-c++/sdbus-c++.h>
+#include <signal.h>
 
 #include <atomic>
 #include <thread>
@@ -76,9 +77,8 @@ TEST(CommandBusTest, CommandsGoToTheOneOwnerAndNoneIsLostWhenItLeaves) {
 
     // One that this owner will not take waits until it leaves, and then becomes the owner.
     std::atomic<bool> became = false;
-    std::thread waiting([&] {
-      became = CommandBus(name).start({{"no"}, "/"}).role == CommandBus::Role::owner;
-    });
+    std::thread waiting(
+        [&] { became = CommandBus(name).start({{"no"}, "/"}).role == CommandBus::Role::owner; });
     EXPECT_EQ(CommandBus(name).start({{"end"}, "/"}).reply.status, 7);
     waiting.join();
     EXPECT_TRUE(became);
@@ -111,6 +111,42 @@ TEST(CommandBusTest, TheOwnerHearsThatAnAskerDied) {
   while (owner.gone == 0 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
   EXPECT_EQ(owner.gone, 1);
   EXPECT_EQ(CommandBus(name).start({{"end"}, "/"}).reply.status, 7);
+}
+
+TEST(CommandBusTest, BytesThatCannotTravelAreRefusedAndRunNowhere) {
+  TestDesktop desktop({.screen = std::nullopt, .bus = true});
+  desktop.enter();
+  Owner owner;
+  const auto refused = CommandBus(name).start({{"\xFF"}, "/"});
+  EXPECT_EQ(refused.role, CommandBus::Role::forwarded);
+  EXPECT_EQ(refused.reply.status, 2);
+  EXPECT_EQ(owner.taken, 0);
+  EXPECT_EQ(CommandBus(name).start({{"end"}, "/"}).reply.status, 7);
+}
+
+TEST(CommandBusTest, ABusThatHangsOrDiesStopsNobody) {
+  TestDesktop desktop({.screen = std::nullopt, .bus = true});
+  desktop.enter();
+  desktop.bus().signal(SIGSTOP);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(CommandBus(name).start({{"x"}, "/"}).role, CommandBus::Role::alone);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  desktop.bus().signal(SIGCONT);
+
+  LoopRunner loop;
+  CommandBus bus(name);
+  ASSERT_EQ(bus.start({{"first"}, "/"}).role, CommandBus::Role::owner);
+  std::thread sender([] { (void)CommandBus(name).start({{"hold"}, "/"}); });
+  bus.serve(loop.runner(), {.accepts = [](const BusRequest&) { return true; },
+                            .run =
+                                [&](const BusRequest&, const CommandBus::Done&) {
+                                  // Taken and never answered: the bus dies meanwhile.
+                                  desktop.bus().signal(SIGKILL);
+                                  bus.end([&] { loop.quit(); });
+                                },
+                            .askerGone = [] {}});
+  loop.run();
+  sender.join();
 }
 
 TEST(CommandBusTest, WithoutABusTheProgramIsAlone) {
