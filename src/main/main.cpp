@@ -76,7 +76,15 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
                    program.run(std::get<CommandLine>(parsed),
                                [done](CommandReply reply) { done(toBus(std::move(reply))); });
                  },
-             .askerGone = [&program] { program.askerWentAway(); }});
+             .askerGone = [&program] { program.askerWentAway(); },
+             .perform =
+                 [&program](const std::string& action) {
+                   using Kind = StillCaptureCommand::Kind;
+                   StillCaptureCommand what;
+                   if (action == "CaptureWindow") what.kind = Kind::window;
+                   if (action == "CaptureDisplay") what.kind = Kind::display;
+                   program.run({.command = command::Capture{what}}, [](auto) {});
+                 }});
 }
 
 /// Runs one command in this process, without living on.

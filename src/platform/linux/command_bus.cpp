@@ -3,102 +3,371 @@
 #include <fmt/format.h>
 #include <sdbus-c++/sdbus-c++.h>
 
-#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <future>
+#include <limits>
+#include <map>
 #include <thread>
 #include <utility>
 
 #include "base/log.hpp"
-#include "base/utf8.hpp"
+#include "base/random_id.hpp"
+#include "platform/linux/bus_worker.hpp"
 
 namespace vantorel {
 namespace {
 
 constexpr const char* wellKnownName = "com.hollen.Vantorel";
 constexpr const char* objectPath = "/com/hollen/Vantorel";
-constexpr const char* interfaceName = "com.hollen.Vantorel.Commands";
+constexpr const char* commandsInterface = "com.hollen.Vantorel.Commands";
+constexpr const char* applicationInterface = "org.freedesktop.Application";
 constexpr const char* leavingError = "com.hollen.Vantorel.Error.Leaving";
+constexpr const char* busyError = "com.hollen.Vantorel.Error.Busy";
+constexpr std::chrono::seconds connectBound{2};
+constexpr std::chrono::seconds takingBound{10};  // the owner may still be starting
+constexpr std::chrono::seconds joinBound{15};
+constexpr std::chrono::milliseconds pause{5};
 
-// An owner that leaves does so within moments; a capture with a countdown takes ten seconds.
-constexpr std::chrono::seconds longestTry{60};
-constexpr std::chrono::milliseconds pause{10};
-constexpr std::chrono::hours longestCommand{24};
-constexpr std::chrono::seconds longestConnecting{2};
-constexpr std::chrono::seconds longestCall{10};  // an owner may still be starting
+// D-Bus strings must be UTF-8; file names and what a terminal hands over need not be.
+using Bytes = std::vector<std::uint8_t>;
+Bytes toBytes(const std::string& text) { return {text.begin(), text.end()}; }
+std::string toText(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
-/// FNV-1a (Fowler, Noll, Vo), 64 bits: the same on every run and build.
-std::uint64_t stableHash(std::string_view text) {
-  std::uint64_t hash = 0xcbf29ce484222325U;
-  for (const char c : text) {
-    hash ^= static_cast<unsigned char>(c);
-    hash *= 0x100000001b3U;
-  }
-  return hash;
-}
-
-/// Null when there is no bus or it does not answer in time: the library itself would wait for a
-/// minute and a half.
-std::unique_ptr<sdbus::IConnection> connect() {
-  auto promise = std::make_shared<std::promise<std::unique_ptr<sdbus::IConnection>>>();
-  auto connected = promise->get_future();
-  std::thread([promise] {
-    try {
-      promise->set_value(sdbus::createSessionBusConnection());
-    } catch (const sdbus::Error& error) {
-      logInfo("Command", "there is no session bus: {}", error.what());
-      promise->set_value(nullptr);
-    }
-  }).detach();
-  if (connected.wait_for(longestConnecting) != std::future_status::ready) {
-    logWarning("Command", "the session bus does not answer");
-    return nullptr;
-  }
-  return connected.get();
-}
-
-/// Strings of other bytes cannot travel.
-bool canTravel(const BusRequest& request) {
-  return isUtf8(request.folder) &&
-         std::all_of(request.arguments.begin(), request.arguments.end(), isUtf8);
-}
-
-bool isNobodyThere(const sdbus::Error& error) {
-  for (const char* name :
-       {"org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner",
-        "org.freedesktop.DBus.Error.NoReply", leavingError}) {
-    if (error.getName() == name) return true;
-  }
-  return false;
-}
+using WaitingReply = sdbus::Result<std::int32_t, Bytes, Bytes>;
 
 }  // namespace
 
-/// A command that was taken and whose answer has not been fetched.
-struct CommandBus::Ticket {
-  std::string sender;
-  std::optional<BusReply> reply;
-  std::optional<sdbus::Result<std::int32_t, std::string, std::string>> waiting;
+/// The bus side of a `CommandBus`. Lives on the bus worker's thread and is kept by the jobs there,
+/// so that it may outlive the object when the bus hangs.
+struct CommandBus::Core : std::enable_shared_from_this<Core> {
+  struct Ticket {
+    std::string sender;  // unique bus name
+    std::optional<BusReply> reply;
+    std::optional<WaitingReply> waiting;
+  };
+
+  explicit Core(std::string busName) : name(std::move(busName)) {}
+
+  const std::string name;
+  std::weak_ptr<BusWorker> worker;
+  sdbus::IConnection* connection = nullptr;
+  std::unique_ptr<sdbus::IObject> object;
+  std::unique_ptr<sdbus::IProxy> bus;
+  std::map<std::string, Ticket> tickets;
+
+  std::shared_ptr<TaskRunner> main;  // null until somebody serves
+  std::function<bool(const BusRequest&)> accepts;
+  std::weak_ptr<Handlers> handlers;
+  std::vector<std::function<void()>> early;  // came before there was anybody to serve
+  bool leaving = false;
+  std::function<void()> ended;
+
+  void expose();
+  void watchSenders();
+  void submit(sdbus::Result<> taken, const std::string& sender, const std::string& id,
+              BusRequest request);
+  void await(WaitingReply reply, const std::string& sender, const std::string& id);
+  void finish(const std::string& id, BusReply reply);
+  void answer(std::map<std::string, Ticket>::iterator ticket);
+  void senderGone(const std::string& sender);
+  void whenServed(std::function<void()> task);
+  void toMain(std::move_only_function<void(Handlers&)> task);
+  void giveNameUp();
+  void checkEnded();
 };
+
+void CommandBus::Core::expose() {
+  object = sdbus::createObject(*connection, objectPath);
+  const auto sender = [this] { return object->getCurrentlyProcessedMessage()->getSender(); };
+  object->registerMethod("Submit")
+      .onInterface(commandsInterface)
+      .withInputParamNames("id", "arguments", "folder")
+      .implementedAs([this, sender](sdbus::Result<>&& taken, const std::string& id,
+                                    const std::vector<Bytes>& arguments, const Bytes& folder) {
+        BusRequest request;
+        for (const Bytes& argument : arguments) request.arguments.push_back(toText(argument));
+        request.folder = toText(folder);
+        whenServed(
+            [this, taken = std::make_shared<sdbus::Result<>>(std::move(taken)), from = sender(), id,
+             request = std::move(request)] { submit(std::move(*taken), from, id, request); });
+      });
+  object->registerMethod("Await")
+      .onInterface(commandsInterface)
+      .withInputParamNames("id")
+      .withOutputParamNames("status", "output", "error")
+      .implementedAs([this, sender](WaitingReply&& reply, const std::string& id) {
+        await(std::move(reply), sender(), id);
+      });
+  using Variants = std::map<std::string, sdbus::Variant>;
+  object->registerMethod("Activate")
+      .onInterface(applicationInterface)
+      .withInputParamNames("platform_data")
+      .implementedAs([this](const Variants&) {
+        toMain([](Handlers& to) {
+          if (to.activate) to.activate();
+        });
+      });
+  object->registerMethod("Open")
+      .onInterface(applicationInterface)
+      .withInputParamNames("uris", "platform_data")
+      .implementedAs([this](const std::vector<std::string>& uris, const Variants&) {
+        toMain([uris](Handlers& to) {
+          if (to.open) to.open(uris);
+        });
+      });
+  object->registerMethod("ActivateAction")
+      .onInterface(applicationInterface)
+      .withInputParamNames("action_name", "parameter", "platform_data")
+      .implementedAs(
+          [this](const std::string& action, const std::vector<sdbus::Variant>&, const Variants&) {
+            toMain([action](Handlers& to) {
+              if (to.perform) to.perform(action);
+            });
+          });
+  object->finishRegistration();
+}
+
+void CommandBus::Core::watchSenders() {
+  bus = sdbus::createProxy(*connection, "org.freedesktop.DBus", "/org/freedesktop/DBus");
+  bus->uponSignal("NameOwnerChanged")
+      .onInterface("org.freedesktop.DBus")
+      .call([this](const std::string& who, const std::string&, const std::string& owner) {
+        if (owner.empty()) senderGone(who);
+      });
+  bus->finishRegistration();
+}
+
+void CommandBus::Core::whenServed(std::function<void()> task) {
+  if (main) {
+    task();
+  } else {
+    early.push_back(std::move(task));
+  }
+}
+
+void CommandBus::Core::toMain(std::move_only_function<void(Handlers&)> task) {
+  whenServed([this, task = std::make_shared<decltype(task)>(std::move(task))] {
+    main->post([weak = handlers, task] {
+      if (const auto alive = weak.lock()) (*task)(*alive);
+    });
+  });
+}
+
+void CommandBus::Core::submit(sdbus::Result<> taken, const std::string& sender,
+                              const std::string& id, BusRequest request) {
+  if (leaving) {
+    taken.returnError(sdbus::Error(leavingError, "leaving"));
+    return;
+  }
+  if (accepts && !accepts(request)) {
+    taken.returnError(sdbus::Error(busyError, "busy with its last command"));
+    return;
+  }
+  const bool isNew = tickets.emplace(id, Ticket{sender, {}, {}}).second;
+  // The sender must know before the work begins: should we end between the two, the command must
+  // not be begun anew elsewhere.
+  taken.returnResults();
+  if (!isNew) return;
+  toMain([core = shared_from_this(), id, request = std::move(request)](Handlers& to) mutable {
+    to.run(std::move(request), [core, id](BusReply reply) {
+      const auto thread = core->worker.lock();
+      if (!thread) return;
+      thread->post([core, id, reply = std::move(reply)](auto) mutable {
+        core->finish(id, std::move(reply));
+      });
+    });
+  });
+}
+
+void CommandBus::Core::await(WaitingReply reply, const std::string& sender, const std::string& id) {
+  const auto found = tickets.find(id);
+  if (found == tickets.end() || found->second.sender != sender) {
+    reply.returnError(sdbus::Error("com.hollen.Vantorel.Error.Unknown", "no such command"));
+    return;
+  }
+  found->second.waiting.emplace(std::move(reply));
+  answer(found);
+}
+
+void CommandBus::Core::finish(const std::string& id, BusReply reply) {
+  const auto found = tickets.find(id);
+  if (found == tickets.end()) return;  // the sender is gone
+  found->second.reply = std::move(reply);
+  answer(found);
+}
+
+void CommandBus::Core::answer(std::map<std::string, Ticket>::iterator ticket) {
+  auto& [sender, reply, waiting] = ticket->second;
+  if (!reply || !waiting) return;
+  waiting->returnResults(reply->status, toBytes(reply->output), toBytes(reply->error));
+  tickets.erase(ticket);
+  checkEnded();
+}
+
+void CommandBus::Core::senderGone(const std::string& sender) {
+  bool unanswered = false;
+  std::erase_if(tickets, [&](const auto& entry) {
+    const Ticket& ticket = entry.second;
+    if (ticket.sender != sender) return false;
+    unanswered = unanswered || !ticket.reply;
+    return true;
+  });
+  if (unanswered) {
+    toMain([](Handlers& to) {
+      if (to.askerGone) to.askerGone();
+    });
+  }
+  checkEnded();
+}
+
+void CommandBus::Core::giveNameUp() {
+  leaving = true;
+  try {
+    connection->releaseName(name);
+  } catch (const sdbus::Error& error) {
+    logWarning("Command", "the name {} could not be given up: {}", name, error.getMessage());
+  }
+}
+
+void CommandBus::Core::checkEnded() {
+  if (!leaving || !tickets.empty() || !ended) return;
+  main->post([weak = handlers, done = std::exchange(ended, nullptr)] {
+    if (weak.lock()) done();
+  });
+}
 
 std::string CommandBus::nameFor(const std::optional<Path>& root) {
   if (!root) return wellKnownName;
-  return fmt::format("{}.r{:016x}", wellKnownName, stableHash(root->string()));
+  std::error_code failure;
+  Path path = std::filesystem::weakly_canonical(*root, failure);
+  if (failure) path = root->lexically_normal();
+  std::string text = path.string();
+  while (text.size() > 1 && text.ends_with('/')) text.pop_back();
+  // FNV-1a (Fowler, Noll, Vo), 64 bits: the same on every run and build.
+  std::uint64_t hash = 0xCBF29CE484222325ULL;
+  for (const char c : text) hash = (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3ULL;
+  return fmt::format("{}.r{:016x}", wellKnownName, hash);
 }
 
-CommandBus::CommandBus(std::string name) : name_(std::move(name)) {}
+CommandBus::CommandBus(std::string name) : core_(std::make_shared<Core>(std::move(name))) {}
 
 CommandBus::~CommandBus() {
-  if (!connection_) return;
-  connection_->leaveEventLoop();
-  if (busThread_.joinable()) busThread_.join();
-  bus_.reset();
-  object_.reset();
+  handlers_.reset();
+  if (!worker_) return;
+  worker_->post([core = core_](auto connection) {
+    if (connection && core->connection != nullptr && !core->leaving) core->giveNameUp();
+    for (auto& [id, ticket] : core->tickets) {
+      if (!ticket.waiting) continue;
+      ticket.waiting->returnResults(1, Bytes(),
+                                    toBytes("Vantorel ended before the command was done.\n"));
+    }
+    core->tickets.clear();
+    core->early.clear();
+    core->bus.reset();
+    core->object.reset();
+  });
+  // The worker runs this job while it is destroyed.
 }
 
-bool CommandBus::becomeOwner() {
+void CommandBus::serve(std::shared_ptr<TaskRunner> main, Handlers handlers) {
+  handlers_ = std::make_shared<Handlers>(std::move(handlers));
+  core_->handlers = {};
+  auto begin = [core = core_, main = std::move(main), accepts = handlers_->accepts,
+                weak = std::weak_ptr<Handlers>(handlers_)](auto) {
+    core->main = main;
+    core->accepts = accepts;
+    core->handlers = weak;
+    for (auto& task : std::exchange(core->early, {})) task();
+  };
+  if (worker_) {
+    worker_->post(std::move(begin));
+  } else {
+    begin(nullptr);
+  }
+}
+
+void CommandBus::end(std::function<void()> ended) {
+  auto leave = [core = core_, ended = std::move(ended)](Result<sdbus::IConnection*> bus) mutable {
+    core->ended = std::move(ended);
+    if (bus) {
+      core->giveNameUp();
+    } else {
+      core->leaving = true;  // and nobody is left to be answered
+      core->tickets.clear();
+    }
+    core->checkEnded();
+  };
+  if (worker_) {
+    worker_->post(std::move(leave));
+  } else {
+    leave(failed(FailureKind::unreachable, "there is no session bus"));
+  }
+}
+
+namespace {
+
+/// What asking an owner came to.
+enum class Asked {
+  answered,
+  notTaken,  ///< it ended, or is about to, without having taken the command
+  mustWait,  ///< it will not do it and ends by itself
+};
+
+/// The unique name of who owns `name`; empty when nobody does.
+std::string ownerOf(sdbus::IConnection& connection, const std::string& name) {
+  const auto bus = sdbus::createProxy(connection, "org.freedesktop.DBus", "/org/freedesktop/DBus");
+  std::string owner;
   try {
-    connection_->requestName(name_);
+    bus->callMethod("GetNameOwner")
+        .onInterface("org.freedesktop.DBus")
+        .withArguments(name)
+        .storeResultsTo(owner);
+  } catch (const sdbus::Error& error) {
+    if (error.getName() != "org.freedesktop.DBus.Error.NameHasNoOwner") throw;
+  }
+  return owner;
+}
+
+Asked askOwner(sdbus::IConnection& connection, const std::string& owner, const BusRequest& request,
+               BusReply& reply) {
+  // By its unique name: for that the bus never starts a program, and a later owner of the
+  // well-known name is not taken for this one.
+  const auto proxy = sdbus::createProxy(connection, owner, objectPath);
+  const std::string id = randomID();
+  std::vector<Bytes> arguments;
+  for (const auto& argument : request.arguments) arguments.push_back(toBytes(argument));
+  try {
+    proxy->callMethod("Submit")
+        .onInterface(commandsInterface)
+        .withTimeout(takingBound)
+        .withArguments(id, arguments, toBytes(request.folder));
+  } catch (const sdbus::Error& error) {
+    if (error.getName() == busyError) return Asked::mustWait;
+    if (error.getName() != "org.freedesktop.DBus.Error.Timeout") return Asked::notTaken;
+    reply = {1, {}, "The running Vantorel doesn't answer.\n"};
+    return Asked::answered;
+  }
+  try {
+    Bytes output;
+    Bytes errorText;
+    std::int32_t status = 0;
+    proxy->callMethod("Await")
+        .onInterface(commandsInterface)
+        .withTimeout(std::numeric_limits<std::uint64_t>::max())
+        .withArguments(id)
+        .storeResultsTo(status, output, errorText);
+    reply = {status, toText(output), toText(errorText)};
+  } catch (const sdbus::Error& error) {
+    logInfo("Command", "waiting for the running program failed: {}", error.what());
+    reply = {1, {}, "The running Vantorel ended before it answered.\n"};
+  }
+  return Asked::answered;
+}
+
+bool requestName(sdbus::IConnection& connection, const std::string& name) {
+  try {
+    connection.requestName(name);
     return true;
   } catch (const sdbus::Error& error) {
     if (error.getName() == "org.freedesktop.DBus.Error.FileExists") return false;
@@ -106,217 +375,72 @@ bool CommandBus::becomeOwner() {
   }
 }
 
-std::optional<BusReply> CommandBus::forward(const BusRequest& request) {
-  if (!canTravel(request)) {
-    return BusReply{2, {}, "The running Vantorel takes only arguments and folders in UTF-8.\n"};
-  }
-  const auto owner = sdbus::createProxy(*connection_, name_, objectPath);
-  std::uint64_t ticket = 0;
-  try {
-    owner->callMethod("Begin")
-        .onInterface(interfaceName)
-        .withArguments(request.arguments, request.folder)
-        .storeResultsTo(ticket);
-  } catch (const sdbus::Error& error) {
-    if (isNobodyThere(error)) return std::nullopt;
-    if (error.getName() == "org.freedesktop.DBus.Error.Timeout") {
-      return BusReply{1, {}, "The running Vantorel doesn't answer.\n"};
+}  // namespace
+
+CommandBus::Started CommandBus::becomeOwnerOrAsk(Core& core, const BusRequest& request) {
+  sdbus::IConnection& connection = *core.connection;
+  auto end = std::chrono::steady_clock::now() + joinBound;
+  while (std::chrono::steady_clock::now() < end) {
+    if (requestName(connection, core.name)) {
+      core.watchSenders();
+      return {Role::owner, {}};
     }
-    throw;
-  }
-  try {
-    std::int32_t status = 0;
+    const std::string owner = ownerOf(connection, core.name);
+    if (owner.empty()) continue;
     BusReply reply;
-    owner->callMethod("Wait")
-        .onInterface(interfaceName)
-        .withTimeout(longestCommand)
-        .withArguments(ticket)
-        .storeResultsTo(status, reply.output, reply.error);
-    reply.status = status;
-    return reply;
-  } catch (const sdbus::Error& error) {
-    logInfo("Command", "waiting for the running program failed: {}", error.what());
-    return BusReply{1, {}, "The running Vantorel ended before it answered.\n"};
+    switch (askOwner(connection, owner, request, reply)) {
+      case Asked::answered: return {Role::forwarded, std::move(reply)};
+      case Asked::mustWait:
+        while (ownerOf(connection, core.name) == owner) std::this_thread::sleep_for(pause);
+        end = std::chrono::steady_clock::now() + joinBound;
+        break;
+      case Asked::notTaken: std::this_thread::sleep_for(pause); break;
+    }
   }
+  return {Role::forwarded, {1, {}, "The running Vantorel is ending but doesn't end.\n"}};
 }
 
 CommandBus::Started CommandBus::start(const BusRequest& request) {
-  connection_ = connect();
-  if (!connection_) return {};
-  try {
-    connection_->setMethodCallTimeout(longestCall);
-    const auto end = std::chrono::steady_clock::now() + longestTry;
-    while (!becomeOwner()) {
-      if (auto reply = forward(request)) return {Role::forwarded, std::move(*reply)};
-      if (std::chrono::steady_clock::now() > end) {
-        return {Role::forwarded,
-                {4, {}, "Another Vantorel is busy with its last command. Try again later.\n"}};
-      }
-      std::this_thread::sleep_for(pause);
-    }
-    return {Role::owner, {}};
-  } catch (const sdbus::Error& error) {
-    // A bus that breaks down is as good as none.
-    logWarning("Command", "the session bus failed: {}", error.what());
-    connection_.reset();
-    return {};
-  }
-}
-
-std::uint64_t CommandBus::begin(BusRequest request, const std::string& sender) {
-  if (!handlers_.accepts(request)) throw sdbus::Error(leavingError, "busy with its last command");
-  std::uint64_t number = 0;
-  {
-    const std::scoped_lock lock(mutex_);
-    if (ending_) throw sdbus::Error(leavingError, "leaving");
-    number = nextTicket_++;
-    tickets_[number] = std::make_unique<Ticket>(Ticket{sender, {}, {}});
-  }
-  main_->post([this, number, request = std::move(request)]() mutable {
-    handlers_.run(std::move(request),
-                  [this, number](BusReply reply) { answer(number, std::move(reply)); });
-  });
-  return number;
-}
-
-void CommandBus::serve(std::shared_ptr<TaskRunner> main, Handlers handlers) {
-  main_ = std::move(main);
-  handlers_ = std::move(handlers);
-  if (!connection_) return;
-  object_ = sdbus::createObject(*connection_, objectPath);
-  object_->registerMethod("Begin")
-      .onInterface(interfaceName)
-      .implementedAs([this](const std::vector<std::string>& arguments, const std::string& folder) {
-        return begin({arguments, folder}, object_->getCurrentlyProcessedMessage()->getSender());
-      });
-  object_->registerMethod("Wait")
-      .onInterface(interfaceName)
-      .implementedAs([this](sdbus::Result<std::int32_t, std::string, std::string>&& result,
-                            std::uint64_t number) {
-        const std::string sender = object_->getCurrentlyProcessedMessage()->getSender();
-        const std::scoped_lock lock(mutex_);
-        const auto found = tickets_.find(number);
-        if (found == tickets_.end() || found->second->sender != sender) {
-          result.returnError(
-              sdbus::Error("com.hollen.Vantorel.Error.UnknownTicket", "no such command"));
-          return;
-        }
-        if (const auto& reply = found->second->reply) {
-          result.returnResults(reply->status, reply->output, reply->error);
-          tickets_.erase(found);
-          main_->post([this] { tryToEnd(); });
-        } else {
-          found->second->waiting = std::move(result);
-        }
-      });
-  registerActivation();
-  object_->finishRegistration();
-  bus_ = sdbus::createProxy(*connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus");
-  bus_->uponSignal("NameOwnerChanged")
-      .onInterface("org.freedesktop.DBus")
-      .call(
-          [this](const std::string& name, const std::string& /*before*/, const std::string& after) {
-            if (after.empty()) senderGone(name);
-          });
-  bus_->finishRegistration();
-  // A thread of our own: when the bus dies, that of the library would end the program.
-  busThread_ = std::thread([this] {
-    try {
-      connection_->enterEventLoop();
-    } catch (const sdbus::Error& error) {
-      logWarning("Command", "the session bus went away: {}", error.what());
-      {
-        const std::scoped_lock lock(mutex_);
-        tickets_.clear();  // nobody is left to be answered
-      }
-      main_->post([this] { tryToEnd(); });
-    }
-  });
-}
-
-/// The desktop's way to start and use the program, org.freedesktop.Application of the Desktop Entry
-/// Specification. Nobody waits for an answer there.
-void CommandBus::registerActivation() {
-  constexpr const char* application = "org.freedesktop.Application";
-  using Platform = std::map<std::string, sdbus::Variant>;
-  const auto perform = [this](std::vector<std::string> arguments) {
-    main_->post([this, arguments = std::move(arguments)] {
-      handlers_.run({arguments, {}}, [](BusReply) {});
-    });
+  // What the thread needs stays valid should we give up waiting for it.
+  struct Joining {
+    std::promise<bool> connected;
+    std::promise<Started> started;
+    std::atomic<bool> abandoned = false;
   };
-  object_->registerMethod("Activate")
-      .onInterface(application)
-      .implementedAs([perform](const Platform&) { perform({}); });
-  object_->registerMethod("Open")
-      .onInterface(application)
-      .implementedAs([perform](const std::vector<std::string>&, const Platform&) { perform({}); });
-  object_->registerMethod("ActivateAction")
-      .onInterface(application)
-      .implementedAs([perform](const std::string& action, const std::vector<sdbus::Variant>&,
-                               const Platform&) {
-        if (action == "CaptureArea") perform({"capture", "area"});
-        if (action == "CaptureWindow") perform({"capture", "window"});
-        if (action == "CaptureDisplay") perform({"capture", "display"});
-      });
-}
-
-void CommandBus::answer(std::uint64_t number, BusReply reply) {
-  // A path may hold any bytes; the bus carries text.
-  reply.output = repairedUtf8(reply.output);
-  reply.error = repairedUtf8(reply.error);
-  {
-    const std::scoped_lock lock(mutex_);
-    const auto found = tickets_.find(number);
-    if (found == tickets_.end()) return;
-    if (!found->second->waiting) {
-      found->second->reply = std::move(reply);
-      return;
-    }
-    found->second->waiting->returnResults(reply.status, reply.output, reply.error);
-    tickets_.erase(found);
-  }
-  tryToEnd();
-}
-
-void CommandBus::senderGone(const std::string& sender) {
-  bool unanswered = false;
-  {
-    const std::scoped_lock lock(mutex_);
-    for (auto ticket = tickets_.begin(); ticket != tickets_.end();) {
-      if (ticket->second->sender != sender) {
-        ++ticket;
-        continue;
-      }
-      unanswered = unanswered || !ticket->second->reply;
-      ticket = tickets_.erase(ticket);
-    }
-  }
-  main_->post([this, unanswered] {
-    if (unanswered) handlers_.askerGone();
-    tryToEnd();
-  });
-}
-
-void CommandBus::end(std::function<void()> ended) {
-  ended_ = std::move(ended);
-  tryToEnd();
-}
-
-void CommandBus::tryToEnd() {
-  if (!ended_) return;
-  {
-    const std::scoped_lock lock(mutex_);
-    if (!tickets_.empty()) return;
-    ending_ = true;
-  }
-  if (connection_) {
+  auto joining = std::make_shared<Joining>();
+  auto connected = joining->connected.get_future();
+  auto started = joining->started.get_future();
+  worker_ = std::make_shared<BusWorker>();
+  core_->worker = worker_;
+  worker_->post([core = core_, joining, request](Result<sdbus::IConnection*> connection) {
+    joining->connected.set_value(connection.has_value());
+    if (!connection) logInfo("Command", "{}", connection.error().reason);
+    if (!connection || joining->abandoned) return;
+    core->connection = *connection;
+    Started outcome;
     try {
-      connection_->releaseName(name_);
+      core->expose();
+      outcome = becomeOwnerOrAsk(*core, request);
     } catch (const sdbus::Error& error) {
-      logInfo("Command", "the name could not be released: {}", error.what());
+      // A bus that breaks down is as good as none.
+      logWarning("Command", "the session bus failed: {}", error.what());
     }
+    if (outcome.role != Role::owner) {
+      core->object.reset();
+      core->leaving = true;
+    }
+    joining->started.set_value(std::move(outcome));
+  });
+  if (connected.wait_for(connectBound) != std::future_status::ready) {
+    joining->abandoned = true;
+    logWarning("Command", "the session bus does not answer");
+  } else if (connected.get()) {
+    Started outcome = started.get();
+    if (outcome.role != Role::alone) return outcome;
   }
-  std::exchange(ended_, nullptr)();
+  worker_.reset();
+  core_ = std::make_shared<Core>(core_->name);
+  return {};
 }
 
 }  // namespace vantorel

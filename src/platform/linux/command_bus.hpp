@@ -1,27 +1,19 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "base/task_runner.hpp"
 #include "platform/files.hpp"
 
-namespace sdbus {
-class IConnection;
-class IObject;
-class IProxy;
-}  // namespace sdbus
-
 namespace vantorel {
 
-/// A command as it was typed, and the folder it was typed in.
+class BusWorker;
+
+/// A command as it was typed, and the folder it was typed in. Bytes, not necessarily UTF-8.
 struct BusRequest {
   std::vector<std::string> arguments;
   std::string folder;
@@ -36,14 +28,13 @@ struct BusReply {
 /// One running program for each user and root, by a name on the session bus. Whoever owns the name
 /// runs the commands of those who come later.
 ///
-/// A command is handed over in two steps, taken ("Begin") and answered ("Wait"): when the owner
-/// vanishes before it has taken the command, the sender tries anew or becomes the owner, and when
-/// it vanishes afterwards the sender says so, but nothing runs twice. An owner gives up its name
-/// only when everything it took is answered.
-///
-/// The desktop may also activate the owner through org.freedesktop.Application.
+/// A command is handed over in two steps, taken ("Submit") and answered ("Await"). The sender is
+/// told that it is taken before it is begun: when the owner vanishes earlier the sender tries anew
+/// or becomes the owner, and when it vanishes later the sender says so. So no command is lost and
+/// none runs twice.
 ///
 /// Made and started before there is a main loop; `serve` and what follows live on the main runner.
+/// The bus has a thread of its own, and nobody waits for a bus that hangs or dies.
 class CommandBus {
  public:
   enum class Role {
@@ -61,54 +52,49 @@ class CommandBus {
   [[nodiscard]] static std::string nameFor(const std::optional<Path>& root);
 
   explicit CommandBus(std::string name);
-  ~CommandBus();
   CommandBus(const CommandBus&) = delete;
   CommandBus& operator=(const CommandBus&) = delete;
 
-  /// Becomes the owner, or hands `request` to the owner and waits, as long as the command takes.
+  /// Gives the name up. Commands without an answer get one that says so.
+  ~CommandBus();
+
+  /// Becomes the owner, or hands `request` to the owner and waits, as long as the command takes. A
+  /// bus that does not answer within some seconds counts as none.
   [[nodiscard]] Started start(const BusRequest& request);
 
   using Done = std::function<void(BusReply)>;
   struct Handlers {
     /// Says at once, on any thread, whether this owner can run it; if not, the sender waits for
     /// this owner to leave.
-    std::function<bool(const BusRequest&)> accepts;
-    std::function<void(BusRequest, Done)> run;
+    std::function<bool(const BusRequest&)> accepts = {};
+    std::function<void(BusRequest, Done)> run = {};
 
-    /// Whoever sent a command that is not answered yet is gone.
-    std::function<void()> askerGone;
+    /// Whoever sent a command that is not answered yet is gone; answering it has no effect then.
+    std::function<void()> askerGone = {};
+
+    // What a desktop asks of the application it has started or found running
+    // (specifications.freedesktop.org/desktop-entry-spec, D-Bus activation).
+    std::function<void()> activate = {};
+    std::function<void(std::vector<std::string> uris)> open = {};
+    std::function<void(std::string action)> perform = {};
   };
 
-  /// As the owner: runs what others send, on `main`. Without a bus there is nobody to serve.
+  /// As the owner: runs what others send, on `main`, first what came before this call. Without a
+  /// bus there is nobody to serve.
   void serve(std::shared_ptr<TaskRunner> main, Handlers handlers);
 
-  /// Calls `ended` once everything taken is answered; from then on nothing is taken any more and
-  /// the name is free.
+  /// Gives the name up, so that later commands find another owner, and calls `ended` on the main
+  /// runner once everything taken is answered. After `serve`, once.
   void end(std::function<void()> ended);
 
  private:
-  struct Ticket;
+  struct Core;
 
-  void registerActivation();
-  [[nodiscard]] bool becomeOwner();
-  [[nodiscard]] std::optional<BusReply> forward(const BusRequest& request);
-  [[nodiscard]] std::uint64_t begin(BusRequest request, const std::string& sender);
-  void answer(std::uint64_t number, BusReply reply);
-  void senderGone(const std::string& sender);
-  void tryToEnd();
+  [[nodiscard]] static Started becomeOwnerOrAsk(Core& core, const BusRequest& request);
 
-  std::string name_;
-  std::shared_ptr<TaskRunner> main_;
-  Handlers handlers_;
-  std::function<void()> ended_;
-  std::mutex mutex_;  // guards what the bus thread and the main thread share: the tickets
-  std::map<std::uint64_t, std::unique_ptr<Ticket>> tickets_;
-  std::uint64_t nextTicket_ = 1;
-  bool ending_ = false;
-  std::unique_ptr<sdbus::IConnection> connection_;
-  std::unique_ptr<sdbus::IObject> object_;
-  std::unique_ptr<sdbus::IProxy> bus_;
-  std::thread busThread_;
+  std::shared_ptr<BusWorker> worker_;
+  std::shared_ptr<Core> core_;
+  std::shared_ptr<Handlers> handlers_;
 };
 
 }  // namespace vantorel

@@ -6,153 +6,316 @@
 #include <signal.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <fstream>
+#include <future>
+#include <mutex>
 #include <thread>
 
-#include "platform/linux/loop_runner.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
+#include "platform/testing/desktop/test_loop.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr const char* name = "com.hollen.Vantorel.rtest";
+using std::chrono::milliseconds;
+using testing::ElementsAre;
+using testing::HasSubstr;
 
-/// An owner on a thread of its own that answers "echo" with its arguments and "hold" never.
-class Owner {
- public:
-  Owner() {
-    std::atomic<bool> serving = false;
-    thread_ = std::thread([this, &serving] {
-      LoopRunner loop;
-      CommandBus bus(name);
-      EXPECT_EQ(bus.start({{"first"}, "/"}).role, CommandBus::Role::owner);
-      bus.serve(loop.runner(),
-                {.accepts = [](const BusRequest& request) { return request.arguments[0] != "no"; },
-                 .run =
-                     [&](const BusRequest& request, const CommandBus::Done& done) {
-                       ++taken;
-                       if (request.arguments[0] == "hold") return;
-                       if (request.arguments[0] == "end") bus.end([&] { loop.quit(); });
-                       done({7, request.arguments[0] + request.folder, "words"});
-                     },
-                 .askerGone = [this] { ++gone; }});
-      serving = true;
-      loop.run();
-    });
-    while (!serving) std::this_thread::yield();
-  }
-  ~Owner() { thread_.join(); }
+BusRequest request(std::vector<std::string> arguments) { return {std::move(arguments), "/"}; }
 
-  std::atomic<int> taken = 0;
-  std::atomic<int> gone = 0;
+/// A bus object that has been started, and what came of it.
+struct Joined {
+  std::unique_ptr<CommandBus> bus;
+  CommandBus::Started started;
 
- private:
-  std::thread thread_;
+  explicit Joined(const BusRequest& what)
+      : bus(std::make_unique<CommandBus>(CommandBus::nameFor(std::nullopt))),
+        started(bus->start(what)) {}
+
+  [[nodiscard]] bool isOwner() const { return started.role == CommandBus::Role::owner; }
 };
 
-TEST(CommandBusTest, CommandsGoToTheOneOwnerAndNoneIsLostWhenItLeaves) {
-  TestDesktop desktop({.screen = std::nullopt, .bus = true});
-  desktop.enter();
-  {
-    Owner owner;
-    const auto echoed = CommandBus(name).start({{"echo"}, "/tmp"});
-    EXPECT_EQ(echoed.role, CommandBus::Role::forwarded);
-    EXPECT_EQ(echoed.reply.status, 7);
-    EXPECT_EQ(echoed.reply.output, "echo/tmp");
-    EXPECT_EQ(echoed.reply.error, "words");
+std::future<Joined> joinMeanwhile(BusRequest what) {
+  return std::async(std::launch::async, [what = std::move(what)] { return Joined(what); });
+}
 
-    // Another root is another program.
-    EXPECT_EQ(CommandBus(CommandBus::nameFor("/somewhere")).start({{"x"}, "/"}).role,
-              CommandBus::Role::owner);
+struct CommandBusTest : testing::Test {
+  TestDesktop desktop{{.screen = std::nullopt, .bus = true}};
+  TestLoop loop;
+  std::shared_ptr<TaskRunner> main{&loop, [](TaskRunner*) {}};
 
-    std::atomic<int> answered = 0;
-    std::vector<std::thread> many;
-    for (int i = 0; i < 5; ++i) {
-      many.emplace_back([&] {
-        if (CommandBus(name).start({{"echo"}, "/"}).reply.status == 7) ++answered;
-      });
+  CommandBusTest() { desktop.enter(); }
+
+  /// This very program once more, in one of the roles below.
+  ChildProcess probe(const std::string& role) {
+    auto environment = desktop.environment();
+    environment["PROBE_ROLE"] = role;
+    environment["PROBE_FOLDER"] = desktop.folder();
+    return {
+        {"/proc/self/exe", "--gtest_filter=CommandBusProbe.*", "--gtest_also_run_disabled_tests"},
+        environment};
+  }
+  bool exists(const char* file) { return std::filesystem::exists(desktop.folder() / file); }
+  void awaitFile(const char* file) {
+    ASSERT_TRUE(loop.runUntil([&] { return exists(file); })) << file;
+  }
+};
+
+// Not a test: what the tests run as a process of its own, to kill it.
+TEST(CommandBusProbe, DISABLED_Role) {
+  const char* role = std::getenv("PROBE_ROLE");
+  ASSERT_NE(role, nullptr);
+  const std::filesystem::path folder = std::getenv("PROBE_FOLDER");
+  const auto tell = [&](const char* file) { std::ofstream(folder / file) << "x"; };
+  TestLoop loop;
+  std::shared_ptr<TaskRunner> main(&loop, [](TaskRunner*) {});
+  Joined joined(request({role}));
+  if (!joined.isOwner()) return;
+  joined.bus->serve(main, {.run = [&](BusRequest, auto) { tell("begun"); }});
+  tell("owner");
+  loop.runFor(std::chrono::seconds(60));
+}
+
+TEST_F(CommandBusTest, OfFiveAtOnceOneIsOwnerAndDoesTheOthersCommands) {
+  std::vector<std::future<Joined>> asked;
+  for (int i = 0; i < 5; ++i) {
+    asked.push_back(joinMeanwhile({{std::to_string(i), "a b", "\xFF\x01"}, "/tmp"}));
+  }
+  std::unique_ptr<CommandBus> owner;
+  std::vector<BusRequest> seen;
+  std::vector<BusReply> replies;
+  const auto done = [&] {
+    for (auto& one : asked) {
+      if (!one.valid() || one.wait_for(milliseconds(0)) != std::future_status::ready) continue;
+      Joined joined = one.get();
+      if (!joined.isOwner()) {
+        EXPECT_EQ(joined.started.role, CommandBus::Role::forwarded);
+        replies.push_back(joined.started.reply);
+        continue;
+      }
+      EXPECT_EQ(owner, nullptr) << "two owners";
+      owner = std::move(joined.bus);
+      owner->serve(main, {.run = [&](BusRequest what, auto finish) {
+                     seen.push_back(what);
+                     finish({7, "out " + what.arguments[0], "err\xFE"});
+                   }});
     }
-    for (std::thread& one : many) one.join();
-    EXPECT_EQ(answered, 5);
-    EXPECT_EQ(owner.taken, 6);
-
-    // One that this owner will not take waits until it leaves, and then becomes the owner.
-    std::atomic<bool> became = false;
-    std::thread waiting(
-        [&] { became = CommandBus(name).start({{"no"}, "/"}).role == CommandBus::Role::owner; });
-    EXPECT_EQ(CommandBus(name).start({{"end"}, "/"}).reply.status, 7);
-    waiting.join();
-    EXPECT_TRUE(became);
+    return replies.size() == 4;
+  };
+  ASSERT_TRUE(loop.runUntil(done));
+  ASSERT_EQ(seen.size(), 4U);
+  EXPECT_EQ(seen[0].arguments[2], "\xFF\x01");
+  EXPECT_EQ(seen[0].folder, "/tmp");
+  for (const auto& reply : replies) {
+    EXPECT_EQ(reply.status, 7);
+    EXPECT_THAT(reply.output, HasSubstr("out "));
+    EXPECT_EQ(reply.error, "err\xFE");
   }
-  EXPECT_EQ(CommandBus(name).start({{"next"}, "/"}).role, CommandBus::Role::owner);
 }
 
-TEST(CommandBusTest, TheOwnerHearsThatAnAskerDied) {
-  TestDesktop desktop({.screen = std::nullopt, .bus = true});
-  desktop.enter();
-  Owner owner;
+TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
+  constexpr int askers = 4;
+  constexpr int each = 60;
+  std::mutex mutex;
+  std::map<std::string, int> executions;
+  std::atomic<int> wrong = 0;
+  std::atomic<int> forwarded = 0;
+  const auto execute = [&](const std::string& what) {
+    const std::lock_guard lock(mutex);
+    ++executions[what];
+  };
+  const auto ask = [&](int asker) {
+    TestLoop own;
+    std::shared_ptr<TaskRunner> runner(&own, [](TaskRunner*) {});
+    for (int i = 0; i < each; ++i) {
+      const std::string what = std::to_string(asker) + "." + std::to_string(i);
+      const Joined joined(request({what}));
+      if (!joined.isOwner()) {
+        if (joined.started.reply.output != what) ++wrong;
+        ++forwarded;
+        continue;
+      }
+      joined.bus->serve(runner, {.run = [&](BusRequest other, auto finish) {
+                          execute(other.arguments[0]);
+                          finish({0, other.arguments[0], {}});
+                        }});
+      execute(what);
+      own.runFor(milliseconds(i % 3));
+      bool ended = false;
+      joined.bus->end([&] { ended = true; });
+      if (!own.runUntil([&] { return ended; })) ++wrong;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < askers; ++i) threads.emplace_back(ask, i);
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+  EXPECT_GT(forwarded, 0);
+  EXPECT_EQ(executions.size(), std::size_t{askers} * each);
+  for (const auto& [what, count] : executions) EXPECT_EQ(count, 1) << what;
+}
+
+TEST_F(CommandBusTest, AnOwnerThatDiesBeforeTakingIsReplacedAfterwardsItIsNot) {
   {
-    const auto connection = sdbus::createSessionBusConnection();
-    const auto proxy = sdbus::createProxy(*connection, name, "/com/hollen/Vantorel");
-    std::uint64_t ticket = 0;
-    proxy->callMethod("Begin")
-        .onInterface("com.hollen.Vantorel.Commands")
-        .withArguments(std::vector<std::string>{"hold"}, std::string("/"))
-        .storeResultsTo(ticket);
-    EXPECT_EQ(owner.gone, 0);
-    // A stranger cannot fetch somebody else's answer.
-    const auto other = sdbus::createSessionBusConnection();
-    const auto stranger = sdbus::createProxy(*other, name, "/com/hollen/Vantorel");
-    EXPECT_THROW(stranger->callMethod("Wait")
-                     .onInterface("com.hollen.Vantorel.Commands")
-                     .withArguments(ticket),
-                 sdbus::Error);
+    auto owner = probe("owner");
+    awaitFile("owner");
+    owner.signal(SIGSTOP);
+    auto asked = joinMeanwhile(request({"capture"}));
+    loop.runFor(milliseconds(100));
+    owner.signal(SIGKILL);
+    EXPECT_TRUE(asked.get().isOwner());
+    EXPECT_FALSE(exists("begun"));
   }
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (owner.gone == 0 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
-  EXPECT_EQ(owner.gone, 1);
-  EXPECT_EQ(CommandBus(name).start({{"end"}, "/"}).reply.status, 7);
+  std::filesystem::remove(desktop.folder() / "owner");
+  auto owner = probe("owner");
+  awaitFile("owner");
+  auto asked = joinMeanwhile(request({"capture"}));
+  awaitFile("begun");
+  owner.signal(SIGKILL);
+  const Joined joined = asked.get();
+  EXPECT_EQ(joined.started.role, CommandBus::Role::forwarded);
+  EXPECT_EQ(joined.started.reply.status, 1);
+  EXPECT_THAT(joined.started.reply.error, HasSubstr("ended before it answered"));
 }
 
-TEST(CommandBusTest, BytesThatCannotTravelAreRefusedAndRunNowhere) {
-  TestDesktop desktop({.screen = std::nullopt, .bus = true});
-  desktop.enter();
-  Owner owner;
-  const auto refused = CommandBus(name).start({{"\xFF"}, "/"});
-  EXPECT_EQ(refused.role, CommandBus::Role::forwarded);
-  EXPECT_EQ(refused.reply.status, 2);
-  EXPECT_EQ(owner.taken, 0);
-  EXPECT_EQ(CommandBus(name).start({{"end"}, "/"}).reply.status, 7);
+TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
+  const Joined owner(request({}));
+  ASSERT_TRUE(owner.isOwner());
+  int gone = 0;
+  CommandBus::Done late;
+  owner.bus->serve(main, {.run = [&](BusRequest, auto finish) { late = std::move(finish); },
+                          .askerGone = [&] { ++gone; }});
+  {
+    auto asker = probe("asker");
+    ASSERT_TRUE(loop.runUntil([&] { return late != nullptr; }));
+    EXPECT_EQ(gone, 0);
+  }
+  ASSERT_TRUE(loop.runUntil([&] { return gone == 1; }));
+  late({0, {}, {}});
+  bool ended = false;
+  owner.bus->end([&] { ended = true; });
+  EXPECT_TRUE(loop.runUntil([&] { return ended; }));
 }
 
-TEST(CommandBusTest, ABusThatHangsOrDiesStopsNobody) {
-  TestDesktop desktop({.screen = std::nullopt, .bus = true});
-  desktop.enter();
+TEST_F(CommandBusTest, AnOwnerThatEndsAnswersWhatItHasTaken) {
+  std::optional<Joined> owner(std::in_place, request({}));
+  ASSERT_TRUE(owner->isOwner());
+  std::vector<CommandBus::Done> waiting;
+  const auto keep = [&](BusRequest, auto finish) { waiting.push_back(std::move(finish)); };
+  owner->bus->serve(main, {.run = keep});
+  auto slow = joinMeanwhile(request({"slow"}));
+  ASSERT_TRUE(loop.runUntil([&] { return waiting.size() == 1; }));
+  bool ended = false;
+  owner->bus->end([&] { ended = true; });
+  EXPECT_TRUE(Joined(request({"next"})).isOwner()) << "the name is free at once";
+  loop.runFor(milliseconds(50));
+  EXPECT_FALSE(ended) << "a command that was taken still runs";
+  waiting[0]({0, "slow is done", {}});
+  EXPECT_TRUE(loop.runUntil([&] { return ended; }));
+  EXPECT_EQ(slow.get().started.reply.output, "slow is done");
+
+  // Destroyed without `end`, what is not done is answered too.
+  owner.emplace(request({}));
+  ASSERT_TRUE(owner->isOwner());
+  owner->bus->serve(main, {.run = keep});
+  auto cut = joinMeanwhile(request({"cut"}));
+  ASSERT_TRUE(loop.runUntil([&] { return waiting.size() == 2; }));
+  loop.runFor(milliseconds(50));
+  owner.reset();
+  EXPECT_THAT(cut.get().started.reply.error, HasSubstr("ended before the command was done"));
+
+  // An owner that is there for a moment only sends a sender into waiting.
+  owner.emplace(request({}));
+  ASSERT_TRUE(owner->isOwner());
+  std::atomic<int> asked = 0;
+  owner->bus->serve(main, {.accepts =
+                               [&](const BusRequest&) {
+                                 ++asked;
+                                 return false;
+                               },
+                           .run = keep});
+  auto stays = joinMeanwhile(request({"run"}));
+  ASSERT_TRUE(loop.runUntil([&] { return asked == 1; }));
+  loop.runFor(milliseconds(100));
+  EXPECT_EQ(asked, 1);
+  owner.reset();
+  EXPECT_TRUE(stays.get().isOwner());
+}
+
+TEST_F(CommandBusTest, CommandsThatComeBeforeAnybodyServesAreKept) {
+  const Joined owner(request({}));
+  ASSERT_TRUE(owner.isOwner());
+  auto early = joinMeanwhile(request({"early"}));
+  loop.runFor(milliseconds(100));
+  owner.bus->serve(
+      main, {.run = [](BusRequest what, auto finish) { finish({0, what.arguments[0], {}}); }});
+  ASSERT_TRUE(
+      loop.runUntil([&] { return early.wait_for(milliseconds(0)) == std::future_status::ready; }));
+  EXPECT_EQ(early.get().started.reply.output, "early");
+}
+
+TEST_F(CommandBusTest, TheDesktopReachesTheRunningProgram) {
+  const Joined owner(request({}));
+  ASSERT_TRUE(owner.isOwner());
+  int activated = 0;
+  std::vector<std::string> opened;
+  std::string action;
+  owner.bus->serve(main, {.activate = [&] { ++activated; },
+                          .open = [&](auto uris) { opened = std::move(uris); },
+                          .perform = [&](auto what) { action = std::move(what); }});
+  const auto desktopSide = std::async(std::launch::async, [] {
+    auto application = sdbus::createProxy(sdbus::createSessionBusConnection(),
+                                          "com.hollen.Vantorel", "/com/hollen/Vantorel");
+    const std::map<std::string, sdbus::Variant> data;
+    const auto* interface = "org.freedesktop.Application";
+    application->callMethod("Activate").onInterface(interface).withArguments(data);
+    application->callMethod("Open").onInterface(interface).withArguments(
+        std::vector<std::string>{"file:///a.png"}, data);
+    application->callMethod("ActivateAction")
+        .onInterface(interface)
+        .withArguments("capture-area", std::vector<sdbus::Variant>(), data);
+  });
+  EXPECT_TRUE(loop.runUntil([&] { return !action.empty(); }));
+  EXPECT_EQ(activated, 1);
+  EXPECT_THAT(opened, ElementsAre("file:///a.png"));
+  EXPECT_EQ(action, "capture-area");
+}
+
+TEST_F(CommandBusTest, WithoutABusTheProcessIsOnItsOwn) {
+  const auto isAlone = [&] {
+    const auto start = std::chrono::steady_clock::now();
+    const Joined joined(request({}));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
+    bool ended = false;
+    joined.bus->serve(main, {});
+    joined.bus->end([&] { ended = true; });
+    EXPECT_TRUE(loop.runUntil([&] { return ended; }));
+    return joined.started.role == CommandBus::Role::alone;
+  };
+  // One that does not answer, one that dies while we own the name, none.
   desktop.bus().signal(SIGSTOP);
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(CommandBus(name).start({{"x"}, "/"}).role, CommandBus::Role::alone);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_TRUE(isAlone());
   desktop.bus().signal(SIGCONT);
-
-  LoopRunner loop;
-  CommandBus bus(name);
-  ASSERT_EQ(bus.start({{"first"}, "/"}).role, CommandBus::Role::owner);
-  std::thread sender([] { (void)CommandBus(name).start({{"hold"}, "/"}); });
-  bus.serve(loop.runner(), {.accepts = [](const BusRequest&) { return true; },
-                            .run =
-                                [&](const BusRequest&, const CommandBus::Done&) {
-                                  // Taken and never answered: the bus dies meanwhile.
-                                  desktop.bus().signal(SIGKILL);
-                                  bus.end([&] { loop.quit(); });
-                                },
-                            .askerGone = [] {}});
-  loop.run();
-  sender.join();
+  const Joined owner(request({}));
+  ASSERT_TRUE(owner.isOwner());
+  owner.bus->serve(main, {});
+  desktop.bus().signal(SIGKILL);
+  EXPECT_TRUE(loop.runUntil([&] { return !desktop.bus().isRunning(); }));
+  bool ended = false;
+  owner.bus->end([&] { ended = true; });
+  EXPECT_TRUE(loop.runUntil([&] { return ended; }));
+  EXPECT_TRUE(isAlone());
+  unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  EXPECT_TRUE(isAlone());
 }
 
-TEST(CommandBusTest, WithoutABusTheProgramIsAlone) {
-  TestDesktop desktop({.screen = std::nullopt});
-  desktop.enter();
-  EXPECT_EQ(CommandBus(name).start({{"x"}, "/"}).role, CommandBus::Role::alone);
+TEST(CommandBusNameTest, EachRootHasAProgramOfItsOwn) {
+  EXPECT_EQ(CommandBus::nameFor(std::nullopt), "com.hollen.Vantorel");
+  const std::string one = CommandBus::nameFor("/tmp/one");
+  EXPECT_THAT(one, testing::MatchesRegex("com\\.hollen\\.Vantorel\\.r[0-9a-f]{16}"));
+  EXPECT_EQ(CommandBus::nameFor("/tmp/../tmp/one/"), one);
+  EXPECT_NE(CommandBus::nameFor("/tmp/two"), one);
 }
 
 }  // namespace
