@@ -32,7 +32,7 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuLa
   argument.beginStructure();
   argument >> layout.id >> layout.properties >> layout.children;
   argument.endStructure();
-  return argument;
+  return argument;  // NOLINT(bugprone-return-const-ref-from-parameter): the toolkit's form
 }
 static QDBusArgument& operator<<(QDBusArgument& argument, const DBusMenuProperties& line) {
   argument.beginStructure();
@@ -44,7 +44,7 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuPr
   argument.beginStructure();
   argument >> line.id >> line.properties;
   argument.endStructure();
-  return argument;
+  return argument;  // NOLINT(bugprone-return-const-ref-from-parameter): the toolkit's form
 }
 
 }  // namespace vantorel
@@ -155,7 +155,7 @@ bool DBusMenu::answer(const QDBusMessage& call, const QVariantList& values) {
 }
 
 /// The action runs when the panel has its answer, so that a slow one does not hold up the panel.
-void DBusMenu::event(int id, const QString& name) {
+void DBusMenu::handleEvent(int id, const QString& name) {
   if (name != QLatin1String("clicked")) return;
   const auto* const node = tree_.find(id);
   if (node == nullptr || !node->item.isEnabled || !node->item.perform) return;
@@ -209,7 +209,7 @@ bool DBusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection&
   }
   if (member == QLatin1String("Event")) {
     if (tree_.find(number(0)) == nullptr) return refused();
-    event(number(0), arguments.value(1).toString());
+    handleEvent(number(0), arguments.value(1).toString());
     return answer(message, {});
   }
   if (member == QLatin1String("EventGroup")) {
@@ -224,7 +224,7 @@ bool DBusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection&
       events >> id >> name >> data >> time;
       events.endStructure();
       if (tree_.find(id) == nullptr) unknown.push_back(id);
-      event(id, name);
+      handleEvent(id, name);
     }
     return answer(message, {QVariant::fromValue(unknown)});
   }

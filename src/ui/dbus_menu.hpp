@@ -25,7 +25,7 @@ class DBusMenu : public QDBusVirtualObject {
 
  private:
   bool answer(const QDBusMessage& call, const QVariantList& values);
-  void event(int id, const QString& name);
+  void handleEvent(int id, const QString& name);
   void announceLayout();
 
   QDBusConnection bus_;

@@ -67,7 +67,7 @@ QImage customPicture(const DesktopCoverLook& look) {
 class DesktopCover::Window : public QRasterWindow {
  public:
   Window(const QRect& area, DesktopCoverStyle style, QColor color, QImage picture)
-      : area_(area), style_(style), color_(std::move(color)), picture_(std::move(picture)) {
+      : area_(area), style_(style), color_(color), picture_(std::move(picture)) {
     setFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnBottomHint | Qt::WindowDoesNotAcceptFocus);
     setTitle(QStringLiteral("Vantorel desktop cover"));
     screen_pixels::place(*this, area);
@@ -163,6 +163,7 @@ void DesktopCover::hide() {
 
 std::vector<WindowID> DesktopCover::windowIDs() const {
   std::vector<WindowID> ids;
+  ids.reserve(windows_.size());
   for (const auto& window : windows_) ids.push_back(window->winId());
   return ids;
 }

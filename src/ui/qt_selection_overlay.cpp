@@ -123,6 +123,7 @@ namespace {
 
 std::vector<DisplaySnapshot> snapshotsOf(const std::vector<FrozenDisplay>& displays) {
   std::vector<DisplaySnapshot> snapshots;
+  snapshots.reserve(displays.size());
   for (const auto& frozen : displays) snapshots.push_back(frozen.display);
   return snapshots;
 }

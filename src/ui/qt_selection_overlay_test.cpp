@@ -53,7 +53,7 @@ class SelectionOverlayTest : public UiTestCase {
                                 PixelRect origin) {
     MutableImage part({area.width, area.height}, PixelFormat::bgrx);
     for (int y = 0; y < area.height; ++y) {
-      std::memcpy(part.row(y).data(), screen.constScanLine(area.y + y) + area.x * 4,
+      std::memcpy(part.row(y).data(), screen.constScanLine(area.y + y) + std::ptrdiff_t{area.x} * 4,
                   part.row(y).size());
     }
     return differenceFromTestPicture(std::move(part).finish(), seed, area.x - origin.x,
@@ -219,9 +219,9 @@ TEST_F(SelectionOverlayTest, StandsAboveManagedWindows) {
   auto what = request();
   what.displays.pop_back();
   what.displays[0].display.id = "screen";
-  ui->selectionOverlay().select(what, [this](auto target) {
+  ui->selectionOverlay().select(std::move(what), [this](auto target) {
     ++answers;
-    answer = target;
+    answer = std::move(target);
   });
   settle();
   movePointer({250, 250});

@@ -196,7 +196,8 @@ TEST_F(StatusItemTest, PanelReadsAndClicksTheExportedMenu) {
     pictures.endStructure();
     sides.push_back(width);
     ASSERT_EQ(pixels.size(), width * height * 4);
-    const qsizetype middle = (height / 4 * width + width / 2) * 4;  // blue, between the brackets
+    const qsizetype middle =
+        (qsizetype{height} / 4 * width + width / 2) * 4;  // blue, between the brackets
     EXPECT_EQ(static_cast<unsigned char>(pixels[middle]), 255) << "alpha comes first";
     EXPECT_GT(static_cast<unsigned char>(pixels[middle + 3]), 150);
   }

@@ -41,7 +41,7 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, NotifierPi
   argument.beginStructure();
   argument >> picture.width >> picture.height >> picture.pixels;
   argument.endStructure();
-  return argument;
+  return argument;  // NOLINT(bugprone-return-const-ref-from-parameter): the toolkit's form
 }
 static QDBusArgument& operator<<(QDBusArgument& argument, const NotifierToolTip& tip) {
   argument.beginStructure();
@@ -53,7 +53,7 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, NotifierTo
   argument.beginStructure();
   argument >> tip.iconName >> tip.icon >> tip.title >> tip.text;
   argument.endStructure();
-  return argument;
+  return argument;  // NOLINT(bugprone-return-const-ref-from-parameter): the toolkit's form
 }
 
 }  // namespace vantorel

@@ -155,7 +155,7 @@ Image testPicture(PixelSize size, std::uint32_t seed) {
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
       const std::uint32_t pixel = testPixel(seed, x, y);
-      std::memcpy(picture.row(y).data() + x * 4, &pixel, 4);
+      std::memcpy(picture.row(y).data() + std::ptrdiff_t{x} * 4, &pixel, 4);
     }
   }
   return std::move(picture).finish();
