@@ -34,9 +34,9 @@ Rewritten toRewritten(CaptureTranscoder::CompressOutcome outcome) {
 }
 
 std::string remarkOn(const CaptureTranscoder::Result& result) {
-  std::string text = fmt::format("{} became {}{}.", sizeText(result.bytesBefore),
-                                 sizeText(result.bytesAfter),
-                                 result.downscaled ? ", scaled down to 1x" : "");
+  std::string text =
+      fmt::format("{} became {}{}.", sizeText(result.bytesBefore), sizeText(result.bytesAfter),
+                  result.downscaled ? ", scaled down to 1x" : "");
   for (const CaptureNote& note : result.notes) text += " " + sentence(note);
   return text;
 }
@@ -90,30 +90,29 @@ void CaptureRewriter::rewrite(const std::string& name, Change change, Done done)
     source.keepOriginalAs =
         services_.originals / (before.id + Path(before.path).extension().string());
   }
-  services_.work->post([source, change, files = services_.files, codec = services_.codec,
-                        quality = services_.settings->values().jpegQuality, main = services_.main,
-                        landed = alive_.guard([this, entry = *entry, source,
-                                               finished = std::move(finished)](
-                                                  Rewritten& result) mutable {
-                          if (!result) return finished(std::unexpected(result.error()));
-                          if (!*result) {
-                            return finished(RewrittenCapture{
-                                entry, "The file is as it should be already; nothing was changed."});
-                          }
-                          fileAway(*entry, source, **result, std::move(finished));
-                        })]() mutable {
-    CaptureTranscoder transcoder(files, codec);
-    Rewritten result = [&]() -> Rewritten {
-      if (!change.format) return toRewritten(transcoder.compress(source, change.downscaleTo1x));
-      auto converted = transcoder.convert(source, *change.format, quality);
-      if (!converted) return std::unexpected(sentence(converted.error()));
-      if (converted->path == source.path) return std::nullopt;
-      return std::move(*converted);
-    }();
-    main->post([result = std::move(result), landed = std::move(landed)]() mutable {
-      landed(result);
-    });
-  });
+  services_.work->post(
+      [source, change, files = services_.files, codec = services_.codec,
+       quality = services_.settings->values().jpegQuality, main = services_.main,
+       landed = alive_.guard([this, entry = *entry, source,
+                              finished = std::move(finished)](Rewritten& result) mutable {
+         if (!result) return finished(std::unexpected(result.error()));
+         if (!*result) {
+           return finished(RewrittenCapture{
+               entry, "The file is as it should be already; nothing was changed."});
+         }
+         fileAway(*entry, source, **result, std::move(finished));
+       })]() mutable {
+        CaptureTranscoder transcoder(files, codec);
+        Rewritten result = [&]() -> Rewritten {
+          if (!change.format) return toRewritten(transcoder.compress(source, change.downscaleTo1x));
+          auto converted = transcoder.convert(source, *change.format, quality);
+          if (!converted) return std::unexpected(sentence(converted.error()));
+          if (converted->path == source.path) return std::nullopt;
+          return std::move(*converted);
+        }();
+        main->post(
+            [result = std::move(result), landed = std::move(landed)]() mutable { landed(result); });
+      });
 }
 
 void CaptureRewriter::fileAway(const ScreenshotEntry& before,
@@ -130,8 +129,8 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
     if (entry.originalPath) {
       surplus = result.oldPath;
     } else {
-      const auto& original = result.oldPath && !source.keepOriginalAs ? result.oldPath
-                                                                      : source.keepOriginalAs;
+      const auto& original =
+          result.oldPath && !source.keepOriginalAs ? result.oldPath : source.keepOriginalAs;
       if (original) entry.originalPath = original->string();
       if (source.keepOriginalAs) surplus = result.oldPath;
     }
@@ -143,8 +142,8 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
   store.flush(alive_.guard([this, id = before.id, surplus, remark = remarkOn(result),
                             finished = std::move(finished)](Result<void> saved) mutable {
     if (!saved) {
-      return finished(std::unexpected("The change is made, but History couldn't be saved: " +
-                                      saved.error().reason + "."));
+      return finished(std::unexpected(
+          "The change is made, but History couldn't be saved: " + saved.error().reason + "."));
     }
     const EntryPointer entry = services_.store->find(id);
     if (!entry) return finished(std::unexpected("The capture has left History."));

@@ -53,12 +53,11 @@ void StillCaptureFiling::whenLibraryIsOurs(std::move_only_function<void()> ready
     Observation loading;
   };
   auto waiting = std::make_shared<Waiting>(Waiting{std::move(ready), {}});
-  waiting->loading =
-      services_.store->observe(alive_.guard([waiting](const HistoryChange& change) {
-        if (!change.loaded) return;
-        waiting->loading.end();
-        std::exchange(waiting->ready, nullptr)();
-      }));
+  waiting->loading = services_.store->observe(alive_.guard([waiting](const HistoryChange& change) {
+    if (!change.loaded) return;
+    waiting->loading.end();
+    std::exchange(waiting->ready, nullptr)();
+  }));
 }
 
 void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed) {

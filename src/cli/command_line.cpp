@@ -1,8 +1,8 @@
 #include "cli/command_line.hpp"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -76,8 +76,8 @@ constexpr const char* exitStatuses =
     "3 cancelled by the user; 4 refused because another capture or a dialog is running.";
 
 void addCapture(CLI::App& app, Given& given) {
-  CLI::App* const capture = app.add_subcommand(
-      "capture", "Take a still and file it; prints the path of the file");
+  CLI::App* const capture =
+      app.add_subcommand("capture", "Take a still and file it; prints the path of the file");
   capture->add_option("what", given.kind, "display, window, area or previous (the last area again)")
       ->required()
       ->check(CLI::IsMember(names<StillCaptureCommand::Kind>()));

@@ -16,8 +16,9 @@ CommandLine parsed(std::vector<std::string> arguments) {
 }
 
 TEST(CommandLineTest, CapturesAreReadWhole) {
-  const CommandLine line = parsed({"--root", "/tmp/x", "capture", "area", "--rect", "-10,20.5,30,40",
-                                   "--display", "DP-1", "--delay", "five", "--json"});
+  const CommandLine line =
+      parsed({"--root", "/tmp/x", "capture", "area", "--rect", "-10,20.5,30,40", "--display",
+              "DP-1", "--delay", "five", "--json"});
   EXPECT_EQ(line.root, "/tmp/x");
   EXPECT_TRUE(line.json);
   EXPECT_FALSE(line.needsWindows());
@@ -32,9 +33,9 @@ TEST(CommandLineTest, CapturesAreReadWhole) {
   EXPECT_TRUE(parsed({"capture", "window"}).needsWindows());
   EXPECT_TRUE(parsed({"capture", "area"}).needsWindows());
   EXPECT_TRUE(parsed({}).needsWindows());
-  EXPECT_EQ(std::get<command::Convert>(parsed({"convert", "latest", "--format", "jpeg"}).command)
-                .format,
-            ExportFormat::jpeg);
+  EXPECT_EQ(
+      std::get<command::Convert>(parsed({"convert", "latest", "--format", "jpeg"}).command).format,
+      ExportFormat::jpeg);
 }
 
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {

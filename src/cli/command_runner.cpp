@@ -59,10 +59,9 @@ void writeRect(json::Writer& writer, std::string_view key, const PointRect& rect
 
 std::string line(const DisplaySnapshot& display, bool json) {
   if (!json) {
-    return fmt::format("{}\t{}x{}\tscale {}\tat {},{}\t{}{}\n", display.id,
-                       display.pixelSize.width, display.pixelSize.height, display.scale(),
-                       display.bounds.x, display.bounds.y, display.name,
-                       display.isMain ? " (main)" : "");
+    return fmt::format("{}\t{}x{}\tscale {}\tat {},{}\t{}{}\n", display.id, display.pixelSize.width,
+                       display.pixelSize.height, display.scale(), display.bounds.x,
+                       display.bounds.y, display.name, display.isMain ? " (main)" : "");
   }
   json::Writer writer;
   writer.beginObject();
@@ -155,10 +154,10 @@ void CommandRunner::run(const CommandLine& line, Done done) {
 }
 
 void CommandRunner::capture(const StillCaptureCommand& what, bool json, Done done) {
-  services_.coordinator->capture(
-      what, [json, done = std::move(done)](const CaptureReply& reply) mutable {
-        done(replyTo(reply, json));
-      });
+  services_.coordinator->capture(what,
+                                 [json, done = std::move(done)](const CaptureReply& reply) mutable {
+                                   done(replyTo(reply, json));
+                                 });
 }
 
 void CommandRunner::listDisplays(bool json, Done done) {

@@ -121,8 +121,8 @@ int run(int argc, char** argv) {
   auto parsed = parseCommandLine(arguments);
   if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
     const bool ok = answer->status == ExitStatus::done;
-    return print({static_cast<int>(answer->status), ok ? answer->text : "",
-                  ok ? "" : answer->text});
+    return print(
+        {static_cast<int>(answer->status), ok ? answer->text : "", ok ? "" : answer->text});
   }
   const CommandLine& line = std::get<CommandLine>(parsed);
   std::optional<Path> root;
@@ -147,12 +147,12 @@ int run(int argc, char** argv) {
     }
     DesktopUi& ui = **loaded;
     if (std::holds_alternative<command::Run>(line.command)) live(folders, bus, ui);
-    return runOnce(line, folders, bus, ui.mainRunner(), &ui, [&] { ui.run(); },
-                   [&] { ui.quit(0); });
+    return runOnce(
+        line, folders, bus, ui.mainRunner(), &ui, [&] { ui.run(); }, [&] { ui.quit(0); });
   }
   LoopRunner loop;
-  return runOnce(line, folders, bus, loop.runner(), nullptr, [&] { loop.run(); },
-                 [&] { loop.quit(); });
+  return runOnce(
+      line, folders, bus, loop.runner(), nullptr, [&] { loop.run(); }, [&] { loop.quit(); });
 }
 
 }  // namespace

@@ -64,9 +64,9 @@ struct Program::Parts {
         files(std::make_shared<LinuxFiles>()),
         clock(std::make_shared<LinuxClock>()),
         codec(std::make_shared<LinuxImageCodec>()),
-        desktop(makeDesktopServices(environmentVariable, main,
-                                    ui == nullptr ? WindowContents::onDemand
-                                                  : WindowContents::keptFromStart)),
+        desktop(makeDesktopServices(
+            environmentVariable, main,
+            ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),
         notifications(queues.queue("com.hollen.Vantorel.notifications")),
         settingsFile({.files = *files,
                       .main = main,
@@ -90,24 +90,24 @@ struct Program::Parts {
       alerts->notify("Settings", *settingsFile.problem());
     }
     coordinator = std::make_unique<AppCoordinator>(services(folders, std::move(terminate)));
-    rewriter = std::make_unique<CaptureRewriter>(CaptureRewriter::Services{
-        .main = main,
-        .work = queues.queue("com.hollen.Vantorel.rewrite"),
-        .files = files,
-        .codec = codec,
-        .store = &store,
-        .settings = &settings,
-        .activity = &coordinator->rewrites(),
-        .pendingWork = &coordinator->pendingArchiveWork(),
-        .surfaces = &coordinator->surfaces(),
-        .originals = folders.data / "Originals"});
-    commands = std::make_unique<CommandRunner>(
-        CommandRunner::Services{.main = main,
-                                .coordinator = coordinator.get(),
-                                .rewriter = rewriter.get(),
-                                .store = &store,
-                                .screen = desktop.screen.get(),
-                                .windows = desktop.windows.get()});
+    rewriter = std::make_unique<CaptureRewriter>(
+        CaptureRewriter::Services{.main = main,
+                                  .work = queues.queue("com.hollen.Vantorel.rewrite"),
+                                  .files = files,
+                                  .codec = codec,
+                                  .store = &store,
+                                  .settings = &settings,
+                                  .activity = &coordinator->rewrites(),
+                                  .pendingWork = &coordinator->pendingArchiveWork(),
+                                  .surfaces = &coordinator->surfaces(),
+                                  .originals = folders.data / "Originals"});
+    commands =
+        std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
+                                                                .coordinator = coordinator.get(),
+                                                                .rewriter = rewriter.get(),
+                                                                .store = &store,
+                                                                .screen = desktop.screen.get(),
+                                                                .windows = desktop.windows.get()});
   }
 
   AppCoordinator::Services services(const UserFolders& folders, std::function<void()> terminate) {
@@ -178,10 +178,9 @@ void Program::start() {
 
 void Program::startResident() {
   Parts& parts = *parts_;
-  parts.ui->statusItem().setMenu([&parts] { return parts.coordinator->statusMenu(); },
-                                 [&parts] {
-                                   parts.commands->run({.command = command::Capture{}}, [](auto) {});
-                                 });
+  parts.ui->statusItem().setMenu(
+      [&parts] { return parts.coordinator->statusMenu(); },
+      [&parts] { parts.commands->run({.command = command::Capture{}}, [](auto) {}); });
   parts.coordinator->startResident();
   recover([] {});
 }

@@ -107,8 +107,8 @@ TEST(ProgramTest, EveryModeShowsThePixelsOfTheScreen) {
   EXPECT_EQ(main.size(), (PixelSize{2560, 1440}));
   EXPECT_EQ(differenceFromTestPicture(main.cropped({300, 200, 900, 700}), 3), "");
   EXPECT_EQ(differenceFromTestPicture(main.cropped({0, 900, 2560, 540}), 1, 0, 900), "");
-  const Image window = vantorel.picture(
-      vantorel.run({"capture", "window", "--window", std::to_string(covered)}));
+  const Image window =
+      vantorel.picture(vantorel.run({"capture", "window", "--window", std::to_string(covered)}));
   EXPECT_EQ(differenceFromTestPicture(window, 2), "") << "the covered part is missing";
 
   for (const char* format : {"jpeg", "webp", "heic"}) {
@@ -117,8 +117,8 @@ TEST(ProgramTest, EveryModeShowsThePixelsOfTheScreen) {
   }
   EXPECT_EQ(vantorel.run({"compress", "latest"}).status, 0);
 
-  const Image area = vantorel.picture(vantorel.run(
-      {"capture", "area", "--display", "RIGHT", "--rect", "1000,900,500,500"}));
+  const Image area = vantorel.picture(
+      vantorel.run({"capture", "area", "--display", "RIGHT", "--rect", "1000,900,500,500"}));
   EXPECT_EQ(area.size(), (PixelSize{280, 124})) << "not cut at the display's edge";
   EXPECT_EQ(differenceFromTestPicture(area, 1, 3560, 1200), "");
   const ChildOutcome previous = vantorel.run({"--json", "capture", "previous"});
@@ -202,8 +202,7 @@ TEST(ProgramTest, WhatIsMissingIsSaidInASentence) {
   }
   ChildEnvironment wayland = nowhere.environment();
   wayland["WAYLAND_DISPLAY"] = "wayland-0";
-  const ChildOutcome outcome =
-      ChildProcess(blind.command({"capture", "display"}), wayland).wait();
+  const ChildOutcome outcome = ChildProcess(blind.command({"capture", "display"}), wayland).wait();
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("Wayland"));
 }

@@ -16,7 +16,8 @@ Result<std::unique_ptr<DesktopUi>> loadDesktopUi() {
   void* const library = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     logError("Windows", "{}", dlerror());
-    return failed(FailureKind::notFound, "the part of Vantorel that shows windows is not installed");
+    return failed(FailureKind::notFound,
+                  "the part of Vantorel that shows windows is not installed");
   }
   const auto make = reinterpret_cast<DesktopUiFactory>(dlsym(library, desktopUiFactoryName));
   std::unique_ptr<DesktopUi> ui(make == nullptr ? nullptr : make());

@@ -7,8 +7,9 @@
 
 namespace vantorel {
 
-/// Where this user's things belong: the XDG base directories (specifications.freedesktop.org/basedir-spec)
-/// and the Pictures folder of xdg-user-dirs; or, for tests and portable use, all below one root.
+/// Where this user's things belong: the XDG base directories
+/// (specifications.freedesktop.org/basedir-spec) and the Pictures folder of xdg-user-dirs; or, for
+/// tests and portable use, all below one root.
 struct UserFolders {
   std::filesystem::path data;      ///< the library's index and staged captures
   std::filesystem::path config;    ///< the settings

@@ -22,7 +22,8 @@ TEST(UserFoldersTest, FollowsTheVariablesAndThePicturesFolder) {
   EXPECT_EQ(plain.captures, "/home/ada/Pictures/Vantorel");
 
   const UserFolders german = UserFolders::ofUser(
-      environment, "# written by xdg-user-dirs\nXDG_MUSIC_DIR=\"/m\"\nXDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
+      environment,
+      "# written by xdg-user-dirs\nXDG_MUSIC_DIR=\"/m\"\nXDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
   EXPECT_EQ(german.captures, "/home/ada/Bilder/Vantorel");
   const UserFolders elsewhere = UserFolders::ofUser(environment, "XDG_PICTURES_DIR=\"/data/p\"");
   EXPECT_EQ(elsewhere.captures, "/data/p/Vantorel");
