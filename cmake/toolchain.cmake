@@ -11,6 +11,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
                                             -Wno-stringop-overflow -Wno-array-bounds)
 endif()
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # Fields left out of a designated initialiser take their defaults on purpose.
+  target_compile_options(vt_flags INTERFACE -Wno-missing-designated-field-initializers)
+endif()
+
 set(VANTOREL_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
 if(VANTOREL_SANITIZE)
   add_compile_options(-fsanitize=${VANTOREL_SANITIZE} -fno-omit-frame-pointer

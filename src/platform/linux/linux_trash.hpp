@@ -7,8 +7,8 @@
 
 namespace vantorel {
 
-/// The Trash of the freedesktop.org Trash specification 1.0: the user's own for files on the disk
-/// of the home folder, one at the top of its disk for every other file.
+/// The desktop's Trash as freedesktop.org lays it down, version 1.0: the user's own for files on
+/// the disk of the home folder, one at the top of its disk for every other file.
 class LinuxTrash final : public Trash {
  public:
   /// `dataHome` is $XDG_DATA_HOME; `userID` the user this process runs as.
