@@ -14,6 +14,8 @@ endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   # Fields left out of a designated initialiser take their defaults on purpose.
   target_compile_options(vt_flags INTERFACE -Wno-missing-designated-field-initializers)
+  # libstdc++ 12 uses in its stable sort what it has deprecated itself.
+  target_compile_options(vt_flags INTERFACE -Wno-deprecated-declarations)
 endif()
 
 set(VANTOREL_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")

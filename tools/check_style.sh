@@ -25,7 +25,7 @@ import json, re, sys
 entries = json.load(open("build/dev/compile_commands.json"))
 for entry in entries:
     command = re.sub(r" -include \S*cmake_pch\S*", "", entry["command"])
-    command = re.sub(r" -Winvalid-pch", "", command)
+    command = re.sub(r" -Winvalid-pch", " -Wno-unknown-warning-option", command)
     entry["command"] = re.sub(r"^.*?ccache ", "", command)
 json.dump([e for e in entries if "cmake_pch" not in e["file"]], open(sys.argv[1], "w"))
 PYTHON
@@ -33,7 +33,9 @@ mapfile -t sources < <(
   printf '%s\n' "${files[@]}" | grep '\.cpp$' |
     python3 -c 'import json, os, sys
 known = {os.path.relpath(e["file"]) for e in json.load(open(sys.argv[1]))}
-print("\n".join(f for f in sys.stdin.read().split() if f in known))' "$commands/compile_commands.json"
+for file in sys.stdin.read().split():
+    if file in known:
+        print(file)' "$commands/compile_commands.json"
 )
 [ "${#sources[@]}" -eq 0 ] && exit 0
 printf '%s\0' "${sources[@]}" |
