@@ -2,7 +2,7 @@
 PREFIX ?= /usr/local
 PROGRAM := build/release/bin/vantorel
 
-.PHONY: run build test bench lint install clean packages
+.PHONY: run build test sanitize bench lint install clean packages
 
 # On a desktop: starts the program in the tray. Without a display: a short demonstration on a
 # private virtual one.
@@ -14,9 +14,13 @@ build: packages
 	@cmake --preset release --log-level=WARNING
 	@cmake --build --preset release --target vantorel-program
 
-# Everything that can be checked: tests, sanitizers, fuzzers, format, tidy.
+# Build, format, tidy and all tests.
 test: packages
 	@tools/run_tests.sh
+
+# The tests under the sanitizers, and the fuzzers.
+sanitize: packages
+	@tools/run_sanitizers.sh
 
 # The speed of the hot paths, each beside a named alternative.
 bench: packages

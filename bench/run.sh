@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Every benchmark: the programs built from bench/, then the whole command against scrot.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+for program in build/release/bin/*_bench; do
+  [ -x "$program" ] && "$program"
+done
+bench/capture_command.sh build/release/bin/vantorel
