@@ -27,6 +27,10 @@ export DISPLAY=:$number
 xsetroot -solid '#2d4a66'
 openbox >/dev/null 2>&1 &
 children+=($!)
+for _ in $(seq 100); do
+  xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
+  sleep 0.05
+done
 xmessage -fn fixed -geometry 620x160+200+150 -title "A window to look at" \
   -buttons "Capture,Annotate,Share" "Vantorel takes pictures of the screen and keeps them." \
   >/dev/null 2>&1 &
