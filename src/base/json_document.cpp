@@ -127,11 +127,25 @@ std::string quoteGreatNumbers(std::string& text) {
   return mark;
 }
 
-simdjson::error_code parseInto(dom::document& document, std::string& text) {
-  dom::parser parser;
-  if (const auto error = parser.allocate(text.size(), Document::maximumDepth)) return error;
+simdjson::error_code parseInto(dom::parser& parser, dom::document& document, std::string& text) {
+  if (parser.capacity() < text.size() || parser.max_depth() == 0) {
+    if (const auto error = parser.allocate(text.size(), Document::maximumDepth)) return error;
+  }
   text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
   return parser.parse_into_document(document, text.data(), text.size(), false).error();
+}
+
+/// Parses `text`, which is changed where it has numbers that no machine type holds.
+Result<void> parseInto(dom::parser& parser, DocumentStorage& storage, std::string& text) {
+  storage.numberMark.clear();
+  simdjson::error_code error = parseInto(parser, storage.document, text);
+  if (error == simdjson::NUMBER_ERROR) {
+    storage.numberMark = quoteGreatNumbers(text);
+    if (!storage.numberMark.empty()) error = parseInto(parser, storage.document, text);
+  }
+  if (error == simdjson::MEMALLOC) return failed(FailureKind::noSpace, "not enough memory");
+  if (error) return failed(FailureKind::malformed, simdjson::error_message(error));
+  return {};
 }
 
 }  // namespace
@@ -262,18 +276,28 @@ Document::~Document() = default;
 
 Result<Document> Document::parse(std::string text) {
   auto storage = std::make_unique<DocumentStorage>();
-  simdjson::error_code error = parseInto(storage->document, text);
-  if (error == simdjson::NUMBER_ERROR) {
-    storage->numberMark = quoteGreatNumbers(text);
-    if (!storage->numberMark.empty()) error = parseInto(storage->document, text);
-  }
-  if (error == simdjson::MEMALLOC) return failed(FailureKind::noSpace, "not enough memory");
-  if (error) return failed(FailureKind::malformed, simdjson::error_message(error));
+  dom::parser parser;
+  VT_TRY(parseInto(parser, *storage, text));
   return Document(std::move(storage));
 }
 
 Cursor Document::root() const {
   return {storage_.get(), std::bit_cast<Cursor::Words>(storage_->document.root())};
+}
+
+struct DocumentParser::Memory {
+  dom::parser parser;
+  DocumentStorage storage;
+  std::string text;
+};
+
+DocumentParser::DocumentParser() : memory_(std::make_unique<Memory>()) {}
+DocumentParser::~DocumentParser() = default;
+
+Result<Cursor> DocumentParser::parse(std::string_view text) {
+  memory_->text.assign(text);
+  VT_TRY(parseInto(memory_->parser, memory_->storage, memory_->text));
+  return Cursor(&memory_->storage, std::bit_cast<Cursor::Words>(memory_->storage.document.root()));
 }
 
 Result<JSONValue> parseValue(std::string text) {

@@ -47,6 +47,7 @@ class Cursor {
 
  private:
   friend class Document;
+  friend class DocumentParser;
   struct Words {
     std::uint64_t first = 0;
     std::uint64_t second = 0;
@@ -102,6 +103,22 @@ class Document {
   explicit Document(std::unique_ptr<DocumentStorage> storage);
 
   std::unique_ptr<DocumentStorage> storage_;
+};
+
+/// Parses many small texts one after the other in the same memory.
+class DocumentParser {
+ public:
+  DocumentParser();
+  ~DocumentParser();
+  DocumentParser(const DocumentParser&) = delete;
+  DocumentParser& operator=(const DocumentParser&) = delete;
+
+  /// As `Document::parse`. The cursor and all that comes from it are valid until the next call.
+  [[nodiscard]] Result<Cursor> parse(std::string_view text);
+
+ private:
+  struct Memory;
+  std::unique_ptr<Memory> memory_;
 };
 
 /// Parses a text into a value that stands on its own. Fails with `malformed`.

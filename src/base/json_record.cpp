@@ -78,7 +78,7 @@ RecordReader::RecordReader(Cursor object, Problem& problem) : problem_(problem) 
   Found found;
   for (auto members = object.members(); members.next(found.key, found.value);) {
     if (many_.empty() && count_ < few_.size()) {
-      few_[count_] = found;
+      std::construct_at(&few_[count_], found);
     } else {
       if (many_.empty()) many_.assign(few_.begin(), few_.end());
       many_.push_back(found);

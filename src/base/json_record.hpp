@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -243,7 +244,11 @@ class RecordReader {
   bool succeeded_ = true;
   std::size_t count_ = 0;
   std::size_t expected_ = 0;
-  std::array<Found, 48> few_;  // the first `count_` are set, unless all moved to `many_`
+  // The first `count_` are set, unless all moved to `many_`. The others stay uninitialised: most
+  // records have few members, and there are very many records.
+  union {
+    std::array<Found, 48> few_;
+  };
   std::vector<Found> many_;
 };
 
@@ -252,6 +257,7 @@ class RecordWriter {
  public:
   static constexpr bool reading = false;
 
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
   explicit RecordWriter(Writer& writer) : writer_(writer) {}
 
   template <class Member, class... Rules>
@@ -280,14 +286,16 @@ class RecordWriter {
  private:
   template <class Member>
   void put(std::string_view key, const Member& member) {
-    if (writtenCount_ < written_.size()) written_[writtenCount_++] = key;
+    if (writtenCount_ < written_.size()) std::construct_at(&written_[writtenCount_++], key);
     writer_.key(key);
     write(writer_, member);
   }
 
   Writer& writer_;
   std::size_t writtenCount_ = 0;
-  std::array<std::string_view, 64> written_;
+  union {  // the first `writtenCount_` are set
+    std::array<std::string_view, 64> written_;
+  };
 };
 
 template <class Record>

@@ -30,14 +30,16 @@ std::set<std::string_view> collectionsOf(const EntryPointer& entry) {
 
 }  // namespace
 
-void EntryCaches::build(const EntryList& entries) {
+bool EntryCaches::build(const EntryList& entries) {
   *this = {};
   byID_.reserve(entries.size());
   byPath_.reserve(entries.size());
   newestFirst_.assign(entries.rbegin(), entries.rend());
-  std::ranges::stable_sort(newestFirst_, isNewer);
+  if (!std::ranges::is_sorted(newestFirst_, isNewer)) {
+    std::ranges::stable_sort(newestFirst_, isNewer);
+  }
   for (const EntryPointer& entry : newestFirst_) {
-    byID_.emplace(entry->id, entry);
+    if (!byID_.emplace(entry->id, entry).second) return false;
     byPath_.emplace(entry->path, entry);
     for (const std::string_view id : collectionsOf(entry)) {
       CollectionMembership& membership = members_[std::string(id)];
@@ -45,6 +47,7 @@ void EntryCaches::build(const EntryList& entries) {
       if (entry->starred) ++membership.starredCount;
     }
   }
+  return true;
 }
 
 void EntryCaches::add(const EntryPointer& entry) {

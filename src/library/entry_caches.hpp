@@ -21,7 +21,8 @@ struct CollectionMembership {
 /// the library. Kept in step with the list by its owner, on whose runner it lives.
 class EntryCaches {
  public:
-  void build(const EntryList& entries);
+  /// False when two entries have the same id: then the caches are of no use.
+  [[nodiscard]] bool build(const EntryList& entries);
   void add(const EntryPointer& entry);
   void remove(const EntryPointer& entry);
   void replace(const EntryPointer& before, const EntryPointer& after);

@@ -6,12 +6,13 @@
 
 #include "base/json_value.hpp"
 #include "base/result.hpp"
+#include "library/index_outline.hpp"
 #include "library/records/history_collection.hpp"
 #include "library/records/screenshot_entry.hpp"
 
 namespace vantorel {
 
-/// The library's whole state as it stands in the index. Copying costs a pointer an entry.
+/// The library's whole state as it stands in the index.
 struct HistoryIndexFile {
   /// This build writes this version and reads all up to it.
   static constexpr int currentVersion = 4;
@@ -29,18 +30,20 @@ struct HistoryIndexFile {
 
 /// What reading an index text came to.
 struct DecodedIndex {
-  /// When greater than `currentVersion` nothing else was read.
-  int version = 0;
-  HistoryIndexFile file;
+  HistoryIndexFile file;  ///< with a `version` greater than `currentVersion` nothing else was read
 
-  /// What is in memory differs from the text in more than its form.
-  bool changedByReading = false;
+  /// Where each of `file.entries` stands in the text; a length of 0 when that is not known.
+  std::vector<TextRun> runs;
 };
 
-/// Fails with `malformed` when the text is not an index at all: then nothing of it counts.
-[[nodiscard]] Result<DecodedIndex> decodeIndex(std::string text);
+/// Fails with `malformed` when the text is not an index at all: then nothing of it counts; other
+/// kinds are those of `source`. Uses all processors for a large one, and never holds all of the
+/// text.
+[[nodiscard]] Result<DecodedIndex> decodeIndex(const TextSource& source);
+[[nodiscard]] Result<DecodedIndex> decodeIndex(std::string_view text);
 
-/// Compact, in the order version, entries, collections, unknown keys.
-[[nodiscard]] std::string encodeIndex(const HistoryIndexFile& file);
+// An index is written as its head, the entries with commas between them, and its tail.
+[[nodiscard]] std::string encodeIndexHead();
+[[nodiscard]] std::string encodeIndexTail(const HistoryIndexFile& file);
 
 }  // namespace vantorel

@@ -77,7 +77,7 @@ void HistoryStore::loadWithLock(int attempt, std::move_only_function<void()> don
 void HistoryStore::finishLoading(IndexStorage::Loaded loaded) {
   entries_ = std::move(loaded.entries);
   collections_ = std::move(loaded.collections);
-  caches_.build(entries_);
+  caches_ = std::move(loaded.caches);
   loadOutcome_ = loaded.load;
   writer_.opened(loaded.load);
   if (loaded.changedByReading) writer_.schedule();

@@ -1,12 +1,110 @@
 #include "library/index_storage.hpp"
 
+#include <unordered_map>
+
+#include "base/json_writer.hpp"
 #include "base/log.hpp"
+#include "base/random_id.hpp"
 #include "library/parked_index.hpp"
 
 namespace vantorel {
 namespace {
 
 constexpr std::string_view category = "History";
+
+/// Puts a new index together from runs of the old one and new text, merging what is adjacent.
+class Assembly {
+ public:
+  explicit Assembly(const std::string& head) { addText(head); }
+
+  /// Answers where the item will stand in the new index. All items but the first get a comma.
+  TextRun addItem(TextRun oldRun) {
+    const bool follows = !isFirstItem_ && !pieces_.empty() && pieces_.back().isCopied &&
+                         pieces_.back().run.offset + pieces_.back().run.length + 1 == oldRun.offset;
+    if (follows) {
+      // The one byte between two items of a list is their comma.
+      pieces_.back().run.length += 1 + oldRun.length;
+      size_ += 1;
+    } else {
+      separate();
+      pieces_.push_back({true, oldRun});
+    }
+    isFirstItem_ = false;
+    const TextRun place{size_, oldRun.length};
+    size_ += oldRun.length;
+    return place;
+  }
+
+  TextRun addItem(std::string_view text) {
+    separate();
+    isFirstItem_ = false;
+    const TextRun place{size_, text.size()};
+    addText(text);
+    return place;
+  }
+
+  void addText(std::string_view text) {
+    if (pieces_.empty() || pieces_.back().isCopied) {
+      pieces_.push_back({false, {text_.size(), 0}});
+    }
+    pieces_.back().run.length += text.size();
+    text_ += text;
+    size_ += text.size();
+  }
+
+  /// Valid as long as this.
+  [[nodiscard]] std::vector<ContentPart> parts(const FileContent* old) const {
+    std::vector<ContentPart> all;
+    all.reserve(pieces_.size());
+    for (const auto& [isCopied, run] : pieces_) {
+      if (isCopied) {
+        all.push_back({.source = old, .offset = run.offset, .length = run.length});
+      } else {
+        all.push_back({.bytes = std::string_view(text_).substr(run.offset, run.length)});
+      }
+    }
+    return all;
+  }
+
+ private:
+  void separate() {
+    if (!isFirstItem_) addText(",");
+  }
+
+  struct Piece {
+    bool isCopied;
+    TextRun run;  // in the old index, or in `text_`
+  };
+  std::string text_;
+  std::vector<Piece> pieces_;
+  std::uint64_t size_ = 0;
+  bool isFirstItem_ = true;
+};
+
+/// Two entries of one id cannot live in one library. The same file under the same id is the same
+/// capture written twice; another file is another capture, and gets an id of its own.
+void separateDoubles(EntryList& entries, std::vector<TextRun>& runs) {
+  std::unordered_map<std::string_view, const ScreenshotEntry*> seen;
+  seen.reserve(entries.size());
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    EntryPointer entry = entries[i];
+    TextRun run = runs[i];
+    const auto [found, isNew] = seen.emplace(entry->id, entry.get());
+    if (!isNew) {
+      if (found->second->path == entry->path) continue;
+      ScreenshotEntry renamed = *entry;
+      renamed.id = randomID();
+      entry = std::make_shared<const ScreenshotEntry>(std::move(renamed));
+      run = {};
+      seen.emplace(entry->id, entry.get());
+    }
+    entries[kept] = std::move(entry);
+    runs[kept++] = run;
+  }
+  entries.resize(kept);
+  runs.resize(kept);
+}
 
 }  // namespace
 
@@ -52,36 +150,66 @@ IndexStorage::Loaded IndexStorage::load() {
     loaded.load = IndexLoad::unreadable;
     return loaded;
   }
-  auto text = files_.read(paths_.index());
-  if (!text) {
-    logError(category, "index could not be read; index writes disabled for this run: {}",
-             text.error().reason);
-    loaded.load = IndexLoad::unreadable;
-    return loaded;
+  const auto open = [&]() -> Result<void> {
+    content_ = VT_TRY(files_.open(paths_.index()));
+    contentStatus_ = VT_TRY(content_->status());
+    return {};
+  };
+  if (const auto opened = open(); !opened) return unreadable(opened.error());
+  return decode();
+}
+
+IndexStorage::Loaded IndexStorage::unreadable(const Failure& failure) {
+  logError(category, "index could not be read; index writes disabled for this run: {}",
+           failure.reason);
+  Loaded loaded;
+  loaded.load = IndexLoad::unreadable;
+  return loaded;
+}
+
+IndexStorage::Loaded IndexStorage::decode() {
+  Loaded loaded;
+  auto decoded = decodeIndex(
+      TextSource{contentStatus_.size, [this](std::uint64_t offset, std::uint64_t length) {
+                   return content_->read(offset, length);
+                 }});
+  if (!decoded && decoded.error().kind != FailureKind::malformed) {
+    return unreadable(decoded.error());
   }
-  auto decoded = decodeIndex(*text);
   if (!decoded) {
+    const auto text = content_->read(0, contentStatus_.size);
+    content_.reset();
+    if (!text) return unreadable(text.error());
     loaded.load = park(*text);
     return loaded;
   }
-  if (decoded->version > HistoryIndexFile::currentVersion) {
+  if (decoded->file.version > HistoryIndexFile::currentVersion) {
     logError(category,
              "index was written by a newer build (version {}; this build reads up to {}) — index "
              "writes disabled for this run",
-             decoded->version, HistoryIndexFile::currentVersion);
+             decoded->file.version, HistoryIndexFile::currentVersion);
     loaded.load = IndexLoad::newer;
     return loaded;
   }
-  file_ = std::move(decoded->file);
-  loaded.unreadCount = file_.unreadEntries.size() + file_.unreadCollections.size();
+  loaded.load = IndexLoad::read;
+  loaded.changedByReading = decoded->file.version != HistoryIndexFile::currentVersion;
+  loaded.entries = std::move(decoded->file.entries);
+  if (!loaded.caches.build(loaded.entries)) {
+    separateDoubles(loaded.entries, decoded->runs);
+    (void)loaded.caches.build(loaded.entries);
+    loaded.changedByReading = true;
+  }
+  loaded.collections = decoded->file.collections;
+  items_.reserve(loaded.entries.size());
+  for (std::size_t i = 0; i < loaded.entries.size(); ++i) {
+    items_.push_back({loaded.entries[i], decoded->runs[i]});
+  }
+  rest_ = std::move(decoded->file);
+  loaded.unreadCount = rest_.unreadEntries.size() + rest_.unreadCollections.size();
   if (loaded.unreadCount > 0) {
     logWarning(category, "{} item(s) of the index could not be read and are kept as they are",
                loaded.unreadCount);
   }
-  loaded.load = IndexLoad::read;
-  loaded.entries = file_.entries;
-  loaded.collections = file_.collections;
-  loaded.changedByReading = decoded->changedByReading;
   return loaded;
 }
 
@@ -96,25 +224,72 @@ IndexLoad IndexStorage::park(const std::string& text) {
 
 void IndexStorage::apply(std::vector<IndexChange> changes) {
   struct Apply {
-    HistoryIndexFile& file;
+    std::vector<Item>& items;
+    HistoryIndexFile& rest;
     void operator()(IndexChange::Insert& insert) const {
-      insertAt(file.entries, std::move(insert.entries));
+      std::vector<std::pair<std::size_t, Item>> added;
+      added.reserve(insert.entries.size());
+      for (auto& [position, entry] : insert.entries) {
+        added.emplace_back(position, Item{std::move(entry), {}});
+      }
+      insertAt(items, std::move(added));
     }
     void operator()(IndexChange::Replace& replace) const {
-      file.entries[replace.position] = std::move(replace.entry);
+      items[replace.position] = {std::move(replace.entry), {}};
     }
-    void operator()(const IndexChange::Remove& remove) const {
-      removeAt(file.entries, remove.positions);
-    }
+    void operator()(const IndexChange::Remove& remove) const { removeAt(items, remove.positions); }
     void operator()(IndexChange::Collections& collections) const {
-      file.collections = std::move(collections.all);
+      rest.collections = std::move(collections.all);
     }
   };
-  for (IndexChange& change : changes) std::visit(Apply{file_}, change.value);
+  for (IndexChange& change : changes) std::visit(Apply{items_, rest_}, change.value);
+}
+
+// Another program that wrote into the file, rather than replacing it, has moved everything in it.
+bool IndexStorage::contentIsUnchanged() const {
+  if (!content_) return false;
+  const auto status = content_->status();
+  return status && status->size == contentStatus_.size &&
+         status->modified == contentStatus_.modified;
+}
+
+void IndexStorage::forgetRuns() {
+  for (Item& item : items_) item.run = {};
 }
 
 Result<void> IndexStorage::write() {
-  return files_.replace(paths_.index(), encodeIndex(file_), Privacy::ownerOnly);
+  const bool canCopy = contentIsUnchanged();
+  Assembly assembly(encodeIndexHead());
+  std::vector<TextRun> places;
+  places.reserve(items_.size());
+  for (const auto& [entry, run] : items_) {
+    if (canCopy && run.length > 0) {
+      places.push_back(assembly.addItem(run));
+    } else {
+      places.push_back(assembly.addItem(json::toText(*entry)));
+    }
+  }
+  for (const JSONValue& unread : rest_.unreadEntries) assembly.addItem(json::toText(unread));
+  assembly.addText(encodeIndexTail(rest_));
+
+  auto content =
+      files_.replaceWithParts(paths_.index(), assembly.parts(content_.get()), Privacy::ownerOnly);
+  if (!content) {
+    // When the old index can no longer be read, the next attempt does without it.
+    if (content.error().kind == FailureKind::other) forgetRuns();
+    return std::unexpected(content.error());
+  }
+  const FileStatus status = VT_TRY((*content)->status());
+  const bool isSound = !canCopy || contentIsUnchanged();
+  content_ = *std::move(content);
+  contentStatus_ = status;
+  for (std::size_t i = 0; i < items_.size(); ++i) items_[i].run = places[i];
+  if (!isSound) {
+    // Somebody wrote into the old index while it was being copied: what was copied may be anything.
+    forgetRuns();
+    return write();
+  }
+  return files_.flushFolder(paths_.index().parent_path());
 }
 
 }  // namespace vantorel

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "library/entry_caches.hpp"
 #include "library/history_index_file.hpp"
 #include "library/library_paths.hpp"
 #include "platform/files.hpp"
@@ -93,9 +94,10 @@ class IndexStorage {
   struct Loaded {
     IndexLoad load = IndexLoad::absent;
     EntryList entries;
+    EntryCaches caches;  ///< of the entries
     std::vector<HistoryCollection> collections;
-    std::size_t unreadCount = 0;  ///< items kept for a build that can read them
-    bool changedByReading = false;
+    std::size_t unreadCount = 0;    ///< items kept for a build that can read them
+    bool changedByReading = false;  ///< the entries are not all as the file has them
   };
 
   /// Takes the library's lock. `busy` when another process has it.
@@ -106,17 +108,32 @@ class IndexStorage {
 
   void apply(std::vector<IndexChange> changes);
 
-  /// Writes the whole index in one step; readers see the old or the new one.
+  /// Writes the whole index in one step; readers see the old or the new one, also after a power
+  /// cut. Entries that did not change since the last reading or writing are not encoded: their text
+  /// is copied from the index as it was.
   [[nodiscard]] Result<void> write();
 
  private:
+  /// An entry, and where its text stands in `content_`; a length of 0 when it stands nowhere.
+  struct Item {
+    EntryPointer entry;
+    TextRun run;
+  };
+
+  [[nodiscard]] Loaded decode();
+  [[nodiscard]] static Loaded unreadable(const Failure& failure);
   [[nodiscard]] IndexLoad park(const std::string& text);
+  [[nodiscard]] bool contentIsUnchanged() const;
+  void forgetRuns();
 
   Files& files_;
   LibraryPaths paths_;
   std::uint32_t userID_;
   std::unique_ptr<FileLock> lock_;
-  HistoryIndexFile file_;
+  std::vector<Item> items_;
+  HistoryIndexFile rest_;  // without entries
+  std::shared_ptr<FileContent> content_;
+  FileStatus contentStatus_;
 };
 
 }  // namespace vantorel

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,36 @@ class FileLock {
   virtual ~FileLock() = default;
 };
 
+/// An open regular file. Goes on being the same file when its name is given to another one or is
+/// taken away. Any thread.
+class FileContent {
+ public:
+  virtual ~FileContent() = default;
+
+  /// As it is now: when `size` and `modified` are what they were, so are the bytes.
+  [[nodiscard]] virtual Result<FileStatus> status() const = 0;
+
+  /// Exactly these bytes; fails when the file has become shorter.
+  [[nodiscard]] virtual Result<std::string> read(std::uint64_t offset,
+                                                 std::uint64_t length) const = 0;
+};
+
+/// A part of a file to be written: bytes, or a run of an open file.
+struct ContentPart {
+  std::string_view bytes{};
+  const FileContent* source{};  ///< when set, `length` bytes of it from `offset` on
+  std::uint64_t offset{};
+  std::uint64_t length{};
+};
+
+/// What making a file readable by its owner alone came to.
+enum class Tightening {
+  absent,
+  alreadyOwnerOnly,
+  madeOwnerOnly,
+  link,  ///< a symbolic link is never followed or changed
+};
+
 /// The file system. Calls block: not on the main runner, except for small files at start-up. Any
 /// thread; two calls on one path are not ordered. Failures carry the kinds `notFound`, `exists`,
 /// `denied`, `noSpace`, `readOnly`, `unsupported` or `other`.
@@ -75,6 +106,17 @@ class Files {
   /// flushed, then renamed over it. Readers see the old or the new content, whole.
   [[nodiscard]] virtual Result<void> replace(const Path& path, std::string_view bytes,
                                              Privacy privacy) = 0;
+
+  /// Opens a regular file for reading; a symbolic link at its end is not followed.
+  [[nodiscard]] virtual Result<std::shared_ptr<FileContent>> open(const Path& path) const = 0;
+
+  /// As `replace`, from parts that are joined without passing through memory where the system can.
+  /// Answers the new content.
+  [[nodiscard]] virtual Result<std::shared_ptr<FileContent>> replaceWithParts(
+      const Path& path, std::span<const ContentPart> parts, Privacy privacy) = 0;
+
+  /// Takes reading and writing by others away from a file.
+  [[nodiscard]] virtual Result<Tightening> makeOwnerOnly(const Path& path) = 0;
 
   /// Renames; `exists` when `to` is there, `unsupported` between file systems.
   [[nodiscard]] virtual Result<void> moveNew(const Path& from, const Path& to) = 0;

@@ -30,7 +30,7 @@ Result<void> answer(int returned) {
   return {};
 }
 
-Result<FileDescriptor> open(const Path& path, int flags, mode_t mode = 0) {
+Result<FileDescriptor> openFile(const Path& path, int flags, mode_t mode = 0) {
   const int number = uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
   if (number == -1) return lastSystemFailure();
   return FileDescriptor(number);
@@ -68,14 +68,114 @@ Result<void> writeAll(int file, std::string_view bytes) {
   return {};
 }
 
+FileStatus statusOf(const struct stat& found) {
+  return FileStatus{.type = fileType(found.st_mode),
+                    .size = static_cast<std::uint64_t>(found.st_size),
+                    .modified = static_cast<double>(found.st_mtim.tv_sec) +
+                                static_cast<double>(found.st_mtim.tv_nsec) * 1e-9,
+                    .device = found.st_dev,
+                    .inode = found.st_ino,
+                    .mode = found.st_mode & 07777U,
+                    .owner = found.st_uid};
+}
+
+class LinuxFileContent final : public FileContent {
+ public:
+  explicit LinuxFileContent(FileDescriptor file) : file_(std::move(file)) {}
+
+  [[nodiscard]] int number() const { return file_.number(); }
+
+  Result<FileStatus> status() const override {
+    struct stat found{};
+    VT_TRY(answer(::fstat(number(), &found)));
+    return statusOf(found);
+  }
+
+  Result<std::string> read(std::uint64_t offset, std::uint64_t length) const override try {
+    std::string bytes;
+    while (bytes.size() < length) {
+      const std::size_t size = bytes.size();
+      const std::size_t room = static_cast<std::size_t>(length) - size;
+      ssize_t got = 0;
+      bytes.resize_and_overwrite(length, [&](char* data, std::size_t) {
+        got = uninterrupted([&] {
+          return ::pread(number(), data + size, room, static_cast<off_t>(offset + size));
+        });
+        return size + static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+      });
+      if (got == -1) return lastSystemFailure();
+      if (got == 0) return failed(FailureKind::other, "the file has become shorter");
+    }
+    return bytes;
+  } catch (const std::bad_alloc&) {
+    return failed(FailureKind::tooLarge, "the file does not fit into memory");
+  } catch (const std::length_error&) {
+    return failed(FailureKind::tooLarge, "the file does not fit into memory");
+  }
+
+ private:
+  FileDescriptor file_;
+};
+
+/// Copies inside the kernel; through memory on file systems that cannot.
+Result<void> copyRun(int to, const LinuxFileContent& from, std::uint64_t offset,
+                     std::uint64_t length) {
+  constexpr std::uint64_t stride = 1 << 20;
+  auto place = static_cast<off64_t>(offset);
+  while (length > 0) {
+    const ssize_t copied = uninterrupted(
+        [&] { return ::copy_file_range(from.number(), &place, to, nullptr, length, 0); });
+    if (copied > 0) {
+      length -= static_cast<std::uint64_t>(copied);
+      continue;
+    }
+    if (copied == -1 && errno != EXDEV && errno != EINVAL && errno != ENOSYS &&
+        errno != EOPNOTSUPP) {
+      return lastSystemFailure();
+    }
+    const std::string bytes =
+        VT_TRY(from.read(static_cast<std::uint64_t>(place), std::min(length, stride)));
+    VT_TRY(writeAll(to, bytes));
+    place += static_cast<off64_t>(bytes.size());
+    length -= bytes.size();
+  }
+  return {};
+}
+
+/// Small pieces are gathered: a call for each would cost more than their bytes.
+Result<void> writeParts(int to, std::span<const ContentPart> parts) {
+  constexpr std::size_t enough = 256 << 10;
+  constexpr std::uint64_t worthACall = 16 << 10;
+  std::string gathered;
+  for (const ContentPart& part : parts) {
+    if (gathered.size() >= enough) {
+      VT_TRY(writeAll(to, gathered));
+      gathered.clear();
+    }
+    if (part.source == nullptr) {
+      gathered += part.bytes;
+    } else if (part.length < worthACall) {
+      gathered += VT_TRY(part.source->read(part.offset, part.length));
+    } else {
+      VT_TRY(writeAll(to, gathered));
+      gathered.clear();
+      VT_TRY(copyRun(to, dynamic_cast<const LinuxFileContent&>(*part.source), part.offset,
+                     part.length));
+    }
+  }
+  return writeAll(to, gathered);
+}
+
+Result<void> flushFile(int file) {
+  // Flushing a new file keeps its name too on every file system in common use.
+  return answer(uninterrupted([&] { return ::fsync(file); }));
+}
+
 Result<void> fill(FileDescriptor file, std::string_view bytes, Privacy privacy,
                   Durability durability) {
   if (privacy == Privacy::ownerOnly) VT_TRY(modeSet(::fchmod(file.number(), 0600)));
   VT_TRY(writeAll(file.number(), bytes));
-  if (durability == Durability::flushed) {
-    // Flushing a new file keeps its name too on every file system in common use.
-    VT_TRY(answer(uninterrupted([&] { return ::fsync(file.number()); })));
-  }
+  if (durability == Durability::flushed) VT_TRY(flushFile(file.number()));
   // Network file systems report a full disk as late as here.
   return answer(::close(file.release()));
 }
@@ -95,7 +195,7 @@ Result<void> moveNewInSteps(const Path& from, const Path& to) {
   }
   if (::link(from.c_str(), to.c_str()) == 0) return answer(::unlink(from.c_str()));
   if (errno == EEXIST || errno == EXDEV) return lastSystemFailure();
-  VT_TRY(open(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
+  VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
   if (::rename(from.c_str(), to.c_str()) == 0) return {};
   const int error = errno;
   ::unlink(to.c_str());
@@ -121,7 +221,7 @@ class LinuxFileLock final : public FileLock {
 
 Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) const try {
   // Without O_NONBLOCK a pipe somebody left under the name would hold us for ever.
-  const FileDescriptor file = VT_TRY(open(path, O_RDONLY | O_NONBLOCK));
+  const FileDescriptor file = VT_TRY(openFile(path, O_RDONLY | O_NONBLOCK));
   struct stat status{};
   VT_TRY(answer(::fstat(file.number(), &status)));
   if (S_ISDIR(status.st_mode)) return systemFailure(EISDIR);
@@ -153,14 +253,7 @@ Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) cons
 Result<FileStatus> LinuxFiles::status(const Path& path) const {
   struct stat found{};
   VT_TRY(answer(::lstat(path.c_str(), &found)));
-  return FileStatus{.type = fileType(found.st_mode),
-                    .size = static_cast<std::uint64_t>(found.st_size),
-                    .modified = static_cast<double>(found.st_mtim.tv_sec) +
-                                static_cast<double>(found.st_mtim.tv_nsec) * 1e-9,
-                    .device = found.st_dev,
-                    .inode = found.st_ino,
-                    .mode = found.st_mode & 07777U,
-                    .owner = found.st_uid};
+  return statusOf(found);
 }
 
 Result<std::vector<FolderItem>> LinuxFiles::list(const Path& folder) const {
@@ -197,7 +290,7 @@ Result<void> LinuxFiles::makeFolder(const Path& folder, Privacy privacy) {
 Result<void> LinuxFiles::create(const Path& path, std::string_view bytes, Privacy privacy,
                                 Durability durability) {
   const mode_t mode = privacy == Privacy::ownerOnly ? 0600 : 0666;
-  FileDescriptor file = VT_TRY(open(path, O_WRONLY | O_CREAT | O_EXCL, mode));
+  FileDescriptor file = VT_TRY(openFile(path, O_WRONLY | O_CREAT | O_EXCL, mode));
   auto filled = fill(std::move(file), bytes, privacy, durability);
   if (!filled) ::unlink(path.c_str());
   return filled;
@@ -212,6 +305,52 @@ Result<void> LinuxFiles::replace(const Path& path, std::string_view bytes, Priva
   auto renamed = answer(::rename(staging.c_str(), path.c_str()));
   if (!renamed) ::unlink(staging.c_str());
   return renamed;
+}
+
+Result<std::shared_ptr<FileContent>> LinuxFiles::open(const Path& path) const {
+  FileDescriptor file = VT_TRY(openFile(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW));
+  auto content = std::make_shared<LinuxFileContent>(std::move(file));
+  if (VT_TRY(content->status()).type != FileType::regular) {
+    return failed(FailureKind::other, "it is not a regular file");
+  }
+  return content;
+}
+
+Result<std::shared_ptr<FileContent>> LinuxFiles::replaceWithParts(
+    const Path& path, std::span<const ContentPart> parts, Privacy privacy) {
+  Path staging = path;
+  staging += ".staging";
+  // Left by a run that ended in the middle.
+  ::unlink(staging.c_str());
+  const mode_t mode = privacy == Privacy::ownerOnly ? 0600 : 0666;
+  auto content = std::make_shared<LinuxFileContent>(
+      VT_TRY(openFile(staging, O_RDWR | O_CREAT | O_EXCL, mode)));
+  const auto write = [&]() -> Result<void> {
+    if (privacy == Privacy::ownerOnly) VT_TRY(modeSet(::fchmod(content->number(), 0600)));
+    VT_TRY(writeParts(content->number(), parts));
+    VT_TRY(flushFile(content->number()));
+    return answer(::rename(staging.c_str(), path.c_str()));
+  };
+  if (auto written = write(); !written) {
+    ::unlink(staging.c_str());
+    return std::unexpected(std::move(written).error());
+  }
+  return content;
+}
+
+Result<Tightening> LinuxFiles::makeOwnerOnly(const Path& path) {
+  const auto file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
+  if (!file && file.error().kind == FailureKind::notFound) return Tightening::absent;
+  if (!file) {
+    const auto found = status(path);
+    if (found && found->type == FileType::link) return Tightening::link;
+    return std::unexpected(file.error());
+  }
+  struct stat found{};
+  VT_TRY(answer(::fstat(file->number(), &found)));
+  if ((found.st_mode & 077U) == 0) return Tightening::alreadyOwnerOnly;
+  VT_TRY(answer(::fchmod(file->number(), found.st_mode & 0700U)));
+  return Tightening::madeOwnerOnly;
 }
 
 Result<void> LinuxFiles::moveNew(const Path& from, const Path& to) {
@@ -233,7 +372,7 @@ Result<void> LinuxFiles::remove(const Path& path) {
 }
 
 Result<void> LinuxFiles::flushFolder(const Path& folder) {
-  const FileDescriptor file = VT_TRY(open(folder, O_RDONLY | O_DIRECTORY));
+  const FileDescriptor file = VT_TRY(openFile(folder, O_RDONLY | O_DIRECTORY));
   const int flushed = uninterrupted([&] { return ::fsync(file.number()); });
   // Some network file systems have nothing to flush for a folder.
   if (flushed == -1 && errno == EINVAL) return {};
@@ -266,7 +405,7 @@ Result<void> LinuxFiles::removeAttribute(const Path& path, std::string_view name
 }
 
 Result<std::unique_ptr<FileLock>> LinuxFiles::lock(const Path& path) {
-  FileDescriptor file = VT_TRY(open(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600));
+  FileDescriptor file = VT_TRY(openFile(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600));
   if (uninterrupted([&] { return ::flock(file.number(), LOCK_EX | LOCK_NB); }) == -1) {
     if (errno == EWOULDBLOCK) return failed(FailureKind::busy, "somebody else holds it");
     if (errno == ENOLCK) return systemFailure(EOPNOTSUPP);

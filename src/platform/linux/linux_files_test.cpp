@@ -99,6 +99,47 @@ TEST_F(LinuxFilesTest, CreatesReplacesAndReadsWithoutEverLosingWhatWasThere) {
       FailureKind::other);
 }
 
+TEST_F(LinuxFilesTest, JoinsPartsOfFilesThatMayHaveLostTheirNames) {
+  const Path path = folder / "index";
+  std::string old(3'000'000, 'o');
+  for (std::size_t i = 0; i < old.size(); i += 997) old[i] = static_cast<char>('a' + i % 26);
+  ASSERT_TRUE(files.create(path, old, Privacy::byUmask, Durability::visible).has_value());
+  const auto content = files.open(path).value();
+  std::filesystem::remove(path);
+  const std::array parts{
+      ContentPart{.bytes = "head"},
+      ContentPart{.source = content.get(), .offset = 10, .length = 100},  // gathered in memory
+      ContentPart{.bytes = ","},
+      ContentPart{.source = content.get(), .offset = 1'000, .length = 2'500'001},
+      ContentPart{.bytes = "tail"},
+  };
+  const auto joined = files.replaceWithParts(path, parts, Privacy::ownerOnly);
+  ASSERT_TRUE(joined.has_value()) << joined.error().reason;
+  const std::string wanted =
+      "head" + old.substr(10, 100) + "," + old.substr(1'000, 2'500'001) + "tail";
+  EXPECT_TRUE(bytesOf(path) == wanted);
+  EXPECT_EQ((*joined)->read(wanted.size() - 6, 6).value(), wanted.substr(wanted.size() - 6));
+  EXPECT_EQ((*joined)->status().value(), files.status(path).value());
+  EXPECT_EQ(files.status(path)->mode, 0600U);
+
+  // A run that is not there leaves everything as it was.
+  const std::array tooLong{ContentPart{.source = content.get(), .offset = 0, .length = 4'000'000}};
+  EXPECT_EQ(kind(files.replaceWithParts(path, tooLong, Privacy::ownerOnly)), FailureKind::other);
+  EXPECT_THAT(names(), ElementsAre("index"));
+  EXPECT_TRUE(bytesOf(path) == wanted);
+
+  std::filesystem::create_symlink(path, folder / "link");
+  EXPECT_EQ(kind(files.open(folder / "link")), FailureKind::other);
+  EXPECT_EQ(kind(files.open(folder)), FailureKind::other);
+  EXPECT_EQ(files.makeOwnerOnly(folder / "link"), Tightening::link);
+  EXPECT_EQ(files.makeOwnerOnly(folder / "none"), Tightening::absent);
+  EXPECT_EQ(files.makeOwnerOnly(path), Tightening::alreadyOwnerOnly);
+  std::filesystem::permissions(path, std::filesystem::perms::others_read,
+                               std::filesystem::perm_options::add);
+  EXPECT_EQ(files.makeOwnerOnly(path), Tightening::madeOwnerOnly);
+  EXPECT_EQ(files.status(path)->mode, 0600U);
+}
+
 TEST_F(LinuxFilesTest, PrivateThingsAreForTheOwnerAloneWhateverTheUmask) {
   for (const mode_t umask : {0000U, 0277U}) {
     const mode_t before = ::umask(umask);

@@ -13,9 +13,12 @@ LoopRunner::~LoopRunner() { gate_->close(); }
 
 void LoopRunner::run() {
   VT_CHECK(runner_->isCurrent());
-  const auto work =
-      asio::require(gate_->context().get_executor(), asio::execution::outstanding_work.tracked);
-  gate_->context().run();
+  {
+    const auto work =
+        asio::require(gate_->context().get_executor(), asio::execution::outstanding_work.tracked);
+    gate_->context().run();
+  }
+  // Only now: when the last piece of work ends, the context stops by itself.
   gate_->context().restart();
 }
 

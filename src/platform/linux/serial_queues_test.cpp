@@ -146,6 +146,16 @@ TEST(LoopRunnerTest, RunsOnItsThreadUntilToldToQuitFromAnywhere) {
   main->post([&] { loop.quit(); });
   loop.run();
   EXPECT_EQ(order.back(), "after");
+
+  // With nothing to do yet, the next run waits for what comes.
+  worker->postAfter(20ms, [&] {
+    main->post([&] {
+      order.emplace_back("waited");
+      loop.quit();
+    });
+  });
+  loop.run();
+  EXPECT_EQ(order.back(), "waited");
 }
 
 TEST(LoopRunnerTest, WhatStillWaitsAtTheEndIsLetGo) {

@@ -17,6 +17,20 @@ class FakeLock final : public FileLock {
   Path path_;
 };
 
+class FakeContent final : public FileContent {
+ public:
+  explicit FakeContent(std::shared_ptr<FakeFiles::File> file) : file_(std::move(file)) {}
+
+  Result<FileStatus> status() const override { return file_->status; }
+  Result<std::string> read(std::uint64_t offset, std::uint64_t length) const override {
+    if (offset + length > file_->bytes.size()) return failed(FailureKind::other, "it is shorter");
+    return file_->bytes.substr(offset, length);
+  }
+
+ private:
+  std::shared_ptr<FakeFiles::File> file_;
+};
+
 }  // namespace
 
 void FakeFiles::put(const Path& path, std::string bytes) {
@@ -124,6 +138,37 @@ Result<void> FakeFiles::replace(const Path& path, std::string_view bytes, Privac
   disk[path] = disk[staging];
   disk.erase(staging);
   return {};
+}
+
+Result<std::shared_ptr<FileContent>> FakeFiles::open(const Path& path) const {
+  return std::make_shared<FakeContent>(VT_TRY(file(path)));
+}
+
+Result<std::shared_ptr<FileContent>> FakeFiles::replaceWithParts(const Path& path,
+                                                                 std::span<const ContentPart> parts,
+                                                                 Privacy privacy) {
+  std::string bytes;
+  for (const ContentPart& part : parts) {
+    if (part.source == nullptr) {
+      bytes += part.bytes;
+    } else {
+      bytes += VT_TRY(part.source->read(part.offset, part.length));
+      copiedBytes += part.length;
+    }
+  }
+  VT_TRY(replace(path, bytes, privacy));
+  return open(path);
+}
+
+Result<Tightening> FakeFiles::makeOwnerOnly(const Path& path) {
+  const auto found = disk.find(path);
+  if (found == disk.end()) return Tightening::absent;
+  FileStatus& status = found->second->status;
+  if (status.type == FileType::link) return Tightening::link;
+  if ((status.mode & 077U) == 0) return Tightening::alreadyOwnerOnly;
+  VT_TRY(change());
+  status.mode &= ~077U;
+  return Tightening::madeOwnerOnly;
 }
 
 Result<void> FakeFiles::moveNew(const Path& from, const Path& to) {

@@ -40,6 +40,9 @@ class FakeFiles final : public Files {
   /// Time given to files made from now on.
   double now = 0;
 
+  /// Bytes that `replaceWithParts` took from open files so far.
+  std::uint64_t copiedBytes = 0;
+
   /// Folders whose content lies on a file system of its own.
   std::set<Path> mounts;
 
@@ -54,6 +57,11 @@ class FakeFiles final : public Files {
   Result<void> create(const Path& path, std::string_view bytes, Privacy privacy,
                       Durability durability) override;
   Result<void> replace(const Path& path, std::string_view bytes, Privacy privacy) override;
+  Result<std::shared_ptr<FileContent>> open(const Path& path) const override;
+  Result<std::shared_ptr<FileContent>> replaceWithParts(const Path& path,
+                                                        std::span<const ContentPart> parts,
+                                                        Privacy privacy) override;
+  Result<Tightening> makeOwnerOnly(const Path& path) override;
   Result<void> moveNew(const Path& from, const Path& to) override;
   Result<void> linkNew(const Path& from, const Path& to) override;
   Result<void> remove(const Path& path) override;

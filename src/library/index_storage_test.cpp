@@ -1,0 +1,155 @@
+#include "library/index_storage.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "base/json_document.hpp"
+#include "base/log.hpp"
+#include "platform/testing/fake_files.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* index = "/data/history.json";
+
+class IndexStorageTest : public testing::Test {
+ protected:
+  IndexStorageTest() {
+    files.folders.insert("/data");
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  }
+  ~IndexStorageTest() override { setLogSink(std::move(formerSink)); }
+
+  static EntryPointer entry(int number, const std::string& title) {
+    ScreenshotEntry made;
+    made.id = std::to_string(number);
+    made.path = "/captures/" + made.id;
+    made.title = title;
+    return std::make_shared<const ScreenshotEntry>(std::move(made));
+  }
+
+  /// Titles as another run reads them.
+  std::vector<std::string> titlesOnDisk() {
+    IndexStorage other(files, {"/data", "/caches"}, 0);
+    std::vector<std::string> titles;
+    for (const EntryPointer& one : other.load().entries) titles.push_back(*one->title);
+    return titles;
+  }
+
+  FakeFiles files;
+  LogSink formerSink;
+};
+
+TEST_F(IndexStorageTest, RandomChangesArriveOnDiskHoweverTheIndexIsPutTogether) {
+  std::mt19937 random(7);
+  const auto below = [&](std::size_t bound) {
+    return std::uniform_int_distribution<std::size_t>(0, bound - 1)(random);
+  };
+  files.put(index,
+            "{ \"entries\" : [ {\"id\":\"0\",\"capturedAt\":0,\"path\":\"/0\",\"title\":"
+            "\"quo\\\"te, [\"} ,\n {\"id\":\"odd\"}\n, {\"title\":\"b\",\"id\":\"1\","
+            "\"capturedAt\":1e0,\"path\":\"/1\"}\t] , \"version\": 4 , \"more\":[{}] }");
+  IndexStorage storage(files, {"/data", "/caches"}, 0);
+  std::vector<std::string> titles;
+  for (const EntryPointer& one : storage.load().entries) titles.push_back(*one->title);
+  EXPECT_THAT(titles, ElementsAre("quo\"te, [", "b"));
+  int number = 2;
+  for (int round = 0; round < 200; ++round) {
+    std::vector<IndexChange> changes;
+    for (std::size_t i = below(4); i > 0; --i) {
+      const std::string title = fmt::format("{},{{\"{}", number, std::string(below(40), '\\'));
+      const std::size_t kind = titles.empty() ? 0 : below(4);
+      if (kind == 0) {
+        const std::size_t at = below(titles.size() + 1);
+        const std::size_t next = at + 1 + below(titles.size() - at + 1);
+        changes.push_back({IndexChange::Insert{
+            {{at, entry(number, title)}, {next, entry(number + 1, title + "!")}}}});
+        titles.insert(titles.begin() + static_cast<std::ptrdiff_t>(at), title);
+        titles.insert(titles.begin() + static_cast<std::ptrdiff_t>(next), title + "!");
+      } else if (kind == 1) {
+        const std::size_t at = below(titles.size());
+        changes.push_back({IndexChange::Replace{at, entry(number, title)}});
+        titles[at] = title;
+      } else {
+        const std::size_t at = below(titles.size());
+        changes.push_back({IndexChange::Remove{{at}}});
+        titles.erase(titles.begin() + static_cast<std::ptrdiff_t>(at));
+      }
+      number += 2;
+    }
+    storage.apply(std::move(changes));
+    ASSERT_TRUE(storage.write().has_value());
+    const auto parsed = json::parseValue(files.text(index));
+    ASSERT_TRUE(parsed.has_value()) << files.text(index);
+    ASSERT_EQ(titlesOnDisk(), titles) << files.text(index);
+    EXPECT_THAT(files.text(index), testing::HasSubstr(R"({"id":"odd"})"));
+  }
+}
+
+TEST_F(IndexStorageTest, OneChangeAmongManyIsOneEncoding) {
+  IndexStorage storage(files, {"/data", "/caches"}, 0);
+  (void)storage.load();
+  IndexChange::Insert insert;
+  for (int i = 0; i < 1000; ++i) {
+    insert.entries.emplace_back(i, entry(i, std::string(500, 'x')));
+  }
+  storage.apply({{std::move(insert)}});
+  ASSERT_TRUE(storage.write().has_value());
+  EXPECT_EQ(files.copiedBytes, 0U);
+  const auto size = files.text(index).size();
+
+  // The same run that wrote it, and one that read it.
+  for (int run = 0; run < 2; ++run) {
+    IndexStorage second(files, {"/data", "/caches"}, 0);
+    IndexStorage& writer = run == 0 ? storage : second;
+    if (run == 1) (void)second.load();
+    files.copiedBytes = 0;
+    writer.apply({{IndexChange::Replace{400, entry(400, std::string(500, 'y'))}}});
+    ASSERT_TRUE(writer.write().has_value());
+    EXPECT_GT(files.copiedBytes, size - 2000);
+    EXPECT_EQ(files.text(index).size(), size);
+    EXPECT_EQ(titlesOnDisk()[400], std::string(500, 'y'));
+  }
+}
+
+TEST_F(IndexStorageTest, WhatOthersWriteIntoTheFileIsNeverCopied) {
+  IndexStorage storage(files, {"/data", "/caches"}, 0);
+  (void)storage.load();
+  storage.apply({{IndexChange::Insert{{{0, entry(0, "a")}, {1, entry(1, "b")}}}}});
+  ASSERT_TRUE(storage.write().has_value());
+  FakeFiles::File& file = *files.disk[index];
+  file.bytes.assign(file.bytes.size(), '#');
+  file.status.modified += 1;
+  storage.apply({{IndexChange::Replace{1, entry(1, "c")}}});
+  ASSERT_TRUE(storage.write().has_value());
+  EXPECT_THAT(titlesOnDisk(), ElementsAre("a", "c"));
+
+  // Replaced or deleted by somebody: the file that is open is still the one that was written.
+  files.disk.erase(index);
+  storage.apply({{IndexChange::Remove{{0}}}});
+  ASSERT_TRUE(storage.write().has_value());
+  EXPECT_THAT(titlesOnDisk(), ElementsAre("c"));
+}
+
+TEST_F(IndexStorageTest, DamageAnywhereInsideAnEntryIsNoticed) {
+  const std::string whole =
+      R"({"version":4,"entries":[{"id":"a","capturedAt":1,"path":"/a","shapes":[]},)"
+      R"({"id":"b","capturedAt":1,"path":"/b"}],"collections":[]})";
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    for (const char replacement : {'"', '}', ']', ',', '\\', '\x01', '{'}) {
+      std::string damaged = whole;
+      damaged[i] = replacement;
+      const bool isJSON = json::parseValue(damaged).has_value();
+      EXPECT_TRUE(isJSON || !decodeIndex(damaged)) << damaged;
+    }
+    EXPECT_FALSE(decodeIndex(whole.substr(0, i)).has_value()) << i;
+  }
+}
+
+}  // namespace
+}  // namespace vantorel
