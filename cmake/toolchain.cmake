@@ -16,6 +16,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(vt_flags INTERFACE -Wno-missing-designated-field-initializers)
   # libstdc++ 12 uses in its stable sort what it has deprecated itself.
   target_compile_options(vt_flags INTERFACE -Wno-deprecated-declarations)
+  # A header of xkb has a field called "explicit".
+  target_compile_options(vt_flags INTERFACE -Wno-keyword-macro)
 endif()
 
 set(VANTOREL_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
@@ -23,6 +25,10 @@ if(VANTOREL_SANITIZE)
   add_compile_options(-fsanitize=${VANTOREL_SANITIZE} -fno-omit-frame-pointer
                       -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VANTOREL_SANITIZE})
+endif()
+if(VANTOREL_FUZZ)
+  # Without it the fuzzers see only what their own file covers.
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
