@@ -294,4 +294,3 @@ BENCHMARK(BM_List);
 
 }  // namespace
 }  // namespace vantorel
-

@@ -4,7 +4,24 @@
 #include <string>
 
 #include "base/check.hpp"
+#include "base/json_writer.hpp"
 #include "library/history_index_file.hpp"
+
+namespace {
+
+std::string encodeIndex(const vantorel::HistoryIndexFile& file) {
+  std::string text = vantorel::encodeIndexHead();
+  const char* comma = "";
+  const auto add = [&](const auto& item) {
+    text += comma + vantorel::json::toText(item);
+    comma = ",";
+  };
+  for (const auto& entry : file.entries) add(*entry);
+  for (const auto& unread : file.unreadEntries) add(unread);
+  return text + vantorel::encodeIndexTail(file);
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace vantorel;

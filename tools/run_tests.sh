@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The everyday check. The tests come last, so that their summary closes the output.
+# The whole check. The plain tests come last, so that their summary closes the output.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,6 +11,9 @@ cmake --build --preset dev
 
 step "format and tidy"
 tools/check_style.sh
+
+step "sanitizers and fuzzers"
+tools/run_sanitizers.sh
 
 step "tests"
 ctest --preset dev

@@ -193,7 +193,7 @@ void AppCoordinator::captureForRemote(
 void AppCoordinator::captureFromSurface(StillCaptureCommand command) {
   const bool timed = command.isTimed;
   capture(std::move(command),
-          alive_.guard([this, timed](CaptureReply reply) { report(reply, timed); }));
+          alive_.guard([this, timed](const CaptureReply& reply) { report(reply, timed); }));
 }
 
 /// Tells a user who has no terminal how a capture ended, unless it ended well or by Escape.

@@ -15,8 +15,7 @@
 namespace vantorel {
 namespace {
 
-using std::chrono_literals::operator""s;
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -14,7 +14,7 @@
 namespace vantorel {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using Item = QuitFilingNote::Item;
 
 TEST(QuitFilingNoteTest, WordsNameEachKnownItemOnce) {
@@ -38,11 +38,12 @@ class TerminationTest : public testing::Test {
   PendingArchiveWork work;
   int terminated = 0;
   std::vector<std::string> recorded;
-  TerminationHandshake handshake{{.main = runners.main(),
-                                  .work = &work,
-                                  .alerts = &alerts,
-                                  .recordUnfinished = [this](auto names) { recorded = names; },
-                                  .terminate = [this] { ++terminated; }}};
+  TerminationHandshake handshake{
+      {.main = runners.main(),
+       .work = &work,
+       .alerts = &alerts,
+       .recordUnfinished = [this](auto names) { recorded = std::move(names); },
+       .terminate = [this] { ++terminated; }}};
 };
 
 TEST_F(TerminationTest, WaitsForFilingAndAsksOnlyAfterTheDeadline) {
@@ -81,11 +82,12 @@ TEST_F(TerminationTest, LandingEndsTheWaitEvenWhileTheQuestionStands) {
   EXPECT_EQ(terminated, 1);
   EXPECT_TRUE(recorded.empty());
 
-  TerminationHandshake second({.main = runners.main(),
-                               .work = &work,
-                               .alerts = &alerts,
-                               .recordUnfinished = [this](auto names) { recorded = names; },
-                               .terminate = [this] { ++terminated; }});
+  TerminationHandshake second(
+      {.main = runners.main(),
+       .work = &work,
+       .alerts = &alerts,
+       .recordUnfinished = [this](auto names) { recorded = std::move(names); },
+       .terminate = [this] { ++terminated; }});
   const auto slow = work.begin(Item::scrollingCapture);
   second.request();
   runners.advance(120s);
@@ -187,7 +189,7 @@ TEST(SurfaceRegistryTest, ASecondRequestBringsTheWindowForward) {
     void bringForward() override { ++raised; }
   };
   SurfaceRegistry surfaces;
-  const auto window = std::make_shared<Window>();
+  auto window = std::make_shared<Window>();
   int opened = 0;
   const auto open = [&] {
     ++opened;

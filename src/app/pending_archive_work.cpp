@@ -12,6 +12,7 @@ void PendingArchiveWork::end(Ticket ticket) {
 
 std::vector<QuitFilingNote::Item> PendingArchiveWork::items() const {
   std::vector<QuitFilingNote::Item> found;
+  found.reserve(items_.size());
   for (const auto& [ticket, item] : items_) found.push_back(item);
   return found;
 }

@@ -45,7 +45,7 @@ void ScreenPermissionFlow::relaunch() {
                  "again to finish enabling capture.");
 }
 
-void ScreenPermissionFlow::refused(std::function<void(bool)> answer) {
+void ScreenPermissionFlow::refused(const std::function<void(bool)>& answer) {
   if (!std::exchange(alertPresented_, true)) {
     alerts_.ask({.style = Alert::Style::warning,
                  .message = "Vantorel isn't allowed to capture the screen",

@@ -35,7 +35,7 @@ class ScreenPermissionFlow {
 
  private:
   void relaunch();
-  void refused(std::function<void(bool)> answer);
+  void refused(const std::function<void(bool)>& answer);
   void watch();
   void look(std::uint64_t generation);
 

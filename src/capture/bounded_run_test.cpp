@@ -7,7 +7,7 @@
 namespace vantorel {
 namespace {
 
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 struct BoundedRunTest : testing::Test {
   FakeRunners runners;

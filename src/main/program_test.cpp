@@ -16,8 +16,7 @@
 namespace vantorel {
 namespace {
 
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;

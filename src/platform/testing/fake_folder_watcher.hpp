@@ -20,8 +20,8 @@ class FakeFolderWatcher final : public FolderWatcher {
     for (const auto& [weak, watched] : sinks_) {
       if (watched != folder) continue;
       if (const auto sink = weak.lock()) {
-        sink->runner->post([weak = std::weak_ptr(sink), event = FolderEvent{kind, name}] {
-          if (const auto alive = weak.lock()) alive->onEvent(event);
+        sink->runner->post([target = std::weak_ptr(sink), event = FolderEvent{kind, name}] {
+          if (const auto alive = target.lock()) alive->onEvent(event);
         });
       }
     }

@@ -14,12 +14,13 @@ class FakeImageCodec final : public ImageCodec {
   std::set<ExportFormat> broken;       ///< formats that fail
   std::optional<int> longestHeicSide;  ///< beyond it HEIC refuses
 
-  Result<std::string> encode(const Image& image, const ImageEncoding& encoding) const override;
-  Result<std::string> encodeIndexedPNG(const IndexedImage& image,
-                                       double pixelsPerPoint) const override;
-  Result<Image> decode(std::string_view bytes) const override;
-  Result<PictureHeader> header(std::string_view bytes) const override;
-  bool canHold(ExportFormat format, PixelSize size) const override;
+  [[nodiscard]] Result<std::string> encode(const Image& image,
+                                           const ImageEncoding& encoding) const override;
+  [[nodiscard]] Result<std::string> encodeIndexedPNG(const IndexedImage& image,
+                                                     double pixelsPerPoint) const override;
+  [[nodiscard]] Result<Image> decode(std::string_view bytes) const override;
+  [[nodiscard]] Result<PictureHeader> header(std::string_view bytes) const override;
+  [[nodiscard]] bool canHold(ExportFormat format, PixelSize size) const override;
 };
 
 }  // namespace vantorel

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <xcb/composite.h>
 #include <xcb/xcb_keysyms.h>
 #include <xcb/xtest.h>
 
@@ -223,6 +224,16 @@ bool TestClient::windowsGetMapped() {
   }
   close(window);
   return mapped;
+}
+
+bool TestClient::windowsAreRedirected() {
+  const auto window = open({.area = {0, 0, 8, 8}, .overrideRedirect = true});
+  const auto content = xcb_generate_id(connection_);
+  const auto error = owned(xcb_request_check(
+      connection_, xcb_composite_name_window_pixmap_checked(connection_, window, content)));
+  if (!error) xcb_free_pixmap(connection_, content);
+  close(window);
+  return !error;
 }
 
 void TestClient::close(std::uint32_t window) {

@@ -70,6 +70,9 @@ class TestClient {
 
   /// Whether a new window appears. A window manager that is still starting loses the first ones.
   [[nodiscard]] bool windowsGetMapped();
+
+  /// Whether windows are drawn off the screen. A compositor owns its selection a little earlier.
+  [[nodiscard]] bool windowsAreRedirected();
   void setRootProperty(const char* name, const std::string& text);
 
   /// Press and release of a key (by keysym), as from the real keyboard.
