@@ -112,9 +112,8 @@ void TestDesktop::startServer(const TestDesktopOptions& options) {
     compositor_.emplace(
         std::vector<std::string>{"picom", "--backend", "xrender", "--no-fading-openclose"},
         environment_);
-    awaitDesktop("picom", *compositor_, [&] {
-      return client.isOwned("_NET_WM_CM_S0") && client.windowsAreRedirected();
-    });
+    awaitDesktop("picom", *compositor_,
+                 [&] { return client.isOwned("_NET_WM_CM_S0") && client.windowsAreRedirected(); });
   }
 }
 
