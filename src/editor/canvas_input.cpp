@@ -320,7 +320,9 @@ void CanvasInput::moveShapes(const PointerEvent& event) {
     return;
   }
   model_.edit("Move", [&](EditorSnapshot& state) {
-    for (const Shape& shape : startShapes_) state.replace(mapped(shape, shift));
+    std::vector<Shape> shapes = startShapes_;
+    for (Shape& shape : shapes) shape = mapped(std::move(shape), shift);
+    state.replace(std::move(shapes));
   });
 }
 
