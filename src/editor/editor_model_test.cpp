@@ -334,7 +334,7 @@ TEST_F(EditorModelTest, UndoOfALargeDocumentIsExactAndStaysSmall) {
   };
   const auto moveAll = [this](int i) {
     model->selectAll();
-    for (int k = 1; k <= 3; ++k) model->nudge(0.1 + i / 7.0, -std::sqrt(k + i));
+    model->nudge(0.1 + i / 7.0, -std::sqrt(i));
     model->endStep();
   };
   const auto restyleAll = [this](int i) {
