@@ -14,6 +14,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       words.back() += static_cast<char>(data[i]);
     }
   }
-  (void)vantorel::parseCommandLine(std::move(words));
+  (void)vantorel::parseCommandLine(std::move(words), "/home/ann");
   return 0;
 }

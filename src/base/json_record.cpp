@@ -99,7 +99,7 @@ RecordReader::Found* RecordReader::take(std::string_view key) {
     expected_ = static_cast<std::size_t>(found - all.begin());
   }
   Found* const found = &all[expected_++];
-  found->taken = true;
+  found->fate = Fate::taken;
   return found;
 }
 
@@ -111,16 +111,20 @@ const Cursor* RecordReader::raw(std::string_view key) {
 void RecordReader::rest(Object& extra) {
   const std::span<Found> all(begin(), count_);
   for (const Found& found : all) {
-    if (found.taken || find(extra, found.key) != nullptr) continue;
-    const bool repeated = std::ranges::any_of(
-        all, [&](const Found& other) { return other.taken && other.key == found.key; });
+    if (found.fate == Fate::taken || find(extra, found.key) != nullptr) continue;
+    const bool repeated =
+        found.fate == Fate::unknown && std::ranges::any_of(all, [&](const Found& other) {
+          return other.fate != Fate::unknown && other.key == found.key;
+        });
     if (!repeated) extra.push_back({std::string(found.key), found.value.toValue()});
   }
 }
 
 void RecordReader::rest(Extra& extra) {
   const std::span<Found> all(begin(), count_);
-  if (std::ranges::all_of(all, &Found::taken)) return;
+  if (std::ranges::all_of(all, [](const Found& found) { return found.fate == Fate::taken; })) {
+    return;
+  }
   Object members;
   rest(members);
   extra.set(std::move(members));

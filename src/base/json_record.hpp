@@ -198,7 +198,7 @@ class RecordReader {
       if (read(found->value, value, dropped)) {
         member = std::move(value);
       } else {
-        found->taken = false;
+        found->fate = Fate::unreadable;
         return;
       }
     } else {
@@ -231,10 +231,16 @@ class RecordReader {
   void fail(std::string_view key, std::string_view description);
 
  private:
+  /// What became of a member.
+  enum class Fate : std::uint8_t {
+    unknown,
+    taken,
+    unreadable,  ///< its key is known; it belongs to `rest`, and its repetitions to nothing
+  };
   struct Found {
     std::string_view key;
     Cursor value;
-    bool taken = false;
+    Fate fate = Fate::unknown;
   };
 
   Found* take(std::string_view key);

@@ -54,6 +54,13 @@ TEST(JSONRecordTest, ReadsTolerantlyAndLosesNothing) {
   EXPECT_EQ(roundTrip(R"({"id":7})"), "id: must be a string");
 }
 
+TEST(JSONRecordTest, OfARepeatedKeyOneValueCountsAlsoWhenItCannotBeRead) {
+  const std::string once = roundTrip(
+      R"({"fruit":"pear","id":"a","fruit":"plum","count":"x","count":5,"new":1,"new":2})");
+  EXPECT_EQ(roundTrip(once), once);
+  EXPECT_EQ(once, R"({"id":"a","fruit":"apple","weights":[],"ripe":false,"count":"x","new":1})");
+}
+
 TEST(JSONRecordTest, NumbersNoMachineHoldsStayUnderUnknownKeysAndClampUnderKnownOnes) {
   EXPECT_EQ(roundTrip(R"({"id":"a","great":18446744073709551616,"greater":-1e400,"u":1e-5000,)"
                       R"("text":"number:5","c":"\"1e999"})"),

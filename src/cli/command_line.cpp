@@ -138,7 +138,8 @@ bool CommandLine::needsWindows() const {
   return (what.kind == Kind::area && !what.rect) || (what.kind == Kind::window && !what.window);
 }
 
-std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::string> arguments) {
+std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::string> arguments,
+                                                              const Path& folder) {
   Given given;
   CLI::App app(
       "Vantorel takes pictures of the screen and keeps them in a library.\n"
@@ -166,6 +167,8 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
       ->required();
   compress->add_flag("--1x", given.downscaleTo1x,
                      "also scale a capture of a high-resolution display down to one pixel a point");
+  AnnotationOptions annotations;
+  annotations.addTo(app);
   CLI::App* const quit = app.add_subcommand("quit", "End the running program");
   app.fallthrough();
   for (CLI::App* const sub : app.get_subcommands({})) sub->fallthrough();
@@ -203,6 +206,12 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = command::Compress{given.entryID, given.downscaleTo1x};
   } else if (quit->parsed()) {
     line.command = command::Quit{};
+  } else {
+    auto command = annotations.command(folder);
+    if (!command) return usage(command.error());
+    if (*command) {
+      std::visit([&](auto& asked) { line.command = std::move(asked); }, **command);
+    }
   }
   return line;
 }

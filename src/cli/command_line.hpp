@@ -9,6 +9,7 @@
 #include "base/geometry.hpp"
 #include "capture/records/capture_target.hpp"
 #include "capture/records/export_format.hpp"
+#include "cli/annotation_commands.hpp"
 
 namespace vantorel {
 
@@ -47,7 +48,8 @@ struct CommandLine {
   std::optional<std::string> root;  ///< a library and settings of their own
   bool json = false;
   std::variant<command::Run, command::Quit, command::ListDisplays, command::ListWindows,
-               command::Capture, command::Convert, command::Compress>
+               command::Capture, command::Convert, command::Compress, command::Annotate,
+               command::Render>
       command;
 
   /// True when the command needs a window on this desktop: a selection to make or a countdown to
@@ -61,8 +63,8 @@ struct CommandLineAnswer {
   std::string text;  ///< for standard output when done, else for standard error
 };
 
-/// `arguments` without the program's name.
+/// `arguments` without the program's name, typed in `folder`.
 [[nodiscard]] std::variant<CommandLine, CommandLineAnswer> parseCommandLine(
-    std::vector<std::string> arguments);
+    std::vector<std::string> arguments, const Path& folder);
 
 }  // namespace vantorel

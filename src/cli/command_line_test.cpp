@@ -7,7 +7,7 @@ namespace vantorel {
 namespace {
 
 CommandLine parsed(std::vector<std::string> arguments) {
-  auto result = parseCommandLine(std::move(arguments));
+  auto result = parseCommandLine(std::move(arguments), "/home/ann");
   if (auto* answer = std::get_if<CommandLineAnswer>(&result)) {
     ADD_FAILURE() << answer->text;
     return {};
@@ -38,6 +38,31 @@ TEST(CommandLineTest, CapturesAreReadWhole) {
       ExportFormat::jpeg);
 }
 
+TEST(CommandLineTest, FilesAreNamedFromTheFolderOfTheAsker) {
+  const auto annotate = [](std::vector<std::string> arguments) {
+    return std::get<command::Annotate>(parsed(std::move(arguments)).command);
+  };
+  EXPECT_EQ(annotate({"annotate", "latest", "--apply", "notes/a.json"}).document,
+            "/home/ann/notes/a.json");
+  EXPECT_EQ(annotate({"annotate", "latest", "--apply", "/tmp/../a.json"}).document, "/a.json");
+  EXPECT_EQ(annotate({"annotate", "3f2a", "--print"}).document, std::nullopt);
+
+  using Drawing = CaptureAnnotator::Drawing;
+  const auto render = [](std::vector<std::string> arguments) {
+    return std::get<command::Render>(parsed(std::move(arguments)).command).drawing;
+  };
+  const Drawing capture = render({"render", "3f2a", "--output", "../drawn.JPG"});
+  EXPECT_EQ(std::get<Drawing::Capture>(capture.base).name, "3f2a");
+  EXPECT_EQ(capture.output, "/home/drawn.JPG");
+  EXPECT_EQ(capture.format, ExportFormat::jpeg);
+  EXPECT_EQ(capture.document, std::nullopt);
+  const Drawing file = render(
+      {"render", "shot.png", "--document", "d.json", "--output", "out.png", "--format", "webp"});
+  EXPECT_EQ(std::get<Drawing::Picture>(file.base).path, "/home/ann/shot.png");
+  EXPECT_EQ(file.document, "/home/ann/d.json");
+  EXPECT_EQ(file.format, ExportFormat::webp);
+}
+
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
       {{"capture"}, "what is required"},
@@ -50,19 +75,27 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"capture", "area", "--display", "DP-1"}, "--display goes with"},
       {{"capture", "display", "--delay", "seven"}, "seven not in"},
       {{"convert", "latest", "--format", "bmp"}, "bmp not in"},
+      {{"annotate", "latest"}, "either --apply FILE or --print"},
+      {{"annotate", "latest", "--apply", "a.json", "--print"}, "either --apply FILE or --print"},
+      {{"annotate", "latest", "--apply", ""}, "--apply must name a file"},
+      {{"annotate", "--print"}, "id is required"},
+      {{"render", "latest"}, "--output is required"},
+      {{"render", "latest", "--output", "drawn"}, "--format is needed"},
+      {{"render", "latest", "--output", "drawn.gif"}, "--format is needed"},
+      {{"render", "latest", "--output", "drawn.png", "--format", "gif"}, "gif not in"},
       {{"displays", "surplus"}, "surplus"},
       {{"--root", ""}, "--root must name a folder"},
       {{"fly"}, "fly"},
   };
   for (const auto& [arguments, words] : mistakes) {
-    const auto result = parseCommandLine(arguments);
+    const auto result = parseCommandLine(arguments, "/home/ann");
     const auto* answer = std::get_if<CommandLineAnswer>(&result);
     ASSERT_NE(answer, nullptr) << words;
     EXPECT_EQ(answer->status, ExitStatus::usage) << words;
     EXPECT_THAT(answer->text, testing::HasSubstr(words));
   }
   for (const char* wish : {"--help", "--version"}) {
-    const auto result = parseCommandLine({wish});
+    const auto result = parseCommandLine({wish}, "/home/ann");
     EXPECT_EQ(std::get<CommandLineAnswer>(result).status, ExitStatus::done);
   }
 }

@@ -144,6 +144,10 @@ void CommandRunner::run(const CommandLine& line, Done done) {
   } else if (std::holds_alternative<command::Convert>(line.command) ||
              std::holds_alternative<command::Compress>(line.command)) {
     rewrite(line, std::move(done));
+  } else if (const auto* annotating = std::get_if<command::Annotate>(&line.command)) {
+    annotate(*annotating, line.json, std::move(done));
+  } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
+    render(*rendering, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
     // Answered first: afterwards nobody is left to answer.
     done({});
@@ -200,6 +204,30 @@ void CommandRunner::rewrite(const CommandLine& line, Done done) {
     const auto& compress = std::get<command::Compress>(line.command);
     services_.rewriter->compress(compress.entryID, compress.downscaleTo1x, finished);
   }
+}
+
+void CommandRunner::annotate(const command::Annotate& what, bool json, Done done) {
+  const auto shared = std::make_shared<Done>(std::move(done));
+  if (what.document) {
+    services_.annotator->apply(
+        what.entryID, *what.document, [json, shared](CaptureAnnotator::Answer<EntryPointer> entry) {
+          (*shared)(entry ? filed(**entry, json) : failure(std::move(entry.error())));
+        });
+    return;
+  }
+  services_.annotator->document(
+      what.entryID, [shared](CaptureAnnotator::Answer<EditorDocument> document) {
+        (*shared)(document ? CommandReply{ExitStatus::done, json::toText(*document) + "\n", {}}
+                           : failure(std::move(document.error())));
+      });
+}
+
+void CommandRunner::render(const command::Render& what, Done done) {
+  services_.annotator->draw(what.drawing, [shared = std::make_shared<Done>(std::move(done))](
+                                              CaptureAnnotator::Answer<Path> output) {
+    (*shared)(output ? CommandReply{ExitStatus::done, output->string() + "\n", {}}
+                     : failure(std::move(output.error())));
+  });
 }
 
 }  // namespace vantorel

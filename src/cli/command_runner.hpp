@@ -7,6 +7,7 @@
 #include <string>
 
 #include "app/app_coordinator.hpp"
+#include "app/capture_annotator.hpp"
 #include "app/capture_rewriter.hpp"
 #include "base/alive.hpp"
 #include "cli/command_line.hpp"
@@ -27,6 +28,7 @@ class CommandRunner {
     std::shared_ptr<TaskRunner> main;
     AppCoordinator* coordinator = nullptr;
     CaptureRewriter* rewriter = nullptr;
+    CaptureAnnotator* annotator = nullptr;
     HistoryStore* store = nullptr;
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
@@ -47,6 +49,8 @@ class CommandRunner {
   void listDisplays(bool json, Done done);
   void listWindows(bool json, Done done);
   void rewrite(const CommandLine& line, Done done);
+  void annotate(const command::Annotate& what, bool json, Done done);
+  void render(const command::Render& what, Done done);
 
   Services services_;
   Alive alive_;

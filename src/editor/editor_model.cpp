@@ -71,7 +71,11 @@ void EditorModel::endStep() {
   if (!step_) return;
   OpenStep step = std::move(*step_);
   step_.reset();
-  if (step.before != state_) history_.push(std::move(step.before), std::move(step.name));
+  if (step.before == state_) {
+    state_ = std::move(step.before);
+  } else {
+    history_.push(std::move(step.before), state_, std::move(step.name));
+  }
 }
 
 void EditorModel::cancelStep() {
@@ -86,7 +90,7 @@ bool EditorModel::edit(std::string_view name, const std::function<void(EditorSna
   EditorSnapshot changed = state_;
   change(changed);
   if (changed == state_) return false;
-  if (!step_) history_.push(state_, std::string(name));
+  if (!step_) history_.push(state_, changed, std::string(name));
   state_ = std::move(changed);
   stateReplaced();
   return true;
@@ -94,8 +98,13 @@ bool EditorModel::edit(std::string_view name, const std::function<void(EditorSna
 
 /// The selection never names what is no longer there.
 void EditorModel::stateReplaced() {
-  std::erase_if(selection_,
-                [&](const std::string& shapeID) { return state_.find(shapeID) == nullptr; });
+  if (!selection_.empty()) {
+    std::set<std::string> kept;
+    for (const auto& shape : *state_.shapes) {
+      if (auto held = selection_.extract(shape->id)) kept.insert(std::move(held));
+    }
+    selection_ = std::move(kept);
+  }
   if (selectedLayerID_ && state_.findLayer(*selectedLayerID_) == nullptr) selectedLayerID_.reset();
   events_.changed();
 }
@@ -149,7 +158,9 @@ void EditorModel::changeStyle(const std::function<void(ToolStyle&)>& change) {
     draft_ = restyled(*draft_);
   } else if (!selection_.empty()) {
     edit("Change Style", [&](EditorSnapshot& state) {
-      for (const Shape& shape : selectedShapes()) state.replace(restyled(shape));
+      std::vector<Shape> shapes = selectedShapes();
+      for (Shape& shape : shapes) shape = restyled(std::move(shape));
+      state.replace(std::move(shapes));
     });
   } else {
     touched.insert(tool_);

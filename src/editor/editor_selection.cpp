@@ -67,7 +67,9 @@ void EditorModel::nudge(double dx, double dy) {
     setLayerFrame(std::string(layer->id), frame);
   } else {
     edit("Move", [&](EditorSnapshot& state) {
-      for (const Shape& shape : selectedShapes()) state.replace(mapped(shape, {1, 1, dx, dy}));
+      std::vector<Shape> shapes = selectedShapes();
+      for (Shape& shape : shapes) shape = mapped(std::move(shape), {1, 1, dx, dy});
+      state.replace(std::move(shapes));
     });
   }
   step_->isNudge = true;

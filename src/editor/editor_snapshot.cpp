@@ -1,6 +1,8 @@
 #include "editor/editor_snapshot.hpp"
 
 #include <algorithm>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 namespace vantorel {
@@ -67,14 +69,30 @@ void EditorSnapshot::setBackground(BackgroundSpec changed) {
   background = std::make_shared<const BackgroundSpec>(std::move(changed));
 }
 
-void EditorSnapshot::replace(Shape shape) {
-  Shapes changed = *shapes;
-  for (auto& held : changed) {
-    if (held->id != shape.id) continue;
-    held = std::make_shared<const Shape>(std::move(shape));
-    break;
+void EditorSnapshot::replace(std::vector<Shape> changed) {
+  Shapes all = *shapes;
+  std::unordered_map<std::string_view, std::shared_ptr<const Shape>*> places;
+  places.reserve(all.size());
+  for (auto& held : all) places.emplace(held->id, &held);
+  // An id that is looked up must not die with the shape it belonged to.
+  Shapes replaced;
+  replaced.reserve(changed.size());
+  for (Shape& shape : changed) {
+    const auto place = places.find(shape.id);
+    if (place == places.end()) continue;
+    replaced.push_back(
+        std::exchange(*place->second, std::make_shared<const Shape>(std::move(shape))));
   }
-  setShapes(std::move(changed));
+  setShapes(std::move(all));
+}
+
+void EditorSnapshot::replace(Shape shape) {
+  Shapes all = *shapes;
+  const auto held =
+      std::ranges::find_if(all, [&shape](const auto& other) { return other->id == shape.id; });
+  if (held == all.end()) return;
+  *held = std::make_shared<const Shape>(std::move(shape));
+  setShapes(std::move(all));
 }
 
 void EditorSnapshot::append(Shape shape) {
@@ -92,29 +110,34 @@ bool EditorSnapshot::operator==(const EditorSnapshot& other) const {
          (shapes == other.shapes || sameShapes(*shapes, *other.shapes));
 }
 
-void UndoHistory::push(EditorSnapshot before, std::string name) {
+UndoHistory::Step UndoHistory::stepTo(EditorSnapshot other, const EditorSnapshot& near,
+                                      std::string name) {
+  Step step{std::move(other), false, {}, std::move(name)};
+  step.sharesShapes = step.other.shapes == near.shapes;
+  if (!step.sharesShapes) step.shapes = ShapesDelta(*near.shapes, *step.other.shapes);
+  step.other.shapes.reset();
+  return step;
+}
+
+void UndoHistory::push(EditorSnapshot before, const EditorSnapshot& after, std::string name) {
   future_.clear();
-  past_.push_back({std::move(before), std::move(name)});
+  past_.push_back(stepTo(std::move(before), after, std::move(name)));
   if (past_.size() > mostSteps) past_.pop_front();
 }
 
-bool UndoHistory::undo(EditorSnapshot& current) {
-  if (past_.empty()) return false;
-  Step step = std::move(past_.back());
-  past_.pop_back();
-  std::swap(current, step.other);
-  future_.push_back(std::move(step));
+bool UndoHistory::cross(std::deque<Step>& from, std::deque<Step>& to, EditorSnapshot& current) {
+  if (from.empty()) return false;
+  Step step = std::move(from.back());
+  from.pop_back();
+  EditorSnapshot reached = std::move(step.other);
+  reached.shapes = current.shapes;
+  if (!step.sharesShapes) reached.setShapes(step.shapes.applied(*current.shapes));
+  to.push_back(stepTo(std::exchange(current, reached), reached, std::move(step.name)));
   return true;
 }
 
-bool UndoHistory::redo(EditorSnapshot& current) {
-  if (future_.empty()) return false;
-  Step step = std::move(future_.back());
-  future_.pop_back();
-  std::swap(current, step.other);
-  past_.push_back(std::move(step));
-  return true;
-}
+bool UndoHistory::undo(EditorSnapshot& current) { return cross(past_, future_, current); }
+bool UndoHistory::redo(EditorSnapshot& current) { return cross(future_, past_, current); }
 
 std::string UndoHistory::undoName() const { return past_.empty() ? "" : past_.back().name; }
 std::string UndoHistory::redoName() const { return future_.empty() ? "" : future_.back().name; }

@@ -7,13 +7,14 @@
 #include <vector>
 
 #include "editor/records/editor_document.hpp"
+#include "editor/shapes_delta.hpp"
 
 namespace vantorel {
 
 /// What editing changes, as a value that is cheap to copy: snapshots share every part that is the
 /// same in both. Parts are never null and never changed in place.
 struct EditorSnapshot {
-  using Shapes = std::vector<std::shared_ptr<const Shape>>;
+  using Shapes = ShapeList;
 
   std::shared_ptr<const Shapes> shapes;
   std::optional<Box> crop;
@@ -35,7 +36,8 @@ struct EditorSnapshot {
   void setCanvas(CanvasSpec changed);
   void setBackground(BackgroundSpec changed);
 
-  /// Replaces the shape of the same id.
+  /// Replaces the shapes of the same ids.
+  void replace(std::vector<Shape> changed);
   void replace(Shape shape);
   void append(Shape shape);
 
@@ -43,16 +45,17 @@ struct EditorSnapshot {
   bool operator==(const EditorSnapshot& other) const;
 };
 
-/// The steps that can be undone and redone.
+/// The steps that can be undone and redone. Keeps of each what it changed.
 class UndoHistory {
  public:
   /// Beyond this the oldest steps are forgotten.
   static constexpr std::size_t mostSteps = 1000;
 
-  /// Notes that `before` was left by the step `name`. What could be redone is gone.
-  void push(EditorSnapshot before, std::string name);
+  /// Notes that the step `name` made `after` of `before`. What could be redone is gone.
+  void push(EditorSnapshot before, const EditorSnapshot& after, std::string name);
 
-  /// Changes `current` to the state before the latest step; false when there is none.
+  /// Changes `current`, the state after the latest step, to the one before it; false when there is
+  /// none.
   bool undo(EditorSnapshot& current);
   bool redo(EditorSnapshot& current);
 
@@ -62,9 +65,14 @@ class UndoHistory {
 
  private:
   struct Step {
-    EditorSnapshot other;  // the state at the step's far side
+    EditorSnapshot other;  // the state at the step's far side, without shapes
+    bool sharesShapes = false;
+    ShapesDelta shapes;  // from the near side to the far one
     std::string name;
   };
+  static Step stepTo(EditorSnapshot other, const EditorSnapshot& near, std::string name);
+  static bool cross(std::deque<Step>& from, std::deque<Step>& to, EditorSnapshot& current);
+
   std::deque<Step> past_;
   std::deque<Step> future_;
 };

@@ -92,9 +92,10 @@ Result<void> checkIDs(const EditorDocument& document) {
   return {};
 }
 
-Result<void> checkLayer(LayerSpec& layer, const Files& files, const ImageCodec& codec,
-                        ExportSituation& situation) {
-  if (!layer.path) return {};
+void checkLayer(LayerSpec& layer, const Path& folder, const Files& files, const ImageCodec& codec,
+                ExportSituation& situation) {
+  if (!layer.path) return;
+  layer.path = (folder / *layer.path).lexically_normal().string();
   if (layer.name.empty()) layer.name = Path(*layer.path).stem().string();
   const auto bytes = files.read(*layer.path, mostFileBytes);
   const auto size =
@@ -102,14 +103,13 @@ Result<void> checkLayer(LayerSpec& layer, const Files& files, const ImageCodec& 
   if (!size) {
     const bool large = size.error().kind == FailureKind::tooLarge;
     (large ? situation.oversizedLayerIDs : situation.missingLayerIDs).push_back(layer.id);
-    return {};
+    return;
   }
   if (!isPossibleSize(size->width, size->height)) situation.oversizedLayerIDs.push_back(layer.id);
   if (layer.pixelWidth < 1 || layer.pixelHeight < 1) {
     layer.pixelWidth = size->width;
     layer.pixelHeight = size->height;
   }
-  return {};
 }
 
 }  // namespace
@@ -143,8 +143,8 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
   if (document.canvas != plain && document.canvas != CanvasSpec{}) entry.canvas = document.canvas;
 }
 
-Result<EditorDocument> checkedDocument(std::string text, PixelSize capture, const Files& files,
-                                       const ImageCodec& codec) {
+Result<EditorDocument> checkedDocument(std::string text, PixelSize capture, const Path& folder,
+                                       const Files& files, const ImageCodec& codec) {
   EditorDocument document = VT_TRY(readStrictly(std::move(text)));
   VT_TRY(checkIDs(document));
   if (document.canvas.width != 0 || document.canvas.height != 0) {
@@ -158,7 +158,7 @@ Result<EditorDocument> checkedDocument(std::string text, PixelSize capture, cons
   situation.base = BaseImageState::ready;
   situation.build = LayerBuildState::ready;
   situation.capture = capture;
-  for (LayerSpec& layer : document.layers) VT_TRY(checkLayer(layer, files, codec, situation));
+  for (LayerSpec& layer : document.layers) checkLayer(layer, folder, files, codec, situation);
   if (const auto block = exportBlock(document, situation)) {
     return failed(FailureKind::unsupported, sentence(*block));
   }

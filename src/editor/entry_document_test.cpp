@@ -21,7 +21,7 @@ class EntryDocumentTest : public ::testing::Test {
 
   std::string answer(const std::string& text) {
     document = {};
-    auto checked = checkedDocument(text, {800, 600}, files, codec);
+    auto checked = checkedDocument(text, {800, 600}, "/pictures", files, codec);
     if (!checked) return checked.error().reason;
     document = *std::move(checked);
     return "accepted";
@@ -55,7 +55,8 @@ TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) 
   EXPECT_EQ(answer(layer + R"("/gone.png"}]})"),
             "Export is blocked: gone is missing. Hide or remove it.");
   EXPECT_EQ(answer(layer + R"("/gone.png","visible":false}]})"), "accepted");
-  EXPECT_EQ(answer(layer + R"("/logo.png"}],"later":1})"), "accepted");
+  EXPECT_EQ(answer(layer + R"("../logo.png"}],"later":1})"), "accepted");
+  EXPECT_EQ(document.layers[0].path, "/logo.png");
   EXPECT_EQ(document.layers[0].name, "logo");
   EXPECT_EQ(document.layers[0].pixelWidth, 4);
   EXPECT_NE(json::toText(document).find(R"("later":1)"), std::string::npos);

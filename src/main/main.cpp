@@ -50,7 +50,7 @@ void watchEndingSignals(std::shared_ptr<TaskRunner> main, std::function<void()> 
 
 /// What a command sent by another process says, read as if typed in its folder.
 std::variant<CommandLine, CommandLineAnswer> parseRequest(const BusRequest& request) {
-  return parseCommandLine(request.arguments);
+  return parseCommandLine(request.arguments, request.folder);
 }
 
 BusReply toBus(CommandReply reply) {
@@ -117,8 +117,8 @@ int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus
 }
 
 int run(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  auto parsed = parseCommandLine(arguments);
+  const BusRequest request{{argv + 1, argv + argc}, std::filesystem::current_path().string()};
+  auto parsed = parseRequest(request);
   if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
     const bool ok = answer->status == ExitStatus::done;
     return print(
@@ -131,7 +131,6 @@ int run(int argc, char** argv) {
 
   // Asked before anything is built: most commands go to the program that runs already.
   CommandBus bus(CommandBus::nameFor(root));
-  const BusRequest request{arguments, std::filesystem::current_path().string()};
   const CommandBus::Started started = bus.start(request);
   if (started.role == CommandBus::Role::forwarded) return print(started.reply);
 

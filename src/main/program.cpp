@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "base/log.hpp"
+#include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
 #include "platform/linux/desktop_notifications.hpp"
 #include "platform/linux/desktop_session.hpp"
@@ -101,10 +102,23 @@ struct Program::Parts {
                                   .pendingWork = &coordinator->pendingArchiveWork(),
                                   .surfaces = &coordinator->surfaces(),
                                   .originals = folders.data / "Originals"});
+    annotator = std::make_unique<CaptureAnnotator>(
+        CaptureAnnotator::Services{.main = main,
+                                   .work = queues.queue("com.hollen.Vantorel.annotations"),
+                                   .clock = clock,
+                                   .files = files,
+                                   .codec = codec,
+                                   .store = &store,
+                                   .settings = &settings,
+                                   .activity = &coordinator->rewrites(),
+                                   .pendingWork = &coordinator->pendingArchiveWork(),
+                                   .surfaces = &coordinator->surfaces(),
+                                   .draw = sceneDrawing(files, codec)});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
                                                                 .coordinator = coordinator.get(),
                                                                 .rewriter = rewriter.get(),
+                                                                .annotator = annotator.get(),
                                                                 .store = &store,
                                                                 .screen = desktop.screen.get(),
                                                                 .windows = desktop.windows.get()});
@@ -163,6 +177,7 @@ struct Program::Parts {
   HistoryStore store;
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<CaptureRewriter> rewriter;
+  std::unique_ptr<CaptureAnnotator> annotator;
   std::unique_ptr<CommandRunner> commands;
 };
 

@@ -127,6 +127,109 @@ TEST(ProgramTest, EveryModeShowsThePixelsOfTheScreen) {
   EXPECT_THAT(namesIn(vantorel.root() / "Staged Captures"), IsEmpty());
 }
 
+TEST(ProgramTest, AnnotationsAreStoredPrintedAndDrawnAndNonsenseChangesNothing) {
+  for (const bool tray : {false, true}) {
+    TestDesktop desktop({.windowManager = tray, .bus = tray});
+    TestClient client(desktop.display());
+    client.paintRoot(1);
+    const Vantorel vantorel(desktop);
+    std::optional<ChildProcess> running;
+    if (tray) {
+      running.emplace(vantorel.start({}));
+      while (!client.isOwned("CLIPBOARD")) {
+        ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+        ASSERT_TRUE(running->isRunning()) << running->errorText();
+      }
+    }
+    const ChildOutcome taken = vantorel.run({"capture", "display"});
+
+    // Files are named from the folder of the one who asks, wherever the program was started.
+    const auto folder = desktop.folder() / "papers";
+    std::filesystem::create_directories(folder);
+    const auto write = [&folder](const char* name, std::string_view text) {
+      std::ofstream(folder / name, std::ios::binary) << text;
+    };
+    const auto run = [&](std::vector<std::string> arguments) {
+      std::vector<std::string> all{"/usr/bin/env", "--chdir", folder.string()};
+      for (auto& word : vantorel.command(std::move(arguments))) all.push_back(std::move(word));
+      return desktop.start(std::move(all)).wait();
+    };
+    const auto image = [](const std::filesystem::path& path) {
+      return LinuxImageCodec().decode(readAll(path)).value_or(Image{});
+    };
+
+    write("red.json", R"({"shapes":[{"id":"box","type":"rect","color":"#ff0000","width":4,)"
+                      R"("fill":"solid","x1":100,"y1":100,"x2":300,"y2":200}],)"
+                      R"("crop":{"x":50,"y":50,"w":400,"h":300}})");
+    const ChildOutcome applied = run({"annotate", "latest", "--apply", "red.json"});
+    ASSERT_EQ(applied.status, 0) << applied.err;
+    EXPECT_EQ(applied.out, taken.out);
+    EXPECT_TRUE(vantorel.entries().back()->editedAt.has_value());
+    EXPECT_EQ(differenceFromTestPicture(vantorel.picture(taken), 1), "") << "the capture changed";
+    const ChildOutcome printed = run({"annotate", "latest", "--print"});
+    EXPECT_THAT(printed.out, HasSubstr("\"id\":\"box\""));
+
+    for (const char* format : {"png", "jpeg", "webp", "heic"}) {
+      const std::string name = std::string("drawn.") + format;
+      const ChildOutcome drawn = run({"render", "latest", "--output", name});
+      EXPECT_EQ(drawn.out, (folder / name).string() + "\n") << drawn.err;
+      EXPECT_EQ(image(folder / name).size(), (PixelSize{400, 300})) << name;
+    }
+    const Image drawn = image(folder / "drawn.png");
+    const auto corner = drawn.row(50).subspan(std::size_t{4} * 100, 3);
+    EXPECT_THAT(corner, testing::ElementsAre(0, 0, 255)) << "no red line";
+    EXPECT_EQ(differenceFromTestPicture(drawn.cropped({0, 0, 40, 40}), 1, 50, 50), "");
+
+    // What was printed can be applied and draws the same.
+    write("printed.json", printed.out);
+    ASSERT_EQ(run({"render", vantorel.entries().back()->path, "--document", "printed.json",
+                   "--output", "again.png"})
+                  .status,
+              0);
+    EXPECT_EQ(readAll(folder / "again.png"), readAll(folder / "drawn.png"));
+
+    const std::string index = readAll(vantorel.root() / "history.json");
+    const std::string path = vantorel.entries().back()->path;
+    write("layer.json",
+          R"({"layers":[{"id":"l","path":"gone.png","frame":{"x":0,"y":0,"w":9,"h":9}}]})");
+    write("deep.json", std::string(100'000, '['));
+    write("huge.json", R"({"canvas":{"width":8001,"height":8000}})");
+    write("cut.json", R"({"shapes":[{"id":"a","type":"rect")");
+    write("picture.png", "not a picture");
+    using Words = std::vector<std::string>;
+    for (const auto& [words, sentence] : std::vector<std::pair<Words, std::string>>{
+             {{"annotate", "latest", "--apply", "layer.json"},
+              "gone is missing. Hide or remove it."},
+             {{"annotate", "latest", "--apply", "deep.json"}, "The document isn't JSON"},
+             {{"annotate", "latest", "--apply", "cut.json"}, "The document isn't JSON"},
+             {{"annotate", "latest", "--apply", "huge.json"}, "limited to 64 million pixels."},
+             {{"annotate", "latest", "--apply", "none.json"}, "there is no such file"},
+             {{"annotate", "latest", "--apply", "."}, "Couldn't read"},
+             {{"annotate", "nobody", "--apply", "red.json"}, "nobody"},
+             {{"annotate", "nobody", "--print"}, "nobody"},
+             {{"render", "latest", "--document", "layer.json", "--output", "x.png"}, "is missing"},
+             {{"render", "latest", "--output", "none/x.png"}, "Couldn't write"},
+             {{"render", "latest", "--output", path}, "A capture of the library"},
+             {{"render", "./none.png", "--output", "x.png"}, "couldn't be read as an image"},
+             {{"render", "picture.png", "--output", "x.png"}, "couldn't be read as an image"},
+             {{"render", "drawn.png", "--output", "../papers/drawn.png"}, "over its own file"},
+         }) {
+      const ChildOutcome refused = run(words);
+      EXPECT_EQ(refused.status, 1) << refused.out;
+      EXPECT_THAT(refused.err, HasSubstr(sentence));
+      EXPECT_EQ(std::ranges::count(refused.err, '\n'), 1) << refused.err;
+    }
+    EXPECT_EQ(run({"render", "latest", "--output", "x.png", "--format", "gif"}).status, 2);
+    EXPECT_EQ(readAll(vantorel.root() / "history.json"), index);
+    EXPECT_FALSE(std::filesystem::exists(folder / "x.png"));
+    EXPECT_EQ(differenceFromTestPicture(vantorel.picture(taken), 1), "");
+    if (running) {
+      EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+      running->wait();
+    }
+  }
+}
+
 TEST(ProgramTest, KilledAtThirtyMomentsEachCaptureIsFiledOnceOrNever) {
   TestDesktop desktop;
   TestClient(desktop.display()).paintRoot(1);

@@ -1,0 +1,231 @@
+#include "app/capture_annotator.hpp"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "editor/entry_document.hpp"
+#include "editor/output_failure.hpp"
+
+namespace vantorel {
+namespace {
+
+/// A document of more bytes is a mistake: the largest sensible ones have some megabytes.
+constexpr std::uint64_t mostDocumentBytes = 256'000'000;
+
+struct Checked {
+  EditorDocument document;
+  PixelSize capture;
+};
+
+std::unexpected<std::string> unreadable(const Path& path, const Failure& failure) {
+  return std::unexpected(fmt::format("{}: {} ({}).", path.string(),
+                                     sentence(OutputFailure::notReadable), failure.reason));
+}
+
+/// The document in a file, judged for a base image of `capture` pixels.
+std::expected<EditorDocument, std::string> readDocument(const Path& path, PixelSize capture,
+                                                        const Files& files,
+                                                        const ImageCodec& codec) {
+  auto text = files.read(path, mostDocumentBytes);
+  if (!text) {
+    return std::unexpected(
+        fmt::format("Couldn't read {}: {}.", path.string(), text.error().reason));
+  }
+  auto document = checkedDocument(*std::move(text), capture, path.parent_path(), files, codec);
+  if (!document) return std::unexpected(std::move(document.error().reason));
+  return *std::move(document);
+}
+
+Result<PixelSize> pixelSizeOf(const Path& path, const Files& files, const ImageCodec& codec) {
+  return codec.pixelSize(VT_TRY(files.read(path)));
+}
+
+bool sameFile(const Path& one, const Path& other, const Files& files) {
+  const auto first = files.status(one);
+  const auto second = files.status(other);
+  return first && second && first->device == second->device && first->inode == second->inode;
+}
+
+/// Why nothing may be written to `output`; nothing when it may.
+std::optional<std::string> outputRefusal(const Path& output, const Path& base, const Files& files) {
+  const auto there = files.status(output);
+  if (!there) return std::nullopt;
+  if (there->type != FileType::regular && there->type != FileType::link) {
+    return fmt::format("Couldn't write {}: it is not a regular file.", output.string());
+  }
+  if (sameFile(output, base, files)) return "The picture can't be drawn over its own file.";
+  return std::nullopt;
+}
+
+/// Everything that `draw` does away from the main runner. `entry` is null for a picture that is in
+/// no library.
+std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& drawing,
+                                            const Path& basePath, const EntryPointer& entry,
+                                            double quality, const CaptureAnnotator::Draw& draw,
+                                            Files& files, const ImageCodec& codec) {
+  if (auto refused = outputRefusal(drawing.output, basePath, files)) {
+    return std::unexpected(*std::move(refused));
+  }
+  auto base = readPictureFile(basePath, files, codec);
+  if (!base) return unreadable(basePath, base.error());
+  EditorDocument document;
+  if (drawing.document) {
+    auto given = readDocument(*drawing.document, base->size(), files, codec);
+    if (!given) return std::unexpected(std::move(given.error()));
+    document = *std::move(given);
+  } else if (entry) {
+    document = documentOf(*entry, base->size());
+  }
+  const std::optional<double> scale = entry ? entry->captureScale : std::nullopt;
+  const auto bytes =
+      draw(document, *std::move(base), scale,
+           {.format = drawing.format, .quality = quality, .pixelsPerPoint = scale.value_or(1)});
+  if (!bytes) return std::unexpected(bytes.error().reason);
+  if (const auto written = files.replace(drawing.output, *bytes, Privacy::byUmask); !written) {
+    return std::unexpected(
+        fmt::format("Couldn't write {}: {}.", drawing.output.string(), written.error().reason));
+  }
+  return drawing.output;
+}
+
+}  // namespace
+
+void CaptureAnnotator::onceLoaded(std::function<void()> then) {
+  HistoryStore& store = *services_->store;
+  if (store.isLoaded()) return then();
+  auto loading = std::make_shared<Observation>();
+  *loading =
+      store.observe(alive_.guard([loading, then = std::move(then)](const HistoryChange& change) {
+        if (!change.loaded) return;
+        loading->end();
+        then();
+      }));
+}
+
+CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::string& name) const {
+  auto entry = services_->store->resolve(name);
+  if (!entry) {
+    return std::unexpected(fmt::format("Couldn't find the capture: {}.", entry.error().reason));
+  }
+  if ((*entry)->medium != CaptureMedium::image) {
+    return std::unexpected("Only pictures can be annotated.");
+  }
+  return *std::move(entry);
+}
+
+std::optional<std::string> CaptureAnnotator::refusal(const ScreenshotEntry& entry) const {
+  if (const auto refused = services_->store->indexRefusal()) {
+    return "The capture can't be changed: " + *refused + ".";
+  }
+  if (services_->surfaces->editors.isOpen(entry.id)) {
+    return "The capture can't be changed: close Annotate first.";
+  }
+  return std::nullopt;
+}
+
+template <class Value>
+void CaptureAnnotator::work(std::function<Value(const Services&)> job,
+                            std::function<void(Value)> landed) {
+  services_->work->post([services = services_, job = std::move(job),
+                         landed = alive_.guard(std::move(landed))]() mutable {
+    services->main->post([value = job(*services), landed = std::move(landed)]() mutable {
+      landed(std::move(value));
+    });
+  });
+}
+
+void CaptureAnnotator::apply(const std::string& name, const Path& document,
+                             Done<EntryPointer> done) {
+  onceLoaded([this, name, document, done = std::move(done)] {
+    const auto entry = picture(name);
+    if (!entry) return done(std::unexpected(entry.error()));
+    const std::string id = (*entry)->id;
+    if (auto refused = refusal(**entry)) return done(std::unexpected(*std::move(refused)));
+    // Nobody may change the file's pixel size between the check and the change.
+    if (!services_->activity->begin(id)) {
+      return done(std::unexpected("This capture is being changed already."));
+    }
+    const auto ticket = services_->pendingWork->begin(QuitFilingNote::Item::editorSave);
+    auto finished = [this, id, ticket, done](Answer<EntryPointer> answer) {
+      services_->activity->end(id);
+      done(std::move(answer));
+      services_->pendingWork->end(ticket);
+    };
+    work<Answer<Checked>>(
+        [path = Path((*entry)->path), document](const Services& with) -> Answer<Checked> {
+          const auto capture = pixelSizeOf(path, *with.files, *with.codec);
+          if (!capture) return unreadable(path, capture.error());
+          auto checked = readDocument(document, *capture, *with.files, *with.codec);
+          if (!checked) return std::unexpected(std::move(checked.error()));
+          return Checked{*std::move(checked), *capture};
+        },
+        [this, id, finished = std::move(finished)](Answer<Checked> checked) {
+          if (!checked) return finished(std::unexpected(std::move(checked.error())));
+          store(id, checked->document, checked->capture, finished);
+        });
+  });
+}
+
+void CaptureAnnotator::store(const std::string& id, const EditorDocument& document,
+                             PixelSize capture, Done<EntryPointer> done) {
+  HistoryStore& library = *services_->store;
+  const auto changed = library.update(id, [&](ScreenshotEntry& entry) {
+    putDocument(document, capture, entry);
+    entry.editedAt = services_->clock->now();
+  });
+  if (!changed) return done(std::unexpected("The capture has left History."));
+  library.flush(alive_.guard([this, id, done = std::move(done)](Result<void> saved) {
+    if (!saved) {
+      return done(std::unexpected(
+          "The change is made, but History couldn't be saved: " + saved.error().reason + "."));
+    }
+    const EntryPointer entry = services_->store->find(id);
+    if (!entry) return done(std::unexpected("The capture has left History."));
+    done(entry);
+  }));
+}
+
+void CaptureAnnotator::document(const std::string& name, Done<EditorDocument> done) {
+  onceLoaded([this, name, done = std::move(done)] {
+    const auto entry = picture(name);
+    if (!entry) return done(std::unexpected(entry.error()));
+    work<Answer<EditorDocument>>(
+        [entry = *entry](const Services& with) -> Answer<EditorDocument> {
+          const auto capture = pixelSizeOf(entry->path, *with.files, *with.codec);
+          if (capture) return documentOf(*entry, *capture);
+          // What was drawn is worth having even when the picture is gone.
+          if (!entry->pixelWidth || !entry->pixelHeight) {
+            return unreadable(entry->path, capture.error());
+          }
+          return documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight});
+        },
+        done);
+  });
+}
+
+void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
+  onceLoaded([this, drawing, done = std::move(done)] {
+    EntryPointer entry;
+    Path base;
+    if (const auto* capture = std::get_if<Drawing::Capture>(&drawing.base)) {
+      const auto found = picture(capture->name);
+      if (!found) return done(std::unexpected(found.error()));
+      entry = *found;
+      base = entry->path;
+    } else {
+      base = std::get<Drawing::Picture>(drawing.base).path;
+    }
+    if (services_->store->findByPath(drawing.output.string())) {
+      return done(std::unexpected("A capture of the library can't be drawn over."));
+    }
+    work<Answer<Path>>(
+        [drawing, entry, base,
+         quality = services_->settings->values().jpegQuality](const Services& with) {
+          return drawToFile(drawing, base, entry, quality, with.draw, *with.files, *with.codec);
+        },
+        done);
+  });
+}
+
+}  // namespace vantorel

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "app/capture_rewrite_activity.hpp"
+#include "app/pending_archive_work.hpp"
+#include "app/surface_registry.hpp"
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "editor/records/editor_document.hpp"
+#include "library/history_store.hpp"
+#include "platform/image_codec.hpp"
+#include "settings/settings_store.hpp"
+
+namespace vantorel {
+
+/// Stores the annotations of captures in the library, and draws annotated pictures into files. The
+/// capture's own file stays as it is. Lives on the main runner; files are read, and pictures drawn
+/// and written, on `work`.
+class CaptureAnnotator {
+ public:
+  /// Draws a document over its base image (`captureScale` pixels per point) and encodes the
+  /// picture. Called on `work`, and may block. The failure's reason is a whole sentence.
+  using Draw = std::function<Result<std::string>(const EditorDocument& document, Image base,
+                                                 std::optional<double> captureScale,
+                                                 const ImageEncoding& encoding)>;
+
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+    std::shared_ptr<const Clock> clock;
+    std::shared_ptr<Files> files;
+    std::shared_ptr<const ImageCodec> codec;
+    HistoryStore* store = nullptr;
+    SettingsStore* settings = nullptr;
+    CaptureRewriteActivity* activity = nullptr;
+    PendingArchiveWork* pendingWork = nullptr;
+    SurfaceRegistry* surfaces = nullptr;
+    Draw draw;
+  };
+
+  explicit CaptureAnnotator(Services services)
+      : services_(std::make_shared<const Services>(std::move(services))) {}
+
+  /// A value, or the sentence that says why there is none.
+  template <class Value>
+  using Answer = std::expected<Value, std::string>;
+  template <class Value>
+  using Done = std::function<void(Answer<Value>)>;
+
+  /// Puts the document in the file `document` in place of the capture's annotations, when all of it
+  /// can be used; otherwise nothing changes. `name` is an id, the unique start of one, or "latest".
+  /// `done` comes when the change is safe on disk.
+  void apply(const std::string& name, const Path& document, Done<EntryPointer> done);
+
+  /// The capture's annotations.
+  void document(const std::string& name, Done<EditorDocument> done);
+
+  /// What is drawn, and where to.
+  struct Drawing {
+    struct Capture {
+      std::string name;  ///< as for `apply`
+    };
+    struct Picture {
+      Path path;
+    };
+    std::variant<Capture, Picture> base;
+    std::optional<Path> document;  ///< none: the capture's own annotations
+    Path output;                   ///< replaced in one step; never a file of the library
+    ExportFormat format = ExportFormat::png;
+  };
+
+  void draw(const Drawing& drawing, Done<Path> done);
+
+ private:
+  void onceLoaded(std::function<void()> then);
+  [[nodiscard]] Answer<EntryPointer> picture(const std::string& name) const;
+  [[nodiscard]] std::optional<std::string> refusal(const ScreenshotEntry& entry) const;
+  void store(const std::string& id, const EditorDocument& document, PixelSize capture,
+             Done<EntryPointer> done);
+
+  /// Runs `job` on the work runner and hands what it answers to `landed` on the main one.
+  template <class Value>
+  void work(std::function<Value(const Services&)> job, std::function<void(Value)> landed);
+
+  std::shared_ptr<const Services> services_;  ///< shared with jobs on the work runner
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,90 @@
+#include "cli/annotation_commands.hpp"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "capture/records/export_format.hpp"
+
+namespace vantorel {
+namespace {
+
+Path inFolder(const Path& folder, const std::string& name) {
+  return (folder / name).lexically_normal();
+}
+
+/// "jpg" and "heif" are names of files, not of formats.
+std::optional<ExportFormat> formatOfFile(const Path& file) {
+  std::string extension = file.extension().string();
+  if (extension.empty()) return std::nullopt;
+  extension = CLI::detail::to_lower(extension.substr(1));
+  if (extension == "jpg") return ExportFormat::jpeg;
+  if (extension == "heif") return ExportFormat::heic;
+  return enumFromName<ExportFormat>(extension);
+}
+
+}  // namespace
+
+void AnnotationOptions::addTo(CLI::App& app) {
+  annotate_ = app.add_subcommand(
+      "annotate", "Store annotations in a capture, or print them; its file stays as it is");
+  annotate_->add_option("id", base_, "the capture's id, a unique start of it, or latest")
+      ->required();
+  annotate_->add_option("--apply", apply_,
+                        "a JSON file whose annotations replace those of the capture");
+  annotate_->add_flag("--print", print_, "print the capture's annotations as JSON");
+
+  render_ = app.add_subcommand("render", "Draw an annotated picture into a file; prints its path");
+  render_
+      ->add_option("what", base_,
+                   "a capture's id, a unique start of it, or latest; or a picture file: a name "
+                   "with a slash or a point in it")
+      ->required();
+  render_->add_option("--document", document_,
+                      "a JSON file with the annotations to draw (default: the capture's own)");
+  render_->add_option("--output", output_, "the file to write")->required();
+  std::vector<std::string> formats;
+  for (const auto& entry : enumNames<ExportFormat>) formats.emplace_back(entry.name);
+  render_->add_option("--format", format_, "png, jpeg, heic or webp (default: by the file's name)")
+      ->check(CLI::IsMember(std::move(formats)));
+}
+
+auto AnnotationOptions::command(const Path& folder) const
+    -> std::expected<std::optional<Command>, std::string> {
+  if (annotate_->parsed()) return annotate(folder);
+  if (render_->parsed()) return render(folder);
+  return std::nullopt;
+}
+
+auto AnnotationOptions::annotate(const Path& folder) const
+    -> std::expected<std::optional<Command>, std::string> {
+  const bool apply = annotate_->count("--apply") > 0;
+  if (apply == print_) return std::unexpected("annotate needs either --apply FILE or --print");
+  if (!apply) return command::Annotate{base_, std::nullopt};
+  if (apply_.empty()) return std::unexpected("--apply must name a file");
+  return command::Annotate{base_, inFolder(folder, apply_)};
+}
+
+auto AnnotationOptions::render(const Path& folder) const
+    -> std::expected<std::optional<Command>, std::string> {
+  CaptureAnnotator::Drawing drawing;
+  if (base_.find_first_of("/.") != std::string::npos) {
+    drawing.base = CaptureAnnotator::Drawing::Picture{inFolder(folder, base_)};
+  } else {
+    drawing.base = CaptureAnnotator::Drawing::Capture{base_};
+  }
+  if (render_->count("--document") > 0) {
+    if (document_.empty()) return std::unexpected("--document must name a file");
+    drawing.document = inFolder(folder, document_);
+  }
+  if (output_.empty()) return std::unexpected("--output must name a file");
+  drawing.output = inFolder(folder, output_);
+  const auto format =
+      format_.empty() ? formatOfFile(drawing.output) : enumFromName<ExportFormat>(format_);
+  if (!format) {
+    return std::unexpected("--format is needed: the name of the output doesn't tell it");
+  }
+  drawing.format = *format;
+  return command::Render{std::move(drawing)};
+}
+
+}  // namespace vantorel

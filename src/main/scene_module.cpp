@@ -1,0 +1,25 @@
+#include "main/scene_module.hpp"
+
+#include "main/program_module.hpp"
+#include "render/render_module.hpp"
+
+namespace vantorel {
+
+CaptureAnnotator::Draw sceneDrawing(std::shared_ptr<const Files> files,
+                                    std::shared_ptr<const ImageCodec> codec) {
+  return [files = std::move(files), codec = std::move(codec)](
+             const EditorDocument& document, Image base, std::optional<double> captureScale,
+             const ImageEncoding& encoding) -> Result<std::string> {
+    void* const entry = programModuleEntry("libvantorel_render.so", exportSceneName);
+    if (entry == nullptr) {
+      return failed(FailureKind::notFound,
+                    "The part of Vantorel that draws pictures is not installed.");
+    }
+    Result<std::string> bytes;
+    reinterpret_cast<ExportScene>(entry)(document, base, captureScale, *files, *codec, encoding,
+                                         bytes);
+    return bytes;
+  };
+}
+
+}  // namespace vantorel
