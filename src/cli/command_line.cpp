@@ -167,6 +167,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   compress->add_flag("--1x", given.downscaleTo1x,
                      "also scale a capture of a high-resolution display down to one pixel a point");
   CLI::App* const quit = app.add_subcommand("quit", "End the running program");
+  const SettingsOptions settings(app);
   app.fallthrough();
   for (CLI::App* const sub : app.get_subcommands({})) sub->fallthrough();
 
@@ -203,6 +204,9 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = command::Compress{given.entryID, given.downscaleTo1x};
   } else if (quit->parsed()) {
     line.command = command::Quit{};
+  } else if (auto change = settings.chosen()) {
+    if (const std::string problem = settings.problem(); !problem.empty()) return usage(problem);
+    line.command = *std::move(change);
   }
   return line;
 }

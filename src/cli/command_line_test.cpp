@@ -51,6 +51,10 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"capture", "display", "--delay", "seven"}, "seven not in"},
       {{"convert", "latest", "--format", "bmp"}, "bmp not in"},
       {{"displays", "surplus"}, "surplus"},
+      {{"settings"}, "subcommand is required"},
+      {{"settings", "set", "mcpPort"}, "value is required"},
+      {{"settings", "reset"}, "or --all"},
+      {{"settings", "reset", "mcpPort", "--all"}, "or --all"},
       {{"--root", ""}, "--root must name a folder"},
       {{"fly"}, "fly"},
   };

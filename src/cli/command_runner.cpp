@@ -30,10 +30,6 @@ ExitStatus statusOf(CaptureRefusal refusal) {
   std::unreachable();
 }
 
-CommandReply failure(std::string sentence) {
-  return {ExitStatus::failed, {}, std::move(sentence) + "\n"};
-}
-
 CommandReply filed(const ScreenshotEntry& entry, bool json) {
   return {ExitStatus::done, (json ? json::toText(entry) : entry.path) + "\n", {}};
 }
@@ -43,7 +39,8 @@ CommandReply replyTo(const CaptureReply& reply, bool json) {
     return {statusOf(*refused), {}, sentence(*refused) + "\n"};
   }
   const auto& outcome = std::get<CaptureOutcome>(reply).value;
-  if (const auto* failed = std::get_if<CaptureFailure>(&outcome)) return failure(sentence(*failed));
+  if (const auto* failed = std::get_if<CaptureFailure>(&outcome))
+    return failedReply(sentence(*failed));
   const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome);
   if (saved == nullptr) return {ExitStatus::cancelled, {}, "Cancelled.\n"};
   CommandReply done = filed(*saved->entry, json);
@@ -82,14 +79,6 @@ std::string line(const DisplaySnapshot& display, bool json) {
   return writer.take() + "\n";
 }
 
-/// A title from outside on one line of a table.
-std::string inOneCell(std::string text) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
-  }
-  return text;
-}
-
 std::string line(const WindowSnapshot& window, bool json) {
   if (!json) {
     return fmt::format("{}\t{}x{}\tat {},{}\t{}\t{}{}\n", window.windowID, window.frame.width,
@@ -121,10 +110,11 @@ std::string line(const WindowSnapshot& window, bool json) {
 template <class Value>
 CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
   if (!answer) {
-    return failure(sentence(CaptureFailure{CaptureFailure::Case::screenCaptureDidNotAnswer, {}}));
+    return failedReply(
+        sentence(CaptureFailure{CaptureFailure::Case::screenCaptureDidNotAnswer, {}}));
   }
   if (!*answer) {
-    return failure(
+    return failedReply(
         sentence(CaptureFailure{CaptureFailure::Case::interrupted, answer->error().reason}));
   }
   CommandReply reply;
@@ -144,6 +134,8 @@ void CommandRunner::run(const CommandLine& line, Done done) {
   } else if (std::holds_alternative<command::Convert>(line.command) ||
              std::holds_alternative<command::Compress>(line.command)) {
     rewrite(line, std::move(done));
+  } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
+    runSettingsCommand(*settings, line.json, *services_.settings, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
     // Answered first: afterwards nobody is left to answer.
     done({});
@@ -187,7 +179,7 @@ void CommandRunner::rewrite(const CommandLine& line, Done done) {
   const auto finished = [json = line.json,
                          done = std::make_shared<Done>(std::move(done))](RewriteReply reply) {
     if (!reply) {
-      (*done)(failure(reply.error()));
+      (*done)(failedReply(reply.error()));
       return;
     }
     CommandReply said = filed(*reply->entry, json);

@@ -13,13 +13,6 @@
 
 namespace vantorel {
 
-/// What a command leaves behind.
-struct CommandReply {
-  ExitStatus status = ExitStatus::done;
-  std::string output;  ///< for standard output
-  std::string error;   ///< for standard error: sentences, one a line
-};
-
 /// Runs commands, whether typed at this process or sent to it. Lives on the main runner.
 class CommandRunner {
  public:
@@ -28,13 +21,14 @@ class CommandRunner {
     AppCoordinator* coordinator = nullptr;
     CaptureRewriter* rewriter = nullptr;
     HistoryStore* store = nullptr;
+    SettingsStore* settings = nullptr;
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
   };
 
   explicit CommandRunner(Services services) : services_(std::move(services)) {}
 
-  using Done = std::move_only_function<void(CommandReply)>;
+  using Done = CommandDone;
 
   /// Calls `done` once, when the work is safe on disk.
   void run(const CommandLine& line, Done done);

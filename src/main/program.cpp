@@ -106,6 +106,7 @@ struct Program::Parts {
                                                                 .coordinator = coordinator.get(),
                                                                 .rewriter = rewriter.get(),
                                                                 .store = &store,
+                                                                .settings = &settings,
                                                                 .screen = desktop.screen.get(),
                                                                 .windows = desktop.windows.get()});
   }
