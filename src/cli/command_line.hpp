@@ -10,6 +10,7 @@
 #include "capture/records/capture_target.hpp"
 #include "capture/records/export_format.hpp"
 #include "cli/command_reply.hpp"
+#include "cli/library_options.hpp"
 #include "cli/settings_command.hpp"
 
 namespace vantorel {
@@ -40,7 +41,8 @@ struct CommandLine {
   std::optional<std::string> root;  ///< a library and settings of their own
   bool json = false;
   std::variant<command::Run, command::Quit, command::ListDisplays, command::ListWindows,
-               command::Capture, command::Convert, command::Compress, command::Settings>
+               command::Capture, command::Convert, command::Compress, command::Settings,
+               command::Library>
       command;
 
   /// True when the command needs a window on this desktop: a selection to make or a countdown to

@@ -136,6 +136,8 @@ void CommandRunner::run(const CommandLine& line, Done done) {
     rewrite(line, std::move(done));
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
     runSettingsCommand(*settings, line.json, *services_.settings, std::move(done));
+  } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
+    services_.library->run(*library, line.json, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
     // Answered first: afterwards nobody is left to answer.
     done({});

@@ -10,6 +10,7 @@
 #include "app/capture_rewriter.hpp"
 #include "base/alive.hpp"
 #include "cli/command_line.hpp"
+#include "cli/library_command.hpp"
 
 namespace vantorel {
 
@@ -22,6 +23,7 @@ class CommandRunner {
     CaptureRewriter* rewriter = nullptr;
     HistoryStore* store = nullptr;
     SettingsStore* settings = nullptr;
+    LibraryCommands* library = nullptr;
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
   };

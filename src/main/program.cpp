@@ -112,12 +112,21 @@ struct Program::Parts {
                                   .pendingWork = &coordinator->pendingArchiveWork(),
                                   .surfaces = &coordinator->surfaces(),
                                   .originals = folders.data / "Originals"});
+    libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
+        .main = main,
+        .work = queues.queue("com.hollen.Vantorel.library"),
+        .files = files,
+        .clock = clock,
+        .store = &store,
+        .deletion = &deletion,
+        .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
                                                                 .coordinator = coordinator.get(),
                                                                 .rewriter = rewriter.get(),
                                                                 .store = &store,
                                                                 .settings = &settings,
+                                                                .library = libraryCommands.get(),
                                                                 .screen = desktop.screen.get(),
                                                                 .windows = desktop.windows.get()});
   }
@@ -213,6 +222,7 @@ struct Program::Parts {
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<CaptureRewriter> rewriter;
+  std::unique_ptr<LibraryCommands> libraryCommands;
   std::unique_ptr<CommandRunner> commands;
 };
 
