@@ -36,7 +36,10 @@ class CommandRunner {
   void run(const CommandLine& line, Done done);
 
   /// The one who asked went away: a capture that waits for the user is called off.
-  void askerWentAway() { services_.coordinator->cancelCapture(); }
+  void askerWentAway() {
+    services_.coordinator->cancelCapture();
+    services_.library->stop();
+  }
 
  private:
   void capture(const StillCaptureCommand& what, bool json, Done done);

@@ -181,6 +181,7 @@ void LibraryCommands::runNow(const command::Library& what, bool json, CommandDon
     case Verb::forget: return forget(*entries, json, {}, std::move(done));
     case Verb::prune: return prune(json, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
+    case Verb::verify: return services_.verify->run(what.repairs, json, std::move(done));
   }
   std::unreachable();
 }

@@ -9,6 +9,7 @@
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
 #include "cli/library_options.hpp"
+#include "cli/library_verify.hpp"
 #include "library/history_deletion.hpp"
 #include "library/history_store.hpp"
 #include "library/library_check.hpp"
@@ -27,6 +28,7 @@ class LibraryCommands {
     std::shared_ptr<const Clock> clock;
     HistoryStore* store = nullptr;
     HistoryDeletion* deletion = nullptr;
+    LibraryVerify* verify = nullptr;
 
     /// Calls back when the library is loaded and what an earlier run left is cleared up.
     std::function<void(std::move_only_function<void()>)> whenReady;
@@ -36,6 +38,9 @@ class LibraryCommands {
 
   /// Calls `done` once, when what was changed is on disk.
   void run(command::Library what, bool json, CommandDone done);
+
+  /// Ends long work that changes nothing.
+  void stop() { services_.verify->stop(); }
 
  private:
   using Change = std::function<Result<void>(const std::string& id)>;

@@ -87,6 +87,10 @@ LibraryOptions::LibraryOptions(CLI::App& app)
   withIDs(Verb::forget, "Remove captures from History; their files stay where they are");
   verb(Verb::prune, "Remove captures from History whose files are gone");
   verb(Verb::collections, "List the collections");
+  verb(Verb::verify, "Look for what does not fit together; changes nothing without --repair")
+      ->add_flag("--repair", given_.repairs,
+                 "file captures without an entry, forget entries without a file, move originals "
+                 "nobody needs to the Trash, remove temporaries");
   for (CLI::App* const sub : library_->get_subcommands({})) sub->fallthrough();
 }
 

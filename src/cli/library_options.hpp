@@ -33,6 +33,7 @@ struct Library {
     forget,
     prune,
     collections,
+    verify,
   };
 
   /// A moment, or how long before now it was.
@@ -52,6 +53,7 @@ struct Library {
   std::optional<When> since{};
   std::optional<When> before{};
   std::size_t limit = SIZE_MAX;
+  bool repairs = false;  ///< of `verify`
 };
 
 }  // namespace command
@@ -72,6 +74,7 @@ inline constexpr auto enumNames<command::Library::Verb> =
         {command::Library::Verb::forget, "forget"},
         {command::Library::Verb::prune, "prune"},
         {command::Library::Verb::collections, "collections"},
+        {command::Library::Verb::verify, "verify"},
     });
 
 /// "library" on the command line. The parser lives in `app` and writes here, so this must not move.

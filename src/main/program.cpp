@@ -112,6 +112,25 @@ struct Program::Parts {
                                   .pendingWork = &coordinator->pendingArchiveWork(),
                                   .surfaces = &coordinator->surfaces(),
                                   .originals = folders.data / "Originals"});
+    libraryVerify = std::make_unique<LibraryVerify>(LibraryVerify::Services{
+        .main = main,
+        .work = queues.queue("com.hollen.Vantorel.library"),
+        .files = files,
+        .codec = codec,
+        .clock = clock,
+        .trash = &trash,
+        .store = &store,
+        .deletion = &deletion,
+        .originals = folders.data / "Originals",
+        .captureFolders =
+            [this, usual = folders.captures] {
+              return std::vector<Path>{usual, settings.values().storageDirectory};
+            },
+        .recoverStaged =
+            [this](std::function<void()> done) {
+              coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
+            },
+        .showProgress = ui == nullptr ? showCheckProgress() : nullptr});
     libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
@@ -119,6 +138,7 @@ struct Program::Parts {
         .clock = clock,
         .store = &store,
         .deletion = &deletion,
+        .verify = libraryVerify.get(),
         .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
@@ -222,6 +242,7 @@ struct Program::Parts {
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<CaptureRewriter> rewriter;
+  std::unique_ptr<LibraryVerify> libraryVerify;
   std::unique_ptr<LibraryCommands> libraryCommands;
   std::unique_ptr<CommandRunner> commands;
 };
