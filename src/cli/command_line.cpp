@@ -170,6 +170,8 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   AnnotationOptions annotations;
   annotations.addTo(app);
   CLI::App* const quit = app.add_subcommand("quit", "End the running program");
+  const LibraryOptions library(app);
+  const SettingsOptions settings(app);
   app.fallthrough();
   for (CLI::App* const sub : app.get_subcommands({})) sub->fallthrough();
 
@@ -206,6 +208,13 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = command::Compress{given.entryID, given.downscaleTo1x};
   } else if (quit->parsed()) {
     line.command = command::Quit{};
+  } else if (library.isChosen()) {
+    command::Library what;
+    if (const std::string problem = library.read(what); !problem.empty()) return usage(problem);
+    line.command = std::move(what);
+  } else if (auto change = settings.chosen()) {
+    if (const std::string problem = settings.problem(); !problem.empty()) return usage(problem);
+    line.command = *std::move(change);
   } else {
     auto command = annotations.command(folder);
     if (!command) return usage(command.error());

@@ -10,17 +10,11 @@
 #include "capture/records/capture_target.hpp"
 #include "capture/records/export_format.hpp"
 #include "cli/annotation_commands.hpp"
+#include "cli/command_reply.hpp"
+#include "cli/library_options.hpp"
+#include "cli/settings_command.hpp"
 
 namespace vantorel {
-
-/// How a command ends.
-enum class ExitStatus {
-  done = 0,
-  failed = 1,     ///< with a sentence on standard error
-  usage = 2,      ///< the command line makes no sense
-  cancelled = 3,  ///< by the user
-  refused = 4,    ///< another capture or a dialog is running
-};
 
 namespace command {
 
@@ -49,7 +43,7 @@ struct CommandLine {
   bool json = false;
   std::variant<command::Run, command::Quit, command::ListDisplays, command::ListWindows,
                command::Capture, command::Convert, command::Compress, command::Annotate,
-               command::Render>
+               command::Render, command::Settings, command::Library>
       command;
 
   /// True when the command needs a window on this desktop: a selection to make or a countdown to

@@ -63,6 +63,36 @@ TEST(CommandLineTest, FilesAreNamedFromTheFolderOfTheAsker) {
   EXPECT_EQ(file.format, ExportFormat::webp);
 }
 
+TEST(CommandLineTest, LibraryCommandsAreReadWhole) {
+  const auto library = [](std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "library");
+    const CommandLine line = parsed(std::move(arguments));
+    EXPECT_FALSE(line.needsWindows());
+    return std::get<command::Library>(line.command);
+  };
+  const command::Library list =
+      library({"list", "--medium", "gif", "--unstarred", "--collection", "Box", "--app", "fire",
+               "--since", "2w", "--before", "2026-03-01T14:05", "--limit", "3", "--json"});
+  EXPECT_EQ(list.medium, CaptureMedium::gif);
+  EXPECT_EQ(list.starred, false);
+  EXPECT_EQ(list.collection, "Box");
+  EXPECT_EQ(list.application, "fire");
+  EXPECT_TRUE(list.since->isAgo);
+  EXPECT_EQ(list.since->seconds, 14 * 86400);
+  EXPECT_FALSE(list.before->isAgo);
+  EXPECT_EQ(list.limit, 3U);
+  EXPECT_EQ(library({"list"}).starred, std::nullopt);
+
+  const command::Library title = library({"title", "AB", "A walk", "--json"});
+  EXPECT_EQ(title.verb, command::Library::Verb::title);
+  EXPECT_THAT(title.ids, testing::ElementsAre("AB"));
+  EXPECT_EQ(title.title, "A walk");
+  const command::Library collect = library({"collect", "--new", "Box", "AB", "latest"});
+  EXPECT_TRUE(collect.makesCollection);
+  EXPECT_EQ(collect.collection, "Box");
+  EXPECT_THAT(collect.ids, testing::ElementsAre("AB", "latest"));
+}
+
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
       {{"capture"}, "what is required"},
@@ -84,6 +114,16 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"render", "latest", "--output", "drawn.gif"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.png", "--format", "gif"}, "gif not in"},
       {{"displays", "surplus"}, "surplus"},
+      {{"library"}, "subcommand is required"},
+      {{"library", "trash"}, "ids is required"},
+      {{"library", "list", "--medium", "film"}, "film not in"},
+      {{"library", "list", "--since", "2026-02-30"}, "--since must be"},
+      {{"library", "list", "--before", "-3d"}, "--before must be"},
+      {{"library", "list", "--starred", "--unstarred"}, "excludes"},
+      {{"settings"}, "subcommand is required"},
+      {{"settings", "set", "mcpPort"}, "value is required"},
+      {{"settings", "reset"}, "or --all"},
+      {{"settings", "reset", "mcpPort", "--all"}, "or --all"},
       {{"--root", ""}, "--root must name a folder"},
       {{"fly"}, "fly"},
   };

@@ -30,10 +30,6 @@ ExitStatus statusOf(CaptureRefusal refusal) {
   std::unreachable();
 }
 
-CommandReply failure(std::string sentence) {
-  return {ExitStatus::failed, {}, std::move(sentence) + "\n"};
-}
-
 CommandReply filed(const ScreenshotEntry& entry, bool json) {
   return {ExitStatus::done, (json ? json::toText(entry) : entry.path) + "\n", {}};
 }
@@ -43,7 +39,8 @@ CommandReply replyTo(const CaptureReply& reply, bool json) {
     return {statusOf(*refused), {}, sentence(*refused) + "\n"};
   }
   const auto& outcome = std::get<CaptureOutcome>(reply).value;
-  if (const auto* failed = std::get_if<CaptureFailure>(&outcome)) return failure(sentence(*failed));
+  if (const auto* failed = std::get_if<CaptureFailure>(&outcome))
+    return failedReply(sentence(*failed));
   const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome);
   if (saved == nullptr) return {ExitStatus::cancelled, {}, "Cancelled.\n"};
   CommandReply done = filed(*saved->entry, json);
@@ -82,14 +79,6 @@ std::string line(const DisplaySnapshot& display, bool json) {
   return writer.take() + "\n";
 }
 
-/// A title from outside on one line of a table.
-std::string inOneCell(std::string text) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
-  }
-  return text;
-}
-
 std::string line(const WindowSnapshot& window, bool json) {
   if (!json) {
     return fmt::format("{}\t{}x{}\tat {},{}\t{}\t{}{}\n", window.windowID, window.frame.width,
@@ -121,10 +110,11 @@ std::string line(const WindowSnapshot& window, bool json) {
 template <class Value>
 CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
   if (!answer) {
-    return failure(sentence(CaptureFailure{CaptureFailure::Case::screenCaptureDidNotAnswer, {}}));
+    return failedReply(
+        sentence(CaptureFailure{CaptureFailure::Case::screenCaptureDidNotAnswer, {}}));
   }
   if (!*answer) {
-    return failure(
+    return failedReply(
         sentence(CaptureFailure{CaptureFailure::Case::interrupted, answer->error().reason}));
   }
   CommandReply reply;
@@ -148,6 +138,10 @@ void CommandRunner::run(const CommandLine& line, Done done) {
     annotate(*annotating, line.json, std::move(done));
   } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
     render(*rendering, std::move(done));
+  } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
+    runSettingsCommand(*settings, line.json, *services_.settings, std::move(done));
+  } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
+    services_.library->run(*library, line.json, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
     // Answered first: afterwards nobody is left to answer.
     done({});
@@ -191,7 +185,7 @@ void CommandRunner::rewrite(const CommandLine& line, Done done) {
   const auto finished = [json = line.json,
                          done = std::make_shared<Done>(std::move(done))](RewriteReply reply) {
     if (!reply) {
-      (*done)(failure(reply.error()));
+      (*done)(failedReply(reply.error()));
       return;
     }
     CommandReply said = filed(*reply->entry, json);
@@ -211,14 +205,14 @@ void CommandRunner::annotate(const command::Annotate& what, bool json, Done done
   if (what.document) {
     services_.annotator->apply(
         what.entryID, *what.document, [json, shared](CaptureAnnotator::Answer<EntryPointer> entry) {
-          (*shared)(entry ? filed(**entry, json) : failure(std::move(entry.error())));
+          (*shared)(entry ? filed(**entry, json) : failedReply(std::move(entry.error())));
         });
     return;
   }
   services_.annotator->document(
       what.entryID, [shared](CaptureAnnotator::Answer<EditorDocument> document) {
         (*shared)(document ? CommandReply{ExitStatus::done, json::toText(*document) + "\n", {}}
-                           : failure(std::move(document.error())));
+                           : failedReply(std::move(document.error())));
       });
 }
 
@@ -226,7 +220,7 @@ void CommandRunner::render(const command::Render& what, Done done) {
   services_.annotator->draw(what.drawing, [shared = std::make_shared<Done>(std::move(done))](
                                               CaptureAnnotator::Answer<Path> output) {
     (*shared)(output ? CommandReply{ExitStatus::done, output->string() + "\n", {}}
-                     : failure(std::move(output.error())));
+                     : failedReply(std::move(output.error())));
   });
 }
 

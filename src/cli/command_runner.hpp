@@ -11,15 +11,9 @@
 #include "app/capture_rewriter.hpp"
 #include "base/alive.hpp"
 #include "cli/command_line.hpp"
+#include "cli/library_command.hpp"
 
 namespace vantorel {
-
-/// What a command leaves behind.
-struct CommandReply {
-  ExitStatus status = ExitStatus::done;
-  std::string output;  ///< for standard output
-  std::string error;   ///< for standard error: sentences, one a line
-};
 
 /// Runs commands, whether typed at this process or sent to it. Lives on the main runner.
 class CommandRunner {
@@ -30,19 +24,24 @@ class CommandRunner {
     CaptureRewriter* rewriter = nullptr;
     CaptureAnnotator* annotator = nullptr;
     HistoryStore* store = nullptr;
+    SettingsStore* settings = nullptr;
+    LibraryCommands* library = nullptr;
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
   };
 
   explicit CommandRunner(Services services) : services_(std::move(services)) {}
 
-  using Done = std::move_only_function<void(CommandReply)>;
+  using Done = CommandDone;
 
   /// Calls `done` once, when the work is safe on disk.
   void run(const CommandLine& line, Done done);
 
   /// The one who asked went away: a capture that waits for the user is called off.
-  void askerWentAway() { services_.coordinator->cancelCapture(); }
+  void askerWentAway() {
+    services_.coordinator->cancelCapture();
+    services_.library->stop();
+  }
 
  private:
   void capture(const StillCaptureCommand& what, bool json, Done done);

@@ -60,8 +60,10 @@ void HistoryDeletion::recover(std::move_only_function<void()> done) {
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
                         entries = services_.store.entries(), main = services_.main,
                         reply = alive_.guard([this, done = std::move(done)](
-                                                 const std::vector<std::string>& gone) mutable {
+                                                 const std::vector<std::string>& gone,
+                                                 std::optional<PendingUndo> pending) mutable {
                           services_.store.removeEntries(gone);
+                          offerAgain(std::move(pending));
                           services_.store.flush(alive_.guard(
                               [this, done = std::move(done)](Result<void> saved) mutable {
                                 if (saved && journalled_.empty()) writeJournal();
@@ -80,7 +82,9 @@ void HistoryDeletion::recover(std::move_only_function<void()> done) {
         }
       }
     }
-    main->post([reply = std::move(reply), gone = std::move(gone)]() mutable { reply(gone); });
+    main->post(
+        [reply = std::move(reply), gone = std::move(gone),
+         pending = readPendingUndo(files, paths)]() mutable { reply(gone, std::move(pending)); });
   });
 }
 
@@ -175,17 +179,59 @@ void HistoryDeletion::finishTrash(TrashSweep sweep, Undo undo,
 }
 
 void HistoryDeletion::offerUndo(RemovedBatch batch) {
+  const double seconds = std::chrono::duration<double>(undoWindow).count();
+  services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                        pending = PendingUndo{batch, services_.clock.now() + seconds}] {
+    const auto written = writePendingUndo(files, paths, pending);
+    if (!written) logWarning("History", "the undo was not kept: {}", written.error().reason);
+  });
+  offerUndoUntil(std::move(batch), undoWindow);
+}
+
+void HistoryDeletion::offerUndoUntil(RemovedBatch batch, std::chrono::nanoseconds left) {
   pendingUndo_ = std::move(batch);
   undoTimer_.renew();
-  services_.main->postAfter(undoWindow, undoTimer_.guard([this] { withdrawUndo(); }));
+  services_.main->postAfter(left, undoTimer_.guard([this] { withdrawUndo(); }));
   if (onPendingUndoChange) onPendingUndoChange();
+}
+
+void HistoryDeletion::offerAgain(std::optional<PendingUndo> pending) {
+  // Another process may have the library, and this undo with it.
+  if (pendingUndo_ || services_.store.indexRefusal()) return;
+  if (pending) {
+    // What an undo that was cut short has brought back needs none.
+    std::erase_if(pending->batch.items, [this](const RemovedEntry& item) {
+      return services_.store.find(item.entry->id) != nullptr;
+    });
+  }
+  const std::chrono::duration<double> left(pending ? pending->until - services_.clock.now() : 0);
+  // More than the whole window is left only when the wall clock was set back.
+  if (!pending || pending->batch.items.empty() || left.count() <= 0 || left > undoWindow) {
+    forgetPendingUndo();
+    return;
+  }
+  offerUndoUntil(std::move(pending->batch),
+                 std::chrono::duration_cast<std::chrono::nanoseconds>(left));
+}
+
+void HistoryDeletion::forgetPendingUndo() {
+  services_.work->post([&files = services_.files, paths = services_.store.paths()] {
+    const auto removed = removePendingUndo(files, paths);
+    if (!removed) logWarning("History", "the kept undo stays: {}", removed.error().reason);
+  });
 }
 
 void HistoryDeletion::withdrawUndo() {
   if (!pendingUndo_) return;
   undoTimer_.renew();
   pendingUndo_.reset();
+  forgetPendingUndo();
   if (onPendingUndoChange) onPendingUndoChange();
+}
+
+void HistoryDeletion::settle(std::move_only_function<void()> done) {
+  services_.work->post(
+      [main = services_.main, done = std::move(done)]() mutable { main->post(std::move(done)); });
 }
 
 // The index first, then the files: whenever the program ends in between, every file is still in the

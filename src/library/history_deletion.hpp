@@ -11,13 +11,10 @@
 #include "base/alive.hpp"
 #include "library/history_store.hpp"
 #include "library/history_trash.hpp"
+#include "library/pending_undo.hpp"
+#include "platform/clock.hpp"
 
 namespace vantorel {
-
-/// What was deleted together and can be brought back together.
-struct RemovedBatch {
-  std::vector<RemovedEntry> items;
-};
 
 /// What a deletion came to.
 struct TrashSweep {
@@ -54,6 +51,7 @@ class HistoryDeletion {
     HistoryStore& store;
     Files& files;
     Trash& trash;
+    const Clock& clock;
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
     /// Whether a Studio project is being exported now; may be empty.
@@ -63,7 +61,8 @@ class HistoryDeletion {
   explicit HistoryDeletion(Services services);
 
   /// After loading: takes entries out whose files an earlier run had just moved to the Trash, or
-  /// not yet brought back from it, when it ended. `done` comes when the index says so too.
+  /// not yet brought back from it, when it ended, and offers again the undo of a deletion whose
+  /// eight seconds are not over. `done` comes when the index says so too.
   void recover(std::move_only_function<void()> done);
 
   enum class Undo { offered, none };
@@ -89,6 +88,9 @@ class HistoryDeletion {
   void forget(const std::vector<std::string>& ids,
               std::move_only_function<void(Result<std::size_t>)> done);
 
+  /// Calls `done` when nothing that was begun waits for the disk any more.
+  void settle(std::move_only_function<void()> done);
+
   /// Entries whose files are being moved now: nobody else should touch them.
   [[nodiscard]] const std::set<std::string>& deletionsInFlight() const {
     return deletionsInFlight_;
@@ -109,7 +111,10 @@ class HistoryDeletion {
   void finishUndo(const std::vector<HistoryTrash::Restored>& all, UndoOutcome outcome,
                   std::move_only_function<void(UndoOutcome)> done);
   void offerUndo(RemovedBatch batch);
+  void offerUndoUntil(RemovedBatch batch, std::chrono::nanoseconds left);
+  void offerAgain(std::optional<PendingUndo> pending);
   void withdrawUndo();
+  void forgetPendingUndo();
   [[nodiscard]] std::vector<TrashCandidate> candidates(const EntryList& going) const;
 
   Services services_;

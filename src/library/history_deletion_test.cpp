@@ -71,7 +71,7 @@ class HistoryDeletionTest : public testing::Test {
                      LibraryPaths{"/data", "/caches"}};
   std::set<std::string> exporting;
   HistoryDeletion deletion{
-      {store, files, trash, runners.main(), runners.runner("work"),
+      {store, files, trash, runners, runners.main(), runners.runner("work"),
        [this](const ScreenshotEntry& entry) { return exporting.contains(entry.id); }}};
 };
 
@@ -116,6 +116,37 @@ TEST_F(HistoryDeletionTest, UndoWithinTheWindowPutsEverythingWhereItWas) {
   runners.advance(9s);
   EXPECT_FALSE(deletion.pendingUndo().has_value());
   EXPECT_EQ(ids(), "bc");
+}
+
+TEST_F(HistoryDeletionTest, TheNextRunMayUndoForTheRestOfTheEightSeconds) {
+  for (const bool inTime : {true, false}) {
+    ASSERT_TRUE(store.update("b", [](ScreenshotEntry& entry) { entry.title = "B"; }).has_value());
+    trashed({"b"});
+    if (inTime) runners.advance(5s);
+    if (!inTime) runners.setNow(runners.now() + 9);
+    HistoryDeletion next(
+        {store, files, trash, runners, runners.main(), runners.runner("work"), {}});
+    next.recover([] {});
+    runners.run();
+    EXPECT_EQ(next.pendingUndo().has_value(), inTime);
+    if (!inTime) break;
+    next.undo([](const UndoOutcome&) {});
+    runners.run();
+    EXPECT_EQ(ids(), "abcd");
+    EXPECT_EQ(store.find("b")->title, "B");
+    EXPECT_EQ(files.text("/captures/b.png"), "pixels of b");
+
+    trashed({"c"});
+    HistoryDeletion late(
+        {store, files, trash, runners, runners.main(), runners.runner("work"), {}});
+    runners.advance(5s);
+    late.recover([] {});
+    runners.run();
+    runners.advance(4s);
+    EXPECT_FALSE(late.pendingUndo().has_value()) << "eight seconds began anew";
+    EXPECT_EQ(files.text("/data/undo.json"), "(missing)");
+  }
+  EXPECT_EQ(files.text("/data/undo.json"), "(missing)");
 }
 
 TEST_F(HistoryDeletionTest, UndoCopesWithWhatHappenedMeanwhile) {
@@ -210,7 +241,8 @@ TEST_F(HistoryDeletionTest, NothingMovesWhenTheIndexCannotFollow) {
   runners.run();
   ScreenshotEntry entry = *store.find("a");
   ASSERT_TRUE(newer.add(entry).has_value());
-  HistoryDeletion refused({newer, files, trash, runners.main(), runners.runner("work"), {}});
+  HistoryDeletion refused(
+      {newer, files, trash, runners, runners.main(), runners.runner("work"), {}});
   TrashSweep answer;
   refused.trash({"a"}, HistoryDeletion::Undo::offered,
                 [&](TrashSweep sweep) { answer = std::move(sweep); });
@@ -222,7 +254,7 @@ TEST_F(HistoryDeletionTest, NothingMovesWhenTheIndexCannotFollow) {
 
 TEST_F(HistoryDeletionTest, EndAtAnyChangeLeavesEachFileInTheLibraryOrInTheTrash) {
   struct Ended {};
-  for (int end = 1; end < 24; ++end) {
+  for (int end = 1; end < 32; ++end) {
     FakeFiles disk;
     auto runnersOfFirst = std::make_unique<FakeRunners>();
     FakeRunners& run = *runnersOfFirst;
@@ -243,7 +275,7 @@ TEST_F(HistoryDeletionTest, EndAtAnyChangeLeavesEachFileInTheLibraryOrInTheTrash
     ASSERT_TRUE(first->add(entry).has_value());
     run.advance(1s);
     auto deleting = std::make_unique<HistoryDeletion>(
-        HistoryDeletion::Services{*first, disk, bin, run.main(), run.runner("work"), {}});
+        HistoryDeletion::Services{*first, disk, bin, run, run.main(), run.runner("work"), {}});
     disk.beforeChange = [&, from = disk.changes](int change) {
       if (change - from == end) throw Ended{};
     };
@@ -268,15 +300,22 @@ TEST_F(HistoryDeletionTest, EndAtAnyChangeLeavesEachFileInTheLibraryOrInTheTrash
                       LibraryPaths{"/data", "/caches"});
     next.load([] {});
     again.run();
-    HistoryDeletion recovering({next, disk, bin, again.main(), again.runner("work"), {}});
+    HistoryDeletion recovering({next, disk, bin, again, again.main(), again.runner("work"), {}});
     bool recovered = false;
     recovering.recover([&] { recovered = true; });
     again.run();
     EXPECT_TRUE(recovered);
     EXPECT_EQ(next.find("x") != nullptr, inPlace) << end;
     EXPECT_EQ(disk.text("/data/deletions.json"), "(missing)") << end;
+    if (recovering.pendingUndo()) {
+      recovering.undo([](const UndoOutcome&) {});
+      again.run();
+      EXPECT_NE(next.find("x"), nullptr) << end;
+      EXPECT_EQ(disk.text("/captures/x.png"), "pixels") << end;
+    }
+    EXPECT_EQ(disk.text("/data/undo.json"), "(missing)") << end;
     if (!ended) break;
-    EXPECT_LT(end, 23);
+    EXPECT_LT(end, 31);
   }
 }
 

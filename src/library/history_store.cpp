@@ -118,6 +118,21 @@ const HistoryCollection* HistoryStore::findCollection(std::string_view id) const
   return found == collections_.end() ? nullptr : &*found;
 }
 
+Result<const HistoryCollection*> HistoryStore::resolveCollection(std::string_view text) const {
+  if (const HistoryCollection* const collection = findCollection(text)) return collection;
+  const HistoryCollection* only = nullptr;
+  for (const HistoryCollection& collection : collections_) {
+    if (collection.name.size() != text.size() || !matchesPrefix(collection.name, text)) continue;
+    if (only != nullptr) {
+      return failed(FailureKind::malformed,
+                    fmt::format("several collections are called \"{}\"; name one by its id", text));
+    }
+    only = &collection;
+  }
+  if (only != nullptr) return only;
+  return failed(FailureKind::notFound, fmt::format("no collection is called \"{}\"", text));
+}
+
 Result<void> HistoryStore::mayChange() const {
   if (!isLoaded()) return failed(FailureKind::denied, "the index hasn't finished loading");
   return {};

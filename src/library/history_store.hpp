@@ -108,6 +108,10 @@ class HistoryStore {
   /// Null when there is none. Valid until the next change.
   [[nodiscard]] const HistoryCollection* findCollection(std::string_view id) const;
 
+  /// What a person wrote to name a collection: its id, or its name in any case of letters. Valid
+  /// until the next change.
+  [[nodiscard]] Result<const HistoryCollection*> resolveCollection(std::string_view text) const;
+
   // Changing. Fails only before the index has loaded, for an unknown id (`notFound`) or for an id
   // that is taken (`exists`).
 

@@ -283,6 +283,18 @@ TEST_F(HistoryStoreTest, CachesFollowEveryChange) {
   add("newer");
   EXPECT_EQ((*store->resolve("new"))->id, "new");
   EXPECT_EQ(store->resolve("ne").error().kind, FailureKind::malformed);
+
+  for (const auto& [id, name] :
+       {std::pair("1", "Box"), {"2", "twin"}, {"3", "Twin"}, {"Box", "x"}}) {
+    HistoryCollection named;
+    named.id = id;
+    named.name = name;
+    ASSERT_TRUE(store->addCollection(named).has_value());
+  }
+  EXPECT_EQ((*store->resolveCollection("bOX"))->id, "1");
+  EXPECT_EQ((*store->resolveCollection("Box"))->id, "Box") << "an id comes before a name";
+  EXPECT_EQ(store->resolveCollection("twin").error().kind, FailureKind::malformed);
+  EXPECT_EQ(store->resolveCollection("Bo").error().kind, FailureKind::notFound);
 }
 
 }  // namespace

@@ -15,6 +15,8 @@ struct LibraryPaths {
   [[nodiscard]] std::filesystem::path relocationJournal() const { return data / "relocation.json"; }
   /// Names the entries whose files are on their way into or out of the Trash.
   [[nodiscard]] std::filesystem::path deletions() const { return data / "deletions.json"; }
+  /// The last deletion, for as long as it can be undone.
+  [[nodiscard]] std::filesystem::path pendingUndo() const { return data / "undo.json"; }
   /// Captures grabbed but not yet filed.
   [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
   /// Originals of captures that Smart Redact rewrote.

@@ -8,6 +8,7 @@
 #include "main/program.hpp"
 #include "main/ui_module.hpp"
 #include "platform/linux/command_bus.hpp"
+#include "platform/linux/desktop_session.hpp"
 #include "platform/linux/loop_runner.hpp"
 
 namespace vantorel {
@@ -158,6 +159,7 @@ int run(int argc, char** argv) {
 }  // namespace vantorel
 
 int main(int argc, char** argv) {
+  vantorel::nameXAuthority();
   try {
     return vantorel::run(argc, argv);
   } catch (const std::exception& error) {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "base/log.hpp"
+#include "library/history_retention.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
 #include "platform/linux/desktop_notifications.hpp"
@@ -11,6 +12,7 @@
 #include "platform/linux/linux_clock.hpp"
 #include "platform/linux/linux_files.hpp"
 #include "platform/linux/linux_image_codec.hpp"
+#include "platform/linux/linux_trash.hpp"
 #include "platform/linux/serial_queues.hpp"
 #include "settings/settings_file.hpp"
 
@@ -69,6 +71,7 @@ struct Program::Parts {
             environmentVariable, main,
             ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),
         notifications(queues.queue("com.hollen.Vantorel.notifications")),
+        trash(*files, *clock, UserFolders::ofThisUser().data.parent_path(), ::geteuid()),
         settingsFile({.files = *files,
                       .main = main,
                       .io = queues.queue("com.hollen.Vantorel.settings"),
@@ -80,7 +83,15 @@ struct Program::Parts {
                .main = main,
                .persist = queues.queue("vantorel.history.persist"),
                .userID = ::geteuid()},
-              LibraryPaths{folders.data, folders.cache}) {
+              LibraryPaths{folders.data, folders.cache}),
+        deletion({.store = store,
+                  .files = *files,
+                  .trash = trash,
+                  .clock = *clock,
+                  .main = main,
+                  .work = queues.queue("com.hollen.Vantorel.trash"),
+                  .isExporting = {}}),
+        retention(store, deletion, *clock, main) {
     if (ui == nullptr) {
       alerts = std::make_unique<TerminalAlerts>();
     } else {
@@ -114,12 +125,42 @@ struct Program::Parts {
                                    .pendingWork = &coordinator->pendingArchiveWork(),
                                    .surfaces = &coordinator->surfaces(),
                                    .draw = sceneDrawing(files, codec)});
+    libraryVerify = std::make_unique<LibraryVerify>(LibraryVerify::Services{
+        .main = main,
+        .work = queues.queue("com.hollen.Vantorel.library"),
+        .files = files,
+        .codec = codec,
+        .clock = clock,
+        .trash = &trash,
+        .store = &store,
+        .deletion = &deletion,
+        .originals = folders.data / "Originals",
+        .captureFolders =
+            [this, usual = folders.captures] {
+              return std::vector<Path>{usual, settings.values().storageDirectory};
+            },
+        .recoverStaged =
+            [this](std::function<void()> done) {
+              coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
+            },
+        .showProgress = ui == nullptr ? showCheckProgress() : nullptr});
+    libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
+        .main = main,
+        .work = queues.queue("com.hollen.Vantorel.library"),
+        .files = files,
+        .clock = clock,
+        .store = &store,
+        .deletion = &deletion,
+        .verify = libraryVerify.get(),
+        .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
                                                                 .coordinator = coordinator.get(),
                                                                 .rewriter = rewriter.get(),
                                                                 .annotator = annotator.get(),
                                                                 .store = &store,
+                                                                .settings = &settings,
+                                                                .library = libraryCommands.get(),
                                                                 .screen = desktop.screen.get(),
                                                                 .windows = desktop.windows.get()});
   }
@@ -161,6 +202,38 @@ struct Program::Parts {
     return *folderWatcher;
   }
 
+  void whenReady(std::move_only_function<void()> go) {
+    if (!isReady) return waitingForLibrary.push_back(std::move(go));
+    go();
+  }
+
+  void libraryLoaded() {
+    deletion.recover([this] {
+      isReady = true;
+      for (auto& go : std::exchange(waitingForLibrary, {})) go();
+    });
+  }
+
+  void showCoverLook() {
+    const SettingsValues& values = settings.values();
+    ui->setDesktopCoverLook({.style = values.desktopCoverStyle,
+                             .imagePath = values.desktopCoverImagePath.value_or(""),
+                             .color = values.desktopCoverColor});
+  }
+
+  // Captures go by age only while the program lives in the tray: a command does what it says and
+  // nothing else.
+  void followSettings() {
+    showCoverLook();
+    whenReady([this] { retention.setPolicy(settings.values().retentionDays); });
+    settingsObservation = settings.observe([this](std::string_view key) {
+      if (key.starts_with("desktopCover")) showCoverLook();
+      if (key == "retentionDays" && isReady) {
+        retention.setPolicy(settings.values().retentionDays);
+      }
+    });
+  }
+
   // In the order they need each other; they go in the opposite one.
   std::shared_ptr<TaskRunner> main;
   DesktopUi* ui;
@@ -172,12 +245,20 @@ struct Program::Parts {
   DesktopServices desktop;
   DesktopNotifications notifications;
   std::unique_ptr<Alerts> alerts;
+  LinuxTrash trash;
   SettingsFile settingsFile;
   SettingsStore settings;
   HistoryStore store;
+  HistoryDeletion deletion;
+  HistoryRetention retention;
+  bool isReady = false;  // the library is loaded, and what an earlier run left is cleared up
+  std::vector<std::move_only_function<void()>> waitingForLibrary;
+  Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<CaptureRewriter> rewriter;
   std::unique_ptr<CaptureAnnotator> annotator;
+  std::unique_ptr<LibraryVerify> libraryVerify;
+  std::unique_ptr<LibraryCommands> libraryCommands;
   std::unique_ptr<CommandRunner> commands;
 };
 
@@ -188,7 +269,7 @@ Program::Program(const UserFolders& folders, std::shared_ptr<TaskRunner> main, D
 Program::~Program() = default;
 
 void Program::start() {
-  parts_->store.load([] {});
+  parts_->store.load([parts = parts_.get()] { parts->libraryLoaded(); });
 }
 
 void Program::startResident() {
@@ -196,6 +277,7 @@ void Program::startResident() {
   parts.ui->statusItem().setMenu(
       [&parts] { return parts.coordinator->statusMenu(); },
       [&parts] { parts.commands->run({.command = command::Capture{}}, [](auto) {}); });
+  parts.followSettings();
   parts.coordinator->startResident();
   recover([] {});
 }
@@ -208,28 +290,18 @@ void Program::askerWentAway() { parts_->commands->askerWentAway(); }
 
 void Program::recover(std::function<void()> done) {
   Parts& parts = *parts_;
-  const auto sweep = [&parts, done = std::move(done)] {
+  parts.whenReady([&parts, done = std::move(done)] {
     parts.coordinator->recoverStagedCaptures([done](int) { done(); });
-  };
-  if (parts.store.isLoaded()) {
-    sweep();
-    return;
-  }
-  auto loading = std::make_shared<Observation>();
-  *loading = parts.store.observe([loading, sweep](const HistoryChange& change) {
-    if (!change.loaded) return;
-    loading->end();
-    sweep();
   });
 }
 
 void Program::finish(std::function<void()> done) {
   recover([this, done = std::move(done)] {
-    parts_->settings.flush([done](Result<void> stored) {
+    parts_->settings.flush([this, done](Result<void> stored) {
       if (!stored) {
         logError("Settings", "the settings could not be saved: {}", stored.error().reason);
       }
-      done();
+      parts_->deletion.settle(done);
     });
   });
 }

@@ -368,6 +368,52 @@ TEST(ProgramTest, TheRunningProgramTakesCommandsAndKeepsTheClipboard) {
   vantorel.expectWhole();
 }
 
+TEST(ProgramTest, TheLibraryAndSettingsNeedNoDisplay) {
+  for (const bool bus : {false, true}) {
+    TestDesktop desktop({.screen = std::nullopt, .bus = bus});
+    const Vantorel vantorel(desktop);
+    EXPECT_EQ(vantorel.run({"settings", "set", "exportFormat", "bmp"}).status, 1);
+    EXPECT_EQ(vantorel.run({"settings", "set", "exportFormat", "webp"}).status, 0);
+    EXPECT_EQ(vantorel.run({"settings", "get", "exportFormat"}).out, "webp\n");
+
+    std::filesystem::create_directories(vantorel.captures());
+    std::string entries;
+    for (const char* const id : {"AA1", "AA2", "BB3"}) {
+      const std::string path = vantorel.captures() / (std::string(id) + ".png");
+      std::ofstream(path) << "pixels of " << id;
+      entries += std::string(entries.empty() ? "" : ",") + R"({"id":")" + id +
+                 R"(","capturedAt":1,"path":")" + path + "\"}";
+    }
+    std::ofstream(vantorel.root() / "history.json")
+        << R"({"version":4,"entries":[)" << entries << R"(],"collections":[]})";
+    EXPECT_THAT(vantorel.run({"library", "trash", "aa"}).err, HasSubstr("2 captures"));
+    EXPECT_EQ(vantorel.run({"library", "trash", "AA1", "BB"}).status, 0);
+    EXPECT_EQ(vantorel.entries().size(), 1U);
+    EXPECT_THAT(namesIn(vantorel.captures()), testing::ElementsAre("AA2.png"));
+    // Another process than the one that deleted.
+    EXPECT_EQ(vantorel.run({"library", "undo"}).status, 0);
+    ASSERT_EQ(vantorel.entries().size(), 3U);
+    EXPECT_EQ(vantorel.entries()[0]->id, "AA1");
+    EXPECT_EQ(readAll(vantorel.captures() / "BB3.png"), "pixels of BB3");
+    EXPECT_EQ(vantorel.run({"library", "undo"}).status, 1);
+    EXPECT_EQ(vantorel.run({"library", "verify"}).out, "");
+    const auto lost = vantorel.captures() / "Clip 2026-03-01 at 14.05.09.gif";
+    std::ofstream(lost) << "moving pixels";
+    std::filesystem::remove(vantorel.captures() / "AA2.png");
+    const ChildOutcome found = vantorel.run({"library", "verify"});
+    EXPECT_EQ(found.status, 1);
+    EXPECT_EQ(found.err, "2 found, 0 mended.\n");
+    EXPECT_EQ(vantorel.entries().size(), 3U) << "mended unasked";
+    EXPECT_EQ(vantorel.run({"library", "verify", "--repair"}).status, 0);
+    EXPECT_EQ(vantorel.run({"library", "verify"}).out, "");
+    ASSERT_EQ(vantorel.entries().size(), 3U);
+    EXPECT_EQ(vantorel.entries().back()->path, lost.string());
+    for (const char* const left : {"undo.json", "deletions.json"}) {
+      EXPECT_FALSE(std::filesystem::exists(vantorel.root() / left)) << left;
+    }
+  }
+}
+
 TEST(ProgramTest, EscapeOnTheOverlayIsACancelledCommand) {
   TestDesktop desktop({.bus = true});
   TestClient client(desktop.display());

@@ -29,4 +29,11 @@ void TerminalAlerts::notify(std::string title, std::string body) {
   logInfo("Alert", "{}: {}", title, body);
 }
 
+std::function<void(std::size_t, std::size_t)> showCheckProgress() {
+  if (isatty(STDERR_FILENO) == 0) return nullptr;
+  return [](std::size_t done, std::size_t total) {
+    std::fprintf(stderr, "\r%zu of %zu captures%s", done, total, done == total ? "\n" : "");
+  };
+}
+
 }  // namespace vantorel

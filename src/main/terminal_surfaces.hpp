@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
+
 #include "capture/capture_surfaces.hpp"
 #include "platform/alerts.hpp"
 
@@ -24,5 +27,9 @@ class TerminalAlerts final : public Alerts {
   [[nodiscard]] bool isModalDialogUp() const override { return false; }
   void notify(std::string title, std::string body) override;
 };
+
+/// Shows how far a look through the library has come, on standard error; empty when that is no
+/// terminal.
+[[nodiscard]] std::function<void(std::size_t done, std::size_t total)> showCheckProgress();
 
 }  // namespace vantorel

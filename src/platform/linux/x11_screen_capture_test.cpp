@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "platform/linux/desktop_session.hpp"
 #include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
 #include "platform/testing/desktop/test_loop.hpp"
@@ -18,6 +19,9 @@ namespace {
 
 using std::chrono::milliseconds;
 using testing::HasSubstr;
+
+// As the program does before its first thread.
+[[maybe_unused]] const bool authorityIsNamed = (nameXAuthority(), true);
 
 /// A capture service on a test desktop, as a program has it.
 struct Capture {

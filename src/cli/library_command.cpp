@@ -1,0 +1,352 @@
+#include "cli/library_command.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "base/json_record.hpp"
+#include "base/random_id.hpp"
+#include "base/time_text.hpp"
+#include "library/entry_filter.hpp"
+
+namespace vantorel {
+namespace {
+
+using Verb = command::Library::Verb;
+
+CommandReply refused(std::string reason) {
+  if (!reason.empty() && reason.front() >= 'a' && reason.front() <= 'z') {
+    reason.front() = static_cast<char>(reason.front() - 'a' + 'A');
+  }
+  return failedReply(std::move(reason));
+}
+
+std::string nameOf(const ScreenshotEntry& entry) {
+  return inOneCell(entry.title.value_or(Path(entry.path).filename().string()));
+}
+
+std::string sizeOf(const ScreenshotEntry& entry) {
+  if (!entry.pixelWidth || !entry.pixelHeight) return "-";
+  return fmt::format("{}x{}", *entry.pixelWidth, *entry.pixelHeight);
+}
+
+std::string line(const ScreenshotEntry& entry, bool json) {
+  if (json) return json::toText(entry) + "\n";
+  return fmt::format("{}\t{}\t{}\t{}\t{}\t{}\t{}\n", inOneCell(entry.id),
+                     tableTime(entry.capturedAt), nameOf(entry.medium), sizeOf(entry),
+                     entry.starred ? "starred" : "-",
+                     entry.sourceApp ? inOneCell(entry.sourceApp->name) : "-", nameOf(entry));
+}
+
+std::string lines(const EntryList& entries, bool json) {
+  std::string text;
+  for (const EntryPointer& entry : entries) text += line(*entry, json);
+  return text;
+}
+
+std::string captures(std::size_t count) {
+  return fmt::format("{} {}", count, count == 1 ? "capture" : "captures");
+}
+
+std::string details(const ScreenshotEntry& entry, const HistoryStore& store) {
+  std::string text;
+  const auto row = [&](std::string_view name, const std::string& value) {
+    if (!value.empty()) text += fmt::format("{}: {}\n", name, inOneCell(value));
+  };
+  row("id", entry.id);
+  row("title", entry.title.value_or(""));
+  row("path", entry.path);
+  row("original", entry.originalPath.value_or(""));
+  row("captured", tableTime(entry.capturedAt));
+  if (entry.editedAt) row("edited", tableTime(*entry.editedAt));
+  row("medium", std::string(nameOf(entry.medium)));
+  if (entry.pixelWidth && entry.pixelHeight) row("pixels", sizeOf(entry));
+  if (entry.captureScale) row("scale", fmt::format("{}", *entry.captureScale));
+  if (entry.durationSeconds) row("seconds", fmt::format("{}", *entry.durationSeconds));
+  row("starred", entry.starred ? "yes" : "no");
+  for (const std::string& id : entry.collectionIDs) {
+    const HistoryCollection* const collection = store.findCollection(id);
+    row("collection", collection == nullptr ? id : collection->name);
+  }
+  if (entry.sourceApp) {
+    row("application", entry.sourceApp->bundleID ? fmt::format("{} ({})", entry.sourceApp->name,
+                                                               *entry.sourceApp->bundleID)
+                                                 : entry.sourceApp->name);
+  }
+  row("text", entry.ocrText.value_or(""));
+  return text;
+}
+
+std::string line(const HistoryCollection& collection, std::size_t count, bool json) {
+  if (!json) {
+    return fmt::format("{}\t{}\t{}\t{}\n", inOneCell(collection.id), inOneCell(collection.name),
+                       nameOf(collection.color), captures(count));
+  }
+  json::Writer writer;
+  writer.beginObject();
+  writer.key("id");
+  writer.value(collection.id);
+  writer.key("name");
+  writer.value(collection.name);
+  writer.key("color");
+  writer.value(nameOf(collection.color));
+  writer.key("note");
+  writer.value(collection.note);
+  writer.key("createdAt");
+  writer.value(collection.createdAt);
+  writer.key("count");
+  writer.value(static_cast<std::int64_t>(count));
+  writer.endObject();
+  return writer.take() + "\n";
+}
+
+/// Adds what went wrong entry by entry, and that it did.
+void addFailures(CommandReply& reply, const std::vector<TrashSweep::Failure>& failures,
+                 const std::function<std::string(const std::string& id)>& name) {
+  for (const TrashSweep::Failure& failure : failures) {
+    reply.status = ExitStatus::failed;
+    reply.error += name(failure.id) + ": " + failedReply(failure.reason).error;
+  }
+}
+
+void addUnsaved(CommandReply& reply, const std::optional<std::string>& reason) {
+  if (!reason) return;
+  reply.status = ExitStatus::failed;
+  reply.error += fmt::format("The library's index could not be saved: {}.\n", *reason);
+}
+
+}  // namespace
+
+void LibraryCommands::run(command::Library what, bool json, CommandDone done) {
+  services_.whenReady(
+      alive_.guard([this, what = std::move(what), json, done = std::move(done)]() mutable {
+        runNow(what, json, std::move(done));
+      }));
+}
+
+Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names) const {
+  EntryList entries;
+  for (const std::string& name : names) {
+    EntryPointer entry = VT_TRY(services_.store->resolve(name));
+    if (std::ranges::find(entries, entry) == entries.end()) entries.push_back(std::move(entry));
+  }
+  return entries;
+}
+
+void LibraryCommands::runNow(const command::Library& what, bool json, CommandDone done) {
+  HistoryStore& store = *services_.store;
+  // Another process's library, or one that cannot be read, is not an empty one.
+  if (const auto refusal = store.indexRefusal()) {
+    return done(failedReply(fmt::format("The library can't be used now: {}", *refusal)));
+  }
+  // All names first: a mistake in the last one changes nothing.
+  const auto entries = resolve(what.ids);
+  if (!entries) return done(refused(entries.error().reason));
+  switch (what.verb) {
+    case Verb::list: return list(what, json, std::move(done));
+    case Verb::show:
+    case Verb::path: {
+      CommandReply reply;
+      for (const EntryPointer& entry : *entries) {
+        if (!reply.output.empty() && !json && what.verb == Verb::show) reply.output += "\n";
+        reply.output += json                      ? line(*entry, true)
+                        : what.verb == Verb::path ? entry->path + "\n"
+                                                  : details(*entry, store);
+      }
+      return done(std::move(reply));
+    }
+    case Verb::star:
+    case Verb::unstar:
+      return change(
+          *entries, json,
+          [&](const std::string& id) {
+            return store.update(
+                id, [&](ScreenshotEntry& entry) { entry.starred = what.verb == Verb::star; });
+          },
+          std::move(done));
+    case Verb::title:
+      return change(
+          *entries, json,
+          [&](const std::string& id) {
+            return store.update(id, [&](ScreenshotEntry& entry) {
+              entry.title = what.title.empty() ? std::nullopt : std::optional(what.title);
+            });
+          },
+          std::move(done));
+    case Verb::collect:
+    case Verb::uncollect: return collect(what, *entries, json, std::move(done));
+    case Verb::trash: return trash(*entries, json, std::move(done));
+    case Verb::undo: return undo(json, std::move(done));
+    case Verb::forget: return forget(*entries, json, {}, std::move(done));
+    case Verb::prune: return prune(json, std::move(done));
+    case Verb::collections: return collections(json, std::move(done));
+    case Verb::verify: return services_.verify->run(what.repairs, json, std::move(done));
+  }
+  std::unreachable();
+}
+
+void LibraryCommands::list(const command::Library& what, bool json, CommandDone done) const {
+  const auto moment = [this](const std::optional<command::Library::When>& when) {
+    if (!when) return std::optional<double>();
+    return std::optional(when->isAgo ? services_.clock->now() - when->seconds : when->seconds);
+  };
+  EntryFilter filter{.medium = what.medium,
+                     .starred = what.starred,
+                     .collectionID = {},
+                     .application = what.application,
+                     .since = moment(what.since),
+                     .before = moment(what.before)};
+  if (!what.collection.empty()) {
+    const auto collection = services_.store->resolveCollection(what.collection);
+    if (!collection) return done(refused(collection.error().reason));
+    filter.collectionID = (*collection)->id;
+  }
+  done({ExitStatus::done, lines(findEntries(*services_.store, filter, what.limit), json), {}});
+}
+
+void LibraryCommands::collections(bool json, CommandDone done) const {
+  CommandReply reply;
+  for (const HistoryCollection& collection : services_.store->collections()) {
+    const std::size_t count = services_.store->membersOf(collection.id).entries.size();
+    reply.output += line(collection, count, json);
+  }
+  done(std::move(reply));
+}
+
+void LibraryCommands::change(const EntryList& entries, bool json, const Change& change,
+                             CommandDone done) {
+  EntryList changed;
+  for (const EntryPointer& entry : entries) {
+    const auto outcome = change(entry->id);
+    if (!outcome) return done(refused(outcome.error().reason));
+    changed.push_back(services_.store->find(entry->id));
+  }
+  services_.store->flush([reply = CommandReply{ExitStatus::done, lines(changed, json), {}},
+                          done = std::move(done)](const Result<void>& saved) mutable {
+    if (!saved) addUnsaved(reply, saved.error().reason);
+    done(std::move(reply));
+  });
+}
+
+void LibraryCommands::collect(const command::Library& what, const EntryList& entries, bool json,
+                              CommandDone done) {
+  HistoryStore& store = *services_.store;
+  const auto found = store.resolveCollection(what.collection);
+  std::string id = found ? (*found)->id : "";
+  if (!found && found.error().kind == FailureKind::notFound && what.makesCollection) {
+    HistoryCollection made;
+    made.id = id = randomID();
+    made.name = what.collection;
+    made.createdAt = services_.clock->now();
+    const auto added = store.addCollection(std::move(made));
+    if (!added) return done(refused(added.error().reason));
+  } else if (!found) {
+    const bool canMake = found.error().kind == FailureKind::notFound && what.verb == Verb::collect;
+    return done(refused(found.error().reason + (canMake ? "; --new makes it" : "")));
+  }
+  change(
+      entries, json,
+      [&](const std::string& entryID) {
+        return store.setMembership(entryID, id, what.verb == Verb::collect);
+      },
+      std::move(done));
+}
+
+void LibraryCommands::trash(const EntryList& entries, bool json, CommandDone done) {
+  std::vector<std::string> ids;
+  for (const EntryPointer& entry : entries) ids.push_back(entry->id);
+  services_.deletion->trash(
+      ids, HistoryDeletion::Undo::offered,
+      [this, entries, json, done = std::move(done)](const TrashSweep& sweep) mutable {
+        CommandReply reply;
+        for (const RemovedEntry& removed : sweep.removed) {
+          if (json) reply.output += line(*removed.entry, true);
+        }
+        if (!json) reply.output = deletedFeedback(sweep.removed.size()) + "\n";
+        if (!sweep.removed.empty()) {
+          reply.error = "\"vantorel library undo\" brings them back within 8 seconds.\n";
+        }
+        for (const EntryPointer& entry : entries) {
+          if (!sweep.attempted.contains(entry->id)) {
+            reply.status = ExitStatus::failed;
+            reply.error += nameOf(*entry) + ": it is on its way to the Trash already.\n";
+          }
+        }
+        addFailures(reply, sweep.failures, [&](const std::string& id) {
+          const EntryPointer entry = services_.store->find(id);
+          return entry ? nameOf(*entry) : id;
+        });
+        addUnsaved(reply, sweep.indexNotSaved);
+        // A command that ends now leaves the undo to the next one, so it has to be on disk.
+        services_.deletion->settle([reply = std::move(reply), done = std::move(done)]() mutable {
+          done(std::move(reply));
+        });
+      });
+}
+
+void LibraryCommands::undo(bool json, CommandDone done) {
+  if (!services_.deletion->pendingUndo()) {
+    return done(failedReply("There is nothing to undo: a deletion can be undone for 8 seconds"));
+  }
+  services_.deletion->undo(
+      [this, json, done = std::move(done)](const UndoOutcome& outcome) mutable {
+        CommandReply reply;
+        for (const std::string& id : outcome.restored) {
+          if (const EntryPointer entry = services_.store->find(id)) {
+            reply.output += line(*entry, json);
+          }
+        }
+        addFailures(reply, outcome.failures, [this](const std::string& id) {
+          const EntryPointer entry = services_.store->find(id);
+          return entry ? nameOf(*entry) : id;
+        });
+        addUnsaved(reply, outcome.indexNotSaved);
+        done(std::move(reply));
+      });
+}
+
+void LibraryCommands::forget(const EntryList& entries, bool json, std::string remark,
+                             CommandDone done) {
+  std::vector<std::string> ids;
+  for (const EntryPointer& entry : entries) ids.push_back(entry->id);
+  services_.deletion->forget(
+      ids, [json, text = json ? lines(entries, true) : "", remark = std::move(remark),
+            done = std::move(done)](const Result<std::size_t>& count) mutable {
+        CommandReply reply{ExitStatus::done, std::move(text), std::move(remark)};
+        if (!count) {
+          addUnsaved(reply, count.error().reason);
+        } else if (!json) {
+          reply.output = captures(*count) + " removed from History\n";
+        }
+        done(std::move(reply));
+      });
+}
+
+void LibraryCommands::prune(bool json, CommandDone done) {
+  services_.work->post(
+      [files = services_.files, main = services_.main, entries = services_.store->entries(),
+       reply =
+           alive_.guard([this, json, done = std::move(done)](const MissingFiles& missing) mutable {
+             EntryList going;
+             for (const EntryPointer& entry : missing.gone) {
+               // What changed meanwhile may have its file elsewhere by now.
+               const bool isMoving = services_.deletion->deletionsInFlight().contains(entry->id);
+               if (services_.store->find(entry->id) == entry && !isMoving) {
+                 going.push_back(entry);
+               }
+             }
+             const std::size_t away = missing.outOfReach.size();
+             forget(going, json,
+                    away == 0 ? ""
+                              : captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
+                                    " in History.\n",
+                    std::move(done));
+           })]() mutable {
+        const auto goOn = [](std::size_t, std::size_t) { return true; };
+        main->post([missing = findMissingFiles(*files, entries, goOn),
+                    reply = std::move(reply)]() mutable { reply(missing); });
+      });
+}
+
+}  // namespace vantorel

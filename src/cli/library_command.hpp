@@ -1,0 +1,63 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "cli/command_reply.hpp"
+#include "cli/library_options.hpp"
+#include "cli/library_verify.hpp"
+#include "library/history_deletion.hpp"
+#include "library/history_store.hpp"
+#include "library/library_check.hpp"
+#include "platform/clock.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Runs "library" commands. Lives on the main runner.
+class LibraryCommands {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< looks at the disk; may block
+    std::shared_ptr<Files> files;
+    std::shared_ptr<const Clock> clock;
+    HistoryStore* store = nullptr;
+    HistoryDeletion* deletion = nullptr;
+    LibraryVerify* verify = nullptr;
+
+    /// Calls back when the library is loaded and what an earlier run left is cleared up.
+    std::function<void(std::move_only_function<void()>)> whenReady;
+  };
+
+  explicit LibraryCommands(Services services) : services_(std::move(services)) {}
+
+  /// Calls `done` once, when what was changed is on disk.
+  void run(command::Library what, bool json, CommandDone done);
+
+  /// Ends long work that changes nothing.
+  void stop() { services_.verify->stop(); }
+
+ private:
+  using Change = std::function<Result<void>(const std::string& id)>;
+
+  void runNow(const command::Library& what, bool json, CommandDone done);
+  void list(const command::Library& what, bool json, CommandDone done) const;
+  void collections(bool json, CommandDone done) const;
+  void change(const EntryList& entries, bool json, const Change& change, CommandDone done);
+  void collect(const command::Library& what, const EntryList& entries, bool json, CommandDone done);
+  void trash(const EntryList& entries, bool json, CommandDone done);
+  void undo(bool json, CommandDone done);
+  void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
+  void prune(bool json, CommandDone done);
+  [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
+
+  Services services_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

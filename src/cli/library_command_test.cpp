@@ -1,0 +1,157 @@
+#include "cli/library_command.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "base/time_text.hpp"
+#include "cli/command_line.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class LibraryCommandTest : public testing::Test {
+ protected:
+  LibraryCommandTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    store.load([] {});
+    runners.run();
+    add("AA1", [](ScreenshotEntry& entry) {
+      entry.sourceApp = SourceApp{"org.mozilla.firefox", "Firefox", {}};
+    });
+    add("AA2", [](ScreenshotEntry& entry) { entry.medium = CaptureMedium::gif; });
+    add("BB3", [](ScreenshotEntry& entry) { entry.title = "tab\there"; });
+    runners.advance(1s);
+  }
+  ~LibraryCommandTest() override { setLogSink(std::move(formerSink)); }
+
+  void add(const std::string& id, const std::function<void(ScreenshotEntry&)>& change) {
+    ScreenshotEntry entry;
+    entry.id = id;
+    entry.capturedAt = runners.now() - 10 + ++added;
+    entry.path = "/captures/" + id + ".png";
+    change(entry);
+    files->put(entry.path, "pixels of " + id);
+    ASSERT_TRUE(store.add(entry).has_value());
+  }
+
+  CommandReply run(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "library");
+    const auto parsed = parseCommandLine(arguments);
+    const auto* const line = std::get_if<CommandLine>(&parsed);
+    if (line == nullptr) return {ExitStatus::usage, {}, {}};
+    std::optional<CommandReply> answer;
+    commands.run(std::get<command::Library>(line->command), line->json,
+                 [&](CommandReply reply) { answer = std::move(reply); });
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return *std::move(answer);
+  }
+
+  /// The ids that a listing shows.
+  std::string listed(std::vector<std::string> filters) {
+    filters.insert(filters.begin(), "list");
+    const CommandReply reply = run(filters);
+    std::string ids;
+    std::istringstream lines(reply.output);
+    for (std::string line; std::getline(lines, line);) ids += line.substr(0, 3) + " ";
+    return ids + reply.error;
+  }
+
+  int added = 0;
+  FakeRunners runners;
+  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
+  FakeTrash trash{*files};
+  LogSink formerSink;
+  HistoryStore store{{*files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/data", "/caches"}};
+  HistoryDeletion deletion{
+      {store, *files, trash, runners, runners.main(), runners.runner("trash"), {}}};
+  LibraryCommands commands{{.main = runners.main(),
+                            .work = runners.runner("work"),
+                            .files = files,
+                            .clock = std::shared_ptr<const Clock>(&runners, [](auto*) {}),
+                            .store = &store,
+                            .deletion = &deletion,
+                            .whenReady = [](std::move_only_function<void()> go) { go(); }}};
+};
+
+TEST_F(LibraryCommandTest, ListingsShowWhatIsAskedForTheNewestFirst) {
+  EXPECT_EQ(run({"collect", "Box", "AA1"}).status, ExitStatus::failed) << "a mistyped name";
+  EXPECT_EQ(run({"collect", "Box", "--new", "AA1", "BB"}).status, ExitStatus::done);
+  EXPECT_EQ(run({"star", "AA1", "AA2"}).status, ExitStatus::done);
+  EXPECT_EQ(run({"unstar", "AA2"}).status, ExitStatus::done);
+  EXPECT_THAT(files->text("/data/history.json"), HasSubstr("\"starred\":true"));
+
+  EXPECT_EQ(listed({}), "BB3 AA2 AA1 ");
+  EXPECT_EQ(listed({"--limit", "2"}), "BB3 AA2 ");
+  EXPECT_EQ(listed({"--medium", "gif"}), "AA2 ");
+  EXPECT_EQ(listed({"--starred"}), "AA1 ");
+  EXPECT_EQ(listed({"--unstarred"}), "BB3 AA2 ");
+  EXPECT_EQ(listed({"--collection", "box"}), "BB3 AA1 ");
+  EXPECT_EQ(listed({"--collection", "box", "--app", "FIRE"}), "AA1 ");
+  EXPECT_EQ(listed({"--app", "mozilla"}), "AA1 ");
+  EXPECT_EQ(listed({"--since", "1h"}), "BB3 AA2 AA1 ");
+  EXPECT_EQ(listed({"--before", "1h"}), "");
+  EXPECT_EQ(listed({"--since", tableTime(runners.now() + 60)}), "");
+  EXPECT_EQ(listed({"--collection", "shoe"}), "No collection is called \"shoe\".\n");
+
+  EXPECT_THAT(run({"collections"}).output, HasSubstr("\tBox\tblue\t2 captures\n"));
+  EXPECT_EQ(run({"uncollect", "Box", "latest"}).status, ExitStatus::done);
+  EXPECT_THAT(run({"collections", "--json"}).output, HasSubstr("\"count\":1}"));
+  EXPECT_THAT(run({"list", "--limit", "1"}).output, HasSubstr("tab here\n"));
+  EXPECT_THAT(run({"show", "AA1"}).output, HasSubstr("application: Firefox (org.mozilla.firefox)"));
+  EXPECT_EQ(run({"path", "latest", "aa1"}).output, "/captures/BB3.png\n/captures/AA1.png\n");
+  EXPECT_EQ(run({"title", "BB3"}).status, ExitStatus::done);
+  EXPECT_EQ(store.find("BB3")->title, std::nullopt);
+}
+
+TEST_F(LibraryCommandTest, AMistakeInOneNameChangesNothing) {
+  const CommandReply ambiguous = run({"trash", "BB3", "aa"});
+  EXPECT_EQ(ambiguous.status, ExitStatus::failed);
+  EXPECT_EQ(ambiguous.error, "2 captures have an id that begins with \"aa\".\n");
+  EXPECT_EQ(run({"star", "BB3", "C"}).error, "No capture has the id \"C\".\n");
+  EXPECT_EQ(listed({"--unstarred"}), "BB3 AA2 AA1 ");
+}
+
+TEST_F(LibraryCommandTest, WhatGoesCanComeBackAndOnlyLostFilesArePruned) {
+  const CommandReply gone = run({"trash", "AA1", "BB3", "BB"});
+  EXPECT_EQ(gone.output, "2 captures deleted\n");
+  EXPECT_EQ(listed({}), "AA2 ");
+  EXPECT_THAT(run({"undo"}).output, HasSubstr("AA1\t"));
+  EXPECT_EQ(listed({}), "BB3 AA2 AA1 ");
+  EXPECT_EQ(run({"undo"}).error,
+            "There is nothing to undo: a deletion can be undone for 8 seconds.\n");
+
+  trash.failing["/captures/AA1.png"] = FailureKind::unsupported;
+  const CommandReply stays = run({"trash", "AA1", "AA2"});
+  EXPECT_EQ(stays.status, ExitStatus::failed);
+  EXPECT_THAT(stays.error, HasSubstr("AA1.png: the Trash does not take it.\n"));
+  EXPECT_EQ(listed({}), "BB3 AA1 ");
+  runners.advance(9s);
+  EXPECT_EQ(run({"undo"}).status, ExitStatus::failed);
+
+  EXPECT_EQ(run({"forget", "BB3"}).output, "1 capture removed from History\n");
+  EXPECT_EQ(files->text("/captures/BB3.png"), "pixels of BB3");
+
+  add("CC4", [](ScreenshotEntry&) {});
+  add("DD5", [](ScreenshotEntry& entry) { entry.path = "/media/stick/DD5.png"; });
+  files->disk.erase("/captures/CC4.png");
+  files->disk.erase("/media/stick/DD5.png");
+  files->folders.erase("/media/stick");
+  const CommandReply pruned = run({"prune", "--json"});
+  EXPECT_THAT(pruned.output, HasSubstr("\"id\":\"CC4\""));
+  EXPECT_EQ(pruned.error, "1 capture out of reach stays in History.\n");
+  EXPECT_EQ(listed({}), "DD5 AA1 ");
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,117 @@
+#include "cli/library_options.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+
+#include "base/time_text.hpp"
+
+namespace vantorel {
+namespace {
+
+using Verb = command::Library::Verb;
+
+constexpr const char* idWords = "a capture's id, a unique start of it, or latest";
+
+/// "2026-03-01", "2026-03-01 14:05", or an age: "90m", "12h", "7d", "2w".
+std::optional<command::Library::When> parseWhen(std::string_view text) {
+  if (const auto moment = parseLocalTime(text)) return command::Library::When{*moment, false};
+  double number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc{} || stop + 1 != end || !(number >= 0) || number > 1e6) {
+    return std::nullopt;
+  }
+  switch (*stop) {
+    case 'm': return command::Library::When{number * 60, true};
+    case 'h': return command::Library::When{number * 3600, true};
+    case 'd': return command::Library::When{number * 86400, true};
+    case 'w': return command::Library::When{number * 604800, true};
+    default: return std::nullopt;
+  }
+}
+
+std::vector<std::string> mediumNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : enumNames<CaptureMedium>) names.emplace_back(entry.name);
+  return names;
+}
+
+}  // namespace
+
+CLI::App* LibraryOptions::verb(Verb verb, const char* words) {
+  CLI::App* const app = library_->add_subcommand(std::string(nameOf(verb)), words);
+  app->callback([this, verb] { given_.verb = verb; });
+  return app;
+}
+
+LibraryOptions::LibraryOptions(CLI::App& app)
+    : library_(app.add_subcommand("library", "Look at the library and change it")) {
+  library_->require_subcommand(1);
+  CLI::App* const list = verb(Verb::list, "List captures, the newest first");
+  list->add_option("--medium", medium_, "image, recording, gif, text or project")
+      ->check(CLI::IsMember(mediumNames()));
+  CLI::Option* const starred = list->add_flag("--starred", starred_, "only starred ones");
+  list->add_flag("--unstarred", unstarred_, "only those without a star")->excludes(starred);
+  list->add_option("--collection", given_.collection, "of this collection, by its id or name");
+  list->add_option("--app", given_.application, "part of the name or id of the application");
+  list->add_option("--since", since_,
+                   "a local time (2026-03-01, \"2026-03-01 14:05\") or age (7d)");
+  list->add_option("--before", before_,
+                   "a local time or age; minutes, hours, days, weeks: m h d w");
+  list->add_option("--limit", given_.limit, "at most so many")->check(CLI::PositiveNumber);
+
+  const auto withIDs = [this](Verb of, const char* words) {
+    verb(of, words)->add_option("ids", given_.ids, idWords)->required();
+  };
+  withIDs(Verb::show, "Show all about captures");
+  withIDs(Verb::path, "Print the paths of captures' files");
+  withIDs(Verb::star, "Star captures: they never go by age");
+  withIDs(Verb::unstar, "Take the star away");
+  CLI::App* const title = verb(Verb::title, "Give a capture a title");
+  title->add_option("id", titled_, idWords)->required();
+  title->add_option("title", given_.title, "the title; none takes it away");
+  for (const Verb of : {Verb::collect, Verb::uncollect}) {
+    CLI::App* const collecting =
+        verb(of, of == Verb::collect ? "File captures into a collection"
+                                     : "Take captures out of a collection");
+    collecting->add_option("collection", given_.collection, "its id or name")->required();
+    collecting->add_option("ids", given_.ids, idWords)->required();
+    if (of == Verb::collect) {
+      collecting->add_flag("--new", given_.makesCollection,
+                           "make a collection of that name if there is none");
+    }
+  }
+  withIDs(Verb::trash, "Move captures and their originals to the Trash");
+  verb(Verb::undo, "Bring back what was moved to the Trash last, within 8 seconds");
+  withIDs(Verb::forget, "Remove captures from History; their files stay where they are");
+  verb(Verb::prune, "Remove captures from History whose files are gone");
+  verb(Verb::collections, "List the collections");
+  verb(Verb::verify, "Look for what does not fit together; changes nothing without --repair")
+      ->add_flag("--repair", given_.repairs,
+                 "file captures without an entry, forget entries without a file, move originals "
+                 "nobody needs to the Trash, remove temporaries");
+  for (CLI::App* const sub : library_->get_subcommands({})) sub->fallthrough();
+}
+
+bool LibraryOptions::isChosen() const { return library_->parsed(); }
+
+std::string LibraryOptions::read(command::Library& what) const {
+  what = given_;
+  if (what.verb == Verb::title) what.ids = {titled_};
+  if (!medium_.empty()) what.medium = enumFromName<CaptureMedium>(medium_);
+  if (starred_ || unstarred_) what.starred = starred_;
+  for (const auto& [text, when, option] : {std::tuple(&since_, &what.since, "--since"),
+                                           std::tuple(&before_, &what.before, "--before")}) {
+    if (text->empty()) continue;
+    *when = parseWhen(*text);
+    if (!*when) {
+      return std::string(option) +
+             " must be a local time such as 2026-03-01 or \"2026-03-01 14:05\", or an age such as "
+             "90m, 12h, 7d or 2w";
+    }
+  }
+  return {};
+}
+
+}  // namespace vantorel

@@ -1,0 +1,159 @@
+#include "cli/library_verify.hpp"
+
+#include <fmt/format.h>
+
+#include <set>
+
+#include "base/json_writer.hpp"
+
+namespace vantorel {
+namespace {
+
+/// What was found, line by line, with what was done about it.
+class Report {
+ public:
+  explicit Report(bool json) : json_(json) {}
+
+  void add(std::string_view kind, const std::string& path, bool isMended) {
+    ++found_;
+    if (isMended) ++mended_;
+    if (!json_) {
+      text_ += fmt::format("{}\t{}{}\n", kind, inOneCell(path), isMended ? "\tmended" : "");
+      return;
+    }
+    json::Writer writer;
+    writer.beginObject();
+    writer.key("finding");
+    writer.value(kind);
+    writer.key("path");
+    writer.value(path);
+    writer.key("mended");
+    writer.value(isMended);
+    writer.endObject();
+    text_ += writer.take() + "\n";
+  }
+
+  [[nodiscard]] CommandReply reply() const {
+    CommandReply reply{ExitStatus::done, text_, {}};
+    if (found_ == mended_) return reply;
+    reply.status = ExitStatus::failed;
+    reply.error = fmt::format("{} found, {} mended.\n", found_, mended_);
+    return reply;
+  }
+
+ private:
+  bool json_;
+  std::string text_;
+  int found_ = 0;
+  int mended_ = 0;
+};
+
+/// What mending came to: the paths and ids that are in order now.
+struct Mended {
+  std::set<std::string> paths;
+  std::vector<ScreenshotEntry> entries;  ///< to be added
+};
+
+CommandReply report(const LibraryFindings& findings, const Mended& mended, bool json) {
+  Report report(json);
+  for (const EntryPointer& entry : findings.missing.gone) {
+    report.add("entry without file", entry->path, mended.paths.contains(entry->path));
+  }
+  for (const EntryPointer& entry : findings.missing.outOfReach) {
+    report.add("entry out of reach", entry->path, false);
+  }
+  const auto addAll = [&](std::string_view kind, const std::vector<Path>& paths) {
+    for (const Path& path : paths) {
+      report.add(kind, path.string(), mended.paths.contains(path.string()));
+    }
+  };
+  addAll("file without entry", findings.filesWithoutEntry);
+  addAll("original without entry", findings.originalsWithoutEntry);
+  addAll("parked index", findings.parkedIndexes);
+  addAll("temporary", findings.temporaries);
+  addAll("staged capture", findings.stagedCaptures);
+  addAll("journal", findings.journals);
+  return report.reply();
+}
+
+}  // namespace
+
+LibraryVerify::LibraryVerify(Services services)
+    : services_(std::move(services)), startedAt_(services_.clock->now()) {}
+
+void LibraryVerify::run(bool repairs, bool json, CommandDone done) {
+  *stopped_ = false;
+  if (!repairs) return look(false, json, std::move(done));
+  services_.recoverStaged([this, json, done = std::make_shared<CommandDone>(std::move(done))] {
+    look(true, json, std::move(*done));
+  });
+}
+
+void LibraryVerify::look(bool repairs, bool json, CommandDone done) {
+  LibraryScope scope{services_.store->entries(), services_.store->paths(),
+                     services_.captureFolders(), services_.originals, startedAt_};
+  services_.work->post(
+      [files = services_.files, main = services_.main, scope = std::move(scope), stopped = stopped_,
+       show = services_.showProgress,
+       reply = alive_.guard(
+           [this, repairs, json, done = std::move(done)](LibraryFindings& findings) mutable {
+             if (findings.missing.wasStopped) {
+               return done({ExitStatus::cancelled, {}, "Stopped; nothing was changed.\n"});
+             }
+             if (!repairs) return done(report(findings, {}, json));
+             mend(std::move(findings), json, std::move(done));
+           })]() mutable {
+        const auto goOn = [&](std::size_t at, std::size_t total) {
+          if (show && (at % 100 == 0 || at + 1 == total)) show(at + 1, total);
+          return !*stopped;
+        };
+        main->post([findings = checkLibrary(*files, scope, goOn),
+                    reply = std::move(reply)]() mutable { reply(findings); });
+      });
+}
+
+// Parked indexes, journals and entries out of reach stay: somebody may still need them.
+void LibraryVerify::mend(LibraryFindings findings, bool json, CommandDone done) {
+  services_.work->post(
+      [files = services_.files, codec = services_.codec, trash = services_.trash,
+       main = services_.main, findings,
+       reply = alive_.guard([this, json, findings, done = std::move(done)](Mended& mended) mutable {
+         HistoryStore& store = *services_.store;
+         for (ScreenshotEntry& entry : mended.entries) {
+           const std::string path = entry.path;
+           if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);
+         }
+         std::vector<std::string> going;
+         for (const EntryPointer& entry : findings.missing.gone) {
+           const bool isMoving = services_.deletion->deletionsInFlight().contains(entry->id);
+           if (store.find(entry->id) != entry || isMoving) continue;
+           going.push_back(entry->id);
+           mended.paths.insert(entry->path);
+         }
+         // Writes the new entries as well.
+         services_.deletion->forget(going, [mended, json, findings, done = std::move(done)](
+                                               const Result<std::size_t>& saved) mutable {
+           if (!saved) {
+             return done(
+                 failedReply("The library's index could not be saved: " + saved.error().reason));
+           }
+           done(report(findings, mended, json));
+         });
+       })]() mutable {
+        Mended mended;
+        for (const Path& path : findings.temporaries) {
+          if (files->remove(path)) mended.paths.insert(path.string());
+        }
+        for (const Path& path : findings.originalsWithoutEntry) {
+          if (trash->moveToTrash(path)) mended.paths.insert(path.string());
+        }
+        for (const Path& path : findings.filesWithoutEntry) {
+          auto entry = entryForFile(*files, *codec, path);
+          if (entry) mended.entries.push_back(*std::move(entry));
+        }
+        main->post(
+            [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
+      });
+}
+
+}  // namespace vantorel

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "cli/command_reply.hpp"
+#include "library/history_deletion.hpp"
+#include "library/library_check.hpp"
+#include "platform/clock.hpp"
+#include "platform/trash.hpp"
+
+namespace vantorel {
+
+/// Runs "library verify". Lives on the main runner, and looks at the disk on `work`.
+class LibraryVerify {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+    std::shared_ptr<Files> files;
+    std::shared_ptr<const ImageCodec> codec;
+    std::shared_ptr<const Clock> clock;
+    Trash* trash = nullptr;
+    HistoryStore* store = nullptr;
+    HistoryDeletion* deletion = nullptr;
+    Path originals;
+    std::function<std::vector<Path>()> captureFolders;
+
+    /// Files what is staged; otherwise such a file and its entry-to-be would be mended twice.
+    std::function<void(std::function<void()> done)> recoverStaged;
+
+    /// Shows how far it has come, on any thread; empty where nobody looks.
+    std::function<void(std::size_t done, std::size_t total)> showProgress;
+  };
+
+  explicit LibraryVerify(Services services);
+
+  /// With `repairs` what is found is mended as far as nothing can be lost by it.
+  void run(bool repairs, bool json, CommandDone done);
+
+  /// Ends the look that is under way. What is being mended is mended.
+  void stop() { *stopped_ = true; }
+
+ private:
+  void look(bool repairs, bool json, CommandDone done);
+  void mend(LibraryFindings findings, bool json, CommandDone done);
+
+  Services services_;
+  double startedAt_;
+  std::shared_ptr<std::atomic<bool>> stopped_ = std::make_shared<std::atomic<bool>>(false);
+  Alive alive_;
+};
+
+}  // namespace vantorel

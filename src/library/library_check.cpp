@@ -1,0 +1,179 @@
+#include "library/library_check.hpp"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <set>
+
+#include "base/random_id.hpp"
+#include "base/time_text.hpp"
+#include "library/file_reach.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::uint64_t largestPicture = std::uint64_t{1} << 30;
+
+struct MediumOfSuffix {
+  std::string_view suffix;
+  CaptureMedium medium;
+};
+constexpr auto media = std::to_array<MediumOfSuffix>({{".png", CaptureMedium::image},
+                                                      {".jpg", CaptureMedium::image},
+                                                      {".jpeg", CaptureMedium::image},
+                                                      {".heic", CaptureMedium::image},
+                                                      {".webp", CaptureMedium::image},
+                                                      {".gif", CaptureMedium::gif},
+                                                      {".mp4", CaptureMedium::recording}});
+
+std::optional<CaptureMedium> mediumOf(const Path& path) {
+  const auto found = std::ranges::find(media, path.extension().string(), &MediumOfSuffix::suffix);
+  return found == media.end() ? std::nullopt : std::optional(found->medium);
+}
+
+/// The time in "Screenshot 2026-03-01 at 14.05.09 2": other pictures in a folder that the user
+/// chose are none of the library's business.
+std::optional<double> timeInName(std::string name) {
+  constexpr std::string_view between = " at ";
+  constexpr std::size_t dateLength = 10;
+  constexpr std::size_t timeLength = 8;
+  const std::size_t at = name.rfind(between);
+  if (at == std::string::npos || at < dateLength + 1 || name[at - dateLength - 1] != ' ') {
+    return std::nullopt;
+  }
+  std::string time = name.substr(at + between.size(), timeLength);
+  const std::string rest = name.substr(std::min(name.size(), at + between.size() + timeLength));
+  const bool isNumbered = rest.size() > 1 && rest[0] == ' ' &&
+                          rest.find_first_not_of("0123456789", 1) == std::string::npos;
+  if (time.size() != timeLength || (!rest.empty() && !isNumbered)) return std::nullopt;
+  if (time[2] != '.' || time[5] != '.') return std::nullopt;
+  time[2] = time[5] = ':';
+  return parseLocalTime(name.substr(at - dateLength, dateLength) + " " + time);
+}
+
+class Checker {
+ public:
+  Checker(const Files& files, const LibraryScope& scope) : files_(files), scope_(scope) {
+    for (const EntryPointer& entry : scope.entries) {
+      known_.insert(entry->path);
+      if (entry->originalPath) known_.insert(*entry->originalPath);
+    }
+  }
+
+  void lookThrough(const Path& folder, const std::function<void(const Path&)>& look) const {
+    const auto items = files_.list(folder);
+    if (!items) return;
+    std::vector<Path> paths;
+    for (const FolderItem& item : *items) {
+      if (item.type == FileType::regular) paths.push_back(folder / item.name);
+    }
+    std::ranges::sort(paths);
+    for (const Path& path : paths) {
+      const auto status = files_.status(path);
+      if (status && status->modified < scope_.begunBefore) look(path);
+    }
+  }
+
+  [[nodiscard]] bool isKnown(const Path& path) const { return known_.contains(path.string()); }
+
+ private:
+  const Files& files_;
+  const LibraryScope& scope_;
+  std::set<std::string, std::less<>> known_;
+};
+
+bool isTemporaryCapture(const Path& path) {
+  const std::string name = path.filename().string();
+  return name.starts_with('.') && path.extension() == ".partial" &&
+         (name.starts_with(".vantorel-") || timeInName(path.stem().string().substr(1)));
+}
+
+}  // namespace
+
+MissingFiles findMissingFiles(const Files& files, const EntryList& entries,
+                              const CheckProgress& progress) {
+  MissingFiles missing;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (!progress(i, entries.size())) {
+      missing.wasStopped = true;
+      break;
+    }
+    switch (reachOf(files, entries[i]->path)) {
+      case FileReach::there: break;
+      case FileReach::fileGone: missing.gone.push_back(entries[i]); break;
+      case FileReach::folderGone:
+      case FileReach::folderUnreachable:
+      case FileReach::folderDenied:
+      case FileReach::unknown: missing.outOfReach.push_back(entries[i]); break;
+    }
+  }
+  return missing;
+}
+
+LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
+                             const CheckProgress& progress) {
+  LibraryFindings findings;
+  findings.missing = findMissingFiles(files, scope.entries, progress);
+  if (findings.missing.wasStopped) return findings;
+  const Checker checker(files, scope);
+
+  const std::set<Path> own{scope.paths.data, scope.paths.stagedCaptures(),
+                           scope.paths.redactedOriginals(), scope.originals};
+  std::set<Path> folders(scope.captureFolders.begin(), scope.captureFolders.end());
+  for (const EntryPointer& entry : scope.entries) folders.insert(Path(entry->path).parent_path());
+  for (const Path& folder : folders) {
+    if (own.contains(folder)) continue;
+    checker.lookThrough(folder, [&](const Path& path) {
+      if (isTemporaryCapture(path)) {
+        findings.temporaries.push_back(path);
+      } else if (mediumOf(path) && timeInName(path.stem().string()) && !checker.isKnown(path)) {
+        findings.filesWithoutEntry.push_back(path);
+      }
+    });
+  }
+  for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
+    checker.lookThrough(folder, [&](const Path& path) {
+      if (path.extension() == ".partial") {
+        findings.temporaries.push_back(path);
+      } else if (!checker.isKnown(path)) {
+        findings.originalsWithoutEntry.push_back(path);
+      }
+    });
+  }
+  checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path) {
+    // Where no folder would take a capture, the staged file stays and is the filed one.
+    if (!checker.isKnown(path)) findings.stagedCaptures.push_back(path);
+  });
+  checker.lookThrough(scope.paths.data, [&](const Path& path) {
+    const std::string name = path.filename().string();
+    if (name.ends_with(".staging")) {
+      findings.temporaries.push_back(path);
+    } else if (name.ends_with(".unreadable.json")) {
+      findings.parkedIndexes.push_back(path);
+    } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
+      findings.journals.push_back(path);
+    }
+  });
+  return findings;
+}
+
+Result<ScreenshotEntry> entryForFile(const Files& files, const ImageCodec& codec,
+                                     const Path& path) {
+  const auto medium = mediumOf(path);
+  if (!medium) return failed(FailureKind::unsupported, "it is no capture");
+  const FileStatus status = VT_TRY(files.status(path));
+  ScreenshotEntry entry;
+  entry.id = randomID();
+  entry.path = path.string();
+  entry.capturedAt = timeInName(path.stem().string()).value_or(status.modified);
+  entry.medium = *medium;
+  if (*medium == CaptureMedium::image) {
+    const std::string bytes = VT_TRY(files.read(path, largestPicture));
+    const PixelSize size = VT_TRY(codec.pixelSize(bytes));
+    entry.pixelWidth = size.width;
+    entry.pixelHeight = size.height;
+  }
+  return entry;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+#include "library/library_paths.hpp"
+#include "library/records/screenshot_entry.hpp"
+#include "platform/files.hpp"
+#include "platform/image_codec.hpp"
+
+namespace vantorel {
+
+/// Told how far a long look at the disk has come; answers whether to go on.
+using CheckProgress = std::function<bool(std::size_t done, std::size_t total)>;
+
+/// Entries whose files cannot be shown.
+struct MissingFiles {
+  EntryList gone;        ///< the file is no longer in its folder
+  EntryList outOfReach;  ///< its folder is gone or does not answer: the file may well be there
+  bool wasStopped = false;
+};
+
+/// Looks for the file of each entry. Blocks; any thread.
+[[nodiscard]] MissingFiles findMissingFiles(const Files& files, const EntryList& entries,
+                                            const CheckProgress& progress);
+
+/// Where a library is looked through.
+struct LibraryScope {
+  EntryList entries;
+  LibraryPaths paths;
+  std::vector<Path> captureFolders;  ///< beside those that entries lie in
+  Path originals;                    ///< of captures changed in place
+
+  /// Seconds since 1970-01-01 UTC. What is younger may be work in progress and is passed over.
+  double begunBefore = 0;
+};
+
+/// What in a library does not fit together.
+struct LibraryFindings {
+  MissingFiles missing;
+  std::vector<Path> filesWithoutEntry;      ///< named as captures are
+  std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses
+  std::vector<Path> parkedIndexes;
+  std::vector<Path> temporaries;     ///< half a file, left by a run that was killed
+  std::vector<Path> stagedCaptures;  ///< grabbed and not yet filed
+  std::vector<Path> journals;        ///< of a deletion or a move that did not end
+};
+
+/// Looks and changes nothing. Blocks; any thread. Stopped, it answers what it has found so far.
+[[nodiscard]] LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
+                                           const CheckProgress& progress);
+
+/// A new entry for a capture's file that has none, with what its name and its header tell.
+[[nodiscard]] Result<ScreenshotEntry> entryForFile(const Files& files, const ImageCodec& codec,
+                                                   const Path& path);
+
+}  // namespace vantorel

@@ -1,0 +1,105 @@
+#include "library/library_check.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/image.hpp"
+#include "base/time_text.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const auto goOn = [](std::size_t, std::size_t) { return true; };
+
+TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
+  FakeFiles files;
+  files.now = 100;
+  LibraryScope scope{.paths = {"/data", "/caches"},
+                     .captureFolders = {"/empty", "/captures"},
+                     .originals = "/data/Originals",
+                     .begunBefore = 1000};
+  const auto add = [&](const std::string& id, const std::string& path,
+                       std::optional<std::string> original = {}) {
+    ScreenshotEntry entry;
+    entry.id = id;
+    entry.path = path;
+    entry.originalPath = std::move(original);
+    scope.entries.push_back(std::make_shared<const ScreenshotEntry>(std::move(entry)));
+  };
+  const std::string good = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  add("good", good, "/data/Originals/good.png");
+  add("gone", "/captures/gone.png");
+  add("away", "/media/stick/away.png");
+  add("staged", "/data/Staged Captures/vantorel-5.png");
+  for (const std::string& path :
+       {good, std::string("/data/Originals/good.png"), std::string("/data/history.json"),
+        std::string("/data/Staged Captures/vantorel-5.png"), std::string("/captures/holiday.png"),
+        std::string("/captures/Screenshot 2026-13-01 at 14.05.09.png"),
+        std::string("/captures/Screenshot 2026-03-01 at 14.05.09.txt"),
+        std::string("/captures/Screenshot 2026-03-01 at 14.05.09 copy.png"),
+        std::string("/captures/.film.mp4.partial"), std::string("/data/undo.json")}) {
+    files.put(path, "x");
+  }
+  const LibraryFindings whole = checkLibrary(files, scope, goOn);
+  EXPECT_THAT(whole.filesWithoutEntry, IsEmpty());
+  EXPECT_THAT(whole.originalsWithoutEntry, IsEmpty());
+  EXPECT_THAT(whole.temporaries, IsEmpty());
+  EXPECT_THAT(whole.stagedCaptures, IsEmpty());
+  EXPECT_THAT(whole.journals, IsEmpty());
+  ASSERT_EQ(whole.missing.gone.size(), 1U);
+  EXPECT_EQ(whole.missing.gone[0]->id, "gone");
+  ASSERT_EQ(whole.missing.outOfReach.size(), 1U);
+  EXPECT_EQ(whole.missing.outOfReach[0]->id, "away");
+
+  const std::string lost = "/captures/My shot 2026-03-01 at 14.05.09 2.webp";
+  for (const std::string& path :
+       {lost, std::string("/captures/.vantorel-7.partial"),
+        std::string("/data/Redacted Originals/secret.png"),
+        std::string("/data/Staged Captures/vantorel-6.png"),
+        std::string("/data/history-0a.unreadable.json"), std::string("/data/history.json.staging"),
+        std::string("/data/deletions.json")}) {
+    files.put(path, "x");
+  }
+  files.now = 2000;
+  files.put("/captures/Screenshot 2026-03-02 at 14.05.09.png", "being filed now");
+  const auto before = files.changes;
+  const LibraryFindings broken = checkLibrary(files, scope, goOn);
+  EXPECT_EQ(files.changes, before);
+  EXPECT_THAT(broken.filesWithoutEntry, ElementsAre(lost));
+  EXPECT_THAT(broken.originalsWithoutEntry, ElementsAre("/data/Redacted Originals/secret.png"));
+  EXPECT_THAT(broken.temporaries,
+              ElementsAre("/captures/.vantorel-7.partial", "/data/history.json.staging"));
+  EXPECT_THAT(broken.stagedCaptures, ElementsAre("/data/Staged Captures/vantorel-6.png"));
+  EXPECT_THAT(broken.parkedIndexes, ElementsAre("/data/history-0a.unreadable.json"));
+  EXPECT_THAT(broken.journals, ElementsAre("/data/deletions.json"));
+
+  const LibraryFindings stopped =
+      checkLibrary(files, scope, [](std::size_t done, std::size_t) { return done < 2; });
+  EXPECT_TRUE(stopped.missing.wasStopped);
+  EXPECT_EQ(stopped.missing.gone.size(), 1U);
+  EXPECT_THAT(stopped.journals, IsEmpty());
+}
+
+TEST(LibraryCheckTest, AnEntryIsMadeFromTheFileAndItsNameAlone) {
+  FakeFiles files;
+  FakeImageCodec codec;
+  const Path path = "/captures/Screenshot 2026-03-01 at 14.05.09 3.png";
+  files.put(path, *codec.encode(MutableImage({3, 2}, PixelFormat::bgrx).finish(),
+                                {.format = ExportFormat::png}));
+  const auto entry = entryForFile(files, codec, path);
+  ASSERT_TRUE(entry.has_value()) << entry.error().reason;
+  EXPECT_EQ(tableTime(entry->capturedAt), "2026-03-01 14:05:09");
+  EXPECT_EQ(entry->pixelWidth, 3);
+  EXPECT_EQ(entry->pixelHeight, 2);
+  EXPECT_EQ(entry->path, path.string());
+  files.put(path, "half a picture");
+  EXPECT_FALSE(entryForFile(files, codec, path).has_value());
+}
+
+}  // namespace
+}  // namespace vantorel

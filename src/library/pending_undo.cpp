@@ -1,0 +1,86 @@
+#include "library/pending_undo.hpp"
+
+#include "base/json_record.hpp"
+
+namespace vantorel {
+namespace {
+
+struct StoredItem {
+  ScreenshotEntry entry;
+  std::int64_t index = 0;
+  std::optional<std::string> trashedPNGURL;
+  std::optional<std::string> trashedOriginalURL;
+  bool isUntracked = false;
+  json::Object extra;
+
+  template <class V, class S>
+  static void describe(V& v, S& item) {
+    v.required("entry", item.entry);
+    v.field("index", item.index);
+    v.field("trashedPNGURL", item.trashedPNGURL);
+    v.field("trashedOriginalURL", item.trashedOriginalURL);
+    v.field("isUntracked", item.isUntracked);
+    v.rest(item.extra);
+  }
+};
+VT_JSON_RECORD(StoredItem)
+
+struct StoredUndo {
+  double until = 0;
+  std::vector<StoredItem> items;
+  json::Object extra;
+
+  template <class V, class S>
+  static void describe(V& v, S& undo) {
+    v.required("until", undo.until);
+    v.required("items", undo.items);
+    v.rest(undo.extra);
+  }
+};
+VT_JSON_RECORD(StoredUndo)
+
+std::optional<std::string> text(const std::optional<Path>& path) {
+  return path ? std::optional(path->string()) : std::nullopt;
+}
+
+std::optional<Path> path(const std::optional<std::string>& text) {
+  return text ? std::optional<Path>(*text) : std::nullopt;
+}
+
+}  // namespace
+
+Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const PendingUndo& pending) {
+  StoredUndo stored{pending.until, {}, {}};
+  for (const RemovedEntry& item : pending.batch.items) {
+    stored.items.push_back({*item.entry,
+                            static_cast<std::int64_t>(item.index),
+                            text(item.trashedPNGURL),
+                            text(item.trashedOriginalURL),
+                            item.isUntracked,
+                            {}});
+  }
+  return files.replace(paths.pendingUndo(), json::toText(stored), Privacy::ownerOnly);
+}
+
+Result<void> removePendingUndo(Files& files, const LibraryPaths& paths) {
+  auto removed = files.remove(paths.pendingUndo());
+  if (!removed && removed.error().kind == FailureKind::notFound) return {};
+  return removed;
+}
+
+std::optional<PendingUndo> readPendingUndo(const Files& files, const LibraryPaths& paths) {
+  const auto text = files.read(paths.pendingUndo());
+  if (!text) return std::nullopt;
+  auto stored = json::fromText<StoredUndo>(*text);
+  if (!stored) return std::nullopt;
+  PendingUndo pending{{}, stored->until};
+  for (StoredItem& item : stored->items) {
+    if (item.index < 0) continue;
+    pending.batch.items.push_back({std::make_shared<const ScreenshotEntry>(std::move(item.entry)),
+                                   static_cast<std::size_t>(item.index), path(item.trashedPNGURL),
+                                   path(item.trashedOriginalURL), item.isUntracked});
+  }
+  return pending;
+}
+
+}  // namespace vantorel

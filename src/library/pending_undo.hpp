@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "library/history_trash.hpp"
+#include "library/library_paths.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// What was deleted together and can be brought back together.
+struct RemovedBatch {
+  std::vector<RemovedEntry> items;
+};
+
+/// A batch that can be undone, as it is kept on disk: a command that deletes ends at once, and the
+/// next one may undo it.
+struct PendingUndo {
+  RemovedBatch batch;
+  double until = 0;  ///< seconds since 1970-01-01 UTC
+};
+
+// Block; readable by the owner alone.
+[[nodiscard]] Result<void> writePendingUndo(Files& files, const LibraryPaths& paths,
+                                            const PendingUndo& pending);
+[[nodiscard]] Result<void> removePendingUndo(Files& files, const LibraryPaths& paths);
+
+/// Nothing when there is none, or none that can be read.
+[[nodiscard]] std::optional<PendingUndo> readPendingUndo(const Files& files,
+                                                         const LibraryPaths& paths);
+
+}  // namespace vantorel
