@@ -45,7 +45,7 @@ class LibraryCommandTest : public testing::Test {
 
   CommandReply run(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "library");
-    const auto parsed = parseCommandLine(arguments);
+    const auto parsed = parseCommandLine(arguments, "/");
     const auto* const line = std::get_if<CommandLine>(&parsed);
     if (line == nullptr) return {ExitStatus::usage, {}, {}};
     std::optional<CommandReply> answer;

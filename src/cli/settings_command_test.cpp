@@ -16,7 +16,7 @@ class SettingsCommandTest : public testing::Test {
  protected:
   CommandReply run(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "settings");
-    const auto parsed = parseCommandLine(arguments);
+    const auto parsed = parseCommandLine(arguments, "/");
     const auto* const line = std::get_if<CommandLine>(&parsed);
     if (line == nullptr) return {ExitStatus::usage, {}, {}};
     std::optional<CommandReply> answer;
