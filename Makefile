@@ -14,11 +14,11 @@ build: packages
 	@cmake --preset release --log-level=WARNING
 	@cmake --build --preset release --target vantorel-program
 
-# Build, format, tidy and all tests.
+# Build, format, tidy, the sanitizers, the fuzzers and all tests.
 test: packages
 	@tools/run_tests.sh
 
-# The tests under the sanitizers, and the fuzzers.
+# Of `make test` the sanitizers and fuzzers alone.
 sanitize: packages
 	@tools/run_sanitizers.sh
 
