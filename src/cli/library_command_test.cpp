@@ -14,9 +14,7 @@ namespace vantorel {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class LibraryCommandTest : public testing::Test {
  protected:

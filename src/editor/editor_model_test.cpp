@@ -1,5 +1,6 @@
 #include "editor/editor_model.hpp"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <malloc.h>

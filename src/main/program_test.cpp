@@ -4,6 +4,7 @@
 #include <sys/mount.h>
 
 #include <csignal>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <thread>
