@@ -25,8 +25,8 @@ import json, re, sys
 entries = json.load(open("build/dev/compile_commands.json"))
 for entry in entries:
     command = re.sub(r" -include \S*cmake_pch\S*", "", entry["command"])
-    command = re.sub(r" -Winvalid-pch", " -Wno-unknown-warning-option", command)
-    entry["command"] = re.sub(r"^.*?ccache ", "", command)
+    command = re.sub(r" -Winvalid-pch", "", command)
+    entry["command"] = re.sub(r"^.*?ccache ", "", command) + " -Wno-unknown-warning-option"
 json.dump([e for e in entries if "cmake_pch" not in e["file"]], open(sys.argv[1], "w"))
 PYTHON
 mapfile -t sources < <(
