@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "capture/records/export_format.hpp"
+#include "cli/one_of.hpp"
 
 namespace vantorel {
 namespace {
@@ -42,10 +43,8 @@ void AnnotationOptions::addTo(CLI::App& app) {
   render_->add_option("--document", document_,
                       "a JSON file with the annotations to draw (default: the capture's own)");
   render_->add_option("--output", output_, "the file to write")->required();
-  std::vector<std::string> formats;
-  for (const auto& entry : enumNames<ExportFormat>) formats.emplace_back(entry.name);
   render_->add_option("--format", format_, "png, jpeg, heic or webp (default: by the file's name)")
-      ->check(CLI::IsMember(std::move(formats)));
+      ->check(oneOf<ExportFormat>());
 }
 
 auto AnnotationOptions::command(const Path& folder) const

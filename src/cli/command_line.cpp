@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "base/enum_names.hpp"
+#include "cli/one_of.hpp"
 
 namespace vantorel {
 
@@ -22,13 +23,6 @@ inline constexpr auto enumNames<StillCaptureCommand::Kind> =
     });
 
 namespace {
-
-template <NamedEnum Enum>
-std::vector<std::string> names() {
-  std::vector<std::string> found;
-  for (const auto& entry : enumNames<Enum>) found.emplace_back(entry.name);
-  return found;
-}
 
 /// "X,Y,W,H" with a size greater than zero.
 std::optional<PointRect> parseRect(std::string_view text) {
@@ -80,7 +74,7 @@ void addCapture(CLI::App& app, Given& given) {
       app.add_subcommand("capture", "Take a still and file it; prints the path of the file");
   capture->add_option("what", given.kind, "display, window, area or previous (the last area again)")
       ->required()
-      ->check(CLI::IsMember(names<StillCaptureCommand::Kind>()));
+      ->check(oneOf<StillCaptureCommand::Kind>());
   capture->add_option("--display", given.display,
                       "the display, by its id in \"vantorel displays\" (default: the main one)");
   capture->add_option("--window", given.window,
@@ -90,7 +84,7 @@ void addCapture(CLI::App& app, Given& given) {
   capture
       ->add_option("--delay", given.delay,
                    "seconds to wait first: none, three, five or ten (default: as set)")
-      ->check(CLI::IsMember(names<CaptureDelay>()));
+      ->check(oneOf<CaptureDelay>());
   capture->footer(exitStatuses);
 }
 
@@ -161,7 +155,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
       ->required();
   convert->add_option("--format", given.format, "png, jpeg, heic or webp")
       ->required()
-      ->check(CLI::IsMember(names<ExportFormat>()));
+      ->check(oneOf<ExportFormat>());
   CLI::App* const compress = app.add_subcommand("compress", "Make a capture's file smaller");
   compress->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
       ->required();

@@ -162,7 +162,8 @@ void CommandRunner::listDisplays(bool json, Done done) {
   runBounded<Listing<DisplaySnapshot>>(
       services_.main, {listBound, listBound, {}},
       [screen = services_.screen](auto reply) { screen->displays(std::move(reply)); },
-      [json, done = std::move(done)](std::optional<Listing<DisplaySnapshot>> answer) mutable {
+      [json,
+       done = std::move(done)](const std::optional<Listing<DisplaySnapshot>>& answer) mutable {
         done(listing(answer, json));
       },
       nullptr);

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "base/time_text.hpp"
+#include "cli/one_of.hpp"
 
 namespace vantorel {
 namespace {
@@ -31,12 +32,6 @@ std::optional<command::Library::When> parseWhen(std::string_view text) {
   }
 }
 
-std::vector<std::string> mediumNames() {
-  std::vector<std::string> names;
-  for (const auto& entry : enumNames<CaptureMedium>) names.emplace_back(entry.name);
-  return names;
-}
-
 }  // namespace
 
 CLI::App* LibraryOptions::verb(Verb verb, const char* words) {
@@ -50,7 +45,7 @@ LibraryOptions::LibraryOptions(CLI::App& app)
   library_->require_subcommand(1);
   CLI::App* const list = verb(Verb::list, "List captures, the newest first");
   list->add_option("--medium", medium_, "image, recording, gif, text or project")
-      ->check(CLI::IsMember(mediumNames()));
+      ->check(oneOf<CaptureMedium>());
   CLI::Option* const starred = list->add_flag("--starred", starred_, "only starred ones");
   list->add_flag("--unstarred", unstarred_, "only those without a star")->excludes(starred);
   list->add_option("--collection", given_.collection, "of this collection, by its id or name");

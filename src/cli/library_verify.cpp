@@ -101,7 +101,7 @@ void LibraryVerify::look(bool repairs, bool json, CommandDone done) {
                return done({ExitStatus::cancelled, {}, "Stopped; nothing was changed.\n"});
              }
              if (!repairs) return done(report(findings, {}, json));
-             mend(std::move(findings), json, std::move(done));
+             mend(findings, json, std::move(done));
            })]() mutable {
         const auto goOn = [&](std::size_t at, std::size_t total) {
           if (show && (at % 100 == 0 || at + 1 == total)) show(at + 1, total);
@@ -113,7 +113,7 @@ void LibraryVerify::look(bool repairs, bool json, CommandDone done) {
 }
 
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
-void LibraryVerify::mend(LibraryFindings findings, bool json, CommandDone done) {
+void LibraryVerify::mend(const LibraryFindings& findings, bool json, CommandDone done) {
   services_.work->post(
       [files = services_.files, codec = services_.codec, trash = services_.trash,
        main = services_.main, findings,

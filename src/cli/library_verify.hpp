@@ -48,7 +48,7 @@ class LibraryVerify {
 
  private:
   void look(bool repairs, bool json, CommandDone done);
-  void mend(LibraryFindings findings, bool json, CommandDone done);
+  void mend(const LibraryFindings& findings, bool json, CommandDone done);
 
   Services services_;
   double startedAt_;

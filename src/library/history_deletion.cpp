@@ -159,6 +159,7 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
 void HistoryDeletion::finishTrash(TrashSweep sweep, Undo undo,
                                   std::move_only_function<void(TrashSweep)> done) {
   std::vector<std::string> ids;
+  ids.reserve(sweep.removed.size());
   for (const RemovedEntry& removed : sweep.removed) ids.push_back(removed.entry->id);
   const std::vector<PlacedEntry> placed = services_.store.removeEntries(ids);
   for (const PlacedEntry& one : placed) {
@@ -275,6 +276,7 @@ void HistoryDeletion::restoreFiles(RemovedBatch batch, UndoOutcome outcome,
          finishUndo(all, std::move(outcome), std::move(done));
        })]() mutable {
         std::vector<HistoryTrash::Restored> all;
+        all.reserve(batch.items.size());
         for (const RemovedEntry& removed : batch.items) all.push_back(trash->restore(removed));
         main->post([all = std::move(all), reply = std::move(reply)]() mutable { reply(all); });
       });

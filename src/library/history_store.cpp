@@ -191,10 +191,12 @@ Result<void> HistoryStore::updateCollection(std::string_view id,
   if (found == collections_.end()) {
     return failed(FailureKind::notFound, "the collection is no longer in History");
   }
-  const HistoryCollection before = *found;
-  change(*found);
-  VT_CHECK(found->id == before.id);
-  if (*found != before) collectionsChanged();
+  HistoryCollection changed = *found;
+  change(changed);
+  VT_CHECK(changed.id == id);
+  if (changed == *found) return {};
+  *found = std::move(changed);
+  collectionsChanged();
   return {};
 }
 

@@ -96,11 +96,11 @@ TEST_F(HistoryStoreTest, AcknowledgesOnlyWhatIsOnDisk) {
   EXPECT_EQ(written(), "");
   std::vector<std::string> answers;
   add("a");
-  store->flush([&](Result<void> result) { answers.push_back(result ? "a" : "failed"); });
+  store->flush([&](Result<void> result) { answers.emplace_back(result ? "a" : "failed"); });
   add("b");
   EXPECT_THAT(answers, IsEmpty());
   store->flush([&](Result<void> result) {
-    answers.push_back(result ? "b" : "failed");
+    answers.emplace_back(result ? "b" : "failed");
     EXPECT_THAT(files.text(index), HasSubstr(R"("id":"b")"));
   });
   runners.run();

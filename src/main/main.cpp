@@ -84,7 +84,7 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
                    StillCaptureCommand what;
                    if (action == "CaptureWindow") what.kind = Kind::window;
                    if (action == "CaptureDisplay") what.kind = Kind::display;
-                   program.run({.command = command::Capture{what}}, [](auto) {});
+                   program.run({.command = command::Capture{what}}, [](const auto&) {});
                  }});
 }
 

@@ -276,7 +276,7 @@ void Program::startResident() {
   Parts& parts = *parts_;
   parts.ui->statusItem().setMenu(
       [&parts] { return parts.coordinator->statusMenu(); },
-      [&parts] { parts.commands->run({.command = command::Capture{}}, [](auto) {}); });
+      [&parts] { parts.commands->run({.command = command::Capture{}}, [](const auto&) {}); });
   parts.followSettings();
   parts.coordinator->startResident();
   recover([] {});

@@ -47,11 +47,11 @@ class Vantorel {
     return all;
   }
 
-  ChildProcess start(std::vector<std::string> arguments) const {
+  [[nodiscard]] ChildProcess start(std::vector<std::string> arguments) const {
     return desktop_.start(command(std::move(arguments)));
   }
 
-  ChildOutcome run(std::vector<std::string> arguments) const {
+  [[nodiscard]] ChildOutcome run(std::vector<std::string> arguments) const {
     return start(std::move(arguments)).wait();
   }
 

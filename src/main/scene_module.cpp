@@ -8,7 +8,7 @@ namespace vantorel {
 CaptureAnnotator::Draw sceneDrawing(std::shared_ptr<const Files> files,
                                     std::shared_ptr<const ImageCodec> codec) {
   return [files = std::move(files), codec = std::move(codec)](
-             const EditorDocument& document, Image base, std::optional<double> captureScale,
+             const EditorDocument& document, const Image& base, std::optional<double> captureScale,
              const ImageEncoding& encoding) -> Result<std::string> {
     void* const entry = programModuleEntry("libvantorel_render.so", exportSceneName);
     if (entry == nullptr) {

@@ -22,10 +22,10 @@ class NotificationService {
   explicit NotificationService(bool answers) {
     object_->registerMethod("Notify")
         .onInterface("org.freedesktop.Notifications")
-        .implementedAs([this, answers](sdbus::Result<std::uint32_t>&& reply, std::string,
-                                       std::uint32_t, std::string, std::string title,
-                                       std::string body, std::vector<std::string>,
-                                       std::map<std::string, sdbus::Variant>, std::int32_t) {
+        .implementedAs([this, answers](sdbus::Result<std::uint32_t>&& reply, const std::string&,
+                                       std::uint32_t, const std::string&, const std::string& title,
+                                       const std::string& body, const std::vector<std::string>&,
+                                       const std::map<std::string, sdbus::Variant>&, std::int32_t) {
           const std::lock_guard lock(mutex_);
           shown_.push_back(title + ": " + body);
           if (answers) reply.returnResults(std::uint32_t{1});

@@ -30,7 +30,8 @@ DesktopSession desktopSession(const EnvironmentLookup& environment) {
 }
 
 DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
-                                    std::shared_ptr<TaskRunner> main, WindowContents contents) {
+                                    const std::shared_ptr<TaskRunner>& main,
+                                    WindowContents contents) {
   switch (desktopSession(environment)) {
     case DesktopSession::x11: {
       const std::string display = environment("DISPLAY").value_or("");

@@ -44,7 +44,7 @@ struct DesktopServices {
 /// The one place that chooses a back end. Nothing is connected before it is used. `main` is the
 /// runner the services live on.
 [[nodiscard]] DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
-                                                  std::shared_ptr<TaskRunner> main,
+                                                  const std::shared_ptr<TaskRunner>& main,
                                                   WindowContents contents);
 
 }  // namespace vantorel

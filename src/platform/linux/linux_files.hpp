@@ -9,14 +9,15 @@ namespace vantorel {
 /// written, linked or marked through a link somebody left in a folder.
 class LinuxFiles final : public Files {
  public:
-  Result<std::string> read(const Path& path, std::uint64_t limit = UINT64_MAX) const override;
-  Result<FileStatus> status(const Path& path) const override;
-  Result<std::vector<FolderItem>> list(const Path& folder) const override;
+  [[nodiscard]] Result<std::string> read(const Path& path,
+                                         std::uint64_t limit = UINT64_MAX) const override;
+  [[nodiscard]] Result<FileStatus> status(const Path& path) const override;
+  [[nodiscard]] Result<std::vector<FolderItem>> list(const Path& folder) const override;
   Result<void> makeFolder(const Path& folder, Privacy privacy) override;
   Result<void> create(const Path& path, std::string_view bytes, Privacy privacy,
                       Durability durability) override;
   Result<void> replace(const Path& path, std::string_view bytes, Privacy privacy) override;
-  Result<std::shared_ptr<FileContent>> open(const Path& path) const override;
+  [[nodiscard]] Result<std::shared_ptr<FileContent>> open(const Path& path) const override;
   Result<std::shared_ptr<FileContent>> replaceWithParts(const Path& path,
                                                         std::span<const ContentPart> parts,
                                                         Privacy privacy) override;
@@ -25,7 +26,8 @@ class LinuxFiles final : public Files {
   Result<void> linkNew(const Path& from, const Path& to) override;
   Result<void> remove(const Path& path) override;
   Result<void> flushFolder(const Path& folder) override;
-  Result<std::string> attribute(const Path& path, std::string_view name) const override;
+  [[nodiscard]] Result<std::string> attribute(const Path& path,
+                                              std::string_view name) const override;
   Result<void> setAttribute(const Path& path, std::string_view name,
                             std::string_view value) override;
   Result<void> removeAttribute(const Path& path, std::string_view name) override;

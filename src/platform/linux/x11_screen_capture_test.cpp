@@ -154,7 +154,7 @@ TEST(X11ScreenCaptureTest, CoveredWindowsComeOutWhole) {
   other.raise(cover);
   // The window without the frame around it, which the list tells.
   const auto content = [&](Capture& capture, TestClient& client, WindowID window) {
-    const Image image = capture.image(WindowTarget{window, {}});
+    Image image = capture.image(WindowTarget{window, {}});
     const auto windows = capture.windows();
     for (const auto& listed : *windows) {
       if (listed.windowID != window) continue;

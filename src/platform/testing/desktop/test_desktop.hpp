@@ -43,7 +43,7 @@ class TestDesktop {
   /// desktop are taken out.
   void enter();
 
-  ChildProcess start(std::vector<std::string> arguments) const;
+  [[nodiscard]] ChildProcess start(std::vector<std::string> arguments) const;
 
   /// Runs a program to its end; throws when it does not end well.
   std::string run(std::vector<std::string> arguments) const;
