@@ -1,16 +1,11 @@
 #include "platform/linux/bus_worker.hpp"
 
-#include <poll.h>
 #include <sdbus-c++/sdbus-c++.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
 
 #include "base/log.hpp"
+#include "platform/linux/worker_jobs.hpp"
 
 namespace vantorel {
 namespace {
@@ -20,15 +15,7 @@ constexpr std::chrono::seconds callBound{5};
 }  // namespace
 
 struct BusWorker::State {
-  ~State() { close(wake); }
-
-  const int wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-
-  std::mutex mutex;
-  std::condition_variable ended;
-  std::deque<Job> jobs;
-  bool stopping = false;
-  bool hasEnded = false;
+  WorkerJobs<Job> jobs;
 
   // The thread's own. A lost connection stays, for what was made on it refers to it.
   std::unique_ptr<sdbus::IConnection> connection;
@@ -64,70 +51,38 @@ void BusWorker::State::process() {
 }
 
 void BusWorker::State::waitForWork() const {
-  pollfd waiting[2] = {{wake, POLLIN, 0}, {-1, 0, 0}};
-  int timeout = -1;
-  if (connection && lost.empty()) {
-    const auto bus = connection->getEventLoopPollData();
-    waiting[1] = {bus.fd, bus.events, 0};
-    timeout = bus.getPollTimeout();
-  }
-  poll(waiting, 2, timeout);
-  std::uint64_t count = 0;
-  (void)!::read(wake, &count, sizeof count);
+  if (!connection || !lost.empty()) return jobs.wait(-1, 0, -1);
+  const auto bus = connection->getEventLoopPollData();
+  jobs.wait(bus.fd, bus.events, bus.getPollTimeout());
 }
 
 void BusWorker::run(const std::shared_ptr<State>& state) {
   for (;;) {
-    Job job;
-    {
-      const std::lock_guard lock(state->mutex);
-      if (!state->jobs.empty()) {
-        job = std::move(state->jobs.front());
-        state->jobs.pop_front();
-      } else if (state->stopping) {
-        break;
-      }
-    }
-    if (job) {
+    if (Job job = state->jobs.take()) {
       try {
         job(state->connected());
       } catch (const sdbus::Error& error) {
         logWarning("Bus", "{}: {}", error.getName(), error.getMessage());
       }
+    } else if (state->jobs.isStopping()) {
+      break;
     } else {
       state->waitForWork();
     }
     state->process();
   }
   state->connection.reset();
-  const std::lock_guard lock(state->mutex);
-  state->hasEnded = true;
-  state->ended.notify_all();
+  state->jobs.end();
 }
 
 BusWorker::BusWorker()
     : state_(std::make_shared<State>()), thread_([state = state_] { run(state); }) {}
 
 BusWorker::~BusWorker() {
-  std::unique_lock lock(state_->mutex);
-  state_->stopping = true;
-  const std::uint64_t one = 1;
-  (void)!write(state_->wake, &one, sizeof one);
-  const bool ended = state_->ended.wait_for(lock, std::chrono::milliseconds(300),
-                                            [this] { return state_->hasEnded; });
-  lock.unlock();
-  if (ended) {
-    thread_.join();
-  } else {
-    thread_.detach();
-  }
+  state_->jobs.stop();
+  state_->jobs.finish(thread_);
 }
 
-void BusWorker::post(Job job) {
-  const std::lock_guard lock(state_->mutex);
-  state_->jobs.push_back(std::move(job));
-  const std::uint64_t one = 1;
-  (void)!write(state_->wake, &one, sizeof one);
-}
+void BusWorker::post(Job job) { state_->jobs.post(std::move(job)); }
 
 }  // namespace vantorel
