@@ -62,7 +62,7 @@ Result<CaptureFilePlacement::Encoded> CaptureFilePlacement::encode(
   if (!bytes) {
     logWarning("Filing", "{} was not possible: {}", displayName(settings.format),
                bytes.error().reason);
-    encoded.notes.push_back(note::LossyFallback{settings.format});
+    encoded.notes.emplace_back(note::LossyFallback{settings.format});
     return encoded;
   }
   encoded.format = settings.format;
@@ -80,7 +80,7 @@ Result<Path> CaptureFilePlacement::nameFor(const Path& source, bool link, const 
     const Path name = number == 1
                           ? first
                           : Path(fmt::format("{} {}.{}", first.stem().string(), number, extension));
-    const Path path = folder / name;
+    Path path = folder / name;
     if (files_->status(path)) continue;
     // Said before it is done: a file that stands there after a crash is then known to be this one.
     staged.record.filedPath = path.string();
@@ -149,7 +149,7 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
                    flushed.error().reason);
       }
       if (folder != settings.storageFolder) {
-        encoded.notes.push_back(note::StorageUnavailable{problem});
+        encoded.notes.emplace_back(note::StorageUnavailable{problem});
       }
       return PlacedCapture{*placed, encoded.pixelSize, std::move(encoded.notes)};
     }
@@ -157,7 +157,7 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
                                                            : placed.error().reason;
     logWarning("Filing", "{} cannot be used: {}", folder.string(), *problem);
   }
-  encoded.notes.push_back(note::PublishedInStagingFolder{staged.path});
+  encoded.notes.emplace_back(note::PublishedInStagingFolder{staged.path});
   return PlacedCapture{staged.path, encoded.pixelSize, std::move(encoded.notes)};
 }
 

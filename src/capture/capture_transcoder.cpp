@@ -127,7 +127,7 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Path& old, std::stri
   for (int number = 1; number <= mostNames; ++number) {
     const std::string numbered =
         number == 1 ? old.stem().string() : fmt::format("{} {}", old.stem().string(), number);
-    const Path path = folder / fmt::format("{}.{}", numbered, fileExtension(format));
+    Path path = folder / fmt::format("{}.{}", numbered, fileExtension(format));
     const auto moved = files_->moveNew(temporary, path);
     if (moved) {
       VT_TRY(files_->flushFolder(folder));

@@ -87,6 +87,7 @@ std::vector<ColourPoint> variancePalette(std::vector<WeightedColour> points) {
     boxes.emplace_back(part.subspan(cut));
   }
   std::vector<ColourPoint> palette;
+  palette.reserve(boxes.size());
   for (const Box& box : boxes) palette.push_back(box.mean());
   return palette;
 }

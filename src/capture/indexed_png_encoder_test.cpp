@@ -24,7 +24,9 @@ Image painted(PixelSize size, PixelFormat format, const Painter& pixel) {
 
 IndexedImage::Colour colourAt(const IndexedPNGEncoder& encoder, int x, int y) {
   const IndexedImage& image = encoder.image();
-  return image.palette[image.indices[static_cast<std::size_t>(y * image.size.width + x)]];
+  return image.palette[image.indices[static_cast<std::size_t>(y) *
+                                         static_cast<std::size_t>(image.size.width) +
+                                     static_cast<std::size_t>(x)]];
 }
 
 std::uint32_t noise(int x, int y) {

@@ -7,7 +7,7 @@
 
 namespace vantorel {
 
-void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed) {
+void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed, Reached reached) {
   claim(staged.path);
   HistoryStore& store = *services_.store;
   const auto& id = staged.record.entryID;
@@ -23,8 +23,10 @@ void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed) {
   struct Placing {
     StagedCapture staged;
     Filed filed;
+    Reached reached;
   };
-  auto placing = std::make_shared<Placing>(Placing{std::move(staged), std::move(filed)});
+  auto placing =
+      std::make_shared<Placing>(Placing{std::move(staged), std::move(filed), std::move(reached)});
   services_.work->post([placing, image = std::move(image), settings = services_.fileSettings(),
                         placement = services_.placement, main = services_.main,
                         placed = alive_.guard([this, placing](Result<PlacedCapture>& result) {
@@ -34,8 +36,9 @@ void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed) {
                             });
                             return;
                           }
+                          if (placing->reached) placing->reached("file");
                           addToLibrary(std::move(placing->staged), std::move(*result),
-                                       std::move(placing->filed));
+                                       std::move(placing->filed), placing->reached);
                         })]() mutable {
     auto result = placement->place(placing->staged, std::move(image), settings);
     main->post(
@@ -60,7 +63,8 @@ void StillCaptureFiling::whenLibraryIsOurs(std::move_only_function<void()> ready
   }));
 }
 
-void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed) {
+void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed,
+                                      const Reached& reached) {
   HistoryStore& store = *services_.store;
   ScreenshotEntry entry;
   entry.id = *staged.record.entryID;
@@ -93,7 +97,8 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
     return;
   }
   auto landed = [this, staged = std::move(staged), saved = std::move(saved),
-                 filed = std::move(filed), unlisted](Result<void> written) mutable {
+                 filed = std::move(filed), unlisted, reached](Result<void> written) mutable {
+    if (reached) reached("index");
     if (!written) {
       saved.indexFailure = unlisted(written.error().reason);
       filed(std::move(saved));

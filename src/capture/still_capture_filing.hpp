@@ -35,9 +35,12 @@ class StillCaptureFiling {
 
   using Filed = std::move_only_function<void(Result<CaptureOutcome::Saved>)>;
 
+  /// Told what has just been done, in a word for the log.
+  using Reached = std::function<void(std::string_view step)>;
+
   /// `image` spares reading the staged file again; it may be empty. A failure leaves the staged
   /// file for the next launch.
-  void file(StagedCapture staged, Image image, Filed filed);
+  void file(StagedCapture staged, Image image, Filed filed, Reached reached = nullptr);
 
   /// Calls `ready` once the library is loaded and so locked: until then another process may be
   /// sweeping the staging folder.
@@ -50,7 +53,8 @@ class StillCaptureFiling {
   void claim(const Path& path) { claimedPaths_.insert(path); }
 
  private:
-  void addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed);
+  void addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed,
+                    const Reached& reached);
   void forgetStaged(const StagedCapture& staged, const Path& placed, bool discards,
                     std::move_only_function<void()> done);
 

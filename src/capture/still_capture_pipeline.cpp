@@ -5,6 +5,7 @@
 #include "base/check.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
+#include "base/spent_time.hpp"
 #include "capture/source_app_resolution.hpp"
 
 namespace vantorel {
@@ -342,7 +343,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                             finish(CaptureOutcome{std::move(staged.error())});
                             return;
                           }
-                          reached("encode and stage");
+                          reached("stage");
                           services_.filing->claim(staged->path);
                           services_.filing->file(
                               std::move(*staged), std::move(run_->picture.image),
@@ -351,13 +352,18 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                   return fail(CaptureFailure::Case::writeFailed,
                                               filed.error().reason);
                                 }
-                                reached("file and index");
+                                reached("forget the staged file");
                                 if (run_->onFiled) run_->onFiled(*filed->entry);
                                 finish(CaptureOutcome{std::move(*filed)});
-                              }));
+                              }),
+                              alive_.guard([this](std::string_view step) { reached(step); }));
                         })]() mutable {
-    const auto png = codec->encode(
-        image, {.format = ExportFormat::png, .pixelsPerPoint = record.scale.value_or(1)});
+    SpentTime encoding;
+    const auto png = encoding.measure([&] {
+      return codec->encode(
+          image, {.format = ExportFormat::png, .pixelsPerPoint = record.scale.value_or(1)});
+    });
+    logInfo("CaptureLatency", "of stage: encode {:.1f} ms", encoding.milliseconds());
     Staged staged = [&]() -> Staged {
       using Case = CaptureFailure::Case;
       if (!png) {

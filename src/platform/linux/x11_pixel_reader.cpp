@@ -10,6 +10,7 @@
 #include <new>
 
 #include "base/check.hpp"
+#include "base/log.hpp"
 #include "platform/linux/x11_call.hpp"
 #include "platform/linux/x11_worker.hpp"
 
@@ -127,6 +128,15 @@ Result<void> X11PixelReader::read(xcb_drawable_t drawable, const PixelRect& area
     const int rows = std::min(rowsAtOnce, area.height - top);
     stripes.push_back({{area.x, area.y + top, area.width, rows}, x, y + top});
   }
+  const double convertedBefore = converting_.milliseconds();
+  auto done = readStripes(drawable, stripes, layout, buffer);
+  logInfo("CaptureLatency", "of grab: convert {:.1f} ms",
+          converting_.milliseconds() - convertedBefore);
+  return done;
+}
+
+Result<void> X11PixelReader::readStripes(xcb_drawable_t drawable, const std::deque<Stripe>& stripes,
+                                         const Layout& layout, const PixelBuffer& buffer) {
   if (!sharedMemory_ || !makeRing()) return readPlain(drawable, stripes, layout, buffer);
   auto done = readShared(drawable, stripes, layout, buffer);
   if (done || xcb_connection_has_error(connection_) != 0) return done;
@@ -178,7 +188,8 @@ Result<void> X11PixelReader::readShared(xcb_drawable_t drawable, const std::dequ
       }
       return std::unexpected(failure());
     }
-    convert(ring_ + i % slots * slotBytes, layout, stripes[i], buffer);
+    converting_.measure(
+        [&] { convert(ring_ + i % slots * slotBytes, layout, stripes[i], buffer); });
     if (asked < stripes.size()) ask(asked++);
   }
   return {};
@@ -203,7 +214,7 @@ Result<void> X11PixelReader::readPlain(xcb_drawable_t drawable, const std::deque
     if (!reply || static_cast<std::size_t>(xcb_get_image_data_length(reply.get())) < wanted) {
       return std::unexpected(failure());
     }
-    convert(xcb_get_image_data(reply.get()), layout, stripe, buffer);
+    converting_.measure([&] { convert(xcb_get_image_data(reply.get()), layout, stripe, buffer); });
   }
   return {};
 }

@@ -10,6 +10,7 @@
 
 #include "base/image.hpp"
 #include "base/result.hpp"
+#include "base/spent_time.hpp"
 
 namespace vantorel {
 
@@ -76,6 +77,8 @@ class X11PixelReader {
   [[nodiscard]] Result<Layout> layout(int depth, xcb_visualid_t visual) const;
   [[nodiscard]] bool makeRing();
   [[nodiscard]] Failure failure() const;
+  [[nodiscard]] Result<void> readStripes(xcb_drawable_t drawable, const std::deque<Stripe>& stripes,
+                                         const Layout& layout, const PixelBuffer& buffer);
   [[nodiscard]] Result<void> readShared(xcb_drawable_t drawable, const std::deque<Stripe>& stripes,
                                         const Layout& layout, const PixelBuffer& buffer);
   [[nodiscard]] Result<void> readPlain(xcb_drawable_t drawable, const std::deque<Stripe>& stripes,
@@ -87,6 +90,7 @@ class X11PixelReader {
   bool sharedMemory_ = false;
   xcb_shm_seg_t segment_ = 0;
   std::uint8_t* ring_ = nullptr;
+  SpentTime converting_;
 };
 
 }  // namespace vantorel

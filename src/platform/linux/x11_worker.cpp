@@ -5,6 +5,8 @@
 
 #include <mutex>
 
+#include "base/log.hpp"
+#include "base/spent_time.hpp"
 #include "platform/linux/worker_jobs.hpp"
 #include "platform/linux/x11_call.hpp"
 
@@ -37,7 +39,8 @@ Failure serverGone() { return {FailureKind::unreachable, "the display server wen
 Result<X11Client*> X11Worker::State::connected() {
   if (client) return client.get();
   int screen = 0;
-  connection = xcb_connect(display.c_str(), &screen);
+  SpentTime connecting;
+  connection = connecting.measure([&] { return xcb_connect(display.c_str(), &screen); });
   if (xcb_connection_has_error(connection) != 0) {
     disconnect();
     return failed(FailureKind::unreachable,
@@ -48,7 +51,8 @@ Result<X11Client*> X11Worker::State::connected() {
     descriptor = xcb_get_file_descriptor(connection);
   }
   if (jobs.isStopping()) cut();
-  auto made = makeClient(connection, screen);
+  auto made = connecting.measure([&] { return makeClient(connection, screen); });
+  logInfo("CaptureLatency", "of displays: connect {:.1f} ms", connecting.milliseconds());
   if (!made) {
     disconnect();
     return std::unexpected(std::move(made).error());
