@@ -29,7 +29,8 @@ export DBUS_SESSION_BUS_ADDRESS
 # A text-rich screen: what people take pictures of.
 xsetroot -mod 24 24 -fg '#30506a' -bg '#2d4a66'
 for column in 0 1 2 3; do
-  fold -w 150 -s "$(dirname "$0")"/../LICENSE | tail -n +$((column * 150 + 1)) | head -150 >"$folder/text"
+  fold -w 150 -s "$(dirname "$0")"/../LICENSE |
+    sed -n "$((column * 150 + 1)),$((column * 150 + 150))p" >"$folder/text"
   xmessage -fn fixed -geometry 930x2100+$((column * 960 + 10))+20 -file "$folder/text" >/dev/null 2>&1 &
   children+=($!)
 done
