@@ -28,7 +28,7 @@ for entry in entries:
     command = re.sub(r" -include \S*cmake_pch\S*", "", entry["command"])
     command = re.sub(r" -Winvalid-pch", "", command)
     entry["command"] = re.sub(r"^.*?ccache ", "", command) + (
-        " -Wno-unknown-warning-option -Wno-deprecated-declarations")
+        " -Wno-unknown-warning-option -Wno-deprecated-declarations -Wno-keyword-macro")
 json.dump([e for e in entries if "cmake_pch" not in e["file"]], open(sys.argv[1], "w"))
 PYTHON
 mapfile -t sources < <(

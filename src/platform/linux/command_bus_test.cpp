@@ -72,7 +72,7 @@ TEST(CommandBusProbe, DISABLED_Role) {
   std::shared_ptr<TaskRunner> main(&loop, [](TaskRunner*) {});
   Joined joined(request({role}));
   if (!joined.isOwner()) return;
-  joined.bus->serve(main, {.run = [&](BusRequest, auto) { tell("begun"); }});
+  joined.bus->serve(main, {.run = [&](const BusRequest&, auto&&) { tell("begun"); }});
   tell("owner");
   loop.runFor(std::chrono::seconds(60));
 }
@@ -96,7 +96,7 @@ TEST_F(CommandBusTest, OfFiveAtOnceOneIsOwnerAndDoesTheOthersCommands) {
       }
       EXPECT_EQ(owner, nullptr) << "two owners";
       owner = std::move(joined.bus);
-      owner->serve(main, {.run = [&](BusRequest what, auto finish) {
+      owner->serve(main, {.run = [&](const BusRequest& what, auto&& finish) {
                      seen.push_back(what);
                      finish({7, "out " + what.arguments[0], "err\xFE"});
                    }});
@@ -136,7 +136,7 @@ TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
         ++forwarded;
         continue;
       }
-      joined.bus->serve(runner, {.run = [&](BusRequest other, auto finish) {
+      joined.bus->serve(runner, {.run = [&](const BusRequest& other, auto&& finish) {
                           execute(other.arguments[0]);
                           finish({0, other.arguments[0], {}});
                         }});
@@ -184,8 +184,10 @@ TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
   ASSERT_TRUE(owner.isOwner());
   int gone = 0;
   CommandBus::Done late;
-  owner.bus->serve(main, {.run = [&](BusRequest, auto finish) { late = std::move(finish); },
-                          .askerGone = [&] { ++gone; }});
+  owner.bus->serve(main,
+                   {.run = [&](const BusRequest&,
+                               auto&& finish) { late = std::forward<decltype(finish)>(finish); },
+                    .askerGone = [&] { ++gone; }});
   {
     auto asker = probe("asker");
     ASSERT_TRUE(loop.runUntil([&] { return late != nullptr; }));
@@ -202,7 +204,9 @@ TEST_F(CommandBusTest, AnOwnerThatEndsAnswersWhatItHasTaken) {
   std::optional<Joined> owner(std::in_place, request({}));
   ASSERT_TRUE(owner->isOwner());
   std::vector<CommandBus::Done> waiting;
-  const auto keep = [&](BusRequest, auto finish) { waiting.push_back(std::move(finish)); };
+  const auto keep = [&](const BusRequest&, auto&& finish) {
+    waiting.push_back(std::forward<decltype(finish)>(finish));
+  };
   owner->bus->serve(main, {.run = keep});
   auto slow = joinMeanwhile(request({"slow"}));
   ASSERT_TRUE(loop.runUntil([&] { return waiting.size() == 1; }));
@@ -248,8 +252,9 @@ TEST_F(CommandBusTest, CommandsThatComeBeforeAnybodyServesAreKept) {
   ASSERT_TRUE(owner.isOwner());
   auto early = joinMeanwhile(request({"early"}));
   loop.runFor(milliseconds(100));
-  owner.bus->serve(
-      main, {.run = [](BusRequest what, auto finish) { finish({0, what.arguments[0], {}}); }});
+  owner.bus->serve(main, {.run = [](const BusRequest& what, auto&& finish) {
+                     finish({0, what.arguments[0], {}});
+                   }});
   ASSERT_TRUE(
       loop.runUntil([&] { return early.wait_for(milliseconds(0)) == std::future_status::ready; }));
   EXPECT_EQ(early.get().started.reply.output, "early");

@@ -85,7 +85,7 @@ class LinuxFileContent final : public FileContent {
 
   [[nodiscard]] int number() const { return file_.number(); }
 
-  Result<FileStatus> status() const override {
+  [[nodiscard]] Result<FileStatus> status() const override {
     struct stat found{};
     VT_TRY(answer(::fstat(number(), &found)));
     return statusOf(found);

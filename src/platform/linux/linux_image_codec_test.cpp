@@ -8,6 +8,7 @@
 #include <random>
 
 // The HEVC encoder keeps a few buffers for ever.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): the sanitizer's name
 extern "C" const char* __lsan_default_suppressions() { return "leak:libx265\n"; }
 
 namespace vantorel {
@@ -199,7 +200,8 @@ TEST(LinuxImageCodecTest, IndexedPNGFilesKeepColoursAndTransparency) {
     EXPECT_EQ(number(chunks(png).at("pHYs"), 0), 2835U) << "72 dots per inch";
     const Image expected = painted(image.size, PixelFormat::bgraPremultiplied, [&](int x, int y) {
       const auto [red, green, blue, alpha] =
-          image.palette[image.indices[static_cast<std::size_t>(y * 61 + x)]];
+          image.palette[image.indices[static_cast<std::size_t>(y) * 61 +
+                                      static_cast<std::size_t>(x)]];
       return static_cast<std::uint32_t>(alpha) << 24 | static_cast<std::uint32_t>(red) << 16 |
              static_cast<std::uint32_t>(green) << 8 | blue;
     });
@@ -230,7 +232,7 @@ TEST(LinuxImageCodecTest, LossyFormatsComeBackAlikeInTheirSizeAndWithTheirTransp
       if (format == ExportFormat::jpeg) {
         EXPECT_EQ(through.format(), PixelFormat::bgrx);
         // Blue 200 at alpha 96 of 255, over white.
-        EXPECT_NEAR(through.row(0)[0], 200 * 96 / 255 + 159, 12);
+        EXPECT_NEAR(through.row(0)[0], 200.0 * 96 / 255 + 159, 12);
       } else {
         EXPECT_EQ(through.format(), PixelFormat::bgraPremultiplied);
         EXPECT_NEAR(through.row(0)[3], 0x60, 6);

@@ -36,7 +36,7 @@ TEST(SerialQueuesTest, EachQueueKeepsItsOrderWhileOthersRunBesideIt) {
   std::vector<std::pair<int, int>> seen;
   constexpr int posters = 3;
   constexpr int each = 2000;
-  std::latch allSeen(posters * each);
+  std::latch allSeen(std::ptrdiff_t{posters} * each);
   {
     std::vector<std::jthread> threads;
     for (int poster = 0; poster < posters; ++poster) {

@@ -47,7 +47,7 @@ class X11HotKeys::Registration final : public HotKeyRegistration {
   std::uint64_t id_;
 };
 
-X11HotKeys::X11HotKeys(const std::string& display, std::shared_ptr<TaskRunner> main)
+X11HotKeys::X11HotKeys(const std::string& display, const std::shared_ptr<TaskRunner>& main)
     : shared_(std::make_shared<Shared>()) {
   shared_->main = main;
   const auto tell = [main, weak = std::weak_ptr<Shared>(shared_)](

@@ -16,7 +16,7 @@ namespace vantorel {
 class X11HotKeys final : public HotKeys {
  public:
   /// Connects at the first registration.
-  X11HotKeys(const std::string& display, std::shared_ptr<TaskRunner> main);
+  X11HotKeys(const std::string& display, const std::shared_ptr<TaskRunner>& main);
   ~X11HotKeys() override;
 
   [[nodiscard]] bool areAvailable() const override { return true; }
