@@ -91,7 +91,8 @@ class LinuxFileContent final : public FileContent {
     return statusOf(found);
   }
 
-  Result<std::string> read(std::uint64_t offset, std::uint64_t length) const override try {
+  [[nodiscard]] Result<std::string> read(std::uint64_t offset, std::uint64_t length) const override
+      try {
     std::string bytes;
     while (bytes.size() < length) {
       const std::size_t size = bytes.size();
