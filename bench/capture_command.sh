@@ -5,26 +5,7 @@
 set -euo pipefail
 program=$(realpath "${1:-build/release/bin/vantorel}")
 rounds=${2:-11}
-folder=$(mktemp -d "${TMPDIR:-/var/tmp}/vantorel-bench.XXXXXX")
-mkdir -p "$folder/run" && chmod 700 "$folder/run"
-export HOME=$folder XDG_RUNTIME_DIR=$folder/run LC_ALL=C.UTF-8
-children=()
-finish() {
-  for child in "${children[@]}"; do kill "$child" 2>/dev/null || true; done
-  wait 2>/dev/null || true
-  rm -rf "$folder"
-}
-trap finish EXIT
-
-mkfifo "$folder/display"
-Xvfb -displayfd 3 -screen 0 3840x2160x24 -nolisten tcp -noreset 3>"$folder/display" 2>/dev/null &
-children+=($!)
-read -r number <"$folder/display"
-export DISPLAY=:$number
-dbus-daemon --session --fork --print-address=1 --print-pid=1 >"$folder/bus"
-{ read -r DBUS_SESSION_BUS_ADDRESS && read -r bus; } <"$folder/bus"
-children+=("$bus")
-export DBUS_SESSION_BUS_ADDRESS
+. "$(dirname "$0")/private_desktop.sh"
 
 # A text-rich screen: what people take pictures of.
 xsetroot -mod 24 24 -fg '#30506a' -bg '#2d4a66'

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Every benchmark: the programs built from bench/, then the whole command against scrot.
+# Every benchmark: the programs built from bench/, then whole commands.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 for program in build/release/bin/*_bench; do
   [ -x "$program" ] && "$program"
 done
 bench/capture_command.sh build/release/bin/vantorel
+bench/tray_start.sh build/release/bin/vantorel
