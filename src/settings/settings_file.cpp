@@ -22,8 +22,8 @@ constexpr std::uint64_t largestFile = 16 << 20;
 
 /// Moves a file that makes no sense out of the way, under a name of its own.
 Result<Path> setAside(Files& files, const Path& file) {
-  const Path aside = file.parent_path() / fmt::format("{}-{}.unreadable.json", file.stem().string(),
-                                                      randomID().substr(0, 8));
+  Path aside = file.parent_path() /
+               fmt::format("{}-{}.unreadable.json", file.stem().string(), randomID().substr(0, 8));
   VT_TRY(files.moveNew(file, aside));
   return aside;
 }

@@ -14,7 +14,6 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 constexpr const char* path = "/config/settings.json";
 

@@ -278,10 +278,9 @@ void X11Session::handle(const xcb_generic_event_t& event) {
   if (type == XCB_PROPERTY_NOTIFY) {
     const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
     if (change.atom == atom(XAtom::resourceManager)) monitorsAreStale_ = true;
-  } else if (type == XCB_CONFIGURE_NOTIFY) {
-    monitorsAreStale_ = true;
-  } else if (randrEvent_ && (type == *randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
-                             type == *randrEvent_ + XCB_RANDR_NOTIFY)) {
+  } else if (type == XCB_CONFIGURE_NOTIFY ||
+             (randrEvent_ && (type == *randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
+                              type == *randrEvent_ + XCB_RANDR_NOTIFY))) {
     monitorsAreStale_ = true;
   }
 }

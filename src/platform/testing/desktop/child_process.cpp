@@ -54,7 +54,7 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments, const ChildEnviro
   for (auto& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   std::vector<std::string> lines;
-  for (const auto& [key, value] : environment) lines.push_back(key + "=" + value);
+  for (const auto& [key, value] : environment) lines.push_back(fmt::format("{}={}", key, value));
   std::vector<char*> envp;
   for (auto& line : lines) envp.push_back(line.data());
   envp.push_back(nullptr);
