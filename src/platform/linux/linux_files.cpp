@@ -309,7 +309,10 @@ Result<void> LinuxFiles::makeFolder(const Path& folder, Privacy privacy) {
   }
   const Path above =
       folder.has_filename() ? folder.parent_path() : folder.parent_path().parent_path();
+  // Some file systems say so of a new name in a folder that is there.
+  struct stat found{};
   if (errno != ENOENT || above.empty() || above == folder) return lastSystemFailure();
+  if (::stat(above.c_str(), &found) == 0) return systemFailure(ENOENT);
   VT_TRY(makeFolder(above, privacy));
   return makeFolder(folder, privacy);
 }
