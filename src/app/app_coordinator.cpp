@@ -377,9 +377,26 @@ void AppCoordinator::tellUnfinishedAtLastQuit() {
   services_.alerts->notify("Vantorel", QuitFilingNote::unfinishedAtLastQuit(items));
 }
 
+void AppCoordinator::quit() {
+  if (services_.stopMoving) services_.stopMoving();
+  termination_.request();
+}
+
 void AppCoordinator::terminateWhenSaved() {
   if (std::exchange(quitSaving_, true)) return;
   stills_->cancel();
+  if (!services_.whenMovingStopped) return saveAndTerminate();
+  // The next launch finds what a move has begun, so a disk that hangs need not hold up the quit for
+  // longer than anything else does.
+  auto goOn = std::make_shared<bool>(false);
+  const auto once = alive_.guard([this, goOn] {
+    if (!std::exchange(*goOn, true)) saveAndTerminate();
+  });
+  services_.whenMovingStopped(once);
+  services_.main->postAfter(QuitFilingDeadline::length, once);
+}
+
+void AppCoordinator::saveAndTerminate() {
   services_.store->flush(alive_.guard([this](Result<void> saved) {
     if (!saved && !services_.store->indexRefusal())
       logError("Quit", "the index could not be saved: {}", saved.error().reason);

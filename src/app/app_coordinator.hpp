@@ -51,6 +51,11 @@ class AppCoordinator {
     std::function<void(bool visible)> showStatusItem;
     std::function<void()> statusMenuChanged;
 
+    /// Told when the user quits: long work that can go on later comes to a stop.
+    std::function<void()> stopMoving;
+    /// Calls back when such work has come to its stop.
+    std::function<void(std::move_only_function<void()>)> whenMovingStopped;
+
     std::function<bool()> relaunch;
     std::function<void()> terminate;  ///< ends the main loop; everything is on disk by then
   };
@@ -79,7 +84,7 @@ class AppCoordinator {
   [[nodiscard]] std::vector<StatusMenuItem> statusMenu();
 
   /// Quits when everything is filed.
-  void quit() { termination_.request(); }
+  void quit();
   [[nodiscard]] bool isQuitting() const { return termination_.isInProgress(); }
 
   [[nodiscard]] CaptureExclusivityArbiter& arbiter() { return arbiter_; }
@@ -102,6 +107,7 @@ class AppCoordinator {
   [[nodiscard]] std::optional<HotKeySpec> bindingOf(ShortcutID id) const;
   [[nodiscard]] std::function<void()> actionOf(ShortcutID id);
   void terminateWhenSaved();
+  void saveAndTerminate();
   void tellUnfinishedAtLastQuit();
 
   Services services_;

@@ -107,6 +107,11 @@ class Session {
     services.overlay = [this] { return &overlay; };
     services.showStatusItem = [this](bool visible) { iconVisible = visible; };
     services.statusMenuChanged = [] {};
+    services.stopMoving = [this] { moveIsToStop = true; };
+    services.whenMovingStopped = [this](std::move_only_function<void()> go) {
+      if (!isMoving) return go();
+      moveStopped = std::move(go);
+    };
     services.relaunch = [] { return false; };
     services.terminate = [this] { terminated = true; };
     app = std::make_unique<AppCoordinator>(std::move(services));
@@ -163,6 +168,9 @@ class Session {
   std::vector<std::optional<CaptureReply>> replies;
   std::optional<int> recovered;
   bool terminated = false;
+  bool isMoving = false;
+  bool moveIsToStop = false;
+  std::move_only_function<void()> moveStopped;
   bool iconVisible = false;
 };
 
@@ -287,6 +295,20 @@ TEST_F(AppCoordinatorTest, SecondCommandIsRefusedAndQuittingTurnsAllAway) {
   run->app->pendingArchiveWork().end(ticket);
   run->runners.advance(5s);
   EXPECT_TRUE(run->terminated);
+}
+
+TEST_F(AppCoordinatorTest, AQuitWaitsForAMoveToStopButNotForEver) {
+  for (const bool stops : {true, false}) {
+    restart();
+    run->isMoving = true;
+    run->app->quit();
+    run->runners.advance(60s);
+    EXPECT_TRUE(run->moveIsToStop);
+    EXPECT_FALSE(run->terminated);
+    if (stops) run->moveStopped();
+    run->runners.advance(stops ? 1s : 61s);
+    EXPECT_TRUE(run->terminated);
+  }
 }
 
 TEST_F(AppCoordinatorTest, AStuckServiceIsGivenUpAndItsLateAnswerDiscarded) {

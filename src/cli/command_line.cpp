@@ -204,7 +204,8 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = command::Quit{};
   } else if (library.isChosen()) {
     command::Library what;
-    if (const std::string problem = library.read(what); !problem.empty()) return usage(problem);
+    if (const std::string problem = library.read(what, folder); !problem.empty())
+      return usage(problem);
     line.command = std::move(what);
   } else if (auto change = settings.chosen()) {
     if (const std::string problem = settings.problem(); !problem.empty()) return usage(problem);

@@ -91,6 +91,8 @@ TEST(CommandLineTest, LibraryCommandsAreReadWhole) {
   EXPECT_TRUE(collect.makesCollection);
   EXPECT_EQ(collect.collection, "Box");
   EXPECT_THAT(collect.ids, testing::ElementsAre("AB", "latest"));
+  EXPECT_EQ(library({"relocate", "../bob/shots/"}).folder, "/home/bob/shots");
+  EXPECT_EQ(library({"relocate", "/media/stick"}).folder, "/media/stick");
 }
 
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
@@ -116,6 +118,8 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"displays", "surplus"}, "surplus"},
       {{"library"}, "subcommand is required"},
       {{"library", "trash"}, "ids is required"},
+      {{"library", "relocate"}, "folder is required"},
+      {{"library", "relocate", ""}, "relocate needs the name of a folder"},
       {{"library", "list", "--medium", "film"}, "film not in"},
       {{"library", "list", "--since", "2026-02-30"}, "--since must be"},
       {{"library", "list", "--before", "-3d"}, "--before must be"},

@@ -116,6 +116,38 @@ void addUnsaved(CommandReply& reply, const std::optional<std::string>& reason) {
   reply.error += fmt::format("The library's index could not be saved: {}.\n", *reason);
 }
 
+CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool json) {
+  CommandReply reply;
+  const auto alert = RelocationReport::alert(outcome);
+  if (alert) {
+    reply.status = outcome.stoppedForQuit && !outcome.indexNotSaved ? ExitStatus::cancelled
+                                                                    : ExitStatus::failed;
+    reply.error = alert->text + "\n";
+  }
+  if (!json) {
+    if (!alert || outcome.moved > 0) {
+      reply.output =
+          fmt::format("{} moved to {}\n", captureCount(outcome.moved), inOneCell(folder.string()));
+    }
+    return reply;
+  }
+  json::Writer writer;
+  writer.beginObject();
+  writer.key("folder");
+  writer.value(folder.string());
+  for (const auto& [key, count] :
+       {std::pair("moved", outcome.moved), std::pair("failed", outcome.failed),
+        std::pair("notMoved", outcome.notMoved)}) {
+    writer.key(key);
+    writer.value(count);
+  }
+  writer.key("stopped");
+  writer.value(outcome.stoppedForQuit);
+  writer.endObject();
+  reply.output = writer.take() + "\n";
+  return reply;
+}
+
 }  // namespace
 
 void LibraryCommands::run(command::Library what, bool json, CommandDone done) {
@@ -136,6 +168,7 @@ Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names
 
 void LibraryCommands::runNow(const command::Library& what, bool json, CommandDone done) {
   HistoryStore& store = *services_.store;
+  if (what.verb == Verb::relocate) return relocate(what.folder, json, std::move(done));
   // Another process's library, or one that cannot be read, is not an empty one.
   if (const auto refusal = store.indexRefusal()) {
     return done(failedReply(fmt::format("The library can't be used now: {}", *refusal)));
@@ -181,6 +214,7 @@ void LibraryCommands::runNow(const command::Library& what, bool json, CommandDon
     case Verb::forget: return forget(*entries, json, {}, std::move(done));
     case Verb::prune: return prune(json, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
+    case Verb::relocate: break;
     case Verb::verify: return services_.verify->run(what.repairs, json, std::move(done));
   }
   std::unreachable();
@@ -321,6 +355,23 @@ void LibraryCommands::forget(const EntryList& entries, bool json, std::string re
         }
         done(std::move(reply));
       });
+}
+
+void LibraryCommands::stop() {
+  services_.verify->stop();
+  // A move that nobody here asked for goes on.
+  if (moves_ > 0) services_.move->stop();
+}
+
+void LibraryCommands::relocate(const Path& folder, bool json, CommandDone done) {
+  ++moves_;
+  services_.move->moveTo(
+      folder, services_.showMoving,
+      alive_.guard([this, folder, json, done = std::move(done)](
+                       const std::expected<RelocationOutcome, std::string>& outcome) mutable {
+        --moves_;
+        done(outcome ? replyTo(*outcome, folder, json) : failedReply(outcome.error()));
+      }));
 }
 
 void LibraryCommands::prune(bool json, CommandDone done) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "app/library_move.hpp"
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
@@ -29,6 +30,10 @@ class LibraryCommands {
     HistoryStore* store = nullptr;
     HistoryDeletion* deletion = nullptr;
     LibraryVerify* verify = nullptr;
+    LibraryMove* move = nullptr;
+
+    /// Shows how far a move has come, on any thread; empty where nobody looks.
+    HistoryRelocation::Progress showMoving;
 
     /// Calls back when the library is loaded and what an earlier run left is cleared up.
     std::function<void(std::move_only_function<void()>)> whenReady;
@@ -39,8 +44,8 @@ class LibraryCommands {
   /// Calls `done` once, when what was changed is on disk.
   void run(command::Library what, bool json, CommandDone done);
 
-  /// Ends long work that changes nothing.
-  void stop() { services_.verify->stop(); }
+  /// Ends long work that may end anywhere.
+  void stop();
 
  private:
   using Change = std::function<Result<void>(const std::string& id)>;
@@ -54,9 +59,11 @@ class LibraryCommands {
   void undo(bool json, CommandDone done);
   void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
   void prune(bool json, CommandDone done);
+  void relocate(const Path& folder, bool json, CommandDone done);
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 
   Services services_;
+  int moves_ = 0;  // that commands wait for
   Alive alive_;
 };
 

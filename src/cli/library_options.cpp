@@ -86,13 +86,26 @@ LibraryOptions::LibraryOptions(CLI::App& app)
       ->add_flag("--repair", given_.repairs,
                  "file captures without an entry, forget entries without a file, move originals "
                  "nobody needs to the Trash, remove temporaries");
+  CLI::App* const relocate =
+      verb(Verb::relocate, "Move the captures to another folder, for new ones too");
+  relocate->add_option("folder", folder_, "the folder; made when its last part is missing")
+      ->required();
+  relocate->footer(
+      "Moves what lies in the storage folder, and what an earlier move left behind. Files never\n"
+      "replace others: a name that is taken gets a number. Interrupted, it stops after some fifty\n"
+      "files; the same command again moves the rest.");
   for (CLI::App* const sub : library_->get_subcommands({})) sub->fallthrough();
 }
 
 bool LibraryOptions::isChosen() const { return library_->parsed(); }
 
-std::string LibraryOptions::read(command::Library& what) const {
+std::string LibraryOptions::read(command::Library& what, const Path& folder) const {
   what = given_;
+  if (what.verb == Verb::relocate) {
+    if (folder_.empty()) return "relocate needs the name of a folder";
+    what.folder = (folder / folder_).lexically_normal();
+    if (!what.folder.has_filename()) what.folder = what.folder.parent_path();
+  }
   if (what.verb == Verb::title) what.ids = {titled_};
   if (!medium_.empty()) what.medium = enumFromName<CaptureMedium>(medium_);
   if (starred_ || unstarred_) what.starred = starred_;

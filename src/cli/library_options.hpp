@@ -8,6 +8,7 @@
 
 #include "base/enum_names.hpp"
 #include "library/records/screenshot_entry.hpp"
+#include "platform/files.hpp"
 
 namespace CLI {
 class App;
@@ -34,6 +35,7 @@ struct Library {
     prune,
     collections,
     verify,
+    relocate,
   };
 
   /// A moment, or how long before now it was.
@@ -54,6 +56,7 @@ struct Library {
   std::optional<When> before{};
   std::size_t limit = SIZE_MAX;
   bool repairs = false;  ///< of `verify`
+  Path folder{};         ///< of `relocate`; absolute
 };
 
 }  // namespace command
@@ -75,6 +78,7 @@ inline constexpr auto enumNames<command::Library::Verb> =
         {command::Library::Verb::prune, "prune"},
         {command::Library::Verb::collections, "collections"},
         {command::Library::Verb::verify, "verify"},
+        {command::Library::Verb::relocate, "relocate"},
     });
 
 /// "library" on the command line. The parser lives in `app` and writes here, so this must not move.
@@ -87,8 +91,9 @@ class LibraryOptions {
   /// After parsing: true when "library" was given.
   [[nodiscard]] bool isChosen() const;
 
-  /// Fills `what`; answers what is wrong with the options, or nothing.
-  [[nodiscard]] std::string read(command::Library& what) const;
+  /// Fills `what`, with names of files that start in `folder`; answers what is wrong with the
+  /// options, or nothing.
+  [[nodiscard]] std::string read(command::Library& what, const Path& folder) const;
 
  private:
   CLI::App* verb(command::Library::Verb verb, const char* words);
@@ -96,6 +101,7 @@ class LibraryOptions {
   CLI::App* library_;
   command::Library given_;
   std::string titled_;  // the id that "title" names
+  std::string folder_;
   std::string medium_;
   std::string since_;
   std::string before_;

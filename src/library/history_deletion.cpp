@@ -130,6 +130,8 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
                services_.isExporting(*entry)) {
       sweep.failures.push_back(
           {id, "a Studio project can't be deleted while it exports. Stop its export first"});
+    } else if (services_.isMoving && services_.isMoving(id)) {
+      sweep.failures.push_back({id, "its file is being moved to another folder. Try again"});
     } else {
       going.push_back(entry);
     }

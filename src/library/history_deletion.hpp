@@ -56,6 +56,8 @@ class HistoryDeletion {
     std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
     /// Whether a Studio project is being exported now; may be empty.
     std::function<bool(const ScreenshotEntry&)> isExporting;
+    /// Whether the entry's files are being moved to another folder now; may be empty.
+    std::function<bool(const std::string& id)> isMoving = {};
   };
 
   explicit HistoryDeletion(Services services);

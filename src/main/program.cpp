@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include "app/library_move.hpp"
 #include "base/log.hpp"
+#include "library/history_relocation.hpp"
 #include "library/history_retention.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
@@ -90,7 +92,18 @@ struct Program::Parts {
                   .clock = *clock,
                   .main = main,
                   .work = queues.queue("com.hollen.Vantorel.trash"),
-                  .isExporting = {}}),
+                  .isExporting = {},
+                  .isMoving = [this](const std::string& id) { return relocation.isMoving(id); }}),
+        relocation({.store = store,
+                    .files = *files,
+                    .main = main,
+                    .work = queues.queue("com.hollen.Vantorel.library"),
+                    .claim =
+                        [this](const std::string& id) {
+                          return !deletion.deletionsInFlight().contains(id) &&
+                                 coordinator->rewrites().begin(id);
+                        },
+                    .release = [this](const std::string& id) { coordinator->rewrites().end(id); }}),
         retention(store, deletion, *clock, main) {
     if (ui == nullptr) {
       alerts = std::make_unique<TerminalAlerts>();
@@ -125,6 +138,16 @@ struct Program::Parts {
                                    .pendingWork = &coordinator->pendingArchiveWork(),
                                    .surfaces = &coordinator->surfaces(),
                                    .draw = sceneDrawing(files, codec)});
+    libraryMove = std::make_unique<LibraryMove>(LibraryMove::Services{
+        .main = main,
+        .work = queues.queue("com.hollen.Vantorel.library"),
+        .files = files,
+        .relocation = &relocation,
+        .settings = &settings,
+        .defaults = &settingsFile,
+        .alerts = alerts.get(),
+        .usualFolder = folders.captures,
+        .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
     libraryVerify = std::make_unique<LibraryVerify>(LibraryVerify::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
@@ -152,6 +175,8 @@ struct Program::Parts {
         .store = &store,
         .deletion = &deletion,
         .verify = libraryVerify.get(),
+        .move = libraryMove.get(),
+        .showMoving = ui == nullptr ? showMoveProgress() : nullptr,
         .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
@@ -181,6 +206,10 @@ struct Program::Parts {
     all.redactedOriginals = store.paths().redactedOriginals();
     all.defaultCaptures = folders.captures;
     all.hotKeys = desktop.hotKeys.get();
+    all.stopMoving = [this] { libraryMove->stop(); };
+    all.whenMovingStopped = [this](std::move_only_function<void()> go) {
+      relocation.settle(std::move(go));
+    };
     all.relaunch = relaunch;
     all.terminate = std::move(terminate);
     if (ui == nullptr) {
@@ -208,9 +237,12 @@ struct Program::Parts {
   }
 
   void libraryLoaded() {
-    deletion.recover([this] {
-      isReady = true;
-      for (auto& go : std::exchange(waitingForLibrary, {})) go();
+    // Files that an earlier run moved are not gone: that must be known first.
+    relocation.recover([this] {
+      deletion.recover([this] {
+        isReady = true;
+        for (auto& go : std::exchange(waitingForLibrary, {})) go();
+      });
     });
   }
 
@@ -225,6 +257,7 @@ struct Program::Parts {
   // nothing else.
   void followSettings() {
     showCoverLook();
+    libraryMove->followSetting();
     whenReady([this] { retention.setPolicy(settings.values().retentionDays); });
     settingsObservation = settings.observe([this](std::string_view key) {
       if (key.starts_with("desktopCover")) showCoverLook();
@@ -250,6 +283,7 @@ struct Program::Parts {
   SettingsStore settings;
   HistoryStore store;
   HistoryDeletion deletion;
+  HistoryRelocation relocation;
   HistoryRetention retention;
   bool isReady = false;  // the library is loaded, and what an earlier run left is cleared up
   std::vector<std::move_only_function<void()>> waitingForLibrary;
@@ -257,6 +291,7 @@ struct Program::Parts {
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<CaptureRewriter> rewriter;
   std::unique_ptr<CaptureAnnotator> annotator;
+  std::unique_ptr<LibraryMove> libraryMove;
   std::unique_ptr<LibraryVerify> libraryVerify;
   std::unique_ptr<LibraryCommands> libraryCommands;
   std::unique_ptr<CommandRunner> commands;

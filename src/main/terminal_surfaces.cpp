@@ -29,11 +29,23 @@ void TerminalAlerts::notify(std::string title, std::string body) {
   logInfo("Alert", "{}: {}", title, body);
 }
 
-std::function<void(std::size_t, std::size_t)> showCheckProgress() {
+namespace {
+
+std::function<void(std::size_t, std::size_t)> showProgress(const char* words) {
   if (isatty(STDERR_FILENO) == 0) return nullptr;
-  return [](std::size_t done, std::size_t total) {
-    std::fprintf(stderr, "\r%zu of %zu captures%s", done, total, done == total ? "\n" : "");
+  return [words](std::size_t done, std::size_t total) {
+    std::fprintf(stderr, "\r%zu of %zu %s%s", done, total, words, done == total ? "\n" : "");
   };
+}
+
+}  // namespace
+
+std::function<void(std::size_t, std::size_t)> showCheckProgress() {
+  return showProgress("captures");
+}
+
+std::function<void(std::size_t, std::size_t)> showMoveProgress() {
+  return showProgress("files moved");
 }
 
 }  // namespace vantorel

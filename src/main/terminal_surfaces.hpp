@@ -32,4 +32,7 @@ class TerminalAlerts final : public Alerts {
 /// terminal.
 [[nodiscard]] std::function<void(std::size_t done, std::size_t total)> showCheckProgress();
 
+/// The same for a move of the library.
+[[nodiscard]] std::function<void(std::size_t done, std::size_t total)> showMoveProgress();
+
 }  // namespace vantorel

@@ -125,6 +125,11 @@ class Files {
   /// between file systems or where the file system has no hard links.
   [[nodiscard]] virtual Result<void> linkNew(const Path& from, const Path& to) = 0;
 
+  /// Copies the regular file `from` to the new file `to`, on whatever file system: content, extended
+  /// attributes where `to`'s file system keeps them, permissions and modification time. Flushed;
+  /// `exists` when `to` is there, and on any other failure nothing is left under `to`.
+  [[nodiscard]] virtual Result<void> copyNew(const Path& from, const Path& to) = 0;
+
   /// Removes a file or an empty folder; `notFound` when there is none.
   [[nodiscard]] virtual Result<void> remove(const Path& path) = 0;
 

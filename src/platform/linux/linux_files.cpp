@@ -7,8 +7,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <stdexcept>
 
@@ -210,6 +212,30 @@ std::unexpected<Failure> attributeFailure() {
   return lastSystemFailure();
 }
 
+/// The user's attributes of an open file on another; a file system that keeps none is no failure.
+Result<void> copyAttributes(int from, int to) {
+  std::string names;
+  for (ssize_t size = 0; (size = ::flistxattr(from, nullptr, 0)) > 0;) {
+    names.resize(static_cast<std::size_t>(size));
+    const ssize_t got = ::flistxattr(from, names.data(), names.size());
+    if (got == -1 && errno == ERANGE) continue;  // they grew in between
+    names.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    break;
+  }
+  for (std::size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
+    const char* const name = &names[at];
+    if (!std::string_view(name).starts_with("user.")) continue;
+    std::string value(std::size_t{64} << 10, '\0');  // the largest there is
+    const ssize_t size = ::fgetxattr(from, name, value.data(), value.size());
+    if (size == -1 && errno == ENODATA) continue;
+    VT_TRY(answer(static_cast<int>(std::min<ssize_t>(size, 0))));
+    if (::fsetxattr(to, name, value.data(), static_cast<std::size_t>(size), 0) == 0) continue;
+    if (errno == EOPNOTSUPP) return {};
+    return lastSystemFailure();
+  }
+  return {};
+}
+
 class LinuxFileLock final : public FileLock {
  public:
   explicit LinuxFileLock(FileDescriptor file) : file_(std::move(file)) {}
@@ -283,7 +309,10 @@ Result<void> LinuxFiles::makeFolder(const Path& folder, Privacy privacy) {
   }
   const Path above =
       folder.has_filename() ? folder.parent_path() : folder.parent_path().parent_path();
+  // Some file systems say so of a new name in a folder that is there.
+  struct stat found{};
   if (errno != ENOENT || above.empty() || above == folder) return lastSystemFailure();
+  if (::stat(above.c_str(), &found) == 0) return systemFailure(ENOENT);
   VT_TRY(makeFolder(above, privacy));
   return makeFolder(folder, privacy);
 }
@@ -364,6 +393,26 @@ Result<void> LinuxFiles::linkNew(const Path& from, const Path& to) {
   if (::link(from.c_str(), to.c_str()) == 0) return {};
   if (errno == EPERM || errno == EMLINK || errno == ENOSYS) return systemFailure(EOPNOTSUPP);
   return lastSystemFailure();
+}
+
+Result<void> LinuxFiles::copyNew(const Path& from, const Path& to) {
+  const LinuxFileContent source(VT_TRY(openFile(from, O_RDONLY | O_NONBLOCK | O_NOFOLLOW)));
+  struct stat status{};
+  VT_TRY(answer(::fstat(source.number(), &status)));
+  if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
+  FileDescriptor copy = VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
+  const auto write = [&]() -> Result<void> {
+    VT_TRY(copyRun(copy.number(), source, 0, static_cast<std::uint64_t>(status.st_size)));
+    VT_TRY(copyAttributes(source.number(), copy.number()));
+    VT_TRY(modeSet(::fchmod(copy.number(), status.st_mode & 0777U)));
+    const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
+    VT_TRY(modeSet(::futimens(copy.number(), times.data())));
+    VT_TRY(flushFile(copy.number()));
+    return answer(::close(copy.release()));
+  };
+  auto written = write();
+  if (!written) ::unlink(to.c_str());
+  return written;
 }
 
 Result<void> LinuxFiles::remove(const Path& path) {

@@ -24,6 +24,7 @@ class LinuxFiles final : public Files {
   Result<Tightening> makeOwnerOnly(const Path& path) override;
   Result<void> moveNew(const Path& from, const Path& to) override;
   Result<void> linkNew(const Path& from, const Path& to) override;
+  Result<void> copyNew(const Path& from, const Path& to) override;
   Result<void> remove(const Path& path) override;
   Result<void> flushFolder(const Path& folder) override;
   [[nodiscard]] Result<std::string> attribute(const Path& path,

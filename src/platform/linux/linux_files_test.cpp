@@ -280,6 +280,45 @@ TEST_F(LinuxFilesTest, KeepsAttributesOrSaysWhyNot) {
             FailureKind::unsupported);
 }
 
+TEST_F(LinuxFilesTest, ACopyIsTheFileAgainOnAnotherDisk) {
+  const Path path = folder / "take.mp4";
+  const Path elsewhere = Path("/dev/shm") / folder.filename();
+  std::string bytes(3 << 20, 'x');
+  for (std::size_t i = 0; i < bytes.size(); i += 7) bytes[i] = static_cast<char>(i);
+  ASSERT_TRUE(files.create(path, bytes, Privacy::ownerOnly, Durability::visible));
+  ASSERT_TRUE(files.setAttribute(path, "vantorel.capture", std::string("1\0x", 3)));
+  ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  const std::array<timespec, 2> times{timespec{1700000000, 1}, timespec{1600000000, 123456789}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times.data(), 0), 0);
+  const FileStatus before = files.status(path).value();
+
+  for (const Path& copy : {folder / "copy.mp4", elsewhere}) {
+    ASSERT_TRUE(files.copyNew(path, copy)) << copy;
+    EXPECT_TRUE(bytesOf(copy) == bytes);
+    EXPECT_EQ(kind(files.copyNew(path, copy)), FailureKind::exists);
+    const FileStatus after = files.status(copy).value();
+    EXPECT_EQ(after.modified, before.modified);
+    EXPECT_EQ(after.mode, 0640U);
+  }
+  EXPECT_EQ(files.attribute(folder / "copy.mp4", "vantorel.capture").value(),
+            std::string("1\0x", 3));
+  ASSERT_TRUE(files.remove(elsewhere));
+  std::filesystem::create_symlink(path, folder / "link");
+  EXPECT_TRUE(kind(files.copyNew(folder / "link", elsewhere)).has_value());
+  EXPECT_TRUE(kind(files.copyNew(folder, elsewhere)).has_value());
+
+  EXPECT_TRUE(kind(files.makeFolder("/proc/vantorel", Privacy::byUmask)).has_value());
+
+  // Half a copy is not left lying about.
+  if (!isSuperuser()) return;
+  const Path tiny = folder / "tiny";
+  ASSERT_TRUE(files.makeFolder(tiny, Privacy::byUmask));
+  ASSERT_EQ(::mount("tmpfs", tiny.c_str(), "tmpfs", 0, "size=64k"), 0);
+  EXPECT_EQ(kind(files.copyNew(path, tiny / "take.mp4")), FailureKind::noSpace);
+  EXPECT_TRUE(files.list(tiny).value().empty());
+  ASSERT_EQ(::umount(tiny.c_str()), 0);
+}
+
 TEST_F(LinuxFilesTest, ALockHasOneHolderAndDiesWithItsProcess) {
   const Path path = folder / "lock";
   {

@@ -173,13 +173,37 @@ Result<Tightening> FakeFiles::makeOwnerOnly(const Path& path) {
 
 Result<void> FakeFiles::moveNew(const Path& from, const Path& to) {
   VT_TRY(change());
-  const auto moved = VT_TRY(file(from));
+  const bool isFolder = folders.contains(from);
+  const auto moved = isFolder ? nullptr : VT_TRY(file(from));
   VT_TRY(parentExists(to));
-  if (disk.contains(to)) return failed(FailureKind::exists, "the file exists");
+  if (status(to)) return failed(FailureKind::exists, "the file exists");
   if (device(from) != device(to)) return failed(FailureKind::unsupported, "another file system");
+  if (isFolder) {
+    renameFolder(from, to);
+    return {};
+  }
   disk.erase(from);
   disk[to] = moved;
   return {};
+}
+
+void FakeFiles::renameFolder(const Path& from, const Path& to) {
+  const auto isInside = [&](const Path& path) {
+    return std::ranges::mismatch(from, path).in1 == from.end();
+  };
+  const auto renamed = [&](const Path& path) {
+    return path == from ? to : to / path.lexically_relative(from);
+  };
+  for (const std::set<Path> before = folders; const Path& folder : before) {
+    if (!isInside(folder)) continue;
+    folders.erase(folder);
+    folders.insert(renamed(folder));
+  }
+  for (const auto before = disk; const auto& [path, inner] : before) {
+    if (!isInside(path)) continue;
+    disk.erase(path);
+    disk[renamed(path)] = inner;
+  }
 }
 
 Result<void> FakeFiles::linkNew(const Path& from, const Path& to) {
@@ -191,6 +215,22 @@ Result<void> FakeFiles::linkNew(const Path& from, const Path& to) {
     return failed(FailureKind::unsupported, "no hard links");
   }
   disk[to] = linked;
+  return {};
+}
+
+// A copy that is stopped in the middle leaves half a file, as it does on a disk.
+Result<void> FakeFiles::copyNew(const Path& from, const Path& to) {
+  const auto source = VT_TRY(file(from));
+  VT_TRY(create(to, source->bytes.substr(0, source->bytes.size() / 2), Privacy::ownerOnly,
+                Durability::visible));
+  if (auto filled = change(); !filled) {
+    disk.erase(to);
+    return filled;
+  }
+  const FileStatus made = disk[to]->status;
+  *disk[to] = *source;
+  disk[to]->status.device = made.device;
+  disk[to]->status.inode = made.inode;
   return {};
 }
 

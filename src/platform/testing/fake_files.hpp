@@ -65,6 +65,7 @@ class FakeFiles final : public Files {
   Result<Tightening> makeOwnerOnly(const Path& path) override;
   Result<void> moveNew(const Path& from, const Path& to) override;
   Result<void> linkNew(const Path& from, const Path& to) override;
+  Result<void> copyNew(const Path& from, const Path& to) override;
   Result<void> remove(const Path& path) override;
   Result<void> flushFolder(const Path& folder) override;
   [[nodiscard]] Result<std::string> attribute(const Path& path,
@@ -78,6 +79,7 @@ class FakeFiles final : public Files {
   [[nodiscard]] Result<void> change();
   [[nodiscard]] Result<void> parentExists(const Path& path) const;
   [[nodiscard]] std::uint64_t device(const Path& path) const;
+  void renameFolder(const Path& from, const Path& to);
   [[nodiscard]] Result<std::shared_ptr<File>> file(const Path& path) const;
 
   std::uint64_t nextInode_ = 1;

@@ -1,0 +1,76 @@
+#include "app/library_move.hpp"
+
+#include <fmt/format.h>
+
+#include <optional>
+#include <utility>
+
+#include "base/log.hpp"
+#include "base/random_id.hpp"
+#include "base/utf8.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Makes sure that captures can be filed in a folder by doing it.
+Result<void> tryFolder(Files& files, const Path& folder) {
+  VT_TRY(prepareCaptureFolder(files, folder));
+  const Path probe = folder / fmt::format(".vantorel-{}.partial", randomID());
+  VT_TRY(files.create(probe, "", Privacy::ownerOnly, Durability::visible));
+  return files.remove(probe);
+}
+
+}  // namespace
+
+void LibraryMove::followSetting() {
+  storageFolder_ = services_.settings->values().storageDirectory;
+  observation_ = services_.settings->observe([this](std::string_view key) {
+    if (key == "storageDirectory") settingChanged();
+  });
+}
+
+void LibraryMove::settingChanged() {
+  const std::string& chosen = services_.settings->values().storageDirectory;
+  const std::string previous = std::exchange(storageFolder_, chosen);
+  if (previous == chosen || !services_.defaults->value("storageDirectory")) return;
+  services_.whenReady(alive_.guard([this, previous, chosen] {
+    services_.relocation->relocate(
+        {chosen, {previous, services_.usualFolder}}, {},
+        alive_.guard([this](const RelocationOutcome& outcome) { report(outcome); }));
+  }));
+}
+
+void LibraryMove::report(const RelocationOutcome& outcome) {
+  logInfo("History", "{} moved, {} failed, {} not moved", captureCount(outcome.moved),
+          outcome.failed, outcome.notMoved);
+  if (auto alert = RelocationReport::alert(outcome)) {
+    services_.alerts->notify(std::move(alert->title), std::move(alert->text));
+  }
+}
+
+void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress, Done done) {
+  if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
+  services_.work->post(
+      [files = services_.files, folder, main = services_.main,
+       reply = alive_.guard([this, folder, progress = std::move(progress),
+                             done = std::move(done)](const Result<void>& usable) mutable {
+         if (!usable) {
+           return done(
+               std::unexpected("The new folder can't be used: " + usable.error().reason + "."));
+         }
+         const std::string previous = services_.settings->values().storageDirectory;
+         storageFolder_ = folder.string();
+         services_.settings->set(&SettingsValues::storageDirectory, folder.string());
+         services_.relocation->relocate(
+             {folder, {previous, services_.usualFolder}}, std::move(progress),
+             [done = std::move(done)](RelocationOutcome outcome) mutable {
+               done(std::move(outcome));
+             });
+       })]() mutable {
+        main->post([usable = tryFolder(*files, folder), reply = std::move(reply)]() mutable {
+          reply(usable);
+        });
+      });
+}
+
+}  // namespace vantorel

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/alive.hpp"
+#include "base/observers.hpp"
+#include "base/task_runner.hpp"
+#include "library/history_relocation.hpp"
+#include "platform/alerts.hpp"
+#include "platform/defaults_store.hpp"
+#include "platform/files.hpp"
+#include "settings/settings_store.hpp"
+
+namespace vantorel {
+
+/// Moves the library when the user picks another folder for it: new captures go there at once, and
+/// those that are in the previous folder follow. Lives on the main runner.
+class LibraryMove {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< may block
+    std::shared_ptr<Files> files;
+    HistoryRelocation* relocation = nullptr;
+    SettingsStore* settings = nullptr;
+    const DefaultsStore* defaults = nullptr;  ///< what `settings` stands on
+    Alerts* alerts = nullptr;
+    Path usualFolder;  ///< takes captures when the chosen folder cannot
+
+    /// Calls back when the library is loaded and what an earlier run left is cleared up.
+    std::function<void(std::move_only_function<void()>)> whenReady;
+  };
+
+  explicit LibraryMove(Services services) : services_(std::move(services)) {}
+
+  /// From now on captures follow when the storage folder is changed in the settings, and the user
+  /// is told what did not move. A setting that falls back to its default moves nothing.
+  void followSetting();
+
+  /// What the move came to, or the sentence that says why nothing was begun.
+  using Done = std::move_only_function<void(std::expected<RelocationOutcome, std::string>)>;
+
+  /// Makes `folder` (absolute) the storage folder and moves the captures there. A folder that
+  /// cannot be written changes nothing. With the folder that is set already, what did not move
+  /// before is tried again. After `whenReady`.
+  void moveTo(const Path& folder, HistoryRelocation::Progress progress, Done done);
+
+  /// Ends moving after the batch that is under way.
+  void stop() { services_.relocation->stop(); }
+
+ private:
+  void settingChanged();
+  void report(const RelocationOutcome& outcome);
+
+  Services services_;
+  std::string storageFolder_;  // the one last seen in the settings
+  Observation observation_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

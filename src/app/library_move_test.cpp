@@ -1,0 +1,135 @@
+#include "app/library_move.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_alerts.hpp"
+#include "platform/testing/fake_defaults_store.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+SettingsValues usualValues() {
+  SettingsValues values;
+  values.storageDirectory = "/usual";
+  return values;
+}
+
+FakeDefaultsStore storedDefaults() {
+  FakeDefaultsStore defaults;
+  defaults.stored["storageDirectory"] = JSONValue{std::string("/old")};
+  return defaults;
+}
+
+class LibraryMoveTest : public testing::Test {
+ protected:
+  LibraryMoveTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    files->folders = {"/", "/old", "/new", "/usual"};
+    store.load([] {});
+    runners.run();
+    for (const char* const path : {"/old/a.png", "/usual/b.png"}) {
+      files->put(path, path);
+      ScreenshotEntry entry;
+      entry.id = path;
+      entry.path = path;
+      EXPECT_TRUE(store.add(entry).has_value());
+    }
+    runners.advance(1s);
+    move.followSetting();
+  }
+  ~LibraryMoveTest() override { setLogSink(std::move(formerSink)); }
+
+  std::expected<RelocationOutcome, std::string> movedTo(const Path& folder) {
+    std::optional<std::expected<RelocationOutcome, std::string>> answer;
+    move.moveTo(folder, {}, [&](auto outcome) { answer = std::move(outcome); });
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return answer.value_or(std::unexpected("no answer"));
+  }
+
+  void makeReady() {
+    isReady = true;
+    for (auto& go : std::exchange(waiting, {})) go();
+    runners.run();
+  }
+
+  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
+  FakeRunners runners;
+  FakeAlerts alerts;
+  FakeDefaultsStore defaults = storedDefaults();
+  SettingsStore settings{defaults, usualValues()};
+  LogSink formerSink;
+  HistoryStore store{{*files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/data", "/caches"}};
+  HistoryRelocation relocation{{store, *files, runners.main(), runners.runner("work"), {}, {}}};
+  bool isReady = true;
+  std::vector<std::move_only_function<void()>> waiting;
+  LibraryMove move{{.main = runners.main(),
+                    .work = runners.runner("work"),
+                    .files = files,
+                    .relocation = &relocation,
+                    .settings = &settings,
+                    .defaults = &defaults,
+                    .alerts = &alerts,
+                    .usualFolder = "/usual",
+                    .whenReady = [this](std::move_only_function<void()> go) {
+                      if (isReady) return go();
+                      waiting.push_back(std::move(go));
+                    }}};
+};
+
+TEST_F(LibraryMoveTest, CapturesFollowTheFolderTheUserChoosesAndNoOther) {
+  isReady = false;
+  defaults.changeOutside("storageDirectory", JSONValue{std::string("/new")});
+  runners.run();
+  EXPECT_EQ(files->text("/old/a.png"), "/old/a.png") << "moved before the library was ready";
+  makeReady();
+  EXPECT_EQ(files->text("/new/a.png"), "/old/a.png");
+  EXPECT_EQ(files->text("/new/b.png"), "/usual/b.png") << "the folder for want of a better one";
+  EXPECT_THAT(alerts.notices, IsEmpty());
+
+  // Resetting the settings leaves captures and the library alone.
+  settings.resetAll();
+  runners.run();
+  EXPECT_EQ(settings.values().storageDirectory, "/usual");
+  EXPECT_EQ(files->names("/new").size(), 2U);
+
+  // Nor does a folder that is not there take anything.
+  EXPECT_TRUE(settings.setFromText("storageDirectory", "/new").has_value());
+  EXPECT_TRUE(settings.setFromText("storageDirectory", "/no/where").has_value());
+  runners.run();
+  EXPECT_EQ(files->names("/new").size(), 2U);
+  EXPECT_THAT(alerts.notices,
+              ElementsAre("Captures weren't moved: 2 captures are still in the previous folder. "
+                          "The reason given: the new folder can't be used: the folder above it is "
+                          "missing."));
+}
+
+TEST_F(LibraryMoveTest, ACommandMovesOnceAndOnlyWhereFilesCanBe) {
+  EXPECT_EQ(movedTo("/no/where").error(),
+            "The new folder can't be used: the folder above it is missing.");
+  EXPECT_EQ(movedTo("/new/\xFF").error(), "The folder's name is not UTF-8.");
+  files->changesFail = FailureKind::denied;
+  EXPECT_THAT(movedTo("/new").error(), HasSubstr("The new folder can't be used"));
+  files->changesFail.reset();
+  EXPECT_EQ(settings.values().storageDirectory, "/old");
+
+  EXPECT_EQ(movedTo("/new")->moved, 2);
+  EXPECT_EQ(settings.values().storageDirectory, "/new");
+  EXPECT_THAT(files->names("/new"), ElementsAre("a.png", "b.png"));
+  EXPECT_EQ(movedTo("/new")->moved, 0);
+  EXPECT_FALSE(relocation.isRunning()) << "the changed setting moved them again";
+  EXPECT_THAT(alerts.notices, IsEmpty());
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// What tells a capture's file, or a package (a folder that is one capture), from another.
+struct FileMeasure {
+  std::uint64_t size = 0;  ///< bytes; of a package, those of all files in it
+  double modified = 0;     ///< seconds since 1970-01-01 UTC; of a package, the newest of its files
+  std::optional<std::int64_t> fileCount;  ///< of a package
+
+  /// Times may differ by two seconds: some file systems keep them no finer.
+  [[nodiscard]] bool isAs(const FileMeasure& other) const;
+};
+
+/// Fails for what cannot be moved: a link, or a package that holds something else than files and
+/// folders.
+[[nodiscard]] Result<FileMeasure> measureFile(const Files& files, const Path& path);
+
+/// True when `copy` holds, byte for byte, whatever there is of `original`.
+[[nodiscard]] bool holdsAllOf(const Files& files, const Path& copy, const Path& original);
+
+/// Removes a file or a package; fine when it is not there.
+[[nodiscard]] Result<void> removeFile(Files& files, const Path& path);
+
+enum class FileMove {
+  renamed,
+  copied,  ///< to another file system: the original is still there
+};
+
+/// Gives the file or package `from` the new name `to`; `exists` when there is something of that
+/// name. Between file systems it is copied under the name `temporary`, beside `to`, compared with
+/// the original and renamed; the original stays. A failure leaves the original alone and nothing
+/// under `to`. What an earlier attempt left under `temporary` is replaced.
+[[nodiscard]] Result<FileMove> moveFile(Files& files, const Path& from, const Path& to,
+                                        const Path& temporary);
+
+}  // namespace vantorel

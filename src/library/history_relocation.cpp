@@ -1,0 +1,305 @@
+#include "library/history_relocation.hpp"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "base/log.hpp"
+#include "library/file_move.hpp"
+#include "library/relocation_journal.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::string_view category = "History";
+
+enum class PairState { waiting, moved, failed, dropped };
+
+/// Removes what moves that were cut short left behind.
+void clearUp(Files& files, const RelocationJournal& journal,
+             const std::map<std::string, std::string>& moved) {
+  std::set<Path> folders;
+  for (const auto& pair : journal.pairs) folders.insert(Path(pair.newPath).parent_path());
+  std::vector<Path> surplus;
+  for (const Path& folder : folders) surplus.push_back(journal.temporaryIn(folder));
+  for (const auto& [oldPath, newPath] : moved) {
+    // A copy was made, and the original was still to go.
+    if (files.status(oldPath) && holdsAllOf(files, newPath, oldPath)) surplus.emplace_back(oldPath);
+  }
+  for (const Path& path : surplus) {
+    if (const auto removed = removeFile(files, path); !removed) {
+      logWarning(category, "{} could not be removed: {}", path.string(), removed.error().reason);
+    }
+  }
+}
+
+}  // namespace
+
+struct HistoryRelocation::Run {
+  Request request;
+  std::shared_ptr<RelocationMover> mover;
+  std::shared_ptr<RelocationStopFlag> flag;
+  RelocationMover::Plan plan;
+  std::vector<PairState> states;  // one for each of the plan's pairs
+  std::size_t next = 0;           // the first pair of the next batch
+  std::vector<std::size_t> dropped;
+  std::shared_ptr<std::size_t> tried = std::make_shared<std::size_t>(0);  // counted on `work`
+  RelocationOutcome outcome;
+
+  void fail(std::size_t pair, const std::string& reason) {
+    states[pair] = PairState::failed;
+    if (outcome.reason.empty()) outcome.reason = reason;
+  }
+
+  void count() {
+    for (const RelocationMover::Capture& capture : plan.captures) {
+      const auto has = [&](PairState state) {
+        return std::ranges::any_of(capture.pairs,
+                                   [&](std::size_t pair) { return states[pair] == state; });
+      };
+      if (plan.problem || !capture.problem.empty() || has(PairState::failed)) {
+        ++outcome.failed;
+        if (outcome.reason.empty()) outcome.reason = plan.problem.value_or(capture.problem);
+      } else if (has(PairState::waiting)) {
+        ++outcome.notMoved;
+      } else if (has(PairState::moved)) {
+        ++outcome.moved;
+      }
+    }
+  }
+};
+
+HistoryRelocation::HistoryRelocation(Services services) : services_(std::move(services)) {}
+
+HistoryRelocation::~HistoryRelocation() = default;
+
+void HistoryRelocation::relocate(RelocationTarget target, Progress progress, Done done) {
+  waiting_.push_back({std::move(target), std::move(progress), std::move(done)});
+  if (run_ == nullptr) startNext();
+}
+
+void HistoryRelocation::stop() {
+  if (run_ != nullptr) run_->flag->stopped = true;
+  for (Request& request : waiting_) request.isStopped = true;
+}
+
+void HistoryRelocation::settle(std::move_only_function<void()> done) {
+  if (run_ == nullptr) return done();
+  settling_.push_back(std::move(done));
+}
+
+void HistoryRelocation::startNext() {
+  if (waiting_.empty()) {
+    for (auto& done : std::exchange(settling_, {})) done();
+    return;
+  }
+  run_ = std::make_unique<Run>();
+  run_->request = std::move(waiting_.front());
+  waiting_.pop_front();
+  run_->mover = std::make_shared<RelocationMover>(services_.files, services_.store.paths());
+  run_->flag = std::make_shared<RelocationStopFlag>();
+  run_->flag->stopped = run_->request.isStopped;
+  if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) {
+    run_->outcome.refusal = RelocationRefusal::indexUnreadable;
+    return finish();
+  }
+  // What an earlier move left in the journal is judged by the entries, so they must be on disk.
+  services_.store.flush(alive_.guard([this](const Result<void>& saved) {
+    if (saved) return plan();
+    run_->outcome.indexNotSaved = saved.error().reason;
+    finish();
+  }));
+}
+
+void HistoryRelocation::plan() {
+  services_.work->post([mover = run_->mover, entries = services_.store.entries(),
+                        target = run_->request.target, main = services_.main,
+                        reply = alive_.guard([this](RelocationMover::Plan& plan) {
+                          planned(std::move(plan));
+                        })]() mutable {
+    main->post(
+        [plan = mover->plan(entries, target), reply = std::move(reply)]() mutable { reply(plan); });
+  });
+}
+
+void HistoryRelocation::planned(RelocationMover::Plan plan) {
+  run_->plan = std::move(plan);
+  run_->states.assign(run_->plan.oldPaths.size(), PairState::waiting);
+  run_->outcome.refusal = run_->plan.refusal;
+  if (run_->plan.refusal || run_->plan.problem) return finish();
+  nextBatch();
+}
+
+/// The pairs of the next batch whose entries could be claimed. A pair that no entry needs any more
+/// is dropped.
+std::vector<std::size_t> HistoryRelocation::claimBatch() {
+  const std::vector<std::string>& oldPaths = run_->plan.oldPaths;
+  const std::size_t end = std::min(run_->next + services_.batchSize, oldPaths.size());
+  std::unordered_map<std::string_view, std::vector<std::string>> users;
+  for (std::size_t pair = run_->next; pair < end; ++pair) users[oldPaths[pair]];
+  for (const EntryPointer& entry : services_.store.entries()) {
+    forEachPath(*entry, [&](const std::string& path) {
+      const auto found = users.find(path);
+      if (found != users.end()) found->second.push_back(entry->id);
+    });
+  }
+  const auto claim = [this](const std::string& id) {
+    if (claimed_.contains(id)) return true;
+    if (services_.claim && !services_.claim(id)) return false;
+    claimed_.insert(id);
+    return true;
+  };
+  std::vector<std::size_t> ready;
+  for (std::size_t pair = run_->next; pair < end; ++pair) {
+    const std::vector<std::string>& ids = users[oldPaths[pair]];
+    if (ids.empty()) {
+      run_->states[pair] = PairState::dropped;
+      run_->dropped.push_back(pair);
+    } else if (std::ranges::all_of(ids, claim)) {
+      ready.push_back(pair);
+    } else {
+      if (Path(oldPaths[pair]).extension() == ".vantorelstudio") {
+        logWarning(category, "a package's move could not be coordinated");
+      }
+      run_->fail(pair, "it is being changed");
+    }
+  }
+  run_->next = end;
+  return ready;
+}
+
+void HistoryRelocation::nextBatch() {
+  if (run_->next == run_->plan.oldPaths.size()) return finish();
+  std::function<void()> moving;
+  if (run_->request.progress) {
+    moving = [progress = run_->request.progress, tried = run_->tried,
+              total = run_->plan.oldPaths.size()] { progress(++*tried, total); };
+  }
+  services_.work->post([mover = run_->mover, flag = run_->flag, pairs = claimBatch(),
+                        moving = std::move(moving), main = services_.main,
+                        reply = alive_.guard([this](RelocationMover::Batch& batch) {
+                          landed(std::move(batch));
+                        })]() mutable {
+    main->post([batch = mover->move(pairs, *flag, moving), reply = std::move(reply)]() mutable {
+      reply(batch);
+    });
+  });
+}
+
+void HistoryRelocation::landed(RelocationMover::Batch batch) {
+  if (run_->flag->turnedAway) return finish();
+  std::map<std::string, std::string> newPaths;
+  for (const RelocationMover::Moved& moved : batch.moved) {
+    run_->states[moved.pair] = PairState::moved;
+    newPaths.emplace(moved.oldPath, moved.newPath);
+  }
+  for (const auto& [pair, reason] : batch.failures) run_->fail(pair, reason);
+  adopt(newPaths);
+  services_.store.flush(
+      alive_.guard([this, batch = std::move(batch)](const Result<void>& saved) mutable {
+        if (!saved) {
+          run_->outcome.indexNotSaved =
+              services_.store.indexSaveFailure().value_or(saved.error().reason);
+          return finish();
+        }
+        releaseAll();
+        services_.work->post(
+            [mover = run_->mover, moved = std::move(batch.moved),
+             dropped = std::exchange(run_->dropped, {})] { mover->retire(moved, dropped); });
+        nextBatch();
+      }));
+}
+
+/// Puts new paths into all entries that have the old ones.
+void HistoryRelocation::adopt(const std::map<std::string, std::string>& newPaths) {
+  if (newPaths.empty()) return;
+  const EntryList entries = services_.store.entries();
+  for (const EntryPointer& entry : entries) {
+    bool isConcerned = false;
+    forEachPath(*entry, [&](const std::string& path) { isConcerned |= newPaths.contains(path); });
+    if (!isConcerned) continue;
+    const auto changed = services_.store.update(entry->id, [&](ScreenshotEntry& moved) {
+      forEachPath(moved, [&](std::string& path) {
+        const auto found = newPaths.find(path);
+        if (found != newPaths.end()) path = found->second;
+      });
+    });
+    if (!changed) logError(category, "{}: {}", entry->id, changed.error().reason);
+  }
+}
+
+void HistoryRelocation::releaseAll() {
+  for (const std::string& id : std::exchange(claimed_, {})) {
+    if (services_.release) services_.release(id);
+  }
+}
+
+void HistoryRelocation::finish() {
+  releaseAll();
+  run_->outcome.stoppedForQuit = run_->flag->turnedAway;
+  run_->count();
+  // The last batch may still be on its way out of the journal.
+  services_.work->post([main = services_.main, reply = alive_.guard([this] {
+    const std::unique_ptr<Run> ended = std::move(run_);
+    ended->request.done(std::move(ended->outcome));
+    if (run_ == nullptr) startNext();
+  })]() mutable { main->post(std::move(reply)); });
+}
+
+void HistoryRelocation::recover(std::move_only_function<void()> done) {
+  if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) return done();
+  services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                        main = services_.main,
+                        reply = alive_.guard([this, done = std::move(done)](
+                                                 std::optional<RelocationJournal>& journal,
+                                                 RelocationJournal::Resolution& found) mutable {
+                          if (!journal) return done();
+                          replay(*std::move(journal), std::move(found), std::move(done));
+                        })]() mutable {
+    auto read = RelocationJournal::read(files, paths);
+    std::optional<RelocationJournal> journal;
+    RelocationJournal::Resolution resolution;
+    if (auto* const readable = std::get_if<RelocationJournal>(&read)) {
+      resolution = readable->resolve(files);
+      journal = std::move(*readable);
+    } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
+      logError(category, "the relocation journal could not be read: {}", bad->reason);
+    }
+    main->post([journal = std::move(journal), resolution = std::move(resolution),
+                reply = std::move(reply)]() mutable { reply(journal, resolution); });
+  });
+}
+
+void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
+                               std::move_only_function<void()> done) {
+  adopt(resolution.moved);
+  std::unordered_set<std::string> used;
+  for (const EntryPointer& entry : services_.store.entries()) {
+    forEachPath(*entry, [&](const std::string& path) { used.insert(path); });
+  }
+  std::erase_if(resolution.undecided,
+                [&](const auto& pair) { return !used.contains(pair.oldPath); });
+  services_.store.flush(alive_.guard([this, journal = std::move(journal),
+                                      resolution = std::move(resolution),
+                                      done = std::move(done)](const Result<void>& saved) mutable {
+    // Without the index on disk the journal is all that knows where the files are.
+    if (!saved) return done();
+    services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                          main = services_.main, journal = std::move(journal),
+                          resolution = std::move(resolution), done = std::move(done)]() mutable {
+      clearUp(files, journal, resolution.moved);
+      if (journal.pairs.size() != resolution.undecided.size()) {
+        journal.pairs = std::move(resolution.undecided);
+        if (const auto written = journal.write(files, paths); !written) {
+          logError(category, "the relocation journal could not be written: {}",
+                   written.error().reason);
+        }
+      }
+      main->post(std::move(done));
+    });
+  }));
+}
+
+}  // namespace vantorel

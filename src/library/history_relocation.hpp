@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "library/history_store.hpp"
+#include "library/relocation_journal.hpp"
+#include "library/relocation_mover.hpp"
+#include "library/relocation_report.hpp"
+#include "library/relocation_stop_flag.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Moves the library's captures to another folder, fifty files at a time, while the library is in
+/// use. Lives on the main runner; files move on `work`.
+///
+/// However the program ends, each entry's file is at its old or its new place and the next launch
+/// finds it: a journal names the files before they move, and until the index on disk names their
+/// new places. Files never replace others: a name that is taken gets a number.
+class HistoryRelocation {
+ public:
+  static constexpr std::size_t relocationBatchSize = 50;  ///< files
+
+  struct Services {
+    HistoryStore& store;
+    Files& files;
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
+
+    /// Takes an entry whose files are to move, so that nobody else changes them: false when
+    /// somebody has it. Each is given back with `release` after its batch.
+    std::function<bool(const std::string& id)> claim;
+    std::function<void(const std::string& id)> release;
+
+    std::size_t batchSize = relocationBatchSize;  ///< files
+  };
+
+  explicit HistoryRelocation(Services services);
+  ~HistoryRelocation();
+  HistoryRelocation(const HistoryRelocation&) = delete;
+  HistoryRelocation& operator=(const HistoryRelocation&) = delete;
+
+  /// After loading: puts the files that an earlier run had moved into the index, and keeps what it
+  /// had not for the next move. `done` comes when the index says so too.
+  void recover(std::move_only_function<void()> done);
+
+  /// Called on `work` after each file.
+  using Progress = std::function<void(std::size_t done, std::size_t total)>;
+  using Done = std::move_only_function<void(RelocationOutcome)>;
+
+  /// Moves the files of all entries that lie in the target's sources, or that an earlier move left
+  /// behind. A move that is asked for while another one runs comes after it.
+  void relocate(RelocationTarget target, Progress progress, Done done);
+
+  /// Ends all moves after the batch that is under way.
+  void stop();
+
+  /// Calls `done` when no move runs any more; at once when none does.
+  void settle(std::move_only_function<void()> done);
+
+  [[nodiscard]] bool isRunning() const { return run_ != nullptr; }
+
+  /// True while the entry's files are moving.
+  [[nodiscard]] bool isMoving(const std::string& id) const { return claimed_.contains(id); }
+
+ private:
+  struct Request {
+    RelocationTarget target;
+    Progress progress;
+    Done done;
+    bool isStopped = false;
+  };
+  struct Run;
+
+  void startNext();
+  void plan();
+  void planned(RelocationMover::Plan plan);
+  void nextBatch();
+  void landed(RelocationMover::Batch batch);
+  void finish();
+  [[nodiscard]] std::vector<std::size_t> claimBatch();
+  void adopt(const std::map<std::string, std::string>& newPaths);
+  void releaseAll();
+  void replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
+              std::move_only_function<void()> done);
+
+  Services services_;
+  std::deque<Request> waiting_;
+  std::unique_ptr<Run> run_;
+  std::set<std::string> claimed_;
+  std::vector<std::move_only_function<void()>> settling_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

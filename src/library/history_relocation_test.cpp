@@ -1,0 +1,364 @@
+#include "library/history_relocation.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AnyOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+struct PowerCut {};
+
+constexpr const char* journalPath = "/data/relocation.json";
+const LibraryPaths paths{"/data", "/caches"};
+
+/// The program on a disk that outlives it.
+struct World {
+  explicit World(FakeFiles& disk, std::size_t batchSize = HistoryRelocation::relocationBatchSize)
+      : files(disk), relocation(services(batchSize)) {
+    store.load([this] { relocation.recover([this] { isReady = true; }); });
+    runners.run();
+  }
+
+  std::optional<RelocationOutcome> outcome;
+  void begin(const Path& folder) {
+    outcome.reset();
+    relocation.relocate(
+        {folder, {"/old", "/usual"}}, [this](std::size_t done, std::size_t) { tried = done; },
+        [this](RelocationOutcome came) { outcome = std::move(came); });
+  }
+  RelocationOutcome move(const Path& folder) {
+    begin(folder);
+    runners.run();
+    EXPECT_TRUE(outcome.has_value());
+    EXPECT_THAT(claimed, IsEmpty());
+    return outcome.value_or(RelocationOutcome{});
+  }
+
+  HistoryRelocation::Services services(std::size_t batchSize) {
+    return {
+        store,
+        files,
+        runners.main(),
+        runners.runner("work"),
+        [this](const std::string& id) { return !busy.contains(id) && claimed.insert(id).second; },
+        [this](const std::string& id) { claimed.erase(id); },
+        batchSize};
+  }
+
+  FakeFiles& files;
+  FakeRunners runners;
+  HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0}, paths};
+  std::set<std::string> busy;
+  std::set<std::string> claimed;
+  HistoryRelocation relocation;
+  bool isReady = false;
+  std::size_t tried = 0;
+};
+
+class HistoryRelocationTest : public testing::Test {
+ protected:
+  HistoryRelocationTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  }
+  ~HistoryRelocationTest() override { setLogSink(std::move(formerSink)); }
+
+  /// A library of `count` pictures, one with an original, one that shows another's picture as a
+  /// layer, a package, and files that stay where they are.
+  void fill(FakeFiles& files, int count) {
+    files.folders.insert("/new");
+    World world(files);
+    for (int i = 0; i < count; ++i) {
+      ScreenshotEntry entry;
+      entry.id = std::to_string(i);
+      entry.path = "/old/" + entry.id + ".png";
+      put(files, entry.path);
+      if (i == 1) {
+        entry.originalPath = "/data/Redacted Originals/1 original.png";
+        put(files, *entry.originalPath);
+      }
+      if (i == 2) {
+        LayerSpec layer;
+        layer.path = "/old/0.png";
+        entry.layers = {layer};
+        entry.originalPath = "/old/inner/2.jpeg";
+        put(files, *entry.originalPath);
+      }
+      EXPECT_TRUE(world.store.add(entry).has_value());
+    }
+    ScreenshotEntry project;
+    project.id = "project";
+    project.medium = CaptureMedium::project;
+    project.path = "/usual/Take.vantorelstudio";
+    put(files, project.path + "/project.json");
+    put(files, project.path + "/takes/1/input.jsonl");
+    put(files, project.path + "/media/screen.mp4");
+    EXPECT_TRUE(world.store.add(project).has_value());
+    ScreenshotEntry elsewhere;
+    elsewhere.id = "elsewhere";
+    elsewhere.path = "/else/where.png";
+    put(files, elsewhere.path);
+    EXPECT_TRUE(world.store.add(elsewhere).has_value());
+    world.runners.advance(1s);
+  }
+
+  void put(FakeFiles& files, const std::string& path) {
+    files.now += 10;
+    files.put(path, "content of " + path);
+    files.disk[path]->attributes["mark"] = path;
+    contents[Path(path).filename()] = files.text(path);
+  }
+
+  /// Each entry's files are where it says, as they were.
+  void expectReachable(const World& world, std::size_t entries) {
+    EXPECT_EQ(world.store.entries().size(), entries);
+    for (const EntryPointer& entry : world.store.entries()) {
+      forEachPath(*entry, [&](const std::string& path) {
+        if (Path(path).extension() != ".vantorelstudio") {
+          EXPECT_EQ(world.files.text(path), contents[Path(path).filename()]) << path;
+          return;
+        }
+        for (const char* part : {"project.json", "takes/1/input.jsonl", "media/screen.mp4"}) {
+          EXPECT_EQ(world.files.text(Path(path) / part), contents[Path(part).filename()]) << path;
+        }
+      });
+    }
+  }
+
+  std::map<std::string, std::string> contents;
+  LogSink formerSink;
+};
+
+TEST_F(HistoryRelocationTest, EverythingMovesWithItsEntryAndWhatBelongsElsewhereStays) {
+  for (const bool acrossDisks : {false, true}) {
+    FakeFiles files;
+    if (acrossDisks) files.mounts = {"/new"};
+    fill(files, 120);
+    files.put("/new/0.png", "somebody else's");
+    World world(files);
+    const RelocationOutcome outcome = world.move("/new/");
+    EXPECT_EQ(outcome, (RelocationOutcome{.moved = 121})) << outcome.reason;
+    EXPECT_FALSE(RelocationReport::alert(outcome).has_value());
+    EXPECT_EQ(world.tried, 122U);
+    EXPECT_EQ(files.text("/new/0.png"), "somebody else's");
+    EXPECT_EQ(world.store.find("0")->path, "/new/0 2.png");
+    EXPECT_EQ(world.store.find("2")->layers->front().path, "/new/0 2.png");
+    EXPECT_EQ(world.store.find("2")->originalPath, "/new/inner/2.jpeg");
+    EXPECT_EQ(world.store.find("1")->originalPath, "/data/Redacted Originals/1 original.png");
+    EXPECT_EQ(world.store.find("elsewhere")->path, "/else/where.png");
+    EXPECT_EQ(files.disk["/new/7.png"]->attributes["mark"], "/old/7.png");
+    EXPECT_THAT(files.text("/data/history.json"), Not(HasSubstr("/old/")));
+    EXPECT_THAT(files.names("/old"), IsEmpty());
+    EXPECT_EQ(files.names("/new").size(), 121U) << "a temporary was left";
+    EXPECT_EQ(files.text(journalPath), "(missing)");
+    contents["0 2.png"] = contents["0.png"];
+    expectReachable(world, 122);
+    EXPECT_EQ(world.move("/new").moved, 0) << "what is there moves again";
+
+    // Out of the folder into the one above it, and into one below.
+    const auto back = [&](const Path& from, const Path& to) {
+      std::optional<RelocationOutcome> came;
+      world.relocation.relocate({to, {from}}, {}, [&](RelocationOutcome end) { came = end; });
+      world.runners.run();
+      return came.value_or(RelocationOutcome{}).moved;
+    };
+    EXPECT_EQ(back("/new", "/new/deep"), 121);
+    EXPECT_EQ(back("/new", "/new/deep"), 0);
+    EXPECT_EQ(back("/new/deep", "/new"), 121);
+    EXPECT_EQ(world.store.find("7")->path, "/new/7.png");
+  }
+}
+
+TEST_F(HistoryRelocationTest, EndedBeforeAnyChangeOfTheDiskEveryEntryIsReachable) {
+  constexpr int count = 6;
+  constexpr std::size_t batchSize = 3;
+  for (const bool acrossDisks : {false, true}) {
+    bool isComplete = false;
+    for (int moment = 1; !isComplete; ++moment) {
+      FakeFiles files;
+      if (acrossDisks) files.mounts = {"/new"};
+      fill(files, count);
+      const auto runUntil = [&](int change, const auto& work) {
+        files.beforeChange = [&files, change, from = files.changes](int number) {
+          if (number - from == change) throw PowerCut();
+        };
+        bool isWhole = true;
+        try {
+          World world(files, batchSize);
+          work(world);
+        } catch (const PowerCut&) {
+          isWhole = false;
+        }
+        files.beforeChange = nullptr;
+        return isWhole;
+      };
+      isComplete =
+          runUntil(moment, [&](World& world) { EXPECT_EQ(world.move("/new").moved, count + 1); });
+      // The next launch may be cut short as well, wherever it is.
+      for (int again = 1; !runUntil(again, [](const World&) {}); ++again) {
+      }
+
+      World world(files, batchSize);
+      EXPECT_TRUE(world.isReady);
+      expectReachable(world, count + 2);
+      const RelocationOutcome rest = world.move("/new");
+      EXPECT_EQ(rest.failed + rest.notMoved, 0);
+      expectReachable(world, count + 2);
+      for (const EntryPointer& entry : world.store.entries()) {
+        EXPECT_THAT(entry->path, Not(HasSubstr("/old/")));
+      }
+      EXPECT_THAT(files.names("/old"), IsEmpty());
+      EXPECT_THAT(files.names("/old/inner"), IsEmpty());
+      EXPECT_FALSE(files.folders.contains("/usual/Take.vantorelstudio"));
+      EXPECT_EQ(files.names("/new").size(), static_cast<std::size_t>(count)) << "left over";
+      EXPECT_EQ(files.text(journalPath), "(missing)");
+      if (HasFailure()) FAIL() << "moment " << moment << (acrossDisks ? " across disks" : "");
+    }
+  }
+}
+
+TEST_F(HistoryRelocationTest, AQuitStopsAfterTheBatchAndTheNextMoveTakesTheRest) {
+  FakeFiles files;
+  fill(files, 150);
+  {
+    World world(files);
+    world.begin("/new");
+    bool isSettled = false;
+    files.beforeChange = [&](int) {
+      if (world.tried < 10) return;
+      world.relocation.stop();
+      if (!isSettled) world.relocation.settle([&] { isSettled = true; });
+    };
+    std::optional<RelocationOutcome> later;
+    world.relocation.relocate({"/third", {"/old"}}, {},
+                              [&](RelocationOutcome came) { later = std::move(came); });
+    world.runners.run();
+    files.beforeChange = nullptr;
+    EXPECT_TRUE(isSettled);
+    EXPECT_EQ(*world.outcome,
+              (RelocationOutcome{.moved = 49, .notMoved = 102, .stoppedForQuit = true}));
+    EXPECT_EQ(RelocationReport::alert(*world.outcome)->title, "Moving captures stopped");
+    EXPECT_EQ(RelocationReport::alert(*world.outcome)->text,
+              "Moving your captures stopped when Vantorel began to quit. 102 captures are still in "
+              "the previous folder.");
+    EXPECT_TRUE(later->stoppedForQuit);
+    EXPECT_EQ(later->moved, 0);
+    EXPECT_EQ(files.disk[journalPath]->status.mode, 0600U);
+  }
+  World world(files);
+  expectReachable(world, 152);
+  // The folder they are in is no source any more, but the journal knows of them.
+  std::optional<RelocationOutcome> rest;
+  world.relocation.relocate({"/new", {}}, {}, [&](RelocationOutcome came) { rest = came; });
+  world.runners.run();
+  EXPECT_GE(rest->moved, 101);
+  EXPECT_THAT(files.names("/old"), IsEmpty());
+  EXPECT_EQ(files.text(journalPath), "(missing)");
+  expectReachable(world, 152);
+}
+
+TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
+  FakeFiles files;
+  fill(files, 5);
+  files.disk["/old/4.png"]->status.type = FileType::link;
+  World world(files);
+  world.busy = {"3", "project"};
+  files.disk.erase("/old/1.png");
+  const RelocationOutcome outcome = world.move("/new");
+  EXPECT_EQ(outcome.moved, 2);
+  EXPECT_EQ(outcome.failed, 3);
+  EXPECT_EQ(RelocationReport::alert(outcome)->title, "Some captures didn't move");
+  EXPECT_THAT(RelocationReport::alert(outcome)->text,
+              HasSubstr("3 captures are still in the previous folder."));
+  EXPECT_EQ(world.store.find("3")->path, "/old/3.png");
+  EXPECT_EQ(files.text("/old/3.png"), contents["3.png"]);
+  world.busy.clear();
+  EXPECT_EQ(world.move("/new").moved, 2);
+
+  // A full disk: first there is no room for anything, then none for the index.
+  FakeFiles full;
+  fill(full, 60);
+  World tight(full);
+  full.changesFail = FailureKind::noSpace;
+  const RelocationOutcome none = tight.move("/new");
+  EXPECT_EQ(none.failed, 61);
+  EXPECT_EQ(RelocationReport::alert(none)->title, "Captures weren't moved");
+  full.changesFail.reset();
+  full.beforeChange = [&](int) {
+    if (tight.tried == 50) full.changesFail = FailureKind::noSpace;
+  };
+  const RelocationOutcome unsaved = tight.move("/new");
+  EXPECT_EQ(unsaved.moved, 49);
+  EXPECT_EQ(unsaved.notMoved, 12);
+  EXPECT_EQ(
+      RelocationReport::alert(unsaved)->text,
+      "History couldn't save its index (the disk refuses changes), so Vantorel stopped moving "
+      "captures. Every capture is still in History: the ones that moved are in the new "
+      "folder, and the rest are where they were.");
+  expectReachable(tight, 62);
+  full.beforeChange = nullptr;
+  full.changesFail.reset();
+  EXPECT_EQ(tight.move("/gone/deeper").failed, 12);
+  EXPECT_EQ(tight.move("/new").moved, 12);
+  expectReachable(tight, 62);
+}
+
+TEST_F(HistoryRelocationTest, WhatCannotBeReadIsNeverMovedNorOverwritten) {
+  for (const char* const text : {"{\"version\":2,\"moves\":[]}", "rubbish", "{\"version\":1}"}) {
+    FakeFiles files;
+    fill(files, 2);
+    files.put(journalPath, text);
+    World world(files);
+    const RelocationOutcome outcome = world.move("/new");
+    EXPECT_EQ(outcome.refusal, RelocationRefusal::journalUnreadable);
+    EXPECT_EQ(RelocationReport::alert(outcome)->title, "Captures weren't moved");
+    EXPECT_THAT(RelocationReport::alert(outcome)->text, HasSubstr("a record of an earlier move"));
+    EXPECT_EQ(files.text(journalPath), text);
+    EXPECT_EQ(files.names("/old").size(), 2U);
+  }
+  FakeFiles files;
+  fill(files, 2);
+  files.put("/data/history.json", "{\"version\":9}");
+  World blocked(files);
+  EXPECT_EQ(blocked.move("/new").refusal, RelocationRefusal::indexUnreadable);
+  EXPECT_EQ(files.names("/old").size(), 2U);
+
+  // Of a readable journal, what this build does not know survives, a moved file is recognised by
+  // its size and time, and another one of that name is not.
+  FakeFiles known;
+  fill(known, 3);
+  known.put("/new/0.png", known.text("/old/0.png"));
+  known.disk["/new/0.png"]->status.modified = known.disk["/old/0.png"]->status.modified + 1;
+  known.disk.erase("/old/0.png");
+  known.put("/new/1.png", "another picture");
+  const auto pair = [&](const char* number, const char* more) {
+    const std::string old = std::string("/old/") + number + ".png";
+    const std::string name = std::string("/new/") + number + ".png";
+    return R"({"old":")" + old + R"(","new":")" + name + R"(","size":21,"modified":)" +
+           std::to_string(number[0] == '0' ? 10 : 20) + more + "}";
+  };
+  known.put(journalPath, R"({"version":1,"id":"X","hint":true,"pairs":[)" + pair("0", "") + "," +
+                             pair("1", R"(,"colour":"red")") + R"(,{"odd":1}]})");
+  World world(known);
+  EXPECT_EQ(world.store.find("0")->path, "/new/0.png");
+  EXPECT_EQ(world.store.find("1")->path, "/old/1.png");
+  EXPECT_EQ(known.text("/old/1.png"), contents["1.png"]);
+  const std::string kept = known.text(journalPath);
+  EXPECT_THAT(kept, HasSubstr("\"hint\":true"));
+  EXPECT_THAT(kept, HasSubstr("{\"odd\":1}"));
+  EXPECT_THAT(kept, HasSubstr("\"colour\":\"red\""));
+  EXPECT_THAT(kept, Not(HasSubstr("0.png")));
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,291 @@
+#include "library/relocation_mover.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+#include <unordered_map>
+#include <utility>
+
+#include "base/log.hpp"
+#include "base/random_id.hpp"
+#include "library/file_move.hpp"
+#include "library/file_reach.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::string_view category = "History";
+constexpr int mostNames = 10'000;
+constexpr int mostAttempts = 3;
+
+bool isInside(const Path& path, const Path& folder) {
+  return std::ranges::mismatch(folder, path).in1 == folder.end();
+}
+
+Path normal(const Path& folder) {
+  const Path path = folder.lexically_normal();
+  return path.has_filename() || !path.has_relative_path() ? path : path.parent_path();
+}
+
+/// True when both names lead to one folder, by links or mounts.
+bool isSameFolder(const Files& files, const Path& one, const Path& other) {
+  if (one == other) return true;
+  // The point at the end makes links be followed.
+  const auto first = files.status(one / ".");
+  const auto second = files.status(other / ".");
+  return first && second && first->device == second->device && first->inode == second->inode;
+}
+
+}  // namespace
+
+Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
+  const Path inside = folder / ".vantorel";  // any name: what counts is what is in its way
+  switch (reachOf(files, inside)) {
+    case FileReach::there:
+    case FileReach::fileGone: break;
+    case FileReach::folderGone:
+      if (reachOf(files, folder) != FileReach::fileGone) {
+        return failed(FailureKind::notFound, "the folder above it is missing");
+      }
+      return files.makeFolder(folder, Privacy::byUmask);
+    case FileReach::folderUnreachable:
+      return failed(FailureKind::unreachable, "its disk is not connected");
+    case FileReach::folderDenied: return failed(FailureKind::denied, "it may not be opened");
+    case FileReach::unknown: return failed(FailureKind::other, "it is no folder that can be used");
+  }
+  return {};
+}
+
+RelocationMover::RelocationMover(Files& files, LibraryPaths paths)
+    : files_(files), paths_(std::move(paths)) {}
+
+/// Sorts what an earlier move left undone: what still matters is tried again, or else kept.
+void RelocationMover::keepLeftover(const EntryList& entries) {
+  std::unordered_set<std::string> used;
+  for (const EntryPointer& entry : entries) {
+    forEachPath(*entry, [&](const std::string& path) { used.insert(path); });
+  }
+  std::erase_if(journal_.pairs, [&](const RelocationJournal::Pair& pair) {
+    if (used.contains(pair.oldPath)) {
+      leftover_.insert(pair.oldPath);
+      return false;
+    }
+    return true;
+  });
+}
+
+/// Where in the new folder a file belongs; nothing when it stays where it is.
+std::optional<Path> RelocationMover::relativePlace(const Path& path,
+                                                   const RelocationTarget& target) const {
+  if (isInside(path, paths_.redactedOriginals()) || isInside(path, paths_.stagedCaptures())) {
+    return std::nullopt;
+  }
+  const Path* best = nullptr;
+  for (const Path& source : target.sources) {
+    if (!isInside(path, source)) continue;
+    if (best == nullptr || isInside(source, *best)) best = &source;
+  }
+  if (best == nullptr) {
+    if (!leftover_.contains(path.string()) || isInside(path, target.folder)) return std::nullopt;
+    return path.filename();
+  }
+  if (isInside(target.folder, *best) && isInside(path, target.folder)) return std::nullopt;
+  // A folder of captures may lie in the library's own folder or around it; what else is in there is
+  // the library's.
+  const bool isOwn = isInside(path, paths_.data) && path.parent_path() != *best &&
+                     (*best == paths_.data || !isInside(*best, paths_.data));
+  return isOwn ? std::nullopt : std::optional(path.lexically_relative(*best));
+}
+
+Result<Path> RelocationMover::freePlace(const Path& wanted) {
+  for (int number = 1; number <= mostNames; ++number) {
+    Path place = wanted;
+    if (number > 1) {
+      place.replace_filename(
+          fmt::format("{} {}{}", wanted.stem().string(), number, wanted.extension().string()));
+    }
+    if (taken_.contains(place.string())) continue;
+    const auto status = files_.status(place);
+    if (status) continue;
+    if (status.error().kind != FailureKind::notFound) return std::unexpected(status.error());
+    taken_.insert(place.string());
+    return place;
+  }
+  return failed(FailureKind::exists, "every file name is taken");
+}
+
+Result<void> RelocationMover::add(const std::string& path, const Path& wanted) {
+  const FileMeasure measure = VT_TRY(measureFile(files_, path));
+  const Path place = VT_TRY(freePlace(wanted));
+  planned_.push_back({.pair = {.oldPath = path,
+                               .newPath = place.string(),
+                               .size = static_cast<std::int64_t>(measure.size),
+                               .modified = measure.modified,
+                               .fileCount = measure.fileCount,
+                               .extra = {}}});
+  return {};
+}
+
+Result<void> RelocationMover::writeJournal() {
+  RelocationJournal whole = journal_;
+  for (const auto& [pair, isDone] : planned_) {
+    if (!isDone) whole.pairs.push_back(pair);
+  }
+  auto written = whole.write(files_, paths_);
+  if (!written) {
+    logError(category, "the relocation journal could not be written: {}", written.error().reason);
+  }
+  return written;
+}
+
+RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
+                                            const RelocationTarget& target) {
+  Plan plan;
+  auto found = RelocationJournal::read(files_, paths_);
+  if (const auto* const unreadable = std::get_if<RelocationJournal::Unreadable>(&found)) {
+    logError(category, "the relocation journal could not be read: {}", unreadable->reason);
+    plan.refusal = RelocationRefusal::journalUnreadable;
+    return plan;
+  }
+  auto* const leftover = std::get_if<RelocationJournal>(&found);
+  if (leftover != nullptr) journal_ = std::move(*leftover);
+  journal_.version = RelocationJournal::currentVersion;
+  journal_.id = randomID();
+  keepLeftover(entries);
+
+  RelocationTarget scope{normal(target.folder), {}};
+  for (const Path& source : target.sources) {
+    if (isSameFolder(files_, normal(source), scope.folder)) continue;
+    scope.sources.push_back(normal(source));
+  }
+  std::unordered_map<std::string, std::size_t> places;
+  for (const EntryPointer& entry : entries) {
+    Capture capture;
+    forEachPath(*entry, [&](const std::string& path) {
+      if (const auto known = places.find(path); known != places.end()) {
+        capture.pairs.push_back(known->second);
+        return;
+      }
+      const auto relative = relativePlace(path, scope);
+      if (!relative) return;
+      if (const auto added = add(path, scope.folder / *relative); added) {
+        capture.pairs.push_back(planned_.size() - 1);
+        places.emplace(path, planned_.size() - 1);
+      } else if (added.error().kind != FailureKind::notFound) {
+        capture.problem = added.error().reason;
+      }
+    });
+    if (capture.pairs.empty() && capture.problem.empty()) continue;
+    plan.captures.push_back(std::move(capture));
+  }
+  for (const Planned& planned : planned_) plan.oldPaths.push_back(planned.pair.oldPath);
+  std::erase_if(journal_.pairs, [&](const auto& pair) { return places.contains(pair.oldPath); });
+
+  if (!planned_.empty()) {
+    if (const auto prepared = prepareCaptureFolder(files_, scope.folder); !prepared) {
+      plan.problem = "the new folder can't be used: " + prepared.error().reason;
+      return plan;
+    }
+  }
+  if (planned_.empty() && leftover == nullptr) return plan;
+  if (const auto written = writeJournal(); !written) {
+    plan.problem = "the relocation journal could not be written: " + written.error().reason;
+  }
+  return plan;
+}
+
+Result<FileMove> RelocationMover::moveOne(Planned& planned) {
+  RelocationJournal::Pair& pair = planned.pair;
+  for (int attempt = 1;; ++attempt) {
+    const Path folder = Path(pair.newPath).parent_path();
+    VT_TRY(files_.makeFolder(folder, Privacy::byUmask));
+    auto moved = moveFile(files_, pair.oldPath, pair.newPath, journal_.temporaryIn(folder));
+    if (moved || moved.error().kind != FailureKind::exists || attempt == mostAttempts) return moved;
+    pair.newPath = VT_TRY(freePlace(pair.newPath)).string();
+    VT_TRY(writeJournal());
+  }
+}
+
+RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
+                                             RelocationStopFlag& flag,
+                                             const std::function<void()>& moving) {
+  Batch batch;
+  if (flag.stopped) {
+    flag.turnedAway = true;
+    return batch;
+  }
+  // Files may have changed, and names may have been taken, since the journal was written. It must
+  // be right before anything moves.
+  std::vector<std::size_t> ready;
+  bool isJournalStale = false;
+  for (const std::size_t place : pairs) {
+    RelocationJournal::Pair& pair = planned_[place].pair;
+    const auto measure = measureFile(files_, pair.oldPath);
+    if (!measure) {
+      batch.failures.emplace_back(place, measure.error().reason);
+      continue;
+    }
+    const bool isTaken = files_.status(pair.newPath).has_value();
+    if (isTaken || !measure->isAs(pair.measure())) {
+      if (isTaken) {
+        const auto free = freePlace(pair.newPath);
+        if (!free) {
+          batch.failures.emplace_back(place, free.error().reason);
+          continue;
+        }
+        pair.newPath = free->string();
+      }
+      pair.size = static_cast<std::int64_t>(measure->size);
+      pair.modified = measure->modified;
+      pair.fileCount = measure->fileCount;
+      isJournalStale = true;
+    }
+    ready.push_back(place);
+  }
+  if (isJournalStale) {
+    if (const auto written = writeJournal(); !written) {
+      for (const std::size_t place : ready) {
+        batch.failures.emplace_back(place, "the relocation journal could not be written");
+      }
+      return batch;
+    }
+  }
+  std::set<Path> folders;
+  for (const std::size_t place : ready) {
+    Planned& planned = planned_[place];
+    const auto moved = moveOne(planned);
+    if (moving) moving();
+    const RelocationJournal::Pair& pair = planned.pair;
+    if (!moved) {
+      logWarning(category, "{} could not be moved: {}", pair.oldPath, moved.error().reason);
+      batch.failures.emplace_back(place, moved.error().reason);
+      continue;
+    }
+    batch.moved.push_back({place, pair.oldPath, pair.newPath, *moved == FileMove::copied});
+    folders.insert(Path(pair.newPath).parent_path());
+    folders.insert(Path(pair.oldPath).parent_path());
+  }
+  for (const Path& folder : folders) {
+    if (const auto flushed = files_.flushFolder(folder); !flushed) {
+      logWarning(category, "{} could not be flushed: {}", folder.string(), flushed.error().reason);
+    }
+  }
+  return batch;
+}
+
+void RelocationMover::retire(const std::vector<Moved>& moved,
+                             std::span<const std::size_t> dropped) {
+  for (const Moved& one : moved) {
+    planned_[one.pair].isDone = true;
+    if (!one.isCopied) continue;
+    if (const auto removed = removeFile(files_, one.oldPath); !removed) {
+      logWarning(category, "{} stays beside its copy: {}", one.oldPath, removed.error().reason);
+    }
+  }
+  for (const std::size_t place : dropped) planned_[place].isDone = true;
+  // A journal that names too much is put right at the next launch.
+  (void)writeJournal();
+}
+
+}  // namespace vantorel

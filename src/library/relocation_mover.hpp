@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "library/library_paths.hpp"
+#include "library/records/screenshot_entry.hpp"
+#include "library/relocation_journal.hpp"
+#include "library/relocation_report.hpp"
+#include "library/relocation_stop_flag.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Where captures are to be moved, and from where.
+struct RelocationTarget {
+  Path folder;                ///< absolute
+  std::vector<Path> sources;  ///< folders whose captures move; those elsewhere stay
+};
+
+/// Calls `visit` with each path an entry keeps, to be read or changed.
+void forEachPath(auto& entry, const auto& visit) {
+  visit(entry.path);
+  if (entry.originalPath) visit(*entry.originalPath);
+  if (!entry.layers) return;
+  for (auto& layer : *entry.layers) {
+    if (layer.path) visit(*layer.path);
+  }
+}
+
+/// The half of a move that touches the disk: plans it, keeps its journal and moves files. Blocks;
+/// lives on one serial queue, one move each.
+class RelocationMover {
+ public:
+  RelocationMover(Files& files, LibraryPaths paths);
+
+  /// An entry that has something to move.
+  struct Capture {
+    std::vector<std::size_t> pairs;  ///< places in `Plan::oldPaths`
+    std::string problem;             ///< why a part of it cannot even be tried; mostly empty
+  };
+  struct Plan {
+    std::vector<std::string> oldPaths;
+    std::vector<Capture> captures;
+    std::optional<RelocationRefusal> refusal;
+    std::optional<std::string> problem;  ///< why nothing is to be moved
+  };
+
+  /// Finds what is to move and writes the journal. `entries` are as the index on disk has them.
+  [[nodiscard]] Plan plan(const EntryList& entries, const RelocationTarget& target);
+
+  struct Moved {
+    std::size_t pair = 0;
+    std::string oldPath;
+    std::string newPath;
+    bool isCopied = false;  ///< the original is still there
+  };
+  struct Batch {
+    std::vector<Moved> moved;
+    std::vector<std::pair<std::size_t, std::string>> failures;  ///< with the reason
+  };
+
+  /// Moves these pairs; none when the flag says stop. `moving` is called after each.
+  [[nodiscard]] Batch move(std::span<const std::size_t> pairs, RelocationStopFlag& flag,
+                           const std::function<void()>& moving);
+
+  /// The index on disk names the new places: removes the originals of copies, and takes these pairs
+  /// out of the journal, as well as `dropped`, which nobody needs any more.
+  void retire(const std::vector<Moved>& moved, std::span<const std::size_t> dropped);
+
+ private:
+  struct Planned {
+    RelocationJournal::Pair pair;
+    bool isDone = false;
+  };
+
+  void keepLeftover(const EntryList& entries);
+  [[nodiscard]] std::optional<Path> relativePlace(const Path& path,
+                                                  const RelocationTarget& target) const;
+  [[nodiscard]] Result<Path> freePlace(const Path& wanted);
+  [[nodiscard]] Result<void> add(const std::string& path, const Path& wanted);
+  [[nodiscard]] Result<FileMove> moveOne(Planned& planned);
+  [[nodiscard]] Result<void> writeJournal();
+
+  Files& files_;
+  LibraryPaths paths_;
+  RelocationJournal journal_;  // what it holds beside `planned_` is kept for the next attempt
+  std::vector<Planned> planned_;
+  std::unordered_set<std::string> leftover_;  // old paths of an earlier move that did not end
+  std::unordered_set<std::string> taken_;     // new paths
+};
+
+/// True when captures can be put into `folder`; makes it when only the last part of its name is
+/// missing, but not where a disk may be missing. Blocks; any thread.
+[[nodiscard]] Result<void> prepareCaptureFolder(Files& files, const Path& folder);
+
+}  // namespace vantorel

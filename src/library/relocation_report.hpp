@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vantorel {
+
+enum class RelocationRefusal { indexUnreadable, journalUnreadable };
+
+/// What a move of the library's captures to another folder came to. A capture counts as moved when
+/// all its files are.
+struct RelocationOutcome {
+  int moved = 0;
+  int failed = 0;                            ///< tried, and still where they were
+  int notMoved = 0;                          ///< not tried
+  std::optional<std::string> indexNotSaved;  ///< why; the move stopped there
+  std::optional<RelocationRefusal> refusal;
+  bool stoppedForQuit = false;
+  std::string reason;  ///< why captures failed: the first one's, or one for all
+
+  bool operator==(const RelocationOutcome&) const = default;
+};
+
+/// "1 capture", "12 captures".
+[[nodiscard]] std::string captureCount(int count);
+
+/// What the user is told of a move.
+struct RelocationReport {
+  struct Alert {
+    std::string title;
+    std::string text;
+  };
+
+  /// Nothing when every capture moved.
+  [[nodiscard]] static std::optional<Alert> alert(const RelocationOutcome& outcome);
+};
+
+}  // namespace vantorel
