@@ -30,6 +30,9 @@ class LibraryCommands {
     HistoryDeletion* deletion = nullptr;
     LibraryVerify* verify = nullptr;
 
+    /// Whether the entry's file is known to be out of reach now.
+    std::function<bool(const std::string& id)> isOutOfReach;
+
     /// Calls back when the library is loaded and what an earlier run left is cleared up.
     std::function<void(std::move_only_function<void()>)> whenReady;
   };

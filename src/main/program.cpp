@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "base/log.hpp"
+#include "library/history_folder_monitor.hpp"
 #include "library/history_retention.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
@@ -13,6 +14,7 @@
 #include "platform/linux/linux_files.hpp"
 #include "platform/linux/linux_image_codec.hpp"
 #include "platform/linux/linux_trash.hpp"
+#include "platform/linux/mount_table_watcher.hpp"
 #include "platform/linux/serial_queues.hpp"
 #include "settings/settings_file.hpp"
 
@@ -50,6 +52,32 @@ std::optional<std::string> environmentVariable(const char* name) {
   if (value == nullptr) return std::nullopt;
   return value;
 }
+
+/// Follows what happens to captures' files outside the program. On threads of its own: a disk that
+/// does not answer holds nobody else.
+struct FolderFollowing {
+  FolderFollowing(HistoryStore& store, HistoryDeletion& deletion, const Files& files,
+                  FolderWatcher& watcher, const Clock& clock,
+                  const std::shared_ptr<TaskRunner>& main, CaptureRewriteActivity& rewrites)
+      : reachability(store, files, main, queues.queue("com.hollen.Vantorel.folders")),
+        monitor({.store = store,
+                 .deletion = deletion,
+                 .reachability = reachability,
+                 .files = files,
+                 .watcher = watcher,
+                 .mounts = mounts,
+                 .clock = clock,
+                 .main = main,
+                 .work = queues.queue("com.hollen.Vantorel.folders"),
+                 .isMoving = [&rewrites](const ScreenshotEntry& entry) {
+                   return rewrites.isInFlight(entry.id);
+                 }}) {}
+
+  SerialQueues queues;
+  MountTableWatcher mounts;
+  HistoryReachability reachability;
+  HistoryFolderMonitor monitor;
+};
 
 /// Starts the program anew in place of this process. Comes back only when that fails.
 bool relaunch() {
@@ -152,6 +180,10 @@ struct Program::Parts {
         .store = &store,
         .deletion = &deletion,
         .verify = libraryVerify.get(),
+        .isOutOfReach =
+            [this](const std::string& id) {
+              return following && following->reachability.outOfReachIDs().contains(id);
+            },
         .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
@@ -225,7 +257,11 @@ struct Program::Parts {
   // nothing else.
   void followSettings() {
     showCoverLook();
-    whenReady([this] { retention.setPolicy(settings.values().retentionDays); });
+    whenReady([this] {
+      retention.setPolicy(settings.values().retentionDays);
+      following = std::make_unique<FolderFollowing>(store, deletion, *files, watcher(), *clock,
+                                                    main, coordinator->rewrites());
+    });
     settingsObservation = settings.observe([this](std::string_view key) {
       if (key.starts_with("desktopCover")) showCoverLook();
       if (key == "retentionDays" && isReady) {
@@ -255,6 +291,7 @@ struct Program::Parts {
   std::vector<std::move_only_function<void()>> waitingForLibrary;
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
+  std::unique_ptr<FolderFollowing> following;  // in the tray alone
   std::unique_ptr<CaptureRewriter> rewriter;
   std::unique_ptr<CaptureAnnotator> annotator;
   std::unique_ptr<LibraryVerify> libraryVerify;
@@ -275,7 +312,10 @@ void Program::start() {
 void Program::startResident() {
   Parts& parts = *parts_;
   parts.ui->statusItem().setMenu(
-      [&parts] { return parts.coordinator->statusMenu(); },
+      [&parts] {
+        if (parts.following) parts.following->monitor.activated();
+        return parts.coordinator->statusMenu();
+      },
       [&parts] { parts.commands->run({.command = command::Capture{}}, [](const auto&) {}); });
   parts.followSettings();
   parts.coordinator->startResident();
