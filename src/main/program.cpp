@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include "base/log.hpp"
+#include "library/history_disk.hpp"
 #include "library/history_folder_monitor.hpp"
 #include "library/history_retention.hpp"
+#include "library/parked_index.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
 #include "platform/linux/desktop_notifications.hpp"
@@ -119,7 +121,8 @@ struct Program::Parts {
                   .main = main,
                   .work = queues.queue("com.hollen.Vantorel.trash"),
                   .isExporting = {}}),
-        retention(store, deletion, *clock, main) {
+        retention(store, deletion, *clock, main),
+        disk(store, *files, main, queues.queue("com.hollen.Vantorel.library")) {
     if (ui == nullptr) {
       alerts = std::make_unique<TerminalAlerts>();
     } else {
@@ -162,6 +165,7 @@ struct Program::Parts {
         .trash = &trash,
         .store = &store,
         .deletion = &deletion,
+        .disk = &disk,
         .originals = folders.data / "Originals",
         .captureFolders =
             [this, usual = folders.captures] {
@@ -261,6 +265,12 @@ struct Program::Parts {
       retention.setPolicy(settings.values().retentionDays);
       following = std::make_unique<FolderFollowing>(store, deletion, *files, watcher(), *clock,
                                                     main, coordinator->rewrites());
+      following->monitor.onFileChange = [this](const std::string& path) { disk.fileChanged(path); };
+      if (store.indexRefusal()) return;
+      queues.queue("com.hollen.Vantorel.library")
+          ->post([kept = files, paths = store.paths(), time = clock] {
+            tidyParkedIndexes(*kept, paths, time->now());
+          });
     });
     settingsObservation = settings.observe([this](std::string_view key) {
       if (key.starts_with("desktopCover")) showCoverLook();
@@ -287,6 +297,7 @@ struct Program::Parts {
   HistoryStore store;
   HistoryDeletion deletion;
   HistoryRetention retention;
+  HistoryDisk disk;
   bool isReady = false;  // the library is loaded, and what an earlier run left is cleared up
   std::vector<std::move_only_function<void()>> waitingForLibrary;
   Observation settingsObservation;
