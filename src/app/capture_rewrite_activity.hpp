@@ -12,6 +12,9 @@ class CaptureRewriteActivity {
   /// False when a rewrite of that entry is in flight already.
   [[nodiscard]] bool begin(const std::string& entryID) { return inFlight_.insert(entryID).second; }
   void end(const std::string& entryID) { inFlight_.erase(entryID); }
+  [[nodiscard]] bool isInFlight(const std::string& entryID) const {
+    return inFlight_.contains(entryID);
+  }
   [[nodiscard]] bool isEmpty() const { return inFlight_.empty(); }
 
  private:

@@ -49,7 +49,7 @@ std::string captures(std::size_t count) {
   return fmt::format("{} {}", count, count == 1 ? "capture" : "captures");
 }
 
-std::string details(const ScreenshotEntry& entry, const HistoryStore& store) {
+std::string details(const ScreenshotEntry& entry, const HistoryStore& store, bool isOutOfReach) {
   std::string text;
   const auto row = [&](std::string_view name, const std::string& value) {
     if (!value.empty()) text += fmt::format("{}: {}\n", name, inOneCell(value));
@@ -57,6 +57,7 @@ std::string details(const ScreenshotEntry& entry, const HistoryStore& store) {
   row("id", entry.id);
   row("title", entry.title.value_or(""));
   row("path", entry.path);
+  if (isOutOfReach) row("file", "out of reach now");
   row("original", entry.originalPath.value_or(""));
   row("captured", tableTime(entry.capturedAt));
   if (entry.editedAt) row("edited", tableTime(*entry.editedAt));
@@ -183,9 +184,11 @@ void LibraryCommands::runNow(const command::Library& what, bool json, CommandDon
       CommandReply reply;
       for (const EntryPointer& entry : *entries) {
         if (!reply.output.empty() && !json && what.verb == Verb::show) reply.output += "\n";
-        reply.output += json                      ? line(*entry, true)
-                        : what.verb == Verb::path ? entry->path + "\n"
-                                                  : details(*entry, store);
+        reply.output += json ? line(*entry, true)
+                        : what.verb == Verb::path
+                            ? entry->path + "\n"
+                            : details(*entry, store,
+                                      services_.isOutOfReach && services_.isOutOfReach(entry->id));
       }
       return done(std::move(reply));
     }

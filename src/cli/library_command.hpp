@@ -35,6 +35,9 @@ class LibraryCommands {
     /// Shows how far a move has come, on any thread; empty where nobody looks.
     HistoryRelocation::Progress showMoving;
 
+    /// Whether the entry's file is known to be out of reach now.
+    std::function<bool(const std::string& id)> isOutOfReach;
+
     /// Calls back when the library is loaded and what an earlier run left is cleared up.
     std::function<void(std::move_only_function<void()>)> whenReady;
   };

@@ -76,6 +76,21 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   return report.reply();
 }
 
+std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
+  if (json) {
+    json::Writer writer;
+    writer.beginObject();
+    writer.key("captures");
+    writer.value(static_cast<std::int64_t>(count));
+    writer.key("bytes");
+    writer.value(static_cast<std::int64_t>(bytes));
+    writer.endObject();
+    return writer.take() + "\n";
+  }
+  return fmt::format("{} {}, {:.1f} MB\n", count, count == 1 ? "capture" : "captures",
+                     static_cast<double>(bytes) / 1e6);
+}
+
 }  // namespace
 
 LibraryVerify::LibraryVerify(Services services)
@@ -100,7 +115,7 @@ void LibraryVerify::look(bool repairs, bool json, CommandDone done) {
              if (findings.missing.wasStopped) {
                return done({ExitStatus::cancelled, {}, "Stopped; nothing was changed.\n"});
              }
-             if (!repairs) return done(report(findings, {}, json));
+             if (!repairs) return finish(report(findings, {}, json), json, std::move(done));
              mend(findings, json, std::move(done));
            })]() mutable {
         const auto goOn = [&](std::size_t at, std::size_t total) {
@@ -110,6 +125,15 @@ void LibraryVerify::look(bool repairs, bool json, CommandDone done) {
         main->post([findings = checkLibrary(*files, scope, goOn),
                     reply = std::move(reply)]() mutable { reply(findings); });
       });
+}
+
+// How large the library is comes last: what is found comes before it, a line each.
+void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
+  services_.disk->whenMeasured(alive_.guard(
+      [this, json, reply = std::move(reply), done = std::move(done)](std::uint64_t bytes) mutable {
+        reply.output += sizeLine(services_.store->entries().size(), bytes, json);
+        done(std::move(reply));
+      }));
 }
 
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
@@ -131,13 +155,13 @@ void LibraryVerify::mend(const LibraryFindings& findings, bool json, CommandDone
            mended.paths.insert(entry->path);
          }
          // Writes the new entries as well.
-         services_.deletion->forget(going, [mended, json, findings, done = std::move(done)](
+         services_.deletion->forget(going, [this, mended, json, findings, done = std::move(done)](
                                                const Result<std::size_t>& saved) mutable {
            if (!saved) {
              return done(
                  failedReply("The library's index could not be saved: " + saved.error().reason));
            }
-           done(report(findings, mended, json));
+           finish(report(findings, mended, json), json, std::move(done));
          });
        })]() mutable {
         Mended mended;

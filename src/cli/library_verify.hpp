@@ -10,6 +10,7 @@
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
 #include "library/history_deletion.hpp"
+#include "library/history_disk.hpp"
 #include "library/library_check.hpp"
 #include "platform/clock.hpp"
 #include "platform/trash.hpp"
@@ -28,6 +29,7 @@ class LibraryVerify {
     Trash* trash = nullptr;
     HistoryStore* store = nullptr;
     HistoryDeletion* deletion = nullptr;
+    HistoryDisk* disk = nullptr;
     Path originals;
     std::function<std::vector<Path>()> captureFolders;
 
@@ -48,6 +50,7 @@ class LibraryVerify {
 
  private:
   void look(bool repairs, bool json, CommandDone done);
+  void finish(CommandReply reply, bool json, CommandDone done);
   void mend(const LibraryFindings& findings, bool json, CommandDone done);
 
   Services services_;

@@ -28,11 +28,33 @@ std::set<std::string_view> collectionsOf(const EntryPointer& entry) {
   return {entry->collectionIDs.begin(), entry->collectionIDs.end()};
 }
 
+unsigned char lowered(char letter) {
+  const auto byte = static_cast<unsigned char>(letter);
+  return byte >= 'A' && byte <= 'Z' ? static_cast<unsigned char>(byte + ('a' - 'A')) : byte;
+}
+
+constexpr std::size_t beginningSize = sizeof(std::uint64_t);
+
+/// `filler` stands for what is missing of a short id.
+std::uint64_t beginningOf(std::string_view id, unsigned char filler) {
+  std::uint64_t number = 0;
+  for (std::size_t i = 0; i < beginningSize; ++i) {
+    number = number << 8 | (i < id.size() ? lowered(id[i]) : filler);
+  }
+  return number;
+}
+
+bool beginsWith(std::string_view id, std::string_view prefix) {
+  return id.size() >= prefix.size() &&
+         std::ranges::equal(id.substr(0, prefix.size()), prefix, {}, lowered, lowered);
+}
+
 }  // namespace
 
 bool EntryCaches::build(const EntryList& entries) {
   *this = {};
   byID_.reserve(entries.size());
+  beginnings_.reserve(entries.size());
   byPath_.reserve(entries.size());
   newestFirst_.assign(entries.rbegin(), entries.rend());
   if (!std::ranges::is_sorted(newestFirst_, isNewer)) {
@@ -40,6 +62,7 @@ bool EntryCaches::build(const EntryList& entries) {
   }
   for (const EntryPointer& entry : newestFirst_) {
     if (!byID_.emplace(entry->id, entry).second) return false;
+    beginnings_.push_back({beginningOf(entry->id, 0), entry.get()});
     byPath_.emplace(entry->path, entry);
     for (const std::string_view id : collectionsOf(entry)) {
       CollectionMembership& membership = members_[std::string(id)];
@@ -47,11 +70,15 @@ bool EntryCaches::build(const EntryList& entries) {
       if (entry->starred) ++membership.starredCount;
     }
   }
+  std::ranges::sort(beginnings_, {}, &Beginning::number);
   return true;
 }
 
 void EntryCaches::add(const EntryPointer& entry) {
   byID_.emplace(entry->id, entry);
+  const std::uint64_t beginning = beginningOf(entry->id, 0);
+  beginnings_.insert(std::ranges::lower_bound(beginnings_, beginning, {}, &Beginning::number),
+                     {beginning, entry.get()});
   byPath_.emplace(entry->path, entry);
   insertSorted(newestFirst_, entry);
   for (const std::string_view id : collectionsOf(entry)) {
@@ -61,7 +88,16 @@ void EntryCaches::add(const EntryPointer& entry) {
   }
 }
 
+std::vector<EntryCaches::Beginning>::iterator EntryCaches::findBeginning(
+    const EntryPointer& entry) {
+  const auto range =
+      std::ranges::equal_range(beginnings_, beginningOf(entry->id, 0), {}, &Beginning::number);
+  const auto found = std::ranges::find(range, entry.get(), &Beginning::entry);
+  return found == range.end() ? beginnings_.end() : found;
+}
+
 void EntryCaches::remove(const EntryPointer& entry) {
+  if (const auto found = findBeginning(entry); found != beginnings_.end()) beginnings_.erase(found);
   byID_.erase(entry->id);
   const auto [begin, end] = byPath_.equal_range(entry->path);
   const auto path =
@@ -95,6 +131,22 @@ void EntryCaches::replace(const EntryPointer& before, const EntryPointer& after)
 EntryPointer EntryCaches::byID(std::string_view id) const {
   const auto found = byID_.find(id);
   return found == byID_.end() ? nullptr : found->second;
+}
+
+EntryCaches::Prefixed EntryCaches::byIDPrefix(std::string_view prefix) const {
+  const auto first =
+      std::ranges::lower_bound(beginnings_, beginningOf(prefix, 0), {}, &Beginning::number);
+  const auto last = std::ranges::upper_bound(first, beginnings_.end(), beginningOf(prefix, 0xFF),
+                                             {}, &Beginning::number);
+  Prefixed found;
+  const ScreenshotEntry* only = nullptr;
+  for (auto at = first; at != last; ++at) {
+    if (!beginsWith(at->entry->id, prefix)) continue;
+    only = at->entry;
+    ++found.count;
+  }
+  if (found.count == 1) found.only = byID(only->id);
+  return found;
 }
 
 EntryPointer EntryCaches::byPath(std::string_view path) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -30,6 +31,13 @@ class EntryCaches {
   /// Null when there is none.
   [[nodiscard]] EntryPointer byID(std::string_view id) const;
 
+  /// How many ids begin so, in any case of ASCII letters, and the entry when it is just one.
+  struct Prefixed {
+    std::size_t count = 0;
+    EntryPointer only;
+  };
+  [[nodiscard]] Prefixed byIDPrefix(std::string_view prefix) const;
+
   /// An entry whose file it is; null when there is none.
   [[nodiscard]] EntryPointer byPath(std::string_view path) const;
 
@@ -39,7 +47,15 @@ class EntryCaches {
   [[nodiscard]] const CollectionMembership& membersOf(std::string_view collectionID) const;
 
  private:
+  /// The beginning of an id as a number, so that numbers are in the order of the beginnings.
+  struct Beginning {
+    std::uint64_t number = 0;
+    const ScreenshotEntry* entry = nullptr;  // lives as long as it is in `byID_`
+  };
+  [[nodiscard]] std::vector<Beginning>::iterator findBeginning(const EntryPointer& entry);
+
   std::unordered_map<std::string_view, EntryPointer> byID_;  // keys live in the entries
+  std::vector<Beginning> beginnings_;                        // sorted
   std::unordered_multimap<std::string_view, EntryPointer> byPath_;
   EntryList newestFirst_;
   std::map<std::string, CollectionMembership, std::less<>> members_;

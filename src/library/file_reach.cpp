@@ -32,6 +32,19 @@ bool isUnmounted(const Files& files, const Path& folder) {
 
 }  // namespace
 
+Result<FileStatus> statusOfFolder(const Files& files, const Path& folder) {
+  auto status = files.status(folder);
+  // What is asked for inside a folder is asked for behind the link.
+  if (status && status->type == FileType::link) return files.status(folder / ".");
+  return status;
+}
+
+std::optional<FolderIdentity> identityOf(const Files& files, const Path& folder) {
+  const auto status = statusOfFolder(files, folder);
+  if (!status) return std::nullopt;
+  return FolderIdentity{status->device, status->inode};
+}
+
 FileReach reachOf(const Files& files, const Path& path) {
   const auto status = files.status(path);
   if (status) return FileReach::there;
@@ -43,7 +56,7 @@ FileReach reachOf(const Files& files, const Path& path) {
     default: return FileReach::unknown;
   }
   if (isUnmounted(files, folder)) return FileReach::folderUnreachable;
-  const auto folderStatus = files.status(folder);
+  const auto folderStatus = statusOfFolder(files, folder);
   if (folderStatus) return FileReach::fileGone;
   return folderStatus.error().kind == FailureKind::notFound ? FileReach::folderGone
                                                             : FileReach::unknown;

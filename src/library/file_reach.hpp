@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include "platform/files.hpp"
 
@@ -19,6 +22,15 @@ enum class FileReach {
 
 /// Blocks for as long as the disk takes to answer.
 [[nodiscard]] FileReach reachOf(const Files& files, const Path& path);
+
+/// What a folder is, behind a symbolic link as well: files are looked for there.
+[[nodiscard]] Result<FileStatus> statusOfFolder(const Files& files, const Path& folder);
+
+/// A folder on a file system; another one under the same name has another identity.
+using FolderIdentity = std::pair<std::uint64_t, std::uint64_t>;
+
+/// Nothing when the folder cannot be reached.
+[[nodiscard]] std::optional<FolderIdentity> identityOf(const Files& files, const Path& folder);
 
 /// Why the file cannot be moved, told to the user after the entry's name; empty for `there` and
 /// `fileGone`.

@@ -45,13 +45,16 @@ void HistoryDeletion::release(const std::vector<std::string>& ids, bool isSaved)
 // Runs before the moves that are posted after it.
 void HistoryDeletion::writeJournal() {
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                        failure = journalFailure_,
                         ids = std::vector<std::string>(journalled_.begin(), journalled_.end())] {
+    failure->reset();
     const auto written =
         ids.empty() ? files.remove(paths.deletions())
                     : files.replace(paths.deletions(), json::toText(ids), Privacy::ownerOnly);
     if (!written && written.error().kind != FailureKind::notFound) {
       logWarning("History", "the deletion journal could not be written: {}",
                  written.error().reason);
+      *failure = written.error().reason;
     }
   });
 }
@@ -139,23 +142,28 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
   std::vector<std::string> claimed;
   for (const EntryPointer& entry : going) claimed.push_back(entry->id);
   claim(claimed);
-  services_.work->post(
-      [trash = trash_, main = services_.main, all = candidates(going), sweep = std::move(sweep),
-       reply = alive_.guard([this, undo, done = std::move(done)](TrashSweep& swept) mutable {
-         finishTrash(std::move(swept), undo, std::move(done));
-       })]() mutable {
-        for (const TrashCandidate& candidate : all) {
-          auto outcome = trash->trash(candidate);
-          if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
-            sweep.removed.push_back(std::move(*removed));
-          } else {
-            sweep.failures.push_back(
-                {candidate.entry->id, std::get<HistoryTrash::Failed>(outcome).reason});
-          }
-        }
-        main->post(
-            [sweep = std::move(sweep), reply = std::move(reply)]() mutable { reply(sweep); });
-      });
+  services_.work->post([trash = trash_, main = services_.main, all = candidates(going),
+                        sweep = std::move(sweep), unnoted = journalFailure_,
+                        reply = alive_.guard(
+                            [this, undo, done = std::move(done)](TrashSweep& swept) mutable {
+                              finishTrash(std::move(swept), undo, std::move(done));
+                            })]() mutable {
+    for (const TrashCandidate& candidate : all) {
+      // Without a journal and an index, nobody would know afterwards where the file went.
+      if (*unnoted) {
+        sweep.failures.push_back({candidate.entry->id, "move to Trash failed: " + **unnoted});
+        continue;
+      }
+      auto outcome = trash->trash(candidate);
+      if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
+        sweep.removed.push_back(std::move(*removed));
+      } else {
+        sweep.failures.push_back(
+            {candidate.entry->id, std::get<HistoryTrash::Failed>(outcome).reason});
+      }
+    }
+    main->post([sweep = std::move(sweep), reply = std::move(reply)]() mutable { reply(sweep); });
+  });
 }
 
 void HistoryDeletion::finishTrash(TrashSweep sweep, Undo undo,

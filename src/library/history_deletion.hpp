@@ -121,6 +121,10 @@ class HistoryDeletion {
 
   Services services_;
   std::shared_ptr<HistoryTrash> trash_;
+
+  /// Why the last journal could not be written. Lives on the work runner.
+  std::shared_ptr<std::optional<std::string>> journalFailure_ =
+      std::make_shared<std::optional<std::string>>();
   std::optional<RemovedBatch> pendingUndo_;
   std::set<std::string> deletionsInFlight_;
   std::set<std::string> journalled_;

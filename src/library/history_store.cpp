@@ -98,13 +98,7 @@ Result<EntryPointer> HistoryStore::resolve(std::string_view text) const {
     return failed(FailureKind::notFound, "the library is empty");
   }
   if (EntryPointer entry = find(text)) return entry;
-  EntryPointer only;
-  std::size_t count = 0;
-  for (const EntryPointer& entry : entries_) {
-    if (text.empty() || !matchesPrefix(entry->id, text)) continue;
-    only = entry;
-    ++count;
-  }
+  const auto [count, only] = text.empty() ? EntryCaches::Prefixed{} : caches_.byIDPrefix(text);
   if (count == 1) return only;
   if (count == 0) {
     return failed(FailureKind::notFound, fmt::format("no capture has the id \"{}\"", text));

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "base/log.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
@@ -295,6 +297,48 @@ TEST_F(HistoryStoreTest, CachesFollowEveryChange) {
   EXPECT_EQ((*store->resolveCollection("Box"))->id, "Box") << "an id comes before a name";
   EXPECT_EQ(store->resolveCollection("twin").error().kind, FailureKind::malformed);
   EXPECT_EQ(store->resolveCollection("Bo").error().kind, FailureKind::notFound);
+}
+
+TEST_F(HistoryStoreTest, ShortenedIdsAreFoundWhateverCameAndWentBefore) {
+  open();
+  std::mt19937 random(1);
+  const auto randomText = [&](std::size_t longest) {
+    std::string text;
+    const std::size_t size = random() % longest + 1;
+    for (std::size_t i = 0; i < size; ++i) text += "aAbB\xff"[random() % 5];
+    return text;
+  };
+  const auto lower = [](std::string text) {
+    std::ranges::transform(text, text.begin(), [](char c) {
+      return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c;
+    });
+    return text;
+  };
+  for (int round = 0; round < 600; ++round) {
+    const std::string id = randomText(12);
+    if (store->find(id)) {
+      if (random() % 2 == 0) {
+        store->removeEntries({id});
+      } else {
+        ASSERT_TRUE(store->update(id, [&](ScreenshotEntry& e) { e.capturedAt = round; }));
+      }
+    } else if (store->entries().size() < 200) {
+      add(id, static_cast<double>(random() % 3));
+    }
+    const std::string prefix = randomText(10);
+    if (store->find(prefix)) continue;
+    std::vector<EntryPointer> expected;
+    for (const EntryPointer& one : store->entries()) {
+      if (lower(one->id).starts_with(lower(prefix))) expected.push_back(one);
+    }
+    const auto found = store->resolve(prefix);
+    ASSERT_EQ(found.has_value(), expected.size() == 1) << prefix;
+    if (found) {
+      ASSERT_EQ(*found, expected[0]);
+    } else if (!expected.empty()) {
+      ASSERT_THAT(found.error().reason, HasSubstr(std::to_string(expected.size()) + " captures"));
+    }
+  }
 }
 
 }  // namespace

@@ -133,16 +133,42 @@ Result<void> IndexStorage::takeLock() {
   return {};
 }
 
-IndexStorage::Loaded IndexStorage::load() {
-  Loaded loaded;
-  Path staging = paths_.index();
-  staging += ".staging";
-  if (files_.status(staging)) {
+std::array<Path, 4> IndexStorage::ownFiles() const {
+  return {paths_.index(), paths_.deletions(), paths_.pendingUndo(), paths_.relocationJournal()};
+}
+
+// A run that was killed while it wrote leaves half a file behind.
+void IndexStorage::clearStaging() {
+  for (Path staging : ownFiles()) {
+    staging += ".staging";
+    if (!files_.status(staging)) continue;
     if (const auto cleared = files_.remove(staging); !cleared) {
       logWarning(category, "history index staging file could not be cleared: {}",
                  cleared.error().reason);
     }
   }
+}
+
+// What an earlier build, another program or a copy from elsewhere left open to others.
+void IndexStorage::makeOwnerOnly() {
+  for (const Path& path :
+       {paths_.index(), paths_.deletions(), paths_.pendingUndo(), paths_.relocationJournal()}) {
+    const auto status = files_.status(path);
+    if (!status || status->type != FileType::regular || status->owner != userID_) continue;
+    const auto tightened = files_.makeOwnerOnly(path);
+    if (!tightened) {
+      logWarning(category, "{} could not be made owner-only: {}", path.filename().string(),
+                 tightened.error().reason);
+    } else if (*tightened == Tightening::madeOwnerOnly) {
+      logInfo(category, "made {} owner-only", path.filename().string());
+    }
+  }
+}
+
+IndexStorage::Loaded IndexStorage::load() {
+  Loaded loaded;
+  clearStaging();
+  makeOwnerOnly();
   const auto status = files_.status(paths_.index());
   if (!status && status.error().kind == FailureKind::notFound) return loaded;
   if (status && (status->type != FileType::regular || status->owner != userID_)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -120,6 +121,9 @@ class IndexStorage {
     TextRun run;
   };
 
+  [[nodiscard]] std::array<Path, 4> ownFiles() const;
+  void clearStaging();
+  void makeOwnerOnly();
   [[nodiscard]] Loaded decode();
   [[nodiscard]] static Loaded unreadable(const Failure& failure);
   [[nodiscard]] IndexLoad park(const std::string& text);

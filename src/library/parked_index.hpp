@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "library/library_paths.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -12,5 +13,20 @@ enum class Parking { parked, alreadyParked, failed };
 /// Keeps `text` beside the index as "history-<digest>.unreadable.json", for its owner only. The
 /// same text is parked once.
 [[nodiscard]] Parking parkIndex(Files& files, const Path& index, std::string_view text);
+
+/// What a pass over the parked copies came to: how many of each.
+struct ParkedIndexPass {
+  int scrubbed = 0;      ///< rewritten without recognised text
+  int alreadyClean = 0;  ///< has none
+  int removed = 0;       ///< no build can read it, and nobody has mended it for thirty days
+  int left = 0;          ///< a link, not to be read or written now, or waiting for its thirty days
+  bool folderUnchecked = false;  ///< the folder could not be listed
+  bool operator==(const ParkedIndexPass&) const = default;
+};
+
+/// Takes what recognition can find again out of the parked copies, makes them readable by their
+/// owner alone, and in the end deletes those that are no index of any build. Links are not
+/// followed. `now` is in seconds since 1970-01-01 UTC. Blocks; any thread.
+ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, double now);
 
 }  // namespace vantorel

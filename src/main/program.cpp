@@ -4,8 +4,11 @@
 
 #include "app/library_move.hpp"
 #include "base/log.hpp"
+#include "library/history_disk.hpp"
+#include "library/history_folder_monitor.hpp"
 #include "library/history_relocation.hpp"
 #include "library/history_retention.hpp"
+#include "library/parked_index.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
 #include "platform/linux/desktop_notifications.hpp"
@@ -15,6 +18,7 @@
 #include "platform/linux/linux_files.hpp"
 #include "platform/linux/linux_image_codec.hpp"
 #include "platform/linux/linux_trash.hpp"
+#include "platform/linux/mount_table_watcher.hpp"
 #include "platform/linux/serial_queues.hpp"
 #include "settings/settings_file.hpp"
 
@@ -52,6 +56,32 @@ std::optional<std::string> environmentVariable(const char* name) {
   if (value == nullptr) return std::nullopt;
   return value;
 }
+
+/// Follows what happens to captures' files outside the program. On threads of its own: a disk that
+/// does not answer holds nobody else.
+struct FolderFollowing {
+  FolderFollowing(HistoryStore& store, HistoryDeletion& deletion, const Files& files,
+                  FolderWatcher& watcher, const Clock& clock,
+                  const std::shared_ptr<TaskRunner>& main, CaptureRewriteActivity& rewrites)
+      : reachability(store, files, main, queues.queue("com.hollen.Vantorel.folders")),
+        monitor({.store = store,
+                 .deletion = deletion,
+                 .reachability = reachability,
+                 .files = files,
+                 .watcher = watcher,
+                 .mounts = mounts,
+                 .clock = clock,
+                 .main = main,
+                 .work = queues.queue("com.hollen.Vantorel.folders"),
+                 .isMoving = [&rewrites](const ScreenshotEntry& entry) {
+                   return rewrites.isInFlight(entry.id);
+                 }}) {}
+
+  SerialQueues queues;
+  MountTableWatcher mounts;
+  HistoryReachability reachability;
+  HistoryFolderMonitor monitor;
+};
 
 /// Starts the program anew in place of this process. Comes back only when that fails.
 bool relaunch() {
@@ -104,7 +134,8 @@ struct Program::Parts {
                                  coordinator->rewrites().begin(id);
                         },
                     .release = [this](const std::string& id) { coordinator->rewrites().end(id); }}),
-        retention(store, deletion, *clock, main) {
+        retention(store, deletion, *clock, main),
+        disk(store, *files, main, queues.queue("com.hollen.Vantorel.library")) {
     if (ui == nullptr) {
       alerts = std::make_unique<TerminalAlerts>();
     } else {
@@ -157,6 +188,7 @@ struct Program::Parts {
         .trash = &trash,
         .store = &store,
         .deletion = &deletion,
+        .disk = &disk,
         .originals = folders.data / "Originals",
         .captureFolders =
             [this, usual = folders.captures] {
@@ -177,6 +209,10 @@ struct Program::Parts {
         .verify = libraryVerify.get(),
         .move = libraryMove.get(),
         .showMoving = ui == nullptr ? showMoveProgress() : nullptr,
+        .isOutOfReach =
+            [this](const std::string& id) {
+              return following && following->reachability.outOfReachIDs().contains(id);
+            },
         .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
@@ -258,7 +294,17 @@ struct Program::Parts {
   void followSettings() {
     showCoverLook();
     libraryMove->followSetting();
-    whenReady([this] { retention.setPolicy(settings.values().retentionDays); });
+    whenReady([this] {
+      retention.setPolicy(settings.values().retentionDays);
+      following = std::make_unique<FolderFollowing>(store, deletion, *files, watcher(), *clock,
+                                                    main, coordinator->rewrites());
+      following->monitor.onFileChange = [this](const std::string& path) { disk.fileChanged(path); };
+      if (store.indexRefusal()) return;
+      queues.queue("com.hollen.Vantorel.library")
+          ->post([kept = files, paths = store.paths(), time = clock] {
+            tidyParkedIndexes(*kept, paths, time->now());
+          });
+    });
     settingsObservation = settings.observe([this](std::string_view key) {
       if (key.starts_with("desktopCover")) showCoverLook();
       if (key == "retentionDays" && isReady) {
@@ -285,10 +331,12 @@ struct Program::Parts {
   HistoryDeletion deletion;
   HistoryRelocation relocation;
   HistoryRetention retention;
+  HistoryDisk disk;
   bool isReady = false;  // the library is loaded, and what an earlier run left is cleared up
   std::vector<std::move_only_function<void()>> waitingForLibrary;
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
+  std::unique_ptr<FolderFollowing> following;  // in the tray alone
   std::unique_ptr<CaptureRewriter> rewriter;
   std::unique_ptr<CaptureAnnotator> annotator;
   std::unique_ptr<LibraryMove> libraryMove;
@@ -310,7 +358,10 @@ void Program::start() {
 void Program::startResident() {
   Parts& parts = *parts_;
   parts.ui->statusItem().setMenu(
-      [&parts] { return parts.coordinator->statusMenu(); },
+      [&parts] {
+        if (parts.following) parts.following->monitor.activated();
+        return parts.coordinator->statusMenu();
+      },
       [&parts] { parts.commands->run({.command = command::Capture{}}, [](const auto&) {}); });
   parts.followSettings();
   parts.coordinator->startResident();

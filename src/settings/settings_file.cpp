@@ -52,9 +52,7 @@ class SettingsFile::Disk {
   /// `busy` while another process is writing.
   [[nodiscard]] Result<Values> apply(const Changes& changes) {
     VT_TRY(files_.makeFolder(file_.parent_path(), Privacy::ownerOnly));
-    Path lockFile = file_;
-    lockFile.replace_extension(".lock");
-    const auto lock = VT_TRY(files_.lock(lockFile));
+    const auto lock = VT_TRY(files_.lock(lockFile()));
     auto read = this->read();
     if (!read && read.error().kind == FailureKind::malformed) {
       const Path aside = VT_TRY(setAside(files_, file_));
@@ -77,7 +75,23 @@ class SettingsFile::Disk {
     return values;
   }
 
+  /// Readable by its owner alone, and without what a run left that was killed while it wrote.
+  void tidy() {
+    // A file written by hand may be open to others; what comes of it shows at the next write.
+    (void)files_.makeOwnerOnly(file_);
+    Path staging = file_;
+    staging += ".staging";
+    if (!files_.status(staging)) return;
+    // Another process may be writing it now.
+    if (const auto lock = files_.lock(lockFile())) (void)files_.remove(staging);
+  }
+
  private:
+  [[nodiscard]] Path lockFile() const {
+    Path path = file_;
+    return path.replace_extension(".lock");
+  }
+
   Files& files_;
   Path file_;
 };
@@ -86,6 +100,7 @@ SettingsFile::SettingsFile(Services services, Path file)
     : services_(std::move(services)),
       file_(std::move(file)),
       disk_(std::make_shared<Disk>(services_.files, file_)) {
+  disk_->tidy();
   auto read = disk_->read();
   if (read) {
     values_ = *std::move(read);

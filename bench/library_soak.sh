@@ -1,0 +1,252 @@
+#!/usr/bin/env bash
+# Kills the program at random moments while it captures, annotates, stars, deletes, undoes and, where
+# it can, moves its library; alone and in the tray. After each kill the next start must find every
+# capture that was ever acknowledged, whole and once, with all that was acknowledged about it.
+#
+#   bench/library_soak.sh [program] [kills] [seed]
+set -euo pipefail
+program=$(realpath "${1:-build/release/bin/vantorel}")
+kills=${2:-300}
+seed=${3:-1}
+folder=$(mktemp -d "${TMPDIR:-/var/tmp}/vantorel-soak.XXXXXX")
+mkdir -p "$folder/run" "$folder/home" && chmod 700 "$folder/run"
+export HOME=$folder/home XDG_RUNTIME_DIR=$folder/run XDG_DATA_HOME=$folder/data LC_ALL=C.UTF-8
+unset XDG_CONFIG_HOME XDG_CACHE_HOME XDG_PICTURES_DIR
+children=()
+finish() {
+  for child in "${children[@]}"; do kill "$child" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$folder"
+}
+trap finish EXIT
+
+mkfifo "$folder/display"
+Xvfb -displayfd 3 -screen 0 320x200x24 -nolisten tcp -noreset 3>"$folder/display" 2>/dev/null &
+children+=($!)
+read -r number <"$folder/display"
+export DISPLAY=:$number
+dbus-daemon --session --fork --print-address=1 --print-pid=1 >"$folder/bus"
+{ read -r DBUS_SESSION_BUS_ADDRESS && read -r bus; } <"$folder/bus"
+children+=("$bus")
+export DBUS_SESSION_BUS_ADDRESS
+
+python3 - "$program" "$folder" "$kills" "$seed" <<'PYTHON'
+import json, os, pathlib, random, signal, struct, subprocess, sys, time, urllib.parse, zlib
+
+program, folder, kills, seed = sys.argv[1], pathlib.Path(sys.argv[2]), int(sys.argv[3]), int(sys.argv[4])
+random.seed(seed)
+root, trash = folder / "library", folder / "data" / "Trash"
+document = folder / "note.json"
+document.write_text('{"shapes":[{"id":"box","type":"rect","color":"#ff0000","width":2,'
+                    '"x1":10,"y1":10,"x2":50,"y2":40}]}')
+moved_to = [folder / "moved", root / "Captures"]
+
+def start(*words):
+    return subprocess.Popen([program, "--root", str(root), *words], stdout=subprocess.PIPE,
+                            stderr=subprocess.PIPE, text=True)
+
+def output(process):
+    out, err = process.communicate(timeout=60)
+    return process.returncode, out, err
+
+def has_tray():
+    names = subprocess.run(["dbus-send", "--session", "--dest=org.freedesktop.DBus", "--print-reply",
+                            "/", "org.freedesktop.DBus.ListNames"], capture_output=True, text=True)
+    return "com.hollen.Vantorel" in names.stdout
+
+can_move = "relocate" in output(start("library", "--help"))[1]
+
+def is_whole_png(path):
+    data = path.read_bytes()
+    if data[:8] != b"\x89PNG\r\n\x1a\n":
+        return False
+    at, pixels, header, ended = 8, b"", None, False
+    while at + 12 <= len(data):
+        size, kind = struct.unpack(">I4s", data[at:at + 8])
+        body = data[at + 8:at + 8 + size]
+        if zlib.crc32(kind + body) != struct.unpack(">I", data[at + 8 + size:at + 12 + size])[0]:
+            return False
+        header = struct.unpack(">IIBBBBB", body) if kind == b"IHDR" else header
+        pixels += body if kind == b"IDAT" else b""
+        ended = kind == b"IEND"
+        at += 12 + size
+    if not (ended and at == len(data) and header):
+        return False
+    width, height, depth, colour = header[:4]
+    channels = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}[colour]
+    return len(zlib.decompress(pixels)) == height * (1 + (width * channels * depth + 7) // 8)
+
+known_whole = set()
+def expect_whole(path, what):
+    status = path.stat()
+    mark = (status.st_ino, status.st_size, status.st_mtime_ns)
+    if mark not in known_whole:
+        if not is_whole_png(path):
+            fail(f"{what}: {path} is not whole")
+        known_whole.add(mark)
+    return status.st_ino
+
+class Capture:
+    def __init__(self, path):
+        self.paths = {path}
+        self.starred = None    # what was acknowledged; None when a kill left it open
+        self.annotated = None
+
+acknowledged = {}
+counts = dict.fromkeys(["commands", "captures", "kills", "trash", "undo", "star", "annotate", "relocate",
+                        "tray kills"], 0)
+
+def fail(text):
+    print(f"FAILED after {counts['kills']} kills (seed {seed}): {text}")
+    for path in sorted(root.rglob("*")) + sorted(trash.rglob("*")):
+        print(" ", path)
+    sys.exit(1)
+
+def index():
+    return json.loads((root / "history.json").read_text())["entries"] if (root / "history.json").exists() else []
+
+def in_trash():
+    found = {}
+    for info in (trash / "info").glob("*.trashinfo"):
+        for line in info.read_text().splitlines():
+            if line.startswith("Path="):
+                found.setdefault(urllib.parse.unquote(line[5:]), []).append(
+                    trash / "files" / info.name.removesuffix(".trashinfo"))
+    return found
+
+def check():
+    # Any command clears up what an earlier run left, if only when it has done its own work.
+    code, out, err = output(start("displays"))
+    if code != 0:
+        fail(f"displays: {err}")
+    code, out, err = output(start("--json", "library", "list"))
+    if code != 0:
+        fail(f"library list: {err}")
+    entries = index()
+    by_id = {entry["id"]: entry for entry in entries}
+    if len(by_id) != len(entries) or len({entry["path"] for entry in entries}) != len(entries):
+        fail("an id or a path is in the index twice")
+    if len(out.splitlines()) != len(entries):
+        fail("the list is not the index")
+    inodes = {}
+    for entry in entries:
+        path = pathlib.Path(entry["path"])
+        if not path.exists():
+            fail(f"{entry['id']}: {path} is gone")
+        inode = expect_whole(path, entry["id"])
+        if inode in inodes:
+            fail(f"{path} and {inodes[inode]} are one file")
+        inodes[inode] = path
+        if entry["id"] in acknowledged:
+            acknowledged[entry["id"]].paths.add(entry["path"])
+    trashed = in_trash()
+    for path, files in trashed.items():
+        for file in files:
+            if not file.exists():
+                continue
+            inode = expect_whole(file, "in the Trash")
+            if inode in inodes:
+                fail(f"{file} and {inodes[inode]} are one file")
+            inodes[inode] = file
+    for id, capture in acknowledged.items():
+        entry = by_id.get(id)
+        if entry is None:
+            files = [file for path in capture.paths for file in trashed.get(path, [])]
+            if not any(file.exists() for file in files):
+                fail(f"{id} is neither in the library nor in the Trash: {capture.paths}")
+            continue
+        if capture.starred is not None and entry.get("starred", False) != capture.starred:
+            fail(f"{id}: its star is not what was acknowledged")
+        if capture.annotated and not entry.get("shapes"):
+            fail(f"{id}: its annotations are lost")
+    left = [path for path in root.rglob("*") if path.is_file() and (
+        path.name.endswith((".staging", ".partial")) or path.parent.name == "Staged Captures" or
+        path.name in ("deletions.json", "relocation.json"))]
+    if left:
+        fail(f"left over: {left}")
+    for place in moved_to:
+        for path in place.glob("*") if place.exists() else []:
+            if str(path) not in {entry["path"] for entry in entries}:
+                fail(f"{path} has no entry")
+    return list(by_id)
+
+class Action:
+    """One command, what it promises when it says it is done, and what a kill leaves open."""
+    def __init__(self, ids):
+        kinds = ["capture"] * 4 + (["star", "unstar", "annotate", "trash", "trash", "undo"] if ids else [])
+        if can_move and ids:
+            kinds += ["relocate"]
+        self.kind = random.choice(kinds)
+        self.id = random.choice(ids) if ids else None
+        words = {"capture": ["--json", "capture", "display"], "undo": ["library", "undo"],
+                 "annotate": ["annotate", self.id, "--apply", str(document)],
+                 "relocate": ["library", "relocate", str(random.choice(moved_to))]}
+        capture = acknowledged.get(self.id)
+        if capture and self.kind in ("star", "unstar"):
+            capture.starred = None
+        self.process = start(*words.get(self.kind, ["library", self.kind, self.id]))
+
+    def finish(self):
+        code, out, err = output(self.process)
+        counts["commands"] += 1
+        if code != 0:
+            return
+        name = {"capture": "captures", "unstar": "star"}.get(self.kind, self.kind)
+        counts[name] += 1
+        if self.kind == "capture":
+            entry = json.loads(out)
+            if entry["id"] in acknowledged:
+                fail("an id was given twice")
+            acknowledged[entry["id"]] = Capture(entry["path"])
+            return
+        capture = acknowledged.get(self.id)
+        if capture and self.kind in ("star", "unstar"):
+            capture.starred = self.kind == "star"
+        if capture and self.kind == "annotate":
+            capture.annotated = True
+
+begin = time.time()
+span = 0.25   # seconds in which the kill falls; follows how long commands take
+ids = []
+while counts["kills"] < kills:
+    tray = None
+    if random.random() < 0.4:
+        tray = start()
+        while not has_tray() and tray.poll() is None:
+            time.sleep(0.02)
+        for _ in range(random.randint(0, 3)):
+            Action(ids).finish()
+            ids = [entry["id"] for entry in index()]
+    before = time.time()
+    actions = []
+    chosen = set()
+    for _ in range(random.randint(1, 3) if tray else 1):
+        action = Action([id for id in ids if id not in chosen])
+        chosen.add(action.id)
+        actions.append(action)
+    time.sleep(random.random() * span)
+    victim = tray or actions[0].process
+    if victim.poll() is None:
+        counts["kills"] += 1
+        counts["tray kills"] += tray is not None
+    victim.send_signal(signal.SIGKILL)
+    for action in actions:
+        action.finish()
+    if tray:
+        output(tray)
+    ids = check()
+    if len(ids) > 60:   # a library that stays small enough to look at after each kill
+        output(start("library", "trash", *random.sample(ids, 30)))
+        ids = check()
+    if random.random() < 0.3:
+        before = time.time()
+        action = Action(ids)
+        action.finish()
+        if action.kind == "capture":
+            span = 1.3 * (time.time() - before)
+        ids = check()
+print(f"{counts['kills']} kills in {time.time() - begin:.0f} s, seed {seed}: "
+      + ", ".join(f"{count} {name}" for name, count in counts.items() if name != "kills")
+      + f"; {len(acknowledged)} captures acknowledged, {len(ids)} in the library, none lost or twice"
+      + ("" if can_move else "; this program cannot relocate"))
+PYTHON

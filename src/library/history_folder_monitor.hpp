@@ -1,0 +1,112 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "base/alive.hpp"
+#include "library/history_deletion.hpp"
+#include "library/history_reachability.hpp"
+#include "library/history_store.hpp"
+#include "platform/clock.hpp"
+#include "platform/folder_watcher.hpp"
+#include "platform/mount_watcher.hpp"
+
+namespace vantorel {
+
+/// Notices what happens to captures' files outside the program: takes entries out of the library
+/// whose files were deleted or moved away, and tells of files written anew. Lives on the main
+/// runner; folders are opened and looked at on `work`, which a disk that does not answer may hold.
+///
+/// A folder that cannot be watched is tried again, less and less often, and at once when a disk
+/// comes or goes.
+class HistoryFolderMonitor {
+ public:
+  /// From the last thing that happened until files are looked for: programs that save a file may
+  /// move it away first, and a folder that is being deleted loses its files one by one.
+  static constexpr std::chrono::milliseconds pruneDebounce{1500};
+
+  /// Folders where things never stop happening are looked at this often all the same.
+  static constexpr std::chrono::seconds longestDebounce{10};
+
+  /// Disks come with several mounts at a time.
+  static constexpr std::chrono::milliseconds mountDebounce{500};
+
+  static constexpr std::chrono::seconds firstRetry{5};
+  static constexpr std::chrono::seconds longestRetry{600};
+
+  struct Services {
+    HistoryStore& store;
+    HistoryDeletion& deletion;
+    HistoryReachability& reachability;
+    const Files& files;
+    FolderWatcher& watcher;
+    MountWatcher& mounts;
+    const Clock& clock;
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+
+    /// Whether the program itself may be moving the entry's file now; may be empty.
+    std::function<bool(const ScreenshotEntry&)> isMoving;
+  };
+
+  explicit HistoryFolderMonitor(Services services);
+
+  /// The user turned to the program: folders that could not be watched are tried at once.
+  void activated();
+
+  /// Told when an entry's file was written anew by somebody.
+  std::function<void(const std::string& path)> onFileChange;
+
+ private:
+  struct Folder {
+    std::size_t entries = 0;  ///< how many have their files here
+    std::unique_ptr<FolderWatch> watch;
+    std::optional<FolderIdentity> watched;  ///< what is watched under this name
+    bool isOpening = false;
+    std::uint64_t generation = 0;  ///< of the watch that is there or being opened
+    int failures = 0;              ///< in a row
+    std::chrono::nanoseconds retryAt{0};
+  };
+
+  /// What opening a folder came to.
+  struct Opening {
+    std::optional<FolderIdentity> identity;
+    std::optional<Result<std::unique_ptr<FolderWatch>>> watch;  ///< none: it is the one watched
+  };
+
+  void follow(const HistoryChange& change);
+  void add(const ScreenshotEntry& entry);
+  void remove(const ScreenshotEntry& entry);
+  void openWanted();
+  void open(const std::string& name, Folder& folder);
+  void opened(const std::string& name, std::uint64_t generation, Opening opening);
+  void backOff(Folder& folder);
+  void scheduleRetry();
+  void happened(const std::string& name, const FolderEvent& event);
+  void mountsChanged();
+  void lookSoon(const std::string& name);
+  void prune();
+  void forgetGone(const std::string& name, const EntryList& went,
+                  const std::set<std::string>& movingBefore);
+
+  Services services_;
+  std::map<std::string, Folder, std::less<>> wanted_;
+  bool mountsChanged_ = false;
+  std::set<std::string> toLookAt_;
+  std::chrono::nanoseconds toLookSince_{0};
+  std::uint64_t generations_ = 0;
+  std::unique_ptr<MountWatch> mountWatch_;
+  Observation observation_;
+  Alive pruneTimer_;
+  Alive retryTimer_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

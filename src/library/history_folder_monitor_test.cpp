@@ -1,0 +1,274 @@
+#include "library/history_folder_monitor.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_folder_watcher.hpp"
+#include "platform/testing/fake_mount_watcher.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = FolderEvent::Kind;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class HistoryFolderMonitorTest : public testing::Test {
+ protected:
+  HistoryFolderMonitorTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    store.load([] {});
+    runners.run();
+  }
+  ~HistoryFolderMonitorTest() override { setLogSink(std::move(formerSink)); }
+
+  void add(const std::string& id, const std::string& folder = "/captures") {
+    ScreenshotEntry entry;
+    entry.id = id;
+    entry.path = folder + "/" + id + ".png";
+    files.put(entry.path, "pixels of " + id);
+    ASSERT_TRUE(store.add(entry).has_value());
+  }
+
+  void start() {
+    monitor.emplace(HistoryFolderMonitor::Services{
+        store, deletion, reachability, files, watcher, mounts, runners, runners.main(),
+        runners.runner("folders"),
+        [this](const ScreenshotEntry& entry) { return moving.contains(entry.id); }});
+    monitor->onFileChange = [this](const std::string& path) { changed.push_back(path); };
+    runners.advance(2s);
+  }
+
+  std::string ids() {
+    std::string text;
+    for (const EntryPointer& entry : store.entries()) text += entry->id;
+    return text;
+  }
+
+  std::string outOfReach() {
+    std::string text;
+    for (const std::string& id : reachability.outOfReachIDs()) text += id;
+    return text;
+  }
+
+  void takeFile(const std::string& name, const std::string& folder = "/captures") {
+    files.disk.erase(folder + "/" + name);
+    watcher.happen(folder, Kind::disappeared, name);
+  }
+
+  FakeFiles files;
+  FakeRunners runners;
+  FakeTrash trash{files};
+  FakeFolderWatcher watcher;
+  FakeMountWatcher mounts;
+  LogSink formerSink;
+  HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/data", "/caches"}};
+  HistoryDeletion deletion{
+      {store, files, trash, runners, runners.main(), runners.runner("work"), {}}};
+  HistoryReachability reachability{store, files, runners.main(), runners.runner("folders")};
+  std::set<std::string> moving;
+  std::vector<std::string> changed;
+  std::optional<HistoryFolderMonitor> monitor;
+};
+
+TEST_F(HistoryFolderMonitorTest, OnlyWhatGoesWhileItWatchesLeavesHistory) {
+  for (const char* const id : {"a", "b", "c", "d"}) add(id);
+  files.disk.erase("/captures/b.png");
+  start();
+  EXPECT_EQ(ids(), "abcd") << "nobody saw it go";
+  EXPECT_EQ(outOfReach(), "b");
+
+  takeFile("a.png");
+  runners.advance(1s);
+  EXPECT_EQ(ids(), "abcd");
+  runners.advance(1s);
+  EXPECT_EQ(ids(), "bcd");
+  EXPECT_THAT(files.text("/data/history.json"), Not(testing::HasSubstr(R"("id":"a")")));
+
+  // An editor that saves by moving the old file away.
+  takeFile("c.png");
+  runners.advance(500ms);
+  files.put("/captures/c.png", "new pixels");
+  watcher.happen("/captures", Kind::changed, "c.png");
+  watcher.happen("/captures", Kind::changed, "somebody else's.png");
+  runners.advance(5s);
+  EXPECT_EQ(ids(), "bcd");
+  EXPECT_THAT(changed, ElementsAre("/captures/c.png"));
+
+  // What was missing comes back, and is seen to go then.
+  files.put("/captures/b.png", "pixels of b");
+  watcher.happen("/captures", Kind::appeared, "b.png");
+  runners.advance(2s);
+  EXPECT_EQ(outOfReach(), "");
+  takeFile("b.png");
+  runners.advance(2s);
+  EXPECT_EQ(ids(), "cd");
+
+  // Nobody names what went when there is too much to tell; and the rest never pauses.
+  files.disk.erase("/captures/c.png");
+  watcher.happen("/captures", Kind::overflowed);
+  for (int i = 0; i < 12; ++i) {
+    watcher.happen("/captures", Kind::changed, "d.png");
+    runners.advance(1s);
+  }
+  EXPECT_EQ(ids(), "d");
+
+  add("e");
+  runners.run();
+  takeFile("e.png");
+  runners.advance(2s);
+  EXPECT_EQ(ids(), "d") << "taken and gone without a look in between";
+  ASSERT_EQ(store.removeEntries({"d"}).size(), 1U);
+  EXPECT_FALSE(watcher.isWatched("/captures")) << "nothing is there any more";
+}
+
+TEST_F(HistoryFolderMonitorTest, ADiskThatGoesTakesNoEntryWithIt) {
+  files.mounts.insert("/home/me/nas");
+  for (const char* const id : {"a", "b"}) add(id, "/home/me/nas");
+  add("c");
+  start();
+  EXPECT_EQ(outOfReach(), "");
+  const auto unmount = [&] {
+    files.mounts.erase("/home/me/nas");
+    for (const char* const id : {"a", "b"}) {
+      files.disk.erase(std::string("/home/me/nas/") + id + ".png");
+    }
+  };
+  // Its files go one by one as far as anybody can tell, from a folder that is still there.
+  unmount();
+  for (const char* const name : {"a.png", "b.png"}) {
+    watcher.happen("/home/me/nas", Kind::disappeared, name);
+  }
+  runners.advance(5s);
+  EXPECT_EQ(ids(), "abc");
+  EXPECT_EQ(outOfReach(), "ab");
+  watcher.happen("/home/me/nas", Kind::folderGone);
+  mounts.happen();
+  runners.advance(1min);
+  EXPECT_EQ(ids(), "abc");
+  EXPECT_TRUE(watcher.isWatched("/home/me/nas")) << "the folder that is left";
+
+  // Another disk under the same name; the kernel has given it the same number.
+  files.mounts.insert("/home/me/nas");
+  files.put("/home/me/nas/a.png", "another a");
+  mounts.happen();
+  runners.advance(5s);
+  EXPECT_EQ(ids(), "abc");
+  EXPECT_EQ(outOfReach(), "b");
+  unmount();
+  watcher.happen("/home/me/nas", Kind::folderGone);
+  mounts.happen();
+  runners.advance(5s);
+  files.mounts.insert("/home/me/nas");
+  for (const char* const id : {"a", "b"}) {
+    files.put(std::string("/home/me/nas/") + id + ".png", "pixels");
+  }
+  // A disk is mounted over the folder that is watched: that watch tells nothing any more.
+  const int before = watcher.attempts["/home/me/nas"];
+  const int others = watcher.attempts["/captures"];
+  mounts.happen();
+  mounts.happen();
+  runners.advance(5s);
+  EXPECT_EQ(watcher.attempts["/home/me/nas"], before + 1);
+  EXPECT_EQ(watcher.attempts["/captures"], others) << "nothing changed there";
+  EXPECT_EQ(outOfReach(), "");
+  takeFile("b.png", "/home/me/nas");
+  runners.advance(5s);
+  EXPECT_EQ(ids(), "ac");
+}
+
+TEST_F(HistoryFolderMonitorTest, AFolderThatCannotBeWatchedIsTriedLessAndLessOften) {
+  add("a");
+  add("b");
+  watcher.failing["/captures"] = FailureKind::tooLarge;
+  start();
+  const auto attempts = [&] { return watcher.attempts["/captures"]; };
+  EXPECT_EQ(attempts(), 1);
+  runners.advance(3s);  // 5 s from the start
+  EXPECT_EQ(attempts(), 2);
+  runners.advance(30s);  // 10 and 20 s later
+  EXPECT_EQ(attempts(), 4);
+  runners.advance(24h);
+  EXPECT_LT(attempts(), 4 + 24 * 6 + 10);
+  EXPECT_GT(attempts(), 4 + 24 * 6 - 10);
+  const int before = attempts();
+  monitor->activated();
+  runners.run();
+  EXPECT_EQ(attempts(), before + 1);
+  EXPECT_EQ(ids(), "ab");
+
+  watcher.failing.clear();
+  files.disk.erase("/captures/a.png");
+  mounts.happen();
+  runners.advance(5s);
+  EXPECT_TRUE(watcher.isWatched("/captures"));
+  EXPECT_EQ(ids(), "b") << "it was seen at the first look";
+}
+
+TEST_F(HistoryFolderMonitorTest, WhatTheProgramMovesItselfStays) {
+  for (const char* const id : {"a", "b", "c"}) add(id);
+  start();
+  moving.insert("a");
+  takeFile("a.png");
+  runners.advance(10s);
+  EXPECT_EQ(ids(), "abc");
+  files.put("/captures/a.png", "back");
+  moving.clear();
+  runners.advance(10s);
+  EXPECT_EQ(ids(), "abc");
+
+  // A deletion and its undo, with a look at every moment in between.
+  std::optional<TrashSweep> swept;
+  deletion.trash({"b"}, HistoryDeletion::Undo::offered,
+                 [&](TrashSweep sweep) { swept = std::move(sweep); });
+  watcher.happen("/captures", Kind::disappeared, "b.png");
+  runners.advance(1400ms);
+  ASSERT_TRUE(swept.has_value());
+  bool isBack = false;
+  watcher.happen("/captures", Kind::overflowed);
+  runners.run();
+  runners.advance(1500ms);
+  deletion.undo([&](const UndoOutcome& outcome) { isBack = outcome.restored.size() == 1; });
+  watcher.happen("/captures", Kind::overflowed);
+  runners.advance(10s);
+  EXPECT_TRUE(isBack);
+  EXPECT_EQ(ids(), "abc");
+}
+
+TEST_F(HistoryFolderMonitorTest, ALibraryThatMayNotBeWrittenIsLeftAlone) {
+  files.put("/other/history.json", R"({"version":5})");
+  HistoryStore newer({files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/other", "/caches"});
+  newer.load([] {});
+  runners.run();
+  ScreenshotEntry entry;
+  entry.id = "n";
+  entry.path = "/captures/n.png";
+  files.put(entry.path, "pixels");
+  ASSERT_TRUE(newer.add(entry).has_value());
+  HistoryReachability reach{newer, files, runners.main(), runners.runner("folders")};
+  HistoryDeletion going{{newer, files, trash, runners, runners.main(), runners.runner("work"), {}}};
+  const HistoryFolderMonitor watching({newer,
+                                       going,
+                                       reach,
+                                       files,
+                                       watcher,
+                                       mounts,
+                                       runners,
+                                       runners.main(),
+                                       runners.runner("folders"),
+                                       {}});
+  runners.advance(5s);
+  takeFile("n.png");
+  runners.advance(5s);
+  EXPECT_EQ(newer.entries().size(), 1U);
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,76 @@
+#include "library/parked_index.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_files.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr double day = 86400;
+const LibraryPaths paths{"/data", "/caches"};
+
+TEST(ParkedIndexTest, CopiesLoseTheirTextAndRubbishGoesAfterAMonthButNoLinkIsTouched) {
+  std::string log;
+  const LogSink formerSink = setLogSink(
+      [&](LogLevel, std::string_view, std::string_view text) { log += std::string(text) + "\n"; });
+  FakeFiles files;
+  EXPECT_EQ(tidyParkedIndexes(files, paths, 0), ParkedIndexPass{}) << "there is no folder yet";
+
+  const std::string text =
+      R"({"version":3,"entries":{"x":[{"id":"a","ocrText":"a secret","title":"mine",)"
+      R"("future":{"ocrBlocks":[{"text":"a secret"}],"deep":1e400},"shapes":[]}]}})";
+  ASSERT_TRUE(files.makeFolder("/data", Privacy::ownerOnly).has_value());
+  ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::parked);
+  ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::alreadyParked);
+  const Path parked = paths.data / files.names("/data").at(0);
+  files.disk[parked]->status.mode = 0644;
+  files.put("/data/history-1.unreadable.json", R"({"version":9,"entries":"none"})");
+  files.put("/data/history-2.unreadable.json", R"({"version":4,"entries":[{"id":"a","ocrText":"a)");
+  files.put("/data/history-3.unreadable.json", "a link");
+  files.disk["/data/history-3.unreadable.json"]->status.type = FileType::link;
+  files.disk["/data/history-3.unreadable.json"]->status.mode = 0777;
+  files.put("/data/settings-1.unreadable.json", "another's rubbish");
+  files.put("/data/history-1.unreadable.json.staging", "half a c");
+  const auto texts = [&] {
+    std::string all;
+    for (const std::string& name : files.names("/data")) all += files.text(paths.data / name);
+    return all;
+  };
+
+  EXPECT_EQ(tidyParkedIndexes(files, paths, 29 * day),
+            (ParkedIndexPass{.scrubbed = 1, .alreadyClean = 1, .left = 2}));
+  EXPECT_EQ(files.text(parked), R"({"version":3,"entries":{"x":[{"id":"a","title":"mine",)"
+                                R"("future":{"deep":1e400},"shapes":[]}]}})");
+  EXPECT_EQ(files.disk[parked]->status.mode, 0600U);
+  EXPECT_EQ(files.disk["/data/history-3.unreadable.json"]->status.mode, 0777U);
+  EXPECT_FALSE(files.disk.contains("/data/history-1.unreadable.json.staging"));
+  EXPECT_THAT(log, HasSubstr("made 1 parked index copy(ies) owner-only"));
+
+  EXPECT_EQ(tidyParkedIndexes(files, paths, 31 * day),
+            (ParkedIndexPass{.alreadyClean = 2, .removed = 1, .left = 1}));
+  EXPECT_THAT(texts(), Not(HasSubstr("ocrText")));
+  EXPECT_EQ(files.text("/data/settings-1.unreadable.json"), "another's rubbish");
+  EXPECT_EQ(files.text("/data/history-3.unreadable.json"), "a link");
+
+  // A disk that takes no changes leaves everything as it is, and says so.
+  ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::parked);
+  files.put("/data/history-2.unreadable.json", "rubbish");
+  files.changesFail = FailureKind::readOnly;
+  const std::string before = texts();
+  EXPECT_EQ(tidyParkedIndexes(files, paths, 31 * day),
+            (ParkedIndexPass{.alreadyClean = 1, .left = 3}));
+  EXPECT_EQ(texts(), before);
+  EXPECT_THAT(log, HasSubstr("a parked index copy could not be rewritten without its text"));
+  EXPECT_THAT(log, HasSubstr("a parked index copy no build can read could not be deleted"));
+  setLogSink(formerSink);
+}
+
+}  // namespace
+}  // namespace vantorel

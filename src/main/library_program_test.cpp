@@ -1,0 +1,313 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "main/program_under_test.hpp"
+#include "platform/testing/desktop/test_client.hpp"
+#include "platform/testing/desktop/test_desktop.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/// A file system of its own, mounted for as long as this lives.
+class MountedFolder {
+ public:
+  MountedFolder(std::filesystem::path folder, const char* options) : folder_(std::move(folder)) {
+    std::filesystem::create_directories(folder_);
+    mount(options);
+  }
+  ~MountedFolder() { unmount(); }
+
+  void mount(const char* options) {
+    isMounted_ = ::mount("tmpfs", folder_.c_str(), "tmpfs", 0, options) == 0;
+    EXPECT_TRUE(isMounted_) << std::strerror(errno);
+  }
+  void unmount() {
+    if (!std::exchange(isMounted_, false)) return;
+    EXPECT_EQ(::umount2(folder_.c_str(), MNT_DETACH), 0) << std::strerror(errno);
+  }
+  [[nodiscard]] const std::filesystem::path& path() const { return folder_; }
+
+ private:
+  std::filesystem::path folder_;
+  bool isMounted_ = false;
+};
+
+void setStorage(const Vantorel& vantorel, const std::filesystem::path& folder) {
+  std::filesystem::create_directories(vantorel.root());
+  std::ofstream(vantorel.root() / "settings.json")
+      << R"({"storageDirectory":")" << folder.string() << "\"}";
+}
+
+std::string pathIn(const ChildOutcome& outcome) {
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  return outcome.out.substr(0, outcome.out.find('\n'));
+}
+
+/// Takes captures until one was taken by the program in the tray, which keeps the clipboard.
+void waitForTray(TestClient& client, const Vantorel& vantorel, ChildProcess& tray) {
+  while (!client.isOwned("CLIPBOARD")) {
+    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    ASSERT_TRUE(tray.isRunning()) << tray.errorText();
+  }
+}
+
+TEST(LibraryProgramTest, WhatHappensToFilesOutsideTheRunningProgramIsNoticedAndADiskMayGo) {
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  MountedFolder disk(desktop.folder() / "disk", "size=64m");
+  const std::string deleted = pathIn(vantorel.run({"capture", "display"}));
+  const std::string kept = pathIn(vantorel.run({"capture", "display"}));
+  setStorage(vantorel, disk.path());
+  const std::string onDisk = pathIn(vantorel.run({"capture", "display"}));
+  EXPECT_EQ(std::filesystem::path(onDisk).parent_path(), disk.path());
+
+  ChildProcess tray = vantorel.start({});
+  waitForTray(client, vantorel, tray);
+  const std::string late = pathIn(vantorel.run({"capture", "display"}));
+  std::this_thread::sleep_for(3s);  // the program's first look at the folders
+  std::filesystem::remove(deleted);
+  std::filesystem::rename(late, disk.path() / "renamed.png");
+  const auto listed = [&] { return vantorel.run({"--json", "library", "list"}).out; };
+  for (int i = 0; i < 100 && (listed().find(deleted) != std::string::npos ||
+                              listed().find(late) != std::string::npos);
+       ++i) {
+    std::this_thread::sleep_for(100ms);
+  }
+  EXPECT_THAT(listed(), AllOf(HasSubstr(kept), HasSubstr(onDisk), Not(HasSubstr(deleted)),
+                              Not(HasSubstr(late))));
+
+  disk.unmount();
+  const auto outOfReach = [&] {
+    return vantorel.run({"library", "show", "latest"}).out.find("out of reach now") !=
+           std::string::npos;
+  };
+  for (int i = 0; i < 100 && !outOfReach(); ++i) std::this_thread::sleep_for(100ms);
+  EXPECT_TRUE(outOfReach());
+  EXPECT_THAT(listed(), HasSubstr(onDisk));
+  const ChildOutcome meanwhile = vantorel.run({"capture", "display"});
+  EXPECT_EQ(differenceFromTestPicture(vantorel.picture(meanwhile), 1), "");
+  // The next disk of that name is empty.
+  disk.mount("size=64m");
+  std::this_thread::sleep_for(4s);
+  EXPECT_THAT(listed(), HasSubstr(onDisk));
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  tray.wait();
+  EXPECT_THAT(readAll(vantorel.root() / "history.json"),
+              AllOf(HasSubstr(kept), HasSubstr(onDisk), HasSubstr(pathIn(meanwhile))));
+}
+
+/// What stands where the index should be, made anew in an empty root.
+struct BadIndex {
+  const char* name;
+  std::function<void(const std::filesystem::path& index)> make;
+};
+
+std::string indexOf(int version, const std::string& entries) {
+  return R"({"version":)" + std::to_string(version) + R"(,"entries":[)" + entries +
+         R"(],"collections":[],"later":1})";
+}
+
+TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTheSame) {
+  TestDesktop desktop;
+  TestClient(desktop.display()).paintRoot(1);
+  const auto write = [](std::string text) {
+    return [text = std::move(text)](const std::filesystem::path& index) {
+      std::ofstream(index, std::ios::binary) << text;
+      ASSERT_EQ(::chmod(index.c_str(), 0600), 0);
+    };
+  };
+  for (const BadIndex& bad : std::vector<BadIndex>{
+           {"of a newer build", write(indexOf(5, "{}"))},
+           {"a link",
+            [](const auto& index) {
+              std::ofstream(index.parent_path() / "other.json") << indexOf(4, "");
+              std::filesystem::create_symlink("other.json", index);
+            }},
+           {"a link to nothing",
+            [](const auto& index) { std::filesystem::create_symlink("nothing.json", index); }},
+           {"of another user",
+            [&](const auto& index) {
+              write(indexOf(4, ""))(index);
+              ASSERT_EQ(::chmod(index.c_str(), 0644), 0);
+              ASSERT_EQ(::chown(index.c_str(), 4711, 4711), 0) << std::strerror(errno);
+            }},
+           {"a folder", [](const auto& index) { std::filesystem::create_directory(index); }}}) {
+    SCOPED_TRACE(bad.name);
+    const Vantorel vantorel(desktop);
+    std::filesystem::remove_all(vantorel.root());
+    std::filesystem::create_directories(vantorel.root());
+    const auto index = vantorel.root() / "history.json";
+    bad.make(index);
+    struct stat before{};
+    ASSERT_EQ(::lstat(index.c_str(), &before), 0);
+    const auto text = [&] { return S_ISDIR(before.st_mode) ? std::string() : readAll(index); };
+    const std::string textBefore = text();
+    for (int count = 1; count <= 2; ++count) {
+      const ChildOutcome taken = vantorel.run({"capture", "display"});
+      EXPECT_EQ(differenceFromTestPicture(vantorel.picture(taken), 1), "");
+      EXPECT_THAT(taken.err, HasSubstr("The capture is saved, but not yet listed in History: the "
+                                       "index can't be written this run.\n"));
+      EXPECT_EQ(namesIn(vantorel.captures()).size(), static_cast<std::size_t>(count));
+    }
+    const ChildOutcome listed = vantorel.run({"library", "list"});
+    EXPECT_EQ(listed.status, 1);
+    EXPECT_THAT(listed.err, HasSubstr("The library can't be used now: the index can't be written "
+                                      "this run.\n"));
+    struct stat after{};
+    ASSERT_EQ(::lstat(index.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(text(), textBefore);
+    // Once the index is in order, both are filed.
+    std::filesystem::remove_all(index);
+    EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
+    EXPECT_EQ(vantorel.entries().size(), 2U);
+    vantorel.expectWhole();
+  }
+}
+
+TEST(LibraryProgramTest, ADamagedIndexIsParkedAndNothingOfItIsLost) {
+  TestDesktop desktop;
+  TestClient(desktop.display()).paintRoot(1);
+  std::string random(5000, ' ');
+  std::mt19937 generator(1);
+  for (char& byte : random) byte = static_cast<char>(generator());
+  for (const std::string& text :
+       {std::string(), random, std::string("[1,2]"), indexOf(4, R"({"id":"a"})").substr(0, 30)}) {
+    const Vantorel vantorel(desktop);
+    std::filesystem::remove_all(vantorel.root());
+    std::filesystem::create_directories(vantorel.root());
+    std::ofstream(vantorel.root() / "history.json", std::ios::binary) << text;
+    const ChildOutcome first = vantorel.run({"capture", "display"});
+    EXPECT_EQ(differenceFromTestPicture(vantorel.picture(first), 1), "");
+    EXPECT_THAT(first.err, HasSubstr("index failed to decode; a copy is parked alongside it as "
+                                     ".unreadable.json"));
+    EXPECT_THAT(vantorel.run({"capture", "display"}).err, IsEmpty());
+    EXPECT_EQ(vantorel.entries().size(), 2U);
+    std::vector<std::string> parked;
+    for (const std::string& name : namesIn(vantorel.root())) {
+      if (name.ends_with(".unreadable.json")) parked.push_back(name);
+    }
+    ASSERT_EQ(parked.size(), 1U);
+    EXPECT_EQ(readAll(vantorel.root() / parked[0]), text);
+    struct stat status{};
+    ASSERT_EQ(::stat((vantorel.root() / parked[0]).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    vantorel.expectWhole();
+  }
+
+  // Two captures under one id: the same one twice, and another one.
+  const Vantorel vantorel(desktop);
+  std::filesystem::remove_all(vantorel.root());
+  std::filesystem::create_directories(vantorel.captures());
+  const auto entry = [&](const char* name) {
+    const std::string path = vantorel.captures() / name;
+    std::ofstream(path) << "pixels of " << name;
+    return R"({"id":"twin","capturedAt":1,"later":true,"path":")" + path + "\"}";
+  };
+  std::ofstream(vantorel.root() / "history.json")
+      << indexOf(4, entry("a.png") + "," + entry("a.png") + "," + entry("b.png"));
+  ASSERT_EQ(::chmod((vantorel.root() / "history.json").c_str(), 0644), 0);
+  EXPECT_EQ(vantorel.run({"library", "star", "twin"}).status, 0);
+  const EntryList all = vantorel.entries();
+  ASSERT_EQ(all.size(), 2U);
+  EXPECT_EQ(all[0]->id, "twin");
+  EXPECT_NE(all[1]->id, "twin");
+  EXPECT_THAT(all[1]->path, testing::EndsWith("/b.png"));
+  EXPECT_THAT(readAll(vantorel.root() / "history.json"), HasSubstr(R"("later":1)"));
+  struct stat status{};
+  ASSERT_EQ(::stat((vantorel.root() / "history.json").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST(LibraryProgramTest, AFullDiskUnderTheLibraryLosesNoCapture) {
+  TestDesktop desktop;
+  TestClient(desktop.display()).paintRoot(1);
+  const Vantorel vantorel(desktop);
+  MountedFolder disk(vantorel.root(), "size=24m");
+  setStorage(vantorel, desktop.folder() / "elsewhere");
+  std::filesystem::create_directories(desktop.folder() / "elsewhere");
+  const std::string first = pathIn(vantorel.run({"capture", "display"}));
+  const std::string index = readAll(vantorel.root() / "history.json");
+  {
+    std::ofstream filler(vantorel.root() / "filler", std::ios::binary);
+    const std::string page(4096, 'x');
+    while (filler.write(page.data(), 4096).flush()) {
+    }
+  }
+  const ChildOutcome full = vantorel.run({"capture", "display"});
+  const std::size_t files = namesIn(desktop.folder() / "elsewhere").size();
+  EXPECT_EQ(readAll(vantorel.root() / "history.json"), index);
+  const ChildOutcome starred = vantorel.run({"library", "star", "latest"});
+  EXPECT_EQ(starred.status, 1);
+  EXPECT_THAT(starred.err, HasSubstr("The library's index could not be saved: "));
+  EXPECT_EQ(readAll(vantorel.root() / "history.json"), index);
+  const ChildOutcome trashed = vantorel.run({"library", "trash", "latest"});
+  EXPECT_EQ(trashed.status, 1);
+  EXPECT_THAT(trashed.err, HasSubstr("move to Trash failed: "));
+  EXPECT_TRUE(std::filesystem::exists(first)) << "moved, though nobody could note where it went";
+
+  std::filesystem::remove(vantorel.root() / "filler");
+  EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
+  const EntryList all = vantorel.entries();
+  // Either the capture was refused with a reason and left nothing, or it is filed by now.
+  EXPECT_EQ(all.size(), full.status == 0 ? 2U : files) << full.out << full.err;
+  for (const EntryPointer& entry : all) {
+    EXPECT_TRUE(LinuxImageCodec().decode(readAll(entry->path)).has_value()) << entry->path;
+  }
+  EXPECT_THAT(namesIn(vantorel.root()), Not(testing::Contains(testing::EndsWith(".staging"))));
+}
+
+TEST(LibraryProgramTest, EachDiskHasATrashOfItsOwn) {
+  TestDesktop desktop;
+  TestClient(desktop.display()).paintRoot(1);
+  const Vantorel vantorel(desktop);
+  MountedFolder disk(desktop.folder() / "disk", "size=16m");
+  setStorage(vantorel, disk.path() / "Shots");
+  std::filesystem::create_directories(disk.path() / "Shots");
+  const std::filesystem::path taken = pathIn(vantorel.run({"capture", "display"}));
+  ASSERT_EQ(taken.parent_path(), disk.path() / "Shots");
+  EXPECT_EQ(vantorel.run({"library", "trash", "latest"}).status, 0);
+  EXPECT_FALSE(std::filesystem::exists(taken));
+  const auto trash = disk.path() / (".Trash-" + std::to_string(::geteuid()));
+  EXPECT_THAT(namesIn(trash / "files"), testing::ElementsAre(taken.filename().string()));
+  EXPECT_THAT(readAll(trash / "info" / (taken.filename().string() + ".trashinfo")),
+              HasSubstr("Path=Shots/Screenshot%20"));
+  EXPECT_EQ(vantorel.run({"library", "undo"}).status, 0);
+  EXPECT_THAT(namesIn(trash / "files"), IsEmpty());
+  EXPECT_THAT(namesIn(trash / "info"), IsEmpty());
+  EXPECT_TRUE(LinuxImageCodec().decode(readAll(taken)).has_value());
+  EXPECT_EQ(vantorel.entries().size(), 1U);
+
+  // The disk goes: its captures can't be deleted, and say why.
+  disk.unmount();
+  const ChildOutcome away = vantorel.run({"library", "trash", "latest"});
+  EXPECT_EQ(away.status, 1);
+  EXPECT_THAT(away.err, HasSubstr("the folder it was in no longer exists. Use Remove from History "
+                                  "to take it out of Vantorel."));
+  const ChildOutcome pruned = vantorel.run({"library", "prune"});
+  EXPECT_EQ(pruned.out, "0 captures removed from History\n");
+  EXPECT_EQ(pruned.err, "1 capture out of reach stays in History.\n");
+  EXPECT_EQ(vantorel.entries().size(), 1U);
+}
+
+}  // namespace
+}  // namespace vantorel
