@@ -32,7 +32,7 @@ std::expected<EditorDocument, std::string> readDocument(const Path& path, PixelS
     return std::unexpected(
         fmt::format("Couldn't read {}: {}.", path.string(), text.error().reason));
   }
-  auto document = checkedDocument(*std::move(text), capture, path.parent_path(), files, codec);
+  auto document = checkedDocument(*text, capture, path.parent_path(), files, codec);
   if (!document) return std::unexpected(std::move(document.error().reason));
   return *std::move(document);
 }
@@ -170,6 +170,10 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
 void CaptureAnnotator::store(const std::string& id, const EditorDocument& document,
                              PixelSize capture, Done<EntryPointer> done) {
   HistoryStore& library = *services_->store;
+  // Much can have happened while the file was read.
+  const EntryPointer present = library.find(id);
+  if (!present) return done(std::unexpected("The capture has left History."));
+  if (auto refused = refusal(*present)) return done(std::unexpected(*std::move(refused)));
   const auto changed = library.update(id, [&](ScreenshotEntry& entry) {
     putDocument(document, capture, entry);
     entry.editedAt = services_->clock->now();

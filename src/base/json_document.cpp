@@ -2,10 +2,11 @@
 
 #include <simdjson.h>
 
-#include <bit>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace vantorel::json {
@@ -14,36 +15,12 @@ namespace dom = simdjson::dom;
 
 struct DocumentStorage {
   dom::document document;
-
-  /// Not empty when numbers that no machine type holds were carried through the parser as strings
-  /// that begin with this mark. No string of the text begins with it.
-  std::string numberMark;
+  Tape tape;
 };
 
 namespace {
 
-template <class Part, class Words>
-Part as(Words words) {
-  static_assert(sizeof(Part) == sizeof(Words) && std::is_trivially_copyable_v<Part>);
-  return std::bit_cast<Part>(words);
-}
-
-std::optional<std::string_view> stringOf(const DocumentStorage& storage, dom::element element) {
-  if (!element.is_string()) return std::nullopt;
-  const std::string_view text = element.get_string().value_unsafe();
-  if (!storage.numberMark.empty() && text.starts_with(storage.numberMark)) return std::nullopt;
-  return text;
-}
-
-/// The text of a number that was carried as a string.
-std::optional<std::string_view> numberTextOf(const DocumentStorage& storage, dom::element element) {
-  if (storage.numberMark.empty() || !element.is_string()) return std::nullopt;
-  const std::string_view text = element.get_string().value_unsafe();
-  if (!text.starts_with(storage.numberMark)) return std::nullopt;
-  return text.substr(storage.numberMark.size());
-}
-
-double clampedDouble(std::string_view text) {
+double doubleNear(std::string_view text) {
   double number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc::result_out_of_range) return number;
@@ -127,110 +104,73 @@ std::string quoteGreatNumbers(std::string& text) {
   return mark;
 }
 
-simdjson::error_code parseInto(dom::parser& parser, dom::document& document, std::string& text) {
-  if (parser.capacity() < text.size() || parser.max_depth() == 0) {
-    if (const auto error = parser.allocate(text.size(), Document::maximumDepth)) return error;
+/// A copy of a text with the room behind it that the parser reads into.
+class PaddedText {
+ public:
+  void assign(std::string_view text) {
+    length_ = text.size();
+    if (capacity_ < length_ + simdjson::SIMDJSON_PADDING) {
+      capacity_ = length_ + simdjson::SIMDJSON_PADDING;
+      characters_ = std::make_unique_for_overwrite<char[]>(capacity_);
+    }
+    std::ranges::copy(text, characters_.get());
+    std::fill_n(characters_.get() + length_, simdjson::SIMDJSON_PADDING, '\0');
   }
-  text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
-  return parser.parse_into_document(document, text.data(), text.size(), false).error();
+
+  [[nodiscard]] std::string_view text() const { return {characters_.get(), length_}; }
+
+ private:
+  std::unique_ptr<char[]> characters_;
+  std::size_t length_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+simdjson::error_code parsePadded(dom::parser& parser, dom::document& document,
+                                 std::string_view padded) {
+  if (parser.capacity() < padded.size() || parser.max_depth() == 0) {
+    if (const auto error = parser.allocate(padded.size(), Document::maximumDepth)) return error;
+  }
+  return parser.parse_into_document(document, padded.data(), padded.size(), false).error();
 }
 
-/// Parses `text`, which is changed where it has numbers that no machine type holds.
-Result<void> parseInto(dom::parser& parser, DocumentStorage& storage, std::string& text) {
-  storage.numberMark.clear();
-  simdjson::error_code error = parseInto(parser, storage.document, text);
+Result<void> parseInto(dom::parser& parser, DocumentStorage& storage, PaddedText& copy,
+                       std::string_view text) try {
+  storage.tape.numberMark.clear();
+  copy.assign(text);
+  simdjson::error_code error = parsePadded(parser, storage.document, copy.text());
   if (error == simdjson::NUMBER_ERROR) {
-    storage.numberMark = quoteGreatNumbers(text);
-    if (!storage.numberMark.empty()) error = parseInto(parser, storage.document, text);
+    std::string quoted(text);
+    storage.tape.numberMark = quoteGreatNumbers(quoted);
+    if (!storage.tape.numberMark.empty()) {
+      copy.assign(quoted);
+      error = parsePadded(parser, storage.document, copy.text());
+    }
   }
   if (error == simdjson::MEMALLOC) return failed(FailureKind::noSpace, "not enough memory");
   if (error) return failed(FailureKind::malformed, simdjson::error_message(error));
+  storage.tape.words = storage.document.tape.get();
+  storage.tape.strings = reinterpret_cast<const char*>(storage.document.string_buf.get());
   return {};
+} catch (const std::bad_alloc&) {
+  return failed(FailureKind::noSpace, "not enough memory");
 }
+
+/// The first word of a tape stands for the whole.
+constexpr std::size_t rootWord = 1;
 
 }  // namespace
 
-Kind Cursor::kind() const {
-  const auto element = as<dom::element>(element_);
-  switch (element.type()) {
-    case dom::element_type::ARRAY: return Kind::array;
-    case dom::element_type::OBJECT: return Kind::object;
-    case dom::element_type::INT64: return Kind::integer;
-    case dom::element_type::UINT64:
-    case dom::element_type::DOUBLE: return Kind::number;
-    case dom::element_type::STRING:
-      return numberTextOf(*storage_, element) ? Kind::number : Kind::string;
-    case dom::element_type::BOOL: return Kind::boolean;
-    case dom::element_type::NULL_VALUE: break;
-  }
-  return Kind::null;
+std::optional<double> Cursor::clampedDouble() const {
+  if (mark() != '"' || !isCarriedNumber()) return std::nullopt;
+  return doubleNear(characters().substr(tape_->numberMark.size()));
 }
 
-std::optional<bool> Cursor::asBool() const {
-  bool value = false;
-  if (as<dom::element>(element_).get_bool().get(value)) return std::nullopt;
-  return value;
-}
-
-std::optional<std::int64_t> Cursor::asInt() const {
-  std::int64_t integer = 0;
-  if (!as<dom::element>(element_).get_int64().get(integer)) return integer;
+std::optional<std::int64_t> Cursor::clampedInt() const {
   const std::optional<double> number = asDouble();
   if (!number) return std::nullopt;
   if (*number >= 0x1p63) return std::numeric_limits<std::int64_t>::max();
   if (*number < -0x1p63) return std::numeric_limits<std::int64_t>::min();
   return static_cast<std::int64_t>(*number);
-}
-
-std::optional<double> Cursor::asDouble() const {
-  const auto element = as<dom::element>(element_);
-  double number = 0;
-  if (!element.get_double().get(number)) return number;
-  if (const auto text = numberTextOf(*storage_, element)) return clampedDouble(*text);
-  return std::nullopt;
-}
-
-std::optional<std::string_view> Cursor::asString() const {
-  return stringOf(*storage_, as<dom::element>(element_));
-}
-
-Cursor::Items Cursor::items() const {
-  Items items;
-  dom::array array;
-  if (as<dom::element>(element_).get_array().get(array)) return items;
-  items.storage_ = storage_;
-  items.at_ = std::bit_cast<Words>(array.begin());
-  items.end_ = std::bit_cast<Words>(array.end());
-  return items;
-}
-
-bool Cursor::Items::next(Cursor& item) {
-  if (storage_ == nullptr) return false;
-  auto at = as<dom::array::iterator>(at_);
-  if (!(at != as<dom::array::iterator>(end_))) return false;
-  item = Cursor(storage_, std::bit_cast<Words>(*at));
-  at_ = std::bit_cast<Words>(++at);
-  return true;
-}
-
-Cursor::Members Cursor::members() const {
-  Members members;
-  dom::object object;
-  if (as<dom::element>(element_).get_object().get(object)) return members;
-  members.storage_ = storage_;
-  members.at_ = std::bit_cast<Words>(object.begin());
-  members.end_ = std::bit_cast<Words>(object.end());
-  return members;
-}
-
-bool Cursor::Members::next(std::string_view& key, Cursor& value) {
-  if (storage_ == nullptr) return false;
-  auto at = as<dom::object::iterator>(at_);
-  if (!(at != as<dom::object::iterator>(end_))) return false;
-  key = at.key();
-  value = Cursor(storage_, std::bit_cast<Words>(at.value()));
-  at_ = std::bit_cast<Words>(++at);
-  return true;
 }
 
 JSONValue Cursor::toValue() const {
@@ -240,14 +180,10 @@ JSONValue Cursor::toValue() const {
     case Kind::integer: return {*asInt()};
     case Kind::string: return {std::string(*asString())};
     case Kind::number: {
-      const auto element = as<dom::element>(element_);
-      if (const auto text = numberTextOf(*storage_, element)) {
-        return {NumberText{std::string(*text)}};
+      if (mark() == '"') {
+        return {NumberText{std::string(characters().substr(tape_->numberMark.size()))}};
       }
-      std::uint64_t great = 0;
-      if (!element.get_uint64().get(great)) {
-        return {NumberText{std::to_string(great)}};
-      }
+      if (mark() == 'u') return {NumberText{std::to_string(tape_->words[at_ + 1])}};
       return {*asDouble()};
     }
     case Kind::array: {
@@ -274,34 +210,32 @@ Document::Document(Document&&) noexcept = default;
 Document& Document::operator=(Document&&) noexcept = default;
 Document::~Document() = default;
 
-Result<Document> Document::parse(std::string text) {
+Result<Document> Document::parse(std::string_view text) {
   auto storage = std::make_unique<DocumentStorage>();
   dom::parser parser;
-  VT_TRY(parseInto(parser, *storage, text));
+  PaddedText copy;
+  VT_TRY(parseInto(parser, *storage, copy, text));
   return Document(std::move(storage));
 }
 
-Cursor Document::root() const {
-  return {storage_.get(), std::bit_cast<Cursor::Words>(storage_->document.root())};
-}
+Cursor Document::root() const { return {&storage_->tape, rootWord}; }
 
 struct DocumentParser::Memory {
   dom::parser parser;
   DocumentStorage storage;
-  std::string text;
+  PaddedText copy;
 };
 
 DocumentParser::DocumentParser() : memory_(std::make_unique<Memory>()) {}
 DocumentParser::~DocumentParser() = default;
 
 Result<Cursor> DocumentParser::parse(std::string_view text) {
-  memory_->text.assign(text);
-  VT_TRY(parseInto(memory_->parser, memory_->storage, memory_->text));
-  return Cursor(&memory_->storage, std::bit_cast<Cursor::Words>(memory_->storage.document.root()));
+  VT_TRY(parseInto(memory_->parser, memory_->storage, memory_->copy, text));
+  return Cursor(&memory_->storage.tape, rootWord);
 }
 
-Result<JSONValue> parseValue(std::string text) {
-  const Document document = VT_TRY(Document::parse(std::move(text)));
+Result<JSONValue> parseValue(std::string_view text) {
+  const Document document = VT_TRY(Document::parse(text));
   return document.root().toValue();
 }
 

@@ -1,19 +1,14 @@
 #include "base/json_record.hpp"
 
 #include <algorithm>
-#include <limits>
-#include <span>
 
 namespace vantorel::json {
-namespace {
 
-bool wrongKind(Problem& problem, std::string_view wanted) {
+bool detail::wrongKind(Problem& problem, std::string_view wanted) {
   problem.description = "must be ";
   problem.description += wanted;
   return false;
 }
-
-}  // namespace
 
 void Problem::in(std::string_view key) {
   std::string longer(key);
@@ -21,62 +16,20 @@ void Problem::in(std::string_view key) {
   path = longer + path;
 }
 
+void Problem::clear() {
+  path.clear();
+  description.clear();
+}
+
 std::string Problem::sentence() const {
   return path.empty() ? description : path + ": " + description;
 }
 
-bool read(Cursor cursor, bool& value, Problem& problem) {
-  const auto found = cursor.asBool();
-  if (!found) return wrongKind(problem, "true or false");
-  value = *found;
-  return true;
-}
-
-bool read(Cursor cursor, int& value, Problem& problem) {
-  const auto found = cursor.asInt();
-  if (!found) return wrongKind(problem, "a number");
-  using Limits = std::numeric_limits<int>;
-  value = static_cast<int>(std::clamp<std::int64_t>(*found, Limits::min(), Limits::max()));
-  return true;
-}
-
-bool read(Cursor cursor, std::int64_t& value, Problem& problem) {
-  const auto found = cursor.asInt();
-  if (!found) return wrongKind(problem, "a number");
-  value = *found;
-  return true;
-}
-
-bool read(Cursor cursor, double& value, Problem& problem) {
-  const auto found = cursor.asDouble();
-  if (!found) return wrongKind(problem, "a number");
-  value = *found;
-  return true;
-}
-
-bool read(Cursor cursor, float& value, Problem& problem) {
-  const auto found = cursor.asDouble();
-  if (!found) return wrongKind(problem, "a number");
-  constexpr double largest = std::numeric_limits<float>::max();
-  value = static_cast<float>(std::clamp(*found, -largest, largest));
-  return true;
-}
-
-bool read(Cursor cursor, std::string& value, Problem& problem) {
-  const auto found = cursor.asString();
-  if (!found) return wrongKind(problem, "a string");
-  value = *found;
-  return true;
-}
-
-bool read(Cursor cursor, JSONValue& value, Problem& /*problem*/) {
-  value = cursor.toValue();
-  return true;
-}
-
-RecordReader::RecordReader(Cursor object, Problem& problem) : problem_(problem) {
+void RecordReader::makeTable() {
+  digests_ = {};
   Found found;
-  for (auto members = object.members(); members.next(found.key, found.value);) {
+  for (auto members = object_.members(); members.next(found.key, found.value);) {
+    found.fate = count_ < expected_ ? Fate::taken : Fate::unknown;
     if (many_.empty() && count_ < few_.size()) {
       std::construct_at(&few_[count_], found);
     } else {
@@ -84,32 +37,36 @@ RecordReader::RecordReader(Cursor object, Problem& problem) : problem_(problem) 
       many_.push_back(found);
     }
     ++count_;
+    const std::size_t digest = digestOf(found.key);
+    digests_[digest / 64] |= std::uint64_t{1} << (digest % 64);
   }
+  table_ = many_.empty() ? few_.data() : many_.data();
 }
 
-RecordReader::Found* RecordReader::begin() { return many_.empty() ? few_.data() : many_.data(); }
-
-RecordReader::Found* RecordReader::take(std::string_view key) {
-  const std::span<Found> all(begin(), count_);
-  // Files written by this program have their keys in the described order: look there first, and
-  // only a file from elsewhere pays for the search.
-  if (expected_ >= count_ || all[expected_].key != key) {
-    const auto found = std::ranges::find(all, key, &Found::key);
-    if (found == all.end()) return nullptr;
-    expected_ = static_cast<std::size_t>(found - all.begin());
-  }
-  Found* const found = &all[expected_++];
+bool RecordReader::takeFromAnywhere(std::string_view key, Cursor& value) {
+  const std::span all(table_, count_);
+  const auto found = std::ranges::find(all, key, &Found::key);
+  if (found == all.end()) return false;
+  expected_ = static_cast<std::size_t>(found - all.begin()) + 1;
   found->fate = Fate::taken;
-  return found;
+  value = found->value;
+  return true;
 }
 
-const Cursor* RecordReader::raw(std::string_view key) {
-  const Found* const found = take(key);
-  return found == nullptr ? nullptr : &found->value;
+void RecordReader::keepUnreadable() {
+  problem_.clear();
+  if (table_ == nullptr) makeTable();
+  table_[expected_ - 1].fate = Fate::unreadable;
+}
+
+void RecordReader::failIn(std::string_view key) {
+  problem_.in(key);
+  succeeded_ = false;
 }
 
 void RecordReader::rest(Object& extra) {
-  const std::span<Found> all(begin(), count_);
+  if (table_ == nullptr) makeTable();
+  const std::span all(table_, count_);
   for (const Found& found : all) {
     if (found.fate == Fate::taken || find(extra, found.key) != nullptr) continue;
     const bool repeated =
@@ -121,7 +78,11 @@ void RecordReader::rest(Object& extra) {
 }
 
 void RecordReader::rest(Extra& extra) {
-  const std::span<Found> all(begin(), count_);
+  std::string_view key;
+  Cursor value;
+  if (table_ == nullptr && !members_.peek(key, value)) return;
+  if (table_ == nullptr) makeTable();
+  const std::span all(table_, count_);
   if (std::ranges::all_of(all, [](const Found& found) { return found.fate == Fate::taken; })) {
     return;
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstdint>
@@ -7,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -48,6 +50,7 @@ struct Problem {
   std::string description;
 
   void in(std::string_view key);
+  void clear();
   [[nodiscard]] std::string sentence() const;
 };
 
@@ -68,13 +71,58 @@ struct Clamp {
 template <class Number>
 Clamp(Number, Number) -> Clamp<Number>;
 
-bool read(Cursor cursor, bool& value, Problem& problem);
-bool read(Cursor cursor, int& value, Problem& problem);
-bool read(Cursor cursor, std::int64_t& value, Problem& problem);
-bool read(Cursor cursor, double& value, Problem& problem);
-bool read(Cursor cursor, float& value, Problem& problem);
-bool read(Cursor cursor, std::string& value, Problem& problem);
-bool read(Cursor cursor, JSONValue& value, Problem& problem);
+namespace detail {
+bool wrongKind(Problem& problem, std::string_view wanted);
+}
+
+inline bool read(Cursor cursor, bool& value, Problem& problem) {
+  const auto found = cursor.asBool();
+  if (!found) return detail::wrongKind(problem, "true or false");
+  value = *found;
+  return true;
+}
+
+[[gnu::always_inline]] inline bool read(Cursor cursor, int& value, Problem& problem) {
+  const auto found = cursor.asInt();
+  if (!found) return detail::wrongKind(problem, "a number");
+  using Limits = std::numeric_limits<int>;
+  value = static_cast<int>(std::clamp<std::int64_t>(*found, Limits::min(), Limits::max()));
+  return true;
+}
+
+[[gnu::always_inline]] inline bool read(Cursor cursor, std::int64_t& value, Problem& problem) {
+  const auto found = cursor.asInt();
+  if (!found) return detail::wrongKind(problem, "a number");
+  value = *found;
+  return true;
+}
+
+[[gnu::always_inline]] inline bool read(Cursor cursor, double& value, Problem& problem) {
+  const auto found = cursor.asDouble();
+  if (!found) return detail::wrongKind(problem, "a number");
+  value = *found;
+  return true;
+}
+
+[[gnu::always_inline]] inline bool read(Cursor cursor, float& value, Problem& problem) {
+  const auto found = cursor.asDouble();
+  if (!found) return detail::wrongKind(problem, "a number");
+  constexpr double largest = std::numeric_limits<float>::max();
+  value = static_cast<float>(std::clamp(*found, -largest, largest));
+  return true;
+}
+
+[[gnu::always_inline]] inline bool read(Cursor cursor, std::string& value, Problem& problem) {
+  const auto found = cursor.asString();
+  if (!found) return detail::wrongKind(problem, "a string");
+  value = *found;
+  return true;
+}
+
+inline bool read(Cursor cursor, JSONValue& value, Problem& /*problem*/) {
+  value = cursor.toValue();
+  return true;
+}
 
 inline void write(Writer& writer, bool value) { writer.value(value); }
 inline void write(Writer& writer, int value) { writer.value(value); }
@@ -88,10 +136,7 @@ template <NamedEnum Enum>
 bool read(Cursor cursor, Enum& value, Problem& problem) {
   const auto text = cursor.asString();
   const auto found = text ? enumFromName<Enum>(*text) : std::nullopt;
-  if (!found) {
-    problem.description = "must be one of " + allNames<Enum>();
-    return false;
-  }
+  if (!found) return detail::wrongKind(problem, "one of " + allNames<Enum>());
   value = *found;
   return true;
 }
@@ -103,16 +148,17 @@ void write(Writer& writer, Enum value) {
 
 template <class Item>
 bool read(Cursor cursor, std::vector<Item>& list, Problem& problem) {
-  if (cursor.kind() != Kind::array) {
-    problem.description = "must be a list";
-    return false;
-  }
+  if (cursor.kind() != Kind::array) return detail::wrongKind(problem, "a list");
   list.clear();
-  Cursor item;
-  for (auto items = cursor.items(); items.next(item);) {
-    Item value{};
-    Problem dropped;
-    if (read(item, value, dropped)) list.push_back(std::move(value));
+  auto items = cursor.items();
+  // Many small items that turn out to be no records must not cost much more than their text.
+  list.reserve(std::min(items.count(), 4 * items.weight() / sizeof(Item) + 1));
+  for (Cursor item; items.next(item);) {
+    Item& value = list.emplace_back();
+    if (!read(item, value, problem)) {
+      list.pop_back();
+      problem.clear();
+    }
   }
   return true;
 }
@@ -120,23 +166,29 @@ bool read(Cursor cursor, std::vector<Item>& list, Problem& problem) {
 template <class Item>
 void write(Writer& writer, const std::vector<Item>& list) {
   writer.beginArray();
-  for (const Item& item : list) write(writer, item);
+  const std::size_t start = writer.text().size();
+  std::size_t count = 0;
+  for (const Item& item : list) {
+    write(writer, item);
+    // The first items tell how much room a long list takes.
+    if (++count == 64) writer.expect((writer.text().size() - start) / 60 * (list.size() - count));
+  }
   writer.endArray();
 }
 
 template <class Item>
 bool read(Cursor cursor, std::map<std::string, Item>& map, Problem& problem) {
-  if (cursor.kind() != Kind::object) {
-    problem.description = "must be an object";
-    return false;
-  }
+  if (cursor.kind() != Kind::object) return detail::wrongKind(problem, "an object");
   map.clear();
   std::string_view key;
   Cursor member;
   for (auto members = cursor.members(); members.next(key, member);) {
     Item value{};
-    Problem dropped;
-    if (read(member, value, dropped)) map.insert_or_assign(std::string(key), std::move(value));
+    if (read(member, value, problem)) {
+      map.insert_or_assign(std::string(key), std::move(value));
+    } else {
+      problem.clear();
+    }
   }
   return true;
 }
@@ -165,45 +217,45 @@ class RecordReader {
  public:
   static constexpr bool reading = true;
 
-  RecordReader(Cursor object, Problem& problem);
+  RecordReader(Cursor object, Problem& problem)
+      : problem_(problem), object_(object), members_(object.members()) {}
 
   /// False once a required key could not be read; `problem` then says which and why.
   [[nodiscard]] bool succeeded() const { return succeeded_; }
 
   template <class Member, class... Rules>
-  void required(std::string_view key, Member& member, const Rules&... rules) {
+  [[gnu::always_inline]] void required(std::string_view key, Member& member,
+                                       const Rules&... rules) {
     if (!succeeded_) return;
-    Found* const found = take(key);
-    if (found == nullptr) {
+    Cursor value;
+    if (!take(key, value)) {
       fail(key, "is missing");
-      return;
+    } else if (read(value, member, problem_)) {
+      (rules(member), ...);
+    } else {
+      failIn(key);
     }
-    if (!read(found->value, member, problem_)) {
-      problem_.in(key);
-      succeeded_ = false;
-      return;
-    }
-    (rules(member), ...);
   }
 
   template <class Member, class... Rules>
-  void field(std::string_view key, Member& member, const Rules&... rules) {
+  [[gnu::always_inline]] void field(std::string_view key, Member& member, const Rules&... rules) {
     if (!succeeded_) return;
-    Found* const found = take(key);
-    if (found == nullptr) return;
-    Problem dropped;
+    Cursor found;
+    if (!take(key, found)) return;
     if constexpr (detail::isOptional<Member>) {
-      if (found->value.kind() == Kind::null) return;
+      if (found.kind() == Kind::null) return;
       typename Member::value_type value{};
-      if (read(found->value, value, dropped)) {
-        member = std::move(value);
-      } else {
-        found->fate = Fate::unreadable;
+      if (!read(found, value, problem_)) {
+        keepUnreadable();
         return;
       }
+      member = std::move(value);
     } else {
       Member value{};
-      if (!read(found->value, value, dropped)) return;
+      if (!read(found, value, problem_)) {
+        problem_.clear();
+        return;
+      }
       member = std::move(value);
     }
     (rules(member), ...);
@@ -213,15 +265,16 @@ class RecordReader {
   template <class Member>
   void requiredIfPresent(std::string_view key, Member& member) {
     if (!succeeded_) return;
-    const Found* const found = take(key);
-    if (found == nullptr || read(found->value, member, problem_)) return;
-    problem_.in(key);
-    succeeded_ = false;
+    Cursor value;
+    if (take(key, value) && !read(value, member, problem_)) failIn(key);
   }
 
-  /// The raw value of `key`, for records that look at it in their own way; null when absent. The
-  /// key does not appear in `rest`.
-  [[nodiscard]] const Cursor* raw(std::string_view key);
+  /// The raw value of `key`, for records that look at it in their own way. The key does not appear
+  /// in `rest`.
+  [[nodiscard]] std::optional<Cursor> raw(std::string_view key) {
+    Cursor value;
+    return take(key, value) ? std::optional(value) : std::nullopt;
+  }
 
   /// Collects every key that no line before has taken.
   void rest(Object& extra);
@@ -243,15 +296,67 @@ class RecordReader {
     Fate fate = Fate::unknown;
   };
 
-  Found* take(std::string_view key);
-  [[nodiscard]] Found* begin();
+  /// Files written by this program have their keys in the described order. While they do, the
+  /// members are taken as they come; the first key that is absent or stands elsewhere makes a table
+  /// of all members. Inlined, so that a key that is a literal is compared in one go.
+  [[gnu::always_inline]] bool take(std::string_view key, Cursor& value) {
+    if (table_ == nullptr) {
+      std::string_view next;
+      if (members_.peek(next, value) && same(next, key)) {
+        members_.pass(value);
+        ++expected_;
+        return true;
+      }
+      makeTable();
+    }
+    if (expected_ < count_ && same(table_[expected_].key, key)) {
+      Found& found = table_[expected_++];
+      found.fate = Fate::taken;
+      value = found.value;
+      return true;
+    }
+    return mayHave(key) && takeFromAnywhere(key, value);
+  }
+
+  void makeTable();
+  bool takeFromAnywhere(std::string_view key, Cursor& value);
+
+  /// Lets the value taken last, which could not be read, go to `rest`.
+  void keepUnreadable();
+
+  /// Fails the record for what could not be read in the value of `key`.
+  void failIn(std::string_view key);
+
+  [[nodiscard]] [[gnu::always_inline]] static bool same(std::string_view found,
+                                                        std::string_view key) {
+    return found.size() == key.size() &&
+           __builtin_memcmp(found.data(), key.data(), key.size()) == 0;
+  }
+
+  /// A number below 256, seldom the same one for two keys of a record.
+  [[nodiscard]] [[gnu::always_inline]] static std::size_t digestOf(std::string_view key) {
+    if (key.empty()) return 0;
+    const auto letter = [key](std::size_t i) {
+      return std::size_t{static_cast<unsigned char>(key[i])};
+    };
+    const std::size_t last = key.size() - 1;
+    return (key.size() + 5 * letter(0) + 11 * letter(last) + 19 * letter(last / 2)) & 255U;
+  }
+  [[nodiscard]] [[gnu::always_inline]] bool mayHave(std::string_view key) const {
+    const std::size_t digest = digestOf(key);
+    return (digests_[digest / 64] >> (digest % 64) & 1U) != 0;
+  }
 
   Problem& problem_;
+  Cursor object_;
+  Cursor::Members members_;  ///< those not taken yet, while there is no table
   bool succeeded_ = true;
-  std::size_t count_ = 0;
-  std::size_t expected_ = 0;
-  // The first `count_` are set, unless all moved to `many_`. The others stay uninitialised: most
-  // records have few members, and there are very many records.
+  Found* table_ = nullptr;                ///< all members, once they were looked for out of order
+  std::size_t expected_ = 0;              ///< the member behind the one taken last
+  std::size_t count_ = 0;                 ///< of the members in the table
+  std::array<std::uint64_t, 4> digests_;  ///< of their keys, a bit for each that occurs
+  // The table, unless it is in `many_`. Where there is none it stays uninitialised: most records
+  // have few members, and there are very many records.
   union {
     std::array<Found, 48> few_;
   };
@@ -293,7 +398,7 @@ class RecordWriter {
   template <class Member>
   void put(std::string_view key, const Member& member) {
     if (writtenCount_ < written_.size()) std::construct_at(&written_[writtenCount_++], key);
-    writer_.key(key);
+    writer_.plainKey(key);
     write(writer_, member);
   }
 
@@ -306,10 +411,7 @@ class RecordWriter {
 
 template <class Record>
 bool readRecord(Cursor cursor, Record& record, Problem& problem) {
-  if (cursor.kind() != Kind::object) {
-    problem.description = "must be an object";
-    return false;
-  }
+  if (cursor.kind() != Kind::object) return detail::wrongKind(problem, "an object");
   RecordReader reader(cursor, problem);
   Record::describe(reader, record);
   return reader.succeeded();
@@ -325,8 +427,8 @@ void writeRecord(Writer& writer, const Record& record) {
 
 /// Reads one record from a JSON text. The failure's reason names the place.
 template <class Record>
-[[nodiscard]] Result<Record> fromText(std::string text) {
-  const Document document = VT_TRY(Document::parse(std::move(text)));
+[[nodiscard]] Result<Record> fromText(std::string_view text) {
+  const Document document = VT_TRY(Document::parse(text));
   Record record{};
   Problem problem;
   if (!read(document.root(), record, problem)) {

@@ -36,7 +36,7 @@ struct Basket {
 VT_JSON_RECORD(Basket)
 
 std::string roundTrip(std::string text) {
-  auto basket = json::fromText<Basket>(std::move(text));
+  auto basket = json::fromText<Basket>(text);
   return basket ? json::toText(*basket) : basket.error().reason;
 }
 

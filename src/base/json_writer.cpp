@@ -16,45 +16,55 @@ void appendNumber(std::string& out, Number number) {
     out += "null";
     return;
   }
-  if (number == 0) {
-    out += '0';
+  std::array<char, 32> digits;  // NOLINT(cppcoreguidelines-pro-type-member-init): written below
+  // A short whole number has no shorter form with an exponent.
+  if (std::abs(number) < Number{100'000} &&
+      static_cast<Number>(static_cast<int>(number)) == number) {
+    const auto whole = std::to_chars(digits.begin(), digits.end(), static_cast<int>(number));
+    out.append(digits.data(), static_cast<std::size_t>(whole.ptr - digits.data()));
     return;
   }
-  std::array<char, 32> digits{};
   const bool great = std::abs(number) >= Number{9e18F};
   const auto result =
       great ? std::to_chars(digits.begin(), digits.end(), number, std::chars_format::scientific)
             : std::to_chars(digits.begin(), digits.end(), number);
-  out.append(digits.data(), result.ptr);
+  out.append(digits.data(), static_cast<std::size_t>(result.ptr - digits.data()));
 }
 
-constexpr auto needsEscape = [] {
-  std::array<bool, 256> table{};
-  for (int c = 0; c < 0x20; ++c) table[static_cast<std::size_t>(c)] = true;
-  table['"'] = true;
-  table['\\'] = true;
-  return table;
-}();
+constexpr bool needsEscape(unsigned char c) { return c < 0x20 || c == '"' || c == '\\'; }
+
+/// ASCII that stands in a JSON string as it is.
+bool isPlain(std::string_view text) {
+  unsigned special = 0;
+  for (const char character : text) {
+    const auto c = static_cast<unsigned char>(character);
+    special |= static_cast<unsigned>(needsEscape(c)) | (c & 0x80U);
+  }
+  return special == 0;
+}
 
 }  // namespace
 
-void Writer::separate() {
-  if (text_.empty()) return;
-  const char last = text_.back();
-  if (last != '{' && last != '[' && last != ':') text_ += ',';
+void Writer::quoted(std::string_view text) {
+  text_ += '"';
+  if (isPlain(text)) {
+    text_ += text;
+  } else {
+    escaped(text);
+  }
+  text_ += '"';
 }
 
-void Writer::quoted(std::string_view text) {
+void Writer::escaped(std::string_view text) {
   std::string repaired;
   if (!isUtf8(text)) {
     repaired = repairedUtf8(text);
     text = repaired;
   }
-  text_ += '"';
   std::size_t copied = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto c = static_cast<unsigned char>(text[i]);
-    if (!needsEscape[c]) continue;
+    if (!needsEscape(c)) continue;
     text_.append(text, copied, i - copied);
     copied = i + 1;
     switch (c) {
@@ -72,19 +82,13 @@ void Writer::quoted(std::string_view text) {
     }
   }
   text_.append(text, copied);
-  text_ += '"';
-}
-
-void Writer::key(std::string_view name) {
-  separate();
-  quoted(name);
-  text_ += ':';
 }
 
 void Writer::value(std::int64_t integer) {
   separate();
-  std::array<char, 24> digits{};
-  text_.append(digits.data(), std::to_chars(digits.begin(), digits.end(), integer).ptr);
+  std::array<char, 24> digits;  // NOLINT(cppcoreguidelines-pro-type-member-init): written below
+  const auto result = std::to_chars(digits.begin(), digits.end(), integer);
+  text_.append(digits.data(), static_cast<std::size_t>(result.ptr - digits.data()));
 }
 
 void Writer::value(double number) {

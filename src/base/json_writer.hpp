@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -21,7 +22,25 @@ class Writer {
   void endArray() { text_ += ']'; }
 
   /// `name` is escaped like any string.
-  void key(std::string_view name);
+  void key(std::string_view name) {
+    separate();
+    quoted(name);
+    text_ += ':';
+  }
+
+  /// A key of printable ASCII without quotes and backslashes.
+  void plainKey(std::string_view name) {
+    separate();
+    const std::size_t from = text_.size();
+    const std::size_t size = from + name.size() + 3;
+    text_.resize_and_overwrite(size, [&](char* text, std::size_t /*room*/) {
+      text[from] = '"';
+      name.copy(text + from + 1, name.size());
+      text[size - 2] = '"';
+      text[size - 1] = ':';
+      return size;
+    });
+  }
 
   void null() { literal("null"); }
   void value(bool flag) { literal(flag ? "true" : "false"); }
@@ -36,11 +55,21 @@ class Writer {
   /// Appends JSON text made elsewhere as one value, as it stands.
   void raw(std::string_view json) { literal(json); }
 
+  /// Makes room for about so many more bytes.
+  void expect(std::size_t bytes) {
+    const std::size_t wanted = text_.size() + bytes;
+    if (wanted > text_.capacity()) text_.reserve(std::max(wanted, 2 * text_.capacity()));
+  }
+
   [[nodiscard]] const std::string& text() const { return text_; }
   [[nodiscard]] std::string take() { return std::move(text_); }
 
  private:
-  void separate();
+  void separate() {
+    if (text_.empty()) return;
+    const char last = text_.back();
+    if (last != '{' && last != '[' && last != ':') text_ += ',';
+  }
   void open(char bracket) {
     separate();
     text_ += bracket;
@@ -50,6 +79,7 @@ class Writer {
     text_ += json;
   }
   void quoted(std::string_view text);
+  void escaped(std::string_view text);
 
   std::string text_;
 };

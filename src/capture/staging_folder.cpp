@@ -100,7 +100,7 @@ Result<StagedCaptureRecord> StagingFolder::record(const Path& path) const {
   auto text = files_->attribute(path, StagedCaptureRecord::attributeName);
   if (!text) text = files_->read(recordFile(path), recordLimit);
   if (!text) return std::unexpected(text.error());
-  auto record = json::fromText<StagedCaptureRecord>(std::move(*text));
+  auto record = json::fromText<StagedCaptureRecord>(*text);
   // A record that cannot be read still says that this is a staged capture.
   return record ? std::move(*record) : StagedCaptureRecord{};
 }

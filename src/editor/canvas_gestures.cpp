@@ -116,6 +116,10 @@ void CanvasInput::finishDrawing(const PointerEvent& event) {
 }
 
 void CanvasInput::move(const PointerEvent& event) {
+  if (isSelectingText_) {
+    text_.extendTo(toCapture(event.at));
+    return;
+  }
   if (cropMode_) {
     moveCrop(event);
     return;

@@ -26,6 +26,8 @@ double CanvasInput::captureTolerance(const PointerEvent& event) const {
 void CanvasInput::press(const PointerEvent& event) {
   // A press without the release of the one before: the window lost it.
   if (mode_ != GestureMode::none || cropMode_) cancel();
+  isSelectingText_ = false;
+  if (model_.tool() != Tool::selectText) text_.clear();
   model_.endStep();
   startCanvas_ = event.at;
   startCapture_ = toCapture(event.at);
@@ -37,7 +39,7 @@ void CanvasInput::press(const PointerEvent& event) {
         services_.copyText(model_.addSampledColor(*color));
       }
       return;
-    case Tool::selectText: return;
+    case Tool::selectText: pressSelectText(event); return;
     case Tool::text: pressText(event); return;
     case Tool::select: pressSelect(event); return;
     default: break;
@@ -84,6 +86,11 @@ void CanvasInput::pressSelect(const PointerEvent& event) {
     startShapes_ = model_.selectedShapes();
     mode_ = GestureMode::move;
     model_.beginStep("Move");
+    return;
+  }
+  if (event.clicks >= 2 && isCaptureShown() && text_.hasWordAt(startCapture_)) {
+    model_.pickTool(Tool::selectText);
+    pressSelectText(event);
     return;
   }
   if (pressLayer(event)) return;
@@ -183,6 +190,7 @@ void CanvasInput::pressCrop(const PointerEvent& event) {
 }
 
 void CanvasInput::release(const PointerEvent& event) {
+  isSelectingText_ = false;
   if (cropMode_) {
     // A click outside the frame draws no new one.
     if (*cropMode_ == CropMode::draw && model_.pendingCrop() &&
@@ -232,6 +240,7 @@ bool CanvasInput::handle(const KeyEvent& event) {
   const bool inGesture = mode_ != GestureMode::none || cropMode_.has_value();
   if (event.key == EditorKey::escape) return escape();
   if (inGesture) return false;
+  if (model_.tool() == Tool::selectText && !text_.isEmpty() && textKey(event)) return true;
   if (event.key == EditorKey::character && event.command) return commandKey(event);
   if (model_.isTyping()) {
     if (event.key != EditorKey::enter || !event.command) return false;
@@ -276,6 +285,8 @@ bool CanvasInput::commandKey(const KeyEvent& event) {
 bool CanvasInput::escape() {
   if (mode_ != GestureMode::none || cropMode_) {
     cancel();
+  } else if (model_.tool() == Tool::selectText && !text_.isEmpty()) {
+    text_.clear();
   } else if (model_.isTyping()) {
     model_.endText();
   } else if (model_.pendingCrop()) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "editor/editor_model.hpp"
+#include "editor/text_selection.hpp"
 
 namespace vantorel {
 
@@ -16,7 +17,7 @@ struct PointerEvent {
   Pt at;  ///< canvas pixels
   bool shift = false;
   bool command = false;
-  int clicks = 1;        ///< 2 for the press of a double click
+  int clicks = 1;        ///< 2 for the press of a double click, 3 of a triple click
   double tolerance = 6;  ///< how near counts as on it, in canvas pixels: six view pixels
 };
 
@@ -51,6 +52,8 @@ struct CanvasServices {
   std::function<void(const std::string&)> copyText = [](const std::string&) {};
   std::function<void(const std::string&)> copyShapes = [](const std::string&) {};
   std::function<std::string()> copiedShapes = [] { return std::string(); };
+  /// Whether the lines of copied recognised text are joined.
+  std::function<bool()> joinsCopiedLines = [] { return false; };
 };
 
 /// Turns pointer and key events into edits of the model; a gesture is one undo step. Lives on the
@@ -64,6 +67,13 @@ class CanvasInput {
 
   /// True when the key meant something here.
   bool handle(const KeyEvent& event);
+
+  /// The recognised text of the capture; none while it has not been read.
+  void setRecognised(const std::optional<std::vector<OCRBlock>>& blocks);
+  [[nodiscard]] const TextSelection& text() const { return text_; }
+
+  /// The line below the canvas.
+  [[nodiscard]] std::string hint() const;
 
   /// Ends the gesture as if it had not begun.
   void cancel();
@@ -85,6 +95,9 @@ class CanvasInput {
   void release(const PointerEvent& event);
   void pressSelect(const PointerEvent& event);
   void pressText(const PointerEvent& event);
+  void pressSelectText(const PointerEvent& event);
+  void markSelectedText(ShapeType type, std::string_view name);
+  bool textKey(const KeyEvent& event);
   void pressCrop(const PointerEvent& event);
   bool pressHandle(const PointerEvent& event);
   bool pressLayer(const PointerEvent& event);
@@ -100,12 +113,17 @@ class CanvasInput {
   bool escape();
   void end();
 
+  [[nodiscard]] bool isCaptureShown() const;
   [[nodiscard]] Pt toCapture(Pt canvas) const { return model_.toCanvas().inverse()(canvas); }
   [[nodiscard]] double captureTolerance(const PointerEvent& event) const;
   [[nodiscard]] std::vector<double> guideLines(Guide::Direction direction) const;
 
   EditorModel& model_;
   CanvasServices services_;
+
+  TextSelection text_;
+  TextReading reading_ = TextReading::notRead;
+  bool isSelectingText_ = false;
 
   GestureMode mode_ = GestureMode::none;
   std::optional<CropMode> cropMode_;

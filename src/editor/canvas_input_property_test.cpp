@@ -13,7 +13,14 @@ namespace {
 class RandomUser {
  public:
   RandomUser(EditorModel& model, unsigned seed)
-      : model_(model), random_(seed), input_(model, CanvasServices{}) {}
+      : model_(model), random_(seed), input_(model, CanvasServices{}) {
+    OCRBlock block;
+    for (int i = 0; i < 5; ++i) {
+      const float top = static_cast<float>(i) / 5;
+      block.lines.push_back({"some words in a line", {0.1F, top, 0.8F, 0.15F, {}}, 1, {}});
+    }
+    input_.setRecognised(std::vector{block});
+  }
 
   void act() {
     switch (number(0, 13)) {
@@ -43,10 +50,10 @@ class RandomUser {
   bool maybe() { return number(0, 3) == 0; }
 
   void pressKey() {
-    static constexpr const char* letters[] = {"z", "Z", "a", "c", "v", "x", "q"};
+    static constexpr const char* letters[] = {"z", "Z", "a", "c", "v", "x", "q", "r", "h"};
     const auto key = static_cast<EditorKey>(number(0, 7));
     const bool command = key == EditorKey::character && number(0, 1) == 0;
-    input_.handle(KeyEvent{key, letters[number(0, 6)], maybe(), command});
+    input_.handle(KeyEvent{key, letters[number(0, 8)], maybe(), command});
   }
 
   void drag() {
@@ -55,7 +62,7 @@ class RandomUser {
     if (number(0, 2) == 0 && !input_.handles().empty()) event.at = input_.handles().front().at;
     event.shift = maybe();
     event.command = maybe();
-    event.clicks = number(1, 2);
+    event.clicks = number(1, 3);
     input_.handle(event);
     event.phase = PointerPhase::move;
     for (int i = number(0, 5); i > 0; --i) {

@@ -139,7 +139,7 @@ class EditorModel {
   [[nodiscard]] bool isShown(const Shape& shape) const;
   /// The selected shapes as text for the clipboard; empty when nothing is selected.
   [[nodiscard]] std::string copiedShapes() const;
-  bool pasteShapes(std::string text);
+  bool pasteShapes(std::string_view text);
 
   // The shape being drawn.
   [[nodiscard]] const std::optional<Shape>& draft() const { return draft_; }

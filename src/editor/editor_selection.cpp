@@ -93,9 +93,9 @@ std::string EditorModel::copiedShapes() const {
   return shapes.empty() ? "" : json::toText(shapes);
 }
 
-bool EditorModel::pasteShapes(std::string text) {
+bool EditorModel::pasteShapes(std::string_view text) {
   constexpr double offset = 12;
-  auto shapes = json::fromText<std::vector<Shape>>(std::move(text));
+  auto shapes = json::fromText<std::vector<Shape>>(text);
   if (!shapes || shapes->empty()) return false;
   std::set<std::string> pasted;
   edit(shapes->size() == 1 ? "Paste Annotation" : "Paste Annotations", [&](EditorSnapshot& state) {

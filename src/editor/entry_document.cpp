@@ -53,8 +53,8 @@ Result<void> checkMember(json::Cursor root, std::string_view wanted) {
   return {};
 }
 
-Result<EditorDocument> readStrictly(std::string text) {
-  const auto json = json::Document::parse(std::move(text));
+Result<EditorDocument> readStrictly(std::string_view text) {
+  const auto json = json::Document::parse(text);
   if (!json) {
     return failed(FailureKind::malformed, "The document isn't JSON: " + json.error().reason + ".");
   }
@@ -143,9 +143,9 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
   if (document.canvas != plain && document.canvas != CanvasSpec{}) entry.canvas = document.canvas;
 }
 
-Result<EditorDocument> checkedDocument(std::string text, PixelSize capture, const Path& folder,
+Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture, const Path& folder,
                                        const Files& files, const ImageCodec& codec) {
-  EditorDocument document = VT_TRY(readStrictly(std::move(text)));
+  EditorDocument document = VT_TRY(readStrictly(text));
   VT_TRY(checkIDs(document));
   if (document.canvas.width != 0 || document.canvas.height != 0) {
     const auto size = checkedCanvasSize(document.canvas.width, document.canvas.height, {});

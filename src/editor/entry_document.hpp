@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string>
+#include <string_view>
 
 #include "base/result.hpp"
 #include "editor/records/editor_document.hpp"
@@ -26,7 +26,7 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
 /// are refused; the failure's reason is a whole sentence. The paths of layers are absolute, or
 /// start in `folder`, and come out absolute. Layers get the pixel size of their file when they
 /// state none, and a name. Blocks on files.
-[[nodiscard]] Result<EditorDocument> checkedDocument(std::string text, PixelSize capture,
+[[nodiscard]] Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
                                                      const Path& folder, const Files& files,
                                                      const ImageCodec& codec);
 

@@ -149,8 +149,8 @@ void decodeCollections(json::Cursor list, HistoryIndexFile& file) {
 }
 
 /// Everything but the entries, which are in `frame` only when `batches` is null.
-Result<DecodedIndex> decodeFrame(std::string frame, std::deque<Batch>* batches) {
-  const json::Document document = VT_TRY(json::Document::parse(std::move(frame)));
+Result<DecodedIndex> decodeFrame(std::string_view frame, std::deque<Batch>* batches) {
+  const json::Document document = VT_TRY(json::Document::parse(frame));
   if (document.root().kind() != json::Kind::object) {
     return failed(FailureKind::malformed, "it is not an object");
   }
@@ -158,14 +158,14 @@ Result<DecodedIndex> decodeFrame(std::string frame, std::deque<Batch>* batches) 
   HistoryIndexFile& file = decoded.file;
   json::Problem problem;
   json::RecordReader reader(document.root(), problem);
-  const json::Cursor* const version = reader.raw("version");
-  const auto number = version == nullptr ? std::nullopt : version->asInt();
+  const auto version = reader.raw("version");
+  const auto number = !version ? std::nullopt : version->asInt();
   if (!number || *number < 1) return failed(FailureKind::malformed, "it has no version");
   file.version = static_cast<int>(std::min<std::int64_t>(*number, INT32_MAX));
   if (file.version > HistoryIndexFile::currentVersion) return decoded;
 
-  const json::Cursor* const entries = reader.raw("entries");
-  if (entries == nullptr || entries->kind() != json::Kind::array) {
+  const auto entries = reader.raw("entries");
+  if (!entries || entries->kind() != json::Kind::array) {
     return failed(FailureKind::malformed, "it has no list of entries");
   }
   std::deque<Batch> own;
@@ -187,7 +187,7 @@ Result<DecodedIndex> decodeFrame(std::string frame, std::deque<Batch>* batches) 
     std::ranges::move(batch.entryRuns, std::back_inserter(decoded.runs));
     std::ranges::move(batch.unread, std::back_inserter(file.unreadEntries));
   }
-  if (const json::Cursor* const collections = reader.raw("collections")) {
+  if (const auto collections = reader.raw("collections")) {
     decodeCollections(*collections, file);
   }
   reader.rest(file.extra);
@@ -202,7 +202,7 @@ Result<DecodedIndex> decodeIndex(const TextSource& source) {
       outlineIndex(source, [&](TextRun run, std::string_view text) { decoder.add(run, text); });
   std::deque<Batch>& batches = decoder.finish();
   if (!frame) return std::unexpected(frame.error());
-  if (*frame) return decodeFrame(**std::move(frame), &batches);
+  if (*frame) return decodeFrame(**frame, &batches);
   return decodeFrame(VT_TRY(source.read(0, source.size)), nullptr);
 }
 

@@ -52,7 +52,8 @@ void joinNeighbours(std::vector<PixelRect>& areas) {
 
 }  // namespace
 
-SceneCanvas::SceneCanvas(SceneGround ground) : ground_(std::move(ground)) {
+SceneCanvas::SceneCanvas(SceneGround ground)
+    : ground_(std::move(ground)), scratch_(nullptr, std::free) {
   const auto height = static_cast<std::size_t>(size().height);
   void* const bytes = std::malloc(height * stride());
   if (bytes == nullptr) throw std::bad_alloc();
@@ -150,38 +151,58 @@ std::vector<PixelRect> SceneCanvas::show(const std::vector<Shape>& shapes) {
   const PixelRect all{0, 0, size().width, size().height};
   if (!isDrawn_) {
     isDrawn_ = true;
-    areas = {all};
-  } else {
-    joinNeighbours(areas);
-    growOverRedactions(areas);
+    drawOn(pixels_.get(), all);
+    return {all};
   }
-  for (const PixelRect& area : areas) draw(area);
+  joinNeighbours(areas);
+  growOverRedactions(areas);
+  for (const PixelRect& area : areas) drawAgain(area);
   return areas;
 }
 
-void SceneCanvas::copyGround(const PixelRect& area) {
+void SceneCanvas::copyGround(std::uint8_t* pixels, const PixelRect& area) const {
   const bool opaque = ground_.picture.format() == PixelFormat::bgrx;
   const auto skip = static_cast<std::size_t>(area.x) * 4;
   for (int y = area.y; y < area.bottom(); ++y) {
     const std::uint8_t* const from = ground_.picture.row(y).data() + skip;
-    std::uint8_t* const to = pixels_.get() + static_cast<std::size_t>(y) * stride() + skip;
+    std::uint8_t* const to = pixels + static_cast<std::size_t>(y) * stride() + skip;
     std::memcpy(to, from, static_cast<std::size_t>(area.width) * 4);
     if (!opaque) continue;
     for (int x = 0; x < area.width; ++x) to[4 * x + 3] = 255;
   }
 }
 
-void SceneCanvas::draw(const PixelRect& area) {
-  copyGround(area);
-  TiledSurface surface(pixels_.get(), stride(), size());
+/// Draws what is seen of the scene in `area`. What else of `pixels` the shapes reach is drawn over:
+/// the drawing library rounds an outline a little differently where it is cut, so each shape is
+/// drawn whole, however small the area.
+void SceneCanvas::drawOn(std::uint8_t* pixels, const PixelRect& area) {
+  copyGround(pixels, area);
+  TiledSurface surface(pixels, stride(), size());
+  const PixelRect all{0, 0, size().width, size().height};
   auto redaction = redactions_.begin();
   for (const PlacedShape& shape : placed_) {
     if (shape.shape.type == ShapeType::redact) {
-      cover(pixels_.get(), stride(), size(), *redaction++, redactions_, area);
+      cover(pixels, stride(), size(), *redaction++, redactions_, area);
       continue;
     }
     if (!meet(shape.bounds, area)) continue;
-    surface.draw(area, shape.bounds, [&](cairo_t* cr) { paint(cr, shape); });
+    surface.draw(all, shape.bounds, [&](cairo_t* cr) { paint(cr, shape); });
+  }
+}
+
+void SceneCanvas::drawAgain(const PixelRect& area) {
+  if (!scratch_) {
+    // Takes memory only for what is drawn on.
+    void* const bytes = std::calloc(static_cast<std::size_t>(size().height), stride());
+    if (bytes == nullptr) throw std::bad_alloc();
+    scratch_.reset(static_cast<std::uint8_t*>(bytes));
+  }
+  drawOn(scratch_.get(), area);
+  const std::size_t first = static_cast<std::size_t>(area.x) * 4;
+  for (int y = area.y; y < area.bottom(); ++y) {
+    const std::size_t start = static_cast<std::size_t>(y) * stride() + first;
+    std::memcpy(pixels_.get() + start, scratch_.get() + start,
+                static_cast<std::size_t>(area.width) * 4);
   }
 }
 

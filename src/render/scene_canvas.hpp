@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -44,11 +45,13 @@ class SceneCanvas {
   [[nodiscard]] std::vector<PixelRect> changedAreas(const std::vector<Shape>& shapes,
                                                     std::vector<PlacedShape>& now) const;
   void growOverRedactions(std::vector<PixelRect>& areas) const;
-  void draw(const PixelRect& area);
-  void copyGround(const PixelRect& area);
+  void drawAgain(const PixelRect& area);
+  void drawOn(std::uint8_t* pixels, const PixelRect& area);
+  void copyGround(std::uint8_t* pixels, const PixelRect& area) const;
 
   SceneGround ground_;
   std::shared_ptr<std::uint8_t> pixels_;
+  std::unique_ptr<std::uint8_t, void (*)(void*)> scratch_;  // as large as the picture, once needed
   bool isDrawn_ = false;
   std::vector<Shape> shapes_;
   std::vector<PlacedShape> placed_;

@@ -41,7 +41,7 @@ class SettingsFile::Disk {
     auto text = files_.read(file_, largestFile);
     if (!text && text.error().kind == FailureKind::notFound) return Values{};
     if (!text) return std::unexpected(text.error());
-    const JSONValue root = VT_TRY(json::parseValue(*std::move(text)));
+    const JSONValue root = VT_TRY(json::parseValue(*text));
     const auto* const object = std::get_if<json::Object>(&root.value);
     if (object == nullptr) return failed(FailureKind::malformed, "it is not an object");
     Values values;

@@ -7,8 +7,8 @@ namespace {
 enum class Legacy { none, line, rectFill };
 
 Legacy readType(json::RecordReader& reader, ShapeType& type) {
-  const json::Cursor* const found = reader.raw("type");
-  if (found == nullptr) {
+  const auto found = reader.raw("type");
+  if (!found) {
     reader.fail("type", "is missing");
     return Legacy::none;
   }

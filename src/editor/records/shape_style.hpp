@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "base/enum_names.hpp"
 
 // The names in these tables are stored in files and never change.
@@ -7,7 +9,7 @@
 namespace vantorel {
 
 /// The kinds of marks.
-enum class ShapeType {
+enum class ShapeType : std::uint8_t {
   pen,
   highlighter,
   arrow,
@@ -39,7 +41,7 @@ inline constexpr auto enumNames<ShapeType> = std::to_array<EnumName<ShapeType>>(
 });
 
 /// The look of a text shape: with a contrasting outline, bare, or on a filled label.
-enum class TextStyle { outline, plain, label };
+enum class TextStyle : std::uint8_t { outline, plain, label };
 
 template <>
 inline constexpr auto enumNames<TextStyle> = std::to_array<EnumName<TextStyle>>({
@@ -49,7 +51,7 @@ inline constexpr auto enumNames<TextStyle> = std::to_array<EnumName<TextStyle>>(
 });
 
 /// The marker at an arrow's start.
-enum class ArrowTailMarker { none, dot, ring };
+enum class ArrowTailMarker : std::uint8_t { none, dot, ring };
 
 template <>
 inline constexpr auto enumNames<ArrowTailMarker> = std::to_array<EnumName<ArrowTailMarker>>({
@@ -59,7 +61,7 @@ inline constexpr auto enumNames<ArrowTailMarker> = std::to_array<EnumName<ArrowT
 });
 
 /// The alignment of the lines of a text shape.
-enum class TextAlign { leading, center, trailing };
+enum class TextAlign : std::uint8_t { leading, center, trailing };
 
 template <>
 inline constexpr auto enumNames<TextAlign> = std::to_array<EnumName<TextAlign>>({
@@ -69,7 +71,7 @@ inline constexpr auto enumNames<TextAlign> = std::to_array<EnumName<TextAlign>>(
 });
 
 /// Which ends of an arrow carry heads.
-enum class ArrowHeadStyle { end, headless, both };
+enum class ArrowHeadStyle : std::uint8_t { end, headless, both };
 
 template <>
 inline constexpr auto enumNames<ArrowHeadStyle> = std::to_array<EnumName<ArrowHeadStyle>>({
@@ -78,7 +80,7 @@ inline constexpr auto enumNames<ArrowHeadStyle> = std::to_array<EnumName<ArrowHe
     {ArrowHeadStyle::both, "both"},
 });
 
-enum class LineStyle { solid, dashed };
+enum class LineStyle : std::uint8_t { solid, dashed };
 
 template <>
 inline constexpr auto enumNames<LineStyle> = std::to_array<EnumName<LineStyle>>({
@@ -87,7 +89,7 @@ inline constexpr auto enumNames<LineStyle> = std::to_array<EnumName<LineStyle>>(
 });
 
 /// The interior of closed shapes. `tint` is the stroke colour, mostly transparent.
-enum class FillStyle { none, solid, tint };
+enum class FillStyle : std::uint8_t { none, solid, tint };
 
 template <>
 inline constexpr auto enumNames<FillStyle> = std::to_array<EnumName<FillStyle>>({
@@ -122,7 +124,7 @@ inline constexpr auto enumNames<PolygonPreset> = std::to_array<EnumName<PolygonP
 });
 
 /// The unit of a measure label: image pixels, or points of the captured display.
-enum class MeasureUnit { px, pt };
+enum class MeasureUnit : std::uint8_t { px, pt };
 
 template <>
 inline constexpr auto enumNames<MeasureUnit> = std::to_array<EnumName<MeasureUnit>>({
@@ -131,7 +133,7 @@ inline constexpr auto enumNames<MeasureUnit> = std::to_array<EnumName<MeasureUni
 });
 
 /// How a redaction box hides what is under it.
-enum class RedactStyle { gaussianBlur, pixelate, solidBox };
+enum class RedactStyle : std::uint8_t { gaussianBlur, pixelate, solidBox };
 
 template <>
 inline constexpr auto enumNames<RedactStyle> = std::to_array<EnumName<RedactStyle>>({

@@ -14,7 +14,7 @@ Shape shapeFrom(const std::string& members) {
 }
 
 std::string refusal(std::string text) {
-  const auto shape = json::fromText<Shape>(std::move(text));
+  const auto shape = json::fromText<Shape>(text);
   return shape ? "accepted" : shape.error().reason;
 }
 

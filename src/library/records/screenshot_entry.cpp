@@ -6,10 +6,10 @@ namespace {
 // Three keys stand for one field: the shape, the rules that found it and the text it was found in.
 // A shape of other rules or of another text is dropped, and then found again.
 void readTextShape(json::RecordReader& v, ScreenshotEntry& entry) {
-  const json::Cursor* const shape = v.raw("textShape");
-  const json::Cursor* const version = v.raw("textShapeVersion");
-  const json::Cursor* const fingerprint = v.raw("textShapeFingerprint");
-  if (shape == nullptr || version == nullptr || fingerprint == nullptr) return;
+  const auto shape = v.raw("textShape");
+  const auto version = v.raw("textShapeVersion");
+  const auto fingerprint = v.raw("textShapeFingerprint");
+  if (!shape || !version || !fingerprint) return;
   if (version->kind() != json::Kind::integer || version->asInt() != textShapeVersion) return;
   const auto stored = fingerprint->asString();
   TextShape found{};

@@ -8,7 +8,7 @@ namespace vantorel {
 namespace {
 
 ScreenshotEntry entryOf(std::string text) {
-  auto entry = json::fromText<ScreenshotEntry>(std::move(text));
+  auto entry = json::fromText<ScreenshotEntry>(text);
   EXPECT_TRUE(entry.has_value()) << entry.error().reason;
   return entry ? *std::move(entry) : ScreenshotEntry{};
 }

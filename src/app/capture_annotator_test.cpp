@@ -1,0 +1,215 @@
+#include "app/capture_annotator.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/testing/fake_defaults_store.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class OpenWindow final : public Surface {
+ public:
+  void bringForward() override {}
+};
+
+class CaptureAnnotatorTest : public testing::Test {
+ protected:
+  CaptureAnnotatorTest()
+      : files(std::make_shared<FakeFiles>()),
+        codec(std::make_shared<FakeImageCodec>()),
+        runners(std::make_shared<FakeRunners>()),
+        settings(defaults, SettingsValues{}),
+        store({*files, *runners, runners->main(), runners->runner("persist"), 0},
+              {"/data", "/caches"}) {
+    files->put("/captures/a.png", pictureOf({8, 6}));
+    files->put("/one.json", documentOf("one"));
+    files->put("/two.json", documentOf("two"));
+    annotator = std::make_unique<CaptureAnnotator>(CaptureAnnotator::Services{
+        runners->main(), runners->runner("work"), runners, files, codec, &store, &settings,
+        &activity, &pending, &surfaces,
+        [this](const EditorDocument& document, const Image& base, std::optional<double>,
+               const ImageEncoding& encoding) -> Result<std::string> {
+          if (!drawFailure.empty()) return failed(FailureKind::tooLarge, drawFailure);
+          return std::string(nameOf(encoding.format)) + " of " + std::to_string(base.width()) +
+                 " with " + std::to_string(document.shapes.size());
+        }});
+    store.load([] {});
+  }
+
+  std::string pictureOf(PixelSize size) {
+    return *codec->encode(MutableImage(size, PixelFormat::bgrx).finish(), {});
+  }
+
+  static std::string documentOf(const std::string& shape) {
+    return R"({"shapes":[{"id":")" + shape + R"(","type":"rect","color":"#ff3b30","width":4}]})";
+  }
+
+  void loaded() {
+    runners->run();
+    ScreenshotEntry entry;
+    entry.id = "a";
+    entry.path = "/captures/a.png";
+    ASSERT_TRUE(store.add(entry).has_value());
+    runners->run();
+  }
+
+  /// What comes of it is put into the answer, once.
+  void apply(const Path& document, std::string& answer) {
+    answer = "waiting";
+    annotator->apply("a", document, [&answer](CaptureAnnotator::Answer<EntryPointer> result) {
+      ASSERT_EQ(answer, "waiting") << "answered twice";
+      answer = result ? "applied " + result.value()->shapes.at(0).id : result.error();
+    });
+  }
+
+  std::string draw(CaptureAnnotator::Drawing drawing) {
+    std::string answer = "waiting";
+    annotator->draw(drawing, [&](const CaptureAnnotator::Answer<Path>& result) {
+      answer = result ? result->string() : result.error();
+    });
+    runners->run();
+    return answer;
+  }
+
+  /// Nobody is kept waiting by what is over.
+  void expectQuiet() {
+    EXPECT_TRUE(activity.isEmpty());
+    EXPECT_TRUE(pending.isEmpty());
+  }
+
+  std::shared_ptr<FakeFiles> files;
+  std::shared_ptr<FakeImageCodec> codec;
+  std::shared_ptr<FakeRunners> runners;
+  FakeDefaultsStore defaults;
+  SettingsStore settings;
+  HistoryStore store;
+  CaptureRewriteActivity activity;
+  PendingArchiveWork pending;
+  SurfaceRegistry surfaces;
+  std::string drawFailure;
+  std::unique_ptr<CaptureAnnotator> annotator;
+};
+
+TEST_F(CaptureAnnotatorTest, AppliesOnceTheLibraryIsThereAndAnswersWhenItIsOnDisk) {
+  files->put("/data/history.json", R"({"version":1,"entries":[{"id":"a","capturedAt":1,)"
+                                   R"("path":"/captures/a.png","shapes":[]}],"collections":[]})");
+  std::string answer;
+  apply("/one.json", answer);
+  EXPECT_EQ(answer, "waiting");
+  runners->run();
+  EXPECT_EQ(answer, "applied one");
+  EXPECT_THAT(files->text("/data/history.json"), HasSubstr(R"("id":"one")"));
+  EXPECT_EQ(store.find("a")->editedAt, runners->now());
+  expectQuiet();
+}
+
+TEST_F(CaptureAnnotatorTest, OneChangeOfACaptureAtATimeAndAQuitWaitsForIt) {
+  loaded();
+  std::string first;
+  std::string second;
+  apply("/one.json", first);
+  apply("/two.json", second);
+  EXPECT_EQ(second, "This capture is being changed already.");
+  EXPECT_FALSE(pending.isEmpty());
+  runners->run();
+  EXPECT_EQ(first, "applied one");
+  expectQuiet();
+
+  apply("/two.json", second);
+  runners->run();
+  EXPECT_EQ(second, "applied two");
+
+  ASSERT_TRUE(activity.begin("a"));  // it is being converted
+  apply("/one.json", first);
+  EXPECT_EQ(first, "This capture is being changed already.");
+  activity.end("a");
+  expectQuiet();
+}
+
+TEST_F(CaptureAnnotatorTest, WhatChangedWhileTheFileWasReadIsSeen) {
+  loaded();
+  std::string answer;
+  apply("/one.json", answer);
+  surfaces.editors.show("a", [] { return std::make_shared<OpenWindow>(); });
+  runners->run();
+  EXPECT_EQ(answer, "The capture can't be changed: close Annotate first.");
+  EXPECT_TRUE(store.find("a")->shapes.empty());
+  apply("/one.json", answer);
+  EXPECT_EQ(answer, "The capture can't be changed: close Annotate first.");
+  surfaces.editors.closed("a");
+
+  apply("/one.json", answer);
+  store.removeEntries({"a"});
+  runners->run();
+  EXPECT_EQ(answer, "The capture has left History.");
+  expectQuiet();
+  apply("/one.json", answer);
+  EXPECT_THAT(answer, StartsWith("Couldn't find the capture: "));
+}
+
+TEST_F(CaptureAnnotatorTest, FailuresAreSaidAndLeaveTheCaptureAsItWas) {
+  loaded();
+  std::string answer;
+  apply("/none.json", answer);
+  runners->run();
+  EXPECT_THAT(answer, StartsWith("Couldn't read /none.json: "));
+  files->put("/bad.json", documentOf("one") + "]");
+  apply("/bad.json", answer);
+  runners->run();
+  EXPECT_THAT(answer, StartsWith("The document isn't JSON: "));
+  files->put("/captures/a.png", "");
+  apply("/one.json", answer);
+  runners->run();
+  EXPECT_THAT(answer, StartsWith("/captures/a.png: the capture couldn't be read as an image ("));
+  EXPECT_TRUE(store.find("a")->shapes.empty());
+  files->put("/captures/a.png", pictureOf({8, 6}));
+
+  files->changesFail = FailureKind::noSpace;
+  apply("/one.json", answer);
+  runners->run();
+  EXPECT_THAT(answer, StartsWith("The change is made, but History couldn't be saved: "));
+  files->changesFail.reset();
+  runners->advance(std::chrono::seconds(30));
+  EXPECT_THAT(files->text("/data/history.json"), HasSubstr(R"("id":"one")"));
+  expectQuiet();
+}
+
+TEST_F(CaptureAnnotatorTest, DrawsIntoFilesButNeverOverTheLibrarysOrItsOwn) {
+  loaded();
+  using Drawing = CaptureAnnotator::Drawing;
+  const Drawing capture{Drawing::Capture{"latest"}, "/one.json", "/out.png", ExportFormat::jpeg};
+  EXPECT_EQ(draw(capture), "/out.png");
+  EXPECT_EQ(files->text("/out.png"), "jpeg of 8 with 1");
+  files->put("/plain.png", pictureOf({5, 5}));
+  Drawing plain{Drawing::Picture{"/plain.png"}, "/one.json", "/captures/a.png"};
+  EXPECT_EQ(draw(plain), "A capture of the library can't be drawn over.");
+  ASSERT_TRUE(files->linkNew("/plain.png", "/same.png").has_value());
+  plain.output = "/same.png";
+  EXPECT_EQ(draw(plain), "The picture can't be drawn over its own file.");
+  plain.output = "/nowhere/out.png";
+  EXPECT_THAT(draw(plain), StartsWith("Couldn't write /nowhere/out.png: "));
+  drawFailure = "Export is blocked: the layered image couldn't be built.";
+  EXPECT_EQ(draw(capture), drawFailure);
+  EXPECT_EQ(files->text("/out.png"), "jpeg of 8 with 1");
+  EXPECT_EQ(draw({Drawing::Picture{"/none.png"}, {}, "/out.png"}).substr(0, 11), "/none.png: ");
+}
+
+TEST_F(CaptureAnnotatorTest, GoneBeforeTheAnswerItAnswersNobody) {
+  loaded();
+  std::string answer;
+  apply("/one.json", answer);
+  annotator.reset();
+  runners->run();
+  EXPECT_EQ(answer, "waiting");
+  EXPECT_TRUE(store.find("a")->shapes.empty());
+}
+
+}  // namespace
+}  // namespace vantorel

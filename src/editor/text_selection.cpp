@@ -1,0 +1,122 @@
+#include "editor/text_selection.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include "editor/shape_geometry.hpp"
+
+namespace vantorel {
+namespace {
+
+/// The places where letters of UTF-8 begin, and the end.
+std::vector<std::size_t> letterStarts(std::string_view text) {
+  std::vector<std::size_t> starts;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if ((static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U) starts.push_back(i);
+  }
+  starts.push_back(text.size());
+  return starts;
+}
+
+double away(const Box& box, Pt at) {
+  const double dx = std::max({box.x - at.x, 0.0, at.x - box.right()});
+  const double dy = std::max({box.y - at.y, 0.0, at.y - box.bottom()});
+  // What stands on the pointer's line of text is nearer than what stands above or below it.
+  return std::hypot(dx, 4 * dy);
+}
+
+}  // namespace
+
+TextSelection::TextSelection(const std::vector<OCRBlock>& blocks, PixelSize capture) {
+  for (std::size_t block = 0; block < blocks.size(); ++block) {
+    for (const OCRLine& line : blocks[block].lines) {
+      const Box box{line.box.x * capture.width, line.box.y * capture.height,
+                    line.box.w * capture.width, line.box.h * capture.height};
+      if (line.text.empty() || !(box.w > 0) || !(box.h > 0)) continue;
+      lines_.push_back({line.text, letterStarts(line.text), box, block});
+    }
+  }
+}
+
+std::size_t TextSelection::nearestLine(Pt at) const {
+  const auto nearest =
+      std::ranges::min_element(lines_, {}, [at](const Line& line) { return away(line.box, at); });
+  return static_cast<std::size_t>(nearest - lines_.begin());
+}
+
+TextSelection::Span TextSelection::spanAt(Pt at, Unit unit) const {
+  const std::size_t index = nearestLine(at);
+  const Line& line = lines_[index];
+  if (unit == Unit::line) return {{index, 0}, {index, line.length()}};
+  const double share = std::clamp((at.x - line.box.x) / line.box.w, 0.0, 1.0);
+  const double place = share * static_cast<double>(line.length());
+  if (unit == Unit::letter) {
+    const auto letter = static_cast<std::size_t>(std::lround(place));
+    return {{index, letter}, {index, letter}};
+  }
+  std::size_t from = std::min(static_cast<std::size_t>(place), line.length() - 1);
+  std::size_t to = from;
+  while (to < line.length() && !line.isSpace(to)) ++to;
+  while (from > 0 && !line.isSpace(from) && !line.isSpace(from - 1)) --from;
+  return {{index, from}, {index, to}};
+}
+
+bool TextSelection::hasWordAt(Pt at) const {
+  if (!hasText() || !contains(lines_[nearestLine(at)].box, at)) return false;
+  const Span word = spanAt(at, Unit::word);
+  return word.from < word.to;
+}
+
+void TextSelection::begin(Pt at, Unit unit) {
+  clear();
+  if (!hasText()) return;
+  unit_ = unit;
+  start_ = spanAt(at, unit);
+  from_ = start_.from;
+  to_ = start_.to;
+}
+
+void TextSelection::extendTo(Pt at) {
+  if (!hasText()) return;
+  const Span end = spanAt(at, unit_);
+  from_ = std::min(start_.from, end.from);
+  to_ = std::max(start_.to, end.to);
+}
+
+void TextSelection::clear() { from_ = to_ = {}; }
+
+TextSelection::Span TextSelection::selectedOf(std::size_t line) const {
+  const Place start{line, 0};
+  const Place end{line, lines_[line].length()};
+  return {std::clamp(from_, start, end), std::clamp(to_, start, end)};
+}
+
+std::string TextSelection::text(bool joinLines) const {
+  std::string text;
+  std::optional<std::size_t> block;
+  for (std::size_t i = 0; i < lines_.size(); ++i) {
+    const auto [from, to] = selectedOf(i);
+    if (!(from < to)) continue;
+    const Line& line = lines_[i];
+    if (block) text += *block != line.block ? "\n\n" : joinLines ? " " : "\n";
+    block = line.block;
+    const std::size_t start = line.letters[from.letter];
+    text.append(line.text, start, line.letters[to.letter] - start);
+  }
+  return text;
+}
+
+std::vector<Box> TextSelection::boxes() const {
+  std::vector<Box> boxes;
+  for (std::size_t i = 0; i < lines_.size(); ++i) {
+    const auto [from, to] = selectedOf(i);
+    if (!(from < to)) continue;
+    const Line& line = lines_[i];
+    const double each = line.box.w / static_cast<double>(line.length());
+    boxes.push_back({line.box.x + each * static_cast<double>(from.letter), line.box.y,
+                     each * static_cast<double>(to.letter - from.letter), line.box.h});
+  }
+  return boxes;
+}
+
+}  // namespace vantorel
