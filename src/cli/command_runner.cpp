@@ -124,9 +124,14 @@ CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
 
 }  // namespace
 
-void CommandRunner::run(const CommandLine& line, Done done) {
+void CommandRunner::run(const CommandLine& line, Done done, const std::string& asker) {
   if (const auto* capturing = std::get_if<command::Capture>(&line.command)) {
-    capture(capturing->what, line.json, std::move(done));
+    const auto place = capturing_.insert(asker);
+    capture(capturing->what, line.json,
+            [this, place, done = std::move(done)](CommandReply reply) mutable {
+              capturing_.erase(place);
+              done(std::move(reply));
+            });
   } else if (std::holds_alternative<command::ListDisplays>(line.command)) {
     listDisplays(line.json, std::move(done));
   } else if (std::holds_alternative<command::ListWindows>(line.command)) {
@@ -141,7 +146,7 @@ void CommandRunner::run(const CommandLine& line, Done done) {
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
     runSettingsCommand(*settings, line.json, *services_.settings, std::move(done));
   } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
-    services_.library->run(*library, line.json, std::move(done));
+    services_.library->run(*library, line.json, std::move(done), asker);
   } else if (std::holds_alternative<command::Quit>(line.command)) {
     // Answered first: afterwards nobody is left to answer.
     done({});

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "app/app_coordinator.hpp"
@@ -34,13 +35,15 @@ class CommandRunner {
 
   using Done = CommandDone;
 
-  /// Calls `done` once, when the work is safe on disk.
-  void run(const CommandLine& line, Done done);
+  /// Calls `done` once, when the work is safe on disk. `asker` is the process that wants it, empty
+  /// for this one.
+  void run(const CommandLine& line, Done done, const std::string& asker = {});
 
-  /// The one who asked went away: a capture that waits for the user is called off.
-  void askerWentAway() {
-    services_.coordinator->cancelCapture();
-    services_.library->stop();
+  /// The one who asked went away: its capture that waits for the user is called off, and so is long
+  /// work that changes nothing. What others asked for goes on.
+  void askerWentAway(const std::string& asker) {
+    if (capturing_.contains(asker)) services_.coordinator->cancelCapture();
+    services_.library->stop(asker);
   }
 
  private:
@@ -52,6 +55,7 @@ class CommandRunner {
   void render(const command::Render& what, Done done);
 
   Services services_;
+  std::multiset<std::string> capturing_;  // those whose captures are under way
   Alive alive_;
 };
 

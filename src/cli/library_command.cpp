@@ -151,11 +151,25 @@ CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool 
 
 }  // namespace
 
-void LibraryCommands::run(command::Library what, bool json, CommandDone done) {
-  services_.whenReady(
-      alive_.guard([this, what = std::move(what), json, done = std::move(done)]() mutable {
-        runNow(what, json, std::move(done));
+void LibraryCommands::run(command::Library what, bool json, CommandDone done,
+                          const std::string& asker) {
+  auto stopped = std::make_shared<std::atomic<bool>>(false);
+  std::erase_if(running_, [](const auto& item) { return item.second.expired(); });
+  running_.emplace(asker, stopped);
+  services_.whenReady(alive_.guard(
+      [this, what = std::move(what), json, stopped, asker, done = std::move(done)]() mutable {
+        if (what.verb == Verb::relocate) return relocate(what.folder, json, asker, std::move(done));
+        runNow(what, json, stopped, std::move(done));
       }));
+}
+
+void LibraryCommands::stop(const std::string& asker) {
+  const auto [begin, end] = running_.equal_range(asker);
+  for (auto found = begin; found != end; ++found) {
+    if (const StopFlag stopped = found->second.lock()) *stopped = true;
+  }
+  // A move that somebody else asked for goes on.
+  if (movers_.contains(asker)) services_.move->stop();
 }
 
 Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names) const {
@@ -167,9 +181,9 @@ Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names
   return entries;
 }
 
-void LibraryCommands::runNow(const command::Library& what, bool json, CommandDone done) {
+void LibraryCommands::runNow(const command::Library& what, bool json, const StopFlag& stopped,
+                             CommandDone done) {
   HistoryStore& store = *services_.store;
-  if (what.verb == Verb::relocate) return relocate(what.folder, json, std::move(done));
   // Another process's library, or one that cannot be read, is not an empty one.
   if (const auto refusal = store.indexRefusal()) {
     return done(failedReply(fmt::format("The library can't be used now: {}", *refusal)));
@@ -215,10 +229,10 @@ void LibraryCommands::runNow(const command::Library& what, bool json, CommandDon
     case Verb::trash: return trash(*entries, json, std::move(done));
     case Verb::undo: return undo(json, std::move(done));
     case Verb::forget: return forget(*entries, json, {}, std::move(done));
-    case Verb::prune: return prune(json, std::move(done));
+    case Verb::prune: return prune(json, stopped, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
     case Verb::relocate: break;
-    case Verb::verify: return services_.verify->run(what.repairs, json, std::move(done));
+    case Verb::verify: return services_.verify->run(what.repairs, json, stopped, std::move(done));
   }
   std::unreachable();
 }
@@ -360,28 +374,27 @@ void LibraryCommands::forget(const EntryList& entries, bool json, std::string re
       });
 }
 
-void LibraryCommands::stop() {
-  services_.verify->stop();
-  // A move that nobody here asked for goes on.
-  if (moves_ > 0) services_.move->stop();
-}
-
-void LibraryCommands::relocate(const Path& folder, bool json, CommandDone done) {
-  ++moves_;
+void LibraryCommands::relocate(const Path& folder, bool json, const std::string& asker,
+                               CommandDone done) {
+  const auto mover = movers_.insert(asker);
   services_.move->moveTo(
       folder, services_.showMoving,
-      alive_.guard([this, folder, json, done = std::move(done)](
+      alive_.guard([this, mover, folder, json, done = std::move(done)](
                        const std::expected<RelocationOutcome, std::string>& outcome) mutable {
-        --moves_;
+        movers_.erase(mover);
         done(outcome ? replyTo(*outcome, folder, json) : failedReply(outcome.error()));
       }));
 }
 
-void LibraryCommands::prune(bool json, CommandDone done) {
+void LibraryCommands::prune(bool json, const StopFlag& stopped, CommandDone done) {
   services_.work->post(
       [files = services_.files, main = services_.main, entries = services_.store->entries(),
+       stopped,
        reply =
            alive_.guard([this, json, done = std::move(done)](const MissingFiles& missing) mutable {
+             if (missing.wasStopped) {
+               return done({ExitStatus::cancelled, {}, "Stopped; nothing was changed.\n"});
+             }
              EntryList going;
              for (const EntryPointer& entry : missing.gone) {
                // What changed meanwhile may have its file elsewhere by now.
@@ -397,7 +410,7 @@ void LibraryCommands::prune(bool json, CommandDone done) {
                                     " in History.\n",
                     std::move(done));
            })]() mutable {
-        const auto goOn = [](std::size_t, std::size_t) { return true; };
+        const auto goOn = [&](std::size_t, std::size_t) { return !*stopped; };
         main->post([missing = findMissingFiles(*files, entries, goOn),
                     reply = std::move(reply)]() mutable { reply(missing); });
       });

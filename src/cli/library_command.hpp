@@ -1,7 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,16 +47,20 @@ class LibraryCommands {
 
   explicit LibraryCommands(Services services) : services_(std::move(services)) {}
 
-  /// Calls `done` once, when what was changed is on disk.
-  void run(command::Library what, bool json, CommandDone done);
+  /// Calls `done` once, when what was changed is on disk. `asker` is the process that wants it,
+  /// empty for this one.
+  void run(command::Library what, bool json, CommandDone done, const std::string& asker = {});
 
-  /// Ends long work that may end anywhere.
-  void stop();
+  /// Ends what this asker waits for where it may end anywhere: long looks, which change nothing
+  /// then, and moves.
+  void stop(const std::string& asker);
 
  private:
   using Change = std::function<Result<void>(const std::string& id)>;
 
-  void runNow(const command::Library& what, bool json, CommandDone done);
+  using StopFlag = std::shared_ptr<std::atomic<bool>>;
+
+  void runNow(const command::Library& what, bool json, const StopFlag& stopped, CommandDone done);
   void list(const command::Library& what, bool json, CommandDone done) const;
   void collections(bool json, CommandDone done) const;
   void change(const EntryList& entries, bool json, const Change& change, CommandDone done);
@@ -61,12 +68,13 @@ class LibraryCommands {
   void trash(const EntryList& entries, bool json, CommandDone done);
   void undo(bool json, CommandDone done);
   void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
-  void prune(bool json, CommandDone done);
-  void relocate(const Path& folder, bool json, CommandDone done);
+  void prune(bool json, const StopFlag& stopped, CommandDone done);
+  void relocate(const Path& folder, bool json, const std::string& asker, CommandDone done);
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 
   Services services_;
-  int moves_ = 0;  // that commands wait for
+  std::multimap<std::string, std::weak_ptr<std::atomic<bool>>> running_;  // by asker
+  std::multiset<std::string> movers_;  // those who wait for a move
   Alive alive_;
 };
 

@@ -151,5 +151,28 @@ TEST_F(LibraryCommandTest, WhatGoesCanComeBackAndOnlyLostFilesArePruned) {
   EXPECT_EQ(listed({}), "DD5 AA1 ");
 }
 
+TEST_F(LibraryCommandTest, PruneForgetsWhatIsGoneUnlessTheOneWhoAskedGoesAway) {
+  for (const char* const id : {"AA1", "BB3"}) {
+    files->disk.erase(std::string("/captures/") + id + ".png");
+  }
+  const auto prune = [this](const std::string& goesAway) {
+    std::optional<CommandReply> answer;
+    command::Library what;
+    what.verb = command::Library::Verb::prune;
+    commands.run(what, false, [&](CommandReply reply) { answer = std::move(reply); }, "asker");
+    commands.stop(goesAway);
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return *std::move(answer);
+  };
+  const CommandReply stopped = prune("asker");
+  EXPECT_EQ(stopped.status, ExitStatus::cancelled);
+  EXPECT_EQ(stopped.error, "Stopped; nothing was changed.\n");
+  EXPECT_EQ(store.entries().size(), 3U);
+  EXPECT_EQ(prune("somebody else").output, "2 captures removed from History\n");
+  EXPECT_EQ(store.entries().size(), 1U);
+  EXPECT_EQ(prune("").output, "0 captures removed from History\n");
+}
+
 }  // namespace
 }  // namespace vantorel

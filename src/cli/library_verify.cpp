@@ -96,20 +96,20 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
 LibraryVerify::LibraryVerify(Services services)
     : services_(std::move(services)), startedAt_(services_.clock->now()) {}
 
-void LibraryVerify::run(bool repairs, bool json, CommandDone done) {
-  *stopped_ = false;
-  if (!repairs) return look(false, json, std::move(done));
-  services_.recoverStaged([this, json, done = std::make_shared<CommandDone>(std::move(done))] {
-    look(true, json, std::move(*done));
+void LibraryVerify::run(bool repairs, bool json, StopFlag stopped, CommandDone done) {
+  if (!repairs) return look(false, json, std::move(stopped), std::move(done));
+  services_.recoverStaged([this, json, stopped = std::move(stopped),
+                           done = std::make_shared<CommandDone>(std::move(done))] {
+    look(true, json, stopped, std::move(*done));
   });
 }
 
-void LibraryVerify::look(bool repairs, bool json, CommandDone done) {
+void LibraryVerify::look(bool repairs, bool json, StopFlag stopped, CommandDone done) {
   LibraryScope scope{services_.store->entries(), services_.store->paths(),
                      services_.captureFolders(), services_.originals, startedAt_};
   services_.work->post(
-      [files = services_.files, main = services_.main, scope = std::move(scope), stopped = stopped_,
-       show = services_.showProgress,
+      [files = services_.files, main = services_.main, scope = std::move(scope),
+       stopped = std::move(stopped), show = services_.showProgress,
        reply = alive_.guard(
            [this, repairs, json, done = std::move(done)](LibraryFindings& findings) mutable {
              if (findings.missing.wasStopped) {

@@ -42,20 +42,20 @@ class LibraryVerify {
 
   explicit LibraryVerify(Services services);
 
-  /// With `repairs` what is found is mended as far as nothing can be lost by it.
-  void run(bool repairs, bool json, CommandDone done);
+  /// Set on any thread to end a look that is under way.
+  using StopFlag = std::shared_ptr<const std::atomic<bool>>;
 
-  /// Ends the look that is under way. What is being mended is mended.
-  void stop() { *stopped_ = true; }
+  /// With `repairs` what is found is mended as far as nothing can be lost by it. What is being
+  /// mended is mended even when it is to stop.
+  void run(bool repairs, bool json, StopFlag stopped, CommandDone done);
 
  private:
-  void look(bool repairs, bool json, CommandDone done);
+  void look(bool repairs, bool json, StopFlag stopped, CommandDone done);
   void finish(CommandReply reply, bool json, CommandDone done);
   void mend(const LibraryFindings& findings, bool json, CommandDone done);
 
   Services services_;
   double startedAt_;
-  std::shared_ptr<std::atomic<bool>> stopped_ = std::make_shared<std::atomic<bool>>(false);
   Alive alive_;
 };
 

@@ -309,5 +309,63 @@ TEST(LibraryProgramTest, EachDiskHasATrashOfItsOwn) {
   EXPECT_EQ(vantorel.entries().size(), 1U);
 }
 
+TEST(LibraryProgramTest, RepairMovesOrphanedOriginalsToTheTrashAndRemovesTemporaries) {
+  TestDesktop desktop({.screen = PixelSize{320, 200}});
+  TestClient(desktop.display()).paintRoot(1);
+  const Vantorel vantorel(desktop);
+  const std::filesystem::path taken = pathIn(vantorel.run({"capture", "display"}));
+  EXPECT_EQ(vantorel.run({"compress", "latest"}).status, 0);
+  const std::string original = vantorel.entries().front()->originalPath.value_or("");
+  ASSERT_TRUE(std::filesystem::exists(original));
+  const auto old = [](const std::filesystem::path& path) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path) << "left by an earlier run";
+    std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() - 1h);
+    return path;
+  };
+  const auto secret = old(vantorel.root() / "Redacted Originals" / "secret.png");
+  const auto orphan = old(vantorel.root() / "Originals" / "orphan.png");
+  const auto half = old(vantorel.captures() / ".vantorel-7.partial");
+  const auto foreign = old(vantorel.captures() / ".somebody's.partial");
+  EXPECT_EQ(vantorel.run({"library", "verify"}).err, "3 found, 0 mended.\n");
+  const ChildOutcome repaired = vantorel.run({"library", "verify", "--repair"});
+  EXPECT_EQ(repaired.status, 0) << repaired.out;
+  EXPECT_FALSE(std::filesystem::exists(half));
+  EXPECT_TRUE(std::filesystem::exists(foreign));
+  EXPECT_TRUE(std::filesystem::exists(original));
+  EXPECT_THAT(namesIn(desktop.dataHome() / "Trash" / "files"),
+              testing::UnorderedElementsAre("secret.png", "orphan.png"));
+  EXPECT_TRUE(vantorel.run({"library", "verify"}).out.starts_with("1 capture, ")) << "all in order";
+}
+
+TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAlone) {
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  std::filesystem::create_directories(vantorel.captures());
+  const auto entry = [&](const std::string& id, const char* more) {
+    const std::string path = vantorel.captures() / (id + ".png");
+    std::ofstream(path) << "pixels of " << id;
+    return R"({"id":")" + id + R"(","capturedAt":1,"path":")" + path + '"' + more + "}";
+  };
+  std::ofstream(vantorel.root() / "history.json")
+      << indexOf(4, entry("old", "") + "," + entry("starred", R"(,"starred":true)") + "," +
+                        entry("edited", R"(,"editedAt":4e9)"));
+  std::ofstream(vantorel.root() / "settings.json") << R"({"retentionDays":7})";
+  EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
+  EXPECT_EQ(vantorel.entries().size(), 3U) << "a command does what it says and nothing else";
+  ChildProcess tray = vantorel.start({});
+  for (int i = 0; i < 200 && vantorel.entries().size() > 2; ++i) std::this_thread::sleep_for(50ms);
+  waitForTray(client, vantorel, tray);
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  EXPECT_EQ(tray.wait().status, 0);
+  const EntryList left = vantorel.entries();
+  ASSERT_GE(left.size(), 2U);
+  EXPECT_EQ(left[0]->id, "starred");
+  EXPECT_EQ(left[1]->id, "edited");
+  EXPECT_THAT(namesIn(desktop.dataHome() / "Trash" / "files"), testing::ElementsAre("old.png"));
+}
+
 }  // namespace
 }  // namespace vantorel

@@ -74,10 +74,12 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
                      done({static_cast<int>(answer->status), {}, answer->text});
                      return;
                    }
-                   program.run(std::get<CommandLine>(parsed),
-                               [done](CommandReply reply) { done(toBus(std::move(reply))); });
+                   program.run(
+                       std::get<CommandLine>(parsed),
+                       [done](CommandReply reply) { done(toBus(std::move(reply))); },
+                       request.asker);
                  },
-             .askerGone = [&program] { program.askerWentAway(); },
+             .askerGone = [&program](const std::string& asker) { program.askerWentAway(asker); },
              .perform =
                  [&program](const std::string& action) {
                    using Kind = StillCaptureCommand::Kind;

@@ -368,11 +368,11 @@ void Program::startResident() {
   recover([] {});
 }
 
-void Program::run(const CommandLine& line, CommandRunner::Done done) {
-  parts_->commands->run(line, std::move(done));
+void Program::run(const CommandLine& line, CommandRunner::Done done, const std::string& asker) {
+  parts_->commands->run(line, std::move(done), asker);
 }
 
-void Program::askerWentAway() { parts_->commands->askerWentAway(); }
+void Program::askerWentAway(const std::string& asker) { parts_->commands->askerWentAway(asker); }
 
 void Program::recover(std::function<void()> done) {
   Parts& parts = *parts_;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "app/app_coordinator.hpp"
 #include "cli/command_line.hpp"
@@ -28,11 +29,12 @@ class Program {
   /// What only a run in the tray does.
   void startResident();
 
-  /// Calls `done` when the command's work is safe on disk.
-  void run(const CommandLine& line, CommandRunner::Done done);
+  /// Calls `done` when the command's work is safe on disk. `asker` is the process that sent it,
+  /// empty for this one.
+  void run(const CommandLine& line, CommandRunner::Done done, const std::string& asker = {});
 
-  /// Calls off what waits for the user.
-  void askerWentAway();
+  /// Calls off what the asker waits for, as far as it waits for the user or only looks.
+  void askerWentAway(const std::string& asker = {});
 
   /// After a single command: files what an earlier run left staged, sees to it that settings are on
   /// disk, then calls `done`.

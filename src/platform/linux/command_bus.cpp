@@ -169,6 +169,7 @@ void CommandBus::Core::submit(sdbus::Result<> taken, const std::string& sender,
   // not be begun anew elsewhere.
   taken.returnResults();
   if (!isNew) return;
+  request.asker = sender;
   toMain([core = shared_from_this(), id, request = std::move(request)](Handlers& to) mutable {
     to.run(std::move(request), [core, id](BusReply reply) {
       const auto thread = core->worker.lock();
@@ -214,8 +215,8 @@ void CommandBus::Core::senderGone(const std::string& sender) {
     return true;
   });
   if (unanswered) {
-    toMain([](Handlers& to) {
-      if (to.askerGone) to.askerGone();
+    toMain([sender](Handlers& to) {
+      if (to.askerGone) to.askerGone(sender);
     });
   }
   checkEnded();

@@ -17,6 +17,7 @@ class BusWorker;
 struct BusRequest {
   std::vector<std::string> arguments;
   std::string folder;
+  std::string asker{};  ///< the process it came from; filled in by the one that receives it
 };
 
 struct BusReply {
@@ -70,7 +71,7 @@ class CommandBus {
     std::function<void(BusRequest, Done)> run = {};
 
     /// Whoever sent a command that is not answered yet is gone; answering it has no effect then.
-    std::function<void()> askerGone = {};
+    std::function<void(const std::string& asker)> askerGone = {};
 
     // What a desktop asks of the application it has started or found running
     // (specifications.freedesktop.org/desktop-entry-spec, D-Bus activation).

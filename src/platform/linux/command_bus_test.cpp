@@ -184,10 +184,15 @@ TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
   ASSERT_TRUE(owner.isOwner());
   int gone = 0;
   CommandBus::Done late;
+<<<<<<< HEAD
   owner.bus->serve(main,
                    {.run = [&](const BusRequest&,
                                auto&& finish) { late = std::forward<decltype(finish)>(finish); },
                     .askerGone = [&] { ++gone; }});
+=======
+  owner.bus->serve(main, {.run = [&](BusRequest, auto finish) { late = std::move(finish); },
+                          .askerGone = [&](const std::string&) { ++gone; }});
+>>>>>>> 045727f (Stop for the one who asked alone, and let prune be stopped)
   {
     auto asker = probe("asker");
     ASSERT_TRUE(loop.runUntil([&] { return late != nullptr; }));
