@@ -101,6 +101,7 @@ vantorel::Result<void> CaptureTranscoder::removeIfThere(const Path& path) {
 }
 
 vantorel::Result<void> CaptureTranscoder::keepOriginal(const Path& path, const Path& original) {
+  VT_TRY(files_->makeFolder(original.parent_path(), Privacy::ownerOnly));
   auto kept = files_->linkNew(path, original);
   if (!kept && kept.error().kind == FailureKind::unsupported) {
     // Half a copy under the final name would pass for the original after a crash.

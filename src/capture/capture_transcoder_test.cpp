@@ -60,11 +60,7 @@ TEST(AreaDownscaleTest, EachPixelIsTheMeanOfWhatItCovers) {
 
 class CaptureTranscoderTest : public testing::Test {
  protected:
-  CaptureTranscoderTest() {
-    for (const char* folder : {"/captures", "/originals"}) {
-      EXPECT_TRUE(files->makeFolder(folder, Privacy::ownerOnly));
-    }
-  }
+  CaptureTranscoderTest() { EXPECT_TRUE(files->makeFolder("/captures", Privacy::ownerOnly)); }
 
   /// A capture of a few flat colours, or of more than a palette can hold.
   std::string picture(bool photo, ExportFormat format = ExportFormat::png) {

@@ -184,15 +184,18 @@ TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
   ASSERT_TRUE(owner.isOwner());
   int gone = 0;
   CommandBus::Done late;
-<<<<<<< HEAD
-  owner.bus->serve(main,
-                   {.run = [&](const BusRequest&,
-                               auto&& finish) { late = std::forward<decltype(finish)>(finish); },
-                    .askerGone = [&] { ++gone; }});
-=======
-  owner.bus->serve(main, {.run = [&](BusRequest, auto finish) { late = std::move(finish); },
-                          .askerGone = [&](const std::string&) { ++gone; }});
->>>>>>> 045727f (Stop for the one who asked alone, and let prune be stopped)
+  std::string from;
+  owner.bus->serve(main, {.run =
+                              [&](const BusRequest& got, auto&& finish) {
+                                from = got.asker;
+                                late = std::forward<decltype(finish)>(finish);
+                              },
+                          .askerGone =
+                              [&](const std::string& who) {
+                                EXPECT_EQ(who, from);
+                                EXPECT_FALSE(who.empty());
+                                ++gone;
+                              }});
   {
     auto asker = probe("asker");
     ASSERT_TRUE(loop.runUntil([&] { return late != nullptr; }));
