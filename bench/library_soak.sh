@@ -31,7 +31,7 @@ children+=("$bus")
 export DBUS_SESSION_BUS_ADDRESS
 
 python3 - "$program" "$folder" "$kills" "$seed" <<'PYTHON'
-import json, os, pathlib, random, signal, struct, subprocess, sys, time, urllib.parse, zlib
+import json, os, pathlib, random, signal, struct, subprocess, sys, time, zlib
 
 program, folder, kills, seed = sys.argv[1], pathlib.Path(sys.argv[2]), int(sys.argv[3]), int(sys.argv[4])
 random.seed(seed)
@@ -88,31 +88,32 @@ def expect_whole(path, what):
 
 class Capture:
     def __init__(self, path):
-        self.paths = {path}
+        # Neither a move nor the Trash makes another file of it.
+        self.inodes = {os.stat(path).st_ino} if os.path.exists(path) else set()
         self.starred = None    # what was acknowledged; None when a kill left it open
         self.annotated = None
 
 acknowledged = {}
+story = []   # what was done, for the report of a failure
 counts = dict.fromkeys(["commands", "captures", "kills", "trash", "undo", "star", "annotate", "relocate",
                         "tray kills"], 0)
 
 def fail(text):
+    print("\n".join(story[-25:]))
     print(f"FAILED after {counts['kills']} kills (seed {seed}): {text}")
     for path in sorted(root.rglob("*")) + sorted(trash.rglob("*")):
         print(" ", path)
+    for name in ("relocation.json", "deletions.json", "history.json"):
+        if (root / name).exists():
+            print(f"{name}: {(root / name).read_text()}")
     sys.exit(1)
 
 def index():
     return json.loads((root / "history.json").read_text())["entries"] if (root / "history.json").exists() else []
 
 def in_trash():
-    found = {}
-    for info in (trash / "info").glob("*.trashinfo"):
-        for line in info.read_text().splitlines():
-            if line.startswith("Path="):
-                found.setdefault(urllib.parse.unquote(line[5:]), []).append(
-                    trash / "files" / info.name.removesuffix(".trashinfo"))
-    return found
+    return [file for file in (trash / "files").glob("*")
+            if (trash / "info" / (file.name + ".trashinfo")).exists()]
 
 def check():
     # Any command clears up what an earlier run left, if only when it has done its own work.
@@ -138,22 +139,19 @@ def check():
             fail(f"{path} and {inodes[inode]} are one file")
         inodes[inode] = path
         if entry["id"] in acknowledged:
-            acknowledged[entry["id"]].paths.add(entry["path"])
-    trashed = in_trash()
-    for path, files in trashed.items():
-        for file in files:
-            if not file.exists():
-                continue
-            inode = expect_whole(file, "in the Trash")
-            if inode in inodes:
-                fail(f"{file} and {inodes[inode]} are one file")
-            inodes[inode] = file
+            acknowledged[entry["id"]].inodes.add(inode)
+    trashed = set()
+    for file in in_trash():
+        inode = expect_whole(file, "in the Trash")
+        if inode in inodes:
+            fail(f"{file} and {inodes[inode]} are one file")
+        inodes[inode] = file
+        trashed.add(inode)
     for id, capture in acknowledged.items():
         entry = by_id.get(id)
         if entry is None:
-            files = [file for path in capture.paths for file in trashed.get(path, [])]
-            if not any(file.exists() for file in files):
-                fail(f"{id} is neither in the library nor in the Trash: {capture.paths}")
+            if not capture.inodes & trashed:
+                fail(f"{id} is neither in the library nor in the Trash")
             continue
         if capture.starred is not None and entry.get("starred", False) != capture.starred:
             fail(f"{id}: its star is not what was acknowledged")
@@ -184,10 +182,12 @@ class Action:
         capture = acknowledged.get(self.id)
         if capture and self.kind in ("star", "unstar"):
             capture.starred = None
-        self.process = start(*words.get(self.kind, ["library", self.kind, self.id]))
+        self.words = words.get(self.kind, ["library", self.kind, self.id])
+        self.process = start(*self.words)
 
     def finish(self):
         code, out, err = output(self.process)
+        story.append(f"{' '.join(self.words)}: {code} {out.strip()[:60]} {err.strip()[:200]}")
         counts["commands"] += 1
         if code != 0:
             return
@@ -229,6 +229,7 @@ while counts["kills"] < kills:
     if victim.poll() is None:
         counts["kills"] += 1
         counts["tray kills"] += tray is not None
+        story.append("kill the tray" if tray else "kill")
     victim.send_signal(signal.SIGKILL)
     for action in actions:
         action.finish()
