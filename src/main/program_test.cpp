@@ -18,6 +18,7 @@ using namespace std::chrono_literals;
 using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 TEST(ProgramTest, EveryModeShowsThePixelsOfTheScreen) {
   TestDesktop desktop({.screen = PixelSize{3840, 2160}});
@@ -409,7 +410,7 @@ TEST(ProgramTest, TheLibraryMovesWholeWhereverItIsKilled) {
     expectAllReachable(vantorel, count, folders);
     EXPECT_EQ(vantorel.run({"library", "relocate", to.string()}).status, 0);
     expectAllReachable(vantorel, count, {to});
-    EXPECT_EQ(vantorel.run({"library", "verify"}).out, "");
+    EXPECT_THAT(vantorel.run({"library", "verify"}).out, StartsWith("160 captures, "));
     if (HasFailure()) break;
   }
 
