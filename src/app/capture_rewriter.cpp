@@ -6,15 +6,11 @@
 #include <variant>
 
 #include "base/log.hpp"
+#include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
 
 namespace vantorel {
 namespace {
-
-std::string sizeText(std::uint64_t bytes) {
-  if (bytes < 1'000'000) return fmt::format("{:.0f} kB", static_cast<double>(bytes) / 1e3);
-  return fmt::format("{:.1f} MB", static_cast<double>(bytes) / 1e6);
-}
 
 /// What a rewrite came to: a new file, nothing to do, or a sentence.
 using Rewritten = std::expected<std::optional<CaptureTranscoder::Result>, std::string>;

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "base/json_writer.hpp"
+#include "base/size_text.hpp"
 
 namespace vantorel {
 namespace {
@@ -87,8 +88,7 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
     writer.endObject();
     return writer.take() + "\n";
   }
-  return fmt::format("{} {}, {:.1f} MB\n", count, count == 1 ? "capture" : "captures",
-                     static_cast<double>(bytes) / 1e6);
+  return fmt::format("{} {}, {}\n", count, count == 1 ? "capture" : "captures", sizeText(bytes));
 }
 
 }  // namespace

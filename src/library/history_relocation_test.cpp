@@ -11,8 +11,6 @@ namespace vantorel {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::AnyOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -168,7 +166,8 @@ TEST_F(HistoryRelocationTest, EverythingMovesWithItsEntryAndWhatBelongsElsewhere
     // Out of the folder into the one above it, and into one below.
     const auto back = [&](const Path& from, const Path& to) {
       std::optional<RelocationOutcome> came;
-      world.relocation.relocate({to, {from}}, {}, [&](RelocationOutcome end) { came = end; });
+      world.relocation.relocate({to, {from}}, {},
+                                [&](const RelocationOutcome& end) { came = end; });
       world.runners.run();
       return came.value_or(RelocationOutcome{}).moved;
     };
@@ -189,7 +188,7 @@ TEST_F(HistoryRelocationTest, EndedBeforeAnyChangeOfTheDiskEveryEntryIsReachable
       if (acrossDisks) files.mounts = {"/new"};
       fill(files, count);
       const auto runUntil = [&](int change, const auto& work) {
-        files.beforeChange = [&files, change, from = files.changes](int number) {
+        files.beforeChange = [change, from = files.changes](int number) {
           if (number - from == change) throw PowerCut();
         };
         bool isWhole = true;
@@ -259,7 +258,7 @@ TEST_F(HistoryRelocationTest, AQuitStopsAfterTheBatchAndTheNextMoveTakesTheRest)
   expectReachable(world, 152);
   // The folder they are in is no source any more, but the journal knows of them.
   std::optional<RelocationOutcome> rest;
-  world.relocation.relocate({"/new", {}}, {}, [&](RelocationOutcome came) { rest = came; });
+  world.relocation.relocate({"/new", {}}, {}, [&](const RelocationOutcome& came) { rest = came; });
   world.runners.run();
   EXPECT_GE(rest->moved, 101);
   EXPECT_THAT(files.names("/old"), IsEmpty());

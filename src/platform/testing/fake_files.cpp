@@ -21,8 +21,9 @@ class FakeContent final : public FileContent {
  public:
   explicit FakeContent(std::shared_ptr<FakeFiles::File> file) : file_(std::move(file)) {}
 
-  Result<FileStatus> status() const override { return file_->status; }
-  Result<std::string> read(std::uint64_t offset, std::uint64_t length) const override {
+  [[nodiscard]] Result<FileStatus> status() const override { return file_->status; }
+  [[nodiscard]] Result<std::string> read(std::uint64_t offset,
+                                         std::uint64_t length) const override {
     if (offset + length > file_->bytes.size()) return failed(FailureKind::other, "it is shorter");
     return file_->bytes.substr(offset, length);
   }
@@ -60,7 +61,10 @@ Result<void> FakeFiles::change() {
   ++changes;
   if (beforeChange) beforeChange(changes);
   if (changesFail) return failed(*changesFail, "the disk refuses changes");
-  if (spaceEndsAtChange > 0 && --spaceEndsAtChange == 0) changesFail = FailureKind::noSpace;
+  if (spaceEndsAtChange > 0) {
+    --spaceEndsAtChange;
+    if (spaceEndsAtChange == 0) changesFail = FailureKind::noSpace;
+  }
   if (changesFail) return failed(*changesFail, "no space left on device");
   return {};
 }

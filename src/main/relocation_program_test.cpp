@@ -1,0 +1,144 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "main/program_under_test.hpp"
+#include "platform/testing/desktop/test_client.hpp"
+#include "platform/testing/desktop/test_desktop.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AnyOf;
+using testing::HasSubstr;
+
+/// A library of `count` files of some bytes each, made by hand.
+void fillLibrary(const Vantorel& vantorel, int count) {
+  std::filesystem::create_directories(vantorel.captures());
+  std::string entries;
+  for (int i = 0; i < count; ++i) {
+    const std::string path = vantorel.captures() / (std::to_string(i) + ".png");
+    std::ofstream(path) << "pixels of " << i;
+    entries += std::string(i == 0 ? "" : ",") + R"({"id":"ID)" + std::to_string(i) +
+               R"(","capturedAt":1,"path":")" + path + "\"}";
+  }
+  std::ofstream(vantorel.root() / "history.json")
+      << R"({"version":4,"entries":[)" << entries << R"(],"collections":[]})";
+}
+
+/// Every entry has its file, whole, and in all folders together there is no other. Answers how many
+/// there are beside those `fillLibrary` made.
+std::size_t expectAllReachable(const Vantorel& vantorel, std::size_t count,
+                               const std::vector<std::filesystem::path>& folders) {
+  const EntryList entries = vantorel.entries();
+  std::size_t others = 0;
+  for (const EntryPointer& entry : entries) {
+    const std::string text = readAll(entry->path);
+    if (entry->id.starts_with("ID")) {
+      EXPECT_EQ(text, "pixels of " + entry->id.substr(2)) << entry->path;
+    } else {
+      EXPECT_TRUE(LinuxImageCodec().decode(text).has_value()) << entry->path;
+      ++others;
+    }
+  }
+  EXPECT_EQ(entries.size(), count + others);
+  std::size_t files = 0;
+  for (const auto& folder : folders) files += namesIn(folder).size();
+  EXPECT_EQ(files, entries.size());
+  return others;
+}
+
+TEST(RelocationProgramTest, TheLibraryMovesWholeWhereverItIsKilled) {
+  constexpr int count = 160;
+  TestDesktop desktop({.screen = std::nullopt});
+  const Vantorel vantorel(desktop);
+  const auto near = desktop.folder() / "near";
+  const auto stick = desktop.folder() / "stick";
+  std::filesystem::create_directories(stick);
+  ASSERT_EQ(::mount("tmpfs", stick.c_str(), "tmpfs", 0, "size=8m"), 0) << std::strerror(errno);
+  fillLibrary(vantorel, count);
+  const std::vector folders{vantorel.captures(), near, stick};
+
+  const auto begin = std::chrono::steady_clock::now();
+  const ChildOutcome moved = vantorel.run({"library", "relocate", stick.string(), "--json"});
+  const auto whole = std::chrono::steady_clock::now() - begin;
+  EXPECT_EQ(moved.status, 0) << moved.err;
+  EXPECT_THAT(moved.out, HasSubstr("\"moved\":160,\"failed\":0"));
+  EXPECT_EQ(vantorel.run({"settings", "get", "storageDirectory"}).out, stick.string() + "\n");
+  expectAllReachable(vantorel, count, folders);
+
+  for (int moment = 0; moment < 8; ++moment) {
+    const auto to = moment % 2 == 0 ? near : stick;
+    ChildProcess process = vantorel.start({"library", "relocate", to.string()});
+    std::this_thread::sleep_for(whole * moment / 7);
+    process.signal(SIGKILL);
+    process.wait();
+    ASSERT_EQ(vantorel.run({"library", "list", "--limit", "1"}).status, 0);
+    expectAllReachable(vantorel, count, folders);
+    EXPECT_EQ(vantorel.run({"library", "relocate", to.string()}).status, 0);
+    expectAllReachable(vantorel, count, {to});
+    const ChildOutcome verified = vantorel.run({"library", "verify"});
+    EXPECT_EQ(verified.status, 0) << verified.out;
+    ASSERT_FALSE(HasFailure()) << "moment " << moment;
+  }
+
+  // Interrupted, it ends after its batch and says what is left.
+  ChildProcess process = vantorel.start({"library", "relocate", near.string()});
+  while (namesIn(near).empty() && process.isRunning()) std::this_thread::sleep_for(1ms);
+  process.signal(SIGINT);
+  const ChildOutcome stopped = process.wait();
+  EXPECT_THAT(stopped.status, AnyOf(0, 3)) << stopped.err;
+  EXPECT_EQ(stopped.status == 3, stopped.err.find("previous folder.\n") != std::string::npos);
+  expectAllReachable(vantorel, count, folders);
+  EXPECT_EQ(vantorel.run({"library", "relocate", near.string()}).status, 0);
+  expectAllReachable(vantorel, count, {near});
+
+  std::ofstream(vantorel.root() / "relocation.json") << "rubbish";
+  const ChildOutcome refused = vantorel.run({"library", "relocate", stick.string()});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("History found a record of an earlier move"));
+  expectAllReachable(vantorel, count, {near});
+  ASSERT_EQ(::umount(stick.c_str()), 0);
+}
+
+TEST(RelocationProgramTest, TheRunningProgramMovesTheLibraryAndAQuitStopsIt) {
+  constexpr int count = 400;
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  fillLibrary(vantorel, count);
+  const auto first = desktop.folder() / "first";
+  const auto second = desktop.folder() / "second";
+  ChildProcess tray = vantorel.start({});
+  while (!client.isOwned("CLIPBOARD")) {
+    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    ASSERT_TRUE(tray.isRunning()) << tray.errorText();
+  }
+  const ChildOutcome moved = vantorel.run({"library", "relocate", first.string()});
+  EXPECT_THAT(moved.out, HasSubstr(" captures moved to " + first.string() + "\n")) << moved.err;
+  const std::size_t all = count + expectAllReachable(vantorel, count, {first});
+
+  EXPECT_EQ(vantorel.run({"settings", "set", "storageDirectory", second.string()}).status, 0);
+  while (namesIn(second).empty() && tray.isRunning()) std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  EXPECT_EQ(tray.wait().status, 0);
+  expectAllReachable(vantorel, count, {first, second});
+  EXPECT_TRUE(namesIn(second).size() % 50 == 0 || namesIn(second).size() == all) << "cut short";
+
+  EXPECT_EQ(vantorel.run({"library", "relocate", second.string()}).status, 0);
+  expectAllReachable(vantorel, count, {second});
+  const ChildOutcome taken = vantorel.run({"capture", "display"});
+  EXPECT_THAT(taken.out, HasSubstr("/second/")) << "new captures go elsewhere";
+}
+
+}  // namespace
+}  // namespace vantorel
