@@ -69,7 +69,7 @@ class CaptureAnnotatorTest : public testing::Test {
     });
   }
 
-  std::string draw(CaptureAnnotator::Drawing drawing) {
+  std::string draw(const CaptureAnnotator::Drawing& drawing) {
     std::string answer = "waiting";
     annotator->draw(drawing, [&](const CaptureAnnotator::Answer<Path>& result) {
       answer = result ? result->string() : result.error();

@@ -35,7 +35,7 @@ struct Basket {
 };
 VT_JSON_RECORD(Basket)
 
-std::string roundTrip(std::string text) {
+std::string roundTrip(const std::string& text) {
   auto basket = json::fromText<Basket>(text);
   return basket ? json::toText(*basket) : basket.error().reason;
 }

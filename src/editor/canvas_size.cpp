@@ -58,8 +58,10 @@ std::expected<CanvasSize, CanvasSizeFault> checkedCanvasSize(std::string_view wi
 
 Pt anchorShift(CanvasAnchor anchor, CanvasSize from, CanvasSize to) {
   const int cell = static_cast<int>(anchor);  // the cases are the grid, row by row
-  return {std::floor((to.width - from.width) * (cell % 3) / 2.0),
-          std::floor((to.height - from.height) * (cell / 3) / 2.0)};
+  const int column = cell % 3;
+  const int row = cell / 3;
+  return {std::floor((to.width - from.width) * column / 2.0),
+          std::floor((to.height - from.height) * row / 2.0)};
 }
 
 }  // namespace vantorel

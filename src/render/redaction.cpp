@@ -181,19 +181,44 @@ void drawFrost(std::uint8_t* pixels, std::size_t stride, const PixelRect& area, 
     const float t = at - whole;
     return std::pair(static_cast<int>(whole), t * t * (3 - 2 * t));
   };
-  std::vector<Tone> column(static_cast<std::size_t>(cells.columns));
+  // In whole numbers, as there are many pixels: tones in 64ths, shares in 1024ths.
+  struct Whole {
+    std::uint32_t r = 0;
+    std::uint32_t g = 0;
+    std::uint32_t b = 0;
+  };
+  const auto whole = [](float value) {
+    return static_cast<std::uint32_t>(std::clamp(value, 0.F, 255.F) * 64 + 0.5F);
+  };
+  struct Across {
+    std::size_t left = 0;
+    std::size_t right = 0;
+    std::uint32_t share = 0;  // of the right one
+  };
+  std::vector<Across> places;
+  places.reserve(static_cast<std::size_t>(part.width));
+  for (int x = part.x; x < part.right(); ++x) {
+    const auto [first, across] = place(x - area.x);
+    places.push_back({static_cast<std::size_t>(std::clamp(first, 0, cells.columns - 1)),
+                      static_cast<std::size_t>(std::clamp(first + 1, 0, cells.columns - 1)),
+                      static_cast<std::uint32_t>(across * 1024 + 0.5F)});
+  }
+  std::vector<Whole> column(static_cast<std::size_t>(cells.columns));
   for (int y = part.y; y < part.bottom(); ++y) {
     const auto [cellRow, down] = place(y - area.y);
     for (int i = 0; i < cells.columns; ++i) {
-      column[static_cast<std::size_t>(i)] =
-          (1 - down) * cells.at(i, cellRow) + down * cells.at(i, cellRow + 1);
+      const Tone tone = (1 - down) * cells.at(i, cellRow) + down * cells.at(i, cellRow + 1);
+      column[static_cast<std::size_t>(i)] = {whole(tone.r), whole(tone.g), whole(tone.b)};
     }
-    std::uint32_t* const row = rowOf(pixels, stride, y);
-    for (int x = part.x; x < part.right(); ++x) {
-      const auto [first, across] = place(x - area.x);
-      const auto left = static_cast<std::size_t>(std::clamp(first, 0, cells.columns - 1));
-      const auto right = static_cast<std::size_t>(std::clamp(first + 1, 0, cells.columns - 1));
-      row[x] = pixelOf((1 - across) * column[left] + across * column[right]);
+    std::uint32_t* pixel = rowOf(pixels, stride, y) + part.x;
+    for (const Across& at : places) {
+      const Whole& left = column[at.left];
+      const Whole& right = column[at.right];
+      const auto mixed = [share = at.share](std::uint32_t from, std::uint32_t to) {
+        return (from * (1024 - share) + to * share + (1U << 15U)) >> 16U;
+      };
+      *pixel++ = 0xff000000U | mixed(left.r, right.r) << 16U | mixed(left.g, right.g) << 8U |
+                 mixed(left.b, right.b);
     }
   }
 }

@@ -13,7 +13,7 @@ Shape shapeFrom(const std::string& members) {
   return shape.value_or(Shape{});
 }
 
-std::string refusal(std::string text) {
+std::string refusal(const std::string& text) {
   const auto shape = json::fromText<Shape>(text);
   return shape ? "accepted" : shape.error().reason;
 }

@@ -7,13 +7,13 @@
 namespace vantorel {
 namespace {
 
-ScreenshotEntry entryOf(std::string text) {
+ScreenshotEntry entryOf(const std::string& text) {
   auto entry = json::fromText<ScreenshotEntry>(text);
   EXPECT_TRUE(entry.has_value()) << entry.error().reason;
   return entry ? *std::move(entry) : ScreenshotEntry{};
 }
 
-std::string roundTrip(std::string text) { return json::toText(entryOf(std::move(text))); }
+std::string roundTrip(const std::string& text) { return json::toText(entryOf(text)); }
 
 constexpr const char* blocks =
     R"([{"lines":[{"text":"Total 12","box":{"x":0.1,"y":0.2,"w":0.3,"h":0.05},"confidence":0.9}]}])";
