@@ -159,9 +159,14 @@ def check():
             fail(f"{id}: its annotations are lost")
     left = [path for path in root.rglob("*") if path.is_file() and (
         path.name.endswith((".staging", ".partial")) or path.parent.name == "Staged Captures" or
-        path.name in ("deletions.json", "relocation.json"))]
+        path.name == "deletions.json")]
     if left:
         fail(f"left over: {left}")
+    # What a move that was cut short did not get to waits in its journal for the next one.
+    journal = root / "relocation.json"
+    for pair in json.loads(journal.read_text())["pairs"] if journal.exists() else []:
+        if pair["old"] not in {entry["path"] for entry in entries}:
+            fail(f"the journal of a move has {pair['old']}, which the index has not")
     for place in moved_to:
         for path in place.glob("*") if place.exists() else []:
             if str(path) not in {entry["path"] for entry in entries}:

@@ -79,8 +79,14 @@ void HistoryDeletion::recover(std::move_only_function<void()> done) {
                           : Result<std::vector<std::string>>(std::unexpected(text.error()));
     if (ids) {
       const std::set<std::string_view> named(ids->begin(), ids->end());
+      // While its file was in the Trash, another capture may have got the name it had.
+      std::set<std::string_view> taken;
       for (const EntryPointer& entry : entries) {
-        if (named.contains(entry->id) && reachOf(files, entry->path) == FileReach::fileGone) {
+        if (!named.contains(entry->id)) taken.insert(entry->path);
+      }
+      for (const EntryPointer& entry : entries) {
+        if (named.contains(entry->id) &&
+            (taken.contains(entry->path) || reachOf(files, entry->path) == FileReach::fileGone)) {
           gone.push_back(entry->id);
         }
       }
@@ -245,6 +251,15 @@ void HistoryDeletion::settle(std::move_only_function<void()> done) {
       [main = services_.main, done = std::move(done)]() mutable { main->post(std::move(done)); });
 }
 
+// Another capture may have got the name while the file was in the Trash.
+std::string HistoryDeletion::freePath(const std::string& wanted) const {
+  Path path = wanted;
+  for (int number = 2; services_.store.findByPath(path.string()); ++number) {
+    path.replace_filename(numberedName(wanted, number));
+  }
+  return path.string();
+}
+
 // The index first, then the files: whenever the program ends in between, every file is still in the
 // Trash or already back, and an entry stands for it.
 void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
@@ -261,6 +276,7 @@ void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
     std::erase_if(entry.collectionIDs, [&](const std::string& id) {
       return services_.store.findCollection(id) == nullptr;
     });
+    entry.path = freePath(entry.path);
     if (entry != *removed.entry) {
       removed.entry = std::make_shared<const ScreenshotEntry>(std::move(entry));
     }

@@ -117,6 +117,7 @@ class HistoryDeletion {
   void offerAgain(std::optional<PendingUndo> pending);
   void withdrawUndo();
   void forgetPendingUndo();
+  [[nodiscard]] std::string freePath(const std::string& wanted) const;
   [[nodiscard]] std::vector<TrashCandidate> candidates(const EntryList& going) const;
 
   Services services_;

@@ -357,5 +357,26 @@ TEST_F(HistoryDeletionTest, AgeCountsFromTheLastEditAndSparesWhatTheUserChose) {
             "Move 2 captures older than 1 year to the Trash?");
 }
 
+TEST_F(HistoryDeletionTest, AnUndoNeverTakesTheFileOfACaptureThatGotTheName) {
+  (void)trashed({"a"});
+  add("new", [](ScreenshotEntry& entry) { entry.path = "/captures/a.png"; });
+  runners.advance(1s);
+  deletion.undo([](const UndoOutcome&) {});
+  EXPECT_EQ(store.find("a")->path, "/captures/a 2.png") << "for a moment the index had it twice";
+  runners.run();
+  EXPECT_EQ(files.text("/captures/a 2.png"), "pixels of a");
+  EXPECT_EQ(files.text("/captures/a.png"), "pixels of new");
+
+  // An earlier build was killed while it undid: both entries have the name, one has the file.
+  ASSERT_TRUE(store.update("a", [](ScreenshotEntry& entry) { entry.path = "/captures/a.png"; }));
+  files.put("/data/deletions.json", R"(["a"])");
+  bool isRecovered = false;
+  deletion.recover([&] { isRecovered = true; });
+  runners.run();
+  EXPECT_TRUE(isRecovered);
+  EXPECT_EQ(ids(), "bcdnew");
+  EXPECT_FALSE(files.disk.contains("/data/deletions.json"));
+}
+
 }  // namespace
 }  // namespace vantorel

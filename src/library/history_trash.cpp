@@ -20,6 +20,10 @@ std::optional<Path> placeOf(const Outcome& outcome) {
 
 }  // namespace
 
+std::string numberedName(const Path& path, int number) {
+  return fmt::format("{} {}{}", path.stem().string(), number, path.extension().string());
+}
+
 HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path) {
   const FileReach reach = reachOf(files_, path);
   switch (reach) {
@@ -73,8 +77,7 @@ Result<Path> HistoryTrash::putBack(const Path& trashed, const Path& wanted) {
   for (int attempt = 1; attempt <= mostNames; ++attempt) {
     Path place = wanted;
     if (attempt > 1) {
-      place.replace_filename(
-          fmt::format("{} {}{}", wanted.stem().string(), attempt, wanted.extension().string()));
+      place.replace_filename(numberedName(wanted, attempt));
     }
     auto restored = trash_.restore(trashed, place);
     if (restored) return place;

@@ -28,6 +28,9 @@ struct TrashCandidate {
   bool keepsOriginal = false;  ///< another entry has the same original
 };
 
+/// "Shot 2.png" for "Shot.png".
+[[nodiscard]] std::string numberedName(const Path& path, int number);
+
 /// Moves the files of entries to the Trash and back. Blocks; any thread.
 class HistoryTrash {
  public:
