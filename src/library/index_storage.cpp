@@ -151,8 +151,7 @@ void IndexStorage::clearStaging() {
 
 // What an earlier build, another program or a copy from elsewhere left open to others.
 void IndexStorage::makeOwnerOnly() {
-  for (const Path& path :
-       {paths_.index(), paths_.deletions(), paths_.pendingUndo(), paths_.relocationJournal()}) {
+  for (const Path& path : ownFiles()) {
     const auto status = files_.status(path);
     if (!status || status->type != FileType::regular || status->owner != userID_) continue;
     const auto tightened = files_.makeOwnerOnly(path);
