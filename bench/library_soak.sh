@@ -8,27 +8,8 @@ set -euo pipefail
 program=$(realpath "${1:-build/release/bin/vantorel}")
 kills=${2:-300}
 seed=${3:-1}
-folder=$(mktemp -d "${TMPDIR:-/var/tmp}/vantorel-soak.XXXXXX")
-mkdir -p "$folder/run" "$folder/home" && chmod 700 "$folder/run"
-export HOME=$folder/home XDG_RUNTIME_DIR=$folder/run XDG_DATA_HOME=$folder/data LC_ALL=C.UTF-8
-unset XDG_CONFIG_HOME XDG_CACHE_HOME XDG_PICTURES_DIR
-children=()
-finish() {
-  for child in "${children[@]}"; do kill "$child" 2>/dev/null || true; done
-  wait 2>/dev/null || true
-  rm -rf "$folder"
-}
-trap finish EXIT
-
-mkfifo "$folder/display"
-Xvfb -displayfd 3 -screen 0 320x200x24 -nolisten tcp -noreset 3>"$folder/display" 2>/dev/null &
-children+=($!)
-read -r number <"$folder/display"
-export DISPLAY=:$number
-dbus-daemon --session --fork --print-address=1 --print-pid=1 >"$folder/bus"
-{ read -r DBUS_SESSION_BUS_ADDRESS && read -r bus; } <"$folder/bus"
-children+=("$bus")
-export DBUS_SESSION_BUS_ADDRESS
+screen=320x200x24
+. "$(dirname "$0")/private_desktop.sh"
 
 python3 - "$program" "$folder" "$kills" "$seed" <<'PYTHON'
 import json, os, pathlib, random, signal, struct, subprocess, sys, time, zlib
