@@ -260,8 +260,9 @@ std::string HistoryDeletion::freePath(const std::string& wanted) const {
   return path.string();
 }
 
-// The index first, then the files: whenever the program ends in between, every file is still in the
-// Trash or already back, and an entry stands for it.
+// The journal first, then the index, then the files: whenever the program ends in between, every
+// file is still in the Trash or already back, and an entry stands for it, or the journal knows that
+// it has none yet.
 void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
   if (!pendingUndo_) {
     services_.main->post(alive_.guard([done = std::move(done)]() mutable { done({}); }));
@@ -269,8 +270,28 @@ void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
   }
   RemovedBatch batch = *std::move(pendingUndo_);
   withdrawUndo();
-  std::vector<PlacedEntry> placed;
   std::vector<std::string> ids;
+  for (const RemovedEntry& removed : batch.items) ids.push_back(removed.entry->id);
+  claim(ids);
+  services_.work->post(
+      [main = services_.main, unnoted = journalFailure_,
+       reply = alive_.guard([this, batch = std::move(batch), ids, done = std::move(done)](
+                                const std::optional<std::string>& failure) mutable {
+         if (!failure) return putBack(std::move(batch), std::move(done));
+         release(ids, true);
+         offerUndo(std::move(batch));
+         UndoOutcome outcome;
+         for (const std::string& id : ids) {
+           outcome.failures.push_back({id, "restore from Trash failed: " + *failure});
+         }
+         done(std::move(outcome));
+       })]() mutable {
+        main->post([reply = std::move(reply), failure = *unnoted]() mutable { reply(failure); });
+      });
+}
+
+void HistoryDeletion::putBack(RemovedBatch batch, std::move_only_function<void(UndoOutcome)> done) {
+  std::vector<PlacedEntry> placed;
   for (RemovedEntry& removed : batch.items) {
     ScreenshotEntry entry = *removed.entry;
     std::erase_if(entry.collectionIDs, [&](const std::string& id) {
@@ -281,9 +302,7 @@ void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
       removed.entry = std::make_shared<const ScreenshotEntry>(std::move(entry));
     }
     placed.push_back({removed.index, removed.entry});
-    ids.push_back(removed.entry->id);
   }
-  claim(ids);
   services_.store.insertEntries(std::move(placed));
   services_.store.flush(alive_.guard(
       [this, batch = std::move(batch), done = std::move(done)](Result<void> saved) mutable {

@@ -108,6 +108,7 @@ class HistoryDeletion {
   void release(const std::vector<std::string>& ids, bool isSaved);
   void writeJournal();
   void finishTrash(TrashSweep sweep, Undo undo, std::move_only_function<void(TrashSweep)> done);
+  void putBack(RemovedBatch batch, std::move_only_function<void(UndoOutcome)> done);
   void restoreFiles(RemovedBatch batch, UndoOutcome outcome,
                     std::move_only_function<void(UndoOutcome)> done);
   void finishUndo(const std::vector<HistoryTrash::Restored>& all, UndoOutcome outcome,

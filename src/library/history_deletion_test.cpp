@@ -361,11 +361,18 @@ TEST_F(HistoryDeletionTest, AnUndoNeverTakesTheFileOfACaptureThatGotTheName) {
   (void)trashed({"a"});
   add("new", [](ScreenshotEntry& entry) { entry.path = "/captures/a.png"; });
   runners.advance(1s);
-  deletion.undo([](const UndoOutcome&) {});
-  EXPECT_EQ(store.find("a")->path, "/captures/a 2.png") << "for a moment the index had it twice";
-  runners.run();
+  int paths = 0;
+  auto observation = store.observe([&](const HistoryChange& change) {
+    for (const EntryPointer& entry : change.added) paths += entry->path == "/captures/a 2.png";
+    // Journals are written on another queue than the index.
+    EXPECT_EQ(files.text("/data/deletions.json"), R"(["a"])");
+  });
+  EXPECT_THAT(undone().restored, ElementsAre("a"));
+  EXPECT_EQ(paths, 1) << "for a moment the index had it twice";
   EXPECT_EQ(files.text("/captures/a 2.png"), "pixels of a");
   EXPECT_EQ(files.text("/captures/a.png"), "pixels of new");
+
+  observation.end();
 
   // An earlier build was killed while it undid: both entries have the name, one has the file.
   ASSERT_TRUE(store.update("a", [](ScreenshotEntry& entry) { entry.path = "/captures/a.png"; }));
