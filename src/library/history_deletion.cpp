@@ -36,8 +36,10 @@ void HistoryDeletion::claim(const std::vector<std::string>& ids) {
 void HistoryDeletion::release(const std::vector<std::string>& ids, bool isSaved) {
   if (ids.empty()) return;
   for (const std::string& id : ids) {
-    deletionsInFlight_.erase(id);
-    if (isSaved) journalled_.erase(id);
+    for (auto* const claims : {&deletionsInFlight_, &journalled_}) {
+      if (claims == &journalled_ && !isSaved) continue;
+      if (const auto found = claims->find(id); found != claims->end()) claims->erase(found);
+    }
   }
   writeJournal();
 }

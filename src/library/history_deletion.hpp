@@ -94,7 +94,7 @@ class HistoryDeletion {
   void settle(std::move_only_function<void()> done);
 
   /// Entries whose files are being moved now: nobody else should touch them.
-  [[nodiscard]] const std::set<std::string>& deletionsInFlight() const {
+  [[nodiscard]] const std::multiset<std::string>& deletionsInFlight() const {
     return deletionsInFlight_;
   }
 
@@ -128,8 +128,9 @@ class HistoryDeletion {
   std::shared_ptr<std::optional<std::string>> journalFailure_ =
       std::make_shared<std::optional<std::string>>();
   std::optional<RemovedBatch> pendingUndo_;
-  std::set<std::string> deletionsInFlight_;
-  std::set<std::string> journalled_;
+  // An undo may begin while the deletion it undoes is not over: once for each.
+  std::multiset<std::string> deletionsInFlight_;
+  std::multiset<std::string> journalled_;
   Alive undoTimer_;
   Alive alive_;
 };

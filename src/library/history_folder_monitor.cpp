@@ -186,7 +186,7 @@ void HistoryFolderMonitor::prune() {
 }
 
 void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& went,
-                                      const std::set<std::string>& movingBefore) {
+                                      const std::multiset<std::string>& movingBefore) {
   std::vector<std::string> going;
   bool isLeft = false;
   for (const EntryPointer& entry : went) {

@@ -94,7 +94,7 @@ class HistoryFolderMonitor {
   void lookSoon(const std::string& name);
   void prune();
   void forgetGone(const std::string& name, const EntryList& went,
-                  const std::set<std::string>& movingBefore);
+                  const std::multiset<std::string>& movingBefore);
 
   Services services_;
   std::map<std::string, Folder, std::less<>> wanted_;
