@@ -83,6 +83,12 @@ Result<FileMeasure> measureFile(const Files& files, const Path& path) {
   return measure;
 }
 
+bool isOnOtherFileSystem(const Files& files, const Path& one, const Path& other) {
+  const auto first = files.status(one);
+  const auto second = files.status(other);
+  return first && second && first->device != second->device;
+}
+
 bool holdsAllOf(const Files& files, const Path& copy, const Path& original) {
   const auto status = files.status(original);
   if (!status) return status.error().kind == FailureKind::notFound;

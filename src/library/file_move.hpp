@@ -24,6 +24,9 @@ struct FileMeasure {
 /// True when `copy` holds, byte for byte, whatever there is of `original`.
 [[nodiscard]] bool holdsAllOf(const Files& files, const Path& copy, const Path& original);
 
+/// True when both are there, on two file systems.
+[[nodiscard]] bool isOnOtherFileSystem(const Files& files, const Path& one, const Path& other);
+
 /// Removes a file or a package; fine when it is not there.
 [[nodiscard]] Result<void> removeFile(Files& files, const Path& path);
 

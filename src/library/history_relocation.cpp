@@ -17,16 +17,28 @@ constexpr std::string_view category = "History";
 
 enum class PairState { waiting, moved, failed, dropped };
 
-/// Removes what moves that were cut short left behind.
+std::unordered_set<std::string> pathsOf(const EntryList& entries) {
+  std::unordered_set<std::string> paths;
+  for (const EntryPointer& entry : entries) {
+    forEachPath(*entry, [&](const std::string& path) { paths.insert(path); });
+  }
+  return paths;
+}
+
+/// Removes what moves that were cut short left behind. `named` are the paths the entries keep.
 void clearUp(Files& files, const RelocationJournal& journal,
-             const std::map<std::string, std::string>& moved) {
+             const std::unordered_set<std::string>& named) {
   std::set<Path> folders;
   for (const auto& pair : journal.pairs) folders.insert(Path(pair.newPath).parent_path());
   std::vector<Path> surplus;
   for (const Path& folder : folders) surplus.push_back(journal.temporaryIn(folder));
-  for (const auto& [oldPath, newPath] : moved) {
+  for (const auto& pair : journal.pairs) {
     // A copy was made, and the original was still to go.
-    if (files.status(oldPath) && holdsAllOf(files, newPath, oldPath)) surplus.emplace_back(oldPath);
+    if (!named.contains(pair.oldPath) && named.contains(pair.newPath) &&
+        isOnOtherFileSystem(files, pair.oldPath, pair.newPath) &&
+        holdsAllOf(files, pair.newPath, pair.oldPath)) {
+      surplus.emplace_back(pair.oldPath);
+    }
   }
   for (const Path& path : surplus) {
     if (const auto removed = removeFile(files, path); !removed) {
@@ -251,7 +263,7 @@ void HistoryRelocation::finish() {
 void HistoryRelocation::recover(std::move_only_function<void()> done) {
   if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) return done();
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
-                        main = services_.main,
+                        main = services_.main, named = pathsOf(services_.store.entries()),
                         reply = alive_.guard([this, done = std::move(done)](
                                                  std::optional<RelocationJournal>& journal,
                                                  RelocationJournal::Resolution& found) mutable {
@@ -262,7 +274,7 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
     std::optional<RelocationJournal> journal;
     RelocationJournal::Resolution resolution;
     if (auto* const readable = std::get_if<RelocationJournal>(&read)) {
-      resolution = readable->resolve(files);
+      resolution = readable->resolve(files, named);
       journal = std::move(*readable);
     } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
       logError(category, "the relocation journal could not be read: {}", bad->reason);
@@ -275,21 +287,19 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
 void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
                                std::move_only_function<void()> done) {
   adopt(resolution.moved);
-  std::unordered_set<std::string> used;
-  for (const EntryPointer& entry : services_.store.entries()) {
-    forEachPath(*entry, [&](const std::string& path) { used.insert(path); });
-  }
+  auto named = pathsOf(services_.store.entries());
   std::erase_if(resolution.undecided,
-                [&](const auto& pair) { return !used.contains(pair.oldPath); });
-  services_.store.flush(alive_.guard([this, journal = std::move(journal),
+                [&](const auto& pair) { return !named.contains(pair.oldPath); });
+  services_.store.flush(alive_.guard([this, journal = std::move(journal), named = std::move(named),
                                       resolution = std::move(resolution),
                                       done = std::move(done)](const Result<void>& saved) mutable {
     // Without the index on disk the journal is all that knows where the files are.
     if (!saved) return done();
     services_.work->post([&files = services_.files, paths = services_.store.paths(),
                           main = services_.main, journal = std::move(journal),
-                          resolution = std::move(resolution), done = std::move(done)]() mutable {
-      clearUp(files, journal, resolution.moved);
+                          named = std::move(named), resolution = std::move(resolution),
+                          done = std::move(done)]() mutable {
+      clearUp(files, journal, named);
       if (journal.pairs.size() != resolution.undecided.size()) {
         journal.pairs = std::move(resolution.undecided);
         if (const auto written = journal.write(files, paths); !written) {

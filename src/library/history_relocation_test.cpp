@@ -266,6 +266,31 @@ TEST_F(HistoryRelocationTest, AQuitStopsAfterTheBatchAndTheNextMoveTakesTheRest)
   expectReachable(world, 152);
 }
 
+TEST_F(HistoryRelocationTest, AFileThatOnlyLooksLikeTheMovedOneIsNotTakenForIt) {
+  FakeFiles files;
+  fill(files, 3);
+  files.disk["/old/1.png"]->status.type = FileType::link;  // stays behind, and in the journal
+  World(files).move("/new");
+  files.disk["/old/1.png"]->status.type = FileType::regular;
+  // The same picture, at the same time, under the name that the move had chosen.
+  files.put("/new/1.png", files.text("/old/1.png"));
+  files.disk["/new/1.png"]->status.modified = files.disk["/old/1.png"]->status.modified;
+  {
+    World world(files);
+    EXPECT_EQ(world.store.find("1")->path, "/old/1.png");
+    ScreenshotEntry other;
+    other.id = "other";
+    other.path = "/new/1.png";
+    ASSERT_TRUE(world.store.add(other).has_value());
+    world.runners.advance(1s);
+  }
+  files.disk.erase("/old/1.png");
+  World world(files);
+  EXPECT_EQ(world.store.find("1")->path, "/old/1.png");
+  EXPECT_EQ(world.store.find("other")->path, "/new/1.png");
+  EXPECT_EQ(files.text("/new/1.png"), contents["1.png"]);
+}
+
 TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
   FakeFiles files;
   fill(files, 5);

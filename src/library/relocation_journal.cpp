@@ -103,11 +103,19 @@ Path RelocationJournal::temporaryIn(const Path& folder) const {
   return folder / fmt::format(".vantorel-{}.partial", id);
 }
 
-RelocationJournal::Resolution RelocationJournal::resolve(const Files& files) const {
+RelocationJournal::Resolution RelocationJournal::resolve(
+    const Files& files, const std::unordered_set<std::string>& named) const {
+  const auto isMoved = [&](const Pair& pair) {
+    if (named.contains(pair.newPath)) return false;
+    const auto found = measureFile(files, pair.newPath);
+    return found && found->isAs(pair.measure()) &&
+           (!files.status(pair.oldPath) ||
+            (isOnOtherFileSystem(files, pair.oldPath, pair.newPath) &&
+             holdsAllOf(files, pair.newPath, pair.oldPath)));
+  };
   Resolution resolution;
   for (const Pair& pair : pairs) {
-    const auto found = measureFile(files, pair.newPath);
-    if (found && found->isAs(pair.measure())) {
+    if (isMoved(pair)) {
       resolution.moved.emplace(pair.oldPath, pair.newPath);
     } else {
       resolution.undecided.push_back(pair);

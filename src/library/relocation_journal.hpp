@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <variant>
 #include <vector>
 
@@ -62,8 +63,11 @@ struct RelocationJournal {
     std::vector<Pair> undecided;               ///< not moved, as far as can be told
   };
 
-  /// Blocks; any thread.
-  [[nodiscard]] Resolution resolve(const Files& files) const;
+  /// `named` are the paths that the entries keep. What has the new place's name without having been
+  /// moved there is somebody else's: a file of an entry that names it, or one whose old file is
+  /// still there though a move on one file system would have taken it. Blocks; any thread.
+  [[nodiscard]] Resolution resolve(const Files& files,
+                                   const std::unordered_set<std::string>& named) const;
 };
 
 VT_JSON_RECORD_DECLARATION(RelocationJournal::Pair);

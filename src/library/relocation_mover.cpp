@@ -159,6 +159,10 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
     if (isSameFolder(files_, normal(source), scope.folder)) continue;
     scope.sources.push_back(normal(source));
   }
+  // Also names whose files are away for the moment, in the Trash or on another disk.
+  for (const EntryPointer& entry : entries) {
+    forEachPath(*entry, [&](const std::string& path) { taken_.insert(path); });
+  }
   std::unordered_map<std::string, std::size_t> places;
   for (const EntryPointer& entry : entries) {
     Capture capture;
