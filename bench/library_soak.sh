@@ -1,18 +1,17 @@
 #!/usr/bin/env bash
-# Kills the program at random moments while it captures, annotates, stars, deletes, undoes and, where
-# it can, moves its library; alone and in the tray. After each kill the next start must find every
+# Kills the program at random moments while it captures, annotates, stars, deletes, undoes and
+# moves its library; alone and in the tray. After each kill the next start must find every
 # capture that was ever acknowledged, whole and once, with all that was acknowledged about it.
 #
-#   bench/library_soak.sh [program] [kills] [seed] [yes|no: with moves of the library]
+#   bench/library_soak.sh [program] [kills] [seed]
 set -euo pipefail
 program=$(realpath "${1:-build/release/bin/vantorel}")
 kills=${2:-300}
 seed=${3:-1}
-moves=${4:-yes}
 screen=320x200x24
 . "$(dirname "$0")/private_desktop.sh"
 
-python3 - "$program" "$folder" "$kills" "$seed" "$moves" <<'PYTHON'
+python3 - "$program" "$folder" "$kills" "$seed" <<'PYTHON'
 import json, os, pathlib, random, signal, struct, subprocess, sys, time, zlib
 
 program, folder, kills, seed = sys.argv[1], pathlib.Path(sys.argv[2]), int(sys.argv[3]), int(sys.argv[4])
@@ -35,8 +34,6 @@ def has_tray():
     names = subprocess.run(["dbus-send", "--session", "--dest=org.freedesktop.DBus", "--print-reply",
                             "/", "org.freedesktop.DBus.ListNames"], capture_output=True, text=True)
     return "com.hollen.Vantorel" in names.stdout
-
-can_move = sys.argv[5] == "yes" and "relocate" in output(start("library", "--help"))[1]
 
 def is_whole_png(path):
     data = path.read_bytes()
@@ -78,7 +75,7 @@ class Capture:
 acknowledged = {}
 story = []   # what was done, for the report of a failure
 counts = dict.fromkeys(["commands", "captures", "kills", "trash", "undo", "star", "annotate", "relocate",
-                        "tray kills", "temporaries mended"], 0)
+                        "tray kills"], 0)
 
 def fail(text):
     print("\n".join(story[-25:]))
@@ -151,22 +148,15 @@ def check():
             fail(f"the journal of a move has {pair['old']}, which the index has not")
     for place in moved_to:
         for path in place.glob("*") if place.exists() else []:
-            if path.name.startswith(".vantorel-") and path.suffix == ".partial":
-                # Left by a kill while a move tried whether it can write there; repairing clears it.
-                counts["temporaries mended"] += 1
-                output(start("library", "verify", "--repair"))
-                if path.exists():
-                    fail(f"{path} stays behind")
-            elif str(path) not in {entry["path"] for entry in entries}:
+            if str(path) not in {entry["path"] for entry in entries}:
                 fail(f"{path} has no entry")
     return list(by_id)
 
 class Action:
     """One command, what it promises when it says it is done, and what a kill leaves open."""
     def __init__(self, ids):
-        kinds = ["capture"] * 4 + (["star", "unstar", "annotate", "trash", "trash", "undo"] if ids else [])
-        if can_move and ids:
-            kinds += ["relocate"]
+        kinds = ["capture"] * 4 + (["star", "unstar", "annotate", "trash", "trash", "undo",
+                                         "relocate"] if ids else [])
         self.kind = random.choice(kinds)
         self.id = random.choice(ids) if ids else None
         words = {"capture": ["--json", "capture", "display"], "undo": ["library", "undo"],
@@ -241,6 +231,5 @@ while counts["kills"] < kills:
         ids = check()
 print(f"{counts['kills']} kills in {time.time() - begin:.0f} s, seed {seed}: "
       + ", ".join(f"{count} {name}" for name, count in counts.items() if name != "kills")
-      + f"; {len(acknowledged)} captures acknowledged, {len(ids)} in the library, none lost or twice"
-      + ("" if can_move else "; without moves"))
+      + f"; {len(acknowledged)} captures acknowledged, {len(ids)} in the library, none lost or twice")
 PYTHON

@@ -1,23 +1,18 @@
 #include "app/library_move.hpp"
 
-#include <fmt/format.h>
-
 #include <optional>
 #include <utility>
 
 #include "base/log.hpp"
-#include "base/random_id.hpp"
 #include "base/utf8.hpp"
 
 namespace vantorel {
 namespace {
 
-/// Makes sure that captures can be filed in a folder by doing it.
+/// Makes sure that captures can be filed in a folder.
 Result<void> tryFolder(Files& files, const Path& folder) {
   VT_TRY(prepareCaptureFolder(files, folder));
-  const Path probe = folder / fmt::format(".vantorel-{}.partial", randomID());
-  VT_TRY(files.create(probe, "", Privacy::ownerOnly, Durability::visible));
-  return files.remove(probe);
+  return files.checkWritable(folder);
 }
 
 }  // namespace

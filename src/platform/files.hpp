@@ -136,6 +136,9 @@ class Files {
   /// Makes renames and removals inside `folder` safe against a power cut.
   [[nodiscard]] virtual Result<void> flushFolder(const Path& folder) = 0;
 
+  /// Fails when files may not be made in `folder`; leaves no trace in it.
+  [[nodiscard]] virtual Result<void> checkWritable(const Path& folder) const = 0;
+
   /// The extended attribute `name` (without the system's "user." prefix): `notFound` when the file
   /// has none, `unsupported` when the file system keeps none.
   [[nodiscard]] virtual Result<std::string> attribute(const Path& path,

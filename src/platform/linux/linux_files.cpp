@@ -421,6 +421,10 @@ Result<void> LinuxFiles::remove(const Path& path) {
   return lastSystemFailure();
 }
 
+Result<void> LinuxFiles::checkWritable(const Path& folder) const {
+  return answer(::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS));
+}
+
 Result<void> LinuxFiles::flushFolder(const Path& folder) {
   const FileDescriptor file = VT_TRY(openFile(folder, O_RDONLY | O_DIRECTORY));
   const int flushed = uninterrupted([&] { return ::fsync(file.number()); });

@@ -247,6 +247,12 @@ Result<void> FakeFiles::remove(const Path& path) {
   return {};
 }
 
+Result<void> FakeFiles::checkWritable(const Path& folder) const {
+  if (!folders.contains(folder)) return missing();
+  if (changesFail) return failed(*changesFail, "the disk refuses changes");
+  return {};
+}
+
 Result<void> FakeFiles::flushFolder(const Path& folder) {
   if (!folders.contains(folder)) return missing();
   return {};
