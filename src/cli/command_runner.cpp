@@ -124,9 +124,9 @@ CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
 
 }  // namespace
 
-void CommandRunner::run(const CommandLine& line, Done done, const std::string& asker) {
+void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& asker) {
   if (const auto* capturing = std::get_if<command::Capture>(&line.command)) {
-    const auto place = capturing_.insert(asker);
+    const auto place = capturing_.insert(asker.name);
     capture(capturing->what, line.json,
             [this, place, done = std::move(done)](CommandReply reply) mutable {
               capturing_.erase(place);

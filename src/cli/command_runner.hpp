@@ -35,13 +35,13 @@ class CommandRunner {
 
   using Done = CommandDone;
 
-  /// Calls `done` once, when the work is safe on disk. `asker` is the process that wants it, empty
-  /// for this one.
-  void run(const CommandLine& line, Done done, const std::string& asker = {});
+  /// Calls `done` once, when the work is safe on disk.
+  void run(const CommandLine& line, Done done, const CommandAsker& asker = {});
 
-  /// The one who asked went away: its capture that waits for the user is called off, and so is long
-  /// work that changes nothing. What others asked for goes on.
-  void askerWentAway(const std::string& asker) {
+  /// The one who asked does not want it any more, or went away: its capture that waits for the user
+  /// is called off, long work that changes nothing ends, and a move after its batch. It is answered
+  /// all the same. Other work is done to its end, and what others asked for goes on.
+  void callOff(const std::string& asker) {
     if (capturing_.contains(asker)) services_.coordinator->cancelCapture();
     services_.library->stop(asker);
   }
