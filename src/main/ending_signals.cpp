@@ -27,7 +27,11 @@ EndingSignals::EndingSignals(std::function<void()> cancel) : state_(std::make_sh
   state_->cancel = std::move(cancel);
   sigset_t signals;
   sigemptyset(&signals);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before{};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) sigaddset(&signals, signal);
+  }
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   std::thread([state = state_, signals] {
     int signal = 0;

@@ -7,7 +7,8 @@ namespace vantorel {
 
 /// The signals that ask a process to end: Ctrl-C, SIGTERM and SIGHUP. They are blocked from the
 /// making on, in this thread and those it starts, and read by a thread of their own; so it is made
-/// before any other thread. What is handed in runs on that thread and must not block.
+/// before any other thread. One that is ignored, as "nohup" makes it, stays so. What is handed in
+/// runs on that thread and must not block.
 class EndingSignals {
  public:
   /// To begin with another process may be doing the work: the first Ctrl-C calls `cancel`; another
