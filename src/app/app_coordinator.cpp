@@ -152,7 +152,8 @@ void AppCoordinator::withPermission(
   }));
 }
 
-void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::Finished finished) {
+void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::Finished finished,
+                             std::function<bool()> begins) {
   const SettingsValues& settings = services_.settings->values();
   const CaptureDelay usual =
       command.isTimed ? settings.timedCaptureLastDelaySeconds : settings.captureDelaySeconds;
@@ -160,22 +161,24 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
   if (command.isTimed) {
     services_.settings->set(&SettingsValues::timedCaptureLastDelaySeconds, delay);
   }
-  withPermission(std::move(finished), [this, command = std::move(command),
-                                       delay](StillCapturePipeline::Finished permitted) mutable {
-    auto done = [this, permitted = std::move(permitted)](CaptureReply reply) mutable {
-      if (const auto* outcome = std::get_if<CaptureOutcome>(&reply)) {
-        if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome->value)) {
-          afterCapture(*saved);
+  withPermission(
+      std::move(finished), [this, command = std::move(command), delay, begins = std::move(begins)](
+                               StillCapturePipeline::Finished permitted) mutable {
+        if (begins && !begins()) return permitted(CaptureOutcome{CaptureOutcome::Cancelled{}});
+        auto done = [this, permitted = std::move(permitted)](CaptureReply reply) mutable {
+          if (const auto* outcome = std::get_if<CaptureOutcome>(&reply)) {
+            if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome->value)) {
+              afterCapture(*saved);
+            }
+          }
+          permitted(std::move(reply));
+        };
+        if (command.kind == StillCaptureCommand::Kind::previous) {
+          stills_->capturePreviousArea(delay, std::move(done));
+        } else {
+          stills_->capture(requestFor(command, delay), std::move(done));
         }
-      }
-      permitted(std::move(reply));
-    };
-    if (command.kind == StillCaptureCommand::Kind::previous) {
-      stills_->capturePreviousArea(delay, std::move(done));
-    } else {
-      stills_->capture(requestFor(command, delay), std::move(done));
-    }
-  });
+      });
 }
 
 void AppCoordinator::captureForRemote(

@@ -63,8 +63,11 @@ class AppCoordinator {
   explicit AppCoordinator(Services services);
   ~AppCoordinator();
 
-  /// Takes a still. Refused while the arbiter says so.
-  void capture(StillCaptureCommand command, StillCapturePipeline::Finished finished);
+  /// Takes a still. Refused while the arbiter says so. `begins`, when there is one, is asked once
+  /// nothing else is in the way, whether it is still wanted; from then on `cancelCapture` is about
+  /// this capture.
+  void capture(StillCaptureCommand command, StillCapturePipeline::Finished finished,
+               std::function<bool()> begins = {});
 
   /// Calls off the capture that waits for the user.
   void cancelCapture() { stills_->cancel(); }

@@ -371,6 +371,32 @@ TEST_F(AppCoordinatorTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   EXPECT_FALSE(run->app->arbiter().refusal());
 }
 
+TEST_F(AppCoordinatorTest, ACaptureIsCalledOffOnItsWayToTheOverlayToo) {
+  StillCaptureCommand area{.kind = Kind::area};
+  const auto begin = [&](const std::function<bool()>& begins) {
+    run->replies.emplace_back();
+    run->app->capture(
+        area, [this, i = run->replies.size() - 1](auto reply) { run->replies[i] = reply; }, begins);
+  };
+  // As soon as it has begun, nothing waits for the user yet.
+  begin([this] {
+    run->runners.main()->post([this] { run->app->cancelCapture(); });
+    return true;
+  });
+  run->runners.run();
+  EXPECT_EQ(run->words(0), "cancelled");
+  EXPECT_FALSE(run->overlay.request);
+  begin([] { return false; });
+  run->runners.run();
+  EXPECT_EQ(run->words(1), "cancelled");
+  EXPECT_FALSE(run->overlay.request);
+  EXPECT_FALSE(run->app->arbiter().refusal());
+  run->begin(area);
+  EXPECT_TRUE(run->overlay.request);
+  run->app->cancelCapture();
+  EXPECT_EQ(run->words(2), "cancelled");
+}
+
 TEST_F(AppCoordinatorTest, TheSelfTimerCountsDownAndEscapeCallsItOff) {
   StillCaptureCommand timed{.kind = Kind::display, .delay = CaptureDelay::three, .isTimed = true};
   run->begin(timed);

@@ -43,11 +43,12 @@ void LibraryMove::report(const RelocationOutcome& outcome) {
   }
 }
 
-void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress, Done done) {
+void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress,
+                         std::shared_ptr<RelocationStopFlag> flag, Done done) {
   if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
   services_.work->post(
       [files = services_.files, folder, main = services_.main,
-       reply = alive_.guard([this, folder, progress = std::move(progress),
+       reply = alive_.guard([this, folder, progress = std::move(progress), flag = std::move(flag),
                              done = std::move(done)](const Result<void>& usable) mutable {
          if (!usable) {
            return done(
@@ -60,7 +61,8 @@ void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progres
              {folder, {previous, services_.usualFolder}}, std::move(progress),
              [done = std::move(done)](RelocationOutcome outcome) mutable {
                done(std::move(outcome));
-             });
+             },
+             std::move(flag));
        })]() mutable {
         main->post([usable = tryFolder(*files, folder), reply = std::move(reply)]() mutable {
           reply(usable);

@@ -45,10 +45,11 @@ class LibraryMove {
 
   /// Makes `folder` (absolute) the storage folder and moves the captures there. A folder that
   /// cannot be written changes nothing. With the folder that is set already, what did not move
-  /// before is tried again. After `whenReady`.
-  void moveTo(const Path& folder, HistoryRelocation::Progress progress, Done done);
+  /// before is tried again. `flag` ends this move alone. After `whenReady`.
+  void moveTo(const Path& folder, HistoryRelocation::Progress progress,
+              std::shared_ptr<RelocationStopFlag> flag, Done done);
 
-  /// Ends moving after the batch that is under way.
+  /// Ends all moves after the batch that is under way.
   void stop() { services_.relocation->stop(); }
 
  private:

@@ -50,7 +50,7 @@ class LibraryMoveTest : public testing::Test {
 
   std::expected<RelocationOutcome, std::string> movedTo(const Path& folder) {
     std::optional<std::expected<RelocationOutcome, std::string>> answer;
-    move.moveTo(folder, {}, [&](auto outcome) { answer = std::move(outcome); });
+    move.moveTo(folder, {}, nullptr, [&](auto outcome) { answer = std::move(outcome); });
     runners.run();
     EXPECT_TRUE(answer.has_value());
     return answer.value_or(std::unexpected("no answer"));

@@ -55,6 +55,7 @@ struct StillCapturePipeline::Run {
   StillCaptureBackend backend;
   bool remembersRegion = true;
   bool waitsForUser = false;
+  bool isCalledOff = false;  // before it waited
   std::function<void(const ScreenshotEntry&)> onFiled;
 
   std::vector<DisplaySnapshot> displays;
@@ -200,6 +201,7 @@ void StillCapturePipeline::freeze(std::size_t index) {
       return fail(CaptureFailure::Case::interrupted,
                   "there is no window system to select on; name the target instead");
     }
+    if (run_->isCalledOff) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
     run_->capturedAt = services_.clock->now();
     run_->waitsForUser = true;
     overlay->select(
@@ -254,6 +256,7 @@ void StillCapturePipeline::rememberArea() {
 }
 
 void StillCapturePipeline::countDown() {
+  if (run_->isCalledOff) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
   run_->waitsForUser = true;
   services_.countdown->start(run_->request.delay, alive_.guard([this](bool reachedZero) {
     run_->waitsForUser = false;
@@ -386,7 +389,11 @@ void StillCapturePipeline::reached(std::string_view step) {
 }
 
 void StillCapturePipeline::cancel() {
-  if (!run_ || !run_->waitsForUser) return;
+  if (!run_) return;
+  if (!run_->waitsForUser) {
+    run_->isCalledOff = true;  // counts if it comes to wait
+    return;
+  }
   if (services_.countdown->isRunning()) {
     services_.countdown->cancel();
     return;

@@ -104,8 +104,8 @@ class StillCapturePipeline {
                         std::function<void(const ScreenshotEntry&)> onFiled,
                         std::move_only_function<void(Grabbed)> capturing, Finished finished);
 
-  /// Calls off the capture that waits for the user or the countdown; one that is grabbing or saving
-  /// goes on.
+  /// Calls off the capture that waits for the user or the countdown, or is on the way there; one
+  /// that is grabbing or saving goes on.
   void cancel();
 
   [[nodiscard]] bool captureInFlight() const { return run_ != nullptr; }

@@ -7,6 +7,10 @@ CommandReply failedReply(std::string reason) {
   return {ExitStatus::failed, {}, std::move(reason) + "\n"};
 }
 
+CommandReply nothingChanged() {
+  return {ExitStatus::cancelled, {}, "Stopped; nothing was changed.\n"};
+}
+
 std::string inOneCell(std::string text) {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';

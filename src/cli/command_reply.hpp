@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace vantorel {
 
@@ -23,8 +25,27 @@ struct CommandReply {
 
 using CommandDone = std::move_only_function<void(CommandReply)>;
 
+/// How far long work has come: so many of so many `words`, such as "files moved".
+struct CommandProgress {
+  std::size_t done = 0;
+  std::size_t total = 0;
+  std::string_view words;
+};
+
+/// Called on any thread.
+using ShowProgress = std::function<void(const CommandProgress&)>;
+
+/// Who wants a command.
+struct CommandAsker {
+  std::string name{};   ///< of the process that sent it; empty for this one
+  ShowProgress show{};  ///< shows him how far it has come; empty where nobody looks
+};
+
 /// `reason` becomes a sentence if it is not one yet.
 [[nodiscard]] CommandReply failedReply(std::string reason);
+
+/// To one who called the command off before it changed anything.
+[[nodiscard]] CommandReply nothingChanged();
 
 /// Text from outside on one line of a table.
 [[nodiscard]] std::string inOneCell(std::string text);

@@ -124,14 +124,9 @@ CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
 
 }  // namespace
 
-void CommandRunner::run(const CommandLine& line, Done done, const std::string& asker) {
+void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& asker) {
   if (const auto* capturing = std::get_if<command::Capture>(&line.command)) {
-    const auto place = capturing_.insert(asker);
-    capture(capturing->what, line.json,
-            [this, place, done = std::move(done)](CommandReply reply) mutable {
-              capturing_.erase(place);
-              done(std::move(reply));
-            });
+    capture(capturing->what, line.json, asker.name, std::move(done));
   } else if (std::holds_alternative<command::ListDisplays>(line.command)) {
     listDisplays(line.json, std::move(done));
   } else if (std::holds_alternative<command::ListWindows>(line.command)) {
@@ -156,11 +151,28 @@ void CommandRunner::run(const CommandLine& line, Done done, const std::string& a
   }
 }
 
-void CommandRunner::capture(const StillCaptureCommand& what, bool json, Done done) {
-  services_.coordinator->capture(what,
-                                 [json, done = std::move(done)](const CaptureReply& reply) mutable {
-                                   done(replyTo(reply, json));
-                                 });
+void CommandRunner::callOff(const std::string& asker) {
+  const auto [begin, end] = capturing_.equal_range(asker);
+  bool isInFlight = false;
+  for (auto found = begin; found != end; ++found) {
+    found->second.isCalledOff = true;
+    isInFlight |= found->second.hasBegun;
+  }
+  // May end the capture here, and with it its place among the others.
+  if (isInFlight) services_.coordinator->cancelCapture();
+  services_.library->stop(asker);
+}
+
+void CommandRunner::capture(const StillCaptureCommand& what, bool json, const std::string& asker,
+                            Done done) {
+  const auto place = capturing_.emplace(asker, Capturing{});
+  services_.coordinator->capture(
+      what,
+      [this, place, json, done = std::move(done)](const CaptureReply& reply) mutable {
+        capturing_.erase(place);
+        done(replyTo(reply, json));
+      },
+      [place] { return place->second.hasBegun = !place->second.isCalledOff; });
 }
 
 void CommandRunner::listDisplays(bool json, Done done) {

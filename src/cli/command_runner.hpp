@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 
 #include "app/app_coordinator.hpp"
@@ -35,19 +34,22 @@ class CommandRunner {
 
   using Done = CommandDone;
 
-  /// Calls `done` once, when the work is safe on disk. `asker` is the process that wants it, empty
-  /// for this one.
-  void run(const CommandLine& line, Done done, const std::string& asker = {});
+  /// Calls `done` once, when the work is safe on disk.
+  void run(const CommandLine& line, Done done, const CommandAsker& asker = {});
 
-  /// The one who asked went away: its capture that waits for the user is called off, and so is long
-  /// work that changes nothing. What others asked for goes on.
-  void askerWentAway(const std::string& asker) {
-    if (capturing_.contains(asker)) services_.coordinator->cancelCapture();
-    services_.library->stop(asker);
-  }
+  /// The one who asked does not want it any more, or went away: its capture that waits for the user
+  /// is called off, long work that changes nothing ends, and a move after its batch. It is answered
+  /// all the same. Other work is done to its end, and what others asked for goes on.
+  void callOff(const std::string& asker);
 
  private:
-  void capture(const StillCaptureCommand& what, bool json, Done done);
+  /// A capture under way.
+  struct Capturing {
+    bool hasBegun = false;  // the one that the coordinator has in flight
+    bool isCalledOff = false;
+  };
+
+  void capture(const StillCaptureCommand& what, bool json, const std::string& asker, Done done);
   void listDisplays(bool json, Done done);
   void listWindows(bool json, Done done);
   void rewrite(const CommandLine& line, Done done);
@@ -55,7 +57,7 @@ class CommandRunner {
   void render(const command::Render& what, Done done);
 
   Services services_;
-  std::multiset<std::string> capturing_;  // those whose captures are under way
+  std::multimap<std::string, Capturing> capturing_;  // by asker
   Alive alive_;
 };
 

@@ -117,13 +117,16 @@ void addUnsaved(CommandReply& reply, const std::optional<std::string>& reason) {
   reply.error += fmt::format("The library's index could not be saved: {}.\n", *reason);
 }
 
-CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool json) {
+CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool json,
+                     bool isCalledOff) {
   CommandReply reply;
   const auto alert = RelocationReport::alert(outcome);
   if (alert) {
-    reply.status = outcome.stoppedForQuit && !outcome.indexNotSaved ? ExitStatus::cancelled
-                                                                    : ExitStatus::failed;
-    reply.error = alert->text + "\n";
+    const bool isStopped = outcome.stoppedForQuit && !outcome.indexNotSaved && !outcome.refusal;
+    reply.status = isStopped ? ExitStatus::cancelled : ExitStatus::failed;
+    reply.error = isStopped && isCalledOff
+                      ? "Stopped. " + stillThere(outcome.failed + outcome.notMoved) + "\n"
+                      : alert->text + "\n";
   }
   if (!json) {
     if (!alert || outcome.moved > 0) {
@@ -152,24 +155,28 @@ CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool 
 }  // namespace
 
 void LibraryCommands::run(command::Library what, bool json, CommandDone done,
-                          const std::string& asker) {
-  auto stopped = std::make_shared<std::atomic<bool>>(false);
+                          const CommandAsker& asker) {
+  auto running = std::make_shared<Running>();
+  running->show = asker.show;
   std::erase_if(running_, [](const auto& item) { return item.second.expired(); });
-  running_.emplace(asker, stopped);
-  services_.whenReady(alive_.guard(
-      [this, what = std::move(what), json, stopped, asker, done = std::move(done)]() mutable {
-        if (what.verb == Verb::relocate) return relocate(what.folder, json, asker, std::move(done));
-        runNow(what, json, stopped, std::move(done));
+  running_.emplace(asker.name, running);
+  services_.whenReady(
+      alive_.guard([this, what = std::move(what), json, running, done = std::move(done)]() mutable {
+        if (what.verb == Verb::relocate) {
+          return relocate(what.folder, json, running, std::move(done));
+        }
+        runNow(what, json, running, std::move(done));
       }));
 }
 
 void LibraryCommands::stop(const std::string& asker) {
   const auto [begin, end] = running_.equal_range(asker);
   for (auto found = begin; found != end; ++found) {
-    if (const StopFlag stopped = found->second.lock()) *stopped = true;
+    if (const RunningPointer running = found->second.lock()) {
+      running->isCalledOff = true;
+      running->flag.stopped = true;
+    }
   }
-  // A move that somebody else asked for goes on.
-  if (movers_.contains(asker)) services_.move->stop();
 }
 
 Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names) const {
@@ -181,7 +188,7 @@ Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names
   return entries;
 }
 
-void LibraryCommands::runNow(const command::Library& what, bool json, const StopFlag& stopped,
+void LibraryCommands::runNow(const command::Library& what, bool json, const RunningPointer& running,
                              CommandDone done) {
   HistoryStore& store = *services_.store;
   // Another process's library, or one that cannot be read, is not an empty one.
@@ -229,10 +236,12 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Stop
     case Verb::trash: return trash(*entries, json, std::move(done));
     case Verb::undo: return undo(json, std::move(done));
     case Verb::forget: return forget(*entries, json, {}, std::move(done));
-    case Verb::prune: return prune(json, stopped, std::move(done));
+    case Verb::prune: return prune(json, running, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
     case Verb::relocate: break;
-    case Verb::verify: return services_.verify->run(what.repairs, json, stopped, std::move(done));
+    case Verb::verify:
+      return services_.verify->run(what.repairs, json, {running, &running->flag.stopped},
+                                   running->show, std::move(done));
   }
   std::unreachable();
 }
@@ -374,26 +383,31 @@ void LibraryCommands::forget(const EntryList& entries, bool json, std::string re
       });
 }
 
-void LibraryCommands::relocate(const Path& folder, bool json, const std::string& asker,
+void LibraryCommands::relocate(const Path& folder, bool json, const RunningPointer& running,
                                CommandDone done) {
-  const auto mover = movers_.insert(asker);
-  services_.move->moveTo(
-      folder, services_.showMoving,
-      alive_.guard([this, mover, folder, json, done = std::move(done)](
-                       const std::expected<RelocationOutcome, std::string>& outcome) mutable {
-        movers_.erase(mover);
-        done(outcome ? replyTo(*outcome, folder, json) : failedReply(outcome.error()));
-      }));
+  if (running->isCalledOff) return done(nothingChanged());
+  HistoryRelocation::Progress moving;
+  if (running->show) {
+    moving = [show = running->show](std::size_t moved, std::size_t total) {
+      show({moved, total, "files moved"});
+    };
+  }
+  services_.move->moveTo(folder, std::move(moving), {running, &running->flag},
+                         [running, folder, json, done = std::move(done)](
+                             const std::expected<RelocationOutcome, std::string>& outcome) mutable {
+                           done(outcome ? replyTo(*outcome, folder, json, running->isCalledOff)
+                                        : failedReply(outcome.error()));
+                         });
 }
 
-void LibraryCommands::prune(bool json, const StopFlag& stopped, CommandDone done) {
+void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDone done) {
   services_.work->post(
       [files = services_.files, main = services_.main, entries = services_.store->entries(),
-       stopped,
+       goOn = LibraryVerify::goingOn({running, &running->flag.stopped}, running->show),
        reply =
            alive_.guard([this, json, done = std::move(done)](const MissingFiles& missing) mutable {
              if (missing.wasStopped) {
-               return done({ExitStatus::cancelled, {}, "Stopped; nothing was changed.\n"});
+               return done(nothingChanged());
              }
              EntryList going;
              for (const EntryPointer& entry : missing.gone) {
@@ -410,7 +424,6 @@ void LibraryCommands::prune(bool json, const StopFlag& stopped, CommandDone done
                                     " in History.\n",
                     std::move(done));
            })]() mutable {
-        const auto goOn = [&](std::size_t, std::size_t) { return !*stopped; };
         main->post([missing = findMissingFiles(*files, entries, goOn),
                     reply = std::move(reply)]() mutable { reply(missing); });
       });

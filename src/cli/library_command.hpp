@@ -1,10 +1,8 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -35,9 +33,6 @@ class LibraryCommands {
     LibraryVerify* verify = nullptr;
     LibraryMove* move = nullptr;
 
-    /// Shows how far a move has come, on any thread; empty where nobody looks.
-    HistoryRelocation::Progress showMoving;
-
     /// Whether the entry's file is known to be out of reach now.
     std::function<bool(const std::string& id)> isOutOfReach;
 
@@ -47,20 +42,27 @@ class LibraryCommands {
 
   explicit LibraryCommands(Services services) : services_(std::move(services)) {}
 
-  /// Calls `done` once, when what was changed is on disk. `asker` is the process that wants it,
-  /// empty for this one.
-  void run(command::Library what, bool json, CommandDone done, const std::string& asker = {});
+  /// Calls `done` once, when what was changed is on disk.
+  void run(command::Library what, bool json, CommandDone done, const CommandAsker& asker = {});
 
   /// Ends what this asker waits for where it may end anywhere: long looks, which change nothing
-  /// then, and moves.
+  /// then, and moves, which end after a batch. It is answered all the same. What others wait for
+  /// goes on.
   void stop(const std::string& asker);
 
  private:
   using Change = std::function<Result<void>(const std::string& id)>;
 
-  using StopFlag = std::shared_ptr<std::atomic<bool>>;
+  /// One command under way.
+  struct Running {
+    RelocationStopFlag flag;   // stops moves and looks alike
+    bool isCalledOff = false;  // by the one who asked, rather than by a quit
+    ShowProgress show;
+  };
+  using RunningPointer = std::shared_ptr<Running>;
 
-  void runNow(const command::Library& what, bool json, const StopFlag& stopped, CommandDone done);
+  void runNow(const command::Library& what, bool json, const RunningPointer& running,
+              CommandDone done);
   void list(const command::Library& what, bool json, CommandDone done) const;
   void collections(bool json, CommandDone done) const;
   void change(const EntryList& entries, bool json, const Change& change, CommandDone done);
@@ -68,13 +70,12 @@ class LibraryCommands {
   void trash(const EntryList& entries, bool json, CommandDone done);
   void undo(bool json, CommandDone done);
   void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
-  void prune(bool json, const StopFlag& stopped, CommandDone done);
-  void relocate(const Path& folder, bool json, const std::string& asker, CommandDone done);
+  void prune(bool json, const RunningPointer& running, CommandDone done);
+  void relocate(const Path& folder, bool json, const RunningPointer& running, CommandDone done);
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 
   Services services_;
-  std::multimap<std::string, std::weak_ptr<std::atomic<bool>>> running_;  // by asker
-  std::multiset<std::string> movers_;  // those who wait for a move
+  std::multimap<std::string, std::weak_ptr<Running>> running_;  // by asker
   Alive alive_;
 };
 

@@ -159,7 +159,8 @@ TEST_F(LibraryCommandTest, PruneForgetsWhatIsGoneUnlessTheOneWhoAskedGoesAway) {
     std::optional<CommandReply> answer;
     command::Library what;
     what.verb = command::Library::Verb::prune;
-    commands.run(what, false, [&](CommandReply reply) { answer = std::move(reply); }, "asker");
+    commands.run(what, false, [&](CommandReply reply) { answer = std::move(reply); },
+                 {.name = "asker"});
     commands.stop(goesAway);
     runners.run();
     EXPECT_TRUE(answer.has_value());

@@ -96,32 +96,36 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
 LibraryVerify::LibraryVerify(Services services)
     : services_(std::move(services)), startedAt_(services_.clock->now()) {}
 
-void LibraryVerify::run(bool repairs, bool json, StopFlag stopped, CommandDone done) {
-  if (!repairs) return look(false, json, std::move(stopped), std::move(done));
-  services_.recoverStaged([this, json, stopped = std::move(stopped),
-                           done = std::make_shared<CommandDone>(std::move(done))] {
-    look(true, json, stopped, std::move(*done));
-  });
+void LibraryVerify::run(bool repairs, bool json, StopFlag stopped, ShowProgress show,
+                        CommandDone done) {
+  auto goOn = goingOn(std::move(stopped), std::move(show));
+  if (!repairs) return look(false, json, goOn, std::move(done));
+  services_.recoverStaged(
+      [this, json, goOn = std::move(goOn), done = std::make_shared<CommandDone>(std::move(done))] {
+        look(true, json, goOn, std::move(*done));
+      });
 }
 
-void LibraryVerify::look(bool repairs, bool json, StopFlag stopped, CommandDone done) {
+CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
+  return [stopped = std::move(stopped), show = std::move(show)](std::size_t at, std::size_t total) {
+    if (show && (at % 100 == 0 || at + 1 == total)) show({at + 1, total, "captures"});
+    return !*stopped;
+  };
+}
+
+void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
   LibraryScope scope{services_.store->entries(), services_.store->paths(),
                      services_.captureFolders(), services_.originals, startedAt_};
   services_.work->post(
-      [files = services_.files, main = services_.main, scope = std::move(scope),
-       stopped = std::move(stopped), show = services_.showProgress,
+      [files = services_.files, main = services_.main, scope = std::move(scope), goOn,
        reply = alive_.guard(
            [this, repairs, json, done = std::move(done)](LibraryFindings& findings) mutable {
              if (findings.missing.wasStopped) {
-               return done({ExitStatus::cancelled, {}, "Stopped; nothing was changed.\n"});
+               return done(nothingChanged());
              }
              if (!repairs) return finish(report(findings, {}, json), json, std::move(done));
              mend(findings, json, std::move(done));
            })]() mutable {
-        const auto goOn = [&](std::size_t at, std::size_t total) {
-          if (show && (at % 100 == 0 || at + 1 == total)) show(at + 1, total);
-          return !*stopped;
-        };
         main->post([findings = checkLibrary(*files, scope, goOn),
                     reply = std::move(reply)]() mutable { reply(findings); });
       });

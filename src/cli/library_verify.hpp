@@ -35,9 +35,6 @@ class LibraryVerify {
 
     /// Files what is staged; otherwise such a file and its entry-to-be would be mended twice.
     std::function<void(std::function<void()> done)> recoverStaged;
-
-    /// Shows how far it has come, on any thread; empty where nobody looks.
-    std::function<void(std::size_t done, std::size_t total)> showProgress;
   };
 
   explicit LibraryVerify(Services services);
@@ -47,10 +44,14 @@ class LibraryVerify {
 
   /// With `repairs` what is found is mended as far as nothing can be lost by it. What is being
   /// mended is mended even when it is to stop.
-  void run(bool repairs, bool json, StopFlag stopped, CommandDone done);
+  void run(bool repairs, bool json, StopFlag stopped, ShowProgress show, CommandDone done);
+
+  /// What a look through the library is told to do after each capture: to show each hundredth, and
+  /// to go on until `stopped`.
+  [[nodiscard]] static CheckProgress goingOn(StopFlag stopped, ShowProgress show);
 
  private:
-  void look(bool repairs, bool json, StopFlag stopped, CommandDone done);
+  void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
   void finish(CommandReply reply, bool json, CommandDone done);
   void mend(const LibraryFindings& findings, bool json, CommandDone done);
 

@@ -52,7 +52,6 @@ void clearUp(Files& files, const RelocationJournal& journal,
 struct HistoryRelocation::Run {
   Request request;
   std::shared_ptr<RelocationMover> mover;
-  std::shared_ptr<RelocationStopFlag> flag;
   RelocationMover::Plan plan;
   std::vector<PairState> states;  // one for each of the plan's pairs
   std::size_t next = 0;           // the first pair of the next batch
@@ -87,14 +86,16 @@ HistoryRelocation::HistoryRelocation(Services services) : services_(std::move(se
 
 HistoryRelocation::~HistoryRelocation() = default;
 
-void HistoryRelocation::relocate(RelocationTarget target, Progress progress, Done done) {
-  waiting_.push_back({std::move(target), std::move(progress), std::move(done)});
+void HistoryRelocation::relocate(RelocationTarget target, Progress progress, Done done,
+                                 std::shared_ptr<RelocationStopFlag> flag) {
+  if (flag == nullptr) flag = std::make_shared<RelocationStopFlag>();
+  waiting_.push_back({std::move(target), std::move(progress), std::move(done), std::move(flag)});
   if (run_ == nullptr) startNext();
 }
 
 void HistoryRelocation::stop() {
-  if (run_ != nullptr) run_->flag->stopped = true;
-  for (Request& request : waiting_) request.isStopped = true;
+  if (run_ != nullptr) run_->request.flag->stopped = true;
+  for (const Request& request : waiting_) request.flag->stopped = true;
 }
 
 void HistoryRelocation::settle(std::move_only_function<void()> done) {
@@ -111,8 +112,6 @@ void HistoryRelocation::startNext() {
   run_->request = std::move(waiting_.front());
   waiting_.pop_front();
   run_->mover = std::make_shared<RelocationMover>(services_.files, services_.store.paths());
-  run_->flag = std::make_shared<RelocationStopFlag>();
-  run_->flag->stopped = run_->request.isStopped;
   if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) {
     run_->outcome.refusal = RelocationRefusal::indexUnreadable;
     return finish();
@@ -189,7 +188,7 @@ void HistoryRelocation::nextBatch() {
     moving = [progress = run_->request.progress, tried = run_->tried,
               total = run_->plan.oldPaths.size()] { progress(++*tried, total); };
   }
-  services_.work->post([mover = run_->mover, flag = run_->flag, pairs = claimBatch(),
+  services_.work->post([mover = run_->mover, flag = run_->request.flag, pairs = claimBatch(),
                         moving = std::move(moving), main = services_.main,
                         reply = alive_.guard([this](RelocationMover::Batch& batch) {
                           landed(std::move(batch));
@@ -201,7 +200,7 @@ void HistoryRelocation::nextBatch() {
 }
 
 void HistoryRelocation::landed(RelocationMover::Batch batch) {
-  if (run_->flag->turnedAway) return finish();
+  if (run_->request.flag->turnedAway) return finish();
   std::map<std::string, std::string> newPaths;
   for (const RelocationMover::Moved& moved : batch.moved) {
     run_->states[moved.pair] = PairState::moved;
@@ -250,7 +249,7 @@ void HistoryRelocation::releaseAll() {
 
 void HistoryRelocation::finish() {
   releaseAll();
-  run_->outcome.stoppedForQuit = run_->flag->turnedAway;
+  run_->outcome.stoppedForQuit = run_->request.flag->turnedAway;
   run_->count();
   // The last batch may still be on its way out of the journal.
   services_.work->post([main = services_.main, reply = alive_.guard([this] {

@@ -58,8 +58,10 @@ class HistoryRelocation {
   using Done = std::move_only_function<void(RelocationOutcome)>;
 
   /// Moves the files of all entries that lie in the target's sources, or that an earlier move left
-  /// behind. A move that is asked for while another one runs comes after it.
-  void relocate(RelocationTarget target, Progress progress, Done done);
+  /// behind. A move that is asked for while another one runs comes after it. `flag` ends this move
+  /// alone; null for one that only `stop` ends.
+  void relocate(RelocationTarget target, Progress progress, Done done,
+                std::shared_ptr<RelocationStopFlag> flag = nullptr);
 
   /// Ends all moves after the batch that is under way.
   void stop();
@@ -77,7 +79,7 @@ class HistoryRelocation {
     RelocationTarget target;
     Progress progress;
     Done done;
-    bool isStopped = false;
+    std::shared_ptr<RelocationStopFlag> flag;
   };
   struct Run;
 

@@ -226,6 +226,36 @@ TEST_F(HistoryRelocationTest, EndedBeforeAnyChangeOfTheDiskEveryEntryIsReachable
   }
 }
 
+TEST_F(HistoryRelocationTest, AFlagEndsItsMoveAloneWhetherItRunsOrWaits) {
+  FakeFiles files;
+  fill(files, 150);
+  World world(files);
+  const auto running = std::make_shared<RelocationStopFlag>();
+  const auto waiting = std::make_shared<RelocationStopFlag>();
+  std::vector<RelocationOutcome> outcomes;
+  const auto ask = [&](const Path& folder, const std::shared_ptr<RelocationStopFlag>& flag) {
+    world.relocation.relocate(
+        {folder, {"/old"}}, [&](std::size_t done, std::size_t) { running->stopped = done > 9; },
+        [&](RelocationOutcome came) { outcomes.push_back(std::move(came)); }, flag);
+  };
+  ask("/second", running);
+  ask("/third", waiting);
+  ask("/fourth", nullptr);
+  waiting->stopped = true;
+  world.runners.run();
+  ASSERT_EQ(outcomes.size(), 3U);
+  EXPECT_TRUE(outcomes[0].stoppedForQuit);
+  EXPECT_GT(outcomes[0].moved, 0);
+  EXPECT_LE(outcomes[0].moved, 50);
+  EXPECT_TRUE(outcomes[1].stoppedForQuit);
+  EXPECT_EQ(outcomes[1].moved, 0);
+  EXPECT_FALSE(outcomes[2].stoppedForQuit);
+  EXPECT_GT(outcomes[2].moved, 90);
+  EXPECT_THAT(files.names("/old"), IsEmpty());
+  EXPECT_THAT(files.names("/third"), IsEmpty());
+  expectReachable(world, 152);
+}
+
 TEST_F(HistoryRelocationTest, AQuitStopsAfterTheBatchAndTheNextMoveTakesTheRest) {
   FakeFiles files;
   fill(files, 150);

@@ -19,14 +19,14 @@ std::string_view sentence(RelocationRefusal refusal) {
   std::unreachable();
 }
 
-std::string stillThere(int count) {
-  return captureCount(count) + (count == 1 ? " is" : " are") + " still in the previous folder.";
-}
-
 }  // namespace
 
 std::string captureCount(int count) {
   return fmt::format("{} {}", count, count == 1 ? "capture" : "captures");
+}
+
+std::string stillThere(int count) {
+  return captureCount(count) + (count == 1 ? " is" : " are") + " still in the previous folder.";
 }
 
 std::optional<RelocationReport::Alert> RelocationReport::alert(const RelocationOutcome& outcome) {

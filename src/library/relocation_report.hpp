@@ -25,6 +25,9 @@ struct RelocationOutcome {
 /// "1 capture", "12 captures".
 [[nodiscard]] std::string captureCount(int count);
 
+/// The sentence about captures that did not move.
+[[nodiscard]] std::string stillThere(int count);
+
 /// What the user is told of a move.
 struct RelocationReport {
   struct Alert {

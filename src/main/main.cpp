@@ -1,11 +1,12 @@
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <thread>
+#include <optional>
 
 #include "base/log.hpp"
 #include "cli/command_line.hpp"
+#include "main/ending_signals.hpp"
 #include "main/program.hpp"
+#include "main/terminal_surfaces.hpp"
 #include "main/ui_module.hpp"
 #include "platform/linux/command_bus.hpp"
 #include "platform/linux/desktop_session.hpp"
@@ -27,26 +28,6 @@ int print(const BusReply& reply) {
 [[noreturn]] void leave(int status) {
   std::fflush(nullptr);
   std::_Exit(status);
-}
-
-sigset_t endingSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
-  return signals;
-}
-
-/// Calls `asked` on `main` for each request to end; the third one ends the process at once.
-void watchEndingSignals(std::shared_ptr<TaskRunner> main, std::function<void()> asked) {
-  std::thread([main = std::move(main), asked = std::move(asked)] {
-    const sigset_t signals = endingSignals();
-    for (int count = 1;; ++count) {
-      int signal = 0;
-      if (sigwait(&signals, &signal) != 0) return;
-      if (count == 3) std::_Exit(128 + signal);
-      main->post(asked);
-    }
-  }).detach();
 }
 
 /// What a command sent by another process says, read as if typed in its folder.
@@ -77,9 +58,12 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
                    program.run(
                        std::get<CommandLine>(parsed),
                        [done](CommandReply reply) { done(toBus(std::move(reply))); },
-                       request.asker);
+                       {request.asker, [tell = request.tell](const CommandProgress& progress) {
+                          tell({progress.done, progress.total, std::string(progress.words)});
+                        }});
                  },
-             .askerGone = [&program](const std::string& asker) { program.askerWentAway(asker); },
+             .askerGone = [&program](const std::string& asker) { program.callOff(asker); },
+             .cancel = [&program](const std::string& asker) { program.callOff(asker); },
              .perform =
                  [&program](const std::string& action) {
                    using Kind = StillCaptureCommand::Kind;
@@ -92,30 +76,35 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
 
 /// Runs one command in this process, without living on.
 int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus,
-            const std::shared_ptr<TaskRunner>& main, DesktopUi* ui,
+            EndingSignals& signals, const std::shared_ptr<TaskRunner>& main, DesktopUi* ui,
             const std::function<void()>& runLoop, std::function<void()> quitLoop) {
   if (std::holds_alternative<command::Quit>(line.command)) {
     return print({0, {}, "Vantorel isn't running.\n"});
   }
   Program program(folders, main, ui, [] {});
   serve(bus, main, program, false);
-  watchEndingSignals(main, [&program] { program.askerWentAway(); });
+  TerminalProgress progress;
   program.start();
   BusReply own;
-  program.run(line, [&](CommandReply reply) {
-    own = toBus(std::move(reply));
-    program.finish([&] { bus.end(quitLoop); });
-  });
+  program.run(line,
+              [&](CommandReply reply) {
+                own = toBus(std::move(reply));
+                program.finish([&] { bus.end(quitLoop); });
+              },
+              {{}, [&](const CommandProgress& at) { progress.show(at.done, at.total, at.words); }});
+  signals.work([&] { main->post([&program] { program.callOff(); }); });
   runLoop();
+  progress.end();
   leave(print(own));
 }
 
-[[noreturn]] void live(const UserFolders& folders, CommandBus& bus, DesktopUi& ui) {
+[[noreturn]] void live(const UserFolders& folders, CommandBus& bus, EndingSignals& signals,
+                       DesktopUi& ui) {
   Program program(folders, ui.mainRunner(), &ui, [&] { bus.end([&ui] { ui.quit(0); }); });
   serve(bus, ui.mainRunner(), program, true);
-  watchEndingSignals(ui.mainRunner(), [&program] { program.quit(); });
   program.start();
   program.startResident();
+  signals.work([&] { ui.mainRunner()->post([&program] { program.quit(); }); });
   leave(ui.run());
 }
 
@@ -134,13 +123,15 @@ int run(int argc, char** argv) {
 
   // Asked before anything is built: most commands go to the program that runs already.
   CommandBus bus(CommandBus::nameFor(root));
-  const CommandBus::Started started = bus.start(request);
-  if (started.role == CommandBus::Role::forwarded) return print(started.reply);
-
-  // From here on signals are asked for, not suffered; before any thread starts, so that none is
-  // interrupted.
-  const sigset_t signals = endingSignals();
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  std::optional<EndingSignals> signals(std::in_place, [&bus] { bus.cancel(); });
+  TerminalProgress progress;
+  const CommandBus::Started started = bus.start(
+      request, [&progress](const BusProgress& at) { progress.show(at.done, at.total, at.words); });
+  if (started.role == CommandBus::Role::forwarded) {
+    signals.reset();
+    progress.end();
+    return print(started.reply);
+  }
 
   if (line.needsWindows()) {
     auto loaded = loadDesktopUi();
@@ -148,13 +139,14 @@ int run(int argc, char** argv) {
       return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
     }
     DesktopUi& ui = **loaded;
-    if (std::holds_alternative<command::Run>(line.command)) live(folders, bus, ui);
+    if (std::holds_alternative<command::Run>(line.command)) live(folders, bus, *signals, ui);
     return runOnce(
-        line, folders, bus, ui.mainRunner(), &ui, [&] { ui.run(); }, [&] { ui.quit(0); });
+        line, folders, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); }, [&] { ui.quit(0); });
   }
   LoopRunner loop;
   return runOnce(
-      line, folders, bus, loop.runner(), nullptr, [&] { loop.run(); }, [&] { loop.quit(); });
+      line, folders, bus, *signals, loop.runner(), nullptr, [&] { loop.run(); },
+      [&] { loop.quit(); });
 }
 
 }  // namespace

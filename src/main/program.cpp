@@ -197,8 +197,7 @@ struct Program::Parts {
         .recoverStaged =
             [this](std::function<void()> done) {
               coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
-            },
-        .showProgress = ui == nullptr ? showCheckProgress() : nullptr});
+            }});
     libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
@@ -208,7 +207,6 @@ struct Program::Parts {
         .deletion = &deletion,
         .verify = libraryVerify.get(),
         .move = libraryMove.get(),
-        .showMoving = ui == nullptr ? showMoveProgress() : nullptr,
         .isOutOfReach =
             [this](const std::string& id) {
               return following && following->reachability.outOfReachIDs().contains(id);
@@ -368,11 +366,11 @@ void Program::startResident() {
   recover([] {});
 }
 
-void Program::run(const CommandLine& line, CommandRunner::Done done, const std::string& asker) {
+void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {
   parts_->commands->run(line, std::move(done), asker);
 }
 
-void Program::askerWentAway(const std::string& asker) { parts_->commands->askerWentAway(asker); }
+void Program::callOff(const std::string& asker) { parts_->commands->callOff(asker); }
 
 void Program::recover(std::function<void()> done) {
   Parts& parts = *parts_;

@@ -29,12 +29,11 @@ class Program {
   /// What only a run in the tray does.
   void startResident();
 
-  /// Calls `done` when the command's work is safe on disk. `asker` is the process that sent it,
-  /// empty for this one.
-  void run(const CommandLine& line, CommandRunner::Done done, const std::string& asker = {});
+  /// Calls `done` when the command's work is safe on disk.
+  void run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker = {});
 
-  /// Calls off what the asker waits for, as far as it waits for the user or only looks.
-  void askerWentAway(const std::string& asker = {});
+  /// Ends early what the asker waits for, empty for this process; see `CommandRunner::callOff`.
+  void callOff(const std::string& asker = {});
 
   /// After a single command: files what an earlier run left staged, sees to it that settings are on
   /// disk, then calls `done`.

@@ -2,11 +2,13 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <thread>
 
 #include "main/program_under_test.hpp"
@@ -19,6 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::AnyOf;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 
 /// A library of `count` files of some bytes each, made by hand.
 void fillLibrary(const Vantorel& vantorel, int count) {
@@ -138,6 +141,89 @@ TEST(RelocationProgramTest, TheRunningProgramMovesTheLibraryAndAQuitStopsIt) {
   expectAllReachable(vantorel, count, {second});
   const ChildOutcome taken = vantorel.run({"capture", "display"});
   EXPECT_THAT(taken.out, HasSubstr("/second/")) << "new captures go elsewhere";
+}
+
+TEST(RelocationProgramTest, OnesOwnTerminalFollowsAndStopsWhatTheRunningProgramDoes) {
+  constexpr int count = 1500;
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  fillLibrary(vantorel, count);
+  const auto near = desktop.folder() / "near";
+  const auto far = desktop.folder() / "far";
+  ChildProcess tray = vantorel.start({});
+  while (!client.isOwned("CLIPBOARD")) {
+    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    ASSERT_TRUE(tray.isRunning()) << tray.errorText();
+  }
+  const auto begun = [&](const std::filesystem::path& folder, ChildProcess& asker) {
+    const auto isCapture = [](const std::string& name) { return name.ends_with(".png"); };
+    while (std::ranges::none_of(namesIn(folder), isCapture) && asker.isRunning()) {
+      std::this_thread::sleep_for(1ms);
+    }
+  };
+
+  ChildProcess asker = vantorel.start({"library", "relocate", near.string()});
+  begun(near, asker);
+  asker.signal(SIGINT);
+  const ChildOutcome stopped = asker.wait();
+  EXPECT_EQ(stopped.status, 3) << stopped.err;
+  EXPECT_THAT(stopped.err,
+              MatchesRegex("Stopped\\. [0-9]+ captures are still in the previous folder\\.\n"));
+  EXPECT_THAT(stopped.out, HasSubstr(" captures moved to " + near.string() + "\n"));
+  const std::vector folders{vantorel.captures(), near, far};
+  const std::size_t all = count + expectAllReachable(vantorel, count, folders);
+  EXPECT_LT(namesIn(near).size(), all);
+
+  // A terminal shows the way of one command there, and another one how its own is stopped.
+  const auto shownBy = [&](const char* name, const std::vector<std::string>& words) {
+    std::string line = "echo $$ >" + (desktop.folder() / name).string() + ".pid; exec";
+    for (const auto& word : vantorel.command(words)) line += " " + word;
+    return desktop.start({"script", "-qefc", line, (desktop.folder() / name).string()});
+  };
+  ChildProcess terminal = shownBy("move", {"library", "relocate", near.string()});
+  ChildProcess check = shownBy("check", {"library", "verify"});
+  while (readAll(desktop.folder() / "check").find(" captures") == std::string::npos) {
+    ASSERT_TRUE(check.isRunning());
+  }
+  ::kill(std::stoi(readAll(desktop.folder() / "check.pid")), SIGINT);
+  const ChildOutcome checked = check.wait();
+  EXPECT_THAT(checked.status, AnyOf(0, 1, 3)) << "done before, or stopped: " << checked.out;
+  EXPECT_EQ(checked.status == 3, checked.out.find("Stopped; nothing") != std::string::npos);
+  const ChildOutcome shown = terminal.wait();
+  EXPECT_EQ(shown.status, 0) << shown.out;
+  EXPECT_THAT(
+      shown.out,
+      MatchesRegex("(\r[0-9]+ of [0-9]+ files moved)+\r\n[0-9]+ captures moved to .*near\r\n"));
+  expectAllReachable(vantorel, count, {near});
+
+  // A second Ctrl-C waits for nobody; what was asked for ends all the same.
+  ChildProcess impatient = vantorel.start({"library", "relocate", far.string()});
+  begun(far, impatient);
+  tray.signal(SIGSTOP);
+  while (impatient.isRunning()) {
+    impatient.signal(SIGINT);
+    std::this_thread::sleep_for(5ms);
+  }
+  EXPECT_EQ(impatient.wait().status, 128 + SIGINT);
+  tray.signal(SIGCONT);
+  EXPECT_EQ(vantorel.run({"library", "relocate", near.string()}).status, 0);
+  EXPECT_EQ(expectAllReachable(vantorel, count, {near}) + count, all);
+
+  // An area to be drawn is given up.
+  std::optional<ChildProcess> area;
+  do {
+    // Refused itself when it comes while the display is captured.
+    if (!area || !area->isRunning()) area.emplace(vantorel.start({"capture", "area"}));
+  } while (vantorel.run({"capture", "display"}).status != 4);
+  area->signal(SIGINT);
+  const ChildOutcome none = area->wait();
+  EXPECT_EQ(none.status, 3);
+  EXPECT_EQ(none.err, "Cancelled.\n");
+  EXPECT_EQ(vantorel.run({"capture", "display"}).status, 0);
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  EXPECT_EQ(tray.wait().status, 0);
 }
 
 }  // namespace

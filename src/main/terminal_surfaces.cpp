@@ -1,8 +1,10 @@
 #include "main/terminal_surfaces.hpp"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <string>
 
 #include "base/log.hpp"
 
@@ -29,23 +31,19 @@ void TerminalAlerts::notify(std::string title, std::string body) {
   logInfo("Alert", "{}: {}", title, body);
 }
 
-namespace {
-
-std::function<void(std::size_t, std::size_t)> showProgress(const char* words) {
-  if (isatty(STDERR_FILENO) == 0) return nullptr;
-  return [words](std::size_t done, std::size_t total) {
-    std::fprintf(stderr, "\r%zu of %zu %s%s", done, total, words, done == total ? "\n" : "");
-  };
+void TerminalProgress::show(std::uint64_t done, std::uint64_t total, std::string_view words) {
+  if (isatty(STDERR_FILENO) == 0) return;
+  const std::lock_guard lock(mutex_);
+  isInLine_ = done != total;
+  const std::string line =
+      fmt::format("\r{} of {} {}{}", done, total, words, isInLine_ ? "" : "\n");
+  std::fputs(line.c_str(), stderr);
 }
 
-}  // namespace
-
-std::function<void(std::size_t, std::size_t)> showCheckProgress() {
-  return showProgress("captures");
-}
-
-std::function<void(std::size_t, std::size_t)> showMoveProgress() {
-  return showProgress("files moved");
+void TerminalProgress::end() {
+  const std::lock_guard lock(mutex_);
+  if (isInLine_) std::fputs("\n", stderr);
+  isInLine_ = false;
 }
 
 }  // namespace vantorel

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <mutex>
+#include <string_view>
 
 #include "capture/capture_surfaces.hpp"
 #include "platform/alerts.hpp"
@@ -28,11 +31,18 @@ class TerminalAlerts final : public Alerts {
   void notify(std::string title, std::string body) override;
 };
 
-/// Shows how far a look through the library has come, on standard error; empty when that is no
-/// terminal.
-[[nodiscard]] std::function<void(std::size_t done, std::size_t total)> showCheckProgress();
+/// Shows how far a command has come, in one line of standard error; nothing when that is no
+/// terminal. Any thread.
+class TerminalProgress {
+ public:
+  void show(std::uint64_t done, std::uint64_t total, std::string_view words);
 
-/// The same for a move of the library.
-[[nodiscard]] std::function<void(std::size_t done, std::size_t total)> showMoveProgress();
+  /// Ends the line, so that what the command says begins a new one.
+  void end();
+
+ private:
+  std::mutex mutex_;
+  bool isInLine_ = false;
+};
 
 }  // namespace vantorel

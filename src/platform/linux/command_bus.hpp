@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,11 +15,25 @@ namespace vantorel {
 
 class BusWorker;
 
+/// How far long work has come: so many of so many `words`, which are UTF-8.
+struct BusProgress {
+  std::uint64_t done = 0;
+  std::uint64_t total = 0;
+  std::string words;
+};
+
 /// A command as it was typed, and the folder it was typed in. Bytes, not necessarily UTF-8.
 struct BusRequest {
   std::vector<std::string> arguments;
   std::string folder;
-  std::string asker{};  ///< the process it came from; filled in by the one that receives it
+
+  // Filled in by the one that receives it.
+
+  std::string asker{};  ///< the process it came from
+
+  /// Tells the asker how far it has come, any number of times until it is answered: some ten a
+  /// second are sent, and the last one. Any thread.
+  std::function<void(BusProgress)> tell{};
 };
 
 struct BusReply {
@@ -32,7 +48,8 @@ struct BusReply {
 /// A command is handed over in two steps, taken ("Submit") and answered ("Await"). The sender is
 /// told that it is taken before it is begun: when the owner vanishes earlier the sender tries anew
 /// or becomes the owner, and when it vanishes later the sender says so. So no command is lost and
-/// none runs twice.
+/// none runs twice. Meanwhile the owner tells the sender alone how far it has come ("Progress"),
+/// and the sender may ask for an early end ("Cancel"), which is answered like any other.
 ///
 /// Made and started before there is a main loop; `serve` and what follows live on the main runner.
 /// The bus has a thread of its own, and nobody waits for a bus that hangs or dies.
@@ -52,7 +69,10 @@ class CommandBus {
   /// "com.hollen.Vantorel", with a suffix of its own for each separate root.
   [[nodiscard]] static std::string nameFor(const std::optional<Path>& root);
 
-  explicit CommandBus(std::string name);
+  /// An owner that was told to stop a command and is then silent for `silence` is waited for no
+  /// longer.
+  explicit CommandBus(std::string name,
+                      std::chrono::milliseconds silence = std::chrono::seconds(10));
   CommandBus(const CommandBus&) = delete;
   CommandBus& operator=(const CommandBus&) = delete;
 
@@ -60,8 +80,16 @@ class CommandBus {
   ~CommandBus();
 
   /// Becomes the owner, or hands `request` to the owner and waits, as long as the command takes. A
-  /// bus that does not answer within some seconds counts as none.
-  [[nodiscard]] Started start(const BusRequest& request);
+  /// bus that does not answer within some seconds counts as none. What the owner tells meanwhile
+  /// goes to `told`, on the bus's thread.
+  [[nodiscard]] Started start(const BusRequest& request,
+                              std::function<void(const BusProgress&)> told = {});
+
+  /// The user does not want the command any more. When the owner has taken it, it is told so, once,
+  /// and `start` comes back with its answer; when it stays silent, with a sentence and the status
+  /// for cancelled work. While there is nobody yet who has taken it, `start` gives up joining. It
+  /// means nothing to a process that becomes the owner. Any thread; returns at once.
+  void cancel();
 
   using Done = std::function<void(BusReply)>;
   struct Handlers {
@@ -72,6 +100,10 @@ class CommandBus {
 
     /// Whoever sent a command that is not answered yet is gone; answering it has no effect then.
     std::function<void(const std::string& asker)> askerGone = {};
+
+    /// Whoever sent a command that is not answered yet wants it to end early, and waits for the
+    /// answer.
+    std::function<void(const std::string& asker)> cancel = {};
 
     // What a desktop asks of the application it has started or found running
     // (specifications.freedesktop.org/desktop-entry-spec, D-Bus activation).
@@ -90,9 +122,12 @@ class CommandBus {
 
  private:
   struct Core;
+  struct Asking;
 
-  [[nodiscard]] static Started becomeOwnerOrAsk(Core& core, const BusRequest& request);
+  [[nodiscard]] static Started becomeOwnerOrAsk(Core& core, const BusRequest& request,
+                                                Asking& asking);
 
+  const std::shared_ptr<Asking> asking_;
   std::shared_ptr<BusWorker> worker_;
   std::shared_ptr<Core> core_;
   std::shared_ptr<Handlers> handlers_;

@@ -208,6 +208,104 @@ TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
   EXPECT_TRUE(loop.runUntil([&] { return ended; }));
 }
 
+/// A process that asks, for a command that takes long.
+struct Asker {
+  explicit Asker(const std::string& what, milliseconds silence = std::chrono::seconds(30))
+      : bus(CommandBus::nameFor(std::nullopt), silence),
+        outcome(std::async(std::launch::async, [this, what] {
+          return bus.start(request({what}), [this](const BusProgress& at) {
+            const std::lock_guard lock(mutex);
+            seen.push_back(at);
+          });
+        })) {}
+
+  [[nodiscard]] std::vector<BusProgress> told() {
+    const std::lock_guard lock(mutex);
+    return seen;
+  }
+  [[nodiscard]] bool isDone() const {
+    return outcome.wait_for(milliseconds(0)) == std::future_status::ready;
+  }
+
+  CommandBus bus;
+  std::mutex mutex;
+  std::vector<BusProgress> seen;
+  std::future<CommandBus::Started> outcome;
+};
+
+TEST_F(CommandBusTest, AnAskerAloneSeesHowFarItsCommandIsAndEndsNoOther) {
+  const Joined owner(request({}));
+  ASSERT_TRUE(owner.isOwner());
+  std::map<std::string, std::pair<BusRequest, CommandBus::Done>> work;
+  std::vector<std::string> cancelled;
+  owner.bus->serve(main, {.run = [&](const BusRequest& got,
+                                     auto&& finish) { work[got.arguments[0]] = {got, finish}; },
+                          .cancel = [&](const std::string& asker) { cancelled.push_back(asker); }});
+  Asker one("one");
+  Asker other("other");
+  ASSERT_TRUE(loop.runUntil([&] { return work.size() == 2; }));
+
+  const auto begin = std::chrono::steady_clock::now();
+  for (std::uint64_t i = 1; i <= 5000; ++i) work["one"].first.tell({i, 5000, "files"});
+  const auto tenths = (std::chrono::steady_clock::now() - begin) / milliseconds(100);
+  ASSERT_TRUE(
+      loop.runUntil([&] { return one.told().size() > 1 && one.told().back().done == 5000; }));
+  EXPECT_EQ(one.told().front().done, 1U);
+  EXPECT_LE(one.told().size(), static_cast<std::size_t>(tenths) + 3);
+  EXPECT_EQ(one.told().back().total, 5000U);
+  EXPECT_EQ(one.told().back().words, "files");
+
+  one.bus.cancel();
+  ASSERT_TRUE(loop.runUntil([&] { return !cancelled.empty(); }));
+  one.bus.cancel();
+  EXPECT_FALSE(one.isDone()) << "it waits for the answer";
+  work["one"].second({3, "half", "Stopped.\n"});
+  ASSERT_TRUE(loop.runUntil([&] { return one.isDone(); }));
+  const BusReply reply = one.outcome.get().reply;
+  EXPECT_EQ(reply.status, 3);
+  EXPECT_EQ(reply.output, "half");
+  EXPECT_EQ(reply.error, "Stopped.\n");
+
+  EXPECT_FALSE(other.isDone());
+  EXPECT_TRUE(other.told().empty());
+  work["other"].second({0, {}, {}});
+  ASSERT_TRUE(loop.runUntil([&] { return other.isDone(); }));
+  EXPECT_EQ(other.outcome.get().reply.status, 0);
+  EXPECT_THAT(cancelled, ElementsAre(work["one"].first.asker));
+}
+
+TEST_F(CommandBusTest, ACancelledAskerWaitsForNobodyWhoIsSilent) {
+  std::optional<Joined> owner(std::in_place, request({}));
+  ASSERT_TRUE(owner->isOwner());
+  CommandBus::Done late;
+  int gone = 0;
+  owner->bus->serve(main,
+                    {.accepts = [](const BusRequest& got) { return got.arguments[0] != "run"; },
+                     .run = [&](const BusRequest&, auto&& finish) { late = finish; },
+                     .askerGone = [&](const std::string&) { ++gone; }});
+  {
+    Asker asker("slow", milliseconds(50));
+    ASSERT_TRUE(loop.runUntil([&] { return late != nullptr; }));
+    asker.bus.cancel();
+    ASSERT_TRUE(loop.runUntil([&] { return asker.isDone(); }));
+    const BusReply reply = asker.outcome.get().reply;
+    EXPECT_EQ(reply.status, 3);
+    EXPECT_THAT(reply.error, HasSubstr("hasn't answered"));
+    EXPECT_EQ(gone, 0);
+  }
+  EXPECT_TRUE(loop.runUntil([&] { return gone == 1; }));
+
+  // Nobody takes this one as long as the owner lives, so there is nobody to be told.
+  Asker waits("run");
+  loop.runFor(milliseconds(20));
+  EXPECT_FALSE(waits.isDone());
+  waits.bus.cancel();
+  ASSERT_TRUE(loop.runUntil([&] { return waits.isDone(); }));
+  const CommandBus::Started started = waits.outcome.get();
+  EXPECT_EQ(started.role, CommandBus::Role::forwarded);
+  EXPECT_EQ(started.reply.status, 3);
+}
+
 TEST_F(CommandBusTest, AnOwnerThatEndsAnswersWhatItHasTaken) {
   std::optional<Joined> owner(std::in_place, request({}));
   ASSERT_TRUE(owner->isOwner());

@@ -67,6 +67,8 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments, const ChildEnviro
   if (pid_ == 0) {
     // Only async-signal-safe calls from here on: the parent may have threads.
     setpgid(0, 0);
+    // A background job's children are begun with these ignored.
+    for (const int ending : {SIGINT, SIGQUIT, SIGHUP}) ::signal(ending, SIG_DFL);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) _exit(126);
     const int null = open("/dev/null", O_RDONLY);
