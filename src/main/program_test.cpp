@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <cstring>
@@ -124,6 +125,17 @@ TEST(ProgramTest, AnnotationsAreStoredPrintedAndDrawnAndNonsenseChangesNothing) 
     write("deep.json", std::string(100'000, '['));
     write("huge.json", R"({"canvas":{"width":8001,"height":8000}})");
     write("cut.json", R"({"shapes":[{"id":"a","type":"rect")");
+    write("latin.json", "{\"shapes\":[],\"note\":\"caf\xe9\"}");
+    write("nan.json", R"({"canvas":{"width":NaN,"height":9}})");
+    write("endless.json", R"({"canvas":{"width":1e999,"height":1}})");
+    write("piped.json",
+          R"({"layers":[{"id":"l","path":"pipe.json","frame":{"x":0,"y":0,"w":9,"h":9}}]})");
+    write("list.json", "[]");
+    write("kind.json", R"({"shapes":{}})");
+    write("number.json", R"({"shapes":[{"id":"a","type":"rect","color":"#ff0000","width":"4"}]})");
+    write("sparse.json", "{");
+    std::filesystem::resize_file(folder / "sparse.json", 100'000'000);
+    ASSERT_EQ(::mkfifo((folder / "pipe.json").c_str(), 0600), 0);
     write("picture.png", "not a picture");
     using Words = std::vector<std::string>;
     for (const auto& [words, sentence] : std::vector<std::pair<Words, std::string>>{
@@ -134,6 +146,15 @@ TEST(ProgramTest, AnnotationsAreStoredPrintedAndDrawnAndNonsenseChangesNothing) 
              {{"annotate", "latest", "--apply", "huge.json"}, "limited to 64 million pixels."},
              {{"annotate", "latest", "--apply", "none.json"}, "there is no such file"},
              {{"annotate", "latest", "--apply", "."}, "Couldn't read"},
+             {{"annotate", "latest", "--apply", "latin.json"}, "The document isn't JSON"},
+             {{"annotate", "latest", "--apply", "nan.json"}, "The document isn't JSON"},
+             {{"annotate", "latest", "--apply", "list.json"}, "must be a JSON object."},
+             {{"annotate", "latest", "--apply", "kind.json"}, "shapes"},
+             {{"annotate", "latest", "--apply", "number.json"}, "width"},
+             {{"annotate", "latest", "--apply", "sparse.json"}, "The document isn't JSON"},
+             {{"annotate", "latest", "--apply", "endless.json"}, "limited to 64 million pixels."},
+             {{"annotate", "latest", "--apply", "piped.json"}, "missing"},
+             {{"annotate", "latest", "--apply", "pipe.json"}, "not a regular file"},
              {{"annotate", "nobody", "--apply", "red.json"}, "nobody"},
              {{"annotate", "nobody", "--print"}, "nobody"},
              {{"render", "latest", "--document", "layer.json", "--output", "x.png"}, "is missing"},

@@ -7,7 +7,25 @@ void Pt::describe(V& v, S& point) {
   v.required("x", point.x);
   v.required("y", point.y);
 }
-VT_JSON_RECORD(Pt)
+
+/// Strokes have very many points: one whose keys stand in their order is read without a table.
+bool read(json::Cursor cursor, Pt& point, json::Problem& problem) {
+  auto members = cursor.members();
+  std::string_view key;
+  json::Cursor x;
+  json::Cursor y;
+  if (members.next(key, x) && key == "x" && members.next(key, y) && key == "y") {
+    const auto foundX = x.asDouble();
+    const auto foundY = y.asDouble();
+    if (foundX && foundY) {
+      point = {*foundX, *foundY};
+      return true;
+    }
+  }
+  return json::readRecord(cursor, point, problem);
+}
+
+void write(json::Writer& writer, const Pt& point) { json::writeRecord(writer, point); }
 
 template <class V, class S>
 void Box::describe(V& v, S& box) {

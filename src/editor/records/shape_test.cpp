@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "editor/records/tool_style.hpp"
 
 namespace vantorel {
@@ -78,6 +80,16 @@ TEST(ShapeTest, NumbersClampAndOptionalsOfAnotherKindAreCarriedAlong) {
   EXPECT_EQ(odd.x1, 0);
   EXPECT_EQ(odd.points, (std::vector<Pt>{{1, 2}}));
   EXPECT_NE(json::toText(odd).find(R"("fill":"plaid")"), std::string::npos);
+}
+
+TEST(ShapeTest, PointsAreReadWithTheirKeysInAnyOrderAndTheOthersDropped) {
+  const auto points = json::fromText<std::vector<Pt>>(
+      R"([{"y":2,"x":1},{"x":3,"z":{},"y":4},{"x":5,"x":6,"y":7},{"x":1e999,"y":8,"x":9},)"
+      R"({"x":"1","y":2},{"x":1,"y":null},{"y":1},[1,2],{},18446744073709551615,)"
+      R"({"x":18446744073709551615,"y":-0.5}])");
+  ASSERT_TRUE(points.has_value());
+  const double largest = std::numeric_limits<double>::max();
+  EXPECT_EQ(*points, (std::vector<Pt>{{1, 2}, {3, 4}, {5, 7}, {largest, 8}, {0x1p64, -0.5}}));
 }
 
 TEST(ToolStylesTest, OneUnreadableStyleIsDroppedAndTheOthersStay) {
