@@ -90,7 +90,7 @@ TEST_F(CanvasTextTest, DoubleClickedWordIsSelectedCopiedAndRedacted) {
   EXPECT_EQ(input.hint(), "⌘C copies · R redacts · H highlights · click empty canvas to clear");
   EXPECT_TRUE(key("r"));
   ASSERT_EQ(model.document().shapes.size(), 1U);
-  const Shape& box = model.document().shapes[0];
+  const Shape box = model.document().shapes[0];
   EXPECT_EQ(box.type, ShapeType::redact);
   EXPECT_NEAR(box.x1, 170, 1e-3);
   EXPECT_NEAR(box.y2, 70, 1e-3);

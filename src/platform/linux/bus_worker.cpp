@@ -58,19 +58,23 @@ void BusWorker::State::waitForWork() const {
 
 void BusWorker::run(const std::shared_ptr<State>& state) {
   for (;;) {
+    // Asked first, so that no job that was posted before the stop is missed.
+    const bool isStopping = state->jobs.isStopping();
     if (Job job = state->jobs.take()) {
       try {
         job(state->connected());
       } catch (const sdbus::Error& error) {
         logWarning("Bus", "{}: {}", error.getName(), error.getMessage());
       }
-    } else if (state->jobs.isStopping()) {
+    } else if (isStopping) {
       break;
     } else {
       state->waitForWork();
     }
     state->process();
   }
+  // Those posted since may hold what lives on the connection.
+  state->jobs.takeAll().clear();
   state->connection.reset();
   state->jobs.end();
 }
