@@ -103,8 +103,7 @@ void RecordWriter::rest(const Object& extra) {
   for (const auto& [key, value] : extra) {
     const auto end = written_.begin() + static_cast<std::ptrdiff_t>(writtenCount_);
     if (std::find(written_.begin(), end, key) != end) continue;
-    writer_.key(key);
-    writer_.value(value);
+    writer_.member(key, value);
   }
 }
 

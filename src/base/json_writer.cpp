@@ -128,8 +128,7 @@ void Writer::value(const JSONValue& value) {
     void operator()(const Object& object) {
       writer.beginObject();
       for (const auto& [key, item] : object) {
-        writer.key(key);
-        writer.value(item);
+        writer.member(key, item);
       }
       writer.endObject();
     }

@@ -52,6 +52,12 @@ class Writer {
   void value(const char* text) { value(std::string_view(text)); }
   void value(const JSONValue& value);
 
+  /// A key and its value.
+  void member(std::string_view name, const auto& content) {
+    key(name);
+    value(content);
+  }
+
   /// Appends JSON text made elsewhere as one value, as it stands.
   void raw(std::string_view json) { literal(json); }
 

@@ -62,19 +62,14 @@ std::string line(const DisplaySnapshot& display, bool json) {
   }
   json::Writer writer;
   writer.beginObject();
-  writer.key("id");
-  writer.value(display.id);
-  writer.key("uuid");
-  writer.value(display.uuid);
-  writer.key("name");
-  writer.value(display.name);
+  writer.member("id", display.id);
+  writer.member("uuid", display.uuid);
+  writer.member("name", display.name);
   writeRect(writer, "bounds", display.bounds);
   writer.key("pixelSize");
   write(writer, display.pixelSize);
-  writer.key("scale");
-  writer.value(display.scale());
-  writer.key("main");
-  writer.value(display.isMain);
+  writer.member("scale", display.scale());
+  writer.member("main", display.isMain);
   writer.endObject();
   return writer.take() + "\n";
 }
@@ -88,21 +83,14 @@ std::string line(const WindowSnapshot& window, bool json) {
   }
   json::Writer writer;
   writer.beginObject();
-  writer.key("id");
-  writer.value(static_cast<std::int64_t>(window.windowID));
-  writer.key("title");
-  writer.value(window.title);
-  writer.key("application");
-  writer.value(window.ownerName);
-  writer.key("applicationID");
-  writer.value(window.applicationID);
-  writer.key("pid");
-  writer.value(window.ownerPID);
+  writer.member("id", static_cast<std::int64_t>(window.windowID));
+  writer.member("title", window.title);
+  writer.member("application", window.ownerName);
+  writer.member("applicationID", window.applicationID);
+  writer.member("pid", window.ownerPID);
   writeRect(writer, "frame", window.frame);
-  writer.key("display");
-  writer.value(window.displayID);
-  writer.key("minimised");
-  writer.value(window.isMinimized);
+  writer.member("display", window.displayID);
+  writer.member("minimised", window.isMinimized);
   writer.endObject();
   return writer.take() + "\n";
 }

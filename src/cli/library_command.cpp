@@ -86,18 +86,12 @@ std::string line(const HistoryCollection& collection, std::size_t count, bool js
   }
   json::Writer writer;
   writer.beginObject();
-  writer.key("id");
-  writer.value(collection.id);
-  writer.key("name");
-  writer.value(collection.name);
-  writer.key("color");
-  writer.value(nameOf(collection.color));
-  writer.key("note");
-  writer.value(collection.note);
-  writer.key("createdAt");
-  writer.value(collection.createdAt);
-  writer.key("count");
-  writer.value(static_cast<std::int64_t>(count));
+  writer.member("id", collection.id);
+  writer.member("name", collection.name);
+  writer.member("color", nameOf(collection.color));
+  writer.member("note", collection.note);
+  writer.member("createdAt", collection.createdAt);
+  writer.member("count", static_cast<std::int64_t>(count));
   writer.endObject();
   return writer.take() + "\n";
 }
@@ -137,16 +131,13 @@ CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool 
   }
   json::Writer writer;
   writer.beginObject();
-  writer.key("folder");
-  writer.value(folder.string());
+  writer.member("folder", folder.string());
   for (const auto& [key, count] :
        {std::pair("moved", outcome.moved), std::pair("failed", outcome.failed),
         std::pair("notMoved", outcome.notMoved)}) {
-    writer.key(key);
-    writer.value(count);
+    writer.member(key, count);
   }
-  writer.key("stopped");
-  writer.value(outcome.stoppedForQuit);
+  writer.member("stopped", outcome.stoppedForQuit);
   writer.endObject();
   reply.output = writer.take() + "\n";
   return reply;

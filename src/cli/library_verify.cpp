@@ -24,12 +24,9 @@ class Report {
     }
     json::Writer writer;
     writer.beginObject();
-    writer.key("finding");
-    writer.value(kind);
-    writer.key("path");
-    writer.value(path);
-    writer.key("mended");
-    writer.value(isMended);
+    writer.member("finding", kind);
+    writer.member("path", path);
+    writer.member("mended", isMended);
     writer.endObject();
     text_ += writer.take() + "\n";
   }
@@ -81,10 +78,8 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
   if (json) {
     json::Writer writer;
     writer.beginObject();
-    writer.key("captures");
-    writer.value(static_cast<std::int64_t>(count));
-    writer.key("bytes");
-    writer.value(static_cast<std::int64_t>(bytes));
+    writer.member("captures", static_cast<std::int64_t>(count));
+    writer.member("bytes", static_cast<std::int64_t>(bytes));
     writer.endObject();
     return writer.take() + "\n";
   }

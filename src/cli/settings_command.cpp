@@ -24,18 +24,12 @@ std::string line(const SettingDescription& setting, bool json) {
   }
   json::Writer writer;
   writer.beginObject();
-  writer.key("key");
-  writer.value(setting.key);
-  writer.key("group");
-  writer.value(setting.group);
-  writer.key("type");
-  writer.value(setting.type);
-  writer.key("allowed");
-  writer.value(setting.allowed);
-  writer.key("value");
-  writer.value(setting.value);
-  writer.key("default");
-  writer.value(setting.defaultValue);
+  writer.member("key", setting.key);
+  writer.member("group", setting.group);
+  writer.member("type", setting.type);
+  writer.member("allowed", setting.allowed);
+  writer.member("value", setting.value);
+  writer.member("default", setting.defaultValue);
   writer.endObject();
   return writer.take() + "\n";
 }

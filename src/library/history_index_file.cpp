@@ -225,8 +225,7 @@ std::string encodeIndexTail(const HistoryIndexFile& file) {
   for (const JSONValue& unread : file.unreadCollections) writer.value(unread);
   writer.endArray();
   for (const auto& [key, value] : file.extra) {
-    writer.key(key);
-    writer.value(value);
+    writer.member(key, value);
   }
   writer.endObject();
   std::string tail = writer.take();

@@ -31,10 +31,8 @@ bool read(json::Cursor cursor, HotKeySpec& spec, json::Problem& problem) {
 
 void write(json::Writer& writer, const HotKeySpec& spec) {
   writer.beginObject();
-  writer.key("keyCode");
-  writer.value(std::int64_t{spec.keyCode});
-  writer.key("carbonModifiers");
-  writer.value(std::int64_t{spec.carbonModifiers});
+  writer.member("keyCode", std::int64_t{spec.keyCode});
+  writer.member("carbonModifiers", std::int64_t{spec.carbonModifiers});
   writer.endObject();
 }
 

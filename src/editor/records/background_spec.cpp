@@ -16,8 +16,7 @@ void writePayload(json::Writer& writer, std::string_view name, const std::string
   writer.key(name);
   writer.beginObject();
   if (payload != nullptr) {
-    writer.key(payloadKey);
-    writer.value(*payload);
+    writer.member(payloadKey, *payload);
   }
   writer.endObject();
   writer.endObject();

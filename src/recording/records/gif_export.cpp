@@ -36,8 +36,7 @@ void write(json::Writer& writer, const GifExportOptions::Size& size) {
     void operator()(const GifExportOptions::Width& width) const {
       writer.key("width");
       writer.beginObject();
-      writer.key("_0");
-      writer.value(width.pixels);
+      writer.member("_0", width.pixels);
       writer.endObject();
     }
     void operator()(const GifExportOptions::Full&) const { empty("full"); }
