@@ -14,6 +14,8 @@
 namespace vantorel {
 
 class BusWorker;
+class CommandBusAsker;
+class CommandBusOwner;
 
 /// How far long work has come: so many of so many `words`, which are UTF-8.
 struct BusProgress {
@@ -121,15 +123,9 @@ class CommandBus {
   void end(std::function<void()> ended);
 
  private:
-  struct Core;
-  struct Asking;
-
-  [[nodiscard]] static Started becomeOwnerOrAsk(Core& core, const BusRequest& request,
-                                                Asking& asking);
-
-  const std::shared_ptr<Asking> asking_;
+  const std::shared_ptr<CommandBusAsker> asker_;
   std::shared_ptr<BusWorker> worker_;
-  std::shared_ptr<Core> core_;
+  std::shared_ptr<CommandBusOwner> owner_;
   std::shared_ptr<Handlers> handlers_;
 };
 
