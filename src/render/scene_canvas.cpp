@@ -172,13 +172,13 @@ void SceneCanvas::copyGround(std::uint8_t* pixels, const PixelRect& area) const 
   }
 }
 
-/// Draws what is seen of the scene in `area`. What else of `pixels` the shapes reach is drawn over:
-/// the drawing library rounds an outline a little differently where it is cut, so each shape is
-/// drawn whole, however small the area.
+/// Draws what is seen of the scene in `area`, and spoils some of `pixels` around it. A shape is cut
+/// between rows alone and a row away from the area: the drawing library reckons the coverage of the
+/// first and the last row of what it cuts differently, and cuts outlines at the sides inexactly.
 void SceneCanvas::drawOn(std::uint8_t* pixels, const PixelRect& area) {
   copyGround(pixels, area);
   TiledSurface surface(pixels, stride(), size());
-  const PixelRect all{0, 0, size().width, size().height};
+  const PixelRect rows{0, area.y - 1, size().width, area.height + 2};
   auto redaction = redactions_.begin();
   for (const PlacedShape& shape : placed_) {
     if (shape.shape.type == ShapeType::redact) {
@@ -186,7 +186,7 @@ void SceneCanvas::drawOn(std::uint8_t* pixels, const PixelRect& area) {
       continue;
     }
     if (!meet(shape.bounds, area)) continue;
-    surface.draw(all, shape.bounds, [&](cairo_t* cr) { paint(cr, shape); });
+    surface.draw(rows, shape.bounds, [&](cairo_t* cr) { paint(cr, shape); });
   }
 }
 
