@@ -18,9 +18,6 @@
 
 namespace vantorel {
 
-/// The private clipboard type under which shapes are copied.
-inline constexpr std::string_view shapesClipboardType = "com.vantorel.shapes";
-
 /// What the file chooser says when layers are added.
 inline constexpr std::string_view layerChooserPrompt = "Choose images to add as layers.";
 

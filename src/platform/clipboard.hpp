@@ -2,10 +2,14 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "base/result.hpp"
 
 namespace vantorel {
+
+/// The type under which annotations are copied, as JSON, for this program alone.
+inline constexpr std::string_view shapesClipboardType = "com.vantorel.shapes";
 
 /// The desktop's clipboard. The content stays while the program runs, and is handed to a clipboard
 /// manager at exit when there is one. Lives on the main runner.
@@ -17,6 +21,12 @@ class Clipboard {
   virtual void setImage(std::string png, std::move_only_function<void(Result<void>)> done) = 0;
 
   virtual void setText(std::string text, std::move_only_function<void(Result<void>)> done) = 0;
+
+  virtual void setShapes(std::string json, std::move_only_function<void(Result<void>)> done) = 0;
+
+  /// The copied annotations; empty once anything else was copied, here or by another program.
+  /// Answers at once, for no other program is asked.
+  [[nodiscard]] virtual std::string shapes() const = 0;
 };
 
 }  // namespace vantorel

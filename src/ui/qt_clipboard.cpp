@@ -42,6 +42,14 @@ class AnswerFilter : public QAbstractNativeEventFilter {
   bool isAnswered_ = false;
 };
 
+std::unique_ptr<QMimeData> contentOf(const QString& type, const std::string& bytes) {
+  auto content = std::make_unique<QMimeData>();
+  content->setData(type, QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())));
+  return content;
+}
+
+QString shapesType() { return QString::fromUtf8(shapesClipboardType); }
+
 Result<void> put(std::unique_ptr<QMimeData> content, const char* refusal) {
   QClipboard* const clipboard = QGuiApplication::clipboard();
   clipboard->setMimeData(content.release());
@@ -52,17 +60,25 @@ Result<void> put(std::unique_ptr<QMimeData> content, const char* refusal) {
 }  // namespace
 
 void QtClipboard::setImage(std::string png, std::move_only_function<void(Result<void>)> done) {
-  auto content = std::make_unique<QMimeData>();
   // The encoded picture only: every further format would be encoded by the toolkit when asked for.
-  content->setData(QStringLiteral("image/png"),
-                   QByteArray(png.data(), static_cast<qsizetype>(png.size())));
-  done(put(std::move(content), "the clipboard wouldn't take the image"));
+  done(put(contentOf(QStringLiteral("image/png"), png), "the clipboard wouldn't take the image"));
 }
 
 void QtClipboard::setText(std::string text, std::move_only_function<void(Result<void>)> done) {
   auto content = std::make_unique<QMimeData>();
   content->setText(QString::fromStdString(text));
   done(put(std::move(content), "the clipboard wouldn't take the text"));
+}
+
+void QtClipboard::setShapes(std::string json, std::move_only_function<void(Result<void>)> done) {
+  done(put(contentOf(shapesType(), json), "the clipboard wouldn't take the annotations"));
+}
+
+std::string QtClipboard::shapes() const {
+  const QClipboard* const clipboard = QGuiApplication::clipboard();
+  // Another program's content would have to be waited for.
+  if (!clipboard->ownsClipboard()) return {};
+  return clipboard->mimeData()->data(shapesType()).toStdString();
 }
 
 void QtClipboard::handOver() {

@@ -157,6 +157,24 @@ TEST_F(ClipboardTest, OthersPasteTheVeryBytes) {
   EXPECT_EQ(paste("UTF8_STRING"), "Grüße, 世界");
 }
 
+TEST_F(ClipboardTest, AnnotationsCanBePastedUntilAnythingElseIsCopied) {
+  const std::string shapes = R"([{"type":"text","text":"Grüße"}])";
+  Result<void> outcome = failed(FailureKind::other, "no answer");
+  const auto copyShapes = [&] {
+    ui->clipboard().setShapes(shapes, [&](Result<void> answer) { outcome = answer; });
+  };
+  EXPECT_EQ(ui->clipboard().shapes(), "");
+  copyShapes();
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(ui->clipboard().shapes(), shapes);
+  EXPECT_EQ(paste("com.vantorel.shapes"), shapes);
+  ASSERT_TRUE(copyText("words"));
+  EXPECT_EQ(ui->clipboard().shapes(), "");
+  copyShapes();
+  const auto other = copyElsewhere("theirs");
+  EXPECT_TRUE(waitFor([&] { return ui->clipboard().shapes().empty(); }));
+}
+
 TEST_F(ClipboardTest, TakesTheClipboardFromWhoTookItSince) {
   const auto other = copyElsewhere("theirs");
   const auto outcome = copyImage(bytes(1000));
