@@ -25,9 +25,9 @@ TEST(SceneExportTest, DrawsLayersFromTheirFilesAndEncodes) {
   ASSERT_TRUE(bytes.has_value()) << bytes.error().reason;
   const Image back = *codec.decode(*bytes);
   EXPECT_EQ(back.size(), (PixelSize{20, 10}));
-  EXPECT_EQ(back.row(4)[4 * 5], 0xff);
-  EXPECT_EQ(back.row(4)[4 * 5 + 2], 0x00);
-  EXPECT_EQ(back.row(4)[4 * 6 + 2], 0xff);
+  EXPECT_EQ(back.row(4)[4UZ * 5], 0xff);
+  EXPECT_EQ(back.row(4)[4UZ * 5 + 2], 0x00);
+  EXPECT_EQ(back.row(4)[4UZ * 6 + 2], 0xff);
 
   codec.broken = {ExportFormat::webp};
   codec.longestHeicSide = 15;
