@@ -67,7 +67,7 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
   if (auto refused = outputRefusal(drawing.output, basePath, files)) {
     return std::unexpected(*std::move(refused));
   }
-  auto base = readPictureFile(basePath, files, codec);
+  auto base = readPictureFile(basePath, 0, files, codec);
   if (!base) return unreadable(basePath, base.error());
   EditorDocument document;
   if (drawing.document) {

@@ -98,8 +98,8 @@ void checkLayer(LayerSpec& layer, const Path& folder, const Files& files, const 
   layer.path = (folder / *layer.path).lexically_normal().string();
   if (layer.name.empty()) layer.name = Path(*layer.path).stem().string();
   const auto bytes = files.read(*layer.path, mostFileBytes);
-  const auto size =
-      bytes ? codec.pixelSize(*bytes) : Result<PixelSize>(std::unexpected(bytes.error()));
+  const auto size = bytes ? codec.pixelSize(*bytes, layer.frameIndex)
+                          : Result<PixelSize>(std::unexpected(bytes.error()));
   if (!size) {
     const bool large = size.error().kind == FailureKind::tooLarge;
     (large ? situation.oversizedLayerIDs : situation.missingLayerIDs).push_back(layer.id);
@@ -165,13 +165,14 @@ Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
   return document;
 }
 
-Result<Image> readPictureFile(const Path& path, const Files& files, const ImageCodec& codec) {
+Result<Image> readPictureFile(const Path& path, int frameIndex, const Files& files,
+                              const ImageCodec& codec) {
   const std::string bytes = VT_TRY(files.read(path, mostFileBytes));
-  const PixelSize size = VT_TRY(codec.pixelSize(bytes));
+  const PixelSize size = VT_TRY(codec.pixelSize(bytes, frameIndex));
   if (!isPossibleSize(size.width, size.height)) {
     return failed(FailureKind::tooLarge, "more than 64 million pixels");
   }
-  return codec.decode(bytes);
+  return codec.decode(bytes, frameIndex);
 }
 
 }  // namespace vantorel

@@ -62,6 +62,27 @@ TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) 
   EXPECT_NE(json::toText(document).find(R"("later":1)"), std::string::npos);
 }
 
+TEST_F(EntryDocumentTest, ALayerIsCheckedByTheFrameItShows) {
+  const Image tall = MutableImage({5, 9}, PixelFormat::bgrx).finish();
+  ASSERT_TRUE(files
+                  .create("/film.webp", *files.read("/logo.png", 1000) + *codec.encode(tall, {}),
+                          Privacy::ownerOnly, Durability::visible)
+                  .has_value());
+  const auto withFrame = [](std::string_view frame) {
+    return R"({"layers":[{"id":"l","path":"/film.webp","frame":{"x":0,"y":0,"w":8,"h":6},)"
+           R"("frameIndex":)" +
+           std::string(frame) + "}]}";
+  };
+  EXPECT_EQ(answer(withFrame("0")), "accepted");
+  EXPECT_EQ(document.layers[0].pixelHeight, 3);
+  EXPECT_EQ(answer(withFrame("1")), "accepted");
+  EXPECT_EQ(document.layers[0].frameIndex, 1);
+  EXPECT_EQ(document.layers[0].pixelHeight, 9);
+  for (const std::string_view missing : {"2", "-1"}) {
+    EXPECT_EQ(answer(withFrame(missing)), "Export is blocked: film is missing. Hide or remove it.");
+  }
+}
+
 TEST_F(EntryDocumentTest, DocumentsComeBackFromTheEntryTheyWerePutInto) {
   ScreenshotEntry entry;
   putDocument(documentOf(entry, {800, 600}), {800, 600}, entry);

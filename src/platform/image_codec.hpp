@@ -1,5 +1,7 @@
 #pragma once
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -41,10 +43,28 @@ struct PictureHeader {
   bool hasPalette = false;
 };
 
+/// How a codec says that a picture file has no frame `frameIndex`.
+[[nodiscard]] inline std::unexpected<Failure> frameNotFound(int frameIndex) {
+  return failed(FailureKind::notFound,
+                fmt::format("the picture has no frame with the index {}", frameIndex));
+}
+
 /// Reads and writes picture files. Any thread; calls block for as long as the work takes.
 ///
+/// What is read is one frame, told by its index. Index 0 is the picture that the file shows first,
+/// and most files have no other; frames are never written.
+/// - Animated WebP: the frames in the order of time. A frame is the whole canvas as it is seen at
+///   that time, composed over the earlier ones; where none has drawn yet it is transparent. All
+///   frames have the canvas's size. Frames are composed from the first, so one far into a long
+///   animation (beyond the first thousand of full HD, fewer the larger the canvas) is `tooLarge`.
+/// - HEIC: the images that the file holds side by side, each of a size of its own: the primary one
+///   first, wherever it lies, then the others in the file's order. Thumbnails, masks and tiles of
+///   a larger image are no frames; an image sequence (a film) has only its still images.
+/// - PNG, JPEG: frame 0 only.
+///
 /// Failures: `tooLarge` (the format cannot hold the pixel size, or a picture is too large to be
-/// decoded), `unsupported` (a codec is not installed), `malformed` (undecodable bytes), `other`.
+/// decoded), `notFound` (the file has no such frame), `unsupported` (a codec is not installed),
+/// `malformed` (undecodable bytes), `other`.
 class ImageCodec {
  public:
   virtual ~ImageCodec() = default;
@@ -57,18 +77,30 @@ class ImageCodec {
                                                              double pixelsPerPoint) const = 0;
 
   /// Any of the four formats, told by the first bytes.
-  [[nodiscard]] virtual Result<Image> decode(std::string_view bytes) const = 0;
+  [[nodiscard]] Result<Image> decode(std::string_view bytes, int frameIndex = 0) const {
+    if (frameIndex < 0) return frameNotFound(frameIndex);
+    return decodeFrame(bytes, frameIndex);
+  }
 
-  /// What the header alone tells.
-  [[nodiscard]] virtual Result<PictureHeader> header(std::string_view bytes) const = 0;
+  /// What the file says of a frame without its pixels being decoded.
+  [[nodiscard]] Result<PictureHeader> header(std::string_view bytes, int frameIndex = 0) const {
+    if (frameIndex < 0) return frameNotFound(frameIndex);
+    return frameHeader(bytes, frameIndex);
+  }
 
   /// The pixel size from the header alone.
-  [[nodiscard]] Result<PixelSize> pixelSize(std::string_view bytes) const {
-    return VT_TRY(header(bytes)).size;
+  [[nodiscard]] Result<PixelSize> pixelSize(std::string_view bytes, int frameIndex = 0) const {
+    return VT_TRY(header(bytes, frameIndex)).size;
   }
 
   /// True when `size` is within what `format` can hold.
   [[nodiscard]] virtual bool canHold(ExportFormat format, PixelSize size) const = 0;
+
+ private:
+  /// `decode` and `header` with an index that is not negative.
+  [[nodiscard]] virtual Result<Image> decodeFrame(std::string_view bytes, int frameIndex) const = 0;
+  [[nodiscard]] virtual Result<PictureHeader> frameHeader(std::string_view bytes,
+                                                          int frameIndex) const = 0;
 };
 
 }  // namespace vantorel

@@ -10,7 +10,7 @@ namespace vantorel {
 SceneSource sceneSource(Image base, std::optional<double> captureScale, const Files& files,
                         const ImageCodec& codec) {
   return {std::move(base), captureScale, [&files, &codec](const LayerSpec& layer) {
-            return readPictureFile(*layer.path, files, codec);
+            return readPictureFile(*layer.path, layer.frameIndex, files, codec);
           }};
 }
 

@@ -44,8 +44,13 @@ std::optional<ExportFormat> formatOf(std::string_view bytes) {
   return std::nullopt;
 }
 
-std::unexpected<Failure> unknownFormat() {
-  return failed(FailureKind::malformed, "it is not a picture");
+/// The format of bytes that may have the frame.
+Result<ExportFormat> formatWithFrame(std::string_view bytes, int frameIndex) {
+  const auto format = formatOf(bytes);
+  if (!format) return failed(FailureKind::malformed, "it is not a picture");
+  const bool single = *format == ExportFormat::png || *format == ExportFormat::jpeg;
+  if (single && frameIndex > 0) return frameNotFound(frameIndex);
+  return *format;
 }
 
 std::unexpected<Failure> noMemory() {
@@ -103,33 +108,29 @@ Result<std::string> LinuxImageCodec::encodeIndexedPNG(const IndexedImage& image,
   return noMemory();
 }
 
-Result<Image> LinuxImageCodec::decode(std::string_view bytes) const try {
-  const auto format = formatOf(bytes);
-  if (!format) return unknownFormat();
-  switch (*format) {
+Result<Image> LinuxImageCodec::decodeFrame(std::string_view bytes, int frameIndex) const try {
+  switch (VT_TRY(formatWithFrame(bytes, frameIndex))) {
     case ExportFormat::png: return readPNG(bytes);
     case ExportFormat::jpeg: return readJPEG(bytes);
-    case ExportFormat::heic: return VT_TRY(heif())->read(bytes);
-    case ExportFormat::webp: return readWebP(bytes);
+    case ExportFormat::heic: return VT_TRY(heif())->read(bytes, frameIndex);
+    case ExportFormat::webp: return readWebP(bytes, frameIndex);
   }
   std::unreachable();
 } catch (const std::bad_alloc&) {
   return noMemory();
 }
 
-Result<PictureHeader> LinuxImageCodec::header(std::string_view bytes) const {
-  const auto format = formatOf(bytes);
-  if (!format) return unknownFormat();
-  PictureHeader header{.format = *format, .size = {}};
-  switch (*format) {
+Result<PictureHeader> LinuxImageCodec::frameHeader(std::string_view bytes, int frameIndex) const {
+  PictureHeader header{.format = VT_TRY(formatWithFrame(bytes, frameIndex)), .size = {}};
+  switch (header.format) {
     case ExportFormat::png: return pngHeader(bytes);
     case ExportFormat::jpeg: header.size = VT_TRY(jpegSize(bytes)); break;
     case ExportFormat::heic: {
       const HeifModule* const module = VT_TRY(heif());
-      header.size = VT_TRY(module->size(bytes));
+      header.size = VT_TRY(module->size(bytes, frameIndex));
       break;
     }
-    case ExportFormat::webp: header.size = VT_TRY(webpSize(bytes)); break;
+    case ExportFormat::webp: header.size = VT_TRY(webpSize(bytes, frameIndex)); break;
   }
   return header;
 }

@@ -21,7 +21,8 @@ std::size_t bytesPerPixel(ExportFormat format, bool hasPalette) {
 }
 
 /// "png 3 2 0\n": format, width, height and colours of the palette; then that and the pixels.
-std::optional<Parsed> parsed(std::string_view bytes) {
+/// Takes them off `bytes`.
+std::optional<Parsed> nextFrame(std::string_view& bytes) {
   const std::size_t end = bytes.find('\n');
   const std::size_t first = bytes.find(' ');
   if (end == std::string_view::npos || first > end) return std::nullopt;
@@ -39,10 +40,22 @@ std::optional<Parsed> parsed(std::string_view bytes) {
   const std::size_t pixels = static_cast<std::size_t>(size.width) *
                              static_cast<std::size_t>(size.height) *
                              bytesPerPixel(*format, colours > 0);
-  if (content.size() != colours * 4 + pixels) return std::nullopt;
+  if (content.size() < colours * 4 + pixels) return std::nullopt;
+  bytes = content.substr(colours * 4 + pixels);
   return Parsed{.header = {.format = *format, .size = size, .hasPalette = colours > 0},
                 .palette = content.substr(0, colours * 4),
-                .pixels = content.substr(colours * 4)};
+                .pixels = content.substr(colours * 4, pixels)};
+}
+
+Result<Parsed> parsed(std::string_view bytes, int frameIndex) {
+  std::vector<Parsed> frames;
+  do {
+    const auto frame = nextFrame(bytes);
+    if (!frame) return failed(FailureKind::malformed, "no picture");
+    frames.push_back(*frame);
+  } while (!bytes.empty());
+  if (static_cast<std::size_t>(frameIndex) >= frames.size()) return frameNotFound(frameIndex);
+  return frames[static_cast<std::size_t>(frameIndex)];
 }
 
 }  // namespace
@@ -76,18 +89,17 @@ Result<std::string> FakeImageCodec::encodeIndexedPNG(const IndexedImage& image, 
   return bytes;
 }
 
-Result<Image> FakeImageCodec::decode(std::string_view bytes) const {
-  const auto found = parsed(bytes);
-  if (!found) return failed(FailureKind::malformed, "no picture");
-  const std::size_t step = bytesPerPixel(found->header.format, found->header.hasPalette);
-  MutableImage image(found->header.size, PixelFormat::bgrx);
-  const char* from = found->pixels.data();
-  for (int y = 0; y < found->header.size.height; ++y) {
+Result<Image> FakeImageCodec::decodeFrame(std::string_view bytes, int frameIndex) const {
+  const Parsed found = VT_TRY(parsed(bytes, frameIndex));
+  const std::size_t step = bytesPerPixel(found.header.format, found.header.hasPalette);
+  MutableImage image(found.header.size, PixelFormat::bgrx);
+  const char* from = found.pixels.data();
+  for (int y = 0; y < found.header.size.height; ++y) {
     const auto row = image.row(y);
     for (std::size_t x = 0; x < row.size(); x += 4, from += step) {
-      if (found->header.hasPalette) {
+      if (found.header.hasPalette) {
         const std::size_t index = static_cast<std::uint8_t>(*from);
-        std::memcpy(row.data() + x, found->palette.data() + index * 4, 4);
+        std::memcpy(row.data() + x, found.palette.data() + index * 4, 4);
       } else {
         std::memcpy(row.data() + x, from, step);
       }
@@ -96,10 +108,8 @@ Result<Image> FakeImageCodec::decode(std::string_view bytes) const {
   return std::move(image).finish();
 }
 
-Result<PictureHeader> FakeImageCodec::header(std::string_view bytes) const {
-  const auto found = parsed(bytes);
-  if (!found) return failed(FailureKind::malformed, "no picture");
-  return found->header;
+Result<PictureHeader> FakeImageCodec::frameHeader(std::string_view bytes, int frameIndex) const {
+  return VT_TRY(parsed(bytes, frameIndex)).header;
 }
 
 bool FakeImageCodec::canHold(ExportFormat format, PixelSize size) const {

@@ -8,7 +8,8 @@
 namespace vantorel {
 
 /// "Encodes" a picture as its format's name, its size and its pixels, so that what comes back is
-/// what went in; JPEG leaves alpha out, and a palette makes files smaller as it should. One thread.
+/// what went in; JPEG leaves alpha out, and a palette makes files smaller as it should. Files one
+/// behind the other are one file with as many frames. One thread.
 class FakeImageCodec final : public ImageCodec {
  public:
   std::set<ExportFormat> broken;       ///< formats that fail
@@ -18,9 +19,12 @@ class FakeImageCodec final : public ImageCodec {
                                            const ImageEncoding& encoding) const override;
   [[nodiscard]] Result<std::string> encodeIndexedPNG(const IndexedImage& image,
                                                      double pixelsPerPoint) const override;
-  [[nodiscard]] Result<Image> decode(std::string_view bytes) const override;
-  [[nodiscard]] Result<PictureHeader> header(std::string_view bytes) const override;
   [[nodiscard]] bool canHold(ExportFormat format, PixelSize size) const override;
+
+ private:
+  [[nodiscard]] Result<Image> decodeFrame(std::string_view bytes, int frameIndex) const override;
+  [[nodiscard]] Result<PictureHeader> frameHeader(std::string_view bytes,
+                                                  int frameIndex) const override;
 };
 
 }  // namespace vantorel

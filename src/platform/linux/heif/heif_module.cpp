@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <vector>
 
+#include "platform/image_codec.hpp"
 #include "platform/linux/picture_limits.hpp"
 #include "platform/linux/pixel_rows.hpp"
 
@@ -87,22 +89,45 @@ struct Opened {
   PixelSize size;
 };
 
-Result<Opened> open(std::string_view bytes) {
-  Context context(heif_context_alloc(), heif_context_free);
-  heif_context_set_maximum_image_size_limit(context.get(), 32768);
-  heif_error error = heif_context_read_from_memory_without_copy(context.get(), bytes.data(),
-                                                                bytes.size(), nullptr);
+Result<heif_item_id> besidePrimary(heif_context* context, int frameIndex) {
+  heif_item_id primary = 0;
+  const heif_error error = heif_context_get_primary_image_ID(context, &primary);
+  if (!isOk(error)) return failure(FailureKind::malformed, error);
+  std::vector<heif_item_id> others(
+      static_cast<std::size_t>(heif_context_get_number_of_top_level_images(context)));
+  heif_context_get_list_of_top_level_image_IDs(context, others.data(),
+                                               static_cast<int>(others.size()));
+  std::erase(others, primary);
+  const auto place = static_cast<std::size_t>(frameIndex) - 1;
+  if (place >= others.size()) return frameNotFound(frameIndex);
+  return others[place];
+}
+
+Result<Owned<const heif_image_handle>> handleOf(heif_context* context, int frameIndex) {
   heif_image_handle* made = nullptr;
-  if (isOk(error)) error = heif_context_get_primary_image_handle(context.get(), &made);
+  const heif_error error = frameIndex == 0
+                               ? heif_context_get_primary_image_handle(context, &made)
+                               : heif_context_get_image_handle(
+                                     context, VT_TRY(besidePrimary(context, frameIndex)), &made);
   Owned<const heif_image_handle> handle(made, releaseHandle<heif_image_handle>);
   if (!isOk(error)) return failure(FailureKind::malformed, error);
-  const PixelSize size =
-      VT_TRY(decodableSize(heif_image_handle_get_width(made), heif_image_handle_get_height(made)));
+  return handle;
+}
+
+Result<Opened> open(std::string_view bytes, int frameIndex) {
+  Context context(heif_context_alloc(), heif_context_free);
+  heif_context_set_maximum_image_size_limit(context.get(), 32768);
+  const heif_error error = heif_context_read_from_memory_without_copy(context.get(), bytes.data(),
+                                                                      bytes.size(), nullptr);
+  if (!isOk(error)) return failure(FailureKind::malformed, error);
+  auto handle = VT_TRY(handleOf(context.get(), frameIndex));
+  const PixelSize size = VT_TRY(decodableSize(heif_image_handle_get_width(handle.get()),
+                                              heif_image_handle_get_height(handle.get())));
   return Opened{std::move(context), std::move(handle), size};
 }
 
-Result<Image> read(std::string_view bytes) {
-  const Opened opened = VT_TRY(open(bytes));
+Result<Image> read(std::string_view bytes, int frameIndex) {
+  const Opened opened = VT_TRY(open(bytes, frameIndex));
   const bool translucent = heif_image_handle_has_alpha_channel(opened.handle.get()) != 0;
   heif_image* made = nullptr;
   const heif_error error = heif_decode_image(
@@ -131,7 +156,9 @@ Result<Image> read(std::string_view bytes) {
   return std::move(picture).finish();
 }
 
-Result<PixelSize> size(std::string_view bytes) { return VT_TRY(open(bytes)).size; }
+Result<PixelSize> size(std::string_view bytes, int frameIndex) {
+  return VT_TRY(open(bytes, frameIndex)).size;
+}
 
 }  // namespace
 

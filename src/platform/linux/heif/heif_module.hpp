@@ -13,8 +13,9 @@ namespace vantorel {
 struct HeifModule {
   /// `quality` from 0 to 1.
   Result<std::string> (*write)(const Image& image, double quality);
-  Result<Image> (*read)(std::string_view bytes);
-  Result<PixelSize> (*size)(std::string_view bytes);
+  /// Frames as `ImageCodec` counts them, from 0.
+  Result<Image> (*read)(std::string_view bytes, int frameIndex);
+  Result<PixelSize> (*size)(std::string_view bytes, int frameIndex);
 };
 
 /// The name of the one function in the module, of type `HeifModuleEntry`.
