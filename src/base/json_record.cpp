@@ -16,6 +16,11 @@ void Problem::in(std::string_view key) {
   path = longer + path;
 }
 
+bool Problem::inItem(std::size_t index) {
+  in("[" + std::to_string(index) + "]");
+  return false;
+}
+
 void Problem::clear() {
   path.clear();
   description.clear();
@@ -53,10 +58,16 @@ bool RecordReader::takeFromAnywhere(std::string_view key, Cursor& value) {
   return true;
 }
 
-void RecordReader::keepUnreadable() {
+void RecordReader::keepUnreadable(std::string_view key) {
+  if (problem_.isStrict) return failIn(key);
   problem_.clear();
   if (table_ == nullptr) makeTable();
   table_[expected_ - 1].fate = Fate::unreadable;
+}
+
+void RecordReader::dropUnreadable(std::string_view key, const Cursor& value) {
+  if (problem_.isStrict && value.kind() != Kind::null) return failIn(key);
+  problem_.clear();
 }
 
 void RecordReader::failIn(std::string_view key) {

@@ -40,6 +40,7 @@
 //  - numbers are clamped to the range of their type;
 //  - an item of a list or map that cannot be read is dropped, the others stay;
 //  - of a repeated key one value counts, the others are dropped.
+// With a strict `Problem` whatever cannot be read fails the whole; null counts as absent.
 // Writing leaves out empty optionals and nothing else.
 
 namespace vantorel::json {
@@ -48,8 +49,10 @@ namespace vantorel::json {
 struct Problem {
   std::string path;
   std::string description;
+  bool isStrict = false;  ///< nothing is dropped: see above
 
   void in(std::string_view key);
+  bool inItem(std::size_t index);  ///< false always
   void clear();
   [[nodiscard]] std::string sentence() const;
 };
@@ -157,6 +160,7 @@ bool read(Cursor cursor, std::vector<Item>& list, Problem& problem) {
     Item& value = list.emplace_back();
     if (!read(item, value, problem)) {
       list.pop_back();
+      if (problem.isStrict) return problem.inItem(list.size());
       problem.clear();
     }
   }
@@ -186,6 +190,9 @@ bool read(Cursor cursor, std::map<std::string, Item>& map, Problem& problem) {
     Item value{};
     if (read(member, value, problem)) {
       map.insert_or_assign(std::string(key), std::move(value));
+    } else if (problem.isStrict) {
+      problem.in(key);
+      return false;
     } else {
       problem.clear();
     }
@@ -246,14 +253,14 @@ class RecordReader {
       if (found.kind() == Kind::null) return;
       typename Member::value_type value{};
       if (!read(found, value, problem_)) {
-        keepUnreadable();
+        keepUnreadable(key);
         return;
       }
       member = std::move(value);
     } else {
       Member value{};
       if (!read(found, value, problem_)) {
-        problem_.clear();
+        dropUnreadable(key, found);
         return;
       }
       member = std::move(value);
@@ -322,7 +329,8 @@ class RecordReader {
   bool takeFromAnywhere(std::string_view key, Cursor& value);
 
   /// Lets the value taken last, which could not be read, go to `rest`.
-  void keepUnreadable();
+  void keepUnreadable(std::string_view key);
+  void dropUnreadable(std::string_view key, const Cursor& value);
 
   /// Fails the record for what could not be read in the value of `key`.
   void failIn(std::string_view key);

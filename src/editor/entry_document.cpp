@@ -13,46 +13,6 @@ namespace {
 
 constexpr std::uint64_t mostFileBytes = 1'000'000'000;
 
-/// The first item of the list under `key` that tolerant reading would drop.
-template <class Item>
-Result<void> checkItems(json::Cursor root, std::string_view wanted) {
-  std::string_view key;
-  json::Cursor list;
-  for (auto members = root.members(); members.next(key, list);) {
-    if (key != wanted) continue;
-    if (list.kind() != json::Kind::array) {
-      return failed(FailureKind::malformed,
-                    fmt::format("The document's \"{}\" must be a list.", wanted));
-    }
-    int index = 0;
-    json::Cursor item;
-    for (auto items = list.items(); items.next(item); ++index) {
-      Item value;
-      json::Problem problem;
-      if (read(item, value, problem)) continue;
-      return failed(FailureKind::malformed, fmt::format("The document can't be used: {}[{}]: {}.",
-                                                        wanted, index, problem.sentence()));
-    }
-  }
-  return {};
-}
-
-template <class Record>
-Result<void> checkMember(json::Cursor root, std::string_view wanted) {
-  std::string_view key;
-  json::Cursor value;
-  for (auto members = root.members(); members.next(key, value);) {
-    if (key != wanted || value.kind() == json::Kind::null) continue;
-    Record record;
-    json::Problem problem;
-    if (!read(value, record, problem)) {
-      return failed(FailureKind::malformed,
-                    fmt::format("The document can't be used: {}: {}.", wanted, problem.sentence()));
-    }
-  }
-  return {};
-}
-
 Result<EditorDocument> readStrictly(std::string_view text) {
   const auto json = json::Document::parse(text);
   if (!json) {
@@ -62,18 +22,34 @@ Result<EditorDocument> readStrictly(std::string_view text) {
   if (root.kind() != json::Kind::object) {
     return failed(FailureKind::malformed, "The document must be a JSON object.");
   }
-  VT_TRY(checkItems<Shape>(root, "shapes"));
-  VT_TRY(checkMember<Box>(root, "crop"));
-  VT_TRY(checkMember<BackgroundSpec>(root, "background"));
-  VT_TRY(checkItems<LayerSpec>(root, "layers"));
-  VT_TRY(checkMember<CanvasSpec>(root, "canvas"));
   EditorDocument document;
-  json::Problem problem;
+  json::Problem problem{.isStrict = true};
   if (!read(root, document, problem)) {
     return failed(FailureKind::malformed,
                   "The document can't be used: " + problem.sentence() + ".");
   }
   return document;
+}
+
+/// A colour that cannot be read would be drawn in the standard one.
+Result<void> checkColors(const EditorDocument& document) {
+  const auto check = [](const std::string& color, const std::string& place) -> Result<void> {
+    const bool isColor = color.size() == 7 && color[0] == '#' &&
+                         color.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
+    if (isColor) return {};
+    return failed(FailureKind::malformed, "The document can't be used: " + place +
+                                              ": must be \"#\" and six hexadecimal digits.");
+  };
+  for (std::size_t i = 0; i < document.shapes.size(); ++i) {
+    VT_TRY(check(document.shapes[i].color, fmt::format("shapes[{}].color", i)));
+  }
+  for (std::size_t i = 0; i < document.layers.size(); ++i) {
+    const auto& border = document.layers[i].border;
+    if (border) VT_TRY(check(border->color, fmt::format("layers[{}].border.color", i)));
+  }
+  const auto* const fill = std::get_if<BackgroundFill::Solid>(&document.background.fill.value);
+  if (fill != nullptr) VT_TRY(check(fill->color, "background.fill.solid"));
+  return check(document.canvas.backdropHex, "canvas.backdropHex");
 }
 
 Result<void> checkIDs(const EditorDocument& document) {
@@ -146,6 +122,7 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
 Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture, const Path& folder,
                                        const Files& files, const ImageCodec& codec) {
   EditorDocument document = VT_TRY(readStrictly(text));
+  VT_TRY(checkColors(document));
   VT_TRY(checkIDs(document));
   if (document.canvas.width != 0 || document.canvas.height != 0) {
     const auto size = checkedCanvasSize(document.canvas.width, document.canvas.height, {});

@@ -38,12 +38,25 @@ TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) 
   EXPECT_EQ(answer("[]"), "The document must be a JSON object.");
   EXPECT_EQ(answer("{").substr(0, 24), "The document isn't JSON:");
   EXPECT_EQ(answer(R"({"shapes":[{"id":"a","type":"circle","color":"#000000","width":1}]})"),
-            "The document can't be used: shapes[0]: type: unknown shape type circle.");
-  EXPECT_EQ(answer(R"({"shapes":{}})"), "The document's \"shapes\" must be a list.");
+            "The document can't be used: shapes[0].type: unknown shape type circle.");
+  EXPECT_EQ(answer(R"({"shapes":{}})"), "The document can't be used: shapes: must be a list.");
+  const auto refused = [&](const std::string& member) {
+    return answer(R"({"shapes":[{"id":"a","type":"pen","color":"#ff0000","width":1,)" + member +
+                  "}]}");
+  };
+  EXPECT_EQ(refused(R"("fill":"plaid")"),
+            "The document can't be used: shapes[0].fill: must be one of none, solid, tint.");
+  EXPECT_EQ(refused(R"("x1":"12")"), "The document can't be used: shapes[0].x1: must be a number.");
+  EXPECT_EQ(refused(R"("points":[{"x":1,"y":2},[3,4]])"),
+            "The document can't be used: shapes[0].points[1]: must be an object.");
+  EXPECT_EQ(refused(R"("points":null,"fill":null,"later":[])"), "accepted");
+  EXPECT_EQ(answer(R"({"background":{"fill":{"solid":{"_0":"blue"}}}})"),
+            "The document can't be used: background.fill.solid: must be \"#\" and six hexadecimal "
+            "digits.");
   EXPECT_EQ(answer(R"({"layers":[{"id":"l"}]})"),
-            "The document can't be used: layers[0]: frame: is missing.");
-  EXPECT_EQ(answer(R"({"shapes":[{"id":"a","type":"pen","color":"","width":1},)"
-                   R"({"id":"a","type":"pen","color":"","width":1}]})"),
+            "The document can't be used: layers[0].frame: is missing.");
+  EXPECT_EQ(answer(R"({"shapes":[{"id":"a","type":"pen","color":"#000000","width":1},)"
+                   R"({"id":"a","type":"pen","color":"#000000","width":1}]})"),
             "The document can't be used: two shapes have the id a.");
   EXPECT_EQ(answer(R"({"canvas":{"width":8001,"height":8000}})"),
             "Too large — the canvas is limited to 64 million pixels.");

@@ -1,7 +1,5 @@
 #include "text/records/ocr_block.hpp"
 
-#include <fmt/format.h>
-
 namespace vantorel {
 namespace {
 
@@ -14,10 +12,7 @@ bool readWhole(json::Cursor cursor, std::vector<Item>& list, json::Problem& prob
   list.clear();
   json::Cursor item;
   for (auto items = cursor.items(); items.next(item);) {
-    if (!read(item, list.emplace_back(), problem)) {
-      problem.in(fmt::format("[{}]", list.size() - 1));
-      return false;
-    }
+    if (!read(item, list.emplace_back(), problem)) return problem.inItem(list.size() - 1);
   }
   list.shrink_to_fit();
   return true;
