@@ -42,6 +42,24 @@ Box upright(Box box) {
   return box;
 }
 
+/// Where the corner lies in a frame pulled by it.
+Pt pulledCorner(const ResizeHandle& corner, const Box& frame) {
+  return {corner.position.x > 0 ? frame.right() : frame.x,
+          corner.position.y > 0 ? frame.bottom() : frame.y};
+}
+
+/// The point that a corner pulled in proportion has with the same x (or y) as `at`, on the side
+/// of the opposite corner where `at` is.
+Pt alongDiagonal(const ResizeHandle& corner, Pt at, bool sameX) {
+  const Box& start = corner.startFrame;
+  const Pt fixed{start.x + (1 - corner.position.x) * start.w,
+                 start.y + (1 - corner.position.y) * start.h};
+  const double factor =
+      sameX ? std::abs(at.x - fixed.x) / start.w : std::abs(at.y - fixed.y) / start.h;
+  return {fixed.x + std::copysign(factor * start.w, at.x - fixed.x),
+          fixed.y + std::copysign(factor * start.h, at.y - fixed.y)};
+}
+
 /// Pulls the nearest of `edges` within `tolerance` of a line onto it. Gives the shift and the line.
 std::optional<std::pair<double, double>> snap(const std::vector<double>& edges,
                                               const std::vector<double>& lines, double tolerance) {
@@ -62,6 +80,7 @@ std::optional<std::pair<double, double>> snap(const std::vector<double>& edges,
 void CanvasInput::startDrawing(ShapeType type, const PointerEvent& event) {
   model_.select({});
   Shape shape = model_.newShape(type);
+  shape.layerId = model_.layerAt(startCapture_);
   shape.x = shape.x1 = shape.x2 = startCapture_.x;
   shape.y = shape.y1 = shape.y2 = startCapture_.y;
   if (isTwoPoint(type)) {
@@ -102,8 +121,12 @@ void CanvasInput::draw(const PointerEvent& event) {
 }
 
 void CanvasInput::finishDrawing(const PointerEvent& event) {
-  const Shape shape = *model_.draft();
+  Shape shape = *model_.draft();
   model_.setDraft(std::nullopt);
+  // What a redaction covers beside the layer must stay covered when the layer goes.
+  if (shape.type == ShapeType::redact && !model_.layerAt({shape.x2, shape.y2})) {
+    shape.layerId.reset();
+  }
   // A click with a tool that needs a drag draws nothing.
   if (isTwoPoint(shape.type) &&
       distance({shape.x1, shape.y1}, {shape.x2, shape.y2}) < captureTolerance(event) / 2) {
@@ -241,18 +264,26 @@ void CanvasInput::resizeLayer(const PointerEvent& event) {
   const Pt grip{startFrame_.x + corner.position.x * startFrame_.w,
                 startFrame_.y + corner.position.y * startFrame_.h};
   Pt at{event.at.x + grip.x - startCanvas_.x, event.at.y + grip.y - startCanvas_.y};
+  const Proportions proportions = event.shift ? Proportions::kept : Proportions::free;
   guides_.clear();
-  if (!event.command && !event.shift) {
-    if (const auto across = snap({at.x}, guideLines(Guide::Direction::vertical), event.tolerance)) {
+  if (!event.command) {
+    at = pulledCorner(corner, pulledFrame(corner, at, proportions));
+    auto across = snap({at.x}, guideLines(Guide::Direction::vertical), event.tolerance);
+    auto down = snap({at.y}, guideLines(Guide::Direction::horizontal), event.tolerance);
+    if (event.shift && across && down) {  // only the nearer can be met
+      (std::abs(across->first) <= std::abs(down->first) ? down : across).reset();
+    }
+    if (across) {
       at.x = across->second;
       guides_.push_back({Guide::Direction::vertical, at.x});
     }
-    if (const auto down = snap({at.y}, guideLines(Guide::Direction::horizontal), event.tolerance)) {
+    if (down) {
       at.y = down->second;
       guides_.push_back({Guide::Direction::horizontal, at.y});
     }
+    if (event.shift && (across || down)) at = alongDiagonal(corner, at, across.has_value());
   }
-  const Box frame = pulledFrame(corner, at, event.shift ? Proportions::kept : Proportions::free);
+  const Box frame = pulledFrame(corner, at, proportions);
   model_.setLayerFrame(std::string(model_.selectedLayer()->id), upright(frame));
 }
 

@@ -47,20 +47,26 @@ void CanvasInput::press(const PointerEvent& event) {
   if (!pressHandle(event)) startDrawing(*shapeTypeOf(model_.tool()), event);
 }
 
+/// Takes the text box being typed in by a handle, or anywhere else to move it.
+bool CanvasInput::pressTextBox(const PointerEvent& event) {
+  if (pressHandle(event)) return true;
+  const Box box = model_.frameOfShape(*model_.draft());
+  if (!contains(grown(box, captureTolerance(event)), startCapture_)) return false;
+  handle_ = ShapeHandle{TextBoxHandle::move, startCapture_};
+  startShapes_ = {*model_.draft()};
+  startFrame_ = box;
+  mode_ = GestureMode::move;
+  return true;
+}
+
 void CanvasInput::pressText(const PointerEvent& event) {
-  if (pressHandle(event)) return;
+  // The first click of a double-click has begun a new text.
+  if (event.clicks >= 2 && model_.isTyping() && model_.draft()->text.empty()) model_.cancelText();
   if (model_.isTyping()) {
-    const Box box = model_.frameOfShape(*model_.draft());
-    if (contains(grown(box, captureTolerance(event)), startCapture_)) {
-      handle_ = ShapeHandle{TextBoxHandle::move, startCapture_};
-      startShapes_ = {*model_.draft()};
-      startFrame_ = box;
-      mode_ = GestureMode::move;
-      return;
-    }
-    model_.endText();
+    if (!pressTextBox(event)) model_.endText();
     return;
   }
+  if (pressHandle(event)) return;
   const Shape* const shape = model_.shapeAt(startCapture_, captureTolerance(event));
   if (event.clicks >= 2 && shape != nullptr && model_.editText(std::string(shape->id))) return;
   model_.beginText(startCapture_);
@@ -68,7 +74,7 @@ void CanvasInput::pressText(const PointerEvent& event) {
 
 void CanvasInput::pressSelect(const PointerEvent& event) {
   if (model_.isTyping()) {
-    if (pressHandle(event)) return;
+    if (pressTextBox(event)) return;
     model_.endText();
   }
   if (pressHandle(event)) return;
@@ -129,7 +135,7 @@ std::vector<ShapeHandle> CanvasInput::handles() const {
     return {};
   }
   if (model_.isTyping()) {
-    handles = handlesOf(*model_.draft(), model_.measureText());
+    handles = textBoxHandles(*model_.draft(), model_.measureText());
   } else if (model_.selection().size() == 1 && !model_.draft()) {
     const Shape* const shape = model_.state().find(*model_.selection().begin());
     handles = handlesOf(*shape, model_.measureText());
@@ -291,11 +297,12 @@ bool CanvasInput::escape() {
     model_.endText();
   } else if (model_.pendingCrop()) {
     model_.setPendingCrop(std::nullopt);
-  } else if (!model_.selection().empty() || model_.selectedLayer() != nullptr) {
-    model_.selectLayer(std::nullopt);
+  } else if (!model_.selection().empty()) {
     model_.select({});
   } else if (model_.tool() != Tool::select) {
     model_.pickTool(Tool::select);
+  } else if (model_.selectedLayer() != nullptr) {
+    model_.selectLayer(std::nullopt);
   } else {
     return false;
   }

@@ -94,6 +94,7 @@ class CanvasInput {
   void move(const PointerEvent& event);
   void release(const PointerEvent& event);
   void pressSelect(const PointerEvent& event);
+  bool pressTextBox(const PointerEvent& event);
   void pressText(const PointerEvent& event);
   void pressSelectText(const PointerEvent& event);
   void markSelectedText(ShapeType type, std::string_view name);

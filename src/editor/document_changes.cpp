@@ -6,6 +6,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "editor/layer_layout.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -41,6 +43,22 @@ std::string joined(const std::vector<std::string>& phrases) {
   return text;
 }
 
+/// The layers as they lie to the capture. A layer of the capture that only says where it lies,
+/// below all others, is left out, as it is while the capture lies at the canvas's corner.
+std::vector<LayerSpec> relativeLayers(std::vector<LayerSpec> layers) {
+  const LayerSpec* const capture = captureLayer(layers);
+  if (capture == nullptr) return layers;
+  const Pt origin{capture->frame.x, capture->frame.y};
+  for (LayerSpec& layer : layers) {
+    layer.frame.x -= origin.x;
+    layer.frame.y -= origin.y;
+  }
+  LayerSpec plain = newCaptureLayer({capture->pixelWidth, capture->pixelHeight});
+  plain.id = capture->id;
+  if (layers.front() == plain) layers.erase(layers.begin());
+  return layers;
+}
+
 }  // namespace
 
 std::string describeChanges(const EditorDocument& opened, const EditorDocument& now,
@@ -60,10 +78,13 @@ std::string describeChanges(const EditorDocument& opened, const EditorDocument& 
   if (opened.background != now.background || opened.canvas.backdropHex != now.canvas.backdropHex) {
     phrases.emplace_back("the background changed");
   }
-  if (opened.layers != now.layers) phrases.emplace_back("the layers changed");
-  if (opened.canvas.width != now.canvas.width || opened.canvas.height != now.canvas.height) {
-    phrases.emplace_back("the canvas size changed");
-  }
+  const bool resized =
+      opened.canvas.width != now.canvas.width || opened.canvas.height != now.canvas.height;
+  // A canvas that grows at the left or top shifts all layers alike.
+  const bool sameLayers = opened.layers == now.layers ||
+                          (resized && relativeLayers(opened.layers) == relativeLayers(now.layers));
+  if (!sameLayers) phrases.emplace_back("the layers changed");
+  if (resized) phrases.emplace_back("the canvas size changed");
   return joined(phrases);
 }
 

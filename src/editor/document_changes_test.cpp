@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "editor/layer_layout.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -32,6 +34,17 @@ TEST(DocumentChangesTest, SaysWhatClosingWouldLose) {
   EXPECT_EQ(describeChanges(opened, now, TextLabel::unfinished),
             "2 annotations added, 1 annotation changed, 1 annotation removed, an unfinished text "
             "label, the crop changed, the background changed and the layers changed");
+
+  // Room at the left and the top moves the layers; one that moves by itself is told.
+  EditorDocument layered = opened;
+  layered.layers = {newCaptureLayer({80, 60}), LayerSpec{}};
+  now = layered;
+  now.canvas.width = 100;
+  for (LayerSpec& layer : now.layers) layer.frame.x += 20;
+  EXPECT_EQ(describeChanges(layered, now, TextLabel::none), "the canvas size changed");
+  now.layers[1].frame.x += 1;
+  EXPECT_EQ(describeChanges(layered, now, TextLabel::none),
+            "the layers changed and the canvas size changed");
   now = opened;
   now.canvas.backdropHex = "#000000";
   EXPECT_NE(describeChanges(opened, now, TextLabel::none), "");

@@ -177,25 +177,38 @@ bool EditorModel::setLayerBorder(const std::string& layerID, std::optional<Layer
 }
 
 bool EditorModel::arrangeLayers(CombineLayout layout) {
+  const auto giveUp = [this](std::string_view why) {
+    cancelStep();
+    return refuse(why);
+  };
+  beginStep("Arrange Layers");
+  edit("Arrange Layers", [this](EditorSnapshot& state) { ensureCaptureLayer(state); });
   std::vector<std::string> ids;
   std::vector<Box> frames;
+  CanvasSize canvas;  // with room for the locked layers, which stay where they are
   for (const LayerSpec& layer : *state_.layers) {
-    if (!layer.visible || layer.locked || !isUsable(layer.frame)) continue;
+    if (!isUsable(layer.frame)) continue;
+    if (layer.locked) {
+      canvas.width = std::max(canvas.width, std::ceil(layer.frame.right()));
+      canvas.height = std::max(canvas.height, std::ceil(layer.frame.bottom()));
+      continue;
+    }
     ids.push_back(layer.id);
     frames.push_back(layer.frame);
   }
-  if (ids.size() < 2) return refuse("Arrange needs two or more layers");
+  if (ids.size() < 2) return giveUp("Arrange needs two or more layers");
   const Arrangement result = arranged(frames, layout, arrangeGutter);
-  if (!isPossibleSize(result.canvas.width, result.canvas.height)) {
-    return refuse(sentence(CanvasSizeFault::tooLarge));
+  canvas.width = std::max(canvas.width, result.canvas.width);
+  canvas.height = std::max(canvas.height, result.canvas.height);
+  if (!isPossibleSize(canvas.width, canvas.height)) {
+    return giveUp(sentence(CanvasSizeFault::tooLarge));
   }
-  beginStep("Arrange Layers");
   for (std::size_t i = 0; i < ids.size(); ++i) setLayerFrame(ids[i], result.frames[i]);
   edit("Arrange Layers", [&](EditorSnapshot& state) {
-    CanvasSpec canvas = *state.canvas;
-    canvas.width = result.canvas.width;
-    canvas.height = result.canvas.height;
-    state.setCanvas(std::move(canvas));
+    CanvasSpec spec = *state.canvas;
+    spec.width = canvas.width;
+    spec.height = canvas.height;
+    state.setCanvas(std::move(spec));
   });
   endStep();
   return true;

@@ -125,6 +125,13 @@ bool EditorModel::redo() {
   return true;
 }
 
+// The step still open, as a run of nudges is, ends with the undo and clears what could be redone.
+std::string EditorModel::undoName() const {
+  return isStepPending() ? step_->name : history_.undoName();
+}
+
+std::string EditorModel::redoName() const { return isStepPending() ? "" : history_.redoName(); }
+
 void EditorModel::pickTool(Tool tool) {
   endText();
   endStep();
@@ -205,9 +212,13 @@ Shape EditorModel::newShape(ShapeType type) const {
     }
     shape.number = highest + 1;
   }
-  const LayerSpec* const layer = selectedLayer();
-  if (layer != nullptr && layer->path) shape.layerId = layer->id;
   return shape;
+}
+
+std::optional<std::string> EditorModel::layerAt(Pt at) const {
+  const LayerSpec* const layer = selectedLayer();
+  if (layer == nullptr || !layer->path || !layer->visible) return std::nullopt;
+  return contains(layer->frame, toCanvas()(at)) ? std::optional(layer->id) : std::nullopt;
 }
 
 std::string EditorModel::addSampledColor(const std::string& color) {
@@ -228,6 +239,7 @@ void EditorModel::beginText(Pt at) {
   draft_ = newShape(ShapeType::text);
   draft_->x = at.x;
   draft_->y = at.y;
+  draft_->layerId = layerAt(at);
   typing_ = Typing{};
   selection_.clear();
   events_.changed();

@@ -97,8 +97,8 @@ class EditorModel {
 
   bool undo();
   bool redo();
-  [[nodiscard]] std::string undoName() const { return history_.undoName(); }
-  [[nodiscard]] std::string redoName() const { return history_.redoName(); }
+  [[nodiscard]] std::string undoName() const;
+  [[nodiscard]] std::string redoName() const;
 
   // Tools and styles.
   [[nodiscard]] Tool tool() const { return tool_; }
@@ -112,8 +112,11 @@ class EditorModel {
   void changeStyle(const std::function<void(ToolStyle&)>& change);
   [[nodiscard]] std::string hint(TextReading reading, bool textSelected) const;
 
-  /// A new shape of the tool's kind in its style, not yet in the document.
+  /// A new shape of the tool's kind in its style, on the capture, not yet in the document.
   [[nodiscard]] Shape newShape(ShapeType type) const;
+  /// The layer that takes what is drawn at a point of the capture: the selected one, where it is
+  /// seen.
+  [[nodiscard]] std::optional<std::string> layerAt(Pt at) const;
 
   /// The colours the eyedropper picked up in this session, oldest first.
   [[nodiscard]] const std::vector<std::string>& sampledColors() const { return sampledColors_; }
@@ -190,6 +193,7 @@ class EditorModel {
     std::optional<std::string> shapeID;  // of the shape being edited; none for a new one
   };
 
+  [[nodiscard]] bool isStepPending() const { return step_ && step_->before != state_; }
   void stateReplaced();
   void ensureCaptureLayer(EditorSnapshot& state) const;
   void moveContent(EditorSnapshot& state, Pt shift) const;

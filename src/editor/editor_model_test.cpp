@@ -153,6 +153,12 @@ TEST_F(EditorModelTest, GroupsAreMarkedMovedNudgedCopiedAndDeleted) {
   EXPECT_EQ(model->state().shapes->front()->x, 100);
   model->undo();  // the nudges together
   EXPECT_EQ(last().x, 310);
+  EXPECT_EQ(model->redoName(), "Move");
+  model->undo();
+  key(EditorKey::down);  // its step is still open
+  EXPECT_EQ(model->redoName(), "");
+  EXPECT_EQ(model->undoName(), "Move");
+  drag({200, 101}, {210, 130});
 
   const std::string copied = model->copiedShapes();
   EXPECT_TRUE(model->pasteShapes(copied));
@@ -183,7 +189,22 @@ TEST_F(EditorModelTest, TypingIsADraftUntilItEnds) {
   EXPECT_FALSE(key("r"));  // goes into the text
   click({500, 500});
   EXPECT_EQ(last().text, "Hello");
+  key("t");
+  click({90, 110});
+  EXPECT_EQ(model->draft()->text, "") << "a new text";
+  clicks = 2;
+  click({90, 110});
+  EXPECT_EQ(model->draft()->text, "Hello");
+  clicks = 1;
+  key(EditorKey::escape);
   key("v");
+  const Shape before = last();
+  const Box typed = model->frameOfShape(before);
+  model->select({before.id});  // not being edited, it is pulled as a whole
+  drag({typed.right(), typed.bottom()}, {typed.right() + typed.w, typed.bottom()});
+  EXPECT_EQ(last().fontSize, 2 * before.fontSize);
+  EXPECT_EQ(last().boxWidth, 2 * *before.boxWidth);
+  model->undo();
   clicks = 2;
   click({90, 110});
   clicks = 1;
@@ -215,6 +236,7 @@ TEST_F(EditorModelTest, AStyleSliderIsOneStep) {
 TEST_F(EditorModelTest, LayersCarryTheirShapesAndLeaveTheOthersInPlace) {
   EXPECT_FALSE(model->arrangeLayers(CombineLayout::grid));
   EXPECT_EQ(reports.back(), "Arrange needs two or more layers");
+  EXPECT_TRUE(model->state().layers->empty());
   ASSERT_TRUE(model->addLayers({{"/shots/logo.png", {200, 100}}}));
   ASSERT_EQ(model->state().layers->size(), 2U);
   EXPECT_EQ(frame(1), (Box{0, 0, 200, 100}));
@@ -226,7 +248,24 @@ TEST_F(EditorModelTest, LayersCarryTheirShapesAndLeaveTheOthersInPlace) {
   drag({400, 400}, {500, 500});
   EXPECT_EQ(last().layerId, std::nullopt);
 
-  key("v");
+  // What is drawn beside the layer is not on it, nor is a redaction that covers more than it.
+  const auto drawn = [this](Tool tool, Pt from, Pt to) {
+    model->pickTool(tool);
+    model->selectLayer(layerID(1));
+    drag(from, to);
+    const auto layer = last().layerId;
+    model->undo();
+    return layer;
+  };
+  EXPECT_EQ(drawn(Tool::rect, {300, 50}, {350, 90}), std::nullopt);
+  EXPECT_EQ(drawn(Tool::redact, {150, 50}, {190, 90}), layerID(1));
+  EXPECT_EQ(drawn(Tool::redact, {150, 50}, {250, 90}), std::nullopt);
+  model->setLayerVisible(layerID(1), false);
+  EXPECT_EQ(drawn(Tool::rect, {20, 20}, {60, 60}), std::nullopt);
+  model->undo();
+  EXPECT_TRUE(key(EditorKey::escape));
+  EXPECT_EQ(model->tool(), Tool::select) << "one press leaves the tool";
+
   drag({150, 50}, {250, 150});
   EXPECT_EQ(frame(1), (Box{100, 100, 200, 100}));
   EXPECT_EQ(frameOf(*model->state().shapes->front()), (Box{120, 120, 40, 40}));
@@ -270,6 +309,47 @@ TEST_F(EditorModelTest, MovedLayersSnapToGuidesUnlessCommandIsHeld) {
   EXPECT_TRUE(input->guides().empty());
   pointer(PointerPhase::release, {403, 297});
   EXPECT_EQ(model->undoName(), "Move Layer");
+
+  command = false;
+  shift = true;  // in proportion: to the nearer guide, the other side follows
+  drag({503, 347}, {795, 495});
+  EXPECT_EQ(frame(1), (Box{303, 247, 497, 248.5}));
+  EXPECT_TRUE(model->undo());
+  shift = false;
+  drag({503, 347}, {795, 595});
+  EXPECT_EQ(frame(1), (Box{303, 247, 497, 353}));
+}
+
+TEST_F(EditorModelTest, ArrangingTakesEveryLayerThatIsNotLocked) {
+  EditorDocument document;
+  document.layers.emplace_back().id = "a";
+  document.layers[0].path = "/a.png";
+  document.layers[0].frame = {0, 0, 100, 100};
+  document.layers[0].visible = false;
+  open(document);  // the capture has no layer yet, but is there
+  EXPECT_TRUE(model->arrangeLayers(CombineLayout::sideBySide));
+  ASSERT_EQ(model->state().layers->size(), 2U);
+  EXPECT_GT(frame(1).x, 800);
+  EXPECT_EQ(model->canvasSize().width, frame(1).right());
+  EXPECT_EQ(model->undoName(), "Arrange Layers");
+
+  document.layers.push_back(document.layers[0]);
+  document.layers[1].id = "b";
+  document.layers[1].locked = true;
+  document.layers[1].frame = {50, 2000, 10, 10};
+  open(document);
+  EXPECT_TRUE(model->arrangeLayers(CombineLayout::sideBySide));
+  EXPECT_EQ(frame(2), (Box{50, 2000, 10, 10}));
+  EXPECT_EQ(model->canvasSize().height, 2010) << "what stays has its room";
+}
+
+TEST_F(EditorModelTest, LinesHaveAFrameToPullToo) {
+  key("a");
+  drag({100, 100}, {200, 150});
+  drag({200, 100}, {300, 50});
+  EXPECT_EQ(Pt(last().x1, last().y1), Pt(100, 50));
+  EXPECT_EQ(Pt(last().x2, last().y2), Pt(300, 150));
+  EXPECT_EQ(model->undoName(), "Resize");
 }
 
 TEST_F(EditorModelTest, CroppingPastTheEdgeGrowsTheCanvas) {
@@ -310,7 +390,7 @@ TEST_F(EditorModelTest, TheCanvasChangesItsSizeAroundAnAnchor) {
   EXPECT_EQ(reports.back(), "Enter whole numbers of pixels.");
   EXPECT_TRUE(model->resizeCanvas("1000", "500", CanvasAnchor::bottomRight));
   EXPECT_EQ(frame(0), (Box{200, -100, 800, 600}));
-  EXPECT_EQ(model->unsavedChanges(), "the layers changed and the canvas size changed");
+  EXPECT_EQ(model->unsavedChanges(), "the canvas size changed");
   EXPECT_EQ(model->undoName(), "Custom Canvas Size");
 }
 

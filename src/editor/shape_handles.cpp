@@ -1,6 +1,7 @@
 #include "editor/shape_handles.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -150,20 +151,26 @@ std::vector<ShapeHandle> cornerHandles(const Box& frame) {
 }
 
 std::vector<ShapeHandle> handlesOf(const Shape& shape, const MeasureText& measureText) {
-  if (isLine(shape.type)) {
-    std::vector<ShapeHandle> handles{{EndpointHandle{1}, {shape.x2, shape.y2}},
-                                     {EndpointHandle{0}, {shape.x1, shape.y1}}};
-    if (shape.type == ShapeType::arrow) handles.push_back({BowHandle{}, bowHandle(shape)});
-    return handles;
-  }
   const Box frame = selectionFrame(shape, measureText);
-  if (shape.type == ShapeType::text) {
-    const double middle = frame.y + frame.h / 2;
-    return {{TextBoxHandle::scale, {frame.right(), frame.bottom()}},
-            {TextBoxHandle::width, {frame.right(), middle}},
-            {TextBoxHandle::widthLeft, {frame.x, middle}}};
-  }
-  return cornerHandles(frame);
+  std::vector<ShapeHandle> corners = cornerHandles(frame);
+  if (!isLine(shape.type)) return corners;
+  const std::array ends{Pt{shape.x2, shape.y2}, Pt{shape.x1, shape.y1}};
+  std::vector<ShapeHandle> handles{{EndpointHandle{1}, ends[0]}, {EndpointHandle{0}, ends[1]}};
+  if (shape.type == ShapeType::arrow) handles.push_back({BowHandle{}, bowHandle(shape)});
+  // A level or upright line has no frame to pull.
+  if (frame.w < 1 || frame.h < 1) return handles;
+  std::erase_if(corners,
+                [&](const ShapeHandle& corner) { return corner.at == ends[0] || corner.at == ends[1]; });
+  handles.insert(handles.end(), corners.begin(), corners.end());
+  return handles;
+}
+
+std::vector<ShapeHandle> textBoxHandles(const Shape& text, const MeasureText& measureText) {
+  const Box frame = selectionFrame(text, measureText);
+  const double middle = frame.y + frame.h / 2;
+  return {{TextBoxHandle::scale, {frame.right(), frame.bottom()}},
+          {TextBoxHandle::width, {frame.right(), middle}},
+          {TextBoxHandle::widthLeft, {frame.x, middle}}};
 }
 
 Box pulledFrame(const ResizeHandle& handle, Pt point, Proportions proportions) {
@@ -192,14 +199,19 @@ Shape withEndpoint(Shape start, EndpointHandle handle, Pt point, bool snap) {
 }
 
 Shape resized(const Shape& start, const ResizeHandle& handle, Pt point, Proportions proportions) {
-  const bool atPoint = start.type == ShapeType::counter || start.type == ShapeType::emoji;
+  const bool atPoint = start.type == ShapeType::counter || start.type == ShapeType::emoji ||
+                       start.type == ShapeType::text;
   const Box frame = pulledFrame(handle, point, atPoint ? Proportions::kept : proportions);
-  const AxisMap map = mapBetween(handle.startFrame, frame);
-  Shape shape = mapped(start, map);
-  if (atPoint) return shape;
+  if (atPoint) {
+    // Pulled past the opposite corner, it lies there, but does not turn over.
+    const Box upright{std::min(frame.x, frame.right()), std::min(frame.y, frame.bottom()),
+                      std::abs(frame.w), std::abs(frame.h)};
+    return mapped(start, mapBetween(handle.startFrame, upright));
+  }
+  Shape shape = mapped(start, mapBetween(handle.startFrame, frame));
   shape.width = start.width;
   shape.cornerRadius = start.cornerRadius;
-  if (isTwoPoint(start.type)) {
+  if (isTwoPoint(start.type) && !isLine(start.type)) {
     // Straight from the frame: what is drawn on whole pixels stays on them.
     const bool leftFirst = start.x1 <= start.x2;
     const bool topFirst = start.y1 <= start.y2;

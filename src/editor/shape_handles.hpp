@@ -52,9 +52,14 @@ struct ShapeHandle {
   Pt at;
 };
 
-/// The handles a selected shape offers, those drawn on top first.
+/// The handles a selected shape offers, those drawn on top first. The corners of a kind that is
+/// defined by two corners are its endpoints too.
 [[nodiscard]] std::vector<ShapeHandle> handlesOf(const Shape& shape,
                                                  const MeasureText& measureText);
+
+/// The handles of a text box being edited, beside its inside, which moves it.
+[[nodiscard]] std::vector<ShapeHandle> textBoxHandles(const Shape& text,
+                                                      const MeasureText& measureText);
 
 /// The four corner handles of a frame.
 [[nodiscard]] std::vector<ShapeHandle> cornerHandles(const Box& frame);
