@@ -7,6 +7,7 @@
 
 #include "base/json_record.hpp"
 #include "base/log.hpp"
+#include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 
 namespace vantorel {
@@ -115,8 +116,7 @@ std::vector<TrashCandidate> HistoryDeletion::candidates(const EntryList& going) 
   };
   for (const EntryPointer& entry : services_.store.entries()) {
     if (ids.contains(entry->id)) continue;
-    mark(entry->path);
-    if (entry->originalPath) mark(*entry->originalPath);
+    forEachPath(*entry, mark);
   }
   std::vector<TrashCandidate> all;
   for (const EntryPointer& entry : going) {
@@ -152,10 +152,10 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
   claim(claimed);
   services_.work->post([trash = trash_, main = services_.main, all = candidates(going),
                         sweep = std::move(sweep), unnoted = journalFailure_,
-                        reply = alive_.guard(
-                            [this, undo, done = std::move(done)](TrashSweep& swept) mutable {
-                              finishTrash(std::move(swept), undo, std::move(done));
-                            })]() mutable {
+                        reply = alive_.guard([this, claimed, undo,
+                                              done = std::move(done)](TrashSweep& swept) mutable {
+                          finishTrash(std::move(swept), claimed, undo, std::move(done));
+                        })]() mutable {
     for (const TrashCandidate& candidate : all) {
       // Without a journal and an index, nobody would know afterwards where the file went.
       if (*unnoted) {
@@ -174,8 +174,8 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
   });
 }
 
-void HistoryDeletion::finishTrash(TrashSweep sweep, Undo undo,
-                                  std::move_only_function<void(TrashSweep)> done) {
+void HistoryDeletion::finishTrash(TrashSweep sweep, const std::vector<std::string>& claimed,
+                                  Undo undo, std::move_only_function<void(TrashSweep)> done) {
   std::vector<std::string> ids;
   ids.reserve(sweep.removed.size());
   for (const RemovedEntry& removed : sweep.removed) ids.push_back(removed.entry->id);
@@ -189,12 +189,12 @@ void HistoryDeletion::finishTrash(TrashSweep sweep, Undo undo,
     found->index = one.index;
   }
   if (undo == Undo::offered && !sweep.removed.empty()) offerUndo({sweep.removed});
-  services_.store.flush(alive_.guard(
-      [this, sweep = std::move(sweep), done = std::move(done)](Result<void> saved) mutable {
-        release({sweep.attempted.begin(), sweep.attempted.end()}, saved.has_value());
-        if (!saved && !sweep.removed.empty()) sweep.indexNotSaved = saved.error().reason;
-        done(std::move(sweep));
-      }));
+  services_.store.flush(alive_.guard([this, claimed, sweep = std::move(sweep),
+                                      done = std::move(done)](Result<void> saved) mutable {
+    release(claimed, saved.has_value());
+    if (!saved && !sweep.removed.empty()) sweep.indexNotSaved = saved.error().reason;
+    done(std::move(sweep));
+  }));
 }
 
 void HistoryDeletion::offerUndo(RemovedBatch batch) {
@@ -318,28 +318,34 @@ void HistoryDeletion::restoreFiles(RemovedBatch batch, UndoOutcome outcome,
                                    std::move_only_function<void(UndoOutcome)> done) {
   services_.work->post(
       [trash = trash_, main = services_.main, batch = std::move(batch),
-       reply = alive_.guard([this, outcome = std::move(outcome), done = std::move(done)](
-                                const std::vector<HistoryTrash::Restored>& all) mutable {
-         finishUndo(all, std::move(outcome), std::move(done));
-       })]() mutable {
+       reply = alive_.guard(
+           [this, outcome = std::move(outcome), done = std::move(done)](
+               const RemovedBatch& tried, const std::vector<HistoryTrash::Restored>& all) mutable {
+             finishUndo(tried, all, std::move(outcome), std::move(done));
+           })]() mutable {
         std::vector<HistoryTrash::Restored> all;
         all.reserve(batch.items.size());
         for (const RemovedEntry& removed : batch.items) all.push_back(trash->restore(removed));
-        main->post([all = std::move(all), reply = std::move(reply)]() mutable { reply(all); });
+        main->post([all = std::move(all), tried = std::move(batch),
+                    reply = std::move(reply)]() mutable { reply(tried, all); });
       });
 }
 
-void HistoryDeletion::finishUndo(const std::vector<HistoryTrash::Restored>& all,
+void HistoryDeletion::finishUndo(const RemovedBatch& tried,
+                                 const std::vector<HistoryTrash::Restored>& all,
                                  UndoOutcome outcome,
                                  std::move_only_function<void(UndoOutcome)> done) {
   std::vector<std::string> ids;
   std::vector<std::string> withoutFile;
-  for (const HistoryTrash::Restored& restored : all) {
+  RemovedBatch again;  // what is still in the Trash, for the user to make room for
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const HistoryTrash::Restored& restored = all[i];
     const std::string& id = restored.entry->id;
     ids.push_back(id);
     if (restored.failure) outcome.failures.push_back({id, *restored.failure});
     if (restored.failure && !restored.hasBackingImage) {
       withoutFile.push_back(id);
+      if (restored.isInTrash) again.items.push_back(tried.items[i]);
       continue;
     }
     outcome.restored.push_back(id);
@@ -349,6 +355,7 @@ void HistoryDeletion::finishUndo(const std::vector<HistoryTrash::Restored>& all,
     });
   }
   services_.store.removeEntries(withoutFile);
+  if (!again.items.empty() && !pendingUndo_) offerUndo(std::move(again));
   services_.store.flush(alive_.guard([this, ids = std::move(ids), outcome = std::move(outcome),
                                       done = std::move(done)](Result<void> saved) mutable {
     release(ids, saved.has_value());

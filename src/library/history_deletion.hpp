@@ -82,7 +82,8 @@ class HistoryDeletion {
   std::function<void()> onPendingUndoChange;
 
   /// Puts the pending batch back: entries at their old places and in their collections, files back
-  /// from the Trash. Entries whose files are gone stay away.
+  /// from the Trash. Entries whose files are gone stay away; those whose files could not be put
+  /// back can be undone again.
   void undo(std::move_only_function<void(UndoOutcome)> done);
 
   /// Takes the entries out of the library and leaves their files where they are. An original that
@@ -107,12 +108,13 @@ class HistoryDeletion {
   void claim(const std::vector<std::string>& ids);
   void release(const std::vector<std::string>& ids, bool isSaved);
   void writeJournal();
-  void finishTrash(TrashSweep sweep, Undo undo, std::move_only_function<void(TrashSweep)> done);
+  void finishTrash(TrashSweep sweep, const std::vector<std::string>& claimed, Undo undo,
+                   std::move_only_function<void(TrashSweep)> done);
   void putBack(RemovedBatch batch, std::move_only_function<void(UndoOutcome)> done);
   void restoreFiles(RemovedBatch batch, UndoOutcome outcome,
                     std::move_only_function<void(UndoOutcome)> done);
-  void finishUndo(const std::vector<HistoryTrash::Restored>& all, UndoOutcome outcome,
-                  std::move_only_function<void(UndoOutcome)> done);
+  void finishUndo(const RemovedBatch& tried, const std::vector<HistoryTrash::Restored>& all,
+                  UndoOutcome outcome, std::move_only_function<void(UndoOutcome)> done);
   void offerUndo(RemovedBatch batch);
   void offerUndoUntil(RemovedBatch batch, std::chrono::nanoseconds left);
   void offerAgain(std::optional<PendingUndo> pending);

@@ -357,6 +357,32 @@ TEST_F(HistoryDeletionTest, AgeCountsFromTheLastEditAndSparesWhatTheUserChose) {
             "Move 2 captures older than 1 year to the Trash?");
 }
 
+TEST_F(HistoryDeletionTest, WhatCouldNotBePutBackCanBeUndoneAgain) {
+  (void)trashed({"a", "b"});
+  trash.failing["/captures/a.png"] = FailureKind::noSpace;
+  const UndoOutcome first = undone();
+  EXPECT_THAT(first.restored, ElementsAre("b"));
+  ASSERT_EQ(first.failures.size(), 1U);
+  EXPECT_THAT(first.failures[0].reason, HasSubstr("restore from Trash failed: "));
+  EXPECT_EQ(store.find("a"), nullptr);
+  EXPECT_TRUE(deletion.pendingUndo().has_value());
+  trash.failing.clear();
+  EXPECT_THAT(undone().restored, ElementsAre("a"));
+  EXPECT_EQ(files.text("/captures/a.png"), "pixels of a");
+  EXPECT_FALSE(deletion.pendingUndo().has_value());
+}
+
+TEST_F(HistoryDeletionTest, AFileThatAnotherCaptureShowsAsALayerStays) {
+  ASSERT_TRUE(store.update("a", [](ScreenshotEntry& entry) {
+    entry.layers.emplace().emplace_back().path = "/captures/b.png";
+  }));
+  (void)trashed({"b"});
+  EXPECT_EQ(store.find("b"), nullptr);
+  EXPECT_EQ(files.text("/captures/b.png"), "pixels of b");
+  (void)trashed({"a"});
+  EXPECT_EQ(files.text("/captures/b.png"), "pixels of b") << "and is nobody's to throw away";
+}
+
 TEST_F(HistoryDeletionTest, AnUndoNeverTakesTheFileOfACaptureThatGotTheName) {
   (void)trashed({"a"});
   add("new", [](ScreenshotEntry& entry) { entry.path = "/captures/a.png"; });

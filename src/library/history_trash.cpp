@@ -87,15 +87,15 @@ Result<Path> HistoryTrash::putBack(const Path& trashed, const Path& wanted) {
 }
 
 HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed) {
-  Restored restored{removed.entry, false, 0, std::nullopt};
+  Restored restored{.entry = removed.entry, .failure = std::nullopt};
   const auto put = [&](const std::optional<Path>& trashed, const Path& wanted, auto assign) {
     if (!trashed) return;
     const auto place = putBack(*trashed, wanted);
     if (!place) {
       logError(category, "restore from Trash failed: {}", place.error().reason);
-      restored.failure = place.error().kind == FailureKind::notFound
-                             ? "the files are no longer in the Trash"
-                             : place.error().reason;
+      restored.isInTrash = place.error().kind != FailureKind::notFound;
+      restored.failure = restored.isInTrash ? "restore from Trash failed: " + place.error().reason
+                                            : "the files are no longer in the Trash";
       return;
     }
     ++restored.recovered;

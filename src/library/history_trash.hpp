@@ -49,6 +49,7 @@ class HistoryTrash {
     EntryPointer entry;            ///< its path is another one when the old one is taken
     bool hasBackingImage = false;  ///< the entry's file is where the entry says
     int recovered = 0;             ///< files that were put back
+    bool isInTrash = false;        ///< a file that was not put back is still there
     std::optional<std::string> failure;
   };
 

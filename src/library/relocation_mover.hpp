@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "library/entry_paths.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "library/relocation_journal.hpp"
@@ -22,16 +23,6 @@ struct RelocationTarget {
   Path folder;                ///< absolute
   std::vector<Path> sources;  ///< folders whose captures move; those elsewhere stay
 };
-
-/// Calls `visit` with each path an entry keeps, to be read or changed.
-void forEachPath(auto& entry, const auto& visit) {
-  visit(entry.path);
-  if (entry.originalPath) visit(*entry.originalPath);
-  if (!entry.layers) return;
-  for (auto& layer : *entry.layers) {
-    if (layer.path) visit(*layer.path);
-  }
-}
 
 /// The half of a move that touches the disk: plans it, keeps its journal and moves files. Blocks;
 /// lives on one serial queue, one move each.

@@ -13,16 +13,14 @@ class FakeTrash final : public Trash {
  public:
   explicit FakeTrash(FakeFiles& files) : files_(files) { files_.folders.insert("/Trash"); }
 
-  /// Paths that cannot be moved to the Trash, and why.
+  /// Paths that cannot be moved to the Trash or out of it, and why.
   std::map<Path, FailureKind> failing;
 
   /// Does not tell where things went.
   bool isUntracked = false;
 
   Result<std::optional<Path>> moveToTrash(const Path& path) override {
-    if (const auto found = failing.find(path); found != failing.end()) {
-      return failed(found->second, "the Trash does not take it");
-    }
+    VT_TRY(refusal(path));
     const Path place = Path("/Trash") / (std::to_string(++count_) + "-" + path.filename().string());
     VT_TRY(files_.moveNew(path, place));
     if (isUntracked) return std::optional<Path>();
@@ -30,11 +28,18 @@ class FakeTrash final : public Trash {
   }
 
   Result<void> restore(const Path& trashed, const Path& to) override {
+    VT_TRY(refusal(to));
     VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
     return files_.moveNew(trashed, to);
   }
 
  private:
+  [[nodiscard]] Result<void> refusal(const Path& path) const {
+    const auto found = failing.find(path);
+    if (found == failing.end()) return {};
+    return failed(found->second, "the Trash does not take it");
+  }
+
   FakeFiles& files_;
   int count_ = 0;
 };
