@@ -17,6 +17,7 @@
 #include "app/termination_handshake.hpp"
 #include "capture/staged_capture_recovery.hpp"
 #include "capture/still_capture_pipeline.hpp"
+#include "library/history_deletion.hpp"
 #include "library/history_store.hpp"
 #include "platform/clipboard.hpp"
 #include "settings/settings_store.hpp"
@@ -50,6 +51,7 @@ class AppCoordinator {
     std::function<SelectionOverlay*()> overlay;
     std::function<void(bool visible)> showStatusItem;
     std::function<void()> statusMenuChanged;
+    HistoryDeletion* deletion = nullptr;  ///< undone from the menu
 
     /// Told when the user quits: long work that can go on later comes to a stop.
     std::function<void()> stopMoving;
@@ -105,6 +107,7 @@ class AppCoordinator {
   void afterCapture(const CaptureOutcome::Saved& saved);
   void copyToClipboard(const ScreenshotEntry& entry);
   void copyRecent(int number);
+  void undoRecentDelete();
   void bindHotKeys();
   void bind(ShortcutID id);
   [[nodiscard]] std::optional<HotKeySpec> bindingOf(ShortcutID id) const;

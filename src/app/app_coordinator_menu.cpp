@@ -84,6 +84,9 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   stop.isEnabled = isFiling;
   filing.push_back(std::move(stop));
 
+  StatusMenuItem undo = action("Undo Recent Delete", [this] { undoRecentDelete(); });
+  undo.isEnabled = services_.deletion != nullptr && services_.deletion->pendingUndo().has_value();
+
   std::vector<StatusMenuItem> menu;
   menu.push_back(command("Capture Area", ShortcutID::capture));
   menu.push_back(std::move(previous));
@@ -105,7 +108,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   menu.push_back(later("Open Clipboard Image"));
   menu.push_back(later("Open Images…"));
   menu.push_back(submenu("File into Collection", std::move(filing)));
-  menu.push_back(later("Undo Recent Delete"));
+  menu.push_back(std::move(undo));
   menu.push_back(separator());
   menu.push_back(later("Allow Assistant's Request"));
   menu.push_back(later("Deny Assistant's Request"));
@@ -117,6 +120,16 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   menu.push_back(separator());
   menu.push_back(action("Quit Vantorel", [this] { quit(); }));
   return menu;
+}
+
+void AppCoordinator::undoRecentDelete() {
+  services_.deletion->undo(alive_.guard([this](const UndoOutcome& outcome) {
+    if (outcome.indexNotSaved) {
+      services_.alerts->notify("History couldn't be saved", *outcome.indexNotSaved);
+    }
+    if (outcome.failures.empty()) return;
+    services_.alerts->notify("Some captures weren't restored", outcome.failures.front().reason);
+  }));
 }
 
 }  // namespace vantorel

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "app/library_move.hpp"
+#include "app/retention_setting.hpp"
 #include "base/log.hpp"
 #include "library/history_disk.hpp"
 #include "library/history_folder_monitor.hpp"
@@ -179,6 +180,8 @@ struct Program::Parts {
         .alerts = alerts.get(),
         .usualFolder = folders.captures,
         .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
+    retentionSetting = std::make_unique<RetentionSetting>(
+        RetentionSetting::Services{store, retention, settings, *alerts, *clock});
     libraryVerify = std::make_unique<LibraryVerify>(LibraryVerify::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
@@ -236,6 +239,7 @@ struct Program::Parts {
     all.alerts = alerts.get();
     all.store = &store;
     all.settings = &settings;
+    all.deletion = &deletion;
     all.stagedCaptures = store.paths().stagedCaptures();
     all.redactedOriginals = store.paths().redactedOriginals();
     all.defaultCaptures = folders.captures;
@@ -256,6 +260,7 @@ struct Program::Parts {
       all.overlay = [this] { return &ui->selectionOverlay(); };
       all.showStatusItem = [this](bool visible) { ui->statusItem().setVisible(visible); };
       all.statusMenuChanged = [this] { ui->statusItem().menuChanged(); };
+      deletion.onPendingUndoChange = all.statusMenuChanged;
     }
     return all;
   }
@@ -293,7 +298,7 @@ struct Program::Parts {
     showCoverLook();
     libraryMove->followSetting();
     whenReady([this] {
-      retention.setPolicy(settings.values().retentionDays);
+      retentionSetting->follow();
       following = std::make_unique<FolderFollowing>(store, deletion, *files, watcher(), *clock,
                                                     main, coordinator->rewrites());
       following->monitor.onFileChange = [this](const std::string& path) { disk.fileChanged(path); };
@@ -305,9 +310,6 @@ struct Program::Parts {
     });
     settingsObservation = settings.observe([this](std::string_view key) {
       if (key.starts_with("desktopCover")) showCoverLook();
-      if (key == "retentionDays" && isReady) {
-        retention.setPolicy(settings.values().retentionDays);
-      }
     });
   }
 
@@ -338,6 +340,7 @@ struct Program::Parts {
   std::unique_ptr<CaptureRewriter> rewriter;
   std::unique_ptr<CaptureAnnotator> annotator;
   std::unique_ptr<LibraryMove> libraryMove;
+  std::unique_ptr<RetentionSetting> retentionSetting;
   std::unique_ptr<LibraryVerify> libraryVerify;
   std::unique_ptr<LibraryCommands> libraryCommands;
   std::unique_ptr<CommandRunner> commands;
