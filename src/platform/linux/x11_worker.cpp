@@ -78,11 +78,17 @@ void X11Worker::State::disconnect() {
 
 void X11Worker::State::handleEvents() {
   if (!client) return;
-  while (const XOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
-    // Errors of requests without a reply come this way: things that vanished meanwhile.
-    if (event->response_type != 0) client->handle(*event);
-  }
-  client->eventsHandled();
+  XOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection)};
+  do {
+    for (; event; event.reset(xcb_poll_for_event(connection))) {
+      // Errors of requests without a reply come this way: things that vanished meanwhile.
+      if (event->response_type != 0) client->handle(*event);
+    }
+    client->eventsHandled();
+    // The answers it waited for may have brought events along, of which the descriptor will not
+    // tell again.
+    event.reset(xcb_poll_for_event(connection));
+  } while (event);
   if (xcb_connection_has_error(connection) != 0) disconnect();
 }
 
