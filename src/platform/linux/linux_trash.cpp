@@ -77,6 +77,13 @@ Result<void> LinuxTrash::makeOwn(const Path& folder) {
   return failed(FailureKind::denied, "its folder belongs to somebody else");
 }
 
+// What is recorded next, perhaps on another disk, says that the file has gone. Where a folder
+// cannot be flushed the file has moved all the same.
+void LinuxTrash::flushBoth(const Path& from, const Path& to) {
+  (void)files_.flushFolder(to.parent_path());
+  (void)files_.flushFolder(from.parent_path());
+}
+
 Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& folder, std::uint64_t device) {
   const Path home = dataHome_ / "Trash";
   VT_TRY(files_.makeFolder(home, Privacy::ownerOnly));
@@ -120,7 +127,10 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
     if (!claimed && claimed.error().kind == FailureKind::exists) continue;
     VT_TRY(std::move(claimed));
     auto moved = files_.moveNew(path, place);
-    if (moved) return std::optional(place);
+    if (moved) {
+      flushBoth(path, place);
+      return std::optional(place);
+    }
     (void)files_.remove(infoPath);
     if (moved.error().kind != FailureKind::exists) return std::unexpected(moved.error());
   }
@@ -131,6 +141,7 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
   VT_TRY(files_.status(trashed));
   VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
   VT_TRY(files_.moveNew(trashed, to));
+  flushBoth(trashed, to);
   // What is left of the information names a file that is no longer there: others clear it up.
   (void)files_.remove(infoOf(trashed));
   return {};

@@ -23,6 +23,7 @@ class LinuxTrash final : public Trash {
     Path namedFrom;  ///< paths in it are written from here; empty for absolute ones
   };
   [[nodiscard]] Result<void> makeOwn(const Path& folder);
+  void flushBoth(const Path& from, const Path& to);
   [[nodiscard]] Result<Can> canFor(const Path& folder, std::uint64_t device);
 
   Files& files_;

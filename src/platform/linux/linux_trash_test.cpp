@@ -19,6 +19,7 @@
 namespace vantorel {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -211,7 +212,10 @@ TEST_F(LinuxTrashTest, FilesOfAnotherDiskStayOnIt) {
   EXPECT_EQ(**place, "/media/usb/.Trash-0/files/a b.png");
   EXPECT_THAT(disks.text("/media/usb/.Trash-0/info/a b.png.trashinfo"),
               testing::StartsWith("[Trash Info]\nPath=shots/a%20b.png\nDeletionDate=2026-01-02T"));
+  // What is recorded of it later must not be on a disk before the move is.
+  EXPECT_THAT(disks.flushed, ElementsAre("/media/usb/.Trash-0/files", "/media/usb/shots"));
   ASSERT_TRUE(trash.restore(**place, "/media/usb/shots/a b.png").has_value());
+  EXPECT_EQ(disks.flushed.size(), 4U);
   EXPECT_EQ(disks.text("/media/usb/shots/a b.png"), "usb");
   EXPECT_THAT(disks.names("/media/usb/.Trash-0/info"), IsEmpty());
 
