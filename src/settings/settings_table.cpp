@@ -39,6 +39,14 @@ JSONValue anyText(std::string_view text) {
 
 JSONValue plainText(std::string_view text) { return {std::string(text)}; }
 
+bool isNone(const JSONValue& value) { return held<std::nullptr_t>(value) != nullptr; }
+
+/// How a setting is parsed that may be empty: as it is shown then, or in its own way.
+template <auto parse>
+JSONValue noneOr(std::string_view text) {
+  return text == "none" ? JSONValue{nullptr} : parse(text);
+}
+
 JSONValue flagText(std::string_view text) {
   for (const auto* const yes : {"true", "on", "yes", "1"}) {
     if (text == yes) return {true};
@@ -51,7 +59,7 @@ JSONValue flagText(std::string_view text) {
 
 template <class T>
 std::optional<T> decoded(const JSONValue& value) {
-  if (held<std::nullptr_t>(value) != nullptr) return std::nullopt;
+  if (isNone(value)) return std::nullopt;
   auto record = json::fromText<T>(json::toText(value));
   if (!record) return std::nullopt;
   return *std::move(record);
@@ -218,7 +226,7 @@ class Table {
 
   Setting& optionalText(std::string_view key, Member<std::optional<std::string>> member,
                         bool (*fits)(std::string_view), std::string allowed) {
-    Setting& row = add(key, member, "text, optional", std::move(allowed));
+    Setting& row = add(key, member, "text, optional", "\"none\" or " + std::move(allowed));
     row.load = [member, fits](const Stored& stored, const SettingsValues&, SettingsValues& values) {
       const auto* const found = stored ? held<std::string>(*stored) : nullptr;
       (values.*member).reset();
@@ -230,9 +238,9 @@ class Table {
     };
     row.accepts = [fits](const JSONValue& value) {
       const auto* const found = held<std::string>(value);
-      return found != nullptr && fits(*found);
+      return isNone(value) || (found != nullptr && fits(*found));
     };
-    row.parse = plainText;
+    row.parse = noneOr<plainText>;
     return row;
   }
 
@@ -258,24 +266,22 @@ class Table {
     row.load = [member](const Stored& stored, const SettingsValues& defaults,
                         SettingsValues& values) {
       const auto found = stored ? decoded<HotKeySpec>(*stored) : std::nullopt;
-      const bool taken = stored && held<std::nullptr_t>(*stored) != nullptr;
+      const bool taken = stored && isNone(*stored);
       values.*member = taken ? std::nullopt : found ? found : defaults.*member;
     };
     row.store = [member](const SettingsValues& values) {
       return values.*member ? encoded(*(values.*member)) : JSONValue{nullptr};
     };
     row.accepts = [](const JSONValue& value) {
-      return held<std::nullptr_t>(value) != nullptr || decoded<HotKeySpec>(value).has_value();
+      return isNone(value) || decoded<HotKeySpec>(value).has_value();
     };
-    row.parse = [](std::string_view text) {
-      return text == "none" ? JSONValue{nullptr} : anyText(text);
-    };
+    row.parse = noneOr<anyText>;
   }
 
   void rememberedRegion(std::string_view key, Member<std::optional<RememberedRegion>> member) {
     Setting& row = add(key, member, "JSON, optional",
-                       "an object with \"displayUUID\", \"rect\", \"displayPointSize\" and "
-                       "\"displayPixelSize\"");
+                       "\"none\" or an object with \"displayUUID\", \"rect\", \"displayPointSize\" "
+                       "and \"displayPixelSize\"");
     row.resets = false;
     row.load = [member](const Stored& stored, const SettingsValues&, SettingsValues& values) {
       values.*member = stored ? decoded<RememberedRegion>(*stored) : std::nullopt;
@@ -285,8 +291,9 @@ class Table {
       return encoded(*(values.*member));
     };
     row.accepts = [](const JSONValue& value) {
-      return decoded<RememberedRegion>(value).has_value();
+      return isNone(value) || decoded<RememberedRegion>(value).has_value();
     };
+    row.parse = noneOr<anyText>;
   }
 
   /// A set is stored as a list.
