@@ -56,7 +56,7 @@ TEST(SettingsStoreTest, EachSettingKeepsItsReadingRule) {
   EXPECT_TRUE(values.smartRedactFaces);
   EXPECT_FALSE(values.openAnnotateAfterCapture);
   EXPECT_EQ(values.captureDelaySeconds, CaptureDelay::five);
-  EXPECT_EQ(values.timedCaptureLastDelaySeconds, CaptureDelay::none);
+  EXPECT_EQ(values.timedCaptureLastDelaySeconds, CaptureDelay::five);
   EXPECT_EQ(values.retentionDays, RetentionPolicy::year);
   EXPECT_EQ(values.thumbnailIdleSeconds, 120);
   EXPECT_EQ(values.mcpPort, 1024);
@@ -94,6 +94,8 @@ TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {
   EXPECT_EQ(refusal("exportFormat", "bmp"), "exportFormat must be one of png, jpeg, heic, webp");
   EXPECT_EQ(refusal("mcpPort", "80"), "mcpPort must be a whole number from 1024 to 65535");
   EXPECT_EQ(refusal("retentionDays", "8"), "retentionDays must be one of 0, 7, 30, 90, 365");
+  EXPECT_EQ(refusal("timedCaptureLastDelaySeconds", "0"),
+            "timedCaptureLastDelaySeconds must be one of 3, 5, 10");
   EXPECT_EQ(refusal("jpegQuality", "1.5"), "jpegQuality must be a number from 0.05 to 1");
   EXPECT_EQ(refusal("playSounds", "perhaps"), "playSounds must be true or false");
   EXPECT_THAT(refusal("desktopCoverColor", "#FF0000"), HasSubstr("must be a colour"));

@@ -151,27 +151,30 @@ class Table {
     row.parse = plainText;
   }
 
-  /// A choice stored as a number. An absent key reads as 0, which `zero` stands for.
+  /// A choice stored as a number. An absent key reads as 0, which `zero` stands for; where that is
+  /// another number, 0 is no choice.
   template <NamedEnum Enum>
   void numbered(std::string_view key, Member<Enum> member, Enum zero,
                 Enum (*fromNumber)(std::int64_t), std::int64_t (*toNumber)(Enum)) {
     std::string numbers;
     for (const auto& entry : enumNames<Enum>) {
+      if (toNumber(entry.value) == 0 && toNumber(zero) != 0) continue;
       numbers += fmt::format("{}{}", numbers.empty() ? "" : ", ", toNumber(entry.value));
     }
     Setting& row = add(key, member, "number", "one of " + numbers);
-    row.load = [member, zero, fromNumber](const Stored& stored, const SettingsValues&,
-                                          SettingsValues& values) {
+    row.load = [member, zero, fromNumber, toNumber](const Stored& stored, const SettingsValues&,
+                                                    SettingsValues& values) {
       const double number = stored ? numberOf(*stored).value_or(0) : 0;
-      const auto whole = static_cast<std::int64_t>(std::clamp(number, -1e6, 1e6));
-      values.*member = whole == 0 ? zero : fromNumber(whole);
+      const Enum found = fromNumber(static_cast<std::int64_t>(std::clamp(number, -1e6, 1e6)));
+      values.*member = toNumber(found) == 0 ? zero : found;
     };
     row.store = [member, toNumber](const SettingsValues& values) {
       return JSONValue{toNumber(values.*member)};
     };
-    row.accepts = [fromNumber, toNumber](const JSONValue& value) {
+    row.accepts = [zero, fromNumber, toNumber](const JSONValue& value) {
       const auto number = integerOf(value);
-      return number && toNumber(fromNumber(*number)) == *number;
+      return number && toNumber(fromNumber(*number)) == *number &&
+             (*number != 0 || toNumber(zero) == 0);
     };
   }
 
@@ -343,7 +346,7 @@ void addCapture(Table& table) {
   table.group = SettingGroup::capture;
   table.rememberedRegion(VT_SETTING(rememberedRegion));
   table.numbered(VT_SETTING(captureDelaySeconds), CaptureDelay::none, delayOfSeconds, secondsOf);
-  // A timer of no length is none, so 0 is the usual five seconds.
+  // A timer of no length is none.
   table.numbered(VT_SETTING(timedCaptureLastDelaySeconds), CaptureDelay::five, delayOfSeconds,
                  secondsOf);
   table.flag(VT_SETTING(copyToClipboardAfterCapture), presentOrOn);
