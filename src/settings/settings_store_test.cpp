@@ -115,6 +115,42 @@ TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {
   EXPECT_EQ(settings.values().captureHotKey, defaults().captureHotKey);
 }
 
+TEST(SettingsStoreTest, OfACompositeValueNothingIsDroppedOrBroughtIntoRangeInSilence) {
+  FakeDefaultsStore stored;
+  SettingsStore settings(stored, defaults());
+  const std::vector<std::pair<const char*, std::vector<const char*>>> refused = {
+      {"cameraBubbleStyle", {R"({"size":99})", R"({"size":"big"})", R"({"border":1})", "[]"}},
+      {"cameraBubblePlacement", {R"({"x":7,"y":0})", R"({"x":0.5})"}},
+      {"studioFavouriteGradients", {"[1,2]", R"(["dusk",3])", "dusk"}},
+      {"editorInspectorFolds", {R"(["a",null])"}},
+      {"editorToolStyles",
+       {R"({"pen":5})", R"({"pen":{"color":"#000000","widthIdx":1.5}})",
+        R"({"polygon":{"color":"#000000","widthIdx":1,"sides":2}})"}},
+      {"editorBackground", {R"({"fill":{"none":{}},"shadowStrength":2})", R"({"shadow":true})"}},
+      {"gifExportOptions",
+       {R"({"size":{"full":{}},"framesPerSecond":90,"speed":1,"dithering":true,"loopsForever":true})",
+        R"({"size":{"width":{"_0":0}},"framesPerSecond":9,"speed":1,"dithering":true,"loopsForever":true})"}},
+      {"captureHotKey", {R"({"keyCode":97.5,"carbonModifiers":0})"}},
+      {"rememberedRegion", {R"({"displayUUID":"d"})"}},
+  };
+  for (const auto& [key, values] : refused) {
+    for (const char* const value : values) {
+      EXPECT_FALSE(settings.setFromText(key, value).has_value()) << key << " " << value;
+    }
+  }
+  EXPECT_EQ(settings.values(), defaults());
+  EXPECT_EQ(settings.setFromText("cameraBubbleStyle", R"({"size":99})").error().reason,
+            R"(cameraBubbleStyle must be an object with "size" from 0.05 to 0.5, "mirrored" and )"
+            R"("border")");
+
+  // What is left out is as it always was, numbers may be written either way, and null says nothing.
+  ASSERT_TRUE(settings.setFromText("cameraBubbleStyle", R"({"size":0.3,"border":null})"));
+  EXPECT_EQ(settings.values().cameraBubbleStyle, (CameraBubbleStyle{.size = 0.3}));
+  ASSERT_TRUE(settings.setFromText("cameraBubblePlacement", R"({"y":1.0,"x":0})"));
+  ASSERT_TRUE(settings.setFromText("editorInspectorFolds", R"(["b","a","b"])"));
+  EXPECT_THAT(settings.values().editorInspectorFolds, ElementsAre("a", "b"));
+}
+
 TEST(SettingsStoreTest, ListenersHearOfChangesFromHereAndFromElsewhereOnce) {
   FakeDefaultsStore stored;
   SettingsStore settings(stored, defaults());

@@ -72,6 +72,30 @@ JSONValue encoded(const T& record) {
   return *std::move(value);
 }
 
+/// Whether `back` says all that `given` does; a null says nothing.
+bool keeps(const JSONValue& given, const JSONValue& back) {
+  if (const auto* const members = held<json::Object>(given)) {
+    const auto* const kept = held<json::Object>(back);
+    return kept != nullptr && std::ranges::all_of(*members, [&](const JSONMember& member) {
+             const JSONValue* const value = json::find(*kept, member.key);
+             return isNone(member.value) || (value != nullptr && keeps(member.value, *value));
+           });
+  }
+  if (const auto* const items = held<JSONValue::Array>(given)) {
+    const auto* const kept = held<JSONValue::Array>(back);
+    return kept != nullptr && std::ranges::equal(*items, *kept, keeps);
+  }
+  const auto number = numberOf(given);
+  return number ? number == numberOf(back) : given == back;
+}
+
+/// Whether nothing in `value` is dropped, replaced or brought into a range when it is decoded.
+template <class T>
+bool isWhole(const JSONValue& value) {
+  const auto record = decoded<T>(value);
+  return record && keeps(value, encoded(*record));
+}
+
 bool isColour(std::string_view text) {
   return text.size() == 7 && text[0] == '#' && std::ranges::all_of(text.substr(1), [](char c) {
            return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
@@ -90,6 +114,16 @@ bool isFileNameBase(std::string_view text) {
 }
 
 bool isAnyText(std::string_view text) { return !text.empty(); }
+
+bool isBackground(const BackgroundSpec& background) {
+  return background.paddingPercent >= 0 && background.cornerRadius >= 0 &&
+         background.shadowStrength >= 0 && background.shadowStrength <= 1;
+}
+
+bool isGif(const GifExportOptions& options) {
+  const auto* const width = std::get_if<GifExportOptions::Width>(&options.size);
+  return width == nullptr || width->pixels > 0;
+}
 
 /// Builds the table, one call a setting.
 class Table {
@@ -249,7 +283,8 @@ class Table {
 
   /// A record, list or map; what cannot be decoded counts as absent.
   template <class T>
-  Setting& composite(std::string_view key, Member<T> member, std::string allowed) {
+  Setting& composite(std::string_view key, Member<T> member, std::string allowed,
+                     bool (*fits)(const T&) = nullptr) {
     Setting& row = add(key, member, "JSON", std::move(allowed));
     row.load = [member](const Stored& stored, const SettingsValues& defaults,
                         SettingsValues& values) {
@@ -257,7 +292,9 @@ class Table {
       values.*member = found ? *std::move(found) : defaults.*member;
     };
     row.store = [member](const SettingsValues& values) { return encoded(values.*member); };
-    row.accepts = [](const JSONValue& value) { return decoded<T>(value).has_value(); };
+    row.accepts = [fits](const JSONValue& value) {
+      return isWhole<T>(value) && (fits == nullptr || fits(*decoded<T>(value)));
+    };
     return row;
   }
 
@@ -276,7 +313,7 @@ class Table {
       return values.*member ? encoded(*(values.*member)) : JSONValue{nullptr};
     };
     row.accepts = [](const JSONValue& value) {
-      return isNone(value) || decoded<HotKeySpec>(value).has_value();
+      return isNone(value) || isWhole<HotKeySpec>(value);
     };
     row.parse = noneOr<anyText>;
   }
@@ -294,7 +331,7 @@ class Table {
       return encoded(*(values.*member));
     };
     row.accepts = [](const JSONValue& value) {
-      return isNone(value) || decoded<RememberedRegion>(value).has_value();
+      return isNone(value) || isWhole<RememberedRegion>(value);
     };
     row.parse = noneOr<anyText>;
   }
@@ -312,7 +349,7 @@ class Table {
     row.store = [member](const SettingsValues& values) {
       return encoded(List((values.*member).begin(), (values.*member).end()));
     };
-    row.accepts = [](const JSONValue& value) { return decoded<List>(value).has_value(); };
+    row.accepts = [](const JSONValue& value) { return isWhole<List>(value); };
   }
 };
 
@@ -395,11 +432,17 @@ void addShelfAndEditor(Table& table) {
   table.choice(VT_SETTING(shelfClickAction));
   table.group = SettingGroup::editor;
   table.composite(VT_SETTING(editorBackground),
-                  "an object with \"fill\", \"paddingPercent\", \"cornerRadius\", \"shadow\" and "
-                  "\"shadowStrength\"");
+                  "an object with \"fill\" ({\"none\":{}}, {\"solid\":{\"_0\":colour}} or "
+                  "{\"gradient\":{\"_0\":id}}), \"paddingPercent\" and \"cornerRadius\" from 0, "
+                  "\"shadow\" and \"shadowStrength\" from 0 to 1",
+                  isBackground);
   table.flag(VT_SETTING(editorInspectorShown), orDefault);
   table.textSet(VT_SETTING(editorInspectorFolds));
-  table.composite(VT_SETTING(editorToolStyles), "an object from tool names to styles");
+  table.composite(
+      VT_SETTING(editorToolStyles),
+      "an object from tool names to styles: objects with \"color\", \"widthIdx\" and, where the "
+      "tool has them, others, among them \"cornerRadius\" from 0, \"sides\" from 3 to 12 "
+      "and \"starInset\" from 0 to 0.7");
 }
 
 void addRecording(Table& table) {
@@ -424,14 +467,16 @@ void addRecording(Table& table) {
   table.choice(VT_SETTING(recordingControlsStyle));
   table.choice(VT_SETTING(cameraBubbleShape));
   table.composite(VT_SETTING(cameraBubbleStyle),
-                  "an object with \"size\", \"mirrored\" and \"border\"");
+                  "an object with \"size\" from 0.05 to 0.5, \"mirrored\" and \"border\"");
   table.composite(VT_SETTING(cameraBubblePlacement),
                   "an object with the numbers \"x\" and \"y\" from 0 to 1");
   table.group = SettingGroup::gif;
   table.flag(VT_SETTING(gifAskBeforeConverting), orDefault);
   table.composite(VT_SETTING(gifExportOptions),
-                  "an object with \"size\", \"framesPerSecond\", \"speed\", \"dithering\" and "
-                  "\"loopsForever\"");
+                  "an object with \"size\" ({\"full\":{}}, {\"half\":{}} or "
+                  "{\"width\":{\"_0\":pixels}}), \"framesPerSecond\" from 1 to 60, \"speed\" from "
+                  "0.1 to 10, \"dithering\" and \"loopsForever\"",
+                  isGif);
   table.flag(VT_SETTING(gifUseExternalEncoder), orDefault);
 }
 
