@@ -92,8 +92,11 @@ bool keeps(const JSONValue& given, const JSONValue& back) {
 /// Whether nothing in `value` is dropped, replaced or brought into a range when it is decoded.
 template <class T>
 bool isWhole(const JSONValue& value) {
-  const auto record = decoded<T>(value);
-  return record && keeps(value, encoded(*record));
+  using json::read;
+  const auto document = json::Document::parse(json::toText(value));
+  T record{};
+  json::Problem problem{.isStrict = true};
+  return document && read(document->root(), record, problem) && keeps(value, encoded(record));
 }
 
 bool isColour(std::string_view text) {
