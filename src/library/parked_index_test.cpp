@@ -10,7 +10,6 @@ namespace vantorel {
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 constexpr double day = 86400;
