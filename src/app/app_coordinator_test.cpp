@@ -206,6 +206,7 @@ class AppCoordinatorTest : public testing::Test {
 TEST_F(AppCoordinatorTest, ADisplayIsFiledUnderItsTimeWithScaleAndApplication) {
   run->screen.open = {window(1, "Editor", {100, 100, 400, 300}),
                       window(2, "Browser", {850, 0, 400, 400})};
+  ASSERT_TRUE(run->store->addCollection({.id = "c1", .name = "Trip"}).has_value());
   run->settings->set(&SettingsValues::activeCollectionID, "c1");
   run->begin({.kind = Kind::display, .display = "uuid-RIGHT"});
   ASSERT_NE(run->saved(0), nullptr) << run->words(0);
@@ -222,9 +223,11 @@ TEST_F(AppCoordinatorTest, ADisplayIsFiledUnderItsTimeWithScaleAndApplication) {
   EXPECT_TRUE(run->settings->values().hasCapturedSuccessfully);
   EXPECT_FALSE(run->app->arbiter().refusal());
 
-  // The same second again: the next free name.
+  // The same second again: the next free name. And no such collection, so none.
+  run->settings->set(&SettingsValues::activeCollectionID, "gone");
   run->begin({.kind = Kind::display});
   EXPECT_THAT(run->saved(1)->entry->path, testing::EndsWith(" 2.png"));
+  EXPECT_THAT(run->saved(1)->entry->collectionIDs, IsEmpty());
 }
 
 TEST_F(AppCoordinatorTest, ACrashBetweenAnyTwoChangesFilesTheCaptureOnce) {

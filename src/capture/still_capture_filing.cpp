@@ -76,7 +76,9 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
   entry.isTallCapture = staged.record.isTallCapture;
   entry.medium = CaptureMedium::image;
   entry.sourceApp = staged.record.sourceApp;
-  if (const auto collection = services_.activeCollectionID()) {
+  // It may have been deleted, or typed by hand.
+  const auto collection = services_.activeCollectionID();
+  if (collection && store.findCollection(*collection) != nullptr) {
     entry.collectionIDs.push_back(*collection);
   }
   CaptureOutcome::Saved saved{

@@ -35,6 +35,9 @@ TEST_F(SettingsCommandTest, AValueIsSetShownAndResetAndARefusalNamesWhatIsAllowe
   EXPECT_EQ(settings.values().exportFormat, ExportFormat::jpeg);
   EXPECT_EQ(run({"get", "exportFormat", "--json"}).output, "\"jpeg\"\n");
   EXPECT_EQ(run({"set", "captureHotKey", "none"}).output, "none\n");
+  EXPECT_EQ(run({"set", "activeCollectionID", "a1"}).output, "a1\n");
+  EXPECT_EQ(run({"set", "activeCollectionID", "none"}).output, "none\n");
+  EXPECT_EQ(settings.values().activeCollectionID, std::nullopt);
   EXPECT_EQ(run({"set", "filenameTemplate", "--", "-shot"}).output, "-shot\n");
   EXPECT_THAT(run({"list"}).output, HasSubstr("\nexportFormat\tjpeg\tdefault png\tone of png, "));
 

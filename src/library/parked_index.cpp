@@ -106,7 +106,9 @@ Parking parkIndex(Files& files, const Path& index, std::string_view text) {
                                                         index.stem().string(), digest.high64);
   const auto there = files.read(parked, text.size());
   if (there && *there == text) return Parking::alreadyParked;
-  return files.replace(parked, text, Privacy::ownerOnly) ? Parking::parked : Parking::failed;
+  if (!files.replace(parked, text, Privacy::ownerOnly)) return Parking::failed;
+  // The damaged index is written over next: the copy's name must be on the disk before.
+  return files.flushFolder(parked.parent_path()) ? Parking::parked : Parking::failed;
 }
 
 ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, double now) {

@@ -10,7 +10,6 @@ namespace vantorel {
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 constexpr double day = 86400;
@@ -28,6 +27,8 @@ TEST(ParkedIndexTest, CopiesLoseTheirTextAndRubbishGoesAfterAMonthButNoLinkIsTou
       R"("future":{"ocrBlocks":[{"text":"a secret"}],"deep":1e400},"shapes":[]}]}})";
   ASSERT_TRUE(files.makeFolder("/data", Privacy::ownerOnly).has_value());
   ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::parked);
+  EXPECT_THAT(files.flushed, testing::ElementsAre(paths.data))
+      << "before the index is written over";
   ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::alreadyParked);
   const Path parked = paths.data / files.names("/data").at(0);
   files.disk[parked]->status.mode = 0644;

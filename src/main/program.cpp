@@ -146,6 +146,8 @@ struct Program::Parts {
       logWarning("Settings", "{}", *settingsFile.problem());
       alerts->notify("Settings", *settingsFile.problem());
     }
+    settingsFile.onProblem(
+        [this](const std::string& sentence) { alerts->notify("Settings", sentence); });
     coordinator = std::make_unique<AppCoordinator>(services(folders, std::move(terminate)));
     rewriter = std::make_unique<CaptureRewriter>(
         CaptureRewriter::Services{.main = main,

@@ -20,10 +20,15 @@ constexpr auto lockRetry = 20ms;
 constexpr int lockAttempts = 250;
 constexpr std::uint64_t largestFile = 16 << 20;
 
+/// A name for a file that makes no sense.
+Path asideOf(const Path& file) {
+  return file.parent_path() /
+         fmt::format("{}-{}.unreadable.json", file.stem().string(), randomID().substr(0, 8));
+}
+
 /// Moves a file that makes no sense out of the way, under a name of its own.
 Result<Path> setAside(Files& files, const Path& file) {
-  Path aside = file.parent_path() /
-               fmt::format("{}-{}.unreadable.json", file.stem().string(), randomID().substr(0, 8));
+  Path aside = asideOf(file);
   VT_TRY(files.moveNew(file, aside));
   return aside;
 }
@@ -49,16 +54,18 @@ class SettingsFile::Disk {
     return values;
   }
 
-  /// `busy` while another process is writing.
-  [[nodiscard]] Result<Values> apply(const Changes& changes) {
+  /// `busy` while another process is writing. `held` are the values of this process, from which a
+  /// file is written anew that no longer makes sense.
+  [[nodiscard]] Result<Applied> apply(const Changes& changes, const Values& held) {
     VT_TRY(files_.makeFolder(file_.parent_path(), Privacy::ownerOnly));
     const auto lock = VT_TRY(files_.lock(lockFile()));
+    std::optional<Path> aside;
     auto read = this->read();
     if (!read && read.error().kind == FailureKind::malformed) {
-      const Path aside = VT_TRY(setAside(files_, file_));
-      logWarning("Settings", "the settings file made no sense and was put aside as {}",
-                 aside.string());
-      read = Values{};
+      // A copy: should the disk be full, the next attempt must find the damage, not a file gone.
+      aside = asideOf(file_);
+      VT_TRY(files_.copyNew(file_, *aside));
+      read = held;
     }
     Values values = VT_TRY(std::move(read));
     for (const auto& [key, value] : changes) {
@@ -70,9 +77,12 @@ class SettingsFile::Disk {
     }
     json::Object object;
     for (const auto& [key, value] : values) object.push_back({key, value});
-    VT_TRY(files_.replace(file_, json::toText({std::move(object)}) + "\n", Privacy::ownerOnly));
+    auto replaced =
+        files_.replace(file_, json::toText({std::move(object)}) + "\n", Privacy::ownerOnly);
+    if (!replaced && aside) (void)files_.remove(*aside);
+    VT_TRY(std::move(replaced));
     VT_TRY(files_.flushFolder(file_.parent_path()));
-    return values;
+    return Applied{std::move(values), std::move(aside)};
   }
 
   /// Readable by its owner alone, and without what a run left that was killed while it wrote.
@@ -159,6 +169,10 @@ void SettingsFile::onOutsideChange(std::function<void(std::string_view key)> lis
   listener_ = std::move(listener);
 }
 
+void SettingsFile::onProblem(std::function<void(const std::string& sentence)> listener) {
+  problemListener_ = std::move(listener);
+}
+
 void SettingsFile::flush(std::move_only_function<void(Result<void>)> done) {
   if (blocked_) {
     services_.main->post(alive_.guard([this, done = std::move(done)]() mutable {
@@ -185,11 +199,12 @@ void SettingsFile::write() {
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> io;
     Changes changes;
-    std::move_only_function<void(Result<Values>&)> reply;
+    Values held;
+    std::move_only_function<void(Result<Applied>&)> reply;
     int left = lockAttempts;
 
     void operator()() {
-      Result<Values> result = disk->apply(changes);
+      Result<Applied> result = disk->apply(changes, held);
       if (!result && result.error().kind == FailureKind::busy && --left > 0) {
         io->postAfter(lockRetry, std::move(*this));
         return;
@@ -199,17 +214,19 @@ void SettingsFile::write() {
     }
   };
   services_.io->post(
-      Attempt{disk_, services_.main, services_.io, writing_,
-              alive_.guard([this](Result<Values>& result) { written(std::move(result)); })});
+      Attempt{disk_, services_.main, services_.io, writing_, values_,
+              alive_.guard([this](Result<Applied>& result) { written(std::move(result)); })});
 }
 
-void SettingsFile::written(Result<Values> result) {
+void SettingsFile::written(Result<Applied> result) {
   inFlight_ = false;
   const Changes tried = std::exchange(writing_, {});
   auto told = std::exchange(landing_, {});
   Result<void> answer;
+  std::optional<Path> aside;
   if (result) {
-    adopt(*std::move(result));
+    aside = std::move(result->aside);
+    adopt(std::move(result->values));
   } else {
     logError("Settings", "the settings could not be written: {}", result.error().reason);
     answer =
@@ -220,6 +237,14 @@ void SettingsFile::written(Result<Values> result) {
     write();
   } else if (!pending_.empty()) {
     schedule(answer ? std::chrono::nanoseconds(writeDelay) : retryDelay);
+  }
+  if (aside) {
+    const std::string sentence = fmt::format(
+        "Vantorel couldn't read its settings when it changed them. The file was put aside as {}, "
+        "and written anew with the settings in force.",
+        aside->filename().string());
+    logError("Settings", "{}", sentence);
+    if (problemListener_) problemListener_(sentence);
   }
   for (auto& done : told) done(answer);
 }

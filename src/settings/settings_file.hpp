@@ -35,6 +35,10 @@ class SettingsFile final : public DefaultsStore {
   /// be read and is left alone, so that changes last only for this run.
   [[nodiscard]] const std::optional<std::string>& problem() const { return problem_; }
 
+  /// Called with a sentence for the user when a write found that the file no longer made sense: it
+  /// was put aside, and written anew from the values held here.
+  void onProblem(std::function<void(const std::string& sentence)> listener);
+
   [[nodiscard]] std::optional<JSONValue> value(std::string_view key) const override;
   void set(std::string_view key, JSONValue value) override;
   void remove(std::string_view key) override;
@@ -45,11 +49,15 @@ class SettingsFile final : public DefaultsStore {
   using Values = std::map<std::string, JSONValue, std::less<>>;
   using Changes = std::map<std::string, std::optional<JSONValue>, std::less<>>;
   class Disk;
+  struct Applied {
+    Values values;              ///< now in the file
+    std::optional<Path> aside;  ///< where a file lies now that made no sense
+  };
 
   void changed(std::string_view key, std::optional<JSONValue> value);
   void schedule(std::chrono::nanoseconds delay);
   void write();
-  void written(Result<Values> result);
+  void written(Result<Applied> result);
   void readAgain();
   void adopt(Values values);
   void watch();
@@ -67,6 +75,7 @@ class SettingsFile final : public DefaultsStore {
   std::vector<std::move_only_function<void(Result<void>)>> waiting_;  // for the pending changes
   std::vector<std::move_only_function<void(Result<void>)>> landing_;  // for the write in flight
   std::function<void(std::string_view key)> listener_;
+  std::function<void(const std::string& sentence)> problemListener_;
   std::unique_ptr<FolderWatch> watch_;
   Alive debounce_;
   Alive alive_;

@@ -115,6 +115,28 @@ TEST_F(SettingsFileTest, FileThatMakesNoSenseIsPutAsideWhole) {
   EXPECT_EQ(files.text(path), "{damaged again");
 }
 
+TEST_F(SettingsFileTest, FileDamagedWhileTheProgramRunsCostsNoSetting) {
+  files.put(path, R"({"a":1,"b":2,"later":[3]})");
+  auto settings = open();
+  std::vector<std::string> heard;
+  std::vector<std::string> told;
+  settings->onOutsideChange([&](std::string_view key) { heard.emplace_back(key); });
+  settings->onProblem([&](const std::string& sentence) { told.push_back(sentence); });
+  changeOutside(R"({"a":1 "b":7})");
+  EXPECT_THAT(told, testing::IsEmpty()) << "an editor may still be writing it";
+  settings->set("a", {true});
+  files.spaceEndsAtChange = 4;
+  EXPECT_THAT(flushed(*settings), HasSubstr("no space left"));
+  files.changesFail.reset();
+  runners.advance(6s);
+  EXPECT_EQ(files.text(path), "{\"a\":true,\"b\":2,\"later\":[3]}\n");
+  EXPECT_EQ(settings->value("b"), JSONValue{std::int64_t{2}});
+  EXPECT_THAT(heard, testing::IsEmpty());
+  ASSERT_THAT(told, ElementsAre(HasSubstr("put aside as settings-")));
+  const std::string name = told[0].substr(told[0].find("settings-"), 33);
+  EXPECT_EQ(files.text(Path("/config") / name), R"({"a":1 "b":7})");
+}
+
 TEST_F(SettingsFileTest, FailedWriteIsToldAndTriedAgain) {
   auto settings = open();
   files.changesFail = FailureKind::noSpace;

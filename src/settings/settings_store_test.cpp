@@ -56,7 +56,7 @@ TEST(SettingsStoreTest, EachSettingKeepsItsReadingRule) {
   EXPECT_TRUE(values.smartRedactFaces);
   EXPECT_FALSE(values.openAnnotateAfterCapture);
   EXPECT_EQ(values.captureDelaySeconds, CaptureDelay::five);
-  EXPECT_EQ(values.timedCaptureLastDelaySeconds, CaptureDelay::none);
+  EXPECT_EQ(values.timedCaptureLastDelaySeconds, CaptureDelay::five);
   EXPECT_EQ(values.retentionDays, RetentionPolicy::year);
   EXPECT_EQ(values.thumbnailIdleSeconds, 120);
   EXPECT_EQ(values.mcpPort, 1024);
@@ -74,12 +74,11 @@ TEST(SettingsStoreTest, EveryValueThatIsShownCanBeSetAndComesBack) {
   FakeDefaultsStore stored;
   SettingsStore settings(stored, defaults());
   for (const SettingDescription& setting : describeSettings(settings)) {
-    if (setting.value == JSONValue{nullptr}) continue;
     EXPECT_TRUE(settings.setFromValue(setting.key, setting.value).has_value()) << setting.key;
     const auto* const text = std::get_if<std::string>(&setting.value.value);
-    EXPECT_TRUE(
-        settings.setFromText(setting.key, text ? *text : json::toText(setting.value)).has_value())
-        << setting.key;
+    const bool isNone = setting.value == JSONValue{nullptr};
+    const std::string shown = isNone ? "none" : text ? *text : json::toText(setting.value);
+    EXPECT_TRUE(settings.setFromText(setting.key, shown).has_value()) << setting.key;
   }
   EXPECT_EQ(settings.values(), defaults());
   EXPECT_TRUE(stored.stored.empty()) << "setting what is there already stores nothing";
@@ -95,6 +94,8 @@ TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {
   EXPECT_EQ(refusal("exportFormat", "bmp"), "exportFormat must be one of png, jpeg, heic, webp");
   EXPECT_EQ(refusal("mcpPort", "80"), "mcpPort must be a whole number from 1024 to 65535");
   EXPECT_EQ(refusal("retentionDays", "8"), "retentionDays must be one of 0, 7, 30, 90, 365");
+  EXPECT_EQ(refusal("timedCaptureLastDelaySeconds", "0"),
+            "timedCaptureLastDelaySeconds must be one of 3, 5, 10");
   EXPECT_EQ(refusal("jpegQuality", "1.5"), "jpegQuality must be a number from 0.05 to 1");
   EXPECT_EQ(refusal("playSounds", "perhaps"), "playSounds must be true or false");
   EXPECT_THAT(refusal("desktopCoverColor", "#FF0000"), HasSubstr("must be a colour"));
@@ -112,6 +113,43 @@ TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {
   EXPECT_EQ(SettingsStore(stored, defaults()).values(), settings.values());
   ASSERT_TRUE(settings.reset("captureHotKey").has_value());
   EXPECT_EQ(settings.values().captureHotKey, defaults().captureHotKey);
+}
+
+TEST(SettingsStoreTest, OfACompositeValueNothingIsDroppedOrBroughtIntoRangeInSilence) {
+  FakeDefaultsStore stored;
+  SettingsStore settings(stored, defaults());
+  const std::vector<std::pair<const char*, std::vector<const char*>>> refused = {
+      {"cameraBubbleStyle", {R"({"size":99})", R"({"size":"big"})", R"({"border":1})", "[]"}},
+      {"cameraBubblePlacement", {R"({"x":7,"y":0})", R"({"x":0.5})"}},
+      {"studioFavouriteGradients", {"[1,2]", R"(["dusk",3])", "dusk"}},
+      {"editorInspectorFolds", {R"(["a",null])"}},
+      {"editorToolStyles",
+       {R"({"pen":5})", R"({"pen":{"color":"#000000","widthIdx":1.5}})",
+        R"({"polygon":{"color":"#000000","widthIdx":1,"sides":2}})",
+        R"({"pen":{"color":"#000000","widthIdx":1,"opacity":"half"}})"}},
+      {"editorBackground", {R"({"fill":{"none":{}},"shadowStrength":2})", R"({"shadow":true})"}},
+      {"gifExportOptions",
+       {R"({"size":{"full":{}},"framesPerSecond":90,"speed":1,"dithering":true,"loopsForever":true})",
+        R"({"size":{"width":{"_0":0}},"framesPerSecond":9,"speed":1,"dithering":true,"loopsForever":true})"}},
+      {"captureHotKey", {R"({"keyCode":97.5,"carbonModifiers":0})"}},
+      {"rememberedRegion", {R"({"displayUUID":"d"})"}},
+  };
+  for (const auto& [key, values] : refused) {
+    for (const char* const value : values) {
+      EXPECT_FALSE(settings.setFromText(key, value).has_value()) << key << " " << value;
+    }
+  }
+  EXPECT_EQ(settings.values(), defaults());
+  EXPECT_EQ(settings.setFromText("cameraBubbleStyle", R"({"size":99})").error().reason,
+            R"(cameraBubbleStyle must be an object with "size" from 0.05 to 0.5, "mirrored" and )"
+            R"("border")");
+
+  // What is left out is as it always was, numbers may be written either way, and null says nothing.
+  ASSERT_TRUE(settings.setFromText("cameraBubbleStyle", R"({"size":0.3,"border":null})"));
+  EXPECT_EQ(settings.values().cameraBubbleStyle, (CameraBubbleStyle{.size = 0.3}));
+  ASSERT_TRUE(settings.setFromText("cameraBubblePlacement", R"({"y":1.0,"x":0})"));
+  ASSERT_TRUE(settings.setFromText("editorInspectorFolds", R"(["b","a","b"])"));
+  EXPECT_THAT(settings.values().editorInspectorFolds, ElementsAre("a", "b"));
 }
 
 TEST(SettingsStoreTest, ListenersHearOfChangesFromHereAndFromElsewhereOnce) {

@@ -39,6 +39,14 @@ JSONValue anyText(std::string_view text) {
 
 JSONValue plainText(std::string_view text) { return {std::string(text)}; }
 
+bool isNone(const JSONValue& value) { return held<std::nullptr_t>(value) != nullptr; }
+
+/// How a setting is parsed that may be empty: as it is shown then, or in its own way.
+template <auto parse>
+JSONValue noneOr(std::string_view text) {
+  return text == "none" ? JSONValue{nullptr} : parse(text);
+}
+
 JSONValue flagText(std::string_view text) {
   for (const auto* const yes : {"true", "on", "yes", "1"}) {
     if (text == yes) return {true};
@@ -51,7 +59,7 @@ JSONValue flagText(std::string_view text) {
 
 template <class T>
 std::optional<T> decoded(const JSONValue& value) {
-  if (held<std::nullptr_t>(value) != nullptr) return std::nullopt;
+  if (isNone(value)) return std::nullopt;
   auto record = json::fromText<T>(json::toText(value));
   if (!record) return std::nullopt;
   return *std::move(record);
@@ -62,6 +70,33 @@ JSONValue encoded(const T& record) {
   auto value = json::parseValue(json::toText(record));
   VT_CHECK(value.has_value());
   return *std::move(value);
+}
+
+/// Whether `back` says all that `given` does; a null says nothing.
+bool keeps(const JSONValue& given, const JSONValue& back) {
+  if (const auto* const members = held<json::Object>(given)) {
+    const auto* const kept = held<json::Object>(back);
+    return kept != nullptr && std::ranges::all_of(*members, [&](const JSONMember& member) {
+             const JSONValue* const value = json::find(*kept, member.key);
+             return isNone(member.value) || (value != nullptr && keeps(member.value, *value));
+           });
+  }
+  if (const auto* const items = held<JSONValue::Array>(given)) {
+    const auto* const kept = held<JSONValue::Array>(back);
+    return kept != nullptr && std::ranges::equal(*items, *kept, keeps);
+  }
+  const auto number = numberOf(given);
+  return number ? number == numberOf(back) : given == back;
+}
+
+/// Whether nothing in `value` is dropped, replaced or brought into a range when it is decoded.
+template <class T>
+bool isWhole(const JSONValue& value) {
+  using json::read;
+  const auto document = json::Document::parse(json::toText(value));
+  T record{};
+  json::Problem problem{.isStrict = true};
+  return document && read(document->root(), record, problem) && keeps(value, encoded(record));
 }
 
 bool isColour(std::string_view text) {
@@ -82,6 +117,16 @@ bool isFileNameBase(std::string_view text) {
 }
 
 bool isAnyText(std::string_view text) { return !text.empty(); }
+
+bool isBackground(const BackgroundSpec& background) {
+  return background.paddingPercent >= 0 && background.cornerRadius >= 0 &&
+         background.shadowStrength >= 0 && background.shadowStrength <= 1;
+}
+
+bool isGif(const GifExportOptions& options) {
+  const auto* const width = std::get_if<GifExportOptions::Width>(&options.size);
+  return width == nullptr || width->pixels > 0;
+}
 
 /// Builds the table, one call a setting.
 class Table {
@@ -143,27 +188,30 @@ class Table {
     row.parse = plainText;
   }
 
-  /// A choice stored as a number. An absent key reads as 0, which `zero` stands for.
+  /// A choice stored as a number. An absent key reads as 0, which `zero` stands for; where that is
+  /// another number, 0 is no choice.
   template <NamedEnum Enum>
   void numbered(std::string_view key, Member<Enum> member, Enum zero,
                 Enum (*fromNumber)(std::int64_t), std::int64_t (*toNumber)(Enum)) {
     std::string numbers;
     for (const auto& entry : enumNames<Enum>) {
+      if (toNumber(entry.value) == 0 && toNumber(zero) != 0) continue;
       numbers += fmt::format("{}{}", numbers.empty() ? "" : ", ", toNumber(entry.value));
     }
     Setting& row = add(key, member, "number", "one of " + numbers);
-    row.load = [member, zero, fromNumber](const Stored& stored, const SettingsValues&,
-                                          SettingsValues& values) {
+    row.load = [member, zero, fromNumber, toNumber](const Stored& stored, const SettingsValues&,
+                                                    SettingsValues& values) {
       const double number = stored ? numberOf(*stored).value_or(0) : 0;
-      const auto whole = static_cast<std::int64_t>(std::clamp(number, -1e6, 1e6));
-      values.*member = whole == 0 ? zero : fromNumber(whole);
+      const Enum found = fromNumber(static_cast<std::int64_t>(std::clamp(number, -1e6, 1e6)));
+      values.*member = toNumber(found) == 0 ? zero : found;
     };
     row.store = [member, toNumber](const SettingsValues& values) {
       return JSONValue{toNumber(values.*member)};
     };
-    row.accepts = [fromNumber, toNumber](const JSONValue& value) {
+    row.accepts = [zero, fromNumber, toNumber](const JSONValue& value) {
       const auto number = integerOf(value);
-      return number && toNumber(fromNumber(*number)) == *number;
+      return number && toNumber(fromNumber(*number)) == *number &&
+             (*number != 0 || toNumber(zero) == 0);
     };
   }
 
@@ -218,7 +266,7 @@ class Table {
 
   Setting& optionalText(std::string_view key, Member<std::optional<std::string>> member,
                         bool (*fits)(std::string_view), std::string allowed) {
-    Setting& row = add(key, member, "text, optional", std::move(allowed));
+    Setting& row = add(key, member, "text, optional", "\"none\" or " + std::move(allowed));
     row.load = [member, fits](const Stored& stored, const SettingsValues&, SettingsValues& values) {
       const auto* const found = stored ? held<std::string>(*stored) : nullptr;
       (values.*member).reset();
@@ -230,15 +278,16 @@ class Table {
     };
     row.accepts = [fits](const JSONValue& value) {
       const auto* const found = held<std::string>(value);
-      return found != nullptr && fits(*found);
+      return isNone(value) || (found != nullptr && fits(*found));
     };
-    row.parse = plainText;
+    row.parse = noneOr<plainText>;
     return row;
   }
 
   /// A record, list or map; what cannot be decoded counts as absent.
   template <class T>
-  Setting& composite(std::string_view key, Member<T> member, std::string allowed) {
+  Setting& composite(std::string_view key, Member<T> member, std::string allowed,
+                     bool (*fits)(const T&) = nullptr) {
     Setting& row = add(key, member, "JSON", std::move(allowed));
     row.load = [member](const Stored& stored, const SettingsValues& defaults,
                         SettingsValues& values) {
@@ -246,7 +295,9 @@ class Table {
       values.*member = found ? *std::move(found) : defaults.*member;
     };
     row.store = [member](const SettingsValues& values) { return encoded(values.*member); };
-    row.accepts = [](const JSONValue& value) { return decoded<T>(value).has_value(); };
+    row.accepts = [fits](const JSONValue& value) {
+      return isWhole<T>(value) && (fits == nullptr || fits(*decoded<T>(value)));
+    };
     return row;
   }
 
@@ -258,24 +309,22 @@ class Table {
     row.load = [member](const Stored& stored, const SettingsValues& defaults,
                         SettingsValues& values) {
       const auto found = stored ? decoded<HotKeySpec>(*stored) : std::nullopt;
-      const bool taken = stored && held<std::nullptr_t>(*stored) != nullptr;
+      const bool taken = stored && isNone(*stored);
       values.*member = taken ? std::nullopt : found ? found : defaults.*member;
     };
     row.store = [member](const SettingsValues& values) {
       return values.*member ? encoded(*(values.*member)) : JSONValue{nullptr};
     };
     row.accepts = [](const JSONValue& value) {
-      return held<std::nullptr_t>(value) != nullptr || decoded<HotKeySpec>(value).has_value();
+      return isNone(value) || isWhole<HotKeySpec>(value);
     };
-    row.parse = [](std::string_view text) {
-      return text == "none" ? JSONValue{nullptr} : anyText(text);
-    };
+    row.parse = noneOr<anyText>;
   }
 
   void rememberedRegion(std::string_view key, Member<std::optional<RememberedRegion>> member) {
     Setting& row = add(key, member, "JSON, optional",
-                       "an object with \"displayUUID\", \"rect\", \"displayPointSize\" and "
-                       "\"displayPixelSize\"");
+                       "\"none\" or an object with \"displayUUID\", \"rect\", \"displayPointSize\" "
+                       "and \"displayPixelSize\"");
     row.resets = false;
     row.load = [member](const Stored& stored, const SettingsValues&, SettingsValues& values) {
       values.*member = stored ? decoded<RememberedRegion>(*stored) : std::nullopt;
@@ -285,8 +334,9 @@ class Table {
       return encoded(*(values.*member));
     };
     row.accepts = [](const JSONValue& value) {
-      return decoded<RememberedRegion>(value).has_value();
+      return isNone(value) || isWhole<RememberedRegion>(value);
     };
+    row.parse = noneOr<anyText>;
   }
 
   /// A set is stored as a list.
@@ -302,7 +352,7 @@ class Table {
     row.store = [member](const SettingsValues& values) {
       return encoded(List((values.*member).begin(), (values.*member).end()));
     };
-    row.accepts = [](const JSONValue& value) { return decoded<List>(value).has_value(); };
+    row.accepts = [](const JSONValue& value) { return isWhole<List>(value); };
   }
 };
 
@@ -336,7 +386,7 @@ void addCapture(Table& table) {
   table.group = SettingGroup::capture;
   table.rememberedRegion(VT_SETTING(rememberedRegion));
   table.numbered(VT_SETTING(captureDelaySeconds), CaptureDelay::none, delayOfSeconds, secondsOf);
-  // A timer of no length is none, so 0 is the usual five seconds.
+  // A timer of no length is none.
   table.numbered(VT_SETTING(timedCaptureLastDelaySeconds), CaptureDelay::five, delayOfSeconds,
                  secondsOf);
   table.flag(VT_SETTING(copyToClipboardAfterCapture), presentOrOn);
@@ -385,11 +435,17 @@ void addShelfAndEditor(Table& table) {
   table.choice(VT_SETTING(shelfClickAction));
   table.group = SettingGroup::editor;
   table.composite(VT_SETTING(editorBackground),
-                  "an object with \"fill\", \"paddingPercent\", \"cornerRadius\", \"shadow\" and "
-                  "\"shadowStrength\"");
+                  "an object with \"fill\" ({\"none\":{}}, {\"solid\":{\"_0\":colour}} or "
+                  "{\"gradient\":{\"_0\":id}}), \"paddingPercent\" and \"cornerRadius\" from 0, "
+                  "\"shadow\" and \"shadowStrength\" from 0 to 1",
+                  isBackground);
   table.flag(VT_SETTING(editorInspectorShown), orDefault);
   table.textSet(VT_SETTING(editorInspectorFolds));
-  table.composite(VT_SETTING(editorToolStyles), "an object from tool names to styles");
+  table.composite(
+      VT_SETTING(editorToolStyles),
+      "an object from tool names to styles: objects with \"color\", \"widthIdx\" and, where the "
+      "tool has them, others, among them \"cornerRadius\" from 0, \"sides\" from 3 to 12 "
+      "and \"starInset\" from 0 to 0.7");
 }
 
 void addRecording(Table& table) {
@@ -414,14 +470,16 @@ void addRecording(Table& table) {
   table.choice(VT_SETTING(recordingControlsStyle));
   table.choice(VT_SETTING(cameraBubbleShape));
   table.composite(VT_SETTING(cameraBubbleStyle),
-                  "an object with \"size\", \"mirrored\" and \"border\"");
+                  "an object with \"size\" from 0.05 to 0.5, \"mirrored\" and \"border\"");
   table.composite(VT_SETTING(cameraBubblePlacement),
                   "an object with the numbers \"x\" and \"y\" from 0 to 1");
   table.group = SettingGroup::gif;
   table.flag(VT_SETTING(gifAskBeforeConverting), orDefault);
   table.composite(VT_SETTING(gifExportOptions),
-                  "an object with \"size\", \"framesPerSecond\", \"speed\", \"dithering\" and "
-                  "\"loopsForever\"");
+                  "an object with \"size\" ({\"full\":{}}, {\"half\":{}} or "
+                  "{\"width\":{\"_0\":pixels}}), \"framesPerSecond\" from 1 to 60, \"speed\" from "
+                  "0.1 to 10, \"dithering\" and \"loopsForever\"",
+                  isGif);
   table.flag(VT_SETTING(gifUseExternalEncoder), orDefault);
 }
 

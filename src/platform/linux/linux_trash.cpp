@@ -4,6 +4,10 @@
 #include <fmt/format.h>
 
 #include <ctime>
+#include <filesystem>
+#include <system_error>
+
+#include "platform/linux/system_error.hpp"
 
 namespace vantorel {
 namespace {
@@ -52,16 +56,41 @@ Path infoOf(const Path& trashed) {
   return info;
 }
 
+/// The folder where it really lies.
+Result<Path> withoutLinks(const Path& folder) {
+  std::error_code error;
+  Path real = std::filesystem::weakly_canonical(folder, error);
+  if (error) return systemFailure(error.value());
+  return real;
+}
+
 }  // namespace
 
 LinuxTrash::LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID)
     : files_(files), clock_(clock), dataHome_(std::move(dataHome)), userID_(userID) {}
 
-Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& path, std::uint64_t device) {
-  VT_TRY(files_.makeFolder(dataHome_, Privacy::ownerOnly));
-  if (VT_TRY(files_.status(dataHome_)).device == device) return Can{dataHome_ / "Trash", {}};
+// Others may write where it lies: a link or a folder of theirs would give them what is put in.
+Result<void> LinuxTrash::makeOwn(const Path& folder) {
+  VT_TRY(files_.makeFolder(folder, Privacy::ownerOnly));
+  const FileStatus status = VT_TRY(files_.status(folder));
+  if (status.type == FileType::folder && status.owner == userID_) return {};
+  return failed(FailureKind::denied, "its folder belongs to somebody else");
+}
 
-  Path top = path.parent_path();
+// What is recorded next, perhaps on another disk, says that the file has gone. Where a folder
+// cannot be flushed the file has moved all the same.
+void LinuxTrash::flushBoth(const Path& from, const Path& to) {
+  (void)files_.flushFolder(to.parent_path());
+  (void)files_.flushFolder(from.parent_path());
+}
+
+Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& folder, std::uint64_t device) {
+  const Path home = dataHome_ / "Trash";
+  VT_TRY(files_.makeFolder(home, Privacy::ownerOnly));
+  const Path realHome = VT_TRY(withoutLinks(home));
+  if (VT_TRY(files_.status(realHome)).device == device) return Can{home, {}};
+
+  Path top = folder;
   while (top.has_relative_path()) {
     const auto above = files_.status(top.parent_path());
     if (!above || above->device != device) break;
@@ -72,24 +101,22 @@ Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& path, std::uint64_t devic
   const auto status = files_.status(shared);
   if (status && status->type == FileType::folder && (status->mode & stickyBit) != 0) {
     const Path own = shared / std::to_string(userID_);
-    if (files_.makeFolder(own, Privacy::ownerOnly)) return Can{own, top};
+    if (makeOwn(own)) return Can{own, top};
   }
   const Path own = top / fmt::format(".Trash-{}", userID_);
-  const auto ownStatus = files_.status(own);
-  const bool isForeign =
-      ownStatus && (ownStatus->type != FileType::folder || ownStatus->owner != userID_);
-  if (isForeign || !files_.makeFolder(own, Privacy::ownerOnly)) {
-    return failed(FailureKind::unsupported, "its disk has no Trash");
-  }
-  return Can{own, top};
+  if (makeOwn(own)) return Can{own, top};
+  return failed(FailureKind::unsupported, "its disk has no Trash");
 }
 
 Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
   const FileStatus status = VT_TRY(files_.status(path));
-  const Can can = VT_TRY(canFor(path, status.device));
+  // The file itself may be a link, which is what is moved; its folder is where it really lies.
+  const Path folder = VT_TRY(withoutLinks(path.parent_path()));
+  const Can can = VT_TRY(canFor(folder, status.device));
   VT_TRY(files_.makeFolder(can.folder / "info", Privacy::ownerOnly));
   VT_TRY(files_.makeFolder(can.folder / "files", Privacy::ownerOnly));
-  const Path named = can.namedFrom.empty() ? path : path.lexically_relative(can.namedFrom);
+  const Path named =
+      can.namedFrom.empty() ? path : (folder / path.filename()).lexically_relative(can.namedFrom);
   const std::string info = fmt::format("[Trash Info]\nPath={}\nDeletionDate={}\n",
                                        percentEncoded(named.string()), localTime(clock_.now()));
   for (int attempt = 1; attempt <= mostNames; ++attempt) {
@@ -100,7 +127,10 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
     if (!claimed && claimed.error().kind == FailureKind::exists) continue;
     VT_TRY(std::move(claimed));
     auto moved = files_.moveNew(path, place);
-    if (moved) return std::optional(place);
+    if (moved) {
+      flushBoth(path, place);
+      return std::optional(place);
+    }
     (void)files_.remove(infoPath);
     if (moved.error().kind != FailureKind::exists) return std::unexpected(moved.error());
   }
@@ -111,6 +141,7 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
   VT_TRY(files_.status(trashed));
   VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
   VT_TRY(files_.moveNew(trashed, to));
+  flushBoth(trashed, to);
   // What is left of the information names a file that is no longer there: others clear it up.
   (void)files_.remove(infoOf(trashed));
   return {};

@@ -22,7 +22,9 @@ class LinuxTrash final : public Trash {
     Path folder;
     Path namedFrom;  ///< paths in it are written from here; empty for absolute ones
   };
-  [[nodiscard]] Result<Can> canFor(const Path& path, std::uint64_t device);
+  [[nodiscard]] Result<void> makeOwn(const Path& folder);
+  void flushBoth(const Path& from, const Path& to);
+  [[nodiscard]] Result<Can> canFor(const Path& folder, std::uint64_t device);
 
   Files& files_;
   const Clock& clock_;

@@ -1,6 +1,8 @@
 #include "platform/linux/linux_trash.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <array>
@@ -8,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/linux_clock.hpp"
 #include "platform/linux/linux_files.hpp"
 #include "platform/testing/fake_files.hpp"
@@ -16,6 +19,7 @@
 namespace vantorel {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -108,20 +112,112 @@ TEST_F(LinuxTrashTest, WhatGoesIntoTheTrashComesBackByUsAndByOthers) {
   EXPECT_TRUE(trash.moveToTrash(root / "pictures" / longName).has_value());
 }
 
+/// A folder on a disk that is not the one of the data home. At its top no Trash of the user lies
+/// while a test runs.
+class OtherDiskTrashTest : public LinuxTrashTest {
+ protected:
+  void SetUp() override {
+    LinuxTrashTest::SetUp();
+    // The top of a disk belongs to all tests of this machine.
+    turn = FileDescriptor(::open(top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(turn.number(), LOCK_EX), 0);
+    other = top / root.filename();
+    std::filesystem::create_directory(other);
+    ASSERT_NE(files.status(other).value().device, files.status(root).value().device);
+    ASSERT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(shared)));
+    isSharedFree = true;
+    isOwnNew = !std::filesystem::exists(own);
+  }
+  void TearDown() override {
+    std::filesystem::remove_all(other);
+    if (isSharedFree) std::filesystem::remove_all(shared);
+    if (isOwnNew) std::filesystem::remove_all(own);
+    LinuxTrashTest::TearDown();
+  }
+
+  Path putThere(const std::string& name) {
+    std::ofstream(other / name) << "kept";
+    return other / name;
+  }
+
+  const Path top = "/dev/shm";
+  const Path shared = top / ".Trash";
+  const Path own = top / (".Trash-" + std::to_string(::getuid()));
+  FileDescriptor turn;
+  Path other;
+  bool isSharedFree = false;
+  bool isOwnNew = false;
+};
+
+TEST_F(OtherDiskTrashTest, FolderReachedThroughALinkIsThrownAwayWhereItLies) {
+  LinuxTrash trash(files, clock, root / "data", ::getuid());
+  std::filesystem::create_directory_symlink(other, root / "linked");
+  putThere("a.png");
+  const auto place = trash.moveToTrash(root / "linked" / "a.png");
+  ASSERT_TRUE(place.has_value()) << place.error().reason;
+  EXPECT_EQ((**place).parent_path(), own / "files");
+  EXPECT_TRUE(std::filesystem::is_empty(other)) << "no Trash of its own in it";
+  EXPECT_THAT(bytesOf(own / "info" / ((**place).filename().string() + ".trashinfo")),
+              HasSubstr("\nPath=" + other.filename().string() + "/a.png\n"));
+  ASSERT_TRUE(trash.restore(**place, root / "linked" / "a.png").has_value());
+  EXPECT_EQ(bytesOf(other / "a.png"), "kept");
+
+  // The other way round: the data home lies there, behind a link.
+  LinuxTrash linked(files, clock, root / "linked", ::getuid());
+  const auto home = linked.moveToTrash(other / "a.png");
+  ASSERT_TRUE(home.has_value()) << home.error().reason;
+  EXPECT_EQ(**home, root / "linked" / "Trash" / "files" / "a.png");
+}
+
+TEST_F(OtherDiskTrashTest, WhatAnotherUserLaidThereIsNotUsed) {
+  LinuxTrash trash(files, clock, root / "data", ::getuid());
+  const Path ownInShared = shared / std::to_string(::getuid());
+  std::filesystem::create_directory(shared);
+  const auto placeOf = [&](const std::string& name) {
+    const auto place = trash.moveToTrash(putThere(name));
+    if (!place) return place.error().reason;
+    std::filesystem::remove((**place).parent_path().parent_path() / "info" / (name + ".trashinfo"));
+    std::filesystem::remove(**place);
+    return (**place).parent_path().parent_path().string();
+  };
+  const std::string name = other.filename().string();
+  EXPECT_EQ(placeOf(name), own) << "anybody may rename what lies in the shared one";
+  std::filesystem::permissions(shared,
+                               std::filesystem::perms::all | std::filesystem::perms::sticky_bit);
+  EXPECT_EQ(placeOf(name), ownInShared);
+  std::filesystem::remove_all(ownInShared);
+  std::filesystem::create_directory(root / "theirs");
+  std::filesystem::create_directory_symlink(root / "theirs", ownInShared);
+  EXPECT_EQ(placeOf(name), own);
+  EXPECT_TRUE(std::filesystem::is_empty(root / "theirs"));
+
+  // To a user of another number, the folders of this one are a stranger's.
+  const std::uint32_t stranger = ::getuid() + 1;
+  LinuxTrash strangers(files, clock, root / "data", stranger);
+  const auto refused = strangers.moveToTrash(putThere(name));
+  ASSERT_FALSE(refused.has_value());
+  EXPECT_EQ(refused.error().kind, FailureKind::unsupported);
+  EXPECT_EQ(bytesOf(other / name), "kept");
+  std::filesystem::remove_all(top / (".Trash-" + std::to_string(stranger)));
+}
+
 TEST_F(LinuxTrashTest, FilesOfAnotherDiskStayOnIt) {
   FakeFiles disks;
   FakeRunners runners;
-  LinuxTrash trash(disks, runners, "/home/u/.local/share", 1000);
+  LinuxTrash trash(disks, runners, "/home/u/.local/share", 0);
   disks.mounts = {"/media/usb"};
   disks.put("/media/usb/shots/a b.png", "usb");
   const auto place = trash.moveToTrash("/media/usb/shots/a b.png");
   ASSERT_TRUE(place.has_value()) << place.error().reason;
-  EXPECT_EQ(**place, "/media/usb/.Trash-1000/files/a b.png");
-  EXPECT_THAT(disks.text("/media/usb/.Trash-1000/info/a b.png.trashinfo"),
+  EXPECT_EQ(**place, "/media/usb/.Trash-0/files/a b.png");
+  EXPECT_THAT(disks.text("/media/usb/.Trash-0/info/a b.png.trashinfo"),
               testing::StartsWith("[Trash Info]\nPath=shots/a%20b.png\nDeletionDate=2026-01-02T"));
+  // What is recorded of it later must not be on a disk before the move is.
+  EXPECT_THAT(disks.flushed, ElementsAre("/media/usb/.Trash-0/files", "/media/usb/shots"));
   ASSERT_TRUE(trash.restore(**place, "/media/usb/shots/a b.png").has_value());
+  EXPECT_EQ(disks.flushed.size(), 4U);
   EXPECT_EQ(disks.text("/media/usb/shots/a b.png"), "usb");
-  EXPECT_THAT(disks.names("/media/usb/.Trash-1000/info"), IsEmpty());
+  EXPECT_THAT(disks.names("/media/usb/.Trash-0/info"), IsEmpty());
 
   // A full disk loses neither the file nor leaves information about nothing.
   for (int at = 1; at < 8; ++at) {

@@ -255,6 +255,7 @@ Result<void> FakeFiles::checkWritable(const Path& folder) const {
 
 Result<void> FakeFiles::flushFolder(const Path& folder) {
   if (!folders.contains(folder)) return missing();
+  flushed.push_back(folder);
   return {};
 }
 

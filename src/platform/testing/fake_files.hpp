@@ -44,6 +44,9 @@ class FakeFiles final : public Files {
   /// Bytes that `replaceWithParts` took from open files so far.
   std::uint64_t copiedBytes = 0;
 
+  /// Folders flushed so far, in order.
+  std::vector<Path> flushed;
+
   /// Folders whose content lies on a file system of its own.
   std::set<Path> mounts;
 
