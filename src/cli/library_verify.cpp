@@ -67,6 +67,7 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   };
   addAll("file without entry", findings.filesWithoutEntry);
   addAll("original without entry", findings.originalsWithoutEntry);
+  addAll("original without entry", findings.originalsInDoubt);
   addAll("parked index", findings.parkedIndexes);
   addAll("temporary", findings.temporaries);
   addAll("staged capture", findings.stagedCaptures);
@@ -109,8 +110,14 @@ CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
 }
 
 void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
-  LibraryScope scope{services_.store->entries(), services_.store->paths(),
-                     services_.captureFolders(), services_.originals, startedAt_};
+  const HistoryStore& store = *services_.store;
+  LibraryScope scope{.entries = store.entries(),
+                     .unreadPaths = store.unreadPaths(),
+                     .indexWasRead = store.indexWasReadFromDisk(),
+                     .paths = store.paths(),
+                     .captureFolders = services_.captureFolders(),
+                     .originals = services_.originals,
+                     .begunBefore = startedAt_};
   services_.work->post(
       [files = services_.files, main = services_.main, scope = std::move(scope), goOn,
        reply = alive_.guard(

@@ -1,5 +1,7 @@
 #include "library/index_storage.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <unordered_map>
 
 #include "base/json_writer.hpp"
@@ -234,6 +236,9 @@ IndexStorage::Loaded IndexStorage::decode() {
   if (loaded.unreadCount > 0) {
     logWarning(category, "{} item(s) of the index could not be read and are kept as they are",
                loaded.unreadCount);
+    for (const JSONValue& unread : rest_.unreadEntries) {
+      std::ranges::move(pathsIn(unread), std::back_inserter(loaded.unreadPaths));
+    }
   }
   return loaded;
 }

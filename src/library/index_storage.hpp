@@ -97,8 +97,9 @@ class IndexStorage {
     EntryList entries;
     EntryCaches caches;  ///< of the entries
     std::vector<HistoryCollection> collections;
-    std::size_t unreadCount = 0;    ///< items kept for a build that can read them
-    bool changedByReading = false;  ///< the entries are not all as the file has them
+    std::size_t unreadCount = 0;           ///< items kept for a build that can read them
+    std::vector<std::string> unreadPaths;  ///< of the files that those name
+    bool changedByReading = false;         ///< the entries are not all as the file has them
   };
 
   /// Takes the library's lock. `busy` when another process has it.

@@ -8,6 +8,8 @@
 #include "base/random_id.hpp"
 #include "base/time_text.hpp"
 #include "library/file_reach.hpp"
+#include "library/parked_index.hpp"
+#include "library/relocation_mover.hpp"
 
 namespace vantorel {
 namespace {
@@ -54,9 +56,9 @@ std::optional<double> timeInName(std::string name) {
 class Checker {
  public:
   Checker(const Files& files, const LibraryScope& scope) : files_(files), scope_(scope) {
+    known_.insert(scope.unreadPaths.begin(), scope.unreadPaths.end());
     for (const EntryPointer& entry : scope.entries) {
-      known_.insert(entry->path);
-      if (entry->originalPath) known_.insert(*entry->originalPath);
+      forEachPath(*entry, [this](const std::string& path) { known_.insert(path); });
     }
   }
 
@@ -131,12 +133,13 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
       }
     });
   }
+  std::vector<Path> originals;
   for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
     checker.lookThrough(folder, [&](const Path& path) {
       if (path.extension() == ".partial") {
         findings.temporaries.push_back(path);
       } else if (!checker.isKnown(path)) {
-        findings.originalsWithoutEntry.push_back(path);
+        originals.push_back(path);
       }
     });
   }
@@ -154,6 +157,15 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
       findings.journals.push_back(path);
     }
   });
+  // Their entries may yet be had again from a copy of an index that is mended by hand.
+  const auto parked = pathsInParkedIndexes(files, findings.parkedIndexes);
+  const std::set<Path> named =
+      parked ? std::set<Path>(parked->begin(), parked->end()) : std::set<Path>();
+  for (Path& path : originals) {
+    const bool isInDoubt = !scope.indexWasRead || !parked || named.contains(path);
+    auto& list = isInDoubt ? findings.originalsInDoubt : findings.originalsWithoutEntry;
+    list.push_back(std::move(path));
+  }
   return findings;
 }
 

@@ -28,6 +28,12 @@ struct MissingFiles {
 /// Where a library is looked through.
 struct LibraryScope {
   EntryList entries;
+
+  /// Files that other items of the index name (`HistoryStore::unreadPaths`).
+  std::vector<std::string> unreadPaths{};
+
+  /// False when there may be an index that the entries are not from.
+  bool indexWasRead = true;
   LibraryPaths paths;
   std::vector<Path> captureFolders;  ///< beside those that entries lie in
   Path originals;                    ///< of captures changed in place
@@ -41,6 +47,9 @@ struct LibraryFindings {
   MissingFiles missing;
   std::vector<Path> filesWithoutEntry;      ///< named as captures are
   std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses
+
+  /// Such that an index may name which could not be read, or that lies parked: not to be touched.
+  std::vector<Path> originalsInDoubt;
   std::vector<Path> parkedIndexes;
   std::vector<Path> temporaries;     ///< half a file, left by a run that was killed
   std::vector<Path> stagedCaptures;  ///< grabbed and not yet filed

@@ -61,10 +61,10 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
        {lost, std::string("/captures/.vantorel-7.partial"),
         std::string("/data/Redacted Originals/secret.png"),
         std::string("/data/Staged Captures/vantorel-6.png"),
-        std::string("/data/history-0a.unreadable.json"), std::string("/data/history.json.staging"),
-        std::string("/data/deletions.json")}) {
+        std::string("/data/history.json.staging"), std::string("/data/deletions.json")}) {
     files.put(path, "x");
   }
+  files.put("/data/history-0a.unreadable.json", "{}");
   files.now = 2000;
   files.put("/captures/Screenshot 2026-03-02 at 14.05.09.png", "being filed now");
   const auto before = files.changes;
@@ -83,6 +83,39 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   EXPECT_TRUE(stopped.missing.wasStopped);
   EXPECT_EQ(stopped.missing.gone.size(), 1U);
   EXPECT_THAT(stopped.journals, IsEmpty());
+}
+
+TEST(LibraryCheckTest, WhatAnythingStillNamesIsNobodysLeftover) {
+  FakeFiles files;
+  LibraryScope scope{.unreadPaths = {"/captures/Clip 2026-03-01 at 14.05.09.mp4", "/o/unread.png"},
+                     .paths = {"/data", "/caches"},
+                     .captureFolders = {"/captures"},
+                     .originals = "/o",
+                     .begunBefore = 1000};
+  ScreenshotEntry entry;
+  entry.path = "/captures/shown.png";
+  entry.layers.emplace().emplace_back().path = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  scope.entries.push_back(std::make_shared<const ScreenshotEntry>(entry));
+  for (const std::string& path : scope.unreadPaths) files.put(path, "x");
+  files.put(entry.path, "x");
+  files.put(*entry.layers->front().path, "x");
+  files.put("/o/parked.png", "x");
+  files.put("/o/orphan.png", "x");
+  const std::string copy = "/data/history-0a.unreadable.json";
+  files.put(copy, R"({"version":9,"items":[{"kept":{"as":"\/o/parked.png"}}]})");
+
+  const LibraryFindings parked = checkLibrary(files, scope, goOn);
+  EXPECT_THAT(parked.filesWithoutEntry, IsEmpty());
+  EXPECT_THAT(parked.originalsWithoutEntry, ElementsAre("/o/orphan.png"));
+  EXPECT_THAT(parked.originalsInDoubt, ElementsAre("/o/parked.png"));
+
+  // Half a copy may have named anything, and so may an index that gave no entries.
+  files.put(copy, R"({"version":4,"entries":[{"id":"a","origi)");
+  EXPECT_THAT(checkLibrary(files, scope, goOn).originalsWithoutEntry, IsEmpty());
+  files.disk.erase(copy);
+  EXPECT_EQ(checkLibrary(files, scope, goOn).originalsWithoutEntry.size(), 2U);
+  scope.indexWasRead = false;
+  EXPECT_EQ(checkLibrary(files, scope, goOn).originalsInDoubt.size(), 2U);
 }
 
 TEST(LibraryCheckTest, AnEntryIsMadeFromTheFileAndItsNameAlone) {

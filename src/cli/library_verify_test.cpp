@@ -1,0 +1,90 @@
+#include "cli/library_verify.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class LibraryVerifyTest : public testing::Test {
+ protected:
+  LibraryVerifyTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    files->folders.insert("/data");
+  }
+  ~LibraryVerifyTest() override { setLogSink(std::move(formerSink)); }
+
+  void load(const std::string& index) {
+    files->put("/data/history.json", index);
+    store.load([] {});
+    runners.run();
+  }
+
+  static std::string indexOf(const std::string& entries) {
+    return R"({"version":4,"entries":[)" + entries + R"(],"collections":[]})";
+  }
+
+  CommandReply verify(bool repairs) {
+    std::optional<CommandReply> answer;
+    verifying.run(repairs, false, std::make_shared<const std::atomic<bool>>(false), {},
+                  [&](CommandReply reply) { answer = std::move(reply); });
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return answer.value_or(CommandReply{});
+  }
+
+  FakeRunners runners;
+  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
+  FakeTrash trash{*files};
+  LogSink formerSink;
+  HistoryStore store{{*files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/data", "/caches"}};
+  HistoryDeletion deletion{
+      {store, *files, trash, runners, runners.main(), runners.runner("trash"), {}}};
+  HistoryDisk disk{store, *files, runners.main(), runners.runner("disk")};
+  LibraryVerify verifying{{.main = runners.main(),
+                           .work = runners.runner("work"),
+                           .files = files,
+                           .codec = std::make_shared<FakeImageCodec>(),
+                           .clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {}),
+                           .trash = &trash,
+                           .store = &store,
+                           .deletion = &deletion,
+                           .disk = &disk,
+                           .originals = "/data/Originals",
+                           .captureFolders = [] { return std::vector<Path>{"/captures"}; },
+                           .recoverStaged = [](const auto& done) { done(); }}};
+};
+
+TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
+  files->put("/data/Originals/a.png", "the only one");
+  load(R"({"version":4,"entries":[{"id":"a","originalPath":"/data/Ori)");
+  const CommandReply reply = verify(true);
+  EXPECT_EQ(reply.status, ExitStatus::failed);
+  EXPECT_THAT(reply.output, HasSubstr("original without entry\t/data/Originals/a.png\n"));
+  EXPECT_EQ(files->text("/data/Originals/a.png"), "the only one");
+}
+
+TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {
+  const std::string clip = "/captures/Clip 2026-03-01 at 14.05.09.mp4";
+  files->put(clip, "moving pixels");
+  files->put("/data/Originals/b.mp4", "the only one");
+  load(indexOf(R"({"id":5,"path":")" + clip + R"(","before":["/data/Originals/b.mp4"]})"));
+  const CommandReply reply = verify(true);
+  EXPECT_EQ(reply.output, "0 captures, 0 kB\n") << reply.error;
+  EXPECT_EQ(files->text("/data/Originals/b.mp4"), "the only one");
+}
+
+}  // namespace
+}  // namespace vantorel
