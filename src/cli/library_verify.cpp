@@ -6,6 +6,7 @@
 
 #include "base/json_writer.hpp"
 #include "base/size_text.hpp"
+#include "library/relocation_mover.hpp"
 
 namespace vantorel {
 namespace {
@@ -126,7 +127,7 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
                return done(nothingChanged());
              }
              if (!repairs) return finish(report(findings, {}, json), json, std::move(done));
-             mend(findings, json, std::move(done));
+             mend(std::move(findings), json, std::move(done));
            })]() mutable {
         main->post([findings = checkLibrary(*files, scope, goOn),
                     reply = std::move(reply)]() mutable { reply(findings); });
@@ -142,13 +143,43 @@ void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
       }));
 }
 
+// An original that is linked keeps its age, so that it looks like a leftover until its entry names
+// it. Answers the ids that were claimed.
+std::vector<std::string> LibraryVerify::claimOriginals(LibraryFindings& findings) const {
+  std::vector<std::string> claimed;
+  if (findings.originalsWithoutEntry.empty()) return claimed;
+  std::set<std::string, std::less<>> named;
+  const auto note = [&](const ScreenshotEntry& entry) {
+    forEachPath(entry, [&](const std::string& path) { named.insert(path); });
+  };
+  for (const EntryPointer& entry : services_.store->entries()) note(*entry);
+  if (const auto& pending = services_.deletion->pendingUndo()) {
+    for (const RemovedEntry& removed : pending->items) note(*removed.entry);
+  }
+  std::vector<Path> free;
+  for (Path& path : findings.originalsWithoutEntry) {
+    const std::string id = path.stem().string();
+    if (named.contains(path.string())) continue;
+    if (services_.store->find(id)) {
+      if (!services_.claim(id)) continue;
+      claimed.push_back(id);
+    }
+    free.push_back(std::move(path));
+  }
+  findings.originalsWithoutEntry = std::move(free);
+  return claimed;
+}
+
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
-void LibraryVerify::mend(const LibraryFindings& findings, bool json, CommandDone done) {
+void LibraryVerify::mend(LibraryFindings findings, bool json, CommandDone done) {
+  std::vector<std::string> claimed = claimOriginals(findings);
   services_.work->post(
       [files = services_.files, codec = services_.codec, trash = services_.trash,
        main = services_.main, findings,
-       reply = alive_.guard([this, json, findings, done = std::move(done)](Mended& mended) mutable {
+       reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
+                             done = std::move(done)](Mended& mended) mutable {
          HistoryStore& store = *services_.store;
+         for (const std::string& id : claimed) services_.release(id);
          for (ScreenshotEntry& entry : mended.entries) {
            const std::string path = entry.path;
            if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);

@@ -35,6 +35,11 @@ class LibraryVerify {
 
     /// Files what is staged; otherwise such a file and its entry-to-be would be mended twice.
     std::function<void(std::function<void()> done)> recoverStaged;
+
+    /// Takes an entry whose original may go, so that nobody else changes its files: false when
+    /// somebody has it. Each is given back with `release`.
+    std::function<bool(const std::string& id)> claim;
+    std::function<void(const std::string& id)> release;
   };
 
   explicit LibraryVerify(Services services);
@@ -53,7 +58,8 @@ class LibraryVerify {
  private:
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
   void finish(CommandReply reply, bool json, CommandDone done);
-  void mend(const LibraryFindings& findings, bool json, CommandDone done);
+  void mend(LibraryFindings findings, bool json, CommandDone done);
+  [[nodiscard]] std::vector<std::string> claimOriginals(LibraryFindings& findings) const;
 
   Services services_;
   double startedAt_;

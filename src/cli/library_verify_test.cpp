@@ -35,10 +35,12 @@ class LibraryVerifyTest : public testing::Test {
     return R"({"version":4,"entries":[)" + entries + R"(],"collections":[]})";
   }
 
-  CommandReply verify(bool repairs) {
+  /// `meanwhile` happens while the look is under way.
+  CommandReply verify(bool repairs, const std::function<void()>& meanwhile = [] {}) {
     std::optional<CommandReply> answer;
     verifying.run(repairs, false, std::make_shared<const std::atomic<bool>>(false), {},
                   [&](CommandReply reply) { answer = std::move(reply); });
+    meanwhile();
     runners.run();
     EXPECT_TRUE(answer.has_value());
     return answer.value_or(CommandReply{});
@@ -64,7 +66,10 @@ class LibraryVerifyTest : public testing::Test {
                            .disk = &disk,
                            .originals = "/data/Originals",
                            .captureFolders = [] { return std::vector<Path>{"/captures"}; },
-                           .recoverStaged = [](const auto& done) { done(); }}};
+                           .recoverStaged = [](const auto& done) { done(); },
+                           .claim = [this](const auto& id) { return claimed.insert(id).second; },
+                           .release = [this](const auto& id) { claimed.erase(id); }}};
+  std::set<std::string> claimed;
 };
 
 TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
@@ -84,6 +89,25 @@ TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {
   const CommandReply reply = verify(true);
   EXPECT_EQ(reply.output, "0 captures, 0 kB\n") << reply.error;
   EXPECT_EQ(files->text("/data/Originals/b.mp4"), "the only one");
+}
+
+TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
+  std::string entries;
+  for (const std::string id : {"a", "b", "c"}) {
+    files->put("/captures/" + id + ".png", id);
+    files->put("/data/Originals/" + id + ".png", "original of " + id);
+    entries += (id == "a" ? R"({"id":")" : R"(,{"id":")") + id +
+               R"(","capturedAt":1,"path":"/captures/)" + id + ".png\"}";
+  }
+  load(indexOf(entries));
+  claimed.insert("b");  // being compressed
+  const CommandReply reply = verify(true, [this] {
+    EXPECT_TRUE(store.update(
+        "a", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/a.png"; }));
+  });
+  EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\tmended\n")));
+  EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
+  EXPECT_THAT(claimed, testing::ElementsAre("b"));
 }
 
 }  // namespace

@@ -128,11 +128,7 @@ struct Program::Parts {
                     .files = *files,
                     .main = main,
                     .work = queues.queue("com.hollen.Vantorel.library"),
-                    .claim =
-                        [this](const std::string& id) {
-                          return !deletion.deletionsInFlight().contains(id) &&
-                                 coordinator->rewrites().begin(id);
-                        },
+                    .claim = [this](const std::string& id) { return claim(id); },
                     .release = [this](const std::string& id) { coordinator->rewrites().end(id); }}),
         retention(store, deletion, *clock, main),
         disk(store, *files, main, queues.queue("com.hollen.Vantorel.library")) {
@@ -197,7 +193,9 @@ struct Program::Parts {
         .recoverStaged =
             [this](std::function<void()> done) {
               coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
-            }});
+            },
+        .claim = [this](const std::string& id) { return claim(id); },
+        .release = [this](const std::string& id) { coordinator->rewrites().end(id); }});
     libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
@@ -258,6 +256,10 @@ struct Program::Parts {
       all.statusMenuChanged = [this] { ui->statusItem().menuChanged(); };
     }
     return all;
+  }
+
+  bool claim(const std::string& id) {
+    return !deletion.deletionsInFlight().contains(id) && coordinator->rewrites().begin(id);
   }
 
   FolderWatcher& watcher() {
