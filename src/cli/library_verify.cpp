@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <set>
 
 #include "base/json_writer.hpp"
@@ -10,6 +12,9 @@
 
 namespace vantorel {
 namespace {
+
+/// From a capture's file to its entry it takes no longer than this.
+constexpr double filingSeconds = 60;
 
 /// What was found, line by line, with what was done about it.
 class Report {
@@ -96,11 +101,14 @@ LibraryVerify::LibraryVerify(Services services)
 void LibraryVerify::run(bool repairs, bool json, StopFlag stopped, ShowProgress show,
                         CommandDone done) {
   auto goOn = goingOn(std::move(stopped), std::move(show));
-  if (!repairs) return look(false, json, goOn, std::move(done));
-  services_.recoverStaged(
-      [this, json, goOn = std::move(goOn), done = std::make_shared<CommandDone>(std::move(done))] {
-        look(true, json, goOn, std::move(*done));
-      });
+  // What is over may still have to take its journal away.
+  auto begin = alive_.guard([this, repairs, json, goOn = std::move(goOn),
+                             done = std::make_shared<CommandDone>(std::move(done))] {
+    services_.deletion->settle(alive_.guard(
+        [this, repairs, json, goOn, done] { look(repairs, json, goOn, std::move(*done)); }));
+  });
+  if (!repairs) return begin();
+  services_.recoverStaged(std::move(begin));
 }
 
 CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
@@ -118,7 +126,13 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
                      .paths = store.paths(),
                      .captureFolders = services_.captureFolders(),
                      .originals = services_.originals,
+                     .filedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
                      .begunBefore = startedAt_};
+  scope.lookedAt = services_.clock->now();
+  if (!services_.deletion->deletionsInFlight().empty()) {
+    scope.journalsInUse.insert(store.paths().deletions());
+  }
+  if (services_.isRelocating()) scope.journalsInUse.insert(store.paths().relocationJournal());
   services_.work->post(
       [files = services_.files, main = services_.main, scope = std::move(scope), goOn,
        reply = alive_.guard(
@@ -126,8 +140,13 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
              if (findings.missing.wasStopped) {
                return done(nothingChanged());
              }
-             if (!repairs) return finish(report(findings, {}, json), json, std::move(done));
-             mend(std::move(findings), json, std::move(done));
+             dropNamed(findings);
+             auto claimed = claimOriginals(findings);
+             if (repairs) {
+               return mend(findings, std::move(claimed), json, std::move(done));
+             }
+             giveBack(claimed);
+             finish(report(findings, {}, json), json, std::move(done));
            })]() mutable {
         main->post([findings = checkLibrary(*files, scope, goOn),
                     reply = std::move(reply)]() mutable { reply(findings); });
@@ -143,43 +162,56 @@ void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
       }));
 }
 
-// An original that is linked keeps its age, so that it looks like a leftover until its entry names
-// it. Answers the ids that were claimed.
-std::vector<std::string> LibraryVerify::claimOriginals(LibraryFindings& findings) const {
-  std::vector<std::string> claimed;
-  if (findings.originalsWithoutEntry.empty()) return claimed;
-  std::set<std::string, std::less<>> named;
+// What got its entry while the library was looked through is in order.
+void LibraryVerify::dropNamed(LibraryFindings& findings) const {
+  std::set<Path> found;
+  const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
+                         &findings.originalsInDoubt, &findings.stagedCaptures};
+  for (const auto* const list : lists) found.insert(list->begin(), list->end());
+  if (found.empty()) return;
+  std::set<Path> named;
   const auto note = [&](const ScreenshotEntry& entry) {
-    forEachPath(entry, [&](const std::string& path) { named.insert(path); });
+    forEachPath(entry, [&](const std::string& path) {
+      if (found.contains(path)) named.insert(path);
+    });
   };
   for (const EntryPointer& entry : services_.store->entries()) note(*entry);
   if (const auto& pending = services_.deletion->pendingUndo()) {
     for (const RemovedEntry& removed : pending->items) note(*removed.entry);
   }
-  std::vector<Path> free;
-  for (Path& path : findings.originalsWithoutEntry) {
-    const std::string id = path.stem().string();
-    if (named.contains(path.string())) continue;
-    if (services_.store->find(id)) {
-      if (!services_.claim(id)) continue;
-      claimed.push_back(id);
-    }
-    free.push_back(std::move(path));
+  for (auto* const list : lists) {
+    std::erase_if(*list, [&](const Path& path) { return named.contains(path); });
   }
-  findings.originalsWithoutEntry = std::move(free);
+}
+
+// An original that is linked keeps its age, so that it looks like a leftover until the rewrite is
+// done and its entry names it. Answers the ids that were claimed.
+std::vector<std::string> LibraryVerify::claimOriginals(LibraryFindings& findings) const {
+  std::vector<std::string> claimed;
+  std::erase_if(findings.originalsWithoutEntry, [&](const Path& path) {
+    const std::string id = path.stem().string();
+    if (!services_.store->find(id)) return false;
+    if (!services_.claim(id)) return true;
+    claimed.push_back(id);
+    return false;
+  });
   return claimed;
 }
 
+void LibraryVerify::giveBack(const std::vector<std::string>& claimed) const {
+  for (const std::string& id : claimed) services_.release(id);
+}
+
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
-void LibraryVerify::mend(LibraryFindings findings, bool json, CommandDone done) {
-  std::vector<std::string> claimed = claimOriginals(findings);
+void LibraryVerify::mend(const LibraryFindings& findings, std::vector<std::string> claimed,
+                         bool json, CommandDone done) {
   services_.work->post(
       [files = services_.files, codec = services_.codec, trash = services_.trash,
        main = services_.main, findings,
        reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
                              done = std::move(done)](Mended& mended) mutable {
          HistoryStore& store = *services_.store;
-         for (const std::string& id : claimed) services_.release(id);
+         giveBack(claimed);
          for (ScreenshotEntry& entry : mended.entries) {
            const std::string path = entry.path;
            if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);

@@ -30,6 +30,7 @@ class LibraryVerify {
     HistoryStore* store = nullptr;
     HistoryDeletion* deletion = nullptr;
     HistoryDisk* disk = nullptr;
+    std::function<bool()> isRelocating;
     Path originals;
     std::function<std::vector<Path>()> captureFolders;
 
@@ -58,8 +59,11 @@ class LibraryVerify {
  private:
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
   void finish(CommandReply reply, bool json, CommandDone done);
-  void mend(LibraryFindings findings, bool json, CommandDone done);
+  void mend(const LibraryFindings& findings, std::vector<std::string> claimed, bool json,
+            CommandDone done);
+  void dropNamed(LibraryFindings& findings) const;
   [[nodiscard]] std::vector<std::string> claimOriginals(LibraryFindings& findings) const;
+  void giveBack(const std::vector<std::string>& claimed) const;
 
   Services services_;
   double startedAt_;

@@ -64,6 +64,7 @@ class LibraryVerifyTest : public testing::Test {
                            .store = &store,
                            .deletion = &deletion,
                            .disk = &disk,
+                           .isRelocating = [] { return false; },
                            .originals = "/data/Originals",
                            .captureFolders = [] { return std::vector<Path>{"/captures"}; },
                            .recoverStaged = [](const auto& done) { done(); },
@@ -108,6 +109,25 @@ TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
   EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\tmended\n")));
   EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
   EXPECT_THAT(claimed, testing::ElementsAre("b"));
+}
+
+// The program has lived in the tray for a day.
+TEST_F(LibraryVerifyTest, WhatWasLeftInThisRunIsFoundAndWhatIsUnderWayIsNot) {
+  load("no index");  // parked now
+  runners.advance(24h);
+  files->now = runners.now() - 3600;
+  files->put("/captures/Clip 2026-03-01 at 14.05.09.mp4", "forgotten");
+  files->put("/data/relocation.json", "{}");
+  files->put("/data/history.json.staging", "being written");
+  files->now = runners.now();
+  files->put("/captures/Clip 2026-03-01 at 14.05.10.mp4", "being filed");
+  const CommandReply reply = verify(false, [this] {
+    files->now = runners.now() + 1;
+    files->put("/data/deletions.json", "begun meanwhile");
+  });
+  EXPECT_THAT(reply.output, AllOf(HasSubstr("parked index\t"), HasSubstr("at 14.05.09.mp4\n"),
+                                  HasSubstr("journal\t/data/relocation.json\n")));
+  EXPECT_EQ(reply.error, "3 found, 0 mended.\n") << reply.output;
 }
 
 }  // namespace

@@ -62,7 +62,9 @@ class Checker {
     }
   }
 
-  void lookThrough(const Path& folder, const std::function<void(const Path&)>& look) const {
+  using Look = std::function<void(const Path& path, double modified)>;
+
+  void lookThrough(const Path& folder, const Look& look) const {
     const auto items = files_.list(folder);
     if (!items) return;
     std::vector<Path> paths;
@@ -72,7 +74,7 @@ class Checker {
     std::ranges::sort(paths);
     for (const Path& path : paths) {
       const auto status = files_.status(path);
-      if (status && status->modified < scope_.begunBefore) look(path);
+      if (status) look(path, status->modified);
     }
   }
 
@@ -125,36 +127,39 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   for (const EntryPointer& entry : scope.entries) folders.insert(Path(entry->path).parent_path());
   for (const Path& folder : folders) {
     if (own.contains(folder)) continue;
-    checker.lookThrough(folder, [&](const Path& path) {
+    checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (isTemporaryCapture(path)) {
-        findings.temporaries.push_back(path);
+        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
       } else if (mediumOf(path) && timeInName(path.stem().string()) && !checker.isKnown(path)) {
-        findings.filesWithoutEntry.push_back(path);
+        if (modified < scope.filedBefore) findings.filesWithoutEntry.push_back(path);
       }
     });
   }
   std::vector<Path> originals;
   for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
-    checker.lookThrough(folder, [&](const Path& path) {
+    checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (path.extension() == ".partial") {
-        findings.temporaries.push_back(path);
-      } else if (!checker.isKnown(path)) {
+        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
+      } else if (!checker.isKnown(path) && modified < scope.filedBefore) {
         originals.push_back(path);
       }
     });
   }
-  checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path) {
+  checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path, double modified) {
     // Where no folder would take a capture, the staged file stays and is the filed one.
-    if (!checker.isKnown(path)) findings.stagedCaptures.push_back(path);
+    if (!checker.isKnown(path) && modified < scope.filedBefore) {
+      findings.stagedCaptures.push_back(path);
+    }
   });
-  checker.lookThrough(scope.paths.data, [&](const Path& path) {
+  checker.lookThrough(scope.paths.data, [&](const Path& path, double modified) {
     const std::string name = path.filename().string();
     if (name.ends_with(".staging")) {
-      findings.temporaries.push_back(path);
+      if (modified < scope.begunBefore) findings.temporaries.push_back(path);
     } else if (name.ends_with(".unreadable.json")) {
       findings.parkedIndexes.push_back(path);
     } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
-      findings.journals.push_back(path);
+      const bool isInUse = scope.journalsInUse.contains(path) || modified >= scope.lookedAt;
+      if (!isInUse) findings.journals.push_back(path);
     }
   });
   // Their entries may yet be had again from a copy of an index that is mended by hand.

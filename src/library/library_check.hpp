@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <set>
 #include <vector>
 
 #include "library/library_paths.hpp"
@@ -38,8 +39,14 @@ struct LibraryScope {
   std::vector<Path> captureFolders;  ///< beside those that entries lie in
   Path originals;                    ///< of captures changed in place
 
-  /// Seconds since 1970-01-01 UTC. What is younger may be work in progress and is passed over.
-  double begunBefore = 0;
+  // Seconds since 1970-01-01 UTC. What is younger may be work in progress and is passed over.
+  double filedBefore = 0;  ///< of captures and originals: their entries come a moment later
+  double begunBefore = 0;  ///< of half files: this run may be writing them
+
+  double lookedAt = 0;  ///< of journals: the moment from which `journalsInUse` is
+
+  /// Journals of what was going on then.
+  std::set<Path> journalsInUse{};
 };
 
 /// What in a library does not fit together.

@@ -22,7 +22,9 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   LibraryScope scope{.paths = {"/data", "/caches"},
                      .captureFolders = {"/empty", "/captures"},
                      .originals = "/data/Originals",
-                     .begunBefore = 1000};
+                     .filedBefore = 1500,
+                     .begunBefore = 1000,
+                     .lookedAt = 1600};
   const auto add = [&](const std::string& id, const std::string& path,
                        std::optional<std::string> original = {}) {
     ScreenshotEntry entry;
@@ -65,17 +67,26 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
     files.put(path, "x");
   }
   files.put("/data/history-0a.unreadable.json", "{}");
+  files.now = 1200;
+  files.put("/captures/.vantorel-8.partial", "being written by this run");
+  const std::string lateParked = "/data/history-0b.unreadable.json";
   files.now = 2000;
+  files.put(lateParked, "{}");
+  files.put("/data/relocation.json", "{}");
   files.put("/captures/Screenshot 2026-03-02 at 14.05.09.png", "being filed now");
+  files.now = 1200;
+  const std::string late = "/captures/Screenshot 2026-03-03 at 14.05.09.png";
+  files.put(late, "forgotten in this run");
+  scope.journalsInUse.insert("/data/relocation.json");
   const auto before = files.changes;
   const LibraryFindings broken = checkLibrary(files, scope, goOn);
   EXPECT_EQ(files.changes, before);
-  EXPECT_THAT(broken.filesWithoutEntry, ElementsAre(lost));
+  EXPECT_THAT(broken.filesWithoutEntry, ElementsAre(lost, late));
   EXPECT_THAT(broken.originalsWithoutEntry, ElementsAre("/data/Redacted Originals/secret.png"));
   EXPECT_THAT(broken.temporaries,
               ElementsAre("/captures/.vantorel-7.partial", "/data/history.json.staging"));
   EXPECT_THAT(broken.stagedCaptures, ElementsAre("/data/Staged Captures/vantorel-6.png"));
-  EXPECT_THAT(broken.parkedIndexes, ElementsAre("/data/history-0a.unreadable.json"));
+  EXPECT_THAT(broken.parkedIndexes, ElementsAre("/data/history-0a.unreadable.json", lateParked));
   EXPECT_THAT(broken.journals, ElementsAre("/data/deletions.json"));
 
   const LibraryFindings stopped =
@@ -91,7 +102,9 @@ TEST(LibraryCheckTest, WhatAnythingStillNamesIsNobodysLeftover) {
                      .paths = {"/data", "/caches"},
                      .captureFolders = {"/captures"},
                      .originals = "/o",
-                     .begunBefore = 1000};
+                     .filedBefore = 1500,
+                     .begunBefore = 1000,
+                     .lookedAt = 1600};
   ScreenshotEntry entry;
   entry.path = "/captures/shown.png";
   entry.layers.emplace().emplace_back().path = "/captures/Screenshot 2026-03-01 at 14.05.09.png";

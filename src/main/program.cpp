@@ -185,6 +185,7 @@ struct Program::Parts {
         .store = &store,
         .deletion = &deletion,
         .disk = &disk,
+        .isRelocating = [this] { return relocation.isRunning(); },
         .originals = folders.data / "Originals",
         .captureFolders =
             [this, usual = folders.captures] {
