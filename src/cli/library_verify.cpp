@@ -8,6 +8,8 @@
 
 #include "base/json_writer.hpp"
 #include "base/size_text.hpp"
+#include "library/file_reach.hpp"
+#include "library/gone_entries.hpp"
 #include "library/relocation_mover.hpp"
 
 namespace vantorel {
@@ -56,6 +58,7 @@ class Report {
 struct Mended {
   std::set<std::string> paths;
   std::vector<ScreenshotEntry> entries;  ///< to be added
+  EntryList goneStill;                   ///< to be forgotten
 };
 
 CommandReply report(const LibraryFindings& findings, const Mended& mended, bool json) {
@@ -140,7 +143,7 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
              if (findings.missing.wasStopped) {
                return done(nothingChanged());
              }
-             dropNamed(findings);
+             dropSettled(findings);
              auto claimed = claimOriginals(findings);
              if (repairs) {
                return mend(findings, std::move(claimed), json, std::move(done));
@@ -162,8 +165,10 @@ void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
       }));
 }
 
-// What got its entry while the library was looked through is in order.
-void LibraryVerify::dropNamed(LibraryFindings& findings) const {
+// What got its entry, its file or another place while the library was looked through is in order.
+void LibraryVerify::dropSettled(LibraryFindings& findings) const {
+  findings.missing.gone =
+      settledEntries(*services_.store, *services_.deletion, findings.missing.gone);
   std::set<Path> found;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt, &findings.stagedCaptures};
@@ -205,48 +210,51 @@ void LibraryVerify::giveBack(const std::vector<std::string>& claimed) const {
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
 void LibraryVerify::mend(const LibraryFindings& findings, std::vector<std::string> claimed,
                          bool json, CommandDone done) {
-  services_.work->post(
-      [files = services_.files, codec = services_.codec, trash = services_.trash,
-       main = services_.main, findings,
-       reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
-                             done = std::move(done)](Mended& mended) mutable {
-         HistoryStore& store = *services_.store;
-         giveBack(claimed);
-         for (ScreenshotEntry& entry : mended.entries) {
-           const std::string path = entry.path;
-           if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);
-         }
-         std::vector<std::string> going;
-         for (const EntryPointer& entry : findings.missing.gone) {
-           const bool isMoving = services_.deletion->deletionsInFlight().contains(entry->id);
-           if (store.find(entry->id) != entry || isMoving) continue;
-           going.push_back(entry->id);
-           mended.paths.insert(entry->path);
-         }
-         // Writes the new entries as well.
-         services_.deletion->forget(going, [this, mended, json, findings, done = std::move(done)](
-                                               const Result<std::size_t>& saved) mutable {
-           if (!saved) {
-             return done(
-                 failedReply("The library's index could not be saved: " + saved.error().reason));
-           }
-           finish(report(findings, mended, json), json, std::move(done));
-         });
-       })]() mutable {
-        Mended mended;
-        for (const Path& path : findings.temporaries) {
-          if (files->remove(path)) mended.paths.insert(path.string());
-        }
-        for (const Path& path : findings.originalsWithoutEntry) {
-          if (trash->moveToTrash(path)) mended.paths.insert(path.string());
-        }
-        for (const Path& path : findings.filesWithoutEntry) {
-          auto entry = entryForFile(*files, *codec, path);
-          if (entry) mended.entries.push_back(*std::move(entry));
-        }
-        main->post(
-            [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
-      });
+  services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
+                        main = services_.main, findings,
+                        reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
+                                              done = std::move(done)](Mended& mended) mutable {
+                          HistoryStore& store = *services_.store;
+                          giveBack(claimed);
+                          for (ScreenshotEntry& entry : mended.entries) {
+                            const std::string path = entry.path;
+                            if (store.findByPath(path) || store.add(std::move(entry)))
+                              mended.paths.insert(path);
+                          }
+                          std::vector<std::string> going;
+                          for (const EntryPointer& entry :
+                               settledEntries(store, *services_.deletion, mended.goneStill)) {
+                            going.push_back(entry->id);
+                            mended.paths.insert(entry->path);
+                          }
+                          // Writes the new entries as well.
+                          services_.deletion->forget(
+                              going, [this, mended, json, findings, done = std::move(done)](
+                                         const Result<std::size_t>& saved) mutable {
+                                if (!saved) {
+                                  return done(
+                                      failedReply("The library's index could not be saved: " +
+                                                  saved.error().reason));
+                                }
+                                finish(report(findings, mended, json), json, std::move(done));
+                              });
+                        })]() mutable {
+    Mended mended;
+    for (const Path& path : findings.temporaries) {
+      if (files->remove(path)) mended.paths.insert(path.string());
+    }
+    for (const Path& path : findings.originalsWithoutEntry) {
+      if (trash->moveToTrash(path)) mended.paths.insert(path.string());
+    }
+    for (const Path& path : findings.filesWithoutEntry) {
+      auto entry = entryForFile(*files, *codec, path);
+      if (entry) mended.entries.push_back(*std::move(entry));
+    }
+    for (const EntryPointer& entry : findings.missing.gone) {
+      if (reachOf(*files, entry->path) == FileReach::fileGone) mended.goneStill.push_back(entry);
+    }
+    main->post([mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
+  });
 }
 
 }  // namespace vantorel

@@ -61,7 +61,7 @@ class LibraryVerify {
   void finish(CommandReply reply, bool json, CommandDone done);
   void mend(const LibraryFindings& findings, std::vector<std::string> claimed, bool json,
             CommandDone done);
-  void dropNamed(LibraryFindings& findings) const;
+  void dropSettled(LibraryFindings& findings) const;
   [[nodiscard]] std::vector<std::string> claimOriginals(LibraryFindings& findings) const;
   void giveBack(const std::vector<std::string>& claimed) const;
 

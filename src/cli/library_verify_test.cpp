@@ -38,7 +38,7 @@ class LibraryVerifyTest : public testing::Test {
   /// `meanwhile` happens while the look is under way.
   CommandReply verify(bool repairs, const std::function<void()>& meanwhile = [] {}) {
     std::optional<CommandReply> answer;
-    verifying.run(repairs, false, std::make_shared<const std::atomic<bool>>(false), {},
+    verifying.run(repairs, false, std::make_shared<const std::atomic<bool>>(false), show,
                   [&](CommandReply reply) { answer = std::move(reply); });
     meanwhile();
     runners.run();
@@ -46,6 +46,7 @@ class LibraryVerifyTest : public testing::Test {
     return answer.value_or(CommandReply{});
   }
 
+  ShowProgress show;
   FakeRunners runners;
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
   FakeTrash trash{*files};
@@ -109,6 +110,17 @@ TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
   EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\tmended\n")));
   EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
   EXPECT_THAT(claimed, testing::ElementsAre("b"));
+}
+
+TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
+  load(indexOf(R"({"id":"a","capturedAt":1,"path":"/captures/a.png"},)"
+               R"({"id":"b","capturedAt":1,"path":"/captures/b.png"})"));
+  show = [this](const auto& progress) {
+    if (progress.done == 2) files->put("/captures/a.png", "out of the Trash again");
+  };
+  (void)verify(true);
+  ASSERT_EQ(store.entries().size(), 1U);
+  EXPECT_EQ(store.entries()[0]->id, "a");
 }
 
 // The program has lived in the tray for a day.
