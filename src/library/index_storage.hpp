@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -123,11 +124,11 @@ class IndexStorage {
   };
 
   [[nodiscard]] std::array<Path, 4> ownFiles() const;
-  void clearStaging();
+  void clearStaging(const Path& path);
   void makeOwnerOnly();
   [[nodiscard]] Loaded decode();
   [[nodiscard]] static Loaded unreadable(const Failure& failure);
-  [[nodiscard]] IndexLoad park(const std::string& text);
+  [[nodiscard]] IndexLoad park(const std::string& text, std::string_view reason);
   [[nodiscard]] bool contentIsUnchanged() const;
   void forgetRuns();
 
