@@ -81,6 +81,9 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   addAll("temporary", findings.temporaries);
   addAll("staged capture", findings.stagedCaptures);
   addAll("journal", findings.journals);
+  for (const Path& path : findings.clearedAtStart) {
+    report.add("cleared at start", path.string(), true);
+  }
   return report.reply();
 }
 
@@ -131,6 +134,7 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
                      .originals = services_.originals,
                      .filedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
                      .begunBefore = startedAt_};
+  scope.leftovers = store.leftovers();
   scope.lookedAt = services_.clock->now();
   if (!services_.deletion->deletionsInFlight().empty()) {
     scope.journalsInUse.insert(store.paths().deletions());

@@ -123,6 +123,20 @@ TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
   EXPECT_EQ(store.entries()[0]->id, "a");
 }
 
+TEST_F(LibraryVerifyTest, WhatTheStartClearedUpIsToldAndIsNoFault) {
+  files->put("/data/undo.json.staging", "half of it");
+  files->put("/data/deletions.json", R"(["gone"])");
+  files->put("/data/relocation.json", "not to be read");
+  load(indexOf(""));
+  deletion.recover([] {});
+  runners.run();
+  const CommandReply reply = verify(false);
+  EXPECT_THAT(reply.output, AllOf(HasSubstr("cleared at start\t/data/undo.json.staging\tmended\n"),
+                                  HasSubstr("cleared at start\t/data/deletions.json\tmended\n"),
+                                  HasSubstr("journal\t/data/relocation.json\n")));
+  EXPECT_EQ(reply.error, "3 found, 2 mended.\n");
+}
+
 // The program has lived in the tray for a day.
 TEST_F(LibraryVerifyTest, WhatWasLeftInThisRunIsFoundAndWhatIsUnderWayIsNot) {
   load("no index");  // parked now

@@ -79,6 +79,7 @@ void HistoryStore::finishLoading(IndexStorage::Loaded loaded) {
   collections_ = std::move(loaded.collections);
   caches_ = std::move(loaded.caches);
   unreadPaths_ = std::move(loaded.unreadPaths);
+  leftovers_ = std::move(loaded.leftovers);
   loadOutcome_ = loaded.load;
   writer_.opened(loaded.load);
   if (loaded.changedByReading) writer_.schedule();

@@ -83,6 +83,10 @@ class HistoryStore {
   /// nobody else's either.
   [[nodiscard]] const std::vector<std::string>& unreadPaths() const { return unreadPaths_; }
 
+  /// What lay beside the index at loading: half files, cleared by now, and the journals of what an
+  /// earlier run did not end, which go when it has been made up for.
+  [[nodiscard]] const std::vector<Path>& leftovers() const { return leftovers_; }
+
   /// Why the index cannot be written: "the index hasn't finished loading", "the index can't be
   /// written this run"; nothing when it can.
   [[nodiscard]] std::optional<std::string> indexRefusal() const { return writer_.refusal(); }
@@ -185,6 +189,7 @@ class HistoryStore {
   std::vector<HistoryCollection> collections_;
   EntryCaches caches_;
   std::vector<std::string> unreadPaths_;
+  std::vector<Path> leftovers_;
   Observers<HistoryChange> observers_;
   Alive alive_;
 };

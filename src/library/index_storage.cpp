@@ -152,14 +152,16 @@ std::array<Path, 4> IndexStorage::ownFiles() const {
 }
 
 // A run that was killed while it wrote leaves half a file behind.
-void IndexStorage::clearStaging(const Path& path) {
+std::optional<Path> IndexStorage::clearStaging(const Path& path) {
   Path staging = path;
   staging += ".staging";
-  if (!files_.status(staging)) return;
+  if (!files_.status(staging)) return std::nullopt;
   if (const auto cleared = files_.remove(staging); !cleared) {
     logWarning(category, "history index staging file could not be cleared: {}",
                cleared.error().reason);
+    return std::nullopt;
   }
+  return staging;
 }
 
 // What an earlier build, another program or a copy from elsewhere left open to others.
@@ -178,9 +180,21 @@ void IndexStorage::makeOwnerOnly() {
 }
 
 IndexStorage::Loaded IndexStorage::load() {
-  Loaded loaded;
-  for (const Path& path : ownFiles()) clearStaging(path);
+  std::vector<Path> leftovers;
+  for (const Path& path : ownFiles()) {
+    if (auto staging = clearStaging(path)) leftovers.push_back(*std::move(staging));
+  }
+  for (const Path& journal : {paths_.deletions(), paths_.relocationJournal()}) {
+    if (files_.status(journal)) leftovers.push_back(journal);
+  }
   makeOwnerOnly();
+  Loaded loaded = readIndex();
+  loaded.leftovers = std::move(leftovers);
+  return loaded;
+}
+
+IndexStorage::Loaded IndexStorage::readIndex() {
+  Loaded loaded;
   const auto status = files_.status(paths_.index());
   if (!status && status.error().kind == FailureKind::notFound) return loaded;
   if (status && (status->type != FileType::regular || status->owner != userID_)) {
@@ -328,7 +342,7 @@ Result<void> IndexStorage::write() {
   if (!content) {
     // When the old index can no longer be read, the next attempt does without it.
     if (content.error().kind == FailureKind::other) forgetRuns();
-    clearStaging(paths_.index());
+    (void)clearStaging(paths_.index());
     return std::unexpected(content.error());
   }
   const FileStatus status = VT_TRY((*content)->status());

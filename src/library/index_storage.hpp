@@ -101,6 +101,7 @@ class IndexStorage {
     std::size_t unreadCount = 0;           ///< items kept for a build that can read them
     std::vector<std::string> unreadPaths;  ///< of the files that those name
     bool changedByReading = false;         ///< the entries are not all as the file has them
+    std::vector<Path> leftovers;  ///< of an earlier run: half files that were cleared, journals
   };
 
   /// Takes the library's lock. `busy` when another process has it.
@@ -124,8 +125,10 @@ class IndexStorage {
   };
 
   [[nodiscard]] std::array<Path, 4> ownFiles() const;
-  void clearStaging(const Path& path);
+  /// Answers what was removed.
+  std::optional<Path> clearStaging(const Path& path);
   void makeOwnerOnly();
+  [[nodiscard]] Loaded readIndex();
   [[nodiscard]] Loaded decode();
   [[nodiscard]] static Loaded unreadable(const Failure& failure);
   [[nodiscard]] IndexLoad park(const std::string& text, std::string_view reason);

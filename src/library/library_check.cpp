@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
 #include <set>
 
@@ -162,6 +163,8 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
       if (!isInUse) findings.journals.push_back(path);
     }
   });
+  std::ranges::copy_if(scope.leftovers, std::back_inserter(findings.clearedAtStart),
+                       [&](const Path& path) { return !files.status(path); });
   // Their entries may yet be had again from a copy of an index that is mended by hand.
   const auto parked = pathsInParkedIndexes(files, findings.parkedIndexes);
   const std::set<Path> named =

@@ -45,6 +45,8 @@ struct LibraryScope {
 
   double lookedAt = 0;  ///< of journals: the moment from which `journalsInUse` is
 
+  std::vector<Path> leftovers{};  ///< that an earlier run had left at loading
+
   /// Journals of what was going on then.
   std::set<Path> journalsInUse{};
 };
@@ -61,6 +63,7 @@ struct LibraryFindings {
   std::vector<Path> temporaries;     ///< half a file, left by a run that was killed
   std::vector<Path> stagedCaptures;  ///< grabbed and not yet filed
   std::vector<Path> journals;        ///< of a deletion or a move that did not end
+  std::vector<Path> clearedAtStart;  ///< leftovers that are in order now
 };
 
 /// Looks and changes nothing. Blocks; any thread. Stopped, it answers what it has found so far.

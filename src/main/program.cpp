@@ -335,6 +335,7 @@ struct Program::Parts {
   HistoryDisk disk;
   bool isReady = false;  // the library is loaded, and what an earlier run left is cleared up
   std::vector<std::move_only_function<void()>> waitingForLibrary;
+  bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<FolderFollowing> following;  // in the tray alone
@@ -370,6 +371,10 @@ void Program::startResident() {
 }
 
 void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {
+  const auto* const library = std::get_if<command::Library>(&line.command);
+  const bool onlyLooks =
+      library != nullptr && library->verb == command::Library::Verb::verify && !library->repairs;
+  if (!onlyLooks) parts_->filesStagedAtEnd = true;
   parts_->commands->run(line, std::move(done), asker);
 }
 
@@ -383,14 +388,16 @@ void Program::recover(std::function<void()> done) {
 }
 
 void Program::finish(std::function<void()> done) {
-  recover([this, done = std::move(done)] {
+  std::function<void()> end = [this, done = std::move(done)] {
     parts_->settings.flush([this, done](Result<void> stored) {
       if (!stored) {
         logError("Settings", "the settings could not be saved: {}", stored.error().reason);
       }
       parts_->deletion.settle(done);
     });
-  });
+  };
+  if (parts_->filesStagedAtEnd) return recover(std::move(end));
+  parts_->whenReady(std::move(end));
 }
 
 void Program::quit() { parts_->coordinator->quit(); }
