@@ -279,6 +279,34 @@ TEST_F(AppCoordinatorTest, ACrashBetweenAnyTwoChangesFilesTheCaptureOnce) {
   }
 }
 
+TEST_F(AppCoordinatorTest, SweepsThatOverlapAreAllAnsweredAndFileAllOnce) {
+  const auto shared = std::shared_ptr<Files>(&world.files, [](Files*) {});
+  StagingFolder staging(shared, "/data/Staged Captures");
+  const std::string png = *run->codec.encode(MutableImage({3, 2}, PixelFormat::bgrx).finish(),
+                                             {.format = ExportFormat::png});
+  for (int i = 1; i <= 3; ++i) {
+    ASSERT_TRUE(staging.stage(png, FakeRunners::start - i, {}).has_value());
+  }
+  int filed = 0;
+  int answers = 0;
+  const auto sweep = [&] {
+    run->app->recoverStagedCaptures([&](int count) {
+      filed += count;
+      ++answers;
+    });
+  };
+  sweep();
+  sweep();
+  const Observation middle = run->store->observe([&](const HistoryChange& change) {
+    if (!change.added.empty() && run->store->entries().size() == 1) sweep();
+  });
+  run->runners.run();
+  EXPECT_EQ(answers, 3);
+  EXPECT_EQ(filed, 3);
+  EXPECT_EQ(run->store->entries().size(), 3U);
+  EXPECT_THAT(stagedNames(), IsEmpty());
+}
+
 TEST_F(AppCoordinatorTest, SecondCommandIsRefusedAndQuittingTurnsAllAway) {
   run->screen.isSilent = true;
   run->begin({.kind = Kind::display});

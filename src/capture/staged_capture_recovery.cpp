@@ -22,35 +22,44 @@ void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> 
     done(0);
     return;
   }
-  done_ = std::move(done);
-  services_.work->post(
-      [stagedBefore, staging = services_.staging, main = services_.main,
-       found = alive_.guard([this, stagedBefore](Result<std::vector<StagedCapture>>& staged) {
-         if (!staged) {
-           logError("Staging", "the staging folder could not be read: {}", staged.error().reason);
-         } else {
-           waiting_ = std::move(*staged);
-         }
-         std::erase_if(waiting_, [&](const StagedCapture& one) {
-           return one.capturedAt >= stagedBefore ||
-                  services_.filing->claimedPaths().contains(one.path);
-         });
-         for (const StagedCapture& one : waiting_) {
-           services_.filing->claim(one.path);
-         }
-         next();
-       })]() mutable {
-        staging->removeLeftovers(stagedBefore);
-        auto staged = staging->staged();
-        main->post(
-            [staged = std::move(staged), found = std::move(found)]() mutable { found(staged); });
-      });
+  sweeps_.push_back({stagedBefore, std::move(done)});
+  if (sweeps_.size() == 1) begin();
+}
+
+void StagedCaptureRecovery::begin() {
+  filed_ = 0;
+  services_.work->post([stagedBefore = sweeps_.front().stagedBefore, staging = services_.staging,
+                        main = services_.main,
+                        found = alive_.guard([this](Result<std::vector<StagedCapture>>& staged) {
+                          if (!staged) {
+                            logError("Staging", "the staging folder could not be read: {}",
+                                     staged.error().reason);
+                          } else {
+                            waiting_ = std::move(*staged);
+                          }
+                          std::erase_if(waiting_, [&](const StagedCapture& one) {
+                            return one.capturedAt >= sweeps_.front().stagedBefore ||
+                                   services_.filing->claimedPaths().contains(one.path);
+                          });
+                          for (const StagedCapture& one : waiting_) {
+                            services_.filing->claim(one.path);
+                          }
+                          next();
+                        })]() mutable {
+    staging->removeLeftovers(stagedBefore);
+    auto staged = staging->staged();
+    main->post([staged = std::move(staged), found = std::move(found)]() mutable { found(staged); });
+  });
 }
 
 void StagedCaptureRecovery::next() {
   if (waiting_.empty()) {
     if (filed_ > 0) logInfo("Staging", "{} capture(s) of an earlier run filed", filed_);
-    if (done_) std::exchange(done_, nullptr)(filed_);
+    const auto done = std::move(sweeps_.front().done);
+    sweeps_.pop_front();
+    const int filed = filed_;
+    if (!sweeps_.empty()) begin();
+    done(filed);
     return;
   }
   StagedCapture staged = std::move(waiting_.front());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -25,16 +26,23 @@ class StagedCaptureRecovery {
 
   /// Files what was staged before `stagedBefore` (seconds since 1970-01-01 UTC) and nobody has
   /// claimed, oldest first. Does nothing when the library's index did not load: every capture would
-  /// look unfiled then. Answers with the number filed.
+  /// look unfiled then. Answers with the number filed. A sweep that is asked for while another one
+  /// runs comes after it.
   void sweep(double stagedBefore, std::function<void(int filed)> done);
 
  private:
+  struct Sweep {
+    double stagedBefore = 0;
+    std::function<void(int filed)> done;
+  };
+
+  void begin();
   void next();
 
   Services services_;
-  std::vector<StagedCapture> waiting_;
-  int filed_ = 0;
-  std::function<void(int)> done_;
+  std::deque<Sweep> sweeps_;            // the first one runs
+  std::vector<StagedCapture> waiting_;  // for the one that runs
+  int filed_ = 0;                       // by it
   Alive alive_;
 };
 

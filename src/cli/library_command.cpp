@@ -9,6 +9,7 @@
 #include "base/random_id.hpp"
 #include "base/time_text.hpp"
 #include "library/entry_filter.hpp"
+#include "library/gone_entries.hpp"
 
 namespace vantorel {
 namespace {
@@ -400,20 +401,18 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
              if (missing.wasStopped) {
                return done(nothingChanged());
              }
-             EntryList going;
-             for (const EntryPointer& entry : missing.gone) {
-               // What changed meanwhile may have its file elsewhere by now.
-               const bool isMoving = services_.deletion->deletionsInFlight().contains(entry->id);
-               if (services_.store->find(entry->id) == entry && !isMoving) {
-                 going.push_back(entry);
-               }
-             }
              const std::size_t away = missing.outOfReach.size();
-             forget(going, json,
-                    away == 0 ? ""
-                              : captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
-                                    " in History.\n",
-                    std::move(done));
+             std::string remark = away == 0 ? ""
+                                            : captures(away) + " out of reach " +
+                                                  (away == 1 ? "stays" : "stay") + " in History.\n";
+             // What changed meanwhile may have its file elsewhere by now.
+             lookAgain(*services_.files, *services_.work, services_.main,
+                       settledEntries(*services_.store, *services_.deletion, missing.gone),
+                       alive_.guard([this, json, remark = std::move(remark),
+                                     done = std::move(done)](const EntryList& gone) mutable {
+                         forget(settledEntries(*services_.store, *services_.deletion, gone), json,
+                                std::move(remark), std::move(done));
+                       }));
            })]() mutable {
         main->post([missing = findMissingFiles(*files, entries, goOn),
                     reply = std::move(reply)]() mutable { reply(missing); });

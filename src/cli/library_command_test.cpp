@@ -175,5 +175,21 @@ TEST_F(LibraryCommandTest, PruneForgetsWhatIsGoneUnlessTheOneWhoAskedGoesAway) {
   EXPECT_EQ(prune("").output, "0 captures removed from History\n");
 }
 
+TEST_F(LibraryCommandTest, PruneKeepsWhoseFileIsBackWhenTheLookEnds) {
+  files->disk.erase("/captures/AA1.png");
+  files->disk.erase("/captures/BB3.png");
+  command::Library what;
+  what.verb = command::Library::Verb::prune;
+  std::optional<CommandReply> answer;
+  commands.run(what, false, [&](CommandReply reply) { answer = std::move(reply); },
+               {.show = [this](const auto& progress) {
+                 if (progress.done == 3) files->put("/captures/AA1.png", "out of the Trash again");
+               }});
+  runners.run();
+  ASSERT_TRUE(answer.has_value());
+  EXPECT_EQ(answer->output, "1 capture removed from History\n");
+  EXPECT_EQ(listed({}), "AA2 AA1 ");
+}
+
 }  // namespace
 }  // namespace vantorel

@@ -2,13 +2,21 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <set>
 
 #include "base/json_writer.hpp"
 #include "base/size_text.hpp"
+#include "library/file_reach.hpp"
+#include "library/gone_entries.hpp"
+#include "library/relocation_mover.hpp"
 
 namespace vantorel {
 namespace {
+
+/// From a capture's file to its entry it takes no longer than this.
+constexpr double filingSeconds = 60;
 
 /// What was found, line by line, with what was done about it.
 class Report {
@@ -50,6 +58,7 @@ class Report {
 struct Mended {
   std::set<std::string> paths;
   std::vector<ScreenshotEntry> entries;  ///< to be added
+  EntryList goneStill;                   ///< to be forgotten
 };
 
 CommandReply report(const LibraryFindings& findings, const Mended& mended, bool json) {
@@ -67,10 +76,14 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   };
   addAll("file without entry", findings.filesWithoutEntry);
   addAll("original without entry", findings.originalsWithoutEntry);
+  addAll("original without entry", findings.originalsInDoubt);
   addAll("parked index", findings.parkedIndexes);
   addAll("temporary", findings.temporaries);
   addAll("staged capture", findings.stagedCaptures);
   addAll("journal", findings.journals);
+  for (const Path& path : findings.clearedAtStart) {
+    report.add("cleared at start", path.string(), true);
+  }
   return report.reply();
 }
 
@@ -94,11 +107,14 @@ LibraryVerify::LibraryVerify(Services services)
 void LibraryVerify::run(bool repairs, bool json, StopFlag stopped, ShowProgress show,
                         CommandDone done) {
   auto goOn = goingOn(std::move(stopped), std::move(show));
-  if (!repairs) return look(false, json, goOn, std::move(done));
-  services_.recoverStaged(
-      [this, json, goOn = std::move(goOn), done = std::make_shared<CommandDone>(std::move(done))] {
-        look(true, json, goOn, std::move(*done));
-      });
+  // What is over may still have to take its journal away.
+  auto begin = alive_.guard([this, repairs, json, goOn = std::move(goOn),
+                             done = std::make_shared<CommandDone>(std::move(done))] {
+    services_.deletion->settle(alive_.guard(
+        [this, repairs, json, goOn, done] { look(repairs, json, goOn, std::move(*done)); }));
+  });
+  if (!repairs) return begin();
+  services_.recoverStaged(std::move(begin));
 }
 
 CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
@@ -109,8 +125,21 @@ CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
 }
 
 void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
-  LibraryScope scope{services_.store->entries(), services_.store->paths(),
-                     services_.captureFolders(), services_.originals, startedAt_};
+  const HistoryStore& store = *services_.store;
+  LibraryScope scope{.entries = store.entries(),
+                     .unreadPaths = store.unreadPaths(),
+                     .indexWasRead = store.indexWasReadFromDisk(),
+                     .paths = store.paths(),
+                     .captureFolders = services_.captureFolders(),
+                     .originals = services_.originals,
+                     .filedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
+                     .begunBefore = startedAt_};
+  scope.leftovers = store.leftovers();
+  scope.lookedAt = services_.clock->now();
+  if (!services_.deletion->deletionsInFlight().empty()) {
+    scope.journalsInUse.insert(store.paths().deletions());
+  }
+  if (services_.isRelocating()) scope.journalsInUse.insert(store.paths().relocationJournal());
   services_.work->post(
       [files = services_.files, main = services_.main, scope = std::move(scope), goOn,
        reply = alive_.guard(
@@ -118,8 +147,13 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
              if (findings.missing.wasStopped) {
                return done(nothingChanged());
              }
-             if (!repairs) return finish(report(findings, {}, json), json, std::move(done));
-             mend(findings, json, std::move(done));
+             dropSettled(findings);
+             auto claimed = claimOriginals(findings);
+             if (repairs) {
+               return mend(findings, std::move(claimed), json, std::move(done));
+             }
+             giveBack(claimed);
+             finish(report(findings, {}, json), json, std::move(done));
            })]() mutable {
         main->post([findings = checkLibrary(*files, scope, goOn),
                     reply = std::move(reply)]() mutable { reply(findings); });
@@ -135,48 +169,96 @@ void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
       }));
 }
 
+// What got its entry, its file or another place while the library was looked through is in order.
+void LibraryVerify::dropSettled(LibraryFindings& findings) const {
+  findings.missing.gone =
+      settledEntries(*services_.store, *services_.deletion, findings.missing.gone);
+  std::set<Path> found;
+  const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
+                         &findings.originalsInDoubt, &findings.stagedCaptures};
+  for (const auto* const list : lists) found.insert(list->begin(), list->end());
+  if (found.empty()) return;
+  std::set<Path> named;
+  const auto note = [&](const ScreenshotEntry& entry) {
+    forEachPath(entry, [&](const std::string& path) {
+      if (found.contains(path)) named.insert(path);
+    });
+  };
+  for (const EntryPointer& entry : services_.store->entries()) note(*entry);
+  if (const auto& pending = services_.deletion->pendingUndo()) {
+    for (const RemovedEntry& removed : pending->items) note(*removed.entry);
+  }
+  for (auto* const list : lists) {
+    std::erase_if(*list, [&](const Path& path) { return named.contains(path); });
+  }
+}
+
+// An original that is linked keeps its age, so that it looks like a leftover until the rewrite is
+// done and its entry names it. Answers the ids that were claimed.
+std::vector<std::string> LibraryVerify::claimOriginals(LibraryFindings& findings) const {
+  std::vector<std::string> claimed;
+  std::erase_if(findings.originalsWithoutEntry, [&](const Path& path) {
+    const std::string id = path.stem().string();
+    if (!services_.store->find(id)) return false;
+    if (!services_.claim(id)) return true;
+    claimed.push_back(id);
+    return false;
+  });
+  return claimed;
+}
+
+void LibraryVerify::giveBack(const std::vector<std::string>& claimed) const {
+  for (const std::string& id : claimed) services_.release(id);
+}
+
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
-void LibraryVerify::mend(const LibraryFindings& findings, bool json, CommandDone done) {
-  services_.work->post(
-      [files = services_.files, codec = services_.codec, trash = services_.trash,
-       main = services_.main, findings,
-       reply = alive_.guard([this, json, findings, done = std::move(done)](Mended& mended) mutable {
-         HistoryStore& store = *services_.store;
-         for (ScreenshotEntry& entry : mended.entries) {
-           const std::string path = entry.path;
-           if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);
-         }
-         std::vector<std::string> going;
-         for (const EntryPointer& entry : findings.missing.gone) {
-           const bool isMoving = services_.deletion->deletionsInFlight().contains(entry->id);
-           if (store.find(entry->id) != entry || isMoving) continue;
-           going.push_back(entry->id);
-           mended.paths.insert(entry->path);
-         }
-         // Writes the new entries as well.
-         services_.deletion->forget(going, [this, mended, json, findings, done = std::move(done)](
-                                               const Result<std::size_t>& saved) mutable {
-           if (!saved) {
-             return done(
-                 failedReply("The library's index could not be saved: " + saved.error().reason));
-           }
-           finish(report(findings, mended, json), json, std::move(done));
-         });
-       })]() mutable {
-        Mended mended;
-        for (const Path& path : findings.temporaries) {
-          if (files->remove(path)) mended.paths.insert(path.string());
-        }
-        for (const Path& path : findings.originalsWithoutEntry) {
-          if (trash->moveToTrash(path)) mended.paths.insert(path.string());
-        }
-        for (const Path& path : findings.filesWithoutEntry) {
-          auto entry = entryForFile(*files, *codec, path);
-          if (entry) mended.entries.push_back(*std::move(entry));
-        }
-        main->post(
-            [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
-      });
+void LibraryVerify::mend(const LibraryFindings& findings, std::vector<std::string> claimed,
+                         bool json, CommandDone done) {
+  services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
+                        main = services_.main, findings,
+                        reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
+                                              done = std::move(done)](Mended& mended) mutable {
+                          HistoryStore& store = *services_.store;
+                          giveBack(claimed);
+                          for (ScreenshotEntry& entry : mended.entries) {
+                            const std::string path = entry.path;
+                            if (store.findByPath(path) || store.add(std::move(entry)))
+                              mended.paths.insert(path);
+                          }
+                          std::vector<std::string> going;
+                          for (const EntryPointer& entry :
+                               settledEntries(store, *services_.deletion, mended.goneStill)) {
+                            going.push_back(entry->id);
+                            mended.paths.insert(entry->path);
+                          }
+                          // Writes the new entries as well.
+                          services_.deletion->forget(
+                              going, [this, mended, json, findings, done = std::move(done)](
+                                         const Result<std::size_t>& saved) mutable {
+                                if (!saved) {
+                                  return done(
+                                      failedReply("The library's index could not be saved: " +
+                                                  saved.error().reason));
+                                }
+                                finish(report(findings, mended, json), json, std::move(done));
+                              });
+                        })]() mutable {
+    Mended mended;
+    for (const Path& path : findings.temporaries) {
+      if (files->remove(path)) mended.paths.insert(path.string());
+    }
+    for (const Path& path : findings.originalsWithoutEntry) {
+      if (trash->moveToTrash(path)) mended.paths.insert(path.string());
+    }
+    for (const Path& path : findings.filesWithoutEntry) {
+      auto entry = entryForFile(*files, *codec, path);
+      if (entry) mended.entries.push_back(*std::move(entry));
+    }
+    for (const EntryPointer& entry : findings.missing.gone) {
+      if (reachOf(*files, entry->path) == FileReach::fileGone) mended.goneStill.push_back(entry);
+    }
+    main->post([mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
+  });
 }
 
 }  // namespace vantorel

@@ -30,11 +30,17 @@ class LibraryVerify {
     HistoryStore* store = nullptr;
     HistoryDeletion* deletion = nullptr;
     HistoryDisk* disk = nullptr;
+    std::function<bool()> isRelocating;
     Path originals;
     std::function<std::vector<Path>()> captureFolders;
 
     /// Files what is staged; otherwise such a file and its entry-to-be would be mended twice.
     std::function<void(std::function<void()> done)> recoverStaged;
+
+    /// Takes an entry whose original may go, so that nobody else changes its files: false when
+    /// somebody has it. Each is given back with `release`.
+    std::function<bool(const std::string& id)> claim;
+    std::function<void(const std::string& id)> release;
   };
 
   explicit LibraryVerify(Services services);
@@ -53,7 +59,11 @@ class LibraryVerify {
  private:
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
   void finish(CommandReply reply, bool json, CommandDone done);
-  void mend(const LibraryFindings& findings, bool json, CommandDone done);
+  void mend(const LibraryFindings& findings, std::vector<std::string> claimed, bool json,
+            CommandDone done);
+  void dropSettled(LibraryFindings& findings) const;
+  [[nodiscard]] std::vector<std::string> claimOriginals(LibraryFindings& findings) const;
+  void giveBack(const std::vector<std::string>& claimed) const;
 
   Services services_;
   double startedAt_;

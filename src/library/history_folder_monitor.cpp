@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/gone_entries.hpp"
 
 namespace vantorel {
 namespace {
@@ -187,20 +188,29 @@ void HistoryFolderMonitor::prune() {
 
 void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& went,
                                       const std::multiset<std::string>& movingBefore) {
-  std::vector<std::string> going;
-  bool isLeft = false;
-  for (const EntryPointer& entry : went) {
-    // What changed or moved meanwhile may have its file elsewhere by now.
-    if (services_.store.find(entry->id) != entry || movingBefore.contains(entry->id) ||
-        services_.deletion.deletionsInFlight().contains(entry->id) ||
-        (services_.isMoving && services_.isMoving(*entry))) {
-      isLeft = true;
-    } else {
-      going.push_back(entry->id);
-    }
-  }
-  if (isLeft && wanted_.contains(name)) lookSoon(name);
+  // What changed or moved meanwhile may have its file elsewhere by now.
+  const auto resting = [this](const EntryList& entries) {
+    EntryList all = settledEntries(services_.store, services_.deletion, entries);
+    std::erase_if(all, [this](const EntryPointer& entry) {
+      return services_.isMoving && services_.isMoving(*entry);
+    });
+    return all;
+  };
+  EntryList going = resting(went);
+  std::erase_if(going, [&](const EntryPointer& entry) { return movingBefore.contains(entry->id); });
+  if (going.size() < went.size() && wanted_.contains(name)) lookSoon(name);
   if (going.empty()) return;
+  lookAgain(services_.files, *services_.work, services_.main, going,
+            alive_.guard([this, name, resting, count = going.size()](const EntryList& gone) {
+              const EntryList left = resting(gone);
+              if (left.size() < count && wanted_.contains(name)) lookSoon(name);
+              if (!left.empty()) forget(name, left);
+            }));
+}
+
+void HistoryFolderMonitor::forget(const std::string& name, const EntryList& gone) {
+  std::vector<std::string> going;
+  for (const EntryPointer& entry : gone) going.push_back(entry->id);
   services_.deletion.forget(going, [name](const Result<std::size_t>& count) {
     if (count) {
       logInfo(category, "{} capture(s) went from {} and were removed from History", *count, name);

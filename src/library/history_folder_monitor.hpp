@@ -95,6 +95,7 @@ class HistoryFolderMonitor {
   void prune();
   void forgetGone(const std::string& name, const EntryList& went,
                   const std::multiset<std::string>& movingBefore);
+  void forget(const std::string& name, const EntryList& gone);
 
   Services services_;
   std::map<std::string, Folder, std::less<>> wanted_;

@@ -38,8 +38,10 @@ class HistoryFolderMonitorTest : public testing::Test {
   void start() {
     monitor.emplace(HistoryFolderMonitor::Services{
         store, deletion, reachability, files, watcher, mounts, runners, runners.main(),
-        runners.runner("folders"),
-        [this](const ScreenshotEntry& entry) { return moving.contains(entry.id); }});
+        runners.runner("folders"), [this](const ScreenshotEntry& entry) {
+          if (atLook) atLook();
+          return moving.contains(entry.id);
+        }});
     monitor->onFileChange = [this](const std::string& path) { changed.push_back(path); };
     runners.advance(2s);
   }
@@ -73,6 +75,7 @@ class HistoryFolderMonitorTest : public testing::Test {
       {store, files, trash, runners, runners.main(), runners.runner("work"), {}}};
   HistoryReachability reachability{store, files, runners.main(), runners.runner("folders")};
   std::set<std::string> moving;
+  std::function<void()> atLook;  // called when a look has found a file gone
   std::vector<std::string> changed;
   std::optional<HistoryFolderMonitor> monitor;
 };
@@ -222,6 +225,13 @@ TEST_F(HistoryFolderMonitorTest, WhatTheProgramMovesItselfStays) {
   moving.clear();
   runners.advance(10s);
   EXPECT_EQ(ids(), "abc");
+
+  // Gone at the look, and back before its entry is.
+  atLook = [this] { files.put("/captures/c.png", "back"); };
+  takeFile("c.png");
+  runners.advance(10s);
+  EXPECT_EQ(ids(), "abc");
+  atLook = nullptr;
 
   // A deletion and its undo, with a look at every moment in between.
   std::optional<TrashSweep> swept;

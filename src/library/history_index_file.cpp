@@ -194,7 +194,23 @@ Result<DecodedIndex> decodeFrame(std::string_view frame, std::deque<Batch>* batc
   return decoded;
 }
 
+void collectPaths(const JSONValue& value, std::vector<std::string>& paths) {
+  if (const auto* const text = std::get_if<std::string>(&value.value)) {
+    if (text->starts_with('/')) paths.push_back(*text);
+  } else if (const auto* const items = std::get_if<JSONValue::Array>(&value.value)) {
+    for (const JSONValue& item : *items) collectPaths(item, paths);
+  } else if (const auto* const members = std::get_if<json::Object>(&value.value)) {
+    for (const JSONMember& member : *members) collectPaths(member.value, paths);
+  }
+}
+
 }  // namespace
+
+std::vector<std::string> pathsIn(const JSONValue& value) {
+  std::vector<std::string> paths;
+  collectPaths(value, paths);
+  return paths;
+}
 
 Result<DecodedIndex> decodeIndex(const TextSource& source) {
   BatchDecoder decoder;

@@ -42,6 +42,10 @@ struct DecodedIndex {
 [[nodiscard]] Result<DecodedIndex> decodeIndex(const TextSource& source);
 [[nodiscard]] Result<DecodedIndex> decodeIndex(std::string_view text);
 
+/// Every absolute path that stands anywhere in `value`, under whatever key: the files that an item
+/// may need which this build cannot read.
+[[nodiscard]] std::vector<std::string> pathsIn(const JSONValue& value);
+
 // An index is written as its head, the entries with commas between them, and its tail.
 [[nodiscard]] std::string encodeIndexHead();
 [[nodiscard]] std::string encodeIndexTail(const HistoryIndexFile& file);

@@ -78,6 +78,8 @@ void HistoryStore::finishLoading(IndexStorage::Loaded loaded) {
   entries_ = std::move(loaded.entries);
   collections_ = std::move(loaded.collections);
   caches_ = std::move(loaded.caches);
+  unreadPaths_ = std::move(loaded.unreadPaths);
+  leftovers_ = std::move(loaded.leftovers);
   loadOutcome_ = loaded.load;
   writer_.opened(loaded.load);
   if (loaded.changedByReading) writer_.schedule();

@@ -79,6 +79,14 @@ class HistoryStore {
   /// that look as if no entry stood for them may well have one, and are left alone.
   [[nodiscard]] bool indexWasReadFromDisk() const;
 
+  /// The files of items that the index keeps for a build that can read them: in no list here, and
+  /// nobody else's either.
+  [[nodiscard]] const std::vector<std::string>& unreadPaths() const { return unreadPaths_; }
+
+  /// What lay beside the index at loading: half files, cleared by now, and the journals of what an
+  /// earlier run did not end, which go when it has been made up for.
+  [[nodiscard]] const std::vector<Path>& leftovers() const { return leftovers_; }
+
   /// Why the index cannot be written: "the index hasn't finished loading", "the index can't be
   /// written this run"; nothing when it can.
   [[nodiscard]] std::optional<std::string> indexRefusal() const { return writer_.refusal(); }
@@ -180,6 +188,8 @@ class HistoryStore {
   EntryList entries_;
   std::vector<HistoryCollection> collections_;
   EntryCaches caches_;
+  std::vector<std::string> unreadPaths_;
+  std::vector<Path> leftovers_;
   Observers<HistoryChange> observers_;
   Alive alive_;
 };

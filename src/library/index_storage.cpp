@@ -1,5 +1,7 @@
 #include "library/index_storage.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <unordered_map>
 
 #include "base/json_writer.hpp"
@@ -81,6 +83,18 @@ class Assembly {
   bool isFirstItem_ = true;
 };
 
+/// True when one file has several entries of one id that tell different things: only one stays.
+bool hasConflict(const EntryList& entries) {
+  std::unordered_map<std::string_view, std::vector<const ScreenshotEntry*>> seen;
+  return std::ranges::any_of(entries, [&](const EntryPointer& entry) {
+    auto& twins = seen[entry->id];
+    twins.push_back(entry.get());
+    return std::ranges::any_of(twins, [&](const ScreenshotEntry* twin) {
+      return twin->path == entry->path && *twin != *entry;
+    });
+  });
+}
+
 /// Two entries of one id cannot live in one library. The same file under the same id is the same
 /// capture written twice; another file is another capture, and gets an id of its own.
 void separateDoubles(EntryList& entries, std::vector<TextRun>& runs) {
@@ -138,15 +152,16 @@ std::array<Path, 4> IndexStorage::ownFiles() const {
 }
 
 // A run that was killed while it wrote leaves half a file behind.
-void IndexStorage::clearStaging() {
-  for (Path staging : ownFiles()) {
-    staging += ".staging";
-    if (!files_.status(staging)) continue;
-    if (const auto cleared = files_.remove(staging); !cleared) {
-      logWarning(category, "history index staging file could not be cleared: {}",
-                 cleared.error().reason);
-    }
+std::optional<Path> IndexStorage::clearStaging(const Path& path) {
+  Path staging = path;
+  staging += ".staging";
+  if (!files_.status(staging)) return std::nullopt;
+  if (const auto cleared = files_.remove(staging); !cleared) {
+    logWarning(category, "history index staging file could not be cleared: {}",
+               cleared.error().reason);
+    return std::nullopt;
   }
+  return staging;
 }
 
 // What an earlier build, another program or a copy from elsewhere left open to others.
@@ -165,9 +180,21 @@ void IndexStorage::makeOwnerOnly() {
 }
 
 IndexStorage::Loaded IndexStorage::load() {
-  Loaded loaded;
-  clearStaging();
+  std::vector<Path> leftovers;
+  for (const Path& path : ownFiles()) {
+    if (auto staging = clearStaging(path)) leftovers.push_back(*std::move(staging));
+  }
+  for (const Path& journal : {paths_.deletions(), paths_.relocationJournal()}) {
+    if (files_.status(journal)) leftovers.push_back(journal);
+  }
   makeOwnerOnly();
+  Loaded loaded = readIndex();
+  loaded.leftovers = std::move(leftovers);
+  return loaded;
+}
+
+IndexStorage::Loaded IndexStorage::readIndex() {
+  Loaded loaded;
   const auto status = files_.status(paths_.index());
   if (!status && status.error().kind == FailureKind::notFound) return loaded;
   if (status && (status->type != FileType::regular || status->owner != userID_)) {
@@ -205,7 +232,7 @@ IndexStorage::Loaded IndexStorage::decode() {
     const auto text = content_->read(0, contentStatus_.size);
     content_.reset();
     if (!text) return unreadable(text.error());
-    loaded.load = park(*text);
+    loaded.load = park(*text, "failed to decode");
     return loaded;
   }
   if (decoded->file.version > HistoryIndexFile::currentVersion) {
@@ -220,6 +247,16 @@ IndexStorage::Loaded IndexStorage::decode() {
   loaded.changedByReading = decoded->file.version != HistoryIndexFile::currentVersion;
   loaded.entries = std::move(decoded->file.entries);
   if (!loaded.caches.build(loaded.entries)) {
+    if (hasConflict(loaded.entries)) {
+      const auto text = content_->read(0, contentStatus_.size);
+      if (!text) return unreadable(text.error());
+      if (const IndexLoad parked = park(*text, "has two entries for one capture");
+          parked != IndexLoad::parked) {
+        Loaded refused;
+        refused.load = parked;
+        return refused;
+      }
+    }
     separateDoubles(loaded.entries, decoded->runs);
     (void)loaded.caches.build(loaded.entries);
     loaded.changedByReading = true;
@@ -234,16 +271,19 @@ IndexStorage::Loaded IndexStorage::decode() {
   if (loaded.unreadCount > 0) {
     logWarning(category, "{} item(s) of the index could not be read and are kept as they are",
                loaded.unreadCount);
+    for (const JSONValue& unread : rest_.unreadEntries) {
+      std::ranges::move(pathsIn(unread), std::back_inserter(loaded.unreadPaths));
+    }
   }
   return loaded;
 }
 
-IndexLoad IndexStorage::park(const std::string& text) {
+IndexLoad IndexStorage::park(const std::string& text, std::string_view reason) {
   if (parkIndex(files_, paths_.index(), text) == Parking::failed) {
-    logError(category, "index failed to decode, and no copy of it could be parked");
+    logError(category, "index {}, and no copy of it could be parked", reason);
     return IndexLoad::notParked;
   }
-  logError(category, "index failed to decode; a copy is parked alongside it as .unreadable.json");
+  logError(category, "index {}; a copy is parked alongside it as .unreadable.json", reason);
   return IndexLoad::parked;
 }
 
@@ -302,6 +342,7 @@ Result<void> IndexStorage::write() {
   if (!content) {
     // When the old index can no longer be read, the next attempt does without it.
     if (content.error().kind == FailureKind::other) forgetRuns();
+    (void)clearStaging(paths_.index());
     return std::unexpected(content.error());
   }
   const FileStatus status = VT_TRY((*content)->status());

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -97,8 +98,10 @@ class IndexStorage {
     EntryList entries;
     EntryCaches caches;  ///< of the entries
     std::vector<HistoryCollection> collections;
-    std::size_t unreadCount = 0;    ///< items kept for a build that can read them
-    bool changedByReading = false;  ///< the entries are not all as the file has them
+    std::size_t unreadCount = 0;           ///< items kept for a build that can read them
+    std::vector<std::string> unreadPaths;  ///< of the files that those name
+    bool changedByReading = false;         ///< the entries are not all as the file has them
+    std::vector<Path> leftovers;  ///< of an earlier run: half files that were cleared, journals
   };
 
   /// Takes the library's lock. `busy` when another process has it.
@@ -122,11 +125,13 @@ class IndexStorage {
   };
 
   [[nodiscard]] std::array<Path, 4> ownFiles() const;
-  void clearStaging();
+  /// Answers what was removed.
+  std::optional<Path> clearStaging(const Path& path);
   void makeOwnerOnly();
+  [[nodiscard]] Loaded readIndex();
   [[nodiscard]] Loaded decode();
   [[nodiscard]] static Loaded unreadable(const Failure& failure);
-  [[nodiscard]] IndexLoad park(const std::string& text);
+  [[nodiscard]] IndexLoad park(const std::string& text, std::string_view reason);
   [[nodiscard]] bool contentIsUnchanged() const;
   void forgetRuns();
 

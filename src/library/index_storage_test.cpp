@@ -136,6 +136,55 @@ TEST_F(IndexStorageTest, WhatOthersWriteIntoTheFileIsNeverCopied) {
   EXPECT_THAT(titlesOnDisk(), ElementsAre("c"));
 }
 
+TEST_F(IndexStorageTest, OfTwoEntriesForOneCaptureNeitherIsLost) {
+  const auto entry = [](const std::string& title) {
+    return R"({"id":"a","capturedAt":1,"path":"/a","title":")" + title + "\"}";
+  };
+  const auto put = [&](const std::string& first, const std::string& second) {
+    files.put(index, R"({"version":4,"entries":[)" + entry(first) + "," + entry(second) +
+                         R"(],"collections":[]})");
+  };
+  const auto parked = [this] {
+    std::vector<std::string> names = files.names("/data");
+    std::erase_if(names, [](const std::string& name) { return !name.ends_with("able.json"); });
+    return names;
+  };
+  put("same", "same");
+  EXPECT_THAT(titlesOnDisk(), ElementsAre("same"));
+  EXPECT_THAT(parked(), IsEmpty());
+
+  put("first", "second");
+  files.changesFail = FailureKind::noSpace;
+  EXPECT_FALSE(allowsWrites(IndexStorage(files, {"/data", "/caches"}, 0).load().load));
+  files.changesFail.reset();
+  const std::string text = files.text(index);
+  EXPECT_THAT(titlesOnDisk(), ElementsAre("first"));
+  ASSERT_EQ(parked().size(), 1U);
+  EXPECT_EQ(files.text("/data/" + parked()[0]), text);
+}
+
+TEST_F(IndexStorageTest, AWriteThatFailsSaysWhenItsStagingFileStays) {
+  std::string said;
+  setLogSink([&](LogLevel, std::string_view, std::string_view text) { said += text; });
+  IndexStorage storage(files, {"/data", "/caches"}, 0);
+  (void)storage.load();
+  files.put("/data/undo.json.staging", "being written by somebody else");
+  // The disk breaks while the index is written, for good or for that moment.
+  bool isBrokenForGood = true;
+  files.beforeChange = [&](int) {
+    const bool isOfIndex = !files.changesFail;
+    if (isOfIndex) files.put("/data/history.json.staging", "half an index");
+    files.changesFail =
+        isOfIndex || isBrokenForGood ? std::optional(FailureKind::readOnly) : std::nullopt;
+  };
+  EXPECT_FALSE(storage.write().has_value());
+  EXPECT_THAT(said, testing::HasSubstr("history index staging file could not be cleared: "));
+  isBrokenForGood = false;
+  files.changesFail.reset();
+  EXPECT_FALSE(storage.write().has_value());
+  EXPECT_THAT(files.names("/data"), ElementsAre("undo.json.staging"));
+}
+
 TEST_F(IndexStorageTest, DamageAnywhereInsideAnEntryIsNoticed) {
   const std::string whole =
       R"({"version":4,"entries":[{"id":"a","capturedAt":1,"path":"/a","shapes":[]},)"

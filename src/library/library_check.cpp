@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
 #include <set>
 
 #include "base/random_id.hpp"
 #include "base/time_text.hpp"
 #include "library/file_reach.hpp"
+#include "library/parked_index.hpp"
+#include "library/relocation_mover.hpp"
 
 namespace vantorel {
 namespace {
@@ -54,13 +57,15 @@ std::optional<double> timeInName(std::string name) {
 class Checker {
  public:
   Checker(const Files& files, const LibraryScope& scope) : files_(files), scope_(scope) {
+    known_.insert(scope.unreadPaths.begin(), scope.unreadPaths.end());
     for (const EntryPointer& entry : scope.entries) {
-      known_.insert(entry->path);
-      if (entry->originalPath) known_.insert(*entry->originalPath);
+      forEachPath(*entry, [this](const std::string& path) { known_.insert(path); });
     }
   }
 
-  void lookThrough(const Path& folder, const std::function<void(const Path&)>& look) const {
+  using Look = std::function<void(const Path& path, double modified)>;
+
+  void lookThrough(const Path& folder, const Look& look) const {
     const auto items = files_.list(folder);
     if (!items) return;
     std::vector<Path> paths;
@@ -70,7 +75,7 @@ class Checker {
     std::ranges::sort(paths);
     for (const Path& path : paths) {
       const auto status = files_.status(path);
-      if (status && status->modified < scope_.begunBefore) look(path);
+      if (status) look(path, status->modified);
     }
   }
 
@@ -123,37 +128,52 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   for (const EntryPointer& entry : scope.entries) folders.insert(Path(entry->path).parent_path());
   for (const Path& folder : folders) {
     if (own.contains(folder)) continue;
-    checker.lookThrough(folder, [&](const Path& path) {
+    checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (isTemporaryCapture(path)) {
-        findings.temporaries.push_back(path);
+        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
       } else if (mediumOf(path) && timeInName(path.stem().string()) && !checker.isKnown(path)) {
-        findings.filesWithoutEntry.push_back(path);
+        if (modified < scope.filedBefore) findings.filesWithoutEntry.push_back(path);
       }
     });
   }
+  std::vector<Path> originals;
   for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
-    checker.lookThrough(folder, [&](const Path& path) {
+    checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (path.extension() == ".partial") {
-        findings.temporaries.push_back(path);
-      } else if (!checker.isKnown(path)) {
-        findings.originalsWithoutEntry.push_back(path);
+        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
+      } else if (!checker.isKnown(path) && modified < scope.filedBefore) {
+        originals.push_back(path);
       }
     });
   }
-  checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path) {
+  checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path, double modified) {
     // Where no folder would take a capture, the staged file stays and is the filed one.
-    if (!checker.isKnown(path)) findings.stagedCaptures.push_back(path);
+    if (!checker.isKnown(path) && modified < scope.filedBefore) {
+      findings.stagedCaptures.push_back(path);
+    }
   });
-  checker.lookThrough(scope.paths.data, [&](const Path& path) {
+  checker.lookThrough(scope.paths.data, [&](const Path& path, double modified) {
     const std::string name = path.filename().string();
     if (name.ends_with(".staging")) {
-      findings.temporaries.push_back(path);
+      if (modified < scope.begunBefore) findings.temporaries.push_back(path);
     } else if (name.ends_with(".unreadable.json")) {
       findings.parkedIndexes.push_back(path);
     } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
-      findings.journals.push_back(path);
+      const bool isInUse = scope.journalsInUse.contains(path) || modified >= scope.lookedAt;
+      if (!isInUse) findings.journals.push_back(path);
     }
   });
+  std::ranges::copy_if(scope.leftovers, std::back_inserter(findings.clearedAtStart),
+                       [&](const Path& path) { return !files.status(path); });
+  // Their entries may yet be had again from a copy of an index that is mended by hand.
+  const auto parked = pathsInParkedIndexes(files, findings.parkedIndexes);
+  const std::set<Path> named =
+      parked ? std::set<Path>(parked->begin(), parked->end()) : std::set<Path>();
+  for (Path& path : originals) {
+    const bool isInDoubt = !scope.indexWasRead || !parked || named.contains(path);
+    auto& list = isInDoubt ? findings.originalsInDoubt : findings.originalsWithoutEntry;
+    list.push_back(std::move(path));
+  }
   return findings;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <set>
 #include <vector>
 
 #include "library/library_paths.hpp"
@@ -28,12 +29,26 @@ struct MissingFiles {
 /// Where a library is looked through.
 struct LibraryScope {
   EntryList entries;
+
+  /// Files that other items of the index name (`HistoryStore::unreadPaths`).
+  std::vector<std::string> unreadPaths{};
+
+  /// False when there may be an index that the entries are not from.
+  bool indexWasRead = true;
   LibraryPaths paths;
   std::vector<Path> captureFolders;  ///< beside those that entries lie in
   Path originals;                    ///< of captures changed in place
 
-  /// Seconds since 1970-01-01 UTC. What is younger may be work in progress and is passed over.
-  double begunBefore = 0;
+  // Seconds since 1970-01-01 UTC. What is younger may be work in progress and is passed over.
+  double filedBefore = 0;  ///< of captures and originals: their entries come a moment later
+  double begunBefore = 0;  ///< of half files: this run may be writing them
+
+  double lookedAt = 0;  ///< of journals: the moment from which `journalsInUse` is
+
+  std::vector<Path> leftovers{};  ///< that an earlier run had left at loading
+
+  /// Journals of what was going on then.
+  std::set<Path> journalsInUse{};
 };
 
 /// What in a library does not fit together.
@@ -41,10 +56,14 @@ struct LibraryFindings {
   MissingFiles missing;
   std::vector<Path> filesWithoutEntry;      ///< named as captures are
   std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses
+
+  /// Such that an index may name which could not be read, or that lies parked: not to be touched.
+  std::vector<Path> originalsInDoubt;
   std::vector<Path> parkedIndexes;
   std::vector<Path> temporaries;     ///< half a file, left by a run that was killed
   std::vector<Path> stagedCaptures;  ///< grabbed and not yet filed
   std::vector<Path> journals;        ///< of a deletion or a move that did not end
+  std::vector<Path> clearedAtStart;  ///< leftovers that are in order now
 };
 
 /// Looks and changes nothing. Blocks; any thread. Stopped, it answers what it has found so far.

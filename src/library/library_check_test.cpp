@@ -22,7 +22,9 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   LibraryScope scope{.paths = {"/data", "/caches"},
                      .captureFolders = {"/empty", "/captures"},
                      .originals = "/data/Originals",
-                     .begunBefore = 1000};
+                     .filedBefore = 1500,
+                     .begunBefore = 1000,
+                     .lookedAt = 1600};
   const auto add = [&](const std::string& id, const std::string& path,
                        std::optional<std::string> original = {}) {
     ScreenshotEntry entry;
@@ -61,21 +63,30 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
        {lost, std::string("/captures/.vantorel-7.partial"),
         std::string("/data/Redacted Originals/secret.png"),
         std::string("/data/Staged Captures/vantorel-6.png"),
-        std::string("/data/history-0a.unreadable.json"), std::string("/data/history.json.staging"),
-        std::string("/data/deletions.json")}) {
+        std::string("/data/history.json.staging"), std::string("/data/deletions.json")}) {
     files.put(path, "x");
   }
+  files.put("/data/history-0a.unreadable.json", "{}");
+  files.now = 1200;
+  files.put("/captures/.vantorel-8.partial", "being written by this run");
+  const std::string lateParked = "/data/history-0b.unreadable.json";
   files.now = 2000;
+  files.put(lateParked, "{}");
+  files.put("/data/relocation.json", "{}");
   files.put("/captures/Screenshot 2026-03-02 at 14.05.09.png", "being filed now");
+  files.now = 1200;
+  const std::string late = "/captures/Screenshot 2026-03-03 at 14.05.09.png";
+  files.put(late, "forgotten in this run");
+  scope.journalsInUse.insert("/data/relocation.json");
   const auto before = files.changes;
   const LibraryFindings broken = checkLibrary(files, scope, goOn);
   EXPECT_EQ(files.changes, before);
-  EXPECT_THAT(broken.filesWithoutEntry, ElementsAre(lost));
+  EXPECT_THAT(broken.filesWithoutEntry, ElementsAre(lost, late));
   EXPECT_THAT(broken.originalsWithoutEntry, ElementsAre("/data/Redacted Originals/secret.png"));
   EXPECT_THAT(broken.temporaries,
               ElementsAre("/captures/.vantorel-7.partial", "/data/history.json.staging"));
   EXPECT_THAT(broken.stagedCaptures, ElementsAre("/data/Staged Captures/vantorel-6.png"));
-  EXPECT_THAT(broken.parkedIndexes, ElementsAre("/data/history-0a.unreadable.json"));
+  EXPECT_THAT(broken.parkedIndexes, ElementsAre("/data/history-0a.unreadable.json", lateParked));
   EXPECT_THAT(broken.journals, ElementsAre("/data/deletions.json"));
 
   const LibraryFindings stopped =
@@ -83,6 +94,41 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   EXPECT_TRUE(stopped.missing.wasStopped);
   EXPECT_EQ(stopped.missing.gone.size(), 1U);
   EXPECT_THAT(stopped.journals, IsEmpty());
+}
+
+TEST(LibraryCheckTest, WhatAnythingStillNamesIsNobodysLeftover) {
+  FakeFiles files;
+  LibraryScope scope{.unreadPaths = {"/captures/Clip 2026-03-01 at 14.05.09.mp4", "/o/unread.png"},
+                     .paths = {"/data", "/caches"},
+                     .captureFolders = {"/captures"},
+                     .originals = "/o",
+                     .filedBefore = 1500,
+                     .begunBefore = 1000,
+                     .lookedAt = 1600};
+  ScreenshotEntry entry;
+  entry.path = "/captures/shown.png";
+  entry.layers.emplace().emplace_back().path = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  scope.entries.push_back(std::make_shared<const ScreenshotEntry>(entry));
+  for (const std::string& path : scope.unreadPaths) files.put(path, "x");
+  files.put(entry.path, "x");
+  files.put(*entry.layers->front().path, "x");
+  files.put("/o/parked.png", "x");
+  files.put("/o/orphan.png", "x");
+  const std::string copy = "/data/history-0a.unreadable.json";
+  files.put(copy, R"({"version":9,"items":[{"kept":{"as":"\/o/parked.png"}}]})");
+
+  const LibraryFindings parked = checkLibrary(files, scope, goOn);
+  EXPECT_THAT(parked.filesWithoutEntry, IsEmpty());
+  EXPECT_THAT(parked.originalsWithoutEntry, ElementsAre("/o/orphan.png"));
+  EXPECT_THAT(parked.originalsInDoubt, ElementsAre("/o/parked.png"));
+
+  // Half a copy may have named anything, and so may an index that gave no entries.
+  files.put(copy, R"({"version":4,"entries":[{"id":"a","origi)");
+  EXPECT_THAT(checkLibrary(files, scope, goOn).originalsWithoutEntry, IsEmpty());
+  files.disk.erase(copy);
+  EXPECT_EQ(checkLibrary(files, scope, goOn).originalsWithoutEntry.size(), 2U);
+  scope.indexWasRead = false;
+  EXPECT_EQ(checkLibrary(files, scope, goOn).originalsInDoubt.size(), 2U);
 }
 
 TEST(LibraryCheckTest, AnEntryIsMadeFromTheFileAndItsNameAlone) {

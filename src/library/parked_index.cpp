@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string>
 
 #include "base/json_document.hpp"
 #include "base/json_writer.hpp"
 #include "base/log.hpp"
+#include "library/history_index_file.hpp"
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
@@ -109,6 +111,19 @@ Parking parkIndex(Files& files, const Path& index, std::string_view text) {
   if (!files.replace(parked, text, Privacy::ownerOnly)) return Parking::failed;
   // The damaged index is written over next: the copy's name must be on the disk before.
   return files.flushFolder(parked.parent_path()) ? Parking::parked : Parking::failed;
+}
+
+std::optional<std::vector<std::string>> pathsInParkedIndexes(const Files& files,
+                                                             const std::vector<Path>& copies) {
+  std::vector<std::string> paths;
+  for (const Path& copy : copies) {
+    auto text = files.read(copy, largestCopy);
+    if (!text) return std::nullopt;
+    const auto root = json::parseValue(*std::move(text));
+    if (!root) return std::nullopt;
+    std::ranges::move(pathsIn(*root), std::back_inserter(paths));
+  }
+  return paths;
 }
 
 ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, double now) {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "library/library_paths.hpp"
 #include "platform/files.hpp"
@@ -28,5 +31,10 @@ struct ParkedIndexPass {
 /// owner alone, and in the end deletes those that are no index of any build. Links are not
 /// followed. `now` is in seconds since 1970-01-01 UTC. Blocks; any thread.
 ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, double now);
+
+/// The paths that stand in these parked copies; nothing when one of them cannot be read to its end,
+/// so that it may have named any file. Blocks; any thread.
+[[nodiscard]] std::optional<std::vector<std::string>> pathsInParkedIndexes(
+    const Files& files, const std::vector<Path>& copies);
 
 }  // namespace vantorel

@@ -178,6 +178,8 @@ TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTh
     EXPECT_EQ(text(), textBefore);
     // Once the index is in order, both are filed.
     std::filesystem::remove_all(index);
+    EXPECT_THAT(vantorel.run({"library", "verify"}).out, HasSubstr("staged capture\t"));
+    EXPECT_THAT(namesIn(vantorel.root() / "Staged Captures"), Not(IsEmpty())) << "mended unasked";
     EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
     EXPECT_EQ(vantorel.entries().size(), 2U);
     vantorel.expectWhole();

@@ -129,11 +129,7 @@ struct Program::Parts {
                     .files = *files,
                     .main = main,
                     .work = queues.queue("com.hollen.Vantorel.library"),
-                    .claim =
-                        [this](const std::string& id) {
-                          return !deletion.deletionsInFlight().contains(id) &&
-                                 coordinator->rewrites().begin(id);
-                        },
+                    .claim = [this](const std::string& id) { return claim(id); },
                     .release = [this](const std::string& id) { coordinator->rewrites().end(id); }}),
         retention(store, deletion, *clock, main),
         disk(store, *files, main, queues.queue("com.hollen.Vantorel.library")) {
@@ -194,6 +190,7 @@ struct Program::Parts {
         .store = &store,
         .deletion = &deletion,
         .disk = &disk,
+        .isRelocating = [this] { return relocation.isRunning(); },
         .originals = folders.data / "Originals",
         .captureFolders =
             [this, usual = folders.captures] {
@@ -202,7 +199,9 @@ struct Program::Parts {
         .recoverStaged =
             [this](std::function<void()> done) {
               coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
-            }});
+            },
+        .claim = [this](const std::string& id) { return claim(id); },
+        .release = [this](const std::string& id) { coordinator->rewrites().end(id); }});
     libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
@@ -265,6 +264,10 @@ struct Program::Parts {
       deletion.onPendingUndoChange = all.statusMenuChanged;
     }
     return all;
+  }
+
+  bool claim(const std::string& id) {
+    return !deletion.deletionsInFlight().contains(id) && coordinator->rewrites().begin(id);
   }
 
   FolderWatcher& watcher() {
@@ -336,6 +339,7 @@ struct Program::Parts {
   HistoryDisk disk;
   bool isReady = false;  // the library is loaded, and what an earlier run left is cleared up
   std::vector<std::move_only_function<void()>> waitingForLibrary;
+  bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<FolderFollowing> following;  // in the tray alone
@@ -372,6 +376,10 @@ void Program::startResident() {
 }
 
 void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {
+  const auto* const library = std::get_if<command::Library>(&line.command);
+  const bool onlyLooks =
+      library != nullptr && library->verb == command::Library::Verb::verify && !library->repairs;
+  if (!onlyLooks) parts_->filesStagedAtEnd = true;
   parts_->commands->run(line, std::move(done), asker);
 }
 
@@ -385,14 +393,16 @@ void Program::recover(std::function<void()> done) {
 }
 
 void Program::finish(std::function<void()> done) {
-  recover([this, done = std::move(done)] {
+  std::function<void()> end = [this, done = std::move(done)] {
     parts_->settings.flush([this, done](Result<void> stored) {
       if (!stored) {
         logError("Settings", "the settings could not be saved: {}", stored.error().reason);
       }
       parts_->deletion.settle(done);
     });
-  });
+  };
+  if (parts_->filesStagedAtEnd) return recover(std::move(end));
+  parts_->whenReady(std::move(end));
 }
 
 void Program::quit() { parts_->coordinator->quit(); }

@@ -35,8 +35,8 @@ class Program {
   /// Ends early what the asker waits for, empty for this process; see `CommandRunner::callOff`.
   void callOff(const std::string& asker = {});
 
-  /// After a single command: files what an earlier run left staged, sees to it that settings are on
-  /// disk, then calls `done`.
+  /// After a single command: files what an earlier run left staged unless it only looked, sees to
+  /// it that settings are on disk, then calls `done`.
   void finish(std::function<void()> done);
 
   /// Quits as the menu does; see `AppCoordinator::quit`.

@@ -1,0 +1,160 @@
+#include "cli/library_verify.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class LibraryVerifyTest : public testing::Test {
+ protected:
+  LibraryVerifyTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    files->folders.insert("/data");
+  }
+  ~LibraryVerifyTest() override { setLogSink(std::move(formerSink)); }
+
+  void load(const std::string& index) {
+    files->put("/data/history.json", index);
+    store.load([] {});
+    runners.run();
+  }
+
+  static std::string indexOf(const std::string& entries) {
+    return R"({"version":4,"entries":[)" + entries + R"(],"collections":[]})";
+  }
+
+  /// `meanwhile` happens while the look is under way.
+  CommandReply verify(bool repairs, const std::function<void()>& meanwhile = [] {}) {
+    std::optional<CommandReply> answer;
+    verifying.run(repairs, false, std::make_shared<const std::atomic<bool>>(false), show,
+                  [&](CommandReply reply) { answer = std::move(reply); });
+    meanwhile();
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return answer.value_or(CommandReply{});
+  }
+
+  ShowProgress show;
+  FakeRunners runners;
+  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
+  FakeTrash trash{*files};
+  LogSink formerSink;
+  HistoryStore store{{*files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/data", "/caches"}};
+  HistoryDeletion deletion{
+      {store, *files, trash, runners, runners.main(), runners.runner("trash"), {}}};
+  HistoryDisk disk{store, *files, runners.main(), runners.runner("disk")};
+  LibraryVerify verifying{{.main = runners.main(),
+                           .work = runners.runner("work"),
+                           .files = files,
+                           .codec = std::make_shared<FakeImageCodec>(),
+                           .clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {}),
+                           .trash = &trash,
+                           .store = &store,
+                           .deletion = &deletion,
+                           .disk = &disk,
+                           .isRelocating = [] { return false; },
+                           .originals = "/data/Originals",
+                           .captureFolders = [] { return std::vector<Path>{"/captures"}; },
+                           .recoverStaged = [](const auto& done) { done(); },
+                           .claim = [this](const auto& id) { return claimed.insert(id).second; },
+                           .release = [this](const auto& id) { claimed.erase(id); }}};
+  std::set<std::string> claimed;
+};
+
+TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
+  files->put("/data/Originals/a.png", "the only one");
+  load(R"({"version":4,"entries":[{"id":"a","originalPath":"/data/Ori)");
+  const CommandReply reply = verify(true);
+  EXPECT_EQ(reply.status, ExitStatus::failed);
+  EXPECT_THAT(reply.output, HasSubstr("original without entry\t/data/Originals/a.png\n"));
+  EXPECT_EQ(files->text("/data/Originals/a.png"), "the only one");
+}
+
+TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {
+  const std::string clip = "/captures/Clip 2026-03-01 at 14.05.09.mp4";
+  files->put(clip, "moving pixels");
+  files->put("/data/Originals/b.mp4", "the only one");
+  load(indexOf(R"({"id":5,"path":")" + clip + R"(","before":["/data/Originals/b.mp4"]})"));
+  const CommandReply reply = verify(true);
+  EXPECT_EQ(reply.output, "0 captures, 0 kB\n") << reply.error;
+  EXPECT_EQ(files->text("/data/Originals/b.mp4"), "the only one");
+}
+
+TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
+  std::string entries;
+  for (const std::string id : {"a", "b", "c"}) {
+    files->put("/captures/" + id + ".png", id);
+    files->put("/data/Originals/" + id + ".png", "original of " + id);
+    entries += (id == "a" ? R"({"id":")" : R"(,{"id":")") + id +
+               R"(","capturedAt":1,"path":"/captures/)" + id + ".png\"}";
+  }
+  load(indexOf(entries));
+  claimed.insert("b");  // being compressed
+  const CommandReply reply = verify(true, [this] {
+    EXPECT_TRUE(store.update(
+        "a", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/a.png"; }));
+  });
+  EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\tmended\n")));
+  EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
+  EXPECT_THAT(claimed, testing::ElementsAre("b"));
+}
+
+TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
+  load(indexOf(R"({"id":"a","capturedAt":1,"path":"/captures/a.png"},)"
+               R"({"id":"b","capturedAt":1,"path":"/captures/b.png"})"));
+  show = [this](const auto& progress) {
+    if (progress.done == 2) files->put("/captures/a.png", "out of the Trash again");
+  };
+  (void)verify(true);
+  ASSERT_EQ(store.entries().size(), 1U);
+  EXPECT_EQ(store.entries()[0]->id, "a");
+}
+
+TEST_F(LibraryVerifyTest, WhatTheStartClearedUpIsToldAndIsNoFault) {
+  files->put("/data/undo.json.staging", "half of it");
+  files->put("/data/deletions.json", R"(["gone"])");
+  files->put("/data/relocation.json", "not to be read");
+  load(indexOf(""));
+  deletion.recover([] {});
+  runners.run();
+  const CommandReply reply = verify(false);
+  EXPECT_THAT(reply.output, AllOf(HasSubstr("cleared at start\t/data/undo.json.staging\tmended\n"),
+                                  HasSubstr("cleared at start\t/data/deletions.json\tmended\n"),
+                                  HasSubstr("journal\t/data/relocation.json\n")));
+  EXPECT_EQ(reply.error, "3 found, 2 mended.\n");
+}
+
+// The program has lived in the tray for a day.
+TEST_F(LibraryVerifyTest, WhatWasLeftInThisRunIsFoundAndWhatIsUnderWayIsNot) {
+  load("no index");  // parked now
+  runners.advance(24h);
+  files->now = runners.now() - 3600;
+  files->put("/captures/Clip 2026-03-01 at 14.05.09.mp4", "forgotten");
+  files->put("/data/relocation.json", "{}");
+  files->put("/data/history.json.staging", "being written");
+  files->now = runners.now();
+  files->put("/captures/Clip 2026-03-01 at 14.05.10.mp4", "being filed");
+  const CommandReply reply = verify(false, [this] {
+    files->now = runners.now() + 1;
+    files->put("/data/deletions.json", "begun meanwhile");
+  });
+  EXPECT_THAT(reply.output, AllOf(HasSubstr("parked index\t"), HasSubstr("at 14.05.09.mp4\n"),
+                                  HasSubstr("journal\t/data/relocation.json\n")));
+  EXPECT_EQ(reply.error, "3 found, 0 mended.\n") << reply.output;
+}
+
+}  // namespace
+}  // namespace vantorel
