@@ -8,9 +8,9 @@
 
 #include "base/json_writer.hpp"
 #include "base/size_text.hpp"
+#include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/gone_entries.hpp"
-#include "library/relocation_mover.hpp"
 
 namespace vantorel {
 namespace {

@@ -8,9 +8,9 @@
 
 #include "base/random_id.hpp"
 #include "base/time_text.hpp"
+#include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/parked_index.hpp"
-#include "library/relocation_mover.hpp"
 
 namespace vantorel {
 namespace {
