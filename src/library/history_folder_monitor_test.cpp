@@ -16,7 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 using Kind = FolderEvent::Kind;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class HistoryFolderMonitorTest : public testing::Test {
  protected:
