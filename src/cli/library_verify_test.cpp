@@ -1,5 +1,6 @@
 #include "cli/library_verify.hpp"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -98,8 +99,8 @@ TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
   for (const std::string id : {"a", "b", "c"}) {
     files->put("/captures/" + id + ".png", id);
     files->put("/data/Originals/" + id + ".png", "original of " + id);
-    entries += (id == "a" ? R"({"id":")" : R"(,{"id":")") + id +
-               R"(","capturedAt":1,"path":"/captures/)" + id + ".png\"}";
+    entries += fmt::format(R"({}{{"id":"{}","capturedAt":1,"path":"/captures/{}.png"}})",
+                           id == "a" ? "" : ",", id, id);
   }
   load(indexOf(entries));
   claimed.insert("b");  // being compressed

@@ -56,7 +56,7 @@ std::optional<double> timeInName(std::string name) {
 
 class Checker {
  public:
-  Checker(const Files& files, const LibraryScope& scope) : files_(files), scope_(scope) {
+  Checker(const Files& files, const LibraryScope& scope) : files_(files) {
     known_.insert(scope.unreadPaths.begin(), scope.unreadPaths.end());
     for (const EntryPointer& entry : scope.entries) {
       forEachPath(*entry, [this](const std::string& path) { known_.insert(path); });
@@ -83,7 +83,6 @@ class Checker {
 
  private:
   const Files& files_;
-  const LibraryScope& scope_;
   std::set<std::string, std::less<>> known_;
 };
 
