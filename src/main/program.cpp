@@ -5,6 +5,7 @@
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
 #include "base/log.hpp"
+#include "library/changed_pictures.hpp"
 #include "library/history_disk.hpp"
 #include "library/history_folder_monitor.hpp"
 #include "library/history_relocation.hpp"
@@ -62,8 +63,9 @@ std::optional<std::string> environmentVariable(const char* name) {
 /// does not answer holds nobody else.
 struct FolderFollowing {
   FolderFollowing(HistoryStore& store, HistoryDeletion& deletion, const Files& files,
-                  FolderWatcher& watcher, const Clock& clock,
-                  const std::shared_ptr<TaskRunner>& main, CaptureRewriteActivity& rewrites)
+                  std::shared_ptr<const ImageCodec> codec, FolderWatcher& watcher,
+                  const Clock& clock, const std::shared_ptr<TaskRunner>& main,
+                  CaptureRewriteActivity& rewrites)
       : reachability(store, files, main, queues.queue("com.hollen.Vantorel.folders")),
         monitor({.store = store,
                  .deletion = deletion,
@@ -74,14 +76,24 @@ struct FolderFollowing {
                  .clock = clock,
                  .main = main,
                  .work = queues.queue("com.hollen.Vantorel.folders"),
-                 .isMoving = [&rewrites](const ScreenshotEntry& entry) {
-                   return rewrites.isInFlight(entry.id);
-                 }}) {}
+                 .isMoving =
+                     [&rewrites](const ScreenshotEntry& entry) {
+                       return rewrites.isInFlight(entry.id);
+                     }}),
+        pictures({.store = store,
+                  .files = files,
+                  .codec = std::move(codec),
+                  .main = main,
+                  .work = queues.queue("com.hollen.Vantorel.folders"),
+                  .isChanging = [&rewrites](const ScreenshotEntry& entry) {
+                    return rewrites.isInFlight(entry.id);
+                  }}) {}
 
   SerialQueues queues;
   MountTableWatcher mounts;
   HistoryReachability reachability;
   HistoryFolderMonitor monitor;
+  ChangedPictures pictures;
 };
 
 /// Starts the program anew in place of this process. Comes back only when that fails.
@@ -304,9 +316,12 @@ struct Program::Parts {
     libraryMove->followSetting();
     whenReady([this] {
       retentionSetting->follow();
-      following = std::make_unique<FolderFollowing>(store, deletion, *files, watcher(), *clock,
-                                                    main, coordinator->rewrites());
-      following->monitor.onFileChange = [this](const std::string& path) { disk.fileChanged(path); };
+      following = std::make_unique<FolderFollowing>(store, deletion, *files, codec, watcher(),
+                                                    *clock, main, coordinator->rewrites());
+      following->monitor.onFileChange = [this](const std::string& path) {
+        disk.fileChanged(path);
+        following->pictures.fileChanged(path);
+      };
       if (store.indexRefusal()) return;
       queues.queue("com.hollen.Vantorel.library")
           ->post([kept = files, paths = store.paths(), time = clock] {

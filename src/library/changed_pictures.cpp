@@ -1,0 +1,38 @@
+#include "library/changed_pictures.hpp"
+
+#include <utility>
+
+#include "base/log.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::uint64_t largestPicture = 1 << 30;
+
+}  // namespace
+
+void ChangedPictures::fileChanged(const std::string& path) {
+  const EntryPointer entry = services_.store.findByPath(path);
+  if (!entry || entry->medium != CaptureMedium::image) return;
+  services_.work->post([&files = services_.files, codec = services_.codec, main = services_.main,
+                        path, reply = alive_.guard([this, path](const Result<PixelSize>& size) {
+                          if (size) found(path, *size);
+                        })]() mutable {
+    const auto bytes = files.read(path, largestPicture);
+    auto size = bytes ? codec->pixelSize(*bytes) : std::unexpected(bytes.error());
+    main->post([size = std::move(size), reply = std::move(reply)]() mutable { reply(size); });
+  });
+}
+
+void ChangedPictures::found(const std::string& path, PixelSize size) {
+  const EntryPointer entry = services_.store.findByPath(path);
+  if (!entry || services_.isChanging(*entry)) return;
+  if (entry->pixelWidth == size.width && entry->pixelHeight == size.height) return;
+  const auto updated = services_.store.update(entry->id, [&](ScreenshotEntry& changed) {
+    changed.pixelWidth = size.width;
+    changed.pixelHeight = size.height;
+  });
+  if (!updated) logWarning("History", "{}: {}", path, updated.error().reason);
+}
+
+}  // namespace vantorel
