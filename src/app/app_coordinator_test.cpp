@@ -407,7 +407,8 @@ TEST_F(AppCoordinatorTest, ACaptureIsCalledOffOnItsWayToTheOverlayToo) {
   const auto begin = [&](const std::function<bool()>& begins) {
     run->replies.emplace_back();
     run->app->capture(
-        area, [this, i = run->replies.size() - 1](auto reply) { run->replies[i] = reply; }, begins);
+        area, [this, i = run->replies.size() - 1](const auto& reply) { run->replies[i] = reply; },
+        begins);
   };
   // As soon as it has begun, nothing waits for the user yet.
   begin([this] {
