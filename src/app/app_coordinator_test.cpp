@@ -11,6 +11,7 @@
 #include "platform/testing/fake_image_codec.hpp"
 #include "platform/testing/fake_runners.hpp"
 #include "platform/testing/fake_screen.hpp"
+#include "platform/testing/fake_trash.hpp"
 
 namespace vantorel {
 namespace {
@@ -87,6 +88,8 @@ class Session {
     store = std::make_unique<HistoryStore>(
         HistoryServices{world.files, runners, runners.main(), runners.runner("persist")},
         LibraryPaths{"/data", "/cache"});
+    deletion = std::make_unique<HistoryDeletion>(HistoryDeletion::Services{
+        *store, world.files, trash, runners, runners.main(), runners.runner("trash"), {}});
     AppCoordinator::Services services;
     services.main = runners.main();
     services.work = runners.runner("work");
@@ -98,6 +101,7 @@ class Session {
     services.alerts = &alerts;
     services.store = store.get();
     services.settings = settings.get();
+    services.deletion = deletion.get();
     services.stagedCaptures = store->paths().stagedCaptures();
     services.redactedOriginals = store->paths().redactedOriginals();
     services.defaultCaptures = "/home/captures";
@@ -163,7 +167,9 @@ class Session {
   std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
   std::shared_ptr<FakeCover> cover = std::make_shared<FakeCover>();
   std::unique_ptr<SettingsStore> settings;
+  FakeTrash trash{world.files};
   std::unique_ptr<HistoryStore> store;
+  std::unique_ptr<HistoryDeletion> deletion;
   std::unique_ptr<AppCoordinator> app;
   std::vector<std::optional<CaptureReply>> replies;
   std::optional<int> recovered;
@@ -544,6 +550,28 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   }
   EXPECT_GE(actions, 4);
   EXPECT_FALSE(previousEnabled) << "there is no previous area yet";
+}
+
+TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
+  run->begin({.kind = Kind::display});
+  const EntryPointer entry = run->store->entries().at(0);
+  const auto undo = [this] {
+    const std::vector<StatusMenuItem> menu = run->app->statusMenu();
+    return *std::ranges::find(menu, "Undo Recent Delete", &StatusMenuItem::label);
+  };
+  EXPECT_FALSE(undo().isEnabled);
+  run->deletion->trash({entry->id}, HistoryDeletion::Undo::offered, [](const auto&) {});
+  run->runners.run();
+  ASSERT_TRUE(undo().isEnabled);
+  run->trash.failing[entry->path] = FailureKind::noSpace;
+  undo().perform();
+  run->runners.run();
+  EXPECT_THAT(run->alerts.notices, ElementsAre(HasSubstr("restore from Trash failed: ")));
+  run->trash.failing.clear();
+  undo().perform();
+  run->runners.run();
+  EXPECT_NE(run->store->find(entry->id), nullptr);
+  EXPECT_FALSE(undo().isEnabled);
 }
 
 }  // namespace
