@@ -27,6 +27,9 @@ struct PostsWhenGone {
 };
 
 TEST(SerialQueuesTest, EachQueueKeepsItsOrderWhileOthersRunBesideIt) {
+  // Outlive the queues, whose end waits for tasks that are still about to return from them.
+  std::latch bothRun(2);
+  std::promise<void> done;
   SerialQueues queues;
   const auto numbers = queues.queue("numbers");
   EXPECT_EQ(queues.queue("numbers"), numbers);
@@ -55,8 +58,6 @@ TEST(SerialQueuesTest, EachQueueKeepsItsOrderWhileOthersRunBesideIt) {
   for (const auto& [poster, number] : seen) ASSERT_EQ(number, next[poster]++);
 
   // Both sides wait for the other to start: a pool that ran them in turn would hang here.
-  std::latch bothRun(2);
-  std::promise<void> done;
   const auto other = queues.queue("other");
   numbers->post([&] {
     EXPECT_TRUE(numbers->isCurrent());
@@ -71,10 +72,10 @@ TEST(SerialQueuesTest, EachQueueKeepsItsOrderWhileOthersRunBesideIt) {
 }
 
 TEST(SerialQueuesTest, DelayedTasksComeWhenDueAndInOrder) {
-  SerialQueues queues;
-  const auto queue = queues.queue("timers");
   std::vector<int> order;
   std::promise<void> done;
+  SerialQueues queues;
+  const auto queue = queues.queue("timers");
   const auto start = std::chrono::steady_clock::now();
   std::chrono::nanoseconds took{};
   queue->postAfter(30ms, [&] {
