@@ -15,7 +15,7 @@ constexpr std::string_view prefix = "vantorel-";
 constexpr std::string_view extension = ".png";
 constexpr std::string_view temporarySuffix = ".partial";
 constexpr std::string_view recordSuffix = ".json";
-constexpr std::uint64_t recordLimit = 64U * 1024;
+constexpr std::uint64_t recordLimit = std::uint64_t{64} * 1024;
 
 Path withSuffix(Path path, std::string_view suffix) {
   path += suffix;

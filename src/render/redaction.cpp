@@ -17,10 +17,13 @@ struct Tone {
 Tone operator+(Tone a, Tone b) { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
 Tone operator*(float k, Tone a) { return {k * a.r, k * a.g, k * a.b}; }
 
+/// To the nearest whole number, without a call for each pixel; `value` is never negative.
+std::uint32_t rounded(float value) {
+  return static_cast<std::uint32_t>(value + 0.5F);  // NOLINT(bugprone-incorrect-roundings)
+}
+
 std::uint32_t pixelOf(Tone tone) {
-  const auto byte = [](float value) {
-    return static_cast<std::uint32_t>(std::clamp(value, 0.F, 255.F) + 0.5F);
-  };
+  const auto byte = [](float value) { return rounded(std::clamp(value, 0.F, 255.F)); };
   return 0xff000000U | byte(tone.r) << 16U | byte(tone.g) << 8U | byte(tone.b);
 }
 
@@ -103,7 +106,7 @@ class Surroundings {
   PixelSize size_;
   PixelRect area_;
   std::vector<PixelRect> covered_;
-  std::array<Piece, 4 * pieces> found_;
+  std::array<Piece, std::size_t{4} * pieces> found_;
   int count_ = 0;
 };
 
@@ -187,9 +190,7 @@ void drawFrost(std::uint8_t* pixels, std::size_t stride, const PixelRect& area, 
     std::uint32_t g = 0;
     std::uint32_t b = 0;
   };
-  const auto whole = [](float value) {
-    return static_cast<std::uint32_t>(std::clamp(value, 0.F, 255.F) * 64 + 0.5F);
-  };
+  const auto whole = [](float value) { return rounded(std::clamp(value, 0.F, 255.F) * 64); };
   struct Across {
     std::size_t left = 0;
     std::size_t right = 0;
@@ -201,7 +202,7 @@ void drawFrost(std::uint8_t* pixels, std::size_t stride, const PixelRect& area, 
     const auto [first, across] = place(x - area.x);
     places.push_back({static_cast<std::size_t>(std::clamp(first, 0, cells.columns - 1)),
                       static_cast<std::size_t>(std::clamp(first + 1, 0, cells.columns - 1)),
-                      static_cast<std::uint32_t>(across * 1024 + 0.5F)});
+                      rounded(across * 1024)});
   }
   std::vector<Whole> column(static_cast<std::size_t>(cells.columns));
   for (int y = part.y; y < part.bottom(); ++y) {

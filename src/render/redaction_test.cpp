@@ -128,7 +128,7 @@ TEST(RedactionTest, CoversAllOfItOpaquelyAndNothingElse) {
     EXPECT_EQ(result.format(), PixelFormat::bgrx);
   }
   const Image solid = draw({redact(RedactStyle::solidBox, {20, 20, 60, 30})}, base);
-  EXPECT_EQ(solid.row(30)[4 * 40], 0x56);
+  EXPECT_EQ(solid.row(30)[4UZ * 40], 0x56);
   EXPECT_EQ(solid.row(30)[4 * 40 + 2], 0x12);
 }
 

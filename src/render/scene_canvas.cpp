@@ -25,7 +25,7 @@ bool meet(const PixelRect& a, const PixelRect& b) { return !intersection(a, b).i
 double areaOf(const PixelRect& rect) { return double(rect.width) * rect.height; }
 
 std::uint32_t opaquePixel(const Ink& ink) {
-  const auto byte = [](double part) { return static_cast<std::uint32_t>(part * 255 + 0.5); };
+  const auto byte = [](double part) { return static_cast<std::uint32_t>(std::lround(part * 255)); };
   return 0xff000000U | byte(ink.r) << 16U | byte(ink.g) << 8U | byte(ink.b);
 }
 

@@ -21,7 +21,6 @@ namespace vantorel {
 namespace {
 
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 
 /// What an answer failed with; nothing when it did not.
 std::optional<FailureKind> kind(const auto& answer) {
