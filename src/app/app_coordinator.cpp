@@ -59,7 +59,7 @@ AppCoordinator::AppCoordinator(Services services)
       .staging = staging_,
       .placement =
           std::make_shared<CaptureFilePlacement>(services_.files, services_.codec, staging_),
-      .store = services_.store,
+      .library = services_.library,
       .fileSettings =
           [this, settings] {
             return CaptureFileSettings{.storageFolder = settings().storageDirectory,
@@ -109,7 +109,7 @@ AppCoordinator::AppCoordinator(Services services)
                                       .work = services_.work,
                                       .staging = staging_,
                                       .filing = filing_.get(),
-                                      .store = services_.store,
+                                      .store = &services_.library->store(),
                                       .redactedOriginals = services_.redactedOriginals});
 }
 
@@ -260,7 +260,7 @@ void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry) {
 
 void AppCoordinator::copyRecent(int number) {
   int seen = 0;
-  for (const EntryPointer& entry : services_.store->newestFirst()) {
+  for (const EntryPointer& entry : services_.library->store().newestFirst()) {
     if (entry->medium != CaptureMedium::image || ++seen < number) continue;
     copyToClipboard(*entry);
     return;
@@ -400,8 +400,8 @@ void AppCoordinator::terminateWhenSaved() {
 }
 
 void AppCoordinator::saveAndTerminate() {
-  services_.store->flush(alive_.guard([this](Result<void> saved) {
-    if (!saved && !services_.store->indexRefusal())
+  services_.library->store().flush(alive_.guard([this](Result<void> saved) {
+    if (!saved && !services_.library->store().indexRefusal())
       logError("Quit", "the index could not be saved: {}", saved.error().reason);
     services_.settings->flush(alive_.guard([this](Result<void> stored) {
       if (!stored) {

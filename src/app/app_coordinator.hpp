@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "app/capture_exclusivity_arbiter.hpp"
-#include "app/capture_rewrite_activity.hpp"
 #include "app/pending_archive_work.hpp"
 #include "app/screen_permission_flow.hpp"
 #include "app/shortcut_registry.hpp"
@@ -17,8 +16,7 @@
 #include "app/termination_handshake.hpp"
 #include "capture/staged_capture_recovery.hpp"
 #include "capture/still_capture_pipeline.hpp"
-#include "library/history_deletion.hpp"
-#include "library/history_store.hpp"
+#include "library/library.hpp"
 #include "platform/clipboard.hpp"
 #include "settings/settings_store.hpp"
 
@@ -37,7 +35,7 @@ class AppCoordinator {
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
     Alerts* alerts = nullptr;
-    HistoryStore* store = nullptr;
+    Library* library = nullptr;
     SettingsStore* settings = nullptr;
     Path stagedCaptures;     ///< folder
     Path redactedOriginals;  ///< folder
@@ -51,7 +49,6 @@ class AppCoordinator {
     std::function<SelectionOverlay*()> overlay;
     std::function<void(bool visible)> showStatusItem;
     std::function<void()> statusMenuChanged;
-    HistoryDeletion* deletion = nullptr;  ///< undone from the menu
 
     /// Told when the user quits: long work that can go on later comes to a stop.
     std::function<void()> stopMoving;
@@ -94,7 +91,6 @@ class AppCoordinator {
 
   [[nodiscard]] CaptureExclusivityArbiter& arbiter() { return arbiter_; }
   [[nodiscard]] PendingArchiveWork& pendingArchiveWork() { return pendingWork_; }
-  [[nodiscard]] CaptureRewriteActivity& rewrites() { return rewrites_; }
   [[nodiscard]] SurfaceRegistry& surfaces() { return surfaces_; }
   [[nodiscard]] TerminationHandshake& termination() { return termination_; }
 
@@ -119,7 +115,6 @@ class AppCoordinator {
   Services services_;
   bool quitSaving_ = false;
   PendingArchiveWork pendingWork_;
-  CaptureRewriteActivity rewrites_;
   SurfaceRegistry surfaces_;
   TerminationHandshake termination_;
   CaptureExclusivityArbiter arbiter_;

@@ -67,7 +67,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
 
   std::vector<StatusMenuItem> filing;
   const bool isFiling = settings.activeCollectionID.has_value();
-  for (const auto& collection : services_.store->collections()) {
+  for (const auto& collection : services_.library->store().collections()) {
     const std::string id = collection.id;
     StatusMenuItem choice = action(collection.name, [this, id] {
       services_.settings->set(&SettingsValues::activeCollectionID, std::optional(id));
@@ -85,7 +85,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   filing.push_back(std::move(stop));
 
   StatusMenuItem undo = action("Undo Recent Delete", [this] { undoRecentDelete(); });
-  undo.isEnabled = services_.deletion != nullptr && services_.deletion->pendingUndo().has_value();
+  undo.isEnabled = services_.library->deletion().pendingUndo().has_value();
 
   std::vector<StatusMenuItem> menu;
   menu.push_back(command("Capture Area", ShortcutID::capture));
@@ -123,7 +123,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
 }
 
 void AppCoordinator::undoRecentDelete() {
-  services_.deletion->undo(alive_.guard([this](const UndoOutcome& outcome) {
+  services_.library->deletion().undo(alive_.guard([this](const UndoOutcome& outcome) {
     if (outcome.indexNotSaved) {
       services_.alerts->notify("History couldn't be saved", *outcome.indexNotSaved);
     }

@@ -85,11 +85,16 @@ class Session {
     SettingsValues values;
     values.storageDirectory = "/pictures";
     settings = std::make_unique<SettingsStore>(world.defaults, values);
-    store = std::make_unique<HistoryStore>(
-        HistoryServices{world.files, runners, runners.main(), runners.runner("persist")},
-        LibraryPaths{"/data", "/cache"});
-    deletion = std::make_unique<HistoryDeletion>(HistoryDeletion::Services{
-        *store, world.files, trash, runners, runners.main(), runners.runner("trash"), {}});
+    library = std::make_unique<Library>(Library::Services{.files = world.files,
+                                                          .trash = trash,
+                                                          .clock = runners,
+                                                          .main = runners.main(),
+                                                          .persist = runners.runner("persist"),
+                                                          .deletions = runners.runner("trash"),
+                                                          .moves = runners.runner("moves")},
+                                        LibraryPaths{"/data", "/cache"});
+    store = &library->store();
+    deletion = &library->deletion();
     AppCoordinator::Services services;
     services.main = runners.main();
     services.work = runners.runner("work");
@@ -99,9 +104,8 @@ class Session {
     services.screen = &screen;
     services.windows = &screen;
     services.alerts = &alerts;
-    services.store = store.get();
+    services.library = library.get();
     services.settings = settings.get();
-    services.deletion = deletion.get();
     services.stagedCaptures = store->paths().stagedCaptures();
     services.redactedOriginals = store->paths().redactedOriginals();
     services.defaultCaptures = "/home/captures";
@@ -122,7 +126,7 @@ class Session {
   }
 
   void launch() {
-    store->load([] {});
+    library->open();
     runners.run();
     app->recoverStagedCaptures([this](int count) { recovered = count; });
     runners.run();
@@ -168,8 +172,9 @@ class Session {
   std::shared_ptr<FakeCover> cover = std::make_shared<FakeCover>();
   std::unique_ptr<SettingsStore> settings;
   FakeTrash trash{world.files};
-  std::unique_ptr<HistoryStore> store;
-  std::unique_ptr<HistoryDeletion> deletion;
+  std::unique_ptr<Library> library;
+  HistoryStore* store = nullptr;
+  HistoryDeletion* deletion = nullptr;
   std::unique_ptr<AppCoordinator> app;
   std::vector<std::optional<CaptureReply>> replies;
   std::optional<int> recovered;

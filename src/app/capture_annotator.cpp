@@ -89,22 +89,24 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
   return drawing.output;
 }
 
+/// Gives the entry back before the answer comes.
+template <class Value>
+auto releasing(EntryClaim claim, std::function<void(Value)> done) {
+  return [claim = std::make_shared<EntryClaim>(std::move(claim)),
+          done = std::move(done)](Value answer) {
+    claim->end();
+    done(std::move(answer));
+  };
+}
+
 }  // namespace
 
-void CaptureAnnotator::onceLoaded(std::function<void()> then) {
-  HistoryStore& store = *services_->store;
-  if (store.isLoaded()) return then();
-  auto loading = std::make_shared<Observation>();
-  *loading =
-      store.observe(alive_.guard([loading, then = std::move(then)](const HistoryChange& change) {
-        if (!change.loaded) return;
-        loading->end();
-        then();
-      }));
+void CaptureAnnotator::whenReady(std::function<void()> then) {
+  services_->library->whenReady(alive_.guard(std::move(then)));
 }
 
 CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::string& name) const {
-  auto entry = services_->store->resolve(name);
+  auto entry = services_->library->store().resolve(name);
   if (!entry) {
     return std::unexpected(fmt::format("Couldn't find the capture: {}.", entry.error().reason));
   }
@@ -115,7 +117,7 @@ CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::stri
 }
 
 std::optional<std::string> CaptureAnnotator::refusal(const ScreenshotEntry& entry) const {
-  if (const auto refused = services_->store->indexRefusal()) {
+  if (const auto refused = services_->library->store().indexRefusal()) {
     return "The capture can't be changed: " + *refused + ".";
   }
   if (services_->surfaces->editors.isOpen(entry.id)) {
@@ -137,18 +139,18 @@ void CaptureAnnotator::work(std::function<Value(const Services&)> job,
 
 void CaptureAnnotator::apply(const std::string& name, const Path& document,
                              Done<EntryPointer> done) {
-  onceLoaded([this, name, document, done = std::move(done)] {
+  whenReady([this, name, document, done = std::move(done)] {
     const auto entry = picture(name);
     if (!entry) return done(std::unexpected(entry.error()));
     const std::string id = (*entry)->id;
     if (auto refused = refusal(**entry)) return done(std::unexpected(*std::move(refused)));
     // Nobody may change the file's pixel size between the check and the change.
-    if (!services_->activity->begin(id)) {
-      return done(std::unexpected("This capture is being changed already."));
-    }
+    auto claimed = services_->library->claim(id, EntryWork::rewriting);
+    if (!claimed) return done(std::unexpected(sentence(claimed.error())));
     const auto ticket = services_->pendingWork->begin(QuitFilingNote::Item::editorSave);
-    auto finished = [this, id, ticket, done](Answer<EntryPointer> answer) {
-      services_->activity->end(id);
+    auto finished = [this, claim = std::make_shared<EntryClaim>(*std::move(claimed)), ticket,
+                     done](Answer<EntryPointer> answer) {
+      claim->end();
       done(std::move(answer));
       services_->pendingWork->end(ticket);
     };
@@ -169,7 +171,7 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
 
 void CaptureAnnotator::store(const std::string& id, const EditorDocument& document,
                              PixelSize capture, Done<EntryPointer> done) {
-  HistoryStore& library = *services_->store;
+  HistoryStore& library = services_->library->store();
   // Much can have happened while the file was read.
   const EntryPointer present = library.find(id);
   if (!present) return done(std::unexpected("The capture has left History."));
@@ -184,16 +186,18 @@ void CaptureAnnotator::store(const std::string& id, const EditorDocument& docume
       return done(std::unexpected(
           "The change is made, but History couldn't be saved: " + saved.error().reason + "."));
     }
-    const EntryPointer entry = services_->store->find(id);
+    const EntryPointer entry = services_->library->store().find(id);
     if (!entry) return done(std::unexpected("The capture has left History."));
     done(entry);
   }));
 }
 
 void CaptureAnnotator::document(const std::string& name, Done<EditorDocument> done) {
-  onceLoaded([this, name, done = std::move(done)] {
+  whenReady([this, name, done = std::move(done)] {
     const auto entry = picture(name);
     if (!entry) return done(std::unexpected(entry.error()));
+    auto claimed = services_->library->claim((*entry)->id, EntryWork::reading);
+    if (!claimed) return done(std::unexpected(sentence(claimed.error())));
     work<Answer<EditorDocument>>(
         [entry = *entry](const Services& with) -> Answer<EditorDocument> {
           const auto capture = pixelSizeOf(entry->path, *with.files, *with.codec);
@@ -204,23 +208,27 @@ void CaptureAnnotator::document(const std::string& name, Done<EditorDocument> do
           }
           return documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight});
         },
-        done);
+        releasing(*std::move(claimed), done));
   });
 }
 
 void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
-  onceLoaded([this, drawing, done = std::move(done)] {
+  whenReady([this, drawing, done = std::move(done)] {
     EntryPointer entry;
+    EntryClaim claim;
     Path base;
     if (const auto* capture = std::get_if<Drawing::Capture>(&drawing.base)) {
       const auto found = picture(capture->name);
       if (!found) return done(std::unexpected(found.error()));
       entry = *found;
       base = entry->path;
+      auto claimed = services_->library->claim(entry->id, EntryWork::exporting);
+      if (!claimed) return done(std::unexpected(sentence(claimed.error())));
+      claim = *std::move(claimed);
     } else {
       base = std::get<Drawing::Picture>(drawing.base).path;
     }
-    if (services_->store->findByPath(drawing.output.string())) {
+    if (services_->library->store().findByPath(drawing.output.string())) {
       return done(std::unexpected("A capture of the library can't be drawn over."));
     }
     work<Answer<Path>>(
@@ -228,7 +236,7 @@ void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
          quality = services_->settings->values().jpegQuality](const Services& with) {
           return drawToFile(drawing, base, entry, quality, with.draw, *with.files, *with.codec);
         },
-        done);
+        releasing(std::move(claim), done));
   });
 }
 

@@ -7,13 +7,12 @@
 #include <string>
 #include <variant>
 
-#include "app/capture_rewrite_activity.hpp"
 #include "app/pending_archive_work.hpp"
 #include "app/surface_registry.hpp"
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
 #include "editor/records/editor_document.hpp"
-#include "library/history_store.hpp"
+#include "library/library.hpp"
 #include "platform/image_codec.hpp"
 #include "settings/settings_store.hpp"
 
@@ -36,9 +35,8 @@ class CaptureAnnotator {
     std::shared_ptr<const Clock> clock;
     std::shared_ptr<Files> files;
     std::shared_ptr<const ImageCodec> codec;
-    HistoryStore* store = nullptr;
+    Library* library = nullptr;
     SettingsStore* settings = nullptr;
-    CaptureRewriteActivity* activity = nullptr;
     PendingArchiveWork* pendingWork = nullptr;
     SurfaceRegistry* surfaces = nullptr;
     Draw draw;
@@ -78,7 +76,7 @@ class CaptureAnnotator {
   void draw(const Drawing& drawing, Done<Path> done);
 
  private:
-  void onceLoaded(std::function<void()> then);
+  void whenReady(std::function<void()> then);
   [[nodiscard]] Answer<EntryPointer> picture(const std::string& name) const;
   [[nodiscard]] std::optional<std::string> refusal(const ScreenshotEntry& entry) const;
   void store(const std::string& id, const EditorDocument& document, PixelSize capture,

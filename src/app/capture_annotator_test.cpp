@@ -7,6 +7,7 @@
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
 #include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
 
 namespace vantorel {
 namespace {
@@ -26,21 +27,29 @@ class CaptureAnnotatorTest : public testing::Test {
         codec(std::make_shared<FakeImageCodec>()),
         runners(std::make_shared<FakeRunners>()),
         settings(defaults, SettingsValues{}),
-        store({*files, *runners, runners->main(), runners->runner("persist"), 0},
-              {"/data", "/caches"}) {
+        trash(*files),
+        library({.files = *files,
+                 .trash = trash,
+                 .clock = *runners,
+                 .main = runners->main(),
+                 .persist = runners->runner("persist"),
+                 .deletions = runners->runner("trash"),
+                 .moves = runners->runner("moves")},
+                LibraryPaths{"/data", "/caches"}),
+        store(library.store()) {
     files->put("/captures/a.png", pictureOf({8, 6}));
     files->put("/one.json", documentOf("one"));
     files->put("/two.json", documentOf("two"));
     annotator = std::make_unique<CaptureAnnotator>(CaptureAnnotator::Services{
-        runners->main(), runners->runner("work"), runners, files, codec, &store, &settings,
-        &activity, &pending, &surfaces,
+        runners->main(), runners->runner("work"), runners, files, codec, &library, &settings,
+        &pending, &surfaces,
         [this](const EditorDocument& document, const Image& base, std::optional<double>,
                const ImageEncoding& encoding) -> Result<std::string> {
           if (!drawFailure.empty()) return failed(FailureKind::tooLarge, drawFailure);
           return std::string(nameOf(encoding.format)) + " of " + std::to_string(base.width()) +
                  " with " + std::to_string(document.shapes.size());
         }});
-    store.load([] {});
+    library.open();
   }
 
   std::string pictureOf(PixelSize size) {
@@ -80,7 +89,7 @@ class CaptureAnnotatorTest : public testing::Test {
 
   /// Nobody is kept waiting by what is over.
   void expectQuiet() {
-    EXPECT_TRUE(activity.isEmpty());
+    EXPECT_TRUE(store.claims().fileChanges().empty());
     EXPECT_TRUE(pending.isEmpty());
   }
 
@@ -89,8 +98,9 @@ class CaptureAnnotatorTest : public testing::Test {
   std::shared_ptr<FakeRunners> runners;
   FakeDefaultsStore defaults;
   SettingsStore settings;
-  HistoryStore store;
-  CaptureRewriteActivity activity;
+  FakeTrash trash;
+  Library library;
+  HistoryStore& store;
   PendingArchiveWork pending;
   SurfaceRegistry surfaces;
   std::string drawFailure;
@@ -126,10 +136,10 @@ TEST_F(CaptureAnnotatorTest, OneChangeOfACaptureAtATimeAndAQuitWaitsForIt) {
   runners->run();
   EXPECT_EQ(second, "applied two");
 
-  ASSERT_TRUE(activity.begin("a"));  // it is being converted
+  auto converting = library.claim("a", EntryWork::rewriting);
   apply("/one.json", first);
   EXPECT_EQ(first, "This capture is being changed already.");
-  activity.end("a");
+  converting->end();
   expectQuiet();
 }
 

@@ -48,17 +48,13 @@ void CaptureRewriter::compress(const std::string& name, bool downscaleTo1x, Done
 }
 
 void CaptureRewriter::rewrite(const std::string& name, Change change, Done done) {
-  HistoryStore& store = *services_.store;
-  if (!store.isLoaded()) {
-    auto loading = std::make_shared<Observation>();
-    *loading = store.observe(alive_.guard(
-        [this, loading, name, change, done = std::move(done)](const HistoryChange& what) {
-          if (!what.loaded) return;
-          loading->end();
-          rewrite(name, change, done);
-        }));
-    return;
-  }
+  services_.library->whenReady(alive_.guard([this, name, change, done = std::move(done)]() mutable {
+    begin(name, change, std::move(done));
+  }));
+}
+
+void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
+  const HistoryStore& store = services_.library->store();
   const auto entry = store.resolve(name);
   if (!entry) return done(std::unexpected(entry.error().reason));
   const ScreenshotEntry& before = **entry;
@@ -71,20 +67,20 @@ void CaptureRewriter::rewrite(const std::string& name, Change change, Done done)
   if (services_.surfaces->editors.isOpen(before.id)) {
     return done(std::unexpected("The capture can't be changed: close Annotate first."));
   }
-  if (!services_.activity->begin(before.id)) {
-    return done(std::unexpected("This capture is being changed already."));
-  }
+  auto claim = services_.library->claim(before.id, EntryWork::rewriting);
+  if (!claim) return done(std::unexpected(sentence(claim.error())));
   const auto ticket = services_.pendingWork->begin(QuitFilingNote::Item::rewrite);
-  auto finished = [this, id = before.id, ticket, done = std::move(done)](RewriteReply reply) {
-    services_.activity->end(id);
+  auto finished = [this, claim = std::make_shared<EntryClaim>(*std::move(claim)), ticket,
+                   done = std::move(done)](RewriteReply reply) {
+    claim->end();
     done(std::move(reply));
     services_.pendingWork->end(ticket);
   };
 
   CaptureTranscoder::Source source{.path = before.path, .scale = before.captureScale.value_or(1)};
   if (!before.originalPath && !change.format) {
-    source.keepOriginalAs =
-        services_.originals / (before.id + Path(before.path).extension().string());
+    source.keepOriginalAs = services_.library->paths().originals() /
+                            (before.id + Path(before.path).extension().string());
   }
   services_.work->post(
       [source, change, files = services_.files, codec = services_.codec,
@@ -114,7 +110,7 @@ void CaptureRewriter::rewrite(const std::string& name, Change change, Done done)
 void CaptureRewriter::fileAway(const ScreenshotEntry& before,
                                const CaptureTranscoder::Source& source,
                                const CaptureTranscoder::Result& result, Done finished) {
-  HistoryStore& store = *services_.store;
+  HistoryStore& store = services_.library->store();
   // The first file is the original; what came between it and this one is not needed any more.
   std::optional<Path> surplus;
   const auto changed = store.update(before.id, [&](ScreenshotEntry& entry) {
@@ -141,7 +137,7 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
       return finished(std::unexpected(
           "The change is made, but History couldn't be saved: " + saved.error().reason + "."));
     }
-    const EntryPointer entry = services_.store->find(id);
+    const EntryPointer entry = services_.library->store().find(id);
     if (!entry) return finished(std::unexpected("The capture has left History."));
     services_.work->post([surplus, files = services_.files, main = services_.main, entry,
                           remark = std::move(remark), finished = std::move(finished)]() mutable {

@@ -5,13 +5,12 @@
 #include <memory>
 #include <string>
 
-#include "app/capture_rewrite_activity.hpp"
 #include "app/pending_archive_work.hpp"
 #include "app/surface_registry.hpp"
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_transcoder.hpp"
-#include "library/history_store.hpp"
+#include "library/library.hpp"
 #include "platform/image_codec.hpp"
 #include "settings/settings_store.hpp"
 
@@ -35,12 +34,10 @@ class CaptureRewriter {
     std::shared_ptr<TaskRunner> work;
     std::shared_ptr<Files> files;
     std::shared_ptr<const ImageCodec> codec;
-    HistoryStore* store = nullptr;
+    Library* library = nullptr;
     SettingsStore* settings = nullptr;
-    CaptureRewriteActivity* activity = nullptr;
     PendingArchiveWork* pendingWork = nullptr;
     SurfaceRegistry* surfaces = nullptr;
-    Path originals;  ///< folder for the files of captures whose own file changes in place
   };
 
   explicit CaptureRewriter(Services services) : services_(std::move(services)) {}
@@ -58,6 +55,7 @@ class CaptureRewriter {
     bool downscaleTo1x = false;
   };
   void rewrite(const std::string& name, Change change, Done done);
+  void begin(const std::string& name, Change change, Done done);
   void fileAway(const ScreenshotEntry& before, const CaptureTranscoder::Source& source,
                 const CaptureTranscoder::Result& result, Done finished);
 

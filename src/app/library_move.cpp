@@ -28,8 +28,8 @@ void LibraryMove::settingChanged() {
   const std::string& chosen = services_.settings->values().storageDirectory;
   const std::string previous = std::exchange(storageFolder_, chosen);
   if (previous == chosen || !services_.defaults->value("storageDirectory")) return;
-  services_.whenReady(alive_.guard([this, previous, chosen] {
-    services_.relocation->relocate(
+  services_.library->whenReady(alive_.guard([this, previous, chosen] {
+    services_.library->relocation().relocate(
         {chosen, {previous, services_.usualFolder}}, {},
         alive_.guard([this](const RelocationOutcome& outcome) { report(outcome); }));
   }));
@@ -57,7 +57,7 @@ void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progres
          const std::string previous = services_.settings->values().storageDirectory;
          storageFolder_ = folder.string();
          services_.settings->set(&SettingsValues::storageDirectory, folder.string());
-         services_.relocation->relocate(
+         services_.library->relocation().relocate(
              {folder, {previous, services_.usualFolder}}, std::move(progress),
              [done = std::move(done)](RelocationOutcome outcome) mutable {
                done(std::move(outcome));

@@ -8,7 +8,7 @@
 #include "base/alive.hpp"
 #include "base/observers.hpp"
 #include "base/task_runner.hpp"
-#include "library/history_relocation.hpp"
+#include "library/library.hpp"
 #include "platform/alerts.hpp"
 #include "platform/defaults_store.hpp"
 #include "platform/files.hpp"
@@ -24,14 +24,11 @@ class LibraryMove {
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< may block
     std::shared_ptr<Files> files;
-    HistoryRelocation* relocation = nullptr;
+    Library* library = nullptr;
     SettingsStore* settings = nullptr;
     const DefaultsStore* defaults = nullptr;  ///< what `settings` stands on
     Alerts* alerts = nullptr;
     Path usualFolder;  ///< takes captures when the chosen folder cannot
-
-    /// Calls back when the library is loaded and what an earlier run left is cleared up.
-    std::function<void(std::move_only_function<void()>)> whenReady;
   };
 
   explicit LibraryMove(Services services) : services_(std::move(services)) {}
@@ -50,7 +47,7 @@ class LibraryMove {
               std::shared_ptr<RelocationStopFlag> flag, Done done);
 
   /// Ends all moves after the batch that is under way.
-  void stop() { services_.relocation->stop(); }
+  void stop() { services_.library->relocation().stop(); }
 
  private:
   void settingChanged();

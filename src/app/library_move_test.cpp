@@ -8,6 +8,7 @@
 #include "platform/testing/fake_defaults_store.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
 
 namespace vantorel {
 namespace {
@@ -34,16 +35,12 @@ class LibraryMoveTest : public testing::Test {
   LibraryMoveTest() {
     formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
     files->folders = {"/", "/old", "/new", "/usual"};
-    store.load([] {});
-    runners.run();
-    for (const char* const path : {"/old/a.png", "/usual/b.png"}) {
-      files->put(path, path);
-      ScreenshotEntry entry;
-      entry.id = path;
-      entry.path = path;
-      EXPECT_TRUE(store.add(entry).has_value());
-    }
-    runners.advance(1s);
+    files->put("/old/a.png", "/old/a.png");
+    files->put("/usual/b.png", "/usual/b.png");
+    files->put("/data/history.json", R"({"version":4,"entries":[)"
+                                     R"({"id":"a","capturedAt":1,"path":"/old/a.png"},)"
+                                     R"({"id":"b","capturedAt":1,"path":"/usual/b.png"}],)"
+                                     R"("collections":[]})");
     move.followSetting();
   }
   ~LibraryMoveTest() override { setLogSink(std::move(formerSink)); }
@@ -57,8 +54,7 @@ class LibraryMoveTest : public testing::Test {
   }
 
   void makeReady() {
-    isReady = true;
-    for (auto& go : std::exchange(waiting, {})) go();
+    library.open();
     runners.run();
   }
 
@@ -68,27 +64,26 @@ class LibraryMoveTest : public testing::Test {
   FakeDefaultsStore defaults = storedDefaults();
   SettingsStore settings{defaults, usualValues()};
   LogSink formerSink;
-  HistoryStore store{{*files, runners, runners.main(), runners.runner("persist"), 0},
-                     LibraryPaths{"/data", "/caches"}};
-  HistoryRelocation relocation{{store, *files, runners.main(), runners.runner("work"), {}, {}}};
-  bool isReady = true;
-  std::vector<std::move_only_function<void()>> waiting;
+  FakeTrash trash{*files};
+  Library library{{.files = *files,
+                   .trash = trash,
+                   .clock = runners,
+                   .main = runners.main(),
+                   .persist = runners.runner("persist"),
+                   .deletions = runners.runner("trash"),
+                   .moves = runners.runner("moves")},
+                  LibraryPaths{"/data", "/caches"}};
   LibraryMove move{{.main = runners.main(),
                     .work = runners.runner("work"),
                     .files = files,
-                    .relocation = &relocation,
+                    .library = &library,
                     .settings = &settings,
                     .defaults = &defaults,
                     .alerts = &alerts,
-                    .usualFolder = "/usual",
-                    .whenReady = [this](std::move_only_function<void()> go) {
-                      if (isReady) return go();
-                      waiting.push_back(std::move(go));
-                    }}};
+                    .usualFolder = "/usual"}};
 };
 
 TEST_F(LibraryMoveTest, CapturesFollowTheFolderTheUserChoosesAndNoOther) {
-  isReady = false;
   defaults.changeOutside("storageDirectory", JSONValue{std::string("/new")});
   runners.run();
   EXPECT_EQ(files->text("/old/a.png"), "/old/a.png") << "moved before the library was ready";
@@ -115,6 +110,7 @@ TEST_F(LibraryMoveTest, CapturesFollowTheFolderTheUserChoosesAndNoOther) {
 }
 
 TEST_F(LibraryMoveTest, ACommandMovesOnceAndOnlyWhereFilesCanBe) {
+  makeReady();
   EXPECT_EQ(movedTo("/no/where").error(),
             "The new folder can't be used: the folder above it is missing.");
   EXPECT_EQ(movedTo("/new/\xFF").error(), "The folder's name is not UTF-8.");
@@ -127,7 +123,7 @@ TEST_F(LibraryMoveTest, ACommandMovesOnceAndOnlyWhereFilesCanBe) {
   EXPECT_EQ(settings.values().storageDirectory, "/new");
   EXPECT_THAT(files->names("/new"), ElementsAre("a.png", "b.png"));
   EXPECT_EQ(movedTo("/new")->moved, 0);
-  EXPECT_FALSE(relocation.isRunning()) << "the changed setting moved them again";
+  EXPECT_FALSE(library.relocation().isRunning()) << "the changed setting moved them again";
   EXPECT_THAT(alerts.notices, IsEmpty());
 }
 

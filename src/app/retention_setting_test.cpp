@@ -42,8 +42,7 @@ class RetentionSettingTest : public testing::Test {
   SettingsStore settings{defaults, SettingsValues{}};
   HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
                      LibraryPaths{"/data", "/caches"}};
-  HistoryDeletion deletion{
-      {store, files, trash, runners, runners.main(), runners.runner("work"), {}}};
+  HistoryDeletion deletion{{store, files, trash, runners, runners.main(), runners.runner("work")}};
   HistoryRetention retention{store, deletion, runners, runners.main()};
   RetentionSetting setting{{store, retention, settings, alerts, runners}};
 };

@@ -18,7 +18,7 @@ class StagedCaptureRecovery {
     std::shared_ptr<TaskRunner> work;
     std::shared_ptr<StagingFolder> staging;
     StillCaptureFiling* filing = nullptr;
-    HistoryStore* store = nullptr;
+    const HistoryStore* store = nullptr;
     Path redactedOriginals;
   };
 

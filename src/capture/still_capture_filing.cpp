@@ -9,10 +9,19 @@ namespace vantorel {
 
 void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed, Reached reached) {
   claim(staged.path);
-  HistoryStore& store = *services_.store;
+  services_.library->whenReady(
+      alive_.guard([this, staged = std::move(staged), image = std::move(image),
+                    filed = std::move(filed), reached = std::move(reached)]() mutable {
+        if (reached) reached("library");
+        fileNow(std::move(staged), std::move(image), std::move(filed), std::move(reached));
+      }));
+}
+
+void StillCaptureFiling::fileNow(StagedCapture staged, Image image, Filed filed, Reached reached) {
+  HistoryStore& store = services_.library->store();
   const auto& id = staged.record.entryID;
-  if (const EntryPointer known = id && store.isLoaded() ? store.find(*id) : nullptr) {
-    // An earlier run got as far as the index.
+  if (const EntryPointer known = id ? store.find(*id) : nullptr) {
+    // An earlier run got as far as the index, or another process has filed it.
     const bool discards = known->path != staged.path.string();
     forgetStaged(staged, known->path, discards, [known, filed = std::move(filed)]() mutable {
       filed(CaptureOutcome::Saved{known, {}, {}});
@@ -46,26 +55,9 @@ void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed, Re
   });
 }
 
-void StillCaptureFiling::whenLibraryIsOurs(std::move_only_function<void()> ready) {
-  if (services_.store->isLoaded()) {
-    ready();
-    return;
-  }
-  struct Waiting {
-    std::move_only_function<void()> ready;
-    Observation loading;
-  };
-  auto waiting = std::make_shared<Waiting>(Waiting{std::move(ready), {}});
-  waiting->loading = services_.store->observe(alive_.guard([waiting](const HistoryChange& change) {
-    if (!change.loaded) return;
-    waiting->loading.end();
-    std::exchange(waiting->ready, nullptr)();
-  }));
-}
-
 void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed,
                                       const Reached& reached) {
-  HistoryStore& store = *services_.store;
+  HistoryStore& store = services_.library->store();
   ScreenshotEntry entry;
   entry.id = *staged.record.entryID;
   entry.capturedAt = staged.capturedAt;

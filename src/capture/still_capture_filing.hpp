@@ -11,7 +11,7 @@
 #include "capture/capture_file_placement.hpp"
 #include "capture/capture_outcome.hpp"
 #include "capture/staging_folder.hpp"
-#include "library/history_store.hpp"
+#include "library/library.hpp"
 
 namespace vantorel {
 
@@ -26,7 +26,7 @@ class StillCaptureFiling {
     std::shared_ptr<TaskRunner> work;
     std::shared_ptr<StagingFolder> staging;
     std::shared_ptr<CaptureFilePlacement> placement;
-    HistoryStore* store = nullptr;
+    Library* library = nullptr;
     std::function<CaptureFileSettings()> fileSettings;
     std::function<std::optional<std::string>()> activeCollectionID;
   };
@@ -38,13 +38,9 @@ class StillCaptureFiling {
   /// Told what has just been done, in a word for the log.
   using Reached = std::function<void(std::string_view step)>;
 
-  /// `image` spares reading the staged file again; it may be empty. A failure leaves the staged
-  /// file for the next launch.
+  /// Waits until the library is ready. `image` spares reading the staged file again; it may be
+  /// empty. A failure leaves the staged file for the next launch.
   void file(StagedCapture staged, Image image, Filed filed, Reached reached = nullptr);
-
-  /// Calls `ready` once the library is loaded and so locked: until then another process may be
-  /// sweeping the staging folder.
-  void whenLibraryIsOurs(std::move_only_function<void()> ready);
 
   /// Paths of staged files that are being filed now: the launch sweep leaves them alone.
   [[nodiscard]] const std::set<Path>& claimedPaths() const { return claimedPaths_; }
@@ -53,6 +49,7 @@ class StillCaptureFiling {
   void claim(const Path& path) { claimedPaths_.insert(path); }
 
  private:
+  void fileNow(StagedCapture staged, Image image, Filed filed, Reached reached);
   void addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed,
                     const Reached& reached);
   void forgetStaged(const StagedCapture& staged, const Path& placed, bool discards,

@@ -305,13 +305,6 @@ void StillCapturePipeline::grabbed(std::optional<Result<GrabbedPicture>> answer)
   nameSourceApp();
 }
 
-/// Stages once nobody else can take the staged file for one that a dead run left.
-void StillCapturePipeline::stageWhenSafe(std::optional<SourceApp> app) {
-  reached("source application");
-  services_.filing->whenLibraryIsOurs(
-      alive_.guard([this, app = std::move(app)]() mutable { stage(std::move(app)); }));
-}
-
 void StillCapturePipeline::nameSourceApp() {
   using Windows = Result<std::vector<WindowSnapshot>>;
   run_->coverHold.reset();
@@ -320,18 +313,18 @@ void StillCapturePipeline::nameSourceApp() {
     return SourceAppResolution::resolve(run_->picture.target, SourceAppResolution::records(windows),
                                         run_->displays);
   };
-  if (!run_->windows.empty()) return stageWhenSafe(resolved(run_->windows));
+  if (!run_->windows.empty()) return stage(resolved(run_->windows));
   runBounded<Windows>(
       services_.main, {windowListBound, windowListBound, {}},
       [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
       alive_.guard([this, resolved](std::optional<Windows> answer) {
-        stageWhenSafe(answer && *answer ? resolved(**answer) : std::nullopt);
+        stage(answer && *answer ? resolved(**answer) : std::nullopt);
       }),
       nullptr);
 }
 
 void StillCapturePipeline::stage(std::optional<SourceApp> app) {
-  reached("library");
+  reached("source application");
   StagedCaptureRecord record;
   record.scale = run_->picture.scale;
   record.entryID = randomID();

@@ -126,7 +126,6 @@ class StillCapturePipeline {
   void grab();
   void grabbed(std::optional<Result<GrabbedPicture>> answer);
   void nameSourceApp();
-  void stageWhenSafe(std::optional<SourceApp> app);
   void stage(std::optional<SourceApp> app);
   void reached(std::string_view step);
   void finish(CaptureReply reply);

@@ -23,7 +23,6 @@ class CommandRunner {
     AppCoordinator* coordinator = nullptr;
     CaptureRewriter* rewriter = nullptr;
     CaptureAnnotator* annotator = nullptr;
-    HistoryStore* store = nullptr;
     SettingsStore* settings = nullptr;
     LibraryCommands* library = nullptr;
     ScreenCapture* screen = nullptr;

@@ -152,7 +152,7 @@ void LibraryCommands::run(command::Library what, bool json, CommandDone done,
   running->show = asker.show;
   std::erase_if(running_, [](const auto& item) { return item.second.expired(); });
   running_.emplace(asker.name, running);
-  services_.whenReady(
+  services_.library->whenReady(
       alive_.guard([this, what = std::move(what), json, running, done = std::move(done)]() mutable {
         if (what.verb == Verb::relocate) {
           return relocate(what.folder, json, running, std::move(done));
@@ -174,7 +174,7 @@ void LibraryCommands::stop(const std::string& asker) {
 Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names) const {
   EntryList entries;
   for (const std::string& name : names) {
-    EntryPointer entry = VT_TRY(services_.store->resolve(name));
+    EntryPointer entry = VT_TRY(services_.library->store().resolve(name));
     if (std::ranges::find(entries, entry) == entries.end()) entries.push_back(std::move(entry));
   }
   return entries;
@@ -182,7 +182,7 @@ Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names
 
 void LibraryCommands::runNow(const command::Library& what, bool json, const RunningPointer& running,
                              CommandDone done) {
-  HistoryStore& store = *services_.store;
+  HistoryStore& store = services_.library->store();
   // Another process's library, or one that cannot be read, is not an empty one.
   if (const auto refusal = store.indexRefusal()) {
     return done(failedReply(fmt::format("The library can't be used now: {}", *refusal)));
@@ -250,17 +250,19 @@ void LibraryCommands::list(const command::Library& what, bool json, CommandDone 
                      .since = moment(what.since),
                      .before = moment(what.before)};
   if (!what.collection.empty()) {
-    const auto collection = services_.store->resolveCollection(what.collection);
+    const auto collection = services_.library->store().resolveCollection(what.collection);
     if (!collection) return done(refused(collection.error().reason));
     filter.collectionID = (*collection)->id;
   }
-  done({ExitStatus::done, lines(findEntries(*services_.store, filter, what.limit), json), {}});
+  done({ExitStatus::done,
+        lines(findEntries(services_.library->store(), filter, what.limit), json),
+        {}});
 }
 
 void LibraryCommands::collections(bool json, CommandDone done) const {
   CommandReply reply;
-  for (const HistoryCollection& collection : services_.store->collections()) {
-    const std::size_t count = services_.store->membersOf(collection.id).entries.size();
+  for (const HistoryCollection& collection : services_.library->store().collections()) {
+    const std::size_t count = services_.library->store().membersOf(collection.id).entries.size();
     reply.output += line(collection, count, json);
   }
   done(std::move(reply));
@@ -272,18 +274,19 @@ void LibraryCommands::change(const EntryList& entries, bool json, const Change& 
   for (const EntryPointer& entry : entries) {
     const auto outcome = change(entry->id);
     if (!outcome) return done(refused(outcome.error().reason));
-    changed.push_back(services_.store->find(entry->id));
+    changed.push_back(services_.library->store().find(entry->id));
   }
-  services_.store->flush([reply = CommandReply{ExitStatus::done, lines(changed, json), {}},
-                          done = std::move(done)](const Result<void>& saved) mutable {
-    if (!saved) addUnsaved(reply, saved.error().reason);
-    done(std::move(reply));
-  });
+  services_.library->store().flush(
+      [reply = CommandReply{ExitStatus::done, lines(changed, json), {}},
+       done = std::move(done)](const Result<void>& saved) mutable {
+        if (!saved) addUnsaved(reply, saved.error().reason);
+        done(std::move(reply));
+      });
 }
 
 void LibraryCommands::collect(const command::Library& what, const EntryList& entries, bool json,
                               CommandDone done) {
-  HistoryStore& store = *services_.store;
+  HistoryStore& store = services_.library->store();
   const auto found = store.resolveCollection(what.collection);
   std::string id = found ? (*found)->id : "";
   if (!found && found.error().kind == FailureKind::notFound && what.makesCollection) {
@@ -308,9 +311,9 @@ void LibraryCommands::collect(const command::Library& what, const EntryList& ent
 void LibraryCommands::trash(const EntryList& entries, bool json, CommandDone done) {
   std::vector<std::string> ids;
   for (const EntryPointer& entry : entries) ids.push_back(entry->id);
-  services_.deletion->trash(
+  services_.library->deletion().trash(
       ids, HistoryDeletion::Undo::offered,
-      [this, entries, json, done = std::move(done)](const TrashSweep& sweep) mutable {
+      [this, json, done = std::move(done)](const TrashSweep& sweep) mutable {
         CommandReply reply;
         for (const RemovedEntry& removed : sweep.removed) {
           if (json) reply.output += line(*removed.entry, true);
@@ -319,38 +322,33 @@ void LibraryCommands::trash(const EntryList& entries, bool json, CommandDone don
         if (!sweep.removed.empty()) {
           reply.error = "\"vantorel library undo\" brings them back within 8 seconds.\n";
         }
-        for (const EntryPointer& entry : entries) {
-          if (!sweep.attempted.contains(entry->id)) {
-            reply.status = ExitStatus::failed;
-            reply.error += nameOf(*entry) + ": it is on its way to the Trash already.\n";
-          }
-        }
         addFailures(reply, sweep.failures, [&](const std::string& id) {
-          const EntryPointer entry = services_.store->find(id);
+          const EntryPointer entry = services_.library->store().find(id);
           return entry ? nameOf(*entry) : id;
         });
         addUnsaved(reply, sweep.indexNotSaved);
         // A command that ends now leaves the undo to the next one, so it has to be on disk.
-        services_.deletion->settle([reply = std::move(reply), done = std::move(done)]() mutable {
-          done(std::move(reply));
-        });
+        services_.library->deletion().settle(
+            [reply = std::move(reply), done = std::move(done)]() mutable {
+              done(std::move(reply));
+            });
       });
 }
 
 void LibraryCommands::undo(bool json, CommandDone done) {
-  if (!services_.deletion->pendingUndo()) {
+  if (!services_.library->deletion().pendingUndo()) {
     return done(failedReply("There is nothing to undo: a deletion can be undone for 8 seconds"));
   }
-  services_.deletion->undo(
+  services_.library->deletion().undo(
       [this, json, done = std::move(done)](const UndoOutcome& outcome) mutable {
         CommandReply reply;
         for (const std::string& id : outcome.restored) {
-          if (const EntryPointer entry = services_.store->find(id)) {
+          if (const EntryPointer entry = services_.library->store().find(id)) {
             reply.output += line(*entry, json);
           }
         }
         addFailures(reply, outcome.failures, [this](const std::string& id) {
-          const EntryPointer entry = services_.store->find(id);
+          const EntryPointer entry = services_.library->store().find(id);
           return entry ? nameOf(*entry) : id;
         });
         addUnsaved(reply, outcome.indexNotSaved);
@@ -362,7 +360,7 @@ void LibraryCommands::forget(const EntryList& entries, bool json, std::string re
                              CommandDone done) {
   std::vector<std::string> ids;
   for (const EntryPointer& entry : entries) ids.push_back(entry->id);
-  services_.deletion->forget(
+  services_.library->deletion().forget(
       ids, [json, text = json ? lines(entries, true) : "", remark = std::move(remark),
             done = std::move(done)](const Result<std::size_t>& count) mutable {
         CommandReply reply{ExitStatus::done, std::move(text), std::move(remark)};
@@ -394,7 +392,8 @@ void LibraryCommands::relocate(const Path& folder, bool json, const RunningPoint
 
 void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDone done) {
   services_.work->post(
-      [files = services_.files, main = services_.main, entries = services_.store->entries(),
+      [files = services_.files, main = services_.main,
+       entries = services_.library->store().entries(),
        goOn = LibraryVerify::goingOn({running, &running->flag.stopped}, running->show),
        reply =
            alive_.guard([this, json, done = std::move(done)](const MissingFiles& missing) mutable {
@@ -407,10 +406,10 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
                                                   (away == 1 ? "stays" : "stay") + " in History.\n";
              // What changed meanwhile may have its file elsewhere by now.
              lookAgain(*services_.files, *services_.work, services_.main,
-                       settledEntries(*services_.store, *services_.deletion, missing.gone),
+                       settledEntries(services_.library->store(), missing.gone),
                        alive_.guard([this, json, remark = std::move(remark),
                                      done = std::move(done)](const EntryList& gone) mutable {
-                         forget(settledEntries(*services_.store, *services_.deletion, gone), json,
+                         forget(settledEntries(services_.library->store(), gone), json,
                                 std::move(remark), std::move(done));
                        }));
            })]() mutable {

@@ -12,8 +12,7 @@
 #include "cli/command_reply.hpp"
 #include "cli/library_options.hpp"
 #include "cli/library_verify.hpp"
-#include "library/history_deletion.hpp"
-#include "library/history_store.hpp"
+#include "library/library.hpp"
 #include "library/library_check.hpp"
 #include "platform/clock.hpp"
 #include "platform/files.hpp"
@@ -28,16 +27,12 @@ class LibraryCommands {
     std::shared_ptr<TaskRunner> work;  ///< looks at the disk; may block
     std::shared_ptr<Files> files;
     std::shared_ptr<const Clock> clock;
-    HistoryStore* store = nullptr;
-    HistoryDeletion* deletion = nullptr;
+    Library* library = nullptr;
     LibraryVerify* verify = nullptr;
     LibraryMove* move = nullptr;
 
     /// Whether the entry's file is known to be out of reach now.
     std::function<bool(const std::string& id)> isOutOfReach;
-
-    /// Calls back when the library is loaded and what an earlier run left is cleared up.
-    std::function<void(std::move_only_function<void()>)> whenReady;
   };
 
   explicit LibraryCommands(Services services) : services_(std::move(services)) {}

@@ -20,7 +20,7 @@ class LibraryCommandTest : public testing::Test {
  protected:
   LibraryCommandTest() {
     formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
-    store.load([] {});
+    library.open();
     runners.run();
     add("AA1", [](ScreenshotEntry& entry) {
       entry.sourceApp = SourceApp{"org.mozilla.firefox", "Firefox", {}};
@@ -69,17 +69,20 @@ class LibraryCommandTest : public testing::Test {
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
   FakeTrash trash{*files};
   LogSink formerSink;
-  HistoryStore store{{*files, runners, runners.main(), runners.runner("persist"), 0},
-                     LibraryPaths{"/data", "/caches"}};
-  HistoryDeletion deletion{
-      {store, *files, trash, runners, runners.main(), runners.runner("trash"), {}}};
+  Library library{{.files = *files,
+                   .trash = trash,
+                   .clock = runners,
+                   .main = runners.main(),
+                   .persist = runners.runner("persist"),
+                   .deletions = runners.runner("trash"),
+                   .moves = runners.runner("moves")},
+                  LibraryPaths{"/data", "/caches"}};
+  HistoryStore& store = library.store();
   LibraryCommands commands{{.main = runners.main(),
                             .work = runners.runner("work"),
                             .files = files,
                             .clock = std::shared_ptr<const Clock>(&runners, [](auto*) {}),
-                            .store = &store,
-                            .deletion = &deletion,
-                            .whenReady = [](std::move_only_function<void()> go) { go(); }}};
+                            .library = &library}};
 };
 
 TEST_F(LibraryCommandTest, ListingsShowWhatIsAskedForTheNewestFirst) {

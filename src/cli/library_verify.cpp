@@ -110,7 +110,7 @@ void LibraryVerify::run(bool repairs, bool json, StopFlag stopped, ShowProgress 
   // What is over may still have to take its journal away.
   auto begin = alive_.guard([this, repairs, json, goOn = std::move(goOn),
                              done = std::make_shared<CommandDone>(std::move(done))] {
-    services_.deletion->settle(alive_.guard(
+    services_.library->deletion().settle(alive_.guard(
         [this, repairs, json, goOn, done] { look(repairs, json, goOn, std::move(*done)); }));
   });
   if (!repairs) return begin();
@@ -125,21 +125,22 @@ CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
 }
 
 void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
-  const HistoryStore& store = *services_.store;
+  const HistoryStore& store = services_.library->store();
   LibraryScope scope{.entries = store.entries(),
                      .unreadPaths = store.unreadPaths(),
                      .indexWasRead = store.indexWasReadFromDisk(),
                      .paths = store.paths(),
                      .captureFolders = services_.captureFolders(),
-                     .originals = services_.originals,
+                     .originals = store.paths().originals(),
                      .filedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
                      .begunBefore = startedAt_};
   scope.leftovers = store.leftovers();
   scope.lookedAt = services_.clock->now();
-  if (!services_.deletion->deletionsInFlight().empty()) {
+  if (services_.library->deletion().isBusy()) {
     scope.journalsInUse.insert(store.paths().deletions());
   }
-  if (services_.isRelocating()) scope.journalsInUse.insert(store.paths().relocationJournal());
+  if (services_.library->relocation().isRunning())
+    scope.journalsInUse.insert(store.paths().relocationJournal());
   services_.work->post(
       [files = services_.files, main = services_.main, scope = std::move(scope), goOn,
        reply = alive_.guard(
@@ -152,7 +153,7 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
              if (repairs) {
                return mend(findings, std::move(claimed), json, std::move(done));
              }
-             giveBack(claimed);
+             claimed.clear();
              finish(report(findings, {}, json), json, std::move(done));
            })]() mutable {
         main->post([findings = checkLibrary(*files, scope, goOn),
@@ -162,17 +163,16 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
 
 // How large the library is comes last: what is found comes before it, a line each.
 void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
-  services_.disk->whenMeasured(alive_.guard(
+  services_.library->disk().whenMeasured(alive_.guard(
       [this, json, reply = std::move(reply), done = std::move(done)](std::uint64_t bytes) mutable {
-        reply.output += sizeLine(services_.store->entries().size(), bytes, json);
+        reply.output += sizeLine(services_.library->store().entries().size(), bytes, json);
         done(std::move(reply));
       }));
 }
 
 // What got its entry, its file or another place while the library was looked through is in order.
 void LibraryVerify::dropSettled(LibraryFindings& findings) const {
-  findings.missing.gone =
-      settledEntries(*services_.store, *services_.deletion, findings.missing.gone);
+  findings.missing.gone = settledEntries(services_.library->store(), findings.missing.gone);
   std::set<Path> found;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt, &findings.stagedCaptures};
@@ -184,8 +184,8 @@ void LibraryVerify::dropSettled(LibraryFindings& findings) const {
       if (found.contains(path)) named.insert(path);
     });
   };
-  for (const EntryPointer& entry : services_.store->entries()) note(*entry);
-  if (const auto& pending = services_.deletion->pendingUndo()) {
+  for (const EntryPointer& entry : services_.library->store().entries()) note(*entry);
+  if (const auto& pending = services_.library->deletion().pendingUndo()) {
     for (const RemovedEntry& removed : pending->items) note(*removed.entry);
   }
   for (auto* const list : lists) {
@@ -194,71 +194,68 @@ void LibraryVerify::dropSettled(LibraryFindings& findings) const {
 }
 
 // An original that is linked keeps its age, so that it looks like a leftover until the rewrite is
-// done and its entry names it. Answers the ids that were claimed.
-std::vector<std::string> LibraryVerify::claimOriginals(LibraryFindings& findings) const {
-  std::vector<std::string> claimed;
+// done and its entry names it.
+std::vector<EntryClaim> LibraryVerify::claimOriginals(LibraryFindings& findings) const {
+  std::vector<EntryClaim> claimed;
   std::erase_if(findings.originalsWithoutEntry, [&](const Path& path) {
     const std::string id = path.stem().string();
-    if (!services_.store->find(id)) return false;
-    if (!services_.claim(id)) return true;
-    claimed.push_back(id);
+    if (!services_.library->store().find(id)) return false;
+    auto claim = services_.library->claim(id, EntryWork::rewriting);
+    if (!claim) return true;
+    claimed.push_back(*std::move(claim));
     return false;
   });
   return claimed;
 }
 
-void LibraryVerify::giveBack(const std::vector<std::string>& claimed) const {
-  for (const std::string& id : claimed) services_.release(id);
-}
-
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
-void LibraryVerify::mend(const LibraryFindings& findings, std::vector<std::string> claimed,
+void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim> claimed,
                          bool json, CommandDone done) {
-  services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
-                        main = services_.main, findings,
-                        reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
-                                              done = std::move(done)](Mended& mended) mutable {
-                          HistoryStore& store = *services_.store;
-                          giveBack(claimed);
-                          for (ScreenshotEntry& entry : mended.entries) {
-                            const std::string path = entry.path;
-                            if (store.findByPath(path) || store.add(std::move(entry)))
-                              mended.paths.insert(path);
-                          }
-                          std::vector<std::string> going;
-                          for (const EntryPointer& entry :
-                               settledEntries(store, *services_.deletion, mended.goneStill)) {
-                            going.push_back(entry->id);
-                            mended.paths.insert(entry->path);
-                          }
-                          // Writes the new entries as well.
-                          services_.deletion->forget(
-                              going, [this, mended, json, findings, done = std::move(done)](
-                                         const Result<std::size_t>& saved) mutable {
-                                if (!saved) {
-                                  return done(
-                                      failedReply("The library's index could not be saved: " +
-                                                  saved.error().reason));
-                                }
-                                finish(report(findings, mended, json), json, std::move(done));
-                              });
-                        })]() mutable {
-    Mended mended;
-    for (const Path& path : findings.temporaries) {
-      if (files->remove(path)) mended.paths.insert(path.string());
-    }
-    for (const Path& path : findings.originalsWithoutEntry) {
-      if (trash->moveToTrash(path)) mended.paths.insert(path.string());
-    }
-    for (const Path& path : findings.filesWithoutEntry) {
-      auto entry = entryForFile(*files, *codec, path);
-      if (entry) mended.entries.push_back(*std::move(entry));
-    }
-    for (const EntryPointer& entry : findings.missing.gone) {
-      if (reachOf(*files, entry->path) == FileReach::fileGone) mended.goneStill.push_back(entry);
-    }
-    main->post([mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
-  });
+  services_.work->post(
+      [files = services_.files, codec = services_.codec, trash = services_.trash,
+       main = services_.main, findings,
+       reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
+                             done = std::move(done)](Mended& mended) mutable {
+         HistoryStore& store = services_.library->store();
+         claimed.clear();
+         for (ScreenshotEntry& entry : mended.entries) {
+           const std::string path = entry.path;
+           if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);
+         }
+         std::vector<std::string> going;
+         for (const EntryPointer& entry : settledEntries(store, mended.goneStill)) {
+           going.push_back(entry->id);
+           mended.paths.insert(entry->path);
+         }
+         // Writes the new entries as well.
+         services_.library->deletion().forget(
+             going, [this, mended, json, findings,
+                     done = std::move(done)](const Result<std::size_t>& saved) mutable {
+               if (!saved) {
+                 return done(failedReply("The library's index could not be saved: " +
+                                         saved.error().reason));
+               }
+               finish(report(findings, mended, json), json, std::move(done));
+             });
+       })]() mutable {
+        Mended mended;
+        for (const Path& path : findings.temporaries) {
+          if (files->remove(path)) mended.paths.insert(path.string());
+        }
+        for (const Path& path : findings.originalsWithoutEntry) {
+          if (trash->moveToTrash(path)) mended.paths.insert(path.string());
+        }
+        for (const Path& path : findings.filesWithoutEntry) {
+          auto entry = entryForFile(*files, *codec, path);
+          if (entry) mended.entries.push_back(*std::move(entry));
+        }
+        for (const EntryPointer& entry : findings.missing.gone) {
+          if (reachOf(*files, entry->path) == FileReach::fileGone)
+            mended.goneStill.push_back(entry);
+        }
+        main->post(
+            [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
+      });
 }
 
 }  // namespace vantorel

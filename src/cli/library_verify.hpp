@@ -9,8 +9,7 @@
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
-#include "library/history_deletion.hpp"
-#include "library/history_disk.hpp"
+#include "library/library.hpp"
 #include "library/library_check.hpp"
 #include "platform/clock.hpp"
 #include "platform/trash.hpp"
@@ -27,20 +26,11 @@ class LibraryVerify {
     std::shared_ptr<const ImageCodec> codec;
     std::shared_ptr<const Clock> clock;
     Trash* trash = nullptr;
-    HistoryStore* store = nullptr;
-    HistoryDeletion* deletion = nullptr;
-    HistoryDisk* disk = nullptr;
-    std::function<bool()> isRelocating;
-    Path originals;
+    Library* library = nullptr;
     std::function<std::vector<Path>()> captureFolders;
 
     /// Files what is staged; otherwise such a file and its entry-to-be would be mended twice.
     std::function<void(std::function<void()> done)> recoverStaged;
-
-    /// Takes an entry whose original may go, so that nobody else changes its files: false when
-    /// somebody has it. Each is given back with `release`.
-    std::function<bool(const std::string& id)> claim;
-    std::function<void(const std::string& id)> release;
   };
 
   explicit LibraryVerify(Services services);
@@ -59,11 +49,10 @@ class LibraryVerify {
  private:
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
   void finish(CommandReply reply, bool json, CommandDone done);
-  void mend(const LibraryFindings& findings, std::vector<std::string> claimed, bool json,
+  void mend(const LibraryFindings& findings, std::vector<EntryClaim> claimed, bool json,
             CommandDone done);
   void dropSettled(LibraryFindings& findings) const;
-  [[nodiscard]] std::vector<std::string> claimOriginals(LibraryFindings& findings) const;
-  void giveBack(const std::vector<std::string>& claimed) const;
+  [[nodiscard]] std::vector<EntryClaim> claimOriginals(LibraryFindings& findings) const;
 
   Services services_;
   double startedAt_;

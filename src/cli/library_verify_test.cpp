@@ -28,7 +28,7 @@ class LibraryVerifyTest : public testing::Test {
 
   void load(const std::string& index) {
     files->put("/data/history.json", index);
-    store.load([] {});
+    library.open();
     runners.run();
   }
 
@@ -52,27 +52,24 @@ class LibraryVerifyTest : public testing::Test {
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
   FakeTrash trash{*files};
   LogSink formerSink;
-  HistoryStore store{{*files, runners, runners.main(), runners.runner("persist"), 0},
-                     LibraryPaths{"/data", "/caches"}};
-  HistoryDeletion deletion{
-      {store, *files, trash, runners, runners.main(), runners.runner("trash"), {}}};
-  HistoryDisk disk{store, *files, runners.main(), runners.runner("disk")};
+  Library library{{.files = *files,
+                   .trash = trash,
+                   .clock = runners,
+                   .main = runners.main(),
+                   .persist = runners.runner("persist"),
+                   .deletions = runners.runner("trash"),
+                   .moves = runners.runner("moves")},
+                  LibraryPaths{"/data", "/caches"}};
+  HistoryStore& store = library.store();
   LibraryVerify verifying{{.main = runners.main(),
                            .work = runners.runner("work"),
                            .files = files,
                            .codec = std::make_shared<FakeImageCodec>(),
                            .clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {}),
                            .trash = &trash,
-                           .store = &store,
-                           .deletion = &deletion,
-                           .disk = &disk,
-                           .isRelocating = [] { return false; },
-                           .originals = "/data/Originals",
+                           .library = &library,
                            .captureFolders = [] { return std::vector<Path>{"/captures"}; },
-                           .recoverStaged = [](const auto& done) { done(); },
-                           .claim = [this](const auto& id) { return claimed.insert(id).second; },
-                           .release = [this](const auto& id) { claimed.erase(id); }}};
-  std::set<std::string> claimed;
+                           .recoverStaged = [](const auto& done) { done(); }}};
 };
 
 TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
@@ -103,14 +100,14 @@ TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
                            id == "a" ? "" : ",", id, id);
   }
   load(indexOf(entries));
-  claimed.insert("b");  // being compressed
+  const auto compressing = library.claim("b", EntryWork::rewriting);
   const CommandReply reply = verify(true, [this] {
     EXPECT_TRUE(store.update(
         "a", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/a.png"; }));
   });
   EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\tmended\n")));
   EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
-  EXPECT_THAT(claimed, testing::ElementsAre("b"));
+  EXPECT_THAT(store.claims().fileChanges(), testing::ElementsAre("b"));
 }
 
 TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
@@ -129,8 +126,6 @@ TEST_F(LibraryVerifyTest, WhatTheStartClearedUpIsToldAndIsNoFault) {
   files->put("/data/deletions.json", R"(["gone"])");
   files->put("/data/relocation.json", "not to be read");
   load(indexOf(""));
-  deletion.recover([] {});
-  runners.run();
   const CommandReply reply = verify(false);
   EXPECT_THAT(reply.output, AllOf(HasSubstr("cleared at start\t/data/undo.json.staging\tmended\n"),
                                   HasSubstr("cleared at start\t/data/deletions.json\tmended\n"),

@@ -26,7 +26,7 @@ void ChangedPictures::fileChanged(const std::string& path) {
 
 void ChangedPictures::found(const std::string& path, PixelSize size) {
   const EntryPointer entry = services_.store.findByPath(path);
-  if (!entry || services_.isChanging(*entry)) return;
+  if (!entry || services_.store.claims().isFileChanging(entry->id)) return;
   if (entry->pixelWidth == size.width && entry->pixelHeight == size.height) return;
   const auto updated = services_.store.update(entry->id, [&](ScreenshotEntry& changed) {
     changed.pixelWidth = size.width;

@@ -20,8 +20,6 @@ class ChangedPictures {
     std::shared_ptr<const ImageCodec> codec;
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< blocks on files
-    /// Whether this program changes the entry's file itself, and tells the entry.
-    std::function<bool(const ScreenshotEntry&)> isChanging;
   };
 
   explicit ChangedPictures(Services services) : services_(std::move(services)) {}

@@ -17,9 +17,7 @@ TEST(ChangedPicturesTest, ThePictureSizeFollowsWhoeverWroteTheFile) {
                      LibraryPaths{"/data", "/caches"}};
   store.load([] {});
   runners.run();
-  bool isOurs = false;
-  ChangedPictures changed{{store, files, codec, runners.main(), runners.runner("work"),
-                           [&](const ScreenshotEntry&) { return isOurs; }}};
+  ChangedPictures changed{{store, files, codec, runners.main(), runners.runner("work")}};
   const auto write = [&](PixelSize size) {
     files.put("/captures/a.png",
               *codec->encode(MutableImage(size, PixelFormat::bgrx).finish(), {}));
@@ -35,9 +33,10 @@ TEST(ChangedPicturesTest, ThePictureSizeFollowsWhoeverWroteTheFile) {
 
   EXPECT_EQ(write({8, 6}), (PixelSize{8, 6}));
   EXPECT_EQ(write({4, 6}), (PixelSize{4, 6}));
-  isOurs = true;  // its entry is told by who changes it
+  auto ours =
+      store.claims().claim("a", EntryWork::rewriting);  // its entry is told by who changes it
   EXPECT_EQ(write({2, 2}), (PixelSize{4, 6}));
-  isOurs = false;
+  ours->end();
   files.put("/captures/a.png", "no picture any more");
   changed.fileChanged("/captures/a.png");
   changed.fileChanged("/captures/unknown.png");

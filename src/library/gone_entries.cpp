@@ -8,11 +8,10 @@
 
 namespace vantorel {
 
-EntryList settledEntries(const HistoryStore& store, const HistoryDeletion& deletion,
-                         const EntryList& entries) {
+EntryList settledEntries(const HistoryStore& store, const EntryList& entries) {
   EntryList settled;
   std::ranges::copy_if(entries, std::back_inserter(settled), [&](const EntryPointer& entry) {
-    return store.find(entry->id) == entry && !deletion.deletionsInFlight().contains(entry->id);
+    return store.find(entry->id) == entry && !store.claims().isFileChanging(entry->id);
   });
   return settled;
 }

@@ -17,6 +17,13 @@ bool isInside(const Path& path, const Path& folder) {
   return std::ranges::mismatch(folder, path).in1 == folder.end();
 }
 
+std::string whyNotDeleted(const ScreenshotEntry& entry, const EntryBusy& busy) {
+  if (entry.medium == CaptureMedium::project && busy.work == EntryWork::exporting) {
+    return "a Studio project can't be deleted while it exports. Stop its export first";
+  }
+  return sentence(busy);
+}
+
 }  // namespace
 
 std::string deletedFeedback(std::size_t count) {
@@ -27,8 +34,27 @@ HistoryDeletion::HistoryDeletion(Services services)
     : services_(std::move(services)),
       trash_(std::make_shared<HistoryTrash>(services_.files, services_.trash)) {}
 
-void HistoryDeletion::claim(const std::vector<std::string>& ids) {
-  deletionsInFlight_.insert(ids.begin(), ids.end());
+void HistoryDeletion::enqueue(Operation operation) {
+  waiting_.push_back(std::move(operation));
+  startNext();
+}
+
+void HistoryDeletion::startNext() {
+  while (!isBusy_ && !waiting_.empty()) {
+    Operation operation = std::move(waiting_.front());
+    waiting_.pop_front();
+    isBusy_ = true;
+    operation();
+  }
+}
+
+void HistoryDeletion::end(Operation answer) {
+  isBusy_ = false;
+  answer();
+  startNext();
+}
+
+void HistoryDeletion::journal(const std::vector<std::string>& ids) {
   journalled_.insert(ids.begin(), ids.end());
   if (!ids.empty()) writeJournal();
 }
@@ -37,10 +63,8 @@ void HistoryDeletion::claim(const std::vector<std::string>& ids) {
 void HistoryDeletion::release(const std::vector<std::string>& ids, bool isSaved) {
   if (ids.empty()) return;
   for (const std::string& id : ids) {
-    for (auto* const claims : {&deletionsInFlight_, &journalled_}) {
-      if (claims == &journalled_ && !isSaved) continue;
-      if (const auto found = claims->find(id); found != claims->end()) claims->erase(found);
-    }
+    claims_.erase(id);
+    if (isSaved) journalled_.erase(id);
   }
   writeJournal();
 }
@@ -128,28 +152,35 @@ std::vector<TrashCandidate> HistoryDeletion::candidates(const EntryList& going) 
 
 void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
                             std::move_only_function<void(TrashSweep)> done) {
+  enqueue([this, ids, undo, done = std::move(done)]() mutable {
+    trashNow(ids, undo, std::move(done));
+  });
+}
+
+void HistoryDeletion::trashNow(const std::vector<std::string>& ids, Undo undo,
+                               std::move_only_function<void(TrashSweep)> done) {
   TrashSweep sweep;
   EntryList going;
   // Files that went while the index stays as it was would leave entries of nothing behind.
   const auto refusal = services_.store.indexRefusal();
   for (const std::string& id : ids) {
     const EntryPointer entry = services_.store.find(id);
-    if (!entry || deletionsInFlight_.contains(id) || !sweep.attempted.insert(id).second) continue;
+    if (!entry || !sweep.attempted.insert(id).second) continue;
     if (refusal) {
       sweep.failures.push_back({id, *refusal});
-    } else if (entry->medium == CaptureMedium::project && services_.isExporting &&
-               services_.isExporting(*entry)) {
-      sweep.failures.push_back(
-          {id, "a Studio project can't be deleted while it exports. Stop its export first"});
-    } else if (services_.isMoving && services_.isMoving(id)) {
-      sweep.failures.push_back({id, "its file is being moved to another folder. Try again"});
-    } else {
-      going.push_back(entry);
+      continue;
     }
+    auto claim = services_.store.claims().claim(id, EntryWork::deleting);
+    if (!claim) {
+      sweep.failures.push_back({id, whyNotDeleted(*entry, claim.error())});
+      continue;
+    }
+    claims_.emplace(id, *std::move(claim));
+    going.push_back(entry);
   }
   std::vector<std::string> claimed;
   for (const EntryPointer& entry : going) claimed.push_back(entry->id);
-  claim(claimed);
+  journal(claimed);
   services_.work->post([trash = trash_, main = services_.main, all = candidates(going),
                         sweep = std::move(sweep), unnoted = journalFailure_,
                         reply = alive_.guard([this, claimed, undo,
@@ -193,7 +224,7 @@ void HistoryDeletion::finishTrash(TrashSweep sweep, const std::vector<std::strin
                                       done = std::move(done)](Result<void> saved) mutable {
     release(claimed, saved.has_value());
     if (!saved && !sweep.removed.empty()) sweep.indexNotSaved = saved.error().reason;
-    done(std::move(sweep));
+    end([&] { done(std::move(sweep)); });
   }));
 }
 
@@ -249,8 +280,12 @@ void HistoryDeletion::withdrawUndo() {
 }
 
 void HistoryDeletion::settle(std::move_only_function<void()> done) {
-  services_.work->post(
-      [main = services_.main, done = std::move(done)]() mutable { main->post(std::move(done)); });
+  enqueue([this, done = std::move(done)]() mutable {
+    services_.work->post(
+        [main = services_.main, reply = alive_.guard([this, done = std::move(done)]() mutable {
+          end(std::move(done));
+        })]() mutable { main->post(std::move(reply)); });
+  });
 }
 
 // Another capture may have got the name while the file was in the Trash.
@@ -266,15 +301,26 @@ std::string HistoryDeletion::freePath(const std::string& wanted) const {
 // file is still in the Trash or already back, and an entry stands for it, or the journal knows that
 // it has none yet.
 void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
+  enqueue([this, done = std::move(done)]() mutable { undoNow(std::move(done)); });
+}
+
+void HistoryDeletion::undoNow(std::move_only_function<void(UndoOutcome)> done) {
   if (!pendingUndo_) {
-    services_.main->post(alive_.guard([done = std::move(done)]() mutable { done({}); }));
+    services_.main->post(
+        alive_.guard([this, done = std::move(done)]() mutable { end([&] { done({}); }); }));
     return;
   }
   RemovedBatch batch = *std::move(pendingUndo_);
   withdrawUndo();
   std::vector<std::string> ids;
-  for (const RemovedEntry& removed : batch.items) ids.push_back(removed.entry->id);
-  claim(ids);
+  for (const RemovedEntry& removed : batch.items) {
+    const std::string& id = removed.entry->id;
+    ids.push_back(id);
+    if (auto claim = services_.store.claims().claim(id, EntryWork::restoring)) {
+      claims_.emplace(id, *std::move(claim));
+    }
+  }
+  journal(ids);
   services_.work->post(
       [main = services_.main, unnoted = journalFailure_,
        reply = alive_.guard([this, batch = std::move(batch), ids, done = std::move(done)](
@@ -286,7 +332,7 @@ void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
          for (const std::string& id : ids) {
            outcome.failures.push_back({id, "restore from Trash failed: " + *failure});
          }
-         done(std::move(outcome));
+         end([&] { done(std::move(outcome)); });
        })]() mutable {
         main->post([reply = std::move(reply), failure = *unnoted]() mutable { reply(failure); });
       });
@@ -360,7 +406,7 @@ void HistoryDeletion::finishUndo(const RemovedBatch& tried,
                                       done = std::move(done)](Result<void> saved) mutable {
     release(ids, saved.has_value());
     if (!saved) outcome.indexNotSaved = saved.error().reason;
-    done(std::move(outcome));
+    end([&] { done(std::move(outcome)); });
   }));
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -39,7 +41,8 @@ struct UndoOutcome {
 [[nodiscard]] std::string deletedFeedback(std::size_t count);
 
 /// Takes entries out of the library: to the Trash with an undo, by age, or out of History alone.
-/// Lives on the main runner; files move on `work`.
+/// One thing after the other: an undo waits for the deletion it undoes. Lives on the main runner;
+/// files move on `work`.
 ///
 /// However the program ends, a file is either in the library with its entry or in the Trash: files
 /// move while the index has their entries, and a journal names the entries whose files are moving.
@@ -54,10 +57,6 @@ class HistoryDeletion {
     const Clock& clock;
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
-    /// Whether a Studio project is being exported now; may be empty.
-    std::function<bool(const ScreenshotEntry&)> isExporting;
-    /// Whether the entry's files are being moved to another folder now; may be empty.
-    std::function<bool(const std::string& id)> isMoving = {};
   };
 
   explicit HistoryDeletion(Services services);
@@ -94,10 +93,8 @@ class HistoryDeletion {
   /// Calls `done` when nothing that was begun waits for the disk any more.
   void settle(std::move_only_function<void()> done);
 
-  /// Entries whose files are being moved now: nobody else should touch them.
-  [[nodiscard]] const std::multiset<std::string>& deletionsInFlight() const {
-    return deletionsInFlight_;
-  }
+  /// Whether a deletion or an undo is under way: its journal is in use.
+  [[nodiscard]] bool isBusy() const { return isBusy_; }
 
  private:
   struct ForgetCandidate {
@@ -105,7 +102,15 @@ class HistoryDeletion {
     std::optional<Path> sequesteredOriginal;
   };
 
-  void claim(const std::vector<std::string>& ids);
+  using Operation = std::move_only_function<void()>;
+
+  void enqueue(Operation operation);
+  void startNext();
+  void end(Operation answer);
+  void trashNow(const std::vector<std::string>& ids, Undo undo,
+                std::move_only_function<void(TrashSweep)> done);
+  void undoNow(std::move_only_function<void(UndoOutcome)> done);
+  void journal(const std::vector<std::string>& ids);
   void release(const std::vector<std::string>& ids, bool isSaved);
   void writeJournal();
   void finishTrash(TrashSweep sweep, const std::vector<std::string>& claimed, Undo undo,
@@ -130,9 +135,10 @@ class HistoryDeletion {
   std::shared_ptr<std::optional<std::string>> journalFailure_ =
       std::make_shared<std::optional<std::string>>();
   std::optional<RemovedBatch> pendingUndo_;
-  // An undo may begin while the deletion it undoes is not over: once for each.
-  std::multiset<std::string> deletionsInFlight_;
-  std::multiset<std::string> journalled_;
+  std::map<std::string, EntryClaim> claims_;
+  std::set<std::string> journalled_;
+  std::deque<Operation> waiting_;
+  bool isBusy_ = false;
   Alive undoTimer_;
   Alive alive_;
 };

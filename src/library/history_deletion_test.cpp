@@ -69,10 +69,7 @@ class HistoryDeletionTest : public testing::Test {
   LogSink formerSink;
   HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
                      LibraryPaths{"/data", "/caches"}};
-  std::set<std::string> exporting;
-  HistoryDeletion deletion{
-      {store, files, trash, runners, runners.main(), runners.runner("work"),
-       [this](const ScreenshotEntry& entry) { return exporting.contains(entry.id); }}};
+  HistoryDeletion deletion{{store, files, trash, runners, runners.main(), runners.runner("work")}};
 };
 
 TEST_F(HistoryDeletionTest, UndoWithinTheWindowPutsEverythingWhereItWas) {
@@ -124,8 +121,7 @@ TEST_F(HistoryDeletionTest, TheNextRunMayUndoForTheRestOfTheEightSeconds) {
     trashed({"b"});
     if (inTime) runners.advance(5s);
     if (!inTime) runners.setNow(runners.now() + 9);
-    HistoryDeletion next(
-        {store, files, trash, runners, runners.main(), runners.runner("work"), {}});
+    HistoryDeletion next({store, files, trash, runners, runners.main(), runners.runner("work")});
     next.recover([] {});
     runners.run();
     EXPECT_EQ(next.pendingUndo().has_value(), inTime);
@@ -137,8 +133,7 @@ TEST_F(HistoryDeletionTest, TheNextRunMayUndoForTheRestOfTheEightSeconds) {
     EXPECT_EQ(files.text("/captures/b.png"), "pixels of b");
 
     trashed({"c"});
-    HistoryDeletion late(
-        {store, files, trash, runners, runners.main(), runners.runner("work"), {}});
+    HistoryDeletion late({store, files, trash, runners, runners.main(), runners.runner("work")});
     runners.advance(5s);
     late.recover([] {});
     runners.run();
@@ -175,7 +170,7 @@ TEST_F(HistoryDeletionTest, WhatCannotMoveStaysWithItsReason) {
   files.disk.erase("/old/x.png");
   files.folders.erase("/old");
   files.disk.erase("/media/u/stick/x.png");
-  exporting = {"project"};
+  const auto exporting = store.claims().claim("project", EntryWork::exporting);
   trash.failing["/captures/stuck.png"] = FailureKind::denied;
   trash.failing["/captures/d.png"] = FailureKind::noSpace;
   const TrashSweep sweep =
@@ -241,8 +236,7 @@ TEST_F(HistoryDeletionTest, NothingMovesWhenTheIndexCannotFollow) {
   runners.run();
   ScreenshotEntry entry = *store.find("a");
   ASSERT_TRUE(newer.add(entry).has_value());
-  HistoryDeletion refused(
-      {newer, files, trash, runners, runners.main(), runners.runner("work"), {}});
+  HistoryDeletion refused({newer, files, trash, runners, runners.main(), runners.runner("work")});
   TrashSweep answer;
   refused.trash({"a"}, HistoryDeletion::Undo::offered,
                 [&](TrashSweep sweep) { answer = std::move(sweep); });
@@ -275,7 +269,7 @@ TEST_F(HistoryDeletionTest, EndAtAnyChangeLeavesEachFileInTheLibraryOrInTheTrash
     ASSERT_TRUE(first->add(entry).has_value());
     run.advance(1s);
     auto deleting = std::make_unique<HistoryDeletion>(
-        HistoryDeletion::Services{*first, disk, bin, run, run.main(), run.runner("work"), {}});
+        HistoryDeletion::Services{*first, disk, bin, run, run.main(), run.runner("work")});
     disk.beforeChange = [&, from = disk.changes](int change) {
       if (change - from == end) throw Ended{};
     };
@@ -300,7 +294,7 @@ TEST_F(HistoryDeletionTest, EndAtAnyChangeLeavesEachFileInTheLibraryOrInTheTrash
                       LibraryPaths{"/data", "/caches"});
     next.load([] {});
     again.run();
-    HistoryDeletion recovering({next, disk, bin, again, again.main(), again.runner("work"), {}});
+    HistoryDeletion recovering({next, disk, bin, again, again.main(), again.runner("work")});
     bool recovered = false;
     recovering.recover([&] { recovered = true; });
     again.run();

@@ -180,21 +180,17 @@ void HistoryFolderMonitor::prune() {
   // A library that is not ours to write is not ours to clear up.
   if (services_.store.indexRefusal()) return toLookAt_.clear();
   services_.reachability.look(std::exchange(toLookAt_, {}),
-                              alive_.guard([this, moving = services_.deletion.deletionsInFlight()](
+                              alive_.guard([this, moving = services_.store.claims().fileChanges()](
                                                const std::string& name, const EntryList& went) {
                                 forgetGone(name, went, moving);
                               }));
 }
 
 void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& went,
-                                      const std::multiset<std::string>& movingBefore) {
+                                      const std::set<std::string>& movingBefore) {
   // What changed or moved meanwhile may have its file elsewhere by now.
   const auto resting = [this](const EntryList& entries) {
-    EntryList all = settledEntries(services_.store, services_.deletion, entries);
-    std::erase_if(all, [this](const EntryPointer& entry) {
-      return services_.isMoving && services_.isMoving(*entry);
-    });
-    return all;
+    return settledEntries(services_.store, entries);
   };
   EntryList going = resting(went);
   std::erase_if(going, [&](const EntryPointer& entry) { return movingBefore.contains(entry->id); });

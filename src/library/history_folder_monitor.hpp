@@ -51,9 +51,6 @@ class HistoryFolderMonitor {
     const Clock& clock;
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;
-
-    /// Whether the program itself may be moving the entry's file now; may be empty.
-    std::function<bool(const ScreenshotEntry&)> isMoving;
   };
 
   explicit HistoryFolderMonitor(Services services);
@@ -94,7 +91,7 @@ class HistoryFolderMonitor {
   void lookSoon(const std::string& name);
   void prune();
   void forgetGone(const std::string& name, const EntryList& went,
-                  const std::multiset<std::string>& movingBefore);
+                  const std::set<std::string>& movingBefore);
   void forget(const std::string& name, const EntryList& gone);
 
   Services services_;

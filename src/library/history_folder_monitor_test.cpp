@@ -35,12 +35,9 @@ class HistoryFolderMonitorTest : public testing::Test {
   }
 
   void start() {
-    monitor.emplace(HistoryFolderMonitor::Services{
-        store, deletion, reachability, files, watcher, mounts, runners, runners.main(),
-        runners.runner("folders"), [this](const ScreenshotEntry& entry) {
-          if (atLook) atLook();
-          return moving.contains(entry.id);
-        }});
+    monitor.emplace(HistoryFolderMonitor::Services{store, deletion, reachability, files, watcher,
+                                                   mounts, runners, runners.main(),
+                                                   runners.runner("folders")});
     monitor->onFileChange = [this](const std::string& path) { changed.push_back(path); };
     runners.advance(2s);
   }
@@ -70,11 +67,8 @@ class HistoryFolderMonitorTest : public testing::Test {
   LogSink formerSink;
   HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
                      LibraryPaths{"/data", "/caches"}};
-  HistoryDeletion deletion{
-      {store, files, trash, runners, runners.main(), runners.runner("work"), {}}};
+  HistoryDeletion deletion{{store, files, trash, runners, runners.main(), runners.runner("work")}};
   HistoryReachability reachability{store, files, runners.main(), runners.runner("folders")};
-  std::set<std::string> moving;
-  std::function<void()> atLook;  // called when a look has found a file gone
   std::vector<std::string> changed;
   std::optional<HistoryFolderMonitor> monitor;
 };
@@ -216,21 +210,22 @@ TEST_F(HistoryFolderMonitorTest, AFolderThatCannotBeWatchedIsTriedLessAndLessOft
 TEST_F(HistoryFolderMonitorTest, WhatTheProgramMovesItselfStays) {
   for (const char* const id : {"a", "b", "c"}) add(id);
   start();
-  moving.insert("a");
+  auto moving = store.claims().claim("a", EntryWork::moving);
   takeFile("a.png");
   runners.advance(10s);
   EXPECT_EQ(ids(), "abc");
   files.put("/captures/a.png", "back");
-  moving.clear();
+  moving->end();
   runners.advance(10s);
   EXPECT_EQ(ids(), "abc");
 
   // Gone at the look, and back before its entry is.
-  atLook = [this] { files.put("/captures/c.png", "back"); };
   takeFile("c.png");
+  const auto later = [this](auto then) { return [this, then] { runners.main()->post(then); }; };
+  runners.main()->postAfter(HistoryFolderMonitor::pruneDebounce,
+                            later(later([this] { files.put("/captures/c.png", "back"); })));
   runners.advance(10s);
   EXPECT_EQ(ids(), "abc");
-  atLook = nullptr;
 
   // A deletion and its undo, with a look at every moment in between.
   std::optional<TrashSweep> swept;
@@ -262,17 +257,9 @@ TEST_F(HistoryFolderMonitorTest, ALibraryThatMayNotBeWrittenIsLeftAlone) {
   files.put(entry.path, "pixels");
   ASSERT_TRUE(newer.add(entry).has_value());
   HistoryReachability reach{newer, files, runners.main(), runners.runner("folders")};
-  HistoryDeletion going{{newer, files, trash, runners, runners.main(), runners.runner("work"), {}}};
-  const HistoryFolderMonitor watching({newer,
-                                       going,
-                                       reach,
-                                       files,
-                                       watcher,
-                                       mounts,
-                                       runners,
-                                       runners.main(),
-                                       runners.runner("folders"),
-                                       {}});
+  HistoryDeletion going{{newer, files, trash, runners, runners.main(), runners.runner("work")}};
+  const HistoryFolderMonitor watching({newer, going, reach, files, watcher, mounts, runners,
+                                       runners.main(), runners.runner("folders")});
   runners.advance(5s);
   takeFile("n.png");
   runners.advance(5s);

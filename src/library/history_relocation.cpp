@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -157,9 +158,10 @@ std::vector<std::size_t> HistoryRelocation::claimBatch() {
     });
   }
   const auto claim = [this](const std::string& id) {
-    if (claimed_.contains(id)) return true;
-    if (services_.claim && !services_.claim(id)) return false;
-    claimed_.insert(id);
+    if (claims_.contains(id)) return true;
+    auto taken = services_.store.claims().claim(id, EntryWork::moving);
+    if (!taken) return false;
+    claims_.emplace(id, *std::move(taken));
     return true;
   };
   std::vector<std::size_t> ready;
@@ -215,7 +217,7 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
               services_.store.indexSaveFailure().value_or(saved.error().reason);
           return finish();
         }
-        releaseAll();
+        claims_.clear();
         services_.work->post(
             [mover = run_->mover, moved = std::move(batch.moved),
              dropped = std::exchange(run_->dropped, {})] { mover->retire(moved, dropped); });
@@ -241,14 +243,8 @@ void HistoryRelocation::adopt(const std::map<std::string, std::string>& newPaths
   }
 }
 
-void HistoryRelocation::releaseAll() {
-  for (const std::string& id : std::exchange(claimed_, {})) {
-    if (services_.release) services_.release(id);
-  }
-}
-
 void HistoryRelocation::finish() {
-  releaseAll();
+  claims_.clear();
   run_->outcome.stoppedForQuit = run_->request.flag->turnedAway;
   run_->count();
   // The last batch may still be on its way out of the journal.

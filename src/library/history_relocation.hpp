@@ -5,7 +5,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -35,11 +34,6 @@ class HistoryRelocation {
     Files& files;
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
-
-    /// Takes an entry whose files are to move, so that nobody else changes them: false when
-    /// somebody has it. Each is given back with `release` after its batch.
-    std::function<bool(const std::string& id)> claim;
-    std::function<void(const std::string& id)> release;
 
     std::size_t batchSize = relocationBatchSize;  ///< files
   };
@@ -71,9 +65,6 @@ class HistoryRelocation {
 
   [[nodiscard]] bool isRunning() const { return run_ != nullptr; }
 
-  /// True while the entry's files are moving.
-  [[nodiscard]] bool isMoving(const std::string& id) const { return claimed_.contains(id); }
-
  private:
   struct Request {
     RelocationTarget target;
@@ -91,14 +82,13 @@ class HistoryRelocation {
   void finish();
   [[nodiscard]] std::vector<std::size_t> claimBatch();
   void adopt(const std::map<std::string, std::string>& newPaths);
-  void releaseAll();
   void replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
               std::move_only_function<void()> done);
 
   Services services_;
   std::deque<Request> waiting_;
   std::unique_ptr<Run> run_;
-  std::set<std::string> claimed_;
+  std::map<std::string, EntryClaim> claims_;  // of the batch under way
   std::vector<std::move_only_function<void()>> settling_;
   Alive alive_;
 };

@@ -39,27 +39,21 @@ struct World {
     begin(folder);
     runners.run();
     EXPECT_TRUE(outcome.has_value());
-    EXPECT_THAT(claimed, IsEmpty());
+    for (const EntryPointer& entry : store.entries()) {
+      EXPECT_EQ(store.claims().isFileChanging(entry->id), entry->id == busy) << entry->id;
+    }
     return outcome.value_or(RelocationOutcome{});
   }
 
   HistoryRelocation::Services services(std::size_t batchSize) {
-    return {
-        store,
-        files,
-        runners.main(),
-        runners.runner("work"),
-        [this](const std::string& id) { return !busy.contains(id) && claimed.insert(id).second; },
-        [this](const std::string& id) { claimed.erase(id); },
-        batchSize};
+    return {store, files, runners.main(), runners.runner("work"), batchSize};
   }
 
   FakeFiles& files;
   FakeRunners runners;
   HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0}, paths};
-  std::set<std::string> busy;
-  std::set<std::string> claimed;
   HistoryRelocation relocation;
+  std::string busy;  // claimed by somebody else
   bool isReady = false;
   std::size_t tried = 0;
 };
@@ -326,7 +320,9 @@ TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
   fill(files, 5);
   files.disk["/old/4.png"]->status.type = FileType::link;
   World world(files);
-  world.busy = {"3", "project"};
+  world.busy = "3";
+  auto three = world.store.claims().claim("3", EntryWork::rewriting);
+  auto project = world.store.claims().claim("project", EntryWork::exporting);
   files.disk.erase("/old/1.png");
   const RelocationOutcome outcome = world.move("/new");
   EXPECT_EQ(outcome.moved, 2);
@@ -336,7 +332,9 @@ TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
               HasSubstr("3 captures are still in the previous folder."));
   EXPECT_EQ(world.store.find("3")->path, "/old/3.png");
   EXPECT_EQ(files.text("/old/3.png"), contents["3.png"]);
+  three->end();
   world.busy.clear();
+  project->end();
   EXPECT_EQ(world.move("/new").moved, 2);
 
   // A full disk: first there is no room for anything, then none for the index.

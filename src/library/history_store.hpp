@@ -13,6 +13,7 @@
 #include "base/result.hpp"
 #include "base/task_runner.hpp"
 #include "library/entry_caches.hpp"
+#include "library/entry_claim.hpp"
 #include "library/index_writer.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/history_collection.hpp"
@@ -92,6 +93,10 @@ class HistoryStore {
   [[nodiscard]] std::optional<std::string> indexRefusal() const { return writer_.refusal(); }
 
   [[nodiscard]] const LibraryPaths& paths() const { return paths_; }
+
+  /// Who has which entry now.
+  [[nodiscard]] EntryClaims& claims() { return claims_; }
+  [[nodiscard]] const EntryClaims& claims() const { return claims_; }
 
   // Reading. Pointers stay valid and unchanged for as long as they are held.
 
@@ -191,6 +196,7 @@ class HistoryStore {
   std::vector<std::string> unreadPaths_;
   std::vector<Path> leftovers_;
   Observers<HistoryChange> observers_;
+  EntryClaims claims_;
   Alive alive_;
 };
 

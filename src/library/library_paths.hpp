@@ -19,6 +19,8 @@ struct LibraryPaths {
   [[nodiscard]] std::filesystem::path pendingUndo() const { return data / "undo.json"; }
   /// Captures grabbed but not yet filed.
   [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
+  /// Originals of captures that were changed in place.
+  [[nodiscard]] std::filesystem::path originals() const { return data / "Originals"; }
   /// Originals of captures that Smart Redact rewrote.
   [[nodiscard]] std::filesystem::path redactedOriginals() const {
     return data / "Redacted Originals";

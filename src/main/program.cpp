@@ -6,10 +6,8 @@
 #include "app/retention_setting.hpp"
 #include "base/log.hpp"
 #include "library/changed_pictures.hpp"
-#include "library/history_disk.hpp"
 #include "library/history_folder_monitor.hpp"
-#include "library/history_relocation.hpp"
-#include "library/history_retention.hpp"
+#include "library/library.hpp"
 #include "library/parked_index.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
@@ -64,8 +62,7 @@ std::optional<std::string> environmentVariable(const char* name) {
 struct FolderFollowing {
   FolderFollowing(HistoryStore& store, HistoryDeletion& deletion, const Files& files,
                   std::shared_ptr<const ImageCodec> codec, FolderWatcher& watcher,
-                  const Clock& clock, const std::shared_ptr<TaskRunner>& main,
-                  CaptureRewriteActivity& rewrites)
+                  const Clock& clock, const std::shared_ptr<TaskRunner>& main)
       : reachability(store, files, main, queues.queue("com.hollen.Vantorel.folders")),
         monitor({.store = store,
                  .deletion = deletion,
@@ -75,19 +72,12 @@ struct FolderFollowing {
                  .mounts = mounts,
                  .clock = clock,
                  .main = main,
-                 .work = queues.queue("com.hollen.Vantorel.folders"),
-                 .isMoving =
-                     [&rewrites](const ScreenshotEntry& entry) {
-                       return rewrites.isInFlight(entry.id);
-                     }}),
+                 .work = queues.queue("com.hollen.Vantorel.folders")}),
         pictures({.store = store,
                   .files = files,
                   .codec = std::move(codec),
                   .main = main,
-                  .work = queues.queue("com.hollen.Vantorel.folders"),
-                  .isChanging = [&rewrites](const ScreenshotEntry& entry) {
-                    return rewrites.isInFlight(entry.id);
-                  }}) {}
+                  .work = queues.queue("com.hollen.Vantorel.folders")}) {}
 
   SerialQueues queues;
   MountTableWatcher mounts;
@@ -123,28 +113,15 @@ struct Program::Parts {
                       .watcher = ui == nullptr ? nullptr : &watcher()},
                      folders.config / "settings.json"),
         settings(settingsFile, defaultsFor(folders)),
-        store({.files = *files,
-               .clock = *clock,
-               .main = main,
-               .persist = queues.queue("vantorel.history.persist"),
-               .userID = ::geteuid()},
-              LibraryPaths{folders.data, folders.cache}),
-        deletion({.store = store,
-                  .files = *files,
-                  .trash = trash,
-                  .clock = *clock,
-                  .main = main,
-                  .work = queues.queue("com.hollen.Vantorel.trash"),
-                  .isExporting = {},
-                  .isMoving = [this](const std::string& id) { return relocation.isMoving(id); }}),
-        relocation({.store = store,
-                    .files = *files,
-                    .main = main,
-                    .work = queues.queue("com.hollen.Vantorel.library"),
-                    .claim = [this](const std::string& id) { return claim(id); },
-                    .release = [this](const std::string& id) { coordinator->rewrites().end(id); }}),
-        retention(store, deletion, *clock, main),
-        disk(store, *files, main, queues.queue("com.hollen.Vantorel.library")) {
+        library({.files = *files,
+                 .trash = trash,
+                 .clock = *clock,
+                 .main = main,
+                 .persist = queues.queue("vantorel.history.persist"),
+                 .deletions = queues.queue("com.hollen.Vantorel.trash"),
+                 .moves = queues.queue("com.hollen.Vantorel.library"),
+                 .userID = ::geteuid()},
+                LibraryPaths{folders.data, folders.cache}) {
     if (ui == nullptr) {
       alerts = std::make_unique<TerminalAlerts>();
     } else {
@@ -162,36 +139,32 @@ struct Program::Parts {
                                   .work = queues.queue("com.hollen.Vantorel.rewrite"),
                                   .files = files,
                                   .codec = codec,
-                                  .store = &store,
+                                  .library = &library,
                                   .settings = &settings,
-                                  .activity = &coordinator->rewrites(),
                                   .pendingWork = &coordinator->pendingArchiveWork(),
-                                  .surfaces = &coordinator->surfaces(),
-                                  .originals = folders.data / "Originals"});
+                                  .surfaces = &coordinator->surfaces()});
     annotator = std::make_unique<CaptureAnnotator>(
         CaptureAnnotator::Services{.main = main,
                                    .work = queues.queue("com.hollen.Vantorel.annotations"),
                                    .clock = clock,
                                    .files = files,
                                    .codec = codec,
-                                   .store = &store,
+                                   .library = &library,
                                    .settings = &settings,
-                                   .activity = &coordinator->rewrites(),
                                    .pendingWork = &coordinator->pendingArchiveWork(),
                                    .surfaces = &coordinator->surfaces(),
                                    .draw = sceneDrawing(files, codec)});
-    libraryMove = std::make_unique<LibraryMove>(LibraryMove::Services{
-        .main = main,
-        .work = queues.queue("com.hollen.Vantorel.library"),
-        .files = files,
-        .relocation = &relocation,
-        .settings = &settings,
-        .defaults = &settingsFile,
-        .alerts = alerts.get(),
-        .usualFolder = folders.captures,
-        .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
-    retentionSetting = std::make_unique<RetentionSetting>(
-        RetentionSetting::Services{store, retention, settings, *alerts, *clock});
+    libraryMove = std::make_unique<LibraryMove>(
+        LibraryMove::Services{.main = main,
+                              .work = queues.queue("com.hollen.Vantorel.library"),
+                              .files = files,
+                              .library = &library,
+                              .settings = &settings,
+                              .defaults = &settingsFile,
+                              .alerts = alerts.get(),
+                              .usualFolder = folders.captures});
+    retentionSetting = std::make_unique<RetentionSetting>(RetentionSetting::Services{
+        library.store(), library.retention(), settings, *alerts, *clock});
     libraryVerify = std::make_unique<LibraryVerify>(LibraryVerify::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
@@ -199,11 +172,7 @@ struct Program::Parts {
         .codec = codec,
         .clock = clock,
         .trash = &trash,
-        .store = &store,
-        .deletion = &deletion,
-        .disk = &disk,
-        .isRelocating = [this] { return relocation.isRunning(); },
-        .originals = folders.data / "Originals",
+        .library = &library,
         .captureFolders =
             [this, usual = folders.captures] {
               return std::vector<Path>{usual, settings.values().storageDirectory};
@@ -211,29 +180,23 @@ struct Program::Parts {
         .recoverStaged =
             [this](std::function<void()> done) {
               coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
-            },
-        .claim = [this](const std::string& id) { return claim(id); },
-        .release = [this](const std::string& id) { coordinator->rewrites().end(id); }});
+            }});
     libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),
         .files = files,
         .clock = clock,
-        .store = &store,
-        .deletion = &deletion,
+        .library = &library,
         .verify = libraryVerify.get(),
         .move = libraryMove.get(),
-        .isOutOfReach =
-            [this](const std::string& id) {
-              return following && following->reachability.outOfReachIDs().contains(id);
-            },
-        .whenReady = [this](std::move_only_function<void()> go) { whenReady(std::move(go)); }});
+        .isOutOfReach = [this](const std::string& id) {
+          return following && following->reachability.outOfReachIDs().contains(id);
+        }});
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
                                                                 .coordinator = coordinator.get(),
                                                                 .rewriter = rewriter.get(),
                                                                 .annotator = annotator.get(),
-                                                                .store = &store,
                                                                 .settings = &settings,
                                                                 .library = libraryCommands.get(),
                                                                 .screen = desktop.screen.get(),
@@ -250,16 +213,15 @@ struct Program::Parts {
     all.screen = desktop.screen.get();
     all.windows = desktop.windows.get();
     all.alerts = alerts.get();
-    all.store = &store;
+    all.library = &library;
     all.settings = &settings;
-    all.deletion = &deletion;
-    all.stagedCaptures = store.paths().stagedCaptures();
-    all.redactedOriginals = store.paths().redactedOriginals();
+    all.stagedCaptures = library.paths().stagedCaptures();
+    all.redactedOriginals = library.paths().redactedOriginals();
     all.defaultCaptures = folders.captures;
     all.hotKeys = desktop.hotKeys.get();
     all.stopMoving = [this] { libraryMove->stop(); };
     all.whenMovingStopped = [this](std::move_only_function<void()> go) {
-      relocation.settle(std::move(go));
+      library.relocation().settle(std::move(go));
     };
     all.relaunch = relaunch;
     all.terminate = std::move(terminate);
@@ -273,33 +235,14 @@ struct Program::Parts {
       all.overlay = [this] { return &ui->selectionOverlay(); };
       all.showStatusItem = [this](bool visible) { ui->statusItem().setVisible(visible); };
       all.statusMenuChanged = [this] { ui->statusItem().menuChanged(); };
-      deletion.onPendingUndoChange = all.statusMenuChanged;
+      library.deletion().onPendingUndoChange = all.statusMenuChanged;
     }
     return all;
-  }
-
-  bool claim(const std::string& id) {
-    return !deletion.deletionsInFlight().contains(id) && coordinator->rewrites().begin(id);
   }
 
   FolderWatcher& watcher() {
     if (!folderWatcher) folderWatcher = std::make_unique<InotifyWatcher>();
     return *folderWatcher;
-  }
-
-  void whenReady(std::move_only_function<void()> go) {
-    if (!isReady) return waitingForLibrary.push_back(std::move(go));
-    go();
-  }
-
-  void libraryLoaded() {
-    // Files that an earlier run moved are not gone: that must be known first.
-    relocation.recover([this] {
-      deletion.recover([this] {
-        isReady = true;
-        for (auto& go : std::exchange(waitingForLibrary, {})) go();
-      });
-    });
   }
 
   void showCoverLook() {
@@ -314,17 +257,17 @@ struct Program::Parts {
   void followSettings() {
     showCoverLook();
     libraryMove->followSetting();
-    whenReady([this] {
+    library.whenReady([this] {
       retentionSetting->follow();
-      following = std::make_unique<FolderFollowing>(store, deletion, *files, codec, watcher(),
-                                                    *clock, main, coordinator->rewrites());
+      following = std::make_unique<FolderFollowing>(library.store(), library.deletion(), *files,
+                                                    codec, watcher(), *clock, main);
       following->monitor.onFileChange = [this](const std::string& path) {
-        disk.fileChanged(path);
+        library.disk().fileChanged(path);
         following->pictures.fileChanged(path);
       };
-      if (store.indexRefusal()) return;
+      if (library.store().indexRefusal()) return;
       queues.queue("com.hollen.Vantorel.library")
-          ->post([kept = files, paths = store.paths(), time = clock] {
+          ->post([kept = files, paths = library.paths(), time = clock] {
             tidyParkedIndexes(*kept, paths, time->now());
           });
     });
@@ -347,13 +290,7 @@ struct Program::Parts {
   LinuxTrash trash;
   SettingsFile settingsFile;
   SettingsStore settings;
-  HistoryStore store;
-  HistoryDeletion deletion;
-  HistoryRelocation relocation;
-  HistoryRetention retention;
-  HistoryDisk disk;
-  bool isReady = false;  // the library is loaded, and what an earlier run left is cleared up
-  std::vector<std::move_only_function<void()>> waitingForLibrary;
+  Library library;
   bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
@@ -373,9 +310,7 @@ Program::Program(const UserFolders& folders, std::shared_ptr<TaskRunner> main, D
 
 Program::~Program() = default;
 
-void Program::start() {
-  parts_->store.load([parts = parts_.get()] { parts->libraryLoaded(); });
-}
+void Program::start() { parts_->library.open(); }
 
 void Program::startResident() {
   Parts& parts = *parts_;
@@ -402,7 +337,7 @@ void Program::callOff(const std::string& asker) { parts_->commands->callOff(aske
 
 void Program::recover(std::function<void()> done) {
   Parts& parts = *parts_;
-  parts.whenReady([&parts, done = std::move(done)] {
+  parts.library.whenReady([&parts, done = std::move(done)] {
     parts.coordinator->recoverStagedCaptures([done](int) { done(); });
   });
 }
@@ -413,11 +348,11 @@ void Program::finish(std::function<void()> done) {
       if (!stored) {
         logError("Settings", "the settings could not be saved: {}", stored.error().reason);
       }
-      parts_->deletion.settle(done);
+      parts_->library.deletion().settle(done);
     });
   };
   if (parts_->filesStagedAtEnd) return recover(std::move(end));
-  parts_->whenReady(std::move(end));
+  parts_->library.whenReady(std::move(end));
 }
 
 void Program::quit() { parts_->coordinator->quit(); }

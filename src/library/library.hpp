@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "library/entry_claim.hpp"
+#include "library/history_deletion.hpp"
+#include "library/history_disk.hpp"
+#include "library/history_relocation.hpp"
+#include "library/history_retention.hpp"
+#include "library/history_store.hpp"
+#include "platform/trash.hpp"
+
+namespace vantorel {
+
+/// The user's library: the one owner of its entries and of everything that changes them, and the
+/// one gate before them. Lives on the main runner.
+class Library {
+ public:
+  struct Services {
+    Files& files;
+    Trash& trash;
+    const Clock& clock;
+    std::shared_ptr<TaskRunner> main;
+
+    // Serial queues that block.
+    std::shared_ptr<TaskRunner> persist;    ///< for the index alone
+    std::shared_ptr<TaskRunner> deletions;  ///< to the Trash and back
+    std::shared_ptr<TaskRunner> moves;      ///< between folders, and long looks
+
+    std::uint32_t userID = 0;  ///< the user this process runs as
+  };
+
+  Library(Services services, LibraryPaths paths);
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  /// Reads the library and makes up for what an earlier run did not end. Once.
+  void open();
+
+  /// Calls `go` when the library is there: read, and moves, deletions and rewrites that an earlier
+  /// run did not end are made up for. At once when it is; there is no other wait.
+  void whenReady(std::move_only_function<void()> go);
+  [[nodiscard]] bool isReady() const { return isReady_; }
+
+  /// Takes an entry, or answers who has it.
+  [[nodiscard]] std::expected<EntryClaim, EntryBusy> claim(const std::string& id, EntryWork work) {
+    return store_.claims().claim(id, work);
+  }
+
+  [[nodiscard]] HistoryStore& store() { return store_; }
+  [[nodiscard]] HistoryDeletion& deletion() { return deletion_; }
+  [[nodiscard]] HistoryRelocation& relocation() { return relocation_; }
+  [[nodiscard]] HistoryRetention& retention() { return retention_; }
+  [[nodiscard]] HistoryDisk& disk() { return disk_; }
+  [[nodiscard]] const LibraryPaths& paths() const { return store_.paths(); }
+
+ private:
+  HistoryStore store_;
+  HistoryDeletion deletion_;
+  HistoryRelocation relocation_;
+  HistoryRetention retention_;
+  HistoryDisk disk_;
+  bool isReady_ = false;
+  std::vector<std::move_only_function<void()>> waiting_;
+  Alive alive_;
+};
+
+}  // namespace vantorel
