@@ -165,6 +165,7 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
       std::move(finished), [this, command = std::move(command), delay, begins = std::move(begins)](
                                StillCapturePipeline::Finished permitted) mutable {
         if (begins && !begins()) return permitted(CaptureOutcome{CaptureOutcome::Cancelled{}});
+        permitted = untilSaved(std::move(permitted));
         auto done = [this, permitted = std::move(permitted)](CaptureReply reply) mutable {
           if (const auto* outcome = std::get_if<CaptureOutcome>(&reply)) {
             if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome->value)) {
@@ -185,12 +186,21 @@ void AppCoordinator::captureForRemote(
     CaptureMode mode, std::function<void(const ScreenshotEntry&)> onFiled,
     std::move_only_function<void(StillCapturePipeline::Grabbed)> capturing,
     StillCapturePipeline::Finished finished) {
-  withPermission(std::move(finished),
-                 [this, mode, onFiled = std::move(onFiled), capturing = std::move(capturing)](
-                     StillCapturePipeline::Finished permitted) mutable {
-                   stills_->captureForRemote(mode, CaptureOrigin::remote, std::move(onFiled),
-                                             std::move(capturing), std::move(permitted));
-                 });
+  withPermission(std::move(finished), [this, mode, onFiled = std::move(onFiled),
+                                       capturing = std::move(capturing)](
+                                          StillCapturePipeline::Finished permitted) mutable {
+    stills_->captureForRemote(mode, CaptureOrigin::remote, std::move(onFiled), std::move(capturing),
+                              untilSaved(std::move(permitted)));
+  });
+}
+
+/// A quit waits from now on, until `finished` has been called.
+StillCapturePipeline::Finished AppCoordinator::untilSaved(StillCapturePipeline::Finished finished) {
+  const auto ticket = pendingWork_.begin(QuitFilingNote::Item::stillCapture);
+  return [this, ticket, finished = std::move(finished)](CaptureReply reply) mutable {
+    finished(std::move(reply));
+    pendingWork_.end(ticket);
+  };
 }
 
 void AppCoordinator::captureFromSurface(StillCaptureCommand command) {
@@ -382,12 +392,12 @@ void AppCoordinator::tellUnfinishedAtLastQuit() {
 
 void AppCoordinator::quit() {
   if (services_.stopMoving) services_.stopMoving();
+  stills_->settle();
   termination_.request();
 }
 
 void AppCoordinator::terminateWhenSaved() {
   if (std::exchange(quitSaving_, true)) return;
-  stills_->cancel();
   if (!services_.whenMovingStopped) return saveAndTerminate();
   // The next launch finds what a move has begun, so a disk that hangs need not hold up the quit for
   // longer than anything else does.

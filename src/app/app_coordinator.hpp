@@ -98,6 +98,7 @@ class AppCoordinator {
   [[nodiscard]] std::optional<CaptureRefusal> refusal() const;
   void withPermission(StillCapturePipeline::Finished finished,
                       std::move_only_function<void(StillCapturePipeline::Finished)> go);
+  [[nodiscard]] StillCapturePipeline::Finished untilSaved(StillCapturePipeline::Finished finished);
   void captureFromSurface(StillCaptureCommand command);
   void report(const CaptureReply& reply, bool timed);
   void afterCapture(const CaptureOutcome::Saved& saved);

@@ -339,6 +339,47 @@ TEST_F(AppCoordinatorTest, SecondCommandIsRefusedAndQuittingTurnsAllAway) {
   EXPECT_TRUE(run->terminated);
 }
 
+TEST_F(AppCoordinatorTest, AQuitSavesWhatWasAskedForAndCallsOffWhatWaitsForTheUser) {
+  // Nothing but the wish is there when the quit comes.
+  const auto beginAndHold = [this] {
+    run->replies.emplace_back();
+    run->app->capture({.kind = Kind::display},
+                      [this](CaptureReply reply) { run->replies[0] = std::move(reply); },
+                      [this] { return run->screen.isSilent = true; });
+    run->runners.run();
+  };
+  beginAndHold();
+  run->app->quit();
+  EXPECT_FALSE(run->terminated);
+  for (int i = 0; i < 5 && !run->terminated; ++i) {
+    run->screen.answerAll();
+    run->runners.run();
+  }
+  EXPECT_NE(run->saved(0), nullptr) << run->words(0);
+  EXPECT_TRUE(run->terminated);
+  restart();
+  EXPECT_EQ(run->store->entries().size(), 1U);
+
+  for (const auto& waiting :
+       {StillCaptureCommand{.kind = Kind::area},
+        StillCaptureCommand{.kind = Kind::display, .delay = CaptureDelay::three}}) {
+    restart();
+    run->begin(waiting);
+    run->app->quit();
+    run->runners.run();
+    EXPECT_EQ(run->words(0), "cancelled");
+    EXPECT_TRUE(run->terminated);
+    EXPECT_FALSE(run->overlay.request);
+  }
+
+  // A service that never answers holds it up no longer than it holds a capture up.
+  restart();
+  beginAndHold();
+  run->app->quit();
+  run->runners.advance(20s);
+  EXPECT_TRUE(run->terminated);
+}
+
 TEST_F(AppCoordinatorTest, AQuitWaitsForAMoveToStopButNotForEver) {
   for (const bool stops : {true, false}) {
     restart();

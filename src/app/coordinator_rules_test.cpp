@@ -98,10 +98,16 @@ TEST_F(TerminationTest, LandingEndsTheWaitEvenWhileTheQuestionStands) {
   EXPECT_TRUE(recorded.empty());
 }
 
-TEST_F(TerminationTest, UnsavedAnnotationsKeepTheProgramOpen) {
+TEST_F(TerminationTest, AnnotationsThatAreNeverSavedKeepTheProgramOpenUnlessTheUserSaysOtherwise) {
   (void)work.begin(Item::editorSave);
   handshake.request();
   runners.advance(120s);
+  ASSERT_TRUE(alerts.shown);
+  EXPECT_EQ(alerts.shown->message, "Vantorel is still saving your changes in Annotate.");
+  EXPECT_EQ(alerts.shown->informative, "If you quit now, they will be lost.");
+  ASSERT_TRUE(alerts.press("Keep Waiting"));
+  runners.advance(120s);
+  EXPECT_FALSE(alerts.shown) << "asked again about what hangs";
   EXPECT_FALSE(handshake.isInProgress());
   EXPECT_EQ(terminated, 0);
   EXPECT_THAT(alerts.notices, testing::ElementsAre(testing::HasSubstr(
@@ -114,6 +120,11 @@ TEST_F(TerminationTest, UnsavedAnnotationsKeepTheProgramOpen) {
                                  "couldn't be saved, and quitting would lose it."));
   runners.advance(300s);
   EXPECT_FALSE(alerts.isModalDialogUp()) << "a wait that was called off came back";
+  handshake.request();
+  runners.advance(120s);
+  ASSERT_TRUE(alerts.press("Quit Anyway"));
+  EXPECT_EQ(terminated, 1);
+  EXPECT_EQ(recorded, std::vector<std::string>{"editorSave"});
 }
 
 TEST(ArbiterTest, OneCaptureAtATimeNoneUnderADialogOrWhileQuitting) {

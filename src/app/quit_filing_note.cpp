@@ -25,6 +25,7 @@ std::string_view phrase(Item item) {
     case Item::scrollingCapture: return "a Scrolling Capture";
     case Item::rewrite: return "a Convert, Compress or Redact change";
     case Item::editorSave: return "your changes in Annotate";
+    case Item::stillCapture: return "a screenshot";
   }
   std::unreachable();
 }

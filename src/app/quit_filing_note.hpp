@@ -19,6 +19,7 @@ enum class Item {
   scrollingCapture,
   rewrite,
   editorSave,
+  stillCapture,
 };
 
 /// The phrase that names the item in messages: "a Recording".
@@ -53,6 +54,7 @@ inline constexpr auto enumNames<QuitFilingNote::Item> =
         {QuitFilingNote::Item::scrollingCapture, "scrollingCapture"},
         {QuitFilingNote::Item::rewrite, "rewrite"},
         {QuitFilingNote::Item::editorSave, "editorSave"},
+        {QuitFilingNote::Item::stillCapture, "stillCapture"},
     });
 
 }  // namespace vantorel

@@ -19,6 +19,7 @@ std::shared_ptr<QuitFilingDeadline::Latch> QuitFilingDeadline::first(
 void TerminationHandshake::request(bool forRelaunch) {
   if (isInProgress_) return;
   isInProgress_ = true;
+  hasAsked_ = false;
   forRelaunch_ = forRelaunch;
   if (services_.work->isEmpty()) {
     services_.terminate();
@@ -42,7 +43,11 @@ void TerminationHandshake::expired() {
   const std::vector<QuitFilingNote::Item> unfinished = services_.work->items();
   logWarning("Quit", "the quit's filing wait reached its deadline: {}",
              QuitFilingNote::phrases(unfinished));
-  if (std::ranges::find(unfinished, QuitFilingNote::Item::editorSave) != unfinished.end()) {
+  const bool savesAnnotations =
+      std::ranges::find(unfinished, QuitFilingNote::Item::editorSave) != unfinished.end();
+  // Asked once, the user chose to keep waiting, and it does not end: what was drawn is worth more
+  // than the quit.
+  if (savesAnnotations && std::exchange(hasAsked_, true)) {
     abandon(
         fmt::format("Your changes in Annotate did not finish saving within {} seconds, so "
                     "Vantorel did not quit.",

@@ -78,6 +78,7 @@ class TerminationHandshake {
 
   Services services_;
   bool isInProgress_ = false;
+  bool hasAsked_ = false;  // about annotations that are being saved, in this quit
   bool forRelaunch_ = false;
   std::shared_ptr<QuitFilingDeadline::Latch> latch_;
   Alive alive_;

@@ -56,6 +56,7 @@ struct StillCapturePipeline::Run {
   bool remembersRegion = true;
   bool waitsForUser = false;
   bool isCalledOff = false;  // before it waited
+  bool mayWait = true;       // for the user
   std::function<void(const ScreenshotEntry&)> onFiled;
 
   std::vector<DisplaySnapshot> displays;
@@ -201,7 +202,9 @@ void StillCapturePipeline::freeze(std::size_t index) {
       return fail(CaptureFailure::Case::interrupted,
                   "there is no window system to select on; name the target instead");
     }
-    if (run_->isCalledOff) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+    if (run_->isCalledOff || !run_->mayWait) {
+      return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+    }
     run_->capturedAt = services_.clock->now();
     run_->waitsForUser = true;
     overlay->select(
@@ -256,8 +259,11 @@ void StillCapturePipeline::rememberArea() {
 }
 
 void StillCapturePipeline::countDown() {
-  if (run_->isCalledOff) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
-  run_->waitsForUser = true;
+  const bool waits = run_->request.delay != CaptureDelay::none;
+  if (run_->isCalledOff || (waits && !run_->mayWait)) {
+    return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+  }
+  run_->waitsForUser = waits;
   services_.countdown->start(run_->request.delay, alive_.guard([this](bool reachedZero) {
     run_->waitsForUser = false;
     if (reachedZero) {
@@ -393,6 +399,12 @@ void StillCapturePipeline::cancel() {
   }
   if (SelectionOverlay* const overlay = services_.overlay()) overlay->dismiss();
   finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+}
+
+void StillCapturePipeline::settle() {
+  if (!run_) return;
+  run_->mayWait = false;
+  if (run_->waitsForUser) cancel();
 }
 
 void StillCapturePipeline::finish(CaptureReply reply) {

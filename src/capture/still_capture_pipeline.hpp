@@ -108,6 +108,10 @@ class StillCapturePipeline {
   /// that is grabbing or saving goes on.
   void cancel();
 
+  /// The program is about to end: what waits for the user, or comes to, is called off; what needs
+  /// nobody any more goes on until it is saved.
+  void settle();
+
   [[nodiscard]] bool captureInFlight() const { return run_ != nullptr; }
 
  private:
