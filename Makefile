@@ -29,7 +29,7 @@ bench: packages
 	@bench/run.sh
 
 lint: packages
-	@cmake --preset dev --log-level=WARNING
+	@cmake --preset release --log-level=WARNING
 	@tools/check_style.sh --all
 
 install: build

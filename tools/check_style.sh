@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Format and tidy. Of the files changed since the last landing, or of all with --all. Needs a
-# configured build/dev.
+# configured build/release.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,7 +23,7 @@ commands=$(mktemp -d)
 trap 'rm -rf "$commands"' EXIT
 python3 - "$commands/compile_commands.json" <<'PYTHON'
 import json, re, sys
-entries = json.load(open("build/dev/compile_commands.json"))
+entries = json.load(open("build/release/compile_commands.json"))
 for entry in entries:
     command = re.sub(r" -include \S*cmake_pch\S*", "", entry["command"])
     command = re.sub(r" -Winvalid-pch", "", command)
