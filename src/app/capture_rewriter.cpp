@@ -8,6 +8,7 @@
 #include "base/log.hpp"
 #include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
+#include "editor/entry_document.hpp"
 
 namespace vantorel {
 namespace {
@@ -115,8 +116,8 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
   std::optional<Path> surplus;
   const auto changed = store.update(before.id, [&](ScreenshotEntry& entry) {
     entry.path = result.path.string();
-    entry.pixelWidth = result.pixelSize.width;
-    entry.pixelHeight = result.pixelSize.height;
+    followPictureSize(entry, result.pixelSizeBefore);
+    followPictureSize(entry, result.pixelSize);
     entry.captureScale = result.scale;
     if (entry.originalPath) {
       surplus = result.oldPath;

@@ -56,6 +56,7 @@ class CaptureTranscoder {
     std::optional<Path> oldPath;
 
     ExportFormat format = ExportFormat::png;
+    PixelSize pixelSizeBefore;
     PixelSize pixelSize;
     double scale = 1;  ///< pixels per point
     Image preview;     ///< the picture before a lossy format's own losses

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "editor/canvas_size.hpp"
+#include "editor/document_scaling.hpp"
 #include "editor/export_gate.hpp"
 #include "editor/layer_layout.hpp"
 
@@ -88,9 +89,20 @@ void checkLayer(LayerSpec& layer, const Path& folder, const Files& files, const 
   }
 }
 
+/// The size of the image that the annotations of `entry` are made for, if it is another than
+/// `capture` and `capture` is that image scaled.
+std::optional<PixelSize> scaledFrom(const ScreenshotEntry& entry, PixelSize capture) {
+  const PixelSize noted{entry.pixelWidth.value_or(0), entry.pixelHeight.value_or(0)};
+  if (noted == capture || !haveSameProportions(noted, capture)) return std::nullopt;
+  return noted;
+}
+
 }  // namespace
 
 EditorDocument documentOf(const ScreenshotEntry& entry, PixelSize capture) {
+  if (const auto before = scaledFrom(entry, capture)) {
+    return scaledDocument(documentOf(entry, *before), *before, capture);
+  }
   EditorDocument document;
   document.shapes = entry.shapes;
   document.crop = entry.crop;
@@ -117,6 +129,19 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
   plain.height = capture.height;
   entry.canvas.reset();
   if (document.canvas != plain && document.canvas != CanvasSpec{}) entry.canvas = document.canvas;
+  entry.pixelWidth = capture.width;
+  entry.pixelHeight = capture.height;
+}
+
+void followPictureSize(ScreenshotEntry& entry, PixelSize size) {
+  if (const auto before = scaledFrom(entry, size)) {
+    if (entry.captureScale) *entry.captureScale *= double(size.width) / before->width;
+    const bool isAnnotated = !entry.shapes.empty() || entry.crop || entry.background ||
+                             entry.combine || entry.layers || entry.canvas;
+    if (isAnnotated) putDocument(documentOf(entry, size), size, entry);
+  }
+  entry.pixelWidth = size.width;
+  entry.pixelHeight = size.height;
 }
 
 Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture, const Path& folder,

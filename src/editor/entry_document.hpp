@@ -13,12 +13,18 @@
 namespace vantorel {
 
 /// The document of an entry whose base image has `capture` pixels: without a canvas of its own it
-/// has the capture's size. The pieces of an old combined entry have become layers.
+/// has the capture's size. The pieces of an old combined entry have become layers. An image that
+/// was scaled since the entry took note of its size has its annotations scaled with it.
 [[nodiscard]] EditorDocument documentOf(const ScreenshotEntry& entry, PixelSize capture);
 
 /// Puts `document` into `entry` in place of what was there. Layers and canvas are left out when
-/// they say no more than the capture itself.
+/// they say no more than the capture itself. The entry's pixel size, which says what its
+/// annotations are made for, becomes `capture`.
 void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEntry& entry);
+
+/// The image of `entry` has become one of `size` pixels. One that was scaled takes its annotations
+/// and the pixels per point along; of any other change only the size is noted.
+void followPictureSize(ScreenshotEntry& entry, PixelSize size);
 
 /// Reads a document that is to be stored in an entry with a base image of `capture` pixels. Where
 /// reading a library is tolerant, this is strict: a shape or layer that would be dropped, a canvas

@@ -98,8 +98,10 @@ TEST_F(EntryDocumentTest, ALayerIsCheckedByTheFrameItShows) {
 
 TEST_F(EntryDocumentTest, DocumentsComeBackFromTheEntryTheyWerePutInto) {
   ScreenshotEntry entry;
+  followPictureSize(entry, {800, 600});
+  const ScreenshotEntry unedited = entry;
   putDocument(documentOf(entry, {800, 600}), {800, 600}, entry);
-  EXPECT_EQ(entry, ScreenshotEntry{}) << "an unedited entry keeps no canvas and no background";
+  EXPECT_EQ(entry, unedited) << "an unedited entry keeps no canvas and no background";
 
   ASSERT_EQ(answer(R"({"layers":[{"id":"l","path":"/logo.png","frame":{"x":0,"y":0,"w":8,"h":6}}],)"
                    R"("crop":{"x":1,"y":2,"w":3,"h":4},)"
@@ -115,6 +117,49 @@ TEST_F(EntryDocumentTest, DocumentsComeBackFromTheEntryTheyWerePutInto) {
   putDocument(document, {800, 600}, entry);
   EXPECT_FALSE(entry.combine.has_value());
   EXPECT_EQ(documentOf(entry, {800, 600}), document);
+}
+
+TEST_F(EntryDocumentTest, AnnotationsFollowAPictureThatWasScaledAndNoOtherChange) {
+  ASSERT_EQ(answer(R"({"shapes":[{"id":"r","type":"redact","color":"#000000","width":4,)"
+                   R"("x1":301,"y1":200.5,"x2":401,"y2":300},)"
+                   R"({"id":"t","type":"text","color":"#000000","width":4,"x":10,"y":20,)"
+                   R"("text":"a","fontSize":24,"boxWidth":100}],)"
+                   R"("layers":[{"id":"c","frame":{"x":31,"y":0,"w":800,"h":600}},)"
+                   R"({"id":"l","path":"/logo.png","frame":{"x":8,"y":6,"w":40,"h":20},)"
+                   R"("border":{"width":4}}],)"
+                   R"("crop":{"x":-29,"y":20,"w":601,"h":301},"canvas":{"width":831,"height":600},)"
+                   R"("background":{"fill":{"solid":{"_0":"#ffffff"}},"cornerRadius":20}})"),
+            "accepted");
+  ScreenshotEntry entry;
+  entry.captureScale = 2;
+  putDocument(document, {800, 600}, entry);
+  const ScreenshotEntry before = entry;
+  followPictureSize(entry, {600, 800});  // turned
+  EXPECT_EQ(entry.shapes, before.shapes);
+  EXPECT_EQ(entry.captureScale, 2);
+
+  entry = before;
+  followPictureSize(entry, {400, 300});
+  EXPECT_EQ(entry.captureScale, 1);
+  EXPECT_EQ(entry.pixelWidth, 400);
+  const EditorDocument small = documentOf(entry, {400, 300});
+  EXPECT_EQ(small, documentOf(before, {400, 300})) << "the file was written, the entry was not";
+  const Shape& box = small.shapes[0];
+  EXPECT_LE(box.x1, 150);
+  EXPECT_GE(box.x1, 148);
+  EXPECT_LE(box.y1, 100);
+  EXPECT_GE(box.x2, 201);
+  EXPECT_LE(box.x2, 203);
+  EXPECT_EQ(small.shapes[1].fontSize, 12);
+  EXPECT_EQ(small.shapes[1].boxWidth, 50);
+  EXPECT_EQ(small.shapes[1].y, 10);
+  EXPECT_EQ(small.canvas.width, 416);
+  EXPECT_EQ(small.layers[0].frame, (Box{16, 0, 400, 300})) << "on whole pixels";
+  EXPECT_EQ(small.layers[1].frame, (Box{4, 3, 20, 10}));
+  EXPECT_EQ(small.layers[1].border->width, 2);
+  EXPECT_EQ(small.background.cornerRadius, 10);
+  // From 2 to 603 and 20 to 321 on the canvas.
+  EXPECT_EQ(*small.crop, (Box{-15, 10, 300, 150}));
 }
 
 }  // namespace

@@ -28,10 +28,8 @@ void ChangedPictures::found(const std::string& path, PixelSize size) {
   const EntryPointer entry = services_.store.findByPath(path);
   if (!entry || services_.store.claims().isFileChanging(entry->id)) return;
   if (entry->pixelWidth == size.width && entry->pixelHeight == size.height) return;
-  const auto updated = services_.store.update(entry->id, [&](ScreenshotEntry& changed) {
-    changed.pixelWidth = size.width;
-    changed.pixelHeight = size.height;
-  });
+  const auto updated = services_.store.update(
+      entry->id, [&](ScreenshotEntry& changed) { services_.pictureHasSize(changed, size); });
   if (!updated) logWarning("History", "{}: {}", path, updated.error().reason);
 }
 

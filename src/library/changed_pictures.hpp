@@ -20,6 +20,8 @@ class ChangedPictures {
     std::shared_ptr<const ImageCodec> codec;
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< blocks on files
+    /// Notes in the entry that its picture has another size now.
+    std::function<void(ScreenshotEntry&, PixelSize)> pictureHasSize;
   };
 
   explicit ChangedPictures(Services services) : services_(std::move(services)) {}

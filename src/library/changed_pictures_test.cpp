@@ -17,7 +17,11 @@ TEST(ChangedPicturesTest, ThePictureSizeFollowsWhoeverWroteTheFile) {
                      LibraryPaths{"/data", "/caches"}};
   store.load([] {});
   runners.run();
-  ChangedPictures changed{{store, files, codec, runners.main(), runners.runner("work")}};
+  ChangedPictures changed{{store, files, codec, runners.main(), runners.runner("work"),
+                           [](ScreenshotEntry& entry, PixelSize size) {
+                             entry.pixelWidth = size.width;
+                             entry.pixelHeight = size.height;
+                           }}};
   const auto write = [&](PixelSize size) {
     files.put("/captures/a.png",
               *codec->encode(MutableImage(size, PixelFormat::bgrx).finish(), {}));

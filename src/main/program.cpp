@@ -5,6 +5,7 @@
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
 #include "base/log.hpp"
+#include "editor/entry_document.hpp"
 #include "library/changed_pictures.hpp"
 #include "library/history_folder_monitor.hpp"
 #include "library/library.hpp"
@@ -77,7 +78,8 @@ struct FolderFollowing {
                   .files = files,
                   .codec = std::move(codec),
                   .main = main,
-                  .work = queues.queue("com.hollen.Vantorel.folders")}) {}
+                  .work = queues.queue("com.hollen.Vantorel.folders"),
+                  .pictureHasSize = followPictureSize}) {}
 
   SerialQueues queues;
   MountTableWatcher mounts;
