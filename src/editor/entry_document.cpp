@@ -2,17 +2,38 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
 #include <set>
 
+#include "editor/background_gradient.hpp"
 #include "editor/canvas_size.hpp"
 #include "editor/document_scaling.hpp"
 #include "editor/export_gate.hpp"
 #include "editor/layer_layout.hpp"
+#include "editor/shape_layers.hpp"
 
 namespace vantorel {
 namespace {
 
 constexpr std::uint64_t mostFileBytes = 1'000'000'000;
+
+/// The index, and the record of what can be undone, hold the document some levels deep.
+constexpr int deepestNesting = json::Document::maximumDepth - 16;
+
+int nestingOf(json::Cursor value) {
+  int deepest = 0;
+  json::Cursor inner;
+  for (auto items = value.items(); items.next(inner);) {
+    deepest = std::max(deepest, nestingOf(inner));
+  }
+  std::string_view key;
+  for (auto members = value.members(); members.next(key, inner);) {
+    deepest = std::max(deepest, nestingOf(inner));
+  }
+  const bool nests = value.kind() == json::Kind::array || value.kind() == json::Kind::object;
+  return nests ? deepest + 1 : 0;
+}
 
 Result<EditorDocument> readStrictly(std::string_view text) {
   const auto json = json::Document::parse(text);
@@ -23,6 +44,10 @@ Result<EditorDocument> readStrictly(std::string_view text) {
   if (root.kind() != json::Kind::object) {
     return failed(FailureKind::malformed, "The document must be a JSON object.");
   }
+  if (nestingOf(root) > deepestNesting) {
+    return failed(FailureKind::malformed,
+                  fmt::format("The document is nested more than {} deep.", deepestNesting));
+  }
   EditorDocument document;
   json::Problem problem{.isStrict = true};
   if (!read(root, document, problem)) {
@@ -32,14 +57,27 @@ Result<EditorDocument> readStrictly(std::string_view text) {
   return document;
 }
 
+std::unexpected<Failure> refused(const std::string& place, std::string_view why) {
+  return failed(FailureKind::malformed,
+                fmt::format("The document can't be used: {}: {}.", place, why));
+}
+
+/// A key that nothing is made of is a key spelt wrong.
+Result<void> checkKeys(const EditorDocument& document) {
+  const json::Object& unknown = document.extra.members();
+  if (unknown.empty()) return {};
+  return refused(unknown.front().key,
+                 "there is no such key; there are shapes, crop, background, "
+                 "layers and canvas");
+}
+
 /// A colour that cannot be read would be drawn in the standard one.
 Result<void> checkColors(const EditorDocument& document) {
   const auto check = [](const std::string& color, const std::string& place) -> Result<void> {
     const bool isColor = color.size() == 7 && color[0] == '#' &&
                          color.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
     if (isColor) return {};
-    return failed(FailureKind::malformed, "The document can't be used: " + place +
-                                              ": must be \"#\" and six hexadecimal digits.");
+    return refused(place, "must be \"#\" and six hexadecimal digits");
   };
   for (std::size_t i = 0; i < document.shapes.size(); ++i) {
     VT_TRY(check(document.shapes[i].color, fmt::format("shapes[{}].color", i)));
@@ -53,20 +91,76 @@ Result<void> checkColors(const EditorDocument& document) {
   return check(document.canvas.backdropHex, "canvas.backdropHex");
 }
 
-Result<void> checkIDs(const EditorDocument& document) {
-  std::set<std::string_view> seen;
-  for (const Shape& shape : document.shapes) {
-    if (seen.insert(shape.id).second) continue;
-    return failed(FailureKind::malformed,
-                  "The document can't be used: two shapes have the id " + shape.id + ".");
+/// One that nobody knows would be left out.
+Result<void> checkGradient(const BackgroundSpec& background) {
+  const auto* const fill = std::get_if<BackgroundFill::Gradient>(&background.fill.value);
+  if (fill == nullptr || findGradient(fill->id) != nullptr) return {};
+  std::string known;
+  for (const BackgroundGradient& gradient : backgroundGradients()) {
+    known += known.empty() ? "" : ", ";
+    known += gradient.id;
   }
-  seen.clear();
-  for (const LayerSpec& layer : document.layers) {
-    if (seen.insert(layer.id).second) continue;
-    return failed(FailureKind::malformed,
-                  "The document can't be used: two layers have the id " + layer.id + ".");
+  return refused("background.fill.gradient", "must be one of " + known);
+}
+
+Result<void> checkLayers(const std::vector<LayerSpec>& layers) {
+  std::optional<std::size_t> capture;
+  std::set<std::string_view> seen;
+  for (std::size_t i = 0; i < layers.size(); ++i) {
+    const std::string place = fmt::format("layers[{}]", i);
+    if (!seen.insert(layers[i].id).second) {
+      return refused(place + ".id", "another layer has the id " + layers[i].id);
+    }
+    if (!hasArea(layers[i].frame)) return refused(place + ".frame", "has no area");
+    if (layers[i].path) continue;
+    if (capture) {
+      return refused(
+          place, fmt::format("has no path; layers[{}] stands for the capture already", *capture));
+    }
+    capture = i;
   }
   return {};
+}
+
+/// A redaction that hides nothing is a mistake that shows too late.
+Result<void> checkShapes(const EditorDocument& document, PixelSize capture) {
+  const AxisMap map = captureToCanvas(document.layers, capture);
+  std::set<std::string_view> seen;
+  for (std::size_t i = 0; i < document.shapes.size(); ++i) {
+    const Shape& shape = document.shapes[i];
+    const std::string place = fmt::format("shapes[{}]", i);
+    if (!seen.insert(shape.id).second) {
+      return refused(place + ".id", "another shape has the id " + shape.id);
+    }
+    if (shape.type != ShapeType::redact) continue;
+    const Box box = map(frameOf(shape));
+    if (!(box.w > 0) || !(box.h > 0)) {
+      return refused(place, "hides nothing: x1, y1, x2 and y2 must be opposite corners of an area");
+    }
+    if (box.right() <= 0 || box.bottom() <= 0 || box.x >= document.canvas.width ||
+        box.y >= document.canvas.height) {
+      return refused(place, "hides nothing: it lies outside the picture");
+    }
+    if (!isShown(shape, document.layers, capture)) {
+      return refused(place, "hides nothing: its layer is hidden");
+    }
+  }
+  return {};
+}
+
+/// Without it the whole picture would be seen.
+Result<void> checkCrop(const EditorDocument& document, PixelSize capture) {
+  if (!document.crop) return {};
+  const Box crop = captureToCanvas(document.layers, capture)(*document.crop);
+  if (!hasArea(crop)) return refused("crop", "w and h must be above 0");
+  const auto shown = [&](double from, double to, double side) {
+    return std::round(std::clamp(to, 0.0, side)) > std::round(std::clamp(from, 0.0, side));
+  };
+  if (shown(crop.x, crop.right(), document.canvas.width) &&
+      shown(crop.y, crop.bottom(), document.canvas.height)) {
+    return {};
+  }
+  return refused("crop", "holds no pixel of the picture");
 }
 
 void checkLayer(LayerSpec& layer, const Path& folder, const Files& files, const ImageCodec& codec,
@@ -147,8 +241,10 @@ void followPictureSize(ScreenshotEntry& entry, PixelSize size) {
 Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture, const Path& folder,
                                        const Files& files, const ImageCodec& codec) {
   EditorDocument document = VT_TRY(readStrictly(text));
+  VT_TRY(checkKeys(document));
   VT_TRY(checkColors(document));
-  VT_TRY(checkIDs(document));
+  VT_TRY(checkGradient(document.background));
+  VT_TRY(checkLayers(document.layers));
   if (document.canvas.width != 0 || document.canvas.height != 0) {
     const auto size = checkedCanvasSize(document.canvas.width, document.canvas.height, {});
     if (!size) return failed(FailureKind::tooLarge, sentence(size.error()));
@@ -156,6 +252,8 @@ Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
   const CanvasSize canvas = canvasSizeOf(document.canvas, capture);
   document.canvas.width = canvas.width;
   document.canvas.height = canvas.height;
+  VT_TRY(checkShapes(document, capture));
+  VT_TRY(checkCrop(document, capture));
   ExportSituation situation;
   situation.base = BaseImageState::ready;
   situation.build = LayerBuildState::ready;

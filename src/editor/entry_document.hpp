@@ -27,11 +27,12 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
 void followPictureSize(ScreenshotEntry& entry, PixelSize size);
 
 /// Reads a document that is to be stored in an entry with a base image of `capture` pixels. Where
-/// reading a library is tolerant, this is strict: a shape or layer that would be dropped, a canvas
-/// size or padding beyond the limits, and a layer whose file is missing, no picture, without the
-/// layer's frame or too large are refused; the failure's reason is a whole sentence. The paths of
-/// layers are absolute, or start in `folder`, and come out absolute. Layers get the pixel size of
-/// their frame when they state none, and a name. Blocks on files.
+/// reading a library is tolerant, this is strict: what would be dropped or do nothing (an unknown
+/// key of the document, a redaction that hides nothing, a crop that shows nothing), a canvas size
+/// or padding beyond the limits, and a layer whose file is missing, no picture, without the layer's
+/// frame or too large are refused; the failure's reason is a whole sentence with the place. The
+/// paths of layers are absolute, or start in `folder`, and come out absolute. Layers get the pixel
+/// size of their frame when they state none, and a name. Blocks on files.
 [[nodiscard]] Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
                                                      const Path& folder, const Files& files,
                                                      const ImageCodec& codec);

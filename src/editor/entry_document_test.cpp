@@ -57,7 +57,7 @@ TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) 
             "The document can't be used: layers[0].frame: is missing.");
   EXPECT_EQ(answer(R"({"shapes":[{"id":"a","type":"pen","color":"#000000","width":1},)"
                    R"({"id":"a","type":"pen","color":"#000000","width":1}]})"),
-            "The document can't be used: two shapes have the id a.");
+            "The document can't be used: shapes[1].id: another shape has the id a.");
   EXPECT_EQ(answer(R"({"canvas":{"width":8001,"height":8000}})"),
             "Too large — the canvas is limited to 64 million pixels.");
   EXPECT_EQ(answer(R"({"canvas":{"width":12.5,"height":8}})"), "Enter whole numbers of pixels.");
@@ -68,11 +68,63 @@ TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) 
   EXPECT_EQ(answer(layer + R"("/gone.png"}]})"),
             "Export is blocked: gone is missing. Hide or remove it.");
   EXPECT_EQ(answer(layer + R"("/gone.png","visible":false}]})"), "accepted");
-  EXPECT_EQ(answer(layer + R"("../logo.png"}],"later":1})"), "accepted");
+  EXPECT_EQ(answer(layer + R"("../logo.png","later":1}]})"), "accepted");
   EXPECT_EQ(document.layers[0].path, "/logo.png");
   EXPECT_EQ(document.layers[0].name, "logo");
   EXPECT_EQ(document.layers[0].pixelWidth, 4);
   EXPECT_NE(json::toText(document).find(R"("later":1)"), std::string::npos);
+}
+
+TEST_F(EntryDocumentTest, WhatWouldHideOrDoNothingIsRefusedWithItsPlace) {
+  const auto why = [&](const std::string& text) {
+    const std::string said = answer(text);
+    const std::string start = "The document can't be used: ";
+    return said.starts_with(start) ? said.substr(start.size()) : said;
+  };
+  EXPECT_EQ(why(R"({"shape":[]})"),
+            "shape: there is no such key; there are shapes, crop, background, layers and canvas.");
+  const auto redact = [&](const std::string& members, const std::string& rest = "") {
+    return why(R"({"shapes":[{"id":"r","type":"redact","color":"#000000","width":4)" + members +
+               "}]" + rest + "}");
+  };
+  const std::string place = R"(,"x1":10,"y1":10,"x2":90,"y2":90)";
+  EXPECT_EQ(redact(place), "accepted");
+  EXPECT_EQ(redact(R"(,"x1":-1e308,"y1":-1e308,"x2":1e308,"y2":1e308)"), "accepted");
+  const std::string noArea =
+      "shapes[0]: hides nothing: x1, y1, x2 and y2 must be opposite corners of an area.";
+  EXPECT_EQ(redact(""), noArea);
+  EXPECT_EQ(redact(R"(,"x":10,"y":10,"w":80,"h":80)"), noArea);
+  EXPECT_EQ(redact(R"(,"x1":10,"y1":10,"x2":10,"y2":90)"), noArea);
+  EXPECT_EQ(redact(R"(,"x1":810,"y1":10,"x2":990,"y2":90)"),
+            "shapes[0]: hides nothing: it lies outside the picture.");
+  EXPECT_EQ(
+      redact(R"(,"x1":810,"y1":10,"x2":990,"y2":90)", R"(,"canvas":{"width":900,"height":9})"),
+      "shapes[0]: hides nothing: it lies outside the picture.");
+  EXPECT_EQ(redact(R"(,"x1":810,"y1":1,"x2":990,"y2":9)", R"(,"canvas":{"width":900,"height":9})"),
+            "accepted");
+  EXPECT_EQ(
+      redact(place, R"(,"layers":[{"id":"c","visible":false,"frame":{"x":0,"y":0,"w":9,"h":9}}])"),
+      "shapes[0]: hides nothing: its layer is hidden.");
+
+  EXPECT_EQ(why(R"({"crop":{"x":1,"y":1,"w":0,"h":9}})"), "crop: w and h must be above 0.");
+  EXPECT_EQ(why(R"({"crop":{"x":1,"y":1,"w":9}})"), "crop.h: is missing.");
+  EXPECT_EQ(why(R"({"crop":{"x":800,"y":1,"w":9,"h":9}})"), "crop: holds no pixel of the picture.");
+  EXPECT_EQ(why(R"({"crop":{"x":790,"y":-5,"w":90,"h":9}})"), "accepted");
+  EXPECT_EQ(why(R"({"layers":[{"id":"c","frame":{"x":0,"y":0,"w":9,"h":0}}]})"),
+            "layers[0].frame: has no area.");
+  EXPECT_EQ(why(R"({"layers":[{"id":"c","frame":{"x":0,"y":0,"w":9,"h":9}},)"
+                R"({"id":"d","frame":{"x":0,"y":0,"w":9,"h":9}}]})"),
+            "layers[1]: has no path; layers[0] stands for the capture already.");
+  EXPECT_EQ(why(R"({"background":{"fill":{"gradient":{"_0":"plaid"}}}})"),
+            "background.fill.gradient: must be one of dawn, dusk, ocean, meadow, aurora, candy, "
+            "sand, graphite.");
+
+  const auto nested = [](int deep) {
+    return R"({"canvas":{"later":)" + std::string(static_cast<std::size_t>(deep), '[') +
+           std::string(static_cast<std::size_t>(deep), ']') + "}}";
+  };
+  EXPECT_EQ(why(nested(494)), "accepted");
+  EXPECT_EQ(why(nested(495)), "The document is nested more than 496 deep.");
 }
 
 TEST_F(EntryDocumentTest, ALayerIsCheckedByTheFrameItShows) {
