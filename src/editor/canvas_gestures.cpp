@@ -123,10 +123,6 @@ void CanvasInput::draw(const PointerEvent& event) {
 void CanvasInput::finishDrawing(const PointerEvent& event) {
   Shape shape = *model_.draft();
   model_.setDraft(std::nullopt);
-  // What a redaction covers beside the layer must stay covered when the layer goes.
-  if (shape.type == ShapeType::redact && !model_.layerAt({shape.x2, shape.y2})) {
-    shape.layerId.reset();
-  }
   // A click with a tool that needs a drag draws nothing.
   if (isTwoPoint(shape.type) &&
       distance({shape.x1, shape.y1}, {shape.x2, shape.y2}) < captureTolerance(event) / 2) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "editor/editor_model.hpp"
+#include "editor/shape_layers.hpp"
 
 namespace vantorel {
 namespace {
@@ -45,30 +46,19 @@ void EditorModel::moveContent(EditorSnapshot& state, Pt shift) const {
   state.setLayers(std::move(layers));
 }
 
-/// Carries shapes and crop along after the frame of a layer went `from` one box `to` another, so
-/// that what lies on the layer stays on it and all else stays where it was on the canvas.
-void EditorModel::remapForLayer(EditorSnapshot& state, const std::string& layerID, const Box& from,
-                                const Box& to) const {
-  const LayerSpec* const capture = captureLayer(*state.layers);
-  const bool isCapture = capture != nullptr && capture->id == layerID;
-  const AxisMap now = captureToCanvas(*state.layers, capture_);
-  AxisMap carry;
-  if (isCapture) {
-    const AxisMap before =
-        mapBetween({0, 0, double(capture_.width), double(capture_.height)}, from);
-    carry = before.then(now.inverse());
-    if (state.crop) state.crop = carry(*state.crop);
-  } else {
-    carry = now.then(mapBetween(from, to)).then(now.inverse());
+/// Gives layers other frames. What lies on a layer goes with it, all else and the crop stay where
+/// they are on the canvas.
+void EditorModel::placeLayers(EditorSnapshot& state,
+                              const std::vector<std::pair<std::string, Box>>& frames) const {
+  std::vector<LayerSpec> layers = *state.layers;
+  for (const auto& [id, frame] : frames) {
+    std::ranges::find(layers, id, &LayerSpec::id)->frame = frame;
   }
-  EditorSnapshot::Shapes shapes = *state.shapes;
-  for (auto& shape : shapes) {
-    const bool onKnownLayer = shape->layerId && state.findLayer(*shape->layerId) != nullptr;
-    const bool carried = isCapture ? onKnownLayer && *shape->layerId != layerID
-                                   : shape->layerId == std::optional(layerID);
-    if (carried) shape = std::make_shared<const Shape>(mapped(*shape, carry));
-  }
-  state.setShapes(std::move(shapes));
+  const AxisMap before = captureToCanvas(*state.layers, capture_);
+  const AxisMap now = captureToCanvas(layers, capture_);
+  if (state.crop && before != now) state.crop = before.then(now.inverse())(*state.crop);
+  state.setShapes(carriedAlong(*state.shapes, *state.layers, layers, capture_));
+  state.setLayers(std::move(layers));
 }
 
 bool EditorModel::editLayer(const std::string& layerID, std::string_view name,
@@ -106,14 +96,9 @@ bool EditorModel::setLayerFrame(const std::string& layerID, const Box& frame) {
   const LayerSpec* const layer = state_.findLayer(layerID);
   if (layer == nullptr || !isUsable(frame)) return false;
   if (layer->locked) return refuse(layer->name + " is locked · unlock it to move or resize");
-  const Box from = layer->frame;
-  const bool sameSize = from.w == frame.w && from.h == frame.h;
-  return edit(sameSize ? "Move Layer" : "Resize Layer", [&](EditorSnapshot& state) {
-    std::vector<LayerSpec> layers = *state.layers;
-    std::ranges::find(layers, layerID, &LayerSpec::id)->frame = frame;
-    state.setLayers(std::move(layers));
-    if (isUsable(from)) remapForLayer(state, layerID, from, frame);
-  });
+  const bool sameSize = layer->frame.w == frame.w && layer->frame.h == frame.h;
+  return edit(sameSize ? "Move Layer" : "Resize Layer",
+              [&](EditorSnapshot& state) { placeLayers(state, {{std::string(layerID), frame}}); });
 }
 
 bool EditorModel::moveLayerTo(const std::string& layerID, std::size_t position) {
@@ -135,10 +120,8 @@ bool EditorModel::deleteLayer(const std::string& layerID) {
   return edit("Delete Layer", [&](EditorSnapshot& state) {
     std::vector<LayerSpec> layers = *state.layers;
     std::erase_if(layers, [&](const LayerSpec& other) { return other.id == layerID; });
+    state.setShapes(carriedAlong(*state.shapes, *state.layers, layers, capture_));
     state.setLayers(std::move(layers));
-    EditorSnapshot::Shapes shapes = *state.shapes;
-    std::erase_if(shapes, [&](const auto& shape) { return shape->layerId == layerID; });
-    state.setShapes(std::move(shapes));
   });
 }
 
@@ -183,7 +166,7 @@ bool EditorModel::arrangeLayers(CombineLayout layout) {
   };
   beginStep("Arrange Layers");
   edit("Arrange Layers", [this](EditorSnapshot& state) { ensureCaptureLayer(state); });
-  std::vector<std::string> ids;
+  std::vector<std::pair<std::string, Box>> placed;
   std::vector<Box> frames;
   CanvasSize canvas;  // with room for the locked layers, which stay where they are
   for (const LayerSpec& layer : *state_.layers) {
@@ -193,18 +176,19 @@ bool EditorModel::arrangeLayers(CombineLayout layout) {
       canvas.height = std::max(canvas.height, std::ceil(layer.frame.bottom()));
       continue;
     }
-    ids.push_back(layer.id);
+    placed.emplace_back(layer.id, Box{});
     frames.push_back(layer.frame);
   }
-  if (ids.size() < 2) return giveUp("Arrange needs two or more layers");
+  if (placed.size() < 2) return giveUp("Arrange needs two or more layers");
   const Arrangement result = arranged(frames, layout, arrangeGutter);
   canvas.width = std::max(canvas.width, result.canvas.width);
   canvas.height = std::max(canvas.height, result.canvas.height);
   if (!isPossibleSize(canvas.width, canvas.height)) {
     return giveUp(sentence(CanvasSizeFault::tooLarge));
   }
-  for (std::size_t i = 0; i < ids.size(); ++i) setLayerFrame(ids[i], result.frames[i]);
+  for (std::size_t i = 0; i < placed.size(); ++i) placed[i].second = result.frames[i];
   edit("Arrange Layers", [&](EditorSnapshot& state) {
+    placeLayers(state, placed);
     CanvasSpec spec = *state.canvas;
     spec.width = canvas.width;
     spec.height = canvas.height;

@@ -1,10 +1,12 @@
 #include "editor/editor_model.hpp"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "base/random_id.hpp"
 #include "editor/document_changes.hpp"
+#include "editor/shape_layers.hpp"
 #include "editor/tool_spec.hpp"
 
 namespace vantorel {
@@ -23,6 +25,7 @@ EditorModel::EditorModel(EditorOpening opening, EditorEvents events)
   document.canvas.width = canvas.width;
   document.canvas.height = canvas.height;
   state_ = EditorSnapshot::of(std::move(document));
+  shareRedactions(state_);
   baseline_ = state_;
   if (combined) events_.report("Combine arrangement is now layers");
 }
@@ -71,6 +74,7 @@ void EditorModel::endStep() {
   if (!step_) return;
   OpenStep step = std::move(*step_);
   step_.reset();
+  settleRedactions(step.before, state_);
   if (step.before == state_) {
     state_ = std::move(step.before);
   } else {
@@ -90,10 +94,55 @@ bool EditorModel::edit(std::string_view name, const std::function<void(EditorSna
   EditorSnapshot changed = state_;
   change(changed);
   if (changed == state_) return false;
-  if (!step_) history_.push(state_, changed, std::string(name));
+  if (!step_) {
+    settleRedactions(state_, changed);
+    history_.push(state_, changed, std::string(name));
+  }
   state_ = std::move(changed);
   stateReplaced();
   return true;
+}
+
+/// Lets redactions that came, or went to another place, belong to the images they lie on.
+void EditorModel::settleRedactions(const EditorSnapshot& before, EditorSnapshot& state) const {
+  if (state.layers->empty() || before.shapes == state.shapes || before.layers != state.layers) {
+    return;
+  }
+  std::unordered_map<std::string_view, const Shape*> known;
+  for (const auto& shape : *before.shapes) known.emplace(shape->id, shape.get());
+  EditorSnapshot::Shapes shapes;
+  shapes.reserve(state.shapes->size());
+  for (const auto& shape : *state.shapes) {
+    const auto found = known.find(shape->id);
+    const bool isPlaced = shape->type == ShapeType::redact &&
+                          (found == known.end() || frameOf(*found->second) != frameOf(*shape));
+    if (!isPlaced) {
+      shapes.push_back(shape);
+      continue;
+    }
+    Shape placed = *shape;
+    placed.layerId = layerBelow(placed, *state.layers, capture_);
+    for (Shape& share : sharesOf(placed, *state.shapes, *state.layers, capture_)) {
+      shapes.push_back(std::make_shared<const Shape>(std::move(share)));
+    }
+    shapes.push_back(std::make_shared<const Shape>(std::move(placed)));
+  }
+  state.setShapes(std::move(shapes));
+}
+
+/// Redactions of a document that no editor made need not say what they lie on.
+void EditorModel::shareRedactions(EditorSnapshot& state) const {
+  if (state.layers->empty()) return;
+  EditorSnapshot::Shapes shapes;
+  for (const auto& shape : *state.shapes) {
+    if (shape->type == ShapeType::redact) {
+      for (Shape& share : sharesOf(*shape, *state.shapes, *state.layers, capture_)) {
+        shapes.push_back(std::make_shared<const Shape>(std::move(share)));
+      }
+    }
+    shapes.push_back(shape);
+  }
+  if (shapes.size() != state.shapes->size()) state.setShapes(std::move(shapes));
 }
 
 /// The selection never names what is no longer there.

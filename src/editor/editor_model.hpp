@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/geometry.hpp"
@@ -197,8 +198,10 @@ class EditorModel {
   void stateReplaced();
   void ensureCaptureLayer(EditorSnapshot& state) const;
   void moveContent(EditorSnapshot& state, Pt shift) const;
-  void remapForLayer(EditorSnapshot& state, const std::string& layerID, const Box& from,
-                     const Box& to) const;
+  void settleRedactions(const EditorSnapshot& before, EditorSnapshot& state) const;
+  void shareRedactions(EditorSnapshot& state) const;
+  void placeLayers(EditorSnapshot& state,
+                   const std::vector<std::pair<std::string, Box>>& frames) const;
   bool editLayer(const std::string& layerID, std::string_view name,
                  const std::function<void(LayerSpec&)>& change);
   bool applySize(CanvasSize size, CanvasAnchor anchor, std::string_view name);

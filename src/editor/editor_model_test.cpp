@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "editor/canvas_input.hpp"
+#include "editor/shape_layers.hpp"
 #include "editor/testing/mixed_shapes.hpp"
 
 namespace vantorel {
@@ -295,6 +296,63 @@ TEST_F(EditorModelTest, LayersCarryTheirShapesAndLeaveTheOthersInPlace) {
   while (model->undo()) {
   }
   EXPECT_EQ(model->document(), model->baseline());
+}
+
+TEST_F(EditorModelTest, RedactionsGoWithTheImagesTheyLieOn) {
+  ASSERT_TRUE(model->addLayers({{"/shots/logo.png", {200, 100}}}));
+  model->selectLayer(std::nullopt);
+  const auto redacted = [this](Box onCanvas) {
+    const EditorDocument document = model->document();
+    return std::ranges::any_of(document.shapes, [&](const Shape& shape) {
+      const Box box = model->toCanvas()(frameOf(shape));
+      return shape.type == ShapeType::redact &&
+             contains(grown(box, 1e-6), {onCanvas.x, onCanvas.y}) &&
+             contains(grown(box, 1e-6), {onCanvas.right(), onCanvas.bottom()});
+    });
+  };
+  model->pickTool(Tool::redact);
+  drag({20, 20}, {60, 60});      // on the image alone, though it is not selected
+  drag({150, 50}, {250, 90});    // half on it, half on the capture
+  drag({600, 400}, {700, 500});  // on the capture
+  EXPECT_EQ(model->state().shapes->size(), 4U);
+  ASSERT_TRUE(model->setLayerFrame(layerID(1), {300, 300, 400, 200}));
+  EXPECT_TRUE(redacted({340, 340, 80, 80}));
+  EXPECT_TRUE(redacted({600, 400, 100, 80})) << "the half on the image";
+  EXPECT_TRUE(redacted({150, 50, 100, 40})) << "the half on the capture";
+  EXPECT_FALSE(redacted({20, 20, 40, 40})) << "the image hid what was below it";
+  EXPECT_EQ(model->state().shapes->size(), 4U);
+  ASSERT_TRUE(model->arrangeLayers(CombineLayout::stacked));
+  const Box image = frame(1);
+  EXPECT_TRUE(redacted({image.x + 40, image.y + 40, 80, 80}));
+  EXPECT_TRUE(redacted({frame(0).x + 600, frame(0).y + 400, 100, 100}));
+
+  // It covers the capture too once the image shines through.
+  model->setLayerFrame(layerID(1), {0, 0, 400, 200});
+  model->setLayerOpacity(layerID(1), 0.5);
+  drag({300, 20}, {340, 60});
+  model->deleteLayer(layerID(1));
+  EXPECT_TRUE(redacted({300, 20, 40, 40}));
+  EXPECT_FALSE(redacted({340, 340, 1, 1}));
+
+  // Documents of another making, and hidden layers.
+  EditorDocument document;
+  document.layers = {LayerSpec{}, LayerSpec{}};
+  document.layers[0].id = "capture";
+  document.layers[0].frame = {0, 0, 800, 600};
+  document.layers[1] = newImageLayer("/a.png", {100, 100}, {500, 0});
+  document.shapes.push_back(model->newShape(ShapeType::redact));
+  document.shapes[0].x1 = 450;
+  document.shapes[0].x2 = 550;
+  document.shapes[0].y2 = 50;
+  open(document);
+  model->setLayerVisible(layerID(0), false);
+  EXPECT_TRUE(model->isShown(*model->state().shapes->front()));
+  EXPECT_TRUE(isShown(document.shapes[0], *model->state().layers, {800, 600}))
+      << "something visible lies below it";
+  model->setLayerVisible(layerID(1), false);
+  EXPECT_FALSE(isShown(document.shapes[0], *model->state().layers, {800, 600}));
+  model->setLayerFrame(layerID(1), {0, 300, 100, 100});
+  EXPECT_TRUE(redacted({0, 300, 50, 50}));
 }
 
 TEST_F(EditorModelTest, MovedLayersSnapToGuidesUnlessCommandIsHeld) {

@@ -5,6 +5,7 @@
 
 #include "base/random_id.hpp"
 #include "editor/editor_model.hpp"
+#include "editor/shape_layers.hpp"
 
 namespace vantorel {
 
@@ -76,9 +77,7 @@ void EditorModel::nudge(double dx, double dy) {
 }
 
 bool EditorModel::isShown(const Shape& shape) const {
-  if (!shape.layerId) return true;
-  const LayerSpec* const layer = state_.findLayer(*shape.layerId);
-  return layer == nullptr || layer->visible;
+  return vantorel::isShown(shape, *state_.layers, capture_);
 }
 
 const Shape* EditorModel::shapeAt(Pt point, double tolerance) const {

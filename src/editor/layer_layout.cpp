@@ -10,11 +10,6 @@
 namespace vantorel {
 namespace {
 
-bool isUsable(const Box& frame) {
-  return std::isfinite(frame.x) && std::isfinite(frame.y) && std::isfinite(frame.w) &&
-         std::isfinite(frame.h) && frame.w > 0 && frame.h > 0;
-}
-
 /// Where each of a run of cells begins, and where the last ends.
 std::vector<double> starts(const std::vector<double>& sizes, double gutter) {
   std::vector<double> result{0};
@@ -25,6 +20,11 @@ std::vector<double> starts(const std::vector<double>& sizes, double gutter) {
 
 }  // namespace
 
+bool hasArea(const Box& box) {
+  return std::isfinite(box.x) && std::isfinite(box.y) && std::isfinite(box.w) &&
+         std::isfinite(box.h) && box.w > 0 && box.h > 0;
+}
+
 const LayerSpec* captureLayer(const std::vector<LayerSpec>& layers) {
   const auto found =
       std::ranges::find_if(layers, [](const LayerSpec& layer) { return !layer.path; });
@@ -33,7 +33,7 @@ const LayerSpec* captureLayer(const std::vector<LayerSpec>& layers) {
 
 AxisMap captureToCanvas(const std::vector<LayerSpec>& layers, PixelSize capture) {
   const LayerSpec* const layer = captureLayer(layers);
-  if (layer == nullptr || !isUsable(layer->frame) || capture.width <= 0 || capture.height <= 0) {
+  if (layer == nullptr || !hasArea(layer->frame) || capture.width <= 0 || capture.height <= 0) {
     return {};
   }
   return mapBetween({0, 0, double(capture.width), double(capture.height)}, layer->frame);

@@ -12,6 +12,9 @@
 
 namespace vantorel {
 
+/// True for a finite box with some width and height.
+[[nodiscard]] bool hasArea(const Box& box);
+
 /// The layer that stands for the capture itself; null when the document has none, and the capture
 /// lies at the canvas's top left corner below all layers.
 [[nodiscard]] const LayerSpec* captureLayer(const std::vector<LayerSpec>& layers);

@@ -172,10 +172,13 @@ TEST(SceneRendererTest, TransparentCapturesStayTransparentAndHiddenLayersHideThe
   document.layers[1].path = "/l.png";
   document.layers[1].visible = false;
   document.shapes = {lineShape(ShapeType::rect, {10, 10}, {20, 20})};
+  const auto shown = [&] { return visibleShapes(document, {40, 30}).size(); };
   document.shapes[0].layerId = "l";
-  EXPECT_TRUE(visibleShapes(document).empty());
+  EXPECT_EQ(shown(), 0U);
   document.shapes[0].layerId = "unheard of";
-  EXPECT_EQ(visibleShapes(document).size(), 1U);
+  EXPECT_EQ(shown(), 1U);
+  document.layers[0].visible = false;
+  EXPECT_EQ(shown(), 0U) << "it lies on the capture";
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "editor/export_gate.hpp"
 #include "editor/layer_layout.hpp"
+#include "editor/shape_layers.hpp"
 #include "render/background_painter.hpp"
 #include "render/scene_canvas.hpp"
 
@@ -30,7 +31,7 @@ Result<Image> draw(const EditorDocument& document, const SceneSource& source) {
   VT_TRY(refusal());
   const AxisMap toPicture = captureToCanvas(document.layers, source.base.size())
                                 .then({1, 1, -double(shown.x), -double(shown.y)});
-  const std::vector<Shape> shapes = visibleShapes(document);
+  const std::vector<Shape> shapes = visibleShapes(document, source.base.size());
   Image picture = composite.image;
   if (!shapes.empty()) {
     SceneCanvas canvas({picture, toPicture, composite.bleed, source.captureScale});
@@ -42,13 +43,11 @@ Result<Image> draw(const EditorDocument& document, const SceneSource& source) {
 
 }  // namespace
 
-std::vector<Shape> visibleShapes(const EditorDocument& document) {
+std::vector<Shape> visibleShapes(const EditorDocument& document, PixelSize capture) {
   std::vector<Shape> shapes;
-  for (const Shape& shape : document.shapes) {
-    const auto layer = std::ranges::find_if(
-        document.layers, [&](const LayerSpec& candidate) { return shape.layerId == candidate.id; });
-    if (layer == document.layers.end() || layer->visible) shapes.push_back(shape);
-  }
+  std::ranges::copy_if(document.shapes, std::back_inserter(shapes), [&](const Shape& shape) {
+    return isShown(shape, document.layers, capture);
+  });
   return shapes;
 }
 
