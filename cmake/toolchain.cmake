@@ -16,6 +16,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # References into what is gone already; g++ has its own check for them among all its warnings.
+  target_compile_options(vt_flags INTERFACE -Werror=dangling -Werror=return-stack-address)
   # Fields left out of a designated initialiser take their defaults on purpose.
   target_compile_options(vt_flags INTERFACE -Wno-missing-designated-field-initializers)
   # libstdc++ 12 uses in its stable sort what it has deprecated itself.
