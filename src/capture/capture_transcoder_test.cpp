@@ -141,7 +141,7 @@ TEST_F(CaptureTranscoderTest, APhotographChangesItsFormatBesideTheOldFile) {
 
 TEST_F(CaptureTranscoderTest, WhatDoesNotGetSmallerIsLeftAlone) {
   const std::string tiny =
-      codec->encodeIndexedPNG({.size = {1, 1}, .palette = {{1, 2, 3, 255}}, .indices = {0}}, 1)
+      codec->encodeIndexedPNG({.size = {1, 1}, .palette = {{1, 2, 3, 255}}, .indices = {0}}, {})
           .value();
   const std::string dot = codec->encode(codec->decode(tiny).value(), {}).value();
   ASSERT_LT(dot.size(), tiny.size());
