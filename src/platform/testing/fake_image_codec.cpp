@@ -75,6 +75,7 @@ Result<std::string> FakeImageCodec::encode(const Image& image,
                    bytesPerPixel(encoding.format, false));
     }
   }
+  if (encoding.format == ExportFormat::heic && isHeicWasteful) bytes += bytes;
   return bytes;
 }
 
@@ -111,7 +112,9 @@ Result<Image> FakeImageCodec::decodeFrame(std::string_view bytes, int frameIndex
 
 Result<PictureHeader> FakeImageCodec::frameHeader(const PictureBytes& bytes, int frameIndex) const {
   const std::string all = VT_TRY(bytes.read(0, bytes.size()));
-  return VT_TRY(parsed(all, frameIndex)).header;
+  PictureHeader header = VT_TRY(parsed(all, frameIndex)).header;
+  header.isAnimated = animated.contains(header.format);
+  return header;
 }
 
 bool FakeImageCodec::canHold(ExportFormat format, PixelSize size) const {

@@ -14,6 +14,8 @@ class FakeImageCodec final : public ImageCodec {
  public:
   std::set<ExportFormat> broken;       ///< formats that fail
   std::optional<int> longestHeicSide;  ///< beyond it HEIC refuses
+  std::set<ExportFormat> animated;     ///< formats whose files say that they are animations
+  bool isHeicWasteful = false;         ///< HEIC files come larger than others
 
   [[nodiscard]] Result<std::string> encode(const Image& image,
                                            const ImageEncoding& encoding) const override;
