@@ -517,16 +517,21 @@ TEST_F(AppCoordinatorTest, TroubleWithTheDiskLosesNothing) {
   run->begin({.kind = Kind::display});
   EXPECT_THAT(run->words(1), HasSubstr(".png"));
   EXPECT_THAT(run->words(1), HasSubstr("HEIC couldn't hold this picture"));
+  run->codec.longestHeicSide = std::nullopt;
+  run->codec.isHeicWasteful = true;
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->words(2), HasSubstr(".png"));
+  EXPECT_THAT(run->words(2), HasSubstr("HEIC would have made this picture larger"));
 
   // A full disk before anything is safe: said, and nothing half-done stays.
   world.files.changesFail = FailureKind::noSpace;
   run->begin({.kind = Kind::display});
-  EXPECT_THAT(run->words(2), HasSubstr("Couldn't save the screenshot: "));
+  EXPECT_THAT(run->words(3), HasSubstr("Couldn't save the screenshot: "));
   world.files.changesFail = std::nullopt;
   EXPECT_THAT(stagedNames(), IsEmpty());
   run->codec.broken = {ExportFormat::png};
   run->begin({.kind = Kind::display});
-  EXPECT_EQ(run->words(3), "Couldn't save the screenshot: the capture couldn't be encoded.");
+  EXPECT_EQ(run->words(4), "Couldn't save the screenshot: the capture couldn't be encoded.");
   EXPECT_FALSE(run->app->arbiter().refusal());
 }
 

@@ -37,10 +37,6 @@ std::expected<EditorDocument, std::string> readDocument(const Path& path, PixelS
   return *std::move(document);
 }
 
-Result<PixelSize> pixelSizeOf(const Path& path, const Files& files, const ImageCodec& codec) {
-  return codec.pixelSize(VT_TRY(files.read(path)));
-}
-
 bool sameFile(const Path& one, const Path& other, const Files& files) {
   const auto first = files.status(one);
   const auto second = files.status(other);
@@ -78,9 +74,11 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
     document = documentOf(*entry, base->size());
   }
   const std::optional<double> scale = entry ? entry->captureScale : std::nullopt;
-  const auto bytes =
-      draw(document, *std::move(base), scale,
-           {.format = drawing.format, .quality = quality, .pixelsPerPoint = scale.value_or(1)});
+  const auto bytes = draw(document, *std::move(base), scale,
+                          {.format = drawing.format,
+                           .quality = quality,
+                           .pixelsPerPoint = scale.value_or(1),
+                           .createdAt = entry ? std::optional(entry->capturedAt) : std::nullopt});
   if (!bytes) return std::unexpected(bytes.error().reason);
   if (const auto written = files.replace(drawing.output, *bytes, Privacy::byUmask); !written) {
     return std::unexpected(
@@ -156,7 +154,7 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
     };
     work<Answer<Checked>>(
         [path = Path((*entry)->path), document](const Services& with) -> Answer<Checked> {
-          const auto capture = pixelSizeOf(path, *with.files, *with.codec);
+          const auto capture = with.codec->pixelSize(*with.files, path);
           if (!capture) return unreadable(path, capture.error());
           auto checked = readDocument(document, *capture, *with.files, *with.codec);
           if (!checked) return std::unexpected(std::move(checked.error()));
@@ -200,7 +198,7 @@ void CaptureAnnotator::document(const std::string& name, Done<EditorDocument> do
     if (!claimed) return done(std::unexpected(sentence(claimed.error())));
     work<Answer<EditorDocument>>(
         [entry = *entry](const Services& with) -> Answer<EditorDocument> {
-          const auto capture = pixelSizeOf(entry->path, *with.files, *with.codec);
+          const auto capture = with.codec->pixelSize(*with.files, entry->path);
           if (capture) return documentOf(*entry, *capture);
           // What was drawn is worth having even when the picture is gone.
           if (!entry->pixelWidth || !entry->pixelHeight) {

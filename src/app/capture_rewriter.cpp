@@ -78,7 +78,9 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
     services_.pendingWork->end(ticket);
   };
 
-  CaptureTranscoder::Source source{.path = before.path, .scale = before.captureScale.value_or(1)};
+  CaptureTranscoder::Source source{.path = before.path,
+                                   .scale = before.captureScale.value_or(1),
+                                   .createdAt = before.capturedAt};
   if (!before.originalPath && !change.format) {
     source.keepOriginalAs = services_.library->paths().originals() /
                             (before.id + Path(before.path).extension().string());

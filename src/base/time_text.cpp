@@ -13,6 +13,8 @@ namespace {
 std::tm localTime(double seconds) {
   const auto whole = static_cast<std::time_t>(std::floor(seconds));
   std::tm local{};
+  // The reentrant call alone keeps the zone of the first one, for as long as the program lives.
+  tzset();
   localtime_r(&whole, &local);
   return local;
 }
@@ -28,6 +30,12 @@ std::string fileNameTime(double seconds) {
 std::string tableTime(double seconds) {
   const std::tm local = localTime(seconds);
   return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", local.tm_year + 1900, local.tm_mon + 1,
+                     local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+}
+
+std::string exifTime(double seconds) {
+  const std::tm local = localTime(seconds);
+  return fmt::format("{:04}:{:02}:{:02} {:02}:{:02}:{:02}", local.tm_year + 1900, local.tm_mon + 1,
                      local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
 }
 

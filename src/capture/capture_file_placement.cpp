@@ -58,11 +58,18 @@ Result<CaptureFilePlacement::Encoded> CaptureFilePlacement::encode(
   if (settings.format == ExportFormat::png) return encoded;
   auto bytes = codec_->encode(image, {.format = settings.format,
                                       .quality = settings.quality,
-                                      .pixelsPerPoint = staged.record.scale.value_or(1)});
+                                      .pixelsPerPoint = staged.record.scale.value_or(1),
+                                      .createdAt = staged.capturedAt});
   if (!bytes) {
     logWarning("Filing", "{} was not possible: {}", displayName(settings.format),
                bytes.error().reason);
     encoded.notes.emplace_back(note::LossyFallback{settings.format});
+    return encoded;
+  }
+  // HEIC is chosen to save room; of flat pictures PNG files are smaller, and exact.
+  if (settings.format == ExportFormat::heic &&
+      bytes->size() > VT_TRY(files_->status(staged.path)).size) {
+    encoded.notes.emplace_back(note::LossyFallback{settings.format, true});
     return encoded;
   }
   encoded.format = settings.format;

@@ -32,6 +32,10 @@ std::string sentence(const CaptureFailure& failure) {
 std::string sentence(const CaptureNote& note) {
   struct Words {
     std::string operator()(const note::LossyFallback& fallback) const {
+      if (fallback.isLarger) {
+        return fmt::format("{} would have made this picture larger, so it was saved as PNG.",
+                           displayName(fallback.wanted));
+      }
       return fmt::format("{} couldn't hold this picture, so it was saved as PNG.",
                          displayName(fallback.wanted));
     }

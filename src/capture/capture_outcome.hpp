@@ -29,9 +29,10 @@ struct CaptureFailure {
 /// Remarks on a capture that was saved, though not quite as asked.
 namespace note {
 
-/// The chosen format could not hold or make the picture; it was saved as PNG.
+/// The chosen format could not hold or make the picture, or made it larger; it was saved as PNG.
 struct LossyFallback {
   ExportFormat wanted = ExportFormat::png;
+  bool isLarger = false;
 };
 
 /// The captures folder could not take the file; it went to the default folder.

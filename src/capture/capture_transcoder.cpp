@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/size_text.hpp"
 #include "capture/area_downscale.hpp"
 #include "capture/indexed_png_encoder.hpp"
 
@@ -44,6 +45,11 @@ std::string sentence(const TranscodeFailure& failure) {
     case Case::unreadable: return "the capture couldn't be read as an image";
     case Case::tooLarge:
       return fmt::format("{} can't hold a screenshot this large", displayName(failure.format));
+    case Case::animated:
+      return "the capture is an animation, of which only the first picture would be left";
+    case Case::larger:
+      return fmt::format("the capture would be larger as {} ({}), so it stays as it is",
+                         displayName(failure.format), failure.reason);
     case Case::encodeRefused:
       return "Couldn't save the screenshot: the capture couldn't be encoded.";
   }
@@ -67,6 +73,7 @@ CaptureTranscoder::Answer<CaptureTranscoder::Opened> CaptureTranscoder::open(
   if (!bytes) return failure(Case::unreadable, bytes.error().reason);
   const auto header = codec_->header(*bytes);
   if (!header) return failure(Case::unreadable, header.error().reason);
+  if (header->isAnimated) return failure(Case::animated);
   auto image = codec_->decode(*bytes);
   if (!image) return failure(Case::unreadable, image.error().reason);
   return Opened{.header = *header, .image = std::move(*image), .bytes = bytes->size()};
@@ -89,7 +96,7 @@ CaptureTranscoder::Answer<std::string> CaptureTranscoder::encodePalette(
   if (!codec_->canHold(ExportFormat::png, palette.image().size)) {
     return failure(Case::tooLarge, {}, ExportFormat::png);
   }
-  auto bytes = palette.encode(*codec_, encoding.pixelsPerPoint);
+  auto bytes = palette.encode(*codec_, encoding);
   if (!bytes) return failure(Case::encodeRefused, bytes.error().reason);
   return std::move(*bytes);
 }
@@ -195,8 +202,17 @@ std::expected<CaptureTranscoder::Result, TranscodeFailure> CaptureTranscoder::co
   const ImageEncoding encoding{.format = format,
                                .quality = quality,
                                .pixelsPerPoint = source.scale,
-                               .pngEffort = PNGEffort::small};
-  return write(source, opened, opened.image, encoding, VT_TRY(encode(opened.image, encoding)));
+                               .pngEffort = PNGEffort::small,
+                               .createdAt = source.createdAt};
+  const std::string bytes = VT_TRY(encode(opened.image, encoding));
+  // HEIC is asked for to save room; of flat pictures PNG files are smaller, and exact.
+  if (format == ExportFormat::heic && opened.header.format == ExportFormat::png &&
+      bytes.size() > opened.bytes) {
+    return failure(Case::larger,
+                   fmt::format("{} instead of {}", sizeText(bytes.size()), sizeText(opened.bytes)),
+                   format);
+  }
+  return write(source, opened, opened.image, encoding, bytes);
 }
 
 CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTranscoder::compacted(
@@ -214,8 +230,10 @@ CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTrans
                                           .downscaleTo1x = downscaleTo1x});
   if (std::holds_alternative<compress::AlreadyCompact>(plan)) return std::nullopt;
 
-  ImageEncoding encoding{
-      .format = ExportFormat::png, .pixelsPerPoint = source.scale, .pngEffort = PNGEffort::small};
+  ImageEncoding encoding{.format = ExportFormat::png,
+                         .pixelsPerPoint = source.scale,
+                         .pngEffort = PNGEffort::small,
+                         .createdAt = source.createdAt};
   Image image = opened.image;
   if (const auto* const reencode = std::get_if<compress::Reencode>(&plan)) {
     encoding.format = reencode->format;

@@ -24,6 +24,8 @@ struct TranscodeFailure {
     writeFailed,    ///< `reason` says why
     unreadable,     ///< there is no file, or it is no picture
     tooLarge,       ///< `format` cannot hold the pixel size
+    animated,       ///< more than the first picture would be lost
+    larger,         ///< `format` would not save room; `reason` gives the sizes
     encodeRefused,  ///< the encoder failed or is not installed; `reason` says why
   };
   Case what = Case::writeFailed;
@@ -40,7 +42,8 @@ class CaptureTranscoder {
   /// The capture to work on.
   struct Source {
     Path path;
-    double scale = 1;  ///< pixels per point
+    double scale = 1;                                ///< pixels per point
+    std::optional<double> createdAt = std::nullopt;  ///< told to the new file
 
     /// Where the file as it was is to be kept, made before anything changes; one that stands there
     /// already, from an earlier change, stays. None: it is not kept.
@@ -69,7 +72,8 @@ class CaptureTranscoder {
   CaptureTranscoder(std::shared_ptr<Files> files, std::shared_ptr<const ImageCodec> codec);
 
   /// Writes the capture in `format`, beside the old file under its name with the other extension
-  /// (numbered when that is taken). A capture that has the format already is left as it is.
+  /// (numbered when that is taken). A capture that has the format already is left as it is, and so
+  /// is a PNG file that would grow as HEIC. Animations are refused, here and by `compress`.
   [[nodiscard]] std::expected<Result, TranscodeFailure> convert(const Source& source,
                                                                 ExportFormat format,
                                                                 double quality);

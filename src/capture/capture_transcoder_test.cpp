@@ -14,6 +14,7 @@ namespace vantorel {
 namespace {
 
 using testing::ElementsAre;
+using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
 constexpr double infinite = std::numeric_limits<double>::infinity();
@@ -141,7 +142,7 @@ TEST_F(CaptureTranscoderTest, APhotographChangesItsFormatBesideTheOldFile) {
 
 TEST_F(CaptureTranscoderTest, WhatDoesNotGetSmallerIsLeftAlone) {
   const std::string tiny =
-      codec->encodeIndexedPNG({.size = {1, 1}, .palette = {{1, 2, 3, 255}}, .indices = {0}}, 1)
+      codec->encodeIndexedPNG({.size = {1, 1}, .palette = {{1, 2, 3, 255}}, .indices = {0}}, {})
           .value();
   const std::string dot = codec->encode(codec->decode(tiny).value(), {}).value();
   ASSERT_LT(dot.size(), tiny.size());
@@ -164,6 +165,21 @@ TEST_F(CaptureTranscoderTest, FailuresSayWhyAndLeaveTheFileAsItWas) {
 
   const std::string before = picture(true);
   files->put(shot.path, before);
+  files->put("/captures/film.webp", picture(true, ExportFormat::webp));
+  codec->animated = {ExportFormat::webp};
+  const CaptureTranscoder::Source film{.path = "/captures/film.webp", .scale = 2};
+  const std::string firstOnly =
+      "the capture is an animation, of which only the first picture would be left";
+  EXPECT_EQ(reason(film, ExportFormat::png), firstOnly);
+  const auto uncompressed = transcoder.compress(film, true);
+  EXPECT_EQ(sentence(std::get<CaptureTranscoder::Failed>(uncompressed).failure), firstOnly);
+  codec->animated.clear();
+  ASSERT_TRUE(files->remove("/captures/film.webp"));
+  codec->isHeicWasteful = true;
+  EXPECT_THAT(reason(shot, ExportFormat::heic),
+              StartsWith("the capture would be larger as HEIC ("));
+  codec->isHeicWasteful = false;
+
   codec->longestHeicSide = 40;
   EXPECT_EQ(reason(shot, ExportFormat::heic), "HEIC can't hold a screenshot this large");
   codec->broken = {ExportFormat::jpeg};

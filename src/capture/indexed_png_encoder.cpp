@@ -82,8 +82,8 @@ bool IndexedPNGEncoder::isTranslucent() const {
 }
 
 Result<std::string> IndexedPNGEncoder::encode(const ImageCodec& codec,
-                                              double pixelsPerPoint) const {
-  return codec.encodeIndexedPNG(image_, pixelsPerPoint);
+                                              const ImageEncoding& encoding) const {
+  return codec.encodeIndexedPNG(image_, encoding);
 }
 
 }  // namespace vantorel

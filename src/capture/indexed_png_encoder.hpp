@@ -22,7 +22,8 @@ class IndexedPNGEncoder {
   [[nodiscard]] bool isTranslucent() const;
   [[nodiscard]] const IndexedImage& image() const { return image_; }
 
-  [[nodiscard]] Result<std::string> encode(const ImageCodec& codec, double pixelsPerPoint) const;
+  [[nodiscard]] Result<std::string> encode(const ImageCodec& codec,
+                                           const ImageEncoding& encoding) const;
 
  private:
   IndexedImage image_;

@@ -362,8 +362,9 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                         })]() mutable {
     SpentTime encoding;
     const auto png = encoding.measure([&] {
-      return codec->encode(
-          image, {.format = ExportFormat::png, .pixelsPerPoint = record.scale.value_or(1)});
+      return codec->encode(image, {.format = ExportFormat::png,
+                                   .pixelsPerPoint = record.scale.value_or(1),
+                                   .createdAt = capturedAt});
     });
     logInfo("CaptureLatency", "of stage: encode {:.1f} ms", encoding.milliseconds());
     Staged staged = [&]() -> Staged {

@@ -192,10 +192,12 @@ void EditorModel::pickTool(Tool tool) {
   events_.changed();
 }
 
+double EditorModel::styleScale() const { return std::clamp(captureScale_.value_or(1), 0.5, 8.0); }
+
 ToolStyle EditorModel::style() const {
-  if (typing_) return styleShownBy(*draft_);
+  if (typing_) return styleShownBy(*draft_, styleScale());
   for (const auto& shape : *state_.shapes) {
-    if (selection_.contains(shape->id)) return styleShownBy(*shape);
+    if (selection_.contains(shape->id)) return styleShownBy(*shape, styleScale());
   }
   return styleOf(tool_, styles_);
 }
@@ -203,10 +205,10 @@ ToolStyle EditorModel::style() const {
 void EditorModel::changeStyle(const std::function<void(ToolStyle&)>& change) {
   std::set<Tool> touched;
   const auto restyled = [&](Shape shape) {
-    const ToolStyle before = styleShownBy(shape);
+    const ToolStyle before = styleShownBy(shape, styleScale());
     ToolStyle after = before;
     change(after);
-    restyle(shape, before, after);
+    restyle(shape, before, after, styleScale());
     touched.insert(toolOf(shape.type));
     return shape;
   };
@@ -251,7 +253,7 @@ Shape EditorModel::newShape(ShapeType type) const {
   Shape shape;
   shape.id = randomID();
   shape.type = type;
-  dress(shape, styleOf(toolOf(type), styles_));
+  dress(shape, styleOf(toolOf(type), styles_), styleScale());
   if (type == ShapeType::counter) {
     int highest = 0;
     for (const auto& other : *state_.shapes) {

@@ -115,6 +115,9 @@ class EditorModel {
 
   /// A new shape of the tool's kind in its style, on the capture, not yet in the document.
   [[nodiscard]] Shape newShape(ShapeType type) const;
+
+  /// By what widths and font sizes are multiplied.
+  [[nodiscard]] double styleScale() const;
   /// The layer that takes what is drawn at a point of the capture: the selected one, where it is
   /// seen.
   [[nodiscard]] std::optional<std::string> layerAt(Pt at) const;

@@ -137,7 +137,7 @@ TEST_F(EditorModelTest, GroupsAreMarkedMovedNudgedCopiedAndDeleted) {
   for (const double x : {100.0, 200.0, 300.0}) click({x, 100});
   EXPECT_EQ(last().number, 3);
   key("v");
-  drag({60, 60}, {240, 140});
+  drag({50, 50}, {250, 150});
   EXPECT_EQ(model->selection().size(), 2U);
   shift = true;
   click({300, 100});

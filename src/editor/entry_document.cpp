@@ -168,9 +168,7 @@ void checkLayer(LayerSpec& layer, const Path& folder, const Files& files, const 
   if (!layer.path) return;
   layer.path = (folder / *layer.path).lexically_normal().string();
   if (layer.name.empty()) layer.name = Path(*layer.path).stem().string();
-  const auto bytes = files.read(*layer.path, mostFileBytes);
-  const auto size = bytes ? codec.pixelSize(*bytes, layer.frameIndex)
-                          : Result<PixelSize>(std::unexpected(bytes.error()));
+  const auto size = codec.pixelSize(files, *layer.path, layer.frameIndex);
   if (!size) {
     const bool large = size.error().kind == FailureKind::tooLarge;
     (large ? situation.oversizedLayerIDs : situation.missingLayerIDs).push_back(layer.id);
@@ -267,12 +265,11 @@ Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
 
 Result<Image> readPictureFile(const Path& path, int frameIndex, const Files& files,
                               const ImageCodec& codec) {
-  const std::string bytes = VT_TRY(files.read(path, mostFileBytes));
-  const PixelSize size = VT_TRY(codec.pixelSize(bytes, frameIndex));
+  const PixelSize size = VT_TRY(codec.pixelSize(files, path, frameIndex));
   if (!isPossibleSize(size.width, size.height)) {
     return failed(FailureKind::tooLarge, "more than 64 million pixels");
   }
-  return codec.decode(bytes, frameIndex);
+  return codec.decode(VT_TRY(files.read(path, mostFileBytes)), frameIndex);
 }
 
 }  // namespace vantorel

@@ -72,6 +72,12 @@ int nearestWidth(double width) {
   return static_cast<int>(nearest - strokeWidths.begin());
 }
 
+void setWidth(Shape& shape, int index, double scale) {
+  const double width = strokeWidth(index);
+  shape.width = scale * width;
+  if (shape.type == ShapeType::text) shape.fontSize = scale * fontSizeFor(width);
+}
+
 }  // namespace
 
 double strokeWidth(int index) {
@@ -122,21 +128,17 @@ ToolStyle onlyWhatMatters(Tool tool, ToolStyle style) {
   return kept;
 }
 
-void dress(Shape& shape, const ToolStyle& style) {
+void dress(Shape& shape, const ToolStyle& style, double scale) {
   shape.color = style.color;
-  shape.width = strokeWidth(style.widthIdx);
-  if (shape.type == ShapeType::text) shape.fontSize = fontSizeFor(shape.width);
+  setWidth(shape, style.widthIdx, scale);
   if (shape.type == ShapeType::emoji) shape.text = style.emoji.value_or(StyleDefaults{}.emoji);
   visitFields(shape.type,
               [&](auto inStyle, auto inShape, auto) { shape.*inShape = style.*inStyle; });
 }
 
-void restyle(Shape& shape, const ToolStyle& before, const ToolStyle& after) {
+void restyle(Shape& shape, const ToolStyle& before, const ToolStyle& after, double scale) {
   if (after.color != before.color) shape.color = after.color;
-  if (after.widthIdx != before.widthIdx) {
-    shape.width = strokeWidth(after.widthIdx);
-    if (shape.type == ShapeType::text) shape.fontSize = fontSizeFor(shape.width);
-  }
+  if (after.widthIdx != before.widthIdx) setWidth(shape, after.widthIdx, scale);
   if (shape.type == ShapeType::emoji && after.emoji && after.emoji != before.emoji) {
     shape.text = *after.emoji;
   }
@@ -145,10 +147,10 @@ void restyle(Shape& shape, const ToolStyle& before, const ToolStyle& after) {
   });
 }
 
-ToolStyle styleShownBy(const Shape& shape) {
+ToolStyle styleShownBy(const Shape& shape, double scale) {
   ToolStyle style;
   style.color = shape.color;
-  style.widthIdx = nearestWidth(shape.width);
+  style.widthIdx = nearestWidth(shape.width / scale);
   if (shape.type == ShapeType::emoji) style.emoji = shape.text;
   visitFields(shape.type,
               [&](auto inStyle, auto inShape, auto) { style.*inStyle = shape.*inShape; });

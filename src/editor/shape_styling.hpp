@@ -12,13 +12,14 @@
 
 namespace vantorel {
 
-/// The stroke widths that `ToolStyle::widthIdx` picks from, in pixels.
+/// The stroke widths that `ToolStyle::widthIdx` picks from, in points: a capture of twice the scale
+/// takes twice as many pixels, and looks the same.
 inline constexpr std::array<double, 5> strokeWidths{2, 4, 6, 10, 16};
 
 /// The width at `index`, which is clamped into the list.
 [[nodiscard]] double strokeWidth(int index);
 
-/// The font size, in pixels, that goes with a stroke width.
+/// The font size, in points, that goes with a stroke width.
 [[nodiscard]] double fontSizeFor(double width);
 
 /// The colours the inspector offers.
@@ -56,14 +57,14 @@ struct StyleDefaults {
 [[nodiscard]] ToolStyle onlyWhatMatters(Tool tool, ToolStyle style);
 
 /// Gives a new shape of its type the look of `style`: colour, width, and each optional field that
-/// means something for the type.
-void dress(Shape& shape, const ToolStyle& style);
+/// means something for the type. `scale`, here and below, is the capture's, in pixels per point.
+void dress(Shape& shape, const ToolStyle& style, double scale = 1);
 
 /// Carries to an existing shape only what differs between `before` and `after`.
-void restyle(Shape& shape, const ToolStyle& before, const ToolStyle& after);
+void restyle(Shape& shape, const ToolStyle& before, const ToolStyle& after, double scale = 1);
 
 /// The style that `shape` shows: what the inspector displays while it is selected.
-[[nodiscard]] ToolStyle styleShownBy(const Shape& shape);
+[[nodiscard]] ToolStyle styleShownBy(const Shape& shape, double scale = 1);
 
 /// `color` as people write it: "#ff3b30" or "rgb(255, 59, 48)". Not a colour: as it is.
 [[nodiscard]] std::string colorText(const std::string& color, ColorFormat format);

@@ -43,6 +43,15 @@ TEST(ShapeStylingTest, AShapeTakesOnlyWhatItsKindUses) {
   EXPECT_EQ(rect.headStyle, std::nullopt);
   EXPECT_EQ(styleOf(Tool::highlightArea, {}).color, "#ff3b30");
 
+  // At twice the scale strokes and letters have twice the pixels.
+  Shape text;
+  text.type = ShapeType::text;
+  const ToolStyle bold{.color = "#007aff", .widthIdx = 2};
+  dress(text, bold, 2);
+  EXPECT_EQ(text.width, 12);
+  EXPECT_EQ(text.fontSize, 2 * fontSizeFor(6));
+  EXPECT_EQ(styleShownBy(text, 2).widthIdx, 2);
+
   rect.cornerRadius = 12;
   const ToolStyle shown = styleShownBy(rect);
   ToolStyle changed = shown;

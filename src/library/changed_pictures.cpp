@@ -5,11 +5,6 @@
 #include "base/log.hpp"
 
 namespace vantorel {
-namespace {
-
-constexpr std::uint64_t largestPicture = 1 << 30;
-
-}  // namespace
 
 void ChangedPictures::fileChanged(const std::string& path) {
   const EntryPointer entry = services_.store.findByPath(path);
@@ -18,8 +13,7 @@ void ChangedPictures::fileChanged(const std::string& path) {
                         path, reply = alive_.guard([this, path](const Result<PixelSize>& size) {
                           if (size) found(path, *size);
                         })]() mutable {
-    const auto bytes = files.read(path, largestPicture);
-    auto size = bytes ? codec->pixelSize(*bytes) : std::unexpected(bytes.error());
+    auto size = codec->pixelSize(files, path);
     main->post([size = std::move(size), reply = std::move(reply)]() mutable { reply(size); });
   });
 }

@@ -15,8 +15,6 @@
 namespace vantorel {
 namespace {
 
-constexpr std::uint64_t largestPicture = std::uint64_t{1} << 30;
-
 struct MediumOfSuffix {
   std::string_view suffix;
   CaptureMedium medium;
@@ -187,8 +185,7 @@ Result<ScreenshotEntry> entryForFile(const Files& files, const ImageCodec& codec
   entry.capturedAt = timeInName(path.stem().string()).value_or(status.modified);
   entry.medium = *medium;
   if (*medium == CaptureMedium::image) {
-    const std::string bytes = VT_TRY(files.read(path, largestPicture));
-    const PixelSize size = VT_TRY(codec.pixelSize(bytes));
+    const PixelSize size = VT_TRY(codec.pixelSize(files, path));
     entry.pixelWidth = size.width;
     entry.pixelHeight = size.height;
   }

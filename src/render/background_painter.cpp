@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <vector>
 
 #include "editor/background_gradient.hpp"
@@ -104,21 +105,46 @@ struct Placing {
   double radius = 0;
 };
 
-/// A soft shadow, a little below the picture. Made small and stretched: it has no detail to lose.
-void paintShadow(TiledSurface& surface, PixelSize picture, const Placing& placing,
+/// Runs `draw` for each part of a picture, which may be longer than the library takes at once, with
+/// the part as a source and where it lies.
+void forEachPart(const Image& picture,
+                 const std::function<void(cairo_surface_t*, const PixelRect&)>& draw) {
+  for (int y = 0; y < picture.height(); y += TiledSurface::tileSide) {
+    for (int x = 0; x < picture.width(); x += TiledSurface::tileSide) {
+      const PixelRect part = intersection({x, y, TiledSurface::tileSide, TiledSurface::tileSide},
+                                          {0, 0, picture.width(), picture.height()});
+      const Image piece = picture.cropped(part);
+      draw(asSource(piece).get(), part);
+    }
+  }
+}
+
+/// A soft shadow of what is opaque, a little below the picture. Made small and stretched: it has no
+/// detail to lose.
+void paintShadow(TiledSurface& surface, const Image& picture, const Placing& placing,
                  double strength) {
-  const double longer = std::max(picture.width, picture.height);
+  const double longer = std::max(picture.width(), picture.height());
   const double spread = std::clamp(0.35 * placing.padding, 2.0, 0.04 * longer + 4);
   const double shrink = std::max({1.0, longer / 1024, spread / 8});
   const double margin = std::ceil(2.5 * spread / shrink);
-  const double w = picture.width / shrink;
-  const double h = picture.height / shrink;
+  const double w = picture.width() / shrink;
+  const double h = picture.height() / shrink;
   Mask mask(int(std::ceil(w + 2 * margin)), int(std::ceil(h + 2 * margin)));
   const CairoSurface shape = mask.surface();
   {
     const CairoContext cr(cairo_create(shape.get()));
     addRounded(cr.get(), margin, margin, w, h, placing.radius / shrink);
-    cairo_fill(cr.get());
+    if (picture.format() == PixelFormat::bgrx) {
+      cairo_fill(cr.get());
+    } else {
+      cairo_clip(cr.get());
+      cairo_translate(cr.get(), margin, margin);
+      cairo_scale(cr.get(), 1 / shrink, 1 / shrink);
+      forEachPart(picture, [&](cairo_surface_t* source, const PixelRect& part) {
+        cairo_set_source_surface(cr.get(), source, part.x, part.y);
+        cairo_paint(cr.get());
+      });
+    }
   }
   cairo_surface_flush(shape.get());
   mask.blur(std::max(1, int(std::round(spread / shrink * 0.6))));
@@ -151,23 +177,23 @@ Image withBackground(const Image& picture, const BackgroundSpec& background) {
     cairo_paint(cr);
   });
   if (background.shadow && background.shadowStrength > 0 && margin > 0) {
-    paintShadow(surface, picture.size(), placing, background.shadowStrength);
+    paintShadow(surface, picture, placing, background.shadowStrength);
   }
-  // A long picture is handed over in the tiles it is drawn in.
-  for (int y = 0; y < picture.height(); y += TiledSurface::tileSide) {
-    for (int x = 0; x < picture.width(); x += TiledSurface::tileSide) {
-      const PixelRect part = intersection({x, y, TiledSurface::tileSide, TiledSurface::tileSide},
-                                          {0, 0, picture.width(), picture.height()});
-      const Image piece = picture.cropped(part);
-      const CairoSurface source = asSource(piece);
-      surface.draw(all, {x + margin, y + margin, part.width, part.height}, [&](cairo_t* cr) {
-        addRounded(cr, margin, margin, picture.width(), picture.height(), placing.radius);
-        cairo_clip(cr);
-        cairo_set_source_surface(cr, source.get(), x + margin, y + margin);
-        cairo_paint(cr);
-      });
-    }
-  }
+  const bool isTranslucent = picture.format() != PixelFormat::bgrx;
+  forEachPart(picture, [&](cairo_surface_t* source, const PixelRect& part) {
+    const PixelRect place{part.x + margin, part.y + margin, part.width, part.height};
+    surface.draw(all, place, [&](cairo_t* cr) {
+      addRounded(cr, margin, margin, picture.width(), picture.height(), placing.radius);
+      cairo_clip(cr);
+      if (isTranslucent) {
+        // What shines through glass is the background, not the glass's own shadow.
+        cairo_set_source(cr, fill.get());
+        cairo_mask_surface(cr, source, place.x, place.y);
+      }
+      cairo_set_source_surface(cr, source, place.x, place.y);
+      cairo_paint(cr);
+    });
+  });
   return std::move(result).finish();
 }
 

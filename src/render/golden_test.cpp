@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "editor/shape_geometry.hpp"
@@ -166,6 +167,100 @@ TEST(GoldenTest, LayersCropAndBackground) {
   image = renderScene(document, source);
   ASSERT_TRUE(image.has_value());
   expectLooksLike("background", *image);
+}
+
+/// A window as it comes without a frame: round corners, a glass title bar, and nothing around it.
+Image glassWindow(PixelSize pixels) {
+  MutableImage image(pixels, PixelFormat::bgraPremultiplied);
+  constexpr int radius = 16;
+  for (int y = 0; y < pixels.height; ++y) {
+    for (int x = 0; x < pixels.width; ++x) {
+      const double dx = std::max({radius - 0.5 - x, x + 0.5 - (pixels.width - radius), 0.0});
+      const double dy = std::max({radius - 0.5 - y, y + 0.5 - (pixels.height - radius), 0.0});
+      const double inside = std::clamp(radius + 0.5 - std::hypot(dx, dy), 0.0, 1.0);
+      const double alpha = inside * (y < 28 ? 0.55 : 1);
+      const auto level = static_cast<std::uint8_t>(std::lround((y < 28 ? 255 : 246) * alpha));
+      std::uint8_t* const pixel = image.row(y).data() + std::ptrdiff_t{4} * x;
+      pixel[0] = pixel[1] = pixel[2] = level;
+      pixel[3] = static_cast<std::uint8_t>(std::lround(255 * alpha));
+    }
+  }
+  return std::move(image).finish();
+}
+
+TEST(GoldenTest, WhatIsTransparentShowsTheCanvasAndTheBackground) {
+  const Image window = glassWindow({160, 110});
+  EditorDocument document;
+  document.background.fill.value = BackgroundFill::Gradient{"dusk"};
+  document.background.paddingPercent = 20;
+  document.background.shadow = true;
+  document.background.shadowStrength = 0.6;
+  auto image = renderScene(document, {window, {}});
+  ASSERT_TRUE(image.has_value());
+  expectLooksLike("glass", *image);
+
+  // As a layer it lies on the canvas's colour, which nothing makes a hole in.
+  document = {};
+  document.canvas = {240, 170, "#ffcc00", {}};
+  LayerSpec capture;
+  capture.id = "capture";
+  capture.frame = {0, 0, 200, 150};
+  LayerSpec above = capture;
+  above.id = "above";
+  above.path = "/window.png";
+  above.frame = {90, 60, 130, 95};
+  above.opacity = 0.6;
+  above.border = LayerBorder{10, "#007aff", {}};
+  document.layers = {capture, above};
+  SceneSource source{plainImage({200, 150}, 0xff404048), {}};
+  source.readLayerPicture = [&](const LayerSpec&) -> Result<Image> { return window; };
+  image = renderScene(document, source);
+  ASSERT_TRUE(image.has_value());
+  EXPECT_EQ(image->format(), PixelFormat::bgrx);
+  expectLooksLike("layer_opacity", *image);
+}
+
+TEST(GoldenTest, EdgesCornersAndHighlights) {
+  const PixelSize wide{300, 220};
+  MutableImage ground(wide, PixelFormat::bgrx);
+  for (int y = 0; y < wide.height; ++y) {
+    auto row = ground.row(y);
+    std::ranges::fill(row, std::uint8_t{245});
+    std::fill(row.begin() + 150 * 4, row.end(), std::uint8_t{36});
+  }
+  std::vector<Shape> shapes;
+  const auto add = [&](Shape shape) -> Shape& { return shapes.emplace_back(std::move(shape)); };
+  // Highlights keep what is written readable, on light and on dark.
+  double y = 6;
+  for (const char* color : {"#ffcc00", "#ff3b30", "#007aff", "#34c759"}) {
+    add(textShape({10, y}, "Readable text", 14, TextStyle::plain, "#202428"));
+    add(textShape({160, y}, "Readable text", 14, TextStyle::plain, "#f0f0f0"));
+    add(lineShape(ShapeType::highlightRect, {6, y}, {140, y + 18}, color));
+    add(lineShape(ShapeType::highlightRect, {156, y}, {292, y + 18}, color));
+    y += 22;
+  }
+  for (const double x : {10.0, 160.0}) {
+    add(lineShape(ShapeType::highlighter, {}, {}, "#ffcc00", 4)).points = {
+        {x, 104}, {x + 60, 100}, {x + 120, 106}};
+  }
+  // Paths gain no hyphens, and a wide letter stays on its label.
+  Shape& path = add(textShape({8, 122}, "/usr/share/superlongdirectoryname", 11, TextStyle::label));
+  path.boxWidth = 90;
+  add(textShape({118, 126}, "WW", 20, TextStyle::label, "#34c759")).boxWidth = 8;
+  // Dashes fit their lines.
+  Shape& star = add(lineShape(ShapeType::polygon, {160, 120}, {215, 175}, "#ffcc00", 3));
+  star.sides = 5;
+  star.starInset = 0.55;
+  star.lineStyle = LineStyle::dashed;
+  add(lineShape(ShapeType::rect, {226, 122}, {290, 172}, "#5ac8fa", 3)).lineStyle =
+      LineStyle::dashed;
+  Shape& arrow = add(lineShape(ShapeType::arrow, {160, 186}, {240, 186}, "#ffffff", 3));
+  arrow.lineStyle = LineStyle::dashed;
+  // Labels stay in the picture.
+  add(lineShape(ShapeType::measure, {286, 178}, {298, 214}, "#ff3b30", 2));
+  add(lineShape(ShapeType::measure, {2, 214}, {60, 214}, "#007aff", 2));
+  add(pointShape(ShapeType::counter, {180, 205}, "", "#af52de", 3)).number = 1234;
+  expectLooksLike("edges", draw(shapes, std::move(ground).finish()));
 }
 
 }  // namespace

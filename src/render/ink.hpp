@@ -20,7 +20,14 @@ struct Ink {
 /// "#" and six hexadecimal digits; the standard red for anything else.
 [[nodiscard]] Ink inkOf(const std::string& color);
 
-/// Black or white, whichever reads better on `ink`.
-[[nodiscard]] Ink contrasting(const Ink& ink);
+/// A line around `ink` that sets it off from what is behind: white, or nearly black where the ink
+/// is light.
+[[nodiscard]] Ink rimOf(const Ink& ink);
+
+/// For letters on `ground`: white or black, with a contrast of at least 4.5 to 1.
+[[nodiscard]] Ink readableOn(const Ink& ground);
+
+/// The share of white's light that a colour gives off, 0 to 1, as contrasts are counted.
+[[nodiscard]] double luminance(const Ink& ink);
 
 }  // namespace vantorel

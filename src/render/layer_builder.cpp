@@ -80,38 +80,6 @@ std::vector<Piece> collect(const EditorDocument& document, const Image& base,
   return pieces;
 }
 
-/// The pixels that `piece` covers completely.
-PixelRect coveredBy(const Piece& piece) {
-  if (piece.opacity < 1) return {};
-  const double left = std::ceil(std::clamp(piece.frame.x, -1e8, 1e8));
-  const double top = std::ceil(std::clamp(piece.frame.y, -1e8, 1e8));
-  const double right = std::floor(std::clamp(piece.frame.right(), -1e8, 1e8));
-  const double bottom = std::floor(std::clamp(piece.frame.bottom(), -1e8, 1e8));
-  return {int(left), int(top), int(std::max(right - left, 0.0)), int(std::max(bottom - top, 0.0))};
-}
-
-void paintCanvasColor(TiledSurface& surface, const std::string& color,
-                      const std::vector<Piece>& pieces) {
-  const PixelRect all{0, 0, surface.size().width, surface.size().height};
-  const cairo_rectangle_int_t whole{0, 0, all.width, all.height};
-  cairo_region_t* const bare = cairo_region_create_rectangle(&whole);
-  for (const Piece& piece : pieces) {
-    const PixelRect covered = intersection(coveredBy(piece), all);
-    if (covered.isEmpty()) continue;
-    const cairo_rectangle_int_t rect{covered.x, covered.y, covered.width, covered.height};
-    cairo_region_subtract_rectangle(bare, &rect);
-  }
-  for (int i = 0; i < cairo_region_num_rectangles(bare); ++i) {
-    cairo_rectangle_int_t rect;
-    cairo_region_get_rectangle(bare, i, &rect);
-    surface.draw(all, {rect.x, rect.y, rect.width, rect.height}, [&](cairo_t* cr) {
-      inkOf(color).set(cr);
-      cairo_paint(cr);
-    });
-  }
-  cairo_region_destroy(bare);
-}
-
 /// Copies what is on whole pixels; cairo would do the same, with a limit to the side.
 void copyPixels(MutableImage& target, const Piece& piece) {
   const int dx = static_cast<int>(std::clamp(piece.frame.x, -1e8, 1e8));
@@ -143,30 +111,44 @@ void copyPixels(MutableImage& target, const Piece& piece) {
   }
 }
 
-void paintScaled(TiledSurface& surface, const Piece& piece, const PixelRect& all) {
+void addBorder(cairo_t* cr, const Piece& piece) {
+  const double width = std::min({piece.border->width, piece.frame.w / 2, piece.frame.h / 2});
+  const Box inner = grown(piece.frame, -width);
+  cairo_rectangle(cr, piece.frame.x, piece.frame.y, piece.frame.w, piece.frame.h);
+  cairo_rectangle(cr, inner.x, inner.y, inner.w, inner.h);
+  cairo_set_fill_rule(cr, CAIRO_FILL_RULE_EVEN_ODD);
+  inkOf(piece.border->color).set(cr);
+  cairo_fill(cr);
+}
+
+void paintScaled(cairo_t* cr, const Piece& piece, cairo_surface_t* source) {
+  cairo_save(cr);
+  cairo_rectangle(cr, piece.frame.x, piece.frame.y, piece.frame.w, piece.frame.h);
+  cairo_clip(cr);
+  cairo_translate(cr, piece.frame.x, piece.frame.y);
+  cairo_scale(cr, piece.frame.w / piece.picture.width(), piece.frame.h / piece.picture.height());
+  cairo_set_source_surface(cr, source, 0, 0);
+  cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_GOOD);
+  cairo_pattern_set_extend(cairo_get_source(cr), CAIRO_EXTEND_PAD);
+  cairo_paint(cr);
+  cairo_restore(cr);
+}
+
+/// The picture and its border as one thing, which lets through what its opacity says.
+void paintPiece(TiledSurface& surface, const Piece& piece, const PixelRect& all) {
   const CairoSurface source = asSource(piece.picture);
   surface.draw(all, pixelsAround(piece.frame), [&](cairo_t* cr) {
-    cairo_rectangle(cr, piece.frame.x, piece.frame.y, piece.frame.w, piece.frame.h);
-    cairo_clip(cr);
-    cairo_translate(cr, piece.frame.x, piece.frame.y);
-    cairo_scale(cr, piece.frame.w / piece.picture.width(), piece.frame.h / piece.picture.height());
-    cairo_set_source_surface(cr, source.get(), 0, 0);
-    cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_GOOD);
-    cairo_pattern_set_extend(cairo_get_source(cr), CAIRO_EXTEND_PAD);
+    if (piece.opacity < 1) cairo_push_group(cr);
+    paintScaled(cr, piece, source.get());
+    if (piece.border) addBorder(cr, piece);
+    if (piece.opacity == 1) return;
+    cairo_pop_group_to_source(cr);
     cairo_paint_with_alpha(cr, piece.opacity);
   });
 }
 
 void paintBorder(TiledSurface& surface, const Piece& piece, const PixelRect& all) {
-  const double width = std::min({piece.border->width, piece.frame.w / 2, piece.frame.h / 2});
-  surface.draw(all, pixelsAround(piece.frame), [&](cairo_t* cr) {
-    const Box inner = grown(piece.frame, -width);
-    cairo_rectangle(cr, piece.frame.x, piece.frame.y, piece.frame.w, piece.frame.h);
-    cairo_rectangle(cr, inner.x, inner.y, inner.w, inner.h);
-    cairo_set_fill_rule(cr, CAIRO_FILL_RULE_EVEN_ODD);
-    inkOf(piece.border->color).withAlpha(piece.opacity).set(cr);
-    cairo_fill(cr);
-  });
+  surface.draw(all, pixelsAround(piece.frame), [&](cairo_t* cr) { addBorder(cr, piece); });
 }
 
 }  // namespace
@@ -184,26 +166,33 @@ LayerComposite buildLayers(const EditorDocument& document, const Image& base,
   composite.pixelWidth = part.width;
   composite.pixelHeight = part.height;
   std::vector<Piece> pieces = collect(document, base, readPicture, composite);
+  // Without layers and room around it the capture is all there is, transparent corners and all.
+  const CanvasSize canvas = canvasSizeOf(document.canvas, base.size());
+  const bool isCaptureAlone =
+      document.layers.empty() && canvas.width == base.width() && canvas.height == base.height();
   const PixelRect inBase = intersection(part, {0, 0, base.width(), base.height()});
-  if (pieces.size() == 1 && pieces[0].id.empty() && inBase == part) {
+  if (isCaptureAlone && inBase == part) {
     composite.image = base.cropped(part);
     return composite;
   }
-  MutableImage picture({part.width, part.height}, PixelFormat::bgraPremultiplied);
+  MutableImage picture({part.width, part.height}, PixelFormat::bgrx);
   const PixelRect all{0, 0, part.width, part.height};
   TiledSurface surface(picture.row(0).data(), picture.stride(), picture.size());
   for (Piece& piece : pieces) {
     piece.frame.x -= part.x;
     piece.frame.y -= part.y;
   }
-  paintCanvasColor(surface, document.canvas.backdropHex, pieces);
+  surface.draw(all, all, [&](cairo_t* cr) {
+    inkOf(document.canvas.backdropHex).set(cr);
+    cairo_paint(cr);
+  });
   for (const Piece& piece : pieces) {
     if (piece.isUnscaled() && piece.opacity == 1) {
       copyPixels(picture, piece);
+      if (piece.border) paintBorder(surface, piece, all);
     } else {
-      paintScaled(surface, piece, all);
+      paintPiece(surface, piece, all);
     }
-    if (piece.border) paintBorder(surface, piece, all);
   }
   composite.image = std::move(picture).finish();
   return composite;

@@ -13,10 +13,10 @@ namespace vantorel {
 /// `tooLarge` an oversized one. Called on the thread that builds.
 using ReadLayerPicture = std::function<Result<Image>(const LayerSpec& layer)>;
 
-/// Draws the canvas colour and the visible layers, lowest first. The colour is seen only where no
-/// image covers the canvas: a capture with transparent corners keeps them. Layers that cannot be
-/// read are left out and named. A document without layers and with a canvas of the capture's size
-/// gives `base` itself, shared.
+/// Draws the canvas colour and the visible layers, lowest first. The colour lies below all of them
+/// and shows through what they leave transparent; the result is opaque. Layers that cannot be read
+/// are left out and named. A document without layers and with a canvas of the capture's size has no
+/// canvas to be seen: it gives `base` itself, shared, with its transparent corners.
 ///
 /// Any thread. The same on every run.
 [[nodiscard]] LayerComposite buildLayers(const EditorDocument& document, const Image& base,

@@ -1,9 +1,9 @@
 #include "render/line_painter.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
+#include "render/dashes.hpp"
 #include "render/ink.hpp"
 #include "render/text_layout.hpp"
 
@@ -102,7 +102,16 @@ struct MeasureForm {
   Pt text;
 };
 
-MeasureForm formOf(const Shape& measure, const std::string& label) {
+/// The box moved into `room`, where it fits.
+Box within(Box box, const Box& room) {
+  constexpr double margin = 2;
+  const Box inner = grown(room, -margin);
+  if (box.w <= inner.w) box.x = std::clamp(box.x, inner.x, inner.right() - box.w);
+  if (box.h <= inner.h) box.y = std::clamp(box.y, inner.y, inner.bottom() - box.h);
+  return box;
+}
+
+MeasureForm formOf(const Shape& measure, const std::string& label, const Box& room) {
   MeasureForm form;
   form.start = {measure.x1, measure.y1};
   form.end = {measure.x2, measure.y2};
@@ -126,35 +135,29 @@ MeasureForm formOf(const Shape& measure, const std::string& label) {
     middle = middle + (reach + form.tick + 3) * side;
   }
   form.label = {middle.x - w / 2, middle.y - h / 2, w, h};
-  form.text = {middle.x - lines.w / 2, middle.y - lines.h / 2};
+  if (intersects(boundsOf({form.start, form.end}), room)) form.label = within(form.label, room);
+  form.text = {form.label.x + (w - lines.w) / 2, form.label.y + (h - lines.h) / 2};
   return form;
 }
 
 }  // namespace
 
-void setStroke(cairo_t* cr, double width, LineStyle style) {
+void setStroke(cairo_t* cr, double width) {
   cairo_set_line_width(cr, width);
   cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
-  if (style == LineStyle::solid) {
-    cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
-    return;
-  }
-  const std::array<double, 2> dashes{std::max(3 * width, 6.0), std::max(2 * width, 4.0)};
-  cairo_set_line_cap(cr, CAIRO_LINE_CAP_BUTT);
-  cairo_set_dash(cr, dashes.data(), 2, 0);
+  cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
+  cairo_set_dash(cr, nullptr, 0, 0);
+}
+
+void strokePath(cairo_t* cr, double width, LineStyle style) {
+  setStroke(cr, width);
+  if (style == LineStyle::dashed) setDashesAlongPath(cr, width);
+  cairo_stroke(cr);
 }
 
 void paintStroke(cairo_t* cr, const Shape& shape) {
   if (shape.points.empty()) return;
   const std::vector<Pt>& points = shape.points;
-  const bool isMarker = shape.type == ShapeType::highlighter;
-  setStroke(cr, std::max(shape.width, 1.0) * (isMarker ? highlighterWidening : 1),
-            shape.lineStyle.value_or(LineStyle::solid));
-  if (isMarker) {
-    inkOf(shape.color).withAlpha(0.4).set(cr);
-  } else {
-    inkOf(shape.color).set(cr);
-  }
   moveTo(cr, points.front());
   // Through the middles of the samples, with the samples as control points: no corners.
   for (std::size_t i = 1; i + 1 < points.size(); ++i) {
@@ -166,7 +169,9 @@ void paintStroke(cairo_t* cr, const Shape& shape) {
     cairo_curve_to(cr, first.x, first.y, second.x, second.y, middle.x, middle.y);
   }
   lineTo(cr, points.back());
-  cairo_stroke(cr);
+  const bool isMarker = shape.type == ShapeType::highlighter;
+  strokePath(cr, std::max(shape.width, 1.0) * (isMarker ? highlighterWidening : 1),
+             shape.lineStyle.value_or(LineStyle::solid));
 }
 
 void paintArrow(cairo_t* cr, const Shape& arrow) {
@@ -180,8 +185,7 @@ void paintArrow(cairo_t* cr, const Shape& arrow) {
   if (isRing) from = placeAt(form.curve, form.tail, false);
   if (from < to) {
     addCurve(cr, cut(form.curve, from, to));
-    setStroke(cr, form.width, arrow.lineStyle.value_or(LineStyle::solid));
-    cairo_stroke(cr);
+    strokePath(cr, form.width, arrow.lineStyle.value_or(LineStyle::solid));
   }
   if (form.atEnd) fillHead(cr, form.curve.end, form.curve.at(to), form.head);
   if (form.atStart) fillHead(cr, form.curve.start, form.curve.at(from), form.head);
@@ -204,11 +208,11 @@ Box arrowBounds(const Shape& arrow) {
   return grown(hull, std::max({form.width, form.head, form.tail + form.width}));
 }
 
-void paintMeasure(cairo_t* cr, const Shape& measure, const std::string& label) {
-  const MeasureForm form = formOf(measure, label);
+void paintMeasure(cairo_t* cr, const Shape& measure, const std::string& label, const Box& room) {
+  const MeasureForm form = formOf(measure, label, room);
   const Ink ink = inkOf(measure.color);
   ink.set(cr);
-  setStroke(cr, form.width, LineStyle::solid);
+  setStroke(cr, form.width);
   moveTo(cr, form.start);
   lineTo(cr, form.end);
   for (const Pt end : {form.start, form.end}) {
@@ -223,13 +227,13 @@ void paintMeasure(cairo_t* cr, const Shape& measure, const std::string& label) {
   cairo_arc(cr, form.label.right() - radius, y, radius, 3 * M_PI / 2, M_PI / 2);
   cairo_close_path(cr);
   cairo_fill(cr);
-  contrasting(ink).set(cr);
+  readableOn(ink).set(cr);
   moveTo(cr, form.text);
   pango_cairo_show_layout(cr, form.layout.get());
 }
 
-Box measureBounds(const Shape& measure, const std::string& label) {
-  const MeasureForm form = formOf(measure, label);
+Box measureBounds(const Shape& measure, const std::string& label, const Box& room) {
+  const MeasureForm form = formOf(measure, label, room);
   const Box line = grown(boundsOf({form.start, form.end}), form.tick + form.width);
   return boundsOf({{line.x, line.y},
                    {line.right(), line.bottom()},

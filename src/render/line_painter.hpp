@@ -11,15 +11,21 @@
 
 namespace vantorel {
 
+/// Strokes of pens and highlighters, in the source that is set.
 void paintStroke(cairo_t* cr, const Shape& shape);
 void paintArrow(cairo_t* cr, const Shape& arrow);
-void paintMeasure(cairo_t* cr, const Shape& measure, const std::string& label);
+
+/// The label stays within `room`, if it fits and the line is to be seen there at all.
+void paintMeasure(cairo_t* cr, const Shape& measure, const std::string& label, const Box& room);
 
 /// Beyond these no mark is left.
 [[nodiscard]] Box arrowBounds(const Shape& arrow);
-[[nodiscard]] Box measureBounds(const Shape& measure, const std::string& label);
+[[nodiscard]] Box measureBounds(const Shape& measure, const std::string& label, const Box& room);
 
-/// Sets width, joins, caps and dashes.
-void setStroke(cairo_t* cr, double width, LineStyle style);
+/// Sets width, round joins and caps, and no dashes.
+void setStroke(cairo_t* cr, double width);
+
+/// Strokes the current path, an open one or one without corners, in `style`.
+void strokePath(cairo_t* cr, double width, LineStyle style);
 
 }  // namespace vantorel

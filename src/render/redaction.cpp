@@ -141,11 +141,7 @@ struct Cells {
   }
 };
 
-Cells makeCells(const PixelRect& area, int size, float strength, const Surroundings& around) {
-  Cells cells;
-  cells.size = size;
-  cells.columns = (area.width + size - 1) / size;
-  cells.rows = (area.height + size - 1) / size;
+Cells makeCells(Cells cells, float strength, const Surroundings& around) {
   cells.tones.reserve(static_cast<std::size_t>(cells.columns) *
                       static_cast<std::size_t>(cells.rows));
   for (int row = 0; row < cells.rows; ++row) {
@@ -162,16 +158,23 @@ std::uint32_t* rowOf(std::uint8_t* pixels, std::size_t stride, int y) {
   return reinterpret_cast<std::uint32_t*>(pixels + static_cast<std::size_t>(y) * stride);
 }
 
+/// Tiles as even as whole pixels allow, so that none at the edges is a sliver.
 void drawTiles(std::uint8_t* pixels, std::size_t stride, const PixelRect& area, const Cells& cells,
                const PixelRect& part) {
-  for (int y = part.y; y < part.bottom(); ++y) {
-    std::uint32_t* const row = rowOf(pixels, stride, y);
-    const int cellRow = (y - area.y) / cells.size;
-    for (int x = part.x; x < part.right();) {
-      const int column = (x - area.x) / cells.size;
-      const int end = std::min(part.right(), area.x + (column + 1) * cells.size);
-      std::fill(row + x, row + end, pixelOf(cells.at(column, cellRow)));
-      x = end;
+  const auto edge = [](int start, int length, int i, int count) {
+    return start + static_cast<int>(std::int64_t{length} * i / count);
+  };
+  for (int cellRow = 0; cellRow < cells.rows; ++cellRow) {
+    const int top = std::max(edge(area.y, area.height, cellRow, cells.rows), part.y);
+    const int bottom = std::min(edge(area.y, area.height, cellRow + 1, cells.rows), part.bottom());
+    for (int y = top; y < bottom; ++y) {
+      std::uint32_t* const row = rowOf(pixels, stride, y);
+      for (int column = 0; column < cells.columns; ++column) {
+        const int left = std::max(edge(area.x, area.width, column, cells.columns), part.x);
+        const int right =
+            std::min(edge(area.x, area.width, column + 1, cells.columns), part.right());
+        if (left < right) std::fill(row + left, row + right, pixelOf(cells.at(column, cellRow)));
+      }
     }
   }
 }
@@ -254,10 +257,16 @@ void cover(std::uint8_t* pixels, std::size_t stride, PixelSize size, const Redac
   const Surroundings around(pixels, stride, size, area, all);
   const int shorter = std::min(area.width, area.height);
   if (redaction.style == RedactStyle::pixelate) {
-    const Cells cells = makeCells(area, std::clamp(shorter / 4, 6, 48), 110, around);
+    const int side = std::clamp(shorter / 4, 6, 48);
+    const auto fitting = [side](int length) { return std::max((length + side / 2) / side, 1); };
+    const Cells cells =
+        makeCells({side, fitting(area.width), fitting(area.height), {}}, 110, around);
     drawTiles(pixels, stride, area, cells, part);
   } else {
-    const Cells cells = makeCells(area, std::clamp(shorter / 2, 8, 80), 70, around);
+    const int side = std::clamp(shorter / 2, 8, 80);
+    const auto covering = [side](int length) { return (length + side - 1) / side; };
+    const Cells cells =
+        makeCells({side, covering(area.width), covering(area.height), {}}, 70, around);
     drawFrost(pixels, stride, area, cells, part);
   }
 }

@@ -81,6 +81,7 @@ TEST(RedactionTest, NothingOfTheCoveredAreaReachesTheResult) {
       // What is drawn above may be seen, and must not reach below.
       shapes.push_back(lineShape(ShapeType::highlighter, {}, {}));
       shapes.back().points = {{0, 30}, {150, 100}};
+      shapes.push_back(lineShape(ShapeType::highlightRect, {10, 10}, {150, 90}));
       const std::string first = bytesOf(draw(shapes, noisy({160, 120}, touched(boxes), 2)));
       const std::string second = bytesOf(draw(shapes, noisy({160, 120}, touched(boxes), 3)));
       EXPECT_TRUE(first == second) << name << " " << boxes[0].x;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "render/highlight_ground.hpp"
 #include "render/ink.hpp"
 #include "render/tiled_surface.hpp"
 
@@ -107,7 +108,7 @@ std::vector<PixelRect> SceneCanvas::changedAreas(const std::vector<Shape>& shape
       now.push_back(placed_[before]);
       continue;
     }
-    PlacedShape shape = placed(shapes[i], ground_.toPicture, ground_.captureScale);
+    PlacedShape shape = placed(shapes[i], ground_.toPicture, ground_.captureScale, size());
     if (shape.shape.type == ShapeType::redact) {
       // From the untamed numbers: a box of any size covers all it should.
       const Shape box = mapped(shapes[i], ground_.toPicture);
@@ -123,6 +124,19 @@ std::vector<PixelRect> SceneCanvas::changedAreas(const std::vector<Shape>& shape
     for (std::size_t i = front; i < shapes_.size() - back; ++i) note(placed_[i].bounds);
   }
   return areas;
+}
+
+/// A highlight follows the ground below it, of which redactions leave more or less to be seen.
+void SceneCanvas::adaptHighlights(std::vector<PixelRect>& areas) {
+  const PixelRect all{0, 0, size().width, size().height};
+  for (PlacedShape& shape : placed_) {
+    if (!isHighlight(shape.shape)) continue;
+    const bool isOnDark = isOnDarkGround(shape, ground_.picture, redactions_);
+    if (isOnDark == shape.isOnDark) continue;
+    shape.isOnDark = isOnDark;
+    const PixelRect seen = intersection(shape.bounds, all);
+    if (!seen.isEmpty()) areas.push_back(seen);
+  }
 }
 
 /// A redaction depends on all of its rim: an area that touches it takes it in whole.
@@ -148,6 +162,7 @@ std::vector<PixelRect> SceneCanvas::show(const std::vector<Shape>& shapes) {
   shapes_ = shapes;
   placed_ = std::move(now);
   redactions_ = redactionsOf(placed_);
+  adaptHighlights(areas);
   const PixelRect all{0, 0, size().width, size().height};
   if (!isDrawn_) {
     isDrawn_ = true;

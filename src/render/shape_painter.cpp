@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "render/dashes.hpp"
 #include "render/ink.hpp"
 #include "render/line_painter.hpp"
 #include "render/text_layout.hpp"
@@ -68,14 +69,26 @@ void addEllipse(cairo_t* cr, const Box& box) {
   cairo_restore(cr);
 }
 
+/// Where the outline turns; nothing for a round one.
+std::vector<Pt> cornersOf(const Shape& shape) {
+  if (shape.type == ShapeType::polygon) return polygonVertices(shape);
+  if (shape.type == ShapeType::ellipse || shape.cornerRadius.value_or(0) > 0) return {};
+  const Box frame = frameOf(shape);
+  return {{frame.x, frame.y},
+          {frame.right(), frame.y},
+          {frame.right(), frame.bottom()},
+          {frame.x, frame.bottom()}};
+}
+
 void paintClosed(cairo_t* cr, const Shape& shape) {
   const Box frame = frameOf(shape);
+  const std::vector<Pt> corners = cornersOf(shape);
   if (shape.type == ShapeType::rect) {
     addRoundedBox(cr, frame, shape.cornerRadius.value_or(0));
   } else if (shape.type == ShapeType::ellipse) {
     addEllipse(cr, frame);
   } else {
-    for (const Pt vertex : polygonVertices(shape)) cairo_line_to(cr, vertex.x, vertex.y);
+    for (const Pt vertex : corners) cairo_line_to(cr, vertex.x, vertex.y);
     cairo_close_path(cr);
   }
   const Ink ink = inkOf(shape.color);
@@ -85,10 +98,12 @@ void paintClosed(cairo_t* cr, const Shape& shape) {
     cairo_fill_preserve(cr);
   }
   ink.set(cr);
-  setStroke(cr, std::max(shape.width, 1.0), shape.lineStyle.value_or(LineStyle::solid));
-  if (shape.type == ShapeType::polygon || shape.cornerRadius.value_or(0) <= 0) {
-    cairo_set_line_join(cr, CAIRO_LINE_JOIN_MITER);
-  }
+  const double width = std::max(shape.width, 1.0);
+  if (corners.empty()) return strokePath(cr, width, shape.lineStyle.value_or(LineStyle::solid));
+  setStroke(cr, width);
+  if (shape.lineStyle == LineStyle::dashed) setDashesAlongSides(cr, corners, width);
+  // The spikes of a star would reach far beyond its frame.
+  if (shape.type == ShapeType::rect) cairo_set_line_join(cr, CAIRO_LINE_JOIN_MITER);
   cairo_stroke(cr);
 }
 
@@ -99,7 +114,7 @@ struct TextForm {
   std::optional<Box> label;
 };
 
-TextForm formOf(const Shape& text) {
+TextForm formOfText(const Shape& text) {
   TextForm form;
   form.layout = layoutOf(text);
   form.at = {text.x, text.y};
@@ -108,7 +123,10 @@ TextForm formOf(const Shape& text) {
     case TextStyle::plain: break;
     case TextStyle::label: {
       const Box lines = extentsOf(form.layout.get()).lines;
-      Box label{text.x, text.y, text.boxWidth.value_or(lines.w), lines.h};
+      // A letter that is wider than its box belongs on the label too.
+      const double left = std::min(lines.x, 0.0);
+      const double right = std::max(text.boxWidth.value_or(0), lines.right());
+      Box label{text.x + left, text.y, right - left, lines.h};
       const double margin = 0.3 * text.fontSize;
       label = {label.x - margin, label.y - margin / 2, label.w + 2 * margin, label.h + margin};
       form.label = label;
@@ -120,20 +138,20 @@ TextForm formOf(const Shape& text) {
 
 void paintText(cairo_t* cr, const Shape& text) {
   if (text.text.empty() || text.fontSize <= 0) return;
-  const TextForm form = formOf(text);
+  const TextForm form = formOfText(text);
   const Ink ink = inkOf(text.color);
   Ink letters = ink;
   if (form.label) {
     addRoundedBox(cr, *form.label, 0.3 * text.fontSize);
     ink.set(cr);
     cairo_fill(cr);
-    letters = contrasting(ink);
+    letters = readableOn(ink);
   }
   if (form.outline > 0) {
     cairo_move_to(cr, form.at.x, form.at.y);
     pango_cairo_layout_path(cr, form.layout.get());
-    setStroke(cr, form.outline, LineStyle::solid);
-    contrasting(ink).set(cr);
+    setStroke(cr, form.outline);
+    rimOf(ink).set(cr);
     cairo_stroke(cr);
   }
   letters.set(cr);
@@ -142,7 +160,7 @@ void paintText(cairo_t* cr, const Shape& text) {
 }
 
 Box textBounds(const Shape& text) {
-  const TextForm form = formOf(text);
+  const TextForm form = formOfText(text);
   const LayoutExtents extents = extentsOf(form.layout.get());
   const Box ink =
       grown({text.x + extents.ink.x, text.y + extents.ink.y, extents.ink.w, extents.ink.h},
@@ -154,26 +172,38 @@ Box textBounds(const Shape& text) {
                    {form.label->right(), form.label->bottom()}});
 }
 
-void paintCounter(cairo_t* cr, const Shape& counter) {
-  const double radius = counterRadius(counter);
-  const Ink ink = inkOf(counter.color);
-  const Ink letters = contrasting(ink);
-  const auto circle = [&](double r) {
-    cairo_new_sub_path(cr);
-    cairo_arc(cr, counter.x, counter.y, r, 0, 2 * M_PI);
-    cairo_fill(cr);
-  };
-  letters.set(cr);
-  circle(radius);
-  ink.set(cr);
-  circle(0.88 * radius);
+struct CounterForm {
+  double radius = 0;
+  Box badge;  // a circle, or as wide as many digits need
+  TextLayout layout;
+  Pt digits;
+};
+
+CounterForm formOfCounter(const Shape& counter) {
+  CounterForm form;
+  form.radius = counterRadius(counter);
   const std::string number = std::to_string(counter.number.value_or(1));
-  const double size = radius * (number.size() == 1 ? 1.15 : 1.9 / double(number.size()));
-  const TextLayout layout = layoutText(number, size, TextWeight::bold);
-  const Box digits = extentsOf(layout.get()).ink;
-  letters.set(cr);
-  cairo_move_to(cr, counter.x - digits.x - digits.w / 2, counter.y - digits.y - digits.h / 2);
-  pango_cairo_show_layout(cr, layout.get());
+  const double size = form.radius * (number.size() == 1 ? 1.15 : number.size() == 2 ? 0.98 : 0.9);
+  form.layout = layoutText(number, size, TextWeight::bold);
+  const Box ink = extentsOf(form.layout.get()).ink;
+  const double half = std::max(form.radius, ink.w / 2 + 0.42 * form.radius);
+  form.badge = {counter.x - half, counter.y - form.radius, 2 * half, 2 * form.radius};
+  form.digits = {counter.x - ink.x - ink.w / 2, counter.y - ink.y - ink.h / 2};
+  return form;
+}
+
+void paintCounter(cairo_t* cr, const Shape& counter) {
+  const CounterForm form = formOfCounter(counter);
+  const Ink ink = inkOf(counter.color);
+  rimOf(ink).set(cr);
+  addRoundedBox(cr, form.badge, form.radius);
+  cairo_fill(cr);
+  ink.set(cr);
+  addRoundedBox(cr, grown(form.badge, -0.12 * form.radius), 0.88 * form.radius);
+  cairo_fill(cr);
+  readableOn(ink).set(cr);
+  cairo_move_to(cr, form.digits.x, form.digits.y);
+  pango_cairo_show_layout(cr, form.layout.get());
 }
 
 void paintEmoji(cairo_t* cr, const Shape& emoji) {
@@ -189,9 +219,18 @@ void paintEmoji(cairo_t* cr, const Shape& emoji) {
   pango_cairo_show_layout(cr, layout.get());
 }
 
-void paintHighlight(cairo_t* cr, const Shape& area) {
-  addRoundedBox(cr, frameOf(area), 3);
-  inkOf(area.color).withAlpha(0.32).set(cr);
+/// Lays colour on the ground and leaves what is written on it: dark letters stay as dark on light
+/// ground, and light ones as light on dark.
+void paintHighlight(cairo_t* cr, const PlacedShape& placed) {
+  const Shape& shape = placed.shape;
+  const bool isArea = shape.type == ShapeType::highlightRect;
+  double share = isArea ? 0.32 : 0.4;
+  if (placed.isOnDark) share = 0.3;
+  share *= std::clamp(shape.opacity.value_or(1), 0.0, 1.0);
+  inkOf(shape.color).withAlpha(share).set(cr);
+  cairo_set_operator(cr, placed.isOnDark ? CAIRO_OPERATOR_SCREEN : CAIRO_OPERATOR_MULTIPLY);
+  if (!isArea) return paintStroke(cr, shape);
+  addRoundedBox(cr, frameOf(shape), 3);
   cairo_fill(cr);
 }
 
@@ -199,62 +238,63 @@ void paintOpaque(cairo_t* cr, const PlacedShape& placed) {
   const Shape& shape = placed.shape;
   switch (shape.type) {
     case ShapeType::pen:
-    case ShapeType::highlighter: paintStroke(cr, shape); return;
+      inkOf(shape.color).set(cr);
+      paintStroke(cr, shape);
+      return;
     case ShapeType::arrow: paintArrow(cr, shape); return;
     case ShapeType::rect:
     case ShapeType::ellipse:
     case ShapeType::polygon: paintClosed(cr, shape); return;
     case ShapeType::text: paintText(cr, shape); return;
-    case ShapeType::highlightRect: paintHighlight(cr, shape); return;
+    case ShapeType::highlighter:
+    case ShapeType::highlightRect: paintHighlight(cr, placed); return;
     case ShapeType::counter: paintCounter(cr, shape); return;
     case ShapeType::emoji: paintEmoji(cr, shape); return;
-    case ShapeType::measure: paintMeasure(cr, shape, placed.measureLabel); return;
+    case ShapeType::measure: paintMeasure(cr, shape, placed.measureLabel, placed.room); return;
     case ShapeType::redact: return;
   }
 }
 
-Box boundsOfMarks(const Shape& shape, const std::string& label) {
+Box boundsOfMarks(const Shape& shape, const std::string& label, const Box& room) {
   switch (shape.type) {
     case ShapeType::pen: return grown(boundsOf(shape.points), shape.width + 1);
     case ShapeType::highlighter:
       return grown(boundsOf(shape.points), shape.width * highlighterWidening / 2 + 2);
     case ShapeType::arrow: return arrowBounds(shape);
-    // A mitred corner reaches further than half the stroke: up to ten times before it is cut.
-    case ShapeType::polygon: return grown(frameOf(shape), 5 * std::max(shape.width, 1.0));
+    case ShapeType::polygon:
     case ShapeType::rect:
     case ShapeType::ellipse: return grown(frameOf(shape), std::max(shape.width, 1.0));
     case ShapeType::redact:
     case ShapeType::highlightRect: return frameOf(shape);
     case ShapeType::text: return textBounds(shape);
-    case ShapeType::counter: {
-      const double radius = counterRadius(shape);
-      return {shape.x - radius, shape.y - radius, 2 * radius, 2 * radius};
-    }
+    case ShapeType::counter: return formOfCounter(shape).badge;
     case ShapeType::emoji: {
       const double half = emojiSide(shape) / 2;
       return {shape.x - half, shape.y - half, 2 * half, 2 * half};
     }
-    case ShapeType::measure: return measureBounds(shape, label);
+    case ShapeType::measure: return measureBounds(shape, label, room);
   }
   std::unreachable();
 }
 
 }  // namespace
 
-PlacedShape placed(const Shape& shape, const AxisMap& toPicture,
-                   std::optional<double> captureScale) {
+PlacedShape placed(const Shape& shape, const AxisMap& toPicture, std::optional<double> captureScale,
+                   PixelSize picture) {
   PlacedShape result;
   result.shape = mapped(shape, toPicture);
   tame(result.shape);
   if (shape.type == ShapeType::measure) result.measureLabel = measureLabel(shape, captureScale);
-  result.bounds = pixelsAround(grown(boundsOfMarks(result.shape, result.measureLabel), 1));
+  result.room = {0, 0, double(picture.width), double(picture.height)};
+  result.bounds =
+      pixelsAround(grown(boundsOfMarks(result.shape, result.measureLabel, result.room), 1));
   return result;
 }
 
 void paint(cairo_t* cr, const PlacedShape& placed) {
   const double opacity = std::clamp(placed.shape.opacity.value_or(1), 0.0, 1.0);
   if (opacity <= 0) return;
-  if (opacity == 1) {
+  if (opacity == 1 || isHighlight(placed.shape)) {
     paintOpaque(cr, placed);
     return;
   }

@@ -66,6 +66,11 @@ TextLayout layoutOf(const Shape& text) {
     pango_layout_set_width(layout.get(),
                            static_cast<int>(std::clamp(*text.boxWidth, 1.0, 1e6) * PANGO_SCALE));
     pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+    // A path or an address that is broken must not gain a character.
+    const std::unique_ptr<PangoAttrList, decltype(&pango_attr_list_unref)> attributes(
+        pango_attr_list_new(), pango_attr_list_unref);
+    pango_attr_list_insert(attributes.get(), pango_attr_insert_hyphens_new(FALSE));
+    pango_layout_set_attributes(layout.get(), attributes.get());
   }
   switch (text.textAlign.value_or(TextAlign::leading)) {
     case TextAlign::leading: pango_layout_set_alignment(layout.get(), PANGO_ALIGN_LEFT); break;

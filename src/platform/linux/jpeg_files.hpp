@@ -5,16 +5,17 @@
 
 #include "base/image.hpp"
 #include "base/result.hpp"
+#include "platform/image_codec.hpp"
 
 namespace vantorel {
 
-/// `quality` from 0 to 1. Colour keeps its full resolution from 0.85 up: half of it blurs coloured
-/// text. What is translucent is laid over white.
-[[nodiscard]] Result<std::string> writeJPEG(const Image& image, double quality,
-                                            double pixelsPerPoint);
+/// Colour keeps its full resolution from a quality of 0.85 up: half of it blurs coloured text. What
+/// is translucent is laid over white.
+[[nodiscard]] Result<std::string> writeJPEG(const Image& image, const ImageEncoding& encoding);
 
-/// Damaged files are refused, not filled up with grey.
+/// What the decoder only warns of is read; a file that ends too early is refused, not filled up
+/// with grey.
 [[nodiscard]] Result<Image> readJPEG(std::string_view bytes);
-[[nodiscard]] Result<PixelSize> jpegSize(std::string_view bytes);
+[[nodiscard]] Result<PictureHeader> jpegHeader(const PictureBytes& bytes);
 
 }  // namespace vantorel

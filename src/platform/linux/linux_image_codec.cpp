@@ -91,10 +91,10 @@ Result<std::string> LinuxImageCodec::encode(const Image& image, const ImageEncod
                   fmt::format("{} can't hold a picture this large", displayName(encoding.format)));
   }
   switch (encoding.format) {
-    case ExportFormat::png: return writePNG(image, encoding.pixelsPerPoint, encoding.pngEffort);
-    case ExportFormat::jpeg: return writeJPEG(image, encoding.quality, encoding.pixelsPerPoint);
-    case ExportFormat::heic: return VT_TRY(heif())->write(image, encoding.quality);
-    case ExportFormat::webp: return writeWebP(image, encoding.quality);
+    case ExportFormat::png: return writePNG(image, encoding);
+    case ExportFormat::jpeg: return writeJPEG(image, encoding);
+    case ExportFormat::heic: return VT_TRY(heif())->write(image, encoding);
+    case ExportFormat::webp: return writeWebP(image, encoding);
   }
   std::unreachable();
 } catch (const std::bad_alloc&) {
@@ -102,8 +102,8 @@ Result<std::string> LinuxImageCodec::encode(const Image& image, const ImageEncod
 }
 
 Result<std::string> LinuxImageCodec::encodeIndexedPNG(const IndexedImage& image,
-                                                      double pixelsPerPoint) const try {
-  return writeIndexedPNG(image, pixelsPerPoint);
+                                                      const ImageEncoding& encoding) const try {
+  return writeIndexedPNG(image, encoding);
 } catch (const std::bad_alloc&) {
   return noMemory();
 }
@@ -120,19 +120,18 @@ Result<Image> LinuxImageCodec::decodeFrame(std::string_view bytes, int frameInde
   return noMemory();
 }
 
-Result<PictureHeader> LinuxImageCodec::frameHeader(std::string_view bytes, int frameIndex) const {
-  PictureHeader header{.format = VT_TRY(formatWithFrame(bytes, frameIndex)), .size = {}};
-  switch (header.format) {
+Result<PictureHeader> LinuxImageCodec::frameHeader(const PictureBytes& bytes, int frameIndex) const
+    try {
+  const std::string start = VT_TRY(bytes.read(0, 12));
+  switch (VT_TRY(formatWithFrame(start, frameIndex))) {
     case ExportFormat::png: return pngHeader(bytes);
-    case ExportFormat::jpeg: header.size = VT_TRY(jpegSize(bytes)); break;
-    case ExportFormat::heic: {
-      const HeifModule* const module = VT_TRY(heif());
-      header.size = VT_TRY(module->size(bytes, frameIndex));
-      break;
-    }
-    case ExportFormat::webp: header.size = VT_TRY(webpSize(bytes, frameIndex)); break;
+    case ExportFormat::jpeg: return jpegHeader(bytes);
+    case ExportFormat::heic: return VT_TRY(heif())->header(bytes, frameIndex);
+    case ExportFormat::webp: return webpHeader(bytes, frameIndex);
   }
-  return header;
+  std::unreachable();
+} catch (const std::bad_alloc&) {
+  return noMemory();
 }
 
 bool LinuxImageCodec::canHold(ExportFormat format, PixelSize size) const {

@@ -20,12 +20,12 @@ class LinuxImageCodec final : public ImageCodec {
 
   Result<std::string> encode(const Image& image, const ImageEncoding& encoding) const override;
   Result<std::string> encodeIndexedPNG(const IndexedImage& image,
-                                       double pixelsPerPoint) const override;
+                                       const ImageEncoding& encoding) const override;
   bool canHold(ExportFormat format, PixelSize size) const override;
 
  private:
   [[nodiscard]] Result<Image> decodeFrame(std::string_view bytes, int frameIndex) const override;
-  [[nodiscard]] Result<PictureHeader> frameHeader(std::string_view bytes,
+  [[nodiscard]] Result<PictureHeader> frameHeader(const PictureBytes& bytes,
                                                   int frameIndex) const override;
   [[nodiscard]] Result<const HeifModule*> heif() const;
 

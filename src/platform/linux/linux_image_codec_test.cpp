@@ -195,7 +195,7 @@ TEST(LinuxImageCodecTest, IndexedPNGFilesKeepColoursAndTransparency) {
       image.indices.push_back(
           static_cast<std::uint8_t>(noise(i, 1) % static_cast<unsigned>(colours)));
     }
-    const std::string png = codec.encodeIndexedPNG(image, 1).value();
+    const std::string png = codec.encodeIndexedPNG(image, {}).value();
     EXPECT_EQ(chunks(png).at("IHDR")[9], 3);
     EXPECT_EQ(number(chunks(png).at("pHYs"), 0), 2835U) << "72 dots per inch";
     const Image expected = painted(image.size, PixelFormat::bgraPremultiplied, [&](int x, int y) {

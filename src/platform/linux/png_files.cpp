@@ -6,15 +6,98 @@
 #include <algorithm>
 #include <cmath>
 #include <csetjmp>
+#include <functional>
 #include <numeric>
 #include <vector>
 
 #include "base/check.hpp"
+#include "platform/linux/exif.hpp"
 #include "platform/linux/picture_limits.hpp"
 #include "platform/linux/pixel_rows.hpp"
 
 namespace vantorel {
 namespace {
+
+constexpr std::uint64_t signatureBytes = 8;
+constexpr std::uint64_t chunkFrame = 12;  // length and type in front, checksum behind
+constexpr int mostChunks = 100'000;       // looked at: of a file made to be slow
+constexpr int paletteColours = 3;         // the colour type
+
+std::uint32_t numberAt(std::string_view bytes, std::size_t at) {
+  std::uint32_t number = 0;
+  for (const char byte : bytes.substr(at, 4)) {
+    number = number << 8 | static_cast<std::uint8_t>(byte);
+  }
+  return number;
+}
+
+/// A chunk, where in the file its content is, and of how many bytes.
+struct Chunk {
+  std::string type;
+  std::uint64_t offset = 0;
+  std::uint64_t size = 0;
+};
+
+/// Goes through the chunks of a file up to its end or to a chunk that it holds only in part.
+Result<void> forEachChunk(const PictureBytes& bytes,
+                          const std::function<bool(const Chunk&)>& next) {
+  std::uint64_t at = signatureBytes;
+  for (int count = 0; count < mostChunks && at + chunkFrame <= bytes.size(); ++count) {
+    const std::string head = VT_TRY(bytes.read(at, 8));
+    if (head.size() < 8) break;
+    const Chunk chunk{head.substr(4), at + 8, numberAt(head, 0)};
+    if (chunk.offset + chunk.size + 4 > bytes.size() || !next(chunk)) break;
+    at += chunk.size + chunkFrame;
+  }
+  return {};
+}
+
+struct PNGHeader {
+  PixelSize size;  // as stored
+  bool hasPalette = false;
+  bool isAnimated = false;
+  Orientation orientation = upright;
+};
+
+Result<PNGHeader> headerOf(const PictureBytes& bytes) {
+  const std::string start = VT_TRY(bytes.read(0, 33));
+  if (start.size() < 33 || start.substr(12, 4) != "IHDR" || numberAt(start, 8) != 13) {
+    return failed(FailureKind::malformed, "it is not a whole PNG picture");
+  }
+  PNGHeader header;
+  header.size = VT_TRY(decodableSize(numberAt(start, 16), numberAt(start, 20)));
+  header.hasPalette = start[25] == paletteColours;
+  Result<std::string> exif;
+  Result<std::string> frames;
+  VT_TRY(forEachChunk(bytes, [&](const Chunk& chunk) {
+    if (chunk.type == "eXIf" && exif && exif->empty()) {
+      exif = bytes.read(chunk.offset, std::min<std::uint64_t>(chunk.size, mostExifBytes));
+    }
+    if (chunk.type == "acTL") frames = bytes.read(chunk.offset, 4);
+    return chunk.type != "IEND" && exif && frames;
+  }));
+  header.orientation = orientationIn(VT_TRY(std::move(exif)));
+  header.isAnimated = numberAt(VT_TRY(std::move(frames)), 0) > 1;
+  return header;
+}
+
+/// The file without what is not needed for its pixels: libpng would make room for as much text or
+/// as large a colour profile as a file promises.
+std::string withoutRemarks(std::string_view bytes) {
+  const auto isNeeded = [](std::string_view type) {
+    const bool isCritical = type[0] >= 'A' && type[0] <= 'Z';
+    return isCritical || type == "tRNS" || type == "gAMA" || type == "sRGB";
+  };
+  std::string kept(bytes.substr(0, signatureBytes));
+  kept.reserve(bytes.size());
+  for (std::uint64_t at = signatureBytes; at + 8 <= bytes.size();) {
+    const std::uint64_t whole = numberAt(bytes, at) + chunkFrame;
+    // The last one may be cut off: libpng is to see as much.
+    if (isNeeded(bytes.substr(at + 4, 4))) kept += bytes.substr(at, whole);
+    at += whole;
+  }
+  return kept;
+}
 
 /// Begins to read; frees what libpng holds when it goes.
 class PNGReader {
@@ -24,14 +107,15 @@ class PNGReader {
   PNGReader(const PNGReader&) = delete;
   PNGReader& operator=(const PNGReader&) = delete;
 
+  /// `bytes` must outlive this.
   [[nodiscard]] Result<PixelSize> begin(std::string_view bytes) {
     if (png_image_begin_read_from_memory(&image_, bytes.data(), bytes.size()) == 0) {
       return failed(FailureKind::malformed, image_.message);
     }
+    // Without a word on gamma, deep colours are no more linear than others.
+    image_.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;
     return decodableSize(image_.width, image_.height);
   }
-
-  [[nodiscard]] bool hasPalette() const { return (image_.format & PNG_FORMAT_FLAG_COLORMAP) != 0; }
 
   [[nodiscard]] Result<Image> finish(PixelSize size) {
     const bool translucent = (image_.format & PNG_FORMAT_FLAG_ALPHA) != 0;
@@ -96,8 +180,8 @@ int bitDepth(std::size_t colours) {
 
 /// libpng leaves by longjmp on errors: nothing in here may need a destructor.
 bool writeRows(png_structp png, png_infop info, const IndexedImage& image,
-               const FilePalette& palette, double pixelsPerPoint, std::vector<std::uint8_t>& row,
-               std::string& to) {
+               const FilePalette& palette, double pixelsPerPoint, std::string& exif,
+               std::vector<std::uint8_t>& row, std::string& to) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
   png_set_write_fn(png, &to, appendBytes, nullptr);
   png_set_compression_level(png, Z_BEST_COMPRESSION);
@@ -115,6 +199,10 @@ bool writeRows(png_structp png, png_infop info, const IndexedImage& image,
   png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
   const auto pixelsPerMetre = static_cast<png_uint_32>(std::lround(pixelsPerPoint * 72 / 0.0254));
   png_set_pHYs(png, info, pixelsPerMetre, pixelsPerMetre, PNG_RESOLUTION_METER);
+  if (!exif.empty()) {
+    png_set_eXIf_1(png, info, static_cast<png_uint_32>(exif.size()),
+                   reinterpret_cast<png_bytep>(exif.data()));
+  }
   png_write_info(png, info);
   png_set_packing(png);
   const std::uint8_t* from = image.indices.data();
@@ -129,28 +217,33 @@ bool writeRows(png_structp png, png_infop info, const IndexedImage& image,
 }  // namespace
 
 Result<Image> readPNG(std::string_view bytes) {
+  const PNGHeader header = VT_TRY(headerOf(PictureInMemory(bytes)));
+  const std::string pixels = withoutRemarks(bytes);
   PNGReader reader;
-  return reader.finish(VT_TRY(reader.begin(bytes)));
+  const PixelSize size = VT_TRY(reader.begin(pixels));
+  return turned(VT_TRY(reader.finish(size)), header.orientation);
 }
 
-Result<PictureHeader> pngHeader(std::string_view bytes) {
-  PNGReader reader;
-  const PixelSize size = VT_TRY(reader.begin(bytes));
-  return PictureHeader{
-      .format = ExportFormat::png, .size = size, .hasPalette = reader.hasPalette()};
+Result<PictureHeader> pngHeader(const PictureBytes& bytes) {
+  const PNGHeader header = VT_TRY(headerOf(bytes));
+  return PictureHeader{.format = ExportFormat::png,
+                       .size = turned(header.size, header.orientation),
+                       .hasPalette = header.hasPalette,
+                       .isAnimated = header.isAnimated};
 }
 
-Result<std::string> writeIndexedPNG(const IndexedImage& image, double pixelsPerPoint) {
+Result<std::string> writeIndexedPNG(const IndexedImage& image, const ImageEncoding& encoding) {
   VT_CHECK(!image.palette.empty() && image.palette.size() <= 256);
   VT_CHECK(image.indices.size() == static_cast<std::size_t>(image.size.width) *
                                        static_cast<std::size_t>(image.size.height));
   const FilePalette palette = filePalette(image.palette);
   std::vector<std::uint8_t> row(static_cast<std::size_t>(image.size.width));
   std::string bytes;
+  std::string exif = encoding.createdAt ? exifWithTime(*encoding.createdAt) : std::string();
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
   png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
-  const bool written =
-      info != nullptr && writeRows(png, info, image, palette, pixelsPerPoint, row, bytes);
+  const bool written = info != nullptr && writeRows(png, info, image, palette,
+                                                    encoding.pixelsPerPoint, exif, row, bytes);
   png_destroy_write_struct(&png, &info);
   if (!written) return failed(FailureKind::other, "the PNG file could not be made");
   return bytes;

@@ -10,7 +10,8 @@
 namespace vantorel {
 
 [[nodiscard]] Result<Image> readPNG(std::string_view bytes);
-[[nodiscard]] Result<PictureHeader> pngHeader(std::string_view bytes);
-[[nodiscard]] Result<std::string> writeIndexedPNG(const IndexedImage& image, double pixelsPerPoint);
+[[nodiscard]] Result<PictureHeader> pngHeader(const PictureBytes& bytes);
+[[nodiscard]] Result<std::string> writeIndexedPNG(const IndexedImage& image,
+                                                  const ImageEncoding& encoding);
 
 }  // namespace vantorel

@@ -14,6 +14,7 @@
 
 #include "base/log.hpp"
 #include "base/spent_time.hpp"
+#include "platform/linux/exif.hpp"
 #include "platform/linux/pixel_rows.hpp"
 #include "platform/linux/png_filter.hpp"
 #include "platform/linux/stripe_deflater.hpp"
@@ -136,7 +137,7 @@ void appendChunk(std::string& to, std::string_view type,
                                    to.size() - start));
 }
 
-std::string header(const Image& image, int bytesPerPixel, double pixelsPerPoint) {
+std::string header(const Image& image, int bytesPerPixel, const ImageEncoding& encoding) {
   std::string to("\x89PNG\r\n\x1A\n", 8);
   std::string size;
   appendNumber(size, static_cast<std::uint32_t>(image.width()));
@@ -145,10 +146,12 @@ std::string header(const Image& image, int bytesPerPixel, double pixelsPerPoint)
   appendChunk(to, "IHDR", {size, std::string{8, colourType, 0, 0, 0}});
   appendChunk(to, "sRGB", {std::string_view("\0", 1)});
   std::string resolution;
-  const auto pixelsPerMetre = static_cast<std::uint32_t>(std::lround(pixelsPerPoint * 72 / 0.0254));
+  const auto pixelsPerMetre =
+      static_cast<std::uint32_t>(std::lround(encoding.pixelsPerPoint * 72 / 0.0254));
   appendNumber(resolution, pixelsPerMetre);
   appendNumber(resolution, pixelsPerMetre);
   appendChunk(to, "pHYs", {resolution, std::string_view("\1", 1)});
+  if (encoding.createdAt) appendChunk(to, "eXIf", {exifWithTime(*encoding.createdAt)});
   return to;
 }
 
@@ -181,7 +184,8 @@ std::vector<Stripe> stripesOf(int height, std::size_t rowBytes, std::size_t stri
 
 }  // namespace
 
-Result<std::string> writePNG(const Image& image, double pixelsPerPoint, PNGEffort effort) try {
+Result<std::string> writePNG(const Image& image, const ImageEncoding& encoding) try {
+  const PNGEffort effort = encoding.pngEffort;
   const int bytesPerPixel = isOpaque(image) ? 3 : 4;
   const std::size_t rowBytes = static_cast<std::size_t>(image.width() * bytesPerPixel) + 1;
   std::vector<Stripe> stripes = stripesOf(
@@ -215,7 +219,7 @@ Result<std::string> writePNG(const Image& image, double pixelsPerPoint, PNGEffor
           "{:.1f} ms",
           threadCount, parts.choose.milliseconds(), parts.filter.milliseconds(),
           parts.deflate.milliseconds());
-  return joined(stripes, header(image, bytesPerPixel, pixelsPerPoint));
+  return joined(stripes, header(image, bytesPerPixel, encoding));
 } catch (const std::bad_alloc&) {
   return failed(FailureKind::other, "there is not enough memory");
 }

@@ -4,8 +4,12 @@
 #include <xcb/xfixes.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <set>
+#include <string>
 
 #include "platform/linux/x11_composition.hpp"
 #include "platform/linux/x11_redirection.hpp"
@@ -42,10 +46,21 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
                      area);
     if (window.isViewable && !hole.isEmpty()) holes.push_back(hole);
   }
+  // A monitor may reach beyond the root window, which was made smaller meanwhile: black, as on the
+  // monitor. Its size is asked for, as what the server said at first does not follow.
+  const xcb_window_t root = session.screen().root;
+  const auto size = xReply<xcb_get_geometry_reply>(session.connection(),
+                                                   xcb_get_geometry(session.connection(), root));
+  if (!size) return std::unexpected(serverGone());
+  const PixelRect seen = intersection(area, {0, 0, size->width, size->height});
+  if (seen.isEmpty()) return failed(FailureKind::notFound, "the display shows nothing");
   PixelBuffer buffer({area.width, area.height});
+  if (seen != area)
+    std::memset(buffer.row(0), 0, buffer.stride * static_cast<std::size_t>(area.height));
   const auto readAll = [&]() {
-    return session.pixels().read(session.screen().root, area, session.screen().root_depth,
-                                 session.screen().root_visual, buffer, 0, 0);
+    return session.pixels().read(root, seen, session.screen().root_depth,
+                                 session.screen().root_visual, buffer, seen.x - area.x,
+                                 seen.y - area.y);
   };
   if (holes.empty()) {
     const XServerGrab atOnce(session.connection());
@@ -107,9 +122,22 @@ bool cutToShape(X11Session& session, const XTopLevel& window, const PixelRect& c
   return true;
 }
 
-Result<Image> grabWindow(X11Session& session, xcb_window_t id, bool withShadow,
+/// Whether the process was halted and so draws nothing, however long one waits.
+bool isStopped(std::int64_t process) {
+  if (process == 0) return false;
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  // The state follows the name, which may hold anything in its parentheses.
+  const std::size_t name = text.rfind(") ");
+  return name != std::string::npos && name + 2 < text.size() &&
+         (text[name + 2] == 'T' || text[name + 2] == 't');
+}
+
+Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow,
                          const std::vector<WindowID>& keptOwn, PixelRect& frame) {
   const Failure gone{FailureKind::notFound, "the window is no longer there"};
+  if (wantedID > UINT32_MAX) return std::unexpected(gone);
+  const auto id = static_cast<xcb_window_t>(wantedID);
   const auto place = placeOf(session, id);
   const auto top = topLevelOf(session, id);
   const auto windows = VT_TRY(session.topLevels());
@@ -147,6 +175,11 @@ Result<Image> grabWindow(X11Session& session, xcb_window_t id, bool withShadow,
         found->depth, found->visual, buffer, 0, 0);
   } else {
     const XRedirection whole(session, windows, {index});
+    if (whole.isUntouched() && isStopped(processOf(session, id))) {
+      return failed(FailureKind::unsupported,
+                    "the window's application is stopped, and what other windows cover of it can't "
+                    "be seen");
+    }
     const XServerGrab atOnce(c);
     const auto content = xcb_generate_id(c);
     xcb_composite_name_window_pixmap(c, *top, content);
@@ -168,8 +201,8 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   picture.target = request.target;
   if (const auto* window = std::get_if<WindowTarget>(&request.target)) {
     PixelRect frame;
-    picture.image = VT_TRY(grabWindow(session, static_cast<xcb_window_t>(window->windowID),
-                                      request.windowShadow, request.keptOwnWindowIDs, frame));
+    picture.image = VT_TRY(grabWindow(session, window->windowID, request.windowShadow,
+                                      request.keptOwnWindowIDs, frame));
     std::vector<DisplaySnapshot> displays;
     for (const XMonitor& monitor : monitors) displays.push_back(monitor.display);
     const PointRect onDesktop{frame.x / picture.scale, frame.y / picture.scale,

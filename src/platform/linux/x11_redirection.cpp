@@ -80,6 +80,7 @@ XRedirection::XRedirection(X11Session& session, const std::vector<XTopLevel>& wi
     if (covered.empty() || !session.damageEvent()) continue;
     const auto damage = xcb_generate_id(c);
     xcb_damage_create(c, damage, window.id, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
+    dropFirstReport();
     repainting_.push_back({window.id, damage, window.border, std::move(covered)});
   }
   awaitRepainting();
@@ -92,6 +93,29 @@ XRedirection::~XRedirection() {
     xcb_composite_unredirect_window(c, window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
   }
   xcb_flush(c);
+}
+
+/// The server begins by reporting the whole window as painted. Nobody else can paint meanwhile.
+void XRedirection::dropFirstReport() {
+  xcb_connection_t* c = session_.connection();
+  static_cast<void>(xReply<xcb_get_input_focus_reply>(c, xcb_get_input_focus(c)));
+  while (const XOwned<xcb_generic_event_t> event{xcb_poll_for_queued_event(c)}) note(*event);
+}
+
+/// Takes what was painted off what is waited for; true when something was that is waited for.
+bool XRedirection::note(const xcb_generic_event_t& event) {
+  if ((event.response_type & 0x7FU) != *session_.damageEvent() + XCB_DAMAGE_NOTIFY) {
+    if (event.response_type != 0) session_.handle(event);
+    return false;
+  }
+  const auto& painted = reinterpret_cast<const xcb_damage_notify_event_t&>(event);
+  for (Repainting& one : repainting_) {
+    if (one.damage != painted.damage) continue;
+    subtract(one.missing, {painted.area.x + one.border, painted.area.y + one.border,
+                           painted.area.width, painted.area.height});
+    return true;
+  }
+  return false;
 }
 
 void XRedirection::awaitRepainting() {
@@ -108,21 +132,13 @@ void XRedirection::awaitRepainting() {
     const auto end = std::min(last + quiet, start + longest);
     const auto event = session_.nextEvent(end);
     if (!event) {
+      isUntouched_ = !complete && !touched;
       if (!complete) {
         logInfo("CaptureLatency", "an application did not paint all of its covered window");
       }
       return;
     }
-    if ((event->response_type & 0x7FU) != *session_.damageEvent() + XCB_DAMAGE_NOTIFY) {
-      if (event->response_type != 0) session_.handle(*event);
-      continue;
-    }
-    const auto& painted = reinterpret_cast<const xcb_damage_notify_event_t&>(*event);
-    for (Repainting& one : repainting_) {
-      if (one.damage != painted.damage) continue;
-      subtract(one.missing, {painted.area.x + one.border, painted.area.y + one.border,
-                             painted.area.width, painted.area.height});
-    }
+    if (!note(*event)) continue;
     touched = true;
     last = steady_clock::now();
   }

@@ -17,7 +17,8 @@ void subtract(std::vector<PixelRect>& from, const PixelRect& cut);
 /// While it lives, the given windows keep their whole content in the server, also what is covered.
 /// Where they have not done so all along, the constructor asks the applications to paint what was
 /// covered and waits for that: usually some ten milliseconds, 400 at most. An application that
-/// hangs paints nothing; its covered parts then come out in the window's background.
+/// hangs paints nothing; its covered parts then come out in the window's background, and
+/// `isUntouched` tells.
 class XRedirection {
  public:
   /// `needed` are indices into `windows`, which holds all top levels, the lowest first.
@@ -27,6 +28,9 @@ class XRedirection {
   XRedirection& operator=(const XRedirection&) = delete;
   ~XRedirection();
 
+  /// Whether parts that were covered were waited for and nothing at all was painted.
+  [[nodiscard]] bool isUntouched() const { return isUntouched_; }
+
  private:
   struct Repainting {
     xcb_window_t window = 0;
@@ -35,11 +39,14 @@ class XRedirection {
     std::vector<PixelRect> missing;
   };
 
+  void dropFirstReport();
+  bool note(const xcb_generic_event_t& event);
   void awaitRepainting();
 
   X11Session& session_;
   std::vector<xcb_window_t> redirected_;
   std::vector<Repainting> repainting_;
+  bool isUntouched_ = false;
 };
 
 }  // namespace vantorel

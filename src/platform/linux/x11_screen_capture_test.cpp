@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/xfixes.h>
 
@@ -124,6 +125,17 @@ TEST(X11ScreenCaptureTest, DisplaysAndRegionsEqualTheScreenPixelForPixel) {
   ASSERT_TRUE(capture.displays());
   capture.loop.runFor(milliseconds(20));
   EXPECT_LE(changes, before + 4) << "at most one for each monitor taken away and put back";
+
+  // Beyond the root window there is nothing, and what there is keeps its place.
+  desktop.setMonitors({{"WIDE", {3000, 1000, 1400, 1400}}});
+  ASSERT_TRUE(capture.loop.runUntil([&] {
+    const auto now = capture.displays();
+    return now && now->size() == 1 && (*now)[0].id == "WIDE";
+  }));
+  const Image wide = capture.image(DisplayTarget{"WIDE"});
+  ASSERT_EQ(wide.size(), (PixelSize{1400, 1400}));
+  EXPECT_EQ(differenceFromTestPicture(wide.cropped({0, 0, 840, 1160}), 7, 3000, 1000), "");
+  EXPECT_EQ(pixel(wide, 900, 100) & 0xFFFFFFU, 0U);
 }
 
 TEST(X11ScreenCaptureTest, ScreensOfOtherDepthsAreConvertedOrRefused) {
@@ -210,6 +222,22 @@ TEST(X11ScreenCaptureTest, AHangingApplicationDoesNotHoldAColdGrabUp) {
   ASSERT_EQ(image.size(), (PixelSize{300, 300}));
   EXPECT_EQ(differenceFromTestPicture(image.cropped({0, 0, 300, 100}), 2), "")
       << "what could be seen is there";
+  const auto other32Bits = cold.grab({WindowTarget{below + (WindowID{1} << 32), {}}, true, {}});
+  ASSERT_FALSE(other32Bits);
+  EXPECT_EQ(other32Bits.error().kind, FailureKind::notFound);
+
+  // One that was halted is known to draw nothing, and so its background is not taken for it.
+  const ChildProcess halted = desktop.start({"sleep", "60"});
+  halted.signal(SIGSTOP);
+  int status = 0;
+  ASSERT_EQ(::waitpid(halted.pid(), &status, WUNTRACED), halted.pid());
+  TestClient third(desktop.display());
+  const auto stopped = third.open({.area = {50, 50, 300, 300}, .seed = 4, .pid = halted.pid()});
+  other.open({.area = {150, 150, 700, 500}, .seed = 3});
+  third.freeze();
+  const auto refused = cold.grab({WindowTarget{stopped, {}}, true, {}});
+  ASSERT_FALSE(refused);
+  EXPECT_THAT(refused.error().reason, HasSubstr("the window's application is stopped"));
 }
 
 TEST(X11ScreenCaptureTest, ShadowAlphaAndShapeOfWindows) {

@@ -220,6 +220,10 @@ std::optional<xcb_window_t> topLevelOf(X11Session& session, xcb_window_t window)
   return std::nullopt;
 }
 
+std::int64_t processOf(X11Session& session, xcb_window_t window) {
+  return ProcessRequest(session, window).finish(session);
+}
+
 std::set<xcb_window_t> topLevelsToHide(X11Session& session, const std::vector<XTopLevel>& windows,
                                        const std::vector<WindowID>& kept) {
   // Windows without a frame stand among the top levels themselves, the others in the window

@@ -27,6 +27,9 @@ struct XWindowPlace {
 /// The child of the root window that `window` lies in; nothing when it is gone.
 [[nodiscard]] std::optional<xcb_window_t> topLevelOf(X11Session& session, xcb_window_t window);
 
+/// The process behind a window; 0 when it does not tell, or runs on another machine.
+[[nodiscard]] std::int64_t processOf(X11Session& session, xcb_window_t window);
+
 /// Those of `windows` that hold a window of this process, other than those of `kept`.
 [[nodiscard]] std::set<xcb_window_t> topLevelsToHide(X11Session& session,
                                                      const std::vector<XTopLevel>& windows,

@@ -75,10 +75,12 @@ Result<std::string> FakeImageCodec::encode(const Image& image,
                    bytesPerPixel(encoding.format, false));
     }
   }
+  if (encoding.format == ExportFormat::heic && isHeicWasteful) bytes += bytes;
   return bytes;
 }
 
-Result<std::string> FakeImageCodec::encodeIndexedPNG(const IndexedImage& image, double) const {
+Result<std::string> FakeImageCodec::encodeIndexedPNG(const IndexedImage& image,
+                                                     const ImageEncoding&) const {
   if (broken.contains(ExportFormat::png)) return failed(FailureKind::unsupported, "not installed");
   std::string bytes =
       fmt::format("png {} {} {}\n", image.size.width, image.size.height, image.palette.size());
@@ -108,8 +110,11 @@ Result<Image> FakeImageCodec::decodeFrame(std::string_view bytes, int frameIndex
   return std::move(image).finish();
 }
 
-Result<PictureHeader> FakeImageCodec::frameHeader(std::string_view bytes, int frameIndex) const {
-  return VT_TRY(parsed(bytes, frameIndex)).header;
+Result<PictureHeader> FakeImageCodec::frameHeader(const PictureBytes& bytes, int frameIndex) const {
+  const std::string all = VT_TRY(bytes.read(0, bytes.size()));
+  PictureHeader header = VT_TRY(parsed(all, frameIndex)).header;
+  header.isAnimated = animated.contains(header.format);
+  return header;
 }
 
 bool FakeImageCodec::canHold(ExportFormat format, PixelSize size) const {

@@ -14,16 +14,18 @@ class FakeImageCodec final : public ImageCodec {
  public:
   std::set<ExportFormat> broken;       ///< formats that fail
   std::optional<int> longestHeicSide;  ///< beyond it HEIC refuses
+  std::set<ExportFormat> animated;     ///< formats whose files say that they are animations
+  bool isHeicWasteful = false;         ///< HEIC files come larger than others
 
   [[nodiscard]] Result<std::string> encode(const Image& image,
                                            const ImageEncoding& encoding) const override;
   [[nodiscard]] Result<std::string> encodeIndexedPNG(const IndexedImage& image,
-                                                     double pixelsPerPoint) const override;
+                                                     const ImageEncoding& encoding) const override;
   [[nodiscard]] bool canHold(ExportFormat format, PixelSize size) const override;
 
  private:
   [[nodiscard]] Result<Image> decodeFrame(std::string_view bytes, int frameIndex) const override;
-  [[nodiscard]] Result<PictureHeader> frameHeader(std::string_view bytes,
+  [[nodiscard]] Result<PictureHeader> frameHeader(const PictureBytes& bytes,
                                                   int frameIndex) const override;
 };
 

@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/image_codec.hpp"
+#include "platform/linux/exif.hpp"
 #include "platform/linux/picture_limits.hpp"
 #include "platform/linux/pixel_rows.hpp"
 
@@ -28,6 +30,9 @@ using Context = Owned<heif_context>;
 std::unexpected<Failure> failure(FailureKind kind, const heif_error& error) {
   return failed(kind, error.message);
 }
+
+/// More than the largest picture that may be decoded takes in good quality.
+constexpr std::uint64_t mostBytes = 128ULL << 20;
 
 bool isOk(const heif_error& error) { return error.code == heif_error_Ok; }
 
@@ -60,22 +65,40 @@ heif_error append(heif_context*, const void* bytes, std::size_t size, void* to) 
   }
 }
 
-Result<std::string> write(const Image& image, double quality) {
+/// The encoder's scale is finer at its upper end than that of the other formats: its 65 is their
+/// 0.9, and 90 takes two thirds more room for a decibel.
+int encoderQuality(double quality) {
+  const double wanted = std::clamp(quality, 0.0, 1.0);
+  const double percent = wanted <= 0.9 ? wanted / 0.9 * 65 : 65 + (wanted - 0.9) / 0.1 * 35;
+  return static_cast<int>(std::lround(percent));
+}
+
+Result<std::string> write(const Image& image, const ImageEncoding& encoding) {
   const Context context(heif_context_alloc(), heif_context_free);
   heif_encoder* found = nullptr;
   if (!isOk(heif_context_get_encoder_for_format(context.get(), heif_compression_HEVC, &found))) {
     return failed(FailureKind::unsupported, "HEIC support is not installed");
   }
   const Owned<heif_encoder> encoder(found, heif_encoder_release);
-  const int percent = std::clamp(static_cast<int>(std::lround(quality * 100)), 0, 100);
-  heif_encoder_set_lossy_quality(found, percent);
-  // The encoder's own default takes three seconds for a 4K screen; halved colour blurs text.
-  heif_encoder_set_parameter_string(found, "preset", "superfast");
-  heif_encoder_set_parameter_string(found, "chroma", "444");
+  heif_encoder_set_lossy_quality(found, encoderQuality(encoding.quality));
+  // Colour of half the resolution is what the brand "heic" promises and every reader takes. Small
+  // blocks take 40 % less time than the preset's own at the same size, and one thread alone a
+  // fraction of what several take that wait for each other on a busy machine.
+  constexpr std::pair<const char*, const char*> parameters[] = {
+      {"preset", "ultrafast"}, {"chroma", "420"}, {"x265:ctu", "16"},         {"x265:rd", "1"},
+      {"x265:pools", "none"},  {"x265:wpp", "0"}, {"x265:frame-threads", "1"}};
+  for (const auto& [name, value] : parameters) {
+    heif_encoder_set_parameter_string(found, name, value);
+  }
   const Owned<heif_image> picture = VT_TRY(toHeif(image));
   heif_image_handle* made = nullptr;
   heif_error error = heif_context_encode_image(context.get(), picture.get(), found, nullptr, &made);
   const Owned<const heif_image_handle> handle(made, releaseHandle<heif_image_handle>);
+  if (isOk(error) && encoding.createdAt) {
+    const std::string exif = exifWithTime(*encoding.createdAt);
+    error = heif_context_add_exif_metadata(context.get(), made, exif.data(),
+                                           static_cast<int>(exif.size()));
+  }
   std::string bytes;
   heif_writer writer{.writer_api_version = 1, .write = append};
   if (isOk(error)) error = heif_context_write(context.get(), &writer, &bytes);
@@ -115,6 +138,7 @@ Result<Owned<const heif_image_handle>> handleOf(heif_context* context, int frame
 }
 
 Result<Opened> open(std::string_view bytes, int frameIndex) {
+  if (bytes.size() > mostBytes) return failed(FailureKind::tooLarge, "the file is too large");
   Context context(heif_context_alloc(), heif_context_free);
   heif_context_set_maximum_image_size_limit(context.get(), 32768);
   const heif_error error = heif_context_read_from_memory_without_copy(context.get(), bytes.data(),
@@ -127,6 +151,7 @@ Result<Opened> open(std::string_view bytes, int frameIndex) {
 }
 
 Result<Image> read(std::string_view bytes, int frameIndex) {
+  // libheif carries out the turns that the format knows itself; EXIF has no say in it.
   const Opened opened = VT_TRY(open(bytes, frameIndex));
   const bool translucent = heif_image_handle_has_alpha_channel(opened.handle.get()) != 0;
   heif_image* made = nullptr;
@@ -156,14 +181,17 @@ Result<Image> read(std::string_view bytes, int frameIndex) {
   return std::move(picture).finish();
 }
 
-Result<PixelSize> size(std::string_view bytes, int frameIndex) {
-  return VT_TRY(open(bytes, frameIndex)).size;
+Result<PictureHeader> header(const PictureBytes& bytes, int frameIndex) {
+  // The library looks at the coded pictures even for their sizes.
+  const std::string whole = VT_TRY(bytes.read(0, std::min(bytes.size(), mostBytes + 1)));
+  const Opened opened = VT_TRY(open(whole, frameIndex));
+  return PictureHeader{.format = ExportFormat::heic, .size = opened.size};
 }
 
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) const HeifModule* vantorelHeifModule() {
-  static constexpr HeifModule module{.write = write, .read = read, .size = size};
+  static constexpr HeifModule module{.write = write, .read = read, .header = header};
   return &module;
 }
 

@@ -5,17 +5,17 @@
 
 #include "base/image.hpp"
 #include "base/result.hpp"
+#include "platform/image_codec.hpp"
 
 namespace vantorel {
 
 /// What the shared module for HEIC gives the program: the codec behind it is large, starts slowly
 /// and is seldom needed.
 struct HeifModule {
-  /// `quality` from 0 to 1.
-  Result<std::string> (*write)(const Image& image, double quality);
+  Result<std::string> (*write)(const Image& image, const ImageEncoding& encoding);
   /// Frames as `ImageCodec` counts them, from 0.
   Result<Image> (*read)(std::string_view bytes, int frameIndex);
-  Result<PixelSize> (*size)(std::string_view bytes, int frameIndex);
+  Result<PictureHeader> (*header)(const PictureBytes& bytes, int frameIndex);
 };
 
 /// The name of the one function in the module, of type `HeifModuleEntry`.
