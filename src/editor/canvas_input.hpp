@@ -97,7 +97,7 @@ class CanvasInput {
   bool pressTextBox(const PointerEvent& event);
   void pressText(const PointerEvent& event);
   void pressSelectText(const PointerEvent& event);
-  void markSelectedText(ShapeType type, std::string_view name);
+  void markSelectedText(ShapeType type, const std::vector<Box>& boxes, std::string_view name);
   bool textKey(const KeyEvent& event);
   void pressCrop(const PointerEvent& event);
   bool pressHandle(const PointerEvent& event);
