@@ -44,7 +44,7 @@ class SceneCanvas {
   [[nodiscard]] std::vector<Redaction> redactionsOf(const std::vector<PlacedShape>& shapes) const;
   [[nodiscard]] std::vector<PixelRect> changedAreas(const std::vector<Shape>& shapes,
                                                     std::vector<PlacedShape>& now) const;
-  void growOverRedactions(std::vector<PixelRect>& areas) const;
+  void addRedactions(std::vector<PixelRect>& areas) const;
   void drawAgain(const PixelRect& area);
   void drawOn(std::uint8_t* pixels, const PixelRect& area);
   void copyGround(std::uint8_t* pixels, const PixelRect& area) const;
