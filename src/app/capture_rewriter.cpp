@@ -65,6 +65,11 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
   if (before.medium != CaptureMedium::image) {
     return done(std::unexpected("Only pictures can be converted or compressed."));
   }
+  const bool isOfNewerBuild = !before.unreadShapes.isEmpty() || !before.unreadLayers.isEmpty();
+  if (change.downscaleTo1x && isOfNewerBuild) {
+    return done(std::unexpected(
+        "The capture can't be scaled down: it has annotations of a newer version."));
+  }
   if (services_.surfaces->editors.isOpen(before.id)) {
     return done(std::unexpected("The capture can't be changed: close Annotate first."));
   }

@@ -78,6 +78,7 @@ std::optional<std::pair<double, double>> snap(const std::vector<double>& edges,
 }  // namespace
 
 void CanvasInput::startDrawing(ShapeType type, const PointerEvent& event) {
+  model_.endText();
   model_.select({});
   Shape shape = model_.newShape(type);
   shape.layerId = model_.layerAt(startCapture_);
@@ -139,14 +140,14 @@ void CanvasInput::move(const PointerEvent& event) {
     text_.extendTo(toCapture(event.at));
     return;
   }
-  if (cropMode_) {
-    moveCrop(event);
-    return;
-  }
   // A click that trembles moves nothing.
   const bool trembles = distance(event.at, startCanvas_) < event.tolerance / 2;
   if (mode_ != GestureMode::draw && !hasMoved_ && trembles) return;
   hasMoved_ = true;
+  if (cropMode_) {
+    moveCrop(event);
+    return;
+  }
   switch (mode_) {
     case GestureMode::none: return;
     case GestureMode::draw: draw(event); return;

@@ -11,11 +11,35 @@ CanvasInput::CanvasInput(EditorModel& model, CanvasServices services)
     : model_(model), services_(std::move(services)) {}
 
 void CanvasInput::handle(const PointerEvent& event) {
+  endIfInterrupted();
   switch (event.phase) {
-    case PointerPhase::press: press(event); return;
+    case PointerPhase::press:
+      press(event);
+      interruptions_ = model_.interruptions();
+      return;
     case PointerPhase::move: move(event); return;
     case PointerPhase::release: release(event); return;
   }
+}
+
+/// Whether what the gesture works on has been taken from below it.
+bool CanvasInput::isInterrupted() const {
+  if (!isInGesture()) return false;
+  if (model_.interruptions() != interruptions_) return true;
+  switch (mode_) {
+    case GestureMode::draw: return !model_.draft();
+    case GestureMode::layerMove:
+    case GestureMode::layerResize: return model_.selectedLayer() == nullptr;
+    default: return false;
+  }
+}
+
+void CanvasInput::endIfInterrupted() {
+  if (!isInterrupted()) return;
+  if (mode_ == GestureMode::draw && !model_.isTyping()) model_.setDraft(std::nullopt);
+  // What it has changed so far stays, as one step.
+  if (model_.interruptions() == interruptions_) model_.endStep();
+  end();
 }
 
 double CanvasInput::captureTolerance(const PointerEvent& event) const {
@@ -25,7 +49,7 @@ double CanvasInput::captureTolerance(const PointerEvent& event) const {
 
 void CanvasInput::press(const PointerEvent& event) {
   // A press without the release of the one before: the window lost it.
-  if (mode_ != GestureMode::none || cropMode_) cancel();
+  if (isInGesture()) cancel();
   isSelectingText_ = false;
   if (model_.tool() != Tool::selectText) text_.clear();
   model_.endStep();
@@ -198,10 +222,10 @@ void CanvasInput::pressCrop(const PointerEvent& event) {
 void CanvasInput::release(const PointerEvent& event) {
   isSelectingText_ = false;
   if (cropMode_) {
-    // A click outside the frame draws no new one.
-    if (*cropMode_ == CropMode::draw && model_.pendingCrop() &&
+    // A frame drawn and closed again is none.
+    if (*cropMode_ == CropMode::draw && hasMoved_ && model_.pendingCrop() &&
         (model_.pendingCrop()->w < 1 || model_.pendingCrop()->h < 1)) {
-      model_.setPendingCrop(std::nullopt);
+      cancel();
     }
   } else if (mode_ == GestureMode::draw) {
     draw(event);
@@ -223,6 +247,7 @@ void CanvasInput::end() {
 }
 
 void CanvasInput::cancel() {
+  endIfInterrupted();
   if (cropMode_) {
     const bool hadFrame = startFrame_ != Box{};
     model_.setPendingCrop(hadFrame ? std::optional(startFrame_) : std::nullopt);
@@ -236,16 +261,16 @@ void CanvasInput::cancel() {
     model_.setDraft(std::nullopt);
   } else if (mode_ == GestureMode::marquee) {
     model_.select(startSelection_);
-  } else {
+  } else if (mode_ != GestureMode::none) {
     model_.cancelStep();
   }
   end();
 }
 
 bool CanvasInput::handle(const KeyEvent& event) {
-  const bool inGesture = mode_ != GestureMode::none || cropMode_.has_value();
+  endIfInterrupted();
   if (event.key == EditorKey::escape) return escape();
-  if (inGesture) return false;
+  if (isInGesture()) return false;
   if (model_.tool() == Tool::selectText && !text_.isEmpty() && textKey(event)) return true;
   if (event.key == EditorKey::character && event.command) return commandKey(event);
   if (model_.isTyping()) {
@@ -271,7 +296,8 @@ bool CanvasInput::handle(const KeyEvent& event) {
 
 bool CanvasInput::commandKey(const KeyEvent& event) {
   if (event.text == "z" || event.text == "Z") {
-    return event.shift ? model_.redo() : model_.undo();
+    const bool done = event.shift ? model_.redo() : model_.undo();
+    return done || model_.isTyping();
   }
   if (model_.isTyping()) return false;
   if (event.text == "a") {
@@ -289,7 +315,7 @@ bool CanvasInput::commandKey(const KeyEvent& event) {
 }
 
 bool CanvasInput::escape() {
-  if (mode_ != GestureMode::none || cropMode_) {
+  if (isInGesture()) {
     cancel();
   } else if (model_.tool() == Tool::selectText && !text_.isEmpty()) {
     text_.clear();

@@ -75,7 +75,8 @@ class CanvasInput {
   /// The line below the canvas.
   [[nodiscard]] std::string hint() const;
 
-  /// Ends the gesture as if it had not begun.
+  /// Ends the gesture as if it had not begun. One that was interrupted, by a command of a menu, has
+  /// ended already.
   void cancel();
 
   [[nodiscard]] GestureMode mode() const { return mode_; }
@@ -97,7 +98,7 @@ class CanvasInput {
   bool pressTextBox(const PointerEvent& event);
   void pressText(const PointerEvent& event);
   void pressSelectText(const PointerEvent& event);
-  void markSelectedText(ShapeType type, std::string_view name);
+  void markSelectedText(ShapeType type, const std::vector<Box>& boxes, std::string_view name);
   bool textKey(const KeyEvent& event);
   void pressCrop(const PointerEvent& event);
   bool pressHandle(const PointerEvent& event);
@@ -114,6 +115,9 @@ class CanvasInput {
   bool escape();
   void end();
 
+  [[nodiscard]] bool isInGesture() const { return mode_ != GestureMode::none || cropMode_; }
+  [[nodiscard]] bool isInterrupted() const;
+  void endIfInterrupted();
   [[nodiscard]] bool isCaptureShown() const;
   [[nodiscard]] Pt toCapture(Pt canvas) const { return model_.toCanvas().inverse()(canvas); }
   [[nodiscard]] double captureTolerance(const PointerEvent& event) const;
@@ -128,6 +132,7 @@ class CanvasInput {
 
   GestureMode mode_ = GestureMode::none;
   std::optional<CropMode> cropMode_;
+  std::uint64_t interruptions_ = 0;  // of the model, when the gesture began
   Pt startCanvas_;
   Pt startCapture_;
   bool hasMoved_ = false;

@@ -44,6 +44,8 @@ class RandomUser {
     }
   }
 
+  void leave() { input_.cancel(); }
+
  private:
   int number(int least, int most) { return std::uniform_int_distribution(least, most)(random_); }
   Pt place() { return {number(-600, 8600) / 10.0, number(-500, 6500) / 10.0}; }
@@ -69,10 +71,27 @@ class RandomUser {
       event.at = place();
       input_.handle(event);
       if (number(0, 20) == 0) pressKey();
+      if (number(0, 20) == 0) interrupt();
     }
     if (number(0, 15) == 0) return;  // the release never comes
     event.phase = PointerPhase::release;
     input_.handle(event);
+  }
+
+  /// Commands of menus and panels come in the middle of a gesture too.
+  void interrupt() {
+    switch (number(0, 9)) {
+      case 0: model_.pickTool(enumNames<Tool>[number(0, 15)].value); return;
+      case 1: model_.redo(); return;
+      case 2: model_.deleteSelection(); return;
+      case 3: model_.selectLayer(someLayer()); return;
+      case 4: model_.select({}); return;
+      case 5: changeLayers(); return;
+      case 6: changeCanvas(); return;
+      case 7: model_.beginText(place()); return;
+      case 8: model_.selectAll(); return;
+      default: model_.undo(); return;
+    }
   }
 
   std::string someLayer() {
@@ -127,6 +146,7 @@ TEST(UndoPropertyTest, UndoingEverythingGivesBackTheOpeningDocumentAndRedoTheLas
     opened = model.baseline();
     RandomUser user(model, seed);
     for (int i = 0; i < 150; ++i) user.act();
+    user.leave();
     model.endText();
     model.endStep();
     const EditorDocument last = model.document();

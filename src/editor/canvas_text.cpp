@@ -37,9 +37,10 @@ void CanvasInput::pressSelectText(const PointerEvent& event) {
 }
 
 /// Puts a shape over each line of the selected text.
-void CanvasInput::markSelectedText(ShapeType type, std::string_view name) {
+void CanvasInput::markSelectedText(ShapeType type, const std::vector<Box>& boxes,
+                                   std::string_view name) {
   model_.edit(name, [&](EditorSnapshot& state) {
-    for (const Box& box : text_.boxes()) {
+    for (const Box& box : boxes) {
       Shape shape = model_.newShape(type);
       shape.x1 = box.x;
       shape.y1 = box.y;
@@ -59,9 +60,9 @@ bool CanvasInput::textKey(const KeyEvent& event) {
     return true;
   }
   if (event.text == "r" || event.text == "R") {
-    markSelectedText(ShapeType::redact, "Redact Text");
+    markSelectedText(ShapeType::redact, text_.coveringBoxes(), "Redact Text");
   } else if (event.text == "h" || event.text == "H") {
-    markSelectedText(ShapeType::highlightRect, "Highlight Text");
+    markSelectedText(ShapeType::highlightRect, text_.boxes(), "Highlight Text");
   } else {
     return false;
   }

@@ -250,6 +250,7 @@ void EditorModel::setCropAspect(CropAspect aspect) {
 
 bool EditorModel::applyCrop() {
   if (!pendingCrop_) return false;
+  ++interruptions_;
   const Box pending = *std::exchange(pendingCrop_, std::nullopt);
   if (pending == cropOnCanvas()) {
     events_.changed();
@@ -288,6 +289,7 @@ bool EditorModel::applyCrop() {
 }
 
 bool EditorModel::removeCrop() {
+  ++interruptions_;
   pendingCrop_.reset();
   return edit("Remove Crop", [](EditorSnapshot& state) { state.crop.reset(); });
 }

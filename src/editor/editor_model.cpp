@@ -63,10 +63,13 @@ std::string EditorModel::unsavedChanges() const {
                          isTyping() ? TextLabel::unfinished : TextLabel::none);
 }
 
-void EditorModel::markSaved() { baseline_ = state_; }
+void EditorModel::markSaved(EditorDocument document) {
+  baseline_ = EditorSnapshot::of(std::move(document));
+}
 
 void EditorModel::beginStep(std::string name) {
   endStep();
+  ++interruptions_;
   step_ = OpenStep{state_, std::move(name)};
 }
 
@@ -74,6 +77,7 @@ void EditorModel::endStep() {
   if (!step_) return;
   OpenStep step = std::move(*step_);
   step_.reset();
+  ++interruptions_;
   settleRedactions(step.before, state_);
   if (step.before == state_) {
     state_ = std::move(step.before);
@@ -158,8 +162,21 @@ void EditorModel::stateReplaced() {
   events_.changed();
 }
 
+bool EditorModel::undoTyping(std::vector<std::string>& from, std::vector<std::string>& to) {
+  if (from.empty()) return false;
+  to.push_back(std::exchange(draft_->text, std::move(from.back())));
+  from.pop_back();
+  events_.changed();
+  return true;
+}
+
 bool EditorModel::undo() {
-  cancelText();
+  if (typing_) return undoTyping(typing_->before, typing_->after);
+  ++interruptions_;
+  if (draft_) {
+    setDraft(std::nullopt);
+    return true;
+  }
   endStep();
   if (!history_.undo(state_)) return false;
   stateReplaced();
@@ -167,7 +184,9 @@ bool EditorModel::undo() {
 }
 
 bool EditorModel::redo() {
-  cancelText();
+  if (typing_) return undoTyping(typing_->after, typing_->before);
+  if (draft_) return false;
+  ++interruptions_;
   endStep();
   if (!history_.redo(state_)) return false;
   stateReplaced();
@@ -176,12 +195,17 @@ bool EditorModel::redo() {
 
 // The step still open, as a run of nudges is, ends with the undo and clears what could be redone.
 std::string EditorModel::undoName() const {
+  if (typing_) return typing_->before.empty() ? "" : "Typing";
   return isStepPending() ? step_->name : history_.undoName();
 }
 
-std::string EditorModel::redoName() const { return isStepPending() ? "" : history_.redoName(); }
+std::string EditorModel::redoName() const {
+  if (typing_) return typing_->after.empty() ? "" : "Typing";
+  return isStepPending() ? "" : history_.redoName();
+}
 
 void EditorModel::pickTool(Tool tool) {
+  ++interruptions_;
   endText();
   endStep();
   if (pendingCrop_) applyCrop();
@@ -287,6 +311,7 @@ void EditorModel::setDraft(std::optional<Shape> draft) {
 
 void EditorModel::beginText(Pt at) {
   endText();
+  ++interruptions_;
   draft_ = newShape(ShapeType::text);
   draft_->x = at.x;
   draft_->y = at.y;
@@ -298,23 +323,33 @@ void EditorModel::beginText(Pt at) {
 
 bool EditorModel::editText(const std::string& shapeID) {
   endText();
+  ++interruptions_;
   const Shape* const shape = state_.find(shapeID);
   if (shape == nullptr || shape->type != ShapeType::text) return false;
   draft_ = *shape;
-  typing_ = Typing{shapeID};
+  typing_ = Typing{shapeID, {}, {}};
   selection_.clear();
   events_.changed();
   return true;
 }
 
 void EditorModel::setText(std::string text) {
-  if (!typing_) return;
+  if (!typing_ || draft_->text == text) return;
+  // Letters of a word are undone together.
+  const std::string& present = draft_->text;
+  const bool isOfTheWord =
+      !typing_->before.empty() && typing_->after.empty() && text.size() > present.size() &&
+      text.starts_with(present) &&
+      text.find_first_of(" \n\t", present.empty() ? 0 : present.size() - 1) == std::string::npos;
+  if (!isOfTheWord) typing_->before.push_back(present);
+  typing_->after.clear();
   draft_->text = std::move(text);
   events_.changed();
 }
 
 void EditorModel::endText() {
   if (!typing_) return;
+  ++interruptions_;
   const Typing typing = *std::exchange(typing_, std::nullopt);
   const Shape shape = *std::exchange(draft_, std::nullopt);
   const bool isEmpty = shape.text.find_first_not_of(" \t\n") == std::string::npos;
@@ -337,6 +372,7 @@ void EditorModel::endText() {
 
 void EditorModel::cancelText() {
   if (!typing_) return;
+  ++interruptions_;
   typing_.reset();
   draft_.reset();
   events_.changed();

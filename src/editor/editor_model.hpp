@@ -71,8 +71,8 @@ class EditorModel {
   [[nodiscard]] bool hasUnsavedChanges() const;
   [[nodiscard]] std::string unsavedChanges() const;
 
-  /// The present document is the one in the library now.
-  void markSaved();
+  /// `document` is the one in the library now.
+  void markSaved(EditorDocument document);
 
   [[nodiscard]] PixelSize captureSize() const { return capture_; }
   [[nodiscard]] std::optional<double> captureScale() const { return captureScale_; }
@@ -93,9 +93,14 @@ class EditorModel {
   /// Gives back the state at `beginStep`.
   void cancelStep();
   [[nodiscard]] bool isInStep() const { return step_.has_value(); }
+  /// Changes whenever what a gesture works on may have been taken from below it: by undo and redo,
+  /// the pick of a tool, another step.
+  [[nodiscard]] std::uint64_t interruptions() const { return interruptions_; }
   /// Changes the state as one step, or as part of the open one.
   bool edit(std::string_view name, const std::function<void(EditorSnapshot&)>& change);
 
+  /// While a text is typed, both go through what was typed alone; while a shape is drawn, undo
+  /// gives it up.
   bool undo();
   bool redo();
   [[nodiscard]] std::string undoName() const;
@@ -195,8 +200,11 @@ class EditorModel {
   };
   struct Typing {
     std::optional<std::string> shapeID;  // of the shape being edited; none for a new one
+    std::vector<std::string> before;     // what the text was, by words, oldest first
+    std::vector<std::string> after;      // what was undone, latest last
   };
 
+  bool undoTyping(std::vector<std::string>& from, std::vector<std::string>& to);
   [[nodiscard]] bool isStepPending() const { return step_ && step_->before != state_; }
   void stateReplaced();
   void ensureCaptureLayer(EditorSnapshot& state) const;
@@ -221,6 +229,7 @@ class EditorModel {
   EditorSnapshot state_;
   UndoHistory history_;
   std::optional<OpenStep> step_;
+  std::uint64_t interruptions_ = 0;
 
   Tool tool_ = Tool::select;
   std::set<std::string> selection_;

@@ -298,6 +298,76 @@ TEST_F(EditorModelTest, LayersCarryTheirShapesAndLeaveTheOthersInPlace) {
   EXPECT_EQ(model->document(), model->baseline());
 }
 
+TEST_F(EditorModelTest, ACommandInTheMiddleOfAGestureEndsIt) {
+  key("r");
+  drag({100, 100}, {200, 200});
+  drag({300, 300}, {400, 400});
+  ASSERT_EQ(model->state().shapes->size(), 2U);
+
+  const auto moved = [this](const std::function<void()>& interrupt) {
+    model->pickTool(Tool::select);
+    model->select({});
+    pointer(PointerPhase::press, {100, 150});
+    pointer(PointerPhase::move, {120, 150});
+    interrupt();
+    for (int x = 130; x < 180; x += 10) pointer(PointerPhase::move, {double(x), 150});
+    pointer(PointerPhase::release, {180, 150});
+    return model->state().shapes->front()->x1;
+  };
+  EXPECT_EQ(moved([] {}), 180);
+  EXPECT_TRUE(model->undo());
+  EXPECT_EQ(moved([&] { model->undo(); }), 100) << "the drag is taken back";
+  EXPECT_EQ(model->undoName(), "Draw Rectangle");
+  EXPECT_EQ(moved([&] { model->pickTool(Tool::pen); }), 120);
+  EXPECT_EQ(model->undoName(), "Move");
+  EXPECT_TRUE(model->undo());
+  EXPECT_EQ(model->undoName(), "Draw Rectangle") << "one step a drag";
+
+  key("r");
+  pointer(PointerPhase::press, {500, 100});
+  pointer(PointerPhase::move, {600, 200});
+  EXPECT_TRUE(model->undo());
+  pointer(PointerPhase::move, {610, 210});
+  pointer(PointerPhase::release, {620, 220});
+  EXPECT_EQ(model->state().shapes->size(), 2U);
+  EXPECT_FALSE(model->draft());
+}
+
+TEST_F(EditorModelTest, UndoWhileTypingUndoesTypingAlone) {
+  key("r");
+  drag({100, 100}, {200, 200});
+  model->beginText({300, 300});
+  for (const std::string typed : {"s", "so", "som", "some", "some ", "some t", "some te"}) {
+    model->setText(typed);
+  }
+  EXPECT_EQ(model->undoName(), "Typing");
+  EXPECT_TRUE(model->undo());
+  EXPECT_EQ(model->draft()->text, "some ");
+  EXPECT_TRUE(model->undo());
+  EXPECT_TRUE(model->undo());
+  EXPECT_EQ(model->draft()->text, "");
+  EXPECT_FALSE(model->undo());
+  EXPECT_TRUE(model->isTyping());
+  EXPECT_EQ(model->state().shapes->size(), 1U);
+  while (model->redo()) {
+  }
+  EXPECT_EQ(model->draft()->text, "some te");
+  model->endText();
+  EXPECT_EQ(last().text, "some te");
+}
+
+TEST_F(EditorModelTest, AClickThatTremblesKeepsTheCrop) {
+  model->pickTool(Tool::crop);
+  drag({100, 100}, {300, 200});
+  EXPECT_EQ(model->pendingCrop(), (Box{100, 100, 200, 100}));
+  pointer(PointerPhase::press, {500, 500});
+  pointer(PointerPhase::move, {502, 502});
+  pointer(PointerPhase::release, {502, 502});
+  EXPECT_EQ(model->pendingCrop(), (Box{100, 100, 200, 100}));
+  drag({500, 500}, {600, 500});  // no frame either
+  EXPECT_EQ(model->pendingCrop(), (Box{100, 100, 200, 100}));
+}
+
 TEST_F(EditorModelTest, RedactionsGoWithTheImagesTheyLieOn) {
   ASSERT_TRUE(model->addLayers({{"/shots/logo.png", {200, 100}}}));
   model->selectLayer(std::nullopt);

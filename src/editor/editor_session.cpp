@@ -87,14 +87,22 @@ void EditorSession::confirmed(std::function<void(Result<EditorSaving>)> done) {
   });
 }
 
-void EditorSession::handBack(EditorExport target, const std::function<void(EditorSaving)>& to) {
+void EditorSession::handBack(
+    EditorExport target,
+    const std::function<void(EditorSaving, std::function<void(Result<void>)> done)>& to) {
   exportTo(target, [this, to](Result<EditorSaving> saving) {
     if (!saving) {
       services_.report(saving.error().reason);
       return;
     }
-    if (saving->document == model_.document()) model_.markSaved();
-    to(*std::move(saving));
+    auto saved = alive_.guard([this, document = saving->document](const Result<void>& result) {
+      if (result) {
+        model_.markSaved(document);
+      } else {
+        services_.report(result.error().reason);
+      }
+    });
+    to(*std::move(saving), std::move(saved));
   });
 }
 

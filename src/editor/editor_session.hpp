@@ -38,8 +38,9 @@ struct EditorSessionServices {
   /// Asks a question with yes and no.
   std::function<void(const std::string& question, std::function<void(bool)> answered)> ask;
   std::function<void(const std::string&)> report;
-  std::function<void(EditorSaving)> save;
-  std::function<void(EditorSaving)> archive;
+  /// Both answer once the library is on the disk, or say in a sentence why it is not.
+  std::function<void(EditorSaving, std::function<void(Result<void>)> done)> save;
+  std::function<void(EditorSaving, std::function<void(Result<void>)> done)> archive;
 };
 
 /// The errand of one editor window, from opening an entry to handing its document back: what may
@@ -68,7 +69,8 @@ class EditorSession {
   /// library.
   void exportTo(EditorExport target, std::function<void(Result<EditorSaving>)> done);
 
-  /// Hand the document to the library.
+  /// Hand the document to the library. It counts as saved when the library has it, and is unsaved
+  /// as before, with a report, when it has not.
   void save();
   void archive();
 
@@ -77,7 +79,9 @@ class EditorSession {
 
  private:
   void confirmed(std::function<void(Result<EditorSaving>)> done);
-  void handBack(EditorExport target, const std::function<void(EditorSaving)>& to);
+  void handBack(
+      EditorExport target,
+      const std::function<void(EditorSaving, std::function<void(Result<void>)> done)>& to);
 
   std::string entryID_;
   std::string path_;

@@ -31,7 +31,10 @@ class EditorSessionTest : public ::testing::Test {
       answer = std::move(answered);
     };
     result.report = [this](const std::string& line) { said.push_back(line); };
-    result.save = [this](EditorSaving saving) { saved.push_back(std::move(saving)); };
+    result.save = [this](EditorSaving saving, std::function<void(Result<void>)> done) {
+      saved.push_back(std::move(saving));
+      onDisk = std::move(done);
+    };
     result.archive = result.save;
     return result;
   }
@@ -54,6 +57,7 @@ class EditorSessionTest : public ::testing::Test {
   std::vector<std::string> said;
   std::function<void(bool)> answer;
   std::vector<EditorSaving> saved;
+  std::function<void(Result<void>)> onDisk;
   EditorModel model{{{8, 6}, {}, {}, 2.0, {}, roughText}, {}};
   EditorSession session{"entry", "/shot.png", model, services()};
 };
@@ -81,7 +85,17 @@ TEST_F(EditorSessionTest, SavingHandsTheDocumentBackWithItsPicture) {
   ASSERT_EQ(saved.size(), 1U);
   EXPECT_EQ(saved[0].entryID, "entry");
   EXPECT_EQ(saved[0].document, model.document());
+  onDisk(failed(FailureKind::noSpace, "The disk is full."));
+  EXPECT_EQ(said.back(), "The disk is full.");
+  EXPECT_TRUE(model.hasUnsavedChanges());
+  session.save();
+  runners.run();
+  model.edit("Draw", [](EditorSnapshot& state) { state.append(mixedShape(4)); });
+  onDisk({});
+  EXPECT_EQ(model.unsavedChanges(), "1 annotation added") << "since it was handed over";
+  model.undo();
   EXPECT_FALSE(model.hasUnsavedChanges());
+  saved.resize(1);
   model.undo();
   isBroken = true;
   session.archive();

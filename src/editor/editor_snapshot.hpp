@@ -17,7 +17,7 @@ struct EditorSnapshot {
   using Shapes = ShapeList;
 
   std::shared_ptr<const Shapes> shapes;
-  std::optional<Box> crop;
+  std::optional<StoredBox> crop;
   std::shared_ptr<const BackgroundSpec> background;
   std::shared_ptr<const std::vector<LayerSpec>> layers;
   std::shared_ptr<const CanvasSpec> canvas;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "editor/shape_geometry.hpp"
+#include "text/letter_widths.hpp"
 
 namespace vantorel {
 namespace {
@@ -115,6 +116,22 @@ std::vector<Box> TextSelection::boxes() const {
     const double each = line.box.w / static_cast<double>(line.length());
     boxes.push_back({line.box.x + each * static_cast<double>(from.letter), line.box.y,
                      each * static_cast<double>(to.letter - from.letter), line.box.h});
+  }
+  return boxes;
+}
+
+std::vector<Box> TextSelection::coveringBoxes() const {
+  std::vector<Box> boxes;
+  for (std::size_t i = 0; i < lines_.size(); ++i) {
+    const auto [from, to] = selectedOf(i);
+    if (!(from < to)) continue;
+    const Line& line = lines_[i];
+    const LineStretch stretch =
+        widestStretch(line.text, line.letters, from.letter, to.letter, line.box.w / line.box.h);
+    const Box box{line.box.x + stretch.from * line.box.w, line.box.y,
+                  (stretch.to - stretch.from) * line.box.w, line.box.h};
+    // Recognition draws its boxes close to the ink, or across its edge.
+    boxes.push_back(grown(box, std::max(0.15 * line.box.h, 2.0)));
   }
   return boxes;
 }

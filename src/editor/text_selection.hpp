@@ -43,6 +43,9 @@ class TextSelection {
   /// Where the selected text lies: a box for each line.
   [[nodiscard]] std::vector<Box> boxes() const;
 
+  /// What holds all of the selected text for certain, whatever its font: as `boxes`, and larger.
+  [[nodiscard]] std::vector<Box> coveringBoxes() const;
+
  private:
   struct Line {
     std::string text;

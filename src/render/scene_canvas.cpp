@@ -139,20 +139,21 @@ void SceneCanvas::adaptHighlights(std::vector<PixelRect>& areas) {
   }
 }
 
-/// A redaction depends on all of its rim: an area that touches it takes it in whole.
-void SceneCanvas::growOverRedactions(std::vector<PixelRect>& areas) const {
-  const PixelRect all{0, 0, size().width, size().height};
-  for (bool grew = true; grew;) {
-    grew = false;
-    for (const Redaction& redaction : redactions_) {
-      if (redaction.area.isEmpty() || redaction.style == RedactStyle::solidBox) continue;
-      const PixelRect seen = intersection(withRim(redaction.area), all);
-      for (PixelRect& area : areas) {
-        if (!meet(area, seen) || united(area, seen) == area) continue;
-        area = united(area, seen);
-        grew = true;
-      }
-    }
+/// A redaction whose rim changed looks different all over. That changes no other redaction: none
+/// looks at what another one covers.
+void SceneCanvas::addRedactions(std::vector<PixelRect>& areas) const {
+  const std::size_t changed = areas.size();
+  for (const Redaction& redaction : redactions_) {
+    if (redaction.area.isEmpty() || redaction.style == RedactStyle::solidBox) continue;
+    const PixelRect seen = withRim(redaction.area);
+    const auto first = areas.begin();
+    const auto last = first + static_cast<std::ptrdiff_t>(changed);
+    const bool isTouched =
+        std::any_of(first, last, [&](const PixelRect& area) { return meet(area, seen); });
+    const bool isWithin = std::any_of(first, last, [&](const PixelRect& area) {
+      return intersection(area, redaction.area) == redaction.area;
+    });
+    if (isTouched && !isWithin) areas.push_back(redaction.area);
   }
 }
 
@@ -170,7 +171,7 @@ std::vector<PixelRect> SceneCanvas::show(const std::vector<Shape>& shapes) {
     return {all};
   }
   joinNeighbours(areas);
-  growOverRedactions(areas);
+  addRedactions(areas);
   for (const PixelRect& area : areas) drawAgain(area);
   return areas;
 }
@@ -191,16 +192,23 @@ void SceneCanvas::copyGround(std::uint8_t* pixels, const PixelRect& area) const 
 /// between rows alone and a row away from the area: the drawing library reckons the coverage of the
 /// first and the last row of what it cuts differently, and cuts outlines at the sides inexactly.
 void SceneCanvas::drawOn(std::uint8_t* pixels, const PixelRect& area) {
-  copyGround(pixels, area);
+  // Redactions in the area need the picture in all of their rims.
+  PixelRect below = area;
+  for (const Redaction& redaction : redactions_) {
+    if (redaction.style == RedactStyle::solidBox || !meet(redaction.area, area)) continue;
+    below = united(below, withRim(redaction.area));
+  }
+  below = intersection(below, {0, 0, size().width, size().height});
+  copyGround(pixels, below);
   TiledSurface surface(pixels, stride(), size());
-  const PixelRect rows{0, area.y - 1, size().width, area.height + 2};
+  const PixelRect rows{0, below.y - 1, size().width, below.height + 2};
   auto redaction = redactions_.begin();
   for (const PlacedShape& shape : placed_) {
     if (shape.shape.type == ShapeType::redact) {
       cover(pixels, stride(), size(), *redaction++, redactions_, area);
       continue;
     }
-    if (!meet(shape.bounds, area)) continue;
+    if (!meet(shape.bounds, below)) continue;
     surface.draw(rows, shape.bounds, [&](cairo_t* cr) { paint(cr, shape); });
   }
 }

@@ -45,7 +45,7 @@ class SceneCanvas {
   [[nodiscard]] std::vector<PixelRect> changedAreas(const std::vector<Shape>& shapes,
                                                     std::vector<PlacedShape>& now) const;
   void adaptHighlights(std::vector<PixelRect>& areas);
-  void growOverRedactions(std::vector<PixelRect>& areas) const;
+  void addRedactions(std::vector<PixelRect>& areas) const;
   void drawAgain(const PixelRect& area);
   void drawOn(std::uint8_t* pixels, const PixelRect& area);
   void copyGround(std::uint8_t* pixels, const PixelRect& area) const;

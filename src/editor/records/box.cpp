@@ -25,6 +25,16 @@ bool read(json::Cursor cursor, Pt& point, json::Problem& problem) {
   return json::readRecord(cursor, point, problem);
 }
 
+json::Object unknownMembers(json::Cursor point) {
+  json::Object unknown;
+  auto members = point.members();
+  std::string_view key;
+  for (json::Cursor value; members.next(key, value);) {
+    if (key != "x" && key != "y") unknown.push_back({std::string(key), value.toValue()});
+  }
+  return unknown;
+}
+
 void write(json::Writer& writer, const Pt& point) { json::writeRecord(writer, point); }
 
 template <class V, class S>
@@ -35,5 +45,12 @@ void Box::describe(V& v, S& box) {
   v.required("h", box.h);
 }
 VT_JSON_RECORD(Box)
+
+template <class V, class S>
+void StoredBox::describe(V& v, S& box) {
+  Box::describe(v, box);
+  v.rest(box.extra);
+}
+VT_JSON_RECORD(StoredBox)
 
 }  // namespace vantorel

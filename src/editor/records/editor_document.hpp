@@ -13,7 +13,7 @@ namespace vantorel {
 /// Everything the user added to a capture; the capture's own pixels stay as they were.
 struct EditorDocument {
   std::vector<Shape> shapes;  ///< lowest first
-  std::optional<Box> crop;
+  std::optional<StoredBox> crop;
   BackgroundSpec background;
   std::vector<LayerSpec> layers;  ///< lowest first
   CanvasSpec canvas;

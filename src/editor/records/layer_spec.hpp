@@ -51,7 +51,7 @@ struct LayerSpec {
   int frameIndex = 0;               ///< the frame shown, of a source with several
   int pixelWidth = 0;               ///< of the source image
   int pixelHeight = 0;
-  Box frame;  ///< in canvas pixels
+  StoredBox frame;  ///< in canvas pixels
   std::optional<double> opacity;
   bool visible = true;
   bool locked = false;  ///< cannot be moved or resized

@@ -34,6 +34,77 @@ Legacy readType(json::RecordReader& reader, ShapeType& type) {
   return Legacy::none;
 }
 
+/// The points of a stroke, of which there are very many, with what is not known of them.
+struct Samples {
+  std::vector<Pt> points;
+  json::Unread unread;
+  json::Unread members;
+};
+
+bool read(json::Cursor cursor, Samples& samples, json::Problem& problem) {
+  if (cursor.kind() != json::Kind::array) return json::detail::wrongKind(problem, "a list");
+  auto items = cursor.items();
+  samples.points.reserve(std::min(items.count(), items.weight() / sizeof(Pt) + 1));
+  for (json::Cursor item; items.next(item);) {
+    Pt point;
+    if (!read(item, point, problem)) {
+      if (problem.isStrict) return problem.inItem(samples.points.size());
+      samples.unread.add(samples.points.size(), item.toValue());
+      problem.clear();
+      continue;
+    }
+    if (json::Object unknown = unknownMembers(item); !unknown.empty()) {
+      samples.members.add(samples.points.size(), {std::move(unknown)});
+    }
+    samples.points.push_back(point);
+  }
+  return true;
+}
+
+struct SamplesView {
+  const Shape& shape;
+};
+
+void write(json::Writer& writer, const SamplesView& samples) {
+  const Shape& shape = samples.shape;
+  if (shape.unreadPoints.isEmpty() && shape.pointMembers.isEmpty()) {
+    write(writer, shape.points);
+    return;
+  }
+  writer.beginArray();
+  auto unread = shape.unreadPoints.parts().begin();
+  const auto lastUnread = shape.unreadPoints.parts().end();
+  auto members = shape.pointMembers.parts().begin();
+  const auto lastMembers = shape.pointMembers.parts().end();
+  for (std::size_t i = 0; i < shape.points.size(); ++i) {
+    for (; unread != lastUnread && unread->index <= i; ++unread) writer.value(unread->value);
+    writer.beginObject();
+    writer.member("x", shape.points[i].x);
+    writer.member("y", shape.points[i].y);
+    if (members != lastMembers && members->index == i) {
+      for (const auto& [key, value] : std::get<json::Object>((members++)->value.value)) {
+        writer.member(key, value);
+      }
+    }
+    writer.endObject();
+  }
+  for (; unread != lastUnread; ++unread) writer.value(unread->value);
+  writer.endArray();
+}
+
+template <class V, class S>
+void describePoints(V& v, S& shape) {
+  if constexpr (V::reading) {
+    Samples samples;
+    v.field("points", samples);
+    shape.points = std::move(samples.points);
+    shape.unreadPoints = std::move(samples.unread);
+    shape.pointMembers = std::move(samples.members);
+  } else {
+    v.field("points", SamplesView{shape});
+  }
+}
+
 /// Sets what an old type says, whatever the file has under the newer key.
 template <class V, class Member, class Value>
 void assume(V& v, std::string_view key, Member& member, Value value) {
@@ -56,7 +127,7 @@ void Shape::describe(V& v, S& shape) {
   }
   v.required("color", shape.color);
   v.required("width", shape.width);
-  v.field("points", shape.points);
+  describePoints(v, shape);
   v.field("x1", shape.x1);
   v.field("y1", shape.y1);
   v.field("x2", shape.x2);

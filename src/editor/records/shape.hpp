@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/json_record.hpp"
+#include "base/json_unread.hpp"
 #include "editor/records/box.hpp"
 #include "editor/records/shape_style.hpp"
 
@@ -23,7 +24,9 @@ struct Shape {
   std::string color;
   double width = 0;  ///< of the stroke
 
-  std::vector<Pt> points;  ///< the samples of `pen` and `highlighter`
+  std::vector<Pt> points;     ///< the samples of `pen` and `highlighter`
+  json::Unread unreadPoints;  ///< points that this build cannot read
+  json::Unread pointMembers;  ///< what it does not know of those it can
 
   /// Start and end of `arrow` and `measure`; opposite corners of `rect`, `ellipse`, `polygon`,
   /// `redact` and `highlightRect`, in any order.

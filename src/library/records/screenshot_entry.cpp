@@ -29,6 +29,22 @@ void writeTextShape(json::RecordWriter& v, const ScreenshotEntry& entry) {
   v.required("textShapeFingerprint", textFingerprint(entry.ocrBlocks ? *entry.ocrBlocks : none));
 }
 
+/// Absent layers stay absent.
+template <class V, class S>
+void describeLayers(V& v, S& entry) {
+  if constexpr (V::reading) {
+    std::optional<json::WholeList<LayerSpec>> list;
+    v.field("layers", list);
+    if (!list) return;
+    entry.layers = std::move(list->items);
+    entry.unreadLayers = std::move(list->unread);
+  } else if (entry.layers || !entry.unreadLayers.isEmpty()) {
+    static const std::vector<LayerSpec> none;
+    v.field("layers", json::WholeListView<LayerSpec>{entry.layers ? *entry.layers : none,
+                                                     entry.unreadLayers});
+  }
+}
+
 }  // namespace
 
 template <class V, class S>
@@ -37,11 +53,11 @@ void ScreenshotEntry::describe(V& v, S& entry) {
   v.required("capturedAt", entry.capturedAt);
   v.required("path", entry.path);
   v.field("originalPath", entry.originalPath);
-  v.field("shapes", entry.shapes);
+  json::fieldWithUnread(v, "shapes", entry.shapes, entry.unreadShapes);
   v.field("crop", entry.crop);
   v.field("background", entry.background);
   v.field("combine", entry.combine);
-  v.field("layers", entry.layers);
+  describeLayers(v, entry);
   v.field("canvas", entry.canvas);
   v.field("ocrText", entry.ocrText);
   v.field("ocrBlocks", entry.ocrBlocks);

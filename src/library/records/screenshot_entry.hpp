@@ -8,6 +8,7 @@
 
 #include "base/enum_names.hpp"
 #include "base/json_record.hpp"
+#include "base/json_unread.hpp"
 #include "base/rare.hpp"
 #include "capture/records/source_app.hpp"
 #include "editor/records/background_spec.hpp"
@@ -45,10 +46,12 @@ struct ScreenshotEntry {
   std::string path;                         ///< absolute, of the file shown
   std::optional<std::string> originalPath;  ///< of the untouched file when `path` was rewritten
   std::vector<Shape> shapes;
-  std::optional<Box> crop;
+  json::Unread unreadShapes;  ///< of kinds that a newer build draws
+  std::optional<StoredBox> crop;
   Rare<BackgroundSpec> background;
   Rare<CombineSpec> combine;
   std::optional<std::vector<LayerSpec>> layers;
+  json::Unread unreadLayers;
   Rare<CanvasSpec> canvas;
   std::optional<std::string> ocrText;  ///< the recognised text, joined
   std::optional<std::vector<OCRBlock>> ocrBlocks;

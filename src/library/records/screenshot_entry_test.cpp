@@ -43,6 +43,35 @@ TEST(ScreenshotEntryTest, FullEntryRoundTripsInOrderWithWhatIsUnknownAtEveryLeve
   EXPECT_EQ(roundTrip(full), full);
 }
 
+// A newer build's work survives an edit of the title by this one.
+TEST(ScreenshotEntryTest, AnnotationsThatThisBuildCannotReadStayWhereTheyWere) {
+  const std::string shape = R"({"id":"1","type":"pen","color":"#000000","width":1,"points":[)"
+                            R"({"at":[1,2]},{"x":1,"y":2,"pressure":0.5},{"x":3,"y":4},7],)"
+                            R"("x1":0,"y1":0,"x2":0,"y2":0,"x":0,"y":0,"text":"","fontSize":0})";
+  const std::string text =
+      R"({"id":"A","capturedAt":1,"path":"/a","shapes":[{"id":"0","type":"hologram","deep":[1]},)" +
+      shape +
+      R"(,null,{"id":"2","type":"lens","color":"#000000","width":1}],)"
+      R"("crop":{"x":1,"y":2,"w":3,"h":4,"angle":5},)"
+      R"("layers":[{"id":"v","kind":"video"},{"id":"l","frameIndex":0,"pixelWidth":1,)"
+      R"("pixelHeight":1,"frame":{"x":1,"y":2,"w":3,"h":4,"tilt":[]},"visible":true,)"
+      R"("locked":false,"name":""}],)"
+      R"("ocrVersion":0,"ocrTruncated":false,"isTallCapture":false,"medium":"image",)"
+      R"("starred":false,"collectionIDs":[],"title":"T"})";
+  EXPECT_EQ(roundTrip(text), text);
+  ScreenshotEntry entry = entryOf(text);
+  ASSERT_EQ(entry.shapes.size(), 1U);
+  EXPECT_EQ(entry.shapes[0].points.size(), 2U);
+  ASSERT_EQ(entry.layers->size(), 1U);
+  entry.crop = Box{5, 6, 7, 8};
+  entry.layers.reset();
+  entry.shapes.clear();
+  const std::string edited = json::toText(entry);
+  EXPECT_NE(edited.find(R"("angle":5)"), std::string::npos);
+  EXPECT_NE(edited.find(R"({"id":"v","kind":"video"})"), std::string::npos);
+  EXPECT_NE(edited.find(R"("hologram")"), std::string::npos);
+}
+
 TEST(ScreenshotEntryTest, OlderAndDamagedFieldsDoNotTakeTheEntryWithThem) {
   const std::string least =
       R"({"id":"A","capturedAt":1,"path":"/a","shapes":[],"ocrVersion":0,"ocrTruncated":false,)"

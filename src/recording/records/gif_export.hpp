@@ -40,7 +40,7 @@ VT_JSON_RECORD_DECLARATION(GifExportOptions::Size);
 /// What a GIF was made with.
 struct GifExportRecord {
   GifExportOptions options;
-  std::optional<Box> crop;
+  std::optional<StoredBox> crop;
   std::optional<double> rangeStart;  ///< seconds into the recording
   std::optional<double> rangeEnd;
   json::Object extra;
