@@ -19,6 +19,11 @@ QPoint nearestInside(const PixelRect& area, QPoint point) {
           std::clamp(point.y(), area.y, area.bottom() - 1)};
 }
 
+PixelRect between(QPoint a, QPoint b) {
+  return {std::min(a.x(), b.x()), std::min(a.y(), b.y()), std::abs(a.x() - b.x()),
+          std::abs(a.y() - b.y())};
+}
+
 PixelRect areaOf(const DisplaySnapshot& display) {
   const double scale = display.scale();
   return {static_cast<int>(std::lround(display.bounds.x * scale)),
@@ -81,10 +86,10 @@ void SelectionModel::movePointer(QPoint to) {
     return;
   }
   const PixelRect& area = display().area;
-  const auto [left, right] = std::minmax(move_->anchor.x(), move_->corner.x());
-  const auto [top, bottom] = std::minmax(move_->anchor.y(), move_->corner.y());
-  const QPoint by(std::clamp(to.x() - move_->from.x(), area.x - left, area.right() - right),
-                  std::clamp(to.y() - move_->from.y(), area.y - top, area.bottom() - bottom));
+  const PixelRect start = between(move_->anchor, move_->corner);
+  const QPoint by(
+      std::clamp(to.x() - move_->from.x(), area.x - start.x, area.right() - start.right()),
+      std::clamp(to.y() - move_->from.y(), area.y - start.y, area.bottom() - start.bottom()));
   anchor_ = move_->anchor + by;
   corner_ = move_->corner + by;
 }
@@ -153,10 +158,7 @@ const SelectionModel::Window* SelectionModel::windowUnderPointer() const {
   return nullptr;
 }
 
-PixelRect SelectionModel::draggedArea() const {
-  return {std::min(anchor_.x(), corner_.x()), std::min(anchor_.y(), corner_.y()),
-          std::abs(anchor_.x() - corner_.x()), std::abs(anchor_.y() - corner_.y())};
-}
+PixelRect SelectionModel::draggedArea() const { return between(anchor_, corner_); }
 
 PixelRect SelectionModel::chosenArea() const {
   switch (mode_) {
