@@ -231,7 +231,8 @@ struct Program::Parts {
       all.countdown = std::make_shared<TerminalCountdown>();
       all.overlay = [] { return nullptr; };
     } else {
-      all.clipboard = &ui->clipboard();
+      all.clipboard = desktop.clipboard.get();
+      ui->setClipboard(*desktop.clipboard);
       all.countdown = ui->countdownPanel();
       all.desktopCover = ui->desktopCoverWindows();
       all.overlay = [this] { return &ui->selectionOverlay(); };
@@ -356,6 +357,8 @@ void Program::finish(std::function<void()> done) {
   if (parts_->filesStagedAtEnd) return recover(std::move(end));
   parts_->library.whenReady(std::move(end));
 }
+
+void Program::handOverClipboard() { parts_->desktop.clipboard->handOver(); }
 
 void Program::quit() { parts_->coordinator->quit(); }
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "capture/capture_surfaces.hpp"
+#include "platform/clipboard.hpp"
 
 class QObject;
 
@@ -16,6 +17,9 @@ class QtSelectionOverlay : public SelectionOverlay {
   QtSelectionOverlay();
   ~QtSelectionOverlay() override;
 
+  /// For the color under the pointer. Without one it is not copied.
+  void setClipboard(Clipboard& clipboard) { clipboard_ = &clipboard; }
+
   void select(Request request, std::function<void(std::optional<CaptureTarget>)> chosen) override;
   void dismiss() override;
 
@@ -28,6 +32,7 @@ class QtSelectionOverlay : public SelectionOverlay {
 
   std::shared_ptr<Session> session_;
   std::function<void(std::optional<CaptureTarget>)> chosen_;
+  Clipboard* clipboard_ = nullptr;
   std::unique_ptr<QObject> reply_;  ///< context of an answer under way
 };
 
