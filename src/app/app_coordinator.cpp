@@ -17,7 +17,8 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, CaptureDelay 
   switch (command.kind) {
     case StillCaptureCommand::Kind::display:
       request.mode = CaptureMode::fullscreen;
-      request.target = DisplayTarget{command.display};
+      request.target = command.allDisplays ? CaptureTarget(AllDisplaysTarget{})
+                                           : CaptureTarget(DisplayTarget{command.display});
       break;
     case StillCaptureCommand::Kind::window:
       request.mode = CaptureMode::window;
@@ -90,6 +91,7 @@ AppCoordinator::AppCoordinator(Services services)
             return StillCaptureBackend{
                 .windowShadow = settings().includeWindowShadow,
                 .hidesDesktopIcons = settings().hideDesktopIconsWhileCapturing,
+                .adjustsArea = settings().adjustBeforeCapturing,
                 .bound = {.first = grabBound, .cap = grabCap, .extending = [this] {
                             return services_.screen->isSystemDialogVisible();
                           }}};
@@ -238,7 +240,9 @@ void AppCoordinator::afterCapture(const CaptureOutcome::Saved& saved) {
   if (!services_.settings->values().hasCapturedSuccessfully) {
     services_.settings->set(&SettingsValues::hasCapturedSuccessfully, true);
   }
-  if (services_.settings->values().copyToClipboardAfterCapture) copyToClipboard(*saved.entry);
+  if (saved.copies || services_.settings->values().copyToClipboardAfterCapture) {
+    copyToClipboard(*saved.entry);
+  }
 }
 
 void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry) {
@@ -287,7 +291,9 @@ void AppCoordinator::startResident() {
   previousArea_.setRegion(services_.settings->values().rememberedRegion);
   const auto readDisplays = [this] {
     services_.screen->displays(alive_.guard([this](Result<std::vector<DisplaySnapshot>> displays) {
-      if (displays) previousArea_.setDisplays(std::move(*displays));
+      if (!displays) return;
+      previousArea_.setDisplays(std::move(*displays));
+      services_.statusMenuChanged();  // a line of it is there for several displays only
     }));
   };
   services_.screen->onDisplaysChange(alive_.guard(readDisplays));
