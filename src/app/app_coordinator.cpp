@@ -37,6 +37,7 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, CaptureDelay 
 
 AppCoordinator::AppCoordinator(Services services)
     : services_(std::move(services)),
+      surfaces_(services_.main),
       termination_({.main = services_.main,
                     .work = &pendingWork_,
                     .alerts = services_.alerts,
@@ -132,6 +133,7 @@ void AppCoordinator::withPermission(
     StillCapturePipeline::Finished finished,
     std::move_only_function<void(StillCapturePipeline::Finished)> go) {
   if (const auto refused = refusal()) {
+    if (refused == CaptureRefusal::modalDialogUp) services_.alerts->bringForward();
     finished(*refused);
     return;
   }

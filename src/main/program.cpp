@@ -32,10 +32,11 @@ class DesktopAlerts final : public Alerts {
   DesktopAlerts(Alerts& dialogs, DesktopNotifications& notifications)
       : dialogs_(dialogs), notifications_(notifications) {}
 
-  void ask(Alert alert, std::function<void(std::size_t)> answered) override {
-    dialogs_.ask(std::move(alert), std::move(answered));
+  AlertID ask(Alert alert, std::function<void(std::size_t)> answered) override {
+    return dialogs_.ask(std::move(alert), std::move(answered));
   }
-  void dismiss() override { dialogs_.dismiss(); }
+  void dismiss(AlertID question) override { dialogs_.dismiss(question); }
+  void bringForward() override { dialogs_.bringForward(); }
   [[nodiscard]] bool isModalDialogUp() const override { return dialogs_.isModalDialogUp(); }
   void notify(std::string title, std::string body) override {
     notifications_.notify(std::move(title), std::move(body));
