@@ -117,7 +117,7 @@ void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& 
   const int x = display.center().x() - size.width() / 2;
   QRect line({x, display.bottom() - measure(32) - size.height()}, size);
   const QRect near = line.adjusted(-measure(40), -measure(40), measure(40), measure(40));
-  if (near.contains(model.pointer()) || near.intersects(layout.loupe) ||
+  if (near.contains(model.pointer()) || near.intersects(layout.loupe | layout.caption) ||
       near.intersects(layout.bar.panel) ||
       (!layout.isPick && near.intersects(layout.chosen) &&
        !near.translated(0, display.top() + measure(32) - line.top()).intersects(layout.chosen))) {

@@ -101,7 +101,7 @@ void X11Clipboard::handOver() {
         [promise](bool done) { promise->set_value(done); });
   });
   if (kept.wait_for(bound_) != std::future_status::ready || !kept.get()) {
-    logWarning("Clipboard", "no clipboard manager took the content");
+    logWarning("Clipboard", "the clipboard manager did not take the content");
   }
 }
 

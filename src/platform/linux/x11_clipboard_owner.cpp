@@ -84,7 +84,7 @@ void X11ClipboardOwner::takeSelection(xcb_timestamp_t time) {
 }
 
 void X11ClipboardOwner::handOver(Answer kept) {
-  if (!isOwner_ || ownerOf(manager_) == XCB_NONE) return kept(!isOwner_);
+  if (!isOwner_ || ownerOf(manager_) == XCB_NONE) return kept(true);
   kept_ = std::move(kept);
   setProperty(connection_, window_, ownProperty_, XCB_ATOM_ATOM, types());
   xcb_convert_selection(connection_, window_, manager_, atom("SAVE_TARGETS"), ownProperty_, since_);

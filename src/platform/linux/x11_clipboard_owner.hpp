@@ -28,8 +28,8 @@ class X11ClipboardOwner final : public X11Client {
   /// Offers `content` from now on; answers whether the server gave us the selection.
   void own(ClipboardContent content, Answer owned);
 
-  /// Asks the clipboard manager to keep what is ours; answers whether it does, at once when there
-  /// is no manager or nothing of ours.
+  /// Asks the clipboard manager to keep what is ours; answers false when it does not. Without a
+  /// manager or anything of ours there is nothing to ask.
   void handOver(Answer kept);
 
   void handle(const xcb_generic_event_t& event) override;
