@@ -343,9 +343,9 @@ TEST_F(AppCoordinatorTest, AQuitSavesWhatWasAskedForAndCallsOffWhatWaitsForTheUs
   // Nothing but the wish is there when the quit comes.
   const auto beginAndHold = [this] {
     run->replies.emplace_back();
-    run->app->capture({.kind = Kind::display},
-                      [this](CaptureReply reply) { run->replies[0] = std::move(reply); },
-                      [this] { return run->screen.isSilent = true; });
+    run->app->capture(
+        {.kind = Kind::display}, [this](CaptureReply reply) { run->replies[0] = std::move(reply); },
+        [this] { return run->screen.isSilent = true; });
     run->runners.run();
   };
   beginAndHold();

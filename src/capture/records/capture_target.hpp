@@ -73,7 +73,7 @@ struct DesktopChoiceTarget {
   bool operator==(const DesktopChoiceTarget&) const = default;
 };
 
-using CaptureTarget = std::variant<DisplayTarget, WindowTarget, RegionTarget, DesktopChoiceTarget,
-                                   AllDisplaysTarget>;
+using CaptureTarget =
+    std::variant<DisplayTarget, WindowTarget, RegionTarget, DesktopChoiceTarget, AllDisplaysTarget>;
 
 }  // namespace vantorel
