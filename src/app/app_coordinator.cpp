@@ -17,7 +17,8 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, CaptureDelay 
   switch (command.kind) {
     case StillCaptureCommand::Kind::display:
       request.mode = CaptureMode::fullscreen;
-      request.target = DisplayTarget{command.display};
+      request.target = command.allDisplays ? CaptureTarget(AllDisplaysTarget{})
+                                           : CaptureTarget(DisplayTarget{command.display});
       break;
     case StillCaptureCommand::Kind::window:
       request.mode = CaptureMode::window;
@@ -36,6 +37,7 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, CaptureDelay 
 
 AppCoordinator::AppCoordinator(Services services)
     : services_(std::move(services)),
+      surfaces_(services_.main),
       termination_({.main = services_.main,
                     .work = &pendingWork_,
                     .alerts = services_.alerts,
@@ -90,6 +92,7 @@ AppCoordinator::AppCoordinator(Services services)
             return StillCaptureBackend{
                 .windowShadow = settings().includeWindowShadow,
                 .hidesDesktopIcons = settings().hideDesktopIconsWhileCapturing,
+                .adjustsArea = settings().adjustBeforeCapturing,
                 .bound = {.first = grabBound, .cap = grabCap, .extending = [this] {
                             return services_.screen->isSystemDialogVisible();
                           }}};
@@ -130,6 +133,7 @@ void AppCoordinator::withPermission(
     StillCapturePipeline::Finished finished,
     std::move_only_function<void(StillCapturePipeline::Finished)> go) {
   if (const auto refused = refusal()) {
+    if (refused == CaptureRefusal::modalDialogUp) services_.alerts->bringForward();
     finished(*refused);
     return;
   }
@@ -238,7 +242,9 @@ void AppCoordinator::afterCapture(const CaptureOutcome::Saved& saved) {
   if (!services_.settings->values().hasCapturedSuccessfully) {
     services_.settings->set(&SettingsValues::hasCapturedSuccessfully, true);
   }
-  if (services_.settings->values().copyToClipboardAfterCapture) copyToClipboard(*saved.entry);
+  if (saved.copies || services_.settings->values().copyToClipboardAfterCapture) {
+    copyToClipboard(*saved.entry);
+  }
 }
 
 void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry) {
@@ -287,7 +293,9 @@ void AppCoordinator::startResident() {
   previousArea_.setRegion(services_.settings->values().rememberedRegion);
   const auto readDisplays = [this] {
     services_.screen->displays(alive_.guard([this](Result<std::vector<DisplaySnapshot>> displays) {
-      if (displays) previousArea_.setDisplays(std::move(*displays));
+      if (!displays) return;
+      previousArea_.setDisplays(std::move(*displays));
+      services_.statusMenuChanged();  // a line of it is there for several displays only
     }));
   };
   services_.screen->onDisplaysChange(alive_.guard(readDisplays));

@@ -92,6 +92,11 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   menu.push_back(std::move(previous));
   menu.push_back(command("Capture Window", ShortcutID::window));
   menu.push_back(command("Capture Main Display", ShortcutID::fullscreen));
+  if (previousArea_.displays().size() > 1) {
+    menu.push_back(action("Capture All Displays", [this] {
+      captureFromSurface({.kind = Kind::display, .allDisplays = true});
+    }));
+  }
   menu.push_back(submenu("Capture with Self-Timer", std::move(timed)));
   menu.push_back(submenu("Capture Delay", std::move(delays)));
   menu.push_back(later("Capture Text"));

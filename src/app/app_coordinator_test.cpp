@@ -41,18 +41,18 @@ class FakeCountdown final : public CountdownPanel {
 class FakeOverlay final : public SelectionOverlay {
  public:
   std::optional<Request> request;
-  void select(Request asked, std::function<void(std::optional<CaptureTarget>)> chosen) override {
+  void select(Request asked, std::function<void(std::optional<Choice>)> chosen) override {
     request = std::move(asked);
     chosen_ = std::move(chosen);
   }
   void dismiss() override { request.reset(); }
-  void choose(std::optional<CaptureTarget> target) {
+  void choose(std::optional<Choice> choice) {
     request.reset();
-    std::exchange(chosen_, nullptr)(std::move(target));
+    std::exchange(chosen_, nullptr)(std::move(choice));
   }
 
  private:
-  std::function<void(std::optional<CaptureTarget>)> chosen_;
+  std::function<void(std::optional<Choice>)> chosen_;
 };
 
 class FakeCover final : public DesktopCoverWindows {
@@ -343,9 +343,9 @@ TEST_F(AppCoordinatorTest, AQuitSavesWhatWasAskedForAndCallsOffWhatWaitsForTheUs
   // Nothing but the wish is there when the quit comes.
   const auto beginAndHold = [this] {
     run->replies.emplace_back();
-    run->app->capture({.kind = Kind::display},
-                      [this](CaptureReply reply) { run->replies[0] = std::move(reply); },
-                      [this] { return run->screen.isSilent = true; });
+    run->app->capture(
+        {.kind = Kind::display}, [this](CaptureReply reply) { run->replies[0] = std::move(reply); },
+        [this] { return run->screen.isSilent = true; });
     run->runners.run();
   };
   beginAndHold();
@@ -421,8 +421,11 @@ TEST_F(AppCoordinatorTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   ASSERT_TRUE(run->overlay.request);
   EXPECT_EQ(run->overlay.request->displays.size(), 2U);
   EXPECT_TRUE(run->cover->visible);
+  for (const GrabRequest& request : run->screen.requests) {
+    EXPECT_THAT(request.keptOwnWindowIDs, ElementsAre(77)) << "the icons show through";
+  }
   const int frozen = run->screen.grabs;
-  run->overlay.choose(RegionTarget{"RIGHT", {0, 0, 30, 20}});
+  run->overlay.choose({{RegionTarget{"RIGHT", {0, 0, 30, 20}}}});
   run->runners.run();
   ASSERT_NE(run->saved(0), nullptr) << run->words(0);
   EXPECT_EQ(run->screen.grabs, frozen) << "the screen was grabbed again after the choice";
@@ -452,6 +455,33 @@ TEST_F(AppCoordinatorTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   run->begin({.kind = Kind::window, .window = 99});
   EXPECT_THAT(run->words(7), HasSubstr("No window on screen has that id"));
   EXPECT_FALSE(run->app->arbiter().refusal());
+}
+
+TEST_F(AppCoordinatorTest, OnlyAnAreaThatWasTakenIsThePreviousArea) {
+  const StillCaptureCommand area{.kind = Kind::area, .rect = PointRect{1, 2, 30, 40}};
+  run->screen.grabFails = Failure{FailureKind::unreachable, "the display server went away"};
+  run->begin(area);
+  run->screen.grabFails.reset();
+  run->begin({.kind = Kind::area, .delay = CaptureDelay::three});
+  run->overlay.choose({{RegionTarget{"LEFT", {0, 0, 30, 20}}}});
+  run->runners.advance(1s);
+  run->app->cancelCapture();
+  run->runners.run();
+  EXPECT_EQ(run->words(1), "cancelled");
+  EXPECT_FALSE(run->settings->values().rememberedRegion);
+  run->begin(area);
+  ASSERT_TRUE(run->settings->values().rememberedRegion);
+  EXPECT_EQ(run->settings->values().rememberedRegion->rect, *area.rect);
+}
+
+TEST_F(AppCoordinatorTest, AllDisplaysAreOnePictureOfTheApplicationOnTheMainOne) {
+  run->screen.open = {window(2, "Browser", {850, 0, 400, 400}),
+                      window(1, "Editor", {100, 100, 600, 400})};
+  run->begin({.kind = Kind::display, .allDisplays = true});
+  ASSERT_NE(run->saved(0), nullptr) << run->words(0);
+  EXPECT_EQ(run->saved(0)->entry->pixelWidth, 1800);
+  EXPECT_EQ(run->saved(0)->entry->sourceApp->name, "Editor");
+  EXPECT_FALSE(run->settings->values().rememberedRegion);
 }
 
 TEST_F(AppCoordinatorTest, ACaptureIsCalledOffOnItsWayToTheOverlayToo) {

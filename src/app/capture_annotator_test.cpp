@@ -102,7 +102,7 @@ class CaptureAnnotatorTest : public testing::Test {
   Library library;
   HistoryStore& store;
   PendingArchiveWork pending;
-  SurfaceRegistry surfaces;
+  SurfaceRegistry surfaces{runners->main()};
   std::string drawFailure;
   std::unique_ptr<CaptureAnnotator> annotator;
 };

@@ -199,7 +199,8 @@ TEST(SurfaceRegistryTest, ASecondRequestBringsTheWindowForward) {
     int raised = 0;
     void bringForward() override { ++raised; }
   };
-  SurfaceRegistry surfaces;
+  FakeRunners runners;
+  SurfaceRegistry surfaces{runners.main()};
   auto window = std::make_shared<Window>();
   int opened = 0;
   const auto open = [&] {
@@ -215,6 +216,14 @@ TEST(SurfaceRegistryTest, ASecondRequestBringsTheWindowForward) {
   EXPECT_EQ(opened, 2);
   surfaces.editors.show("b", [] { return nullptr; });
   EXPECT_FALSE(surfaces.editors.isOpen("b"));
+
+  // A window that tells of its closing is in the middle of an event of its own.
+  const std::weak_ptr<Window> watched = window;
+  surfaces.editors.closed("a");
+  window.reset();
+  EXPECT_FALSE(surfaces.editors.isOpen("a"));
+  runners.run();
+  EXPECT_TRUE(watched.expired());
 }
 
 }  // namespace

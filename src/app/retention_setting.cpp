@@ -14,6 +14,8 @@ void RetentionSetting::follow() {
 
 void RetentionSetting::changed() {
   const RetentionPolicy chosen = services_.settings.values().retentionDays;
+  // This choice overtakes the one that was asked about.
+  services_.alerts.dismiss(question_);
   const std::size_t count = expiredEntries(services_.store, chosen, services_.clock.now()).size();
   if (count == 0 || chosen == agreed_) {
     agreed_ = chosen;
@@ -22,11 +24,11 @@ void RetentionSetting::changed() {
   }
   services_.retention.setPolicy(RetentionPolicy::off);
   RetentionConfirmation words = confirmRetention(count, chosen);
-  services_.alerts.ask(
+  question_ = services_.alerts.ask(
       {Alert::Style::warning,
        std::move(words.title),
        std::move(words.text),
-       {{"Move to Trash", false}, {"Cancel", true}}},
+       {{"Move to Trash"}, {"Cancel", true, true}}},
       alive_.guard([this, chosen](std::size_t button) { answered(chosen, button == 0); }));
 }
 

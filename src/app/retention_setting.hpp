@@ -32,6 +32,7 @@ class RetentionSetting {
   Services services_;
   RetentionPolicy agreed_ = RetentionPolicy::off;
   Observation observation_;
+  AlertID question_ = 0;
   Alive alive_;
 };
 

@@ -65,7 +65,10 @@ TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
   EXPECT_EQ(store.entries().size(), 3U);
 
   choose(RetentionPolicy::month);
-  choose(RetentionPolicy::week);  // while the question is up
+  choose(RetentionPolicy::quarter);  // while the question is up
+  EXPECT_FALSE(alerts.shown.has_value()) << "nothing is left to ask";
+  choose(RetentionPolicy::month);
+  choose(RetentionPolicy::week);
   ASSERT_TRUE(alerts.press("Move to Trash"));
   runners.run();
   EXPECT_EQ(store.entries().size(), 1U);

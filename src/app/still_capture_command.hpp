@@ -13,6 +13,7 @@ struct StillCaptureCommand {
 
   Kind kind = Kind::area;
   DisplayID display;                  ///< of a display or area capture; empty: the main one
+  bool allDisplays = false;           ///< of a display capture: all of them as one picture
   std::optional<WindowID> window;     ///< none: the user picks one
   std::optional<PointRect> rect;      ///< in points from the display's corner; none: the user drags
   std::optional<CaptureDelay> delay;  ///< none: as the settings say

@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "base/task_runner.hpp"
+
 namespace vantorel {
 
 /// An open window, as much as the registry needs to know of it.
@@ -17,32 +19,58 @@ class Surface {
 /// Zero or one window.
 class WindowSlot {
  public:
+  explicit WindowSlot(std::shared_ptr<TaskRunner> main) : main_(std::move(main)) {}
+
   /// Brings the open window forward, or opens one. `open` may answer null when it cannot.
   void show(const std::function<std::shared_ptr<Surface>()>& open);
-  void closed() { window_.reset(); }
+  /// Lets go of it once its own event, which told of this, is over.
+  void closed() {
+    main_->post([window = std::move(window_)] {});
+  }
   [[nodiscard]] bool isOpen() const { return window_ != nullptr; }
 
  private:
+  std::shared_ptr<TaskRunner> main_;
   std::shared_ptr<Surface> window_;
 };
 
 /// At most one window for each library entry.
 class KeyedWindows {
  public:
+  explicit KeyedWindows(std::shared_ptr<TaskRunner> main) : main_(std::move(main)) {}
+
   void show(const std::string& entryID, const std::function<std::shared_ptr<Surface>()>& open) {
-    windows_[entryID].show(open);
-    if (!windows_[entryID].isOpen()) windows_.erase(entryID);
+    WindowSlot& slot = windows_.try_emplace(entryID, main_).first->second;
+    slot.show(open);
+    if (!slot.isOpen()) windows_.erase(entryID);
   }
-  void closed(const std::string& entryID) { windows_.erase(entryID); }
+  void closed(const std::string& entryID) {
+    const auto found = windows_.find(entryID);
+    if (found == windows_.end()) return;
+    found->second.closed();
+    windows_.erase(found);
+  }
   [[nodiscard]] bool isOpen(const std::string& entryID) const { return windows_.contains(entryID); }
 
  private:
+  std::shared_ptr<TaskRunner> main_;
   std::map<std::string, WindowSlot> windows_;
 };
 
 /// The open windows, so that asking for the same thing twice brings the one there is forward. Lives
 /// on the main runner.
 struct SurfaceRegistry {
+  explicit SurfaceRegistry(const std::shared_ptr<TaskRunner>& main)
+      : editors(main),
+        pinned(main),
+        text(main),
+        gifPlayers(main),
+        settings(main),
+        help(main),
+        studioShortcuts(main),
+        history(main),
+        combine(main) {}
+
   KeyedWindows editors;
   KeyedWindows pinned;
   KeyedWindows text;

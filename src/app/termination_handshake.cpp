@@ -57,13 +57,13 @@ void TerminationHandshake::expired() {
   Alert alert{.style = Alert::Style::warning,
               .message = QuitFilingNote::stillSaving(unfinished),
               .informative = QuitFilingNote::consequence(unfinished),
-              .buttons = {{"Quit Anyway", false}, {"Keep Waiting", true}}};
+              .buttons = {{"Quit Anyway"}, {"Keep Waiting", true, true}}};
   // The work may land while the question stands; then there is nothing left to ask.
   services_.work->whenEmpty(alive_.guard([this] {
-    services_.alerts->dismiss();
+    services_.alerts->dismiss(question_);
     services_.terminate();
   }));
-  services_.alerts->ask(std::move(alert), alive_.guard([this](std::size_t button) {
+  question_ = services_.alerts->ask(std::move(alert), alive_.guard([this](std::size_t button) {
     alive_.renew();
     if (services_.work->isEmpty()) {
       services_.terminate();

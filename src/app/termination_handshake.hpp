@@ -81,6 +81,7 @@ class TerminationHandshake {
   bool hasAsked_ = false;  // about annotations that are being saved, in this quit
   bool forRelaunch_ = false;
   std::shared_ptr<QuitFilingDeadline::Latch> latch_;
+  AlertID question_ = 0;
   Alive alive_;
 };
 

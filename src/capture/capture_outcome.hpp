@@ -61,6 +61,8 @@ struct CaptureOutcome {
     /// Why the library's index does not list the capture yet although its file is in place; the
     /// next launch will list it. Empty when it does.
     std::string indexFailure;
+
+    bool copies = false;  ///< asked for on the clipboard while it was chosen
   };
   struct Cancelled {};
 

@@ -17,8 +17,9 @@ struct FrozenDisplay {
   Image image;
 };
 
-/// The overlay on which the user drags a region or, after Space, picks a window. It shows the
-/// frozen screen, so that what is chosen is what was there. Lives on the main runner.
+/// The overlay on which the user drags a region or, after Space, picks a window, by pointer or by
+/// keyboard alone. It shows the frozen screen, so that what is chosen is what was there. Lives on
+/// the main runner.
 class SelectionOverlay {
  public:
   virtual ~SelectionOverlay() = default;
@@ -27,12 +28,17 @@ class SelectionOverlay {
     CaptureMode mode = CaptureMode::region;  ///< what a click begins with; Space changes it
     std::vector<FrozenDisplay> displays;
     std::vector<WindowSnapshot> windows;  ///< topmost first; empty: windows cannot be picked
+    bool adjusts = false;  ///< a dragged area stays up until the user has put it right
   };
 
-  /// Answers with the target, or nothing when the user pressed Escape. The overlay is off the
+  struct Choice {
+    CaptureTarget target;
+    bool copies = false;  ///< the user wants it on the clipboard, whatever the settings say
+  };
+
+  /// Answers with the choice, or nothing when the user pressed Escape. The overlay is off the
   /// screen by then.
-  virtual void select(Request request,
-                      std::function<void(std::optional<CaptureTarget>)> chosen) = 0;
+  virtual void select(Request request, std::function<void(std::optional<Choice>)> chosen) = 0;
 
   /// Takes the overlay down; the callback is not called.
   virtual void dismiss() = 0;

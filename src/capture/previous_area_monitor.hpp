@@ -45,6 +45,9 @@ class PreviousAreaMonitor {
   [[nodiscard]] const RegionAvailability& availability() const { return availability_; }
   void onChange(std::function<void()> listener) { listener_ = std::move(listener); }
 
+  /// The displays it goes by, as told last.
+  [[nodiscard]] const std::vector<DisplaySnapshot>& displays() const { return displays_; }
+
   void setRegion(std::optional<RememberedRegion> region);
   void setDisplays(std::vector<DisplaySnapshot> displays);
 

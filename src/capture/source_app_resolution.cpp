@@ -23,6 +23,11 @@ std::optional<PointRect> globalRect(const CaptureTarget& target,
     const DisplaySnapshot* const display = findDisplay(displays, whole->displayID);
     if (display != nullptr) return display->bounds;
   }
+  // Of all displays, the main one tells what the user was at.
+  if (std::holds_alternative<AllDisplaysTarget>(target)) {
+    const DisplaySnapshot* const display = mainDisplay(displays);
+    if (display != nullptr) return display->bounds;
+  }
   if (const auto* region = std::get_if<RegionTarget>(&target)) {
     const DisplaySnapshot* const display = findDisplay(displays, region->displayID);
     if (display == nullptr) return std::nullopt;

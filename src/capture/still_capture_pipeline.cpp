@@ -54,6 +54,7 @@ struct StillCapturePipeline::Run {
   CaptureActivity activity = CaptureActivity::plainCapture;
   StillCaptureBackend backend;
   bool remembersRegion = true;
+  bool copies = false;
   bool waitsForUser = false;
   bool isCalledOff = false;  // before it waited
   bool mayWait = true;       // for the user
@@ -173,7 +174,6 @@ void StillCapturePipeline::resolve() {
     if (display == nullptr) return finish(CaptureRefusal::unknownDisplay);
     if (!isUsableArea(region->rect, *display)) return finish(CaptureRefusal::unreadableArea);
     region->displayID = display->id;
-    rememberArea();
   }
   countDown();
 }
@@ -207,12 +207,14 @@ void StillCapturePipeline::freeze(std::size_t index) {
     }
     run_->capturedAt = services_.clock->now();
     run_->waitsForUser = true;
-    overlay->select(
-        {run_->request.mode, run_->frozen, run_->windows},
-        alive_.guard([this](std::optional<CaptureTarget> target) { chosen(std::move(target)); }));
+    overlay->select({run_->request.mode, run_->frozen, run_->windows, run_->backend.adjustsArea},
+                    alive_.guard([this](std::optional<SelectionOverlay::Choice> choice) {
+                      chosen(std::move(choice));
+                    }));
     return;
   }
-  GrabRequest request{.target = DisplayTarget{run_->displays[index].id}};
+  GrabRequest request{.target = DisplayTarget{run_->displays[index].id},
+                      .keptOwnWindowIDs = coverWindowIDs()};
   runBounded<Result<GrabbedPicture>>(
       services_.main, run_->backend.bound,
       [screen = services_.screen, request = std::move(request)](auto reply) mutable {
@@ -227,12 +229,12 @@ void StillCapturePipeline::freeze(std::size_t index) {
       nullptr);
 }
 
-void StillCapturePipeline::chosen(std::optional<CaptureTarget> target) {
+void StillCapturePipeline::chosen(std::optional<SelectionOverlay::Choice> choice) {
   Run& run = *run_;
   run.waitsForUser = false;
-  if (!target) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
-  run.request.target = std::move(*target);
-  rememberArea();
+  if (!choice) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+  run.request.target = std::move(choice->target);
+  run.copies = choice->copies;
   const auto* region = std::get_if<RegionTarget>(&*run.request.target);
   if (region == nullptr || run.request.delay != CaptureDelay::none) return countDown();
 
@@ -244,13 +246,15 @@ void StillCapturePipeline::chosen(std::optional<CaptureTarget> target) {
                                         {0, 0, frozen.image.width(), frozen.image.height()});
     if (rect.isEmpty()) break;
     run.picture = {frozen.image.cropped(rect), scale, *run.request.target};
+    rememberArea();
     return nameSourceApp();
   }
   finish(CaptureRefusal::unreadableArea);
 }
 
+/// Once there is a picture of it: an area that could not be taken is no previous area.
 void StillCapturePipeline::rememberArea() {
-  if (!run_->remembersRegion) return;
+  if (!run_->remembersRegion || !run_->request.target) return;
   const auto* region = std::get_if<RegionTarget>(&*run_->request.target);
   if (region == nullptr) return;
   if (const auto* display = findDisplay(run_->displays, region->displayID)) {
@@ -285,7 +289,7 @@ void StillCapturePipeline::coverIcons() {
 void StillCapturePipeline::grab() {
   run_->capturedAt = services_.clock->now();
   GrabRequest request{.target = *run_->request.target, .windowShadow = run_->backend.windowShadow};
-  if (services_.iconCover) request.keptOwnWindowIDs = services_.iconCover->windowIDs();
+  request.keptOwnWindowIDs = coverWindowIDs();
   runBounded<Result<GrabbedPicture>>(
       services_.main, run_->backend.bound,
       [screen = services_.screen, request = std::move(request)](auto reply) mutable {
@@ -298,6 +302,10 @@ void StillCapturePipeline::grab() {
       });
 }
 
+std::vector<WindowID> StillCapturePipeline::coverWindowIDs() const {
+  return services_.iconCover ? services_.iconCover->windowIDs() : std::vector<WindowID>{};
+}
+
 void StillCapturePipeline::grabbed(std::optional<Result<GrabbedPicture>> answer) {
   run_->coverHold.reset();
   if (!answer) return fail(CaptureFailure::Case::screenCaptureDidNotAnswer);
@@ -308,6 +316,7 @@ void StillCapturePipeline::grabbed(std::optional<Result<GrabbedPicture>> answer)
   }
   run_->picture = std::move(**answer);
   reached("grab");
+  rememberArea();
   nameSourceApp();
 }
 
@@ -355,6 +364,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                               filed.error().reason);
                                 }
                                 reached("forget the staged file");
+                                filed->copies = run_->copies;
                                 if (run_->onFiled) run_->onFiled(*filed->entry);
                                 finish(CaptureOutcome{std::move(*filed)});
                               }),

@@ -61,7 +61,8 @@ struct StillCaptureRequest {
 struct StillCaptureBackend {
   bool windowShadow = true;
   bool hidesDesktopIcons = false;
-  TimeBound bound;  ///< for each wait for the capture service
+  bool adjustsArea = false;  ///< a dragged area is adjusted before it is taken
+  TimeBound bound;           ///< for each wait for the capture service
 };
 
 /// Turns a still-capture command into a staged picture and hands it to filing. One capture at a
@@ -123,11 +124,12 @@ class StillCapturePipeline {
   void resolve();
   void choose();
   void freeze(std::size_t index);
-  void chosen(std::optional<CaptureTarget> target);
+  void chosen(std::optional<SelectionOverlay::Choice> choice);
   void rememberArea();
   void countDown();
   void coverIcons();
   void grab();
+  [[nodiscard]] std::vector<WindowID> coverWindowIDs() const;
   void grabbed(std::optional<Result<GrabbedPicture>> answer);
   void nameSourceApp();
   void stage(std::optional<SourceApp> app);

@@ -57,6 +57,7 @@ struct Given {
   bool json = false;
   std::string kind;
   std::string display;
+  bool allDisplays = false;
   std::string window;
   std::string rect;
   std::string delay;
@@ -77,6 +78,8 @@ void addCapture(CLI::App& app, Given& given) {
       ->check(oneOf<StillCaptureCommand::Kind>());
   capture->add_option("--display", given.display,
                       "the display, by its id in \"vantorel displays\" (default: the main one)");
+  capture->add_flag("--all", given.allDisplays,
+                    "of \"capture display\": all displays as one picture");
   capture->add_option("--window", given.window,
                       "the window, by its id in \"vantorel windows\" (default: pick one)");
   capture->add_option("--rect", given.rect,
@@ -100,7 +103,11 @@ std::string captureCommand(const Given& given, StillCaptureCommand& command) {
       (command.kind != Kind::area || given.rect.empty())) {
     return "--display goes with \"capture display\", and with \"capture area --rect\"";
   }
+  if (given.allDisplays && (command.kind != Kind::display || !given.display.empty())) {
+    return "--all goes with \"capture display\", and not with --display";
+  }
   command.display = given.display;
+  command.allDisplays = given.allDisplays;
   if (!given.window.empty()) {
     command.window = parseWindow(given.window);
     if (!command.window) {

@@ -105,6 +105,8 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"capture", "display", "--rect", "1,2,3,4"}, "--rect goes with"},
       {{"capture", "window", "--window", "12x"}, "--window must be a number"},
       {{"capture", "area", "--display", "DP-1"}, "--display goes with"},
+      {{"capture", "area", "--all"}, "--all goes with"},
+      {{"capture", "display", "--all", "--display", "DP-1"}, "--all goes with"},
       {{"capture", "display", "--delay", "seven"}, "seven not in"},
       {{"convert", "latest", "--format", "bmp"}, "bmp not in"},
       {{"annotate", "latest"}, "either --apply FILE or --print"},

@@ -95,7 +95,9 @@ int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus
   signals.work([&] { main->post([&program] { program.callOff(); }); });
   runLoop();
   progress.end();
-  leave(print(own));
+  const int status = print(own);
+  program.handOverClipboard();
+  leave(status);
 }
 
 [[noreturn]] void live(const UserFolders& folders, CommandBus& bus, EndingSignals& signals,
@@ -105,7 +107,9 @@ int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus
   program.start();
   program.startResident();
   signals.work([&] { ui.mainRunner()->post([&program] { program.quit(); }); });
-  leave(ui.run());
+  const int status = ui.run();
+  program.handOverClipboard();
+  leave(status);
 }
 
 int run(int argc, char** argv) {

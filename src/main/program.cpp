@@ -32,10 +32,11 @@ class DesktopAlerts final : public Alerts {
   DesktopAlerts(Alerts& dialogs, DesktopNotifications& notifications)
       : dialogs_(dialogs), notifications_(notifications) {}
 
-  void ask(Alert alert, std::function<void(std::size_t)> answered) override {
-    dialogs_.ask(std::move(alert), std::move(answered));
+  AlertID ask(Alert alert, std::function<void(std::size_t)> answered) override {
+    return dialogs_.ask(std::move(alert), std::move(answered));
   }
-  void dismiss() override { dialogs_.dismiss(); }
+  void dismiss(AlertID question) override { dialogs_.dismiss(question); }
+  void bringForward() override { dialogs_.bringForward(); }
   [[nodiscard]] bool isModalDialogUp() const override { return dialogs_.isModalDialogUp(); }
   void notify(std::string title, std::string body) override {
     notifications_.notify(std::move(title), std::move(body));
@@ -231,7 +232,8 @@ struct Program::Parts {
       all.countdown = std::make_shared<TerminalCountdown>();
       all.overlay = [] { return nullptr; };
     } else {
-      all.clipboard = &ui->clipboard();
+      all.clipboard = desktop.clipboard.get();
+      ui->setClipboard(*desktop.clipboard);
       all.countdown = ui->countdownPanel();
       all.desktopCover = ui->desktopCoverWindows();
       all.overlay = [this] { return &ui->selectionOverlay(); };
@@ -356,6 +358,8 @@ void Program::finish(std::function<void()> done) {
   if (parts_->filesStagedAtEnd) return recover(std::move(end));
   parts_->library.whenReady(std::move(end));
 }
+
+void Program::handOverClipboard() { parts_->desktop.clipboard->handOver(); }
 
 void Program::quit() { parts_->coordinator->quit(); }
 

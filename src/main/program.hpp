@@ -39,6 +39,10 @@ class Program {
   /// it that settings are on disk, then calls `done`.
   void finish(std::function<void()> done);
 
+  /// Lets a clipboard manager keep what was copied; waits a bounded time. When the runner has
+  /// stopped.
+  void handOverClipboard();
+
   /// Quits as the menu does; see `AppCoordinator::quit`.
   void quit();
 

@@ -22,9 +22,10 @@ void TerminalCountdown::hide(std::function<void()> hidden) {
   hidden();
 }
 
-void TerminalAlerts::ask(Alert alert, std::function<void(std::size_t)> answered) {
+AlertID TerminalAlerts::ask(Alert alert, std::function<void(std::size_t)> answered) {
   logWarning("Alert", "{} {}", alert.message, alert.informative);
   answered(alert.buttons.size() - 1);
+  return 0;
 }
 
 void TerminalAlerts::notify(std::string title, std::string body) {

@@ -25,8 +25,9 @@ class TerminalCountdown final : public CountdownPanel {
 /// would be told goes to the log. The command's own answer carries what matters.
 class TerminalAlerts final : public Alerts {
  public:
-  void ask(Alert alert, std::function<void(std::size_t)> answered) override;
-  void dismiss() override {}
+  AlertID ask(Alert alert, std::function<void(std::size_t)> answered) override;
+  void dismiss(AlertID) override {}
+  void bringForward() override {}
   [[nodiscard]] bool isModalDialogUp() const override { return false; }
   void notify(std::string title, std::string body) override;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -8,7 +9,8 @@ namespace vantorel {
 
 struct AlertButton {
   std::string label;
-  bool isDefault = false;  ///< answers to Return
+  bool isDefault = false;  ///< has the focus at first, so that Return presses it
+  bool isCancel = false;   ///< answers to Escape and to the window's close button
 };
 
 struct Alert {
@@ -16,8 +18,14 @@ struct Alert {
   Style style = Style::informational;
   std::string message;
   std::string informative;
-  std::vector<AlertButton> buttons;  ///< at least one
+  std::vector<AlertButton> buttons;  ///< at least one; without a cancelling one the default cancels
+
+  /// The button that Escape and the window's close button answer with.
+  [[nodiscard]] std::size_t cancelButton() const;
 };
+
+/// Names a question from being asked until it is answered.
+using AlertID = std::uint64_t;
 
 /// Dialogs that wait for the user, and messages that do not. Lives on the main runner.
 class Alerts {
@@ -26,12 +34,16 @@ class Alerts {
 
   /// Shows a modal dialog and answers with the index of the button pressed; without a display, with
   /// the index of the last button. One at a time: a second one waits for the first.
-  virtual void ask(Alert alert, std::function<void(std::size_t button)> answered) = 0;
+  virtual AlertID ask(Alert alert, std::function<void(std::size_t button)> answered) = 0;
 
-  /// Takes a dialog down that no longer needs an answer; the callback is not called.
-  virtual void dismiss() = 0;
+  /// Takes a question back that no longer needs an answer, whether it is shown or waits; the
+  /// callback is not called. Nothing happens when it was answered.
+  virtual void dismiss(AlertID question) = 0;
 
   [[nodiscard]] virtual bool isModalDialogUp() const = 0;
+
+  /// Shows the dialog that is up before all other windows: something waits for its answer.
+  virtual void bringForward() = 0;
 
   /// A passing message (a desktop notification). Never blocks; lost when nobody shows such
   /// messages, for the log has it too.

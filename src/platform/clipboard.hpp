@@ -27,6 +27,10 @@ class Clipboard {
   /// The copied annotations; empty once anything else was copied, here or by another program.
   /// Answers at once, for no other program is asked.
   [[nodiscard]] virtual std::string shapes() const = 0;
+
+  /// Asks a clipboard manager to keep what is ours, and waits a bounded time until it has it. For
+  /// the end of the program, when no runner runs any more; with nothing of ours it answers at once.
+  virtual void handOver() = 0;
 };
 
 }  // namespace vantorel

@@ -392,6 +392,7 @@ void addCapture(Table& table) {
   table.flag(VT_SETTING(copyToClipboardAfterCapture), presentOrOn);
   table.flag(VT_SETTING(copyToClipboardAfterDone), presentOrOn);
   table.numbered(VT_SETTING(retentionDays), RetentionPolicy::off, retentionOfDays, retentionNumber);
+  table.flag(VT_SETTING(adjustBeforeCapturing), plain);
   table.flag(VT_SETTING(hideDesktopIconsWhileCapturing), plain);
   table.choice(VT_SETTING(desktopCoverStyle));
   table.optionalText(VT_SETTING(desktopCoverImagePath), isAbsolutePath,

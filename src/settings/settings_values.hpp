@@ -47,6 +47,7 @@ struct SettingsValues {
   bool copyToClipboardAfterCapture = true;
   bool copyToClipboardAfterDone = true;
   RetentionPolicy retentionDays = RetentionPolicy::off;
+  bool adjustBeforeCapturing = false;
   bool hideDesktopIconsWhileCapturing = false;
   DesktopCoverStyle desktopCoverStyle = DesktopCoverStyle::wallpaper;
   std::optional<std::string> desktopCoverImagePath;

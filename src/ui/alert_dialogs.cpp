@@ -2,6 +2,7 @@
 
 #include <QMessageBox>
 #include <QPushButton>
+#include <algorithm>
 #include <utility>
 
 #include "base/check.hpp"
@@ -26,10 +27,12 @@ AlertDialogs::AlertDialogs() = default;
 
 AlertDialogs::~AlertDialogs() = default;
 
-void AlertDialogs::ask(Alert alert, std::function<void(std::size_t)> answered) {
+AlertID AlertDialogs::ask(Alert alert, std::function<void(std::size_t)> answered) {
   VT_CHECK(!alert.buttons.empty());
-  waiting_.push_back({std::move(alert), std::move(answered)});
+  palette_.follow();
+  waiting_.push_back({++last_, std::move(alert), std::move(answered)});
   if (waiting_.size() == 1) showFirst();
+  return last_;
 }
 
 void AlertDialogs::showFirst() {
@@ -44,21 +47,30 @@ void AlertDialogs::showFirst() {
                                                      : QMessageBox::Information);
   box_->setText(QString::fromStdString(alert.message));
   box_->setInformativeText(QString::fromStdString(alert.informative));
+  const std::size_t cancel = alert.cancelButton();
+  std::vector<QAbstractButton*> buttons;
   for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
     const AlertButton& button = alert.buttons[i];
-    // A single button or one that rejects would answer to Escape; "destructive" never does.
     QPushButton* const pushed =
-        box_->addButton(plain(button.label), button.isDefault || alert.buttons.size() == 1
-                                                 ? QMessageBox::AcceptRole
-                                                 : QMessageBox::DestructiveRole);
-    pushed->setAutoDefault(false);  // else Return would press whichever has the focus
+        box_->addButton(plain(button.label), i == cancel        ? QMessageBox::RejectRole
+                                             : button.isDefault ? QMessageBox::AcceptRole
+                                                                : QMessageBox::DestructiveRole);
+    pushed->setAutoDefault(true);  // Return presses the one with the focus
     if (button.isDefault) box_->setDefaultButton(pushed);
-    QObject::connect(pushed, &QPushButton::clicked, box_.get(), [this, i] { answered(i); });
+    if (i == cancel) box_->setEscapeButton(pushed);
+    buttons.push_back(pushed);
   }
-  if (alert.buttons.size() == 1) {
-    QObject::connect(box_.get(), &QMessageBox::rejected, box_.get(), [this] { answered(0); });
-  }
+  QObject::connect(box_.get(), &QMessageBox::finished, box_.get(), [this, buttons, cancel] {
+    const auto pressed = std::ranges::find(buttons, box_->clickedButton());
+    answered(pressed == buttons.end() ? cancel
+                                      : static_cast<std::size_t>(pressed - buttons.begin()));
+  });
   box_->show();
+  bringForward();
+}
+
+void AlertDialogs::bringForward() {
+  if (box_ == nullptr) return;
   box_->raise();
   box_->activateWindow();
 }
@@ -66,15 +78,18 @@ void AlertDialogs::showFirst() {
 void AlertDialogs::answered(std::size_t button) {
   if (box_ == nullptr) return;
   const auto done = std::move(waiting_.front().answered);
-  dismiss();
+  dismiss(waiting_.front().id);
   done(button);
 }
 
-void AlertDialogs::dismiss() {
-  if (waiting_.empty()) return;
+void AlertDialogs::dismiss(AlertID question) {
+  const auto found = std::ranges::find(waiting_, question, &Waiting::id);
+  if (found == waiting_.end()) return;
+  const bool isShown = found == waiting_.begin();
+  waiting_.erase(found);
+  if (!isShown) return;
   box_->disconnect();
   box_.reset();
-  waiting_.pop_front();
   if (!waiting_.empty()) showFirst();
 }
 

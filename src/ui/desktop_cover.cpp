@@ -127,7 +127,23 @@ DesktopCover::DesktopCover() = default;
 DesktopCover::~DesktopCover() = default;
 
 void DesktopCover::show(std::function<void()> painted) {
-  hide();
+  waiting_.push_back(std::move(painted));
+  windows_.clear();
+  build();
+  reply_ = std::make_unique<QObject>();
+  auto* const poll = new QTimer(reply_.get());
+  poll->setInterval(5);
+  poll->callOnTimeout([this, poll, left = paintBoundMilliseconds / 5]() mutable {
+    if (!isPainted() && --left > 0) return;
+    poll->stop();
+    native_display::whenShown(reply_.get(), [this] {
+      for (const auto& told : std::exchange(waiting_, {})) told();
+    });
+  });
+  poll->start();
+}
+
+void DesktopCover::build() {
   QImage picture;
   switch (look_.style) {
     case DesktopCoverStyle::wallpaper: picture = wallpaper(); break;
@@ -139,16 +155,6 @@ void DesktopCover::show(std::function<void()> painted) {
                                                 colorOf(look_), picture));
     windows_.back()->show();
   }
-  reply_ = std::make_unique<QObject>();
-  auto* const poll = new QTimer(reply_.get());
-  poll->setInterval(5);
-  poll->callOnTimeout(
-      [this, poll, left = paintBoundMilliseconds / 5, painted = std::move(painted)]() mutable {
-        if (!isPainted() && --left > 0) return;
-        poll->stop();
-        native_display::whenShown(reply_.get(), std::move(painted));
-      });
-  poll->start();
 }
 
 bool DesktopCover::isPainted() const {
@@ -158,6 +164,7 @@ bool DesktopCover::isPainted() const {
 
 void DesktopCover::hide() {
   reply_.reset();
+  waiting_.clear();
   windows_.clear();
 }
 

@@ -28,10 +28,12 @@ class DesktopCover : public DesktopCoverWindows {
  private:
   class Window;
 
+  void build();
   [[nodiscard]] bool isPainted() const;
 
   DesktopCoverLook look_;
   std::vector<std::unique_ptr<Window>> windows_;
+  std::vector<std::function<void()>> waiting_;  ///< to be told that it is painted
   std::unique_ptr<QObject> reply_;
 };
 

@@ -30,8 +30,8 @@ class DesktopUi {
 
   [[nodiscard]] virtual std::shared_ptr<TaskRunner> mainRunner() = 0;
 
-  /// Runs the event loop until `quit`, hands the clipboard's content to a clipboard manager if
-  /// there is one, and answers with the status given. A `quit` before it makes it answer at once.
+  /// Runs the event loop until `quit` and answers with the status given. A `quit` before it makes
+  /// it answer at once.
   virtual int run() = 0;
   virtual void quit(int status) = 0;
 
@@ -39,7 +39,9 @@ class DesktopUi {
   [[nodiscard]] virtual SelectionOverlay& selectionOverlay() = 0;
   [[nodiscard]] virtual std::shared_ptr<CountdownPanel> countdownPanel() = 0;
   [[nodiscard]] virtual std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() = 0;
-  [[nodiscard]] virtual Clipboard& clipboard() = 0;
+
+  /// For what is copied in windows; must outlive them.
+  virtual void setClipboard(Clipboard& clipboard) = 0;
 
   /// `notify` of these alerts does nothing but log: notifications are the platform's.
   [[nodiscard]] virtual Alerts& alerts() = 0;

@@ -18,7 +18,6 @@
 #include "ui/countdown_window.hpp"
 #include "ui/desktop_cover.hpp"
 #include "ui/program_icon.hpp"
-#include "ui/qt_clipboard.hpp"
 #include "ui/qt_runner.hpp"
 #include "ui/qt_selection_overlay.hpp"
 #include "ui/qt_status_item.hpp"
@@ -118,9 +117,7 @@ class QtDesktopUi : public DesktopUi {
   int run() override {
     if (quitStatus_) return *quitStatus_;
     isRunning_ = true;
-    const int status = QApplication::exec();
-    QtClipboard::handOver();
-    return status;
+    return QApplication::exec();
   }
 
   void quit(int status) override {
@@ -135,7 +132,7 @@ class QtDesktopUi : public DesktopUi {
   SelectionOverlay& selectionOverlay() override { return overlay_; }
   std::shared_ptr<CountdownPanel> countdownPanel() override { return countdown_; }
   std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() override { return cover_; }
-  Clipboard& clipboard() override { return clipboard_; }
+  void setClipboard(Clipboard& clipboard) override { overlay_.setClipboard(clipboard); }
   Alerts& alerts() override { return alerts_; }
   void setDesktopCoverLook(DesktopCoverLook look) override { cover_->setLook(std::move(look)); }
 
@@ -150,7 +147,6 @@ class QtDesktopUi : public DesktopUi {
   std::shared_ptr<DesktopCover> cover_;
   QtSelectionOverlay overlay_;
   QtStatusItem statusItem_;
-  QtClipboard clipboard_;
   AlertDialogs alerts_;
   std::optional<int> quitStatus_;
   bool isRunning_ = false;

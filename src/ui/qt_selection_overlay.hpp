@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "capture/capture_surfaces.hpp"
+#include "platform/clipboard.hpp"
 
 class QObject;
 
@@ -16,7 +17,10 @@ class QtSelectionOverlay : public SelectionOverlay {
   QtSelectionOverlay();
   ~QtSelectionOverlay() override;
 
-  void select(Request request, std::function<void(std::optional<CaptureTarget>)> chosen) override;
+  /// For the color under the pointer. Without one it is not copied.
+  void setClipboard(Clipboard& clipboard) { clipboard_ = &clipboard; }
+
+  void select(Request request, std::function<void(std::optional<Choice>)> chosen) override;
   void dismiss() override;
 
  private:
@@ -24,10 +28,11 @@ class QtSelectionOverlay : public SelectionOverlay {
   class Window;
 
   void takeDown();
-  void finish(std::optional<CaptureTarget> target);
+  void finish(std::optional<Choice> choice);
 
   std::shared_ptr<Session> session_;
-  std::function<void(std::optional<CaptureTarget>)> chosen_;
+  std::function<void(std::optional<Choice>)> chosen_;
+  Clipboard* clipboard_ = nullptr;
   std::unique_ptr<QObject> reply_;  ///< context of an answer under way
 };
 

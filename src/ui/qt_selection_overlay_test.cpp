@@ -1,6 +1,7 @@
 #include <X11/keysym.h>
 #include <gmock/gmock.h>
 
+#include <QColor>
 #include <cstring>
 
 #include "ui/testing/ui_test_case.hpp"
@@ -39,11 +40,13 @@ class SelectionOverlayTest : public UiTestCase {
 
   void select(SelectionOverlay::Request what) {
     answers = 0;
-    ui->selectionOverlay().select(std::move(what), [this](std::optional<CaptureTarget> target) {
-      ++answers;
-      answer = std::move(target);
-      windowsAtAnswer = mappedWindows().size();
-    });
+    ui->selectionOverlay().select(std::move(what),
+                                  [this](std::optional<SelectionOverlay::Choice> choice) {
+                                    ++answers;
+                                    answer = choice ? std::optional(choice->target) : std::nullopt;
+                                    copies = choice && choice->copies;
+                                    windowsAtAnswer = mappedWindows().size();
+                                  });
     ASSERT_TRUE(waitFor([&] { return mappedWindows().size() == 2; }));
     settle();
   }
@@ -80,6 +83,7 @@ class SelectionOverlayTest : public UiTestCase {
   const PixelRect right{1280, 150, 1024, 600};
   int answers = 0;
   std::optional<CaptureTarget> answer;
+  bool copies = false;
   std::size_t windowsAtAnswer = 99;
 };
 
@@ -166,6 +170,133 @@ TEST_F(SelectionOverlayTest, KeysNudgeSwitchConfirmAndCancel) {
   }
 }
 
+/// Answers nothing but keeps what is copied.
+class CopiedText final : public Clipboard {
+ public:
+  using Done = std::move_only_function<void(Result<void>)>;
+  std::string text;
+  void setImage(std::string, Done) override {}
+  void setText(std::string copied, Done done) override {
+    text = std::move(copied);
+    done({});
+  }
+  void setShapes(std::string, Done) override {}
+  [[nodiscard]] std::string shapes() const override { return {}; }
+  void handOver() override {}
+};
+
+TEST_F(SelectionOverlayTest, AnAreaIsAdjustedBeforeItIsTaken) {
+  startTwoMonitors();
+  CopiedText clipboard;
+  ui->setClipboard(clipboard);
+  movePointer({400, 200});
+  select(request());
+  press();
+  movePointer({1000, 600});
+  client->key(XK_Control_L, true);
+  release();
+  client->key(XK_Control_L, false);
+  settle();
+  EXPECT_EQ(answers, 0);
+  strike(XK_Tab);
+  const QImage adjusting = screen("overlay-adjust");
+  EXPECT_EQ(difference(adjusting, {420, 220, 500, 300}, 1, left), "") << "the area is clear";
+  for (int i = 0; i < 10; ++i) strike(XK_Left);
+  client->key(XK_Control_L, true);
+  strike(XK_Up);
+  client->key(XK_Control_L, false);
+  strike(XK_c);
+  EXPECT_EQ(clipboard.text, QColor(testPixel(1, 390, 150)).name().toStdString());
+  keepPicture("overlay-adjust-copied");
+  movePointer({690, 380});
+  press();
+  movePointer({710, 390});
+  release();
+  strike(XK_3);
+  strike(XK_2);
+  strike(XK_0);
+  keepPicture("overlay-adjust-typing");
+  strike(XK_Return);
+  strike(XK_Return);
+  ASSERT_TRUE(waitFor([&] { return answers == 1; }));
+  EXPECT_EQ(answer, CaptureTarget(RegionTarget{"LEFT", {410, 160, 320, 450}}));
+  EXPECT_FALSE(copies);
+
+  // Always, when the setting says so; and the bar's buttons. Near the lower edge it stands above.
+  auto what = request();
+  what.adjusts = true;
+  movePointer({1500, 500});
+  select(std::move(what));
+  press();
+  movePointer({1900, 730});
+  release();
+  movePointer({1686, 461});
+  keepPicture("overlay-adjust-low");
+  press();
+  release();
+  ASSERT_TRUE(waitFor([&] { return answers == 1; }));
+  EXPECT_EQ(answer, CaptureTarget(RegionTarget{"RIGHT", {220, 350, 400, 230}}));
+  EXPECT_TRUE(copies);
+}
+
+TEST_F(SelectionOverlayTest, KeysAloneChooseAnAreaAWindowAndADisplay) {
+  startTwoMonitors();
+  movePointer({100, 100});
+  select(request());
+  for (int i = 0; i < 20; ++i) {  // as fast as keys come
+    client->key(XK_Right, true);
+    client->key(XK_Right, false);
+  }
+  settle();
+  strike(XK_Return);
+  client->key(XK_Control_L, true);
+  strike(XK_Right);
+  strike(XK_Down);
+  client->key(XK_Control_L, false);
+  keepPicture("overlay-draw-by-keys");
+  strike(XK_Return);
+  strike(XK_Escape);
+  EXPECT_EQ(answers, 0);
+  strike(XK_Return);  // the pointer is where the corner was
+  ASSERT_TRUE(waitFor([&] { return answers == 1; }));
+  EXPECT_EQ(answer, CaptureTarget(DisplayTarget{"LEFT"}));
+
+  movePointer({100, 100});
+  select(request());
+  for (int i = 0; i < 20; ++i) {
+    client->key(XK_Right, true);
+    client->key(XK_Right, false);
+  }
+  settle();
+  strike(XK_Return);
+  client->key(XK_Shift_L, true);
+  strike(XK_Right);
+  client->key(XK_Shift_L, false);
+  strike(XK_Down);
+  strike(XK_Return);
+  strike(XK_Return);
+  ASSERT_TRUE(waitFor([&] { return answers == 1; }));
+  EXPECT_EQ(answer, CaptureTarget(RegionTarget{"LEFT", {120, 100, 10, 1}}));
+
+  movePointer({50, 50});
+  select(request());
+  strike(XK_Tab);
+  keepPicture("overlay-window-by-keys");
+  strike(XK_Return);
+  ASSERT_TRUE(waitFor([&] { return answers == 1; }));
+  EXPECT_EQ(answer, CaptureTarget(WindowTarget{77, "LEFT"}));
+
+  select(request());
+  client->key(XK_Control_L, true);
+  strike(XK_a);
+  strike(XK_Tab);
+  client->key(XK_Control_L, false);
+  keepPicture("overlay-display-by-keys");
+  strike(XK_Return);
+  ASSERT_TRUE(waitFor([&] { return answers == 1; }));
+  EXPECT_EQ(answer, CaptureTarget(RegionTarget{"RIGHT", {0, 0, 1024, 600}}));
+}
+
 TEST_F(SelectionOverlayTest, BrokenScaleStaysSharpAndExact) {
   startTwoMonitors("Xft.dpi:\t144\n");
   movePointer({640, 400});
@@ -219,10 +350,12 @@ TEST_F(SelectionOverlayTest, StandsAboveManagedWindows) {
   auto what = request();
   what.displays.pop_back();
   what.displays[0].display.id = "screen";
-  ui->selectionOverlay().select(std::move(what), [this](auto target) {
-    ++answers;
-    answer = std::move(target);
-  });
+  ui->selectionOverlay().select(std::move(what),
+                                [this](const std::optional<SelectionOverlay::Choice>& choice) {
+                                  ++answers;
+                                  answer = choice ? std::optional(choice->target) : std::nullopt;
+                                  copies = choice && choice->copies;
+                                });
   settle();
   movePointer({250, 250});
   press();

@@ -1,46 +1,44 @@
-#include <QFont>
 #include <QFontMetrics>
-#include <QGuiApplication>
 #include <algorithm>
 #include <cmath>
 
 #include "ui/selection_painting.hpp"
+#include "ui/selection_style.hpp"
 
 namespace vantorel {
 namespace {
 
-QRect rectOf(const PixelRect& area) { return {area.x, area.y, area.width, area.height}; }
+using selection_style::Measure;
 
-/// Lengths of the drawing, given in points and used in pixels.
-struct Measure {
-  double scale;
-  [[nodiscard]] int operator()(double points) const {
-    return std::max(1, static_cast<int>(std::lround(points * scale)));
-  }
-};
+QRect rectOf(const PixelRect& area) { return {area.x, area.y, area.width, area.height}; }
 
 QString sizeText(const PixelRect& area) {
   return QStringLiteral("%1 × %2").arg(area.width).arg(area.height);
 }
 
-/// The loupe beside the pointer: where it does not cover what is being chosen, and on the display.
-QRect besidePointer(const SelectionModel& model, QSize size, int gap) {
+/// The loupe beside its pixel: where it covers neither what is being chosen nor the bar, and on the
+/// display.
+QRect besideDetail(const SelectionModel& model, const SelectionLayout& layout, QSize size,
+                   int gap) {
   const QRect display = rectOf(model.display().area);
-  const QPoint pointer = model.pointer();
+  const QPoint at = layout.detail;
   bool right = true;
   bool below = true;
-  if (model.isDragging()) {
-    const QRect chosen = rectOf(model.chosenArea());
-    right = pointer.x() >= chosen.center().x();
-    below = pointer.y() >= chosen.center().y();
+  if (!layout.chosen.isEmpty()) {
+    right = at.x() >= layout.chosen.center().x();
+    below = at.y() >= layout.chosen.center().y();
   }
-  if (right && pointer.x() + gap + size.width() > display.right()) right = false;
-  if (!right && pointer.x() - gap - size.width() < display.left()) right = true;
-  if (below && pointer.y() + gap + size.height() > display.bottom()) below = false;
-  if (!below && pointer.y() - gap - size.height() < display.top()) below = true;
-  return {QPoint(right ? pointer.x() + gap : pointer.x() - gap - size.width(),
-                 below ? pointer.y() + gap : pointer.y() - gap - size.height()),
-          size};
+  if (right && at.x() + gap + size.width() > display.right()) right = false;
+  if (!right && at.x() - gap - size.width() < display.left()) right = true;
+  if (below && at.y() + gap + size.height() > display.bottom()) below = false;
+  if (!below && at.y() - gap - size.height() < display.top()) below = true;
+  const auto box = [&] {
+    return QRect(QPoint(right ? at.x() + gap : at.x() - gap - size.width(),
+                        below ? at.y() + gap : at.y() - gap - size.height()),
+                 size);
+  };
+  if (box().intersects(layout.bar.panel)) below = !below;
+  return box();
 }
 
 std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
@@ -48,19 +46,46 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
   const auto add = [&](const char* key, const char* effect) {
     hints.push_back({QString::fromUtf8(key), QString::fromUtf8(effect), {}, {}});
   };
+  if (model.adjustment() != nullptr) {
+    add("Tab", "next handle");
+    add("Arrow keys", "1 pixel");
+    add("Shift", "10 pixels");
+    add("Ctrl", "50 pixels");
+    if (model.canPickWindows()) add("Space", "choose a window");
+    add("Return", "capture");
+    add("Esc", "back");
+    return hints;
+  }
+  if (model.isDragging() && model.isDrawnByKeys()) {
+    add("Arrow keys", "1 pixel");
+    add("Shift", "10 pixels");
+    add("Ctrl", "50 pixels");
+    add("Return", "set the other corner");
+    add("Esc", "back");
+    return hints;
+  }
   if (model.isDragging()) {
     add("Space", "move");
     add("Arrow keys", "1 pixel");
     add("Shift", "10 pixels");
+    add("Ctrl", "adjust before capturing");
+  } else if (model.isDrawnByKeys()) {
+    add("Arrow keys", "1 pixel");
+    add("Shift", "10 pixels");
+    add("Ctrl", "50 pixels");
+    add("Return", "set a corner");
+    add("C", "copy the color");
   } else if (model.mode() == CaptureMode::region) {
     add("Drag", "capture an area");
     if (model.canPickWindows()) add("Space", "choose a window");
     add("Return", "whole display");
     add("Arrow keys", "1 pixel");
+    add("C", "copy the color");
   } else if (model.mode() == CaptureMode::window) {
     add("Click", "capture the window");
+    add("Tab", "next window");
+    add("Return", "capture");
     add("Space", "choose an area");
-    add("Return", "whole display");
   } else {
     add("Click", "capture the display");
     add("Space", "choose an area");
@@ -73,7 +98,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
 /// there. The keys before the last are left out where the display is too narrow for them.
 void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& layout) {
   const QRect display = rectOf(model.display().area);
-  const QFontMetrics metrics(selectionFont(layout.scale));
+  const QFontMetrics metrics(selection_style::font(layout.scale));
   const int height = metrics.height() + measure(18);
   std::vector<SelectionHint> hints = hintsFor(model);
   const auto keyWidth = [&](const SelectionHint& hint) {
@@ -92,8 +117,10 @@ void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& 
   const int x = display.center().x() - size.width() / 2;
   QRect line({x, display.bottom() - measure(32) - size.height()}, size);
   const QRect near = line.adjusted(-measure(40), -measure(40), measure(40), measure(40));
-  if (near.contains(model.pointer()) || near.intersects(layout.loupe) ||
-      (model.isDragging() && near.intersects(layout.chosen))) {
+  if (near.contains(model.pointer()) || near.intersects(layout.loupe | layout.caption) ||
+      near.intersects(layout.bar.panel) ||
+      (!layout.isPick && near.intersects(layout.chosen) &&
+       !near.translated(0, display.top() + measure(32) - line.top()).intersects(layout.chosen))) {
     line.moveTop(display.top() + measure(32));
   }
   int left = line.left() + measure(12);
@@ -107,19 +134,49 @@ void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& 
   layout.hints = std::move(hints);
 }
 
-}  // namespace
-
-QFont selectionFont(double scale) {
-  QFont font = QGuiApplication::font();
-  font.setPixelSize(Measure{scale}(13));
-  return font;
+void layOutHandles(const AreaAdjustment& adjustment, Measure measure, SelectionLayout& layout) {
+  const int side = measure(10);
+  for (const AreaGrip grip : areaHandles) {
+    const QRect handle(adjustment.placeOf(grip) - QPoint(side / 2, side / 2), QSize(side, side));
+    layout.handles.push_back(handle);
+    if (grip == adjustment.focus()) layout.focusedHandle = handle;
+  }
 }
 
-SelectionLayout layOutSelection(const SelectionModel& model) {
+/// The loupe, and below it the size of what is drawn, the pixel's place and its color.
+void layOutLoupe(const SelectionModel& model, const SelectionStatus& status, Measure measure,
+                 SelectionLayout& layout) {
+  const QFontMetrics metrics(selection_style::font(layout.scale));
+  const QRect display = rectOf(model.display().area);
+  QStringList lines;
+  if (model.isDragging()) {
+    lines.append(sizeText(model.chosenArea()));
+  } else if (model.adjustment() == nullptr) {
+    layout.hairlineAcross = QRect(display.left(), layout.detail.y(), display.width(), 1);
+    layout.hairlineDown = QRect(layout.detail.x(), display.top(), 1, display.height());
+  }
+  const QPoint inside = layout.detail - display.topLeft();
+  lines.append(QStringLiteral("%1, %2").arg(inside.x()).arg(inside.y()));
+  lines.append(status.color);
+  layout.captionText = lines.join(u'\n');
+  const int side = loupePixels * std::max(1, measure(8));
+  const int height = metrics.lineSpacing() * static_cast<int>(lines.size()) + measure(10);
+  int width = side;
+  for (const QString& line : lines) {
+    width = std::max(width, metrics.horizontalAdvance(line) + measure(16));
+  }
+  const QRect box = besideDetail(model, layout, {width, side + height}, measure(24));
+  layout.loupe = QRect(box.left() + (width - side) / 2, box.top(), side, side);
+  layout.caption = QRect(box.left(), box.top() + side, width, height);
+}
+
+}  // namespace
+
+SelectionLayout layOutSelection(const SelectionModel& model, const SelectionStatus& status) {
   SelectionLayout layout;
   layout.scale = model.display().scale;
   const Measure measure{layout.scale};
-  const QFontMetrics metrics(selectionFont(layout.scale));
+  const QFontMetrics metrics(selection_style::font(layout.scale));
   const PixelRect chosen = model.chosenArea();
   layout.chosen = rectOf(chosen);
   layout.isPick = model.mode() != CaptureMode::region;
@@ -128,7 +185,7 @@ SelectionLayout layOutSelection(const SelectionModel& model) {
   if (layout.isPick) {
     if (!chosen.isEmpty()) {
       const auto* const window =
-          model.mode() == CaptureMode::window ? model.windowUnderPointer() : nullptr;
+          model.mode() == CaptureMode::window ? model.chosenWindow() : nullptr;
       const QRect visible = layout.chosen & rectOf(model.display().area);
       const int room = visible.width() - measure(48);
       layout.captionText = sizeText(chosen);
@@ -143,24 +200,13 @@ SelectionLayout layOutSelection(const SelectionModel& model) {
           {metrics.horizontalAdvance(layout.captionText) + measure(24), captionHeight});
       layout.caption.moveCenter(visible.center());
     }
-  } else {
-    const QRect display = rectOf(model.display().area);
-    const QPoint pointer = model.pointer();
-    if (!model.isDragging()) {
-      layout.hairlineAcross = QRect(display.left(), pointer.y(), display.width(), 1);
-      layout.hairlineDown = QRect(pointer.x(), display.top(), 1, display.height());
-      layout.captionText = QStringLiteral("%1, %2")
-                               .arg(pointer.x() - display.left())
-                               .arg(pointer.y() - display.top());
-    } else {
-      layout.captionText = sizeText(chosen);
-    }
-    const int side = loupePixels * std::max(1, measure(8));
-    const int width = std::max(side, metrics.horizontalAdvance(layout.captionText) + measure(16));
-    const QRect box = besidePointer(model, {width, side + captionHeight}, measure(20));
-    layout.loupe = QRect(box.topLeft(), QSize(side, side));
-    layout.loupe.moveLeft(box.left() + (width - side) / 2);
-    layout.caption = QRect(box.left(), box.top() + side, width, captionHeight);
+  }
+  if (const AreaAdjustment* const adjustment = model.adjustment())
+    layOutHandles(*adjustment, measure, layout);
+  layout.bar = layOutBar(model, layout.scale, status.hovered);
+  if (const auto detail = model.detail()) {
+    layout.detail = *detail;
+    layOutLoupe(model, status, measure, layout);
   }
   layOutHints(model, measure, layout);
   return layout;
@@ -174,6 +220,9 @@ QRegion SelectionLayout::changeFrom(const SelectionLayout& before) const {
       changed += QRegion(layout.chosen.adjusted(-rim, -rim, rim, rim)) -
                  QRegion(layout.chosen.adjusted(rim, rim, -rim, -rim));
     }
+    for (const QRect& handle : layout.handles) {
+      changed += handle.adjusted(-3 * rim, -3 * rim, 3 * rim, 3 * rim);
+    }
     changed += layout.hairlineAcross;
     changed += layout.hairlineDown;
     changed += layout.loupe.adjusted(-rim, -rim, rim, rim);
@@ -181,6 +230,9 @@ QRegion SelectionLayout::changeFrom(const SelectionLayout& before) const {
   };
   addAll(before);
   addAll(*this);
+  if (bar != before.bar) {
+    changed += QRegion(before.bar.panel) + before.bar.tip + bar.panel + bar.tip;
+  }
   const bool sameHints = hintLine == before.hintLine &&
                          std::equal(hints.begin(), hints.end(), before.hints.begin(),
                                     before.hints.end(), [](const auto& a, const auto& b) {

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "base/check.hpp"
 
 namespace vantorel {
 namespace {
+
+constexpr double handleReachPoints = 12;
 
 bool contains(const PixelRect& area, QPoint point) {
   return point.x() >= area.x && point.x() < area.right() && point.y() >= area.y &&
@@ -17,6 +20,11 @@ bool contains(const PixelRect& area, QPoint point) {
 QPoint nearestInside(const PixelRect& area, QPoint point) {
   return {std::clamp(point.x(), area.x, area.right() - 1),
           std::clamp(point.y(), area.y, area.bottom() - 1)};
+}
+
+PixelRect between(QPoint a, QPoint b) {
+  return {std::min(a.x(), b.x()), std::min(a.y(), b.y()), std::abs(a.x() - b.x()),
+          std::abs(a.y() - b.y())};
 }
 
 PixelRect areaOf(const DisplaySnapshot& display) {
@@ -70,7 +78,16 @@ QPoint SelectionModel::edgeAt(QPoint point) const {
 void SelectionModel::movePointer(QPoint to) {
   // The answer to our own moving of the pointer: the corner is where it belongs already.
   if (isDragging_ && to == pointer_) return;
+  if (to != pointer_) {
+    windowByKeys_.reset();
+    if (!isDragging_) isDrawnByKeys_ = false;
+  }
   pointer_ = to;
+  if (adjustment_) {
+    pointer_ = nearestInside(displays_[displayAt(to)].area, to);
+    adjustment_->drag(to);
+    return;
+  }
   if (!isDragging_) {
     display_ = displayAt(to);
     pointer_ = nearestInside(display().area, to);
@@ -81,39 +98,69 @@ void SelectionModel::movePointer(QPoint to) {
     return;
   }
   const PixelRect& area = display().area;
-  const auto [left, right] = std::minmax(move_->anchor.x(), move_->corner.x());
-  const auto [top, bottom] = std::minmax(move_->anchor.y(), move_->corner.y());
-  const QPoint by(std::clamp(to.x() - move_->from.x(), area.x - left, area.right() - right),
-                  std::clamp(to.y() - move_->from.y(), area.y - top, area.bottom() - bottom));
+  const PixelRect start = between(move_->anchor, move_->corner);
+  const QPoint by(
+      std::clamp(to.x() - move_->from.x(), area.x - start.x, area.right() - start.right()),
+      std::clamp(to.y() - move_->from.y(), area.y - start.y, area.bottom() - start.bottom()));
   anchor_ = move_->anchor + by;
   corner_ = move_->corner + by;
 }
 
 void SelectionModel::press() {
-  if (mode_ != CaptureMode::region) return;
+  if (mode_ != CaptureMode::region || isDragging_) return;
+  if (adjustment_) {
+    if (const auto grip = adjustment_->gripAt(pointer_)) return adjustment_->hold(*grip, pointer_);
+    beforeDrag_ = std::exchange(adjustment_, std::nullopt);
+    display_ = displayAt(pointer_);
+  }
   isDragging_ = true;
+  isDrawnByKeys_ = false;
   anchor_ = corner_ = edgeAt(pointer_);
 }
 
-std::optional<CaptureTarget> SelectionModel::release() {
-  switch (mode_) {
-    case CaptureMode::region: break;
-    case CaptureMode::window: {
-      const Window* const window = windowUnderPointer();
-      if (window == nullptr) return std::nullopt;
-      return WindowTarget{window->id, window->displayID};
-    }
-    case CaptureMode::fullscreen: return confirm();
-  }
+std::optional<CaptureTarget> SelectionModel::release(bool adjusts) {
+  if (mode_ != CaptureMode::region || isDrawnByKeys_) return confirm();
+  if (adjustment_) adjustment_->letGo();
   if (!isDragging_) return std::nullopt;
   const PixelRect area = draggedArea();
+  endDrag();
+  const auto before = std::exchange(beforeDrag_, std::nullopt);
+  if (area.isEmpty()) {
+    if (before) {
+      display_ = displayAt({before->area().x, before->area().y});
+      adjust(before->area());
+    }
+    return std::nullopt;
+  }
+  if (!adjusts && !before) return targetOf(area);
+  adjust(area);
+  return std::nullopt;
+}
+
+void SelectionModel::endDrag() {
   isDragging_ = false;
   move_.reset();
-  if (area.isEmpty()) return std::nullopt;
+}
+
+void SelectionModel::adjust(const PixelRect& area) {
+  mode_ = CaptureMode::region;
+  endDrag();
+  isDrawnByKeys_ = false;
+  entry_.reset();
+  adjustment_.emplace(area, display().area,
+                      static_cast<int>(std::lround(handleReachPoints * display().scale)));
+}
+
+CaptureTarget SelectionModel::targetOf(const PixelRect& area) const {
   const double scale = display().scale;
   return RegionTarget{display().id,
                       {(area.x - display().area.x) / scale, (area.y - display().area.y) / scale,
                        area.width / scale, area.height / scale}};
+}
+
+std::optional<CaptureTarget> SelectionModel::adjustedTarget() const {
+  if (!adjustment_) return std::nullopt;
+  return targetOf(adjustment_->area());
 }
 
 void SelectionModel::pressSpace() {
@@ -121,7 +168,10 @@ void SelectionModel::pressSpace() {
     if (!move_) move_ = {pointer_, anchor_, corner_};
   } else if (mode_ != CaptureMode::region) {
     mode_ = CaptureMode::region;
-  } else if (canPickWindows()) {
+    windowByKeys_.reset();
+  } else if (canPickWindows() && (!adjustment_ || !adjustment_->held())) {
+    adjustment_.reset();
+    entry_.reset();
     mode_ = CaptureMode::window;
   }
 }
@@ -132,37 +182,152 @@ void SelectionModel::releaseSpace() {
   pointer_ = nearestInside(display().area, corner_);
 }
 
-std::optional<CaptureTarget> SelectionModel::confirm() const {
-  if (isDragging_) return std::nullopt;
+std::optional<CaptureTarget> SelectionModel::confirm() {
+  if (mode_ == CaptureMode::window) {
+    const Window* const window = chosenWindow();
+    if (window == nullptr) return std::nullopt;
+    return WindowTarget{window->id, window->displayID};
+  }
+  if (entry_) {
+    endSizeEntry();
+    return std::nullopt;
+  }
+  if (adjustment_) return adjustment_->held() ? std::nullopt : adjustedTarget();
+  if (isDragging_) {
+    const PixelRect area = draggedArea();
+    if (!isDrawnByKeys_ || area.isEmpty()) return std::nullopt;
+    const AreaGrip corner{corner_.x() < anchor_.x() ? -1 : 1, corner_.y() < anchor_.y() ? -1 : 1};
+    adjust(area);
+    adjustment_->setFocus(corner);
+    return std::nullopt;
+  }
+  if (isDrawnByKeys_) {
+    isDragging_ = true;
+    anchor_ = corner_ = edgeAt(pointer_);
+    return std::nullopt;
+  }
   return DisplayTarget{display().id};
 }
 
+bool SelectionModel::goBack() {
+  if (entry_) {
+    entry_.reset();
+  } else if (adjustment_) {
+    if (adjustment_->putBack()) return true;
+    adjustment_.reset();
+    movePointer(pointer_);
+  } else if (isDragging_ && isDrawnByKeys_) {
+    endDrag();
+  } else {
+    return false;
+  }
+  return true;
+}
+
 void SelectionModel::nudge(int right, int down) {
+  if (adjustment_) {
+    if (!adjustment_->held()) adjustment_->nudge(right, down);
+    return;
+  }
   const QPoint by(right, down);
-  if (!isDragging_ || move_) return movePointer(pointer_ + by);
+  if (!isDragging_ || move_) {
+    movePointer(pointer_ + by);
+    if (mode_ == CaptureMode::region && !isDragging_) isDrawnByKeys_ = true;
+    return;
+  }
   const PixelRect& area = display().area;
   corner_ = {std::clamp(corner_.x() + right, area.x, area.right()),
              std::clamp(corner_.y() + down, area.y, area.bottom())};
   pointer_ = nearestInside(area, corner_);
 }
 
-const SelectionModel::Window* SelectionModel::windowUnderPointer() const {
+void SelectionModel::moveFocus(int by) {
+  if (entry_) {
+    const auto field = entry_->field();
+    endSizeEntry();
+    if (field == SizeEntry::Field::width && by > 0) editSize(SizeEntry::Field::height);
+    if (field == SizeEntry::Field::height && by < 0) editSize(SizeEntry::Field::width);
+    return;
+  }
+  if (adjustment_) {
+    if (!adjustment_->held()) adjustment_->moveFocus(by);
+    return;
+  }
+  if (isDragging_ || !canPickWindows()) return;
+  const int count = static_cast<int>(windows_.size());
+  const Window* const now = mode_ == CaptureMode::window ? chosenWindow() : nullptr;
+  const int index = now == nullptr ? (by > 0 ? -1 : count) : static_cast<int>(now - &windows_[0]);
+  mode_ = CaptureMode::window;
+  windowByKeys_ = static_cast<std::size_t>(((index + by) % count + count) % count);
+  const PixelRect& area = windows_[*windowByKeys_].area;
+  display_ = displayAt({area.x + area.width / 2, area.y + area.height / 2});
+}
+
+void SelectionModel::chooseDisplay() {
+  if (isDragging_ && !isDrawnByKeys_) return;
+  adjust(display().area);
+}
+
+void SelectionModel::moveToDisplay(int by) {
+  if (isDragging_ || (adjustment_ && adjustment_->held())) return;
+  const int count = static_cast<int>(displays_.size());
+  const auto next =
+      static_cast<std::size_t>(((static_cast<int>(display_) + by) % count + count) % count);
+  const PixelRect& area = displays_[next].area;
+  if (adjustment_) {
+    display_ = next;
+    return adjust(area);
+  }
+  movePointer({area.x + area.width / 2, area.y + area.height / 2});
+  isDrawnByKeys_ = mode_ == CaptureMode::region;
+}
+
+void SelectionModel::editSize(SizeEntry::Field field) {
+  if (!adjustment_) return;
+  endSizeEntry();
+  entry_.emplace(field, PixelSize{adjustment_->area().width, adjustment_->area().height});
+}
+
+void SelectionModel::endSizeEntry() {
+  if (!entry_) return;
+  if (const auto size = entry_->size()) adjustment_->resize(*size);
+  entry_.reset();
+}
+
+void SelectionModel::typeDigit(char digit) {
+  if (!entry_) editSize(SizeEntry::Field::width);
+  if (entry_) entry_->type(digit);
+}
+
+void SelectionModel::eraseDigit() {
+  if (entry_) entry_->erase();
+}
+
+std::optional<QPoint> SelectionModel::detail() const {
+  if (mode_ != CaptureMode::region) return std::nullopt;
+  if (!adjustment_) return pointer_;
+  const AreaGrip grip = adjustment_->held().value_or(adjustment_->focus());
+  if (!grip.isHandle()) return std::nullopt;
+  return nearestInside(adjustment_->area(), adjustment_->placeOf(grip));
+}
+
+const SelectionModel::Window* SelectionModel::chosenWindow() const {
+  if (windowByKeys_) return &windows_[*windowByKeys_];
   for (const Window& window : windows_) {
     if (contains(window.area, pointer_)) return &window;
   }
   return nullptr;
 }
 
-PixelRect SelectionModel::draggedArea() const {
-  return {std::min(anchor_.x(), corner_.x()), std::min(anchor_.y(), corner_.y()),
-          std::abs(anchor_.x() - corner_.x()), std::abs(anchor_.y() - corner_.y())};
-}
+PixelRect SelectionModel::draggedArea() const { return between(anchor_, corner_); }
 
 PixelRect SelectionModel::chosenArea() const {
   switch (mode_) {
-    case CaptureMode::region: return isDragging_ ? draggedArea() : PixelRect{};
+    case CaptureMode::region:
+      if (adjustment_) return adjustment_->area();
+      return isDragging_ ? draggedArea() : PixelRect{};
     case CaptureMode::window: {
-      const Window* const window = windowUnderPointer();
+      const Window* const window = chosenWindow();
       return window != nullptr ? window->area : PixelRect{};
     }
     case CaptureMode::fullscreen: return display().area;

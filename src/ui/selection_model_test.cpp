@@ -102,14 +102,136 @@ TEST_F(SelectionModelTest, WindowsArePickedTopmostFirst) {
   EXPECT_EQ(drag(model, {1210, 210}, {1210, 210}), CaptureTarget(WindowTarget{5, "RIGHT"}));
   EXPECT_EQ(model.chosenArea(), (PixelRect{1200, 200, 200, 200}));
   EXPECT_EQ(drag(model, {900, 20}, {900, 20}), std::nullopt) << "only the desktop is there";
-  EXPECT_EQ(model.confirm(), CaptureTarget(DisplayTarget{"LEFT"}));
+  EXPECT_EQ(model.confirm(), std::nullopt) << "no window stands out";
+
+  // By keys, topmost first, also the covered ones; until the pointer moves.
+  for (const WindowID next : {3, 4, 5, 3}) {
+    model.moveFocus(1);
+    EXPECT_EQ(model.chosenWindow()->id, next);
+  }
+  model.moveFocus(-1);
+  EXPECT_EQ(model.display().id, "RIGHT") << "where the window is";
+  EXPECT_EQ(model.confirm(), CaptureTarget(WindowTarget{5, "RIGHT"}));
+  model.movePointer({250, 250});
+  EXPECT_EQ(model.confirm(), CaptureTarget(WindowTarget{3, "LEFT"}));
   model.pressSpace();
+  model.movePointer({1210, 210});
+  EXPECT_EQ(model.confirm(), CaptureTarget(DisplayTarget{"RIGHT"}));
   EXPECT_EQ(drag(model, {1, 1}, {5, 5}), region("LEFT", {1, 1, 4, 4}));
 
   windows.clear();
   EXPECT_EQ(make(CaptureMode::window).mode(), CaptureMode::region)
       << "there is no list to pick from";
   EXPECT_EQ(make(CaptureMode::fullscreen).release(), CaptureTarget(DisplayTarget{"LEFT"}));
+}
+
+TEST_F(SelectionModelTest, KeysAloneDrawAnAreaStepByStep) {
+  auto model = make();
+  model.nudge(50, 50);
+  EXPECT_EQ(model.confirm(), std::nullopt) << "sets the corner";
+  EXPECT_EQ(model.confirm(), std::nullopt) << "nothing is drawn yet";
+  model.nudge(200, 0);
+  model.nudge(0, -50);
+  EXPECT_EQ(model.chosenArea(), (PixelRect{60, 10, 200, 50}));
+  EXPECT_EQ(model.confirm(), std::nullopt) << "shows the handles";
+  ASSERT_NE(model.adjustment(), nullptr);
+  model.nudge(-10, -1);  // the corner drawn last
+  EXPECT_EQ(model.detail(), QPoint(249, 9));
+  EXPECT_EQ(model.adjustedTarget(), region("LEFT", {60, 9, 190, 51}));
+
+  // Back step by step, and on another display.
+  EXPECT_TRUE(model.goBack());
+  EXPECT_EQ(model.adjustment(), nullptr);
+  model.nudge(1, 0);
+  EXPECT_EQ(model.confirm(), std::nullopt);
+  EXPECT_TRUE(model.goBack()) << "the corner";
+  EXPECT_FALSE(model.isDragging());
+  EXPECT_FALSE(model.goBack());
+  model.moveToDisplay(1);
+  EXPECT_EQ(model.pointer(), QPoint(1400, 400));
+  model.chooseDisplay();
+  EXPECT_EQ(model.chosenArea(), (PixelRect{1000, 100, 800, 600}));
+  model.moveToDisplay(1);
+  EXPECT_EQ(model.confirm(), region("LEFT", {0, 0, 1000, 800}));
+  EXPECT_TRUE(model.goBack());
+  model.nudge(1, 0);
+  model.movePointer({20, 20});
+  EXPECT_EQ(model.confirm(), CaptureTarget(DisplayTarget{"LEFT"}))
+      << "the pointer is by hand again";
+}
+
+TEST_F(SelectionModelTest, AnAreaIsAdjustedByItsHandlesUntilItIsTaken) {
+  auto model = make();
+  const auto pull = [&](QPoint from, QPoint to) { EXPECT_EQ(drag(model, from, to), std::nullopt); };
+  model.movePointer({100, 100});
+  model.press();
+  model.movePointer({300, 250});
+  EXPECT_EQ(model.release(true), std::nullopt);
+  EXPECT_EQ(model.chosenArea(), (PixelRect{100, 100, 200, 150}));
+
+  pull({305, 245}, {315, 235});  // the corner, held beside its middle
+  EXPECT_EQ(model.chosenArea(), (PixelRect{100, 100, 210, 140}));
+  pull({98, 170}, {88, 400});  // an edge moves one way alone
+  EXPECT_EQ(model.chosenArea(), (PixelRect{90, 100, 220, 140}));
+  pull({200, 150}, {190, 40});  // the inside moves it all, not beyond the display
+  EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 220, 140}));
+  pull({300, 140}, {999, 799});  // to the last pixel the pointer can reach
+  EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 920, 800}));
+  pull({1000, 400}, {20, 20});  // never turned inside out
+  EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 1, 800}));
+  pull({80, 400}, {80, 400});
+  pull({600, 600}, {600, 600});
+  EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 1, 800})) << "a click beside it is nothing";
+
+  pull({1100, 200}, {1140, 240});  // a new one, on the other display
+  EXPECT_EQ(model.chosenArea(), (PixelRect{1100, 200, 40, 40}));
+  model.movePointer({1120, 220});
+  model.press();
+  model.movePointer({1220, 220});
+  EXPECT_EQ(model.confirm(), std::nullopt) << "not in the middle of a drag";
+  EXPECT_TRUE(model.goBack());
+  EXPECT_EQ(model.chosenArea(), (PixelRect{1100, 200, 40, 40}));
+  EXPECT_EQ(model.confirm(), region("RIGHT", {50, 50, 20, 20}));
+}
+
+TEST_F(SelectionModelTest, TabGoesRoundTheHandlesAndSizesCanBeTyped) {
+  auto model = make();
+  model.movePointer({100, 100});
+  model.press();
+  model.movePointer({300, 250});
+  EXPECT_EQ(model.release(true), std::nullopt);
+  model.nudge(-1, 10);  // no handle yet: all of it
+  EXPECT_EQ(model.chosenArea(), (PixelRect{99, 110, 200, 150}));
+  EXPECT_EQ(model.detail(), std::nullopt);
+  for (int i = 0; i < 8; ++i) {
+    model.moveFocus(1);
+    model.nudge(1, 1);
+  }
+  EXPECT_EQ(model.chosenArea(), (PixelRect{102, 113, 200, 150})) << "each edge three times";
+  model.moveFocus(1);
+  model.nudge(1000, 1000);
+  EXPECT_EQ(model.chosenArea(), (PixelRect{800, 650, 200, 150}));
+  model.moveFocus(-1);
+  EXPECT_EQ(model.detail(), QPoint(800, 725)) << "the left edge";
+
+  const auto type = [&](const char* digits) {
+    for (; *digits != 0; ++digits) model.typeDigit(*digits);
+  };
+  type("64");
+  EXPECT_EQ(model.chosenArea().width, 200) << "not yet";
+  model.moveFocus(1);
+  type("480");
+  model.eraseDigit();
+  EXPECT_EQ(model.confirm(), std::nullopt) << "only the size is taken";
+  EXPECT_EQ(model.chosenArea(), (PixelRect{800, 650, 64, 48}));
+  type("99999");
+  model.endSizeEntry();
+  EXPECT_EQ(model.chosenArea(), (PixelRect{0, 650, 1000, 48})) << "moved to where it fits";
+  type("0");
+  model.endSizeEntry();
+  type("7");
+  EXPECT_TRUE(model.goBack());
+  EXPECT_EQ(model.confirm(), region("LEFT", {0, 650, 1000, 48})) << "no size, and one given up";
 }
 
 }  // namespace

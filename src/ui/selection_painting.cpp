@@ -1,48 +1,31 @@
 #include "ui/selection_painting.hpp"
 
-#include <algorithm>
-#include <cmath>
+#include <QPen>
+
+#include "ui/selection_style.hpp"
 
 namespace vantorel {
 namespace {
 
-const QColor dim(0, 0, 0, 115);
-const QColor panel(24, 26, 30, 235);
-const QColor panelText(245, 246, 248);
-const QColor quietText(190, 195, 203);
-const QColor keyBack(70, 75, 84);
-const QColor accent(64, 156, 255);
+using selection_style::fill;
+using selection_style::frameAround;
+using selection_style::paintPanel;
+using selection_style::paintRounded;
 
 int pixels(const SelectionLayout& layout, double points) {
-  return std::max(1, static_cast<int>(std::lround(points * layout.scale)));
-}
-
-/// The four bars of `width` pixels around `inner`, outside of it.
-QRegion frameAround(const QRect& inner, int width) {
-  return QRegion(inner.adjusted(-width, -width, width, width)) - QRegion(inner);
-}
-
-void fill(QPainter& painter, const QRegion& region, const QColor& color) {
-  for (const QRect& rect : region) painter.fillRect(rect, color);
-}
-
-void paintPanel(QPainter& painter, const QRect& rect, double radius, const QColor& color) {
-  painter.setRenderHint(QPainter::Antialiasing, true);
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(color);
-  painter.drawRoundedRect(rect, radius, radius);
-  painter.setRenderHint(QPainter::Antialiasing, false);
+  return selection_style::Measure{layout.scale}(points);
 }
 
 void paintChosen(QPainter& painter, const SelectionLayout& layout) {
   if (layout.chosen.isEmpty()) return;
   const int line = pixels(layout, 1);
   if (layout.isPick) {
-    QColor tint = accent;
+    QColor tint = selection_style::accent;
     tint.setAlpha(40);
     painter.fillRect(layout.chosen, tint);
     const int width = pixels(layout, 3);
-    fill(painter, frameAround(layout.chosen.adjusted(width, width, -width, -width), width), accent);
+    fill(painter, frameAround(layout.chosen.adjusted(width, width, -width, -width), width),
+         selection_style::accent);
     return;
   }
   // Outside of the selection, so that all of it is seen; light and dark, to be seen on anything.
@@ -51,15 +34,34 @@ void paintChosen(QPainter& painter, const SelectionLayout& layout) {
        QColor(0, 0, 0, 160));
 }
 
+void paintHandles(QPainter& painter, const SelectionLayout& layout) {
+  const int rim = pixels(layout, 1);
+  for (const QRect& handle : layout.handles) {
+    paintRounded(painter, handle.adjusted(-rim, -rim, rim, rim), 3 * layout.scale,
+                 QColor(0, 0, 0, 160));
+    paintRounded(painter, handle, 2 * layout.scale, Qt::white);
+  }
+  if (layout.focusedHandle.isEmpty()) return;
+  painter.setRenderHint(QPainter::Antialiasing, true);
+  painter.setBrush(Qt::NoBrush);
+  const double radius = 14 * layout.scale;
+  painter.setPen(QPen(QColor(0, 0, 0, 160), 4 * layout.scale));
+  painter.drawEllipse(QRectF(layout.focusedHandle).center(), radius, radius);
+  painter.setPen(QPen(selection_style::accent, 2 * layout.scale));
+  painter.drawEllipse(QRectF(layout.focusedHandle).center(), radius, radius);
+  painter.setRenderHint(QPainter::Antialiasing, false);
+}
+
 void paintLoupe(QPainter& painter, const std::vector<FrozenPicture>& pictures,
-                const SelectionModel& model, const SelectionLayout& layout) {
+                const SelectionLayout& layout) {
   if (layout.loupe.isEmpty()) return;
   const int zoom = layout.loupe.width() / loupePixels;
-  const QPoint corner = model.pointer() - QPoint(loupePixels / 2, loupePixels / 2);
+  const QPoint corner = layout.detail - QPoint(loupePixels / 2, loupePixels / 2);
   const QRect source(corner, QSize(loupePixels, loupePixels));
   const int rim = pixels(layout, 1);
   const QRect frame = (layout.loupe | layout.caption).adjusted(-rim, -rim, rim, rim);
-  paintPanel(painter, frame, pixels(layout, 4), panel);
+  paintPanel(painter, frame.adjusted(-rim * 2, -rim * 2, rim * 2, rim * 2), 8 * layout.scale,
+             layout.scale);
   painter.fillRect(layout.loupe, Qt::black);
   for (const FrozenPicture& picture : pictures) {
     const QRect part = source & picture.area;
@@ -72,7 +74,7 @@ void paintLoupe(QPainter& painter, const std::vector<FrozenPicture>& pictures,
     const QRect inside = source & layout.chosen;
     const QRect shown(layout.loupe.topLeft() + (inside.topLeft() - corner) * zoom,
                       inside.size() * zoom);
-    fill(painter, QRegion(layout.loupe) - QRegion(shown), dim);
+    fill(painter, QRegion(layout.loupe) - QRegion(shown), selection_style::dim);
   }
   const QRect middle(layout.loupe.topLeft() + QPoint(zoom, zoom) * (loupePixels / 2),
                      QSize(zoom, zoom));
@@ -82,18 +84,18 @@ void paintLoupe(QPainter& painter, const std::vector<FrozenPicture>& pictures,
 
 void paintCaption(QPainter& painter, const SelectionLayout& layout) {
   if (layout.caption.isEmpty()) return;
-  if (layout.loupe.isEmpty()) paintPanel(painter, layout.caption, pixels(layout, 4), panel);
-  painter.setPen(panelText);
+  if (layout.loupe.isEmpty()) paintPanel(painter, layout.caption, 4 * layout.scale, layout.scale);
+  painter.setPen(selection_style::text);
   painter.drawText(layout.caption, Qt::AlignCenter, layout.captionText);
 }
 
 void paintHints(QPainter& painter, const SelectionLayout& layout) {
-  paintPanel(painter, layout.hintLine, pixels(layout, 9), panel);
+  paintPanel(painter, layout.hintLine, 9 * layout.scale, layout.scale);
   for (const SelectionHint& hint : layout.hints) {
-    paintPanel(painter, hint.keyBox, pixels(layout, 4), keyBack);
-    painter.setPen(panelText);
+    paintRounded(painter, hint.keyBox, 4 * layout.scale, selection_style::key);
+    painter.setPen(selection_style::text);
     painter.drawText(hint.keyBox, Qt::AlignCenter, hint.key);
-    painter.setPen(quietText);
+    painter.setPen(selection_style::quietText);
     painter.drawText(hint.effectBox, Qt::AlignCenter, hint.effect);
   }
 }
@@ -108,8 +110,7 @@ QImage sharedImage(const Image& image) {
 }
 
 void paintSelection(QPainter& painter, const QRegion& dirty,
-                    const std::vector<FrozenPicture>& pictures, const SelectionModel& model,
-                    const SelectionLayout& layout) {
+                    const std::vector<FrozenPicture>& pictures, const SelectionLayout& layout) {
   painter.setClipRegion(dirty);
   fill(painter, dirty, Qt::black);
   for (const FrozenPicture& picture : pictures) {
@@ -117,14 +118,16 @@ void paintSelection(QPainter& painter, const QRegion& dirty,
       painter.drawImage(rect.topLeft(), picture.image, rect.translated(-picture.area.topLeft()));
     }
   }
-  fill(painter, dirty - QRegion(layout.chosen), dim);
+  fill(painter, dirty - QRegion(layout.chosen), selection_style::dim);
   const QColor hairline(255, 255, 255, 110);
   fill(painter, QRegion(layout.hairlineAcross) ^ QRegion(layout.hairlineDown), hairline);
-  painter.setFont(selectionFont(layout.scale));
+  painter.setFont(selection_style::font(layout.scale));
   paintChosen(painter, layout);
+  paintHandles(painter, layout);
   paintHints(painter, layout);
-  paintLoupe(painter, pictures, model, layout);
+  paintLoupe(painter, pictures, layout);
   paintCaption(painter, layout);
+  paintBar(painter, layout.bar, layout.scale);
 }
 
 }  // namespace vantorel

@@ -8,6 +8,7 @@
 #include <QString>
 #include <vector>
 
+#include "ui/selection_bar.hpp"
 #include "ui/selection_model.hpp"
 
 namespace vantorel {
@@ -27,9 +28,13 @@ struct SelectionLayout {
   bool isPick = false;  ///< `chosen` is a window or display under the pointer, not a drag
   QRect hairlineAcross;
   QRect hairlineDown;
-  QRect loupe;    ///< the pixels about the pointer, enlarged
+  std::vector<QRect> handles;
+  QRect focusedHandle;
+  QPoint detail;  ///< the pixel in the middle of the loupe
+  QRect loupe;    ///< the pixels about it, enlarged
   QRect caption;  ///< below the loupe, or in the middle of a window
   QString captionText;
+  SelectionBar bar;
   QRect hintLine;
   std::vector<SelectionHint> hints;
   double scale = 1;  ///< pixels per point where the pointer is
@@ -41,10 +46,14 @@ struct SelectionLayout {
 /// So many pixels each way does the loupe show; odd, so that the pointer's is in the middle.
 inline constexpr int loupePixels = 15;
 
-/// The font of everything written on the overlay, sized in device pixels.
-[[nodiscard]] QFont selectionFont(double scale);
+/// What is shown besides the selection itself.
+struct SelectionStatus {
+  QString color;  ///< of the pixel in the loupe, in words
+  std::optional<SelectionBar::Part> hovered;
+};
 
-[[nodiscard]] SelectionLayout layOutSelection(const SelectionModel& model);
+[[nodiscard]] SelectionLayout layOutSelection(const SelectionModel& model,
+                                              const SelectionStatus& status);
 
 /// A display's frozen picture at its place on the desktop.
 struct FrozenPicture {
@@ -57,7 +66,6 @@ struct FrozenPicture {
 
 /// Paints `dirty` of the overlay. The painter's unit is the device pixel, its origin the desktop's.
 void paintSelection(QPainter& painter, const QRegion& dirty,
-                    const std::vector<FrozenPicture>& pictures, const SelectionModel& model,
-                    const SelectionLayout& layout);
+                    const std::vector<FrozenPicture>& pictures, const SelectionLayout& layout);
 
 }  // namespace vantorel

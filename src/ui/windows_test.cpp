@@ -2,6 +2,10 @@
 #include <gmock/gmock.h>
 
 #include <QColor>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QDBusVirtualObject>
 
 #include "ui/testing/ui_test_case.hpp"
 
@@ -16,11 +20,12 @@ class AlertsTest : public UiTestCase {
     return {Alert::Style::warning,
             "Vantorel is still saving a Recording and your changes in Annotate.",
             "If you quit now, they will be lost.",
-            {{"Quit Anyway", false}, {"Keep Waiting", true}}};
+            {{"Quit Anyway"}, {"Keep Waiting", true, true}}};
   }
 
-  void ask(Alert alert) {
-    ui->alerts().ask(std::move(alert), [this](std::size_t button) { answers.push_back(button); });
+  AlertID ask(Alert alert) {
+    return ui->alerts().ask(std::move(alert),
+                            [this](std::size_t button) { answers.push_back(button); });
   }
 
   bool isShown() { return isTitleShown("Vantorel"); }
@@ -28,36 +33,56 @@ class AlertsTest : public UiTestCase {
   std::vector<std::size_t> answers;
 };
 
-TEST_F(AlertsTest, OnlyReturnAnswersAndAlwaysTheDefault) {
+TEST_F(AlertsTest, EveryWayOutAnswersAndNoneWithoutBeingAsked) {
   startDesktop({.windowManager = true});
   startUi();
   EXPECT_FALSE(ui->alerts().isModalDialogUp());
-  ask(quitAlert());
-  ASSERT_TRUE(waitFor([&] { return isShown(); }));
-  keepPicture("alert-quit");
-  EXPECT_TRUE(ui->alerts().isModalDialogUp());
-  for (const auto key : {XK_Escape, XK_q, XK_Q}) strike(key);
-  client->key(XK_Alt_L, true);
-  for (const auto key : {XK_q, XK_F4}) strike(key);  // a shortcut of its letters; close the window
-  client->key(XK_Alt_L, false);
-  settle();
-  EXPECT_THAT(answers, ElementsAre());
-  ASSERT_TRUE(ui->alerts().isModalDialogUp());
-  strike(XK_Tab);  // onto "Quit Anyway", which Return must not press
-  strike(XK_Return);
-  ASSERT_TRUE(waitFor([&] { return answers.size() == 1; }));
-  EXPECT_THAT(answers, ElementsAre(1));
-  EXPECT_FALSE(ui->alerts().isModalDialogUp());
+  const auto answerBy = [&](const char* what, std::size_t expected, auto act) {
+    answers.clear();
+    ask(quitAlert());
+    ASSERT_TRUE(waitFor([&] { return isShown(); })) << what;
+    settle();
+    EXPECT_TRUE(ui->alerts().isModalDialogUp());
+    act();
+    ASSERT_TRUE(waitFor([&] { return !answers.empty(); })) << what;
+    EXPECT_THAT(answers, ElementsAre(expected)) << what;
+    EXPECT_FALSE(ui->alerts().isModalDialogUp());
+    ASSERT_TRUE(waitFor([&] { return !isShown(); }));
+  };
+  answerBy("Return", 1, [&] {
+    keepPicture("alert-quit");
+    for (const auto key : {XK_q, XK_Q}) strike(key);
+    client->key(XK_Alt_L, true);
+    strike(XK_q);  // no shortcut of its letters
+    client->key(XK_Alt_L, false);
+    EXPECT_THAT(answers, ElementsAre());
+    strike(XK_Return);
+  });
+  answerBy("Escape", 1, [&] { strike(XK_Escape); });
+  answerBy("the close button", 1, [&] {
+    client->key(XK_Alt_L, true);
+    strike(XK_F4);
+    client->key(XK_Alt_L, false);
+  });
+  answerBy("Return on the other button", 0, [&] {
+    strike(XK_Tab);
+    keepPicture("alert-tab");
+    strike(XK_Return);
+  });
 
-  // One after the other; the first goes unanswered.
+  // One after the other. Each is taken back by its own name, shown or not.
   answers.clear();
-  ask(quitAlert());
+  const AlertID first = ask(quitAlert());
+  const AlertID second = ask(quitAlert());
   ask({Alert::Style::informational,
        "Vantorel quit before it finished saving a Recording.",
        "",
        {{"OK", true}}});
   ASSERT_TRUE(waitFor([&] { return isShown(); }));
-  ui->alerts().dismiss();
+  ui->alerts().dismiss(second);
+  ui->alerts().dismiss(second);
+  settle();
+  ui->alerts().dismiss(first);
   ASSERT_TRUE(waitFor([&] { return isShown(); }));
   keepPicture("alert-note");
   EXPECT_THAT(answers, ElementsAre());
@@ -65,6 +90,56 @@ TEST_F(AlertsTest, OnlyReturnAnswersAndAlwaysTheDefault) {
   ASSERT_TRUE(waitFor([&] { return !answers.empty(); })) << "Escape closes a mere message";
   EXPECT_THAT(answers, ElementsAre(0));
   EXPECT_FALSE(ui->alerts().isModalDialogUp());
+}
+
+/// A portal that says "dark" until it says otherwise.
+class FakePortal : public QDBusVirtualObject {
+ public:
+  explicit FakePortal(const std::string& bus)
+      : bus_(QDBusConnection::connectToBus(QString::fromStdString(bus), QStringLiteral("portal"))) {
+    EXPECT_TRUE(bus_.registerVirtualObject(path(), this));
+    EXPECT_TRUE(bus_.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
+  }
+  ~FakePortal() override { QDBusConnection::disconnectFromBus(QStringLiteral("portal")); }
+
+  void turnLight() {
+    QDBusMessage signal =
+        QDBusMessage::createSignal(path(), QStringLiteral("org.freedesktop.portal.Settings"),
+                                   QStringLiteral("SettingChanged"));
+    signal << QStringLiteral("org.freedesktop.appearance") << QStringLiteral("color-scheme")
+           << QVariant::fromValue(QDBusVariant(0U));
+    bus_.send(signal);
+  }
+
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+    const QDBusVariant inner(1U);
+    return connection.send(
+        message.createReply(QVariant::fromValue(QDBusVariant(QVariant::fromValue(inner)))));
+  }
+  [[nodiscard]] QString introspect(const QString&) const override { return {}; }
+
+ private:
+  static QString path() { return QStringLiteral("/org/freedesktop/portal/desktop"); }
+
+  QDBusConnection bus_;
+};
+
+TEST_F(AlertsTest, FollowTheDesktopIntoTheDarkAndBack) {
+  startDesktop({.windowManager = true, .bus = true});
+  startUi();
+  FakePortal portal(desktop->busAddress());
+  ask(quitAlert());
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  const QPoint inside(410, 400);  // beside the buttons
+  const auto lightness = [&](const char* name) {
+    return QColor(screen(name).pixel(inside)).lightness();
+  };
+  EXPECT_TRUE(waitFor([&] {
+    const int now = lightness("alert-dark");
+    return now > 25 && now < 60;
+  }));
+  portal.turnLight();
+  EXPECT_TRUE(waitFor([&] { return lightness("alert-light") > 200; }));
 }
 
 class CountdownTest : public UiTestCase {
@@ -114,12 +189,14 @@ class DesktopCoverTest : public UiTestCase {
  protected:
   void cover(DesktopCoverLook look) {
     ui->setDesktopCoverLook(std::move(look));
-    painted = false;
-    ui->desktopCoverWindows()->show([this] { painted = true; });
-    ASSERT_TRUE(waitFor([&] { return painted; }));
+    painted = 0;
+    for (int holder = 0; holder < 2; ++holder) {
+      ui->desktopCoverWindows()->show([this] { ++painted; });
+    }
+    ASSERT_TRUE(waitFor([&] { return painted == 2; })) << "each holder is told";
   }
 
-  bool painted = false;
+  int painted = 0;
 };
 
 TEST_F(DesktopCoverTest, LiesBetweenTheIconsAndTheWindows) {

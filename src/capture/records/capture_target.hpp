@@ -47,6 +47,12 @@ struct DisplayTarget {
   bool operator==(const DisplayTarget&) const = default;
 };
 
+/// All connected displays as one picture, each at its place on the desktop. What lies between
+/// displays of unlike size is black.
+struct AllDisplaysTarget {
+  bool operator==(const AllDisplaysTarget&) const = default;
+};
+
 /// `displayID` is the display that shows most of the window.
 struct WindowTarget {
   WindowID windowID = 0;
@@ -67,6 +73,7 @@ struct DesktopChoiceTarget {
   bool operator==(const DesktopChoiceTarget&) const = default;
 };
 
-using CaptureTarget = std::variant<DisplayTarget, WindowTarget, RegionTarget, DesktopChoiceTarget>;
+using CaptureTarget =
+    std::variant<DisplayTarget, WindowTarget, RegionTarget, DesktopChoiceTarget, AllDisplaysTarget>;
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 
 #include "base/alive.hpp"
 #include "base/task_runner.hpp"
+#include "platform/clipboard.hpp"
 #include "platform/hot_keys.hpp"
 #include "platform/screen_capture.hpp"
 #include "platform/window_list.hpp"
@@ -58,6 +59,23 @@ class AbsentHotKeys final : public HotKeys {
       const HotKeySpec&, std::function<void()>, std::function<void()>) override {
     return std::unexpected(HotKeyError{});
   }
+};
+
+class AbsentClipboard final : public Clipboard {
+ public:
+  using Done = std::move_only_function<void(Result<void>)>;
+
+  void setImage(std::string, Done done) override {
+    done(failed(FailureKind::unsupported, "the clipboard wouldn't take the image"));
+  }
+  void setText(std::string, Done done) override {
+    done(failed(FailureKind::unsupported, "the clipboard wouldn't take the text"));
+  }
+  void setShapes(std::string, Done done) override {
+    done(failed(FailureKind::unsupported, "the clipboard wouldn't take the annotations"));
+  }
+  [[nodiscard]] std::string shapes() const override { return {}; }
+  void handOver() override {}
 };
 
 /// Captures of a Wayland desktop. The compositor gives pixels only through its own portal, which

@@ -4,6 +4,7 @@
 
 #include "base/log.hpp"
 #include "platform/linux/absent_desktop.hpp"
+#include "platform/linux/x11_clipboard.hpp"
 #include "platform/linux/x11_hot_keys.hpp"
 #include "platform/linux/x11_screen_capture.hpp"
 
@@ -38,17 +39,19 @@ DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
       auto worker = makeCaptureWorker(display, contents);
       return {std::make_unique<X11ScreenCapture>(worker, main),
               std::make_unique<X11WindowList>(worker, main),
-              std::make_unique<X11HotKeys>(display, main)};
+              std::make_unique<X11HotKeys>(display, main),
+              std::make_unique<X11Clipboard>(display, main)};
     }
     case DesktopSession::wayland:
       return {std::make_unique<WaylandScreenCapture>(main),
               std::make_unique<AbsentWindowList>(main, WaylandScreenCapture::reason()),
-              std::make_unique<AbsentHotKeys>()};
+              std::make_unique<AbsentHotKeys>(), std::make_unique<AbsentClipboard>()};
     case DesktopSession::none: break;
   }
   const Failure why{FailureKind::unreachable, "there is no display to capture"};
   return {std::make_unique<AbsentScreenCapture>(main, why),
-          std::make_unique<AbsentWindowList>(main, why), std::make_unique<AbsentHotKeys>()};
+          std::make_unique<AbsentWindowList>(main, why), std::make_unique<AbsentHotKeys>(),
+          std::make_unique<AbsentClipboard>()};
 }
 
 }  // namespace vantorel

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/task_runner.hpp"
+#include "platform/clipboard.hpp"
 #include "platform/hot_keys.hpp"
 #include "platform/linux/x11_session.hpp"
 #include "platform/screen_capture.hpp"
@@ -39,6 +40,7 @@ struct DesktopServices {
   std::unique_ptr<ScreenCapture> screen;
   std::unique_ptr<WindowList> windows;
   std::unique_ptr<HotKeys> hotKeys;
+  std::unique_ptr<Clipboard> clipboard;
 };
 
 /// The one place that chooses a back end. Nothing is connected before it is used. `main` is the

@@ -28,7 +28,35 @@ const XMonitor* findMonitor(const std::vector<XMonitor>& monitors, const Display
   return found == monitors.end() ? nullptr : &*found;
 }
 
+PixelRect desktopOf(const std::vector<XMonitor>& monitors) {
+  PixelRect all = monitors.front().pixels;
+  for (const XMonitor& monitor : monitors) {
+    const PixelRect& one = monitor.pixels;
+    const int right = std::max(all.right(), one.right());
+    const int bottom = std::max(all.bottom(), one.bottom());
+    all.x = std::min(all.x, one.x);
+    all.y = std::min(all.y, one.y);
+    all.width = right - all.x;
+    all.height = bottom - all.y;
+  }
+  return all;
+}
+
+/// Blackens what no monitor shows: nobody has seen what the server keeps there.
+void blankUnseen(const PixelRect& area, const std::vector<XMonitor>& monitors,
+                 const PixelBuffer& buffer) {
+  std::vector<PixelRect> unseen{area};
+  for (const XMonitor& monitor : monitors) subtract(unseen, monitor.pixels);
+  for (const PixelRect& rect : unseen) {
+    for (int y = rect.y; y < rect.bottom(); ++y) {
+      std::memset(buffer.row(y - area.y) + static_cast<std::size_t>(rect.x - area.x) * 4, 0,
+                  static_cast<std::size_t>(rect.width) * 4);
+    }
+  }
+}
+
 Result<Image> grabArea(X11Session& session, const PixelRect& area,
+                       const std::vector<XMonitor>& monitors,
                        const std::vector<WindowID>& keptOwn) {
   const auto windows = VT_TRY(session.topLevels());
   const auto toHide = topLevelsToHide(session, windows, keptOwn);
@@ -86,6 +114,7 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
       if (!done) return std::unexpected(std::move(done).error());
     }
   }
+  blankUnseen(area, monitors, buffer);
   return std::move(buffer).finish(PixelFormat::bgrx);
 }
 
@@ -212,6 +241,12 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
     }
     return picture;
   }
+  if (std::holds_alternative<AllDisplaysTarget>(request.target)) {
+    const PixelRect root{0, 0, session.screen().width_in_pixels, session.screen().height_in_pixels};
+    const PixelRect area = intersection(desktopOf(monitors), root);
+    picture.image = VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs));
+    return picture;
+  }
   const auto* whole = std::get_if<DisplayTarget>(&request.target);
   const auto* region = std::get_if<RegionTarget>(&request.target);
   if (whole == nullptr && region == nullptr) {
@@ -233,7 +268,7 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (area.isEmpty()) {
     return failed(FailureKind::notFound, "the area lies outside the display");
   }
-  picture.image = VT_TRY(grabArea(session, area, request.keptOwnWindowIDs));
+  picture.image = VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs));
   return picture;
 }
 

@@ -101,6 +101,17 @@ TEST(X11ScreenCaptureTest, DisplaysAndRegionsEqualTheScreenPixelForPixel) {
   EXPECT_EQ(differenceFromTestPicture(capture.image(DisplayTarget{"RIGHT"}), 7, 1920, 300), "");
   EXPECT_EQ(differenceFromTestPicture(capture.image(DisplayTarget{"LEFT"}), 7), "");
 
+  // All of them at once; what the server keeps above the right one nobody has seen.
+  const auto all = capture.grab({AllDisplaysTarget{}, true, {}});
+  ASSERT_TRUE(all) << all.error().reason;
+  EXPECT_EQ(all->scale, 2);
+  ASSERT_EQ(all->image.size(), (PixelSize{3520, 1500}));
+  EXPECT_EQ(differenceFromTestPicture(all->image.cropped({0, 0, 1920, 1080}), 7), "");
+  EXPECT_EQ(differenceFromTestPicture(all->image.cropped({1920, 300, 1600, 1200}), 7, 1920, 300),
+            "");
+  EXPECT_EQ(pixel(all->image, 1920, 299) & 0xFFFFFFU, 0U);
+  EXPECT_EQ(pixel(all->image, 1919, 1080) & 0xFFFFFFU, 0U);
+
   const auto region = capture.grab({RegionTarget{"RIGHT", {10.5, 20, 100, 50}}, true, {}});
   ASSERT_TRUE(region) << region.error().reason;
   EXPECT_EQ(region->scale, 2);
@@ -119,6 +130,16 @@ TEST(X11ScreenCaptureTest, DisplaysAndRegionsEqualTheScreenPixelForPixel) {
   const auto dialog = capture.grab({DesktopChoiceTarget{}, true, {}});
   ASSERT_FALSE(dialog);
   EXPECT_EQ(dialog.error().kind, FailureKind::unsupported);
+
+  // A monitor that does not name itself is the same one after a change of its size.
+  desktop.setMonitors({{"RIGHT", {1920, 300, 800, 600}}, {"LEFT", {0, 0, 1920, 1080}}});
+  const auto resized = capture.displays();
+  ASSERT_TRUE(resized);
+  EXPECT_EQ((*resized)[0].pixelSize, (PixelSize{800, 600}));
+  EXPECT_EQ((*resized)[0].uuid, right.uuid);
+  desktop.setMonitors({{"RIGHT", {1920, 300, 1600, 1200}}, {"LEFT", {0, 0, 1920, 1080}}});
+  ASSERT_TRUE(capture.displays());
+  capture.loop.runFor(milliseconds(20));
 
   const auto before = changes;
   desktop.setMonitors({{"RIGHT", {1920, 300, 1600, 1200}}, {"LEFT", {0, 0, 1920, 1080}}});

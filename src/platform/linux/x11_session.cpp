@@ -204,10 +204,7 @@ Result<std::vector<XMonitor>> X11Session::readMonitors() {
                       pixels.height / scale};
     // Two monitors of one make may carry the same block; then the socket tells them apart.
     const bool isUnique = std::count(edids.begin(), edids.end(), edids[i]) == 1;
-    display.uuid =
-        uuidOf(edids[i].empty() ? fmt::format("{} {}x{}", display.id, pixels.width, pixels.height)
-               : isUnique       ? edids[i]
-                                : edids[i] + display.id);
+    display.uuid = uuidOf(isUnique && !edids[i].empty() ? edids[i] : edids[i] + display.id);
   }
   const auto main = std::find_if(monitors.begin(), monitors.end(),
                                  [](const XMonitor& monitor) { return monitor.display.isMain; });

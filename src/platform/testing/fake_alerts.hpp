@@ -13,6 +13,7 @@ namespace vantorel {
 class FakeAlerts final : public Alerts {
  public:
   std::optional<Alert> shown;
+  int timesForward = 0;
   std::vector<std::string> notices;  ///< "title: body"
 
   /// Presses the button of that label on the dialog that is up; false when there is none.
@@ -27,17 +28,22 @@ class FakeAlerts final : public Alerts {
     return false;
   }
 
-  void ask(Alert alert, std::function<void(std::size_t)> answered) override {
+  AlertID ask(Alert alert, std::function<void(std::size_t)> answered) override {
     shown = std::move(alert);
     answered_ = std::move(answered);
+    return ++last_;
   }
-  void dismiss() override { shown.reset(); }
+  void dismiss(AlertID question) override {
+    if (question == last_) shown.reset();
+  }
+  void bringForward() override { ++timesForward; }
   [[nodiscard]] bool isModalDialogUp() const override { return shown.has_value(); }
   void notify(std::string title, std::string body) override {
     notices.push_back(std::move(title) + ": " + std::move(body));
   }
 
  private:
+  AlertID last_ = 0;
   std::function<void(std::size_t)> answered_;
 };
 

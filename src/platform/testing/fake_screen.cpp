@@ -44,6 +44,12 @@ Result<GrabbedPicture> FakeScreen::paint(const GrabRequest& request) {
     const auto found = std::ranges::find(open, window->windowID, &WindowSnapshot::windowID);
     if (found == open.end()) return failed(FailureKind::notFound, "the window has closed");
     size = {static_cast<int>(found->frame.width), static_cast<int>(found->frame.height)};
+  } else if (std::holds_alternative<AllDisplaysTarget>(request.target)) {
+    picture.scale = connected.front().scale();
+    for (const DisplaySnapshot& display : connected) {
+      size.width += display.pixelSize.width;
+      size.height = std::max(size.height, display.pixelSize.height);
+    }
   } else {
     const auto* region = std::get_if<RegionTarget>(&request.target);
     const DisplayID& id =

@@ -1,12 +1,16 @@
+#include "platform/linux/x11_clipboard.hpp"
+
 #include <gmock/gmock.h>
 #include <poll.h>
+#include <signal.h>
 
 #include <atomic>
 #include <cstring>
 #include <fstream>
 #include <thread>
 
-#include "ui/testing/ui_test_case.hpp"
+#include "platform/testing/desktop/test_desktop.hpp"
+#include "platform/testing/desktop/test_loop.hpp"
 
 namespace vantorel {
 namespace {
@@ -104,40 +108,30 @@ class SavingManager {
   std::thread thread_;
 };
 
-class ClipboardTest : public UiTestCase {
+class ClipboardTest : public testing::Test {
  protected:
-  void SetUp() override {
-    startDesktop();
-    startUi();
-  }
-
   /// What another program gets when it asks for `type`.
   std::string paste(const char* type) {
-    auto reader = desktop->start({"xclip", "-selection", "clipboard", "-t", type, "-o"});
-    EXPECT_TRUE(waitFor([&] { return !reader.isRunning(); }));
+    auto reader = desktop.start({"xclip", "-selection", "clipboard", "-t", type, "-o"});
+    EXPECT_TRUE(loop.runUntil([&] { return !reader.isRunning(); }));
     return reader.wait().out;
   }
 
   /// Another program that owns the clipboard as long as it runs.
   ChildProcess copyElsewhere(const std::string& text) {
-    const auto file = desktop->folder() / "text";
+    const auto file = desktop.folder() / "text";
     std::ofstream(file) << text;
-    auto owner =
-        desktop->start({"xclip", "-quiet", "-selection", "clipboard", "-i", file.string()});
-    EXPECT_TRUE(waitFor([&] { return paste("UTF8_STRING") == text; }));
+    auto owner = desktop.start({"xclip", "-quiet", "-selection", "clipboard", "-i", file.string()});
+    EXPECT_TRUE(loop.runUntil([&] { return paste("UTF8_STRING") == text; }));
     return owner;
   }
 
-  Result<void> copyImage(std::string png) {
-    Result<void> outcome = failed(FailureKind::other, "no answer");
-    ui->clipboard().setImage(std::move(png), [&](Result<void> answer) { outcome = answer; });
-    return outcome;
-  }
+  using Set = void (Clipboard::*)(std::string, std::move_only_function<void(Result<void>)>);
 
-  Result<void> copyText(std::string text) {
-    Result<void> outcome = failed(FailureKind::other, "no answer");
-    ui->clipboard().setText(std::move(text), [&](Result<void> answer) { outcome = answer; });
-    return outcome;
+  Result<void> copy(Set set, std::string content) {
+    auto outcome = loop.answer<Result<void>>(
+        [&](auto done) { (clipboard.*set)(std::move(content), std::move(done)); });
+    return outcome ? *std::move(outcome) : failed(FailureKind::other, "no answer");
   }
 
   static std::string bytes(std::size_t count) {
@@ -145,52 +139,67 @@ class ClipboardTest : public UiTestCase {
     while (text.size() < count) text.push_back(static_cast<char>(text.size() * 7919 >> 3));
     return text;
   }
+
+  TestDesktop desktop{{.screen = PixelSize{320, 200}}};
+  TestLoop loop;
+  X11Clipboard clipboard{desktop.display(), std::shared_ptr<TaskRunner>(&loop, [](TaskRunner*) {}),
+                         std::chrono::seconds(1)};
 };
 
 TEST_F(ClipboardTest, OthersPasteTheVeryBytes) {
-  const std::string png = bytes(3'000'000);  // more than fits into one answer of the protocol
-  ASSERT_TRUE(copyImage(png));
-  EXPECT_TRUE(paste("image/png") == png);
+  // More than fits into one answer of the protocol, ending within a piece and with one.
+  for (const std::size_t size : {3'000'001, 512 * 1024}) {
+    const std::string png = bytes(size);
+    ASSERT_TRUE(copy(&Clipboard::setImage, png));
+    EXPECT_TRUE(paste("image/png") == png);
+    EXPECT_TRUE(paste("image/png") == png) << "and again";
+  }
   EXPECT_THAT(paste("TARGETS"), Not(HasSubstr("image/bmp")));
 
-  ASSERT_TRUE(copyText("Grüße, 世界"));
+  ASSERT_TRUE(copy(&Clipboard::setText, "Grüße, 世界"));
   EXPECT_EQ(paste("UTF8_STRING"), "Grüße, 世界");
+  EXPECT_EQ(paste("STRING"),
+            "Gr\xFC\xDF"
+            "e, ??");
 }
 
 TEST_F(ClipboardTest, AnnotationsCanBePastedUntilAnythingElseIsCopied) {
   const std::string shapes = R"([{"type":"text","text":"Grüße"}])";
-  Result<void> outcome = failed(FailureKind::other, "no answer");
-  const auto copyShapes = [&] {
-    ui->clipboard().setShapes(shapes, [&](Result<void> answer) { outcome = answer; });
-  };
-  EXPECT_EQ(ui->clipboard().shapes(), "");
-  copyShapes();
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(ui->clipboard().shapes(), shapes);
+  EXPECT_EQ(clipboard.shapes(), "");
+  ASSERT_TRUE(copy(&Clipboard::setShapes, shapes));
+  EXPECT_EQ(clipboard.shapes(), shapes);
   EXPECT_EQ(paste("com.vantorel.shapes"), shapes);
-  ASSERT_TRUE(copyText("words"));
-  EXPECT_EQ(ui->clipboard().shapes(), "");
-  copyShapes();
+  ASSERT_TRUE(copy(&Clipboard::setText, "words"));
+  EXPECT_EQ(clipboard.shapes(), "");
+  ASSERT_TRUE(copy(&Clipboard::setShapes, shapes));
   const auto other = copyElsewhere("theirs");
-  EXPECT_TRUE(waitFor([&] { return ui->clipboard().shapes().empty(); }));
-}
-
-TEST_F(ClipboardTest, TakesTheClipboardFromWhoTookItSince) {
-  const auto other = copyElsewhere("theirs");
-  const auto outcome = copyImage(bytes(1000));
-  ASSERT_TRUE(outcome) << outcome.error().reason;
+  EXPECT_TRUE(loop.runUntil([&] { return clipboard.shapes().empty(); }));
+  // Taken back from who took it since.
+  ASSERT_TRUE(copy(&Clipboard::setImage, bytes(1000)));
   EXPECT_TRUE(paste("image/png") == bytes(1000));
 }
 
 TEST_F(ClipboardTest, HandsTheContentToTheManagerAtTheEnd) {
-  const SavingManager unused(desktop->display());  // one that comes and goes is not waited for
-  SavingManager manager(desktop->display());
-  ASSERT_TRUE(copyImage(bytes(50'000)));
-  ui->mainRunner()->post([this] { ui->quit(7); });
-  EXPECT_EQ(ui->run(), 7);
+  const SavingManager unused(desktop.display());  // one that comes and goes is not waited for
+  SavingManager manager(desktop.display());
+  ASSERT_TRUE(copy(&Clipboard::setImage, bytes(50'000)));
+  clipboard.handOver();
   EXPECT_TRUE(manager.saved() == bytes(50'000));
-  ui.reset();
-  EXPECT_TRUE(client->isOwned("CLIPBOARD")) << "it is the manager's now";
+}
+
+TEST_F(ClipboardTest, AServerThatHangsHoldsNobodyUp) {
+  ASSERT_TRUE(copy(&Clipboard::setText, "before"));
+  ::kill(desktop.server().pid(), SIGSTOP);
+  const auto before = std::chrono::steady_clock::now();
+  Result<void> outcome;
+  clipboard.setImage(bytes(1000), [&](Result<void> answer) { outcome = std::move(answer); });
+  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(500));
+  EXPECT_TRUE(loop.runUntil([&] { return !outcome.has_value(); }));
+  EXPECT_EQ(outcome.error().kind, FailureKind::unreachable);
+  clipboard.handOver();
+  ::kill(desktop.server().pid(), SIGCONT);
+  ASSERT_TRUE(copy(&Clipboard::setText, "after"));
+  EXPECT_EQ(paste("UTF8_STRING"), "after");
 }
 
 }  // namespace
