@@ -52,14 +52,14 @@ TEST(FolderLocationTest, AFolderIsKnownWhereverItsFileSystemIsMounted) {
   EXPECT_NE(mounted->volume, plain->volume);
   // A folder of it, seen elsewhere.
   ASSERT_EQ(::mount((one / "shots").c_str(), other.c_str(), nullptr, MS_BIND, nullptr), 0);
-  EXPECT_EQ(files.location(other), mounted);
+  EXPECT_EQ(files.location(other).value(), *mounted);
 
   // Taken away while it is held: what is done in it is done in it.
   auto held = files.hold(other);
   ASSERT_TRUE(held.has_value());
   ASSERT_EQ(::umount2(other.c_str(), MNT_DETACH), 0);
   EXPECT_FALSE(files.location((*held)->path()).has_value());
-  EXPECT_EQ(files.location(other), plain);
+  EXPECT_EQ(files.location(other).value(), *plain);
   ASSERT_TRUE(
       files.create((*held)->path() / "a", "x", Privacy::byUmask, Durability::visible).has_value());
   EXPECT_TRUE(std::filesystem::exists(one / "shots" / "a"));
