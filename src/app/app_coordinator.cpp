@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
@@ -64,8 +65,12 @@ AppCoordinator::AppCoordinator(Services services)
       .library = services_.library,
       .fileSettings =
           [this, settings] {
-            return CaptureFileSettings{.storageFolder = settings().storageDirectory,
+            const std::string& folder = settings().storageDirectory;
+            const FileIdentity* const seen =
+                lastSeenIn(folder, services_.library->store().entries());
+            return CaptureFileSettings{.storageFolder = folder,
                                        .defaultFolder = services_.defaultCaptures,
+                                       .seenInStorage = seen ? Rare(*seen) : Rare<FileIdentity>(),
                                        .format = settings().exportFormat,
                                        .quality = settings().jpegQuality,
                                        .filenameTemplate = settings().filenameTemplate};

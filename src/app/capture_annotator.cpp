@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "app/output_guard.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/output_failure.hpp"
 
@@ -37,32 +38,15 @@ std::expected<EditorDocument, std::string> readDocument(const Path& path, PixelS
   return *std::move(document);
 }
 
-bool sameFile(const Path& one, const Path& other, const Files& files) {
-  const auto first = files.status(one);
-  const auto second = files.status(other);
-  return first && second && first->device == second->device && first->inode == second->inode;
-}
-
-/// Why nothing may be written to `output`; nothing when it may.
-std::optional<std::string> outputRefusal(const Path& output, const Path& base, const Files& files) {
-  const auto there = files.status(output);
-  if (!there) return std::nullopt;
-  if (there->type != FileType::regular && there->type != FileType::link) {
-    return fmt::format("Couldn't write {}: it is not a regular file.", output.string());
-  }
-  if (sameFile(output, base, files)) return "The picture can't be drawn over its own file.";
-  return std::nullopt;
-}
-
 /// Everything that `draw` does away from the main runner. `entry` is null for a picture that is in
 /// no library.
 std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& drawing,
                                             const Path& basePath, const EntryPointer& entry,
-                                            double quality, const CaptureAnnotator::Draw& draw,
-                                            Files& files, const ImageCodec& codec) {
-  if (auto refused = outputRefusal(drawing.output, basePath, files)) {
-    return std::unexpected(*std::move(refused));
-  }
+                                            ProtectedFiles kept, double quality,
+                                            const CaptureAnnotator::Draw& draw, Files& files,
+                                            const ImageCodec& codec) {
+  kept.inputs = {basePath};
+  if (drawing.document) kept.inputs.push_back(*drawing.document);
   auto base = readPictureFile(basePath, 0, files, codec);
   if (!base) return unreadable(basePath, base.error());
   EditorDocument document;
@@ -72,6 +56,12 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
     document = *std::move(given);
   } else if (entry) {
     document = documentOf(*entry, base->size());
+  }
+  for (const LayerSpec& layer : document.layers) {
+    if (layer.path) kept.inputs.emplace_back(*layer.path);
+  }
+  if (auto refused = outputRefusal(files, drawing.output, kept)) {
+    return std::unexpected(*std::move(refused));
   }
   const std::optional<double> scale = entry ? entry->captureScale : std::nullopt;
   const auto bytes = draw(document, *std::move(base), scale,
@@ -226,13 +216,15 @@ void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
     } else {
       base = std::get<Drawing::Picture>(drawing.base).path;
     }
-    if (services_->library->store().findByPath(drawing.output.string())) {
-      return done(std::unexpected("A capture of the library can't be drawn over."));
-    }
+    const HistoryStore& store = services_->library->store();
     work<Answer<Path>>(
         [drawing, entry, base,
+         kept = ProtectedFiles{.entries = store.entries(),
+                               .paths = store.paths(),
+                               .originals = store.paths().data / "Originals"},
          quality = services_->settings->values().jpegQuality](const Services& with) {
-          return drawToFile(drawing, base, entry, quality, with.draw, *with.files, *with.codec);
+          return drawToFile(drawing, base, entry, kept, quality, with.draw, *with.files,
+                            *with.codec);
         },
         releasing(std::move(claim), done));
   });

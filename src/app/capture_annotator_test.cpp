@@ -202,7 +202,7 @@ TEST_F(CaptureAnnotatorTest, DrawsIntoFilesButNeverOverTheLibrarysOrItsOwn) {
   EXPECT_EQ(draw(plain), "A capture of the library can't be drawn over.");
   ASSERT_TRUE(files->linkNew("/plain.png", "/same.png").has_value());
   plain.output = "/same.png";
-  EXPECT_EQ(draw(plain), "The picture can't be drawn over its own file.");
+  EXPECT_EQ(draw(plain), "The picture can't be drawn over a file it is made from.");
   plain.output = "/nowhere/out.png";
   EXPECT_THAT(draw(plain), StartsWith("Couldn't write /nowhere/out.png: "));
   drawFailure = "Export is blocked: the layered image couldn't be built.";

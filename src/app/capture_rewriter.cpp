@@ -9,6 +9,7 @@
 #include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
 #include "editor/entry_document.hpp"
+#include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
@@ -91,7 +92,7 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
                             (before.id + Path(before.path).extension().string());
   }
   services_.work->post(
-      [source, change, files = services_.files, codec = services_.codec,
+      [source, change, asked = *entry, files = services_.files, codec = services_.codec,
        quality = services_.settings->values().jpegQuality, main = services_.main,
        landed = alive_.guard([this, entry = *entry, source,
                               finished = std::move(finished)](Rewritten& result) mutable {
@@ -104,12 +105,17 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
        })]() mutable {
         CaptureTranscoder transcoder(files, codec);
         Rewritten result = [&]() -> Rewritten {
+          const std::string_view away = sentence(reachOf(*files, *asked));
+          if (!away.empty()) {
+            return std::unexpected("The capture can't be changed: " + std::string(away));
+          }
           if (!change.format) return toRewritten(transcoder.compress(source, change.downscaleTo1x));
           auto converted = transcoder.convert(source, *change.format, quality);
           if (!converted) return std::unexpected(sentence(converted.error()));
           if (converted->path == source.path) return std::nullopt;
           return std::move(*converted);
         }();
+        if (result && *result) (*result)->identity = identifyFile(*files, (*result)->path);
         main->post(
             [result = std::move(result), landed = std::move(landed)]() mutable { landed(result); });
       });
@@ -123,6 +129,7 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
   std::optional<Path> surplus;
   const auto changed = store.update(before.id, [&](ScreenshotEntry& entry) {
     entry.path = result.path.string();
+    entry.fileIdentity = result.identity;
     followPictureSize(entry, result.pixelSizeBefore);
     followPictureSize(entry, result.pixelSize);
     entry.captureScale = result.scale;

@@ -43,12 +43,23 @@ class RetentionSettingTest : public testing::Test {
   HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
                      LibraryPaths{"/data", "/caches"}};
   HistoryDeletion deletion{{store, files, trash, runners, runners.main(), runners.runner("work")}};
-  HistoryRetention retention{store, deletion, runners, runners.main()};
-  RetentionSetting setting{{store, retention, settings, alerts, runners}};
+  std::optional<HistoryRetention> retention;
+  std::optional<RetentionSetting> setting;
+
+  /// The program in the tray, begun anew. A question that was open is gone with the old one.
+  void start() {
+    setting.reset();
+    alerts.shown.reset();
+    retention.emplace(HistoryRetention::Services{store, deletion, files, runners, runners.main(),
+                                                 runners.runner("library")});
+    setting.emplace(RetentionSetting::Services{*retention, settings, alerts});
+    setting->follow();
+    runners.run();
+  }
 };
 
 TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
-  setting.follow();
+  start();
   choose(RetentionPolicy::quarter);
   EXPECT_FALSE(alerts.shown.has_value()) << "nothing is that old";
 
@@ -61,7 +72,7 @@ TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
   EXPECT_EQ(store.entries().size(), 3U);
   ASSERT_TRUE(alerts.press("Cancel"));
   runners.run();
-  EXPECT_EQ(settings.values().retentionDays, RetentionPolicy::quarter);
+  EXPECT_EQ(settings.values().retentionDays, RetentionPolicy::off) << "nothing else was agreed to";
   EXPECT_EQ(store.entries().size(), 3U);
 
   choose(RetentionPolicy::month);
@@ -77,12 +88,65 @@ TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
   EXPECT_TRUE(store.entries().empty()) << "later ones go without a question";
 }
 
-TEST_F(RetentionSettingTest, WhatWasAgreedToBeforeTheStartNeedsNoQuestion) {
-  settings.set(&SettingsValues::retentionDays, RetentionPolicy::week);
-  setting.follow();
+TEST_F(RetentionSettingTest, AnAgeIsInForceOnceItWasAnsweredInThisLibraryAndNotBefore) {
+  const auto entries = [this] { return store.entries().size(); };
+  // Chosen while no program ran, then left without an answer.
+  settings.set(&SettingsValues::retentionDays, RetentionPolicy::month);
+  for (int run = 0; run < 2; ++run) {
+    start();
+    ASSERT_TRUE(alerts.shown.has_value()) << run;
+    runners.advance(std::chrono::hours(5));
+    EXPECT_EQ(entries(), 3U);
+  }
+  ASSERT_TRUE(alerts.press("Move to Trash"));
   runners.run();
+  EXPECT_EQ(entries(), 2U);
+  EXPECT_EQ(files.disk["/data/retention.json"]->status.mode, 0600U);
+
+  // It holds after a start as well, and for no other age.
+  runners.advance(std::chrono::hours(24 * 5));
+  start();
+  runners.advance(std::chrono::hours(24 * 6));
   EXPECT_FALSE(alerts.shown.has_value());
-  EXPECT_EQ(store.entries().size(), 1U);
+  EXPECT_EQ(entries(), 1U) << "the second one reached it";
+  choose(RetentionPolicy::week);
+  ASSERT_TRUE(alerts.shown.has_value());
+  start();
+  ASSERT_TRUE(alerts.press("Cancel"));
+  runners.run();
+  EXPECT_EQ(settings.values().retentionDays, RetentionPolicy::month);
+  EXPECT_EQ(entries(), 1U);
+
+  // An answer that cannot be kept moves nothing.
+  choose(RetentionPolicy::week);
+  files.changesFail = FailureKind::noSpace;
+  ASSERT_TRUE(alerts.press("Move to Trash"));
+  runners.run();
+  files.changesFail.reset();
+  EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(RetentionSettingTest, AClockThatIsFarAheadMovesNothingUnasked) {
+  settings.set(&SettingsValues::retentionDays, RetentionPolicy::month);
+  start();
+  ASSERT_TRUE(alerts.press("Move to Trash"));
+  runners.run();
+  ASSERT_EQ(store.entries().size(), 2U);
+  setting.reset();
+  retention.reset();
+  runners.advance(std::chrono::hours(24 * 365 * 3));
+  start();
+  ASSERT_TRUE(alerts.shown.has_value());
+  EXPECT_EQ(alerts.shown->message, "Move 2 captures older than 30 days to the Trash?");
+  ASSERT_TRUE(alerts.press("Cancel"));
+  runners.advance(std::chrono::hours(24));
+  EXPECT_FALSE(alerts.shown.has_value()) << "asked again in the same run";
+  EXPECT_EQ(store.entries().size(), 2U);
+  EXPECT_EQ(settings.values().retentionDays, RetentionPolicy::month);
+  start();
+  ASSERT_TRUE(alerts.press("Move to Trash"));
+  runners.run();
+  EXPECT_TRUE(store.entries().empty());
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "base/log.hpp"
 #include "base/time_text.hpp"
 #include "base/utf8.hpp"
+#include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
@@ -134,7 +135,7 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
     const Path earlier = *staged.record.filedPath;
     const auto status = files_->status(earlier);
     if (status && inodeText(*status) == *staged.record.filedInode) {
-      return PlacedCapture{earlier, encoded.pixelSize, {}};
+      return PlacedCapture{earlier, encoded.pixelSize, {}, identifyFile(*files_, earlier)};
     }
   }
 
@@ -149,6 +150,11 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
         continue;
       }
     }
+    if (!isOwn && settings.seenInStorage && isUnmounted(*files_, folder, *settings.seenInStorage)) {
+      problem = "its disk is not connected";
+      logWarning("Filing", "{} cannot be used: {}", folder.string(), *problem);
+      continue;
+    }
     const auto placed = placeIn(folder, staged, encoded, settings.filenameTemplate);
     if (placed) {
       if (const auto flushed = files_->flushFolder(folder); !flushed) {
@@ -158,14 +164,16 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
       if (folder != settings.storageFolder) {
         encoded.notes.emplace_back(note::StorageUnavailable{problem});
       }
-      return PlacedCapture{*placed, encoded.pixelSize, std::move(encoded.notes)};
+      return PlacedCapture{*placed, encoded.pixelSize, std::move(encoded.notes),
+                           identifyFile(*files_, *placed)};
     }
     problem = placed.error().kind == FailureKind::notFound ? "the folder is missing"
                                                            : placed.error().reason;
     logWarning("Filing", "{} cannot be used: {}", folder.string(), *problem);
   }
   encoded.notes.emplace_back(note::PublishedInStagingFolder{staged.path});
-  return PlacedCapture{staged.path, encoded.pixelSize, std::move(encoded.notes)};
+  return PlacedCapture{staged.path, encoded.pixelSize, std::move(encoded.notes),
+                       identifyFile(*files_, staged.path)};
 }
 
 }  // namespace vantorel

@@ -8,6 +8,7 @@
 #include "capture/capture_outcome.hpp"
 #include "capture/records/export_format.hpp"
 #include "capture/staging_folder.hpp"
+#include "library/records/file_identity.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
 
@@ -17,6 +18,10 @@ namespace vantorel {
 struct CaptureFileSettings {
   Path storageFolder;
   Path defaultFolder;  ///< used when `storageFolder` cannot be
+
+  /// Of the last capture that was put into `storageFolder`; empty when none is known.
+  Rare<FileIdentity> seenInStorage{};
+
   ExportFormat format = ExportFormat::png;
   double quality = 0.9;  ///< 0 to 1, for lossy formats
   std::string filenameTemplate = "Screenshot";
@@ -27,6 +32,7 @@ struct PlacedCapture {
   Path path;
   PixelSize pixelSize;
   std::vector<CaptureNote> notes;
+  std::optional<FileIdentity> identity{};
 };
 
 /// "Screenshot 2026-03-01 at 14.05.09.png". Of the template, what a file name cannot hold (slashes,

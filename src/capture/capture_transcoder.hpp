@@ -11,6 +11,7 @@
 #include "base/image.hpp"
 #include "capture/capture_outcome.hpp"
 #include "capture/compress_plan.hpp"
+#include "library/records/file_identity.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
 
@@ -67,6 +68,7 @@ class CaptureTranscoder {
     std::uint64_t bytesAfter = 0;
     bool downscaled = false;
     std::vector<CaptureNote> notes;
+    std::optional<FileIdentity> identity{};  ///< of the file at `path`
   };
 
   CaptureTranscoder(std::shared_ptr<Files> files, std::shared_ptr<const ImageCodec> codec);

@@ -62,6 +62,7 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
   entry.id = *staged.record.entryID;
   entry.capturedAt = staged.capturedAt;
   entry.path = placed.path.string();
+  entry.fileIdentity = placed.identity;
   entry.pixelWidth = placed.pixelSize.width;
   entry.pixelHeight = placed.pixelSize.height;
   entry.captureScale = staged.record.scale;

@@ -10,6 +10,7 @@
 #include "base/time_text.hpp"
 #include "library/entry_filter.hpp"
 #include "library/gone_entries.hpp"
+#include "library/history_reachability.hpp"
 
 namespace vantorel {
 namespace {
@@ -183,8 +184,11 @@ Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names
 void LibraryCommands::runNow(const command::Library& what, bool json, const RunningPointer& running,
                              CommandDone done) {
   HistoryStore& store = services_.library->store();
-  // Another process's library, or one that cannot be read, is not an empty one.
-  if (const auto refusal = store.indexRefusal()) {
+  // Another process's library may be looked at. One that cannot be read is not an empty one.
+  const bool onlyLooks = what.verb == Verb::list || what.verb == Verb::show ||
+                         what.verb == Verb::path || what.verb == Verb::collections;
+  const auto refusal = store.indexRefusal();
+  if (refusal && !(onlyLooks && !store.entries().empty())) {
     return done(failedReply(fmt::format("The library can't be used now: {}", *refusal)));
   }
   // All names first: a mistake in the last one changes nothing.
@@ -393,29 +397,45 @@ void LibraryCommands::relocate(const Path& folder, bool json, const RunningPoint
 void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDone done) {
   services_.work->post(
       [files = services_.files, main = services_.main,
-       entries = services_.library->store().entries(),
+       scope = FileLookScope{.entries = services_.library->store().entries(),
+                             .unreadPaths = services_.library->store().unreadPaths()},
        goOn = LibraryVerify::goingOn({running, &running->flag.stopped}, running->show),
-       reply =
-           alive_.guard([this, json, done = std::move(done)](const MissingFiles& missing) mutable {
-             if (missing.wasStopped) {
-               return done(nothingChanged());
-             }
-             const std::size_t away = missing.outOfReach.size();
-             std::string remark = away == 0 ? ""
-                                            : captures(away) + " out of reach " +
-                                                  (away == 1 ? "stays" : "stay") + " in History.\n";
-             // What changed meanwhile may have its file elsewhere by now.
-             lookAgain(*services_.files, *services_.work, services_.main,
-                       settledEntries(services_.library->store(), missing.gone),
-                       alive_.guard([this, json, remark = std::move(remark),
-                                     done = std::move(done)](const EntryList& gone) mutable {
-                         forget(settledEntries(services_.library->store(), gone), json,
-                                std::move(remark), std::move(done));
-                       }));
-           })]() mutable {
-        main->post([missing = findMissingFiles(*files, entries, goOn),
-                    reply = std::move(reply)]() mutable { reply(missing); });
+       reply = alive_.guard([this, json, done = std::move(done)](const FileLook& look) mutable {
+         if (look.wasStopped) {
+           return done(nothingChanged());
+         }
+         remember(services_.library->store(), look.learned);
+         std::string remark = followRenamed(look.renamed);
+         const std::size_t away = look.outOfReach.size();
+         if (away > 0) {
+           remark += captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
+                     " in History.\n";
+         }
+         // What changed meanwhile may have its file elsewhere by now.
+         lookAgain(*services_.files, *services_.work, services_.main,
+                   settledEntries(services_.library->store(), look.gone),
+                   alive_.guard([this, json, remark = std::move(remark),
+                                 done = std::move(done)](const EntryList& gone) mutable {
+                     forget(settledEntries(services_.library->store(), gone), json,
+                            std::move(remark), std::move(done));
+                   }));
+       })]() mutable {
+        main->post([look = lookForFiles(*files, scope.entries, scope, goOn),
+                    reply = std::move(reply)]() mutable { reply(look); });
       });
+}
+
+/// Gives entries the new names of their files; answers what to say of it.
+std::string LibraryCommands::followRenamed(const std::vector<SeenFile>& renamed) {
+  std::vector<SeenFile> settled;
+  for (const SeenFile& file : renamed) {
+    if (settledEntries(services_.library->store(), {file.entry}).empty()) continue;
+    settled.push_back(file);
+  }
+  if (settled.empty()) return {};
+  remember(services_.library->store(), settled);
+  return captures(settled.size()) + " found under " +
+         (settled.size() == 1 ? "another name" : "other names") + ".\n";
 }
 
 }  // namespace vantorel

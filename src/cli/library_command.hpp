@@ -66,6 +66,7 @@ class LibraryCommands {
   void undo(bool json, CommandDone done);
   void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
   void prune(bool json, const RunningPointer& running, CommandDone done);
+  [[nodiscard]] std::string followRenamed(const std::vector<SeenFile>& renamed);
   void relocate(const Path& folder, bool json, const RunningPointer& running, CommandDone done);
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 

@@ -9,8 +9,8 @@
 #include "base/json_writer.hpp"
 #include "base/size_text.hpp"
 #include "library/entry_paths.hpp"
-#include "library/file_reach.hpp"
 #include "library/gone_entries.hpp"
+#include "library/history_reachability.hpp"
 
 namespace vantorel {
 namespace {
@@ -63,10 +63,14 @@ struct Mended {
 
 CommandReply report(const LibraryFindings& findings, const Mended& mended, bool json) {
   Report report(json);
-  for (const EntryPointer& entry : findings.missing.gone) {
+  for (const EntryPointer& entry : findings.look.gone) {
     report.add("entry without file", entry->path, mended.paths.contains(entry->path));
   }
-  for (const EntryPointer& entry : findings.missing.outOfReach) {
+  for (const SeenFile& file : findings.look.renamed) {
+    report.add("entry under another name", file.path.string(),
+               mended.paths.contains(file.path.string()));
+  }
+  for (const EntryPointer& entry : findings.look.outOfReach) {
     report.add("entry out of reach", entry->path, false);
   }
   const auto addAll = [&](std::string_view kind, const std::vector<Path>& paths) {
@@ -145,7 +149,7 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
       [files = services_.files, main = services_.main, scope = std::move(scope), goOn,
        reply = alive_.guard(
            [this, repairs, json, done = std::move(done)](LibraryFindings& findings) mutable {
-             if (findings.missing.wasStopped) {
+             if (findings.look.wasStopped) {
                return done(nothingChanged());
              }
              dropSettled(findings);
@@ -172,7 +176,10 @@ void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
 
 // What got its entry, its file or another place while the library was looked through is in order.
 void LibraryVerify::dropSettled(LibraryFindings& findings) const {
-  findings.missing.gone = settledEntries(services_.library->store(), findings.missing.gone);
+  findings.look.gone = settledEntries(services_.library->store(), findings.look.gone);
+  std::erase_if(findings.look.renamed, [this](const SeenFile& file) {
+    return settledEntries(services_.library->store(), {file.entry}).empty();
+  });
   std::set<Path> found;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt, &findings.stagedCaptures};
@@ -227,6 +234,11 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
            going.push_back(entry->id);
            mended.paths.insert(entry->path);
          }
+         remember(store, findings.look.learned);
+         for (const SeenFile& file : findings.look.renamed) {
+           remember(store, {file});
+           if (store.findByPath(file.path.string())) mended.paths.insert(file.path.string());
+         }
          // Writes the new entries as well.
          services_.library->deletion().forget(
              going, [this, mended, json, findings,
@@ -249,10 +261,7 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
           auto entry = entryForFile(*files, *codec, path);
           if (entry) mended.entries.push_back(*std::move(entry));
         }
-        for (const EntryPointer& entry : findings.missing.gone) {
-          if (reachOf(*files, entry->path) == FileReach::fileGone)
-            mended.goneStill.push_back(entry);
-        }
+        mended.goneStill = goneOf(*files, findings.look.gone);
         main->post(
             [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
       });

@@ -7,8 +7,8 @@
 namespace vantorel {
 namespace {
 
-/// The folders under which desktops and people mount disks that come and go.
-constexpr std::array mountBases{"/media", "/run/media", "/mnt"};
+/// The folders in which desktops mount disks that come and go: nothing else lies there.
+constexpr std::array mountBases{"/media", "/run/media"};
 
 /// True when `folder` lies where disks are mounted and none is mounted there now. The folder itself
 /// may exist: an empty mount point looks like a folder whose files were all deleted.
@@ -30,7 +30,157 @@ bool isUnmounted(const Files& files, const Path& folder) {
   return false;
 }
 
+/// True when the disk on which a missing folder was seen is not the one that its name leads to now.
+bool isOnOtherVolume(const Files& files, Path folder, const FileIdentity& seen) {
+  while (folder.has_relative_path()) {
+    folder = folder.parent_path();
+    if (const auto location = files.location(folder)) return location->volume != seen.volume;
+  }
+  return false;
+}
+
+bool isEmptyFolder(const Files& files, const Path& folder) {
+  const auto items = files.list(folder);
+  return items && items->empty();
+}
+
+FileReach reachOf(const Files& files, const Path& path, const FileIdentity* seen) {
+  if (files.status(path)) return FileReach::there;
+  return FolderView(files, path.parent_path()).reachOf(path.filename(), seen);
+}
+
+const FileIdentity* held(const Rare<FileIdentity>& identity) {
+  return identity ? &*identity : nullptr;
+}
+
 }  // namespace
+
+std::string_view folderOf(std::string_view path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+}
+
+const FileIdentity* lastSeenIn(std::string_view folder, const EntryList& entries) {
+  while (folder.ends_with('/')) folder.remove_suffix(1);
+  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+    if ((*entry)->fileIdentity && folderOf((*entry)->path) == folder) {
+      return held((*entry)->fileIdentity);
+    }
+  }
+  return nullptr;
+}
+
+bool isUnmounted(const Files& files, const Path& folder, const FileIdentity& seen) {
+  const auto now = files.location(folder);
+  if (!now || now->volume == seen.volume) {
+    return now && now->folder != seen.folder && isEmptyFolder(files, folder);
+  }
+  // Where that disk was mounted: "/home/me/disk" when it had "/shots" for "/home/me/disk/shots".
+  Path point = folder;
+  Path inside = seen.folder;
+  while (inside.has_relative_path() && inside.filename() == point.filename()) {
+    inside = inside.parent_path();
+    point = point.parent_path();
+  }
+  // The system itself may have moved to another disk.
+  if (!point.has_relative_path()) return false;
+  const auto there = files.location(point);
+  const auto above = files.location(point.parent_path());
+  return there && above && there->volume == above->volume;
+}
+
+FolderView::FolderView(const Files& files, Path folder)
+    : files_(files), folder_(std::move(folder)) {
+  auto handle = files_.hold(folder_);
+  if (!handle) {
+    failure_ = handle.error().kind;
+    return;
+  }
+  handle_ = *std::move(handle);
+  if (auto location = files_.location(handle_->path())) location_ = *std::move(location);
+}
+
+Result<FileStatus> FolderView::status(const Path& name) const {
+  if (!handle_) return failed(failure_, "its folder could not be opened");
+  return files_.status(handle_->path() / name);
+}
+
+Result<std::vector<FolderItem>> FolderView::list() const {
+  if (!handle_) return failed(failure_, "the folder could not be opened");
+  return files_.list(handle_->path());
+}
+
+FileReach FolderView::reachOfFolder(const FileIdentity* seen) const {
+  switch (failure_) {
+    case FailureKind::denied: return FileReach::folderDenied;
+    case FailureKind::unreachable: return FileReach::folderUnreachable;
+    case FailureKind::notFound: break;
+    default: return FileReach::unknown;
+  }
+  const bool isAway =
+      seen != nullptr ? isOnOtherVolume(files_, folder_, *seen) : isUnmounted(files_, folder_);
+  return isAway ? FileReach::folderUnreachable : FileReach::folderGone;
+}
+
+FileReach FolderView::reachOf(const Path& name, const FileIdentity* seen) const {
+  if (!handle_) return reachOfFolder(seen);
+  const auto found = status(name);
+  if (found) return FileReach::there;
+  switch (found.error().kind) {
+    case FailureKind::denied: return FileReach::folderDenied;
+    case FailureKind::unreachable: return FileReach::folderUnreachable;
+    case FailureKind::notFound: break;
+    default: return FileReach::unknown;
+  }
+  if (seen == nullptr) {
+    return isUnmounted(files_, folder_) ? FileReach::folderUnreachable : FileReach::fileGone;
+  }
+  if (!location_) return FileReach::unknown;
+  const bool isSame = location_->volume == seen->volume && location_->folder == seen->folder;
+  return isSame ? FileReach::fileGone : FileReach::folderUnreachable;
+}
+
+std::optional<FileIdentity> FolderView::identify(const Path& name) const {
+  if (!location_) return std::nullopt;
+  const auto found = status(name);
+  if (!found) return std::nullopt;
+  return FileIdentity{.volume = location_->volume,
+                      .folder = location_->folder,
+                      .file = static_cast<std::int64_t>(found->inode),
+                      .size = static_cast<std::int64_t>(found->size),
+                      .modified = found->modified,
+                      .extra = {}};
+}
+
+FileReach FolderView::reachOf(const ScreenshotEntry& entry) const {
+  const FileReach reach = reachOf(Path(entry.path).filename(), held(entry.fileIdentity));
+  if (reach != FileReach::fileGone || entry.fileIdentity) return reach;
+  const auto items = list();
+  return items && items->empty() ? FileReach::folderUnreachable : reach;
+}
+
+FileReach reachOf(const Files& files, const ScreenshotEntry& entry) {
+  // Mostly it is there, and that costs one call.
+  if (files.status(entry.path)) return FileReach::there;
+  return FolderView(files, Path(entry.path).parent_path()).reachOf(entry);
+}
+
+FileReach reachOf(const Files& files, const Path& path) { return reachOf(files, path, nullptr); }
+
+FileReach reachOfOriginal(const Files& files, const ScreenshotEntry& entry) {
+  if (!entry.originalPath) return FileReach::there;
+  const Path original = *entry.originalPath;
+  const bool isBeside = original.parent_path() == Path(entry.path).parent_path();
+  return reachOf(files, original, isBeside ? held(entry.fileIdentity) : nullptr);
+}
+
+FileReach reachOfPlace(const Files& files, const Path& path, const Rare<FileIdentity>& seen) {
+  return FolderView(files, path.parent_path()).reachOf(path.filename(), held(seen));
+}
+
+std::optional<FileIdentity> identifyFile(const Files& files, const Path& path) {
+  return FolderView(files, path.parent_path()).identify(path.filename());
+}
 
 Result<FileStatus> statusOfFolder(const Files& files, const Path& folder) {
   auto status = files.status(folder);
@@ -43,23 +193,6 @@ std::optional<FolderIdentity> identityOf(const Files& files, const Path& folder)
   const auto status = statusOfFolder(files, folder);
   if (!status) return std::nullopt;
   return FolderIdentity{status->device, status->inode};
-}
-
-FileReach reachOf(const Files& files, const Path& path) {
-  const auto status = files.status(path);
-  if (status) return FileReach::there;
-  const Path folder = path.parent_path();
-  switch (status.error().kind) {
-    case FailureKind::denied: return FileReach::folderDenied;
-    case FailureKind::unreachable: return FileReach::folderUnreachable;
-    case FailureKind::notFound: break;
-    default: return FileReach::unknown;
-  }
-  if (isUnmounted(files, folder)) return FileReach::folderUnreachable;
-  const auto folderStatus = statusOfFolder(files, folder);
-  if (folderStatus) return FileReach::fileGone;
-  return folderStatus.error().kind == FailureKind::notFound ? FileReach::folderGone
-                                                            : FileReach::unknown;
 }
 
 std::string_view sentence(FileReach reach) {

@@ -2,10 +2,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -20,13 +23,71 @@ enum class FileReach {
   unknown,            ///< it could not be looked up
 };
 
-/// Blocks for as long as the disk takes to answer.
+/// Where the file of an entry is: the one place that tells a deleted file from one whose disk is
+/// away. A missing file counts as gone only when it was last seen in this very folder of this very
+/// file system. Of an entry that does not know yet where that was, also when the folder holds
+/// anything at all, for the empty one may be a mount point. Blocks for as long as the disk takes.
+[[nodiscard]] FileReach reachOf(const Files& files, const ScreenshotEntry& entry);
+
+/// The same for the entry's original (`there` when it has none).
+[[nodiscard]] FileReach reachOfOriginal(const Files& files, const ScreenshotEntry& entry);
+
+/// The same for a file of which nothing is known but its name: gone when its folder is there.
 [[nodiscard]] FileReach reachOf(const Files& files, const Path& path);
+
+/// Whether a file that was last seen there may be put there again; `fileGone` is no obstacle.
+[[nodiscard]] FileReach reachOfPlace(const Files& files, const Path& path,
+                                     const Rare<FileIdentity>& seen);
+
+/// The folder of a path that an entry has.
+[[nodiscard]] std::string_view folderOf(std::string_view path);
+
+/// What the newest of these entries that lies in the folder remembers of it; null when none does.
+[[nodiscard]] const FileIdentity* lastSeenIn(std::string_view folder, const EntryList& entries);
+
+/// Whether a disk was mounted at the folder, or above it, when a file was last `seen` there, and
+/// nothing is now: what is put there would be hidden when the disk comes back. Blocks.
+[[nodiscard]] bool isUnmounted(const Files& files, const Path& folder, const FileIdentity& seen);
+
+/// A folder that is looked at for several files. What is asked of it is asked of the folder that it
+/// was at first, whatever is mounted or unmounted meanwhile. Blocks; any thread.
+class FolderView {
+ public:
+  FolderView(const Files& files, Path folder);
+
+  /// Nothing when it cannot be reached.
+  [[nodiscard]] const std::optional<FolderLocation>& location() const { return location_; }
+
+  [[nodiscard]] Result<FileStatus> status(const Path& name) const;
+  [[nodiscard]] Result<std::vector<FolderItem>> list() const;
+
+  /// Where the file `name` is that was last `seen` there, or of which nothing is known.
+  [[nodiscard]] FileReach reachOf(const Path& name, const FileIdentity* seen) const;
+
+  /// The same for the file of an entry, which has to be in this folder.
+  [[nodiscard]] FileReach reachOf(const ScreenshotEntry& entry) const;
+
+  /// What an entry remembers of the file `name`; nothing when it is not there.
+  [[nodiscard]] std::optional<FileIdentity> identify(const Path& name) const;
+
+ private:
+  [[nodiscard]] FileReach reachOfFolder(const FileIdentity* seen) const;
+
+  const Files& files_;
+  Path folder_;
+  std::unique_ptr<FolderHandle> handle_;
+  std::optional<FolderLocation> location_;
+  FailureKind failure_ = FailureKind::other;  ///< without a handle
+};
+
+/// What an entry remembers of its file; nothing when it is not there.
+[[nodiscard]] std::optional<FileIdentity> identifyFile(const Files& files, const Path& path);
 
 /// What a folder is, behind a symbolic link as well: files are looked for there.
 [[nodiscard]] Result<FileStatus> statusOfFolder(const Files& files, const Path& folder);
 
-/// A folder on a file system; another one under the same name has another identity.
+/// A folder on a file system; another one under the same name has another identity. Good for as
+/// long as the program runs.
 using FolderIdentity = std::pair<std::uint64_t, std::uint64_t>;
 
 /// Nothing when the folder cannot be reached.

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "library/file_reach.hpp"
+#include "library/file_look.hpp"
 
 namespace vantorel {
 
@@ -20,10 +20,7 @@ void lookAgain(const Files& files, TaskRunner& work, std::shared_ptr<TaskRunner>
                EntryList entries, std::move_only_function<void(const EntryList& gone)> done) {
   work.post([&files, main = std::move(main), entries = std::move(entries),
              done = std::move(done)]() mutable {
-    std::erase_if(entries, [&](const EntryPointer& entry) {
-      return reachOf(files, entry->path) != FileReach::fileGone;
-    });
-    main->post([entries = std::move(entries), done = std::move(done)]() mutable { done(entries); });
+    main->post([gone = goneOf(files, entries), done = std::move(done)]() mutable { done(gone); });
   });
 }
 

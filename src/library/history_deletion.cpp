@@ -24,6 +24,14 @@ std::string whyNotDeleted(const ScreenshotEntry& entry, const EntryBusy& busy) {
   return sentence(busy);
 }
 
+/// Of an entry that a deletion was busy with: its file, the last one of its folder, may be what
+/// went.
+bool isGone(const Files& files, const ScreenshotEntry& entry) {
+  const FileReach reach =
+      entry.fileIdentity ? reachOf(files, entry) : reachOf(files, Path(entry.path));
+  return reach == FileReach::fileGone;
+}
+
 }  // namespace
 
 std::string deletedFeedback(std::size_t count) {
@@ -87,6 +95,8 @@ void HistoryDeletion::writeJournal() {
 }
 
 void HistoryDeletion::recover(std::move_only_function<void()> done) {
+  // What another process is busy with is no affair of ours.
+  if (services_.store.indexRefusal()) return done();
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
                         entries = services_.store.entries(), main = services_.main,
                         reply = alive_.guard([this, done = std::move(done)](
@@ -112,8 +122,7 @@ void HistoryDeletion::recover(std::move_only_function<void()> done) {
         if (!named.contains(entry->id)) taken.insert(entry->path);
       }
       for (const EntryPointer& entry : entries) {
-        if (named.contains(entry->id) &&
-            (taken.contains(entry->path) || reachOf(files, entry->path) == FileReach::fileGone)) {
+        if (named.contains(entry->id) && (taken.contains(entry->path) || isGone(files, *entry))) {
           gone.push_back(entry->id);
         }
       }

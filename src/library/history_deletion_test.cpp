@@ -338,7 +338,9 @@ TEST_F(HistoryDeletionTest, AgeCountsFromTheLastEditAndSparesWhatTheUserChose) {
   });
   EXPECT_THAT(expiredEntries(store, RetentionPolicy::off, now), IsEmpty());
   EXPECT_THAT(expiredEntries(store, RetentionPolicy::month, now), ElementsAre("old"));
-  HistoryRetention retention(store, deletion, runners, runners.main());
+  files.put("/data/retention.json", fmt::format(R"({{"days":30,"lookedAt":{}}})", now));
+  HistoryRetention retention(
+      {store, deletion, files, runners, runners.main(), runners.runner("work")});
   retention.setPolicy(RetentionPolicy::month);
   runners.run();
   EXPECT_EQ(store.find("old"), nullptr);

@@ -28,27 +28,27 @@ HistoryFolderMonitor::HistoryFolderMonitor(Services services)
 
 void HistoryFolderMonitor::follow(const HistoryChange& change) {
   if (change.loaded) {
-    for (const EntryPointer& entry : services_.store.entries()) add(*entry);
+    for (const EntryPointer& entry : services_.store.entries()) add(entry->path);
   }
-  for (const EntryPointer& entry : change.added) add(*entry);
-  for (const EntryPointer& entry : change.removed) remove(*entry);
+  for (const EntryPointer& entry : change.added) add(entry->path);
+  for (const EntryPointer& entry : change.removed) remove(entry->path);
   for (const auto& [before, after] : change.updated) {
     if (before->path == after->path) continue;
-    add(*after);
-    remove(*before);
+    add(after->path);
+    remove(before->path);
   }
   openWanted();
 }
 
-void HistoryFolderMonitor::add(const ScreenshotEntry& entry) {
-  const std::string_view name = folderOf(entry.path);
+void HistoryFolderMonitor::add(std::string_view path) {
+  const std::string_view name = folderOf(path);
   if (name.empty()) return;
   const auto found = wanted_.find(name);
   ++(found == wanted_.end() ? wanted_[std::string(name)] : found->second).entries;
 }
 
-void HistoryFolderMonitor::remove(const ScreenshotEntry& entry) {
-  const auto found = wanted_.find(folderOf(entry.path));
+void HistoryFolderMonitor::remove(std::string_view path) {
+  const auto found = wanted_.find(folderOf(path));
   if (found == wanted_.end() || --found->second.entries > 0) return;
   services_.reachability.forget(found->first);
   toLookAt_.erase(found->first);
@@ -134,7 +134,12 @@ void HistoryFolderMonitor::happened(const std::string& name, const FolderEvent& 
     case FolderEvent::Kind::changed:
     case FolderEvent::Kind::disappeared: {
       const std::string path = name + "/" + event.name;
-      if (!services_.store.findByPath(path)) return;
+      hearMove(path, event);
+      if (!services_.store.findByPath(path)) {
+        if (event.kind == FolderEvent::Kind::disappeared || departed_.empty()) return;
+        arrivals_.insert(path);
+        return lookSoon(name);
+      }
       if (event.kind != FolderEvent::Kind::disappeared && onFileChange) onFileChange(path);
       return lookSoon(name);
     }
@@ -177,27 +182,48 @@ void HistoryFolderMonitor::lookSoon(const std::string& name) {
 }
 
 void HistoryFolderMonitor::prune() {
+  movedFrom_.clear();
   // A library that is not ours to write is not ours to clear up.
-  if (services_.store.indexRefusal()) return toLookAt_.clear();
-  services_.reachability.look(std::exchange(toLookAt_, {}),
-                              alive_.guard([this, moving = services_.store.claims().fileChanges()](
-                                               const std::string& name, const EntryList& went) {
-                                forgetGone(name, went, moving);
-                              }));
+  if (services_.store.indexRefusal()) {
+    heardMoves_.clear();
+    return toLookAt_.clear();
+  }
+  lookAtArrivals();
+  services_.reachability.look(
+      std::exchange(toLookAt_, {}), std::exchange(heardMoves_, {}),
+      alive_.guard([this, moving = services_.store.claims().fileChanges()](
+                       const std::string& name, const HistoryReachability::Seen& seen) {
+        followRenamed(name, seen.renamed);
+        forgetGone(name, seen.went, moving);
+      }));
+}
+
+/// What changed or moved since it was looked at may have its file elsewhere by now.
+EntryList HistoryFolderMonitor::resting(const EntryList& entries) const {
+  return settledEntries(services_.store, entries);
+}
+
+void HistoryFolderMonitor::followRenamed(const std::string& name,
+                                         const std::vector<SeenFile>& renamed) {
+  if (renamed.empty()) return;
+  std::vector<SeenFile> settled;
+  for (const SeenFile& file : renamed) {
+    if (!resting({file.entry}).empty()) settled.push_back(file);
+  }
+  if (settled.size() < renamed.size()) lookSoon(name);
+  if (settled.empty()) return;
+  remember(services_.store, settled);
+  logInfo(category, "{} capture(s) of {} have another name now", settled.size(), name);
 }
 
 void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& went,
                                       const std::set<std::string>& movingBefore) {
-  // What changed or moved meanwhile may have its file elsewhere by now.
-  const auto resting = [this](const EntryList& entries) {
-    return settledEntries(services_.store, entries);
-  };
   EntryList going = resting(went);
   std::erase_if(going, [&](const EntryPointer& entry) { return movingBefore.contains(entry->id); });
   if (going.size() < went.size() && wanted_.contains(name)) lookSoon(name);
   if (going.empty()) return;
   lookAgain(services_.files, *services_.work, services_.main, going,
-            alive_.guard([this, name, resting, count = going.size()](const EntryList& gone) {
+            alive_.guard([this, name, count = going.size()](const EntryList& gone) {
               const EntryList left = resting(gone);
               if (left.size() < count && wanted_.contains(name)) lookSoon(name);
               if (!left.empty()) forget(name, left);
@@ -207,6 +233,15 @@ void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& 
 void HistoryFolderMonitor::forget(const std::string& name, const EntryList& gone) {
   std::vector<std::string> going;
   for (const EntryPointer& entry : gone) going.push_back(entry->id);
+  const std::set<EntryPointer> leaving(gone.begin(), gone.end());
+  std::vector<PlacedEntry> departing;
+  const EntryList& entries = services_.store.entries();
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (entries[i]->fileIdentity && leaving.contains(entries[i])) {
+      departing.push_back({i, entries[i]});
+    }
+  }
+  keepDeparted(std::move(departing));
   services_.deletion.forget(going, [name](const Result<std::size_t>& count) {
     if (count) {
       logInfo(category, "{} capture(s) went from {} and were removed from History", *count, name);
@@ -214,6 +249,89 @@ void HistoryFolderMonitor::forget(const std::string& name, const EntryList& gone
       logWarning(category, "the index could not be written: {}", count.error().reason);
     }
   });
+}
+
+// Their folders go on being watched.
+void HistoryFolderMonitor::keepDeparted(std::vector<PlacedEntry> departed) {
+  for (PlacedEntry& one : departed) {
+    add(one.entry->path);
+    departed_.push_back(std::move(one));
+  }
+  while (departed_.size() > departedLimit) {
+    remove(departed_.front().entry->path);
+    departed_.pop_front();
+  }
+}
+
+void HistoryFolderMonitor::hearMove(const std::string& path, const FolderEvent& event) {
+  if (event.move == 0) return;
+  if (event.kind == FolderEvent::Kind::disappeared) {
+    if (services_.store.findByPath(path)) {
+      movedFrom_[event.move] = path;
+      return;
+    }
+    const auto earlier = std::ranges::find(
+        heardMoves_, path, [](const auto& move) -> const auto& { return move.second; });
+    if (earlier != heardMoves_.end()) movedFrom_[event.move] = earlier->first;
+    return;
+  }
+  const auto from = movedFrom_.find(event.move);
+  if (from == movedFrom_.end()) return;
+  heardMoves_[from->second] = path;
+  movedFrom_.erase(from);
+}
+
+void HistoryFolderMonitor::lookAtArrivals() {
+  if (arrivals_.empty()) return;
+  EntryList departed;
+  for (const PlacedEntry& one : departed_) departed.push_back(one.entry);
+  services_.work->post([&files = services_.files, paths = std::exchange(arrivals_, {}),
+                        departed = std::move(departed), main = services_.main,
+                        reply = alive_.guard(
+                            [this](const std::vector<Arrival>& found) { welcomeBack(found); })] {
+    main->post([reply, found = findDeparted(files, paths, departed)]() mutable { reply(found); });
+  });
+}
+
+std::vector<HistoryFolderMonitor::Arrival> HistoryFolderMonitor::findDeparted(
+    const Files& files, const std::set<std::string>& paths, const EntryList& departed) {
+  std::vector<Arrival> found;
+  for (const std::string& path : paths) {
+    auto identity = identifyFile(files, path);
+    if (!identity) continue;
+    for (const EntryPointer& entry : departed) {
+      if (!entry->fileIdentity->isSameFileAs(*identity)) continue;
+      const bool hasOriginal = !entry->originalPath || files.status(*entry->originalPath);
+      found.push_back({entry, path, *std::move(identity), hasOriginal});
+      break;
+    }
+  }
+  return found;
+}
+
+// Only what nobody has decided about meanwhile: a file that has an entry again keeps that one.
+void HistoryFolderMonitor::welcomeBack(const std::vector<Arrival>& arrivals) {
+  std::vector<PlacedEntry> returning;
+  for (const Arrival& arrival : arrivals) {
+    const auto found = std::ranges::find(departed_, arrival.entry, &PlacedEntry::entry);
+    if (found == departed_.end()) continue;
+    const std::size_t index = found->index;
+    departed_.erase(found);
+    if (!services_.store.find(arrival.entry->id) && !services_.store.findByPath(arrival.path)) {
+      ScreenshotEntry entry = *arrival.entry;
+      entry.path = arrival.path;
+      entry.fileIdentity = arrival.identity;
+      if (!arrival.hasOriginal) entry.originalPath.reset();
+      std::erase_if(entry.collectionIDs, [this](const std::string& id) {
+        return services_.store.findCollection(id) == nullptr;
+      });
+      returning.push_back({index, std::make_shared<const ScreenshotEntry>(std::move(entry))});
+    }
+    remove(arrival.entry->path);
+  }
+  if (returning.empty()) return;
+  logInfo(category, "{} capture(s) came back to History with their files", returning.size());
+  services_.store.insertEntries(std::move(returning));
 }
 
 }  // namespace vantorel

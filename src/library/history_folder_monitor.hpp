@@ -3,12 +3,15 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/alive.hpp"
 #include "library/history_deletion.hpp"
@@ -20,9 +23,11 @@
 
 namespace vantorel {
 
-/// Notices what happens to captures' files outside the program: takes entries out of the library
-/// whose files were deleted or moved away, and tells of files written anew. Lives on the main
-/// runner; folders are opened and looked at on `work`, which a disk that does not answer may hold.
+/// Notices what happens to captures' files outside the program: gives entries the new paths of
+/// files that were renamed or moved between the watched folders, takes entries out of the library
+/// whose files were deleted or moved elsewhere, puts them back when such a file comes back, and
+/// tells of files written anew. Lives on the main runner; folders are opened and looked at on
+/// `work`, which a disk that does not answer may hold.
 ///
 /// A folder that cannot be watched is tried again, less and less often, and at once when a disk
 /// comes or goes.
@@ -37,6 +42,10 @@ class HistoryFolderMonitor {
 
   /// Disks come with several mounts at a time.
   static constexpr std::chrono::milliseconds mountDebounce{500};
+
+  /// So many entries whose files went are kept for when the files come back, until the program
+  /// ends.
+  static constexpr std::size_t departedLimit = 10'000;
 
   static constexpr std::chrono::seconds firstRetry{5};
   static constexpr std::chrono::seconds longestRetry{600};
@@ -63,7 +72,7 @@ class HistoryFolderMonitor {
 
  private:
   struct Folder {
-    std::size_t entries = 0;  ///< how many have their files here
+    std::size_t entries = 0;  ///< how many have their files here, or had and may come back
     std::unique_ptr<FolderWatch> watch;
     std::optional<FolderIdentity> watched;  ///< what is watched under this name
     bool isOpening = false;
@@ -78,9 +87,17 @@ class HistoryFolderMonitor {
     std::optional<Result<std::unique_ptr<FolderWatch>>> watch;  ///< none: it is the one watched
   };
 
+  /// The file of an entry that departed is there again.
+  struct Arrival {
+    EntryPointer entry;
+    std::string path;
+    FileIdentity identity;
+    bool hasOriginal = false;  ///< if the entry names one, it is still there
+  };
+
   void follow(const HistoryChange& change);
-  void add(const ScreenshotEntry& entry);
-  void remove(const ScreenshotEntry& entry);
+  void add(std::string_view path);
+  void remove(std::string_view path);
   void openWanted();
   void open(const std::string& name, Folder& folder);
   void opened(const std::string& name, std::uint64_t generation, Opening opening);
@@ -90,15 +107,28 @@ class HistoryFolderMonitor {
   void mountsChanged();
   void lookSoon(const std::string& name);
   void prune();
+  [[nodiscard]] EntryList resting(const EntryList& entries) const;
+  void followRenamed(const std::string& name, const std::vector<SeenFile>& renamed);
   void forgetGone(const std::string& name, const EntryList& went,
                   const std::set<std::string>& movingBefore);
   void forget(const std::string& name, const EntryList& gone);
+  void keepDeparted(std::vector<PlacedEntry> departed);
+  void hearMove(const std::string& path, const FolderEvent& event);
+  void lookAtArrivals();
+  [[nodiscard]] static std::vector<Arrival> findDeparted(const Files& files,
+                                                         const std::set<std::string>& paths,
+                                                         const EntryList& departed);
+  void welcomeBack(const std::vector<Arrival>& arrivals);
 
   Services services_;
   std::map<std::string, Folder, std::less<>> wanted_;
   bool mountsChanged_ = false;
   std::set<std::string> toLookAt_;
   std::chrono::nanoseconds toLookSince_{0};
+  std::map<std::uint32_t, std::string> movedFrom_;  // the path an entry has, by the move's number
+  std::map<std::string, std::string> heardMoves_;   // old path to new, since the last look
+  std::set<std::string> arrivals_;                  // files of no entry, since the last look
+  std::deque<PlacedEntry> departed_;                // their files went; oldest first
   std::uint64_t generations_ = 0;
   std::unique_ptr<MountWatch> mountWatch_;
   Observation observation_;

@@ -120,8 +120,81 @@ TEST_F(HistoryFolderMonitorTest, OnlyWhatGoesWhileItWatchesLeavesHistory) {
   takeFile("e.png");
   runners.advance(2s);
   EXPECT_EQ(ids(), "d") << "taken and gone without a look in between";
-  ASSERT_EQ(store.removeEntries({"d"}).size(), 1U);
-  EXPECT_FALSE(watcher.isWatched("/captures")) << "nothing is there any more";
+}
+
+TEST_F(HistoryFolderMonitorTest, AFolderThatHoldsNothingAnyMoreIsNotWatched) {
+  add("a");
+  start();
+  EXPECT_TRUE(watcher.isWatched("/captures"));
+  ASSERT_EQ(store.removeEntries({"a"}).size(), 1U);
+  EXPECT_FALSE(watcher.isWatched("/captures"));
+}
+
+TEST_F(HistoryFolderMonitorTest, WhatIsRenamedKeepsItsEntryAndWhatComesBackGetsItAgain) {
+  for (const char* const id : {"a", "b", "c"}) add(id);
+  add("d", "/more");
+  files.folders.insert("/elsewhere");
+  ASSERT_TRUE(store.addCollection({.id = "box", .name = "Box", .extra = {}}).has_value());
+  ASSERT_TRUE(store
+                  .update("b",
+                          [](ScreenshotEntry& entry) {
+                            entry.title = "mine";
+                            entry.collectionIDs = {"box"};
+                            entry.originalPath = "/data/Originals/b.png";
+                          })
+                  .has_value());
+  files.put("/data/Originals/b.png", "as it was");
+  start();
+  std::uint32_t moves = 0;
+  const auto move = [&](const Path& from, const Path& to) {
+    ASSERT_TRUE(files.moveNew(from, to).has_value());
+    ++moves;
+    watcher.happen(from.parent_path(), Kind::disappeared, from.filename(), moves);
+    watcher.happen(to.parent_path(), Kind::appeared, to.filename(), moves);
+  };
+  const auto pathOf = [&](const char* id) {
+    const EntryPointer entry = store.find(id);
+    return entry ? entry->path : std::string("(none)");
+  };
+  move("/captures/a.png", "/captures/x.png");
+  move("/captures/x.png", "/more/a new.png");
+  runners.advance(2s);
+  EXPECT_EQ(pathOf("a"), "/more/a new.png");
+  EXPECT_TRUE(watcher.isWatched("/more"));
+  EXPECT_EQ(ids(), "abcd");
+
+  // Saved by an editor that keeps the old file under another name.
+  move("/captures/c.png", "/captures/c.png~");
+  files.put("/captures/c.png", "new pixels");
+  watcher.happen("/captures", Kind::appeared, "c.png");
+  runners.advance(2s);
+  EXPECT_EQ(pathOf("c"), "/captures/c.png");
+
+  // Out of all folders, and back under another name; the entry has its old place.
+  move("/captures/b.png", "/elsewhere/b.png");
+  runners.advance(20s);
+  EXPECT_EQ(ids(), "acd");
+  move("/elsewhere/b.png", "/captures/b again.png");
+  runners.advance(2s);
+  EXPECT_EQ(ids(), "abcd");
+  EXPECT_EQ(pathOf("b"), "/captures/b again.png");
+  EXPECT_EQ(store.find("b")->title, "mine");
+  EXPECT_THAT(store.find("b")->collectionIDs, ElementsAre("box"));
+  EXPECT_EQ(store.find("b")->originalPath, "/data/Originals/b.png");
+
+  // The last one of its folder; back when somebody has made an entry of it meanwhile.
+  move("/more/d.png", "/elsewhere/d.png");
+  move("/more/a new.png", "/elsewhere/a.png");
+  runners.advance(20s);
+  EXPECT_EQ(ids(), "bc");
+  move("/elsewhere/a.png", "/more/a.png");
+  move("/elsewhere/d.png", "/more/d.png");
+  ScreenshotEntry made;
+  made.id = "z";
+  made.path = "/more/d.png";
+  ASSERT_TRUE(store.add(made).has_value());
+  runners.advance(2s);
+  EXPECT_EQ(ids(), "abcz");
 }
 
 TEST_F(HistoryFolderMonitorTest, ADiskThatGoesTakesNoEntryWithIt) {

@@ -1,71 +1,78 @@
 #include "library/history_reachability.hpp"
 
-namespace vantorel {
+#include <utility>
 
-std::string_view folderOf(std::string_view path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+namespace vantorel {
+namespace {
+
+constexpr std::size_t sliceSize = 500;
+
+std::vector<std::vector<SeenFile>> slicesOf(std::vector<SeenFile> files) {
+  std::vector<std::vector<SeenFile>> slices;
+  for (std::size_t at = 0; at < files.size(); ++at) {
+    if (at % sliceSize == 0) slices.emplace_back();
+    slices.back().push_back(std::move(files[at]));
+  }
+  return slices;
 }
 
-void HistoryReachability::look(
-    const std::set<std::string>& folders,
-    const std::function<void(const std::string& folder, const EntryList& went)>& done) {
+}  // namespace
+
+void HistoryReachability::look(const std::set<std::string>& folders,
+                               std::map<std::string, std::string> heardMoves,
+                               const FolderSeen& done) {
   std::map<std::string, std::uint64_t, std::less<>> tickets;
   for (const std::string& folder : folders) {
     tickets[folder] = folders_[folder].ticket = ++tickets_;
   }
   work_->post([&files = files_, main = main_, tickets = std::move(tickets),
-               entries = store_.entries(), reply = alive_.guard([this, done](const Look& look) {
+               scope = FileLookScope{.entries = store_.entries(),
+                                     .unreadPaths = store_.unreadPaths(),
+                                     .heardMoves = std::move(heardMoves)},
+               reply = alive_.guard([this, done](Look& look) {
                  const auto found = folders_.find(look.folder);
                  if (found == folders_.end() || found->second.ticket != look.ticket) return;
                  done(look.folder, adopt(look, found->second));
-               })] {
+               }),
+               learn = alive_.guard(
+                   [this](const std::vector<SeenFile>& files) { remember(store_, files); })] {
     std::map<std::string_view, EntryList> byFolder;
-    for (const EntryPointer& entry : entries) {
+    for (const EntryPointer& entry : scope.entries) {
       const std::string_view folder = folderOf(entry->path);
       if (tickets.contains(folder)) byFolder[folder].push_back(entry);
     }
     for (const auto& [folder, ticket] : tickets) {
-      Look look{folder, ticket, std::nullopt, {}, {}};
-      lookAt(files, look, byFolder[folder]);
+      Look look{folder, ticket, identityOf(files, folder), {}};
+      look.found = lookForFiles(files, byFolder[folder], scope,
+                                [](std::size_t, std::size_t) { return true; });
+      // A disk that went while its files were looked for leaves nothing known.
+      if (look.identity != identityOf(files, folder)) look.identity.reset();
+      // The main runner is not to be held by a large folder.
+      for (const auto& some : slicesOf(std::exchange(look.found.learned, {}))) {
+        main->post([learn, some]() mutable { learn(some); });
+      }
       main->post([reply, look = std::move(look)]() mutable { reply(look); });
     }
   });
 }
 
-void HistoryReachability::lookAt(const Files& files, Look& look, const EntryList& entries) {
-  const auto before = identityOf(files, look.folder);
-  for (const EntryPointer& entry : entries) {
-    switch (reachOf(files, entry->path)) {
-      case FileReach::there: break;
-      case FileReach::fileGone: look.gone.push_back(entry); break;
-      case FileReach::folderGone:
-      case FileReach::folderUnreachable:
-      case FileReach::folderDenied:
-      case FileReach::unknown: look.outOfReach.push_back(entry); break;
-    }
-  }
-  // A disk that went while its files were looked for leaves nothing known.
-  if (before && before == identityOf(files, look.folder)) look.identity = before;
-}
-
-EntryList HistoryReachability::adopt(const Look& look, Folder& folder) {
+HistoryReachability::Seen HistoryReachability::adopt(Look& look, Folder& folder) {
   const bool isSameFolder = look.identity && look.identity == folder.identity;
-  EntryList went;
+  Seen seen{{}, std::move(look.found.renamed)};
   std::set<std::string> outOfReach;
-  for (const EntryPointer& entry : look.gone) {
+  for (const EntryPointer& entry : look.found.gone) {
     if (isSameFolder && !folder.outOfReach.contains(entry->id)) {
-      went.push_back(entry);
+      seen.went.push_back(entry);
     } else {
       outOfReach.insert(entry->id);
     }
   }
-  for (const EntryPointer& entry : look.outOfReach) outOfReach.insert(entry->id);
+  for (const EntryPointer& entry : look.found.outOfReach) outOfReach.insert(entry->id);
   for (const std::string& id : folder.outOfReach) outOfReachIDs_.erase(id);
   outOfReachIDs_.insert(outOfReach.begin(), outOfReach.end());
   folder.outOfReach = std::move(outOfReach);
   folder.identity = look.identity;
-  return went;
+  return seen;
 }
 
 void HistoryReachability::distrust(std::string_view folder) {
@@ -80,6 +87,17 @@ void HistoryReachability::forget(std::string_view folder) {
   if (found == folders_.end()) return;
   for (const std::string& id : found->second.outOfReach) outOfReachIDs_.erase(id);
   folders_.erase(found);
+}
+
+void remember(HistoryStore& store, const std::vector<SeenFile>& files) {
+  std::vector<HistoryStore::Revision> revisions;
+  for (const SeenFile& file : files) {
+    ScreenshotEntry after = *file.entry;
+    after.path = file.path.string();
+    after.fileIdentity = file.identity;
+    revisions.push_back({file.entry, std::move(after)});
+  }
+  store.revise(std::move(revisions));
 }
 
 }  // namespace vantorel

@@ -8,23 +8,21 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/alive.hpp"
+#include "library/file_look.hpp"
 #include "library/file_reach.hpp"
 #include "library/history_store.hpp"
 
 namespace vantorel {
 
-/// The folder of a path that an entry has.
-[[nodiscard]] std::string_view folderOf(std::string_view path);
-
 /// Knows which entries' files cannot be got at now, and which went while it was looking. Lives on
 /// the main runner; looks at the disk on `work`.
 ///
-/// A file counts as gone only when it was there at an earlier look, or was filed since, and its
-/// folder is still the one it was in: the same folder on the same file system. What is missing from
-/// a folder that has just come into view, such as an empty mount point or another disk under the
-/// same name, is out of reach and may come back.
+/// What `reachOf` calls gone counts as gone here only when the file was there at an earlier look,
+/// or was filed since, in the same folder on the same file system: what was deleted while nobody
+/// looked stays in the library until somebody asks for it to be pruned.
 class HistoryReachability {
  public:
   HistoryReachability(HistoryStore& store, const Files& files, std::shared_ptr<TaskRunner> main,
@@ -34,10 +32,18 @@ class HistoryReachability {
   /// Entries whose files are out of reach now, as far as their folders have been looked at.
   [[nodiscard]] const std::set<std::string>& outOfReachIDs() const { return outOfReachIDs_; }
 
-  /// Looks for the files of all entries in these folders. `done` comes once for each folder, with
-  /// the entries whose files went; not for a folder that was asked for anew meanwhile.
-  void look(const std::set<std::string>& folders,
-            const std::function<void(const std::string& folder, const EntryList& went)>& done);
+  /// What a look at one folder found.
+  struct Seen {
+    EntryList went;                 ///< their files went
+    std::vector<SeenFile> renamed;  ///< their files have other names by now
+  };
+  using FolderSeen = std::function<void(const std::string& folder, const Seen& seen)>;
+
+  /// Looks for the files of all entries in these folders, and remembers what they are. `done` comes
+  /// once for each folder; not for a folder that was asked for anew meanwhile. `heardMoves` are the
+  /// new paths of files that were heard to move, by their old ones.
+  void look(const std::set<std::string>& folders, std::map<std::string, std::string> heardMoves,
+            const FolderSeen& done);
 
   /// What is known of the folder no longer holds: files missing at the next look are out of reach.
   void distrust(std::string_view folder);
@@ -50,8 +56,7 @@ class HistoryReachability {
     std::string folder;
     std::uint64_t ticket = 0;
     std::optional<FolderIdentity> identity;  ///< nothing when the folder cannot be reached
-    EntryList gone;
-    EntryList outOfReach;
+    FileLook found;
   };
 
   struct Folder {
@@ -60,8 +65,7 @@ class HistoryReachability {
     std::set<std::string> outOfReach;
   };
 
-  static void lookAt(const Files& files, Look& look, const EntryList& entries);
-  [[nodiscard]] EntryList adopt(const Look& look, Folder& folder);
+  [[nodiscard]] Seen adopt(Look& look, Folder& folder);
 
   HistoryStore& store_;
   const Files& files_;
@@ -72,5 +76,9 @@ class HistoryReachability {
   std::uint64_t tickets_ = 0;
   Alive alive_;
 };
+
+/// Puts into the library what a look found out about files: what is to be remembered of them, or
+/// under which names they are now. Entries that changed since are left alone. Main runner.
+void remember(HistoryStore& store, const std::vector<SeenFile>& files);
 
 }  // namespace vantorel

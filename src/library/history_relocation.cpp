@@ -9,6 +9,7 @@
 
 #include "base/log.hpp"
 #include "library/file_move.hpp"
+#include "library/file_reach.hpp"
 #include "library/relocation_journal.hpp"
 
 namespace vantorel {
@@ -24,28 +25,6 @@ std::unordered_set<std::string> pathsOf(const EntryList& entries) {
     forEachPath(*entry, [&](const std::string& path) { paths.insert(path); });
   }
   return paths;
-}
-
-/// Removes what moves that were cut short left behind. `named` are the paths the entries keep.
-void clearUp(Files& files, const RelocationJournal& journal,
-             const std::unordered_set<std::string>& named) {
-  std::set<Path> folders;
-  for (const auto& pair : journal.pairs) folders.insert(Path(pair.newPath).parent_path());
-  std::vector<Path> surplus;
-  for (const Path& folder : folders) surplus.push_back(journal.temporaryIn(folder));
-  for (const auto& pair : journal.pairs) {
-    // A copy was made, and the original was still to go.
-    if (!named.contains(pair.oldPath) && named.contains(pair.newPath) &&
-        isOnOtherFileSystem(files, pair.oldPath, pair.newPath) &&
-        holdsAllOf(files, pair.newPath, pair.oldPath)) {
-      surplus.emplace_back(pair.oldPath);
-    }
-  }
-  for (const Path& path : surplus) {
-    if (const auto removed = removeFile(files, path); !removed) {
-      logWarning(category, "{} could not be removed: {}", path.string(), removed.error().reason);
-    }
-  }
 }
 
 }  // namespace
@@ -203,13 +182,13 @@ void HistoryRelocation::nextBatch() {
 
 void HistoryRelocation::landed(RelocationMover::Batch batch) {
   if (run_->request.flag->turnedAway) return finish();
-  std::map<std::string, std::string> newPaths;
+  NewPlaces places;
   for (const RelocationMover::Moved& moved : batch.moved) {
     run_->states[moved.pair] = PairState::moved;
-    newPaths.emplace(moved.oldPath, moved.newPath);
+    places.emplace(moved.oldPath, NewPlace{moved.newPath, moved.identity});
   }
   for (const auto& [pair, reason] : batch.failures) run_->fail(pair, reason);
-  adopt(newPaths);
+  adopt(places);
   services_.store.flush(
       alive_.guard([this, batch = std::move(batch)](const Result<void>& saved) mutable {
         if (!saved) {
@@ -226,17 +205,20 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
 }
 
 /// Puts new paths into all entries that have the old ones.
-void HistoryRelocation::adopt(const std::map<std::string, std::string>& newPaths) {
-  if (newPaths.empty()) return;
+void HistoryRelocation::adopt(const NewPlaces& places) {
+  if (places.empty()) return;
   const EntryList entries = services_.store.entries();
   for (const EntryPointer& entry : entries) {
     bool isConcerned = false;
-    forEachPath(*entry, [&](const std::string& path) { isConcerned |= newPaths.contains(path); });
+    forEachPath(*entry, [&](const std::string& path) { isConcerned |= places.contains(path); });
     if (!isConcerned) continue;
     const auto changed = services_.store.update(entry->id, [&](ScreenshotEntry& moved) {
+      if (const auto found = places.find(moved.path); found != places.end()) {
+        moved.fileIdentity = found->second.identity;
+      }
       forEachPath(moved, [&](std::string& path) {
-        const auto found = newPaths.find(path);
-        if (found != newPaths.end()) path = found->second;
+        const auto found = places.find(path);
+        if (found != places.end()) path = found->second.path;
       });
     });
     if (!changed) logError(category, "{}: {}", entry->id, changed.error().reason);
@@ -261,8 +243,10 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
                         main = services_.main, named = pathsOf(services_.store.entries()),
                         reply = alive_.guard([this, done = std::move(done)](
                                                  std::optional<RelocationJournal>& journal,
-                                                 RelocationJournal::Resolution& found) mutable {
+                                                 RelocationJournal::Resolution& found,
+                                                 const NewPlaces& places) mutable {
                           if (!journal) return done();
+                          adopt(places);
                           replay(*std::move(journal), std::move(found), std::move(done));
                         })]() mutable {
     auto read = RelocationJournal::read(files, paths);
@@ -274,14 +258,18 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
     } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
       logError(category, "the relocation journal could not be read: {}", bad->reason);
     }
+    NewPlaces places;
+    for (const auto& [oldPath, newPath] : resolution.moved) {
+      places.emplace(oldPath, NewPlace{newPath, identifyFile(files, newPath)});
+    }
     main->post([journal = std::move(journal), resolution = std::move(resolution),
-                reply = std::move(reply)]() mutable { reply(journal, resolution); });
+                places = std::move(places),
+                reply = std::move(reply)]() mutable { reply(journal, resolution, places); });
   });
 }
 
 void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
                                std::move_only_function<void()> done) {
-  adopt(resolution.moved);
   auto named = pathsOf(services_.store.entries());
   std::erase_if(resolution.undecided,
                 [&](const auto& pair) { return !named.contains(pair.oldPath); });
@@ -294,7 +282,7 @@ void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Res
                           main = services_.main, journal = std::move(journal),
                           named = std::move(named), resolution = std::move(resolution),
                           done = std::move(done)]() mutable {
-      clearUp(files, journal, named);
+      journal.clearUp(files, named);
       if (journal.pairs.size() != resolution.undecided.size()) {
         journal.pairs = std::move(resolution.undecided);
         if (const auto written = journal.write(files, paths); !written) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,13 @@ class HistoryRelocation {
   [[nodiscard]] bool isRunning() const { return run_ != nullptr; }
 
  private:
+  /// Where a file is now, and what its entry is to remember of it.
+  struct NewPlace {
+    std::string path;
+    std::optional<FileIdentity> identity;
+  };
+  using NewPlaces = std::map<std::string, NewPlace>;  // by the old path
+
   struct Request {
     RelocationTarget target;
     Progress progress;
@@ -81,7 +89,7 @@ class HistoryRelocation {
   void landed(RelocationMover::Batch batch);
   void finish();
   [[nodiscard]] std::vector<std::size_t> claimBatch();
-  void adopt(const std::map<std::string, std::string>& newPaths);
+  void adopt(const NewPlaces& places);
   void replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
               std::move_only_function<void()> done);
 

@@ -220,6 +220,33 @@ TEST_F(HistoryRelocationTest, EndedBeforeAnyChangeOfTheDiskEveryEntryIsReachable
   }
 }
 
+TEST_F(HistoryRelocationTest, ADiskThatGoesDuringTheMoveGetsNothingMore) {
+  for (const bool isBatchUnderWay : {false, true}) {
+    FakeFiles files;
+    files.mounts = {"/new"};
+    fill(files, 20);
+    World world(files, 5);
+    // Another file system has the name from then on: between two batches, or within one.
+    files.beforeChange = [&](int) {
+      if (world.tried == (isBatchUnderWay ? 7U : 5U)) {
+        files.mounted = {{"/new", {"what is below the disk", "/"}}};
+      }
+    };
+    const RelocationOutcome outcome = world.move("/new");
+    files.beforeChange = nullptr;
+    EXPECT_EQ(outcome.reason, "the new folder can't be reached any more");
+    EXPECT_LE(outcome.moved, 5);
+    EXPECT_EQ(outcome.moved + outcome.failed, 21);
+    expectReachable(world, 22);
+    // The disk again: the rest follows.
+    files.mounted = {};
+    EXPECT_EQ(world.move("/new").failed, 0);
+    expectReachable(world, 22);
+    EXPECT_THAT(files.names("/old"), IsEmpty());
+    EXPECT_EQ(files.text(journalPath), "(missing)");
+  }
+}
+
 TEST_F(HistoryRelocationTest, AFlagEndsItsMoveAloneWhetherItRunsOrWaits) {
   FakeFiles files;
   fill(files, 150);

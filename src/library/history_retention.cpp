@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <utility>
 
+#include "base/json_record.hpp"
 #include "base/log.hpp"
 
 namespace vantorel {
@@ -41,35 +44,110 @@ RetentionConfirmation confirmRetention(std::size_t count, RetentionPolicy policy
           "never auto-deleted."};
 }
 
-HistoryRetention::HistoryRetention(HistoryStore& store, HistoryDeletion& deletion,
-                                   const Clock& clock, std::shared_ptr<TaskRunner> main)
-    : store_(store),
-      deletion_(deletion),
-      clock_(clock),
-      main_(std::move(main)),
-      observation_(store.observe([this](const HistoryChange& change) {
+HistoryRetention::HistoryRetention(Services services)
+    : services_(std::move(services)),
+      observation_(services_.store.observe([this](const HistoryChange& change) {
         if (change.loaded) sweep();
       })) {}
 
 void HistoryRetention::setPolicy(RetentionPolicy policy) {
   policy_ = policy;
+  isAsking_ = false;
+  isRefused_ = false;
   sweep();
+}
+
+void HistoryRetention::readAgreement() {
+  if (std::exchange(isReading_, true)) return;
+  services_.work->post([&files = services_.files, path = services_.store.paths().retention(),
+                        main = services_.main,
+                        reply = alive_.guard([this](RetentionAgreement& found) {
+                          agreement_ = std::move(found);
+                          sweep();
+                        })]() mutable {
+    RetentionAgreement found;
+    const auto text = files.read(path);
+    auto read = text ? json::fromText<RetentionAgreement>(*text)
+                     : Result<RetentionAgreement>(std::unexpected(text.error()));
+    // What cannot be read was agreed by nobody, and is asked again.
+    if (read) found = *std::move(read);
+    main->post([reply = std::move(reply), found = std::move(found)]() mutable { reply(found); });
+  });
 }
 
 void HistoryRetention::sweep() {
   timer_.renew();
   if (policy_ == RetentionPolicy::off) return;
-  main_->postAfter(sweepInterval, timer_.guard([this] { sweep(); }));
-  if (!store_.isLoaded() || store_.indexRefusal() || isSweeping_) return;
-  const std::vector<std::string> expired = expiredEntries(store_, policy_, clock_.now());
-  if (expired.empty()) return;
+  services_.main->postAfter(sweepInterval, timer_.guard([this] { sweep(); }));
+  if (!services_.store.isLoaded() || services_.store.indexRefusal() || isSweeping_) return;
+  if (!agreement_) return readAgreement();
+  const double now = services_.clock.now();
+  const std::size_t count = expiredEntries(services_.store, policy_, now).size();
+  if (count > 0 && !mayMove()) {
+    if (isRefused_ || std::exchange(isAsking_, true)) return;
+    if (onQuestion) onQuestion(count, policy_);
+    return;
+  }
+  // Nothing of an age that was not agreed to is noted; and not every hour is worth a write.
+  const bool isOld = std::abs(now - agreement_->lookedAt) > secondsADay;
+  if (agreement_->policy() == policy_ && isOld) {
+    RetentionAgreement later = *agreement_;
+    later.lookedAt = now;
+    keep(std::move(later), [](bool) {});
+  }
+  if (count > 0) move();
+}
+
+bool HistoryRetention::mayMove() const {
+  const std::chrono::duration<double> pause(services_.clock.now() - agreement_->lookedAt);
+  return agreement_->policy() == policy_ && pause <= longestPause;
+}
+
+void HistoryRetention::answer(RetentionPolicy policy, bool isAgreed) {
+  if (policy != policy_ || !std::exchange(isAsking_, false) || !agreement_) return;
+  if (!isAgreed) {
+    isRefused_ = true;
+    return;
+  }
+  RetentionAgreement agreement = *agreement_;
+  agreement.days = daysOf(policy);
+  agreement.lookedAt = services_.clock.now();
+  keep(std::move(agreement), [this](bool kept) {
+    if (kept) sweep();
+  });
+}
+
+// Known here once it is on disk: what goes by it must not be asked about again.
+void HistoryRetention::keep(RetentionAgreement agreement,
+                            std::move_only_function<void(bool)> done) {
+  services_.work->post([&files = services_.files, path = services_.store.paths().retention(),
+                        agreement, main = services_.main,
+                        reply = alive_.guard([this, agreement, done = std::move(done)](
+                                                 const Result<void>& written) mutable {
+                          if (written) {
+                            agreement_ = std::move(agreement);
+                          } else {
+                            logWarning("History", "the agreed age could not be kept: {}",
+                                       written.error().reason);
+                          }
+                          done(written.has_value());
+                        })]() mutable {
+    main->post([reply = std::move(reply), written = files.replace(path, json::toText(agreement),
+                                                                  Privacy::ownerOnly)]() mutable {
+      reply(written);
+    });
+  });
+}
+
+void HistoryRetention::move() {
   isSweeping_ = true;
-  deletion_.trash(expired, HistoryDeletion::Undo::none,
-                  alive_.guard([this](const TrashSweep& swept) {
-                    isSweeping_ = false;
-                    logInfo("History", "{} capture(s) reached their age; {} stayed",
-                            swept.removed.size(), swept.failures.size());
-                  }));
+  services_.deletion.trash(expiredEntries(services_.store, policy_, services_.clock.now()),
+                           HistoryDeletion::Undo::none,
+                           alive_.guard([this](const TrashSweep& swept) {
+                             isSweeping_ = false;
+                             logInfo("History", "{} capture(s) reached their age; {} stayed",
+                                     swept.removed.size(), swept.failures.size());
+                           }));
 }
 
 }  // namespace vantorel

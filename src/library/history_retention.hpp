@@ -1,9 +1,13 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "library/history_deletion.hpp"
+#include "library/records/retention_agreement.hpp"
 #include "library/records/retention_policy.hpp"
 #include "platform/clock.hpp"
 
@@ -25,23 +29,55 @@ struct RetentionConfirmation {
 [[nodiscard]] RetentionConfirmation confirmRetention(std::size_t count, RetentionPolicy policy);
 
 /// Moves entries to the Trash when they have reached the age the user chose: after loading, when
-/// the choice changes, and once an hour. Lives on the main runner.
+/// the choice changes, and once an hour. Lives on the main runner; keeps the answers on `work`.
+///
+/// No age moves anything before the user has agreed to it. What was agreed is kept with the library
+/// and holds for this age and this library alone. Asked is when something would go for the first
+/// time, and again when the clock has gone on by more than a week since the last look: it may be
+/// wrong, and everything would go at once.
 class HistoryRetention {
  public:
-  HistoryRetention(HistoryStore& store, HistoryDeletion& deletion, const Clock& clock,
-                   std::shared_ptr<TaskRunner> main);
+  struct Services {
+    HistoryStore& store;
+    HistoryDeletion& deletion;
+    Files& files;
+    const Clock& clock;
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< a serial queue that may block
+  };
 
-  /// Sets the policy and looks at once.
+  static constexpr std::chrono::days longestPause{7};
+
+  explicit HistoryRetention(Services services);
+
+  /// Asks whether this many entries that have reached this age may go.
+  std::function<void(std::size_t count, RetentionPolicy policy)> onQuestion;
+
+  /// Sets the policy and looks at once. A question that waits is overtaken.
   void setPolicy(RetentionPolicy policy);
 
- private:
-  void sweep();
+  /// The answer to the question about this policy; one that was overtaken counts for nothing. After
+  /// a no, this policy moves nothing and asks nothing until the program starts anew.
+  void answer(RetentionPolicy policy, bool isAgreed);
 
-  HistoryStore& store_;
-  HistoryDeletion& deletion_;
-  const Clock& clock_;
-  std::shared_ptr<TaskRunner> main_;
+  /// The age agreed to last; `off` when none was, or before that is known.
+  [[nodiscard]] RetentionPolicy agreed() const {
+    return agreement_ ? agreement_->policy() : RetentionPolicy::off;
+  }
+
+ private:
+  void readAgreement();
+  void sweep();
+  [[nodiscard]] bool mayMove() const;
+  void keep(RetentionAgreement agreement, std::move_only_function<void(bool kept)> done);
+  void move();
+
+  Services services_;
   RetentionPolicy policy_ = RetentionPolicy::off;
+  std::optional<RetentionAgreement> agreement_;  // once it was read
+  bool isReading_ = false;
+  bool isAsking_ = false;
+  bool isRefused_ = false;  // the policy, in this run
   bool isSweeping_ = false;
   Observation observation_;
   Alive timer_;

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
 
 #include "base/check.hpp"
 #include "base/log.hpp"
@@ -61,11 +64,11 @@ void HistoryStore::loadWithLock(int attempt, std::move_only_function<void()> don
     IndexStorage::Loaded loaded;
     if (isBusy) {
       logError("History", "another process has the library; index writes disabled for this run");
-      loaded.load = IndexLoad::inUse;
+      loaded = storage->loadToLook(IndexLoad::inUse);
     } else if (!locked) {
       logError("History", "index could not be read; index writes disabled for this run: {}",
                locked.error().reason);
-      loaded.load = IndexLoad::unreadable;
+      loaded = storage->loadToLook(IndexLoad::unreadable);
     } else {
       loaded = storage->load();
     }
@@ -161,8 +164,32 @@ Result<void> HistoryStore::update(std::string_view id,
   return {};
 }
 
+void HistoryStore::revise(std::vector<Revision> revisions) {
+  if (!isLoaded()) return;
+  std::unordered_map<const ScreenshotEntry*, std::size_t> positions;
+  for (const Revision& revision : revisions) positions.emplace(revision.before.get(), SIZE_MAX);
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    if (const auto found = positions.find(entries_[i].get()); found != positions.end()) {
+      found->second = i;
+    }
+  }
+  HistoryChange change;
+  for (Revision& revision : revisions) {
+    VT_CHECK(revision.after.id == revision.before->id);
+    std::size_t& position = positions[revision.before.get()];
+    if (position == SIZE_MAX || revision.after == *revision.before) continue;
+    change.updated.push_back(
+        replaceAt(std::exchange(position, SIZE_MAX), std::move(revision.after)));
+  }
+  if (!change.updated.empty()) observers_.tell(change);
+}
+
 HistoryChange::Update HistoryStore::replaceAt(std::size_t position, ScreenshotEntry changed) {
   const EntryPointer before = entries_[position];
+  // What is remembered of one file says nothing of another.
+  if (changed.path != before->path && changed.fileIdentity == before->fileIdentity) {
+    changed.fileIdentity.reset();
+  }
   const EntryPointer after = std::make_shared<const ScreenshotEntry>(std::move(changed));
   entries_[position] = after;
   caches_.replace(before, after);

@@ -134,6 +134,16 @@ class HistoryStore {
   [[nodiscard]] Result<void> update(std::string_view id,
                                     const std::function<void(ScreenshotEntry&)>& change);
 
+  /// A changed copy of an entry as it was when somebody began to work on it.
+  struct Revision {
+    EntryPointer before;
+    ScreenshotEntry after;
+  };
+
+  /// Puts the copies in the places of those entries that are still as they were, as one change.
+  /// Does nothing before the index has loaded.
+  void revise(std::vector<Revision> revisions);
+
   [[nodiscard]] Result<void> addCollection(HistoryCollection collection);
   [[nodiscard]] Result<void> updateCollection(
       std::string_view id, const std::function<void(HistoryCollection&)>& change);

@@ -225,6 +225,9 @@ TEST_F(HistoryStoreTest, WaitsForAnotherProcessToEndAndRefusesToWriteBesideIt) {
   runners.advance(1s);
   EXPECT_EQ(loads, 1);
   EXPECT_EQ(store->loadOutcome(), IndexLoad::absent);
+  add("mine", 1);
+  runners.advance(1s);
+  const int changes = files.changes;
 
   HistoryStore second({files, runners, runners.main(), runners.runner("persist2"), 0},
                       LibraryPaths{"/data", "/caches"});
@@ -232,6 +235,13 @@ TEST_F(HistoryStoreTest, WaitsForAnotherProcessToEndAndRefusesToWriteBesideIt) {
   runners.advance(11s);
   EXPECT_EQ(loads, 2);
   EXPECT_EQ(second.loadOutcome(), IndexLoad::inUse);
+  EXPECT_NE(second.find("mine"), nullptr) << "it may be looked at";
+  EXPECT_EQ(second.indexRefusal(), "the index can't be written this run");
+  EXPECT_FALSE(second.indexWasReadFromDisk()) << "nobody may clear up by it";
+  ASSERT_TRUE(
+      second.update("mine", [](ScreenshotEntry& changed) { changed.starred = true; }).has_value());
+  runners.advance(1s);
+  EXPECT_EQ(files.changes, changes);
 }
 
 TEST_F(HistoryStoreTest, CachesFollowEveryChange) {

@@ -24,8 +24,7 @@ std::string numberedName(const Path& path, int number) {
   return fmt::format("{} {}{}", path.stem().string(), number, path.extension().string());
 }
 
-HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path) {
-  const FileReach reach = reachOf(files_, path);
+HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path, FileReach reach) {
   switch (reach) {
     case FileReach::there: break;
     case FileReach::fileGone: return NothingThere{};
@@ -53,13 +52,13 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
   RemovedEntry removed;
   removed.entry = candidate.entry;
   if (!candidate.keepsFile) {
-    FileOutcome file = moveToTrash(entry.path);
+    FileOutcome file = moveToTrash(entry.path, reachOf(files_, entry));
     if (auto* const failure = std::get_if<Failed>(&file)) return std::move(*failure);
     removed.trashedPNGURL = placeOf(file);
     removed.isUntracked = std::holds_alternative<MovedUntracked>(file);
   }
   if (entry.originalPath && !candidate.keepsOriginal && *entry.originalPath != entry.path) {
-    FileOutcome original = moveToTrash(*entry.originalPath);
+    FileOutcome original = moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
     if (auto* const failure = std::get_if<Failed>(&original)) {
       // The entry stays, so its file must too.
       if (removed.trashedPNGURL && !trash_.restore(*removed.trashedPNGURL, entry.path)) {
@@ -90,6 +89,16 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed) {
   Restored restored{.entry = removed.entry, .failure = std::nullopt};
   const auto put = [&](const std::optional<Path>& trashed, const Path& wanted, auto assign) {
     if (!trashed) return;
+    // Put into the folder below the mount point, it would be hidden when the disk comes back.
+    const FileReach reach = wanted == Path(removed.entry->path)
+                                ? reachOfPlace(files_, wanted, removed.entry->fileIdentity)
+                                : FileReach::fileGone;
+    const bool isAway = reach == FileReach::folderUnreachable || reach == FileReach::folderDenied;
+    if (isAway) {
+      restored.isInTrash = true;
+      restored.failure = sentence(reach);
+      return;
+    }
     const auto place = putBack(*trashed, wanted);
     if (!place) {
       logError(category, "restore from Trash failed: {}", place.error().reason);

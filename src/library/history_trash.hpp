@@ -5,6 +5,7 @@
 #include <string>
 #include <variant>
 
+#include "library/file_reach.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
@@ -59,7 +60,7 @@ class HistoryTrash {
   struct NothingThere {};
   struct MovedUntracked {};
   using FileOutcome = std::variant<Path, MovedUntracked, NothingThere, Failed>;
-  [[nodiscard]] FileOutcome moveToTrash(const Path& path);
+  [[nodiscard]] FileOutcome moveToTrash(const Path& path, FileReach reach);
   [[nodiscard]] Result<Path> putBack(const Path& trashed, const Path& wanted);
 
   Files& files_;

@@ -193,6 +193,14 @@ IndexStorage::Loaded IndexStorage::load() {
   return loaded;
 }
 
+IndexStorage::Loaded IndexStorage::loadToLook(IndexLoad load) {
+  onlyLooks_ = true;
+  Loaded loaded = readIndex();
+  loaded.load = load;
+  loaded.changedByReading = false;
+  return loaded;
+}
+
 IndexStorage::Loaded IndexStorage::readIndex() {
   Loaded loaded;
   const auto status = files_.status(paths_.index());
@@ -279,6 +287,7 @@ IndexStorage::Loaded IndexStorage::decode() {
 }
 
 IndexLoad IndexStorage::park(const std::string& text, std::string_view reason) {
+  if (onlyLooks_) return IndexLoad::notParked;
   if (parkIndex(files_, paths_.index(), text) == Parking::failed) {
     logError(category, "index {}, and no copy of it could be parked", reason);
     return IndexLoad::notParked;

@@ -110,6 +110,10 @@ class IndexStorage {
   /// Reads the index, or says why not. Logs what the user's support would ask for.
   [[nodiscard]] Loaded load();
 
+  /// The same without the lock and without any change of the disk, for `load` as the reason why:
+  /// what another process writes meanwhile is there whole, before or after.
+  [[nodiscard]] Loaded loadToLook(IndexLoad load);
+
   void apply(std::vector<IndexChange> changes);
 
   /// Writes the whole index in one step; readers see the old or the new one, also after a power
@@ -138,6 +142,7 @@ class IndexStorage {
   Files& files_;
   LibraryPaths paths_;
   std::uint32_t userID_;
+  bool onlyLooks_ = false;
   std::unique_ptr<FileLock> lock_;
   std::vector<Item> items_;
   HistoryIndexFile rest_;  // without entries

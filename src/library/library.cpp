@@ -21,7 +21,12 @@ Library::Library(Services services, LibraryPaths paths)
                    .files = services.files,
                    .main = services.main,
                    .work = services.moves}),
-      retention_(store_, deletion_, services.clock, services.main),
+      retention_({.store = store_,
+                  .deletion = deletion_,
+                  .files = services.files,
+                  .clock = services.clock,
+                  .main = services.main,
+                  .work = services.moves}),
       disk_(store_, services.files, services.main, services.moves) {}
 
 void Library::open() {

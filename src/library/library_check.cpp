@@ -54,11 +54,13 @@ std::optional<double> timeInName(std::string name) {
 
 class Checker {
  public:
-  Checker(const Files& files, const LibraryScope& scope) : files_(files) {
+  Checker(const Files& files, const LibraryScope& scope, const std::vector<SeenFile>& renamed)
+      : files_(files) {
     known_.insert(scope.unreadPaths.begin(), scope.unreadPaths.end());
     for (const EntryPointer& entry : scope.entries) {
       forEachPath(*entry, [this](const std::string& path) { known_.insert(path); });
     }
+    for (const SeenFile& file : renamed) known_.insert(file.path.string());
   }
 
   using Look = std::function<void(const Path& path, double modified)>;
@@ -92,32 +94,13 @@ bool isTemporaryCapture(const Path& path) {
 
 }  // namespace
 
-MissingFiles findMissingFiles(const Files& files, const EntryList& entries,
-                              const CheckProgress& progress) {
-  MissingFiles missing;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (!progress(i, entries.size())) {
-      missing.wasStopped = true;
-      break;
-    }
-    switch (reachOf(files, entries[i]->path)) {
-      case FileReach::there: break;
-      case FileReach::fileGone: missing.gone.push_back(entries[i]); break;
-      case FileReach::folderGone:
-      case FileReach::folderUnreachable:
-      case FileReach::folderDenied:
-      case FileReach::unknown: missing.outOfReach.push_back(entries[i]); break;
-    }
-  }
-  return missing;
-}
-
 LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                              const CheckProgress& progress) {
   LibraryFindings findings;
-  findings.missing = findMissingFiles(files, scope.entries, progress);
-  if (findings.missing.wasStopped) return findings;
-  const Checker checker(files, scope);
+  findings.look = lookForFiles(
+      files, scope.entries, {.entries = scope.entries, .unreadPaths = scope.unreadPaths}, progress);
+  if (findings.look.wasStopped) return findings;
+  const Checker checker(files, scope, findings.look.renamed);
 
   const std::set<Path> own{scope.paths.data, scope.paths.stagedCaptures(),
                            scope.paths.redactedOriginals(), scope.originals};
@@ -182,6 +165,7 @@ Result<ScreenshotEntry> entryForFile(const Files& files, const ImageCodec& codec
   ScreenshotEntry entry;
   entry.id = randomID();
   entry.path = path.string();
+  entry.fileIdentity = identifyFile(files, path);
   entry.capturedAt = timeInName(path.stem().string()).value_or(status.modified);
   entry.medium = *medium;
   if (*medium == CaptureMedium::image) {

@@ -5,26 +5,13 @@
 #include <set>
 #include <vector>
 
+#include "library/file_look.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
 
 namespace vantorel {
-
-/// Told how far a long look at the disk has come; answers whether to go on.
-using CheckProgress = std::function<bool(std::size_t done, std::size_t total)>;
-
-/// Entries whose files cannot be shown.
-struct MissingFiles {
-  EntryList gone;        ///< the file is no longer in its folder
-  EntryList outOfReach;  ///< its folder is gone or does not answer: the file may well be there
-  bool wasStopped = false;
-};
-
-/// Looks for the file of each entry. Blocks; any thread.
-[[nodiscard]] MissingFiles findMissingFiles(const Files& files, const EntryList& entries,
-                                            const CheckProgress& progress);
 
 /// Where a library is looked through.
 struct LibraryScope {
@@ -53,7 +40,7 @@ struct LibraryScope {
 
 /// What in a library does not fit together.
 struct LibraryFindings {
-  MissingFiles missing;
+  FileLook look;
   std::vector<Path> filesWithoutEntry;      ///< named as captures are
   std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses
 

@@ -53,10 +53,10 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   EXPECT_THAT(whole.temporaries, IsEmpty());
   EXPECT_THAT(whole.stagedCaptures, IsEmpty());
   EXPECT_THAT(whole.journals, IsEmpty());
-  ASSERT_EQ(whole.missing.gone.size(), 1U);
-  EXPECT_EQ(whole.missing.gone[0]->id, "gone");
-  ASSERT_EQ(whole.missing.outOfReach.size(), 1U);
-  EXPECT_EQ(whole.missing.outOfReach[0]->id, "away");
+  ASSERT_EQ(whole.look.gone.size(), 1U);
+  EXPECT_EQ(whole.look.gone[0]->id, "gone");
+  ASSERT_EQ(whole.look.outOfReach.size(), 1U);
+  EXPECT_EQ(whole.look.outOfReach[0]->id, "away");
 
   const std::string lost = "/captures/My shot 2026-03-01 at 14.05.09 2.webp";
   for (const std::string& path :
@@ -91,8 +91,8 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
 
   const LibraryFindings stopped =
       checkLibrary(files, scope, [](std::size_t done, std::size_t) { return done < 2; });
-  EXPECT_TRUE(stopped.missing.wasStopped);
-  EXPECT_EQ(stopped.missing.gone.size(), 1U);
+  EXPECT_TRUE(stopped.look.wasStopped);
+  EXPECT_EQ(stopped.look.gone.size(), 1U);
   EXPECT_THAT(stopped.journals, IsEmpty());
 }
 

@@ -17,6 +17,8 @@ struct LibraryPaths {
   [[nodiscard]] std::filesystem::path deletions() const { return data / "deletions.json"; }
   /// The last deletion, for as long as it can be undone.
   [[nodiscard]] std::filesystem::path pendingUndo() const { return data / "undo.json"; }
+  /// The age that the user agreed captures may go at.
+  [[nodiscard]] std::filesystem::path retention() const { return data / "retention.json"; }
   /// Captures grabbed but not yet filed.
   [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
   /// Originals of captures that were changed in place.

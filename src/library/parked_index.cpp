@@ -22,8 +22,8 @@ constexpr std::string_view category = "History";
 constexpr double keptForSeconds = 30.0 * 86400;
 constexpr std::uint64_t largestCopy = 512 << 20;
 
-/// What recognition finds again in the captures themselves.
-constexpr std::array recognised{"ocrText", "ocrBlocks", "codes", "translations"};
+/// What recognition finds again in the captures themselves, and what was made of it by hand.
+constexpr std::array recognised{"ocrText", "ocrBlocks", "codes", "translations", "editedText"};
 
 bool takeRecognised(JSONValue& value) {
   bool found = false;
@@ -34,6 +34,54 @@ bool takeRecognised(JSONValue& value) {
               return std::ranges::find(recognised, member.key) != recognised.end();
             }) > 0;
     for (JSONMember& member : *members) found |= takeRecognised(member.value);
+  }
+  return found;
+}
+
+/// The first place after a value that begins at `at`: a string, a list or an object, as far as it
+/// goes on making sense. One that never ends is taken to end before the next entry.
+std::size_t endOfValue(std::string_view text, std::size_t at) {
+  const std::size_t begin = at;
+  int depth = 0;
+  bool isInString = false;
+  for (; at < text.size(); ++at) {
+    const char c = text[at];
+    if (isInString) {
+      if (c == '\\') {
+        ++at;
+      } else if (c == '"') {
+        isInString = false;
+        if (depth == 0) return at + 1;
+      }
+    } else if (c == '"') {
+      isInString = true;
+    } else if (c == '[' || c == '{') {
+      ++depth;
+    } else if (c == ']' || c == '}') {
+      if (depth == 0) return at;
+      if (--depth == 0) return at + 1;
+    } else if (c == ',' && depth == 0) {
+      return at;
+    }
+  }
+  return std::min(text.find(R"({"id":)", begin), text.size());
+}
+
+/// The same for a text that is no JSON any more: whatever of it can be told from its keys. Each
+/// value becomes null, so that a copy that is repaired by hand is an index again.
+bool takeRecognised(std::string& text) {
+  bool found = false;
+  for (const std::string_view key : recognised) {
+    const std::string quoted = fmt::format(R"("{}")", key);
+    for (std::size_t at = 0; (at = text.find(quoted, at)) != std::string::npos;) {
+      at = text.find_first_not_of(" \t\r\n", at + quoted.size());
+      if (at == std::string::npos) break;
+      if (text[at] != ':') continue;
+      const std::size_t value = std::min(text.find_first_not_of(" \t\r\n", at + 1), text.size());
+      if (std::string_view(text).substr(value).starts_with("null")) continue;
+      text.replace(value, endOfValue(text, value) - value, "null");
+      found = true;
+    }
   }
   return found;
 }
@@ -68,15 +116,24 @@ class Pass {
       ++counts.left;
       return;
     }
-    auto root = json::parseValue(*std::move(text));
-    if (!hasEnvelopeVersion(root)) return removeOld(copy, status->modified);
-    if (!takeRecognised(*root)) {
-      ++counts.alreadyClean;
-    } else if (files_.replace(copy, json::toText(*root), Privacy::ownerOnly)) {
+    auto root = json::parseValue(*text);
+    if (hasEnvelopeVersion(root)) {
+      if (!takeRecognised(*root)) {
+        ++counts.alreadyClean;
+      } else if (rewrite(copy, json::toText(*root))) {
+        ++counts.scrubbed;
+      } else {
+        ++counts.left;
+      }
+      return;
+    }
+    if (now_ - status->modified >= keptForSeconds) return removeOld(copy);
+    if (!takeRecognised(*text)) {
+      ++counts.left;
+    } else if (rewrite(copy, *text)) {
       ++counts.scrubbed;
     } else {
       ++counts.left;
-      logWarning(category, "a parked index copy could not be rewritten without its text");
     }
   }
 
@@ -84,11 +141,15 @@ class Pass {
   int madeOwnerOnly = 0;
 
  private:
-  // Somebody may still mend it by hand: it is all there is of a library.
-  void removeOld(const Path& copy, double modified) {
-    if (now_ - modified < keptForSeconds) {
-      ++counts.left;
-    } else if (files_.remove(copy)) {
+  [[nodiscard]] bool rewrite(const Path& copy, std::string_view text) {
+    if (files_.replace(copy, text, Privacy::ownerOnly)) return true;
+    logWarning(category, "a parked index copy could not be rewritten without its text");
+    return false;
+  }
+
+  // Until then somebody may repair it by hand: it is all there is of a library.
+  void removeOld(const Path& copy) {
+    if (files_.remove(copy)) {
       ++counts.removed;
     } else {
       ++counts.left;

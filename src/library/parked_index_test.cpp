@@ -15,6 +15,25 @@ using testing::Not;
 constexpr double day = 86400;
 const LibraryPaths paths{"/data", "/caches"};
 
+TEST(ParkedIndexTest, WhatIsDamagedLosesItsTextsAndKeepsTheRest) {
+  const auto tidied = [](const std::string& text) {
+    FakeFiles files;
+    files.put("/data/history-1.unreadable.json", text);
+    (void)tidyParkedIndexes(files, {"/data", "/caches"}, 1);
+    return files.text("/data/history-1.unreadable.json");
+  };
+  EXPECT_EQ(
+      tidied(R"({"entries":[{"id":"a","ocrText" : "a \"secret\"","title":"say \"ocrText\": me",)"
+             R"("editedText":{"a":["secret",{"b":"]}"}]},"starred":true},{"id":"b)"),
+      R"({"entries":[{"id":"a","ocrText" : null,"title":"say \"ocrText\": me",)"
+      R"("editedText":null,"starred":true},{"id":"b)");
+  // A list that lost its end takes no other entry with it.
+  EXPECT_EQ(
+      tidied(R"({"entries":[{"id":"a","ocrBlocks":[{"lines":["secret"},{"id":"b","title":"t"}])"),
+      R"({"entries":[{"id":"a","ocrBlocks":null{"id":"b","title":"t"}])");
+  EXPECT_EQ(tidied(R"({"codes":)"), R"({"codes":null)");
+}
+
 TEST(ParkedIndexTest, CopiesLoseTheirTextAndRubbishGoesAfterAMonthButNoLinkIsTouched) {
   std::string log;
   const LogSink formerSink = setLogSink(
@@ -46,7 +65,9 @@ TEST(ParkedIndexTest, CopiesLoseTheirTextAndRubbishGoesAfterAMonthButNoLinkIsTou
   };
 
   EXPECT_EQ(tidyParkedIndexes(files, paths, 29 * day),
-            (ParkedIndexPass{.scrubbed = 1, .alreadyClean = 1, .left = 2}));
+            (ParkedIndexPass{.scrubbed = 2, .alreadyClean = 1, .left = 1}));
+  EXPECT_EQ(files.text("/data/history-2.unreadable.json"),
+            R"({"version":4,"entries":[{"id":"a","ocrText":null)");
   EXPECT_EQ(files.text(parked), R"({"version":3,"entries":{"x":[{"id":"a","title":"mine",)"
                                 R"("future":{"deep":1e400},"shapes":[]}]}})");
   EXPECT_EQ(files.disk[parked]->status.mode, 0600U);

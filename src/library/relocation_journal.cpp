@@ -2,6 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <set>
+
+#include "base/log.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -101,6 +105,26 @@ Result<void> RelocationJournal::write(Files& files, const LibraryPaths& paths) c
 // Recognised as a temporary by whoever looks for such in capture folders.
 Path RelocationJournal::temporaryIn(const Path& folder) const {
   return folder / fmt::format(".vantorel-{}.partial", id);
+}
+
+void RelocationJournal::clearUp(Files& files, const std::unordered_set<std::string>& named) const {
+  std::set<Path> folders;
+  for (const Pair& pair : pairs) folders.insert(Path(pair.newPath).parent_path());
+  std::vector<Path> surplus;
+  for (const Path& folder : folders) surplus.push_back(temporaryIn(folder));
+  for (const Pair& pair : pairs) {
+    // A copy was made, and the original was still to go.
+    if (!named.contains(pair.oldPath) && named.contains(pair.newPath) &&
+        isOnOtherFileSystem(files, pair.oldPath, pair.newPath) &&
+        holdsAllOf(files, pair.newPath, pair.oldPath)) {
+      surplus.emplace_back(pair.oldPath);
+    }
+  }
+  for (const Path& path : surplus) {
+    if (const auto removed = removeFile(files, path); !removed) {
+      logWarning("History", "{} could not be removed: {}", path.string(), removed.error().reason);
+    }
+  }
 }
 
 RelocationJournal::Resolution RelocationJournal::resolve(

@@ -57,6 +57,10 @@ struct RelocationJournal {
   /// The name under which a file is copied into `folder` before it gets its own.
   [[nodiscard]] Path temporaryIn(const Path& folder) const;
 
+  /// Removes what moves that were cut short left behind: half copies, and originals of copies that
+  /// the entries name by now. `named` are the paths that the entries keep. Blocks; any thread.
+  void clearUp(Files& files, const std::unordered_set<std::string>& named) const;
+
   /// What became of the pairs.
   struct Resolution {
     std::map<std::string, std::string> moved;  ///< old path to new path

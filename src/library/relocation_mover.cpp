@@ -66,6 +66,7 @@ void RelocationMover::keepLeftover(const EntryList& entries) {
   for (const EntryPointer& entry : entries) {
     forEachPath(*entry, [&](const std::string& path) { used.insert(path); });
   }
+  journal_.clearUp(files_, used);
   std::erase_if(journal_.pairs, [&](const RelocationJournal::Pair& pair) {
     if (used.contains(pair.oldPath)) {
       leftover_.insert(pair.oldPath);
@@ -106,7 +107,7 @@ Result<Path> RelocationMover::freePlace(const Path& wanted) {
           fmt::format("{} {}{}", wanted.stem().string(), number, wanted.extension().string()));
     }
     if (taken_.contains(place.string())) continue;
-    const auto status = files_.status(place);
+    const auto status = files_.status(at(place));
     if (status) continue;
     if (status.error().kind != FailureKind::notFound) return std::unexpected(status.error());
     taken_.insert(place.string());
@@ -150,11 +151,12 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
   }
   auto* const leftover = std::get_if<RelocationJournal>(&found);
   if (leftover != nullptr) journal_ = std::move(*leftover);
+  keepLeftover(entries);
   journal_.version = RelocationJournal::currentVersion;
   journal_.id = randomID();
-  keepLeftover(entries);
 
   RelocationTarget scope{normal(target.folder), {}};
+  target_ = scope.folder;
   for (const Path& source : target.sources) {
     if (isSameFolder(files_, normal(source), scope.folder)) continue;
     scope.sources.push_back(normal(source));
@@ -178,6 +180,8 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
         places.emplace(path, planned_.size() - 1);
       } else if (added.error().kind != FailureKind::notFound) {
         capture.problem = added.error().reason;
+      } else if (path == entry->path && reachOf(files_, *entry) == FileReach::folderUnreachable) {
+        capture.problem = "its folder can't be reached";
       }
     });
     if (capture.pairs.empty() && capture.problem.empty()) continue;
@@ -187,10 +191,16 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
   std::erase_if(journal_.pairs, [&](const auto& pair) { return places.contains(pair.oldPath); });
 
   if (!planned_.empty()) {
-    if (const auto prepared = prepareCaptureFolder(files_, scope.folder); !prepared) {
+    auto prepared = prepareCaptureFolder(files_, scope.folder);
+    const FileIdentity* const seen = lastSeenIn(scope.folder.string(), entries);
+    if (prepared && seen != nullptr && isUnmounted(files_, scope.folder, *seen)) {
+      prepared = failed(FailureKind::unreachable, "its disk is not connected");
+    }
+    if (!prepared) {
       plan.problem = "the new folder can't be used: " + prepared.error().reason;
       return plan;
     }
+    if (auto location = files_.location(scope.folder)) targetLocation_ = *std::move(location);
   }
   if (planned_.empty() && leftover == nullptr) return plan;
   if (const auto written = writeJournal(); !written) {
@@ -202,9 +212,10 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
 Result<FileMove> RelocationMover::moveOne(Planned& planned) {
   RelocationJournal::Pair& pair = planned.pair;
   for (int attempt = 1;; ++attempt) {
-    const Path folder = Path(pair.newPath).parent_path();
+    const Path newPath = at(pair.newPath);
+    const Path folder = newPath.parent_path();
     VT_TRY(files_.makeFolder(folder, Privacy::byUmask));
-    auto moved = moveFile(files_, pair.oldPath, pair.newPath, journal_.temporaryIn(folder));
+    auto moved = moveFile(files_, pair.oldPath, newPath, journal_.temporaryIn(folder));
     if (moved || moved.error().kind != FailureKind::exists || attempt == mostAttempts) return moved;
     pair.newPath = VT_TRY(freePlace(pair.newPath)).string();
     VT_TRY(writeJournal());
@@ -219,6 +230,12 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
     flag.turnedAway = true;
     return batch;
   }
+  if (const auto held = holdTarget(); !held) {
+    for (const std::size_t place : pairs) {
+      batch.failures.emplace_back(place, held.error().reason);
+    }
+    return batch;
+  }
   // Files may have changed, and names may have been taken, since the journal was written. It must
   // be right before anything moves.
   std::vector<std::size_t> ready;
@@ -230,7 +247,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       batch.failures.emplace_back(place, measure.error().reason);
       continue;
     }
-    const bool isTaken = files_.status(pair.newPath).has_value();
+    const bool isTaken = files_.status(at(pair.newPath)).has_value();
     if (isTaken || !measure->isAs(pair.measure())) {
       if (isTaken) {
         const auto free = freePlace(pair.newPath);
@@ -266,8 +283,9 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       batch.failures.emplace_back(place, moved.error().reason);
       continue;
     }
-    batch.moved.push_back({place, pair.oldPath, pair.newPath, *moved == FileMove::copied});
-    folders.insert(Path(pair.newPath).parent_path());
+    batch.moved.push_back({place, pair.oldPath, pair.newPath, *moved == FileMove::copied,
+                           identifyFile(files_, at(pair.newPath))});
+    folders.insert(at(pair.newPath).parent_path());
     folders.insert(Path(pair.oldPath).parent_path());
   }
   for (const Path& folder : folders) {
@@ -275,12 +293,54 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       logWarning(category, "{} could not be flushed: {}", folder.string(), flushed.error().reason);
     }
   }
+  if (!isTargetThere()) takeBack(batch);
+  heldTarget_.reset();
   return batch;
+}
+
+/// Fails when the new folder is not the one that the move began on.
+Result<void> RelocationMover::holdTarget() {
+  constexpr std::string_view reason = "the new folder can't be reached any more";
+  auto handle = files_.hold(target_);
+  if (!handle) return failed(handle.error().kind, std::string(reason));
+  heldTarget_ = *std::move(handle);
+  const auto location = files_.location(heldTarget_->path());
+  if ((location ? std::optional(*location) : std::nullopt) == targetLocation_) return {};
+  heldTarget_.reset();
+  return failed(FailureKind::unreachable, std::string(reason));
+}
+
+bool RelocationMover::isTargetThere() const {
+  const auto location = files_.location(target_);
+  return (location ? std::optional(*location) : std::nullopt) == targetLocation_;
+}
+
+/// Where something in the new folder is to be made: in the folder that is held, while one is.
+Path RelocationMover::at(const Path& newPath) const {
+  if (!heldTarget_) return newPath;
+  return heldTarget_->path() / newPath.lexically_relative(target_);
+}
+
+void RelocationMover::takeBack(Batch& batch) {
+  logWarning(category, "{} went away during the move", target_.string());
+  for (const Moved& moved : std::exchange(batch.moved, {})) {
+    const auto undone = moved.isCopied ? removeFile(files_, at(moved.newPath))
+                                       : files_.moveNew(at(moved.newPath), moved.oldPath);
+    // The journal still names it: whichever place it is at, the next launch sees.
+    if (!undone) {
+      logWarning(category, "{} could not be taken back: {}", moved.newPath, undone.error().reason);
+    }
+    batch.failures.emplace_back(moved.pair, "the new folder can't be reached any more");
+  }
 }
 
 void RelocationMover::retire(const std::vector<Moved>& moved,
                              std::span<const std::size_t> dropped) {
+  const bool hasCopies = std::ranges::any_of(moved, &Moved::isCopied);
+  const bool mayRemove = !hasCopies || isTargetThere();
   for (const Moved& one : moved) {
+    // Until the copies can be seen again the originals stay, and the next launch removes them.
+    if (one.isCopied && !mayRemove) continue;
     planned_[one.pair].isDone = true;
     if (!one.isCopied) continue;
     if (const auto removed = removeFile(files_, one.oldPath); !removed) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -49,14 +50,17 @@ class RelocationMover {
     std::size_t pair = 0;
     std::string oldPath;
     std::string newPath;
-    bool isCopied = false;  ///< the original is still there
+    bool isCopied = false;                   ///< the original is still there
+    std::optional<FileIdentity> identity{};  ///< of the file at its new place
   };
   struct Batch {
     std::vector<Moved> moved;
     std::vector<std::pair<std::size_t, std::string>> failures;  ///< with the reason
   };
 
-  /// Moves these pairs; none when the flag says stop. `moving` is called after each.
+  /// Moves these pairs; none when the flag says stop. `moving` is called after each. The new folder
+  /// is held open meanwhile: what moves cannot end up underneath the mount point of a disk that is
+  /// taken away. When that happened, what this batch moved is brought back.
   [[nodiscard]] Batch move(std::span<const std::size_t> pairs, RelocationStopFlag& flag,
                            const std::function<void()>& moving);
 
@@ -76,6 +80,10 @@ class RelocationMover {
   [[nodiscard]] Result<Path> freePlace(const Path& wanted);
   [[nodiscard]] Result<void> add(const std::string& path, const Path& wanted);
   [[nodiscard]] Result<FileMove> moveOne(Planned& planned);
+  [[nodiscard]] Result<void> holdTarget();
+  [[nodiscard]] bool isTargetThere() const;
+  [[nodiscard]] Path at(const Path& newPath) const;
+  void takeBack(Batch& batch);
   [[nodiscard]] Result<void> writeJournal();
 
   Files& files_;
@@ -84,6 +92,9 @@ class RelocationMover {
   std::vector<Planned> planned_;
   std::unordered_set<std::string> leftover_;  // old paths of an earlier move that did not end
   std::unordered_set<std::string> taken_;     // new paths
+  Path target_;                               // the new folder
+  std::optional<FolderLocation> targetLocation_;
+  std::unique_ptr<FolderHandle> heldTarget_;  // during a batch
 };
 
 /// True when captures can be put into `folder`; makes it when only the last part of its name is

@@ -4,7 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <csignal>
+#include <ctime>
 #include <fstream>
 #include <functional>
 #include <random>
@@ -22,30 +23,6 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-/// A file system of its own, mounted for as long as this lives.
-class MountedFolder {
- public:
-  MountedFolder(std::filesystem::path folder, const char* options) : folder_(std::move(folder)) {
-    std::filesystem::create_directories(folder_);
-    mount(options);
-  }
-  ~MountedFolder() { unmount(); }
-
-  void mount(const char* options) {
-    isMounted_ = ::mount("tmpfs", folder_.c_str(), "tmpfs", 0, options) == 0;
-    EXPECT_TRUE(isMounted_) << std::strerror(errno);
-  }
-  void unmount() {
-    if (!std::exchange(isMounted_, false)) return;
-    EXPECT_EQ(::umount2(folder_.c_str(), MNT_DETACH), 0) << std::strerror(errno);
-  }
-  [[nodiscard]] const std::filesystem::path& path() const { return folder_; }
-
- private:
-  std::filesystem::path folder_;
-  bool isMounted_ = false;
-};
 
 void setStorage(const Vantorel& vantorel, const std::filesystem::path& folder) {
   std::filesystem::create_directories(vantorel.root());
@@ -90,8 +67,10 @@ TEST(LibraryProgramTest, WhatHappensToFilesOutsideTheRunningProgramIsNoticedAndA
        ++i) {
     std::this_thread::sleep_for(100ms);
   }
-  EXPECT_THAT(listed(), AllOf(HasSubstr(kept), HasSubstr(onDisk), Not(HasSubstr(deleted)),
-                              Not(HasSubstr(late))));
+  EXPECT_THAT(listed(),
+              AllOf(HasSubstr(kept), HasSubstr(onDisk), Not(HasSubstr(deleted)),
+                    Not(HasSubstr(late)), HasSubstr((disk.path() / "renamed.png").string())));
+  std::filesystem::remove(disk.path() / "renamed.png");
 
   disk.unmount();
   const auto outOfReach = [&] {
@@ -278,6 +257,66 @@ TEST(LibraryProgramTest, AFullDiskUnderTheLibraryLosesNoCapture) {
   EXPECT_THAT(namesIn(vantorel.root()), Not(testing::Contains(testing::EndsWith(".staging"))));
 }
 
+TEST(LibraryProgramTest, ADiskThatIsAwayIsNeverTakenForDeletedFiles) {
+  TestDesktop desktop({.screen = PixelSize{320, 200}});
+  TestClient(desktop.display()).paintRoot(1);
+  const Vantorel vantorel(desktop);
+  // Mounted anywhere, and (as a folder of the very disk that the mount point is on) bound.
+  MountedFolder device(desktop.folder() / "device", "size=64m");
+  std::filesystem::create_directories(desktop.folder() / "bound");
+  for (const std::filesystem::path& from : {device.path(), desktop.folder() / "bound"}) {
+    const std::filesystem::path shots = desktop.folder() / ("shots of " + from.filename().string());
+    std::filesystem::create_directories(shots);
+    const auto connect = [&] {
+      ASSERT_EQ(::mount(from.c_str(), shots.c_str(), nullptr, MS_BIND, nullptr), 0);
+    };
+    const auto disconnect = [&] { ASSERT_EQ(::umount2(shots.c_str(), MNT_DETACH), 0); };
+    connect();
+    ASSERT_EQ(vantorel.run({"settings", "set", "storageDirectory", shots.string()}).status, 0);
+    std::vector<std::filesystem::path> taken;
+    for (int i = 0; i < 4; ++i) taken.emplace_back(pathIn(vantorel.run({"capture", "display"})));
+    ASSERT_EQ(taken.back().parent_path(), shots);
+    const std::size_t all = vantorel.entries().size();
+    // A Trash takes nothing from a folder that is bound: that is another mount of its disk.
+    const bool hasTrash = from == device.path();
+    const auto last = hasTrash ? "trash" : "forget";
+    ASSERT_EQ(vantorel.run({"library", last, "latest"}).status, 0);
+
+    disconnect();
+    if (hasTrash) {
+      const ChildOutcome back = vantorel.run({"library", "undo"});
+      EXPECT_THAT(back.err, HasSubstr("Reconnect it")) << back.out;
+    }
+    const ChildOutcome pruned = vantorel.run({"library", "prune"});
+    EXPECT_EQ(pruned.out, "0 captures removed from History\n");
+    EXPECT_THAT(pruned.err, HasSubstr(" captures out of reach stay in History.\n"));
+    (void)vantorel.run({"library", "verify", "--repair"});
+    const ChildOutcome away = vantorel.run({"library", "trash", "latest"});
+    EXPECT_EQ(away.status, 1);
+    EXPECT_THAT(away.err, HasSubstr("Reconnect it"));
+    const ChildOutcome moved =
+        vantorel.run({"library", "relocate", (desktop.folder() / "near").string()});
+    EXPECT_THAT(moved.err, HasSubstr("can't be reached"));
+    EXPECT_EQ(vantorel.run({"settings", "set", "storageDirectory", shots.string()}).status, 0);
+    // What is captured meanwhile is not hidden when the disk comes back.
+    const ChildOutcome meanwhile = vantorel.run({"capture", "display"});
+    EXPECT_EQ(std::filesystem::path(pathIn(meanwhile)).parent_path(), vantorel.captures());
+    EXPECT_THAT(meanwhile.err, HasSubstr("its disk is not connected"));
+    EXPECT_THAT(namesIn(shots), IsEmpty());
+    EXPECT_EQ(vantorel.entries().size(), all) << "one went, one came";
+
+    connect();
+    std::filesystem::remove(taken[0]);
+    std::filesystem::rename(taken[1], shots / "renamed.png");
+    const ChildOutcome prunedNow = vantorel.run({"library", "prune"});
+    EXPECT_EQ(prunedNow.out, "1 capture removed from History\n");
+    EXPECT_THAT(prunedNow.err, HasSubstr("1 capture found under another name.\n"));
+    EXPECT_THAT(readAll(vantorel.root() / "history.json"),
+                HasSubstr("\"path\":\"" + (shots / "renamed.png").string()));
+    disconnect();
+  }
+}
+
 TEST(LibraryProgramTest, EachDiskHasATrashOfItsOwn) {
   TestDesktop desktop;
   TestClient(desktop.display()).paintRoot(1);
@@ -303,8 +342,9 @@ TEST(LibraryProgramTest, EachDiskHasATrashOfItsOwn) {
   disk.unmount();
   const ChildOutcome away = vantorel.run({"library", "trash", "latest"});
   EXPECT_EQ(away.status, 1);
-  EXPECT_THAT(away.err, HasSubstr("the folder it was in no longer exists. Use Remove from History "
-                                  "to take it out of Vantorel."));
+  EXPECT_THAT(away.err,
+              HasSubstr("the folder it's in can't be reached. Reconnect it, or use Remove "
+                        "from History."));
   const ChildOutcome pruned = vantorel.run({"library", "prune"});
   EXPECT_EQ(pruned.out, "0 captures removed from History\n");
   EXPECT_EQ(pruned.err, "1 capture out of reach stays in History.\n");
@@ -340,7 +380,7 @@ TEST(LibraryProgramTest, RepairMovesOrphanedOriginalsToTheTrashAndRemovesTempora
   EXPECT_TRUE(vantorel.run({"library", "verify"}).out.starts_with("1 capture, ")) << "all in order";
 }
 
-TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAlone) {
+TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAloneAndOnceAgreedTo) {
   TestDesktop desktop({.windowManager = true, .bus = true});
   TestClient client(desktop.display());
   client.paintRoot(1);
@@ -357,8 +397,24 @@ TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAlone) {
   std::ofstream(vantorel.root() / "settings.json") << R"({"retentionDays":7})";
   EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
   EXPECT_EQ(vantorel.entries().size(), 3U) << "a command does what it says and nothing else";
+  {
+    // Killed with its question open, which refuses captures.
+    ChildProcess asking = vantorel.start({});
+    int status = 0;
+    for (int i = 0; i < 200 && status != 4; ++i) {
+      status = vantorel.run({"capture", "display"}).status;
+    }
+    EXPECT_EQ(status, 4);
+    asking.signal(SIGKILL);
+    asking.wait();
+  }
+  EXPECT_TRUE(std::filesystem::exists(vantorel.captures() / "old.png"));
+  EXPECT_FALSE(std::filesystem::exists(vantorel.root() / "retention.json"));
+  std::ofstream(vantorel.root() / "retention.json")
+      << R"({"days":7,"lookedAt":)" << std::time(nullptr) << "}";
   ChildProcess tray = vantorel.start({});
-  for (int i = 0; i < 200 && vantorel.entries().size() > 2; ++i) std::this_thread::sleep_for(50ms);
+  const auto isOldThere = [&] { return std::filesystem::exists(vantorel.captures() / "old.png"); };
+  for (int i = 0; i < 200 && isOldThere(); ++i) std::this_thread::sleep_for(50ms);
   waitForTray(client, vantorel, tray);
   EXPECT_EQ(vantorel.run({"quit"}).status, 0);
   EXPECT_EQ(tray.wait().status, 0);

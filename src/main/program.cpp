@@ -131,8 +131,11 @@ struct Program::Parts {
       alerts = std::make_unique<DesktopAlerts>(ui->alerts(), notifications);
     }
     if (settingsFile.problem()) {
-      logWarning("Settings", "{}", *settingsFile.problem());
-      alerts->notify("Settings", *settingsFile.problem());
+      logError("Settings", "{}", *settingsFile.problem());
+      if (ui != nullptr) alerts->notify("Settings", *settingsFile.problem());
+    }
+    for (const std::string& sentence : settings.refusedAtStart()) {
+      logWarning("Settings", "{}", sentence);
     }
     settingsFile.onProblem(
         [this](const std::string& sentence) { alerts->notify("Settings", sentence); });
@@ -166,8 +169,8 @@ struct Program::Parts {
                               .defaults = &settingsFile,
                               .alerts = alerts.get(),
                               .usualFolder = folders.captures});
-    retentionSetting = std::make_unique<RetentionSetting>(RetentionSetting::Services{
-        library.store(), library.retention(), settings, *alerts, *clock});
+    retentionSetting = std::make_unique<RetentionSetting>(
+        RetentionSetting::Services{library.retention(), settings, *alerts});
     libraryVerify = std::make_unique<LibraryVerify>(LibraryVerify::Services{
         .main = main,
         .work = queues.queue("com.hollen.Vantorel.library"),

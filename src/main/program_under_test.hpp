@@ -2,11 +2,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "library/history_index_file.hpp"
@@ -28,6 +32,30 @@ inline std::vector<std::string> namesIn(const std::filesystem::path& folder) {
   }
   return names;
 }
+
+/// A file system of its own, mounted for as long as this lives.
+class MountedFolder {
+ public:
+  MountedFolder(std::filesystem::path folder, const char* options) : folder_(std::move(folder)) {
+    std::filesystem::create_directories(folder_);
+    mount(options);
+  }
+  ~MountedFolder() { unmount(); }
+
+  void mount(const char* options) {
+    isMounted_ = ::mount("tmpfs", folder_.c_str(), "tmpfs", 0, options) == 0;
+    EXPECT_TRUE(isMounted_) << std::strerror(errno);
+  }
+  void unmount() {
+    if (!std::exchange(isMounted_, false)) return;
+    EXPECT_EQ(::umount2(folder_.c_str(), MNT_DETACH), 0) << std::strerror(errno);
+  }
+  [[nodiscard]] const std::filesystem::path& path() const { return folder_; }
+
+ private:
+  std::filesystem::path folder_;
+  bool isMounted_ = false;
+};
 
 /// The built program on a private desktop, with a library of its own.
 class Vantorel {

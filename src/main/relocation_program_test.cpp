@@ -21,6 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::AnyOf;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::MatchesRegex;
 
 /// A library of `count` files of some bytes each, made by hand.
@@ -110,6 +111,44 @@ TEST(RelocationProgramTest, TheLibraryMovesWholeWhereverItIsKilled) {
   EXPECT_THAT(refused.err, HasSubstr("History found a record of an earlier move"));
   expectAllReachable(vantorel, count, {near});
   ASSERT_EQ(::umount(stick.c_str()), 0);
+}
+
+TEST(RelocationProgramTest, ADiskTakenAwayDuringTheMoveHidesNothingUnderneath) {
+  constexpr int count = 150;
+  TestDesktop desktop({.screen = std::nullopt});
+  const Vantorel vantorel(desktop);
+  MountedFolder device(desktop.folder() / "device", "size=16m");
+  const auto near = desktop.folder() / "near";
+  const auto stick = desktop.folder() / "stick";
+  std::filesystem::create_directories(stick);
+  fillLibrary(vantorel, count);
+  const auto connect = [&] {
+    ASSERT_EQ(::mount(device.path().c_str(), stick.c_str(), nullptr, MS_BIND, nullptr), 0);
+  };
+  const auto disconnect = [&] { ASSERT_EQ(::umount2(stick.c_str(), MNT_DETACH), 0); };
+  for (std::size_t moment = 0; moment < 8; ++moment) {
+    connect();
+    ChildProcess process = vantorel.start({"library", "relocate", stick.string()});
+    while (namesIn(device.path()).size() <= moment * 18 && process.isRunning()) {
+    }
+    disconnect();
+    const ChildOutcome outcome = process.wait();
+    EXPECT_THAT(namesIn(stick), IsEmpty());
+    std::size_t moved = 0;
+    for (const EntryPointer& entry : vantorel.entries()) {
+      const std::filesystem::path path = entry->path;
+      const bool isOnDisk = path.parent_path() == stick;
+      moved += isOnDisk ? 1 : 0;
+      EXPECT_TRUE(std::filesystem::exists(isOnDisk ? device.path() / path.filename() : path))
+          << path;
+    }
+    EXPECT_EQ(outcome.status == 0, moved == count) << outcome.err;
+    connect();
+    EXPECT_EQ(vantorel.run({"library", "relocate", near.string()}).status, 0);
+    expectAllReachable(vantorel, count, {near, stick, vantorel.captures()});
+    disconnect();
+    ASSERT_FALSE(HasFailure()) << "moment " << moment << ", " << moved << " moved";
+  }
 }
 
 TEST(RelocationProgramTest, TheRunningProgramMovesTheLibraryAndAQuitStopsIt) {

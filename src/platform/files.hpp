@@ -32,6 +32,25 @@ struct FolderItem {
   FileType type = FileType::other;
 };
 
+/// Where a folder lies, in words that mean the same after the system has started anew: another file
+/// system under the same name has another volume, and a folder that was mounted there from
+/// elsewhere (a bind mount) another path.
+struct FolderLocation {
+  std::string volume;  ///< the file system: by its own identity, or by its server and share
+  std::string folder;  ///< absolute path on that file system, wherever it is mounted
+  bool operator==(const FolderLocation&) const = default;
+};
+
+/// A folder held open. Any thread.
+class FolderHandle {
+ public:
+  virtual ~FolderHandle() = default;
+
+  /// Leads to this very folder for as long as the handle lives, even when its file system is
+  /// unmounted or another one is mounted over its name meanwhile.
+  [[nodiscard]] virtual Path path() const = 0;
+};
+
 /// Who may read what is created.
 enum class Privacy {
   ownerOnly,  ///< 0600 files, 0700 folders, whatever the umask
@@ -94,6 +113,16 @@ class Files {
   /// Everything directly inside a folder, in no order.
   [[nodiscard]] virtual Result<std::vector<FolderItem>> list(const Path& folder) const = 0;
 
+  /// The absolute path of what `path` leads to, with all symbolic links followed. `notFound` when
+  /// it leads nowhere.
+  [[nodiscard]] virtual Result<Path> resolved(const Path& path) const = 0;
+
+  /// Where a folder lies, behind symbolic links as well. Fails with `notFound` when there is none.
+  [[nodiscard]] virtual Result<FolderLocation> location(const Path& folder) const = 0;
+
+  /// Opens a folder, so that what is done in it cannot end up in another one of that name.
+  [[nodiscard]] virtual Result<std::unique_ptr<FolderHandle>> hold(const Path& folder) const = 0;
+
   /// Creates the folder and those above it; fine when it is there already.
   [[nodiscard]] virtual Result<void> makeFolder(const Path& folder, Privacy privacy) = 0;
 
@@ -125,9 +154,9 @@ class Files {
   /// between file systems or where the file system has no hard links.
   [[nodiscard]] virtual Result<void> linkNew(const Path& from, const Path& to) = 0;
 
-  /// Copies the regular file `from` to the new file `to`, on whatever file system: content, extended
-  /// attributes where `to`'s file system keeps them, permissions and modification time. Flushed;
-  /// `exists` when `to` is there, and on any other failure nothing is left under `to`.
+  /// Copies the regular file `from` to the new file `to`, on whatever file system: content,
+  /// extended attributes where `to`'s file system keeps them, permissions and modification time.
+  /// Flushed; `exists` when `to` is there, and on any other failure nothing is left under `to`.
   [[nodiscard]] virtual Result<void> copyNew(const Path& from, const Path& to) = 0;
 
   /// Removes a file or an empty folder; `notFound` when there is none.

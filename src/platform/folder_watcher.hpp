@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,7 +22,11 @@ struct FolderEvent {
   };
 
   Kind kind = Kind::changed;
-  std::string name;  ///< of the file; empty for the last two
+  std::string name{};  ///< of the file; empty for the last two
+
+  /// The same for the two events of one move, from one watched folder to another or within one, and
+  /// for no other events that come near it; 0 when the file was not moved.
+  std::uint32_t move = 0;
 };
 
 /// Ends the watch when it goes; no event comes after that.

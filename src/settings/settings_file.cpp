@@ -26,13 +26,6 @@ Path asideOf(const Path& file) {
          fmt::format("{}-{}.unreadable.json", file.stem().string(), randomID().substr(0, 8));
 }
 
-/// Moves a file that makes no sense out of the way, under a name of its own.
-Result<Path> setAside(Files& files, const Path& file) {
-  Path aside = asideOf(file);
-  VT_TRY(files.moveNew(file, aside));
-  return aside;
-}
-
 }  // namespace
 
 /// The file itself. Blocks: used on the io runner, and by the constructor before that runner has
@@ -59,12 +52,13 @@ class SettingsFile::Disk {
   [[nodiscard]] Result<Applied> apply(const Changes& changes, const Values& held) {
     VT_TRY(files_.makeFolder(file_.parent_path(), Privacy::ownerOnly));
     const auto lock = VT_TRY(files_.lock(lockFile()));
+    const Path file = VT_TRY(target());
     std::optional<Path> aside;
     auto read = this->read();
     if (!read && read.error().kind == FailureKind::malformed) {
       // A copy: should the disk be full, the next attempt must find the damage, not a file gone.
       aside = asideOf(file_);
-      VT_TRY(files_.copyNew(file_, *aside));
+      VT_TRY(files_.copyNew(file, *aside));
       read = held;
     }
     Values values = VT_TRY(std::move(read));
@@ -78,22 +72,34 @@ class SettingsFile::Disk {
     json::Object object;
     for (const auto& [key, value] : values) object.push_back({key, value});
     auto replaced =
-        files_.replace(file_, json::toText({std::move(object)}) + "\n", Privacy::ownerOnly);
+        files_.replace(file, json::toText({std::move(object)}) + "\n", Privacy::ownerOnly);
     if (!replaced && aside) (void)files_.remove(*aside);
     VT_TRY(std::move(replaced));
-    VT_TRY(files_.flushFolder(file_.parent_path()));
+    VT_TRY(files_.flushFolder(file.parent_path()));
     return Applied{std::move(values), std::move(aside)};
   }
 
   /// Readable by its owner alone, and without what a run left that was killed while it wrote.
   void tidy() {
     // A file written by hand may be open to others; what comes of it shows at the next write.
-    (void)files_.makeOwnerOnly(file_);
-    Path staging = file_;
+    const auto file = target();
+    if (!file) return;
+    (void)files_.makeOwnerOnly(*file);
+    Path staging = *file;
     staging += ".staging";
     if (!files_.status(staging)) return;
     // Another process may be writing it now.
     if (const auto lock = files_.lock(lockFile())) (void)files_.remove(staging);
+  }
+
+  /// What is written: the file, or what it leads to when it is a link.
+  [[nodiscard]] Result<Path> target() const {
+    const auto status = files_.status(file_);
+    if (!status || status->type != FileType::link) return file_;
+    auto found = files_.resolved(file_);
+    if (found) return found;
+    return failed(found.error().kind,
+                  file_.filename().string() + " is a link, and what it leads to can't be reached");
   }
 
  private:
@@ -115,21 +121,16 @@ SettingsFile::SettingsFile(Services services, Path file)
   if (read) {
     values_ = *std::move(read);
   } else if (read.error().kind == FailureKind::malformed) {
-    if (const auto aside = setAside(services_.files, file_)) {
-      problem_ = fmt::format(
-          "Vantorel couldn't read its settings. They were put aside as {}, and all settings are "
-          "back at their defaults.",
-          aside->filename().string());
-    } else {
-      blocked_ = true;
-      problem_ = "Vantorel couldn't read its settings. Changes last until it quits.";
-    }
+    problem_ = fmt::format(
+        "Vantorel couldn't read its settings, so all of them are at their defaults: {}. Correct "
+        "{}, "
+        "or it is put aside when a setting is changed.",
+        read.error().reason, file_.string());
   } else {
     blocked_ = true;
     problem_ = fmt::format("Vantorel couldn't read its settings: {}. Changes last until it quits.",
                            read.error().reason);
   }
-  if (problem_) logError("Settings", "{}", *problem_);
   watch();
 }
 
@@ -280,9 +281,10 @@ void SettingsFile::watch() {
   if (services_.watcher == nullptr || blocked_) return;
   // The folder must be there to be watched; making it is harmless and quick.
   (void)services_.files.makeFolder(file_.parent_path(), Privacy::ownerOnly);
+  const Path file = disk_->target().value_or(file_);
   auto watch = services_.watcher->watch(
-      file_.parent_path(), services_.main, [this](const FolderEvent& event) {
-        if (event.name == file_.filename() || event.kind == FolderEvent::Kind::overflowed) {
+      file.parent_path(), services_.main, [this, name = file.filename()](const FolderEvent& event) {
+        if (event.name == name || event.kind == FolderEvent::Kind::overflowed) {
           readAgain();
         }
       });

@@ -17,7 +17,8 @@ namespace vantorel {
 
 /// Preferences in one JSON object in one file, for its owner alone. Each write reads the file again
 /// under a lock and changes only the keys set here, so that processes of one user keep each other's
-/// changes and the keys of other builds. Lives on the main runner; writes run on `io`.
+/// changes and the keys of other builds. A file that is a link, as among settings that are kept
+/// elsewhere, is written where it leads. Lives on the main runner; writes run on `io`.
 class SettingsFile final : public DefaultsStore {
  public:
   struct Services {
@@ -31,12 +32,13 @@ class SettingsFile final : public DefaultsStore {
   SettingsFile(Services services, Path file);
   ~SettingsFile() override;
 
-  /// What was wrong with the file at start, as a sentence for the user: it was put aside, or cannot
-  /// be read and is left alone, so that changes last only for this run.
+  /// What was wrong with the file at start, as a sentence for the user. One that makes no sense
+  /// stays as it is until something is changed; one that cannot be read is left alone, so that
+  /// changes last only for this run.
   [[nodiscard]] const std::optional<std::string>& problem() const { return problem_; }
 
-  /// Called with a sentence for the user when a write found that the file no longer made sense: it
-  /// was put aside, and written anew from the values held here.
+  /// Called with a sentence for the user when a write found that the file made no sense: it was put
+  /// aside, and written anew from the values held here.
   void onProblem(std::function<void(const std::string& sentence)> listener);
 
   [[nodiscard]] std::optional<JSONValue> value(std::string_view key) const override;

@@ -95,9 +95,16 @@ TEST_F(SettingsFileTest, OwnChangesWinOverWhatIsReadWhileTheyAreOnTheirWay) {
 TEST_F(SettingsFileTest, FileThatMakesNoSenseIsPutAsideWhole) {
   files.put(path, "{damaged");
   auto settings = open();
-  EXPECT_THAT(*settings->problem(), HasSubstr("put aside as settings-"));
+  EXPECT_THAT(*settings->problem(), HasSubstr("couldn't read its settings"));
+  EXPECT_THAT(*settings->problem(), HasSubstr("/config/settings.json"));
+  runners.advance(1min);
+  EXPECT_EQ(files.text(path), "{damaged") << "nobody changed anything";
+  EXPECT_EQ(files.changes, 0);
+  std::vector<std::string> told;
+  settings->onProblem([&](const std::string& sentence) { told.push_back(sentence); });
   settings->set("a", {true});
   EXPECT_EQ(flushed(*settings), "");
+  EXPECT_THAT(told, ElementsAre(HasSubstr("put aside as settings-")));
   std::vector<std::string> aside;
   for (const std::string& name : files.names("/config")) {
     if (name.ends_with(".unreadable.json")) aside.push_back(files.text(Path("/config") / name));
@@ -105,14 +112,31 @@ TEST_F(SettingsFileTest, FileThatMakesNoSenseIsPutAsideWhole) {
   EXPECT_THAT(aside, ElementsAre("{damaged"));
   EXPECT_EQ(files.text(path), "{\"a\":true}\n");
 
+  // What its owner puts right counts at once.
   files.put(path, "{damaged again");
-  files.changesFail = FailureKind::readOnly;
   settings = open();
+  changeOutside(R"({"a":7})");
+  EXPECT_EQ(settings->value("a"), JSONValue{std::int64_t{7}});
+}
+
+TEST_F(SettingsFileTest, AFileThatIsALinkIsWrittenWhereItLeads) {
+  files.put("/dotfiles/settings.json", R"({"a":1})");
+  files.links[path] = "/dotfiles/settings.json";
+  auto settings = open();
+  EXPECT_EQ(settings->value("a"), JSONValue{std::int64_t{1}});
+  settings->set("a", {true});
+  EXPECT_EQ(flushed(*settings), "");
+  EXPECT_EQ(files.text("/dotfiles/settings.json"), "{\"a\":true}\n");
+  EXPECT_FALSE(files.disk.contains(path));
+  files.put("/dotfiles/settings.json", R"({"a":8})");
+  watcher.happen("/dotfiles", FolderEvent::Kind::appeared, "settings.json");
+  runners.run();
+  EXPECT_EQ(settings->value("a"), JSONValue{std::int64_t{8}});
+
+  files.disk.erase("/dotfiles/settings.json");
   settings->set("a", {false});
-  EXPECT_EQ(settings->value("a"), JSONValue{false}) << "for this run";
-  files.changesFail.reset();
-  EXPECT_THAT(flushed(*settings), HasSubstr("couldn't read its settings"));
-  EXPECT_EQ(files.text(path), "{damaged again");
+  EXPECT_THAT(flushed(*settings), HasSubstr("is a link"));
+  EXPECT_FALSE(files.disk.contains(path));
 }
 
 TEST_F(SettingsFileTest, FileDamagedWhileTheProgramRunsCostsNoSetting) {

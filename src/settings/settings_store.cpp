@@ -38,12 +38,21 @@ std::unexpected<Failure> unknownKey(std::string_view key) {
   return failed(FailureKind::notFound, fmt::format("there is no setting called \"{}\"", key));
 }
 
+std::string shown(const std::optional<JSONValue>& value) {
+  return value ? json::toText(*value) : "none";
+}
+
 }  // namespace
 
 SettingsStore::SettingsStore(DefaultsStore& store, SettingsValues defaults)
     : store_(store), defaults_(std::move(defaults)), values_(defaults_) {
   for (const Setting& setting : settingsTable()) {
-    setting.load(store_.value(setting.key), defaults_, values_);
+    const std::optional<JSONValue> stored = store_.value(setting.key);
+    setting.load(stored, defaults_, values_);
+    if (stored && *stored != JSONValue{nullptr} && !setting.accepts(*stored)) {
+      refusedAtStart_.push_back(fmt::format("{} must be {}; {} is used", setting.key,
+                                            setting.allowed, shown(setting.store(values_))));
+    }
   }
   store_.onOutsideChange(alive_.guard([this](std::string_view key) {
     if (const Setting* const setting = findSetting(key)) reload(*setting);

@@ -23,6 +23,10 @@ class SettingsStore {
   /// with the folders of this user.
   SettingsStore(DefaultsStore& store, SettingsValues defaults);
 
+  /// What the store had at start that is no value of its setting, a sentence each; another value is
+  /// in force.
+  [[nodiscard]] const std::vector<std::string>& refusedAtStart() const { return refusedAtStart_; }
+
   [[nodiscard]] const SettingsValues& values() const { return values_; }
   [[nodiscard]] const SettingsValues& defaults() const { return defaults_; }
 
@@ -96,6 +100,7 @@ class SettingsStore {
   DefaultsStore& store_;
   SettingsValues defaults_;
   SettingsValues values_;
+  std::vector<std::string> refusedAtStart_;
   Observers<std::string_view> observers_;
   Alive alive_;
 };

@@ -91,6 +91,7 @@ void ScreenshotEntry::describe(V& v, S& entry) {
   v.field("editedText", entry.editedText);
   v.field("sourceApp", entry.sourceApp);
   v.field("title", entry.title);
+  v.field("fileIdentity", entry.fileIdentity);
   v.rest(entry.extra);
 }
 VT_JSON_RECORD(ScreenshotEntry)

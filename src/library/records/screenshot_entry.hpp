@@ -17,6 +17,7 @@
 #include "editor/records/edited_text.hpp"
 #include "editor/records/layer_spec.hpp"
 #include "editor/records/shape.hpp"
+#include "library/records/file_identity.hpp"
 #include "recording/records/gif_export.hpp"
 #include "recording/records/recording_zoom_event.hpp"
 #include "studio/records/studio_entry_record.hpp"
@@ -78,6 +79,8 @@ struct ScreenshotEntry {
   Rare<EditedText> editedText;
   std::optional<SourceApp> sourceApp;
   std::optional<std::string> title;
+  /// Of the file at `path` when it was last seen there; empty until it was.
+  Rare<FileIdentity> fileIdentity;
   json::Extra extra;  ///< what this build does not know
 
   bool operator==(const ScreenshotEntry&) const = default;

@@ -124,9 +124,10 @@ InotifyWatcher::InotifyWatcher()
         const char* const name = buffer.data() + at + sizeof event;
         at += static_cast<ssize_t>(sizeof event + event.len);
         if (event.mask & IN_Q_OVERFLOW) {
-          sinks->tellAll({FolderEvent::Kind::overflowed, {}});
+          sinks->tellAll({.kind = FolderEvent::Kind::overflowed});
         } else if (const auto kind = kindOf(event.mask)) {
-          sinks->tell(event.wd, {*kind, event.len > 0 ? std::string(name) : std::string()});
+          sinks->tell(event.wd,
+                      {*kind, event.len > 0 ? std::string(name) : std::string(), event.cookie});
         }
       }
     }

@@ -15,6 +15,7 @@
 #include <stdexcept>
 
 #include "platform/linux/file_descriptor.hpp"
+#include "platform/linux/folder_location.hpp"
 #include "platform/linux/system_error.hpp"
 
 namespace vantorel {
@@ -236,6 +237,18 @@ Result<void> copyAttributes(int from, int to) {
   return {};
 }
 
+class LinuxFolderHandle final : public FolderHandle {
+ public:
+  explicit LinuxFolderHandle(FileDescriptor folder) : folder_(std::move(folder)) {}
+
+  [[nodiscard]] Path path() const override {
+    return Path("/proc/self/fd") / std::to_string(folder_.number());
+  }
+
+ private:
+  FileDescriptor folder_;
+};
+
 class LinuxFileLock final : public FileLock {
  public:
   explicit LinuxFileLock(FileDescriptor file) : file_(std::move(file)) {}
@@ -294,6 +307,21 @@ Result<std::vector<FolderItem>> LinuxFiles::list(const Path& folder) const {
   }
   if (error) return systemFailure(error.value());
   return items;
+}
+
+Result<Path> LinuxFiles::resolved(const Path& path) const {
+  std::error_code error;
+  Path found = std::filesystem::canonical(path, error);
+  if (error) return systemFailure(error.value());
+  return found;
+}
+
+Result<FolderLocation> LinuxFiles::location(const Path& folder) const {
+  return locationOf(VT_TRY(openFile(folder, O_PATH | O_DIRECTORY)));
+}
+
+Result<std::unique_ptr<FolderHandle>> LinuxFiles::hold(const Path& folder) const {
+  return std::make_unique<LinuxFolderHandle>(VT_TRY(openFile(folder, O_PATH | O_DIRECTORY)));
 }
 
 Result<void> LinuxFiles::makeFolder(const Path& folder, Privacy privacy) {

@@ -13,6 +13,9 @@ class LinuxFiles final : public Files {
                                          std::uint64_t limit = UINT64_MAX) const override;
   [[nodiscard]] Result<FileStatus> status(const Path& path) const override;
   [[nodiscard]] Result<std::vector<FolderItem>> list(const Path& folder) const override;
+  [[nodiscard]] Result<Path> resolved(const Path& path) const override;
+  [[nodiscard]] Result<FolderLocation> location(const Path& folder) const override;
+  [[nodiscard]] Result<std::unique_ptr<FolderHandle>> hold(const Path& folder) const override;
   Result<void> makeFolder(const Path& folder, Privacy privacy) override;
   Result<void> create(const Path& path, std::string_view bytes, Privacy privacy,
                       Durability durability) override;

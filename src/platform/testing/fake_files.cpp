@@ -32,6 +32,15 @@ class FakeContent final : public FileContent {
   std::shared_ptr<FakeFiles::File> file_;
 };
 
+class FakeFolder final : public FolderHandle {
+ public:
+  explicit FakeFolder(Path path) : path_(std::move(path)) {}
+  [[nodiscard]] Path path() const override { return path_; }
+
+ private:
+  Path path_;
+};
+
 }  // namespace
 
 void FakeFiles::put(const Path& path, std::string bytes) {
@@ -91,13 +100,15 @@ Result<std::shared_ptr<FakeFiles::File>> FakeFiles::file(const Path& path) const
 }
 
 Result<std::string> FakeFiles::read(const Path& path, std::uint64_t limit) const {
-  const auto found = VT_TRY(file(path));
+  const auto link = links.find(path);
+  const auto found = VT_TRY(file(link == links.end() ? path : link->second));
   if (found->bytes.size() > limit) return failed(FailureKind::tooLarge, "the file is too large");
   return found->bytes;
 }
 
 Result<FileStatus> FakeFiles::status(const Path& path) const {
   if (folders.contains(path)) return FileStatus{FileType::folder, 0, 0, device(path), 0, 0700, 0};
+  if (links.contains(path)) return FileStatus{FileType::link, 0, 0, device(path), 0, 0777, 0};
   return VT_TRY(file(path))->status;
 }
 
@@ -111,6 +122,33 @@ Result<std::vector<FolderItem>> FakeFiles::list(const Path& folder) const {
     }
   }
   return items;
+}
+
+Result<Path> FakeFiles::resolved(const Path& path) const {
+  const auto link = links.find(path);
+  const Path found = link == links.end() ? path : link->second;
+  if (!disk.contains(found) && !folders.contains(found)) return missing();
+  return found;
+}
+
+Result<FolderLocation> FakeFiles::location(const Path& folder) const {
+  if (!folders.contains(folder)) return missing();
+  if (withoutLocation.contains(folder)) return failed(FailureKind::unsupported, "it does not say");
+  Path mount = "/";
+  for (const Path& one : mounts) {
+    if (std::ranges::mismatch(one, folder).in1 == one.end()) mount = one;
+  }
+  const auto found = mounted.find(mount);
+  const FolderLocation base =
+      found == mounted.end() ? FolderLocation{"disk of " + mount.string(), "/"} : found->second;
+  const Path inside = folder.lexically_relative(mount);
+  return FolderLocation{base.volume,
+                        inside == "." ? base.folder : (Path(base.folder) / inside).string()};
+}
+
+Result<std::unique_ptr<FolderHandle>> FakeFiles::hold(const Path& folder) const {
+  if (!folders.contains(folder)) return missing();
+  return std::make_unique<FakeFolder>(folder);
 }
 
 Result<void> FakeFiles::makeFolder(const Path& folder, Privacy) {

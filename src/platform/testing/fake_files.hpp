@@ -50,6 +50,16 @@ class FakeFiles final : public Files {
   /// Folders whose content lies on a file system of its own.
   std::set<Path> mounts;
 
+  /// What is mounted there, when it is not a disk of its own: another disk of the same name, or (as
+  /// a bind mount) a folder of another one.
+  std::map<Path, FolderLocation> mounted;
+
+  /// Links and what they lead to, for `status`, `resolved` and `read`.
+  std::map<Path, Path> links;
+
+  /// Folders of file systems that do not say what they are.
+  std::set<Path> withoutLocation;
+
   void put(const Path& path, std::string bytes);
   [[nodiscard]] std::string text(const Path& path) const;
   [[nodiscard]] std::vector<std::string> names(const Path& folder) const;
@@ -58,6 +68,9 @@ class FakeFiles final : public Files {
                                          std::uint64_t limit = UINT64_MAX) const override;
   [[nodiscard]] Result<FileStatus> status(const Path& path) const override;
   [[nodiscard]] Result<std::vector<FolderItem>> list(const Path& folder) const override;
+  [[nodiscard]] Result<Path> resolved(const Path& path) const override;
+  [[nodiscard]] Result<FolderLocation> location(const Path& folder) const override;
+  [[nodiscard]] Result<std::unique_ptr<FolderHandle>> hold(const Path& folder) const override;
   Result<void> makeFolder(const Path& folder, Privacy privacy) override;
   Result<void> create(const Path& path, std::string_view bytes, Privacy privacy,
                       Durability durability) override;

@@ -16,11 +16,12 @@ class FakeFolderWatcher final : public FolderWatcher {
   /// Calls of `watch` so far, by folder.
   std::map<Path, int> attempts;
 
-  void happen(const Path& folder, FolderEvent::Kind kind, const std::string& name = "") {
+  void happen(const Path& folder, FolderEvent::Kind kind, const std::string& name = "",
+              std::uint32_t move = 0) {
     for (const auto& [weak, watched] : sinks_) {
       if (watched != folder) continue;
       if (const auto sink = weak.lock()) {
-        sink->runner->post([target = std::weak_ptr(sink), event = FolderEvent{kind, name}] {
+        sink->runner->post([target = std::weak_ptr(sink), event = FolderEvent{kind, name, move}] {
           if (const auto alive = target.lock()) alive->onEvent(event);
         });
       }

@@ -1,0 +1,94 @@
+#include "app/output_guard.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+
+#include "library/entry_paths.hpp"
+
+namespace vantorel {
+namespace {
+
+/// A file as one and the same under all its names.
+bool isSame(const FileStatus& one, const FileStatus& other) {
+  return one.device == other.device && one.inode == other.inode;
+}
+
+class Guard {
+ public:
+  Guard(const Files& files, const Path& output) : files_(files), output_(output) {
+    if (const auto there = files_.status(output)) {
+      present_ = *there;
+      // What a link leads to is what somebody means who names it.
+      if (const auto target = files_.resolved(output)) {
+        if (const auto status = files_.status(*target)) file_ = *status;
+      }
+    }
+  }
+
+  [[nodiscard]] const std::optional<FileStatus>& present() const { return present_; }
+
+  [[nodiscard]] bool is(const Path& path) const {
+    if (path == output_) return true;
+    if (!file_) return false;
+    const auto target = files_.resolved(path);
+    const auto status = target ? files_.status(*target) : files_.status(path);
+    return status && isSame(*status, *file_);
+  }
+
+  /// Most entries know the number of their file, so that few need to be looked up.
+  [[nodiscard]] bool isFileOf(const ScreenshotEntry& entry) const {
+    bool found = false;
+    forEachPath(entry, [&](const std::string& path) {
+      if (found) return;
+      const bool isKnown = &path == &entry.path && entry.fileIdentity && path != output_.string();
+      const bool mayBe = !isKnown || (file_ && entry.fileIdentity->file ==
+                                                   static_cast<std::int64_t>(file_->inode));
+      found = mayBe && is(path);
+    });
+    return found;
+  }
+
+  /// Inside the folder itself, not in one below it.
+  [[nodiscard]] bool isIn(const Path& folder) const {
+    const auto above = files_.resolved(output_.parent_path());
+    const auto own = files_.resolved(folder);
+    return above && own && *above == *own;
+  }
+
+ private:
+  const Files& files_;
+  const Path& output_;
+  std::optional<FileStatus> present_;
+  std::optional<FileStatus> file_;
+};
+
+}  // namespace
+
+std::optional<std::string> outputRefusal(const Files& files, const Path& output,
+                                         const ProtectedFiles& kept) {
+  const Guard guard(files, output);
+  const auto refused = [&](std::string_view reason) {
+    return fmt::format("Couldn't write {}: {}.", output.string(), reason);
+  };
+  if (guard.present() && guard.present()->type != FileType::regular &&
+      guard.present()->type != FileType::link) {
+    return refused("it is not a regular file");
+  }
+  const std::array own{kept.paths.data, kept.paths.stagedCaptures(), kept.paths.redactedOriginals(),
+                       kept.originals};
+  const auto isOwn = [&](const Path& folder) { return !folder.empty() && guard.isIn(folder); };
+  if (std::ranges::any_of(own, isOwn)) return refused("the library keeps its own files there");
+  const auto isListed = [&](const EntryPointer& entry) { return guard.isFileOf(*entry); };
+  if (std::ranges::any_of(kept.entries, isListed)) {
+    return "A capture of the library can't be drawn over.";
+  }
+  const auto isOutput = [&](const Path& path) { return guard.is(path); };
+  if (std::ranges::any_of(kept.inputs, isOutput)) {
+    return "The picture can't be drawn over a file it is made from.";
+  }
+  return std::nullopt;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "library/records/screenshot_entry.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Told how far a long look at the disk has come; answers whether to go on.
+using CheckProgress = std::function<bool(std::size_t done, std::size_t total)>;
+
+/// An entry whose file was looked at, and what is to be remembered of the file.
+struct SeenFile {
+  EntryPointer entry;
+  Path path;  ///< where the file is: another path than the entry's when it was renamed
+  FileIdentity identity;
+};
+
+/// Where files may be that are not where their entries say.
+struct FileLookScope {
+  /// All of the library: a file that one of them has is no other one's under a new name.
+  EntryList entries;
+
+  /// Files that other items of the index name.
+  std::vector<std::string> unreadPaths{};
+
+  /// Where files went by what was heard of them, from old path to new.
+  std::map<std::string, std::string> heardMoves{};
+};
+
+/// What looking for the files of entries came to.
+struct FileLook {
+  EntryList gone;                 ///< deleted, or moved to where no captures are
+  EntryList outOfReach;           ///< the folder is away: the file may well be there
+  std::vector<SeenFile> renamed;  ///< there under another name, or in another folder of captures
+  std::vector<SeenFile> learned;  ///< there, and not as it is remembered
+  bool wasStopped = false;
+};
+
+/// Looks for the file of each of these entries. One that is missing is sought by its number, size
+/// and time in all folders of captures on its volume. Blocks; any thread.
+[[nodiscard]] FileLook lookForFiles(const Files& files, const EntryList& wanted,
+                                    const FileLookScope& scope, const CheckProgress& progress);
+
+/// Those of the entries whose files are gone. Blocks; any thread.
+[[nodiscard]] EntryList goneOf(const Files& files, const EntryList& entries);
+
+}  // namespace vantorel

@@ -1,0 +1,16 @@
+#include "library/records/file_identity.hpp"
+
+namespace vantorel {
+
+template <class V, class S>
+void FileIdentity::describe(V& v, S& identity) {
+  v.required("volume", identity.volume);
+  v.required("folder", identity.folder);
+  v.field("file", identity.file);
+  v.field("size", identity.size);
+  v.field("modified", identity.modified);
+  v.rest(identity.extra);
+}
+VT_JSON_RECORD(FileIdentity)
+
+}  // namespace vantorel
