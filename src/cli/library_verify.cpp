@@ -69,6 +69,10 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   for (const EntryPointer& entry : findings.missing.outOfReach) {
     report.add("entry out of reach", entry->path, false);
   }
+  for (const EntryPointer& entry : findings.withoutOriginal) {
+    const std::string& original = *entry->originalPath;
+    report.add("original gone", original, mended.paths.contains(original));
+  }
   const auto addAll = [&](std::string_view kind, const std::vector<Path>& paths) {
     for (const Path& path : paths) {
       report.add(kind, path.string(), mended.paths.contains(path.string()));
@@ -172,6 +176,7 @@ void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
 
 // What got its entry, its file or another place while the library was looked through is in order.
 void LibraryVerify::dropSettled(LibraryFindings& findings) const {
+  findings.withoutOriginal = settledEntries(services_.library->store(), findings.withoutOriginal);
   findings.missing.gone = settledEntries(services_.library->store(), findings.missing.gone);
   std::set<Path> found;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
@@ -221,6 +226,11 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
          for (ScreenshotEntry& entry : mended.entries) {
            const std::string path = entry.path;
            if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);
+         }
+         for (const EntryPointer& entry : settledEntries(store, findings.withoutOriginal)) {
+           const auto cleared = store.update(
+               entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
+           if (cleared) mended.paths.insert(*entry->originalPath);
          }
          std::vector<std::string> going;
          for (const EntryPointer& entry : settledEntries(store, mended.goneStill)) {

@@ -229,9 +229,20 @@ TEST_F(HistoryStoreTest, WaitsForAnotherProcessToEndAndRefusesToWriteBesideIt) {
   HistoryStore second({files, runners, runners.main(), runners.runner("persist2"), 0},
                       LibraryPaths{"/data", "/caches"});
   second.load([this] { ++loads; });
-  runners.advance(11s);
+  runners.advance(61s);
   EXPECT_EQ(loads, 2);
   EXPECT_EQ(second.loadOutcome(), IndexLoad::inUse);
+  EXPECT_EQ(second.indexRefusal(), "process 1 (another) has the library");
+  second.load([this] { ++loads; });
+  runners.advance(1s);
+  EXPECT_EQ(loads, 3) << "it waited again";
+  add("a");
+  runners.advance(1s);
+  store.reset();
+  second.load([this] { ++loads; });
+  runners.advance(1s);
+  EXPECT_NE(second.find("a"), nullptr) << "the library is free by now";
+  EXPECT_EQ(second.indexRefusal(), std::nullopt);
 }
 
 TEST_F(HistoryStoreTest, CachesFollowEveryChange) {

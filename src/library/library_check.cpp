@@ -119,6 +119,11 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   LibraryFindings findings;
   findings.missing = findMissingFiles(files, scope.entries, progress);
   if (findings.missing.wasStopped) return findings;
+  std::ranges::copy_if(scope.entries, std::back_inserter(findings.withoutOriginal),
+                       [&](const EntryPointer& entry) {
+                         return entry->originalPath && *entry->originalPath != entry->path &&
+                                reachOf(files, *entry->originalPath) == FileReach::fileGone;
+                       });
   const Checker checker(files, scope);
 
   const std::set<Path> own{scope.paths.data, scope.paths.stagedCaptures(),

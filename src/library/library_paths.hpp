@@ -17,6 +17,8 @@ struct LibraryPaths {
   [[nodiscard]] std::filesystem::path deletions() const { return data / "deletions.json"; }
   /// The last deletion, for as long as it can be undone.
   [[nodiscard]] std::filesystem::path pendingUndo() const { return data / "undo.json"; }
+  /// Names the files that rewrites under way make.
+  [[nodiscard]] std::filesystem::path rewrites() const { return data / "rewrites.json"; }
   /// Captures grabbed but not yet filed.
   [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
   /// Originals of captures that were changed in place.
