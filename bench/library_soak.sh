@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Kills the program at random moments while it captures, annotates, stars, deletes, undoes and
-# moves its library; alone and in the tray. After each kill the next start must find every
+# Kills the program at random moments while it captures, converts, compresses, annotates, stars,
+# titles, collects, deletes, undoes and moves its library; alone and in the tray. After each kill the next start must find every
 # capture that was ever acknowledged, whole and once, with all that was acknowledged about it.
 #
 #   bench/library_soak.sh [program] [kills] [seed]
@@ -55,12 +55,20 @@ def is_whole_png(path):
     channels = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}[colour]
     return len(zlib.decompress(pixels)) == height * (1 + (width * channels * depth + 7) // 8)
 
+def is_whole(path):
+    data = path.read_bytes()
+    if path.suffix == ".jpg":
+        return data[:2] == b"\xff\xd8" and data[-2:] == b"\xff\xd9"
+    if path.suffix == ".webp":
+        return data[:4] == b"RIFF" and struct.unpack("<I", data[4:8])[0] + 8 in (len(data), len(data) + 1)
+    return is_whole_png(path)
+
 known_whole = set()
 def expect_whole(path, what):
     status = path.stat()
     mark = (status.st_ino, status.st_size, status.st_mtime_ns)
     if mark not in known_whole:
-        if not is_whole_png(path):
+        if not is_whole(path):
             fail(f"{what}: {path} is not whole")
         known_whole.add(mark)
     return status.st_ino
@@ -71,10 +79,14 @@ class Capture:
         self.inodes = {os.stat(path).st_ino} if os.path.exists(path) else set()
         self.starred = None    # what was acknowledged; None when a kill left it open
         self.annotated = None
+        self.title = None
+        self.collected = None
+        self.is_back = False   # an undo was acknowledged
 
 acknowledged = {}
 story = []   # what was done, for the report of a failure
 counts = dict.fromkeys(["commands", "captures", "kills", "trash", "undo", "star", "annotate", "relocate",
+                        "convert", "compress", "title", "collect", "undone after a kill",
                         "tray kills"], 0)
 
 def fail(text):
@@ -82,7 +94,7 @@ def fail(text):
     print(f"FAILED after {counts['kills']} kills (seed {seed}): {text}")
     for path in sorted(root.rglob("*")) + sorted(trash.rglob("*")):
         print(" ", path)
-    for name in ("relocation.json", "deletions.json", "history.json"):
+    for name in ("relocation.json", "deletions.json", "rewrites.json", "undo.json", "history.json"):
         if (root / name).exists():
             print(f"{name}: {(root / name).read_text()}")
     sys.exit(1)
@@ -119,6 +131,13 @@ def check():
         inodes[inode] = path
         if entry["id"] in acknowledged:
             acknowledged[entry["id"]].inodes.add(inode)
+        if "originalPath" in entry:
+            original = pathlib.Path(entry["originalPath"])
+            if not original.exists():
+                fail(f"{entry['id']}: its original {original} is gone")
+            if expect_whole(original, entry["id"]) in inodes:
+                fail(f"{original} and {inodes[original.stat().st_ino]} are one file")
+            inodes[original.stat().st_ino] = original
     trashed = set()
     for file in in_trash():
         inode = expect_whole(file, "in the Trash")
@@ -131,38 +150,58 @@ def check():
         if entry is None:
             if not capture.inodes & trashed:
                 fail(f"{id} is neither in the library nor in the Trash")
+            if capture.is_back:
+                fail(f"{id} was brought back and is not there")
             continue
         if capture.starred is not None and entry.get("starred", False) != capture.starred:
             fail(f"{id}: its star is not what was acknowledged")
         if capture.annotated and not entry.get("shapes"):
             fail(f"{id}: its annotations are lost")
+        if capture.title is not None and entry.get("title") != capture.title:
+            fail(f"{id}: its title is not what was acknowledged")
+        if capture.collected and not entry.get("collectionIDs"):
+            fail(f"{id}: its collection is lost")
     left = [path for path in root.rglob("*") if path.is_file() and (
         path.name.endswith((".staging", ".partial")) or path.parent.name == "Staged Captures" or
-        path.name == "deletions.json")]
+        path.name in ("deletions.json", "rewrites.json"))]
+    named = {entry.get(key) for entry in entries for key in ("path", "originalPath")}
+    left += [path for path in (root / "Originals").glob("*") if str(path) not in named]
+    left += [info for info in (trash / "info").glob("*.trashinfo")
+             if not (trash / "files" / info.stem).exists()]
     if left:
         fail(f"left over: {left}")
     # What a move that was cut short did not get to waits in its journal for the next one.
     journal = root / "relocation.json"
     for pair in json.loads(journal.read_text())["pairs"] if journal.exists() else []:
-        if pair["old"] not in {entry["path"] for entry in entries}:
+        if pair["old"] not in named:
             fail(f"the journal of a move has {pair['old']}, which the index has not")
     for place in moved_to:
         for path in place.glob("*") if place.exists() else []:
-            if str(path) not in {entry["path"] for entry in entries}:
+            if str(path) not in named:
                 fail(f"{path} has no entry")
     return list(by_id)
 
 class Action:
     """One command, what it promises when it says it is done, and what a kill leaves open."""
     def __init__(self, ids):
-        kinds = ["capture"] * 4 + (["star", "unstar", "annotate", "trash", "trash", "undo",
-                                         "relocate"] if ids else [])
+        kinds = ["capture"] * 4 + (["star", "unstar", "annotate", "trash", "trash", "undo", "undo",
+                                    "relocate", "convert", "convert", "compress", "title",
+                                    "collect"] if ids else [])
         self.kind = random.choice(kinds)
         self.id = random.choice(ids) if ids else None
         words = {"capture": ["--json", "capture", "display"], "undo": ["library", "undo"],
                  "annotate": ["annotate", self.id, "--apply", str(document)],
-                 "relocate": ["library", "relocate", str(random.choice(moved_to))]}
+                 "relocate": ["library", "relocate", str(random.choice(moved_to))],
+                 "convert": ["convert", self.id, "--format", random.choice(["png", "jpeg", "webp"])],
+                 "compress": ["compress", self.id],
+                 "collect": ["library", "collect", "Box", "--new", self.id]}
+        self.title = f"title {random.randint(0, 999)}"
+        words["title"] = ["library", "title", self.id, self.title]
         capture = acknowledged.get(self.id)
+        if capture and self.kind == "title":
+            capture.title = None
+        if capture and self.kind == "trash":
+            capture.is_back = False
         if capture and self.kind in ("star", "unstar"):
             capture.starred = None
         self.words = words.get(self.kind, ["library", self.kind, self.id])
@@ -187,6 +226,14 @@ class Action:
             capture.starred = self.kind == "star"
         if capture and self.kind == "annotate":
             capture.annotated = True
+        if capture and self.kind == "title":
+            capture.title = self.title
+        if capture and self.kind == "collect":
+            capture.collected = True
+        if self.kind == "undo":
+            for line in out.splitlines():
+                if line.split("\t")[0] in acknowledged:
+                    acknowledged[line.split("\t")[0]].is_back = True
 
 begin = time.time()
 span = 0.25   # seconds in which the kill falls; follows how long commands take
@@ -214,13 +261,27 @@ while counts["kills"] < kills:
         counts["tray kills"] += tray is not None
         story.append("kill the tray" if tray else "kill")
     victim.send_signal(signal.SIGKILL)
+    killed = time.time()
     for action in actions:
         action.finish()
     if tray:
         output(tray)
     ids = check()
+    # What a kill cut short can be undone like anything else.
+    for action in actions:
+        if action.kind == "trash" and action.id not in ids and not tray and time.time() - killed < 4:
+            code, out, err = output(start("library", "undo"))
+            story.append(f"undo after a kill: {code} {out.strip()[:60]} {err.strip()[:200]}")
+            ids = check()
+            if action.id not in ids:
+                fail(f"{action.id} was deleted, and the kill took its undo away")
+            counts["undone after a kill"] += 1
     if len(ids) > 60:   # a library that stays small enough to look at after each kill
-        output(start("library", "trash", *random.sample(ids, 30)))
+        going = random.sample(ids, 30)
+        for id in going:
+            if id in acknowledged:
+                acknowledged[id].is_back = False
+        output(start("library", "trash", *going))
         ids = check()
     if random.random() < 0.3:
         before = time.time()

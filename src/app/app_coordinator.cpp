@@ -58,7 +58,7 @@ AppCoordinator::AppCoordinator(Services services)
   const auto settings = [this]() -> const SettingsValues& { return services_.settings->values(); };
   filing_ = std::make_unique<StillCaptureFiling>(StillCaptureFiling::Services{
       .main = services_.main,
-      .work = services_.work,
+      .work = services_.filing,
       .staging = staging_,
       .placement =
           std::make_shared<CaptureFilePlacement>(services_.files, services_.codec, staging_),
@@ -80,7 +80,7 @@ AppCoordinator::AppCoordinator(Services services)
                                                         services_.countdown, services_.hotKeys);
   stills_ = std::make_unique<StillCapturePipeline>(StillCapturePipeline::Services{
       .main = services_.main,
-      .work = services_.work,
+      .work = services_.staging,
       .clock = services_.clock,
       .screen = services_.screen,
       .windows = services_.windows,
@@ -114,7 +114,7 @@ AppCoordinator::AppCoordinator(Services services)
           }});
   recovery_ = std::make_unique<StagedCaptureRecovery>(
       StagedCaptureRecovery::Services{.main = services_.main,
-                                      .work = services_.work,
+                                      .work = services_.staging,
                                       .staging = staging_,
                                       .filing = filing_.get(),
                                       .store = &services_.library->store(),
@@ -254,7 +254,7 @@ void AppCoordinator::afterCapture(const CaptureOutcome::Saved& saved) {
 
 void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry) {
   if (services_.clipboard == nullptr) return;
-  services_.work->post(
+  services_.pictures->post(
       [files = services_.files, codec = services_.codec, path = entry.path,
        scale = entry.captureScale.value_or(1), main = services_.main,
        done = alive_.guard([this](Result<std::string>& png) {

@@ -28,7 +28,11 @@ class AppCoordinator {
  public:
   struct Services {
     std::shared_ptr<TaskRunner> main;
-    std::shared_ptr<TaskRunner> work;  ///< for pictures and files; may block
+
+    // Serial queues that may block.
+    std::shared_ptr<TaskRunner> staging;   ///< makes captures safe; shares with nothing slow
+    std::shared_ptr<TaskRunner> filing;    ///< writes where the user keeps captures
+    std::shared_ptr<TaskRunner> pictures;  ///< reads and converts them
     std::shared_ptr<const Clock> clock;
     std::shared_ptr<Files> files;
     std::shared_ptr<const ImageCodec> codec;

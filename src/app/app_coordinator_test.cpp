@@ -97,7 +97,9 @@ class Session {
     deletion = &library->deletion();
     AppCoordinator::Services services;
     services.main = runners.main();
-    services.work = runners.runner("work");
+    services.staging = runners.runner("staging");
+    services.filing = runners.runner("filing");
+    services.pictures = runners.runner("pictures");
     services.clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {});
     services.files = std::shared_ptr<Files>(&world.files, [](Files*) {});
     services.codec = std::shared_ptr<const ImageCodec>(&codec, [](const ImageCodec*) {});
@@ -298,6 +300,11 @@ TEST_F(AppCoordinatorTest, SweepsThatOverlapAreAllAnsweredAndFileAllOnce) {
   for (int i = 1; i <= 3; ++i) {
     ASSERT_TRUE(staging.stage(png, FakeRunners::start - i, {}).has_value());
   }
+  // By a clock that was a year ahead, and renamed by somebody.
+  ASSERT_TRUE(staging.stage(png, FakeRunners::start + 365 * 86400.0, {}).has_value());
+  const auto renamed = staging.stage(png, FakeRunners::start - 9, {});
+  world.files.disk["/data/Staged Captures/mine.png"] = world.files.disk[renamed->path];
+  world.files.disk.erase(renamed->path);
   int filed = 0;
   int answers = 0;
   const auto sweep = [&] {
@@ -313,8 +320,8 @@ TEST_F(AppCoordinatorTest, SweepsThatOverlapAreAllAnsweredAndFileAllOnce) {
   });
   run->runners.run();
   EXPECT_EQ(answers, 3);
-  EXPECT_EQ(filed, 3);
-  EXPECT_EQ(run->store->entries().size(), 3U);
+  EXPECT_EQ(filed, 5);
+  EXPECT_EQ(run->store->entries().size(), 5U);
   EXPECT_THAT(stagedNames(), IsEmpty());
 }
 

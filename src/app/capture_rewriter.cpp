@@ -5,7 +5,6 @@
 #include <utility>
 #include <variant>
 
-#include "base/log.hpp"
 #include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
 #include "editor/entry_document.hpp"
@@ -40,6 +39,10 @@ std::string remarkOn(const CaptureTranscoder::Result& result) {
 }
 
 }  // namespace
+
+CaptureRewriter::CaptureRewriter(Services services)
+    : services_(std::move(services)),
+      journal_(std::make_shared<RewriteJournal>(*services_.files, services_.library->paths())) {}
 
 void CaptureRewriter::convert(const std::string& name, ExportFormat format, Done done) {
   rewrite(name, {.format = format}, std::move(done));
@@ -92,22 +95,35 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
                             (before.id + Path(before.path).extension().string());
   }
   services_.work->post(
-      [source, change, asked = *entry, files = services_.files, codec = services_.codec,
-       quality = services_.settings->values().jpegQuality, main = services_.main,
+      [source, change, asked = *entry, journal = journal_, files = services_.files,
+       codec = services_.codec, quality = services_.settings->values().jpegQuality,
+       main = services_.main,
        landed = alive_.guard([this, entry = *entry, source,
                               finished = std::move(finished)](Rewritten& result) mutable {
-         if (!result) return finished(std::unexpected(result.error()));
-         if (!*result) {
-           return finished(RewrittenCapture{
-               entry, "The file is as it should be already; nothing was changed."});
+         if (!result || !*result) {
+           auto reply =
+               result ? RewriteReply(RewrittenCapture{
+                            entry, "The file is as it should be already; nothing was changed."})
+                      : RewriteReply(std::unexpected(result.error()));
+           return endJournal(entry->id, [reply = std::move(reply), finished = std::move(finished)] {
+             finished(reply);
+           });
          }
          fileAway(*entry, source, **result, std::move(finished));
        })]() mutable {
         CaptureTranscoder transcoder(files, codec);
+        source.willMake = [&](const Path& path, std::uint64_t inode) {
+          return journal->willMake(asked->id, path, inode);
+        };
         Rewritten result = [&]() -> Rewritten {
           const std::string_view away = sentence(reachOf(*files, *asked));
           if (!away.empty()) {
             return std::unexpected("The capture can't be changed: " + std::string(away));
+          }
+          const auto begun = journal->begin(asked->id, source.path, source.keepOriginalAs);
+          if (!begun) {
+            return std::unexpected(sentence(
+                TranscodeFailure{TranscodeFailure::Case::writeFailed, begun.error().reason}));
           }
           if (!change.format) return toRewritten(transcoder.compress(source, change.downscaleTo1x));
           auto converted = transcoder.convert(source, *change.format, quality);
@@ -125,48 +141,44 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
                                const CaptureTranscoder::Source& source,
                                const CaptureTranscoder::Result& result, Done finished) {
   HistoryStore& store = services_.library->store();
-  // The first file is the original; what came between it and this one is not needed any more.
-  std::optional<Path> surplus;
+  // The first file is the original; what came between it and this one is not needed any more, and
+  // the journal clears it up.
   const auto changed = store.update(before.id, [&](ScreenshotEntry& entry) {
     entry.path = result.path.string();
     entry.fileIdentity = result.identity;
     followPictureSize(entry, result.pixelSizeBefore);
     followPictureSize(entry, result.pixelSize);
     entry.captureScale = result.scale;
-    if (entry.originalPath) {
-      surplus = result.oldPath;
-    } else {
-      const auto& original =
-          result.oldPath && !source.keepOriginalAs ? result.oldPath : source.keepOriginalAs;
-      if (original) entry.originalPath = original->string();
-      if (source.keepOriginalAs) surplus = result.oldPath;
-    }
+    if (entry.originalPath) return;
+    const auto& original =
+        result.oldPath && !source.keepOriginalAs ? result.oldPath : source.keepOriginalAs;
+    if (original) entry.originalPath = original->string();
   });
   if (!changed) {
     // Taken out of the library meanwhile: both files are left to the user.
     return finished(std::unexpected("The capture has left History."));
   }
-  store.flush(alive_.guard([this, id = before.id, surplus, remark = remarkOn(result),
+  store.flush(alive_.guard([this, id = before.id, remark = remarkOn(result),
                             finished = std::move(finished)](Result<void> saved) mutable {
+    // The next start clears up by what the index says then.
     if (!saved) {
       return finished(std::unexpected(
           "The change is made, but History couldn't be saved: " + saved.error().reason + "."));
     }
     const EntryPointer entry = services_.library->store().find(id);
     if (!entry) return finished(std::unexpected("The capture has left History."));
-    services_.work->post([surplus, files = services_.files, main = services_.main, entry,
-                          remark = std::move(remark), finished = std::move(finished)]() mutable {
-      if (surplus) {
-        if (const auto removed = files->remove(*surplus); !removed) {
-          logWarning("Rewrite", "{} could not be removed: {}", surplus->string(),
-                     removed.error().reason);
-        }
-      }
-      main->post([entry, remark = std::move(remark), finished = std::move(finished)] {
-        finished(RewrittenCapture{entry, remark});
-      });
+    endJournal(id, [entry, remark = std::move(remark), finished = std::move(finished)] {
+      finished(RewrittenCapture{entry, remark});
     });
   }));
+}
+
+void CaptureRewriter::endJournal(const std::string& id, std::move_only_function<void()> then) {
+  services_.work->post([journal = journal_, id, entries = services_.library->store().entries(),
+                        main = services_.main, reply = alive_.guard(std::move(then))]() mutable {
+    journal->end(id, entries);
+    main->post(std::move(reply));
+  });
 }
 
 }  // namespace vantorel

@@ -11,6 +11,7 @@
 #include "base/task_runner.hpp"
 #include "capture/capture_transcoder.hpp"
 #include "library/library.hpp"
+#include "library/rewrite_journal.hpp"
 #include "platform/image_codec.hpp"
 #include "settings/settings_store.hpp"
 
@@ -40,7 +41,7 @@ class CaptureRewriter {
     SurfaceRegistry* surfaces = nullptr;
   };
 
-  explicit CaptureRewriter(Services services) : services_(std::move(services)) {}
+  explicit CaptureRewriter(Services services);
 
   using Done = std::function<void(RewriteReply)>;
 
@@ -59,7 +60,11 @@ class CaptureRewriter {
   void fileAway(const ScreenshotEntry& before, const CaptureTranscoder::Source& source,
                 const CaptureTranscoder::Result& result, Done finished);
 
+  /// Clears up after a rewrite, and then calls `then`.
+  void endJournal(const std::string& id, std::move_only_function<void()> then);
+
   Services services_;
+  std::shared_ptr<RewriteJournal> journal_;  ///< lives on `work`
   Alive alive_;
 };
 

@@ -1,5 +1,7 @@
 #include "app/library_move.hpp"
 
+#include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -8,6 +10,22 @@
 
 namespace vantorel {
 namespace {
+
+constexpr const char* ownFolderRefusal =
+    "The new folder can't be used: Vantorel keeps its own files in it.";
+
+/// Folders that the library fills and clears by itself.
+bool isOwnFolder(const Path& folder, const LibraryPaths& paths) {
+  std::error_code error;
+  const Path real = std::filesystem::weakly_canonical(folder, error);
+  const auto isIn = [&](const Path& own) {
+    const Path place = std::filesystem::weakly_canonical(own, error);
+    return std::ranges::mismatch(place, real).in1 == place.end();
+  };
+  return real == std::filesystem::weakly_canonical(paths.data, error) ||
+         isIn(paths.stagedCaptures()) || isIn(paths.redactedOriginals()) ||
+         isIn(paths.originals()) || isIn(paths.caches);
+}
 
 /// Makes sure that captures can be filed in a folder.
 Result<void> tryFolder(Files& files, const Path& folder) {
@@ -28,6 +46,10 @@ void LibraryMove::settingChanged() {
   const std::string& chosen = services_.settings->values().storageDirectory;
   const std::string previous = std::exchange(storageFolder_, chosen);
   if (previous == chosen || !services_.defaults->value("storageDirectory")) return;
+  if (isOwnFolder(chosen, services_.library->paths())) {
+    services_.alerts->notify("Captures weren't moved", ownFolderRefusal);
+    return;
+  }
   services_.library->whenReady(alive_.guard([this, previous, chosen] {
     services_.library->relocation().relocate(
         {chosen, {previous, services_.usualFolder}}, {},
@@ -46,6 +68,9 @@ void LibraryMove::report(const RelocationOutcome& outcome) {
 void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress,
                          std::shared_ptr<RelocationStopFlag> flag, Done done) {
   if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
+  if (isOwnFolder(folder, services_.library->paths())) {
+    return done(std::unexpected(ownFolderRefusal));
+  }
   services_.work->post(
       [files = services_.files, folder, main = services_.main,
        reply = alive_.guard([this, folder, progress = std::move(progress), flag = std::move(flag),

@@ -114,6 +114,10 @@ TEST_F(LibraryMoveTest, ACommandMovesOnceAndOnlyWhereFilesCanBe) {
   EXPECT_EQ(movedTo("/no/where").error(),
             "The new folder can't be used: the folder above it is missing.");
   EXPECT_EQ(movedTo("/new/\xFF").error(), "The folder's name is not UTF-8.");
+  for (const char* const own : {"/data", "/data/Staged Captures", "/data/Originals/deep"}) {
+    EXPECT_EQ(movedTo(own).error(),
+              "The new folder can't be used: Vantorel keeps its own files in it.");
+  }
   files->changesFail = FailureKind::denied;
   EXPECT_THAT(movedTo("/new").error(), HasSubstr("The new folder can't be used"));
   files->changesFail.reset();

@@ -9,6 +9,7 @@
 #include "base/size_text.hpp"
 #include "capture/area_downscale.hpp"
 #include "capture/indexed_png_encoder.hpp"
+#include "library/rewrite_journal.hpp"
 
 namespace vantorel {
 namespace {
@@ -125,10 +126,11 @@ vantorel::Result<void> CaptureTranscoder::keepOriginal(const Path& path, const P
   return files_->flushFolder(original.parent_path());
 }
 
-vantorel::Result<Path> CaptureTranscoder::writeBeside(const Path& old, std::string_view bytes,
+vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std::string_view bytes,
                                                       ExportFormat format) {
+  const Path& old = source.path;
   const Path folder = old.parent_path();
-  const Path temporary = folder / fmt::format(".{}.partial", old.stem().string());
+  const Path temporary = rewriteTemporary(old);
   VT_TRY(removeIfThere(temporary));
   VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
   auto problem = failed(FailureKind::exists, "every file name is taken");
@@ -136,7 +138,14 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Path& old, std::stri
     const std::string numbered =
         number == 1 ? old.stem().string() : fmt::format("{} {}", old.stem().string(), number);
     Path path = folder / fmt::format("{}.{}", numbered, fileExtension(format));
-    const auto moved = files_->moveNew(temporary, path);
+    if (files_->status(path)) continue;
+    const auto moved = [&]() -> vantorel::Result<void> {
+      if (source.willMake) {
+        const FileStatus status = VT_TRY(files_->status(temporary));
+        VT_TRY(source.willMake(path, status.inode));
+      }
+      return files_->moveNew(temporary, path);
+    }();
     if (moved) {
       VT_TRY(files_->flushFolder(folder));
       return path;
@@ -176,7 +185,7 @@ CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::write(
     if (!flushed) return writeFailure(flushed.error());
     return result;
   }
-  auto path = writeBeside(source.path, bytes, encoding.format);
+  auto path = writeBeside(source, bytes, encoding.format);
   if (!path) return writeFailure(path.error());
   result.path = std::move(*path);
   result.oldPath = source.path;

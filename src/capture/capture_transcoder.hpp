@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <expected>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,6 +50,9 @@ class CaptureTranscoder {
     /// Where the file as it was is to be kept, made before anything changes; one that stands there
     /// already, from an earlier change, stays. None: it is not kept.
     std::optional<Path> keepOriginalAs = std::nullopt;
+
+    /// Told before a new file with this inode gets its name; may be empty. A failure ends the work.
+    std::function<vantorel::Result<void>(const Path& path, std::uint64_t inode)> willMake = {};
   };
 
   /// What the library's entry is to say from now on.
@@ -111,7 +115,7 @@ class CaptureTranscoder {
                                      const ImageEncoding& encoding, std::string_view bytes);
   [[nodiscard]] vantorel::Result<void> removeIfThere(const Path& path);
   [[nodiscard]] vantorel::Result<void> keepOriginal(const Path& path, const Path& original);
-  [[nodiscard]] vantorel::Result<Path> writeBeside(const Path& old, std::string_view bytes,
+  [[nodiscard]] vantorel::Result<Path> writeBeside(const Source& source, std::string_view bytes,
                                                    ExportFormat format);
 
   std::shared_ptr<Files> files_;

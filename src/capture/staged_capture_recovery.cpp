@@ -38,7 +38,7 @@ void StagedCaptureRecovery::begin() {
                             waiting_ = std::move(*staged);
                           }
                           std::erase_if(waiting_, [&](const StagedCapture& one) {
-                            return one.capturedAt >= sweeps_.front().stagedBefore ||
+                            return mayBeOfThisRun(one.capturedAt, sweeps_.front().stagedBefore) ||
                                    services_.filing->claimedPaths().contains(one.path);
                           });
                           for (const StagedCapture& one : waiting_) {

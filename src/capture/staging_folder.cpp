@@ -38,6 +38,11 @@ std::optional<std::int64_t> millisecondsIn(std::string_view name) {
 
 }  // namespace
 
+bool mayBeOfThisRun(double capturedAt, double begun) {
+  constexpr double longestSweep = 60;
+  return capturedAt >= begun && capturedAt < begun + longestSweep;
+}
+
 StagingFolder::StagingFolder(std::shared_ptr<Files> files, Path folder)
     : files_(std::move(files)), folder_(std::move(folder)) {}
 
@@ -115,12 +120,16 @@ Result<std::vector<StagedCapture>> StagingFolder::staged() const {
   if (!items) return std::unexpected(items.error());
   std::vector<StagedCapture> found;
   for (const FolderItem& item : *items) {
-    const auto milliseconds = millisecondsIn(item.name);
-    if (!milliseconds || item.type != FileType::regular) continue;
+    if (item.type != FileType::regular || !item.name.ends_with(extension)) continue;
     const Path path = folder_ / item.name;
-    if (auto read = record(path)) {
-      found.push_back({path, static_cast<double>(*milliseconds) / 1000, std::move(*read)});
-    }
+    auto read = record(path);
+    if (!read) continue;
+    const auto milliseconds = millisecondsIn(item.name);
+    const auto status = files_->status(path);
+    if (!milliseconds && !status) continue;
+    const double capturedAt =
+        milliseconds ? static_cast<double>(*milliseconds) / 1000 : status->modified;
+    found.push_back({path, capturedAt, std::move(*read)});
   }
   std::ranges::sort(found, {}, &StagedCapture::capturedAt);
   return found;
@@ -164,7 +173,9 @@ void StagingFolder::removeLeftovers(double stagedBefore) {
     if (!isTemporary && !isRecord) continue;
     name.remove_suffix(isTemporary ? temporarySuffix.size() : recordSuffix.size());
     const auto milliseconds = millisecondsIn(name);
-    if (!milliseconds || static_cast<double>(*milliseconds) / 1000 >= stagedBefore) continue;
+    if (!milliseconds || mayBeOfThisRun(static_cast<double>(*milliseconds) / 1000, stagedBefore)) {
+      continue;
+    }
     if (isRecord && files_->status(folder_ / name)) continue;
     if (const auto removed = files_->remove(folder_ / item.name); !removed) {
       logWarning("Staging", "{} could not be removed: {}", item.name, removed.error().reason);

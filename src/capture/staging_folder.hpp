@@ -17,6 +17,10 @@ struct StagedCapture {
   StagedCaptureRecord record;
 };
 
+/// Whether a capture may have been taken since `begun` (seconds since 1970, a moment ago). One
+/// further in the future is from a time when the clock was wrong.
+[[nodiscard]] bool mayBeOfThisRun(double capturedAt, double begun);
+
 /// The folder where captures wait for filing, each a whole PNG file with its record as an extended
 /// attribute, or in a file of the same name plus ".json" where the file system keeps none.
 ///
@@ -35,7 +39,8 @@ class StagingFolder {
   /// Writes a changed record.
   [[nodiscard]] Result<void> update(const StagedCapture& staged);
 
-  /// Every staged capture, oldest first. Files without a record are not staged captures.
+  /// Every staged capture, oldest first: every picture with a record, whatever it is called. What
+  /// its name does not tell of the time its file does.
   [[nodiscard]] Result<std::vector<StagedCapture>> staged() const;
 
   /// Takes the record off `path` (a second name of the staged file, or the file itself), so that no

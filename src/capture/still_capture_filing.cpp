@@ -82,6 +82,7 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
   // While the index cannot be written the staged file stays: the launch that can write it files
   // the capture from there, and finds the file already in place.
   if (const auto refusal = store.indexRefusal()) {
+    claimedPaths_.erase(staged.path);
     saved.indexFailure = unlisted(*refusal);
     filed(std::move(saved));
     return;

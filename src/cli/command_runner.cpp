@@ -45,7 +45,10 @@ CommandReply replyTo(const CaptureReply& reply, bool json) {
   if (saved == nullptr) return {ExitStatus::cancelled, {}, "Cancelled.\n"};
   CommandReply done = filed(*saved->entry, json);
   for (const CaptureNote& note : saved->notes) done.error += sentence(note) + "\n";
-  if (!saved->indexFailure.empty()) done.error += saved->indexFailure + "\n";
+  if (!saved->indexFailure.empty()) {
+    done.status = ExitStatus::failed;
+    done.error += saved->indexFailure + "\n";
+  }
   return done;
 }
 

@@ -174,9 +174,10 @@ void LibraryCommands::stop(const std::string& asker) {
 
 Result<EntryList> LibraryCommands::resolve(const std::vector<std::string>& names) const {
   EntryList entries;
+  std::set<const ScreenshotEntry*> seen;
   for (const std::string& name : names) {
     EntryPointer entry = VT_TRY(services_.library->store().resolve(name));
-    if (std::ranges::find(entries, entry) == entries.end()) entries.push_back(std::move(entry));
+    if (seen.insert(entry.get()).second) entries.push_back(std::move(entry));
   }
   return entries;
 }

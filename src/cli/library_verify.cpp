@@ -73,6 +73,10 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   for (const EntryPointer& entry : findings.look.outOfReach) {
     report.add("entry out of reach", entry->path, false);
   }
+  for (const EntryPointer& entry : findings.withoutOriginal) {
+    const std::string& original = *entry->originalPath;
+    report.add("original gone", original, mended.paths.contains(original));
+  }
   const auto addAll = [&](std::string_view kind, const std::vector<Path>& paths) {
     for (const Path& path : paths) {
       report.add(kind, path.string(), mended.paths.contains(path.string()));
@@ -180,6 +184,7 @@ void LibraryVerify::dropSettled(LibraryFindings& findings) const {
   std::erase_if(findings.look.renamed, [this](const SeenFile& file) {
     return settledEntries(services_.library->store(), {file.entry}).empty();
   });
+  findings.withoutOriginal = settledEntries(services_.library->store(), findings.withoutOriginal);
   std::set<Path> found;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt, &findings.stagedCaptures};
@@ -228,6 +233,11 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
          for (ScreenshotEntry& entry : mended.entries) {
            const std::string path = entry.path;
            if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);
+         }
+         for (const EntryPointer& entry : settledEntries(store, findings.withoutOriginal)) {
+           const auto cleared = store.update(
+               entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
+           if (cleared) mended.paths.insert(*entry->originalPath);
          }
          std::vector<std::string> going;
          for (const EntryPointer& entry : settledEntries(store, mended.goneStill)) {

@@ -1,10 +1,14 @@
 #include "library/entry_caches.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
+#include <unordered_set>
 
 namespace vantorel {
 namespace {
+
+bool isStarred(const EntryPointer& entry) { return entry->starred; }
 
 bool isNewer(const EntryPointer& a, const EntryPointer& b) { return a->capturedAt > b->capturedAt; }
 
@@ -22,6 +26,9 @@ void eraseSorted(EntryList& list, const EntryPointer& entry) {
   const auto found = findSorted(list, entry);
   if (found != list.end() && *found == entry) list.erase(found);
 }
+
+/// From so many on one pass over everything costs less than a search for each.
+constexpr std::size_t manyEntries = 16;
 
 /// A collection named twice by an entry counts once.
 std::set<std::string_view> collectionsOf(const EntryPointer& entry) {
@@ -110,6 +117,69 @@ void EntryCaches::remove(const EntryPointer& entry) {
     eraseSorted(found->second.entries, entry);
     if (entry->starred) --found->second.starredCount;
     if (found->second.entries.empty()) members_.erase(found);
+  }
+}
+
+// As if they were added one by one: of two taken at the same moment the later one comes first.
+void EntryCaches::addAll(const EntryList& entries) {
+  if (entries.size() < manyEntries) {
+    for (const EntryPointer& entry : entries) add(entry);
+    return;
+  }
+  EntryList added(entries.rbegin(), entries.rend());
+  std::ranges::stable_sort(added, isNewer);
+  EntryList merged;
+  merged.reserve(newestFirst_.size() + added.size());
+  std::ranges::merge(added, newestFirst_, std::back_inserter(merged), isNewer);
+  newestFirst_ = std::move(merged);
+  const auto middle = static_cast<std::ptrdiff_t>(beginnings_.size());
+  std::map<std::string_view, EntryList> byCollection;
+  for (const EntryPointer& entry : added) {
+    byID_.emplace(entry->id, entry);
+    byPath_.emplace(entry->path, entry);
+    beginnings_.push_back({beginningOf(entry->id, 0), entry.get()});
+    for (const std::string_view id : collectionsOf(entry)) byCollection[id].push_back(entry);
+  }
+  const auto newBeginnings = beginnings_.begin() + middle;
+  std::ranges::sort(newBeginnings, beginnings_.end(), {}, &Beginning::number);
+  std::ranges::inplace_merge(beginnings_, newBeginnings, {}, &Beginning::number);
+  for (const auto& [id, members] : byCollection) {
+    CollectionMembership& membership = members_[std::string(id)];
+    EntryList all;
+    std::ranges::merge(members, membership.entries, std::back_inserter(all), isNewer);
+    membership.entries = std::move(all);
+    membership.starredCount += static_cast<std::size_t>(std::ranges::count_if(members, isStarred));
+  }
+}
+
+void EntryCaches::removeAll(const EntryList& entries) {
+  if (entries.size() < manyEntries) {
+    for (const EntryPointer& entry : entries) remove(entry);
+    return;
+  }
+  std::unordered_set<const ScreenshotEntry*> gone;
+  std::set<std::string, std::less<>> collections;
+  for (const EntryPointer& entry : entries) {
+    gone.insert(entry.get());
+    for (const std::string_view id : collectionsOf(entry)) collections.emplace(id);
+  }
+  const auto isGone = [&](const EntryPointer& entry) { return gone.contains(entry.get()); };
+  std::erase_if(newestFirst_, isGone);
+  std::erase_if(beginnings_, [&](const Beginning& one) { return gone.contains(one.entry); });
+  for (const std::string& id : collections) {
+    const auto found = members_.find(id);
+    if (found == members_.end()) continue;
+    std::erase_if(found->second.entries, isGone);
+    found->second.starredCount =
+        static_cast<std::size_t>(std::ranges::count_if(found->second.entries, isStarred));
+    if (found->second.entries.empty()) members_.erase(found);
+  }
+  for (const EntryPointer& entry : entries) {
+    byID_.erase(entry->id);
+    const auto [begin, end] = byPath_.equal_range(entry->path);
+    const auto path =
+        std::find_if(begin, end, [&](const auto& pair) { return pair.second == entry; });
+    if (path != end) byPath_.erase(path);
   }
 }
 

@@ -26,6 +26,10 @@ class EntryCaches {
   [[nodiscard]] bool build(const EntryList& entries);
   void add(const EntryPointer& entry);
   void remove(const EntryPointer& entry);
+
+  // Many at a time, in one pass over each list.
+  void addAll(const EntryList& entries);
+  void removeAll(const EntryList& entries);
   void replace(const EntryPointer& before, const EntryPointer& after);
 
   /// Null when there is none.

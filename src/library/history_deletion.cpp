@@ -4,14 +4,22 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 
-#include "base/json_record.hpp"
 #include "base/log.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
+
+constexpr std::string_view category = "History";
+constexpr std::string_view notMoved = "move to Trash failed: ";
+constexpr double undoSeconds = std::chrono::duration<double>(HistoryDeletion::undoWindow).count();
+
+/// So many entries take the main runner some milliseconds.
+constexpr std::size_t sliceLength = 250;
+constexpr std::string_view notRestored = "restore from Trash failed: ";
 
 bool isInside(const Path& path, const Path& folder) {
   return std::ranges::mismatch(folder, path).in1 == folder.end();
@@ -24,12 +32,75 @@ std::string whyNotDeleted(const ScreenshotEntry& entry, const EntryBusy& busy) {
   return sentence(busy);
 }
 
-/// Of an entry that a deletion was busy with: its file, the last one of its folder, may be what
-/// went.
-bool isGone(const Files& files, const ScreenshotEntry& entry) {
-  const FileReach reach =
-      entry.fileIdentity ? reachOf(files, entry) : reachOf(files, Path(entry.path));
-  return reach == FileReach::fileGone;
+// Copies of a capture, and captures made from others, may share files: those go with the last entry
+// that shows them.
+std::vector<TrashCandidate> candidates(const EntryList& all, const EntryList& going) {
+  std::unordered_map<std::string_view, bool> isShownByOthers;
+  std::unordered_set<std::string_view> ids;
+  for (const EntryPointer& entry : going) {
+    ids.insert(entry->id);
+    isShownByOthers.emplace(entry->path, false);
+    if (entry->originalPath) isShownByOthers.emplace(*entry->originalPath, false);
+  }
+  const auto mark = [&](std::string_view path) {
+    const auto found = isShownByOthers.find(path);
+    if (found != isShownByOthers.end()) found->second = true;
+  };
+  for (const EntryPointer& entry : all) {
+    if (!ids.contains(entry->id)) forEachPath(*entry, mark);
+  }
+  std::vector<TrashCandidate> found;
+  for (const EntryPointer& entry : going) {
+    found.push_back({entry, isShownByOthers[entry->path],
+                     entry->originalPath && isShownByOthers[*entry->originalPath]});
+  }
+  return found;
+}
+
+/// The places that entries have in the list.
+void place(std::vector<RemovedEntry>& removed, const EntryList& all) {
+  std::unordered_map<std::string_view, RemovedEntry*> byID;
+  for (RemovedEntry& one : removed) byID.emplace(one.entry->id, &one);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (const auto found = byID.find(all[i]->id); found != byID.end()) found->second->index = i;
+  }
+}
+
+/// A path that neither the disk nor an entry has: other files may have got the name while this one
+/// was in the Trash.
+std::string freePath(const Files& files, std::unordered_set<std::string>& taken,
+                     const std::string& wanted) {
+  Path path = wanted;
+  for (int number = 2; taken.contains(path.string()) || files.status(path); ++number) {
+    path.replace_filename(numberedName(wanted, number));
+  }
+  taken.insert(path.string());
+  return path.string();
+}
+
+/// Decides where the files of a batch go. Entries that an earlier run brought back keep what they
+/// have.
+void choosePaths(const Files& files, const EntryList& all, std::vector<RemovedEntry>& items) {
+  std::unordered_map<std::string_view, EntryPointer> present;
+  std::unordered_set<std::string> taken;
+  for (const EntryPointer& entry : all) {
+    present.emplace(entry->id, entry);
+    forEachPath(*entry, [&](const std::string& path) { taken.insert(path); });
+  }
+  for (RemovedEntry& item : items) {
+    if (const auto found = present.find(item.entry->id); found != present.end()) {
+      item.entry = found->second;
+      continue;
+    }
+    ScreenshotEntry entry = *item.entry;
+    // A file that never went is where it was.
+    if (item.trashedPNGURL) entry.path = freePath(files, taken, entry.path);
+    if (item.trashedOriginalURL && entry.originalPath) {
+      entry.originalPath = freePath(files, taken, *entry.originalPath);
+    }
+    if (entry != *item.entry)
+      item.entry = std::make_shared<const ScreenshotEntry>(std::move(entry));
+  }
 }
 
 }  // namespace
@@ -57,235 +128,10 @@ void HistoryDeletion::startNext() {
 }
 
 void HistoryDeletion::end(Operation answer) {
+  claims_.clear();
   isBusy_ = false;
   answer();
   startNext();
-}
-
-void HistoryDeletion::journal(const std::vector<std::string>& ids) {
-  journalled_.insert(ids.begin(), ids.end());
-  if (!ids.empty()) writeJournal();
-}
-
-// An index that was not saved still has entries whose files went: the journal goes on naming them.
-void HistoryDeletion::release(const std::vector<std::string>& ids, bool isSaved) {
-  if (ids.empty()) return;
-  for (const std::string& id : ids) {
-    claims_.erase(id);
-    if (isSaved) journalled_.erase(id);
-  }
-  writeJournal();
-}
-
-// Runs before the moves that are posted after it.
-void HistoryDeletion::writeJournal() {
-  services_.work->post([&files = services_.files, paths = services_.store.paths(),
-                        failure = journalFailure_,
-                        ids = std::vector<std::string>(journalled_.begin(), journalled_.end())] {
-    failure->reset();
-    const auto written =
-        ids.empty() ? files.remove(paths.deletions())
-                    : files.replace(paths.deletions(), json::toText(ids), Privacy::ownerOnly);
-    if (!written && written.error().kind != FailureKind::notFound) {
-      logWarning("History", "the deletion journal could not be written: {}",
-                 written.error().reason);
-      *failure = written.error().reason;
-    }
-  });
-}
-
-void HistoryDeletion::recover(std::move_only_function<void()> done) {
-  // What another process is busy with is no affair of ours.
-  if (services_.store.indexRefusal()) return done();
-  services_.work->post([&files = services_.files, paths = services_.store.paths(),
-                        entries = services_.store.entries(), main = services_.main,
-                        reply = alive_.guard([this, done = std::move(done)](
-                                                 const std::vector<std::string>& gone,
-                                                 std::optional<PendingUndo> pending) mutable {
-                          services_.store.removeEntries(gone);
-                          offerAgain(std::move(pending));
-                          services_.store.flush(alive_.guard(
-                              [this, done = std::move(done)](Result<void> saved) mutable {
-                                if (saved && journalled_.empty()) writeJournal();
-                                done();
-                              }));
-                        })]() mutable {
-    std::vector<std::string> gone;
-    const auto text = files.read(paths.deletions());
-    const auto ids = text ? json::fromText<std::vector<std::string>>(*text)
-                          : Result<std::vector<std::string>>(std::unexpected(text.error()));
-    if (ids) {
-      const std::set<std::string_view> named(ids->begin(), ids->end());
-      // While its file was in the Trash, another capture may have got the name it had.
-      std::set<std::string_view> taken;
-      for (const EntryPointer& entry : entries) {
-        if (!named.contains(entry->id)) taken.insert(entry->path);
-      }
-      for (const EntryPointer& entry : entries) {
-        if (named.contains(entry->id) && (taken.contains(entry->path) || isGone(files, *entry))) {
-          gone.push_back(entry->id);
-        }
-      }
-    }
-    main->post(
-        [reply = std::move(reply), gone = std::move(gone),
-         pending = readPendingUndo(files, paths)]() mutable { reply(gone, std::move(pending)); });
-  });
-}
-
-// Copies of a capture, and captures made from others, may share files: those go with the last entry
-// that shows them.
-std::vector<TrashCandidate> HistoryDeletion::candidates(const EntryList& going) const {
-  std::unordered_map<std::string_view, bool> isShownByOthers;
-  std::set<std::string_view> ids;
-  for (const EntryPointer& entry : going) {
-    ids.insert(entry->id);
-    isShownByOthers.emplace(entry->path, false);
-    if (entry->originalPath) isShownByOthers.emplace(*entry->originalPath, false);
-  }
-  const auto mark = [&](std::string_view path) {
-    const auto found = isShownByOthers.find(path);
-    if (found != isShownByOthers.end()) found->second = true;
-  };
-  for (const EntryPointer& entry : services_.store.entries()) {
-    if (ids.contains(entry->id)) continue;
-    forEachPath(*entry, mark);
-  }
-  std::vector<TrashCandidate> all;
-  for (const EntryPointer& entry : going) {
-    all.push_back({entry, isShownByOthers[entry->path],
-                   entry->originalPath && isShownByOthers[*entry->originalPath]});
-  }
-  return all;
-}
-
-void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
-                            std::move_only_function<void(TrashSweep)> done) {
-  enqueue([this, ids, undo, done = std::move(done)]() mutable {
-    trashNow(ids, undo, std::move(done));
-  });
-}
-
-void HistoryDeletion::trashNow(const std::vector<std::string>& ids, Undo undo,
-                               std::move_only_function<void(TrashSweep)> done) {
-  TrashSweep sweep;
-  EntryList going;
-  // Files that went while the index stays as it was would leave entries of nothing behind.
-  const auto refusal = services_.store.indexRefusal();
-  for (const std::string& id : ids) {
-    const EntryPointer entry = services_.store.find(id);
-    if (!entry || !sweep.attempted.insert(id).second) continue;
-    if (refusal) {
-      sweep.failures.push_back({id, *refusal});
-      continue;
-    }
-    auto claim = services_.store.claims().claim(id, EntryWork::deleting);
-    if (!claim) {
-      sweep.failures.push_back({id, whyNotDeleted(*entry, claim.error())});
-      continue;
-    }
-    claims_.emplace(id, *std::move(claim));
-    going.push_back(entry);
-  }
-  std::vector<std::string> claimed;
-  for (const EntryPointer& entry : going) claimed.push_back(entry->id);
-  journal(claimed);
-  services_.work->post([trash = trash_, main = services_.main, all = candidates(going),
-                        sweep = std::move(sweep), unnoted = journalFailure_,
-                        reply = alive_.guard([this, claimed, undo,
-                                              done = std::move(done)](TrashSweep& swept) mutable {
-                          finishTrash(std::move(swept), claimed, undo, std::move(done));
-                        })]() mutable {
-    for (const TrashCandidate& candidate : all) {
-      // Without a journal and an index, nobody would know afterwards where the file went.
-      if (*unnoted) {
-        sweep.failures.push_back({candidate.entry->id, "move to Trash failed: " + **unnoted});
-        continue;
-      }
-      auto outcome = trash->trash(candidate);
-      if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
-        sweep.removed.push_back(std::move(*removed));
-      } else {
-        sweep.failures.push_back(
-            {candidate.entry->id, std::get<HistoryTrash::Failed>(outcome).reason});
-      }
-    }
-    main->post([sweep = std::move(sweep), reply = std::move(reply)]() mutable { reply(sweep); });
-  });
-}
-
-void HistoryDeletion::finishTrash(TrashSweep sweep, const std::vector<std::string>& claimed,
-                                  Undo undo, std::move_only_function<void(TrashSweep)> done) {
-  std::vector<std::string> ids;
-  ids.reserve(sweep.removed.size());
-  for (const RemovedEntry& removed : sweep.removed) ids.push_back(removed.entry->id);
-  const std::vector<PlacedEntry> placed = services_.store.removeEntries(ids);
-  for (const PlacedEntry& one : placed) {
-    const auto found = std::ranges::find_if(sweep.removed, [&](const RemovedEntry& removed) {
-      return removed.entry->id == one.entry->id;
-    });
-    // It may have been edited while its file moved.
-    found->entry = one.entry;
-    found->index = one.index;
-  }
-  if (undo == Undo::offered && !sweep.removed.empty()) offerUndo({sweep.removed});
-  services_.store.flush(alive_.guard([this, claimed, sweep = std::move(sweep),
-                                      done = std::move(done)](Result<void> saved) mutable {
-    release(claimed, saved.has_value());
-    if (!saved && !sweep.removed.empty()) sweep.indexNotSaved = saved.error().reason;
-    end([&] { done(std::move(sweep)); });
-  }));
-}
-
-void HistoryDeletion::offerUndo(RemovedBatch batch) {
-  const double seconds = std::chrono::duration<double>(undoWindow).count();
-  services_.work->post([&files = services_.files, paths = services_.store.paths(),
-                        pending = PendingUndo{batch, services_.clock.now() + seconds}] {
-    const auto written = writePendingUndo(files, paths, pending);
-    if (!written) logWarning("History", "the undo was not kept: {}", written.error().reason);
-  });
-  offerUndoUntil(std::move(batch), undoWindow);
-}
-
-void HistoryDeletion::offerUndoUntil(RemovedBatch batch, std::chrono::nanoseconds left) {
-  pendingUndo_ = std::move(batch);
-  undoTimer_.renew();
-  services_.main->postAfter(left, undoTimer_.guard([this] { withdrawUndo(); }));
-  if (onPendingUndoChange) onPendingUndoChange();
-}
-
-void HistoryDeletion::offerAgain(std::optional<PendingUndo> pending) {
-  // Another process may have the library, and this undo with it.
-  if (pendingUndo_ || services_.store.indexRefusal()) return;
-  if (pending) {
-    // What an undo that was cut short has brought back needs none.
-    std::erase_if(pending->batch.items, [this](const RemovedEntry& item) {
-      return services_.store.find(item.entry->id) != nullptr;
-    });
-  }
-  const std::chrono::duration<double> left(pending ? pending->until - services_.clock.now() : 0);
-  // More than the whole window is left only when the wall clock was set back.
-  if (!pending || pending->batch.items.empty() || left.count() <= 0 || left > undoWindow) {
-    forgetPendingUndo();
-    return;
-  }
-  offerUndoUntil(std::move(pending->batch),
-                 std::chrono::duration_cast<std::chrono::nanoseconds>(left));
-}
-
-void HistoryDeletion::forgetPendingUndo() {
-  services_.work->post([&files = services_.files, paths = services_.store.paths()] {
-    const auto removed = removePendingUndo(files, paths);
-    if (!removed) logWarning("History", "the kept undo stays: {}", removed.error().reason);
-  });
-}
-
-void HistoryDeletion::withdrawUndo() {
-  if (!pendingUndo_) return;
-  undoTimer_.renew();
-  pendingUndo_.reset();
-  forgetPendingUndo();
-  if (onPendingUndoChange) onPendingUndoChange();
 }
 
 void HistoryDeletion::settle(std::move_only_function<void()> done) {
@@ -297,165 +143,551 @@ void HistoryDeletion::settle(std::move_only_function<void()> done) {
   });
 }
 
-// Another capture may have got the name while the file was in the Trash.
-std::string HistoryDeletion::freePath(const std::string& wanted) const {
-  Path path = wanted;
-  for (int number = 2; services_.store.findByPath(path.string()); ++number) {
-    path.replace_filename(numberedName(wanted, number));
+template <class Value>
+void HistoryDeletion::onWork(std::move_only_function<Value()> job,
+                             std::move_only_function<void(Value)> then) {
+  services_.work->post([main = services_.main, job = std::move(job),
+                        reply = alive_.guard(std::move(then))]() mutable {
+    main->post([value = job(), reply = std::move(reply)]() mutable { reply(std::move(value)); });
+  });
+}
+
+void HistoryDeletion::inSlices(std::size_t count,
+                               std::move_only_function<void(std::size_t, std::size_t)> slice,
+                               Operation then, std::size_t begin) {
+  const std::size_t end = std::min(count, begin + sliceLength);
+  slice(begin, end);
+  if (end == count) return then();
+  services_.main->post(
+      alive_.guard([this, count, end, slice = std::move(slice), then = std::move(then)]() mutable {
+        inSlices(count, std::move(slice), std::move(then), end);
+      }));
+}
+
+// An index that was not saved still has entries whose files went: the journal goes on naming them.
+void HistoryDeletion::clearJournal(bool isSaved, const DeletionJournal& current) {
+  if (!isSaved) return unsaved_.append(current);
+  unsaved_ = {};
+  services_.work->post([&files = services_.files, paths = services_.store.paths()] {
+    const auto removed = writeDeletionJournal(files, paths, {});
+    if (!removed) {
+      logWarning(category, "the deletion journal stays: {}", removed.error().reason);
+    }
+  });
+}
+
+// Recovery. What a run had in hand when it ended is carried on: a file that went takes its original
+// with it, and its entry; a file that did not go keeps both.
+
+void HistoryDeletion::recover(std::move_only_function<void()> done) {
+  enqueue([this, done = std::move(done)]() mutable { recoverNow(std::move(done)); });
+}
+
+void HistoryDeletion::recoverNow(std::move_only_function<void()> done) {
+  // Another process may have the library and what it has in hand, or the entries may be elsewhere.
+  if (services_.store.indexRefusal() || !services_.store.indexWasReadFromDisk()) {
+    return end(std::move(done));
   }
-  return path.string();
+  onWork<Found>(
+      [&files = services_.files, paths = services_.store.paths(), trash = trash_,
+       entries = services_.store.entries()] {
+        return lookForUnfinished(files, paths, *trash, entries);
+      },
+      [this, done = std::move(done)](Found found) mutable {
+        std::vector<std::string> ids;
+        for (const RemovedEntry& removed : found.removed) ids.push_back(removed.entry->id);
+        services_.store.removeEntries(ids);
+        if (!found.removed.empty() && found.journal.offersUndo) {
+          offerRemoved(found, ids);
+        }
+        // The undo first: once the index is on disk nothing else knows the entries.
+        onWork<Result<void>>(
+            [&files = services_.files, paths = services_.store.paths(), pending = found.pending,
+             isNew = !ids.empty() && found.journal.offersUndo]() -> Result<void> {
+              return isNew ? writePendingUndo(files, paths, *pending) : Result<void>{};
+            },
+            [this, found = std::move(found), done = std::move(done)](Result<void> kept) mutable {
+              if (!kept) logWarning(category, "the undo was not kept: {}", kept.error().reason);
+              services_.store.flush(
+                  alive_.guard([this, found = std::move(found),
+                                done = std::move(done)](Result<void> saved) mutable {
+                    finishRecovery(std::move(found), saved.has_value(), std::move(done));
+                  }));
+            });
+      });
 }
 
-// The journal first, then the index, then the files: whenever the program ends in between, every
-// file is still in the Trash or already back, and an entry stands for it, or the journal knows that
-// it has none yet.
+/// Makes the pending undo that of the deletion that was cut short.
+void HistoryDeletion::offerRemoved(Found& found, const std::vector<std::string>& ids) const {
+  const std::set<std::string_view> removed(ids.begin(), ids.end());
+  std::vector<RemovedEntry> items = std::move(found.removed);
+  const auto isRemoved = [&](const RemovedEntry& item) { return removed.contains(item.entry->id); };
+  if (found.pending && !found.pending->isBegun &&
+      std::ranges::any_of(found.pending->batch.items, isRemoved)) {
+    // The index had lost some of it already.
+    std::ranges::remove_copy_if(found.pending->batch.items, std::back_inserter(items), isRemoved);
+  }
+  found.pending = {{std::move(items)}, services_.clock.now() + undoSeconds, false};
+}
+
+HistoryDeletion::Found HistoryDeletion::lookForUnfinished(const Files& files,
+                                                          const LibraryPaths& paths,
+                                                          HistoryTrash& trash,
+                                                          const EntryList& entries) {
+  Found found{readDeletionJournal(files, paths), {}, readPendingUndo(files, paths)};
+  std::unordered_map<std::string_view, const DeletionJournal::Item*> named;
+  for (const DeletionJournal::Item& item : found.journal.items) named.emplace(item.id, &item);
+  if (named.empty()) return found;
+  EntryList going;
+  // While its file was in the Trash, another capture may have got the name it had.
+  std::unordered_set<std::string_view> taken;
+  for (const EntryPointer& entry : entries) {
+    if (named.contains(entry->id)) {
+      going.push_back(entry);
+    } else {
+      taken.insert(entry->path);
+    }
+  }
+  // What the pending undo names went whole; it knows where to.
+  std::unordered_map<std::string_view, const RemovedEntry*> known;
+  if (found.pending && !found.pending->isBegun) {
+    for (const RemovedEntry& item : found.pending->batch.items) {
+      known.emplace(item.entry->id, &item);
+    }
+  }
+  for (const TrashCandidate& candidate : candidates(entries, going)) {
+    const std::string& id = candidate.entry->id;
+    const DeletionJournal::Item& item = *named.at(id);
+    if (const auto listed = known.find(id);
+        listed != known.end() && !files.status(candidate.entry->path)) {
+      found.removed.push_back(*listed->second);
+    } else if (!item.file && taken.contains(candidate.entry->path)) {
+      found.removed.push_back({.entry = candidate.entry});
+    } else if (auto removed = trash.resume(candidate, item)) {
+      found.removed.push_back(*std::move(removed));
+    }
+  }
+  place(found.removed, entries);
+  trash.flush();
+  return found;
+}
+
+void HistoryDeletion::finishRecovery(Found found, bool isSaved,
+                                     std::move_only_function<void()> done) {
+  if (!isSaved) {
+    unsaved_ = std::move(found.journal);
+    return end(std::move(done));
+  }
+  const bool isBegun = found.pending && found.pending->isBegun;
+  onWork<bool>(
+      [&files = services_.files, &trash = services_.trash, paths = services_.store.paths(),
+       surplus = found.journal.surplus, entries = services_.store.entries()] {
+        discard(trash, surplus, entries);
+        return writeDeletionJournal(files, paths, {}).has_value();
+      },
+      [this, pending = std::move(found.pending), isBegun, done = std::move(done)](bool) mutable {
+        if (!isBegun) {
+          offerAgain(std::move(pending));
+          return end(std::move(done));
+        }
+        logInfo(category, "an undo that was cut short goes on");
+        pendingUndo_ = std::move(pending->batch);
+        undoNow(true, [done = std::move(done)](const UndoOutcome&) mutable { done(); });
+      });
+}
+
+/// Moves files that only the library knew to the Trash, unless an entry names them.
+void HistoryDeletion::discard(Trash& trash, const std::vector<std::string>& surplus,
+                              const EntryList& entries) {
+  if (surplus.empty()) return;
+  std::unordered_set<std::string_view> going(surplus.begin(), surplus.end());
+  for (const EntryPointer& entry : entries) {
+    forEachPath(*entry, [&](const std::string& path) { going.erase(path); });
+  }
+  for (const std::string_view path : going) {
+    const auto moved = trash.moveToTrash(path);
+    if (!moved && moved.error().kind != FailureKind::notFound) {
+      logWarning(category, "move to Trash failed: {}", moved.error().reason);
+    }
+  }
+  trash.flush();
+}
+
+// Deleting: the journal, the files, the undo, then the index. Whenever the run ends in between, the
+// next one knows of each file where it is.
+
+void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
+                            std::move_only_function<void(TrashSweep)> done) {
+  enqueue([this, ids, undo, done = std::move(done)]() mutable {
+    auto state = std::make_shared<Sweeping>(Sweeping{ids, undo, {}, {}, {}, std::move(done)});
+    inSlices(
+        state->ids.size(),
+        [this, state](std::size_t begin, std::size_t end) { claimSome(*state, begin, end); },
+        [this, state] { moveToTrash(state); });
+  });
+}
+
+void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t end) {
+  // Files that went while the index stays as it was would leave entries of nothing behind.
+  const auto refusal = services_.store.indexRefusal();
+  for (std::size_t i = begin; i < end; ++i) {
+    const std::string& id = state.ids[i];
+    const EntryPointer entry = services_.store.find(id);
+    if (!entry || !state.sweep.attempted.insert(id).second) continue;
+    if (refusal) {
+      state.sweep.failures.push_back({id, *refusal});
+      continue;
+    }
+    auto claim = services_.store.claims().claim(id, EntryWork::deleting);
+    if (!claim) {
+      state.sweep.failures.push_back({id, whyNotDeleted(*entry, claim.error())});
+      continue;
+    }
+    claims_.push_back(*std::move(claim));
+    state.going.push_back(entry);
+  }
+}
+
+void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
+  onWork<Moved>(
+      [&files = services_.files, paths = services_.store.paths(), trash = trash_,
+       entries = services_.store.entries(), going = std::move(state->going), unsaved = unsaved_,
+       isOffered = state->undo == Undo::offered, &clock = services_.clock] {
+        Moved moved;
+        if (going.empty()) return moved;
+        const std::vector<TrashCandidate> all = candidates(entries, going);
+        for (const TrashCandidate& one : all) moved.journal.items.push_back(trash->describe(one));
+        moved.journal.offersUndo = isOffered;
+        const auto refuse = [&](const std::string& id, const std::string& reason) {
+          moved.failures.push_back({id, std::string(notMoved) + reason});
+        };
+        DeletionJournal whole = unsaved;
+        whole.append(moved.journal);
+        // Without a journal, nobody would know afterwards where the files went.
+        if (const auto written = writeDeletionJournal(files, paths, whole); !written) {
+          logWarning(category, "the deletion journal could not be written: {}",
+                     written.error().reason);
+          for (const TrashCandidate& one : all) refuse(one.entry->id, written.error().reason);
+          return moved;
+        }
+        for (const TrashCandidate& one : all) {
+          auto outcome = trash->trash(one);
+          if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
+            moved.removed.push_back(*std::move(removed));
+          } else {
+            moved.failures.push_back(
+                {one.entry->id, std::get<HistoryTrash::Failed>(outcome).reason});
+          }
+        }
+        trash->flush();
+        place(moved.removed, entries);
+        if (!isOffered || moved.removed.empty()) return moved;
+        const auto kept =
+            writePendingUndo(files, paths, {{moved.removed}, clock.now() + undoSeconds});
+        if (kept) return moved;
+        // What could not be undone is not done.
+        std::vector<RemovedEntry> stuck;
+        for (RemovedEntry& removed : moved.removed) {
+          if (trash->restore(removed, false).failure) {
+            stuck.push_back(std::move(removed));
+          } else {
+            refuse(removed.entry->id, kept.error().reason);
+          }
+        }
+        moved.removed = std::move(stuck);
+        return moved;
+      },
+      [this, state](Moved moved) {
+        std::ranges::move(moved.failures, std::back_inserter(state->sweep.failures));
+        state->sweep.removed = std::move(moved.removed);
+        state->journal = std::move(moved.journal);
+        inSlices(
+            state->sweep.removed.size(),
+            [this, state](std::size_t begin, std::size_t end) { removeSome(*state, begin, end); },
+            [this, state] { keepUndo(state); });
+      });
+}
+
+void HistoryDeletion::removeSome(Sweeping& state, std::size_t begin, std::size_t end) {
+  std::vector<std::string> ids;
+  std::unordered_map<std::string, RemovedEntry*> byID;
+  for (std::size_t i = begin; i < end; ++i) {
+    RemovedEntry& removed = state.sweep.removed[i];
+    ids.push_back(removed.entry->id);
+    byID.emplace(removed.entry->id, &removed);
+  }
+  for (PlacedEntry& placed : services_.store.removeEntries(ids)) {
+    RemovedEntry& removed = *byID.at(placed.entry->id);
+    // It may have been edited while its file moved.
+    state.wasEdited |= placed.entry != removed.entry;
+    removed.entry = std::move(placed.entry);
+  }
+}
+
+void HistoryDeletion::keepUndo(const std::shared_ptr<Sweeping>& state) {
+  const auto goOn = [this, state](const Result<void>& kept) {
+    if (!kept) logWarning(category, "the undo was not kept: {}", kept.error().reason);
+    services_.store.flush(
+        alive_.guard([this, state](const Result<void>& saved) { finishTrash(state, saved); }));
+  };
+  if (state->undo == Undo::none || state->sweep.removed.empty()) return goOn({});
+  offerUndoFor(undoWindow, {state->sweep.removed});
+  if (!state->wasEdited) return goOn({});
+  onWork<Result<void>>(
+      [&files = services_.files, paths = services_.store.paths(),
+       pending = PendingUndo{*pendingUndo_, services_.clock.now() + undoSeconds}] {
+        return writePendingUndo(files, paths, pending);
+      },
+      goOn);
+}
+
+void HistoryDeletion::finishTrash(const std::shared_ptr<Sweeping>& state,
+                                  const Result<void>& saved) {
+  if (!state->journal.isEmpty()) clearJournal(saved.has_value(), state->journal);
+  if (!saved && !state->sweep.removed.empty()) state->sweep.indexNotSaved = saved.error().reason;
+  end([state] { state->done(std::move(state->sweep)); });
+}
+
+// The pending undo.
+
+void HistoryDeletion::offerUndo(RemovedBatch batch) {
+  services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                        pending = PendingUndo{batch, services_.clock.now() + undoSeconds}] {
+    const auto written = writePendingUndo(files, paths, pending);
+    if (!written) logWarning(category, "the undo was not kept: {}", written.error().reason);
+  });
+  offerUndoFor(undoWindow, std::move(batch));
+}
+
+void HistoryDeletion::offerUndoFor(std::chrono::nanoseconds left, RemovedBatch batch) {
+  pendingUndo_ = std::move(batch);
+  undoTimer_.renew();
+  services_.main->postAfter(left, undoTimer_.guard([this] {
+    pendingUndo_.reset();
+    forgetPendingUndo();
+    if (onPendingUndoChange) onPendingUndoChange();
+  }));
+  if (onPendingUndoChange) onPendingUndoChange();
+}
+
+void HistoryDeletion::offerAgain(std::optional<PendingUndo> pending) {
+  if (pendingUndo_) return;
+  if (pending) {
+    std::erase_if(pending->batch.items, [this](const RemovedEntry& item) {
+      return services_.store.find(item.entry->id) != nullptr;
+    });
+  }
+  const std::chrono::duration<double> left(pending ? pending->until - services_.clock.now() : 0);
+  // More than the whole window is left only when the wall clock was set back.
+  if (!pending || pending->batch.items.empty() || left.count() <= 0 || left > undoWindow) {
+    forgetPendingUndo();
+    return;
+  }
+  offerUndoFor(std::chrono::duration_cast<std::chrono::nanoseconds>(left),
+               std::move(pending->batch));
+}
+
+void HistoryDeletion::forgetPendingUndo() {
+  services_.work->post([&files = services_.files, paths = services_.store.paths()] {
+    const auto removed = removePendingUndo(files, paths);
+    if (!removed) logWarning(category, "the kept undo stays: {}", removed.error().reason);
+  });
+}
+
+// Undoing: the file that keeps the undo says that it has begun, then the index, then the files, and
+// only then that file goes. Whenever the run ends in between, the next one carries the undo on.
+
 void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
-  enqueue([this, done = std::move(done)]() mutable { undoNow(std::move(done)); });
+  enqueue([this, done = std::move(done)]() mutable { undoNow(false, std::move(done)); });
 }
 
-void HistoryDeletion::undoNow(std::move_only_function<void(UndoOutcome)> done) {
+void HistoryDeletion::undoNow(bool wasBegun, std::move_only_function<void(UndoOutcome)> done) {
   if (!pendingUndo_) {
     services_.main->post(
         alive_.guard([this, done = std::move(done)]() mutable { end([&] { done({}); }); }));
     return;
   }
-  RemovedBatch batch = *std::move(pendingUndo_);
-  withdrawUndo();
-  std::vector<std::string> ids;
-  for (const RemovedEntry& removed : batch.items) {
-    const std::string& id = removed.entry->id;
-    ids.push_back(id);
-    if (auto claim = services_.store.claims().claim(id, EntryWork::restoring)) {
-      claims_.emplace(id, *std::move(claim));
+  auto state = std::make_shared<Undoing>();
+  state->items = std::move(pendingUndo_->items);
+  state->wasBegun = wasBegun;
+  state->done = std::move(done);
+  undoTimer_.renew();
+  pendingUndo_.reset();
+  if (onPendingUndoChange) onPendingUndoChange();
+  const auto claim = [this, state](std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) {
+      const std::string& id = state->items[i].entry->id;
+      if (auto claimed = services_.store.claims().claim(id, EntryWork::restoring)) {
+        claims_.push_back(*std::move(claimed));
+      }
     }
-  }
-  journal(ids);
-  services_.work->post(
-      [main = services_.main, unnoted = journalFailure_,
-       reply = alive_.guard([this, batch = std::move(batch), ids, done = std::move(done)](
-                                const std::optional<std::string>& failure) mutable {
-         if (!failure) return putBack(std::move(batch), std::move(done));
-         release(ids, true);
-         offerUndo(std::move(batch));
-         UndoOutcome outcome;
-         for (const std::string& id : ids) {
-           outcome.failures.push_back({id, "restore from Trash failed: " + *failure});
-         }
-         end([&] { done(std::move(outcome)); });
-       })]() mutable {
-        main->post([reply = std::move(reply), failure = *unnoted]() mutable { reply(failure); });
+  };
+  inSlices(state->items.size(), claim, [this, state] { beginUndo(state); });
+}
+
+void HistoryDeletion::beginUndo(const std::shared_ptr<Undoing>& state) {
+  using Begun = std::pair<Result<void>, std::vector<RemovedEntry>>;
+  onWork<Begun>(
+      [&files = services_.files, paths = services_.store.paths(), items = state->items,
+       entries = services_.store.entries(),
+       until = services_.clock.now() + undoSeconds]() mutable -> Begun {
+        auto noted = writePendingUndo(files, paths, {{items}, until, true});
+        if (noted) choosePaths(files, entries, items);
+        return {std::move(noted), std::move(items)};
+      },
+      [this, state](Begun begun) {
+        if (!begun.first) return giveUpUndo(state, begun.first.error().reason);
+        state->tried = std::move(begun.second);
+        inSlices(
+            state->tried.size(),
+            [this, state](std::size_t begin, std::size_t end) { insertSome(*state, begin, end); },
+            [this, state] {
+              services_.store.flush(alive_.guard([this, state](const Result<void>& saved) {
+                if (saved) return restoreFiles(state);
+                // No file comes back without its entry.
+                state->outcome.indexNotSaved = saved.error().reason;
+                services_.store.removeEntries(state->inserted);
+                giveUpUndo(state, saved.error().reason);
+              }));
+            });
       });
 }
 
-void HistoryDeletion::putBack(RemovedBatch batch, std::move_only_function<void(UndoOutcome)> done) {
+void HistoryDeletion::insertSome(Undoing& state, std::size_t begin, std::size_t end) {
   std::vector<PlacedEntry> placed;
-  for (RemovedEntry& removed : batch.items) {
-    ScreenshotEntry entry = *removed.entry;
+  for (std::size_t i = begin; i < end; ++i) {
+    RemovedEntry& item = state.tried[i];
+    if (services_.store.find(item.entry->id)) continue;
+    ScreenshotEntry entry = *item.entry;
     std::erase_if(entry.collectionIDs, [&](const std::string& id) {
       return services_.store.findCollection(id) == nullptr;
     });
-    entry.path = freePath(entry.path);
-    if (entry != *removed.entry) {
-      removed.entry = std::make_shared<const ScreenshotEntry>(std::move(entry));
+    if (entry != *item.entry) {
+      item.entry = std::make_shared<const ScreenshotEntry>(std::move(entry));
     }
-    placed.push_back({removed.index, removed.entry});
+    state.inserted.push_back(item.entry->id);
+    placed.push_back({item.index, item.entry});
   }
   services_.store.insertEntries(std::move(placed));
-  services_.store.flush(alive_.guard(
-      [this, batch = std::move(batch), done = std::move(done)](Result<void> saved) mutable {
-        UndoOutcome outcome;
-        if (!saved) outcome.indexNotSaved = saved.error().reason;
-        restoreFiles(std::move(batch), std::move(outcome), std::move(done));
-      }));
 }
 
-void HistoryDeletion::restoreFiles(RemovedBatch batch, UndoOutcome outcome,
-                                   std::move_only_function<void(UndoOutcome)> done) {
-  services_.work->post(
-      [trash = trash_, main = services_.main, batch = std::move(batch),
-       reply = alive_.guard(
-           [this, outcome = std::move(outcome), done = std::move(done)](
-               const RemovedBatch& tried, const std::vector<HistoryTrash::Restored>& all) mutable {
-             finishUndo(tried, all, std::move(outcome), std::move(done));
-           })]() mutable {
-        std::vector<HistoryTrash::Restored> all;
-        all.reserve(batch.items.size());
-        for (const RemovedEntry& removed : batch.items) all.push_back(trash->restore(removed));
-        main->post([all = std::move(all), tried = std::move(batch),
-                    reply = std::move(reply)]() mutable { reply(tried, all); });
+/// Nothing has moved: everything can be undone again.
+void HistoryDeletion::giveUpUndo(const std::shared_ptr<Undoing>& state, const std::string& reason) {
+  for (const RemovedEntry& item : state->items) {
+    state->outcome.failures.push_back({item.entry->id, std::string(notRestored) + reason});
+  }
+  offerUndo({std::move(state->items)});
+  end([state] { state->done(std::move(state->outcome)); });
+}
+
+void HistoryDeletion::restoreFiles(const std::shared_ptr<Undoing>& state) {
+  using All = std::vector<HistoryTrash::Restored>;
+  onWork<All>(
+      [trash = trash_, items = state->tried, wasBegun = state->wasBegun] {
+        All all;
+        all.reserve(items.size());
+        for (const RemovedEntry& removed : items) all.push_back(trash->restore(removed, wasBegun));
+        trash->flush();
+        return all;
+      },
+      [this, state](All all) {
+        std::vector<std::string> withoutFile;
+        for (HistoryTrash::Restored& restored : all) {
+          const std::string& id = restored.entry->id;
+          if (restored.failure) state->outcome.failures.push_back({id, *restored.failure});
+          if (!restored.failure || restored.hasBackingImage) {
+            state->outcome.restored.push_back(id);
+            continue;
+          }
+          withoutFile.push_back(id);
+          // What is still in the Trash, for the user to make room for.
+          if (restored.isInTrash) state->again.items.push_back(std::move(restored.again));
+        }
+        services_.store.removeEntries(withoutFile);
+        services_.store.flush(
+            alive_.guard([this, state](const Result<void>& saved) { finishUndo(state, saved); }));
       });
 }
 
-void HistoryDeletion::finishUndo(const RemovedBatch& tried,
-                                 const std::vector<HistoryTrash::Restored>& all,
-                                 UndoOutcome outcome,
-                                 std::move_only_function<void(UndoOutcome)> done) {
-  std::vector<std::string> ids;
-  std::vector<std::string> withoutFile;
-  RemovedBatch again;  // what is still in the Trash, for the user to make room for
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    const HistoryTrash::Restored& restored = all[i];
-    const std::string& id = restored.entry->id;
-    ids.push_back(id);
-    if (restored.failure) outcome.failures.push_back({id, *restored.failure});
-    if (restored.failure && !restored.hasBackingImage) {
-      withoutFile.push_back(id);
-      if (restored.isInTrash) again.items.push_back(tried.items[i]);
-      continue;
-    }
-    outcome.restored.push_back(id);
-    (void)services_.store.update(id, [&](ScreenshotEntry& entry) {
-      entry.path = restored.entry->path;
-      entry.originalPath = restored.entry->originalPath;
-    });
+void HistoryDeletion::finishUndo(const std::shared_ptr<Undoing>& state, const Result<void>& saved) {
+  if (!saved) state->outcome.indexNotSaved = saved.error().reason;
+  if (!state->again.items.empty()) {
+    offerUndo(std::move(state->again));
+  } else if (saved) {
+    forgetPendingUndo();
   }
-  services_.store.removeEntries(withoutFile);
-  if (!again.items.empty() && !pendingUndo_) offerUndo(std::move(again));
-  services_.store.flush(alive_.guard([this, ids = std::move(ids), outcome = std::move(outcome),
-                                      done = std::move(done)](Result<void> saved) mutable {
-    release(ids, saved.has_value());
-    if (!saved) outcome.indexNotSaved = saved.error().reason;
-    end([&] { done(std::move(outcome)); });
-  }));
+  end([state] { state->done(std::move(state->outcome)); });
 }
 
 void HistoryDeletion::forget(const std::vector<std::string>& ids,
                              std::move_only_function<void(Result<std::size_t>)> done) {
-  if (const auto refusal = services_.store.indexRefusal()) {
-    services_.main->post(alive_.guard([reason = *refusal, done = std::move(done)]() mutable {
-      done(failed(FailureKind::denied, std::move(reason)));
-    }));
-    return;
-  }
-  std::vector<ForgetCandidate> going;
-  for (const PlacedEntry& placed : services_.store.removeEntries(ids)) {
-    ForgetCandidate candidate{placed.entry, std::nullopt};
-    const auto& original = placed.entry->originalPath;
-    const bool isSequestered =
-        original && isInside(*original, services_.store.paths().redactedOriginals());
-    if (isSequestered && !candidates({placed.entry}).front().keepsOriginal) {
-      candidate.sequesteredOriginal = *original;
-    }
-    going.push_back(std::move(candidate));
-  }
-  services_.store.flush(alive_.guard(
-      [this, going = std::move(going), done = std::move(done)](Result<void> saved) mutable {
-        if (!saved) {
-          done(failed(saved.error().kind, saved.error().reason));
-          return;
-        }
-        const std::size_t count = going.size();
-        services_.work->post([&trash = services_.trash, going = std::move(going)] {
-          for (const ForgetCandidate& candidate : going) {
-            if (!candidate.sequesteredOriginal) continue;
-            const auto moved = trash.moveToTrash(*candidate.sequesteredOriginal);
-            if (!moved && moved.error().kind != FailureKind::notFound) {
-              logWarning("History", "move to Trash failed: {}", moved.error().reason);
-            }
-          }
-        });
-        done(count);
+  enqueue([this, ids, done = std::move(done)]() mutable {
+    auto state = std::make_shared<Forgetting>(Forgetting{ids, {}, {}, std::move(done)});
+    if (const auto refusal = services_.store.indexRefusal()) {
+      services_.main->post(alive_.guard([this, state, reason = *refusal] {
+        end([&] { state->done(failed(FailureKind::denied, reason)); });
       }));
+      return;
+    }
+    const auto claim = [this, state](std::size_t begin, std::size_t end) {
+      for (std::size_t i = begin; i < end; ++i) {
+        const EntryPointer entry = services_.store.find(state->ids[i]);
+        if (!entry) continue;
+        auto claimed = services_.store.claims().claim(entry->id, EntryWork::deleting);
+        if (!claimed) continue;
+        claims_.push_back(*std::move(claimed));
+        state->going.push_back(entry);
+      }
+    };
+    inSlices(state->ids.size(), claim, [this, state] { noteSurplus(state); });
+  });
+}
+
+// Originals in the library's own folders are nobody else's.
+void HistoryDeletion::noteSurplus(const std::shared_ptr<Forgetting>& state) {
+  onWork<Result<void>>(
+      [&files = services_.files, paths = services_.store.paths(), state, unsaved = unsaved_,
+       entries = services_.store.entries()]() -> Result<void> {
+        for (const TrashCandidate& one : candidates(entries, state->going)) {
+          const auto& original = one.entry->originalPath;
+          if (original && !one.keepsOriginal &&
+              (isInside(*original, paths.redactedOriginals()) ||
+               isInside(*original, paths.originals()))) {
+            state->journal.surplus.push_back(*original);
+          }
+        }
+        if (state->journal.isEmpty()) return {};
+        DeletionJournal whole = unsaved;
+        whole.append(state->journal);
+        return writeDeletionJournal(files, paths, whole);
+      },
+      [this, state](Result<void> noted) {
+        if (!noted) return end([&] { state->done(std::unexpected(noted.error())); });
+        const auto remove = [this, state](std::size_t begin, std::size_t end) {
+          std::vector<std::string> ids;
+          for (std::size_t i = begin; i < end; ++i) ids.push_back(state->going[i]->id);
+          services_.store.removeEntries(ids);
+        };
+        inSlices(state->going.size(), remove, [this, state] {
+          services_.store.flush(alive_.guard(
+              [this, state](const Result<void>& saved) { finishForget(state, saved); }));
+        });
+      });
+}
+
+void HistoryDeletion::finishForget(const std::shared_ptr<Forgetting>& state,
+                                   const Result<void>& saved) {
+  if (!saved) {
+    unsaved_.append(state->journal);
+    return end([&] { state->done(std::unexpected(saved.error())); });
+  }
+  if (!state->journal.isEmpty()) {
+    services_.work->post(
+        [&trash = services_.trash, surplus = state->journal.surplus,
+         entries = services_.store.entries()] { discard(trash, surplus, entries); });
+    clearJournal(true, state->journal);
+  }
+  end([&] { state->done(state->going.size()); });
 }
 
 }  // namespace vantorel

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "base/alive.hpp"
+#include "library/deletion_journal.hpp"
 #include "library/history_store.hpp"
 #include "library/history_trash.hpp"
 #include "library/pending_undo.hpp"
@@ -44,8 +44,9 @@ struct UndoOutcome {
 /// One thing after the other: an undo waits for the deletion it undoes. Lives on the main runner;
 /// files move on `work`.
 ///
-/// However the program ends, a file is either in the library with its entry or in the Trash: files
-/// move while the index has their entries, and a journal names the entries whose files are moving.
+/// However the program ends, a file is either in the library with its entry or in the Trash, and an
+/// undo is either still to be had or done: a journal names the entries whose files are moving, and
+/// the next run carries on what was cut short.
 class HistoryDeletion {
  public:
   static constexpr std::chrono::seconds undoWindow{8};
@@ -61,9 +62,9 @@ class HistoryDeletion {
 
   explicit HistoryDeletion(Services services);
 
-  /// After loading: takes entries out whose files an earlier run had just moved to the Trash, or
-  /// not yet brought back from it, when it ended, and offers again the undo of a deletion whose
-  /// eight seconds are not over. `done` comes when the index says so too.
+  /// After loading: carries on a deletion or an undo that an earlier run did not end, and offers
+  /// again the undo of a deletion whose eight seconds are not over. `done` comes when the index
+  /// says so too.
   void recover(std::move_only_function<void()> done);
 
   enum class Undo { offered, none };
@@ -82,11 +83,11 @@ class HistoryDeletion {
 
   /// Puts the pending batch back: entries at their old places and in their collections, files back
   /// from the Trash. Entries whose files are gone stay away; those whose files could not be put
-  /// back can be undone again.
+  /// back, and all of them when the index cannot be saved, can be undone again.
   void undo(std::move_only_function<void(UndoOutcome)> done);
 
   /// Takes the entries out of the library and leaves their files where they are. An original that
-  /// only the library knew, in "Redacted Originals", goes to the Trash. Answers how many went.
+  /// only the library knew goes to the Trash. Those that somebody has stay. Answers how many went.
   void forget(const std::vector<std::string>& ids,
               std::move_only_function<void(Result<std::size_t>)> done);
 
@@ -97,46 +98,92 @@ class HistoryDeletion {
   [[nodiscard]] bool isBusy() const { return isBusy_; }
 
  private:
-  struct ForgetCandidate {
-    EntryPointer entry;
-    std::optional<Path> sequesteredOriginal;
-  };
-
   using Operation = std::move_only_function<void()>;
+
+  /// What an earlier run had in hand.
+  struct Found {
+    DeletionJournal journal;
+    std::vector<RemovedEntry> removed;
+    std::optional<PendingUndo> pending;
+  };
+  /// What came of moving the files of a deletion.
+  struct Moved {
+    std::vector<RemovedEntry> removed{};
+    std::vector<TrashSweep::Failure> failures{};
+    DeletionJournal journal{};
+  };
+  struct Sweeping {
+    std::vector<std::string> ids;
+    Undo undo;
+    TrashSweep sweep;
+    EntryList going;
+    DeletionJournal journal;
+    std::move_only_function<void(TrashSweep)> done;
+    bool wasEdited = false;
+  };
+  struct Undoing {
+    std::vector<RemovedEntry> items;    // as they were removed
+    std::vector<RemovedEntry> tried;    // with the paths they are to have
+    std::vector<std::string> inserted;  // ids
+    bool wasBegun = false;              // by an earlier run
+    RemovedBatch again;
+    UndoOutcome outcome;
+    std::move_only_function<void(UndoOutcome)> done;
+  };
+  struct Forgetting {
+    std::vector<std::string> ids;
+    EntryList going;
+    DeletionJournal journal;
+    std::move_only_function<void(Result<std::size_t>)> done;
+  };
 
   void enqueue(Operation operation);
   void startNext();
+  void recoverNow(std::move_only_function<void()> done);
   void end(Operation answer);
-  void trashNow(const std::vector<std::string>& ids, Undo undo,
-                std::move_only_function<void(TrashSweep)> done);
-  void undoNow(std::move_only_function<void(UndoOutcome)> done);
-  void journal(const std::vector<std::string>& ids);
-  void release(const std::vector<std::string>& ids, bool isSaved);
-  void writeJournal();
-  void finishTrash(TrashSweep sweep, const std::vector<std::string>& claimed, Undo undo,
-                   std::move_only_function<void(TrashSweep)> done);
-  void putBack(RemovedBatch batch, std::move_only_function<void(UndoOutcome)> done);
-  void restoreFiles(RemovedBatch batch, UndoOutcome outcome,
-                    std::move_only_function<void(UndoOutcome)> done);
-  void finishUndo(const RemovedBatch& tried, const std::vector<HistoryTrash::Restored>& all,
-                  UndoOutcome outcome, std::move_only_function<void(UndoOutcome)> done);
+
+  template <class Value>
+  void onWork(std::move_only_function<Value()> job, std::move_only_function<void(Value)> then);
+
+  /// Calls `slice` with one run of [0, count) after the other, and lets the main runner do other
+  /// things in between.
+  void inSlices(std::size_t count, std::move_only_function<void(std::size_t, std::size_t)> slice,
+                Operation then, std::size_t begin = 0);
+
+  [[nodiscard]] static Found lookForUnfinished(const Files& files, const LibraryPaths& paths,
+                                               HistoryTrash& trash, const EntryList& entries);
+  void offerRemoved(Found& found, const std::vector<std::string>& ids) const;
+  void finishRecovery(Found found, bool isSaved, std::move_only_function<void()> done);
+  static void discard(Trash& trash, const std::vector<std::string>& surplus,
+                      const EntryList& entries);
+  void clearJournal(bool isSaved, const DeletionJournal& current);
+
+  void claimSome(Sweeping& state, std::size_t begin, std::size_t end);
+  void moveToTrash(const std::shared_ptr<Sweeping>& state);
+  void removeSome(Sweeping& state, std::size_t begin, std::size_t end);
+  void keepUndo(const std::shared_ptr<Sweeping>& state);
+  void finishTrash(const std::shared_ptr<Sweeping>& state, const Result<void>& saved);
+
   void offerUndo(RemovedBatch batch);
-  void offerUndoUntil(RemovedBatch batch, std::chrono::nanoseconds left);
+  void offerUndoFor(std::chrono::nanoseconds left, RemovedBatch batch);
   void offerAgain(std::optional<PendingUndo> pending);
-  void withdrawUndo();
   void forgetPendingUndo();
-  [[nodiscard]] std::string freePath(const std::string& wanted) const;
-  [[nodiscard]] std::vector<TrashCandidate> candidates(const EntryList& going) const;
+
+  void undoNow(bool wasBegun, std::move_only_function<void(UndoOutcome)> done);
+  void beginUndo(const std::shared_ptr<Undoing>& state);
+  void insertSome(Undoing& state, std::size_t begin, std::size_t end);
+  void giveUpUndo(const std::shared_ptr<Undoing>& state, const std::string& reason);
+  void restoreFiles(const std::shared_ptr<Undoing>& state);
+  void finishUndo(const std::shared_ptr<Undoing>& state, const Result<void>& saved);
+
+  void noteSurplus(const std::shared_ptr<Forgetting>& state);
+  void finishForget(const std::shared_ptr<Forgetting>& state, const Result<void>& saved);
 
   Services services_;
   std::shared_ptr<HistoryTrash> trash_;
-
-  /// Why the last journal could not be written. Lives on the work runner.
-  std::shared_ptr<std::optional<std::string>> journalFailure_ =
-      std::make_shared<std::optional<std::string>>();
   std::optional<RemovedBatch> pendingUndo_;
-  std::map<std::string, EntryClaim> claims_;
-  std::set<std::string> journalled_;
+  DeletionJournal unsaved_;         // of deletions whose end is not in the index on disk
+  std::vector<EntryClaim> claims_;  // of the operation under way
   std::deque<Operation> waiting_;
   bool isBusy_ = false;
   Alive undoTimer_;

@@ -246,70 +246,105 @@ TEST_F(HistoryDeletionTest, NothingMovesWhenTheIndexCannotFollow) {
   EXPECT_EQ(files.text("/captures/a.png"), "pixels of a");
 }
 
-TEST_F(HistoryDeletionTest, EndAtAnyChangeLeavesEachFileInTheLibraryOrInTheTrash) {
-  struct Ended {};
-  for (int end = 1; end < 32; ++end) {
-    FakeFiles disk;
-    auto runnersOfFirst = std::make_unique<FakeRunners>();
-    FakeRunners& run = *runnersOfFirst;
-    FakeTrash bin(disk);
-    const auto open = [&] {
-      auto made = std::make_unique<HistoryStore>(
-          HistoryServices{disk, run, run.main(), run.runner("persist"), 0},
-          LibraryPaths{"/data", "/caches"});
-      made->load([] {});
-      run.run();
-      return made;
-    };
-    auto first = open();
-    ScreenshotEntry entry;
-    entry.id = "x";
-    entry.path = "/captures/x.png";
-    disk.put(entry.path, "pixels");
-    ASSERT_TRUE(first->add(entry).has_value());
-    run.advance(1s);
-    auto deleting = std::make_unique<HistoryDeletion>(
-        HistoryDeletion::Services{*first, disk, bin, run, run.main(), run.runner("work")});
-    disk.beforeChange = [&, from = disk.changes](int change) {
+struct Ended {};
+
+/// A capture with an original and a title, on a disk that outlives the runs of the program.
+struct Shelf {
+  Shelf() {
+    disk.put("/captures/x.png", "pixels");
+    disk.put("/data/Redacted Originals/x.png", "secret");
+    disk.put(index, R"({"version":4,"entries":[{"id":"x","capturedAt":1,"path":"/captures/x.png",)"
+                    R"("originalPath":"/data/Redacted Originals/x.png","title":"X"}],)"
+                    R"("collections":[]})");
+  }
+
+  struct Run {
+    explicit Run(Shelf& on)
+        : store({on.disk, runners, runners.main(), runners.runner("persist"), 0},
+                LibraryPaths{"/data", "/caches"}),
+          deletion({store, on.disk, on.bin, runners, runners.main(), runners.runner("work")}) {
+      store.load([] {});
+      runners.run();
+      deletion.recover([this] { isRecovered = true; });
+      runners.run();
+    }
+    FakeRunners runners;
+    HistoryStore store;
+    HistoryDeletion deletion;
+    bool isRecovered = false;
+  };
+
+  [[nodiscard]] bool isWhole(const HistoryStore& store) const {
+    const EntryPointer entry = store.find("x");
+    return entry && entry->title == "X" && disk.text(entry->path) == "pixels" &&
+           disk.text(entry->originalPath.value_or("")) == "secret" && disk.names("/Trash").empty();
+  }
+
+  FakeFiles disk;
+  FakeTrash bin{disk};
+};
+
+TEST_F(HistoryDeletionTest, EndAtAnyChangeLosesNothingAndLeavesNothing) {
+  for (int end = 1, isEnded = 1; isEnded != 0; ++end) {
+    ASSERT_LT(end, 60);
+    isEnded = 0;
+    Shelf shelf;
+    auto first = std::make_unique<Shelf::Run>(shelf);
+    shelf.disk.beforeChange = [&, from = shelf.disk.changes](int change) {
       if (change - from == end) throw Ended{};
     };
-    bool ended = false;
+    bool isDeleted = false;
+    bool isUndone = false;
     try {
-      deleting->trash({"x"}, HistoryDeletion::Undo::offered,
-                      [&](const TrashSweep&) { deleting->undo([](const UndoOutcome&) {}); });
-      run.run();
+      first->deletion.trash({"x"}, HistoryDeletion::Undo::offered, [&](const TrashSweep&) {
+        isDeleted = true;
+        first->deletion.undo(
+            [&](const UndoOutcome& outcome) { isUndone = !outcome.restored.empty(); });
+      });
+      first->runners.run();
     } catch (const Ended&) {
-      ended = true;
+      isEnded = 1;
     }
-    disk.beforeChange = {};
-    const bool inTrash = disk.text("/Trash/1-x.png") == "pixels";
-    const bool inPlace = disk.text("/captures/x.png") == "pixels";
-    EXPECT_NE(inTrash, inPlace) << end;
-    // The next run clears up: a file in the library has its entry, one in the Trash has none.
-    deleting.reset();
+    shelf.disk.beforeChange = {};
     first.reset();
-    runnersOfFirst.reset();
-    FakeRunners again;
-    HistoryStore next({disk, again, again.main(), again.runner("persist"), 0},
-                      LibraryPaths{"/data", "/caches"});
-    next.load([] {});
-    again.run();
-    HistoryDeletion recovering({next, disk, bin, again, again.main(), again.runner("work")});
-    bool recovered = false;
-    recovering.recover([&] { recovered = true; });
-    again.run();
-    EXPECT_TRUE(recovered);
-    EXPECT_EQ(next.find("x") != nullptr, inPlace) << end;
-    EXPECT_EQ(disk.text("/data/deletions.json"), "(missing)") << end;
-    if (recovering.pendingUndo()) {
-      recovering.undo([](const UndoOutcome&) {});
-      again.run();
-      EXPECT_NE(next.find("x"), nullptr) << end;
-      EXPECT_EQ(disk.text("/captures/x.png"), "pixels") << end;
-    }
-    EXPECT_EQ(disk.text("/data/undo.json"), "(missing)") << end;
-    if (!ended) break;
-    EXPECT_LT(end, 31);
+    Shelf::Run next(shelf);
+    EXPECT_TRUE(next.isRecovered);
+    const bool isThere = next.store.find("x") != nullptr;
+    EXPECT_EQ(shelf.disk.names("/Trash").empty(), isThere)
+        << end << ": a redacted original must not outlive its capture";
+    EXPECT_EQ(next.deletion.pendingUndo().has_value(), !isThere) << end;
+    EXPECT_TRUE(isThere || !isUndone) << end;
+    next.deletion.undo([](const UndoOutcome&) {});
+    next.runners.run();
+    EXPECT_TRUE(shelf.isWhole(next.store)) << end << (isDeleted ? ", undoing" : ", deleting");
+    EXPECT_EQ(shelf.disk.text("/data/deletions.json"), "(missing)") << end;
+    EXPECT_EQ(shelf.disk.text("/data/undo.json"), "(missing)") << end;
+  }
+}
+
+TEST_F(HistoryDeletionTest, AFullDiskStopsADeletionOrAnUndoAndLosesNothing) {
+  for (int room = 1, isFull = 1; isFull != 0; ++room) {
+    ASSERT_LT(room, 60);
+    Shelf shelf;
+    auto run = std::make_unique<Shelf::Run>(shelf);
+    shelf.disk.spaceEndsAtChange = room;
+    run->deletion.trash({"x"}, HistoryDeletion::Undo::offered, [](const TrashSweep&) {});
+    run->runners.run();
+    std::optional<UndoOutcome> outcome;
+    run->deletion.undo([&](UndoOutcome came) { outcome = std::move(came); });
+    run->runners.run();
+    isFull = shelf.disk.changesFail ? 1 : 0;
+    const bool saysWhy = outcome && (!outcome->failures.empty() || outcome->indexNotSaved);
+    EXPECT_TRUE(run->store.find("x") || saysWhy) << room;
+    shelf.disk.spaceEndsAtChange = 0;
+    shelf.disk.changesFail.reset();
+    run->deletion.undo([](const UndoOutcome&) {});
+    run->runners.run();
+    EXPECT_TRUE(shelf.isWhole(run->store)) << room;
+    run->runners.advance(70s);
+    run.reset();
+    Shelf::Run next(shelf);
+    EXPECT_TRUE(shelf.isWhole(next.store)) << room;
   }
 }
 
@@ -387,7 +422,7 @@ TEST_F(HistoryDeletionTest, AnUndoNeverTakesTheFileOfACaptureThatGotTheName) {
   auto observation = store.observe([&](const HistoryChange& change) {
     for (const EntryPointer& entry : change.added) paths += entry->path == "/captures/a 2.png";
     // Journals are written on another queue than the index.
-    EXPECT_EQ(files.text("/data/deletions.json"), R"(["a"])");
+    EXPECT_THAT(files.text("/data/undo.json"), HasSubstr(R"("isBegun":true)"));
   });
   EXPECT_THAT(undone().restored, ElementsAre("a"));
   EXPECT_EQ(paths, 1) << "for a moment the index had it twice";

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "base/check.hpp"
@@ -14,8 +15,9 @@
 namespace vantorel {
 namespace {
 
-constexpr auto lockRetry = std::chrono::milliseconds(50);
-constexpr int lockAttempts = 200;
+/// Twenty commands at a time on a large library take some twenty seconds.
+constexpr std::chrono::seconds longestLockWait{60};
+constexpr std::chrono::milliseconds firstLockPause{80};
 
 bool matchesPrefix(std::string_view id, std::string_view prefix) {
   return id.size() >= prefix.size() &&
@@ -36,55 +38,82 @@ HistoryStore::HistoryStore(HistoryServices services, LibraryPaths paths)
 HistoryStore::~HistoryStore() = default;
 
 void HistoryStore::load(std::move_only_function<void()> done) {
-  VT_CHECK(!isLoaded());
-  loadWithLock(1, std::move(done));
+  VT_CHECK(!isLoaded() || loadOutcome_ == IndexLoad::inUse);
+  // Who has waited in vain looks again without making anybody wait.
+  const bool mayWait = !isLoaded();
+  loadWithLock({services_.clock.monotonic(), mayWait, false}, std::move(done));
 }
 
-void HistoryStore::loadWithLock(int attempt, std::move_only_function<void()> done) {
-  auto retry = alive_.guard([this, attempt](std::move_only_function<void()>& again) {
-    services_.main->postAfter(lockRetry,
-                              alive_.guard([this, attempt, again = std::move(again)]() mutable {
-                                loadWithLock(attempt + 1, std::move(again));
-                              }));
-  });
-  auto finish =
-      alive_.guard([this](IndexStorage::Loaded& loaded, std::move_only_function<void()>& then) {
-        finishLoading(std::move(loaded));
-        then();
-      });
-  services_.persist->post([attempt, storage = storage_, main = services_.main,
-                           retry = std::move(retry), finish = std::move(finish),
-                           done = std::move(done)]() mutable {
-    const auto locked = storage->takeLock();
-    const bool isBusy = !locked && locked.error().kind == FailureKind::busy;
-    if (isBusy && attempt < lockAttempts) {
-      main->post([retry = std::move(retry), done = std::move(done)]() mutable { retry(done); });
-      return;
-    }
+void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> done) {
+  struct Attempt {
+    std::optional<std::string> busyWith;
     IndexStorage::Loaded loaded;
-    if (isBusy) {
-      logError("History", "another process has the library; index writes disabled for this run");
-      loaded = storage->loadToLook(IndexLoad::inUse);
-    } else if (!locked) {
-      logError("History", "index could not be read; index writes disabled for this run: {}",
-               locked.error().reason);
-      loaded = storage->loadToLook(IndexLoad::unreadable);
-    } else {
-      loaded = storage->load();
-    }
-    main->post([finish = std::move(finish), loaded = std::move(loaded),
-                done = std::move(done)]() mutable { finish(loaded, done); });
-  });
+  };
+  services_.persist->post(
+      [storage = storage_, main = services_.main,
+       reply = alive_.guard([this, wait, done = std::move(done)](Attempt& attempt) mutable {
+         const auto waited = services_.clock.monotonic() - wait.since;
+         if (!attempt.busyWith) {
+           finishLoading(std::move(attempt.loaded), {});
+         } else if (wait.mayWait && waited < longestLockWait) {
+           return lookAgain(wait, waited, *attempt.busyWith, std::move(done));
+         } else if (!isLoaded()) {
+           logError("History", "{} has the library", *attempt.busyWith);
+           return loadToLook(*std::move(attempt.busyWith), std::move(done));
+         }
+         done();
+       })]() mutable {
+        Attempt attempt;
+        const auto locked = storage->takeLock();
+        if (locked) {
+          attempt.loaded = storage->load();
+        } else if (locked.error().kind == FailureKind::busy) {
+          attempt.busyWith = locked.error().reason;
+        } else {
+          logError("History", "index could not be read; index writes disabled for this run: {}",
+                   locked.error().reason);
+          attempt.loaded = storage->loadToLook(IndexLoad::unreadable);
+        }
+        main->post(
+            [attempt = std::move(attempt), reply = std::move(reply)]() mutable { reply(attempt); });
+      });
 }
 
-void HistoryStore::finishLoading(IndexStorage::Loaded loaded) {
+// Who has waited longest looks most often, and so comes first.
+void HistoryStore::lookAgain(LockWait wait, std::chrono::nanoseconds waited,
+                             const std::string& holder, std::move_only_function<void()> done) {
+  if (waited > std::chrono::seconds(2) && !std::exchange(wait.isTold, true)) {
+    logWarning("History", "waiting for {}, which has the library", holder);
+  }
+  const auto pause = std::max<std::chrono::nanoseconds>(firstLockPause - waited / 100,
+                                                        std::chrono::milliseconds(4));
+  services_.main->postAfter(pause, alive_.guard([this, wait, done = std::move(done)]() mutable {
+    loadWithLock(wait, std::move(done));
+  }));
+}
+
+/// What another process has is read all the same, and not written.
+void HistoryStore::loadToLook(std::string holder, std::move_only_function<void()> done) {
+  services_.persist->post(
+      [storage = storage_, main = services_.main,
+       reply = alive_.guard([this, holder = std::move(holder),
+                             done = std::move(done)](IndexStorage::Loaded& loaded) mutable {
+         finishLoading(std::move(loaded), std::move(holder));
+         done();
+       })]() mutable {
+        main->post([loaded = storage->loadToLook(IndexLoad::inUse),
+                    reply = std::move(reply)]() mutable { reply(loaded); });
+      });
+}
+
+void HistoryStore::finishLoading(IndexStorage::Loaded loaded, std::string holder) {
   entries_ = std::move(loaded.entries);
   collections_ = std::move(loaded.collections);
   caches_ = std::move(loaded.caches);
   unreadPaths_ = std::move(loaded.unreadPaths);
   leftovers_ = std::move(loaded.leftovers);
   loadOutcome_ = loaded.load;
-  writer_.opened(loaded.load);
+  writer_.opened(loaded.load, std::move(holder));
   if (loaded.changedByReading) writer_.schedule();
   observers_.tell({.loaded = true});
 }
@@ -269,15 +298,19 @@ void HistoryStore::collectionsChanged() {
 std::vector<PlacedEntry> HistoryStore::removeEntries(const std::vector<std::string>& ids) {
   std::vector<PlacedEntry> removed;
   if (!isLoaded()) return removed;
+  EntryList going;
+  std::unordered_set<const ScreenshotEntry*> unplaced;
   for (const std::string& id : ids) {
-    const EntryPointer entry = find(id);
-    if (!entry) continue;
-    const auto position = positionOf(entry);
-    caches_.remove(entry);
-    removed.push_back({*position, entry});
+    EntryPointer entry = find(id);
+    if (entry && unplaced.insert(entry.get()).second) going.push_back(std::move(entry));
   }
-  if (removed.empty()) return removed;
-  std::ranges::sort(removed, {}, &PlacedEntry::index);
+  if (going.empty()) return removed;
+  // Changes mostly concern what was added last.
+  for (std::size_t i = entries_.size(); i > 0 && !unplaced.empty(); --i) {
+    if (unplaced.erase(entries_[i - 1].get()) > 0) removed.push_back({i - 1, entries_[i - 1]});
+  }
+  std::ranges::reverse(removed);
+  caches_.removeAll(going);
   IndexChange::Remove change;
   HistoryChange told;
   for (const PlacedEntry& placed : removed) {
@@ -295,15 +328,17 @@ void HistoryStore::insertEntries(std::vector<PlacedEntry> placed) {
   std::ranges::stable_sort(placed, {}, &PlacedEntry::index);
   IndexChange::Insert change;
   HistoryChange told;
+  std::unordered_set<std::string_view> ids;
   for (const PlacedEntry& one : placed) {
     if (find(one.entry->id)) continue;
     // Places that are beyond the end by now move up to it.
     const std::size_t place = std::min(one.index, entries_.size() + change.entries.size());
+    if (!ids.insert(one.entry->id).second) continue;
     change.entries.emplace_back(place, one.entry);
-    caches_.add(one.entry);
     told.added.push_back(one.entry);
   }
   if (change.entries.empty()) return;
+  caches_.addAll(told.added);
   insertAt(entries_, change.entries);
   writer_.changed({std::move(change)});
   observers_.tell(told);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -67,8 +68,9 @@ class HistoryStore {
 
   // Loading.
 
-  /// Takes the library's lock (waiting up to ten seconds for another process to end) and reads the
-  /// index, on the persist runner. `done` is called once, when the entries are here. Once.
+  /// Takes the library's lock (waiting up to a minute for another process to end) and reads the
+  /// index, on the persist runner. `done` is called once, when the entries are here or the wait was
+  /// in vain. Once, but again after `IndexLoad::inUse`, and then without waiting.
   void load(std::move_only_function<void()> done);
 
   [[nodiscard]] bool isLoaded() const { return loadOutcome_.has_value(); }
@@ -188,8 +190,16 @@ class HistoryStore {
   void insertEntries(std::vector<PlacedEntry> placed);
 
  private:
-  void loadWithLock(int attempt, std::move_only_function<void()> done);
-  void finishLoading(IndexStorage::Loaded loaded);
+  struct LockWait {
+    std::chrono::nanoseconds since;
+    bool mayWait = true;
+    bool isTold = false;
+  };
+  void loadWithLock(LockWait wait, std::move_only_function<void()> done);
+  void lookAgain(LockWait wait, std::chrono::nanoseconds waited, const std::string& holder,
+                 std::move_only_function<void()> done);
+  void loadToLook(std::string holder, std::move_only_function<void()> done);
+  void finishLoading(IndexStorage::Loaded loaded, std::string holder);
   [[nodiscard]] Result<void> mayChange() const;
   [[nodiscard]] std::optional<std::size_t> positionOf(const EntryPointer& entry) const;
   HistoryChange::Update replaceAt(std::size_t position, ScreenshotEntry changed);

@@ -232,16 +232,26 @@ TEST_F(HistoryStoreTest, WaitsForAnotherProcessToEndAndRefusesToWriteBesideIt) {
   HistoryStore second({files, runners, runners.main(), runners.runner("persist2"), 0},
                       LibraryPaths{"/data", "/caches"});
   second.load([this] { ++loads; });
-  runners.advance(11s);
+  runners.advance(61s);
   EXPECT_EQ(loads, 2);
   EXPECT_EQ(second.loadOutcome(), IndexLoad::inUse);
   EXPECT_NE(second.find("mine"), nullptr) << "it may be looked at";
-  EXPECT_EQ(second.indexRefusal(), "the index can't be written this run");
+  EXPECT_EQ(second.indexRefusal(), "process 1 (another) has the library");
   EXPECT_FALSE(second.indexWasReadFromDisk()) << "nobody may clear up by it";
   ASSERT_TRUE(
       second.update("mine", [](ScreenshotEntry& changed) { changed.starred = true; }).has_value());
   runners.advance(1s);
   EXPECT_EQ(files.changes, changes);
+  second.load([this] { ++loads; });
+  runners.advance(1s);
+  EXPECT_EQ(loads, 3) << "it waited again";
+  add("a");
+  runners.advance(1s);
+  store.reset();
+  second.load([this] { ++loads; });
+  runners.advance(1s);
+  EXPECT_NE(second.find("a"), nullptr) << "the library is free by now";
+  EXPECT_EQ(second.indexRefusal(), std::nullopt);
 }
 
 TEST_F(HistoryStoreTest, CachesFollowEveryChange) {

@@ -9,13 +9,20 @@ namespace vantorel {
 namespace {
 
 constexpr std::string_view category = "History";
-constexpr int mostNames = 1000;
 
 /// The file's place in the Trash, if it is known.
 template <class Outcome>
 std::optional<Path> placeOf(const Outcome& outcome) {
   const Path* const path = std::get_if<Path>(&outcome);
   return path == nullptr ? std::nullopt : std::optional(*path);
+}
+
+/// Of an entry that a deletion was busy with: its file, the last one of its folder, may be what
+/// went.
+bool isGoneWithItsFolder(const Files& files, const ScreenshotEntry& entry) {
+  const FileReach reach =
+      entry.fileIdentity ? reachOf(files, entry) : reachOf(files, Path(entry.path));
+  return reach == FileReach::fileGone;
 }
 
 }  // namespace
@@ -60,11 +67,13 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
   if (entry.originalPath && !candidate.keepsOriginal && *entry.originalPath != entry.path) {
     FileOutcome original = moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
     if (auto* const failure = std::get_if<Failed>(&original)) {
-      // The entry stays, so its file must too.
-      if (removed.trashedPNGURL && !trash_.restore(*removed.trashedPNGURL, entry.path)) {
-        logError(category, "restore from Trash failed");
+      // The entry stays, so its file must too; one that is stuck in the Trash takes the entry
+      // along.
+      if (!removed.trashedPNGURL || trash_.restore(*removed.trashedPNGURL, entry.path)) {
+        return std::move(*failure);
       }
-      return std::move(*failure);
+      logError(category, "restore from Trash failed");
+      return removed;
     }
     removed.trashedOriginalURL = placeOf(original);
     removed.isUntracked |= std::holds_alternative<MovedUntracked>(original);
@@ -72,52 +81,81 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
   return removed;
 }
 
-Result<Path> HistoryTrash::putBack(const Path& trashed, const Path& wanted) {
-  for (int attempt = 1; attempt <= mostNames; ++attempt) {
-    Path place = wanted;
-    if (attempt > 1) {
-      place.replace_filename(numberedName(wanted, attempt));
-    }
-    auto restored = trash_.restore(trashed, place);
-    if (restored) return place;
-    if (restored.error().kind != FailureKind::exists) return std::unexpected(restored.error());
+DeletionJournal::Item HistoryTrash::describe(const TrashCandidate& candidate) const {
+  const auto inodeOf = [this](const Path& path) -> std::optional<std::uint64_t> {
+    const auto status = files_.status(path);
+    return status ? std::optional(status->inode) : std::nullopt;
+  };
+  const ScreenshotEntry& entry = *candidate.entry;
+  DeletionJournal::Item item{entry.id};
+  if (!candidate.keepsFile) item.file = inodeOf(entry.path);
+  if (!candidate.keepsOriginal && entry.originalPath && *entry.originalPath != entry.path) {
+    item.original = inodeOf(*entry.originalPath);
   }
-  return failed(FailureKind::exists, "there is something of that name already");
+  return item;
 }
 
-HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed) {
-  Restored restored{.entry = removed.entry, .failure = std::nullopt};
-  const auto put = [&](const std::optional<Path>& trashed, const Path& wanted, auto assign) {
-    if (!trashed) return;
+std::optional<RemovedEntry> HistoryTrash::resume(const TrashCandidate& candidate,
+                                                 const DeletionJournal::Item& item) {
+  const ScreenshotEntry& entry = *candidate.entry;
+  RemovedEntry removed{.entry = candidate.entry};
+  if (item.file) removed.trashedPNGURL = trash_.find(entry.path, *item.file);
+  if (entry.originalPath && item.original) {
+    removed.trashedOriginalURL = trash_.find(*entry.originalPath, *item.original);
+  }
+  const bool isGone =
+      removed.trashedPNGURL || candidate.keepsFile || isGoneWithItsFolder(files_, entry);
+  if (!isGone || (candidate.keepsFile && !removed.trashedOriginalURL)) {
+    // The file stays, and what went of it comes back.
+    if (removed.trashedOriginalURL) {
+      (void)trash_.restore(*removed.trashedOriginalURL, *entry.originalPath);
+    }
+    return std::nullopt;
+  }
+  if (item.original && !removed.trashedOriginalURL && !candidate.keepsOriginal) {
+    FileOutcome original = moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
+    if (std::holds_alternative<Failed>(original) && removed.trashedPNGURL &&
+        trash_.restore(*removed.trashedPNGURL, entry.path)) {
+      return std::nullopt;
+    }
+    removed.trashedOriginalURL = placeOf(original);
+  }
+  return removed;
+}
+
+HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool wasBegun) {
+  Restored restored{.entry = removed.entry, .again = removed, .failure = std::nullopt};
+  const auto put = [&](const std::optional<Path>& trashed, const Path& wanted) {
+    if (!trashed) return false;
     // Put into the folder below the mount point, it would be hidden when the disk comes back.
     const FileReach reach = wanted == Path(removed.entry->path)
                                 ? reachOfPlace(files_, wanted, removed.entry->fileIdentity)
                                 : FileReach::fileGone;
-    const bool isAway = reach == FileReach::folderUnreachable || reach == FileReach::folderDenied;
-    if (isAway) {
+    if (reach == FileReach::folderUnreachable || reach == FileReach::folderDenied) {
       restored.isInTrash = true;
       restored.failure = sentence(reach);
-      return;
+      return false;
     }
-    const auto place = putBack(*trashed, wanted);
-    if (!place) {
-      logError(category, "restore from Trash failed: {}", place.error().reason);
-      restored.isInTrash = place.error().kind != FailureKind::notFound;
-      restored.failure = restored.isInTrash ? "restore from Trash failed: " + place.error().reason
-                                            : "the files are no longer in the Trash";
-      return;
+    const auto back = trash_.restore(*trashed, wanted);
+    if (back) return true;
+    const bool isGone = back.error().kind == FailureKind::notFound;
+    if (isGone && wasBegun && files_.status(wanted)) {
+      trash_.forget(*trashed);
+      return true;
     }
-    ++restored.recovered;
-    if (*place == wanted) return;
-    ScreenshotEntry moved = *restored.entry;
-    assign(moved, place->string());
-    restored.entry = std::make_shared<const ScreenshotEntry>(std::move(moved));
+    logError(category, "restore from Trash failed: {}", back.error().reason);
+    restored.isInTrash = !isGone;
+    restored.failure = restored.isInTrash ? "restore from Trash failed: " + back.error().reason
+                                          : "the files are no longer in the Trash";
+    return false;
   };
-  put(removed.trashedPNGURL, removed.entry->path,
-      [](ScreenshotEntry& entry, std::string path) { entry.path = std::move(path); });
-  if (!restored.failure && removed.entry->originalPath) {
-    put(removed.trashedOriginalURL, *removed.entry->originalPath,
-        [](ScreenshotEntry& entry, std::string path) { entry.originalPath = std::move(path); });
+  const bool hasOriginal = removed.entry->originalPath && removed.trashedOriginalURL &&
+                           put(removed.trashedOriginalURL, *removed.entry->originalPath);
+  if (!restored.isInTrash) (void)put(removed.trashedPNGURL, removed.entry->path);
+  if (restored.isInTrash && hasOriginal) {
+    // Both or none.
+    restored.again.trashedOriginalURL =
+        placeOf(moveToTrash(*removed.entry->originalPath, FileReach::there));
   }
   if (removed.isUntracked && !restored.failure) restored.failure = "restore from Trash failed";
   restored.hasBackingImage = files_.status(restored.entry->path).has_value();

@@ -5,6 +5,7 @@
 #include <string>
 #include <variant>
 
+#include "library/deletion_journal.hpp"
 #include "library/file_reach.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
@@ -46,22 +47,33 @@ class HistoryTrash {
   /// back, none. A file that is gone already does not keep its entry in the library.
   [[nodiscard]] Outcome trash(const TrashCandidate& candidate);
 
+  /// Carries on a deletion that was cut short, of an entry that is still in the library: nothing
+  /// when its file never went.
+  [[nodiscard]] std::optional<RemovedEntry> resume(const TrashCandidate& candidate,
+                                                   const DeletionJournal::Item& item);
+
+  /// What tells the files of the entry from strangers, for the journal.
+  [[nodiscard]] DeletionJournal::Item describe(const TrashCandidate& candidate) const;
+
   struct Restored {
-    EntryPointer entry;            ///< its path is another one when the old one is taken
+    EntryPointer entry;
     bool hasBackingImage = false;  ///< the entry's file is where the entry says
-    int recovered = 0;             ///< files that were put back
     bool isInTrash = false;        ///< a file that was not put back is still there
+    RemovedEntry again;            ///< for another attempt then
     std::optional<std::string> failure;
   };
 
-  [[nodiscard]] Restored restore(const RemovedEntry& removed);
+  /// Puts the entry's files where it says. With `wasBegun` an earlier run may have put them there.
+  [[nodiscard]] Restored restore(const RemovedEntry& removed, bool wasBegun);
+
+  /// Makes what moved safe against a power cut.
+  void flush() { trash_.flush(); }
 
  private:
   struct NothingThere {};
   struct MovedUntracked {};
   using FileOutcome = std::variant<Path, MovedUntracked, NothingThere, Failed>;
   [[nodiscard]] FileOutcome moveToTrash(const Path& path, FileReach reach);
-  [[nodiscard]] Result<Path> putBack(const Path& trashed, const Path& wanted);
 
   Files& files_;
   Trash& trash_;

@@ -26,7 +26,7 @@ enum class IndexLoad {
   notParked,   ///< it made no sense and could not be copied: not written this run
   newer,       ///< made by a newer build: not written this run
   unreadable,  ///< it could not be read, or is no file of this user: not written this run
-  inUse,       ///< another process has the library: not written this run
+  inUse,       ///< another process has the library: nothing is known of it yet
 };
 
 /// Whether the index may be written after such a load.

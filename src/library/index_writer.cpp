@@ -22,10 +22,14 @@ IndexWriter::IndexWriter(const Clock& clock, std::shared_ptr<TaskRunner> main,
       persist_(std::move(persist)),
       storage_(std::move(storage)) {}
 
-void IndexWriter::opened(IndexLoad load) { load_ = load; }
+void IndexWriter::opened(IndexLoad load, std::string holder) {
+  load_ = load;
+  holder_ = std::move(holder);
+}
 
 std::optional<std::string> IndexWriter::refusal() const {
   if (!load_) return "the index hasn't finished loading";
+  if (*load_ == IndexLoad::inUse) return holder_ + " has the library";
   if (!allowsWrites(*load_)) return "the index can't be written this run";
   return std::nullopt;
 }

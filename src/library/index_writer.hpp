@@ -28,7 +28,8 @@ class IndexWriter {
               std::shared_ptr<TaskRunner> persist, std::shared_ptr<IndexStorage> storage);
 
   /// Until called, and when `load` allows no writes, every write is refused with a sentence.
-  void opened(IndexLoad load);
+  /// With `inUse`, `holder` has the library.
+  void opened(IndexLoad load, std::string holder);
 
   /// Why the index cannot be written now; nothing when it can.
   [[nodiscard]] std::optional<std::string> refusal() const;
@@ -68,6 +69,7 @@ class IndexWriter {
   std::shared_ptr<TaskRunner> persist_;
   std::shared_ptr<IndexStorage> storage_;
   std::optional<IndexLoad> load_;
+  std::string holder_;
   std::vector<IndexChange> pending_;
   std::uint64_t writeSequence_ = 0;
   std::uint64_t landedSequence_ = 0;

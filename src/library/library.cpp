@@ -2,10 +2,19 @@
 
 #include <utility>
 
+#include "library/rewrite_journal.hpp"
+
 namespace vantorel {
+namespace {
+
+/// Until the library is tried again that another process has.
+constexpr std::chrono::seconds reopenPause{1};
+
+}  // namespace
 
 Library::Library(Services services, LibraryPaths paths)
-    : store_({.files = services.files,
+    : services_(services),
+      store_({.files = services.files,
               .clock = services.clock,
               .main = services.main,
               .persist = services.persist,
@@ -30,15 +39,36 @@ Library::Library(Services services, LibraryPaths paths)
       disk_(store_, services.files, services.main, services.moves) {}
 
 void Library::open() {
+  if (std::exchange(isOpening_, true)) return;
+  load();
+}
+
+void Library::load() {
   store_.load(alive_.guard([this] {
+    if (store_.loadOutcome() == IndexLoad::inUse) {
+      services_.main->postAfter(reopenPause, alive_.guard([this] { load(); }));
+      return becomeReady();
+    }
     // Files that an earlier run moved are not gone: that must be known first.
-    relocation_.recover(alive_.guard([this] {
-      deletion_.recover(alive_.guard([this] {
-        isReady_ = true;
-        for (auto& go : std::exchange(waiting_, {})) go();
-      }));
-    }));
+    relocation_.recover(
+        alive_.guard([this] { deletion_.recover(alive_.guard([this] { recoverRewrites(); })); }));
   }));
+}
+
+void Library::recoverRewrites() {
+  if (!store_.indexWasReadFromDisk() || store_.indexRefusal()) return becomeReady();
+  services_.moves->post([&files = services_.files, paths = paths(), entries = store_.entries(),
+                         main = services_.main,
+                         reply = alive_.guard([this] { becomeReady(); })]() mutable {
+    RewriteJournal(files, paths).recover(entries);
+    main->post(std::move(reply));
+  });
+}
+
+void Library::becomeReady() {
+  const bool isLate = std::exchange(isReady_, true) && !store_.indexRefusal();
+  if (isLate && onLateOpening) onLateOpening();
+  for (auto& go : std::exchange(waiting_, {})) go();
 }
 
 void Library::whenReady(std::move_only_function<void()> go) {

@@ -39,13 +39,20 @@ class Library {
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  /// Reads the library and makes up for what an earlier run did not end. Once.
+  /// Reads the library and makes up for what an earlier run did not end. Only the first call
+  /// counts.
   void open();
+  [[nodiscard]] bool isOpening() const { return isOpening_; }
 
   /// Calls `go` when the library is there: read, and moves, deletions and rewrites that an earlier
-  /// run did not end are made up for. At once when it is; there is no other wait.
+  /// run did not end are made up for. At once when it is; there is no other wait. A wait for a
+  /// process that has the library ends after a minute: `HistoryStore::indexRefusal` tells then, and
+  /// the library is opened when that process ends.
   void whenReady(std::move_only_function<void()> go);
   [[nodiscard]] bool isReady() const { return isReady_; }
+
+  /// Told when the library has come after everybody had given it up.
+  std::function<void()> onLateOpening;
 
   /// Takes an entry, or answers who has it.
   [[nodiscard]] std::expected<EntryClaim, EntryBusy> claim(const std::string& id, EntryWork work) {
@@ -60,11 +67,17 @@ class Library {
   [[nodiscard]] const LibraryPaths& paths() const { return store_.paths(); }
 
  private:
+  void load();
+  void recoverRewrites();
+  void becomeReady();
+
+  Services services_;
   HistoryStore store_;
   HistoryDeletion deletion_;
   HistoryRelocation relocation_;
   HistoryRetention retention_;
   HistoryDisk disk_;
+  bool isOpening_ = false;
   bool isReady_ = false;
   std::vector<std::move_only_function<void()>> waiting_;
   Alive alive_;

@@ -100,6 +100,11 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   findings.look = lookForFiles(
       files, scope.entries, {.entries = scope.entries, .unreadPaths = scope.unreadPaths}, progress);
   if (findings.look.wasStopped) return findings;
+  std::ranges::copy_if(scope.entries, std::back_inserter(findings.withoutOriginal),
+                       [&](const EntryPointer& entry) {
+                         return entry->originalPath && *entry->originalPath != entry->path &&
+                                reachOfOriginal(files, *entry) == FileReach::fileGone;
+                       });
   const Checker checker(files, scope, findings.look.renamed);
 
   const std::set<Path> own{scope.paths.data, scope.paths.stagedCaptures(),

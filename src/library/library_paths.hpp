@@ -19,6 +19,8 @@ struct LibraryPaths {
   [[nodiscard]] std::filesystem::path pendingUndo() const { return data / "undo.json"; }
   /// The age that the user agreed captures may go at.
   [[nodiscard]] std::filesystem::path retention() const { return data / "retention.json"; }
+  /// Names the files that rewrites under way make.
+  [[nodiscard]] std::filesystem::path rewrites() const { return data / "rewrites.json"; }
   /// Captures grabbed but not yet filed.
   [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
   /// Originals of captures that were changed in place.

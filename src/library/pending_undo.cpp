@@ -27,12 +27,14 @@ VT_JSON_RECORD(StoredItem)
 
 struct StoredUndo {
   double until = 0;
+  bool isBegun = false;
   std::vector<StoredItem> items;
   json::Object extra;
 
   template <class V, class S>
   static void describe(V& v, S& undo) {
     v.required("until", undo.until);
+    v.field("isBegun", undo.isBegun);
     v.required("items", undo.items);
     v.rest(undo.extra);
   }
@@ -50,7 +52,7 @@ std::optional<Path> path(const std::optional<std::string>& text) {
 }  // namespace
 
 Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const PendingUndo& pending) {
-  StoredUndo stored{pending.until, {}, {}};
+  StoredUndo stored{pending.until, pending.isBegun, {}, {}};
   for (const RemovedEntry& item : pending.batch.items) {
     stored.items.push_back({*item.entry,
                             static_cast<std::int64_t>(item.index),
@@ -73,7 +75,7 @@ std::optional<PendingUndo> readPendingUndo(const Files& files, const LibraryPath
   if (!text) return std::nullopt;
   auto stored = json::fromText<StoredUndo>(*text);
   if (!stored) return std::nullopt;
-  PendingUndo pending{{}, stored->until};
+  PendingUndo pending{{}, stored->until, stored->isBegun};
   for (StoredItem& item : stored->items) {
     if (item.index < 0) continue;
     pending.batch.items.push_back({std::make_shared<const ScreenshotEntry>(std::move(item.entry)),

@@ -19,6 +19,9 @@ struct RemovedBatch {
 struct PendingUndo {
   RemovedBatch batch;
   double until = 0;  ///< seconds since 1970-01-01 UTC
+
+  /// An undo has begun: a run that finds this ends what was cut short.
+  bool isBegun = false;
 };
 
 // Block; readable by the owner alone.

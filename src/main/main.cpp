@@ -84,7 +84,6 @@ int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus
   Program program(folders, main, ui, [] {});
   serve(bus, main, program, false);
   TerminalProgress progress;
-  program.start();
   BusReply own;
   program.run(line,
               [&](CommandReply reply) {

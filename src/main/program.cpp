@@ -108,11 +108,11 @@ struct Program::Parts {
         desktop(makeDesktopServices(
             environmentVariable, main,
             ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),
-        notifications(queues.queue("com.hollen.Vantorel.notifications")),
+        notifications(disks.queue("com.hollen.Vantorel.notifications")),
         trash(*files, *clock, UserFolders::ofThisUser().data.parent_path(), ::geteuid()),
         settingsFile({.files = *files,
                       .main = main,
-                      .io = queues.queue("com.hollen.Vantorel.settings"),
+                      .io = prompt.queue("com.hollen.Vantorel.settings"),
                       .watcher = ui == nullptr ? nullptr : &watcher()},
                      folders.config / "settings.json"),
         settings(settingsFile, defaultsFor(folders)),
@@ -120,9 +120,9 @@ struct Program::Parts {
                  .trash = trash,
                  .clock = *clock,
                  .main = main,
-                 .persist = queues.queue("vantorel.history.persist"),
-                 .deletions = queues.queue("com.hollen.Vantorel.trash"),
-                 .moves = queues.queue("com.hollen.Vantorel.library"),
+                 .persist = prompt.queue("vantorel.history.persist"),
+                 .deletions = disks.queue("com.hollen.Vantorel.trash"),
+                 .moves = disks.queue("com.hollen.Vantorel.library"),
                  .userID = ::geteuid()},
                 LibraryPaths{folders.data, folders.cache}) {
     if (ui == nullptr) {
@@ -142,7 +142,7 @@ struct Program::Parts {
     coordinator = std::make_unique<AppCoordinator>(services(folders, std::move(terminate)));
     rewriter = std::make_unique<CaptureRewriter>(
         CaptureRewriter::Services{.main = main,
-                                  .work = queues.queue("com.hollen.Vantorel.rewrite"),
+                                  .work = pool.queue("com.hollen.Vantorel.rewrite"),
                                   .files = files,
                                   .codec = codec,
                                   .library = &library,
@@ -151,7 +151,7 @@ struct Program::Parts {
                                   .surfaces = &coordinator->surfaces()});
     annotator = std::make_unique<CaptureAnnotator>(
         CaptureAnnotator::Services{.main = main,
-                                   .work = queues.queue("com.hollen.Vantorel.annotations"),
+                                   .work = pool.queue("com.hollen.Vantorel.annotations"),
                                    .clock = clock,
                                    .files = files,
                                    .codec = codec,
@@ -162,7 +162,7 @@ struct Program::Parts {
                                    .draw = sceneDrawing(files, codec)});
     libraryMove = std::make_unique<LibraryMove>(
         LibraryMove::Services{.main = main,
-                              .work = queues.queue("com.hollen.Vantorel.library"),
+                              .work = disks.queue("com.hollen.Vantorel.library"),
                               .files = files,
                               .library = &library,
                               .settings = &settings,
@@ -173,7 +173,7 @@ struct Program::Parts {
         RetentionSetting::Services{library.retention(), settings, *alerts});
     libraryVerify = std::make_unique<LibraryVerify>(LibraryVerify::Services{
         .main = main,
-        .work = queues.queue("com.hollen.Vantorel.library"),
+        .work = disks.queue("com.hollen.Vantorel.library"),
         .files = files,
         .codec = codec,
         .clock = clock,
@@ -189,7 +189,7 @@ struct Program::Parts {
             }});
     libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
         .main = main,
-        .work = queues.queue("com.hollen.Vantorel.library"),
+        .work = disks.queue("com.hollen.Vantorel.library"),
         .files = files,
         .clock = clock,
         .library = &library,
@@ -209,10 +209,18 @@ struct Program::Parts {
                                                                 .windows = desktop.windows.get()});
   }
 
+  // Tasks use what is below the queues.
+  ~Parts() {
+    if (following) following->queues.stop();
+    for (SerialQueues* const queues : {&pool, &disks, &prompt}) queues->stop();
+  }
+
   AppCoordinator::Services services(const UserFolders& folders, std::function<void()> terminate) {
     AppCoordinator::Services all;
     all.main = main;
-    all.work = queues.queue("com.hollen.Vantorel.captures");
+    all.staging = prompt.queue("com.hollen.Vantorel.captures");
+    all.filing = disks.queue("com.hollen.Vantorel.filing");
+    all.pictures = pool.queue("com.hollen.Vantorel.pictures");
     all.clock = clock;
     all.files = files;
     all.codec = codec;
@@ -273,7 +281,7 @@ struct Program::Parts {
         following->pictures.fileChanged(path);
       };
       if (library.store().indexRefusal()) return;
-      queues.queue("com.hollen.Vantorel.library")
+      disks.queue("com.hollen.Vantorel.library")
           ->post([kept = files, paths = library.paths(), time = clock] {
             tidyParkedIndexes(*kept, paths, time->now());
           });
@@ -286,7 +294,9 @@ struct Program::Parts {
   // In the order they need each other; they go in the opposite one.
   std::shared_ptr<TaskRunner> main;
   DesktopUi* ui;
-  SerialQueues queues;
+  SerialQueues prompt{2};  // captures, index and settings, and nothing slow
+  SerialQueues disks{4};   // where a disk may hang; one thread a queue
+  SerialQueues pool{3};    // for work of the processor
   std::shared_ptr<LinuxFiles> files;
   std::shared_ptr<LinuxClock> clock;
   std::shared_ptr<LinuxImageCodec> codec;
@@ -317,7 +327,10 @@ Program::Program(const UserFolders& folders, std::shared_ptr<TaskRunner> main, D
 
 Program::~Program() = default;
 
-void Program::start() { parts_->library.open(); }
+void Program::start() {
+  parts_->library.onLateOpening = [this] { recover([] {}); };
+  parts_->library.open();
+}
 
 void Program::startResident() {
   Parts& parts = *parts_;
@@ -333,10 +346,13 @@ void Program::startResident() {
 }
 
 void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {
+  // Settings are to be had whoever has the library, and at once.
+  const bool needsLibrary = !std::holds_alternative<command::Settings>(line.command);
+  if (needsLibrary) start();
   const auto* const library = std::get_if<command::Library>(&line.command);
   const bool onlyLooks =
       library != nullptr && library->verb == command::Library::Verb::verify && !library->repairs;
-  if (!onlyLooks) parts_->filesStagedAtEnd = true;
+  if (needsLibrary && !onlyLooks) parts_->filesStagedAtEnd = true;
   parts_->commands->run(line, std::move(done), asker);
 }
 
@@ -359,6 +375,7 @@ void Program::finish(std::function<void()> done) {
     });
   };
   if (parts_->filesStagedAtEnd) return recover(std::move(end));
+  if (!parts_->library.isOpening()) return end();
   parts_->library.whenReady(std::move(end));
 }
 

@@ -23,7 +23,8 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  /// Begins to read the library. Commands may come at once.
+  /// Begins to read the library, which the first command that needs it does as well. Commands may
+  /// come at once.
   void start();
 
   /// What only a run in the tray does.

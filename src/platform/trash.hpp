@@ -8,7 +8,7 @@
 namespace vantorel {
 
 /// The desktop's Trash, from which people put files back with any file manager. Calls block; any
-/// thread.
+/// thread. What they change is safe against a power cut after `flush`.
 class Trash {
  public:
   virtual ~Trash() = default;
@@ -21,6 +21,16 @@ class Trash {
   /// Moves what `moveToTrash` answered back to `to`, making its folder when that has gone. Fails
   /// with `notFound` when it is no longer in the Trash and with `exists` when `to` is taken.
   [[nodiscard]] virtual Result<void> restore(const Path& trashed, const Path& to) = 0;
+
+  /// Where the file with this inode that lay at `path` is in the Trash now; nothing when it is not
+  /// there. Clears what a move of it left that was cut short before the file had gone.
+  [[nodiscard]] virtual std::optional<Path> find(const Path& path, std::uint64_t inode) = 0;
+
+  /// Clears what tells of a file that has left the Trash again.
+  virtual void forget(const Path& trashed) = 0;
+
+  /// Makes all moves so far safe: many cost no more than one.
+  virtual void flush() = 0;
 };
 
 }  // namespace vantorel

@@ -11,8 +11,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <new>
 #include <stdexcept>
+#include <string>
 
 #include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/folder_location.hpp"
@@ -248,6 +250,17 @@ class LinuxFolderHandle final : public FolderHandle {
  private:
   FileDescriptor folder_;
 };
+
+/// Who has a lock: "process 1234 (vantorel)".
+std::string holderOf(const FileDescriptor& lock) {
+  std::array<char, 16> text{};
+  const auto length = ::pread(lock.number(), text.data(), text.size() - 1, 0);
+  const long pid = length > 0 ? std::strtol(text.data(), nullptr, 10) : 0;
+  if (pid <= 0) return "another process";
+  std::string name;
+  std::getline(std::ifstream("/proc/" + std::to_string(pid) + "/comm"), name);
+  return "process " + std::to_string(pid) + (name.empty() ? "" : " (" + name + ")");
+}
 
 class LinuxFileLock final : public FileLock {
  public:
@@ -489,10 +502,13 @@ Result<void> LinuxFiles::removeAttribute(const Path& path, std::string_view name
 Result<std::unique_ptr<FileLock>> LinuxFiles::lock(const Path& path) {
   FileDescriptor file = VT_TRY(openFile(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600));
   if (uninterrupted([&] { return ::flock(file.number(), LOCK_EX | LOCK_NB); }) == -1) {
-    if (errno == EWOULDBLOCK) return failed(FailureKind::busy, "somebody else holds it");
+    if (errno == EWOULDBLOCK) return failed(FailureKind::busy, holderOf(file));
     if (errno == ENOLCK) return systemFailure(EOPNOTSUPP);
     return lastSystemFailure();
   }
+  // For those who wait.
+  const std::string pid = std::to_string(::getpid());
+  if (::ftruncate(file.number(), 0) == 0) (void)!::pwrite(file.number(), pid.data(), pid.size(), 0);
   return std::make_unique<LinuxFileLock>(std::move(file));
 }
 

@@ -1,12 +1,16 @@
 #include "platform/linux/linux_trash.hpp"
 
+#include <fcntl.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <ctime>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
+#include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/system_error.hpp"
 
 namespace vantorel {
@@ -14,6 +18,9 @@ namespace {
 
 constexpr std::uint32_t stickyBit = 01000;
 constexpr int mostNames = 10'000;
+constexpr int longestGap = 64;
+constexpr std::uint64_t longestInfo = 64 * 1024;
+constexpr std::size_t mostFlushedSingly = 8;
 
 /// As in URLs, bytes other than letters, digits and a few marks become "%XX".
 std::string percentEncoded(std::string_view path) {
@@ -56,6 +63,11 @@ Path infoOf(const Path& trashed) {
   return info;
 }
 
+void sync(const Path& path, int (*how)(int)) {
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  if (file.number() != -1) (void)how(file.number());
+}
+
 /// The folder where it really lies.
 Result<Path> withoutLinks(const Path& folder) {
   std::error_code error;
@@ -77,11 +89,28 @@ Result<void> LinuxTrash::makeOwn(const Path& folder) {
   return failed(FailureKind::denied, "its folder belongs to somebody else");
 }
 
-// What is recorded next, perhaps on another disk, says that the file has gone. Where a folder
-// cannot be flushed the file has moved all the same.
-void LinuxTrash::flushBoth(const Path& from, const Path& to) {
-  (void)files_.flushFolder(to.parent_path());
-  (void)files_.flushFolder(from.parent_path());
+void LinuxTrash::touched(const Path& from, const Path& to) {
+  const std::scoped_lock lock(mutex_);
+  unflushed_.insert(from.parent_path());
+  unflushed_.insert(to.parent_path());
+}
+
+// What is recorded next, perhaps on another disk, says that the files have gone. Where a folder
+// cannot be flushed they have moved all the same.
+void LinuxTrash::flush() {
+  std::unique_lock lock(mutex_);
+  const std::set<Path> folders = std::exchange(unflushed_, {});
+  const std::vector<Path> infos = std::exchange(unflushedInfo_, {});
+  lock.unlock();
+  // One call for a whole file system waits for what other programs wrote there as well.
+  if (infos.size() > mostFlushedSingly) {
+    std::set<Path> places;
+    for (const Path& info : infos) places.insert(info.parent_path());
+    for (const Path& place : places) sync(place, ::syncfs);
+  } else {
+    for (const Path& info : infos) sync(info, ::fsync);
+  }
+  for (const Path& folder : folders) (void)files_.flushFolder(folder);
 }
 
 Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& folder, std::uint64_t device) {
@@ -108,6 +137,13 @@ Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& folder, std::uint64_t dev
   return failed(FailureKind::unsupported, "its disk has no Trash");
 }
 
+/// The line of the information that names the file.
+std::string LinuxTrash::namedIn(const Can& can, const Path& folder, const Path& path) {
+  const Path named =
+      can.namedFrom.empty() ? path : (folder / path.filename()).lexically_relative(can.namedFrom);
+  return fmt::format("Path={}\n", percentEncoded(named.string()));
+}
+
 Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
   const FileStatus status = VT_TRY(files_.status(path));
   // The file itself may be a link, which is what is moved; its folder is where it really lies.
@@ -115,20 +151,20 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
   const Can can = VT_TRY(canFor(folder, status.device));
   VT_TRY(files_.makeFolder(can.folder / "info", Privacy::ownerOnly));
   VT_TRY(files_.makeFolder(can.folder / "files", Privacy::ownerOnly));
-  const Path named =
-      can.namedFrom.empty() ? path : (folder / path.filename()).lexically_relative(can.namedFrom);
-  const std::string info = fmt::format("[Trash Info]\nPath={}\nDeletionDate={}\n",
-                                       percentEncoded(named.string()), localTime(clock_.now()));
+  const std::string info = fmt::format("[Trash Info]\n{}DeletionDate={}\n",
+                                       namedIn(can, folder, path), localTime(clock_.now()));
   for (int attempt = 1; attempt <= mostNames; ++attempt) {
     const Path place = can.folder / "files" / nameFor(path, attempt);
     const Path infoPath = infoOf(place);
     // The information first: it claims the name, and a file without it could not be put back.
-    auto claimed = files_.create(infoPath, info, Privacy::ownerOnly, Durability::flushed);
+    auto claimed = files_.create(infoPath, info, Privacy::ownerOnly, Durability::visible);
     if (!claimed && claimed.error().kind == FailureKind::exists) continue;
     VT_TRY(std::move(claimed));
     auto moved = files_.moveNew(path, place);
     if (moved) {
-      flushBoth(path, place);
+      touched(path, place);
+      const std::scoped_lock lock(mutex_);
+      unflushedInfo_.push_back(infoPath);
       return std::optional(place);
     }
     (void)files_.remove(infoPath);
@@ -141,10 +177,32 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
   VT_TRY(files_.status(trashed));
   VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
   VT_TRY(files_.moveNew(trashed, to));
-  flushBoth(trashed, to);
+  touched(trashed, to);
   // What is left of the information names a file that is no longer there: others clear it up.
   (void)files_.remove(infoOf(trashed));
   return {};
+}
+
+std::optional<Path> LinuxTrash::find(const Path& path, std::uint64_t inode) {
+  const auto folder = withoutLinks(path.parent_path());
+  const auto status = folder ? files_.status(*folder) : std::unexpected(folder.error());
+  const auto can = status ? canFor(*folder, status->device) : std::unexpected(status.error());
+  if (!can) return std::nullopt;
+  const std::string name = namedIn(*can, *folder, path);
+  // Names may have become free again meanwhile, and so leave gaps.
+  for (int attempt = 1, missing = 0; attempt <= mostNames && missing < longestGap; ++attempt) {
+    const Path place = can->folder / "files" / nameFor(path, attempt);
+    const auto there = files_.status(place);
+    if (there && there->inode == inode) return place;
+    const auto info = files_.read(infoOf(place), longestInfo);
+    if (!there && info && info->find(name) != std::string::npos) (void)files_.remove(infoOf(place));
+    missing = there || info ? 0 : missing + 1;
+  }
+  return std::nullopt;
+}
+
+void LinuxTrash::forget(const Path& trashed) {
+  if (!files_.status(trashed)) (void)files_.remove(infoOf(trashed));
 }
 
 }  // namespace vantorel

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
+#include <set>
+#include <vector>
 
 #include "platform/clock.hpp"
 #include "platform/trash.hpp"
@@ -16,6 +19,9 @@ class LinuxTrash final : public Trash {
 
   Result<std::optional<Path>> moveToTrash(const Path& path) override;
   Result<void> restore(const Path& trashed, const Path& to) override;
+  std::optional<Path> find(const Path& path, std::uint64_t inode) override;
+  void forget(const Path& trashed) override;
+  void flush() override;
 
  private:
   struct Can {
@@ -23,13 +29,18 @@ class LinuxTrash final : public Trash {
     Path namedFrom;  ///< paths in it are written from here; empty for absolute ones
   };
   [[nodiscard]] Result<void> makeOwn(const Path& folder);
-  void flushBoth(const Path& from, const Path& to);
+  void touched(const Path& from, const Path& to);
+  [[nodiscard]] static std::string namedIn(const Can& can, const Path& folder, const Path& path);
   [[nodiscard]] Result<Can> canFor(const Path& folder, std::uint64_t device);
 
   Files& files_;
   const Clock& clock_;
   Path dataHome_;
   std::uint32_t userID_;
+
+  std::mutex mutex_;
+  std::set<Path> unflushed_;         // folders in which something moved
+  std::vector<Path> unflushedInfo_;  // files
 };
 
 }  // namespace vantorel

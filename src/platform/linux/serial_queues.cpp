@@ -6,8 +6,8 @@
 
 namespace vantorel {
 
-SerialQueues::SerialQueues() : gate_(std::make_shared<AsioGate>()) {
-  for (int thread = 0; thread < 2; ++thread) {
+SerialQueues::SerialQueues(int threads) : gate_(std::make_shared<AsioGate>()) {
+  for (int thread = 0; thread < threads; ++thread) {
     threads_.emplace_back([&context = gate_->context()] {
       // Else a thread that wakes takes the processor from the main thread that woke it, for some
       // milliseconds. Where this is refused it is only slower.
@@ -20,7 +20,10 @@ SerialQueues::SerialQueues() : gate_(std::make_shared<AsioGate>()) {
   }
 }
 
-SerialQueues::~SerialQueues() {
+SerialQueues::~SerialQueues() { stop(); }
+
+void SerialQueues::stop() {
+  if (threads_.empty()) return;
   gate_->context().stop();
   threads_.clear();
   gate_->close();

@@ -13,12 +13,15 @@ namespace vantorel {
 
 class AsioGate;
 
-/// Named serial queues for work that blocks, all on two threads. Its destructor waits for the tasks
-/// that run and drops those that wait; a runner may outlive it and then drops what it is given.
+/// Named serial queues for work that blocks, on threads of their own: with as many threads as
+/// queues none of them waits for another. A runner may outlive it and then drops what it is given.
 class SerialQueues {
  public:
-  SerialQueues();
+  explicit SerialQueues(int threads = 2);
   ~SerialQueues();
+
+  /// Waits for the tasks that run and drops those that wait. The destructor does so too.
+  void stop();
 
   SerialQueues(const SerialQueues&) = delete;
   SerialQueues& operator=(const SerialQueues&) = delete;

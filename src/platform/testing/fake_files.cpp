@@ -323,7 +323,7 @@ Result<void> FakeFiles::removeAttribute(const Path& path, std::string_view name)
 }
 
 Result<std::unique_ptr<FileLock>> FakeFiles::lock(const Path& path) {
-  if (!locked_.insert(path).second) return failed(FailureKind::busy, "somebody else holds it");
+  if (!locked_.insert(path).second) return failed(FailureKind::busy, "process 1 (another)");
   return std::make_unique<FakeLock>(locked_, path);
 }
 

@@ -33,6 +33,19 @@ class FakeTrash final : public Trash {
     return files_.moveNew(trashed, to);
   }
 
+  std::optional<Path> find(const Path& path, std::uint64_t inode) override {
+    for (const auto& [place, file] : files_.disk) {
+      if (place.parent_path() == "/Trash" && file->status.inode == inode &&
+          place.filename().string().ends_with("-" + path.filename().string())) {
+        return place;
+      }
+    }
+    return std::nullopt;
+  }
+
+  void forget(const Path&) override {}
+  void flush() override {}
+
  private:
   [[nodiscard]] Result<void> refusal(const Path& path) const {
     const auto found = failing.find(path);

@@ -1,0 +1,195 @@
+#include "app/capture_rewriter.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "platform/testing/fake_defaults_store.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct Ended {};
+
+/// A run of the program on a disk that outlives it.
+struct Session {
+  explicit Session(const std::shared_ptr<FakeFiles>& disk)
+      : files(disk),
+        library({.files = *files,
+                 .trash = trash,
+                 .clock = runners,
+                 .main = runners.main(),
+                 .persist = runners.runner("persist"),
+                 .deletions = runners.runner("trash"),
+                 .moves = runners.runner("moves")},
+                LibraryPaths{"/data", "/caches"}),
+        rewriter({.main = runners.main(),
+                  .work = runners.runner("work"),
+                  .files = files,
+                  .codec = codec,
+                  .library = &library,
+                  .settings = &settings,
+                  .pendingWork = &pending,
+                  .surfaces = &surfaces}) {
+    library.open();
+  }
+
+  std::string answer = "none";
+  CaptureRewriter::Done answering() {
+    return [this](const RewriteReply& reply) { answer = reply ? reply->remark : reply.error(); };
+  }
+
+  std::shared_ptr<FakeFiles> files;
+  std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
+  FakeRunners runners;
+  FakeTrash trash{*files};
+  FakeDefaultsStore defaults;
+  SettingsStore settings{defaults, SettingsValues{}};
+  PendingArchiveWork pending;
+  SurfaceRegistry surfaces;
+  Library library;
+  CaptureRewriter rewriter;
+};
+
+class CaptureRewriterTest : public testing::Test {
+ protected:
+  CaptureRewriterTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  }
+  ~CaptureRewriterTest() override { setLogSink(std::move(formerSink)); }
+
+  /// The flat picture that a palette suits.
+  static std::string picture() {
+    MutableImage image({48, 30}, PixelFormat::bgrx);
+    for (int y = 0; y < 30; ++y) {
+      for (std::size_t i = 0; i < image.row(y).size(); ++i) {
+        image.row(y)[i] = i % 4 == 3 ? 0 : static_cast<std::uint8_t>(i / 50);
+      }
+    }
+    return FakeImageCodec().encode(std::move(image).finish(), {}).value();
+  }
+
+  static std::shared_ptr<FakeFiles> disk() {
+    auto files = std::make_shared<FakeFiles>();
+    files->put("/captures/a.png", picture());
+    files->put("/captures/.mine.partial", "somebody else's");
+    files->put("/data/history.json", R"({"version":4,"entries":[{"id":"a","capturedAt":1,)"
+                                     R"("path":"/captures/a.png"}],"collections":[]})");
+    return files;
+  }
+
+  /// Everything in the folders is named by the entry, and everything it names is whole.
+  static void expectTidy(Session& run, const std::string& what) {
+    const EntryPointer entry = run.library.store().find("a");
+    ASSERT_NE(entry, nullptr) << what;
+    std::set<std::string> named{"/captures/.mine.partial", entry->path};
+    if (entry->originalPath) named.insert(*entry->originalPath);
+    EXPECT_TRUE(run.codec->header(run.files->text(entry->path)).has_value()) << what;
+    EXPECT_EQ(run.files->text(entry->originalPath.value_or(entry->path)), picture())
+        << what << ": the picture as it was taken";
+    std::set<std::string> found;
+    for (const Path folder : {"/captures", "/data/Originals"}) {
+      for (const std::string& name : run.files->names(folder)) {
+        found.insert((folder / name).string());
+      }
+    }
+    EXPECT_EQ(found, named) << what;
+    EXPECT_EQ(run.files->text("/data/rewrites.json"), "(missing)") << what;
+    EXPECT_THAT(run.library.store().claims().fileChanges(), IsEmpty()) << what;
+  }
+
+  LogSink formerSink;
+};
+
+TEST_F(CaptureRewriterTest, EndAtAnyChangeLeavesOneCaptureWithItsOriginalAndNothingElse) {
+  for (const bool hasHardLinks : {true, false}) {
+    for (int end = 1, isEnded = 1; isEnded != 0; ++end) {
+      ASSERT_LT(end, 80);
+      isEnded = 0;
+      const auto files = disk();
+      files->hasHardLinks = hasHardLinks;
+      auto run = std::make_unique<Session>(files);
+      run->runners.run();
+      files->beforeChange = [&, from = files->changes](int change) {
+        if (change - from == end) throw Ended{};
+      };
+      try {
+        run->rewriter.compress("a", false, run->answering());
+        run->runners.run();
+        run->rewriter.convert("a", ExportFormat::jpeg, run->answering());
+        run->runners.run();
+        run->rewriter.convert("a", ExportFormat::webp, run->answering());
+        run->runners.run();
+      } catch (const Ended&) {
+        isEnded = 1;
+      }
+      files->beforeChange = {};
+      run.reset();
+      Session next(files);
+      next.runners.run();
+      expectTidy(next, std::to_string(end));
+    }
+  }
+}
+
+TEST_F(CaptureRewriterTest, AFullDiskLeavesTheCaptureAsItWasAndNothingElse) {
+  for (const auto format : {ExportFormat::png, ExportFormat::jpeg}) {
+    for (int room = 1, isFull = 1; isFull != 0; ++room) {
+      ASSERT_LT(room, 40);
+      const auto files = disk();
+      auto run = std::make_unique<Session>(files);
+      run->runners.run();
+      files->spaceEndsAtChange = room;
+      if (format == ExportFormat::png) {
+        run->rewriter.compress("a", false, run->answering());
+      } else {
+        run->rewriter.convert("a", format, run->answering());
+      }
+      run->runners.run();
+      isFull = files->changesFail ? 1 : 0;
+      files->spaceEndsAtChange = 0;
+      files->changesFail.reset();
+      run->runners.advance(std::chrono::seconds(70));
+      const std::string answer = run->answer;
+      run.reset();
+      Session next(files);
+      next.runners.run();
+      expectTidy(next, std::to_string(room) + " " + answer);
+    }
+  }
+}
+
+TEST_F(CaptureRewriterTest, WaitsForEveryRecoveryAndOneAtATime) {
+  const auto files = disk();
+  // A move that was cut short has the file at its new place already.
+  files->put("/new/a.png", picture());
+  files->disk["/new/a.png"] = files->disk["/captures/a.png"];
+  files->disk.erase("/captures/a.png");
+  const FileStatus moved = files->disk["/new/a.png"]->status;
+  files->put("/data/relocation.json",
+             R"({"version":1,"id":"5A0C0C6E-0000-4000-8000-000000000000","pairs":[)"
+             R"({"old":"/captures/a.png","new":"/new/a.png","size":)" +
+                 std::to_string(moved.size) + R"(,"modified":)" + std::to_string(moved.modified) +
+                 "}]}");
+  Session run(files);
+  run.rewriter.convert("a", ExportFormat::jpeg, run.answering());
+  run.runners.run();
+  const EntryPointer entry = run.library.store().find("a");
+  EXPECT_EQ(entry->path, "/new/a.jpg") << run.answer;
+  EXPECT_EQ(files->text(entry->originalPath.value_or("")), picture());
+  run.rewriter.convert("a", ExportFormat::png, run.answering());
+  run.rewriter.convert("a", ExportFormat::webp, run.answering());
+  EXPECT_EQ(run.answer, "This capture is being changed already.");
+  run.runners.run();
+  EXPECT_TRUE(run.pending.isEmpty());
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,93 @@
+#include "library/deletion_journal.hpp"
+
+#include <iterator>
+
+#include "base/json_record.hpp"
+
+namespace vantorel {
+namespace {
+
+struct StoredItem {
+  std::string id;
+  std::optional<std::string> file;
+  std::optional<std::string> original;
+  json::Object extra;
+
+  template <class V, class S>
+  static void describe(V& v, S& item) {
+    v.required("id", item.id);
+    v.field("file", item.file);
+    v.field("original", item.original);
+    v.rest(item.extra);
+  }
+};
+VT_JSON_RECORD(StoredItem)
+
+struct StoredJournal {
+  std::vector<StoredItem> items;
+  bool offersUndo = false;
+  std::vector<std::string> surplus;
+  json::Object extra;
+
+  template <class V, class S>
+  static void describe(V& v, S& journal) {
+    v.field("items", journal.items);
+    v.field("offersUndo", journal.offersUndo);
+    v.field("surplus", journal.surplus);
+    v.rest(journal.extra);
+  }
+};
+VT_JSON_RECORD(StoredJournal)
+
+// As text: not every inode fits into the numbers of JSON.
+std::optional<std::string> text(const std::optional<std::uint64_t>& inode) {
+  return inode ? std::optional(std::to_string(*inode)) : std::nullopt;
+}
+
+std::optional<std::uint64_t> inode(const std::optional<std::string>& text) {
+  return text ? std::optional<std::uint64_t>(std::strtoull(text->c_str(), nullptr, 10))
+              : std::nullopt;
+}
+
+}  // namespace
+
+void DeletionJournal::append(const DeletionJournal& other) {
+  items.insert(items.end(), other.items.begin(), other.items.end());
+  surplus.insert(surplus.end(), other.surplus.begin(), other.surplus.end());
+  offersUndo |= other.offersUndo;
+}
+
+Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
+                                  const DeletionJournal& journal) {
+  if (journal.isEmpty()) {
+    auto removed = files.remove(paths.deletions());
+    if (!removed && removed.error().kind == FailureKind::notFound) return {};
+    return removed;
+  }
+  StoredJournal stored{{}, journal.offersUndo, journal.surplus, {}};
+  for (const DeletionJournal::Item& item : journal.items) {
+    stored.items.push_back({item.id, text(item.file), text(item.original), {}});
+  }
+  return files.replace(paths.deletions(), json::toText(stored), Privacy::ownerOnly);
+}
+
+DeletionJournal readDeletionJournal(const Files& files, const LibraryPaths& paths) {
+  const auto bytes = files.read(paths.deletions());
+  if (!bytes) return {};
+  DeletionJournal journal;
+  // Earlier builds wrote the ids alone.
+  if (const auto ids = json::fromText<std::vector<std::string>>(*bytes)) {
+    for (const std::string& id : *ids) journal.items.push_back({id});
+    return journal;
+  }
+  auto stored = json::fromText<StoredJournal>(*bytes);
+  if (!stored) return {};
+  for (StoredItem& item : stored->items) {
+    journal.items.push_back({std::move(item.id), inode(item.file), inode(item.original)});
+  }
+  journal.offersUndo = stored->offersUndo;
+  journal.surplus = std::move(stored->surplus);
+  return journal;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "library/library_paths.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// What a deletion has in hand, written before the first file moves: a run that finds it carries
+/// the deletion on where it was cut short.
+struct DeletionJournal {
+  struct Item {
+    std::string id;
+
+    /// What tells the entry's own files from strangers of the same name: a move to the Trash keeps
+    /// the inode. Nothing for a file that is to stay.
+    std::optional<std::uint64_t> file{};
+    std::optional<std::uint64_t> original{};
+  };
+  std::vector<Item> items;
+  bool offersUndo = false;
+
+  /// Files that only the library knew, to go as well once no entry names them.
+  std::vector<std::string> surplus;
+
+  [[nodiscard]] bool isEmpty() const { return items.empty() && surplus.empty(); }
+  void append(const DeletionJournal& other);
+};
+
+// Block; readable by the owner alone.
+
+/// An empty journal is removed.
+[[nodiscard]] Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
+                                                const DeletionJournal& journal);
+
+/// Empty when there is none, or none that can be read.
+[[nodiscard]] DeletionJournal readDeletionJournal(const Files& files, const LibraryPaths& paths);
+
+}  // namespace vantorel

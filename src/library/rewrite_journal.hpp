@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "library/library_paths.hpp"
+#include "library/records/screenshot_entry.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Names the files that rewrites under way have made or are making, so that what one that was cut
+/// short leaves is known for ours and goes. Blocks; lives on one runner at a time.
+class RewriteJournal {
+ public:
+  RewriteJournal(Files& files, LibraryPaths paths) : files_(files), paths_(std::move(paths)) {}
+
+  struct Item {
+    std::string id;
+    std::string old;  ///< the entry's file before
+    std::optional<std::string> oldInode{};
+
+    /// A new file beside it, noted before it gets this name.
+    std::optional<std::string> made{};
+    std::optional<std::string> madeInode{};
+
+    /// Where the old file is kept, in the library's own folder.
+    std::optional<std::string> original{};
+  };
+
+  /// Before anything is written.
+  [[nodiscard]] Result<void> begin(const std::string& id, const Path& old,
+                                   const std::optional<Path>& original);
+
+  /// Before a file with this inode gets the name `made`.
+  [[nodiscard]] Result<void> willMake(const std::string& id, const Path& made, std::uint64_t inode);
+
+  /// The index on disk says what came of it, or nothing came of it: clears up.
+  void end(const std::string& id, const EntryList& entries);
+
+  /// At the start: clears up after an earlier run.
+  void recover(const EntryList& entries);
+
+ private:
+  [[nodiscard]] Result<void> write();
+  [[nodiscard]] bool putBack(const Item& item);
+  void clearUp(const std::vector<Item>& items, const EntryList& entries);
+
+  Files& files_;
+  LibraryPaths paths_;
+  std::vector<Item> items_;
+};
+
+/// The name under which a new file for `old` is written before it is whole.
+[[nodiscard]] Path rewriteTemporary(const Path& old);
+
+}  // namespace vantorel
