@@ -76,6 +76,8 @@ void RewriteJournal::end(const std::string& id, const EntryList& entries) {
 }
 
 void RewriteJournal::recover(const EntryList& entries) {
+  const Path staging = withSuffix(paths_.rewrites(), ".staging");
+  if (files_.status(staging)) (void)files_.remove(staging);
   const auto text = files_.read(paths_.rewrites());
   if (!text) return;
   std::vector<Item> items;

@@ -195,7 +195,9 @@ std::optional<Path> LinuxTrash::find(const Path& path, std::uint64_t inode) {
     const auto there = files_.status(place);
     if (there && there->inode == inode) return place;
     const auto info = files_.read(infoOf(place), longestInfo);
-    if (!there && info && info->find(name) != std::string::npos) (void)files_.remove(infoOf(place));
+    const bool isOurs = info && (info->empty() || info->find(name) != std::string::npos);
+    // Empty: cut short before it was written.
+    if (!there && isOurs) (void)files_.remove(infoOf(place));
     missing = there || info ? 0 : missing + 1;
   }
   return std::nullopt;

@@ -213,8 +213,10 @@ TEST_F(LinuxTrashTest, FilesOfAnotherDiskStayOnIt) {
   EXPECT_THAT(disks.text("/media/usb/.Trash-0/info/a b.png.trashinfo"),
               testing::StartsWith("[Trash Info]\nPath=shots/a%20b.png\nDeletionDate=2026-01-02T"));
   // What is recorded of it later must not be on a disk before the move is.
+  trash.flush();
   EXPECT_THAT(disks.flushed, ElementsAre("/media/usb/.Trash-0/files", "/media/usb/shots"));
   ASSERT_TRUE(trash.restore(**place, "/media/usb/shots/a b.png").has_value());
+  trash.flush();
   EXPECT_EQ(disks.flushed.size(), 4U);
   EXPECT_EQ(disks.text("/media/usb/shots/a b.png"), "usb");
   EXPECT_THAT(disks.names("/media/usb/.Trash-0/info"), IsEmpty());
