@@ -30,11 +30,15 @@ Rewritten toRewritten(CaptureTranscoder::CompressOutcome outcome) {
   return std::nullopt;
 }
 
-std::string remarkOn(const CaptureTranscoder::Result& result) {
+/// Whoever redacted a capture may take its file for what they see in the editor.
+std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEntry& entry) {
   std::string text =
       fmt::format("{} became {}{}.", sizeText(result.bytesBefore), sizeText(result.bytesAfter),
                   result.downscaled ? ", scaled down to 1x" : "");
   for (const CaptureNote& note : result.notes) text += " " + sentence(note);
+  if (!entry.shapes.empty()) {
+    text += " The file doesn't hold the annotations, so nothing is covered in it: use render.";
+  }
   return text;
 }
 
@@ -137,7 +141,7 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
     // Taken out of the library meanwhile: both files are left to the user.
     return finished(std::unexpected("The capture has left History."));
   }
-  store.flush(alive_.guard([this, id = before.id, surplus, remark = remarkOn(result),
+  store.flush(alive_.guard([this, id = before.id, surplus, remark = remarkOn(result, before),
                             finished = std::move(finished)](Result<void> saved) mutable {
     if (!saved) {
       return finished(std::unexpected(
