@@ -30,11 +30,15 @@ Rewritten toRewritten(CaptureTranscoder::CompressOutcome outcome) {
   return std::nullopt;
 }
 
-std::string remarkOn(const CaptureTranscoder::Result& result) {
+/// Whoever redacted a capture may take its file for what they see in the editor.
+std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEntry& entry) {
   std::string text =
       fmt::format("{} became {}{}.", sizeText(result.bytesBefore), sizeText(result.bytesAfter),
                   result.downscaled ? ", scaled down to 1x" : "");
   for (const CaptureNote& note : result.notes) text += " " + sentence(note);
+  if (!entry.shapes.empty()) {
+    text += " The file doesn't hold the annotations, so nothing is covered in it: use render.";
+  }
   return text;
 }
 
@@ -158,7 +162,7 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
     // Taken out of the library meanwhile: both files are left to the user.
     return finished(std::unexpected("The capture has left History."));
   }
-  store.flush(alive_.guard([this, id = before.id, remark = remarkOn(result),
+  store.flush(alive_.guard([this, id = before.id, remark = remarkOn(result, before),
                             finished = std::move(finished)](Result<void> saved) mutable {
     // The next start clears up by what the index says then.
     if (!saved) {

@@ -156,14 +156,15 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   addCapture(app, given);
   CLI::App* const displays = app.add_subcommand("displays", "List the connected displays");
   CLI::App* const windows = app.add_subcommand("windows", "List the open windows, topmost first");
-  CLI::App* const convert =
-      app.add_subcommand("convert", "Convert a capture to another file format");
+  CLI::App* const convert = app.add_subcommand(
+      "convert", "Convert a capture's file to another format; it holds no annotations: see render");
   convert->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
       ->required();
   convert->add_option("--format", given.format, "png, jpeg, heic or webp")
       ->required()
       ->check(oneOf<ExportFormat>());
-  CLI::App* const compress = app.add_subcommand("compress", "Make a capture's file smaller");
+  CLI::App* const compress = app.add_subcommand(
+      "compress", "Make a capture's file smaller; it holds no annotations: see render");
   compress->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
       ->required();
   compress->add_flag("--1x", given.downscaleTo1x,

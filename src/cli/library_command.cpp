@@ -145,6 +145,10 @@ CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool 
   return reply;
 }
 
+bool isRedacted(const ScreenshotEntry& entry) {
+  return std::ranges::find(entry.shapes, ShapeType::redact, &Shape::type) != entry.shapes.end();
+}
+
 }  // namespace
 
 void LibraryCommands::run(command::Library what, bool json, CommandDone done,
@@ -207,6 +211,8 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
                             ? entry->path + "\n"
                             : details(*entry, store,
                                       services_.isOutOfReach && services_.isOutOfReach(entry->id));
+        if (what.verb != Verb::path || !isRedacted(*entry)) continue;
+        reply.error += entry->path + ": nothing is covered in this file: use render.\n";
       }
       return done(std::move(reply));
     }

@@ -60,7 +60,7 @@ LibraryOptions::LibraryOptions(CLI::App& app)
     verb(of, words)->add_option("ids", given_.ids, idWords)->required();
   };
   withIDs(Verb::show, "Show all about captures");
-  withIDs(Verb::path, "Print the paths of captures' files");
+  withIDs(Verb::path, "Print the paths of captures' files, which hold no annotations: see render");
   withIDs(Verb::star, "Star captures: they never go by age");
   withIDs(Verb::unstar, "Take the star away");
   CLI::App* const title = verb(Verb::title, "Give a capture a title");
