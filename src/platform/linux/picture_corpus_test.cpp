@@ -328,6 +328,19 @@ TEST(PictureCorpusTest, FilesSayWhenTheyWereMadeAndNothingElse) {
   }
 }
 
+TEST(PictureCorpusTest, HEICTakesPicturesOfEveryLevel) {
+  const LinuxImageCodec codec;
+  for (const PixelSize size : {PixelSize{2048, 1088}, PixelSize{2400, 1000}, PixelSize{4300, 40}}) {
+    const Image image = MutableImage(size, PixelFormat::bgrx).finish();
+    const std::string heic =
+        codec.encode(image, {.format = ExportFormat::heic, .createdAt = 1e9}).value();
+    EXPECT_EQ(heic.substr(8, 4), "heic");
+    const auto back = codec.decode(heic);
+    ASSERT_TRUE(back.has_value()) << size.width << ": " << back.error().reason;
+    EXPECT_EQ(back->size(), size);
+  }
+}
+
 TEST(PictureCorpusTest, AnimationsAreKnown) {
   const LinuxImageCodec codec;
   const std::string png = codec.encode(quarters(), {}).value();
