@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <optional>
+#include <string>
+
 namespace vantorel {
 namespace {
 
@@ -17,6 +21,17 @@ TEST(TimeTextTest, WhatTheTableShowsIsReadBackAndNonsenseIsNot) {
         "2026-03--1", "2026-03-01 -1:05", "26-03-01"}) {
     EXPECT_EQ(parseLocalTime(text), std::nullopt) << text;
   }
+}
+
+TEST(TimeTextTest, AZoneThatChangesUnderTheRunningProgramCountsAtOnce) {
+  const char* const set = std::getenv("TZ");
+  const std::optional<std::string> before = set == nullptr ? std::nullopt : std::optional(set);
+  ::setenv("TZ", "UTC0", 1);
+  EXPECT_EQ(fileNameTime(1'772'373'909), "2026-03-01 at 14.05.09");
+  ::setenv("TZ", "EAST-5", 1);
+  EXPECT_EQ(fileNameTime(1'772'373'909), "2026-03-01 at 19.05.09");
+  EXPECT_EQ(exifTime(1'772'373'909), "2026:03:01 19:05:09");
+  before ? ::setenv("TZ", before->c_str(), 1) : ::unsetenv("TZ");
 }
 
 }  // namespace

@@ -116,7 +116,12 @@ TEST(ProgramTest, AnnotationsAreStoredPrintedAndDrawnAndNonsenseChangesNothing) 
                    "--output", "again.png"})
                   .status,
               0);
-    EXPECT_EQ(readAll(folder / "again.png"), readAll(folder / "drawn.png"));
+    // Only when it was taken is known of captures alone.
+    const auto pixels = [&](const char* name) {
+      const std::string png = readAll(folder / name);
+      return png.substr(png.find("IDAT"));
+    };
+    EXPECT_TRUE(pixels("again.png") == pixels("drawn.png"));
 
     const std::string index = readAll(vantorel.root() / "history.json");
     const std::string path = vantorel.entries().back()->path;

@@ -176,9 +176,14 @@ std::string shadesPNG(const PNGKind& kind, int shades) {
     for (int i = 0; i < (isGrey ? 1 : 3); ++i) row += sample;
     if ((kind.colourType & PNG_COLOR_MASK_ALPHA) != 0) row.append(sample.size(), '\xFF');
   }
+  // Every second row is its neighbour mirrored, so that rows that are mixed up are noticed.
+  const std::size_t pixelBytes = row.size() / side;
+  std::string mirrored;
+  for (std::size_t x = side; x-- > 0;) mirrored += row.substr(x * pixelBytes, pixelBytes);
   for (int pass = 0; pass < passes; ++pass) {
     for (int y = 0; y < shades; ++y) {
-      png_write_row(png, reinterpret_cast<png_const_bytep>(row.data()));
+      const std::string& now = y % 2 == 0 ? row : mirrored;
+      png_write_row(png, reinterpret_cast<png_const_bytep>(now.data()));
     }
   }
   png_write_end(png, info);
@@ -206,11 +211,13 @@ TEST(PictureCorpusTest, EveryKindOfPNGHasItsShades) {
     const int shades = std::min(1 << kind.depth, 64);
     const Image image = codec.decode(shadesPNG(kind, shades)).value();
     ASSERT_EQ(image.size(), (PixelSize{shades, shades}));
-    for (int x = 0; x < shades; ++x) {
-      for (std::size_t channel = 0; channel < 3; ++channel) {
-        ASSERT_NEAR(image.row(shades - 1)[std::size_t(x) * 4 + channel], 255.0 * x / (shades - 1),
-                    1)
-            << kind.depth << " bits, type " << kind.colourType << ", shade " << x;
+    for (int y = 0; y < shades; ++y) {
+      for (int x = 0; x < shades; ++x) {
+        const double level = 255.0 * (y % 2 == 0 ? x : shades - 1 - x) / (shades - 1);
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+          ASSERT_NEAR(image.row(y)[std::size_t(x) * 4 + channel], level, 1)
+              << kind.depth << " bits, type " << kind.colourType << ", " << x << "," << y;
+        }
       }
     }
   }
@@ -318,6 +325,19 @@ TEST(PictureCorpusTest, FilesSayWhenTheyWereMadeAndNothingElse) {
     ::unsetenv("TZ");
   } else {
     ::setenv("TZ", before.c_str(), 1);
+  }
+}
+
+TEST(PictureCorpusTest, HEICTakesPicturesOfEveryLevel) {
+  const LinuxImageCodec codec;
+  for (const PixelSize size : {PixelSize{2048, 1088}, PixelSize{2400, 1000}, PixelSize{4300, 40}}) {
+    const Image image = MutableImage(size, PixelFormat::bgrx).finish();
+    const std::string heic =
+        codec.encode(image, {.format = ExportFormat::heic, .createdAt = 1e9}).value();
+    EXPECT_EQ(heic.substr(8, 4), "heic");
+    const auto back = codec.decode(heic);
+    ASSERT_TRUE(back.has_value()) << size.width << ": " << back.error().reason;
+    EXPECT_EQ(back->size(), size);
   }
 }
 

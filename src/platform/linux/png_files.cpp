@@ -4,8 +4,11 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <csetjmp>
+#include <cstdio>
+#include <cstring>
 #include <functional>
 #include <numeric>
 #include <vector>
@@ -99,33 +102,27 @@ std::string withoutRemarks(std::string_view bytes) {
   return kept;
 }
 
-/// Begins to read; frees what libpng holds when it goes.
+/// Reads a picture with libpng's plain interface: the simplified one gets interlaced deep greys
+/// wrong. libpng leaves by longjmp on errors: what calls it may hold nothing with a destructor.
 class PNGReader {
  public:
-  PNGReader() { image_.version = PNG_IMAGE_VERSION; }
-  ~PNGReader() { png_image_free(&image_); }
+  /// `bytes` must outlive this.
+  explicit PNGReader(std::string_view bytes)
+      : rest_(bytes),
+        png_(png_create_read_struct(PNG_LIBPNG_VER_STRING, message_.data(), fail, ignore)),
+        info_(png_ == nullptr ? nullptr : png_create_info_struct(png_)) {}
+  ~PNGReader() { png_destroy_read_struct(&png_, &info_, nullptr); }
   PNGReader(const PNGReader&) = delete;
   PNGReader& operator=(const PNGReader&) = delete;
 
-  /// `bytes` must outlive this.
-  [[nodiscard]] Result<PixelSize> begin(std::string_view bytes) {
-    if (png_image_begin_read_from_memory(&image_, bytes.data(), bytes.size()) == 0) {
-      return failed(FailureKind::malformed, image_.message);
+  [[nodiscard]] Result<Image> read(PixelSize size) {
+    if (info_ == nullptr) throw std::bad_alloc();
+    if (!begin() || png_get_rowbytes(png_, info_) != static_cast<std::size_t>(size.width) * 4) {
+      return failed(FailureKind::malformed, message_.data());
     }
-    // Without a word on gamma, deep colours are no more linear than others.
-    image_.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;
-    return decodableSize(image_.width, image_.height);
-  }
-
-  [[nodiscard]] Result<Image> finish(PixelSize size) {
-    const bool translucent = (image_.format & PNG_FORMAT_FLAG_ALPHA) != 0;
-    image_.format = translucent ? PNG_FORMAT_RGBA : PNG_FORMAT_BGRA;
-    MutableImage picture(size, translucent ? PixelFormat::bgraPremultiplied : PixelFormat::bgrx);
-    if (png_image_finish_read(&image_, nullptr, picture.row(0).data(),
-                              static_cast<png_int_32>(picture.stride()), nullptr) == 0) {
-      return failed(FailureKind::malformed, image_.message);
-    }
-    if (translucent) {
+    MutableImage picture(size, isTranslucent_ ? PixelFormat::bgraPremultiplied : PixelFormat::bgrx);
+    if (!readRows(picture)) return failed(FailureKind::malformed, message_.data());
+    if (isTranslucent_) {
       std::vector<std::uint8_t> row(picture.stride());
       for (int y = 0; y < size.height; ++y) {
         std::ranges::copy(picture.row(y), row.begin());
@@ -136,7 +133,58 @@ class PNGReader {
   }
 
  private:
-  png_image image_{};
+  [[noreturn]] static void fail(png_structp png, png_const_charp message) {
+    std::snprintf(static_cast<char*>(png_get_error_ptr(png)), Message().size(), "%s", message);
+    png_longjmp(png, 1);
+  }
+  static void ignore(png_structp, png_const_charp) {}
+  static void fetch(png_structp png, png_bytep to, std::size_t size) {
+    auto& rest = *static_cast<std::string_view*>(png_get_io_ptr(png));
+    if (rest.size() < size) png_error(png, "the file ends too early");
+    std::memcpy(to, rest.data(), size);
+    rest.remove_prefix(size);
+  }
+
+  /// Asks for four bytes a pixel: in the picture's order, or plain red, green, blue and alpha.
+  bool begin() {
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
+    png_set_read_fn(png_, &rest_, fetch);
+    png_read_info(png_, info_);
+    isTranslucent_ = (png_get_color_type(png_, info_) & PNG_COLOR_MASK_ALPHA) != 0 ||
+                     png_get_valid(png_, info_, PNG_INFO_tRNS) != 0;
+    png_set_expand(png_);
+    png_set_scale_16(png_);
+    png_set_gray_to_rgb(png_);
+    double gamma = 0;
+    if (png_get_valid(png_, info_, PNG_INFO_sRGB) == 0 && png_get_gAMA(png_, info_, &gamma) != 0) {
+      png_set_gamma(png_, PNG_DEFAULT_sRGB, gamma);
+    }
+    if (!isTranslucent_) {
+      png_set_bgr(png_);
+      png_set_filler(png_, 0xFF, PNG_FILLER_AFTER);
+    }
+    passes_ = png_set_interlace_handling(png_);
+    png_read_update_info(png_, info_);
+    return true;
+  }
+
+  bool readRows(MutableImage& picture) {
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
+    for (int pass = 0; pass < passes_; ++pass) {
+      for (int y = 0; y < picture.size().height; ++y) {
+        png_read_row(png_, picture.row(y).data(), nullptr);
+      }
+    }
+    return true;
+  }
+
+  using Message = std::array<char, 128>;
+  Message message_ = {"it is not a whole PNG picture"};
+  std::string_view rest_;
+  png_structp png_;
+  png_infop info_;
+  bool isTranslucent_ = false;
+  int passes_ = 1;
 };
 
 void appendBytes(png_structp png, png_bytep bytes, std::size_t size) {
@@ -219,9 +267,8 @@ bool writeRows(png_structp png, png_infop info, const IndexedImage& image,
 Result<Image> readPNG(std::string_view bytes) {
   const PNGHeader header = VT_TRY(headerOf(PictureInMemory(bytes)));
   const std::string pixels = withoutRemarks(bytes);
-  PNGReader reader;
-  const PixelSize size = VT_TRY(reader.begin(pixels));
-  return turned(VT_TRY(reader.finish(size)), header.orientation);
+  PNGReader reader(pixels);
+  return turned(VT_TRY(reader.read(header.size)), header.orientation);
 }
 
 Result<PictureHeader> pngHeader(const PictureBytes& bytes) {
