@@ -33,9 +33,10 @@ std::shared_ptr<const std::string> shared(std::string bytes) {
 X11Clipboard::X11Clipboard(const std::string& display, std::shared_ptr<TaskRunner> main,
                            std::chrono::nanoseconds bound)
     : main_(std::move(main)), bound_(bound) {
-  auto lost = [main = main_, lost = alive_.guard([this] { shapes_.clear(); })] {
-    main->post([lost]() mutable { lost(); });
-  };
+  auto lost = [main = main_, lost = alive_.guard([this] {
+    shapes_.clear();
+    if (lost_) lost_();
+  })] { main->post([lost]() mutable { lost(); }); };
   worker_ = std::make_unique<X11Worker>(
       display,
       [lost = std::move(lost)](xcb_connection_t* connection,

@@ -21,6 +21,7 @@ class X11Clipboard final : public Clipboard {
   void setImage(std::string png, std::move_only_function<void(Result<void>)> done) override;
   void setText(std::string text, std::move_only_function<void(Result<void>)> done) override;
   void setShapes(std::string json, std::move_only_function<void(Result<void>)> done) override;
+  void whenLost(std::function<void()> lost) override { lost_ = std::move(lost); }
   [[nodiscard]] std::string shapes() const override { return shapes_; }
   void handOver() override;
 
@@ -31,6 +32,7 @@ class X11Clipboard final : public Clipboard {
   std::shared_ptr<TaskRunner> main_;
   std::chrono::nanoseconds bound_;
   std::string shapes_;
+  std::function<void()> lost_;
   bool hasCopied_ = false;
   Alive alive_;
   std::unique_ptr<X11Worker> worker_;

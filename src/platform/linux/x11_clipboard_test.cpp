@@ -172,8 +172,11 @@ TEST_F(ClipboardTest, AnnotationsCanBePastedUntilAnythingElseIsCopied) {
   ASSERT_TRUE(copy(&Clipboard::setText, "words"));
   EXPECT_EQ(clipboard.shapes(), "");
   ASSERT_TRUE(copy(&Clipboard::setShapes, shapes));
+  bool isLost = false;
+  clipboard.whenLost([&] { isLost = true; });
   const auto other = copyElsewhere("theirs");
-  EXPECT_TRUE(loop.runUntil([&] { return clipboard.shapes().empty(); }));
+  EXPECT_TRUE(loop.runUntil([&] { return isLost; }));
+  EXPECT_EQ(clipboard.shapes(), "");
   // Taken back from who took it since.
   ASSERT_TRUE(copy(&Clipboard::setImage, bytes(1000)));
   EXPECT_TRUE(paste("image/png") == bytes(1000));
