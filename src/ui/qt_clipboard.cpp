@@ -74,6 +74,14 @@ void QtClipboard::setShapes(std::string json, std::move_only_function<void(Resul
   done(put(contentOf(shapesType(), json), "the clipboard wouldn't take the annotations"));
 }
 
+void QtClipboard::whenLost(std::function<void()> lost) {
+  QClipboard* const clipboard = QGuiApplication::clipboard();
+  QObject::connect(clipboard, &QClipboard::dataChanged, clipboard,
+                   [clipboard, lost = std::move(lost)] {
+                     if (!clipboard->ownsClipboard()) lost();
+                   });
+}
+
 std::string QtClipboard::shapes() const {
   const QClipboard* const clipboard = QGuiApplication::clipboard();
   // Another program's content would have to be waited for.

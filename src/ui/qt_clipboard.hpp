@@ -10,6 +10,7 @@ class QtClipboard : public Clipboard {
   void setImage(std::string png, std::move_only_function<void(Result<void>)> done) override;
   void setText(std::string text, std::move_only_function<void(Result<void>)> done) override;
   void setShapes(std::string json, std::move_only_function<void(Result<void>)> done) override;
+  void whenLost(std::function<void()> lost) override;
   [[nodiscard]] std::string shapes() const override;
 
   /// Asks a clipboard manager to keep what is ours, and waits a bounded time until it has it. For

@@ -15,6 +15,7 @@
 
 #include "base/log.hpp"
 #include "ui/alert_dialogs.hpp"
+#include "ui/capture_flash.hpp"
 #include "ui/countdown_window.hpp"
 #include "ui/desktop_cover.hpp"
 #include "ui/program_icon.hpp"
@@ -136,6 +137,7 @@ class QtDesktopUi : public DesktopUi {
   std::shared_ptr<CountdownPanel> countdownPanel() override { return countdown_; }
   std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() override { return cover_; }
   Clipboard& clipboard() override { return clipboard_; }
+  void flash(const PixelRect& area) override { flash_.show(area); }
   Alerts& alerts() override { return alerts_; }
   void setDesktopCoverLook(DesktopCoverLook look) override { cover_->setLook(std::move(look)); }
 
@@ -151,6 +153,7 @@ class QtDesktopUi : public DesktopUi {
   QtSelectionOverlay overlay_;
   QtStatusItem statusItem_;
   QtClipboard clipboard_;
+  CaptureFlash flash_;
   AlertDialogs alerts_;
   std::optional<int> quitStatus_;
   bool isRunning_ = false;
