@@ -140,7 +140,7 @@ std::string sentences(const std::vector<RefusedShortcut>& refused) {
       say(one.holder ? fmt::format("{} is “{}”.", key, title(*one.holder))
                      : fmt::format("{} is another command's key.", key));
     } else if (one.error.why == HotKeyObstacle::heldElsewhere) {
-      held.push_back(key);
+      if (std::ranges::find(held, key) == held.end()) held.push_back(key);
     } else if (one.error.why == HotKeyObstacle::noSuchKey) {
       missing.push_back(key);
     } else {
