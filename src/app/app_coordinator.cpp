@@ -1,7 +1,10 @@
 #include "app/app_coordinator.hpp"
 
+#include <fmt/format.h>
+
 #include <utility>
 
+#include "app/records/hot_key_text.hpp"
 #include "base/log.hpp"
 #include "library/file_reach.hpp"
 
@@ -13,8 +16,12 @@ namespace {
 constexpr std::chrono::seconds grabBound{5};
 constexpr std::chrono::seconds grabCap{60};
 
-StillCaptureRequest requestFor(const StillCaptureCommand& command, CaptureDelay delay) {
-  StillCaptureRequest request{.delay = delay, .isTimedCapture = command.isTimed};
+constexpr std::chrono::seconds clipboardBound{5};
+constexpr std::chrono::seconds trayBound{10};
+
+StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::seconds delay) {
+  StillCaptureRequest request{
+      .delay = delay, .showsPointer = command.showsPointer, .isTimedCapture = command.isTimed};
   switch (command.kind) {
     case StillCaptureCommand::Kind::display:
       request.mode = CaptureMode::fullscreen;
@@ -53,7 +60,7 @@ AppCoordinator::AppCoordinator(Services services)
       permission_(services_.main, *services_.screen, *services_.alerts, services_.relaunch),
       staging_(std::make_shared<StagingFolder>(services_.files, services_.stagedCaptures)) {
   if (services_.hotKeys != nullptr) {
-    shortcuts_ = std::make_unique<ShortcutRegistry>(*services_.hotKeys);
+    shortcuts_ = std::make_unique<ShortcutRegistry>(*services_.hotKeys, services_.main);
   }
   const auto settings = [this]() -> const SettingsValues& { return services_.settings->values(); };
   filing_ = std::make_unique<StillCaptureFiling>(StillCaptureFiling::Services{
@@ -166,27 +173,31 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
   const SettingsValues& settings = services_.settings->values();
   const CaptureDelay usual =
       command.isTimed ? settings.timedCaptureLastDelaySeconds : settings.captureDelaySeconds;
-  const CaptureDelay delay = command.delay.value_or(usual);
+  const std::chrono::seconds delay = command.delay.value_or(lengthOf(usual));
   if (command.isTimed) {
-    services_.settings->set(&SettingsValues::timedCaptureLastDelaySeconds, delay);
+    services_.settings->set(&SettingsValues::timedCaptureLastDelaySeconds,
+                            delayOfSeconds(delay.count()));
+  }
+  if (command.isAnsweredAtDesktop) {
+    finished = [this, timed = command.isTimed,
+                finished = std::move(finished)](CaptureReply reply) mutable {
+      report(reply, timed);
+      finished(std::move(reply));
+    };
   }
   withPermission(
       std::move(finished), [this, command = std::move(command), delay, begins = std::move(begins)](
                                StillCapturePipeline::Finished permitted) mutable {
         if (begins && !begins()) return permitted(CaptureOutcome{CaptureOutcome::Cancelled{}});
-        permitted = untilSaved(std::move(permitted));
-        auto done = [this, permitted = std::move(permitted)](CaptureReply reply) mutable {
-          if (const auto* outcome = std::get_if<CaptureOutcome>(&reply)) {
-            if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome->value)) {
-              afterCapture(*saved);
-            }
-          }
-          permitted(std::move(reply));
+        auto done = [this, copies = command.copies,
+                     permitted = untilSaved(std::move(permitted))](CaptureReply reply) mutable {
+          afterCapture(std::move(reply), copies, std::move(permitted));
         };
+        StillCaptureRequest request = requestFor(command, delay);
         if (command.kind == StillCaptureCommand::Kind::previous) {
-          stills_->capturePreviousArea(delay, std::move(done));
+          stills_->capturePreviousArea(std::move(request), std::move(done));
         } else {
-          stills_->capture(requestFor(command, delay), std::move(done));
+          stills_->capture(std::move(request), std::move(done));
         }
       });
 }
@@ -212,13 +223,12 @@ StillCapturePipeline::Finished AppCoordinator::untilSaved(StillCapturePipeline::
   };
 }
 
-void AppCoordinator::captureFromSurface(StillCaptureCommand command) {
-  const bool timed = command.isTimed;
-  capture(std::move(command),
-          alive_.guard([this, timed](const CaptureReply& reply) { report(reply, timed); }));
+void AppCoordinator::captureForUser(StillCaptureCommand command) {
+  command.isAnsweredAtDesktop = true;
+  capture(std::move(command), [](const CaptureReply&) {});
 }
 
-/// Tells a user who has no terminal how a capture ended, unless it ended well or by Escape.
+/// Shows a user who has no terminal how a capture ended, unless it was by Escape.
 void AppCoordinator::report(const CaptureReply& reply, bool timed) {
   if (const auto* refused = std::get_if<CaptureRefusal>(&reply)) {
     logInfo("Capture", "{}", sentence(*refused));
@@ -234,40 +244,63 @@ void AppCoordinator::report(const CaptureReply& reply, bool timed) {
         timed ? "Timer finished, but the screenshot failed" : "Screenshot failed",
         sentence(*failure));
   } else if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome.value)) {
-    for (const CaptureNote& note : saved->notes) {
-      services_.alerts->notify("Screenshot saved", sentence(note));
+    if (services_.cue) {
+      services_.cue({saved->shown, services_.settings->values().playSounds});
     }
-    if (!saved->indexFailure.empty()) {
-      services_.alerts->notify("Screenshot saved", saved->indexFailure);
+    for (const std::string& remark : remarksOn(*saved)) {
+      services_.alerts->notify("Screenshot saved", remark);
     }
   }
 }
 
-void AppCoordinator::afterCapture(const CaptureOutcome::Saved& saved) {
+/// Does what the settings and the command want done with a new capture, then answers.
+void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
+                                  StillCapturePipeline::Finished finished) {
+  auto* const outcome = std::get_if<CaptureOutcome>(&reply);
+  auto* const saved =
+      outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
+  if (saved == nullptr) return finished(std::move(reply));
   if (!services_.settings->values().hasCapturedSuccessfully) {
     services_.settings->set(&SettingsValues::hasCapturedSuccessfully, true);
   }
-  if (saved.copies || services_.settings->values().copyToClipboardAfterCapture) {
-    copyToClipboard(*saved.entry);
+  copies |= saved->copies || services_.settings->values().copyToClipboardAfterCapture;
+  if (!copies) {
+    return finished(std::move(reply));
   }
+  struct Waiting {
+    CaptureReply reply;
+    StillCapturePipeline::Finished finished;
+  };
+  const EntryPointer entry = saved->entry;
+  auto waiting = std::make_shared<Waiting>(Waiting{std::move(reply), std::move(finished)});
+  const auto answer = [waiting](const std::string& problem) {
+    if (!waiting->finished) return;
+    if (!problem.empty()) {
+      std::get<CaptureOutcome::Saved>(std::get<CaptureOutcome>(waiting->reply).value)
+          .remarks.push_back("Not copied: " + problem + ".");
+    }
+    std::exchange(waiting->finished, nullptr)(std::move(waiting->reply));
+  };
+  copyToClipboard(*entry, answer);
+  // A clipboard that does not answer holds up neither the user nor a quit.
+  services_.main->postAfter(clipboardBound,
+                            alive_.guard([answer] { answer("the clipboard doesn't answer"); }));
 }
 
-void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry) {
-  if (services_.clipboard == nullptr) return;
+/// Answers with what went wrong, a clause; empty when it is there.
+void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry,
+                                     std::function<void(std::string)> done) {
+  Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
+  if (clipboard == nullptr) return done("there is no clipboard here");
   services_.pictures->post(
       [files = services_.files, codec = services_.codec, path = entry.path,
        scale = entry.captureScale.value_or(1), main = services_.main,
-       done = alive_.guard([this](Result<std::string>& png) {
-         const auto told = [this](const Result<void>& set) {
-           if (set) return;
-           logWarning("Clipboard", "{}", set.error().reason);
-           services_.alerts->notify("Copy failed", "the clipboard wouldn't take the image");
-         };
-         if (!png) {
-           services_.alerts->notify("Copy failed", "the screenshot couldn't be read");
-           return;
-         }
-         services_.clipboard->setImage(std::move(*png), alive_.guard(told));
+       read = alive_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
+         if (!png) return done("the screenshot couldn't be read");
+         clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
+           if (!set) logWarning("Clipboard", "{}", set.error().reason);
+           done(set ? "" : "the clipboard wouldn't take the image");
+         });
        })]() mutable {
         Result<std::string> png = [&]() -> Result<std::string> {
           std::string bytes = VT_TRY(files->read(path));
@@ -275,7 +308,7 @@ void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry) {
           const Image image = VT_TRY(codec->decode(bytes));
           return codec->encode(image, {.format = ExportFormat::png, .pixelsPerPoint = scale});
         }();
-        main->post([png = std::move(png), done = std::move(done)]() mutable { done(png); });
+        main->post([png = std::move(png), read = std::move(read)]() mutable { read(png); });
       });
 }
 
@@ -283,10 +316,24 @@ void AppCoordinator::copyRecent(int number) {
   int seen = 0;
   for (const EntryPointer& entry : services_.library->store().newestFirst()) {
     if (entry->medium != CaptureMedium::image || ++seen < number) continue;
-    copyToClipboard(*entry);
+    copyToClipboard(*entry, alive_.guard([this](const std::string& problem) {
+      if (!problem.empty()) services_.alerts->notify("Copy failed", problem);
+    }));
     return;
   }
   services_.alerts->notify("Nothing to copy", "There are fewer captures in History than that.");
+}
+
+void AppCoordinator::tellThatItRuns() {
+  hasTold_ = true;
+  const auto key = bindingOf(ShortcutID::capture);
+  const bool works = key && shortcuts_ && shortcuts_->works(ShortcutID::capture);
+  const std::string how = works ? fmt::format("{} captures an area.", displayText(*key))
+                                : std::string("\"vantorel capture area\" captures an area.");
+  services_.alerts->notify(
+      "Vantorel is running",
+      how + (services_.isTrayShown() ? " Its icon in the tray has everything else."
+                                     : " This desktop shows no tray; \"vantorel quit\" ends it."));
 }
 
 void AppCoordinator::recoverStagedCaptures(std::function<void(int)> done) {
@@ -317,79 +364,11 @@ void AppCoordinator::startResident() {
   services_.showStatusItem(services_.settings->values().showMenuBarIcon);
   bindHotKeys();
   tellUnfinishedAtLastQuit();
-}
-
-std::optional<HotKeySpec> AppCoordinator::bindingOf(ShortcutID id) const {
-  const SettingsValues& values = services_.settings->values();
-  if (const auto number = recentNumber(id)) {
-    if (!values.copyRecentHotKey) return std::nullopt;
-    return copyRecentBinding(*values.copyRecentHotKey, *number);
-  }
-  switch (id) {
-    case ShortcutID::radialMenu: return values.radialMenuHotKey;
-    case ShortcutID::capture: return values.captureHotKey;
-    case ShortcutID::previousArea: return values.previousAreaHotKey;
-    case ShortcutID::captureText: return values.captureTextHotKey;
-    case ShortcutID::fullscreen: return values.fullscreenHotKey;
-    case ShortcutID::window: return values.windowHotKey;
-    case ShortcutID::history: return values.historyHotKey;
-    case ShortcutID::openClipboard: return values.openClipboardHotKey;
-    case ShortcutID::record: return values.recordHotKey;
-    case ShortcutID::zoom: return values.zoomHotKey;
-    case ShortcutID::recordInStudio: return values.recordInStudioHotKey;
-    case ShortcutID::scroll: return values.scrollHotKey;
-    case ShortcutID::comparison: return values.comparisonHotKey;
-    case ShortcutID::timedCapture: return values.timedCaptureHotKey;
-    default: std::unreachable();
-  }
-}
-
-std::function<void()> AppCoordinator::actionOf(ShortcutID id) {
-  using Kind = StillCaptureCommand::Kind;
-  if (const auto number = recentNumber(id)) return [this, n = *number] { copyRecent(n); };
-  switch (id) {
-    case ShortcutID::capture: return [this] { captureFromSurface({.kind = Kind::area}); };
-    case ShortcutID::previousArea: return [this] { captureFromSurface({.kind = Kind::previous}); };
-    case ShortcutID::fullscreen: return [this] { captureFromSurface({.kind = Kind::display}); };
-    case ShortcutID::window: return [this] { captureFromSurface({.kind = Kind::window}); };
-    case ShortcutID::timedCapture:
-      return [this] { captureFromSurface({.kind = Kind::area, .isTimed = true}); };
-    default: return {};
-  }
-}
-
-void AppCoordinator::bind(ShortcutID id) {
-  if (!shortcuts_) return;
-  shortcuts_->unregister(id);
-  const auto spec = bindingOf(id);
-  auto action = actionOf(id);
-  // A key without an action yet stays free for others.
-  if (spec && action) shortcuts_->registerShortcut(id, *spec, std::move(action));
-}
-
-void AppCoordinator::bindHotKeys() {
-  for (const auto& entry : enumNames<ShortcutID>) bind(entry.value);
-  SettingsStore& settings = *services_.settings;
-  const auto rebind = [this](ShortcutID id) { return [this, id] { bind(id); }; };
-  settings.onHotKeyChange = rebind(ShortcutID::capture);
-  settings.onHistoryHotKeyChange = rebind(ShortcutID::history);
-  settings.onRecordHotKeyChange = rebind(ShortcutID::record);
-  settings.onZoomHotKeyChange = rebind(ShortcutID::zoom);
-  settings.onScrollHotKeyChange = rebind(ShortcutID::scroll);
-  settings.onWindowHotKeyChange = rebind(ShortcutID::window);
-  settings.onFullscreenHotKeyChange = rebind(ShortcutID::fullscreen);
-  settings.onComparisonHotKeyChange = rebind(ShortcutID::comparison);
-  settings.onTimedCaptureHotKeyChange = rebind(ShortcutID::timedCapture);
-  settings.onPreviousAreaHotKeyChange = rebind(ShortcutID::previousArea);
-  settings.onCaptureTextHotKeyChange = rebind(ShortcutID::captureText);
-  settings.onOpenClipboardHotKeyChange = rebind(ShortcutID::openClipboard);
-  settings.onRadialMenuHotKeyChange = rebind(ShortcutID::radialMenu);
-  settings.onRecordInStudioHotKeyChange = rebind(ShortcutID::recordInStudio);
-  settings.onCopyRecentHotKeyChange = [this] {
-    for (const auto& entry : enumNames<ShortcutID>) {
-      if (recentNumber(entry.value)) bind(entry.value);
-    }
-  };
+  // A tray may start later than this program.
+  services_.main->postAfter(trayBound, alive_.guard([this] {
+    const bool isSeen = !services_.settings->values().showMenuBarIcon || services_.isTrayShown();
+    if (!isSeen && !hasTold_) tellThatItRuns();
+  }));
 }
 
 void AppCoordinator::tellUnfinishedAtLastQuit() {

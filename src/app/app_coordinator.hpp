@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -47,12 +48,16 @@ class AppCoordinator {
 
     // What only a run with windows has; null or empty otherwise.
     HotKeys* hotKeys = nullptr;
-    Clipboard* clipboard = nullptr;
+    std::function<Clipboard*()> clipboard;
     std::shared_ptr<CountdownPanel> countdown;  ///< never null
     std::shared_ptr<DesktopCoverWindows> desktopCover;
     std::function<SelectionOverlay*()> overlay;
     std::function<void(bool visible)> showStatusItem;
     std::function<void()> statusMenuChanged;
+    std::function<bool()> isTrayShown;
+
+    /// Shows and sounds that a capture is saved.
+    std::function<void(const CaptureCue&)> cue;
 
     /// Told when the user quits: long work that can go on later comes to a stop.
     std::function<void()> stopMoving;
@@ -72,6 +77,9 @@ class AppCoordinator {
   void capture(StillCaptureCommand command, StillCapturePipeline::Finished finished,
                std::function<bool()> begins = {});
 
+  /// Takes a still for a person at the desktop, whichever way he asked: how it ends is shown there.
+  void captureForUser(StillCaptureCommand command);
+
   /// Calls off the capture that waits for the user.
   void cancelCapture() { stills_->cancel(); }
 
@@ -85,6 +93,13 @@ class AppCoordinator {
 
   /// What a run in the tray does at the start: hot keys, the icon, what the last quit lost.
   void startResident();
+
+  /// Calls `known` with what keeps the keys of that setting from working, in sentences; with
+  /// nothing when they work, are not bound here, or the desktop does not answer.
+  void whenKeysKnown(std::string_view setting, std::function<void(std::string)> known);
+
+  /// Says that the program runs and how it is used, to one who looks for it. A run in the tray.
+  void tellThatItRuns();
 
   /// The tray menu as it is now.
   [[nodiscard]] std::vector<StatusMenuItem> statusMenu();
@@ -103,13 +118,13 @@ class AppCoordinator {
   void withPermission(StillCapturePipeline::Finished finished,
                       std::move_only_function<void(StillCapturePipeline::Finished)> go);
   [[nodiscard]] StillCapturePipeline::Finished untilSaved(StillCapturePipeline::Finished finished);
-  void captureFromSurface(StillCaptureCommand command);
   void report(const CaptureReply& reply, bool timed);
-  void afterCapture(const CaptureOutcome::Saved& saved);
-  void copyToClipboard(const ScreenshotEntry& entry);
+  void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
+  void copyToClipboard(const ScreenshotEntry& entry, std::function<void(std::string)> done);
   void copyRecent(int number);
   void undoRecentDelete();
   void bindHotKeys();
+  void tellRefusedKeys();
   void bind(ShortcutID id);
   [[nodiscard]] std::optional<HotKeySpec> bindingOf(ShortcutID id) const;
   [[nodiscard]] std::function<void()> actionOf(ShortcutID id);
@@ -119,6 +134,7 @@ class AppCoordinator {
 
   Services services_;
   bool quitSaving_ = false;
+  bool hasTold_ = false;  // that it runs
   PendingArchiveWork pendingWork_;
   SurfaceRegistry surfaces_;
   TerminationHandshake termination_;
@@ -132,6 +148,8 @@ class AppCoordinator {
   std::unique_ptr<StillCapturePipeline> stills_;
   std::unique_ptr<StagedCaptureRecovery> recovery_;
   Observation settingsObservation_;
+  std::set<std::pair<ShortcutID, std::uint32_t>> toldKeys_;  // that they do not work
+  Alive refusedKeysChanged_;
   Alive alive_;
 };
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "app/app_coordinator.hpp"
-#include "app/hot_key_text.hpp"
+#include "app/records/hot_key_text.hpp"
 
 namespace vantorel {
 namespace {
@@ -14,9 +14,6 @@ StatusMenuItem action(std::string label, std::function<void()> perform) {
   item.perform = std::move(perform);
   return item;
 }
-
-/// A line whose work is not there yet: shown, so that the menu's shape is learnt once, but dead.
-StatusMenuItem later(std::string label) { return action(std::move(label), nullptr); }
 
 StatusMenuItem submenu(std::string label, std::vector<StatusMenuItem> items) {
   StatusMenuItem item{.kind = StatusMenuItem::Kind::submenu, .label = std::move(label)};
@@ -36,7 +33,9 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   const SettingsValues& settings = services_.settings->values();
   const auto command = [&](std::string label, ShortcutID id) {
     StatusMenuItem item = action(std::move(label), actionOf(id));
-    if (const auto spec = bindingOf(id)) item.shortcut = displayText(*spec);
+    // A key that another program holds would be a promise that is not kept.
+    const bool works = shortcuts_ && shortcuts_->works(id);
+    if (const auto spec = works ? bindingOf(id) : std::nullopt) item.shortcut = displayText(*spec);
     return item;
   };
 
@@ -61,7 +60,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
     delays.push_back(std::move(choice));
     if (delay == CaptureDelay::none) continue;
     timed.push_back(action("After " + delayLabel(delay), [this, delay] {
-      captureFromSurface({.kind = Kind::area, .delay = delay, .isTimed = true});
+      captureForUser({.kind = Kind::area, .delay = lengthOf(delay), .isTimed = true});
     }));
   }
 
@@ -77,7 +76,6 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
     filing.push_back(std::move(choice));
   }
   if (!filing.empty()) filing.push_back(separator());
-  filing.push_back(later("New Collection…"));
   StatusMenuItem stop = action("Stop Filing", [this] {
     services_.settings->set(&SettingsValues::activeCollectionID, std::nullopt);
   });
@@ -94,34 +92,16 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   menu.push_back(command("Capture Main Display", ShortcutID::fullscreen));
   if (previousArea_.displays().size() > 1) {
     menu.push_back(action("Capture All Displays", [this] {
-      captureFromSurface({.kind = Kind::display, .allDisplays = true});
+      captureForUser({.kind = Kind::display, .allDisplays = true});
     }));
   }
   menu.push_back(submenu("Capture with Self-Timer", std::move(timed)));
   menu.push_back(submenu("Capture Delay", std::move(delays)));
-  menu.push_back(later("Capture Text"));
-  menu.push_back(later("Scrolling Capture"));
-  menu.push_back(later("Side-by-Side Comparison"));
-  menu.push_back(later("Cancel Comparison"));
   menu.push_back(separator());
-  menu.push_back(later("Record Screen"));
-  menu.push_back(later("Pause Recording"));
-  menu.push_back(later("Zoom"));
-  menu.push_back(later("Show Recording Controls"));
-  menu.push_back(separator());
-  menu.push_back(later("Open History"));
-  menu.push_back(later("Open Clipboard Image"));
-  menu.push_back(later("Open Images…"));
-  menu.push_back(submenu("File into Collection", std::move(filing)));
+  if (!services_.library->store().collections().empty()) {
+    menu.push_back(submenu("File into Collection", std::move(filing)));
+  }
   menu.push_back(std::move(undo));
-  menu.push_back(separator());
-  menu.push_back(later("Allow Assistant's Request"));
-  menu.push_back(later("Deny Assistant's Request"));
-  menu.push_back(separator());
-  menu.push_back(later("Settings…"));
-  menu.push_back(later("Help"));
-  menu.push_back(later("Keyboard Card"));
-  menu.push_back(later("Check for Updates…"));
   menu.push_back(separator());
   menu.push_back(action("Quit Vantorel", [this] { quit(); }));
   return menu;

@@ -68,6 +68,23 @@ class FakeCover final : public DesktopCoverWindows {
   }
 };
 
+class FakeClipboard final : public Clipboard {
+ public:
+  int images = 0;
+  bool isSilent = false;
+  std::optional<Failure> refuses;
+  void setImage(std::string, std::move_only_function<void(Result<void>)> done) override {
+    if (isSilent) return;
+    if (refuses) return done(std::unexpected(*refuses));
+    ++images;
+    done({});
+  }
+  void setText(std::string, std::move_only_function<void(Result<void>)>) override {}
+  void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
+  [[nodiscard]] std::string shapes() const override { return {}; }
+  void handOver() override {}
+};
+
 /// What outlives the program: the disk and the stored settings.
 struct World {
   FakeFiles files;
@@ -117,6 +134,9 @@ class Session {
     services.overlay = [this] { return &overlay; };
     services.showStatusItem = [this](bool visible) { iconVisible = visible; };
     services.statusMenuChanged = [] {};
+    services.isTrayShown = [this] { return hasTray; };
+    services.cue = [this](const CaptureCue& cue) { cues.push_back(cue); };
+    services.clipboard = [this]() -> Clipboard* { return clipboard.get(); };
     services.stopMoving = [this] { moveIsToStop = true; };
     services.whenMovingStopped = [this](std::move_only_function<void()> go) {
       if (!isMoving) return go();
@@ -156,8 +176,7 @@ class Session {
     if (const auto* failure = std::get_if<CaptureFailure>(&value)) return sentence(*failure);
     if (const auto* done = std::get_if<CaptureOutcome::Saved>(&value)) {
       std::string text = "saved " + done->entry->path;
-      for (const CaptureNote& note : done->notes) text += "\n" + sentence(note);
-      if (!done->indexFailure.empty()) text += "\n" + done->indexFailure;
+      for (const std::string& remark : remarksOn(*done)) text += "\n" + remark;
       return text;
     }
     return "cancelled";
@@ -168,7 +187,7 @@ class Session {
   FakeScreen screen{runners.main()};
   FakeAlerts alerts;
   FakeImageCodec codec;
-  FakeHotKeys keys;
+  FakeHotKeys keys{runners.main()};
   FakeOverlay overlay;
   std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
   std::shared_ptr<FakeCover> cover = std::make_shared<FakeCover>();
@@ -185,6 +204,9 @@ class Session {
   bool moveIsToStop = false;
   std::move_only_function<void()> moveStopped;
   bool iconVisible = false;
+  bool hasTray = true;
+  std::vector<CaptureCue> cues;
+  std::unique_ptr<FakeClipboard> clipboard = std::make_unique<FakeClipboard>();
 };
 
 WindowSnapshot window(WindowID id, const std::string& owner, PointRect frame) {
@@ -367,9 +389,8 @@ TEST_F(AppCoordinatorTest, AQuitSavesWhatWasAskedForAndCallsOffWhatWaitsForTheUs
   restart();
   EXPECT_EQ(run->store->entries().size(), 1U);
 
-  for (const auto& waiting :
-       {StillCaptureCommand{.kind = Kind::area},
-        StillCaptureCommand{.kind = Kind::display, .delay = CaptureDelay::three}}) {
+  for (const auto& waiting : {StillCaptureCommand{.kind = Kind::area},
+                              StillCaptureCommand{.kind = Kind::display, .delay = 3s}}) {
     restart();
     run->begin(waiting);
     run->app->quit();
@@ -456,7 +477,7 @@ TEST_F(AppCoordinatorTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   run->runners.run();
   EXPECT_EQ(run->words(4), "cancelled");
   run->begin({.kind = Kind::area, .rect = PointRect{5000, 0, 10, 10}});
-  EXPECT_EQ(run->words(5), "Couldn't read that area");
+  EXPECT_THAT(run->words(5), testing::StartsWith("Couldn't read that area"));
   run->begin({.kind = Kind::display, .display = "NOWHERE"});
   EXPECT_THAT(run->words(6), HasSubstr("No display has that id"));
   run->begin({.kind = Kind::window, .window = 99});
@@ -469,7 +490,7 @@ TEST_F(AppCoordinatorTest, OnlyAnAreaThatWasTakenIsThePreviousArea) {
   run->screen.grabFails = Failure{FailureKind::unreachable, "the display server went away"};
   run->begin(area);
   run->screen.grabFails.reset();
-  run->begin({.kind = Kind::area, .delay = CaptureDelay::three});
+  run->begin({.kind = Kind::area, .delay = 3s});
   run->overlay.choose({{RegionTarget{"LEFT", {0, 0, 30, 20}}}});
   run->runners.advance(1s);
   run->app->cancelCapture();
@@ -519,7 +540,7 @@ TEST_F(AppCoordinatorTest, ACaptureIsCalledOffOnItsWayToTheOverlayToo) {
 }
 
 TEST_F(AppCoordinatorTest, TheSelfTimerCountsDownAndEscapeCallsItOff) {
-  StillCaptureCommand timed{.kind = Kind::display, .delay = CaptureDelay::three, .isTimed = true};
+  StillCaptureCommand timed{.kind = Kind::display, .delay = 3s, .isTimed = true};
   run->begin(timed);
   EXPECT_TRUE(run->app->arbiter().isRunning(CaptureActivity::timedCapture));
   EXPECT_TRUE(run->keys.isRegistered(escapeKey));
@@ -619,6 +640,25 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   EXPECT_TRUE(run->iconVisible);
   EXPECT_THAT(run->alerts.notices,
               ElementsAre("Vantorel: Vantorel quit before it finished saving a Recording."));
+  const auto shortcutOf = [this](const std::string& label) {
+    const std::vector<StatusMenuItem> menu = run->app->statusMenu();
+    return std::ranges::find(menu, label, &StatusMenuItem::label)->shortcut;
+  };
+  run->runners.advance(20s);
+  EXPECT_THAT(run->alerts.notices,
+              ElementsAre(testing::_,
+                          "A key doesn't work: Another program holds Alt+Print. It "
+                          "works once that program lets go. To use another key: "
+                          "vantorel settings set windowHotKey KEY, for example "
+                          "Ctrl+Shift+1."));
+  EXPECT_EQ(shortcutOf("Capture Window"), "");
+  EXPECT_EQ(shortcutOf("Capture Main Display"), "Shift+Print");
+  std::string said = "nothing";
+  run->app->whenKeysKnown("windowHotKey", [&](const std::string& sentence) { said = sentence; });
+  EXPECT_THAT(said, HasSubstr("Another program holds Alt+Print."));
+  run->keys.taken.clear();
+  run->runners.advance(5s);
+  EXPECT_EQ(shortcutOf("Capture Window"), "Alt+Print");
   EXPECT_THAT(run->settings->values().filingUnfinishedAtQuit, IsEmpty());
 
   const HotKeySpec display = *run->settings->values().fullscreenHotKey;
@@ -626,6 +666,7 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   run->runners.run();
   EXPECT_EQ(run->store->entries().size(), 1U);
   run->settings->set(&SettingsValues::fullscreenHotKey, HotKeySpec{'f', HotKeySpec::control});
+  run->runners.run();
   EXPECT_FALSE(run->keys.press(display));
   EXPECT_TRUE(run->keys.isRegistered({'f', HotKeySpec::control}));
   EXPECT_TRUE(run->keys.isRegistered({'0', HotKeySpec::control})) << "the tenth recent capture";
@@ -638,6 +679,68 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   }
   EXPECT_GE(actions, 4);
   EXPECT_FALSE(previousEnabled) << "there is no previous area yet";
+}
+
+TEST_F(AppCoordinatorTest, AtTheDesktopEveryEndIsShownAndACommandIsAnsweredInWords) {
+  run->app->startResident();
+  run->screen.open = {window(1, "Editor", {100, 100, 400, 300})};
+  run->app->captureForUser({.kind = Kind::window, .window = 1});
+  run->runners.run();
+  ASSERT_EQ(run->cues.size(), 1U);
+  EXPECT_EQ(run->cues[0].area, (PixelRect{100, 100, 400, 300}));
+  EXPECT_TRUE(run->cues[0].withSound);
+  EXPECT_EQ(run->clipboard->images, 1);
+  EXPECT_THAT(run->alerts.notices, IsEmpty()) << "success needs no words";
+
+  run->settings->set(&SettingsValues::playSounds, false);
+  run->settings->set(&SettingsValues::storageDirectory, "/media/stick");
+  run->clipboard->refuses = Failure{FailureKind::denied, "no"};
+  auto region = *captureOfDesktopAction("CaptureDisplay");
+  EXPECT_FALSE(captureOfDesktopAction("Bogus"));
+  run->app->capture(region, [](const CaptureReply&) {});
+  run->runners.run();
+  EXPECT_EQ(run->cues.back().area, (PixelRect{0, 0, 800, 600}));
+  EXPECT_FALSE(run->cues.back().withSound);
+  EXPECT_THAT(run->alerts.notices,
+              ElementsAre(HasSubstr("default folder instead"),
+                          "Screenshot saved: Not copied: the clipboard wouldn't take the image."));
+  run->screen.grabFails = Failure{FailureKind::unreachable, "the display server went away"};
+  run->app->captureForUser({.kind = Kind::display});
+  run->runners.run();
+  EXPECT_EQ(run->cues.size(), 2U);
+  EXPECT_THAT(run->alerts.notices.back(), HasSubstr("Screenshot failed: "));
+  run->screen.grabFails.reset();
+
+  // A command hears the same in its answer, and waits no longer than a moment for the clipboard.
+  const std::size_t told = run->alerts.notices.size();
+  run->begin({.kind = Kind::display});
+  EXPECT_THAT(run->words(0), HasSubstr("default folder instead"));
+  EXPECT_THAT(run->words(0), HasSubstr("Not copied: the clipboard wouldn't take the image."));
+  run->clipboard->refuses.reset();
+  run->clipboard->isSilent = true;
+  run->begin({.kind = Kind::display});
+  EXPECT_EQ(run->words(1), "(no answer)");
+  run->runners.advance(6s);
+  EXPECT_THAT(run->words(1), HasSubstr("Not copied: the clipboard doesn't answer."));
+  run->clipboard->isSilent = false;
+  run->settings->set(&SettingsValues::copyToClipboardAfterCapture, false);
+  run->begin({.kind = Kind::display, .copies = true});
+  EXPECT_EQ(run->clipboard->images, 2);
+  EXPECT_EQ(run->alerts.notices.size(), told);
+  EXPECT_EQ(run->cues.size(), 2U);
+}
+
+TEST_F(AppCoordinatorTest, WithoutATrayItSaysOnceThatItRuns) {
+  for (const bool hasTray : {true, false}) {
+    restart();
+    run->hasTray = hasTray;
+    run->app->startResident();
+    run->runners.advance(60s);
+    EXPECT_EQ(run->alerts.notices.size(), hasTray ? 0U : 1U);
+  }
+  EXPECT_EQ(run->alerts.notices[0],
+            "Vantorel is running: Print captures an area. This desktop shows no tray; \"vantorel "
+            "quit\" ends it.");
 }
 
 TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {

@@ -53,7 +53,7 @@ struct Session {
   FakeDefaultsStore defaults;
   SettingsStore settings{defaults, SettingsValues{}};
   PendingArchiveWork pending;
-  SurfaceRegistry surfaces;
+  SurfaceRegistry surfaces{runners.main()};
   Library library;
   CaptureRewriter rewriter;
 };

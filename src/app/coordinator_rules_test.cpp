@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "app/capture_exclusivity_arbiter.hpp"
+#include "app/records/hot_key_text.hpp"
 #include "app/screen_permission_flow.hpp"
 #include "app/shortcut_registry.hpp"
 #include "app/surface_registry.hpp"
@@ -141,27 +142,69 @@ TEST(ArbiterTest, OneCaptureAtATimeNoneUnderADialogOrWhileQuitting) {
   EXPECT_EQ(arbiter.refusal(), CaptureRefusedBecause::quitting);
 }
 
-TEST(ShortcutRegistryTest, ATakenKeyLeavesTheOthersAndRebindingFreesTheOld) {
-  FakeHotKeys keys;
+TEST(ShortcutRegistryTest, ATakenKeyLeavesTheOthersAndIsOursOnceItIsFree) {
+  FakeRunners runners;
+  FakeHotKeys keys(runners.main());
   constexpr HotKeySpec print{0xff61, 0};
   constexpr HotKeySpec five{'5', HotKeySpec::control};
   keys.taken = {print};
-  ShortcutRegistry registry(keys);
+  ShortcutRegistry registry(keys, runners.main());
+  int changes = 0;
+  registry.onChange = [&] { ++changes; };
   int fired = 0;
-  EXPECT_FALSE(registry.registerShortcut(ShortcutID::capture, print, [&] { ++fired; }));
-  EXPECT_TRUE(registry.registerShortcut(ShortcutID::window, five, [&] {
+  registry.registerShortcut(ShortcutID::capture, print, [&] { ++fired; });
+  registry.registerShortcut(ShortcutID::window, five, [&] {
     ++fired;
     // An action may bind its own key anew.
     registry.registerShortcut(ShortcutID::window, {'6', 0}, [&] { fired += 10; });
-  }));
+  });
+  registry.registerShortcut(ShortcutID::fullscreen, five, [] {});
+  EXPECT_FALSE(registry.works(ShortcutID::window)) << "nobody has answered yet";
+  runners.run();
+  EXPECT_FALSE(registry.works(ShortcutID::capture));
+  EXPECT_EQ(sentences(registry.refused()),
+            "Ctrl+5 is “Capture window”. Another program holds Print. It works once that program "
+            "lets go.");
   EXPECT_TRUE(keys.press(five));
-  EXPECT_FALSE(keys.press(five));
+  runners.run();
   EXPECT_TRUE(keys.press({'6', 0}));
   EXPECT_EQ(fired, 11);
+  EXPECT_TRUE(registry.works(ShortcutID::fullscreen)) << "the key was given up";
+
+  const int before = changes;
+  runners.advance(12s);
+  EXPECT_EQ(changes, before) << "told again of what has not changed";
+  keys.taken.clear();
+  runners.advance(6s);
+  EXPECT_TRUE(registry.works(ShortcutID::capture));
+  EXPECT_TRUE(keys.press(print));
+  EXPECT_EQ(fired, 12);
+  EXPECT_TRUE(runners.isIdle()) << "it is tried again although all is well";
 
   EXPECT_EQ(copyRecentBinding({'8', 1}, 3), (HotKeySpec{'0', 1}));
   EXPECT_EQ(copyRecentBinding({'1', 1}, 10), (HotKeySpec{'0', 1}));
   EXPECT_EQ(copyRecentBinding({'c', 1}, 2), std::nullopt);
+}
+
+TEST(HotKeyTextTest, AKeyIsTypedAsItIsShown) {
+  const std::vector<std::pair<HotKeySpec, std::string>> keys = {
+      {{0xff61, 0}, "Print"},
+      {{'a', HotKeySpec::option | HotKeySpec::control}, "Ctrl+Alt+A"},
+      {{0xff0d, HotKeySpec::command | HotKeySpec::shift}, "Shift+Super+Enter"},
+      {{0xffc9, HotKeySpec::control}, "Ctrl+F12"},
+      {{'+', HotKeySpec::control}, "Ctrl+Plus"},
+      {{0x1008ff13, 0}, "0x1008ff13"},
+  };
+  for (const auto& [spec, text] : keys) {
+    EXPECT_EQ(displayText(spec), text);
+    EXPECT_EQ(hotKeyFromText(text), spec) << text;
+  }
+  EXPECT_EQ(hotKeyFromText("alt+ctrl+a"), keys[1].first);
+  EXPECT_EQ(hotKeyFromText("Ctrl++"), keys[4].first);
+  EXPECT_EQ(hotKeyFromText("Option+Return"), (HotKeySpec{0xff0d, HotKeySpec::option}));
+  for (const char* const none : {"", "Ctrl+", "Hyper+A", "F99", "Prnt", "Ctrl+Alt", "0x"}) {
+    EXPECT_FALSE(hotKeyFromText(none)) << none;
+  }
 }
 
 TEST(ScreenPermissionFlowTest, AsksOnceAndNoticesALateGrant) {

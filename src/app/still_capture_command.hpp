@@ -1,7 +1,12 @@
 #pragma once
 
+#include <array>
+#include <chrono>
 #include <optional>
+#include <string_view>
+#include <utility>
 
+#include "base/enum_names.hpp"
 #include "base/geometry.hpp"
 #include "capture/records/capture_target.hpp"
 
@@ -12,12 +17,42 @@ struct StillCaptureCommand {
   enum class Kind { display, window, area, previous };
 
   Kind kind = Kind::area;
-  DisplayID display;                  ///< of a display or area capture; empty: the main one
-  bool allDisplays = false;           ///< of a display capture: all of them as one picture
-  std::optional<WindowID> window;     ///< none: the user picks one
-  std::optional<PointRect> rect;      ///< in points from the display's corner; none: the user drags
-  std::optional<CaptureDelay> delay;  ///< none: as the settings say
-  bool isTimed = false;               ///< the self-timer's command
+  DisplayID display;               ///< of a display or area capture; empty: the main one
+  bool allDisplays = false;        ///< of a display capture: all of them as one picture
+  std::optional<WindowID> window;  ///< none: the user picks one
+  std::optional<PointRect> rect;   ///< in points from the display's corner; none: the user drags
+  std::optional<std::chrono::seconds> delay;  ///< none: as the settings say
+  bool isTimed = false;                       ///< the self-timer's command
+  bool showsPointer = false;                  ///< the pointer belongs into the picture
+  bool copies = false;                        ///< to the clipboard, whatever the settings say
+
+  /// Asked for at the desktop, without a terminal to answer on: how it ends is shown there.
+  bool isAnsweredAtDesktop = false;
 };
+
+/// The capture that the desktop's menu of this program calls `action`; nothing for an unknown one.
+/// Any thread.
+[[nodiscard]] inline std::optional<StillCaptureCommand> captureOfDesktopAction(
+    std::string_view action) {
+  using Kind = StillCaptureCommand::Kind;
+  constexpr auto actions = std::to_array<std::pair<std::string_view, Kind>>({
+      {"CaptureArea", Kind::area},
+      {"CaptureWindow", Kind::window},
+      {"CaptureDisplay", Kind::display},
+  });
+  for (const auto& [name, kind] : actions) {
+    if (name == action) return StillCaptureCommand{.kind = kind, .isAnsweredAtDesktop = true};
+  }
+  return std::nullopt;
+}
+
+template <>
+inline constexpr auto enumNames<StillCaptureCommand::Kind> =
+    std::to_array<EnumName<StillCaptureCommand::Kind>>({
+        {StillCaptureCommand::Kind::display, "display"},
+        {StillCaptureCommand::Kind::window, "window"},
+        {StillCaptureCommand::Kind::area, "area"},
+        {StillCaptureCommand::Kind::previous, "previous"},
+    });
 
 }  // namespace vantorel

@@ -1,5 +1,6 @@
 #include "base/json_document.hpp"
 
+#include <fmt/format.h>
 #include <simdjson.h>
 
 #include <algorithm>
@@ -8,6 +9,8 @@
 #include <limits>
 #include <new>
 #include <utility>
+
+#include "base/json_fault.hpp"
 
 namespace vantorel::json {
 
@@ -210,11 +213,36 @@ Document::Document(Document&&) noexcept = default;
 Document& Document::operator=(Document&&) noexcept = default;
 Document::~Document() = default;
 
+namespace {
+
+/// The library's message without its name of the error and its full stop.
+std::string_view clause(std::string_view message) {
+  const auto colon = message.find(": ");
+  const bool isName = message.substr(0, colon).find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_8") ==
+                      std::string_view::npos;
+  if (colon != std::string_view::npos && isName) message.remove_prefix(colon + 2);
+  while (message.ends_with('.')) message.remove_suffix(1);
+  return message;
+}
+
+}  // namespace
+
 Result<Document> Document::parse(std::string_view text) {
+  // Some editors put a mark before the text that says it is UTF-8.
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
   auto storage = std::make_unique<DocumentStorage>();
   dom::parser parser;
   PaddedText copy;
-  VT_TRY(parseInto(parser, *storage, copy, text));
+  if (auto done = parseInto(parser, *storage, copy, text); !done) {
+    Failure failure = std::move(done).error();
+    if (failure.kind == FailureKind::malformed) {
+      std::string why(clause(failure.reason));
+      if (why.starts_with("The ")) why[0] = 't';
+      failure.reason = fmt::format("{}, in line {}", why, faultLine(text));
+    }
+    return std::unexpected(std::move(failure));
+  }
   return Document(std::move(storage));
 }
 

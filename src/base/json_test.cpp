@@ -81,6 +81,24 @@ TEST(JSONDocumentTest, RefusesWhatIsNotJSON) {
   EXPECT_FALSE(json::parseValue(std::string(5000, '[') + std::string(5000, ']')).has_value());
 }
 
+TEST(JSONDocumentTest, SaysInWhichLineAFaultIsAndReadsPastAMark) {
+  for (const auto& [text, line] : std::vector<std::pair<std::string, int>>{
+           {"{\n\"a\": 1\n\"b\": 2}\n", 3},
+           {"[1,\n2,\n]", 3},
+           {"{\"a\":\n\n[tru]}", 3},
+           {"{\"a\": 1}\n}", 2},
+           {"\n\n[\"cut", 3},
+           {"{\"a\" 1}", 1},
+           {"\xEF\xBB\xBF[\n1 2]", 2},
+       }) {
+    const auto parsed = json::parseValue(text);
+    ASSERT_FALSE(parsed) << text;
+    EXPECT_TRUE(parsed.error().reason.ends_with(", in line " + std::to_string(line)))
+        << text << ": " << parsed.error().reason;
+  }
+  EXPECT_TRUE(json::parseValue("\xEF\xBB\xBF{\"a\": 1}"));
+}
+
 TEST(JSONWriterTest, WhatItWritesItReadsBackTheSame) {
   JSONValue::Array numbers;
   for (const double number :

@@ -54,4 +54,12 @@ std::string sentence(const CaptureNote& note) {
   return std::visit(Words{}, note);
 }
 
+std::vector<std::string> remarksOn(const CaptureOutcome::Saved& saved) {
+  std::vector<std::string> all;
+  for (const CaptureNote& note : saved.notes) all.push_back(sentence(note));
+  if (!saved.indexFailure.empty()) all.push_back(saved.indexFailure);
+  all.insert(all.end(), saved.remarks.begin(), saved.remarks.end());
+  return all;
+}
+
 }  // namespace vantorel

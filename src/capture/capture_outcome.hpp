@@ -6,6 +6,7 @@
 #include <variant>
 #include <vector>
 
+#include "base/geometry.hpp"
 #include "capture/records/export_format.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
@@ -63,10 +64,20 @@ struct CaptureOutcome {
     std::string indexFailure;
 
     bool copies = false;  ///< asked for on the clipboard while it was chosen
+
+    /// What was asked for or set and could not be done besides, a sentence each.
+    std::vector<std::string> remarks{};
+
+    /// What the picture shows, in pixels of the desktop; empty when that is not known.
+    PixelRect shown{};
   };
   struct Cancelled {};
 
   std::variant<Saved, CaptureFailure, Cancelled> value;
 };
+
+/// All there is to say about a capture that was saved, a sentence each: its notes, the index, and
+/// what could not be done besides.
+[[nodiscard]] std::vector<std::string> remarksOn(const CaptureOutcome::Saved& saved);
 
 }  // namespace vantorel

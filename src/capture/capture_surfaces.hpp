@@ -44,6 +44,12 @@ class SelectionOverlay {
   virtual void dismiss() = 0;
 };
 
+/// What tells that a capture worked, when nothing else on the screen does.
+struct CaptureCue {
+  PixelRect area;  ///< what was taken, in pixels of the desktop; empty when that is not known
+  bool withSound = true;
+};
+
 /// The panel that shows the seconds left before a delayed capture. Lives on the main runner.
 class CountdownPanel {
  public:

@@ -14,6 +14,9 @@ namespace {
 /// Naming the application must never hold a capture up.
 constexpr std::chrono::milliseconds windowListBound{700};
 
+constexpr const char* iconsAreShown =
+    "The desktop's icons could not be hidden: only Vantorel in the tray can do that.";
+
 bool isUsableArea(const PointRect& rect, const DisplaySnapshot& display) {
   const auto pixels = toPixels(rect, display.scale());
   const PixelRect whole{0, 0, display.pixelSize.width, display.pixelSize.height};
@@ -40,7 +43,8 @@ std::string sentence(CaptureRefusal refusal) {
       return "No display has that id. \"vantorel displays\" lists them.";
     case CaptureRefusal::unknownWindow:
       return "No window on screen has that id. \"vantorel windows\" lists them.";
-    case CaptureRefusal::unreadableArea: return "Couldn't read that area";
+    case CaptureRefusal::unreadableArea:
+      return "Couldn't read that area. It lies outside the display.";
   }
   std::unreachable();
 }
@@ -64,6 +68,7 @@ struct StillCapturePipeline::Run {
   std::vector<WindowSnapshot> windows;
   std::vector<FrozenDisplay> frozen;
   std::optional<DesktopIconCover::Hold> coverHold;
+  bool lacksCover = false;  // the desktop's icons were to be hidden and could not
   double capturedAt = 0;
   GrabbedPicture picture;
 };
@@ -92,9 +97,11 @@ void StillCapturePipeline::capture(StillCaptureRequest request, Finished finishe
   if (idle) withDisplays(&StillCapturePipeline::resolve);
 }
 
-void StillCapturePipeline::capturePreviousArea(CaptureDelay delay, Finished finished) {
+void StillCapturePipeline::capturePreviousArea(StillCaptureRequest request, Finished finished) {
   const bool idle = !run_;
-  start({.mode = CaptureMode::region, .target = {}, .delay = delay}, std::move(finished));
+  request.mode = CaptureMode::region;
+  request.target.reset();
+  start(std::move(request), std::move(finished));
   if (!idle) return;
   run_->remembersRegion = false;
   withDisplays(&StillCapturePipeline::resolve);
@@ -214,7 +221,8 @@ void StillCapturePipeline::freeze(std::size_t index) {
     return;
   }
   GrabRequest request{.target = DisplayTarget{run_->displays[index].id},
-                      .keptOwnWindowIDs = coverWindowIDs()};
+                      .keptOwnWindowIDs = coverWindowIDs(),
+                      .showsPointer = run_->request.showsPointer};
   runBounded<Result<GrabbedPicture>>(
       services_.main, run_->backend.bound,
       [screen = services_.screen, request = std::move(request)](auto reply) mutable {
@@ -236,7 +244,7 @@ void StillCapturePipeline::chosen(std::optional<SelectionOverlay::Choice> choice
   run.request.target = std::move(choice->target);
   run.copies = choice->copies;
   const auto* region = std::get_if<RegionTarget>(&*run.request.target);
-  if (region == nullptr || run.request.delay != CaptureDelay::none) return countDown();
+  if (region == nullptr || run.request.delay.count() > 0) return countDown();
 
   // What the user saw while choosing is what is taken.
   for (const FrozenDisplay& frozen : run.frozen) {
@@ -263,7 +271,7 @@ void StillCapturePipeline::rememberArea() {
 }
 
 void StillCapturePipeline::countDown() {
-  const bool waits = run_->request.delay != CaptureDelay::none;
+  const bool waits = run_->request.delay.count() > 0;
   if (run_->isCalledOff || (waits && !run_->mayWait)) {
     return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
   }
@@ -279,17 +287,20 @@ void StillCapturePipeline::countDown() {
 }
 
 void StillCapturePipeline::coverIcons() {
-  const bool needed = run_->backend.hidesDesktopIcons && services_.iconCover && !run_->coverHold &&
+  const bool needed = run_->backend.hidesDesktopIcons && !run_->coverHold &&
                       !std::holds_alternative<WindowTarget>(*run_->request.target);
-  if (!needed) return grab();
+  run_->lacksCover = needed && !services_.iconCover;
+  if (!needed || run_->lacksCover) return grab();
   run_->coverHold.emplace(
       DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { grab(); })));
 }
 
 void StillCapturePipeline::grab() {
   run_->capturedAt = services_.clock->now();
-  GrabRequest request{.target = *run_->request.target, .windowShadow = run_->backend.windowShadow};
-  request.keptOwnWindowIDs = coverWindowIDs();
+  GrabRequest request{.target = *run_->request.target,
+                      .windowShadow = run_->backend.windowShadow,
+                      .keptOwnWindowIDs = coverWindowIDs(),
+                      .showsPointer = run_->request.showsPointer};
   runBounded<Result<GrabbedPicture>>(
       services_.main, run_->backend.bound,
       [screen = services_.screen, request = std::move(request)](auto reply) mutable {
@@ -333,7 +344,8 @@ void StillCapturePipeline::nameSourceApp() {
       services_.main, {windowListBound, windowListBound, {}},
       [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
       alive_.guard([this, resolved](std::optional<Windows> answer) {
-        stage(answer && *answer ? resolved(**answer) : std::nullopt);
+        if (answer && *answer) run_->windows = std::move(**answer);
+        stage(run_->windows.empty() ? std::nullopt : resolved(run_->windows));
       }),
       nullptr);
 }
@@ -366,6 +378,8 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                 reached("forget the staged file");
                                 filed->copies = run_->copies;
                                 if (run_->onFiled) run_->onFiled(*filed->entry);
+                                filed->shown = shownArea();
+                                if (run_->lacksCover) filed->remarks.emplace_back(iconsAreShown);
                                 finish(CaptureOutcome{std::move(*filed)});
                               }),
                               alive_.guard([this](std::string_view step) { reached(step); }));
@@ -392,6 +406,29 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
     }();
     main->post([staged = std::move(staged), done = std::move(done)]() mutable { done(staged); });
   });
+}
+
+PixelRect StillCapturePipeline::shownArea() const {
+  const CaptureTarget& target = run_->picture.target;
+  const double scale = run_->picture.scale;
+  if (const auto* window = std::get_if<WindowTarget>(&target)) {
+    for (const WindowSnapshot& open : run_->windows) {
+      if (open.windowID == window->windowID) return toPixels(open.frame, scale);
+    }
+    return {};
+  }
+  const auto* whole = std::get_if<DisplayTarget>(&target);
+  const auto* region = std::get_if<RegionTarget>(&target);
+  if (whole == nullptr && region == nullptr) return {};
+  const DisplaySnapshot* const display =
+      findDisplay(run_->displays, whole != nullptr ? whole->displayID : region->displayID);
+  if (display == nullptr) return {};
+  PointRect shown = display->bounds;
+  if (region != nullptr) {
+    shown = {shown.x + region->rect.x, shown.y + region->rect.y, region->rect.width,
+             region->rect.height};
+  }
+  return toPixels(shown, scale);
 }
 
 void StillCapturePipeline::reached(std::string_view step) {

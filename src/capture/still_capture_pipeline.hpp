@@ -51,7 +51,10 @@ struct StillCaptureRequest {
   /// The target, when the caller names it; else the user chooses, or, for a display, the main one
   /// is taken. A display may be named by id, uuid or name; an empty one is the main display.
   std::optional<CaptureTarget> target;
-  CaptureDelay delay = CaptureDelay::none;
+  std::chrono::seconds delay{0};
+
+  /// The pointer belongs into the picture.
+  bool showsPointer = false;
 
   /// Holds `timedCapture` instead of `plainCapture`.
   bool isTimedCapture = false;
@@ -95,7 +98,8 @@ class StillCapturePipeline {
   using Finished = std::move_only_function<void(CaptureReply)>;
 
   void capture(StillCaptureRequest request, Finished finished);
-  void capturePreviousArea(CaptureDelay delay, Finished finished);
+  /// `request` without a target: the remembered region is it.
+  void capturePreviousArea(StillCaptureRequest request, Finished finished);
 
   using Grabbed = std::move_only_function<void(Result<GrabbedPicture>)>;
 
@@ -132,6 +136,7 @@ class StillCapturePipeline {
   [[nodiscard]] std::vector<WindowID> coverWindowIDs() const;
   void grabbed(std::optional<Result<GrabbedPicture>> answer);
   void nameSourceApp();
+  [[nodiscard]] PixelRect shownArea() const;
   void stage(std::optional<SourceApp> app);
   void reached(std::string_view step);
   void finish(CaptureReply reply);

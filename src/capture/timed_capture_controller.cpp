@@ -21,23 +21,20 @@ TimedCaptureController::TimedCaptureController(std::shared_ptr<TaskRunner> main,
       panel_(std::move(panel)),
       hotKeys_(hotKeys) {}
 
-void TimedCaptureController::start(CaptureDelay delay, std::function<void(bool)> ended) {
+void TimedCaptureController::start(std::chrono::seconds delay, std::function<void(bool)> ended) {
   VT_CHECK(!isRunning());
-  if (delay == CaptureDelay::none) {
+  if (delay.count() <= 0) {
     ended(true);
     return;
   }
   ended_ = std::move(ended);
-  zero_ = clock_->monotonic() + lengthOf(delay);
+  zero_ = clock_->monotonic() + delay;
   if (hotKeys_ != nullptr) {
-    auto registered =
-        hotKeys_->registerKey({escapeKeysym, 0}, alive_.guard([this] { cancel(); }), [] {});
-    if (registered) {
-      escape_ = std::move(*registered);
-    } else {
-      logWarning("HotKey", "Escape could not be registered for the countdown: status {}",
-                 registered.error().status);
-    }
+    escape_ = hotKeys_->registerKey(
+        {escapeKeysym, 0}, alive_.guard([this] { cancel(); }), nullptr,
+        [](const HotKeys::State& state) {
+          if (!state) logWarning("HotKey", "Escape could not be registered for the countdown");
+        });
   }
   tick();
 }

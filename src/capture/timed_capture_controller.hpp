@@ -23,7 +23,7 @@ class TimedCaptureController {
 
   /// Calls `ended(true)` at zero, when the panel is off the screen, or `ended(false)` when called
   /// off. At once for no delay.
-  void start(CaptureDelay delay, std::function<void(bool reachedZero)> ended);
+  void start(std::chrono::seconds delay, std::function<void(bool reachedZero)> ended);
 
   /// Calls it off.
   void cancel();

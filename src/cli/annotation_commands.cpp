@@ -13,16 +13,6 @@ Path inFolder(const Path& folder, const std::string& name) {
   return (folder / name).lexically_normal();
 }
 
-/// "jpg" and "heif" are names of files, not of formats.
-std::optional<ExportFormat> formatOfFile(const Path& file) {
-  std::string extension = file.extension().string();
-  if (extension.empty()) return std::nullopt;
-  extension = CLI::detail::to_lower(extension.substr(1));
-  if (extension == "jpg") return ExportFormat::jpeg;
-  if (extension == "heif") return ExportFormat::heic;
-  return enumFromName<ExportFormat>(extension);
-}
-
 }  // namespace
 
 void AnnotationOptions::addTo(CLI::App& app) {
@@ -77,10 +67,11 @@ auto AnnotationOptions::render(const Path& folder) const
   }
   if (output_.empty()) return std::unexpected("--output must name a file");
   drawing.output = inFolder(folder, output_);
-  const auto format =
-      format_.empty() ? formatOfFile(drawing.output) : enumFromName<ExportFormat>(format_);
+  const auto format = format_.empty() ? formatOfFileName(drawing.output.string())
+                                      : enumFromName<ExportFormat>(format_);
   if (!format) {
-    return std::unexpected("--format is needed: the name of the output doesn't tell it");
+    return std::unexpected(
+        "--format is needed: the name of the output ends in none of .png, .jpg, .webp and .heic");
   }
   drawing.format = *format;
   return command::Render{std::move(drawing)};

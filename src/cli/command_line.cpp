@@ -14,12 +14,11 @@
 namespace vantorel {
 
 template <>
-inline constexpr auto enumNames<StillCaptureCommand::Kind> =
-    std::to_array<EnumName<StillCaptureCommand::Kind>>({
-        {StillCaptureCommand::Kind::display, "display"},
-        {StillCaptureCommand::Kind::window, "window"},
-        {StillCaptureCommand::Kind::area, "area"},
-        {StillCaptureCommand::Kind::previous, "previous"},
+inline constexpr auto enumNames<command::Autostart::Verb> =
+    std::to_array<EnumName<command::Autostart::Verb>>({
+        {command::Autostart::Verb::on, "on"},
+        {command::Autostart::Verb::off, "off"},
+        {command::Autostart::Verb::status, "status"},
     });
 
 namespace {
@@ -51,16 +50,35 @@ std::optional<WindowID> parseWindow(std::string_view text) {
   return window;
 }
 
+constexpr int longestDelay = 3600;
+
+/// Whole seconds, or one of the words of the menu.
+std::optional<std::chrono::seconds> parseDelay(std::string_view text) {
+  if (const auto named = enumFromName<CaptureDelay>(text)) return lengthOf(*named);
+  int seconds = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, seconds);
+  if (error != std::errc{} || stop != end || seconds < 0 || seconds > longestDelay) {
+    return std::nullopt;
+  }
+  return std::chrono::seconds(seconds);
+}
+
 /// What the options are written into before they are made a command.
 struct Given {
   std::string root;
   bool json = false;
   std::string kind;
-  std::string display;
+  std::optional<std::string> display;
   bool allDisplays = false;
-  std::string window;
-  std::string rect;
-  std::string delay;
+  std::optional<std::string> window;
+  std::optional<std::string> rect;
+  std::optional<std::string> delay;
+  std::optional<std::string> output;
+  bool copies = false;
+  bool showsPointer = false;
+  bool isAnsweredAtDesktop = false;
+  std::string autostart;
   std::string entryID;
   std::string format;
   bool downscaleTo1x = false;
@@ -84,48 +102,105 @@ void addCapture(CLI::App& app, Given& given) {
                       "the window, by its id in \"vantorel windows\" (default: pick one)");
   capture->add_option("--rect", given.rect,
                       "X,Y,W,H in points from the display's corner (default: drag one)");
-  capture
-      ->add_option("--delay", given.delay,
-                   "seconds to wait first: none, three, five or ten (default: as set)")
-      ->check(oneOf<CaptureDelay>());
+  capture->add_option("--delay", given.delay,
+                      "whole seconds to wait first, up to 3600; or none, three, five or ten "
+                      "(default: as set)");
+  capture->add_option("--output", given.output,
+                      "also write the picture to this file, in the format its name ends in; "
+                      "- is PNG on standard output");
+  capture->add_flag("--copy", given.copies, "also copy it to the clipboard, whatever is set");
+  capture->add_flag("--pointer", given.showsPointer, "with the pointer in the picture");
+  capture->add_flag("--notify", given.isAnsweredAtDesktop,
+                    "show at the desktop how it ends, for launchers and key bindings");
   capture->footer(exitStatuses);
 }
 
-/// Fills `command` from the options of "capture"; answers what is wrong with them, or nothing.
-std::string captureCommand(const Given& given, StillCaptureCommand& command) {
+/// Fills `what` from the options of "capture"; answers what is wrong with them, or nothing.
+std::string captureCommand(const Given& given, const Path& folder, command::Capture& what) {
+  StillCaptureCommand& command = what.what;
   command.kind = *enumFromName<StillCaptureCommand::Kind>(given.kind);
   using Kind = StillCaptureCommand::Kind;
-  if (!given.window.empty() && command.kind != Kind::window) {
+  if (given.window && command.kind != Kind::window) {
     return "--window goes with \"capture window\"";
   }
-  if (!given.rect.empty() && command.kind != Kind::area) return "--rect goes with \"capture area\"";
-  if (!given.display.empty() && command.kind != Kind::display &&
-      (command.kind != Kind::area || given.rect.empty())) {
+  if (given.rect && command.kind != Kind::area) return "--rect goes with \"capture area\"";
+  if (given.display && command.kind != Kind::display &&
+      (command.kind != Kind::area || !given.rect)) {
     return "--display goes with \"capture display\", and with \"capture area --rect\"";
   }
-  if (given.allDisplays && (command.kind != Kind::display || !given.display.empty())) {
+  if (given.allDisplays && (command.kind != Kind::display || given.display)) {
     return "--all goes with \"capture display\", and not with --display";
   }
-  command.display = given.display;
   command.allDisplays = given.allDisplays;
-  if (!given.window.empty()) {
-    command.window = parseWindow(given.window);
+  if (given.display) {
+    if (given.display->empty()) {
+      return "--display must name a display, as \"vantorel displays\" prints it";
+    }
+    command.display = *given.display;
+  }
+  if (given.window) {
+    command.window = parseWindow(*given.window);
     if (!command.window) {
       return "--window must be a number, as \"vantorel windows\" prints it";
     }
   }
-  if (!given.rect.empty()) {
-    command.rect = parseRect(given.rect);
+  if (given.rect) {
+    command.rect = parseRect(*given.rect);
     if (!command.rect) {
       return "--rect must be X,Y,W,H: four numbers with a width and height above zero";
     }
   }
-  if (!given.delay.empty()) command.delay = enumFromName<CaptureDelay>(given.delay);
+  if (given.delay) {
+    command.delay = parseDelay(*given.delay);
+    if (!command.delay) return "--delay must be whole seconds from 0 to 3600";
+  }
+  if (given.output) {
+    if (given.output->empty()) return "--output must name a file, or be - for standard output";
+    command::Capture::Output& output = what.output.emplace();
+    if (*given.output != "-") {
+      output.file = (folder / *given.output).lexically_normal();
+      const auto format = formatOfFileName(*given.output);
+      if (!format) return "--output must end in .png, .jpg, .webp or .heic";
+      output.format = *format;
+    } else if (given.json) {
+      return "--output - prints the picture alone; --json doesn't go with it";
+    }
+  }
+  command.copies = given.copies;
+  command.showsPointer = given.showsPointer;
+  command.isAnsweredAtDesktop = given.isAnsweredAtDesktop;
   return {};
 }
 
-CommandLineAnswer usage(const std::string& problem) {
-  return {ExitStatus::usage, problem + "\nRun \"vantorel --help\" for help.\n"};
+/// `command` is the one whose help says more, after "vantorel": empty for the program's own.
+CommandLineAnswer usage(const std::string& problem, const std::string& command = {}) {
+  return {ExitStatus::usage,
+          closedSentence(problem) + "\nRun \"vantorel" + command + " --help\" for help.\n"};
+}
+
+/// The commands on the line as far as they were understood: " library list".
+std::string commandsOf(const CLI::App& app) {
+  std::string names;
+  for (const CLI::App* at = &app; !at->get_subcommands().empty();) {
+    at = at->get_subcommands().front();
+    names += " " + at->get_name();
+  }
+  return names;
+}
+
+/// "help", wherever a command may stand, is the help of what follows it.
+void askForHelp(std::vector<std::string>& arguments) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i] == "--root") {
+      ++i;
+    } else if (arguments[i] == "help") {
+      arguments.erase(arguments.begin() + static_cast<std::ptrdiff_t>(i));
+      arguments.emplace_back("--help");
+      return;
+    } else if (!arguments[i].starts_with('-')) {
+      return;
+    }
+  }
 }
 
 }  // namespace
@@ -134,9 +209,20 @@ bool CommandLine::needsWindows() const {
   if (std::holds_alternative<command::Run>(command)) return true;
   const auto* const capture = std::get_if<command::Capture>(&command);
   if (capture == nullptr) return false;
+  if (capture->what.isAnsweredAtDesktop) return true;
   using Kind = StillCaptureCommand::Kind;
   const StillCaptureCommand& what = capture->what;
   return (what.kind == Kind::area && !what.rect) || (what.kind == Kind::window && !what.window);
+}
+
+bool CommandLine::needsLibrary() const {
+  return !std::holds_alternative<command::Settings>(command) &&
+         !std::holds_alternative<command::Autostart>(command);
+}
+
+bool CommandLine::printsPicture() const {
+  const auto* const capture = std::get_if<command::Capture>(&command);
+  return capture != nullptr && capture->output && capture->output->file.empty();
 }
 
 std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::string> arguments,
@@ -171,6 +257,11 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
                      "also scale a capture of a high-resolution display down to one pixel a point");
   AnnotationOptions annotations;
   annotations.addTo(app);
+  CLI::App* const autostart =
+      app.add_subcommand("autostart", "Start Vantorel with the desktop session: on, off or status");
+  autostart->add_option("what", given.autostart, "on, off or status")
+      ->required()
+      ->check(oneOf<command::Autostart::Verb>());
   CLI::App* const quit = app.add_subcommand("quit", "End the running program");
   const LibraryOptions library(app);
   const SettingsOptions settings(app);
@@ -178,14 +269,19 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   for (CLI::App* const sub : app.get_subcommands({})) sub->fallthrough();
 
   try {
+    askForHelp(arguments);
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     app.parse(std::move(reversed));
   } catch (const CLI::ParseError& error) {
     std::ostringstream out;
     std::ostringstream problem;
     if (app.exit(error, out, problem) == 0) return CommandLineAnswer{ExitStatus::done, out.str()};
-    std::string text = problem.str();
-    return CommandLineAnswer{ExitStatus::usage, std::move(text)};
+    std::string text = error.what();
+    constexpr std::string_view required = " is required";
+    if (text.ends_with(required) && !text.starts_with('A')) {
+      text = "\"" + text.substr(0, text.size() - required.size()) + "\" is missing";
+    }
+    return usage(text, commandsOf(app));
   }
 
   CommandLine line;
@@ -195,11 +291,11 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.root = given.root;
   }
   if (app.got_subcommand("capture")) {
-    StillCaptureCommand what;
-    if (const std::string problem = captureCommand(given, what); !problem.empty()) {
-      return usage(problem);
+    command::Capture what;
+    if (const std::string problem = captureCommand(given, folder, what); !problem.empty()) {
+      return usage(problem, commandsOf(app));
     }
-    line.command = command::Capture{std::move(what)};
+    line.command = std::move(what);
   } else if (displays->parsed()) {
     line.command = command::ListDisplays{};
   } else if (windows->parsed()) {
@@ -208,6 +304,8 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = command::Convert{given.entryID, *enumFromName<ExportFormat>(given.format)};
   } else if (compress->parsed()) {
     line.command = command::Compress{given.entryID, given.downscaleTo1x};
+  } else if (autostart->parsed()) {
+    line.command = command::Autostart{*enumFromName<command::Autostart::Verb>(given.autostart)};
   } else if (quit->parsed()) {
     line.command = command::Quit{};
   } else if (library.isChosen()) {

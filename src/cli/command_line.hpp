@@ -25,6 +25,18 @@ struct ListDisplays {};
 struct ListWindows {};
 struct Capture {
   StillCaptureCommand what;
+
+  /// Where the picture goes besides the library.
+  struct Output {
+    Path file;  ///< absolute; empty: standard output
+    ExportFormat format = ExportFormat::png;
+  };
+  std::optional<Output> output{};
+};
+/// Starts with the desktop session, or does not any more; or says which.
+struct Autostart {
+  enum class Verb { on, off, status };
+  Verb verb = Verb::status;
 };
 struct Convert {
   std::string entryID;
@@ -42,13 +54,19 @@ struct CommandLine {
   std::optional<std::string> root;  ///< a library and settings of their own
   bool json = false;
   std::variant<command::Run, command::Quit, command::ListDisplays, command::ListWindows,
-               command::Capture, command::Convert, command::Compress, command::Annotate,
-               command::Render, command::Settings, command::Library>
+               command::Capture, command::Autostart, command::Convert, command::Compress,
+               command::Annotate, command::Render, command::Settings, command::Library>
       command;
 
   /// True when the command needs a window on this desktop: a selection to make or a countdown to
   /// see.
   [[nodiscard]] bool needsWindows() const;
+
+  /// False for what has to do with settings alone.
+  [[nodiscard]] bool needsLibrary() const;
+
+  /// True when bytes of a picture are what it prints.
+  [[nodiscard]] bool printsPicture() const;
 };
 
 /// A command line that is no command: help, the version, or a mistake.

@@ -26,7 +26,18 @@ TEST(CommandLineTest, CapturesAreReadWhole) {
   EXPECT_EQ(what.kind, StillCaptureCommand::Kind::area);
   EXPECT_EQ(what.rect, (PointRect{-10, 20.5, 30, 40}));
   EXPECT_EQ(what.display, "DP-1");
-  EXPECT_EQ(what.delay, CaptureDelay::five);
+  EXPECT_EQ(what.delay, std::chrono::seconds(5));
+
+  const CommandLine script =
+      parsed({"capture", "display", "--delay", "7", "--output", "../a.JPG", "--copy", "--pointer"});
+  const auto& scripted = std::get<command::Capture>(script.command);
+  EXPECT_EQ(scripted.what.delay, std::chrono::seconds(7));
+  EXPECT_TRUE(scripted.what.copies && scripted.what.showsPointer);
+  EXPECT_EQ(scripted.output->file, "/home/a.JPG");
+  EXPECT_EQ(scripted.output->format, ExportFormat::jpeg);
+  EXPECT_FALSE(script.printsPicture());
+  EXPECT_TRUE(parsed({"capture", "display", "--output", "-"}).printsPicture());
+  EXPECT_TRUE(parsed({"capture", "display", "--notify"}).needsWindows());
 
   const CommandLine window = parsed({"capture", "window", "--window", "0x1c00007"});
   EXPECT_EQ(std::get<command::Capture>(window.command).what.window, 0x1c00007U);
@@ -97,7 +108,7 @@ TEST(CommandLineTest, LibraryCommandsAreReadWhole) {
 
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
-      {{"capture"}, "what is required"},
+      {{"capture"}, "\"what\" is missing"},
       {{"capture", "moon"}, "moon not in"},
       {{"capture", "area", "--rect", "1,2,3"}, "--rect must be X,Y,W,H"},
       {{"capture", "area", "--rect", "1,2,3,0"}, "--rect must be X,Y,W,H"},
@@ -107,27 +118,38 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"capture", "area", "--display", "DP-1"}, "--display goes with"},
       {{"capture", "area", "--all"}, "--all goes with"},
       {{"capture", "display", "--all", "--display", "DP-1"}, "--all goes with"},
-      {{"capture", "display", "--delay", "seven"}, "seven not in"},
+      {{"capture", "display", "--delay", "seven"}, "--delay must be whole seconds"},
+      {{"capture", "display", "--delay", "-1"}, "--delay must be whole seconds"},
+      // Given but empty, as by a script whose variable is: never the overlay.
+      {{"capture", "area", "--rect", ""}, "--rect must be X,Y,W,H"},
+      {{"capture", "window", "--window", ""}, "--window must be a number"},
+      {{"capture", "display", "--display", ""}, "--display must name a display"},
+      {{"capture", "display", "--delay", ""}, "--delay must be whole seconds"},
+      {{"capture", "display", "--output", ""}, "--output must name a file"},
+      {{"capture", "display", "--output", "shot.bmp"}, "--output must end in"},
+      {{"capture", "display", "--output", "-", "--json"}, "--json doesn't go with it"},
+      {{"capture", "moon"}, "\"vantorel capture --help\""},
+      {{"autostart", "perhaps"}, "perhaps not in"},
       {{"convert", "latest", "--format", "bmp"}, "bmp not in"},
       {{"annotate", "latest"}, "either --apply FILE or --print"},
       {{"annotate", "latest", "--apply", "a.json", "--print"}, "either --apply FILE or --print"},
       {{"annotate", "latest", "--apply", ""}, "--apply must name a file"},
-      {{"annotate", "--print"}, "id is required"},
-      {{"render", "latest"}, "--output is required"},
+      {{"annotate", "--print"}, "\"id\" is missing"},
+      {{"render", "latest"}, "\"--output\" is missing"},
       {{"render", "latest", "--output", "drawn"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.gif"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.png", "--format", "gif"}, "gif not in"},
       {{"displays", "surplus"}, "surplus"},
       {{"library"}, "subcommand is required"},
-      {{"library", "trash"}, "ids is required"},
-      {{"library", "relocate"}, "folder is required"},
-      {{"library", "relocate", ""}, "relocate needs the name of a folder"},
+      {{"library", "trash"}, "\"ids\" is missing"},
+      {{"library", "relocate"}, "\"folder\" is missing"},
+      {{"library", "relocate", ""}, "Relocate needs the name of a folder"},
       {{"library", "list", "--medium", "film"}, "film not in"},
       {{"library", "list", "--since", "2026-02-30"}, "--since must be"},
       {{"library", "list", "--before", "-3d"}, "--before must be"},
       {{"library", "list", "--starred", "--unstarred"}, "excludes"},
       {{"settings"}, "subcommand is required"},
-      {{"settings", "set", "mcpPort"}, "value is required"},
+      {{"settings", "set", "mcpPort"}, "\"value\" is missing"},
       {{"settings", "reset"}, "or --all"},
       {{"settings", "reset", "mcpPort", "--all"}, "or --all"},
       {{"--root", ""}, "--root must name a folder"},
@@ -140,9 +162,12 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
     EXPECT_EQ(answer->status, ExitStatus::usage) << words;
     EXPECT_THAT(answer->text, testing::HasSubstr(words));
   }
-  for (const char* wish : {"--help", "--version"}) {
-    const auto result = parseCommandLine({wish}, "/home/ann");
-    EXPECT_EQ(std::get<CommandLineAnswer>(result).status, ExitStatus::done);
+  for (const std::vector<std::string>& wish : std::vector<std::vector<std::string>>{
+           {"--help"}, {"--version"}, {"help"}, {"--root", "/x", "help", "capture"}}) {
+    const auto result = parseCommandLine(wish, "/home/ann");
+    const auto& answer = std::get<CommandLineAnswer>(result);
+    EXPECT_EQ(answer.status, ExitStatus::done);
+    EXPECT_EQ(answer.text.find("--rect") != std::string::npos, wish.size() > 2) << answer.text;
   }
 }
 

@@ -2,9 +2,19 @@
 
 namespace vantorel {
 
+std::string closedSentence(std::string text) {
+  if (text.empty()) return text;
+  // A word, not the name of a setting or a file.
+  const std::size_t end = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz'");
+  if (end > 0 && end != std::string::npos && text[end] == ' ') {
+    text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  }
+  if (text.back() != '.') text += '.';
+  return text;
+}
+
 CommandReply failedReply(std::string reason) {
-  if (!reason.empty() && reason.back() != '.') reason += '.';
-  return {ExitStatus::failed, {}, std::move(reason) + "\n"};
+  return {ExitStatus::failed, {}, closedSentence(std::move(reason)) + "\n"};
 }
 
 CommandReply nothingChanged() {

@@ -41,6 +41,9 @@ struct CommandAsker {
   ShowProgress show{};  ///< shows him how far it has come; empty where nobody looks
 };
 
+/// `text` with a capital and a full stop, where it begins with a word and has none yet.
+[[nodiscard]] std::string closedSentence(std::string text);
+
 /// `reason` becomes a sentence if it is not one yet.
 [[nodiscard]] CommandReply failedReply(std::string reason);
 

@@ -44,11 +44,8 @@ CommandReply replyTo(const CaptureReply& reply, bool json) {
   const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome);
   if (saved == nullptr) return {ExitStatus::cancelled, {}, "Cancelled.\n"};
   CommandReply done = filed(*saved->entry, json);
-  for (const CaptureNote& note : saved->notes) done.error += sentence(note) + "\n";
-  if (!saved->indexFailure.empty()) {
-    done.status = ExitStatus::failed;
-    done.error += saved->indexFailure + "\n";
-  }
+  for (const std::string& remark : remarksOn(*saved)) done.error += remark + "\n";
+  if (!saved->indexFailure.empty()) done.status = ExitStatus::failed;
   return done;
 }
 
@@ -117,7 +114,7 @@ CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
 
 void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& asker) {
   if (const auto* capturing = std::get_if<command::Capture>(&line.command)) {
-    capture(capturing->what, line.json, asker.name, std::move(done));
+    capture(*capturing, line.json, asker.name, std::move(done));
   } else if (std::holds_alternative<command::ListDisplays>(line.command)) {
     listDisplays(line.json, std::move(done));
   } else if (std::holds_alternative<command::ListWindows>(line.command)) {
@@ -130,16 +127,36 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
   } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
     render(*rendering, std::move(done));
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
-    runSettingsCommand(*settings, line.json, *services_.settings, std::move(done));
+    runSettingsCommand(*settings, line.json, *services_.settings,
+                       withKeys(*settings, std::move(done)));
   } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
     services_.library->run(*library, line.json, std::move(done), asker);
+  } else if (const auto* autostart = std::get_if<command::Autostart>(&line.command)) {
+    switchAutostart(*autostart, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
     // Answered first: afterwards nobody is left to answer.
     done({});
     services_.coordinator->quit();
   } else {
+    services_.coordinator->tellThatItRuns();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
   }
+}
+
+/// What keeps a hot key that was just set from working belongs to the answer.
+CommandDone CommandRunner::withKeys(const command::Settings& what, Done done) {
+  using Verb = command::Settings::Verb;
+  if (what.verb != Verb::set && what.verb != Verb::reset) return done;
+  return [this, key = what.key, done = std::move(done)](CommandReply reply) mutable {
+    if (reply.status != ExitStatus::done) return done(std::move(reply));
+    services_.coordinator->whenKeysKnown(
+        key,
+        alive_.guard([reply = std::move(reply), done = std::make_shared<Done>(std::move(done))](
+                         const std::string& sentences) mutable {
+          if (!sentences.empty()) reply.error += sentences + "\n";
+          (*done)(std::move(reply));
+        }));
+  };
 }
 
 void CommandRunner::callOff(const std::string& asker) {
@@ -154,16 +171,66 @@ void CommandRunner::callOff(const std::string& asker) {
   services_.library->stop(asker);
 }
 
-void CommandRunner::capture(const StillCaptureCommand& what, bool json, const std::string& asker,
+void CommandRunner::capture(const command::Capture& what, bool json, const std::string& asker,
                             Done done) {
   const auto place = capturing_.emplace(asker, Capturing{});
   services_.coordinator->capture(
-      what,
-      [this, place, json, done = std::move(done)](const CaptureReply& reply) mutable {
+      what.what,
+      [this, place, json, output = what.output,
+       done = std::move(done)](const CaptureReply& reply) mutable {
         capturing_.erase(place);
-        done(replyTo(reply, json));
+        const auto* const outcome = std::get_if<CaptureOutcome>(&reply);
+        const auto* const saved =
+            outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
+        CommandReply answer = replyTo(reply, json);
+        if (saved == nullptr || !output) return done(std::move(answer));
+        handOut(saved->entry, *output, json, std::move(answer), std::move(done));
       },
       [place] { return place->second.hasBegun = !place->second.isCalledOff; });
+}
+
+/// Gives a capture that is in the library to the file or the pipe as well.
+void CommandRunner::handOut(const EntryPointer& entry, const command::Capture::Output& output,
+                            bool json, CommandReply answer, Done done) {
+  struct Handing {
+    CommandReply answer;
+    Done done;
+  };
+  const auto handing = std::make_shared<Handing>(Handing{std::move(answer), std::move(done)});
+  const auto fail = [handing, entry](const std::string& why) {
+    handing->answer.status = ExitStatus::failed;
+    handing->answer.output.clear();
+    handing->answer.error += why + " The capture is in the library: " + entry->path + "\n";
+    handing->done(std::move(handing->answer));
+  };
+  if (output.file.empty()) {
+    services_.exporting->read(entry, output.format,
+                              [handing, fail](std::expected<std::string, std::string> bytes) {
+                                if (!bytes) return fail(bytes.error());
+                                handing->answer.output = std::move(*bytes);
+                                handing->done(std::move(handing->answer));
+                              });
+    return;
+  }
+  services_.exporting->write(
+      entry, output.format, output.file,
+      [handing, fail, json, file = output.file](const std::expected<void, std::string>& written) {
+        if (!written) return fail(written.error());
+        if (!json) handing->answer.output = file.string() + "\n";
+        handing->done(std::move(handing->answer));
+      });
+}
+
+void CommandRunner::switchAutostart(const command::Autostart& what, Done done) {
+  using Verb = command::Autostart::Verb;
+  Autostart& autostart = *services_.autostart;
+  if (what.verb != Verb::status) {
+    if (const auto switched = autostart.set(what.verb == Verb::on); !switched) {
+      return done(failedReply("Starting with the session couldn't be switched: " +
+                              switched.error().reason));
+    }
+  }
+  done({ExitStatus::done, autostart.isOn() ? "on\n" : "off\n", {}});
 }
 
 void CommandRunner::listDisplays(bool json, Done done) {

@@ -8,10 +8,12 @@
 
 #include "app/app_coordinator.hpp"
 #include "app/capture_annotator.hpp"
+#include "app/capture_export.hpp"
 #include "app/capture_rewriter.hpp"
 #include "base/alive.hpp"
 #include "cli/command_line.hpp"
 #include "cli/library_command.hpp"
+#include "platform/autostart.hpp"
 
 namespace vantorel {
 
@@ -25,6 +27,8 @@ class CommandRunner {
     CaptureAnnotator* annotator = nullptr;
     SettingsStore* settings = nullptr;
     LibraryCommands* library = nullptr;
+    CaptureExport* exporting = nullptr;
+    Autostart* autostart = nullptr;
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
   };
@@ -48,7 +52,11 @@ class CommandRunner {
     bool isCalledOff = false;
   };
 
-  void capture(const StillCaptureCommand& what, bool json, const std::string& asker, Done done);
+  [[nodiscard]] Done withKeys(const command::Settings& what, Done done);
+  void capture(const command::Capture& what, bool json, const std::string& asker, Done done);
+  void handOut(const EntryPointer& entry, const command::Capture::Output& output, bool json,
+               CommandReply answer, Done done);
+  void switchAutostart(const command::Autostart& what, Done done);
   void listDisplays(bool json, Done done);
   void listWindows(bool json, Done done);
   void rewrite(const CommandLine& line, Done done);

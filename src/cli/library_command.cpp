@@ -103,7 +103,8 @@ void addFailures(CommandReply& reply, const std::vector<TrashSweep::Failure>& fa
                  const std::function<std::string(const std::string& id)>& name) {
   for (const TrashSweep::Failure& failure : failures) {
     reply.status = ExitStatus::failed;
-    reply.error += name(failure.id) + ": " + failedReply(failure.reason).error;
+    reply.error += name(failure.id) + ": " + failure.reason;
+    reply.error += failure.reason.ends_with('.') ? "\n" : ".\n";
   }
 }
 

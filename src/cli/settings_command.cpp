@@ -19,8 +19,12 @@ std::string plainText(const JSONValue& value) {
 
 std::string line(const SettingDescription& setting, bool json) {
   if (!json) {
-    return fmt::format("{}\t{}\tdefault {}\t{}\n", setting.key, plainText(setting.value),
-                       plainText(setting.defaultValue), setting.allowed);
+    const auto words = [](const std::string& text, const JSONValue& value) {
+      return text.empty() ? plainText(value) : text;
+    };
+    return fmt::format("{}\t{}\tdefault {}\t{}\n", setting.key,
+                       words(setting.valueWords, setting.value),
+                       words(setting.defaultWords, setting.defaultValue), setting.allowed);
   }
   json::Writer writer;
   writer.beginObject();
@@ -46,6 +50,9 @@ CommandReply refused(const Failure& failure, const std::string& key) {
 CommandReply shown(const SettingsStore& settings, const std::string& key, bool json) {
   const auto value = settings.get(key);
   if (!value) return refused(value.error(), key);
+  const Setting* const setting = findSetting(key);
+  if (!json && setting->words)
+    return {ExitStatus::done, setting->words(settings.values()) + "\n", {}};
   return {ExitStatus::done, (json ? json::toText(*value) : plainText(*value)) + "\n", {}};
 }
 
@@ -90,6 +97,11 @@ void runSettingsCommand(const command::Settings& what, bool json, SettingsStore&
       reply.output += line(setting, json);
     }
     done(std::move(reply));
+    return;
+  }
+  const Setting* const named = findSetting(what.key);
+  if (named != nullptr && !named->isOffered) {
+    done(failedReply(fmt::format("The setting {} does nothing in this version", what.key)));
     return;
   }
   if (what.verb == Verb::get) {

@@ -35,6 +35,9 @@ TEST_F(SettingsCommandTest, AValueIsSetShownAndResetAndARefusalNamesWhatIsAllowe
   EXPECT_EQ(settings.values().exportFormat, ExportFormat::jpeg);
   EXPECT_EQ(run({"get", "exportFormat", "--json"}).output, "\"jpeg\"\n");
   EXPECT_EQ(run({"set", "captureHotKey", "none"}).output, "none\n");
+  EXPECT_EQ(run({"set", "captureHotKey", "shift+ctrl+print"}).output, "Ctrl+Shift+Print\n");
+  EXPECT_THAT(run({"list"}).output,
+              testing::StartsWith("captureHotKey\tCtrl+Shift+Print\tdefault Print\t"));
   EXPECT_EQ(run({"set", "activeCollectionID", "a1"}).output, "a1\n");
   EXPECT_EQ(run({"set", "activeCollectionID", "none"}).output, "none\n");
   EXPECT_EQ(settings.values().activeCollectionID, std::nullopt);
@@ -45,7 +48,10 @@ TEST_F(SettingsCommandTest, AValueIsSetShownAndResetAndARefusalNamesWhatIsAllowe
       {{"set", "exportFormat", "bmp"}, "exportFormat must be one of png, jpeg, heic, webp.\n"},
       {{"set", "jpegQuality", "7"}, "jpegQuality must be a number from 0.05 to 1.\n"},
       {{"set", "playSounds", "loud"}, "playSounds must be true or false.\n"},
-      {{"set", "mcpPort", "80.5"}, "mcpPort must be a whole number from 1024 to 65535.\n"},
+      {{"set", "windowHotKey", "Prnt"},
+       "windowHotKey must be \"none\" or a key such as \"Ctrl+Shift+Print\", with the modifiers "
+       "Ctrl, Alt, Shift and Super.\n"},
+      {{"set", "mcpPort", "2000"}, "The setting mcpPort does nothing in this version.\n"},
       {{"get", "colour"},
        "There is no setting called \"colour\"; \"vantorel settings list\" names them all.\n"},
   };

@@ -1,9 +1,15 @@
+#include <unistd.h>
+
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <thread>
 
 #include "base/log.hpp"
 #include "cli/command_line.hpp"
+#include "main/clipboard_holder.hpp"
+#include "main/detached_process.hpp"
 #include "main/ending_signals.hpp"
 #include "main/program.hpp"
 #include "main/terminal_surfaces.hpp"
@@ -39,49 +45,63 @@ BusReply toBus(CommandReply reply) {
   return {static_cast<int>(reply.status), std::move(reply.output), std::move(reply.error)};
 }
 
+/// A command that is about to end cannot do what the desktop wants; another process can, once this
+/// one is gone.
+void startAnother(const std::vector<std::string>& arguments) {
+  if (const auto started = startDetached(arguments); !started) {
+    logWarning("Command", "the program could not be started: {}", started.error().reason);
+  }
+}
+
 void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, bool resident) {
-  bus.serve(std::move(main),
-            {.accepts =
-                 [resident](const BusRequest& request) {
-                   if (resident) return true;
-                   const auto parsed = parseRequest(request);
-                   const auto* line = std::get_if<CommandLine>(&parsed);
-                   return line == nullptr || !line->needsWindows();
-                 },
-             .run =
-                 [&program](const BusRequest& request, const CommandBus::Done& done) {
-                   auto parsed = parseRequest(request);
-                   if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
-                     done({static_cast<int>(answer->status), {}, answer->text});
-                     return;
-                   }
-                   program.run(
-                       std::get<CommandLine>(parsed),
-                       [done](CommandReply reply) { done(toBus(std::move(reply))); },
-                       {request.asker, [tell = request.tell](const CommandProgress& progress) {
-                          tell({progress.done, progress.total, std::string(progress.words)});
-                        }});
-                 },
-             .askerGone = [&program](const std::string& asker) { program.callOff(asker); },
-             .cancel = [&program](const std::string& asker) { program.callOff(asker); },
-             .perform =
-                 [&program](const std::string& action) {
-                   using Kind = StillCaptureCommand::Kind;
-                   StillCaptureCommand what;
-                   if (action == "CaptureWindow") what.kind = Kind::window;
-                   if (action == "CaptureDisplay") what.kind = Kind::display;
-                   program.run({.command = command::Capture{what}}, [](const auto&) {});
-                 }});
+  bus.serve(
+      std::move(main),
+      {.accepts =
+           [resident](const BusRequest& request) {
+             if (resident) return true;
+             const auto parsed = parseRequest(request);
+             const auto* line = std::get_if<CommandLine>(&parsed);
+             return line == nullptr || !line->needsWindows();
+           },
+       .run =
+           [&program](const BusRequest& request, const CommandBus::Done& done) {
+             auto parsed = parseRequest(request);
+             if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
+               done({static_cast<int>(answer->status), {}, answer->text});
+               return;
+             }
+             program.run(std::get<CommandLine>(parsed),
+                         [done](CommandReply reply) { done(toBus(std::move(reply))); },
+                         {request.asker, [tell = request.tell](const CommandProgress& progress) {
+                            tell({progress.done, progress.total, std::string(progress.words)});
+                          }});
+           },
+       .askerGone = [&program](const std::string& asker) { program.callOff(asker); },
+       .cancel = [&program](const std::string& asker) { program.callOff(asker); },
+       .activate =
+           [&program, resident] {
+             if (resident) return program.tellThatItRuns();
+             startAnother({});
+           },
+       .knows =
+           [](const std::string& action) { return captureOfDesktopAction(action).has_value(); },
+       .perform =
+           [&program, resident](const std::string& action) {
+             const auto what = captureOfDesktopAction(action);
+             if (!what) return;
+             if (resident) return program.captureForUser(*what);
+             startAnother({"capture", std::string(nameOf(what->kind)), "--notify"});
+           }});
 }
 
 /// Runs one command in this process, without living on.
-int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus,
+int runOnce(const CommandLine& line, const std::optional<Path>& root, CommandBus& bus,
             EndingSignals& signals, const std::shared_ptr<TaskRunner>& main, DesktopUi* ui,
             const std::function<void()>& runLoop, std::function<void()> quitLoop) {
   if (std::holds_alternative<command::Quit>(line.command)) {
     return print({0, {}, "Vantorel isn't running.\n"});
   }
-  Program program(folders, main, ui, [] {});
+  Program program(root, main, ui, [] {});
   serve(bus, main, program, false);
   TerminalProgress progress;
   BusReply own;
@@ -99,11 +119,20 @@ int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus
   leave(status);
 }
 
-[[noreturn]] void live(const UserFolders& folders, CommandBus& bus, EndingSignals& signals,
+/// How long the end may take once everything is on disk: a display server or a bus that hangs is
+/// not waited for.
+constexpr std::chrono::seconds endBound{5};
+
+[[noreturn]] void live(const std::optional<Path>& root, CommandBus& bus, EndingSignals& signals,
                        DesktopUi& ui) {
-  Program program(folders, ui.mainRunner(), &ui, [&] { bus.end([&ui] { ui.quit(0); }); });
+  Program program(root, ui.mainRunner(), &ui, [&] {
+    std::thread([] {
+      std::this_thread::sleep_for(endBound);
+      leave(0);
+    }).detach();
+    bus.end([&ui] { ui.quit(0); });
+  });
   serve(bus, ui.mainRunner(), program, true);
-  program.start();
   program.startResident();
   signals.work([&] { ui.mainRunner()->post([&program] { program.quit(); }); });
   const int status = ui.run();
@@ -112,7 +141,11 @@ int runOnce(const CommandLine& line, const UserFolders& folders, CommandBus& bus
 }
 
 int run(int argc, char** argv) {
-  const BusRequest request{{argv + 1, argv + argc}, std::filesystem::current_path().string()};
+  if (argc == 2 && std::string_view(argv[1]) == clipboardHolderArgument) holdClipboard();
+  // Gone when the folder was deleted; then only whole paths mean something.
+  std::error_code noFolder;
+  const BusRequest request{{argv + 1, argv + argc},
+                           std::filesystem::current_path(noFolder).string()};
   auto parsed = parseRequest(request);
   if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
     const bool ok = answer->status == ExitStatus::done;
@@ -121,8 +154,11 @@ int run(int argc, char** argv) {
   }
   const CommandLine& line = std::get<CommandLine>(parsed);
   std::optional<Path> root;
-  if (line.root) root = std::filesystem::absolute(*line.root).lexically_normal();
-  const UserFolders folders = root ? UserFolders::below(*root) : UserFolders::ofThisUser();
+  if (line.root) root = (Path(request.folder) / *line.root).lexically_normal();
+  if (line.printsPicture() && isatty(STDOUT_FILENO) != 0) {
+    return print(
+        {2, {}, "--output - is a picture, not for a terminal: send it to a file or a program.\n"});
+  }
 
   // Asked before anything is built: most commands go to the program that runs already.
   CommandBus bus(CommandBus::nameFor(root));
@@ -142,14 +178,13 @@ int run(int argc, char** argv) {
       return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
     }
     DesktopUi& ui = **loaded;
-    if (std::holds_alternative<command::Run>(line.command)) live(folders, bus, *signals, ui);
+    if (std::holds_alternative<command::Run>(line.command)) live(root, bus, *signals, ui);
     return runOnce(
-        line, folders, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); }, [&] { ui.quit(0); });
+        line, root, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); }, [&] { ui.quit(0); });
   }
   LoopRunner loop;
   return runOnce(
-      line, folders, bus, *signals, loop.runner(), nullptr, [&] { loop.run(); },
-      [&] { loop.quit(); });
+      line, root, bus, *signals, loop.runner(), nullptr, [&] { loop.run(); }, [&] { loop.quit(); });
 }
 
 }  // namespace

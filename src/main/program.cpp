@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "app/capture_export.hpp"
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
 #include "base/log.hpp"
@@ -10,10 +11,14 @@
 #include "library/history_folder_monitor.hpp"
 #include "library/library.hpp"
 #include "library/parked_index.hpp"
+#include "main/detached_clipboard.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
+#include "platform/linux/autostart_entry.hpp"
+#include "platform/linux/command_bus.hpp"
 #include "platform/linux/desktop_notifications.hpp"
 #include "platform/linux/desktop_session.hpp"
+#include "platform/linux/desktop_sounds.hpp"
 #include "platform/linux/inotify_watcher.hpp"
 #include "platform/linux/linux_clock.hpp"
 #include "platform/linux/linux_files.hpp"
@@ -89,6 +94,22 @@ struct FolderFollowing {
   ChangedPictures pictures;
 };
 
+/// As long as a person needs to notice a flash and hear a sound.
+constexpr std::chrono::milliseconds cueLength{700};
+
+Path autostartFile(const std::optional<Path>& root) {
+  return UserFolders::ofThisUser().config.parent_path() / "autostart" /
+         (CommandBus::nameFor(root) + ".desktop");
+}
+
+std::vector<std::string> autostartCommand(const std::optional<Path>& root) {
+  std::error_code failure;
+  const Path program = std::filesystem::read_symlink("/proc/self/exe", failure);
+  std::vector<std::string> command{failure ? "vantorel" : program.string()};
+  if (root) command.insert(command.end(), {"--root", root->string()});
+  return command;
+}
+
 /// Starts the program anew in place of this process. Comes back only when that fails.
 bool relaunch() {
   ::execl("/proc/self/exe", "vantorel", nullptr);
@@ -98,13 +119,17 @@ bool relaunch() {
 }  // namespace
 
 struct Program::Parts {
-  Parts(const UserFolders& folders, std::shared_ptr<TaskRunner> mainRunner, DesktopUi* desktopUi,
+  Parts(const UserFolders& folders, const std::optional<Path>& root,
+        std::shared_ptr<TaskRunner> mainRunner, DesktopUi* desktopUi,
         std::function<void()> terminate)
       : main(std::move(mainRunner)),
         ui(desktopUi),
         files(std::make_shared<LinuxFiles>()),
         clock(std::make_shared<LinuxClock>()),
         codec(std::make_shared<LinuxImageCodec>()),
+        detachedClipboard(main, disks.queue("com.hollen.Vantorel.clipboard")),
+        sounds(disks.queue("com.hollen.Vantorel.sounds")),
+        autostart(*files, autostartFile(root), autostartCommand(root)),
         desktop(makeDesktopServices(
             environmentVariable, main,
             ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),
@@ -198,6 +223,18 @@ struct Program::Parts {
         .isOutOfReach = [this](const std::string& id) {
           return following && following->reachability.outOfReachIDs().contains(id);
         }});
+    exporting = std::make_unique<CaptureExport>(
+        CaptureExport::Services{.main = main,
+                                .work = disks.queue("com.hollen.Vantorel.exports"),
+                                .files = files,
+                                .codec = codec,
+                                .store = &library.store(),
+                                .settings = &settings});
+    settings.switchOffStartAtLogin = [this] {
+      if (const auto off = autostart.set(false); !off) {
+        logWarning("Settings", "starting with the session: {}", off.error().reason);
+      }
+    };
     commands =
         std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
                                                                 .coordinator = coordinator.get(),
@@ -205,6 +242,8 @@ struct Program::Parts {
                                                                 .annotator = annotator.get(),
                                                                 .settings = &settings,
                                                                 .library = libraryCommands.get(),
+                                                                .exporting = exporting.get(),
+                                                                .autostart = &autostart,
                                                                 .screen = desktop.screen.get(),
                                                                 .windows = desktop.windows.get()});
   }
@@ -239,12 +278,19 @@ struct Program::Parts {
     };
     all.relaunch = relaunch;
     all.terminate = std::move(terminate);
+    all.clipboard = [this]() -> Clipboard* {
+      return isResident ? desktop.clipboard.get() : &detachedClipboard;
+    };
     if (ui == nullptr) {
       all.countdown = std::make_shared<TerminalCountdown>();
       all.overlay = [] { return nullptr; };
     } else {
-      all.clipboard = desktop.clipboard.get();
       ui->setClipboard(*desktop.clipboard);
+      all.isTrayShown = [this] { return ui->statusItem().isHosted(); };
+      all.cue = [this](const CaptureCue& cue) {
+        if (!cue.area.isEmpty()) ui->flash(cue.area);
+        if (cue.withSound) sounds.play("screen-capture");
+      };
       all.countdown = ui->countdownPanel();
       all.desktopCover = ui->desktopCoverWindows();
       all.overlay = [this] { return &ui->selectionOverlay(); };
@@ -253,6 +299,19 @@ struct Program::Parts {
       library.deletion().onPendingUndoChange = all.statusMenuChanged;
     }
     return all;
+  }
+
+  void open() {
+    library.onLateOpening = [this] { coordinator->recoverStagedCaptures([](int) {}); };
+    library.open();
+  }
+
+  /// What was shown at the desktop shall be seen and heard before the process ends.
+  void whenShown(const std::function<void()>& done) {
+    if (!showsSomething) return done();
+    disks.queue("com.hollen.Vantorel.notifications")->post([runner = main, done] {
+      runner->postAfter(cueLength, done);
+    });
   }
 
   FolderWatcher& watcher() {
@@ -295,11 +354,14 @@ struct Program::Parts {
   std::shared_ptr<TaskRunner> main;
   DesktopUi* ui;
   SerialQueues prompt{2};  // captures, index and settings, and nothing slow
-  SerialQueues disks{4};   // where a disk may hang; one thread a queue
+  SerialQueues disks{6};   // where a disk or a service may hang; about a thread a queue
   SerialQueues pool{3};    // for work of the processor
   std::shared_ptr<LinuxFiles> files;
   std::shared_ptr<LinuxClock> clock;
   std::shared_ptr<LinuxImageCodec> codec;
+  DetachedClipboard detachedClipboard;
+  DesktopSounds sounds;
+  AutostartEntry autostart;
   std::unique_ptr<InotifyWatcher> folderWatcher;
   DesktopServices desktop;
   DesktopNotifications notifications;
@@ -308,6 +370,8 @@ struct Program::Parts {
   SettingsFile settingsFile;
   SettingsStore settings;
   Library library;
+  bool isResident = false;        // lives in the tray
+  bool showsSomething = false;    // at the desktop, on behalf of a command
   bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
@@ -318,41 +382,49 @@ struct Program::Parts {
   std::unique_ptr<RetentionSetting> retentionSetting;
   std::unique_ptr<LibraryVerify> libraryVerify;
   std::unique_ptr<LibraryCommands> libraryCommands;
+  std::unique_ptr<CaptureExport> exporting;
   std::unique_ptr<CommandRunner> commands;
 };
 
-Program::Program(const UserFolders& folders, std::shared_ptr<TaskRunner> main, DesktopUi* ui,
+Program::Program(const std::optional<Path>& root, std::shared_ptr<TaskRunner> main, DesktopUi* ui,
                  std::function<void()> terminate)
-    : parts_(std::make_unique<Parts>(folders, std::move(main), ui, std::move(terminate))) {}
+    : parts_(std::make_unique<Parts>(root ? UserFolders::below(*root) : UserFolders::ofThisUser(),
+                                     root, std::move(main), ui, std::move(terminate))) {}
 
 Program::~Program() = default;
 
-void Program::start() {
-  parts_->library.onLateOpening = [this] { recover([] {}); };
-  parts_->library.open();
-}
-
 void Program::startResident() {
   Parts& parts = *parts_;
+  parts.isResident = true;
+  parts.open();
   parts.ui->statusItem().setMenu(
       [&parts] {
         if (parts.following) parts.following->monitor.activated();
         return parts.coordinator->statusMenu();
       },
-      [&parts] { parts.commands->run({.command = command::Capture{}}, [](const auto&) {}); });
+      [&parts] { parts.coordinator->captureForUser({}); });
   parts.followSettings();
   parts.coordinator->startResident();
   recover([] {});
 }
 
+void Program::captureForUser(const StillCaptureCommand& what) {
+  parts_->coordinator->captureForUser(what);
+}
+
+void Program::tellThatItRuns() { parts_->coordinator->tellThatItRuns(); }
+
 void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {
-  // Settings are to be had whoever has the library, and at once.
-  const bool needsLibrary = !std::holds_alternative<command::Settings>(line.command);
-  if (needsLibrary) start();
   const auto* const library = std::get_if<command::Library>(&line.command);
   const bool onlyLooks =
       library != nullptr && library->verb == command::Library::Verb::verify && !library->repairs;
-  if (needsLibrary && !onlyLooks) parts_->filesStagedAtEnd = true;
+  if (line.needsLibrary()) {
+    parts_->open();
+    if (!onlyLooks) parts_->filesStagedAtEnd = true;
+  }
+  if (const auto* const capture = std::get_if<command::Capture>(&line.command)) {
+    parts_->showsSomething |= capture->what.isAnsweredAtDesktop;
+  }
   parts_->commands->run(line, std::move(done), asker);
 }
 
@@ -371,7 +443,7 @@ void Program::finish(std::function<void()> done) {
       if (!stored) {
         logError("Settings", "the settings could not be saved: {}", stored.error().reason);
       }
-      parts_->library.deletion().settle(done);
+      parts_->library.deletion().settle([this, done] { parts_->whenShown(done); });
     });
   };
   if (parts_->filesStagedAtEnd) return recover(std::move(end));

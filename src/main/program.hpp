@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app/app_coordinator.hpp"
@@ -16,19 +17,22 @@ namespace vantorel {
 /// on the main runner.
 class Program {
  public:
-  /// `ui` is null for a run without windows. `terminate` ends the main loop.
-  Program(const UserFolders& folders, std::shared_ptr<TaskRunner> main, DesktopUi* ui,
+  /// `root` holds a library and settings of their own, instead of the user's. `ui` is null for a
+  /// run without windows. `terminate` ends the main loop.
+  Program(const std::optional<Path>& root, std::shared_ptr<TaskRunner> main, DesktopUi* ui,
           std::function<void()> terminate);
   ~Program();
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  /// Begins to read the library, which the first command that needs it does as well. Commands may
-  /// come at once.
-  void start();
-
-  /// What only a run in the tray does.
+  /// Begins to live in the tray. Commands may come at once.
   void startResident();
+
+  /// Takes a still for one at the desktop, however he asked for it.
+  void captureForUser(const StillCaptureCommand& what);
+
+  /// Says that it runs, to one who started it once more.
+  void tellThatItRuns();
 
   /// Calls `done` when the command's work is safe on disk.
   void run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker = {});

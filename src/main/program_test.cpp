@@ -323,6 +323,45 @@ TEST(ProgramTest, TheRunningProgramTakesCommandsAndKeepsTheClipboard) {
   vantorel.expectWhole();
 }
 
+TEST(ProgramTest, ACommandByItselfHandsThePictureToFilesPipesAndTheClipboard) {
+  TestDesktop desktop({.bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  const auto file = desktop.folder() / "shot.png";
+  const ChildOutcome written =
+      vantorel.run({"capture", "display", "--output", file.string(), "--copy", "--delay", "1"});
+  EXPECT_EQ(written.out, file.string() + "\n") << written.err;
+  EXPECT_EQ(differenceFromTestPicture(vantorel.picture(written), 1), "");
+  EXPECT_TRUE(client.isOwned("CLIPBOARD")) << "the picture went with the command";
+
+  const ChildOutcome piped = vantorel.run({"capture", "display", "--output", "-"});
+  const auto image = LinuxImageCodec().decode(piped.out);
+  ASSERT_TRUE(image) << piped.err;
+  EXPECT_EQ(differenceFromTestPicture(*image, 1), "");
+
+  // The pointer is in the middle of the screen.
+  const Image bare = Vantorel::picture(vantorel.run({"capture", "display"}));
+  const Image pointed = Vantorel::picture(vantorel.run({"capture", "display", "--pointer"}));
+  EXPECT_EQ(differenceFromTestPicture(bare, 1), "");
+  EXPECT_NE(differenceFromTestPicture(pointed, 1), "");
+
+  for (const auto& where : {vantorel.root() / "history.json", vantorel.root() / "Captures"}) {
+    const ChildOutcome refused =
+        vantorel.run({"capture", "display", "--output", where.string() + "/../history.png"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("The capture is in the library: "));
+  }
+  EXPECT_EQ(vantorel.entries().size(), 6U) << "everything is in the library as well";
+  vantorel.expectWhole();
+
+  const auto entries = desktop.folder() / "config" / "autostart";
+  EXPECT_EQ(vantorel.run({"autostart", "on"}).out, "on\n");
+  EXPECT_THAT(namesIn(entries), testing::SizeIs(1));
+  EXPECT_EQ(vantorel.run({"settings", "reset", "--all"}).status, 0);
+  EXPECT_EQ(vantorel.run({"autostart", "status"}).out, "off\n");
+}
+
 TEST(ProgramTest, TheLibraryAndSettingsNeedNoDisplay) {
   for (const bool bus : {false, true}) {
     TestDesktop desktop({.screen = std::nullopt, .bus = bus});

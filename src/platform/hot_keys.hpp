@@ -16,17 +16,24 @@ class HotKeyRegistration {
 };
 
 enum class HotKeyErrorCase {
-  registrationFailed,  ///< the desktop refused; another program may hold the key
+  registrationFailed,  ///< the desktop refused, for `why`
   alreadyRegistered,   ///< this program has it for something else
+};
+
+enum class HotKeyObstacle {
+  none,
+  heldElsewhere,  ///< another program has the key
+  noSuchKey,      ///< the keyboard has no such key
 };
 
 struct HotKeyError {
   HotKeyErrorCase what = HotKeyErrorCase::registrationFailed;
-  std::int32_t status = 0;  ///< the platform's own error number
+  HotKeyObstacle why = HotKeyObstacle::none;  ///< as far as the desktop tells
+  std::int32_t status = 0;                    ///< the platform's own error number, for the log
 };
 
-/// System-wide hot keys. Registration answers at once and never waits for the desktop for more than
-/// a round trip. Lives on the main runner; the callbacks are called there.
+/// System-wide hot keys. Nobody waits for the desktop. Lives on the main runner; the callbacks are
+/// called there.
 class HotKeys {
  public:
   virtual ~HotKeys() = default;
@@ -34,10 +41,15 @@ class HotKeys {
   /// False where the desktop has no such facility: then every registration fails.
   [[nodiscard]] virtual bool areAvailable() const = 0;
 
+  using State = Result<void, HotKeyError>;
+
   /// `onFire` at key down (not again while held), `onRelease` at key up. Works whatever the lock
-  /// keys are set to.
-  [[nodiscard]] virtual Result<std::unique_ptr<HotKeyRegistration>, HotKeyError> registerKey(
-      const HotKeySpec& spec, std::function<void()> onFire, std::function<void()> onRelease) = 0;
+  /// keys are set to. `onState` is called, after this call, with whether the key is ours, and again
+  /// when that changes; never by a desktop that does not answer. Nothing is called once the
+  /// registration is gone. A key that is not ours is not tried again.
+  [[nodiscard]] virtual std::unique_ptr<HotKeyRegistration> registerKey(
+      const HotKeySpec& spec, std::function<void()> onFire, std::function<void()> onRelease,
+      std::function<void(State)> onState) = 0;
 };
 
 }  // namespace vantorel

@@ -32,6 +32,8 @@ struct GrabRequest {
   /// Windows of this program that belong into the picture (those that hide the desktop's icons).
   /// All its other windows never are.
   std::vector<WindowID> keptOwnWindowIDs;
+
+  bool showsPointer = false;  ///< the pointer is painted where it stands
 };
 
 /// The desktop's capture service. Every call returns at once and answers through a callback on the
@@ -39,7 +41,7 @@ struct GrabRequest {
 ///
 /// Failures: `denied` (no permission, or the user said no), `cancelled` (the user closed the
 /// desktop's dialog), `notFound` (the target is gone), `unreachable` (no display server or it went
-/// away), `unsupported` (this desktop cannot do it; the reason is a whole sentence).
+/// away), `busy` (the window is not on the screen now), `unsupported` (this desktop cannot do it).
 class ScreenCapture {
  public:
   virtual ~ScreenCapture() = default;

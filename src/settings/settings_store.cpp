@@ -143,9 +143,17 @@ void SettingsStore::resetAll() {
 std::vector<SettingDescription> describeSettings(const SettingsStore& settings) {
   std::vector<SettingDescription> all;
   for (const Setting& setting : settingsTable()) {
-    all.push_back({setting.key, nameOf(setting.group), setting.type, setting.allowed,
-                   setting.store(settings.values()).value_or(JSONValue{nullptr}),
-                   settings.defaultOf(setting)});
+    if (!setting.isOffered) continue;
+    SettingDescription& one = all.emplace_back();
+    one.key = setting.key;
+    one.group = nameOf(setting.group);
+    one.type = setting.type;
+    one.allowed = setting.allowed;
+    one.value = setting.store(settings.values()).value_or(JSONValue{nullptr});
+    one.defaultValue = settings.defaultOf(setting);
+    if (!setting.words) continue;
+    one.valueWords = setting.words(settings.values());
+    one.defaultWords = setting.words(settings.defaults());
   }
   return all;
 }

@@ -105,7 +105,7 @@ class SettingsStore {
   Alive alive_;
 };
 
-/// For `settings list`: one line of words about each setting.
+/// For `settings list`: one line of words about a setting.
 struct SettingDescription {
   std::string_view key;
   std::string_view group;
@@ -113,7 +113,10 @@ struct SettingDescription {
   std::string allowed;
   JSONValue value;
   JSONValue defaultValue;
+  std::string valueWords;    ///< as a person types it; empty where the stored form is that
+  std::string defaultWords;  ///< likewise
 };
+/// Those that do something in this version.
 [[nodiscard]] std::vector<SettingDescription> describeSettings(const SettingsStore& settings);
 
 }  // namespace vantorel

@@ -100,7 +100,7 @@ TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {
   EXPECT_EQ(refusal("playSounds", "perhaps"), "playSounds must be true or false");
   EXPECT_THAT(refusal("desktopCoverColor", "#FF0000"), HasSubstr("must be a colour"));
   EXPECT_THAT(refusal("filenameTemplate", "a/b"), HasSubstr("must be a name"));
-  EXPECT_THAT(refusal("captureHotKey", "Print"), HasSubstr("keyCode"));
+  EXPECT_THAT(refusal("captureHotKey", "Prnt"), HasSubstr("Ctrl+Shift+Print"));
   EXPECT_EQ(refusal("volume", "1"), "there is no setting called \"volume\"");
   EXPECT_TRUE(stored.stored.empty());
 

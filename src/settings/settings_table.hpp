@@ -31,9 +31,10 @@ inline constexpr auto enumNames<SettingGroup> = std::to_array<EnumName<SettingGr
 struct Setting {
   std::string_view key;
   SettingGroup group = SettingGroup::capture;
-  std::string type;     ///< a word or two: "true or false", "choice", "number"
-  std::string allowed;  ///< completes the sentence "<key> must be ..."
-  bool resets = true;   ///< returns to its default with "Reset all settings"
+  std::string type;        ///< a word or two: "true or false", "choice", "number"
+  std::string allowed;     ///< completes the sentence "<key> must be ..."
+  bool isOffered = false;  ///< does something in this version; others are only kept
+  bool resets = true;      ///< returns to its default with "Reset all settings"
 
   /// Takes the stored value over, by the setting's own reading rule; absent is nothing. Never
   /// fails: what makes no sense becomes the default or is clamped.
@@ -49,6 +50,9 @@ struct Setting {
 
   /// Words of a command line as a value.
   std::function<JSONValue(std::string_view text)> parse;
+
+  /// The value as a person reads and types it; empty where the stored form is that.
+  std::function<std::string(const SettingsValues& values)> words;
 
   /// Where the setting lies in `SettingsValues`.
   std::size_t place = 0;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/status_menu.hpp"
+#include "base/geometry.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_surfaces.hpp"
 #include "platform/alerts.hpp"
@@ -45,6 +46,9 @@ class DesktopUi {
 
   /// `notify` of these alerts does nothing but log: notifications are the platform's.
   [[nodiscard]] virtual Alerts& alerts() = 0;
+
+  /// Frames an area, in pixels of the desktop, for a moment. It takes no focus and no clicks.
+  virtual void flash(const PixelRect& area) = 0;
 
   /// For the next time the desktop's icons are covered.
   virtual void setDesktopCoverLook(DesktopCoverLook look) = 0;

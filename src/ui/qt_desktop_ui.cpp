@@ -15,6 +15,7 @@
 
 #include "base/log.hpp"
 #include "ui/alert_dialogs.hpp"
+#include "ui/capture_flash.hpp"
 #include "ui/countdown_window.hpp"
 #include "ui/desktop_cover.hpp"
 #include "ui/program_icon.hpp"
@@ -133,6 +134,7 @@ class QtDesktopUi : public DesktopUi {
   std::shared_ptr<CountdownPanel> countdownPanel() override { return countdown_; }
   std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() override { return cover_; }
   void setClipboard(Clipboard& clipboard) override { overlay_.setClipboard(clipboard); }
+  void flash(const PixelRect& area) override { flash_.show(area); }
   Alerts& alerts() override { return alerts_; }
   void setDesktopCoverLook(DesktopCoverLook look) override { cover_->setLook(std::move(look)); }
 
@@ -147,6 +149,7 @@ class QtDesktopUi : public DesktopUi {
   std::shared_ptr<DesktopCover> cover_;
   QtSelectionOverlay overlay_;
   QtStatusItem statusItem_;
+  CaptureFlash flash_;
   AlertDialogs alerts_;
   std::optional<int> quitStatus_;
   bool isRunning_ = false;

@@ -24,4 +24,16 @@ std::string_view fileExtension(ExportFormat format) {
   std::unreachable();
 }
 
+std::optional<ExportFormat> formatOfFileName(std::string_view name) {
+  const auto point = name.rfind('.');
+  if (point == std::string_view::npos) return std::nullopt;
+  std::string extension(name.substr(point + 1));
+  for (char& c : extension) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  if (extension == "jpg") return ExportFormat::jpeg;
+  if (extension == "heif") return ExportFormat::heic;
+  return enumFromName<ExportFormat>(extension);
+}
+
 }  // namespace vantorel

@@ -18,6 +18,20 @@ void AbsentWindowList::windows(
   }));
 }
 
+std::unique_ptr<HotKeyRegistration> AbsentHotKeys::registerKey(const HotKeySpec&,
+                                                               std::function<void()>,
+                                                               std::function<void()>,
+                                                               std::function<void(State)> onState) {
+  struct Refused final : HotKeyRegistration {
+    Alive alive;
+  };
+  auto refused = std::make_unique<Refused>();
+  main_->post(refused->alive.guard([onState = std::move(onState)] {
+    if (onState) onState(std::unexpected(HotKeyError{}));
+  }));
+  return refused;
+}
+
 Failure WaylandScreenCapture::reason() {
   return {FailureKind::unsupported,
           "Vantorel cannot capture the screen, list windows or set hot keys on a Wayland desktop "

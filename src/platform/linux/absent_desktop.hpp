@@ -54,11 +54,15 @@ class AbsentWindowList final : public WindowList {
 
 class AbsentHotKeys final : public HotKeys {
  public:
+  explicit AbsentHotKeys(std::shared_ptr<TaskRunner> main) : main_(std::move(main)) {}
+
   [[nodiscard]] bool areAvailable() const override { return false; }
-  [[nodiscard]] Result<std::unique_ptr<HotKeyRegistration>, HotKeyError> registerKey(
-      const HotKeySpec&, std::function<void()>, std::function<void()>) override {
-    return std::unexpected(HotKeyError{});
-  }
+  [[nodiscard]] std::unique_ptr<HotKeyRegistration> registerKey(
+      const HotKeySpec& spec, std::function<void()> onFire, std::function<void()> onRelease,
+      std::function<void(State)> onState) override;
+
+ private:
+  std::shared_ptr<TaskRunner> main_;
 };
 
 class AbsentClipboard final : public Clipboard {

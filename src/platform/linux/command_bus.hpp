@@ -109,8 +109,11 @@ class CommandBus {
 
     // What a desktop asks of the application it has started or found running
     // (specifications.freedesktop.org/desktop-entry-spec, D-Bus activation).
+    // Whoever asks is told what cannot be done: opening without `open`, an action that `knows`,
+    // asked on any thread, does not know.
     std::function<void()> activate = {};
     std::function<void(std::vector<std::string> uris)> open = {};
+    std::function<bool(const std::string& action)> knows = {};
     std::function<void(std::string action)> perform = {};
   };
 

@@ -88,20 +88,41 @@ void CommandBusOwner::exposeApplication() {
   object_->registerMethod("Open")
       .onInterface(applicationInterface)
       .withInputParamNames("uris", "platform_data")
-      .implementedAs([this](const std::vector<std::string>& uris, const Variants&) {
-        toMain([uris](CommandBus::Handlers& to) {
-          if (to.open) to.open(uris);
-        });
-      });
+      .implementedAs(
+          [this](sdbus::Result<>&& taken, const std::vector<std::string>& uris, const Variants&) {
+            performIf([](const CommandBus::Handlers& to) { return to.open != nullptr; },
+                      std::move(taken), "Vantorel can't open files.",
+                      [uris](CommandBus::Handlers& to) { to.open(uris); });
+          });
   object_->registerMethod("ActivateAction")
       .onInterface(applicationInterface)
       .withInputParamNames("action_name", "parameter", "platform_data")
-      .implementedAs(
-          [this](const std::string& action, const std::vector<sdbus::Variant>&, const Variants&) {
-            toMain([action](CommandBus::Handlers& to) {
-              if (to.perform) to.perform(action);
-            });
-          });
+      .implementedAs([this](sdbus::Result<>&& taken, const std::string& action,
+                            const std::vector<sdbus::Variant>&, const Variants&) {
+        performIf(
+            [action](const CommandBus::Handlers& to) {
+              return to.perform && (!to.knows || to.knows(action));
+            },
+            std::move(taken), "Vantorel has no action \"" + action + "\".",
+            [action](CommandBus::Handlers& to) { to.perform(action); });
+      });
+}
+
+/// Answers at once whether it will be done, as soon as there is somebody to do it.
+void CommandBusOwner::performIf(std::function<bool(const CommandBus::Handlers&)> can,
+                                sdbus::Result<> taken, std::string refusal,
+                                std::function<void(CommandBus::Handlers&)> perform) {
+  whenServed([this, can = std::move(can),
+              taken = std::make_shared<sdbus::Result<>>(std::move(taken)),
+              refusal = std::move(refusal), perform = std::move(perform)] {
+    const auto handlers = handlers_.lock();
+    if (!handlers || !can(*handlers)) {
+      taken->returnError(sdbus::Error("org.freedesktop.DBus.Error.NotSupported", refusal));
+      return;
+    }
+    taken->returnResults();
+    toMain(perform);
+  });
 }
 
 void CommandBusOwner::watchSenders() {

@@ -374,8 +374,9 @@ TEST_F(CommandBusTest, TheDesktopReachesTheRunningProgram) {
   std::string action;
   owner.bus->serve(main, {.activate = [&] { ++activated; },
                           .open = [&](auto uris) { opened = std::move(uris); },
+                          .knows = [](const auto& what) { return what == "capture-area"; },
                           .perform = [&](auto what) { action = std::move(what); }});
-  const auto desktopSide = std::async(std::launch::async, [] {
+  auto desktopSide = std::async(std::launch::async, [] {
     auto application = sdbus::createProxy(sdbus::createSessionBusConnection(),
                                           "com.hollen.Vantorel", "/com/hollen/Vantorel");
     const std::map<std::string, sdbus::Variant> data;
@@ -383,14 +384,23 @@ TEST_F(CommandBusTest, TheDesktopReachesTheRunningProgram) {
     application->callMethod("Activate").onInterface(interface).withArguments(data);
     application->callMethod("Open").onInterface(interface).withArguments(
         std::vector<std::string>{"file:///a.png"}, data);
-    application->callMethod("ActivateAction")
-        .onInterface(interface)
-        .withArguments("capture-area", std::vector<sdbus::Variant>(), data);
+    std::string refusal;
+    for (const char* const name : {"Bogus", "capture-area"}) {
+      try {
+        application->callMethod("ActivateAction")
+            .onInterface(interface)
+            .withArguments(std::string(name), std::vector<sdbus::Variant>(), data);
+      } catch (const sdbus::Error& error) {
+        refusal += error.getMessage();
+      }
+    }
+    return refusal;
   });
   EXPECT_TRUE(loop.runUntil([&] { return !action.empty(); }));
   EXPECT_EQ(activated, 1);
   EXPECT_THAT(opened, ElementsAre("file:///a.png"));
   EXPECT_EQ(action, "capture-area");
+  EXPECT_EQ(desktopSide.get(), "Vantorel has no action \"Bogus\".");
 }
 
 TEST_F(CommandBusTest, WithoutABusTheProcessIsOnItsOwn) {

@@ -45,12 +45,12 @@ DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
     case DesktopSession::wayland:
       return {std::make_unique<WaylandScreenCapture>(main),
               std::make_unique<AbsentWindowList>(main, WaylandScreenCapture::reason()),
-              std::make_unique<AbsentHotKeys>(), std::make_unique<AbsentClipboard>()};
+              std::make_unique<AbsentHotKeys>(main), std::make_unique<AbsentClipboard>()};
     case DesktopSession::none: break;
   }
   const Failure why{FailureKind::unreachable, "there is no display to capture"};
   return {std::make_unique<AbsentScreenCapture>(main, why),
-          std::make_unique<AbsentWindowList>(main, why), std::make_unique<AbsentHotKeys>(),
+          std::make_unique<AbsentWindowList>(main, why), std::make_unique<AbsentHotKeys>(main),
           std::make_unique<AbsentClipboard>()};
 }
 

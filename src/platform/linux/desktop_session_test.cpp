@@ -42,7 +42,10 @@ TEST(DesktopSessionTest, WhatADesktopCannotDoItSays) {
     auto services = makeDesktopServices(environment({{"VANTOREL_PLATFORM", platform}}), main,
                                         WindowContents::onDemand);
     EXPECT_FALSE(services.hotKeys->areAvailable());
-    EXPECT_FALSE(services.hotKeys->registerKey({'a', 0}, nullptr, nullptr));
+    bool isRefused = false;
+    const auto key = services.hotKeys->registerKey(
+        {'a', 0}, nullptr, nullptr, [&](const HotKeys::State& state) { isRefused = !state; });
+    EXPECT_TRUE(loop.runUntil([&] { return isRefused; }));
     std::vector<Failure> failures;
     services.screen->displays([&](auto reply) { failures.push_back(reply.error()); });
     services.screen->grab({DisplayTarget{"DP-1"}, true, {}},

@@ -55,9 +55,11 @@ void blankUnseen(const PixelRect& area, const std::vector<XMonitor>& monitors,
   }
 }
 
+Result<void> paintPointer(X11Session& session, const PixelRect& area, PixelBuffer& buffer);
+
 Result<Image> grabArea(X11Session& session, const PixelRect& area,
                        const std::vector<XMonitor>& monitors,
-                       const std::vector<WindowID>& keptOwn) {
+                       const std::vector<WindowID>& keptOwn, bool showsPointer) {
   const auto windows = VT_TRY(session.topLevels());
   const auto toHide = topLevelsToHide(session, windows, keptOwn);
   std::vector<XTopLevel> shown;
@@ -96,7 +98,7 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
   } else {
     if (!session.hasComposite() || !session.hasRender()) {
       return failed(FailureKind::unsupported,
-                    "This display server cannot leave Vantorel's own windows out of a picture.");
+                    "this display server cannot leave Vantorel's own windows out of a picture");
     }
     std::vector<std::size_t> below;
     for (std::size_t i = 0; i < windows.size(); ++i) {
@@ -114,8 +116,39 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
       if (!done) return std::unexpected(std::move(done).error());
     }
   }
+  if (showsPointer) VT_TRY(paintPointer(session, area, buffer));
   blankUnseen(area, monitors, buffer);
   return std::move(buffer).finish(PixelFormat::bgrx);
+}
+
+/// Paints the pointer into a picture of `area`. Without the extension there is no telling what it
+/// looks like.
+Result<void> paintPointer(X11Session& session, const PixelRect& area, PixelBuffer& buffer) {
+  if (!session.hasFixes()) {
+    return failed(FailureKind::unsupported,
+                  "this display server does not tell what the pointer looks like");
+  }
+  xcb_connection_t* c = session.connection();
+  const auto pointer = xReply<xcb_xfixes_get_cursor_image_reply>(c, xcb_xfixes_get_cursor_image(c));
+  if (!pointer) return std::unexpected(serverGone());
+  const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(pointer.get());
+  const PixelRect whole{pointer->x - pointer->xhot, pointer->y - pointer->yhot, pointer->width,
+                        pointer->height};
+  const PixelRect seen = intersection(whole, area);
+  for (int y = seen.y; y < seen.bottom(); ++y) {
+    for (int x = seen.x; x < seen.right(); ++x) {
+      // Premultiplied alpha, red, green, blue in one number.
+      const std::uint32_t over = pixels[(y - whole.y) * whole.width + (x - whole.x)];
+      const std::uint32_t rest = 255 - (over >> 24U);
+      std::uint8_t* const below = buffer.row(y - area.y) + static_cast<std::size_t>(x - area.x) * 4;
+      for (unsigned channel = 0; channel < 4; ++channel) {
+        const std::uint32_t under = below[channel] * rest;
+        below[channel] =
+            static_cast<std::uint8_t>(((over >> (8 * channel)) & 0xFFU) + (under + 127) / 255);
+      }
+    }
+  }
+  return {};
 }
 
 /// Makes what lies outside the window's shape transparent; true when there was such a part.
@@ -163,7 +196,8 @@ bool isStopped(std::int64_t process) {
 }
 
 Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow,
-                         const std::vector<WindowID>& keptOwn, PixelRect& frame) {
+                         const std::vector<WindowID>& keptOwn, bool showsPointer,
+                         PixelRect& frame) {
   const Failure gone{FailureKind::notFound, "the window is no longer there"};
   if (wantedID > UINT32_MAX) return std::unexpected(gone);
   const auto id = static_cast<xcb_window_t>(wantedID);
@@ -175,10 +209,10 @@ Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow
   });
   if (!place || found == windows.end()) return std::unexpected(gone);
   if (!found->isViewable || !place->isViewable) {
-    return failed(FailureKind::notFound, "the window is minimised or on another workspace");
+    return failed(FailureKind::busy, "the window is minimised or on another workspace");
   }
   if (topLevelsToHide(session, windows, keptOwn).contains(*top)) {
-    return failed(FailureKind::notFound, "the window is one of Vantorel's own");
+    return failed(FailureKind::other, "the window is one of Vantorel's own");
   }
   const PixelRect wanted = place->drawsShadow && withShadow ? place->content : place->frame;
   frame = intersection(wanted, found->outer);
@@ -196,7 +230,7 @@ Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow
   if (isWhole || !session.hasComposite()) {
     if (!isWhole) {
       return failed(FailureKind::unsupported,
-                    "This display server cannot show a window that others cover.");
+                    "this display server cannot show a window that others cover");
     }
     const XServerGrab atOnce(c);
     done = session.pixels().read(
@@ -217,6 +251,7 @@ Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow
   }
   if (!done) return std::unexpected(std::move(done).error());
   const bool hasHoles = cutToShape(session, *found, crop, buffer);
+  if (showsPointer) VT_TRY(paintPointer(session, frame, buffer));
   return std::move(buffer).finish(found->depth == 32 || hasHoles ? PixelFormat::bgraPremultiplied
                                                                  : PixelFormat::bgrx);
 }
@@ -231,7 +266,7 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (const auto* window = std::get_if<WindowTarget>(&request.target)) {
     PixelRect frame;
     picture.image = VT_TRY(grabWindow(session, window->windowID, request.windowShadow,
-                                      request.keptOwnWindowIDs, frame));
+                                      request.keptOwnWindowIDs, request.showsPointer, frame));
     std::vector<DisplaySnapshot> displays;
     for (const XMonitor& monitor : monitors) displays.push_back(monitor.display);
     const PointRect onDesktop{frame.x / picture.scale, frame.y / picture.scale,
@@ -244,14 +279,15 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (std::holds_alternative<AllDisplaysTarget>(request.target)) {
     const PixelRect root{0, 0, session.screen().width_in_pixels, session.screen().height_in_pixels};
     const PixelRect area = intersection(desktopOf(monitors), root);
-    picture.image = VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs));
+    picture.image = VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs,
+                                    request.showsPointer));
     return picture;
   }
   const auto* whole = std::get_if<DisplayTarget>(&request.target);
   const auto* region = std::get_if<RegionTarget>(&request.target);
   if (whole == nullptr && region == nullptr) {
     return failed(FailureKind::unsupported,
-                  "This desktop has no dialog of its own to choose what to capture.");
+                  "this desktop has no dialog of its own to choose what to capture");
   }
   const XMonitor* monitor =
       findMonitor(monitors, whole != nullptr ? whole->displayID : region->displayID);
@@ -268,7 +304,8 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (area.isEmpty()) {
     return failed(FailureKind::notFound, "the area lies outside the display");
   }
-  picture.image = VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs));
+  picture.image = VT_TRY(
+      grabArea(session, area, monitors, request.keptOwnWindowIDs, request.showsPointer));
   return picture;
 }
 

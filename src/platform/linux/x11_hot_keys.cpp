@@ -1,9 +1,5 @@
 #include "platform/linux/x11_hot_keys.hpp"
 
-#include <cerrno>
-#include <chrono>
-#include <future>
-
 #include "platform/linux/x11_key_grabs.hpp"
 #include "platform/linux/x11_worker.hpp"
 
@@ -14,6 +10,7 @@ struct X11HotKeys::Shared {
   struct Actions {
     std::function<void()> onFire;
     std::function<void()> onRelease;
+    std::function<void(State)> onState;
   };
 
   std::shared_ptr<TaskRunner> main;
@@ -26,6 +23,12 @@ struct X11HotKeys::Shared {
     if (found == actions.end()) return;
     // A copy: the action may give the registration up.
     if (const auto action = found->second.*which) action();
+  }
+
+  void state(std::uint64_t id, const State& state) {
+    const auto found = actions.find(id);
+    if (found == actions.end()) return;
+    if (const auto onState = found->second.onState) onState(state);
   }
 };
 
@@ -58,8 +61,13 @@ X11HotKeys::X11HotKeys(const std::string& display, const std::shared_ptr<TaskRun
       });
     };
   };
-  const X11KeyGrabs::Listener listener{tell(&Shared::Actions::onFire),
-                                       tell(&Shared::Actions::onRelease)};
+  const X11KeyGrabs::Listener listener{
+      tell(&Shared::Actions::onFire), tell(&Shared::Actions::onRelease),
+      [main, weak = std::weak_ptr<Shared>(shared_)](std::uint64_t id, State state) {
+        main->post([weak, id, state] {
+          if (const auto shared = weak.lock()) shared->state(id, state);
+        });
+      }};
   shared_->worker = std::make_unique<X11Worker>(
       display,
       [listener](xcb_connection_t* connection, int screen) -> Result<std::unique_ptr<X11Client>> {
@@ -72,24 +80,21 @@ X11HotKeys::~X11HotKeys() {
   shared_->worker.reset();
 }
 
-Result<std::unique_ptr<HotKeyRegistration>, HotKeyError> X11HotKeys::registerKey(
-    const HotKeySpec& spec, std::function<void()> onFire, std::function<void()> onRelease) {
+std::unique_ptr<HotKeyRegistration> X11HotKeys::registerKey(const HotKeySpec& spec,
+                                                            std::function<void()> onFire,
+                                                            std::function<void()> onRelease,
+                                                            std::function<void(State)> onState) {
   const std::uint64_t id = ++shared_->lastID;
-  std::promise<Result<void, HotKeyError>> promise;
-  auto answer = promise.get_future();
-  shared_->worker->post(
-      [id, spec, promise = std::move(promise)](Result<X11Client*> client) mutable {
-        promise.set_value(client ? static_cast<X11KeyGrabs&>(**client).grab(id, spec)
-                                 : std::unexpected(HotKeyError{}));
-      });
-  // Destroyed without being kept, it gives a late success back.
-  auto registration = std::make_unique<Registration>(shared_, id);
-  if (answer.wait_for(std::chrono::seconds(1)) != std::future_status::ready) {
-    return std::unexpected(HotKeyError{HotKeyErrorCase::registrationFailed, ETIMEDOUT});
-  }
-  if (auto done = answer.get(); !done) return std::unexpected(done.error());
-  shared_->actions[id] = {std::move(onFire), std::move(onRelease)};
-  return registration;
+  shared_->actions[id] = {std::move(onFire), std::move(onRelease), std::move(onState)};
+  shared_->worker->post([id, spec, main = shared_->main,
+                         weak = std::weak_ptr(shared_)](const Result<X11Client*>& client) {
+    const State state = client ? static_cast<X11KeyGrabs&>(**client).grab(id, spec)
+                               : State(std::unexpected(HotKeyError{}));
+    main->post([weak, id, state] {
+      if (const auto shared = weak.lock()) shared->state(id, state);
+    });
+  });
+  return std::make_unique<Registration>(shared_, id);
 }
 
 }  // namespace vantorel

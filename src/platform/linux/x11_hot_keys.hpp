@@ -10,9 +10,8 @@
 namespace vantorel {
 
 /// Hot keys of an X11 desktop, on a connection and thread of their own. The keys stay registered
-/// when the keyboard layout changes. A failure's `status` is the X error: 10 (BadAccess) when
-/// another program has the key, 2 (BadValue) when the keyboard has no such key, 110 (ETIMEDOUT)
-/// when the server did not answer within a second, 0 when there is none.
+/// when the keyboard layout changes. A failure's `status` is the X error, 0 when there is no
+/// server.
 class X11HotKeys final : public HotKeys {
  public:
   /// Connects at the first registration.
@@ -20,9 +19,9 @@ class X11HotKeys final : public HotKeys {
   ~X11HotKeys() override;
 
   [[nodiscard]] bool areAvailable() const override { return true; }
-  [[nodiscard]] Result<std::unique_ptr<HotKeyRegistration>, HotKeyError> registerKey(
-      const HotKeySpec& spec, std::function<void()> onFire,
-      std::function<void()> onRelease) override;
+  [[nodiscard]] std::unique_ptr<HotKeyRegistration> registerKey(
+      const HotKeySpec& spec, std::function<void()> onFire, std::function<void()> onRelease,
+      std::function<void(State)> onState) override;
 
  private:
   struct Shared;

@@ -8,14 +8,13 @@
 
 #include <algorithm>
 
-#include "base/log.hpp"
 #include "platform/linux/x11_call.hpp"
 
 namespace vantorel {
 namespace {
 
 constexpr std::uint16_t allModifiers = 0xFF;
-constexpr std::int32_t badValue = 2;
+constexpr std::int32_t badAccess = 10;
 
 }  // namespace
 
@@ -120,7 +119,7 @@ X11KeyGrabs::Chords X11KeyGrabs::chordsOf(const HotKeySpec& spec) const {
 
 Result<void, HotKeyError> X11KeyGrabs::take(const Chords& chords) {
   if (chords.codes.empty()) {
-    return std::unexpected(HotKeyError{HotKeyErrorCase::registrationFailed, badValue});
+    return std::unexpected(HotKeyError{.why = HotKeyObstacle::noSuchKey});
   }
   std::vector<xcb_void_cookie_t> asked;
   for (const xcb_keycode_t code : chords.codes) {
@@ -136,7 +135,9 @@ Result<void, HotKeyError> X11KeyGrabs::take(const Chords& chords) {
   }
   if (status == 0) return {};
   giveBack(chords);
-  return std::unexpected(HotKeyError{HotKeyErrorCase::registrationFailed, status});
+  return std::unexpected(
+      HotKeyError{.why = status == badAccess ? HotKeyObstacle::heldElsewhere : HotKeyObstacle::none,
+                  .status = status});
 }
 
 void X11KeyGrabs::giveBack(const Chords& chords) {
@@ -151,7 +152,7 @@ void X11KeyGrabs::giveBack(const Chords& chords) {
 Result<void, HotKeyError> X11KeyGrabs::grab(std::uint64_t id, const HotKeySpec& spec) {
   for (const auto& [other, grab] : grabs_) {
     if (grab.spec == spec) {
-      return std::unexpected(HotKeyError{HotKeyErrorCase::alreadyRegistered, 0});
+      return std::unexpected(HotKeyError{.what = HotKeyErrorCase::alreadyRegistered});
     }
   }
   Chords chords = chordsOf(spec);
@@ -198,21 +199,17 @@ void X11KeyGrabs::eventsHandled() {
   readKeyboard();
   // Another keyboard being used counts as a change too: what stays the same is never let go. The
   // others all first, for two keys may have changed places.
-  std::vector<Grab*> moved;
+  std::vector<std::pair<std::uint64_t, Grab*>> moved;
   for (auto& [id, grab] : grabs_) {
     if (chordsOf(grab.spec) == grab.chords) continue;
     giveBack(grab.chords);
-    moved.push_back(&grab);
+    moved.emplace_back(id, &grab);
   }
-  for (Grab* grab : moved) {
+  for (const auto& [id, grab] : moved) {
     grab->chords = chordsOf(grab->spec);
     const auto taken = take(grab->chords);
-    if (taken) continue;
-    grab->chords = {};
-    logWarning("HotKey",
-               "after a change of the keyboard layout the key {} with the modifiers {} is no "
-               "longer ours: X error {}",
-               grab->spec.keyCode, grab->spec.carbonModifiers, taken.error().status);
+    if (!taken) grab->chords = {};
+    listener_.stateChanged(id, taken);
   }
 }
 

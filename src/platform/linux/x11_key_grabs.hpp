@@ -21,6 +21,9 @@ class X11KeyGrabs final : public X11Client {
   struct Listener {
     std::function<void(std::uint64_t id)> pressed;
     std::function<void(std::uint64_t id)> released;
+
+    /// After the keyboard has changed, with whether the key is still ours.
+    std::function<void(std::uint64_t id, HotKeys::State)> stateChanged;
   };
 
   X11KeyGrabs(xcb_connection_t* connection, int screenNumber, Listener listener);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/autostart.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Starts with the session by a desktop entry in the user's autostart folder
+/// (specifications.freedesktop.org/autostart-spec).
+class AutostartEntry final : public Autostart {
+ public:
+  /// `entry` is the file, "~/.config/autostart/NAME.desktop"; `command` the program with its
+  /// arguments.
+  AutostartEntry(Files& files, std::filesystem::path entry, std::vector<std::string> command)
+      : files_(files), entry_(std::move(entry)), command_(std::move(command)) {}
+
+  /// False too when the user has switched it off with a tool of his desktop.
+  [[nodiscard]] bool isOn() const override;
+  [[nodiscard]] Result<void> set(bool on) override;
+
+ private:
+  Files& files_;
+  std::filesystem::path entry_;
+  std::vector<std::string> command_;
+};
+
+}  // namespace vantorel
