@@ -620,9 +620,10 @@ void HistoryDeletion::finishUndo(const std::shared_ptr<Undoing>& state, const Re
 }
 
 void HistoryDeletion::forget(const std::vector<std::string>& ids,
-                             std::move_only_function<void(Result<std::size_t>)> done) {
-  enqueue([this, ids, done = std::move(done)]() mutable {
-    auto state = std::make_shared<Forgetting>(Forgetting{ids, {}, {}, std::move(done)});
+                             std::move_only_function<void(Result<std::size_t>)> done,
+                             Originals originals) {
+  enqueue([this, ids, originals, done = std::move(done)]() mutable {
+    auto state = std::make_shared<Forgetting>(Forgetting{ids, {}, {}, std::move(done), originals});
     if (const auto refusal = services_.store.indexRefusal()) {
       services_.main->post(alive_.guard([this, state, reason = *refusal] {
         end([&] { state->done(failed(FailureKind::denied, reason)); });
@@ -652,7 +653,8 @@ void HistoryDeletion::noteSurplus(const std::shared_ptr<Forgetting>& state) {
           const auto& original = one.entry->originalPath;
           if (original && !one.keepsOriginal &&
               (isInside(*original, paths.redactedOriginals()) ||
-               isInside(*original, paths.originals()))) {
+               (state->originals == Originals::discarded &&
+                isInside(*original, paths.originals())))) {
             state->journal.surplus.push_back(*original);
           }
         }

@@ -242,13 +242,14 @@ void HistoryFolderMonitor::forget(const std::string& name, const EntryList& gone
     }
   }
   keepDeparted(std::move(departing));
-  services_.deletion.forget(going, [name](const Result<std::size_t>& count) {
+  const auto told = [name](const Result<std::size_t>& count) {
     if (count) {
       logInfo(category, "{} capture(s) went from {} and were removed from History", *count, name);
     } else {
       logWarning(category, "the index could not be written: {}", count.error().reason);
     }
-  });
+  };
+  services_.deletion.forget(going, told, HistoryDeletion::Originals::kept);
 }
 
 // Their folders go on being watched.
