@@ -88,8 +88,8 @@ class HistoryDeletion {
 
   /// Takes the entries out of the library and leaves their files where they are. An original that
   /// only the library knew goes to the Trash. Those that somebody has stay. Answers how many went.
-  /// With `kept`, originals of changed captures stay for files that may come back; what Smart Redact
-  /// put aside goes all the same.
+  /// With `kept`, originals of changed captures stay for files that may come back; what Smart
+  /// Redact put aside goes all the same.
   enum class Originals { discarded, kept };
   void forget(const std::vector<std::string>& ids,
               std::move_only_function<void(Result<std::size_t>)> done,

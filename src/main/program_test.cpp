@@ -167,7 +167,8 @@ TEST(ProgramTest, AnnotationsAreStoredPrintedAndDrawnAndNonsenseChangesNothing) 
              {{"render", "latest", "--output", path}, "A capture of the library"},
              {{"render", "./none.png", "--output", "x.png"}, "couldn't be read as an image"},
              {{"render", "picture.png", "--output", "x.png"}, "couldn't be read as an image"},
-             {{"render", "drawn.png", "--output", "../papers/drawn.png"}, "over a file it is made from"},
+             {{"render", "drawn.png", "--output", "../papers/drawn.png"},
+              "over a file it is made from"},
          }) {
       const ChildOutcome refused = run(words);
       EXPECT_EQ(refused.status, 1) << refused.out;

@@ -58,8 +58,8 @@ void blankUnseen(const PixelRect& area, const std::vector<XMonitor>& monitors,
 Result<void> paintPointer(X11Session& session, const PixelRect& area, PixelBuffer& buffer);
 
 Result<Image> grabArea(X11Session& session, const PixelRect& area,
-                       const std::vector<XMonitor>& monitors,
-                       const std::vector<WindowID>& keptOwn, bool showsPointer) {
+                       const std::vector<XMonitor>& monitors, const std::vector<WindowID>& keptOwn,
+                       bool showsPointer) {
   const auto windows = VT_TRY(session.topLevels());
   const auto toHide = topLevelsToHide(session, windows, keptOwn);
   std::vector<XTopLevel> shown;
@@ -279,8 +279,8 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (std::holds_alternative<AllDisplaysTarget>(request.target)) {
     const PixelRect root{0, 0, session.screen().width_in_pixels, session.screen().height_in_pixels};
     const PixelRect area = intersection(desktopOf(monitors), root);
-    picture.image = VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs,
-                                    request.showsPointer));
+    picture.image =
+        VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs, request.showsPointer));
     return picture;
   }
   const auto* whole = std::get_if<DisplayTarget>(&request.target);
@@ -304,8 +304,8 @@ Result<GrabbedPicture> grabFromScreen(X11Session& session, const GrabRequest& re
   if (area.isEmpty()) {
     return failed(FailureKind::notFound, "the area lies outside the display");
   }
-  picture.image = VT_TRY(
-      grabArea(session, area, monitors, request.keptOwnWindowIDs, request.showsPointer));
+  picture.image =
+      VT_TRY(grabArea(session, area, monitors, request.keptOwnWindowIDs, request.showsPointer));
   return picture;
 }
 
