@@ -48,6 +48,10 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
   kept.inputs = {basePath};
   if (drawing.document) kept.inputs.push_back(*drawing.document);
   auto base = readPictureFile(basePath, 0, files, codec);
+  if (!base && !entry) {
+    return std::unexpected(
+        fmt::format("Couldn't read {} as an image: {}.", basePath.string(), base.error().reason));
+  }
   if (!base) return unreadable(basePath, base.error());
   EditorDocument document;
   if (drawing.document) {

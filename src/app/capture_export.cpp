@@ -2,9 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <utility>
+
+#include "app/output_guard.hpp"
 
 namespace vantorel {
 namespace {
@@ -21,9 +21,19 @@ Result<std::string> pictureOf(const ScreenshotEntry& entry, ExportFormat format,
       {.format = format, .quality = quality, .pixelsPerPoint = entry.captureScale.value_or(1)});
 }
 
-bool isBelow(const Path& path, const Path& folder) {
-  const auto [inFolder, inPath] = std::ranges::mismatch(folder, path);
-  return inFolder == folder.end();
+std::expected<void, std::string> writeTo(Files& files, const Path& output, std::string_view bytes,
+                                         const ProtectedFiles& kept) {
+  if (auto refused = outputRefusal(files, output, kept)) {
+    return std::unexpected(*std::move(refused));
+  }
+  // A link goes on being one.
+  const Result<Path> file = files.resolved(output);
+  if (const auto written = files.replace(file ? *file : output, bytes, Privacy::byUmask);
+      !written) {
+    return std::unexpected(
+        fmt::format("Couldn't write {}: {}.", output.string(), written.error().reason));
+  }
+  return {};
 }
 
 }  // namespace
@@ -45,29 +55,16 @@ void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<st
 
 void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const Path& output,
                           Done<void> done) {
-  std::error_code ignored;
-  const Path real = std::filesystem::weakly_canonical(output, ignored);
-  const Path& path = real.empty() ? output : real;
-  if (services_->store->findByPath(path.string()) ||
-      isBelow(path, services_->store->paths().data)) {
-    return done(std::unexpected(
-        fmt::format("Couldn't write {}: it belongs to the library.", output.string())));
-  }
   read(entry, format,
-       alive_.guard([this, output = path, done](std::expected<std::string, std::string> bytes) {
+       alive_.guard([this, output, done](std::expected<std::string, std::string> bytes) {
          if (!bytes) return done(std::unexpected(std::move(bytes.error())));
+         const HistoryStore& store = *services_->store;
          services_->work->post([bytes = std::move(*bytes), output, services = services_,
+                                kept = ProtectedFiles{.entries = store.entries(),
+                                                      .paths = store.paths(),
+                                                      .originals = store.paths().originals()},
                                 landed = alive_.guard(done)]() mutable {
-           const auto there = services->files->status(output);
-           const bool isOther = there && there->type != FileType::regular;
-           const Result<void> written =
-               isOther ? failed(FailureKind::exists, "it is not a regular file")
-                       : services->files->replace(output, bytes, Privacy::byUmask);
-           std::expected<void, std::string> answer;
-           if (!written) {
-             answer = std::unexpected(
-                 fmt::format("Couldn't write {}: {}.", output.string(), written.error().reason));
-           }
+           auto answer = writeTo(*services->files, output, bytes, kept);
            services->main->post([answer = std::move(answer), landed = std::move(landed)]() mutable {
              landed(std::move(answer));
            });
