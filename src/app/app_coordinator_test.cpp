@@ -347,6 +347,26 @@ TEST_F(AppCoordinatorTest, SweepsThatOverlapAreAllAnsweredAndFileAllOnce) {
   EXPECT_THAT(stagedNames(), IsEmpty());
 }
 
+TEST_F(AppCoordinatorTest, ACaptureThatAnotherProcessFilesFirstIsSavedOnce) {
+  Session waiting(world);
+  waiting.library->open();
+  waiting.begin({.kind = Kind::display});
+  EXPECT_EQ(waiting.words(0), "(no answer)");
+  ASSERT_EQ(stagedNames().size(), 1U);
+  run->runners.setNow(waiting.runners.now() + 1);
+  int filed = 0;
+  run->app->recoverStagedCaptures([&](int count) { filed = count; });
+  run->runners.run();
+  EXPECT_EQ(filed, 1);
+  const std::string path = run->store->entries().at(0)->path;
+  run.reset();
+  waiting.runners.advance(2s);
+  EXPECT_EQ(waiting.words(0), "saved " + path);
+  EXPECT_EQ(waiting.store->entries().size(), 1U);
+  EXPECT_EQ(world.files.names("/pictures").size(), 1U);
+  EXPECT_THAT(stagedNames(), IsEmpty());
+}
+
 TEST_F(AppCoordinatorTest, SecondCommandIsRefusedAndQuittingTurnsAllAway) {
   run->screen.isSilent = true;
   run->begin({.kind = Kind::display});

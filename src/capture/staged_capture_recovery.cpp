@@ -28,8 +28,7 @@ void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> 
 
 void StagedCaptureRecovery::begin() {
   filed_ = 0;
-  services_.work->post([stagedBefore = sweeps_.front().stagedBefore, staging = services_.staging,
-                        main = services_.main,
+  services_.work->post([staging = services_.staging, main = services_.main,
                         found = alive_.guard([this](Result<std::vector<StagedCapture>>& staged) {
                           if (!staged) {
                             logError("Staging", "the staging folder could not be read: {}",
@@ -46,7 +45,7 @@ void StagedCaptureRecovery::begin() {
                           }
                           next();
                         })]() mutable {
-    staging->removeLeftovers(stagedBefore);
+    staging->removeLeftovers();
     auto staged = staging->staged();
     main->post([staged = std::move(staged), found = std::move(found)]() mutable { found(staged); });
   });

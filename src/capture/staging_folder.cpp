@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <set>
 
 #include "base/log.hpp"
 
@@ -15,6 +16,7 @@ constexpr std::string_view prefix = "vantorel-";
 constexpr std::string_view extension = ".png";
 constexpr std::string_view temporarySuffix = ".partial";
 constexpr std::string_view recordSuffix = ".json";
+constexpr std::string_view lockSuffix = ".lock";
 constexpr std::uint64_t recordLimit = std::uint64_t{64} * 1024;
 
 Path withSuffix(Path path, std::string_view suffix) {
@@ -46,51 +48,62 @@ bool mayBeOfThisRun(double capturedAt, double begun) {
 StagingFolder::StagingFolder(std::shared_ptr<Files> files, Path folder)
     : files_(std::move(files)), folder_(std::move(folder)) {}
 
+Path StagingFolder::pathAt(std::int64_t milliseconds) const {
+  return folder_ / fmt::format("{}{}{}", prefix, milliseconds, extension);
+}
+
+/// Takes everything of this name, for as long as this process lives at most. Nobody can be told
+/// from anybody else where the file system keeps no locks.
+Result<std::unique_ptr<FileLock>> StagingFolder::lock(const Path& path) {
+  return files_->lock(withSuffix(path, lockSuffix));
+}
+
 Result<StagedCapture> StagingFolder::stage(std::string_view png, double capturedAt,
                                            StagedCaptureRecord record) {
   VT_TRY(files_->makeFolder(folder_, Privacy::ownerOnly));
-  auto milliseconds = static_cast<std::int64_t>(std::floor(capturedAt * 1000));
-  const auto nameAt = [&] {
-    return folder_ / fmt::format("{}{}{}", prefix, milliseconds, extension);
-  };
+  const std::string recordText = json::toText(record);
+  for (auto milliseconds = static_cast<std::int64_t>(std::floor(capturedAt * 1000));;
+       ++milliseconds) {
+    const Path path = pathAt(milliseconds);
+    const auto held = lock(path);
+    if (!held && held.error().kind == FailureKind::busy) continue;
+    if (!held && held.error().kind != FailureKind::unsupported) {
+      return std::unexpected(held.error());
+    }
+    const auto put = stageAs(path, png, recordText);
+    if (held) removeSpare(withSuffix(path, lockSuffix));
+    if (put)
+      return StagedCapture{path, static_cast<double>(milliseconds) / 1000, std::move(record)};
+    if (put.error().kind != FailureKind::exists) return std::unexpected(put.error());
+  }
+}
+
+Result<void> StagingFolder::stageAs(const Path& path, std::string_view png,
+                                    std::string_view record) {
+  if (files_->status(path)) return failed(FailureKind::exists, "the name is taken");
   // The folder is closed to others; the file keeps the user's usual mode, for filing may give this
   // very file its final name.
-  Path temporary = withSuffix(nameAt(), temporarySuffix);
-  for (;;) {
-    const auto created = files_->create(temporary, png, Privacy::byUmask, Durability::flushed);
-    if (created) break;
-    if (created.error().kind != FailureKind::exists) return std::unexpected(created.error());
-    ++milliseconds;
-    temporary = withSuffix(nameAt(), temporarySuffix);
-  }
-  const auto abandon = [&](const Failure& failure) -> Result<StagedCapture> {
-    if (const auto removed = files_->remove(temporary); !removed) {
-      logWarning("Staging", "{} could not be removed: {}", temporary.string(),
-                 removed.error().reason);
+  const Path temporary = withSuffix(path, temporarySuffix);
+  VT_TRY(files_->create(temporary, png, Privacy::byUmask, Durability::flushed));
+  const auto publish = [&]() -> Result<void> {
+    auto put = files_->setAttribute(temporary, StagedCaptureRecord::attributeName, record);
+    // Before the picture gets its name: a picture without a record would never be found again.
+    if (!put && put.error().kind == FailureKind::unsupported) {
+      put = files_->create(recordFile(path), record, Privacy::ownerOnly, Durability::flushed);
     }
-    return std::unexpected(failure);
+    VT_TRY(std::move(put));
+    return files_->moveNew(temporary, path);
   };
-  bool recordInFile = false;
-  if (const auto put =
-          files_->setAttribute(temporary, StagedCaptureRecord::attributeName, json::toText(record));
-      !put) {
-    if (put.error().kind != FailureKind::unsupported) return abandon(put.error());
-    recordInFile = true;
-  }
-  for (;; ++milliseconds) {
-    const Path path = nameAt();
-    if (recordInFile) {
-      // Before the picture gets its name: a picture without a record would never be found again.
-      const auto put = files_->create(recordFile(path), json::toText(record), Privacy::ownerOnly,
-                                      Durability::flushed);
-      if (!put && put.error().kind == FailureKind::exists) continue;
-      if (!put) return abandon(put.error());
-    }
-    const auto moved = files_->moveNew(temporary, path);
-    if (moved) {
-      return StagedCapture{path, static_cast<double>(milliseconds) / 1000, std::move(record)};
-    }
-    if (moved.error().kind != FailureKind::exists) return abandon(moved.error());
+  auto published = publish();
+  if (!published) removeSpare(temporary);
+  return published;
+}
+
+void StagingFolder::removeSpare(const Path& path) {
+  if (const auto removed = files_->remove(path);
+      !removed && removed.error().kind != FailureKind::notFound) {
+    logWarning("Staging", "{} could not be removed: {}", path.filename().string(),
+               removed.error().reason);
   }
 }
 
@@ -163,23 +176,27 @@ Result<void> StagingFolder::discard(const StagedCapture& staged) {
   return {};
 }
 
-void StagingFolder::removeLeftovers(double stagedBefore) {
+void StagingFolder::removeLeftovers() {
   const auto items = files_->list(folder_);
   if (!items) return;
+  std::set<std::int64_t> left;
   for (const FolderItem& item : *items) {
     std::string_view name = item.name;
-    const bool isTemporary = name.ends_with(temporarySuffix);
-    const bool isRecord = !isTemporary && name.ends_with(recordSuffix);
-    if (!isTemporary && !isRecord) continue;
-    name.remove_suffix(isTemporary ? temporarySuffix.size() : recordSuffix.size());
-    const auto milliseconds = millisecondsIn(name);
-    if (!milliseconds || mayBeOfThisRun(static_cast<double>(*milliseconds) / 1000, stagedBefore)) {
-      continue;
+    for (const std::string_view suffix : {temporarySuffix, recordSuffix, lockSuffix}) {
+      if (!name.ends_with(suffix)) continue;
+      name.remove_suffix(suffix.size());
+      if (const auto milliseconds = millisecondsIn(name)) left.insert(*milliseconds);
+      break;
     }
-    if (isRecord && files_->status(folder_ / name)) continue;
-    if (const auto removed = files_->remove(folder_ / item.name); !removed) {
-      logWarning("Staging", "{} could not be removed: {}", item.name, removed.error().reason);
-    }
+  }
+  for (const std::int64_t milliseconds : left) {
+    const Path path = pathAt(milliseconds);
+    // Whoever is staging it has it; a process that has ended has nothing.
+    const auto held = lock(path);
+    if (!held) continue;
+    removeSpare(withSuffix(path, temporarySuffix));
+    if (!files_->status(path)) removeSpare(recordFile(path));
+    removeSpare(withSuffix(path, lockSuffix));
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,7 +26,8 @@ struct StagedCapture {
 /// attribute, or in a file of the same name plus ".json" where the file system keeps none.
 ///
 /// A file is made under a temporary name and gets its final one, "vantorel-<milliseconds>.png",
-/// when it is complete with its record. Blocks; any runner that may wait for the disk.
+/// when it is complete with its record. Meanwhile its maker holds a lock of that name, which tells
+/// what is being made from what was left. Blocks; any runner that may wait for the disk.
 class StagingFolder {
  public:
   StagingFolder(std::shared_ptr<Files> files, Path folder);
@@ -50,11 +52,16 @@ class StagingFolder {
   /// Removes the staged file and its record.
   [[nodiscard]] Result<void> discard(const StagedCapture& staged);
 
-  /// Removes temporaries and records without a picture that a run left which was killed while
-  /// staging, as far as they were begun before `stagedBefore`.
-  void removeLeftovers(double stagedBefore);
+  /// Removes temporaries and records without a picture that processes left which ended while
+  /// staging. What belongs to one that lives stays.
+  void removeLeftovers();
 
  private:
+  [[nodiscard]] Path pathAt(std::int64_t milliseconds) const;
+  [[nodiscard]] Result<std::unique_ptr<FileLock>> lock(const Path& path);
+  [[nodiscard]] Result<void> stageAs(const Path& path, std::string_view png,
+                                     std::string_view record);
+  void removeSpare(const Path& path);
   [[nodiscard]] Result<void> putRecord(const Path& path, const StagedCaptureRecord& record);
   [[nodiscard]] Result<StagedCaptureRecord> record(const Path& path) const;
 

@@ -506,6 +506,13 @@ Result<std::unique_ptr<FileLock>> LinuxFiles::lock(const Path& path) {
     if (errno == ENOLCK) return systemFailure(EOPNOTSUPP);
     return lastSystemFailure();
   }
+  // Its last holder may have removed it meanwhile: then it stands for nothing any more.
+  struct stat ours{};
+  struct stat named{};
+  VT_TRY(answer(::fstat(file.number(), &ours)));
+  const int found = ::lstat(path.c_str(), &named);
+  if (found == -1 && errno != ENOENT) return lastSystemFailure();
+  if (found == -1 || named.st_ino != ours.st_ino || named.st_dev != ours.st_dev) return lock(path);
   // For those who wait.
   const std::string pid = std::to_string(::getpid());
   if (::ftruncate(file.number(), 0) == 0) (void)!::pwrite(file.number(), pid.data(), pid.size(), 0);
