@@ -261,15 +261,15 @@ while counts["kills"] < kills:
         counts["tray kills"] += tray is not None
         story.append("kill the tray" if tray else "kill")
     victim.send_signal(signal.SIGKILL)
-    killed = time.time()
     for action in actions:
         action.finish()
     if tray:
         output(tray)
     ids = check()
-    # What a kill cut short can be undone like anything else.
+    # A deletion that a kill cut short and that was carried on can be undone like any other.
     for action in actions:
-        if action.kind == "trash" and action.id not in ids and not tray and time.time() - killed < 4:
+        if (action.kind == "trash" and action.process.returncode == -signal.SIGKILL
+                and action.id not in ids):
             code, out, err = output(start("library", "undo"))
             story.append(f"undo after a kill: {code} {out.strip()[:60]} {err.strip()[:200]}")
             ids = check()

@@ -197,14 +197,13 @@ void HistoryDeletion::recoverNow(std::move_only_function<void()> done) {
         std::vector<std::string> ids;
         for (const RemovedEntry& removed : found.removed) ids.push_back(removed.entry->id);
         services_.store.removeEntries(ids);
-        if (!found.removed.empty() && found.journal.offersUndo) {
-          offerRemoved(found, ids);
-        }
+        std::optional<PendingUndo> offered;
+        if (offerRemoved(found)) offered = found.pending;
         // The undo first: once the index is on disk nothing else knows the entries.
         onWork<Result<void>>(
-            [&files = services_.files, paths = services_.store.paths(), pending = found.pending,
-             isNew = !ids.empty() && found.journal.offersUndo]() -> Result<void> {
-              return isNew ? writePendingUndo(files, paths, *pending) : Result<void>{};
+            [&files = services_.files, paths = services_.store.paths(),
+             pending = std::move(offered)]() -> Result<void> {
+              return pending ? writePendingUndo(files, paths, *pending) : Result<void>{};
             },
             [this, found = std::move(found), done = std::move(done)](Result<void> kept) mutable {
               if (!kept) logWarning(category, "the undo was not kept: {}", kept.error().reason);
@@ -217,17 +216,27 @@ void HistoryDeletion::recoverNow(std::move_only_function<void()> done) {
       });
 }
 
-/// Makes the pending undo that of the deletion that was cut short.
-void HistoryDeletion::offerRemoved(Found& found, const std::vector<std::string>& ids) const {
-  const std::set<std::string_view> removed(ids.begin(), ids.end());
+/// Makes the pending undo that of the deletion that was cut short, with its whole window: nobody
+/// was told of it. Answers whether there is one.
+bool HistoryDeletion::offerRemoved(Found& found) const {
+  if (!found.journal.offersUndo) return false;
+  std::set<std::string_view> named;
+  for (const DeletionJournal::Item& item : found.journal.items) named.insert(item.id);
+  std::set<std::string_view> removed;
+  for (const RemovedEntry& item : found.removed) removed.insert(item.entry->id);
   std::vector<RemovedEntry> items = std::move(found.removed);
-  const auto isRemoved = [&](const RemovedEntry& item) { return removed.contains(item.entry->id); };
+  const auto isOf = [](const auto& ids) {
+    return [&ids](const RemovedEntry& item) { return ids.contains(item.entry->id); };
+  };
   if (found.pending && !found.pending->isBegun &&
-      std::ranges::any_of(found.pending->batch.items, isRemoved)) {
+      std::ranges::any_of(found.pending->batch.items, isOf(named))) {
     // The index had lost some of it already.
-    std::ranges::remove_copy_if(found.pending->batch.items, std::back_inserter(items), isRemoved);
+    std::ranges::remove_copy_if(found.pending->batch.items, std::back_inserter(items),
+                                isOf(removed));
   }
+  if (items.empty()) return false;
   found.pending = {{std::move(items)}, services_.clock.now() + undoSeconds, false};
+  return true;
 }
 
 HistoryDeletion::Found HistoryDeletion::lookForUnfinished(const Files& files,

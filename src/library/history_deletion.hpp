@@ -157,7 +157,7 @@ class HistoryDeletion {
 
   [[nodiscard]] static Found lookForUnfinished(const Files& files, const LibraryPaths& paths,
                                                HistoryTrash& trash, const EntryList& entries);
-  void offerRemoved(Found& found, const std::vector<std::string>& ids) const;
+  [[nodiscard]] bool offerRemoved(Found& found) const;
   void finishRecovery(Found found, bool isSaved, std::move_only_function<void()> done);
   static void discard(Trash& trash, const std::vector<std::string>& surplus,
                       const EntryList& entries);

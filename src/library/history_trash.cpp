@@ -103,9 +103,11 @@ std::optional<RemovedEntry> HistoryTrash::resume(const TrashCandidate& candidate
   if (entry.originalPath && item.original) {
     removed.trashedOriginalURL = trash_.find(*entry.originalPath, *item.original);
   }
-  const bool isGone =
-      removed.trashedPNGURL || candidate.keepsFile || isGoneWithItsFolder(files_, entry);
-  if (!isGone || (candidate.keepsFile && !removed.trashedOriginalURL)) {
+  // A file that was on its way was nobody else's: an entry that has its path by now is of a capture
+  // that got the name.
+  const bool keepsFile = candidate.keepsFile && !item.file;
+  const bool isGone = removed.trashedPNGURL || keepsFile || isGoneWithItsFolder(files_, entry);
+  if (!isGone || (keepsFile && !removed.trashedOriginalURL)) {
     // The file stays, and what went of it comes back.
     if (removed.trashedOriginalURL) {
       (void)trash_.restore(*removed.trashedOriginalURL, *entry.originalPath);
