@@ -131,6 +131,11 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
                                                   const CaptureFileSettings& settings) {
   Encoded encoded = VT_TRY(encode(staged, std::move(image), settings));
 
+  // A process that was filing it may have ended since it was staged here.
+  if (auto record = staging_->record(staged.path)) {
+    staged.record.filedPath = std::move(record->filedPath);
+    staged.record.filedInode = std::move(record->filedInode);
+  }
   if (staged.record.filedPath && staged.record.filedInode) {
     const Path earlier = *staged.record.filedPath;
     const auto status = files_->status(earlier);

@@ -38,6 +38,9 @@ class StagingFolder {
   [[nodiscard]] Result<StagedCapture> stage(std::string_view png, double capturedAt,
                                             StagedCaptureRecord record);
 
+  /// What the staged file says of itself now.
+  [[nodiscard]] Result<StagedCaptureRecord> record(const Path& path) const;
+
   /// Writes a changed record.
   [[nodiscard]] Result<void> update(const StagedCapture& staged);
 
@@ -63,7 +66,6 @@ class StagingFolder {
                                      std::string_view record);
   void removeSpare(const Path& path);
   [[nodiscard]] Result<void> putRecord(const Path& path, const StagedCaptureRecord& record);
-  [[nodiscard]] Result<StagedCaptureRecord> record(const Path& path) const;
 
   std::shared_ptr<Files> files_;
   Path folder_;
