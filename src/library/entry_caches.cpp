@@ -88,11 +88,21 @@ void EntryCaches::add(const EntryPointer& entry) {
                      {beginning, entry.get()});
   byPath_.emplace(entry->path, entry);
   insertSorted(newestFirst_, entry);
-  for (const std::string_view id : collectionsOf(entry)) {
-    CollectionMembership& membership = members_[std::string(id)];
-    insertSorted(membership.entries, entry);
-    if (entry->starred) ++membership.starredCount;
-  }
+  for (const std::string_view id : collectionsOf(entry)) join(id, entry);
+}
+
+void EntryCaches::join(std::string_view collectionID, const EntryPointer& entry) {
+  CollectionMembership& membership = members_[std::string(collectionID)];
+  insertSorted(membership.entries, entry);
+  if (entry->starred) ++membership.starredCount;
+}
+
+void EntryCaches::leave(std::string_view collectionID, const EntryPointer& entry) {
+  const auto found = members_.find(collectionID);
+  if (found == members_.end()) return;
+  eraseSorted(found->second.entries, entry);
+  if (entry->starred) --found->second.starredCount;
+  if (found->second.entries.empty()) members_.erase(found);
 }
 
 std::vector<EntryCaches::Beginning>::iterator EntryCaches::findBeginning(
@@ -103,21 +113,18 @@ std::vector<EntryCaches::Beginning>::iterator EntryCaches::findBeginning(
   return found == range.end() ? beginnings_.end() : found;
 }
 
+EntryCaches::ByPath::iterator EntryCaches::findPath(const EntryPointer& entry) {
+  const auto [begin, end] = byPath_.equal_range(entry->path);
+  const auto found = std::ranges::find(begin, end, entry, &ByPath::value_type::second);
+  return found == end ? byPath_.end() : found;
+}
+
 void EntryCaches::remove(const EntryPointer& entry) {
   if (const auto found = findBeginning(entry); found != beginnings_.end()) beginnings_.erase(found);
   byID_.erase(entry->id);
-  const auto [begin, end] = byPath_.equal_range(entry->path);
-  const auto path =
-      std::find_if(begin, end, [&](const auto& pair) { return pair.second == entry; });
-  if (path != end) byPath_.erase(path);
+  if (const auto found = findPath(entry); found != byPath_.end()) byPath_.erase(found);
   eraseSorted(newestFirst_, entry);
-  for (const std::string_view id : collectionsOf(entry)) {
-    const auto found = members_.find(id);
-    if (found == members_.end()) continue;
-    eraseSorted(found->second.entries, entry);
-    if (entry->starred) --found->second.starredCount;
-    if (found->second.entries.empty()) members_.erase(found);
-  }
+  for (const std::string_view id : collectionsOf(entry)) leave(id, entry);
 }
 
 // As if they were added one by one: of two taken at the same moment the later one comes first.
@@ -189,13 +196,34 @@ void EntryCaches::replace(const EntryPointer& before, const EntryPointer& after)
     add(after);
     return;
   }
-  // In place, so that the order among captures of the same moment stays.
-  const auto place = findSorted(newestFirst_, before);
-  const std::size_t position = static_cast<std::size_t>(place - newestFirst_.begin());
-  remove(before);
-  add(after);
-  eraseSorted(newestFirst_, after);
-  newestFirst_.insert(newestFirst_.begin() + static_cast<std::ptrdiff_t>(position), after);
+  // In place: nothing is shifted, and the order among captures of the same moment stays.
+  if (const auto found = findBeginning(before); found != beginnings_.end()) {
+    found->entry = after.get();
+  }
+  auto byID = byID_.extract(before->id);
+  byID.key() = after->id;
+  byID.mapped() = after;
+  byID_.insert(std::move(byID));
+  auto byPath = byPath_.extract(findPath(before));
+  byPath.key() = after->path;
+  byPath.mapped() = after;
+  byPath_.insert(std::move(byPath));
+  *findSorted(newestFirst_, before) = after;
+  const auto were = collectionsOf(before);
+  const auto are = collectionsOf(after);
+  for (const std::string_view id : were) {
+    if (!are.contains(id)) {
+      leave(id, before);
+      continue;
+    }
+    CollectionMembership& membership = members_.find(id)->second;
+    *findSorted(membership.entries, before) = after;
+    if (before->starred) --membership.starredCount;
+    if (after->starred) ++membership.starredCount;
+  }
+  for (const std::string_view id : are) {
+    if (!were.contains(id)) join(id, after);
+  }
 }
 
 EntryPointer EntryCaches::byID(std::string_view id) const {

@@ -30,6 +30,9 @@ class EntryCaches {
   // Many at a time, in one pass over each list.
   void addAll(const EntryList& entries);
   void removeAll(const EntryList& entries);
+
+  /// Both have the same id. Costs a look-up, however large the library is, unless the capture time
+  /// or the collections change.
   void replace(const EntryPointer& before, const EntryPointer& after);
 
   /// Null when there is none.
@@ -58,9 +61,15 @@ class EntryCaches {
   };
   [[nodiscard]] std::vector<Beginning>::iterator findBeginning(const EntryPointer& entry);
 
+  using ByPath = std::unordered_multimap<std::string_view, EntryPointer>;
+  [[nodiscard]] ByPath::iterator findPath(const EntryPointer& entry);
+
+  void join(std::string_view collectionID, const EntryPointer& entry);
+  void leave(std::string_view collectionID, const EntryPointer& entry);
+
   std::unordered_map<std::string_view, EntryPointer> byID_;  // keys live in the entries
   std::vector<Beginning> beginnings_;                        // sorted
-  std::unordered_multimap<std::string_view, EntryPointer> byPath_;
+  ByPath byPath_;
   EntryList newestFirst_;
   std::map<std::string, CollectionMembership, std::less<>> members_;
 };
