@@ -408,11 +408,13 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
        scope = FileLookScope{.entries = services_.library->store().entries(),
                              .unreadPaths = services_.library->store().unreadPaths()},
        goOn = LibraryVerify::goingOn({running, &running->flag.stopped}, running->show),
+       learn = alive_.guard([this](const std::vector<SeenFile>& files) {
+         remember(services_.library->store(), files);
+       }),
        reply = alive_.guard([this, json, done = std::move(done)](const FileLook& look) mutable {
          if (look.wasStopped) {
            return done(nothingChanged());
          }
-         remember(services_.library->store(), look.learned);
          std::string remark = followRenamed(look.renamed);
          const std::size_t away = look.outOfReach.size();
          if (away > 0) {
@@ -428,8 +430,9 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
                             std::move(remark), std::move(done));
                    }));
        })]() mutable {
-        main->post([look = lookForFiles(*files, scope.entries, scope, goOn),
-                    reply = std::move(reply)]() mutable { reply(look); });
+        FileLook look = lookForFiles(*files, scope.entries, scope, goOn);
+        if (!look.wasStopped) postInSlices(*main, std::exchange(look.learned, {}), learn);
+        main->post([look = std::move(look), reply = std::move(reply)]() mutable { reply(look); });
       });
 }
 

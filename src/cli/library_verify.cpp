@@ -226,6 +226,9 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
   services_.work->post(
       [files = services_.files, codec = services_.codec, trash = services_.trash,
        main = services_.main, findings,
+       learn = alive_.guard([this](const std::vector<SeenFile>& files) {
+         remember(services_.library->store(), files);
+       }),
        reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
                              done = std::move(done)](Mended& mended) mutable {
          HistoryStore& store = services_.library->store();
@@ -244,9 +247,7 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
            going.push_back(entry->id);
            mended.paths.insert(entry->path);
          }
-         remember(store, findings.look.learned);
          for (const SeenFile& file : findings.look.renamed) {
-           remember(store, {file});
            if (store.findByPath(file.path.string())) mended.paths.insert(file.path.string());
          }
          // Writes the new entries as well.
@@ -272,6 +273,8 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
           if (entry) mended.entries.push_back(*std::move(entry));
         }
         mended.goneStill = goneOf(*files, findings.look.gone);
+        postInSlices(*main, findings.look.learned, learn);
+        postInSlices(*main, findings.look.renamed, learn);
         main->post(
             [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
       });

@@ -1,20 +1,13 @@
 #include "library/history_reachability.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace vantorel {
 namespace {
 
 constexpr std::size_t sliceSize = 500;
-
-std::vector<std::vector<SeenFile>> slicesOf(std::vector<SeenFile> files) {
-  std::vector<std::vector<SeenFile>> slices;
-  for (std::size_t at = 0; at < files.size(); ++at) {
-    if (at % sliceSize == 0) slices.emplace_back();
-    slices.back().push_back(std::move(files[at]));
-  }
-  return slices;
-}
 
 }  // namespace
 
@@ -47,10 +40,7 @@ void HistoryReachability::look(const std::set<std::string>& folders,
                                 [](std::size_t, std::size_t) { return true; });
       // A disk that went while its files were looked for leaves nothing known.
       if (look.identity != identityOf(files, folder)) look.identity.reset();
-      // The main runner is not to be held by a large folder.
-      for (const auto& some : slicesOf(std::exchange(look.found.learned, {}))) {
-        main->post([learn, some]() mutable { learn(some); });
-      }
+      postInSlices(*main, std::exchange(look.found.learned, {}), learn);
       main->post([reply, look = std::move(look)]() mutable { reply(look); });
     }
   });
@@ -98,6 +88,16 @@ void remember(HistoryStore& store, const std::vector<SeenFile>& files) {
     revisions.push_back({file.entry, std::move(after)});
   }
   store.revise(std::move(revisions));
+}
+
+void postInSlices(TaskRunner& main, std::vector<SeenFile> files,
+                  const std::function<void(const std::vector<SeenFile>&)>& learn) {
+  for (std::size_t at = 0; at < files.size(); at += sliceSize) {
+    const auto first = files.begin() + static_cast<std::ptrdiff_t>(at);
+    const auto count = static_cast<std::ptrdiff_t>(std::min(sliceSize, files.size() - at));
+    main.post([learn, slice = std::vector(std::move_iterator(first),
+                                          std::move_iterator(first + count))] { learn(slice); });
+  }
 }
 
 }  // namespace vantorel

@@ -81,4 +81,9 @@ class HistoryReachability {
 /// under which names they are now. Entries that changed since are left alone. Main runner.
 void remember(HistoryStore& store, const std::vector<SeenFile>& files);
 
+/// Has `learn` called on `main` with a slice of `files` at a time, so that a large library does not
+/// hold the runner. What is posted after it comes after the last slice. Any thread.
+void postInSlices(TaskRunner& main, std::vector<SeenFile> files,
+                  const std::function<void(const std::vector<SeenFile>&)>& learn);
+
 }  // namespace vantorel
