@@ -99,6 +99,47 @@ TEST(SceneCanvasTest, FollowingChangesGivesThePictureDrawnAtOnceToTheLastBit) {
   EXPECT_LT(drawn / changes, 0.3 * size.width * size.height) << "pixels a change";
 }
 
+/// A wave of so many samples across the picture and back.
+Shape sampledWave(ShapeType type, std::size_t samples) {
+  Shape wave = lineShape(type, {}, {}, "#007aff", 5);
+  for (std::size_t i = 0; i < samples; ++i) {
+    const double along = 2 * M_PI * double(i) / double(samples - 1);
+    wave.points.push_back({320 - 290 * std::cos(along), 240 + 200 * std::sin(9 * along)});
+  }
+  return wave;
+}
+
+TEST(SceneCanvasTest, StrokesOfManySamplesLookLikeThoseOfFewAndAreFollowedToTheLastBit) {
+  const PixelSize size{640, 480};
+  const SceneGround ground{pageOf("some words", size), {1.01, 0.99, 3.3, -2.7}, 1, 1.0};
+  for (const ShapeType type : {ShapeType::pen, ShapeType::highlighter}) {
+    for (const LineStyle style : {LineStyle::solid, LineStyle::dashed}) {
+      Shape few = sampledWave(type, 3990);
+      Shape many = sampledWave(type, 4010);
+      few.lineStyle = many.lineStyle = style;
+      const Image a = draw({few}, plainImage(size, 0xffffffff));
+      const Image b = draw({many}, plainImage(size, 0xffffffff));
+      std::size_t different = 0;
+      for (int y = 0; y < size.height; ++y) {
+        for (std::size_t i = 0; i < a.row(y).size(); ++i) {
+          if (std::abs(int(a.row(y)[i]) - int(b.row(y)[i])) > 40) ++different;
+        }
+      }
+      // A little of the rims where pieces meet.
+      EXPECT_LT(different, 100U) << int(type) << int(style);
+
+      std::vector<Shape> shapes{many, lineShape(ShapeType::arrow, {300, 100}, {360, 160})};
+      SceneCanvas followed(ground);
+      followed.show(shapes);
+      shapes.back() = lineShape(ShapeType::arrow, {310, 230}, {390, 290});
+      followed.show(shapes);
+      SceneCanvas once(ground);
+      once.show(shapes);
+      EXPECT_EQ(difference(followed, once), "") << int(type) << int(style);
+    }
+  }
+}
+
 TEST(SceneCanvasTest, PicturesLongerThanTheLibraryTakesHaveNoSeams) {
   const PixelSize tall{64, 40'000};
   std::vector<Shape> shapes{lineShape(ShapeType::arrow, {10, 8000}, {50, 8400}),
