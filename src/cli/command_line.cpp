@@ -156,7 +156,7 @@ std::string captureCommand(const Given& given, const Path& folder, command::Capt
   }
   if (given.output) {
     if (given.output->empty()) return "--output must name a file, or be - for standard output";
-    command::Capture::Output& output = what.output.emplace();
+    command::Capture::Output& output = *(what.output = command::Capture::Output{});
     if (*given.output != "-") {
       output.file = (folder / *given.output).lexically_normal();
       const auto format = formatOfFileName(*given.output);
