@@ -103,19 +103,16 @@ void AppCoordinator::bindHotKeys() {
 void AppCoordinator::tellRefusedKeys() {
   const std::vector<RefusedShortcut> refused = shortcuts_->refused();
   std::set<std::pair<ShortcutID, std::uint32_t>> now;
-  std::vector<std::string_view> settings;
   for (const RefusedShortcut& one : refused) {
     now.emplace(one.id, one.spec.keyCode ^ (one.spec.carbonModifiers << 16U));
-    const std::string_view setting = settingOf(one.id);
-    if (std::ranges::find(settings, setting) == settings.end()) settings.push_back(setting);
   }
   const bool isNews = !std::ranges::includes(toldKeys_, now);
   toldKeys_ = std::move(now);
   if (!isNews) return;
-  std::string body = sentences(refused) + fmt::format(
-                                              " To use another key: vantorel settings set {} "
-                                              "KEY, for example Ctrl+Shift+1.",
-                                              fmt::join(settings, "|"));
+  // A command that can be pasted as it is.
+  std::string body = sentences(refused) +
+                     fmt::format(" For another key, as here: vantorel settings set {} Ctrl+Shift+1",
+                                 settingOf(refused.front().id));
   services_.alerts->notify(refused.size() == 1 ? "A key doesn't work" : "Some keys don't work",
                            std::move(body));
 }

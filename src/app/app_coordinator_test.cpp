@@ -686,9 +686,8 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   EXPECT_THAT(run->alerts.notices,
               ElementsAre(testing::_,
                           "A key doesn't work: Another program holds Alt+Print. It "
-                          "works once that program lets go. To use another key: "
-                          "vantorel settings set windowHotKey KEY, for example "
-                          "Ctrl+Shift+1."));
+                          "works once that program lets go. For another key, as here: "
+                          "vantorel settings set windowHotKey Ctrl+Shift+1"));
   EXPECT_EQ(shortcutOf("Capture Window"), "");
   EXPECT_EQ(shortcutOf("Capture Main Display"), "Shift+Print");
   std::string said = "nothing";

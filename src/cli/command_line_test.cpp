@@ -109,6 +109,8 @@ TEST(CommandLineTest, LibraryCommandsAreReadWhole) {
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
       {{"capture"}, "\"what\" is missing"},
+      {{"library", "list", "--before", ""}, "must not be empty"},
+      {{"library", "list", "--collection", ""}, "must not be empty"},
       {{"capture", "moon"}, "moon not in"},
       {{"capture", "area", "--rect", "1,2,3"}, "--rect must be X,Y,W,H"},
       {{"capture", "area", "--rect", "1,2,3,0"}, "--rect must be X,Y,W,H"},

@@ -32,6 +32,11 @@ std::optional<command::Library::When> parseWhen(std::string_view text) {
   }
 }
 
+/// A script whose variable is empty means something else than everything.
+std::string refuseEmpty(const std::string& text) {
+  return text.empty() ? "it must not be empty" : std::string();
+}
+
 }  // namespace
 
 CLI::App* LibraryOptions::verb(Verb verb, const char* words) {
@@ -48,12 +53,14 @@ LibraryOptions::LibraryOptions(CLI::App& app)
       ->check(oneOf<CaptureMedium>());
   CLI::Option* const starred = list->add_flag("--starred", starred_, "only starred ones");
   list->add_flag("--unstarred", unstarred_, "only those without a star")->excludes(starred);
-  list->add_option("--collection", given_.collection, "of this collection, by its id or name");
-  list->add_option("--app", given_.application, "part of the name or id of the application");
-  list->add_option("--since", since_,
-                   "a local time (2026-03-01, \"2026-03-01 14:05\") or age (7d)");
-  list->add_option("--before", before_,
-                   "a local time or age; minutes, hours, days, weeks: m h d w");
+  list->add_option("--collection", given_.collection, "of this collection, by its id or name")
+      ->check(refuseEmpty);
+  list->add_option("--app", given_.application, "part of the name or id of the application")
+      ->check(refuseEmpty);
+  list->add_option("--since", since_, "a local time (2026-03-01, \"2026-03-01 14:05\") or age (7d)")
+      ->check(refuseEmpty);
+  list->add_option("--before", before_, "a local time or age; minutes, hours, days, weeks: m h d w")
+      ->check(refuseEmpty);
   list->add_option("--limit", given_.limit, "at most so many")->check(CLI::PositiveNumber);
 
   const auto withIDs = [this](Verb of, const char* words) {
