@@ -24,9 +24,6 @@ class Clipboard {
 
   virtual void setShapes(std::string json, std::move_only_function<void(Result<void>)> done) = 0;
 
-  /// Calls `lost` when another program puts something on it. One listener.
-  virtual void whenLost(std::function<void()> lost) { (void)lost; }
-
   /// The copied annotations; empty once anything else was copied, here or by another program.
   /// Answers at once, for no other program is asked.
   [[nodiscard]] virtual std::string shapes() const = 0;

@@ -21,7 +21,9 @@ class X11Clipboard final : public Clipboard {
   void setImage(std::string png, std::move_only_function<void(Result<void>)> done) override;
   void setText(std::string text, std::move_only_function<void(Result<void>)> done) override;
   void setShapes(std::string json, std::move_only_function<void(Result<void>)> done) override;
-  void whenLost(std::function<void()> lost) override { lost_ = std::move(lost); }
+
+  /// Calls `lost` when another program puts something on it. One listener.
+  void whenLost(std::function<void()> lost) { lost_ = std::move(lost); }
   [[nodiscard]] std::string shapes() const override { return shapes_; }
   void handOver() override;
 
