@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "capture/records/export_format.hpp"
+#include "cli/command_outline.hpp"
 #include "cli/one_of.hpp"
 
 namespace vantorel {
@@ -19,9 +20,11 @@ void AnnotationOptions::addTo(CLI::App& app) {
   annotate_ = app.add_subcommand(
       "annotate", "Store annotations in a capture, or print them; its file stays as it is");
   annotate_->add_option("id", base_, "the capture's id, a unique start of it, or latest")
+      ->type_name(kinds::capture)
       ->required();
-  annotate_->add_option("--apply", apply_,
-                        "a JSON file whose annotations replace those of the capture");
+  annotate_
+      ->add_option("--apply", apply_, "a JSON file whose annotations replace those of the capture")
+      ->type_name(kinds::file);
   annotate_->add_flag("--print", print_, "print the capture's annotations as JSON");
 
   render_ = app.add_subcommand("render", "Draw an annotated picture into a file; prints its path");
@@ -29,11 +32,14 @@ void AnnotationOptions::addTo(CLI::App& app) {
       ->add_option("what", base_,
                    "a capture's id, a unique start of it, or latest; or a picture file: a name "
                    "with a slash or a point in it")
+      ->type_name(kinds::file)
       ->required();
-  render_->add_option("--document", document_,
-                      "a JSON file with the annotations to draw (default: the capture's own)");
-  render_->add_option("--output", output_, "the file to write")->required();
-  render_->add_option("--format", format_, "png, jpeg, heic or webp (default: by the file's name)")
+  render_
+      ->add_option("--document", document_,
+                   "a JSON file with the annotations to draw (default: the capture's own)")
+      ->type_name(kinds::file);
+  render_->add_option("--output", output_, "the file to write")->type_name(kinds::file)->required();
+  render_->add_option("--format", format_, "default: by the file's name")
       ->check(oneOf<ExportFormat>());
 }
 

@@ -9,6 +9,9 @@
 #include <memory>
 
 #include "base/enum_names.hpp"
+#include "cli/completion_script.hpp"
+#include "cli/help_formatter.hpp"
+#include "cli/manual_page.hpp"
 #include "cli/one_of.hpp"
 
 namespace vantorel {
@@ -82,6 +85,7 @@ struct Given {
   std::string entryID;
   std::string format;
   bool downscaleTo1x = false;
+  std::string shell;
 };
 
 constexpr const char* exitStatuses =
@@ -91,23 +95,33 @@ constexpr const char* exitStatuses =
 void addCapture(CLI::App& app, Given& given) {
   CLI::App* const capture =
       app.add_subcommand("capture", "Take a still and file it; prints the path of the file");
-  capture->add_option("what", given.kind, "display, window, area or previous (the last area again)")
+  capture->add_option("what", given.kind, "what to take; previous is the last area again")
       ->required()
       ->check(oneOf<StillCaptureCommand::Kind>());
-  capture->add_option("--display", given.display,
-                      "the display, by its id in \"vantorel displays\" (default: the main one)");
+  capture
+      ->add_option("--display", given.display,
+                   "the display, by its id in \"vantorel displays\" (default: the main one)")
+      ->type_name("DISPLAY");
   capture->add_flag("--all", given.allDisplays,
                     "of \"capture display\": all displays as one picture");
-  capture->add_option("--window", given.window,
-                      "the window, by its id in \"vantorel windows\" (default: pick one)");
-  capture->add_option("--rect", given.rect,
-                      "X,Y,W,H in points from the display's corner (default: drag one)");
-  capture->add_option("--delay", given.delay,
-                      "whole seconds to wait first, up to 3600; or none, three, five or ten "
-                      "(default: as set)");
-  capture->add_option("--output", given.output,
-                      "also write the picture to this file, in the format its name ends in; "
-                      "- is PNG on standard output");
+  capture
+      ->add_option("--window", given.window,
+                   "the window, by its id in \"vantorel windows\" (default: pick one)")
+      ->type_name("WINDOW");
+  capture
+      ->add_option("--rect", given.rect,
+                   "the area in points from the display's corner (default: drag one)")
+      ->type_name("X,Y,W,H");
+  capture
+      ->add_option("--delay", given.delay,
+                   "whole seconds to wait first, up to 3600; or none, three, five or ten "
+                   "(default: as set)")
+      ->type_name("SECONDS");
+  capture
+      ->add_option("--output", given.output,
+                   "also write the picture to this file, in the format its name ends in; "
+                   "- is PNG on standard output")
+      ->type_name(kinds::file);
   capture->add_flag("--copy", given.copies, "also copy it to the clipboard, whatever is set");
   capture->add_flag("--pointer", given.showsPointer, "with the pointer in the picture");
   capture->add_flag("--notify", given.isAnsweredAtDesktop,
@@ -235,9 +249,11 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
       "vantorel");
   app.set_version_flag("--version", "vantorel " VANTOREL_VERSION);
   app.add_option("--root", given.root,
-                 "a folder that holds a library and settings of their own (tests, portable use)");
+                 "a folder that holds a library and settings of their own (tests, portable use)")
+      ->type_name(kinds::folder);
   app.add_flag("--json", given.json, "print entries as JSON, one a line");
   app.footer(exitStatuses);
+  app.formatter(std::make_shared<HelpFormatter>());
   app.require_subcommand(0, 1);
   addCapture(app, given);
   CLI::App* const displays = app.add_subcommand("displays", "List the connected displays");
@@ -245,13 +261,15 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   CLI::App* const convert = app.add_subcommand(
       "convert", "Convert a capture's file to another format; it holds no annotations: see render");
   convert->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
+      ->type_name(kinds::capture)
       ->required();
-  convert->add_option("--format", given.format, "png, jpeg, heic or webp")
+  convert->add_option("--format", given.format, "the new format")
       ->required()
       ->check(oneOf<ExportFormat>());
   CLI::App* const compress = app.add_subcommand(
       "compress", "Make a capture's file smaller; it holds no annotations: see render");
   compress->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
+      ->type_name(kinds::capture)
       ->required();
   compress->add_flag("--1x", given.downscaleTo1x,
                      "also scale a capture of a high-resolution display down to one pixel a point");
@@ -265,6 +283,11 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   CLI::App* const quit = app.add_subcommand("quit", "End the running program");
   const LibraryOptions library(app);
   const SettingsOptions settings(app);
+  CLI::App* const manual =
+      app.add_subcommand("manual", "Print the manual page: vantorel manual | man -l -");
+  CLI::App* const completion = app.add_subcommand(
+      "completion", "Print the script that completes commands in a shell; packages install it");
+  completion->add_option("shell", given.shell, "the shell")->required()->check(oneOf<Shell>());
   app.fallthrough();
   for (CLI::App* const sub : app.get_subcommands({})) sub->fallthrough();
 
@@ -284,6 +307,13 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     return usage(text, commandsOf(app));
   }
 
+  if (manual->parsed()) {
+    return CommandLineAnswer{ExitStatus::done, manualPage(outlineOf(app), VANTOREL_VERSION)};
+  }
+  if (completion->parsed()) {
+    return CommandLineAnswer{ExitStatus::done,
+                             completionScript(outlineOf(app), *enumFromName<Shell>(given.shell))};
+  }
   CommandLine line;
   line.json = given.json;
   if (app.count("--root") > 0) {

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "base/time_text.hpp"
+#include "cli/command_outline.hpp"
 #include "cli/one_of.hpp"
 
 namespace vantorel {
@@ -49,36 +50,41 @@ LibraryOptions::LibraryOptions(CLI::App& app)
     : library_(app.add_subcommand("library", "Look at the library and change it")) {
   library_->require_subcommand(1);
   CLI::App* const list = verb(Verb::list, "List captures, the newest first");
-  list->add_option("--medium", medium_, "image, recording, gif, text or project")
-      ->check(oneOf<CaptureMedium>());
+  list->add_option("--medium", medium_, "the kind of captures")->check(oneOf<CaptureMedium>());
   CLI::Option* const starred = list->add_flag("--starred", starred_, "only starred ones");
   list->add_flag("--unstarred", unstarred_, "only those without a star")->excludes(starred);
   list->add_option("--collection", given_.collection, "of this collection, by its id or name")
+      ->type_name("COLLECTION")
       ->check(refuseEmpty);
   list->add_option("--app", given_.application, "part of the name or id of the application")
+      ->type_name("NAME")
       ->check(refuseEmpty);
   list->add_option("--since", since_, "a local time (2026-03-01, \"2026-03-01 14:05\") or age (7d)")
+      ->type_name("TIME")
       ->check(refuseEmpty);
   list->add_option("--before", before_, "a local time or age; minutes, hours, days, weeks: m h d w")
+      ->type_name("TIME")
       ->check(refuseEmpty);
-  list->add_option("--limit", given_.limit, "at most so many")->check(CLI::PositiveNumber);
+  list->add_option("--limit", given_.limit, "at most so many")
+      ->type_name("NUMBER")
+      ->check(CLI::PositiveNumber);
 
   const auto withIDs = [this](Verb of, const char* words) {
-    verb(of, words)->add_option("ids", given_.ids, idWords)->required();
+    verb(of, words)->add_option("ids", given_.ids, idWords)->type_name(kinds::capture)->required();
   };
   withIDs(Verb::show, "Show all about captures");
   withIDs(Verb::path, "Print the paths of captures' files, which hold no annotations: see render");
   withIDs(Verb::star, "Star captures: they never go by age");
   withIDs(Verb::unstar, "Take the star away");
   CLI::App* const title = verb(Verb::title, "Give a capture a title");
-  title->add_option("id", titled_, idWords)->required();
+  title->add_option("id", titled_, idWords)->type_name(kinds::capture)->required();
   title->add_option("title", given_.title, "the title; none takes it away");
   for (const Verb of : {Verb::collect, Verb::uncollect}) {
     CLI::App* const collecting =
         verb(of, of == Verb::collect ? "File captures into a collection"
                                      : "Take captures out of a collection");
     collecting->add_option("collection", given_.collection, "its id or name")->required();
-    collecting->add_option("ids", given_.ids, idWords)->required();
+    collecting->add_option("ids", given_.ids, idWords)->type_name(kinds::capture)->required();
     if (of == Verb::collect) {
       collecting->add_flag("--new", given_.makesCollection,
                            "make a collection of that name if there is none");
@@ -96,6 +102,7 @@ LibraryOptions::LibraryOptions(CLI::App& app)
   CLI::App* const relocate =
       verb(Verb::relocate, "Move the captures to another folder, for new ones too");
   relocate->add_option("folder", folder_, "the folder; made when its last part is missing")
+      ->type_name(kinds::folder)
       ->required();
   relocate->footer(
       "Moves what lies in the storage folder, and what an earlier move left behind. Files never\n"

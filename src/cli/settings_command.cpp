@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "base/json_writer.hpp"
+#include "cli/command_outline.hpp"
 
 namespace vantorel {
 namespace {
@@ -64,14 +65,19 @@ SettingsOptions::SettingsOptions(CLI::App& app)
   settings_->add_subcommand("list", "All settings: key, value, default, what is allowed")
       ->callback([this] { given_.verb = Verb::list; });
   CLI::App* const get = settings_->add_subcommand("get", "Print the value of one setting");
-  get->add_option("key", given_.key, "as \"vantorel settings list\" names it")->required();
+  get->add_option("key", given_.key, "as \"vantorel settings list\" names it")
+      ->type_name(kinds::setting)
+      ->required();
   get->callback([this] { given_.verb = Verb::get; });
   CLI::App* const set = settings_->add_subcommand("set", "Change one setting; prints its value");
-  set->add_option("key", given_.key, "as \"vantorel settings list\" names it")->required();
+  set->add_option("key", given_.key, "as \"vantorel settings list\" names it")
+      ->type_name(kinds::setting)
+      ->required();
   set->add_option("value", given_.value, "text, number, true or false, or JSON")->required();
   set->callback([this] { given_.verb = Verb::set; });
   CLI::App* const reset = settings_->add_subcommand("reset", "Back to the default");
-  reset->add_option("key", given_.key, "as \"vantorel settings list\" names it");
+  reset->add_option("key", given_.key, "as \"vantorel settings list\" names it")
+      ->type_name(kinds::setting);
   reset->add_flag("--all", all_, "every setting; captures and the library stay as they are");
   reset->callback([this] { given_.verb = all_ ? Verb::resetAll : Verb::reset; });
   for (CLI::App* const verb : settings_->get_subcommands({})) verb->fallthrough();

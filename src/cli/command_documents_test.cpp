@@ -1,0 +1,81 @@
+// What is written from the table of commands: the manual page and the completions of shells.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "cli/command_line.hpp"
+#include "settings/settings_table.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::HasSubstr;
+
+std::string printed(std::vector<std::string> arguments) {
+  const auto parsed = parseCommandLine(std::move(arguments), "/");
+  const auto* const answer = std::get_if<CommandLineAnswer>(&parsed);
+  if (answer == nullptr) return {};
+  EXPECT_EQ(answer->status, ExitStatus::done);
+  return answer->text;
+}
+
+TEST(CommandDocumentsTest, TheManualNamesEveryCommandAndSetting) {
+  const std::string page = printed({"manual"});
+  for (const char* const line :
+       {"\n.SS \\fBvantorel library relocate\\fR \\fIfolder\\fR\n",
+        "\n.SS \\fBvantorel convert\\fR \\fB\\-\\-format\\fR "
+        "\\fBpng\\fR|\\fBjpeg\\fR|\\fBheic\\fR|\\fBwebp\\fR \\fIid\\fR\n",
+        "\n.SS \\fBvantorel library collect\\fR [\\fIoptions\\fR] \\fIcollection\\fR "
+        "\\fIids\\fR...\n"}) {
+    EXPECT_THAT(page, HasSubstr(line));
+  }
+  for (const Setting& setting : settingsTable()) {
+    const std::string head = "\\fB" + std::string(setting.key) + "\\fR\n";
+    EXPECT_EQ(page.find(head) != std::string::npos, setting.isOffered) << setting.key;
+  }
+}
+
+/// What bash offers for the last of these words.
+std::string offered(const std::string& words) {
+  const auto script = std::filesystem::temp_directory_path() /
+                      ("vantorel completion " + std::to_string(::getpid()));
+  std::ofstream(script) << printed({"completion", "bash"}) << "compopt() { :; }\nCOMP_WORDS=("
+                        << words << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vantorel\n"
+                        << "printf '%s\\n' \"${COMPREPLY[@]}\"\n";
+  std::string out;
+  // NOLINTNEXTLINE(cert-env33-c): the shell itself is what is tried.
+  FILE* const pipe = ::popen(("bash '" + script.string() + "'").c_str(), "r");
+  std::array<char, 4096> part{};
+  while (const std::size_t size = std::fread(part.data(), 1, part.size(), pipe)) {
+    out.append(part.data(), size);
+  }
+  EXPECT_EQ(::pclose(pipe), 0);
+  std::filesystem::remove(script);
+  return out;
+}
+
+TEST(CommandDocumentsTest, BashCompletesCommandsOptionsAndValues) {
+  EXPECT_EQ(offered("vantorel ca"), "capture\n");
+  EXPECT_EQ(offered("vantorel library st"), "star\n");
+  EXPECT_EQ(offered("vantorel convert latest --format j"), "jpeg\n");
+  EXPECT_EQ(offered("vantorel capture display --js"), "--json\n");
+  EXPECT_EQ(offered("vantorel settings set captureH"), "captureHotKey\n");
+  EXPECT_EQ(offered("vantorel --root /us"), "/usr\n");
+
+  const auto folder =
+      std::filesystem::temp_directory_path() / ("vantorel paths " + std::to_string(::getpid()));
+  std::filesystem::create_directory(folder);
+  std::ofstream(folder / "two words.png").put(' ');
+  EXPECT_EQ(offered("vantorel render '" + (folder / "two").string() + "'"),
+            (folder / "two words.png").string() + "\n");
+  std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace vantorel
