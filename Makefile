@@ -2,7 +2,7 @@
 PREFIX ?= /usr/local
 PROGRAM := build/release/bin/vantorel
 
-.PHONY: run build test sanitize bench lint install clean packages
+.PHONY: run build test sanitize bench lint install package clean packages
 
 # On a desktop: starts the program in the tray. Without a display: a short demonstration on a
 # private virtual one.
@@ -34,6 +34,10 @@ lint: packages
 
 install: build
 	@cmake --install build/release --prefix $(PREFIX) --component program
+
+# A Debian package of it, at build/package/.
+package: build
+	@cd build/release && cpack -G DEB
 
 packages:
 	@tools/install_packages.sh

@@ -110,6 +110,15 @@ std::vector<std::string> autostartCommand(const std::optional<Path>& root) {
   return command;
 }
 
+/// The entries of the same name for all users.
+std::vector<Path> sharedAutostartFiles(const std::optional<Path>& root) {
+  std::vector<Path> files;
+  for (const Path& folder : UserFolders::ofThisUser().sharedConfig) {
+    files.push_back(folder / "autostart" / autostartFile(root).filename());
+  }
+  return files;
+}
+
 /// Starts the program anew in place of this process. Comes back only when that fails.
 bool relaunch() {
   ::execl("/proc/self/exe", "vantorel", nullptr);
@@ -129,7 +138,7 @@ struct Program::Parts {
         codec(std::make_shared<LinuxImageCodec>()),
         detachedClipboard(main, disks.queue("com.hollen.Vantorel.clipboard")),
         sounds(disks.queue("com.hollen.Vantorel.sounds")),
-        autostart(*files, autostartFile(root), autostartCommand(root)),
+        autostart(*files, autostartFile(root), autostartCommand(root), sharedAutostartFiles(root)),
         desktop(makeDesktopServices(
             environmentVariable, main,
             ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),

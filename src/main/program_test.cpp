@@ -363,6 +363,21 @@ TEST(ProgramTest, ACommandByItselfHandsThePictureToFilesPipesAndTheClipboard) {
   EXPECT_EQ(vantorel.run({"autostart", "status"}).out, "off\n");
 }
 
+TEST(ProgramTest, AutostartHidesAndShowsTheEntryThatAPackageInstalls) {
+  TestDesktop desktop({.screen = std::nullopt, .bus = false});
+  const Vantorel vantorel(desktop);
+  ASSERT_EQ(vantorel.run({"autostart", "on"}).status, 0);
+  const auto own = desktop.folder() / "config" / "autostart";
+  const auto shared = desktop.folder() / "shared" / "autostart";
+  std::filesystem::rename(own, shared);
+
+  EXPECT_EQ(vantorel.run({"autostart", "status"}).out, "on\n");
+  EXPECT_EQ(vantorel.run({"autostart", "off"}).out, "off\n");
+  EXPECT_EQ(vantorel.run({"autostart", "status"}).out, "off\n");
+  EXPECT_EQ(vantorel.run({"autostart", "on"}).out, "on\n");
+  EXPECT_EQ(vantorel.run({"autostart", "status"}).out, "on\n");
+}
+
 TEST(ProgramTest, TheLibraryAndSettingsNeedNoDisplay) {
   for (const bool bus : {false, true}) {
     TestDesktop desktop({.screen = std::nullopt, .bus = bus});

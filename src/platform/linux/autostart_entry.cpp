@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <optional>
+
 namespace vantorel {
 namespace {
 
@@ -25,20 +27,29 @@ std::string quoted(const std::string& argument) {
   return text + "\"";
 }
 
+/// Nothing when there is no such entry.
+std::optional<bool> starts(const Files& files, const std::filesystem::path& entry) {
+  const auto text = files.read(entry, longestEntry);
+  if (!text) return std::nullopt;
+  return text->find("\nHidden=true") == std::string::npos &&
+         text->find("\nX-GNOME-Autostart-enabled=false") == std::string::npos;
+}
+
 }  // namespace
 
 bool AutostartEntry::isOn() const {
-  const auto text = files_.read(entry_, longestEntry);
-  if (!text) return false;
-  return text->find("\nHidden=true") == std::string::npos &&
-         text->find("\nX-GNOME-Autostart-enabled=false") == std::string::npos;
+  auto found = starts(files_, entry_);
+  for (auto each = shared_.begin(); !found && each != shared_.end(); ++each) {
+    found = starts(files_, *each);
+  }
+  return found.value_or(false);
 }
 
 Result<void> AutostartEntry::set(bool on) {
   if (!on) {
     const auto removed = files_.remove(entry_);
     if (!removed && removed.error().kind != FailureKind::notFound) return removed;
-    return {};
+    if (!isOn()) return {};
   }
   std::string exec;
   for (const std::string& argument : command_) {
@@ -51,8 +62,8 @@ Result<void> AutostartEntry::set(bool on) {
   return files_.replace(entry_,
                         fmt::format("[Desktop Entry]\nType=Application\nName=Vantorel\n"
                                     "Comment=Screen captures, from the tray\nExec={}\n"
-                                    "Icon=com.hollen.Vantorel\nTerminal=false\n",
-                                    exec),
+                                    "Icon=com.hollen.Vantorel\nTerminal=false\n{}",
+                                    exec, on ? "" : "Hidden=true\n"),
                         Privacy::byUmask);
 }
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <ranges>
 
 namespace vantorel {
 namespace {
@@ -19,6 +20,15 @@ Path baseFolder(const UserFolders::Environment& environment, const char* variabl
   const auto value = environment(variable);
   if (value && Path(*value).is_absolute()) return *value;
   return usual;
+}
+
+/// The absolute paths of a list like "/etc/xdg:/usr/share/xdg".
+std::vector<Path> foldersOf(std::string_view list) {
+  std::vector<Path> folders;
+  for (const auto part : std::views::split(list, ':')) {
+    if (Path folder(part.begin(), part.end()); folder.is_absolute()) folders.push_back(folder);
+  }
+  return folders;
 }
 
 /// The value of `XDG_PICTURES_DIR="$HOME/Pictures"`: an absolute path or one below "$HOME/".
@@ -49,7 +59,8 @@ UserFolders UserFolders::ofUser(const Environment& environment, std::string_view
   return {.data = baseFolder(environment, "XDG_DATA_HOME", home / ".local/share") / "Vantorel",
           .config = baseFolder(environment, "XDG_CONFIG_HOME", home / ".config") / "Vantorel",
           .cache = baseFolder(environment, "XDG_CACHE_HOME", home / ".cache") / "Vantorel",
-          .captures = pictures / "Vantorel"};
+          .captures = pictures / "Vantorel",
+          .sharedConfig = foldersOf(environment("XDG_CONFIG_DIRS").value_or("/etc/xdg"))};
 }
 
 UserFolders UserFolders::below(const std::filesystem::path& root) {

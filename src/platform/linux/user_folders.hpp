@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vantorel {
 
@@ -15,6 +16,9 @@ struct UserFolders {
   std::filesystem::path config;    ///< the settings
   std::filesystem::path cache;     ///< what can be made again
   std::filesystem::path captures;  ///< the default folder for capture files
+
+  /// Where desktops keep what is configured for all users, the most important first. Not below.
+  std::vector<std::filesystem::path> sharedConfig{};
 
   using Environment = std::function<std::optional<std::string>(const char* name)>;
 

@@ -1,5 +1,6 @@
 #include "platform/linux/user_folders.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -20,6 +21,10 @@ TEST(UserFoldersTest, FollowsTheVariablesAndThePicturesFolder) {
   EXPECT_EQ(plain.data, "/home/ada/.local/share/Vantorel");
   EXPECT_EQ(plain.config, "/etc/ada/Vantorel");
   EXPECT_EQ(plain.captures, "/home/ada/Pictures/Vantorel");
+  EXPECT_THAT(plain.sharedConfig, testing::ElementsAre("/etc/xdg"));
+  variables["XDG_CONFIG_DIRS"] = "/opt/xdg:relative::/etc/xdg";
+  EXPECT_THAT(UserFolders::ofUser(environment, "").sharedConfig,
+              testing::ElementsAre("/opt/xdg", "/etc/xdg"));
 
   const UserFolders german = UserFolders::ofUser(
       environment,
