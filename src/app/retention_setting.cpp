@@ -22,7 +22,8 @@ void RetentionSetting::ask(std::size_t count, RetentionPolicy policy) {
       {Alert::Style::warning,
        std::move(words.title),
        std::move(words.text),
-       {{"Move to Trash"}, {"Cancel", true, true}}},
+       {{"Move to Trash"}, {"Cancel", true, true}},
+       false},
       alive_.guard([this, policy](std::size_t button) { answered(policy, button == 0); }));
 }
 

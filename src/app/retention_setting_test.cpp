@@ -126,6 +126,32 @@ TEST_F(RetentionSettingTest, AnAgeIsInForceOnceItWasAnsweredInThisLibraryAndNotB
   EXPECT_EQ(entries(), 1U);
 }
 
+TEST_F(RetentionSettingTest, ALongerAgeOrNoneTakesTheYesBack) {
+  for (const RetentionPolicy longer : {RetentionPolicy::off, RetentionPolicy::year}) {
+    start();
+    choose(RetentionPolicy::quarter);
+    choose(RetentionPolicy::month);
+    ASSERT_TRUE(alerts.press("Move to Trash"));
+    runners.run();
+    EXPECT_EQ(store.entries().size(), 2U);
+    choose(longer);
+    start();
+    ScreenshotEntry old;
+    old.id = "again";
+    old.path = "/captures/again.png";
+    old.capturedAt = runners.now() - 50 * 86400.0;
+    files.put(old.path, "pixels");
+    ASSERT_TRUE(store.add(old).has_value());
+    choose(RetentionPolicy::month);
+    ASSERT_TRUE(alerts.shown.has_value());
+    runners.advance(std::chrono::hours(2));
+    EXPECT_EQ(store.entries().size(), 3U);
+    ASSERT_TRUE(alerts.press("Cancel"));
+    runners.run();
+    EXPECT_EQ(settings.values().retentionDays, RetentionPolicy::off);
+  }
+}
+
 TEST_F(RetentionSettingTest, AClockThatIsFarAheadMovesNothingUnasked) {
   settings.set(&SettingsValues::retentionDays, RetentionPolicy::month);
   start();

@@ -79,7 +79,7 @@ std::string line(const WindowSnapshot& window, bool json) {
     return fmt::format("{}\t{}x{}\tat {},{}\t{}\t{}{}\n", window.windowID, window.frame.width,
                        window.frame.height, window.frame.x, window.frame.y,
                        inOneCell(window.ownerName), inOneCell(window.title),
-                       window.isMinimized ? " (minimised)" : "");
+                       window.isMinimized ? " (minimized)" : "");
   }
   json::Writer writer;
   writer.beginObject();
@@ -90,7 +90,7 @@ std::string line(const WindowSnapshot& window, bool json) {
   writer.member("pid", window.ownerPID);
   writeRect(writer, "frame", window.frame);
   writer.member("display", window.displayID);
-  writer.member("minimised", window.isMinimized);
+  writer.member("minimized", window.isMinimized);
   writer.endObject();
   return writer.take() + "\n";
 }

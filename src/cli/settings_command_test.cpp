@@ -50,7 +50,7 @@ TEST_F(SettingsCommandTest, AValueIsSetShownAndResetAndARefusalNamesWhatIsAllowe
       {{"set", "playSounds", "loud"}, "playSounds must be true or false.\n"},
       {{"set", "windowHotKey", "Prnt"},
        "windowHotKey must be \"none\" or a key such as \"Ctrl+Shift+Print\", with the modifiers "
-       "Ctrl, Alt, Shift and Super.\n"},
+       "Ctrl, Alt, Shift and Super; a key that writes needs Ctrl, Alt or Super.\n"},
       {{"set", "mcpPort", "2000"}, "The setting mcpPort does nothing in this version.\n"},
       {{"get", "colour"},
        "There is no setting called \"colour\"; \"vantorel settings list\" names them all.\n"},

@@ -77,10 +77,13 @@ void HistoryRetention::readAgreement() {
 
 void HistoryRetention::sweep() {
   timer_.renew();
-  if (policy_ == RetentionPolicy::off) return;
-  services_.main->postAfter(sweepInterval, timer_.guard([this] { sweep(); }));
+  if (policy_ != RetentionPolicy::off) {
+    services_.main->postAfter(sweepInterval, timer_.guard([this] { sweep(); }));
+  }
   if (!services_.store.isLoaded() || services_.store.indexRefusal() || isSweeping_) return;
   if (!agreement_) return readAgreement();
+  withdrawIfLonger();
+  if (policy_ == RetentionPolicy::off) return;
   const double now = services_.clock.now();
   const std::size_t count = expiredEntries(services_.store, policy_, now).size();
   if (count > 0 && !mayMove()) {
@@ -96,6 +99,16 @@ void HistoryRetention::sweep() {
     keep(std::move(later), [](bool) {});
   }
   if (count > 0) move();
+}
+
+/// Who chooses a longer age, or none, takes back the yes to the one before.
+void HistoryRetention::withdrawIfLonger() {
+  const bool isLonger =
+      policy_ == RetentionPolicy::off || daysOf(policy_) > daysOf(agreement_->policy());
+  if (agreement_->policy() == RetentionPolicy::off || !isLonger) return;
+  // In force at once, even if it cannot be written.
+  agreement_->days = 0;
+  keep(*agreement_, [](bool) {});
 }
 
 bool HistoryRetention::mayMove() const {

@@ -32,7 +32,7 @@ struct RetentionConfirmation {
 /// the choice changes, and once an hour. Lives on the main runner; keeps the answers on `work`.
 ///
 /// No age moves anything before the user has agreed to it. What was agreed is kept with the library
-/// and holds for this age and this library alone. Asked is when something would go for the first
+/// and holds for this age and this library alone, until a longer one or none is chosen. Asked is when something would go for the first
 /// time, and again when the clock has gone on by more than a week since the last look: it may be
 /// wrong, and everything would go at once.
 class HistoryRetention {
@@ -68,6 +68,7 @@ class HistoryRetention {
  private:
   void readAgreement();
   void sweep();
+  void withdrawIfLonger();
   [[nodiscard]] bool mayMove() const;
   void keep(RetentionAgreement agreement, std::move_only_function<void(bool kept)> done);
   void move();

@@ -36,6 +36,12 @@ int print(const BusReply& reply) {
   std::_Exit(status);
 }
 
+/// The toolkit ends the process by itself when the display server goes, in the midst of what other
+/// threads do: what they use must not be torn down under them. For once everything is built.
+void leaveWithoutTearingDown() {
+  (void)std::atexit([] { leave(static_cast<int>(ExitStatus::failed)); });
+}
+
 /// What a command sent by another process says, read as if typed in its folder.
 std::variant<CommandLine, CommandLineAnswer> parseRequest(const BusRequest& request) {
   return parseCommandLine(request.arguments, request.folder);
@@ -103,6 +109,7 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root, CommandBus
   }
   Program program(root, main, ui, [] {});
   serve(bus, main, program, false);
+  leaveWithoutTearingDown();
   TerminalProgress progress;
   BusReply own;
   program.run(line,
@@ -133,6 +140,7 @@ constexpr std::chrono::seconds endBound{5};
     bus.end([&ui] { ui.quit(0); });
   });
   serve(bus, ui.mainRunner(), program, true);
+  leaveWithoutTearingDown();
   program.startResident();
   signals.work([&] { ui.mainRunner()->post([&program] { program.quit(); }); });
   const int status = ui.run();

@@ -19,6 +19,7 @@ struct Alert {
   std::string message;
   std::string informative;
   std::vector<AlertButton> buttons;  ///< at least one; without a cancelling one the default cancels
+  bool takesFocus = true;            ///< false for what the user did not just ask for
 
   /// The button that Escape and the window's close button answer with.
   [[nodiscard]] std::size_t cancelButton() const;

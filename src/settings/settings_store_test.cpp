@@ -98,7 +98,7 @@ TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {
             "timedCaptureLastDelaySeconds must be one of 3, 5, 10");
   EXPECT_EQ(refusal("jpegQuality", "1.5"), "jpegQuality must be a number from 0.05 to 1");
   EXPECT_EQ(refusal("playSounds", "perhaps"), "playSounds must be true or false");
-  EXPECT_THAT(refusal("desktopCoverColor", "#FF0000"), HasSubstr("must be a colour"));
+  EXPECT_THAT(refusal("desktopCoverColor", "#FF0000"), HasSubstr("must be a color"));
   EXPECT_THAT(refusal("filenameTemplate", "a/b"), HasSubstr("must be a name"));
   EXPECT_THAT(refusal("captureHotKey", "Prnt"), HasSubstr("Ctrl+Shift+Print"));
   EXPECT_EQ(refusal("volume", "1"), "there is no setting called \"volume\"");
@@ -106,7 +106,12 @@ TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {
 
   EXPECT_EQ(refusal("playSounds", "off"), "accepted");
   EXPECT_EQ(refusal("retentionDays", "30"), "accepted");
-  EXPECT_EQ(refusal("captureHotKey", "none"), "accepted");
+  for (const char* const writes : {"a", "Shift+1", "Return", "Space", "Left", "0xe4", "0xffb1"}) {
+    EXPECT_THAT(refusal("captureHotKey", writes), HasSubstr("a key that writes")) << writes;
+  }
+  for (const char* const free : {"F9", "Shift+Print", "Pause", "Super+a", "0x1008ff11", "none"}) {
+    EXPECT_EQ(refusal("captureHotKey", free), "accepted") << free;
+  }
   EXPECT_EQ(refusal("filenameTemplate", "true"), "accepted");
   EXPECT_EQ(json::toText(*settings.get("filenameTemplate")), R"("true")");
   EXPECT_EQ(json::toText(stored.stored["captureHotKey"]), "null");

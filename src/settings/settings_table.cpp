@@ -315,7 +315,7 @@ class Table {
   void hotKey(std::string_view key, Member<std::optional<HotKeySpec>> member) {
     Setting& row = add(key, member, "hot key",
                        "\"none\" or a key such as \"Ctrl+Shift+Print\", with the modifiers Ctrl, "
-                       "Alt, Shift and Super");
+                       "Alt, Shift and Super; a key that writes needs Ctrl, Alt or Super");
     row.load = [member](const Stored& stored, const SettingsValues& defaults,
                         SettingsValues& values) {
       const auto found = stored ? decoded<HotKeySpec>(*stored) : std::nullopt;
@@ -326,7 +326,9 @@ class Table {
       return values.*member ? encoded(*(values.*member)) : JSONValue{nullptr};
     };
     row.accepts = [](const JSONValue& value) {
-      return isNone(value) || isWhole<HotKeySpec>(value);
+      if (isNone(value)) return true;
+      const auto spec = decoded<HotKeySpec>(value);
+      return spec && isWhole<HotKeySpec>(value) && !isForTyping(*spec);
     };
     row.parse = noneOr<hotKeyText>;
     row.words = [member](const SettingsValues& values) {
@@ -411,7 +413,7 @@ void addCapture(Table& table) {
   table.optionalText(VT_SETTING(desktopCoverImagePath), isAbsolutePath,
                      "the absolute path of an image");
   table.text(VT_SETTING(desktopCoverColor), isColour,
-             "a colour: \"#\" and six lower-case hexadecimal digits");
+             "a color: \"#\" and six lower-case hexadecimal digits");
   table.flag(VT_SETTING(includeWindowShadow), presentOrOn);
   table.flag(VT_SETTING(showQuickAccessOverlay), presentOrOn);
   table.choice(VT_SETTING(overlayPosition));
@@ -449,7 +451,7 @@ void addShelfAndEditor(Table& table) {
   table.choice(VT_SETTING(shelfClickAction));
   table.group = SettingGroup::editor;
   table.composite(VT_SETTING(editorBackground),
-                  "an object with \"fill\" ({\"none\":{}}, {\"solid\":{\"_0\":colour}} or "
+                  "an object with \"fill\" ({\"none\":{}}, {\"solid\":{\"_0\":color}} or "
                   "{\"gradient\":{\"_0\":id}}), \"paddingPercent\" and \"cornerRadius\" from 0, "
                   "\"shadow\" and \"shadowStrength\" from 0 to 1",
                   isBackground);
@@ -531,6 +533,7 @@ constexpr auto offered = std::to_array<std::string_view>({
     "timedCaptureLastDelaySeconds",
     "copyToClipboardAfterCapture",
     "retentionDays",
+    "adjustBeforeCapturing",
     "hideDesktopIconsWhileCapturing",
     "desktopCoverStyle",
     "desktopCoverImagePath",

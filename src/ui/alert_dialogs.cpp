@@ -65,8 +65,13 @@ void AlertDialogs::showFirst() {
     answered(pressed == buttons.end() ? cancel
                                       : static_cast<std::size_t>(pressed - buttons.begin()));
   });
+  box_->setAttribute(Qt::WA_ShowWithoutActivating, !alert.takesFocus);
   box_->show();
-  bringForward();
+  if (alert.takesFocus) {
+    bringForward();
+  } else {
+    box_->raise();
+  }
 }
 
 void AlertDialogs::bringForward() {

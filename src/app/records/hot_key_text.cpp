@@ -113,4 +113,17 @@ std::optional<HotKeySpec> hotKeyFromText(std::string_view text) {
   return spec;
 }
 
+bool isForTyping(const HotKeySpec& spec) {
+  constexpr std::uint32_t withOthers =
+      HotKeySpec::command | HotKeySpec::option | HotKeySpec::control;
+  if ((spec.carbonModifiers & withOthers) != 0) return false;
+  if (spec.keyCode < 0xFF00) return true;  // the characters of the keyboards of the world
+  if (spec.keyCode >= 0x01000100 && spec.keyCode <= 0x0110FFFF) return true;  // of Unicode
+  constexpr auto editing =
+      std::to_array<std::uint32_t>({0xFF08, 0xFF09, 0xFF0D, 0xFF1B, 0xFF50, 0xFF51, 0xFF52, 0xFF53,
+                                    0xFF54, 0xFF55, 0xFF56, 0xFF57, 0xFF8D, 0xFFFF});
+  const bool isKeypad = spec.keyCode >= 0xFFAA && spec.keyCode <= 0xFFB9;
+  return isKeypad || std::ranges::find(editing, spec.keyCode) != editing.end();
+}
+
 }  // namespace vantorel

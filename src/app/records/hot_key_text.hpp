@@ -16,4 +16,8 @@ namespace vantorel {
 /// for what is no key.
 [[nodiscard]] std::optional<HotKeySpec> hotKeyFromText(std::string_view text);
 
+/// Whether somebody who writes presses this key: letters, digits, signs, Return, the arrow keys and
+/// their like, at most with Shift. As a hot key it could no longer be typed anywhere.
+[[nodiscard]] bool isForTyping(const HotKeySpec& spec);
+
 }  // namespace vantorel

@@ -209,7 +209,7 @@ Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow
   });
   if (!place || found == windows.end()) return std::unexpected(gone);
   if (!found->isViewable || !place->isViewable) {
-    return failed(FailureKind::busy, "the window is minimised or on another workspace");
+    return failed(FailureKind::busy, "the window is minimized or on another workspace");
   }
   if (topLevelsToHide(session, windows, keptOwn).contains(*top)) {
     return failed(FailureKind::other, "the window is one of Vantorel's own");

@@ -91,7 +91,7 @@ Result<X11PixelReader::Layout> X11PixelReader::layout(int depth, xcb_visualid_t 
   if (setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST || layout.red == 0 ||
       (layout.bitsPerPixel != 32 && layout.bitsPerPixel != 16)) {
     return failed(FailureKind::unsupported,
-                  "Vantorel cannot read a screen whose pixels are not direct colours of 16 or 32 "
+                  "Vantorel cannot read a screen whose pixels are not direct colors of 16 or 32 "
                   "bits.");
   }
   return layout;

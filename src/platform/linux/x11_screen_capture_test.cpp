@@ -221,7 +221,7 @@ TEST(X11ScreenCaptureTest, CoveredWindowsComeOutWhole) {
     application.minimize(below);
     const auto minimized = staying.grab({WindowTarget{below, {}}, true, {}});
     ASSERT_FALSE(minimized);
-    EXPECT_THAT(minimized.error().reason, HasSubstr("minimised"));
+    EXPECT_THAT(minimized.error().reason, HasSubstr("minimized"));
     other.close(cover);
     const auto closed = staying.grab({WindowTarget{cover, {}}, true, {}});
     ASSERT_FALSE(closed);

@@ -75,7 +75,7 @@ TestDesktop::TestDesktop(TestDesktopOptions options) {
                   {"XDG_RUNTIME_DIR", makeFolder("run")},
                   {"XDG_DATA_HOME", makeFolder("data")},
                   {"XDG_CONFIG_HOME", makeFolder("config")},
-                  {"XDG_CONFIG_DIRS", makeFolder("shared")},
+                  {"XDG_CONFIG_DIRS", makeFolder("shared") + ":/etc/xdg"},
                   {"XDG_CACHE_HOME", makeFolder("cache")},
                   {"XDG_STATE_HOME", makeFolder("state")},
                   {"PATH", path != nullptr ? path : "/usr/bin:/bin"},
