@@ -330,10 +330,12 @@ void AppCoordinator::tellThatItRuns() {
   const bool works = key && shortcuts_ && shortcuts_->works(ShortcutID::capture);
   const std::string how = works ? fmt::format("{} captures an area.", displayText(*key))
                                 : std::string("\"vantorel capture area\" captures an area.");
-  services_.alerts->notify(
-      "Vantorel is running",
-      how + (services_.isTrayShown() ? " Its icon in the tray has everything else."
-                                     : " This desktop shows no tray; \"vantorel quit\" ends it."));
+  const char* const rest =
+      services_.isTrayShown() ? " Its icon in the tray has everything else."
+      : !services_.settings->values().showMenuBarIcon
+          ? " Its icon is hidden; \"vantorel settings set showMenuBarIcon true\" shows it."
+          : " This desktop shows no tray; \"vantorel quit\" ends it.";
+  services_.alerts->notify("Vantorel is running", how + rest);
 }
 
 void AppCoordinator::recoverStagedCaptures(std::function<void(int)> done) {

@@ -55,7 +55,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
     StatusMenuItem choice = action(delayLabel(delay), [this, delay] {
       services_.settings->set(&SettingsValues::captureDelaySeconds, delay);
     });
-    choice.isCheckable = true;
+    choice.isChoice = true;
     choice.isChecked = settings.captureDelaySeconds == delay;
     delays.push_back(std::move(choice));
     if (delay == CaptureDelay::none) continue;
@@ -71,7 +71,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
     StatusMenuItem choice = action(collection.name, [this, id] {
       services_.settings->set(&SettingsValues::activeCollectionID, std::optional(id));
     });
-    choice.isCheckable = true;
+    choice.isChoice = true;
     choice.isChecked = settings.activeCollectionID == id;
     filing.push_back(std::move(choice));
   }

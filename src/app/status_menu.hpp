@@ -14,8 +14,8 @@ struct StatusMenuItem {
   std::string label;
   std::string shortcut;  ///< shown beside the label; may be empty
   bool isEnabled = true;
-  bool isCheckable = false;
-  bool isChecked = false;
+  bool isChoice = false;   ///< one of those of its menu, shown with a dot
+  bool isChecked = false;  ///< the one chosen
   std::function<void()> perform;
   std::vector<StatusMenuItem> items;  ///< of a submenu
 };

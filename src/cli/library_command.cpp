@@ -332,7 +332,8 @@ void LibraryCommands::trash(const EntryList& entries, bool json, CommandDone don
         }
         if (!json) reply.output = deletedFeedback(sweep.removed.size()) + "\n";
         if (!sweep.removed.empty()) {
-          reply.error = "\"vantorel library undo\" brings them back within 8 seconds.\n";
+          reply.error = fmt::format("\"vantorel library undo\" brings {} back within 8 seconds.\n",
+                                    sweep.removed.size() == 1 ? "it" : "them");
         }
         addFailures(reply, sweep.failures, [&](const std::string& id) {
           const EntryPointer entry = services_.library->store().find(id);

@@ -99,8 +99,8 @@ QVariantMap propertiesOf(const StatusMenuTree::Node& node, const QStringList& wa
     if (!item.shortcut.empty()) {
       all.insert(QStringLiteral("shortcut"), QVariant::fromValue(chordOf(item.shortcut)));
     }
-    if (item.isCheckable) {
-      all.insert(QStringLiteral("toggle-type"), QStringLiteral("checkmark"));
+    if (item.isChoice) {
+      all.insert(QStringLiteral("toggle-type"), QStringLiteral("radio"));
       all.insert(QStringLiteral("toggle-state"), item.isChecked ? 1 : 0);
     }
   }

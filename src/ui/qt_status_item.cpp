@@ -1,6 +1,7 @@
 #include "ui/qt_status_item.hpp"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QCursor>
 #include <QDBusConnection>
 #include <QDBusError>
@@ -19,6 +20,7 @@ namespace {
 constexpr const char* busConnectionName = "vantorel-tray";
 
 void fill(QMenu& menu, const std::vector<StatusMenuItem>& lines) {
+  auto* const choices = new QActionGroup(&menu);
   for (const StatusMenuItem& line : lines) {
     QString label = QString::fromStdString(line.label).replace(u'&', QStringLiteral("&&"));
     switch (line.kind) {
@@ -33,7 +35,8 @@ void fill(QMenu& menu, const std::vector<StatusMenuItem>& lines) {
         if (!line.shortcut.empty()) label += u'\t' + QString::fromStdString(line.shortcut);
         QAction* const action = menu.addAction(label);
         action->setEnabled(line.isEnabled);
-        action->setCheckable(line.isCheckable);
+        action->setCheckable(line.isChoice);
+        if (line.isChoice) choices->addAction(action);
         action->setChecked(line.isChecked);
         // The menu is filled anew before the action has ended when the action opens it again.
         QObject::connect(action, &QAction::triggered, [perform = line.perform] {

@@ -110,7 +110,7 @@ class StatusItemTest : public UiTestCase {
 
   StatusMenuItem checked(const std::string& label, bool isChecked) {
     StatusMenuItem item = action(label);
-    item.isCheckable = true;
+    item.isChoice = true;
     item.isChecked = isChecked;
     return item;
   }

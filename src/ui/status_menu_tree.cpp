@@ -11,7 +11,7 @@ namespace {
 
 auto looks(const StatusMenuTree::Node& node) {
   const StatusMenuItem& item = node.item;
-  return std::tie(node.id, item.kind, item.label, item.shortcut, item.isEnabled, item.isCheckable,
+  return std::tie(node.id, item.kind, item.label, item.shortcut, item.isEnabled, item.isChoice,
                   item.isChecked, node.children);
 }
 
