@@ -27,12 +27,6 @@ bool isOwnFolder(const Path& folder, const LibraryPaths& paths) {
          isIn(paths.originals()) || isIn(paths.caches);
 }
 
-/// Makes sure that captures can be filed in a folder.
-Result<void> tryFolder(Files& files, const Path& folder) {
-  VT_TRY(prepareCaptureFolder(files, folder));
-  return files.checkWritable(folder);
-}
-
 }  // namespace
 
 void LibraryMove::followSetting() {
@@ -65,34 +59,35 @@ void LibraryMove::report(const RelocationOutcome& outcome) {
   }
 }
 
-void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress,
-                         std::shared_ptr<RelocationStopFlag> flag, Done done) {
+void LibraryMove::checkFolder(const Path& folder, Checked done) {
   if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
   if (isOwnFolder(folder, services_.library->paths())) {
     return done(std::unexpected(ownFolderRefusal));
   }
   services_.work->post(
       [files = services_.files, folder, main = services_.main,
-       reply = alive_.guard([this, folder, progress = std::move(progress), flag = std::move(flag),
-                             done = std::move(done)](const Result<void>& usable) mutable {
-         if (!usable) {
-           return done(
-               std::unexpected("The new folder can't be used: " + usable.error().reason + "."));
-         }
-         const std::string previous = services_.settings->values().storageDirectory;
-         storageFolder_ = folder.string();
-         services_.settings->set(&SettingsValues::storageDirectory, folder.string());
-         services_.library->relocation().relocate(
-             {folder, {previous, services_.usualFolder}}, std::move(progress),
-             [done = std::move(done)](RelocationOutcome outcome) mutable {
-               done(std::move(outcome));
-             },
-             std::move(flag));
+       reply = alive_.guard([done = std::move(done)](const Result<void>& usable) mutable {
+         if (usable) return done({});
+         done(std::unexpected("The new folder can't be used: " + usable.error().reason + "."));
        })]() mutable {
-        main->post([usable = tryFolder(*files, folder), reply = std::move(reply)]() mutable {
-          reply(usable);
-        });
+        main->post([usable = prepareCaptureFolder(*files, folder),
+                    reply = std::move(reply)]() mutable { reply(usable); });
       });
+}
+
+void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress,
+                         std::shared_ptr<RelocationStopFlag> flag, Done done) {
+  checkFolder(folder, [this, folder, progress = std::move(progress), flag = std::move(flag),
+                       done = std::move(done)](std::expected<void, std::string> usable) mutable {
+    if (!usable) return done(std::unexpected(std::move(usable.error())));
+    const std::string previous = services_.settings->values().storageDirectory;
+    storageFolder_ = folder.string();
+    services_.settings->set(&SettingsValues::storageDirectory, folder.string());
+    services_.library->relocation().relocate(
+        {folder, {previous, services_.usualFolder}}, std::move(progress),
+        [done = std::move(done)](RelocationOutcome outcome) mutable { done(std::move(outcome)); },
+        std::move(flag));
+  });
 }
 
 }  // namespace vantorel

@@ -37,6 +37,13 @@ class LibraryMove {
   /// is told what did not move. A setting that falls back to its default moves nothing.
   void followSetting();
 
+  /// Nothing, or the sentence that says why captures cannot be kept in a folder.
+  using Checked = std::move_only_function<void(std::expected<void, std::string>)>;
+
+  /// Tries whether captures can be kept in `folder` (absolute); makes it when only the last part of
+  /// its name is missing.
+  void checkFolder(const Path& folder, Checked done);
+
   /// What the move came to, or the sentence that says why nothing was begun.
   using Done = std::move_only_function<void(std::expected<RelocationOutcome, std::string>)>;
 

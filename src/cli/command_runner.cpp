@@ -127,8 +127,7 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
   } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
     render(*rendering, std::move(done));
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
-    runSettingsCommand(*settings, line.json, *services_.settings,
-                       withKeys(*settings, std::move(done)));
+    changeSettings(*settings, line.json, withKeys(*settings, std::move(done)));
   } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
     services_.library->run(*library, line.json, std::move(done), asker);
   } else if (const auto* autostart = std::get_if<command::Autostart>(&line.command)) {
@@ -141,6 +140,24 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
     services_.coordinator->tellThatItRuns();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
   }
+}
+
+// A storage folder that takes no captures is refused here, where somebody reads why.
+void CommandRunner::changeSettings(const command::Settings& what, bool json, Done done) {
+  const Setting* const setting = findSetting(what.key);
+  const bool isFolder = what.verb == command::Settings::Verb::set && setting != nullptr &&
+                        setting->key == "storageDirectory";
+  const JSONValue value = isFolder ? setting->parse(what.value) : JSONValue();
+  if (!isFolder || !setting->accepts(value)) {
+    return runSettingsCommand(what, json, *services_.settings, std::move(done));
+  }
+  services_.move->checkFolder(
+      std::get<std::string>(value.value),
+      alive_.guard([this, what, json, done = std::move(done)](
+                       const std::expected<void, std::string>& usable) mutable {
+        if (!usable) return done(failedReply(usable.error()));
+        runSettingsCommand(what, json, *services_.settings, std::move(done));
+      }));
 }
 
 /// What keeps a hot key that was just set from working belongs to the answer.

@@ -10,6 +10,7 @@
 #include "app/capture_annotator.hpp"
 #include "app/capture_export.hpp"
 #include "app/capture_rewriter.hpp"
+#include "app/library_move.hpp"
 #include "base/alive.hpp"
 #include "cli/command_line.hpp"
 #include "cli/library_command.hpp"
@@ -27,6 +28,7 @@ class CommandRunner {
     CaptureAnnotator* annotator = nullptr;
     SettingsStore* settings = nullptr;
     LibraryCommands* library = nullptr;
+    LibraryMove* move = nullptr;
     CaptureExport* exporting = nullptr;
     Autostart* autostart = nullptr;
     ScreenCapture* screen = nullptr;
@@ -52,6 +54,7 @@ class CommandRunner {
     bool isCalledOff = false;
   };
 
+  void changeSettings(const command::Settings& what, bool json, Done done);
   [[nodiscard]] Done withKeys(const command::Settings& what, Done done);
   void capture(const command::Capture& what, bool json, const std::string& asker, Done done);
   void handOut(const EntryPointer& entry, const command::Capture::Output& output, bool json,

@@ -43,18 +43,22 @@ Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
   const Path inside = folder / ".vantorel";  // any name: what counts is what is in its way
   switch (reachOf(files, inside)) {
     case FileReach::there:
-    case FileReach::fileGone: break;
-    case FileReach::folderGone:
+    case FileReach::fileGone: return files.checkWritable(folder);
+    case FileReach::folderGone: {
       if (reachOf(files, folder) != FileReach::fileGone) {
         return failed(FailureKind::notFound, "the folder above it is missing");
       }
-      return files.makeFolder(folder, Privacy::byUmask);
+      VT_TRY(files.makeFolder(folder, Privacy::byUmask));
+      auto writable = files.checkWritable(folder);
+      if (!writable) (void)files.remove(folder);
+      return writable;
+    }
     case FileReach::folderUnreachable:
       return failed(FailureKind::unreachable, "its disk is not connected");
     case FileReach::folderDenied: return failed(FailureKind::denied, "it may not be opened");
     case FileReach::unknown: return failed(FailureKind::other, "it is no folder that can be used");
   }
-  return {};
+  std::unreachable();
 }
 
 RelocationMover::RelocationMover(Files& files, LibraryPaths paths)

@@ -97,8 +97,8 @@ class RelocationMover {
   std::unique_ptr<FolderHandle> heldTarget_;  // during a batch
 };
 
-/// True when captures can be put into `folder`; makes it when only the last part of its name is
-/// missing, but not where a disk may be missing. Blocks; any thread.
+/// Succeeds when captures can be put into `folder`, which is tried; makes it when only the last
+/// part of its name is missing, but not where a disk may be missing. Blocks; any thread.
 [[nodiscard]] Result<void> prepareCaptureFolder(Files& files, const Path& folder);
 
 }  // namespace vantorel

@@ -251,6 +251,7 @@ struct Program::Parts {
                                                                 .annotator = annotator.get(),
                                                                 .settings = &settings,
                                                                 .library = libraryCommands.get(),
+                                                                .move = libraryMove.get(),
                                                                 .exporting = exporting.get(),
                                                                 .autostart = &autostart,
                                                                 .screen = desktop.screen.get(),

@@ -385,6 +385,14 @@ TEST(ProgramTest, TheLibraryAndSettingsNeedNoDisplay) {
     EXPECT_EQ(vantorel.run({"settings", "set", "exportFormat", "bmp"}).status, 1);
     EXPECT_EQ(vantorel.run({"settings", "set", "exportFormat", "webp"}).status, 0);
     EXPECT_EQ(vantorel.run({"settings", "get", "exportFormat"}).out, "webp\n");
+    for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+             {"settings", "set", "storageDirectory", "/proc"}, {"library", "relocate", "/proc"}}) {
+      const ChildOutcome refused = vantorel.run(command);
+      EXPECT_EQ(refused.status, 1);
+      EXPECT_THAT(refused.err, testing::StartsWith("The new folder can't be used: "));
+    }
+    EXPECT_EQ(vantorel.run({"settings", "get", "storageDirectory"}).out,
+              vantorel.captures().string() + "\n");
 
     std::filesystem::create_directories(vantorel.captures());
     std::string entries;

@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/random_id.hpp"
 #include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/folder_location.hpp"
 #include "platform/linux/system_error.hpp"
@@ -463,7 +464,12 @@ Result<void> LinuxFiles::remove(const Path& path) {
 }
 
 Result<void> LinuxFiles::checkWritable(const Path& folder) const {
-  return answer(::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS));
+  // Permissions alone do not tell: "/proc" grants them, and a full disk may have room for no name.
+  const Path trial = folder / (".vantorel-" + randomID() + ".partial");
+  FileDescriptor file = VT_TRY(openFile(trial, O_WRONLY | O_CREAT | O_EXCL, 0600));
+  auto written = fill(std::move(file), "x", Privacy::byUmask, Durability::flushed);
+  auto removed = answer(::unlink(trial.c_str()));
+  return written ? removed : written;
 }
 
 Result<void> LinuxFiles::flushFolder(const Path& folder) {

@@ -318,6 +318,32 @@ TEST_F(LinuxFilesTest, ACopyIsTheFileAgainOnAnotherDisk) {
   ASSERT_EQ(::umount(tiny.c_str()), 0);
 }
 
+TEST_F(LinuxFilesTest, WhetherAFolderTakesFilesIsTried) {
+  EXPECT_TRUE(files.checkWritable(folder));
+  EXPECT_TRUE(files.list(folder).value().empty()) << "without a trace";
+  EXPECT_TRUE(kind(files.checkWritable(folder / "none")).has_value());
+  if (!isSuperuser()) return;
+  // To the superuser, every folder says that it may be written.
+  for (const char* const place : {"/proc", "/sys"}) {
+    EXPECT_TRUE(kind(files.checkWritable(place)).has_value()) << place;
+  }
+  ASSERT_EQ(::mount("none", folder.c_str(), "tmpfs", 0, "size=64k,nr_inodes=3"), 0);
+  EXPECT_TRUE(files.checkWritable(folder));
+  for (const char* const name : {"one", "two"}) {
+    EXPECT_TRUE(files.create(folder / name, "", Privacy::byUmask, Durability::visible));
+  }
+  EXPECT_EQ(kind(files.checkWritable(folder)), FailureKind::noSpace) << "no inode is left";
+  EXPECT_TRUE(files.remove(folder / "two"));
+  EXPECT_TRUE(
+      files.create(folder / "two", std::string(65536, 'x'), Privacy::byUmask, Durability::visible));
+  ASSERT_EQ(::mount("none", folder.c_str(), nullptr, MS_REMOUNT, "size=64k,nr_inodes=9"), 0);
+  EXPECT_EQ(kind(files.checkWritable(folder)), FailureKind::noSpace) << "no room is left";
+  EXPECT_EQ(::mount("none", folder.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  EXPECT_EQ(kind(files.checkWritable(folder)), FailureKind::readOnly);
+  EXPECT_THAT(names(), ElementsAre("one", "two"));
+  EXPECT_EQ(::umount(folder.c_str()), 0);
+}
+
 TEST_F(LinuxFilesTest, ALockHasOneHolderAndDiesWithItsProcess) {
   const Path path = folder / "lock";
   {
