@@ -8,50 +8,15 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <system_error>
-#include <vector>
 
+#include "platform/linux/mount_table.hpp"
 #include "platform/linux/system_error.hpp"
 
 namespace vantorel {
 namespace {
-
-std::vector<std::string_view> fieldsOf(std::string_view line) {
-  std::vector<std::string_view> fields;
-  while (!line.empty()) {
-    const std::size_t space = std::min(line.find(' '), line.size());
-    fields.push_back(line.substr(0, space));
-    line.remove_prefix(std::min(space + 1, line.size()));
-  }
-  return fields;
-}
-
-/// The kernel writes spaces, tabs, line ends and backslashes as octal numbers.
-std::string unescaped(std::string_view field) {
-  std::string text;
-  for (std::size_t at = 0; at < field.size(); ++at) {
-    unsigned code = 0;
-    const bool isEscape =
-        field[at] == '\\' && at + 3 < field.size() &&
-        std::from_chars(&field[at + 1], &field[at] + 4, code, 8).ptr == &field[at] + 4;
-    text += isEscape ? static_cast<char>(code) : field[at];
-    if (isEscape) at += 3;
-  }
-  return text;
-}
-
-template <class Number>
-std::optional<Number> numberIn(std::string_view text) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
 
 /// File systems of a server or of another program: nothing but their source stays the same from one
 /// mount to the next.
@@ -110,27 +75,6 @@ std::string volumeOf(const MountEntry& mount, int folder) {
 
 }  // namespace
 
-std::optional<MountEntry> findMount(std::string_view table, unsigned long long id) {
-  while (!table.empty()) {
-    const std::size_t end = std::min(table.find('\n'), table.size());
-    const std::string_view line = table.substr(0, end);
-    table.remove_prefix(std::min(end + 1, table.size()));
-    if (numberIn<unsigned long long>(line.substr(0, line.find(' '))) != id) continue;
-    const auto fields = fieldsOf(line);
-    const auto separator = std::ranges::find(fields, std::string_view("-"));
-    if (fields.size() < 7 || fields.end() - separator < 3) return std::nullopt;
-    const std::string_view device = fields[2];
-    const std::size_t colon = std::min(device.find(':'), device.size() - 1);
-    return MountEntry{.deviceMajor = numberIn<unsigned>(device.substr(0, colon)).value_or(0),
-                      .deviceMinor = numberIn<unsigned>(device.substr(colon + 1)).value_or(0),
-                      .root = unescaped(fields[3]),
-                      .mountPoint = unescaped(fields[4]),
-                      .type = unescaped(separator[1]),
-                      .source = unescaped(separator[2])};
-  }
-  return std::nullopt;
-}
-
 Result<FolderLocation> locationOf(const FileDescriptor& folder) {
   struct statx found{};
   if (::statx(folder.number(), "", AT_EMPTY_PATH, STATX_NLINK | STATX_MNT_ID, &found) == -1) {
@@ -141,9 +85,7 @@ Result<FolderLocation> locationOf(const FileDescriptor& folder) {
   const Path path =
       std::filesystem::read_symlink(fmt::format("/proc/self/fd/{}", folder.number()), error);
   if (error) return systemFailure(error.value());
-  std::ifstream file("/proc/self/mountinfo");
-  const std::string table{std::istreambuf_iterator<char>(file), {}};
-  const auto mount = findMount(table, found.stx_mnt_id);
+  const auto mount = findMount(*mountsNow(), found.stx_mnt_id);
   if (!mount) return failed(FailureKind::unreachable, "its file system was unmounted");
   // "/home" and "/home/me" give "/me"; "/" and "/home" give "/home".
   std::string inside = path.string();

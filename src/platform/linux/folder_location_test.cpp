@@ -13,25 +13,6 @@
 namespace vantorel {
 namespace {
 
-TEST(FolderLocationTest, ReadsTheTableOfMounts) {
-  constexpr std::string_view table =
-      "22 27 0:21 / /proc rw,relatime - proc proc rw\n"
-      "31 27 8:17 /shots /home/me/my\\040disk rw shared:1 master:2 - ext4 /dev/sdb1 rw\n"
-      "310 27 0:50 / /home/me/nas rw - nfs4 server:/share rw\n"
-      "33 27 0:51 / /odd\n";
-  const auto disk = findMount(table, 31);
-  ASSERT_TRUE(disk.has_value());
-  EXPECT_EQ(disk->deviceMajor, 8U);
-  EXPECT_EQ(disk->deviceMinor, 17U);
-  EXPECT_EQ(disk->root, "/shots");
-  EXPECT_EQ(disk->mountPoint, "/home/me/my disk");
-  EXPECT_EQ(disk->type, "ext4");
-  EXPECT_EQ(findMount(table, 310)->source, "server:/share");
-  EXPECT_FALSE(findMount(table, 3).has_value());
-  EXPECT_FALSE(findMount(table, 33).has_value());
-  EXPECT_FALSE(findMount("", 1).has_value());
-}
-
 TEST(FolderLocationTest, AFolderIsKnownWhereverItsFileSystemIsMounted) {
   std::string root = (std::filesystem::temp_directory_path() / "vantorel-place-XXXXXX").string();
   ASSERT_NE(::mkdtemp(root.data()), nullptr);

@@ -6,12 +6,10 @@
 #include <unistd.h>
 
 #include <ctime>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "platform/linux/file_descriptor.hpp"
-#include "platform/linux/system_error.hpp"
+#include "platform/linux/mount_table.hpp"
 
 namespace vantorel {
 namespace {
@@ -68,14 +66,6 @@ void sync(const Path& path, int (*how)(int)) {
   if (file.number() != -1) (void)how(file.number());
 }
 
-/// The folder where it really lies.
-Result<Path> withoutLinks(const Path& folder) {
-  std::error_code error;
-  Path real = std::filesystem::weakly_canonical(folder, error);
-  if (error) return systemFailure(error.value());
-  return real;
-}
-
 }  // namespace
 
 LinuxTrash::LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID)
@@ -113,14 +103,18 @@ void LinuxTrash::flush() {
   for (const Path& folder : folders) (void)files_.flushFolder(folder);
 }
 
+// A file can be renamed within its mount alone: one disk may be mounted in several places.
 Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& folder, std::uint64_t device) {
   const Path home = dataHome_ / "Trash";
   VT_TRY(files_.makeFolder(home, Privacy::ownerOnly));
-  const Path realHome = VT_TRY(withoutLinks(home));
-  if (VT_TRY(files_.status(realHome)).device == device) return Can{home, {}};
+  const Path realHome = VT_TRY(files_.resolved(home));
+  const auto mounts = mountsNow();
+  const MountEntry* const mount = mountOf(*mounts, folder);
+  const bool isOnHomesMount = mount == mountOf(*mounts, realHome);
+  if (isOnHomesMount && VT_TRY(files_.status(realHome)).device == device) return Can{home, {}};
 
   Path top = folder;
-  while (top.has_relative_path()) {
+  while (top.has_relative_path() && (mount == nullptr || top != mount->mountPoint)) {
     const auto above = files_.status(top.parent_path());
     if (!above || above->device != device) break;
     top = top.parent_path();
@@ -133,8 +127,11 @@ Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& folder, std::uint64_t dev
     if (makeOwn(own)) return Can{own, top};
   }
   const Path own = top / fmt::format(".Trash-{}", userID_);
-  if (makeOwn(own)) return Can{own, top};
-  return failed(FailureKind::unsupported, "its disk has no Trash");
+  const auto made = makeOwn(own);
+  if (made) return Can{own, top};
+  return failed(FailureKind::unsupported,
+                fmt::format("its disk has no Trash, and none can be made in {}: {}", top.string(),
+                            made.error().reason));
 }
 
 /// The line of the information that names the file.
@@ -147,7 +144,7 @@ std::string LinuxTrash::namedIn(const Can& can, const Path& folder, const Path& 
 Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
   const FileStatus status = VT_TRY(files_.status(path));
   // The file itself may be a link, which is what is moved; its folder is where it really lies.
-  const Path folder = VT_TRY(withoutLinks(path.parent_path()));
+  const Path folder = VT_TRY(files_.resolved(path.parent_path()));
   const Can can = VT_TRY(canFor(folder, status.device));
   VT_TRY(files_.makeFolder(can.folder / "info", Privacy::ownerOnly));
   VT_TRY(files_.makeFolder(can.folder / "files", Privacy::ownerOnly));
@@ -184,7 +181,7 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
 }
 
 std::optional<Path> LinuxTrash::find(const Path& path, std::uint64_t inode) {
-  const auto folder = withoutLinks(path.parent_path());
+  const auto folder = files_.resolved(path.parent_path());
   const auto status = folder ? files_.status(*folder) : std::unexpected(folder.error());
   const auto can = status ? canFor(*folder, status->device) : std::unexpected(status.error());
   if (!can) return std::nullopt;

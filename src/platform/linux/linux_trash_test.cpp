@@ -1,8 +1,10 @@
 #include "platform/linux/linux_trash.hpp"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <array>
@@ -110,6 +112,40 @@ TEST_F(LinuxTrashTest, WhatGoesIntoTheTrashComesBackByUsAndByOthers) {
   const std::string longName = std::string(240, 'l') + ".png";
   put(longName, "long");
   EXPECT_TRUE(trash.moveToTrash(root / "pictures" / longName).has_value());
+}
+
+// The disk is the one of the home folder, and yet nothing can be renamed from one to the other.
+TEST_F(LinuxTrashTest, FilesOfABoundFolderStayInItsMount) {
+  LinuxTrash trash(files, clock, root / "data", ::getuid());
+  std::filesystem::create_directories(root / "pictures" / "2026");
+  for (const char* const bound : {"bound", "pictures"}) {
+    const Path place = root / bound;
+    std::filesystem::create_directory(place);
+    ASSERT_EQ(::mount((root / "pictures").c_str(), place.c_str(), nullptr, MS_BIND, nullptr), 0);
+    put("2026/a.png", "kept");
+    const auto trashed = trash.moveToTrash(place / "2026" / "a.png");
+    const Path own = place / fmt::format(".Trash-{}", ::getuid());
+    EXPECT_TRUE(trashed.has_value()) << trashed.error().reason;
+    if (trashed) {
+      EXPECT_EQ(**trashed, own / "files" / "a.png");
+      EXPECT_THAT(bytesOf(own / "info" / "a.png.trashinfo"), HasSubstr("\nPath=2026/a.png\n"));
+      const auto inode = files.status(**trashed).value().inode;
+      EXPECT_EQ(trash.find(place / "2026" / "a.png", inode), *trashed);
+      EXPECT_TRUE(trash.restore(**trashed, place / "2026" / "a.png").has_value());
+      EXPECT_EQ(bytesOf(root / "pictures/2026/a.png"), "kept");
+    }
+    // Where none can be made, it says so and leaves everything as it was.
+    std::filesystem::remove_all(own);
+    EXPECT_EQ(::mount(nullptr, place.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr),
+              0);
+    const auto refused = trash.moveToTrash(place / "2026" / "a.png");
+    EXPECT_EQ(refused.error().kind, FailureKind::unsupported);
+    EXPECT_EQ(refused.error().reason, "its disk has no Trash, and none can be made in " +
+                                          place.string() + ": the disk is read-only");
+    EXPECT_EQ(::umount(place.c_str()), 0);
+    EXPECT_EQ(bytesOf(root / "pictures/2026/a.png"), "kept");
+    std::filesystem::remove_all(root / "data");
+  }
 }
 
 /// A folder on a disk that is not the one of the data home. At its top no Trash of the user lies
