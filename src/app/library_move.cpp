@@ -1,8 +1,6 @@
 #include "app/library_move.hpp"
 
 #include <algorithm>
-#include <filesystem>
-#include <optional>
 #include <utility>
 
 #include "base/log.hpp"
@@ -11,20 +9,32 @@
 namespace vantorel {
 namespace {
 
-constexpr const char* ownFolderRefusal =
-    "The new folder can't be used: Vantorel keeps its own files in it.";
+/// Where a path leads, as far as it does.
+Path placeOf(const Files& files, const Path& path) {
+  if (auto place = files.resolved(path)) return *std::move(place);
+  return path.has_relative_path() ? placeOf(files, path.parent_path()) / path.filename() : path;
+}
 
-/// Folders that the library fills and clears by itself.
-bool isOwnFolder(const Path& folder, const LibraryPaths& paths) {
-  std::error_code error;
-  const Path real = std::filesystem::weakly_canonical(folder, error);
+/// Folders that the library fills and clears by itself. Blocks.
+bool isOwnFolder(const Files& files, const Path& folder, const LibraryPaths& paths) {
+  const Path place = placeOf(files, folder).lexically_normal();
   const auto isIn = [&](const Path& own) {
-    const Path place = std::filesystem::weakly_canonical(own, error);
-    return std::ranges::mismatch(place, real).in1 == place.end();
+    const Path at = placeOf(files, own);
+    return std::ranges::mismatch(at, place).in1 == at.end();
   };
-  return real == std::filesystem::weakly_canonical(paths.data, error) ||
-         isIn(paths.stagedCaptures()) || isIn(paths.redactedOriginals()) ||
-         isIn(paths.originals()) || isIn(paths.caches);
+  return place == placeOf(files, paths.data) || isIn(paths.stagedCaptures()) ||
+         isIn(paths.redactedOriginals()) || isIn(paths.originals()) || isIn(paths.caches);
+}
+
+Failure ownFolder() { return {FailureKind::denied, "Vantorel keeps its own files in it"}; }
+
+Result<void> tryFolder(Files& files, const Path& folder, const LibraryPaths& paths) {
+  if (isOwnFolder(files, folder, paths)) return std::unexpected(ownFolder());
+  return prepareCaptureFolder(files, folder);
+}
+
+std::string refusal(const Failure& failure) {
+  return "The new folder can't be used: " + failure.reason + ".";
 }
 
 }  // namespace
@@ -40,10 +50,20 @@ void LibraryMove::settingChanged() {
   const std::string& chosen = services_.settings->values().storageDirectory;
   const std::string previous = std::exchange(storageFolder_, chosen);
   if (previous == chosen || !services_.defaults->value("storageDirectory")) return;
-  if (isOwnFolder(chosen, services_.library->paths())) {
-    services_.alerts->notify("Captures weren't moved", ownFolderRefusal);
-    return;
-  }
+  services_.work->post(
+      [files = services_.files, chosen, paths = services_.library->paths(), main = services_.main,
+       reply = alive_.guard([this, previous, chosen](bool isOwn) {
+         if (isOwn) {
+           return services_.alerts->notify("Captures weren't moved", refusal(ownFolder()));
+         }
+         follow(previous, chosen);
+       })]() mutable {
+        main->post([isOwn = isOwnFolder(*files, chosen, paths),
+                    reply = std::move(reply)]() mutable { reply(isOwn); });
+      });
+}
+
+void LibraryMove::follow(const Path& previous, const Path& chosen) {
   services_.library->whenReady(alive_.guard([this, previous, chosen] {
     services_.library->relocation().relocate(
         {chosen, {previous, services_.usualFolder}}, {},
@@ -61,17 +81,15 @@ void LibraryMove::report(const RelocationOutcome& outcome) {
 
 void LibraryMove::checkFolder(const Path& folder, Checked done) {
   if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
-  if (isOwnFolder(folder, services_.library->paths())) {
-    return done(std::unexpected(ownFolderRefusal));
-  }
   services_.work->post(
-      [files = services_.files, folder, main = services_.main,
+      [files = services_.files, folder, paths = services_.library->paths(), main = services_.main,
        reply = alive_.guard([done = std::move(done)](const Result<void>& usable) mutable {
          if (usable) return done({});
-         done(std::unexpected("The new folder can't be used: " + usable.error().reason + "."));
+         done(std::unexpected(refusal(usable.error())));
        })]() mutable {
-        main->post([usable = prepareCaptureFolder(*files, folder),
-                    reply = std::move(reply)]() mutable { reply(usable); });
+        main->post([usable = tryFolder(*files, folder, paths), reply = std::move(reply)]() mutable {
+          reply(usable);
+        });
       });
 }
 

@@ -58,6 +58,7 @@ class LibraryMove {
 
  private:
   void settingChanged();
+  void follow(const Path& previous, const Path& chosen);
   void report(const RelocationOutcome& outcome);
 
   Services services_;

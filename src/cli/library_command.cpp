@@ -11,6 +11,7 @@
 #include "library/entry_filter.hpp"
 #include "library/gone_entries.hpp"
 #include "library/history_reachability.hpp"
+#include "library/silent_folders.hpp"
 
 namespace vantorel {
 namespace {
@@ -412,28 +413,32 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
        learn = alive_.guard([this](const std::vector<SeenFile>& files) {
          remember(services_.library->store(), files);
        }),
-       reply = alive_.guard([this, json, done = std::move(done)](const FileLook& look) mutable {
-         if (look.wasStopped) {
-           return done(nothingChanged());
-         }
-         std::string remark = followRenamed(look.renamed);
-         const std::size_t away = look.outOfReach.size();
-         if (away > 0) {
-           remark += captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
-                     " in History.\n";
-         }
-         // What changed meanwhile may have its file elsewhere by now.
-         lookAgain(*services_.files, *services_.work, services_.main,
-                   settledEntries(services_.library->store(), look.gone),
-                   alive_.guard([this, json, remark = std::move(remark),
-                                 done = std::move(done)](const EntryList& gone) mutable {
-                     forget(settledEntries(services_.library->store(), gone), json,
-                            std::move(remark), std::move(done));
-                   }));
-       })]() mutable {
+       reply =
+           alive_.guard([this, json, done = std::move(done)](
+                            const FileLook& look, const std::vector<std::string>& silent) mutable {
+             if (look.wasStopped) {
+               return done(nothingChanged());
+             }
+             std::string remark = silenceOf(silent) + followRenamed(look.renamed);
+             const std::size_t away = look.outOfReach.size();
+             if (away > 0) {
+               remark += captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
+                         " in History.\n";
+             }
+             // What changed meanwhile may have its file elsewhere by now.
+             lookAgain(*services_.files, *services_.work, services_.main,
+                       settledEntries(services_.library->store(), look.gone),
+                       alive_.guard([this, json, remark = std::move(remark),
+                                     done = std::move(done)](const EntryList& gone) mutable {
+                         forget(settledEntries(services_.library->store(), gone), json,
+                                std::move(remark), std::move(done));
+                       }));
+           })]() mutable {
         FileLook look = lookForFiles(*files, scope.entries, scope, goOn);
         if (!look.wasStopped) postInSlices(*main, std::exchange(look.learned, {}), learn);
-        main->post([look = std::move(look), reply = std::move(reply)]() mutable { reply(look); });
+        auto silent = silentFolders(*files, look.outOfReach);
+        main->post([look = std::move(look), silent = std::move(silent),
+                    reply = std::move(reply)]() mutable { reply(look, silent); });
       });
 }
 

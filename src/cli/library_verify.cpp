@@ -11,6 +11,7 @@
 #include "library/entry_paths.hpp"
 #include "library/gone_entries.hpp"
 #include "library/history_reachability.hpp"
+#include "library/silent_folders.hpp"
 
 namespace vantorel {
 namespace {
@@ -92,7 +93,9 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   for (const Path& path : findings.clearedAtStart) {
     report.add("cleared at start", path.string(), true);
   }
-  return report.reply();
+  CommandReply reply = report.reply();
+  reply.error.insert(0, silenceOf(findings.silentFolders));
+  return reply;
 }
 
 std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {

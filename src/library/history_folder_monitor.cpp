@@ -73,7 +73,10 @@ void HistoryFolderMonitor::open(const std::string& name, Folder& folder) {
          opened(name, generation, std::move(opening));
        })]() mutable {
         Opening opening{identityOf(files, name), std::nullopt};
-        if (!watched || watched != opening.identity) {
+        if (!opening.identity) {
+          // A server that does not answer would hold the watcher.
+          opening.watch = failed(FailureKind::unreachable, "the folder can't be reached");
+        } else if (watched != opening.identity) {
           opening.watch = watcher.watch(name, main, std::move(onEvent));
         }
         main->post(

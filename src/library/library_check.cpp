@@ -11,6 +11,7 @@
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/parked_index.hpp"
+#include "library/silent_folders.hpp"
 
 namespace vantorel {
 namespace {
@@ -100,6 +101,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   findings.look = lookForFiles(
       files, scope.entries, {.entries = scope.entries, .unreadPaths = scope.unreadPaths}, progress);
   if (findings.look.wasStopped) return findings;
+  findings.silentFolders = silentFolders(files, findings.look.outOfReach);
   std::ranges::copy_if(scope.entries, std::back_inserter(findings.withoutOriginal),
                        [&](const EntryPointer& entry) {
                          return entry->originalPath && *entry->originalPath != entry->path &&

@@ -41,6 +41,7 @@ struct LibraryScope {
 /// What in a library does not fit together.
 struct LibraryFindings {
   FileLook look;
+  std::vector<std::string> silentFolders;   ///< of entries that are out of reach
   EntryList withoutOriginal;                ///< the original they name is gone from its folder
   std::vector<Path> filesWithoutEntry;      ///< named as captures are
   std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses

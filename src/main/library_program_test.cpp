@@ -14,6 +14,7 @@
 #include "main/program_under_test.hpp"
 #include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
+#include "platform/testing/stuck_mount.hpp"
 
 namespace vantorel {
 namespace {
@@ -316,6 +317,53 @@ TEST(LibraryProgramTest, ADiskThatIsAwayIsNeverTakenForDeletedFiles) {
                 HasSubstr("\"path\":\"" + (shots / "renamed.png").string()));
     disconnect();
   }
+}
+
+TEST(LibraryProgramTest, AServerThatNeverAnswersHoldsNothingElse) {
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  const auto server = desktop.folder() / "server";
+  std::filesystem::create_directories(server);
+  std::filesystem::create_directories(vantorel.root());
+  std::ofstream(vantorel.root() / "settings.json")
+      << R"({"copyToClipboardAfterCapture":false,"storageDirectory":")" << server.string() << "\"}";
+  const std::filesystem::path there = pathIn(vantorel.run({"capture", "display"}));
+  ASSERT_EQ(there.parent_path(), server);
+  const std::string thereID = vantorel.entries().back()->id;
+  setStorage(vantorel, vantorel.captures());
+  ChildProcess tray = vantorel.start({});
+  waitForTray(client, vantorel, tray);
+
+  StuckMount stuck(server);
+  ChildProcess pruning = vantorel.start({"library", "prune"});
+  ChildProcess converting = vantorel.start({"convert", "latest", "--format", "heic"});
+  ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+  const ChildOutcome converted = converting.wait();
+  EXPECT_EQ(converted.status, 0) << converted.err;
+  EXPECT_TRUE(pruning.isRunning()) << "it waits, and nobody waits for it";
+  const std::string silence = server.string() + " is out of reach: it does not answer.\n";
+  const ChildOutcome pruned = pruning.wait();
+  EXPECT_EQ(pruned.status, 0);
+  EXPECT_EQ(pruned.out, "0 captures removed from History\n");
+  EXPECT_EQ(pruned.err, silence + "1 capture out of reach stays in History.\n");
+  EXPECT_THAT(vantorel.run({"library", "verify"}).err, HasSubstr(silence));
+  EXPECT_THAT(vantorel.run({"library", "trash", thereID}).err,
+              HasSubstr("the folder it's in can't be reached."));
+  EXPECT_THAT(vantorel.run({"library", "relocate", server.string()}).err,
+              HasSubstr("The new folder can't be used"));
+  EXPECT_EQ(vantorel.run({"library", "trash", "latest"}).status, 0);
+  EXPECT_EQ(vantorel.run({"library", "undo"}).status, 0);
+  // A new process knows nothing of it yet.
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  EXPECT_EQ(tray.wait().status, 0);
+  EXPECT_THAT(vantorel.run({"library", "prune"}).err, HasSubstr(silence));
+
+  stuck.end();
+  EXPECT_EQ(vantorel.run({"library", "verify"}).status, 0);
+  EXPECT_EQ(vantorel.run({"library", "trash", thereID}).status, 0);
+  EXPECT_FALSE(std::filesystem::exists(there));
 }
 
 TEST(LibraryProgramTest, EachDiskHasATrashOfItsOwn) {

@@ -15,6 +15,7 @@
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
 #include "platform/linux/autostart_entry.hpp"
+#include "platform/linux/bounded_files.hpp"
 #include "platform/linux/command_bus.hpp"
 #include "platform/linux/desktop_notifications.hpp"
 #include "platform/linux/desktop_session.hpp"
@@ -133,7 +134,7 @@ struct Program::Parts {
         std::function<void()> terminate)
       : main(std::move(mainRunner)),
         ui(desktopUi),
-        files(std::make_shared<LinuxFiles>()),
+        files(std::make_shared<BoundedFiles>(std::make_shared<LinuxFiles>())),
         clock(std::make_shared<LinuxClock>()),
         codec(std::make_shared<LinuxImageCodec>()),
         detachedClipboard(main, disks.queue("com.hollen.Vantorel.clipboard")),
@@ -366,7 +367,7 @@ struct Program::Parts {
   SerialQueues prompt{2};  // captures, index and settings, and nothing slow
   SerialQueues disks{6};   // where a disk or a service may hang; about a thread a queue
   SerialQueues pool{3};    // for work of the processor
-  std::shared_ptr<LinuxFiles> files;
+  std::shared_ptr<Files> files;
   std::shared_ptr<LinuxClock> clock;
   std::shared_ptr<LinuxImageCodec> codec;
   DetachedClipboard detachedClipboard;

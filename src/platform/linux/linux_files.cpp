@@ -55,13 +55,12 @@ FileType fileType(mode_t mode) {
   return FileType::other;
 }
 
-FileType fileType(std::filesystem::file_type type) {
-  switch (type) {
-    case std::filesystem::file_type::regular: return FileType::regular;
-    case std::filesystem::file_type::directory: return FileType::folder;
-    case std::filesystem::file_type::symlink: return FileType::link;
-    default: return FileType::other;
-  }
+/// As the folder itself has it: a server mounted in it that went is not asked.
+FileType fileType(const std::filesystem::directory_entry& item) {
+  std::error_code gone;
+  if (item.is_symlink(gone)) return FileType::link;
+  if (item.is_regular_file(gone)) return FileType::regular;
+  return item.is_directory(gone) ? FileType::folder : FileType::other;
 }
 
 Result<void> writeAll(int file, std::string_view bytes) {
@@ -315,8 +314,7 @@ Result<std::vector<FolderItem>> LinuxFiles::list(const Path& folder) const {
   std::vector<FolderItem> items;
   std::filesystem::directory_iterator item(folder, error);
   while (!error && item != std::filesystem::directory_iterator()) {
-    std::error_code gone;
-    items.push_back({item->path().filename(), fileType(item->symlink_status(gone).type())});
+    items.push_back({item->path().filename(), fileType(*item)});
     item.increment(error);
   }
   if (error) return systemFailure(error.value());

@@ -61,7 +61,8 @@ Path infoOf(const Path& trashed) {
   return info;
 }
 
-void sync(const Path& path, int (*how)(int)) {
+void sync(const Files& files, const Path& path, int (*how)(int)) {
+  if (!files.status(path)) return;  // a server that went would not answer either
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   if (file.number() != -1) (void)how(file.number());
 }
@@ -96,9 +97,9 @@ void LinuxTrash::flush() {
   if (infos.size() > mostFlushedSingly) {
     std::set<Path> places;
     for (const Path& info : infos) places.insert(info.parent_path());
-    for (const Path& place : places) sync(place, ::syncfs);
+    for (const Path& place : places) sync(files_, place, ::syncfs);
   } else {
-    for (const Path& info : infos) sync(info, ::fsync);
+    for (const Path& info : infos) sync(files_, info, ::fsync);
   }
   for (const Path& folder : folders) (void)files_.flushFolder(folder);
 }
@@ -164,7 +165,8 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
       unflushedInfo_.push_back(infoPath);
       return std::optional(place);
     }
-    (void)files_.remove(infoPath);
+    // Without an answer it may have moved, and then needs the information.
+    if (moved.error().kind != FailureKind::unreachable) (void)files_.remove(infoPath);
     if (moved.error().kind != FailureKind::exists) return std::unexpected(moved.error());
   }
   return failed(FailureKind::exists, "the Trash is full of files of that name");
