@@ -316,9 +316,16 @@ void AppCoordinator::copyRecent(int number) {
   int seen = 0;
   for (const EntryPointer& entry : services_.library->store().newestFirst()) {
     if (entry->medium != CaptureMedium::image || ++seen < number) continue;
-    copyToClipboard(*entry, alive_.guard([this](const std::string& problem) {
-      if (!problem.empty()) services_.alerts->notify("Copy failed", problem);
-    }));
+    services_.library->findFiles(
+        {entry->id}, Library::Claimed::no, *services_.pictures,
+        alive_.guard([this, id = entry->id](const std::set<std::string>& unsettled) {
+          const EntryPointer found = services_.library->store().find(id);
+          std::function<void(std::string)> tell = alive_.guard([this](const std::string& problem) {
+            if (!problem.empty()) services_.alerts->notify("Copy failed", problem);
+          });
+          if (!found || unsettled.contains(id)) return tell("the screenshot couldn't be read");
+          copyToClipboard(*found, std::move(tell));
+        }));
     return;
   }
   services_.alerts->notify("Nothing to copy", "There are fewer captures in History than that.");

@@ -7,6 +7,7 @@
 #include "app/output_guard.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/output_failure.hpp"
+#include "library/look_adoption.hpp"
 
 namespace vantorel {
 namespace {
@@ -83,7 +84,7 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
 
 /// Gives the entry back before the answer comes.
 template <class Value>
-auto releasing(EntryClaim claim, std::function<void(Value)> done) {
+std::function<void(Value)> releasing(EntryClaim claim, std::function<void(Value)> done) {
   return [claim = std::make_shared<EntryClaim>(std::move(claim)),
           done = std::move(done)](Value answer) {
     claim->end();
@@ -106,6 +107,21 @@ CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::stri
     return std::unexpected("Only pictures can be annotated.");
   }
   return *std::move(entry);
+}
+
+/// Calls `then` with a claimed capture as it is once it is known which file is its own.
+template <class Value>
+void CaptureAnnotator::findFile(const std::string& id, const Done<Value>& done,
+                                std::function<void(const EntryPointer&)> then) {
+  services_->library->findFiles(
+      {id}, Library::Claimed::byCaller, *services_->work,
+      alive_.guard([this, id, done,
+                    then = std::move(then)](const std::set<std::string>& unsettled) {
+        const EntryPointer entry = services_->library->store().find(id);
+        if (!entry) return done(std::unexpected("The capture has left History."));
+        if (unsettled.contains(id)) return done(std::unexpected(unsettledSentence));
+        then(entry);
+      }));
 }
 
 std::optional<std::string> CaptureAnnotator::refusal(const ScreenshotEntry& entry) const {
@@ -132,10 +148,10 @@ void CaptureAnnotator::work(std::function<Value(const Services&)> job,
 void CaptureAnnotator::apply(const std::string& name, const Path& document,
                              Done<EntryPointer> done) {
   whenReady([this, name, document, done = std::move(done)] {
-    const auto entry = picture(name);
-    if (!entry) return done(std::unexpected(entry.error()));
-    const std::string id = (*entry)->id;
-    if (auto refused = refusal(**entry)) return done(std::unexpected(*std::move(refused)));
+    const auto named = picture(name);
+    if (!named) return done(std::unexpected(named.error()));
+    const std::string id = (*named)->id;
+    if (auto refused = refusal(**named)) return done(std::unexpected(*std::move(refused)));
     // Nobody may change the file's pixel size between the check and the change.
     auto claimed = services_->library->claim(id, EntryWork::rewriting);
     if (!claimed) return done(std::unexpected(sentence(claimed.error())));
@@ -146,18 +162,20 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
       done(std::move(answer));
       services_->pendingWork->end(ticket);
     };
-    work<Answer<Checked>>(
-        [path = Path((*entry)->path), document](const Services& with) -> Answer<Checked> {
-          const auto capture = with.codec->pixelSize(*with.files, path);
-          if (!capture) return unreadable(path, capture.error());
-          auto checked = readDocument(document, *capture, *with.files, *with.codec);
-          if (!checked) return std::unexpected(std::move(checked.error()));
-          return Checked{*std::move(checked), *capture};
-        },
-        [this, id, finished = std::move(finished)](Answer<Checked> checked) {
-          if (!checked) return finished(std::unexpected(std::move(checked.error())));
-          store(id, checked->document, checked->capture, finished);
-        });
+    findFile<EntryPointer>(id, finished, [this, id, document, finished](const EntryPointer& entry) {
+      work<Answer<Checked>>(
+          [path = Path(entry->path), document](const Services& with) -> Answer<Checked> {
+            const auto capture = with.codec->pixelSize(*with.files, path);
+            if (!capture) return unreadable(path, capture.error());
+            auto checked = readDocument(document, *capture, *with.files, *with.codec);
+            if (!checked) return std::unexpected(std::move(checked.error()));
+            return Checked{*std::move(checked), *capture};
+          },
+          [this, id, finished](Answer<Checked> checked) {
+            if (!checked) return finished(std::unexpected(std::move(checked.error())));
+            store(id, checked->document, checked->capture, finished);
+          });
+    });
   });
 }
 
@@ -186,52 +204,56 @@ void CaptureAnnotator::store(const std::string& id, const EditorDocument& docume
 
 void CaptureAnnotator::document(const std::string& name, Done<EditorDocument> done) {
   whenReady([this, name, done = std::move(done)] {
-    const auto entry = picture(name);
-    if (!entry) return done(std::unexpected(entry.error()));
-    auto claimed = services_->library->claim((*entry)->id, EntryWork::reading);
+    const auto named = picture(name);
+    if (!named) return done(std::unexpected(named.error()));
+    auto claimed = services_->library->claim((*named)->id, EntryWork::reading);
     if (!claimed) return done(std::unexpected(sentence(claimed.error())));
-    work<Answer<EditorDocument>>(
-        [entry = *entry](const Services& with) -> Answer<EditorDocument> {
-          const auto capture = with.codec->pixelSize(*with.files, entry->path);
-          if (capture) return documentOf(*entry, *capture);
-          // What was drawn is worth having even when the picture is gone.
-          if (!entry->pixelWidth || !entry->pixelHeight) {
-            return unreadable(entry->path, capture.error());
-          }
-          return documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight});
-        },
-        releasing(*std::move(claimed), done));
+    const Done<EditorDocument> finished = releasing(*std::move(claimed), done);
+    findFile<EditorDocument>((*named)->id, finished, [this, finished](const EntryPointer& entry) {
+      work<Answer<EditorDocument>>(
+          [entry](const Services& with) -> Answer<EditorDocument> {
+            const auto capture = with.codec->pixelSize(*with.files, entry->path);
+            if (capture) return documentOf(*entry, *capture);
+            // What was drawn is worth having even when the picture is gone.
+            if (!entry->pixelWidth || !entry->pixelHeight) {
+              return unreadable(entry->path, capture.error());
+            }
+            return documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight});
+          },
+          finished);
+    });
   });
 }
 
 void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
   whenReady([this, drawing, done = std::move(done)] {
-    EntryPointer entry;
-    EntryClaim claim;
-    Path base;
-    if (const auto* capture = std::get_if<Drawing::Capture>(&drawing.base)) {
-      const auto found = picture(capture->name);
-      if (!found) return done(std::unexpected(found.error()));
-      entry = *found;
-      base = entry->path;
-      auto claimed = services_->library->claim(entry->id, EntryWork::exporting);
-      if (!claimed) return done(std::unexpected(sentence(claimed.error())));
-      claim = *std::move(claimed);
-    } else {
-      base = std::get<Drawing::Picture>(drawing.base).path;
+    const auto* const capture = std::get_if<Drawing::Capture>(&drawing.base);
+    if (capture == nullptr) {
+      return drawOver(std::get<Drawing::Picture>(drawing.base).path, nullptr, drawing, done);
     }
-    const HistoryStore& store = services_->library->store();
-    work<Answer<Path>>(
-        [drawing, entry, base,
-         kept = ProtectedFiles{.entries = store.entries(),
-                               .paths = store.paths(),
-                               .originals = store.paths().data / "Originals"},
-         quality = services_->settings->values().jpegQuality](const Services& with) {
-          return drawToFile(drawing, base, entry, kept, quality, with.draw, *with.files,
-                            *with.codec);
-        },
-        releasing(std::move(claim), done));
+    const auto named = picture(capture->name);
+    if (!named) return done(std::unexpected(named.error()));
+    auto claimed = services_->library->claim((*named)->id, EntryWork::exporting);
+    if (!claimed) return done(std::unexpected(sentence(claimed.error())));
+    const Done<Path> finished = releasing(*std::move(claimed), done);
+    findFile<Path>((*named)->id, finished, [this, drawing, finished](const EntryPointer& entry) {
+      drawOver(entry->path, entry, drawing, finished);
+    });
   });
+}
+
+void CaptureAnnotator::drawOver(const Path& base, const EntryPointer& entry, const Drawing& drawing,
+                                const Done<Path>& done) {
+  const HistoryStore& store = services_->library->store();
+  work<Answer<Path>>(
+      [drawing, entry, base,
+       kept = ProtectedFiles{.entries = store.entries(),
+                             .paths = store.paths(),
+                             .originals = store.paths().data / "Originals"},
+       quality = services_->settings->values().jpegQuality](const Services& with) {
+        return drawToFile(drawing, base, entry, kept, quality, with.draw, *with.files, *with.codec);
+      },
+      done);
 }
 
 }  // namespace vantorel

@@ -77,6 +77,11 @@ class CaptureAnnotator {
 
  private:
   void whenReady(std::function<void()> then);
+  template <class Value>
+  void findFile(const std::string& id, const Done<Value>& done,
+                std::function<void(const EntryPointer&)> then);
+  void drawOver(const Path& base, const EntryPointer& entry, const Drawing& drawing,
+                const Done<Path>& done);
   [[nodiscard]] Answer<EntryPointer> picture(const std::string& name) const;
   [[nodiscard]] std::optional<std::string> refusal(const ScreenshotEntry& entry) const;
   void store(const std::string& id, const EditorDocument& document, PixelSize capture,

@@ -9,6 +9,7 @@
 #include "capture/capture_transcoder.hpp"
 #include "editor/entry_document.hpp"
 #include "library/file_reach.hpp"
+#include "library/look_adoption.hpp"
 
 namespace vantorel {
 namespace {
@@ -90,7 +91,19 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
     done(std::move(reply));
     services_.pendingWork->end(ticket);
   };
+  services_.library->findFiles(
+      {before.id}, Library::Claimed::byCaller, *services_.work,
+      alive_.guard([this, id = before.id, change, finished = std::move(finished)](
+                       const std::set<std::string>& unsettled) mutable {
+        const EntryPointer found = services_.library->store().find(id);
+        if (!found) return finished(std::unexpected("The capture has left History."));
+        if (unsettled.contains(id)) return finished(std::unexpected(unsettledSentence));
+        transcode(found, change, std::move(finished));
+      }));
+}
 
+void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done finished) {
+  const ScreenshotEntry& before = *entry;
   CaptureTranscoder::Source source{.path = before.path,
                                    .scale = before.captureScale.value_or(1),
                                    .createdAt = before.capturedAt};
@@ -99,10 +112,10 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
                             (before.id + Path(before.path).extension().string());
   }
   services_.work->post(
-      [source, change, asked = *entry, journal = journal_, files = services_.files,
+      [source, change, asked = entry, journal = journal_, files = services_.files,
        codec = services_.codec, quality = services_.settings->values().jpegQuality,
        main = services_.main,
-       landed = alive_.guard([this, entry = *entry, source,
+       landed = alive_.guard([this, entry, source,
                               finished = std::move(finished)](Rewritten& result) mutable {
          if (!result || !*result) {
            auto reply =

@@ -56,6 +56,7 @@ class CaptureRewriter {
     bool downscaleTo1x = false;
   };
   void rewrite(const std::string& name, Change change, Done done);
+  void transcode(const EntryPointer& entry, Change change, Done finished);
   void begin(const std::string& name, Change change, Done done);
   void fileAway(const ScreenshotEntry& before, const CaptureTranscoder::Source& source,
                 const CaptureTranscoder::Result& result, Done finished);

@@ -10,7 +10,7 @@
 #include "base/time_text.hpp"
 #include "library/entry_filter.hpp"
 #include "library/gone_entries.hpp"
-#include "library/history_reachability.hpp"
+#include "library/look_adoption.hpp"
 #include "library/silent_folders.hpp"
 
 namespace vantorel {
@@ -204,20 +204,7 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
   switch (what.verb) {
     case Verb::list: return list(what, json, std::move(done));
     case Verb::show:
-    case Verb::path: {
-      CommandReply reply;
-      for (const EntryPointer& entry : *entries) {
-        if (!reply.output.empty() && !json && what.verb == Verb::show) reply.output += "\n";
-        reply.output += json ? line(*entry, true)
-                        : what.verb == Verb::path
-                            ? entry->path + "\n"
-                            : details(*entry, store,
-                                      services_.isOutOfReach && services_.isOutOfReach(entry->id));
-        if (what.verb != Verb::path || !isRedacted(*entry)) continue;
-        reply.error += entry->path + ": nothing is covered in this file: use render.\n";
-      }
-      return done(std::move(reply));
-    }
+    case Verb::path: return show(*entries, what.verb == Verb::path, json, std::move(done));
     case Verb::star:
     case Verb::unstar:
       return change(
@@ -249,6 +236,32 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
                                    running->show, std::move(done));
   }
   std::unreachable();
+}
+
+void LibraryCommands::show(const EntryList& entries, bool onlyPath, bool json, CommandDone done) {
+  std::vector<std::string> ids;
+  for (const EntryPointer& entry : entries) ids.push_back(entry->id);
+  services_.library->findFiles(
+      ids, Library::Claimed::no, *services_.work,
+      [this, ids, onlyPath, json,
+       done = std::move(done)](const std::set<std::string>& unsettled) mutable {
+        const HistoryStore& store = services_.library->store();
+        CommandReply reply;
+        for (const std::string& id : ids) {
+          const EntryPointer entry = store.find(id);
+          if (!entry) continue;
+          if (onlyPath && unsettled.contains(id)) return done(failedReply(unsettledSentence));
+          if (!reply.output.empty() && !json && !onlyPath) reply.output += "\n";
+          reply.output +=
+              json       ? line(*entry, true)
+              : onlyPath ? entry->path + "\n"
+                         : details(*entry, store,
+                                   services_.isOutOfReach && services_.isOutOfReach(entry->id));
+          if (!onlyPath || !isRedacted(*entry)) continue;
+          reply.error += entry->path + ": nothing is covered in this file: use render.\n";
+        }
+        done(std::move(reply));
+      });
 }
 
 void LibraryCommands::list(const command::Library& what, bool json, CommandDone done) const {
@@ -419,7 +432,12 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
              if (look.wasStopped) {
                return done(nothingChanged());
              }
-             std::string remark = silenceOf(silent) + followRenamed(look.renamed);
+             const AdoptedLook adopted = adoptNames(services_.library->store(), look);
+             std::string remark = silenceOf(silent);
+             if (adopted.renamed > 0) {
+               remark += captures(adopted.renamed) + " found under " +
+                         (adopted.renamed == 1 ? "another name" : "other names") + ".\n";
+             }
              const std::size_t away = look.outOfReach.size();
              if (away > 0) {
                remark += captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
@@ -427,7 +445,7 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
              }
              // What changed meanwhile may have its file elsewhere by now.
              lookAgain(*services_.files, *services_.work, services_.main,
-                       settledEntries(services_.library->store(), look.gone),
+                       settledEntries(services_.library->store(), adopted.gone),
                        alive_.guard([this, json, remark = std::move(remark),
                                      done = std::move(done)](const EntryList& gone) mutable {
                          forget(settledEntries(services_.library->store(), gone), json,
@@ -440,19 +458,6 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
         main->post([look = std::move(look), silent = std::move(silent),
                     reply = std::move(reply)]() mutable { reply(look, silent); });
       });
-}
-
-/// Gives entries the new names of their files; answers what to say of it.
-std::string LibraryCommands::followRenamed(const std::vector<SeenFile>& renamed) {
-  std::vector<SeenFile> settled;
-  for (const SeenFile& file : renamed) {
-    if (settledEntries(services_.library->store(), {file.entry}).empty()) continue;
-    settled.push_back(file);
-  }
-  if (settled.empty()) return {};
-  remember(services_.library->store(), settled);
-  return captures(settled.size()) + " found under " +
-         (settled.size() == 1 ? "another name" : "other names") + ".\n";
 }
 
 }  // namespace vantorel

@@ -58,6 +58,7 @@ class LibraryCommands {
 
   void runNow(const command::Library& what, bool json, const RunningPointer& running,
               CommandDone done);
+  void show(const EntryList& entries, bool onlyPath, bool json, CommandDone done);
   void list(const command::Library& what, bool json, CommandDone done) const;
   void collections(bool json, CommandDone done) const;
   void change(const EntryList& entries, bool json, const Change& change, CommandDone done);
@@ -66,7 +67,6 @@ class LibraryCommands {
   void undo(bool json, CommandDone done);
   void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
   void prune(bool json, const RunningPointer& running, CommandDone done);
-  [[nodiscard]] std::string followRenamed(const std::vector<SeenFile>& renamed);
   void relocate(const Path& folder, bool json, const RunningPointer& running, CommandDone done);
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 

@@ -10,7 +10,7 @@
 #include "base/size_text.hpp"
 #include "library/entry_paths.hpp"
 #include "library/gone_entries.hpp"
-#include "library/history_reachability.hpp"
+#include "library/look_adoption.hpp"
 #include "library/silent_folders.hpp"
 
 namespace vantorel {
@@ -226,9 +226,10 @@ std::vector<EntryClaim> LibraryVerify::claimOriginals(LibraryFindings& findings)
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
 void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim> claimed,
                          bool json, CommandDone done) {
+  const AdoptedLook adopted = adoptNames(services_.library->store(), findings.look);
   services_.work->post(
       [files = services_.files, codec = services_.codec, trash = services_.trash,
-       main = services_.main, findings,
+       main = services_.main, findings, gone = adopted.gone,
        learn = alive_.guard([this](const std::vector<SeenFile>& files) {
          remember(services_.library->store(), files);
        }),
@@ -248,7 +249,9 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
          std::vector<std::string> going;
          for (const EntryPointer& entry : settledEntries(store, mended.goneStill)) {
            going.push_back(entry->id);
-           mended.paths.insert(entry->path);
+           const auto named =
+               std::ranges::find(findings.look.gone, entry->id, &ScreenshotEntry::id);
+           mended.paths.insert((*named)->path);
          }
          for (const SeenFile& file : findings.look.renamed) {
            if (store.findByPath(file.path.string())) mended.paths.insert(file.path.string());
@@ -275,9 +278,8 @@ void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim
           auto entry = entryForFile(*files, *codec, path);
           if (entry) mended.entries.push_back(*std::move(entry));
         }
-        mended.goneStill = goneOf(*files, findings.look.gone);
+        mended.goneStill = goneOf(*files, gone);
         postInSlices(*main, findings.look.learned, learn);
-        postInSlices(*main, findings.look.renamed, learn);
         main->post(
             [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
       });

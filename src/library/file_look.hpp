@@ -36,15 +36,24 @@ struct FileLookScope {
 
 /// What looking for the files of entries came to.
 struct FileLook {
-  EntryList gone;                 ///< deleted, or moved to where no captures are
+  EntryList gone;                 ///< deleted, overwritten, or moved to where no captures are
   EntryList outOfReach;           ///< the folder is away: the file may well be there
   std::vector<SeenFile> renamed;  ///< there under another name, or in another folder of captures
   std::vector<SeenFile> learned;  ///< there, and not as it is remembered
+
+  /// Those of `gone` whose paths other entries' files have by now, each with a free path of its own
+  /// and with what is remembered of its file.
+  std::vector<SeenFile> displaced;
   bool wasStopped = false;
 };
 
-/// Looks for the file of each of these entries. One that is missing is sought by its number, size
-/// and time in all folders of captures on its volume. Blocks; any thread.
+/// Looks for the file of each of these entries: the one place that says which file is an entry's.
+/// What has the entry's path is its file, whoever wrote it, unless it is known to be the file of
+/// another entry, which got the name: names may be swapped, and one file put over another. A file
+/// that is not at its path is sought by its number, size and time under the names of other entries,
+/// and, when nothing else has its path, in all folders of captures on its volume. When files of
+/// other entries of the library turn out to have changed names too, those are answered as well.
+/// Blocks; any thread.
 [[nodiscard]] FileLook lookForFiles(const Files& files, const EntryList& wanted,
                                     const FileLookScope& scope, const CheckProgress& progress);
 

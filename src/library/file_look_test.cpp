@@ -161,5 +161,102 @@ TEST_F(FileLookTest, AFileThatWasRenamedOrMovedAmongTheFoldersIsFound) {
   EXPECT_EQ(look().renamed.size(), 3U);
 }
 
+TEST_F(FileLookTest, AFileIsWhosItIsWhateverNamesWereSwapped) {
+  const auto shift = [this](const std::vector<std::string>& cycle) {
+    files.folders.insert("/t");
+    rename(cycle.front(), "/t/aside");
+    for (std::size_t i = 1; i < cycle.size(); ++i) rename(cycle[i], cycle[i - 1]);
+    rename("/t/aside", cycle.back());
+  };
+  const auto namesOf = [](const std::vector<SeenFile>& seen) {
+    std::map<std::string, std::string> names;
+    for (const SeenFile& file : seen) names[file.entry->id] = file.path;
+    return names;
+  };
+  using Names = std::map<std::string, std::string>;
+  for (const char* const path : {"/one/a", "/one/b", "/two/c", "/one/d", "/one/e"}) add(path);
+  scope.entries.push_back(std::make_shared<const ScreenshotEntry>([this] {
+    ScreenshotEntry copy = *scope.entries[0];
+    copy.id = "shares the file of a";
+    return copy;
+  }()));
+
+  shift({"/one/a", "/one/b", "/two/c"});
+  const Names shifted{{"/one/a", "/two/c"},
+                      {"shares the file of a", "/two/c"},
+                      {"/one/b", "/one/a"},
+                      {"/two/c", "/one/b"}};
+  EXPECT_EQ(namesOf(look().renamed), shifted);
+  // Whoever looks for one of them hears of all whose names are concerned.
+  const auto lookForOne = [this](std::size_t place) {
+    return lookForFiles(files, {scope.entries[place]}, scope,
+                        [](std::size_t, std::size_t) { return true; });
+  };
+  EXPECT_EQ(namesOf(lookForOne(1).renamed), shifted);
+  EXPECT_THAT(lookForOne(3).renamed, IsEmpty()) << "nothing is the matter with d";
+  shift({"/two/c", "/one/b", "/one/a"});
+  EXPECT_THAT(look().renamed, IsEmpty());
+
+  // Written to in place after the swap, and after a swap that was heard.
+  shift({"/one/a", "/one/b"});
+  files.disk["/one/a"]->status.modified += 5;
+  EXPECT_EQ(namesOf(look().renamed),
+            (Names{{"/one/a", "/one/b"}, {"shares the file of a", "/one/b"}, {"/one/b", "/one/a"}}));
+  files.disk["/one/b"]->status.modified += 5;
+  scope.heardMoves = {{"/one/a", "/one/b"}, {"/one/b", "/one/a"}};
+  EXPECT_EQ(look().renamed.size(), 3U);
+  files.disk["/one/a"]->status.modified -= 5;
+  files.disk["/one/b"]->status.modified -= 5;
+  scope.heardMoves = {};
+  shift({"/one/a", "/one/b"});
+
+  // An editor puts a new file in the place of the old one, which it may keep under another name.
+  rename("/one/d", "/one/d~");
+  files.put("/one/d", "drawn upon");
+  FileLook found = look();
+  EXPECT_THAT(found.renamed, IsEmpty());
+  EXPECT_THAT(found.gone, IsEmpty());
+  EXPECT_EQ(namesOf(found.learned), (Names{{"/one/d", "/one/d"}}));
+}
+
+TEST_F(FileLookTest, AFilePutOverAnotherTakesItsNameAndNotItsEntry) {
+  const EntryPointer over = add("/one/a.png");
+  const EntryPointer under = add("/two/b.png");
+  const EntryPointer linked = add("/two/c.png");
+  files.put("/one/a 2.png", "somebody's");
+  rename("/two/b.png", "/t");
+  const auto kept = files.disk["/one/a.png"];
+  files.disk.erase("/one/a.png");
+  rename("/t", "/one/a.png");
+  for (const EntryPointer& wanted : {over, under}) {
+    const FileLook found = lookForFiles(files, {wanted}, scope,
+                                        [](std::size_t, std::size_t) { return true; });
+    ASSERT_EQ(found.renamed.size(), 1U);
+    EXPECT_EQ(found.renamed[0].entry, under);
+    EXPECT_EQ(found.renamed[0].path, "/one/a.png");
+    EXPECT_EQ(found.gone, EntryList{over});
+    ASSERT_EQ(found.displaced.size(), 1U);
+    EXPECT_EQ(found.displaced[0].path, "/one/a 3.png") << "a name that nobody has";
+    EXPECT_EQ(found.displaced[0].identity, *over->fileIdentity);
+    EXPECT_THAT(found.learned, IsEmpty());
+  }
+  // It was only moved aside.
+  files.disk["/one/before.png"] = kept;
+  EXPECT_THAT(look().gone, IsEmpty());
+  EXPECT_EQ(look().renamed.size(), 2U);
+
+  // Two names of one file, as programs make them that save space, are two captures.
+  files.disk.erase("/two/c.png");
+  ASSERT_TRUE(files.linkNew("/one/a.png", "/two/c.png").has_value());
+  scope.entries = {linked, std::make_shared<const ScreenshotEntry>([&] {
+                     ScreenshotEntry moved = *under;
+                     moved.path = "/one/a.png";
+                     return moved;
+                   }())};
+  const FileLook found = look();
+  EXPECT_THAT(found.gone, IsEmpty());
+  EXPECT_THAT(found.renamed, IsEmpty());
+}
+
 }  // namespace
 }  // namespace vantorel

@@ -51,16 +51,16 @@ Result<void> copyTree(Files& files, const Path& from, const Path& to) {
   return files.flushFolder(to);
 }
 
-Result<void> copyTo(Files& files, const Path& from, const Path& to, const Path& temporary) {
-  VT_TRY(removeFile(files, temporary));
+Result<void> copyWhole(Files& files, const Path& from, const Path& to) {
+  VT_TRY(removeFile(files, to));
   const FileMeasure before = VT_TRY(measureFile(files, from));
-  VT_TRY(copyTree(files, from, temporary));
-  const bool isWhole = holdsAllOf(files, temporary, from);
+  VT_TRY(copyTree(files, from, to));
+  const bool isWhole = holdsAllOf(files, to, from);
   // Somebody may have written into it while it was read.
   if (!isWhole || !VT_TRY(measureFile(files, from)).isAs(before)) {
     return failed(FailureKind::busy, "it changed while it was copied");
   }
-  return files.moveNew(temporary, to);
+  return {};
 }
 
 }  // namespace
@@ -112,18 +112,13 @@ Result<void> removeFile(Files& files, const Path& path) {
   return files.remove(path);
 }
 
-Result<FileMove> moveFile(Files& files, const Path& from, const Path& to, const Path& temporary) {
-  const auto renamed = files.moveNew(from, to);
-  if (renamed) return FileMove::renamed;
-  if (renamed.error().kind != FailureKind::unsupported) return std::unexpected(renamed.error());
-  if (const auto copied = copyTo(files, from, to, temporary); !copied) {
-    if (const auto removed = removeFile(files, temporary); !removed) {
-      logWarning("History", "{} could not be removed: {}", temporary.string(),
-                 removed.error().reason);
-    }
-    return std::unexpected(copied.error());
+Result<void> copyFile(Files& files, const Path& from, const Path& to) {
+  auto copied = copyWhole(files, from, to);
+  if (copied) return copied;
+  if (const auto removed = removeFile(files, to); !removed) {
+    logWarning("History", "{} could not be removed: {}", to.string(), removed.error().reason);
   }
-  return FileMove::copied;
+  return copied;
 }
 
 }  // namespace vantorel

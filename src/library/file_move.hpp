@@ -30,16 +30,9 @@ struct FileMeasure {
 /// Removes a file or a package; fine when it is not there.
 [[nodiscard]] Result<void> removeFile(Files& files, const Path& path);
 
-enum class FileMove {
-  renamed,
-  copied,  ///< to another file system: the original is still there
-};
-
-/// Gives the file or package `from` the new name `to`; `exists` when there is something of that
-/// name. Between file systems it is copied under the name `temporary`, beside `to`, compared with
-/// the original and renamed; the original stays. A failure leaves the original alone and nothing
-/// under `to`. What an earlier attempt left under `temporary` is replaced.
-[[nodiscard]] Result<FileMove> moveFile(Files& files, const Path& from, const Path& to,
-                                        const Path& temporary);
+/// Copies the file or package `from` to the new name `to`, on whatever file system, and compares the
+/// copy with the original. A failure leaves nothing under `to`. What an earlier attempt left there
+/// is replaced.
+[[nodiscard]] Result<void> copyFile(Files& files, const Path& from, const Path& to);
 
 }  // namespace vantorel

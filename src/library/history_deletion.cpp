@@ -9,6 +9,7 @@
 #include "base/log.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
+#include "library/look_adoption.hpp"
 
 namespace vantorel {
 namespace {
@@ -328,11 +329,18 @@ void HistoryDeletion::discard(Trash& trash, const std::vector<std::string>& surp
 void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
                             std::move_only_function<void(TrashSweep)> done) {
   enqueue([this, ids, undo, done = std::move(done)]() mutable {
-    auto state = std::make_shared<Sweeping>(Sweeping{ids, undo, {}, {}, {}, std::move(done)});
-    inSlices(
-        state->ids.size(),
-        [this, state](std::size_t begin, std::size_t end) { claimSome(*state, begin, end); },
-        [this, state] { moveToTrash(state); });
+    auto state = std::make_shared<Sweeping>(Sweeping{.ids = ids, .undo = undo, .done = std::move(done)});
+    // Names may have been swapped: what goes is the entry's file, not what has its name.
+    onWork<FileLook>([&files = services_.files, before = LookBeforeUse(services_.store, ids)] { return before.look(files); },
+                     [this, state](const FileLook& look) {
+                       state->unsettled = adoptLook(services_.store, look).unsettled;
+                       inSlices(
+                           state->ids.size(),
+                           [this, state](std::size_t begin, std::size_t end) {
+                             claimSome(*state, begin, end);
+                           },
+                           [this, state] { moveToTrash(state); });
+                     });
   });
 }
 
@@ -345,6 +353,10 @@ void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t 
     if (!entry || !state.sweep.attempted.insert(id).second) continue;
     if (refusal) {
       state.sweep.failures.push_back({id, *refusal});
+      continue;
+    }
+    if (state.unsettled.contains(id)) {
+      state.sweep.failures.push_back({id, unsettledSentence});
       continue;
     }
     auto claim = services_.store.claims().claim(id, EntryWork::deleting);

@@ -119,9 +119,10 @@ class HistoryDeletion {
   struct Sweeping {
     std::vector<std::string> ids;
     Undo undo;
-    TrashSweep sweep;
-    EntryList going;
-    DeletionJournal journal;
+    std::set<std::string> unsettled{};
+    TrashSweep sweep{};
+    EntryList going{};
+    DeletionJournal journal{};
     std::move_only_function<void(TrashSweep)> done;
     bool wasEdited = false;
   };

@@ -196,7 +196,7 @@ void HistoryFolderMonitor::prune() {
       std::exchange(toLookAt_, {}), std::exchange(heardMoves_, {}),
       alive_.guard([this, moving = services_.store.claims().fileChanges()](
                        const std::string& name, const HistoryReachability::Seen& seen) {
-        followRenamed(name, seen.renamed);
+        if (seen.isUnsettled && wanted_.contains(name)) lookSoon(name);
         forgetGone(name, seen.went, moving);
       }));
 }
@@ -204,19 +204,6 @@ void HistoryFolderMonitor::prune() {
 /// What changed or moved since it was looked at may have its file elsewhere by now.
 EntryList HistoryFolderMonitor::resting(const EntryList& entries) const {
   return settledEntries(services_.store, entries);
-}
-
-void HistoryFolderMonitor::followRenamed(const std::string& name,
-                                         const std::vector<SeenFile>& renamed) {
-  if (renamed.empty()) return;
-  std::vector<SeenFile> settled;
-  for (const SeenFile& file : renamed) {
-    if (!resting({file.entry}).empty()) settled.push_back(file);
-  }
-  if (settled.size() < renamed.size()) lookSoon(name);
-  if (settled.empty()) return;
-  remember(services_.store, settled);
-  logInfo(category, "{} capture(s) of {} have another name now", settled.size(), name);
 }
 
 void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& went,

@@ -108,7 +108,6 @@ class HistoryFolderMonitor {
   void lookSoon(const std::string& name);
   void prune();
   [[nodiscard]] EntryList resting(const EntryList& entries) const;
-  void followRenamed(const std::string& name, const std::vector<SeenFile>& renamed);
   void forgetGone(const std::string& name, const EntryList& went,
                   const std::set<std::string>& movingBefore);
   void forget(const std::string& name, const EntryList& gone);

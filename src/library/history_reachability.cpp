@@ -1,68 +1,85 @@
 #include "library/history_reachability.hpp"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
+#include "base/log.hpp"
+#include "library/look_adoption.hpp"
+
 namespace vantorel {
-namespace {
-
-constexpr std::size_t sliceSize = 500;
-
-}  // namespace
 
 void HistoryReachability::look(const std::set<std::string>& folders,
                                std::map<std::string, std::string> heardMoves,
                                const FolderSeen& done) {
-  std::map<std::string, std::uint64_t, std::less<>> tickets;
+  Looks looks;
   for (const std::string& folder : folders) {
-    tickets[folder] = folders_[folder].ticket = ++tickets_;
+    looks[folder].ticket = folders_[folder].ticket = ++tickets_;
   }
-  work_->post([&files = files_, main = main_, tickets = std::move(tickets),
+  work_->post([&files = files_, main = main_, looks = std::move(looks),
                scope = FileLookScope{.entries = store_.entries(),
                                      .unreadPaths = store_.unreadPaths(),
                                      .heardMoves = std::move(heardMoves)},
-               reply = alive_.guard([this, done](Look& look) {
-                 const auto found = folders_.find(look.folder);
-                 if (found == folders_.end() || found->second.ticket != look.ticket) return;
-                 done(look.folder, adopt(look, found->second));
+               reply = alive_.guard([this, done](Looks& seen, const FileLook& found) {
+                 landed(seen, found, done);
                }),
-               learn = alive_.guard(
-                   [this](const std::vector<SeenFile>& files) { remember(store_, files); })] {
-    std::map<std::string_view, EntryList> byFolder;
+               learn = alive_.guard([this](const std::vector<SeenFile>& files) {
+                 remember(store_, files);
+               })]() mutable {
+    EntryList wanted;
     for (const EntryPointer& entry : scope.entries) {
-      const std::string_view folder = folderOf(entry->path);
-      if (tickets.contains(folder)) byFolder[folder].push_back(entry);
+      if (looks.contains(folderOf(entry->path))) wanted.push_back(entry);
     }
-    for (const auto& [folder, ticket] : tickets) {
-      Look look{folder, ticket, identityOf(files, folder), {}};
-      look.found = lookForFiles(files, byFolder[folder], scope,
-                                [](std::size_t, std::size_t) { return true; });
-      // A disk that went while its files were looked for leaves nothing known.
-      if (look.identity != identityOf(files, folder)) look.identity.reset();
-      postInSlices(*main, std::exchange(look.found.learned, {}), learn);
-      main->post([reply, look = std::move(look)]() mutable { reply(look); });
+    for (auto& [name, look] : looks) look.identity = identityOf(files, name);
+    // Names may be swapped between folders, so that all are looked at as one.
+    FileLook found =
+        lookForFiles(files, wanted, scope, [](std::size_t, std::size_t) { return true; });
+    // A disk that went while its files were looked for leaves nothing known.
+    for (auto& [name, look] : looks) {
+      if (look.identity != identityOf(files, name)) look.identity.reset();
     }
+    postInSlices(*main, std::exchange(found.learned, {}), learn);
+    main->post([reply, looks = std::move(looks), found = std::move(found)]() mutable {
+      reply(looks, found);
+    });
   });
 }
 
-HistoryReachability::Seen HistoryReachability::adopt(Look& look, Folder& folder) {
+void HistoryReachability::landed(Looks& looks, const FileLook& found, const FolderSeen& done) {
+  const AdoptedLook adopted = adoptNames(store_, found);
+  if (adopted.renamed > 0) {
+    logInfo("History", "{} capture(s) have another name now", adopted.renamed);
+  }
+  const auto sort = [&](const EntryList& entries, EntryList Look::*list) {
+    for (const EntryPointer& entry : entries) {
+      const auto look = looks.find(folderOf(entry->path));
+      if (look != looks.end()) (look->second.*list).push_back(entry);
+    }
+  };
+  sort(adopted.gone, &Look::gone);
+  sort(found.outOfReach, &Look::outOfReach);
+  for (const auto& [name, look] : looks) {
+    const auto folder = folders_.find(name);
+    if (folder == folders_.end() || folder->second.ticket != look.ticket) continue;
+    done(name, {adopt(look, folder->second), !adopted.unsettled.empty()});
+  }
+}
+
+EntryList HistoryReachability::adopt(const Look& look, Folder& folder) {
   const bool isSameFolder = look.identity && look.identity == folder.identity;
-  Seen seen{{}, std::move(look.found.renamed)};
+  EntryList went;
   std::set<std::string> outOfReach;
-  for (const EntryPointer& entry : look.found.gone) {
+  for (const EntryPointer& entry : look.gone) {
     if (isSameFolder && !folder.outOfReach.contains(entry->id)) {
-      seen.went.push_back(entry);
+      went.push_back(entry);
     } else {
       outOfReach.insert(entry->id);
     }
   }
-  for (const EntryPointer& entry : look.found.outOfReach) outOfReach.insert(entry->id);
+  for (const EntryPointer& entry : look.outOfReach) outOfReach.insert(entry->id);
   for (const std::string& id : folder.outOfReach) outOfReachIDs_.erase(id);
   outOfReachIDs_.insert(outOfReach.begin(), outOfReach.end());
   folder.outOfReach = std::move(outOfReach);
   folder.identity = look.identity;
-  return seen;
+  return went;
 }
 
 void HistoryReachability::distrust(std::string_view folder) {
@@ -77,27 +94,6 @@ void HistoryReachability::forget(std::string_view folder) {
   if (found == folders_.end()) return;
   for (const std::string& id : found->second.outOfReach) outOfReachIDs_.erase(id);
   folders_.erase(found);
-}
-
-void remember(HistoryStore& store, const std::vector<SeenFile>& files) {
-  std::vector<HistoryStore::Revision> revisions;
-  for (const SeenFile& file : files) {
-    ScreenshotEntry after = *file.entry;
-    after.path = file.path.string();
-    after.fileIdentity = file.identity;
-    revisions.push_back({file.entry, std::move(after)});
-  }
-  store.revise(std::move(revisions));
-}
-
-void postInSlices(TaskRunner& main, std::vector<SeenFile> files,
-                  const std::function<void(const std::vector<SeenFile>&)>& learn) {
-  for (std::size_t at = 0; at < files.size(); at += sliceSize) {
-    const auto first = files.begin() + static_cast<std::ptrdiff_t>(at);
-    const auto count = static_cast<std::ptrdiff_t>(std::min(sliceSize, files.size() - at));
-    main.post([learn, slice = std::vector(std::move_iterator(first),
-                                          std::move_iterator(first + count))] { learn(slice); });
-  }
 }
 
 }  // namespace vantorel

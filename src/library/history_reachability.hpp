@@ -34,13 +34,14 @@ class HistoryReachability {
 
   /// What a look at one folder found.
   struct Seen {
-    EntryList went;                 ///< their files went
-    std::vector<SeenFile> renamed;  ///< their files have other names by now
+    EntryList went;           ///< their files went
+    bool isUnsettled = false;  ///< files have other names by now that could not be noted yet
   };
   using FolderSeen = std::function<void(const std::string& folder, const Seen& seen)>;
 
-  /// Looks for the files of all entries in these folders, and remembers what they are. `done` comes
-  /// once for each folder; not for a folder that was asked for anew meanwhile. `heardMoves` are the
+  /// Looks for the files of all entries in these folders, gives entries the paths their files have
+  /// by now, and remembers what the files are. `done` comes once for each folder; not for a folder
+  /// that was asked for anew meanwhile. `heardMoves` are the
   /// new paths of files that were heard to move, by their old ones.
   void look(const std::set<std::string>& folders, std::map<std::string, std::string> heardMoves,
             const FolderSeen& done);
@@ -53,11 +54,12 @@ class HistoryReachability {
 
  private:
   struct Look {
-    std::string folder;
     std::uint64_t ticket = 0;
-    std::optional<FolderIdentity> identity;  ///< nothing when the folder cannot be reached
-    FileLook found;
+    std::optional<FolderIdentity> identity{};  ///< nothing when the folder cannot be reached
+    EntryList gone{};
+    EntryList outOfReach{};
   };
+  using Looks = std::map<std::string, Look, std::less<>>;  // by folder
 
   struct Folder {
     std::uint64_t ticket = 0;  ///< of the last look-up asked for
@@ -65,7 +67,8 @@ class HistoryReachability {
     std::set<std::string> outOfReach;
   };
 
-  [[nodiscard]] Seen adopt(Look& look, Folder& folder);
+  void landed(Looks& looks, const FileLook& found, const FolderSeen& done);
+  [[nodiscard]] EntryList adopt(const Look& look, Folder& folder);
 
   HistoryStore& store_;
   const Files& files_;
@@ -76,14 +79,5 @@ class HistoryReachability {
   std::uint64_t tickets_ = 0;
   Alive alive_;
 };
-
-/// Puts into the library what a look found out about files: what is to be remembered of them, or
-/// under which names they are now. Entries that changed since are left alone. Main runner.
-void remember(HistoryStore& store, const std::vector<SeenFile>& files);
-
-/// Has `learn` called on `main` with a slice of `files` at a time, so that a large library does not
-/// hold the runner. What is posted after it comes after the last slice. Any thread.
-void postInSlices(TaskRunner& main, std::vector<SeenFile> files,
-                  const std::function<void(const std::vector<SeenFile>&)>& learn);
 
 }  // namespace vantorel

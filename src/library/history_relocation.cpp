@@ -10,6 +10,7 @@
 #include "base/log.hpp"
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
+#include "library/look_adoption.hpp"
 #include "library/relocation_journal.hpp"
 
 namespace vantorel {
@@ -33,9 +34,11 @@ struct HistoryRelocation::Run {
   Request request;
   std::shared_ptr<RelocationMover> mover;
   RelocationMover::Plan plan;
+  bool isPlanned = false;         // something may have moved
   std::vector<PairState> states;  // one for each of the plan's pairs
   std::size_t next = 0;           // the first pair of the next batch
   std::vector<std::size_t> dropped;
+  std::set<std::string> unsettled;  // ids of entries whose paths are not to be trusted
   std::shared_ptr<std::size_t> tried = std::make_shared<std::size_t>(0);  // counted on `work`
   RelocationOutcome outcome;
 
@@ -98,10 +101,29 @@ void HistoryRelocation::startNext() {
   }
   // What an earlier move left in the journal is judged by the entries, so they must be on disk.
   services_.store.flush(alive_.guard([this](const Result<void>& saved) {
-    if (saved) return plan();
+    if (saved) return findFiles();
     run_->outcome.indexNotSaved = saved.error().reason;
     finish();
   }));
+}
+
+// What moves is an entry's own file, whatever name it has by now.
+void HistoryRelocation::findFiles() {
+  std::vector<std::string> ids;
+  for (const EntryPointer& entry : services_.store.entries()) ids.push_back(entry->id);
+  services_.work->post([&files = services_.files, before = LookBeforeUse(services_.store, ids),
+                        main = services_.main, reply = alive_.guard([this](const FileLook& look) {
+                          AdoptedLook adopted = adoptLook(services_.store, look);
+                          run_->unsettled = std::move(adopted.unsettled);
+                          if (look.renamed.empty()) return plan();
+                          services_.store.flush(alive_.guard([this](const Result<void>& saved) {
+                            if (saved) return plan();
+                            run_->outcome.indexNotSaved = saved.error().reason;
+                            finish();
+                          }));
+                        })]() mutable {
+    main->post([look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
+  });
 }
 
 void HistoryRelocation::plan() {
@@ -120,6 +142,7 @@ void HistoryRelocation::planned(RelocationMover::Plan plan) {
   run_->states.assign(run_->plan.oldPaths.size(), PairState::waiting);
   run_->outcome.refusal = run_->plan.refusal;
   if (run_->plan.refusal || run_->plan.problem) return finish();
+  run_->isPlanned = true;
   nextBatch();
 }
 
@@ -138,6 +161,7 @@ std::vector<std::size_t> HistoryRelocation::claimBatch() {
   }
   const auto claim = [this](const std::string& id) {
     if (claims_.contains(id)) return true;
+    if (run_->unsettled.contains(id)) return false;
     auto taken = services_.store.claims().claim(id, EntryWork::moving);
     if (!taken) return false;
     claims_.emplace(id, *std::move(taken));
@@ -197,11 +221,31 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
           return finish();
         }
         claims_.clear();
-        services_.work->post(
-            [mover = run_->mover, moved = std::move(batch.moved),
-             dropped = std::exchange(run_->dropped, {})] { mover->retire(moved, dropped); });
+        services_.work->post([mover = run_->mover, moved = std::move(batch.moved),
+                              dropped = std::exchange(run_->dropped, {}), main = services_.main,
+                              reply = alive_.guard([this](
+                                  const std::vector<RelocationMover::Moved>& stayed) {
+                                takeBack(stayed);
+                              })]() mutable {
+          auto stayed = mover->retire(moved, dropped);
+          if (stayed.empty()) return;
+          main->post([stayed = std::move(stayed), reply = std::move(reply)]() mutable {
+            reply(stayed);
+          });
+        });
         nextBatch();
       }));
+}
+
+/// The new folder went away after the index had named it: the originals are there still, and serve
+/// until the disk comes back.
+void HistoryRelocation::takeBack(const std::vector<RelocationMover::Moved>& stayed) {
+  NewPlaces places;
+  for (const RelocationMover::Moved& one : stayed) {
+    places.emplace(one.newPath, NewPlace{one.oldPath, one.identity});
+    run_->fail(one.pair, "the new folder can't be reached any more");
+  }
+  adopt(places);
 }
 
 /// Puts new paths into all entries that have the old ones.
@@ -228,13 +272,25 @@ void HistoryRelocation::adopt(const NewPlaces& places) {
 void HistoryRelocation::finish() {
   claims_.clear();
   run_->outcome.stoppedForQuit = run_->request.flag->turnedAway;
-  run_->count();
   // The last batch may still be on its way out of the journal.
-  services_.work->post([main = services_.main, reply = alive_.guard([this] {
+  services_.work->post([mover = run_->mover, isPlanned = run_->isPlanned, main = services_.main,
+                        reply = alive_.guard([this] { finishSaved(); })]() mutable {
+    if (isPlanned) mover->end();
+    main->post(std::move(reply));
+  });
+}
+
+void HistoryRelocation::finishSaved() {
+  // What was taken back at the end has to be in the index, unless that could not be written before.
+  services_.store.flush(alive_.guard([this](const Result<void>& saved) {
+    if (!saved && run_->isPlanned && !run_->outcome.indexNotSaved) {
+      run_->outcome.indexNotSaved = saved.error().reason;
+    }
+    run_->count();
     const std::unique_ptr<Run> ended = std::move(run_);
     ended->request.done(std::move(ended->outcome));
     if (run_ == nullptr) startNext();
-  })]() mutable { main->post(std::move(reply)); });
+  }));
 }
 
 void HistoryRelocation::recover(std::move_only_function<void()> done) {
@@ -270,29 +326,38 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
 
 void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
                                std::move_only_function<void()> done) {
-  auto named = pathsOf(services_.store.entries());
-  std::erase_if(resolution.undecided,
-                [&](const auto& pair) { return !named.contains(pair.oldPath); });
-  services_.store.flush(alive_.guard([this, journal = std::move(journal), named = std::move(named),
+  services_.store.flush(alive_.guard([this, journal = std::move(journal),
                                       resolution = std::move(resolution),
                                       done = std::move(done)](const Result<void>& saved) mutable {
     // Without the index on disk the journal is all that knows where the files are.
     if (!saved) return done();
     services_.work->post([&files = services_.files, paths = services_.store.paths(),
                           main = services_.main, journal = std::move(journal),
-                          named = std::move(named), resolution = std::move(resolution),
-                          done = std::move(done)]() mutable {
-      journal.clearUp(files, named);
-      if (journal.pairs.size() != resolution.undecided.size()) {
-        journal.pairs = std::move(resolution.undecided);
-        if (const auto written = journal.write(files, paths); !written) {
-          logError(category, "the relocation journal could not be written: {}",
-                   written.error().reason);
-        }
-      }
+                          resolution = std::move(resolution), done = std::move(done)]() mutable {
+      close(files, paths, std::move(journal), std::move(resolution));
       main->post(std::move(done));
     });
   }));
+}
+
+void HistoryRelocation::close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
+                              RelocationJournal::Resolution resolution) {
+  journal.removeTemporaries(files);
+  for (const std::string& original : resolution.surplus) {
+    if (const auto removed = removeFile(files, original); !removed) {
+      logWarning(category, "{} stays beside its copy: {}", original, removed.error().reason);
+    }
+  }
+  RelocationLeftovers left = RelocationLeftovers::read(files, paths);
+  for (const std::string& path : resolution.unmoved) left.addFolderOf(path);
+  auto written = resolution.unmoved.empty() ? Result<void>() : left.write(files, paths);
+  if (written && journal.pairs.size() != resolution.undecided.size()) {
+    journal.pairs = std::move(resolution.undecided);
+    written = journal.write(files, paths);
+  }
+  if (!written) {
+    logError(category, "the relocation journal could not be closed: {}", written.error().reason);
+  }
 }
 
 }  // namespace vantorel

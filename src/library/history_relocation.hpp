@@ -44,8 +44,9 @@ class HistoryRelocation {
   HistoryRelocation(const HistoryRelocation&) = delete;
   HistoryRelocation& operator=(const HistoryRelocation&) = delete;
 
-  /// After loading: puts the files that an earlier run had moved into the index, and keeps what it
-  /// had not for the next move. `done` comes when the index says so too.
+  /// After loading: puts the files that an earlier run had moved into the index, and closes its
+  /// journal but for files of which only a disk that is away could tell. The next move takes along
+  /// what had not moved. `done` comes when the index says so too.
   void recover(std::move_only_function<void()> done);
 
   /// Called on `work` after each file.
@@ -83,15 +84,20 @@ class HistoryRelocation {
   struct Run;
 
   void startNext();
+  void findFiles();
   void plan();
   void planned(RelocationMover::Plan plan);
   void nextBatch();
   void landed(RelocationMover::Batch batch);
+  void takeBack(const std::vector<RelocationMover::Moved>& stayed);
   void finish();
+  void finishSaved();
   [[nodiscard]] std::vector<std::size_t> claimBatch();
   void adopt(const NewPlaces& places);
   void replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
               std::move_only_function<void()> done);
+  static void close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
+                    RelocationJournal::Resolution resolution);
 
   Services services_;
   std::deque<Request> waiting_;

@@ -189,6 +189,10 @@ Result<void> HistoryStore::update(std::string_view id,
   change(changed);
   VT_CHECK(changed.id == before->id);
   if (changed == *before) return {};
+  // What is remembered of one file says nothing of another.
+  if (changed.path != before->path && changed.fileIdentity == before->fileIdentity) {
+    changed.fileIdentity.reset();
+  }
   observers_.tell({.updated = {replaceAt(*positionOf(before), std::move(changed))}});
   return {};
 }
@@ -215,10 +219,6 @@ void HistoryStore::revise(std::vector<Revision> revisions) {
 
 HistoryChange::Update HistoryStore::replaceAt(std::size_t position, ScreenshotEntry changed) {
   const EntryPointer before = entries_[position];
-  // What is remembered of one file says nothing of another.
-  if (changed.path != before->path && changed.fileIdentity == before->fileIdentity) {
-    changed.fileIdentity.reset();
-  }
   const EntryPointer after = std::make_shared<const ScreenshotEntry>(std::move(changed));
   entries_[position] = after;
   caches_.replace(before, after);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "library/look_adoption.hpp"
 #include "library/rewrite_journal.hpp"
 
 namespace vantorel {
@@ -69,6 +70,20 @@ void Library::becomeReady() {
   const bool isLate = std::exchange(isReady_, true) && !store_.indexRefusal();
   if (isLate && onLateOpening) onLateOpening();
   for (auto& go : std::exchange(waiting_, {})) go();
+}
+
+void Library::findFiles(const std::vector<std::string>& ids, Claimed claimed, TaskRunner& work,
+                        FilesFound then) {
+  std::set<std::string> own;
+  if (claimed == Claimed::byCaller) own.insert(ids.begin(), ids.end());
+  work.post([&files = services_.files, main = services_.main, before = LookBeforeUse(store_, ids),
+             reply = alive_.guard([this, own = std::move(own),
+                                   then = std::move(then)](const FileLook& look) mutable {
+               then(adoptLook(store_, look, own).unsettled);
+             })]() mutable {
+    main->post(
+        [look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
+  });
 }
 
 void Library::whenReady(std::move_only_function<void()> go) {

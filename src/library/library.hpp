@@ -4,6 +4,7 @@
 #include <expected>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,15 @@ class Library {
   /// the library is opened when that process ends.
   void whenReady(std::move_only_function<void()> go);
   [[nodiscard]] bool isReady() const { return isReady_; }
+
+  /// To be called before anything is done with the files of these entries: gives the entries the
+  /// paths that their files have by now, as far as they were renamed among captures. Looks on
+  /// `work`. `then` is told the ids whose paths are not to be trusted now (`AdoptedLook`). Whoever
+  /// is going to change the files has claimed the entries before.
+  using FilesFound = std::move_only_function<void(const std::set<std::string>& unsettled)>;
+  enum class Claimed { byCaller, no };
+  void findFiles(const std::vector<std::string>& ids, Claimed claimed, TaskRunner& work,
+                 FilesFound then);
 
   /// Told when the library has come after everybody had given it up.
   std::function<void()> onLateOpening;

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "base/log.hpp"
+#include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
@@ -61,6 +62,8 @@ void RelocationJournal::Pair::describe(V& v, S& pair) {
   v.required("size", pair.size);
   v.required("modified", pair.modified);
   v.field("fileCount", pair.fileCount);
+  v.field("file", pair.file);
+  v.field("copy", pair.copy);
   v.rest(pair.extra);
 }
 VT_JSON_RECORD(RelocationJournal::Pair)
@@ -103,46 +106,105 @@ Result<void> RelocationJournal::write(Files& files, const LibraryPaths& paths) c
 }
 
 // Recognised as a temporary by whoever looks for such in capture folders.
-Path RelocationJournal::temporaryIn(const Path& folder) const {
-  return folder / fmt::format(".vantorel-{}.partial", id);
+Path RelocationJournal::temporaryFor(const Pair& pair) const {
+  return Path(pair.newPath).parent_path() /
+         fmt::format(".vantorel-{}-{}.partial", id, pair.file.value_or(0));
 }
 
-void RelocationJournal::clearUp(Files& files, const std::unordered_set<std::string>& named) const {
-  std::set<Path> folders;
-  for (const Pair& pair : pairs) folders.insert(Path(pair.newPath).parent_path());
-  std::vector<Path> surplus;
-  for (const Path& folder : folders) surplus.push_back(temporaryIn(folder));
+void RelocationJournal::removeTemporaries(Files& files) const {
   for (const Pair& pair : pairs) {
-    // A copy was made, and the original was still to go.
-    if (!named.contains(pair.oldPath) && named.contains(pair.newPath) &&
-        isOnOtherFileSystem(files, pair.oldPath, pair.newPath) &&
-        holdsAllOf(files, pair.newPath, pair.oldPath)) {
-      surplus.emplace_back(pair.oldPath);
-    }
-  }
-  for (const Path& path : surplus) {
+    const Path path = temporaryFor(pair);
     if (const auto removed = removeFile(files, path); !removed) {
       logWarning("History", "{} could not be removed: {}", path.string(), removed.error().reason);
     }
   }
 }
 
+namespace {
+
+using Pair = RelocationJournal::Pair;
+
+enum class Fate {
+  moved,
+  copied,   // the original is still to go
+  unmoved,  // the file is where it was
+  lost,     // it is at neither place
+  unknown,  // a disk is away that would tell
+};
+
+/// Whether the file at the old place is the one that was to move.
+bool isOriginal(const Pair& pair, const Result<FileStatus>& old) {
+  return old && (!pair.file || static_cast<std::int64_t>(old->inode) == *pair.file);
+}
+
+bool isReachable(FileReach reach) {
+  return reach == FileReach::there || reach == FileReach::fileGone;
+}
+
+bool isRenamed(const Files& files, const Pair& pair) {
+  const auto status = files.status(pair.newPath);
+  if (!status || (pair.file && static_cast<std::int64_t>(status->inode) != *pair.file)) {
+    return false;
+  }
+  if (isOnOtherFileSystem(files, Path(pair.oldPath).parent_path(), pair.newPath) && pair.file) {
+    return false;
+  }
+  const auto found = measureFile(files, pair.newPath);
+  return found && found->isAs(pair.measure());
+}
+
+Fate fateOfCopy(const Files& files, const Pair& pair, bool isOldThere) {
+  const Path path = pair.newPath;
+  const FolderView folder(files, path.parent_path());
+  const auto found = folder.identify(path.filename());
+  if (found && found->isSameFileAs(*pair.copy) && holdsAllOf(files, path, pair.oldPath)) {
+    return isOldThere ? Fate::copied : Fate::moved;
+  }
+  if (!found && !isReachable(folder.reachOf(path.filename(), &*pair.copy))) return Fate::unknown;
+  return isOldThere ? Fate::unmoved : Fate::lost;
+}
+
+/// Of an entry that names the old place.
+Fate fateOf(const Files& files, const Pair& pair) {
+  const auto old = files.status(pair.oldPath);
+  if (pair.copy) return fateOfCopy(files, pair, isOriginal(pair, old));
+  if (old) return Fate::unmoved;
+  if (isRenamed(files, pair)) return Fate::moved;
+  const bool isKnown = isReachable(reachOf(files, Path(pair.oldPath))) &&
+                       isReachable(reachOf(files, Path(pair.newPath)));
+  return isKnown ? Fate::lost : Fate::unknown;
+}
+
+/// Of an entry that names the new place by now.
+Fate fateOfOriginal(const Files& files, const Pair& pair) {
+  // Nothing but its number says that the file is not one that somebody put there since.
+  if (!pair.file || !pair.copy || !isOriginal(pair, files.status(pair.oldPath))) return Fate::moved;
+  const FolderView folder(files, Path(pair.newPath).parent_path());
+  if (!isReachable(folder.reachOf(Path(pair.newPath).filename(), &*pair.copy))) return Fate::unknown;
+  return holdsAllOf(files, pair.newPath, pair.oldPath) ? Fate::copied : Fate::moved;
+}
+
+}  // namespace
+
 RelocationJournal::Resolution RelocationJournal::resolve(
     const Files& files, const std::unordered_set<std::string>& named) const {
-  const auto isMoved = [&](const Pair& pair) {
-    if (named.contains(pair.newPath)) return false;
-    const auto found = measureFile(files, pair.newPath);
-    return found && found->isAs(pair.measure()) &&
-           (!files.status(pair.oldPath) ||
-            (isOnOtherFileSystem(files, pair.oldPath, pair.newPath) &&
-             holdsAllOf(files, pair.newPath, pair.oldPath)));
-  };
   Resolution resolution;
   for (const Pair& pair : pairs) {
-    if (isMoved(pair)) {
-      resolution.moved.emplace(pair.oldPath, pair.newPath);
-    } else {
-      resolution.undecided.push_back(pair);
+    const bool hasLanded = named.contains(pair.newPath);
+    const bool isAwaited = named.contains(pair.oldPath);
+    if (!hasLanded && !isAwaited) continue;
+    if (hasLanded && isAwaited) {
+      resolution.unmoved.push_back(pair.oldPath);
+      continue;
+    }
+    switch (hasLanded ? fateOfOriginal(files, pair) : fateOf(files, pair)) {
+      case Fate::copied: resolution.surplus.push_back(pair.oldPath); [[fallthrough]];
+      case Fate::moved:
+        if (isAwaited) resolution.moved.emplace(pair.oldPath, pair.newPath);
+        break;
+      case Fate::unmoved: resolution.unmoved.push_back(pair.oldPath); break;
+      case Fate::lost: break;
+      case Fate::unknown: resolution.undecided.push_back(pair); break;
     }
   }
   return resolution;

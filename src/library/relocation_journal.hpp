@@ -11,6 +11,7 @@
 #include "base/json_record.hpp"
 #include "library/file_move.hpp"
 #include "library/library_paths.hpp"
+#include "library/records/file_identity.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -27,6 +28,8 @@ struct RelocationJournal {
     std::int64_t size = 0;
     double modified = 0;                    ///< seconds since 1970-01-01 UTC
     std::optional<std::int64_t> fileCount;  ///< of a package
+    std::optional<std::int64_t> file;       ///< its number (inode), which a rename keeps
+    std::optional<FileIdentity> copy;       ///< what was made of it on another file system
     json::Object extra;
 
     [[nodiscard]] FileMeasure measure() const;
@@ -54,22 +57,24 @@ struct RelocationJournal {
   /// Replaces the journal on disk, or removes it when it is empty; safe against a power cut.
   [[nodiscard]] Result<void> write(Files& files, const LibraryPaths& paths) const;
 
-  /// The name under which a file is copied into `folder` before it gets its own.
-  [[nodiscard]] Path temporaryIn(const Path& folder) const;
+  /// The name under which a file is copied into the folder of its new place before it gets its own.
+  [[nodiscard]] Path temporaryFor(const Pair& pair) const;
 
-  /// Removes what moves that were cut short left behind: half copies, and originals of copies that
-  /// the entries name by now. `named` are the paths that the entries keep. Blocks; any thread.
-  void clearUp(Files& files, const std::unordered_set<std::string>& named) const;
+  /// Removes the half copies of moves that were cut short. Blocks; any thread.
+  void removeTemporaries(Files& files) const;
 
   /// What became of the pairs.
   struct Resolution {
     std::map<std::string, std::string> moved;  ///< old path to new path
-    std::vector<Pair> undecided;               ///< not moved, as far as can be told
+    std::vector<std::string> surplus;  ///< originals to be removed once the index names the copies
+    std::vector<Pair> undecided;       ///< a disk is away that would tell
+    std::vector<std::string> unmoved;  ///< old paths of files that are still there
   };
 
-  /// `named` are the paths that the entries keep. What has the new place's name without having been
-  /// moved there is somebody else's: a file of an entry that names it, or one whose old file is
-  /// still there though a move on one file system would have taken it. Blocks; any thread.
+  /// `named` are the paths that the entries keep. A file counts as moved when it is known to be the
+  /// very file: by its number where a rename does it, by what the journal says of the copy between
+  /// file systems. Whatever else is in the new place, alike or not, is somebody else's. Blocks; any
+  /// thread.
   [[nodiscard]] Resolution resolve(const Files& files,
                                    const std::unordered_set<std::string>& named) const;
 };

@@ -37,6 +37,11 @@ bool isSameFolder(const Files& files, const Path& one, const Path& other) {
   return first && second && first->device == second->device && first->inode == second->inode;
 }
 
+std::optional<std::int64_t> numberOf(const Files& files, const Path& path) {
+  const auto status = files.status(path);
+  return status ? std::optional(static_cast<std::int64_t>(status->inode)) : std::nullopt;
+}
+
 }  // namespace
 
 Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
@@ -64,20 +69,9 @@ Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
 RelocationMover::RelocationMover(Files& files, LibraryPaths paths)
     : files_(files), paths_(std::move(paths)) {}
 
-/// Sorts what an earlier move left undone: what still matters is tried again, or else kept.
-void RelocationMover::keepLeftover(const EntryList& entries) {
-  std::unordered_set<std::string> used;
-  for (const EntryPointer& entry : entries) {
-    forEachPath(*entry, [&](const std::string& path) { used.insert(path); });
-  }
-  journal_.clearUp(files_, used);
-  std::erase_if(journal_.pairs, [&](const RelocationJournal::Pair& pair) {
-    if (used.contains(pair.oldPath)) {
-      leftover_.insert(pair.oldPath);
-      return false;
-    }
-    return true;
-  });
+void RelocationMover::findLeftovers() {
+  leftovers_ = RelocationLeftovers::read(files_, paths_);
+  for (const RelocationJournal::Pair& pair : journal_.pairs) leftovers_.addFolderOf(pair.oldPath);
 }
 
 /// Where in the new folder a file belongs; nothing when it stays where it is.
@@ -92,7 +86,8 @@ std::optional<Path> RelocationMover::relativePlace(const Path& path,
     if (best == nullptr || isInside(source, *best)) best = &source;
   }
   if (best == nullptr) {
-    if (!leftover_.contains(path.string()) || isInside(path, target.folder)) return std::nullopt;
+    const bool isLeft = leftovers_.folders.contains(path.parent_path().string());
+    if (!isLeft || isInside(path, target.folder)) return std::nullopt;
     return path.filename();
   }
   if (isInside(target.folder, *best) && isInside(path, target.folder)) return std::nullopt;
@@ -122,20 +117,23 @@ Result<Path> RelocationMover::freePlace(const Path& wanted) {
 
 Result<void> RelocationMover::add(const std::string& path, const Path& wanted) {
   const FileMeasure measure = VT_TRY(measureFile(files_, path));
+  const FileStatus status = VT_TRY(files_.status(path));
   const Path place = VT_TRY(freePlace(wanted));
   planned_.push_back({.pair = {.oldPath = path,
                                .newPath = place.string(),
                                .size = static_cast<std::int64_t>(measure.size),
                                .modified = measure.modified,
                                .fileCount = measure.fileCount,
+                               .file = static_cast<std::int64_t>(status.inode),
+                               .copy = {},
                                .extra = {}}});
   return {};
 }
 
 Result<void> RelocationMover::writeJournal() {
   RelocationJournal whole = journal_;
-  for (const auto& [pair, isDone] : planned_) {
-    if (!isDone) whole.pairs.push_back(pair);
+  for (const Planned& planned : planned_) {
+    if (!planned.isDone) whole.pairs.push_back(planned.pair);
   }
   auto written = whole.write(files_, paths_);
   if (!written) {
@@ -155,7 +153,7 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
   }
   auto* const leftover = std::get_if<RelocationJournal>(&found);
   if (leftover != nullptr) journal_ = std::move(*leftover);
-  keepLeftover(entries);
+  findLeftovers();
   journal_.version = RelocationJournal::currentVersion;
   journal_.id = randomID();
 
@@ -186,6 +184,9 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
         capture.problem = added.error().reason;
       } else if (path == entry->path && reachOf(files_, *entry) == FileReach::folderUnreachable) {
         capture.problem = "its folder can't be reached";
+        if (leftovers_.folders.contains(Path(path).parent_path().string())) {
+          staying_.addFolderOf(path);
+        }
       }
     });
     if (capture.pairs.empty() && capture.problem.empty()) continue;
@@ -213,16 +214,47 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
   return plan;
 }
 
-Result<FileMove> RelocationMover::moveOne(Planned& planned) {
-  RelocationJournal::Pair& pair = planned.pair;
+/// `unsupported` when it has to be copied.
+Result<void> RelocationMover::moveOne(Planned& planned) {
+  VT_TRY(files_.makeFolder(at(planned.pair.newPath).parent_path(), Privacy::byUmask));
+  return giveName(planned.pair.oldPath, planned.pair);
+}
+
+/// Gives the file its new name, or the next one that is free.
+Result<void> RelocationMover::giveName(const Path& file, RelocationJournal::Pair& pair) {
   for (int attempt = 1;; ++attempt) {
-    const Path newPath = at(pair.newPath);
-    const Path folder = newPath.parent_path();
-    VT_TRY(files_.makeFolder(folder, Privacy::byUmask));
-    auto moved = moveFile(files_, pair.oldPath, newPath, journal_.temporaryIn(folder));
+    auto moved = files_.moveNew(file, at(pair.newPath));
     if (moved || moved.error().kind != FailureKind::exists || attempt == mostAttempts) return moved;
     pair.newPath = VT_TRY(freePlace(pair.newPath)).string();
     VT_TRY(writeJournal());
+  }
+}
+
+/// Copies get their names once the journal knows them: only then can they be told from what somebody
+/// else puts there.
+void RelocationMover::nameCopies(std::span<const std::size_t> copied, Batch& batch) {
+  if (copied.empty()) return;
+  for (const std::size_t place : copied) {
+    RelocationJournal::Pair& pair = planned_[place].pair;
+    pair.copy = identifyFile(files_, at(journal_.temporaryFor(pair)));
+  }
+  const auto written = writeJournal();
+  for (const std::size_t place : copied) {
+    RelocationJournal::Pair& pair = planned_[place].pair;
+    const Path temporary = at(journal_.temporaryFor(pair));
+    auto named = written ? giveName(temporary, pair) : written;
+    if (named) {
+      planned_[place].isMoved = true;
+      batch.moved.push_back({place, pair.oldPath, pair.newPath, true, {}});
+      continue;
+    }
+    pair.copy.reset();
+    logWarning(category, "{} could not be moved: {}", pair.oldPath, named.error().reason);
+    batch.failures.emplace_back(place, named.error().reason);
+    if (const auto removed = removeFile(files_, temporary); !removed) {
+      logWarning(category, "{} could not be removed: {}", temporary.string(),
+                 removed.error().reason);
+    }
   }
 }
 
@@ -252,7 +284,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       continue;
     }
     const bool isTaken = files_.status(at(pair.newPath)).has_value();
-    if (isTaken || !measure->isAs(pair.measure())) {
+    if (isTaken || !measure->isAs(pair.measure()) || pair.file != numberOf(files_, pair.oldPath)) {
       if (isTaken) {
         const auto free = freePlace(pair.newPath);
         if (!free) {
@@ -264,6 +296,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       pair.size = static_cast<std::int64_t>(measure->size);
       pair.modified = measure->modified;
       pair.fileCount = measure->fileCount;
+      pair.file = numberOf(files_, pair.oldPath);
       isJournalStale = true;
     }
     ready.push_back(place);
@@ -276,21 +309,30 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       return batch;
     }
   }
-  std::set<Path> folders;
+  std::vector<std::size_t> copied;
   for (const std::size_t place : ready) {
     Planned& planned = planned_[place];
-    const auto moved = moveOne(planned);
-    if (moving) moving();
     const RelocationJournal::Pair& pair = planned.pair;
+    auto moved = moveOne(planned);
+    const bool isCopied = !moved && moved.error().kind == FailureKind::unsupported;
+    if (isCopied) moved = copyFile(files_, pair.oldPath, at(journal_.temporaryFor(pair)));
+    if (moving) moving();
     if (!moved) {
       logWarning(category, "{} could not be moved: {}", pair.oldPath, moved.error().reason);
       batch.failures.emplace_back(place, moved.error().reason);
-      continue;
+    } else if (isCopied) {
+      copied.push_back(place);
+    } else {
+      planned.isMoved = true;
+      batch.moved.push_back({place, pair.oldPath, pair.newPath});
     }
-    batch.moved.push_back({place, pair.oldPath, pair.newPath, *moved == FileMove::copied,
-                           identifyFile(files_, at(pair.newPath))});
-    folders.insert(at(pair.newPath).parent_path());
-    folders.insert(Path(pair.oldPath).parent_path());
+  }
+  nameCopies(copied, batch);
+  std::set<Path> folders;
+  for (Moved& moved : batch.moved) {
+    moved.identity = identifyFile(files_, at(moved.newPath));
+    folders.insert(at(moved.newPath).parent_path());
+    folders.insert(Path(moved.oldPath).parent_path());
   }
   for (const Path& folder : folders) {
     if (const auto flushed = files_.flushFolder(folder); !flushed) {
@@ -330,6 +372,7 @@ void RelocationMover::takeBack(Batch& batch) {
   for (const Moved& moved : std::exchange(batch.moved, {})) {
     const auto undone = moved.isCopied ? removeFile(files_, at(moved.newPath))
                                        : files_.moveNew(at(moved.newPath), moved.oldPath);
+    planned_[moved.pair].isMoved = !undone;
     // The journal still names it: whichever place it is at, the next launch sees.
     if (!undone) {
       logWarning(category, "{} could not be taken back: {}", moved.newPath, undone.error().reason);
@@ -338,13 +381,17 @@ void RelocationMover::takeBack(Batch& batch) {
   }
 }
 
-void RelocationMover::retire(const std::vector<Moved>& moved,
-                             std::span<const std::size_t> dropped) {
+std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Moved>& moved,
+                                                            std::span<const std::size_t> dropped) {
   const bool hasCopies = std::ranges::any_of(moved, &Moved::isCopied);
   const bool mayRemove = !hasCopies || isTargetThere();
+  std::vector<Moved> stayed;
   for (const Moved& one : moved) {
-    // Until the copies can be seen again the originals stay, and the next launch removes them.
-    if (one.isCopied && !mayRemove) continue;
+    if (one.isCopied && !mayRemove) {
+      stayed.push_back(one);
+      stayed.back().identity = identifyFile(files_, one.oldPath);
+      continue;
+    }
     planned_[one.pair].isDone = true;
     if (!one.isCopied) continue;
     if (const auto removed = removeFile(files_, one.oldPath); !removed) {
@@ -353,6 +400,24 @@ void RelocationMover::retire(const std::vector<Moved>& moved,
   }
   for (const std::size_t place : dropped) planned_[place].isDone = true;
   // A journal that names too much is put right at the next launch.
+  (void)writeJournal();
+  return stayed;
+}
+
+void RelocationMover::end() {
+  RelocationLeftovers left{staying_.folders, leftovers_.extra};
+  for (Planned& planned : planned_) {
+    if (planned.isDone) continue;
+    left.addFolderOf(planned.pair.oldPath);
+    planned.isDone = !planned.isMoved;
+  }
+  if (left != leftovers_) {
+    // The journal goes on naming what is nowhere else.
+    if (const auto written = left.write(files_, paths_); !written) {
+      logWarning(category, "what did not move was not noted: {}", written.error().reason);
+      return;
+    }
+  }
   (void)writeJournal();
 }
 

@@ -13,6 +13,7 @@
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "library/relocation_journal.hpp"
+#include "library/relocation_leftovers.hpp"
 #include "library/relocation_report.hpp"
 #include "library/relocation_stop_flag.hpp"
 #include "platform/files.hpp"
@@ -65,21 +66,30 @@ class RelocationMover {
                            const std::function<void()>& moving);
 
   /// The index on disk names the new places: removes the originals of copies, and takes these pairs
-  /// out of the journal, as well as `dropped`, which nobody needs any more.
-  void retire(const std::vector<Moved>& moved, std::span<const std::size_t> dropped);
+  /// out of the journal, as well as `dropped`, which nobody needs any more. Answers those whose
+  /// originals stay, since their copies cannot be seen any more, with what the originals are.
+  std::vector<Moved> retire(const std::vector<Moved>& moved,
+                            std::span<const std::size_t> dropped);
+
+  /// Closes the journal, but for what is not in the index yet, and notes where captures stay that
+  /// were to move.
+  void end();
 
  private:
   struct Planned {
     RelocationJournal::Pair pair;
+    bool isMoved = false;
     bool isDone = false;
   };
 
-  void keepLeftover(const EntryList& entries);
+  void findLeftovers();
   [[nodiscard]] std::optional<Path> relativePlace(const Path& path,
                                                   const RelocationTarget& target) const;
   [[nodiscard]] Result<Path> freePlace(const Path& wanted);
   [[nodiscard]] Result<void> add(const std::string& path, const Path& wanted);
-  [[nodiscard]] Result<FileMove> moveOne(Planned& planned);
+  [[nodiscard]] Result<void> moveOne(Planned& planned);
+  [[nodiscard]] Result<void> giveName(const Path& file, RelocationJournal::Pair& pair);
+  void nameCopies(std::span<const std::size_t> copied, Batch& batch);
   [[nodiscard]] Result<void> holdTarget();
   [[nodiscard]] bool isTargetThere() const;
   [[nodiscard]] Path at(const Path& newPath) const;
@@ -90,8 +100,9 @@ class RelocationMover {
   LibraryPaths paths_;
   RelocationJournal journal_;  // what it holds beside `planned_` is kept for the next attempt
   std::vector<Planned> planned_;
-  std::unordered_set<std::string> leftover_;  // old paths of an earlier move that did not end
-  std::unordered_set<std::string> taken_;     // new paths
+  RelocationLeftovers leftovers_;          // of earlier moves that did not end
+  RelocationLeftovers staying_;            // of those, what cannot even be tried now
+  std::unordered_set<std::string> taken_;  // new paths
   Path target_;                               // the new folder
   std::optional<FolderLocation> targetLocation_;
   std::unique_ptr<FolderHandle> heldTarget_;  // during a batch

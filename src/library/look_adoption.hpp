@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/task_runner.hpp"
+#include "library/file_look.hpp"
+#include "library/history_store.hpp"
+
+namespace vantorel {
+
+/// What came of putting a look into the library.
+struct AdoptedLook {
+  std::size_t renamed = 0;  ///< entries that have the new paths of their files
+
+  /// Those without a file, as the library has them now.
+  EntryList gone;
+
+  /// Ids of entries whose files have other names by now, or whose names other files have, and that
+  /// could not be given them: somebody is changing one of them. Their paths are not to be trusted.
+  std::set<std::string> unsettled;
+};
+
+/// Why an unsettled entry's file cannot be used.
+inline constexpr const char* unsettledSentence =
+    "The capture can't be used now: a capture whose file has its name is being changed.";
+
+/// Gives the entries the paths that their files have by now. An entry whose path another one's file
+/// has keeps what it remembers, under a name of its own, for when its file comes back. Entries that
+/// changed since, or whose files the program itself is changing, are left alone, and so are those
+/// that would get their paths. `claimed` are the ids whose files nobody but the caller may change
+/// now. Main runner.
+[[nodiscard]] AdoptedLook adoptNames(HistoryStore& store, const FileLook& look,
+                                     const std::set<std::string>& claimed = {});
+
+/// Has the entries remember what their files are. Entries that changed since are left alone. Main
+/// runner.
+void remember(HistoryStore& store, const std::vector<SeenFile>& files);
+
+/// Has `learn` called on `main` with a slice of `files` at a time, so that a large library does not
+/// hold the runner. What is posted after it comes after the last slice. Any thread.
+void postInSlices(TaskRunner& main, std::vector<SeenFile> files,
+                  const std::function<void(const std::vector<SeenFile>&)>& learn);
+
+/// A look for the files of these entries, to be had before anything is done with the files: names
+/// may have been swapped while nobody watched. Call `look` where it may block.
+class LookBeforeUse {
+ public:
+  LookBeforeUse(const HistoryStore& store, const std::vector<std::string>& ids);
+
+  [[nodiscard]] FileLook look(const Files& files) const;
+
+ private:
+  EntryList wanted_;
+  FileLookScope scope_;
+};
+
+/// Puts such a look into the library. Main runner.
+AdoptedLook adoptLook(HistoryStore& store, const FileLook& look,
+                      const std::set<std::string>& claimed = {});
+
+}  // namespace vantorel
