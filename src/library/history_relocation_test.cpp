@@ -247,6 +247,53 @@ TEST_F(HistoryRelocationTest, ADiskThatGoesDuringTheMoveGetsNothingMore) {
   }
 }
 
+TEST_F(HistoryRelocationTest, ADiskThatGoesAtAnyMomentOfTheMoveLeavesNoFileWithoutItsEntry) {
+  constexpr int count = 6;
+  bool isComplete = false;
+  int returned = 0;
+  for (int moment = 1; !isComplete; ++moment) {
+    FakeFiles files;
+    files.mounts = {"/new"};
+    fill(files, count);
+    std::optional<World> world(std::in_place, files, 3);
+    isComplete = true;
+    files.beforeChange = [&, from = files.changes](int change) {
+      if (change - from < moment) return;
+      isComplete = false;
+      files.mounted = {{"/new", {"what is below the disk", "/"}}};
+    };
+    const RelocationOutcome outcome = world->move("/new");
+    files.beforeChange = nullptr;
+    EXPECT_EQ(outcome.moved + outcome.failed, count + 1);
+    const auto expectNoStrays = [&](const World& after) {
+      expectReachable(after, count + 2);
+      std::set<std::string> named;
+      for (const EntryPointer& entry : after.store.entries()) {
+        forEachPath(*entry, [&](const std::string& path) { named.insert(path); });
+      }
+      for (const char* const folder : {"/old/", "/new/"}) {
+        for (const std::string& name : files.names(folder)) {
+          // What was copied is looked after when the disk is back.
+          const bool isAway = !files.mounted.empty() && folder == std::string("/new/");
+          EXPECT_TRUE(isAway || named.contains(folder + name)) << folder << name;
+        }
+      }
+    };
+    expectNoStrays(*world);
+    returned += files.text(journalPath) != "(missing)";
+    world.reset();
+    files.mounted = {};
+    world.emplace(files, 3);
+    expectNoStrays(*world);
+    EXPECT_EQ(files.text(journalPath), "(missing)");
+    EXPECT_EQ(world->move("/new").failed, 0);
+    expectNoStrays(*world);
+    EXPECT_THAT(files.names("/old"), IsEmpty());
+    if (HasFailure()) FAIL() << "moment " << moment;
+  }
+  EXPECT_GT(returned, 0) << "the last moments were missed";
+}
+
 TEST_F(HistoryRelocationTest, AFlagEndsItsMoveAloneWhetherItRunsOrWaits) {
   FakeFiles files;
   fill(files, 150);
@@ -344,6 +391,46 @@ TEST_F(HistoryRelocationTest, AFileThatOnlyLooksLikeTheMovedOneIsNotTakenForIt) 
   EXPECT_EQ(files.text("/new/1.png"), contents["1.png"]);
 }
 
+TEST_F(HistoryRelocationTest, ABackupPutInTheNewFolderAfterACutIsNotTakenForTheMove) {
+  for (const bool acrossDisks : {false, true}) {
+    bool isComplete = false;
+    int surviving = 0;
+    for (int moment = 1; !isComplete; ++moment) {
+      FakeFiles files;
+      if (acrossDisks) files.mounts = {"/new"};
+      fill(files, 4);
+      files.beforeChange = [&](int change) {
+        if (change == moment) throw PowerCut();
+      };
+      files.changes = 0;
+      try {
+        World(files, 2).move("/new");
+        isComplete = true;
+      } catch (const PowerCut&) {
+      }
+      files.beforeChange = nullptr;
+      std::map<Path, std::shared_ptr<FakeFiles::File>> backups;
+      for (const std::string& name : files.names("/old")) {
+        if (files.status("/new/" + name) || !files.disk.contains("/old/" + name)) continue;
+        files.put("/new/" + name, files.text("/old/" + name));
+        files.disk["/new/" + name]->status.modified = files.disk["/old/" + name]->status.modified;
+        backups["/new/" + name] = files.disk["/new/" + name];
+      }
+      World world(files);
+      expectReachable(world, 6);
+      for (const auto& [path, backup] : backups) {
+        EXPECT_EQ(files.disk[path], backup);
+        EXPECT_TRUE(files.disk.contains("/old" / path.filename())) << path;
+        EXPECT_EQ(world.store.findByPath(path.string()), nullptr) << path;
+        ++surviving;
+      }
+      EXPECT_EQ(files.text(journalPath), "(missing)") << "moment " << moment;
+      if (HasFailure()) FAIL() << "moment " << moment << (acrossDisks ? " across disks" : "");
+    }
+    EXPECT_GT(surviving, 0);
+  }
+}
+
 TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
   FakeFiles files;
   fill(files, 5);
@@ -361,6 +448,7 @@ TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
               HasSubstr("3 captures are still in the previous folder."));
   EXPECT_EQ(world.store.find("3")->path, "/old/3.png");
   EXPECT_EQ(files.text("/old/3.png"), contents["3.png"]);
+  EXPECT_EQ(files.text(journalPath), "(missing)") << "what stayed is not on its way";
   three->end();
   world.busy.clear();
   project->end();

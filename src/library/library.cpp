@@ -79,7 +79,13 @@ void Library::findFiles(const std::vector<std::string>& ids, Claimed claimed, Ta
   work.post([&files = services_.files, main = services_.main, before = LookBeforeUse(store_, ids),
              reply = alive_.guard([this, own = std::move(own),
                                    then = std::move(then)](const FileLook& look) mutable {
-               then(adoptLook(store_, look, own).unsettled);
+               AdoptedLook adopted = adoptLook(store_, look, own);
+               if (adopted.renamed == 0 || store_.indexRefusal()) return then(adopted.unsettled);
+               // The program may end with the answer.
+               store_.flush(alive_.guard([then = std::move(then), adopted = std::move(adopted)](
+                                             const Result<void>&) mutable {
+                 then(adopted.unsettled);
+               }));
              })]() mutable {
     main->post(
         [look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
