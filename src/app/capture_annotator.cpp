@@ -113,15 +113,16 @@ CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::stri
 template <class Value>
 void CaptureAnnotator::findFile(const std::string& id, const Done<Value>& done,
                                 std::function<void(const EntryPointer&)> then) {
-  services_->library->findFiles(
-      {id}, Library::Claimed::byCaller, *services_->work,
-      alive_.guard([this, id, done,
-                    then = std::move(then)](const std::set<std::string>& unsettled) {
-        const EntryPointer entry = services_->library->store().find(id);
-        if (!entry) return done(std::unexpected("The capture has left History."));
-        if (unsettled.contains(id)) return done(std::unexpected(unsettledSentence));
-        then(entry);
-      }));
+  services_->library->findFiles({id}, Library::Claimed::byCaller, *services_->work,
+                                alive_.guard([this, id, done, then = std::move(then)](
+                                                 const std::set<std::string>& unsettled) {
+                                  const EntryPointer entry = services_->library->store().find(id);
+                                  if (!entry)
+                                    return done(std::unexpected("The capture has left History."));
+                                  if (unsettled.contains(id))
+                                    return done(std::unexpected(unsettledSentence));
+                                  then(entry);
+                                }));
 }
 
 std::optional<std::string> CaptureAnnotator::refusal(const ScreenshotEntry& entry) const {

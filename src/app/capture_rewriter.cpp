@@ -115,19 +115,18 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
       [source, change, asked = entry, journal = journal_, files = services_.files,
        codec = services_.codec, quality = services_.settings->values().jpegQuality,
        main = services_.main,
-       landed = alive_.guard([this, entry, source,
-                              finished = std::move(finished)](Rewritten& result) mutable {
-         if (!result || !*result) {
-           auto reply =
-               result ? RewriteReply(RewrittenCapture{
-                            entry, "The file is as it should be already; nothing was changed."})
-                      : RewriteReply(std::unexpected(result.error()));
-           return endJournal(entry->id, [reply = std::move(reply), finished = std::move(finished)] {
-             finished(reply);
-           });
-         }
-         fileAway(*entry, source, **result, std::move(finished));
-       })]() mutable {
+       landed = alive_.guard(
+           [this, entry, source, finished = std::move(finished)](Rewritten& result) mutable {
+             if (!result || !*result) {
+               auto reply =
+                   result ? RewriteReply(RewrittenCapture{
+                                entry, "The file is as it should be already; nothing was changed."})
+                          : RewriteReply(std::unexpected(result.error()));
+               return endJournal(entry->id, [reply = std::move(reply),
+                                             finished = std::move(finished)] { finished(reply); });
+             }
+             fileAway(*entry, source, **result, std::move(finished));
+           })]() mutable {
         CaptureTranscoder transcoder(files, codec);
         source.willMake = [&](const Path& path, std::uint64_t inode) {
           return journal->willMake(asked->id, path, inode);

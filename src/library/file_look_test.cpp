@@ -200,8 +200,9 @@ TEST_F(FileLookTest, AFileIsWhosItIsWhateverNamesWereSwapped) {
   // Written to in place after the swap, and after a swap that was heard.
   shift({"/one/a", "/one/b"});
   files.disk["/one/a"]->status.modified += 5;
-  EXPECT_EQ(namesOf(look().renamed),
-            (Names{{"/one/a", "/one/b"}, {"shares the file of a", "/one/b"}, {"/one/b", "/one/a"}}));
+  EXPECT_EQ(
+      namesOf(look().renamed),
+      (Names{{"/one/a", "/one/b"}, {"shares the file of a", "/one/b"}, {"/one/b", "/one/a"}}));
   files.disk["/one/b"]->status.modified += 5;
   scope.heardMoves = {{"/one/a", "/one/b"}, {"/one/b", "/one/a"}};
   EXPECT_EQ(look().renamed.size(), 3U);
@@ -229,8 +230,8 @@ TEST_F(FileLookTest, AFilePutOverAnotherTakesItsNameAndNotItsEntry) {
   files.disk.erase("/one/a.png");
   rename("/t", "/one/a.png");
   for (const EntryPointer& wanted : {over, under}) {
-    const FileLook found = lookForFiles(files, {wanted}, scope,
-                                        [](std::size_t, std::size_t) { return true; });
+    const FileLook found =
+        lookForFiles(files, {wanted}, scope, [](std::size_t, std::size_t) { return true; });
     ASSERT_EQ(found.renamed.size(), 1U);
     EXPECT_EQ(found.renamed[0].entry, under);
     EXPECT_EQ(found.renamed[0].path, "/one/a.png");

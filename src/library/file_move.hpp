@@ -30,9 +30,9 @@ struct FileMeasure {
 /// Removes a file or a package; fine when it is not there.
 [[nodiscard]] Result<void> removeFile(Files& files, const Path& path);
 
-/// Copies the file or package `from` to the new name `to`, on whatever file system, and compares the
-/// copy with the original. A failure leaves nothing under `to`. What an earlier attempt left there
-/// is replaced.
+/// Copies the file or package `from` to the new name `to`, on whatever file system, and compares
+/// the copy with the original. A failure leaves nothing under `to`. What an earlier attempt left
+/// there is replaced.
 [[nodiscard]] Result<void> copyFile(Files& files, const Path& from, const Path& to);
 
 }  // namespace vantorel

@@ -329,18 +329,20 @@ void HistoryDeletion::discard(Trash& trash, const std::vector<std::string>& surp
 void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
                             std::move_only_function<void(TrashSweep)> done) {
   enqueue([this, ids, undo, done = std::move(done)]() mutable {
-    auto state = std::make_shared<Sweeping>(Sweeping{.ids = ids, .undo = undo, .done = std::move(done)});
+    auto state =
+        std::make_shared<Sweeping>(Sweeping{.ids = ids, .undo = undo, .done = std::move(done)});
     // Names may have been swapped: what goes is the entry's file, not what has its name.
-    onWork<FileLook>([&files = services_.files, before = LookBeforeUse(services_.store, ids)] { return before.look(files); },
-                     [this, state](const FileLook& look) {
-                       state->unsettled = adoptLook(services_.store, look).unsettled;
-                       inSlices(
-                           state->ids.size(),
-                           [this, state](std::size_t begin, std::size_t end) {
-                             claimSome(*state, begin, end);
-                           },
-                           [this, state] { moveToTrash(state); });
-                     });
+    onWork<FileLook>(
+        [&files = services_.files, before = LookBeforeUse(services_.store, ids)] {
+          return before.look(files);
+        },
+        [this, state](const FileLook& look) {
+          state->unsettled = adoptLook(services_.store, look).unsettled;
+          inSlices(
+              state->ids.size(),
+              [this, state](std::size_t begin, std::size_t end) { claimSome(*state, begin, end); },
+              [this, state] { moveToTrash(state); });
+        });
   });
 }
 

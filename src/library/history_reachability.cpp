@@ -18,9 +18,8 @@ void HistoryReachability::look(const std::set<std::string>& folders,
                scope = FileLookScope{.entries = store_.entries(),
                                      .unreadPaths = store_.unreadPaths(),
                                      .heardMoves = std::move(heardMoves)},
-               reply = alive_.guard([this, done](Looks& seen, const FileLook& found) {
-                 landed(seen, found, done);
-               }),
+               reply = alive_.guard(
+                   [this, done](Looks& seen, const FileLook& found) { landed(seen, found, done); }),
                learn = alive_.guard([this](const std::vector<SeenFile>& files) {
                  remember(store_, files);
                })]() mutable {
@@ -48,7 +47,7 @@ void HistoryReachability::landed(Looks& looks, const FileLook& found, const Fold
   if (adopted.renamed > 0) {
     logInfo("History", "{} capture(s) have another name now", adopted.renamed);
   }
-  const auto sort = [&](const EntryList& entries, EntryList Look::*list) {
+  const auto sort = [&](const EntryList& entries, EntryList Look::* list) {
     for (const EntryPointer& entry : entries) {
       const auto look = looks.find(folderOf(entry->path));
       if (look != looks.end()) (look->second.*list).push_back(entry);

@@ -34,7 +34,7 @@ class HistoryReachability {
 
   /// What a look at one folder found.
   struct Seen {
-    EntryList went;           ///< their files went
+    EntryList went;            ///< their files went
     bool isUnsettled = false;  ///< files have other names by now that could not be noted yet
   };
   using FolderSeen = std::function<void(const std::string& folder, const Seen& seen)>;

@@ -221,18 +221,18 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
           return finish();
         }
         claims_.clear();
-        services_.work->post([mover = run_->mover, moved = std::move(batch.moved),
-                              dropped = std::exchange(run_->dropped, {}), main = services_.main,
-                              reply = alive_.guard([this](
-                                  const std::vector<RelocationMover::Moved>& stayed) {
-                                takeBack(stayed);
-                              })]() mutable {
-          auto stayed = mover->retire(moved, dropped);
-          if (stayed.empty()) return;
-          main->post([stayed = std::move(stayed), reply = std::move(reply)]() mutable {
-            reply(stayed);
-          });
-        });
+        services_.work->post(
+            [mover = run_->mover, moved = std::move(batch.moved),
+             dropped = std::exchange(run_->dropped, {}), main = services_.main,
+             reply = alive_.guard([this](const std::vector<RelocationMover::Moved>& stayed) {
+               takeBack(stayed);
+             })]() mutable {
+              auto stayed = mover->retire(moved, dropped);
+              if (stayed.empty()) return;
+              main->post([stayed = std::move(stayed), reply = std::move(reply)]() mutable {
+                reply(stayed);
+              });
+            });
         nextBatch();
       }));
 }

@@ -82,13 +82,11 @@ void Library::findFiles(const std::vector<std::string>& ids, Claimed claimed, Ta
                AdoptedLook adopted = adoptLook(store_, look, own);
                if (adopted.renamed == 0 || store_.indexRefusal()) return then(adopted.unsettled);
                // The program may end with the answer.
-               store_.flush(alive_.guard([then = std::move(then), adopted = std::move(adopted)](
-                                             const Result<void>&) mutable {
-                 then(adopted.unsettled);
-               }));
+               store_.flush(
+                   alive_.guard([then = std::move(then), adopted = std::move(adopted)](
+                                    const Result<void>&) mutable { then(adopted.unsettled); }));
              })]() mutable {
-    main->post(
-        [look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
+    main->post([look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
   });
 }
 

@@ -43,7 +43,8 @@ AdoptedLook adoptNames(HistoryStore& store, const FileLook& look,
   for (const auto* const list : {&look.renamed, &look.displaced}) {
     for (const SeenFile& file : *list) {
       adopted.unsettled.insert(file.entry->id);
-      const bool isOurs = claimed.contains(file.entry->id) && store.find(file.entry->id) == file.entry;
+      const bool isOurs =
+          claimed.contains(file.entry->id) && store.find(file.entry->id) == file.entry;
       if (isOurs || !settledEntries(store, {file.entry}).empty()) moves.push_back(&file);
     }
   }
@@ -60,8 +61,8 @@ AdoptedLook adoptNames(HistoryStore& store, const FileLook& look,
     const bool isReplaced = displaced.contains(entry) && !adopted.unsettled.contains(entry->id);
     adopted.gone.push_back(isReplaced ? store.find(entry->id) : entry);
   }
-  adopted.renamed = static_cast<std::size_t>(
-      std::ranges::count_if(settled, [&](const SeenFile& file) { return !displaced.contains(file.entry); }));
+  adopted.renamed = static_cast<std::size_t>(std::ranges::count_if(
+      settled, [&](const SeenFile& file) { return !displaced.contains(file.entry); }));
   return adopted;
 }
 

@@ -180,7 +180,8 @@ Fate fateOfOriginal(const Files& files, const Pair& pair) {
   // Nothing but its number says that the file is not one that somebody put there since.
   if (!pair.file || !pair.copy || !isOriginal(pair, files.status(pair.oldPath))) return Fate::moved;
   const FolderView folder(files, Path(pair.newPath).parent_path());
-  if (!isReachable(folder.reachOf(Path(pair.newPath).filename(), &*pair.copy))) return Fate::unknown;
+  if (!isReachable(folder.reachOf(Path(pair.newPath).filename(), &*pair.copy)))
+    return Fate::unknown;
   return holdsAllOf(files, pair.newPath, pair.oldPath) ? Fate::copied : Fate::moved;
 }
 

@@ -230,8 +230,8 @@ Result<void> RelocationMover::giveName(const Path& file, RelocationJournal::Pair
   }
 }
 
-/// Copies get their names once the journal knows them: only then can they be told from what somebody
-/// else puts there.
+/// Copies get their names once the journal knows them: only then can they be told from what
+/// somebody else puts there.
 void RelocationMover::nameCopies(std::span<const std::size_t> copied, Batch& batch) {
   if (copied.empty()) return;
   for (const std::size_t place : copied) {

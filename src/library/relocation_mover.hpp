@@ -68,8 +68,7 @@ class RelocationMover {
   /// The index on disk names the new places: removes the originals of copies, and takes these pairs
   /// out of the journal, as well as `dropped`, which nobody needs any more. Answers those whose
   /// originals stay, since their copies cannot be seen any more, with what the originals are.
-  std::vector<Moved> retire(const std::vector<Moved>& moved,
-                            std::span<const std::size_t> dropped);
+  std::vector<Moved> retire(const std::vector<Moved>& moved, std::span<const std::size_t> dropped);
 
   /// Closes the journal, but for what is not in the index yet, and notes where captures stay that
   /// were to move.
@@ -103,7 +102,7 @@ class RelocationMover {
   RelocationLeftovers leftovers_;          // of earlier moves that did not end
   RelocationLeftovers staying_;            // of those, what cannot even be tried now
   std::unordered_set<std::string> taken_;  // new paths
-  Path target_;                               // the new folder
+  Path target_;                            // the new folder
   std::optional<FolderLocation> targetLocation_;
   std::unique_ptr<FolderHandle> heldTarget_;  // during a batch
 };
