@@ -93,6 +93,63 @@ TEST(LibraryProgramTest, WhatHappensToFilesOutsideTheRunningProgramIsNoticedAndA
               AllOf(HasSubstr(kept), HasSubstr(onDisk), HasSubstr(pathIn(meanwhile))));
 }
 
+TEST(LibraryProgramTest, CapturesThatSwapNamesKeepWhatIsTheirs) {
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  const Vantorel vantorel(desktop);
+  for (const int picture : {1, 2}) {
+    client.paintRoot(picture);
+    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+  }
+  const EntryList before = vantorel.entries();
+  ASSERT_EQ(before.size(), 2U);
+  const std::string& first = before[0]->id;
+  const std::string& second = before[1]->id;
+  const auto swap = [&] {
+    const std::filesystem::path aside = desktop.folder() / "aside";
+    std::filesystem::rename(before[0]->path, aside);
+    std::filesystem::rename(before[1]->path, before[0]->path);
+    std::filesystem::rename(aside, before[1]->path);
+  };
+  const auto expectOwn = [&](const std::string& id, int picture) {
+    const Image image = vantorel.picture(vantorel.run({"library", "path", id}));
+    EXPECT_EQ(differenceFromTestPicture(image, picture), "");
+  };
+  swap();
+  expectOwn(first, 1);
+  expectOwn(second, 2);
+  swap();
+  EXPECT_EQ(vantorel.run({"library", "trash", first}).status, 0);
+  expectOwn(second, 2);
+  EXPECT_EQ(vantorel.run({"library", "undo"}).status, 0);
+  expectOwn(first, 1);
+
+  // The running program follows by itself.
+  const auto pathOf = [&](const std::string& id) -> std::string {
+    for (const EntryPointer& entry : vantorel.entries()) {
+      if (entry->id == id) return entry->path;
+    }
+    return "";
+  };
+  EXPECT_EQ(pathOf(first), before[0]->path);
+  ChildProcess tray = vantorel.start({});
+  waitForTray(client, vantorel, tray);
+  const auto comesTo = [&](const std::string& id, const std::string& path) {
+    for (int i = 0; i < 100 && pathOf(id) != path; ++i) std::this_thread::sleep_for(100ms);
+    return pathOf(id) == path;
+  };
+  swap();
+  EXPECT_TRUE(comesTo(first, before[1]->path));
+  EXPECT_EQ(pathOf(second), before[0]->path);
+  // One put over the other takes its name; the entry of the one that went goes.
+  std::filesystem::rename(before[0]->path, before[1]->path);
+  EXPECT_TRUE(comesTo(second, before[1]->path));
+  EXPECT_TRUE(comesTo(first, ""));
+  expectOwn(second, 2);
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  tray.wait();
+}
+
 /// What stands where the index should be, made anew in an empty root.
 struct BadIndex {
   const char* name;
