@@ -271,11 +271,12 @@ TEST_F(HistoryRelocationTest, ADiskThatGoesAtAnyMomentOfTheMoveLeavesNoFileWitho
       for (const EntryPointer& entry : after.store.entries()) {
         forEachPath(*entry, [&](const std::string& path) { named.insert(path); });
       }
-      for (const char* const folder : {"/old/", "/new/"}) {
+      for (const Path folder : {"/old", "/old/inner", "/new", "/new/inner"}) {
+        // What was copied is looked after when the disk is back.
+        const bool isAway = !files.mounted.empty() && folder.string().starts_with("/new");
         for (const std::string& name : files.names(folder)) {
-          // What was copied is looked after when the disk is back.
-          const bool isAway = !files.mounted.empty() && folder == std::string("/new/");
-          EXPECT_TRUE(isAway || named.contains(folder + name)) << folder << name;
+          const std::string path = folder / name;
+          EXPECT_TRUE(isAway || named.contains(path)) << path;
         }
       }
     };
