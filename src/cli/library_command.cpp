@@ -12,6 +12,7 @@
 #include "library/gone_entries.hpp"
 #include "library/look_adoption.hpp"
 #include "library/silent_folders.hpp"
+#include "library/sliced_work.hpp"
 
 namespace vantorel {
 namespace {
@@ -280,9 +281,26 @@ void LibraryCommands::list(const command::Library& what, bool json, CommandDone 
     if (!collection) return done(refused(collection.error().reason));
     filter.collectionID = (*collection)->id;
   }
-  done({ExitStatus::done,
-        lines(findEntries(services_.library->store(), filter, what.limit), json),
-        {}});
+  withLines(findEntries(services_.library->store(), filter, what.limit), json, {}, std::move(done));
+}
+
+void LibraryCommands::withLines(EntryList entries, bool json, CommandReply reply,
+                                CommandDone done) const {
+  struct Writing {
+    EntryList entries;
+    CommandReply reply;
+    CommandDone done;
+  };
+  const auto writing =
+      std::make_shared<Writing>(std::move(entries), std::move(reply), std::move(done));
+  inSlices(
+      services_.main, writing->entries.size(),
+      [writing, json](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+          writing->reply.output += line(*writing->entries[i], json);
+        }
+      },
+      [writing] { writing->done(std::move(writing->reply)); });
 }
 
 void LibraryCommands::collections(bool json, CommandDone done) const {
@@ -341,8 +359,9 @@ void LibraryCommands::trash(const EntryList& entries, bool json, CommandDone don
       ids, HistoryDeletion::Undo::offered,
       [this, json, done = std::move(done)](const TrashSweep& sweep) mutable {
         CommandReply reply;
-        for (const RemovedEntry& removed : sweep.removed) {
-          if (json) reply.output += line(*removed.entry, true);
+        EntryList removed;
+        if (json) {
+          for (const RemovedEntry& one : sweep.removed) removed.push_back(one.entry);
         }
         if (!json) reply.output = deletedFeedback(sweep.removed.size()) + "\n";
         if (!sweep.removed.empty()) {
@@ -355,10 +374,11 @@ void LibraryCommands::trash(const EntryList& entries, bool json, CommandDone don
         });
         addUnsaved(reply, sweep.indexNotSaved);
         // A command that ends now leaves the undo to the next one, so it has to be on disk.
-        services_.library->deletion().settle(
-            [reply = std::move(reply), done = std::move(done)]() mutable {
-              done(std::move(reply));
-            });
+        services_.library->deletion().settle([this, removed = std::move(removed),
+                                              reply = std::move(reply),
+                                              done = std::move(done)]() mutable {
+          withLines(std::move(removed), true, std::move(reply), std::move(done));
+        });
       });
 }
 
@@ -369,9 +389,10 @@ void LibraryCommands::undo(bool json, CommandDone done) {
   services_.library->deletion().undo(
       [this, json, done = std::move(done)](const UndoOutcome& outcome) mutable {
         CommandReply reply;
+        EntryList restored;
         for (const std::string& id : outcome.restored) {
-          if (const EntryPointer entry = services_.library->store().find(id)) {
-            reply.output += line(*entry, json);
+          if (EntryPointer entry = services_.library->store().find(id)) {
+            restored.push_back(std::move(entry));
           }
         }
         addFailures(reply, outcome.failures, [this](const std::string& id) {
@@ -379,7 +400,7 @@ void LibraryCommands::undo(bool json, CommandDone done) {
           return entry ? nameOf(*entry) : id;
         });
         addUnsaved(reply, outcome.indexNotSaved);
-        done(std::move(reply));
+        withLines(std::move(restored), json, std::move(reply), std::move(done));
       });
 }
 
@@ -388,15 +409,15 @@ void LibraryCommands::forget(const EntryList& entries, bool json, std::string re
   std::vector<std::string> ids;
   for (const EntryPointer& entry : entries) ids.push_back(entry->id);
   services_.library->deletion().forget(
-      ids, [json, text = json ? lines(entries, true) : "", remark = std::move(remark),
+      ids, [this, json, gone = json ? entries : EntryList(), remark = std::move(remark),
             done = std::move(done)](const Result<std::size_t>& count) mutable {
-        CommandReply reply{ExitStatus::done, std::move(text), std::move(remark)};
+        CommandReply reply{ExitStatus::done, {}, std::move(remark)};
         if (!count) {
           addUnsaved(reply, count.error().reason);
         } else if (!json) {
           reply.output = captures(*count) + " removed from History\n";
         }
-        done(std::move(reply));
+        withLines(std::move(gone), true, std::move(reply), std::move(done));
       });
 }
 
@@ -453,10 +474,11 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
                        }));
            })]() mutable {
         FileLook look = lookForFiles(*files, scope.entries, scope, goOn);
-        if (!look.wasStopped) postInSlices(*main, std::exchange(look.learned, {}), learn);
         auto silent = silentFolders(*files, look.outOfReach);
-        main->post([look = std::move(look), silent = std::move(silent),
-                    reply = std::move(reply)]() mutable { reply(look, silent); });
+        auto learned = look.wasStopped ? std::vector<SeenFile>() : std::move(look.learned);
+        postInSlices(main, std::move(learned), std::move(learn),
+                     [look = std::move(look), silent = std::move(silent),
+                      reply = std::move(reply)]() mutable { reply(look, silent); });
       });
 }
 

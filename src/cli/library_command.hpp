@@ -56,6 +56,8 @@ class LibraryCommands {
   };
   using RunningPointer = std::shared_ptr<Running>;
 
+  /// Answers with a line for each entry.
+  void withLines(EntryList entries, bool json, CommandReply reply, CommandDone done) const;
   void runNow(const command::Library& what, bool json, const RunningPointer& running,
               CommandDone done);
   void show(const EntryList& entries, bool onlyPath, bool json, CommandDone done);

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "base/json_writer.hpp"
 #include "base/size_text.hpp"
@@ -12,6 +14,7 @@
 #include "library/gone_entries.hpp"
 #include "library/look_adoption.hpp"
 #include "library/silent_folders.hpp"
+#include "library/sliced_work.hpp"
 
 namespace vantorel {
 namespace {
@@ -55,11 +58,11 @@ class Report {
   int mended_ = 0;
 };
 
-/// What mending came to: the paths and ids that are in order now.
+/// What mending came to.
 struct Mended {
-  std::set<std::string> paths;
-  std::vector<ScreenshotEntry> entries;  ///< to be added
-  EntryList goneStill;                   ///< to be forgotten
+  std::unordered_set<std::string> paths;  ///< that are in order now
+  EntryList entries;                      ///< to be added
+  EntryList goneStill;                    ///< to be forgotten
 };
 
 CommandReply report(const LibraryFindings& findings, const Mended& mended, bool json) {
@@ -112,6 +115,15 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
 
 }  // namespace
 
+/// What is mended, and for whom. On one runner after the other.
+struct LibraryVerify::Mending {
+  LibraryFindings findings;
+  Mended mended{};
+  std::vector<EntryClaim> claimed;  // main runner
+  bool json = false;
+  CommandDone done;
+};
+
 LibraryVerify::LibraryVerify(Services services)
     : services_(std::move(services)), startedAt_(services_.clock->now()) {}
 
@@ -161,11 +173,11 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
              }
              dropSettled(findings);
              auto claimed = claimOriginals(findings);
-             if (repairs) {
-               return mend(findings, std::move(claimed), json, std::move(done));
-             }
-             claimed.clear();
-             finish(report(findings, {}, json), json, std::move(done));
+             auto mending = std::make_shared<Mending>(std::move(findings), Mended(),
+                                                      std::move(claimed), json, std::move(done));
+             if (repairs) return mend(mending);
+             mending->claimed.clear();
+             finish(mending);
            })]() mutable {
         main->post([findings = checkLibrary(*files, scope, goOn),
                     reply = std::move(reply)]() mutable { reply(findings); });
@@ -173,7 +185,17 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
 }
 
 // How large the library is comes last: what is found comes before it, a line each.
-void LibraryVerify::finish(CommandReply reply, bool json, CommandDone done) {
+void LibraryVerify::finish(const std::shared_ptr<Mending>& mending) {
+  services_.work->post(
+      [mending, main = services_.main, reply = alive_.guard([this, mending](CommandReply& found) {
+        measure(std::move(found), mending->json, std::move(mending->done));
+      })]() mutable {
+        main->post([found = report(mending->findings, mending->mended, mending->json),
+                    reply = std::move(reply)]() mutable { reply(found); });
+      });
+}
+
+void LibraryVerify::measure(CommandReply reply, bool json, CommandDone done) {
   services_.library->disk().whenMeasured(alive_.guard(
       [this, json, reply = std::move(reply), done = std::move(done)](std::uint64_t bytes) mutable {
         reply.output += sizeLine(services_.library->store().entries().size(), bytes, json);
@@ -188,23 +210,30 @@ void LibraryVerify::dropSettled(LibraryFindings& findings) const {
     return settledEntries(services_.library->store(), {file.entry}).empty();
   });
   findings.withoutOriginal = settledEntries(services_.library->store(), findings.withoutOriginal);
-  std::set<Path> found;
+  std::unordered_map<std::string_view, bool> isNamed;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt, &findings.stagedCaptures};
-  for (const auto* const list : lists) found.insert(list->begin(), list->end());
-  if (found.empty()) return;
-  std::set<Path> named;
+  for (const auto* const list : lists) {
+    for (const Path& path : *list) isNamed.emplace(path.native(), false);
+  }
+  if (isNamed.empty()) return;
   const auto note = [&](const ScreenshotEntry& entry) {
     forEachPath(entry, [&](const std::string& path) {
-      if (found.contains(path)) named.insert(path);
+      if (const auto found = isNamed.find(path); found != isNamed.end()) found->second = true;
     });
   };
   for (const EntryPointer& entry : services_.library->store().entries()) note(*entry);
   if (const auto& pending = services_.library->deletion().pendingUndo()) {
     for (const RemovedEntry& removed : pending->items) note(*removed.entry);
   }
+  // The keys lie in the lists.
+  std::unordered_set<std::string> named;
+  for (const auto& [path, isOne] : isNamed) {
+    if (isOne) named.emplace(path);
+  }
+  if (named.empty()) return;
   for (auto* const list : lists) {
-    std::erase_if(*list, [&](const Path& path) { return named.contains(path); });
+    std::erase_if(*list, [&](const Path& path) { return named.contains(path.native()); });
   }
 }
 
@@ -224,65 +253,74 @@ std::vector<EntryClaim> LibraryVerify::claimOriginals(LibraryFindings& findings)
 }
 
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
-void LibraryVerify::mend(const LibraryFindings& findings, std::vector<EntryClaim> claimed,
-                         bool json, CommandDone done) {
-  const AdoptedLook adopted = adoptNames(services_.library->store(), findings.look);
-  services_.work->post(
-      [files = services_.files, codec = services_.codec, trash = services_.trash,
-       main = services_.main, findings, gone = adopted.gone,
-       learn = alive_.guard([this](const std::vector<SeenFile>& files) {
-         remember(services_.library->store(), files);
-       }),
-       reply = alive_.guard([this, json, findings, claimed = std::move(claimed),
-                             done = std::move(done)](Mended& mended) mutable {
-         HistoryStore& store = services_.library->store();
-         claimed.clear();
-         for (ScreenshotEntry& entry : mended.entries) {
-           const std::string path = entry.path;
-           if (store.findByPath(path) || store.add(std::move(entry))) mended.paths.insert(path);
-         }
-         for (const EntryPointer& entry : settledEntries(store, findings.withoutOriginal)) {
-           const auto cleared = store.update(
-               entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
-           if (cleared) mended.paths.insert(*entry->originalPath);
-         }
-         std::vector<std::string> going;
-         for (const EntryPointer& entry : settledEntries(store, mended.goneStill)) {
-           going.push_back(entry->id);
-           const auto named =
-               std::ranges::find(findings.look.gone, entry->id, &ScreenshotEntry::id);
-           mended.paths.insert((*named)->path);
-         }
-         for (const SeenFile& file : findings.look.renamed) {
-           if (store.findByPath(file.path.string())) mended.paths.insert(file.path.string());
-         }
-         // Writes the new entries as well.
-         services_.library->deletion().forget(
-             going, [this, mended, json, findings,
-                     done = std::move(done)](const Result<std::size_t>& saved) mutable {
-               if (!saved) {
-                 return done(failedReply("The library's index could not be saved: " +
-                                         saved.error().reason));
-               }
-               finish(report(findings, mended, json), json, std::move(done));
-             });
-       })]() mutable {
-        Mended mended;
-        for (const Path& path : findings.temporaries) {
-          if (files->remove(path)) mended.paths.insert(path.string());
-        }
-        for (const Path& path : findings.originalsWithoutEntry) {
-          if (trash->moveToTrash(path)) mended.paths.insert(path.string());
-        }
-        for (const Path& path : findings.filesWithoutEntry) {
-          auto entry = entryForFile(*files, *codec, path);
-          if (entry) mended.entries.push_back(*std::move(entry));
-        }
-        mended.goneStill = goneOf(*files, gone);
-        postInSlices(*main, findings.look.learned, learn);
-        main->post(
-            [mended = std::move(mended), reply = std::move(reply)]() mutable { reply(mended); });
-      });
+void LibraryVerify::mend(const std::shared_ptr<Mending>& mending) {
+  const AdoptedLook adopted = adoptNames(services_.library->store(), mending->findings.look);
+  services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
+                        main = services_.main, mending, gone = adopted.gone,
+                        learn = alive_.guard([this](const std::vector<SeenFile>& files) {
+                          remember(services_.library->store(), files);
+                        }),
+                        reply = alive_.guard([this, mending] { adopt(mending); })]() mutable {
+    Mended& mended = mending->mended;
+    const LibraryFindings& findings = mending->findings;
+    for (const Path& path : findings.temporaries) {
+      if (files->remove(path)) mended.paths.insert(path.string());
+    }
+    for (const Path& path : findings.originalsWithoutEntry) {
+      if (trash->moveToTrash(path)) mended.paths.insert(path.string());
+    }
+    for (const Path& path : findings.filesWithoutEntry) {
+      auto entry = entryForFile(*files, *codec, path);
+      if (!entry) continue;
+      mended.entries.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
+    }
+    mended.goneStill = goneOf(*files, gone);
+    postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));
+  });
+}
+
+/// Gives the files that have none their entries.
+void LibraryVerify::adopt(const std::shared_ptr<Mending>& mending) {
+  mending->claimed.clear();
+  const EntryList& found = mending->mended.entries;
+  const auto add = [this, mending, &found](std::size_t begin, std::size_t end) {
+    HistoryStore& store = services_.library->store();
+    std::vector<PlacedEntry> added;
+    for (std::size_t i = begin; i < end; ++i) {
+      mending->mended.paths.insert(found[i]->path);
+      if (!store.findByPath(found[i]->path)) added.push_back({store.entries().size(), found[i]});
+    }
+    store.insertEntries(std::move(added));
+  };
+  inSlices(services_.main, found.size(), alive_.guard(add),
+           alive_.guard([this, mending] { clearUp(mending); }));
+}
+
+/// Takes away what names nothing.
+void LibraryVerify::clearUp(const std::shared_ptr<Mending>& mending) {
+  HistoryStore& store = services_.library->store();
+  Mended& mended = mending->mended;
+  for (const EntryPointer& entry : settledEntries(store, mending->findings.withoutOriginal)) {
+    const auto cleared = store.update(
+        entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
+    if (cleared) mended.paths.insert(*entry->originalPath);
+  }
+  std::vector<std::string> going;
+  for (const EntryPointer& entry : settledEntries(store, mended.goneStill)) {
+    going.push_back(entry->id);
+    // As it was told: an entry whose name another one's file has got another name.
+    const auto named =
+        std::ranges::find(mending->findings.look.gone, entry->id, &ScreenshotEntry::id);
+    mended.paths.insert((*named)->path);
+  }
+  for (const SeenFile& file : mending->findings.look.renamed) {
+    if (store.findByPath(file.path.string())) mended.paths.insert(file.path.string());
+  }
+  // Writes the new entries as well.
+  services_.library->deletion().forget(going, [this, mending](const Result<std::size_t>& saved) {
+    if (saved) return finish(mending);
+    mending->done(failedReply("The library's index could not be saved: " + saved.error().reason));
+  });
 }
 
 }  // namespace vantorel

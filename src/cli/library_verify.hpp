@@ -48,9 +48,12 @@ class LibraryVerify {
 
  private:
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
-  void finish(CommandReply reply, bool json, CommandDone done);
-  void mend(const LibraryFindings& findings, std::vector<EntryClaim> claimed, bool json,
-            CommandDone done);
+  struct Mending;
+  void mend(const std::shared_ptr<Mending>& mending);
+  void adopt(const std::shared_ptr<Mending>& mending);
+  void clearUp(const std::shared_ptr<Mending>& mending);
+  void finish(const std::shared_ptr<Mending>& mending);
+  void measure(CommandReply reply, bool json, CommandDone done);
   void dropSettled(LibraryFindings& findings) const;
   [[nodiscard]] std::vector<EntryClaim> claimOriginals(LibraryFindings& findings) const;
 

@@ -10,6 +10,7 @@
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/look_adoption.hpp"
+#include "library/sliced_work.hpp"
 
 namespace vantorel {
 namespace {
@@ -18,8 +19,6 @@ constexpr std::string_view category = "History";
 constexpr std::string_view notMoved = "move to Trash failed: ";
 constexpr double undoSeconds = std::chrono::duration<double>(HistoryDeletion::undoWindow).count();
 
-/// So many entries take the main runner some milliseconds.
-constexpr std::size_t sliceLength = 250;
 constexpr std::string_view notRestored = "restore from Trash failed: ";
 
 bool isInside(const Path& path, const Path& folder) {
@@ -155,14 +154,9 @@ void HistoryDeletion::onWork(std::move_only_function<Value()> job,
 
 void HistoryDeletion::inSlices(std::size_t count,
                                std::move_only_function<void(std::size_t, std::size_t)> slice,
-                               Operation then, std::size_t begin) {
-  const std::size_t end = std::min(count, begin + sliceLength);
-  slice(begin, end);
-  if (end == count) return then();
-  services_.main->post(
-      alive_.guard([this, count, end, slice = std::move(slice), then = std::move(then)]() mutable {
-        inSlices(count, std::move(slice), std::move(then), end);
-      }));
+                               Operation then) {
+  vantorel::inSlices(services_.main, count, alive_.guard(std::move(slice)),
+                     alive_.guard(std::move(then)));
 }
 
 // An index that was not saved still has entries whose files went: the journal goes on naming them.
@@ -405,8 +399,8 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
         trash->flush();
         place(moved.removed, entries);
         if (!isOffered || moved.removed.empty()) return moved;
-        const auto kept =
-            writePendingUndo(files, paths, {{moved.removed}, clock.now() + undoSeconds});
+        moved.batch.items = moved.removed;
+        const auto kept = writePendingUndo(files, paths, {moved.batch, clock.now() + undoSeconds});
         if (kept) return moved;
         // What could not be undone is not done.
         std::vector<RemovedEntry> stuck;
@@ -418,11 +412,13 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
           }
         }
         moved.removed = std::move(stuck);
+        moved.batch.items = moved.removed;
         return moved;
       },
       [this, state](Moved moved) {
         std::ranges::move(moved.failures, std::back_inserter(state->sweep.failures));
         state->sweep.removed = std::move(moved.removed);
+        state->batch = std::move(moved.batch);
         state->journal = std::move(moved.journal);
         inSlices(
             state->sweep.removed.size(),
@@ -433,17 +429,18 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
 
 void HistoryDeletion::removeSome(Sweeping& state, std::size_t begin, std::size_t end) {
   std::vector<std::string> ids;
-  std::unordered_map<std::string, RemovedEntry*> byID;
+  std::unordered_map<std::string, std::size_t> places;
   for (std::size_t i = begin; i < end; ++i) {
-    RemovedEntry& removed = state.sweep.removed[i];
-    ids.push_back(removed.entry->id);
-    byID.emplace(removed.entry->id, &removed);
+    ids.push_back(state.sweep.removed[i].entry->id);
+    places.emplace(ids.back(), i);
   }
   for (PlacedEntry& placed : services_.store.removeEntries(ids)) {
-    RemovedEntry& removed = *byID.at(placed.entry->id);
+    const std::size_t i = places.at(placed.entry->id);
+    RemovedEntry& removed = state.sweep.removed[i];
     // It may have been edited while its file moved.
     state.wasEdited |= placed.entry != removed.entry;
     removed.entry = std::move(placed.entry);
+    if (i < state.batch.items.size()) state.batch.items[i].entry = removed.entry;
   }
 }
 
@@ -454,7 +451,7 @@ void HistoryDeletion::keepUndo(const std::shared_ptr<Sweeping>& state) {
         alive_.guard([this, state](const Result<void>& saved) { finishTrash(state, saved); }));
   };
   if (state->undo == Undo::none || state->sweep.removed.empty()) return goOn({});
-  offerUndoFor(undoWindow, {state->sweep.removed});
+  offerUndoFor(undoWindow, std::move(state->batch));
   if (!state->wasEdited) return goOn({});
   onWork<Result<void>>(
       [&files = services_.files, paths = services_.store.paths(),
@@ -549,18 +546,17 @@ void HistoryDeletion::undoNow(bool wasBegun, std::move_only_function<void(UndoOu
 }
 
 void HistoryDeletion::beginUndo(const std::shared_ptr<Undoing>& state) {
-  using Begun = std::pair<Result<void>, std::vector<RemovedEntry>>;
-  onWork<Begun>(
-      [&files = services_.files, paths = services_.store.paths(), items = state->items,
-       entries = services_.store.entries(),
-       until = services_.clock.now() + undoSeconds]() mutable -> Begun {
-        auto noted = writePendingUndo(files, paths, {{items}, until, true});
-        if (noted) choosePaths(files, entries, items);
-        return {std::move(noted), std::move(items)};
+  onWork<Result<void>>(
+      [&files = services_.files, paths = services_.store.paths(), state,
+       entries = services_.store.entries(), until = services_.clock.now() + undoSeconds] {
+        auto noted = writePendingUndo(files, paths, {{state->items}, until, true});
+        if (!noted) return noted;
+        state->tried = state->items;
+        choosePaths(files, entries, state->tried);
+        return noted;
       },
-      [this, state](Begun begun) {
-        if (!begun.first) return giveUpUndo(state, begun.first.error().reason);
-        state->tried = std::move(begun.second);
+      [this, state](Result<void> begun) {
+        if (!begun) return giveUpUndo(state, begun.error().reason);
         inSlices(
             state->tried.size(),
             [this, state](std::size_t begin, std::size_t end) { insertSome(*state, begin, end); },
@@ -606,30 +602,43 @@ void HistoryDeletion::giveUpUndo(const std::shared_ptr<Undoing>& state, const st
 void HistoryDeletion::restoreFiles(const std::shared_ptr<Undoing>& state) {
   using All = std::vector<HistoryTrash::Restored>;
   onWork<All>(
-      [trash = trash_, items = state->tried, wasBegun = state->wasBegun] {
+      [trash = trash_, state] {
         All all;
-        all.reserve(items.size());
-        for (const RemovedEntry& removed : items) all.push_back(trash->restore(removed, wasBegun));
+        all.reserve(state->tried.size());
+        for (const RemovedEntry& removed : state->tried) {
+          all.push_back(trash->restore(removed, state->wasBegun));
+        }
         trash->flush();
+        state->tried = {};
         return all;
       },
       [this, state](All all) {
-        std::vector<std::string> withoutFile;
-        for (HistoryTrash::Restored& restored : all) {
-          const std::string& id = restored.entry->id;
-          if (restored.failure) state->outcome.failures.push_back({id, *restored.failure});
-          if (!restored.failure || restored.hasBackingImage) {
-            state->outcome.restored.push_back(id);
-            continue;
-          }
-          withoutFile.push_back(id);
-          // What is still in the Trash, for the user to make room for.
-          if (restored.isInTrash) state->again.items.push_back(std::move(restored.again));
-        }
-        services_.store.removeEntries(withoutFile);
-        services_.store.flush(
-            alive_.guard([this, state](const Result<void>& saved) { finishUndo(state, saved); }));
+        state->restored = std::move(all);
+        inSlices(
+            state->restored.size(),
+            [this, state](std::size_t begin, std::size_t end) { adoptSome(*state, begin, end); },
+            [this, state] {
+              services_.store.flush(alive_.guard(
+                  [this, state](const Result<void>& saved) { finishUndo(state, saved); }));
+            });
       });
+}
+
+void HistoryDeletion::adoptSome(Undoing& state, std::size_t begin, std::size_t end) {
+  std::vector<std::string> withoutFile;
+  for (std::size_t i = begin; i < end; ++i) {
+    HistoryTrash::Restored restored = std::move(state.restored[i]);
+    const std::string& id = restored.entry->id;
+    if (restored.failure) state.outcome.failures.push_back({id, *restored.failure});
+    if (!restored.failure || restored.hasBackingImage) {
+      state.outcome.restored.push_back(id);
+      continue;
+    }
+    withoutFile.push_back(id);
+    // What is still in the Trash, for the user to make room for.
+    if (restored.isInTrash) state.again.items.push_back(std::move(restored.again));
+  }
+  services_.store.removeEntries(withoutFile);
 }
 
 void HistoryDeletion::finishUndo(const std::shared_ptr<Undoing>& state, const Result<void>& saved) {
@@ -639,6 +648,8 @@ void HistoryDeletion::finishUndo(const std::shared_ptr<Undoing>& state, const Re
   } else if (saved) {
     forgetPendingUndo();
   }
+  // So many paths take a while to be given back.
+  services_.work->post([items = std::move(state->items)] {});
   end([state] { state->done(std::move(state->outcome)); });
 }
 

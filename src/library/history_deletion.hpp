@@ -113,6 +113,7 @@ class HistoryDeletion {
   /// What came of moving the files of a deletion.
   struct Moved {
     std::vector<RemovedEntry> removed{};
+    RemovedBatch batch{};  // the same, to be undone
     std::vector<TrashSweep::Failure> failures{};
     DeletionJournal journal{};
   };
@@ -121,6 +122,7 @@ class HistoryDeletion {
     Undo undo;
     std::set<std::string> unsettled{};
     TrashSweep sweep{};
+    RemovedBatch batch{};
     EntryList going{};
     DeletionJournal journal{};
     std::move_only_function<void(TrashSweep)> done;
@@ -130,7 +132,8 @@ class HistoryDeletion {
     std::vector<RemovedEntry> items;    // as they were removed
     std::vector<RemovedEntry> tried;    // with the paths they are to have
     std::vector<std::string> inserted;  // ids
-    bool wasBegun = false;              // by an earlier run
+    std::vector<HistoryTrash::Restored> restored;
+    bool wasBegun = false;  // by an earlier run
     RemovedBatch again;
     UndoOutcome outcome;
     std::move_only_function<void(UndoOutcome)> done;
@@ -154,7 +157,7 @@ class HistoryDeletion {
   /// Calls `slice` with one run of [0, count) after the other, and lets the main runner do other
   /// things in between.
   void inSlices(std::size_t count, std::move_only_function<void(std::size_t, std::size_t)> slice,
-                Operation then, std::size_t begin = 0);
+                Operation then);
 
   [[nodiscard]] static Found lookForUnfinished(const Files& files, const LibraryPaths& paths,
                                                HistoryTrash& trash, const EntryList& entries);
@@ -180,6 +183,7 @@ class HistoryDeletion {
   void insertSome(Undoing& state, std::size_t begin, std::size_t end);
   void giveUpUndo(const std::shared_ptr<Undoing>& state, const std::string& reason);
   void restoreFiles(const std::shared_ptr<Undoing>& state);
+  void adoptSome(Undoing& state, std::size_t begin, std::size_t end);
   void finishUndo(const std::shared_ptr<Undoing>& state, const Result<void>& saved);
 
   void noteSurplus(const std::shared_ptr<Forgetting>& state);

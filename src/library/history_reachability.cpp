@@ -35,10 +35,11 @@ void HistoryReachability::look(const std::set<std::string>& folders,
     for (auto& [name, look] : looks) {
       if (look.identity != identityOf(files, name)) look.identity.reset();
     }
-    postInSlices(*main, std::exchange(found.learned, {}), learn);
-    main->post([reply, looks = std::move(looks), found = std::move(found)]() mutable {
-      reply(looks, found);
-    });
+    auto learned = std::exchange(found.learned, {});
+    postInSlices(main, std::move(learned), learn,
+                 [reply, looks = std::move(looks), found = std::move(found)]() mutable {
+                   reply(looks, found);
+                 });
   });
 }
 

@@ -32,9 +32,9 @@ struct RetentionConfirmation {
 /// the choice changes, and once an hour. Lives on the main runner; keeps the answers on `work`.
 ///
 /// No age moves anything before the user has agreed to it. What was agreed is kept with the library
-/// and holds for this age and this library alone, until a longer one or none is chosen. Asked is when something would go for the first
-/// time, and again when the clock has gone on by more than a week since the last look: it may be
-/// wrong, and everything would go at once.
+/// and holds for this age and this library alone, until a longer one or none is chosen. Asked is
+/// when something would go for the first time, and again when the clock has gone on by more than a
+/// week since the last look: it may be wrong, and everything would go at once.
 class HistoryRetention {
  public:
   struct Services {

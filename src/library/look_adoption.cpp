@@ -7,11 +7,10 @@
 #include <utility>
 
 #include "library/gone_entries.hpp"
+#include "library/sliced_work.hpp"
 
 namespace vantorel {
 namespace {
-
-constexpr std::size_t sliceSize = 500;
 
 /// Takes out of `moves` what would get the path of an entry that keeps it, until nothing does.
 void dropConflicts(const HistoryStore& store, std::vector<const SeenFile*>& moves) {
@@ -77,14 +76,21 @@ void remember(HistoryStore& store, const std::vector<SeenFile>& files) {
   store.revise(std::move(revisions));
 }
 
-void postInSlices(TaskRunner& main, std::vector<SeenFile> files,
-                  const std::function<void(const std::vector<SeenFile>&)>& learn) {
-  for (std::size_t at = 0; at < files.size(); at += sliceSize) {
-    const auto first = files.begin() + static_cast<std::ptrdiff_t>(at);
-    const auto count = static_cast<std::ptrdiff_t>(std::min(sliceSize, files.size() - at));
-    main.post([learn, slice = std::vector(std::move_iterator(first),
-                                          std::move_iterator(first + count))] { learn(slice); });
-  }
+void postInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile> files,
+                  std::function<void(const std::vector<SeenFile>&)> learn,
+                  std::move_only_function<void()> then) {
+  main->post(
+      [main, files = std::move(files), learn = std::move(learn), then = std::move(then)]() mutable {
+        const std::size_t count = files.size();
+        inSlices(
+            main, count,
+            [files = std::move(files), learn = std::move(learn)](std::size_t begin,
+                                                                 std::size_t end) mutable {
+              learn({std::make_move_iterator(files.begin() + static_cast<std::ptrdiff_t>(begin)),
+                     std::make_move_iterator(files.begin() + static_cast<std::ptrdiff_t>(end))});
+            },
+            std::move(then));
+      });
 }
 
 LookBeforeUse::LookBeforeUse(const HistoryStore& store, const std::vector<std::string>& ids)

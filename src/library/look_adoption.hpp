@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -41,9 +42,10 @@ inline constexpr const char* unsettledSentence =
 void remember(HistoryStore& store, const std::vector<SeenFile>& files);
 
 /// Has `learn` called on `main` with a slice of `files` at a time, so that a large library does not
-/// hold the runner. What is posted after it comes after the last slice. Any thread.
-void postInSlices(TaskRunner& main, std::vector<SeenFile> files,
-                  const std::function<void(const std::vector<SeenFile>&)>& learn);
+/// hold the runner, and then `then`. Any thread.
+void postInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile> files,
+                  std::function<void(const std::vector<SeenFile>&)> learn,
+                  std::move_only_function<void()> then);
 
 /// A look for the files of these entries, to be had before anything is done with the files: names
 /// may have been swapped while nobody watched. Call `look` where it may block.
