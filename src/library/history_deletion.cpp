@@ -128,10 +128,17 @@ void HistoryDeletion::startNext() {
 }
 
 void HistoryDeletion::end(Operation answer) {
-  claims_.clear();
-  isBusy_ = false;
-  answer();
-  startNext();
+  inSlices(
+      claims_.size(),
+      [this](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) claims_[i].end();
+      },
+      [this, answer = std::move(answer)]() mutable {
+        claims_.clear();
+        isBusy_ = false;
+        answer();
+        startNext();
+      });
 }
 
 void HistoryDeletion::settle(std::move_only_function<void()> done) {
@@ -321,7 +328,7 @@ void HistoryDeletion::discard(Trash& trash, const std::vector<std::string>& surp
 // next one knows of each file where it is.
 
 void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
-                            std::move_only_function<void(TrashSweep)> done) {
+                            std::move_only_function<void(const TrashSweep&)> done) {
   enqueue([this, ids, undo, done = std::move(done)]() mutable {
     auto state =
         std::make_shared<Sweeping>(Sweeping{.ids = ids, .undo = undo, .done = std::move(done)});
@@ -465,7 +472,11 @@ void HistoryDeletion::finishTrash(const std::shared_ptr<Sweeping>& state,
                                   const Result<void>& saved) {
   if (!state->journal.isEmpty()) clearJournal(saved.has_value(), state->journal);
   if (!saved && !state->sweep.removed.empty()) state->sweep.indexNotSaved = saved.error().reason;
-  end([state] { state->done(std::move(state->sweep)); });
+  end([this, state] {
+    state->done(state->sweep);
+    // So many entries take a while to be given back.
+    services_.work->post([removed = std::move(state->sweep.removed)] {});
+  });
 }
 
 // The pending undo.
@@ -523,8 +534,9 @@ void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
 
 void HistoryDeletion::undoNow(bool wasBegun, std::move_only_function<void(UndoOutcome)> done) {
   if (!pendingUndo_) {
-    services_.main->post(
-        alive_.guard([this, done = std::move(done)]() mutable { end([&] { done({}); }); }));
+    services_.main->post(alive_.guard([this, done = std::move(done)]() mutable {
+      end([done = std::move(done)]() mutable { done({}); });
+    }));
     return;
   }
   auto state = std::make_shared<Undoing>();
@@ -660,7 +672,7 @@ void HistoryDeletion::forget(const std::vector<std::string>& ids,
     auto state = std::make_shared<Forgetting>(Forgetting{ids, {}, {}, std::move(done), originals});
     if (const auto refusal = services_.store.indexRefusal()) {
       services_.main->post(alive_.guard([this, state, reason = *refusal] {
-        end([&] { state->done(failed(FailureKind::denied, reason)); });
+        end([state, reason] { state->done(failed(FailureKind::denied, reason)); });
       }));
       return;
     }
@@ -698,7 +710,7 @@ void HistoryDeletion::noteSurplus(const std::shared_ptr<Forgetting>& state) {
         return writeDeletionJournal(files, paths, whole);
       },
       [this, state](Result<void> noted) {
-        if (!noted) return end([&] { state->done(std::unexpected(noted.error())); });
+        if (!noted) return end([state, noted] { state->done(std::unexpected(noted.error())); });
         const auto remove = [this, state](std::size_t begin, std::size_t end) {
           std::vector<std::string> ids;
           for (std::size_t i = begin; i < end; ++i) ids.push_back(state->going[i]->id);
@@ -715,7 +727,7 @@ void HistoryDeletion::finishForget(const std::shared_ptr<Forgetting>& state,
                                    const Result<void>& saved) {
   if (!saved) {
     unsaved_.append(state->journal);
-    return end([&] { state->done(std::unexpected(saved.error())); });
+    return end([state, saved] { state->done(std::unexpected(saved.error())); });
   }
   if (!state->journal.isEmpty()) {
     services_.work->post(
@@ -723,7 +735,7 @@ void HistoryDeletion::finishForget(const std::shared_ptr<Forgetting>& state,
          entries = services_.store.entries()] { discard(trash, surplus, entries); });
     clearJournal(true, state->journal);
   }
-  end([&] { state->done(state->going.size()); });
+  end([state] { state->done(state->going.size()); });
 }
 
 }  // namespace vantorel

@@ -73,7 +73,7 @@ class HistoryDeletion {
   /// writes the index. Entries whose files cannot be moved stay. With `offered` the batch can be
   /// undone for eight seconds; a newer one replaces it.
   void trash(const std::vector<std::string>& ids, Undo undo,
-             std::move_only_function<void(TrashSweep)> done);
+             std::move_only_function<void(const TrashSweep&)> done);
 
   /// The batch that can be undone now.
   [[nodiscard]] const std::optional<RemovedBatch>& pendingUndo() const { return pendingUndo_; }
@@ -125,7 +125,7 @@ class HistoryDeletion {
     RemovedBatch batch{};
     EntryList going{};
     DeletionJournal journal{};
-    std::move_only_function<void(TrashSweep)> done;
+    std::move_only_function<void(const TrashSweep&)> done;
     bool wasEdited = false;
   };
   struct Undoing {
