@@ -8,6 +8,7 @@
 #include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
 #include "editor/entry_document.hpp"
+#include "editor/shape_layers.hpp"
 #include "library/file_reach.hpp"
 #include "library/look_adoption.hpp"
 
@@ -37,7 +38,12 @@ std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEn
       fmt::format("{} became {}{}.", sizeText(result.bytesBefore), sizeText(result.bytesAfter),
                   result.downscaled ? ", scaled down to 1x" : "");
   for (const CaptureNote& note : result.notes) text += " " + sentence(note);
-  if (!entry.shapes.empty()) {
+  if (result.isBlanked) {
+    text +=
+        " What the redactions cover is gone from the new file; the picture as it was is kept as "
+        "the "
+        "original. The file doesn't hold the annotations: use render.";
+  } else if (!entry.shapes.empty()) {
     text += " The file doesn't hold the annotations, so nothing is covered in it: use render.";
   }
   return text;
@@ -106,7 +112,11 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
   const ScreenshotEntry& before = *entry;
   CaptureTranscoder::Source source{.path = before.path,
                                    .scale = before.captureScale.value_or(1),
-                                   .createdAt = before.capturedAt};
+                                   .createdAt = before.capturedAt,
+                                   .redacted = [entry = *entry](PixelSize size) {
+                                     const EditorDocument document = documentOf(*entry, size);
+                                     return redactedPixels(document.shapes, document.layers, size);
+                                   }};
   if (!before.originalPath && !change.format) {
     source.keepOriginalAs = services_.library->paths().originals() /
                             (before.id + Path(before.path).extension().string());

@@ -8,6 +8,7 @@
 #include "base/log.hpp"
 #include "base/size_text.hpp"
 #include "capture/area_downscale.hpp"
+#include "capture/blanked_picture.hpp"
 #include "capture/indexed_png_encoder.hpp"
 #include "library/rewrite_journal.hpp"
 
@@ -62,6 +63,7 @@ struct CaptureTranscoder::Opened {
   PictureHeader header;
   Image image;
   std::uint64_t bytes = 0;
+  bool isBlanked = false;
 };
 
 CaptureTranscoder::CaptureTranscoder(std::shared_ptr<Files> files,
@@ -80,6 +82,17 @@ CaptureTranscoder::Answer<CaptureTranscoder::Opened> CaptureTranscoder::open(
   return Opened{.header = *header, .image = std::move(*image), .bytes = bytes->size()};
 }
 
+CaptureTranscoder::Answer<CaptureTranscoder::Opened> CaptureTranscoder::openBlanked(
+    const Source& source) const {
+  Opened opened = VT_TRY(open(source));
+  if (!source.redacted) return opened;
+  const std::vector<PixelRect> areas = source.redacted(opened.image.size());
+  if (areas.empty()) return opened;
+  opened.image = blanked(opened.image, areas);
+  opened.isBlanked = true;
+  return opened;
+}
+
 CaptureTranscoder::Answer<std::string> CaptureTranscoder::encode(
     const Image& image, const ImageEncoding& encoding) const {
   if (!codec_->canHold(encoding.format, image.size())) {
@@ -90,6 +103,15 @@ CaptureTranscoder::Answer<std::string> CaptureTranscoder::encode(
   logWarning("Transcoding", "{} was refused: {}", displayName(encoding.format),
              bytes.error().reason);
   return failure(Case::encodeRefused, bytes.error().reason, encoding.format);
+}
+
+/// What a new file in `encoding` has to be smaller than: the present one, or what that would take
+/// with its redacted parts blanked.
+CaptureTranscoder::Answer<std::uint64_t> CaptureTranscoder::bytesToBeat(
+    const Opened& opened, ImageEncoding encoding) const {
+  if (!opened.isBlanked) return opened.bytes;
+  encoding.format = opened.header.format;
+  return VT_TRY(encode(opened.image, encoding)).size();
 }
 
 CaptureTranscoder::Answer<std::string> CaptureTranscoder::encodePalette(
@@ -173,6 +195,7 @@ CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::write(
                 .bytesBefore = opened.bytes,
                 .bytesAfter = bytes.size(),
                 .downscaled = image.size() != opened.image.size(),
+                .isBlanked = opened.isBlanked,
                 .notes = {}};
   if (source.keepOriginalAs) {
     const auto kept = keepOriginal(source.path, *source.keepOriginalAs);
@@ -194,7 +217,8 @@ CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::write(
 
 std::expected<CaptureTranscoder::Result, TranscodeFailure> CaptureTranscoder::convert(
     const Source& source, ExportFormat format, double quality) {
-  const Opened opened = VT_TRY(open(source));
+  // PNG files hold the picture as it was.
+  const Opened opened = VT_TRY(format == ExportFormat::png ? open(source) : openBlanked(source));
   if (opened.header.format == format) {
     return Result{.path = source.path,
                   .oldPath = std::nullopt,
@@ -215,18 +239,20 @@ std::expected<CaptureTranscoder::Result, TranscodeFailure> CaptureTranscoder::co
                                .createdAt = source.createdAt};
   const std::string bytes = VT_TRY(encode(opened.image, encoding));
   // HEIC is asked for to save room; of flat pictures PNG files are smaller, and exact.
-  if (format == ExportFormat::heic && opened.header.format == ExportFormat::png &&
-      bytes.size() > opened.bytes) {
-    return failure(Case::larger,
-                   fmt::format("{} instead of {}", sizeText(bytes.size()), sizeText(opened.bytes)),
-                   format);
+  if (format == ExportFormat::heic && opened.header.format == ExportFormat::png) {
+    const std::uint64_t most = VT_TRY(bytesToBeat(opened, encoding));
+    if (bytes.size() > most) {
+      return failure(Case::larger,
+                     fmt::format("{} instead of {}", sizeText(bytes.size()), sizeText(most)),
+                     format);
+    }
   }
   return write(source, opened, opened.image, encoding, bytes);
 }
 
 CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTranscoder::compacted(
     const Source& source, bool downscaleTo1x) {
-  const Opened opened = VT_TRY(open(source));
+  const Opened opened = VT_TRY(openBlanked(source));
   const bool mayTakePalette =
       opened.header.format == ExportFormat::png && !opened.header.hasPalette;
   std::optional<IndexedPNGEncoder> palette;
@@ -257,7 +283,8 @@ CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTrans
   const bool takesPalette = palette && palette->decibels() >= goodPaletteDecibels;
   const std::string bytes =
       takesPalette ? VT_TRY(encodePalette(*palette, encoding)) : VT_TRY(encode(image, encoding));
-  if (static_cast<double>(bytes.size()) > worthwhile * static_cast<double>(opened.bytes)) {
+  const std::uint64_t most = VT_TRY(bytesToBeat(opened, encoding));
+  if (static_cast<double>(bytes.size()) > worthwhile * static_cast<double>(most)) {
     return std::nullopt;
   }
   return VT_TRY(write(source, opened, image, encoding, bytes));

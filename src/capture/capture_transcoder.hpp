@@ -51,6 +51,12 @@ class CaptureTranscoder {
     /// already, from an earlier change, stays. None: it is not kept.
     std::optional<Path> keepOriginalAs = std::nullopt;
 
+    /// What redactions cover of a picture of this size; may be empty. It is blanked in every file
+    /// that does not hold the picture to the last bit: an encoder spreads what it loses beyond the
+    /// redactions. The file's size then decides nothing either, as what is covered has a part in
+    /// it.
+    std::function<std::vector<PixelRect>(PixelSize)> redacted = {};
+
     /// Told before a new file with this inode gets its name; may be empty. A failure ends the work.
     std::function<vantorel::Result<void>(const Path& path, std::uint64_t inode)> willMake = {};
   };
@@ -71,6 +77,7 @@ class CaptureTranscoder {
     std::uint64_t bytesBefore = 0;
     std::uint64_t bytesAfter = 0;
     bool downscaled = false;
+    bool isBlanked = false;  ///< what redactions cover is not in the new file
     std::vector<CaptureNote> notes;
     std::optional<FileIdentity> identity{};  ///< of the file at `path`
   };
@@ -107,7 +114,10 @@ class CaptureTranscoder {
   using Answer = vantorel::Result<Value, TranscodeFailure>;
 
   [[nodiscard]] Answer<Opened> open(const Source& source) const;
+  [[nodiscard]] Answer<Opened> openBlanked(const Source& source) const;
   [[nodiscard]] Answer<std::string> encode(const Image& image, const ImageEncoding& encoding) const;
+  [[nodiscard]] Answer<std::uint64_t> bytesToBeat(const Opened& opened,
+                                                  ImageEncoding encoding) const;
   [[nodiscard]] Answer<std::string> encodePalette(const IndexedPNGEncoder& palette,
                                                   const ImageEncoding& encoding) const;
   [[nodiscard]] Answer<std::optional<Result>> compacted(const Source& source, bool downscaleTo1x);

@@ -90,6 +90,21 @@ bool covers(const Shape& redaction, const std::optional<std::string>& layerID,
   return coversSheet(box, ownerOf(redaction.layerId, sheets), ownerOf(layerID, sheets), sheets);
 }
 
+std::vector<PixelRect> redactedPixels(const std::vector<Shape>& shapes,
+                                      const std::vector<LayerSpec>& layers, PixelSize capture) {
+  std::vector<PixelRect> areas;
+  for (const Shape& shape : shapes) {
+    if (shape.type != ShapeType::redact || !covers(shape, std::nullopt, layers, capture)) continue;
+    const Box box = common(frameOf(shape), {0, 0, double(capture.width), double(capture.height)});
+    if (!hasArea(box)) continue;
+    const int left = static_cast<int>(std::floor(box.x));
+    const int top = static_cast<int>(std::floor(box.y));
+    areas.push_back({left, top, static_cast<int>(std::ceil(box.right())) - left,
+                     static_cast<int>(std::ceil(box.bottom())) - top});
+  }
+  return areas;
+}
+
 std::optional<std::string> layerBelow(const Shape& redaction, const std::vector<LayerSpec>& layers,
                                       PixelSize capture) {
   const std::vector<Sheet> sheets = sheetsOf(layers, capture);

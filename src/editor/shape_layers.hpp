@@ -28,6 +28,12 @@ namespace vantorel {
 [[nodiscard]] bool covers(const Shape& redaction, const std::optional<std::string>& layerID,
                           const std::vector<LayerSpec>& layers, PixelSize capture);
 
+/// The pixels of a capture that redactions among `shapes` touch, however little. What stands there
+/// is to be seen nowhere.
+[[nodiscard]] std::vector<PixelRect> redactedPixels(const std::vector<Shape>& shapes,
+                                                    const std::vector<LayerSpec>& layers,
+                                                    PixelSize capture);
+
 /// The layer that a redaction put where it is belongs to: the topmost visible one below it, if that
 /// is not the capture's and holds all of it.
 [[nodiscard]] std::optional<std::string> layerBelow(const Shape& redaction,
