@@ -43,12 +43,18 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   previous.isEnabled =
       std::holds_alternative<RegionAvailability::Available>(previousArea_.availability().value);
 
-  std::vector<StatusMenuItem> timed;
-  StatusMenuItem last =
-      command("After " + delayLabel(settings.timedCaptureLastDelaySeconds) + " (last used)",
-              ShortcutID::timedCapture);
-  timed.push_back(std::move(last));
-  timed.push_back(separator());
+  std::vector<StatusMenuItem> more;
+  if (previousArea_.displays().size() > 1) {
+    more.push_back(action("Capture All Displays", [this] {
+      captureForUser({.kind = Kind::display, .allDisplays = true});
+    }));
+    more.push_back(separator());
+  }
+  const auto timedLabel = [](CaptureDelay delay) {
+    return "Capture Area after " + delayLabel(delay);
+  };
+  more.push_back(command(timedLabel(settings.timedCaptureLastDelaySeconds) + " (last used)",
+                         ShortcutID::timedCapture));
   std::vector<StatusMenuItem> delays;
   for (const auto& entry : enumNames<CaptureDelay>) {
     const CaptureDelay delay = entry.value;
@@ -58,8 +64,8 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
     choice.isChoice = true;
     choice.isChecked = settings.captureDelaySeconds == delay;
     delays.push_back(std::move(choice));
-    if (delay == CaptureDelay::none) continue;
-    timed.push_back(action("After " + delayLabel(delay), [this, delay] {
+    if (delay == CaptureDelay::none || delay == settings.timedCaptureLastDelaySeconds) continue;
+    more.push_back(action(timedLabel(delay), [this, delay] {
       captureForUser({.kind = Kind::area, .delay = lengthOf(delay), .isTimed = true});
     }));
   }
@@ -87,15 +93,10 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
 
   std::vector<StatusMenuItem> menu;
   menu.push_back(command("Capture Area", ShortcutID::capture));
-  menu.push_back(std::move(previous));
   menu.push_back(command("Capture Window", ShortcutID::window));
   menu.push_back(command("Capture Main Display", ShortcutID::fullscreen));
-  if (previousArea_.displays().size() > 1) {
-    menu.push_back(action("Capture All Displays", [this] {
-      captureForUser({.kind = Kind::display, .allDisplays = true});
-    }));
-  }
-  menu.push_back(submenu("Capture with Self-Timer", std::move(timed)));
+  menu.push_back(std::move(previous));
+  menu.push_back(submenu("More Captures", std::move(more)));
   menu.push_back(submenu("Capture Delay", std::move(delays)));
   menu.push_back(separator());
   if (!services_.library->store().collections().empty()) {

@@ -367,7 +367,7 @@ bool QtSelectionOverlay::Session::handleKey(const QKeyEvent& event) {
       return true;
     }
     case Qt::Key_A:
-      if (control) model_.chooseDisplay();
+      if (control) model_.selectAll();
       return control;
     case Qt::Key_Backspace: model_.eraseDigit(); return true;
     default: break;

@@ -216,6 +216,11 @@ TEST_F(SelectionOverlayTest, AnAreaIsAdjustedBeforeItIsTaken) {
   strike(XK_2);
   strike(XK_0);
   keepPicture("overlay-adjust-typing");
+  client->key(XK_Control_L, true);
+  strike(XK_a);
+  client->key(XK_Control_L, false);
+  keepPicture("overlay-adjust-number");
+  for (const auto digit : {XK_3, XK_2, XK_0}) strike(digit);
   strike(XK_Return);
   strike(XK_Return);
   ASSERT_TRUE(waitFor([&] { return answers == 1; }));

@@ -154,6 +154,11 @@ SelectionBar layOutBar(const SelectionModel& model, double scale, std::optional<
   bar.captureLabel = QRect(capture.left() + measure(10), pad, label, height);
   bar.captureKey = QRect(bar.captureLabel.right() + 1 + measure(8), pad + measure(5), key,
                          height - 2 * measure(5));
+  if (bar.typing) {
+    // Return is the number's then.
+    bar.captureLabel.moveCenter(capture.center());
+    bar.captureKey = {};
+  }
   bar.panel = QRect(0, 0, left, height + 2 * pad);
 
   const PixelRect& display = model.display().area;
@@ -162,7 +167,7 @@ SelectionBar layOutBar(const SelectionModel& model, double scale, std::optional<
               QRect(display.x, display.y, display.width, display.height), measure);
   for (QRect* const rect :
        {&bar.panel, &bar.times, &bar.separator, &bar.captureLabel, &bar.captureKey}) {
-    rect->translate(corner);
+    if (!rect->isEmpty()) rect->translate(corner);
   }
   for (auto& item : bar.items) item.box.translate(corner);
 
@@ -219,9 +224,11 @@ void paintBar(QPainter& painter, const SelectionBar& bar, double scale) {
   painter.setFont(strong(plain));
   painter.drawText(bar.captureLabel, Qt::AlignCenter, captureText());
   painter.setFont(plain);
-  selection_style::paintRounded(painter, bar.captureKey, 4 * scale, QColor(0, 0, 0, 70));
-  painter.setPen(Qt::white);
-  painter.drawText(bar.captureKey, Qt::AlignCenter, captureKeyText());
+  if (!bar.captureKey.isEmpty()) {
+    selection_style::paintRounded(painter, bar.captureKey, 4 * scale, QColor(0, 0, 0, 70));
+    painter.setPen(Qt::white);
+    painter.drawText(bar.captureKey, Qt::AlignCenter, captureKeyText());
+  }
   if (!bar.tip.isEmpty()) {
     selection_style::paintPanel(painter, bar.tip, 4 * scale, scale);
     painter.setPen(selection_style::text);

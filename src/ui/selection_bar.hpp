@@ -20,7 +20,7 @@ struct SelectionBar {
   QRect times;
   QRect separator;
   QRect captureLabel;
-  QRect captureKey;
+  QRect captureKey;  ///< empty: Return does something else now
   struct Item {
     Part part;
     QRect box;

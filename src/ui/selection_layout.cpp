@@ -41,26 +41,42 @@ QRect besideDetail(const SelectionModel& model, const SelectionLayout& layout, Q
   return box();
 }
 
+/// What keys do now, those without which nobody gets on first; the last one stays in any case.
 std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
   std::vector<SelectionHint> hints;
   const auto add = [&](const char* key, const char* effect) {
     hints.push_back({QString::fromUtf8(key), QString::fromUtf8(effect), {}, {}});
   };
-  if (model.adjustment() != nullptr) {
-    add("Tab", "next handle");
+  const auto addSteps = [&] {
     add("Arrow keys", "1 pixel");
-    add("Shift", "10 pixels");
-    add("Ctrl", "50 pixels");
-    if (model.canPickWindows()) add("Space", "choose a window");
+    add("Shift, Ctrl", "10, 50 pixels");
+  };
+  const auto addDisplays = [&] {
+    add("Ctrl+A", "adjust the display");
+    if (model.canChangeDisplay()) add("Ctrl+Tab", "next display");
+  };
+  if (model.sizeEntry()) {
+    const bool isWidth = model.sizeEntry()->field() == SizeEntry::Field::width;
+    add("Return", "set the size");
+    add("Tab", isWidth ? "height" : "next handle");
+    add("Ctrl+A", "select the number");
+    add("Esc", "back");
+    return hints;
+  }
+  if (model.adjustment() != nullptr) {
     add("Return", "capture");
+    add("Tab", "next handle");
+    addSteps();
+    if (model.canPickWindows()) add("Space", "choose a window");
+    add("Ctrl+A", "whole display");
+    if (model.canChangeDisplay()) add("Ctrl+Tab", "next display");
     add("Esc", "back");
     return hints;
   }
   if (model.isDragging() && model.isDrawnByKeys()) {
-    add("Arrow keys", "1 pixel");
-    add("Shift", "10 pixels");
-    add("Ctrl", "50 pixels");
     add("Return", "set the other corner");
+    addSteps();
+    add("Ctrl+A", "adjust the display");
     add("Esc", "back");
     return hints;
   }
@@ -70,25 +86,28 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     add("Shift", "10 pixels");
     add("Ctrl", "adjust before capturing");
   } else if (model.isDrawnByKeys()) {
-    add("Arrow keys", "1 pixel");
-    add("Shift", "10 pixels");
-    add("Ctrl", "50 pixels");
     add("Return", "set a corner");
+    addSteps();
+    addDisplays();
     add("C", "copy the color");
   } else if (model.mode() == CaptureMode::region) {
     add("Drag", "capture an area");
     if (model.canPickWindows()) add("Space", "choose a window");
     add("Return", "whole display");
+    add("Ctrl+A", "adjust it");
     add("Arrow keys", "1 pixel");
     add("C", "copy the color");
+    if (model.canChangeDisplay()) add("Ctrl+Tab", "next display");
   } else if (model.mode() == CaptureMode::window) {
     add("Click", "capture the window");
-    add("Tab", "next window");
     add("Return", "capture");
+    add("Tab", "next window");
     add("Space", "choose an area");
+    addDisplays();
   } else {
     add("Click", "capture the display");
     add("Space", "choose an area");
+    addDisplays();
   }
   add("Esc", "cancel");
   return hints;

@@ -263,7 +263,8 @@ void SelectionModel::moveFocus(int by) {
   display_ = displayAt({area.x + area.width / 2, area.y + area.height / 2});
 }
 
-void SelectionModel::chooseDisplay() {
+void SelectionModel::selectAll() {
+  if (entry_) return entry_->selectAll();
   if (isDragging_ && !isDrawnByKeys_) return;
   adjust(display().area);
 }

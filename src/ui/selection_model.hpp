@@ -49,8 +49,8 @@ class SelectionModel {
   void pressSpace();
   void releaseSpace();
 
-  /// Return: the next step of drawing by keys, and its end; the window that stands out; else the
-  /// display under the pointer. Nothing in the middle of a drag.
+  /// Return: the number being typed counts; the next step of drawing by keys, and its end; the
+  /// window that stands out; else the display under the pointer. Nothing in the middle of a drag.
   std::optional<CaptureTarget> confirm();
 
   /// Escape: one step back; false when there is none left and the selection ends.
@@ -62,8 +62,8 @@ class SelectionModel {
   /// Tab: the next handle or typed number, or the next window, topmost first. `by` is 1 or -1.
   void moveFocus(int by);
 
-  /// The whole display as an area to adjust.
-  void chooseDisplay();
+  /// Ctrl+A: the number being typed, else the whole display as an area to adjust.
+  void selectAll();
   /// The display after this one: its whole area when that is chosen, else the pointer goes there.
   void moveToDisplay(int by);
 
@@ -78,6 +78,7 @@ class SelectionModel {
 
   [[nodiscard]] CaptureMode mode() const { return mode_; }
   [[nodiscard]] bool canPickWindows() const { return !windows_.empty(); }
+  [[nodiscard]] bool canChangeDisplay() const { return displays_.size() > 1; }
   [[nodiscard]] const std::vector<Display>& displays() const { return displays_; }
 
   /// Where the pointer belongs. It differs from where it was last seen after a nudge or when a

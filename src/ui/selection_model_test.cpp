@@ -149,7 +149,7 @@ TEST_F(SelectionModelTest, KeysAloneDrawAnAreaStepByStep) {
   EXPECT_FALSE(model.goBack());
   model.moveToDisplay(1);
   EXPECT_EQ(model.pointer(), QPoint(1400, 400));
-  model.chooseDisplay();
+  model.selectAll();
   EXPECT_EQ(model.chosenArea(), (PixelRect{1000, 100, 800, 600}));
   model.moveToDisplay(1);
   EXPECT_EQ(model.confirm(), region("LEFT", {0, 0, 1000, 800}));
@@ -227,6 +227,9 @@ TEST_F(SelectionModelTest, TabGoesRoundTheHandlesAndSizesCanBeTyped) {
   type("99999");
   model.endSizeEntry();
   EXPECT_EQ(model.chosenArea(), (PixelRect{0, 650, 1000, 48})) << "moved to where it fits";
+  type("12");
+  model.selectAll();
+  EXPECT_EQ(model.chosenArea(), (PixelRect{0, 650, 1000, 48})) << "the number alone";
   type("0");
   model.endSizeEntry();
   type("7");

@@ -20,6 +20,8 @@ class SizeEntry {
   [[nodiscard]] bool isReplacing() const { return isReplacing_; }
 
   void type(char digit);
+  /// The next digit typed replaces all there is.
+  void selectAll() { isReplacing_ = true; }
   void erase();
 
   /// The size with what was typed; nothing when that is no size.
