@@ -77,6 +77,9 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   for (const EntryPointer& entry : findings.look.outOfReach) {
     report.add("entry out of reach", entry->path, false);
   }
+  for (const EntryPointer& entry : findings.damaged) {
+    report.add("damaged picture", entry->path, false);
+  }
   for (const EntryPointer& entry : findings.withoutOriginal) {
     const std::string& original = *entry->originalPath;
     report.add("original gone", original, mended.paths.contains(original));
@@ -157,6 +160,7 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
                      .originals = store.paths().originals(),
                      .filedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
                      .begunBefore = startedAt_};
+  scope.isWholePicture = services_.isWholePicture;
   scope.leftovers = store.leftovers();
   scope.lookedAt = services_.clock->now();
   if (services_.library->deletion().isBusy()) {
@@ -209,6 +213,7 @@ void LibraryVerify::dropSettled(LibraryFindings& findings) const {
   std::erase_if(findings.look.renamed, [this](const SeenFile& file) {
     return settledEntries(services_.library->store(), {file.entry}).empty();
   });
+  findings.damaged = settledEntries(services_.library->store(), findings.damaged);
   findings.withoutOriginal = settledEntries(services_.library->store(), findings.withoutOriginal);
   std::unordered_map<std::string_view, bool> isNamed;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,

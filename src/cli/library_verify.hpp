@@ -31,6 +31,8 @@ class LibraryVerify {
 
     /// Files what is staged; otherwise such a file and its entry-to-be would be mended twice.
     std::function<void(std::function<void()> done)> recoverStaged;
+
+    std::function<bool(const PictureBytes&)> isWholePicture{};  ///< see `LibraryScope`
   };
 
   explicit LibraryVerify(Services services);

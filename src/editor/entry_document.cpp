@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <set>
 
 #include "editor/background_gradient.hpp"
@@ -35,6 +36,57 @@ int nestingOf(json::Cursor value) {
   return nests ? deepest + 1 : 0;
 }
 
+/// Of a repeated key one value would be dropped. False where there is one, with its place.
+bool hasEachKeyOnce(json::Cursor value, json::Problem& problem) {
+  json::Cursor inner;
+  std::size_t index = 0;
+  for (auto items = value.items(); items.next(inner); ++index) {
+    if (!hasEachKeyOnce(inner, problem)) return problem.inItem(index);
+  }
+  std::vector<std::string_view> keys;
+  std::string_view key;
+  for (auto members = value.members(); members.next(key, inner);) {
+    if (!hasEachKeyOnce(inner, problem)) {
+      problem.in(key);
+      return false;
+    }
+    keys.push_back(key);
+  }
+  std::ranges::sort(keys);
+  const auto repeated = std::ranges::adjacent_find(keys);
+  if (repeated == keys.end()) return true;
+  problem.description = "stands there more than once";
+  problem.in(*repeated);
+  return false;
+}
+
+/// Null under a known key is read as if the key were absent, and so is not written again. False
+/// where there is one, with its place.
+bool hasNoLostNull(json::Cursor given, json::Cursor kept, json::Problem& problem) {
+  json::Cursor inner;
+  json::Cursor keptInner;
+  std::size_t index = 0;
+  auto keptItems = kept.items();
+  for (auto items = given.items(); items.next(inner) && keptItems.next(keptInner); ++index) {
+    if (!hasNoLostNull(inner, keptInner, problem)) return problem.inItem(index);
+  }
+  std::map<std::string_view, json::Cursor> keptMembers;
+  std::string_view key;
+  for (auto members = kept.members(); members.next(key, keptInner);) keptMembers[key] = keptInner;
+  for (auto members = given.members(); members.next(key, inner);) {
+    const auto found = keptMembers.find(key);
+    const bool isNull = inner.kind() == json::Kind::null;
+    if (found == keptMembers.end() ? isNull : isNull && found->second.kind() != inner.kind()) {
+      problem.description = "must not be null; leave the key out";
+    } else if (found == keptMembers.end() || hasNoLostNull(inner, found->second, problem)) {
+      continue;
+    }
+    problem.in(key);
+    return false;
+  }
+  return true;
+}
+
 Result<EditorDocument> readStrictly(std::string_view text) {
   const auto json = json::Document::parse(text);
   if (!json) {
@@ -50,7 +102,12 @@ Result<EditorDocument> readStrictly(std::string_view text) {
   }
   EditorDocument document;
   json::Problem problem{.isStrict = true};
-  if (!read(root, document, problem)) {
+  const auto isRead = [&] {
+    if (!hasEachKeyOnce(root, problem) || !read(root, document, problem)) return false;
+    const auto again = json::Document::parse(json::toText(document));
+    return !again || hasNoLostNull(root, again->root(), problem);
+  };
+  if (!isRead()) {
     return failed(FailureKind::malformed,
                   "The document can't be used: " + problem.sentence() + ".");
   }

@@ -49,7 +49,19 @@ TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) 
   EXPECT_EQ(refused(R"("x1":"12")"), "The document can't be used: shapes[0].x1: must be a number.");
   EXPECT_EQ(refused(R"("points":[{"x":1,"y":2},[3,4]])"),
             "The document can't be used: shapes[0].points[1]: must be an object.");
-  EXPECT_EQ(refused(R"("points":null,"fill":null,"later":[])"), "accepted");
+  EXPECT_EQ(refused(R"("points":[],"later":[null])"), "accepted");
+  EXPECT_EQ(refused(R"("points":null)"),
+            "The document can't be used: shapes[0].points: must not be null; leave the key out.");
+  EXPECT_EQ(refused(R"("fill":null)"),
+            "The document can't be used: shapes[0].fill: must not be null; leave the key out.");
+  EXPECT_EQ(answer(R"({"shapes":null})"),
+            "The document can't be used: shapes: must not be null; leave the key out.");
+  EXPECT_EQ(answer(R"({"crop":null})"),
+            "The document can't be used: crop: must not be null; leave the key out.");
+  EXPECT_EQ(refused(R"("points":[{"x":1,"y":2},{"x":1,"y":2,"x":3}])"),
+            "The document can't be used: shapes[0].points[1].x: stands there more than once.");
+  EXPECT_EQ(answer(R"({"crop":{"x":1,"y":1,"w":5,"h":5},"shapes":[],"crop":{}})"),
+            "The document can't be used: crop: stands there more than once.");
   EXPECT_EQ(answer(R"({"background":{"fill":{"solid":{"_0":"blue"}}}})"),
             "The document can't be used: background.fill.solid: must be \"#\" and six hexadecimal "
             "digits.");

@@ -93,6 +93,13 @@ bool isTemporaryCapture(const Path& path) {
          (name.starts_with(".vantorel-") || timeInName(path.stem().string().substr(1)));
 }
 
+bool isDamaged(const Files& files, const LibraryScope& scope, const ScreenshotEntry& entry) {
+  if (entry.medium != CaptureMedium::image) return false;
+  const auto content = files.open(entry.path);
+  const auto status = content ? (*content)->status() : std::unexpected(content.error());
+  return status && !scope.isWholePicture(PictureOnDisk(*content, status->size));
+}
+
 }  // namespace
 
 LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
@@ -107,6 +114,12 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                          return entry->originalPath && *entry->originalPath != entry->path &&
                                 reachOfOriginal(files, *entry) == FileReach::fileGone;
                        });
+  for (std::size_t i = 0; scope.isWholePicture && i < scope.entries.size(); ++i) {
+    if (isDamaged(files, scope, *scope.entries[i])) findings.damaged.push_back(scope.entries[i]);
+    if (progress(i, scope.entries.size())) continue;
+    findings.look.wasStopped = true;
+    return findings;
+  }
   const Checker checker(files, scope, findings.look.renamed);
 
   const std::set<Path> own{scope.paths.data, scope.paths.stagedCaptures(),

@@ -36,12 +36,16 @@ struct LibraryScope {
 
   /// Journals of what was going on then.
   std::set<Path> journalsInUse{};
+
+  /// Whether a picture file is sound as far as a short look tells; empty: nobody looks.
+  std::function<bool(const PictureBytes&)> isWholePicture{};
 };
 
 /// What in a library does not fit together.
 struct LibraryFindings {
   FileLook look;
   std::vector<std::string> silentFolders;   ///< of entries that are out of reach
+  EntryList damaged;                        ///< their picture is not whole
   EntryList withoutOriginal;                ///< the original they name is gone from its folder
   std::vector<Path> filesWithoutEntry;      ///< named as captures are
   std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses

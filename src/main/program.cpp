@@ -11,6 +11,7 @@
 #include "library/history_folder_monitor.hpp"
 #include "library/library.hpp"
 #include "library/parked_index.hpp"
+#include "library/whole_picture.hpp"
 #include "main/detached_clipboard.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
@@ -221,7 +222,8 @@ struct Program::Parts {
         .recoverStaged =
             [this](std::function<void()> done) {
               coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
-            }});
+            },
+        .isWholePicture = isWholePicture});
     libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
         .main = main,
         .work = disks.queue("com.hollen.Vantorel.library"),
