@@ -6,11 +6,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <string>
 
+#include "platform/linux/x11_application_state.hpp"
 #include "platform/linux/x11_composition.hpp"
 #include "platform/linux/x11_redirection.hpp"
 #include "platform/linux/x11_windows.hpp"
@@ -184,15 +183,22 @@ bool cutToShape(X11Session& session, const XTopLevel& window, const PixelRect& c
   return true;
 }
 
-/// Whether the process was halted and so draws nothing, however long one waits.
-bool isStopped(std::int64_t process) {
-  if (process == 0) return false;
-  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-  const std::string text(std::istreambuf_iterator<char>(file), {});
-  // The state follows the name, which may hold anything in its parentheses.
-  const std::size_t name = text.rfind(") ");
-  return name != std::string::npos && name + 2 < text.size() &&
-         (text[name + 2] == 'T' || text[name + 2] == 't');
+/// Why the window's application cannot be expected to have painted what was covered; none when it
+/// can.
+std::optional<Failure> whyUnpainted(X11Session& session, xcb_window_t window) {
+  switch (applicationState(session, window)) {
+    case ApplicationState::works: return std::nullopt;
+    case ApplicationState::stopped:
+      return Failure{
+          FailureKind::unsupported,
+          "the window's application is stopped, and what other windows cover of it can't "
+          "be seen"};
+    case ApplicationState::hangs:
+      return Failure{FailureKind::unsupported,
+                     "the window's application doesn't respond, and what other windows cover of it "
+                     "can't be seen"};
+  }
+  std::unreachable();
 }
 
 Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow,
@@ -238,10 +244,8 @@ Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow
         found->depth, found->visual, buffer, 0, 0);
   } else {
     const XRedirection whole(session, windows, {index});
-    if (whole.isUntouched() && isStopped(processOf(session, id))) {
-      return failed(FailureKind::unsupported,
-                    "the window's application is stopped, and what other windows cover of it can't "
-                    "be seen");
+    if (!whole.isComplete()) {
+      if (auto why = whyUnpainted(session, id)) return std::unexpected(*std::move(why));
     }
     const XServerGrab atOnce(c);
     const auto content = xcb_generate_id(c);

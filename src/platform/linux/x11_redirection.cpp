@@ -132,7 +132,7 @@ void XRedirection::awaitRepainting() {
     const auto end = std::min(last + quiet, start + longest);
     const auto event = session_.nextEvent(end);
     if (!event) {
-      isUntouched_ = !complete && !touched;
+      isComplete_ = complete;
       if (!complete) {
         logInfo("CaptureLatency", "an application did not paint all of its covered window");
       }

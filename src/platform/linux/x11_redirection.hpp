@@ -18,7 +18,7 @@ void subtract(std::vector<PixelRect>& from, const PixelRect& cut);
 /// Where they have not done so all along, the constructor asks the applications to paint what was
 /// covered and waits for that: usually some ten milliseconds, 400 at most. An application that
 /// hangs paints nothing; its covered parts then come out in the window's background, and
-/// `isUntouched` tells.
+/// `isComplete` tells.
 class XRedirection {
  public:
   /// `needed` are indices into `windows`, which holds all top levels, the lowest first.
@@ -28,8 +28,10 @@ class XRedirection {
   XRedirection& operator=(const XRedirection&) = delete;
   ~XRedirection();
 
-  /// Whether parts that were covered were waited for and nothing at all was painted.
-  [[nodiscard]] bool isUntouched() const { return isUntouched_; }
+  /// False when something of what was covered was not painted: an application that shows nothing
+  /// there but its background leaves it out, too, and so does one of which only the frame, which
+  /// belongs to the window manager, was painted.
+  [[nodiscard]] bool isComplete() const { return isComplete_; }
 
  private:
   struct Repainting {
@@ -46,7 +48,7 @@ class XRedirection {
   X11Session& session_;
   std::vector<xcb_window_t> redirected_;
   std::vector<Repainting> repainting_;
-  bool isUntouched_ = false;
+  bool isComplete_ = true;
 };
 
 }  // namespace vantorel

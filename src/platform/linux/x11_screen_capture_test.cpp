@@ -261,6 +261,30 @@ TEST(X11ScreenCaptureTest, AHangingApplicationDoesNotHoldAColdGrabUp) {
   EXPECT_THAT(refused.error().reason, HasSubstr("the window's application is stopped"));
 }
 
+// A window manager paints its frame whether or not the application within it hangs.
+TEST(X11ScreenCaptureTest, AWindowWhoseApplicationDoesNotRespondIsRefusedWhereItIsCovered) {
+  for (const bool windowManager : {false, true}) {
+    TestDesktop desktop({.windowManager = windowManager});
+    TestClient hanging(desktop.display());
+    const auto lost = hanging.open({.area = {50, 50, 300, 300}, .seed = 2, .answersPings = true});
+    TestClient quiet(desktop.display());
+    const auto kept = quiet.open({.area = {400, 50, 300, 300}, .seed = 3, .answersPings = true});
+    TestClient other(desktop.display());
+    other.open({.area = {20, 20, 700, 200}, .seed = 4});
+    quiet.stopPainting();
+    Capture capture(desktop.display());
+    EXPECT_TRUE(capture.grab({WindowTarget{lost, {}}, true, {}}));
+    hanging.freeze();
+    const auto refused = capture.grab({WindowTarget{lost, {}}, true, {}});
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().reason, HasSubstr("the window's application doesn't respond"));
+    EXPECT_TRUE(capture.grab({WindowTarget{kept, {}}, true, {}}))
+        << "one that answers has nothing more to paint";
+    hanging.raise(lost);
+    EXPECT_TRUE(capture.grab({WindowTarget{lost, {}}, true, {}})) << "all of it is on the screen";
+  }
+}
+
 TEST(X11ScreenCaptureTest, ShadowAlphaAndShapeOfWindows) {
   TestDesktop desktop;
   TestClient client(desktop.display());

@@ -75,6 +75,7 @@ TestClient::TestClient(const std::string& display)
     const auto visuals = xcb_depth_visuals_iterator(depth.data);
     if (visuals.rem != 0) argbVisual_ = visuals.data->visual_id;
   }
+  protocols_ = atom("WM_PROTOCOLS");
   painter_ = std::thread([this] { repaint(); });
 }
 
@@ -133,7 +134,11 @@ xcb_pixmap_t TestClient::makePicture(PixelSize size, int depth, std::uint32_t se
 
 void TestClient::repaint() {
   while (const auto event = owned(xcb_wait_for_event(connection_))) {
-    if ((event->response_type & 0x7FU) != XCB_EXPOSE || frozen_) continue;
+    const unsigned type = event->response_type & 0x7FU;
+    if (type == XCB_CLIENT_MESSAGE && !frozen_) {
+      answerPing(reinterpret_cast<const xcb_client_message_event_t&>(*event));
+    }
+    if (type != XCB_EXPOSE || frozen_ || !paints_) continue;
     const auto& expose = reinterpret_cast<const xcb_expose_event_t&>(*event);
     const std::lock_guard lock(mutex_);
     const auto found = contents_.find(expose.window);
@@ -146,6 +151,16 @@ void TestClient::repaint() {
     xcb_flush(connection_);
     exposed_[expose.window] = true;
   }
+}
+
+void TestClient::answerPing(const xcb_client_message_event_t& message) {
+  if (message.type != protocols_) return;
+  xcb_client_message_event_t answer = message;
+  answer.window = screen_->root;
+  xcb_send_event(connection_, 0, screen_->root,
+                 XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                 reinterpret_cast<const char*>(&answer));
+  xcb_flush(connection_);
 }
 
 std::uint32_t TestClient::open(const TestWindow& wanted) {
@@ -196,6 +211,7 @@ std::uint32_t TestClient::open(const TestWindow& wanted) {
   if (wanted.gtkExtents) {
     setNumbers("_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, *wanted.gtkExtents);
   }
+  if (wanted.answersPings) setNumbers("WM_PROTOCOLS", XCB_ATOM_ATOM, {atom("_NET_WM_PING")});
   // Position and size as the user's own, so that a window manager keeps them.
   std::vector<std::uint32_t> hints(18);
   hints[0] = 1U | 2U;

@@ -35,6 +35,7 @@ struct TestWindow {
   bool overrideRedirect = false;
   std::int64_t pid = 0;                                       ///< 0: not told
   std::optional<std::vector<std::uint32_t>> gtkExtents = {};  ///< left, right, top, bottom
+  bool answersPings = false;                                  ///< promises to, while not frozen
 };
 
 /// An application of the test's own, drawing known pictures into its windows and repainting them
@@ -58,8 +59,10 @@ class TestClient {
   /// Wallpaper: picture `seed` as the root window's background.
   void paintRoot(std::uint32_t seed);
 
-  /// No repainting from now on: like a program that hangs.
+  /// Neither repaints nor answers from now on: like a program that hangs.
   void freeze() { frozen_ = true; }
+  /// Answers still and repaints no more: as if its background were all it shows.
+  void stopPainting() { paints_ = false; }
 
   /// Where the window's content is on the root window.
   [[nodiscard]] PixelRect contentArea(std::uint32_t window);
@@ -93,6 +96,7 @@ class TestClient {
 
   xcb_pixmap_t makePicture(PixelSize size, int depth, std::uint32_t seed, std::uint32_t alpha);
   void repaint();
+  void answerPing(const xcb_client_message_event_t& message);
 
   xcb_connection_t* connection_;
   xcb_screen_t* screen_;
@@ -102,6 +106,8 @@ class TestClient {
   std::map<std::uint32_t, Content> contents_;
   std::map<std::uint32_t, bool> exposed_;
   std::atomic<bool> frozen_ = false;
+  std::atomic<bool> paints_ = true;
+  xcb_atom_t protocols_ = 0;
   std::thread painter_;
 };
 

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/linux/x11_session.hpp"
+
+namespace vantorel {
+
+enum class ApplicationState {
+  works,    ///< it answers, or has never promised to
+  stopped,  ///< its process was halted
+  hangs,    ///< it promises to answer and does not within half a second
+};
+
+/// Whether the application of `window` can be expected to paint.
+[[nodiscard]] ApplicationState applicationState(X11Session& session, xcb_window_t window);
+
+}  // namespace vantorel
