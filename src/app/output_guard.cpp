@@ -22,6 +22,7 @@ class Guard {
       present_ = *there;
       // What a link leads to is what somebody means who names it.
       if (const auto target = files_.resolved(output)) {
+        target_ = *target;
         if (const auto status = files_.status(*target)) file_ = *status;
       }
     }
@@ -54,7 +55,7 @@ class Guard {
   [[nodiscard]] bool isIn(const Path& folder) const {
     const auto above = files_.resolved(output_.parent_path());
     const auto own = files_.resolved(folder);
-    return above && own && *above == *own;
+    return own && ((above && *above == *own) || target_.parent_path() == *own);
   }
 
  private:
@@ -62,6 +63,7 @@ class Guard {
   const Path& output_;
   std::optional<FileStatus> present_;
   std::optional<FileStatus> file_;
+  Path target_;  ///< what `output_` leads to
 };
 
 }  // namespace

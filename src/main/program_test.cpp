@@ -186,6 +186,68 @@ TEST(ProgramTest, AnnotationsAreStoredPrintedAndDrawnAndNonsenseChangesNothing) 
   }
 }
 
+TEST(ProgramTest, NothingIsDrawnOverWhatTheLibraryOrThePictureNeeds) {
+  namespace fs = std::filesystem;
+  TestDesktop desktop({.windowManager = false, .bus = false});
+  TestClient(desktop.display()).paintRoot(1);
+  const Vantorel vantorel(desktop);
+  ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+  const fs::path folder = desktop.folder() / "papers";
+  fs::create_directories(folder);
+  const fs::path first = vantorel.entries().back()->path;
+  fs::copy_file(first, folder / "stamp.png");
+  std::ofstream(folder / "stamp.json")
+      << R"({"layers":[{"id":"c","frame":{"x":0,"y":0,"w":50,"h":40}},)"
+      << R"({"id":"l","path":"stamp.png","frame":{"x":5,"y":5,"w":9,"h":9}}]})";
+  ASSERT_EQ(
+      vantorel.run({"annotate", "latest", "--apply", (folder / "stamp.json").string()}).status, 0);
+  ASSERT_EQ(vantorel.run({"convert", "latest", "--format", "jpeg"}).status, 0);
+  ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+  ASSERT_EQ(vantorel.run({"compress", "latest"}).status, 0);
+  const EntryList entries = vantorel.entries();
+  ASSERT_EQ(entries.size(), 2U);
+  std::vector<fs::path> kept{folder / "stamp.png", folder / "stamp.json",
+                             vantorel.root() / "history.json"};
+  for (const EntryPointer& entry : entries) {
+    kept.emplace_back(entry->path);
+    if (entry->originalPath) kept.emplace_back(*entry->originalPath);
+  }
+  ASSERT_GE(kept.size(), 6U) << "a converted and a compressed capture";
+  fs::create_directory_symlink(vantorel.root(), folder / "root");
+  fs::create_directory_symlink(vantorel.captures(), folder / "captures");
+  fs::create_symlink(first, folder / "link.png");
+  for (const fs::path& path : kept) {
+    const std::string before = readAll(path);
+    ASSERT_FALSE(before.empty()) << path;
+    const fs::path hard = folder / "hard.png";
+    fs::create_hard_link(path, hard);
+    std::vector<fs::path> names{path, path.parent_path() / "." / path.filename(), hard};
+    for (const char* const link : {"root", "captures"}) {
+      const fs::path seen = folder / link / path.filename();
+      if (fs::exists(seen) && fs::equivalent(seen, path)) names.push_back(seen);
+    }
+    names.push_back(folder / "link.png");
+    fs::remove(names.back());
+    fs::create_symlink(path, names.back());
+    for (const fs::path& name : names) {
+      // A second name beside the index is a file of somebody else, of whom nothing is kept there.
+      if (name == hard && path.filename() == "history.json") continue;
+      for (const bool isGiven : {false, true}) {
+        std::vector<std::string> words{"render",      entries[0]->id, "--output",
+                                       name.string(), "--format",     "png"};
+        if (isGiven) words.insert(words.end(), {"--document", (folder / "stamp.json").string()});
+        // Without it this document is no more than a file.
+        if (!isGiven && path.filename() == "stamp.json") continue;
+        const ChildOutcome refused = vantorel.run(words);
+        EXPECT_EQ(refused.status, 1) << name << " was drawn over";
+        EXPECT_EQ(std::ranges::count(refused.err, '\n'), 1) << refused.err;
+        ASSERT_TRUE(readAll(path) == before) << name << refused.err;
+      }
+    }
+    fs::remove(hard);
+  }
+}
+
 TEST(ProgramTest, KilledAtThirtyMomentsEachCaptureIsFiledOnceOrNever) {
   TestDesktop desktop;
   TestClient(desktop.display()).paintRoot(1);
