@@ -1,6 +1,8 @@
 #include <benchmark/benchmark.h>
+#include <fmt/format.h>
 
 #include <cstring>
+#include <random>
 
 #include "editor/shape_handles.hpp"
 #include "editor/testing/mixed_shapes.hpp"
@@ -87,6 +89,32 @@ void moveOneShape(benchmark::State& state) {
       drawn / double(state.iterations()) / (double(screen.width) * screen.height);
 }
 BENCHMARK(moveOneShape)->Unit(benchmark::kMillisecond);
+
+/// A pen stroke of 50,000 samples: steps of some pixels, or each anywhere on the screen. Few people
+/// draw such, but a file may ask for one.
+void drawLongStroke(benchmark::State& state) {
+  std::mt19937 random(1);
+  const bool isWild = state.range(0) == 1;
+  const auto within = [&](double from, double to) {
+    return std::uniform_real_distribution(from, to)(random);
+  };
+  Shape stroke = lineShape(ShapeType::pen, {}, {});
+  stroke.width = 6;
+  stroke.lineStyle = state.range(1) == 1 ? LineStyle::dashed : LineStyle::solid;
+  Pt at{screen.width / 2.0, screen.height / 2.0};
+  for (int i = 0; i < 50'000; ++i) {
+    at = isWild ? Pt{within(0, screen.width), within(0, screen.height)}
+                : Pt{std::clamp(at.x + within(-15, 15), 0.0, double(screen.width)),
+                     std::clamp(at.y + within(-15, 15), 0.0, double(screen.height))};
+    stroke.points.push_back(at);
+  }
+  drawAll(state, {stroke});
+  state.SetLabel(fmt::format("{}, {}", isWild ? "wild" : "walking", nameOf(*stroke.lineStyle)));
+}
+BENCHMARK(drawLongStroke)
+    ->ArgsProduct({{0, 1}, {0, 1}})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 
 constexpr int boxes = 50;
 constexpr int boxWidth = 300;

@@ -6,6 +6,7 @@
 
 #include "render/dashes.hpp"
 #include "render/ink.hpp"
+#include "render/long_stroke.hpp"
 #include "render/text_layout.hpp"
 
 namespace vantorel {
@@ -39,92 +40,25 @@ void addCurve(cairo_t* cr, const ArrowCurve& curve) {
   cairo_curve_to(cr, first.x, first.y, second.x, second.y, curve.end.x, curve.end.y);
 }
 
-/// Strokes of more samples than this are drawn in pieces: the time that the drawing library takes
-/// for a path grows with the square of what crosses a row of pixels.
+/// Strokes of more samples, or of more pixels, are not the drawing library's.
 constexpr std::size_t longStroke = 4000;
+constexpr double longStrokePixels = 200'000;
 
-/// How many lines are drawn at once, or dashes, which are a few lines each.
-constexpr int pieceSize = 256;
-
-/// The lines of a path, one after the other, drawn a few at a time or cut into dashes.
-class PieceByPiece {
- public:
-  explicit PieceByPiece(cairo_t* cr) : cr_(cr) {
-    dashes_.resize(static_cast<std::size_t>(cairo_get_dash_count(cr)));
-    if (!dashes_.empty()) cairo_get_dash(cr, dashes_.data(), nullptr);
-    cairo_set_dash(cr, nullptr, 0, 0);
-    if (!dashes_.empty()) left_ = dashes_.front();
-  }
-
-  void begin(Pt point) {
-    moveTo(cr_, point);
-    at_ = point;
-  }
-
-  void draw(Pt to) {
-    if (dashes_.empty()) {
-      lineTo(cr_, to);
-      at_ = to;
-      if (isFull()) begin(at_);
-      return;
-    }
-    double length = distance(at_, to);
-    while (length > left_) {
-      at_ = at_ + (left_ / length) * (to - at_);
-      length -= left_;
-      if (isInk_) lineTo(cr_, at_);
-      isInk_ = !isInk_;
-      place_ = (place_ + 1) % dashes_.size();
-      left_ = dashes_[place_];
-      if (isInk_) {
-        (void)isFull();
-        moveTo(cr_, at_);
-      }
-    }
-    left_ -= length;
-    at_ = to;
-    if (isInk_) lineTo(cr_, at_);
-  }
-
-  void finish() { cairo_stroke(cr_); }
-
- private:
-  /// Draws what there is when it is enough; a line goes on, with its round cap, where it ended.
-  bool isFull() {
-    if (++count_ < pieceSize) return false;
-    count_ = 0;
-    cairo_stroke(cr_);
-    return true;
-  }
-
-  cairo_t* cr_;
-  std::vector<double> dashes_;
-  std::size_t place_ = 0;
-  double left_ = 0;  // of the dash or gap at hand
-  bool isInk_ = true;
-  int count_ = 0;
-  Pt at_;
-};
-
-/// Strokes an open path of one line, as a mask: where its pieces overlap it does not grow darker.
-void strokeInPieces(cairo_t* cr) {
+/// The path as the drawing library would stroke it, curves as lines.
+std::vector<Pt> linesOfPath(cairo_t* cr) {
   const std::unique_ptr<cairo_path_t, decltype(&cairo_path_destroy)> path(cairo_copy_path_flat(cr),
                                                                           cairo_path_destroy);
-  cairo_new_path(cr);
-  cairo_push_group_with_content(cr, CAIRO_CONTENT_ALPHA);
-  cairo_set_operator(cr, CAIRO_OPERATOR_OVER);
-  cairo_set_source_rgba(cr, 0, 0, 0, 1);
-  PieceByPiece pieces(cr);
+  std::vector<Pt> points;
   for (int i = 0; i < path->num_data; i += path->data[i].header.length) {
-    const cairo_path_data_t* const part = path->data + i;
-    const Pt point{part[1].point.x, part[1].point.y};
-    if (part->header.type == CAIRO_PATH_MOVE_TO) pieces.begin(point);
-    if (part->header.type == CAIRO_PATH_LINE_TO) pieces.draw(point);
+    points.push_back({path->data[i + 1].point.x, path->data[i + 1].point.y});
   }
-  pieces.finish();
-  const std::unique_ptr<cairo_pattern_t, decltype(&cairo_pattern_destroy)> mask(
-      cairo_pop_group(cr), cairo_pattern_destroy);
-  cairo_mask(cr, mask.get());
+  return points;
+}
+
+double lengthOf(const std::vector<Pt>& points) {
+  double length = 0;
+  for (std::size_t i = 0; i + 1 < points.size(); ++i) length += distance(points[i], points[i + 1]);
+  return length;
 }
 
 struct ArrowForm {
@@ -261,10 +195,21 @@ void paintStroke(cairo_t* cr, const Shape& shape) {
   const bool isMarker = shape.type == ShapeType::highlighter;
   const double width = std::max(shape.width, 1.0) * (isMarker ? highlighterWidening : 1);
   const LineStyle style = shape.lineStyle.value_or(LineStyle::solid);
-  if (points.size() <= longStroke) return strokePath(cr, width, style);
-  setStroke(cr, width);
-  if (style == LineStyle::dashed) setDashesAlongPath(cr, width);
-  strokeInPieces(cr);
+  if (points.size() <= longStroke && lengthOf(points) <= longStrokePixels) {
+    return strokePath(cr, width, style);
+  }
+  LongStroke stroke{.points = linesOfPath(cr), .width = width};
+  if (style == LineStyle::dashed) {
+    setDashesAlongPath(cr, width);
+    if (cairo_get_dash_count(cr) == 2) {
+      double dashes[2];
+      cairo_get_dash(cr, dashes, nullptr);
+      stroke.dash = dashes[0];
+      stroke.gap = dashes[1];
+    }
+  }
+  cairo_new_path(cr);
+  ink(cr, stroke);
 }
 
 void paintArrow(cairo_t* cr, const Shape& arrow) {
