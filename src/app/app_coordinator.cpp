@@ -169,7 +169,8 @@ void AppCoordinator::withPermission(
 }
 
 void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::Finished finished,
-                             std::function<bool()> begins) {
+                             std::function<bool()> begins,
+                             std::function<void(const Path&)> onStaged) {
   const SettingsValues& settings = services_.settings->values();
   const CaptureDelay usual =
       command.isTimed ? settings.timedCaptureLastDelaySeconds : settings.captureDelaySeconds;
@@ -185,21 +186,22 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
       finished(std::move(reply));
     };
   }
-  withPermission(
-      std::move(finished), [this, command = std::move(command), delay, begins = std::move(begins)](
-                               StillCapturePipeline::Finished permitted) mutable {
-        if (begins && !begins()) return permitted(CaptureOutcome{CaptureOutcome::Cancelled{}});
-        auto done = [this, copies = command.copies,
-                     permitted = untilSaved(std::move(permitted))](CaptureReply reply) mutable {
-          afterCapture(std::move(reply), copies, std::move(permitted));
-        };
-        StillCaptureRequest request = requestFor(command, delay);
-        if (command.kind == StillCaptureCommand::Kind::previous) {
-          stills_->capturePreviousArea(std::move(request), std::move(done));
-        } else {
-          stills_->capture(std::move(request), std::move(done));
-        }
-      });
+  withPermission(std::move(finished), [this, command = std::move(command), delay,
+                                       begins = std::move(begins), onStaged = std::move(onStaged)](
+                                          StillCapturePipeline::Finished permitted) mutable {
+    if (begins && !begins()) return permitted(CaptureOutcome{CaptureOutcome::Cancelled{}});
+    auto done = [this, copies = command.copies,
+                 permitted = untilSaved(std::move(permitted))](CaptureReply reply) mutable {
+      afterCapture(std::move(reply), copies, std::move(permitted));
+    };
+    StillCaptureRequest request = requestFor(command, delay);
+    request.onStaged = std::move(onStaged);
+    if (command.kind == StillCaptureCommand::Kind::previous) {
+      stills_->capturePreviousArea(std::move(request), std::move(done));
+    } else {
+      stills_->capture(std::move(request), std::move(done));
+    }
+  });
 }
 
 void AppCoordinator::captureForRemote(
@@ -393,6 +395,7 @@ void AppCoordinator::tellUnfinishedAtLastQuit() {
 
 void AppCoordinator::quit() {
   if (services_.stopMoving) services_.stopMoving();
+  services_.library->stopWaiting();
   stills_->settle();
   termination_.request();
 }

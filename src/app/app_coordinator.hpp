@@ -73,9 +73,10 @@ class AppCoordinator {
 
   /// Takes a still. Refused while the arbiter says so. `begins`, when there is one, is asked once
   /// nothing else is in the way, whether it is still wanted; from then on `cancelCapture` is about
-  /// this capture.
+  /// this capture. `onStaged` is told the file in which the picture is safe, before it is filed.
   void capture(StillCaptureCommand command, StillCapturePipeline::Finished finished,
-               std::function<bool()> begins = {});
+               std::function<bool()> begins = {},
+               std::function<void(const Path& staged)> onStaged = {});
 
   /// Takes a still for a person at the desktop, whichever way he asked: how it ends is shown there.
   void captureForUser(StillCaptureCommand command);

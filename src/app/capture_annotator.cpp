@@ -7,6 +7,7 @@
 #include "app/output_guard.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/output_failure.hpp"
+#include "library/file_reach.hpp"
 #include "library/look_adoption.hpp"
 
 namespace vantorel {
@@ -20,8 +21,18 @@ struct Checked {
   PixelSize capture;
 };
 
-std::unexpected<std::string> unreadable(const Path& path, const Failure& failure) {
-  return std::unexpected(fmt::format("{}: {} ({}).", path.string(),
+/// Why a capture's picture could not be read: its disk may be away, which is no fault of the file.
+std::unexpected<std::string> unreadable(const Files& files, const ScreenshotEntry& entry,
+                                        const Failure& failure) {
+  const FileReach reach = reachOf(files, entry);
+  if (reach == FileReach::fileGone) {
+    return std::unexpected(fmt::format("The capture's file is gone: {}.", entry.path));
+  }
+  if (const std::string_view away = sentence(reach); !away.empty()) {
+    return std::unexpected(
+        fmt::format("{}: {}{}", entry.path, away, away.ends_with('.') ? "" : "."));
+  }
+  return std::unexpected(fmt::format("{}: {} ({}).", entry.path,
                                      sentence(OutputFailure::notReadable), failure.reason));
 }
 
@@ -53,7 +64,7 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
     return std::unexpected(
         fmt::format("Couldn't read {} as an image: {}.", basePath.string(), base.error().reason));
   }
-  if (!base) return unreadable(basePath, base.error());
+  if (!base) return unreadable(files, *entry, base.error());
   EditorDocument document;
   if (drawing.document) {
     auto given = readDocument(*drawing.document, base->size(), files, codec);
@@ -165,9 +176,9 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
     };
     findFile<EntryPointer>(id, finished, [this, id, document, finished](const EntryPointer& entry) {
       work<Answer<Checked>>(
-          [path = Path(entry->path), document](const Services& with) -> Answer<Checked> {
-            const auto capture = with.codec->pixelSize(*with.files, path);
-            if (!capture) return unreadable(path, capture.error());
+          [entry, document](const Services& with) -> Answer<Checked> {
+            const auto capture = with.codec->pixelSize(*with.files, entry->path);
+            if (!capture) return unreadable(*with.files, *entry, capture.error());
             auto checked = readDocument(document, *capture, *with.files, *with.codec);
             if (!checked) return std::unexpected(std::move(checked.error()));
             return Checked{*std::move(checked), *capture};
@@ -217,7 +228,7 @@ void CaptureAnnotator::document(const std::string& name, Done<EditorDocument> do
             if (capture) return documentOf(*entry, *capture);
             // What was drawn is worth having even when the picture is gone.
             if (!entry->pixelWidth || !entry->pixelHeight) {
-              return unreadable(entry->path, capture.error());
+              return unreadable(*with.files, *entry, capture.error());
             }
             return documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight});
           },

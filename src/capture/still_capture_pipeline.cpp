@@ -57,7 +57,8 @@ struct StillCapturePipeline::Run {
   Finished finished;
   CaptureActivity activity = CaptureActivity::plainCapture;
   StillCaptureBackend backend;
-  bool remembersRegion = true;
+  bool isPreviousArea = false;
+  bool remembersRegion = false;  // what a person chose, not what a script names
   bool copies = false;
   bool waitsForUser = false;
   bool isCalledOff = false;  // before it waited
@@ -93,8 +94,11 @@ void StillCapturePipeline::start(StillCaptureRequest request, Finished finished)
 
 void StillCapturePipeline::capture(StillCaptureRequest request, Finished finished) {
   const bool idle = !run_;
+  const bool isChosen = !request.target;
   start(std::move(request), std::move(finished));
-  if (idle) withDisplays(&StillCapturePipeline::resolve);
+  if (!idle) return;
+  run_->remembersRegion = isChosen;
+  withDisplays(&StillCapturePipeline::resolve);
 }
 
 void StillCapturePipeline::capturePreviousArea(StillCaptureRequest request, Finished finished) {
@@ -103,7 +107,7 @@ void StillCapturePipeline::capturePreviousArea(StillCaptureRequest request, Fini
   request.target.reset();
   start(std::move(request), std::move(finished));
   if (!idle) return;
-  run_->remembersRegion = false;
+  run_->isPreviousArea = true;
   withDisplays(&StillCapturePipeline::resolve);
 }
 
@@ -116,7 +120,6 @@ void StillCapturePipeline::captureForRemote(CaptureMode mode, CaptureOrigin orig
   if (!idle) return;
   logInfo("Capture", "{} capture for {}", nameOf(mode),
           origin == CaptureOrigin::remote ? "an agent" : "the user");
-  run_->remembersRegion = false;
   run_->onFiled = std::move(onFiled);
   runBounded<Result<GrabbedPicture>>(
       services_.main, run_->backend.bound, std::move(capturing),
@@ -151,7 +154,7 @@ void StillCapturePipeline::resolve() {
   if (main == nullptr) {
     return fail(CaptureFailure::Case::interrupted, "no display is connected");
   }
-  if (run.request.mode == CaptureMode::region && !run.remembersRegion) {
+  if (run.isPreviousArea) {
     const RegionAvailability availability =
         availabilityOf(services_.rememberedRegion(), run.displays);
     if (const auto* area = std::get_if<RegionAvailability::Available>(&availability.value)) {
@@ -368,6 +371,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                           }
                           reached("stage");
                           services_.filing->claim(staged->path);
+                          if (run_->request.onStaged) run_->request.onStaged(staged->path);
                           services_.filing->file(
                               std::move(*staged), std::move(run_->picture.image),
                               alive_.guard([this](Result<CaptureOutcome::Saved> filed) {

@@ -58,6 +58,9 @@ struct StillCaptureRequest {
 
   /// Holds `timedCapture` instead of `plainCapture`.
   bool isTimedCapture = false;
+
+  /// Told the file in which the picture is safe, before it is filed.
+  std::function<void(const Path& staged)> onStaged{};
 };
 
 /// What the settings say, read at each grab.

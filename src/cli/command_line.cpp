@@ -90,12 +90,13 @@ struct Given {
 
 constexpr const char* exitStatuses =
     "Exit status: 0 done; 1 failed, with the reason on standard error; 2 wrong usage;\n"
-    "3 cancelled by the user; 4 refused because another capture or a dialog is running.";
+    "3 cancelled by the user; 4 refused because another capture or a dialog is running;\n"
+    "130 or 143 ended by Ctrl-C or SIGTERM while another process had the library.";
 
 void addCapture(CLI::App& app, Given& given) {
   CLI::App* const capture =
       app.add_subcommand("capture", "Take a still and file it; prints the path of the file");
-  capture->add_option("what", given.kind, "what to take; previous is the last area again")
+  capture->add_option("what", given.kind, "what to take; previous is the area chosen last")
       ->required()
       ->check(oneOf<StillCaptureCommand::Kind>());
   capture
@@ -192,6 +193,12 @@ CommandLineAnswer usage(const std::string& problem, const std::string& command =
           closedSentence(problem) + "\nRun \"vantorel" + command + " --help\" for help.\n"};
 }
 
+/// The innermost command on the line as far as it was understood.
+const CLI::App& deepest(const CLI::App& app) {
+  const auto chosen = app.get_subcommands();
+  return chosen.empty() ? app : deepest(*chosen.front());
+}
+
 /// The commands on the line as far as they were understood: " library list".
 std::string commandsOf(const CLI::App& app) {
   std::string names;
@@ -251,7 +258,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   app.add_option("--root", given.root,
                  "a folder that holds a library and settings of their own (tests, portable use)")
       ->type_name(kinds::folder);
-  app.add_flag("--json", given.json, "print entries as JSON, one a line");
+  app.add_flag("--json", given.json, "print what is listed or made as JSON, one a line");
   app.footer(exitStatuses);
   app.formatter(std::make_shared<HelpFormatter>());
   app.require_subcommand(0, 1);
@@ -280,7 +287,8 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   autostart->add_option("what", given.autostart, "on, off or status")
       ->required()
       ->check(oneOf<command::Autostart::Verb>());
-  CLI::App* const quit = app.add_subcommand("quit", "End the running program");
+  CLI::App* const quit = app.add_subcommand(
+      "quit", "End the program in the tray, without a session bus too; it saves first");
   const LibraryOptions library(app);
   const SettingsOptions settings(app);
   CLI::App* const manual =
@@ -302,7 +310,10 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     std::string text = error.what();
     constexpr std::string_view required = " is required";
     if (text.ends_with(required) && !text.starts_with('A')) {
-      text = "\"" + text.substr(0, text.size() - required.size()) + "\" is missing";
+      text.resize(text.size() - required.size());
+      const CLI::Option* const option = deepest(app).get_option_no_throw(text);
+      text = (text.starts_with('-') ? text : "\"" + text + "\"") + " is missing";
+      if (option != nullptr) text += ": " + option->get_description();
     }
     return usage(text, commandsOf(app));
   }
@@ -340,15 +351,18 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = command::Quit{};
   } else if (library.isChosen()) {
     command::Library what;
-    if (const std::string problem = library.read(what, folder); !problem.empty())
-      return usage(problem);
+    if (const std::string problem = library.read(what, folder); !problem.empty()) {
+      return usage(problem, commandsOf(app));
+    }
     line.command = std::move(what);
   } else if (auto change = settings.chosen()) {
-    if (const std::string problem = settings.problem(); !problem.empty()) return usage(problem);
+    if (const std::string problem = settings.problem(); !problem.empty()) {
+      return usage(problem, commandsOf(app));
+    }
     line.command = *std::move(change);
   } else {
     auto command = annotations.command(folder);
-    if (!command) return usage(command.error());
+    if (!command) return usage(command.error(), commandsOf(app));
     if (*command) {
       std::visit([&](auto& asked) { line.command = std::move(asked); }, **command);
     }

@@ -137,7 +137,7 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"annotate", "latest", "--apply", "a.json", "--print"}, "either --apply FILE or --print"},
       {{"annotate", "latest", "--apply", ""}, "--apply must name a file"},
       {{"annotate", "--print"}, "\"id\" is missing"},
-      {{"render", "latest"}, "\"--output\" is missing"},
+      {{"render", "latest"}, "--output is missing: the file to write."},
       {{"render", "latest", "--output", "drawn"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.gif"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.png", "--format", "gif"}, "gif not in"},

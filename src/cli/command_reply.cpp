@@ -1,5 +1,7 @@
 #include "cli/command_reply.hpp"
 
+#include <fmt/format.h>
+
 namespace vantorel {
 
 std::string closedSentence(std::string text) {
@@ -15,6 +17,11 @@ std::string closedSentence(std::string text) {
 
 CommandReply failedReply(std::string reason) {
   return {ExitStatus::failed, {}, closedSentence(std::move(reason)) + "\n"};
+}
+
+std::string unreachableTraySentence(long process) {
+  return fmt::format(
+      "Vantorel is running in the tray as process {}, and no session bus leads to it.", process);
 }
 
 CommandReply nothingChanged() {

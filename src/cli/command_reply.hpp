@@ -14,6 +14,9 @@ enum class ExitStatus {
   usage = 2,      ///< the command line makes no sense
   cancelled = 3,  ///< by the user
   refused = 4,    ///< another capture or a dialog is running
+
+  /// Ended by Ctrl-C while it waited for the library; by another signal, 128 and its number.
+  interrupted = 130,
 };
 
 /// What a command leaves behind.
@@ -25,7 +28,8 @@ struct CommandReply {
 
 using CommandDone = std::move_only_function<void(CommandReply)>;
 
-/// How far long work has come: so many of so many `words`, such as "files moved".
+/// How far long work has come: so many of so many `words`, such as "files moved". With a `total` of
+/// zero `words` is a sentence, of what the command waits for.
 struct CommandProgress {
   std::size_t done = 0;
   std::size_t total = 0;
@@ -46,6 +50,9 @@ struct CommandAsker {
 
 /// `reason` becomes a sentence if it is not one yet.
 [[nodiscard]] CommandReply failedReply(std::string reason);
+
+/// Says that a program lives in the tray that a command cannot be handed to.
+[[nodiscard]] std::string unreachableTraySentence(long process);
 
 /// To one who called the command off before it changed anything.
 [[nodiscard]] CommandReply nothingChanged();

@@ -12,6 +12,9 @@ namespace {
 
 constexpr std::chrono::seconds listBound{5};
 
+/// So long a wait for the library needs no word: another command is about to end.
+constexpr std::chrono::seconds silentWait{1};
+
 template <class Value>
 using Listing = Result<std::vector<Value>>;
 
@@ -28,6 +31,29 @@ ExitStatus statusOf(CaptureRefusal refusal) {
     case CaptureRefusal::unreadableArea: return ExitStatus::failed;
   }
   std::unreachable();
+}
+
+/// What a command waits for.
+std::string waitSentence(const std::string& holder, const Path& staged) {
+  if (staged.empty()) {
+    return fmt::format("Waiting for the library, which {} has. Ctrl-C stops.", holder);
+  }
+  return fmt::format(
+      "The picture is safe: {}\nIt is filed when {} lets go of the library. Ctrl-C leaves that to "
+      "the next run.",
+      staged.string(), holder);
+}
+
+/// To one who called off a command that waited for the library.
+CommandReply interruptedReply(const std::optional<std::string>& holder, const Path& staged) {
+  const std::string has = holder ? fmt::format(", which {} has", *holder) : "";
+  return {ExitStatus::interrupted,
+          {},
+          staged.empty()
+              ? fmt::format("Stopped waiting for the library{}; nothing was changed.\n", has)
+              : fmt::format("Stopped waiting for the library{}. The picture is safe, and the next "
+                            "run files it: {}\n",
+                            has, staged.string())};
 }
 
 CommandReply filed(const ScreenshotEntry& entry, bool json) {
@@ -114,31 +140,26 @@ CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
 
 void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& asker) {
   if (const auto* capturing = std::get_if<command::Capture>(&line.command)) {
-    capture(*capturing, line.json, asker.name, std::move(done));
+    capture(*capturing, line.json, asker, std::move(done));
   } else if (std::holds_alternative<command::ListDisplays>(line.command)) {
     listDisplays(line.json, std::move(done));
   } else if (std::holds_alternative<command::ListWindows>(line.command)) {
     listWindows(line.json, std::move(done));
-  } else if (std::holds_alternative<command::Convert>(line.command) ||
-             std::holds_alternative<command::Compress>(line.command)) {
-    rewrite(line, std::move(done));
-  } else if (const auto* annotating = std::get_if<command::Annotate>(&line.command)) {
-    annotate(*annotating, line.json, std::move(done));
-  } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
-    render(*rendering, std::move(done));
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
     changeSettings(*settings, line.json, withKeys(*settings, std::move(done)));
-  } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
-    services_.library->run(*library, line.json, std::move(done), asker);
   } else if (const auto* autostart = std::get_if<command::Autostart>(&line.command)) {
     switchAutostart(*autostart, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
     // Answered first: afterwards nobody is left to answer.
     done({});
     services_.coordinator->quit();
-  } else {
+  } else if (std::holds_alternative<command::Run>(line.command)) {
     services_.coordinator->tellThatItRuns();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
+  } else {
+    whenLibraryReady(asker, std::move(done), [this, line, asker](Done wanted) {
+      withLibrary(line, std::move(wanted), asker);
+    });
   }
 }
 
@@ -160,6 +181,48 @@ void CommandRunner::changeSettings(const command::Settings& what, bool json, Don
       }));
 }
 
+void CommandRunner::withLibrary(const CommandLine& line, Done done, const CommandAsker& asker) {
+  if (const auto* annotating = std::get_if<command::Annotate>(&line.command)) {
+    annotate(*annotating, line.json, std::move(done));
+  } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
+    render(*rendering, std::move(done));
+  } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
+    services_.libraryCommands->run(*library, line.json, std::move(done), asker);
+  } else {
+    rewrite(line, std::move(done));
+  }
+}
+
+/// Calls `go`, unless the command is called off before.
+void CommandRunner::whenLibraryReady(const CommandAsker& asker, Done done,
+                                     std::move_only_function<void(Done)> go) {
+  const auto waiting = std::make_shared<Done>(std::move(done));
+  const auto place = waiting_.emplace(asker.name, waiting);
+  services_.library->whenReady(alive_.guard([this, waiting, place, go = std::move(go)]() mutable {
+    waiting_.erase(place);
+    if (*waiting) go(std::exchange(*waiting, nullptr));
+  }));
+  announceWait(asker.show, waiting, {});
+}
+
+/// Says what is waited for, should it take long. Another process that lives in the tray may have
+/// the library for days: that one is not waited for.
+void CommandRunner::announceWait(const ShowProgress& show, Waiting waiting, const Path& staged) {
+  if (services_.library->isReady()) return;
+  services_.main->postAfter(
+      silentWait, alive_.guard([this, show, waiting = std::move(waiting), staged] {
+        const std::optional<std::string> holder = services_.library->awaitedHolder();
+        if (!holder || !*waiting) return;
+        const auto tray = services_.unreachableTray ? services_.unreachableTray() : std::nullopt;
+        if (!tray || !holder->starts_with(fmt::format("process {} ", *tray))) {
+          if (show) show({0, 0, waitSentence(*holder, staged)});
+          return;
+        }
+        if (show) show({0, 0, unreachableTraySentence(*tray)});
+        services_.library->stopWaiting();
+      }));
+}
+
 /// What keeps a hot key that was just set from working belongs to the answer.
 CommandDone CommandRunner::withKeys(const command::Settings& what, Done done) {
   using Verb = command::Settings::Verb;
@@ -177,33 +240,53 @@ CommandDone CommandRunner::withKeys(const command::Settings& what, Done done) {
 }
 
 void CommandRunner::callOff(const std::string& asker) {
-  const auto [begin, end] = capturing_.equal_range(asker);
+  std::vector<std::pair<Done, Path>> interrupted;
+  const auto take = [&](Done& done, const Path& staged) {
+    if (done) interrupted.emplace_back(std::exchange(done, nullptr), staged);
+  };
   bool isInFlight = false;
+  const auto [begin, end] = capturing_.equal_range(asker);
   for (auto found = begin; found != end; ++found) {
-    found->second.isCalledOff = true;
-    isInFlight |= found->second.hasBegun;
+    Capturing& capturing = *found->second;
+    capturing.isCalledOff = true;
+    isInFlight |= capturing.hasBegun;
+    if (!capturing.staged.empty() && !services_.library->isReady()) {
+      take(capturing.done, capturing.staged);
+    }
   }
-  // May end the capture here, and with it its place among the others.
+  const auto [first, last] = waiting_.equal_range(asker);
+  for (auto found = first; found != last; ++found) take(*found->second, {});
+  // Answers, here and below, may end commands and with them their places among the others.
+  for (auto& [done, staged] : interrupted) {
+    done(interruptedReply(services_.library->awaitedHolder(), staged));
+  }
   if (isInFlight) services_.coordinator->cancelCapture();
-  services_.library->stop(asker);
+  services_.libraryCommands->stop(asker);
 }
 
-void CommandRunner::capture(const command::Capture& what, bool json, const std::string& asker,
+void CommandRunner::capture(const command::Capture& what, bool json, const CommandAsker& asker,
                             Done done) {
-  const auto place = capturing_.emplace(asker, Capturing{});
+  const auto capturing = std::make_shared<Capturing>(Capturing{.done = std::move(done)});
+  const auto place = capturing_.emplace(asker.name, capturing);
   services_.coordinator->capture(
       what.what,
-      [this, place, json, output = what.output,
-       done = std::move(done)](const CaptureReply& reply) mutable {
+      [this, place, capturing, json, output = what.output](const CaptureReply& reply) mutable {
         capturing_.erase(place);
+        Done answered = std::exchange(capturing->done, nullptr);
+        if (!answered) return;
         const auto* const outcome = std::get_if<CaptureOutcome>(&reply);
         const auto* const saved =
             outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
         CommandReply answer = replyTo(reply, json);
-        if (saved == nullptr || !output) return done(std::move(answer));
-        handOut(saved->entry, *output, json, std::move(answer), std::move(done));
+        if (saved == nullptr || !output) return answered(std::move(answer));
+        handOut(saved->entry, *output, json, std::move(answer), std::move(answered));
       },
-      [place] { return place->second.hasBegun = !place->second.isCalledOff; });
+      [capturing] { return capturing->hasBegun = !capturing->isCalledOff; },
+      [this, capturing, asker](const Path& staged) {
+        capturing->staged = staged;
+        if (capturing->isCalledOff) return callOff(asker.name);
+        announceWait(asker.show, Waiting(capturing, &capturing->done), staged);
+      });
 }
 
 /// Gives a capture that is in the library to the file or the pipe as well.

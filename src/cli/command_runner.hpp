@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app/app_coordinator.hpp"
@@ -14,6 +15,7 @@
 #include "base/alive.hpp"
 #include "cli/command_line.hpp"
 #include "cli/library_command.hpp"
+#include "library/library.hpp"
 #include "platform/autostart.hpp"
 
 namespace vantorel {
@@ -27,12 +29,16 @@ class CommandRunner {
     CaptureRewriter* rewriter = nullptr;
     CaptureAnnotator* annotator = nullptr;
     SettingsStore* settings = nullptr;
-    LibraryCommands* library = nullptr;
+    Library* library = nullptr;
+    LibraryCommands* libraryCommands = nullptr;
     LibraryMove* move = nullptr;
     CaptureExport* exporting = nullptr;
     Autostart* autostart = nullptr;
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
+
+    /// The process of a program in the tray that no session bus leads to, if there is one.
+    std::function<std::optional<long>()> unreachableTray;
   };
 
   explicit CommandRunner(Services services) : services_(std::move(services)) {}
@@ -43,20 +49,30 @@ class CommandRunner {
   void run(const CommandLine& line, Done done, const CommandAsker& asker = {});
 
   /// The one who asked does not want it any more, or went away: its capture that waits for the user
-  /// is called off, long work that changes nothing ends, and a move after its batch. It is answered
-  /// all the same. Other work is done to its end, and what others asked for goes on.
+  /// is called off, what waits for the library does not begin, long work that changes nothing ends,
+  /// and a move after its batch. It is answered all the same. Other work is done to its end, and
+  /// what others asked for goes on.
   void callOff(const std::string& asker);
 
  private:
   /// A capture under way.
   struct Capturing {
+    Done done;              // empty once it is answered
     bool hasBegun = false;  // the one that the coordinator has in flight
     bool isCalledOff = false;
+    Path staged{};  // where its picture is safe until it is filed
   };
+
+  /// What answers a command that waits for the library; empty once it is answered.
+  using Waiting = std::shared_ptr<Done>;
 
   void changeSettings(const command::Settings& what, bool json, Done done);
   [[nodiscard]] Done withKeys(const command::Settings& what, Done done);
-  void capture(const command::Capture& what, bool json, const std::string& asker, Done done);
+  void whenLibraryReady(const CommandAsker& asker, Done done,
+                        std::move_only_function<void(Done)> go);
+  void announceWait(const ShowProgress& show, Waiting waiting, const Path& staged);
+  void withLibrary(const CommandLine& line, Done done, const CommandAsker& asker);
+  void capture(const command::Capture& what, bool json, const CommandAsker& asker, Done done);
   void handOut(const EntryPointer& entry, const command::Capture::Output& output, bool json,
                CommandReply answer, Done done);
   void switchAutostart(const command::Autostart& what, Done done);
@@ -67,7 +83,8 @@ class CommandRunner {
   void render(const command::Render& what, Done done);
 
   Services services_;
-  std::multimap<std::string, Capturing> capturing_;  // by asker
+  std::multimap<std::string, std::shared_ptr<Capturing>> capturing_;  // by asker
+  std::multimap<std::string, Waiting> waiting_;                       // by asker
   Alive alive_;
 };
 

@@ -8,7 +8,9 @@
 #include "base/json_record.hpp"
 #include "base/random_id.hpp"
 #include "base/time_text.hpp"
+#include "capture/bounded_run.hpp"
 #include "library/entry_filter.hpp"
+#include "library/file_reach.hpp"
 #include "library/gone_entries.hpp"
 #include "library/look_adoption.hpp"
 #include "library/silent_folders.hpp"
@@ -18,6 +20,9 @@ namespace vantorel {
 namespace {
 
 using Verb = command::Library::Verb;
+
+/// A disk that takes longer to say whether it has a file does not answer.
+constexpr std::chrono::seconds lookBound{5};
 
 CommandReply refused(std::string reason) {
   if (!reason.empty() && reason.front() >= 'a' && reason.front() <= 'z') {
@@ -53,7 +58,20 @@ std::string captures(std::size_t count) {
   return fmt::format("{} {}", count, count == 1 ? "capture" : "captures");
 }
 
-std::string details(const ScreenshotEntry& entry, const HistoryStore& store, bool isOutOfReach) {
+/// What is wrong with a capture's file; empty when it is there.
+std::string_view remarkOn(FileReach reach) {
+  switch (reach) {
+    case FileReach::there: return "";
+    case FileReach::fileGone:
+    case FileReach::folderGone: return "gone";
+    case FileReach::folderUnreachable: return "out of reach now: its disk is not connected";
+    case FileReach::folderDenied: return "in a folder that may not be opened";
+    case FileReach::unknown: return "on a disk that doesn't answer";
+  }
+  std::unreachable();
+}
+
+std::string details(const ScreenshotEntry& entry, const HistoryStore& store, FileReach reach) {
   std::string text;
   const auto row = [&](std::string_view name, const std::string& value) {
     if (!value.empty()) text += fmt::format("{}: {}\n", name, inOneCell(value));
@@ -61,7 +79,7 @@ std::string details(const ScreenshotEntry& entry, const HistoryStore& store, boo
   row("id", entry.id);
   row("title", entry.title.value_or(""));
   row("path", entry.path);
-  if (isOutOfReach) row("file", "out of reach now");
+  row("file", std::string(remarkOn(reach)));
   row("original", entry.originalPath.value_or(""));
   row("captured", tableTime(entry.capturedAt));
   if (entry.editedAt) row("edited", tableTime(*entry.editedAt));
@@ -205,7 +223,7 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
   switch (what.verb) {
     case Verb::list: return list(what, json, std::move(done));
     case Verb::show:
-    case Verb::path: return show(*entries, what.verb == Verb::path, json, std::move(done));
+    case Verb::path: return lookAt(what, *entries, json, std::move(done));
     case Verb::star:
     case Verb::unstar:
       return change(
@@ -237,32 +255,6 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
                                    running->show, std::move(done));
   }
   std::unreachable();
-}
-
-void LibraryCommands::show(const EntryList& entries, bool onlyPath, bool json, CommandDone done) {
-  std::vector<std::string> ids;
-  for (const EntryPointer& entry : entries) ids.push_back(entry->id);
-  services_.library->findFiles(
-      ids, Library::Claimed::no, *services_.work,
-      [this, ids, onlyPath, json,
-       done = std::move(done)](const std::set<std::string>& unsettled) mutable {
-        const HistoryStore& store = services_.library->store();
-        CommandReply reply;
-        for (const std::string& id : ids) {
-          const EntryPointer entry = store.find(id);
-          if (!entry) continue;
-          if (onlyPath && unsettled.contains(id)) return done(failedReply(unsettledSentence));
-          if (!reply.output.empty() && !json && !onlyPath) reply.output += "\n";
-          reply.output +=
-              json       ? line(*entry, true)
-              : onlyPath ? entry->path + "\n"
-                         : details(*entry, store,
-                                   services_.isOutOfReach && services_.isOutOfReach(entry->id));
-          if (!onlyPath || !isRedacted(*entry)) continue;
-          reply.error += entry->path + ": nothing is covered in this file: use render.\n";
-        }
-        done(std::move(reply));
-      });
 }
 
 void LibraryCommands::list(const command::Library& what, bool json, CommandDone done) const {
@@ -301,6 +293,81 @@ void LibraryCommands::withLines(EntryList entries, bool json, CommandReply reply
         }
       },
       [writing] { writing->done(std::move(writing->reply)); });
+}
+
+/// `show` and `path`, once it is known which files are there and under which names.
+void LibraryCommands::lookAt(const command::Library& what, const EntryList& entries, bool json,
+                             CommandDone done) {
+  std::vector<std::string> ids;
+  for (const EntryPointer& entry : entries) ids.push_back(entry->id);
+  runBounded<Looked>(
+      services_.main, {lookBound, lookBound, {}},
+      [this, ids](std::move_only_function<void(Looked)> reply) {
+        services_.library->findFiles(
+            ids, Library::Claimed::no, *services_.work,
+            alive_.guard([this, ids, reply = std::move(reply)](
+                             const std::set<std::string>& unsettled) mutable {
+              reachAll({found(ids), {}, unsettled}, std::move(reply));
+            }));
+      },
+      alive_.guard([this, verb = what.verb, ids, json,
+                    done = std::move(done)](const std::optional<Looked>& answer) mutable {
+        const Looked looked = answer ? *answer : Looked{found(ids), {}, {}};
+        done(verb == Verb::path ? paths(looked, json) : details(looked, json));
+      }),
+      nullptr);
+}
+
+EntryList LibraryCommands::found(const std::vector<std::string>& ids) const {
+  EntryList entries;
+  for (const std::string& id : ids) {
+    if (EntryPointer entry = services_.library->store().find(id))
+      entries.push_back(std::move(entry));
+  }
+  return entries;
+}
+
+void LibraryCommands::reachAll(Looked looked, std::move_only_function<void(Looked)> done) {
+  services_.work->post([files = services_.files, main = services_.main, looked = std::move(looked),
+                        done = std::move(done)]() mutable {
+    for (const EntryPointer& entry : looked.entries) {
+      looked.reaches.push_back(reachOf(*files, *entry));
+    }
+    main->post([looked = std::move(looked), done = std::move(done)]() mutable {
+      done(std::move(looked));
+    });
+  });
+}
+
+CommandReply LibraryCommands::details(const Looked& looked, bool json) const {
+  CommandReply reply;
+  for (std::size_t i = 0; i < looked.entries.size(); ++i) {
+    const ScreenshotEntry& entry = *looked.entries[i];
+    if (json) {
+      reply.output += line(entry, true);
+    } else {
+      reply.output += (i > 0 ? "\n" : "") +
+                      vantorel::details(entry, services_.library->store(), looked.reachOf(i));
+    }
+  }
+  return reply;
+}
+
+CommandReply LibraryCommands::paths(const Looked& looked, bool json) {
+  CommandReply reply;
+  for (std::size_t i = 0; i < looked.entries.size(); ++i) {
+    const ScreenshotEntry& entry = *looked.entries[i];
+    if (looked.unsettled.contains(entry.id)) return failedReply(unsettledSentence);
+    reply.output += json ? line(entry, true) : entry.path + "\n";
+    if (const FileReach reach = looked.reachOf(i); reach != FileReach::there) {
+      reply.status = ExitStatus::failed;
+      reply.error += fmt::format("{}: the file is {}.\n", entry.path, remarkOn(reach));
+    }
+    if (isRedacted(entry)) {
+      reply.error += entry.path + ": nothing is covered in this file: use render.\n";
+    }
+  }
+  return reply;
 }
 
 void LibraryCommands::collections(bool json, CommandDone done) const {

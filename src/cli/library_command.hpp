@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "cli/command_reply.hpp"
 #include "cli/library_options.hpp"
 #include "cli/library_verify.hpp"
+#include "library/file_reach.hpp"
 #include "library/library.hpp"
 #include "library/library_check.hpp"
 #include "platform/clock.hpp"
@@ -30,9 +32,6 @@ class LibraryCommands {
     Library* library = nullptr;
     LibraryVerify* verify = nullptr;
     LibraryMove* move = nullptr;
-
-    /// Whether the entry's file is known to be out of reach now.
-    std::function<bool(const std::string& id)> isOutOfReach;
   };
 
   explicit LibraryCommands(Services services) : services_(std::move(services)) {}
@@ -56,13 +55,28 @@ class LibraryCommands {
   };
   using RunningPointer = std::shared_ptr<Running>;
 
+  /// What was found out of the files of entries.
+  struct Looked {
+    EntryList entries;
+    std::vector<FileReach> reaches;   ///< one for each; none when nobody answered in time
+    std::set<std::string> unsettled;  ///< ids of those whose paths are not to be trusted
+
+    [[nodiscard]] FileReach reachOf(std::size_t place) const {
+      return place < reaches.size() ? reaches[place] : FileReach::unknown;
+    }
+  };
+
   /// Answers with a line for each entry.
   void withLines(EntryList entries, bool json, CommandReply reply, CommandDone done) const;
   void runNow(const command::Library& what, bool json, const RunningPointer& running,
               CommandDone done);
-  void show(const EntryList& entries, bool onlyPath, bool json, CommandDone done);
   void list(const command::Library& what, bool json, CommandDone done) const;
   void collections(bool json, CommandDone done) const;
+  void lookAt(const command::Library& what, const EntryList& entries, bool json, CommandDone done);
+  [[nodiscard]] EntryList found(const std::vector<std::string>& ids) const;
+  void reachAll(Looked looked, std::move_only_function<void(Looked)> done);
+  [[nodiscard]] CommandReply details(const Looked& looked, bool json) const;
+  [[nodiscard]] static CommandReply paths(const Looked& looked, bool json);
   void change(const EntryList& entries, bool json, const Change& change, CommandDone done);
   void collect(const command::Library& what, const EntryList& entries, bool json, CommandDone done);
   void trash(const EntryList& entries, bool json, CommandDone done);

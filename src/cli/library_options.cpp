@@ -73,7 +73,10 @@ LibraryOptions::LibraryOptions(CLI::App& app)
     verb(of, words)->add_option("ids", given_.ids, idWords)->type_name(kinds::capture)->required();
   };
   withIDs(Verb::show, "Show all about captures");
-  withIDs(Verb::path, "Print the paths of captures' files, which hold no annotations: see render");
+  withIDs(
+      Verb::path,
+      "Print the paths of captures' files, which hold no annotations: see render; fails when one "
+      "is not there");
   withIDs(Verb::star, "Star captures: they never go by age");
   withIDs(Verb::unstar, "Take the star away");
   CLI::App* const title = verb(Verb::title, "Give a capture a title");
@@ -95,7 +98,9 @@ LibraryOptions::LibraryOptions(CLI::App& app)
   withIDs(Verb::forget, "Remove captures from History; their files stay where they are");
   verb(Verb::prune, "Remove captures from History whose files are gone");
   verb(Verb::collections, "List the collections");
-  verb(Verb::verify, "Look for what does not fit together; changes nothing without --repair")
+  verb(Verb::verify,
+       "Look for what does not fit together, and fail if anything is; changes nothing without "
+       "--repair")
       ->add_flag("--repair", given_.repairs,
                  "file captures without an entry, forget entries without a file, move originals "
                  "nobody needs to the Trash, remove temporaries");

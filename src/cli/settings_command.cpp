@@ -107,7 +107,9 @@ void runSettingsCommand(const command::Settings& what, bool json, SettingsStore&
   }
   const Setting* const named = findSetting(what.key);
   if (named != nullptr && !named->isOffered) {
-    done(failedReply(fmt::format("The setting {} does nothing in this version", what.key)));
+    done(failedReply(named->group == SettingGroup::state
+                         ? what.key + " is no setting: the program remembers it by itself"
+                         : "The setting " + what.key + " does nothing in this version"));
     return;
   }
   if (what.verb == Verb::get) {

@@ -52,6 +52,7 @@ HistoryRetention::HistoryRetention(Services services)
 
 void HistoryRetention::setPolicy(RetentionPolicy policy) {
   policy_ = policy;
+  isPolicyKnown_ = true;
   isAsking_ = false;
   isRefused_ = false;
   sweep();
@@ -77,6 +78,7 @@ void HistoryRetention::readAgreement() {
 
 void HistoryRetention::sweep() {
   timer_.renew();
+  if (!isPolicyKnown_) return;
   if (policy_ != RetentionPolicy::off) {
     services_.main->postAfter(sweepInterval, timer_.guard([this] { sweep(); }));
   }

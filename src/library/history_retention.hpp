@@ -75,6 +75,7 @@ class HistoryRetention {
 
   Services services_;
   RetentionPolicy policy_ = RetentionPolicy::off;
+  bool isPolicyKnown_ = false;
   std::optional<RetentionAgreement> agreement_;  // once it was read
   bool isReading_ = false;
   bool isAsking_ = false;

@@ -41,7 +41,7 @@ void HistoryStore::load(std::move_only_function<void()> done) {
   VT_CHECK(!isLoaded() || loadOutcome_ == IndexLoad::inUse);
   // Who has waited in vain looks again without making anybody wait.
   const bool mayWait = !isLoaded();
-  loadWithLock({services_.clock.monotonic(), mayWait, false}, std::move(done));
+  loadWithLock({services_.clock.monotonic(), mayWait}, std::move(done));
 }
 
 void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> done) {
@@ -53,12 +53,14 @@ void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> d
       [storage = storage_, main = services_.main,
        reply = alive_.guard([this, wait, done = std::move(done)](Attempt& attempt) mutable {
          const auto waited = services_.clock.monotonic() - wait.since;
+         awaitedHolder_.reset();
          if (!attempt.busyWith) {
            finishLoading(std::move(attempt.loaded), {});
-         } else if (wait.mayWait && waited < longestLockWait) {
-           return lookAgain(wait, waited, *attempt.busyWith, std::move(done));
+         } else if (wait.mayWait && mayWait_ && waited < longestLockWait) {
+           awaitedHolder_ = std::move(attempt.busyWith);
+           if (onHeld) onHeld();
+           return lookAgain(wait, waited, std::move(done));
          } else if (!isLoaded()) {
-           logError("History", "{} has the library", *attempt.busyWith);
            return loadToLook(*std::move(attempt.busyWith), std::move(done));
          }
          done();
@@ -81,10 +83,7 @@ void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> d
 
 // Who has waited longest looks most often, and so comes first.
 void HistoryStore::lookAgain(LockWait wait, std::chrono::nanoseconds waited,
-                             const std::string& holder, std::move_only_function<void()> done) {
-  if (waited > std::chrono::seconds(2) && !std::exchange(wait.isTold, true)) {
-    logWarning("History", "waiting for {}, which has the library", holder);
-  }
+                             std::move_only_function<void()> done) {
   const auto pause = std::max<std::chrono::nanoseconds>(firstLockPause - waited / 100,
                                                         std::chrono::milliseconds(4));
   services_.main->postAfter(pause, alive_.guard([this, wait, done = std::move(done)]() mutable {

@@ -73,6 +73,16 @@ class HistoryStore {
   /// in vain. Once, but again after `IndexLoad::inUse`, and then without waiting.
   void load(std::move_only_function<void()> done);
 
+  /// Who has the library that `load` waits for, "process 1234 (vantorel)"; nothing while it does
+  /// not wait.
+  [[nodiscard]] const std::optional<std::string>& awaitedHolder() const { return awaitedHolder_; }
+
+  /// Told at each look that `load` takes in vain while it waits.
+  std::function<void()> onHeld;
+
+  /// `load` waits no longer: another process's library is read, and not written.
+  void stopWaiting() { mayWait_ = false; }
+
   [[nodiscard]] bool isLoaded() const { return loadOutcome_.has_value(); }
 
   /// What loading came to; nothing before.
@@ -193,10 +203,9 @@ class HistoryStore {
   struct LockWait {
     std::chrono::nanoseconds since;
     bool mayWait = true;
-    bool isTold = false;
   };
   void loadWithLock(LockWait wait, std::move_only_function<void()> done);
-  void lookAgain(LockWait wait, std::chrono::nanoseconds waited, const std::string& holder,
+  void lookAgain(LockWait wait, std::chrono::nanoseconds waited,
                  std::move_only_function<void()> done);
   void loadToLook(std::string holder, std::move_only_function<void()> done);
   void finishLoading(IndexStorage::Loaded loaded, std::string holder);
@@ -210,6 +219,8 @@ class HistoryStore {
   std::shared_ptr<IndexStorage> storage_;
   IndexWriter writer_;
   std::optional<IndexLoad> loadOutcome_;
+  std::optional<std::string> awaitedHolder_;
+  bool mayWait_ = true;
   EntryList entries_;
   std::vector<HistoryCollection> collections_;
   EntryCaches caches_;

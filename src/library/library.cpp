@@ -41,6 +41,9 @@ Library::Library(Services services, LibraryPaths paths)
 
 void Library::open() {
   if (std::exchange(isOpening_, true)) return;
+  store_.onHeld = [this] {
+    for (auto& go : std::exchange(waitingTillHeld_, {})) go();
+  };
   load();
 }
 
@@ -70,6 +73,12 @@ void Library::becomeReady() {
   const bool isLate = std::exchange(isReady_, true) && !store_.indexRefusal();
   if (isLate && onLateOpening) onLateOpening();
   for (auto& go : std::exchange(waiting_, {})) go();
+  for (auto& go : std::exchange(waitingTillHeld_, {})) go();
+}
+
+void Library::whenReadyOrHeld(std::move_only_function<void()> go) {
+  if (isReady_ || awaitedHolder()) return go();
+  waitingTillHeld_.push_back(std::move(go));
 }
 
 void Library::findFiles(const std::vector<std::string>& ids, Claimed claimed, TaskRunner& work,

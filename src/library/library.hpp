@@ -61,6 +61,17 @@ class Library {
   void findFiles(const std::vector<std::string>& ids, Claimed claimed, TaskRunner& work,
                  FilesFound then);
 
+  /// Calls `go` when the library is ready, or when another process turns out to have it.
+  void whenReadyOrHeld(std::move_only_function<void()> go);
+
+  /// Who has the library while it is waited for, "process 1234 (vantorel)".
+  [[nodiscard]] const std::optional<std::string>& awaitedHolder() const {
+    return store_.awaitedHolder();
+  }
+
+  /// Ends the wait for another process, as if the minute were over.
+  void stopWaiting() { store_.stopWaiting(); }
+
   /// Told when the library has come after everybody had given it up.
   std::function<void()> onLateOpening;
 
@@ -90,6 +101,7 @@ class Library {
   bool isOpening_ = false;
   bool isReady_ = false;
   std::vector<std::move_only_function<void()>> waiting_;
+  std::vector<std::move_only_function<void()>> waitingTillHeld_;
   Alive alive_;
 };
 

@@ -10,8 +10,8 @@ namespace vantorel {
 
 struct EndingSignals::State {
   std::mutex mutex;
-  std::function<void()> cancel;  // while another process may work
-  std::function<void()> asked;   // while this one does
+  std::function<void()> cancel;    // while another process may work
+  std::function<void(int)> asked;  // while this one does
   int count = 0;
 
   void came(int signal) {
@@ -19,7 +19,7 @@ struct EndingSignals::State {
     ++count;
     const int most = asked ? 2 : cancel && signal == SIGINT ? 1 : 0;
     if (count > most) std::_Exit(128 + signal);
-    asked ? asked() : cancel();
+    asked ? asked(signal) : cancel();
   }
 };
 
@@ -45,10 +45,10 @@ EndingSignals::~EndingSignals() {
   state_->asked = nullptr;
 }
 
-void EndingSignals::work(std::function<void()> asked) {
+void EndingSignals::work(std::function<void(int)> asked) {
   const std::lock_guard lock(state_->mutex);
   state_->asked = std::move(asked);
-  if (state_->count > 0) state_->asked();
+  if (state_->count > 0) state_->asked(SIGINT);
 }
 
 }  // namespace vantorel

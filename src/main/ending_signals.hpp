@@ -20,9 +20,9 @@ class EndingSignals {
   /// Any signal ends the process at once.
   ~EndingSignals();
 
-  /// From now on this process works: each signal calls `asked`, also the Ctrl-C that came before.
-  /// The third one ends the process at once.
-  void work(std::function<void()> asked);
+  /// From now on this process works: each signal calls `asked` with its number, also the Ctrl-C
+  /// that came before. The third one ends the process at once.
+  void work(std::function<void(int signal)> asked);
 
  private:
   struct State;

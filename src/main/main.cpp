@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -13,10 +14,12 @@
 #include "main/ending_signals.hpp"
 #include "main/program.hpp"
 #include "main/terminal_surfaces.hpp"
+#include "main/tray_lock.hpp"
 #include "main/ui_module.hpp"
 #include "platform/linux/command_bus.hpp"
 #include "platform/linux/desktop_session.hpp"
 #include "platform/linux/loop_runner.hpp"
+#include "platform/linux/user_folders.hpp"
 
 namespace vantorel {
 namespace {
@@ -104,9 +107,6 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
 int runOnce(const CommandLine& line, const std::optional<Path>& root, CommandBus& bus,
             EndingSignals& signals, const std::shared_ptr<TaskRunner>& main, DesktopUi* ui,
             const std::function<void()>& runLoop, std::function<void()> quitLoop) {
-  if (std::holds_alternative<command::Quit>(line.command)) {
-    return print({0, {}, "Vantorel isn't running.\n"});
-  }
   Program program(root, main, ui, [] {});
   serve(bus, main, program, false);
   leaveWithoutTearingDown();
@@ -118,9 +118,15 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root, CommandBus
                 program.finish([&] { bus.end(quitLoop); });
               },
               {{}, [&](const CommandProgress& at) { progress.show(at.done, at.total, at.words); }});
-  signals.work([&] { main->post([&program] { program.callOff(); }); });
+  std::atomic<int> endedBy = 0;
+  signals.work([&](int signal) {
+    int none = 0;
+    endedBy.compare_exchange_strong(none, signal);
+    main->post([&program] { program.callOff(); });
+  });
   runLoop();
   progress.end();
+  if (own.status == static_cast<int>(ExitStatus::interrupted)) own.status = 128 + endedBy;
   const int status = print(own);
   program.handOverClipboard();
   leave(status);
@@ -142,7 +148,7 @@ constexpr std::chrono::seconds endBound{5};
   serve(bus, ui.mainRunner(), program, true);
   leaveWithoutTearingDown();
   program.startResident();
-  signals.work([&] { ui.mainRunner()->post([&program] { program.quit(); }); });
+  signals.work([&](int) { ui.mainRunner()->post([&program] { program.quit(); }); });
   const int status = ui.run();
   program.handOverClipboard();
   leave(status);
@@ -180,13 +186,28 @@ int run(int argc, char** argv) {
     return print(started.reply);
   }
 
+  const LibraryPaths library{(root ? UserFolders::below(*root) : UserFolders::ofThisUser()).data,
+                             {}};
+  if (std::holds_alternative<command::Quit>(line.command)) {
+    signals.reset();
+    return print(quitTray(library));
+  }
+  const bool isResident = std::holds_alternative<command::Run>(line.command);
+  const bool isAlone = started.role == CommandBus::Role::alone;
+  TrayLock tray(library);
+  // One that has given up its name on the bus may still have something to save.
+  if (isResident && !tray.take(isAlone ? std::chrono::seconds(1) : endBound + endBound)) {
+    const auto other = trayProcess(library);
+    if (isAlone && other) return print(toBus(failedReply(unreachableTraySentence(*other))));
+  }
+
   if (line.needsWindows()) {
     auto loaded = loadDesktopUi();
     if (!loaded) {
       return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
     }
     DesktopUi& ui = **loaded;
-    if (std::holds_alternative<command::Run>(line.command)) live(root, bus, *signals, ui);
+    if (isResident) live(root, bus, *signals, ui);
     return runOnce(
         line, root, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); }, [&] { ui.quit(0); });
   }

@@ -15,6 +15,7 @@
 #include "main/detached_clipboard.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
+#include "main/tray_lock.hpp"
 #include "platform/linux/autostart_entry.hpp"
 #include "platform/linux/bounded_files.hpp"
 #include "platform/linux/command_bus.hpp"
@@ -224,17 +225,14 @@ struct Program::Parts {
               coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
             },
         .isWholePicture = isWholePicture});
-    libraryCommands = std::make_unique<LibraryCommands>(LibraryCommands::Services{
-        .main = main,
-        .work = disks.queue("com.hollen.Vantorel.library"),
-        .files = files,
-        .clock = clock,
-        .library = &library,
-        .verify = libraryVerify.get(),
-        .move = libraryMove.get(),
-        .isOutOfReach = [this](const std::string& id) {
-          return following && following->reachability.outOfReachIDs().contains(id);
-        }});
+    libraryCommands = std::make_unique<LibraryCommands>(
+        LibraryCommands::Services{.main = main,
+                                  .work = disks.queue("com.hollen.Vantorel.library"),
+                                  .files = files,
+                                  .clock = clock,
+                                  .library = &library,
+                                  .verify = libraryVerify.get(),
+                                  .move = libraryMove.get()});
     exporting = std::make_unique<CaptureExport>(
         CaptureExport::Services{.main = main,
                                 .work = disks.queue("com.hollen.Vantorel.exports"),
@@ -247,18 +245,22 @@ struct Program::Parts {
         logWarning("Settings", "starting with the session: {}", off.error().reason);
       }
     };
-    commands =
-        std::make_unique<CommandRunner>(CommandRunner::Services{.main = main,
-                                                                .coordinator = coordinator.get(),
-                                                                .rewriter = rewriter.get(),
-                                                                .annotator = annotator.get(),
-                                                                .settings = &settings,
-                                                                .library = libraryCommands.get(),
-                                                                .move = libraryMove.get(),
-                                                                .exporting = exporting.get(),
-                                                                .autostart = &autostart,
-                                                                .screen = desktop.screen.get(),
-                                                                .windows = desktop.windows.get()});
+    commands = std::make_unique<CommandRunner>(
+        CommandRunner::Services{.main = main,
+                                .coordinator = coordinator.get(),
+                                .rewriter = rewriter.get(),
+                                .annotator = annotator.get(),
+                                .settings = &settings,
+                                .library = &library,
+                                .libraryCommands = libraryCommands.get(),
+                                .move = libraryMove.get(),
+                                .exporting = exporting.get(),
+                                .autostart = &autostart,
+                                .screen = desktop.screen.get(),
+                                .windows = desktop.windows.get(),
+                                .unreachableTray = [this] {
+                                  return isResident ? std::nullopt : trayProcess(library.paths());
+                                }});
   }
 
   // Tasks use what is below the queues.
@@ -352,7 +354,10 @@ struct Program::Parts {
         library.disk().fileChanged(path);
         following->pictures.fileChanged(path);
       };
-      if (library.store().indexRefusal()) return;
+      if (const auto refusal = library.store().indexRefusal()) {
+        logError("History", "{}", *refusal);
+        return;
+      }
       disks.queue("com.hollen.Vantorel.library")
           ->post([kept = files, paths = library.paths(), time = clock] {
             tidyParkedIndexes(*kept, paths, time->now());
@@ -446,6 +451,7 @@ void Program::callOff(const std::string& asker) { parts_->commands->callOff(aske
 void Program::recover(std::function<void()> done) {
   Parts& parts = *parts_;
   parts.library.whenReady([&parts, done = std::move(done)] {
+    if (parts.library.store().loadOutcome() == IndexLoad::inUse) return done();
     parts.coordinator->recoverStagedCaptures([done](int) { done(); });
   });
 }
@@ -459,9 +465,13 @@ void Program::finish(std::function<void()> done) {
       parts_->library.deletion().settle([this, done] { parts_->whenShown(done); });
     });
   };
-  if (parts_->filesStagedAtEnd) return recover(std::move(end));
-  if (!parts_->library.isOpening()) return end();
-  parts_->library.whenReady(std::move(end));
+  Library& library = parts_->library;
+  if (!library.isOpening()) return end();
+  // Nothing is begun in a library that another process has: what is staged is left to the next run.
+  library.whenReadyOrHeld([this, &library, end = std::move(end)]() mutable {
+    if (!library.isReady() || !parts_->filesStagedAtEnd) return end();
+    recover(std::move(end));
+  });
 }
 
 void Program::handOverClipboard() { parts_->desktop.clipboard->handOver(); }

@@ -2,19 +2,28 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/inotify.h>
 #include <sys/mount.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "library/history_index_file.hpp"
+#include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/linux_image_codec.hpp"
+#include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
 
 namespace vantorel {
@@ -57,6 +66,49 @@ class MountedFolder {
   bool isMounted_ = false;
 };
 
+/// Hears what happens to the files of some folders, and waits for it.
+class FileWatch {
+ public:
+  explicit FileWatch(const std::vector<std::filesystem::path>& folders)
+      : events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+    for (const auto& folder : folders) {
+      EXPECT_NE(::inotify_add_watch(events_.number(), folder.c_str(),
+                                    IN_ALL_EVENTS & ~(IN_ACCESS | IN_OPEN | IN_CLOSE_NOWRITE)),
+                -1)
+          << folder << ": " << std::strerror(errno);
+    }
+  }
+
+  /// Asks `condition` now and after each change; false when it does not come to hold.
+  [[nodiscard]] bool waitUntil(const std::function<bool()>& condition) {
+    while (!condition()) {
+      if (next(-1) == 0) return condition();
+    }
+    return true;
+  }
+
+  /// Waits for changes, or for the end of `process`, and answers how many there were; none at its
+  /// end, or when nothing happens for twenty seconds.
+  [[nodiscard]] std::size_t next(pid_t process) {
+    const FileDescriptor handle(
+        process < 0 ? -1 : static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+    std::array<pollfd, 2> waited{{{events_.number(), POLLIN, 0}, {handle.number(), POLLIN, 0}}};
+    if (::poll(waited.data(), waited.size(), 20'000) <= 0) return 0;
+    alignas(inotify_event) std::array<char, 4096> bytes{};
+    const auto length = ::read(events_.number(), bytes.data(), bytes.size());
+    std::size_t count = 0;
+    for (std::ptrdiff_t at = 0; at < length; ++count) {
+      const auto* const event =
+          reinterpret_cast<const inotify_event*>(&bytes[static_cast<std::size_t>(at)]);
+      at += static_cast<std::ptrdiff_t>(sizeof(inotify_event) + event->len);
+    }
+    return count;
+  }
+
+ private:
+  FileDescriptor events_;
+};
+
 /// The built program on a private desktop, with a library of its own.
 class Vantorel {
  public:
@@ -74,6 +126,17 @@ class Vantorel {
 
   [[nodiscard]] ChildOutcome run(std::vector<std::string> arguments) const {
     return start(std::move(arguments)).wait();
+  }
+
+  /// Starts the program in the tray and waits until it runs the commands of others.
+  [[nodiscard]] ChildProcess startTray(TestClient& client) const {
+    ChildProcess tray = start({});
+    while (!client.isOwned("CLIPBOARD")) {
+      EXPECT_EQ(run({"capture", "display"}).status, 0);
+      EXPECT_TRUE(tray.isRunning()) << tray.errorText();
+      if (testing::Test::HasFailure()) break;
+    }
+    return tray;
   }
 
   [[nodiscard]] std::filesystem::path root() const { return desktop_.folder() / "library"; }

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "base/log.hpp"
 
@@ -33,8 +34,12 @@ void TerminalAlerts::notify(std::string title, std::string body) {
 }
 
 void TerminalProgress::show(std::uint64_t done, std::uint64_t total, std::string_view words) {
-  if (isatty(STDERR_FILENO) == 0) return;
   const std::lock_guard lock(mutex_);
+  if (total == 0) {
+    fmt::print(stderr, "{}{}\n", std::exchange(isInLine_, false) ? "\n" : "", words);
+    return;
+  }
+  if (isatty(STDERR_FILENO) == 0) return;
   isInLine_ = done != total;
   const std::string line =
       fmt::format("\r{} of {} {}{}", done, total, words, isInLine_ ? "" : "\n");

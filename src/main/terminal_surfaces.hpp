@@ -33,7 +33,8 @@ class TerminalAlerts final : public Alerts {
 };
 
 /// Shows how far a command has come, in one line of standard error; nothing when that is no
-/// terminal. Any thread.
+/// terminal. What it waits for, with a `total` of zero, is a line of its own in any case. Any
+/// thread.
 class TerminalProgress {
  public:
   void show(std::uint64_t done, std::uint64_t total, std::string_view words);

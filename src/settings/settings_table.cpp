@@ -398,8 +398,9 @@ void addHotKeys(Table& table) {
 
 void addCapture(Table& table) {
   using enum Table::Rule;
-  table.group = SettingGroup::capture;
+  table.group = SettingGroup::state;
   table.rememberedRegion(VT_SETTING(rememberedRegion));
+  table.group = SettingGroup::capture;
   table.numbered(VT_SETTING(captureDelaySeconds), CaptureDelay::none, delayOfSeconds, secondsOf);
   // A timer of no length is none.
   table.numbered(VT_SETTING(timedCaptureLastDelaySeconds), CaptureDelay::five, delayOfSeconds,
@@ -519,8 +520,8 @@ void addAgentAndState(Table& table) {
 
 #undef VT_SETTING
 
-/// What has an effect today. The others belong to parts that are not built yet: they are kept, but
-/// nobody is offered them.
+/// What a person can set to an effect today. The others belong to parts that are not built yet, or
+/// are what the program remembers: they are kept, but nobody is offered them.
 constexpr auto offered = std::to_array<std::string_view>({
     "captureHotKey",
     "windowHotKey",
@@ -528,7 +529,6 @@ constexpr auto offered = std::to_array<std::string_view>({
     "timedCaptureHotKey",
     "previousAreaHotKey",
     "copyRecentHotKey",
-    "rememberedRegion",
     "captureDelaySeconds",
     "timedCaptureLastDelaySeconds",
     "copyToClipboardAfterCapture",

@@ -17,7 +17,8 @@ class BusWorker;
 class CommandBusAsker;
 class CommandBusOwner;
 
-/// How far long work has come: so many of so many `words`, which are UTF-8.
+/// How far long work has come: so many of so many `words`, which are UTF-8. With a `total` of zero
+/// `words` is a sentence, of what the command waits for.
 struct BusProgress {
   std::uint64_t done = 0;
   std::uint64_t total = 0;

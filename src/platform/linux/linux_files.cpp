@@ -251,12 +251,17 @@ class LinuxFolderHandle final : public FolderHandle {
   FileDescriptor folder_;
 };
 
-/// Who has a lock: "process 1234 (vantorel)".
-std::string holderOf(const FileDescriptor& lock) {
+/// The process that has a lock; 0 when that cannot be told.
+long processWith(const FileDescriptor& lock) {
   std::array<char, 16> text{};
   const auto length = ::pread(lock.number(), text.data(), text.size() - 1, 0);
-  const long pid = length > 0 ? std::strtol(text.data(), nullptr, 10) : 0;
-  if (pid <= 0) return "another process";
+  return length > 0 ? std::max(std::strtol(text.data(), nullptr, 10), 0L) : 0;
+}
+
+/// Who has a lock: "process 1234 (vantorel)".
+std::string holderOf(const FileDescriptor& lock) {
+  const long pid = processWith(lock);
+  if (pid == 0) return "another process";
   std::string name;
   std::getline(std::ifstream("/proc/" + std::to_string(pid) + "/comm"), name);
   return "process " + std::to_string(pid) + (name.empty() ? "" : " (" + name + ")");
@@ -521,6 +526,17 @@ Result<std::unique_ptr<FileLock>> LinuxFiles::lock(const Path& path) {
   const std::string pid = std::to_string(::getpid());
   if (::ftruncate(file.number(), 0) == 0) (void)!::pwrite(file.number(), pid.data(), pid.size(), 0);
   return std::make_unique<LinuxFileLock>(std::move(file));
+}
+
+std::optional<long> lockHolder(const Path& path) {
+  const auto file = openFile(path, O_RDONLY | O_NOFOLLOW);
+  // Shared, so that whoever asks at the same time is not taken for a holder.
+  if (!file || uninterrupted([&] { return ::flock(file->number(), LOCK_SH | LOCK_NB); }) == 0 ||
+      errno != EWOULDBLOCK) {
+    return std::nullopt;
+  }
+  const long process = processWith(*file);
+  return process > 0 ? std::optional(process) : std::nullopt;
 }
 
 }  // namespace vantorel

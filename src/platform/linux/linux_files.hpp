@@ -39,4 +39,8 @@ class LinuxFiles final : public Files {
   Result<std::unique_ptr<FileLock>> lock(const Path& path) override;
 };
 
+/// The process that holds the lock of `Files::lock`; nothing when nobody does, or it can't be told.
+/// Takes no lock and makes no file.
+[[nodiscard]] std::optional<long> lockHolder(const Path& path);
+
 }  // namespace vantorel

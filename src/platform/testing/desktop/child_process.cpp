@@ -126,6 +126,19 @@ ChildOutcome ChildProcess::wait(std::chrono::milliseconds bound) {
   return {status_, wholeText(outFile_), wholeText(errFile_)};
 }
 
+void ChildProcess::waitForError(std::string_view text, std::chrono::milliseconds bound) {
+  const auto end = std::chrono::steady_clock::now() + bound;
+  while (true) {
+    const bool canSayMore = isRunning() && std::chrono::steady_clock::now() < end;
+    if (errorText().find(text) != std::string::npos) return;
+    if (!canSayMore) {
+      throw std::runtime_error(
+          fmt::format("\"{}\" did not say \"{}\"; it said: {}", name_, text, errorText()));
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
 std::string ChildProcess::errorText() const { return wholeText(errFile_); }
 
 }  // namespace vantorel

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantorel {
@@ -41,6 +42,11 @@ class ChildProcess {
 
   /// Waits for the end; throws when it does not come within `bound`.
   ChildOutcome wait(std::chrono::milliseconds bound = std::chrono::seconds(20));
+
+  /// Waits until it has written `text` to standard error; throws when it ends before, or when that
+  /// does not come within `bound`.
+  void waitForError(std::string_view text,
+                    std::chrono::milliseconds bound = std::chrono::seconds(20));
 
   /// What it has written to standard error so far.
   [[nodiscard]] std::string errorText() const;

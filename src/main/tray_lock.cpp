@@ -1,0 +1,74 @@
+#include "main/tray_lock.hpp"
+
+#include <fmt/format.h>
+#include <poll.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <thread>
+
+// Meant for C alone in the C library of Debian 12.
+extern "C" {
+#include <sys/pidfd.h>
+}
+
+#include "cli/command_reply.hpp"
+#include "platform/linux/file_descriptor.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Most quits take a moment; one that has much to save, or asks, goes on without us.
+constexpr std::chrono::milliseconds quitBound{10'000};
+
+BusReply failure(const std::string& sentence) {
+  return {static_cast<int>(ExitStatus::failed), {}, sentence + "\n"};
+}
+
+}  // namespace
+
+bool TrayLock::take(std::chrono::milliseconds bound) {
+  if (!files_.makeFolder(library_.data, Privacy::ownerOnly)) return true;
+  const auto until = std::chrono::steady_clock::now() + bound;
+  while (true) {
+    auto lock = files_.lock(library_.trayLock());
+    if (lock) lock_ = std::move(*lock);
+    if (lock || lock.error().kind != FailureKind::busy) return true;
+    if (std::chrono::steady_clock::now() >= until) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+}
+
+std::optional<long> trayProcess(const LibraryPaths& library) {
+  return lockHolder(library.trayLock());
+}
+
+BusReply quitTray(const LibraryPaths& library) {
+  const auto process = trayProcess(library);
+  if (!process) {
+    const auto user = lockHolder(library.lock());
+    return {0,
+            {},
+            user ? fmt::format("Vantorel isn't running in the tray; process {} has the library.\n",
+                               *user)
+                 : "Vantorel isn't running.\n"};
+  }
+  const FileDescriptor handle(::pidfd_open(static_cast<pid_t>(*process), 0));
+  int error = errno;
+  // From here on the number cannot go to another process; before, it could.
+  if (trayProcess(library) != process) return {};
+  const bool isTold =
+      handle.isOpen() && ::pidfd_send_signal(handle.number(), SIGTERM, nullptr, 0) == 0;
+  if (handle.isOpen()) error = errno;
+  if (!isTold) {
+    return failure(fmt::format("{} It couldn't be told to quit: {}.",
+                               unreachableTraySentence(*process), std::strerror(error)));
+  }
+  pollfd ended{.fd = handle.number(), .events = POLLIN, .revents = 0};
+  if (::poll(&ended, 1, static_cast<int>(quitBound.count())) == 1) return {};
+  return failure(fmt::format(
+      "Vantorel in the tray, process {}, was told to quit and is still at work.", *process));
+}
+
+}  // namespace vantorel
