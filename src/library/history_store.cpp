@@ -187,6 +187,10 @@ Result<void> HistoryStore::update(std::string_view id,
   ScreenshotEntry changed = *before;
   change(changed);
   VT_CHECK(changed.id == before->id);
+  // What is remembered of one file says nothing of another.
+  if (changed.path != before->path && changed.fileIdentity == before->fileIdentity) {
+    changed.fileIdentity.reset();
+  }
   if (changed == *before) return {};
   // What is remembered of one file says nothing of another.
   if (changed.path != before->path && changed.fileIdentity == before->fileIdentity) {
