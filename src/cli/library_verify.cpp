@@ -9,6 +9,7 @@
 #include <unordered_set>
 
 #include "base/json_writer.hpp"
+#include "base/log.hpp"
 #include "base/size_text.hpp"
 #include "library/entry_paths.hpp"
 #include "library/gone_entries.hpp"
@@ -150,7 +151,33 @@ CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
   };
 }
 
-void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
+void LibraryVerify::clearOriginals() {
+  services_.work->post(
+      [files = services_.files, main = services_.main, scope = scope(),
+       reply = alive_.guard([this](LibraryFindings& findings) {
+         dropSettled(findings);
+         auto claimed = claimOriginals(findings);
+         if (findings.originalsWithoutEntry.empty()) return;
+         services_.work->post([trash = services_.trash, main = services_.main,
+                               originals = std::move(findings.originalsWithoutEntry),
+                               release = alive_.guard([claimed = std::move(claimed)]() mutable {
+                                 claimed.clear();
+                               })]() mutable {
+           for (const Path& path : originals) {
+             if (const auto moved = trash->moveToTrash(path); !moved) {
+               logWarning("History", "{}: {}", path.string(), moved.error().reason);
+             }
+           }
+           main->post(std::move(release));
+         });
+       })]() mutable {
+        main->post([findings = checkOriginals(*files, scope), reply = std::move(reply)]() mutable {
+          reply(findings);
+        });
+      });
+}
+
+LibraryScope LibraryVerify::scope() const {
   const HistoryStore& store = services_.library->store();
   LibraryScope scope{.entries = store.entries(),
                      .unreadPaths = store.unreadPaths(),
@@ -168,24 +195,29 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
   }
   if (services_.library->relocation().isRunning())
     scope.journalsInUse.insert(store.paths().relocationJournal());
-  services_.work->post(
-      [files = services_.files, main = services_.main, scope = std::move(scope), goOn,
-       reply = alive_.guard(
-           [this, repairs, json, done = std::move(done)](LibraryFindings& findings) mutable {
-             if (findings.look.wasStopped) {
-               return done(nothingChanged());
-             }
-             dropSettled(findings);
-             auto claimed = claimOriginals(findings);
-             auto mending = std::make_shared<Mending>(std::move(findings), Mended(),
-                                                      std::move(claimed), json, std::move(done));
-             if (repairs) return mend(mending);
-             mending->claimed.clear();
-             finish(mending);
-           })]() mutable {
-        main->post([findings = checkLibrary(*files, scope, goOn),
-                    reply = std::move(reply)]() mutable { reply(findings); });
-      });
+  return scope;
+}
+
+void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
+  services_.work->post([files = services_.files, main = services_.main, scope = scope(), goOn,
+                        reply = alive_.guard([this, repairs, json, done = std::move(done)](
+                                                 LibraryFindings& findings) mutable {
+                          if (findings.look.wasStopped) {
+                            return done(nothingChanged());
+                          }
+                          dropSettled(findings);
+                          auto claimed = claimOriginals(findings);
+                          auto mending =
+                              std::make_shared<Mending>(std::move(findings), Mended(),
+                                                        std::move(claimed), json, std::move(done));
+                          if (repairs) return mend(mending);
+                          mending->claimed.clear();
+                          finish(mending);
+                        })]() mutable {
+    main->post([findings = checkLibrary(*files, scope, goOn), reply = std::move(reply)]() mutable {
+      reply(findings);
+    });
+  });
 }
 
 // How large the library is comes last: what is found comes before it, a line each.

@@ -44,11 +44,17 @@ class LibraryVerify {
   /// mended is mended even when it is to stop.
   void run(bool repairs, bool json, StopFlag stopped, ShowProgress show, CommandDone done);
 
+  /// Moves originals that no entry needs to the Trash, as a repair does. Those of a capture whose
+  /// file went stay while the program lives in the tray, for the file may come back; after that
+  /// they are nobody's.
+  void clearOriginals();
+
   /// What a look through the library is told to do after each capture: to show each hundredth, and
   /// to go on until `stopped`.
   [[nodiscard]] static CheckProgress goingOn(StopFlag stopped, ShowProgress show);
 
  private:
+  [[nodiscard]] LibraryScope scope() const;
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
   struct Mending;
   void mend(const std::shared_ptr<Mending>& mending);

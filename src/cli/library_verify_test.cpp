@@ -78,6 +78,8 @@ TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
   const CommandReply reply = verify(true);
   EXPECT_EQ(reply.status, ExitStatus::failed);
   EXPECT_THAT(reply.output, HasSubstr("original without entry\t/data/Originals/a.png\n"));
+  verifying.clearOriginals();
+  runners.run();
   EXPECT_EQ(files->text("/data/Originals/a.png"), "the only one");
 }
 
@@ -108,6 +110,25 @@ TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
   EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\tmended\n")));
   EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
   EXPECT_THAT(store.claims().fileChanges(), testing::ElementsAre("b"));
+}
+
+// As the program in the tray does at its start.
+TEST_F(LibraryVerifyTest, OriginalsThatNobodyNeedsGoToTheTrashAndNoOthers) {
+  for (const char* const id : {"away", "changing", "given", "gone"}) {
+    files->put(std::string("/data/Originals/") + id + ".png", id);
+  }
+  load(indexOf(R"({"id":"away","capturedAt":1,"path":"/unplugged/away.png",)"
+               R"("originalPath":"/data/Originals/away.png"},)"
+               R"({"id":"changing","capturedAt":1,"path":"/captures/changing.png"},)"
+               R"({"id":"given","capturedAt":1,"path":"/captures/given.png"})"));
+  const auto changing = library.claim("changing", EntryWork::rewriting);
+  verifying.clearOriginals();
+  EXPECT_TRUE(store.update(
+      "given", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/given.png"; }));
+  runners.run();
+  EXPECT_THAT(files->names("/data/Originals"),
+              testing::ElementsAre("away.png", "changing.png", "given.png"));
+  EXPECT_THAT(store.claims().fileChanges(), testing::ElementsAre("changing"));
 }
 
 TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {

@@ -87,6 +87,10 @@ class Checker {
   std::set<std::string, std::less<>> known_;
 };
 
+bool isParkedIndex(const Path& path) {
+  return path.filename().string().ends_with(".unreadable.json");
+}
+
 bool isTemporaryCapture(const Path& path) {
   const std::string name = path.filename().string();
   return name.starts_with('.') && path.extension() == ".partial" &&
@@ -98,6 +102,35 @@ bool isDamaged(const Files& files, const LibraryScope& scope, const ScreenshotEn
   const auto content = files.open(entry.path);
   const auto status = content ? (*content)->status() : std::unexpected(content.error());
   return status && !scope.isWholePicture(PictureOnDisk(*content, status->size));
+}
+
+/// Files among the originals that no entry names.
+std::vector<Path> lookForOriginals(const Checker& checker, const LibraryScope& scope,
+                                   LibraryFindings& findings) {
+  std::vector<Path> originals;
+  for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
+    checker.lookThrough(folder, [&](const Path& path, double modified) {
+      if (path.extension() == ".partial") {
+        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
+      } else if (!checker.isKnown(path) && modified < scope.filedBefore) {
+        originals.push_back(path);
+      }
+    });
+  }
+  return originals;
+}
+
+void judgeOriginals(const Files& files, const LibraryScope& scope, std::vector<Path> originals,
+                    LibraryFindings& findings) {
+  // Their entries may yet be had again from a copy of an index that is mended by hand.
+  const auto parked = pathsInParkedIndexes(files, findings.parkedIndexes);
+  const std::set<Path> named =
+      parked ? std::set<Path>(parked->begin(), parked->end()) : std::set<Path>();
+  for (Path& path : originals) {
+    const bool isInDoubt = !scope.indexWasRead || !parked || named.contains(path);
+    auto& list = isInDoubt ? findings.originalsInDoubt : findings.originalsWithoutEntry;
+    list.push_back(std::move(path));
+  }
 }
 
 }  // namespace
@@ -136,16 +169,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
       }
     });
   }
-  std::vector<Path> originals;
-  for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
-    checker.lookThrough(folder, [&](const Path& path, double modified) {
-      if (path.extension() == ".partial") {
-        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
-      } else if (!checker.isKnown(path) && modified < scope.filedBefore) {
-        originals.push_back(path);
-      }
-    });
-  }
+  std::vector<Path> originals = lookForOriginals(checker, scope, findings);
   checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path, double modified) {
     // Where no folder would take a capture, the staged file stays and is the filed one.
     if (!checker.isKnown(path) && modified < scope.filedBefore) {
@@ -156,7 +180,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     const std::string name = path.filename().string();
     if (name.ends_with(".staging")) {
       if (modified < scope.begunBefore) findings.temporaries.push_back(path);
-    } else if (name.ends_with(".unreadable.json")) {
+    } else if (isParkedIndex(path)) {
       findings.parkedIndexes.push_back(path);
     } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
       const bool isInUse = scope.journalsInUse.contains(path) || modified >= scope.lookedAt;
@@ -165,15 +189,19 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   });
   std::ranges::copy_if(scope.leftovers, std::back_inserter(findings.clearedAtStart),
                        [&](const Path& path) { return !files.status(path); });
-  // Their entries may yet be had again from a copy of an index that is mended by hand.
-  const auto parked = pathsInParkedIndexes(files, findings.parkedIndexes);
-  const std::set<Path> named =
-      parked ? std::set<Path>(parked->begin(), parked->end()) : std::set<Path>();
-  for (Path& path : originals) {
-    const bool isInDoubt = !scope.indexWasRead || !parked || named.contains(path);
-    auto& list = isInDoubt ? findings.originalsInDoubt : findings.originalsWithoutEntry;
-    list.push_back(std::move(path));
-  }
+  judgeOriginals(files, scope, std::move(originals), findings);
+  return findings;
+}
+
+LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope) {
+  LibraryFindings findings;
+  const Checker checker(files, scope, {});
+  auto originals = lookForOriginals(checker, scope, findings);
+  if (originals.empty()) return findings;
+  checker.lookThrough(scope.paths.data, [&](const Path& path, double) {
+    if (isParkedIndex(path)) findings.parkedIndexes.push_back(path);
+  });
+  judgeOriginals(files, scope, std::move(originals), findings);
   return findings;
 }
 

@@ -63,6 +63,10 @@ struct LibraryFindings {
 [[nodiscard]] LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                                            const CheckProgress& progress);
 
+/// The part of it that is about originals: fills `originalsWithoutEntry`, `originalsInDoubt` and
+/// what half files lie among them. Blocks; any thread.
+[[nodiscard]] LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope);
+
 /// A new entry for a capture's file that has none, with what its name and its header tell.
 [[nodiscard]] Result<ScreenshotEntry> entryForFile(const Files& files, const ImageCodec& codec,
                                                    const Path& path);

@@ -9,7 +9,6 @@
 #include <fstream>
 #include <functional>
 #include <random>
-#include <thread>
 
 #include "main/program_under_test.hpp"
 #include "platform/testing/desktop/test_client.hpp"
@@ -36,56 +35,46 @@ std::string pathIn(const ChildOutcome& outcome) {
   return outcome.out.substr(0, outcome.out.find('\n'));
 }
 
-/// Takes captures until one was taken by the program in the tray, which keeps the clipboard.
-void waitForTray(TestClient& client, const Vantorel& vantorel, ChildProcess& tray) {
-  while (!client.isOwned("CLIPBOARD")) {
-    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
-    ASSERT_TRUE(tray.isRunning()) << tray.errorText();
-  }
-}
-
 TEST(LibraryProgramTest, WhatHappensToFilesOutsideTheRunningProgramIsNoticedAndADiskMayGo) {
   TestDesktop desktop({.windowManager = true, .bus = true});
   TestClient client(desktop.display());
   client.paintRoot(1);
   const Vantorel vantorel(desktop);
   MountedFolder disk(desktop.folder() / "disk", "size=64m");
-  const std::string deleted = pathIn(vantorel.run({"capture", "display"}));
   const std::string kept = pathIn(vantorel.run({"capture", "display"}));
   setStorage(vantorel, disk.path());
   const std::string onDisk = pathIn(vantorel.run({"capture", "display"}));
   EXPECT_EQ(std::filesystem::path(onDisk).parent_path(), disk.path());
 
-  ChildProcess tray = vantorel.start({});
-  waitForTray(client, vantorel, tray);
-  const std::string late = pathIn(vantorel.run({"capture", "display"}));
-  std::this_thread::sleep_for(3s);  // the program's first look at the folders
-  std::filesystem::remove(deleted);
-  std::filesystem::rename(late, disk.path() / "renamed.png");
+  ChildProcess tray = vantorel.startTray(client);
+  FileWatch index({vantorel.root()});
+  const auto leavesIndex = [&](const std::string& path) {
+    return index.waitUntil([&] {
+      return readAll(vantorel.root() / "history.json").find(path + '"') == std::string::npos;
+    });
+  };
   const auto listed = [&] { return vantorel.run({"--json", "library", "list"}).out; };
-  for (int i = 0; i < 100 && (listed().find(deleted) != std::string::npos ||
-                              listed().find(late) != std::string::npos);
-       ++i) {
-    std::this_thread::sleep_for(100ms);
-  }
+  const std::string deleted = pathIn(vantorel.run({"capture", "display"}));
+  const std::string late = pathIn(vantorel.run({"capture", "display"}));
+  // A new name that is followed shows that the folder has been looked at.
+  std::filesystem::rename(late, disk.path() / "renamed.png");
+  EXPECT_TRUE(leavesIndex(late));
+  std::filesystem::remove(deleted);
+  EXPECT_TRUE(leavesIndex(deleted));
   EXPECT_THAT(listed(),
               AllOf(HasSubstr(kept), HasSubstr(onDisk), Not(HasSubstr(deleted)),
                     Not(HasSubstr(late)), HasSubstr((disk.path() / "renamed.png").string())));
-  std::filesystem::remove(disk.path() / "renamed.png");
 
   disk.unmount();
-  const auto outOfReach = [&] {
-    return vantorel.run({"library", "show", "latest"}).out.find("out of reach now") !=
-           std::string::npos;
-  };
-  for (int i = 0; i < 100 && !outOfReach(); ++i) std::this_thread::sleep_for(100ms);
-  EXPECT_TRUE(outOfReach());
-  EXPECT_THAT(listed(), HasSubstr(onDisk));
+  EXPECT_THAT(vantorel.run({"library", "show", "latest"}).out, HasSubstr("out of reach now"));
   const ChildOutcome meanwhile = vantorel.run({"capture", "display"});
   EXPECT_EQ(differenceFromTestPicture(vantorel.picture(meanwhile), 1), "");
   // The next disk of that name is empty.
   disk.mount("size=64m");
-  std::this_thread::sleep_for(4s);
+  const std::string replaced = pathIn(vantorel.run({"capture", "display"}));
+  EXPECT_EQ(std::filesystem::path(replaced).parent_path(), disk.path());
+  std::filesystem::rename(replaced, disk.path() / "new.png");
+  EXPECT_TRUE(leavesIndex(replaced));
   EXPECT_THAT(listed(), HasSubstr(onDisk));
   EXPECT_EQ(vantorel.run({"quit"}).status, 0);
   tray.wait();
@@ -353,6 +342,17 @@ TEST(LibraryProgramTest, ADiskThatIsAwayIsNeverTakenForDeletedFiles) {
     const ChildOutcome away = vantorel.run({"library", "trash", "latest"});
     EXPECT_EQ(away.status, 1);
     EXPECT_THAT(away.err, HasSubstr("Reconnect it"));
+    for (const auto& words : std::vector<std::vector<std::string>>{
+             {"render", "latest", "--output", (desktop.folder() / "x.png").string()},
+             {"annotate", "latest", "--apply", "none.json"}}) {
+      const ChildOutcome unread = vantorel.run(words);
+      EXPECT_EQ(unread.status, 1);
+      EXPECT_THAT(unread.err, HasSubstr("can't be reached. Reconnect it"));
+    }
+    const ChildOutcome path = vantorel.run({"library", "path", "latest"});
+    EXPECT_EQ(path.status, 1);
+    EXPECT_THAT(path.out, HasSubstr(shots.string()));
+    EXPECT_THAT(path.err, HasSubstr("its disk is not connected"));
     const ChildOutcome moved =
         vantorel.run({"library", "relocate", (desktop.folder() / "near").string()});
     EXPECT_THAT(moved.err, HasSubstr("can't be reached"));
@@ -486,6 +486,46 @@ TEST(LibraryProgramTest, RepairMovesOrphanedOriginalsToTheTrashAndRemovesTempora
   EXPECT_TRUE(vantorel.run({"library", "verify"}).out.starts_with("1 capture, ")) << "all in order";
 }
 
+TEST(LibraryProgramTest, NoOriginalOutlivesACaptureThatIsGoneForGood) {
+  TestDesktop desktop({.screen = PixelSize{320, 200}, .windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  client.paintRoot(1);
+  const Vantorel vantorel(desktop);
+  const auto originals = vantorel.root() / "Originals";
+  const auto compressed = [&] {
+    EXPECT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    std::string path = pathIn(vantorel.run({"compress", "latest"}));
+    EXPECT_THAT(namesIn(originals), testing::SizeIs(1));
+    return path;
+  };
+  std::filesystem::remove(compressed());
+  EXPECT_EQ(vantorel.run({"library", "prune"}).out, "1 capture removed from History\n");
+  EXPECT_THAT(namesIn(originals), IsEmpty());
+
+  const std::string path = compressed();
+  {
+    // While the program runs the file may come back, and its original is kept for that.
+    ChildProcess tray = vantorel.startTray(client);
+    FileWatch index({vantorel.root()});
+    const auto leavesIndex = [&](const std::string& name) {
+      return index.waitUntil([&] {
+        return readAll(vantorel.root() / "history.json").find(name + '"') == std::string::npos;
+      });
+    };
+    std::filesystem::rename(path, vantorel.captures() / "looked at.png");
+    EXPECT_TRUE(leavesIndex(path));
+    std::filesystem::remove(vantorel.captures() / "looked at.png");
+    EXPECT_TRUE(leavesIndex("looked at.png"));
+    EXPECT_THAT(namesIn(originals), testing::SizeIs(1));
+    EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+    tray.wait();
+  }
+  FileWatch left({originals});
+  ChildProcess tray = vantorel.start({});
+  EXPECT_TRUE(left.waitUntil([&] { return namesIn(originals).empty(); }));
+  EXPECT_EQ(vantorel.entries().size(), namesIn(vantorel.captures()).size());
+}
+
 TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAloneAndOnceAgreedTo) {
   TestDesktop desktop({.windowManager = true, .bus = true});
   TestClient client(desktop.display());
@@ -518,10 +558,11 @@ TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAloneAndOnceAgreedTo)
   EXPECT_FALSE(std::filesystem::exists(vantorel.root() / "retention.json"));
   std::ofstream(vantorel.root() / "retention.json")
       << R"({"days":7,"lookedAt":)" << std::time(nullptr) << "}";
+  FileWatch index({vantorel.root()});
   ChildProcess tray = vantorel.start({});
-  const auto isOldThere = [&] { return std::filesystem::exists(vantorel.captures() / "old.png"); };
-  for (int i = 0; i < 200 && isOldThere(); ++i) std::this_thread::sleep_for(50ms);
-  waitForTray(client, vantorel, tray);
+  EXPECT_TRUE(index.waitUntil([&] {
+    return readAll(vantorel.root() / "history.json").find("old.png") == std::string::npos;
+  }));
   EXPECT_EQ(vantorel.run({"quit"}).status, 0);
   EXPECT_EQ(tray.wait().status, 0);
   const EntryList left = vantorel.entries();

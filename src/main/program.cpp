@@ -358,6 +358,7 @@ struct Program::Parts {
         logError("History", "{}", *refusal);
         return;
       }
+      libraryVerify->clearOriginals();
       disks.queue("com.hollen.Vantorel.library")
           ->post([kept = files, paths = library.paths(), time = clock] {
             tidyParkedIndexes(*kept, paths, time->now());
