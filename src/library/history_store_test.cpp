@@ -221,9 +221,11 @@ TEST_F(HistoryStoreTest, WaitsForAnotherProcessToEndAndRefusesToWriteBesideIt) {
   EXPECT_EQ(loads, 0);
   EXPECT_EQ(store->add(entry("a")).error().reason, "the index hasn't finished loading");
   runners.advance(5s);
+  EXPECT_EQ(store->awaitedHolder(), "process 1 (another)");
   other->reset();
   runners.advance(1s);
   EXPECT_EQ(loads, 1);
+  EXPECT_EQ(store->awaitedHolder(), std::nullopt);
   EXPECT_EQ(store->loadOutcome(), IndexLoad::absent);
   add("mine", 1);
   runners.advance(1s);
@@ -252,6 +254,13 @@ TEST_F(HistoryStoreTest, WaitsForAnotherProcessToEndAndRefusesToWriteBesideIt) {
   runners.advance(1s);
   EXPECT_NE(second.find("a"), nullptr) << "the library is free by now";
   EXPECT_EQ(second.indexRefusal(), std::nullopt);
+  ASSERT_TRUE(
+      second.update("a", [](ScreenshotEntry& changed) { changed.starred = true; }).has_value());
+  runners.advance(1s);
+  const auto written = decodeIndex(files.text(index));
+  ASSERT_TRUE(written.has_value());
+  ASSERT_EQ(written->file.entries.size(), 2U) << "what it looked at before came twice";
+  EXPECT_EQ(written->file.entries[0]->id, "mine");
 }
 
 TEST_F(HistoryStoreTest, CachesFollowEveryChange) {

@@ -180,6 +180,7 @@ void IndexStorage::makeOwnerOnly() {
 }
 
 IndexStorage::Loaded IndexStorage::load() {
+  onlyLooks_ = false;
   std::vector<Path> leftovers;
   for (const Path& path : ownFiles()) {
     if (auto staging = clearStaging(path)) leftovers.push_back(*std::move(staging));
@@ -202,6 +203,10 @@ IndexStorage::Loaded IndexStorage::loadToLook(IndexLoad load) {
 }
 
 IndexStorage::Loaded IndexStorage::readIndex() {
+  // It may have been looked at before, when another process had it.
+  items_.clear();
+  rest_ = {};
+  content_.reset();
   Loaded loaded;
   const auto status = files_.status(paths_.index());
   if (!status && status.error().kind == FailureKind::notFound) return loaded;
