@@ -17,6 +17,9 @@ constexpr std::chrono::seconds grabBound{5};
 constexpr std::chrono::seconds grabCap{60};
 
 constexpr std::chrono::seconds clipboardBound{5};
+
+/// How long somebody at the desktop goes without a sign of the capture he took.
+constexpr std::chrono::seconds desktopPatience{1};
 constexpr std::chrono::seconds trayBound{10};
 
 StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::seconds delay) {
@@ -184,6 +187,13 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
                 finished = std::move(finished)](CaptureReply reply) mutable {
       report(reply, timed);
       finished(std::move(reply));
+    };
+    onStaged = [this, told = std::move(onStaged)](const Path& staged) {
+      if (told) told(staged);
+      services_.main->postAfter(desktopPatience, alive_.guard([this] {
+        // It is saved, and listed once the library comes free.
+        if (services_.library->awaitedHolder()) services_.library->stopWaiting();
+      }));
     };
   }
   withPermission(std::move(finished), [this, command = std::move(command), delay,
