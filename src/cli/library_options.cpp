@@ -95,7 +95,10 @@ LibraryOptions::LibraryOptions(CLI::App& app)
   }
   withIDs(Verb::trash, "Move captures and their originals to the Trash");
   verb(Verb::undo, "Bring back what was moved to the Trash last, within 8 seconds");
-  withIDs(Verb::forget, "Remove captures from History; their files stay where they are");
+  withIDs(
+      Verb::forget,
+      "Remove captures from History; their files stay where they are, originals that History kept "
+      "go to the Trash");
   verb(Verb::prune, "Remove captures from History whose files are gone");
   verb(Verb::collections, "List the collections");
   verb(Verb::verify,

@@ -28,27 +28,27 @@ class Report {
  public:
   explicit Report(bool json) : json_(json) {}
 
-  void add(std::string_view kind, const std::string& path, bool isMended) {
+  void add(std::string_view kind, const std::string& path, bool isRepaired) {
     ++found_;
-    if (isMended) ++mended_;
+    if (isRepaired) ++repaired_;
     if (!json_) {
-      text_ += fmt::format("{}\t{}{}\n", kind, inOneCell(path), isMended ? "\tmended" : "");
+      text_ += fmt::format("{}\t{}{}\n", kind, inOneCell(path), isRepaired ? "\trepaired" : "");
       return;
     }
     json::Writer writer;
     writer.beginObject();
     writer.member("finding", kind);
     writer.member("path", path);
-    writer.member("mended", isMended);
+    writer.member("repaired", isRepaired);
     writer.endObject();
     text_ += writer.take() + "\n";
   }
 
   [[nodiscard]] CommandReply reply() const {
     CommandReply reply{ExitStatus::done, text_, {}};
-    if (found_ == mended_) return reply;
+    if (found_ == repaired_) return reply;
     reply.status = ExitStatus::failed;
-    reply.error = fmt::format("{} found, {} mended.\n", found_, mended_);
+    reply.error = fmt::format("{} found, {} repaired.\n", found_, repaired_);
     return reply;
   }
 
@@ -56,24 +56,24 @@ class Report {
   bool json_;
   std::string text_;
   int found_ = 0;
-  int mended_ = 0;
+  int repaired_ = 0;
 };
 
-/// What mending came to.
-struct Mended {
+/// What repairing came to.
+struct Repaired {
   std::unordered_set<std::string> paths;  ///< that are in order now
   EntryList entries;                      ///< to be added
   EntryList goneStill;                    ///< to be forgotten
 };
 
-CommandReply report(const LibraryFindings& findings, const Mended& mended, bool json) {
+CommandReply report(const LibraryFindings& findings, const Repaired& repaired, bool json) {
   Report report(json);
   for (const EntryPointer& entry : findings.look.gone) {
-    report.add("entry without file", entry->path, mended.paths.contains(entry->path));
+    report.add("entry without file", entry->path, repaired.paths.contains(entry->path));
   }
   for (const SeenFile& file : findings.look.renamed) {
     report.add("entry under another name", file.path.string(),
-               mended.paths.contains(file.path.string()));
+               repaired.paths.contains(file.path.string()));
   }
   for (const EntryPointer& entry : findings.look.outOfReach) {
     report.add("entry out of reach", entry->path, false);
@@ -83,11 +83,11 @@ CommandReply report(const LibraryFindings& findings, const Mended& mended, bool 
   }
   for (const EntryPointer& entry : findings.withoutOriginal) {
     const std::string& original = *entry->originalPath;
-    report.add("original gone", original, mended.paths.contains(original));
+    report.add("original gone", original, repaired.paths.contains(original));
   }
   const auto addAll = [&](std::string_view kind, const std::vector<Path>& paths) {
     for (const Path& path : paths) {
-      report.add(kind, path.string(), mended.paths.contains(path.string()));
+      report.add(kind, path.string(), repaired.paths.contains(path.string()));
     }
   };
   addAll("file without entry", findings.filesWithoutEntry);
@@ -119,10 +119,10 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
 
 }  // namespace
 
-/// What is mended, and for whom. On one runner after the other.
-struct LibraryVerify::Mending {
+/// What is repaired, and for whom. On one runner after the other.
+struct LibraryVerify::Repairing {
   LibraryFindings findings;
-  Mended mended{};
+  Repaired repaired{};
   std::vector<EntryClaim> claimed;  // main runner
   bool json = false;
   CommandDone done;
@@ -199,36 +199,35 @@ LibraryScope LibraryVerify::scope() const {
 }
 
 void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
-  services_.work->post([files = services_.files, main = services_.main, scope = scope(), goOn,
-                        reply = alive_.guard([this, repairs, json, done = std::move(done)](
-                                                 LibraryFindings& findings) mutable {
-                          if (findings.look.wasStopped) {
-                            return done(nothingChanged());
-                          }
-                          dropSettled(findings);
-                          auto claimed = claimOriginals(findings);
-                          auto mending =
-                              std::make_shared<Mending>(std::move(findings), Mended(),
-                                                        std::move(claimed), json, std::move(done));
-                          if (repairs) return mend(mending);
-                          mending->claimed.clear();
-                          finish(mending);
-                        })]() mutable {
-    main->post([findings = checkLibrary(*files, scope, goOn), reply = std::move(reply)]() mutable {
-      reply(findings);
-    });
-  });
+  services_.work->post(
+      [files = services_.files, main = services_.main, scope = scope(), goOn,
+       reply = alive_.guard(
+           [this, repairs, json, done = std::move(done)](LibraryFindings& findings) mutable {
+             if (findings.look.wasStopped) {
+               return done(nothingChanged());
+             }
+             dropSettled(findings);
+             auto claimed = claimOriginals(findings);
+             auto repairing = std::make_shared<Repairing>(
+                 std::move(findings), Repaired(), std::move(claimed), json, std::move(done));
+             if (repairs) return repair(repairing);
+             repairing->claimed.clear();
+             finish(repairing);
+           })]() mutable {
+        main->post([findings = checkLibrary(*files, scope, goOn),
+                    reply = std::move(reply)]() mutable { reply(findings); });
+      });
 }
 
 // How large the library is comes last: what is found comes before it, a line each.
-void LibraryVerify::finish(const std::shared_ptr<Mending>& mending) {
-  services_.work->post(
-      [mending, main = services_.main, reply = alive_.guard([this, mending](CommandReply& found) {
-        measure(std::move(found), mending->json, std::move(mending->done));
-      })]() mutable {
-        main->post([found = report(mending->findings, mending->mended, mending->json),
-                    reply = std::move(reply)]() mutable { reply(found); });
-      });
+void LibraryVerify::finish(const std::shared_ptr<Repairing>& repairing) {
+  services_.work->post([repairing, main = services_.main,
+                        reply = alive_.guard([this, repairing](CommandReply& found) {
+                          measure(std::move(found), repairing->json, std::move(repairing->done));
+                        })]() mutable {
+    main->post([found = report(repairing->findings, repairing->repaired, repairing->json),
+                reply = std::move(reply)]() mutable { reply(found); });
+  });
 }
 
 void LibraryVerify::measure(CommandReply reply, bool json, CommandDone done) {
@@ -290,73 +289,73 @@ std::vector<EntryClaim> LibraryVerify::claimOriginals(LibraryFindings& findings)
 }
 
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
-void LibraryVerify::mend(const std::shared_ptr<Mending>& mending) {
-  const AdoptedLook adopted = adoptNames(services_.library->store(), mending->findings.look);
+void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
+  const AdoptedLook adopted = adoptNames(services_.library->store(), repairing->findings.look);
   services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
-                        main = services_.main, mending, gone = adopted.gone,
+                        main = services_.main, repairing, gone = adopted.gone,
                         learn = alive_.guard([this](const std::vector<SeenFile>& files) {
                           remember(services_.library->store(), files);
                         }),
-                        reply = alive_.guard([this, mending] { adopt(mending); })]() mutable {
-    Mended& mended = mending->mended;
-    const LibraryFindings& findings = mending->findings;
+                        reply = alive_.guard([this, repairing] { adopt(repairing); })]() mutable {
+    Repaired& repaired = repairing->repaired;
+    const LibraryFindings& findings = repairing->findings;
     for (const Path& path : findings.temporaries) {
-      if (files->remove(path)) mended.paths.insert(path.string());
+      if (files->remove(path)) repaired.paths.insert(path.string());
     }
     for (const Path& path : findings.originalsWithoutEntry) {
-      if (trash->moveToTrash(path)) mended.paths.insert(path.string());
+      if (trash->moveToTrash(path)) repaired.paths.insert(path.string());
     }
     for (const Path& path : findings.filesWithoutEntry) {
       auto entry = entryForFile(*files, *codec, path);
       if (!entry) continue;
-      mended.entries.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
+      repaired.entries.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
     }
-    mended.goneStill = goneOf(*files, gone);
+    repaired.goneStill = goneOf(*files, gone);
     postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));
   });
 }
 
 /// Gives the files that have none their entries.
-void LibraryVerify::adopt(const std::shared_ptr<Mending>& mending) {
-  mending->claimed.clear();
-  const EntryList& found = mending->mended.entries;
-  const auto add = [this, mending, &found](std::size_t begin, std::size_t end) {
+void LibraryVerify::adopt(const std::shared_ptr<Repairing>& repairing) {
+  repairing->claimed.clear();
+  const EntryList& found = repairing->repaired.entries;
+  const auto add = [this, repairing, &found](std::size_t begin, std::size_t end) {
     HistoryStore& store = services_.library->store();
     std::vector<PlacedEntry> added;
     for (std::size_t i = begin; i < end; ++i) {
-      mending->mended.paths.insert(found[i]->path);
+      repairing->repaired.paths.insert(found[i]->path);
       if (!store.findByPath(found[i]->path)) added.push_back({store.entries().size(), found[i]});
     }
     store.insertEntries(std::move(added));
   };
   inSlices(services_.main, found.size(), alive_.guard(add),
-           alive_.guard([this, mending] { clearUp(mending); }));
+           alive_.guard([this, repairing] { clearUp(repairing); }));
 }
 
 /// Takes away what names nothing.
-void LibraryVerify::clearUp(const std::shared_ptr<Mending>& mending) {
+void LibraryVerify::clearUp(const std::shared_ptr<Repairing>& repairing) {
   HistoryStore& store = services_.library->store();
-  Mended& mended = mending->mended;
-  for (const EntryPointer& entry : settledEntries(store, mending->findings.withoutOriginal)) {
+  Repaired& repaired = repairing->repaired;
+  for (const EntryPointer& entry : settledEntries(store, repairing->findings.withoutOriginal)) {
     const auto cleared = store.update(
         entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
-    if (cleared) mended.paths.insert(*entry->originalPath);
+    if (cleared) repaired.paths.insert(*entry->originalPath);
   }
   std::vector<std::string> going;
-  for (const EntryPointer& entry : settledEntries(store, mended.goneStill)) {
+  for (const EntryPointer& entry : settledEntries(store, repaired.goneStill)) {
     going.push_back(entry->id);
     // As it was told: an entry whose name another one's file has got another name.
     const auto named =
-        std::ranges::find(mending->findings.look.gone, entry->id, &ScreenshotEntry::id);
-    mended.paths.insert((*named)->path);
+        std::ranges::find(repairing->findings.look.gone, entry->id, &ScreenshotEntry::id);
+    repaired.paths.insert((*named)->path);
   }
-  for (const SeenFile& file : mending->findings.look.renamed) {
-    if (store.findByPath(file.path.string())) mended.paths.insert(file.path.string());
+  for (const SeenFile& file : repairing->findings.look.renamed) {
+    if (store.findByPath(file.path.string())) repaired.paths.insert(file.path.string());
   }
   // Writes the new entries as well.
-  services_.library->deletion().forget(going, [this, mending](const Result<std::size_t>& saved) {
-    if (saved) return finish(mending);
-    mending->done(failedReply("The library's index could not be saved: " + saved.error().reason));
+  services_.library->deletion().forget(going, [this, repairing](const Result<std::size_t>& saved) {
+    if (saved) return finish(repairing);
+    repairing->done(failedReply("The library's index could not be saved: " + saved.error().reason));
   });
 }
 

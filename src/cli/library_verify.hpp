@@ -29,7 +29,7 @@ class LibraryVerify {
     Library* library = nullptr;
     std::function<std::vector<Path>()> captureFolders;
 
-    /// Files what is staged; otherwise such a file and its entry-to-be would be mended twice.
+    /// Files what is staged; otherwise such a file and its entry-to-be would be repaired twice.
     std::function<void(std::function<void()> done)> recoverStaged;
 
     std::function<bool(const PictureBytes&)> isWholePicture{};  ///< see `LibraryScope`
@@ -40,8 +40,8 @@ class LibraryVerify {
   /// Set on any thread to end a look that is under way.
   using StopFlag = std::shared_ptr<const std::atomic<bool>>;
 
-  /// With `repairs` what is found is mended as far as nothing can be lost by it. What is being
-  /// mended is mended even when it is to stop.
+  /// With `repairs` what is found is repaired as far as nothing can be lost by it. A repair that
+  /// has begun goes on to its end.
   void run(bool repairs, bool json, StopFlag stopped, ShowProgress show, CommandDone done);
 
   /// Moves originals that no entry needs to the Trash, as a repair does. Those of a capture whose
@@ -56,11 +56,11 @@ class LibraryVerify {
  private:
   [[nodiscard]] LibraryScope scope() const;
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
-  struct Mending;
-  void mend(const std::shared_ptr<Mending>& mending);
-  void adopt(const std::shared_ptr<Mending>& mending);
-  void clearUp(const std::shared_ptr<Mending>& mending);
-  void finish(const std::shared_ptr<Mending>& mending);
+  struct Repairing;
+  void repair(const std::shared_ptr<Repairing>& repairing);
+  void adopt(const std::shared_ptr<Repairing>& repairing);
+  void clearUp(const std::shared_ptr<Repairing>& repairing);
+  void finish(const std::shared_ptr<Repairing>& repairing);
   void measure(CommandReply reply, bool json, CommandDone done);
   void dropSettled(LibraryFindings& findings) const;
   [[nodiscard]] std::vector<EntryClaim> claimOriginals(LibraryFindings& findings) const;

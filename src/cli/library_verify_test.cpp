@@ -107,7 +107,7 @@ TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
     EXPECT_TRUE(store.update(
         "a", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/a.png"; }));
   });
-  EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\tmended\n")));
+  EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\trepaired\n")));
   EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
   EXPECT_THAT(store.claims().fileChanges(), testing::ElementsAre("b"));
 }
@@ -149,10 +149,11 @@ TEST_F(LibraryVerifyTest, WhatTheStartClearedUpIsToldAndIsNoFault) {
   files->put("/data/relocation.json", "not to be read");
   load(indexOf(""));
   const CommandReply reply = verify(false);
-  EXPECT_THAT(reply.output, AllOf(HasSubstr("cleared at start\t/data/undo.json.staging\tmended\n"),
-                                  HasSubstr("cleared at start\t/data/deletions.json\tmended\n"),
-                                  HasSubstr("journal\t/data/relocation.json\n")));
-  EXPECT_EQ(reply.error, "3 found, 2 mended.\n");
+  EXPECT_THAT(reply.output,
+              AllOf(HasSubstr("cleared at start\t/data/undo.json.staging\trepaired\n"),
+                    HasSubstr("cleared at start\t/data/deletions.json\trepaired\n"),
+                    HasSubstr("journal\t/data/relocation.json\n")));
+  EXPECT_EQ(reply.error, "3 found, 2 repaired.\n");
 }
 
 // The program has lived in the tray for a day.
@@ -171,7 +172,7 @@ TEST_F(LibraryVerifyTest, WhatWasLeftInThisRunIsFoundAndWhatIsUnderWayIsNot) {
   });
   EXPECT_THAT(reply.output, AllOf(HasSubstr("parked index\t"), HasSubstr("at 14.05.09.mp4\n"),
                                   HasSubstr("journal\t/data/relocation.json\n")));
-  EXPECT_EQ(reply.error, "3 found, 0 mended.\n") << reply.output;
+  EXPECT_EQ(reply.error, "3 found, 0 repaired.\n") << reply.output;
 }
 
 }  // namespace

@@ -122,7 +122,7 @@ std::vector<Path> lookForOriginals(const Checker& checker, const LibraryScope& s
 
 void judgeOriginals(const Files& files, const LibraryScope& scope, std::vector<Path> originals,
                     LibraryFindings& findings) {
-  // Their entries may yet be had again from a copy of an index that is mended by hand.
+  // Their entries may yet be had again from a copy of an index that is set right by hand.
   const auto parked = pathsInParkedIndexes(files, findings.parkedIndexes);
   const std::set<Path> named =
       parked ? std::set<Path>(parked->begin(), parked->end()) : std::set<Path>();

@@ -21,7 +21,7 @@ enum class Parking { parked, alreadyParked, failed };
 struct ParkedIndexPass {
   int scrubbed = 0;      ///< rewritten without recognised text
   int alreadyClean = 0;  ///< has none
-  int removed = 0;       ///< no build can read it, and nobody has mended it for thirty days
+  int removed = 0;       ///< no build can read it, and nobody has repaired it for thirty days
   int left = 0;          ///< a link, not to be read or written now, or waiting for its thirty days
   bool folderUnchecked = false;  ///< the folder could not be listed
   bool operator==(const ParkedIndexPass&) const = default;

@@ -206,7 +206,7 @@ TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTh
     // Once the index is in order, both are filed.
     std::filesystem::remove_all(index);
     EXPECT_THAT(vantorel.run({"library", "verify"}).out, HasSubstr("staged capture\t"));
-    EXPECT_THAT(namesIn(vantorel.root() / "Staged Captures"), Not(IsEmpty())) << "mended unasked";
+    EXPECT_THAT(namesIn(vantorel.root() / "Staged Captures"), Not(IsEmpty())) << "repaired unasked";
     EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
     EXPECT_EQ(vantorel.entries().size(), 2U);
     vantorel.expectWhole();
@@ -475,7 +475,7 @@ TEST(LibraryProgramTest, RepairMovesOrphanedOriginalsToTheTrashAndRemovesTempora
   const auto orphan = old(vantorel.root() / "Originals" / "orphan.png");
   const auto half = old(vantorel.captures() / ".vantorel-7.partial");
   const auto foreign = old(vantorel.captures() / ".somebody's.partial");
-  EXPECT_EQ(vantorel.run({"library", "verify"}).err, "3 found, 0 mended.\n");
+  EXPECT_EQ(vantorel.run({"library", "verify"}).err, "3 found, 0 repaired.\n");
   const ChildOutcome repaired = vantorel.run({"library", "verify", "--repair"});
   EXPECT_EQ(repaired.status, 0) << repaired.out;
   EXPECT_FALSE(std::filesystem::exists(half));

@@ -482,8 +482,8 @@ TEST(ProgramTest, TheLibraryAndSettingsNeedNoDisplay) {
     std::filesystem::remove(vantorel.captures() / "AA2.png");
     const ChildOutcome found = vantorel.run({"library", "verify"});
     EXPECT_EQ(found.status, 1);
-    EXPECT_EQ(found.err, "2 found, 0 mended.\n");
-    EXPECT_EQ(vantorel.entries().size(), 3U) << "mended unasked";
+    EXPECT_EQ(found.err, "2 found, 0 repaired.\n");
+    EXPECT_EQ(vantorel.entries().size(), 3U) << "repaired unasked";
     EXPECT_EQ(vantorel.run({"library", "verify", "--repair"}).status, 0);
     EXPECT_THAT(vantorel.run({"--json", "library", "verify"}).out,
                 testing::MatchesRegex(R"(\{"captures":3,"bytes":[1-9][0-9]\}.)"));
