@@ -97,8 +97,7 @@ struct Tray {
                   .clock = clock,
                   .library = &library,
                   .verify = &verify,
-                  .move = nullptr,
-                  .isOutOfReach = {}}) {}
+                  .move = nullptr}) {}
 
   double run(command::Library what) {
     return longestOf([&](std::function<void()> done) {

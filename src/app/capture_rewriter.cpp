@@ -113,7 +113,7 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
   CaptureTranscoder::Source source{.path = before.path,
                                    .scale = before.captureScale.value_or(1),
                                    .createdAt = before.capturedAt,
-                                   .redacted = [entry = *entry](PixelSize size) {
+                                   .redacted = [entry](PixelSize size) {
                                      const EditorDocument document = documentOf(*entry, size);
                                      return redactedPixels(document.shapes, document.layers, size);
                                    }};

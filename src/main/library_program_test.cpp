@@ -35,6 +35,14 @@ std::string pathIn(const ChildOutcome& outcome) {
   return outcome.out.substr(0, outcome.out.find('\n'));
 }
 
+/// Once it has the clipboard of a capture, a command has reached it.
+void waitForTray(TestClient& client, const Vantorel& vantorel, ChildProcess& tray) {
+  while (!client.isOwned("CLIPBOARD")) {
+    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    ASSERT_TRUE(tray.isRunning()) << tray.errorText();
+  }
+}
+
 TEST(LibraryProgramTest, WhatHappensToFilesOutsideTheRunningProgramIsNoticedAndADiskMayGo) {
   TestDesktop desktop({.windowManager = true, .bus = true});
   TestClient client(desktop.display());
@@ -123,9 +131,9 @@ TEST(LibraryProgramTest, CapturesThatSwapNamesKeepWhatIsTheirs) {
   EXPECT_EQ(pathOf(first), before[0]->path);
   ChildProcess tray = vantorel.start({});
   waitForTray(client, vantorel, tray);
+  FileWatch index({vantorel.root()});
   const auto comesTo = [&](const std::string& id, const std::string& path) {
-    for (int i = 0; i < 100 && pathOf(id) != path; ++i) std::this_thread::sleep_for(100ms);
-    return pathOf(id) == path;
+    return index.waitUntil([&] { return pathOf(id) == path; });
   };
   swap();
   EXPECT_TRUE(comesTo(first, before[1]->path));
