@@ -159,8 +159,9 @@ std::vector<ShapeHandle> handlesOf(const Shape& shape, const MeasureText& measur
   if (shape.type == ShapeType::arrow) handles.push_back({BowHandle{}, bowHandle(shape)});
   // A level or upright line has no frame to pull.
   if (frame.w < 1 || frame.h < 1) return handles;
-  std::erase_if(corners,
-                [&](const ShapeHandle& corner) { return corner.at == ends[0] || corner.at == ends[1]; });
+  std::erase_if(corners, [&](const ShapeHandle& corner) {
+    return corner.at == ends[0] || corner.at == ends[1];
+  });
   handles.insert(handles.end(), corners.begin(), corners.end());
   return handles;
 }

@@ -30,7 +30,7 @@ void fillLibrary(const Vantorel& vantorel, int count) {
   std::string entries;
   for (int i = 0; i < count; ++i) {
     const std::string path = vantorel.captures() / (std::to_string(i) + ".png");
-    std::ofstream(path) << "pixels of " << i;
+    std::ofstream(path) << pictureHolding("pixels of " + std::to_string(i));
     entries += std::string(i == 0 ? "" : ",") + R"({"id":"ID)" + std::to_string(i) +
                R"(","capturedAt":1,"path":")" + path + "\"}";
   }
@@ -47,7 +47,7 @@ std::size_t expectAllReachable(const Vantorel& vantorel, std::size_t count,
   for (const EntryPointer& entry : entries) {
     const std::string text = readAll(entry->path);
     if (entry->id.starts_with("ID")) {
-      EXPECT_EQ(text, "pixels of " + entry->id.substr(2)) << entry->path;
+      EXPECT_EQ(text, pictureHolding("pixels of " + entry->id.substr(2))) << entry->path;
     } else {
       EXPECT_TRUE(LinuxImageCodec().decode(text).has_value()) << entry->path;
       ++others;
