@@ -246,7 +246,16 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
     case Verb::uncollect: return collect(what, *entries, json, std::move(done));
     case Verb::trash: return trash(*entries, json, std::move(done));
     case Verb::undo: return undo(json, std::move(done));
-    case Verb::forget: return forget(*entries, json, {}, std::move(done));
+    case Verb::forget: {
+      // Whose file has whose name by now is known only while all entries are there.
+      std::vector<std::string> ids;
+      for (const EntryPointer& entry : *entries) ids.push_back(entry->id);
+      return services_.library->findFiles(ids, Library::Claimed::no, *services_.work,
+                                          alive_.guard([this, ids, json, done = std::move(done)](
+                                                           const std::set<std::string>&) mutable {
+                                            forget(found(ids), json, {}, std::move(done));
+                                          }));
+    }
     case Verb::prune: return prune(json, running, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
     case Verb::relocate: break;

@@ -333,17 +333,23 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
     auto state =
         std::make_shared<Sweeping>(Sweeping{.ids = ids, .undo = undo, .done = std::move(done)});
     // Names may have been swapped: what goes is the entry's file, not what has its name.
-    onWork<FileLook>(
-        [&files = services_.files, before = LookBeforeUse(services_.store, ids)] {
-          return before.look(files);
-        },
-        [this, state](const FileLook& look) {
-          state->unsettled = adoptLook(services_.store, look).unsettled;
-          inSlices(
-              state->ids.size(),
-              [this, state](std::size_t begin, std::size_t end) { claimSome(*state, begin, end); },
-              [this, state] { moveToTrash(state); });
-        });
+    onWork<FileLook>([&files = services_.files,
+                      before = LookBeforeUse(services_.store, ids)] { return before.look(files); },
+                     [this, state](const FileLook& look) {
+                       AdoptedLook adopted = adoptLook(services_.store, look);
+                       state->unsettled = std::move(adopted.unsettled);
+                       const auto go = [this, state] {
+                         inSlices(
+                             state->ids.size(),
+                             [this, state](std::size_t begin, std::size_t end) {
+                               claimSome(*state, begin, end);
+                             },
+                             [this, state] { moveToTrash(state); });
+                       };
+                       if (look.renamed.empty() && look.displaced.empty()) return go();
+                       // What a kill leaves behind is found by the paths in the index on disk.
+                       services_.store.flush(alive_.guard([go](const Result<void>&) { go(); }));
+                     });
   });
 }
 

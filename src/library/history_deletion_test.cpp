@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "base/log.hpp"
+#include "library/file_reach.hpp"
 #include "library/history_retention.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
@@ -275,9 +276,29 @@ struct Shelf {
     bool isRecovered = false;
   };
 
+  /// The file gets another name while nothing runs.
+  void rename() {
+    {
+      Run earlier(*this);
+      EXPECT_TRUE(earlier.store
+                      .update("x",
+                              [this](ScreenshotEntry& entry) {
+                                entry.fileIdentity = *identifyFile(disk, entry.path);
+                              })
+                      .has_value());
+      earlier.store.flush([](const Result<void>&) {});
+      earlier.runners.run();
+    }
+    ASSERT_TRUE(disk.moveNew("/captures/x.png", "/captures/renamed.png").has_value());
+  }
+
   [[nodiscard]] bool isWhole(const HistoryStore& store) const {
     const EntryPointer entry = store.find("x");
-    return entry && entry->title == "X" && disk.text(entry->path) == "pixels" &&
+    if (!entry) return false;
+    // A look finds it under the name that it was given while nothing ran.
+    const bool isRenamed = disk.text(entry->path) == "(missing)" && entry->fileIdentity;
+    return entry->title == "X" &&
+           disk.text(isRenamed ? "/captures/renamed.png" : entry->path) == "pixels" &&
            disk.text(entry->originalPath.value_or("")) == "secret" && disk.names("/Trash").empty();
   }
 
@@ -285,11 +306,15 @@ struct Shelf {
   FakeTrash bin{disk};
 };
 
-TEST_F(HistoryDeletionTest, EndAtAnyChangeLosesNothingAndLeavesNothing) {
+class DeletionCutShortTest : public HistoryDeletionTest,
+                             public testing::WithParamInterface<bool> {};
+
+TEST_P(DeletionCutShortTest, EndAtAnyChangeLosesNothingAndLeavesNothing) {
   for (int end = 1, isEnded = 1; isEnded != 0; ++end) {
     ASSERT_LT(end, 60);
     isEnded = 0;
     Shelf shelf;
+    if (GetParam()) shelf.rename();
     auto first = std::make_unique<Shelf::Run>(shelf);
     shelf.disk.beforeChange = [&, from = shelf.disk.changes](int change) {
       if (change - from == end) throw Ended{};
@@ -325,6 +350,7 @@ TEST_F(HistoryDeletionTest, EndAtAnyChangeLosesNothingAndLeavesNothing) {
     EXPECT_EQ(shelf.disk.text("/data/undo.json"), "(missing)") << end;
   }
 }
+INSTANTIATE_TEST_SUITE_P(InItsPlaceOrRenamed, DeletionCutShortTest, testing::Bool());
 
 TEST_F(HistoryDeletionTest, ACaptureThatGotTheNameDoesNotKeepAnEntryOfNothing) {
   Shelf shelf;

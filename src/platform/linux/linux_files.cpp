@@ -467,7 +467,12 @@ Result<void> LinuxFiles::remove(const Path& path) {
 }
 
 Result<void> LinuxFiles::checkWritable(const Path& folder) const {
-  // Permissions alone do not tell: "/proc" grants them, and a full disk may have room for no name.
+  // Permissions alone do not tell: "/proc" grants them, and a full disk may have room for no file.
+  // One without a name is gone whatever happens; not every file system has such.
+  FileDescriptor unnamed(::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+  if (unnamed.number() != -1) {
+    return fill(std::move(unnamed), "x", Privacy::byUmask, Durability::flushed);
+  }
   const Path trial = folder / (".vantorel-" + randomID() + ".partial");
   FileDescriptor file = VT_TRY(openFile(trial, O_WRONLY | O_CREAT | O_EXCL, 0600));
   auto written = fill(std::move(file), "x", Privacy::byUmask, Durability::flushed);
