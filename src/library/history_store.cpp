@@ -179,6 +179,13 @@ Result<void> HistoryStore::add(ScreenshotEntry entry) {
   return {};
 }
 
+void HistoryStore::release(std::move_only_function<void()> done) {
+  services_.persist->post([storage = storage_, done = std::move(done)]() mutable {
+    storage->giveLockBack();
+    done();
+  });
+}
+
 Result<void> HistoryStore::update(std::string_view id,
                                   const std::function<void(ScreenshotEntry&)>& change) {
   VT_TRY(mayChange());

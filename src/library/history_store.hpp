@@ -180,6 +180,10 @@ class HistoryStore {
   /// The changes up to this one are on disk.
   [[nodiscard]] std::uint64_t landedSequence() const { return writer_.landedSequence(); }
 
+  /// Lets other processes have the library; this one must not change it any more. `done` comes on a
+  /// thread of its own: the main runner may have ended.
+  void release(std::move_only_function<void()> done);
+
   /// Writes at once what is not on disk yet. `done` comes when all changes made so far are safe
   /// against a power cut, or with the sentence that says why not. A capture is acknowledged then.
   void flush(Done done) { writer_.flush(std::move(done)); }

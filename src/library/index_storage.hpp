@@ -107,6 +107,9 @@ class IndexStorage {
   /// Takes the library's lock. `busy` when another process has it.
   [[nodiscard]] Result<void> takeLock();
 
+  /// Gives the library to the next process. Nothing may be written afterwards.
+  void giveLockBack() { lock_.reset(); }
+
   /// Reads the index, or says why not. Logs what the user's support would ask for.
   [[nodiscard]] Loaded load();
 

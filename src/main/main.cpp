@@ -129,6 +129,7 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root, CommandBus
   if (own.status == static_cast<int>(ExitStatus::interrupted)) own.status = 128 + endedBy;
   const int status = print(own);
   program.handOverClipboard();
+  program.releaseLibrary();
   leave(status);
 }
 
@@ -151,6 +152,7 @@ constexpr std::chrono::seconds endBound{5};
   signals.work([&](int) { ui.mainRunner()->post([&program] { program.quit(); }); });
   const int status = ui.run();
   program.handOverClipboard();
+  program.releaseLibrary();
   leave(status);
 }
 

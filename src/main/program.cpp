@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <future>
+
 #include "app/capture_export.hpp"
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
@@ -476,6 +479,12 @@ void Program::finish(std::function<void()> done) {
 }
 
 void Program::handOverClipboard() { parts_->desktop.clipboard->handOver(); }
+
+void Program::releaseLibrary() {
+  const auto released = std::make_shared<std::promise<void>>();
+  parts_->library.store().release([released] { released->set_value(); });
+  (void)released->get_future().wait_for(std::chrono::seconds(1));
+}
 
 void Program::quit() { parts_->coordinator->quit(); }
 
