@@ -2,7 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <unordered_map>
+#include <unordered_set>
+
 #include "base/log.hpp"
+#include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 
 namespace vantorel {
@@ -26,6 +30,37 @@ bool isGoneWithItsFolder(const Files& files, const ScreenshotEntry& entry) {
 }
 
 }  // namespace
+
+std::vector<TrashCandidate> trashCandidates(const EntryList& all, const EntryList& going) {
+  std::unordered_map<std::string_view, bool> isShownByOthers;
+  std::unordered_set<std::string_view> ids;
+  for (const EntryPointer& entry : going) {
+    ids.insert(entry->id);
+    isShownByOthers.emplace(entry->path, false);
+    if (entry->originalPath) isShownByOthers.emplace(*entry->originalPath, false);
+  }
+  const auto mark = [&](std::string_view path) {
+    const auto found = isShownByOthers.find(path);
+    if (found != isShownByOthers.end()) found->second = true;
+  };
+  for (const EntryPointer& entry : all) {
+    if (!ids.contains(entry->id)) forEachPath(*entry, mark);
+  }
+  std::vector<TrashCandidate> found;
+  for (const EntryPointer& entry : going) {
+    found.push_back({entry, isShownByOthers[entry->path],
+                     entry->originalPath && isShownByOthers[*entry->originalPath]});
+  }
+  return found;
+}
+
+void notePlaces(std::vector<RemovedEntry>& removed, const EntryList& all) {
+  std::unordered_map<std::string_view, RemovedEntry*> byID;
+  for (RemovedEntry& one : removed) byID.emplace(one.entry->id, &one);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (const auto found = byID.find(all[i]->id); found != byID.end()) found->second->index = i;
+  }
+}
 
 std::string numberedName(const Path& path, int number) {
   return fmt::format("{} {}{}", path.stem().string(), number, path.extension().string());
@@ -162,6 +197,21 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
   if (removed.isUntracked && !restored.failure) restored.failure = "restore from Trash failed";
   restored.hasBackingImage = files_.status(restored.entry->path).has_value();
   return restored;
+}
+
+void HistoryTrash::discard(const std::vector<std::string>& surplus, const EntryList& entries) {
+  if (surplus.empty()) return;
+  std::unordered_set<std::string_view> going(surplus.begin(), surplus.end());
+  for (const EntryPointer& entry : entries) {
+    forEachPath(*entry, [&](const std::string& path) { going.erase(path); });
+  }
+  for (const std::string_view path : going) {
+    const auto moved = trash_.moveToTrash(path);
+    if (!moved && moved.error().kind != FailureKind::notFound) {
+      logWarning(category, "move to Trash failed: {}", moved.error().reason);
+    }
+  }
+  trash_.flush();
 }
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "library/deletion_journal.hpp"
 #include "library/file_reach.hpp"
@@ -29,6 +30,14 @@ struct TrashCandidate {
   bool keepsFile = false;      ///< another entry shows the same file
   bool keepsOriginal = false;  ///< another entry has the same original
 };
+
+/// The entries `going` out of `all`. Copies of a capture, and captures made from others, may share
+/// files: those go with the last entry that shows them.
+[[nodiscard]] std::vector<TrashCandidate> trashCandidates(const EntryList& all,
+                                                          const EntryList& going);
+
+/// Notes the places that entries have in the list.
+void notePlaces(std::vector<RemovedEntry>& removed, const EntryList& all);
 
 /// "Shot 2.png" for "Shot.png".
 [[nodiscard]] std::string numberedName(const Path& path, int number);
@@ -65,6 +74,9 @@ class HistoryTrash {
 
   /// Puts the entry's files where it says. With `wasBegun` an earlier run may have put them there.
   [[nodiscard]] Restored restore(const RemovedEntry& removed, bool wasBegun);
+
+  /// Moves files that only the library knew to the Trash, unless an entry names them.
+  void discard(const std::vector<std::string>& surplus, const EntryList& entries);
 
   /// Makes what moved safe against a power cut.
   void flush() { trash_.flush(); }

@@ -51,6 +51,10 @@ std::optional<Path> path(const std::optional<std::string>& text) {
 
 }  // namespace
 
+double undoDeadline(const Clock& clock) {
+  return clock.now() + std::chrono::duration<double>(undoWindow).count();
+}
+
 Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const PendingUndo& pending) {
   StoredUndo stored{pending.until, pending.isBegun, {}, {}};
   for (const RemovedEntry& item : pending.batch.items) {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <vector>
 
 #include "library/history_trash.hpp"
 #include "library/library_paths.hpp"
+#include "platform/clock.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -13,6 +15,12 @@ namespace vantorel {
 struct RemovedBatch {
   std::vector<RemovedEntry> items;
 };
+
+/// For so long a deletion can be undone.
+inline constexpr std::chrono::seconds undoWindow{8};
+
+/// When the undo of what is deleted now ends, in seconds since 1970-01-01 UTC.
+[[nodiscard]] double undoDeadline(const Clock& clock);
 
 /// A batch that can be undone, as it is kept on disk: a command that deletes ends at once, and the
 /// next one may undo it.

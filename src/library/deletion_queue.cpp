@@ -1,0 +1,84 @@
+#include "library/deletion_queue.hpp"
+
+#include "base/log.hpp"
+#include "library/sliced_work.hpp"
+
+namespace vantorel {
+
+DeletionQueue::DeletionQueue(Services services)
+    : services_(std::move(services)),
+      trash_(std::make_shared<HistoryTrash>(services_.files, services_.trash)) {}
+
+void DeletionQueue::enqueue(Operation operation) {
+  waiting_.push_back(std::move(operation));
+  startNext();
+}
+
+void DeletionQueue::startNext() {
+  while (!isBusy_ && !waiting_.empty()) {
+    Operation operation = std::move(waiting_.front());
+    waiting_.pop_front();
+    isBusy_ = true;
+    operation();
+  }
+}
+
+void DeletionQueue::end(Operation answer) {
+  inSlices(
+      claims_.size(),
+      [this](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) claims_[i].end();
+      },
+      [this, answer = std::move(answer)]() mutable {
+        claims_.clear();
+        isBusy_ = false;
+        answer();
+        startNext();
+      });
+}
+
+void DeletionQueue::endLater(Operation answer) {
+  services_.main->post(
+      alive_.guard([this, answer = std::move(answer)]() mutable { end(std::move(answer)); }));
+}
+
+void DeletionQueue::settle(Operation done) {
+  enqueue([this, done = std::move(done)]() mutable {
+    services_.work->post(
+        [main = services_.main, reply = alive_.guard([this, done = std::move(done)]() mutable {
+          end(std::move(done));
+        })]() mutable { main->post(std::move(reply)); });
+  });
+}
+
+std::expected<void, EntryBusy> DeletionQueue::claim(const std::string& id, EntryWork work) {
+  auto claimed = services_.store.claims().claim(id, work);
+  if (!claimed) return std::unexpected(claimed.error());
+  claims_.push_back(*std::move(claimed));
+  return {};
+}
+
+void DeletionQueue::inSlices(std::size_t count,
+                             std::move_only_function<void(std::size_t, std::size_t)> slice,
+                             Operation then) {
+  vantorel::inSlices(services_.main, count, alive_.guard(std::move(slice)),
+                     alive_.guard(std::move(then)));
+}
+
+void DeletionQueue::flushIndex(std::move_only_function<void(const Result<void>&)> then) {
+  services_.store.flush(alive_.guard(std::move(then)));
+}
+
+void DeletionQueue::closeJournal(bool isSaved, const DeletionJournal& current) {
+  if (current.isEmpty()) return;
+  if (!isSaved) return unsaved_.append(current);
+  unsaved_ = {};
+  services_.work->post([&files = services_.files, paths = services_.store.paths()] {
+    const auto removed = writeDeletionJournal(files, paths, {});
+    if (!removed) {
+      logWarning("History", "the deletion journal stays: {}", removed.error().reason);
+    }
+  });
+}
+
+}  // namespace vantorel

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "library/deletion_journal.hpp"
+#include "library/history_store.hpp"
+#include "library/history_trash.hpp"
+#include "platform/clock.hpp"
+
+namespace vantorel {
+
+/// What deletions, undos and their recovery share: they run one after the other, each with the
+/// entries it claims, and move files where that may block. What is begun here does nothing more
+/// once the queue is gone. Lives on the main runner.
+class DeletionQueue {
+ public:
+  struct Services {
+    HistoryStore& store;
+    Files& files;
+    Trash& trash;
+    const Clock& clock;
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
+  };
+  using Operation = std::move_only_function<void()>;
+
+  explicit DeletionQueue(Services services);
+
+  [[nodiscard]] const Services& services() const { return services_; }
+
+  /// For use on `work`; shared, because a move may outlast the queue.
+  [[nodiscard]] const std::shared_ptr<HistoryTrash>& trash() const { return trash_; }
+
+  /// Runs `operation` when those before it are over. It lasts until it calls `end`.
+  void enqueue(Operation operation);
+
+  /// Ends the operation under way: gives its entries back, calls `answer`, and starts the next one.
+  void end(Operation answer);
+
+  /// The same for one that had nothing to do: nobody is answered before his call returns.
+  void endLater(Operation answer);
+
+  [[nodiscard]] bool isBusy() const { return isBusy_; }
+
+  /// Calls `done` when the operations so far are over and nothing waits for the disk any more.
+  void settle(Operation done);
+
+  /// Has the operation under way hold an entry until it ends.
+  [[nodiscard]] std::expected<void, EntryBusy> claim(const std::string& id, EntryWork work);
+
+  /// Calls `job` where it may block, and then `then` on the main runner with what came of it.
+  template <class Job, class Then>
+  void onWork(Job job, Then then) {
+    services_.work->post([main = services_.main, job = std::move(job),
+                          reply = alive_.guard(std::move(then))]() mutable {
+      main->post([value = job(), reply = std::move(reply)]() mutable { reply(std::move(value)); });
+    });
+  }
+
+  /// Calls `slice` with one run of [0, count) after the other, and lets the main runner do other
+  /// things in between.
+  void inSlices(std::size_t count, std::move_only_function<void(std::size_t, std::size_t)> slice,
+                Operation then);
+
+  /// Writes the index.
+  void flushIndex(std::move_only_function<void(const Result<void>&)> then);
+
+  /// What journals go on naming: deletions whose end is not in the index on disk.
+  [[nodiscard]] const DeletionJournal& unsaved() const { return unsaved_; }
+
+  /// Removes the journal of the operation under way. An index that was not saved still has entries
+  /// whose files went: the next journal names them too.
+  void closeJournal(bool isSaved, const DeletionJournal& current);
+
+ private:
+  void startNext();
+
+  Services services_;
+  std::shared_ptr<HistoryTrash> trash_;
+  DeletionJournal unsaved_;
+  std::vector<EntryClaim> claims_;  // of the operation under way
+  std::deque<Operation> waiting_;
+  bool isBusy_ = false;
+  Alive alive_;
+};
+
+}  // namespace vantorel
