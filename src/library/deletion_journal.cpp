@@ -1,8 +1,9 @@
 #include "library/deletion_journal.hpp"
 
-#include <iterator>
+#include <cstdlib>
 
 #include "base/json_record.hpp"
+#include "library/journal_file.hpp"
 
 namespace vantorel {
 namespace {
@@ -40,13 +41,10 @@ struct StoredJournal {
 VT_JSON_RECORD(StoredJournal)
 
 // As text: not every inode fits into the numbers of JSON.
-std::optional<std::string> text(const std::optional<std::uint64_t>& inode) {
-  return inode ? std::optional(std::to_string(*inode)) : std::nullopt;
-}
+std::string toText(std::uint64_t inode) { return std::to_string(inode); }
 
-std::optional<std::uint64_t> inode(const std::optional<std::string>& text) {
-  return text ? std::optional<std::uint64_t>(std::strtoull(text->c_str(), nullptr, 10))
-              : std::nullopt;
+std::uint64_t fromText(const std::string& inode) {
+  return std::strtoull(inode.c_str(), nullptr, 10);
 }
 
 }  // namespace
@@ -59,14 +57,11 @@ void DeletionJournal::append(const DeletionJournal& other) {
 
 Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
                                   const DeletionJournal& journal) {
-  if (journal.isEmpty()) {
-    auto removed = files.remove(paths.deletions());
-    if (!removed && removed.error().kind == FailureKind::notFound) return {};
-    return removed;
-  }
+  if (journal.isEmpty()) return removeJournalFile(files, paths.deletions());
   StoredJournal stored{{}, journal.offersUndo, journal.surplus, {}};
   for (const DeletionJournal::Item& item : journal.items) {
-    stored.items.push_back({item.id, text(item.file), text(item.original), {}});
+    stored.items.push_back(
+        {item.id, item.file.transform(toText), item.original.transform(toText), {}});
   }
   return files.replace(paths.deletions(), json::toText(stored), Privacy::ownerOnly);
 }
@@ -83,7 +78,8 @@ DeletionJournal readDeletionJournal(const Files& files, const LibraryPaths& path
   auto stored = json::fromText<StoredJournal>(*bytes);
   if (!stored) return {};
   for (StoredItem& item : stored->items) {
-    journal.items.push_back({std::move(item.id), inode(item.file), inode(item.original)});
+    journal.items.push_back(
+        {std::move(item.id), item.file.transform(fromText), item.original.transform(fromText)});
   }
   journal.offersUndo = stored->offersUndo;
   journal.surplus = std::move(stored->surplus);

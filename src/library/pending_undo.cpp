@@ -1,6 +1,7 @@
 #include "library/pending_undo.hpp"
 
 #include "base/json_record.hpp"
+#include "library/journal_file.hpp"
 
 namespace vantorel {
 namespace {
@@ -41,13 +42,9 @@ struct StoredUndo {
 };
 VT_JSON_RECORD(StoredUndo)
 
-std::optional<std::string> text(const std::optional<Path>& path) {
-  return path ? std::optional(path->string()) : std::nullopt;
-}
+std::string toText(const Path& path) { return path.string(); }
 
-std::optional<Path> path(const std::optional<std::string>& text) {
-  return text ? std::optional<Path>(*text) : std::nullopt;
-}
+Path fromText(const std::string& path) { return path; }
 
 }  // namespace
 
@@ -60,8 +57,8 @@ Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const Pen
   for (const RemovedEntry& item : pending.batch.items) {
     stored.items.push_back({*item.entry,
                             static_cast<std::int64_t>(item.index),
-                            text(item.trashedPNGURL),
-                            text(item.trashedOriginalURL),
+                            item.trashedPNGURL.transform(toText),
+                            item.trashedOriginalURL.transform(toText),
                             item.isUntracked,
                             {}});
   }
@@ -69,9 +66,7 @@ Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const Pen
 }
 
 Result<void> removePendingUndo(Files& files, const LibraryPaths& paths) {
-  auto removed = files.remove(paths.pendingUndo());
-  if (!removed && removed.error().kind == FailureKind::notFound) return {};
-  return removed;
+  return removeJournalFile(files, paths.pendingUndo());
 }
 
 std::optional<PendingUndo> readPendingUndo(const Files& files, const LibraryPaths& paths) {
@@ -83,8 +78,9 @@ std::optional<PendingUndo> readPendingUndo(const Files& files, const LibraryPath
   for (StoredItem& item : stored->items) {
     if (item.index < 0) continue;
     pending.batch.items.push_back({std::make_shared<const ScreenshotEntry>(std::move(item.entry)),
-                                   static_cast<std::size_t>(item.index), path(item.trashedPNGURL),
-                                   path(item.trashedOriginalURL), item.isUntracked});
+                                   static_cast<std::size_t>(item.index),
+                                   item.trashedPNGURL.transform(fromText),
+                                   item.trashedOriginalURL.transform(fromText), item.isUntracked});
   }
   return pending;
 }

@@ -6,6 +6,7 @@
 
 #include "base/log.hpp"
 #include "library/file_reach.hpp"
+#include "library/journal_file.hpp"
 
 namespace vantorel {
 namespace {
@@ -93,8 +94,7 @@ RelocationJournal::Read RelocationJournal::read(const Files& files, const Librar
 
 Result<void> RelocationJournal::write(Files& files, const LibraryPaths& paths) const {
   if (isEmpty()) {
-    const auto removed = files.remove(paths.relocationJournal());
-    if (!removed && removed.error().kind != FailureKind::notFound) return removed;
+    VT_TRY(removeJournalFile(files, paths.relocationJournal()));
   } else {
     StoredJournal stored{version, id, {}, extra};
     stored.pairs.reserve(pairs.size() + unreadPairs.size());

@@ -3,6 +3,8 @@
 #include <utility>
 #include <vector>
 
+#include "library/journal_file.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -35,9 +37,7 @@ Result<void> RelocationLeftovers::write(Files& files, const LibraryPaths& paths)
     const StoredLeftovers stored{{folders.begin(), folders.end()}, extra};
     return files.replace(fileIn(paths), json::toText(stored), Privacy::ownerOnly);
   }
-  const auto removed = files.remove(fileIn(paths));
-  if (!removed && removed.error().kind != FailureKind::notFound) return removed;
-  return {};
+  return removeJournalFile(files, fileIn(paths));
 }
 
 }  // namespace vantorel

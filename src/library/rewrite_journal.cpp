@@ -9,6 +9,7 @@
 #include "base/json_record.hpp"
 #include "base/log.hpp"
 #include "library/entry_paths.hpp"
+#include "library/journal_file.hpp"
 
 namespace vantorel {
 namespace {
@@ -91,11 +92,7 @@ void RewriteJournal::recover(const EntryList& entries) {
 }
 
 Result<void> RewriteJournal::write() {
-  if (items_.empty()) {
-    auto removed = files_.remove(paths_.rewrites());
-    if (!removed && removed.error().kind == FailureKind::notFound) return {};
-    return removed;
-  }
+  if (items_.empty()) return removeJournalFile(files_, paths_.rewrites());
   std::vector<StoredItem> stored;
   for (const Item& item : items_) stored.push_back({item, {}});
   return files_.replace(paths_.rewrites(), json::toText(stored), Privacy::ownerOnly);
