@@ -1,10 +1,19 @@
 #include "app/retention_setting.hpp"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 namespace vantorel {
+namespace {
+
+constexpr const char* agreeButton = "Move to Trash";
+constexpr const char* refuseButton = "Cancel";
+
+}  // namespace
 
 void RetentionSetting::follow() {
+  isFollowed_ = true;
   services_.retention.onQuestion =
       alive_.guard([this](std::size_t count, RetentionPolicy policy) { ask(count, policy); });
   services_.retention.setPolicy(services_.settings.values().retentionDays);
@@ -16,13 +25,25 @@ void RetentionSetting::follow() {
   });
 }
 
+std::string RetentionSetting::remark() const {
+  if (services_.settings.values().retentionDays == RetentionPolicy::off) return {};
+  if (!isFollowed_) {
+    return "Captures go by age only while Vantorel is in the tray, which asks before the first go.";
+  }
+  if (!services_.retention.isAsking()) return {};
+  return fmt::format(
+      "No captures go until the question on the screen is answered with “{}”; “{}” takes the "
+      "setting back.",
+      agreeButton, refuseButton);
+}
+
 void RetentionSetting::ask(std::size_t count, RetentionPolicy policy) {
   RetentionConfirmation words = confirmRetention(count, policy);
   question_ = services_.alerts.ask(
       {Alert::Style::warning,
        std::move(words.title),
        std::move(words.text),
-       {{"Move to Trash"}, {"Cancel", true, true}},
+       {{agreeButton}, {refuseButton, true, true}},
        false},
       alive_.guard([this, policy](std::size_t button) { answered(policy, button == 0); }));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "base/alive.hpp"
 #include "base/observers.hpp"
@@ -26,11 +27,15 @@ class RetentionSetting {
   /// From now on.
   void follow();
 
+  /// Why captures do not go yet at the age that is set; empty when nothing is in their way.
+  [[nodiscard]] std::string remark() const;
+
  private:
   void ask(std::size_t count, RetentionPolicy policy);
   void answered(RetentionPolicy asked, bool isAgreed);
 
   Services services_;
+  bool isFollowed_ = false;
   Observation observation_;
   AlertID question_ = 0;
   Alive alive_;

@@ -62,6 +62,7 @@ TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
   start();
   choose(RetentionPolicy::quarter);
   EXPECT_FALSE(alerts.shown.has_value()) << "nothing is that old";
+  EXPECT_EQ(setting->remark(), "");
 
   choose(RetentionPolicy::month);
   ASSERT_TRUE(alerts.shown.has_value());
@@ -70,8 +71,10 @@ TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
   EXPECT_TRUE(alerts.shown->buttons.back().isDefault) << "Return and a missing display keep them";
   runners.advance(std::chrono::hours(2));
   EXPECT_EQ(store.entries().size(), 3U);
+  EXPECT_THAT(setting->remark(), HasSubstr("answered with “Move to Trash”; “Cancel” takes"));
   ASSERT_TRUE(alerts.press("Cancel"));
   runners.run();
+  EXPECT_EQ(setting->remark(), "");
   EXPECT_EQ(settings.values().retentionDays, RetentionPolicy::off) << "nothing else was agreed to";
   EXPECT_EQ(store.entries().size(), 3U);
 
@@ -82,6 +85,7 @@ TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
   choose(RetentionPolicy::week);
   ASSERT_TRUE(alerts.press("Move to Trash"));
   runners.run();
+  EXPECT_EQ(setting->remark(), "");
   EXPECT_EQ(store.entries().size(), 1U);
   EXPECT_EQ(store.entries()[0]->id, "2");
   runners.advance(std::chrono::hours(24 * 6));

@@ -146,7 +146,7 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
   } else if (std::holds_alternative<command::ListWindows>(line.command)) {
     listWindows(line.json, std::move(done));
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
-    changeSettings(*settings, line.json, withKeys(*settings, std::move(done)));
+    changeSettings(*settings, line.json, withRemarks(*settings, std::move(done)));
   } else if (const auto* autostart = std::get_if<command::Autostart>(&line.command)) {
     switchAutostart(*autostart, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
@@ -223,12 +223,17 @@ void CommandRunner::announceWait(const ShowProgress& show, Waiting waiting, cons
       }));
 }
 
-/// What keeps a hot key that was just set from working belongs to the answer.
-CommandDone CommandRunner::withKeys(const command::Settings& what, Done done) {
+/// What keeps a setting that was just made from working belongs to the answer.
+CommandDone CommandRunner::withRemarks(const command::Settings& what, Done done) {
   using Verb = command::Settings::Verb;
   if (what.verb != Verb::set && what.verb != Verb::reset) return done;
   return [this, key = what.key, done = std::move(done)](CommandReply reply) mutable {
     if (reply.status != ExitStatus::done) return done(std::move(reply));
+    if (key == "retentionDays") {
+      const std::string remark = services_.retention->remark();
+      if (!remark.empty()) reply.error += remark + "\n";
+      return done(std::move(reply));
+    }
     services_.coordinator->whenKeysKnown(
         key,
         alive_.guard([reply = std::move(reply), done = std::make_shared<Done>(std::move(done))](

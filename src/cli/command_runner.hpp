@@ -12,6 +12,7 @@
 #include "app/capture_export.hpp"
 #include "app/capture_rewriter.hpp"
 #include "app/library_move.hpp"
+#include "app/retention_setting.hpp"
 #include "base/alive.hpp"
 #include "cli/command_line.hpp"
 #include "cli/library_command.hpp"
@@ -32,6 +33,7 @@ class CommandRunner {
     Library* library = nullptr;
     LibraryCommands* libraryCommands = nullptr;
     LibraryMove* move = nullptr;
+    RetentionSetting* retention = nullptr;
     CaptureExport* exporting = nullptr;
     Autostart* autostart = nullptr;
     ScreenCapture* screen = nullptr;
@@ -67,7 +69,7 @@ class CommandRunner {
   using Waiting = std::shared_ptr<Done>;
 
   void changeSettings(const command::Settings& what, bool json, Done done);
-  [[nodiscard]] Done withKeys(const command::Settings& what, Done done);
+  [[nodiscard]] Done withRemarks(const command::Settings& what, Done done);
   void whenLibraryReady(const CommandAsker& asker, Done done,
                         std::move_only_function<void(Done)> go);
   void announceWait(const ShowProgress& show, Waiting waiting, const Path& staged);

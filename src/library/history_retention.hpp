@@ -60,6 +60,9 @@ class HistoryRetention {
   /// a no, this policy moves nothing and asks nothing until the program starts anew.
   void answer(RetentionPolicy policy, bool isAgreed);
 
+  /// The question was put, and neither answered nor overtaken.
+  [[nodiscard]] bool isAsking() const { return isAsking_; }
+
   /// The age agreed to last; `off` when none was, or before that is known.
   [[nodiscard]] RetentionPolicy agreed() const {
     return agreement_ ? agreement_->policy() : RetentionPolicy::off;

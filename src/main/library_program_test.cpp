@@ -548,7 +548,9 @@ TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAloneAndOnceAgreedTo)
   std::ofstream(vantorel.root() / "history.json")
       << indexOf(4, entry("old", "") + "," + entry("starred", R"(,"starred":true)") + "," +
                         entry("edited", R"(,"editedAt":4e9)"));
-  std::ofstream(vantorel.root() / "settings.json") << R"({"retentionDays":7})";
+  const auto chosen = vantorel.run({"settings", "set", "retentionDays", "7"});
+  EXPECT_EQ(chosen.out, "7\n");
+  EXPECT_THAT(chosen.err, testing::HasSubstr("only while Vantorel is in the tray"));
   EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
   EXPECT_EQ(vantorel.entries().size(), 3U) << "a command does what it says and nothing else";
   {
@@ -559,6 +561,8 @@ TEST(LibraryProgramTest, OldCapturesGoToTheTrashFromTheTrayAloneAndOnceAgreedTo)
       status = vantorel.run({"capture", "display"}).status;
     }
     EXPECT_EQ(status, 4);
+    EXPECT_THAT(vantorel.run({"settings", "set", "retentionDays", "7"}).err,
+                testing::HasSubstr("until the question on the screen is answered"));
     asking.signal(SIGKILL);
     asking.wait();
   }

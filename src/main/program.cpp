@@ -257,6 +257,7 @@ struct Program::Parts {
                                 .library = &library,
                                 .libraryCommands = libraryCommands.get(),
                                 .move = libraryMove.get(),
+                                .retention = retentionSetting.get(),
                                 .exporting = exporting.get(),
                                 .autostart = &autostart,
                                 .screen = desktop.screen.get(),
