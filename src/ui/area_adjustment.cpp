@@ -12,17 +12,19 @@ struct Span {
   int length;
 };
 
-Span moved(Span span, int side, int by, int low, int high) {
+/// Moves the span, or its `side`. A side that goes past the other one becomes the other.
+Span moved(Span span, int& side, int by, int low, int high) {
   const int end = span.start + span.length;
-  if (side == 0) {
-    span.start = std::clamp(span.start + by, low, high - span.length);
-  } else if (side < 0) {
-    span.start = std::clamp(span.start + by, low, end - 1);
-    span.length = end - span.start;
-  } else {
-    span.length = std::clamp(end + by, span.start + 1, high) - span.start;
+  if (side == 0) return {std::clamp(span.start + by, low, high - span.length), span.length};
+  const int fixed = side < 0 ? end : span.start;
+  int moving = std::clamp((side < 0 ? span.start : end) + by, low, high);
+  if (moving == fixed) {
+    // On to the first pixel beyond, where there is one.
+    const bool goesBeyond = side < 0 ? fixed < high : fixed > low;
+    moving += goesBeyond ? -side : side;
   }
-  return span;
+  side = moving < fixed ? -1 : 1;
+  return {std::min(moving, fixed), std::abs(moving - fixed)};
 }
 
 int placeOf(Span span, int side) { return span.start + span.length * (side + 1) / 2; }
@@ -76,19 +78,22 @@ void AreaAdjustment::drag(QPoint to) {
     if (to.y() <= bounds_.y) by.setY(-beyond);
     if (to.y() >= bounds_.bottom() - 1) by.setY(beyond);
   }
-  area_ = moved(held_->area, held_->grip, by);
+  area_ = held_->area;
+  focus_ = held_->grip;
+  move(by);
 }
 
 bool AreaAdjustment::putBack() {
   if (!held_) return false;
   area_ = held_->area;
+  focus_ = held_->grip;
   held_.reset();
   return true;
 }
 
 std::optional<AreaGrip> AreaAdjustment::held() const {
   if (!held_) return std::nullopt;
-  return held_->grip;
+  return focus_;
 }
 
 void AreaAdjustment::moveFocus(int by) {
@@ -101,26 +106,27 @@ void AreaAdjustment::moveFocus(int by) {
   focus_ = next == 0 ? AreaGrip{} : areaHandles[static_cast<std::size_t>(next - 1)];
 }
 
-void AreaAdjustment::nudge(int right, int down) { area_ = moved(area_, focus_, {right, down}); }
+void AreaAdjustment::nudge(int right, int down) { move({right, down}); }
 
 void AreaAdjustment::resize(PixelSize size) {
   area_.width = std::clamp(size.width, 1, bounds_.width);
   area_.height = std::clamp(size.height, 1, bounds_.height);
-  area_ = moved(area_, {}, {});
+  area_.x = std::min(area_.x, bounds_.right() - area_.width);
+  area_.y = std::min(area_.y, bounds_.bottom() - area_.height);
 }
 
-PixelRect AreaAdjustment::moved(const PixelRect& area, AreaGrip grip, QPoint by) const {
+void AreaAdjustment::move(QPoint by) {
   // An edge's handle moves along one way alone; the whole area along both.
-  const bool isEdge = grip.isHandle() && (grip.across == 0 || grip.down == 0);
-  Span x{area.x, area.width};
-  Span y{area.y, area.height};
-  if (!isEdge || grip.across != 0) {
-    x = vantorel::moved(x, grip.across, by.x(), bounds_.x, bounds_.right());
+  const bool isEdge = focus_.isHandle() && (focus_.across == 0 || focus_.down == 0);
+  Span x{area_.x, area_.width};
+  Span y{area_.y, area_.height};
+  if (!isEdge || focus_.across != 0) {
+    x = moved(x, focus_.across, by.x(), bounds_.x, bounds_.right());
   }
-  if (!isEdge || grip.down != 0) {
-    y = vantorel::moved(y, grip.down, by.y(), bounds_.y, bounds_.bottom());
+  if (!isEdge || focus_.down != 0) {
+    y = moved(y, focus_.down, by.y(), bounds_.y, bounds_.bottom());
   }
-  return {x.start, y.start, x.length, y.length};
+  area_ = {x.start, y.start, x.length, y.length};
 }
 
 }  // namespace vantorel

@@ -23,8 +23,8 @@ inline constexpr std::array<AreaGrip, 8> areaHandles{
     {{-1, -1}, {0, -1}, {1, -1}, {1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}}};
 
 /// An area that is put right before it is taken: its handles move its edges, its inside moves it,
-/// by pointer or by keys. It never leaves its display and keeps at least a pixel each way. All in
-/// device pixels.
+/// by pointer or by keys. A handle that goes past the opposite one becomes that one. The area never
+/// leaves its display and keeps at least a pixel each way. All in device pixels.
 class AreaAdjustment {
  public:
   /// `area` lies within `bounds` and is not empty. `reach` is how far from a handle's middle the
@@ -44,6 +44,7 @@ class AreaAdjustment {
   void letGo() { held_.reset(); }
   /// Undoes the drag under way; false when there is none.
   bool putBack();
+  /// What is held, as it is now that it may have gone past the opposite side.
   [[nodiscard]] std::optional<AreaGrip> held() const;
 
   /// What the arrow keys move: a handle, or the whole area.
@@ -58,12 +59,13 @@ class AreaAdjustment {
 
  private:
   struct Held {
-    AreaGrip grip;
+    AreaGrip grip;  // as it was taken hold of
     QPoint from;
     PixelRect area;
   };
 
-  [[nodiscard]] PixelRect moved(const PixelRect& area, AreaGrip grip, QPoint by) const;
+  /// Moves what has the focus.
+  void move(QPoint by);
 
   PixelRect area_;
   PixelRect bounds_;

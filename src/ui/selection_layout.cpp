@@ -232,7 +232,9 @@ SelectionLayout layOutSelection(const SelectionModel& model, const SelectionStat
 }
 
 QRegion SelectionLayout::changeFrom(const SelectionLayout& before) const {
-  QRegion changed = QRegion(before.chosen) ^ QRegion(chosen);
+  // A pick is tinted, an area is not.
+  QRegion changed = isPick == before.isPick ? QRegion(before.chosen) ^ QRegion(chosen)
+                                            : QRegion(before.chosen) + QRegion(chosen);
   const auto addAll = [&](const SelectionLayout& layout) {
     const int rim = static_cast<int>(std::ceil(4 * layout.scale));
     if (!layout.chosen.isEmpty()) {
@@ -244,8 +246,7 @@ QRegion SelectionLayout::changeFrom(const SelectionLayout& before) const {
     }
     changed += layout.hairlineAcross;
     changed += layout.hairlineDown;
-    changed += layout.loupe.adjusted(-rim, -rim, rim, rim);
-    changed += layout.caption.adjusted(-rim, -rim, rim, rim);
+    changed += (layout.loupe | layout.caption).adjusted(-rim, -rim, rim, rim);
   };
   addAll(before);
   addAll(*this);

@@ -22,6 +22,10 @@ QPoint nearestInside(const PixelRect& area, QPoint point) {
           std::clamp(point.y(), area.y, area.bottom() - 1)};
 }
 
+QPoint middleOf(const PixelRect& area) {
+  return {area.x + area.width / 2, area.y + area.height / 2};
+}
+
 PixelRect between(QPoint a, QPoint b) {
   return {std::min(a.x(), b.x()), std::min(a.y(), b.y()), std::abs(a.x() - b.x()),
           std::abs(a.y() - b.y())};
@@ -259,13 +263,13 @@ void SelectionModel::moveFocus(int by) {
   const int index = now == nullptr ? (by > 0 ? -1 : count) : static_cast<int>(now - &windows_[0]);
   mode_ = CaptureMode::window;
   windowByKeys_ = static_cast<std::size_t>(((index + by) % count + count) % count);
-  const PixelRect& area = windows_[*windowByKeys_].area;
-  display_ = displayAt({area.x + area.width / 2, area.y + area.height / 2});
+  display_ = displayAt(middleOf(windows_[*windowByKeys_].area));
 }
 
 void SelectionModel::selectAll() {
   if (entry_) return entry_->selectAll();
   if (isDragging_ && !isDrawnByKeys_) return;
+  if (!adjustment_ && displayAt(pointer_) != display_) pointer_ = middleOf(display().area);
   adjust(display().area);
 }
 
@@ -277,9 +281,10 @@ void SelectionModel::moveToDisplay(int by) {
   const PixelRect& area = displays_[next].area;
   if (adjustment_) {
     display_ = next;
+    pointer_ = middleOf(area);
     return adjust(area);
   }
-  movePointer({area.x + area.width / 2, area.y + area.height / 2});
+  movePointer(middleOf(area));
   isDrawnByKeys_ = mode_ == CaptureMode::region;
 }
 

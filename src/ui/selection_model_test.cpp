@@ -154,6 +154,8 @@ TEST_F(SelectionModelTest, KeysAloneDrawAnAreaStepByStep) {
   model.moveToDisplay(1);
   EXPECT_EQ(model.confirm(), region("LEFT", {0, 0, 1000, 800}));
   EXPECT_TRUE(model.goBack());
+  EXPECT_EQ(model.display().id, "LEFT") << "where the keys went, and not where the pointer was";
+  EXPECT_EQ(model.pointer(), QPoint(500, 400));
   model.nudge(1, 0);
   model.movePointer({20, 20});
   EXPECT_EQ(model.confirm(), CaptureTarget(DisplayTarget{"LEFT"}))
@@ -177,9 +179,11 @@ TEST_F(SelectionModelTest, AnAreaIsAdjustedByItsHandlesUntilItIsTaken) {
   EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 220, 140}));
   pull({300, 140}, {999, 799});  // to the last pixel the pointer can reach
   EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 920, 800}));
-  pull({1000, 400}, {20, 20});  // never turned inside out
-  EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 1, 800}));
-  pull({80, 400}, {80, 400});
+  pull({1000, 400}, {20, 20});  // past the opposite side
+  EXPECT_EQ(model.chosenArea(), (PixelRect{20, 0, 60, 800}));
+  EXPECT_EQ(model.adjustment()->focus(), (AreaGrip{-1, 0})) << "it is the left one now";
+  pull({20, 400}, {80, 400});
+  EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 1, 800})) << "never empty";
   pull({600, 600}, {600, 600});
   EXPECT_EQ(model.chosenArea(), (PixelRect{80, 0, 1, 800})) << "a click beside it is nothing";
 
@@ -191,7 +195,19 @@ TEST_F(SelectionModelTest, AnAreaIsAdjustedByItsHandlesUntilItIsTaken) {
   EXPECT_EQ(model.confirm(), std::nullopt) << "not in the middle of a drag";
   EXPECT_TRUE(model.goBack());
   EXPECT_EQ(model.chosenArea(), (PixelRect{1100, 200, 40, 40}));
-  EXPECT_EQ(model.confirm(), region("RIGHT", {50, 50, 20, 20}));
+
+  // A corner there and back within one drag, and by keys over a single pixel.
+  model.movePointer({1140, 240});
+  model.press();
+  model.movePointer({1060, 150});
+  EXPECT_EQ(model.chosenArea(), (PixelRect{1060, 150, 40, 50}));
+  EXPECT_EQ(model.detail(), QPoint(1060, 150));
+  model.movePointer({1102, 203});
+  EXPECT_EQ(model.chosenArea(), (PixelRect{1100, 200, 2, 3}));
+  EXPECT_EQ(model.release(), std::nullopt);
+  for (int i = 0; i < 3; ++i) model.nudge(-1, 0);
+  EXPECT_EQ(model.chosenArea(), (PixelRect{1098, 200, 2, 3}));
+  EXPECT_EQ(model.confirm(), region("RIGHT", {49, 50, 1, 1.5}));
 }
 
 TEST_F(SelectionModelTest, TabGoesRoundTheHandlesAndSizesCanBeTyped) {
