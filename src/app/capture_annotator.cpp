@@ -61,8 +61,9 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
   if (drawing.document) kept.inputs.push_back(*drawing.document);
   auto base = readPictureFile(basePath, 0, files, codec);
   if (!base && !entry) {
-    return std::unexpected(
-        fmt::format("Couldn't read {} as an image: {}.", basePath.string(), base.error().reason));
+    const bool isMissing = base.error().kind == FailureKind::notFound;
+    return std::unexpected(fmt::format("Couldn't read {}{}: {}.", basePath.string(),
+                                       isMissing ? "" : " as an image", base.error().reason));
   }
   if (!base) return unreadable(files, *entry, base.error());
   EditorDocument document;

@@ -208,8 +208,8 @@ TEST_F(CaptureAnnotatorTest, DrawsIntoFilesButNeverOverTheLibrarysOrItsOwn) {
   drawFailure = "Export is blocked: the layered image couldn't be built.";
   EXPECT_EQ(draw(capture), drawFailure);
   EXPECT_EQ(files->text("/out.png"), "jpeg of 8 with 1");
-  EXPECT_EQ(draw({Drawing::Picture{"/none.png"}, {}, "/out.png"}).substr(0, 23),
-            "Couldn't read /none.png");
+  EXPECT_EQ(draw({Drawing::Picture{"/none.png"}, {}, "/out.png"}).substr(0, 25),
+            "Couldn't read /none.png: ");
 }
 
 TEST_F(CaptureAnnotatorTest, GoneBeforeTheAnswerItAnswersNobody) {

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <array>
 #include <charconv>
@@ -193,6 +194,15 @@ CommandLineAnswer usage(const std::string& problem, const std::string& command =
           closedSentence(problem) + "\nRun \"vantorel" + command + " --help\" for help.\n"};
 }
 
+/// What to give for an option: the choices where there are some.
+std::string wordsFor(const CLI::Option& option) {
+  const OptionOutline outline = outlineOf(option);
+  const auto& choices = outline.choices;
+  if (choices.size() < 2) return outline.words;
+  return fmt::format("{} or {}", fmt::join(choices.begin(), choices.end() - 1, ", "),
+                     choices.back());
+}
+
 /// The innermost command on the line as far as it was understood.
 const CLI::App& deepest(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
@@ -313,7 +323,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
       text.resize(text.size() - required.size());
       const CLI::Option* const option = deepest(app).get_option_no_throw(text);
       text = (text.starts_with('-') ? text : "\"" + text + "\"") + " is missing";
-      if (option != nullptr) text += ": " + option->get_description();
+      if (option != nullptr) text += ": " + wordsFor(*option);
     }
     return usage(text, commandsOf(app));
   }

@@ -108,7 +108,7 @@ TEST(CommandLineTest, LibraryCommandsAreReadWhole) {
 
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
-      {{"capture"}, "\"what\" is missing"},
+      {{"capture"}, "\"what\" is missing: display, window, area or previous."},
       {{"library", "list", "--before", ""}, "must not be empty"},
       {{"library", "list", "--collection", ""}, "must not be empty"},
       {{"capture", "moon"}, "moon not in"},

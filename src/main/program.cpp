@@ -108,7 +108,8 @@ Path autostartFile(const std::optional<Path>& root) {
          (CommandBus::nameFor(root) + ".desktop");
 }
 
-std::vector<std::string> autostartCommand(const std::optional<Path>& root) {
+/// Starts this program with the same files.
+std::vector<std::string> commandFor(const std::optional<Path>& root) {
   std::error_code failure;
   const Path program = std::filesystem::read_symlink("/proc/self/exe", failure);
   std::vector<std::string> command{failure ? "vantorel" : program.string()};
@@ -126,8 +127,12 @@ std::vector<Path> sharedAutostartFiles(const std::optional<Path>& root) {
 }
 
 /// Starts the program anew in place of this process. Comes back only when that fails.
-bool relaunch() {
-  ::execl("/proc/self/exe", "vantorel", nullptr);
+bool relaunch(const std::optional<Path>& root) {
+  std::vector<std::string> command = commandFor(root);
+  std::vector<char*> words;
+  for (std::string& word : command) words.push_back(word.data());
+  words.push_back(nullptr);
+  ::execv("/proc/self/exe", words.data());
   return false;
 }
 
@@ -144,7 +149,7 @@ struct Program::Parts {
         codec(std::make_shared<LinuxImageCodec>()),
         detachedClipboard(main, disks.queue("com.hollen.Vantorel.clipboard")),
         sounds(disks.queue("com.hollen.Vantorel.sounds")),
-        autostart(*files, autostartFile(root), autostartCommand(root), sharedAutostartFiles(root)),
+        autostart(*files, autostartFile(root), commandFor(root), sharedAutostartFiles(root)),
         desktop(makeDesktopServices(
             environmentVariable, main,
             ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),
@@ -179,7 +184,7 @@ struct Program::Parts {
     }
     settingsFile.onProblem(
         [this](const std::string& sentence) { alerts->notify("Settings", sentence); });
-    coordinator = std::make_unique<AppCoordinator>(services(folders, std::move(terminate)));
+    coordinator = std::make_unique<AppCoordinator>(services(folders, root, std::move(terminate)));
     rewriter = std::make_unique<CaptureRewriter>(
         CaptureRewriter::Services{.main = main,
                                   .work = pool.queue("com.hollen.Vantorel.rewrite"),
@@ -273,7 +278,8 @@ struct Program::Parts {
     for (SerialQueues* const queues : {&pool, &disks, &prompt}) queues->stop();
   }
 
-  AppCoordinator::Services services(const UserFolders& folders, std::function<void()> terminate) {
+  AppCoordinator::Services services(const UserFolders& folders, const std::optional<Path>& root,
+                                    std::function<void()> terminate) {
     AppCoordinator::Services all;
     all.main = main;
     all.staging = prompt.queue("com.hollen.Vantorel.captures");
@@ -295,7 +301,7 @@ struct Program::Parts {
     all.whenMovingStopped = [this](std::move_only_function<void()> go) {
       library.relocation().settle(std::move(go));
     };
-    all.relaunch = relaunch;
+    all.relaunch = [root] { return relaunch(root); };
     all.terminate = std::move(terminate);
     all.clipboard = [this]() -> Clipboard* {
       return isResident ? desktop.clipboard.get() : &detachedClipboard;
