@@ -154,7 +154,8 @@ QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request reques
     : overlay_(&overlay),
       displays_(std::move(request.displays)),
       adjusts_(request.adjusts),
-      model_(request.mode, snapshotsOf(displays_), request.windows, startingPoint(displays_)),
+      model_(request.mode, snapshotsOf(displays_), request.windows, startingPoint(displays_),
+             qGuiApp->devicePixelRatio()),
       seen_(model_.pointer()) {
   for (std::size_t i = 0; i < displays_.size(); ++i) {
     const PixelRect& area = model_.displays()[i].area;

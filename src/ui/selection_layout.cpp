@@ -1,6 +1,8 @@
 #include <QFontMetrics>
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <limits>
 
 #include "ui/selection_painting.hpp"
 #include "ui/selection_style.hpp"
@@ -16,32 +18,61 @@ QString sizeText(const PixelRect& area) {
   return QStringLiteral("%1 × %2").arg(area.width).arg(area.height);
 }
 
-/// The loupe beside its pixel: where it covers neither what is being chosen nor the bar, and on the
-/// display.
+/// Where the loupe may stand beside an area that is adjusted, when its pixel has no room for it
+/// outside: along the area's sides, nearest first.
+std::vector<QRect> besideArea(const QRect& area, QPoint at, QSize size, const QRect& display,
+                              int gap) {
+  const auto along = [](int middle, int length, int low, int high) {
+    return std::clamp(middle - length / 2, low, std::max(low, high + 1 - length));
+  };
+  const int x = along(at.x(), size.width(), display.left(), display.right());
+  const int y = along(at.y(), size.height(), display.top(), display.bottom());
+  std::vector<QRect> boxes;
+  for (const QPoint corner :
+       {QPoint(area.right() + 1 + gap, y), QPoint(area.left() - gap - size.width(), y),
+        QPoint(x, area.bottom() + 1 + gap), QPoint(x, area.top() - gap - size.height())}) {
+    boxes.emplace_back(corner, size);
+  }
+  std::ranges::stable_sort(
+      boxes, {}, [at](const QRect& box) { return (box.center() - at).manhattanLength(); });
+  return boxes;
+}
+
+/// The loupe beside its pixel: on the display, and where it covers neither what is being chosen nor
+/// the bar, if there is such a place.
 QRect besideDetail(const SelectionModel& model, const SelectionLayout& layout, QSize size,
                    int gap) {
   const QRect display = rectOf(model.display().area);
   const QPoint at = layout.detail;
-  bool right = true;
-  bool below = true;
-  if (!layout.chosen.isEmpty()) {
-    right = at.x() >= layout.chosen.center().x();
-    below = at.y() >= layout.chosen.center().y();
+  const QPoint middle = layout.chosen.isEmpty() ? at : layout.chosen.center();
+  const bool isRight = at.x() >= middle.x();
+  const bool isBelow = at.y() >= middle.y();
+  std::vector<QRect> boxes;
+  for (const bool below : {isBelow, !isBelow}) {
+    for (const bool right : {isRight, !isRight}) {
+      boxes.emplace_back(QPoint(right ? at.x() + gap : at.x() - gap - size.width(),
+                                below ? at.y() + gap : at.y() - gap - size.height()),
+                         size);
+    }
   }
-  if (right && at.x() + gap + size.width() > display.right()) right = false;
-  if (!right && at.x() - gap - size.width() < display.left()) right = true;
-  if (below && at.y() + gap + size.height() > display.bottom()) below = false;
-  if (!below && at.y() - gap - size.height() < display.top()) below = true;
-  const auto box = [&] {
-    return QRect(QPoint(right ? at.x() + gap : at.x() - gap - size.width(),
-                        below ? at.y() + gap : at.y() - gap - size.height()),
-                 size);
-  };
-  if (box().intersects(layout.bar.panel)) below = !below;
-  return box();
+  // The eye is on the pixel while an area is drawn; an area that is there is looked at as a whole.
+  if (model.adjustment() != nullptr) {
+    std::ranges::copy(besideArea(layout.chosen, at, size, display, gap), std::back_inserter(boxes));
+  }
+  QRect best = boxes.front();
+  int least = std::numeric_limits<int>::max();
+  for (const QRect& box : boxes) {
+    const int faults = (display.contains(box) ? 0 : 4) +
+                       (box.intersects(layout.bar.panel) ? 2 : 0) +
+                       (box.intersects(layout.chosen) ? 1 : 0);
+    if (faults >= least) continue;
+    best = box;
+    least = faults;
+  }
+  return best;
 }
 
-/// What keys do now, those without which nobody gets on first; the last one stays in any case.
+/// What keys do now, those without which nobody gets on first.
 std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
   std::vector<SelectionHint> hints;
   const auto add = [&](const char* key, const char* effect) {
@@ -114,7 +145,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
 }
 
 /// Sets the line at the bottom of the display, or at the top when the pointer or the selection is
-/// there. The keys before the last are left out where the display is too narrow for them.
+/// there. Where the display is too narrow for all, the first key stays longest, and then the last.
 void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& layout) {
   const QRect display = rectOf(model.display().area);
   const QFontMetrics metrics(selection_style::font(layout.scale));
@@ -131,7 +162,9 @@ void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& 
     for (const auto& hint : hints) width += keyWidth(hint) + measure(6) + effectWidth(hint);
     return width;
   };
-  while (hints.size() > 1 && lineWidth() > display.width()) hints.erase(hints.end() - 2);
+  while (hints.size() > 1 && lineWidth() > display.width()) {
+    hints.erase(hints.end() - (hints.size() > 2 ? 2 : 1));
+  }
   const QSize size(lineWidth(), height);
   const int x = display.center().x() - size.width() / 2;
   QRect line({x, display.bottom() - measure(32) - size.height()}, size);
@@ -193,7 +226,7 @@ void layOutLoupe(const SelectionModel& model, const SelectionStatus& status, Mea
 
 SelectionLayout layOutSelection(const SelectionModel& model, const SelectionStatus& status) {
   SelectionLayout layout;
-  layout.scale = model.display().scale;
+  layout.scale = model.display().drawingScale;
   const Measure measure{layout.scale};
   const QFontMetrics metrics(selection_style::font(layout.scale));
   const PixelRect chosen = model.chosenArea();

@@ -41,11 +41,13 @@ PixelRect areaOf(const DisplaySnapshot& display) {
 }  // namespace
 
 SelectionModel::SelectionModel(CaptureMode mode, const std::vector<DisplaySnapshot>& displays,
-                               const std::vector<WindowSnapshot>& windows, QPoint pointer)
+                               const std::vector<WindowSnapshot>& windows, QPoint pointer,
+                               double windowScale)
     : mode_(mode) {
   VT_CHECK(!displays.empty());
   for (const auto& display : displays) {
-    displays_.push_back({display.id, areaOf(display), display.scale()});
+    displays_.push_back(
+        {display.id, areaOf(display), display.scale(), std::max(display.scale(), windowScale)});
   }
   for (const auto& window : windows) {
     if (window.isOwn || window.isMinimized) continue;
@@ -152,7 +154,7 @@ void SelectionModel::adjust(const PixelRect& area) {
   isDrawnByKeys_ = false;
   entry_.reset();
   adjustment_.emplace(area, display().area,
-                      static_cast<int>(std::lround(handleReachPoints * display().scale)));
+                      static_cast<int>(std::lround(handleReachPoints * display().drawingScale)));
 }
 
 CaptureTarget SelectionModel::targetOf(const PixelRect& area) const {

@@ -25,7 +25,8 @@ class SelectionModel {
   struct Display {
     DisplayID id;
     PixelRect area;
-    double scale = 1;
+    double scale = 1;         ///< pixels per point of what is captured
+    double drawingScale = 1;  ///< pixels per point of what is drawn over it
   };
   struct Window {
     WindowID id = 0;
@@ -34,9 +35,12 @@ class SelectionModel {
     std::string title;
   };
 
-  /// `windows` topmost first. The program's own and the minimised ones cannot be picked.
+  /// `windows` topmost first. The program's own and the minimized ones cannot be picked.
+  /// `windowScale` is pixels per point of the program's windows, which may be larger than the
+  /// display asks for.
   SelectionModel(CaptureMode mode, const std::vector<DisplaySnapshot>& displays,
-                 const std::vector<WindowSnapshot>& windows, QPoint pointer);
+                 const std::vector<WindowSnapshot>& windows, QPoint pointer,
+                 double windowScale = 1);
 
   void movePointer(QPoint to);
   void press();

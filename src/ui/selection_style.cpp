@@ -1,11 +1,18 @@
 #include "ui/selection_style.hpp"
 
+#include <QFontInfo>
 #include <QGuiApplication>
 #include <QPen>
 #include <algorithm>
 #include <cmath>
 
 namespace vantorel::selection_style {
+namespace {
+
+/// In points; read at a glance and over any picture.
+constexpr int smallestText = 13;
+
+}  // namespace
 
 int Measure::operator()(double points) const {
   return std::max(1, static_cast<int>(std::lround(points * scale)));
@@ -13,7 +20,7 @@ int Measure::operator()(double points) const {
 
 QFont font(double scale) {
   QFont font = QGuiApplication::font();
-  font.setPixelSize(Measure{scale}(13));
+  font.setPixelSize(Measure{scale}(std::max(smallestText, QFontInfo(font).pixelSize())));
   return font;
 }
 

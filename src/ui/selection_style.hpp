@@ -24,7 +24,7 @@ struct Measure {
   [[nodiscard]] int operator()(double points) const;
 };
 
-/// The font of everything written on the overlay, sized in device pixels.
+/// The desktop's font, for everything written on the overlay, sized in device pixels.
 [[nodiscard]] QFont font(double scale);
 
 /// The four bars of `width` pixels around `inner`, outside of it.
