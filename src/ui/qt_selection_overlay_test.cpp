@@ -318,6 +318,23 @@ TEST_F(SelectionOverlayTest, BrokenScaleStaysSharpAndExact) {
   EXPECT_EQ(toPixels(region->rect, 1.5), (PixelRect{121, 151, 401, 301}));
 }
 
+TEST_F(SelectionOverlayTest, AnAreaIsClearOfTheLoupeAndTintedAnewAsAWindow) {
+  startTwoMonitors("Xft.dpi:\t192\n");
+  movePointer({1000, 600});
+  select(request(2));
+  press();
+  movePointer({300, 250});
+  client->key(XK_Control_L, true);
+  release();
+  client->key(XK_Control_L, false);
+  settle();
+  strike(XK_Tab);
+  strike(XK_Tab);  // the upper edge, with less room above than the loupe needs
+  EXPECT_EQ(difference(screen("overlay-loupe-2x"), {320, 290, 660, 290}, 1, left), "");
+  strike(XK_space);
+  EXPECT_NE(difference(screen("overlay-window-after-area"), {400, 300, 100, 60}, 1, left), "");
+}
+
 TEST_F(SelectionOverlayTest, WaitsForTheHeldHotKeyAndEndsWithItsDisplays) {
   startTwoMonitors();
   movePointer({640, 400});

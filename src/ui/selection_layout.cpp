@@ -162,9 +162,12 @@ void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& 
     for (const auto& hint : hints) width += keyWidth(hint) + measure(6) + effectWidth(hint);
     return width;
   };
-  while (hints.size() > 1 && lineWidth() > display.width()) {
-    hints.erase(hints.end() - (hints.size() > 2 ? 2 : 1));
-  }
+  const auto fit = [&](int room) {
+    while (hints.size() > 1 && lineWidth() > room) {
+      hints.erase(hints.end() - (hints.size() > 2 ? 2 : 1));
+    }
+  };
+  fit(display.width());
   const QSize size(lineWidth(), height);
   const int x = display.center().x() - size.width() / 2;
   QRect line({x, display.bottom() - measure(32) - size.height()}, size);
@@ -174,6 +177,16 @@ void layOutHints(const SelectionModel& model, Measure measure, SelectionLayout& 
       (!layout.isPick && near.intersects(layout.chosen) &&
        !near.translated(0, display.top() + measure(32) - line.top()).intersects(layout.chosen))) {
     line.moveTop(display.top() + measure(32));
+  }
+  if (const QRect loupe = layout.loupe | layout.caption;
+      !layout.loupe.isEmpty() && line.intersects(loupe)) {
+    // Beside it, on the wider side.
+    const bool isLeft = loupe.left() - display.left() > display.right() - loupe.right();
+    const int from = isLeft ? display.left() : loupe.right() + 1 + measure(12);
+    const int to = isLeft ? loupe.left() - 1 - measure(12) : display.right();
+    fit(to - from);
+    line.setWidth(lineWidth());
+    line.moveLeft(from + (to - from - line.width()) / 2);
   }
   int left = line.left() + measure(12);
   for (auto& hint : hints) {
