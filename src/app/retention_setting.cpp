@@ -28,7 +28,7 @@ void RetentionSetting::follow() {
 std::string RetentionSetting::remark() const {
   if (services_.settings.values().retentionDays == RetentionPolicy::off) return {};
   if (!isFollowed_) {
-    return "Captures go by age only while Vantorel is in the tray, which asks before the first go.";
+    return "Captures go by age only while Vantorel is in the tray; there it asks first.";
   }
   if (!services_.retention.isAsking()) return {};
   return fmt::format(
