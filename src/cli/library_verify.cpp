@@ -152,6 +152,9 @@ CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
 }
 
 void LibraryVerify::clearOriginals() {
+  // An index that is missing or empty may yet be put back from a copy.
+  const HistoryStore& store = services_.library->store();
+  if (!store.indexWasReadFromDisk() || store.entries().empty()) return;
   services_.work->post(
       [files = services_.files, main = services_.main, scope = scope(),
        reply = alive_.guard([this](LibraryFindings& findings) {

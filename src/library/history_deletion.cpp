@@ -90,7 +90,7 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
                     };
                     if (look.renamed.empty() && look.displaced.empty()) return go();
                     // What a kill leaves behind is found by the paths in the index on disk.
-                    services_.store.flush(alive_.guard([go](const Result<void>&) { go(); }));
+                    queue_.flushIndex([go](const Result<void>&) { go(); });
                   });
   });
 }

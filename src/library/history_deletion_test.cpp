@@ -352,6 +352,27 @@ TEST_P(DeletionCutShortTest, EndAtAnyChangeLosesNothingAndLeavesNothing) {
 }
 INSTANTIATE_TEST_SUITE_P(InItsPlaceOrRenamed, DeletionCutShortTest, testing::Bool());
 
+TEST_F(HistoryDeletionTest, WhatTakesTheNameDuringTheUndoIsNotTheCapturesFile) {
+  Shelf shelf;
+  Shelf::Run run(shelf);
+  run.deletion.trash({"x"}, HistoryDeletion::Undo::offered, [](const TrashSweep&) {});
+  run.runners.run();
+  bool isTaken = false;
+  shelf.disk.beforeChange = [&](int) {
+    const bool isListed = shelf.disk.text(index).find("/captures/x.png") != std::string::npos;
+    if (!isListed || std::exchange(isTaken, isListed)) return;
+    shelf.disk.put("/captures/x.png", "newer");
+  };
+  run.deletion.undo([](const UndoOutcome&) {});
+  run.runners.run();
+  ASSERT_EQ(shelf.disk.text("/captures/x.png"), "newer");
+  EXPECT_FALSE(run.store.find("x"));
+  run.deletion.undo([](const UndoOutcome&) {});
+  run.runners.run();
+  EXPECT_TRUE(shelf.isWhole(run.store));
+  EXPECT_EQ(shelf.disk.text("/captures/x.png"), "newer");
+}
+
 TEST_F(HistoryDeletionTest, ACaptureThatGotTheNameDoesNotKeepAnEntryOfNothing) {
   Shelf shelf;
   auto first = std::make_unique<Shelf::Run>(shelf);

@@ -195,7 +195,9 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
         placeOf(moveToTrash(*removed.entry->originalPath, FileReach::there));
   }
   if (removed.isUntracked && !restored.failure) restored.failure = "restore from Trash failed";
-  restored.hasBackingImage = files_.status(restored.entry->path).has_value();
+  // While its own is in the Trash, what has its name is somebody else's.
+  const bool isOwn = !restored.isInTrash || !removed.trashedPNGURL;
+  restored.hasBackingImage = isOwn && files_.status(restored.entry->path).has_value();
   return restored;
 }
 

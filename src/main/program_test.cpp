@@ -163,7 +163,7 @@ TEST(ProgramTest, AnnotationsAreStoredPrintedAndDrawnAndNonsenseChangesNothing) 
              {{"render", "latest", "--document", "layer.json", "--output", "x.png"}, "is missing"},
              {{"render", "latest", "--output", "none/x.png"}, "Couldn't write"},
              {{"render", "latest", "--output", path}, "A capture of the library"},
-             {{"render", "./none.png", "--output", "x.png"}, "none.png as an image: "},
+             {{"render", "./none.png", "--output", "x.png"}, "none.png: "},
              {{"render", "picture.png", "--output", "x.png"}, "picture.png as an image: "},
              {{"render", "drawn.png", "--output", "../papers/drawn.png"},
               "over a file it is made from"},
