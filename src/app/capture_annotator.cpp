@@ -262,7 +262,8 @@ void CaptureAnnotator::drawOver(const Path& base, const EntryPointer& entry, con
       [drawing, entry, base,
        kept = ProtectedFiles{.entries = store.entries(),
                              .paths = store.paths(),
-                             .originals = store.paths().data / "Originals"},
+                             .originals = store.paths().originals(),
+                             .settings = services_->settingsFile},
        quality = services_->settings->values().jpegQuality](const Services& with) {
         return drawToFile(drawing, base, entry, kept, quality, with.draw, *with.files, *with.codec);
       },

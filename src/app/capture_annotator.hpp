@@ -40,6 +40,7 @@ class CaptureAnnotator {
     PendingArchiveWork* pendingWork = nullptr;
     SurfaceRegistry* surfaces = nullptr;
     Draw draw;
+    Path settingsFile{};
   };
 
   explicit CaptureAnnotator(Services services)

@@ -62,7 +62,8 @@ void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const 
          services_->work->post([bytes = std::move(*bytes), output, services = services_,
                                 kept = ProtectedFiles{.entries = store.entries(),
                                                       .paths = store.paths(),
-                                                      .originals = store.paths().originals()},
+                                                      .originals = store.paths().originals(),
+                                                      .settings = services_->settingsFile},
                                 landed = alive_.guard(done)]() mutable {
            auto answer = writeTo(*services->files, output, bytes, kept);
            services->main->post([answer = std::move(answer), landed = std::move(landed)]() mutable {

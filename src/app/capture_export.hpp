@@ -26,6 +26,7 @@ class CaptureExport {
     std::shared_ptr<const ImageCodec> codec;
     HistoryStore* store = nullptr;
     SettingsStore* settings = nullptr;
+    Path settingsFile{};
   };
 
   explicit CaptureExport(Services services)

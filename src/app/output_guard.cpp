@@ -82,6 +82,9 @@ std::optional<std::string> outputRefusal(const Files& files, const Path& output,
                        kept.originals};
   const auto isOwn = [&](const Path& folder) { return !folder.empty() && guard.isIn(folder); };
   if (std::ranges::any_of(own, isOwn)) return refused("the library keeps its own files there");
+  if (!kept.settings.empty() && guard.is(kept.settings)) {
+    return refused("Vantorel keeps its settings there");
+  }
   const auto isListed = [&](const EntryPointer& entry) { return guard.isFileOf(*entry); };
   if (std::ranges::any_of(kept.entries, isListed)) {
     return "A capture of the library can't be drawn over.";

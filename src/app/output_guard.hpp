@@ -15,6 +15,7 @@ struct ProtectedFiles {
   EntryList entries;  ///< all their files: shown, original, and of layers
   LibraryPaths paths;
   Path originals;              ///< of captures changed in place
+  Path settings{};             ///< the file of the settings
   std::vector<Path> inputs{};  ///< what the picture is made from
 };
 

@@ -71,7 +71,7 @@ auto AnnotationOptions::render(const Path& folder) const
     if (document_.empty()) return std::unexpected("--document must name a file");
     drawing.document = inFolder(folder, document_);
   }
-  if (output_.empty()) return std::unexpected("--output must name a file");
+  if (output_.empty() || output_ == "-") return std::unexpected("--output must name a file");
   drawing.output = inFolder(folder, output_);
   const auto format = format_.empty() ? formatOfFileName(drawing.output.string())
                                       : enumFromName<ExportFormat>(format_);

@@ -87,6 +87,36 @@ bool hasNoLostNull(json::Cursor given, json::Cursor kept, json::Problem& problem
   return true;
 }
 
+/// A corner that is missing is read as 0, and the redaction then lies somewhere else. False where
+/// there is one, with its place.
+bool haveRedactionsCorners(json::Cursor document, json::Problem& problem) {
+  const auto member = [](json::Cursor of, std::string_view name) {
+    std::string_view key;
+    json::Cursor value;
+    for (auto members = of.members(); members.next(key, value);) {
+      if (key == name) return std::optional(value);
+    }
+    return std::optional<json::Cursor>();
+  };
+  const auto shapes = member(document, "shapes");
+  if (!shapes) return true;
+  json::Cursor shape;
+  std::size_t index = 0;
+  for (auto items = shapes->items(); items.next(shape); ++index) {
+    const auto type = member(shape, "type");
+    if (!type || type->asString() != nameOf(ShapeType::redact)) continue;
+    for (const char* const corner : {"x1", "y1", "x2", "y2"}) {
+      if (member(shape, corner)) continue;
+      problem.description = "is missing";
+      problem.in(corner);
+      problem.inItem(index);
+      problem.in("shapes");
+      return false;
+    }
+  }
+  return true;
+}
+
 Result<EditorDocument> readStrictly(std::string_view text) {
   const auto json = json::Document::parse(text);
   if (!json) {
@@ -104,6 +134,7 @@ Result<EditorDocument> readStrictly(std::string_view text) {
   json::Problem problem{.isStrict = true};
   const auto isRead = [&] {
     if (!hasEachKeyOnce(root, problem) || !read(root, document, problem)) return false;
+    if (!haveRedactionsCorners(root, problem)) return false;
     const auto again = json::Document::parse(json::toText(document));
     return !again || hasNoLostNull(root, again->root(), problem);
   };

@@ -104,8 +104,8 @@ TEST_F(EntryDocumentTest, WhatWouldHideOrDoNothingIsRefusedWithItsPlace) {
   EXPECT_EQ(redact(R"(,"x1":-1e308,"y1":-1e308,"x2":1e308,"y2":1e308)"), "accepted");
   const std::string noArea =
       "shapes[0]: hides nothing: x1, y1, x2 and y2 must be opposite corners of an area.";
-  EXPECT_EQ(redact(""), noArea);
-  EXPECT_EQ(redact(R"(,"x":10,"y":10,"w":80,"h":80)"), noArea);
+  EXPECT_EQ(redact(R"(,"x":10,"y":10,"w":80,"h":80)"), "shapes[0].x1: is missing.");
+  EXPECT_EQ(redact(R"(,"x1":10,"y1":10,"X2":90,"y2":90)"), "shapes[0].x2: is missing.");
   EXPECT_EQ(redact(R"(,"x1":10,"y1":10,"x2":10,"y2":90)"), noArea);
   EXPECT_EQ(redact(R"(,"x1":810,"y1":10,"x2":990,"y2":90)"),
             "shapes[0]: hides nothing: it lies outside the picture.");

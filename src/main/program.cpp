@@ -100,6 +100,8 @@ struct FolderFollowing {
   ChangedPictures pictures;
 };
 
+constexpr const char* settingsFileName = "settings.json";
+
 /// As long as a person needs to notice a flash and hear a sound.
 constexpr std::chrono::milliseconds cueLength{700};
 
@@ -159,7 +161,7 @@ struct Program::Parts {
                       .main = main,
                       .io = prompt.queue("com.hollen.Vantorel.settings"),
                       .watcher = ui == nullptr ? nullptr : &watcher()},
-                     folders.config / "settings.json"),
+                     folders.config / settingsFileName),
         settings(settingsFile, defaultsFor(folders)),
         library({.files = *files,
                  .trash = trash,
@@ -204,7 +206,8 @@ struct Program::Parts {
                                    .settings = &settings,
                                    .pendingWork = &coordinator->pendingArchiveWork(),
                                    .surfaces = &coordinator->surfaces(),
-                                   .draw = sceneDrawing(files, codec)});
+                                   .draw = sceneDrawing(files, codec),
+                                   .settingsFile = folders.config / settingsFileName});
     libraryMove = std::make_unique<LibraryMove>(
         LibraryMove::Services{.main = main,
                               .work = disks.queue("com.hollen.Vantorel.library"),
@@ -247,7 +250,8 @@ struct Program::Parts {
                                 .files = files,
                                 .codec = codec,
                                 .store = &library.store(),
-                                .settings = &settings});
+                                .settings = &settings,
+                                .settingsFile = folders.config / settingsFileName});
     settings.switchOffStartAtLogin = [this] {
       if (const auto off = autostart.set(false); !off) {
         logWarning("Settings", "starting with the session: {}", off.error().reason);
