@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <tuple>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -67,6 +68,7 @@ class AstrayFiles {
 
   /// `wanted` are the entries that were looked at already.
   void sort(const EntryList& wanted, FileLook& look) {
+    lookAtOriginals(wanted);
     dropNewcomers(look);
     if (astray_.empty()) return;
     if (wanted.size() < scope_.entries.size()) lookAtOthers(wanted);
@@ -78,6 +80,34 @@ class AstrayFiles {
 
  private:
   using Found = std::pair<Path, FileIdentity>;
+
+  /// Of an original nothing is known but its name, which another entry's file may have by now.
+  void lookAtOriginals(const EntryList& wanted) {
+    const auto hasOriginal = [](const EntryPointer& entry) {
+      return entry->originalPath && *entry->originalPath != entry->path;
+    };
+    if (std::ranges::none_of(wanted, hasOriginal)) return;
+    std::unordered_map<std::int64_t, EntryPointer> owners;
+    for (const EntryPointer& entry : scope_.entries) {
+      if (entry->fileIdentity) owners.emplace(entry->fileIdentity->file, entry);
+    }
+    for (const EntryPointer& entry : wanted) {
+      if (!hasOriginal(entry)) continue;
+      auto identity = identifyFile(files_, *entry->originalPath);
+      if (!identity) continue;
+      const auto found = owners.find(identity->file);
+      if (found == owners.end()) continue;
+      const EntryPointer& owner = found->second;
+      const bool isOther = owner != entry && owner->path != *entry->originalPath &&
+                           keyOf(*owner->fileIdentity) == keyOf(*identity);
+      if (!isOther) continue;
+      if (std::ranges::find(astray_, owner, &Astray::entry) == astray_.end()) {
+        FileLook ignored;
+        lookFor(FolderView(files_, Path(folderOf(owner->path))), owner, ignored, astray_);
+      }
+      misnamed_.emplace(owner->path, Misnamed{entry, *std::move(identity)});
+    }
+  }
 
   /// Of an entry that remembers nothing, the file at its path is its own, unless it is one that
   /// another entry remembers.
@@ -97,7 +127,8 @@ class AstrayFiles {
 
   /// The file that took an entry's path, or the one that it has now, may be any other entry's.
   void lookAtOthers(const EntryList& wanted) {
-    const std::unordered_set<EntryPointer> known(wanted.begin(), wanted.end());
+    std::unordered_set<EntryPointer> known(wanted.begin(), wanted.end());
+    for (const Astray& one : astray_) known.insert(one.entry);
     FileLook ignored;
     std::vector<Astray> others;
     for (const auto& [name, entries] : byFolder(scope_.entries)) {
@@ -174,7 +205,8 @@ class AstrayFiles {
   void seekElsewhere() {
     for (const Astray& one : astray_) {
       const bool isMissing = one.isWanted && one.reach == FileReach::fileGone;
-      if ((!isMissing && !isDisplaced(one)) || found_.contains(one.entry->path)) continue;
+      const bool isElsewhere = isMissing || isDisplaced(one) || misnamed_.contains(one.entry->path);
+      if (!isElsewhere || found_.contains(one.entry->path)) continue;
       if (auto found = findElsewhere(*one.entry)) {
         known_.insert(found->first.string());
         found_.emplace(one.entry->path, *std::move(found));
@@ -188,6 +220,9 @@ class AstrayFiles {
         return Found{heard->second, *std::move(identity)};
       }
     }
+    if (const auto named = misnamed_.find(entry.path); named != misnamed_.end()) {
+      return Found{*named->second.of->originalPath, named->second.identity};
+    }
     if (!entry.fileIdentity) return std::nullopt;
     if (!isListed_) listStrangers();
     const auto at = strangers_.find(keyOf(*entry.fileIdentity));
@@ -199,6 +234,11 @@ class AstrayFiles {
     const EntryPointer& entry = one.entry;
     if (const auto found = found_.find(entry->path); found != found_.end() && mayLeave(one)) {
       look.renamed.push_back({entry, found->second.first, found->second.second});
+      if (const auto named = misnamed_.find(entry->path);
+          named != misnamed_.end() && !isDisplaced(one)) {
+        const Path original = one.inItsPlace ? Path(entry->path) : Path();
+        look.originals.push_back({named->second.of, original, found->second.second});
+      }
     } else if (isDisplaced(one)) {
       look.gone.push_back(entry);
       look.displaced.push_back({entry, freeName(entry->path), lastSeen(one)});
@@ -271,6 +311,11 @@ class AstrayFiles {
   bool isKnownFilled_ = false;
   bool isListed_ = false;
   std::map<FileKey, Found> strangers_;
+  struct Misnamed {
+    EntryPointer of;  // whose original has had the name
+    FileIdentity identity;
+  };
+  std::map<std::string, Misnamed> misnamed_;  // by the path of the entry whose file it is
 };
 
 }  // namespace

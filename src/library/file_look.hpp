@@ -44,6 +44,10 @@ struct FileLook {
   /// Those of `gone` whose paths other entries' files have by now, each with a free path of its own
   /// and with what is remembered of its file.
   std::vector<SeenFile> displaced;
+
+  /// Entries whose originals' names other entries' files have, with where the originals went: to
+  /// the names of those files, or, with an empty path, nobody knows where.
+  std::vector<SeenFile> originals;
   bool wasStopped = false;
 };
 

@@ -220,6 +220,36 @@ TEST_F(FileLookTest, AFileIsWhosItIsWhateverNamesWereSwapped) {
   EXPECT_EQ(namesOf(found.learned), (Names{{"/one/d", "/one/d"}}));
 }
 
+TEST_F(FileLookTest, AFileThatHasTheNameOfAnOriginalIsStillItsOwnEntrys) {
+  const EntryPointer converted = add("/shots/a.jpg");
+  files.put("/shots/a.png", "what a.jpg was");
+  ScreenshotEntry entry = *converted;
+  entry.originalPath = "/shots/a.png";
+  scope.entries.back() = std::make_shared<const ScreenshotEntry>(std::move(entry));
+  const EntryPointer other = add("/shots/b.png");
+  EXPECT_THAT(look().renamed, IsEmpty());
+
+  rename("/shots/a.png", "/shots/t.png");
+  rename("/shots/b.png", "/shots/a.png");
+  rename("/shots/t.png", "/shots/b.png");
+  // Also when only the entry with the original is looked for.
+  for (const EntryList& wanted : {scope.entries, EntryList{scope.entries[0]}}) {
+    const FileLook found =
+        lookForFiles(files, wanted, scope, [](std::size_t, std::size_t) { return true; });
+    ASSERT_EQ(found.renamed.size(), 1U);
+    EXPECT_EQ(found.renamed[0].entry, other);
+    EXPECT_EQ(found.renamed[0].path, "/shots/a.png");
+    ASSERT_EQ(found.originals.size(), 1U);
+    EXPECT_EQ(found.originals[0].entry->id, converted->id);
+    EXPECT_EQ(found.originals[0].path, "/shots/b.png");
+    EXPECT_THAT(found.gone, IsEmpty());
+  }
+  files.disk.erase("/shots/b.png");
+  const FileLook over = look();
+  ASSERT_EQ(over.originals.size(), 1U);
+  EXPECT_EQ(over.originals[0].path, "");
+}
+
 TEST_F(FileLookTest, AFilePutOverAnotherTakesItsNameAndNotItsEntry) {
   const EntryPointer over = add("/one/a.png");
   const EntryPointer under = add("/two/b.png");

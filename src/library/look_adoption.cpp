@@ -54,6 +54,14 @@ AdoptedLook adoptNames(HistoryStore& store, const FileLook& look,
     settled.push_back(*move);
   }
   remember(store, settled);
+  for (const SeenFile& file : look.originals) {
+    const auto holder = std::ranges::find(settled, file.entry->originalPath.value_or(""),
+                                          [](const SeenFile& move) { return move.path.string(); });
+    if (holder == settled.end()) continue;
+    (void)store.update(file.entry->id, [&](ScreenshotEntry& entry) {
+      entry.originalPath = file.path.empty() ? std::nullopt : std::optional(file.path.string());
+    });
+  }
   std::set<EntryPointer> displaced;
   for (const SeenFile& file : look.displaced) displaced.insert(file.entry);
   for (const EntryPointer& entry : look.gone) {
