@@ -25,6 +25,7 @@ struct StoredItem {
 VT_JSON_RECORD(StoredItem)
 
 struct StoredJournal {
+  int version = 1;
   std::vector<StoredItem> items;
   bool offersUndo = false;
   std::vector<std::string> surplus;
@@ -32,7 +33,8 @@ struct StoredJournal {
 
   template <class V, class S>
   static void describe(V& v, S& journal) {
-    v.field("items", journal.items);
+    describeJournalVersion(v, journal.version);
+    v.required("items", journal.items);
     v.field("offersUndo", journal.offersUndo);
     v.field("surplus", journal.surplus);
     v.rest(journal.extra);
@@ -47,6 +49,26 @@ std::uint64_t fromText(const std::string& inode) {
   return std::strtoull(inode.c_str(), nullptr, 10);
 }
 
+std::optional<DeletionJournal> fromStored(std::string_view text) {
+  DeletionJournal journal;
+  // Earlier builds wrote the ids alone.
+  if (const auto ids = json::fromText<std::vector<std::string>>(text)) {
+    for (const std::string& id : *ids) journal.items.push_back({id});
+    return journal;
+  }
+  auto stored = json::fromText<StoredJournal>(text);
+  if (!stored) return std::nullopt;
+  for (StoredItem& item : stored->items) {
+    journal.items.push_back(
+        {std::move(item.id), item.file.transform(fromText), item.original.transform(fromText)});
+  }
+  journal.offersUndo = stored->offersUndo;
+  journal.surplus = std::move(stored->surplus);
+  return journal;
+}
+
+bool isReadable(std::string_view text) { return fromStored(text).has_value(); }
+
 }  // namespace
 
 void DeletionJournal::append(const DeletionJournal& other) {
@@ -57,8 +79,10 @@ void DeletionJournal::append(const DeletionJournal& other) {
 
 Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
                                   const DeletionJournal& journal) {
+  VT_TRY(setAsideUnreadableJournal(files, paths.deletions(), isReadable));
   if (journal.isEmpty()) return removeJournalFile(files, paths.deletions());
-  StoredJournal stored{{}, journal.offersUndo, journal.surplus, {}};
+  StoredJournal stored{
+      .items = {}, .offersUndo = journal.offersUndo, .surplus = journal.surplus, .extra = {}};
   for (const DeletionJournal::Item& item : journal.items) {
     stored.items.push_back(
         {item.id, item.file.transform(toText), item.original.transform(toText), {}});
@@ -69,21 +93,7 @@ Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
 DeletionJournal readDeletionJournal(const Files& files, const LibraryPaths& paths) {
   const auto bytes = files.read(paths.deletions());
   if (!bytes) return {};
-  DeletionJournal journal;
-  // Earlier builds wrote the ids alone.
-  if (const auto ids = json::fromText<std::vector<std::string>>(*bytes)) {
-    for (const std::string& id : *ids) journal.items.push_back({id});
-    return journal;
-  }
-  auto stored = json::fromText<StoredJournal>(*bytes);
-  if (!stored) return {};
-  for (StoredItem& item : stored->items) {
-    journal.items.push_back(
-        {std::move(item.id), item.file.transform(fromText), item.original.transform(fromText)});
-  }
-  journal.offersUndo = stored->offersUndo;
-  journal.surplus = std::move(stored->surplus);
-  return journal;
+  return fromStored(*bytes).value_or(DeletionJournal{});
 }
 
 }  // namespace vantorel

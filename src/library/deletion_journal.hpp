@@ -33,7 +33,7 @@ struct DeletionJournal {
 
 // Block; readable by the owner alone.
 
-/// An empty journal is removed.
+/// An empty journal is removed. One on disk that cannot be read is set aside.
 [[nodiscard]] Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
                                                 const DeletionJournal& journal);
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -7,5 +9,23 @@ namespace vantorel {
 /// Removes the file of a journal, or of another record, that has nothing more to say; fine when
 /// there is none. Blocks; any thread.
 [[nodiscard]] Result<void> removeJournalFile(Files& files, const Path& path);
+
+/// Comes before a journal is written or removed: a file under its name that this build cannot read,
+/// for it is damaged or a newer build's, gets the name "<stem>-<random>.unreadable.json" beside it,
+/// for its owner only. Fails when it cannot; then the journal must stay as it is. Blocks; any
+/// thread.
+[[nodiscard]] Result<void> setAsideUnreadableJournal(Files& files, const Path& path,
+                                                     bool (*isReadable)(std::string_view text));
+
+/// Part of a journal's description: fails to read what a newer build wrote. Earlier builds wrote no
+/// version.
+template <class V, class Version>
+void describeJournalVersion(V& v, Version& version) {
+  constexpr int newest = 1;
+  v.requiredIfPresent("version", version);
+  if constexpr (V::reading) {
+    if (version > newest) v.fail("version", "was written by a newer build");
+  }
+}
 
 }  // namespace vantorel

@@ -87,8 +87,10 @@ class Checker {
   std::set<std::string, std::less<>> known_;
 };
 
-bool isParkedIndex(const Path& path) {
-  return path.filename().string().ends_with(".unreadable.json");
+// Journals that were set aside are no indexes.
+bool isParkedIndex(const LibraryPaths& paths, const Path& path) {
+  const std::string name = path.filename().string();
+  return name.starts_with(paths.index().stem().string()) && name.ends_with(".unreadable.json");
 }
 
 bool isTemporaryCapture(const Path& path) {
@@ -180,7 +182,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     const std::string name = path.filename().string();
     if (name.ends_with(".staging")) {
       if (modified < scope.begunBefore) findings.temporaries.push_back(path);
-    } else if (isParkedIndex(path)) {
+    } else if (isParkedIndex(scope.paths, path)) {
       findings.parkedIndexes.push_back(path);
     } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
       const bool isInUse = scope.journalsInUse.contains(path) || modified >= scope.lookedAt;
@@ -199,7 +201,7 @@ LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope) {
   auto originals = lookForOriginals(checker, scope, findings);
   if (originals.empty()) return findings;
   checker.lookThrough(scope.paths.data, [&](const Path& path, double) {
-    if (isParkedIndex(path)) findings.parkedIndexes.push_back(path);
+    if (isParkedIndex(scope.paths, path)) findings.parkedIndexes.push_back(path);
   });
   judgeOriginals(files, scope, std::move(originals), findings);
   return findings;

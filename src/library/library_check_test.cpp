@@ -67,6 +67,7 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
     files.put(path, "x");
   }
   files.put("/data/history-0a.unreadable.json", "{}");
+  files.put("/data/deletions-0a.unreadable.json", "a journal, no index");
   files.now = 1200;
   files.put("/captures/.vantorel-8.partial", "being written by this run");
   const std::string lateParked = "/data/history-0b.unreadable.json";

@@ -27,6 +27,7 @@ struct StoredItem {
 VT_JSON_RECORD(StoredItem)
 
 struct StoredUndo {
+  int version = 1;
   double until = 0;
   bool isBegun = false;
   std::vector<StoredItem> items;
@@ -34,6 +35,7 @@ struct StoredUndo {
 
   template <class V, class S>
   static void describe(V& v, S& undo) {
+    describeJournalVersion(v, undo.version);
     v.required("until", undo.until);
     v.field("isBegun", undo.isBegun);
     v.required("items", undo.items);
@@ -46,6 +48,8 @@ std::string toText(const Path& path) { return path.string(); }
 
 Path fromText(const std::string& path) { return path; }
 
+bool isReadable(std::string_view text) { return json::fromText<StoredUndo>(text).has_value(); }
+
 }  // namespace
 
 double undoDeadline(const Clock& clock) {
@@ -53,7 +57,8 @@ double undoDeadline(const Clock& clock) {
 }
 
 Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const PendingUndo& pending) {
-  StoredUndo stored{pending.until, pending.isBegun, {}, {}};
+  VT_TRY(setAsideUnreadableJournal(files, paths.pendingUndo(), isReadable));
+  StoredUndo stored{.until = pending.until, .isBegun = pending.isBegun, .items = {}, .extra = {}};
   for (const RemovedEntry& item : pending.batch.items) {
     stored.items.push_back({*item.entry,
                             static_cast<std::int64_t>(item.index),
@@ -66,6 +71,7 @@ Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const Pen
 }
 
 Result<void> removePendingUndo(Files& files, const LibraryPaths& paths) {
+  VT_TRY(setAsideUnreadableJournal(files, paths.pendingUndo(), isReadable));
   return removeJournalFile(files, paths.pendingUndo());
 }
 

@@ -32,7 +32,8 @@ struct PendingUndo {
   bool isBegun = false;
 };
 
-// Block; readable by the owner alone.
+// Block; readable by the owner alone. What is on disk and cannot be read is set aside, not replaced
+// or removed.
 [[nodiscard]] Result<void> writePendingUndo(Files& files, const LibraryPaths& paths,
                                             const PendingUndo& pending);
 [[nodiscard]] Result<void> removePendingUndo(Files& files, const LibraryPaths& paths);

@@ -31,6 +31,30 @@ struct StoredItem {
 };
 VT_JSON_RECORD(StoredItem)
 
+struct StoredJournal {
+  int version = 1;
+  std::vector<StoredItem> items;
+  json::Object extra;
+
+  template <class V, class S>
+  static void describe(V& v, S& journal) {
+    describeJournalVersion(v, journal.version);
+    v.required("items", journal.items);
+    v.rest(journal.extra);
+  }
+};
+VT_JSON_RECORD(StoredJournal)
+
+Result<StoredJournal> fromStored(std::string_view text) {
+  // Earlier builds wrote the items alone.
+  if (auto items = json::fromText<std::vector<StoredItem>>(text)) {
+    return StoredJournal{.items = *std::move(items), .extra = {}};
+  }
+  return json::fromText<StoredJournal>(text);
+}
+
+bool isReadable(std::string_view text) { return fromStored(text).has_value(); }
+
 std::optional<std::string> inodeOf(const Files& files, const Path& path) {
   const auto status = files.status(path);
   return status ? std::optional(std::to_string(status->inode)) : std::nullopt;
@@ -82,8 +106,8 @@ void RewriteJournal::recover(const EntryList& entries) {
   const auto text = files_.read(paths_.rewrites());
   if (!text) return;
   std::vector<Item> items;
-  if (auto stored = json::fromText<std::vector<StoredItem>>(*text)) {
-    for (StoredItem& one : *stored) items.push_back(std::move(one.item));
+  if (auto stored = fromStored(*text)) {
+    for (StoredItem& one : stored->items) items.push_back(std::move(one.item));
   }
   clearUp(items, entries);
   if (const auto written = write(); !written) {
@@ -92,9 +116,10 @@ void RewriteJournal::recover(const EntryList& entries) {
 }
 
 Result<void> RewriteJournal::write() {
+  VT_TRY(setAsideUnreadableJournal(files_, paths_.rewrites(), isReadable));
   if (items_.empty()) return removeJournalFile(files_, paths_.rewrites());
-  std::vector<StoredItem> stored;
-  for (const Item& item : items_) stored.push_back({item, {}});
+  StoredJournal stored;
+  for (const Item& item : items_) stored.items.push_back({item, {}});
   return files_.replace(paths_.rewrites(), json::toText(stored), Privacy::ownerOnly);
 }
 
