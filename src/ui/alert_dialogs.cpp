@@ -39,7 +39,8 @@ void AlertDialogs::showFirst() {
   const Alert& alert = waiting_.front().alert;
   box_.reset(new QMessageBox);
   box_->setWindowTitle(QStringLiteral("Vantorel"));
-  box_->setWindowModality(Qt::ApplicationModal);
+  // The toolkit activates every modal window it shows, whatever the attribute below says.
+  box_->setWindowModality(alert.takesFocus ? Qt::ApplicationModal : Qt::NonModal);
   // No window of ours is active when it comes, so the desktop would put it behind the others.
   box_->setWindowFlag(Qt::WindowStaysOnTopHint);
   box_->setTextFormat(Qt::PlainText);

@@ -92,6 +92,37 @@ TEST_F(AlertsTest, EveryWayOutAnswersAndNoneWithoutBeingAsked) {
   EXPECT_FALSE(ui->alerts().isModalDialogUp());
 }
 
+TEST_F(AlertsTest, AQuestionNobodyAskedForLeavesTheKeyboardWhereItIs) {
+  startDesktop({.windowManager = true});
+  const auto terminal = client->open({.area = {50, 500, 300, 200}, .title = "Terminal"});
+  startUi();
+  const auto focus = [&] {
+    const auto cookie = xcb_get_input_focus(client->connection());
+    const std::unique_ptr<xcb_get_input_focus_reply_t, decltype(&std::free)> reply(
+        xcb_get_input_focus_reply(client->connection(), cookie, nullptr), &std::free);
+    return reply ? reply->focus : xcb_window_t{XCB_NONE};
+  };
+  movePointer({100, 600});
+  click({100, 600});
+  ASSERT_TRUE(waitFor([&] { return focus() == terminal; }));
+  // Once answered by hand, the program has a time of its own that a window manager could go by.
+  ask(quitAlert());
+  ASSERT_TRUE(waitFor([&] { return isShown() && focus() != terminal; }));
+  strike(XK_Return);
+  ASSERT_TRUE(waitFor([&] { return !isShown() && focus() == terminal; }));
+  answers.clear();
+
+  Alert unasked = quitAlert();
+  unasked.takesFocus = false;
+  ask(unasked);
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  settle();
+  EXPECT_EQ(focus(), terminal);
+  strike(XK_Return);
+  settle();
+  EXPECT_THAT(answers, ElementsAre());
+}
+
 /// A portal that says "dark" until it says otherwise.
 class FakePortal : public QDBusVirtualObject {
  public:
