@@ -133,7 +133,7 @@ class Session {
     services.desktopCover = cover;
     services.overlay = [this] { return &overlay; };
     services.showStatusItem = [this](bool visible) { iconVisible = visible; };
-    services.statusMenuChanged = [] {};
+    services.statusMenuChanged = [this] { ++menuChanges; };
     services.isTrayShown = [this] { return hasTray; };
     services.cue = [this](const CaptureCue& cue) { cues.push_back(cue); };
     services.clipboard = [this]() -> Clipboard* { return clipboard.get(); };
@@ -204,6 +204,7 @@ class Session {
   bool moveIsToStop = false;
   std::move_only_function<void()> moveStopped;
   bool iconVisible = false;
+  int menuChanges = 0;
   bool hasTray = true;
   std::vector<CaptureCue> cues;
   std::unique_ptr<FakeClipboard> clipboard = std::make_unique<FakeClipboard>();
@@ -715,6 +716,11 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   EXPECT_FALSE(run->keys.press(display));
   EXPECT_TRUE(run->keys.isRegistered({'f', HotKeySpec::control}));
   EXPECT_TRUE(run->keys.isRegistered({'0', HotKeySpec::control})) << "the tenth recent capture";
+  run->menuChanges = 0;
+  run->settings->set(&SettingsValues::fullscreenHotKey, std::nullopt);
+  run->runners.run();
+  EXPECT_EQ(shortcutOf("Capture Main Display"), "");
+  EXPECT_GT(run->menuChanges, 0) << "nothing else says that a key is gone";
 
   int actions = 0;
   bool previousEnabled = true;

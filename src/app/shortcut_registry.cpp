@@ -81,8 +81,10 @@ void ShortcutRegistry::unregister(ShortcutID id) {
   keys_.erase(id);
   actions_.erase(id);
   releaseActions_.erase(id);
+  if (!freed) return;
   // Another command may have wanted it.
-  if (freed) retry();
+  retry();
+  if (onChange) onChange();
 }
 
 bool ShortcutRegistry::works(ShortcutID id) const {
