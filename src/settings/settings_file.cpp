@@ -18,6 +18,7 @@ constexpr auto writeDelay = 100ms;
 constexpr auto retryDelay = 5s;
 constexpr auto lockRetry = 20ms;
 constexpr int lockAttempts = 250;
+constexpr auto editingTime = 2s;  // an editor's file may make no sense for a moment
 constexpr std::uint64_t largestFile = 16 << 20;
 
 /// A name for a file that makes no sense.
@@ -121,6 +122,7 @@ SettingsFile::SettingsFile(Services services, Path file)
   if (read) {
     values_ = *std::move(read);
   } else if (read.error().kind == FailureKind::malformed) {
+    isDamageTold_ = true;
     problem_ = fmt::format(
         "Vantorel couldn't read its settings, so all of them are at their defaults: {}. Correct "
         "{}, "
@@ -227,6 +229,8 @@ void SettingsFile::written(Result<Applied> result) {
   std::optional<Path> aside;
   if (result) {
     aside = std::move(result->aside);
+    damage_.renew();
+    isDamageTold_ = false;
     adopt(std::move(result->values));
   } else {
     logError("Settings", "the settings could not be written: {}", result.error().reason);
@@ -294,11 +298,28 @@ void SettingsFile::watch() {
 void SettingsFile::readAgain() {
   services_.io->post(
       [disk = disk_, main = services_.main, reply = alive_.guard([this](Result<Values>& values) {
-        // While it is being edited by hand it may make no sense for a moment.
-        if (values && !inFlight_) adopt(*std::move(values));
+        damage_.renew();
+        if (values) {
+          isDamageTold_ = false;
+          if (!inFlight_) adopt(*std::move(values));
+        } else if (values.error().kind == FailureKind::malformed && !isDamageTold_) {
+          services_.main->postAfter(
+              editingTime,
+              damage_.guard([this, reason = values.error().reason] { tellOfDamage(reason); }));
+        }
       })]() mutable {
         main->post([reply = std::move(reply), values = disk->read()]() mutable { reply(values); });
       });
+}
+
+void SettingsFile::tellOfDamage(const std::string& reason) {
+  isDamageTold_ = true;
+  const std::string sentence = fmt::format(
+      "The changed settings can't be read, so those in force stay. Correct {}, or it is put aside "
+      "when a setting is changed ({}).",
+      file_.string(), reason);
+  logError("Settings", "{}", sentence);
+  if (problemListener_) problemListener_(sentence);
 }
 
 }  // namespace vantorel

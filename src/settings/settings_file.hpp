@@ -37,8 +37,9 @@ class SettingsFile final : public DefaultsStore {
   /// changes last only for this run.
   [[nodiscard]] const std::optional<std::string>& problem() const { return problem_; }
 
-  /// Called with a sentence for the user when a write found that the file made no sense: it was put
-  /// aside, and written anew from the values held here.
+  /// Called with a sentence for the user, once per damage, when the file makes no sense for some
+  /// seconds: the values held here stay in force. And when a write found it so: it was put aside,
+  /// and written anew from those values.
   void onProblem(std::function<void(const std::string& sentence)> listener);
 
   [[nodiscard]] std::optional<JSONValue> value(std::string_view key) const override;
@@ -61,6 +62,7 @@ class SettingsFile final : public DefaultsStore {
   void write();
   void written(Result<Applied> result);
   void readAgain();
+  void tellOfDamage(const std::string& reason);
   void adopt(Values values);
   void watch();
   [[nodiscard]] bool isOurs(std::string_view key) const;
@@ -79,7 +81,9 @@ class SettingsFile final : public DefaultsStore {
   std::function<void(std::string_view key)> listener_;
   std::function<void(const std::string& sentence)> problemListener_;
   std::unique_ptr<FolderWatch> watch_;
+  bool isDamageTold_ = false;  // until the file makes sense again
   Alive debounce_;
+  Alive damage_;
   Alive alive_;
 };
 

@@ -156,9 +156,45 @@ TEST_F(SettingsFileTest, FileDamagedWhileTheProgramRunsCostsNoSetting) {
   EXPECT_EQ(files.text(path), "{\"a\":true,\"b\":2,\"later\":[3]}\n");
   EXPECT_EQ(settings->value("b"), JSONValue{std::int64_t{2}});
   EXPECT_THAT(heard, testing::IsEmpty());
-  ASSERT_THAT(told, ElementsAre(HasSubstr("put aside as settings-")));
-  const std::string name = told[0].substr(told[0].find("settings-"), 33);
+  ASSERT_THAT(told, ElementsAre(HasSubstr("those in force stay"), HasSubstr("aside as settings-")));
+  const std::string name = told[1].substr(told[1].find("settings-"), 33);
   EXPECT_EQ(files.text(Path("/config") / name), R"({"a":1 "b":7})");
+}
+
+TEST_F(SettingsFileTest, DamageThatStaysIsToldOnceUntilItIsPutRight) {
+  files.put(path, "{damaged");
+  auto settings = open();
+  std::vector<std::string> told;
+  settings->onProblem([&](const std::string& sentence) { told.push_back(sentence); });
+  changeOutside("{still damaged");
+  runners.advance(1min);
+  EXPECT_THAT(told, testing::IsEmpty()) << "its owner knows since the start";
+
+  changeOutside(R"({"a":1})");
+  for (int second = 0; second < 5; ++second) {
+    changeOutside("{half");
+    runners.advance(1s);
+  }
+  changeOutside(R"({"a":2})");
+  runners.advance(1min);
+  EXPECT_THAT(told, testing::IsEmpty()) << "an editor was writing it";
+
+  for (int damage = 1; damage <= 2; ++damage) {
+    changeOutside(R"({"a":3)");
+    runners.advance(1min);
+    changeOutside(R"({"a":)");
+    runners.advance(1min);
+    ASSERT_EQ(told.size(), static_cast<std::size_t>(damage));
+    EXPECT_THAT(told.back(), HasSubstr("Correct /config/settings.json, or it is put aside"));
+    EXPECT_EQ(settings->value("a"), JSONValue{std::int64_t{2}});
+    EXPECT_EQ(files.text(path), R"({"a":)");
+    changeOutside(R"({"a":2})");
+  }
+  changeOutside("{again");
+  settings->set("a", {true});
+  runners.advance(1min);
+  EXPECT_THAT(told, testing::SizeIs(3));
+  EXPECT_THAT(told.back(), HasSubstr("put aside as settings-"));
 }
 
 TEST_F(SettingsFileTest, FailedWriteIsToldAndTriedAgain) {
