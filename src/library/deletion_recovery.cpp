@@ -7,11 +7,10 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/history_log.hpp"
 
 namespace vantorel {
 namespace {
-
-constexpr std::string_view category = "History";
 
 /// Nothing once an undo has begun: what that names is on its way back.
 const PendingUndo* offeredUndo(const std::optional<PendingUndo>& pending) {
@@ -120,7 +119,7 @@ void DeletionRecovery::start(DeletionQueue::Operation done) {
             },
             [this, found = std::move(found),
              done = std::move(done)](const Result<void>& kept) mutable {
-              if (!kept) logWarning(category, "the undo was not kept: {}", kept.error().reason);
+              if (!kept) logWarning(historyLog, "the undo was not kept: {}", kept.error().reason);
               queue_.flushIndex([this, found = std::move(found),
                                  done = std::move(done)](const Result<void>& saved) mutable {
                 finish(std::move(found), saved.has_value(), std::move(done));
@@ -147,7 +146,7 @@ void DeletionRecovery::finish(Found found, bool isSaved, DeletionQueue::Operatio
           undo_.offerAgain(std::move(pending));
           return queue_.end(std::move(done));
         }
-        logInfo(category, "an undo that was cut short goes on");
+        logInfo(historyLog, "an undo that was cut short goes on");
         undo_.carryOn(std::move(pending->batch),
                       [done = std::move(done)](const UndoOutcome&) mutable { done(); });
       });

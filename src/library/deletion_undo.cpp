@@ -6,11 +6,11 @@
 
 #include "base/log.hpp"
 #include "library/entry_paths.hpp"
+#include "library/history_log.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr std::string_view category = "History";
 constexpr std::string_view notRestored = "restore from Trash failed: ";
 
 /// A path that neither the disk nor an entry has: other files may have got the name while this one
@@ -70,7 +70,7 @@ void DeletionUndo::keepAndOffer(RemovedBatch batch) {
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
                         pending = PendingUndo{batch, undoDeadline(services_.clock)}] {
     const auto written = writePendingUndo(files, paths, pending);
-    if (!written) logWarning(category, "the undo was not kept: {}", written.error().reason);
+    if (!written) logWarning(historyLog, "the undo was not kept: {}", written.error().reason);
   });
   offer(std::move(batch));
 }
@@ -105,7 +105,7 @@ void DeletionUndo::offerAgain(std::optional<PendingUndo> pending) {
 void DeletionUndo::removeKept() {
   services_.work->post([&files = services_.files, paths = services_.store.paths()] {
     const auto removed = removePendingUndo(files, paths);
-    if (!removed) logWarning(category, "the kept undo stays: {}", removed.error().reason);
+    if (!removed) logWarning(historyLog, "the kept undo stays: {}", removed.error().reason);
   });
 }
 

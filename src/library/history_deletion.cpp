@@ -8,13 +8,13 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/history_log.hpp"
 #include "library/look_adoption.hpp"
 #include "library/pending_undo.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr std::string_view category = "History";
 constexpr std::string_view notMoved = "move to Trash failed: ";
 
 bool isInside(const Path& path, const Path& folder) {
@@ -136,7 +136,7 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
         whole.append(moved.journal);
         // Without a journal, nobody would know afterwards where the files went.
         if (const auto written = writeDeletionJournal(files, paths, whole); !written) {
-          logWarning(category, "the deletion journal could not be written: {}",
+          logWarning(historyLog, "the deletion journal could not be written: {}",
                      written.error().reason);
           for (const TrashCandidate& one : all) refuse(one.entry->id, written.error().reason);
           return moved;
@@ -200,7 +200,7 @@ void HistoryDeletion::removeSome(Sweeping& state, std::size_t begin, std::size_t
 
 void HistoryDeletion::keepUndo(const std::shared_ptr<Sweeping>& state) {
   const auto goOn = [this, state](const Result<void>& kept) {
-    if (!kept) logWarning(category, "the undo was not kept: {}", kept.error().reason);
+    if (!kept) logWarning(historyLog, "the undo was not kept: {}", kept.error().reason);
     queue_.flushIndex([this, state](const Result<void>& saved) { finishTrash(state, saved); });
   };
   if (state->undo == Undo::none || state->sweep.removed.empty()) return goOn({});

@@ -5,13 +5,10 @@
 
 #include "base/log.hpp"
 #include "library/gone_entries.hpp"
+#include "library/history_log.hpp"
 
 namespace vantorel {
-namespace {
-
-constexpr std::string_view category = "History";
-
-}  // namespace
+namespace {}  // namespace
 
 HistoryFolderMonitor::HistoryFolderMonitor(Services services)
     : services_(std::move(services)),
@@ -21,7 +18,7 @@ HistoryFolderMonitor::HistoryFolderMonitor(Services services)
   if (watch) {
     mountWatch_ = *std::move(watch);
   } else {
-    logWarning(category, "disks that come and go are not noticed: {}", watch.error().reason);
+    logWarning(historyLog, "disks that come and go are not noticed: {}", watch.error().reason);
   }
   if (services_.store.isLoaded()) follow({.loaded = true});
 }
@@ -101,7 +98,7 @@ void HistoryFolderMonitor::opened(const std::string& name, std::uint64_t generat
     return;
   }
   if (folder.failures == 0) {
-    logInfo(category, "{} can't be watched: {}", name, opening.watch->error().reason);
+    logInfo(historyLog, "{} can't be watched: {}", name, opening.watch->error().reason);
   }
   backOff(folder);
 }
@@ -234,9 +231,9 @@ void HistoryFolderMonitor::forget(const std::string& name, const EntryList& gone
   keepDeparted(std::move(departing));
   const auto told = [name](const Result<std::size_t>& count) {
     if (count) {
-      logInfo(category, "{} capture(s) went from {} and were removed from History", *count, name);
+      logInfo(historyLog, "{} capture(s) went from {} and were removed from History", *count, name);
     } else {
-      logWarning(category, "the index could not be written: {}", count.error().reason);
+      logWarning(historyLog, "the index could not be written: {}", count.error().reason);
     }
   };
   services_.deletion.forget(going, told, HistoryDeletion::Originals::kept);
@@ -321,7 +318,7 @@ void HistoryFolderMonitor::welcomeBack(const std::vector<Arrival>& arrivals) {
     remove(arrival.entry->path);
   }
   if (returning.empty()) return;
-  logInfo(category, "{} capture(s) came back to History with their files", returning.size());
+  logInfo(historyLog, "{} capture(s) came back to History with their files", returning.size());
   services_.store.insertEntries(std::move(returning));
 }
 

@@ -10,13 +10,12 @@
 #include "base/log.hpp"
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
+#include "library/history_log.hpp"
 #include "library/look_adoption.hpp"
 #include "library/relocation_journal.hpp"
 
 namespace vantorel {
 namespace {
-
-constexpr std::string_view category = "History";
 
 enum class PairState { waiting, moved, failed, dropped };
 
@@ -177,7 +176,7 @@ std::vector<std::size_t> HistoryRelocation::claimBatch() {
       ready.push_back(pair);
     } else {
       if (Path(oldPaths[pair]).extension() == ".vantorelstudio") {
-        logWarning(category, "a package's move could not be coordinated");
+        logWarning(historyLog, "a package's move could not be coordinated");
       }
       run_->fail(pair, "it is being changed");
     }
@@ -265,7 +264,7 @@ void HistoryRelocation::adopt(const NewPlaces& places) {
         if (found != places.end()) path = found->second.path;
       });
     });
-    if (!changed) logError(category, "{}: {}", entry->id, changed.error().reason);
+    if (!changed) logError(historyLog, "{}: {}", entry->id, changed.error().reason);
   }
 }
 
@@ -312,7 +311,7 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
       resolution = readable->resolve(files, named);
       journal = std::move(*readable);
     } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
-      logError(category, "the relocation journal could not be read: {}", bad->reason);
+      logError(historyLog, "the relocation journal could not be read: {}", bad->reason);
     }
     NewPlaces places;
     for (const auto& [oldPath, newPath] : resolution.moved) {
@@ -345,7 +344,7 @@ void HistoryRelocation::close(Files& files, const LibraryPaths& paths, Relocatio
   journal.removeTemporaries(files);
   for (const std::string& original : resolution.surplus) {
     if (const auto removed = removeFile(files, original); !removed) {
-      logWarning(category, "{} stays beside its copy: {}", original, removed.error().reason);
+      logWarning(historyLog, "{} stays beside its copy: {}", original, removed.error().reason);
     }
   }
   RelocationLeftovers left = RelocationLeftovers::read(files, paths);
@@ -356,7 +355,7 @@ void HistoryRelocation::close(Files& files, const LibraryPaths& paths, Relocatio
     written = journal.write(files, paths);
   }
   if (!written) {
-    logError(category, "the relocation journal could not be closed: {}", written.error().reason);
+    logError(historyLog, "the relocation journal could not be closed: {}", written.error().reason);
   }
 }
 

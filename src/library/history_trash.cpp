@@ -8,11 +8,10 @@
 #include "base/log.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
+#include "library/history_log.hpp"
 
 namespace vantorel {
 namespace {
-
-constexpr std::string_view category = "History";
 
 /// The file's place in the Trash, if it is known.
 template <class Outcome>
@@ -73,16 +72,16 @@ HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path, FileReach 
     case FileReach::folderGone:
     case FileReach::folderUnreachable:
     case FileReach::folderDenied:
-      logWarning(category, "move to Trash skipped: the file's folder could not be reached");
+      logWarning(historyLog, "move to Trash skipped: the file's folder could not be reached");
       return Failed{std::string(sentence(reach))};
     case FileReach::unknown:
-      logWarning(category, "move to Trash skipped: the file could not be looked up");
+      logWarning(historyLog, "move to Trash skipped: the file could not be looked up");
       return Failed{std::string(sentence(reach))};
   }
   auto moved = trash_.moveToTrash(path);
   if (!moved && moved.error().kind == FailureKind::notFound) return NothingThere{};
   if (!moved) {
-    logWarning(category, "move to Trash failed: {}", moved.error().reason);
+    logWarning(historyLog, "move to Trash failed: {}", moved.error().reason);
     return Failed{moved.error().reason};
   }
   if (!*moved) return MovedUntracked{};
@@ -107,7 +106,7 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
       if (!removed.trashedPNGURL || trash_.restore(*removed.trashedPNGURL, entry.path)) {
         return std::move(*failure);
       }
-      logError(category, "restore from Trash failed");
+      logError(historyLog, "restore from Trash failed");
       return removed;
     }
     removed.trashedOriginalURL = placeOf(original);
@@ -180,7 +179,7 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
       trash_.forget(*trashed);
       return true;
     }
-    logError(category, "restore from Trash failed: {}", back.error().reason);
+    logError(historyLog, "restore from Trash failed: {}", back.error().reason);
     restored.isInTrash = !isGone;
     restored.failure = restored.isInTrash ? "restore from Trash failed: " + back.error().reason
                                           : "the files are no longer in the Trash";
@@ -210,7 +209,7 @@ void HistoryTrash::discard(const std::vector<std::string>& surplus, const EntryL
   for (const std::string_view path : going) {
     const auto moved = trash_.moveToTrash(path);
     if (!moved && moved.error().kind != FailureKind::notFound) {
-      logWarning(category, "move to Trash failed: {}", moved.error().reason);
+      logWarning(historyLog, "move to Trash failed: {}", moved.error().reason);
     }
   }
   trash_.flush();

@@ -7,12 +7,11 @@
 #include "base/json_writer.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
+#include "library/history_log.hpp"
 #include "library/parked_index.hpp"
 
 namespace vantorel {
 namespace {
-
-constexpr std::string_view category = "History";
 
 /// Puts a new index together from runs of the old one and new text, merging what is adjacent.
 class Assembly {
@@ -157,7 +156,7 @@ std::optional<Path> IndexStorage::clearStaging(const Path& path) {
   staging += ".staging";
   if (!files_.status(staging)) return std::nullopt;
   if (const auto cleared = files_.remove(staging); !cleared) {
-    logWarning(category, "history index staging file could not be cleared: {}",
+    logWarning(historyLog, "history index staging file could not be cleared: {}",
                cleared.error().reason);
     return std::nullopt;
   }
@@ -171,10 +170,10 @@ void IndexStorage::makeOwnerOnly() {
     if (!status || status->type != FileType::regular || status->owner != userID_) continue;
     const auto tightened = files_.makeOwnerOnly(path);
     if (!tightened) {
-      logWarning(category, "{} could not be made owner-only: {}", path.filename().string(),
+      logWarning(historyLog, "{} could not be made owner-only: {}", path.filename().string(),
                  tightened.error().reason);
     } else if (*tightened == Tightening::madeOwnerOnly) {
-      logInfo(category, "made {} owner-only", path.filename().string());
+      logInfo(historyLog, "made {} owner-only", path.filename().string());
     }
   }
 }
@@ -211,7 +210,7 @@ IndexStorage::Loaded IndexStorage::readIndex() {
   const auto status = files_.status(paths_.index());
   if (!status && status.error().kind == FailureKind::notFound) return loaded;
   if (status && (status->type != FileType::regular || status->owner != userID_)) {
-    logError(category, "index unreadable — index writes disabled for this run");
+    logError(historyLog, "index unreadable — index writes disabled for this run");
     loaded.load = IndexLoad::unreadable;
     return loaded;
   }
@@ -225,7 +224,7 @@ IndexStorage::Loaded IndexStorage::readIndex() {
 }
 
 IndexStorage::Loaded IndexStorage::unreadable(const Failure& failure) {
-  logError(category, "index could not be read; index writes disabled for this run: {}",
+  logError(historyLog, "index could not be read; index writes disabled for this run: {}",
            failure.reason);
   Loaded loaded;
   loaded.load = IndexLoad::unreadable;
@@ -249,7 +248,7 @@ IndexStorage::Loaded IndexStorage::decode() {
     return loaded;
   }
   if (decoded->file.version > HistoryIndexFile::currentVersion) {
-    logError(category,
+    logError(historyLog,
              "index was written by a newer build (version {}; this build reads up to {}) — index "
              "writes disabled for this run",
              decoded->file.version, HistoryIndexFile::currentVersion);
@@ -282,7 +281,7 @@ IndexStorage::Loaded IndexStorage::decode() {
   rest_ = std::move(decoded->file);
   loaded.unreadCount = rest_.unreadEntries.size() + rest_.unreadCollections.size();
   if (loaded.unreadCount > 0) {
-    logWarning(category, "{} item(s) of the index could not be read and are kept as they are",
+    logWarning(historyLog, "{} item(s) of the index could not be read and are kept as they are",
                loaded.unreadCount);
     for (const JSONValue& unread : rest_.unreadEntries) {
       std::ranges::move(pathsIn(unread), std::back_inserter(loaded.unreadPaths));
@@ -294,10 +293,10 @@ IndexStorage::Loaded IndexStorage::decode() {
 IndexLoad IndexStorage::park(const std::string& text, std::string_view reason) {
   if (onlyLooks_) return IndexLoad::notParked;
   if (parkIndex(files_, paths_.index(), text) == Parking::failed) {
-    logError(category, "index {}, and no copy of it could be parked", reason);
+    logError(historyLog, "index {}, and no copy of it could be parked", reason);
     return IndexLoad::notParked;
   }
-  logError(category, "index {}; a copy is parked alongside it as .unreadable.json", reason);
+  logError(historyLog, "index {}; a copy is parked alongside it as .unreadable.json", reason);
   return IndexLoad::parked;
 }
 

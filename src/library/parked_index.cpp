@@ -11,6 +11,7 @@
 #include "base/json_writer.hpp"
 #include "base/log.hpp"
 #include "library/history_index_file.hpp"
+#include "library/history_log.hpp"
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
@@ -18,7 +19,6 @@
 namespace vantorel {
 namespace {
 
-constexpr std::string_view category = "History";
 constexpr double keptForSeconds = 30.0 * 86400;
 constexpr std::uint64_t largestCopy = 512 << 20;
 
@@ -143,7 +143,7 @@ class Pass {
  private:
   [[nodiscard]] bool rewrite(const Path& copy, std::string_view text) {
     if (files_.replace(copy, text, Privacy::ownerOnly)) return true;
-    logWarning(category, "a parked index copy could not be rewritten without its text");
+    logWarning(historyLog, "a parked index copy could not be rewritten without its text");
     return false;
   }
 
@@ -153,7 +153,7 @@ class Pass {
       ++counts.removed;
     } else {
       ++counts.left;
-      logWarning(category, "a parked index copy no build can read could not be deleted");
+      logWarning(historyLog, "a parked index copy no build can read could not be deleted");
     }
   }
 
@@ -203,7 +203,7 @@ ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, doubl
     }
   }
   if (pass.madeOwnerOnly > 0) {
-    logInfo(category, "made {} parked index copy(ies) owner-only", pass.madeOwnerOnly);
+    logInfo(historyLog, "made {} parked index copy(ies) owner-only", pass.madeOwnerOnly);
   }
   return pass.counts;
 }

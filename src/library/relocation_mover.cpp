@@ -11,11 +11,11 @@
 #include "base/random_id.hpp"
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
+#include "library/history_log.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr std::string_view category = "History";
 constexpr int mostNames = 10'000;
 constexpr int mostAttempts = 3;
 
@@ -137,7 +137,7 @@ Result<void> RelocationMover::writeJournal() {
   }
   auto written = whole.write(files_, paths_);
   if (!written) {
-    logError(category, "the relocation journal could not be written: {}", written.error().reason);
+    logError(historyLog, "the relocation journal could not be written: {}", written.error().reason);
   }
   return written;
 }
@@ -147,7 +147,7 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
   Plan plan;
   auto found = RelocationJournal::read(files_, paths_);
   if (const auto* const unreadable = std::get_if<RelocationJournal::Unreadable>(&found)) {
-    logError(category, "the relocation journal could not be read: {}", unreadable->reason);
+    logError(historyLog, "the relocation journal could not be read: {}", unreadable->reason);
     plan.refusal = RelocationRefusal::journalUnreadable;
     return plan;
   }
@@ -249,10 +249,10 @@ void RelocationMover::nameCopies(std::span<const std::size_t> copied, Batch& bat
       continue;
     }
     pair.copy.reset();
-    logWarning(category, "{} could not be moved: {}", pair.oldPath, named.error().reason);
+    logWarning(historyLog, "{} could not be moved: {}", pair.oldPath, named.error().reason);
     batch.failures.emplace_back(place, named.error().reason);
     if (const auto removed = removeFile(files_, temporary); !removed) {
-      logWarning(category, "{} could not be removed: {}", temporary.string(),
+      logWarning(historyLog, "{} could not be removed: {}", temporary.string(),
                  removed.error().reason);
     }
   }
@@ -318,7 +318,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
     if (isCopied) moved = copyFile(files_, pair.oldPath, at(journal_.temporaryFor(pair)));
     if (moving) moving();
     if (!moved) {
-      logWarning(category, "{} could not be moved: {}", pair.oldPath, moved.error().reason);
+      logWarning(historyLog, "{} could not be moved: {}", pair.oldPath, moved.error().reason);
       batch.failures.emplace_back(place, moved.error().reason);
     } else if (isCopied) {
       copied.push_back(place);
@@ -336,7 +336,8 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
   }
   for (const Path& folder : folders) {
     if (const auto flushed = files_.flushFolder(folder); !flushed) {
-      logWarning(category, "{} could not be flushed: {}", folder.string(), flushed.error().reason);
+      logWarning(historyLog, "{} could not be flushed: {}", folder.string(),
+                 flushed.error().reason);
     }
   }
   if (!isTargetThere()) takeBack(batch);
@@ -368,14 +369,15 @@ Path RelocationMover::at(const Path& newPath) const {
 }
 
 void RelocationMover::takeBack(Batch& batch) {
-  logWarning(category, "{} went away during the move", target_.string());
+  logWarning(historyLog, "{} went away during the move", target_.string());
   for (const Moved& moved : std::exchange(batch.moved, {})) {
     const auto undone = moved.isCopied ? removeFile(files_, at(moved.newPath))
                                        : files_.moveNew(at(moved.newPath), moved.oldPath);
     planned_[moved.pair].isMoved = !undone;
     // The journal still names it: whichever place it is at, the next launch sees.
     if (!undone) {
-      logWarning(category, "{} could not be taken back: {}", moved.newPath, undone.error().reason);
+      logWarning(historyLog, "{} could not be taken back: {}", moved.newPath,
+                 undone.error().reason);
     }
     batch.failures.emplace_back(moved.pair, "the new folder can't be reached any more");
   }
@@ -395,7 +397,7 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
     planned_[one.pair].isDone = true;
     if (!one.isCopied) continue;
     if (const auto removed = removeFile(files_, one.oldPath); !removed) {
-      logWarning(category, "{} stays beside its copy: {}", one.oldPath, removed.error().reason);
+      logWarning(historyLog, "{} stays beside its copy: {}", one.oldPath, removed.error().reason);
     }
   }
   for (const std::size_t place : dropped) planned_[place].isDone = true;
@@ -414,7 +416,7 @@ void RelocationMover::end() {
   if (left != leftovers_) {
     // The journal goes on naming what is nowhere else.
     if (const auto written = left.write(files_, paths_); !written) {
-      logWarning(category, "what did not move was not noted: {}", written.error().reason);
+      logWarning(historyLog, "what did not move was not noted: {}", written.error().reason);
       return;
     }
   }
