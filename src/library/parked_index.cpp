@@ -128,9 +128,7 @@ class Pass {
       return;
     }
     if (now_ - status->modified >= keptForSeconds) return removeOld(copy);
-    if (!takeRecognised(*text)) {
-      ++counts.left;
-    } else if (rewrite(copy, *text)) {
+    if (takeRecognised(*text) && rewrite(copy, *text)) {
       ++counts.scrubbed;
     } else {
       ++counts.left;

@@ -7,7 +7,7 @@
 namespace vantorel {
 namespace {
 
-constexpr std::uint64_t longestEntry = 64 * 1024;
+constexpr std::uint64_t longestEntry = std::uint64_t{64} * 1024;
 
 /// As the "Exec" key wants an argument: in quotes, with what is special in them escaped twice, once
 /// for the quotes and once for the value.

@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint32_t stickyBit = 01000;
 constexpr int mostNames = 10'000;
 constexpr int longestGap = 64;
-constexpr std::uint64_t longestInfo = 64 * 1024;
+constexpr std::uint64_t longestInfo = std::uint64_t{64} * 1024;
 constexpr std::size_t mostFlushedSingly = 8;
 
 /// As in URLs, bytes other than letters, digits and a few marks become "%XX".
@@ -190,7 +190,7 @@ std::optional<Path> LinuxTrash::find(const Path& path, std::uint64_t inode) {
   const std::string name = namedIn(*can, *folder, path);
   // Names may have become free again meanwhile, and so leave gaps.
   for (int attempt = 1, missing = 0; attempt <= mostNames && missing < longestGap; ++attempt) {
-    const Path place = can->folder / "files" / nameFor(path, attempt);
+    Path place = can->folder / "files" / nameFor(path, attempt);
     const auto there = files_.status(place);
     if (there && there->inode == inode) return place;
     const auto info = files_.read(infoOf(place), longestInfo);

@@ -8,7 +8,7 @@ namespace vantorel {
 namespace {
 
 /// Small enough for every server and for readers that copy each piece.
-constexpr std::size_t pieceSize = 256 * 1024;
+constexpr std::size_t pieceSize = std::size_t{256} * 1024;
 
 template <class T>
 void setProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property,
