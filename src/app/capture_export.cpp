@@ -56,7 +56,8 @@ void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<st
 void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const Path& output,
                           Done<void> done) {
   read(entry, format,
-       alive_.guard([this, output, done = std::move(done)](std::expected<std::string, std::string> bytes) {
+       alive_.guard([this, output,
+                     done = std::move(done)](std::expected<std::string, std::string> bytes) {
          if (!bytes) return done(std::unexpected(std::move(bytes.error())));
          const HistoryStore& store = *services_->store;
          services_->work->post([bytes = std::move(*bytes), output, services = services_,
