@@ -59,5 +59,5 @@ show windows
 show capture display
 show capture window --window "$window"
 show capture area --rect 180,120,700,240
-show --json capture previous
+show --json library show latest
 printf '\nThe pictures are in %s\n' "$folder/library"
