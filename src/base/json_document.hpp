@@ -20,6 +20,11 @@ enum class Kind { null, boolean, integer, number, string, array, object };
 /// a second one. A word has its kind in the highest byte (the kind's first character in JSON, or l,
 /// u and d for the three machine types of numbers) and says below where a string lies in `strings`,
 /// behind four bytes of length, or at which word the closing bracket is passed.
+///
+/// The parser's documentation describes this layout. Read here and not through the parser's own
+/// element type, because that costs 17 % more CPU for decoding shapes and 6 % for loading an index
+/// of 100,000 entries, and because its header, which 208 of the 295 translation units would then
+/// include, takes 1.1 s to compile (simdjson 3.0.1, both in one run).
 struct Tape {
   const std::uint64_t* words = nullptr;
   const char* strings = nullptr;
