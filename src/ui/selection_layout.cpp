@@ -140,7 +140,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     add("Space", "choose an area");
     addDisplays();
   }
-  add("Esc", "cancel");
+  add("Esc", model.canGoBack() ? "back" : "cancel");
   return hints;
 }
 

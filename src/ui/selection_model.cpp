@@ -116,7 +116,7 @@ void SelectionModel::press() {
   if (mode_ != CaptureMode::region || isDragging_) return;
   if (adjustment_) {
     if (const auto grip = adjustment_->gripAt(pointer_)) return adjustment_->hold(*grip, pointer_);
-    beforeDrag_ = std::exchange(adjustment_, std::nullopt);
+    setAside_ = std::exchange(adjustment_, std::nullopt);
     display_ = displayAt(pointer_);
   }
   isDragging_ = true;
@@ -130,15 +130,11 @@ std::optional<CaptureTarget> SelectionModel::release(bool adjusts) {
   if (!isDragging_) return std::nullopt;
   const PixelRect area = draggedArea();
   endDrag();
-  const auto before = std::exchange(beforeDrag_, std::nullopt);
   if (area.isEmpty()) {
-    if (before) {
-      display_ = displayAt({before->area().x, before->area().y});
-      adjust(before->area());
-    }
+    if (setAside_) takeUpAgain();
     return std::nullopt;
   }
-  if (!adjusts && !before) return targetOf(area);
+  if (!adjusts && !setAside_) return targetOf(area);
   adjust(area);
   return std::nullopt;
 }
@@ -153,8 +149,18 @@ void SelectionModel::adjust(const PixelRect& area) {
   endDrag();
   isDrawnByKeys_ = false;
   entry_.reset();
+  setAside_.reset();
   adjustment_.emplace(area, display().area,
                       static_cast<int>(std::lround(handleReachPoints * display().drawingScale)));
+}
+
+void SelectionModel::takeUpAgain() {
+  adjustment_ = std::exchange(setAside_, std::nullopt);
+  display_ = displayAt({adjustment_->area().x, adjustment_->area().y});
+  mode_ = CaptureMode::region;
+  windowByKeys_.reset();
+  isDrawnByKeys_ = false;
+  endDrag();
 }
 
 CaptureTarget SelectionModel::targetOf(const PixelRect& area) const {
@@ -172,11 +178,13 @@ std::optional<CaptureTarget> SelectionModel::adjustedTarget() const {
 void SelectionModel::pressSpace() {
   if (isDragging_) {
     if (!move_) move_ = {pointer_, anchor_, corner_};
+  } else if (setAside_) {
+    takeUpAgain();
   } else if (mode_ != CaptureMode::region) {
     mode_ = CaptureMode::region;
     windowByKeys_.reset();
   } else if (canPickWindows() && (!adjustment_ || !adjustment_->held())) {
-    adjustment_.reset();
+    setAside_ = std::exchange(adjustment_, std::nullopt);
     entry_.reset();
     mode_ = CaptureMode::window;
   }
@@ -215,6 +223,10 @@ std::optional<CaptureTarget> SelectionModel::confirm() {
   return DisplayTarget{display().id};
 }
 
+bool SelectionModel::canGoBack() const {
+  return entry_ || adjustment_ || setAside_ || (isDragging_ && isDrawnByKeys_);
+}
+
 bool SelectionModel::goBack() {
   if (entry_) {
     entry_.reset();
@@ -222,6 +234,8 @@ bool SelectionModel::goBack() {
     if (adjustment_->putBack()) return true;
     adjustment_.reset();
     movePointer(pointer_);
+  } else if (setAside_) {
+    takeUpAgain();
   } else if (isDragging_ && isDrawnByKeys_) {
     endDrag();
   } else {

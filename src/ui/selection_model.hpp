@@ -50,6 +50,7 @@ class SelectionModel {
   std::optional<CaptureTarget> release(bool adjusts = false);
 
   /// Space: moves the selection while it is dragged, else switches between an area and a window.
+  /// An area that is adjusted is there again after the way back.
   void pressSpace();
   void releaseSpace();
 
@@ -59,6 +60,7 @@ class SelectionModel {
 
   /// Escape: one step back; false when there is none left and the selection ends.
   bool goBack();
+  [[nodiscard]] bool canGoBack() const;
 
   /// Moves the dragged corner, the handle that has the focus or the area; else the pointer.
   void nudge(int right, int down);
@@ -124,6 +126,7 @@ class SelectionModel {
   [[nodiscard]] CaptureTarget targetOf(const PixelRect& area) const;
   void endDrag();
   void adjust(const PixelRect& area);
+  void takeUpAgain();
 
   std::vector<Display> displays_;
   std::vector<Window> windows_;
@@ -137,7 +140,7 @@ class SelectionModel {
   std::optional<Move> move_;
   std::optional<std::size_t> windowByKeys_;
   std::optional<AreaAdjustment> adjustment_;
-  std::optional<AreaAdjustment> beforeDrag_;  ///< comes back when a new drag comes to nothing
+  std::optional<AreaAdjustment> setAside_;  ///< for a new drag, or while a window is looked for
   std::optional<SizeEntry> entry_;
 };
 

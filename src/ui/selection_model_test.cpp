@@ -210,6 +210,43 @@ TEST_F(SelectionModelTest, AnAreaIsAdjustedByItsHandlesUntilItIsTaken) {
   EXPECT_EQ(model.confirm(), region("RIGHT", {49, 50, 1, 1.5}));
 }
 
+TEST_F(SelectionModelTest, AnAreaIsThereAgainAfterALookAtTheWindowsOrANewDrag) {
+  windows.resize(1);
+  windows[0].frame = {100, 100, 300, 200};
+  windows[0].displayID = "LEFT";
+  auto model = make();
+  model.movePointer({1100, 200});
+  model.press();
+  model.movePointer({1140, 240});
+  EXPECT_EQ(model.release(true), std::nullopt);
+  const auto area = region("RIGHT", {50, 50, 20, 20});
+  for (const bool bySpace : {true, false}) {
+    model.pressSpace();
+    EXPECT_EQ(model.mode(), CaptureMode::window);
+    model.movePointer({200, 200});
+    model.moveFocus(1);
+    if (bySpace) {
+      model.pressSpace();
+    } else {
+      EXPECT_TRUE(model.goBack());
+    }
+    EXPECT_EQ(model.adjustedTarget(), area);
+    EXPECT_EQ(model.display().id, "RIGHT");
+  }
+  model.movePointer({500, 500});
+  model.press();
+  model.movePointer({600, 600});
+  EXPECT_TRUE(model.canGoBack());
+  EXPECT_TRUE(model.goBack());
+  EXPECT_EQ(model.release(), std::nullopt) << "the button is let go later";
+  EXPECT_EQ(model.confirm(), area);
+
+  model.pressSpace();
+  model.selectAll();
+  EXPECT_TRUE(model.goBack());
+  EXPECT_FALSE(model.canGoBack()) << "a new area takes the place of the one set aside";
+}
+
 TEST_F(SelectionModelTest, TabGoesRoundTheHandlesAndSizesCanBeTyped) {
   auto model = make();
   model.movePointer({100, 100});
