@@ -1,6 +1,7 @@
 #include "app/app_coordinator.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <utility>
 
@@ -259,8 +260,9 @@ void AppCoordinator::report(const CaptureReply& reply, bool timed) {
     if (services_.cue) {
       services_.cue({saved->shown, services_.settings->values().playSounds});
     }
-    for (const std::string& remark : remarksOn(*saved)) {
-      services_.alerts->notify("Screenshot saved", remark);
+    const std::vector<std::string> remarks = remarksOn(*saved);
+    if (!remarks.empty()) {
+      services_.alerts->notify("Screenshot saved", fmt::format("{}", fmt::join(remarks, "\n")));
     }
   }
 }

@@ -11,6 +11,8 @@ namespace {
 constexpr std::chrono::milliseconds afterBinding{500};
 constexpr std::chrono::seconds bindingBound{2};
 
+constexpr const char* refusedKeysTitle = "Keys that don't work";
+
 /// The key of the setting that `id` follows.
 std::string_view settingOf(ShortcutID id) {
   return settingsKey(recentNumber(id) ? ShortcutID::copyRecent1 : id);
@@ -108,13 +110,13 @@ void AppCoordinator::tellRefusedKeys() {
   }
   const bool isNews = !std::ranges::includes(toldKeys_, now);
   toldKeys_ = std::move(now);
+  if (refused.empty()) services_.alerts->withdraw(refusedKeysTitle);
   if (!isNews) return;
   // A command that can be pasted as it is.
   std::string body = sentences(refused) +
                      fmt::format(" For another key, as here: vantorel settings set {} Ctrl+Shift+1",
                                  settingOf(refused.front().id));
-  services_.alerts->notify(refused.size() == 1 ? "A key doesn't work" : "Some keys don't work",
-                           std::move(body));
+  services_.alerts->notify(refusedKeysTitle, std::move(body));
 }
 
 void AppCoordinator::whenKeysKnown(std::string_view setting,

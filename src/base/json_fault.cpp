@@ -99,6 +99,8 @@ std::size_t faultIn(std::string_view text) {
 }  // namespace
 
 std::size_t faultLine(std::string_view text) {
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
   // A break at the very end begins no line that anybody sees.
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.remove_suffix(1);
   const auto before = text.substr(0, faultIn(text));

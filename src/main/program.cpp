@@ -52,6 +52,7 @@ class DesktopAlerts final : public Alerts {
   void notify(std::string title, std::string body) override {
     notifications_.notify(std::move(title), std::move(body));
   }
+  void withdraw(std::string title) override { notifications_.withdraw(std::move(title)); }
 
  private:
   Alerts& dialogs_;
@@ -101,6 +102,7 @@ struct FolderFollowing {
 };
 
 constexpr const char* settingsFileName = "settings.json";
+constexpr const char* settingsTitle = "Settings";
 
 /// As long as a person needs to notice a flash and hear a sound.
 constexpr std::chrono::milliseconds cueLength{700};
@@ -179,13 +181,15 @@ struct Program::Parts {
     }
     if (settingsFile.problem()) {
       logError("Settings", "{}", *settingsFile.problem());
-      if (ui != nullptr) alerts->notify("Settings", *settingsFile.problem());
+      if (ui != nullptr) alerts->notify(settingsTitle, *settingsFile.problem());
     }
     for (const std::string& sentence : settings.refusedAtStart()) {
       logWarning("Settings", "{}", sentence);
     }
-    settingsFile.onProblem(
-        [this](const std::string& sentence) { alerts->notify("Settings", sentence); });
+    settingsFile.onProblem([this](const std::string& sentence) {
+      if (sentence.empty()) return alerts->withdraw(settingsTitle);
+      alerts->notify(settingsTitle, sentence);
+    });
     coordinator = std::make_unique<AppCoordinator>(services(folders, root, std::move(terminate)));
     rewriter = std::make_unique<CaptureRewriter>(
         CaptureRewriter::Services{.main = main,

@@ -30,6 +30,7 @@ class TerminalAlerts final : public Alerts {
   void bringForward() override {}
   [[nodiscard]] bool isModalDialogUp() const override { return false; }
   void notify(std::string title, std::string body) override;
+  void withdraw(std::string) override {}
 };
 
 /// Shows how far a command has come, in one line of standard error; nothing when that is no

@@ -46,9 +46,12 @@ class Alerts {
   /// Shows the dialog that is up before all other windows: something waits for its answer.
   virtual void bringForward() = 0;
 
-  /// A passing message (a desktop notification). Never blocks; lost when nobody shows such
-  /// messages, for the log has it too.
+  /// A passing message (a desktop notification), in place of the one of the same title before it.
+  /// Never blocks; lost when nobody shows such messages, for the log has it too.
   virtual void notify(std::string title, std::string body) = 0;
+
+  /// Takes the message of that title back, if there is one: it no longer holds.
+  virtual void withdraw(std::string title) = 0;
 };
 
 }  // namespace vantorel

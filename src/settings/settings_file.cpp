@@ -5,6 +5,7 @@
 #include <chrono>
 
 #include "base/json_document.hpp"
+#include "base/json_fault.hpp"
 #include "base/json_writer.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
@@ -35,14 +36,20 @@ class SettingsFile::Disk {
  public:
   Disk(Files& files, Path file) : files_(files), file_(std::move(file)) {}
 
-  /// Fails with `malformed` when the content makes no sense; a missing file is empty.
+  /// Fails with `malformed` when the content makes no sense, and says of "the settings" why; a
+  /// missing file is empty.
   [[nodiscard]] Result<Values> read() const {
     auto text = files_.read(file_, largestFile);
     if (!text && text.error().kind == FailureKind::notFound) return Values{};
     if (!text) return std::unexpected(text.error());
-    const JSONValue root = VT_TRY(json::parseValue(*text));
-    const auto* const object = std::get_if<json::Object>(&root.value);
-    if (object == nullptr) return failed(FailureKind::malformed, "it is not an object");
+    auto root = json::parseValue(*text);
+    if (!root && root.error().kind == FailureKind::malformed) {
+      return failed(FailureKind::malformed,
+                    fmt::format("have a mistake in line {}", json::faultLine(*text)));
+    }
+    if (!root) return std::unexpected(root.error());
+    const auto* const object = std::get_if<json::Object>(&root->value);
+    if (object == nullptr) return failed(FailureKind::malformed, "are not a JSON object");
     Values values;
     for (const auto& [key, value] : *object) values.emplace(key, value);
     return values;
@@ -123,11 +130,7 @@ SettingsFile::SettingsFile(Services services, Path file)
     values_ = *std::move(read);
   } else if (read.error().kind == FailureKind::malformed) {
     isDamageTold_ = true;
-    problem_ = fmt::format(
-        "Vantorel couldn't read its settings, so all of them are at their defaults: {}. Correct "
-        "{}, "
-        "or it is put aside when a setting is changed.",
-        read.error().reason, file_.string());
+    problem_ = damageSentence(read.error().reason, "all of them are at their defaults");
   } else {
     blocked_ = true;
     problem_ = fmt::format("Vantorel couldn't read its settings: {}. Changes last until it quits.",
@@ -300,7 +303,8 @@ void SettingsFile::readAgain() {
       [disk = disk_, main = services_.main, reply = alive_.guard([this](Result<Values>& values) {
         damage_.renew();
         if (values) {
-          isDamageTold_ = false;
+          const bool isNews = std::exchange(isDamageTold_, false);
+          if (isNews && problemListener_) problemListener_({});
           if (!inFlight_) adopt(*std::move(values));
         } else if (values.error().kind == FailureKind::malformed && !isDamageTold_) {
           services_.main->postAfter(
@@ -312,12 +316,16 @@ void SettingsFile::readAgain() {
       });
 }
 
+std::string SettingsFile::damageSentence(std::string_view damage,
+                                         std::string_view consequence) const {
+  return fmt::format(
+      "The settings {}, so {}. Correct {}, or it is put aside when a setting is changed.", damage,
+      consequence, file_.string());
+}
+
 void SettingsFile::tellOfDamage(const std::string& reason) {
   isDamageTold_ = true;
-  const std::string sentence = fmt::format(
-      "The changed settings can't be read, so those in force stay. Correct {}, or it is put aside "
-      "when a setting is changed ({}).",
-      file_.string(), reason);
+  const std::string sentence = damageSentence(reason, "those in force stay");
   logError("Settings", "{}", sentence);
   if (problemListener_) problemListener_(sentence);
 }

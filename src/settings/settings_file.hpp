@@ -39,7 +39,7 @@ class SettingsFile final : public DefaultsStore {
 
   /// Called with a sentence for the user, once per damage, when the file makes no sense for some
   /// seconds: the values held here stay in force. And when a write found it so: it was put aside,
-  /// and written anew from those values.
+  /// and written anew from those values. An empty sentence when what was told of is put right.
   void onProblem(std::function<void(const std::string& sentence)> listener);
 
   [[nodiscard]] std::optional<JSONValue> value(std::string_view key) const override;
@@ -62,6 +62,8 @@ class SettingsFile final : public DefaultsStore {
   void write();
   void written(Result<Applied> result);
   void readAgain();
+  [[nodiscard]] std::string damageSentence(std::string_view damage,
+                                           std::string_view consequence) const;
   void tellOfDamage(const std::string& reason);
   void adopt(Values values);
   void watch();

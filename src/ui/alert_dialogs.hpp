@@ -23,6 +23,7 @@ class AlertDialogs : public Alerts {
   void bringForward() override;
   [[nodiscard]] bool isModalDialogUp() const override { return !waiting_.empty(); }
   void notify(std::string title, std::string body) override;
+  void withdraw(std::string) override {}
 
  private:
   struct Waiting {

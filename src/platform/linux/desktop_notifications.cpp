@@ -12,6 +12,17 @@ namespace vantorel {
 namespace {
 
 constexpr std::chrono::seconds longestWait{2};
+constexpr const char* notificationInterface = "org.freedesktop.Notifications";
+
+template <class Call>
+void withService(Call call) {
+  try {
+    const auto connection = sdbus::createSessionBusConnection();
+    call(*sdbus::createProxy(*connection, notificationInterface, "/org/freedesktop/Notifications"));
+  } catch (const sdbus::Error& error) {
+    logInfo("Notification", "nobody shows it: {}", error.what());
+  }
+}
 
 /// The body may be read as markup.
 std::string escaped(std::string_view text) {
@@ -31,25 +42,32 @@ std::string escaped(std::string_view text) {
 
 void DesktopNotifications::notify(std::string title, std::string body) {
   logInfo("Notification", "{}: {}", title, body);
-  queue_->post([title = std::move(title), body = std::move(body)] {
-    try {
-      const auto connection = sdbus::createSessionBusConnection();
-      const auto service = sdbus::createProxy(*connection, "org.freedesktop.Notifications",
-                                              "/org/freedesktop/Notifications");
-      std::uint32_t id = 0;
-      service->callMethod("Notify")
-          .onInterface("org.freedesktop.Notifications")
+  queue_->post([title = std::move(title), body = std::move(body), numbers = numbers_] {
+    withService([&](sdbus::IProxy& service) {
+      std::uint32_t& number = (*numbers)[title];
+      service.callMethod("Notify")
+          .onInterface(notificationInterface)
           .withTimeout(longestWait)
-          .withArguments(std::string("Vantorel"), std::uint32_t{0},
-                         std::string("com.hollen.Vantorel"), title, escaped(body),
-                         std::vector<std::string>{},
+          .withArguments(std::string("Vantorel"), number, std::string("com.hollen.Vantorel"), title,
+                         escaped(body), std::vector<std::string>{},
                          std::map<std::string, sdbus::Variant>{
                              {"desktop-entry", sdbus::Variant(std::string("com.hollen.Vantorel"))}},
                          std::int32_t{-1})
-          .storeResultsTo(id);
-    } catch (const sdbus::Error& error) {
-      logInfo("Notification", "nobody shows it: {}", error.what());
-    }
+          .storeResultsTo(number);
+    });
+  });
+}
+
+void DesktopNotifications::withdraw(std::string title) {
+  queue_->post([title = std::move(title), numbers = numbers_] {
+    const auto shown = numbers->extract(title);
+    if (shown.empty()) return;
+    withService([&](sdbus::IProxy& service) {
+      service.callMethod("CloseNotification")
+          .onInterface(notificationInterface)
+          .withTimeout(longestWait)
+          .withArguments(shown.mapped());
+    });
   });
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -15,10 +17,17 @@ class DesktopNotifications {
   /// `queue` is a serial queue that may block.
   explicit DesktopNotifications(std::shared_ptr<TaskRunner> queue) : queue_(std::move(queue)) {}
 
+  /// In place of the one of the same title before it, should that still be up.
   void notify(std::string title, std::string body);
 
+  /// Closes the one of that title, should it still be up.
+  void withdraw(std::string title);
+
  private:
+  using Numbers = std::map<std::string, std::uint32_t>;
+
   std::shared_ptr<TaskRunner> queue_;
+  std::shared_ptr<Numbers> numbers_ = std::make_shared<Numbers>();  // by title; the queue's
 };
 
 }  // namespace vantorel

@@ -23,12 +23,20 @@ class NotificationService {
     object_->registerMethod("Notify")
         .onInterface("org.freedesktop.Notifications")
         .implementedAs([this, answers](sdbus::Result<std::uint32_t>&& reply, const std::string&,
-                                       std::uint32_t, const std::string&, const std::string& title,
-                                       const std::string& body, const std::vector<std::string>&,
+                                       std::uint32_t replaced, const std::string&,
+                                       const std::string& title, const std::string& body,
+                                       const std::vector<std::string>&,
                                        const std::map<std::string, sdbus::Variant>&, std::int32_t) {
           const std::lock_guard lock(mutex_);
+          if (replaced != 0) shown_.push_back("instead of " + std::to_string(replaced));
           shown_.push_back(title + ": " + body);
-          if (answers) reply.returnResults(std::uint32_t{1});
+          if (answers) reply.returnResults(replaced != 0 ? replaced : ++last_);
+        });
+    object_->registerMethod("CloseNotification")
+        .onInterface("org.freedesktop.Notifications")
+        .implementedAs([this](std::uint32_t closed) {
+          const std::lock_guard lock(mutex_);
+          shown_.push_back("closed " + std::to_string(closed));
         });
     object_->finishRegistration();
     connection_->requestName("org.freedesktop.Notifications");
@@ -43,6 +51,7 @@ class NotificationService {
  private:
   std::mutex mutex_;
   std::vector<std::string> shown_;
+  std::uint32_t last_ = 0;
   std::unique_ptr<sdbus::IConnection> connection_ = sdbus::createSessionBusConnection();
   std::unique_ptr<sdbus::IObject> object_ =
       sdbus::createObject(*connection_, "/org/freedesktop/Notifications");
@@ -69,6 +78,23 @@ TEST_F(DesktopNotificationsTest, TheServiceGetsTheWordsWithMarkupTakenOut) {
   notifications.notify("Saved", "a <b> & c");
   ASSERT_TRUE(isDone());
   EXPECT_THAT(service.shown(), ElementsAre("Saved: a &lt;b&gt; &amp; c"));
+}
+
+TEST_F(DesktopNotificationsTest, OneOfEachTitleIsUp) {
+  TestDesktop desktop({.screen = std::nullopt, .bus = true});
+  desktop.enter();
+  NotificationService service(true);
+  notifications.withdraw("Settings");
+  notifications.notify("Settings", "damaged");
+  notifications.notify("Keys", "held");
+  notifications.notify("Settings", "put aside");
+  notifications.withdraw("Settings");
+  notifications.withdraw("Settings");
+  notifications.notify("Settings", "damaged again");
+  ASSERT_TRUE(isDone());
+  EXPECT_THAT(service.shown(),
+              ElementsAre("Settings: damaged", "Keys: held", "instead of 1", "Settings: put aside",
+                          "closed 1", "Settings: damaged again"));
 }
 
 TEST_F(DesktopNotificationsTest, NobodyIsHeldWhereNoServiceAnswers) {

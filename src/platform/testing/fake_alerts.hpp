@@ -14,7 +14,8 @@ class FakeAlerts final : public Alerts {
  public:
   std::optional<Alert> shown;
   int timesForward = 0;
-  std::vector<std::string> notices;  ///< "title: body"
+  std::vector<std::string> notices;    ///< "title: body"
+  std::vector<std::string> withdrawn;  ///< titles
 
   /// Presses the button of that label on the dialog that is up; false when there is none.
   bool press(const std::string& label) {
@@ -41,6 +42,7 @@ class FakeAlerts final : public Alerts {
   void notify(std::string title, std::string body) override {
     notices.push_back(std::move(title) + ": " + std::move(body));
   }
+  void withdraw(std::string title) override { withdrawn.push_back(std::move(title)); }
 
  private:
   AlertID last_ = 0;
