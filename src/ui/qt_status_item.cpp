@@ -11,8 +11,8 @@
 
 #include "base/log.hpp"
 #include "ui/native_display.hpp"
-#include "ui/program_icon.hpp"
 #include "ui/status_notifier_item.hpp"
+#include "ui/tray_icon.hpp"
 
 namespace vantorel {
 namespace {
@@ -72,7 +72,7 @@ void QtStatusItem::setVisible(bool visible) {
     return embed();
   }
   notifier_ = std::make_unique<StatusNotifierItem>(
-      bus, programIcon(),
+      bus, trayIcon(),
       StatusNotifierItem::Listener{.hosted =
                                        [this](bool hosted) {
                                          isNotifierHosted_ = hosted;
@@ -94,7 +94,7 @@ void QtStatusItem::setVisible(bool visible) {
 /// have no tray, for its making asks the bus too, and would wait for a tray that hangs.
 void QtStatusItem::embed() {
   if (embedded_) return;
-  embedded_ = std::make_unique<QSystemTrayIcon>(programIcon());
+  embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon().pictures);
   embedded_->setToolTip(QStringLiteral("Vantorel"));
   embedded_->setContextMenu(&windowMenu());
   QObject::connect(embedded_.get(), &QSystemTrayIcon::activated, embedded_.get(),

@@ -35,10 +35,11 @@ void StatusMenuTree::add(int parent, std::vector<StatusMenuItem> items,
   std::map<std::string, int> seen;
   for (StatusMenuItem& item : items) {
     const int repetition = seen[item.label]++;
-    const int id = numbers_
-                       .try_emplace(fmt::format("{}/{}/{}", parent, repetition, item.label),
-                                    static_cast<int>(numbers_.size()) + 1)
-                       .first->second;
+    const int id =
+        numbers_
+            .try_emplace(fmt::format("{}/{}/{}/{}", parent, repetition, item.shortcut, item.label),
+                         static_cast<int>(numbers_.size()) + 1)
+            .first->second;
     auto children = std::exchange(item.items, {});
     nodes[parent].children.push_back(id);
     nodes[id].item = std::move(item);

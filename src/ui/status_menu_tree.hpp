@@ -11,9 +11,9 @@
 namespace vantorel {
 
 /// The tray's menu as numbered lines, as a panel of another process asks for it. A line keeps its
-/// number while its place in the menu's hierarchy and its label stay, so that a click on a menu
-/// that was read before a change still meets what the user saw, or nothing. Lives on the main
-/// thread.
+/// number while its place in the menu's hierarchy, its label and its key stay, so that a click on a
+/// menu that was read before a change still meets what the user saw, or nothing; and panels that
+/// keep a line's first key for ever show the new one. Lives on the main thread.
 class StatusMenuTree {
  public:
   struct Node {

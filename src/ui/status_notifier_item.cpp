@@ -97,7 +97,7 @@ QDBusMessage watcherCall(const char* interface, const char* member) {
 
 }  // namespace
 
-StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, QIcon icon, Listener listener)
+StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, TrayIcon icon, Listener listener)
     : bus_(std::move(bus)),
       icon_(std::move(icon)),
       listener_(std::move(listener)),
@@ -170,8 +170,8 @@ QVariantMap StatusNotifierItem::properties() const {
       {QStringLiteral("Status"), QStringLiteral("Active")},
       {QStringLiteral("WindowId"), 0},
       {QStringLiteral("IconThemePath"), nothing},
-      {QStringLiteral("IconName"), nothing},
-      {QStringLiteral("IconPixmap"), QVariant::fromValue(picturesOf(icon_))},
+      {QStringLiteral("IconName"), icon_.name},
+      {QStringLiteral("IconPixmap"), QVariant::fromValue(picturesOf(icon_.pictures))},
       {QStringLiteral("OverlayIconName"), nothing},
       {QStringLiteral("OverlayIconPixmap"), noPictures},
       {QStringLiteral("AttentionIconName"), nothing},

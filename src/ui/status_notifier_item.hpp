@@ -3,10 +3,10 @@
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QDBusVirtualObject>
-#include <QIcon>
 #include <functional>
 
 #include "ui/dbus_menu.hpp"
+#include "ui/tray_icon.hpp"
 
 namespace vantorel {
 
@@ -26,7 +26,7 @@ class StatusNotifierItem : public QDBusVirtualObject {
   };
 
   /// `bus` is connected.
-  StatusNotifierItem(QDBusConnection bus, QIcon icon, Listener listener);
+  StatusNotifierItem(QDBusConnection bus, TrayIcon icon, Listener listener);
   ~StatusNotifierItem() override;
 
   [[nodiscard]] DBusMenu& menu() { return menu_; }
@@ -43,7 +43,7 @@ class StatusNotifierItem : public QDBusVirtualObject {
   [[nodiscard]] QVariantMap properties() const;
 
   QDBusConnection bus_;
-  QIcon icon_;
+  TrayIcon icon_;
   Listener listener_;
   DBusMenu menu_;
   QString service_;
