@@ -326,23 +326,35 @@ void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry,
       });
 }
 
-void AppCoordinator::copyRecent(int number) {
-  int seen = 0;
+std::vector<EntryPointer> AppCoordinator::recentImages(std::size_t count) const {
+  std::vector<EntryPointer> images;
   for (const EntryPointer& entry : services_.library->store().newestFirst()) {
-    if (entry->medium != CaptureMedium::image || ++seen < number) continue;
-    services_.library->findFiles(
-        {entry->id}, Library::Claimed::no, *services_.pictures,
-        alive_.guard([this, id = entry->id](const std::set<std::string>& unsettled) {
-          const EntryPointer found = services_.library->store().find(id);
-          std::function<void(std::string)> tell = alive_.guard([this](const std::string& problem) {
-            if (!problem.empty()) services_.alerts->notify("Copy failed", problem);
-          });
-          if (!found || unsettled.contains(id)) return tell("the screenshot couldn't be read");
-          copyToClipboard(*found, std::move(tell));
-        }));
-    return;
+    if (images.size() == count) break;
+    if (entry->medium == CaptureMedium::image) images.push_back(entry);
   }
+  return images;
+}
+
+void AppCoordinator::copyRecent(int number) {
+  const auto count = static_cast<std::size_t>(number);
+  const std::vector<EntryPointer> images = recentImages(count);
+  if (images.size() == count) return copyCapture(images.back()->id);
   services_.alerts->notify("Nothing to copy", "There are fewer captures in History than that.");
+}
+
+void AppCoordinator::copyCapture(const std::string& id) {
+  services_.library->findFiles({id}, Library::Claimed::no, *services_.pictures,
+                               alive_.guard([this, id](const std::set<std::string>& unsettled) {
+                                 const EntryPointer found = services_.library->store().find(id);
+                                 std::function<void(std::string)> tell =
+                                     alive_.guard([this](const std::string& problem) {
+                                       if (!problem.empty())
+                                         services_.alerts->notify("Copy failed", problem);
+                                     });
+                                 if (!found || unsettled.contains(id))
+                                   return tell("the screenshot couldn't be read");
+                                 copyToClipboard(*found, std::move(tell));
+                               }));
 }
 
 void AppCoordinator::tellThatItRuns() {

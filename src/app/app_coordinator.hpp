@@ -123,6 +123,10 @@ class AppCoordinator {
   void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
   void copyToClipboard(const ScreenshotEntry& entry, std::function<void(std::string)> done);
   void copyRecent(int number);
+  void copyCapture(const std::string& id);
+  [[nodiscard]] std::vector<EntryPointer> recentImages(std::size_t count) const;
+  [[nodiscard]] StatusMenuItem menuLine(std::string label, ShortcutID id);
+  [[nodiscard]] StatusMenuItem copyRecentMenu();
   void undoRecentDelete();
   void bindHotKeys();
   void tellRefusedKeys();

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <map>
 
 #include "app/app_coordinator.hpp"
 #include "app/records/hot_key_text.hpp"
@@ -21,6 +22,18 @@ StatusMenuItem submenu(std::string label, std::vector<StatusMenuItem> items) {
   return item;
 }
 
+/// What a capture is called in the menu: short enough for one.
+std::string nameOf(const ScreenshotEntry& entry) {
+  constexpr std::size_t longest = 44;
+  const std::string name = entry.title.value_or(Path(entry.path).stem().string());
+  std::size_t letters = 0;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const bool begins = (static_cast<unsigned char>(name[i]) & 0xC0U) != 0x80;
+    if (begins && ++letters > longest) return name.substr(0, i) + "…";
+  }
+  return name;
+}
+
 std::string delayLabel(CaptureDelay delay) {
   if (delay == CaptureDelay::none) return "None";
   return std::to_string(lengthOf(delay).count()) + " seconds";
@@ -28,18 +41,36 @@ std::string delayLabel(CaptureDelay delay) {
 
 }  // namespace
 
+StatusMenuItem AppCoordinator::menuLine(std::string label, ShortcutID id) {
+  StatusMenuItem item = action(std::move(label), actionOf(id));
+  // A key that another program holds would be a promise that is not kept.
+  const bool works = shortcuts_ && shortcuts_->works(id);
+  if (const auto spec = works ? bindingOf(id) : std::nullopt) item.shortcut = displayText(*spec);
+  return item;
+}
+
+/// The newest captures by name: a click copies the one that was read there, whatever came since.
+StatusMenuItem AppCoordinator::copyRecentMenu() {
+  std::map<int, ShortcutID> commands;
+  for (const auto& entry : enumNames<ShortcutID>) {
+    if (const auto number = recentNumber(entry.value)) commands.emplace(*number, entry.value);
+  }
+  std::vector<StatusMenuItem> lines;
+  for (const EntryPointer& capture : recentImages(commands.size())) {
+    const int number = static_cast<int>(lines.size()) + 1;
+    lines.push_back(menuLine(nameOf(*capture), commands[number]));
+    lines.back().perform = [this, id = capture->id] { copyCapture(id); };
+  }
+  StatusMenuItem menu = submenu("Copy Recent Capture", std::move(lines));
+  menu.isEnabled = !menu.items.empty();
+  return menu;
+}
+
 std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   using Kind = StillCaptureCommand::Kind;
   const SettingsValues& settings = services_.settings->values();
-  const auto command = [&](std::string label, ShortcutID id) {
-    StatusMenuItem item = action(std::move(label), actionOf(id));
-    // A key that another program holds would be a promise that is not kept.
-    const bool works = shortcuts_ && shortcuts_->works(id);
-    if (const auto spec = works ? bindingOf(id) : std::nullopt) item.shortcut = displayText(*spec);
-    return item;
-  };
 
-  StatusMenuItem previous = command("Capture Previous Area", ShortcutID::previousArea);
+  StatusMenuItem previous = menuLine("Capture Previous Area", ShortcutID::previousArea);
   previous.isEnabled =
       std::holds_alternative<RegionAvailability::Available>(previousArea_.availability().value);
 
@@ -53,8 +84,8 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   const auto timedLabel = [](CaptureDelay delay) {
     return "Capture Area after " + delayLabel(delay);
   };
-  more.push_back(command(timedLabel(settings.timedCaptureLastDelaySeconds) + " (last used)",
-                         ShortcutID::timedCapture));
+  more.push_back(menuLine(timedLabel(settings.timedCaptureLastDelaySeconds) + " (last used)",
+                          ShortcutID::timedCapture));
   std::vector<StatusMenuItem> delays;
   for (const auto& entry : enumNames<CaptureDelay>) {
     const CaptureDelay delay = entry.value;
@@ -92,9 +123,9 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   undo.isEnabled = services_.library->deletion().pendingUndo().has_value();
 
   std::vector<StatusMenuItem> menu;
-  menu.push_back(command("Capture Area", ShortcutID::capture));
-  menu.push_back(command("Capture Window", ShortcutID::window));
-  menu.push_back(command("Capture Main Display", ShortcutID::fullscreen));
+  menu.push_back(menuLine("Capture Area", ShortcutID::capture));
+  menu.push_back(menuLine("Capture Window", ShortcutID::window));
+  menu.push_back(menuLine("Capture Main Display", ShortcutID::fullscreen));
   menu.push_back(std::move(previous));
   menu.push_back(submenu("More Captures", std::move(more)));
   menu.push_back(submenu("Capture Delay", std::move(delays)));
@@ -102,6 +133,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
   if (!services_.library->store().collections().empty()) {
     menu.push_back(submenu("File into Collection", std::move(filing)));
   }
+  menu.push_back(copyRecentMenu());
   menu.push_back(std::move(undo));
   menu.push_back(separator());
   menu.push_back(action("Quit Vantorel", [this] { quit(); }));

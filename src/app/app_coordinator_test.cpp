@@ -71,12 +71,14 @@ class FakeCover final : public DesktopCoverWindows {
 class FakeClipboard final : public Clipboard {
  public:
   int images = 0;
+  std::string last;
   bool isSilent = false;
   std::optional<Failure> refuses;
-  void setImage(std::string, std::move_only_function<void(Result<void>)> done) override {
+  void setImage(std::string png, std::move_only_function<void(Result<void>)> done) override {
     if (isSilent) return;
     if (refuses) return done(std::unexpected(*refuses));
     ++images;
+    last = std::move(png);
     done({});
   }
   void setText(std::string, std::move_only_function<void(Result<void>)>) override {}
@@ -795,6 +797,29 @@ TEST_F(AppCoordinatorTest, WithoutATrayItSaysOnceThatItRuns) {
   EXPECT_EQ(run->alerts.notices[0],
             "Vantorel is running: Print captures an area. This desktop shows no tray; \"vantorel "
             "quit\" ends it.");
+}
+
+TEST_F(AppCoordinatorTest, TheMenuCopiesRecentCapturesByName) {
+  const auto recent = [this] {
+    const std::vector<StatusMenuItem> menu = run->app->statusMenu();
+    return *std::ranges::find(menu, "Copy Recent Capture", &StatusMenuItem::label);
+  };
+  EXPECT_FALSE(recent().isEnabled);
+  run->settings->set(&SettingsValues::copyRecentHotKey, HotKeySpec{'1', HotKeySpec::control});
+  run->app->startResident();
+  for (int i = 0; i < 12; ++i) run->begin({.kind = Kind::display});
+  const StatusMenuItem menu = recent();
+  ASSERT_THAT(menu.items, testing::SizeIs(10));
+  EXPECT_THAT(menu.items[0].label, testing::StartsWith("Screenshot 2"));
+  EXPECT_EQ(menu.items[0].shortcut, "Ctrl+1");
+  EXPECT_EQ(menu.items[9].shortcut, "Ctrl+0");
+
+  // One more came since the menu was read.
+  const std::string last = run->store->newestFirst().at(9)->path;
+  run->begin({.kind = Kind::display});
+  menu.items[9].perform();
+  run->runners.run();
+  EXPECT_EQ(run->clipboard->last, world.files.text(last));
 }
 
 TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
