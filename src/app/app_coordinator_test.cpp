@@ -523,6 +523,15 @@ TEST_F(AppCoordinatorTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   EXPECT_THAT(run->words(6), HasSubstr("No display has that id"));
   run->begin({.kind = Kind::window, .window = 99});
   EXPECT_THAT(run->words(7), HasSubstr("No window on screen has that id"));
+  run->screen.connect("RIGHT", {1000, 800}, 2);
+  run->begin({.kind = Kind::area, .display = "RIGHT", .rect = PointRect{490, -10, 100, 50.5}});
+  ASSERT_NE(run->saved(8), nullptr) << run->words(8);
+  EXPECT_EQ(run->saved(8)->entry->pixelWidth, 20);
+  EXPECT_EQ(run->saved(8)->entry->pixelHeight, 81);
+  EXPECT_THAT(
+      run->saved(8)->remarks,
+      ElementsAre("The area reaches beyond the display: 10 x 40.5 points of 100 x 50.5 were "
+                  "captured."));
   EXPECT_FALSE(run->app->arbiter().refusal());
 }
 

@@ -1,5 +1,7 @@
 #include "capture/still_capture_pipeline.hpp"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "base/check.hpp"
@@ -17,11 +19,17 @@ constexpr std::chrono::milliseconds windowListBound{700};
 constexpr const char* iconsAreShown =
     "The desktop's icons could not be hidden: only Vantorel in the tray can do that.";
 
-bool isUsableArea(const PointRect& rect, const DisplaySnapshot& display) {
-  const auto pixels = toPixels(rect, display.scale());
-  const PixelRect whole{0, 0, display.pixelSize.width, display.pixelSize.height};
-  return std::isfinite(rect.x) && std::isfinite(rect.y) && rect.width > 0 && rect.height > 0 &&
-         !intersection(pixels, whole).isEmpty();
+/// What of the area lies on the display; empty when nothing does.
+PixelRect partOn(const DisplaySnapshot& display, const PointRect& rect) {
+  const bool isArea =
+      std::isfinite(rect.x) && std::isfinite(rect.y) && rect.width > 0 && rect.height > 0;
+  if (!isArea) return {};
+  return intersection(toPixels(rect, display.scale()),
+                      {0, 0, display.pixelSize.width, display.pixelSize.height});
+}
+
+PointRect toPoints(const PixelRect& rect, double scale) {
+  return {rect.x / scale, rect.y / scale, rect.width / scale, rect.height / scale};
 }
 
 }  // namespace
@@ -70,6 +78,7 @@ struct StillCapturePipeline::Run {
   std::vector<FrozenDisplay> frozen;
   std::optional<DesktopIconCover::Hold> coverHold;
   bool lacksCover = false;  // the desktop's icons were to be hidden and could not
+  std::string cut;          // what of a named area is not in the picture; a sentence
   double capturedAt = 0;
   GrabbedPicture picture;
 };
@@ -182,7 +191,14 @@ void StillCapturePipeline::resolve() {
   if (auto* region = std::get_if<RegionTarget>(&*target)) {
     const DisplaySnapshot* const display = displayOf(region->displayID);
     if (display == nullptr) return finish(CaptureRefusal::unknownDisplay);
-    if (!isUsableArea(region->rect, *display)) return finish(CaptureRefusal::unreadableArea);
+    const PixelRect part = partOn(*display, region->rect);
+    if (part.isEmpty()) return finish(CaptureRefusal::unreadableArea);
+    if (part != toPixels(region->rect, display->scale())) {
+      const PointRect wanted = std::exchange(region->rect, toPoints(part, display->scale()));
+      run_->cut = fmt::format(
+          "The area reaches beyond the display: {:g} x {:g} points of {:g} x {:g} were captured.",
+          region->rect.width, region->rect.height, wanted.width, wanted.height);
+    }
     region->displayID = display->id;
   }
   countDown();
@@ -384,6 +400,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                 if (run_->onFiled) run_->onFiled(*filed->entry);
                                 filed->shown = shownArea();
                                 if (run_->lacksCover) filed->remarks.emplace_back(iconsAreShown);
+                                if (!run_->cut.empty()) filed->remarks.push_back(run_->cut);
                                 finish(CaptureOutcome{std::move(*filed)});
                               }),
                               alive_.guard([this](std::string_view step) { reached(step); }));
