@@ -327,7 +327,7 @@ void SelectionModel::eraseDigit() {
 
 std::optional<QPoint> SelectionModel::detail() const {
   if (mode_ != CaptureMode::region) return std::nullopt;
-  if (!adjustment_) return pointer_;
+  if (!adjustment_) return isDragging_ ? nearestInside(display().area, corner_) : pointer_;
   const AreaGrip grip = adjustment_->held().value_or(adjustment_->focus());
   if (!grip.isHandle()) return std::nullopt;
   return nearestInside(adjustment_->area(), adjustment_->placeOf(grip));

@@ -99,7 +99,7 @@ class SelectionModel {
     return adjustment_ ? &*adjustment_ : nullptr;
   }
 
-  /// The pixel to look at closely: the pointer's, or the handle's that is being moved.
+  /// The pixel to look at closely: the pointer's, or the corner's or handle's that is being moved.
   [[nodiscard]] std::optional<QPoint> detail() const;
 
   /// The display of the area or window chosen, else the one under the pointer.

@@ -38,6 +38,11 @@ TEST_F(SelectionModelTest, DragsBecomePointsOfTheDisplayTheyBeganOn) {
 
   // Over the edge onto the other display, and to the last pixel the pointer can reach.
   EXPECT_EQ(drag(model, {900, 700}, {1500, 650}), region("LEFT", {900, 650, 100, 50}));
+  model.movePointer({900, 700});
+  model.press();
+  model.movePointer({1500, 650});
+  EXPECT_EQ(model.detail(), QPoint(999, 650)) << "the area's corner, not the other display";
+  model.release();
   EXPECT_EQ(drag(model, {1200, 400}, {5, 5}), region("RIGHT", {0, 0, 100, 150}));
   EXPECT_EQ(drag(model, {0, 0}, {999, 799}), region("LEFT", {0, 0, 1000, 800}));
 
