@@ -92,6 +92,7 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
              if (resident) return program.tellThatItRuns();
              startAnother({});
            },
+       .openRefused = [&program] { program.tellThatItOpensNothing(); },
        .knows =
            [](const std::string& action) { return captureOfDesktopAction(action).has_value(); },
        .perform =

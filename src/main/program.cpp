@@ -449,6 +449,10 @@ void Program::captureForUser(const StillCaptureCommand& what) {
   parts_->coordinator->captureForUser(what);
 }
 
+void Program::tellThatItOpensNothing() {
+  parts_->alerts->notify("Vantorel can't open files", "Open pictures with another program.");
+}
+
 void Program::tellThatItRuns() { parts_->coordinator->tellThatItRuns(); }
 
 void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {

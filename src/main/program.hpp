@@ -34,6 +34,9 @@ class Program {
   /// Says that it runs, to one who started it once more.
   void tellThatItRuns();
 
+  /// To one who opens a file with it, and sees no answer otherwise.
+  void tellThatItOpensNothing();
+
   /// Calls `done` when the command's work is safe on disk.
   void run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker = {});
 

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
@@ -82,6 +83,27 @@ class StartingEnvironment {
   }
 
   std::vector<const char*> names_;
+};
+
+/// The toolkit ends the program with words of its own when the display server goes before it is
+/// built. Nothing of ours is open by then.
+class StartingMessages {
+ public:
+  StartingMessages() : before_(qInstallMessageHandler(&StartingMessages::take)) {}
+  StartingMessages(const StartingMessages&) = delete;
+  StartingMessages& operator=(const StartingMessages&) = delete;
+  ~StartingMessages() { qInstallMessageHandler(before_); }
+
+ private:
+  static void take(QtMsgType type, const QMessageLogContext&, const QString& words) {
+    logInfo("Toolkit", "{}", words.toStdString());
+    if (type != QtFatalMsg) return;
+    std::fputs("Vantorel can't show windows: the display server went away while it started.\n",
+               stderr);
+    std::_Exit(EXIT_FAILURE);
+  }
+
+  QtMessageHandler before_;
 };
 
 /// Gives the session bus its address where only its socket tells of it, and where there is none,
@@ -164,6 +186,7 @@ std::unique_ptr<DesktopUi> makeQtDesktopUi() {
     logInfo("DesktopUi", "no X server answers at \"{}\"", environmentText("DISPLAY"));
     return nullptr;
   }
+  const StartingMessages messages;
   return std::make_unique<QtDesktopUi>();
 }
 

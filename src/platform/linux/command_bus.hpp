@@ -114,6 +114,7 @@ class CommandBus {
     // asked on any thread, does not know.
     std::function<void()> activate = {};
     std::function<void(std::vector<std::string> uris)> open = {};
+    std::function<void()> openRefused = {};  ///< who opened a file sees no answer on the bus
     std::function<bool(const std::string& action)> knows = {};
     std::function<void(std::string action)> perform = {};
   };

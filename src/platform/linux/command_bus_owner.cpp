@@ -92,7 +92,10 @@ void CommandBusOwner::exposeApplication() {
           [this](sdbus::Result<>&& taken, const std::vector<std::string>& uris, const Variants&) {
             performIf([](const CommandBus::Handlers& to) { return to.open != nullptr; },
                       std::move(taken), "Vantorel can't open files.",
-                      [uris](CommandBus::Handlers& to) { to.open(uris); });
+                      [uris](CommandBus::Handlers& to) { to.open(uris); },
+                      [](CommandBus::Handlers& to) {
+                        if (to.openRefused) to.openRefused();
+                      });
           });
   object_->registerMethod("ActivateAction")
       .onInterface(applicationInterface)
@@ -111,18 +114,20 @@ void CommandBusOwner::exposeApplication() {
 /// Answers at once whether it will be done, as soon as there is somebody to do it.
 void CommandBusOwner::performIf(std::function<bool(const CommandBus::Handlers&)> can,
                                 sdbus::Result<> taken, std::string refusal,
-                                std::function<void(CommandBus::Handlers&)> perform) {
-  whenServed([this, can = std::move(can),
-              taken = std::make_shared<sdbus::Result<>>(std::move(taken)),
-              refusal = std::move(refusal), perform = std::move(perform)] {
-    const auto handlers = handlers_.lock();
-    if (!handlers || !can(*handlers)) {
-      taken->returnError(sdbus::Error("org.freedesktop.DBus.Error.NotSupported", refusal));
-      return;
-    }
-    taken->returnResults();
-    toMain(perform);
-  });
+                                std::function<void(CommandBus::Handlers&)> perform,
+                                std::function<void(CommandBus::Handlers&)> refused) {
+  whenServed(
+      [this, can = std::move(can), taken = std::make_shared<sdbus::Result<>>(std::move(taken)),
+       refusal = std::move(refusal), perform = std::move(perform), refused = std::move(refused)] {
+        const auto handlers = handlers_.lock();
+        if (!handlers || !can(*handlers)) {
+          if (refused) toMain(refused);
+          taken->returnError(sdbus::Error("org.freedesktop.DBus.Error.NotSupported", refusal));
+          return;
+        }
+        taken->returnResults();
+        toMain(perform);
+      });
 }
 
 void CommandBusOwner::watchSenders() {

@@ -55,7 +55,8 @@ class CommandBusOwner : public std::enable_shared_from_this<CommandBusOwner> {
   void exposeCommands();
   void exposeApplication();
   void performIf(std::function<bool(const CommandBus::Handlers&)> can, sdbus::Result<> taken,
-                 std::string refusal, std::function<void(CommandBus::Handlers&)> perform);
+                 std::string refusal, std::function<void(CommandBus::Handlers&)> perform,
+                 std::function<void(CommandBus::Handlers&)> refused = {});
   void submit(sdbus::Result<> taken, const std::string& sender, const std::string& id,
               BusRequest request);
   void await(WaitingReply reply, const std::string& sender, const std::string& id);

@@ -403,6 +403,28 @@ TEST_F(CommandBusTest, TheDesktopReachesTheRunningProgram) {
   EXPECT_EQ(desktopSide.get(), "Vantorel has no action \"Bogus\".");
 }
 
+TEST_F(CommandBusTest, FilesThatNothingOpensAreRefusedOnTheBusAndAtTheDesktop) {
+  const Joined owner(request({}));
+  ASSERT_TRUE(owner.isOwner());
+  bool isTold = false;
+  owner.bus->serve(main, {.openRefused = [&] { isTold = true; }});
+  auto refusal = std::async(std::launch::async, [] {
+    auto application = sdbus::createProxy(sdbus::createSessionBusConnection(),
+                                          "com.hollen.Vantorel", "/com/hollen/Vantorel");
+    try {
+      application->callMethod("Open")
+          .onInterface("org.freedesktop.Application")
+          .withArguments(std::vector<std::string>{"file:///a.png"},
+                         std::map<std::string, sdbus::Variant>());
+    } catch (const sdbus::Error& error) {
+      return error.getMessage();
+    }
+    return std::string();
+  });
+  EXPECT_TRUE(loop.runUntil([&] { return isTold; }));
+  EXPECT_EQ(refusal.get(), "Vantorel can't open files.");
+}
+
 TEST_F(CommandBusTest, WithoutABusTheProcessIsOnItsOwn) {
   const auto isAlone = [&] {
     const auto start = std::chrono::steady_clock::now();
