@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "library/capture_file_name.hpp"
 #include "platform/testing/fake_alerts.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
 #include "platform/testing/fake_files.hpp"

@@ -3,40 +3,19 @@
 #include <fmt/format.h>
 
 #include "base/log.hpp"
-#include "base/time_text.hpp"
-#include "base/utf8.hpp"
+#include "library/capture_file_name.hpp"
 #include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr std::size_t longestBaseBytes = 180;  // leaves room for time, number and extension in 255
 constexpr int mostNames = 10'000;
 
 std::string inodeText(const FileStatus& status) {
   return fmt::format("{}:{}", status.device, status.inode);
 }
 
-std::string cleanedBase(const std::string& filenameTemplate) {
-  std::string base = repairedUtf8(filenameTemplate);
-  for (char& c : base) {
-    if (c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '-';
-  }
-  while (base.size() > longestBaseBytes) {
-    base.pop_back();
-    while (!base.empty() && !isUtf8(base)) base.pop_back();
-  }
-  if (base.starts_with('.')) base.front() = '-';
-  return base.empty() ? "Screenshot" : base;
-}
-
 }  // namespace
-
-std::string captureFileName(const std::string& filenameTemplate, double capturedAt,
-                            std::string_view extension) {
-  return fmt::format("{} {}.{}", cleanedBase(filenameTemplate), fileNameTime(capturedAt),
-                     extension);
-}
 
 CaptureFilePlacement::CaptureFilePlacement(std::shared_ptr<Files> files,
                                            std::shared_ptr<const ImageCodec> codec,
@@ -85,10 +64,7 @@ Result<Path> CaptureFilePlacement::nameFor(const Path& source, bool link, const 
   const std::string inode = inodeText(VT_TRY(files_->status(source)));
   const Path first = captureFileName(filenameTemplate, staged.capturedAt, extension);
   for (int number = 1; number <= mostNames; ++number) {
-    const Path name = number == 1
-                          ? first
-                          : Path(fmt::format("{} {}.{}", first.stem().string(), number, extension));
-    Path path = folder / name;
+    Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
     if (files_->status(path)) continue;
     // Said before it is done: a file that stands there after a crash is then known to be this one.
     staged.record.filedPath = path.string();

@@ -35,11 +35,6 @@ struct PlacedCapture {
   std::optional<FileIdentity> identity{};
 };
 
-/// "Screenshot 2026-03-01 at 14.05.09.png". Of the template, what a file name cannot hold (slashes,
-/// control characters, a leading point) is replaced; an empty template is "Screenshot".
-[[nodiscard]] std::string captureFileName(const std::string& filenameTemplate, double capturedAt,
-                                          std::string_view extension);
-
 /// Gives a staged capture its final file: converts where another format is chosen, finds a free
 /// name ("... 2.png", "... 3.png"), never replaces a file and never leaves half a one. The staged
 /// file stays; its record says where the final one was put, so that a launch after a crash

@@ -10,6 +10,7 @@
 #include "capture/area_downscale.hpp"
 #include "capture/blanked_picture.hpp"
 #include "capture/indexed_png_encoder.hpp"
+#include "library/capture_file_name.hpp"
 #include "library/rewrite_journal.hpp"
 
 namespace vantorel {
@@ -155,11 +156,10 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std:
   const Path temporary = rewriteTemporary(old);
   VT_TRY(removeIfThere(temporary));
   VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
+  const Path first = fmt::format("{}.{}", old.stem().string(), fileExtension(format));
   auto problem = failed(FailureKind::exists, "every file name is taken");
   for (int number = 1; number <= mostNames; ++number) {
-    const std::string numbered =
-        number == 1 ? old.stem().string() : fmt::format("{} {}", old.stem().string(), number);
-    Path path = folder / fmt::format("{}.{}", numbered, fileExtension(format));
+    Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
     if (files_->status(path)) continue;
     const auto moved = [&]() -> vantorel::Result<void> {
       if (source.willMake) {

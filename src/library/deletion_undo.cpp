@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/capture_file_name.hpp"
 #include "library/entry_paths.hpp"
 #include "library/history_log.hpp"
 

@@ -10,9 +10,9 @@
 #include <unordered_set>
 #include <utility>
 
+#include "library/capture_file_name.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
-#include "library/history_trash.hpp"
 
 namespace vantorel {
 namespace {

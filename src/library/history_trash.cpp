@@ -1,7 +1,4 @@
 #include "library/history_trash.hpp"
-
-#include <fmt/format.h>
-
 #include <unordered_map>
 #include <unordered_set>
 
@@ -59,10 +56,6 @@ void notePlaces(std::vector<RemovedEntry>& removed, const EntryList& all) {
   for (std::size_t i = 0; i < all.size(); ++i) {
     if (const auto found = byID.find(all[i]->id); found != byID.end()) found->second->index = i;
   }
-}
-
-std::string numberedName(const Path& path, int number) {
-  return fmt::format("{} {}{}", path.stem().string(), number, path.extension().string());
 }
 
 HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path, FileReach reach) {

@@ -39,9 +39,6 @@ struct TrashCandidate {
 /// Notes the places that entries have in the list.
 void notePlaces(std::vector<RemovedEntry>& removed, const EntryList& all);
 
-/// "Shot 2.png" for "Shot.png".
-[[nodiscard]] std::string numberedName(const Path& path, int number);
-
 /// Moves the files of entries to the Trash and back. Blocks; any thread.
 class HistoryTrash {
  public:

@@ -7,7 +7,7 @@
 #include <set>
 
 #include "base/random_id.hpp"
-#include "base/time_text.hpp"
+#include "library/capture_file_name.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/parked_index.hpp"
@@ -31,26 +31,6 @@ constexpr auto media = std::to_array<MediumOfSuffix>({{".png", CaptureMedium::im
 std::optional<CaptureMedium> mediumOf(const Path& path) {
   const auto found = std::ranges::find(media, path.extension().string(), &MediumOfSuffix::suffix);
   return found == media.end() ? std::nullopt : std::optional(found->medium);
-}
-
-/// The time in "Screenshot 2026-03-01 at 14.05.09 2": other pictures in a folder that the user
-/// chose are none of the library's business.
-std::optional<double> timeInName(std::string name) {
-  constexpr std::string_view between = " at ";
-  constexpr std::size_t dateLength = 10;
-  constexpr std::size_t timeLength = 8;
-  const std::size_t at = name.rfind(between);
-  if (at == std::string::npos || at < dateLength + 1 || name[at - dateLength - 1] != ' ') {
-    return std::nullopt;
-  }
-  std::string time = name.substr(at + between.size(), timeLength);
-  const std::string rest = name.substr(std::min(name.size(), at + between.size() + timeLength));
-  const bool isNumbered = rest.size() > 1 && rest[0] == ' ' &&
-                          rest.find_first_not_of("0123456789", 1) == std::string::npos;
-  if (time.size() != timeLength || (!rest.empty() && !isNumbered)) return std::nullopt;
-  if (time[2] != '.' || time[5] != '.') return std::nullopt;
-  time[2] = time[5] = ':';
-  return parseLocalTime(name.substr(at - dateLength, dateLength) + " " + time);
 }
 
 class Checker {
@@ -96,7 +76,7 @@ bool isParkedIndex(const LibraryPaths& paths, const Path& path) {
 bool isTemporaryCapture(const Path& path) {
   const std::string name = path.filename().string();
   return name.starts_with('.') && path.extension() == ".partial" &&
-         (name.starts_with(".vantorel-") || timeInName(path.stem().string().substr(1)));
+         (name.starts_with(".vantorel-") || timeInCaptureName(path.stem().string().substr(1)));
 }
 
 bool isDamaged(const Files& files, const LibraryScope& scope, const ScreenshotEntry& entry) {
@@ -166,7 +146,8 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (isTemporaryCapture(path)) {
         if (modified < scope.begunBefore) findings.temporaries.push_back(path);
-      } else if (mediumOf(path) && timeInName(path.stem().string()) && !checker.isKnown(path)) {
+      } else if (mediumOf(path) && timeInCaptureName(path.stem().string()) &&
+                 !checker.isKnown(path)) {
         if (modified < scope.filedBefore) findings.filesWithoutEntry.push_back(path);
       }
     });
@@ -216,7 +197,7 @@ Result<ScreenshotEntry> entryForFile(const Files& files, const ImageCodec& codec
   entry.id = randomID();
   entry.path = path.string();
   entry.fileIdentity = identifyFile(files, path);
-  entry.capturedAt = timeInName(path.stem().string()).value_or(status.modified);
+  entry.capturedAt = timeInCaptureName(path.stem().string()).value_or(status.modified);
   entry.medium = *medium;
   if (*medium == CaptureMedium::image) {
     const PixelSize size = VT_TRY(codec.pixelSize(files, path));

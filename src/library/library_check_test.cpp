@@ -58,7 +58,7 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   ASSERT_EQ(whole.look.outOfReach.size(), 1U);
   EXPECT_EQ(whole.look.outOfReach[0]->id, "away");
 
-  const std::string lost = "/captures/My shot 2026-03-01 at 14.05.09 2.webp";
+  const std::string lost = "/captures/My shot 2026-03-01 at 14.05.09 3 2.webp";
   for (const std::string& path :
        {lost, std::string("/captures/.vantorel-7.partial"),
         std::string("/data/Redacted Originals/secret.png"),

@@ -1,7 +1,4 @@
 #include "library/relocation_mover.hpp"
-
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <set>
 #include <unordered_map>
@@ -9,6 +6,7 @@
 
 #include "base/log.hpp"
 #include "base/random_id.hpp"
+#include "library/capture_file_name.hpp"
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
 #include "library/history_log.hpp"
@@ -101,10 +99,7 @@ std::optional<Path> RelocationMover::relativePlace(const Path& path,
 Result<Path> RelocationMover::freePlace(const Path& wanted) {
   for (int number = 1; number <= mostNames; ++number) {
     Path place = wanted;
-    if (number > 1) {
-      place.replace_filename(
-          fmt::format("{} {}{}", wanted.stem().string(), number, wanted.extension().string()));
-    }
+    if (number > 1) place.replace_filename(numberedName(wanted, number));
     if (taken_.contains(place.string())) continue;
     const auto status = files_.status(at(place));
     if (status) continue;

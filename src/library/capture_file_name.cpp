@@ -1,0 +1,63 @@
+#include "library/capture_file_name.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "base/time_text.hpp"
+#include "base/utf8.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::size_t longestBaseBytes = 180;  // leaves room for time, numbers and extension in 255
+
+std::string cleanedBase(const std::string& filenameTemplate) {
+  std::string base = repairedUtf8(filenameTemplate);
+  for (char& c : base) {
+    if (c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '-';
+  }
+  while (base.size() > longestBaseBytes) {
+    base.pop_back();
+    while (!base.empty() && !isUtf8(base)) base.pop_back();
+  }
+  if (base.starts_with('.')) base.front() = '-';
+  return base.empty() ? "Screenshot" : base;
+}
+
+std::string_view withoutNumbers(std::string_view stem) {
+  for (;;) {
+    const std::size_t digits = stem.find_last_not_of("0123456789") + 1;
+    if (digits == stem.size() || digits == 0 || stem[digits - 1] != ' ') return stem;
+    stem = stem.substr(0, digits - 1);
+  }
+}
+
+}  // namespace
+
+std::string captureFileName(const std::string& filenameTemplate, double capturedAt,
+                            std::string_view extension) {
+  return fmt::format("{} {}.{}", cleanedBase(filenameTemplate), fileNameTime(capturedAt),
+                     extension);
+}
+
+std::string numberedName(const Path& path, int number) {
+  return fmt::format("{} {}{}", path.stem().string(), number, path.extension().string());
+}
+
+std::optional<double> timeInCaptureName(std::string_view stem) {
+  constexpr std::string_view between = " at ";
+  constexpr std::size_t dateLength = std::string_view("2026-03-01").size();
+  constexpr std::size_t timeLength = std::string_view("14.05.09").size();
+  constexpr std::size_t length = dateLength + between.size() + timeLength;
+  stem = withoutNumbers(stem);
+  if (stem.size() < length + 2 || stem[stem.size() - length - 1] != ' ') return std::nullopt;
+  stem = stem.substr(stem.size() - length);
+  std::string time(stem.substr(dateLength + between.size()));
+  if (stem.substr(dateLength, between.size()) != between) return std::nullopt;
+  if (time[2] != '.' || time[5] != '.') return std::nullopt;
+  time[2] = time[5] = ':';
+  return parseLocalTime(std::string(stem.substr(0, dateLength)) + " " + time);
+}
+
+}  // namespace vantorel

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+// How captures' files are named. What is made here is known again by `timeInCaptureName`: whatever
+// gives a capture's file a name takes it from here.
+
+/// "Screenshot 2026-03-01 at 14.05.09.png". Of the template, what a file name cannot hold (slashes,
+/// control characters, a leading point) is replaced; an empty template is "Screenshot".
+[[nodiscard]] std::string captureFileName(const std::string& filenameTemplate, double capturedAt,
+                                          std::string_view extension);
+
+/// "Shot 2.png" for "Shot.png", and "Shot 2 3.png" for "Shot 2.png".
+[[nodiscard]] std::string numberedName(const Path& path, int number);
+
+/// The moment (seconds since 1970-01-01 UTC) in a name without its extension that is made like
+/// these, however often it was numbered: other pictures in a folder that the user chose are none of
+/// the library's business.
+[[nodiscard]] std::optional<double> timeInCaptureName(std::string_view stem);
+
+}  // namespace vantorel
