@@ -145,6 +145,10 @@ CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool 
                       ? "Stopped. " + stillThere(outcome.failed + outcome.notMoved) + "\n"
                       : alert->text + "\n";
   }
+  // Beside whatever else is told.
+  if (outcome.failed > 0 && outcome.copiesLeft > 0) {
+    reply.error += copiesLeftSentence(outcome) + "\n";
+  }
   if (!json) {
     if (!alert || outcome.moved > 0) {
       reply.output =
@@ -157,7 +161,7 @@ CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool 
   writer.member("folder", folder.string());
   for (const auto& [key, count] :
        {std::pair("moved", outcome.moved), std::pair("failed", outcome.failed),
-        std::pair("notMoved", outcome.notMoved)}) {
+        std::pair("notMoved", outcome.notMoved), std::pair("copiesLeft", outcome.copiesLeft)}) {
     writer.member(key, count);
   }
   writer.member("stopped", outcome.stoppedForQuit);

@@ -17,6 +17,8 @@
 namespace vantorel {
 namespace {
 
+using Pair = RelocationJournal::Pair;
+
 enum class PairState { waiting, moved, failed, dropped };
 
 std::unordered_set<std::string> pathsOf(const EntryList& entries) {
@@ -273,9 +275,13 @@ void HistoryRelocation::finish() {
   run_->outcome.stoppedForQuit = run_->request.flag->turnedAway;
   // The last batch may still be on its way out of the journal.
   services_.work->post([mover = run_->mover, isPlanned = run_->isPlanned, main = services_.main,
-                        reply = alive_.guard([this] { finishSaved(); })]() mutable {
-    if (isPlanned) mover->end();
-    main->post(std::move(reply));
+                        reply = alive_.guard([this](const RelocationMover::Remains& remains) {
+                          run_->outcome.copiesLeft = remains.files;
+                          run_->outcome.reasonOfCopiesLeft = remains.reason;
+                          finishSaved();
+                        })]() mutable {
+    main->post([remains = isPlanned ? mover->end() : RelocationMover::Remains(),
+                reply = std::move(reply)]() mutable { reply(remains); });
   });
 }
 
@@ -342,14 +348,16 @@ void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Res
 void HistoryRelocation::close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
                               RelocationJournal::Resolution resolution) {
   journal.removeTemporaries(files);
+  RelocationLeftovers left = RelocationLeftovers::read(files, paths);
+  const RelocationLeftovers before = left;
   for (const std::string& original : resolution.surplus) {
     if (const auto removed = removeFile(files, original); !removed) {
       logWarning(historyLog, "{} stays beside its copy: {}", original, removed.error().reason);
+      left.copied.push_back(*std::ranges::find(journal.pairs, original, &Pair::oldPath));
     }
   }
-  RelocationLeftovers left = RelocationLeftovers::read(files, paths);
   for (const std::string& path : resolution.unmoved) left.addFolderOf(path);
-  auto written = resolution.unmoved.empty() ? Result<void>() : left.write(files, paths);
+  auto written = left == before ? Result<void>() : left.write(files, paths);
   if (written && journal.pairs.size() != resolution.undecided.size()) {
     journal.pairs = std::move(resolution.undecided);
     written = journal.write(files, paths);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "base/log.hpp"
+#include "library/relocation_leftovers.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
 
@@ -481,6 +482,33 @@ TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
   EXPECT_EQ(tight.move("/gone/deeper").failed, 12);
   EXPECT_EQ(tight.move("/new").moved, 12);
   expectReachable(tight, 62);
+}
+
+TEST_F(HistoryRelocationTest, WhatMovedAndCannotBeRemovedIsToldAndRemembered) {
+  FakeFiles files;
+  files.mounts = {"/new", "/newer"};
+  fill(files, 3);
+  files.folders.insert("/newer");
+  files.readOnly = {"/old"};
+  {
+    World world(files);
+    const RelocationOutcome outcome = world.move("/new");
+    EXPECT_EQ(outcome.failed, 0);
+    EXPECT_EQ(outcome.copiesLeft, 3);
+    const auto alert = RelocationReport::alert(outcome);
+    ASSERT_TRUE(alert.has_value());
+    EXPECT_THAT(alert->text,
+                testing::StartsWith("3 files were copied to the new folder and could "
+                                    "not be removed from the previous one (read-only"));
+    expectReachable(world, 5);
+  }
+  EXPECT_EQ(files.text(journalPath), "(missing)");
+  files.disk.erase("/old/0.png");  // by hand, when the disk could be written again
+  World world(files);
+  EXPECT_EQ(world.move("/newer").copiesLeft, 0);
+  const auto remaining = RelocationLeftovers::read(files, paths).remaining(files);
+  ASSERT_EQ(remaining.size(), 2U);
+  EXPECT_EQ(remaining[0].oldPath, "/old/1.png");
 }
 
 TEST_F(HistoryRelocationTest, WhatCannotBeReadIsNeverMovedNorOverwritten) {

@@ -33,6 +33,7 @@ struct RelocationJournal {
     json::Object extra;
 
     [[nodiscard]] FileMeasure measure() const;
+    bool operator==(const Pair&) const = default;
     template <class V, class S>
     static void describe(V& v, S& pair);
   };

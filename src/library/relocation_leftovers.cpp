@@ -1,5 +1,7 @@
 #include "library/relocation_leftovers.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -10,11 +12,13 @@ namespace {
 
 struct StoredLeftovers {
   std::vector<std::string> folders;
+  std::vector<RelocationJournal::Pair> copied;
   json::Object extra;
 
   template <class V, class S>
   static void describe(V& v, S& stored) {
     v.field("folders", stored.folders);
+    v.field("copied", stored.copied);
     v.rest(stored.extra);
   }
 };
@@ -29,12 +33,23 @@ RelocationLeftovers RelocationLeftovers::read(const Files& files, const LibraryP
   auto stored = text ? json::fromText<StoredLeftovers>(*std::move(text))
                      : Result<StoredLeftovers>(std::unexpected(text.error()));
   if (!stored) return {};
-  return {{stored->folders.begin(), stored->folders.end()}, std::move(stored->extra)};
+  return {{stored->folders.begin(), stored->folders.end()},
+          std::move(stored->copied),
+          std::move(stored->extra)};
+}
+
+std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files& files) const {
+  std::vector<RelocationJournal::Pair> found;
+  std::ranges::copy_if(copied, std::back_inserter(found), [&](const auto& pair) {
+    const auto status = files.status(pair.oldPath);
+    return status && pair.file == static_cast<std::int64_t>(status->inode);
+  });
+  return found;
 }
 
 Result<void> RelocationLeftovers::write(Files& files, const LibraryPaths& paths) const {
-  if (!folders.empty()) {
-    const StoredLeftovers stored{{folders.begin(), folders.end()}, extra};
+  if (!folders.empty() || !copied.empty()) {
+    const StoredLeftovers stored{{folders.begin(), folders.end()}, copied, extra};
     return files.replace(fileIn(paths), json::toText(stored), Privacy::ownerOnly);
   }
   return removeJournalFile(files, fileIn(paths));

@@ -2,17 +2,24 @@
 
 #include <set>
 #include <string>
+#include <vector>
 
 #include "base/json_record.hpp"
 #include "library/library_paths.hpp"
+#include "library/relocation_journal.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
 
-/// Folders whose captures a move was to take along and did not, kept beside the index: the next
-/// move takes them, wherever captures are filed by then.
+/// What moves left in the folders they were to empty, kept beside the index.
 struct RelocationLeftovers {
+  /// Their captures were to move and did not: the next move takes them, wherever captures are filed
+  /// by then.
   std::set<std::string> folders;
+
+  /// Moved to another disk, and the file at the old place could not be removed.
+  std::vector<RelocationJournal::Pair> copied{};
+
   json::Object extra;
 
   /// Empty when there is no such file, or none that can be read.
@@ -20,6 +27,9 @@ struct RelocationLeftovers {
 
   /// Replaces the file, or removes it when no folder is left.
   [[nodiscard]] Result<void> write(Files& files, const LibraryPaths& paths) const;
+
+  /// Of `copied`, those whose file at the old place is still there.
+  [[nodiscard]] std::vector<RelocationJournal::Pair> remaining(const Files& files) const;
 
   void addFolderOf(const Path& file) { folders.insert(file.parent_path().string()); }
 

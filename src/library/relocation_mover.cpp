@@ -1,4 +1,5 @@
 #include "library/relocation_mover.hpp"
+
 #include <algorithm>
 #include <set>
 #include <unordered_map>
@@ -392,7 +393,8 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
     planned_[one.pair].isDone = true;
     if (!one.isCopied) continue;
     if (const auto removed = removeFile(files_, one.oldPath); !removed) {
-      logWarning(historyLog, "{} stays beside its copy: {}", one.oldPath, removed.error().reason);
+      copied_.push_back(planned_[one.pair].pair);
+      if (reasonOfStaying_.empty()) reasonOfStaying_ = removed.error().reason;
     }
   }
   for (const std::size_t place : dropped) planned_[place].isDone = true;
@@ -401,8 +403,10 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
   return stayed;
 }
 
-void RelocationMover::end() {
-  RelocationLeftovers left{staying_.folders, leftovers_.extra};
+RelocationMover::Remains RelocationMover::end() {
+  RelocationLeftovers left{staying_.folders, leftovers_.remaining(files_), leftovers_.extra};
+  left.copied.insert(left.copied.end(), copied_.begin(), copied_.end());
+  Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_};
   for (Planned& planned : planned_) {
     if (planned.isDone) continue;
     left.addFolderOf(planned.pair.oldPath);
@@ -412,10 +416,11 @@ void RelocationMover::end() {
     // The journal goes on naming what is nowhere else.
     if (const auto written = left.write(files_, paths_); !written) {
       logWarning(historyLog, "what did not move was not noted: {}", written.error().reason);
-      return;
+      return remains;
     }
   }
   (void)writeJournal();
+  return remains;
 }
 
 }  // namespace vantorel

@@ -70,9 +70,15 @@ class RelocationMover {
   /// originals stay, since their copies cannot be seen any more, with what the originals are.
   std::vector<Moved> retire(const std::vector<Moved>& moved, std::span<const std::size_t> dropped);
 
-  /// Closes the journal, but for what is not in the index yet, and notes where captures stay that
-  /// were to move.
-  void end();
+  /// Files that were copied to another disk and could not be removed where they were.
+  struct Remains {
+    int files = 0;
+    std::string reason;  ///< of the first one
+  };
+
+  /// Closes the journal, but for what is not in the index yet, and notes what stays that was to
+  /// move.
+  Remains end();
 
  private:
   struct Planned {
@@ -99,10 +105,12 @@ class RelocationMover {
   LibraryPaths paths_;
   RelocationJournal journal_;  // what it holds beside `planned_` is kept for the next attempt
   std::vector<Planned> planned_;
-  RelocationLeftovers leftovers_;          // of earlier moves that did not end
-  RelocationLeftovers staying_;            // of those, what cannot even be tried now
-  std::unordered_set<std::string> taken_;  // new paths
-  Path target_;                            // the new folder
+  RelocationLeftovers leftovers_;                // of earlier moves that did not end
+  RelocationLeftovers staying_;                  // of those, what cannot even be tried now
+  std::vector<RelocationJournal::Pair> copied_;  // and could not be removed where they were
+  std::string reasonOfStaying_;                  // of the first of those
+  std::unordered_set<std::string> taken_;        // new paths
+  Path target_;                                  // the new folder
   std::optional<FolderLocation> targetLocation_;
   std::unique_ptr<FolderHandle> heldTarget_;  // during a batch
 };

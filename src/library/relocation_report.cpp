@@ -29,6 +29,16 @@ std::string stillThere(int count) {
   return captureCount(count) + (count == 1 ? " is" : " are") + " still in the previous folder.";
 }
 
+std::string copiesLeftSentence(const RelocationOutcome& outcome) {
+  if (outcome.copiesLeft == 0) return {};
+  const bool isOne = outcome.copiesLeft == 1;
+  return fmt::format(
+      "{} copied to the new folder and could not be removed from the previous one ({}). {} there "
+      "until \"vantorel library verify --repair\" can remove {}.",
+      isOne ? "1 file was" : fmt::format("{} files were", outcome.copiesLeft),
+      outcome.reasonOfCopiesLeft, isOne ? "It stays" : "They stay", isOne ? "it" : "them");
+}
+
 std::optional<RelocationReport::Alert> RelocationReport::alert(const RelocationOutcome& outcome) {
   constexpr std::string_view none = "Captures weren't moved";
   constexpr std::string_view stopped = "Moving captures stopped";
@@ -47,7 +57,10 @@ std::optional<RelocationReport::Alert> RelocationReport::alert(const RelocationO
     return say(stopped, "Moving your captures stopped when Vantorel began to quit. " +
                             stillThere(outcome.failed + outcome.notMoved));
   }
-  if (outcome.failed == 0) return std::nullopt;
+  if (outcome.failed == 0) {
+    if (outcome.copiesLeft == 0) return std::nullopt;
+    return say("Files stayed in the previous folder", copiesLeftSentence(outcome));
+  }
   std::string text = stillThere(outcome.failed);
   if (!outcome.reason.empty()) {
     text = fmt::format("{} The reason given: {}.", text, outcome.reason);

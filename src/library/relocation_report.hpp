@@ -17,7 +17,9 @@ struct RelocationOutcome {
   std::optional<std::string> indexNotSaved;  ///< why; the move stopped there
   std::optional<RelocationRefusal> refusal;
   bool stoppedForQuit = false;
+  int copiesLeft = 0;  ///< files that moved and yet could not be removed where they were
   std::string reason;  ///< why captures failed: the first one's, or one for all
+  std::string reasonOfCopiesLeft{};
 
   bool operator==(const RelocationOutcome&) const = default;
 };
@@ -28,6 +30,9 @@ struct RelocationOutcome {
 /// The sentence about captures that did not move.
 [[nodiscard]] std::string stillThere(int count);
 
+/// The sentence about files that were copied and stay; empty when there are none.
+[[nodiscard]] std::string copiesLeftSentence(const RelocationOutcome& outcome);
+
 /// What the user is told of a move.
 struct RelocationReport {
   struct Alert {
@@ -35,7 +40,7 @@ struct RelocationReport {
     std::string text;
   };
 
-  /// Nothing when every capture moved.
+  /// Nothing when every capture moved and nothing stayed behind.
   [[nodiscard]] static std::optional<Alert> alert(const RelocationOutcome& outcome);
 };
 

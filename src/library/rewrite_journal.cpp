@@ -67,6 +67,19 @@ Path withSuffix(Path path, std::string_view suffix) {
 
 }  // namespace
 
+std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths) {
+  std::vector<Path> found;
+  const auto text = files.read(paths.rewrites());
+  const auto stored = text ? fromStored(*text) : std::unexpected(text.error());
+  if (!stored) return found;
+  for (const auto& [item, extra] : stored->items) {
+    found.insert(found.end(), {Path(item.old), rewriteTemporary(item.old)});
+    if (item.made) found.emplace_back(*item.made);
+    if (item.original) found.emplace_back(*item.original);
+  }
+  return found;
+}
+
 Path rewriteTemporary(const Path& old) {
   return old.parent_path() / fmt::format(".{}.partial", old.stem().string());
 }

@@ -53,6 +53,9 @@ class RewriteJournal {
   std::vector<Item> items_;
 };
 
+/// The files that rewrites under way need, as the journal on disk has them. Blocks; any thread.
+[[nodiscard]] std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths);
+
 /// The name under which a new file for `old` is written before it is whole.
 [[nodiscard]] Path rewriteTemporary(const Path& old);
 

@@ -463,7 +463,11 @@ Result<void> LinuxFiles::copyNew(const Path& from, const Path& to) {
 Result<void> LinuxFiles::remove(const Path& path) {
   if (::unlink(path.c_str()) == 0) return {};
   if (errno == EISDIR) return answer(::rmdir(path.c_str()));
-  return lastSystemFailure();
+  const int reason = errno;
+  // A file system that is read-only says so before it has looked for the file.
+  struct stat found{};
+  if (reason == EROFS && ::lstat(path.c_str(), &found) == -1) return lastSystemFailure();
+  return systemFailure(reason);
 }
 
 Result<void> LinuxFiles::checkWritable(const Path& folder) const {

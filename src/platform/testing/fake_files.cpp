@@ -278,6 +278,9 @@ Result<void> FakeFiles::copyNew(const Path& from, const Path& to) {
 
 Result<void> FakeFiles::remove(const Path& path) {
   VT_TRY(change());
+  if (readOnly.contains(path.parent_path()) && status(path)) {
+    return failed(FailureKind::denied, "read-only file system");
+  }
   if (disk.erase(path) > 0) return {};
   if (!folders.contains(path)) return missing();
   if (!VT_TRY(list(path)).empty()) return failed(FailureKind::other, "the folder is not empty");

@@ -30,6 +30,9 @@ class FakeFiles final : public Files {
   /// Every change fails with this kind while set.
   std::optional<FailureKind> changesFail;
 
+  /// What lies in these folders cannot be removed.
+  std::set<Path> readOnly;
+
   /// The n-th change from now (1 is the next) and all later ones fail with `noSpace`; 0 is off.
   int spaceEndsAtChange = 0;
 
