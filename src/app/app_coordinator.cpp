@@ -375,6 +375,14 @@ void AppCoordinator::recoverStagedCaptures(std::function<void(int)> done) {
   recovery_->sweep(services_.clock->now(), std::move(done));
 }
 
+// What is being staged on that runner is claimed here before the answer comes.
+void AppCoordinator::whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known) {
+  services_.staging->post(
+      [main = services_.main, reply = alive_.guard([this, known = std::move(known)] {
+        known(filing_->pathsUnderWay());
+      })]() mutable { main->post(std::move(reply)); });
+}
+
 void AppCoordinator::startResident() {
   previousArea_.onChange(alive_.guard([this] { services_.statusMenuChanged(); }));
   previousArea_.setRegion(services_.settings->values().rememberedRegion);

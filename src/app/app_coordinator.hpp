@@ -92,6 +92,9 @@ class AppCoordinator {
   /// Files what an earlier run left staged.
   void recoverStagedCaptures(std::function<void(int filed)> done);
 
+  /// Answers with the staged files that this process is filing, what it is staging among them.
+  void whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known);
+
   /// What a run in the tray does at the start: hot keys, the icon, what the last quit lost.
   void startResident();
 

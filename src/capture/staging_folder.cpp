@@ -148,6 +148,16 @@ Result<std::vector<StagedCapture>> StagingFolder::staged() const {
   return found;
 }
 
+std::vector<Path> StagingFolder::filedPaths() const {
+  std::vector<Path> paths;
+  const auto captures = staged();
+  if (!captures) return paths;
+  for (const StagedCapture& one : *captures) {
+    if (one.record.filedPath) paths.emplace_back(*one.record.filedPath);
+  }
+  return paths;
+}
+
 Result<void> StagingFolder::removeRecord(const Path& path) {
   const auto tolerated = [](const Result<void>& result) {
     return result || result.error().kind == FailureKind::notFound ||

@@ -48,6 +48,9 @@ class StagingFolder {
   /// its name does not tell of the time its file does.
   [[nodiscard]] Result<std::vector<StagedCapture>> staged() const;
 
+  /// Where staged captures are being filed, or were when their filing was cut short.
+  [[nodiscard]] std::vector<Path> filedPaths() const;
+
   /// Takes the record off `path` (a second name of the staged file, or the file itself), so that no
   /// launch takes it for a staged capture.
   [[nodiscard]] Result<void> removeRecord(const Path& path);

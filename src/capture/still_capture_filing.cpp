@@ -9,6 +9,11 @@ namespace vantorel {
 
 void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed, Reached reached) {
   claim(staged.path);
+  filed = [ended = alive_.guard([this, path = staged.path] { pathsUnderWay_.erase(path); }),
+           filed = std::move(filed)](Result<CaptureOutcome::Saved> result) mutable {
+    ended();
+    filed(std::move(result));
+  };
   services_.library->whenReady(
       alive_.guard([this, staged = std::move(staged), image = std::move(image),
                     filed = std::move(filed), reached = std::move(reached)]() mutable {

@@ -42,11 +42,17 @@ class StillCaptureFiling {
   /// empty. A failure leaves the staged file for the next launch.
   void file(StagedCapture staged, Image image, Filed filed, Reached reached = nullptr);
 
-  /// Paths of staged files that are being filed now: the launch sweep leaves them alone.
+  /// Paths of staged files that this run has tried to file: the launch sweep leaves them alone.
   [[nodiscard]] const std::set<Path>& claimedPaths() const { return claimedPaths_; }
 
+  /// Of those, the ones that have not come to their end.
+  [[nodiscard]] const std::set<Path>& pathsUnderWay() const { return pathsUnderWay_; }
+
   /// Says that `path` is taken care of by the caller, before it is handed to `file`.
-  void claim(const Path& path) { claimedPaths_.insert(path); }
+  void claim(const Path& path) {
+    claimedPaths_.insert(path);
+    pathsUnderWay_.insert(path);
+  }
 
  private:
   void fileNow(StagedCapture staged, Image image, Filed filed, Reached reached);
@@ -57,6 +63,7 @@ class StillCaptureFiling {
 
   Services services_;
   std::set<Path> claimedPaths_;
+  std::set<Path> pathsUnderWay_;
   Alive alive_;
 };
 

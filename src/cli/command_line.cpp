@@ -251,6 +251,11 @@ bool CommandLine::needsLibrary() const {
          !std::holds_alternative<command::Autostart>(command);
 }
 
+bool CommandLine::onlyVerifies() const {
+  const auto* const library = std::get_if<command::Library>(&command);
+  return library != nullptr && library->verb == command::Library::Verb::verify && !library->repairs;
+}
+
 bool CommandLine::printsPicture() const {
   const auto* const capture = std::get_if<command::Capture>(&command);
   return capture != nullptr && capture->output && capture->output->file.empty();

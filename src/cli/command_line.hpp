@@ -65,6 +65,9 @@ struct CommandLine {
   /// False for what has to do with settings alone.
   [[nodiscard]] bool needsLibrary() const;
 
+  /// True when it looks through the library and changes nothing, not even what waits to be filed.
+  [[nodiscard]] bool onlyVerifies() const;
+
   /// True when bytes of a picture are what it prints.
   [[nodiscard]] bool printsPicture() const;
 };

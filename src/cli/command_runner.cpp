@@ -11,6 +11,7 @@ namespace vantorel {
 namespace {
 
 constexpr std::chrono::seconds listBound{5};
+constexpr std::chrono::seconds filingBound{5};
 
 /// So long a wait for the library needs no word: another command is about to end.
 constexpr std::chrono::seconds silentWait{1};
@@ -158,7 +159,10 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
   } else {
     whenLibraryReady(asker, std::move(done), [this, line, asker](Done wanted) {
-      withLibrary(line, std::move(wanted), asker);
+      if (line.onlyVerifies()) return withLibrary(line, std::move(wanted), asker);
+      whenStagedFiled(std::move(wanted), [this, line, asker](Done remarking) {
+        withLibrary(line, std::move(remarking), asker);
+      });
     });
   }
 }
@@ -203,6 +207,27 @@ void CommandRunner::whenLibraryReady(const CommandAsker& asker, Done done,
     if (*waiting) go(std::exchange(*waiting, nullptr));
   }));
   announceWait(asker.show, waiting, {});
+}
+
+/// Captures that an earlier run left belong to the library that is asked for. A disk that takes
+/// long to file them holds nobody.
+void CommandRunner::whenStagedFiled(Done done, std::move_only_function<void(Done)> go) {
+  struct Filed {};
+  runBounded<Filed>(
+      services_.main, {filingBound, filingBound, {}},
+      [this](std::move_only_function<void(Filed)> reply) {
+        services_.fileStaged([reply = std::make_shared<std::move_only_function<void(Filed)>>(
+                                  std::move(reply))] { (*reply)({}); });
+      },
+      alive_.guard(
+          [done = std::move(done), go = std::move(go)](std::optional<Filed> filed) mutable {
+            if (filed) return go(std::move(done));
+            go([done = std::move(done)](CommandReply reply) mutable {
+              reply.error += "Captures of an earlier run are still being filed.\n";
+              done(std::move(reply));
+            });
+          }),
+      nullptr);
 }
 
 /// Says what is waited for, should it take long. Another process that lives in the tray may have

@@ -39,6 +39,9 @@ class CommandRunner {
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
 
+    /// Files what earlier runs staged, unless it has been done.
+    std::function<void(std::function<void()> filed)> fileStaged;
+
     /// The process of a program in the tray that no session bus leads to, if there is one.
     std::function<std::optional<long>()> unreachableTray;
   };
@@ -72,6 +75,7 @@ class CommandRunner {
   [[nodiscard]] Done withRemarks(const command::Settings& what, Done done);
   void whenLibraryReady(const CommandAsker& asker, Done done,
                         std::move_only_function<void(Done)> go);
+  void whenStagedFiled(Done done, std::move_only_function<void(Done)> go);
   void announceWait(const ShowProgress& show, Waiting waiting, const Path& staged);
   void withLibrary(const CommandLine& line, Done done, const CommandAsker& asker);
   void capture(const command::Capture& what, bool json, const CommandAsker& asker, Done done);

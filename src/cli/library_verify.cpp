@@ -12,15 +12,17 @@
 #include "base/log.hpp"
 #include "base/size_text.hpp"
 #include "library/entry_paths.hpp"
+#include "library/file_move.hpp"
 #include "library/gone_entries.hpp"
 #include "library/look_adoption.hpp"
+#include "library/relocation_leftovers.hpp"
 #include "library/silent_folders.hpp"
 #include "library/sliced_work.hpp"
 
 namespace vantorel {
 namespace {
 
-/// From a capture's file to its entry it takes no longer than this.
+/// From a staged capture of another process to its entry it takes no longer than this.
 constexpr double filingSeconds = 60;
 
 /// What was found, line by line, with what was done about it.
@@ -96,12 +98,19 @@ CommandReply report(const LibraryFindings& findings, const Repaired& repaired, b
   addAll("parked index", findings.parkedIndexes);
   addAll("temporary", findings.temporaries);
   addAll("staged capture", findings.stagedCaptures);
+  for (const RelocationJournal::Pair& pair : findings.copiesLeft) {
+    report.add("moved and still there", pair.oldPath, repaired.paths.contains(pair.oldPath));
+  }
   addAll("journal", findings.journals);
   for (const Path& path : findings.clearedAtStart) {
     report.add("cleared at start", path.string(), true);
   }
   CommandReply reply = report.reply();
   reply.error.insert(0, silenceOf(findings.silentFolders));
+  for (const Path& path : findings.notJudged) {
+    reply.error +=
+        fmt::format("{} may be work under way and is not judged yet.\n", inOneCell(path.string()));
+  }
   return reply;
 }
 
@@ -115,6 +124,27 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
     return writer.take() + "\n";
   }
   return fmt::format("{} {}, {}\n", count, count == 1 ? "capture" : "captures", sizeText(bytes));
+}
+
+/// What was changed since it moved is nowhere else: that goes to the Trash. Answers what has gone.
+std::vector<std::string> removeCopiesLeft(Files& files, Trash& trash, const LibraryPaths& paths,
+                                          const std::vector<RelocationJournal::Pair>& copies) {
+  std::vector<std::string> removed;
+  for (const RelocationJournal::Pair& pair : copies) {
+    const bool isSpare = holdsAllOf(files, pair.newPath, pair.oldPath);
+    if (isSpare ? removeFile(files, pair.oldPath).has_value()
+                : trash.moveToTrash(pair.oldPath).has_value()) {
+      removed.push_back(pair.oldPath);
+    }
+  }
+  RelocationLeftovers left = RelocationLeftovers::read(files, paths);
+  std::erase_if(left.copied, [&](const RelocationJournal::Pair& pair) {
+    return std::ranges::find(removed, pair.oldPath) != removed.end();
+  });
+  if (const auto written = left.write(files, paths); !written) {
+    logWarning("History", "what was removed was not noted: {}", written.error().reason);
+  }
+  return removed;
 }
 
 }  // namespace
@@ -158,6 +188,8 @@ void LibraryVerify::clearOriginals() {
   services_.work->post(
       [files = services_.files, main = services_.main, scope = scope(),
        reply = alive_.guard([this](LibraryFindings& findings) {
+         // In an undo they may be back before their entries are.
+         if (services_.library->deletion().isBusy()) return;
          dropSettled(findings);
          auto claimed = claimOriginals(findings);
          if (findings.originalsWithoutEntry.empty()) return;
@@ -188,8 +220,9 @@ LibraryScope LibraryVerify::scope() const {
                      .paths = store.paths(),
                      .captureFolders = services_.captureFolders(),
                      .originals = store.paths().originals(),
-                     .filedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
-                     .begunBefore = startedAt_};
+                     .stagedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
+                     .begunBefore = startedAt_,
+                     .filedPaths = services_.filedPaths};
   scope.isWholePicture = services_.isWholePicture;
   scope.leftovers = store.leftovers();
   scope.lookedAt = services_.clock->now();
@@ -209,17 +242,30 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
              if (findings.look.wasStopped) {
                return done(nothingChanged());
              }
-             dropSettled(findings);
-             auto claimed = claimOriginals(findings);
              auto repairing = std::make_shared<Repairing>(
-                 std::move(findings), Repaired(), std::move(claimed), json, std::move(done));
-             if (repairs) return repair(repairing);
-             repairing->claimed.clear();
-             finish(repairing);
+                 std::move(findings), Repaired(), std::vector<EntryClaim>(), json, std::move(done));
+             whenSettled([this, repairs, repairing](const std::set<Path>& staging) {
+               dropSettled(repairing->findings);
+               const auto isStaging = [&](const Path& path) { return staging.contains(path); };
+               std::erase_if(repairing->findings.stagedCaptures, isStaging);
+               std::erase_if(repairing->findings.notJudged, isStaging);
+               if (!repairs) return finish(repairing);
+               repairing->claimed = claimOriginals(repairing->findings);
+               repair(repairing);
+             });
            })]() mutable {
         main->post([findings = checkLibrary(*files, scope, goOn),
                     reply = std::move(reply)]() mutable { reply(findings); });
       });
+}
+
+/// Once files that an undo put back have their entries, and captures being staged are known.
+void LibraryVerify::whenSettled(std::function<void(const std::set<Path>& staging)> go) {
+  auto settle = alive_.guard([this, go = std::move(go)](const std::set<Path>& staging) {
+    services_.library->deletion().settle(alive_.guard([go, staging] { go(staging); }));
+  });
+  if (!services_.whenStagingKnown) return settle(std::set<Path>());
+  services_.whenStagingKnown(std::move(settle));
 }
 
 // How large the library is comes last: what is found comes before it, a line each.
@@ -296,6 +342,8 @@ void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
   const AdoptedLook adopted = adoptNames(services_.library->store(), repairing->findings.look);
   services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
                         main = services_.main, repairing, gone = adopted.gone,
+                        paths = services_.library->paths(),
+                        mayRemoveCopies = !services_.library->relocation().isRunning(),
                         learn = alive_.guard([this](const std::vector<SeenFile>& files) {
                           remember(services_.library->store(), files);
                         }),
@@ -312,6 +360,11 @@ void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
       auto entry = entryForFile(*files, *codec, path);
       if (!entry) continue;
       repaired.entries.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
+    }
+    if (mayRemoveCopies && !findings.copiesLeft.empty()) {
+      for (std::string& path : removeCopiesLeft(*files, *trash, paths, findings.copiesLeft)) {
+        repaired.paths.insert(std::move(path));
+      }
     }
     repaired.goneStill = goneOf(*files, gone);
     postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));

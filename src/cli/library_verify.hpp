@@ -3,6 +3,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,10 @@ class LibraryVerify {
     /// Files what is staged; otherwise such a file and its entry-to-be would be repaired twice.
     std::function<void(std::function<void()> done)> recoverStaged;
 
+    /// Answers which staged captures this process is filing; empty: none.
+    std::function<void(std::function<void(const std::set<Path>& underWay)>)> whenStagingKnown{};
+
+    std::function<std::vector<Path>()> filedPaths{};            ///< see `LibraryScope`
     std::function<bool(const PictureBytes&)> isWholePicture{};  ///< see `LibraryScope`
   };
 
@@ -56,6 +61,7 @@ class LibraryVerify {
  private:
   [[nodiscard]] LibraryScope scope() const;
   void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
+  void whenSettled(std::function<void(const std::set<Path>& staging)> go);
   struct Repairing;
   void repair(const std::shared_ptr<Repairing>& repairing);
   void adopt(const std::shared_ptr<Repairing>& repairing);

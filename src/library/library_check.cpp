@@ -11,6 +11,8 @@
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/parked_index.hpp"
+#include "library/relocation_leftovers.hpp"
+#include "library/rewrite_journal.hpp"
 #include "library/silent_folders.hpp"
 
 namespace vantorel {
@@ -42,6 +44,26 @@ class Checker {
       forEachPath(*entry, [this](const std::string& path) { known_.insert(path); });
     }
     for (const SeenFile& file : renamed) known_.insert(file.path.string());
+  }
+
+  /// What is under way now has a name, too. To be called before folders are listed, for what ends
+  /// meanwhile, and after it, for what begins.
+  void learnWorkUnderWay(const LibraryScope& scope) {
+    const auto learn = [this](const Path& path) { known_.insert(path.string()); };
+    std::ranges::for_each(filesOfRewrites(files_, scope.paths), learn);
+    if (scope.filedPaths) std::ranges::for_each(scope.filedPaths(), learn);
+    const auto journal = RelocationJournal::read(files_, scope.paths);
+    if (const auto* const moving = std::get_if<RelocationJournal>(&journal)) {
+      for (const RelocationJournal::Pair& pair : moving->pairs) {
+        learn(pair.oldPath);
+        learn(pair.newPath);
+      }
+    }
+  }
+
+  /// They belong to entries that have their files elsewhere.
+  void learn(const std::vector<RelocationJournal::Pair>& copiesLeft) {
+    for (const RelocationJournal::Pair& pair : copiesLeft) known_.insert(pair.oldPath);
   }
 
   using Look = std::function<void(const Path& path, double modified)>;
@@ -86,6 +108,11 @@ bool isDamaged(const Files& files, const LibraryScope& scope, const ScreenshotEn
   return status && !scope.isWholePicture(PictureOnDisk(*content, status->size));
 }
 
+void addTemporary(const LibraryScope& scope, const Path& path, double modified,
+                  LibraryFindings& findings) {
+  (modified < scope.begunBefore ? findings.temporaries : findings.notJudged).push_back(path);
+}
+
 /// Files among the originals that no entry names.
 std::vector<Path> lookForOriginals(const Checker& checker, const LibraryScope& scope,
                                    LibraryFindings& findings) {
@@ -93,8 +120,8 @@ std::vector<Path> lookForOriginals(const Checker& checker, const LibraryScope& s
   for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
     checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (path.extension() == ".partial") {
-        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
-      } else if (!checker.isKnown(path) && modified < scope.filedBefore) {
+        addTemporary(scope, path, modified, findings);
+      } else if (!checker.isKnown(path)) {
         originals.push_back(path);
       }
     });
@@ -135,7 +162,10 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     findings.look.wasStopped = true;
     return findings;
   }
-  const Checker checker(files, scope, findings.look.renamed);
+  Checker checker(files, scope, findings.look.renamed);
+  checker.learnWorkUnderWay(scope);
+  findings.copiesLeft = RelocationLeftovers::read(files, scope.paths).remaining(files);
+  checker.learn(findings.copiesLeft);
 
   const std::set<Path> own{scope.paths.data, scope.paths.stagedCaptures(),
                            scope.paths.redactedOriginals(), scope.originals};
@@ -145,24 +175,23 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     if (own.contains(folder)) continue;
     checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (isTemporaryCapture(path)) {
-        if (modified < scope.begunBefore) findings.temporaries.push_back(path);
+        addTemporary(scope, path, modified, findings);
       } else if (mediumOf(path) && timeInCaptureName(path.stem().string()) &&
                  !checker.isKnown(path)) {
-        if (modified < scope.filedBefore) findings.filesWithoutEntry.push_back(path);
+        findings.filesWithoutEntry.push_back(path);
       }
     });
   }
   std::vector<Path> originals = lookForOriginals(checker, scope, findings);
   checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path, double modified) {
     // Where no folder would take a capture, the staged file stays and is the filed one.
-    if (!checker.isKnown(path) && modified < scope.filedBefore) {
-      findings.stagedCaptures.push_back(path);
-    }
+    if (checker.isKnown(path)) return;
+    (modified < scope.stagedBefore ? findings.stagedCaptures : findings.notJudged).push_back(path);
   });
   checker.lookThrough(scope.paths.data, [&](const Path& path, double modified) {
     const std::string name = path.filename().string();
     if (name.ends_with(".staging")) {
-      if (modified < scope.begunBefore) findings.temporaries.push_back(path);
+      addTemporary(scope, path, modified, findings);
     } else if (isParkedIndex(scope.paths, path)) {
       findings.parkedIndexes.push_back(path);
     } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
@@ -172,14 +201,23 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   });
   std::ranges::copy_if(scope.leftovers, std::back_inserter(findings.clearedAtStart),
                        [&](const Path& path) { return !files.status(path); });
+  checker.learnWorkUnderWay(scope);
+  const auto isKnown = [&](const Path& path) { return checker.isKnown(path); };
+  std::erase_if(findings.filesWithoutEntry, isKnown);
+  std::erase_if(originals, isKnown);
+  std::erase_if(findings.notJudged,
+                [&](const Path& path) { return isKnown(path) || !files.status(path); });
   judgeOriginals(files, scope, std::move(originals), findings);
   return findings;
 }
 
 LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope) {
   LibraryFindings findings;
-  const Checker checker(files, scope, {});
+  Checker checker(files, scope, {});
+  checker.learnWorkUnderWay(scope);
   auto originals = lookForOriginals(checker, scope, findings);
+  checker.learnWorkUnderWay(scope);
+  std::erase_if(originals, [&](const Path& path) { return checker.isKnown(path); });
   if (originals.empty()) return findings;
   checker.lookThrough(scope.paths.data, [&](const Path& path, double) {
     if (isParkedIndex(scope.paths, path)) findings.parkedIndexes.push_back(path);

@@ -8,6 +8,7 @@
 #include "library/file_look.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
+#include "library/relocation_journal.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
 
@@ -26,11 +27,14 @@ struct LibraryScope {
   std::vector<Path> captureFolders;  ///< beside those that entries lie in
   Path originals;                    ///< of captures changed in place
 
-  // Seconds since 1970-01-01 UTC. What is younger may be work in progress and is passed over.
-  double filedBefore = 0;  ///< of captures and originals: their entries come a moment later
-  double begunBefore = 0;  ///< of half files: this run may be writing them
+  // Seconds since 1970-01-01 UTC. What is younger may be somebody's work and is not judged.
+  double stagedBefore = 0;  ///< of staged captures: another process may be about to file them
+  double begunBefore = 0;   ///< of half files: this run may be writing them
 
   double lookedAt = 0;  ///< of journals: the moment from which `journalsInUse` is
+
+  /// Where staged captures are being filed; called on the thread that looks. Empty: nobody files.
+  std::function<std::vector<Path>()> filedPaths{};
 
   std::vector<Path> leftovers{};  ///< that an earlier run had left at loading
 
@@ -56,10 +60,16 @@ struct LibraryFindings {
   std::vector<Path> temporaries;     ///< half a file, left by a run that was killed
   std::vector<Path> stagedCaptures;  ///< grabbed and not yet filed
   std::vector<Path> journals;        ///< of a deletion or a move that did not end
+  std::vector<Path> notJudged;       ///< too young; see `LibraryScope`
+
+  /// Files that moved to another disk and stay where they were.
+  std::vector<RelocationJournal::Pair> copiesLeft;
   std::vector<Path> clearedAtStart;  ///< leftovers that are in order now
 };
 
-/// Looks and changes nothing. Blocks; any thread. Stopped, it answers what it has found so far.
+/// Looks and changes nothing. What the journals on disk and staged captures tell to be under way is
+/// no finding, for whose entry came meanwhile the asker has to see. Blocks; any thread. Stopped, it
+/// answers what it has found so far.
 [[nodiscard]] LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                                            const CheckProgress& progress);
 

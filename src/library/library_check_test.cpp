@@ -5,6 +5,7 @@
 
 #include "base/image.hpp"
 #include "base/time_text.hpp"
+#include "library/rewrite_journal.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
 
@@ -22,7 +23,7 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   LibraryScope scope{.paths = {"/data", "/caches"},
                      .captureFolders = {"/empty", "/captures"},
                      .originals = "/data/Originals",
-                     .filedBefore = 1500,
+                     .stagedBefore = 1500,
                      .begunBefore = 1000,
                      .lookedAt = 1600};
   const auto add = [&](const std::string& id, const std::string& path,
@@ -69,15 +70,28 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   files.put("/data/history-0a.unreadable.json", "{}");
   files.put("/data/deletions-0a.unreadable.json", "a journal, no index");
   files.now = 1200;
-  files.put("/captures/.vantorel-8.partial", "being written by this run");
+  const std::string half = "/captures/.vantorel-8.partial";
+  files.put(half, "being written by this run");
   const std::string lateParked = "/data/history-0b.unreadable.json";
   files.now = 2000;
   files.put(lateParked, "{}");
   files.put("/data/relocation.json", "{}");
-  files.put("/captures/Screenshot 2026-03-02 at 14.05.09.png", "being filed now");
-  files.now = 1200;
+  const Path filing = "/captures/Screenshot 2026-03-02 at 14.05.09.png";
+  files.put(filing, "being filed now");
+  scope.filedPaths = [&] { return std::vector{filing}; };
+  const std::string staged = "/data/Staged Captures/vantorel-7.png";
+  files.put(staged, "to be filed by another process");
   const std::string late = "/captures/Screenshot 2026-03-03 at 14.05.09.png";
-  files.put(late, "forgotten in this run");
+  files.put(late, "forgotten just now");
+  const std::string converting = "/captures/Screenshot 2026-03-04 at 14.05.09";
+  const std::string original = "/data/Originals/converting.png";
+  RewriteJournal rewrites(files, scope.paths);
+  ASSERT_TRUE(rewrites.begin("converting", converting + ".png", original).has_value());
+  files.put(converting + ".jpg", "made, and not yet in the index");
+  files.put(original, "kept");
+  ASSERT_TRUE(
+      rewrites.willMake("converting", converting + ".jpg", files.status(converting + ".jpg")->inode)
+          .has_value());
   scope.journalsInUse.insert("/data/relocation.json");
   const auto before = files.changes;
   const LibraryFindings broken = checkLibrary(files, scope, goOn);
@@ -89,6 +103,7 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   EXPECT_THAT(broken.stagedCaptures, ElementsAre("/data/Staged Captures/vantorel-6.png"));
   EXPECT_THAT(broken.parkedIndexes, ElementsAre("/data/history-0a.unreadable.json", lateParked));
   EXPECT_THAT(broken.journals, ElementsAre("/data/deletions.json"));
+  EXPECT_THAT(broken.notJudged, ElementsAre(half, staged));
 
   const LibraryFindings stopped =
       checkLibrary(files, scope, [](std::size_t done, std::size_t) { return done < 2; });
@@ -103,7 +118,7 @@ TEST(LibraryCheckTest, WhatAnythingStillNamesIsNobodysLeftover) {
                      .paths = {"/data", "/caches"},
                      .captureFolders = {"/captures"},
                      .originals = "/o",
-                     .filedBefore = 1500,
+                     .stagedBefore = 1500,
                      .begunBefore = 1000,
                      .lookedAt = 1600};
   ScreenshotEntry entry;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <fstream>
@@ -215,7 +216,9 @@ TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTh
     std::filesystem::remove_all(index);
     EXPECT_THAT(vantorel.run({"library", "verify"}).out, HasSubstr("staged capture\t"));
     EXPECT_THAT(namesIn(vantorel.root() / "Staged Captures"), Not(IsEmpty())) << "repaired unasked";
-    EXPECT_EQ(vantorel.run({"library", "list"}).status, 0);
+    const ChildOutcome found = vantorel.run({"library", "list"});
+    EXPECT_EQ(found.status, 0);
+    EXPECT_EQ(std::ranges::count(found.out, '\n'), 2) << "filed after the answer";
     EXPECT_EQ(vantorel.entries().size(), 2U);
     vantorel.expectWhole();
   }

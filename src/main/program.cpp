@@ -239,6 +239,14 @@ struct Program::Parts {
             [this](std::function<void()> done) {
               coordinator->recoverStagedCaptures([done = std::move(done)](int) { done(); });
             },
+        .whenStagingKnown =
+            [this](std::function<void(const std::set<Path>&)> known) {
+              coordinator->whenStagingKnown(std::move(known));
+            },
+        .filedPaths =
+            [staging = StagingFolder(files, library.paths().stagedCaptures())] {
+              return staging.filedPaths();
+            },
         .isWholePicture = isWholePicture});
     libraryCommands = std::make_unique<LibraryCommands>(
         LibraryCommands::Services{.main = main,
@@ -261,23 +269,23 @@ struct Program::Parts {
         logWarning("Settings", "starting with the session: {}", off.error().reason);
       }
     };
-    commands = std::make_unique<CommandRunner>(
-        CommandRunner::Services{.main = main,
-                                .coordinator = coordinator.get(),
-                                .rewriter = rewriter.get(),
-                                .annotator = annotator.get(),
-                                .settings = &settings,
-                                .library = &library,
-                                .libraryCommands = libraryCommands.get(),
-                                .move = libraryMove.get(),
-                                .retention = retentionSetting.get(),
-                                .exporting = exporting.get(),
-                                .autostart = &autostart,
-                                .screen = desktop.screen.get(),
-                                .windows = desktop.windows.get(),
-                                .unreachableTray = [this] {
-                                  return isResident ? std::nullopt : trayProcess(library.paths());
-                                }});
+    commands = std::make_unique<CommandRunner>(CommandRunner::Services{
+        .main = main,
+        .coordinator = coordinator.get(),
+        .rewriter = rewriter.get(),
+        .annotator = annotator.get(),
+        .settings = &settings,
+        .library = &library,
+        .libraryCommands = libraryCommands.get(),
+        .move = libraryMove.get(),
+        .retention = retentionSetting.get(),
+        .exporting = exporting.get(),
+        .autostart = &autostart,
+        .screen = desktop.screen.get(),
+        .windows = desktop.windows.get(),
+        .fileStaged = [this](std::function<void()> filed) { fileStaged(std::move(filed)); },
+        .unreachableTray =
+            [this] { return isResident ? std::nullopt : trayProcess(library.paths()); }});
   }
 
   // Tasks use what is below the queues.
@@ -337,6 +345,18 @@ struct Program::Parts {
   void open() {
     library.onLateOpening = [this] { coordinator->recoverStagedCaptures([](int) {}); };
     library.open();
+  }
+
+  /// What earlier runs staged is filed once; what this one stages, it files itself.
+  void fileStaged(std::function<void()> filed) {
+    if (hasFiledStaged) return filed();
+    library.whenReady([this, filed = std::move(filed)] {
+      if (library.store().loadOutcome() == IndexLoad::inUse) return filed();
+      coordinator->recoverStagedCaptures([this, filed](int) {
+        hasFiledStaged = true;
+        filed();
+      });
+    });
   }
 
   /// What was shown at the desktop shall be seen and heard before the process ends.
@@ -409,6 +429,7 @@ struct Program::Parts {
   Library library;
   bool isResident = false;        // lives in the tray
   bool showsSomething = false;    // at the desktop, on behalf of a command
+  bool hasFiledStaged = false;    // at the start
   bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
   Observation settingsObservation;
   std::unique_ptr<AppCoordinator> coordinator;
@@ -442,7 +463,7 @@ void Program::startResident() {
       [&parts] { parts.coordinator->captureForUser({}); });
   parts.followSettings();
   parts.coordinator->startResident();
-  recover([] {});
+  parts.fileStaged([] {});
 }
 
 void Program::captureForUser(const StillCaptureCommand& what) {
@@ -456,12 +477,9 @@ void Program::tellThatItOpensNothing() {
 void Program::tellThatItRuns() { parts_->coordinator->tellThatItRuns(); }
 
 void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {
-  const auto* const library = std::get_if<command::Library>(&line.command);
-  const bool onlyLooks =
-      library != nullptr && library->verb == command::Library::Verb::verify && !library->repairs;
   if (line.needsLibrary()) {
     parts_->open();
-    if (!onlyLooks) parts_->filesStagedAtEnd = true;
+    if (!line.onlyVerifies()) parts_->filesStagedAtEnd = true;
   }
   if (const auto* const capture = std::get_if<command::Capture>(&line.command)) {
     parts_->showsSomething |= capture->what.isAnsweredAtDesktop;
