@@ -37,7 +37,7 @@ TEST(CommandDocumentsTest, TheManualNamesEveryCommandAndSetting) {
   }
   for (const Setting& setting : settingsTable()) {
     const std::string head = "\\fB" + std::string(setting.key) + "\\fR\n";
-    EXPECT_EQ(page.find(head) != std::string::npos, setting.isOffered) << setting.key;
+    EXPECT_EQ(page.find(head) != std::string::npos, setting.isOffered()) << setting.key;
   }
 }
 

@@ -34,7 +34,7 @@ std::vector<std::string> wordsFor(const OptionOutline& option) {
   std::vector<std::string> keys;
   if (option.kind == kinds::setting) {
     for (const Setting& setting : settingsTable()) {
-      if (setting.isOffered) keys.emplace_back(setting.key);
+      if (setting.isOffered()) keys.emplace_back(setting.key);
     }
   }
   return keys;

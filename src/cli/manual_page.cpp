@@ -98,7 +98,8 @@ std::string settingItem(const Setting& setting, const SettingsValues& defaults) 
             : std::holds_alternative<std::nullptr_t>(stored.value) ? "none"
                                                                    : json::toText(stored);
   }
-  return item(bold(setting.key), fmt::format("{}. Default: {}.", setting.allowed, value));
+  return item(bold(setting.key),
+              fmt::format("{}. Value: {}. Default: {}.", setting.meaning, setting.allowed, value));
 }
 
 /// Files and folders a user may meet, from the names of the user's folders.
@@ -133,7 +134,7 @@ std::string manualPage(const CommandOutline& program, std::string_view version) 
   SettingsValues defaults;
   defaults.storageDirectory = "Vantorel in your Pictures folder";
   for (const Setting& setting : settingsTable()) {
-    if (setting.isOffered) page += settingItem(setting, defaults);
+    if (setting.isOffered()) page += settingItem(setting, defaults);
   }
   page += ".SH FILES\n";
   for (const auto& [name, words] : files) page += item(italic(name), words);

@@ -23,9 +23,9 @@ std::string line(const SettingDescription& setting, bool json) {
     const auto words = [](const std::string& text, const JSONValue& value) {
       return text.empty() ? plainText(value) : text;
     };
-    return fmt::format("{}\t{}\tdefault {}\t{}\n", setting.key,
-                       words(setting.valueWords, setting.value),
-                       words(setting.defaultWords, setting.defaultValue), setting.allowed);
+    return fmt::format(
+        "{}\t{}\tdefault {}\t{}\t{}\n", setting.key, words(setting.valueWords, setting.value),
+        words(setting.defaultWords, setting.defaultValue), setting.allowed, setting.meaning);
   }
   json::Writer writer;
   writer.beginObject();
@@ -33,6 +33,7 @@ std::string line(const SettingDescription& setting, bool json) {
   writer.member("group", setting.group);
   writer.member("type", setting.type);
   writer.member("allowed", setting.allowed);
+  writer.member("meaning", setting.meaning);
   writer.member("value", setting.value);
   writer.member("default", setting.defaultValue);
   writer.endObject();
@@ -62,7 +63,8 @@ CommandReply shown(const SettingsStore& settings, const std::string& key, bool j
 SettingsOptions::SettingsOptions(CLI::App& app)
     : settings_(app.add_subcommand("settings", "Show and change settings")) {
   settings_->require_subcommand(1);
-  settings_->add_subcommand("list", "All settings: key, value, default, what is allowed")
+  settings_
+      ->add_subcommand("list", "All settings: key, value, default, what is allowed, what it does")
       ->callback([this] { given_.verb = Verb::list; });
   CLI::App* const get = settings_->add_subcommand("get", "Print the value of one setting");
   get->add_option("key", given_.key, "as \"vantorel settings list\" names it")
@@ -106,7 +108,7 @@ void runSettingsCommand(const command::Settings& what, bool json, SettingsStore&
     return;
   }
   const Setting* const named = findSetting(what.key);
-  if (named != nullptr && !named->isOffered) {
+  if (named != nullptr && !named->isOffered()) {
     done(failedReply(named->group == SettingGroup::state
                          ? what.key + " is no setting: the program remembers it by itself"
                          : "The setting " + what.key + " does nothing in this version"));

@@ -143,12 +143,13 @@ void SettingsStore::resetAll() {
 std::vector<SettingDescription> describeSettings(const SettingsStore& settings) {
   std::vector<SettingDescription> all;
   for (const Setting& setting : settingsTable()) {
-    if (!setting.isOffered) continue;
+    if (!setting.isOffered()) continue;
     SettingDescription& one = all.emplace_back();
     one.key = setting.key;
     one.group = nameOf(setting.group);
     one.type = setting.type;
     one.allowed = setting.allowed;
+    one.meaning = setting.meaning;
     one.value = setting.store(settings.values()).value_or(JSONValue{nullptr});
     one.defaultValue = settings.defaultOf(setting);
     if (!setting.words) continue;

@@ -111,6 +111,7 @@ struct SettingDescription {
   std::string_view group;
   std::string type;
   std::string allowed;
+  std::string_view meaning;
   JSONValue value;
   JSONValue defaultValue;
   std::string valueWords;    ///< as a person types it; empty where the stored form is that

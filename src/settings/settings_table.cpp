@@ -520,32 +520,40 @@ void addAgentAndState(Table& table) {
 
 #undef VT_SETTING
 
+struct Meaning {
+  std::string_view key;
+  std::string_view words;
+};
+
 /// What a person can set to an effect today. The others belong to parts that are not built yet, or
 /// are what the program remembers: they are kept, but nobody is offered them.
-constexpr auto offered = std::to_array<std::string_view>({
-    "captureHotKey",
-    "windowHotKey",
-    "fullscreenHotKey",
-    "timedCaptureHotKey",
-    "previousAreaHotKey",
-    "copyRecentHotKey",
-    "captureDelaySeconds",
-    "timedCaptureLastDelaySeconds",
-    "copyToClipboardAfterCapture",
-    "retentionDays",
-    "adjustBeforeCapturing",
-    "hideDesktopIconsWhileCapturing",
-    "desktopCoverStyle",
-    "desktopCoverImagePath",
-    "desktopCoverColor",
-    "includeWindowShadow",
-    "activeCollectionID",
-    "storageDirectory",
-    "exportFormat",
-    "jpegQuality",
-    "filenameTemplate",
-    "playSounds",
-    "showMenuBarIcon",
+constexpr auto meanings = std::to_array<Meaning>({
+    {"captureHotKey", "captures an area"},
+    {"windowHotKey", "captures a window"},
+    {"fullscreenHotKey", "captures the main display"},
+    {"timedCaptureHotKey", "captures an area after a delay, the one used last"},
+    {"previousAreaHotKey", "captures the area that was dragged last"},
+    {"copyRecentHotKey",
+     "copies the newest capture; with a digit, the next digits copy the ones before"},
+    {"captureDelaySeconds", "seconds before a capture; 0 is at once"},
+    {"timedCaptureLastDelaySeconds", "seconds before the next capture after a delay"},
+    {"copyToClipboardAfterCapture", "each new capture is copied"},
+    {"retentionDays", "age at which captures go to the Trash, once you have agreed; 0 is never"},
+    {"adjustBeforeCapturing", "an area that was dragged stays up to be adjusted"},
+    {"hideDesktopIconsWhileCapturing", "the desktop's icons are covered meanwhile"},
+    {"desktopCoverStyle", "what covers them"},
+    {"desktopCoverImagePath", "the image that covers them, with the style custom"},
+    {"desktopCoverColor", "the color that covers them, with the style color"},
+    {"includeWindowShadow",
+     "captures of windows that draw their own shadow have it; what a compositor adds they never "
+     "have"},
+    {"activeCollectionID", "collection that new captures are filed into"},
+    {"storageDirectory", "folder of the captures; they move along when it changes"},
+    {"exportFormat", "format of new captures"},
+    {"jpegQuality", "quality of jpeg, heic and webp"},
+    {"filenameTemplate", "what the names of captures begin with"},
+    {"playSounds", "a capture taken at the desktop is heard"},
+    {"showMenuBarIcon", "the icon in the tray is shown"},
 });
 
 }  // namespace
@@ -559,7 +567,8 @@ const std::vector<Setting>& settingsTable() {
     addRecording(building);
     addAgentAndState(building);
     for (Setting& row : building.rows) {
-      row.isOffered = std::ranges::find(offered, row.key) != offered.end();
+      const auto* const found = std::ranges::find(meanings, row.key, &Meaning::key);
+      if (found != meanings.end()) row.meaning = found->words;
     }
     return std::move(building.rows);
   }();

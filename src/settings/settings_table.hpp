@@ -31,10 +31,13 @@ inline constexpr auto enumNames<SettingGroup> = std::to_array<EnumName<SettingGr
 struct Setting {
   std::string_view key;
   SettingGroup group = SettingGroup::capture;
-  std::string type;        ///< a word or two: "true or false", "choice", "number"
-  std::string allowed;     ///< completes the sentence "<key> must be ..."
-  bool isOffered = false;  ///< does something in this version; others are only kept
-  bool resets = true;      ///< returns to its default with "Reset all settings"
+  std::string type;          ///< a word or two: "true or false", "choice", "number"
+  std::string allowed;       ///< completes the sentence "<key> must be ..."
+  std::string_view meaning;  ///< what it does; empty when it does nothing in this version
+  bool resets = true;        ///< returns to its default with "Reset all settings"
+
+  /// Others are only kept.
+  [[nodiscard]] bool isOffered() const { return !meaning.empty(); }
 
   /// Takes the stored value over, by the setting's own reading rule; absent is nothing. Never
   /// fails: what makes no sense becomes the default or is clamped.
