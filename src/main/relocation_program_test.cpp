@@ -60,6 +60,16 @@ std::size_t expectAllReachable(const Vantorel& vantorel, std::size_t count,
   return others;
 }
 
+/// Waits until a capture has come into the folder, which may be made meanwhile, or `process` ends.
+void waitForFirst(const std::filesystem::path& folder, ChildProcess& process) {
+  std::filesystem::create_directories(folder);
+  FileWatch watch({folder});
+  const auto isCapture = [](const std::string& name) { return name.ends_with(".png"); };
+  while (std::ranges::none_of(namesIn(folder), isCapture)) {
+    if (watch.next(process.pid()) == 0) return;
+  }
+}
+
 TEST(RelocationProgramTest, TheLibraryMovesWholeWhereverItIsKilled) {
   constexpr int count = 160;
   TestDesktop desktop({.screen = std::nullopt});
@@ -71,9 +81,7 @@ TEST(RelocationProgramTest, TheLibraryMovesWholeWhereverItIsKilled) {
   fillLibrary(vantorel, count);
   const std::vector folders{vantorel.captures(), near, stick};
 
-  const auto begin = std::chrono::steady_clock::now();
   const ChildOutcome moved = vantorel.run({"library", "relocate", stick.string(), "--json"});
-  const auto whole = std::chrono::steady_clock::now() - begin;
   EXPECT_EQ(moved.status, 0) << moved.err;
   EXPECT_THAT(moved.out, HasSubstr("\"moved\":160,\"failed\":0"));
   EXPECT_EQ(vantorel.run({"settings", "get", "storageDirectory"}).out, stick.string() + "\n");
@@ -81,8 +89,14 @@ TEST(RelocationProgramTest, TheLibraryMovesWholeWhereverItIsKilled) {
 
   for (int moment = 0; moment < 8; ++moment) {
     const auto to = moment % 2 == 0 ? near : stick;
+    std::filesystem::create_directories(to);
+    FileWatch watch({to});
     ChildProcess process = vantorel.start({"library", "relocate", to.string()});
-    std::this_thread::sleep_for(whole * moment / 7);
+    for (std::size_t changes = 0; changes < static_cast<std::size_t>(moment) * 40;) {
+      const std::size_t more = watch.next(process.pid());
+      if (more == 0) break;
+      changes += more;
+    }
     process.signal(SIGKILL);
     process.wait();
     ASSERT_EQ(vantorel.run({"library", "list", "--limit", "1"}).status, 0);
@@ -96,7 +110,7 @@ TEST(RelocationProgramTest, TheLibraryMovesWholeWhereverItIsKilled) {
 
   // Interrupted, it ends after its batch and says what is left.
   ChildProcess process = vantorel.start({"library", "relocate", near.string()});
-  while (namesIn(near).empty() && process.isRunning()) std::this_thread::sleep_for(1ms);
+  waitForFirst(near, process);
   process.signal(SIGINT);
   const ChildOutcome stopped = process.wait();
   EXPECT_THAT(stopped.status, AnyOf(0, 3)) << stopped.err;
@@ -175,7 +189,7 @@ TEST(RelocationProgramTest, TheRunningProgramMovesTheLibraryAndAQuitStopsIt) {
   const std::size_t all = count + expectAllReachable(vantorel, count, {first});
 
   EXPECT_EQ(vantorel.run({"settings", "set", "storageDirectory", second.string()}).status, 0);
-  while (namesIn(second).empty() && tray.isRunning()) std::this_thread::sleep_for(1ms);
+  waitForFirst(second, tray);
   EXPECT_EQ(vantorel.run({"quit"}).status, 0);
   EXPECT_EQ(tray.wait().status, 0);
   expectAllReachable(vantorel, count, {first, second});
@@ -201,15 +215,8 @@ TEST(RelocationProgramTest, OnesOwnTerminalFollowsAndStopsWhatTheRunningProgramD
     ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
     ASSERT_TRUE(tray.isRunning()) << tray.errorText();
   }
-  const auto begun = [&](const std::filesystem::path& folder, ChildProcess& asker) {
-    const auto isCapture = [](const std::string& name) { return name.ends_with(".png"); };
-    while (std::ranges::none_of(namesIn(folder), isCapture) && asker.isRunning()) {
-      std::this_thread::sleep_for(1ms);
-    }
-  };
-
   ChildProcess asker = vantorel.start({"library", "relocate", near.string()});
-  begun(near, asker);
+  waitForFirst(near, asker);
   asker.signal(SIGINT);
   const ChildOutcome stopped = asker.wait();
   EXPECT_EQ(stopped.status, 3) << stopped.err;
@@ -244,7 +251,7 @@ TEST(RelocationProgramTest, OnesOwnTerminalFollowsAndStopsWhatTheRunningProgramD
 
   // A second Ctrl-C waits for nobody; what was asked for ends all the same.
   ChildProcess impatient = vantorel.start({"library", "relocate", far.string()});
-  begun(far, impatient);
+  waitForFirst(far, impatient);
   tray.signal(SIGSTOP);
   while (impatient.isRunning()) {
     impatient.signal(SIGINT);
