@@ -16,6 +16,7 @@ namespace vantorel {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 std::string printed(std::vector<std::string> arguments) {
   const auto parsed = parseCommandLine(std::move(arguments), "/");
@@ -41,23 +42,45 @@ TEST(CommandDocumentsTest, TheManualNamesEveryCommandAndSetting) {
   }
 }
 
-/// What bash offers for the last of these words.
-std::string offered(const std::string& words) {
+/// What a shell prints that reads `before`, its completions and `after`.
+std::string printedBy(const std::string& shell, const std::string& before,
+                      const std::string& after) {
   const auto script = std::filesystem::temp_directory_path() /
                       ("vantorel completion " + std::to_string(::getpid()));
-  std::ofstream(script) << printed({"completion", "bash"}) << "compopt() { :; }\nCOMP_WORDS=("
-                        << words << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vantorel\n"
-                        << "printf '%s\\n' \"${COMPREPLY[@]}\"\n";
+  std::ofstream(script) << before << printed({"completion", shell}) << after;
   std::string out;
   // NOLINTNEXTLINE(cert-env33-c): the shell itself is what is tried.
-  FILE* const pipe = ::popen(("bash '" + script.string() + "'").c_str(), "r");
+  FILE* const pipe = ::popen((shell + " '" + script.string() + "'").c_str(), "r");
   std::array<char, 4096> part{};
   while (const std::size_t size = std::fread(part.data(), 1, part.size(), pipe)) {
     out.append(part.data(), size);
   }
-  EXPECT_EQ(::pclose(pipe), 0);
+  EXPECT_EQ(::pclose(pipe), 0) << shell;
   std::filesystem::remove(script);
   return out;
+}
+
+/// What bash offers for the last of these words.
+std::string offered(const std::string& words) {
+  return printedBy("bash", "",
+                   "compopt() { :; }\nCOMP_WORDS=(" + words +
+                       ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vantorel\n"
+                       "printf '%s\\n' \"${COMPREPLY[@]}\"\n");
+}
+
+/// The same for words that are all whole, in whichever shell.
+std::string offeredAfter(const std::string& shell, const std::string& words) {
+  if (shell == "bash") return offered(words + " ''");
+  if (shell == "fish") {
+    return printedBy(shell, "",
+                     "complete -C '" + words + " ' | string replace -r '\\t.*' ''\ntrue\n");
+  }
+  return printedBy(shell,
+                   "compdef() { :; }\n_describe() { :; }\n_files() { :; }\n"
+                   "compadd() { print -l -- ${@:2}; }\n"
+                   "words=(" +
+                       words + " '')\nCURRENT=${#words}\n",
+                   "");
 }
 
 TEST(CommandDocumentsTest, BashCompletesCommandsOptionsAndValues) {
@@ -67,6 +90,7 @@ TEST(CommandDocumentsTest, BashCompletesCommandsOptionsAndValues) {
   EXPECT_EQ(offered("vantorel capture display --js"), "--json\n");
   EXPECT_EQ(offered("vantorel settings set captureH"), "captureHotKey\n");
   EXPECT_EQ(offered("vantorel --root /us"), "/usr\n");
+  EXPECT_EQ(offered("vantorel library show latest lat"), "latest\n");
 
   const auto folder =
       std::filesystem::temp_directory_path() / ("vantorel paths " + std::to_string(::getpid()));
@@ -75,6 +99,21 @@ TEST(CommandDocumentsTest, BashCompletesCommandsOptionsAndValues) {
   EXPECT_EQ(offered("vantorel render '" + (folder / "two").string() + "'"),
             (folder / "two words.png").string() + "\n");
   std::filesystem::remove_all(folder);
+}
+
+TEST(CommandDocumentsTest, ShellsCompleteTheArgumentThatComesNext) {
+  for (const std::string shell : {"bash", "fish", "zsh"}) {
+    if (!std::filesystem::exists("/usr/bin/" + shell)) continue;
+    for (const std::string options : {"", " --json", " --root /tmp"}) {
+      EXPECT_THAT(offeredAfter(shell, "vantorel" + options + " settings set exportFormat"),
+                  testing::AllOf(HasSubstr("webp\n"), Not(HasSubstr("exportFormat"))))
+          << shell << options;
+    }
+    EXPECT_THAT(offeredAfter(shell, "vantorel settings set"), HasSubstr("exportFormat\n")) << shell;
+    EXPECT_THAT(offeredAfter(shell, "vantorel settings get exportFormat"),
+                Not(HasSubstr("exportFormat")))
+        << shell;
+  }
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ inline constexpr const char* file = "FILE";
 inline constexpr const char* folder = "FOLDER";
 inline constexpr const char* capture = "ID";
 inline constexpr const char* setting = "SETTING";
+inline constexpr const char* settingValue = "VALUE";  ///< of the setting before it
 }  // namespace kinds
 
 /// One option or argument of a command.

@@ -46,14 +46,11 @@ struct Word {
   std::string meaning;
 };
 
-/// What may follow the command, arguments that are files apart. The program's own options go with
-/// each command.
+/// What may follow the command, its arguments apart. The program's own options go with each
+/// command.
 std::vector<Word> wordsAfter(const CommandOutline& program, const CommandOutline& command) {
   std::vector<Word> words;
   for (const CommandOutline& sub : command.commands) words.push_back({sub.name(), sub.words});
-  for (const OptionOutline& argument : command.arguments) {
-    for (std::string& word : wordsFor(argument)) words.push_back({std::move(word), argument.words});
-  }
   std::set<std::string_view> known;
   for (const CommandOutline* const owner : {&command, &program}) {
     for (const OptionOutline& option : owner->options) {
@@ -65,19 +62,71 @@ std::vector<Word> wordsAfter(const CommandOutline& program, const CommandOutline
   return words;
 }
 
-bool takes(const std::vector<OptionOutline>& arguments, std::string_view kind) {
-  return std::ranges::any_of(arguments, [kind](const auto& each) { return each.kind == kind; });
+bool isPath(const OptionOutline& option) {
+  return option.kind == kinds::file || option.kind == kinds::folder;
 }
 
-/// The lines that find out, from the words typed before the cursor, which command is meant.
-std::string pathCase(const CommandOutline& program, Shell shell) {
-  std::string patterns;
-  for (const CommandOutline* const command : program.all()) {
-    if (command != &program)
-      patterns += (patterns.empty() ? "" : "|") + quoted(command->path, shell);
+/// Where an argument stands: after how many others, and after which word.
+struct ArgumentPlace {
+  const OptionOutline* argument = nullptr;
+  std::size_t before = 0;
+  bool repeats = false;  ///< after more than that, too
+  std::string after;     ///< the argument before it; empty: whichever
+  std::vector<std::string> words;
+};
+
+std::vector<ArgumentPlace> placesOf(const CommandOutline& command) {
+  std::vector<ArgumentPlace> places;
+  for (std::size_t i = 0; i < command.arguments.size(); ++i) {
+    const OptionOutline& argument = command.arguments[i];
+    if (argument.kind == kinds::settingValue) {
+      for (const Setting& setting : settingsTable()) {
+        if (!setting.isOffered() || setting.choices.empty()) continue;
+        places.push_back({&argument, i, false, std::string(setting.key), setting.choices});
+      }
+      continue;
+    }
+    auto words = wordsFor(argument);
+    if (words.empty() && !isPath(argument)) continue;
+    places.push_back({&argument, i, argument.repeats, {}, std::move(words)});
   }
-  return fmt::format("    case \"$at $word\" in\n      {}) at=\"$at $word\" ;;\n    esac\n",
-                     patterns);
+  return places;
+}
+
+/// The pattern of a place in "$count $last".
+std::string patternOf(const ArgumentPlace& place) {
+  if (place.repeats && place.before == 0) return "*";
+  const std::string last = place.after.empty() ? "*" : "'" + place.after + "'";
+  return fmt::format("'{} '{}{}", place.before, last, place.repeats ? "|[1-9]*" : "");
+}
+
+/// The lines that find out, from the words typed before the cursor, which command is meant, how
+/// many arguments it has got and which one is the last.
+std::string pathCase(const CommandOutline& program, Shell shell) {
+  std::string commands;
+  std::string values;
+  for (const CommandOutline* const command : program.all()) {
+    if (command != &program) {
+      commands += (commands.empty() ? "" : "|") + quoted(command->path, shell);
+    }
+    for (const OptionOutline& option : command->options) {
+      if (option.value.empty()) continue;
+      const std::string above = command == &program ? "*" : "";
+      for (const std::string& name : option.names) {
+        values +=
+            fmt::format("{}'{}'{}' {}'", values.empty() ? "" : "|", command->path, above, name);
+      }
+    }
+  }
+  return fmt::format(
+      "    [[ -n $skipped ]] && skipped= && continue\n"
+      "    case \"$at $word\" in\n"
+      "      {}) at=\"$at $word\" count=0 last= ;;\n"
+      "      {}) skipped=yes ;;\n"
+      "      *' -'*) ;;\n"
+      "      *) count=$((count + 1)) last=$word ;;\n"
+      "    esac\n",
+      commands, values);
 }
 
 /// An option that has a value also has it where a command below stands.
@@ -110,7 +159,7 @@ std::string bashScript(const CommandOutline& program) {
       "}\n\n"
       "_vantorel() {\n"
       "  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n"
-      "  local at=vantorel word\n"
+      "  local at=vantorel word count=0 last= skipped=\n"
       "  local IFS=$' \\t\\n'\n"
       "  COMPREPLY=()\n"
       "  for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n";
@@ -120,11 +169,18 @@ std::string bashScript(const CommandOutline& program) {
     std::string words;
     for (const Word& word : wordsAfter(program, *command))
       words += (words.empty() ? "" : " ") + word.text;
-    std::string body = fmt::format("COMPREPLY=($(compgen -W '{}' -- \"$current\"))", words);
-    if (takes(command->arguments, kinds::folder) || takes(command->arguments, kinds::file)) {
-      body += "; _vantorel_paths -f";
+    out += fmt::format("    '{}')\n      COMPREPLY=($(compgen -W '{}' -- \"$current\"))\n",
+                       command->path, words);
+    const auto places = placesOf(*command);
+    if (!places.empty()) out += "      case \"$count $last\" in\n";
+    for (const ArgumentPlace& place : places) {
+      const std::string offer = isPath(*place.argument)
+                                    ? "_vantorel_paths -f"
+                                    : fmt::format("COMPREPLY+=($(compgen -W '{}' -- \"$current\"))",
+                                                  fmt::join(place.words, " "));
+      out += fmt::format("        {}) {} ;;\n", patternOf(place), offer);
     }
-    out += fmt::format("    '{}') {} ;;\n", command->path, body);
+    out += places.empty() ? "      ;;\n" : "      esac ;;\n";
   }
   return out + "  esac\n}\ncomplete -F _vantorel vantorel\n";
 }
@@ -140,7 +196,7 @@ std::string zshScript(const CommandOutline& program) {
   std::string out =
       "#compdef vantorel\n\n"
       "_vantorel() {\n"
-      "  local at=vantorel word\n"
+      "  local at=vantorel word count=0 last= skipped=\n"
       "  local -a words_here\n"
       "  for word in \"${(@)words[2,CURRENT-1]}\"; do\n";
   out += pathCase(program, Shell::zsh) + "  done\n  case \"$at ${words[CURRENT-1]}\" in\n" +
@@ -154,41 +210,82 @@ std::string zshScript(const CommandOutline& program) {
       out += "        " + quoted(escaped + ":" + meaning, Shell::zsh) + "\n";
     }
     out += "      )\n      _describe -t words word words_here\n";
-    if (takes(command->arguments, kinds::file)) out += "      _files\n";
-    if (takes(command->arguments, kinds::folder)) out += "      _files -/\n";
-    out += "      ;;\n";
+    const auto places = placesOf(*command);
+    if (!places.empty()) out += "      case \"$count $last\" in\n";
+    for (const ArgumentPlace& place : places) {
+      const bool isFolder = place.argument->kind == kinds::folder;
+      const std::string offer = isPath(*place.argument)
+                                    ? std::string(isFolder ? "_files -/" : "_files")
+                                    : fmt::format("compadd -- {}", fmt::join(place.words, " "));
+      out += fmt::format("        {}) {} ;;\n", patternOf(place), offer);
+    }
+    out += places.empty() ? "      ;;\n" : "      esac\n      ;;\n";
   }
   return out + "  esac\n}\n\n_vantorel \"$@\"\n";
 }
 
 std::string fishScript(const CommandOutline& program) {
   std::string paths;
+  std::string valued;
   for (const CommandOutline* const command : program.all()) {
     if (command != &program) paths += " " + quoted(command->path, Shell::fish);
+    for (const OptionOutline& option : command->options) {
+      for (const std::string& name : option.names) {
+        if (option.value.empty()) continue;
+        valued +=
+            " " + quoted(command == &program ? name : command->path + " " + name, Shell::fish);
+      }
+    }
   }
   std::string out = fmt::format(
-      "# Whether this command is the one typed before the cursor.\n"
+      "# Whether this command is the one typed before the cursor; with a pattern, whether the "
+      "number\n"
+      "# of its arguments and the last of them are as it says.\n"
       "function __vantorel_at\n"
       "    set -l at vantorel\n"
+      "    set -l count 0\n"
+      "    set -l last ''\n"
+      "    set -l skipped ''\n"
       "    for word in (commandline -opc)[2..-1]\n"
-      "        contains -- \"$at $word\"{}\n"
-      "        and set at \"$at $word\"\n"
+      "        if test -n \"$skipped\"\n"
+      "            set skipped ''\n"
+      "        else if contains -- \"$at $word\"{}\n"
+      "            set at \"$at $word\"\n"
+      "            set count 0\n"
+      "            set last ''\n"
+      "        else if contains -- \"$at $word\"{}; or contains -- $word{}\n"
+      "            set skipped yes\n"
+      "        else if not string match -q -- '-*' $word\n"
+      "            set count (math $count + 1)\n"
+      "            set last $word\n"
+      "        end\n"
       "    end\n"
-      "    test \"$at\" = \"$argv\"\n"
+      "    test \"$at\" = $argv[1]; or return 1\n"
+      "    test (builtin count $argv) -eq 1; or string match -q -- $argv[2] \"$count $last\"\n"
       "end\n\n"
       "complete -c vantorel -f\n",
-      paths);
+      paths, valued, valued);
   for (const CommandOutline* const command : program.all()) {
-    const std::string at = fmt::format("complete -c vantorel -n '__vantorel_at {}'", command->path);
+    const std::string at =
+        fmt::format("complete -c vantorel -n '__vantorel_at \"{}\"'", command->path);
     for (const CommandOutline& sub : command->commands) {
       out += fmt::format("{} -a {} -d {}\n", at, sub.name(), quoted(sub.words, Shell::fish));
     }
-    for (const OptionOutline& argument : command->arguments) {
-      if (argument.kind == kinds::file || argument.kind == kinds::folder) out += at + " -F\n";
-      const auto words = wordsFor(argument);
-      if (words.empty()) continue;
-      out += fmt::format("{} -a '{}' -d {}\n", at, fmt::join(words, " "),
-                         quoted(argument.words, Shell::fish));
+    for (const ArgumentPlace& place : placesOf(*command)) {
+      const std::string pattern =
+          place.repeats && place.before == 0
+              ? "*"
+              : fmt::format("{} {}", place.before, place.after.empty() ? "*" : place.after);
+      for (const std::string& each : place.repeats&& place.before > 0
+                                         ? std::vector<std::string>{pattern, "[1-9]*"}
+                                         : std::vector<std::string>{pattern}) {
+        out += fmt::format("complete -c vantorel -n '__vantorel_at \"{}\" \"{}\"'", command->path,
+                           each);
+        out += isPath(*place.argument)
+                   ? " -F\n"
+                   : fmt::format(" -a '{}' -d {}\n", fmt::join(place.words, " "),
+                                 quoted(place.argument->words, Shell::fish));
+      }
     }
     for (const OptionOutline& option : command->options) {
       // The program's own options go with each command.
@@ -197,8 +294,7 @@ std::string fishScript(const CommandOutline& program) {
         line += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
       }
       if (!option.value.empty()) {
-        const bool isPath = option.kind == kinds::file || option.kind == kinds::folder;
-        line += isPath ? " -r -F" : " -x";
+        line += isPath(option) ? " -r -F" : " -x";
         if (const auto words = wordsFor(option); !words.empty()) {
           line += fmt::format(" -a '{}'", fmt::join(words, " "));
         }

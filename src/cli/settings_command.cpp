@@ -75,7 +75,9 @@ SettingsOptions::SettingsOptions(CLI::App& app)
   set->add_option("key", given_.key, "as \"vantorel settings list\" names it")
       ->type_name(kinds::setting)
       ->required();
-  set->add_option("value", given_.value, "text, number, true or false, or JSON")->required();
+  set->add_option("value", given_.value, "text, number, true or false, or JSON")
+      ->type_name(kinds::settingValue)
+      ->required();
   set->callback([this] { given_.verb = Verb::set; });
   CLI::App* const reset = settings_->add_subcommand("reset", "Back to the default");
   reset->add_option("key", given_.key, "as \"vantorel settings list\" names it")

@@ -1,6 +1,7 @@
 #include "settings/settings_table.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <array>
@@ -163,6 +164,7 @@ class Table {
 
   Setting& flag(std::string_view key, Member<bool> member, Rule rule) {
     Setting& row = add(key, member, "true or false", "true or false");
+    row.choices = {"true", "false"};
     row.load = [member, rule](const Stored& stored, const SettingsValues& defaults,
                               SettingsValues& values) {
       const bool* const flag = stored ? held<bool>(*stored) : nullptr;
@@ -183,6 +185,7 @@ class Table {
   template <NamedEnum Enum>
   void choice(std::string_view key, Member<Enum> member) {
     Setting& row = add(key, member, "choice", "one of " + allNames<Enum>());
+    for (const auto& entry : enumNames<Enum>) row.choices.emplace_back(entry.name);
     const auto read = [](const JSONValue& value) -> std::optional<Enum> {
       const auto* const name = held<std::string>(value);
       return name == nullptr ? std::nullopt : enumFromName<Enum>(*name);
@@ -203,12 +206,13 @@ class Table {
   template <NamedEnum Enum>
   void numbered(std::string_view key, Member<Enum> member, Enum zero,
                 Enum (*fromNumber)(std::int64_t), std::int64_t (*toNumber)(Enum)) {
-    std::string numbers;
+    std::vector<std::string> numbers;
     for (const auto& entry : enumNames<Enum>) {
       if (toNumber(entry.value) == 0 && toNumber(zero) != 0) continue;
-      numbers += fmt::format("{}{}", numbers.empty() ? "" : ", ", toNumber(entry.value));
+      numbers.push_back(std::to_string(toNumber(entry.value)));
     }
-    Setting& row = add(key, member, "number", "one of " + numbers);
+    Setting& row = add(key, member, "number", fmt::format("one of {}", fmt::join(numbers, ", ")));
+    row.choices = std::move(numbers);
     row.load = [member, zero, fromNumber, toNumber](const Stored& stored, const SettingsValues&,
                                                     SettingsValues& values) {
       const double number = stored ? numberOf(*stored).value_or(0) : 0;

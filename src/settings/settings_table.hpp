@@ -31,10 +31,11 @@ inline constexpr auto enumNames<SettingGroup> = std::to_array<EnumName<SettingGr
 struct Setting {
   std::string_view key;
   SettingGroup group = SettingGroup::capture;
-  std::string type;          ///< a word or two: "true or false", "choice", "number"
-  std::string allowed;       ///< completes the sentence "<key> must be ..."
-  std::string_view meaning;  ///< what it does; empty when it does nothing in this version
-  bool resets = true;        ///< returns to its default with "Reset all settings"
+  std::string type;                    ///< a word or two: "true or false", "choice", "number"
+  std::string allowed;                 ///< completes the sentence "<key> must be ..."
+  std::vector<std::string> choices{};  ///< all that it may be, where they can be counted
+  std::string_view meaning{};          ///< what it does; empty when it does nothing in this version
+  bool resets = true;                  ///< returns to its default with "Reset all settings"
 
   /// Others are only kept.
   [[nodiscard]] bool isOffered() const { return !meaning.empty(); }
