@@ -267,6 +267,7 @@ TEST_F(AppCoordinatorTest, ADisplayIsFiledUnderItsTimeWithScaleAndApplication) {
   run->begin({.kind = Kind::display});
   EXPECT_THAT(run->saved(1)->entry->path, testing::EndsWith(" 2.png"));
   EXPECT_THAT(run->saved(1)->entry->collectionIDs, IsEmpty());
+  EXPECT_THAT(run->saved(1)->remarks, ElementsAre(testing::HasSubstr("is in none")));
 }
 
 TEST_F(AppCoordinatorTest, ACrashBetweenAnyTwoChangesFilesTheCaptureOnce) {

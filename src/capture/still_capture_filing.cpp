@@ -76,11 +76,14 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
   entry.sourceApp = staged.record.sourceApp;
   // It may have been deleted, or typed by hand.
   const auto collection = services_.activeCollectionID();
-  if (collection && store.findCollection(*collection) != nullptr) {
-    entry.collectionIDs.push_back(*collection);
-  }
+  const bool isThere = collection && store.findCollection(*collection) != nullptr;
+  if (isThere) entry.collectionIDs.push_back(*collection);
   CaptureOutcome::Saved saved{
       std::make_shared<const ScreenshotEntry>(entry), std::move(placed.notes), {}};
+  if (collection && !isThere) {
+    saved.remarks.emplace_back(
+        "The collection that captures are to go into is gone, so this one is in none.");
+  }
   const auto unlisted = [](const std::string& reason) {
     return "The capture is saved, but not yet listed in History: " + reason + ".";
   };

@@ -11,6 +11,7 @@
 
 #include "base/enum_names.hpp"
 #include "cli/completion_script.hpp"
+#include "cli/exit_statuses.hpp"
 #include "cli/help_formatter.hpp"
 #include "cli/manual_page.hpp"
 #include "cli/one_of.hpp"
@@ -89,10 +90,12 @@ struct Given {
   std::string shell;
 };
 
-constexpr const char* exitStatuses =
-    "Exit status: 0 done; 1 failed, with the reason on standard error; 2 wrong usage;\n"
-    "3 cancelled by the user; 4 refused because another capture or a dialog is running;\n"
-    "130 or 143 ended by Ctrl-C or SIGTERM while another process had the library.";
+std::string exitStatusText() {
+  std::string text = "Exit status:";
+  for (const auto& [status, words] : exitStatuses)
+    text += fmt::format("\n  {:<10}{}", status, words);
+  return text;
+}
 
 void addCapture(CLI::App& app, Given& given) {
   CLI::App* const capture =
@@ -128,7 +131,7 @@ void addCapture(CLI::App& app, Given& given) {
   capture->add_flag("--pointer", given.showsPointer, "with the pointer in the picture");
   capture->add_flag("--notify", given.isAnsweredAtDesktop,
                     "show at the desktop how it ends, for launchers and key bindings");
-  capture->footer(exitStatuses);
+  capture->footer(exitStatusText());
 }
 
 /// Fills `what` from the options of "capture"; answers what is wrong with them, or nothing.
@@ -247,8 +250,10 @@ bool CommandLine::needsWindows() const {
 }
 
 bool CommandLine::needsLibrary() const {
-  return !std::holds_alternative<command::Settings>(command) &&
-         !std::holds_alternative<command::Autostart>(command);
+  if (const auto* const settings = std::get_if<command::Settings>(&command)) {
+    return settings->namesCollection();
+  }
+  return !std::holds_alternative<command::Autostart>(command);
 }
 
 bool CommandLine::onlyVerifies() const {
@@ -274,7 +279,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
                  "a folder that holds a library and settings of their own (tests, portable use)")
       ->type_name(kinds::folder);
   app.add_flag("--json", given.json, "print what is listed or made as JSON, one a line");
-  app.footer(exitStatuses);
+  app.footer(exitStatusText());
   app.formatter(std::make_shared<HelpFormatter>());
   app.require_subcommand(0, 1);
   addCapture(app, given);

@@ -147,7 +147,7 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
   } else if (std::holds_alternative<command::ListWindows>(line.command)) {
     listWindows(line.json, std::move(done));
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
-    changeSettings(*settings, line.json, withRemarks(*settings, std::move(done)));
+    changeSettings(*settings, line.json, asker, withRemarks(*settings, std::move(done)));
   } else if (const auto* autostart = std::get_if<command::Autostart>(&line.command)) {
     switchAutostart(*autostart, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
@@ -167,22 +167,48 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
   }
 }
 
-// A storage folder that takes no captures is refused here, where somebody reads why.
-void CommandRunner::changeSettings(const command::Settings& what, bool json, Done done) {
+// What a value names has to be there: it is refused here, where somebody reads why. What goes later
+// leaves the setting as it is.
+void CommandRunner::changeSettings(const command::Settings& what, bool json,
+                                   const CommandAsker& asker, Done done) {
   const Setting* const setting = findSetting(what.key);
-  const bool isFolder = what.verb == command::Settings::Verb::set && setting != nullptr &&
-                        setting->key == "storageDirectory";
-  const JSONValue value = isFolder ? setting->parse(what.value) : JSONValue();
-  if (!isFolder || !setting->accepts(value)) {
-    return runSettingsCommand(what, json, *services_.settings, std::move(done));
+  const JSONValue value = setting != nullptr && what.verb == command::Settings::Verb::set
+                              ? setting->parse(what.value)
+                              : JSONValue();
+  const auto* const named = std::get_if<std::string>(&value.value);
+  const auto change = [this, json](const command::Settings& checked, Done wanted) {
+    runSettingsCommand(checked, json, *services_.settings, std::move(wanted));
+  };
+  if (named == nullptr || !setting->accepts(value)) return change(what, std::move(done));
+  const auto checked = [this, what, change](Done wanted) {
+    return alive_.guard([what, change, wanted = std::make_shared<Done>(std::move(wanted))](
+                            const std::expected<void, std::string>& usable) {
+      if (!usable) return (*wanted)(failedReply(usable.error()));
+      change(what, std::move(*wanted));
+    });
+  };
+  if (what.key == "storageDirectory") {
+    services_.move->checkFolder(*named, checked(std::move(done)));
+  } else if (what.key == "desktopCoverImagePath") {
+    services_.checkFile(*named, checked(std::move(done)));
+  } else if (what.namesCollection()) {
+    whenLibraryReady(asker, std::move(done), [this, what, change, name = *named](Done wanted) {
+      const HistoryStore& store = services_.library->store();
+      const auto collection = store.resolveCollection(name);
+      if (!collection) {
+        const std::string reason = store.collections().empty()
+                                       ? store.indexRefusal().value_or(collection.error().reason)
+                                       : collection.error().reason;
+        return wanted(failedReply(
+            fmt::format("{}; \"vantorel library collections\" lists them all", reason)));
+      }
+      command::Settings byID = what;
+      byID.value = (*collection)->id;
+      change(byID, std::move(wanted));
+    });
+  } else {
+    change(what, std::move(done));
   }
-  services_.move->checkFolder(
-      std::get<std::string>(value.value),
-      alive_.guard([this, what, json, done = std::move(done)](
-                       const std::expected<void, std::string>& usable) mutable {
-        if (!usable) return done(failedReply(usable.error()));
-        runSettingsCommand(what, json, *services_.settings, std::move(done));
-      }));
 }
 
 void CommandRunner::withLibrary(const CommandLine& line, Done done, const CommandAsker& asker) {
@@ -258,6 +284,11 @@ CommandDone CommandRunner::withRemarks(const command::Settings& what, Done done)
       const std::string remark = services_.retention->remark();
       if (!remark.empty()) reply.error += remark + "\n";
       return done(std::move(reply));
+    }
+    const SettingsValues& values = services_.settings->values();
+    if (key.starts_with("desktopCover") && values.desktopCoverStyle == DesktopCoverStyle::custom &&
+        !values.desktopCoverImagePath) {
+      reply.error += "No image is chosen (\"desktopCoverImagePath\"), so the wallpaper is shown.\n";
     }
     services_.coordinator->whenKeysKnown(
         key,

@@ -39,6 +39,10 @@ class CommandRunner {
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
 
+    /// Answers why a file cannot be read, in a sentence.
+    using Checked = std::function<void(const std::expected<void, std::string>&)>;
+    std::function<void(const Path& file, Checked done)> checkFile;
+
     /// Files what earlier runs staged, unless it has been done.
     std::function<void(std::function<void()> filed)> fileStaged;
 
@@ -71,7 +75,8 @@ class CommandRunner {
   /// What answers a command that waits for the library; empty once it is answered.
   using Waiting = std::shared_ptr<Done>;
 
-  void changeSettings(const command::Settings& what, bool json, Done done);
+  void changeSettings(const command::Settings& what, bool json, const CommandAsker& asker,
+                      Done done);
   [[nodiscard]] Done withRemarks(const command::Settings& what, Done done);
   void whenLibraryReady(const CommandAsker& asker, Done done,
                         std::move_only_function<void(Done)> go);

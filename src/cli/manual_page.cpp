@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/json_writer.hpp"
+#include "cli/exit_statuses.hpp"
 #include "settings/settings_table.hpp"
 
 namespace vantorel {
@@ -140,7 +141,10 @@ std::string manualPage(const CommandOutline& program, std::string_view version) 
   for (const auto& [name, words] : files) page += item(italic(name), words);
   page += ".SH ENVIRONMENT\n" +
           item(bold("VANTOREL_LOG"), "What is logged to standard error: error, warning or info.");
-  page += ".SH EXIT STATUS\n" + paragraph(program.footer);
+  page += ".SH EXIT STATUS\n";
+  for (const auto& [status, words] : exitStatuses) {
+    page += item(bold(status), std::string(words) + ".");
+  }
   return page;
 }
 

@@ -22,6 +22,11 @@ struct Settings {
   Verb verb = Verb::list;
   std::string key;    ///< of `get`, `set` and `reset`
   std::string value;  ///< of `set`, as typed
+
+  /// Whether the library has to tell if the value is one.
+  [[nodiscard]] bool namesCollection() const {
+    return verb == Verb::set && key == "activeCollectionID";
+  }
 };
 
 }  // namespace command

@@ -1,5 +1,6 @@
 #include "main/program.hpp"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -283,6 +284,7 @@ struct Program::Parts {
         .autostart = &autostart,
         .screen = desktop.screen.get(),
         .windows = desktop.windows.get(),
+        .checkFile = [this](const Path& path, auto done) { checkFile(path, std::move(done)); },
         .fileStaged = [this](std::function<void()> filed) { fileStaged(std::move(filed)); },
         .unreachableTray =
             [this] { return isResident ? std::nullopt : trayProcess(library.paths()); }});
@@ -345,6 +347,18 @@ struct Program::Parts {
   void open() {
     library.onLateOpening = [this] { coordinator->recoverStagedCaptures([](int) {}); };
     library.open();
+  }
+
+  void checkFile(const Path& path, CommandRunner::Services::Checked done) {
+    disks.queue("com.hollen.Vantorel.library")
+        ->post([kept = files, path, runner = main, done = std::move(done)]() mutable {
+          std::expected<void, std::string> usable;
+          if (const auto opened = kept->open(path); !opened) {
+            usable = std::unexpected(
+                fmt::format("{} can't be opened: {}.", path.string(), opened.error().reason));
+          }
+          runner->post([usable = std::move(usable), done = std::move(done)] { done(usable); });
+        });
   }
 
   /// What earlier runs staged is filed once; what this one stages, it files itself.

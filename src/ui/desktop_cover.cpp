@@ -56,7 +56,9 @@ QImage wallpaper() {
       .copy();
 }
 
+/// Null when there is none.
 QImage customPicture(const DesktopCoverLook& look) {
+  if (look.imagePath.empty()) return {};
   QImage picture(QString::fromStdString(look.imagePath));
   if (picture.isNull()) logWarning("DesktopCover", "cannot read the image {}", look.imagePath);
   return picture;
@@ -144,15 +146,15 @@ void DesktopCover::show(std::function<void()> painted) {
 }
 
 void DesktopCover::build() {
+  DesktopCoverStyle style = look_.style;
   QImage picture;
-  switch (look_.style) {
-    case DesktopCoverStyle::wallpaper: picture = wallpaper(); break;
-    case DesktopCoverStyle::custom: picture = customPicture(look_); break;
-    case DesktopCoverStyle::color: break;
-  }
+  if (style == DesktopCoverStyle::custom) picture = customPicture(look_);
+  // An image that has gone is none that was chosen.
+  if (style == DesktopCoverStyle::custom && picture.isNull()) style = DesktopCoverStyle::wallpaper;
+  if (style == DesktopCoverStyle::wallpaper) picture = wallpaper();
   for (const QScreen* const screen : QGuiApplication::screens()) {
-    windows_.push_back(std::make_unique<Window>(screen_pixels::areaOf(*screen), look_.style,
-                                                colorOf(look_), picture));
+    windows_.push_back(
+        std::make_unique<Window>(screen_pixels::areaOf(*screen), style, colorOf(look_), picture));
     windows_.back()->show();
   }
 }
