@@ -32,6 +32,15 @@ Rewritten toRewritten(CaptureTranscoder::CompressOutcome outcome) {
   return std::nullopt;
 }
 
+}  // namespace
+
+std::string_view coveredInFile(const ScreenshotEntry& entry) {
+  return entry.originalPath ? "only what was redacted before it was converted is covered"
+                            : "nothing is covered";
+}
+
+namespace {
+
 /// Whoever redacted a capture may take its file for what they see in the editor.
 std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEntry& entry) {
   std::string text =
@@ -44,7 +53,8 @@ std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEn
         "the "
         "original. The file doesn't hold the annotations: use render.";
   } else if (!entry.shapes.empty()) {
-    text += " The file doesn't hold the annotations, so nothing is covered in it: use render.";
+    text += fmt::format(" The file doesn't hold the annotations, and {} in it: use render.",
+                        coveredInFile(entry));
   }
   return text;
 }

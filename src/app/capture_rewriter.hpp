@@ -25,6 +25,10 @@ struct RewrittenCapture {
 /// A rewritten capture, or the sentence that says why not.
 using RewriteReply = std::expected<RewrittenCapture, std::string>;
 
+/// What of a capture with annotations its file itself covers, "nothing is covered": files hold no
+/// annotations, but what is made of a redacted capture is blanked where it is redacted.
+[[nodiscard]] std::string_view coveredInFile(const ScreenshotEntry& entry);
+
 /// Converts and compresses captures of the library. The file before the change stays as the entry's
 /// original, so that nothing is lost. One rewrite of an entry at a time; a quit waits for it. Lives
 /// on the main runner; the work runs on `work`.

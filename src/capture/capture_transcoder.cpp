@@ -284,7 +284,9 @@ CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTrans
   const std::string bytes =
       takesPalette ? VT_TRY(encodePalette(*palette, encoding)) : VT_TRY(encode(image, encoding));
   const std::uint64_t most = VT_TRY(bytesToBeat(opened, encoding));
-  if (static_cast<double>(bytes.size()) > worthwhile * static_cast<double>(most)) {
+  // Who asks for 1x asks for the size on screen, whatever it saves.
+  const bool isScaled = image.size() != opened.image.size();
+  if (!isScaled && static_cast<double>(bytes.size()) > worthwhile * static_cast<double>(most)) {
     return std::nullopt;
   }
   return VT_TRY(write(source, opened, image, encoding, bytes));

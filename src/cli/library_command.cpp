@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <set>
 
+#include "app/capture_rewriter.hpp"
 #include "base/json_record.hpp"
 #include "base/random_id.hpp"
 #include "base/time_text.hpp"
@@ -377,7 +378,8 @@ CommandReply LibraryCommands::paths(const Looked& looked, bool json) {
       reply.error += fmt::format("{}: the file is {}.\n", entry.path, remarkOn(reach));
     }
     if (isRedacted(entry)) {
-      reply.error += entry.path + ": nothing is covered in this file: use render.\n";
+      reply.error +=
+          fmt::format("{}: {} in this file: use render.\n", entry.path, coveredInFile(entry));
     }
   }
   return reply;

@@ -94,7 +94,7 @@ TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {
   files->put("/data/Originals/b.mp4", "the only one");
   load(indexOf(R"({"id":5,"path":")" + clip + R"(","before":["/data/Originals/b.mp4"]})"));
   const CommandReply reply = verify(true);
-  EXPECT_EQ(reply.output, "0 captures, 0 kB\n") << reply.error;
+  EXPECT_EQ(reply.output, "0 captures, 0 bytes\n") << reply.error;
   EXPECT_EQ(files->text("/data/Originals/b.mp4"), "the only one");
 }
 

@@ -32,15 +32,22 @@ bool endsWith(const PictureBytes& bytes, std::string_view mark) {
 }
 
 /// The file is a row of boxes, each of which says its length; the last one may reach to the end.
+/// What comes after the picture and its description is not looked at by those who show it.
 bool isRowOfBoxes(const PictureBytes& bytes) {
   std::uint64_t at = 0;
+  bool isDescribed = false;
+  bool hasPicture = false;
   for (int i = 0; i < mostBoxes && at < bytes.size(); ++i) {
     const auto header = bytes.read(at, 16);
-    if (!header || header->size() < 8) return false;
+    const bool isComplete = isDescribed && hasPicture;
+    if (!header || header->size() < 8) return isComplete;
     std::uint64_t length = bigEndian(std::string_view(*header).substr(0, 4));
-    if (length == 0) return header->substr(4, 4) != "\0\0\0\0"sv;
+    const std::string type = header->substr(4, 4);
+    if (length == 0) return isComplete || type != "\0\0\0\0"sv;
     if (length == 1) length = bigEndian(std::string_view(*header).substr(8));
-    if (length < 8 || length > bytes.size() - at) return false;
+    if (length < 8 || length > bytes.size() - at) return isComplete;
+    isDescribed |= type == "meta";
+    hasPicture |= type == "mdat";
     at += length;
   }
   return at == bytes.size();

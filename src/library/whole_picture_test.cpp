@@ -34,5 +34,20 @@ TEST(WholePictureTest, FilesThatWereCutShortOrFilledUpWithZerosAreNotWhole) {
   }
 }
 
+TEST(WholePictureTest, WhatSomebodyAppendedDamagesNothing) {
+  const std::string described =
+      "\0\0\0\x10"
+      "ftypheic\0\0\0\0"
+      "\0\0\0\x0C"
+      "meta1234"s;
+  const std::string picture = described +
+                              "\0\0\0\x10"
+                              "mdat12345678"s;
+  for (const std::string& tail : {std::string(40, 'x'), std::string(40, '\0'), "end"s, ""s}) {
+    EXPECT_TRUE(isWholePicture(PictureInMemory(picture + tail))) << tail;
+    EXPECT_FALSE(isWholePicture(PictureInMemory(described + std::string(40, 'x')))) << tail;
+  }
+}
+
 }  // namespace
 }  // namespace vantorel

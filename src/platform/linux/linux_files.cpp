@@ -479,9 +479,9 @@ Result<void> LinuxFiles::checkWritable(const Path& folder) const {
   }
   const Path trial = folder / (".vantorel-" + randomID() + ".partial");
   FileDescriptor file = VT_TRY(openFile(trial, O_WRONLY | O_CREAT | O_EXCL, 0600));
-  auto written = fill(std::move(file), "x", Privacy::byUmask, Durability::flushed);
-  auto removed = answer(::unlink(trial.c_str()));
-  return written ? removed : written;
+  // At once, for the process may be killed while the disk writes.
+  VT_TRY(answer(::unlink(trial.c_str())));
+  return fill(std::move(file), "x", Privacy::byUmask, Durability::flushed);
 }
 
 Result<void> LinuxFiles::flushFolder(const Path& folder) {
