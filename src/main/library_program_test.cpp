@@ -14,7 +14,7 @@
 #include "main/program_under_test.hpp"
 #include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
-#include "platform/testing/stuck_mount.hpp"
+#include "platform/testing/served_mount.hpp"
 
 namespace vantorel {
 namespace {
@@ -404,7 +404,8 @@ TEST(LibraryProgramTest, AServerThatNeverAnswersHoldsNothingElse) {
   ChildProcess tray = vantorel.start({});
   waitForTray(client, vantorel, tray);
 
-  StuckMount stuck(server);
+  ServedMount stuck(server, desktop.folder() / "served");
+  stuck.hang();
   ChildProcess pruning = vantorel.start({"library", "prune"});
   ChildProcess converting = vantorel.start({"convert", "latest", "--format", "heic"});
   ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);

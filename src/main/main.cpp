@@ -18,7 +18,9 @@
 #include "main/ui_module.hpp"
 #include "platform/linux/command_bus.hpp"
 #include "platform/linux/desktop_session.hpp"
+#include "platform/linux/file_server.hpp"
 #include "platform/linux/loop_runner.hpp"
+#include "platform/linux/remote_files.hpp"
 #include "platform/linux/user_folders.hpp"
 
 namespace vantorel {
@@ -105,10 +107,11 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
 }
 
 /// Runs one command in this process, without living on.
-int runOnce(const CommandLine& line, const std::optional<Path>& root, CommandBus& bus,
-            EndingSignals& signals, const std::shared_ptr<TaskRunner>& main, DesktopUi* ui,
+int runOnce(const CommandLine& line, const std::optional<Path>& root,
+            std::shared_ptr<RemoteFiles> files, CommandBus& bus, EndingSignals& signals,
+            const std::shared_ptr<TaskRunner>& main, DesktopUi* ui,
             const std::function<void()>& runLoop, std::function<void()> quitLoop) {
-  Program program(root, main, ui, [] {});
+  Program program(root, std::move(files), main, ui, [] {});
   serve(bus, main, program, false);
   leaveWithoutTearingDown();
   TerminalProgress progress;
@@ -138,9 +141,9 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root, CommandBus
 /// not waited for.
 constexpr std::chrono::seconds endBound{5};
 
-[[noreturn]] void live(const std::optional<Path>& root, CommandBus& bus, EndingSignals& signals,
-                       DesktopUi& ui) {
-  Program program(root, ui.mainRunner(), &ui, [&] {
+[[noreturn]] void live(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> files,
+                       CommandBus& bus, EndingSignals& signals, DesktopUi& ui) {
+  Program program(root, std::move(files), ui.mainRunner(), &ui, [&] {
     std::thread([] {
       std::this_thread::sleep_for(endBound);
       leave(0);
@@ -159,6 +162,7 @@ constexpr std::chrono::seconds endBound{5};
 
 int run(int argc, char** argv) {
   if (argc == 2 && std::string_view(argv[1]) == clipboardHolderArgument) holdClipboard();
+  if (argc == 2 && std::string_view(argv[1]) == fileServerArgument) serveFiles();
   // Gone when the folder was deleted; then only whole paths mean something.
   std::error_code noFolder;
   const BusRequest request{{argv + 1, argv + argc},
@@ -189,18 +193,19 @@ int run(int argc, char** argv) {
     return print(started.reply);
   }
 
+  const auto files = std::make_shared<RemoteFiles>();
   const LibraryPaths library{(root ? UserFolders::below(*root) : UserFolders::ofThisUser()).data,
                              {}};
   if (std::holds_alternative<command::Quit>(line.command)) {
     signals.reset();
-    return print(quitTray(library));
+    return print(quitTray(*files, library));
   }
   const bool isResident = std::holds_alternative<command::Run>(line.command);
   const bool isAlone = started.role == CommandBus::Role::alone;
-  TrayLock tray(library);
+  TrayLock tray(*files, library);
   // One that has given up its name on the bus may still have something to save.
   if (isResident && !tray.take(isAlone ? std::chrono::seconds(1) : endBound + endBound)) {
-    const auto other = trayProcess(library);
+    const auto other = trayProcess(*files, library);
     if (isAlone && other) return print(toBus(failedReply(unreachableTraySentence(*other))));
   }
 
@@ -210,13 +215,15 @@ int run(int argc, char** argv) {
       return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
     }
     DesktopUi& ui = **loaded;
-    if (isResident) live(root, bus, *signals, ui);
+    if (isResident) live(root, files, bus, *signals, ui);
     return runOnce(
-        line, root, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); }, [&] { ui.quit(0); });
+        line, root, files, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); },
+        [&] { ui.quit(0); });
   }
   LoopRunner loop;
   return runOnce(
-      line, root, bus, *signals, loop.runner(), nullptr, [&] { loop.run(); }, [&] { loop.quit(); });
+      line, root, files, bus, *signals, loop.runner(), nullptr, [&] { loop.run(); },
+      [&] { loop.quit(); });
 }
 
 }  // namespace

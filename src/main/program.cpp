@@ -21,14 +21,12 @@
 #include "main/terminal_surfaces.hpp"
 #include "main/tray_lock.hpp"
 #include "platform/linux/autostart_entry.hpp"
-#include "platform/linux/bounded_files.hpp"
 #include "platform/linux/command_bus.hpp"
 #include "platform/linux/desktop_notifications.hpp"
 #include "platform/linux/desktop_session.hpp"
 #include "platform/linux/desktop_sounds.hpp"
 #include "platform/linux/inotify_watcher.hpp"
 #include "platform/linux/linux_clock.hpp"
-#include "platform/linux/linux_files.hpp"
 #include "platform/linux/linux_image_codec.hpp"
 #include "platform/linux/linux_trash.hpp"
 #include "platform/linux/mount_table_watcher.hpp"
@@ -145,11 +143,11 @@ bool relaunch(const std::optional<Path>& root) {
 
 struct Program::Parts {
   Parts(const UserFolders& folders, const std::optional<Path>& root,
-        std::shared_ptr<TaskRunner> mainRunner, DesktopUi* desktopUi,
-        std::function<void()> terminate)
+        std::shared_ptr<RemoteFiles> theFiles, std::shared_ptr<TaskRunner> mainRunner,
+        DesktopUi* desktopUi, std::function<void()> terminate)
       : main(std::move(mainRunner)),
         ui(desktopUi),
-        files(std::make_shared<BoundedFiles>(std::make_shared<LinuxFiles>())),
+        files(std::move(theFiles)),
         clock(std::make_shared<LinuxClock>()),
         codec(std::make_shared<LinuxImageCodec>()),
         detachedClipboard(main, disks.queue("com.hollen.Vantorel.clipboard")),
@@ -287,7 +285,7 @@ struct Program::Parts {
         .checkFile = [this](const Path& path, auto done) { checkFile(path, std::move(done)); },
         .fileStaged = [this](std::function<void()> filed) { fileStaged(std::move(filed)); },
         .unreachableTray =
-            [this] { return isResident ? std::nullopt : trayProcess(library.paths()); }});
+            [this] { return isResident ? std::nullopt : trayProcess(*files, library.paths()); }});
   }
 
   // Tasks use what is below the queues.
@@ -382,7 +380,11 @@ struct Program::Parts {
   }
 
   FolderWatcher& watcher() {
-    if (!folderWatcher) folderWatcher = std::make_unique<InotifyWatcher>();
+    if (!folderWatcher)
+      folderWatcher = std::make_unique<InotifyWatcher>(
+          [kept = files](int queue, const Path& folder, std::uint32_t events) {
+            return kept->watch(queue, folder, events);
+          });
     return *folderWatcher;
   }
 
@@ -427,7 +429,7 @@ struct Program::Parts {
   SerialQueues prompt{2};  // captures, index and settings, and nothing slow
   SerialQueues disks{6};   // where a disk or a service may hang; about a thread a queue
   SerialQueues pool{3};    // for work of the processor
-  std::shared_ptr<Files> files;
+  std::shared_ptr<RemoteFiles> files;
   std::shared_ptr<LinuxClock> clock;
   std::shared_ptr<LinuxImageCodec> codec;
   DetachedClipboard detachedClipboard;
@@ -458,10 +460,11 @@ struct Program::Parts {
   std::unique_ptr<CommandRunner> commands;
 };
 
-Program::Program(const std::optional<Path>& root, std::shared_ptr<TaskRunner> main, DesktopUi* ui,
-                 std::function<void()> terminate)
+Program::Program(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> files,
+                 std::shared_ptr<TaskRunner> main, DesktopUi* ui, std::function<void()> terminate)
     : parts_(std::make_unique<Parts>(root ? UserFolders::below(*root) : UserFolders::ofThisUser(),
-                                     root, std::move(main), ui, std::move(terminate))) {}
+                                     root, std::move(files), std::move(main), ui,
+                                     std::move(terminate))) {}
 
 Program::~Program() = default;
 

@@ -8,6 +8,7 @@
 #include "app/app_coordinator.hpp"
 #include "cli/command_line.hpp"
 #include "cli/command_runner.hpp"
+#include "platform/linux/remote_files.hpp"
 #include "platform/linux/user_folders.hpp"
 #include "ui/desktop_ui.hpp"
 
@@ -19,8 +20,8 @@ class Program {
  public:
   /// `root` holds a library and settings of their own, instead of the user's. `ui` is null for a
   /// run without windows. `terminate` ends the main loop.
-  Program(const std::optional<Path>& root, std::shared_ptr<TaskRunner> main, DesktopUi* ui,
-          std::function<void()> terminate);
+  Program(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> files,
+          std::shared_ptr<TaskRunner> main, DesktopUi* ui, std::function<void()> terminate);
   ~Program();
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;

@@ -40,14 +40,14 @@ bool TrayLock::take(std::chrono::milliseconds bound) {
   }
 }
 
-std::optional<long> trayProcess(const LibraryPaths& library) {
-  return lockHolder(library.trayLock());
+std::optional<long> trayProcess(const RemoteFiles& files, const LibraryPaths& library) {
+  return files.lockHolder(library.trayLock());
 }
 
-BusReply quitTray(const LibraryPaths& library) {
-  const auto process = trayProcess(library);
+BusReply quitTray(const RemoteFiles& files, const LibraryPaths& library) {
+  const auto process = trayProcess(files, library);
   if (!process) {
-    const auto user = lockHolder(library.lock());
+    const auto user = files.lockHolder(library.lock());
     return {0,
             {},
             user ? fmt::format("Vantorel isn't running in the tray; process {} has the library.\n",
@@ -57,7 +57,7 @@ BusReply quitTray(const LibraryPaths& library) {
   const FileDescriptor handle(::pidfd_open(static_cast<pid_t>(*process), 0));
   int error = errno;
   // From here on the number cannot go to another process; before, it could.
-  if (trayProcess(library) != process) return {};
+  if (trayProcess(files, library) != process) return {};
   const bool isTold =
       handle.isOpen() && ::pidfd_send_signal(handle.number(), SIGTERM, nullptr, 0) == 0;
   if (handle.isOpen()) error = errno;

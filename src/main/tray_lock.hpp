@@ -6,7 +6,7 @@
 
 #include "library/library_paths.hpp"
 #include "platform/linux/command_bus.hpp"
-#include "platform/linux/linux_files.hpp"
+#include "platform/linux/remote_files.hpp"
 
 namespace vantorel {
 
@@ -14,23 +14,24 @@ namespace vantorel {
 /// tell that it runs, and as which process. The kernel takes it back however the program ends.
 class TrayLock {
  public:
-  explicit TrayLock(const LibraryPaths& library) : library_(library) {}
+  TrayLock(RemoteFiles& files, const LibraryPaths& library) : files_(files), library_(library) {}
 
   /// Waits up to `bound` for a program that is about to end; false when another one goes on having
   /// it. Where the file system knows no locks, nobody has it. Blocks.
   [[nodiscard]] bool take(std::chrono::milliseconds bound);
 
  private:
+  RemoteFiles& files_;
   LibraryPaths library_;
-  LinuxFiles files_;
   std::unique_ptr<FileLock> lock_;
 };
 
 /// The process of the program in the tray of this library; nothing when there is none.
-[[nodiscard]] std::optional<long> trayProcess(const LibraryPaths& library);
+[[nodiscard]] std::optional<long> trayProcess(const RemoteFiles& files,
+                                              const LibraryPaths& library);
 
 /// Tells the program in the tray to quit, without a session bus: by SIGTERM. Waits some seconds for
 /// its end and answers what came of it.
-[[nodiscard]] BusReply quitTray(const LibraryPaths& library);
+[[nodiscard]] BusReply quitTray(const RemoteFiles& files, const LibraryPaths& library);
 
 }  // namespace vantorel

@@ -165,6 +165,10 @@ class Files {
   /// Makes renames and removals inside `folder` safe against a power cut.
   [[nodiscard]] virtual Result<void> flushFolder(const Path& folder) = 0;
 
+  /// Makes the contents of files in one folder safe against a power cut; one that has gone is none
+  /// of them.
+  [[nodiscard]] virtual Result<void> flushFiles(std::span<const Path> files) = 0;
+
   /// Fails when files may not be made in `folder`; leaves no trace in it.
   [[nodiscard]] virtual Result<void> checkWritable(const Path& folder) const = 0;
 

@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
-
-#include "platform/linux/system_error.hpp"
+#include <set>
+#include <utility>
 
 namespace vantorel {
 namespace {
@@ -46,18 +46,31 @@ void deliver(const std::shared_ptr<Sink>& sink, FolderEvent event) {
 /// which may go first.
 class InotifyWatcher::Sinks {
  public:
+  explicit Sinks(AddWatch addWatch) : addWatch_(std::move(addWatch)) {}
+
   FileDescriptor queue{::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)};
 
   Result<int> add(const Path& folder, const std::shared_ptr<Sink>& sink) {
-    // Under the lock: the same folder has the same number for everybody, and must not be given up
-    // in between.
-    const std::lock_guard lock(mutex_);
-    const int number = ::inotify_add_watch(queue.number(), folder.c_str(), wanted);
-    if (number == -1 && errno == ENOSPC) {
+    // The folder may be slow to answer, for which nobody else waits. The same folder has the same
+    // number for everybody: meanwhile none is given up, and no event is thrown away.
+    std::unique_lock lock(mutex_);
+    ++adding_;
+    lock.unlock();
+    const auto number = addWatch_(queue.number(), folder, wanted);
+    lock.lock();
+    if (number) byNumber_.emplace(*number, sink);
+    for (const auto& [from, event] : early_) {
+      if (number && from == *number) deliver(sink, event);
+    }
+    if (--adding_ == 0) {
+      early_.clear();
+      for (const int left : std::exchange(left_, {})) {
+        if (!byNumber_.contains(left)) ::inotify_rm_watch(queue.number(), left);
+      }
+    }
+    if (!number && number.error().kind == FailureKind::noSpace) {
       return failed(FailureKind::tooLarge, "the system's folder watches are used up");
     }
-    if (number == -1) return lastSystemFailure();
-    byNumber_.emplace(number, sink);
     return number;
   }
 
@@ -67,7 +80,7 @@ class InotifyWatcher::Sinks {
     for (auto found = begin; found != end; ++found) {
       if (found->second != sink) continue;
       byNumber_.erase(found);
-      if (!byNumber_.contains(number)) ::inotify_rm_watch(queue.number(), number);
+      if (!byNumber_.contains(number)) giveUp(number);
       return;
     }
   }
@@ -75,12 +88,13 @@ class InotifyWatcher::Sinks {
   void tell(int number, const FolderEvent& event) {
     const std::lock_guard lock(mutex_);
     const bool isGone = event.kind == FolderEvent::Kind::folderGone;
+    if (adding_ > 0 && !byNumber_.contains(number)) early_.emplace_back(number, event);
     for (auto [found, end] = byNumber_.equal_range(number); found != end;) {
       deliver(found->second, event);
       found = isGone ? byNumber_.erase(found) : std::next(found);
     }
     // A folder that was moved would go on being watched under the path it had.
-    if (isGone) ::inotify_rm_watch(queue.number(), number);
+    if (isGone) giveUp(number);
   }
 
   void tellAll(const FolderEvent& event) {
@@ -89,8 +103,20 @@ class InotifyWatcher::Sinks {
   }
 
  private:
+  void giveUp(int number) {
+    if (adding_ > 0) {
+      left_.insert(number);
+    } else {
+      ::inotify_rm_watch(queue.number(), number);
+    }
+  }
+
+  AddWatch addWatch_;
   std::mutex mutex_;
   std::multimap<int, std::shared_ptr<Sink>> byNumber_;
+  int adding_ = 0;
+  std::set<int> left_;                              // to be given up when nothing is added
+  std::vector<std::pair<int, FolderEvent>> early_;  // of folders that are being added
 };
 
 class InotifyWatcher::Watch final : public FolderWatch {
@@ -108,8 +134,8 @@ class InotifyWatcher::Watch final : public FolderWatch {
   std::shared_ptr<Sink> sink_;
 };
 
-InotifyWatcher::InotifyWatcher()
-    : sinks_(std::make_shared<Sinks>()), stop_(::eventfd(0, EFD_CLOEXEC)) {
+InotifyWatcher::InotifyWatcher(AddWatch addWatch)
+    : sinks_(std::make_shared<Sinks>(std::move(addWatch))), stop_(::eventfd(0, EFD_CLOEXEC)) {
   if (!sinks_->queue.isOpen() || !stop_.isOpen()) return;
   thread_ = std::jthread([sinks = sinks_, stop = stop_.number()] {
     alignas(inotify_event) std::array<char, 16384> buffer;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,7 +16,11 @@ namespace vantorel {
 /// Watches folders through inotify. One thread waits for the events of all of them.
 class InotifyWatcher final : public FolderWatcher {
  public:
-  InotifyWatcher();
+  /// Adds a folder to an inotify queue for these events, and answers its number there, as
+  /// `RemoteFiles::watch` does. May block.
+  using AddWatch = std::function<Result<int>(int queue, const Path& folder, std::uint32_t events)>;
+
+  explicit InotifyWatcher(AddWatch addWatch);
   ~InotifyWatcher() override;
 
   Result<std::unique_ptr<FolderWatch>> watch(

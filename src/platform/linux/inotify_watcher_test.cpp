@@ -4,8 +4,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <semaphore>
+#include <thread>
 
 #include "platform/linux/loop_runner.hpp"
+#include "platform/linux/remote_files.hpp"
 
 namespace vantorel {
 namespace {
@@ -46,7 +50,11 @@ class InotifyWatcherTest : public testing::Test {
   Path root;
   Path folder;
   LoopRunner loop;
-  InotifyWatcher watcher;
+  std::function<void(const Path&)> beforeAdding = [](const Path&) {};
+  InotifyWatcher watcher{[this](int queue, const Path& added, std::uint32_t events) {
+    beforeAdding(added);
+    return RemoteFiles().watch(queue, added, events);
+  }};
   std::string waitedFor;
   int stillToHear = 0;
 };
@@ -87,6 +95,43 @@ TEST_F(InotifyWatcherTest, TellsEverybodyWhatHappensUntilTheFolderGoes) {
 
   EXPECT_EQ(watcher.watch(root / "none", loop.runner(), {}).error().kind, FailureKind::notFound);
   EXPECT_EQ(watcher.watch(folder / "e", loop.runner(), {}).error().kind, FailureKind::notFound);
+}
+
+TEST_F(InotifyWatcherTest, AFolderThatIsSlowToAnswerHoldsNobodyElse) {
+  std::vector<std::string> events;
+  std::vector<std::string> late;
+  auto one = watch(events);
+  auto gone = watch(events);
+  std::binary_semaphore begun(0);
+  std::binary_semaphore answers(0);
+  beforeAdding = [&](const Path& added) {
+    if (added != root / "slow") return;
+    begun.release();
+    answers.acquire();
+  };
+  std::filesystem::create_directory(root / "slow");
+  std::unique_ptr<FolderWatch> slow;
+  std::jthread adding([&] {
+    slow = watcher
+               .watch(root / "slow", loop.runner(),
+                      [&](const FolderEvent& event) { late.push_back(event.name); })
+               .value();
+  });
+  begun.acquire();
+  gone.reset();
+  std::ofstream(folder / "a") << "x";
+  waitFor("changed a");
+  EXPECT_THAT(events, Contains("changed a"));
+  // Nor is anything given up that the other may turn out to be.
+  one.reset();
+  answers.release();
+  adding.join();
+  std::ofstream(root / "slow" / "b") << "x";
+  auto again = watch(events);
+  std::ofstream(folder / "c") << "x";
+  waitFor("changed c");
+  EXPECT_THAT(events, Contains("changed c"));
+  EXPECT_THAT(late, Contains("b"));
 }
 
 }  // namespace

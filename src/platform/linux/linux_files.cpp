@@ -63,12 +63,35 @@ FileType fileType(const std::filesystem::directory_entry& item) {
   return item.is_directory(gone) ? FileType::folder : FileType::other;
 }
 
-Result<void> writeAll(int file, std::string_view bytes) {
+/// Contents go whole, or in pieces to whoever wants to hear that they go on.
+class Pieces {
+ public:
+  explicit Pieces(const LinuxFiles::Progress& progress) : progress_(progress) {}
+
+  [[nodiscard]] std::uint64_t most() const { return progress_ ? 256 << 10 : UINT64_MAX; }
+
+  void gone() const {
+    if (progress_) progress_();
+  }
+
+  /// What was written is on its way now, so that flushing has no long silence at the end.
+  void written(int file) const {
+    if (!progress_) return;
+    (void)::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
+    progress_();
+  }
+
+ private:
+  const LinuxFiles::Progress& progress_;
+};
+
+Result<void> writeAll(int file, std::string_view bytes, const Pieces& pieces) {
   while (!bytes.empty()) {
-    const ssize_t written =
-        uninterrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
+    const std::size_t size = std::min<std::uint64_t>(bytes.size(), pieces.most());
+    const ssize_t written = uninterrupted([&] { return ::write(file, bytes.data(), size); });
     if (written == -1) return lastSystemFailure();
     bytes.remove_prefix(static_cast<std::size_t>(written));
+    if (!bytes.empty()) pieces.written(file);
   }
   return {};
 }
@@ -125,23 +148,27 @@ class LinuxFileContent final : public FileContent {
 
 /// Copies inside the kernel; through memory on file systems that cannot.
 Result<void> copyRun(int to, const LinuxFileContent& from, std::uint64_t offset,
-                     std::uint64_t length) {
+                     std::uint64_t length, const Pieces& pieces) {
   constexpr std::uint64_t stride = 1 << 20;
   auto place = static_cast<off64_t>(offset);
   while (length > 0) {
+    const std::size_t size = std::min(length, pieces.most());
     const ssize_t copied = uninterrupted(
-        [&] { return ::copy_file_range(from.number(), &place, to, nullptr, length, 0); });
+        [&] { return ::copy_file_range(from.number(), &place, to, nullptr, size, 0); });
     if (copied > 0) {
       length -= static_cast<std::uint64_t>(copied);
+      pieces.written(to);
       continue;
     }
     if (copied == -1 && errno != EXDEV && errno != EINVAL && errno != ENOSYS &&
         errno != EOPNOTSUPP) {
       return lastSystemFailure();
     }
-    const std::string bytes =
-        VT_TRY(from.read(static_cast<std::uint64_t>(place), std::min(length, stride)));
-    VT_TRY(writeAll(to, bytes));
+    const std::string bytes = VT_TRY(
+        from.read(static_cast<std::uint64_t>(place), std::min({length, stride, pieces.most()})));
+    pieces.gone();
+    VT_TRY(writeAll(to, bytes, pieces));
+    pieces.written(to);
     place += static_cast<off64_t>(bytes.size());
     length -= bytes.size();
   }
@@ -149,27 +176,28 @@ Result<void> copyRun(int to, const LinuxFileContent& from, std::uint64_t offset,
 }
 
 /// Small pieces are gathered: a call for each would cost more than their bytes.
-Result<void> writeParts(int to, std::span<const ContentPart> parts) {
+Result<void> writeParts(int to, std::span<const ContentPart> parts, const Pieces& pieces) {
   constexpr std::size_t enough = 256 << 10;
   constexpr std::uint64_t worthACall = 16 << 10;
   std::string gathered;
   for (const ContentPart& part : parts) {
     if (gathered.size() >= enough) {
-      VT_TRY(writeAll(to, gathered));
+      VT_TRY(writeAll(to, gathered, pieces));
       gathered.clear();
     }
     if (part.source == nullptr) {
       gathered += part.bytes;
     } else if (part.length < worthACall) {
       gathered += VT_TRY(part.source->read(part.offset, part.length));
+      pieces.gone();
     } else {
-      VT_TRY(writeAll(to, gathered));
+      VT_TRY(writeAll(to, gathered, pieces));
       gathered.clear();
       VT_TRY(copyRun(to, dynamic_cast<const LinuxFileContent&>(*part.source), part.offset,
-                     part.length));
+                     part.length, pieces));
     }
   }
-  return writeAll(to, gathered);
+  return writeAll(to, gathered, pieces);
 }
 
 Result<void> flushFile(int file) {
@@ -178,9 +206,9 @@ Result<void> flushFile(int file) {
 }
 
 Result<void> fill(FileDescriptor file, std::string_view bytes, Privacy privacy,
-                  Durability durability) {
+                  Durability durability, const Pieces& pieces) {
   if (privacy == Privacy::ownerOnly) VT_TRY(modeSet(::fchmod(file.number(), 0600)));
-  VT_TRY(writeAll(file.number(), bytes));
+  VT_TRY(writeAll(file.number(), bytes, pieces));
   if (durability == Durability::flushed) VT_TRY(flushFile(file.number()));
   // Network file systems report a full disk as late as here.
   return answer(::close(file.release()));
@@ -277,6 +305,11 @@ class LinuxFileLock final : public FileLock {
 
 }  // namespace
 
+LinuxFiles::LinuxFiles() : LinuxFiles(nullptr, ::getpid()) {}
+
+LinuxFiles::LinuxFiles(Progress progress, long process)
+    : progress_(std::move(progress)), process_(process) {}
+
 Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) const try {
   // Without O_NONBLOCK a pipe somebody left under the name would hold us for ever.
   const FileDescriptor file = VT_TRY(openFile(path, O_RDONLY | O_NONBLOCK));
@@ -285,6 +318,7 @@ Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) cons
   if (S_ISDIR(status.st_mode)) return systemFailure(EISDIR);
   if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
 
+  const Pieces pieces(progress_);
   std::string bytes;
   // One byte more than expected shows the end of the file in the same call.
   std::size_t room = static_cast<std::size_t>(status.st_size) + 1;
@@ -295,11 +329,13 @@ Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) cons
     const std::size_t size = bytes.size();
     ssize_t got = 0;
     bytes.resize_and_overwrite(size + room, [&](char* data, std::size_t) {
-      got = uninterrupted([&] { return ::read(file.number(), data + size, room); });
+      const std::size_t most = std::min<std::uint64_t>(room, pieces.most());
+      got = uninterrupted([&] { return ::read(file.number(), data + size, most); });
       return size + static_cast<std::size_t>(std::max<ssize_t>(got, 0));
     });
     if (got == -1) return lastSystemFailure();
     if (got == 0) return bytes;
+    pieces.gone();
     room = std::max<std::size_t>(room - static_cast<std::size_t>(got), 4096);
   }
 } catch (const std::bad_alloc&) {
@@ -320,6 +356,7 @@ Result<std::vector<FolderItem>> LinuxFiles::list(const Path& folder) const {
   std::filesystem::directory_iterator item(folder, error);
   while (!error && item != std::filesystem::directory_iterator()) {
     items.push_back({item->path().filename(), fileType(*item)});
+    if (progress_ && items.size() % 64 == 0) progress_();
     item.increment(error);
   }
   if (error) return systemFailure(error.value());
@@ -366,7 +403,7 @@ Result<void> LinuxFiles::create(const Path& path, std::string_view bytes, Privac
                                 Durability durability) {
   const mode_t mode = privacy == Privacy::ownerOnly ? 0600 : 0666;
   FileDescriptor file = VT_TRY(openFile(path, O_WRONLY | O_CREAT | O_EXCL, mode));
-  auto filled = fill(std::move(file), bytes, privacy, durability);
+  auto filled = fill(std::move(file), bytes, privacy, durability, Pieces(progress_));
   if (!filled) ::unlink(path.c_str());
   return filled;
 }
@@ -402,7 +439,7 @@ Result<std::shared_ptr<FileContent>> LinuxFiles::replaceWithParts(
       VT_TRY(openFile(staging, O_RDWR | O_CREAT | O_EXCL, mode)));
   const auto write = [&]() -> Result<void> {
     if (privacy == Privacy::ownerOnly) VT_TRY(modeSet(::fchmod(content->number(), 0600)));
-    VT_TRY(writeParts(content->number(), parts));
+    VT_TRY(writeParts(content->number(), parts, Pieces(progress_)));
     VT_TRY(flushFile(content->number()));
     return answer(::rename(staging.c_str(), path.c_str()));
   };
@@ -447,7 +484,8 @@ Result<void> LinuxFiles::copyNew(const Path& from, const Path& to) {
   if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
   FileDescriptor copy = VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
   const auto write = [&]() -> Result<void> {
-    VT_TRY(copyRun(copy.number(), source, 0, static_cast<std::uint64_t>(status.st_size)));
+    VT_TRY(copyRun(copy.number(), source, 0, static_cast<std::uint64_t>(status.st_size),
+                   Pieces(progress_)));
     VT_TRY(copyAttributes(source.number(), copy.number()));
     VT_TRY(modeSet(::fchmod(copy.number(), status.st_mode & 0777U)));
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
@@ -475,13 +513,13 @@ Result<void> LinuxFiles::checkWritable(const Path& folder) const {
   // One without a name is gone whatever happens; not every file system has such.
   FileDescriptor unnamed(::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
   if (unnamed.number() != -1) {
-    return fill(std::move(unnamed), "x", Privacy::byUmask, Durability::flushed);
+    return fill(std::move(unnamed), "x", Privacy::byUmask, Durability::flushed, Pieces(progress_));
   }
   const Path trial = folder / (".vantorel-" + randomID() + ".partial");
   FileDescriptor file = VT_TRY(openFile(trial, O_WRONLY | O_CREAT | O_EXCL, 0600));
   // At once, for the process may be killed while the disk writes.
   VT_TRY(answer(::unlink(trial.c_str())));
-  return fill(std::move(file), "x", Privacy::byUmask, Durability::flushed);
+  return fill(std::move(file), "x", Privacy::byUmask, Durability::flushed, Pieces(progress_));
 }
 
 Result<void> LinuxFiles::flushFolder(const Path& folder) {
@@ -490,6 +528,25 @@ Result<void> LinuxFiles::flushFolder(const Path& folder) {
   // Some network file systems have nothing to flush for a folder.
   if (flushed == -1 && errno == EINVAL) return {};
   return answer(flushed);
+}
+
+Result<void> LinuxFiles::flushFiles(std::span<const Path> files) {
+  // One call for a whole file system waits for what other programs wrote there as well, which may
+  // be much where it is far away.
+  constexpr std::size_t mostFlushedSingly = 8;
+  if (files.size() > mostFlushedSingly && !progress_) {
+    const FileDescriptor folder =
+        VT_TRY(openFile(files.front().parent_path(), O_RDONLY | O_DIRECTORY));
+    return answer(::syncfs(folder.number()));
+  }
+  for (const Path& path : files) {
+    const auto file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
+    if (!file && file.error().kind == FailureKind::notFound) continue;
+    if (!file) return std::unexpected(file.error());
+    VT_TRY(flushFile(file->number()));
+    Pieces(progress_).gone();
+  }
+  return {};
 }
 
 Result<std::string> LinuxFiles::attribute(const Path& path, std::string_view name) const {
@@ -532,7 +589,7 @@ Result<std::unique_ptr<FileLock>> LinuxFiles::lock(const Path& path) {
   if (found == -1 && errno != ENOENT) return lastSystemFailure();
   if (found == -1 || named.st_ino != ours.st_ino || named.st_dev != ours.st_dev) return lock(path);
   // For those who wait.
-  const std::string pid = std::to_string(::getpid());
+  const std::string pid = std::to_string(process_);
   if (::ftruncate(file.number(), 0) == 0) (void)!::pwrite(file.number(), pid.data(), pid.size(), 0);
   return std::make_unique<LinuxFileLock>(std::move(file));
 }

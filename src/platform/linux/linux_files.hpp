@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <optional>
+
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -9,6 +12,14 @@ namespace vantorel {
 /// written, linked or marked through a link somebody left in a folder.
 class LinuxFiles final : public Files {
  public:
+  using Progress = std::function<void()>;
+
+  LinuxFiles();
+
+  /// `progress` is called after each piece of what may take long; locks name `process` as the one
+  /// that has them.
+  LinuxFiles(Progress progress, long process);
+
   [[nodiscard]] Result<std::string> read(const Path& path,
                                          std::uint64_t limit = UINT64_MAX) const override;
   [[nodiscard]] Result<FileStatus> status(const Path& path) const override;
@@ -30,6 +41,7 @@ class LinuxFiles final : public Files {
   Result<void> copyNew(const Path& from, const Path& to) override;
   Result<void> remove(const Path& path) override;
   Result<void> flushFolder(const Path& folder) override;
+  Result<void> flushFiles(std::span<const Path> files) override;
   [[nodiscard]] Result<void> checkWritable(const Path& folder) const override;
   [[nodiscard]] Result<std::string> attribute(const Path& path,
                                               std::string_view name) const override;
@@ -37,6 +49,10 @@ class LinuxFiles final : public Files {
                             std::string_view value) override;
   Result<void> removeAttribute(const Path& path, std::string_view name) override;
   Result<std::unique_ptr<FileLock>> lock(const Path& path) override;
+
+ private:
+  Progress progress_;
+  long process_;
 };
 
 /// The process that holds the lock of `Files::lock`; nothing when nobody does, or it can't be told.

@@ -1,14 +1,12 @@
 #include "platform/linux/linux_trash.hpp"
 
-#include <fcntl.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <ctime>
+#include <map>
 #include <utility>
 
-#include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/mount_table.hpp"
 
 namespace vantorel {
@@ -18,7 +16,6 @@ constexpr std::uint32_t stickyBit = 01000;
 constexpr int mostNames = 10'000;
 constexpr int longestGap = 64;
 constexpr std::uint64_t longestInfo = std::uint64_t{64} * 1024;
-constexpr std::size_t mostFlushedSingly = 8;
 
 /// As in URLs, bytes other than letters, digits and a few marks become "%XX".
 std::string percentEncoded(std::string_view path) {
@@ -61,12 +58,6 @@ Path infoOf(const Path& trashed) {
   return info;
 }
 
-void sync(const Files& files, const Path& path, int (*how)(int)) {
-  if (!files.status(path)) return;  // a server that went would not answer either
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-  if (file.number() != -1) (void)how(file.number());
-}
-
 }  // namespace
 
 LinuxTrash::LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID)
@@ -93,14 +84,9 @@ void LinuxTrash::flush() {
   const std::set<Path> folders = std::exchange(unflushed_, {});
   const std::vector<Path> infos = std::exchange(unflushedInfo_, {});
   lock.unlock();
-  // One call for a whole file system waits for what other programs wrote there as well.
-  if (infos.size() > mostFlushedSingly) {
-    std::set<Path> places;
-    for (const Path& info : infos) places.insert(info.parent_path());
-    for (const Path& place : places) sync(files_, place, ::syncfs);
-  } else {
-    for (const Path& info : infos) sync(files_, info, ::fsync);
-  }
+  std::map<Path, std::vector<Path>> byFolder;
+  for (const Path& info : infos) byFolder[info.parent_path()].push_back(info);
+  for (const auto& [folder, files] : byFolder) (void)files_.flushFiles(files);
   for (const Path& folder : folders) (void)files_.flushFolder(folder);
 }
 

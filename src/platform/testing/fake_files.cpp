@@ -300,6 +300,8 @@ Result<void> FakeFiles::flushFolder(const Path& folder) {
   return {};
 }
 
+Result<void> FakeFiles::flushFiles(std::span<const Path> /*files*/) { return {}; }
+
 Result<std::string> FakeFiles::attribute(const Path& path, std::string_view name) const {
   const auto found = VT_TRY(file(path));
   if (!keepsAttributes) return failed(FailureKind::unsupported, "no attributes here");

@@ -88,6 +88,7 @@ class FakeFiles final : public Files {
   Result<void> copyNew(const Path& from, const Path& to) override;
   Result<void> remove(const Path& path) override;
   Result<void> flushFolder(const Path& folder) override;
+  Result<void> flushFiles(std::span<const Path> files) override;
   [[nodiscard]] Result<void> checkWritable(const Path& folder) const override;
   [[nodiscard]] Result<std::string> attribute(const Path& path,
                                               std::string_view name) const override;

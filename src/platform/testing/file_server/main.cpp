@@ -1,0 +1,3 @@
+#include "platform/linux/file_server.hpp"
+
+int main() { vantorel::serveFiles(); }
