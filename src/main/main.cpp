@@ -181,8 +181,9 @@ int run(int argc, char** argv) {
         {2, {}, "--output - is a picture, not for a terminal: send it to a file or a program.\n"});
   }
 
+  const auto files = std::make_shared<RemoteFiles>();
   // Asked before anything is built: most commands go to the program that runs already.
-  CommandBus bus(CommandBus::nameFor(root));
+  CommandBus bus(CommandBus::nameFor(root, *files));
   std::optional<EndingSignals> signals(std::in_place, [&bus] { bus.cancel(); });
   TerminalProgress progress;
   const CommandBus::Started started = bus.start(
@@ -193,9 +194,8 @@ int run(int argc, char** argv) {
     return print(started.reply);
   }
 
-  const auto files = std::make_shared<RemoteFiles>();
-  const LibraryPaths library{(root ? UserFolders::below(*root) : UserFolders::ofThisUser()).data,
-                             {}};
+  const LibraryPaths library{
+      (root ? UserFolders::below(*root) : UserFolders::ofThisUser(*files)).data, {}};
   if (std::holds_alternative<command::Quit>(line.command)) {
     signals.reset();
     return print(quitTray(*files, library));

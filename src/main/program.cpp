@@ -106,9 +106,9 @@ constexpr const char* settingsTitle = "Settings";
 /// As long as a person needs to notice a flash and hear a sound.
 constexpr std::chrono::milliseconds cueLength{700};
 
-Path autostartFile(const std::optional<Path>& root) {
-  return UserFolders::ofThisUser().config.parent_path() / "autostart" /
-         (CommandBus::nameFor(root) + ".desktop");
+Path autostartFile(const Files& files, const std::optional<Path>& root) {
+  return UserFolders::ofThisUser(files).config.parent_path() / "autostart" /
+         (CommandBus::nameFor(root, files) + ".desktop");
 }
 
 /// Starts this program with the same files.
@@ -121,12 +121,12 @@ std::vector<std::string> commandFor(const std::optional<Path>& root) {
 }
 
 /// The entries of the same name for all users.
-std::vector<Path> sharedAutostartFiles(const std::optional<Path>& root) {
-  std::vector<Path> files;
-  for (const Path& folder : UserFolders::ofThisUser().sharedConfig) {
-    files.push_back(folder / "autostart" / autostartFile(root).filename());
+std::vector<Path> sharedAutostartFiles(const Files& files, const std::optional<Path>& root) {
+  std::vector<Path> shared;
+  for (const Path& folder : UserFolders::ofThisUser(files).sharedConfig) {
+    shared.push_back(folder / "autostart" / autostartFile(files, root).filename());
   }
-  return files;
+  return shared;
 }
 
 /// Starts the program anew in place of this process. Comes back only when that fails.
@@ -152,12 +152,13 @@ struct Program::Parts {
         codec(std::make_shared<LinuxImageCodec>()),
         detachedClipboard(main, disks.queue("com.hollen.Vantorel.clipboard")),
         sounds(disks.queue("com.hollen.Vantorel.sounds")),
-        autostart(*files, autostartFile(root), commandFor(root), sharedAutostartFiles(root)),
+        autostart(*files, autostartFile(*files, root), commandFor(root),
+                  sharedAutostartFiles(*files, root)),
         desktop(makeDesktopServices(
             environmentVariable, main,
             ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),
         notifications(disks.queue("com.hollen.Vantorel.notifications")),
-        trash(*files, *clock, UserFolders::ofThisUser().data.parent_path(), ::geteuid()),
+        trash(*files, *clock, UserFolders::ofThisUser(*files).data.parent_path(), ::geteuid()),
         settingsFile({.files = *files,
                       .main = main,
                       .io = prompt.queue("com.hollen.Vantorel.settings"),
@@ -462,9 +463,9 @@ struct Program::Parts {
 
 Program::Program(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> files,
                  std::shared_ptr<TaskRunner> main, DesktopUi* ui, std::function<void()> terminate)
-    : parts_(std::make_unique<Parts>(root ? UserFolders::below(*root) : UserFolders::ofThisUser(),
-                                     root, std::move(files), std::move(main), ui,
-                                     std::move(terminate))) {}
+    : parts_(std::make_unique<Parts>(
+          root ? UserFolders::below(*root) : UserFolders::ofThisUser(*files), root,
+          std::move(files), std::move(main), ui, std::move(terminate))) {}
 
 Program::~Program() = default;
 

@@ -17,14 +17,21 @@ namespace {
 
 constexpr std::chrono::seconds connectBound{2};
 
+/// With the links followed in as much of the path as there is.
+Path withoutLinks(const Files& files, const Path& path) {
+  Path rest;
+  for (Path there = path; there.has_relative_path(); there = there.parent_path()) {
+    if (const auto found = files.resolved(there)) return (*found / rest).lexically_normal();
+    rest = there.filename() / rest;
+  }
+  return path.lexically_normal();
+}
+
 }  // namespace
 
-std::string CommandBus::nameFor(const std::optional<Path>& root) {
+std::string CommandBus::nameFor(const std::optional<Path>& root, const Files& files) {
   if (!root) return command_bus_protocol::wellKnownName;
-  std::error_code failure;
-  Path path = std::filesystem::weakly_canonical(*root, failure);
-  if (failure) path = root->lexically_normal();
-  std::string text = path.string();
+  std::string text = withoutLinks(files, *root).string();
   while (text.size() > 1 && text.ends_with('/')) text.pop_back();
   // FNV-1a (Fowler, Noll, Vo), 64 bits: the same on every run and build.
   std::uint64_t hash = 0xCBF29CE484222325ULL;

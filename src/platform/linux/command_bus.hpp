@@ -69,8 +69,9 @@ class CommandBus {
     BusReply reply;
   };
 
-  /// "com.hollen.Vantorel", with a suffix of its own for each separate root.
-  [[nodiscard]] static std::string nameFor(const std::optional<Path>& root);
+  /// "com.hollen.Vantorel", with a suffix of its own for each separate root, by whatever links it
+  /// is named. Blocks.
+  [[nodiscard]] static std::string nameFor(const std::optional<Path>& root, const Files& files);
 
   /// An owner that was told to stop a command and is then silent for `silence` is waited for no
   /// longer.

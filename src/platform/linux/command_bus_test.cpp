@@ -12,6 +12,7 @@
 #include <mutex>
 #include <thread>
 
+#include "platform/linux/linux_files.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
 #include "platform/testing/desktop/test_loop.hpp"
 
@@ -30,7 +31,7 @@ struct Joined {
   CommandBus::Started started;
 
   explicit Joined(const BusRequest& what)
-      : bus(std::make_unique<CommandBus>(CommandBus::nameFor(std::nullopt))),
+      : bus(std::make_unique<CommandBus>(CommandBus::nameFor(std::nullopt, LinuxFiles()))),
         started(bus->start(what)) {}
 
   [[nodiscard]] bool isOwner() const { return started.role == CommandBus::Role::owner; }
@@ -211,7 +212,7 @@ TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
 /// A process that asks, for a command that takes long.
 struct Asker {
   explicit Asker(const std::string& what, milliseconds silence = std::chrono::seconds(30))
-      : bus(CommandBus::nameFor(std::nullopt), silence),
+      : bus(CommandBus::nameFor(std::nullopt, LinuxFiles()), silence),
         outcome(std::async(std::launch::async, [this, what] {
           return bus.start(request({what}), [this](const BusProgress& at) {
             const std::lock_guard lock(mutex);
@@ -454,11 +455,11 @@ TEST_F(CommandBusTest, WithoutABusTheProcessIsOnItsOwn) {
 }
 
 TEST(CommandBusNameTest, EachRootHasAProgramOfItsOwn) {
-  EXPECT_EQ(CommandBus::nameFor(std::nullopt), "com.hollen.Vantorel");
-  const std::string one = CommandBus::nameFor("/tmp/one");
+  EXPECT_EQ(CommandBus::nameFor(std::nullopt, LinuxFiles()), "com.hollen.Vantorel");
+  const std::string one = CommandBus::nameFor("/tmp/one", LinuxFiles());
   EXPECT_THAT(one, testing::MatchesRegex("com\\.hollen\\.Vantorel\\.r[0-9a-f]{16}"));
-  EXPECT_EQ(CommandBus::nameFor("/tmp/../tmp/one/"), one);
-  EXPECT_NE(CommandBus::nameFor("/tmp/two"), one);
+  EXPECT_EQ(CommandBus::nameFor("/tmp/../tmp/one/", LinuxFiles()), one);
+  EXPECT_NE(CommandBus::nameFor("/tmp/two", LinuxFiles()), one);
 }
 
 }  // namespace

@@ -4,14 +4,13 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <ranges>
 
 namespace vantorel {
 namespace {
 
-using Path = std::filesystem::path;
+/// The file of an honest user is much smaller.
+constexpr std::uint64_t longestText = 64 << 10;
 
 /// A base directory: the variable when it holds an absolute path (others are to be ignored), else
 /// the usual place.
@@ -67,7 +66,7 @@ UserFolders UserFolders::below(const std::filesystem::path& root) {
   return {.data = root, .config = root, .cache = root / "Caches", .captures = root / "Captures"};
 }
 
-UserFolders UserFolders::ofThisUser() {
+UserFolders UserFolders::ofThisUser(const Files& files) {
   const Environment environment = [](const char* name) -> std::optional<std::string> {
     const char* value = std::getenv(name);
     if (value == nullptr && std::string_view(name) == "HOME") {
@@ -78,10 +77,9 @@ UserFolders UserFolders::ofThisUser() {
     return value;
   };
   const Path home = environment("HOME").value_or("/");
-  std::ifstream file(baseFolder(environment, "XDG_CONFIG_HOME", home / ".config") /
-                     "user-dirs.dirs");
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  return ofUser(environment, text);
+  const auto text = files.read(
+      baseFolder(environment, "XDG_CONFIG_HOME", home / ".config") / "user-dirs.dirs", longestText);
+  return ofUser(environment, text.value_or(""));
 }
 
 }  // namespace vantorel

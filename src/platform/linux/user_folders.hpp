@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/files.hpp"
+
 namespace vantorel {
 
 /// Where this user's things belong: the XDG base directories
@@ -27,8 +29,8 @@ struct UserFolders {
                                           std::string_view userDirectories);
   [[nodiscard]] static UserFolders below(const std::filesystem::path& root);
 
-  /// Those of the running process's user.
-  [[nodiscard]] static UserFolders ofThisUser();
+  /// Those of the running process's user. Blocks.
+  [[nodiscard]] static UserFolders ofThisUser(const Files& files);
 };
 
 }  // namespace vantorel
