@@ -35,7 +35,7 @@ int print(const BusReply& reply) {
 }
 
 /// Ends the process with what was printed flushed, and without waiting for threads that hang in a
-/// server that does not answer. Everything that must be on disk is there by now.
+/// disk or a service that does not answer. Everything that must be on disk is there by now.
 [[noreturn]] void leave(int status) {
   std::fflush(nullptr);
   std::_Exit(status);

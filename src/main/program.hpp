@@ -53,8 +53,8 @@ class Program {
   void handOverClipboard();
 
   /// Gives the library to the next process, when nothing else is to be done and the main runner has
-  /// ended: a thread that hangs in a server that does not answer keeps the process from ending, and
-  /// must not keep the library. Waits for a second at most.
+  /// ended: a thread that hangs in a disk of this machine keeps the process from ending, and must
+  /// not keep the library. Waits for a second at most.
   void releaseLibrary();
 
   /// Quits as the menu does; see `AppCoordinator::quit`.
