@@ -288,7 +288,9 @@ CommandDone CommandRunner::withRemarks(const command::Settings& what, Done done)
     const SettingsValues& values = services_.settings->values();
     if (key.starts_with("desktopCover") && values.desktopCoverStyle == DesktopCoverStyle::custom &&
         !values.desktopCoverImagePath) {
-      reply.error += "No image is chosen (\"desktopCoverImagePath\"), so the wallpaper is shown.\n";
+      reply.error +=
+          "No image is chosen (\"desktopCoverImagePath\"), so the color covers the desktop's "
+          "icons.\n";
     }
     services_.coordinator->whenKeysKnown(
         key,

@@ -103,6 +103,9 @@ struct FolderFollowing {
 constexpr const char* settingsFileName = "settings.json";
 constexpr const char* settingsTitle = "Settings";
 
+/// In bytes; a photo has a tenth of it.
+constexpr std::uint64_t largestCoverImage = 100'000'000;
+
 /// As long as a person needs to notice a flash and hear a sound.
 constexpr std::chrono::milliseconds cueLength{700};
 
@@ -391,9 +394,25 @@ struct Program::Parts {
 
   void showCoverLook() {
     const SettingsValues& values = settings.values();
-    ui->setDesktopCoverLook({.style = values.desktopCoverStyle,
-                             .imagePath = values.desktopCoverImagePath.value_or(""),
-                             .color = values.desktopCoverColor});
+    DesktopCoverLook look{
+        .style = values.desktopCoverStyle, .image = {}, .color = values.desktopCoverColor};
+    ui->setDesktopCoverLook(look);
+    coverLook.renew();
+    if (look.style != DesktopCoverStyle::custom || !values.desktopCoverImagePath) return;
+    disks.queue("com.hollen.Vantorel.cover")
+        ->post([kept = files, path = *values.desktopCoverImagePath, runner = main,
+                show = coverLook.guard([this, look](Result<std::string>& image) mutable {
+                  if (!image) {
+                    logWarning("DesktopCover", "the image cannot be read: {}",
+                               image.error().reason);
+                    return;
+                  }
+                  look.image = *std::move(image);
+                  ui->setDesktopCoverLook(std::move(look));
+                })]() mutable {
+          runner->post([image = kept->read(path, largestCoverImage),
+                        show = std::move(show)]() mutable { show(image); });
+        });
   }
 
   // Captures go by age only while the program lives in the tray: a command does what it says and
@@ -449,6 +468,7 @@ struct Program::Parts {
   bool hasFiledStaged = false;    // at the start
   bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
   Observation settingsObservation;
+  Alive coverLook;
   std::unique_ptr<AppCoordinator> coordinator;
   std::unique_ptr<FolderFollowing> following;  // in the tray alone
   std::unique_ptr<CaptureRewriter> rewriter;

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "base/log.hpp"
 #include "ui/native_display.hpp"
 #include "ui/screen_pixels.hpp"
 
@@ -54,14 +53,6 @@ QImage wallpaper() {
   }
   return QImage(xcb_get_image_data(pixels.get()), size->width, size->height, QImage::Format_RGB32)
       .copy();
-}
-
-/// Null when there is none.
-QImage customPicture(const DesktopCoverLook& look) {
-  if (look.imagePath.empty()) return {};
-  QImage picture(QString::fromStdString(look.imagePath));
-  if (picture.isNull()) logWarning("DesktopCover", "cannot read the image {}", look.imagePath);
-  return picture;
 }
 
 }  // namespace
@@ -146,15 +137,18 @@ void DesktopCover::show(std::function<void()> painted) {
 }
 
 void DesktopCover::build() {
-  DesktopCoverStyle style = look_.style;
   QImage picture;
-  if (style == DesktopCoverStyle::custom) picture = customPicture(look_);
-  // An image that has gone is none that was chosen.
-  if (style == DesktopCoverStyle::custom && picture.isNull()) style = DesktopCoverStyle::wallpaper;
-  if (style == DesktopCoverStyle::wallpaper) picture = wallpaper();
+  switch (look_.style) {
+    case DesktopCoverStyle::wallpaper: picture = wallpaper(); break;
+    case DesktopCoverStyle::custom:
+      picture.loadFromData(reinterpret_cast<const uchar*>(look_.image.data()),
+                           static_cast<int>(look_.image.size()));
+      break;
+    case DesktopCoverStyle::color: break;
+  }
   for (const QScreen* const screen : QGuiApplication::screens()) {
-    windows_.push_back(
-        std::make_unique<Window>(screen_pixels::areaOf(*screen), style, colorOf(look_), picture));
+    windows_.push_back(std::make_unique<Window>(screen_pixels::areaOf(*screen), look_.style,
+                                                colorOf(look_), picture));
     windows_.back()->show();
   }
 }

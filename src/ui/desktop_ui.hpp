@@ -17,7 +17,7 @@ namespace vantorel {
 /// image that cannot be had.
 struct DesktopCoverLook {
   DesktopCoverStyle style = DesktopCoverStyle::wallpaper;
-  std::string imagePath;  ///< of `custom`
+  std::string image;  ///< of `custom`: the picture file's bytes
   std::string color = "#3a3a3c";
 };
 

@@ -1,6 +1,7 @@
 #include <X11/keysym.h>
 #include <gmock/gmock.h>
 
+#include <QBuffer>
 #include <QColor>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -254,13 +255,14 @@ TEST_F(DesktopCoverTest, LiesBetweenTheIconsAndTheWindows) {
   EXPECT_EQ(papered.pixel(50, 700), testPixel(5, 50, 700));
   EXPECT_EQ(papered.pixel(1200, 3), testPixel(5, 1200, 3));
 
-  const auto file = QString::fromStdString((desktop->folder() / "picture.png").string());
+  QByteArray file;
+  QBuffer buffer(&file);
   QImage picture(64, 64, QImage::Format_RGB32);
   picture.fill(QColor("#c04020"));
-  ASSERT_TRUE(picture.save(file));
-  cover({.style = DesktopCoverStyle::custom, .imagePath = file.toStdString()});
+  ASSERT_TRUE(picture.save(&buffer, "PNG"));
+  cover({.style = DesktopCoverStyle::custom, .image = file.toStdString()});
   EXPECT_EQ(QColor(screen("cover-custom").pixel(50, 700)), QColor("#c04020"));
-  cover({.style = DesktopCoverStyle::custom, .imagePath = "/nowhere.png", .color = "#204060"});
+  cover({.style = DesktopCoverStyle::custom, .color = "#204060"});
   EXPECT_EQ(QColor(screen("cover-missing").pixel(50, 700)), QColor("#204060"));
 
   ui->desktopCoverWindows()->hide();
