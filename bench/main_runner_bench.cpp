@@ -21,11 +21,11 @@
 #include "library/library.hpp"
 #include "platform/linux/inotify_watcher.hpp"
 #include "platform/linux/linux_clock.hpp"
-#include "platform/linux/linux_files.hpp"
 #include "platform/linux/linux_image_codec.hpp"
 #include "platform/linux/linux_trash.hpp"
 #include "platform/linux/loop_runner.hpp"
 #include "platform/linux/mount_table_watcher.hpp"
+#include "platform/linux/remote_files.hpp"
 #include "platform/linux/serial_queues.hpp"
 
 namespace vantorel {
@@ -142,11 +142,13 @@ struct Tray {
   LoopRunner loop;
   std::shared_ptr<TimedRunner> main = std::make_shared<TimedRunner>(loop.runner());
   SerialQueues queues{6};
-  std::shared_ptr<LinuxFiles> files = std::make_shared<LinuxFiles>();
+  std::shared_ptr<RemoteFiles> files = std::make_shared<RemoteFiles>();
   std::shared_ptr<LinuxClock> clock = std::make_shared<LinuxClock>();
   std::shared_ptr<LinuxImageCodec> codec = std::make_shared<LinuxImageCodec>();
   LinuxTrash trash;
-  InotifyWatcher watcher;
+  InotifyWatcher watcher{[this](int queue, const Path& folder, std::uint32_t events) {
+    return files->watch(queue, folder, events);
+  }};
   MountTableWatcher mounts;
   Library library;
   LibraryVerify verify;
