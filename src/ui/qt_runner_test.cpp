@@ -31,16 +31,20 @@ class QtRunnerTest : public testing::Test {
 TEST_F(QtRunnerTest, RunsTasksOfAllThreadsInOrderAndNeverTooEarly) {
   const auto start = SteadyClock::now();
   SteadyClock::duration waited{};
+  int counted = 0;
+  const auto endWhenAllRan = [&] {
+    if (order.size() == 4 && counted == 1001) QCoreApplication::quit();
+  };
+  // Each is due after the one before it, however late this thread comes to post it.
   runner->post([this] { order += "a"; });
+  runner->postAfter(0ms, [this] { order += "b"; });
+  runner->postAfter(10ms, [this] { order += "c"; });
   runner->postAfter(30ms, [&] {
     waited = SteadyClock::now() - start;
     order += "d";
     EXPECT_TRUE(runner->isCurrent());
-    QCoreApplication::quit();
+    endWhenAllRan();
   });
-  runner->postAfter(10ms, [this] { order += "c"; });
-  runner->postAfter(0ms, [this] { order += "b"; });
-  int counted = 0;
   std::thread other([&] {
     EXPECT_FALSE(runner->isCurrent());
     for (int i = 0; i < 1000; ++i) {
@@ -49,7 +53,10 @@ TEST_F(QtRunnerTest, RunsTasksOfAllThreadsInOrderAndNeverTooEarly) {
         ++counted;
       });
     }
-    runner->postAfter(5ms, [&counted] { ++counted; });
+    runner->postAfter(5ms, [&] {
+      ++counted;
+      endWhenAllRan();
+    });
   });
   run();
   other.join();
