@@ -21,6 +21,8 @@ constexpr std::chrono::seconds clipboardBound{5};
 
 /// How long somebody at the desktop goes without a sign of the capture he took.
 constexpr std::chrono::seconds desktopPatience{1};
+// Of a burst of changes of the library the menu shows what came of it.
+constexpr std::chrono::milliseconds menuPatience{250};
 constexpr std::chrono::seconds trayBound{10};
 
 StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::seconds delay) {
@@ -237,6 +239,8 @@ StillCapturePipeline::Finished AppCoordinator::untilSaved(StillCapturePipeline::
 }
 
 void AppCoordinator::captureForUser(StillCaptureCommand command) {
+  // While one is under way, pressing the key again needs no answer.
+  if (refusal() == CaptureRefusal::captureRunning) return;
   command.isAnsweredAtDesktop = true;
   capture(std::move(command), [](const CaptureReply&) {});
 }
@@ -245,10 +249,7 @@ void AppCoordinator::captureForUser(StillCaptureCommand command) {
 void AppCoordinator::report(const CaptureReply& reply, bool timed) {
   if (const auto* refused = std::get_if<CaptureRefusal>(&reply)) {
     logInfo("Capture", "{}", sentence(*refused));
-    // While one is under way, pressing the key again needs no answer.
-    if (*refused != CaptureRefusal::captureRunning) {
-      services_.alerts->notify("Screenshot failed", sentence(*refused));
-    }
+    services_.alerts->notify("Screenshot failed", sentence(*refused));
     return;
   }
   const CaptureOutcome& outcome = std::get<CaptureOutcome>(reply);
@@ -399,6 +400,12 @@ void AppCoordinator::startResident() {
     if (key == "rememberedRegion") {
       previousArea_.setRegion(services_.settings->values().rememberedRegion);
     }
+  });
+  // Collections and the newest captures are lines of the menu.
+  libraryObservation_ = services_.library->store().observe([this](const HistoryChange&) {
+    libraryChanged_.renew();
+    services_.main->postAfter(menuPatience,
+                              libraryChanged_.guard([this] { services_.statusMenuChanged(); }));
   });
   services_.settings->onShowMenuBarIconChange = [this] {
     services_.showStatusItem(services_.settings->values().showMenuBarIcon);

@@ -156,6 +156,8 @@ class AppCoordinator {
   std::unique_ptr<StillCapturePipeline> stills_;
   std::unique_ptr<StagedCaptureRecovery> recovery_;
   Observation settingsObservation_;
+  Observation libraryObservation_;
+  Alive libraryChanged_;
   std::set<std::pair<ShortcutID, std::uint32_t>> toldKeys_;  // that they do not work
   Alive refusedKeysChanged_;
   Alive alive_;

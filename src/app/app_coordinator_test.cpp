@@ -757,6 +757,9 @@ TEST_F(AppCoordinatorTest, AtTheDesktopEveryEndIsShownAndACommandIsAnsweredInWor
   EXPECT_TRUE(run->cues[0].withSound);
   EXPECT_EQ(run->clipboard->images, 1);
   EXPECT_THAT(run->alerts.notices, IsEmpty()) << "success needs no words";
+  run->menuChanges = 0;
+  run->runners.advance(250ms);
+  EXPECT_EQ(run->menuChanges, 1) << "the capture can be copied from the menu";
 
   run->settings->set(&SettingsValues::playSounds, false);
   run->settings->set(&SettingsValues::storageDirectory, "/media/stick");
@@ -795,6 +798,14 @@ TEST_F(AppCoordinatorTest, AtTheDesktopEveryEndIsShownAndACommandIsAnsweredInWor
   EXPECT_EQ(run->clipboard->images, 2);
   EXPECT_EQ(run->alerts.notices.size(), told);
   EXPECT_EQ(run->cues.size(), 2U);
+
+  // While one is under way, a key that is pressed again is no news, but a command is.
+  run->app->captureForUser({.kind = Kind::area});
+  run->runners.run();
+  run->app->captureForUser({.kind = Kind::area});
+  EXPECT_EQ(run->alerts.notices.size(), told);
+  run->app->capture({.kind = Kind::area, .isAnsweredAtDesktop = true}, [](const CaptureReply&) {});
+  EXPECT_EQ(run->alerts.notices.size(), told + 1);
 }
 
 TEST_F(AppCoordinatorTest, WithoutATrayItSaysOnceThatItRuns) {
