@@ -8,7 +8,6 @@
 #include "library/history_log.hpp"
 
 namespace vantorel {
-namespace {}  // namespace
 
 HistoryFolderMonitor::HistoryFolderMonitor(Services services)
     : services_(std::move(services)),
@@ -140,7 +139,11 @@ void HistoryFolderMonitor::happened(const std::string& name, const FolderEvent& 
         arrivals_.insert(path);
         return lookSoon(name);
       }
-      if (event.kind != FolderEvent::Kind::disappeared && onFileChange) onFileChange(path);
+      if (event.kind == FolderEvent::Kind::disappeared) {
+        heard_.gone.insert(path);
+      } else if (onFileChange) {
+        onFileChange(path);
+      }
       return lookSoon(name);
     }
     case FolderEvent::Kind::folderGone:
@@ -185,12 +188,12 @@ void HistoryFolderMonitor::prune() {
   movedFrom_.clear();
   // A library that is not ours to write is not ours to clear up.
   if (services_.store.indexRefusal()) {
-    heardMoves_.clear();
+    heard_ = {};
     return toLookAt_.clear();
   }
   lookAtArrivals();
   services_.reachability.look(
-      std::exchange(toLookAt_, {}), std::exchange(heardMoves_, {}),
+      std::exchange(toLookAt_, {}), std::exchange(heard_, {}),
       alive_.guard([this, moving = services_.store.claims().fileChanges()](
                        const std::string& name, const HistoryReachability::Seen& seen) {
         if (seen.isUnsettled && wanted_.contains(name)) lookSoon(name);
@@ -259,13 +262,13 @@ void HistoryFolderMonitor::hearMove(const std::string& path, const FolderEvent& 
       return;
     }
     const auto earlier = std::ranges::find(
-        heardMoves_, path, [](const auto& move) -> const auto& { return move.second; });
-    if (earlier != heardMoves_.end()) movedFrom_[event.move] = earlier->first;
+        heard_.moves, path, [](const auto& move) -> const auto& { return move.second; });
+    if (earlier != heard_.moves.end()) movedFrom_[event.move] = earlier->first;
     return;
   }
   const auto from = movedFrom_.find(event.move);
   if (from == movedFrom_.end()) return;
-  heardMoves_[from->second] = path;
+  heard_.moves[from->second] = path;
   movedFrom_.erase(from);
 }
 

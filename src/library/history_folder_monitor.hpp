@@ -125,7 +125,7 @@ class HistoryFolderMonitor {
   std::set<std::string> toLookAt_;
   std::chrono::nanoseconds toLookSince_{0};
   std::map<std::uint32_t, std::string> movedFrom_;  // the path an entry has, by the move's number
-  std::map<std::string, std::string> heardMoves_;   // old path to new, since the last look
+  HistoryReachability::Heard heard_;                // since the last look
   std::set<std::string> arrivals_;                  // files of no entry, since the last look
   std::deque<PlacedEntry> departed_;                // their files went; oldest first
   std::uint64_t generations_ = 0;

@@ -122,6 +122,20 @@ TEST_F(HistoryFolderMonitorTest, OnlyWhatGoesWhileItWatchesLeavesHistory) {
   EXPECT_EQ(ids(), "d") << "taken and gone without a look in between";
 }
 
+TEST_F(HistoryFolderMonitorTest, WhatIsHeardToGoBeforeTheFirstLookLeavesHistory) {
+  for (const char* const id : {"a", "b", "c"}) add(id);
+  files.disk.erase("/captures/c.png");
+  monitor.emplace(HistoryFolderMonitor::Services{store, deletion, reachability, files, watcher,
+                                                 mounts, runners, runners.main(),
+                                                 runners.runner("folders")});
+  runners.advance(500ms);
+  ASSERT_TRUE(watcher.isWatched("/captures"));
+  takeFile("a.png");
+  runners.advance(4s);
+  EXPECT_EQ(ids(), "bc");
+  EXPECT_EQ(outOfReach(), "c");
+}
+
 TEST_F(HistoryFolderMonitorTest, AFolderThatHoldsNothingAnyMoreIsNotWatched) {
   add("a");
   start();

@@ -7,17 +7,20 @@
 
 namespace vantorel {
 
-void HistoryReachability::look(const std::set<std::string>& folders,
-                               std::map<std::string, std::string> heardMoves,
+void HistoryReachability::look(const std::set<std::string>& folders, Heard heard,
                                const FolderSeen& done) {
   Looks looks;
   for (const std::string& folder : folders) {
     looks[folder].ticket = folders_[folder].ticket = ++tickets_;
   }
+  for (const std::string& path : heard.gone) {
+    const auto folder = folders_.find(folderOf(path));
+    if (folder != folders_.end()) folder->second.heardGone.insert(path);
+  }
   work_->post([&files = files_, main = main_, looks = std::move(looks),
                scope = FileLookScope{.entries = store_.entries(),
                                      .unreadPaths = store_.unreadPaths(),
-                                     .heardMoves = std::move(heardMoves)},
+                                     .heardMoves = std::move(heard.moves)},
                reply = alive_.guard(
                    [this, done](Looks& seen, const FileLook& found) { landed(seen, found, done); }),
                learn = alive_.guard([this](const std::vector<SeenFile>& files) {
@@ -65,10 +68,12 @@ void HistoryReachability::landed(Looks& looks, const FileLook& found, const Fold
 
 EntryList HistoryReachability::adopt(const Look& look, Folder& folder) {
   const bool isSameFolder = look.identity && look.identity == folder.identity;
+  const auto heardGone = std::exchange(folder.heardGone, {});
   EntryList went;
   std::set<std::string> outOfReach;
   for (const EntryPointer& entry : look.gone) {
-    if (isSameFolder && !folder.outOfReach.contains(entry->id)) {
+    const bool wasThere = isSameFolder && !folder.outOfReach.contains(entry->id);
+    if (wasThere || heardGone.contains(entry->path)) {
       went.push_back(entry);
     } else {
       outOfReach.insert(entry->id);

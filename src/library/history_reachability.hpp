@@ -21,8 +21,8 @@ namespace vantorel {
 /// the main runner; looks at the disk on `work`.
 ///
 /// What `reachOf` calls gone counts as gone here only when the file was there at an earlier look,
-/// or was filed since, in the same folder on the same file system: what was deleted while nobody
-/// looked stays in the library until somebody asks for it to be pruned.
+/// or was filed since, in the same folder on the same file system, or was heard to go: what was
+/// deleted while nobody looked stays in the library until somebody asks for it to be pruned.
 class HistoryReachability {
  public:
   HistoryReachability(HistoryStore& store, const Files& files, std::shared_ptr<TaskRunner> main,
@@ -39,12 +39,16 @@ class HistoryReachability {
   };
   using FolderSeen = std::function<void(const std::string& folder, const Seen& seen)>;
 
+  /// What was heard of files since the last look.
+  struct Heard {
+    std::map<std::string, std::string> moves{};  ///< new paths by old ones
+    std::set<std::string> gone{};                ///< paths that files went from
+  };
+
   /// Looks for the files of all entries in these folders, gives entries the paths their files have
   /// by now, and remembers what the files are. `done` comes once for each folder; not for a folder
-  /// that was asked for anew meanwhile. `heardMoves` are the
-  /// new paths of files that were heard to move, by their old ones.
-  void look(const std::set<std::string>& folders, std::map<std::string, std::string> heardMoves,
-            const FolderSeen& done);
+  /// that was asked for anew meanwhile.
+  void look(const std::set<std::string>& folders, Heard heard, const FolderSeen& done);
 
   /// What is known of the folder no longer holds: files missing at the next look are out of reach.
   void distrust(std::string_view folder);
@@ -65,6 +69,7 @@ class HistoryReachability {
     std::uint64_t ticket = 0;  ///< of the last look-up asked for
     std::optional<FolderIdentity> identity;
     std::set<std::string> outOfReach;
+    std::set<std::string> heardGone;  ///< paths, since the last look that landed
   };
 
   void landed(Looks& looks, const FileLook& found, const FolderSeen& done);
