@@ -41,6 +41,13 @@ std::string_view coveredInFile(const ScreenshotEntry& entry) {
 
 namespace {
 
+std::string remarkOn(const RewriteJournal::Left& left) {
+  return fmt::format(
+      "The file before it, {}, could not be removed ({}). It stays there until \"vantorel library "
+      "verify --repair\" can remove it.",
+      left.path, left.reason);
+}
+
 /// Whoever redacted a capture may take its file for what they see in the editor.
 std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEntry& entry) {
   std::string text =
@@ -135,18 +142,18 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
       [source, change, asked = entry, journal = journal_, files = services_.files,
        codec = services_.codec, quality = services_.settings->values().jpegQuality,
        main = services_.main,
-       landed = alive_.guard(
-           [this, entry, source, finished = std::move(finished)](Rewritten& result) mutable {
-             if (!result || !*result) {
-               auto reply =
-                   result ? RewriteReply(RewrittenCapture{
-                                entry, "The file is as it should be already; nothing was changed."})
-                          : RewriteReply(std::unexpected(result.error()));
-               return endJournal(entry->id, [reply = std::move(reply),
-                                             finished = std::move(finished)] { finished(reply); });
-             }
-             fileAway(*entry, source, **result, std::move(finished));
-           })]() mutable {
+       landed = alive_.guard([this, entry, source,
+                              finished = std::move(finished)](Rewritten& result) mutable {
+         if (!result || !*result) {
+           auto reply =
+               result ? RewriteReply(RewrittenCapture{
+                            entry, "The file is as it should be already; nothing was changed."})
+                      : RewriteReply(std::unexpected(result.error()));
+           return endJournal(entry->id, [reply = std::move(reply), finished = std::move(finished)](
+                                            const auto&) { finished(reply); });
+         }
+         fileAway(*entry, source, **result, std::move(finished));
+       })]() mutable {
         CaptureTranscoder transcoder(files, codec);
         source.willMake = [&](const Path& path, std::uint64_t inode) {
           return journal->willMake(asked->id, path, inode);
@@ -203,17 +210,18 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
     }
     const EntryPointer entry = services_.library->store().find(id);
     if (!entry) return finished(std::unexpected("The capture has left History."));
-    endJournal(id, [entry, remark = std::move(remark), finished = std::move(finished)] {
-      finished(RewrittenCapture{entry, remark});
+    endJournal(id, [entry, remark = std::move(remark), finished = std::move(finished)](
+                       const std::optional<RewriteJournal::Left>& left) {
+      finished(RewrittenCapture{entry, left ? remark + " " + remarkOn(*left) : remark});
     });
   }));
 }
 
-void CaptureRewriter::endJournal(const std::string& id, std::move_only_function<void()> then) {
+void CaptureRewriter::endJournal(const std::string& id, Ended then) {
   services_.work->post([journal = journal_, id, entries = services_.library->store().entries(),
                         main = services_.main, reply = alive_.guard(std::move(then))]() mutable {
-    journal->end(id, entries);
-    main->post(std::move(reply));
+    main->post(
+        [left = journal->end(id, entries), reply = std::move(reply)]() mutable { reply(left); });
   });
 }
 

@@ -65,8 +65,9 @@ class CaptureRewriter {
   void fileAway(const ScreenshotEntry& before, const CaptureTranscoder::Source& source,
                 const CaptureTranscoder::Result& result, Done finished);
 
-  /// Clears up after a rewrite, and then calls `then`.
-  void endJournal(const std::string& id, std::move_only_function<void()> then);
+  /// Clears up after a rewrite, and tells `then` what stays of it.
+  using Ended = std::move_only_function<void(const std::optional<RewriteJournal::Left>&)>;
+  void endJournal(const std::string& id, Ended then);
 
   Services services_;
   std::shared_ptr<RewriteJournal> journal_;  ///< lives on `work`

@@ -14,6 +14,7 @@ namespace vantorel {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 struct Ended {};
@@ -163,6 +164,43 @@ TEST_F(CaptureRewriterTest, AFullDiskLeavesTheCaptureAsItWasAndNothingElse) {
       next.runners.run();
       expectTidy(next, std::to_string(room) + " " + answer);
     }
+  }
+}
+
+TEST_F(CaptureRewriterTest, WhatCannotBeRemovedIsToldAndRemembered) {
+  const auto files = disk();
+  const Path between = "/captures/a.jpg";
+  {
+    Session run(files);
+    run.runners.run();
+    run.rewriter.convert("a", ExportFormat::jpeg, run.answering());
+    run.runners.run();
+    files->readOnly = {"/captures"};
+    run.rewriter.convert("a", ExportFormat::webp, run.answering());
+    run.runners.run();
+    EXPECT_THAT(run.answer, HasSubstr("/captures/a.jpg, could not be removed (read-only"));
+    EXPECT_EQ(run.library.store().find("a")->path, "/captures/a.webp");
+    run.rewriter.compress("a", false, run.answering());
+    run.runners.run();
+    EXPECT_THAT(replacedFilesLeft(*files, run.library.paths()), ElementsAre(between));
+  }
+  {
+    Session still(files);
+    still.runners.run();
+    EXPECT_THAT(replacedFilesLeft(*files, still.library.paths()), ElementsAre(between));
+    still.rewriter.convert("a", ExportFormat::png, still.answering());
+    still.runners.run();
+    EXPECT_THAT(replacedFilesLeft(*files, still.library.paths()),
+                ElementsAre(between, "/captures/a.webp"));
+  }
+  files->readOnly.clear();
+  for (const bool isChanged : {false, true}) {
+    const auto copy = std::make_shared<FakeFiles>(*files);
+    if (isChanged) copy->put(between, "painted over");
+    Session next(copy);
+    next.runners.run();
+    EXPECT_EQ(copy->text(between), isChanged ? "painted over" : "(missing)");
+    EXPECT_EQ(copy->text("/data/rewrites.json"), "(missing)");
   }
 }
 

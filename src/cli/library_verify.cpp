@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -101,6 +103,7 @@ CommandReply report(const LibraryFindings& findings, const Repaired& repaired, b
   for (const RelocationJournal::Pair& pair : findings.copiesLeft) {
     report.add("moved and still there", pair.oldPath, repaired.paths.contains(pair.oldPath));
   }
+  addAll("replaced and still there", findings.replacedFilesLeft);
   addAll("journal", findings.journals);
   for (const Path& path : findings.clearedAtStart) {
     report.add("cleared at start", path.string(), true);
@@ -124,6 +127,17 @@ std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
     return writer.take() + "\n";
   }
   return fmt::format("{} {}, {}\n", count, count == 1 ? "capture" : "captures", sizeText(bytes));
+}
+
+using Place = std::tuple<std::string_view, std::string_view, std::string_view>;
+
+std::string_view nameOf(const ScreenshotEntry& entry) {
+  return std::string_view(entry.path).substr(entry.path.rfind('/') + 1);
+}
+
+/// Where an entry's file is, by whatever names its folder is called. Views of the entry.
+Place placeOf(const ScreenshotEntry& entry) {
+  return {entry.fileIdentity->volume, entry.fileIdentity->folder, nameOf(entry)};
 }
 
 /// What was changed since it moved is nowhere else: that goes to the Trash. Answers what has gone.
@@ -361,6 +375,9 @@ void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
       if (!entry) continue;
       repaired.entries.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
     }
+    for (const Path& path : findings.replacedFilesLeft) {
+      if (trash->moveToTrash(path)) repaired.paths.insert(path.string());
+    }
     if (mayRemoveCopies && !findings.copiesLeft.empty()) {
       for (std::string& path : removeCopiesLeft(*files, *trash, paths, findings.copiesLeft)) {
         repaired.paths.insert(std::move(path));
@@ -377,10 +394,19 @@ void LibraryVerify::adopt(const std::shared_ptr<Repairing>& repairing) {
   const EntryList& found = repairing->repaired.entries;
   const auto add = [this, repairing, &found](std::size_t begin, std::size_t end) {
     HistoryStore& store = services_.library->store();
+    // Some may have been filed since, under another name of their folder.
+    std::unordered_set<std::string_view> names;
+    for (std::size_t i = begin; i < end; ++i) names.insert(nameOf(*found[i]));
+    std::set<Place> taken;
+    for (const EntryPointer& entry : store.entries()) {
+      if (entry->fileIdentity && names.contains(nameOf(*entry))) taken.insert(placeOf(*entry));
+    }
     std::vector<PlacedEntry> added;
     for (std::size_t i = begin; i < end; ++i) {
       repairing->repaired.paths.insert(found[i]->path);
-      if (!store.findByPath(found[i]->path)) added.push_back({store.entries().size(), found[i]});
+      const bool isFiled = store.findByPath(found[i]->path) ||
+                           (found[i]->fileIdentity && taken.contains(placeOf(*found[i])));
+      if (!isFiled) added.push_back({store.entries().size(), found[i]});
     }
     store.insertEntries(std::move(added));
   };

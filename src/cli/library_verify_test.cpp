@@ -6,6 +6,7 @@
 
 #include "base/log.hpp"
 #include "library/relocation_leftovers.hpp"
+#include "library/rewrite_journal.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
 #include "platform/testing/fake_runners.hpp"
@@ -188,6 +189,27 @@ TEST_F(LibraryVerifyTest, RepairRemovesWhatMovedAndWasNotRemoved) {
               AllOf(HasSubstr(found + "\trepaired\n"), HasSubstr(edited + "\trepaired\n")));
   EXPECT_TRUE(files->names("/captures").empty());
   EXPECT_EQ(files->names("/Trash").size(), 1U);
+  EXPECT_EQ(verify(false).status, ExitStatus::done);
+}
+
+TEST_F(LibraryVerifyTest, RepairRemovesWhatWasReplacedAndNotRemoved) {
+  const std::string old = "/captures/Screenshot 2026-03-01 at 14.05.09.jpg";
+  const std::string made = "/captures/Screenshot 2026-03-01 at 14.05.09.webp";
+  files->put(old, "before");
+  files->put(made, "after");
+  load(indexOf(R"({"id":"a","capturedAt":1,"path":")" + made + R"("})"));
+  RewriteJournal rewrites(*files, library.paths());
+  ASSERT_TRUE(rewrites.begin("a", old, std::nullopt).has_value());
+  ASSERT_TRUE(rewrites.willMake("a", made, files->status(made)->inode).has_value());
+  files->readOnly = {"/captures"};
+  EXPECT_TRUE(rewrites.end("a", store.entries()).has_value());
+  trash.failing[old] = FailureKind::denied;
+  const std::string found = "replaced and still there\t" + old;
+  EXPECT_THAT(verify(true).output, AllOf(HasSubstr(found + "\n"), Not(HasSubstr("without entry"))));
+  trash.failing.clear();
+  files->readOnly.clear();
+  EXPECT_THAT(verify(true).output, HasSubstr(found + "\trepaired\n"));
+  EXPECT_EQ(files->text(old), "(missing)");
   EXPECT_EQ(verify(false).status, ExitStatus::done);
 }
 

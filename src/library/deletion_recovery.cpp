@@ -52,7 +52,7 @@ DeletionRecovery::Found DeletionRecovery::Found::look(const Files& files, const 
   if (const PendingUndo* const offered = offeredUndo(found.pending)) {
     for (const RemovedEntry& item : offered->batch.items) known.emplace(item.entry->id, &item);
   }
-  for (const TrashCandidate& candidate : trashCandidates(entries, going)) {
+  for (const TrashCandidate& candidate : trashCandidates(files, entries, going)) {
     const std::string& id = candidate.entry->id;
     const DeletionJournal::Item& item = *named.at(id);
     if (const auto listed = known.find(id);

@@ -13,6 +13,7 @@
 #include "library/capture_file_name.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
+#include "library/known_files.hpp"
 
 namespace vantorel {
 namespace {
@@ -64,7 +65,7 @@ void lookFor(const FolderView& folder, const EntryPointer& entry, FileLook& look
 class AstrayFiles {
  public:
   AstrayFiles(const Files& files, const FileLookScope& scope, std::vector<Astray> astray)
-      : files_(files), scope_(scope), astray_(std::move(astray)) {}
+      : files_(files), scope_(scope), astray_(std::move(astray)), known_(files) {}
 
   /// `wanted` are the entries that were looked at already.
   void sort(const EntryList& wanted, FileLook& look) {
@@ -208,7 +209,7 @@ class AstrayFiles {
       const bool isElsewhere = isMissing || isDisplaced(one) || misnamed_.contains(one.entry->path);
       if (!isElsewhere || found_.contains(one.entry->path)) continue;
       if (auto found = findElsewhere(*one.entry)) {
-        known_.insert(found->first.string());
+        known_.add(found->first);
         found_.emplace(one.entry->path, *std::move(found));
       }
     }
@@ -261,20 +262,20 @@ class AstrayFiles {
     for (int number = 2; !isFree(name.string()) || files_.status(name); ++number) {
       name.replace_filename(numberedName(path, number));
     }
-    known_.insert(name.string());
+    known_.add(name);
     return name;
   }
 
   [[nodiscard]] bool isFree(const std::string& path) {
     if (!isKnownFilled_) fillKnown();
-    return !known_.contains(path);
+    return !known_.hasName(path);
   }
 
   void fillKnown() {
     isKnownFilled_ = true;
-    known_.insert(scope_.unreadPaths.begin(), scope_.unreadPaths.end());
+    for (const std::string& path : scope_.unreadPaths) known_.add(path);
     for (const EntryPointer& entry : scope_.entries) {
-      forEachPath(*entry, [this](const std::string& path) { known_.insert(path); });
+      forEachPath(*entry, [this](const std::string& path) { known_.add(path); });
     }
   }
 
@@ -307,7 +308,7 @@ class AstrayFiles {
   std::map<std::string, FileIdentity> taken_;  // by path
   std::set<std::string> claimed_;              // of those, whose owners are known
   std::map<std::string, Found> found_;         // by the path that the entries have
-  std::unordered_set<std::string> known_;
+  KnownFiles known_;
   bool isKnownFilled_ = false;
   bool isListed_ = false;
   std::map<FileKey, Found> strangers_;

@@ -126,7 +126,7 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
        &clock = services_.clock] {
         Moved moved;
         if (going.empty()) return moved;
-        const std::vector<TrashCandidate> all = trashCandidates(entries, going);
+        const std::vector<TrashCandidate> all = trashCandidates(files, entries, going);
         for (const TrashCandidate& one : all) moved.journal.items.push_back(trash->describe(one));
         moved.journal.offersUndo = isOffered;
         const auto refuse = [&](const std::string& id, const std::string& reason) {
@@ -249,7 +249,7 @@ void HistoryDeletion::noteSurplus(const std::shared_ptr<Forgetting>& state) {
   queue_.onWork(
       [&files = services_.files, paths = services_.store.paths(), state, unsaved = queue_.unsaved(),
        entries = services_.store.entries()]() -> Result<void> {
-        for (const TrashCandidate& one : trashCandidates(entries, state->going)) {
+        for (const TrashCandidate& one : trashCandidates(files, entries, state->going)) {
           const auto& original = one.entry->originalPath;
           if (original && !one.keepsOriginal &&
               (isInside(*original, paths.redactedOriginals()) ||

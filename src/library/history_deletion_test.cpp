@@ -228,6 +228,33 @@ TEST_F(HistoryDeletionTest, FilesThatOthersShowStayAndSequesteredOriginalsDoNot)
   EXPECT_EQ(files.text("/data/Redacted Originals/b.png"), "(missing)");
 }
 
+TEST_F(HistoryDeletionTest, FilesThatOthersNameInAnotherSpellingStay) {
+  files.put("/data/Redacted Originals/a.png", "secret");
+  files.folders.insert({"/link", "/disk/Redacted Originals"});
+  files.folderNumbers = {{"/captures", 7},
+                         {"/link", 7},
+                         {"/data/Redacted Originals", 8},
+                         {"/disk/Redacted Originals", 8}};
+  files.disk["/link/a.png"] = files.disk["/captures/a.png"];
+  add("double", [](ScreenshotEntry& entry) {
+    entry.path = "/link/a.png";
+    entry.originalPath = "/data/Redacted Originals/a.png";
+  });
+  ASSERT_TRUE(store
+                  .update("a",
+                          [](ScreenshotEntry& entry) {
+                            entry.originalPath = "/disk/Redacted Originals/a.png";
+                          })
+                  .has_value());
+  trashed({"double"});
+  EXPECT_EQ(ids(), "abcd");
+  EXPECT_THAT(files.names("/Trash"), IsEmpty());
+  EXPECT_THAT(undone().restored, ElementsAre("double"));
+  deletion.forget({"double"}, [](const Result<std::size_t>&) {});
+  runners.run();
+  EXPECT_EQ(files.text("/data/Redacted Originals/a.png"), "secret");
+}
+
 TEST_F(HistoryDeletionTest, NothingMovesWhenTheIndexCannotFollow) {
   files.put(index, R"({"version":5})");
   HistoryStore newer({files, runners, runners.main(), runners.runner("other"), 0},

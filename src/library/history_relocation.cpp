@@ -210,7 +210,7 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
   NewPlaces places;
   for (const RelocationMover::Moved& moved : batch.moved) {
     run_->states[moved.pair] = PairState::moved;
-    places.emplace(moved.oldPath, NewPlace{moved.newPath, moved.identity});
+    places.emplace(moved.oldPath, NewPlace{moved.newPath, moved.identity, moved.isInPlace});
   }
   for (const auto& [pair, reason] : batch.failures) run_->fail(pair, reason);
   adopt(places);
@@ -258,7 +258,8 @@ void HistoryRelocation::adopt(const NewPlaces& places) {
     forEachPath(*entry, [&](const std::string& path) { isConcerned |= places.contains(path); });
     if (!isConcerned) continue;
     const auto changed = services_.store.update(entry->id, [&](ScreenshotEntry& moved) {
-      if (const auto found = places.find(moved.path); found != places.end()) {
+      if (const auto found = places.find(moved.path);
+          found != places.end() && !found->second.isInPlace) {
         moved.fileIdentity = found->second.identity;
       }
       forEachPath(moved, [&](std::string& path) {

@@ -71,7 +71,8 @@ class HistoryRelocation {
   /// Where a file is now, and what its entry is to remember of it.
   struct NewPlace {
     std::string path;
-    std::optional<FileIdentity> identity;
+    std::optional<FileIdentity> identity{};
+    bool isInPlace = false;  ///< another name of where it has been: what is remembered holds
   };
   using NewPlaces = std::map<std::string, NewPlace>;  // by the old path
 

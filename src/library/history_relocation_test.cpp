@@ -511,6 +511,39 @@ TEST_F(HistoryRelocationTest, WhatMovedAndCannotBeRemovedIsToldAndRemembered) {
   EXPECT_EQ(remaining[0].oldPath, "/old/1.png");
 }
 
+TEST_F(HistoryRelocationTest, AFolderUnderAnotherNameIsTheSameFolder) {
+  FakeFiles files;
+  fill(files, 3);
+  files.folders.insert({"/link", "/link/inner"});
+  files.folderNumbers = {{"/old", 7}, {"/link", 7}, {"/old/inner", 8}, {"/link/inner", 8}};
+  const auto disk = files.disk;
+  for (const auto& [path, file] : disk) {
+    const Path inside = path.lexically_relative("/old");
+    if (*inside.begin() != "..") files.disk["/link" / inside] = file;
+  }
+  World world(files);
+  const auto pathOf = [&](const char* id) { return world.store.find(id)->path; };
+  const auto before = files.disk;
+  world.relocation.relocate({"/link", {"/old"}}, {}, [](const RelocationOutcome& outcome) {
+    EXPECT_EQ(outcome.moved, 3);
+    EXPECT_FALSE(RelocationReport::alert(outcome).has_value());
+  });
+  world.runners.run();
+  EXPECT_EQ(pathOf("0"), "/link/0.png");
+  EXPECT_EQ(world.store.find("2")->layers->front().path, "/link/0.png");
+  for (const auto& [path, file] : before) {
+    if (path == "/data/history.json") continue;
+    EXPECT_EQ(files.disk[path], file) << path;
+  }
+  EXPECT_EQ(files.text(journalPath), "(missing)");
+
+  // Whichever name the setting has, its captures move.
+  EXPECT_EQ(world.move("/new").moved, 4);
+  EXPECT_EQ(pathOf("0"), "/new/0.png");
+  EXPECT_EQ(files.text("/new/0.png"), contents["0.png"]);
+  EXPECT_EQ(files.text("/link/0.png"), "(missing)");
+}
+
 TEST_F(HistoryRelocationTest, WhatCannotBeReadIsNeverMovedNorOverwritten) {
   for (const char* const text : {"{\"version\":2,\"moves\":[]}", "rubbish", "{\"version\":1}"}) {
     FakeFiles files;

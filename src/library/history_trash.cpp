@@ -1,11 +1,14 @@
 #include "library/history_trash.hpp"
+
+#include <algorithm>
+#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "base/log.hpp"
-#include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/history_log.hpp"
+#include "library/known_files.hpp"
 
 namespace vantorel {
 namespace {
@@ -27,25 +30,23 @@ bool isGoneWithItsFolder(const Files& files, const ScreenshotEntry& entry) {
 
 }  // namespace
 
-std::vector<TrashCandidate> trashCandidates(const EntryList& all, const EntryList& going) {
-  std::unordered_map<std::string_view, bool> isShownByOthers;
+std::vector<TrashCandidate> trashCandidates(const Files& files, const EntryList& all,
+                                            const EntryList& going) {
   std::unordered_set<std::string_view> ids;
+  std::vector<std::string> asked;
   for (const EntryPointer& entry : going) {
     ids.insert(entry->id);
-    isShownByOthers.emplace(entry->path, false);
-    if (entry->originalPath) isShownByOthers.emplace(*entry->originalPath, false);
+    asked.push_back(entry->path);
+    if (entry->originalPath) asked.push_back(*entry->originalPath);
   }
-  const auto mark = [&](std::string_view path) {
-    const auto found = isShownByOthers.find(path);
-    if (found != isShownByOthers.end()) found->second = true;
-  };
-  for (const EntryPointer& entry : all) {
-    if (!ids.contains(entry->id)) forEachPath(*entry, mark);
-  }
+  EntryList staying;
+  std::ranges::copy_if(all, std::back_inserter(staying),
+                       [&](const EntryPointer& entry) { return !ids.contains(entry->id); });
+  KnownFiles shown = filesCalledLike(files, staying, asked);
   std::vector<TrashCandidate> found;
   for (const EntryPointer& entry : going) {
-    found.push_back({entry, isShownByOthers[entry->path],
-                     entry->originalPath && isShownByOthers[*entry->originalPath]});
+    found.push_back({entry, shown.hasName(entry->path),
+                     entry->originalPath && shown.hasName(*entry->originalPath)});
   }
   return found;
 }
@@ -195,11 +196,9 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
 
 void HistoryTrash::discard(const std::vector<std::string>& surplus, const EntryList& entries) {
   if (surplus.empty()) return;
-  std::unordered_set<std::string_view> going(surplus.begin(), surplus.end());
-  for (const EntryPointer& entry : entries) {
-    forEachPath(*entry, [&](const std::string& path) { going.erase(path); });
-  }
-  for (const std::string_view path : going) {
+  KnownFiles needed = filesCalledLike(files_, entries, surplus);
+  for (const std::string& path : surplus) {
+    if (needed.hasName(path)) continue;
     const auto moved = trash_.moveToTrash(path);
     if (!moved && moved.error().kind != FailureKind::notFound) {
       logWarning(historyLog, "move to Trash failed: {}", moved.error().reason);

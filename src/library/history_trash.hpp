@@ -32,8 +32,9 @@ struct TrashCandidate {
 };
 
 /// The entries `going` out of `all`. Copies of a capture, and captures made from others, may share
-/// files: those go with the last entry that shows them.
-[[nodiscard]] std::vector<TrashCandidate> trashCandidates(const EntryList& all,
+/// files, whatever spelling of their folders they name them by: those go with the last entry that
+/// shows them. Blocks; any thread.
+[[nodiscard]] std::vector<TrashCandidate> trashCandidates(const Files& files, const EntryList& all,
                                                           const EntryList& going);
 
 /// Notes the places that entries have in the list.

@@ -10,6 +10,7 @@
 #include "library/capture_file_name.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
+#include "library/known_files.hpp"
 #include "library/parked_index.hpp"
 #include "library/relocation_leftovers.hpp"
 #include "library/rewrite_journal.hpp"
@@ -38,18 +39,18 @@ std::optional<CaptureMedium> mediumOf(const Path& path) {
 class Checker {
  public:
   Checker(const Files& files, const LibraryScope& scope, const std::vector<SeenFile>& renamed)
-      : files_(files) {
-    known_.insert(scope.unreadPaths.begin(), scope.unreadPaths.end());
+      : files_(files), known_(files) {
+    for (const std::string& path : scope.unreadPaths) known_.add(path);
     for (const EntryPointer& entry : scope.entries) {
-      forEachPath(*entry, [this](const std::string& path) { known_.insert(path); });
+      forEachPath(*entry, [this](const std::string& path) { known_.add(path); });
     }
-    for (const SeenFile& file : renamed) known_.insert(file.path.string());
+    for (const SeenFile& file : renamed) known_.add(file.path);
   }
 
   /// What is under way now has a name, too. To be called before folders are listed, for what ends
   /// meanwhile, and after it, for what begins.
   void learnWorkUnderWay(const LibraryScope& scope) {
-    const auto learn = [this](const Path& path) { known_.insert(path.string()); };
+    const auto learn = [this](const Path& path) { known_.add(path); };
     std::ranges::for_each(filesOfRewrites(files_, scope.paths), learn);
     if (scope.filedPaths) std::ranges::for_each(scope.filedPaths(), learn);
     const auto journal = RelocationJournal::read(files_, scope.paths);
@@ -62,8 +63,9 @@ class Checker {
   }
 
   /// They belong to entries that have their files elsewhere.
-  void learn(const std::vector<RelocationJournal::Pair>& copiesLeft) {
-    for (const RelocationJournal::Pair& pair : copiesLeft) known_.insert(pair.oldPath);
+  void learn(const LibraryFindings& findings) {
+    for (const RelocationJournal::Pair& pair : findings.copiesLeft) known_.add(pair.oldPath);
+    for (const Path& path : findings.replacedFilesLeft) known_.add(path);
   }
 
   using Look = std::function<void(const Path& path, double modified)>;
@@ -82,12 +84,32 @@ class Checker {
     }
   }
 
-  [[nodiscard]] bool isKnown(const Path& path) const { return known_.contains(path.string()); }
+  [[nodiscard]] bool isKnown(const Path& path) { return known_.hasName(path); }
+
+  /// Also when the file has another name beside one that is known, by a hard link.
+  [[nodiscard]] bool isKnownFile(const Path& path) { return known_.hasFile(path); }
 
  private:
   const Files& files_;
-  std::set<std::string, std::less<>> known_;
+  KnownFiles known_;
 };
+
+/// Where captures may lie, each folder under one of the names it has.
+std::vector<Path> foldersOfCaptures(const Files& files, const LibraryScope& scope) {
+  std::set<FolderIdentity> seen;
+  for (const Path& own : {scope.paths.data, scope.paths.stagedCaptures(),
+                          scope.paths.redactedOriginals(), scope.originals}) {
+    if (const auto identity = identityOf(files, own)) seen.insert(*identity);
+  }
+  std::set<Path> names(scope.captureFolders.begin(), scope.captureFolders.end());
+  for (const EntryPointer& entry : scope.entries) names.emplace(folderOf(entry->path));
+  std::vector<Path> folders;
+  for (const Path& name : names) {
+    const auto identity = identityOf(files, name);
+    if (identity && seen.insert(*identity).second) folders.push_back(name);
+  }
+  return folders;
+}
 
 // Journals that were set aside are no indexes.
 bool isParkedIndex(const LibraryPaths& paths, const Path& path) {
@@ -114,7 +136,7 @@ void addTemporary(const LibraryScope& scope, const Path& path, double modified,
 }
 
 /// Files among the originals that no entry names.
-std::vector<Path> lookForOriginals(const Checker& checker, const LibraryScope& scope,
+std::vector<Path> lookForOriginals(Checker& checker, const LibraryScope& scope,
                                    LibraryFindings& findings) {
   std::vector<Path> originals;
   for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
@@ -163,21 +185,19 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     return findings;
   }
   Checker checker(files, scope, findings.look.renamed);
+  findings.replacedFilesLeft = replacedFilesLeft(files, scope.paths);
+  std::erase_if(findings.replacedFilesLeft,
+                [&](const Path& path) { return checker.isKnown(path); });
   checker.learnWorkUnderWay(scope);
   findings.copiesLeft = RelocationLeftovers::read(files, scope.paths).remaining(files);
-  checker.learn(findings.copiesLeft);
+  checker.learn(findings);
 
-  const std::set<Path> own{scope.paths.data, scope.paths.stagedCaptures(),
-                           scope.paths.redactedOriginals(), scope.originals};
-  std::set<Path> folders(scope.captureFolders.begin(), scope.captureFolders.end());
-  for (const EntryPointer& entry : scope.entries) folders.insert(Path(entry->path).parent_path());
-  for (const Path& folder : folders) {
-    if (own.contains(folder)) continue;
+  for (const Path& folder : foldersOfCaptures(files, scope)) {
     checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (isTemporaryCapture(path)) {
         addTemporary(scope, path, modified, findings);
       } else if (mediumOf(path) && timeInCaptureName(path.stem().string()) &&
-                 !checker.isKnown(path)) {
+                 !checker.isKnownFile(path)) {
         findings.filesWithoutEntry.push_back(path);
       }
     });
@@ -203,7 +223,8 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                        [&](const Path& path) { return !files.status(path); });
   checker.learnWorkUnderWay(scope);
   const auto isKnown = [&](const Path& path) { return checker.isKnown(path); };
-  std::erase_if(findings.filesWithoutEntry, isKnown);
+  std::erase_if(findings.filesWithoutEntry,
+                [&](const Path& path) { return checker.isKnownFile(path); });
   std::erase_if(originals, isKnown);
   std::erase_if(findings.notJudged,
                 [&](const Path& path) { return isKnown(path) || !files.status(path); });

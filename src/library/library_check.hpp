@@ -64,7 +64,8 @@ struct LibraryFindings {
 
   /// Files that moved to another disk and stay where they were.
   std::vector<RelocationJournal::Pair> copiesLeft;
-  std::vector<Path> clearedAtStart;  ///< leftovers that are in order now
+  std::vector<Path> replacedFilesLeft;  ///< by a rewrite, and could not be removed
+  std::vector<Path> clearedAtStart;     ///< leftovers that are in order now
 };
 
 /// Looks and changes nothing. What the journals on disk and staged captures tell to be under way is

@@ -147,6 +147,55 @@ TEST(LibraryCheckTest, WhatAnythingStillNamesIsNobodysLeftover) {
   EXPECT_EQ(checkLibrary(files, scope, goOn).originalsInDoubt.size(), 2U);
 }
 
+TEST(LibraryCheckTest, AFileUnderAnotherNameIsNoCaptureOfItsOwn) {
+  FakeFiles files;
+  LibraryScope scope{.paths = {"/home/data", "/caches"},
+                     .captureFolders = {"/link"},
+                     .originals = "/home/data/Originals",
+                     .stagedBefore = 1500,
+                     .begunBefore = 1000,
+                     .lookedAt = 1600};
+  // What is in the first of two names of a folder is in the second.
+  const auto put = [&](const std::string& folder, const std::string& other,
+                       const std::string& name) {
+    files.put(folder + name, name);
+    files.folders.insert(Path(other));
+    files.disk[other + name] = files.disk[folder + name];
+    files.folderNumbers[Path(folder)] = files.folderNumbers[Path(other)] = folder.size();
+  };
+  const std::string shot = "/Screenshot 2026-03-01 at 14.05.09.png";
+  const std::string strange = "/Screenshot 2026-03-02 at 14.05.09.png";
+  put("/disk/shots", "/link", shot);
+  put("/disk/shots", "/link", strange);
+  put("/disk/home/data/Originals", "/home/data/Originals", "/a.png");
+  // A backup that takes no room, and the file behind a link.
+  files.disk["/disk/shots/Screenshot 2026-03-01 at 14.05.09 2.png"] =
+      files.disk["/disk/shots" + shot];
+  const std::string store = "/disk/shots/Screenshot 2026-03-03 at 14.05.09.png";
+  files.put(store, "behind a link");
+  files.links["/disk/shots/linked.png"] = store;
+  const auto add = [&](const std::string& path, const std::string& original) {
+    ScreenshotEntry entry;
+    entry.id = path;
+    entry.path = path;
+    if (!original.empty()) entry.originalPath = original;
+    scope.entries.push_back(std::make_shared<const ScreenshotEntry>(std::move(entry)));
+  };
+  add("/disk/shots" + shot, "/disk/home/data/Originals/a.png");
+  add("/disk/shots/linked.png", "");
+  const LibraryFindings found = checkLibrary(files, scope, goOn);
+  EXPECT_THAT(found.filesWithoutEntry, ElementsAre("/disk/shots" + strange));
+  EXPECT_THAT(found.originalsWithoutEntry, IsEmpty());
+  EXPECT_THAT(checkOriginals(files, scope).originalsWithoutEntry, IsEmpty());
+
+  // Another folder has come in the place of the link.
+  files.folderNumbers["/link"] = 99;
+  files.disk.erase("/link" + strange);
+  files.put("/link" + shot, "another picture");
+  EXPECT_THAT(checkLibrary(files, scope, goOn).filesWithoutEntry,
+              ElementsAre("/disk/shots" + strange, "/link" + shot));
+}
+
 TEST(LibraryCheckTest, AnEntryIsMadeFromTheFileAndItsNameAlone) {
   FakeFiles files;
   FakeImageCodec codec;

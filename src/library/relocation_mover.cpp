@@ -27,15 +27,6 @@ Path normal(const Path& folder) {
   return path.has_filename() || !path.has_relative_path() ? path : path.parent_path();
 }
 
-/// True when both names lead to one folder, by links or mounts.
-bool isSameFolder(const Files& files, const Path& one, const Path& other) {
-  if (one == other) return true;
-  // The point at the end makes links be followed.
-  const auto first = files.status(one / ".");
-  const auto second = files.status(other / ".");
-  return first && second && first->device == second->device && first->inode == second->inode;
-}
-
 std::optional<std::int64_t> numberOf(const Files& files, const Path& path) {
   const auto status = files.status(path);
   return status ? std::optional(static_cast<std::int64_t>(status->inode)) : std::nullopt;
@@ -73,28 +64,61 @@ void RelocationMover::findLeftovers() {
   for (const RelocationJournal::Pair& pair : journal_.pairs) leftovers_.addFolderOf(pair.oldPath);
 }
 
+const std::optional<FolderIdentity>& RelocationMover::identity(const Path& folder) {
+  const auto found = identities_.find(folder.native());
+  if (found != identities_.end()) return found->second;
+  return identities_.emplace(folder.native(), identityOf(files_, folder)).first->second;
+}
+
+/// The path below `folder`, which may have another name in the path, by links and mounts; nothing
+/// when it lies elsewhere.
+std::optional<Path> RelocationMover::below(const Path& folder, const Path& path) {
+  if (isInside(path, folder)) return path.lexically_relative(folder);
+  const auto wanted = identity(folder);
+  if (!wanted) return std::nullopt;
+  for (Path above = path.parent_path(); above.has_relative_path(); above = above.parent_path()) {
+    if (identity(above) == wanted) return path.lexically_relative(above);
+  }
+  return std::nullopt;
+}
+
+bool RelocationMover::isSamePlace(const Path& one, const Path& other) {
+  return one.filename() == other.filename() && identity(one.parent_path()) &&
+         identity(one.parent_path()) == identity(other.parent_path());
+}
+
 /// Where in the new folder a file belongs; nothing when it stays where it is.
 std::optional<Path> RelocationMover::relativePlace(const Path& path,
-                                                   const RelocationTarget& target) const {
+                                                   const RelocationTarget& target) {
   if (isInside(path, paths_.redactedOriginals()) || isInside(path, paths_.stagedCaptures())) {
     return std::nullopt;
   }
+  const auto isDeeper = [](const Path& one, const std::optional<Path>& other) {
+    return !other || one.native().size() < other->native().size();
+  };
   const Path* best = nullptr;
+  std::optional<Path> belowBest;
   for (const Path& source : target.sources) {
-    if (!isInside(path, source)) continue;
-    if (best == nullptr || isInside(source, *best)) best = &source;
+    auto found = below(source, path);
+    if (!found || !isDeeper(*found, belowBest)) continue;
+    best = &source;
+    belowBest = std::move(found);
   }
+  auto belowTarget = below(target.folder, path);
   if (best == nullptr) {
     const bool isLeft = leftovers_.folders.contains(path.parent_path().string());
-    if (!isLeft || isInside(path, target.folder)) return std::nullopt;
+    if (!isLeft || belowTarget) return std::nullopt;
     return path.filename();
   }
-  if (isInside(target.folder, *best) && isInside(path, target.folder)) return std::nullopt;
+  // It is there already, though it may be called by another name of the folder.
+  if (belowTarget && !isDeeper(*belowBest, belowTarget)) {
+    return path == target.folder / *belowTarget ? std::nullopt : std::move(belowTarget);
+  }
   // A folder of captures may lie in the library's own folder or around it; what else is in there is
   // the library's.
-  const bool isOwn = isInside(path, paths_.data) && path.parent_path() != *best &&
+  const bool isOwn = isInside(path, paths_.data) && belowBest->has_parent_path() &&
                      (*best == paths_.data || !isInside(*best, paths_.data));
-  return isOwn ? std::nullopt : std::optional(path.lexically_relative(*best));
+  return isOwn ? std::nullopt : std::move(belowBest);
 }
 
 Result<Path> RelocationMover::freePlace(const Path& wanted) {
@@ -112,6 +136,16 @@ Result<Path> RelocationMover::freePlace(const Path& wanted) {
 }
 
 Result<void> RelocationMover::add(const std::string& path, const Path& wanted) {
+  if (isSamePlace(path, wanted)) {
+    planned_.push_back({.pair = {.oldPath = path,
+                                 .newPath = wanted.string(),
+                                 .fileCount = {},
+                                 .file = {},
+                                 .copy = {},
+                                 .extra = {}},
+                        .isInPlace = true});
+    return {};
+  }
   const FileMeasure measure = VT_TRY(measureFile(files_, path));
   const FileStatus status = VT_TRY(files_.status(path));
   const Path place = VT_TRY(freePlace(wanted));
@@ -129,7 +163,7 @@ Result<void> RelocationMover::add(const std::string& path, const Path& wanted) {
 Result<void> RelocationMover::writeJournal() {
   RelocationJournal whole = journal_;
   for (const Planned& planned : planned_) {
-    if (!planned.isDone) whole.pairs.push_back(planned.pair);
+    if (!planned.isDone && !planned.isInPlace) whole.pairs.push_back(planned.pair);
   }
   auto written = whole.write(files_, paths_);
   if (!written) {
@@ -155,10 +189,7 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
 
   RelocationTarget scope{normal(target.folder), {}};
   target_ = scope.folder;
-  for (const Path& source : target.sources) {
-    if (isSameFolder(files_, normal(source), scope.folder)) continue;
-    scope.sources.push_back(normal(source));
-  }
+  for (const Path& source : target.sources) scope.sources.push_back(normal(source));
   // Also names whose files are away for the moment, in the Trash or on another disk.
   for (const EntryPointer& entry : entries) {
     forEachPath(*entry, [&](const std::string& path) { taken_.insert(path); });
@@ -241,7 +272,8 @@ void RelocationMover::nameCopies(std::span<const std::size_t> copied, Batch& bat
     auto named = written ? giveName(temporary, pair) : written;
     if (named) {
       planned_[place].isMoved = true;
-      batch.moved.push_back({place, pair.oldPath, pair.newPath, true, {}});
+      batch.moved.push_back(
+          {.pair = place, .oldPath = pair.oldPath, .newPath = pair.newPath, .isCopied = true});
       continue;
     }
     pair.copy.reset();
@@ -274,6 +306,10 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
   bool isJournalStale = false;
   for (const std::size_t place : pairs) {
     RelocationJournal::Pair& pair = planned_[place].pair;
+    if (planned_[place].isInPlace) {
+      ready.push_back(place);
+      continue;
+    }
     const auto measure = measureFile(files_, pair.oldPath);
     if (!measure) {
       batch.failures.emplace_back(place, measure.error().reason);
@@ -309,7 +345,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
   for (const std::size_t place : ready) {
     Planned& planned = planned_[place];
     const RelocationJournal::Pair& pair = planned.pair;
-    auto moved = moveOne(planned);
+    auto moved = planned.isInPlace ? Result<void>() : moveOne(planned);
     const bool isCopied = !moved && moved.error().kind == FailureKind::unsupported;
     if (isCopied) moved = copyFile(files_, pair.oldPath, at(journal_.temporaryFor(pair)));
     if (moving) moving();
@@ -320,7 +356,10 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       copied.push_back(place);
     } else {
       planned.isMoved = true;
-      batch.moved.push_back({place, pair.oldPath, pair.newPath});
+      batch.moved.push_back({.pair = place,
+                             .oldPath = pair.oldPath,
+                             .newPath = pair.newPath,
+                             .isInPlace = planned.isInPlace});
     }
   }
   nameCopies(copied, batch);
@@ -367,8 +406,9 @@ Path RelocationMover::at(const Path& newPath) const {
 void RelocationMover::takeBack(Batch& batch) {
   logWarning(historyLog, "{} went away during the move", target_.string());
   for (const Moved& moved : std::exchange(batch.moved, {})) {
-    const auto undone = moved.isCopied ? removeFile(files_, at(moved.newPath))
-                                       : files_.moveNew(at(moved.newPath), moved.oldPath);
+    const auto undone = moved.isInPlace  ? Result<void>()
+                        : moved.isCopied ? removeFile(files_, at(moved.newPath))
+                                         : files_.moveNew(at(moved.newPath), moved.oldPath);
     planned_[moved.pair].isMoved = !undone;
     // The journal still names it: whichever place it is at, the next launch sees.
     if (!undone) {

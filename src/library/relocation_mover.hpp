@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "library/entry_paths.hpp"
+#include "library/file_reach.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "library/relocation_journal.hpp"
@@ -52,6 +54,7 @@ class RelocationMover {
     std::string oldPath;
     std::string newPath;
     bool isCopied = false;                   ///< the original is still there
+    bool isInPlace = false;                  ///< both are names of the place it has had
     std::optional<FileIdentity> identity{};  ///< of the file at its new place
   };
   struct Batch {
@@ -83,13 +86,16 @@ class RelocationMover {
  private:
   struct Planned {
     RelocationJournal::Pair pair;
+    bool isInPlace = false;  // the new folder is the old one under another name
     bool isMoved = false;
     bool isDone = false;
   };
 
   void findLeftovers();
-  [[nodiscard]] std::optional<Path> relativePlace(const Path& path,
-                                                  const RelocationTarget& target) const;
+  [[nodiscard]] const std::optional<FolderIdentity>& identity(const Path& folder);
+  [[nodiscard]] std::optional<Path> below(const Path& folder, const Path& path);
+  [[nodiscard]] bool isSamePlace(const Path& one, const Path& other);
+  [[nodiscard]] std::optional<Path> relativePlace(const Path& path, const RelocationTarget& target);
   [[nodiscard]] Result<Path> freePlace(const Path& wanted);
   [[nodiscard]] Result<void> add(const std::string& path, const Path& wanted);
   [[nodiscard]] Result<void> moveOne(Planned& planned);
@@ -110,7 +116,8 @@ class RelocationMover {
   std::vector<RelocationJournal::Pair> copied_;  // and could not be removed where they were
   std::string reasonOfStaying_;                  // of the first of those
   std::unordered_set<std::string> taken_;        // new paths
-  Path target_;                                  // the new folder
+  std::map<std::string, std::optional<FolderIdentity>> identities_;  // of folders, at planning
+  Path target_;                                                      // the new folder
   std::optional<FolderLocation> targetLocation_;
   std::unique_ptr<FolderHandle> heldTarget_;  // during a batch
 };

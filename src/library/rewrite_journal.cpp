@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <unordered_map>
-#include <unordered_set>
+#include <utility>
 
 #include "base/json_record.hpp"
 #include "base/log.hpp"
-#include "library/entry_paths.hpp"
+#include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
 
 namespace vantorel {
@@ -31,15 +31,31 @@ struct StoredItem {
 };
 VT_JSON_RECORD(StoredItem)
 
+struct StoredLeft {
+  std::string path;
+  FileIdentity file;
+  json::Object extra;
+
+  template <class V, class S>
+  static void describe(V& v, S& stored) {
+    v.required("path", stored.path);
+    v.required("file", stored.file);
+    v.rest(stored.extra);
+  }
+};
+VT_JSON_RECORD(StoredLeft)
+
 struct StoredJournal {
   int version = 1;
   std::vector<StoredItem> items;
+  std::vector<StoredLeft> left;
   json::Object extra;
 
   template <class V, class S>
   static void describe(V& v, S& journal) {
     describeJournalVersion(v, journal.version);
     v.required("items", journal.items);
+    v.field("left", journal.left);
     v.rest(journal.extra);
   }
 };
@@ -48,7 +64,7 @@ VT_JSON_RECORD(StoredJournal)
 Result<StoredJournal> fromStored(std::string_view text) {
   // Earlier builds wrote the items alone.
   if (auto items = json::fromText<std::vector<StoredItem>>(text)) {
-    return StoredJournal{.items = *std::move(items), .extra = {}};
+    return StoredJournal{.items = *std::move(items), .left = {}, .extra = {}};
   }
   return json::fromText<StoredJournal>(text);
 }
@@ -58,6 +74,11 @@ bool isReadable(std::string_view text) { return fromStored(text).has_value(); }
 std::optional<std::string> inodeOf(const Files& files, const Path& path) {
   const auto status = files.status(path);
   return status ? std::optional(std::to_string(status->inode)) : std::nullopt;
+}
+
+bool isThere(const Files& files, const Path& path, const FileIdentity& file) {
+  const auto found = identifyFile(files, path);
+  return found && found->isSameFileAs(file);
 }
 
 Path withSuffix(Path path, std::string_view suffix) {
@@ -80,12 +101,26 @@ std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths)
   return found;
 }
 
+std::vector<Path> replacedFilesLeft(const Files& files, const LibraryPaths& paths) {
+  std::vector<Path> found;
+  const auto text = files.read(paths.rewrites());
+  const auto stored = text ? fromStored(*text) : std::unexpected(text.error());
+  if (!stored) return found;
+  for (const StoredLeft& left : stored->left) {
+    if (isThere(files, left.path, left.file)) found.emplace_back(left.path);
+  }
+  return found;
+}
+
 Path rewriteTemporary(const Path& old) {
   return old.parent_path() / fmt::format(".{}.partial", old.stem().string());
 }
 
 Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
                                    const std::optional<Path>& original) {
+  if (!std::exchange(knowsLeft_, true)) {
+    if (const auto text = files_.read(paths_.rewrites())) learnLeft(*text);
+  }
   Item item{id, old.string(), inodeOf(files_, old)};
   // One that stands there already is not this rewrite's.
   if (original && !files_.status(*original)) item.original = original->string();
@@ -103,14 +138,18 @@ Result<void> RewriteJournal::willMake(const std::string& id, const Path& made,
   return write();
 }
 
-void RewriteJournal::end(const std::string& id, const EntryList& entries) {
+std::optional<RewriteJournal::Left> RewriteJournal::end(const std::string& id,
+                                                        const EntryList& entries) {
   const auto found = std::ranges::find(items_, id, &Item::id);
-  if (found == items_.end()) return;
+  if (found == items_.end()) return std::nullopt;
+  const std::string old = found->old;
   clearUp({*found}, entries);
   items_.erase(found);
   if (const auto written = write(); !written) {
     logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
   }
+  const auto left = std::ranges::find(left_, old, &Left::path);
+  return left == left_.end() ? std::nullopt : std::optional(*left);
 }
 
 void RewriteJournal::recover(const EntryList& entries) {
@@ -122,17 +161,28 @@ void RewriteJournal::recover(const EntryList& entries) {
   if (auto stored = fromStored(*text)) {
     for (StoredItem& one : stored->items) items.push_back(std::move(one.item));
   }
+  knowsLeft_ = true;
+  learnLeft(*text);
   clearUp(items, entries);
   if (const auto written = write(); !written) {
     logWarning("Rewrite", "the journal could not be removed: {}", written.error().reason);
   }
 }
 
+void RewriteJournal::learnLeft(std::string_view journal) {
+  auto stored = fromStored(journal);
+  if (!stored) return;
+  for (StoredLeft& one : stored->left) {
+    left_.push_back({std::move(one.path), std::move(one.file)});
+  }
+}
+
 Result<void> RewriteJournal::write() {
   VT_TRY(setAsideUnreadableJournal(files_, paths_.rewrites(), isReadable));
-  if (items_.empty()) return removeJournalFile(files_, paths_.rewrites());
+  if (items_.empty() && left_.empty()) return removeJournalFile(files_, paths_.rewrites());
   StoredJournal stored;
   for (const Item& item : items_) stored.items.push_back({item, {}});
+  for (const Left& left : left_) stored.left.push_back({left.path, left.file, {}});
   return files_.replace(paths_.rewrites(), json::toText(stored), Privacy::ownerOnly);
 }
 
@@ -154,38 +204,52 @@ bool RewriteJournal::putBack(const Item& item) {
   return done.has_value();
 }
 
+Result<void> RewriteJournal::remove(const Path& path) {
+  auto removed = files_.remove(path);
+  if (removed || removed.error().kind == FailureKind::notFound) return {};
+  logWarning("Rewrite", "{} could not be removed: {}", path.string(), removed.error().reason);
+  return removed;
+}
+
+void RewriteJournal::retryLeft(KnownFiles& named) {
+  std::erase_if(left_, [&](const Left& left) {
+    return named.hasName(left.path) || !isThere(files_, left.path, left.file) || remove(left.path);
+  });
+}
+
 void RewriteJournal::clearUp(const std::vector<Item>& items, const EntryList& entries) {
   std::unordered_map<std::string_view, std::string_view> pathOf;
-  std::unordered_set<std::string_view> named;
-  for (const EntryPointer& entry : entries) {
-    pathOf.emplace(entry->id, entry->path);
-    forEachPath(*entry, [&](const std::string& path) { named.insert(path); });
+  for (const EntryPointer& entry : entries) pathOf.emplace(entry->id, entry->path);
+  std::vector<std::string> asked;
+  for (const Left& left : left_) asked.push_back(left.path);
+  for (const Item& item : items) {
+    asked.push_back(item.old);
+    if (item.made) asked.push_back(*item.made);
+    if (item.original) asked.push_back(*item.original);
   }
-  const auto remove = [this](const Path& path) {
-    const auto removed = files_.remove(path);
-    if (!removed && removed.error().kind != FailureKind::notFound) {
-      logWarning("Rewrite", "{} could not be removed: {}", path.string(), removed.error().reason);
-    }
-  };
-  const auto removeOwn = [&](const std::optional<std::string>& path,
-                             const std::optional<std::string>& inode) {
-    if (path && inode && !named.contains(*path) && inodeOf(files_, *path) == inode) remove(*path);
+  KnownFiles named = filesCalledLike(files_, entries, asked);
+  retryLeft(named);
+  const auto isOwn = [&](const std::string& path, const std::optional<std::string>& inode) {
+    return inode && !named.hasName(path) && inodeOf(files_, path) == inode;
   };
   for (const Item& item : items) {
-    remove(rewriteTemporary(item.old));
-    remove(withSuffix(item.old, ".staging"));
-    removeOwn(item.made, item.madeInode);
+    (void)remove(rewriteTemporary(item.old));
+    (void)remove(withSuffix(item.old, ".staging"));
+    if (item.made && isOwn(*item.made, item.madeInode)) (void)remove(*item.made);
     const auto path = pathOf.find(item.id);
     // What came between the original and the new file is needed until the entry names that one.
-    if (path != pathOf.end() && item.made && path->second == *item.made) {
-      removeOwn(item.old, item.oldInode);
+    if (path != pathOf.end() && item.made && path->second == *item.made &&
+        isOwn(item.old, item.oldInode)) {
+      const auto file = identifyFile(files_, item.old);
+      const auto removed = remove(item.old);
+      if (!removed && file) left_.push_back({item.old, *file, removed.error().reason});
     }
     if (!item.original) continue;
-    remove(withSuffix(*item.original, ".partial"));
-    if (named.contains(*item.original) || !files_.status(*item.original)) continue;
+    (void)remove(withSuffix(*item.original, ".partial"));
+    if (named.hasName(*item.original) || !files_.status(*item.original)) continue;
     const bool isUnchanged = item.oldInode && inodeOf(files_, item.old) == item.oldInode;
     const bool isListed = path != pathOf.end() && path->second == item.old;
-    if (isUnchanged || (isListed && putBack(item))) remove(*item.original);
+    if (isUnchanged || (isListed && putBack(item))) (void)remove(*item.original);
   }
 }
 

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "library/known_files.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
@@ -37,24 +39,42 @@ class RewriteJournal {
   /// Before a file with this inode gets the name `made`.
   [[nodiscard]] Result<void> willMake(const std::string& id, const Path& made, std::uint64_t inode);
 
-  /// The index on disk says what came of it, or nothing came of it: clears up.
-  void end(const std::string& id, const EntryList& entries);
+  /// A file that was replaced by a new one beside it and could not be removed. That is tried again
+  /// whenever the journal is; until then it is nobody's new capture.
+  struct Left {
+    std::string path;
+    FileIdentity file;  ///< what was changed since stays
+    std::string reason{};
+  };
+
+  /// The index on disk says what came of it, or nothing came of it: clears up. Answers what stays
+  /// of this rewrite.
+  std::optional<Left> end(const std::string& id, const EntryList& entries);
 
   /// At the start: clears up after an earlier run.
   void recover(const EntryList& entries);
 
  private:
   [[nodiscard]] Result<void> write();
+  void learnLeft(std::string_view journal);
   [[nodiscard]] bool putBack(const Item& item);
   void clearUp(const std::vector<Item>& items, const EntryList& entries);
+  [[nodiscard]] Result<void> remove(const Path& path);
+  void retryLeft(KnownFiles& named);
 
   Files& files_;
   LibraryPaths paths_;
   std::vector<Item> items_;
+  std::vector<Left> left_;
+  bool knowsLeft_ = false;  // what an earlier run has left, too
 };
 
 /// The files that rewrites under way need, as the journal on disk has them. Blocks; any thread.
 [[nodiscard]] std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths);
+
+/// Those of `RewriteJournal::Left` that are still there, as the journal on disk has them. Blocks;
+/// any thread.
+[[nodiscard]] std::vector<Path> replacedFilesLeft(const Files& files, const LibraryPaths& paths);
 
 /// The name under which a new file for `old` is written before it is whole.
 [[nodiscard]] Path rewriteTemporary(const Path& old);

@@ -93,6 +93,11 @@ std::uint64_t FakeFiles::device(const Path& path) const {
   return found;
 }
 
+std::uint64_t FakeFiles::folderNumber(const Path& folder) const {
+  const auto found = folderNumbers.find(folder);
+  return found == folderNumbers.end() ? hash_value(folder) % 1'000'000'007 : found->second;
+}
+
 Result<std::shared_ptr<FakeFiles::File>> FakeFiles::file(const Path& path) const {
   const auto found = disk.find(path);
   if (found == disk.end()) return missing();
@@ -107,7 +112,9 @@ Result<std::string> FakeFiles::read(const Path& path, std::uint64_t limit) const
 }
 
 Result<FileStatus> FakeFiles::status(const Path& path) const {
-  if (folders.contains(path)) return FileStatus{FileType::folder, 0, 0, device(path), 0, 0700, 0};
+  if (folders.contains(path)) {
+    return FileStatus{FileType::folder, 0, 0, device(path), folderNumber(path), 0700, 0};
+  }
   if (links.contains(path)) return FileStatus{FileType::link, 0, 0, device(path), 0, 0777, 0};
   return VT_TRY(file(path))->status;
 }
@@ -238,6 +245,7 @@ void FakeFiles::renameFolder(const Path& from, const Path& to) {
   };
   for (const std::set<Path> before = folders; const Path& folder : before) {
     if (!isInside(folder)) continue;
+    folderNumbers[renamed(folder)] = folderNumber(folder);
     folders.erase(folder);
     folders.insert(renamed(folder));
   }

@@ -60,6 +60,10 @@ class FakeFiles final : public Files {
   /// Links and what they lead to, for `status`, `resolved` and `read`.
   std::map<Path, Path> links;
 
+  /// Folders whose number is not the one of their name: one folder under two names, or another
+  /// folder under the same name.
+  std::map<Path, std::uint64_t> folderNumbers;
+
   /// Folders of file systems that do not say what they are.
   std::set<Path> withoutLocation;
 
@@ -101,6 +105,7 @@ class FakeFiles final : public Files {
   [[nodiscard]] Result<void> change();
   [[nodiscard]] Result<void> parentExists(const Path& path) const;
   [[nodiscard]] std::uint64_t device(const Path& path) const;
+  [[nodiscard]] std::uint64_t folderNumber(const Path& folder) const;
   void renameFolder(const Path& from, const Path& to);
   [[nodiscard]] Result<std::shared_ptr<File>> file(const Path& path) const;
 
