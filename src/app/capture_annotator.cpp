@@ -25,7 +25,7 @@ struct Checked {
 std::unexpected<std::string> unreadable(const Files& files, const ScreenshotEntry& entry,
                                         const Failure& failure) {
   const FileReach reach = reachOf(files, entry);
-  if (reach == FileReach::fileGone) {
+  if (reach == FileReach::fileGone || reach == FileReach::folderReplaced) {
     return std::unexpected(fmt::format("The capture's file is gone: {}.", entry.path));
   }
   if (const std::string_view away = sentence(reach); !away.empty()) {

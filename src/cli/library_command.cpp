@@ -25,6 +25,12 @@ using Verb = command::Library::Verb;
 /// A disk that takes longer to say whether it has a file does not answer.
 constexpr std::chrono::seconds lookBound{5};
 
+/// After a number of captures.
+constexpr const char* replacedRemark =
+    "not in the folder that has been put in the place of theirs: kept in History. \"vantorel "
+    "library "
+    "prune --replaced\" removes such captures.\n";
+
 CommandReply refused(std::string reason) {
   if (!reason.empty() && reason.front() >= 'a' && reason.front() <= 'z') {
     reason.front() = static_cast<char>(reason.front() - 'a' + 'A');
@@ -65,6 +71,8 @@ std::string_view remarkOn(FileReach reach) {
     case FileReach::there: return "";
     case FileReach::fileGone:
     case FileReach::folderGone: return "gone";
+    case FileReach::linkBroken: return "a link that leads nowhere";
+    case FileReach::folderReplaced: return "gone: its folder is another one of that name now";
     case FileReach::folderUnreachable: return "out of reach now: its disk is not connected";
     case FileReach::folderDenied: return "in a folder that may not be opened";
     case FileReach::unknown: return "on a disk that doesn't answer";
@@ -261,7 +269,7 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
                                             forget(found(ids), json, {}, std::move(done));
                                           }));
     }
-    case Verb::prune: return prune(json, running, std::move(done));
+    case Verb::prune: return prune(what.forgetsReplaced, json, running, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
     case Verb::relocate: break;
     case Verb::verify:
@@ -520,7 +528,8 @@ void LibraryCommands::relocate(const Path& folder, bool json, const RunningPoint
                          });
 }
 
-void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDone done) {
+void LibraryCommands::prune(bool forgetsReplaced, bool json, const RunningPointer& running,
+                            CommandDone done) {
   services_.work->post(
       [files = services_.files, main = services_.main,
        scope = FileLookScope{.entries = services_.library->store().entries(),
@@ -530,7 +539,7 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
          remember(services_.library->store(), files);
        }),
        reply =
-           alive_.guard([this, json, done = std::move(done)](
+           alive_.guard([this, forgetsReplaced, json, done = std::move(done)](
                             const FileLook& look, const std::vector<std::string>& silent) mutable {
              if (look.wasStopped) {
                return done(nothingChanged());
@@ -541,14 +550,20 @@ void LibraryCommands::prune(bool json, const RunningPointer& running, CommandDon
                remark += captures(adopted.renamed) + " found under " +
                          (adopted.renamed == 1 ? "another name" : "other names") + ".\n";
              }
-             const std::size_t away = look.outOfReach.size();
+             const std::size_t away = look.outOfReach.size() - look.replaced.size();
              if (away > 0) {
                remark += captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
                          " in History.\n";
              }
+             EntryList going = adopted.gone;
+             if (forgetsReplaced) {
+               going.insert(going.end(), look.replaced.begin(), look.replaced.end());
+             } else if (!look.replaced.empty()) {
+               remark += captures(look.replaced.size()) + " " + replacedRemark;
+             }
              // What changed meanwhile may have its file elsewhere by now.
              lookAgain(*services_.files, *services_.work, services_.main,
-                       settledEntries(services_.library->store(), adopted.gone),
+                       settledEntries(services_.library->store(), going),
                        alive_.guard([this, json, remark = std::move(remark),
                                      done = std::move(done)](const EntryList& gone) mutable {
                          forget(settledEntries(services_.library->store(), gone), json,

@@ -82,7 +82,7 @@ class LibraryCommands {
   void trash(const EntryList& entries, bool json, CommandDone done);
   void undo(bool json, CommandDone done);
   void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
-  void prune(bool json, const RunningPointer& running, CommandDone done);
+  void prune(bool forgetsReplaced, bool json, const RunningPointer& running, CommandDone done);
   void relocate(const Path& folder, bool json, const RunningPointer& running, CommandDone done);
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 

@@ -178,6 +178,17 @@ TEST_F(LibraryCommandTest, PruneForgetsWhatIsGoneUnlessTheOneWhoAskedGoesAway) {
   EXPECT_EQ(prune("").output, "0 captures removed from History\n");
 }
 
+TEST_F(LibraryCommandTest, PruneKeepsWhatAnotherFolderOfTheNameLacksUntilToldOtherwise) {
+  EXPECT_EQ(run({"prune"}).error, "");
+  files->folderNumbers["/captures"] = 99;
+  files->disk.erase("/captures/AA1.png");
+  const CommandReply kept = run({"prune"});
+  EXPECT_EQ(kept.output, "0 captures removed from History\n");
+  EXPECT_THAT(kept.error, testing::StartsWith("1 capture not in the folder that has been put"));
+  EXPECT_EQ(run({"prune", "--replaced"}).output, "1 capture removed from History\n");
+  EXPECT_EQ(listed({}), "BB3 AA2 ");
+}
+
 TEST_F(LibraryCommandTest, PruneKeepsWhoseFileIsBackWhenTheLookEnds) {
   files->disk.erase("/captures/AA1.png");
   files->disk.erase("/captures/BB3.png");

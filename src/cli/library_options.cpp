@@ -99,7 +99,9 @@ LibraryOptions::LibraryOptions(CLI::App& app)
       Verb::forget,
       "Remove captures from History; their files stay where they are, originals that History kept "
       "go to the Trash");
-  verb(Verb::prune, "Remove captures from History whose files are gone");
+  verb(Verb::prune, "Remove captures from History whose files are gone")
+      ->add_flag("--replaced", given_.forgetsReplaced,
+                 "also those that are not in a folder which was put in the place of theirs");
   verb(Verb::collections, "List the collections");
   verb(Verb::verify,
        "Look for what does not fit together, and fail if anything is; changes nothing without "

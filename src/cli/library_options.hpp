@@ -55,8 +55,9 @@ struct Library {
   std::optional<When> since{};
   std::optional<When> before{};
   std::size_t limit = SIZE_MAX;
-  bool repairs = false;  ///< of `verify`
-  Path folder{};         ///< of `relocate`; absolute
+  bool forgetsReplaced = false;  ///< of `prune`: also what another folder of the name lacks
+  bool repairs = false;          ///< of `verify`
+  Path folder{};                 ///< of `relocate`; absolute
 };
 
 }  // namespace command

@@ -79,8 +79,11 @@ CommandReply report(const LibraryFindings& findings, const Repaired& repaired, b
     report.add("entry under another name", file.path.string(),
                repaired.paths.contains(file.path.string()));
   }
+  const std::unordered_set<EntryPointer> replaced(findings.look.replaced.begin(),
+                                                  findings.look.replaced.end());
   for (const EntryPointer& entry : findings.look.outOfReach) {
-    report.add("entry out of reach", entry->path, false);
+    report.add(replaced.contains(entry) ? "entry of a replaced folder" : "entry out of reach",
+               entry->path, false);
   }
   for (const EntryPointer& entry : findings.damaged) {
     report.add("damaged picture", entry->path, false);

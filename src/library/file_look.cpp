@@ -51,7 +51,8 @@ void lookFor(const FolderView& folder, const EntryPointer& entry, FileLook& look
     const auto& seen = entry->fileIdentity;
     if (!seen || !isSameNode(*identity, *seen)) {
       astray.push_back({entry, *std::move(identity)});
-    } else if (!identity->isSameFileAs(*seen) || identity->folder != seen->folder) {
+    } else if (!identity->isSameFileAs(*seen) || identity->folder != seen->folder ||
+               identity->folderFile != seen->folderFile) {
       // What a newer version keeps beside is of the file as it was.
       look.learned.push_back({entry, path, *std::move(identity)});
     }
@@ -59,6 +60,11 @@ void lookFor(const FolderView& folder, const EntryPointer& entry, FileLook& look
   }
   const FileReach reach = folder.reachOf(*entry);
   if (reach != FileReach::there) astray.push_back({entry, std::nullopt, reach});
+}
+
+/// Its folder, or what is called so, does not have it.
+bool isMissing(FileReach reach) {
+  return reach == FileReach::fileGone || reach == FileReach::folderReplaced;
 }
 
 /// Finds the files of entries that went astray. A file that some entry shows is no other one's.
@@ -205,8 +211,9 @@ class AstrayFiles {
   /// anew, is not that of an earlier time which its editor has put aside.
   void seekElsewhere() {
     for (const Astray& one : astray_) {
-      const bool isMissing = one.isWanted && one.reach == FileReach::fileGone;
-      const bool isElsewhere = isMissing || isDisplaced(one) || misnamed_.contains(one.entry->path);
+      const bool mayBeElsewhere = isMissing(one.reach) || one.reach == FileReach::linkBroken;
+      const bool isElsewhere = (one.isWanted && mayBeElsewhere) || isDisplaced(one) ||
+                               misnamed_.contains(one.entry->path);
       if (!isElsewhere || found_.contains(one.entry->path)) continue;
       if (auto found = findElsewhere(*one.entry)) {
         known_.add(found->first);
@@ -249,6 +256,7 @@ class AstrayFiles {
       look.learned.push_back({entry, entry->path, *std::move(one.inItsPlace)});
     } else {
       (one.reach == FileReach::fileGone ? look.gone : look.outOfReach).push_back(entry);
+      if (one.reach == FileReach::folderReplaced) look.replaced.push_back(entry);
     }
   }
 
@@ -290,9 +298,9 @@ class AstrayFiles {
       if (!items) continue;
       std::ranges::sort(*items, {}, &FolderItem::name);
       for (const FolderItem& item : *items) {
-        // Half files have names with a point before them.
-        if (item.type != FileType::regular || item.name.starts_with('.')) continue;
         Path path = Path(name) / item.name;
+        const bool isHalf = item.name.starts_with('.') && path.extension() == ".partial";
+        if (item.type != FileType::regular || isHalf) continue;
         if (!isFree(path.string())) continue;
         if (auto identity = folder.identify(item.name)) {
           FileKey key = keyOf(*identity);
@@ -348,7 +356,7 @@ EntryList goneOf(const Files& files, const EntryList& entries) {
   for (const auto& [name, inside] : byFolder(entries)) {
     const FolderView folder(files, Path(name));
     std::ranges::copy_if(inside, std::back_inserter(gone), [&](const EntryPointer& entry) {
-      return folder.reachOf(*entry) == FileReach::fileGone;
+      return isMissing(folder.reachOf(*entry));
     });
   }
   return gone;

@@ -36,8 +36,11 @@ struct FileLookScope {
 
 /// What looking for the files of entries came to.
 struct FileLook {
-  EntryList gone;                 ///< deleted, overwritten, or moved to where no captures are
-  EntryList outOfReach;           ///< the folder is away: the file may well be there
+  EntryList gone;        ///< deleted, overwritten, or moved to where no captures are
+  EntryList outOfReach;  ///< the folder is away: the file may well be there
+
+  /// Those of `outOfReach` whose folders are others of the same names by now, without the files.
+  EntryList replaced;
   std::vector<SeenFile> renamed;  ///< there under another name, or in another folder of captures
   std::vector<SeenFile> learned;  ///< there, and not as it is remembered
 
@@ -61,7 +64,7 @@ struct FileLook {
 [[nodiscard]] FileLook lookForFiles(const Files& files, const EntryList& wanted,
                                     const FileLookScope& scope, const CheckProgress& progress);
 
-/// Those of the entries whose files are gone. Blocks; any thread.
+/// Those of the entries whose files are missing from folders that are there. Blocks; any thread.
 [[nodiscard]] EntryList goneOf(const Files& files, const EntryList& entries);
 
 }  // namespace vantorel

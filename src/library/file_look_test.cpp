@@ -109,6 +109,41 @@ TEST_F(FileLookTest, WhatWasNeverSeenIsGoneFromAFolderThatHoldsSomething) {
   EXPECT_EQ(reachOf(files, *seen), FileReach::unknown);
 }
 
+TEST_F(FileLookTest, AnotherFolderOfTheNameTakesNothingWithIt) {
+  const EntryPointer kept = add("/captures/kept.png");
+  const EntryPointer lacking = add("/captures/lacking.png");
+  files.disk.erase("/captures/lacking.png");
+  EXPECT_EQ(look().gone, EntryList{lacking});
+
+  // Put back from a backup.
+  files.folderNumbers["/captures"] = 99;
+  files.put("/captures/kept.png", files.text("/captures/kept.png"));
+  FileLook found = look();
+  EXPECT_THAT(found.gone, IsEmpty());
+  EXPECT_EQ(found.outOfReach, EntryList{lacking});
+  EXPECT_EQ(found.replaced, EntryList{lacking});
+  ASSERT_EQ(found.learned.size(), 1U);
+  EXPECT_EQ(found.learned[0].entry, kept);
+  EXPECT_EQ(found.learned[0].identity.folderFile, 99);
+  EXPECT_EQ(goneOf(files, scope.entries), found.replaced) << "for who says that they may go";
+  ASSERT_TRUE(files.moveNew("/captures/kept.png", "/captures/lacking.png").has_value());
+  EXPECT_EQ(look().outOfReach, EntryList{kept});
+}
+
+TEST_F(FileLookTest, ALinkThatLeadsNowhereIsToldAndKeepsItsEntry) {
+  const EntryPointer entry = add("/captures/a.png");
+  files.folders.insert("/store");
+  rename("/captures/a.png", "/store/a.png");
+  files.links["/captures/a.png"] = "/store/a.png";
+  EXPECT_EQ(reachOf(files, *entry), FileReach::there);
+  EXPECT_THAT(look().outOfReach, IsEmpty());
+  files.disk.erase("/store/a.png");
+  EXPECT_EQ(reachOf(files, *entry), FileReach::linkBroken);
+  const FileLook found = look();
+  EXPECT_THAT(found.gone, IsEmpty());
+  EXPECT_EQ(found.outOfReach, EntryList{entry});
+}
+
 TEST_F(FileLookTest, AMountPointWithoutItsDiskIsKnownFromWhatWasSeenThere) {
   files.mounts = {"/home/me/nas"};
   const EntryPointer entry = add("/home/me/nas/shots/a.png");
@@ -134,7 +169,7 @@ TEST_F(FileLookTest, AFileThatWasRenamedOrMovedAmongTheFoldersIsFound) {
     return copy;
   }()));
   files.folders.insert("/elsewhere");
-  rename("/one/a.png", "/one/holiday.png");
+  rename("/one/a.png", "/one/.holiday.png");
   rename("/one/b.png", "/two/b.png");
   rename("/one/c.png", "/elsewhere/c.png");
   // As large and as old, but another file.
@@ -143,8 +178,8 @@ TEST_F(FileLookTest, AFileThatWasRenamedOrMovedAmongTheFoldersIsFound) {
   std::map<std::string, std::string> renamed;
   for (const SeenFile& file : found.renamed) renamed[file.entry->id] = file.path;
   EXPECT_EQ(renamed,
-            (std::map<std::string, std::string>{{"/one/a.png", "/one/holiday.png"},
-                                                {"shares the file of a", "/one/holiday.png"},
+            (std::map<std::string, std::string>{{"/one/a.png", "/one/.holiday.png"},
+                                                {"shares the file of a", "/one/.holiday.png"},
                                                 {"/one/b.png", "/two/b.png"}}));
   ASSERT_EQ(found.gone.size(), 1U);
   EXPECT_EQ(found.gone[0]->id, "/one/c.png");

@@ -44,8 +44,13 @@ bool isEmptyFolder(const Files& files, const Path& folder) {
   return items && items->empty();
 }
 
+bool isFileThere(const Files& files, const Path& path) {
+  const auto status = files.status(path);
+  return status && status->type != FileType::link;
+}
+
 FileReach reachOf(const Files& files, const Path& path, const FileIdentity* seen) {
-  if (files.status(path)) return FileReach::there;
+  if (isFileThere(files, path)) return FileReach::there;
   return FolderView(files, path.parent_path()).reachOf(path.filename(), seen);
 }
 
@@ -98,6 +103,10 @@ FolderView::FolderView(const Files& files, Path folder)
   }
   handle_ = *std::move(handle);
   if (auto location = files_.location(handle_->path())) location_ = *std::move(location);
+  if (const auto status = statusOfFolder(files_, handle_->path())) {
+    // Some file systems use all 64 bits, which numbers in JSON do not keep.
+    number_ = static_cast<std::int64_t>(status->inode & ((std::uint64_t{1} << 53) - 1));
+  }
 }
 
 Result<FileStatus> FolderView::status(const Path& name) const {
@@ -122,10 +131,21 @@ FileReach FolderView::reachOfFolder(const FileIdentity* seen) const {
   return isAway ? FileReach::folderUnreachable : FileReach::folderGone;
 }
 
+FileReach FolderView::reachOfFound(const Path& name, const FileStatus& status) const {
+  if (status.type != FileType::link) return FileReach::there;
+  const auto place = files_.resolved(handle_->path() / name);
+  if (place) return FileReach::there;
+  switch (place.error().kind) {
+    case FailureKind::denied: return FileReach::folderDenied;
+    case FailureKind::unreachable: return FileReach::folderUnreachable;
+    default: return FileReach::linkBroken;
+  }
+}
+
 FileReach FolderView::reachOf(const Path& name, const FileIdentity* seen) const {
   if (!handle_) return reachOfFolder(seen);
   const auto found = status(name);
-  if (found) return FileReach::there;
+  if (found) return reachOfFound(name, *found);
   switch (found.error().kind) {
     case FailureKind::denied: return FileReach::folderDenied;
     case FailureKind::unreachable: return FileReach::folderUnreachable;
@@ -137,18 +157,21 @@ FileReach FolderView::reachOf(const Path& name, const FileIdentity* seen) const 
   }
   if (!location_) return FileReach::unknown;
   const bool isSame = location_->volume == seen->volume && location_->folder == seen->folder;
-  return isSame ? FileReach::fileGone : FileReach::folderUnreachable;
+  if (!isSame) return FileReach::folderUnreachable;
+  const bool isReplaced = seen->folderFile && number_ && seen->folderFile != number_;
+  return isReplaced ? FileReach::folderReplaced : FileReach::fileGone;
 }
 
 std::optional<FileIdentity> FolderView::identify(const Path& name) const {
   if (!location_) return std::nullopt;
   const auto found = status(name);
-  if (!found) return std::nullopt;
+  if (!found || reachOfFound(name, *found) == FileReach::linkBroken) return std::nullopt;
   return FileIdentity{.volume = location_->volume,
                       .folder = location_->folder,
                       .file = static_cast<std::int64_t>(found->inode),
                       .size = static_cast<std::int64_t>(found->size),
                       .modified = found->modified,
+                      .folderFile = number_,
                       .extra = {}};
 }
 
@@ -161,7 +184,7 @@ FileReach FolderView::reachOf(const ScreenshotEntry& entry) const {
 
 FileReach reachOf(const Files& files, const ScreenshotEntry& entry) {
   // Mostly it is there, and that costs one call.
-  if (files.status(entry.path)) return FileReach::there;
+  if (isFileThere(files, entry.path)) return FileReach::there;
   return FolderView(files, Path(entry.path).parent_path()).reachOf(entry);
 }
 
@@ -198,7 +221,9 @@ std::optional<FolderIdentity> identityOf(const Files& files, const Path& folder)
 std::string_view sentence(FileReach reach) {
   switch (reach) {
     case FileReach::there:
-    case FileReach::fileGone: return "";
+    case FileReach::fileGone:
+    case FileReach::folderReplaced: return "";
+    case FileReach::linkBroken: return "it is a link to a file that isn't there.";
     case FileReach::folderGone:
       return "the folder it was in no longer exists. Use Remove from History to take it out of "
              "Vantorel.";

@@ -17,6 +17,8 @@ namespace vantorel {
 enum class FileReach {
   there,
   fileGone,           ///< its folder is there, the file is not
+  linkBroken,         ///< it is a link that leads nowhere now
+  folderReplaced,     ///< it is not in its folder, which is another one of that name by now
   folderGone,         ///< its folder no longer exists
   folderUnreachable,  ///< its folder is on a disk that is not connected or does not answer
   folderDenied,       ///< its folder may not be opened
@@ -25,8 +27,9 @@ enum class FileReach {
 
 /// Where the file of an entry is: the one place that tells a deleted file from one whose disk is
 /// away. A missing file counts as gone only when it was last seen in this very folder of this very
-/// file system. Of an entry that does not know yet where that was, also when the folder holds
-/// anything at all, for the empty one may be a mount point. Blocks for as long as the disk takes.
+/// file system: one that was put there from a backup may lack what the user still has. Of an entry
+/// that does not know yet where that was, also when the folder holds anything at all, for the empty
+/// one may be a mount point. Blocks for as long as the disk takes.
 [[nodiscard]] FileReach reachOf(const Files& files, const ScreenshotEntry& entry);
 
 /// The same for the entry's original (`there` when it has none).
@@ -67,16 +70,19 @@ class FolderView {
   /// The same for the file of an entry, which has to be in this folder.
   [[nodiscard]] FileReach reachOf(const ScreenshotEntry& entry) const;
 
-  /// What an entry remembers of the file `name`; nothing when it is not there.
+  /// What an entry remembers of the file `name`; nothing when it is not there, or is a link that
+  /// leads nowhere.
   [[nodiscard]] std::optional<FileIdentity> identify(const Path& name) const;
 
  private:
   [[nodiscard]] FileReach reachOfFolder(const FileIdentity* seen) const;
+  [[nodiscard]] FileReach reachOfFound(const Path& name, const FileStatus& status) const;
 
   const Files& files_;
   Path folder_;
   std::unique_ptr<FolderHandle> handle_;
   std::optional<FolderLocation> location_;
+  std::optional<std::int64_t> number_;
   FailureKind failure_ = FailureKind::other;  ///< without a handle
 };
 
@@ -93,8 +99,8 @@ using FolderIdentity = std::pair<std::uint64_t, std::uint64_t>;
 /// Nothing when the folder cannot be reached.
 [[nodiscard]] std::optional<FolderIdentity> identityOf(const Files& files, const Path& folder);
 
-/// Why the file cannot be moved, told to the user after the entry's name; empty for `there` and
-/// `fileGone`.
+/// Why the file cannot be used, told to the user after the entry's name; empty where it is there or
+/// missing.
 [[nodiscard]] std::string_view sentence(FileReach reach);
 
 }  // namespace vantorel

@@ -61,8 +61,10 @@ void notePlaces(std::vector<RemovedEntry>& removed, const EntryList& all) {
 
 HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path, FileReach reach) {
   switch (reach) {
-    case FileReach::there: break;
-    case FileReach::fileGone: return NothingThere{};
+    case FileReach::there:
+    case FileReach::linkBroken: break;
+    case FileReach::fileGone:
+    case FileReach::folderReplaced: return NothingThere{};
     case FileReach::folderGone:
     case FileReach::folderUnreachable:
     case FileReach::folderDenied:

@@ -38,7 +38,9 @@ Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
   const Path inside = folder / ".vantorel";  // any name: what counts is what is in its way
   switch (reachOf(files, inside)) {
     case FileReach::there:
-    case FileReach::fileGone: return files.checkWritable(folder);
+    case FileReach::linkBroken:
+    case FileReach::fileGone:
+    case FileReach::folderReplaced: return files.checkWritable(folder);
     case FileReach::folderGone: {
       if (reachOf(files, folder) != FileReach::fileGone) {
         return failed(FailureKind::notFound, "the folder above it is missing");

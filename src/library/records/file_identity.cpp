@@ -9,6 +9,7 @@ void FileIdentity::describe(V& v, S& identity) {
   v.field("file", identity.file);
   v.field("size", identity.size);
   v.field("modified", identity.modified);
+  v.field("folderFile", identity.folderFile);
   v.rest(identity.extra);
 }
 VT_JSON_RECORD(FileIdentity)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "base/json_record.hpp"
@@ -16,6 +17,9 @@ struct FileIdentity {
   std::int64_t file = 0;  ///< the file's number (inode) there
   std::int64_t size = 0;  ///< bytes
   double modified = 0;    ///< seconds since 1970-01-01 UTC
+
+  /// The folder's own number, which another one of the same name has not; not in earlier indexes.
+  std::optional<std::int64_t> folderFile{};
   json::Extra extra;
 
   /// Whatever name and folder it has on its volume.
