@@ -17,6 +17,7 @@ class AsioGate;
 /// queues none of them waits for another. A runner may outlive it and then drops what it is given.
 class SerialQueues {
  public:
+  /// Throws `std::runtime_error`, in a sentence, when the system refuses a thread.
   explicit SerialQueues(int threads = 2);
   ~SerialQueues();
 
@@ -30,6 +31,8 @@ class SerialQueues {
   [[nodiscard]] std::shared_ptr<TaskRunner> queue(const std::string& name);
 
  private:
+  void work();
+
   std::shared_ptr<AsioGate> gate_;
   std::mutex mutex_;
   std::map<std::string, std::shared_ptr<TaskRunner>> queues_;

@@ -1,7 +1,11 @@
 #include "platform/linux/serial_queues.hpp"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <fstream>
 #include <future>
 #include <latch>
 
@@ -25,6 +29,29 @@ struct PostsWhenGone {
     runner->post([keep = runner] {});
   }
 };
+
+// Else a command would wait for ever for threads that wait for work.
+TEST(SerialQueuesTest, ARefusedThreadIsAFailureAndNoHang) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::alarm(60);
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlimit room{pages * static_cast<std::size_t>(::getpagesize()) + (100U << 20U),
+                      RLIM_INFINITY};
+    ::setrlimit(RLIMIT_AS, &room);
+    try {
+      const SerialQueues many(200);
+    } catch (const std::runtime_error& failure) {
+      ::_exit(std::string_view(failure.what()).starts_with("no thread could be started: ") ? 7 : 8);
+    }
+    ::_exit(9);
+  }
+  int ended = 0;
+  ASSERT_EQ(::waitpid(child, &ended, 0), child);
+  EXPECT_TRUE(WIFEXITED(ended)) << WTERMSIG(ended);
+  EXPECT_EQ(WEXITSTATUS(ended), 7);
+}
 
 TEST(SerialQueuesTest, EachQueueKeepsItsOrderWhileOthersRunBesideIt) {
   // Outlive the queues, whose end waits for tasks that are still about to return from them.
