@@ -37,6 +37,7 @@
 //  - `requiredIfPresent` fails it only when the value cannot be read;
 //  - `field` keeps the member's initialiser then. The value of an optional that could not be read
 //    is put into `rest`, so that writing gives it back;
+//  - rules behind a member change what was read (`Clamp`), or how it is written too (`AsPath`);
 //  - numbers are clamped to the range of their type;
 //  - an item of a list or map that cannot be read is dropped, the others stay;
 //  - of a repeated key one value counts, the others are dropped.
@@ -380,16 +381,16 @@ class RecordWriter {
   explicit RecordWriter(Writer& writer) : writer_(writer) {}
 
   template <class Member, class... Rules>
-  void required(std::string_view key, const Member& member, const Rules&...) {
-    put(key, member);
+  void required(std::string_view key, const Member& member, const Rules&... rules) {
+    put(key, member, rules...);
   }
 
   template <class Member, class... Rules>
-  void field(std::string_view key, const Member& member, const Rules&...) {
+  void field(std::string_view key, const Member& member, const Rules&... rules) {
     if constexpr (detail::isOptional<Member>) {
-      if (member) put(key, *member);
+      if (member) put(key, *member, rules...);
     } else {
-      put(key, member);
+      put(key, member, rules...);
     }
   }
 
@@ -403,6 +404,15 @@ class RecordWriter {
   void rest(const Extra& extra) { rest(extra.members()); }
 
  private:
+  template <class Member, class Rule>
+  void put(std::string_view key, const Member& member, const Rule& rule) {
+    if constexpr (requires { rule.written(member); }) {
+      put(key, rule.written(member));
+    } else {
+      put(key, member);
+    }
+  }
+
   template <class Member>
   void put(std::string_view key, const Member& member) {
     if (writtenCount_ < written_.size()) std::construct_at(&written_[writtenCount_++], key);

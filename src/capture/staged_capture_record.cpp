@@ -1,5 +1,7 @@
 #include "capture/staged_capture_record.hpp"
 
+#include "base/path_text.hpp"
+
 namespace vantorel {
 
 template <class V, class S>
@@ -9,7 +11,7 @@ void StagedCaptureRecord::describe(V& v, S& record) {
   v.field("tall", record.isTallCapture);
   v.field("id", record.entryID);
   v.field("app", record.sourceApp);
-  v.field("path", record.filedPath);
+  v.field("path", record.filedPath, json::asPath);
   v.field("inode", record.filedInode);
   v.rest(record.extra);
 }

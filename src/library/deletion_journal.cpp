@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "base/json_record.hpp"
+#include "base/path_text.hpp"
 #include "library/journal_file.hpp"
 
 namespace vantorel {
@@ -36,7 +37,7 @@ struct StoredJournal {
     describeJournalVersion(v, journal.version);
     v.required("items", journal.items);
     v.field("offersUndo", journal.offersUndo);
-    v.field("surplus", journal.surplus);
+    v.field("surplus", journal.surplus, json::asPath);
     v.rest(journal.extra);
   }
 };

@@ -116,6 +116,35 @@ TEST_F(HistoryDeletionTest, UndoWithinTheWindowPutsEverythingWhereItWas) {
   EXPECT_EQ(ids(), "bc");
 }
 
+TEST_F(HistoryDeletionTest, NamesThatAreNoTextOutliveTheRunAndTheUndo) {
+  const std::string path = "/captures/B\xE4r.png";
+  const std::string original = "/captures/B\xE4r original \xFF.png";
+  add("e", [&](ScreenshotEntry& entry) {
+    entry.path = path;
+    entry.originalPath = original;
+    files.put(original, "original of e");
+  });
+  trashed({"e"});
+  store.release([] {});
+  runners.run();
+  HistoryStore later({files, runners, runners.main(), runners.runner("later"), 0},
+                     LibraryPaths{"/data", "/caches"});
+  later.load([] {});
+  runners.run();
+  HistoryDeletion next({later, files, trash, runners, runners.main(), runners.runner("work")});
+  next.recover([] {});
+  runners.run();
+  next.undo([](const UndoOutcome& outcome) { EXPECT_THAT(outcome.failures, IsEmpty()); });
+  runners.run();
+  EXPECT_EQ(files.text(path), "pixels of e");
+  EXPECT_EQ(files.text(original), "original of e");
+
+  const auto onDisk = decodeIndex(files.text(index));
+  ASSERT_TRUE(onDisk.has_value());
+  EXPECT_EQ(onDisk->file.entries.back()->path, path);
+  EXPECT_EQ(onDisk->file.entries.back()->originalPath, original);
+}
+
 TEST_F(HistoryDeletionTest, TheNextRunMayUndoForTheRestOfTheEightSeconds) {
   for (const bool inTime : {true, false}) {
     ASSERT_TRUE(store.update("b", [](ScreenshotEntry& entry) { entry.title = "B"; }).has_value());

@@ -10,6 +10,7 @@
 
 #include "base/json_document.hpp"
 #include "base/json_writer.hpp"
+#include "base/path_text.hpp"
 
 namespace vantorel {
 namespace {
@@ -196,7 +197,8 @@ Result<DecodedIndex> decodeFrame(std::string_view frame, std::deque<Batch>* batc
 
 void collectPaths(const JSONValue& value, std::vector<std::string>& paths) {
   if (const auto* const text = std::get_if<std::string>(&value.value)) {
-    if (text->starts_with('/')) paths.push_back(*text);
+    if (std::string path = pathOfText(*text); path.starts_with('/'))
+      paths.push_back(std::move(path));
   } else if (const auto* const items = std::get_if<JSONValue::Array>(&value.value)) {
     for (const JSONValue& item : *items) collectPaths(item, paths);
   } else if (const auto* const members = std::get_if<json::Object>(&value.value)) {

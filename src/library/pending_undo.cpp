@@ -1,6 +1,7 @@
 #include "library/pending_undo.hpp"
 
 #include "base/json_record.hpp"
+#include "base/path_text.hpp"
 #include "library/journal_file.hpp"
 
 namespace vantorel {
@@ -18,8 +19,8 @@ struct StoredItem {
   static void describe(V& v, S& item) {
     v.required("entry", item.entry);
     v.field("index", item.index);
-    v.field("trashedPNGURL", item.trashedPNGURL);
-    v.field("trashedOriginalURL", item.trashedOriginalURL);
+    v.field("trashedPNGURL", item.trashedPNGURL, json::asPath);
+    v.field("trashedOriginalURL", item.trashedOriginalURL, json::asPath);
     v.field("isUntracked", item.isUntracked);
     v.rest(item.extra);
   }

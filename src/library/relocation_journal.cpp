@@ -5,6 +5,7 @@
 #include <set>
 
 #include "base/log.hpp"
+#include "base/path_text.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
 
@@ -58,8 +59,8 @@ VT_JSON_RECORD(StoredJournal)
 
 template <class V, class S>
 void RelocationJournal::Pair::describe(V& v, S& pair) {
-  v.required("old", pair.oldPath);
-  v.required("new", pair.newPath);
+  v.required("old", pair.oldPath, json::asPath);
+  v.required("new", pair.newPath, json::asPath);
   v.required("size", pair.size);
   v.required("modified", pair.modified);
   v.field("fileCount", pair.fileCount);

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/path_text.hpp"
 #include "library/journal_file.hpp"
 
 namespace vantorel {
@@ -17,7 +18,7 @@ struct StoredLeftovers {
 
   template <class V, class S>
   static void describe(V& v, S& stored) {
-    v.field("folders", stored.folders);
+    v.field("folders", stored.folders, json::asPath);
     v.field("copied", stored.copied);
     v.rest(stored.extra);
   }

@@ -8,6 +8,8 @@
 
 #include "base/json_record.hpp"
 #include "base/log.hpp"
+#include "base/path_text.hpp"
+#include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
 
@@ -21,11 +23,11 @@ struct StoredItem {
   template <class V, class S>
   static void describe(V& v, S& stored) {
     v.required("id", stored.item.id);
-    v.required("old", stored.item.old);
+    v.required("old", stored.item.old, json::asPath);
     v.field("oldInode", stored.item.oldInode);
-    v.field("made", stored.item.made);
+    v.field("made", stored.item.made, json::asPath);
     v.field("madeInode", stored.item.madeInode);
-    v.field("original", stored.item.original);
+    v.field("original", stored.item.original, json::asPath);
     v.rest(stored.extra);
   }
 };

@@ -1,11 +1,13 @@
 #include "editor/records/combine_spec.hpp"
 
+#include "base/path_text.hpp"
+
 namespace vantorel {
 
 template <class V, class S>
 void CombineAttachment::describe(V& v, S& attachment) {
   v.required("id", attachment.id);
-  v.required("path", attachment.path);
+  v.required("path", attachment.path, json::asPath);
   v.field("pixelWidth", attachment.pixelWidth);
   v.field("pixelHeight", attachment.pixelHeight);
   v.field("frameIndex", attachment.frameIndex);

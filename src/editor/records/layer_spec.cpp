@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/path_text.hpp"
+
 namespace vantorel {
 
 template <class V, class S>
@@ -32,7 +34,7 @@ std::optional<LayerBorder> normalised(LayerBorder border) {
 template <class V, class S>
 void LayerSpec::describe(V& v, S& layer) {
   v.required("id", layer.id);
-  v.field("path", layer.path);
+  v.field("path", layer.path, json::asPath);
   v.field("frameIndex", layer.frameIndex);
   v.field("pixelWidth", layer.pixelWidth);
   v.field("pixelHeight", layer.pixelHeight);

@@ -1,5 +1,7 @@
 #include "library/records/screenshot_entry.hpp"
 
+#include "base/path_text.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -51,8 +53,8 @@ template <class V, class S>
 void ScreenshotEntry::describe(V& v, S& entry) {
   v.required("id", entry.id);
   v.required("capturedAt", entry.capturedAt);
-  v.required("path", entry.path);
-  v.field("originalPath", entry.originalPath);
+  v.required("path", entry.path, json::asPath);
+  v.field("originalPath", entry.originalPath, json::asPath);
   json::fieldWithUnread(v, "shapes", entry.shapes, entry.unreadShapes);
   v.field("crop", entry.crop);
   v.field("background", entry.background);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/utf8.hpp"
 #include "platform/linux/bus_worker.hpp"
 #include "platform/linux/command_bus_protocol.hpp"
 
@@ -243,7 +244,7 @@ void CommandBusOwner::tell(const std::string& id, const BusProgress& progress) {
   if (found == tickets_.end() || found->second.reply) return;
   sdbus::Signal signal = object_->createSignal(commandsInterface, "Progress");
   signal.setDestination(found->second.sender);
-  signal << id << progress.done << progress.total << progress.words;
+  signal << id << progress.done << progress.total << repairedUtf8(progress.words);
   object_->emitSignal(signal);
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/log.hpp"
+#include "base/utf8.hpp"
 
 namespace vantorel {
 namespace {
@@ -42,6 +43,9 @@ std::string escaped(std::string_view text) {
 
 void DesktopNotifications::notify(std::string title, std::string body) {
   logInfo("Notification", "{}: {}", title, body);
+  // What is said may name a file whose name is no text; the bus takes nothing else.
+  title = repairedUtf8(title);
+  body = repairedUtf8(body);
   queue_->post([title = std::move(title), body = std::move(body), numbers = numbers_] {
     withService([&](sdbus::IProxy& service) {
       std::uint32_t& number = (*numbers)[title];
