@@ -44,4 +44,15 @@ std::string repairedUtf8(std::string_view bytes) {
   return out;
 }
 
+std::string_view beginningOf(std::string_view text, std::size_t most) {
+  if (text.size() <= most) return text;
+  // A character has at most three bytes behind its first; more of them are no character's.
+  const auto isInside = [&](std::size_t i) {
+    return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U;
+  };
+  std::size_t end = most;
+  while (end > 0 && most - end < 3 && isInside(end)) --end;
+  return text.substr(0, isInside(end) ? most : end);
+}
+
 }  // namespace vantorel

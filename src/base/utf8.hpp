@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -10,5 +11,8 @@ namespace vantorel {
 
 /// `bytes` with U+FFFD in place of each byte that does not belong to a well-formed sequence.
 [[nodiscard]] std::string repairedUtf8(std::string_view bytes);
+
+/// The longest beginning of `text` that has at most `most` bytes and ends between two characters.
+[[nodiscard]] std::string_view beginningOf(std::string_view text, std::size_t most);
 
 }  // namespace vantorel

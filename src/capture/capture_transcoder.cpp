@@ -136,8 +136,7 @@ vantorel::Result<void> CaptureTranscoder::keepOriginal(const Path& path, const P
   auto kept = files_->linkNew(path, original);
   if (!kept && kept.error().kind == FailureKind::unsupported) {
     // Half a copy under the final name would pass for the original after a crash.
-    Path partial = original;
-    partial += ".partial";
+    const Path partial = temporaryBeside(original, ".partial");
     VT_TRY(removeIfThere(partial));
     const std::string bytes = VT_TRY(files_->read(path, mostFileBytes));
     VT_TRY(files_->create(partial, bytes, Privacy::ownerOnly, Durability::flushed));
@@ -156,7 +155,7 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std:
   const Path temporary = rewriteTemporary(old);
   VT_TRY(removeIfThere(temporary));
   VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
-  const Path first = fmt::format("{}.{}", old.stem().string(), fileExtension(format));
+  const Path first = fittingName(old.stem().string(), fmt::format(".{}", fileExtension(format)));
   auto problem = failed(FailureKind::exists, "every file name is taken");
   for (int number = 1; number <= mostNames; ++number) {
     Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));

@@ -6,6 +6,7 @@
 #include <limits>
 #include <random>
 
+#include "base/utf8.hpp"
 #include "capture/area_downscale.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
@@ -138,6 +139,32 @@ TEST_F(CaptureTranscoderTest, APhotographChangesItsFormatBesideTheOldFile) {
   EXPECT_EQ(same->path, shot.path);
   EXPECT_EQ(same->oldPath, std::nullopt);
   EXPECT_TRUE(files->text(shot.path) == before);
+}
+
+TEST_F(CaptureTranscoderTest, TheLongestNamesFindRoomForTemporariesAndExtensions) {
+  std::string umlauts;
+  while (umlauts.size() < 250) umlauts += "ä";
+  for (const std::string& stem : {std::string(251, 'a'), umlauts + "b", std::string(251, '\xE4')}) {
+    CaptureTranscoder::Source source = shot;
+    source.path = "/captures/" + stem + ".png";
+    source.keepOriginalAs = "/originals/" + stem + ".png";
+    const std::string bytes = picture(false);
+    files->put(source.path, bytes);
+    ASSERT_TRUE(
+        std::holds_alternative<CaptureTranscoder::Compacted>(transcoder.compress(source, false)));
+    EXPECT_TRUE(files->text(*source.keepOriginalAs) == bytes);
+    source.keepOriginalAs.reset();
+    for (const char* const end : {".webp", " 2.webp"}) {
+      const auto made = transcoder.convert(source, ExportFormat::webp, 0.9);
+      ASSERT_TRUE(made.has_value());
+      const std::string name = made->path.filename();
+      EXPECT_THAT(name, testing::EndsWith(end));
+      EXPECT_THAT(stem, StartsWith(name.substr(0, name.size() - std::strlen(end))));
+      EXPECT_GE(name.size(), 254U) << "no more is cut than needs to be";
+      EXPECT_TRUE(stem.starts_with('\xE4') || isUtf8(name));
+    }
+    files->disk.clear();
+  }
 }
 
 TEST_F(CaptureTranscoderTest, WhatDoesNotGetSmallerIsLeftAlone) {

@@ -17,10 +17,7 @@ std::string cleanedBase(const std::string& filenameTemplate) {
   for (char& c : base) {
     if (c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '-';
   }
-  while (base.size() > longestBaseBytes) {
-    base.pop_back();
-    while (!base.empty() && !isUtf8(base)) base.pop_back();
-  }
+  base = beginningOf(base, longestBaseBytes);
   if (base.starts_with('.')) base.front() = '-';
   return base.empty() ? "Screenshot" : base;
 }
@@ -41,8 +38,13 @@ std::string captureFileName(const std::string& filenameTemplate, double captured
                      extension);
 }
 
+std::string fittingName(std::string_view stem, std::string_view ending) {
+  const std::size_t room = longestFileName - std::min(ending.size(), longestFileName - 1);
+  return std::string(beginningOf(stem, room)).append(ending);
+}
+
 std::string numberedName(const Path& path, int number) {
-  return fmt::format("{} {}{}", path.stem().string(), number, path.extension().string());
+  return fittingName(path.stem().string(), fmt::format(" {}{}", number, path.extension().string()));
 }
 
 std::optional<double> timeInCaptureName(std::string_view stem) {

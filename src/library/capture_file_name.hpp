@@ -16,6 +16,10 @@ namespace vantorel {
 [[nodiscard]] std::string captureFileName(const std::string& filenameTemplate, double capturedAt,
                                           std::string_view extension);
 
+/// `stem` and `ending` (such as ".png" or " 2.png"); what is too much for a file name is taken from
+/// the end of the stem.
+[[nodiscard]] std::string fittingName(std::string_view stem, std::string_view ending);
+
 /// "Shot 2.png" for "Shot.png", and "Shot 2 3.png" for "Shot 2.png".
 [[nodiscard]] std::string numberedName(const Path& path, int number);
 

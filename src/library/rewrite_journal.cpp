@@ -40,7 +40,7 @@ struct StoredLeft {
 
   template <class V, class S>
   static void describe(V& v, S& stored) {
-    v.required("path", stored.path);
+    v.required("path", stored.path, json::asPath);
     v.required("file", stored.file);
     v.rest(stored.extra);
   }
@@ -83,11 +83,6 @@ bool isThere(const Files& files, const Path& path, const FileIdentity& file) {
   return found && found->isSameFileAs(file);
 }
 
-Path withSuffix(Path path, std::string_view suffix) {
-  path += suffix;
-  return path;
-}
-
 }  // namespace
 
 std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths) {
@@ -115,7 +110,7 @@ std::vector<Path> replacedFilesLeft(const Files& files, const LibraryPaths& path
 }
 
 Path rewriteTemporary(const Path& old) {
-  return old.parent_path() / fmt::format(".{}.partial", old.stem().string());
+  return temporaryBeside(old.parent_path() / ("." + old.stem().string()), ".partial");
 }
 
 Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
@@ -155,7 +150,7 @@ std::optional<RewriteJournal::Left> RewriteJournal::end(const std::string& id,
 }
 
 void RewriteJournal::recover(const EntryList& entries) {
-  const Path staging = withSuffix(paths_.rewrites(), ".staging");
+  const Path staging = stagingOf(paths_.rewrites());
   if (files_.status(staging)) (void)files_.remove(staging);
   const auto text = files_.read(paths_.rewrites());
   if (!text) return;
@@ -235,9 +230,15 @@ void RewriteJournal::clearUp(const std::vector<Item>& items, const EntryList& en
     return inode && !named.hasName(path) && inodeOf(files_, path) == inode;
   };
   for (const Item& item : items) {
+<<<<<<< HEAD
     (void)remove(rewriteTemporary(item.old));
     (void)remove(withSuffix(item.old, ".staging"));
     if (item.made && isOwn(*item.made, item.madeInode)) (void)remove(*item.made);
+=======
+    remove(rewriteTemporary(item.old));
+    remove(stagingOf(item.old));
+    removeOwn(item.made, item.madeInode);
+>>>>>>> 19e6055 (Find room for temporaries and extensions in the longest names)
     const auto path = pathOf.find(item.id);
     // What came between the original and the new file is needed until the entry names that one.
     if (path != pathOf.end() && item.made && path->second == *item.made &&
@@ -247,8 +248,13 @@ void RewriteJournal::clearUp(const std::vector<Item>& items, const EntryList& en
       if (!removed && file) left_.push_back({item.old, *file, removed.error().reason});
     }
     if (!item.original) continue;
+<<<<<<< HEAD
     (void)remove(withSuffix(*item.original, ".partial"));
     if (named.hasName(*item.original) || !files_.status(*item.original)) continue;
+=======
+    remove(temporaryBeside(*item.original, ".partial"));
+    if (named.contains(*item.original) || !files_.status(*item.original)) continue;
+>>>>>>> 19e6055 (Find room for temporaries and extensions in the longest names)
     const bool isUnchanged = item.oldInode && inodeOf(files_, item.old) == item.oldInode;
     const bool isListed = path != pathOf.end() && path->second == item.old;
     if (isUnchanged || (isListed && putBack(item))) (void)remove(*item.original);

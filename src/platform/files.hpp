@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -131,7 +132,7 @@ class Files {
   [[nodiscard]] virtual Result<void> create(const Path& path, std::string_view bytes,
                                             Privacy privacy, Durability durability) = 0;
 
-  /// Replaces the content of `path` in one step: a temporary beside it (`path` + ".staging"),
+  /// Replaces the content of `path` in one step: a temporary beside it (`stagingOf`),
   /// flushed, then renamed over it. Readers see the old or the new content, whole.
   [[nodiscard]] virtual Result<void> replace(const Path& path, std::string_view bytes,
                                              Privacy privacy) = 0;
@@ -184,5 +185,15 @@ class Files {
   /// another process or holder has it.
   [[nodiscard]] virtual Result<std::unique_ptr<FileLock>> lock(const Path& path) = 0;
 };
+
+/// The longest name of a file, in bytes, that the file systems in common use take.
+constexpr std::size_t longestFileName = 255;
+
+/// `path` with `suffix` behind its name: a temporary of it, in the same folder. Where that name
+/// would be too long it ends earlier, in a digest of the whole.
+[[nodiscard]] Path temporaryBeside(const Path& path, std::string_view suffix);
+
+/// What `Files::replace` writes to before it renames.
+[[nodiscard]] inline Path stagingOf(const Path& path) { return temporaryBeside(path, ".staging"); }
 
 }  // namespace vantorel

@@ -93,8 +93,7 @@ class SettingsFile::Disk {
     const auto file = target();
     if (!file) return;
     (void)files_.makeOwnerOnly(*file);
-    Path staging = *file;
-    staging += ".staging";
+    const Path staging = stagingOf(*file);
     if (!files_.status(staging)) return;
     // Another process may be writing it now.
     if (const auto lock = files_.lock(lockFile())) (void)files_.remove(staging);

@@ -409,8 +409,7 @@ Result<void> LinuxFiles::create(const Path& path, std::string_view bytes, Privac
 }
 
 Result<void> LinuxFiles::replace(const Path& path, std::string_view bytes, Privacy privacy) {
-  Path staging = path;
-  staging += ".staging";
+  const Path staging = stagingOf(path);
   // Left by a run that ended in the middle.
   ::unlink(staging.c_str());
   VT_TRY(create(staging, bytes, privacy, Durability::flushed));
@@ -430,8 +429,7 @@ Result<std::shared_ptr<FileContent>> LinuxFiles::open(const Path& path) const {
 
 Result<std::shared_ptr<FileContent>> LinuxFiles::replaceWithParts(
     const Path& path, std::span<const ContentPart> parts, Privacy privacy) {
-  Path staging = path;
-  staging += ".staging";
+  const Path staging = stagingOf(path);
   // Left by a run that ended in the middle.
   ::unlink(staging.c_str());
   const mode_t mode = privacy == Privacy::ownerOnly ? 0600 : 0666;

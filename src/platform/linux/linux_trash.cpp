@@ -7,6 +7,7 @@
 #include <map>
 #include <utility>
 
+#include "base/utf8.hpp"
 #include "platform/linux/mount_table.hpp"
 
 namespace vantorel {
@@ -45,10 +46,7 @@ std::string nameFor(const Path& path, int attempt) {
   constexpr std::size_t longest = 255 - 11 - 6;
   const std::string extension = path.extension().string().substr(0, 32);
   std::string stem = path.stem().string();
-  if (stem.size() + extension.size() > longest) {
-    stem.resize(longest - extension.size());
-    while (!stem.empty() && (static_cast<unsigned char>(stem.back()) & 0x80U) != 0) stem.pop_back();
-  }
+  stem = beginningOf(stem, longest - extension.size());
   return attempt == 1 ? stem + extension : fmt::format("{}.{}{}", stem, attempt, extension);
 }
 

@@ -112,6 +112,12 @@ TEST_F(LinuxTrashTest, WhatGoesIntoTheTrashComesBackByUsAndByOthers) {
   const std::string longName = std::string(240, 'l') + ".png";
   put(longName, "long");
   EXPECT_TRUE(trash.moveToTrash(root / "pictures" / longName).has_value());
+  std::string umlauts = ".png";
+  while (umlauts.size() < 254) umlauts.insert(0, "ä");
+  put(umlauts, "umlauts");
+  const auto kept = trash.moveToTrash(root / "pictures" / umlauts);
+  ASSERT_TRUE(kept.has_value());
+  EXPECT_EQ(Path(**kept).filename().string(), umlauts.substr(umlauts.size() - 238));
 }
 
 // The disk is the one of the home folder, and yet nothing can be renamed from one to the other.

@@ -80,6 +80,9 @@ Result<void> FakeFiles::change() {
 
 Result<void> FakeFiles::parentExists(const Path& path) const {
   if (!folders.contains(path.parent_path())) return missing();
+  if (path.filename().native().size() > longestFileName) {
+    return failed(FailureKind::other, "the name is too long");
+  }
   return {};
 }
 
@@ -176,8 +179,7 @@ Result<void> FakeFiles::create(const Path& path, std::string_view bytes, Privacy
 }
 
 Result<void> FakeFiles::replace(const Path& path, std::string_view bytes, Privacy privacy) {
-  Path staging = path;
-  staging += ".staging";
+  const Path staging = stagingOf(path);
   disk.erase(staging);
   VT_TRY(create(staging, bytes, privacy, Durability::flushed));
   if (auto renamed = change(); !renamed) {
