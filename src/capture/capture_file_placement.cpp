@@ -138,10 +138,7 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
     }
     const auto placed = placeIn(folder, staged, encoded, settings.filenameTemplate);
     if (placed) {
-      if (const auto flushed = files_->flushFolder(folder); !flushed) {
-        logWarning("Filing", "{} could not be flushed: {}", folder.string(),
-                   flushed.error().reason);
-      }
+      settleFolder(*files_, folder);
       if (folder != settings.storageFolder) {
         encoded.notes.emplace_back(note::StorageUnavailable{problem});
       }

@@ -168,7 +168,7 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std:
       return files_->moveNew(temporary, path);
     }();
     if (moved) {
-      VT_TRY(files_->flushFolder(folder));
+      settleFolder(*files_, folder);
       return path;
     }
     if (moved.error().kind == FailureKind::exists) continue;
@@ -203,8 +203,7 @@ CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::write(
   if (encoding.format == opened.header.format) {
     const auto replaced = files_->replace(source.path, bytes, Privacy::byUmask);
     if (!replaced) return writeFailure(replaced.error());
-    const auto flushed = files_->flushFolder(source.path.parent_path());
-    if (!flushed) return writeFailure(flushed.error());
+    settleFolder(*files_, source.path.parent_path());
     return result;
   }
   auto path = writeBeside(source, bytes, encoding.format);

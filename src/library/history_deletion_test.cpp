@@ -116,6 +116,16 @@ TEST_F(HistoryDeletionTest, UndoWithinTheWindowPutsEverythingWhereItWas) {
   EXPECT_EQ(ids(), "bc");
 }
 
+TEST_F(HistoryDeletionTest, WhatIsOnTheDiskCountsThoughItsFolderCannotBeFlushed) {
+  files.flushesFail = true;
+  EXPECT_EQ(trashed({"b", "c"}).removed.size(), 2U);
+  EXPECT_THAT(undone().restored, ElementsAre("b", "c"));
+  EXPECT_EQ(ids(), "abcd");
+  EXPECT_THAT(files.text(index), HasSubstr("b.png"));
+  EXPECT_EQ(files.text("/captures/b.png"), "pixels of b");
+  EXPECT_THAT(files.names("/Trash"), IsEmpty());
+}
+
 TEST_F(HistoryDeletionTest, NamesThatAreNoTextOutliveTheRunAndTheUndo) {
   const std::string path = "/captures/B\xE4r.png";
   const std::string original = "/captures/B\xE4r original \xFF.png";

@@ -367,7 +367,8 @@ Result<void> IndexStorage::write() {
     forgetRuns();
     return write();
   }
-  return files_.flushFolder(paths_.index().parent_path());
+  settleFolder(files_, paths_.index().parent_path());
+  return {};
 }
 
 }  // namespace vantorel

@@ -22,7 +22,8 @@ Result<void> setAsideUnreadableJournal(Files& files, const Path& path,
   VT_TRY(files.makeOwnerOnly(path));
   VT_TRY(files.moveNew(path, aside));
   logWarning("History", "{} could not be read and is kept as {}", path.string(), aside.string());
-  return files.flushFolder(path.parent_path());
+  settleFolder(files, path.parent_path());
+  return {};
 }
 
 }  // namespace vantorel

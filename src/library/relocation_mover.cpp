@@ -371,12 +371,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
     folders.insert(at(moved.newPath).parent_path());
     folders.insert(Path(moved.oldPath).parent_path());
   }
-  for (const Path& folder : folders) {
-    if (const auto flushed = files_.flushFolder(folder); !flushed) {
-      logWarning(historyLog, "{} could not be flushed: {}", folder.string(),
-                 flushed.error().reason);
-    }
-  }
+  for (const Path& folder : folders) settleFolder(files_, folder);
   if (!isTargetThere()) takeBack(batch);
   heldTarget_.reset();
   return batch;

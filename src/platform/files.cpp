@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "base/log.hpp"
 #include "base/utf8.hpp"
 
 namespace vantorel {
@@ -16,6 +17,14 @@ Path temporaryBeside(const Path& path, std::string_view suffix) {
     name = std::string(beginningOf(name, longestFileName - suffix.size() - ending.size())) + ending;
   }
   return path.parent_path() / name.append(suffix);
+}
+
+void settleFolder(Files& files, const Path& folder) {
+  const auto flushed = files.flushFolder(folder);
+  // One that has gone has nothing to be flushed.
+  if (!flushed && flushed.error().kind != FailureKind::notFound) {
+    logWarning("Files", "{} could not be flushed: {}", folder.string(), flushed.error().reason);
+  }
 }
 
 }  // namespace vantorel

@@ -163,7 +163,9 @@ class Files {
   /// Removes a file or an empty folder; `notFound` when there is none.
   [[nodiscard]] virtual Result<void> remove(const Path& path) = 0;
 
-  /// Makes renames and removals inside `folder` safe against a power cut.
+  /// Makes renames and removals inside `folder` safe against a power cut. Where that fails they
+  /// are made all the same, and everybody sees them: never answer such a change with failure (use
+  /// `settleFolder`). Only who is about to destroy what the change was to replace may stop here.
   [[nodiscard]] virtual Result<void> flushFolder(const Path& folder) = 0;
 
   /// Makes the contents of files in one folder safe against a power cut; one that has gone is none
@@ -195,5 +197,9 @@ constexpr std::size_t longestFileName = 255;
 
 /// What `Files::replace` writes to before it renames.
 [[nodiscard]] inline Path stagingOf(const Path& path) { return temporaryBeside(path, ".staging"); }
+
+/// Flushes the folder of changes that were made, and goes on when it can't be: they stay made. Logs
+/// that a power cut may take them back.
+void settleFolder(Files& files, const Path& folder);
 
 }  // namespace vantorel

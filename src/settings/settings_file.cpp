@@ -83,7 +83,7 @@ class SettingsFile::Disk {
         files_.replace(file, json::toText({std::move(object)}) + "\n", Privacy::ownerOnly);
     if (!replaced && aside) (void)files_.remove(*aside);
     VT_TRY(std::move(replaced));
-    VT_TRY(files_.flushFolder(file.parent_path()));
+    settleFolder(files_, file.parent_path());
     return Applied{std::move(values), std::move(aside)};
   }
 

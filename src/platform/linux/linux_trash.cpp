@@ -85,7 +85,7 @@ void LinuxTrash::flush() {
   std::map<Path, std::vector<Path>> byFolder;
   for (const Path& info : infos) byFolder[info.parent_path()].push_back(info);
   for (const auto& [folder, files] : byFolder) (void)files_.flushFiles(files);
-  for (const Path& folder : folders) (void)files_.flushFolder(folder);
+  for (const Path& folder : folders) settleFolder(files_, folder);
 }
 
 // A file can be renamed within its mount alone: one disk may be mounted in several places.

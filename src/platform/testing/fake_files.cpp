@@ -306,6 +306,7 @@ Result<void> FakeFiles::checkWritable(const Path& folder) const {
 
 Result<void> FakeFiles::flushFolder(const Path& folder) {
   if (!folders.contains(folder)) return missing();
+  if (flushesFail) return failed(FailureKind::other, "input/output error");
   flushed.push_back(folder);
   return {};
 }

@@ -47,6 +47,9 @@ class FakeFiles final : public Files {
   /// Bytes that `replaceWithParts` took from open files so far.
   std::uint64_t copiedBytes = 0;
 
+  /// Changes are made, and their folders cannot be flushed.
+  bool flushesFail = false;
+
   /// Folders flushed so far, in order.
   std::vector<Path> flushed;
 
