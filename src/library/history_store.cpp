@@ -33,7 +33,11 @@ HistoryStore::HistoryStore(HistoryServices services, LibraryPaths paths)
     : services_(std::move(services)),
       paths_(std::move(paths)),
       storage_(std::make_shared<IndexStorage>(services_.files, paths_, services_.userID)),
-      writer_(services_.clock, services_.main, services_.persist, storage_) {}
+      writer_(services_.clock, services_.main, services_.persist, storage_) {
+  writer_.onForeign = [this](const ForeignIndex& foreign) {
+    if (onForeignIndex) onForeignIndex(foreign);
+  };
+}
 
 HistoryStore::~HistoryStore() = default;
 

@@ -188,6 +188,9 @@ class HistoryStore {
   /// against a power cut, or with the sentence that says why not. A capture is acknowledged then.
   void flush(Done done) { writer_.flush(std::move(done)); }
 
+  /// Called when another program's index was found in the place of the one in use.
+  std::function<void(const ForeignIndex&)> onForeignIndex;
+
   /// Why the last write failed; nothing once one has landed.
   [[nodiscard]] const std::optional<std::string>& indexSaveFailure() const {
     return writer_.saveFailure();

@@ -93,6 +93,26 @@ TEST_F(HistoryStoreTest, BurstOfChangesCostsOneWriteAndALaterRunFindsThem) {
   EXPECT_EQ(files.changes - before, 2) << "reading changes nothing";
 }
 
+TEST_F(HistoryStoreTest, ANewerIndexThatComesWhileItRunsEndsWriting) {
+  open();
+  add("a");
+  EXPECT_EQ(written(), "");
+  std::vector<std::string> told;
+  store->onForeignIndex = [&](const ForeignIndex& foreign) { told.push_back(foreign.sentence()); };
+  const std::string newer = R"({"version":5,"entries":[]})";
+  files.put(index, newer);
+  add("b");
+  EXPECT_EQ(written(), "the index could not be written: another program replaced it");
+  add("c");
+  EXPECT_EQ(written(), "the index can't be written this run");
+  const int before = files.changes;
+  runners.advance(120s);
+  EXPECT_EQ(files.changes, before) << "nothing is tried again";
+  EXPECT_EQ(files.text(index), newer);
+  EXPECT_EQ(ids(store->entries()), "abc");
+  EXPECT_THAT(told, ElementsAre(HasSubstr("a newer build wrote")));
+}
+
 TEST_F(HistoryStoreTest, AcknowledgesOnlyWhatIsOnDisk) {
   open();
   EXPECT_EQ(written(), "");

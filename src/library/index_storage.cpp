@@ -94,6 +94,11 @@ bool hasConflict(const EntryList& entries) {
   });
 }
 
+bool isSameState(const FileStatus& one, const FileStatus& other) {
+  return one.device == other.device && one.inode == other.inode && one.size == other.size &&
+         one.modified == other.modified;
+}
+
 /// Two entries of one id cannot live in one library. The same file under the same id is the same
 /// capture written twice; another file is another capture, and gets an id of its own.
 void separateDoubles(EntryList& entries, std::vector<TextRun>& runs) {
@@ -132,6 +137,19 @@ bool allowsWrites(IndexLoad load) {
     case IndexLoad::inUse: return false;
   }
   std::unreachable();
+}
+
+std::string ForeignIndex::sentence() const {
+  if (!keptAs.empty()) {
+    return fmt::format(
+        "Another program replaced history.json. Vantorel goes on with its own; the "
+        "other one is kept as {}.",
+        keptAs);
+  }
+  return fmt::format(
+      "Another program replaced history.json by one that {}. It stays as it is, and "
+      "changes aren't saved until Vantorel is started again.",
+      load == IndexLoad::newer ? "a newer build wrote" : "can't be read");
 }
 
 IndexStorage::IndexStorage(Files& files, LibraryPaths paths, std::uint32_t userID)
@@ -205,6 +223,7 @@ IndexStorage::Loaded IndexStorage::readIndex() {
   items_.clear();
   rest_ = {};
   content_.reset();
+  inPlace_.reset();
   Loaded loaded;
   const auto status = files_.status(paths_.index());
   if (!status && status.error().kind == FailureKind::notFound) return loaded;
@@ -216,6 +235,7 @@ IndexStorage::Loaded IndexStorage::readIndex() {
   const auto open = [&]() -> Result<void> {
     content_ = VT_TRY(files_.open(paths_.index()));
     contentStatus_ = VT_TRY(content_->status());
+    inPlace_ = contentStatus_;
     return {};
   };
   if (const auto opened = open(); !opened) return unreadable(opened.error());
@@ -291,7 +311,7 @@ IndexStorage::Loaded IndexStorage::decode() {
 
 IndexLoad IndexStorage::park(const std::string& text, std::string_view reason) {
   if (onlyLooks_) return IndexLoad::notParked;
-  if (parkIndex(files_, paths_.index(), text) == Parking::failed) {
+  if (parkIndex(files_, paths_.index(), text, ParkedKind::unreadable) == Parking::failed) {
     logError(historyLog, "index {}, and no copy of it could be parked", reason);
     return IndexLoad::notParked;
   }
@@ -334,6 +354,55 @@ void IndexStorage::forgetRuns() {
   for (Item& item : items_) item.run = {};
 }
 
+bool IndexStorage::isAsWritten(const std::string& text) const {
+  if (!contentIsUnchanged() || text.size() != contentStatus_.size) return false;
+  const auto ours = content_->read(0, text.size());
+  return ours && *ours == text;
+}
+
+Result<ForeignIndex> IndexStorage::park(const std::string& foreign) {
+  const auto decoded = decodeIndex(foreign);
+  if (decoded && decoded->file.version > HistoryIndexFile::currentVersion) {
+    logError(historyLog,
+             "index was written by a newer build (version {}; this build reads up to {}) — index "
+             "writes disabled for this run",
+             decoded->file.version, HistoryIndexFile::currentVersion);
+    return ForeignIndex{IndexLoad::newer, {}};
+  }
+  const auto kind = decoded ? ParkedKind::replaced : ParkedKind::unreadable;
+  if (parkIndex(files_, paths_.index(), foreign, kind) == Parking::failed) {
+    return failed(FailureKind::other, "what another program put in its place could not be kept");
+  }
+  ForeignIndex kept{decoded ? IndexLoad::read : IndexLoad::parked,
+                    parkedName(paths_.index(), foreign, kind)};
+  logWarning(historyLog, "{}", kept.sentence());
+  return kept;
+}
+
+// Parking takes a while: what is in place then is looked at again.
+Result<void> IndexStorage::keepForeign() {
+  while (true) {
+    const auto found = files_.status(paths_.index());
+    if (!found && found.error().kind == FailureKind::notFound) return {};
+    if (!found) return std::unexpected(found.error());
+    if (inPlace_ && isSameState(*found, *inPlace_)) return {};
+    const bool mayRead = found->type == FileType::regular && found->owner == userID_;
+    const auto text = mayRead ? files_.read(paths_.index())
+                              : failed(FailureKind::denied, "it is no file of this user");
+    if (!text && text.error().kind == FailureKind::notFound) continue;
+    // One that was written into is another one, though it is the file that is open.
+    if (text && inPlace_ && found->inode != inPlace_->inode && isAsWritten(*text)) {
+      inPlace_ = *found;
+      continue;
+    }
+    ForeignIndex foreign = text ? VT_TRY(park(*text)) : ForeignIndex{IndexLoad::unreadable, {}};
+    const bool stays = !allowsWrites(foreign.load);
+    foreign_.push_back(std::move(foreign));
+    if (stays) return failed(FailureKind::denied, "another program replaced it");
+    inPlace_ = *found;
+  }
+}
+
 Result<void> IndexStorage::write() {
   const bool canCopy = contentIsUnchanged();
   Assembly assembly(encodeIndexHead());
@@ -349,18 +418,19 @@ Result<void> IndexStorage::write() {
   for (const JSONValue& unread : rest_.unreadEntries) assembly.addItem(json::toText(unread));
   assembly.addText(encodeIndexTail(rest_));
 
-  auto content =
-      files_.replaceWithParts(paths_.index(), assembly.parts(content_.get()), Privacy::ownerOnly);
+  auto content = files_.replaceWithParts(paths_.index(), assembly.parts(content_.get()),
+                                         Privacy::ownerOnly, [this] { return keepForeign(); });
   if (!content) {
     // When the old index can no longer be read, the next attempt does without it.
     if (content.error().kind == FailureKind::other) forgetRuns();
     (void)clearStaging(paths_.index());
     return std::unexpected(content.error());
   }
-  const FileStatus status = VT_TRY((*content)->status());
   const bool isSound = !canCopy || contentIsUnchanged();
   content_ = *std::move(content);
-  contentStatus_ = status;
+  const auto status = content_->status();
+  contentStatus_ = status.value_or(FileStatus());
+  inPlace_ = contentStatus_;
   for (std::size_t i = 0; i < items_.size(); ++i) items_[i].run = places[i];
   if (!isSound) {
     // Somebody wrote into the old index while it was being copied: what was copied may be anything.

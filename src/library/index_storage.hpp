@@ -32,6 +32,15 @@ enum class IndexLoad {
 /// Whether the index may be written after such a load.
 [[nodiscard]] bool allowsWrites(IndexLoad load);
 
+/// An index that somebody else put in the place of the one in use: a backup, a synchroniser, an
+/// editor.
+struct ForeignIndex {
+  IndexLoad load = IndexLoad::read;  ///< what it is
+  std::string keptAs;                ///< file name of its copy; empty when it stays where it is
+
+  [[nodiscard]] std::string sentence() const;
+};
+
 /// One change of the list, in the order they were made. Positions are those at that moment.
 struct IndexChange {
   struct Insert {
@@ -123,7 +132,12 @@ class IndexStorage {
   /// cut. Entries that did not change since the last reading or writing are not encoded: their text
   /// is copied from the index as it was: one change among 100,000 entries (155 MB) takes 0.19 s and
   /// 85 ms of CPU until it is safely on disk, against 0.98 s and 816 ms with all of them encoded.
+  /// What somebody else put in the index's place since we last read or wrote it is kept beside it
+  /// first; when it may not be written over, this fails.
   [[nodiscard]] Result<void> write();
+
+  /// What the last writes found in the index's place that was not ours.
+  [[nodiscard]] std::vector<ForeignIndex> takeForeign() { return std::exchange(foreign_, {}); }
 
  private:
   /// An entry, and where its text stands in `content_`; a length of 0 when it stands nowhere.
@@ -141,6 +155,9 @@ class IndexStorage {
   [[nodiscard]] static Loaded unreadable(const Failure& failure);
   [[nodiscard]] IndexLoad park(const std::string& text, std::string_view reason);
   [[nodiscard]] bool contentIsUnchanged() const;
+  [[nodiscard]] Result<void> keepForeign();
+  [[nodiscard]] Result<ForeignIndex> park(const std::string& foreign);
+  [[nodiscard]] bool isAsWritten(const std::string& text) const;
   void forgetRuns();
 
   Files& files_;
@@ -152,6 +169,8 @@ class IndexStorage {
   HistoryIndexFile rest_;  // without entries
   std::shared_ptr<FileContent> content_;
   FileStatus contentStatus_;
+  std::optional<FileStatus> inPlace_;  // what the index's name led to when last read or written
+  std::vector<ForeignIndex> foreign_;
 };
 
 }  // namespace vantorel

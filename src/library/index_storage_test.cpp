@@ -136,6 +136,57 @@ TEST_F(IndexStorageTest, WhatOthersWriteIntoTheFileIsNeverCopied) {
   EXPECT_THAT(titlesOnDisk(), ElementsAre("c"));
 }
 
+TEST_F(IndexStorageTest, WhatOthersPutInItsPlaceIsKeptAndANewerOneStays) {
+  const auto ofOthers = [](int version, const std::string& title) {
+    return fmt::format(
+        R"({{"version":{},"entries":[{{"id":"x","capturedAt":1,"path":"/x","title":"{}"}}]}})",
+        version, title);
+  };
+  IndexStorage storage(files, {"/data", "/caches"}, 0);
+  const auto kept = [&](std::string_view ending) {
+    std::vector<std::string> texts;
+    for (const std::string& name : files.names("/data")) {
+      if (name.ends_with(ending)) texts.push_back(files.text("/data/" + name));
+    }
+    return texts;
+  };
+  // None was there at the start, and then one came; the next comes while that one is being kept.
+  (void)storage.load();
+  storage.apply({{IndexChange::Insert{{{0, entry(0, "a")}}}}});
+  std::vector<std::string> coming{ofOthers(4, "first"), ofOthers(3, "second"), "", "no index"};
+  files.beforeChange = [&](int) {
+    if (coming.empty()) return;
+    if (!coming.front().empty()) files.put(index, coming.front());
+    coming.erase(coming.begin());
+  };
+  ASSERT_TRUE(storage.write().has_value());
+  EXPECT_THAT(titlesOnDisk(), ElementsAre("a"));
+  EXPECT_THAT(kept(".replaced.json"),
+              testing::UnorderedElementsAre(ofOthers(4, "first"), ofOthers(3, "second")));
+  EXPECT_THAT(kept(".unreadable.json"), ElementsAre("no index"));
+  const auto foreign = storage.takeForeign();
+  ASSERT_EQ(foreign.size(), 3U);
+  EXPECT_THAT(files.names("/data"), testing::Contains(foreign[0].keptAs));
+  EXPECT_THAT(storage.takeForeign(), IsEmpty());
+
+  // The same once more, under another number: a copy that was put back.
+  files.put(index, files.text(index));
+  ASSERT_TRUE(storage.write().has_value());
+  EXPECT_THAT(storage.takeForeign(), IsEmpty());
+
+  // Written into.
+  files.disk[index]->bytes = ofOthers(4, "third");
+  files.disk[index]->status.modified += 1;
+  ASSERT_TRUE(storage.write().has_value());
+  EXPECT_THAT(kept(".replaced.json"), testing::Contains(ofOthers(4, "third")));
+
+  files.put(index, ofOthers(99, "newer"));
+  EXPECT_FALSE(storage.write().has_value());
+  EXPECT_EQ(files.text(index), ofOthers(99, "newer"));
+  EXPECT_FALSE(files.disk.contains("/data/history.json.staging"));
+  ASSERT_EQ(storage.takeForeign().back().load, IndexLoad::newer);
+}
+
 TEST_F(IndexStorageTest, OfTwoEntriesForOneCaptureNeitherIsLost) {
   const auto entry = [](const std::string& title) {
     return R"({"id":"a","capturedAt":1,"path":"/a","title":")" + title + "\"}";

@@ -82,20 +82,23 @@ void IndexWriter::start() {
   unwritten_ = false;
   inFlight_ = true;
   persist_->post([storage = storage_, main = main_, changes = std::exchange(pending_, {}),
-                  sequence = writeSequence_,
-                  reply = alive_.guard([this](std::uint64_t number, Result<void>& result) {
-                    landed(number, std::move(result));
+                  sequence = writeSequence_, reply = alive_.guard([this](Written& written) {
+                    landed(std::move(written));
                   })]() mutable {
     storage->apply(std::move(changes));
-    Result<void> result = storage->write();
-    main->post([reply = std::move(reply), sequence, result = std::move(result)]() mutable {
-      reply(sequence, result);
-    });
+    Written written{sequence, storage->write(), {}};
+    written.foreign = storage->takeForeign();
+    main->post(
+        [reply = std::move(reply), written = std::move(written)]() mutable { reply(written); });
   });
 }
 
-void IndexWriter::landed(std::uint64_t sequence, Result<void> result) {
+void IndexWriter::landed(Written written) {
+  auto& [sequence, result, foreign] = written;
   inFlight_ = false;
+  for (const ForeignIndex& one : foreign) {
+    if (!allowsWrites(one.load)) load_ = one.load;
+  }
   if (result) {
     landedSequence_ = sequence;
     failures_ = 0;
@@ -111,9 +114,14 @@ void IndexWriter::landed(std::uint64_t sequence, Result<void> result) {
   std::vector<Waiter> ended(std::make_move_iterator(rest.begin()),
                             std::make_move_iterator(rest.end()));
   waiters_.erase(rest.begin(), rest.end());
-  if (std::exchange(again_, false) || !waiters_.empty()) {
+  if (const auto refused = refusal()) {
+    pending_.clear();
+    for (Waiter& waiter : std::exchange(waiters_, {})) {
+      waiter.done(failed(FailureKind::denied, *refused));
+    }
+  } else if (std::exchange(again_, false) || !waiters_.empty()) {
     start();
-  } else if (!result) {
+  } else if (!result && !refusal()) {
     retryLater();
   }
   for (Waiter& waiter : ended) {
@@ -125,6 +133,9 @@ void IndexWriter::landed(std::uint64_t sequence, Result<void> result) {
     }
   }
   if (onWritten) onWritten();
+  for (const ForeignIndex& one : foreign) {
+    if (onForeign) onForeign(one);
+  }
 }
 
 // A full disk is emptied, a folder is mounted again: the changes are still in memory.

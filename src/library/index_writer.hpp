@@ -54,9 +54,18 @@ class IndexWriter {
   /// Called on the main runner after each write.
   std::function<void()> onWritten;
 
+  /// Called on the main runner when a write found another program's index in the place of ours.
+  std::function<void(const ForeignIndex&)> onForeign;
+
  private:
+  struct Written {
+    std::uint64_t sequence;
+    Result<void> result;
+    std::vector<ForeignIndex> foreign;
+  };
+
   void start();
-  void landed(std::uint64_t sequence, Result<void> result);
+  void landed(Written written);
   void retryLater();
 
   struct Waiter {

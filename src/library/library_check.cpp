@@ -111,12 +111,6 @@ std::vector<Path> foldersOfCaptures(const Files& files, const LibraryScope& scop
   return folders;
 }
 
-// Journals that were set aside are no indexes.
-bool isParkedIndex(const LibraryPaths& paths, const Path& path) {
-  const std::string name = path.filename().string();
-  return name.starts_with(paths.index().stem().string()) && name.ends_with(".unreadable.json");
-}
-
 bool isTemporaryCapture(const Path& path) {
   const std::string name = path.filename().string();
   return name.starts_with('.') && path.extension() == ".partial" &&
@@ -212,7 +206,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     const std::string name = path.filename().string();
     if (name.ends_with(".staging")) {
       addTemporary(scope, path, modified, findings);
-    } else if (isParkedIndex(scope.paths, path)) {
+    } else if (isParkedIndex(scope.paths.index(), path.filename().string())) {
       findings.parkedIndexes.push_back(path);
     } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
       const bool isInUse = scope.journalsInUse.contains(path) || modified >= scope.lookedAt;
@@ -241,7 +235,8 @@ LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope) {
   std::erase_if(originals, [&](const Path& path) { return checker.isKnown(path); });
   if (originals.empty()) return findings;
   checker.lookThrough(scope.paths.data, [&](const Path& path, double) {
-    if (isParkedIndex(scope.paths, path)) findings.parkedIndexes.push_back(path);
+    if (isParkedIndex(scope.paths.index(), path.filename().string()))
+      findings.parkedIndexes.push_back(path);
   });
   judgeOriginals(files, scope, std::move(originals), findings);
   return findings;

@@ -159,16 +159,29 @@ class Pass {
   double now_;
 };
 
+std::string_view endingOf(ParkedKind kind) {
+  return kind == ParkedKind::unreadable ? ".unreadable.json" : ".replaced.json";
+}
+
 }  // namespace
 
-Parking parkIndex(Files& files, const Path& index, std::string_view text) {
+std::string parkedName(const Path& index, std::string_view text, ParkedKind kind) {
   const XXH128_hash_t digest = XXH3_128bits(text.data(), text.size());
-  const Path parked = index.parent_path() / fmt::format("{}-{:016x}.unreadable.json",
-                                                        index.stem().string(), digest.high64);
+  return fmt::format("{}-{:016x}{}", index.stem().string(), digest.high64, endingOf(kind));
+}
+
+bool isParkedIndex(const Path& index, std::string_view name) {
+  return name.starts_with(index.stem().string()) &&
+         (name.ends_with(endingOf(ParkedKind::unreadable)) ||
+          name.ends_with(endingOf(ParkedKind::replaced)));
+}
+
+Parking parkIndex(Files& files, const Path& index, std::string_view text, ParkedKind kind) {
+  const Path parked = index.parent_path() / parkedName(index, text, kind);
   const auto there = files.read(parked, text.size());
   if (there && *there == text) return Parking::alreadyParked;
   if (!files.replace(parked, text, Privacy::ownerOnly)) return Parking::failed;
-  // The damaged index is written over next: the copy's name must be on the disk before.
+  // The index it was read from is written over next: the copy's name must be on the disk before.
   return files.flushFolder(parked.parent_path()) ? Parking::parked : Parking::failed;
 }
 
@@ -194,9 +207,11 @@ ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, doubl
   }
   for (const FolderItem& item : *items) {
     if (!item.name.starts_with(paths.index().stem().string())) continue;
-    if (item.name.ends_with(".unreadable.json.staging")) {
+    const std::string_view whole =
+        std::string_view(item.name).substr(0, item.name.rfind(".staging"));
+    if (whole != item.name && isParkedIndex(paths.index(), whole)) {
       (void)files.remove(paths.data / item.name);
-    } else if (item.name.ends_with(".unreadable.json")) {
+    } else if (item.name.ends_with(endingOf(ParkedKind::unreadable))) {
       pass.tidy(paths.data / item.name);
     }
   }

@@ -13,9 +13,22 @@ namespace vantorel {
 /// What became of putting a copy of a damaged index aside.
 enum class Parking { parked, alreadyParked, failed };
 
-/// Keeps `text` beside the index as "history-<digest>.unreadable.json", for its owner only. The
-/// same text is parked once.
-[[nodiscard]] Parking parkIndex(Files& files, const Path& index, std::string_view text);
+/// Why a copy is kept beside the index.
+enum class ParkedKind {
+  unreadable,  ///< it is damaged, or has two entries for one capture
+  replaced,    ///< whole, but another program put it in the place of the one in use; never deleted
+};
+
+/// The name that `parkIndex` gives to `text`: "history-<digest>.unreadable.json" or
+/// "history-<digest>.replaced.json".
+[[nodiscard]] std::string parkedName(const Path& index, std::string_view text, ParkedKind kind);
+
+/// Whether a file in the index's folder is such a copy, of either kind.
+[[nodiscard]] bool isParkedIndex(const Path& index, std::string_view name);
+
+/// Keeps `text` beside the index, for its owner only. The same text is parked once.
+[[nodiscard]] Parking parkIndex(Files& files, const Path& index, std::string_view text,
+                                ParkedKind kind);
 
 /// What a pass over the parked copies came to: how many of each.
 struct ParkedIndexPass {

@@ -45,10 +45,10 @@ TEST(ParkedIndexTest, CopiesLoseTheirTextAndRubbishGoesAfterAMonthButNoLinkIsTou
       R"({"version":3,"entries":{"x":[{"id":"a","ocrText":"a secret","title":"mine",)"
       R"("future":{"ocrBlocks":[{"text":"a secret"}],"deep":1e400},"shapes":[]}]}})";
   ASSERT_TRUE(files.makeFolder("/data", Privacy::ownerOnly).has_value());
-  ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::parked);
+  ASSERT_EQ(parkIndex(files, paths.index(), text, ParkedKind::unreadable), Parking::parked);
   EXPECT_THAT(files.flushed, testing::ElementsAre(paths.data))
       << "before the index is written over";
-  ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::alreadyParked);
+  ASSERT_EQ(parkIndex(files, paths.index(), text, ParkedKind::unreadable), Parking::alreadyParked);
   const Path parked = paths.data / files.names("/data").at(0);
   files.disk[parked]->status.mode = 0644;
   files.put("/data/history-1.unreadable.json", R"({"version":9,"entries":"none"})");
@@ -82,7 +82,7 @@ TEST(ParkedIndexTest, CopiesLoseTheirTextAndRubbishGoesAfterAMonthButNoLinkIsTou
   EXPECT_EQ(files.text("/data/history-3.unreadable.json"), "a link");
 
   // A disk that takes no changes leaves everything as it is, and says so.
-  ASSERT_EQ(parkIndex(files, paths.index(), text), Parking::parked);
+  ASSERT_EQ(parkIndex(files, paths.index(), text, ParkedKind::unreadable), Parking::parked);
   files.put("/data/history-2.unreadable.json", "rubbish");
   files.changesFail = FailureKind::readOnly;
   const std::string before = texts();

@@ -9,7 +9,6 @@
 #include "base/json_record.hpp"
 #include "base/log.hpp"
 #include "base/path_text.hpp"
-#include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
 

@@ -193,6 +193,9 @@ struct Program::Parts {
       if (sentence.empty()) return alerts->withdraw(settingsTitle);
       alerts->notify(settingsTitle, sentence);
     });
+    library.store().onForeignIndex = [this](const ForeignIndex& foreign) {
+      alerts->notify("History", foreign.sentence());
+    };
     coordinator = std::make_unique<AppCoordinator>(services(folders, root, std::move(terminate)));
     rewriter = std::make_unique<CaptureRewriter>(
         CaptureRewriter::Services{.main = main,

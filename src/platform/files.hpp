@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -141,9 +142,12 @@ class Files {
   [[nodiscard]] virtual Result<std::shared_ptr<FileContent>> open(const Path& path) const = 0;
 
   /// As `replace`, from parts that are joined without passing through memory where the system can.
-  /// Answers the new content.
+  /// Answers the new content. `mayReplace` is asked last of all, right before the rename (or
+  /// before the request, where another process serves the file); when it fails, so does this, and
+  /// `path` stays as it is.
   [[nodiscard]] virtual Result<std::shared_ptr<FileContent>> replaceWithParts(
-      const Path& path, std::span<const ContentPart> parts, Privacy privacy) = 0;
+      const Path& path, std::span<const ContentPart> parts, Privacy privacy,
+      const std::function<Result<void>()>& mayReplace) = 0;
 
   /// Takes reading and writing by others away from a file.
   [[nodiscard]] virtual Result<Tightening> makeOwnerOnly(const Path& path) = 0;

@@ -428,7 +428,8 @@ Result<std::shared_ptr<FileContent>> LinuxFiles::open(const Path& path) const {
 }
 
 Result<std::shared_ptr<FileContent>> LinuxFiles::replaceWithParts(
-    const Path& path, std::span<const ContentPart> parts, Privacy privacy) {
+    const Path& path, std::span<const ContentPart> parts, Privacy privacy,
+    const std::function<Result<void>()>& mayReplace) {
   const Path staging = stagingOf(path);
   // Left by a run that ended in the middle.
   ::unlink(staging.c_str());
@@ -439,6 +440,7 @@ Result<std::shared_ptr<FileContent>> LinuxFiles::replaceWithParts(
     if (privacy == Privacy::ownerOnly) VT_TRY(modeSet(::fchmod(content->number(), 0600)));
     VT_TRY(writeParts(content->number(), parts, Pieces(progress_)));
     VT_TRY(flushFile(content->number()));
+    VT_TRY(mayReplace());
     return answer(::rename(staging.c_str(), path.c_str()));
   };
   if (auto written = write(); !written) {

@@ -32,9 +32,9 @@ class LinuxFiles final : public Files {
                       Durability durability) override;
   Result<void> replace(const Path& path, std::string_view bytes, Privacy privacy) override;
   [[nodiscard]] Result<std::shared_ptr<FileContent>> open(const Path& path) const override;
-  Result<std::shared_ptr<FileContent>> replaceWithParts(const Path& path,
-                                                        std::span<const ContentPart> parts,
-                                                        Privacy privacy) override;
+  Result<std::shared_ptr<FileContent>> replaceWithParts(
+      const Path& path, std::span<const ContentPart> parts, Privacy privacy,
+      const std::function<Result<void>()>& mayReplace) override;
   Result<Tightening> makeOwnerOnly(const Path& path) override;
   Result<void> moveNew(const Path& from, const Path& to) override;
   Result<void> linkNew(const Path& from, const Path& to) override;

@@ -112,7 +112,8 @@ TEST_F(LinuxFilesTest, JoinsPartsOfFilesThatMayHaveLostTheirNames) {
       ContentPart{.source = content.get(), .offset = 1'000, .length = 2'500'001},
       ContentPart{.bytes = "tail"},
   };
-  const auto joined = files.replaceWithParts(path, parts, Privacy::ownerOnly);
+  const auto mayReplace = [] { return Result<void>(); };
+  const auto joined = files.replaceWithParts(path, parts, Privacy::ownerOnly, mayReplace);
   ASSERT_TRUE(joined.has_value()) << joined.error().reason;
   const std::string wanted =
       "head" + old.substr(10, 100) + "," + old.substr(1'000, 2'500'001) + "tail";
@@ -123,7 +124,17 @@ TEST_F(LinuxFilesTest, JoinsPartsOfFilesThatMayHaveLostTheirNames) {
 
   // A run that is not there leaves everything as it was.
   const std::array tooLong{ContentPart{.source = content.get(), .offset = 0, .length = 4'000'000}};
-  EXPECT_EQ(kind(files.replaceWithParts(path, tooLong, Privacy::ownerOnly)), FailureKind::other);
+  EXPECT_EQ(kind(files.replaceWithParts(path, tooLong, Privacy::ownerOnly, mayReplace)),
+            FailureKind::other);
+  // Who asks finds the new content whole, and the old one still in its place.
+  const auto refuse = [&]() -> Result<void> {
+    EXPECT_TRUE(bytesOf(path) == wanted);
+    EXPECT_EQ(bytesOf(folder / "index.staging"), "head");
+    return failed(FailureKind::busy, "not now");
+  };
+  EXPECT_EQ(
+      kind(files.replaceWithParts(path, std::span(parts).first(1), Privacy::ownerOnly, refuse)),
+      FailureKind::busy);
   EXPECT_THAT(names(), ElementsAre("index"));
   EXPECT_TRUE(bytesOf(path) == wanted);
 

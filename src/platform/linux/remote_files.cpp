@@ -308,7 +308,8 @@ Result<std::shared_ptr<FileContent>> RemoteFiles::open(const Path& path) const {
 }
 
 Result<std::shared_ptr<FileContent>> RemoteFiles::replaceWithParts(
-    const Path& path, std::span<const ContentPart> parts, Privacy privacy) {
+    const Path& path, std::span<const ContentPart> parts, Privacy privacy,
+    const std::function<Result<void>()>& mayReplace) {
   using Content = RemoteContent<Patience>;
   const Server server = VT_TRY(serverFor(path));
   if (!server) {
@@ -318,7 +319,7 @@ Result<std::shared_ptr<FileContent>> RemoteFiles::replaceWithParts(
       if (!Content::isOne(part.source)) continue;
       part = {.bytes = fetched.emplace_back(VT_TRY(part.source->read(part.offset, part.length)))};
     }
-    return local_.replaceWithParts(path, local, privacy);
+    return local_.replaceWithParts(path, local, privacy, mayReplace);
   }
   std::vector<ServedPart> served;
   for (const ContentPart& part : parts) {
@@ -331,6 +332,7 @@ Result<std::shared_ptr<FileContent>> RemoteFiles::replaceWithParts(
       served.push_back({.bytes = std::string(part.bytes)});
     }
   }
+  VT_TRY(mayReplace());
   const auto number = VT_TRY(
       change().ask<std::uint64_t>(*server, FileRequest::replaceWithParts, path, privacy, served));
   return std::make_shared<Content>(server, number, look(), longLook());

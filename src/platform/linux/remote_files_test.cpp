@@ -116,11 +116,16 @@ TEST_F(RemoteFilesTest, AMountThatAnswersIsLikeADisk) {
                                   {.source = content.get(), .offset = 4, .length = 1 << 20},
                                   {.source = here.get(), .offset = 0, .length = 6}});
   const std::string joined = "<" + many.substr(4, 1 << 20) + "pixels";
-  const auto replaced = files.replaceWithParts(folder / "a", parts, Privacy::ownerOnly).value();
+  const auto mayReplace = [] { return Result<void>(); };
+  const auto refuse = []() -> Result<void> { return failed(FailureKind::busy, "not now"); };
+  EXPECT_FALSE(files.replaceWithParts(folder / "a", parts, Privacy::ownerOnly, refuse));
+  EXPECT_TRUE(bytesIn(served / "a") == many);
+  const auto replaced =
+      files.replaceWithParts(folder / "a", parts, Privacy::ownerOnly, mayReplace).value();
   EXPECT_TRUE(replaced->read(0, joined.size()).value() == joined);
   EXPECT_TRUE(bytesIn(served / "a") == joined);
   EXPECT_TRUE(content->read(0, 4).value() == many.substr(0, 4));
-  ASSERT_TRUE(files.replaceWithParts(root / "there", parts, Privacy::ownerOnly));
+  ASSERT_TRUE(files.replaceWithParts(root / "there", parts, Privacy::ownerOnly, mayReplace));
   EXPECT_TRUE(bytesIn(root / "there") == joined);
 
   // Between it and a disk of this machine, by a folder's name and by what is held of it.

@@ -179,12 +179,19 @@ Result<void> FakeFiles::create(const Path& path, std::string_view bytes, Privacy
 }
 
 Result<void> FakeFiles::replace(const Path& path, std::string_view bytes, Privacy privacy) {
+  return replaceAsked(path, bytes, privacy, [] { return Result<void>(); });
+}
+
+Result<void> FakeFiles::replaceAsked(const Path& path, std::string_view bytes, Privacy privacy,
+                                     const std::function<Result<void>()>& mayReplace) {
   const Path staging = stagingOf(path);
   disk.erase(staging);
   VT_TRY(create(staging, bytes, privacy, Durability::flushed));
-  if (auto renamed = change(); !renamed) {
+  auto may = mayReplace();
+  if (may) may = change();
+  if (!may) {
     disk.erase(staging);
-    return renamed;
+    return may;
   }
   disk[path] = disk[staging];
   disk.erase(staging);
@@ -195,9 +202,9 @@ Result<std::shared_ptr<FileContent>> FakeFiles::open(const Path& path) const {
   return std::make_shared<FakeContent>(VT_TRY(file(path)));
 }
 
-Result<std::shared_ptr<FileContent>> FakeFiles::replaceWithParts(const Path& path,
-                                                                 std::span<const ContentPart> parts,
-                                                                 Privacy privacy) {
+Result<std::shared_ptr<FileContent>> FakeFiles::replaceWithParts(
+    const Path& path, std::span<const ContentPart> parts, Privacy privacy,
+    const std::function<Result<void>()>& mayReplace) {
   std::string bytes;
   for (const ContentPart& part : parts) {
     if (part.source == nullptr) {
@@ -207,7 +214,7 @@ Result<std::shared_ptr<FileContent>> FakeFiles::replaceWithParts(const Path& pat
       copiedBytes += part.length;
     }
   }
-  VT_TRY(replace(path, bytes, privacy));
+  VT_TRY(replaceAsked(path, bytes, privacy, mayReplace));
   return open(path);
 }
 
