@@ -21,7 +21,7 @@ constexpr std::chrono::seconds clipboardBound{5};
 
 /// How long somebody at the desktop goes without a sign of the capture he took.
 constexpr std::chrono::seconds desktopPatience{1};
-// Of a burst of changes of the library the menu shows what came of it.
+// Of a burst of changes the menu shows what came of it.
 constexpr std::chrono::milliseconds menuPatience{250};
 constexpr std::chrono::seconds trayBound{10};
 
@@ -384,6 +384,12 @@ void AppCoordinator::whenStagingKnown(std::function<void(const std::set<Path>& u
       })]() mutable { main->post(std::move(reply)); });
 }
 
+void AppCoordinator::updateMenu() {
+  menuUpdate_.renew();
+  services_.main->postAfter(menuPatience,
+                            menuUpdate_.guard([this] { services_.statusMenuChanged(); }));
+}
+
 void AppCoordinator::startResident() {
   previousArea_.onChange(alive_.guard([this] { services_.statusMenuChanged(); }));
   previousArea_.setRegion(services_.settings->values().rememberedRegion);
@@ -396,21 +402,18 @@ void AppCoordinator::startResident() {
   };
   services_.screen->onDisplaysChange(alive_.guard(readDisplays));
   readDisplays();
+  // Much of the menu is made of settings, collections and the newest captures.
   settingsObservation_ = services_.settings->observe([this](std::string_view key) {
     if (key == "rememberedRegion") {
       previousArea_.setRegion(services_.settings->values().rememberedRegion);
     }
+    updateMenu();
   });
-  // Collections and the newest captures are lines of the menu.
-  libraryObservation_ = services_.library->store().observe([this](const HistoryChange&) {
-    libraryChanged_.renew();
-    services_.main->postAfter(menuPatience,
-                              libraryChanged_.guard([this] { services_.statusMenuChanged(); }));
-  });
+  libraryObservation_ =
+      services_.library->store().observe([this](const HistoryChange&) { updateMenu(); });
   services_.settings->onShowMenuBarIconChange = [this] {
     services_.showStatusItem(services_.settings->values().showMenuBarIcon);
   };
-  services_.settings->onActiveCollectionChange = [this] { services_.statusMenuChanged(); };
   services_.showStatusItem(services_.settings->values().showMenuBarIcon);
   bindHotKeys();
   tellUnfinishedAtLastQuit();

@@ -123,6 +123,7 @@ class AppCoordinator {
                       std::move_only_function<void(StillCapturePipeline::Finished)> go);
   [[nodiscard]] StillCapturePipeline::Finished untilSaved(StillCapturePipeline::Finished finished);
   void report(const CaptureReply& reply, bool timed);
+  void updateMenu();
   void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
   void copyToClipboard(const ScreenshotEntry& entry, std::function<void(std::string)> done);
   void copyRecent(int number);
@@ -133,6 +134,7 @@ class AppCoordinator {
   void undoRecentDelete();
   void bindHotKeys();
   void tellRefusedKeys();
+  [[nodiscard]] std::string unusedKey() const;
   void bind(ShortcutID id);
   [[nodiscard]] std::optional<HotKeySpec> bindingOf(ShortcutID id) const;
   [[nodiscard]] std::function<void()> actionOf(ShortcutID id);
@@ -157,7 +159,7 @@ class AppCoordinator {
   std::unique_ptr<StagedCaptureRecovery> recovery_;
   Observation settingsObservation_;
   Observation libraryObservation_;
-  Alive libraryChanged_;
+  Alive menuUpdate_;
   std::set<std::pair<ShortcutID, std::uint32_t>> toldKeys_;  // that they do not work
   Alive refusedKeysChanged_;
   Alive alive_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/app_coordinator.hpp"
+#include "app/records/hot_key_text.hpp"
 
 namespace vantorel {
 namespace {
@@ -101,6 +102,19 @@ void AppCoordinator::bindHotKeys() {
   };
 }
 
+/// A key that no command has, as it is typed.
+std::string AppCoordinator::unusedKey() const {
+  for (int digit = 1; digit < 9; ++digit) {
+    std::string key = fmt::format("Ctrl+Shift+{}", digit);
+    const bool isUsed = std::ranges::any_of(enumNames<ShortcutID>, [&](const auto& entry) {
+      const auto spec = bindingOf(entry.value);
+      return spec && displayText(*spec) == key;
+    });
+    if (!isUsed) return key;
+  }
+  return "Ctrl+Shift+9";
+}
+
 /// Tells once of each key that does not work, all of them together.
 void AppCoordinator::tellRefusedKeys() {
   const std::vector<RefusedShortcut> refused = shortcuts_->refused();
@@ -113,9 +127,9 @@ void AppCoordinator::tellRefusedKeys() {
   if (refused.empty()) services_.alerts->withdraw(refusedKeysTitle);
   if (!isNews) return;
   // A command that can be pasted as it is.
-  std::string body = sentences(refused) +
-                     fmt::format(" For another key, as here: vantorel settings set {} Ctrl+Shift+1",
-                                 settingOf(refused.front().id));
+  std::string body =
+      sentences(refused) + fmt::format(" For another key, as here: vantorel settings set {} {}",
+                                       settingOf(refused.front().id), unusedKey());
   services_.alerts->notify(refusedKeysTitle, std::move(body));
 }
 

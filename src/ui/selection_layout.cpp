@@ -58,6 +58,8 @@ QRect besideDetail(const SelectionModel& model, const SelectionLayout& layout, Q
   // The eye is on the pixel while an area is drawn; an area that is there is looked at as a whole.
   if (model.adjustment() != nullptr) {
     std::ranges::copy(besideArea(layout.chosen, at, size, display, gap), std::back_inserter(boxes));
+    std::ranges::copy(besideArea(layout.chosen | layout.bar.panel, at, size, display, gap),
+                      std::back_inserter(boxes));
   }
   QRect best = boxes.front();
   int least = std::numeric_limits<int>::max();
@@ -99,7 +101,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     add("Tab", "next handle");
     addSteps();
     if (model.canPickWindows()) add("Space", "choose a window");
-    add("Ctrl+A", "whole display");
+    if (model.adjustment()->area() != model.display().area) add("Ctrl+A", "whole display");
     if (model.canChangeDisplay()) add("Ctrl+Tab", "next display");
     add("Esc", "back");
     return hints;
@@ -126,9 +128,9 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     if (model.canPickWindows()) add("Space", "choose a window");
     add("Return", "whole display");
     add("Ctrl+A", "adjust it");
+    if (model.canChangeDisplay()) add("Ctrl+Tab", "next display");
     add("Arrow keys", "1 pixel");
     add("C", "copy the color");
-    if (model.canChangeDisplay()) add("Ctrl+Tab", "next display");
   } else if (model.mode() == CaptureMode::window) {
     add("Click", "capture the window");
     add("Return", "capture");
@@ -245,6 +247,7 @@ SelectionLayout layOutSelection(const SelectionModel& model, const SelectionStat
   const PixelRect chosen = model.chosenArea();
   layout.chosen = rectOf(chosen);
   layout.isPick = model.mode() != CaptureMode::region;
+  layout.display = rectOf(model.display().area);
 
   const int captionHeight = metrics.height() + measure(8);
   if (layout.isPick) {

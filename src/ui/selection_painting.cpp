@@ -29,9 +29,12 @@ void paintChosen(QPainter& painter, const SelectionLayout& layout) {
     return;
   }
   // Outside of the selection, so that all of it is seen; light and dark, to be seen on anything.
-  fill(painter, frameAround(layout.chosen, line), Qt::white);
-  fill(painter, frameAround(layout.chosen.adjusted(-line, -line, line, line), line),
-       QColor(0, 0, 0, 160));
+  // The display beside it has no part in it.
+  const auto frame = [&](const QRect& around, const QColor& color) {
+    fill(painter, frameAround(around, line) & layout.display, color);
+  };
+  frame(layout.chosen, Qt::white);
+  frame(layout.chosen.adjusted(-line, -line, line, line), QColor(0, 0, 0, 160));
 }
 
 void paintHandles(QPainter& painter, const SelectionLayout& layout) {

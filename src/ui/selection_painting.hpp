@@ -26,6 +26,7 @@ struct SelectionHint {
 struct SelectionLayout {
   QRect chosen;         ///< shown as it is, while all around it is dimmed
   bool isPick = false;  ///< `chosen` is a window or display under the pointer, not a drag
+  QRect display{};      ///< that `chosen` is on
   QRect hairlineAcross;
   QRect hairlineDown;
   std::vector<QRect> handles;

@@ -194,9 +194,7 @@ class Conversation {
   bool hold(const Path& path) {
     auto folder = files_.hold(path);
     if (!folder) return send(Result<ServedFolder>(std::unexpected(folder.error())));
-    // "self" is another process there.
-    const Path name =
-        Path("/proc") / std::to_string(::getpid()) / "fd" / (*folder)->path().filename();
+    const Path name = (*folder)->path();
     const std::uint64_t number = things_->add(std::shared_ptr(std::move(*folder)));
     const bool sent = send(Result<ServedFolder>(ServedFolder{number, name}));
     if (!sent) things_->letGo(number);

@@ -133,7 +133,8 @@ TEST_F(RemoteFilesTest, AMountThatAnswersIsLikeADisk) {
   ASSERT_TRUE(files.copyNew(root / "there", held->path() / "b"));
   EXPECT_TRUE(bytesIn(served / "b") == joined);
   EXPECT_EQ(files.location(held->path()).value(), files.location(folder).value());
-  ASSERT_TRUE(files.copyNew(folder / "b", root / "back"));
+  const auto heldHere = files.hold(root).value();
+  ASSERT_TRUE(files.copyNew(folder / "b", heldHere->path() / "back"));
   EXPECT_TRUE(bytesIn(root / "back") == joined);
   EXPECT_EQ(files.moveNew(root / "back", folder / "c").error().kind, FailureKind::unsupported);
   std::filesystem::rename(folder, root / "mount" / "Renamed");
