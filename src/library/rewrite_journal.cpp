@@ -229,15 +229,9 @@ void RewriteJournal::clearUp(const std::vector<Item>& items, const EntryList& en
     return inode && !named.hasName(path) && inodeOf(files_, path) == inode;
   };
   for (const Item& item : items) {
-<<<<<<< HEAD
     (void)remove(rewriteTemporary(item.old));
-    (void)remove(withSuffix(item.old, ".staging"));
+    (void)remove(stagingOf(item.old));
     if (item.made && isOwn(*item.made, item.madeInode)) (void)remove(*item.made);
-=======
-    remove(rewriteTemporary(item.old));
-    remove(stagingOf(item.old));
-    removeOwn(item.made, item.madeInode);
->>>>>>> 19e6055 (Find room for temporaries and extensions in the longest names)
     const auto path = pathOf.find(item.id);
     // What came between the original and the new file is needed until the entry names that one.
     if (path != pathOf.end() && item.made && path->second == *item.made &&
@@ -247,13 +241,8 @@ void RewriteJournal::clearUp(const std::vector<Item>& items, const EntryList& en
       if (!removed && file) left_.push_back({item.old, *file, removed.error().reason});
     }
     if (!item.original) continue;
-<<<<<<< HEAD
-    (void)remove(withSuffix(*item.original, ".partial"));
+    (void)remove(temporaryBeside(*item.original, ".partial"));
     if (named.hasName(*item.original) || !files_.status(*item.original)) continue;
-=======
-    remove(temporaryBeside(*item.original, ".partial"));
-    if (named.contains(*item.original) || !files_.status(*item.original)) continue;
->>>>>>> 19e6055 (Find room for temporaries and extensions in the longest names)
     const bool isUnchanged = item.oldInode && inodeOf(files_, item.old) == item.oldInode;
     const bool isListed = path != pathOf.end() && path->second == item.old;
     if (isUnchanged || (isListed && putBack(item))) (void)remove(*item.original);
