@@ -426,13 +426,15 @@ void LibraryVerify::clearUp(const std::shared_ptr<Repairing>& repairing) {
         entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
     if (cleared) repaired.paths.insert(*entry->originalPath);
   }
+  // As it was told: an entry whose name another one's file has got another name.
+  std::unordered_map<std::string_view, std::string_view> told;
+  for (const EntryPointer& entry : repairing->findings.look.gone) {
+    told.emplace(entry->id, entry->path);
+  }
   std::vector<std::string> going;
   for (const EntryPointer& entry : settledEntries(store, repaired.goneStill)) {
     going.push_back(entry->id);
-    // As it was told: an entry whose name another one's file has got another name.
-    const auto named =
-        std::ranges::find(repairing->findings.look.gone, entry->id, &ScreenshotEntry::id);
-    repaired.paths.insert((*named)->path);
+    repaired.paths.emplace(told.at(entry->id));
   }
   for (const SeenFile& file : repairing->findings.look.renamed) {
     if (store.findByPath(file.path.string())) repaired.paths.insert(file.path.string());

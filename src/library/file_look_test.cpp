@@ -98,6 +98,10 @@ TEST_F(FileLookTest, WhatWasNeverSeenIsGoneFromAFolderThatHoldsSomething) {
   EXPECT_EQ(reachOf(files, Path(entry.path)), FileReach::fileGone) << "no disk just for its name";
   files.put("/mnt/shots/b.png", "pixels");
   EXPECT_EQ(reachOf(files, entry), FileReach::fileGone);
+  const FolderView folder(files, "/mnt/shots");
+  EXPECT_EQ(folder.reachOf(entry), FileReach::fileGone);
+  files.disk.erase("/mnt/shots/b.png");
+  EXPECT_EQ(folder.reachOf(entry), FileReach::fileGone) << "it is listed once, not for each entry";
   files.put("/media/stick/b.png", "pixels");
   entry.path = "/media/stick/a.png";
   EXPECT_EQ(reachOf(files, entry), FileReach::folderUnreachable) << "only disks are there";

@@ -178,8 +178,13 @@ std::optional<FileIdentity> FolderView::identify(const Path& name) const {
 FileReach FolderView::reachOf(const ScreenshotEntry& entry) const {
   const FileReach reach = reachOf(Path(entry.path).filename(), held(entry.fileIdentity));
   if (reach != FileReach::fileGone || entry.fileIdentity) return reach;
-  const auto items = list();
-  return items && items->empty() ? FileReach::folderUnreachable : reach;
+  return isEmpty() ? FileReach::folderUnreachable : reach;
+}
+
+bool FolderView::isEmpty() const {
+  // Listing a large folder takes long, and thousands of entries may miss their files in it.
+  if (!isEmpty_) isEmpty_ = isEmptyFolder(files_, handle_->path());
+  return *isEmpty_;
 }
 
 FileReach reachOf(const Files& files, const ScreenshotEntry& entry) {

@@ -53,7 +53,7 @@ enum class FileReach {
 [[nodiscard]] bool isUnmounted(const Files& files, const Path& folder, const FileIdentity& seen);
 
 /// A folder that is looked at for several files. What is asked of it is asked of the folder that it
-/// was at first, whatever is mounted or unmounted meanwhile. Blocks; any thread.
+/// was at first, whatever is mounted or unmounted meanwhile. Blocks; any thread, one at a time.
 class FolderView {
  public:
   FolderView(const Files& files, Path folder);
@@ -77,6 +77,7 @@ class FolderView {
  private:
   [[nodiscard]] FileReach reachOfFolder(const FileIdentity* seen) const;
   [[nodiscard]] FileReach reachOfFound(const Path& name, const FileStatus& status) const;
+  [[nodiscard]] bool isEmpty() const;
 
   const Files& files_;
   Path folder_;
@@ -84,6 +85,7 @@ class FolderView {
   std::optional<FolderLocation> location_;
   std::optional<std::int64_t> number_;
   FailureKind failure_ = FailureKind::other;  ///< without a handle
+  mutable std::optional<bool> isEmpty_;       ///< once it was asked
 };
 
 /// What an entry remembers of its file; nothing when it is not there.
