@@ -203,10 +203,6 @@ Result<void> HistoryStore::update(std::string_view id,
     changed.fileIdentity.reset();
   }
   if (changed == *before) return {};
-  // What is remembered of one file says nothing of another.
-  if (changed.path != before->path && changed.fileIdentity == before->fileIdentity) {
-    changed.fileIdentity.reset();
-  }
   observers_.tell({.updated = {replaceAt(*positionOf(before), std::move(changed))}});
   return {};
 }
