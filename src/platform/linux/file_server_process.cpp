@@ -142,7 +142,7 @@ Result<std::string> FileServerProcess::ask(std::string_view request, std::chrono
     const std::scoped_lock lock(mutex_);
     if (sent) lastSign_ = last = std::chrono::steady_clock::now();
   }
-  if (sent.error() == MessageSocket::Failure::silence) {
+  if (sent.error() == MessageSocket::Fault::silence) {
     const std::scoped_lock lock(mutex_);
     const bool othersAreAnswered = lastSign_ > last && ++givenUp_ < mostGivenUp;
     if (ifSilent == IfSilent::stop || !othersAreAnswered) stop();

@@ -15,7 +15,7 @@ namespace vantorel {
 /// time. No function waits longer for a sign of the other end than its `silence`.
 class MessageSocket {
  public:
-  enum class Failure { silence, closed };
+  enum class Fault { silence, closed };
   using Bound = std::optional<std::chrono::nanoseconds>;  ///< nothing: without end
 
   explicit MessageSocket(FileDescriptor socket) : socket_(std::move(socket)) {}
@@ -25,19 +25,19 @@ class MessageSocket {
 
   [[nodiscard]] int number() const { return socket_.number(); }
 
-  [[nodiscard]] std::expected<void, Failure> send(std::string_view message, Bound silence = {});
-  [[nodiscard]] std::expected<std::string, Failure> receive(Bound silence = {});
+  [[nodiscard]] std::expected<void, Fault> send(std::string_view message, Bound silence = {});
+  [[nodiscard]] std::expected<std::string, Fault> receive(Bound silence = {});
 
   /// An open file, which both ends then have.
-  [[nodiscard]] std::expected<void, Failure> sendDescriptor(int number);
-  [[nodiscard]] std::expected<FileDescriptor, Failure> receiveDescriptor();
+  [[nodiscard]] std::expected<void, Fault> sendDescriptor(int number);
+  [[nodiscard]] std::expected<FileDescriptor, Fault> receiveDescriptor();
 
  private:
-  [[nodiscard]] std::expected<void, Failure> wait(short event, Bound silence) const;
-  [[nodiscard]] std::expected<void, Failure> sendBytes(const char* bytes, std::size_t size,
-                                                       Bound silence);
-  [[nodiscard]] std::expected<void, Failure> receiveBytes(char* bytes, std::size_t size,
-                                                          Bound silence);
+  [[nodiscard]] std::expected<void, Fault> wait(short event, Bound silence) const;
+  [[nodiscard]] std::expected<void, Fault> sendBytes(const char* bytes, std::size_t size,
+                                                     Bound silence);
+  [[nodiscard]] std::expected<void, Fault> receiveBytes(char* bytes, std::size_t size,
+                                                        Bound silence);
 
   FileDescriptor socket_;
 };
