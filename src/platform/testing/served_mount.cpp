@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 #include <linux/fuse.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -16,7 +15,10 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <system_error>
 #include <utility>
+
+#include "base/check.hpp"
 
 namespace vantorel {
 namespace {
@@ -69,7 +71,7 @@ ServedMount::ServedMount(std::filesystem::path folder, std::filesystem::path ser
   const std::string options = fmt::format("fd={},rootmode=40000,user_id=0,group_id=0", channel_);
   isMounted_ = ::mount("server:/share", folder_.c_str(), "fuse.served", MS_NOSUID | MS_NODEV,
                        options.c_str()) == 0;
-  EXPECT_TRUE(isMounted_) << std::strerror(errno);
+  if (!isMounted_) throw std::system_error(errno, std::generic_category(), "mount");
   thread_ = std::jthread([this] { serve(); });
 }
 
@@ -87,7 +89,7 @@ void ServedMount::slowDown(std::chrono::milliseconds delay) {
 
 void ServedMount::answer() {
   hangInReadsFrom(UINT64_MAX);
-  EXPECT_EQ(::eventfd_write(wake_, 1), 0);
+  VT_CHECK(::eventfd_write(wake_, 1) == 0);
 }
 
 void ServedMount::end() {
@@ -96,11 +98,11 @@ void ServedMount::end() {
     const std::scoped_lock lock(mutex_);
     isEnding_ = true;
   }
-  EXPECT_EQ(::eventfd_write(wake_, 1), 0);
+  VT_CHECK(::eventfd_write(wake_, 1) == 0);
   thread_.join();
   ::close(channel_);
   ::close(wake_);
-  EXPECT_EQ(::umount2(folder_.c_str(), MNT_DETACH), 0) << std::strerror(errno);
+  VT_CHECK(::umount2(folder_.c_str(), MNT_DETACH) == 0);
 }
 
 void ServedMount::serve() {
