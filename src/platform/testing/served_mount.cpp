@@ -61,7 +61,7 @@ fuse_attr attributesOf(const struct stat& found) {
 
 }  // namespace
 
-ServedMount::ServedMount(std::filesystem::path folder, std::filesystem::path served)
+ServedMount::ServedMount(std::filesystem::path folder, const std::filesystem::path& served)
     : folder_(std::move(folder)),
       channel_(::open("/dev/fuse", O_RDWR | O_CLOEXEC)),
       wake_(::eventfd(0, EFD_CLOEXEC)),
@@ -255,7 +255,7 @@ ServedMount::Reply ServedMount::replyTo(const Question& question) {
     case FUSE_CREATE: {
       const auto how = recordAt<fuse_create_in>(question);
       const std::string made = inside(textAt(question, sizeof how));
-      const Reply open =
+      Reply open =
           opened(::open(made.c_str(), static_cast<int>(how.flags) | O_CREAT | O_CLOEXEC, how.mode));
       if (open.error != 0) return open;
       return {0, entryOf(made).bytes + open.bytes};

@@ -18,7 +18,7 @@ namespace vantorel {
 /// him. Only the superuser can mount it.
 class ServedMount {
  public:
-  ServedMount(std::filesystem::path folder, std::filesystem::path served);
+  ServedMount(std::filesystem::path folder, const std::filesystem::path& served);
   ServedMount(const ServedMount&) = delete;
   ServedMount& operator=(const ServedMount&) = delete;
   ~ServedMount() { end(); }
