@@ -5,24 +5,17 @@
 
 #include <utility>
 
-#include "app/records/hot_key_text.hpp"
+#include "app/command_keys.hpp"
+#include "app/tray_menu.hpp"
 #include "base/log.hpp"
-#include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
-
-// A grab takes milliseconds; a service that needs longer than this is stuck, unless a dialog of the
-// desktop holds it up.
-constexpr std::chrono::seconds grabBound{5};
-constexpr std::chrono::seconds grabCap{60};
 
 constexpr std::chrono::seconds clipboardBound{5};
 
 /// How long somebody at the desktop goes without a sign of the capture he took.
 constexpr std::chrono::seconds desktopPatience{1};
-// Of a burst of changes the menu shows what came of it.
-constexpr std::chrono::milliseconds menuPatience{250};
 constexpr std::chrono::seconds trayBound{10};
 
 StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::seconds delay) {
@@ -54,84 +47,31 @@ AppCoordinator::AppCoordinator(Services services)
       surfaces_(services_.main),
       termination_({.main = services_.main,
                     .work = &pendingWork_,
-                    .alerts = services_.alerts,
+                    .alerts = &services_.alerts,
                     .recordUnfinished =
                         [this](std::vector<std::string> names) {
-                          services_.settings->set(&SettingsValues::filingUnfinishedAtQuit,
-                                                  std::move(names));
+                          services_.settings.set(&SettingsValues::filingUnfinishedAtQuit,
+                                                 std::move(names));
                         },
                     .terminate = [this] { terminateWhenSaved(); }}),
-      arbiter_([this] { return services_.alerts->isModalDialogUp(); },
+      arbiter_([this] { return services_.alerts.isModalDialogUp(); },
                [this] { return termination_.isInProgress(); }),
-      permission_(services_.main, *services_.screen, *services_.alerts, services_.relaunch),
-      staging_(std::make_shared<StagingFolder>(services_.files, services_.stagedCaptures)) {
+      permission_(services_.main, services_.screen, services_.alerts, services_.relaunch) {
+  services_.captures.onActivity = alive_.guard([this](CaptureActivity activity, bool running) {
+    arbiter_.set(activity, running);
+    menuChanged();
+  });
   if (services_.hotKeys != nullptr) {
-    shortcuts_ = std::make_unique<ShortcutRegistry>(*services_.hotKeys, services_.main);
+    keys_ = std::make_unique<CommandKeys>(
+        CommandKeys::Services{.main = services_.main,
+                              .hotKeys = *services_.hotKeys,
+                              .settings = services_.settings,
+                              .alerts = services_.alerts,
+                              .perform = [this](const auto& command) { perform(command); }});
   }
-  const auto settings = [this]() -> const SettingsValues& { return services_.settings->values(); };
-  filing_ = std::make_unique<StillCaptureFiling>(StillCaptureFiling::Services{
-      .main = services_.main,
-      .work = services_.filing,
-      .staging = staging_,
-      .placement =
-          std::make_shared<CaptureFilePlacement>(services_.files, services_.codec, staging_),
-      .library = services_.library,
-      .fileSettings =
-          [this, settings] {
-            const std::string& folder = settings().storageDirectory;
-            const FileIdentity* const seen =
-                lastSeenIn(folder, services_.library->store().entries());
-            return CaptureFileSettings{.storageFolder = folder,
-                                       .defaultFolder = services_.defaultCaptures,
-                                       .seenInStorage = seen ? Rare(*seen) : Rare<FileIdentity>(),
-                                       .format = settings().exportFormat,
-                                       .quality = settings().jpegQuality,
-                                       .filenameTemplate = settings().filenameTemplate};
-          },
-      .activeCollectionID = [settings] { return settings().activeCollectionID; }});
-  countdown_ = std::make_unique<TimedCaptureController>(services_.main, services_.clock,
-                                                        services_.countdown, services_.hotKeys);
-  stills_ = std::make_unique<StillCapturePipeline>(StillCapturePipeline::Services{
-      .main = services_.main,
-      .work = services_.staging,
-      .clock = services_.clock,
-      .screen = services_.screen,
-      .windows = services_.windows,
-      .codec = services_.codec,
-      .staging = staging_,
-      .filing = filing_.get(),
-      .countdown = countdown_.get(),
-      .iconCover = services_.desktopCover
-                       ? std::make_shared<DesktopIconCover>(services_.desktopCover)
-                       : nullptr,
-      .overlay = services_.overlay,
-      .backend =
-          [this, settings] {
-            return StillCaptureBackend{
-                .windowShadow = settings().includeWindowShadow,
-                .hidesDesktopIcons = settings().hideDesktopIconsWhileCapturing,
-                .adjustsArea = settings().adjustBeforeCapturing,
-                .bound = {.first = grabBound, .cap = grabCap, .extending = [this] {
-                            return services_.screen->isSystemDialogVisible();
-                          }}};
-          },
-      .rememberedRegion = [settings] { return settings().rememberedRegion; },
-      .rememberRegion =
-          [this](RememberedRegion region) {
-            services_.settings->set(&SettingsValues::rememberedRegion, std::move(region));
-          },
-      .setActivity =
-          [this](CaptureActivity activity, bool running) {
-            arbiter_.set(activity, running);
-            if (services_.statusMenuChanged) services_.statusMenuChanged();
-          }});
-  recovery_ = std::make_unique<StagedCaptureRecovery>(
-      StagedCaptureRecovery::Services{.main = services_.main,
-                                      .work = services_.staging,
-                                      .staging = staging_,
-                                      .filing = filing_.get(),
-                                      .store = &services_.library->store(),
-                                      .redactedOriginals = services_.redactedOriginals});
+  if (services_.statusItem != nullptr) {
+    menu_ = std::make_unique<TrayMenu>(*this, services_.main, *services_.statusItem);
+  }
 }
 
 AppCoordinator::~AppCoordinator() = default;
@@ -151,7 +91,7 @@ void AppCoordinator::withPermission(
     StillCapturePipeline::Finished finished,
     std::move_only_function<void(StillCapturePipeline::Finished)> go) {
   if (const auto refused = refusal()) {
-    if (refused == CaptureRefusal::modalDialogUp) services_.alerts->bringForward();
+    if (refused == CaptureRefusal::modalDialogUp) services_.alerts.bringForward();
     finished(*refused);
     return;
   }
@@ -177,13 +117,13 @@ void AppCoordinator::withPermission(
 void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::Finished finished,
                              std::function<bool()> begins,
                              std::function<void(const Path&)> onStaged) {
-  const SettingsValues& settings = services_.settings->values();
+  const SettingsValues& settings = services_.settings.values();
   const CaptureDelay usual =
       command.isTimed ? settings.timedCaptureLastDelaySeconds : settings.captureDelaySeconds;
   const std::chrono::seconds delay = command.delay.value_or(lengthOf(usual));
   if (command.isTimed) {
-    services_.settings->set(&SettingsValues::timedCaptureLastDelaySeconds,
-                            delayOfSeconds(delay.count()));
+    services_.settings.set(&SettingsValues::timedCaptureLastDelaySeconds,
+                           delayOfSeconds(delay.count()));
   }
   if (command.isAnsweredAtDesktop) {
     finished = [this, timed = command.isTimed,
@@ -195,7 +135,7 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
       if (told) told(staged);
       services_.main->postAfter(desktopPatience, alive_.guard([this] {
         // It is saved, and listed once the library comes free.
-        if (services_.library->awaitedHolder()) services_.library->stopWaiting();
+        if (services_.library.awaitedHolder()) services_.library.stopWaiting();
       }));
     };
   }
@@ -210,9 +150,9 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
     StillCaptureRequest request = requestFor(command, delay);
     request.onStaged = std::move(onStaged);
     if (command.kind == StillCaptureCommand::Kind::previous) {
-      stills_->capturePreviousArea(std::move(request), std::move(done));
+      stills().capturePreviousArea(std::move(request), std::move(done));
     } else {
-      stills_->capture(std::move(request), std::move(done));
+      stills().capture(std::move(request), std::move(done));
     }
   });
 }
@@ -224,7 +164,7 @@ void AppCoordinator::captureForRemote(
   withPermission(std::move(finished), [this, mode, onFiled = std::move(onFiled),
                                        capturing = std::move(capturing)](
                                           StillCapturePipeline::Finished permitted) mutable {
-    stills_->captureForRemote(mode, CaptureOrigin::remote, std::move(onFiled), std::move(capturing),
+    stills().captureForRemote(mode, CaptureOrigin::remote, std::move(onFiled), std::move(capturing),
                               untilSaved(std::move(permitted)));
   });
 }
@@ -249,21 +189,21 @@ void AppCoordinator::captureForUser(StillCaptureCommand command) {
 void AppCoordinator::report(const CaptureReply& reply, bool timed) {
   if (const auto* refused = std::get_if<CaptureRefusal>(&reply)) {
     logInfo("Capture", "{}", sentence(*refused));
-    services_.alerts->notify("Screenshot failed", sentence(*refused));
+    services_.alerts.notify("Screenshot failed", sentence(*refused));
     return;
   }
   const CaptureOutcome& outcome = std::get<CaptureOutcome>(reply);
   if (const auto* failure = std::get_if<CaptureFailure>(&outcome.value)) {
-    services_.alerts->notify(
+    services_.alerts.notify(
         timed ? "Timer finished, but the screenshot failed" : "Screenshot failed",
         sentence(*failure));
   } else if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome.value)) {
     if (services_.cue) {
-      services_.cue({saved->shown, services_.settings->values().playSounds});
+      services_.cue({saved->shown, services_.settings.values().playSounds});
     }
     const std::vector<std::string> remarks = remarksOn(*saved);
     if (!remarks.empty()) {
-      services_.alerts->notify("Screenshot saved", fmt::format("{}", fmt::join(remarks, "\n")));
+      services_.alerts.notify("Screenshot saved", fmt::format("{}", fmt::join(remarks, "\n")));
     }
   }
 }
@@ -275,10 +215,10 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
   auto* const saved =
       outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
   if (saved == nullptr) return finished(std::move(reply));
-  if (!services_.settings->values().hasCapturedSuccessfully) {
-    services_.settings->set(&SettingsValues::hasCapturedSuccessfully, true);
+  if (!services_.settings.values().hasCapturedSuccessfully) {
+    services_.settings.set(&SettingsValues::hasCapturedSuccessfully, true);
   }
-  copies |= saved->copies || services_.settings->values().copyToClipboardAfterCapture;
+  copies |= saved->copies || services_.settings.values().copyToClipboardAfterCapture;
   if (!copies) {
     return finished(std::move(reply));
   }
@@ -296,170 +236,117 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
     }
     std::exchange(waiting->finished, nullptr)(std::move(waiting->reply));
   };
-  copyToClipboard(*entry, answer);
+  services_.copying.copy(*entry, answer);
   // A clipboard that does not answer holds up neither the user nor a quit.
   services_.main->postAfter(clipboardBound,
                             alive_.guard([answer] { answer("the clipboard doesn't answer"); }));
 }
 
-/// Answers with what went wrong, a clause; empty when it is there.
-void AppCoordinator::copyToClipboard(const ScreenshotEntry& entry,
-                                     std::function<void(std::string)> done) {
-  Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
-  if (clipboard == nullptr) return done("there is no clipboard here");
-  services_.pictures->post(
-      [files = services_.files, codec = services_.codec, path = entry.path,
-       scale = entry.captureScale.value_or(1), main = services_.main,
-       read = alive_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
-         if (!png) return done("the screenshot couldn't be read");
-         clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
-           if (!set) logWarning("Clipboard", "{}", set.error().reason);
-           done(set ? "" : "the clipboard wouldn't take the image");
-         });
-       })]() mutable {
-        Result<std::string> png = [&]() -> Result<std::string> {
-          std::string bytes = VT_TRY(files->read(path));
-          if (Path(path).extension() == ".png") return bytes;
-          const Image image = VT_TRY(codec->decode(bytes));
-          return codec->encode(image, {.format = ExportFormat::png, .pixelsPerPoint = scale});
-        }();
-        main->post([png = std::move(png), read = std::move(read)]() mutable { read(png); });
-      });
-}
-
-std::vector<EntryPointer> AppCoordinator::recentImages(std::size_t count) const {
-  std::vector<EntryPointer> images;
-  for (const EntryPointer& entry : services_.library->store().newestFirst()) {
-    if (images.size() == count) break;
-    if (entry->medium == CaptureMedium::image) images.push_back(entry);
-  }
-  return images;
-}
-
-void AppCoordinator::copyRecent(int number) {
-  const auto count = static_cast<std::size_t>(number);
-  const std::vector<EntryPointer> images = recentImages(count);
-  if (images.size() == count) return copyCapture(images.back()->id);
-  services_.alerts->notify("Nothing to copy", "There are fewer captures in History than that.");
-}
-
-void AppCoordinator::copyCapture(const std::string& id) {
-  services_.library->findFiles({id}, Library::Claimed::no, *services_.pictures,
-                               alive_.guard([this, id](const std::set<std::string>& unsettled) {
-                                 const EntryPointer found = services_.library->store().find(id);
-                                 std::function<void(std::string)> tell =
-                                     alive_.guard([this](const std::string& problem) {
-                                       if (!problem.empty())
-                                         services_.alerts->notify("Copy failed", problem);
-                                     });
-                                 if (!found || unsettled.contains(id))
-                                   return tell("the screenshot couldn't be read");
-                                 copyToClipboard(*found, std::move(tell));
-                               }));
-}
-
-void AppCoordinator::tellThatItRuns() {
-  hasTold_ = true;
-  const auto key = bindingOf(ShortcutID::capture);
-  const bool works = key && shortcuts_ && shortcuts_->works(ShortcutID::capture);
-  const std::string how = works ? fmt::format("{} captures an area.", displayText(*key))
-                                : std::string("\"vantorel capture area\" captures an area.");
-  const char* const rest =
-      services_.isTrayShown() ? " Its icon in the tray has everything else."
-      : !services_.settings->values().showMenuBarIcon
-          ? " Its icon is hidden; \"vantorel settings set showMenuBarIcon true\" shows it."
-          : " This desktop shows no tray; \"vantorel quit\" ends it.";
-  services_.alerts->notify("Vantorel is running", how + rest);
-}
-
-void AppCoordinator::recoverStagedCaptures(std::function<void(int)> done) {
-  recovery_->sweep(services_.clock->now(), std::move(done));
-}
-
-// What is being staged on that runner is claimed here before the answer comes.
-void AppCoordinator::whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known) {
-  services_.staging->post(
-      [main = services_.main, reply = alive_.guard([this, known = std::move(known)] {
-        known(filing_->pathsUnderWay());
-      })]() mutable { main->post(std::move(reply)); });
-}
-
-void AppCoordinator::updateMenu() {
-  menuUpdate_.renew();
-  services_.main->postAfter(menuPatience,
-                            menuUpdate_.guard([this] { services_.statusMenuChanged(); }));
-}
-
-void AppCoordinator::startResident() {
-  previousArea_.onChange(alive_.guard([this] { services_.statusMenuChanged(); }));
-  previousArea_.setRegion(services_.settings->values().rememberedRegion);
-  const auto readDisplays = [this] {
-    services_.screen->displays(alive_.guard([this](Result<std::vector<DisplaySnapshot>> displays) {
-      if (!displays) return;
-      previousArea_.setDisplays(std::move(*displays));
-      services_.statusMenuChanged();  // a line of it is there for several displays only
-    }));
-  };
-  services_.screen->onDisplaysChange(alive_.guard(readDisplays));
-  readDisplays();
-  // Much of the menu is made of settings, collections and the newest captures.
-  settingsObservation_ = services_.settings->observe([this](std::string_view key) {
-    if (key == "rememberedRegion") {
-      previousArea_.setRegion(services_.settings->values().rememberedRegion);
+void AppCoordinator::undoRecentDelete() {
+  services_.library.deletion().undo(alive_.guard([this](const UndoOutcome& outcome) {
+    if (outcome.indexNotSaved) {
+      services_.alerts.notify("History couldn't be saved", *outcome.indexNotSaved);
     }
-    updateMenu();
-  });
-  libraryObservation_ =
-      services_.library->store().observe([this](const HistoryChange&) { updateMenu(); });
-  services_.settings->onShowMenuBarIconChange = [this] {
-    services_.showStatusItem(services_.settings->values().showMenuBarIcon);
-  };
-  services_.showStatusItem(services_.settings->values().showMenuBarIcon);
-  bindHotKeys();
-  tellUnfinishedAtLastQuit();
-  // A tray may start later than this program.
-  services_.main->postAfter(trayBound, alive_.guard([this] {
-    const bool isSeen = !services_.settings->values().showMenuBarIcon || services_.isTrayShown();
-    if (!isSeen && !hasTold_) tellThatItRuns();
+    if (outcome.failures.empty()) return;
+    services_.alerts.notify("Some captures weren't restored", outcome.failures.front().reason);
   }));
 }
 
-void AppCoordinator::tellUnfinishedAtLastQuit() {
-  const auto items =
-      QuitFilingNote::fromStored(services_.settings->values().filingUnfinishedAtQuit);
-  if (!services_.settings->values().filingUnfinishedAtQuit.empty()) {
-    services_.settings->set(&SettingsValues::filingUnfinishedAtQuit, {});
+std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
+  VT_CHECK(menu_ != nullptr);
+  return menu_->lines();
+}
+
+void AppCoordinator::menuChanged() {
+  if (services_.statusItem != nullptr) services_.statusItem->menuChanged();
+}
+
+void AppCoordinator::sayThatItRuns() {
+  hasSaidThatItRuns_ = true;
+  const std::string key = keys_ ? keys_->workingKey(ShortcutID::capture) : std::string();
+  const std::string how = key.empty() ? std::string("\"vantorel capture area\" captures an area.")
+                                      : fmt::format("{} captures an area.", key);
+  const char* const rest =
+      services_.statusItem != nullptr && services_.statusItem->isHosted()
+          ? " Its icon in the tray has everything else."
+      : !services_.settings.values().showMenuBarIcon
+          ? " Its icon is hidden; \"vantorel settings set showMenuBarIcon true\" shows it."
+          : " This desktop shows no tray; \"vantorel quit\" ends it.";
+  services_.alerts.notify("Vantorel is running", how + rest);
+}
+
+void AppCoordinator::followPreviousArea() {
+  previousArea_.onChange(alive_.guard([this] { menuChanged(); }));
+  previousArea_.setRegion(services_.settings.values().rememberedRegion);
+  settingsObservation_ = services_.settings.observe([this](std::string_view key) {
+    if (key != "rememberedRegion") return;
+    previousArea_.setRegion(services_.settings.values().rememberedRegion);
+  });
+  const auto readDisplays = [this] {
+    services_.screen.displays(alive_.guard([this](Result<std::vector<DisplaySnapshot>> displays) {
+      if (!displays) return;
+      previousArea_.setDisplays(std::move(*displays));
+      menuChanged();  // a line of it is there for several displays only
+    }));
+  };
+  services_.screen.onDisplaysChange(alive_.guard(readDisplays));
+  readDisplays();
+}
+
+void AppCoordinator::startResident() {
+  VT_CHECK(menu_ != nullptr);
+  followPreviousArea();
+  menu_->follow();
+  const auto showIcon = [this] {
+    services_.statusItem->setVisible(services_.settings.values().showMenuBarIcon);
+  };
+  services_.settings.onShowMenuBarIconChange = alive_.guard(showIcon);
+  showIcon();
+  if (keys_) {
+    keys_->onChange = [this] { menuChanged(); };
+    keys_->bind();
   }
+  reportUnfinishedAtLastQuit();
+  // A tray may start later than this program.
+  services_.main->postAfter(trayBound, alive_.guard([this] {
+    const bool isSeen =
+        !services_.settings.values().showMenuBarIcon || services_.statusItem->isHosted();
+    if (!isSeen && !hasSaidThatItRuns_) sayThatItRuns();
+  }));
+}
+
+void AppCoordinator::reportUnfinishedAtLastQuit() {
+  const std::vector<std::string>& stored = services_.settings.values().filingUnfinishedAtQuit;
+  const auto items = QuitFilingNote::fromStored(stored);
+  if (!stored.empty()) services_.settings.set(&SettingsValues::filingUnfinishedAtQuit, {});
   if (items.empty()) return;
   logWarning("Quit", "{}", QuitFilingNote::unfinishedAtLastQuit(items));
-  services_.alerts->notify("Vantorel", QuitFilingNote::unfinishedAtLastQuit(items));
+  services_.alerts.notify("Vantorel", QuitFilingNote::unfinishedAtLastQuit(items));
 }
 
 void AppCoordinator::quit() {
-  if (services_.stopMoving) services_.stopMoving();
-  services_.library->stopWaiting();
-  stills_->settle();
+  services_.library.relocation().stop();
+  services_.library.stopWaiting();
+  stills().settle();
   termination_.request();
 }
 
 void AppCoordinator::terminateWhenSaved() {
   if (std::exchange(quitSaving_, true)) return;
-  if (!services_.whenMovingStopped) return saveAndTerminate();
   // The next launch finds what a move has begun, so a disk that hangs need not hold up the quit for
   // longer than anything else does.
-  auto goOn = std::make_shared<bool>(false);
-  const auto once = alive_.guard([this, goOn] {
-    if (!std::exchange(*goOn, true)) saveAndTerminate();
+  const auto once = alive_.guard([this, ended = std::make_shared<bool>(false)] {
+    if (!std::exchange(*ended, true)) saveAndTerminate();
   });
-  services_.whenMovingStopped(once);
+  services_.library.relocation().settle(once);
   services_.main->postAfter(QuitFilingDeadline::length, once);
 }
 
 void AppCoordinator::saveAndTerminate() {
-  services_.library->store().flush(alive_.guard([this](Result<void> saved) {
-    if (!saved && !services_.library->store().indexRefusal())
+  services_.library.store().flush(alive_.guard([this](Result<void> saved) {
+    if (!saved && !services_.library.store().indexRefusal())
       logError("Quit", "the index could not be saved: {}", saved.error().reason);
-    services_.settings->flush(alive_.guard([this](Result<void> stored) {
+    services_.settings.flush(alive_.guard([this](Result<void> stored) {
       if (!stored) {
         logError("Quit", "the settings could not be saved: {}", stored.error().reason);
       }

@@ -3,25 +3,26 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "app/capture_copying.hpp"
 #include "app/capture_exclusivity_arbiter.hpp"
+#include "app/command_table.hpp"
 #include "app/pending_archive_work.hpp"
 #include "app/screen_permission_flow.hpp"
-#include "app/shortcut_registry.hpp"
 #include "app/status_menu.hpp"
 #include "app/still_capture_command.hpp"
+#include "app/still_captures.hpp"
 #include "app/surface_registry.hpp"
 #include "app/termination_handshake.hpp"
-#include "capture/staged_capture_recovery.hpp"
-#include "capture/still_capture_pipeline.hpp"
 #include "library/library.hpp"
-#include "platform/clipboard.hpp"
 #include "settings/settings_store.hpp"
 
 namespace vantorel {
+
+class CommandKeys;
+class TrayMenu;
 
 /// Owns every capture surface and turns commands, whatever their source, into work: the same
 /// operation runs for a hot key, the menu, a script and an agent. Lives on the main runner.
@@ -29,42 +30,21 @@ class AppCoordinator {
  public:
   struct Services {
     std::shared_ptr<TaskRunner> main;
+    StillCaptures& captures;
+    CaptureCopying& copying;
+    ScreenCapture& screen;
+    Alerts& alerts;
+    Library& library;
+    SettingsStore& settings;
 
-    // Serial queues that may block.
-    std::shared_ptr<TaskRunner> staging;   ///< makes captures safe; shares with nothing slow
-    std::shared_ptr<TaskRunner> filing;    ///< writes where the user keeps captures
-    std::shared_ptr<TaskRunner> pictures;  ///< reads and converts them
-    std::shared_ptr<const Clock> clock;
-    std::shared_ptr<Files> files;
-    std::shared_ptr<const ImageCodec> codec;
-    ScreenCapture* screen = nullptr;
-    WindowList* windows = nullptr;
-    Alerts* alerts = nullptr;
-    Library* library = nullptr;
-    SettingsStore* settings = nullptr;
-    Path stagedCaptures;     ///< folder
-    Path redactedOriginals;  ///< folder
-    Path defaultCaptures;    ///< folder for captures when the chosen one cannot be used
-
-    // What only a run with windows has; null or empty otherwise.
+    // What only a run with windows has; null otherwise.
     HotKeys* hotKeys = nullptr;
-    std::function<Clipboard*()> clipboard;
-    std::shared_ptr<CountdownPanel> countdown;  ///< never null
-    std::shared_ptr<DesktopCoverWindows> desktopCover;
-    std::function<SelectionOverlay*()> overlay;
-    std::function<void(bool visible)> showStatusItem;
-    std::function<void()> statusMenuChanged;
-    std::function<bool()> isTrayShown;
+    StatusItem* statusItem = nullptr;
 
-    /// Shows and sounds that a capture is saved.
-    std::function<void(const CaptureCue&)> cue;
+    /// Shows and sounds that a capture is saved; may be empty.
+    std::function<void(const CaptureCue&)> cue{};
 
-    /// Told when the user quits: long work that can go on later comes to a stop.
-    std::function<void()> stopMoving;
-    /// Calls back when such work has come to its stop.
-    std::function<void(std::move_only_function<void()>)> whenMovingStopped;
-
-    std::function<bool()> relaunch;
+    std::function<bool()> relaunch;   ///< see `ScreenPermissionFlow`
     std::function<void()> terminate;  ///< ends the main loop; everything is on disk by then
   };
 
@@ -81,31 +61,29 @@ class AppCoordinator {
   /// Takes a still for a person at the desktop, whichever way he asked: how it ends is shown there.
   void captureForUser(StillCaptureCommand command);
 
+  /// Runs a command of the desktop, in whichever way it was given.
+  void perform(const DesktopCommand& command) { command.run(*this); }
+
+  /// Copies the `number`-th newest picture, from 1, to the clipboard.
+  void copyRecent(int number) { services_.copying.copyRecent(number); }
+
+  void undoRecentDelete();
+
   /// Calls off the capture that waits for the user.
-  void cancelCapture() { stills_->cancel(); }
+  void cancelCapture() { stills().cancel(); }
 
   /// Takes a still for an agent; see `StillCapturePipeline::captureForRemote`.
   void captureForRemote(CaptureMode mode, std::function<void(const ScreenshotEntry&)> onFiled,
                         std::move_only_function<void(StillCapturePipeline::Grabbed)> capturing,
                         StillCapturePipeline::Finished finished);
 
-  /// Files what an earlier run left staged.
-  void recoverStagedCaptures(std::function<void(int filed)> done);
-
-  /// Answers with the staged files that this process is filing, what it is staging among them.
-  void whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known);
-
   /// What a run in the tray does at the start: hot keys, the icon, what the last quit lost.
   void startResident();
 
-  /// Calls `known` with what keeps the keys of that setting from working, in sentences; with
-  /// nothing when they work, are not bound here, or the desktop does not answer.
-  void whenKeysKnown(std::string_view setting, std::function<void(std::string)> known);
-
   /// Says that the program runs and how it is used, to one who looks for it. A run in the tray.
-  void tellThatItRuns();
+  void sayThatItRuns();
 
-  /// The tray menu as it is now.
+  /// The tray's menu as it is now. A run in the tray.
   [[nodiscard]] std::vector<StatusMenuItem> statusMenu();
 
   /// Quits when everything is filed.
@@ -116,6 +94,13 @@ class AppCoordinator {
   [[nodiscard]] PendingArchiveWork& pendingArchiveWork() { return pendingWork_; }
   [[nodiscard]] SurfaceRegistry& surfaces() { return surfaces_; }
   [[nodiscard]] TerminationHandshake& termination() { return termination_; }
+  [[nodiscard]] const PreviousAreaMonitor& previousArea() const { return previousArea_; }
+  [[nodiscard]] CaptureCopying& copying() { return services_.copying; }
+  [[nodiscard]] Library& library() { return services_.library; }
+  [[nodiscard]] SettingsStore& settings() { return services_.settings; }
+
+  /// Null when there are no hot keys.
+  [[nodiscard]] CommandKeys* keys() { return keys_.get(); }
 
  private:
   [[nodiscard]] std::optional<CaptureRefusal> refusal() const;
@@ -123,45 +108,26 @@ class AppCoordinator {
                       std::move_only_function<void(StillCapturePipeline::Finished)> go);
   [[nodiscard]] StillCapturePipeline::Finished untilSaved(StillCapturePipeline::Finished finished);
   void report(const CaptureReply& reply, bool timed);
-  void updateMenu();
   void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
-  void copyToClipboard(const ScreenshotEntry& entry, std::function<void(std::string)> done);
-  void copyRecent(int number);
-  void copyCapture(const std::string& id);
-  [[nodiscard]] std::vector<EntryPointer> recentImages(std::size_t count) const;
-  [[nodiscard]] StatusMenuItem menuLine(std::string label, ShortcutID id);
-  [[nodiscard]] StatusMenuItem copyRecentMenu();
-  void undoRecentDelete();
-  void bindHotKeys();
-  void tellRefusedKeys();
-  [[nodiscard]] std::string unusedKey() const;
-  void bind(ShortcutID id);
-  [[nodiscard]] std::optional<HotKeySpec> bindingOf(ShortcutID id) const;
-  [[nodiscard]] std::function<void()> actionOf(ShortcutID id);
+  void followPreviousArea();
+  void menuChanged();
+  void reportUnfinishedAtLastQuit();
   void terminateWhenSaved();
   void saveAndTerminate();
-  void tellUnfinishedAtLastQuit();
+  [[nodiscard]] StillCapturePipeline& stills() { return services_.captures.pipeline(); }
 
   Services services_;
   bool quitSaving_ = false;
-  bool hasTold_ = false;  // that it runs
+  bool hasSaidThatItRuns_ = false;
   PendingArchiveWork pendingWork_;
   SurfaceRegistry surfaces_;
   TerminationHandshake termination_;
   CaptureExclusivityArbiter arbiter_;
   ScreenPermissionFlow permission_;
-  std::unique_ptr<ShortcutRegistry> shortcuts_;
   PreviousAreaMonitor previousArea_;
-  std::shared_ptr<StagingFolder> staging_;
-  std::unique_ptr<StillCaptureFiling> filing_;
-  std::unique_ptr<TimedCaptureController> countdown_;
-  std::unique_ptr<StillCapturePipeline> stills_;
-  std::unique_ptr<StagedCaptureRecovery> recovery_;
+  std::unique_ptr<CommandKeys> keys_;
+  std::unique_ptr<TrayMenu> menu_;
   Observation settingsObservation_;
-  Observation libraryObservation_;
-  Alive menuUpdate_;
-  std::set<std::pair<ShortcutID, std::uint32_t>> toldKeys_;  // that they do not work
-  Alive refusedKeysChanged_;
   Alive alive_;
 };
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "app/command_keys.hpp"
 #include "library/capture_file_name.hpp"
 #include "platform/testing/fake_alerts.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
@@ -88,6 +89,17 @@ class FakeClipboard final : public Clipboard {
   void handOver() override {}
 };
 
+class FakeStatusItem final : public StatusItem {
+ public:
+  bool isVisible = false;
+  bool hasHost = true;
+  int menuChanges = 0;
+  void setVisible(bool visible) override { isVisible = visible; }
+  void setMenu(std::function<std::vector<StatusMenuItem>()>, std::function<void()>) override {}
+  void menuChanged() override { ++menuChanges; }
+  [[nodiscard]] bool isHosted() const override { return hasHost; }
+};
+
 /// What outlives the program: the disk and the stored settings.
 struct World {
   FakeFiles files;
@@ -115,45 +127,51 @@ class Session {
                                         LibraryPaths{"/data", "/cache"});
     store = &library->store();
     deletion = &library->deletion();
-    AppCoordinator::Services services;
-    services.main = runners.main();
-    services.staging = runners.runner("staging");
-    services.filing = runners.runner("filing");
-    services.pictures = runners.runner("pictures");
-    services.clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {});
-    services.files = std::shared_ptr<Files>(&world.files, [](Files*) {});
-    services.codec = std::shared_ptr<const ImageCodec>(&codec, [](const ImageCodec*) {});
-    services.screen = &screen;
-    services.windows = &screen;
-    services.alerts = &alerts;
-    services.library = library.get();
-    services.settings = settings.get();
-    services.stagedCaptures = store->paths().stagedCaptures();
-    services.redactedOriginals = store->paths().redactedOriginals();
-    services.defaultCaptures = "/home/captures";
-    services.hotKeys = &keys;
-    services.countdown = countdown;
-    services.desktopCover = cover;
-    services.overlay = [this] { return &overlay; };
-    services.showStatusItem = [this](bool visible) { iconVisible = visible; };
-    services.statusMenuChanged = [this] { ++menuChanges; };
-    services.isTrayShown = [this] { return hasTray; };
-    services.cue = [this](const CaptureCue& cue) { cues.push_back(cue); };
-    services.clipboard = [this]() -> Clipboard* { return clipboard.get(); };
-    services.stopMoving = [this] { moveIsToStop = true; };
-    services.whenMovingStopped = [this](std::move_only_function<void()> go) {
-      if (!isMoving) return go();
-      moveStopped = std::move(go);
-    };
-    services.relaunch = [] { return false; };
-    services.terminate = [this] { terminated = true; };
-    app = std::make_unique<AppCoordinator>(std::move(services));
+    const auto clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {});
+    const auto files = std::shared_ptr<Files>(&world.files, [](Files*) {});
+    const auto pictures = std::shared_ptr<const ImageCodec>(&codec, [](const ImageCodec*) {});
+    captures.emplace(StillCaptures::Services{.main = runners.main(),
+                                             .staging = runners.runner("staging"),
+                                             .filing = runners.runner("filing"),
+                                             .clock = clock,
+                                             .files = files,
+                                             .codec = pictures,
+                                             .screen = screen,
+                                             .windows = screen,
+                                             .library = *library,
+                                             .settings = *settings,
+                                             .defaultCaptures = "/home/captures",
+                                             .hotKeys = &keys,
+                                             .countdown = countdown,
+                                             .desktopCover = cover,
+                                             .overlay = [this] { return &overlay; }});
+    copying.emplace(
+        CaptureCopying::Services{.main = runners.main(),
+                                 .work = runners.runner("pictures"),
+                                 .files = files,
+                                 .codec = pictures,
+                                 .library = *library,
+                                 .alerts = alerts,
+                                 .clipboard = [this]() -> Clipboard* { return clipboard.get(); }});
+    app = std::make_unique<AppCoordinator>(
+        AppCoordinator::Services{.main = runners.main(),
+                                 .captures = *captures,
+                                 .copying = *copying,
+                                 .screen = screen,
+                                 .alerts = alerts,
+                                 .library = *library,
+                                 .settings = *settings,
+                                 .hotKeys = &keys,
+                                 .statusItem = &icon,
+                                 .cue = [this](const CaptureCue& cue) { cues.push_back(cue); },
+                                 .relaunch = [] { return false; },
+                                 .terminate = [this] { terminated = true; }});
   }
 
   void launch() {
     library->open();
     runners.run();
-    app->recoverStagedCaptures([this](int count) { recovered = count; });
+    captures->recoverStaged([this](int count) { recovered = count; });
     runners.run();
   }
 
@@ -199,18 +217,15 @@ class Session {
   std::unique_ptr<Library> library;
   HistoryStore* store = nullptr;
   HistoryDeletion* deletion = nullptr;
+  std::unique_ptr<FakeClipboard> clipboard = std::make_unique<FakeClipboard>();
+  FakeStatusItem icon;
+  std::optional<StillCaptures> captures;
+  std::optional<CaptureCopying> copying;
   std::unique_ptr<AppCoordinator> app;
   std::vector<std::optional<CaptureReply>> replies;
   std::optional<int> recovered;
   bool terminated = false;
-  bool isMoving = false;
-  bool moveIsToStop = false;
-  std::move_only_function<void()> moveStopped;
-  bool iconVisible = false;
-  int menuChanges = 0;
-  bool hasTray = true;
   std::vector<CaptureCue> cues;
-  std::unique_ptr<FakeClipboard> clipboard = std::make_unique<FakeClipboard>();
 };
 
 WindowSnapshot window(WindowID id, const std::string& owner, PointRect frame) {
@@ -335,7 +350,7 @@ TEST_F(AppCoordinatorTest, SweepsThatOverlapAreAllAnsweredAndFileAllOnce) {
   int filed = 0;
   int answers = 0;
   const auto sweep = [&] {
-    run->app->recoverStagedCaptures([&](int count) {
+    run->captures->recoverStaged([&](int count) {
       filed += count;
       ++answers;
     });
@@ -373,7 +388,7 @@ TEST_F(AppCoordinatorTest, ACaptureThatAnotherProcessFilesIsSavedOnceEvenIfThatO
       if (change - from == end) throw Killed{};
     };
     try {
-      run->app->recoverStagedCaptures([&](int count) { filed = count; });
+      run->captures->recoverStaged([&](int count) { filed = count; });
       run->runners.run();
       EXPECT_EQ(filed, 1);
     } catch (const Killed&) {
@@ -454,14 +469,18 @@ TEST_F(AppCoordinatorTest, AQuitSavesWhatWasAskedForAndCallsOffWhatWaitsForTheUs
 TEST_F(AppCoordinatorTest, AQuitWaitsForAMoveToStopButNotForEver) {
   for (const bool stops : {true, false}) {
     restart();
-    run->isMoving = true;
+    std::optional<RelocationOutcome> moved;
+    run->library->relocation().relocate(
+        {.folder = "/elsewhere", .sources = {"/pictures"}}, {},
+        [&](RelocationOutcome outcome) { moved = std::move(outcome); });
+    run->runners.hang("moves");
     run->app->quit();
     run->runners.advance(60s);
-    EXPECT_TRUE(run->moveIsToStop);
     EXPECT_FALSE(run->terminated);
-    if (stops) run->moveStopped();
+    if (stops) run->runners.resume("moves");
     run->runners.advance(stops ? 1s : 61s);
     EXPECT_TRUE(run->terminated);
+    EXPECT_EQ(moved.has_value(), stops);
   }
 }
 
@@ -697,7 +716,7 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   run->keys.taken = {*run->settings->values().windowHotKey};
   run->app->startResident();
   run->runners.run();
-  EXPECT_TRUE(run->iconVisible);
+  EXPECT_TRUE(run->icon.isVisible);
   EXPECT_THAT(run->alerts.notices,
               ElementsAre("Vantorel: Vantorel quit before it finished saving a Recording."));
   const auto shortcutOf = [this](const std::string& label) {
@@ -713,7 +732,8 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   EXPECT_EQ(shortcutOf("Capture Window"), "");
   EXPECT_EQ(shortcutOf("Capture Main Display"), "Shift+Print");
   std::string said = "nothing";
-  run->app->whenKeysKnown("windowHotKey", [&](const std::string& sentence) { said = sentence; });
+  run->app->keys()->whenKnown("windowHotKey",
+                              [&](const std::string& sentence) { said = sentence; });
   EXPECT_THAT(said, HasSubstr("Another program holds Alt+Print."));
   run->keys.taken.clear();
   run->runners.advance(5s);
@@ -731,11 +751,11 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   EXPECT_FALSE(run->keys.press(display));
   EXPECT_TRUE(run->keys.isRegistered({'f', HotKeySpec::control}));
   EXPECT_TRUE(run->keys.isRegistered({'0', HotKeySpec::control})) << "the tenth recent capture";
-  run->menuChanges = 0;
+  run->icon.menuChanges = 0;
   run->settings->set(&SettingsValues::fullscreenHotKey, std::nullopt);
   run->runners.run();
   EXPECT_EQ(shortcutOf("Capture Main Display"), "");
-  EXPECT_GT(run->menuChanges, 0) << "nothing else says that a key is gone";
+  EXPECT_GT(run->icon.menuChanges, 0) << "nothing else says that a key is gone";
 
   int actions = 0;
   bool previousEnabled = true;
@@ -757,16 +777,15 @@ TEST_F(AppCoordinatorTest, AtTheDesktopEveryEndIsShownAndACommandIsAnsweredInWor
   EXPECT_TRUE(run->cues[0].withSound);
   EXPECT_EQ(run->clipboard->images, 1);
   EXPECT_THAT(run->alerts.notices, IsEmpty()) << "success needs no words";
-  run->menuChanges = 0;
+  run->icon.menuChanges = 0;
   run->runners.advance(250ms);
-  EXPECT_EQ(run->menuChanges, 1) << "the capture can be copied from the menu";
+  EXPECT_EQ(run->icon.menuChanges, 1) << "the capture can be copied from the menu";
 
   run->settings->set(&SettingsValues::playSounds, false);
   run->settings->set(&SettingsValues::storageDirectory, "/media/stick");
   run->clipboard->refuses = Failure{FailureKind::denied, "no"};
-  auto region = *captureOfDesktopAction("CaptureDisplay");
-  EXPECT_FALSE(captureOfDesktopAction("Bogus"));
-  run->app->capture(region, [](const CaptureReply&) {});
+  EXPECT_EQ(findDesktopCommand("Bogus"), nullptr);
+  run->app->perform(*findDesktopCommand("CaptureDisplay"));
   run->runners.run();
   EXPECT_EQ(run->cues.back().area, (PixelRect{0, 0, 800, 600}));
   EXPECT_FALSE(run->cues.back().withSound);
@@ -811,7 +830,7 @@ TEST_F(AppCoordinatorTest, AtTheDesktopEveryEndIsShownAndACommandIsAnsweredInWor
 TEST_F(AppCoordinatorTest, WithoutATrayItSaysOnceThatItRuns) {
   for (const bool hasTray : {true, false}) {
     restart();
-    run->hasTray = hasTray;
+    run->icon.hasHost = hasTray;
     run->app->startResident();
     run->runners.advance(60s);
     EXPECT_EQ(run->alerts.notices.size(), hasTray ? 0U : 1U);

@@ -3,8 +3,6 @@
 #include <array>
 #include <chrono>
 #include <optional>
-#include <string_view>
-#include <utility>
 
 #include "base/enum_names.hpp"
 #include "base/geometry.hpp"
@@ -29,22 +27,6 @@ struct StillCaptureCommand {
   /// Asked for at the desktop, without a terminal to answer on: how it ends is shown there.
   bool isAnsweredAtDesktop = false;
 };
-
-/// The capture that the desktop's menu of this program calls `action`; nothing for an unknown one.
-/// Any thread.
-[[nodiscard]] inline std::optional<StillCaptureCommand> captureOfDesktopAction(
-    std::string_view action) {
-  using Kind = StillCaptureCommand::Kind;
-  constexpr auto actions = std::to_array<std::pair<std::string_view, Kind>>({
-      {"CaptureArea", Kind::area},
-      {"CaptureWindow", Kind::window},
-      {"CaptureDisplay", Kind::display},
-  });
-  for (const auto& [name, kind] : actions) {
-    if (name == action) return StillCaptureCommand{.kind = kind, .isAnsweredAtDesktop = true};
-  }
-  return std::nullopt;
-}
 
 template <>
 inline constexpr auto enumNames<StillCaptureCommand::Kind> =

@@ -57,6 +57,21 @@ std::string sentence(CaptureRefusal refusal) {
   std::unreachable();
 }
 
+std::optional<CaptureRefusal> refusalOf(const RegionAvailability& availability) {
+  struct Refusal {
+    using Answer = std::optional<CaptureRefusal>;
+    Answer operator()(const RegionAvailability::Available&) const { return std::nullopt; }
+    Answer operator()(RegionAvailability::None) const { return CaptureRefusal::noPreviousArea; }
+    Answer operator()(RegionAvailability::DisplayDisconnected) const {
+      return CaptureRefusal::previousAreaDisplayDisconnected;
+    }
+    Answer operator()(RegionAvailability::GeometryChanged) const {
+      return CaptureRefusal::previousAreaGeometryChanged;
+    }
+  };
+  return std::visit(Refusal{}, availability.value);
+}
+
 struct StillCapturePipeline::Run {
   /// When each step of the way was done, for the log.
   std::vector<std::pair<std::string_view, std::chrono::nanoseconds>> steps;
@@ -166,16 +181,9 @@ void StillCapturePipeline::resolve() {
   if (run.isPreviousArea) {
     const RegionAvailability availability =
         availabilityOf(services_.rememberedRegion(), run.displays);
-    if (const auto* area = std::get_if<RegionAvailability::Available>(&availability.value)) {
-      target = RegionTarget{area->displayID, area->rect};
-    } else if (std::holds_alternative<RegionAvailability::None>(availability.value)) {
-      return finish(CaptureRefusal::noPreviousArea);
-    } else if (std::holds_alternative<RegionAvailability::DisplayDisconnected>(
-                   availability.value)) {
-      return finish(CaptureRefusal::previousAreaDisplayDisconnected);
-    } else {
-      return finish(CaptureRefusal::previousAreaGeometryChanged);
-    }
+    if (const auto refused = refusalOf(availability)) return finish(*refused);
+    const auto& area = std::get<RegionAvailability::Available>(availability.value);
+    target = RegionTarget{area.displayID, area.rect};
   }
   if (!target && run.request.mode == CaptureMode::fullscreen) target = DisplayTarget{main->id};
   if (!target) return choose();

@@ -42,6 +42,9 @@ enum class CaptureRefusal {
 
 [[nodiscard]] std::string sentence(CaptureRefusal refusal);
 
+/// Why the remembered region cannot be captured; nothing when it can.
+[[nodiscard]] std::optional<CaptureRefusal> refusalOf(const RegionAvailability& availability);
+
 using CaptureReply = std::variant<CaptureOutcome, CaptureRefusal>;
 
 /// What one still capture is to be.

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "app/command_keys.hpp"
 #include "base/json_writer.hpp"
 #include "capture/bounded_run.hpp"
 
@@ -155,7 +156,7 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
     done({});
     services_.coordinator->quit();
   } else if (std::holds_alternative<command::Run>(line.command)) {
-    services_.coordinator->tellThatItRuns();
+    services_.coordinator->sayThatItRuns();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
   } else {
     whenLibraryReady(asker, std::move(done), [this, line, asker](Done wanted) {
@@ -292,7 +293,9 @@ CommandDone CommandRunner::withRemarks(const command::Settings& what, Done done)
           "No image is chosen (\"desktopCoverImagePath\"), so the color covers the desktop's "
           "icons.\n";
     }
-    services_.coordinator->whenKeysKnown(
+    CommandKeys* const keys = services_.coordinator->keys();
+    if (keys == nullptr) return done(std::move(reply));
+    keys->whenKnown(
         key,
         alive_.guard([reply = std::move(reply), done = std::make_shared<Done>(std::move(done))](
                          const std::string& sentences) mutable {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <thread>
 
+#include "app/command_table.hpp"
 #include "base/log.hpp"
 #include "cli/command_line.hpp"
 #include "main/clipboard_holder.hpp"
@@ -65,45 +66,47 @@ void startAnother(const std::vector<std::string>& arguments) {
 }
 
 void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, bool resident) {
-  bus.serve(
-      std::move(main),
-      {.accepts =
-           [resident](const BusRequest& request) {
-             if (resident) return true;
-             const auto parsed = parseRequest(request);
-             const auto* line = std::get_if<CommandLine>(&parsed);
-             return line == nullptr || !line->needsWindows();
-           },
-       .run =
-           [&program](const BusRequest& request, const CommandBus::Done& done) {
-             auto parsed = parseRequest(request);
-             if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
-               done({static_cast<int>(answer->status), {}, answer->text});
-               return;
-             }
-             program.run(std::get<CommandLine>(parsed),
-                         [done](CommandReply reply) { done(toBus(std::move(reply))); },
-                         {request.asker, [tell = request.tell](const CommandProgress& progress) {
-                            tell({progress.done, progress.total, std::string(progress.words)});
-                          }});
-           },
-       .askerGone = [&program](const std::string& asker) { program.callOff(asker); },
-       .cancel = [&program](const std::string& asker) { program.callOff(asker); },
-       .activate =
-           [&program, resident] {
-             if (resident) return program.tellThatItRuns();
-             startAnother({});
-           },
-       .openRefused = [&program] { program.tellThatItOpensNothing(); },
-       .knows =
-           [](const std::string& action) { return captureOfDesktopAction(action).has_value(); },
-       .perform =
-           [&program, resident](const std::string& action) {
-             const auto what = captureOfDesktopAction(action);
-             if (!what) return;
-             if (resident) return program.captureForUser(*what);
-             startAnother({"capture", std::string(nameOf(what->kind)), "--notify"});
-           }});
+  bus.serve(std::move(main),
+            {.accepts =
+                 [resident](const BusRequest& request) {
+                   if (resident) return true;
+                   const auto parsed = parseRequest(request);
+                   const auto* line = std::get_if<CommandLine>(&parsed);
+                   return line == nullptr || !line->needsWindows();
+                 },
+             .run =
+                 [&program](const BusRequest& request, const CommandBus::Done& done) {
+                   auto parsed = parseRequest(request);
+                   if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
+                     done({static_cast<int>(answer->status), {}, answer->text});
+                     return;
+                   }
+                   program.run(
+                       std::get<CommandLine>(parsed),
+                       [done](CommandReply reply) { done(toBus(std::move(reply))); },
+                       {request.asker, [tell = request.tell](const CommandProgress& progress) {
+                          tell({progress.done, progress.total, std::string(progress.words)});
+                        }});
+                 },
+             .askerGone = [&program](const std::string& asker) { program.callOff(asker); },
+             .cancel = [&program](const std::string& asker) { program.callOff(asker); },
+             .activate =
+                 [&program, resident] {
+                   if (resident) return program.sayThatItRuns();
+                   startAnother({});
+                 },
+             .openRefused = [&program] { program.sayThatItOpensNothing(); },
+             .knows =
+                 [resident](const std::string& action) {
+                   const DesktopCommand* const command = findDesktopCommand(action);
+                   return command != nullptr && (resident || !command->arguments.empty());
+                 },
+             .perform =
+                 [&program, resident](const std::string& action) {
+                   const DesktopCommand& command = *findDesktopCommand(action);
+                   if (resident) return program.perform(command);
+                   startAnother(command.arguments);
+                 }});
 }
 
 /// Runs one command in this process, without living on.

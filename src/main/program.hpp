@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "app/app_coordinator.hpp"
+#include "app/command_table.hpp"
 #include "cli/command_line.hpp"
 #include "cli/command_runner.hpp"
 #include "platform/linux/remote_files.hpp"
@@ -14,8 +14,8 @@
 
 namespace vantorel {
 
-/// One run of the program: the real platform, the stores and the coordinator, put together. Lives
-/// on the main runner.
+/// One run of the program: its wings, and the order in which they start and stop. Lives on the main
+/// runner.
 class Program {
  public:
   /// `root` holds a library and settings of their own, instead of the user's. `ui` is null for a
@@ -29,14 +29,14 @@ class Program {
   /// Begins to live in the tray. Commands may come at once.
   void startResident();
 
-  /// Takes a still for one at the desktop, however he asked for it.
-  void captureForUser(const StillCaptureCommand& what);
+  /// Runs a command of the desktop.
+  void perform(const DesktopCommand& command);
 
   /// Says that it runs, to one who started it once more.
-  void tellThatItRuns();
+  void sayThatItRuns();
 
   /// To one who opens a file with it, and sees no answer otherwise.
-  void tellThatItOpensNothing();
+  void sayThatItOpensNothing();
 
   /// Calls `done` when the command's work is safe on disk.
   void run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker = {});
@@ -61,10 +61,8 @@ class Program {
   void quit();
 
  private:
-  void recover(std::function<void()> done);
-
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  struct Wings;
+  std::unique_ptr<Wings> wings_;
 };
 
 }  // namespace vantorel

@@ -4,7 +4,9 @@ namespace vantorel {
 
 class FakeRunners::Runner final : public TaskRunner {
  public:
-  explicit Runner(FakeRunners& owner) : owner_(owner) {}
+  Runner(FakeRunners& owner, std::string name) : owner_(owner), name_(std::move(name)) {}
+
+  [[nodiscard]] bool isHanging() const { return owner_.hanging_.contains(name_); }
 
   void post(Task task) override { postAfter({}, std::move(task)); }
 
@@ -17,19 +19,28 @@ class FakeRunners::Runner final : public TaskRunner {
 
  private:
   FakeRunners& owner_;
+  std::string name_;
 };
 
 FakeRunners::FakeRunners() { current_ = static_cast<Runner*>(main().get()); }
 
 // Tasks may own objects that post again when they go.
 FakeRunners::~FakeRunners() {
+  while (!held_.empty()) std::exchange(held_, {});
   while (!tasks_.empty()) tasks_.extract(tasks_.begin());
 }
 
 std::shared_ptr<TaskRunner> FakeRunners::runner(const std::string& name) {
   std::shared_ptr<Runner>& found = runners_[name];
-  if (!found) found = std::make_shared<Runner>(*this);
+  if (!found) found = std::make_shared<Runner>(*this, name);
   return found;
+}
+
+void FakeRunners::resume(const std::string& name) {
+  hanging_.erase(name);
+  for (Pending& pending : std::exchange(held_, {})) {
+    pending.runner->post(std::move(pending.task));
+  }
 }
 
 void FakeRunners::run() { advance({}); }
@@ -39,6 +50,10 @@ void FakeRunners::advance(std::chrono::nanoseconds time) {
   while (!tasks_.empty() && tasks_.begin()->first.first <= until) {
     auto next = tasks_.extract(tasks_.begin());
     time_ = std::max(time_, next.key().first);
+    if (next.mapped().runner->isHanging()) {
+      held_.push_back(std::move(next.mapped()));
+      continue;
+    }
     Runner* const before = std::exchange(current_, next.mapped().runner);
     next.mapped().task();
     current_ = before;

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/task_runner.hpp"
 #include "platform/clock.hpp"
@@ -24,6 +26,12 @@ class FakeRunners final : public Clock {
   /// The runner of that name; the same one each time.
   [[nodiscard]] std::shared_ptr<TaskRunner> runner(const std::string& name);
   [[nodiscard]] std::shared_ptr<TaskRunner> main() { return runner("main"); }
+
+  /// From now on nothing runs on that runner, as when its task hangs.
+  void hang(const std::string& name) { hanging_.insert(name); }
+
+  /// Lets it go on, with what was posted meanwhile.
+  void resume(const std::string& name);
 
   /// Runs everything that is due, and what that posts, until nothing is due now.
   void run();
@@ -53,6 +61,8 @@ class FakeRunners final : public Clock {
   Runner* current_ = nullptr;
   std::map<std::pair<std::chrono::nanoseconds, std::uint64_t>, Pending> tasks_;
   std::map<std::string, std::shared_ptr<Runner>> runners_;
+  std::set<std::string> hanging_;
+  std::vector<Pending> held_;  // on runners that hang
 };
 
 }  // namespace vantorel

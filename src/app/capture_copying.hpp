@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "library/library.hpp"
+#include "platform/alerts.hpp"
+#include "platform/clipboard.hpp"
+#include "platform/files.hpp"
+#include "platform/image_codec.hpp"
+
+namespace vantorel {
+
+/// Copies the pictures of captures to the clipboard. Lives on the main runner.
+class CaptureCopying {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< reads and converts pictures; may block
+    std::shared_ptr<Files> files;
+    std::shared_ptr<const ImageCodec> codec;
+    Library& library;
+    Alerts& alerts;
+    std::function<Clipboard*()> clipboard;  ///< null when there is none
+  };
+
+  explicit CaptureCopying(Services services) : services_(std::move(services)) {}
+
+  /// Answers with what went wrong, a clause; empty when it is there.
+  void copy(const ScreenshotEntry& entry, std::function<void(std::string)> done);
+
+  /// The capture of that id, for a user who is told when it fails.
+  void copyForUser(const std::string& id);
+
+  /// The `number`-th newest picture, from 1, likewise.
+  void copyRecent(int number);
+
+  /// The newest pictures, `count` at most.
+  [[nodiscard]] std::vector<EntryPointer> recentPictures(std::size_t count) const;
+
+ private:
+  Services services_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,136 @@
+#include "app/command_keys.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+
+#include "app/records/hot_key_text.hpp"
+
+namespace vantorel {
+namespace {
+
+// Keys are bound and refused several at once; what there is to say of them is said once.
+constexpr std::chrono::milliseconds afterBinding{500};
+constexpr std::chrono::seconds bindingBound{2};
+
+constexpr const char* refusedKeysTitle = "Keys that don't work";
+
+/// Where the settings hold a command's key, and how they say that it changed.
+struct KeySetting {
+  ShortcutID id;
+  std::optional<HotKeySpec> SettingsValues::* key;
+  std::function<void()> SettingsStore::* onChange;
+};
+
+using Values = SettingsValues;
+using Store = SettingsStore;
+constexpr auto keySettings = std::to_array<KeySetting>({
+    {ShortcutID::radialMenu, &Values::radialMenuHotKey, &Store::onRadialMenuHotKeyChange},
+    {ShortcutID::capture, &Values::captureHotKey, &Store::onHotKeyChange},
+    {ShortcutID::previousArea, &Values::previousAreaHotKey, &Store::onPreviousAreaHotKeyChange},
+    {ShortcutID::captureText, &Values::captureTextHotKey, &Store::onCaptureTextHotKeyChange},
+    {ShortcutID::fullscreen, &Values::fullscreenHotKey, &Store::onFullscreenHotKeyChange},
+    {ShortcutID::window, &Values::windowHotKey, &Store::onWindowHotKeyChange},
+    {ShortcutID::history, &Values::historyHotKey, &Store::onHistoryHotKeyChange},
+    {ShortcutID::openClipboard, &Values::openClipboardHotKey, &Store::onOpenClipboardHotKeyChange},
+    {ShortcutID::copyRecent1, &Values::copyRecentHotKey, &Store::onCopyRecentHotKeyChange},
+    {ShortcutID::record, &Values::recordHotKey, &Store::onRecordHotKeyChange},
+    {ShortcutID::zoom, &Values::zoomHotKey, &Store::onZoomHotKeyChange},
+    {ShortcutID::recordInStudio, &Values::recordInStudioHotKey,
+     &Store::onRecordInStudioHotKeyChange},
+    {ShortcutID::scroll, &Values::scrollHotKey, &Store::onScrollHotKeyChange},
+    {ShortcutID::comparison, &Values::comparisonHotKey, &Store::onComparisonHotKeyChange},
+    {ShortcutID::timedCapture, &Values::timedCaptureHotKey, &Store::onTimedCaptureHotKeyChange},
+});
+
+/// The command whose setting `id` follows.
+ShortcutID leaderOf(ShortcutID id) { return recentNumber(id) ? ShortcutID::copyRecent1 : id; }
+
+}  // namespace
+
+CommandKeys::CommandKeys(Services services)
+    : services_(std::move(services)), registry_(services_.hotKeys, services_.main) {}
+
+std::optional<HotKeySpec> CommandKeys::keyOf(ShortcutID id) const {
+  const auto setting = std::ranges::find(keySettings, leaderOf(id), &KeySetting::id);
+  const std::optional<HotKeySpec>& key = services_.settings.values().*setting->key;
+  const auto number = recentNumber(id);
+  return key && number ? copyRecentBinding(*key, *number) : key;
+}
+
+void CommandKeys::bindCommand(ShortcutID id) {
+  if (!services_.hotKeys.areAvailable()) return;
+  registry_.unregister(id);
+  const auto key = keyOf(id);
+  // A key without a command yet stays free for others.
+  const DesktopCommand* const command = findDesktopCommand(id);
+  if (!key || command == nullptr) return;
+  registry_.registerShortcut(id, *key, [this, command] { services_.perform(*command); });
+}
+
+void CommandKeys::bind() {
+  registry_.onChange = [this] {
+    if (onChange) onChange();
+    refusedChanged_.renew();
+    services_.main->postAfter(afterBinding, refusedChanged_.guard([this] { reportRefused(); }));
+  };
+  for (const KeySetting& setting : keySettings) {
+    const auto rebind = [this, leader = setting.id] {
+      for (const auto& entry : enumNames<ShortcutID>) {
+        if (leaderOf(entry.value) == leader) bindCommand(entry.value);
+      }
+    };
+    rebind();
+    services_.settings.*setting.onChange = alive_.guard(rebind);
+  }
+}
+
+std::string CommandKeys::workingKey(ShortcutID id) const {
+  const auto key = registry_.works(id) ? keyOf(id) : std::nullopt;
+  return key ? displayText(*key) : std::string();
+}
+
+/// A key that no command has, as it is typed.
+std::string CommandKeys::unusedKey() const {
+  for (int digit = 1; digit < 9; ++digit) {
+    std::string key = fmt::format("Ctrl+Shift+{}", digit);
+    const bool isUsed = std::ranges::any_of(enumNames<ShortcutID>, [&](const auto& entry) {
+      const auto spec = keyOf(entry.value);
+      return spec && displayText(*spec) == key;
+    });
+    if (!isUsed) return key;
+  }
+  return "Ctrl+Shift+9";
+}
+
+/// Says once of each key that it does not work, of all of them together.
+void CommandKeys::reportRefused() {
+  const std::vector<RefusedShortcut> refused = registry_.refused();
+  std::set<std::pair<ShortcutID, std::uint32_t>> now;
+  for (const RefusedShortcut& one : refused) {
+    now.emplace(one.id, one.spec.keyCode ^ (one.spec.carbonModifiers << 16U));
+  }
+  const bool isNews = !std::ranges::includes(reported_, now);
+  reported_ = std::move(now);
+  if (refused.empty()) services_.alerts.withdraw(refusedKeysTitle);
+  if (!isNews) return;
+  // A command that can be pasted as it is.
+  std::string body =
+      sentences(refused) + fmt::format(" For another key, as here: vantorel settings set {} {}",
+                                       settingsKey(leaderOf(refused.front().id)), unusedKey());
+  services_.alerts.notify(refusedKeysTitle, std::move(body));
+}
+
+void CommandKeys::whenKnown(std::string_view setting, std::function<void(std::string)> known) {
+  registry_.whenKnown(
+      bindingBound, alive_.guard([this, setting = std::string(setting), known = std::move(known)] {
+        std::vector<RefusedShortcut> refused = registry_.refused();
+        std::erase_if(refused,
+                      [&](const auto& one) { return settingsKey(leaderOf(one.id)) != setting; });
+        known(sentences(refused));
+      }));
+}
+
+}  // namespace vantorel

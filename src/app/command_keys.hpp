@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "app/command_table.hpp"
+#include "app/shortcut_registry.hpp"
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "platform/alerts.hpp"
+#include "platform/hot_keys.hpp"
+#include "settings/settings_store.hpp"
+
+namespace vantorel {
+
+/// Binds the commands of the desktop to the keys that the settings give them, and tells the user of
+/// keys that do not work. Lives on the main runner.
+class CommandKeys {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    HotKeys& hotKeys;
+    SettingsStore& settings;
+    Alerts& alerts;
+    std::function<void(const DesktopCommand&)> perform;
+  };
+
+  explicit CommandKeys(Services services);
+
+  /// From now on.
+  void bind();
+
+  /// Called when a key begins or ceases to work.
+  std::function<void()> onChange;
+
+  /// The command's key in words; empty when it has none that works: a key that another program
+  /// holds would be a promise that is not kept.
+  [[nodiscard]] std::string workingKey(ShortcutID id) const;
+
+  /// Calls `known` with what keeps the keys of that setting from working, in sentences; with
+  /// nothing when they work, are not bound here, or the desktop does not answer.
+  void whenKnown(std::string_view setting, std::function<void(std::string)> known);
+
+ private:
+  [[nodiscard]] std::optional<HotKeySpec> keyOf(ShortcutID id) const;
+  void bindCommand(ShortcutID id);
+  void reportRefused();
+  [[nodiscard]] std::string unusedKey() const;
+
+  Services services_;
+  ShortcutRegistry registry_;
+  std::set<std::pair<ShortcutID, std::uint32_t>> reported_;  // that they do not work
+  Alive refusedChanged_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,99 @@
+#include "app/command_table.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "app/app_coordinator.hpp"
+
+namespace vantorel {
+namespace {
+
+using Kind = StillCaptureCommand::Kind;
+
+std::function<void(AppCoordinator&)> captures(StillCaptureCommand what) {
+  return [what = std::move(what)](AppCoordinator& app) { app.captureForUser(what); };
+}
+
+std::vector<std::string> captureArguments(Kind kind) {
+  return {"capture", std::string(nameOf(kind)), "--notify"};
+}
+
+std::optional<std::string> noPreviousArea(AppCoordinator& app) {
+  const auto refusal = refusalOf(app.previousArea().availability());
+  return refusal ? std::optional(sentence(*refusal)) : std::nullopt;
+}
+
+std::optional<std::string> noDeletion(AppCoordinator& app) {
+  if (app.library().deletion().pendingUndo()) return std::nullopt;
+  return "There is nothing to undo.";
+}
+
+std::vector<DesktopCommand> build() {
+  std::vector<DesktopCommand> all{
+      {.name = "CaptureArea",
+       .label = "Capture Area",
+       .shortcut = ShortcutID::capture,
+       .run = captures({.kind = Kind::area}),
+       .arguments = captureArguments(Kind::area)},
+      {.name = "CaptureWindow",
+       .label = "Capture Window",
+       .shortcut = ShortcutID::window,
+       .run = captures({.kind = Kind::window}),
+       .arguments = captureArguments(Kind::window)},
+      {.name = "CaptureDisplay",
+       .label = "Capture Main Display",
+       .shortcut = ShortcutID::fullscreen,
+       .run = captures({.kind = Kind::display}),
+       .arguments = captureArguments(Kind::display)},
+      {.name = "CapturePreviousArea",
+       .label = "Capture Previous Area",
+       .shortcut = ShortcutID::previousArea,
+       .run = captures({.kind = Kind::previous}),
+       .obstacle = noPreviousArea},
+      {.name = "CaptureAllDisplays",
+       .label = "Capture All Displays",
+       .run = captures({.kind = Kind::display, .allDisplays = true})},
+      {.name = "CaptureAfterDelay",
+       .label = "Capture Area after the Delay Used Last",
+       .shortcut = ShortcutID::timedCapture,
+       .run = captures({.kind = Kind::area, .isTimed = true})},
+      {.name = "UndoRecentDelete",
+       .label = "Undo Recent Delete",
+       .run = [](AppCoordinator& app) { app.undoRecentDelete(); },
+       .obstacle = noDeletion},
+      {.name = "Quit", .label = "Quit Vantorel", .run = [](AppCoordinator& app) { app.quit(); }},
+  };
+  for (const auto& entry : enumNames<ShortcutID>) {
+    const auto number = recentNumber(entry.value);
+    if (!number) continue;
+    all.push_back({.name = fmt::format("CopyRecentCapture{}", *number),
+                   .label = title(entry.value),
+                   .shortcut = entry.value,
+                   .run = [n = *number](AppCoordinator& app) { app.copyRecent(n); }});
+  }
+  return all;
+}
+
+const DesktopCommand* pointerTo(std::vector<DesktopCommand>::const_iterator found) {
+  return found == desktopCommands().end() ? nullptr : &*found;
+}
+
+}  // namespace
+
+const std::vector<DesktopCommand>& desktopCommands() {
+  static const std::vector<DesktopCommand> all = build();
+  return all;
+}
+
+const DesktopCommand* findDesktopCommand(std::string_view name) {
+  return pointerTo(std::ranges::find(desktopCommands(), name, &DesktopCommand::name));
+}
+
+const DesktopCommand* findDesktopCommand(ShortcutID shortcut) {
+  return pointerTo(
+      std::ranges::find(desktopCommands(), std::optional(shortcut), &DesktopCommand::shortcut));
+}
+
+}  // namespace vantorel

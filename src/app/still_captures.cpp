@@ -1,0 +1,100 @@
+#include "app/still_captures.hpp"
+
+#include <chrono>
+#include <utility>
+
+#include "library/file_reach.hpp"
+
+namespace vantorel {
+namespace {
+
+// A grab takes milliseconds; a service that needs longer than this is stuck, unless a dialog of the
+// desktop holds it up.
+constexpr std::chrono::seconds grabBound{5};
+constexpr std::chrono::seconds grabCap{60};
+
+}  // namespace
+
+StillCaptures::StillCaptures(Services services) : services_(std::move(services)) {
+  const LibraryPaths& paths = services_.library.paths();
+  const auto staging = std::make_shared<StagingFolder>(services_.files, paths.stagedCaptures());
+  const auto settings = [this]() -> const SettingsValues& { return services_.settings.values(); };
+  filing_ = std::make_unique<StillCaptureFiling>(StillCaptureFiling::Services{
+      .main = services_.main,
+      .work = services_.filing,
+      .staging = staging,
+      .placement =
+          std::make_shared<CaptureFilePlacement>(services_.files, services_.codec, staging),
+      .library = &services_.library,
+      .fileSettings = [this] { return fileSettings(); },
+      .activeCollectionID = [settings] { return settings().activeCollectionID; }});
+  countdown_ = std::make_unique<TimedCaptureController>(services_.main, services_.clock,
+                                                        services_.countdown, services_.hotKeys);
+  pipeline_ = std::make_unique<StillCapturePipeline>(StillCapturePipeline::Services{
+      .main = services_.main,
+      .work = services_.staging,
+      .clock = services_.clock,
+      .screen = &services_.screen,
+      .windows = &services_.windows,
+      .codec = services_.codec,
+      .staging = staging,
+      .filing = filing_.get(),
+      .countdown = countdown_.get(),
+      .iconCover = services_.desktopCover
+                       ? std::make_shared<DesktopIconCover>(services_.desktopCover)
+                       : nullptr,
+      .overlay = services_.overlay,
+      .backend = [this] { return backend(); },
+      .rememberedRegion = [settings] { return settings().rememberedRegion; },
+      .rememberRegion =
+          [this](RememberedRegion region) {
+            services_.settings.set(&SettingsValues::rememberedRegion, std::move(region));
+          },
+      .setActivity =
+          [this](CaptureActivity activity, bool running) {
+            if (onActivity) onActivity(activity, running);
+          }});
+  recovery_ = std::make_unique<StagedCaptureRecovery>(
+      StagedCaptureRecovery::Services{.main = services_.main,
+                                      .work = services_.staging,
+                                      .staging = staging,
+                                      .filing = filing_.get(),
+                                      .store = &services_.library.store(),
+                                      .redactedOriginals = paths.redactedOriginals()});
+}
+
+CaptureFileSettings StillCaptures::fileSettings() const {
+  const SettingsValues& values = services_.settings.values();
+  const FileIdentity* const seen =
+      lastSeenIn(values.storageDirectory, services_.library.store().entries());
+  return {.storageFolder = values.storageDirectory,
+          .defaultFolder = services_.defaultCaptures,
+          .seenInStorage = seen ? Rare(*seen) : Rare<FileIdentity>(),
+          .format = values.exportFormat,
+          .quality = values.jpegQuality,
+          .filenameTemplate = values.filenameTemplate};
+}
+
+StillCaptureBackend StillCaptures::backend() const {
+  const SettingsValues& values = services_.settings.values();
+  return {.windowShadow = values.includeWindowShadow,
+          .hidesDesktopIcons = values.hideDesktopIconsWhileCapturing,
+          .adjustsArea = values.adjustBeforeCapturing,
+          .bound = {.first = grabBound, .cap = grabCap, .extending = [this] {
+                      return services_.screen.isSystemDialogVisible();
+                    }}};
+}
+
+void StillCaptures::recoverStaged(std::function<void(int filed)> done) {
+  recovery_->sweep(services_.clock->now(), std::move(done));
+}
+
+// What is being staged on that runner is claimed here before the answer comes.
+void StillCaptures::whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known) {
+  services_.staging->post(
+      [main = services_.main, reply = alive_.guard([this, known = std::move(known)] {
+        known(filing_->pathsUnderWay());
+      })]() mutable { main->post(std::move(reply)); });
+}
+
+}  // namespace vantorel

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <set>
+
+#include "base/alive.hpp"
+#include "base/task_runner.hpp"
+#include "capture/staged_capture_recovery.hpp"
+#include "capture/still_capture_pipeline.hpp"
+#include "library/library.hpp"
+#include "settings/settings_store.hpp"
+
+namespace vantorel {
+
+/// Everything between the wish for a still and its entry in the library, put together and told what
+/// the settings say. Lives on the main runner.
+class StillCaptures {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+
+    // Serial queues that may block.
+    std::shared_ptr<TaskRunner> staging;  ///< makes captures safe; shares with nothing slow
+    std::shared_ptr<TaskRunner> filing;   ///< writes where the user keeps captures
+
+    std::shared_ptr<const Clock> clock;
+    std::shared_ptr<Files> files;
+    std::shared_ptr<const ImageCodec> codec;
+    ScreenCapture& screen;
+    WindowList& windows;
+    Library& library;
+    SettingsStore& settings;
+    Path defaultCaptures;  ///< folder for captures when the chosen one cannot be used
+
+    // What only a run with windows has; null otherwise.
+    HotKeys* hotKeys = nullptr;
+    std::shared_ptr<CountdownPanel> countdown;  ///< never null
+    std::shared_ptr<DesktopCoverWindows> desktopCover;
+    std::function<SelectionOverlay*()> overlay;
+  };
+
+  explicit StillCaptures(Services services);
+
+  [[nodiscard]] StillCapturePipeline& pipeline() { return *pipeline_; }
+
+  /// Told what is under way; set before the first capture.
+  std::function<void(CaptureActivity, bool running)> onActivity;
+
+  /// Files what an earlier run left staged.
+  void recoverStaged(std::function<void(int filed)> done);
+
+  /// Answers with the staged files that this process is filing, what it is staging among them.
+  void whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known);
+
+ private:
+  [[nodiscard]] CaptureFileSettings fileSettings() const;
+  [[nodiscard]] StillCaptureBackend backend() const;
+
+  Services services_;
+  std::unique_ptr<StillCaptureFiling> filing_;
+  std::unique_ptr<TimedCaptureController> countdown_;
+  std::unique_ptr<StillCapturePipeline> pipeline_;
+  std::unique_ptr<StagedCaptureRecovery> recovery_;
+  Alive alive_;
+};
+
+}  // namespace vantorel

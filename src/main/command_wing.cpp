@@ -1,0 +1,97 @@
+#include "main/command_wing.hpp"
+
+#include <fmt/format.h>
+
+#include <utility>
+#include <vector>
+
+#include "library/whole_picture.hpp"
+#include "main/tray_lock.hpp"
+
+namespace vantorel {
+namespace {
+
+void checkFile(DesktopWing& desktop, const Path& path, CommandRunner::Services::Checked done) {
+  desktop.lanes.disks.queue("com.hollen.Vantorel.library")
+      ->post([files = desktop.files, path, main = desktop.main, done = std::move(done)]() mutable {
+        std::expected<void, std::string> usable;
+        if (const auto opened = files->open(path); !opened) {
+          usable = std::unexpected(
+              fmt::format("{} can't be opened: {}.", path.string(), opened.error().reason));
+        }
+        main->post([usable = std::move(usable), done = std::move(done)] { done(usable); });
+      });
+}
+
+LibraryVerify::Services verifying(CaptureWing& wing) {
+  DesktopWing& desktop = wing.desktop;
+  StillCaptures& captures = wing.captures;
+  Library& library = wing.libraryWing.library;
+  return {.main = desktop.main,
+          .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+          .files = desktop.files,
+          .codec = desktop.codec,
+          .clock = desktop.clock,
+          .trash = &wing.libraryWing.trash,
+          .library = &library,
+          .captureFolders =
+              [&desktop] {
+                return std::vector<Path>{desktop.folders.captures,
+                                         desktop.settings.values().storageDirectory};
+              },
+          .recoverStaged =
+              [&captures](std::function<void()> done) {
+                captures.recoverStaged([done = std::move(done)](int) { done(); });
+              },
+          .whenStagingKnown =
+              [&captures](std::function<void(const std::set<Path>&)> known) {
+                captures.whenStagingKnown(std::move(known));
+              },
+          .filedPaths =
+              [staging = StagingFolder(desktop.files, library.paths().stagedCaptures())] {
+                return staging.filedPaths();
+              },
+          .isWholePicture = isWholePicture};
+}
+
+CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, EditorWing& editor) {
+  DesktopWing& desktop = captures.desktop;
+  LibraryWing& library = captures.libraryWing;
+  return {.main = desktop.main,
+          .coordinator = &captures.coordinator,
+          .rewriter = &editor.rewriter,
+          .annotator = &editor.annotator,
+          .settings = &desktop.settings,
+          .library = &library.library,
+          .libraryCommands = &wing.library,
+          .move = &library.move,
+          .retention = &library.retention,
+          .exporting = &editor.exporting,
+          .autostart = &desktop.autostart,
+          .screen = desktop.session.screen.get(),
+          .windows = desktop.session.windows.get(),
+          .checkFile = [&desktop](const Path& path,
+                                  auto done) { checkFile(desktop, path, std::move(done)); },
+          .fileStaged =
+              [&captures](std::function<void()> filed) { captures.fileStaged(std::move(filed)); },
+          .unreachableTray =
+              [&desktop, &library] {
+                return desktop.isResident ? std::nullopt
+                                          : trayProcess(*desktop.files, library.library.paths());
+              }};
+}
+
+}  // namespace
+
+CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor)
+    : verify(verifying(captures)),
+      library({.main = captures.desktop.main,
+               .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+               .files = captures.desktop.files,
+               .clock = captures.desktop.clock,
+               .library = &captures.libraryWing.library,
+               .verify = &verify,
+               .move = &captures.libraryWing.move}),
+      runner(running(*this, captures, editor)) {}
+
+}  // namespace vantorel

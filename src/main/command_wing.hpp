@@ -1,0 +1,19 @@
+#pragma once
+
+#include "cli/command_runner.hpp"
+#include "cli/library_command.hpp"
+#include "cli/library_verify.hpp"
+#include "main/editor_wing.hpp"
+
+namespace vantorel {
+
+/// What carries out the commands that are typed or sent. Lives on the main runner.
+struct CommandWing {
+  CommandWing(CaptureWing& captures, EditorWing& editor);
+
+  LibraryVerify verify;
+  LibraryCommands library;
+  CommandRunner runner;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "app/library_move.hpp"
+#include "app/retention_setting.hpp"
+#include "library/library.hpp"
+#include "main/desktop_wing.hpp"
+#include "platform/linux/linux_trash.hpp"
+
+namespace vantorel {
+
+/// The library of one run, and what happens to its files outside the program. Lives on the main
+/// runner.
+struct LibraryWing {
+  explicit LibraryWing(DesktopWing& desktop);
+  ~LibraryWing();
+
+  /// In the tray: follows the settings and what happens to the captures' files, from when the
+  /// library is ready. Captures go by age only then: a command does what it says and nothing else.
+  /// `ready` is called once the library may be cleared up.
+  void followOutside(std::function<void()> ready);
+
+  /// The menu is about to show: what nobody told of is looked at.
+  void activated();
+
+  /// Waits for the looks under way. Before what they use goes.
+  void stop();
+
+  DesktopWing& desktop;
+  LinuxTrash trash;
+  Library library;
+  LibraryMove move;
+  RetentionSetting retention;
+
+ private:
+  struct Following;
+  std::unique_ptr<Following> following_;  // in the tray alone
+};
+
+}  // namespace vantorel
