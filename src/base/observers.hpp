@@ -7,6 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/check.hpp"
+#include "base/sequence_checker.hpp"
+
 namespace vantorel {
 
 /// Ends an observation when it goes. May outlive what is observed. Lives on one runner.
@@ -22,13 +25,14 @@ class [[nodiscard]] Observation {
 };
 
 /// Everybody who wants to hear of something, called in no particular order. An observer may come
-/// or go while the others are being told. Lives on one runner.
+/// or go while the others are being told. Lives on one runner, which is checked.
 template <class... Arguments>
 class Observers {
  public:
   using Observer = std::function<void(const Arguments&...)>;
 
   Observation add(Observer observer) {
+    VT_CHECK(sequence_.isCurrent());
     const std::uint64_t number = state_->next++;
     state_->all.emplace(number, std::move(observer));
     return Observation(
@@ -38,6 +42,7 @@ class Observers {
   }
 
   void tell(const Arguments&... arguments) const {
+    VT_CHECK(sequence_.isCurrent());
     const std::shared_ptr<State> state = state_;
     std::vector<std::uint64_t> numbers;
     for (const auto& [number, observer] : state->all) numbers.push_back(number);
@@ -54,6 +59,7 @@ class Observers {
     std::uint64_t next = 0;
     std::map<std::uint64_t, Observer> all;
   };
+  SequenceChecker sequence_;
   std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 

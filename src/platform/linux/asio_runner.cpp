@@ -10,15 +10,11 @@
 namespace vantorel {
 namespace {
 
-thread_local const void* currentStrand = nullptr;
-
-/// Names the strand a task runs on, for as long as it runs.
-auto onStrand(const void* strand, Task task) {
-  return [strand, task = std::move(task)]() mutable {
-    const void* const before = std::exchange(currentStrand, strand);
+auto inSequence(Sequence sequence, Task task) {
+  return [sequence, task = std::move(task)]() mutable {
+    const SequenceScope scope(sequence);
     // What a task owns goes while its runner is still current.
     std::exchange(task, nullptr)();
-    currentStrand = before;
   };
 }
 
@@ -41,25 +37,25 @@ void AsioGate::close() {
   lock.unlock();
 }
 
-AsioRunner::AsioRunner(std::shared_ptr<AsioGate> gate, std::optional<std::thread::id> home)
-    : gate_(std::move(gate)), strand_(gate_->newStrand()), home_(home) {}
+AsioRunner::AsioRunner(std::shared_ptr<AsioGate> gate, Home home)
+    : gate_(std::move(gate)),
+      strand_(gate_->newStrand()),
+      sequence_(home == Home::thisThread ? sequenceOfThread() : this) {}
 
 void AsioRunner::post(Task task) {
-  gate_->pass([&] { asio::post(*strand_, onStrand(strand_, std::move(task))); });
+  gate_->pass([&] { asio::post(*strand_, inSequence(sequence_, std::move(task))); });
 }
 
 void AsioRunner::postAfter(std::chrono::nanoseconds delay, Task task) {
   gate_->pass([&] {
     const auto timer = std::make_shared<asio::steady_timer>(gate_->context(), delay);
     timer->async_wait(asio::bind_executor(
-        *strand_,
-        [timer, run = onStrand(strand_, std::move(task))](asio::error_code) mutable { run(); }));
+        *strand_, [timer, run = inSequence(sequence_, std::move(task))](asio::error_code) mutable {
+          run();
+        }));
   });
 }
 
-bool AsioRunner::isCurrent() const {
-  if (home_) return std::this_thread::get_id() == *home_;
-  return currentStrand == strand_;
-}
+bool AsioRunner::isCurrent() const { return currentSequence() == sequence_; }
 
 }  // namespace vantorel

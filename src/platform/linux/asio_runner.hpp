@@ -5,10 +5,9 @@
 
 #include <deque>
 #include <memory>
-#include <optional>
 #include <shared_mutex>
-#include <thread>
 
+#include "base/sequence_checker.hpp"
 #include "base/task_runner.hpp"
 
 namespace vantorel {
@@ -48,8 +47,11 @@ class AsioGate {
 /// A serial queue on a gate's context.
 class AsioRunner final : public TaskRunner {
  public:
-  /// With `home`, every call on that thread counts as current, not only those of tasks.
-  explicit AsioRunner(std::shared_ptr<AsioGate> gate, std::optional<std::thread::id> home = {});
+  enum class Home {
+    none,
+    thisThread,  ///< runs its tasks alone, so that every call on it counts as current
+  };
+  explicit AsioRunner(std::shared_ptr<AsioGate> gate, Home home = Home::none);
 
   void post(Task task) override;
   void postAfter(std::chrono::nanoseconds delay, Task task) override;
@@ -58,7 +60,7 @@ class AsioRunner final : public TaskRunner {
  private:
   std::shared_ptr<AsioGate> gate_;
   AsioGate::Strand* strand_;
-  std::optional<std::thread::id> home_;
+  Sequence sequence_;
 };
 
 }  // namespace vantorel

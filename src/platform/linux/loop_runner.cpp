@@ -7,7 +7,7 @@ namespace vantorel {
 
 LoopRunner::LoopRunner()
     : gate_(std::make_shared<AsioGate>()),
-      runner_(std::make_shared<AsioRunner>(gate_, std::this_thread::get_id())) {}
+      runner_(std::make_shared<AsioRunner>(gate_, AsioRunner::Home::thisThread)) {}
 
 LoopRunner::~LoopRunner() { gate_->close(); }
 

@@ -1,5 +1,7 @@
 #include "platform/testing/fake_runners.hpp"
 
+#include "base/sequence_checker.hpp"
+
 namespace vantorel {
 
 class FakeRunners::Runner final : public TaskRunner {
@@ -15,14 +17,15 @@ class FakeRunners::Runner final : public TaskRunner {
                           Pending{this, std::move(task)});
   }
 
-  [[nodiscard]] bool isCurrent() const override { return owner_.current_ == this; }
+  [[nodiscard]] bool isCurrent() const override { return currentSequence() == sequence(); }
+
+  /// The test itself runs on the main runner.
+  [[nodiscard]] Sequence sequence() const { return name_ == "main" ? sequenceOfThread() : this; }
 
  private:
   FakeRunners& owner_;
   std::string name_;
 };
-
-FakeRunners::FakeRunners() { current_ = static_cast<Runner*>(main().get()); }
 
 // Tasks may own objects that post again when they go.
 FakeRunners::~FakeRunners() {
@@ -54,9 +57,8 @@ void FakeRunners::advance(std::chrono::nanoseconds time) {
       held_.push_back(std::move(next.mapped()));
       continue;
     }
-    Runner* const before = std::exchange(current_, next.mapped().runner);
-    next.mapped().task();
-    current_ = before;
+    const SequenceScope scope(next.mapped().runner->sequence());
+    std::exchange(next.mapped().task, nullptr)();
   }
   time_ = until;
 }

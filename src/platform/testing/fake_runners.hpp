@@ -20,7 +20,6 @@ class FakeRunners final : public Clock {
   /// 2026-01-02 03:04:05.678 UTC at the start.
   static constexpr double start = 1767323045.678;
 
-  FakeRunners();
   ~FakeRunners() override;
 
   /// The runner of that name; the same one each time.
@@ -58,7 +57,6 @@ class FakeRunners final : public Clock {
   std::chrono::nanoseconds time_{0};
   double offset_ = 0;
   std::uint64_t sequence_ = 0;
-  Runner* current_ = nullptr;
   std::map<std::pair<std::chrono::nanoseconds, std::uint64_t>, Pending> tasks_;
   std::map<std::string, std::shared_ptr<Runner>> runners_;
   std::set<std::string> hanging_;
