@@ -170,7 +170,8 @@ std::vector<std::string> removeCopiesLeft(Files& files, Trash& trash, const Libr
 struct LibraryVerify::Repairing {
   LibraryFindings findings;
   Repaired repaired{};
-  std::vector<EntryClaim> claimed;  // main runner
+  Claims claimed;  // main runner
+  bool repairs = false;
   bool json = false;
   CommandDone done;
 };
@@ -207,8 +208,9 @@ void LibraryVerify::clearOriginals() {
        reply = alive_.guard([this](LibraryFindings& findings) {
          // In an undo they may be back before their entries are.
          if (services_.library->deletion().isBusy()) return;
-         dropSettled(findings);
-         auto claimed = claimOriginals(findings);
+         dropSettled(findings, {});
+         Claims claimed;
+         claimOriginals(findings, claimed);
          if (findings.originalsWithoutEntry.empty()) return;
          services_.work->post([trash = services_.trash, main = services_.main,
                                originals = std::move(findings.originalsWithoutEntry),
@@ -259,16 +261,14 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
              if (findings.look.wasStopped) {
                return done(nothingChanged());
              }
-             auto repairing = std::make_shared<Repairing>(
-                 std::move(findings), Repaired(), std::vector<EntryClaim>(), json, std::move(done));
-             whenSettled([this, repairs, repairing](const std::set<Path>& staging) {
-               dropSettled(repairing->findings);
+             auto repairing = std::make_shared<Repairing>(std::move(findings), Repaired(), Claims(),
+                                                          repairs, json, std::move(done));
+             whenSettled([this, repairing](const std::set<Path>& staging) {
+               dropSettled(repairing->findings, {});
                const auto isStaging = [&](const Path& path) { return staging.contains(path); };
                std::erase_if(repairing->findings.stagedCaptures, isStaging);
                std::erase_if(repairing->findings.notJudged, isStaging);
-               if (!repairs) return finish(repairing);
-               repairing->claimed = claimOriginals(repairing->findings);
-               repair(repairing);
+               lookAgain(repairing);
              });
            })]() mutable {
         main->post([findings = checkLibrary(*files, scope, goOn),
@@ -283,6 +283,50 @@ void LibraryVerify::whenSettled(std::function<void(const std::set<Path>& staging
   });
   if (!services_.whenStagingKnown) return settle(std::set<Path>());
   services_.whenStagingKnown(std::move(settle));
+}
+
+// In a long look an entry may have gone and come back, and its files have been moved and changed,
+// without a trace. What is a fault is one still while nobody changes anything.
+void LibraryVerify::lookAgain(const std::shared_ptr<Repairing>& repairing) {
+  const bool wasQuiet = isQuiet();
+  if (repairing->repairs) {
+    claimOriginals(repairing->findings, repairing->claimed);
+    claimFaulty(repairing->findings, repairing->claimed);
+  }
+  services_.work->post([files = services_.files, main = services_.main, scope = scope(), repairing,
+                        reply = alive_.guard([this, repairing, wasQuiet,
+                                              before = services_.library->store().writeSequence()] {
+                          judge(repairing,
+                                wasQuiet && isQuiet() &&
+                                    before == services_.library->store().writeSequence());
+                        })]() mutable {
+    checkAgain(*files, scope, repairing->findings);
+    main->post(std::move(reply));
+  });
+}
+
+void LibraryVerify::judge(const std::shared_ptr<Repairing>& repairing, bool wasQuiet) {
+  LibraryFindings& findings = repairing->findings;
+  dropSettled(findings, repairing->claimed);
+  if (!wasQuiet) {
+    for (const EntryPointer& entry : findings.look.gone) findings.notJudged.push_back(entry->path);
+    for (const EntryPointer& entry : findings.withoutOriginal) {
+      findings.notJudged.push_back(*entry->originalPath);
+    }
+    findings.look.gone.clear();
+    findings.withoutOriginal.clear();
+    for (auto* const list : {&findings.filesWithoutEntry, &findings.journals}) {
+      std::ranges::move(*list, std::back_inserter(findings.notJudged));
+      list->clear();
+    }
+  }
+  if (!repairing->repairs) return finish(repairing);
+  repair(repairing);
+}
+
+/// Whether no files of entries are on their way anywhere.
+bool LibraryVerify::isQuiet() const {
+  return !services_.library->deletion().isBusy() && !services_.library->relocation().isRunning();
 }
 
 // How large the library is comes last: what is found comes before it, a line each.
@@ -305,13 +349,17 @@ void LibraryVerify::measure(CommandReply reply, bool json, CommandDone done) {
 }
 
 // What got its entry, its file or another place while the library was looked through is in order.
-void LibraryVerify::dropSettled(LibraryFindings& findings) const {
-  findings.look.gone = settledEntries(services_.library->store(), findings.look.gone);
-  std::erase_if(findings.look.renamed, [this](const SeenFile& file) {
-    return settledEntries(services_.library->store(), {file.entry}).empty();
-  });
-  findings.damaged = settledEntries(services_.library->store(), findings.damaged);
-  findings.withoutOriginal = settledEntries(services_.library->store(), findings.withoutOriginal);
+void LibraryVerify::dropSettled(LibraryFindings& findings, const Claims& claimed) const {
+  const HistoryStore& store = services_.library->store();
+  const auto isOther = [&](const EntryPointer& entry) {
+    return claimed.contains(entry->id) ? store.find(entry->id) != entry
+                                       : settledEntries(store, {entry}).empty();
+  };
+  std::erase_if(findings.look.gone, isOther);
+  std::erase_if(findings.look.outOfReach, isOther);
+  std::erase_if(findings.look.renamed, [&](const SeenFile& file) { return isOther(file.entry); });
+  std::erase_if(findings.damaged, isOther);
+  std::erase_if(findings.withoutOriginal, isOther);
   std::unordered_map<std::string_view, bool> isNamed;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt, &findings.stagedCaptures};
@@ -341,22 +389,41 @@ void LibraryVerify::dropSettled(LibraryFindings& findings) const {
 
 // An original that is linked keeps its age, so that it looks like a leftover until the rewrite is
 // done and its entry names it.
-std::vector<EntryClaim> LibraryVerify::claimOriginals(LibraryFindings& findings) const {
-  std::vector<EntryClaim> claimed;
+void LibraryVerify::claimOriginals(LibraryFindings& findings, Claims& claimed) const {
   std::erase_if(findings.originalsWithoutEntry, [&](const Path& path) {
     const std::string id = path.stem().string();
-    if (!services_.library->store().find(id)) return false;
-    auto claim = services_.library->claim(id, EntryWork::rewriting);
-    if (!claim) return true;
-    claimed.push_back(*std::move(claim));
-    return false;
+    return services_.library->store().find(id) && !claim(id, claimed);
   });
-  return claimed;
+}
+
+/// Holds what is to be forgotten, or is to forget its original, until that is done.
+void LibraryVerify::claimFaulty(LibraryFindings& findings, Claims& claimed) const {
+  std::erase_if(findings.look.gone, [&](const EntryPointer& entry) {
+    if (claim(entry->id, claimed)) return false;
+    findings.notJudged.emplace_back(entry->path);
+    return true;
+  });
+  std::erase_if(findings.withoutOriginal, [&](const EntryPointer& entry) {
+    if (claim(entry->id, claimed)) return false;
+    findings.notJudged.emplace_back(*entry->originalPath);
+    return true;
+  });
+}
+
+bool LibraryVerify::claim(const std::string& id, Claims& claimed) const {
+  if (claimed.contains(id)) return true;
+  auto claim = services_.library->claim(id, EntryWork::rewriting);
+  if (!claim) return false;
+  claimed.emplace(id, *std::move(claim));
+  return true;
 }
 
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
 void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
-  const AdoptedLook adopted = adoptNames(services_.library->store(), repairing->findings.look);
+  std::set<std::string> ours;
+  for (const auto& [id, claim] : repairing->claimed) ours.insert(id);
+  const AdoptedLook adopted =
+      adoptNames(services_.library->store(), repairing->findings.look, ours);
   services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
                         main = services_.main, repairing, gone = adopted.gone,
                         paths = services_.library->paths(),
@@ -393,7 +460,6 @@ void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
 
 /// Gives the files that have none their entries.
 void LibraryVerify::adopt(const std::shared_ptr<Repairing>& repairing) {
-  repairing->claimed.clear();
   const EntryList& found = repairing->repaired.entries;
   const auto add = [this, repairing, &found](std::size_t begin, std::size_t end) {
     HistoryStore& store = services_.library->store();
@@ -421,11 +487,14 @@ void LibraryVerify::adopt(const std::shared_ptr<Repairing>& repairing) {
 void LibraryVerify::clearUp(const std::shared_ptr<Repairing>& repairing) {
   HistoryStore& store = services_.library->store();
   Repaired& repaired = repairing->repaired;
-  for (const EntryPointer& entry : settledEntries(store, repairing->findings.withoutOriginal)) {
+  for (const EntryPointer& entry : repairing->findings.withoutOriginal) {
+    const EntryPointer now = store.find(entry->id);
+    if (!now || now->originalPath != entry->originalPath) continue;
     const auto cleared = store.update(
         entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
     if (cleared) repaired.paths.insert(*entry->originalPath);
   }
+  repairing->claimed.clear();
   // As it was told: an entry whose name another one's file has got another name.
   std::unordered_map<std::string_view, std::string_view> told;
   for (const EntryPointer& entry : repairing->findings.look.gone) {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -66,10 +67,16 @@ class LibraryVerify {
   void repair(const std::shared_ptr<Repairing>& repairing);
   void adopt(const std::shared_ptr<Repairing>& repairing);
   void clearUp(const std::shared_ptr<Repairing>& repairing);
+  void lookAgain(const std::shared_ptr<Repairing>& repairing);
+  void judge(const std::shared_ptr<Repairing>& repairing, bool wasQuiet);
   void finish(const std::shared_ptr<Repairing>& repairing);
   void measure(CommandReply reply, bool json, CommandDone done);
-  void dropSettled(LibraryFindings& findings) const;
-  [[nodiscard]] std::vector<EntryClaim> claimOriginals(LibraryFindings& findings) const;
+  using Claims = std::map<std::string, EntryClaim>;  // by the entries' ids
+  void dropSettled(LibraryFindings& findings, const Claims& claimed) const;
+  [[nodiscard]] bool claim(const std::string& id, Claims& claimed) const;
+  void claimOriginals(LibraryFindings& findings, Claims& claimed) const;
+  void claimFaulty(LibraryFindings& findings, Claims& claimed) const;
+  [[nodiscard]] bool isQuiet() const;
 
   Services services_;
   double startedAt_;

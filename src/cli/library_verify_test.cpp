@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "base/log.hpp"
+#include "library/file_reach.hpp"
 #include "library/relocation_leftovers.hpp"
 #include "library/rewrite_journal.hpp"
 #include "platform/testing/fake_files.hpp"
@@ -52,6 +53,7 @@ class LibraryVerifyTest : public testing::Test {
   std::set<Path> staging;    // by this process
   std::vector<Path> filing;  // by any
   ShowProgress show;
+  std::function<void()> looked = [] {};  // told between the look and what comes of it
   FakeRunners runners;
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
   FakeTrash trash{*files};
@@ -74,7 +76,11 @@ class LibraryVerifyTest : public testing::Test {
                            .library = &library,
                            .captureFolders = [] { return std::vector<Path>{"/captures"}; },
                            .recoverStaged = [](const auto& done) { done(); },
-                           .whenStagingKnown = [this](const auto& known) { known(staging); },
+                           .whenStagingKnown =
+                               [this](const auto& known) {
+                                 looked();
+                                 known(staging);
+                               },
                            .filedPaths = [this] { return filing; }}};
 };
 
@@ -147,6 +153,77 @@ TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
   (void)verify(true);
   ASSERT_EQ(store.entries().size(), 1U);
   EXPECT_EQ(store.entries()[0]->id, "a");
+}
+
+// As by a deletion whose undo ends after the look: the entries are the very same ones again.
+TEST_F(LibraryVerifyTest, RepairJudgesByWhatIsThereAfterTheLook) {
+  const std::string capture = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  const std::string original = "/captures/Screenshot 2026-03-01 at 14.05.09 (original).png";
+  const std::string passing = "/captures/Screenshot 2026-03-01 at 14.05.10.png";
+  const std::string filed = "/captures/Screenshot 2026-03-01 at 14.05.11.png";
+  const std::string stranger = "/captures/Clip 2026-03-01 at 14.05.12.mp4";
+  files->put(capture, "picture");
+  const std::string away = "/unplugged/c.png";
+  const std::string journal = "/data/deletions.json";
+  load(indexOf(R"({"id":"a","capturedAt":1,"path":")" + capture + R"(","originalPath":")" +
+               original + R"("},{"id":"c","capturedAt":1,"path":")" + away + R"("})"));
+  files->now = runners.now() - 1;
+  for (const std::string& path : {passing, filed, stranger, journal}) files->put(path, path);
+  looked = [&] {
+    EXPECT_TRUE(files->remove(journal).has_value());
+    EXPECT_TRUE(store.update("c", [](ScreenshotEntry& entry) { entry.path = "/captures/c.png"; }));
+    files->put(original, "out of the Trash again");
+    EXPECT_TRUE(files->remove(passing).has_value());
+    // The folder has another name as well.
+    ScreenshotEntry entry = *store.find("a");
+    entry.id = "b";
+    entry.path = "/elsewhere/renamed.png";
+    entry.originalPath = std::nullopt;
+    entry.fileIdentity = identifyFile(*files, filed);
+    EXPECT_TRUE(store.add(std::move(entry)).has_value());
+  };
+  for (const bool repairs : {false, true}) {
+    const CommandReply reply = verify(repairs);
+    EXPECT_THAT(reply.output,
+                AllOf(Not(HasSubstr("original gone")), Not(HasSubstr(passing)),
+                      Not(HasSubstr(filed)), Not(HasSubstr(away)), Not(HasSubstr(journal)),
+                      HasSubstr("file without entry\t" + stranger)));
+    EXPECT_TRUE(files->remove(original).has_value());
+    files->put(passing, "there for a moment");
+    files->put(journal, "{}");
+    if (!repairs) store.removeEntries({"b"});
+    EXPECT_TRUE(store.update("c", [&](ScreenshotEntry& entry) { entry.path = away; }));
+  }
+  EXPECT_EQ(store.find("a")->originalPath, original);
+  EXPECT_NE(store.findByPath(stranger), nullptr);
+  EXPECT_EQ(store.findByPath(filed), nullptr);
+  EXPECT_TRUE(store.claims().fileChanges().empty());
+}
+
+TEST_F(LibraryVerifyTest, NothingIsJudgedWhileFilesAreOnTheirWay) {
+  const std::string original = "/captures/a (original).png";
+  const std::string stranger = "/captures/Clip 2026-03-01 at 14.05.12.mp4";
+  files->put("/captures/a.png", "picture");
+  files->put("/captures/b.png", "another picture");
+  files->put(stranger, "a third");
+  load(indexOf(R"({"id":"a","capturedAt":1,"path":"/captures/a.png","originalPath":")" + original +
+               R"("},{"id":"b","capturedAt":1,"path":"/captures/b.png"})"));
+  looked = [this] {
+    // Begins when the deletions before the look are over.
+    runners.main()->post([this] {
+      library.deletion().trash({"b"}, HistoryDeletion::Undo::offered, [](const TrashSweep&) {});
+    });
+  };
+  const CommandReply busy = verify(true);
+  EXPECT_THAT(busy.output, AllOf(Not(HasSubstr("original gone")), Not(HasSubstr("without entry"))));
+  constexpr const char* notYet = " may be work under way and is not judged yet.\n";
+  EXPECT_EQ(busy.error, original + notYet + stranger + notYet);
+  EXPECT_EQ(store.find("a")->originalPath, original);
+  looked = [] {};
+  EXPECT_THAT(verify(true).output, AllOf(HasSubstr("original gone\t" + original + "\trepaired\n"),
+                                         HasSubstr(stranger + "\trepaired\n")));
+  EXPECT_FALSE(store.find("a")->originalPath);
+  EXPECT_NE(store.findByPath(stranger), nullptr);
 }
 
 TEST_F(LibraryVerifyTest, WhatTheStartClearedUpIsToldAndIsNoFault) {

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <optional>
 #include <set>
+#include <unordered_map>
 
 #include "base/random_id.hpp"
 #include "library/capture_file_name.hpp"
@@ -12,6 +13,7 @@
 #include "library/file_reach.hpp"
 #include "library/known_files.hpp"
 #include "library/parked_index.hpp"
+#include "library/pending_undo.hpp"
 #include "library/relocation_leftovers.hpp"
 #include "library/rewrite_journal.hpp"
 #include "library/silent_folders.hpp"
@@ -53,6 +55,9 @@ class Checker {
     const auto learn = [this](const Path& path) { known_.add(path); };
     std::ranges::for_each(filesOfRewrites(files_, scope.paths), learn);
     if (scope.filedPaths) std::ranges::for_each(scope.filedPaths(), learn);
+    if (const auto undo = readPendingUndo(files_, scope.paths)) {
+      for (const RemovedEntry& removed : undo->batch.items) forEachPath(*removed.entry, learn);
+    }
     const auto journal = RelocationJournal::read(files_, scope.paths);
     if (const auto* const moving = std::get_if<RelocationJournal>(&journal)) {
       for (const RelocationJournal::Pair& pair : moving->pairs) {
@@ -145,6 +150,25 @@ std::vector<Path> lookForOriginals(Checker& checker, const LibraryScope& scope,
   return originals;
 }
 
+/// Drops what entries remember as their files, whatever its name is. Not what they remembered until
+/// another file came in its place.
+void dropFilesOfEntries(const Files& files, const EntryList& entries, LibraryFindings& findings) {
+  if (findings.filesWithoutEntry.empty()) return;
+  std::set<EntryPointer> outdated;
+  for (const SeenFile& file : findings.look.learned) outdated.insert(file.entry);
+  std::unordered_map<std::int64_t, std::vector<const FileIdentity*>> remembered;
+  for (const EntryPointer& entry : entries) {
+    if (!entry->fileIdentity || outdated.contains(entry)) continue;
+    remembered[entry->fileIdentity->file].push_back(&*entry->fileIdentity);
+  }
+  std::erase_if(findings.filesWithoutEntry, [&](const Path& path) {
+    const auto file = identifyFile(files, path);
+    if (!file) return false;
+    return std::ranges::any_of(remembered[file->file],
+                               [&](const FileIdentity* one) { return one->isSameFileAs(*file); });
+  });
+}
+
 void judgeOriginals(const Files& files, const LibraryScope& scope, std::vector<Path> originals,
                     LibraryFindings& findings) {
   // Their entries may yet be had again from a copy of an index that is set right by hand.
@@ -224,6 +248,29 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                 [&](const Path& path) { return isKnown(path) || !files.status(path); });
   judgeOriginals(files, scope, std::move(originals), findings);
   return findings;
+}
+
+void checkAgain(const Files& files, const LibraryScope& now, LibraryFindings& findings) {
+  findings.look.gone = goneOf(files, findings.look.gone);
+  std::erase_if(findings.withoutOriginal, [&](const EntryPointer& entry) {
+    return reachOfOriginal(files, *entry) != FileReach::fileGone;
+  });
+  std::erase_if(findings.journals, [&](const Path& path) {
+    return now.journalsInUse.contains(path) || !files.status(path);
+  });
+  const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
+                         &findings.originalsInDoubt};
+  if (std::ranges::all_of(lists, [](const auto* list) { return list->empty(); })) return;
+  Checker checker(files, now, findings.look.renamed);
+  checker.learnWorkUnderWay(now);
+  for (auto* const list : lists) {
+    std::erase_if(*list, [&](const Path& path) { return !files.status(path); });
+  }
+  checker.learnWorkUnderWay(now);
+  for (auto* const list : lists) {
+    std::erase_if(*list, [&](const Path& path) { return checker.isKnown(path); });
+  }
+  dropFilesOfEntries(files, now.entries, findings);
 }
 
 LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope) {

@@ -74,6 +74,11 @@ struct LibraryFindings {
 [[nodiscard]] LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                                            const CheckProgress& progress);
 
+/// Looks once more at what was found a while ago, with the library as it is now, and drops what is
+/// in order: entries whose files or originals are there, files that are not there, or that an entry
+/// or work under way has, and journals that are gone or in use. Blocks; any thread.
+void checkAgain(const Files& files, const LibraryScope& now, LibraryFindings& findings);
+
 /// The part of it that is about originals: fills `originalsWithoutEntry`, `originalsInDoubt` and
 /// what half files lie among them. Blocks; any thread.
 [[nodiscard]] LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope);
