@@ -24,7 +24,8 @@
 namespace vantorel {
 namespace {
 
-/// From a staged capture of another process to its entry it takes no longer than this.
+/// From a staged capture of another process to its entry it takes no longer than this, also when it
+/// was staged before this run began and waits for the library.
 constexpr double filingSeconds = 60;
 
 /// What was found, line by line, with what was done about it.
@@ -239,7 +240,7 @@ LibraryScope LibraryVerify::scope() const {
                      .paths = store.paths(),
                      .captureFolders = services_.captureFolders(),
                      .originals = store.paths().originals(),
-                     .stagedBefore = std::max(startedAt_, services_.clock->now() - filingSeconds),
+                     .stagedBefore = services_.clock->now() - filingSeconds,
                      .begunBefore = startedAt_,
                      .filedPaths = services_.filedPaths};
   scope.isWholePicture = services_.isWholePicture;

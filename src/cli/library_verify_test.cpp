@@ -239,10 +239,22 @@ TEST_F(LibraryVerifyTest, WhatTheStartClearedUpIsToldAndIsNoFault) {
   EXPECT_EQ(reply.error, "3 found, 2 repaired.\n");
 }
 
-// What a move left on a disk that was read-only then, in a folder where captures lie.
+// Another process may have staged it just before this one took the library.
+TEST_F(LibraryVerifyTest, AStagedCaptureIsAFaultOnceItsFilingMustBeOver) {
+  const std::string staged = "/data/Staged Captures/vantorel-6.png";
+  files->now = runners.now() - 1;
+  files->put(staged, "by another process");
+  load(indexOf(""));
+  EXPECT_EQ(verify(false).error, staged + " may be work under way and is not judged yet.\n");
+  runners.advance(1min);
+  EXPECT_THAT(verify(false).output, HasSubstr("staged capture\t" + staged));
+}
+
+// What a move left on a disk that was read-only then, in a folder where captures lie, and what
+// swapped names there since.
 TEST_F(LibraryVerifyTest, RepairRemovesWhatMovedAndWasNotRemoved) {
-  const std::string spare = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
-  const std::string edited = "/captures/Screenshot 2026-03-01 at 14.05.10.png";
+  std::string spare = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  std::string edited = "/captures/Screenshot 2026-03-01 at 14.05.10.png";
   RelocationLeftovers left;
   for (const std::string& path : {spare, edited}) {
     files->put(path, "picture");
