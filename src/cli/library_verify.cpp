@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <optional>
 #include <set>
 #include <string_view>
 #include <tuple>
@@ -148,17 +150,24 @@ Place placeOf(const ScreenshotEntry& entry) {
 std::vector<std::string> removeCopiesLeft(Files& files, Trash& trash, const LibraryPaths& paths,
                                           const std::vector<RelocationJournal::Pair>& copies) {
   std::vector<std::string> removed;
+  std::map<std::string_view, std::optional<std::string_view>> places;  // by where they moved to
   for (const RelocationJournal::Pair& pair : copies) {
     const bool isSpare = holdsAllOf(files, pair.newPath, pair.oldPath);
-    if (isSpare ? removeFile(files, pair.oldPath).has_value()
-                : trash.moveToTrash(pair.oldPath).has_value()) {
-      removed.push_back(pair.oldPath);
-    }
+    const bool hasGone = isSpare ? removeFile(files, pair.oldPath).has_value()
+                                 : trash.moveToTrash(pair.oldPath).has_value();
+    if (hasGone) removed.push_back(pair.oldPath);
+    places[pair.newPath] = hasGone ? std::nullopt : std::optional<std::string_view>(pair.oldPath);
   }
   RelocationLeftovers left = RelocationLeftovers::read(files, paths);
   std::erase_if(left.copied, [&](const RelocationJournal::Pair& pair) {
-    return std::ranges::find(removed, pair.oldPath) != removed.end();
+    const auto place = places.find(pair.newPath);
+    return place != places.end() && !place->second;
   });
+  for (RelocationJournal::Pair& pair : left.copied) {
+    if (const auto place = places.find(pair.newPath); place != places.end()) {
+      pair.oldPath = *place->second;
+    }
+  }
   if (const auto written = left.write(files, paths); !written) {
     logWarning("History", "what was removed was not noted: {}", written.error().reason);
   }

@@ -509,6 +509,17 @@ TEST_F(HistoryRelocationTest, WhatMovedAndCannotBeRemovedIsToldAndRemembered) {
   const auto remaining = RelocationLeftovers::read(files, paths).remaining(files);
   ASSERT_EQ(remaining.size(), 2U);
   EXPECT_EQ(remaining[0].oldPath, "/old/1.png");
+
+  // The disk is away during another move.
+  std::map<Path, std::shared_ptr<FakeFiles::File>> away;
+  std::erase_if(files.disk, [&](const auto& one) {
+    return one.first.parent_path() == "/old" && away.insert(one).second;
+  });
+  ASSERT_EQ(files.folders.erase("/old"), 1U);
+  EXPECT_EQ(world.move("/new").copiesLeft, 0);
+  files.folders.insert("/old");
+  files.disk.merge(away);
+  EXPECT_EQ(RelocationLeftovers::read(files, paths).remaining(files), remaining);
 }
 
 TEST_F(HistoryRelocationTest, AFolderUnderAnotherNameIsTheSameFolder) {

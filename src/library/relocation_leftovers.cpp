@@ -1,11 +1,15 @@
 #include "library/relocation_leftovers.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <map>
 #include <utility>
 #include <vector>
 
 #include "base/path_text.hpp"
+#include "library/file_move.hpp"
+#include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
 
 namespace vantorel {
@@ -25,6 +29,8 @@ struct StoredLeftovers {
 };
 VT_JSON_RECORD(StoredLeftovers)
 
+using FileNumber = std::pair<std::uint64_t, std::int64_t>;  // of the folder's disk
+
 Path fileIn(const LibraryPaths& paths) { return paths.data / "unmoved-folders.json"; }
 
 }  // namespace
@@ -41,11 +47,39 @@ RelocationLeftovers RelocationLeftovers::read(const Files& files, const LibraryP
 
 std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files& files) const {
   std::vector<RelocationJournal::Pair> found;
-  std::ranges::copy_if(copied, std::back_inserter(found), [&](const auto& pair) {
+  std::vector<std::pair<RelocationJournal::Pair, FileNumber>> missing;
+  std::map<FileNumber, std::string> others;  // that have the names of these
+  for (const RelocationJournal::Pair& pair : copied) {
+    const auto folder = identityOf(files, folderOf(pair.oldPath));
+    if (!folder || !pair.file) continue;
     const auto status = files.status(pair.oldPath);
-    return status && pair.file == static_cast<std::int64_t>(status->inode);
-  });
+    const auto number = status ? static_cast<std::int64_t>(status->inode) : 0;
+    if (status && number == *pair.file) {
+      found.push_back(pair);
+      continue;
+    }
+    if (status) others.emplace(FileNumber{folder->first, number}, pair.oldPath);
+    missing.emplace_back(pair, FileNumber{folder->first, *pair.file});
+  }
+  for (auto& [pair, number] : missing) {
+    const auto other = others.find(number);
+    if (other == others.end()) continue;
+    // Numbers are given again.
+    const auto measure = measureFile(files, other->second);
+    if (!measure || !measure->isAs(pair.measure())) continue;
+    pair.oldPath = other->second;
+    found.push_back(std::move(pair));
+  }
   return found;
+}
+
+std::vector<RelocationJournal::Pair> RelocationLeftovers::notKnownGone(const Files& files) const {
+  std::vector<RelocationJournal::Pair> kept = remaining(files);
+  std::ranges::copy_if(copied, std::back_inserter(kept), [&](const auto& pair) {
+    const FileReach reach = reachOf(files, Path(pair.oldPath));
+    return reach != FileReach::there && reach != FileReach::fileGone;
+  });
+  return kept;
 }
 
 Result<void> RelocationLeftovers::write(Files& files, const LibraryPaths& paths) const {

@@ -28,8 +28,12 @@ struct RelocationLeftovers {
   /// Replaces the file, or removes it when no folder is left.
   [[nodiscard]] Result<void> write(Files& files, const LibraryPaths& paths) const;
 
-  /// Of `copied`, those whose file at the old place is still there.
+  /// Of `copied`, those whose file at the old place is still there, each with the path it has now:
+  /// they may have swapped names. Blocks.
   [[nodiscard]] std::vector<RelocationJournal::Pair> remaining(const Files& files) const;
+
+  /// What is to be remembered of `copied`: those, and what is in folders that are away. Blocks.
+  [[nodiscard]] std::vector<RelocationJournal::Pair> notKnownGone(const Files& files) const;
 
   void addFolderOf(const Path& file) { folders.insert(file.parent_path().string()); }
 

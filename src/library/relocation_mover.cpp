@@ -441,7 +441,7 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
 }
 
 RelocationMover::Remains RelocationMover::end() {
-  RelocationLeftovers left{staying_.folders, leftovers_.remaining(files_), leftovers_.extra};
+  RelocationLeftovers left{staying_.folders, leftovers_.notKnownGone(files_), leftovers_.extra};
   left.copied.insert(left.copied.end(), copied_.begin(), copied_.end());
   Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_};
   for (Planned& planned : planned_) {
