@@ -6,9 +6,9 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
-#include <thread>
 
 #include "main/program_under_test.hpp"
+#include "platform/testing/desktop/keyboard_watch.hpp"
 #include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
 
@@ -370,14 +370,13 @@ TEST(ProgramTest, TheRunningProgramTakesCommandsAndKeepsTheClipboard) {
   EXPECT_EQ(differenceFromTestPicture(vantorel.picture(taken), 1), "");
   EXPECT_THAT(vantorel.run({}).err, HasSubstr("running already"));
 
+  KeyboardWatch keyboard(desktop.display());
   ChildProcess area = vantorel.start({"capture", "area"});
-  const ChildOutcome refused = vantorel.run({"capture", "display"});
-  EXPECT_THAT(refused.status, AnyOf(0, 4));
+  ASSERT_TRUE(keyboard.waitUntilTaken());
+  EXPECT_EQ(vantorel.run({"capture", "display"}).status, 4);
   area.signal(SIGKILL);
   // The one who asked is gone, so the overlay goes as well and the next command is taken.
-  for (int i = 0; i < 100 && vantorel.run({"capture", "display"}).status != 0; ++i) {
-    std::this_thread::sleep_for(20ms);
-  }
+  ASSERT_TRUE(keyboard.waitUntilFree());
   EXPECT_EQ(vantorel.run({"capture", "display"}).status, 0);
 
   EXPECT_EQ(vantorel.run({"quit"}).status, 0);
@@ -500,13 +499,11 @@ TEST(ProgramTest, EscapeOnTheOverlayIsACancelledCommand) {
   TestClient client(desktop.display());
   client.paintRoot(1);
   const Vantorel vantorel(desktop);
+  KeyboardWatch keyboard(desktop.display());
   ChildProcess area = vantorel.start({"capture", "area"});
-  // The overlay is there once it has taken the keyboard.
-  while (area.isRunning()) {
-    client.key(0xFF1B, true);
-    client.key(0xFF1B, false);
-    std::this_thread::sleep_for(20ms);
-  }
+  ASSERT_TRUE(keyboard.waitUntilTaken());
+  client.key(0xFF1B, true);
+  client.key(0xFF1B, false);
   const ChildOutcome outcome = area.wait();
   EXPECT_EQ(outcome.status, 3) << outcome.err;
   EXPECT_THAT(vantorel.entries(), IsEmpty());

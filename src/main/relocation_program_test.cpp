@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
-#include <thread>
 
 #include "main/program_under_test.hpp"
 #include "platform/testing/desktop/test_client.hpp"
@@ -253,10 +252,11 @@ TEST(RelocationProgramTest, OnesOwnTerminalFollowsAndStopsWhatTheRunningProgramD
   ChildProcess impatient = vantorel.start({"library", "relocate", far.string()});
   waitForFirst(far, impatient);
   tray.signal(SIGSTOP);
-  while (impatient.isRunning()) {
-    impatient.signal(SIGINT);
-    std::this_thread::sleep_for(5ms);
-  }
+  ChildProcess bus = desktop.start({"sh", "-c", "exec dbus-monitor --session >&2"});
+  bus.waitForError("member=NameLost");  // its own: it listens from now on
+  impatient.signal(SIGINT);
+  bus.waitForError("member=Cancel");
+  impatient.signal(SIGINT);
   EXPECT_EQ(impatient.wait().status, 128 + SIGINT);
   tray.signal(SIGCONT);
   EXPECT_EQ(vantorel.run({"library", "relocate", near.string()}).status, 0);
