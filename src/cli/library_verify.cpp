@@ -325,7 +325,8 @@ void LibraryVerify::judge(const std::shared_ptr<Repairing>& repairing, bool wasQ
     }
     findings.look.gone.clear();
     findings.withoutOriginal.clear();
-    for (auto* const list : {&findings.filesWithoutEntry, &findings.journals}) {
+    for (auto* const list :
+         {&findings.filesWithoutEntry, &findings.originalsWithoutEntry, &findings.journals}) {
       std::ranges::move(*list, std::back_inserter(findings.notJudged));
       list->clear();
     }

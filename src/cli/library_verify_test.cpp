@@ -206,6 +206,8 @@ TEST_F(LibraryVerifyTest, NothingIsJudgedWhileFilesAreOnTheirWay) {
   files->put("/captures/a.png", "picture");
   files->put("/captures/b.png", "another picture");
   files->put(stranger, "a third");
+  const std::string nobodys = "/data/Originals/x.png";
+  files->put(nobodys, "nobody's");
   load(indexOf(R"({"id":"a","capturedAt":1,"path":"/captures/a.png","originalPath":")" + original +
                R"("},{"id":"b","capturedAt":1,"path":"/captures/b.png"})"));
   looked = [this] {
@@ -217,11 +219,12 @@ TEST_F(LibraryVerifyTest, NothingIsJudgedWhileFilesAreOnTheirWay) {
   const CommandReply busy = verify(true);
   EXPECT_THAT(busy.output, AllOf(Not(HasSubstr("original gone")), Not(HasSubstr("without entry"))));
   constexpr const char* notYet = " may be work under way and is not judged yet.\n";
-  EXPECT_EQ(busy.error, original + notYet + stranger + notYet);
+  EXPECT_EQ(busy.error, original + notYet + stranger + notYet + nobodys + notYet);
   EXPECT_EQ(store.find("a")->originalPath, original);
   looked = [] {};
-  EXPECT_THAT(verify(true).output, AllOf(HasSubstr("original gone\t" + original + "\trepaired\n"),
-                                         HasSubstr(stranger + "\trepaired\n")));
+  EXPECT_THAT(verify(true).output,
+              AllOf(HasSubstr("original gone\t" + original + "\trepaired\n"),
+                    HasSubstr(stranger + "\trepaired\n"), HasSubstr(nobodys + "\trepaired\n")));
   EXPECT_FALSE(store.find("a")->originalPath);
   EXPECT_NE(store.findByPath(stranger), nullptr);
 }
