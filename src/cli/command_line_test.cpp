@@ -49,7 +49,7 @@ TEST(CommandLineTest, CapturesAreReadWhole) {
       ExportFormat::jpeg);
 }
 
-TEST(CommandLineTest, FilesAreNamedFromTheFolderOfTheAsker) {
+TEST(CommandLineTest, FilesAreNamedFromTheFolderOfTheRequester) {
   const auto annotate = [](std::vector<std::string> arguments) {
     return std::get<command::Annotate>(parsed(std::move(arguments)).command);
   };

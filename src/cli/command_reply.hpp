@@ -40,7 +40,7 @@ struct CommandProgress {
 using ShowProgress = std::function<void(const CommandProgress&)>;
 
 /// Who wants a command.
-struct CommandAsker {
+struct CommandRequester {
   std::string name{};   ///< of the process that sent it; empty for this one
   ShowProgress show{};  ///< shows him how far it has come; empty where nobody looks
 };

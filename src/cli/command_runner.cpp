@@ -140,15 +140,15 @@ CommandReply listing(const std::optional<Listing<Value>>& answer, bool json) {
 
 }  // namespace
 
-void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& asker) {
+void CommandRunner::run(const CommandLine& line, Done done, const CommandRequester& requester) {
   if (const auto* capturing = std::get_if<command::Capture>(&line.command)) {
-    capture(*capturing, line.json, asker, std::move(done));
+    capture(*capturing, line.json, requester, std::move(done));
   } else if (std::holds_alternative<command::ListDisplays>(line.command)) {
     listDisplays(line.json, std::move(done));
   } else if (std::holds_alternative<command::ListWindows>(line.command)) {
     listWindows(line.json, std::move(done));
   } else if (const auto* settings = std::get_if<command::Settings>(&line.command)) {
-    changeSettings(*settings, line.json, asker, withRemarks(*settings, std::move(done)));
+    changeSettings(*settings, line.json, requester, withRemarks(*settings, std::move(done)));
   } else if (const auto* autostart = std::get_if<command::Autostart>(&line.command)) {
     switchAutostart(*autostart, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
@@ -159,10 +159,10 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
     services_.coordinator->sayThatItRuns();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
   } else {
-    whenLibraryReady(asker, std::move(done), [this, line, asker](Done wanted) {
-      if (line.onlyVerifies()) return withLibrary(line, std::move(wanted), asker);
-      whenStagedFiled(std::move(wanted), [this, line, asker](Done remarking) {
-        withLibrary(line, std::move(remarking), asker);
+    whenLibraryReady(requester, std::move(done), [this, line, requester](Done wanted) {
+      if (line.onlyVerifies()) return withLibrary(line, std::move(wanted), requester);
+      whenStagedFiled(std::move(wanted), [this, line, requester](Done remarking) {
+        withLibrary(line, std::move(remarking), requester);
       });
     });
   }
@@ -171,7 +171,7 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandAsker& 
 // What a value names has to be there: it is refused here, where somebody reads why. What goes later
 // leaves the setting as it is.
 void CommandRunner::changeSettings(const command::Settings& what, bool json,
-                                   const CommandAsker& asker, Done done) {
+                                   const CommandRequester& requester, Done done) {
   const Setting* const setting = findSetting(what.key);
   const JSONValue value = setting != nullptr && what.verb == command::Settings::Verb::set
                               ? setting->parse(what.value)
@@ -193,7 +193,7 @@ void CommandRunner::changeSettings(const command::Settings& what, bool json,
   } else if (what.key == "desktopCoverImagePath") {
     services_.checkFile(*named, checked(std::move(done)));
   } else if (what.namesCollection()) {
-    whenLibraryReady(asker, std::move(done), [this, what, change, name = *named](Done wanted) {
+    whenLibraryReady(requester, std::move(done), [this, what, change, name = *named](Done wanted) {
       const HistoryStore& store = services_.library->store();
       const auto collection = store.resolveCollection(name);
       if (!collection) {
@@ -212,28 +212,29 @@ void CommandRunner::changeSettings(const command::Settings& what, bool json,
   }
 }
 
-void CommandRunner::withLibrary(const CommandLine& line, Done done, const CommandAsker& asker) {
+void CommandRunner::withLibrary(const CommandLine& line, Done done,
+                                const CommandRequester& requester) {
   if (const auto* annotating = std::get_if<command::Annotate>(&line.command)) {
     annotate(*annotating, line.json, std::move(done));
   } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
     render(*rendering, std::move(done));
   } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
-    services_.libraryCommands->run(*library, line.json, std::move(done), asker);
+    services_.libraryCommands->run(*library, line.json, std::move(done), requester);
   } else {
     rewrite(line, std::move(done));
   }
 }
 
 /// Calls `go`, unless the command is called off before.
-void CommandRunner::whenLibraryReady(const CommandAsker& asker, Done done,
+void CommandRunner::whenLibraryReady(const CommandRequester& requester, Done done,
                                      std::move_only_function<void(Done)> go) {
   const auto waiting = std::make_shared<Done>(std::move(done));
-  const auto place = waiting_.emplace(asker.name, waiting);
+  const auto place = waiting_.emplace(requester.name, waiting);
   services_.library->whenReady(alive_.guard([this, waiting, place, go = std::move(go)]() mutable {
     waiting_.erase(place);
     if (*waiting) go(std::exchange(*waiting, nullptr));
   }));
-  announceWait(asker.show, waiting, {});
+  announceWait(requester.show, waiting, {});
 }
 
 /// Captures that an earlier run left belong to the library that is asked for. A disk that takes
@@ -295,23 +296,22 @@ CommandDone CommandRunner::withRemarks(const command::Settings& what, Done done)
     }
     CommandKeys* const keys = services_.coordinator->keys();
     if (keys == nullptr) return done(std::move(reply));
-    keys->whenKnown(
-        key,
-        alive_.guard([reply = std::move(reply), done = std::make_shared<Done>(std::move(done))](
-                         const std::string& sentences) mutable {
-          if (!sentences.empty()) reply.error += sentences + "\n";
-          (*done)(std::move(reply));
-        }));
+    keys->whenKnown(key, alive_.guard([reply = std::move(reply),
+                                       done = std::make_shared<Done>(std::move(done))](
+                                          const std::string& sentences) mutable {
+      if (!sentences.empty()) reply.error += sentences + "\n";
+      (*done)(std::move(reply));
+    }));
   };
 }
 
-void CommandRunner::callOff(const std::string& asker) {
+void CommandRunner::callOff(const std::string& requester) {
   std::vector<std::pair<Done, Path>> interrupted;
   const auto take = [&](Done& done, const Path& staged) {
     if (done) interrupted.emplace_back(std::exchange(done, nullptr), staged);
   };
   bool isInFlight = false;
-  const auto [begin, end] = capturing_.equal_range(asker);
+  const auto [begin, end] = capturing_.equal_range(requester);
   for (auto found = begin; found != end; ++found) {
     Capturing& capturing = *found->second;
     capturing.isCalledOff = true;
@@ -320,20 +320,20 @@ void CommandRunner::callOff(const std::string& asker) {
       take(capturing.done, capturing.staged);
     }
   }
-  const auto [first, last] = waiting_.equal_range(asker);
+  const auto [first, last] = waiting_.equal_range(requester);
   for (auto found = first; found != last; ++found) take(*found->second, {});
   // Answers, here and below, may end commands and with them their places among the others.
   for (auto& [done, staged] : interrupted) {
     done(interruptedReply(services_.library->awaitedHolder(), staged));
   }
   if (isInFlight) services_.coordinator->cancelCapture();
-  services_.libraryCommands->stop(asker);
+  services_.libraryCommands->stop(requester);
 }
 
-void CommandRunner::capture(const command::Capture& what, bool json, const CommandAsker& asker,
-                            Done done) {
+void CommandRunner::capture(const command::Capture& what, bool json,
+                            const CommandRequester& requester, Done done) {
   const auto capturing = std::make_shared<Capturing>(Capturing{.done = std::move(done)});
-  const auto place = capturing_.emplace(asker.name, capturing);
+  const auto place = capturing_.emplace(requester.name, capturing);
   services_.coordinator->capture(
       what.what,
       [this, place, capturing, json, output = what.output](const CaptureReply& reply) mutable {
@@ -348,10 +348,10 @@ void CommandRunner::capture(const command::Capture& what, bool json, const Comma
         handOut(saved->entry, *output, json, std::move(answer), std::move(answered));
       },
       [capturing] { return capturing->hasBegun = !capturing->isCalledOff; },
-      [this, capturing, asker](const Path& staged) {
+      [this, capturing, requester](const Path& staged) {
         capturing->staged = staged;
-        if (capturing->isCalledOff) return callOff(asker.name);
-        announceWait(asker.show, Waiting(capturing, &capturing->done), staged);
+        if (capturing->isCalledOff) return callOff(requester.name);
+        announceWait(requester.show, Waiting(capturing, &capturing->done), staged);
       });
 }
 

@@ -55,13 +55,13 @@ class CommandRunner {
   using Done = CommandDone;
 
   /// Calls `done` once, when the work is safe on disk.
-  void run(const CommandLine& line, Done done, const CommandAsker& asker = {});
+  void run(const CommandLine& line, Done done, const CommandRequester& requester = {});
 
   /// The one who asked does not want it any more, or went away: its capture that waits for the user
   /// is called off, what waits for the library does not begin, long work that changes nothing ends,
   /// and a move after its batch. It is answered all the same. Other work is done to its end, and
   /// what others asked for goes on.
-  void callOff(const std::string& asker);
+  void callOff(const std::string& requester);
 
  private:
   /// A capture under way.
@@ -75,15 +75,16 @@ class CommandRunner {
   /// What answers a command that waits for the library; empty once it is answered.
   using Waiting = std::shared_ptr<Done>;
 
-  void changeSettings(const command::Settings& what, bool json, const CommandAsker& asker,
+  void changeSettings(const command::Settings& what, bool json, const CommandRequester& requester,
                       Done done);
   [[nodiscard]] Done withRemarks(const command::Settings& what, Done done);
-  void whenLibraryReady(const CommandAsker& asker, Done done,
+  void whenLibraryReady(const CommandRequester& requester, Done done,
                         std::move_only_function<void(Done)> go);
   void whenStagedFiled(Done done, std::move_only_function<void(Done)> go);
   void announceWait(const ShowProgress& show, Waiting waiting, const Path& staged);
-  void withLibrary(const CommandLine& line, Done done, const CommandAsker& asker);
-  void capture(const command::Capture& what, bool json, const CommandAsker& asker, Done done);
+  void withLibrary(const CommandLine& line, Done done, const CommandRequester& requester);
+  void capture(const command::Capture& what, bool json, const CommandRequester& requester,
+               Done done);
   void handOut(const EntryPointer& entry, const command::Capture::Output& output, bool json,
                CommandReply answer, Done done);
   void switchAutostart(const command::Autostart& what, Done done);
@@ -94,8 +95,8 @@ class CommandRunner {
   void render(const command::Render& what, Done done);
 
   Services services_;
-  std::multimap<std::string, std::shared_ptr<Capturing>> capturing_;  // by asker
-  std::multimap<std::string, Waiting> waiting_;                       // by asker
+  std::multimap<std::string, std::shared_ptr<Capturing>> capturing_;  // by requester
+  std::multimap<std::string, Waiting> waiting_;                       // by requester
   Alive alive_;
 };
 

@@ -186,11 +186,11 @@ bool isRedacted(const ScreenshotEntry& entry) {
 }  // namespace
 
 void LibraryCommands::run(command::Library what, bool json, CommandDone done,
-                          const CommandAsker& asker) {
+                          const CommandRequester& requester) {
   auto running = std::make_shared<Running>();
-  running->show = asker.show;
+  running->show = requester.show;
   std::erase_if(running_, [](const auto& item) { return item.second.expired(); });
-  running_.emplace(asker.name, running);
+  running_.emplace(requester.name, running);
   services_.library->whenReady(
       alive_.guard([this, what = std::move(what), json, running, done = std::move(done)]() mutable {
         if (what.verb == Verb::relocate) {
@@ -200,8 +200,8 @@ void LibraryCommands::run(command::Library what, bool json, CommandDone done,
       }));
 }
 
-void LibraryCommands::stop(const std::string& asker) {
-  const auto [begin, end] = running_.equal_range(asker);
+void LibraryCommands::stop(const std::string& requester) {
+  const auto [begin, end] = running_.equal_range(requester);
   for (auto found = begin; found != end; ++found) {
     if (const RunningPointer running = found->second.lock()) {
       running->isCalledOff = true;

@@ -37,12 +37,13 @@ class LibraryCommands {
   explicit LibraryCommands(Services services) : services_(std::move(services)) {}
 
   /// Calls `done` once, when what was changed is on disk.
-  void run(command::Library what, bool json, CommandDone done, const CommandAsker& asker = {});
+  void run(command::Library what, bool json, CommandDone done,
+           const CommandRequester& requester = {});
 
-  /// Ends what this asker waits for where it may end anywhere: long looks, which change nothing
+  /// Ends what this requester waits for where it may end anywhere: long looks, which change nothing
   /// then, and moves, which end after a batch. It is answered all the same. What others wait for
   /// goes on.
-  void stop(const std::string& asker);
+  void stop(const std::string& requester);
 
  private:
   using Change = std::function<Result<void>(const std::string& id)>;
@@ -87,7 +88,7 @@ class LibraryCommands {
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 
   Services services_;
-  std::multimap<std::string, std::weak_ptr<Running>> running_;  // by asker
+  std::multimap<std::string, std::weak_ptr<Running>> running_;  // by requester
   Alive alive_;
 };
 

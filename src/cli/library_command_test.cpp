@@ -163,13 +163,13 @@ TEST_F(LibraryCommandTest, PruneForgetsWhatIsGoneUnlessTheOneWhoAskedGoesAway) {
     command::Library what;
     what.verb = command::Library::Verb::prune;
     commands.run(what, false, [&](CommandReply reply) { answer = std::move(reply); },
-                 {.name = "asker"});
+                 {.name = "requester"});
     commands.stop(goesAway);
     runners.run();
     EXPECT_TRUE(answer.has_value());
     return *std::move(answer);
   };
-  const CommandReply stopped = prune("asker");
+  const CommandReply stopped = prune("requester");
   EXPECT_EQ(stopped.status, ExitStatus::cancelled);
   EXPECT_EQ(stopped.error, "Stopped; nothing was changed.\n");
   EXPECT_EQ(store.entries().size(), 3U);

@@ -69,8 +69,8 @@ struct LibraryFindings {
 };
 
 /// Looks and changes nothing. What the journals on disk and staged captures tell to be under way is
-/// no finding, for whose entry came meanwhile the asker has to see. Blocks; any thread. Stopped, it
-/// answers what it has found so far.
+/// no finding, for whose entry came meanwhile the requester has to see. Blocks; any thread.
+/// Stopped, it answers what it has found so far.
 [[nodiscard]] LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                                            const CheckProgress& progress);
 

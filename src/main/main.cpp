@@ -66,47 +66,48 @@ void startAnother(const std::vector<std::string>& arguments) {
 }
 
 void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, bool resident) {
-  bus.serve(std::move(main),
-            {.accepts =
-                 [resident](const BusRequest& request) {
-                   if (resident) return true;
-                   const auto parsed = parseRequest(request);
-                   const auto* line = std::get_if<CommandLine>(&parsed);
-                   return line == nullptr || !line->needsWindows();
-                 },
-             .run =
-                 [&program](const BusRequest& request, const CommandBus::Done& done) {
-                   auto parsed = parseRequest(request);
-                   if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
-                     done({static_cast<int>(answer->status), {}, answer->text});
-                     return;
-                   }
-                   program.run(
-                       std::get<CommandLine>(parsed),
-                       [done](CommandReply reply) { done(toBus(std::move(reply))); },
-                       {request.asker, [tell = request.tell](const CommandProgress& progress) {
-                          tell({progress.done, progress.total, std::string(progress.words)});
-                        }});
-                 },
-             .askerGone = [&program](const std::string& asker) { program.callOff(asker); },
-             .cancel = [&program](const std::string& asker) { program.callOff(asker); },
-             .activate =
-                 [&program, resident] {
-                   if (resident) return program.sayThatItRuns();
-                   startAnother({});
-                 },
-             .openRefused = [&program] { program.sayThatItOpensNothing(); },
-             .knows =
-                 [resident](const std::string& action) {
-                   const DesktopCommand* const command = findDesktopCommand(action);
-                   return command != nullptr && (resident || !command->arguments.empty());
-                 },
-             .perform =
-                 [&program, resident](const std::string& action) {
-                   const DesktopCommand& command = *findDesktopCommand(action);
-                   if (resident) return program.perform(command);
-                   startAnother(command.arguments);
-                 }});
+  bus.serve(
+      std::move(main),
+      {.accepts =
+           [resident](const BusRequest& request) {
+             if (resident) return true;
+             const auto parsed = parseRequest(request);
+             const auto* line = std::get_if<CommandLine>(&parsed);
+             return line == nullptr || !line->needsWindows();
+           },
+       .run =
+           [&program](const BusRequest& request, const CommandBus::Done& done) {
+             auto parsed = parseRequest(request);
+             if (const auto* answer = std::get_if<CommandLineAnswer>(&parsed)) {
+               done({static_cast<int>(answer->status), {}, answer->text});
+               return;
+             }
+             program.run(
+                 std::get<CommandLine>(parsed),
+                 [done](CommandReply reply) { done(toBus(std::move(reply))); },
+                 {request.requester, [tell = request.tell](const CommandProgress& progress) {
+                    tell({progress.done, progress.total, std::string(progress.words)});
+                  }});
+           },
+       .requesterGone = [&program](const std::string& requester) { program.callOff(requester); },
+       .cancel = [&program](const std::string& requester) { program.callOff(requester); },
+       .activate =
+           [&program, resident] {
+             if (resident) return program.sayThatItRuns();
+             startAnother({});
+           },
+       .openRefused = [&program] { program.sayThatItOpensNothing(); },
+       .knows =
+           [resident](const std::string& action) {
+             const DesktopCommand* const command = findDesktopCommand(action);
+             return command != nullptr && (resident || !command->arguments.empty());
+           },
+       .perform =
+           [&program, resident](const std::string& action) {
+             const DesktopCommand& command = *findDesktopCommand(action);
+             if (resident) return program.perform(command);
+             startAnother(command.arguments);
+           }});
 }
 
 /// Runs one command in this process, without living on.

@@ -59,7 +59,8 @@ void Program::sayThatItOpensNothing() {
 
 void Program::sayThatItRuns() { wings_->captures.coordinator.sayThatItRuns(); }
 
-void Program::run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker) {
+void Program::run(const CommandLine& line, CommandRunner::Done done,
+                  const CommandRequester& requester) {
   if (line.needsLibrary()) {
     wings_->library.library.open();
     if (!line.onlyVerifies()) wings_->filesStagedAtEnd = true;
@@ -67,10 +68,10 @@ void Program::run(const CommandLine& line, CommandRunner::Done done, const Comma
   if (const auto* const capture = std::get_if<command::Capture>(&line.command)) {
     wings_->desktop.showsSomething |= capture->what.isAnsweredAtDesktop;
   }
-  wings_->commands.runner.run(line, std::move(done), asker);
+  wings_->commands.runner.run(line, std::move(done), requester);
 }
 
-void Program::callOff(const std::string& asker) { wings_->commands.runner.callOff(asker); }
+void Program::callOff(const std::string& requester) { wings_->commands.runner.callOff(requester); }
 
 void Program::finish(std::function<void()> done) {
   std::function<void()> end = [this, done = std::move(done)] {

@@ -39,10 +39,11 @@ class Program {
   void sayThatItOpensNothing();
 
   /// Calls `done` when the command's work is safe on disk.
-  void run(const CommandLine& line, CommandRunner::Done done, const CommandAsker& asker = {});
+  void run(const CommandLine& line, CommandRunner::Done done,
+           const CommandRequester& requester = {});
 
-  /// Ends early what the asker waits for, empty for this process; see `CommandRunner::callOff`.
-  void callOff(const std::string& asker = {});
+  /// Ends early what the requester waits for, empty for this process; see `CommandRunner::callOff`.
+  void callOff(const std::string& requester = {});
 
   /// After a single command: files what an earlier run left staged unless it only looked, sees to
   /// it that settings are on disk, then calls `done`.

@@ -214,10 +214,10 @@ TEST(RelocationProgramTest, OnesOwnTerminalFollowsAndStopsWhatTheRunningProgramD
     ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
     ASSERT_TRUE(tray.isRunning()) << tray.errorText();
   }
-  ChildProcess asker = vantorel.start({"library", "relocate", near.string()});
-  waitForFirst(near, asker);
-  asker.signal(SIGINT);
-  const ChildOutcome stopped = asker.wait();
+  ChildProcess requester = vantorel.start({"library", "relocate", near.string()});
+  waitForFirst(near, requester);
+  requester.signal(SIGINT);
+  const ChildOutcome stopped = requester.wait();
   EXPECT_EQ(stopped.status, 3) << stopped.err;
   EXPECT_THAT(stopped.err,
               MatchesRegex("Stopped\\. [0-9]+ captures are still in the previous folder\\.\n"));

@@ -8,9 +8,9 @@
 
 #include "base/log.hpp"
 #include "platform/linux/bus_worker.hpp"
-#include "platform/linux/command_bus_asker.hpp"
 #include "platform/linux/command_bus_owner.hpp"
 #include "platform/linux/command_bus_protocol.hpp"
+#include "platform/linux/command_bus_requester.hpp"
 
 namespace vantorel {
 namespace {
@@ -40,10 +40,10 @@ std::string CommandBus::nameFor(const std::optional<Path>& root, const Files& fi
 }
 
 CommandBus::CommandBus(std::string name, std::chrono::milliseconds silence)
-    : asker_(std::make_shared<CommandBusAsker>(silence)),
+    : requester_(std::make_shared<CommandBusRequester>(silence)),
       owner_(std::make_shared<CommandBusOwner>(std::move(name))) {}
 
-void CommandBus::cancel() { asker_->cancel(); }
+void CommandBus::cancel() { requester_->cancel(); }
 
 CommandBus::~CommandBus() {
   handlers_.reset();
@@ -85,8 +85,8 @@ CommandBus::Started CommandBus::start(const BusRequest& request,
   auto connected = joining->connected.get_future();
   auto started = joining->started.get_future();
   worker_ = std::make_shared<BusWorker>();
-  asker_->onProgress(std::move(told));
-  worker_->post([owner = owner_, worker = std::weak_ptr(worker_), joining, asker = asker_,
+  requester_->onProgress(std::move(told));
+  worker_->post([owner = owner_, worker = std::weak_ptr(worker_), joining, requester = requester_,
                  request](Result<sdbus::IConnection*> connection) {
     joining->connected.set_value(connection.has_value());
     if (!connection) logInfo("Command", "{}", connection.error().reason);
@@ -94,7 +94,7 @@ CommandBus::Started CommandBus::start(const BusRequest& request,
     Started outcome;
     try {
       owner->expose(**connection, worker);
-      outcome = asker->becomeOwnerOrAsk(**connection, owner->name(), request);
+      outcome = requester->becomeOwnerOrAsk(**connection, owner->name(), request);
       if (outcome.role == Role::owner) owner->watchSenders();
     } catch (const sdbus::Error& error) {
       // A bus that breaks down is as good as none.

@@ -14,7 +14,7 @@
 namespace vantorel {
 
 class BusWorker;
-class CommandBusAsker;
+class CommandBusRequester;
 class CommandBusOwner;
 
 /// How far long work has come: so many of so many `words`, which are UTF-8. With a `total` of zero
@@ -32,9 +32,9 @@ struct BusRequest {
 
   // Filled in by the one that receives it.
 
-  std::string asker{};  ///< the process it came from
+  std::string requester{};  ///< the process it came from
 
-  /// Tells the asker how far it has come, any number of times until it is answered: some ten a
+  /// Tells the requester how far it has come, any number of times until it is answered: some ten a
   /// second are sent, and the last one. Any thread.
   std::function<void(BusProgress)> tell{};
 };
@@ -103,11 +103,11 @@ class CommandBus {
     std::function<void(BusRequest, Done)> run = {};
 
     /// Whoever sent a command that is not answered yet is gone; answering it has no effect then.
-    std::function<void(const std::string& asker)> askerGone = {};
+    std::function<void(const std::string& requester)> requesterGone = {};
 
     /// Whoever sent a command that is not answered yet wants it to end early, and waits for the
     /// answer.
-    std::function<void(const std::string& asker)> cancel = {};
+    std::function<void(const std::string& requester)> cancel = {};
 
     // What a desktop asks of the application it has started or found running
     // (specifications.freedesktop.org/desktop-entry-spec, D-Bus activation).
@@ -129,7 +129,7 @@ class CommandBus {
   void end(std::function<void()> ended);
 
  private:
-  const std::shared_ptr<CommandBusAsker> asker_;
+  const std::shared_ptr<CommandBusRequester> requester_;
   std::shared_ptr<BusWorker> worker_;
   std::shared_ptr<CommandBusOwner> owner_;
   std::shared_ptr<Handlers> handlers_;

@@ -210,7 +210,7 @@ void CommandBusOwner::submit(sdbus::Result<> taken, const std::string& sender,
   // not be begun anew elsewhere.
   taken.returnResults();
   if (!isNew) return;
-  request.asker = sender;
+  request.requester = sender;
   request.tell = [owner = shared_from_this(), id,
                   throttle = std::make_shared<Throttle>()](BusProgress progress) {
     const auto thread = throttle->lets(progress) ? owner->worker_.lock() : nullptr;
@@ -281,7 +281,7 @@ void CommandBusOwner::senderGone(const std::string& sender) {
   });
   if (unanswered) {
     toMain([sender](CommandBus::Handlers& to) {
-      if (to.askerGone) to.askerGone(sender);
+      if (to.requesterGone) to.requesterGone(sender);
     });
   }
   checkEnded();

@@ -116,7 +116,7 @@ TEST_F(CommandBusTest, OfFiveAtOnceOneIsOwnerAndDoesTheOthersCommands) {
 }
 
 TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
-  constexpr int askers = 4;
+  constexpr int requesters = 4;
   constexpr int each = 60;
   std::mutex mutex;
   std::map<std::string, int> executions;
@@ -126,11 +126,11 @@ TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
     const std::lock_guard lock(mutex);
     ++executions[what];
   };
-  const auto ask = [&](int asker) {
+  const auto ask = [&](int requester) {
     TestLoop own;
     std::shared_ptr<TaskRunner> runner(&own, [](TaskRunner*) {});
     for (int i = 0; i < each; ++i) {
-      const std::string what = std::to_string(asker) + "." + std::to_string(i);
+      const std::string what = std::to_string(requester) + "." + std::to_string(i);
       const Joined joined(request({what}));
       if (!joined.isOwner()) {
         if (joined.started.reply.output != what) ++wrong;
@@ -149,11 +149,11 @@ TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
     }
   };
   std::vector<std::thread> threads;
-  for (int i = 0; i < askers; ++i) threads.emplace_back(ask, i);
+  for (int i = 0; i < requesters; ++i) threads.emplace_back(ask, i);
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
   EXPECT_GT(forwarded, 0);
-  EXPECT_EQ(executions.size(), std::size_t{askers} * each);
+  EXPECT_EQ(executions.size(), std::size_t{requesters} * each);
   for (const auto& [what, count] : executions) EXPECT_EQ(count, 1) << what;
 }
 
@@ -180,7 +180,7 @@ TEST_F(CommandBusTest, AnOwnerThatDiesBeforeTakingIsReplacedAfterwardsItIsNot) {
   EXPECT_THAT(joined.started.reply.error, HasSubstr("ended before it answered"));
 }
 
-TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
+TEST_F(CommandBusTest, TheOwnerLearnsThatItsRequesterDied) {
   const Joined owner(request({}));
   ASSERT_TRUE(owner.isOwner());
   int gone = 0;
@@ -188,17 +188,17 @@ TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
   std::string from;
   owner.bus->serve(main, {.run =
                               [&](const BusRequest& got, auto&& finish) {
-                                from = got.asker;
+                                from = got.requester;
                                 late = std::forward<decltype(finish)>(finish);
                               },
-                          .askerGone =
+                          .requesterGone =
                               [&](const std::string& who) {
                                 EXPECT_EQ(who, from);
                                 EXPECT_FALSE(who.empty());
                                 ++gone;
                               }});
   {
-    auto asker = probe("asker");
+    auto requester = probe("requester");
     ASSERT_TRUE(loop.runUntil([&] { return late != nullptr; }));
     EXPECT_EQ(gone, 0);
   }
@@ -210,8 +210,8 @@ TEST_F(CommandBusTest, TheOwnerLearnsThatItsAskerDied) {
 }
 
 /// A process that asks, for a command that takes long.
-struct Asker {
-  explicit Asker(const std::string& what, milliseconds silence = std::chrono::seconds(30))
+struct Requester {
+  explicit Requester(const std::string& what, milliseconds silence = std::chrono::seconds(30))
       : bus(CommandBus::nameFor(std::nullopt, LinuxFiles()), silence),
         outcome(std::async(std::launch::async, [this, what] {
           return bus.start(request({what}), [this](const BusProgress& at) {
@@ -234,16 +234,17 @@ struct Asker {
   std::future<CommandBus::Started> outcome;
 };
 
-TEST_F(CommandBusTest, AnAskerAloneSeesHowFarItsCommandIsAndEndsNoOther) {
+TEST_F(CommandBusTest, ARequesterAloneSeesHowFarItsCommandIsAndEndsNoOther) {
   const Joined owner(request({}));
   ASSERT_TRUE(owner.isOwner());
   std::map<std::string, std::pair<BusRequest, CommandBus::Done>> work;
   std::vector<std::string> cancelled;
-  owner.bus->serve(main, {.run = [&](const BusRequest& got,
-                                     auto&& finish) { work[got.arguments[0]] = {got, finish}; },
-                          .cancel = [&](const std::string& asker) { cancelled.push_back(asker); }});
-  Asker one("one");
-  Asker other("other");
+  owner.bus->serve(
+      main,
+      {.run = [&](const BusRequest& got, auto&& finish) { work[got.arguments[0]] = {got, finish}; },
+       .cancel = [&](const std::string& requester) { cancelled.push_back(requester); }});
+  Requester one("one");
+  Requester other("other");
   ASSERT_TRUE(loop.runUntil([&] { return work.size() == 2; }));
 
   const auto begin = std::chrono::steady_clock::now();
@@ -272,10 +273,10 @@ TEST_F(CommandBusTest, AnAskerAloneSeesHowFarItsCommandIsAndEndsNoOther) {
   work["other"].second({0, {}, {}});
   ASSERT_TRUE(loop.runUntil([&] { return other.isDone(); }));
   EXPECT_EQ(other.outcome.get().reply.status, 0);
-  EXPECT_THAT(cancelled, ElementsAre(work["one"].first.asker));
+  EXPECT_THAT(cancelled, ElementsAre(work["one"].first.requester));
 }
 
-TEST_F(CommandBusTest, ACancelledAskerWaitsForNobodyWhoIsSilent) {
+TEST_F(CommandBusTest, ACancelledRequesterWaitsForNobodyWhoIsSilent) {
   std::optional<Joined> owner(std::in_place, request({}));
   ASSERT_TRUE(owner->isOwner());
   CommandBus::Done late;
@@ -283,13 +284,13 @@ TEST_F(CommandBusTest, ACancelledAskerWaitsForNobodyWhoIsSilent) {
   owner->bus->serve(main,
                     {.accepts = [](const BusRequest& got) { return got.arguments[0] != "run"; },
                      .run = [&](const BusRequest&, auto&& finish) { late = finish; },
-                     .askerGone = [&](const std::string&) { ++gone; }});
+                     .requesterGone = [&](const std::string&) { ++gone; }});
   {
-    Asker asker("slow", milliseconds(50));
+    Requester requester("slow", milliseconds(50));
     ASSERT_TRUE(loop.runUntil([&] { return late != nullptr; }));
-    asker.bus.cancel();
-    ASSERT_TRUE(loop.runUntil([&] { return asker.isDone(); }));
-    const BusReply reply = asker.outcome.get().reply;
+    requester.bus.cancel();
+    ASSERT_TRUE(loop.runUntil([&] { return requester.isDone(); }));
+    const BusReply reply = requester.outcome.get().reply;
     EXPECT_EQ(reply.status, 3);
     EXPECT_THAT(reply.error, HasSubstr("hasn't answered"));
     EXPECT_EQ(gone, 0);
@@ -297,7 +298,7 @@ TEST_F(CommandBusTest, ACancelledAskerWaitsForNobodyWhoIsSilent) {
   EXPECT_TRUE(loop.runUntil([&] { return gone == 1; }));
 
   // Nobody takes this one as long as the owner lives, so there is nobody to be told.
-  Asker waits("run");
+  Requester waits("run");
   loop.runFor(milliseconds(20));
   EXPECT_FALSE(waits.isDone());
   waits.bus.cancel();

@@ -67,15 +67,15 @@ using Kept = std::conditional_t<std::is_same_v<std::decay_t<Parameter>, std::str
                                 std::string, std::decay_t<Parameter>>;
 
 /// Whoever asked has gone, and counts on nothing any more.
-struct AskerGone {};
+struct RequesterGone {};
 
 /// Answers the requests of one connection.
 class Conversation {
  public:
-  Conversation(MessageSocket socket, std::shared_ptr<OpenThings> things, long asker)
+  Conversation(MessageSocket socket, std::shared_ptr<OpenThings> things, long requester)
       : socket_(std::move(socket)),
         things_(std::move(things)),
-        files_([this] { progress(); }, asker) {}
+        files_([this] { progress(); }, requester) {}
 
   void goOn() {
     try {
@@ -83,7 +83,7 @@ class Conversation {
       while (auto request = socket_.receive()) {
         if (!answer(*request)) return;
       }
-    } catch (const AskerGone&) {
+    } catch (const RequesterGone&) {
     } catch (const std::bad_alloc&) {
       // The connection ends, which says it.
     }
@@ -91,7 +91,7 @@ class Conversation {
 
  private:
   void progress() {
-    if (!socket_.send("")) throw AskerGone();
+    if (!socket_.send("")) throw RequesterGone();
   }
 
   bool send(const auto& result) {
@@ -264,14 +264,14 @@ void serveFiles() {
   ::prctl(PR_SET_NAME, "vantorel-files");
   // A terminal's or session's end is for the one who asks to act on.
   for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(signal, SIG_IGN);
-  const long asker = ::getppid();
+  const long requester = ::getppid();
   if (::chdir("/") != 0) std::_Exit(1);
   MessageSocket control{FileDescriptor(STDIN_FILENO)};
   const auto things = std::make_shared<OpenThings>();
   while (auto connection = control.receiveDescriptor()) {
     try {
-      std::thread([socket = MessageSocket(std::move(*connection)), things, asker]() mutable {
-        Conversation(std::move(socket), things, asker).goOn();
+      std::thread([socket = MessageSocket(std::move(*connection)), things, requester]() mutable {
+        Conversation(std::move(socket), things, requester).goOn();
       }).detach();
     } catch (const std::system_error&) {
       continue;  // whoever asks sees the connection end

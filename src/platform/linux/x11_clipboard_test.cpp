@@ -65,7 +65,7 @@ class SavingManager {
         pollfd waiting{xcb_get_file_descriptor(connection_), POLLIN, 0};
         poll(&waiting, 1, 10);
       } else if ((event->response_type & 0x7f) == XCB_SELECTION_REQUEST) {
-        asker_ = *reinterpret_cast<xcb_selection_request_event_t*>(event.get());
+        requester_ = *reinterpret_cast<xcb_selection_request_event_t*>(event.get());
         xcb_convert_selection(connection_, window_, atom("CLIPBOARD"), atom("image/png"),
                               atom("SAVED"), XCB_CURRENT_TIME);
         xcb_flush(connection_);
@@ -90,18 +90,18 @@ class SavingManager {
     xcb_set_selection_owner(connection_, window_, atom("CLIPBOARD"), XCB_CURRENT_TIME);
     xcb_selection_notify_event_t done{};
     done.response_type = XCB_SELECTION_NOTIFY;
-    done.requestor = asker_.requestor;
-    done.selection = asker_.selection;
-    done.target = asker_.target;
-    done.property = asker_.property;
-    xcb_send_event(connection_, 0, asker_.requestor, 0, reinterpret_cast<const char*>(&done));
+    done.requestor = requester_.requestor;
+    done.selection = requester_.selection;
+    done.target = requester_.target;
+    done.property = requester_.property;
+    xcb_send_event(connection_, 0, requester_.requestor, 0, reinterpret_cast<const char*>(&done));
     xcb_flush(connection_);
   }
 
   xcb_connection_t* connection_;
   xcb_window_t root_;
   xcb_window_t window_;
-  xcb_selection_request_event_t asker_{};
+  xcb_selection_request_event_t requester_{};
   std::mutex mutex_;
   std::string saved_;
   std::atomic<bool> ends_ = false;

@@ -16,10 +16,10 @@ namespace vantorel {
 
 /// The side of a `CommandBus` that wants a command done. Lives on the bus worker's thread, but for
 /// `cancel` and `isCancelled`.
-class CommandBusAsker {
+class CommandBusRequester {
  public:
   /// An owner that was told to stop is waited for until it is silent for `silence`.
-  explicit CommandBusAsker(std::chrono::milliseconds silence) : silence_(silence) {}
+  explicit CommandBusRequester(std::chrono::milliseconds silence) : silence_(silence) {}
 
   /// What the owner tells meanwhile goes to `told`. Before `becomeOwnerOrAsk`.
   void onProgress(std::function<void(const BusProgress&)> told) { told_ = std::move(told); }

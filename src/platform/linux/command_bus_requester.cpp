@@ -1,4 +1,4 @@
-#include "platform/linux/command_bus_asker.hpp"
+#include "platform/linux/command_bus_requester.hpp"
 
 #include <poll.h>
 
@@ -17,7 +17,7 @@ namespace vantorel {
 using namespace command_bus_protocol;
 
 /// What asking an owner came to.
-enum class CommandBusAsker::Asked {
+enum class CommandBusRequester::Asked {
   answered,
   notTaken,  ///< it ended, or is about to, without having taken the command
   mustWait,  ///< it will not do it and ends by itself
@@ -74,15 +74,15 @@ bool requestName(sdbus::IConnection& connection, const std::string& name) {
 
 }  // namespace
 
-void CommandBusAsker::cancel() {
+void CommandBusRequester::cancel() {
   isCancelled_ = true;
   const std::uint64_t one = 1;
   (void)!::write(wake_.number(), &one, sizeof one);
 }
 
-CommandBusAsker::Asked CommandBusAsker::ask(sdbus::IConnection& connection,
-                                            const std::string& owner, const BusRequest& request,
-                                            BusReply& reply) {
+CommandBusRequester::Asked CommandBusRequester::ask(sdbus::IConnection& connection,
+                                                    const std::string& owner,
+                                                    const BusRequest& request, BusReply& reply) {
   // By its unique name: for that the bus never starts a program, and a later owner of the
   // well-known name is not taken for this one.
   const auto proxy = sdbus::createProxy(connection, owner, objectPath);
@@ -117,8 +117,8 @@ CommandBusAsker::Asked CommandBusAsker::ask(sdbus::IConnection& connection,
   return Asked::answered;
 }
 
-BusReply CommandBusAsker::await(sdbus::IConnection& connection, sdbus::IProxy& proxy,
-                                const std::string& id) {
+BusReply CommandBusRequester::await(sdbus::IConnection& connection, sdbus::IProxy& proxy,
+                                    const std::string& id) {
   std::optional<sdbus::Error> failure;
   // Without blocking in the call: progress and cancelling come meanwhile.
   proxy.callMethodAsync("Await")
@@ -154,9 +154,9 @@ BusReply CommandBusAsker::await(sdbus::IConnection& connection, sdbus::IProxy& p
   }
 }
 
-CommandBus::Started CommandBusAsker::becomeOwnerOrAsk(sdbus::IConnection& connection,
-                                                      const std::string& name,
-                                                      const BusRequest& request) {
+CommandBus::Started CommandBusRequester::becomeOwnerOrAsk(sdbus::IConnection& connection,
+                                                          const std::string& name,
+                                                          const BusRequest& request) {
   auto end = now() + joinBound;
   while (now() < end) {
     if (requestName(connection, name)) return {CommandBus::Role::owner, {}};
