@@ -15,14 +15,14 @@
 #include <vector>
 
 #include "base/log.hpp"
-#include "ui/alert_dialogs.hpp"
-#include "ui/capture_flash.hpp"
-#include "ui/countdown_window.hpp"
-#include "ui/desktop_cover.hpp"
-#include "ui/program_icon.hpp"
-#include "ui/qt_runner.hpp"
-#include "ui/qt_selection_overlay.hpp"
-#include "ui/qt_status_item.hpp"
+#include "ui/capture/capture_flash.hpp"
+#include "ui/capture/countdown_window.hpp"
+#include "ui/capture/desktop_cover.hpp"
+#include "ui/kit/alert_dialogs.hpp"
+#include "ui/kit/program_icon.hpp"
+#include "ui/kit/qt_runner.hpp"
+#include "ui/selection/qt_selection_overlay.hpp"
+#include "ui/tray/qt_status_item.hpp"
 
 namespace vantorel {
 namespace {

@@ -1,0 +1,106 @@
+#include "ui/kit/alert_dialogs.hpp"
+
+#include <QMessageBox>
+#include <QPushButton>
+#include <algorithm>
+#include <utility>
+
+#include "base/check.hpp"
+#include "base/log.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Without the letters that "&" would make shortcuts.
+QString plain(const std::string& text) {
+  return QString::fromStdString(text).replace(u'&', QStringLiteral("&&"));
+}
+
+}  // namespace
+
+void AlertDialogs::DeleteLater::operator()(QMessageBox* box) const {
+  box->hide();
+  box->deleteLater();  // it may be its own button that ends it
+}
+
+AlertDialogs::AlertDialogs() = default;
+
+AlertDialogs::~AlertDialogs() = default;
+
+AlertID AlertDialogs::ask(Alert alert, std::function<void(std::size_t)> answered) {
+  VT_CHECK(!alert.buttons.empty());
+  palette_.follow();
+  waiting_.push_back({++last_, std::move(alert), std::move(answered)});
+  if (waiting_.size() == 1) showFirst();
+  return last_;
+}
+
+void AlertDialogs::showFirst() {
+  const Alert& alert = waiting_.front().alert;
+  box_.reset(new QMessageBox);
+  box_->setWindowTitle(QStringLiteral("Vantorel"));
+  // The toolkit activates every modal window it shows, whatever the attribute below says.
+  box_->setWindowModality(alert.takesFocus ? Qt::ApplicationModal : Qt::NonModal);
+  // No window of ours is active when it comes, so the desktop would put it behind the others.
+  box_->setWindowFlag(Qt::WindowStaysOnTopHint);
+  box_->setTextFormat(Qt::PlainText);
+  box_->setIcon(alert.style == Alert::Style::warning ? QMessageBox::Warning
+                                                     : QMessageBox::Information);
+  box_->setText(QString::fromStdString(alert.message));
+  box_->setInformativeText(QString::fromStdString(alert.informative));
+  const std::size_t cancel = alert.cancelButton();
+  std::vector<QAbstractButton*> buttons;
+  for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
+    const AlertButton& button = alert.buttons[i];
+    QPushButton* const pushed =
+        box_->addButton(plain(button.label), i == cancel        ? QMessageBox::RejectRole
+                                             : button.isDefault ? QMessageBox::AcceptRole
+                                                                : QMessageBox::DestructiveRole);
+    pushed->setAutoDefault(true);  // Return presses the one with the focus
+    if (button.isDefault) box_->setDefaultButton(pushed);
+    if (i == cancel) box_->setEscapeButton(pushed);
+    buttons.push_back(pushed);
+  }
+  QObject::connect(box_.get(), &QMessageBox::finished, box_.get(), [this, buttons, cancel] {
+    const auto pressed = std::ranges::find(buttons, box_->clickedButton());
+    answered(pressed == buttons.end() ? cancel
+                                      : static_cast<std::size_t>(pressed - buttons.begin()));
+  });
+  box_->setAttribute(Qt::WA_ShowWithoutActivating, !alert.takesFocus);
+  box_->show();
+  if (alert.takesFocus) {
+    bringForward();
+  } else {
+    box_->raise();
+  }
+}
+
+void AlertDialogs::bringForward() {
+  if (box_ == nullptr) return;
+  box_->raise();
+  box_->activateWindow();
+}
+
+void AlertDialogs::answered(std::size_t button) {
+  if (box_ == nullptr) return;
+  const auto done = std::move(waiting_.front().answered);
+  dismiss(waiting_.front().id);
+  done(button);
+}
+
+void AlertDialogs::dismiss(AlertID question) {
+  const auto found = std::ranges::find(waiting_, question, &Waiting::id);
+  if (found == waiting_.end()) return;
+  const bool isShown = found == waiting_.begin();
+  waiting_.erase(found);
+  if (!isShown) return;
+  box_->disconnect();
+  box_.reset();
+  if (!waiting_.empty()) showFirst();
+}
+
+void AlertDialogs::notify(std::string title, std::string body) {
+  logInfo("Alerts", "{}: {}", title, body);
+}
+
+}  // namespace vantorel
