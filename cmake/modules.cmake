@@ -19,6 +19,16 @@ function(vantorel_compile_alone sources)
   set_source_files_properties(${alone} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
+# A part of the program that is loaded when it is needed, from ../lib/vantorel beside the program.
+# What it uses of vt_core comes from the program, so that both share one of each; the stamp tells one
+# of another build, as an update leaves beside a program that runs.
+function(vantorel_module target)
+  add_library(${target} MODULE ${ARGN})
+  target_link_libraries(${target} PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,vt_build_stamp>" vt_flags)
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden)
+  install(TARGETS ${target} LIBRARY DESTINATION lib/vantorel COMPONENT program)
+endfunction()
+
 # The headers every file pays for otherwise.
 function(vantorel_precompile target)
   target_precompile_headers(

@@ -1,6 +1,8 @@
 #include "main/scene_module.hpp"
 
-#include "main/program_module.hpp"
+#include <fmt/format.h>
+
+#include "platform/linux/program_module.hpp"
 #include "render/render_module.hpp"
 
 namespace vantorel {
@@ -10,14 +12,14 @@ CaptureAnnotator::Draw sceneDrawing(std::shared_ptr<const Files> files,
   return [files = std::move(files), codec = std::move(codec)](
              const EditorDocument& document, const Image& base, std::optional<double> captureScale,
              const ImageEncoding& encoding) -> Result<std::string> {
-    void* const entry = programModuleEntry("libvantorel_render.so", exportSceneName);
-    if (entry == nullptr) {
-      return failed(FailureKind::notFound,
-                    "The part of Vantorel that draws pictures is not installed.");
+    const auto entry = moduleEntry(modulesFolder() / "libvantorel_render.so", exportSceneName);
+    if (!entry) {
+      return failed(entry.error().kind, fmt::format("The part of Vantorel that draws pictures {}.",
+                                                    entry.error().reason));
     }
     Result<std::string> bytes;
-    reinterpret_cast<ExportScene>(entry)(document, base, captureScale, *files, *codec, encoding,
-                                         bytes);
+    reinterpret_cast<ExportScene>(*entry)(document, base, captureScale, *files, *codec, encoding,
+                                          bytes);
     return bytes;
   };
 }

@@ -1,6 +1,5 @@
 #include "platform/linux/linux_image_codec.hpp"
 
-#include <dlfcn.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 #include "platform/linux/jpeg_files.hpp"
 #include "platform/linux/png_files.hpp"
 #include "platform/linux/png_writer.hpp"
+#include "platform/linux/program_module.hpp"
 #include "platform/linux/webp_files.hpp"
 
 namespace vantorel {
@@ -57,30 +57,20 @@ std::unexpected<Failure> noMemory() {
   return failed(FailureKind::other, "there is not enough memory");
 }
 
-Path besideProgram() {
-  std::error_code error;
-  const Path program = std::filesystem::read_symlink("/proc/self/exe", error);
-  return program.parent_path().parent_path() / "lib" / "vantorel";
-}
-
 }  // namespace
 
-LinuxImageCodec::LinuxImageCodec() : LinuxImageCodec(besideProgram()) {}
+LinuxImageCodec::LinuxImageCodec() : LinuxImageCodec(modulesFolder()) {}
 
 LinuxImageCodec::LinuxImageCodec(Path moduleFolder) : moduleFolder_(std::move(moduleFolder)) {}
 
 Result<const HeifModule*> LinuxImageCodec::heif() const {
   const std::scoped_lock lock(loading_);
   if (heif_ != nullptr) return heif_;
-  const Path path = moduleFolder_ / "libvantorel_heif.so";
-  // Never unloaded: pictures it made may outlive this object.
-  void* const module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  void* const entry = module == nullptr ? nullptr : ::dlsym(module, heifModuleEntryName);
-  if (entry == nullptr) {
-    logWarning("Pictures", "no HEIC: {}", ::dlerror());
-    return failed(FailureKind::unsupported, "HEIC support is not installed");
+  const auto entry = moduleEntry(moduleFolder_ / "libvantorel_heif.so", heifModuleEntryName);
+  if (!entry) {
+    return failed(FailureKind::unsupported, "HEIC support " + entry.error().reason);
   }
-  heif_ = reinterpret_cast<HeifModuleEntry>(entry)();
+  heif_ = reinterpret_cast<HeifModuleEntry>(*entry)();
   return heif_;
 }
 

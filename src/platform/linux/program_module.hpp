@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "base/result.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// Where the parts of the program lie that are loaded when they are needed: "../lib/vantorel" from
+/// the program.
+[[nodiscard]] Path modulesFolder();
+
+/// Loads a module, for as long as the process runs, and answers its function `entry`. `notFound`
+/// when it is not installed, `unsupported` when it is of another build than this program, as an
+/// update leaves one beside a program that runs. The reason stands behind the part's name. Any
+/// thread.
+[[nodiscard]] Result<void*> moduleEntry(const Path& module, const std::string& entry);
+
+}  // namespace vantorel
