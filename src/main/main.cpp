@@ -23,6 +23,7 @@
 #include "platform/linux/loop_runner.hpp"
 #include "platform/linux/remote_files.hpp"
 #include "platform/linux/user_folders.hpp"
+#include "platform/linux/x_authority.hpp"
 
 namespace vantorel {
 namespace {
@@ -186,6 +187,7 @@ int run(int argc, char** argv) {
   }
 
   const auto files = std::make_shared<RemoteFiles>();
+  keepXAuthority(*files);
   // Asked before anything is built: most commands go to the program that runs already.
   CommandBus bus(CommandBus::nameFor(root, *files));
   std::optional<EndingSignals> signals(std::in_place, [&bus] { bus.cancel(); });

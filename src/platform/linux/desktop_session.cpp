@@ -1,7 +1,5 @@
 #include "platform/linux/desktop_session.hpp"
 
-#include <cstdlib>
-
 #include "base/log.hpp"
 #include "platform/linux/absent_desktop.hpp"
 #include "platform/linux/x11_clipboard.hpp"
@@ -9,12 +7,6 @@
 #include "platform/linux/x11_screen_capture.hpp"
 
 namespace vantorel {
-
-void nameXAuthority() {
-  if (const char* const home = std::getenv("HOME"); home != nullptr) {
-    ::setenv("XAUTHORITY", (std::string(home) + "/.Xauthority").c_str(), 0);
-  }
-}
 
 DesktopSession desktopSession(const EnvironmentLookup& environment) {
   const auto value = [&](const char* name) { return environment(name).value_or(""); };

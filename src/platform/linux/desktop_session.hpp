@@ -30,11 +30,6 @@ using EnvironmentLookup = std::function<std::optional<std::string>(const char* n
 /// comes before an X server, for the X server of a Wayland desktop shows none of its windows.
 [[nodiscard]] DesktopSession desktopSession(const EnvironmentLookup& environment);
 
-/// Puts the name of the X authority file into the environment where it is missing. Without it
-/// libXau makes the name in one buffer for all threads, and connections are made on several. Call
-/// before the first thread starts.
-void nameXAuthority();
-
 /// The desktop's services; none is null.
 struct DesktopServices {
   std::unique_ptr<ScreenCapture> screen;

@@ -19,6 +19,9 @@ namespace {
 
 using IfSilent = FileServerProcess::IfSilent;
 
+/// In bytes. A server that needs longer than for a look to send so much is taken for silent.
+constexpr std::uint64_t smallFile = std::uint64_t{16} << 20;
+
 std::unexpected<Failure> silence() {
   return failed(FailureKind::unreachable, "it does not answer");
 }
@@ -247,7 +250,11 @@ Result<RemoteFiles::Server> RemoteFiles::serverFor(const Path& from, const Path&
 Result<std::string> RemoteFiles::read(const Path& path, std::uint64_t limit) const {
   const Server server = VT_TRY(serverFor(path));
   if (!server) return local_.read(path, limit);
-  return longLook().ask<std::string>(*server, FileRequest::read, path, limit);
+  // A large file is waited for as contents are; of one that is not answered nobody knows how large
+  // it is.
+  if (limit > smallFile) VT_TRY(look().ask<FileStatus>(*server, FileRequest::status, path));
+  const Patience patience = limit > smallFile ? longLook() : look();
+  return patience.ask<std::string>(*server, FileRequest::read, path, limit);
 }
 
 Result<FileStatus> RemoteFiles::status(const Path& path) const {

@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 
 #include "platform/linux/remote_mounts.hpp"
+#include "platform/linux/x_authority.hpp"
 #include "platform/testing/served_mount.hpp"
 
 namespace vantorel {
@@ -198,6 +200,44 @@ TEST_F(RemoteFilesTest, WhatNeverAnswersHoldsAnotherProcessAlone) {
   EXPECT_THAT(namesIn(root / "served"), testing::IsEmpty());
   EXPECT_EQ(files.status(held->path() / "b").error().kind, FailureKind::unreachable)
       << "it went with its process";
+}
+
+TEST_F(RemoteFilesTest, WhereTheFirstByteDoesNotComeNobodyWaitsAsForAChange) {
+  RemoteFiles files({VANTOREL_FILE_SERVER}, {.look = 2s, .change = 1h});
+  std::ofstream(root / "served" / "a.json") << "{}";
+  mount->hangInReadsFrom(0);
+  for (const std::uint64_t limit : {std::uint64_t{1000}, UINT64_MAX}) {
+    EXPECT_EQ(files.read(root / "mount" / "a.json", limit).error().kind, FailureKind::unreachable);
+  }
+}
+
+TEST_F(RemoteFilesTest, TheDisplaysAuthorityIsReadForTheLibrariesThatWouldHang) {
+  RemoteFiles files = this->files(2s);
+  const std::string before = [] {
+    const char* const value = std::getenv("XAUTHORITY");
+    return value == nullptr ? "" : std::string(value);
+  }();
+  const std::string here = root / "here.png";
+  ::setenv("XAUTHORITY", here.c_str(), 1);
+  keepXAuthority(files);
+  EXPECT_EQ(std::getenv("XAUTHORITY"), here);
+
+  const std::string there = root / "mount" / ".Xauthority";
+  std::ofstream(there) << "a cookie";
+  for (const bool isSilent : {false, true}) {
+    ::setenv("XAUTHORITY", there.c_str(), 1);
+    if (isSilent) mount->hang();
+    keepXAuthority(files);
+    const std::string kept = std::getenv("XAUTHORITY");
+    EXPECT_FALSE(remoteMountOnTheWayTo(kept).has_value()) << kept;
+    EXPECT_EQ(bytesIn(kept), isSilent ? "" : "a cookie");
+    // The next process has the file's own name, and reads it anew.
+    nameXAuthority();
+    EXPECT_EQ(std::getenv("XAUTHORITY"), there);
+  }
+  EXPECT_FALSE(isHeld());
+  ::setenv("XAUTHORITY", before.c_str(), 1);
+  if (before.empty()) ::unsetenv("XAUTHORITY");
 }
 
 TEST_F(RemoteFilesTest, ContentsMayTakeLongButNotForEver) {

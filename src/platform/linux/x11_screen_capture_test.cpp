@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "platform/linux/desktop_session.hpp"
+#include "platform/linux/x_authority.hpp"
 #include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
 #include "platform/testing/desktop/test_loop.hpp"
