@@ -36,6 +36,9 @@ HistoryStore::HistoryStore(HistoryServices services, LibraryPaths paths)
       writer_(services_.clock, services_.main, services_.persist, storage_) {
   writer_.onForeign = [this](const ForeignIndex& foreign) {
     if (onForeignIndex) onForeignIndex(foreign);
+    if (foreign.load != IndexLoad::inUse) return;
+    loadOutcome_ = IndexLoad::inUse;
+    if (onTakenOver) onTakenOver();
   };
 }
 

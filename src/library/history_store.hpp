@@ -191,6 +191,10 @@ class HistoryStore {
   /// Called when another program's index was found in the place of the one in use.
   std::function<void(const ForeignIndex&)> onForeignIndex;
 
+  /// Called when another process turned out to have had the library meanwhile, and `load` is to be
+  /// called again: nothing is written until then.
+  std::function<void()> onTakenOver;
+
   /// Why the last write failed; nothing once one has landed.
   [[nodiscard]] const std::optional<std::string>& indexSaveFailure() const {
     return writer_.saveFailure();

@@ -113,6 +113,36 @@ TEST_F(HistoryStoreTest, ANewerIndexThatComesWhileItRunsEndsWriting) {
   EXPECT_THAT(told, ElementsAre(HasSubstr("a newer build wrote")));
 }
 
+TEST_F(HistoryStoreTest, WhatAnotherProcessWroteWhileTheLockWasLostIsReadAndNotWrittenOver) {
+  open();
+  add("a");
+  EXPECT_EQ(written(), "");
+  std::vector<std::string> told;
+  store->onForeignIndex = [&](const ForeignIndex& foreign) { told.push_back(foreign.sentence()); };
+  store->onTakenOver = [&] { store->load([] {}); };
+
+  // The process that served the disk has gone; nobody wrote, and nothing is told.
+  files.loseOpenFiles();
+  add("b");
+  EXPECT_EQ(written(), "");
+  EXPECT_THAT(told, IsEmpty());
+
+  files.loseOpenFiles();
+  std::string others = files.text(index);
+  others.replace(others.find("/b."), 3, "/X.");
+  files.put(index, others);
+  add("c");
+  EXPECT_THAT(written(), HasSubstr("another process changed the library meanwhile"));
+  EXPECT_THAT(told, ElementsAre(HasSubstr("The library is read again")));
+  EXPECT_EQ(files.text(index), others);
+  EXPECT_EQ(ids(store->entries()), "ab");
+  EXPECT_THAT(store->find("b")->path, HasSubstr("/X."));
+  EXPECT_EQ(store->indexRefusal(), std::nullopt);
+  add("d");
+  EXPECT_EQ(written(), "");
+  EXPECT_THAT(files.text(index), AllOf(HasSubstr("/X."), HasSubstr(R"("id":"d")")));
+}
+
 TEST_F(HistoryStoreTest, AcknowledgesOnlyWhatIsOnDisk) {
   open();
   EXPECT_EQ(written(), "");

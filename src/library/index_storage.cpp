@@ -140,6 +140,10 @@ bool allowsWrites(IndexLoad load) {
 }
 
 std::string ForeignIndex::sentence() const {
+  if (load == IndexLoad::inUse) {
+    return "Another process changed the library while its disk didn't answer. The library is read "
+           "again; what wasn't saved by then has to be done again.";
+  }
   if (!keptAs.empty()) {
     return fmt::format(
         "Another program replaced history.json. Vantorel goes on with its own; the "
@@ -350,6 +354,12 @@ bool IndexStorage::contentIsUnchanged() const {
          status->modified == contentStatus_.modified;
 }
 
+bool IndexStorage::lockMayHaveBeenLost() const {
+  if (!content_) return false;
+  const auto status = content_->status();
+  return !status && status.error().kind == FailureKind::unreachable;
+}
+
 void IndexStorage::forgetRuns() {
   for (Item& item : items_) item.run = {};
 }
@@ -386,6 +396,14 @@ Result<void> IndexStorage::keepForeign() {
     if (!found && found.error().kind == FailureKind::notFound) return {};
     if (!found) return std::unexpected(found.error());
     if (inPlace_ && isSameState(*found, *inPlace_)) return {};
+    if (lockMayHaveBeenLost()) {
+      logWarning(historyLog, "another process wrote the index while its disk did not answer");
+      foreign_.push_back({IndexLoad::inUse, {}});
+      giveLockBack();
+      return failed(FailureKind::busy,
+                    "another process changed the library meanwhile; it is read again, so try "
+                    "once more");
+    }
     const bool mayRead = found->type == FileType::regular && found->owner == userID_;
     const auto text = mayRead ? files_.read(paths_.index())
                               : failed(FailureKind::denied, "it is no file of this user");

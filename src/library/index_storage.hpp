@@ -35,7 +35,7 @@ enum class IndexLoad {
 /// An index that somebody else put in the place of the one in use: a backup, a synchroniser, an
 /// editor.
 struct ForeignIndex {
-  IndexLoad load = IndexLoad::read;  ///< what it is
+  IndexLoad load = IndexLoad::read;  ///< what it is; `inUse`: of who had the library meanwhile
   std::string keptAs;                ///< file name of its copy; empty when it stays where it is
 
   [[nodiscard]] std::string sentence() const;
@@ -133,7 +133,9 @@ class IndexStorage {
   /// is copied from the index as it was: one change among 100,000 entries (155 MB) takes 0.19 s and
   /// 85 ms of CPU until it is safely on disk, against 0.98 s and 816 ms with all of them encoded.
   /// What somebody else put in the index's place since we last read or wrote it is kept beside it
-  /// first; when it may not be written over, this fails.
+  /// first; when it may not be written over, this fails. Neither kept nor written over is what
+  /// another process wrote while the lock was lost with the process that served the disk: then the
+  /// lock is given back, and the library has to be opened again.
   [[nodiscard]] Result<void> write();
 
   /// What the last writes found in the index's place that was not ours.
@@ -158,6 +160,9 @@ class IndexStorage {
   [[nodiscard]] Result<void> keepForeign();
   [[nodiscard]] Result<ForeignIndex> park(const std::string& foreign);
   [[nodiscard]] bool isAsWritten(const std::string& text) const;
+  /// Whether what was open there went with the process that served its disk, and the lock with it:
+  /// it was taken anew, and somebody may have had it in between.
+  [[nodiscard]] bool lockMayHaveBeenLost() const;
   void forgetRuns();
 
   Files& files_;

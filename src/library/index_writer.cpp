@@ -25,6 +25,11 @@ IndexWriter::IndexWriter(const Clock& clock, std::shared_ptr<TaskRunner> main,
 void IndexWriter::opened(IndexLoad load, std::string holder) {
   load_ = load;
   holder_ = std::move(holder);
+  // Of the library as it was before, when this is not the first time.
+  pending_.clear();
+  unwritten_ = false;
+  failures_ = 0;
+  saveFailure_.reset();
 }
 
 std::optional<std::string> IndexWriter::refusal() const {
@@ -98,6 +103,7 @@ void IndexWriter::landed(Written written) {
   inFlight_ = false;
   for (const ForeignIndex& one : foreign) {
     if (!allowsWrites(one.load)) load_ = one.load;
+    if (one.load == IndexLoad::inUse) holder_ = "another process";
   }
   if (result) {
     landedSequence_ = sequence;

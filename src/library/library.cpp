@@ -44,6 +44,7 @@ void Library::open() {
   store_.onHeld = [this] {
     for (auto& go : std::exchange(waitingTillHeld_, {})) go();
   };
+  store_.onTakenOver = [this] { load(); };
   load();
 }
 

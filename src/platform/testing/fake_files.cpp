@@ -19,16 +19,28 @@ class FakeLock final : public FileLock {
 
 class FakeContent final : public FileContent {
  public:
-  explicit FakeContent(std::shared_ptr<FakeFiles::File> file) : file_(std::move(file)) {}
+  FakeContent(const FakeFiles& files, std::shared_ptr<FakeFiles::File> file)
+      : files_(files), generation_(files.generation), file_(std::move(file)) {}
 
-  [[nodiscard]] Result<FileStatus> status() const override { return file_->status; }
+  [[nodiscard]] Result<FileStatus> status() const override {
+    VT_TRY(served());
+    return file_->status;
+  }
   [[nodiscard]] Result<std::string> read(std::uint64_t offset,
                                          std::uint64_t length) const override {
+    VT_TRY(served());
     if (offset + length > file_->bytes.size()) return failed(FailureKind::other, "it is shorter");
     return file_->bytes.substr(offset, length);
   }
 
  private:
+  [[nodiscard]] Result<void> served() const {
+    if (generation_ == files_.generation) return {};
+    return failed(FailureKind::unreachable, "it does not answer");
+  }
+
+  const FakeFiles& files_;
+  int generation_;
   std::shared_ptr<FakeFiles::File> file_;
 };
 
@@ -78,6 +90,25 @@ Result<void> FakeFiles::change() {
   return {};
 }
 
+Result<void> FakeFiles::answers(const Path& path) const {
+  const auto isAbove = [&](const Path& folder) {
+    return std::ranges::mismatch(folder, path).in1 == folder.end();
+  };
+  if (std::ranges::none_of(silent, isAbove)) return {};
+  return failed(FailureKind::unreachable, "it does not answer");
+}
+
+Result<void> FakeFiles::makeMove(const Path& from, const Path& to,
+                                 const std::function<Result<void>()>& make) {
+  VT_TRY(answers(from));
+  VT_TRY(answers(to));
+  const bool isCounted = from.parent_path() == silencing || to.parent_path() == silencing;
+  if (!isCounted || silenceAtMove == 0 || --silenceAtMove > 0) return make();
+  silent.insert(silencing);
+  if (isUnansweredMade) (void)make();
+  return failed(FailureKind::unreachable, "it does not answer");
+}
+
 Result<void> FakeFiles::parentExists(const Path& path) const {
   if (!folders.contains(path.parent_path())) return missing();
   if (path.filename().native().size() > longestFileName) {
@@ -108,6 +139,7 @@ Result<std::shared_ptr<FakeFiles::File>> FakeFiles::file(const Path& path) const
 }
 
 Result<std::string> FakeFiles::read(const Path& path, std::uint64_t limit) const {
+  VT_TRY(answers(path));
   const auto link = links.find(path);
   const auto found = VT_TRY(file(link == links.end() ? path : link->second));
   if (found->bytes.size() > limit) return failed(FailureKind::tooLarge, "the file is too large");
@@ -115,6 +147,7 @@ Result<std::string> FakeFiles::read(const Path& path, std::uint64_t limit) const
 }
 
 Result<FileStatus> FakeFiles::status(const Path& path) const {
+  VT_TRY(answers(path));
   if (folders.contains(path)) {
     return FileStatus{FileType::folder, 0, 0, device(path), folderNumber(path), 0700, 0};
   }
@@ -123,6 +156,7 @@ Result<FileStatus> FakeFiles::status(const Path& path) const {
 }
 
 Result<std::vector<FolderItem>> FakeFiles::list(const Path& folder) const {
+  VT_TRY(answers(folder));
   if (!folders.contains(folder)) return missing();
   std::vector<FolderItem> items;
   for (const std::string& name : names(folder)) items.push_back({name, FileType::regular});
@@ -135,6 +169,7 @@ Result<std::vector<FolderItem>> FakeFiles::list(const Path& folder) const {
 }
 
 Result<Path> FakeFiles::resolved(const Path& path) const {
+  VT_TRY(answers(path));
   const auto link = links.find(path);
   const Path found = link == links.end() ? path : link->second;
   if (!disk.contains(found) && !folders.contains(found)) return missing();
@@ -142,6 +177,7 @@ Result<Path> FakeFiles::resolved(const Path& path) const {
 }
 
 Result<FolderLocation> FakeFiles::location(const Path& folder) const {
+  VT_TRY(answers(folder));
   if (!folders.contains(folder)) return missing();
   if (withoutLocation.contains(folder)) return failed(FailureKind::unsupported, "it does not say");
   Path mount = "/";
@@ -157,6 +193,7 @@ Result<FolderLocation> FakeFiles::location(const Path& folder) const {
 }
 
 Result<std::unique_ptr<FolderHandle>> FakeFiles::hold(const Path& folder) const {
+  VT_TRY(answers(folder));
   if (!folders.contains(folder)) return missing();
   return std::make_unique<FakeFolder>(folder);
 }
@@ -170,6 +207,7 @@ Result<void> FakeFiles::makeFolder(const Path& folder, Privacy) {
 
 Result<void> FakeFiles::create(const Path& path, std::string_view bytes, Privacy privacy,
                                Durability) {
+  VT_TRY(answers(path));
   VT_TRY(change());
   VT_TRY(parentExists(path));
   if (disk.contains(path)) return failed(FailureKind::exists, "the file exists");
@@ -199,7 +237,8 @@ Result<void> FakeFiles::replaceAsked(const Path& path, std::string_view bytes, P
 }
 
 Result<std::shared_ptr<FileContent>> FakeFiles::open(const Path& path) const {
-  return std::make_shared<FakeContent>(VT_TRY(file(path)));
+  VT_TRY(answers(path));
+  return std::make_shared<FakeContent>(*this, VT_TRY(file(path)));
 }
 
 Result<std::shared_ptr<FileContent>> FakeFiles::replaceWithParts(
@@ -230,6 +269,10 @@ Result<Tightening> FakeFiles::makeOwnerOnly(const Path& path) {
 }
 
 Result<void> FakeFiles::moveNew(const Path& from, const Path& to) {
+  return makeMove(from, to, [&] { return moveAnswered(from, to); });
+}
+
+Result<void> FakeFiles::moveAnswered(const Path& from, const Path& to) {
   VT_TRY(change());
   const bool isFolder = folders.contains(from);
   const auto moved = isFolder ? nullptr : VT_TRY(file(from));
@@ -266,6 +309,7 @@ void FakeFiles::renameFolder(const Path& from, const Path& to) {
 }
 
 Result<void> FakeFiles::linkNew(const Path& from, const Path& to) {
+  VT_TRY(answers(from));
   VT_TRY(change());
   const auto linked = VT_TRY(file(from));
   VT_TRY(parentExists(to));
@@ -279,6 +323,7 @@ Result<void> FakeFiles::linkNew(const Path& from, const Path& to) {
 
 // A copy that is stopped in the middle leaves half a file, as it does on a disk.
 Result<void> FakeFiles::copyNew(const Path& from, const Path& to) {
+  VT_TRY(answers(from));
   const auto source = VT_TRY(file(from));
   VT_TRY(create(to, source->bytes.substr(0, source->bytes.size() / 2), Privacy::ownerOnly,
                 Durability::visible));
@@ -294,6 +339,10 @@ Result<void> FakeFiles::copyNew(const Path& from, const Path& to) {
 }
 
 Result<void> FakeFiles::remove(const Path& path) {
+  return makeMove(path, path, [&] { return removeAnswered(path); });
+}
+
+Result<void> FakeFiles::removeAnswered(const Path& path) {
   VT_TRY(change());
   if (readOnly.contains(path.parent_path()) && status(path)) {
     return failed(FailureKind::denied, "read-only file system");

@@ -47,6 +47,19 @@ class FakeFiles final : public Files {
   /// Bytes that `replaceWithParts` took from open files so far.
   std::uint64_t copiedBytes = 0;
 
+  /// Folders on a disk that does not answer: everything in them fails with `unreachable`.
+  std::set<Path> silent;
+
+  /// The n-th move or removal from now (1 is the next) that changes `silencing` is not answered,
+  /// and the folder is silent from then on; 0 is off. It may be made all the same.
+  int silenceAtMove = 0;
+  Path silencing;
+  bool isUnansweredMade = false;
+
+  /// What is open by now goes with the process that served it.
+  void loseOpenFiles() { ++generation; }
+  int generation = 0;
+
   /// Changes are made, and their folders cannot be flushed.
   bool flushesFail = false;
 
@@ -106,11 +119,16 @@ class FakeFiles final : public Files {
 
  private:
   [[nodiscard]] Result<void> change();
+  [[nodiscard]] Result<void> answers(const Path& path) const;
+  Result<void> makeMove(const Path& from, const Path& to,
+                        const std::function<Result<void>()>& make);
   Result<void> replaceAsked(const Path& path, std::string_view bytes, Privacy privacy,
                             const std::function<Result<void>()>& mayReplace);
   [[nodiscard]] Result<void> parentExists(const Path& path) const;
   [[nodiscard]] std::uint64_t device(const Path& path) const;
   [[nodiscard]] std::uint64_t folderNumber(const Path& folder) const;
+  Result<void> moveAnswered(const Path& from, const Path& to);
+  Result<void> removeAnswered(const Path& path);
   void renameFolder(const Path& from, const Path& to);
   [[nodiscard]] Result<std::shared_ptr<File>> file(const Path& path) const;
 
