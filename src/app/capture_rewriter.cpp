@@ -41,6 +41,11 @@ std::string_view coveredInFile(const ScreenshotEntry& entry) {
 
 namespace {
 
+constexpr std::string_view unsettledRemark =
+    ", so it isn't known yet what came of it. The capture is as it was, and Vantorel clears up "
+    "when "
+    "the disk answers";
+
 std::string remarkOn(const RewriteJournal::Left& left) {
   return fmt::format(
       "The file before it, {}, could not be removed ({}). It stays there until \"vantorel library "
@@ -140,8 +145,8 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
   }
   services_.work->post(
       [source, change, asked = entry, journal = journal_, files = services_.files,
-       codec = services_.codec, quality = services_.settings->values().jpegQuality,
-       main = services_.main,
+       codec = services_.codec, entries = services_.library->store().entries(),
+       quality = services_.settings->values().jpegQuality, main = services_.main,
        landed = alive_.guard([this, entry, source,
                               finished = std::move(finished)](Rewritten& result) mutable {
          if (!result || !*result) {
@@ -150,7 +155,10 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
                             entry, "The file is as it should be already; nothing was changed."})
                       : RewriteReply(std::unexpected(result.error()));
            return endJournal(entry->id, [reply = std::move(reply), finished = std::move(finished)](
-                                            const auto&) { finished(reply); });
+                                            const RewriteJournal::Ended& ended) mutable {
+             if (!reply && ended.isUnsettled) reply.error() += unsettledRemark;
+             finished(reply);
+           });
          }
          fileAway(*entry, source, **result, std::move(finished));
        })]() mutable {
@@ -163,6 +171,7 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
           if (!away.empty()) {
             return std::unexpected("The capture can't be changed: " + std::string(away));
           }
+          journal->settle(entries);
           const auto begun = journal->begin(asked->id, source.path, source.keepOriginalAs);
           if (!begun) {
             return std::unexpected(sentence(
@@ -210,9 +219,9 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
     }
     const EntryPointer entry = services_.library->store().find(id);
     if (!entry) return finished(std::unexpected("The capture has left History."));
-    endJournal(id, [entry, remark = std::move(remark), finished = std::move(finished)](
-                       const std::optional<RewriteJournal::Left>& left) {
-      finished(RewrittenCapture{entry, left ? remark + " " + remarkOn(*left) : remark});
+    endJournal(id, [entry, remark = std::move(remark),
+                    finished = std::move(finished)](const RewriteJournal::Ended& ended) {
+      finished(RewrittenCapture{entry, ended.left ? remark + " " + remarkOn(*ended.left) : remark});
     });
   }));
 }
@@ -221,7 +230,7 @@ void CaptureRewriter::endJournal(const std::string& id, Ended then) {
   services_.work->post([journal = journal_, id, entries = services_.library->store().entries(),
                         main = services_.main, reply = alive_.guard(std::move(then))]() mutable {
     main->post(
-        [left = journal->end(id, entries), reply = std::move(reply)]() mutable { reply(left); });
+        [ended = journal->end(id, entries), reply = std::move(reply)]() mutable { reply(ended); });
   });
 }
 

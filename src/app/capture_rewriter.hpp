@@ -66,7 +66,7 @@ class CaptureRewriter {
                 const CaptureTranscoder::Result& result, Done finished);
 
   /// Clears up after a rewrite, and tells `then` what stays of it.
-  using Ended = std::move_only_function<void(const std::optional<RewriteJournal::Left>&)>;
+  using Ended = std::move_only_function<void(const RewriteJournal::Ended&)>;
   void endJournal(const std::string& id, Ended then);
 
   Services services_;

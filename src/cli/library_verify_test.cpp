@@ -299,7 +299,7 @@ TEST_F(LibraryVerifyTest, RepairRemovesWhatWasReplacedAndNotRemoved) {
   ASSERT_TRUE(rewrites.begin("a", old, std::nullopt).has_value());
   ASSERT_TRUE(rewrites.willMake("a", made, files->status(made)->inode).has_value());
   files->readOnly = {"/captures"};
-  EXPECT_TRUE(rewrites.end("a", store.entries()).has_value());
+  EXPECT_TRUE(rewrites.end("a", store.entries()).left.has_value());
   trash.failing[old] = FailureKind::denied;
   const std::string found = "replaced and still there\t" + old;
   EXPECT_THAT(verify(true).output, AllOf(HasSubstr(found + "\n"), Not(HasSubstr("without entry"))));

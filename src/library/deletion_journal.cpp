@@ -1,6 +1,8 @@
 #include "library/deletion_journal.hpp"
 
 #include <cstdlib>
+#include <string_view>
+#include <unordered_set>
 
 #include "base/json_record.hpp"
 #include "base/path_text.hpp"
@@ -13,6 +15,7 @@ struct StoredItem {
   std::string id;
   std::optional<std::string> file;
   std::optional<std::string> original;
+  std::optional<double> mayLandUntil;
   json::Object extra;
 
   template <class V, class S>
@@ -20,6 +23,7 @@ struct StoredItem {
     v.required("id", item.id);
     v.field("file", item.file);
     v.field("original", item.original);
+    v.field("mayLandUntil", item.mayLandUntil);
     v.rest(item.extra);
   }
 };
@@ -60,8 +64,8 @@ std::optional<DeletionJournal> fromStored(std::string_view text) {
   auto stored = json::fromText<StoredJournal>(text);
   if (!stored) return std::nullopt;
   for (StoredItem& item : stored->items) {
-    journal.items.push_back(
-        {std::move(item.id), item.file.transform(fromText), item.original.transform(fromText)});
+    journal.items.push_back({std::move(item.id), item.file.transform(fromText),
+                             item.original.transform(fromText), item.mayLandUntil});
   }
   journal.offersUndo = stored->offersUndo;
   journal.surplus = std::move(stored->surplus);
@@ -73,6 +77,9 @@ bool isReadable(std::string_view text) { return fromStored(text).has_value(); }
 }  // namespace
 
 void DeletionJournal::append(const DeletionJournal& other) {
+  std::unordered_set<std::string_view> renewed;
+  for (const Item& item : other.items) renewed.insert(item.id);
+  std::erase_if(items, [&](const Item& item) { return renewed.contains(item.id); });
   items.insert(items.end(), other.items.begin(), other.items.end());
   surplus.insert(surplus.end(), other.surplus.begin(), other.surplus.end());
   offersUndo |= other.offersUndo;
@@ -85,8 +92,11 @@ Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
   StoredJournal stored{
       .items = {}, .offersUndo = journal.offersUndo, .surplus = journal.surplus, .extra = {}};
   for (const DeletionJournal::Item& item : journal.items) {
-    stored.items.push_back(
-        {item.id, item.file.transform(toText), item.original.transform(toText), {}});
+    stored.items.push_back({item.id,
+                            item.file.transform(toText),
+                            item.original.transform(toText),
+                            item.mayLandUntil,
+                            {}});
   }
   return files.replace(paths.deletions(), json::toText(stored), Privacy::ownerOnly);
 }

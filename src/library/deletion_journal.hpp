@@ -20,6 +20,9 @@ struct DeletionJournal {
     /// the inode. Nothing for a file that is to stay.
     std::optional<std::uint64_t> file{};
     std::optional<std::uint64_t> original{};
+
+    /// Of one whose files did not answer: see `mayStillLand`.
+    std::optional<double> mayLandUntil{};
   };
   std::vector<Item> items;
   bool offersUndo = false;
@@ -28,6 +31,8 @@ struct DeletionJournal {
   std::vector<std::string> surplus;
 
   [[nodiscard]] bool isEmpty() const { return items.empty() && surplus.empty(); }
+
+  /// What is named already is named anew.
   void append(const DeletionJournal& other);
 };
 

@@ -1,5 +1,7 @@
 #include "library/deletion_queue.hpp"
 
+#include <algorithm>
+
 #include "base/log.hpp"
 #include "library/sliced_work.hpp"
 
@@ -71,14 +73,25 @@ void DeletionQueue::flushIndex(std::move_only_function<void(const Result<void>&)
 
 void DeletionQueue::closeJournal(bool isSaved, const DeletionJournal& current) {
   if (current.isEmpty()) return;
-  if (!isSaved) return unsaved_.append(current);
-  unsaved_ = {};
-  services_.work->post([&files = services_.files, paths = services_.store.paths()] {
-    const auto removed = writeDeletionJournal(files, paths, {});
-    if (!removed) {
-      logWarning("History", "the deletion journal stays: {}", removed.error().reason);
-    }
-  });
+  unended_.append(current);
+  if (!isSaved) return;
+  unended_.surplus.clear();
+  std::erase_if(unended_.items,
+                [](const DeletionJournal::Item& item) { return !item.mayLandUntil; });
+  services_.work->post(
+      [&files = services_.files, paths = services_.store.paths(), journal = unended_] {
+        const auto written = writeDeletionJournal(files, paths, journal);
+        if (!written) {
+          logWarning("History", "the deletion journal stays: {}", written.error().reason);
+        }
+      });
+}
+
+bool DeletionQueue::isUnsettled() const {
+  return isUndoUnsettled ||
+         std::ranges::any_of(unended_.items, [](const DeletionJournal::Item& item) {
+           return item.mayLandUntil.has_value();
+         });
 }
 
 }  // namespace vantorel

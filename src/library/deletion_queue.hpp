@@ -73,19 +73,28 @@ class DeletionQueue {
   /// Writes the index.
   void flushIndex(std::move_only_function<void(const Result<void>&)> then);
 
-  /// What journals go on naming: deletions whose end is not in the index on disk.
-  [[nodiscard]] const DeletionJournal& unsaved() const { return unsaved_; }
+  /// What journals go on naming: deletions whose end is not in the index on disk, or not known.
+  [[nodiscard]] const DeletionJournal& unended() const { return unended_; }
 
-  /// Removes the journal of the operation under way. An index that was not saved still has entries
-  /// whose files went: the next journal names them too.
+  /// Takes the operation under way out of the journal, but for items whose files did not answer. An
+  /// index that was not saved still has entries whose files went: then all stay.
   void closeJournal(bool isSaved, const DeletionJournal& current);
+
+  /// From now on the journal names this; the caller writes it.
+  void keep(DeletionJournal unended) { unended_ = std::move(unended); }
+
+  /// Whether there is something of which it is not known what came of it.
+  [[nodiscard]] bool isUnsettled() const;
+
+  /// The same of an undo: the file that keeps it must not be replaced.
+  bool isUndoUnsettled = false;
 
  private:
   void startNext();
 
   Services services_;
   std::shared_ptr<HistoryTrash> trash_;
-  DeletionJournal unsaved_;
+  DeletionJournal unended_;
   std::vector<EntryClaim> claims_;  // of the operation under way
   std::deque<Operation> waiting_;
   bool isBusy_ = false;

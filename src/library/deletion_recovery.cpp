@@ -8,6 +8,7 @@
 
 #include "base/log.hpp"
 #include "library/history_log.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -23,17 +24,19 @@ struct DeletionRecovery::Found {
   DeletionJournal journal;
   std::vector<RemovedEntry> removed;
   std::optional<PendingUndo> pending;
+  DeletionJournal unsettled{};  // of which it is not known where the files are
 
   static Found look(const Files& files, const LibraryPaths& paths, HistoryTrash& trash,
-                    const EntryList& entries);
+                    const EntryList& entries, double now);
   bool offerRemoved(const Clock& clock);
 };
 
 /// Looks where the files of what was under way are, and carries on their way to the Trash.
 DeletionRecovery::Found DeletionRecovery::Found::look(const Files& files, const LibraryPaths& paths,
-                                                      HistoryTrash& trash,
-                                                      const EntryList& entries) {
+                                                      HistoryTrash& trash, const EntryList& entries,
+                                                      double now) {
   Found found{readDeletionJournal(files, paths), {}, readPendingUndo(files, paths)};
+  found.unsettled.offersUndo = found.journal.offersUndo;
   std::unordered_map<std::string_view, const DeletionJournal::Item*> named;
   for (const DeletionJournal::Item& item : found.journal.items) named.emplace(item.id, &item);
   if (named.empty()) return found;
@@ -54,14 +57,27 @@ DeletionRecovery::Found DeletionRecovery::Found::look(const Files& files, const 
   }
   for (const TrashCandidate& candidate : trashCandidates(files, entries, going)) {
     const std::string& id = candidate.entry->id;
-    const DeletionJournal::Item& item = *named.at(id);
-    if (const auto listed = known.find(id);
-        listed != known.end() && !files.status(candidate.entry->path)) {
+    DeletionJournal::Item item = *named.at(id);
+    const auto listed = known.find(id);
+    const auto status = listed == known.end() ? Result<FileStatus>(FileStatus())
+                                              : files.status(candidate.entry->path);
+    if (!status && !isUnanswered(status.error())) {
       found.removed.push_back(*listed->second);
-    } else if (!item.file && taken.contains(candidate.entry->path)) {
+      continue;
+    }
+    if (!item.file && taken.contains(candidate.entry->path)) {
       found.removed.push_back({.entry = candidate.entry});
-    } else if (auto removed = trash.resume(candidate, item)) {
-      found.removed.push_back(*std::move(removed));
+      continue;
+    }
+    auto resumed =
+        status ? trash.resume(candidate, item) : HistoryTrash::Resumed{.isUnanswered = true};
+    if (resumed.removed) {
+      found.removed.push_back(*std::move(resumed.removed));
+    } else if (resumed.isUnanswered) {
+      item.mayLandUntil = 0;
+      found.unsettled.items.push_back(std::move(item));
+    } else if (item.mayLandUntil && mayStillLand(*item.mayLandUntil, now)) {
+      found.unsettled.items.push_back(std::move(item));
     }
   }
   notePlaces(found.removed, entries);
@@ -104,7 +120,8 @@ void DeletionRecovery::start(DeletionQueue::Operation done) {
   }
   queue_.onWork(
       [&files = services_.files, paths = services_.store.paths(), trash = queue_.trash(),
-       entries = services_.store.entries()] { return Found::look(files, paths, *trash, entries); },
+       entries = services_.store.entries(),
+       now = services_.clock.now()] { return Found::look(files, paths, *trash, entries, now); },
       [this, done = std::move(done)](Found found) mutable {
         std::vector<std::string> ids;
         for (const RemovedEntry& removed : found.removed) ids.push_back(removed.entry->id);
@@ -135,13 +152,15 @@ void DeletionRecovery::finish(Found found, bool isSaved, DeletionQueue::Operatio
   }
   queue_.onWork(
       [&files = services_.files, paths = services_.store.paths(), trash = queue_.trash(),
-       surplus = std::move(found.journal.surplus), entries = services_.store.entries()] {
+       surplus = std::move(found.journal.surplus), entries = services_.store.entries(),
+       unsettled = found.unsettled] {
         trash->discard(surplus, entries);
-        return writeDeletionJournal(files, paths, {});
+        return writeDeletionJournal(files, paths, unsettled);
       },
       // A journal that stays is read again, and finds nothing left to do.
-      [this, pending = std::move(found.pending),
+      [this, unsettled = found.unsettled, pending = std::move(found.pending),
        done = std::move(done)](const Result<void>&) mutable {
+        queue_.keep(std::move(unsettled));
         if (!pending || !pending->isBegun) {
           undo_.offerAgain(std::move(pending));
           return queue_.end(std::move(done));

@@ -1,5 +1,7 @@
 #include "library/deletion_undo.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -60,6 +62,7 @@ struct DeletionUndo::Undoing {
   std::vector<HistoryTrash::Restored> restored;
   bool wasBegun = false;  // by an earlier run
   RemovedBatch again;
+  RemovedBatch unanswered;  // it is not known whether they are back
   UndoOutcome outcome;
   std::move_only_function<void(UndoOutcome)> done;
 };
@@ -110,6 +113,18 @@ void DeletionUndo::removeKept() {
   });
 }
 
+/// The next look carries it on.
+void DeletionUndo::keepBegun(RemovedBatch batch) {
+  queue_.isUndoUnsettled = true;
+  services_.work->post(
+      [&files = services_.files, paths = services_.store.paths(),
+       pending = PendingUndo{std::move(batch), undoDeadline(services_.clock), true}] {
+        const auto written = writePendingUndo(files, paths, pending);
+        // What was written when it began names these and more.
+        if (!written) logWarning(historyLog, "the undo was not kept: {}", written.error().reason);
+      });
+}
+
 void DeletionUndo::undo(std::move_only_function<void(UndoOutcome)> done) {
   queue_.enqueue([this, done = std::move(done)]() mutable {
     if (pending_) return start(false, std::move(done));
@@ -126,6 +141,7 @@ void DeletionUndo::start(bool wasBegun, std::move_only_function<void(UndoOutcome
   auto state = std::make_shared<Undoing>();
   state->items = std::move(pending_->items);
   state->wasBegun = wasBegun;
+  queue_.isUndoUnsettled = false;
   state->done = std::move(done);
   timer_.renew();
   pending_.reset();
@@ -184,12 +200,16 @@ void DeletionUndo::insertSome(Undoing& state, std::size_t begin, std::size_t end
   services_.store.insertEntries(std::move(placed));
 }
 
-/// Nothing has moved: everything can be undone again.
+/// Nothing has moved, unless an earlier attempt did it: everything can be undone again.
 void DeletionUndo::giveUp(const std::shared_ptr<Undoing>& state, const std::string& reason) {
   for (const RemovedEntry& item : state->items) {
     state->outcome.failures.push_back({item.entry->id, std::string(notRestored) + reason});
   }
-  keepAndOffer({std::move(state->items)});
+  if (state->wasBegun) {
+    keepBegun({std::move(state->items)});
+  } else {
+    keepAndOffer({std::move(state->items)});
+  }
   queue_.end([state] { state->done(std::move(state->outcome)); });
 }
 
@@ -223,6 +243,11 @@ void DeletionUndo::adoptSome(Undoing& state, std::size_t begin, std::size_t end)
     HistoryTrash::Restored restored = std::move(state.restored[i]);
     const std::string& id = restored.entry->id;
     if (restored.failure) state.outcome.failures.push_back({id, *restored.failure});
+    if (restored.isUnanswered) {
+      // Its entry waits for it.
+      state.unanswered.items.push_back(std::move(restored.again));
+      continue;
+    }
     if (!restored.failure || restored.hasBackingImage) {
       state.outcome.restored.push_back(id);
       continue;
@@ -236,7 +261,10 @@ void DeletionUndo::adoptSome(Undoing& state, std::size_t begin, std::size_t end)
 
 void DeletionUndo::finish(const std::shared_ptr<Undoing>& state, const Result<void>& saved) {
   if (!saved) state->outcome.indexNotSaved = saved.error().reason;
-  if (!state->again.items.empty()) {
+  if (!state->unanswered.items.empty()) {
+    std::ranges::move(state->again.items, std::back_inserter(state->unanswered.items));
+    keepBegun(std::move(state->unanswered));
+  } else if (!state->again.items.empty()) {
     keepAndOffer(std::move(state->again));
   } else if (saved) {
     removeKept();

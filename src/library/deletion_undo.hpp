@@ -46,6 +46,7 @@ class DeletionUndo {
   void keepAndOffer(RemovedBatch batch);
   void offerFor(std::chrono::nanoseconds left, RemovedBatch batch);
   void removeKept();
+  void keepBegun(RemovedBatch batch);
 
   void start(bool wasBegun, std::move_only_function<void(UndoOutcome)> done);
   void begin(const std::shared_ptr<Undoing>& state);

@@ -16,6 +16,11 @@ namespace vantorel {
 namespace {
 
 constexpr std::string_view notMoved = "move to Trash failed: ";
+constexpr std::string_view undoNotEnded =
+    "an undo before it has not ended, since its disk does not answer";
+
+/// Between two looks at what a silent disk made of a change.
+constexpr std::chrono::seconds lookAgainPause{30};
 
 bool isInside(const Path& path, const Path& folder) {
   return std::ranges::mismatch(folder, path).in1 == folder.end();
@@ -34,6 +39,11 @@ struct Moved {
   RemovedBatch batch{};  // the same, to be undone
   std::vector<TrashSweep::Failure> failures{};
   DeletionJournal journal{};
+
+  /// The journal's item stays: it is not known where the files are.
+  void doubt(const std::string& id) {
+    std::ranges::find(journal.items, id, &DeletionJournal::Item::id)->mayLandUntil = 0;
+  }
 };
 
 }  // namespace
@@ -67,11 +77,37 @@ std::string deletedFeedback(std::size_t count) {
   return fmt::format("{} {} deleted", count, count == 1 ? "capture" : "captures");
 }
 
+void HistoryDeletion::recover(std::move_only_function<void()> done) {
+  recovery_.recover([this, done = std::move(done)]() mutable {
+    lookAgainLater();
+    done();
+  });
+}
+
+void HistoryDeletion::undo(std::move_only_function<void(UndoOutcome)> done) {
+  settleFirst();
+  undo_.undo([this, done = std::move(done)](UndoOutcome outcome) mutable {
+    lookAgainLater();
+    done(std::move(outcome));
+  });
+}
+
+void HistoryDeletion::settleFirst() {
+  if (queue_.isUnsettled()) recover([] {});
+}
+
+void HistoryDeletion::lookAgainLater() {
+  if (!queue_.isUnsettled()) return;
+  timer_.renew();
+  services_.main->postAfter(lookAgainPause, timer_.guard([this] { settleFirst(); }));
+}
+
 // Deleting: the journal, the files, the undo, then the index. Whenever the run ends in between, the
 // next one knows of each file where it is.
 
 void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
                             std::move_only_function<void(const TrashSweep&)> done) {
+  settleFirst();
   queue_.enqueue([this, ids, undo, done = std::move(done)]() mutable {
     auto state =
         std::make_shared<Sweeping>(Sweeping{.ids = ids, .undo = undo, .done = std::move(done)});
@@ -97,7 +133,9 @@ void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
 
 void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t end) {
   // Files that went while the index stays as it was would leave entries of nothing behind.
-  const auto refusal = services_.store.indexRefusal();
+  auto refusal = services_.store.indexRefusal();
+  // What it keeps on the disk would give way to what keeps this one's.
+  if (!refusal && state.undo == Undo::offered && queue_.isUndoUnsettled) refusal = undoNotEnded;
   for (std::size_t i = begin; i < end; ++i) {
     const std::string& id = state.ids[i];
     const EntryPointer entry = services_.store.find(id);
@@ -122,7 +160,7 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
   queue_.onWork(
       [&files = services_.files, paths = services_.store.paths(), trash = queue_.trash(),
        entries = services_.store.entries(), going = std::move(state->going),
-       unsaved = queue_.unsaved(), isOffered = state->undo == Undo::offered,
+       unended = queue_.unended(), isOffered = state->undo == Undo::offered,
        &clock = services_.clock] {
         Moved moved;
         if (going.empty()) return moved;
@@ -132,7 +170,7 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
         const auto refuse = [&](const std::string& id, const std::string& reason) {
           moved.failures.push_back({id, std::string(notMoved) + reason});
         };
-        DeletionJournal whole = unsaved;
+        DeletionJournal whole = unended;
         whole.append(moved.journal);
         // Without a journal, nobody would know afterwards where the files went.
         if (const auto written = writeDeletionJournal(files, paths, whole); !written) {
@@ -146,8 +184,9 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
           if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
             moved.removed.push_back(*std::move(removed));
           } else {
-            moved.failures.push_back(
-                {one.entry->id, std::get<HistoryTrash::Failed>(outcome).reason});
+            const auto& failure = std::get<HistoryTrash::Failed>(outcome);
+            moved.failures.push_back({one.entry->id, failure.reason});
+            if (failure.isUnanswered) moved.doubt(one.entry->id);
           }
         }
         trash->flush();
@@ -159,10 +198,12 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
         // What could not be undone is not done.
         std::vector<RemovedEntry> stuck;
         for (RemovedEntry& removed : moved.removed) {
-          if (trash->restore(removed, false).failure) {
+          const auto restored = trash->restore(removed, false);
+          if (restored.failure && !restored.isUnanswered) {
             stuck.push_back(std::move(removed));
           } else {
-            refuse(removed.entry->id, kept.error().reason);
+            refuse(removed.entry->id, restored.failure.value_or(kept.error().reason));
+            if (restored.isUnanswered) moved.doubt(removed.entry->id);
           }
         }
         moved.removed = std::move(stuck);
@@ -219,6 +260,7 @@ void HistoryDeletion::finishTrash(const std::shared_ptr<Sweeping>& state,
   queue_.closeJournal(saved.has_value(), state->journal);
   if (!saved && !state->sweep.removed.empty()) state->sweep.indexNotSaved = saved.error().reason;
   queue_.end([this, state] {
+    lookAgainLater();
     state->done(state->sweep);
     // So many entries take a while to be given back.
     services_.work->post([removed = std::move(state->sweep.removed)] {});
@@ -228,6 +270,7 @@ void HistoryDeletion::finishTrash(const std::shared_ptr<Sweeping>& state,
 void HistoryDeletion::forget(const std::vector<std::string>& ids,
                              std::move_only_function<void(Result<std::size_t>)> done,
                              Originals originals) {
+  settleFirst();
   queue_.enqueue([this, ids, originals, done = std::move(done)]() mutable {
     auto state = std::make_shared<Forgetting>(Forgetting{ids, {}, {}, std::move(done), originals});
     if (const auto refusal = services_.store.indexRefusal()) {
@@ -247,7 +290,7 @@ void HistoryDeletion::forget(const std::vector<std::string>& ids,
 // Originals in the library's own folders are nobody else's.
 void HistoryDeletion::noteSurplus(const std::shared_ptr<Forgetting>& state) {
   queue_.onWork(
-      [&files = services_.files, paths = services_.store.paths(), state, unsaved = queue_.unsaved(),
+      [&files = services_.files, paths = services_.store.paths(), state, unended = queue_.unended(),
        entries = services_.store.entries()]() -> Result<void> {
         for (const TrashCandidate& one : trashCandidates(files, entries, state->going)) {
           const auto& original = one.entry->originalPath;
@@ -259,7 +302,7 @@ void HistoryDeletion::noteSurplus(const std::shared_ptr<Forgetting>& state) {
           }
         }
         if (state->journal.isEmpty()) return {};
-        DeletionJournal whole = unsaved;
+        DeletionJournal whole = unended;
         whole.append(state->journal);
         return writeDeletionJournal(files, paths, whole);
       },

@@ -23,7 +23,8 @@ namespace vantorel {
 ///
 /// However the program ends, a file is either in the library with its entry or in the Trash, and an
 /// undo is either still to be had or done: a journal names the entries whose files are moving, and
-/// the next run carries on what was cut short.
+/// the next run carries on what was cut short. Where a disk did not answer, and nobody knows what
+/// came of it, this run does so itself, every now and then and before anything else is begun.
 class HistoryDeletion {
  public:
   using Services = DeletionQueue::Services;
@@ -33,7 +34,7 @@ class HistoryDeletion {
   /// After loading: carries on a deletion or an undo that an earlier run did not end, and offers
   /// again the undo of a deletion whose eight seconds are not over. `done` comes when the index
   /// says so too.
-  void recover(std::move_only_function<void()> done) { recovery_.recover(std::move(done)); }
+  void recover(std::move_only_function<void()> done);
 
   enum class Undo { offered, none };
 
@@ -52,7 +53,7 @@ class HistoryDeletion {
   /// Puts the pending batch back: entries at their old places and in their collections, files back
   /// from the Trash. Entries whose files are gone stay away; those whose files could not be put
   /// back, and all of them when the index cannot be saved, can be undone again.
-  void undo(std::move_only_function<void(UndoOutcome)> done) { undo_.undo(std::move(done)); }
+  void undo(std::move_only_function<void(UndoOutcome)> done);
 
   /// Takes the entries out of the library and leaves their files where they are. An original that
   /// only the library knew goes to the Trash. Those that somebody has stay. Answers how many went.
@@ -73,6 +74,9 @@ class HistoryDeletion {
   struct Sweeping;
   struct Forgetting;
 
+  void settleFirst();
+  void lookAgainLater();
+
   void claimSome(Sweeping& state, std::size_t begin, std::size_t end);
   void moveToTrash(const std::shared_ptr<Sweeping>& state);
   void removeSome(Sweeping& state, std::size_t begin, std::size_t end);
@@ -86,6 +90,7 @@ class HistoryDeletion {
   const Services& services_{queue_.services()};
   DeletionUndo undo_;
   DeletionRecovery recovery_{queue_, undo_};
+  Alive timer_;
 };
 
 }  // namespace vantorel

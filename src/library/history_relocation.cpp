@@ -1,6 +1,7 @@
 #include "library/history_relocation.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -18,6 +19,9 @@ namespace vantorel {
 namespace {
 
 using Pair = RelocationJournal::Pair;
+
+/// Between two looks at what a silent disk made of a move.
+constexpr std::chrono::seconds lookAgainPause{30};
 
 enum class PairState { waiting, moved, failed, dropped };
 
@@ -73,7 +77,8 @@ HistoryRelocation::~HistoryRelocation() = default;
 void HistoryRelocation::relocate(RelocationTarget target, Progress progress, Done done,
                                  std::shared_ptr<RelocationStopFlag> flag) {
   if (flag == nullptr) flag = std::make_shared<RelocationStopFlag>();
-  waiting_.push_back({std::move(target), std::move(progress), std::move(done), std::move(flag)});
+  waiting_.push_back(
+      {std::move(target), std::move(progress), std::move(done), std::move(flag), false});
   if (run_ == nullptr) startNext();
 }
 
@@ -88,10 +93,12 @@ void HistoryRelocation::settle(std::move_only_function<void()> done) {
 }
 
 void HistoryRelocation::startNext() {
+  if (isRecovering_) return;
   if (waiting_.empty()) {
     for (auto& done : std::exchange(settling_, {})) done();
-    return;
+    return lookAgainLater();
   }
+  if (hasUnanswered_ && !std::exchange(waiting_.front().hasLooked, true)) return recover([] {});
   run_ = std::make_unique<Run>();
   run_->request = std::move(waiting_.front());
   waiting_.pop_front();
@@ -279,6 +286,7 @@ void HistoryRelocation::finish() {
                         reply = alive_.guard([this](const RelocationMover::Remains& remains) {
                           run_->outcome.copiesLeft = remains.files;
                           run_->outcome.reasonOfCopiesLeft = remains.reason;
+                          hasUnanswered_ |= remains.hasUnanswered;
                           finishSaved();
                         })]() mutable {
     main->post([remains = isPlanned ? mover->end() : RelocationMover::Remains(),
@@ -299,15 +307,31 @@ void HistoryRelocation::finishSaved() {
   }));
 }
 
+void HistoryRelocation::lookAgainLater() {
+  if (!hasUnanswered_) return;
+  timer_.renew();
+  services_.main->postAfter(lookAgainPause, timer_.guard([this] {
+    if (run_ == nullptr && !isRecovering_) recover([] {});
+  }));
+}
+
+void HistoryRelocation::endRecovery(std::move_only_function<void()> done) {
+  isRecovering_ = false;
+  done();
+  if (run_ == nullptr) startNext();
+}
+
 void HistoryRelocation::recover(std::move_only_function<void()> done) {
   if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) return done();
+  isRecovering_ = true;
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
                         main = services_.main, named = pathsOf(services_.store.entries()),
                         reply = alive_.guard([this, done = std::move(done)](
                                                  std::optional<RelocationJournal>& journal,
                                                  RelocationJournal::Resolution& found,
                                                  const NewPlaces& places) mutable {
-                          if (!journal) return done();
+                          hasUnanswered_ = hasUnanswered_ && !found.undecided.empty();
+                          if (!journal) return endRecovery(std::move(done));
                           adopt(places);
                           replay(*std::move(journal), std::move(found), std::move(done));
                         })]() mutable {
@@ -315,6 +339,7 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
     std::optional<RelocationJournal> journal;
     RelocationJournal::Resolution resolution;
     if (auto* const readable = std::get_if<RelocationJournal>(&read)) {
+      readable->removeTemporaries(files);
       resolution = readable->resolve(files, named);
       journal = std::move(*readable);
     } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
@@ -332,23 +357,25 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
 
 void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
                                std::move_only_function<void()> done) {
-  services_.store.flush(alive_.guard([this, journal = std::move(journal),
-                                      resolution = std::move(resolution),
-                                      done = std::move(done)](const Result<void>& saved) mutable {
-    // Without the index on disk the journal is all that knows where the files are.
-    if (!saved) return done();
-    services_.work->post([&files = services_.files, paths = services_.store.paths(),
-                          main = services_.main, journal = std::move(journal),
-                          resolution = std::move(resolution), done = std::move(done)]() mutable {
-      close(files, paths, std::move(journal), std::move(resolution));
-      main->post(std::move(done));
-    });
-  }));
+  services_.store.flush(
+      alive_.guard([this, journal = std::move(journal), resolution = std::move(resolution),
+                    done = std::move(done)](const Result<void>& saved) mutable {
+        // Without the index on disk the journal is all that knows where the files are.
+        if (!saved) return endRecovery(std::move(done));
+        services_.work->post([&files = services_.files, paths = services_.store.paths(),
+                              main = services_.main, journal = std::move(journal),
+                              resolution = std::move(resolution),
+                              reply = alive_.guard([this, done = std::move(done)]() mutable {
+                                endRecovery(std::move(done));
+                              })]() mutable {
+          close(files, paths, std::move(journal), std::move(resolution));
+          main->post(std::move(reply));
+        });
+      }));
 }
 
 void HistoryRelocation::close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
                               RelocationJournal::Resolution resolution) {
-  journal.removeTemporaries(files);
   RelocationLeftovers left = RelocationLeftovers::read(files, paths);
   const RelocationLeftovers before = left;
   for (const std::string& original : resolution.surplus) {

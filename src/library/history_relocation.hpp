@@ -46,7 +46,8 @@ class HistoryRelocation {
 
   /// After loading: puts the files that an earlier run had moved into the index, and closes its
   /// journal but for files of which only a disk that is away could tell. The next move takes along
-  /// what had not moved. `done` comes when the index says so too.
+  /// what had not moved. `done` comes when the index says so too. Where a disk did not answer
+  /// during a move, this run does it again, every now and then and before the next move.
   void recover(std::move_only_function<void()> done);
 
   /// Called on `work` after each file.
@@ -81,10 +82,13 @@ class HistoryRelocation {
     Progress progress;
     Done done;
     std::shared_ptr<RelocationStopFlag> flag;
+    bool hasLooked = false;  ///< at what an earlier move is not known to have moved
   };
   struct Run;
 
   void startNext();
+  void endRecovery(std::move_only_function<void()> done);
+  void lookAgainLater();
   void findFiles();
   void plan();
   void planned(RelocationMover::Plan plan);
@@ -105,6 +109,9 @@ class HistoryRelocation {
   std::unique_ptr<Run> run_;
   std::map<std::string, EntryClaim> claims_;  // of the batch under way
   std::vector<std::move_only_function<void()>> settling_;
+  bool isRecovering_ = false;
+  bool hasUnanswered_ = false;  // in the journal
+  Alive timer_;
   Alive alive_;
 };
 

@@ -9,6 +9,7 @@
 #include "library/file_reach.hpp"
 #include "library/history_log.hpp"
 #include "library/known_files.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -22,10 +23,8 @@ std::optional<Path> placeOf(const Outcome& outcome) {
 
 /// Of an entry that a deletion was busy with: its file, the last one of its folder, may be what
 /// went.
-bool isGoneWithItsFolder(const Files& files, const ScreenshotEntry& entry) {
-  const FileReach reach =
-      entry.fileIdentity ? reachOf(files, entry) : reachOf(files, Path(entry.path));
-  return reach == FileReach::fileGone;
+FileReach reachOfDeleted(const Files& files, const ScreenshotEntry& entry) {
+  return entry.fileIdentity ? reachOf(files, entry) : reachOf(files, Path(entry.path));
 }
 
 }  // namespace
@@ -78,6 +77,7 @@ HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path, FileReach 
   if (!moved && moved.error().kind == FailureKind::notFound) return NothingThere{};
   if (!moved) {
     logWarning(historyLog, "move to Trash failed: {}", moved.error().reason);
+    if (isUnanswered(moved.error())) return Failed{unansweredReason(moved.error()), true};
     return Failed{moved.error().reason};
   }
   if (!*moved) return MovedUntracked{};
@@ -99,10 +99,11 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
     if (auto* const failure = std::get_if<Failed>(&original)) {
       // The entry stays, so its file must too; one that is stuck in the Trash takes the entry
       // along.
-      if (!removed.trashedPNGURL || trash_.restore(*removed.trashedPNGURL, entry.path)) {
-        return std::move(*failure);
-      }
+      if (failure->isUnanswered || !removed.trashedPNGURL) return std::move(*failure);
+      const auto back = trash_.restore(*removed.trashedPNGURL, entry.path);
+      if (back) return std::move(*failure);
       logError(historyLog, "restore from Trash failed");
+      if (isUnanswered(back.error())) return Failed{unansweredReason(back.error()), true};
       return removed;
     }
     removed.trashedOriginalURL = placeOf(original);
@@ -125,34 +126,47 @@ DeletionJournal::Item HistoryTrash::describe(const TrashCandidate& candidate) co
   return item;
 }
 
-std::optional<RemovedEntry> HistoryTrash::resume(const TrashCandidate& candidate,
-                                                 const DeletionJournal::Item& item) {
+HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
+                                           const DeletionJournal::Item& item) {
+  constexpr auto silence = [] { return Resumed{.isUnanswered = true}; };
   const ScreenshotEntry& entry = *candidate.entry;
   RemovedEntry removed{.entry = candidate.entry};
-  if (item.file) removed.trashedPNGURL = trash_.find(entry.path, *item.file);
+  if (item.file) {
+    auto found = trash_.find(entry.path, *item.file);
+    if (!found) return silence();
+    removed.trashedPNGURL = *std::move(found);
+  }
   if (entry.originalPath && item.original) {
-    removed.trashedOriginalURL = trash_.find(*entry.originalPath, *item.original);
+    auto found = trash_.find(*entry.originalPath, *item.original);
+    if (!found) return silence();
+    removed.trashedOriginalURL = *std::move(found);
   }
   // A file that was on its way was nobody else's: an entry that has its path by now is of a capture
   // that got the name.
   const bool keepsFile = candidate.keepsFile && !item.file;
-  const bool isGone = removed.trashedPNGURL || keepsFile || isGoneWithItsFolder(files_, entry);
+  const FileReach reach = reachOfDeleted(files_, entry);
+  if (!removed.trashedPNGURL && !keepsFile && reach == FileReach::folderUnreachable) {
+    return silence();
+  }
+  const bool isGone = removed.trashedPNGURL || keepsFile || reach == FileReach::fileGone;
   if (!isGone || (keepsFile && !removed.trashedOriginalURL)) {
     // The file stays, and what went of it comes back.
-    if (removed.trashedOriginalURL) {
-      (void)trash_.restore(*removed.trashedOriginalURL, *entry.originalPath);
-    }
-    return std::nullopt;
+    if (!removed.trashedOriginalURL) return {};
+    const auto back = trash_.restore(*removed.trashedOriginalURL, *entry.originalPath);
+    return {.isUnanswered = !back && isUnanswered(back.error())};
   }
   if (item.original && !removed.trashedOriginalURL && !candidate.keepsOriginal) {
     FileOutcome original = moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
-    if (std::holds_alternative<Failed>(original) && removed.trashedPNGURL &&
-        trash_.restore(*removed.trashedPNGURL, entry.path)) {
-      return std::nullopt;
+    const Failed* const failure = std::get_if<Failed>(&original);
+    if (failure != nullptr && failure->isUnanswered) return silence();
+    if (failure != nullptr && removed.trashedPNGURL) {
+      const auto back = trash_.restore(*removed.trashedPNGURL, entry.path);
+      if (back) return {};
+      if (isUnanswered(back.error())) return silence();
     }
     removed.trashedOriginalURL = placeOf(original);
   }
-  return removed;
+  return {std::move(removed)};
 }
 
 HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool wasBegun) {
@@ -164,7 +178,9 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
                                 ? reachOfPlace(files_, wanted, removed.entry->fileIdentity)
                                 : FileReach::fileGone;
     if (reach == FileReach::folderUnreachable || reach == FileReach::folderDenied) {
-      restored.isInTrash = true;
+      // What an earlier attempt was not told may have put it there.
+      restored.isUnanswered = wasBegun && reach == FileReach::folderUnreachable;
+      restored.isInTrash = !restored.isUnanswered;
       restored.failure = sentence(reach);
       return false;
     }
@@ -176,6 +192,11 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
       return true;
     }
     logError(historyLog, "restore from Trash failed: {}", back.error().reason);
+    if (isUnanswered(back.error())) {
+      restored.isUnanswered = true;
+      restored.failure = "restore from Trash failed: " + unansweredReason(back.error());
+      return false;
+    }
     restored.isInTrash = !isGone;
     restored.failure = restored.isInTrash ? "restore from Trash failed: " + back.error().reason
                                           : "the files are no longer in the Trash";
@@ -183,7 +204,9 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
   };
   const bool hasOriginal = removed.entry->originalPath && removed.trashedOriginalURL &&
                            put(removed.trashedOriginalURL, *removed.entry->originalPath);
+  if (restored.isUnanswered) return restored;
   if (!restored.isInTrash) (void)put(removed.trashedPNGURL, removed.entry->path);
+  if (restored.isUnanswered) return restored;
   if (restored.isInTrash && hasOriginal) {
     // Both or none.
     restored.again.trashedOriginalURL =

@@ -46,7 +46,8 @@ class HistoryTrash {
   HistoryTrash(Files& files, Trash& trash) : files_(files), trash_(trash) {}
 
   struct Failed {
-    std::string reason;  ///< stands behind the capture's name and a colon
+    std::string reason;         ///< stands behind the capture's name and a colon
+    bool isUnanswered = false;  ///< it may have gone: the journal has to go on naming it
   };
   using Outcome = std::variant<RemovedEntry, Failed>;
 
@@ -54,10 +55,14 @@ class HistoryTrash {
   /// back, none. A file that is gone already does not keep its entry in the library.
   [[nodiscard]] Outcome trash(const TrashCandidate& candidate);
 
-  /// Carries on a deletion that was cut short, of an entry that is still in the library: nothing
-  /// when its file never went.
-  [[nodiscard]] std::optional<RemovedEntry> resume(const TrashCandidate& candidate,
-                                                   const DeletionJournal::Item& item);
+  /// Nothing removed, and answered: its file did not go.
+  struct Resumed {
+    std::optional<RemovedEntry> removed{};
+    bool isUnanswered = false;
+  };
+
+  /// Carries on a deletion that was cut short, of an entry that is still in the library.
+  [[nodiscard]] Resumed resume(const TrashCandidate& candidate, const DeletionJournal::Item& item);
 
   /// What tells the files of the entry from strangers, for the journal.
   [[nodiscard]] DeletionJournal::Item describe(const TrashCandidate& candidate) const;
@@ -68,6 +73,7 @@ class HistoryTrash {
     bool isInTrash = false;        ///< a file that was not put back is still there
     RemovedEntry again;            ///< for another attempt then
     std::optional<std::string> failure;
+    bool isUnanswered = false;  ///< it may be back: the undo has to stay begun
   };
 
   /// Puts the entry's files where it says. With `wasBegun` an earlier run may have put them there.

@@ -8,6 +8,7 @@
 #include "base/path_text.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -138,8 +139,21 @@ bool isOriginal(const Pair& pair, const Result<FileStatus>& old) {
   return old && (!pair.file || static_cast<std::int64_t>(old->inode) == *pair.file);
 }
 
+bool isSilent(const Files& files, const Path& path) {
+  const auto status = files.status(path);
+  return !status && isUnanswered(status.error());
+}
+
 bool isReachable(FileReach reach) {
   return reach == FileReach::there || reach == FileReach::fileGone;
+}
+
+/// Whether both places are one by now, by a link or a mount.
+bool isOneName(const Files& files, const Pair& pair) {
+  const Path old = pair.oldPath;
+  const Path now = pair.newPath;
+  return old.filename() == now.filename() &&
+         identityOf(files, old.parent_path()) == identityOf(files, now.parent_path());
 }
 
 bool isRenamed(const Files& files, const Pair& pair) {
@@ -158,8 +172,9 @@ Fate fateOfCopy(const Files& files, const Pair& pair, bool isOldThere) {
   const Path path = pair.newPath;
   const FolderView folder(files, path.parent_path());
   const auto found = folder.identify(path.filename());
-  if (found && found->isSameFileAs(*pair.copy) && holdsAllOf(files, path, pair.oldPath)) {
-    return isOldThere ? Fate::copied : Fate::moved;
+  if (found && found->isSameFileAs(*pair.copy)) {
+    if (holdsAllOf(files, path, pair.oldPath)) return isOldThere ? Fate::copied : Fate::moved;
+    if (isSilent(files, path) || isSilent(files, pair.oldPath)) return Fate::unknown;
   }
   if (!found && !isReachable(folder.reachOf(path.filename(), &*pair.copy))) return Fate::unknown;
   return isOldThere ? Fate::unmoved : Fate::lost;
@@ -168,7 +183,14 @@ Fate fateOfCopy(const Files& files, const Pair& pair, bool isOldThere) {
 /// Of an entry that names the old place.
 Fate fateOf(const Files& files, const Pair& pair) {
   const auto old = files.status(pair.oldPath);
+  if (!old && isUnanswered(old.error())) return Fate::unknown;
   if (pair.copy) return fateOfCopy(files, pair, isOriginal(pair, old));
+  // Where a rename cannot spare what it finds, a move makes the new name and removes the old one.
+  if (old && pair.file && old->type == FileType::regular && isOriginal(pair, old) &&
+      isRenamed(files, pair) && !isOneName(files, pair)) {
+    return Fate::copied;
+  }
+  if (old && isSilent(files, pair.newPath)) return Fate::unknown;
   if (old) return Fate::unmoved;
   if (isRenamed(files, pair)) return Fate::moved;
   const bool isKnown = isReachable(reachOf(files, Path(pair.oldPath))) &&
@@ -179,11 +201,16 @@ Fate fateOf(const Files& files, const Pair& pair) {
 /// Of an entry that names the new place by now.
 Fate fateOfOriginal(const Files& files, const Pair& pair) {
   // Nothing but its number says that the file is not one that somebody put there since.
-  if (!pair.file || !pair.copy || !isOriginal(pair, files.status(pair.oldPath))) return Fate::moved;
+  if (!pair.file || !pair.copy) return Fate::moved;
+  const auto old = files.status(pair.oldPath);
+  if (!old && isUnanswered(old.error())) return Fate::unknown;
+  if (!isOriginal(pair, old)) return Fate::moved;
   const FolderView folder(files, Path(pair.newPath).parent_path());
   if (!isReachable(folder.reachOf(Path(pair.newPath).filename(), &*pair.copy)))
     return Fate::unknown;
-  return holdsAllOf(files, pair.newPath, pair.oldPath) ? Fate::copied : Fate::moved;
+  if (holdsAllOf(files, pair.newPath, pair.oldPath)) return Fate::copied;
+  const bool isKnown = !isSilent(files, pair.newPath) && !isSilent(files, pair.oldPath);
+  return isKnown ? Fate::moved : Fate::unknown;
 }
 
 }  // namespace
@@ -199,7 +226,10 @@ RelocationJournal::Resolution RelocationJournal::resolve(
       resolution.unmoved.push_back(pair.oldPath);
       continue;
     }
-    switch (hasLanded ? fateOfOriginal(files, pair) : fateOf(files, pair)) {
+    const Fate fate = isSilent(files, temporaryFor(pair)) ? Fate::unknown
+                      : hasLanded                         ? fateOfOriginal(files, pair)
+                                                          : fateOf(files, pair);
+    switch (fate) {
       case Fate::copied: resolution.surplus.push_back(pair.oldPath); [[fallthrough]];
       case Fate::moved:
         if (isAwaited) resolution.moved.emplace(pair.oldPath, pair.newPath);

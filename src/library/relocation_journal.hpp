@@ -61,7 +61,8 @@ struct RelocationJournal {
   /// The name under which a file is copied into the folder of its new place before it gets its own.
   [[nodiscard]] Path temporaryFor(const Pair& pair) const;
 
-  /// Removes the half copies of moves that were cut short. Blocks; any thread.
+  /// Removes the half copies of moves that were cut short. To be called before `resolve`: what a
+  /// disk that was silent may yet make of one comes to nothing without it. Blocks; any thread.
   void removeTemporaries(Files& files) const;
 
   /// What became of the pairs.

@@ -11,6 +11,7 @@
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
 #include "library/history_log.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -249,6 +250,14 @@ Result<void> RelocationMover::moveOne(Planned& planned) {
   return giveName(planned.pair.oldPath, planned.pair);
 }
 
+void RelocationMover::fail(std::size_t place, const Failure& failure, Batch& batch) {
+  Planned& planned = planned_[place];
+  logWarning(historyLog, "{} could not be moved: {}", planned.pair.oldPath, failure.reason);
+  planned.isUnanswered = vantorel::isUnanswered(failure);
+  batch.failures.emplace_back(place,
+                              planned.isUnanswered ? unansweredReason(failure) : failure.reason);
+}
+
 /// Gives the file its new name, or the next one that is free.
 Result<void> RelocationMover::giveName(const Path& file, RelocationJournal::Pair& pair) {
   for (int attempt = 1;; ++attempt) {
@@ -278,9 +287,9 @@ void RelocationMover::nameCopies(std::span<const std::size_t> copied, Batch& bat
           {.pair = place, .oldPath = pair.oldPath, .newPath = pair.newPath, .isCopied = true});
       continue;
     }
+    fail(place, named.error(), batch);
+    if (planned_[place].isUnanswered) continue;
     pair.copy.reset();
-    logWarning(historyLog, "{} could not be moved: {}", pair.oldPath, named.error().reason);
-    batch.failures.emplace_back(place, named.error().reason);
     if (const auto removed = removeFile(files_, temporary); !removed) {
       logWarning(historyLog, "{} could not be removed: {}", temporary.string(),
                  removed.error().reason);
@@ -352,8 +361,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
     if (isCopied) moved = copyFile(files_, pair.oldPath, at(journal_.temporaryFor(pair)));
     if (moving) moving();
     if (!moved) {
-      logWarning(historyLog, "{} could not be moved: {}", pair.oldPath, moved.error().reason);
-      batch.failures.emplace_back(place, moved.error().reason);
+      fail(place, moved.error(), batch);
     } else if (isCopied) {
       copied.push_back(place);
     } else {
@@ -443,11 +451,12 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
 RelocationMover::Remains RelocationMover::end() {
   RelocationLeftovers left{staying_.folders, leftovers_.notKnownGone(files_), leftovers_.extra};
   left.copied.insert(left.copied.end(), copied_.begin(), copied_.end());
-  Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_};
+  Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_,
+                  std::ranges::any_of(planned_, &Planned::isUnanswered)};
   for (Planned& planned : planned_) {
     if (planned.isDone) continue;
     left.addFolderOf(planned.pair.oldPath);
-    planned.isDone = !planned.isMoved;
+    planned.isDone = !planned.isMoved && !planned.isUnanswered;
   }
   if (left != leftovers_) {
     // The journal goes on naming what is nowhere else.

@@ -77,6 +77,9 @@ class RelocationMover {
   struct Remains {
     int files = 0;
     std::string reason;  ///< of the first one
+
+    /// What may have moved while its disk did not answer; the journal goes on naming it.
+    bool hasUnanswered = false;
   };
 
   /// Closes the journal, but for what is not in the index yet, and notes what stays that was to
@@ -88,6 +91,7 @@ class RelocationMover {
     RelocationJournal::Pair pair;
     bool isInPlace = false;  // the new folder is the old one under another name
     bool isMoved = false;
+    bool isUnanswered = false;  // it may have moved, and only a look tells
     bool isDone = false;
   };
 
@@ -99,6 +103,7 @@ class RelocationMover {
   [[nodiscard]] Result<Path> freePlace(const Path& wanted);
   [[nodiscard]] Result<void> add(const std::string& path, const Path& wanted);
   [[nodiscard]] Result<void> moveOne(Planned& planned);
+  void fail(std::size_t place, const Failure& failure, Batch& batch);
   [[nodiscard]] Result<void> giveName(const Path& file, RelocationJournal::Pair& pair);
   void nameCopies(std::span<const std::size_t> copied, Batch& batch);
   [[nodiscard]] Result<void> holdTarget();

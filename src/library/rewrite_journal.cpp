@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_map>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "base/path_text.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -77,6 +79,14 @@ std::optional<std::string> inodeOf(const Files& files, const Path& path) {
   return status ? std::optional(std::to_string(status->inode)) : std::nullopt;
 }
 
+/// Nothing when it is not there; fails when its disk does not answer.
+Result<std::optional<FileStatus>> find(const Files& files, const Path& path) {
+  const auto status = files.status(path);
+  if (status) return *status;
+  if (isUnanswered(status.error())) return std::unexpected(status.error());
+  return std::nullopt;
+}
+
 bool isThere(const Files& files, const Path& path, const FileIdentity& file) {
   const auto found = identifyFile(files, path);
   return found && found->isSameFileAs(file);
@@ -112,10 +122,28 @@ Path rewriteTemporary(const Path& old) {
   return temporaryBeside(old.parent_path() / ("." + old.stem().string()), ".partial");
 }
 
+void RewriteJournal::learnEarlier() {
+  if (std::exchange(knowsEarlier_, true)) return;
+  if (const auto text = files_.read(paths_.rewrites())) learn(*text);
+}
+
+void RewriteJournal::settle(const EntryList& entries) {
+  learnEarlier();
+  if (unsettled_.empty()) return;
+  clearUp({}, entries);
+  if (const auto written = write(); !written) {
+    logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
+  }
+}
+
 Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
                                    const std::optional<Path>& original) {
-  if (!std::exchange(knowsLeft_, true)) {
-    if (const auto text = files_.read(paths_.rewrites())) learnLeft(*text);
+  learnEarlier();
+  if (const auto earlier = std::ranges::find(unsettled_, id, &Item::id);
+      earlier != unsettled_.end()) {
+    return failed(FailureKind::unreachable,
+                  "it isn't known yet what came of the change before, since its disk does not "
+                  "answer");
   }
   Item item{id, old.string(), inodeOf(files_, old)};
   // One that stands there already is not this rewrite's.
@@ -134,10 +162,9 @@ Result<void> RewriteJournal::willMake(const std::string& id, const Path& made,
   return write();
 }
 
-std::optional<RewriteJournal::Left> RewriteJournal::end(const std::string& id,
-                                                        const EntryList& entries) {
+RewriteJournal::Ended RewriteJournal::end(const std::string& id, const EntryList& entries) {
   const auto found = std::ranges::find(items_, id, &Item::id);
-  if (found == items_.end()) return std::nullopt;
+  if (found == items_.end()) return {};
   const std::string old = found->old;
   clearUp({*found}, entries);
   items_.erase(found);
@@ -145,7 +172,8 @@ std::optional<RewriteJournal::Left> RewriteJournal::end(const std::string& id,
     logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
   }
   const auto left = std::ranges::find(left_, old, &Left::path);
-  return left == left_.end() ? std::nullopt : std::optional(*left);
+  return {left == left_.end() ? std::nullopt : std::optional(*left),
+          std::ranges::find(unsettled_, id, &Item::id) != unsettled_.end()};
 }
 
 void RewriteJournal::recover(const EntryList& entries) {
@@ -153,21 +181,18 @@ void RewriteJournal::recover(const EntryList& entries) {
   if (files_.status(staging)) (void)files_.remove(staging);
   const auto text = files_.read(paths_.rewrites());
   if (!text) return;
-  std::vector<Item> items;
-  if (auto stored = fromStored(*text)) {
-    for (StoredItem& one : stored->items) items.push_back(std::move(one.item));
-  }
-  knowsLeft_ = true;
-  learnLeft(*text);
-  clearUp(items, entries);
+  knowsEarlier_ = true;
+  learn(*text);
+  clearUp({}, entries);
   if (const auto written = write(); !written) {
     logWarning("Rewrite", "the journal could not be removed: {}", written.error().reason);
   }
 }
 
-void RewriteJournal::learnLeft(std::string_view journal) {
+void RewriteJournal::learn(std::string_view journal) {
   auto stored = fromStored(journal);
   if (!stored) return;
+  for (StoredItem& one : stored->items) unsettled_.push_back(std::move(one.item));
   for (StoredLeft& one : stored->left) {
     left_.push_back({std::move(one.path), std::move(one.file)});
   }
@@ -175,15 +200,17 @@ void RewriteJournal::learnLeft(std::string_view journal) {
 
 Result<void> RewriteJournal::write() {
   VT_TRY(setAsideUnreadableJournal(files_, paths_.rewrites(), isReadable));
-  if (items_.empty() && left_.empty()) return removeJournalFile(files_, paths_.rewrites());
+  if (items_.empty() && unsettled_.empty() && left_.empty())
+    return removeJournalFile(files_, paths_.rewrites());
   StoredJournal stored;
   for (const Item& item : items_) stored.items.push_back({item, {}});
+  for (const Item& item : unsettled_) stored.items.push_back({item, {}});
   for (const Left& left : left_) stored.left.push_back({left.path, left.file, {}});
   return files_.replace(paths_.rewrites(), json::toText(stored), Privacy::ownerOnly);
 }
 
 /// The file was changed in place and its entry was not: the picture before is the one it tells of.
-bool RewriteJournal::putBack(const Item& item) {
+Result<void> RewriteJournal::putBack(const Item& item) {
   const Path temporary = rewriteTemporary(item.old);
   const auto put = [&]() -> Result<void> {
     VT_TRY(files_.copyNew(*item.original, temporary));
@@ -197,7 +224,14 @@ bool RewriteJournal::putBack(const Item& item) {
   if (!done) {
     logWarning("Rewrite", "{} could not be put back: {}", *item.original, done.error().reason);
   }
-  return done.has_value();
+  return done;
+}
+
+/// Fails only when it is not known whether it is gone.
+Result<void> RewriteJournal::clear(const Path& path) {
+  auto removed = remove(path);
+  if (!removed && isUnanswered(removed.error())) return removed;
+  return {};
 }
 
 Result<void> RewriteJournal::remove(const Path& path) {
@@ -209,13 +243,19 @@ Result<void> RewriteJournal::remove(const Path& path) {
 
 void RewriteJournal::retryLeft(KnownFiles& named) {
   std::erase_if(left_, [&](const Left& left) {
-    return named.hasName(left.path) || !isThere(files_, left.path, left.file) || remove(left.path);
+    if (named.hasName(left.path)) return true;
+    if (!find(files_, left.path)) return false;
+    return !isThere(files_, left.path, left.file) || remove(left.path);
   });
 }
 
-void RewriteJournal::clearUp(const std::vector<Item>& items, const EntryList& entries) {
-  std::unordered_map<std::string_view, std::string_view> pathOf;
-  for (const EntryPointer& entry : entries) pathOf.emplace(entry->id, entry->path);
+struct RewriteJournal::Named {
+  KnownFiles files;
+  std::unordered_map<std::string_view, std::string_view> pathOf;  // of entries, by id
+};
+
+void RewriteJournal::clearUp(std::vector<Item> items, const EntryList& entries) {
+  std::ranges::move(std::exchange(unsettled_, {}), std::back_inserter(items));
   std::vector<std::string> asked;
   for (const Left& left : left_) asked.push_back(left.path);
   for (const Item& item : items) {
@@ -223,30 +263,47 @@ void RewriteJournal::clearUp(const std::vector<Item>& items, const EntryList& en
     if (item.made) asked.push_back(*item.made);
     if (item.original) asked.push_back(*item.original);
   }
-  KnownFiles named = filesCalledLike(files_, entries, asked);
-  retryLeft(named);
-  const auto isOwn = [&](const std::string& path, const std::optional<std::string>& inode) {
-    return inode && !named.hasName(path) && inodeOf(files_, path) == inode;
-  };
-  for (const Item& item : items) {
-    (void)remove(rewriteTemporary(item.old));
-    (void)remove(stagingOf(item.old));
-    if (item.made && isOwn(*item.made, item.madeInode)) (void)remove(*item.made);
-    const auto path = pathOf.find(item.id);
-    // What came between the original and the new file is needed until the entry names that one.
-    if (path != pathOf.end() && item.made && path->second == *item.made &&
-        isOwn(item.old, item.oldInode)) {
-      const auto file = identifyFile(files_, item.old);
-      const auto removed = remove(item.old);
-      if (!removed && file) left_.push_back({item.old, *file, removed.error().reason});
-    }
-    if (!item.original) continue;
-    (void)remove(temporaryBeside(*item.original, ".partial"));
-    if (named.hasName(*item.original) || !files_.status(*item.original)) continue;
-    const bool isUnchanged = item.oldInode && inodeOf(files_, item.old) == item.oldInode;
-    const bool isListed = path != pathOf.end() && path->second == item.old;
-    if (isUnchanged || (isListed && putBack(item))) (void)remove(*item.original);
+  Named named{filesCalledLike(files_, entries, asked), {}};
+  for (const EntryPointer& entry : entries) named.pathOf.emplace(entry->id, entry->path);
+  retryLeft(named.files);
+  for (Item& item : items) {
+    if (!clearUp(item, named)) unsettled_.push_back(std::move(item));
   }
+}
+
+/// Fails when a disk does not answer. The half files go first: what the disk may still be about to
+/// make is made of them, and comes to nothing without.
+Result<void> RewriteJournal::clearUp(const Item& item, Named& named) {
+  const auto has = [&](const std::string& path,
+                       const std::optional<std::string>& inode) -> Result<bool> {
+    const auto status = VT_TRY(find(files_, path));
+    return inode && status && std::to_string(status->inode) == inode;
+  };
+  const auto isOwn = [&](const std::string& path,
+                         const std::optional<std::string>& inode) -> Result<bool> {
+    return VT_TRY(has(path, inode)) && !named.files.hasName(path);
+  };
+  VT_TRY(clear(rewriteTemporary(item.old)));
+  VT_TRY(clear(stagingOf(item.old)));
+  if (item.made && VT_TRY(isOwn(*item.made, item.madeInode))) VT_TRY(clear(*item.made));
+  const auto path = named.pathOf.find(item.id);
+  // What came between the original and the new file is needed until the entry names that one.
+  if (path != named.pathOf.end() && item.made && path->second == *item.made &&
+      VT_TRY(isOwn(item.old, item.oldInode))) {
+    const auto file = identifyFile(files_, item.old);
+    const auto removed = remove(item.old);
+    if (!removed && file) left_.push_back({item.old, *file, removed.error().reason});
+  }
+  if (!item.original) return {};
+  VT_TRY(clear(temporaryBeside(*item.original, ".partial")));
+  if (named.files.hasName(*item.original) || !VT_TRY(find(files_, *item.original))) return {};
+  const bool isListed = path != named.pathOf.end() && path->second == item.old;
+  if (!VT_TRY(has(item.old, item.oldInode))) {
+    if (!isListed) return {};
+    const auto put = putBack(item);
+    if (!put) return isUnanswered(put.error()) ? put : Result<void>();
+  }
+  return clear(*item.original);
 }
 
 }  // namespace vantorel

@@ -32,7 +32,11 @@ class RewriteJournal {
     std::optional<std::string> original{};
   };
 
-  /// Before anything is written.
+  /// Clears up after earlier rewrites whose disk did not answer then. To be called before `begin`.
+  void settle(const EntryList& entries);
+
+  /// Before anything is written. Fails with `unreachable` while it is not known what came of an
+  /// earlier rewrite of this entry.
   [[nodiscard]] Result<void> begin(const std::string& id, const Path& old,
                                    const std::optional<Path>& original);
 
@@ -47,26 +51,36 @@ class RewriteJournal {
     std::string reason{};
   };
 
+  struct Ended {
+    std::optional<Left> left{};
+    bool isUnsettled = false;  ///< its disk did not answer: new files may be there, or appear
+  };
+
   /// The index on disk says what came of it, or nothing came of it: clears up. Answers what stays
   /// of this rewrite.
-  std::optional<Left> end(const std::string& id, const EntryList& entries);
+  Ended end(const std::string& id, const EntryList& entries);
 
   /// At the start: clears up after an earlier run.
   void recover(const EntryList& entries);
 
  private:
   [[nodiscard]] Result<void> write();
-  void learnLeft(std::string_view journal);
-  [[nodiscard]] bool putBack(const Item& item);
-  void clearUp(const std::vector<Item>& items, const EntryList& entries);
+  void learnEarlier();
+  void learn(std::string_view journal);
+  [[nodiscard]] Result<void> putBack(const Item& item);
+  void clearUp(std::vector<Item> items, const EntryList& entries);
+  struct Named;
+  [[nodiscard]] Result<void> clearUp(const Item& item, Named& named);
+  [[nodiscard]] Result<void> clear(const Path& path);
   [[nodiscard]] Result<void> remove(const Path& path);
   void retryLeft(KnownFiles& named);
 
   Files& files_;
   LibraryPaths paths_;
   std::vector<Item> items_;
+  std::vector<Item> unsettled_;  // their disk did not answer
   std::vector<Left> left_;
-  bool knowsLeft_ = false;  // what an earlier run has left, too
+  bool knowsEarlier_ = false;  // what an earlier run has left, too
 };
 
 /// The files that rewrites under way need, as the journal on disk has them. Blocks; any thread.

@@ -19,12 +19,15 @@ class Trash {
   [[nodiscard]] virtual Result<std::optional<Path>> moveToTrash(const Path& path) = 0;
 
   /// Moves what `moveToTrash` answered back to `to`, making its folder when that has gone. Fails
-  /// with `notFound` when it is no longer in the Trash and with `exists` when `to` is taken.
+  /// with `notFound` when it is no longer in the Trash and with `exists` when `to` is taken by
+  /// another file: one that has both names loses the one in the Trash.
   [[nodiscard]] virtual Result<void> restore(const Path& trashed, const Path& to) = 0;
 
   /// Where the file with this inode that lay at `path` is in the Trash now; nothing when it is not
-  /// there. Clears what a move of it left that was cut short before the file had gone.
-  [[nodiscard]] virtual std::optional<Path> find(const Path& path, std::uint64_t inode) = 0;
+  /// there. Clears what a move of it left that was cut short before the file had gone, and ends one
+  /// that was cut short when it had both names. Fails with `unreachable` when its disk is silent,
+  /// and with nothing else.
+  [[nodiscard]] virtual Result<std::optional<Path>> find(const Path& path, std::uint64_t inode) = 0;
 
   /// Clears what tells of a file that has left the Trash again.
   virtual void forget(const Path& trashed) = 0;

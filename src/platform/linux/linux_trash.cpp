@@ -159,24 +159,50 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
 Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
   VT_TRY(files_.status(trashed));
   VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
-  VT_TRY(files_.moveNew(trashed, to));
+  auto moved = files_.moveNew(trashed, to);
+  // Where a rename cannot spare what it finds, a move makes the new name and removes the old one.
+  if (!moved && moved.error().kind == FailureKind::exists && isOneFile(trashed, to)) {
+    moved = files_.remove(trashed);
+  }
+  VT_TRY(std::move(moved));
   touched(trashed, to);
   // What is left of the information names a file that is no longer there: others clear it up.
   (void)files_.remove(infoOf(trashed));
   return {};
 }
 
-std::optional<Path> LinuxTrash::find(const Path& path, std::uint64_t inode) {
+bool LinuxTrash::isOneFile(const Path& one, const Path& other) const {
+  const auto first = files_.status(one);
+  const auto second = files_.status(other);
+  const auto firstFolder = files_.status(one.parent_path() / ".");
+  const auto secondFolder = files_.status(other.parent_path() / ".");
+  if (!firstFolder || !secondFolder || firstFolder->inode == secondFolder->inode) return false;
+  return first && second && first->type == FileType::regular && first->device == second->device &&
+         first->inode == second->inode;
+}
+
+Result<std::optional<Path>> LinuxTrash::find(const Path& path, std::uint64_t inode) {
+  const auto orSilence = [](const Failure& failure) -> Result<std::optional<Path>> {
+    if (failure.kind == FailureKind::unreachable) return std::unexpected(failure);
+    return std::nullopt;
+  };
   const auto folder = files_.resolved(path.parent_path());
   const auto status = folder ? files_.status(*folder) : std::unexpected(folder.error());
   const auto can = status ? canFor(*folder, status->device) : std::unexpected(status.error());
-  if (!can) return std::nullopt;
+  if (!can) return orSilence(can.error());
   const std::string name = namedIn(*can, *folder, path);
   // Names may have become free again meanwhile, and so leave gaps.
   for (int attempt = 1, missing = 0; attempt <= mostNames && missing < longestGap; ++attempt) {
     Path place = can->folder / "files" / nameFor(path, attempt);
     const auto there = files_.status(place);
-    if (there && there->inode == inode) return place;
+    if (!there && there.error().kind == FailureKind::unreachable) return orSilence(there.error());
+    if (there && there->inode == inode) {
+      if (!isOneFile(place, path)) return place;
+      const auto ended = files_.remove(path);
+      if (!ended) return orSilence(ended.error());
+      touched(path, place);
+      return place;
+    }
     const auto info = files_.read(infoOf(place), longestInfo);
     const bool isOurs = info && (info->empty() || info->find(name) != std::string::npos);
     // Empty: cut short before it was written.

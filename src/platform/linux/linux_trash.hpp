@@ -19,7 +19,7 @@ class LinuxTrash final : public Trash {
 
   Result<std::optional<Path>> moveToTrash(const Path& path) override;
   Result<void> restore(const Path& trashed, const Path& to) override;
-  std::optional<Path> find(const Path& path, std::uint64_t inode) override;
+  Result<std::optional<Path>> find(const Path& path, std::uint64_t inode) override;
   void forget(const Path& trashed) override;
   void flush() override;
 
@@ -30,6 +30,8 @@ class LinuxTrash final : public Trash {
   };
   [[nodiscard]] Result<void> makeOwn(const Path& folder);
   void touched(const Path& from, const Path& to);
+  /// Whether a file has both names, in two folders.
+  [[nodiscard]] bool isOneFile(const Path& one, const Path& other) const;
   [[nodiscard]] static std::string namedIn(const Can& can, const Path& folder, const Path& path);
   [[nodiscard]] Result<Can> canFor(const Path& folder, std::uint64_t device);
 

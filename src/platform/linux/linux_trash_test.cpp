@@ -120,6 +120,30 @@ TEST_F(LinuxTrashTest, WhatGoesIntoTheTrashComesBackByUsAndByOthers) {
   EXPECT_EQ(Path(**kept).filename().string(), umlauts.substr(umlauts.size() - 238));
 }
 
+TEST_F(LinuxTrashTest, AMoveThatWasCutShortBetweenItsTwoNamesIsEnded) {
+  LinuxTrash trash(files, clock, root / "data", ::getuid());
+  put("a.png", "a");
+  const Path path = root / "pictures" / "a.png";
+  const Path place = **trash.moveToTrash(path);
+  const std::uint64_t inode = files.status(place)->inode;
+  std::filesystem::create_hard_link(place, path);
+  EXPECT_EQ(trash.find(path, inode).value(), place);
+  EXPECT_FALSE(std::filesystem::exists(path));
+
+  std::filesystem::create_hard_link(place, path);
+  EXPECT_TRUE(trash.restore(place, path).has_value());
+  EXPECT_EQ(bytesOf(path), "a");
+  EXPECT_FALSE(std::filesystem::exists(place));
+  EXPECT_THAT(run("trash-list"), Not(HasSubstr("a.png")));
+
+  // By another name of the folder it is one name, and the only one.
+  ASSERT_TRUE(trash.moveToTrash(path).has_value());
+  std::filesystem::create_directory_symlink(place.parent_path(), root / "inside");
+  EXPECT_EQ(trash.find(root / "inside" / "a.png", inode).value(), place);
+  EXPECT_EQ(trash.restore(place, root / "inside" / "a.png").error().kind, FailureKind::exists);
+  EXPECT_EQ(bytesOf(place), "a");
+}
+
 // The disk is the one of the home folder, and yet nothing can be renamed from one to the other.
 TEST_F(LinuxTrashTest, FilesOfABoundFolderStayInItsMount) {
   LinuxTrash trash(files, clock, root / "data", ::getuid());
@@ -136,7 +160,7 @@ TEST_F(LinuxTrashTest, FilesOfABoundFolderStayInItsMount) {
       EXPECT_EQ(**trashed, own / "files" / "a.png");
       EXPECT_THAT(bytesOf(own / "info" / "a.png.trashinfo"), HasSubstr("\nPath=2026/a.png\n"));
       const auto inode = files.status(**trashed).value().inode;
-      EXPECT_EQ(trash.find(place / "2026" / "a.png", inode), *trashed);
+      EXPECT_EQ(trash.find(place / "2026" / "a.png", inode).value(), *trashed);
       EXPECT_TRUE(trash.restore(**trashed, place / "2026" / "a.png").has_value());
       EXPECT_EQ(bytesOf(root / "pictures/2026/a.png"), "kept");
     }

@@ -33,7 +33,11 @@ class FakeTrash final : public Trash {
     return files_.moveNew(trashed, to);
   }
 
-  std::optional<Path> find(const Path& path, std::uint64_t inode) override {
+  Result<std::optional<Path>> find(const Path& path, std::uint64_t inode) override {
+    if (const auto there = files_.status(path.parent_path());
+        !there && there.error().kind == FailureKind::unreachable) {
+      return std::unexpected(there.error());
+    }
     for (const auto& [place, file] : files_.disk) {
       if (place.parent_path() == "/Trash" && file->status.inode == inode &&
           place.filename().string().ends_with("-" + path.filename().string())) {

@@ -1,0 +1,240 @@
+#include "library/unanswered_change.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "base/log.hpp"
+#include "library/entry_paths.hpp"
+#include "library/history_deletion.hpp"
+#include "library/history_relocation.hpp"
+#include "library/rewrite_journal.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// A library of two captures, the first with an original.
+struct Shelf {
+  Shelf() {
+    store.load([] {});
+    runners.run();
+    for (const std::string id : {"a", "b"}) {
+      ScreenshotEntry entry;
+      entry.id = id;
+      entry.path = "/captures/" + id + ".png";
+      files.put(entry.path, id);
+      if (id == "a") entry.originalPath = "/captures/a original.png";
+      if (id == "a") files.put(*entry.originalPath, "a original");
+      EXPECT_TRUE(store.add(entry).has_value());
+    }
+    runners.advance(1s);
+  }
+
+  TrashSweep trash() {
+    TrashSweep sweep;
+    deletion.trash({"a", "b"}, HistoryDeletion::Undo::offered,
+                   [&](const TrashSweep& came) { sweep = came; });
+    runners.run();
+    return sweep;
+  }
+
+  UndoOutcome undo() {
+    UndoOutcome outcome;
+    deletion.undo([&](UndoOutcome came) { outcome = std::move(came); });
+    runners.run();
+    return outcome;
+  }
+
+  RelocationOutcome relocate() {
+    RelocationOutcome outcome;
+    relocation.relocate({"/new", {"/captures"}}, {},
+                        [&](RelocationOutcome came) { outcome = std::move(came); });
+    runners.run();
+    return outcome;
+  }
+
+  /// The next of its changes that `folder` sees is not answered, the `number`-th.
+  void silence(const Path& folder, int number, bool isMade) {
+    files.silencing = folder;
+    files.silenceAtMove = number;
+    files.isUnansweredMade = isMade;
+  }
+  void answerAgain() {
+    files.silent.clear();
+    files.silenceAtMove = 0;
+  }
+
+  [[nodiscard]] std::string ids() const {
+    std::string text;
+    for (const EntryPointer& entry : store.entries()) text += entry->id;
+    return text;
+  }
+
+  /// Each entry has its files, each file an entry, and no journal is left.
+  void expectWhole() {
+    std::set<std::string> named;
+    for (const EntryPointer& entry : store.entries()) {
+      forEachPath(*entry, [&](const std::string& path) { named.insert(path); });
+      EXPECT_EQ(files.text(entry->path), entry->id) << entry->path;
+      if (entry->originalPath) {
+        EXPECT_EQ(files.text(*entry->originalPath), entry->id + " original");
+      }
+    }
+    for (const Path folder : {"/captures", "/new"}) {
+      for (const std::string& name : files.names(folder)) {
+        EXPECT_TRUE(named.contains((folder / name).string())) << folder / name;
+      }
+    }
+    for (const char* const journal : {"deletions", "undo", "rewrites", "relocation"}) {
+      EXPECT_EQ(files.text(Path("/data") / (std::string(journal) + ".json")), "(missing)");
+    }
+  }
+
+  FakeFiles files;
+  FakeRunners runners;
+  FakeTrash trashFolder{files};
+  LibraryPaths paths{"/data", "/caches"};
+  HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0}, paths};
+  HistoryDeletion deletion{
+      {store, files, trashFolder, runners, runners.main(), runners.runner("work")}};
+  HistoryRelocation relocation{{store, files, runners.main(), runners.runner("moves")}};
+};
+
+/// Whether the server makes the change that it did not answer.
+class UnansweredChangeTest : public testing::TestWithParam<bool> {
+ protected:
+  UnansweredChangeTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  }
+  ~UnansweredChangeTest() override { setLogSink(std::move(formerSink)); }
+
+  LogSink formerSink;
+};
+
+TEST_P(UnansweredChangeTest, ADeletionIsLookedAtAgainAtWhicheverFileTheDiskFellSilent) {
+  int number = 1;
+  for (;; ++number) {
+    SCOPED_TRACE(number);
+    Shelf shelf;
+    shelf.silence("/captures", number, GetParam());
+    const TrashSweep sweep = shelf.trash();
+    if (shelf.files.silent.empty()) break;
+    EXPECT_THAT(sweep.failures.at(0).reason, HasSubstr("it isn't known yet"));
+    EXPECT_THAT(shelf.files.text("/data/deletions.json"), HasSubstr("mayLandUntil"));
+    shelf.runners.advance(120s);
+    EXPECT_THAT(shelf.files.text("/data/deletions.json"), HasSubstr("mayLandUntil"));
+    shelf.answerAgain();
+    shelf.runners.advance(31s);
+    shelf.runners.advance(91s);
+    shelf.expectWhole();
+    const bool wentWhole = GetParam() && number == 1;
+    EXPECT_EQ(shelf.ids().find('a') == std::string::npos, wentWhole || number > 1);
+  }
+  EXPECT_EQ(number, 4) << "two files and an original";
+}
+
+TEST_P(UnansweredChangeTest, AnUndoGoesOnAtWhicheverFileTheDiskFellSilent) {
+  int number = 1;
+  for (;; ++number) {
+    SCOPED_TRACE(number);
+    Shelf shelf;
+    EXPECT_EQ(shelf.trash().removed.size(), 2U);
+    shelf.silence("/captures", number, GetParam());
+    const UndoOutcome outcome = shelf.undo();
+    if (shelf.files.silent.empty()) break;
+    EXPECT_THAT(outcome.failures.at(0).reason, HasSubstr("it isn't known yet"));
+    shelf.runners.advance(120s);
+    EXPECT_THAT(shelf.files.text("/data/undo.json"), HasSubstr(R"("isBegun":true)"));
+    shelf.answerAgain();
+    shelf.runners.advance(31s);
+    EXPECT_EQ(shelf.ids(), "ab");
+    shelf.runners.advance(9s);
+    shelf.expectWhole();
+    EXPECT_THAT(shelf.files.names("/Trash"), IsEmpty());
+  }
+  EXPECT_EQ(number, 4);
+}
+
+TEST_P(UnansweredChangeTest, AMoveIsLookedAtAgainAtWhicheverFileTheDiskFellSilent) {
+  for (const bool isOtherDisk : {false, true}) {
+    for (const Path folder : {"/new", "/captures"}) {
+      for (int number = 1;; ++number) {
+        SCOPED_TRACE(folder.string() + std::to_string(number) + (isOtherDisk ? " copied" : ""));
+        Shelf shelf;
+        shelf.files.folders.insert("/new");
+        if (isOtherDisk) shelf.files.mounts.insert("/new");
+        shelf.silence(folder, number, GetParam());
+        (void)shelf.relocate();
+        if (shelf.files.silent.empty()) break;
+        shelf.answerAgain();
+        shelf.runners.advance(31s);
+        // What stayed, and copies that could not be removed, go with the next move.
+        (void)shelf.relocate();
+        EXPECT_EQ(shelf.ids(), "ab");
+        if (!isOtherDisk || folder == "/new") shelf.expectWhole();
+        for (const EntryPointer& entry : shelf.store.entries()) {
+          EXPECT_EQ(shelf.files.text(entry->path), entry->id);
+        }
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(MadeOrNot, UnansweredChangeTest, testing::Bool());
+
+TEST_P(UnansweredChangeTest, AChangeThatLandsAfterTheFirstLookIsSeenByTheNext) {
+  Shelf shelf;
+  shelf.silence("/captures", 1, false);
+  (void)shelf.trash();
+  shelf.answerAgain();
+  shelf.runners.advance(31s);
+  EXPECT_EQ(shelf.ids(), "ab");
+  ASSERT_TRUE(shelf.files.moveNew("/captures/a.png", "/Trash/1-a.png").has_value());
+  shelf.runners.advance(31s);
+  EXPECT_EQ(shelf.ids(), "b");
+  EXPECT_FALSE(shelf.files.disk.contains("/captures/a original.png"));
+
+  double until = 0;
+  EXPECT_TRUE(mayStillLand(until, 100));
+  EXPECT_TRUE(mayStillLand(until, 159));
+  EXPECT_FALSE(mayStillLand(until, 160));
+  EXPECT_TRUE(mayStillLand(until, 10)) << "the clock was set back";
+  EXPECT_FALSE(mayStillLand(until, 70));
+}
+
+TEST_P(UnansweredChangeTest, ARewriteIsClearedUpOnceItsDiskAnswers) {
+  Shelf shelf;
+  const EntryList entries = shelf.store.entries();
+  RewriteJournal journal(shelf.files, shelf.paths);
+  const Path temporary = rewriteTemporary("/captures/b.png");
+  ASSERT_TRUE(journal.begin("b", "/captures/b.png", std::nullopt).has_value());
+  shelf.files.put(temporary, "new");
+  const std::uint64_t inode = shelf.files.status(temporary)->inode;
+  ASSERT_TRUE(journal.willMake("b", "/captures/b.webp", inode).has_value());
+  shelf.silence("/captures", 1, GetParam());
+  EXPECT_EQ(shelf.files.moveNew(temporary, "/captures/b.webp").error().kind,
+            FailureKind::unreachable);
+  EXPECT_TRUE(journal.end("b", entries).isUnsettled);
+  EXPECT_FALSE(journal.begin("b", "/captures/b.png", std::nullopt).has_value());
+  EXPECT_THAT(filesOfRewrites(shelf.files, shelf.paths), testing::Contains("/captures/b.webp"));
+
+  // An opening meanwhile learns no more.
+  RewriteJournal(shelf.files, shelf.paths).recover(entries);
+  EXPECT_THAT(shelf.files.text("/data/rewrites.json"), HasSubstr("b.webp"));
+  shelf.answerAgain();
+  RewriteJournal later(shelf.files, shelf.paths);
+  later.settle(entries);
+  shelf.expectWhole();
+  EXPECT_TRUE(later.begin("b", "/captures/b.png", std::nullopt).has_value());
+}
+
+}  // namespace
+}  // namespace vantorel
