@@ -18,12 +18,26 @@ const PendingUndo* offeredUndo(const std::optional<PendingUndo>& pending) {
   return pending && !pending->isBegun ? &*pending : nullptr;
 }
 
+/// Adds what was removed before `items`, whose places are those in the list that it left.
+void addRest(std::vector<RemovedEntry>& items, std::vector<RemovedEntry> rest,
+             const std::set<std::string_view>& gone) {
+  std::erase_if(rest, [&](const RemovedEntry& item) { return gone.contains(item.entry->id); });
+  std::ranges::sort(rest, {}, &RemovedEntry::index);
+  for (const RemovedEntry& before : rest) {
+    for (RemovedEntry& item : items) {
+      if (item.index >= before.index) ++item.index;
+    }
+  }
+  std::ranges::move(rest, std::back_inserter(items));
+}
+
 }  // namespace
 
 struct DeletionRecovery::Found {
   DeletionJournal journal;
   std::vector<RemovedEntry> removed;
   std::optional<PendingUndo> pending;
+  bool isNewOffer = false;
   DeletionJournal unsettled{};  // of which it is not known where the files are
 
   static Found look(const Files& files, const LibraryPaths& paths, HistoryTrash& trash,
@@ -98,11 +112,20 @@ bool DeletionRecovery::Found::offerRemoved(const Clock& clock) {
     return [&ids](const RemovedEntry& item) { return ids.contains(item.entry->id); };
   };
   const PendingUndo* const offered = offeredUndo(pending);
-  if (offered && std::ranges::any_of(offered->batch.items, isOf(named))) {
+  // The rest of a deletion whose disk did not answer has ended, and can still be undone.
+  const bool isRestOpen = offered && offered->until > clock.now() &&
+                          std::ranges::any_of(journal.items, [](const auto& item) {
+                            return item.mayLandUntil.has_value();
+                          });
+  if (isRestOpen) {
+    addRest(items, offered->batch.items, gone);
+  } else if (offered && std::ranges::any_of(offered->batch.items, isOf(named))) {
     // The index had lost some of it already.
     std::ranges::remove_copy_if(offered->batch.items, std::back_inserter(items), isOf(gone));
   }
+  if (gone.empty() && isRestOpen) return false;
   if (items.empty()) return false;
+  isNewOffer = true;
   pending = {{std::move(items)}, undoDeadline(clock), false};
   return true;
 }
@@ -158,9 +181,13 @@ void DeletionRecovery::finish(Found found, bool isSaved, DeletionQueue::Operatio
         return writeDeletionJournal(files, paths, unsettled);
       },
       // A journal that stays is read again, and finds nothing left to do.
-      [this, unsettled = found.unsettled, pending = std::move(found.pending),
-       done = std::move(done)](const Result<void>&) mutable {
+      [this, unsettled = found.unsettled, isNewOffer = found.isNewOffer,
+       pending = std::move(found.pending), done = std::move(done)](const Result<void>&) mutable {
         queue_.keep(std::move(unsettled));
+        if (isNewOffer) {
+          undo_.offer(std::move(pending->batch));
+          return queue_.end(std::move(done));
+        }
         if (!pending || !pending->isBegun) {
           undo_.offerAgain(std::move(pending));
           return queue_.end(std::move(done));

@@ -163,6 +163,21 @@ TEST_P(UnansweredChangeTest, AnUndoGoesOnAtWhicheverFileTheDiskFellSilent) {
   EXPECT_EQ(number, 4);
 }
 
+TEST_P(UnansweredChangeTest, AnUndoBringsBackWhatIsFoundToHaveGoneAndTheRest) {
+  for (int number = 1; number <= 3; ++number) {
+    SCOPED_TRACE(number);
+    Shelf shelf;
+    shelf.silence("/captures", number, GetParam());
+    (void)shelf.trash();
+    shelf.answerAgain();
+    (void)shelf.undo();
+    EXPECT_EQ(shelf.ids(), "ab");
+    shelf.runners.advance(31s);
+    shelf.runners.advance(91s);
+    shelf.expectWhole();
+  }
+}
+
 TEST_P(UnansweredChangeTest, AMoveIsLookedAtAgainAtWhicheverFileTheDiskFellSilent) {
   for (const bool isOtherDisk : {false, true}) {
     for (const Path folder : {"/new", "/captures"}) {
