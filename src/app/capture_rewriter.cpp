@@ -10,6 +10,7 @@
 #include "editor/entry_document.hpp"
 #include "editor/shape_layers.hpp"
 #include "library/file_reach.hpp"
+#include "library/known_files.hpp"
 #include "library/look_adoption.hpp"
 
 namespace vantorel {
@@ -163,6 +164,10 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
          fileAway(*entry, source, **result, std::move(finished));
        })]() mutable {
         CaptureTranscoder transcoder(files, codec);
+        // Files that entries name may come back.
+        source.isReserved = [&](const Path& path) {
+          return filesCalledLike(*files, entries, {path.string()}).hasName(path);
+        };
         source.willMake = [&](const Path& path, std::uint64_t inode) {
           return journal->willMake(asked->id, path, inode);
         };
@@ -183,7 +188,11 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
           if (converted->path == source.path) return std::nullopt;
           return std::move(*converted);
         }();
-        if (result && *result) (*result)->identity = identifyFile(*files, (*result)->path);
+        if (result && *result) {
+          CaptureTranscoder::Result& made = **result;
+          made.identity = identifyFile(*files, made.path);
+          if (made.oldPath) made.oldIdentity = identifyFile(*files, *made.oldPath);
+        }
         main->post(
             [result = std::move(result), landed = std::move(landed)]() mutable { landed(result); });
       });
@@ -204,7 +213,9 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
     if (entry.originalPath) return;
     const auto& original =
         result.oldPath && !source.keepOriginalAs ? result.oldPath : source.keepOriginalAs;
-    if (original) entry.originalPath = original->string();
+    if (!original) return;
+    entry.originalPath = original->string();
+    if (original == result.oldPath) entry.originalIdentity = result.oldIdentity;
   });
   if (!changed) {
     // Taken out of the library meanwhile: both files are left to the user.

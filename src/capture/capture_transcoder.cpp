@@ -159,7 +159,7 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std:
   auto problem = failed(FailureKind::exists, "every file name is taken");
   for (int number = 1; number <= mostNames; ++number) {
     Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
-    if (files_->status(path)) continue;
+    if (files_->status(path) || (source.isReserved && source.isReserved(path))) continue;
     const auto moved = [&]() -> vantorel::Result<void> {
       if (source.willMake) {
         const FileStatus status = VT_TRY(files_->status(temporary));

@@ -57,6 +57,9 @@ class CaptureTranscoder {
     /// it.
     std::function<std::vector<PixelRect>(PixelSize)> redacted = {};
 
+    /// Whether a free name is kept for a file that is away; may be empty.
+    std::function<bool(const Path& path)> isReserved = {};
+
     /// Told before a new file with this inode gets its name; may be empty. A failure ends the work.
     std::function<vantorel::Result<void>(const Path& path, std::uint64_t inode)> willMake = {};
   };
@@ -79,7 +82,8 @@ class CaptureTranscoder {
     bool downscaled = false;
     bool isBlanked = false;  ///< what redactions cover is not in the new file
     std::vector<CaptureNote> notes;
-    std::optional<FileIdentity> identity{};  ///< of the file at `path`
+    std::optional<FileIdentity> identity{};     ///< of the file at `path`
+    std::optional<FileIdentity> oldIdentity{};  ///< of the file at `oldPath`
   };
 
   CaptureTranscoder(std::shared_ptr<Files> files, std::shared_ptr<const ImageCodec> codec);

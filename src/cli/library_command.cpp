@@ -458,6 +458,10 @@ void LibraryCommands::trash(const EntryList& entries, bool json, CommandDone don
           reply.error = fmt::format("\"vantorel library undo\" brings {} back within 8 seconds.\n",
                                     sweep.removed.size() == 1 ? "it" : "them");
         }
+        for (const RemovedEntry& one : sweep.removed) {
+          const std::string remark = originalRemark(one);
+          if (!remark.empty()) reply.error += nameOf(*one.entry) + ": " + remark + "\n";
+        }
         addFailures(reply, sweep.failures, [&](const std::string& id) {
           const EntryPointer entry = services_.library->store().find(id);
           return entry ? nameOf(*entry) : id;
@@ -533,7 +537,8 @@ void LibraryCommands::prune(bool forgetsReplaced, bool json, const RunningPointe
   services_.work->post(
       [files = services_.files, main = services_.main,
        scope = FileLookScope{.entries = services_.library->store().entries(),
-                             .unreadPaths = services_.library->store().unreadPaths()},
+                             .unreadPaths = services_.library->store().unreadPaths(),
+                             .paths = services_.library->store().paths()},
        goOn = LibraryVerify::goingOn({running, &running->flag.stopped}, running->show),
        learn = alive_.guard([this](const std::vector<SeenFile>& files) {
          remember(services_.library->store(), files);
@@ -554,6 +559,13 @@ void LibraryCommands::prune(bool forgetsReplaced, bool json, const RunningPointe
              if (away > 0) {
                remark += captures(away) + " out of reach " + (away == 1 ? "stays" : "stay") +
                          " in History.\n";
+             }
+             const auto inDoubt = static_cast<std::size_t>(
+                 std::ranges::count(look.inDoubt, FileRole::shown, &EntryFile::role));
+             if (inDoubt > 0) {
+               remark += captures(inDoubt) + (inDoubt == 1 ? " stays" : " stay") +
+                         " in History: the disk numbers its files anew, and several may be " +
+                         (inDoubt == 1 ? "its own.\n" : "theirs.\n");
              }
              EntryList going = adopted.gone;
              if (forgetsReplaced) {

@@ -68,9 +68,13 @@ class Report {
 
 /// What repairing came to.
 struct Repaired {
-  std::unordered_set<std::string> paths;  ///< that are in order now
-  EntryList entries;                      ///< to be added
-  EntryList goneStill;                    ///< to be forgotten
+  std::unordered_set<std::string> paths;      ///< that are in order now
+  std::unordered_set<std::string> originals;  ///< lost ones that no entry names any more
+  EntryList entries;                          ///< to be added
+  EntryList goneStill;                        ///< to be forgotten
+
+  /// The originals that are lost, with the entries that are to forget them.
+  std::vector<std::pair<std::string, EntryPointer>> lostStill;
 };
 
 CommandReply report(const LibraryFindings& findings, const Repaired& repaired, bool json) {
@@ -79,8 +83,13 @@ CommandReply report(const LibraryFindings& findings, const Repaired& repaired, b
     report.add("entry without file", entry->path, repaired.paths.contains(entry->path));
   }
   for (const SeenFile& file : findings.look.renamed) {
-    report.add("entry under another name", file.path.string(),
-               repaired.paths.contains(file.path.string()));
+    const bool isShown = file.role == FileRole::shown;
+    report.add(isShown ? "entry under another name" : "original under another name",
+               file.path.string(), repaired.paths.contains(file.path.string()));
+  }
+  for (const EntryFile& file : findings.look.inDoubt) {
+    report.add(file.role == FileRole::shown ? "entry in doubt" : "original in doubt", file.path(),
+               false);
   }
   const std::unordered_set<EntryPointer> replaced(findings.look.replaced.begin(),
                                                   findings.look.replaced.end());
@@ -88,12 +97,16 @@ CommandReply report(const LibraryFindings& findings, const Repaired& repaired, b
     report.add(replaced.contains(entry) ? "entry of a replaced folder" : "entry out of reach",
                entry->path, false);
   }
+  for (const EntryPointer& entry : findings.look.originalsOutOfReach) {
+    report.add("original out of reach", *entry->originalPath, false);
+  }
   for (const EntryPointer& entry : findings.damaged) {
     report.add("damaged picture", entry->path, false);
   }
-  for (const EntryPointer& entry : findings.withoutOriginal) {
-    const std::string& original = *entry->originalPath;
-    report.add("original gone", original, repaired.paths.contains(original));
+  for (const LostOriginal& lost : findings.withoutOriginal) {
+    const std::string& original = *lost.entry->originalPath;
+    report.add(lost.isReplaced ? "original replaced" : "original gone", original,
+               repaired.originals.contains(original));
   }
   const auto addAll = [&](std::string_view kind, const std::vector<Path>& paths) {
     for (const Path& path : paths) {
@@ -121,6 +134,10 @@ CommandReply report(const LibraryFindings& findings, const Repaired& repaired, b
         fmt::format("{} may be work under way and is not judged yet.\n", inOneCell(path.string()));
   }
   return reply;
+}
+
+bool hasFileAt(const ScreenshotEntry& entry, const std::string& path) {
+  return entry.path == path || entry.originalPath == path;
 }
 
 std::string sizeLine(std::size_t count, std::uint64_t bytes, bool json) {
@@ -320,8 +337,8 @@ void LibraryVerify::judge(const std::shared_ptr<Repairing>& repairing, bool wasQ
   dropSettled(findings, repairing->claimed);
   if (!wasQuiet) {
     for (const EntryPointer& entry : findings.look.gone) findings.notJudged.push_back(entry->path);
-    for (const EntryPointer& entry : findings.withoutOriginal) {
-      findings.notJudged.push_back(*entry->originalPath);
+    for (const LostOriginal& lost : findings.withoutOriginal) {
+      findings.notJudged.push_back(*lost.entry->originalPath);
     }
     findings.look.gone.clear();
     findings.withoutOriginal.clear();
@@ -370,7 +387,8 @@ void LibraryVerify::dropSettled(LibraryFindings& findings, const Claims& claimed
   std::erase_if(findings.look.outOfReach, isOther);
   std::erase_if(findings.look.renamed, [&](const SeenFile& file) { return isOther(file.entry); });
   std::erase_if(findings.damaged, isOther);
-  std::erase_if(findings.withoutOriginal, isOther);
+  std::erase_if(findings.withoutOriginal,
+                [&](const LostOriginal& lost) { return isOther(lost.entry); });
   std::unordered_map<std::string_view, bool> isNamed;
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt, &findings.stagedCaptures};
@@ -414,9 +432,9 @@ void LibraryVerify::claimFaulty(LibraryFindings& findings, Claims& claimed) cons
     findings.notJudged.emplace_back(entry->path);
     return true;
   });
-  std::erase_if(findings.withoutOriginal, [&](const EntryPointer& entry) {
-    if (claim(entry->id, claimed)) return false;
-    findings.notJudged.emplace_back(*entry->originalPath);
+  std::erase_if(findings.withoutOriginal, [&](const LostOriginal& lost) {
+    if (claim(lost.entry->id, claimed)) return false;
+    findings.notJudged.emplace_back(*lost.entry->originalPath);
     return true;
   });
 }
@@ -435,9 +453,14 @@ void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
   for (const auto& [id, claim] : repairing->claimed) ours.insert(id);
   const AdoptedLook adopted =
       adoptNames(services_.library->store(), repairing->findings.look, ours);
+  std::vector<std::pair<std::string, EntryPointer>> lost;
+  for (const LostOriginal& one : repairing->findings.withoutOriginal) {
+    const EntryPointer entry = services_.library->store().find(one.entry->id);
+    if (entry && entry->originalPath) lost.emplace_back(*one.entry->originalPath, entry);
+  }
   services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
                         main = services_.main, repairing, gone = adopted.gone,
-                        paths = services_.library->paths(),
+                        lost = std::move(lost), paths = services_.library->paths(),
                         mayRemoveCopies = !services_.library->relocation().isRunning(),
                         learn = alive_.guard([this](const std::vector<SeenFile>& files) {
                           remember(services_.library->store(), files);
@@ -465,6 +488,10 @@ void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
       }
     }
     repaired.goneStill = goneOf(*files, gone);
+    for (auto& [path, entry] : lost) {
+      if (placeOfOriginal(*files, *entry) == OriginalPlace::original) continue;
+      repaired.lostStill.emplace_back(path, std::move(entry));
+    }
     postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));
   });
 }
@@ -498,12 +525,16 @@ void LibraryVerify::adopt(const std::shared_ptr<Repairing>& repairing) {
 void LibraryVerify::clearUp(const std::shared_ptr<Repairing>& repairing) {
   HistoryStore& store = services_.library->store();
   Repaired& repaired = repairing->repaired;
-  for (const EntryPointer& entry : repairing->findings.withoutOriginal) {
-    const EntryPointer now = store.find(entry->id);
-    if (!now || now->originalPath != entry->originalPath) continue;
-    const auto cleared = store.update(
-        entry->id, [](ScreenshotEntry& changed) { changed.originalPath = std::nullopt; });
-    if (cleared) repaired.paths.insert(*entry->originalPath);
+  for (const auto& [found, lost] : repaired.lostStill) {
+    const EntryPointer entry = store.find(lost->id);
+    const bool isSame = entry && entry->originalPath == lost->originalPath &&
+                        entry->originalIdentity == lost->originalIdentity;
+    if (!isSame) continue;
+    const auto cleared = store.update(lost->id, [](ScreenshotEntry& changed) {
+      changed.originalPath = std::nullopt;
+      changed.originalIdentity.reset();
+    });
+    if (cleared) repaired.originals.insert(found);
   }
   repairing->claimed.clear();
   // As it was told: an entry whose name another one's file has got another name.
@@ -517,7 +548,8 @@ void LibraryVerify::clearUp(const std::shared_ptr<Repairing>& repairing) {
     repaired.paths.emplace(told.at(entry->id));
   }
   for (const SeenFile& file : repairing->findings.look.renamed) {
-    if (store.findByPath(file.path.string())) repaired.paths.insert(file.path.string());
+    const EntryPointer entry = store.find(file.entry->id);
+    if (entry && hasFileAt(*entry, file.path.string())) repaired.paths.insert(file.path.string());
   }
   // Writes the new entries as well.
   services_.library->deletion().forget(going, [this, repairing](const Result<std::size_t>& saved) {

@@ -1,17 +1,18 @@
 #include "library/file_look.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <optional>
 #include <set>
 #include <tuple>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 #include "library/capture_file_name.hpp"
 #include "library/entry_paths.hpp"
+#include "library/file_numbers.hpp"
 #include "library/file_reach.hpp"
 #include "library/known_files.hpp"
 
@@ -30,12 +31,21 @@ bool isSameNode(const FileIdentity& one, const FileIdentity& other) {
   return one.volume == other.volume && one.file == other.file;
 }
 
-/// An entry whose path has no file, or one that is not known to be its own.
+/// A file that is not at its path, or of which what is there is not known to be it.
 struct Astray {
-  EntryPointer entry;
-  std::optional<FileIdentity> inItsPlace;  ///< what has its path
-  FileReach reach = FileReach::there;      ///< why there is none
+  EntryFile file;
+  std::optional<FileIdentity> inItsPlace{};  ///< what has its path
+  FileReach reach = FileReach::there;        ///< why there is none
   bool isWanted = true;
+
+  [[nodiscard]] const std::string& path() const { return file.path(); }
+  [[nodiscard]] const Rare<FileIdentity>& seen() const { return file.seen(); }
+  [[nodiscard]] bool isOriginal() const { return file.role == FileRole::original; }
+
+  /// As large and as old as its file was, under whatever number.
+  [[nodiscard]] bool looksOwn() const {
+    return seen() && inItsPlace && traitOf(*seen()) == traitOf(*inItsPlace);
+  }
 };
 
 std::map<std::string_view, EntryList> byFolder(const EntryList& entries) {
@@ -44,22 +54,17 @@ std::map<std::string_view, EntryList> byFolder(const EntryList& entries) {
   return folders;
 }
 
-void lookFor(const FolderView& folder, const EntryPointer& entry, FileLook& look,
-             std::vector<Astray>& astray) {
-  const Path path = entry->path;
-  if (auto identity = folder.identify(path.filename())) {
-    const auto& seen = entry->fileIdentity;
-    if (!seen || !isSameNode(*identity, *seen)) {
-      astray.push_back({entry, *std::move(identity)});
-    } else if (!identity->isSameFileAs(*seen) || identity->folder != seen->folder ||
-               identity->folderFile != seen->folderFile) {
-      // What a newer version keeps beside is of the file as it was.
-      look.learned.push_back({entry, path, *std::move(identity)});
+std::map<std::string_view, std::vector<EntryFile>> filesByFolder(const EntryList& entries,
+                                                                 const LibraryPaths& paths) {
+  const OriginalFolders originals(paths);
+  std::map<std::string_view, std::vector<EntryFile>> folders;
+  for (const EntryPointer& entry : entries) {
+    folders[folderOf(entry->path)].push_back({entry, FileRole::shown});
+    if (originals.isAmongCaptures(*entry)) {
+      folders[folderOf(*entry->originalPath)].push_back({entry, FileRole::original});
     }
-    return;
   }
-  const FileReach reach = folder.reachOf(*entry);
-  if (reach != FileReach::there) astray.push_back({entry, std::nullopt, reach});
+  return folders;
 }
 
 /// Its folder, or what is called so, does not have it.
@@ -67,67 +72,152 @@ bool isMissing(FileReach reach) {
   return reach == FileReach::fileGone || reach == FileReach::folderReplaced;
 }
 
-/// Finds the files of entries that went astray. A file that some entry shows is no other one's.
+/// Looks for files where they should be.
+class PlaceLook {
+ public:
+  PlaceLook(FileLook& look, std::vector<Astray>& astray, FileNumbers& numbers)
+      : look_(look), astray_(astray), numbers_(numbers) {}
+
+  void at(const FolderView& folder, const EntryFile& file) {
+    const Path path = file.path();
+    if (auto identity = folder.identify(path.filename())) {
+      const auto& seen = file.seen();
+      if (!seen || !identity->isSameFileAs(*seen)) {
+        astray_.push_back({file, *std::move(identity)});
+        return;
+      }
+      numbers_.agree(*identity);
+      // What a newer version keeps beside is of the file as it was.
+      if (identity->folder != seen->folder || identity->folderFile != seen->folderFile) {
+        look_.learned.push_back({file.entry, path, *std::move(identity), file.role});
+      }
+      return;
+    }
+    const FileReach reach = file.role == FileRole::shown ? folder.reachOf(*file.entry)
+                                                         : folder.reachOfOriginal(*file.entry);
+    if (reach != FileReach::there) astray_.push_back({file, std::nullopt, reach});
+  }
+
+  /// What was written to in place is the same file, unless it is by now as another one was: then
+  /// the number may be all that stayed.
+  void settleEdited() {
+    std::erase_if(astray_, [this](Astray& one) {
+      const bool isSame = one.inItsPlace && one.seen() && !one.isOriginal() &&
+                          isSameNode(*one.inItsPlace, *one.seen()) &&
+                          !numbers_.isAnothers(*one.inItsPlace);
+      if (isSame) {
+        look_.learned.push_back(
+            {one.file.entry, one.path(), *std::move(one.inItsPlace), one.file.role});
+      }
+      return isSame;
+    });
+  }
+
+ private:
+  FileLook& look_;
+  std::vector<Astray>& astray_;
+  FileNumbers& numbers_;
+};
+
+/// Files that no entry names.
+class Strangers {
+ public:
+  using Found = std::pair<Path, FileIdentity>;
+
+  explicit Strangers(const Files& files) : files_(files) {}
+
+  void list(std::string_view name, const std::function<bool(const std::string&)>& isFree) {
+    const FolderView folder(files_, Path(name));
+    if (!folder.location()) return;
+    auto items = folder.list();
+    if (!items) return;
+    std::ranges::sort(*items, {}, &FolderItem::name);
+    for (const FolderItem& item : *items) {
+      Path path = Path(name) / item.name;
+      const bool isHalf = item.name.starts_with('.') && path.extension() == ".partial";
+      if (item.type != FileType::regular || isHalf) continue;
+      if (!isFree(path.string())) continue;
+      if (auto identity = folder.identify(item.name)) {
+        found_.emplace_back(std::move(path), *std::move(identity));
+      }
+    }
+  }
+
+  /// To be called once all are listed.
+  void sort() {
+    for (Found& one : found_) {
+      // By links and mounts, a folder has several names.
+      if (!byKey_.emplace(keyOf(one.second), &one).second) continue;
+      byTrait_.emplace(traitOf(one.second), &one);
+    }
+  }
+
+  std::optional<Found> take(const FileIdentity& seen) {
+    const auto at = byKey_.find(keyOf(seen));
+    if (at == byKey_.end() || at->second->first.empty()) return std::nullopt;
+    Found taken = *at->second;
+    at->second->first.clear();
+    return taken;
+  }
+
+  [[nodiscard]] std::vector<const Found*> alike(const FileIdentity& seen) const {
+    std::vector<const Found*> found;
+    const auto [begin, end] = byTrait_.equal_range(traitOf(seen));
+    for (auto at = begin; at != end; ++at) {
+      if (!at->second->first.empty()) found.push_back(at->second);
+    }
+    return found;
+  }
+
+ private:
+  const Files& files_;
+  std::vector<Found> found_;
+  std::map<FileKey, Found*> byKey_;
+  std::multimap<FileTrait, Found*> byTrait_;
+};
+
+/// Finds the files of entries that went astray. A file that some entry has is no other one's.
 class AstrayFiles {
  public:
-  AstrayFiles(const Files& files, const FileLookScope& scope, std::vector<Astray> astray)
-      : files_(files), scope_(scope), astray_(std::move(astray)), known_(files) {}
+  AstrayFiles(const Files& files, const FileLookScope& scope, std::vector<Astray> astray,
+              FileNumbers& numbers)
+      : files_(files),
+        scope_(scope),
+        astray_(std::move(astray)),
+        numbers_(numbers),
+        known_(files),
+        strangers_(files) {}
 
   /// `wanted` are the entries that were looked at already.
   void sort(const EntryList& wanted, FileLook& look) {
-    lookAtOriginals(wanted);
     dropNewcomers(look);
     if (astray_.empty()) return;
     if (wanted.size() < scope_.entries.size()) lookAtOthers(wanted);
     listTaken();
     swapNames();
     seekElsewhere();
+    keepRestored();
     for (Astray& one : astray_) settle(one, look);
+    dropLearnedOfMoved(look);
   }
 
  private:
-  using Found = std::pair<Path, FileIdentity>;
-
-  /// Of an original nothing is known but its name, which another entry's file may have by now.
-  void lookAtOriginals(const EntryList& wanted) {
-    const auto hasOriginal = [](const EntryPointer& entry) {
-      return entry->originalPath && *entry->originalPath != entry->path;
-    };
-    if (std::ranges::none_of(wanted, hasOriginal)) return;
-    std::unordered_map<std::int64_t, EntryPointer> owners;
-    for (const EntryPointer& entry : scope_.entries) {
-      if (entry->fileIdentity) owners.emplace(entry->fileIdentity->file, entry);
-    }
-    for (const EntryPointer& entry : wanted) {
-      if (!hasOriginal(entry)) continue;
-      auto identity = identifyFile(files_, *entry->originalPath);
-      if (!identity) continue;
-      const auto found = owners.find(identity->file);
-      if (found == owners.end()) continue;
-      const EntryPointer& owner = found->second;
-      const bool isOther = owner != entry && owner->path != *entry->originalPath &&
-                           keyOf(*owner->fileIdentity) == keyOf(*identity);
-      if (!isOther) continue;
-      if (std::ranges::find(astray_, owner, &Astray::entry) == astray_.end()) {
-        FileLook ignored;
-        lookFor(FolderView(files_, Path(folderOf(owner->path))), owner, ignored, astray_);
-      }
-      misnamed_.emplace(owner->path, Misnamed{entry, *std::move(identity)});
-    }
-  }
+  using Found = Strangers::Found;
 
   /// Of an entry that remembers nothing, the file at its path is its own, unless it is one that
   /// another entry remembers.
   void dropNewcomers(FileLook& look) {
-    const auto isNew = [](const Astray& one) { return !one.entry->fileIdentity && one.inItsPlace; };
+    const auto isNew = [](const Astray& one) { return !one.seen() && one.inItsPlace; };
     if (std::ranges::none_of(astray_, isNew)) return;
     std::unordered_set<std::int64_t> remembered;
     for (const EntryPointer& entry : scope_.entries) {
       if (entry->fileIdentity) remembered.insert(entry->fileIdentity->file);
+      if (entry->originalIdentity) remembered.insert(entry->originalIdentity->file);
     }
     std::erase_if(astray_, [&](Astray& one) {
       if (!isNew(one) || remembered.contains(one.inItsPlace->file)) return false;
-      look.learned.push_back({one.entry, one.entry->path, *std::move(one.inItsPlace)});
+      look.learned.push_back(
+          {one.file.entry, one.path(), *std::move(one.inItsPlace), one.file.role});
       return true;
     });
   }
@@ -135,15 +225,19 @@ class AstrayFiles {
   /// The file that took an entry's path, or the one that it has now, may be any other entry's.
   void lookAtOthers(const EntryList& wanted) {
     std::unordered_set<EntryPointer> known(wanted.begin(), wanted.end());
-    for (const Astray& one : astray_) known.insert(one.entry);
+    EntryList unknown;
+    std::ranges::copy_if(scope_.entries, std::back_inserter(unknown),
+                         [&](const EntryPointer& entry) { return !known.contains(entry); });
     FileLook ignored;
     std::vector<Astray> others;
-    for (const auto& [name, entries] : byFolder(scope_.entries)) {
+    PlaceLook look(ignored, others, numbers_);
+    for (const auto& [name, held] : filesByFolder(unknown, scope_.paths)) {
       const FolderView folder(files_, Path(name));
-      for (const EntryPointer& entry : entries) {
-        if (entry->fileIdentity && !known.contains(entry)) lookFor(folder, entry, ignored, others);
+      for (const EntryFile& file : held) {
+        if (file.seen() || file.role == FileRole::original) look.at(folder, file);
       }
     }
+    look.settleEdited();
     for (Astray& other : others) {
       other.isWanted = false;
       astray_.push_back(std::move(other));
@@ -153,13 +247,23 @@ class AstrayFiles {
   /// The paths that have files of which nobody says yet whose they are.
   void listTaken() {
     for (const Astray& one : astray_) {
-      if (one.inItsPlace) taken_.emplace(one.entry->path, *one.inItsPlace);
+      if (!one.inItsPlace) continue;
+      taken_.emplace(one.path(), *one.inItsPlace);
+      numbers_.see(*one.inItsPlace);
+      if (one.looksOwn()) lookOwn_.insert(one.path());
     }
     // Copies of a capture stay together.
+    const auto leave = [this](const EntryFile& file) {
+      const auto found = taken_.find(file.path());
+      if (found == taken_.end() || !file.seen()) return;
+      const bool isSame = file.role == FileRole::shown ? isSameNode(*file.seen(), found->second) &&
+                                                             !numbers_.isAnothers(found->second)
+                                                       : file.seen()->isSameFileAs(found->second);
+      if (isSame) taken_.erase(found);
+    };
     for (const EntryPointer& entry : scope_.entries) {
-      const auto found = taken_.find(entry->path);
-      if (found == taken_.end() || !entry->fileIdentity) continue;
-      if (isSameNode(*entry->fileIdentity, found->second)) taken_.erase(found);
+      leave({entry, FileRole::shown});
+      if (entry->originalPath) leave({entry, FileRole::original});
     }
   }
 
@@ -167,44 +271,85 @@ class AstrayFiles {
   void swapNames() {
     std::map<FileKey, std::string_view> byKey;
     std::map<std::pair<std::string_view, std::int64_t>, std::string_view> byNode;
+    std::multimap<FileTrait, std::string_view> byTrait;
     for (const auto& [path, identity] : taken_) {
-      byKey.emplace(keyOf(identity), path);
+      if (byKey.emplace(keyOf(identity), path).second) byTrait.emplace(traitOf(identity), path);
       byNode.emplace(std::pair(std::string_view(identity.volume), identity.file), path);
     }
     for (const Astray& one : astray_) {
-      if (!one.entry->fileIdentity) continue;
-      const auto at = byKey.find(keyOf(*one.entry->fileIdentity));
+      if (!one.seen()) continue;
+      const auto at = byKey.find(keyOf(*one.seen()));
       if (at != byKey.end()) take(one, at->second);
     }
+    // An original that was never seen is what the file that has its name had before.
     for (const Astray& one : astray_) {
-      const auto heard = scope_.heardMoves.find(one.entry->path);
+      const auto claim = claimed_.find(one.path());
+      if (one.isOriginal() && !one.seen() && claim != claimed_.end()) take(one, claim->second);
+    }
+    for (const Astray& one : astray_) {
+      const auto heard = scope_.heardMoves.find(one.path());
       if (heard != scope_.heardMoves.end()) take(one, heard->second);
+    }
+    for (const Astray& one : astray_) {
+      if (found_.contains(one.path()) || !tellsByTrait(one)) continue;
+      const auto [begin, end] = byTrait.equal_range(traitOf(*one.seen()));
+      std::vector<std::string_view> paths;
+      for (auto at = begin; at != end; ++at) {
+        if (!lookOwn_.contains(at->second)) paths.push_back(at->second);
+      }
+      if (paths.size() == 1 && isOnlyOne(one) && strangersLike(one).empty()) take(one, paths[0]);
     }
     // Written to since. A number alone tells nothing, for numbers are given again; but here the
     // file that had the name is known to have gone elsewhere.
     for (const Astray& one : astray_) {
-      if (!one.entry->fileIdentity) continue;
-      const FileIdentity& seen = *one.entry->fileIdentity;
-      const auto at = byNode.find({seen.volume, seen.file});
+      if (!one.seen() || one.isOriginal() || !numbers_.areSteady(one.seen()->volume)) continue;
+      const auto at = byNode.find({one.seen()->volume, one.seen()->file});
       if (at != byNode.end() && found_.contains(std::string(at->second))) take(one, at->second);
     }
   }
 
-  void take(const Astray& one, std::string_view path) {
-    const auto at = taken_.find(std::string(path));
-    if (at == taken_.end() || path == one.entry->path || !mayLeave(one)) return;
-    if (found_.contains(one.entry->path) || claimed_.contains(at->first)) return;
-    claimed_.insert(at->first);
-    found_.emplace(one.entry->path, Found{path, at->second});
+  /// Whether the file is to be sought by its size and time: its number tells nothing.
+  [[nodiscard]] bool tellsByTrait(const Astray& one) const {
+    return one.seen() && one.seen()->file != 0 && !one.looksOwn() &&
+           !numbers_.areSteady(one.seen()->volume);
   }
 
-  /// False when another entry shows the file at the path: copies stay together.
+  /// No other remembered file was as large and as old, but those that are where they were.
+  [[nodiscard]] bool isOnlyOne(const Astray& one) {
+    const auto& paths = numbers_.pathsOf(traitOf(*one.seen()));
+    return std::ranges::all_of(paths, [&](std::string_view path) {
+      return path == one.path() || lookOwn_.contains(path);
+    });
+  }
+
+  void take(const Astray& one, std::string_view path) {
+    const auto at = taken_.find(std::string(path));
+    if (at == taken_.end() || path == one.path() || !mayLeave(one)) return;
+    if (found_.contains(one.path()) || claimed_.contains(at->first)) return;
+    claimed_.emplace(at->first, one.path());
+    found_.emplace(one.path(), Found{path, at->second});
+  }
+
+  /// False when another entry has the file at the path: copies stay together.
   [[nodiscard]] bool mayLeave(const Astray& one) const {
-    return !one.inItsPlace || taken_.contains(one.entry->path);
+    return !one.inItsPlace || taken_.contains(one.path());
   }
 
   [[nodiscard]] bool isDisplaced(const Astray& one) const {
-    return one.inItsPlace && claimed_.contains(one.entry->path);
+    return one.inItsPlace && claimed_.contains(one.path());
+  }
+
+  /// Another file has the original's name.
+  [[nodiscard]] static bool isReplacedOriginal(const Astray& one) {
+    return one.isOriginal() && one.inItsPlace && one.seen() &&
+           !isSameOriginal(*one.seen(), *one.inItsPlace);
+  }
+
+  /// What has the path is in another folder of the name: what was in the first may still be there.
+  [[nodiscard]] static bool isInAnotherFolder(const Astray& one) {
+    return one.inItsPlace && one.seen() && one.seen()->volume == one.inItsPlace->volume &&
+           one.seen()->folder == one.inItsPlace->folder && one.seen()->folderFile &&
+           one.inItsPlace->folderFile && one.seen()->folderFile != one.inItsPlace->folderFile;
   }
 
   /// Files that have names of no entry. One that is still called as its entry says, and was written
@@ -212,56 +357,96 @@ class AstrayFiles {
   void seekElsewhere() {
     for (const Astray& one : astray_) {
       const bool mayBeElsewhere = isMissing(one.reach) || one.reach == FileReach::linkBroken;
-      const bool isElsewhere = (one.isWanted && mayBeElsewhere) || isDisplaced(one) ||
-                               misnamed_.contains(one.entry->path);
-      if (!isElsewhere || found_.contains(one.entry->path)) continue;
-      if (auto found = findElsewhere(*one.entry)) {
+      const bool isSought = one.isWanted && (mayBeElsewhere || isReplacedOriginal(one));
+      if (!(isSought || isDisplaced(one)) || found_.contains(one.path())) continue;
+      if (auto found = findElsewhere(one)) {
         known_.add(found->first);
-        found_.emplace(one.entry->path, *std::move(found));
+        found_.emplace(one.path(), *std::move(found));
       }
     }
   }
 
-  std::optional<Found> findElsewhere(const ScreenshotEntry& entry) {
-    if (const auto heard = scope_.heardMoves.find(entry.path); heard != scope_.heardMoves.end()) {
+  std::optional<Found> findElsewhere(const Astray& one) {
+    if (const auto heard = scope_.heardMoves.find(one.path()); heard != scope_.heardMoves.end()) {
       if (auto identity = identifyFile(files_, heard->second); identity && isFree(heard->second)) {
         return Found{heard->second, *std::move(identity)};
       }
     }
-    if (const auto named = misnamed_.find(entry.path); named != misnamed_.end()) {
-      return Found{*named->second.of->originalPath, named->second.identity};
+    if (!one.seen()) return std::nullopt;
+    listStrangers();
+    if (auto found = strangers_.take(*one.seen())) return found;
+    const auto alike = strangersLike(one);
+    if (alike.empty()) return std::nullopt;
+    if (alike.size() == 1 && isOnlyOne(one)) return strangers_.take(alike[0]->second);
+    inDoubt_.insert(one.path());
+    return std::nullopt;
+  }
+
+  std::vector<const Found*> strangersLike(const Astray& one) {
+    if (!tellsByTrait(one)) return {};
+    listStrangers();
+    return strangers_.alike(*one.seen());
+  }
+
+  /// An original that was put in the place of the file made from it is what its entry shows now.
+  void keepRestored() {
+    for (const Astray& one : astray_) {
+      const std::string& shown = one.file.entry->path;
+      const auto found = found_.find(one.path());
+      if (!one.isOriginal() || found == found_.end() || found->second.first != shown) continue;
+      if (found_.contains(shown)) continue;
+      found_.erase(found);
+      claimed_.erase(shown);
     }
-    if (!entry.fileIdentity) return std::nullopt;
-    if (!isListed_) listStrangers();
-    const auto at = strangers_.find(keyOf(*entry.fileIdentity));
-    if (at == strangers_.end() || at->second.first.empty()) return std::nullopt;
-    return std::exchange(at->second, {});
   }
 
   void settle(Astray& one, FileLook& look) {
-    const EntryPointer& entry = one.entry;
-    if (const auto found = found_.find(entry->path); found != found_.end() && mayLeave(one)) {
-      look.renamed.push_back({entry, found->second.first, found->second.second});
-      if (const auto named = misnamed_.find(entry->path);
-          named != misnamed_.end() && !isDisplaced(one)) {
-        const Path original = one.inItsPlace ? Path(entry->path) : Path();
-        look.originals.push_back({named->second.of, original, found->second.second});
-      }
+    const EntryPointer& entry = one.file.entry;
+    const FileRole role = one.file.role;
+    if (const auto found = found_.find(one.path()); found != found_.end() && mayLeave(one)) {
+      look.renamed.push_back({entry, found->second.first, found->second.second, role});
     } else if (isDisplaced(one)) {
-      look.gone.push_back(entry);
-      look.displaced.push_back({entry, freeName(entry->path), lastSeen(one)});
+      miss(one, isInAnotherFolder(one) ? FileReach::folderReplaced : FileReach::fileGone, look);
+      look.displaced.push_back({entry, freeName(one.path()), lastSeen(one), role});
     } else if (!one.isWanted) {
       return;
+    } else if (isReplacedOriginal(one) && isInAnotherFolder(one)) {
+      miss(one, FileReach::folderReplaced, look);
+    } else if (isReplacedOriginal(one)) {
+      look.lostOriginals.push_back({entry, true});
     } else if (one.inItsPlace) {
-      look.learned.push_back({entry, entry->path, *std::move(one.inItsPlace)});
+      look.learned.push_back({entry, one.path(), *std::move(one.inItsPlace), role});
+    } else if (isMissing(one.reach) && inDoubt_.contains(one.path())) {
+      look.inDoubt.push_back(one.file);
     } else {
-      (one.reach == FileReach::fileGone ? look.gone : look.outOfReach).push_back(entry);
-      if (one.reach == FileReach::folderReplaced) look.replaced.push_back(entry);
+      miss(one, one.reach, look);
     }
   }
 
+  static void miss(const Astray& one, FileReach reach, FileLook& look) {
+    const EntryPointer& entry = one.file.entry;
+    const bool isLost = reach == FileReach::fileGone;
+    if (!one.isOriginal()) {
+      (isLost ? look.gone : look.outOfReach).push_back(entry);
+      if (reach == FileReach::folderReplaced) look.replaced.push_back(entry);
+    } else if (isLost) {
+      look.lostOriginals.push_back({entry, false});
+    } else {
+      look.originalsOutOfReach.push_back(entry);
+    }
+  }
+
+  /// They are changed once, and by their new places.
+  static void dropLearnedOfMoved(FileLook& look) {
+    std::unordered_set<EntryPointer> moved(look.gone.begin(), look.gone.end());
+    for (const auto* const list : {&look.renamed, &look.displaced}) {
+      for (const SeenFile& file : *list) moved.insert(file.entry);
+    }
+    std::erase_if(look.learned, [&](const SeenFile& file) { return moved.contains(file.entry); });
+  }
+
   static FileIdentity lastSeen(const Astray& one) {
-    if (one.entry->fileIdentity) return *one.entry->fileIdentity;
+    if (one.seen()) return *one.seen();
     return {.volume = one.inItsPlace->volume, .folder = one.inItsPlace->folder, .extra = {}};
   }
 
@@ -288,43 +473,27 @@ class AstrayFiles {
   }
 
   void listStrangers() {
+    if (isListed_) return;
     isListed_ = true;
-    std::set<std::string_view> folders;
-    for (const EntryPointer& entry : scope_.entries) folders.insert(folderOf(entry->path));
-    for (const std::string_view name : folders) {
-      const FolderView folder(files_, Path(name));
-      if (!folder.location()) continue;
-      auto items = folder.list();
-      if (!items) continue;
-      std::ranges::sort(*items, {}, &FolderItem::name);
-      for (const FolderItem& item : *items) {
-        Path path = Path(name) / item.name;
-        const bool isHalf = item.name.starts_with('.') && path.extension() == ".partial";
-        if (item.type != FileType::regular || isHalf) continue;
-        if (!isFree(path.string())) continue;
-        if (auto identity = folder.identify(item.name)) {
-          FileKey key = keyOf(*identity);
-          strangers_.emplace(std::move(key), Found{std::move(path), *std::move(identity)});
-        }
-      }
+    for (const auto& [name, held] : filesByFolder(scope_.entries, scope_.paths)) {
+      strangers_.list(name, [this](const std::string& path) { return isFree(path); });
     }
+    strangers_.sort();
   }
 
   const Files& files_;
   const FileLookScope& scope_;
   std::vector<Astray> astray_;
-  std::map<std::string, FileIdentity> taken_;  // by path
-  std::set<std::string> claimed_;              // of those, whose owners are known
-  std::map<std::string, Found> found_;         // by the path that the entries have
+  FileNumbers& numbers_;
+  std::map<std::string, FileIdentity> taken_;   // by path
+  std::set<std::string, std::less<>> lookOwn_;  // paths that have files as large and old as theirs
+  std::map<std::string, std::string> claimed_;  // of those, with the paths that their owners have
+  std::map<std::string, Found> found_;          // by the path that the entries have
+  std::set<std::string> inDoubt_;               // paths whose files may be more than one
   KnownFiles known_;
   bool isKnownFilled_ = false;
   bool isListed_ = false;
-  std::map<FileKey, Found> strangers_;
-  struct Misnamed {
-    EntryPointer of;  // whose original has had the name
-    FileIdentity identity;
-  };
-  std::map<std::string, Misnamed> misnamed_;  // by the path of the entry whose file it is
+  Strangers strangers_;
 };
 
 }  // namespace
@@ -333,21 +502,26 @@ FileLook lookForFiles(const Files& files, const EntryList& wanted, const FileLoo
                       const CheckProgress& progress) {
   FileLook look;
   std::vector<Astray> astray;
+  FileNumbers numbers(scope.entries);
+  PlaceLook places(look, astray, numbers);
   std::size_t done = 0;
-  for (const auto& [name, entries] : byFolder(wanted)) {
+  for (const auto& [name, held] : filesByFolder(wanted, scope.paths)) {
     const FolderView folder(files, Path(name));
-    for (const EntryPointer& entry : entries) {
-      if (!progress(done++, wanted.size())) {
+    for (const EntryFile& file : held) {
+      if (file.role == FileRole::shown && !progress(done++, wanted.size())) {
         look.wasStopped = true;
         for (const Astray& one : astray) {
-          if (one.reach == FileReach::fileGone) look.gone.push_back(one.entry);
+          if (one.reach == FileReach::fileGone && !one.isOriginal()) {
+            look.gone.push_back(one.file.entry);
+          }
         }
         return look;
       }
-      lookFor(folder, entry, look, astray);
+      places.at(folder, file);
     }
   }
-  AstrayFiles(files, scope, std::move(astray)).sort(wanted, look);
+  places.settleEdited();
+  AstrayFiles(files, scope, std::move(astray), numbers).sort(wanted, look);
   return look;
 }
 

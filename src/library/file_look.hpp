@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "library/entry_files.hpp"
+#include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
 
@@ -20,6 +22,13 @@ struct SeenFile {
   EntryPointer entry;
   Path path;  ///< where the file is: another path than the entry's when it was renamed
   FileIdentity identity;
+  FileRole role = FileRole::shown;
+};
+
+/// An original that is not there.
+struct LostOriginal {
+  EntryPointer entry;
+  bool isReplaced = false;  ///< another file has its name
 };
 
 /// Where files may be that are not where their entries say.
@@ -32,35 +41,50 @@ struct FileLookScope {
 
   /// Where files went by what was heard of them, from old path to new.
   std::map<std::string, std::string> heardMoves{};
+
+  /// The library's own: originals that lie there are not looked for.
+  LibraryPaths paths{};
 };
 
-/// What looking for the files of entries came to.
+/// What looking for the files of entries came to. Where an entry is listed the file it shows is
+/// meant, and where a `SeenFile` is, the one of its role. Nothing is learned of an entry that has
+/// another place, or lost its file.
 struct FileLook {
   EntryList gone;        ///< deleted, overwritten, or moved to where no captures are
   EntryList outOfReach;  ///< the folder is away: the file may well be there
 
   /// Those of `outOfReach` whose folders are others of the same names by now, without the files.
   EntryList replaced;
+
   std::vector<SeenFile> renamed;  ///< there under another name, or in another folder of captures
   std::vector<SeenFile> learned;  ///< there, and not as it is remembered
 
-  /// Those of `gone` whose paths other entries' files have by now, each with a free path of its own
-  /// and with what is remembered of its file.
+  /// Not to be told from others: their disk numbers its files anew with each mount, and more than
+  /// one file may be theirs by size and time.
+  std::vector<EntryFile> inDoubt;
+
+  /// Those that were not found and whose paths other entries' files have by now, each with a free
+  /// path of its own and with what is remembered of its file.
   std::vector<SeenFile> displaced;
 
-  /// Entries whose originals' names other entries' files have, with where the originals went: to
-  /// the names of those files, or, with an empty path, nobody knows where.
-  std::vector<SeenFile> originals;
+  /// Deleted, overwritten, or moved to where no captures are.
+  std::vector<LostOriginal> lostOriginals;
+
+  /// Of these the original may well be there: its folder is away, or another one of the name by
+  /// now, or it is a link that leads nowhere.
+  EntryList originalsOutOfReach;
   bool wasStopped = false;
 };
 
-/// Looks for the file of each of these entries: the one place that says which file is an entry's.
-/// What has the entry's path is its file, whoever wrote it, unless it is known to be the file of
-/// another entry, which got the name: names may be swapped, and one file put over another. A file
-/// that is not at its path is sought by its number, size and time under the names of other entries,
-/// and, when nothing else has its path, in all folders of captures on its volume. When files of
-/// other entries of the library turn out to have changed names too, those are answered as well.
-/// Blocks; any thread.
+/// Looks for the files of each of these entries, the one it shows and its original: the one place
+/// that says which file is an entry's. What has the entry's path is its file, whoever wrote it,
+/// unless it is known to be the file of another entry, which got the name: names may be swapped,
+/// and one file put over another. What has an original's path is the original as long as it is what
+/// was seen there. A file that is not at its path is sought by its number, size and time under the
+/// names of other entries' files, and, when nothing else has its path, in all folders of captures
+/// on its volume. Where a volume numbers its files anew with each mount, size and time have to do,
+/// as long as only one file has them. When files of other entries of the library turn out to have
+/// changed names too, those are answered as well. Blocks; any thread.
 [[nodiscard]] FileLook lookForFiles(const Files& files, const EntryList& wanted,
                                     const FileLookScope& scope, const CheckProgress& progress);
 

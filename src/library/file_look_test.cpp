@@ -25,6 +25,23 @@ class FileLookTest : public testing::Test {
     return scope.entries.back();
   }
 
+  /// A capture that was seen with its original.
+  EntryPointer addConverted(const std::string& path, const std::string& original) {
+    ScreenshotEntry entry = *add(path);
+    files.put(original, "what it was: " + path);
+    entry.originalPath = original;
+    if (!original.starts_with("/data/")) entry.originalIdentity = identifyFile(files, original);
+    scope.entries.back() = std::make_shared<const ScreenshotEntry>(std::move(entry));
+    return scope.entries.back();
+  }
+
+  static std::map<std::pair<std::string, FileRole>, std::string> placesOf(
+      const std::vector<SeenFile>& seen) {
+    std::map<std::pair<std::string, FileRole>, std::string> places;
+    for (const SeenFile& file : seen) places[{file.entry->id, file.role}] = file.path;
+    return places;
+  }
+
   FileLook look() {
     return lookForFiles(files, scope.entries, scope, [](std::size_t, std::size_t) { return true; });
   }
@@ -130,8 +147,50 @@ TEST_F(FileLookTest, AnotherFolderOfTheNameTakesNothingWithIt) {
   EXPECT_EQ(found.learned[0].entry, kept);
   EXPECT_EQ(found.learned[0].identity.folderFile, 99);
   EXPECT_EQ(goneOf(files, scope.entries), found.replaced) << "for who says that they may go";
-  ASSERT_TRUE(files.moveNew("/captures/kept.png", "/captures/lacking.png").has_value());
-  EXPECT_EQ(look().outOfReach, EntryList{kept});
+
+  // The name of what it lacks is given to another of its files.
+  rename("/captures/kept.png", "/captures/lacking.png");
+  found = look();
+  EXPECT_THAT(found.gone, IsEmpty());
+  EXPECT_EQ(found.outOfReach, EntryList{lacking});
+  EXPECT_EQ(found.replaced, EntryList{lacking});
+  ASSERT_EQ(found.displaced.size(), 1U);
+  EXPECT_EQ(found.displaced[0].identity, *lacking->fileIdentity);
+  ASSERT_EQ(found.renamed.size(), 1U);
+  EXPECT_EQ(found.renamed[0].path, "/captures/lacking.png") << "kept is as large and as old";
+  files.disk.erase("/captures/lacking.png");
+  EXPECT_EQ(look().outOfReach, (EntryList{kept, lacking}));
+}
+
+TEST_F(FileLookTest, AnOriginalThatAnotherFolderOrABrokenLinkLacksIsNotLost) {
+  const EntryPointer entry = addConverted("/shots/a.jpg", "/shots/a.png");
+  files.folderNumbers["/shots"] = 99;
+  std::map<FileRole, std::int64_t> folders;
+  for (const SeenFile& file : look().learned) {
+    folders[file.role] = file.identity.folderFile.value_or(0);
+  }
+  EXPECT_EQ(folders,
+            (std::map<FileRole, std::int64_t>{{FileRole::shown, 99}, {FileRole::original, 99}}));
+
+  const auto expectOutOfReach = [&](const char* what) {
+    const FileLook found = look();
+    EXPECT_THAT(found.lostOriginals, IsEmpty()) << what;
+    EXPECT_EQ(found.originalsOutOfReach, EntryList{entry}) << what;
+    EXPECT_THAT(found.outOfReach, IsEmpty()) << what << ": the capture is there";
+  };
+  const auto original = files.disk["/shots/a.png"];
+  files.put("/shots/a.png", "somebody's picture");
+  expectOutOfReach("another file in another folder of the name");
+  files.disk.erase("/shots/a.png");
+  expectOutOfReach("not in another folder of the name");
+  files.disk["/shots/b.png"] = original;
+  EXPECT_EQ(look().renamed.size(), 1U) << "there under another name";
+  files.disk.erase("/shots/b.png");
+
+  files.folderNumbers.erase("/shots");
+  EXPECT_EQ(look().lostOriginals.size(), 1U) << "the folder again";
+  files.links["/shots/a.png"] = "/store/a.png";
+  expectOutOfReach("a link that leads nowhere");
 }
 
 TEST_F(FileLookTest, ALinkThatLeadsNowhereIsToldAndKeepsItsEntry) {
@@ -271,22 +330,142 @@ TEST_F(FileLookTest, AFileThatHasTheNameOfAnOriginalIsStillItsOwnEntrys) {
   rename("/shots/a.png", "/shots/t.png");
   rename("/shots/b.png", "/shots/a.png");
   rename("/shots/t.png", "/shots/b.png");
+  using Places = std::map<std::pair<std::string, FileRole>, std::string>;
   // Also when only the entry with the original is looked for.
   for (const EntryList& wanted : {scope.entries, EntryList{scope.entries[0]}}) {
     const FileLook found =
         lookForFiles(files, wanted, scope, [](std::size_t, std::size_t) { return true; });
-    ASSERT_EQ(found.renamed.size(), 1U);
-    EXPECT_EQ(found.renamed[0].entry, other);
-    EXPECT_EQ(found.renamed[0].path, "/shots/a.png");
-    ASSERT_EQ(found.originals.size(), 1U);
-    EXPECT_EQ(found.originals[0].entry->id, converted->id);
-    EXPECT_EQ(found.originals[0].path, "/shots/b.png");
+    EXPECT_EQ(placesOf(found.renamed),
+              (Places{{{other->id, FileRole::shown}, "/shots/a.png"},
+                      {{converted->id, FileRole::original}, "/shots/b.png"}}))
+        << "never seen, and yet what had the name before";
     EXPECT_THAT(found.gone, IsEmpty());
+    EXPECT_THAT(found.lostOriginals, IsEmpty());
   }
   files.disk.erase("/shots/b.png");
   const FileLook over = look();
-  ASSERT_EQ(over.originals.size(), 1U);
-  EXPECT_EQ(over.originals[0].path, "");
+  ASSERT_EQ(over.lostOriginals.size(), 1U);
+  EXPECT_EQ(placesOf(over.displaced),
+            (Places{{{converted->id, FileRole::original}, "/shots/a 2.png"}}));
+}
+
+TEST_F(FileLookTest, AnOriginalIsWhatWasSeenWhateverHasItsName) {
+  using Places = std::map<std::pair<std::string, FileRole>, std::string>;
+  scope.paths.data = "/data";
+  const EntryPointer a = addConverted("/shots/a.jpg", "/shots/a.png");
+  const EntryPointer b = addConverted("/shots/b.jpg", "/elsewhere/b.png");
+  addConverted("/shots/c.jpg", "/data/Originals/c.png");
+  files.disk.erase("/data/Originals/c.png");
+  const auto isAsItWas = [this] {
+    const FileLook found = look();
+    return found.renamed.empty() && found.learned.empty() && found.lostOriginals.empty();
+  };
+  EXPECT_TRUE(isAsItWas()) << "nobody looks into the library's own folder";
+
+  files.folders.insert("/t");
+  const auto swap = [this](const Path& one, const Path& other) {
+    rename(one, "/t/aside");
+    rename(other, one);
+    rename("/t/aside", other);
+  };
+  swap("/shots/a.png", "/elsewhere/b.png");
+  swap("/shots/a.jpg", "/shots/b.jpg");
+  for (const EntryList& wanted : {scope.entries, EntryList{a}}) {
+    EXPECT_EQ(placesOf(lookForFiles(files, wanted, scope, [](auto, auto) { return true; }).renamed),
+              (Places{{{a->id, FileRole::shown}, "/shots/b.jpg"},
+                      {{b->id, FileRole::shown}, "/shots/a.jpg"},
+                      {{a->id, FileRole::original}, "/elsewhere/b.png"},
+                      {{b->id, FileRole::original}, "/shots/a.png"}}));
+  }
+  swap("/shots/a.jpg", "/shots/b.jpg");
+  swap("/shots/a.png", "/elsewhere/b.png");
+
+  // Renamed, while another picture gets its name.
+  rename("/shots/a.png", "/shots/report.png");
+  files.put("/shots/a.png", "somebody's picture");
+  EXPECT_EQ(placesOf(look().renamed), (Places{{{a->id, FileRole::original}, "/shots/report.png"}}));
+  const auto original = files.disk["/shots/report.png"];
+  files.disk.erase("/shots/report.png");
+  const FileLook replaced = look();
+  ASSERT_EQ(replaced.lostOriginals.size(), 1U);
+  EXPECT_EQ(replaced.lostOriginals[0].entry, a);
+  EXPECT_TRUE(replaced.lostOriginals[0].isReplaced);
+  // Written over in place, the number stays.
+  files.disk["/shots/a.png"]->status.inode = original->status.inode;
+  EXPECT_EQ(look().lostOriginals.size(), 1U);
+  // Touched, or put back from a copy.
+  original->status.modified += 5;
+  files.disk["/shots/a.png"] = original;
+  EXPECT_EQ(placesOf(look().learned), (Places{{{a->id, FileRole::original}, "/shots/a.png"}}));
+  original->status.modified -= 5;
+  original->status.inode += 1000;
+  EXPECT_THAT(look().lostOriginals, IsEmpty());
+  original->status.inode -= 1000;
+  EXPECT_TRUE(isAsItWas());
+
+  // Put over the file made from it, it is what the entry shows.
+  files.disk["/shots/a.jpg"] = original;
+  files.disk.erase("/shots/a.png");
+  const FileLook restored = look();
+  EXPECT_THAT(restored.gone, IsEmpty());
+  EXPECT_EQ(placesOf(restored.learned), (Places{{{a->id, FileRole::shown}, "/shots/a.jpg"}}));
+  ASSERT_EQ(restored.lostOriginals.size(), 1U);
+}
+
+TEST_F(FileLookTest, ADiskThatNumbersItsFilesAnewTellsThemBySizeAndTime) {
+  using Places = std::map<std::pair<std::string, FileRole>, std::string>;
+  EntryList all;
+  for (const char* const path : {"/f/a", "/f/b", "/f/c", "/f/d"}) {
+    files.now += 1;
+    all.push_back(add(path));
+  }
+  files.folders.insert("/t");
+  const auto mountAnew = [this](std::uint64_t by) {
+    for (auto& [path, file] : files.disk) file->status.inode += by;
+  };
+  mountAnew(1000);
+  EXPECT_EQ(look().learned.size(), 4U) << "each is where it was";
+  rename("/f/a", "/f/holiday");
+  rename("/f/b", "/t/aside");
+  rename("/f/c", "/f/b");
+  rename("/t/aside", "/f/c");
+  const Places places{{{"/f/a", FileRole::shown}, "/f/holiday"},
+                      {{"/f/b", FileRole::shown}, "/f/c"},
+                      {{"/f/c", FileRole::shown}, "/f/b"}};
+  EXPECT_EQ(placesOf(look().renamed), places);
+  const FileLook one = lookForFiles(files, {all[1]}, scope, [](auto, auto) { return true; });
+  EXPECT_EQ(one.renamed.size(), 2U) << "also when only one is asked for";
+  // Numbers that go by the names, as where each name is given the next.
+  for (std::size_t i : {1, 2, 3}) {
+    files.disk[all[i]->path]->status.inode = static_cast<std::uint64_t>(all[i]->fileIdentity->file);
+  }
+  EXPECT_EQ(placesOf(look().renamed), places);
+
+  // Two may be it: that is for nobody to decide.
+  const auto copy = std::make_shared<FakeFiles::File>(*files.disk["/f/holiday"]);
+  copy->status.inode += 1;
+  files.disk["/f/copy"] = copy;
+  const FileLook doubtful = look();
+  EXPECT_THAT(doubtful.gone, IsEmpty());
+  ASSERT_EQ(doubtful.inDoubt.size(), 1U);
+  EXPECT_EQ(doubtful.inDoubt[0].entry, all[0]);
+  files.disk.erase("/f/copy");
+
+  // By a link, the folder has two names; the file is one.
+  files.folders.insert("/link");
+  files.folderNumbers["/link"] = files.status("/f")->inode;
+  for (const auto& [path, file] : std::map(files.disk)) {
+    if (path.parent_path() == "/f") files.disk["/link" / path.filename()] = file;
+  }
+  add("/link/e");
+  files.disk["/f/e"] = files.disk["/link/e"];
+  EXPECT_EQ(placesOf(look().renamed), places);
+  EXPECT_THAT(look().inDoubt, IsEmpty());
+  scope.entries.pop_back();
+  std::erase_if(files.disk, [](const auto& item) { return item.first.parent_path() == "/link"; });
+  files.disk.erase("/f/e");
+  files.disk.erase("/f/holiday");
+  EXPECT_EQ(look().gone, EntryList{all[0]}) << "none is";
 }
 
 TEST_F(FileLookTest, AFilePutOverAnotherTakesItsNameAndNotItsEntry) {

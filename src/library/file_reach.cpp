@@ -58,6 +58,12 @@ const FileIdentity* held(const Rare<FileIdentity>& identity) {
   return identity ? &*identity : nullptr;
 }
 
+const FileIdentity* lastSeenOfOriginal(const ScreenshotEntry& entry) {
+  if (entry.originalIdentity) return held(entry.originalIdentity);
+  const bool isBeside = folderOf(*entry.originalPath) == folderOf(entry.path);
+  return isBeside ? held(entry.fileIdentity) : nullptr;
+}
+
 }  // namespace
 
 std::string_view folderOf(std::string_view path) {
@@ -193,13 +199,15 @@ FileReach reachOf(const Files& files, const ScreenshotEntry& entry) {
   return FolderView(files, Path(entry.path).parent_path()).reachOf(entry);
 }
 
+FileReach FolderView::reachOfOriginal(const ScreenshotEntry& entry) const {
+  return reachOf(Path(*entry.originalPath).filename(), lastSeenOfOriginal(entry));
+}
+
 FileReach reachOf(const Files& files, const Path& path) { return reachOf(files, path, nullptr); }
 
 FileReach reachOfOriginal(const Files& files, const ScreenshotEntry& entry) {
   if (!entry.originalPath) return FileReach::there;
-  const Path original = *entry.originalPath;
-  const bool isBeside = original.parent_path() == Path(entry.path).parent_path();
-  return reachOf(files, original, isBeside ? held(entry.fileIdentity) : nullptr);
+  return reachOf(files, *entry.originalPath, lastSeenOfOriginal(entry));
 }
 
 FileReach reachOfPlace(const Files& files, const Path& path, const Rare<FileIdentity>& seen) {

@@ -70,6 +70,9 @@ class FolderView {
   /// The same for the file of an entry, which has to be in this folder.
   [[nodiscard]] FileReach reachOf(const ScreenshotEntry& entry) const;
 
+  /// The same for its original.
+  [[nodiscard]] FileReach reachOfOriginal(const ScreenshotEntry& entry) const;
+
   /// What an entry remembers of the file `name`; nothing when it is not there, or is a link that
   /// leads nowhere.
   [[nodiscard]] std::optional<FileIdentity> identify(const Path& name) const;

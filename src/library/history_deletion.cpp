@@ -182,6 +182,11 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
         for (const TrashCandidate& one : all) {
           auto outcome = trash->trash(one);
           if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
+            // Whoever asked for it tells it.
+            const std::string remark = isOffered ? "" : originalRemark(*removed);
+            if (!remark.empty()) {
+              logWarning(historyLog, "{}: {}", removed->entry->path, remark);
+            }
             moved.removed.push_back(*std::move(removed));
           } else {
             const auto& failure = std::get<HistoryTrash::Failed>(outcome);

@@ -73,6 +73,30 @@ class HistoryDeletionTest : public testing::Test {
   HistoryDeletion deletion{{store, files, trash, runners, runners.main(), runners.runner("work")}};
 };
 
+TEST_F(HistoryDeletionTest, WhatOnlyHasTheOriginalsNameStays) {
+  for (const char* const id : {"moved", "replaced", "lost"}) {
+    add(id, [&](ScreenshotEntry& entry) {
+      entry.originalPath = "/captures/" + entry.id + " original.png";
+      files.put(*entry.originalPath, "original of " + entry.id);
+      entry.originalIdentity = identifyFile(files, *entry.originalPath);
+    });
+  }
+  files.disk["/captures/report.png"] = files.disk["/captures/moved original.png"];
+  files.put("/captures/moved original.png", "somebody's picture");
+  files.put("/captures/replaced original.png", "another picture");
+  files.disk.erase("/captures/lost original.png");
+  const TrashSweep sweep = trashed({"moved", "replaced", "lost"});
+  std::vector<std::string> remarks;
+  for (const RemovedEntry& one : sweep.removed) remarks.push_back(originalRemark(one));
+  EXPECT_THAT(remarks, ElementsAre("", HasSubstr("replaced original.png is another file now"),
+                                   HasSubstr("lost original.png was not found")));
+  EXPECT_THAT(files.names("/captures"), ElementsAre("a.png", "b.png", "c.png", "d.png",
+                                                    "moved original.png", "replaced original.png"));
+  EXPECT_EQ(undone().restored.size(), 3U);
+  EXPECT_EQ(files.text("/captures/report.png"), "original of moved");
+  EXPECT_EQ(files.text("/captures/moved original.png"), "somebody's picture");
+}
+
 TEST_F(HistoryDeletionTest, UndoWithinTheWindowPutsEverythingWhereItWas) {
   HistoryCollection collection;
   collection.id = "box";

@@ -11,6 +11,7 @@ namespace vantorel {
 
 HistoryFolderMonitor::HistoryFolderMonitor(Services services)
     : services_(std::move(services)),
+      originalFolders_(services_.store.paths()),
       observation_(
           services_.store.observe([this](const HistoryChange& change) { follow(change); })) {
   auto watch = services_.mounts.watch(services_.main, alive_.guard([this] { mountsChanged(); }));
@@ -24,16 +25,36 @@ HistoryFolderMonitor::HistoryFolderMonitor(Services services)
 
 void HistoryFolderMonitor::follow(const HistoryChange& change) {
   if (change.loaded) {
-    for (const EntryPointer& entry : services_.store.entries()) add(entry->path);
+    for (const EntryPointer& entry : services_.store.entries()) add(*entry);
   }
-  for (const EntryPointer& entry : change.added) add(entry->path);
-  for (const EntryPointer& entry : change.removed) remove(entry->path);
+  for (const EntryPointer& entry : change.added) add(*entry);
+  for (const EntryPointer& entry : change.removed) remove(*entry);
   for (const auto& [before, after] : change.updated) {
-    if (before->path == after->path) continue;
-    add(after->path);
-    remove(before->path);
+    if (before->path == after->path && before->originalPath == after->originalPath) continue;
+    add(*after);
+    remove(*before);
   }
   openWanted();
+}
+
+void HistoryFolderMonitor::add(const ScreenshotEntry& entry) {
+  add(entry.path);
+  if (!originalFolders_.isAmongCaptures(entry)) return;
+  add(*entry.originalPath);
+  ++originals_[*entry.originalPath];
+}
+
+void HistoryFolderMonitor::remove(const ScreenshotEntry& entry) {
+  remove(entry.path);
+  if (!originalFolders_.isAmongCaptures(entry)) return;
+  remove(*entry.originalPath);
+  const auto found = originals_.find(*entry.originalPath);
+  if (found != originals_.end() && --found->second == 0) originals_.erase(found);
+}
+
+/// Whether an entry has its file or its original there.
+bool HistoryFolderMonitor::isNamed(const std::string& path) const {
+  return services_.store.findByPath(path) || originals_.contains(path);
 }
 
 void HistoryFolderMonitor::add(std::string_view path) {
@@ -134,7 +155,7 @@ void HistoryFolderMonitor::happened(const std::string& name, const FolderEvent& 
     case FolderEvent::Kind::disappeared: {
       const std::string path = name + "/" + event.name;
       hearMove(path, event);
-      if (!services_.store.findByPath(path)) {
+      if (!isNamed(path)) {
         if (event.kind == FolderEvent::Kind::disappeared || departed_.empty()) return;
         arrivals_.insert(path);
         return lookSoon(name);
@@ -245,11 +266,11 @@ void HistoryFolderMonitor::forget(const std::string& name, const EntryList& gone
 // Their folders go on being watched.
 void HistoryFolderMonitor::keepDeparted(std::vector<PlacedEntry> departed) {
   for (PlacedEntry& one : departed) {
-    add(one.entry->path);
+    add(*one.entry);
     departed_.push_back(std::move(one));
   }
   while (departed_.size() > departedLimit) {
-    remove(departed_.front().entry->path);
+    remove(*departed_.front().entry);
     departed_.pop_front();
   }
 }
@@ -257,7 +278,7 @@ void HistoryFolderMonitor::keepDeparted(std::vector<PlacedEntry> departed) {
 void HistoryFolderMonitor::hearMove(const std::string& path, const FolderEvent& event) {
   if (event.move == 0) return;
   if (event.kind == FolderEvent::Kind::disappeared) {
-    if (services_.store.findByPath(path)) {
+    if (isNamed(path)) {
       movedFrom_[event.move] = path;
       return;
     }
@@ -292,7 +313,8 @@ std::vector<HistoryFolderMonitor::Arrival> HistoryFolderMonitor::findDeparted(
     if (!identity) continue;
     for (const EntryPointer& entry : departed) {
       if (!entry->fileIdentity->isSameFileAs(*identity)) continue;
-      const bool hasOriginal = !entry->originalPath || files.status(*entry->originalPath);
+      const bool hasOriginal =
+          !entry->originalPath || placeOfOriginal(files, *entry) == OriginalPlace::original;
       found.push_back({entry, path, *std::move(identity), hasOriginal});
       break;
     }
@@ -312,13 +334,16 @@ void HistoryFolderMonitor::welcomeBack(const std::vector<Arrival>& arrivals) {
       ScreenshotEntry entry = *arrival.entry;
       entry.path = arrival.path;
       entry.fileIdentity = arrival.identity;
-      if (!arrival.hasOriginal) entry.originalPath.reset();
+      if (!arrival.hasOriginal) {
+        entry.originalPath.reset();
+        entry.originalIdentity.reset();
+      }
       std::erase_if(entry.collectionIDs, [this](const std::string& id) {
         return services_.store.findCollection(id) == nullptr;
       });
       returning.push_back({index, std::make_shared<const ScreenshotEntry>(std::move(entry))});
     }
-    remove(arrival.entry->path);
+    remove(*arrival.entry);
   }
   if (returning.empty()) return;
   logInfo(historyLog, "{} capture(s) came back to History with their files", returning.size());

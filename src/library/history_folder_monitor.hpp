@@ -11,9 +11,11 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "base/alive.hpp"
+#include "library/entry_files.hpp"
 #include "library/history_deletion.hpp"
 #include "library/history_reachability.hpp"
 #include "library/history_store.hpp"
@@ -72,7 +74,7 @@ class HistoryFolderMonitor {
 
  private:
   struct Folder {
-    std::size_t entries = 0;  ///< how many have their files here, or had and may come back
+    std::size_t entries = 0;  ///< how many files they have here, or had and may come back
     std::unique_ptr<FolderWatch> watch;
     std::optional<FolderIdentity> watched;  ///< what is watched under this name
     bool isOpening = false;
@@ -96,8 +98,11 @@ class HistoryFolderMonitor {
   };
 
   void follow(const HistoryChange& change);
+  void add(const ScreenshotEntry& entry);
+  void remove(const ScreenshotEntry& entry);
   void add(std::string_view path);
   void remove(std::string_view path);
+  [[nodiscard]] bool isNamed(const std::string& path) const;
   void openWanted();
   void open(const std::string& name, Folder& folder);
   void opened(const std::string& name, std::uint64_t generation, Opening opening);
@@ -120,7 +125,9 @@ class HistoryFolderMonitor {
   void welcomeBack(const std::vector<Arrival>& arrivals);
 
   Services services_;
+  OriginalFolders originalFolders_;
   std::map<std::string, Folder, std::less<>> wanted_;
+  std::unordered_map<std::string, std::size_t> originals_;  // how many entries have one, by path
   bool mountsChanged_ = false;
   std::set<std::string> toLookAt_;
   std::chrono::nanoseconds toLookSince_{0};

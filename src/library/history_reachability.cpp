@@ -20,7 +20,8 @@ void HistoryReachability::look(const std::set<std::string>& folders, Heard heard
   work_->post([&files = files_, main = main_, looks = std::move(looks),
                scope = FileLookScope{.entries = store_.entries(),
                                      .unreadPaths = store_.unreadPaths(),
-                                     .heardMoves = std::move(heard.moves)},
+                                     .heardMoves = std::move(heard.moves),
+                                     .paths = store_.paths()},
                reply = alive_.guard(
                    [this, done](Looks& seen, const FileLook& found) { landed(seen, found, done); }),
                learn = alive_.guard([this](const std::vector<SeenFile>& files) {
@@ -28,7 +29,9 @@ void HistoryReachability::look(const std::set<std::string>& folders, Heard heard
                })]() mutable {
     EntryList wanted;
     for (const EntryPointer& entry : scope.entries) {
-      if (looks.contains(folderOf(entry->path))) wanted.push_back(entry);
+      const bool isHere = looks.contains(folderOf(entry->path)) ||
+                          (entry->originalPath && looks.contains(folderOf(*entry->originalPath)));
+      if (isHere) wanted.push_back(entry);
     }
     for (auto& [name, look] : looks) look.identity = identityOf(files, name);
     // Names may be swapped between folders, so that all are looked at as one.

@@ -269,6 +269,10 @@ void HistoryRelocation::adopt(const NewPlaces& places) {
           found != places.end() && !found->second.isInPlace) {
         moved.fileIdentity = found->second.identity;
       }
+      if (const auto found = places.find(moved.originalPath.value_or(""));
+          found != places.end() && !found->second.isInPlace) {
+        moved.originalIdentity = found->second.identity;
+      }
       forEachPath(moved, [&](std::string& path) {
         const auto found = places.find(path);
         if (found != places.end()) path = found->second.path;

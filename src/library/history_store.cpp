@@ -205,6 +205,10 @@ Result<void> HistoryStore::update(std::string_view id,
   if (changed.path != before->path && changed.fileIdentity == before->fileIdentity) {
     changed.fileIdentity.reset();
   }
+  if (changed.originalPath != before->originalPath &&
+      changed.originalIdentity == before->originalIdentity) {
+    changed.originalIdentity.reset();
+  }
   if (changed == *before) return {};
   observers_.tell({.updated = {replaceAt(*positionOf(before), std::move(changed))}});
   return {};

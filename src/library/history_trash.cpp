@@ -1,5 +1,7 @@
 #include "library/history_trash.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
 #include <unordered_map>
@@ -27,7 +29,24 @@ FileReach reachOfDeleted(const Files& files, const ScreenshotEntry& entry) {
   return entry.fileIdentity ? reachOf(files, entry) : reachOf(files, Path(entry.path));
 }
 
+bool hasOriginal(const ScreenshotEntry& entry) {
+  return entry.originalPath && *entry.originalPath != entry.path;
+}
+
 }  // namespace
+
+std::string originalRemark(const RemovedEntry& removed) {
+  const auto name = [&] { return Path(*removed.entry->originalPath).filename().string(); };
+  switch (removed.original) {
+    case OriginalPlace::original: return "";
+    case OriginalPlace::anotherFile:
+      return fmt::format("its original is not in the Trash. {} is another file now and stays.",
+                         name());
+    case OriginalPlace::nothing:
+      return fmt::format("its original is not in the Trash. {} was not found.", name());
+  }
+  std::unreachable();
+}
 
 std::vector<TrashCandidate> trashCandidates(const Files& files, const EntryList& all,
                                             const EntryList& going) {
@@ -84,6 +103,13 @@ HistoryTrash::FileOutcome HistoryTrash::moveToTrash(const Path& path, FileReach 
   return **moved;
 }
 
+HistoryTrash::FileOutcome HistoryTrash::moveOriginal(RemovedEntry& removed) {
+  const ScreenshotEntry& entry = *removed.entry;
+  removed.original = placeOfOriginal(files_, entry);
+  if (removed.original == OriginalPlace::anotherFile) return NothingThere{};
+  return moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
+}
+
 HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
   const ScreenshotEntry& entry = *candidate.entry;
   RemovedEntry removed;
@@ -94,8 +120,8 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
     removed.trashedPNGURL = placeOf(file);
     removed.isUntracked = std::holds_alternative<MovedUntracked>(file);
   }
-  if (entry.originalPath && !candidate.keepsOriginal && *entry.originalPath != entry.path) {
-    FileOutcome original = moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
+  if (hasOriginal(entry) && !candidate.keepsOriginal) {
+    FileOutcome original = moveOriginal(removed);
     if (auto* const failure = std::get_if<Failed>(&original)) {
       // The entry stays, so its file must too; one that is stuck in the Trash takes the entry
       // along.
@@ -120,7 +146,8 @@ DeletionJournal::Item HistoryTrash::describe(const TrashCandidate& candidate) co
   const ScreenshotEntry& entry = *candidate.entry;
   DeletionJournal::Item item{entry.id};
   if (!candidate.keepsFile) item.file = inodeOf(entry.path);
-  if (!candidate.keepsOriginal && entry.originalPath && *entry.originalPath != entry.path) {
+  if (!candidate.keepsOriginal && hasOriginal(entry) &&
+      placeOfOriginal(files_, entry) == OriginalPlace::original) {
     item.original = inodeOf(*entry.originalPath);
   }
   return item;
@@ -156,7 +183,7 @@ HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
     return {.isUnanswered = !back && isUnanswered(back.error())};
   }
   if (item.original && !removed.trashedOriginalURL && !candidate.keepsOriginal) {
-    FileOutcome original = moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
+    FileOutcome original = moveOriginal(removed);
     const Failed* const failure = std::get_if<Failed>(&original);
     if (failure != nullptr && failure->isUnanswered) return silence();
     if (failure != nullptr && removed.trashedPNGURL) {
@@ -174,9 +201,10 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool w
   const auto put = [&](const std::optional<Path>& trashed, const Path& wanted) {
     if (!trashed) return false;
     // Put into the folder below the mount point, it would be hidden when the disk comes back.
-    const FileReach reach = wanted == Path(removed.entry->path)
-                                ? reachOfPlace(files_, wanted, removed.entry->fileIdentity)
-                                : FileReach::fileGone;
+    const bool isShown = wanted == Path(removed.entry->path);
+    const auto& seen = isShown ? removed.entry->fileIdentity : removed.entry->originalIdentity;
+    const FileReach reach =
+        isShown || seen ? reachOfPlace(files_, wanted, seen) : FileReach::fileGone;
     if (reach == FileReach::folderUnreachable || reach == FileReach::folderDenied) {
       // What an earlier attempt was not told may have put it there.
       restored.isUnanswered = wasBegun && reach == FileReach::folderUnreachable;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "library/deletion_journal.hpp"
+#include "library/entry_files.hpp"
 #include "library/file_reach.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
@@ -22,7 +23,14 @@ struct RemovedEntry {
   std::optional<Path> trashedPNGURL;       ///< its file in the Trash
   std::optional<Path> trashedOriginalURL;  ///< its original in the Trash
   bool isUntracked = false;                ///< the Trash did not tell where something went
+
+  /// Why its original did not go along; `original` when it did, or another entry has it.
+  OriginalPlace original = OriginalPlace::original;
 };
+
+/// Tells the user, after the capture's name, that its original did not go to the Trash with it;
+/// empty when it did.
+[[nodiscard]] std::string originalRemark(const RemovedEntry& removed);
 
 /// An entry that is to go.
 struct TrashCandidate {
@@ -90,6 +98,9 @@ class HistoryTrash {
   struct MovedUntracked {};
   using FileOutcome = std::variant<Path, MovedUntracked, NothingThere, Failed>;
   [[nodiscard]] FileOutcome moveToTrash(const Path& path, FileReach reach);
+
+  /// Leaves alone what only has the original's name, and says so.
+  [[nodiscard]] FileOutcome moveOriginal(RemovedEntry& removed);
 
   Files& files_;
   Trash& trash_;

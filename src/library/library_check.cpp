@@ -129,6 +129,18 @@ bool isDamaged(const Files& files, const LibraryScope& scope, const ScreenshotEn
   return status && !scope.isWholePicture(PictureOnDisk(*content, status->size));
 }
 
+/// Nobody renames what lies there: it is there, or it is lost.
+void addLostOfOwnFolders(const Files& files, const LibraryScope& scope, LibraryFindings& findings) {
+  const OriginalFolders folders(scope.paths);
+  for (const EntryPointer& entry : scope.entries) {
+    const bool isOwn = entry->originalPath && *entry->originalPath != entry->path &&
+                       !folders.isAmongCaptures(*entry);
+    if (isOwn && reachOfOriginal(files, *entry) == FileReach::fileGone) {
+      findings.withoutOriginal.push_back({entry});
+    }
+  }
+}
+
 void addTemporary(const LibraryScope& scope, const Path& path, double modified,
                   LibraryFindings& findings) {
   (modified < scope.begunBefore ? findings.temporaries : findings.notJudged).push_back(path);
@@ -188,14 +200,12 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                              const CheckProgress& progress) {
   LibraryFindings findings;
   findings.look = lookForFiles(
-      files, scope.entries, {.entries = scope.entries, .unreadPaths = scope.unreadPaths}, progress);
+      files, scope.entries,
+      {.entries = scope.entries, .unreadPaths = scope.unreadPaths, .paths = scope.paths}, progress);
   if (findings.look.wasStopped) return findings;
   findings.silentFolders = silentFolders(files, findings.look.outOfReach);
-  std::ranges::copy_if(scope.entries, std::back_inserter(findings.withoutOriginal),
-                       [&](const EntryPointer& entry) {
-                         return entry->originalPath && *entry->originalPath != entry->path &&
-                                reachOfOriginal(files, *entry) == FileReach::fileGone;
-                       });
+  findings.withoutOriginal = findings.look.lostOriginals;
+  addLostOfOwnFolders(files, scope, findings);
   for (std::size_t i = 0; scope.isWholePicture && i < scope.entries.size(); ++i) {
     if (isDamaged(files, scope, *scope.entries[i])) findings.damaged.push_back(scope.entries[i]);
     if (progress(i, scope.entries.size())) continue;
@@ -252,8 +262,9 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
 
 void checkAgain(const Files& files, const LibraryScope& now, LibraryFindings& findings) {
   findings.look.gone = goneOf(files, findings.look.gone);
-  std::erase_if(findings.withoutOriginal, [&](const EntryPointer& entry) {
-    return reachOfOriginal(files, *entry) != FileReach::fileGone;
+  std::erase_if(findings.withoutOriginal, [&](const LostOriginal& lost) {
+    return lost.isReplaced ? placeOfOriginal(files, *lost.entry) != OriginalPlace::anotherFile
+                           : reachOfOriginal(files, *lost.entry) != FileReach::fileGone;
   });
   std::erase_if(findings.journals, [&](const Path& path) {
     return now.journalsInUse.contains(path) || !files.status(path);

@@ -48,9 +48,9 @@ struct LibraryScope {
 /// What in a library does not fit together.
 struct LibraryFindings {
   FileLook look;
-  std::vector<std::string> silentFolders;   ///< of entries that are out of reach
-  EntryList damaged;                        ///< their picture is not whole
-  EntryList withoutOriginal;                ///< the original they name is gone from its folder
+  std::vector<std::string> silentFolders;  ///< of entries that are out of reach
+  EntryList damaged;                       ///< their picture is not whole
+  std::vector<LostOriginal> withoutOriginal;
   std::vector<Path> filesWithoutEntry;      ///< named as captures are
   std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses
 

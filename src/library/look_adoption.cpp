@@ -12,24 +12,33 @@
 namespace vantorel {
 namespace {
 
-/// Takes out of `moves` what would get the path of an entry that keeps it, until nothing does.
+/// Takes out of `moves` what would get the path of a file that keeps it, and what else would change
+/// of the same entry, until nothing does.
 void dropConflicts(const HistoryStore& store, std::vector<const SeenFile*>& moves) {
-  std::unordered_map<std::string, EntryList> holders;
+  std::unordered_map<std::string, std::vector<EntryFile>> holders;
   for (const SeenFile* const move : moves) holders[move->path.string()];
+  const auto hold = [&](EntryFile file) {
+    const auto found = holders.find(file.path());
+    if (found != holders.end()) found->second.push_back(std::move(file));
+  };
   for (const EntryPointer& entry : store.entries()) {
-    if (const auto found = holders.find(entry->path); found != holders.end()) {
-      found->second.push_back(entry);
-    }
+    hold({entry, FileRole::shown});
+    if (entry->originalPath) hold({entry, FileRole::original});
   }
   for (std::size_t before = 0; before != moves.size();) {
     before = moves.size();
-    std::set<const ScreenshotEntry*> leaving;
-    for (const SeenFile* const move : moves) leaving.insert(move->entry.get());
+    std::set<std::pair<const ScreenshotEntry*, FileRole>> leaving;
+    for (const SeenFile* const move : moves) leaving.emplace(move->entry.get(), move->role);
+    std::set<const ScreenshotEntry*> staying;
     std::erase_if(moves, [&](const SeenFile* move) {
-      return !std::ranges::all_of(holders[move->path.string()], [&](const EntryPointer& holder) {
-        return leaving.contains(holder.get());
-      });
+      const bool isFree =
+          std::ranges::all_of(holders[move->path.string()], [&](const EntryFile& holder) {
+            return leaving.contains({holder.entry.get(), holder.role});
+          });
+      if (!isFree) staying.insert(move->entry.get());
+      return !isFree;
     });
+    std::erase_if(moves, [&](const SeenFile* move) { return staying.contains(move->entry.get()); });
   }
 }
 
@@ -49,37 +58,38 @@ AdoptedLook adoptNames(HistoryStore& store, const FileLook& look,
   }
   if (!moves.empty()) dropConflicts(store, moves);
   std::vector<SeenFile> settled;
+  std::set<EntryPointer> changed;
   for (const SeenFile* const move : moves) {
     adopted.unsettled.erase(move->entry->id);
+    changed.insert(move->entry);
     settled.push_back(*move);
   }
   remember(store, settled);
-  for (const SeenFile& file : look.originals) {
-    const auto holder = std::ranges::find(settled, file.entry->originalPath.value_or(""),
-                                          [](const SeenFile& move) { return move.path.string(); });
-    if (holder == settled.end()) continue;
-    (void)store.update(file.entry->id, [&](ScreenshotEntry& entry) {
-      entry.originalPath = file.path.empty() ? std::nullopt : std::optional(file.path.string());
-    });
-  }
-  std::set<EntryPointer> displaced;
-  for (const SeenFile& file : look.displaced) displaced.insert(file.entry);
   for (const EntryPointer& entry : look.gone) {
-    const bool isReplaced = displaced.contains(entry) && !adopted.unsettled.contains(entry->id);
-    adopted.gone.push_back(isReplaced ? store.find(entry->id) : entry);
+    adopted.gone.push_back(changed.contains(entry) ? store.find(entry->id) : entry);
   }
-  adopted.renamed = static_cast<std::size_t>(std::ranges::count_if(
-      settled, [&](const SeenFile& file) { return !displaced.contains(file.entry); }));
+  std::set<EntryPointer> renamed;
+  for (const SeenFile& file : look.renamed) {
+    if (changed.contains(file.entry)) renamed.insert(file.entry);
+  }
+  adopted.renamed = renamed.size();
   return adopted;
 }
 
 void remember(HistoryStore& store, const std::vector<SeenFile>& files) {
   std::vector<HistoryStore::Revision> revisions;
+  std::unordered_map<const ScreenshotEntry*, std::size_t> places;
   for (const SeenFile& file : files) {
-    ScreenshotEntry after = *file.entry;
-    after.path = file.path.string();
-    after.fileIdentity = file.identity;
-    revisions.push_back({file.entry, std::move(after)});
+    const auto [place, isFirst] = places.emplace(file.entry.get(), revisions.size());
+    if (isFirst) revisions.push_back({file.entry, *file.entry});
+    ScreenshotEntry& after = revisions[place->second].after;
+    if (file.role == FileRole::shown) {
+      after.path = file.path.string();
+      after.fileIdentity = file.identity;
+    } else {
+      after.originalPath = file.path.string();
+      after.originalIdentity = file.identity;
+    }
   }
   store.revise(std::move(revisions));
 }
@@ -102,7 +112,8 @@ void postInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile>
 }
 
 LookBeforeUse::LookBeforeUse(const HistoryStore& store, const std::vector<std::string>& ids)
-    : scope_{.entries = store.entries(), .unreadPaths = store.unreadPaths()} {
+    : scope_{
+          .entries = store.entries(), .unreadPaths = store.unreadPaths(), .paths = store.paths()} {
   for (const std::string& id : ids) {
     if (EntryPointer entry = store.find(id)) wanted_.push_back(std::move(entry));
   }

@@ -15,7 +15,7 @@ namespace vantorel {
 
 /// What came of putting a look into the library.
 struct AdoptedLook {
-  std::size_t renamed = 0;  ///< entries that have the new paths of their files
+  std::size_t renamed = 0;  ///< entries that have new paths of their files
 
   /// Those without a file, as the library has them now.
   EntryList gone;
@@ -33,7 +33,7 @@ inline constexpr const char* unsettledSentence =
 /// has keeps what it remembers, under a name of its own, for when its file comes back. Entries that
 /// changed since, or whose files the program itself is changing, are left alone, and so are those
 /// that would get their paths. `claimed` are the ids whose files nobody but the caller may change
-/// now. Main runner.
+/// now. Of an entry's own files both get their new paths or none does. Main runner.
 [[nodiscard]] AdoptedLook adoptNames(HistoryStore& store, const FileLook& look,
                                      const std::set<std::string>& claimed = {});
 

@@ -90,5 +90,40 @@ TEST_F(LookAdoptionTest, AnOverwrittenCaptureIsFoundAgainWhenItsFileComesBack) {
   EXPECT_EQ(store.find("a")->path, "/one/from backup.png");
 }
 
+TEST_F(LookAdoptionTest, AnEntrysFileAndItsOriginalGetTheirNamesTogether) {
+  for (const char* const id : {"a", "b"}) {
+    const std::string original = std::string("/one/") + id + " original.png";
+    files.put(original, std::string("what was ") + id);
+    ASSERT_TRUE(store
+                    .update(id,
+                            [&](ScreenshotEntry& entry) {
+                              entry.originalPath = original;
+                              entry.originalIdentity = identifyFile(files, original);
+                            })
+                    .has_value());
+  }
+  const std::string original = store.find("a")->originalPath.value();
+  const auto swapAll = [&] {
+    swap();
+    std::swap(files.disk[original], files.disk["/one/b original.png"]);
+  };
+  swapAll();
+  {
+    const auto rewriting = store.claims().claim("b", EntryWork::rewriting);
+    EXPECT_THAT(adoptLook(store, look("a")).unsettled, UnorderedElementsAre("a", "b"));
+    EXPECT_EQ(store.find("a")->originalPath, original);
+  }
+  EXPECT_EQ(adoptLook(store, look("a")).renamed, 2U);
+  EXPECT_EQ(files.text(*store.find("a")->originalPath), "what was a");
+  EXPECT_EQ(files.text(store.find("a")->path), "pixels of a");
+  EXPECT_EQ(store.find("b")->originalPath, original);
+  EXPECT_EQ(*store.find("b")->originalIdentity, *identifyFile(files, original));
+
+  // Its path alone says nothing of a file that is not there.
+  ASSERT_TRUE(store.update("a", [](ScreenshotEntry& entry) { entry.originalPath = "/one/z.png"; })
+                  .has_value());
+  EXPECT_FALSE(store.find("a")->originalIdentity.has_value());
+}
+
 }  // namespace
 }  // namespace vantorel

@@ -8,6 +8,7 @@
 #include "base/log.hpp"
 #include "base/random_id.hpp"
 #include "library/capture_file_name.hpp"
+#include "library/entry_files.hpp"
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
 #include "library/history_log.hpp"
@@ -198,9 +199,14 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
     forEachPath(*entry, [&](const std::string& path) { taken_.insert(path); });
   }
   std::unordered_map<std::string, std::size_t> places;
+  const OriginalFolders originals(paths_);
   for (const EntryPointer& entry : entries) {
     Capture capture;
+    const bool keepsOriginal = originals.isAmongCaptures(*entry) &&
+                               placeOfOriginal(files_, *entry) == OriginalPlace::anotherFile;
     forEachPath(*entry, [&](const std::string& path) {
+      // What only has the original's name is nobody's.
+      if (keepsOriginal && path == entry->originalPath) return;
       if (const auto known = places.find(path); known != places.end()) {
         capture.pairs.push_back(known->second);
         return;

@@ -159,6 +159,52 @@ std::string indexOf(int version, const std::string& entries) {
          R"(],"collections":[],"later":1})";
 }
 
+TEST(LibraryProgramTest, AnOriginalIsFoundUnderItsNewNameAndNothingIsTakenForIt) {
+  TestDesktop desktop({.windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  const Vantorel vantorel(desktop);
+  for (const int picture : {1, 2}) {
+    client.paintRoot(picture);
+    ASSERT_EQ(vantorel.run({"capture", "display"}).status, 0);
+    ASSERT_EQ(vantorel.run({"convert", "latest", "--format", "jpeg"}).status, 0);
+  }
+  const EntryList before = vantorel.entries();
+  ASSERT_EQ(before.size(), 2U);
+  const std::string id = before[0]->id;
+  const std::filesystem::path original = before[0]->originalPath.value();
+  const std::filesystem::path other = before[1]->originalPath.value();
+  const std::filesystem::path aside = original.parent_path() / "report.png";
+  std::filesystem::rename(original, aside);
+  std::filesystem::rename(other, original);
+  std::filesystem::rename(aside, other);
+  const std::string bytes = readAll(other);
+  const ChildOutcome verified = vantorel.run({"library", "verify"});
+  EXPECT_EQ(verified.status, 1) << "originals that changed names are told";
+  EXPECT_THAT(verified.out, HasSubstr("original under another name\t" + original.string()));
+  ChildOutcome trashed = vantorel.run({"library", "trash", id});
+  EXPECT_THAT(trashed.err, Not(HasSubstr("original")));
+  EXPECT_FALSE(std::filesystem::exists(other)) << "its own";
+  EXPECT_TRUE(std::filesystem::exists(original)) << "the other's";
+  EXPECT_EQ(vantorel.run({"library", "undo"}).status, 0);
+  EXPECT_EQ(readAll(other), bytes);
+
+  // Renamed, and another picture has its name.
+  std::filesystem::rename(other, aside);
+  std::ofstream(other) << "somebody's picture";
+  EXPECT_THAT(vantorel.run({"library", "verify", "--repair"}).out,
+              HasSubstr("original under another name\t" + aside.string() + "\trepaired"));
+  EXPECT_EQ(vantorel.entries()[0]->originalPath, aside.string());
+  EXPECT_EQ(readAll(other), "somebody's picture");
+  std::filesystem::remove(aside);
+  // The name is kept for it.
+  ASSERT_EQ(vantorel.run({"convert", id, "--format", "png"}).status, 0);
+  EXPECT_NE(vantorel.entries()[0]->path, aside.string());
+  trashed = vantorel.run({"library", "trash", id});
+  EXPECT_EQ(trashed.status, 0);
+  EXPECT_THAT(trashed.err,
+              HasSubstr("its original is not in the Trash. report.png was not found."));
+}
+
 TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTheSame) {
   TestDesktop desktop;
   TestClient(desktop.display()).paintRoot(1);

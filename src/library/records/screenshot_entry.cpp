@@ -94,6 +94,7 @@ void ScreenshotEntry::describe(V& v, S& entry) {
   v.field("sourceApp", entry.sourceApp);
   v.field("title", entry.title);
   v.field("fileIdentity", entry.fileIdentity);
+  v.field("originalIdentity", entry.originalIdentity);
   v.rest(entry.extra);
 }
 VT_JSON_RECORD(ScreenshotEntry)

@@ -81,6 +81,8 @@ struct ScreenshotEntry {
   std::optional<std::string> title;
   /// Of the file at `path` when it was last seen there; empty until it was.
   Rare<FileIdentity> fileIdentity;
+  /// Of the original, likewise; empty of one in the library's own folders, where nobody renames it.
+  Rare<FileIdentity> originalIdentity;
   json::Extra extra;  ///< what this build does not know
 
   bool operator==(const ScreenshotEntry&) const = default;
