@@ -259,27 +259,27 @@ void HistoryRelocation::takeBack(const std::vector<RelocationMover::Moved>& stay
 /// Puts new paths into all entries that have the old ones.
 void HistoryRelocation::adopt(const NewPlaces& places) {
   if (places.empty()) return;
-  const EntryList entries = services_.store.entries();
-  for (const EntryPointer& entry : entries) {
+  std::vector<HistoryStore::Revision> revisions;
+  for (const EntryPointer& entry : services_.store.entries()) {
     bool isConcerned = false;
     forEachPath(*entry, [&](const std::string& path) { isConcerned |= places.contains(path); });
     if (!isConcerned) continue;
-    const auto changed = services_.store.update(entry->id, [&](ScreenshotEntry& moved) {
-      if (const auto found = places.find(moved.path);
-          found != places.end() && !found->second.isInPlace) {
-        moved.fileIdentity = found->second.identity;
-      }
-      if (const auto found = places.find(moved.originalPath.value_or(""));
-          found != places.end() && !found->second.isInPlace) {
-        moved.originalIdentity = found->second.identity;
-      }
-      forEachPath(moved, [&](std::string& path) {
-        const auto found = places.find(path);
-        if (found != places.end()) path = found->second.path;
-      });
+    ScreenshotEntry moved = *entry;
+    if (const auto found = places.find(moved.path);
+        found != places.end() && !found->second.isInPlace) {
+      moved.fileIdentity = found->second.identity;
+    }
+    if (const auto found = places.find(moved.originalPath.value_or(""));
+        found != places.end() && !found->second.isInPlace) {
+      moved.originalIdentity = found->second.identity;
+    }
+    forEachPath(moved, [&](std::string& path) {
+      const auto found = places.find(path);
+      if (found != places.end()) path = found->second.path;
     });
-    if (!changed) logError(historyLog, "{}: {}", entry->id, changed.error().reason);
+    revisions.push_back({entry, std::move(moved)});
   }
+  services_.store.revise(std::move(revisions));
 }
 
 void HistoryRelocation::finish() {

@@ -534,6 +534,16 @@ TEST_F(HistoryRelocationTest, AFolderUnderAnotherNameIsTheSameFolder) {
   }
   World world(files);
   const auto pathOf = [&](const char* id) { return world.store.find(id)->path; };
+  const FileIdentity seen = identifyFile(files, "/old/2.png").value();
+  const FileIdentity original = identifyFile(files, "/old/inner/2.jpeg").value();
+  ASSERT_TRUE(world.store
+                  .update("2",
+                          [&](ScreenshotEntry& entry) {
+                            entry.fileIdentity = seen;
+                            entry.originalIdentity = original;
+                          })
+                  .has_value());
+  world.runners.advance(1s);
   const auto before = files.disk;
   world.relocation.relocate({"/link", {"/old"}}, {}, [](const RelocationOutcome& outcome) {
     EXPECT_EQ(outcome.moved, 3);
@@ -542,6 +552,8 @@ TEST_F(HistoryRelocationTest, AFolderUnderAnotherNameIsTheSameFolder) {
   world.runners.run();
   EXPECT_EQ(pathOf("0"), "/link/0.png");
   EXPECT_EQ(world.store.find("2")->layers->front().path, "/link/0.png");
+  EXPECT_EQ(world.store.find("2")->fileIdentity, seen) << "what is remembered holds";
+  EXPECT_EQ(world.store.find("2")->originalIdentity, original);
   for (const auto& [path, file] : before) {
     if (path == "/data/history.json") continue;
     EXPECT_EQ(files.disk[path], file) << path;

@@ -39,8 +39,13 @@ TEST(ScreenshotEntryTest, FullEntryRoundTripsInOrderWithWhatIsUnknownAtEveryLeve
       R"("studio":{"version":2,"duration":3,"posterTime":1,"zoom":7},)"
       R"("editedText":{"basis":"b","blocks":[],"parked":false},)"
       R"("sourceApp":{"bundleID":"org.x","name":"X"},"title":"T",)"
+      R"("fileIdentity":{"volume":"v","folder":"/p","file":-9223372036854775803,"size":1,)"
+      R"("modified":1.5,"folderFile":4503599627370497,"later":1},)"
+      R"("originalIdentity":{"volume":"v","folder":"/p","file":2,"size":1,"modified":1},)"
       R"("weather":{"deep":[1.0,18446744073709551616]}})";
   EXPECT_EQ(roundTrip(full), full);
+  // Some disks use all bits of the numbers of their files.
+  EXPECT_EQ(static_cast<std::uint64_t>(entryOf(full).fileIdentity->file), 0x8000'0000'0000'0005U);
 }
 
 // A newer build's work survives an edit of the title by this one.
