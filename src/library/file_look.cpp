@@ -406,20 +406,39 @@ class AstrayFiles {
     if (const auto found = found_.find(one.path()); found != found_.end() && mayLeave(one)) {
       look.renamed.push_back({entry, found->second.first, found->second.second, role});
     } else if (isDisplaced(one)) {
-      miss(one, isInAnotherFolder(one) ? FileReach::folderReplaced : FileReach::fileGone, look);
+      if (isInDoubt(one)) {
+        doubt(one, look);
+      } else {
+        miss(one, isInAnotherFolder(one) ? FileReach::folderReplaced : FileReach::fileGone, look);
+      }
       look.displaced.push_back({entry, freeName(one.path()), lastSeen(one), role});
     } else if (!one.isWanted) {
       return;
+    } else if (isInDoubt(one)) {
+      doubt(one, look);
     } else if (isReplacedOriginal(one) && isInAnotherFolder(one)) {
       miss(one, FileReach::folderReplaced, look);
     } else if (isReplacedOriginal(one)) {
       look.lostOriginals.push_back({entry, true});
     } else if (one.inItsPlace) {
       look.learned.push_back({entry, one.path(), *std::move(one.inItsPlace), role});
-    } else if (isMissing(one.reach) && inDoubt_.contains(one.path())) {
-      look.inDoubt.push_back(one.file);
     } else {
       miss(one, one.reach, look);
+    }
+  }
+
+  [[nodiscard]] bool isInDoubt(const Astray& one) const {
+    const bool isAway = isMissing(one.reach) || isReplacedOriginal(one) || isDisplaced(one);
+    return isAway && inDoubt_.contains(one.path());
+  }
+
+  void doubt(const Astray& one, FileLook& look) {
+    look.inDoubt.push_back(one.file);
+    for (const Found* const found : strangersLike(one)) {
+      // Two entries may have the same in doubt.
+      if (std::ranges::find(look.candidates, found->first) == look.candidates.end()) {
+        look.candidates.push_back(found->first);
+      }
     }
   }
 

@@ -62,6 +62,7 @@ struct FileLook {
   /// Not to be told from others: their disk numbers its files anew with each mount, and more than
   /// one file may be theirs by size and time.
   std::vector<EntryFile> inDoubt;
+  std::vector<Path> candidates;  ///< the files that may be theirs, and that no entry names
 
   /// Those that were not found and whose paths other entries' files have by now, each with a free
   /// path of its own and with what is remembered of its file.

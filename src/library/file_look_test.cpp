@@ -10,6 +10,7 @@ namespace vantorel {
 namespace {
 
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 class FileLookTest : public testing::Test {
  protected:
@@ -449,6 +450,16 @@ TEST_F(FileLookTest, ADiskThatNumbersItsFilesAnewTellsThemBySizeAndTime) {
   EXPECT_THAT(doubtful.gone, IsEmpty());
   ASSERT_EQ(doubtful.inDoubt.size(), 1U);
   EXPECT_EQ(doubtful.inDoubt[0].entry, all[0]);
+  EXPECT_THAT(doubtful.candidates, UnorderedElementsAre("/f/copy", "/f/holiday"));
+  // Nor is it gone because another's file got its name.
+  rename("/f/d", "/f/a");
+  const FileLook displaced = look();
+  EXPECT_THAT(displaced.gone, IsEmpty());
+  ASSERT_EQ(displaced.inDoubt.size(), 1U);
+  EXPECT_EQ(displaced.inDoubt[0].entry, all[0]);
+  EXPECT_EQ(placesOf(displaced.displaced), (Places{{{"/f/a", FileRole::shown}, "/f/a 2"}}));
+  EXPECT_EQ(displaced.candidates.size(), 2U);
+  rename("/f/a", "/f/d");
   files.disk.erase("/f/copy");
 
   // By a link, the folder has two names; the file is one.

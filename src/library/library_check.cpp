@@ -40,13 +40,14 @@ std::optional<CaptureMedium> mediumOf(const Path& path) {
 
 class Checker {
  public:
-  Checker(const Files& files, const LibraryScope& scope, const std::vector<SeenFile>& renamed)
+  Checker(const Files& files, const LibraryScope& scope, const FileLook& look)
       : files_(files), known_(files) {
     for (const std::string& path : scope.unreadPaths) known_.add(path);
     for (const EntryPointer& entry : scope.entries) {
       forEachPath(*entry, [this](const std::string& path) { known_.add(path); });
     }
-    for (const SeenFile& file : renamed) known_.add(file.path);
+    for (const SeenFile& file : look.renamed) known_.add(file.path);
+    for (const Path& path : look.candidates) known_.add(path);
   }
 
   /// What is under way now has a name, too. To be called before folders are listed, for what ends
@@ -212,7 +213,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     findings.look.wasStopped = true;
     return findings;
   }
-  Checker checker(files, scope, findings.look.renamed);
+  Checker checker(files, scope, findings.look);
   findings.replacedFilesLeft = replacedFilesLeft(files, scope.paths);
   std::erase_if(findings.replacedFilesLeft,
                 [&](const Path& path) { return checker.isKnown(path); });
@@ -272,7 +273,7 @@ void checkAgain(const Files& files, const LibraryScope& now, LibraryFindings& fi
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt};
   if (std::ranges::all_of(lists, [](const auto* list) { return list->empty(); })) return;
-  Checker checker(files, now, findings.look.renamed);
+  Checker checker(files, now, findings.look);
   checker.learnWorkUnderWay(now);
   for (auto* const list : lists) {
     std::erase_if(*list, [&](const Path& path) { return !files.status(path); });

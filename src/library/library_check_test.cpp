@@ -5,6 +5,7 @@
 
 #include "base/image.hpp"
 #include "base/time_text.hpp"
+#include "library/capture_file_name.hpp"
 #include "library/rewrite_journal.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
@@ -110,6 +111,41 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   EXPECT_TRUE(stopped.look.wasStopped);
   EXPECT_EQ(stopped.look.gone.size(), 1U);
   EXPECT_THAT(stopped.journals, IsEmpty());
+}
+
+TEST(LibraryCheckTest, WhatMayBeAnEntrysFileIsNotFiledAgain) {
+  FakeFiles files;
+  LibraryScope scope{.paths = {"/data", "/caches"}, .captureFolders = {"/captures"}};
+  const std::string shown = "/captures/Screenshot 2026-03-01 at 14.05.09.jpg";
+  const std::string original = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  for (const std::string& path : {shown, original}) files.put(path, "content of " + path);
+  ScreenshotEntry entry;
+  entry.path = shown;
+  entry.fileIdentity = identifyFile(files, shown);
+  entry.originalPath = original;
+  entry.originalIdentity = identifyFile(files, original);
+  scope.entries.push_back(std::make_shared<const ScreenshotEntry>(entry));
+
+  // The disk numbers its files anew, and of each there are two under other names.
+  std::uint64_t number = 1000;
+  for (const std::string& path : {shown, original}) {
+    for (const int copied : {2, 3}) {
+      auto copy = std::make_shared<FakeFiles::File>(*files.disk[path]);
+      copy->status.inode = ++number;
+      files.disk[Path(path).replace_filename(numberedName(path, copied))] = copy;
+    }
+    files.disk.erase(path);
+  }
+  const auto expectDoubt = [&](const char* what) {
+    const LibraryFindings found = checkLibrary(files, scope, goOn);
+    EXPECT_EQ(found.look.inDoubt.size(), 2U) << what;
+    EXPECT_THAT(found.look.gone, IsEmpty()) << what;
+    EXPECT_THAT(found.withoutOriginal, IsEmpty()) << what;
+    EXPECT_THAT(found.filesWithoutEntry, IsEmpty()) << what;
+  };
+  expectDoubt("nothing has their names");
+  files.put(original, "somebody's picture");
+  expectDoubt("another file has the original's name");
 }
 
 TEST(LibraryCheckTest, WhatAnythingStillNamesIsNobodysLeftover) {
