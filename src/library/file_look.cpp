@@ -310,8 +310,8 @@ class AstrayFiles {
 
   /// Whether the file is to be sought by its size and time: its number tells nothing.
   [[nodiscard]] bool tellsByTrait(const Astray& one) const {
-    return one.seen() && one.seen()->file != 0 && !one.looksOwn() &&
-           !numbers_.areSteady(one.seen()->volume);
+    return one.seen() && hasTrait(*one.seen()) && !one.looksOwn() &&
+           (one.seen()->file == 0 || !numbers_.areSteady(one.seen()->volume));
   }
 
   /// No other remembered file was as large and as old, but those that are where they were.
@@ -413,7 +413,7 @@ class AstrayFiles {
       }
       look.displaced.push_back({entry, freeName(one.path()), lastSeen(one), role});
     } else if (!one.isWanted) {
-      return;
+      if (isMissing(one.reach)) forgetNumber(one, look);
     } else if (isInDoubt(one)) {
       doubt(one, look);
     } else if (isReplacedOriginal(one) && isInAnotherFolder(one)) {
@@ -432,8 +432,24 @@ class AstrayFiles {
     return isAway && inDoubt_.contains(one.path());
   }
 
+  /// Nothing has its number any more, or another file.
+  [[nodiscard]] bool hasLostNumber(const Astray& one) const {
+    return one.seen() && one.seen()->file != 0 &&
+           (isInDoubt(one) || numbers_.haveChanged(one.seen()->volume));
+  }
+
+  /// Once the others of the disk are known by their new numbers, nothing else would tell that this
+  /// one is to be known by its size and time.
+  void forgetNumber(const Astray& one, FileLook& look) const {
+    if (!hasLostNumber(one)) return;
+    FileIdentity identity = *one.seen();
+    identity.file = 0;
+    look.learned.push_back({one.file.entry, one.path(), std::move(identity), one.file.role});
+  }
+
   void doubt(const Astray& one, FileLook& look) {
     look.inDoubt.push_back(one.file);
+    forgetNumber(one, look);
     for (const Found* const found : strangersLike(one)) {
       // Two entries may have the same in doubt.
       if (std::ranges::find(look.candidates, found->first) == look.candidates.end()) {
@@ -464,8 +480,12 @@ class AstrayFiles {
     std::erase_if(look.learned, [&](const SeenFile& file) { return moved.contains(file.entry); });
   }
 
-  static FileIdentity lastSeen(const Astray& one) {
-    if (one.seen()) return *one.seen();
+  [[nodiscard]] FileIdentity lastSeen(const Astray& one) const {
+    if (one.seen()) {
+      FileIdentity identity = *one.seen();
+      if (isInDoubt(one)) identity.file = 0;
+      return identity;
+    }
     return {.volume = one.inItsPlace->volume, .folder = one.inItsPlace->folder, .extra = {}};
   }
 

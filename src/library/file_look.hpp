@@ -57,7 +57,9 @@ struct FileLook {
   EntryList replaced;
 
   std::vector<SeenFile> renamed;  ///< there under another name, or in another folder of captures
-  std::vector<SeenFile> learned;  ///< there, and not as it is remembered
+  /// There, and not as it is remembered; or not found, with the number 0 for one that tells nothing
+  /// any more.
+  std::vector<SeenFile> learned;
 
   /// Not to be told from others: their disk numbers its files anew with each mount, and more than
   /// one file may be theirs by size and time.

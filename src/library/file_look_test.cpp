@@ -36,6 +36,14 @@ class FileLookTest : public testing::Test {
     return scope.entries.back();
   }
 
+  void change(const SeenFile& file) {
+    ScreenshotEntry changed = *file.entry;
+    changed.path = file.path;
+    changed.fileIdentity = file.identity;
+    std::ranges::replace(scope.entries, file.entry,
+                         std::make_shared<const ScreenshotEntry>(std::move(changed)));
+  }
+
   static std::map<std::pair<std::string, FileRole>, std::string> placesOf(
       const std::vector<SeenFile>& seen) {
     std::map<std::pair<std::string, FileRole>, std::string> places;
@@ -451,6 +459,20 @@ TEST_F(FileLookTest, ADiskThatNumbersItsFilesAnewTellsThemBySizeAndTime) {
   ASSERT_EQ(doubtful.inDoubt.size(), 1U);
   EXPECT_EQ(doubtful.inDoubt[0].entry, all[0]);
   EXPECT_THAT(doubtful.candidates, UnorderedElementsAre("/f/copy", "/f/holiday"));
+  // Also once the others are known by their new numbers, whichever was looked for.
+  const EntryList before = scope.entries;
+  for (const EntryList& wanted : {before, EntryList{all[1]}}) {
+    const FileLook first = lookForFiles(files, wanted, scope, [](auto, auto) { return true; });
+    for (const auto* const list : {&first.renamed, &first.learned}) {
+      for (const SeenFile& file : *list) change(file);
+    }
+    EXPECT_EQ(look().inDoubt.size(), 1U) << wanted.size();
+    EXPECT_THAT(look().gone, IsEmpty()) << wanted.size();
+    files.disk.erase("/f/copy");
+    EXPECT_EQ(placesOf(look().renamed), (Places{{{"/f/a", FileRole::shown}, "/f/holiday"}}));
+    files.disk["/f/copy"] = copy;
+    scope.entries = before;
+  }
   // Nor is it gone because another's file got its name.
   rename("/f/d", "/f/a");
   const FileLook displaced = look();

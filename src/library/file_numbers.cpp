@@ -6,6 +6,8 @@ FileTrait traitOf(const FileIdentity& identity) {
   return {identity.volume, identity.size, identity.modified};
 }
 
+bool hasTrait(const FileIdentity& identity) { return identity.size != 0 || identity.modified != 0; }
+
 void FileNumbers::see(const FileIdentity& now) {
   if (isAnothers(now)) changing_.insert(now.volume);
 }
@@ -31,8 +33,7 @@ void FileNumbers::remember() {
   if (isRemembered_) return;
   isRemembered_ = true;
   const auto add = [this](const EntryFile& file) {
-    // Of a file that was never seen nothing is remembered but its folder.
-    if (!file.seen() || file.seen()->file == 0) return;
+    if (!file.seen() || !hasTrait(*file.seen())) return;
     Remembered& one = remembered_[traitOf(*file.seen())];
     one.files.insert(file.seen()->file);
     one.paths.insert(file.path());

@@ -17,6 +17,9 @@ using FileTrait = std::tuple<std::string_view, std::int64_t, double>;
 /// Good for as long as the identity lives.
 [[nodiscard]] FileTrait traitOf(const FileIdentity& identity);
 
+/// False of a file that was never seen: nothing is remembered of it but its folder.
+[[nodiscard]] bool hasTrait(const FileIdentity& identity);
+
 /// What the numbers of files are worth on each volume. Some (FUSE, FAT, shares) give their files
 /// new ones with each mount, or whenever they like, and the same ones to others.
 class FileNumbers {
@@ -40,6 +43,11 @@ class FileNumbers {
   /// False when numbers tell nothing on this volume: none is as it was, or some file has got
   /// another one.
   [[nodiscard]] bool areSteady(const std::string& volume) const;
+
+  /// Whether some file of this volume has got another number.
+  [[nodiscard]] bool haveChanged(const std::string& volume) const {
+    return changing_.contains(volume);
+  }
 
  private:
   struct Remembered {
