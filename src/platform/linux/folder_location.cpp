@@ -22,7 +22,7 @@ namespace {
 /// mount to the next.
 bool isNamedBySource(std::string_view type) {
   constexpr auto types = std::to_array<std::string_view>(
-      {"nfs", "nfs4", "cifs", "smb3", "9p", "virtiofs", "ceph", "afs", "zfs"});
+      {"nfs", "nfs4", "cifs", "smb3", "9p", "virtiofs", "ceph", "afs", "zfs", "fuse"});
   return type.starts_with("fuse.") || std::ranges::find(types, type) != types.end();
 }
 
