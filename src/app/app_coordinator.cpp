@@ -57,7 +57,7 @@ AppCoordinator::AppCoordinator(Services services)
       arbiter_([this] { return services_.alerts.isModalDialogUp(); },
                [this] { return termination_.isInProgress(); }),
       permission_(services_.main, services_.screen, services_.alerts, services_.relaunch) {
-  services_.captures.onActivity = alive_.guard([this](CaptureActivity activity, bool running) {
+  services_.captures.onActivity = lifetime_.guard([this](CaptureActivity activity, bool running) {
     arbiter_.set(activity, running);
     menuChanged();
   });
@@ -100,7 +100,7 @@ void AppCoordinator::withPermission(
     std::move_only_function<void(StillCapturePipeline::Finished)> go;
   };
   auto waiting = std::make_shared<Waiting>(Waiting{std::move(finished), std::move(go)});
-  permission_.preflight(alive_.guard([this, waiting](bool granted) {
+  permission_.preflight(lifetime_.guard([this, waiting](bool granted) {
     if (!granted) {
       waiting->finished(CaptureOutcome{CaptureFailure{CaptureFailure::Case::permissionDenied, {}}});
       return;
@@ -131,9 +131,9 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
       report(reply, timed);
       finished(std::move(reply));
     };
-    onStaged = [this, told = std::move(onStaged)](const Path& staged) {
-      if (told) told(staged);
-      services_.main->postAfter(desktopPatience, alive_.guard([this] {
+    onStaged = [this, also = std::move(onStaged)](const Path& staged) {
+      if (also) also(staged);
+      services_.main->postAfter(desktopPatience, lifetime_.guard([this] {
         // It is saved, and listed once the library comes free.
         if (services_.library.awaitedHolder()) services_.library.stopWaiting();
       }));
@@ -239,11 +239,11 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
   services_.copying.copy(*entry, answer);
   // A clipboard that does not answer holds up neither the user nor a quit.
   services_.main->postAfter(clipboardBound,
-                            alive_.guard([answer] { answer("the clipboard doesn't answer"); }));
+                            lifetime_.guard([answer] { answer("the clipboard doesn't answer"); }));
 }
 
 void AppCoordinator::undoRecentDelete() {
-  services_.library.deletion().undo(alive_.guard([this](const UndoOutcome& outcome) {
+  services_.library.deletion().undo(lifetime_.guard([this](const UndoOutcome& outcome) {
     if (outcome.indexNotSaved) {
       services_.alerts.notify("History couldn't be saved", *outcome.indexNotSaved);
     }
@@ -276,20 +276,21 @@ void AppCoordinator::sayThatItRuns() {
 }
 
 void AppCoordinator::followPreviousArea() {
-  previousArea_.onChange(alive_.guard([this] { menuChanged(); }));
+  previousArea_.onChange(lifetime_.guard([this] { menuChanged(); }));
   previousArea_.setRegion(services_.settings.values().rememberedRegion);
   settingsObservation_ = services_.settings.observe([this](std::string_view key) {
     if (key != "rememberedRegion") return;
     previousArea_.setRegion(services_.settings.values().rememberedRegion);
   });
   const auto readDisplays = [this] {
-    services_.screen.displays(alive_.guard([this](Result<std::vector<DisplaySnapshot>> displays) {
-      if (!displays) return;
-      previousArea_.setDisplays(std::move(*displays));
-      menuChanged();  // a line of it is there for several displays only
-    }));
+    services_.screen.displays(
+        lifetime_.guard([this](Result<std::vector<DisplaySnapshot>> displays) {
+          if (!displays) return;
+          previousArea_.setDisplays(std::move(*displays));
+          menuChanged();  // a line of it is there for several displays only
+        }));
   };
-  services_.screen.onDisplaysChange(alive_.guard(readDisplays));
+  services_.screen.onDisplaysChange(lifetime_.guard(readDisplays));
   readDisplays();
 }
 
@@ -300,7 +301,7 @@ void AppCoordinator::startResident() {
   const auto showIcon = [this] {
     services_.statusItem->setVisible(services_.settings.values().showMenuBarIcon);
   };
-  services_.settings.onShowMenuBarIconChange = alive_.guard(showIcon);
+  services_.settings.onShowMenuBarIconChange = lifetime_.guard(showIcon);
   showIcon();
   if (keys_) {
     keys_->onChange = [this] { menuChanged(); };
@@ -308,7 +309,7 @@ void AppCoordinator::startResident() {
   }
   reportUnfinishedAtLastQuit();
   // A tray may start later than this program.
-  services_.main->postAfter(trayBound, alive_.guard([this] {
+  services_.main->postAfter(trayBound, lifetime_.guard([this] {
     const bool isSeen =
         !services_.settings.values().showMenuBarIcon || services_.statusItem->isHosted();
     if (!isSeen && !hasSaidThatItRuns_) sayThatItRuns();
@@ -335,7 +336,7 @@ void AppCoordinator::terminateWhenSaved() {
   if (std::exchange(quitSaving_, true)) return;
   // The next launch finds what a move has begun, so a disk that hangs need not hold up the quit for
   // longer than anything else does.
-  const auto once = alive_.guard([this, ended = std::make_shared<bool>(false)] {
+  const auto once = lifetime_.guard([this, ended = std::make_shared<bool>(false)] {
     if (!std::exchange(*ended, true)) saveAndTerminate();
   });
   services_.library.relocation().settle(once);
@@ -343,10 +344,10 @@ void AppCoordinator::terminateWhenSaved() {
 }
 
 void AppCoordinator::saveAndTerminate() {
-  services_.library.store().flush(alive_.guard([this](Result<void> saved) {
+  services_.library.store().flush(lifetime_.guard([this](Result<void> saved) {
     if (!saved && !services_.library.store().indexRefusal())
       logError("Quit", "the index could not be saved: {}", saved.error().reason);
-    services_.settings.flush(alive_.guard([this](Result<void> stored) {
+    services_.settings.flush(lifetime_.guard([this](Result<void> stored) {
       if (!stored) {
         logError("Quit", "the settings could not be saved: {}", stored.error().reason);
       }

@@ -128,7 +128,7 @@ class AppCoordinator {
   std::unique_ptr<CommandKeys> keys_;
   std::unique_ptr<TrayMenu> menu_;
   Observation settingsObservation_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

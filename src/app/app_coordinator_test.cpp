@@ -801,7 +801,7 @@ TEST_F(AppCoordinatorTest, AtTheDesktopEveryEndIsShownAndACommandIsAnsweredInWor
   run->screen.grabFails.reset();
 
   // A command hears the same in its answer, and waits no longer than a moment for the clipboard.
-  const std::size_t told = run->alerts.notices.size();
+  const std::size_t reported = run->alerts.notices.size();
   run->begin({.kind = Kind::display});
   EXPECT_THAT(run->words(0), HasSubstr("default folder instead"));
   EXPECT_THAT(run->words(0), HasSubstr("Not copied: the clipboard wouldn't take the image."));
@@ -815,16 +815,16 @@ TEST_F(AppCoordinatorTest, AtTheDesktopEveryEndIsShownAndACommandIsAnsweredInWor
   run->settings->set(&SettingsValues::copyToClipboardAfterCapture, false);
   run->begin({.kind = Kind::display, .copies = true});
   EXPECT_EQ(run->clipboard->images, 2);
-  EXPECT_EQ(run->alerts.notices.size(), told);
+  EXPECT_EQ(run->alerts.notices.size(), reported);
   EXPECT_EQ(run->cues.size(), 2U);
 
   // While one is under way, a key that is pressed again is no news, but a command is.
   run->app->captureForUser({.kind = Kind::area});
   run->runners.run();
   run->app->captureForUser({.kind = Kind::area});
-  EXPECT_EQ(run->alerts.notices.size(), told);
+  EXPECT_EQ(run->alerts.notices.size(), reported);
   run->app->capture({.kind = Kind::area, .isAnsweredAtDesktop = true}, [](const CaptureReply&) {});
-  EXPECT_EQ(run->alerts.notices.size(), told + 1);
+  EXPECT_EQ(run->alerts.notices.size(), reported + 1);
 }
 
 TEST_F(AppCoordinatorTest, WithoutATrayItSaysOnceThatItRuns) {

@@ -14,7 +14,7 @@ namespace vantorel {
 namespace {
 
 /// A document of more bytes is a mistake: the largest sensible ones have some megabytes.
-constexpr std::uint64_t mostDocumentBytes = 256'000'000;
+constexpr std::uint64_t maximumDocumentBytes = 256'000'000;
 
 struct Checked {
   EditorDocument document;
@@ -40,7 +40,7 @@ std::unexpected<std::string> unreadable(const Files& files, const ScreenshotEntr
 std::expected<EditorDocument, std::string> readDocument(const Path& path, PixelSize capture,
                                                         const Files& files,
                                                         const ImageCodec& codec) {
-  auto text = files.read(path, mostDocumentBytes);
+  auto text = files.read(path, maximumDocumentBytes);
   if (!text) {
     return std::unexpected(
         fmt::format("Couldn't read {}: {}.", path.string(), text.error().reason));
@@ -107,7 +107,7 @@ std::function<void(Value)> releasing(EntryClaim claim, std::function<void(Value)
 }  // namespace
 
 void CaptureAnnotator::whenReady(std::function<void()> then) {
-  services_->library->whenReady(alive_.guard(std::move(then)));
+  services_->library->whenReady(lifetime_.guard(std::move(then)));
 }
 
 CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::string& name) const {
@@ -126,8 +126,8 @@ template <class Value>
 void CaptureAnnotator::findFile(const std::string& id, const Done<Value>& done,
                                 std::function<void(const EntryPointer&)> then) {
   services_->library->findFiles({id}, Library::Claimed::byCaller, *services_->work,
-                                alive_.guard([this, id, done, then = std::move(then)](
-                                                 const std::set<std::string>& unsettled) {
+                                lifetime_.guard([this, id, done, then = std::move(then)](
+                                                    const std::set<std::string>& unsettled) {
                                   const EntryPointer entry = services_->library->store().find(id);
                                   if (!entry)
                                     return done(std::unexpected("The capture has left History."));
@@ -151,7 +151,7 @@ template <class Value>
 void CaptureAnnotator::work(std::function<Value(const Services&)> job,
                             std::function<void(Value)> landed) {
   services_->work->post([services = services_, job = std::move(job),
-                         landed = alive_.guard(std::move(landed))]() mutable {
+                         landed = lifetime_.guard(std::move(landed))]() mutable {
     services->main->post([value = job(*services), landed = std::move(landed)]() mutable {
       landed(std::move(value));
     });
@@ -204,7 +204,7 @@ void CaptureAnnotator::store(const std::string& id, const EditorDocument& docume
     entry.editedAt = services_->clock->now();
   });
   if (!changed) return done(std::unexpected("The capture has left History."));
-  library.flush(alive_.guard([this, id, done = std::move(done)](Result<void> saved) {
+  library.flush(lifetime_.guard([this, id, done = std::move(done)](Result<void> saved) {
     if (!saved) {
       return done(std::unexpected(
           "The change is made, but History couldn't be saved: " + saved.error().reason + "."));

@@ -9,7 +9,7 @@
 
 #include "app/pending_archive_work.hpp"
 #include "app/surface_registry.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "editor/records/editor_document.hpp"
 #include "library/library.hpp"
@@ -93,7 +93,7 @@ class CaptureAnnotator {
   void work(std::function<Value(const Services&)> job, std::function<void(Value)> landed);
 
   std::shared_ptr<const Services> services_;  ///< shared with jobs on the work runner
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

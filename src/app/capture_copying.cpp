@@ -24,7 +24,7 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, std::function<void(std::
   services_.work->post(
       [files = services_.files, codec = services_.codec, path = entry.path,
        scale = entry.captureScale.value_or(1), main = services_.main,
-       read = alive_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
+       read = lifetime_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
          if (!png) return done("the screenshot couldn't be read");
          clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
            if (!set) logWarning("Clipboard", "{}", set.error().reason);
@@ -38,10 +38,10 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, std::function<void(std::
 
 void CaptureCopying::copyForUser(const std::string& id) {
   services_.library.findFiles({id}, Library::Claimed::no, *services_.work,
-                              alive_.guard([this, id](const std::set<std::string>& unsettled) {
+                              lifetime_.guard([this, id](const std::set<std::string>& unsettled) {
                                 const EntryPointer found = services_.library.store().find(id);
                                 std::function<void(std::string)> report =
-                                    alive_.guard([this](const std::string& problem) {
+                                    lifetime_.guard([this](const std::string& problem) {
                                       if (!problem.empty())
                                         services_.alerts.notify("Copy failed", problem);
                                     });

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "library/library.hpp"
 #include "platform/alerts.hpp"
@@ -45,7 +45,7 @@ class CaptureCopying {
 
  private:
   Services services_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -41,7 +41,7 @@ std::expected<void, std::string> writeTo(Files& files, const Path& output, std::
 void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<std::string> done) {
   services_->work->post([entry, format, services = services_,
                          quality = services_->settings->values().jpegQuality,
-                         landed = alive_.guard(std::move(done))]() mutable {
+                         landed = lifetime_.guard(std::move(done))]() mutable {
     auto bytes = pictureOf(*entry, format, quality, *services->files, *services->codec);
     std::expected<std::string, std::string> answer =
         bytes
@@ -56,8 +56,8 @@ void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<st
 void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const Path& output,
                           Done<void> done) {
   read(entry, format,
-       alive_.guard([this, output,
-                     done = std::move(done)](std::expected<std::string, std::string> bytes) {
+       lifetime_.guard([this, output,
+                        done = std::move(done)](std::expected<std::string, std::string> bytes) {
          if (!bytes) return done(std::unexpected(std::move(bytes.error())));
          const HistoryStore& store = *services_->store;
          services_->work->post([bytes = std::move(*bytes), output, services = services_,
@@ -65,7 +65,7 @@ void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const 
                                                       .paths = store.paths(),
                                                       .originals = store.paths().originals(),
                                                       .settings = services_->settingsFile},
-                                landed = alive_.guard(done)]() mutable {
+                                landed = lifetime_.guard(done)]() mutable {
            auto answer = writeTo(*services->files, output, bytes, kept);
            services->main->post([answer = std::move(answer), landed = std::move(landed)]() mutable {
              landed(std::move(answer));

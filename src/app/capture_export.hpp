@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/records/export_format.hpp"
 #include "library/history_store.hpp"
@@ -44,7 +44,7 @@ class CaptureExport {
 
  private:
   std::shared_ptr<const Services> services_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -87,9 +87,10 @@ void CaptureRewriter::compress(const std::string& name, bool downscaleTo1x, Done
 }
 
 void CaptureRewriter::rewrite(const std::string& name, Change change, Done done) {
-  services_.library->whenReady(alive_.guard([this, name, change, done = std::move(done)]() mutable {
-    begin(name, change, std::move(done));
-  }));
+  services_.library->whenReady(
+      lifetime_.guard([this, name, change, done = std::move(done)]() mutable {
+        begin(name, change, std::move(done));
+      }));
 }
 
 void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
@@ -122,8 +123,8 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
   };
   services_.library->findFiles(
       {before.id}, Library::Claimed::byCaller, *services_.work,
-      alive_.guard([this, id = before.id, change, finished = std::move(finished)](
-                       const std::set<std::string>& unsettled) mutable {
+      lifetime_.guard([this, id = before.id, change, finished = std::move(finished)](
+                          const std::set<std::string>& unsettled) mutable {
         const EntryPointer found = services_.library->store().find(id);
         if (!found) return finished(std::unexpected("The capture has left History."));
         if (unsettled.contains(id)) return finished(std::unexpected(unsettledSentence));
@@ -148,8 +149,8 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
       [source, change, asked = entry, journal = journal_, files = services_.files,
        codec = services_.codec, entries = services_.library->store().entries(),
        quality = services_.settings->values().jpegQuality, main = services_.main,
-       landed = alive_.guard([this, entry, source,
-                              finished = std::move(finished)](Rewritten& result) mutable {
+       landed = lifetime_.guard([this, entry, source,
+                                 finished = std::move(finished)](Rewritten& result) mutable {
          if (!result || !*result) {
            auto reply =
                result ? RewriteReply(RewrittenCapture{
@@ -221,8 +222,8 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
     // Taken out of the library meanwhile: both files are left to the user.
     return finished(std::unexpected("The capture has left History."));
   }
-  store.flush(alive_.guard([this, id = before.id, remark = remarkOn(result, before),
-                            finished = std::move(finished)](Result<void> saved) mutable {
+  store.flush(lifetime_.guard([this, id = before.id, remark = remarkOn(result, before),
+                               finished = std::move(finished)](Result<void> saved) mutable {
     // The next start clears up by what the index says then.
     if (!saved) {
       return finished(std::unexpected(
@@ -239,7 +240,7 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
 
 void CaptureRewriter::endJournal(const std::string& id, Ended then) {
   services_.work->post([journal = journal_, id, entries = services_.library->store().entries(),
-                        main = services_.main, reply = alive_.guard(std::move(then))]() mutable {
+                        main = services_.main, reply = lifetime_.guard(std::move(then))]() mutable {
     main->post(
         [ended = journal->end(id, entries), reply = std::move(reply)]() mutable { reply(ended); });
   });

@@ -7,7 +7,7 @@
 
 #include "app/pending_archive_work.hpp"
 #include "app/surface_registry.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_transcoder.hpp"
 #include "library/library.hpp"
@@ -71,7 +71,7 @@ class CaptureRewriter {
 
   Services services_;
   std::shared_ptr<RewriteJournal> journal_;  ///< lives on `work`
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

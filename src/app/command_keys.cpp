@@ -83,7 +83,7 @@ void CommandKeys::bind() {
       }
     };
     rebind();
-    services_.settings.*setting.onChange = alive_.guard(rebind);
+    services_.settings.*setting.onChange = lifetime_.guard(rebind);
   }
 }
 
@@ -124,13 +124,13 @@ void CommandKeys::reportRefused() {
 }
 
 void CommandKeys::whenKnown(std::string_view setting, std::function<void(std::string)> known) {
-  registry_.whenKnown(
-      bindingBound, alive_.guard([this, setting = std::string(setting), known = std::move(known)] {
-        std::vector<RefusedShortcut> refused = registry_.refused();
-        std::erase_if(refused,
-                      [&](const auto& one) { return settingsKey(leaderOf(one.id)) != setting; });
-        known(sentences(refused));
-      }));
+  registry_.whenKnown(bindingBound, lifetime_.guard([this, setting = std::string(setting),
+                                                     known = std::move(known)] {
+    std::vector<RefusedShortcut> refused = registry_.refused();
+    std::erase_if(refused,
+                  [&](const auto& one) { return settingsKey(leaderOf(one.id)) != setting; });
+    known(sentences(refused));
+  }));
 }
 
 }  // namespace vantorel

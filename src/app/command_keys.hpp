@@ -11,7 +11,7 @@
 
 #include "app/command_table.hpp"
 #include "app/shortcut_registry.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/alerts.hpp"
 #include "platform/hot_keys.hpp"
@@ -56,8 +56,8 @@ class CommandKeys {
   Services services_;
   ShortcutRegistry registry_;
   std::set<std::pair<ShortcutID, std::uint32_t>> reported_;  // that they do not work
-  Alive refusedChanged_;
-  Alive alive_;
+  Lifetime refusedChanged_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -52,7 +52,7 @@ void LibraryMove::settingChanged() {
   if (previous == chosen || !services_.defaults->value("storageDirectory")) return;
   services_.work->post(
       [files = services_.files, chosen, paths = services_.library->paths(), main = services_.main,
-       reply = alive_.guard([this, previous, chosen](bool isOwn) {
+       reply = lifetime_.guard([this, previous, chosen](bool isOwn) {
          if (isOwn) {
            return services_.alerts->notify("Captures weren't moved", refusal(ownFolder()));
          }
@@ -64,10 +64,10 @@ void LibraryMove::settingChanged() {
 }
 
 void LibraryMove::follow(const Path& previous, const Path& chosen) {
-  services_.library->whenReady(alive_.guard([this, previous, chosen] {
+  services_.library->whenReady(lifetime_.guard([this, previous, chosen] {
     services_.library->relocation().relocate(
         {chosen, {previous, services_.usualFolder}}, {},
-        alive_.guard([this](const RelocationOutcome& outcome) { report(outcome); }));
+        lifetime_.guard([this](const RelocationOutcome& outcome) { report(outcome); }));
   }));
 }
 
@@ -83,7 +83,7 @@ void LibraryMove::checkFolder(const Path& folder, Checked done) {
   if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
   services_.work->post(
       [files = services_.files, folder, paths = services_.library->paths(), main = services_.main,
-       reply = alive_.guard([done = std::move(done)](const Result<void>& usable) mutable {
+       reply = lifetime_.guard([done = std::move(done)](const Result<void>& usable) mutable {
          if (usable) return done({});
          done(std::unexpected(refusal(usable.error())));
        })]() mutable {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "base/task_runner.hpp"
 #include "library/library.hpp"
@@ -64,7 +64,7 @@ class LibraryMove {
   Services services_;
   std::string storageFolder_;  // the one last seen in the settings
   Observation observation_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

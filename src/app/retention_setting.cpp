@@ -15,7 +15,7 @@ constexpr const char* refuseButton = "Cancel";
 void RetentionSetting::follow() {
   isFollowed_ = true;
   services_.retention.onQuestion =
-      alive_.guard([this](std::size_t count, RetentionPolicy policy) { ask(count, policy); });
+      lifetime_.guard([this](std::size_t count, RetentionPolicy policy) { ask(count, policy); });
   services_.retention.setPolicy(services_.settings.values().retentionDays);
   observation_ = services_.settings.observe([this](std::string_view key) {
     if (key != "retentionDays") return;
@@ -45,7 +45,7 @@ void RetentionSetting::ask(std::size_t count, RetentionPolicy policy) {
        std::move(words.text),
        {{agreeButton}, {refuseButton, true, true}},
        false},
-      alive_.guard([this, policy](std::size_t button) { answered(policy, button == 0); }));
+      lifetime_.guard([this, policy](std::size_t button) { answered(policy, button == 0); }));
 }
 
 void RetentionSetting::answered(RetentionPolicy asked, bool isAgreed) {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "library/history_retention.hpp"
 #include "platform/alerts.hpp"
@@ -38,7 +38,7 @@ class RetentionSetting {
   bool isFollowed_ = false;
   Observation observation_;
   AlertID question_ = 0;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -19,7 +19,7 @@ void ScreenPermissionFlow::preflight(std::function<void(bool)> answer) {
         return;
       case ScreenPermission::undetermined: break;
     }
-    screen_.requestPermission(alive_.guard([this, answer](ScreenPermission asked) {
+    screen_.requestPermission(lifetime_.guard([this, answer](ScreenPermission asked) {
       if (asked == ScreenPermission::granted) {
         answer(true);
       } else if (asked == ScreenPermission::grantedAfterRelaunch) {
@@ -35,7 +35,7 @@ void ScreenPermissionFlow::preflight(std::function<void(bool)> answer) {
       [this](std::move_only_function<void(ScreenPermission)> reply) {
         screen_.permission(std::move(reply));
       },
-      alive_.guard(known), nullptr);
+      lifetime_.guard(known), nullptr);
 }
 
 void ScreenPermissionFlow::relaunch() {
@@ -64,9 +64,9 @@ void ScreenPermissionFlow::watch() {
 }
 
 void ScreenPermissionFlow::look(std::uint64_t generation) {
-  main_->postAfter(watchInterval, alive_.guard([this, generation] {
+  main_->postAfter(watchInterval, lifetime_.guard([this, generation] {
     if (generation != watchGeneration_) return;
-    screen_.permission(alive_.guard([this, generation](ScreenPermission now) {
+    screen_.permission(lifetime_.guard([this, generation](ScreenPermission now) {
       if (generation != watchGeneration_) return;
       if (now == ScreenPermission::denied || now == ScreenPermission::undetermined) {
         look(generation);

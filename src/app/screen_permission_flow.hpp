@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/alerts.hpp"
 #include "platform/screen_capture.hpp"
@@ -47,7 +47,7 @@ class ScreenPermissionFlow {
   bool alertPresented_ = false;
   bool watching_ = false;
   std::uint64_t watchGeneration_ = 0;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

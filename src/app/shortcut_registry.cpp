@@ -64,7 +64,7 @@ void ShortcutRegistry::answered(ShortcutID id, const HotKeys::State& state) {
 
 void ShortcutRegistry::retryLater() {
   if (std::exchange(isRetrying_, true)) return;
-  main_->postAfter(retryPause, alive_.guard([this] {
+  main_->postAfter(retryPause, lifetime_.guard([this] {
     isRetrying_ = false;
     retry();
   }));

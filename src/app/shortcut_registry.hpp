@@ -11,7 +11,7 @@
 
 #include "app/records/hot_key_spec.hpp"
 #include "app/records/shortcut_id.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/hot_keys.hpp"
 
@@ -78,7 +78,7 @@ class ShortcutRegistry {
   std::map<ShortcutID, std::function<void()>> releaseActions_;
   std::vector<std::function<void()>> waiting_;
   bool isRetrying_ = false;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 /// The keys that do not work, a sentence each cause, and how to change that; empty for none.

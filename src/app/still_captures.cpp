@@ -69,7 +69,7 @@ CaptureFileSettings StillCaptures::fileSettings() const {
       lastSeenIn(values.storageDirectory, services_.library.store().entries());
   return {.storageFolder = values.storageDirectory,
           .defaultFolder = services_.defaultCaptures,
-          .seenInStorage = seen ? Rare(*seen) : Rare<FileIdentity>(),
+          .seenInStorage = seen ? BoxedOptional(*seen) : BoxedOptional<FileIdentity>(),
           .format = values.exportFormat,
           .quality = values.jpegQuality,
           .filenameTemplate = values.filenameTemplate};
@@ -92,7 +92,7 @@ void StillCaptures::recoverStaged(std::function<void(int filed)> done) {
 // What is being staged on that runner is claimed here before the answer comes.
 void StillCaptures::whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known) {
   services_.staging->post(
-      [main = services_.main, reply = alive_.guard([this, known = std::move(known)] {
+      [main = services_.main, reply = lifetime_.guard([this, known = std::move(known)] {
         known(filing_->pathsUnderWay());
       })]() mutable { main->post(std::move(reply)); });
 }

@@ -4,7 +4,7 @@
 #include <memory>
 #include <set>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/staged_capture_recovery.hpp"
 #include "capture/still_capture_pipeline.hpp"
@@ -62,7 +62,7 @@ class StillCaptures {
   std::unique_ptr<TimedCaptureController> countdown_;
   std::unique_ptr<StillCapturePipeline> pipeline_;
   std::unique_ptr<StagedCaptureRecovery> recovery_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

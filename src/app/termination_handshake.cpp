@@ -30,7 +30,7 @@ void TerminationHandshake::request(bool forRelaunch) {
 
 void TerminationHandshake::wait() {
   latch_ = QuitFilingDeadline::first(*services_.work, *services_.main,
-                                     alive_.guard([this](QuitFilingDeadline::Outcome outcome) {
+                                     lifetime_.guard([this](QuitFilingDeadline::Outcome outcome) {
                                        if (outcome == QuitFilingDeadline::Outcome::landed) {
                                          services_.terminate();
                                        } else {
@@ -59,12 +59,12 @@ void TerminationHandshake::expired() {
               .informative = QuitFilingNote::consequence(unfinished),
               .buttons = {{"Quit Anyway"}, {"Keep Waiting", true, true}}};
   // The work may land while the question stands; then there is nothing left to ask.
-  services_.work->whenEmpty(alive_.guard([this] {
+  services_.work->whenEmpty(lifetime_.guard([this] {
     services_.alerts->dismiss(question_);
     services_.terminate();
   }));
-  question_ = services_.alerts->ask(std::move(alert), alive_.guard([this](std::size_t button) {
-    alive_.renew();
+  question_ = services_.alerts->ask(std::move(alert), lifetime_.guard([this](std::size_t button) {
+    lifetime_.renew();
     if (services_.work->isEmpty()) {
       services_.terminate();
     } else if (button == 0) {
@@ -89,7 +89,7 @@ void TerminationHandshake::scrollingCaptureNotSaved() {
 void TerminationHandshake::abandon(std::string sentence) {
   isInProgress_ = false;
   if (latch_) latch_->cancel();
-  alive_.renew();
+  lifetime_.renew();
   services_.alerts->notify("Vantorel did not quit", std::move(sentence));
 }
 

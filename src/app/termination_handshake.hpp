@@ -8,7 +8,7 @@
 
 #include "app/pending_archive_work.hpp"
 #include "app/quit_filing_note.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/alerts.hpp"
 
@@ -82,7 +82,7 @@ class TerminationHandshake {
   bool forRelaunch_ = false;
   std::shared_ptr<QuitFilingDeadline::Latch> latch_;
   AlertID question_ = 0;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -6,7 +6,7 @@
 
 #include "app/app_coordinator.hpp"
 #include "app/status_menu.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/observers.hpp"
 
 namespace vantorel {
@@ -36,8 +36,8 @@ class TrayMenu {
   StatusItem& item_;
   Observation settingsObservation_;
   Observation libraryObservation_;
-  Alive update_;
-  Alive alive_;
+  Lifetime update_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -14,11 +14,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/boxed_optional.hpp"
 #include "base/enum_names.hpp"
 #include "base/json_document.hpp"
 #include "base/json_value.hpp"
 #include "base/json_writer.hpp"
-#include "base/rare.hpp"
 
 // A record is described once, in its .cpp, and both directions come from that description:
 //
@@ -217,7 +217,7 @@ inline constexpr bool isOptional = false;
 template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 template <class T>
-inline constexpr bool isOptional<Rare<T>> = true;
+inline constexpr bool isOptional<BoxedOptional<T>> = true;
 }  // namespace detail
 
 /// The reading half of a description: finds the described keys in one JSON object.

@@ -41,7 +41,7 @@ class Observers {
         }));
   }
 
-  void tell(const Arguments&... arguments) const {
+  void notify(const Arguments&... arguments) const {
     VT_CHECK(sequence_.isCurrent());
     const std::shared_ptr<State> state = state_;
     std::vector<std::uint64_t> numbers;

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "platform/testing/fake_runners.hpp"
 
 namespace vantorel {
@@ -35,8 +35,8 @@ TEST(SequenceChecker, BelongsToTheFirstThatAsksAndToNobodyElse) {
 TEST(SequenceCheckerDeathTest, AReplyOnAnotherRunnerIsNotLetThrough) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   FakeRunners runners;
-  const Alive alive;
-  auto reply = alive.guard([] {});
+  const Lifetime lifetime;
+  auto reply = lifetime.guard([] {});
   runners.runner("disk")->post([&] { reply(); });
   EXPECT_DEATH(runners.run(), "currentSequence");
 }

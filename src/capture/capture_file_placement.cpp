@@ -9,7 +9,7 @@
 namespace vantorel {
 namespace {
 
-constexpr int mostNames = 10'000;
+constexpr int maximumNames = 10'000;
 
 std::string inodeText(const FileStatus& status) {
   return fmt::format("{}:{}", status.device, status.inode);
@@ -63,7 +63,7 @@ Result<Path> CaptureFilePlacement::nameFor(const Path& source, bool link, const 
                                            std::string_view extension) {
   const std::string inode = inodeText(VT_TRY(files_->status(source)));
   const Path first = captureFileName(filenameTemplate, staged.capturedAt, extension);
-  for (int number = 1; number <= mostNames; ++number) {
+  for (int number = 1; number <= maximumNames; ++number) {
     Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
     if (files_->status(path)) continue;
     // Said before it is done: a file that stands there after a crash is then known to be this one.

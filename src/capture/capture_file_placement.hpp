@@ -20,7 +20,7 @@ struct CaptureFileSettings {
   Path defaultFolder;  ///< used when `storageFolder` cannot be
 
   /// Of the last capture that was put into `storageFolder`; empty when none is known.
-  Rare<FileIdentity> seenInStorage{};
+  BoxedOptional<FileIdentity> seenInStorage{};
 
   ExportFormat format = ExportFormat::png;
   double quality = 0.9;  ///< 0 to 1, for lossy formats

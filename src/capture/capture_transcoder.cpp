@@ -16,8 +16,8 @@
 namespace vantorel {
 namespace {
 
-constexpr std::uint64_t mostFileBytes = 512ULL << 20;
-constexpr int mostNames = 10'000;
+constexpr std::uint64_t maximumFileBytes = 512ULL << 20;
+constexpr int maximumNames = 10'000;
 
 /// What is not at least this much smaller is not worth what it loses.
 constexpr double worthwhile = 0.95;
@@ -73,7 +73,7 @@ CaptureTranscoder::CaptureTranscoder(std::shared_ptr<Files> files,
 
 CaptureTranscoder::Answer<CaptureTranscoder::Opened> CaptureTranscoder::open(
     const Source& source) const {
-  const auto bytes = files_->read(source.path, mostFileBytes);
+  const auto bytes = files_->read(source.path, maximumFileBytes);
   if (!bytes) return failure(Case::unreadable, bytes.error().reason);
   const auto header = codec_->header(*bytes);
   if (!header) return failure(Case::unreadable, header.error().reason);
@@ -138,7 +138,7 @@ vantorel::Result<void> CaptureTranscoder::keepOriginal(const Path& path, const P
     // Half a copy under the final name would pass for the original after a crash.
     const Path partial = temporaryBeside(original, ".partial");
     VT_TRY(removeIfThere(partial));
-    const std::string bytes = VT_TRY(files_->read(path, mostFileBytes));
+    const std::string bytes = VT_TRY(files_->read(path, maximumFileBytes));
     VT_TRY(files_->create(partial, bytes, Privacy::ownerOnly, Durability::flushed));
     kept = files_->moveNew(partial, original);
     if (!kept) VT_TRY(removeIfThere(partial));
@@ -157,7 +157,7 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std:
   VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
   const Path first = fittingName(old.stem().string(), fmt::format(".{}", fileExtension(format)));
   auto problem = failed(FailureKind::exists, "every file name is taken");
-  for (int number = 1; number <= mostNames; ++number) {
+  for (int number = 1; number <= maximumNames; ++number) {
     Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
     if (files_->status(path) || (source.isReserved && source.isReserved(path))) continue;
     const auto moved = [&]() -> vantorel::Result<void> {

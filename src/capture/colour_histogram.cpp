@@ -37,7 +37,7 @@ std::size_t ColourHistogram::slotOf(std::uint32_t key) const {
 
 void ColourHistogram::add(std::uint32_t pixel, std::int64_t count) {
   std::size_t slot = slotOf(keyOf(pixel));
-  while (slots_[slot] == 0 && buckets_.size() == mostBuckets) {
+  while (slots_[slot] == 0 && buckets_.size() == maximumBuckets) {
     coarsen();
     slot = slotOf(keyOf(pixel));
   }

@@ -21,7 +21,7 @@ struct ColourBucket {
 /// more there are. Opaque colours never share a bucket with translucent ones.
 class ColourHistogram {
  public:
-  static constexpr std::size_t mostBuckets = std::size_t{1} << 15;
+  static constexpr std::size_t maximumBuckets = std::size_t{1} << 15;
 
   explicit ColourHistogram(const Image& image);
 

@@ -77,7 +77,7 @@ std::vector<ColourPoint> variancePalette(std::vector<WeightedColour> points) {
   std::vector<Box> boxes;
   if (opaqueCount > 0) boxes.emplace_back(all.first(opaqueCount));
   if (!translucent.empty()) boxes.emplace_back(all.subspan(opaqueCount));
-  while (boxes.size() < mostPaletteColours) {
+  while (boxes.size() < maximumPaletteColours) {
     const auto worst =
         std::ranges::max_element(boxes, {}, [](const Box& box) { return box.error(); });
     if (worst->points.size() < 2 || worst->error() < 1e-6) break;
@@ -103,8 +103,8 @@ class NearestColour {
   }
 
   [[nodiscard]] std::size_t find(const ColourPoint& point) const {
-    std::array<float, mostPaletteColours> distance;
-    for (std::size_t i = 0; i < mostPaletteColours; ++i) {
+    std::array<float, maximumPaletteColours> distance;
+    for (std::size_t i = 0; i < maximumPaletteColours; ++i) {
       float sum = 0;
       for (std::size_t c = 0; c < channels; ++c) {
         const float apart = values_[c][i] - point[c];
@@ -119,7 +119,7 @@ class NearestColour {
 
  private:
   std::size_t size_;
-  std::array<std::array<float, mostPaletteColours>, channels> values_{};
+  std::array<std::array<float, maximumPaletteColours>, channels> values_{};
 };
 
 /// Moves each colour to the mean of the points it is nearest to; answers the colour of each point.
@@ -159,7 +159,7 @@ std::vector<std::uint8_t> refine(std::vector<ColourPoint>& palette,
 
 ColourPalette paletteFor(const std::vector<WeightedColour>& colours) {
   ColourPalette palette;
-  if (colours.size() <= mostPaletteColours) {
+  if (colours.size() <= maximumPaletteColours) {
     for (const WeightedColour& each : colours) palette.colours.push_back(each.point);
     palette.indices.resize(colours.size());
     std::iota(palette.indices.begin(), palette.indices.end(), std::uint8_t{0});

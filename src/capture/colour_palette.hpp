@@ -18,10 +18,10 @@ struct WeightedColour {
   double weight = 0;
 };
 
-constexpr std::size_t mostPaletteColours = 256;
+constexpr std::size_t maximumPaletteColours = 256;
 
 struct ColourPalette {
-  std::vector<ColourPoint> colours;   ///< at most `mostPaletteColours`
+  std::vector<ColourPoint> colours;   ///< at most `maximumPaletteColours`
   std::vector<std::uint8_t> indices;  ///< of the palette colour that stands for each given one
 };
 

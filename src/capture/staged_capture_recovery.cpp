@@ -29,7 +29,7 @@ void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> 
 void StagedCaptureRecovery::begin() {
   filed_ = 0;
   services_.work->post([staging = services_.staging, main = services_.main,
-                        found = alive_.guard([this](Result<std::vector<StagedCapture>>& staged) {
+                        found = lifetime_.guard([this](Result<std::vector<StagedCapture>>& staged) {
                           if (!staged) {
                             logError("Staging", "the staging folder could not be read: {}",
                                      staged.error().reason);
@@ -64,7 +64,7 @@ void StagedCaptureRecovery::next() {
   StagedCapture staged = std::move(waiting_.front());
   waiting_.erase(waiting_.begin());
   services_.filing->file(
-      std::move(staged), {}, alive_.guard([this](Result<CaptureOutcome::Saved> filed) {
+      std::move(staged), {}, lifetime_.guard([this](Result<CaptureOutcome::Saved> filed) {
         if (filed) {
           ++filed_;
         } else {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "capture/still_capture_filing.hpp"
 
 namespace vantorel {
@@ -43,7 +43,7 @@ class StagedCaptureRecovery {
   std::deque<Sweep> sweeps_;            // the first one runs
   std::vector<StagedCapture> waiting_;  // for the one that runs
   int filed_ = 0;                       // by it
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

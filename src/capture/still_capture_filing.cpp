@@ -9,14 +9,14 @@ namespace vantorel {
 
 void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed, Reached reached) {
   claim(staged.path);
-  filed = [ended = alive_.guard([this, path = staged.path] { pathsUnderWay_.erase(path); }),
+  filed = [ended = lifetime_.guard([this, path = staged.path] { pathsUnderWay_.erase(path); }),
            filed = std::move(filed)](Result<CaptureOutcome::Saved> result) mutable {
     ended();
     filed(std::move(result));
   };
   services_.library->whenReady(
-      alive_.guard([this, staged = std::move(staged), image = std::move(image),
-                    filed = std::move(filed), reached = std::move(reached)]() mutable {
+      lifetime_.guard([this, staged = std::move(staged), image = std::move(image),
+                       filed = std::move(filed), reached = std::move(reached)]() mutable {
         if (reached) reached("library");
         fileNow(std::move(staged), std::move(image), std::move(filed), std::move(reached));
       }));
@@ -43,7 +43,7 @@ void StillCaptureFiling::fileNow(StagedCapture staged, Image image, Filed filed,
       std::make_shared<Placing>(Placing{std::move(staged), std::move(filed), std::move(reached)});
   services_.work->post([placing, image = std::move(image), settings = services_.fileSettings(),
                         placement = services_.placement, main = services_.main,
-                        placed = alive_.guard([this, placing](Result<PlacedCapture>& result) {
+                        placed = lifetime_.guard([this, placing](Result<PlacedCapture>& result) {
                           if (!result) {
                             services_.main->post([placing, failure = result.error()] {
                               placing->filed(std::unexpected(failure));
@@ -114,7 +114,7 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
                    filed(std::move(saved));
                  });
   };
-  store.flush(alive_.guard(std::move(landed)));
+  store.flush(lifetime_.guard(std::move(landed)));
 }
 
 void StillCaptureFiling::forgetStaged(const StagedCapture& staged, const Path& placed,

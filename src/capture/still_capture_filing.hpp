@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_file_placement.hpp"
 #include "capture/capture_outcome.hpp"
@@ -64,7 +64,7 @@ class StillCaptureFiling {
   Services services_;
   std::set<Path> claimedPaths_;
   std::set<Path> pathsUnderWay_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

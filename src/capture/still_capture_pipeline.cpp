@@ -147,7 +147,7 @@ void StillCapturePipeline::captureForRemote(CaptureMode mode, CaptureOrigin orig
   run_->onFiled = std::move(onFiled);
   runBounded<Result<GrabbedPicture>>(
       services_.main, run_->backend.bound, std::move(capturing),
-      alive_.guard([this](std::optional<Result<GrabbedPicture>> answer) {
+      lifetime_.guard([this](std::optional<Result<GrabbedPicture>> answer) {
         run_->capturedAt = services_.clock->now();
         grabbed(std::move(answer));
       }),
@@ -161,7 +161,7 @@ void StillCapturePipeline::withDisplays(Step next) {
   runBounded<Displays>(
       services_.main, run_->backend.bound,
       [screen = services_.screen](auto reply) { screen->displays(std::move(reply)); },
-      alive_.guard([this, next](std::optional<Displays> answer) {
+      lifetime_.guard([this, next](std::optional<Displays> answer) {
         if (!answer) return fail(CaptureFailure::Case::screenCaptureDidNotAnswer);
         if (!*answer) return failGrab(answer->error());
         run_->displays = std::move(**answer);
@@ -217,11 +217,11 @@ void StillCapturePipeline::choose() {
   runBounded<Windows>(
       services_.main, {windowListBound, windowListBound, {}},
       [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
-      alive_.guard([this](std::optional<Windows> answer) {
+      lifetime_.guard([this](std::optional<Windows> answer) {
         if (answer && *answer) run_->windows = std::move(**answer);
         if (run_->backend.hidesDesktopIcons && services_.iconCover) {
           run_->coverHold.emplace(
-              DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { freeze(0); })));
+              DesktopIconCover::hold(services_.iconCover, lifetime_.guard([this] { freeze(0); })));
         } else {
           freeze(0);
         }
@@ -242,7 +242,7 @@ void StillCapturePipeline::freeze(std::size_t index) {
     run_->capturedAt = services_.clock->now();
     run_->waitsForUser = true;
     overlay->select({run_->request.mode, run_->frozen, run_->windows, run_->backend.adjustsArea},
-                    alive_.guard([this](std::optional<SelectionOverlay::Choice> choice) {
+                    lifetime_.guard([this](std::optional<SelectionOverlay::Choice> choice) {
                       chosen(std::move(choice));
                     }));
     return;
@@ -255,7 +255,7 @@ void StillCapturePipeline::freeze(std::size_t index) {
       [screen = services_.screen, request = std::move(request)](auto reply) mutable {
         screen->grab(std::move(request), std::move(reply));
       },
-      alive_.guard([this, index](std::optional<Result<GrabbedPicture>> answer) {
+      lifetime_.guard([this, index](std::optional<Result<GrabbedPicture>> answer) {
         if (!answer) return fail(CaptureFailure::Case::screenCaptureDidNotAnswer);
         if (!*answer) return failGrab(answer->error());
         run_->frozen.push_back({run_->displays[index], std::move((*answer)->image)});
@@ -303,7 +303,7 @@ void StillCapturePipeline::countDown() {
     return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
   }
   run_->waitsForUser = waits;
-  services_.countdown->start(run_->request.delay, alive_.guard([this](bool reachedZero) {
+  services_.countdown->start(run_->request.delay, lifetime_.guard([this](bool reachedZero) {
     run_->waitsForUser = false;
     if (reachedZero) {
       coverIcons();
@@ -319,7 +319,7 @@ void StillCapturePipeline::coverIcons() {
   run_->lacksCover = needed && !services_.iconCover;
   if (!needed || run_->lacksCover) return grab();
   run_->coverHold.emplace(
-      DesktopIconCover::hold(services_.iconCover, alive_.guard([this] { grab(); })));
+      DesktopIconCover::hold(services_.iconCover, lifetime_.guard([this] { grab(); })));
 }
 
 void StillCapturePipeline::grab() {
@@ -333,7 +333,7 @@ void StillCapturePipeline::grab() {
       [screen = services_.screen, request = std::move(request)](auto reply) mutable {
         screen->grab(std::move(request), std::move(reply));
       },
-      alive_.guard(
+      lifetime_.guard(
           [this](std::optional<Result<GrabbedPicture>> answer) { grabbed(std::move(answer)); }),
       [](Result<GrabbedPicture>) {
         logWarning("Capture", "a grab finished after it was given up; it is discarded");
@@ -370,7 +370,7 @@ void StillCapturePipeline::nameSourceApp() {
   runBounded<Windows>(
       services_.main, {windowListBound, windowListBound, {}},
       [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
-      alive_.guard([this, resolved](std::optional<Windows> answer) {
+      lifetime_.guard([this, resolved](std::optional<Windows> answer) {
         if (answer && *answer) run_->windows = std::move(**answer);
         stage(run_->windows.empty() ? std::nullopt : resolved(run_->windows));
       }),
@@ -388,7 +388,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
   services_.work->post([codec = services_.codec, staging = services_.staging,
                         image = run_->picture.image, capturedAt = run_->capturedAt,
                         record = std::move(record), main = services_.main,
-                        done = alive_.guard([this](Staged& staged) {
+                        done = lifetime_.guard([this](Staged& staged) {
                           if (!staged) {
                             finish(CaptureOutcome{std::move(staged.error())});
                             return;
@@ -398,7 +398,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                           if (run_->request.onStaged) run_->request.onStaged(staged->path);
                           services_.filing->file(
                               std::move(*staged), std::move(run_->picture.image),
-                              alive_.guard([this](Result<CaptureOutcome::Saved> filed) {
+                              lifetime_.guard([this](Result<CaptureOutcome::Saved> filed) {
                                 if (!filed) {
                                   return fail(CaptureFailure::Case::writeFailed,
                                               filed.error().reason);
@@ -411,7 +411,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                 if (!run_->cut.empty()) filed->remarks.push_back(run_->cut);
                                 finish(CaptureOutcome{std::move(*filed)});
                               }),
-                              alive_.guard([this](std::string_view step) { reached(step); }));
+                              lifetime_.guard([this](std::string_view step) { reached(step); }));
                         })]() mutable {
     SpentTime encoding;
     const auto png = encoding.measure([&] {

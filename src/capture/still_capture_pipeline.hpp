@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "app/records/capture_activity.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/bounded_run.hpp"
 #include "capture/capture_outcome.hpp"
@@ -151,7 +151,7 @@ class StillCapturePipeline {
 
   Services services_;
   std::shared_ptr<Run> run_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

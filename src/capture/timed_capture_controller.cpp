@@ -31,7 +31,7 @@ void TimedCaptureController::start(std::chrono::seconds delay, std::function<voi
   zero_ = clock_->monotonic() + delay;
   if (hotKeys_ != nullptr) {
     escape_ = hotKeys_->registerKey(
-        {escapeKeysym, 0}, alive_.guard([this] { cancel(); }), nullptr,
+        {escapeKeysym, 0}, lifetime_.guard([this] { cancel(); }), nullptr,
         [](const HotKeys::State& state) {
           if (!state) logWarning("HotKey", "Escape could not be registered for the countdown");
         });
@@ -47,7 +47,7 @@ void TimedCaptureController::tick() {
   }
   const auto seconds = std::chrono::ceil<std::chrono::seconds>(left);
   panel_->show(static_cast<int>(seconds.count()));
-  main_->postAfter(left - (seconds - std::chrono::seconds(1)), alive_.guard([this] { tick(); }));
+  main_->postAfter(left - (seconds - std::chrono::seconds(1)), lifetime_.guard([this] { tick(); }));
 }
 
 void TimedCaptureController::cancel() {
@@ -55,9 +55,9 @@ void TimedCaptureController::cancel() {
 }
 
 void TimedCaptureController::end(bool reachedZero) {
-  alive_.renew();
+  lifetime_.renew();
   escape_.reset();
-  panel_->hide(alive_.guard([this, reachedZero] {
+  panel_->hide(lifetime_.guard([this, reachedZero] {
     if (ended_) std::exchange(ended_, nullptr)(reachedZero);
   }));
 }

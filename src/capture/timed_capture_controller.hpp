@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_surfaces.hpp"
 #include "capture/records/capture_target.hpp"
@@ -41,7 +41,7 @@ class TimedCaptureController {
   std::unique_ptr<HotKeyRegistration> escape_;
   std::chrono::nanoseconds zero_{};
   std::function<void(bool)> ended_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -182,8 +182,8 @@ void CommandRunner::changeSettings(const command::Settings& what, bool json,
   };
   if (named == nullptr || !setting->accepts(value)) return change(what, std::move(done));
   const auto checked = [this, what, change](Done wanted) {
-    return alive_.guard([what, change, wanted = std::make_shared<Done>(std::move(wanted))](
-                            const std::expected<void, std::string>& usable) {
+    return lifetime_.guard([what, change, wanted = std::make_shared<Done>(std::move(wanted))](
+                               const std::expected<void, std::string>& usable) {
       if (!usable) return (*wanted)(failedReply(usable.error()));
       change(what, std::move(*wanted));
     });
@@ -230,10 +230,11 @@ void CommandRunner::whenLibraryReady(const CommandRequester& requester, Done don
                                      std::move_only_function<void(Done)> go) {
   const auto waiting = std::make_shared<Done>(std::move(done));
   const auto place = waiting_.emplace(requester.name, waiting);
-  services_.library->whenReady(alive_.guard([this, waiting, place, go = std::move(go)]() mutable {
-    waiting_.erase(place);
-    if (*waiting) go(std::exchange(*waiting, nullptr));
-  }));
+  services_.library->whenReady(
+      lifetime_.guard([this, waiting, place, go = std::move(go)]() mutable {
+        waiting_.erase(place);
+        if (*waiting) go(std::exchange(*waiting, nullptr));
+      }));
   announceWait(requester.show, waiting, {});
 }
 
@@ -247,7 +248,7 @@ void CommandRunner::whenStagedFiled(Done done, std::move_only_function<void(Done
         services_.fileStaged([reply = std::make_shared<std::move_only_function<void(Filed)>>(
                                   std::move(reply))] { (*reply)({}); });
       },
-      alive_.guard(
+      lifetime_.guard(
           [done = std::move(done), go = std::move(go)](std::optional<Filed> filed) mutable {
             if (filed) return go(std::move(done));
             go([done = std::move(done)](CommandReply reply) mutable {
@@ -263,7 +264,7 @@ void CommandRunner::whenStagedFiled(Done done, std::move_only_function<void(Done
 void CommandRunner::announceWait(const ShowProgress& show, Waiting waiting, const Path& staged) {
   if (services_.library->isReady()) return;
   services_.main->postAfter(
-      silentWait, alive_.guard([this, show, waiting = std::move(waiting), staged] {
+      silentWait, lifetime_.guard([this, show, waiting = std::move(waiting), staged] {
         const std::optional<std::string> holder = services_.library->awaitedHolder();
         if (!holder || !*waiting) return;
         const auto tray = services_.unreachableTray ? services_.unreachableTray() : std::nullopt;
@@ -296,9 +297,9 @@ CommandDone CommandRunner::withRemarks(const command::Settings& what, Done done)
     }
     CommandKeys* const keys = services_.coordinator->keys();
     if (keys == nullptr) return done(std::move(reply));
-    keys->whenKnown(key, alive_.guard([reply = std::move(reply),
-                                       done = std::make_shared<Done>(std::move(done))](
-                                          const std::string& sentences) mutable {
+    keys->whenKnown(key, lifetime_.guard([reply = std::move(reply),
+                                          done = std::make_shared<Done>(std::move(done))](
+                                             const std::string& sentences) mutable {
       if (!sentences.empty()) reply.error += sentences + "\n";
       (*done)(std::move(reply));
     }));

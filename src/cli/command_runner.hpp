@@ -13,7 +13,7 @@
 #include "app/capture_rewriter.hpp"
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "cli/command_line.hpp"
 #include "cli/library_command.hpp"
 #include "library/library.hpp"
@@ -97,7 +97,7 @@ class CommandRunner {
   Services services_;
   std::multimap<std::string, std::shared_ptr<Capturing>> capturing_;  // by requester
   std::multimap<std::string, Waiting> waiting_;                       // by requester
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -191,8 +191,8 @@ void LibraryCommands::run(command::Library what, bool json, CommandDone done,
   running->show = requester.show;
   std::erase_if(running_, [](const auto& item) { return item.second.expired(); });
   running_.emplace(requester.name, running);
-  services_.library->whenReady(
-      alive_.guard([this, what = std::move(what), json, running, done = std::move(done)]() mutable {
+  services_.library->whenReady(lifetime_.guard(
+      [this, what = std::move(what), json, running, done = std::move(done)]() mutable {
         if (what.verb == Verb::relocate) {
           return relocate(what.folder, json, running, std::move(done));
         }
@@ -263,11 +263,12 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
       // Whose file has whose name by now is known only while all entries are there.
       std::vector<std::string> ids;
       for (const EntryPointer& entry : *entries) ids.push_back(entry->id);
-      return services_.library->findFiles(ids, Library::Claimed::no, *services_.work,
-                                          alive_.guard([this, ids, json, done = std::move(done)](
-                                                           const std::set<std::string>&) mutable {
-                                            forget(found(ids), json, {}, std::move(done));
-                                          }));
+      return services_.library->findFiles(
+          ids, Library::Claimed::no, *services_.work,
+          lifetime_.guard(
+              [this, ids, json, done = std::move(done)](const std::set<std::string>&) mutable {
+                forget(found(ids), json, {}, std::move(done));
+              }));
     }
     case Verb::prune: return prune(what.forgetsReplaced, json, running, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
@@ -327,13 +328,13 @@ void LibraryCommands::lookAt(const command::Library& what, const EntryList& entr
       [this, ids](std::move_only_function<void(Looked)> reply) {
         services_.library->findFiles(
             ids, Library::Claimed::no, *services_.work,
-            alive_.guard([this, ids, reply = std::move(reply)](
-                             const std::set<std::string>& unsettled) mutable {
+            lifetime_.guard([this, ids, reply = std::move(reply)](
+                                const std::set<std::string>& unsettled) mutable {
               reachAll({found(ids), {}, unsettled}, std::move(reply));
             }));
       },
-      alive_.guard([this, verb = what.verb, ids, json,
-                    done = std::move(done)](const std::optional<Looked>& answer) mutable {
+      lifetime_.guard([this, verb = what.verb, ids, json,
+                       done = std::move(done)](const std::optional<Looked>& answer) mutable {
         const Looked looked = answer ? *answer : Looked{found(ids), {}, {}};
         done(verb == Verb::path ? paths(looked, json) : details(looked, json));
       }),
@@ -539,13 +540,13 @@ void LibraryCommands::prune(bool forgetsReplaced, bool json, const RunningPointe
        scope = FileLookScope{.entries = services_.library->store().entries(),
                              .unreadPaths = services_.library->store().unreadPaths(),
                              .paths = services_.library->store().paths()},
-       goOn = LibraryVerify::goingOn({running, &running->flag.stopped}, running->show),
-       learn = alive_.guard([this](const std::vector<SeenFile>& files) {
+       keepGoing = LibraryVerify::keepGoingUntil({running, &running->flag.stopped}, running->show),
+       learn = lifetime_.guard([this](const std::vector<SeenFile>& files) {
          remember(services_.library->store(), files);
        }),
-       reply =
-           alive_.guard([this, forgetsReplaced, json, done = std::move(done)](
-                            const FileLook& look, const std::vector<std::string>& silent) mutable {
+       reply = lifetime_.guard(
+           [this, forgetsReplaced, json, done = std::move(done)](
+               const FileLook& look, const std::vector<std::string>& silent) mutable {
              if (look.wasStopped) {
                return done(nothingChanged());
              }
@@ -576,13 +577,13 @@ void LibraryCommands::prune(bool forgetsReplaced, bool json, const RunningPointe
              // What changed meanwhile may have its file elsewhere by now.
              lookAgain(*services_.files, *services_.work, services_.main,
                        settledEntries(services_.library->store(), going),
-                       alive_.guard([this, json, remark = std::move(remark),
-                                     done = std::move(done)](const EntryList& gone) mutable {
+                       lifetime_.guard([this, json, remark = std::move(remark),
+                                        done = std::move(done)](const EntryList& gone) mutable {
                          forget(settledEntries(services_.library->store(), gone), json,
                                 std::move(remark), std::move(done));
                        }));
            })]() mutable {
-        FileLook look = lookForFiles(*files, scope.entries, scope, goOn);
+        FileLook look = lookForFiles(*files, scope.entries, scope, keepGoing);
         auto silent = silentFolders(*files, look.outOfReach);
         auto learned = look.wasStopped ? std::vector<SeenFile>() : std::move(look.learned);
         postInSlices(main, std::move(learned), std::move(learn),

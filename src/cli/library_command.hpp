@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "app/library_move.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
 #include "cli/library_options.hpp"
@@ -89,7 +89,7 @@ class LibraryCommands {
 
   Services services_;
   std::multimap<std::string, std::weak_ptr<Running>> running_;  // by requester
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

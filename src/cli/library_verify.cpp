@@ -208,18 +208,19 @@ LibraryVerify::LibraryVerify(Services services)
 
 void LibraryVerify::run(bool repairs, bool json, StopFlag stopped, ShowProgress show,
                         CommandDone done) {
-  auto goOn = goingOn(std::move(stopped), std::move(show));
+  auto keepGoing = keepGoingUntil(std::move(stopped), std::move(show));
   // What is over may still have to take its journal away.
-  auto begin = alive_.guard([this, repairs, json, goOn = std::move(goOn),
-                             done = std::make_shared<CommandDone>(std::move(done))] {
-    services_.library->deletion().settle(alive_.guard(
-        [this, repairs, json, goOn, done] { look(repairs, json, goOn, std::move(*done)); }));
+  auto begin = lifetime_.guard([this, repairs, json, keepGoing = std::move(keepGoing),
+                                done = std::make_shared<CommandDone>(std::move(done))] {
+    services_.library->deletion().settle(lifetime_.guard([this, repairs, json, keepGoing, done] {
+      look(repairs, json, keepGoing, std::move(*done));
+    }));
   });
   if (!repairs) return begin();
   services_.recoverStaged(std::move(begin));
 }
 
-CheckProgress LibraryVerify::goingOn(StopFlag stopped, ShowProgress show) {
+CheckProgress LibraryVerify::keepGoingUntil(StopFlag stopped, ShowProgress show) {
   return [stopped = std::move(stopped), show = std::move(show)](std::size_t at, std::size_t total) {
     if (show && (at % 100 == 0 || at + 1 == total)) show({at + 1, total, "captures"});
     return !*stopped;
@@ -232,7 +233,7 @@ void LibraryVerify::clearOriginals() {
   if (!store.indexWasReadFromDisk() || store.entries().empty()) return;
   services_.work->post(
       [files = services_.files, main = services_.main, scope = scope(),
-       reply = alive_.guard([this](LibraryFindings& findings) {
+       reply = lifetime_.guard([this](LibraryFindings& findings) {
          // In an undo they may be back before their entries are.
          if (services_.library->deletion().isBusy()) return;
          dropSettled(findings, {});
@@ -241,7 +242,7 @@ void LibraryVerify::clearOriginals() {
          if (findings.originalsWithoutEntry.empty()) return;
          services_.work->post([trash = services_.trash, main = services_.main,
                                originals = std::move(findings.originalsWithoutEntry),
-                               release = alive_.guard([claimed = std::move(claimed)]() mutable {
+                               release = lifetime_.guard([claimed = std::move(claimed)]() mutable {
                                  claimed.clear();
                                })]() mutable {
            for (const Path& path : originals) {
@@ -280,10 +281,11 @@ LibraryScope LibraryVerify::scope() const {
   return scope;
 }
 
-void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done) {
+void LibraryVerify::look(bool repairs, bool json, const CheckProgress& keepGoing,
+                         CommandDone done) {
   services_.work->post(
-      [files = services_.files, main = services_.main, scope = scope(), goOn,
-       reply = alive_.guard(
+      [files = services_.files, main = services_.main, scope = scope(), keepGoing,
+       reply = lifetime_.guard(
            [this, repairs, json, done = std::move(done)](LibraryFindings& findings) mutable {
              if (findings.look.wasStopped) {
                return done(nothingChanged());
@@ -298,15 +300,15 @@ void LibraryVerify::look(bool repairs, bool json, const CheckProgress& goOn, Com
                lookAgain(repairing);
              });
            })]() mutable {
-        main->post([findings = checkLibrary(*files, scope, goOn),
+        main->post([findings = checkLibrary(*files, scope, keepGoing),
                     reply = std::move(reply)]() mutable { reply(findings); });
       });
 }
 
 /// Once files that an undo put back have their entries, and captures being staged are known.
 void LibraryVerify::whenSettled(std::function<void(const std::set<Path>& staging)> go) {
-  auto settle = alive_.guard([this, go = std::move(go)](const std::set<Path>& staging) {
-    services_.library->deletion().settle(alive_.guard([go, staging] { go(staging); }));
+  auto settle = lifetime_.guard([this, go = std::move(go)](const std::set<Path>& staging) {
+    services_.library->deletion().settle(lifetime_.guard([go, staging] { go(staging); }));
   });
   if (!services_.whenStagingKnown) return settle(std::set<Path>());
   services_.whenStagingKnown(std::move(settle));
@@ -320,16 +322,16 @@ void LibraryVerify::lookAgain(const std::shared_ptr<Repairing>& repairing) {
     claimOriginals(repairing->findings, repairing->claimed);
     claimFaulty(repairing->findings, repairing->claimed);
   }
-  services_.work->post([files = services_.files, main = services_.main, scope = scope(), repairing,
-                        reply = alive_.guard([this, repairing, wasQuiet,
-                                              before = services_.library->store().writeSequence()] {
-                          judge(repairing,
-                                wasQuiet && isQuiet() &&
-                                    before == services_.library->store().writeSequence());
-                        })]() mutable {
-    checkAgain(*files, scope, repairing->findings);
-    main->post(std::move(reply));
-  });
+  services_.work->post(
+      [files = services_.files, main = services_.main, scope = scope(), repairing,
+       reply = lifetime_.guard(
+           [this, repairing, wasQuiet, before = services_.library->store().writeSequence()] {
+             judge(repairing,
+                   wasQuiet && isQuiet() && before == services_.library->store().writeSequence());
+           })]() mutable {
+        checkAgain(*files, scope, repairing->findings);
+        main->post(std::move(reply));
+      });
 }
 
 void LibraryVerify::judge(const std::shared_ptr<Repairing>& repairing, bool wasQuiet) {
@@ -360,7 +362,7 @@ bool LibraryVerify::isQuiet() const {
 // How large the library is comes last: what is found comes before it, a line each.
 void LibraryVerify::finish(const std::shared_ptr<Repairing>& repairing) {
   services_.work->post([repairing, main = services_.main,
-                        reply = alive_.guard([this, repairing](CommandReply& found) {
+                        reply = lifetime_.guard([this, repairing](CommandReply& found) {
                           measure(std::move(found), repairing->json, std::move(repairing->done));
                         })]() mutable {
     main->post([found = report(repairing->findings, repairing->repaired, repairing->json),
@@ -369,7 +371,7 @@ void LibraryVerify::finish(const std::shared_ptr<Repairing>& repairing) {
 }
 
 void LibraryVerify::measure(CommandReply reply, bool json, CommandDone done) {
-  services_.library->disk().whenMeasured(alive_.guard(
+  services_.library->disk().whenMeasured(lifetime_.guard(
       [this, json, reply = std::move(reply), done = std::move(done)](std::uint64_t bytes) mutable {
         reply.output += sizeLine(services_.library->store().entries().size(), bytes, json);
         done(std::move(reply));
@@ -458,42 +460,43 @@ void LibraryVerify::repair(const std::shared_ptr<Repairing>& repairing) {
     const EntryPointer entry = services_.library->store().find(one.entry->id);
     if (entry && entry->originalPath) lost.emplace_back(*one.entry->originalPath, entry);
   }
-  services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
-                        main = services_.main, repairing, gone = adopted.gone,
-                        lost = std::move(lost), paths = services_.library->paths(),
-                        mayRemoveCopies = !services_.library->relocation().isRunning(),
-                        learn = alive_.guard([this](const std::vector<SeenFile>& files) {
-                          remember(services_.library->store(), files);
-                        }),
-                        reply = alive_.guard([this, repairing] { adopt(repairing); })]() mutable {
-    Repaired& repaired = repairing->repaired;
-    const LibraryFindings& findings = repairing->findings;
-    for (const Path& path : findings.temporaries) {
-      if (files->remove(path)) repaired.paths.insert(path.string());
-    }
-    for (const Path& path : findings.originalsWithoutEntry) {
-      if (trash->moveToTrash(path)) repaired.paths.insert(path.string());
-    }
-    for (const Path& path : findings.filesWithoutEntry) {
-      auto entry = entryForFile(*files, *codec, path);
-      if (!entry) continue;
-      repaired.entries.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
-    }
-    for (const Path& path : findings.replacedFilesLeft) {
-      if (trash->moveToTrash(path)) repaired.paths.insert(path.string());
-    }
-    if (mayRemoveCopies && !findings.copiesLeft.empty()) {
-      for (std::string& path : removeCopiesLeft(*files, *trash, paths, findings.copiesLeft)) {
-        repaired.paths.insert(std::move(path));
-      }
-    }
-    repaired.goneStill = goneOf(*files, gone);
-    for (auto& [path, entry] : lost) {
-      if (placeOfOriginal(*files, *entry) == OriginalPlace::original) continue;
-      repaired.lostStill.emplace_back(path, std::move(entry));
-    }
-    postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));
-  });
+  services_.work->post(
+      [files = services_.files, codec = services_.codec, trash = services_.trash,
+       main = services_.main, repairing, gone = adopted.gone, lost = std::move(lost),
+       paths = services_.library->paths(),
+       mayRemoveCopies = !services_.library->relocation().isRunning(),
+       learn = lifetime_.guard([this](const std::vector<SeenFile>& files) {
+         remember(services_.library->store(), files);
+       }),
+       reply = lifetime_.guard([this, repairing] { adopt(repairing); })]() mutable {
+        Repaired& repaired = repairing->repaired;
+        const LibraryFindings& findings = repairing->findings;
+        for (const Path& path : findings.temporaries) {
+          if (files->remove(path)) repaired.paths.insert(path.string());
+        }
+        for (const Path& path : findings.originalsWithoutEntry) {
+          if (trash->moveToTrash(path)) repaired.paths.insert(path.string());
+        }
+        for (const Path& path : findings.filesWithoutEntry) {
+          auto entry = entryForFile(*files, *codec, path);
+          if (!entry) continue;
+          repaired.entries.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
+        }
+        for (const Path& path : findings.replacedFilesLeft) {
+          if (trash->moveToTrash(path)) repaired.paths.insert(path.string());
+        }
+        if (mayRemoveCopies && !findings.copiesLeft.empty()) {
+          for (std::string& path : removeCopiesLeft(*files, *trash, paths, findings.copiesLeft)) {
+            repaired.paths.insert(std::move(path));
+          }
+        }
+        repaired.goneStill = goneOf(*files, gone);
+        for (auto& [path, entry] : lost) {
+          if (placeOfOriginal(*files, *entry) == OriginalPlace::original) continue;
+          repaired.lostStill.emplace_back(path, std::move(entry));
+        }
+        postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));
+      });
 }
 
 /// Gives the files that have none their entries.
@@ -517,8 +520,8 @@ void LibraryVerify::adopt(const std::shared_ptr<Repairing>& repairing) {
     }
     store.insertEntries(std::move(added));
   };
-  inSlices(services_.main, found.size(), alive_.guard(add),
-           alive_.guard([this, repairing] { clearUp(repairing); }));
+  inSlices(services_.main, found.size(), lifetime_.guard(add),
+           lifetime_.guard([this, repairing] { clearUp(repairing); }));
 }
 
 /// Takes away what names nothing.
@@ -538,14 +541,14 @@ void LibraryVerify::clearUp(const std::shared_ptr<Repairing>& repairing) {
   }
   repairing->claimed.clear();
   // As it was told: an entry whose name another one's file has got another name.
-  std::unordered_map<std::string_view, std::string_view> told;
+  std::unordered_map<std::string_view, std::string_view> reported;
   for (const EntryPointer& entry : repairing->findings.look.gone) {
-    told.emplace(entry->id, entry->path);
+    reported.emplace(entry->id, entry->path);
   }
   std::vector<std::string> going;
   for (const EntryPointer& entry : settledEntries(store, repaired.goneStill)) {
     going.push_back(entry->id);
-    repaired.paths.emplace(told.at(entry->id));
+    repaired.paths.emplace(reported.at(entry->id));
   }
   for (const SeenFile& file : repairing->findings.look.renamed) {
     const EntryPointer entry = store.find(file.entry->id);

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
 #include "library/library.hpp"
@@ -57,11 +57,11 @@ class LibraryVerify {
 
   /// What a look through the library is told to do after each capture: to show each hundredth, and
   /// to go on until `stopped`.
-  [[nodiscard]] static CheckProgress goingOn(StopFlag stopped, ShowProgress show);
+  [[nodiscard]] static CheckProgress keepGoingUntil(StopFlag stopped, ShowProgress show);
 
  private:
   [[nodiscard]] LibraryScope scope() const;
-  void look(bool repairs, bool json, const CheckProgress& goOn, CommandDone done);
+  void look(bool repairs, bool json, const CheckProgress& keepGoing, CommandDone done);
   void whenSettled(std::function<void(const std::set<Path>& staging)> go);
   struct Repairing;
   void repair(const std::shared_ptr<Repairing>& repairing);
@@ -80,7 +80,7 @@ class LibraryVerify {
 
   Services services_;
   double startedAt_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

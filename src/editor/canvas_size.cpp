@@ -23,7 +23,7 @@ double typedNumber(std::string_view text) {
 }  // namespace
 
 bool isPossibleSize(double width, double height) {
-  return width >= 1 && height >= 1 && width * height <= mostPixels;
+  return width >= 1 && height >= 1 && width * height <= maximumPixels;
 }
 
 std::string sentence(CanvasSizeFault fault) {

@@ -11,9 +11,10 @@
 namespace vantorel {
 
 /// The most pixels a canvas, a layer or a finished picture may have.
-inline constexpr double mostPixels = 64'000'000;
+inline constexpr double maximumPixels = 64'000'000;
 
-/// True when a picture of this size can be made: at least one pixel each way, at most `mostPixels`.
+/// True when a picture of this size can be made: at least one pixel each way, at most
+/// `maximumPixels`.
 [[nodiscard]] bool isPossibleSize(double width, double height);
 
 /// Why a canvas size cannot be applied.

@@ -53,7 +53,7 @@ void EditorSession::exportTo(EditorExport target, std::function<void(Result<Edit
     return;
   }
   services_.ask("Publish without redacting?",
-                alive_.guard([this, done = std::move(done)](bool yes) mutable {
+                lifetime_.guard([this, done = std::move(done)](bool yes) mutable {
                   if (!yes) {
                     done(failed(FailureKind::cancelled, "Publish wasn't confirmed"));
                     return;
@@ -70,7 +70,7 @@ void EditorSession::confirmed(std::function<void(Result<EditorSaving>)> done) {
     return;
   }
   EditorSaving saving{entryID_, path_, {}, model_.document()};
-  auto finish = alive_.guard([saving, done = std::move(done)](Result<Image> image) mutable {
+  auto finish = lifetime_.guard([saving, done = std::move(done)](Result<Image> image) mutable {
     if (!image) {
       done(failed(image.error().kind, sentence(OutputFailure::notPrepared)));
       return;
@@ -95,7 +95,7 @@ void EditorSession::handBack(
       services_.report(saving.error().reason);
       return;
     }
-    auto saved = alive_.guard([this, document = saving->document](const Result<void>& result) {
+    auto saved = lifetime_.guard([this, document = saving->document](const Result<void>& result) {
       if (result) {
         model_.markSaved(document);
       } else {

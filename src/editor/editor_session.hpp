@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "base/alive.hpp"
 #include "base/image.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "editor/editor_model.hpp"
 #include "editor/layer_builds.hpp"
@@ -91,7 +91,7 @@ class EditorSession {
   BaseImageState base_ = BaseImageState::loading;
   int unredacted_ = 0;
   bool publishingConfirmed_ = false;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

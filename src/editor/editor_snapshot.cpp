@@ -122,7 +122,7 @@ UndoHistory::Step UndoHistory::stepTo(EditorSnapshot other, const EditorSnapshot
 void UndoHistory::push(EditorSnapshot before, const EditorSnapshot& after, std::string name) {
   future_.clear();
   past_.push_back(stepTo(std::move(before), after, std::move(name)));
-  if (past_.size() > mostSteps) past_.pop_front();
+  if (past_.size() > maximumSteps) past_.pop_front();
 }
 
 bool UndoHistory::cross(std::deque<Step>& from, std::deque<Step>& to, EditorSnapshot& current) {

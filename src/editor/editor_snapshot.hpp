@@ -49,7 +49,7 @@ struct EditorSnapshot {
 class UndoHistory {
  public:
   /// Beyond this the oldest steps are forgotten.
-  static constexpr std::size_t mostSteps = 1000;
+  static constexpr std::size_t maximumSteps = 1000;
 
   /// Notes that the step `name` made `after` of `before`. What could be redone is gone.
   void push(EditorSnapshot before, const EditorSnapshot& after, std::string name);

@@ -17,7 +17,7 @@
 namespace vantorel {
 namespace {
 
-constexpr std::uint64_t mostFileBytes = 1'000'000'000;
+constexpr std::uint64_t maximumFileBytes = 1'000'000'000;
 
 /// The index, and the record of what can be undone, hold the document some levels deep.
 constexpr int deepestNesting = json::Document::maximumDepth - 16;
@@ -357,7 +357,7 @@ Result<Image> readPictureFile(const Path& path, int frameIndex, const Files& fil
   if (!isPossibleSize(size.width, size.height)) {
     return failed(FailureKind::tooLarge, "more than 64 million pixels");
   }
-  return codec.decode(VT_TRY(files.read(path, mostFileBytes)), frameIndex);
+  return codec.decode(VT_TRY(files.read(path, maximumFileBytes)), frameIndex);
 }
 
 }  // namespace vantorel

@@ -43,7 +43,7 @@ PixelRect shownPart(const EditorDocument& document, PixelSize capture) {
     const double bottom = std::round(std::clamp(crop.bottom(), 0.0, whole.h));
     if (right > left && bottom > top) shown = {left, top, right - left, bottom - top};
   }
-  constexpr double most = mostPixels;  // no side of a possible picture is longer
+  constexpr double most = maximumPixels;  // no side of a possible picture is longer
   return {static_cast<int>(std::min(shown.x, most)), static_cast<int>(std::min(shown.y, most)),
           static_cast<int>(std::min(shown.w, most)), static_cast<int>(std::min(shown.h, most))};
 }

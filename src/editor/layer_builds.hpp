@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "editor/export_gate.hpp"
 #include "editor/layer_composite.hpp"
@@ -38,7 +38,7 @@ class LayerBuilds {
   std::shared_ptr<std::atomic<int>> generation_ = std::make_shared<std::atomic<int>>(0);
   LayerBuildState state_ = LayerBuildState::none;
   LayerComposite latest_;
-  Alive newest_;
+  Lifetime newest_;
 };
 
 }  // namespace vantorel

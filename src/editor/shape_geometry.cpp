@@ -13,7 +13,7 @@ constexpr double pi = std::numbers::pi;
 
 PolygonForm formOf(const Shape& shape) {
   PolygonForm form;
-  if (shape.sides) form.sides = std::clamp(*shape.sides, Shape::leastSides, Shape::mostSides);
+  if (shape.sides) form.sides = std::clamp(*shape.sides, Shape::minimumSides, Shape::maximumSides);
   if (shape.starInset) form.starInset = std::clamp(*shape.starInset, 0.0, Shape::deepestStarInset);
   return form;
 }

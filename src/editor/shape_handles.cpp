@@ -8,8 +8,8 @@
 namespace vantorel {
 namespace {
 
-constexpr double leastFontSize = 4;
-constexpr double leastBoxWidth = 8;
+constexpr double minimumFontSize = 4;
+constexpr double minimumBoxWidth = 8;
 
 double distanceToSegment(Pt point, Pt a, Pt b) {
   const double length = distance(a, b);
@@ -228,14 +228,14 @@ Shape withTextBox(Shape start, TextBoxHandle handle, const Box& frame, Pt grabbe
   const double dx = point.x - grabbed.x;
   const double dy = point.y - grabbed.y;
   switch (handle) {
-    case TextBoxHandle::width: start.boxWidth = std::max(frame.w + dx, leastBoxWidth); break;
+    case TextBoxHandle::width: start.boxWidth = std::max(frame.w + dx, minimumBoxWidth); break;
     case TextBoxHandle::widthLeft:
-      start.boxWidth = std::max(frame.w - dx, leastBoxWidth);
+      start.boxWidth = std::max(frame.w - dx, minimumBoxWidth);
       start.x += frame.w - *start.boxWidth;
       break;
     case TextBoxHandle::scale: {
       const double factor = frame.h > 0 ? (frame.h + dy) / frame.h : 1;
-      const double size = std::max(start.fontSize * factor, leastFontSize);
+      const double size = std::max(start.fontSize * factor, minimumFontSize);
       if (start.boxWidth && start.fontSize > 0) *start.boxWidth *= size / start.fontSize;
       start.fontSize = size;
       break;

@@ -10,7 +10,7 @@ void ChangedPictures::fileChanged(const std::string& path) {
   const EntryPointer entry = services_.store.findByPath(path);
   if (!entry || entry->medium != CaptureMedium::image) return;
   services_.work->post([&files = services_.files, codec = services_.codec, main = services_.main,
-                        path, reply = alive_.guard([this, path](const Result<PixelSize>& size) {
+                        path, reply = lifetime_.guard([this, path](const Result<PixelSize>& size) {
                           if (size) found(path, *size);
                         })]() mutable {
     auto size = codec->pixelSize(files, path);

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "library/history_store.hpp"
 #include "platform/image_codec.hpp"
 
@@ -33,7 +33,7 @@ class ChangedPictures {
   void found(const std::string& path, PixelSize size);
 
   Services services_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

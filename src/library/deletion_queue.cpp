@@ -41,13 +41,13 @@ void DeletionQueue::end(Operation answer) {
 
 void DeletionQueue::endLater(Operation answer) {
   services_.main->post(
-      alive_.guard([this, answer = std::move(answer)]() mutable { end(std::move(answer)); }));
+      lifetime_.guard([this, answer = std::move(answer)]() mutable { end(std::move(answer)); }));
 }
 
 void DeletionQueue::settle(Operation done) {
   enqueue([this, done = std::move(done)]() mutable {
     services_.work->post(
-        [main = services_.main, reply = alive_.guard([this, done = std::move(done)]() mutable {
+        [main = services_.main, reply = lifetime_.guard([this, done = std::move(done)]() mutable {
           end(std::move(done));
         })]() mutable { main->post(std::move(reply)); });
   });
@@ -63,12 +63,12 @@ std::expected<void, EntryBusy> DeletionQueue::claim(const std::string& id, Entry
 void DeletionQueue::inSlices(std::size_t count,
                              std::move_only_function<void(std::size_t, std::size_t)> slice,
                              Operation then) {
-  vantorel::inSlices(services_.main, count, alive_.guard(std::move(slice)),
-                     alive_.guard(std::move(then)));
+  vantorel::inSlices(services_.main, count, lifetime_.guard(std::move(slice)),
+                     lifetime_.guard(std::move(then)));
 }
 
 void DeletionQueue::flushIndex(std::move_only_function<void(const Result<void>&)> then) {
-  services_.store.flush(alive_.guard(std::move(then)));
+  services_.store.flush(lifetime_.guard(std::move(then)));
 }
 
 void DeletionQueue::closeJournal(bool isSaved, const DeletionJournal& current) {

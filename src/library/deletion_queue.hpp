@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "library/deletion_journal.hpp"
 #include "library/history_store.hpp"
 #include "library/history_trash.hpp"
@@ -60,7 +60,7 @@ class DeletionQueue {
   template <class Job, class Then>
   void onWork(Job job, Then then) {
     services_.work->post([main = services_.main, job = std::move(job),
-                          reply = alive_.guard(std::move(then))]() mutable {
+                          reply = lifetime_.guard(std::move(then))]() mutable {
       main->post([value = job(), reply = std::move(reply)]() mutable { reply(std::move(value)); });
     });
   }
@@ -98,7 +98,7 @@ class DeletionQueue {
   std::vector<EntryClaim> claims_;  // of the operation under way
   std::deque<Operation> waiting_;
   bool isBusy_ = false;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

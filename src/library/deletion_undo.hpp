@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "library/deletion_outcome.hpp"
 #include "library/deletion_queue.hpp"
 #include "library/pending_undo.hpp"
@@ -60,7 +60,7 @@ class DeletionUndo {
   const DeletionQueue::Services& services_;
   std::function<void()> onChange_;
   std::optional<RemovedBatch> pending_;
-  Alive timer_;
+  Lifetime timer_;
 };
 
 }  // namespace vantorel

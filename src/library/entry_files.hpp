@@ -21,7 +21,7 @@ struct EntryFile {
     return role == FileRole::shown ? entry->path : *entry->originalPath;
   }
   /// What the entry remembers of it.
-  [[nodiscard]] const Rare<FileIdentity>& seen() const {
+  [[nodiscard]] const BoxedOptional<FileIdentity>& seen() const {
     return role == FileRole::shown ? entry->fileIdentity : entry->originalIdentity;
   }
   bool operator==(const EntryFile&) const = default;

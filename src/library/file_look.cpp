@@ -39,7 +39,7 @@ struct Astray {
   bool isWanted = true;
 
   [[nodiscard]] const std::string& path() const { return file.path(); }
-  [[nodiscard]] const Rare<FileIdentity>& seen() const { return file.seen(); }
+  [[nodiscard]] const BoxedOptional<FileIdentity>& seen() const { return file.seen(); }
   [[nodiscard]] bool isOriginal() const { return file.role == FileRole::original; }
 
   /// As large and as old as its file was, under whatever number.

@@ -54,7 +54,7 @@ FileReach reachOf(const Files& files, const Path& path, const FileIdentity* seen
   return FolderView(files, path.parent_path()).reachOf(path.filename(), seen);
 }
 
-const FileIdentity* held(const Rare<FileIdentity>& identity) {
+const FileIdentity* held(const BoxedOptional<FileIdentity>& identity) {
   return identity ? &*identity : nullptr;
 }
 
@@ -210,7 +210,8 @@ FileReach reachOfOriginal(const Files& files, const ScreenshotEntry& entry) {
   return reachOf(files, *entry.originalPath, lastSeenOfOriginal(entry));
 }
 
-FileReach reachOfPlace(const Files& files, const Path& path, const Rare<FileIdentity>& seen) {
+FileReach reachOfPlace(const Files& files, const Path& path,
+                       const BoxedOptional<FileIdentity>& seen) {
   return FolderView(files, path.parent_path()).reachOf(path.filename(), held(seen));
 }
 

@@ -40,7 +40,7 @@ enum class FileReach {
 
 /// Whether a file that was last seen there may be put there again; `fileGone` is no obstacle.
 [[nodiscard]] FileReach reachOfPlace(const Files& files, const Path& path,
-                                     const Rare<FileIdentity>& seen);
+                                     const BoxedOptional<FileIdentity>& seen);
 
 /// The folder of a path that an entry has.
 [[nodiscard]] std::string_view folderOf(std::string_view path);

@@ -245,19 +245,19 @@ void HistoryDeletion::removeSome(Sweeping& state, std::size_t begin, std::size_t
 }
 
 void HistoryDeletion::keepUndo(const std::shared_ptr<Sweeping>& state) {
-  const auto goOn = [this, state](const Result<void>& kept) {
+  const auto next = [this, state](const Result<void>& kept) {
     if (!kept) logWarning(historyLog, "the undo was not kept: {}", kept.error().reason);
     queue_.flushIndex([this, state](const Result<void>& saved) { finishTrash(state, saved); });
   };
-  if (state->undo == Undo::none || state->sweep.removed.empty()) return goOn({});
+  if (state->undo == Undo::none || state->sweep.removed.empty()) return next({});
   undo_.offer(std::move(state->batch));
-  if (!state->wasEdited) return goOn({});
+  if (!state->wasEdited) return next({});
   queue_.onWork(
       [&files = services_.files, paths = services_.store.paths(),
        pending = PendingUndo{*undo_.pending(), undoDeadline(services_.clock)}] {
         return writePendingUndo(files, paths, pending);
       },
-      goOn);
+      next);
 }
 
 void HistoryDeletion::finishTrash(const std::shared_ptr<Sweeping>& state,

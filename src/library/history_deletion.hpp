@@ -90,7 +90,7 @@ class HistoryDeletion {
   const Services& services_{queue_.services()};
   DeletionUndo undo_;
   DeletionRecovery recovery_{queue_, undo_};
-  Alive timer_;
+  Lifetime timer_;
 };
 
 }  // namespace vantorel

@@ -45,7 +45,7 @@ HistoryDisk::HistoryDisk(HistoryStore& store, const Files& files, std::shared_pt
 void HistoryDisk::whenMeasured(std::move_only_function<void(std::uint64_t)> done) {
   waiting_.push_back(std::move(done));
   if (!ledger_ && !isMeasuring_) measure();
-  main_->post(alive_.guard([this] { tell(); }));
+  main_->post(lifetime_.guard([this] { notify(); }));
 }
 
 // A large library takes a while to look through, so its first ledger is made away from the main
@@ -54,11 +54,11 @@ void HistoryDisk::measure() {
   isMeasuring_ = true;
   observation_ = store_.observe([this](const HistoryChange& change) { follow(change); });
   work_->post([&files = files_, main = main_, entries = store_.entries(),
-               reply = alive_.guard([this](Ledger& made) {
+               reply = lifetime_.guard([this](Ledger& made) {
                  ledger_ = std::move(made);
                  isMeasuring_ = false;
                  for (const HistoryChange& change : std::exchange(missed_, {})) follow(change);
-                 tell();
+                 notify();
                })]() mutable {
     Ledger made;
     for (const EntryPointer& entry : entries) {
@@ -104,11 +104,11 @@ void HistoryDisk::lookUp() {
   isLookingUp_ = true;
   using Sizes = std::vector<std::pair<std::string, std::uint64_t>>;
   work_->post([&files = files_, main = main_, paths = std::exchange(unknown_, {}),
-               reply = alive_.guard([this](const Sizes& sizes) {
+               reply = lifetime_.guard([this](const Sizes& sizes) {
                  isLookingUp_ = false;
                  for (const auto& [path, size] : sizes) ledger_->setSize(path, size);
                  lookUp();
-                 tell();
+                 notify();
                })]() mutable {
     Sizes sizes;
     for (const std::string& path : paths) sizes.emplace_back(path, sizeOf(files, path));
@@ -116,7 +116,7 @@ void HistoryDisk::lookUp() {
   });
 }
 
-void HistoryDisk::tell() {
+void HistoryDisk::notify() {
   if (!ledger_ || isLookingUp_) return;
   for (auto& done : std::exchange(waiting_, {})) done(ledger_->total());
 }

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "library/history_store.hpp"
 
 namespace vantorel {
@@ -62,7 +62,7 @@ class HistoryDisk {
   void measure();
   void follow(const HistoryChange& change);
   void lookUp();
-  void tell();
+  void notify();
 
   HistoryStore& store_;
   const Files& files_;
@@ -75,7 +75,7 @@ class HistoryDisk {
   bool isLookingUp_ = false;
   std::vector<std::move_only_function<void(std::uint64_t)>> waiting_;
   Observation observation_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -14,7 +14,7 @@ HistoryFolderMonitor::HistoryFolderMonitor(Services services)
       originalFolders_(services_.store.paths()),
       observation_(
           services_.store.observe([this](const HistoryChange& change) { follow(change); })) {
-  auto watch = services_.mounts.watch(services_.main, alive_.guard([this] { mountsChanged(); }));
+  auto watch = services_.mounts.watch(services_.main, lifetime_.guard([this] { mountsChanged(); }));
   if (watch) {
     mountWatch_ = *std::move(watch);
   } else {
@@ -85,8 +85,8 @@ void HistoryFolderMonitor::open(const std::string& name, Folder& folder) {
   const auto watched = folder.watch ? folder.watched : std::nullopt;
   services_.work->post(
       [&watcher = services_.watcher, &files = services_.files, main = services_.main, name, watched,
-       onEvent = alive_.guard([this, name](const FolderEvent& event) { happened(name, event); }),
-       reply = alive_.guard([this, name, generation = folder.generation](Opening& opening) {
+       onEvent = lifetime_.guard([this, name](const FolderEvent& event) { happened(name, event); }),
+       reply = lifetime_.guard([this, name, generation = folder.generation](Opening& opening) {
          opened(name, generation, std::move(opening));
        })]() mutable {
         Opening opening{identityOf(files, name), std::nullopt};
@@ -179,7 +179,7 @@ void HistoryFolderMonitor::happened(const std::string& name, const FolderEvent& 
 // A disk may have been mounted over a folder: what is watched then is the folder below.
 void HistoryFolderMonitor::mountsChanged() {
   if (std::exchange(mountsChanged_, true)) return;
-  services_.main->postAfter(mountDebounce, alive_.guard([this] {
+  services_.main->postAfter(mountDebounce, lifetime_.guard([this] {
     mountsChanged_ = false;
     for (auto& [name, folder] : wanted_) {
       folder.failures = 0;
@@ -215,8 +215,8 @@ void HistoryFolderMonitor::prune() {
   lookAtArrivals();
   services_.reachability.look(
       std::exchange(toLookAt_, {}), std::exchange(heard_, {}),
-      alive_.guard([this, moving = services_.store.claims().fileChanges()](
-                       const std::string& name, const HistoryReachability::Seen& seen) {
+      lifetime_.guard([this, moving = services_.store.claims().fileChanges()](
+                          const std::string& name, const HistoryReachability::Seen& seen) {
         if (seen.isUnsettled && wanted_.contains(name)) lookSoon(name);
         forgetGone(name, seen.went, moving);
       }));
@@ -234,7 +234,7 @@ void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& 
   if (going.size() < went.size() && wanted_.contains(name)) lookSoon(name);
   if (going.empty()) return;
   lookAgain(services_.files, *services_.work, services_.main, going,
-            alive_.guard([this, name, count = going.size()](const EntryList& gone) {
+            lifetime_.guard([this, name, count = going.size()](const EntryList& gone) {
               const EntryList left = resting(gone);
               if (left.size() < count && wanted_.contains(name)) lookSoon(name);
               if (!left.empty()) forget(name, left);
@@ -253,14 +253,14 @@ void HistoryFolderMonitor::forget(const std::string& name, const EntryList& gone
     }
   }
   keepDeparted(std::move(departing));
-  const auto told = [name](const Result<std::size_t>& count) {
+  const auto reported = [name](const Result<std::size_t>& count) {
     if (count) {
       logInfo(historyLog, "{} capture(s) went from {} and were removed from History", *count, name);
     } else {
       logWarning(historyLog, "the index could not be written: {}", count.error().reason);
     }
   };
-  services_.deletion.forget(going, told, HistoryDeletion::Originals::kept);
+  services_.deletion.forget(going, reported, HistoryDeletion::Originals::kept);
 }
 
 // Their folders go on being watched.
@@ -299,7 +299,7 @@ void HistoryFolderMonitor::lookAtArrivals() {
   for (const PlacedEntry& one : departed_) departed.push_back(one.entry);
   services_.work->post([&files = services_.files, paths = std::exchange(arrivals_, {}),
                         departed = std::move(departed), main = services_.main,
-                        reply = alive_.guard(
+                        reply = lifetime_.guard(
                             [this](const std::vector<Arrival>& found) { welcomeBack(found); })] {
     main->post([reply, found = findDeparted(files, paths, departed)]() mutable { reply(found); });
   });

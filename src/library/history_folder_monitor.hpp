@@ -14,7 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "library/entry_files.hpp"
 #include "library/history_deletion.hpp"
 #include "library/history_reachability.hpp"
@@ -138,9 +138,9 @@ class HistoryFolderMonitor {
   std::uint64_t generations_ = 0;
   std::unique_ptr<MountWatch> mountWatch_;
   Observation observation_;
-  Alive pruneTimer_;
-  Alive retryTimer_;
-  Alive alive_;
+  Lifetime pruneTimer_;
+  Lifetime retryTimer_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

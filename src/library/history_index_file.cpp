@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t batchBytes = 256 << 10;
 
 /// The walk waits while this many batches wait, so that the text does not pile up.
-constexpr std::size_t mostWaiting = 16;
+constexpr std::size_t maximumWaiting = 16;
 
 /// Neighbouring items of the list, and what they came to.
 struct Batch {
@@ -100,7 +100,7 @@ class BatchDecoder {
     if (batches_.size() > 1 && threads_.size() < others) {
       threads_.emplace_back([this] { work(); });
     }
-    while (batches_.size() - next_ > mostWaiting) decodeNext(parser_, lock);
+    while (batches_.size() - next_ > maximumWaiting) decodeNext(parser_, lock);
     lock.unlock();
     changed_.notify_one();
   }

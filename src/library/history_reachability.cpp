@@ -22,9 +22,9 @@ void HistoryReachability::look(const std::set<std::string>& folders, Heard heard
                                      .unreadPaths = store_.unreadPaths(),
                                      .heardMoves = std::move(heard.moves),
                                      .paths = store_.paths()},
-               reply = alive_.guard(
+               reply = lifetime_.guard(
                    [this, done](Looks& seen, const FileLook& found) { landed(seen, found, done); }),
-               learn = alive_.guard([this](const std::vector<SeenFile>& files) {
+               learn = lifetime_.guard([this](const std::vector<SeenFile>& files) {
                  remember(store_, files);
                })]() mutable {
     EntryList wanted;

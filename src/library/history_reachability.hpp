@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "library/file_look.hpp"
 #include "library/file_reach.hpp"
 #include "library/history_store.hpp"
@@ -82,7 +82,7 @@ class HistoryReachability {
   std::map<std::string, Folder, std::less<>> folders_;
   std::set<std::string> outOfReachIDs_;
   std::uint64_t tickets_ = 0;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

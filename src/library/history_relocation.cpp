@@ -108,7 +108,7 @@ void HistoryRelocation::startNext() {
     return finish();
   }
   // What an earlier move left in the journal is judged by the entries, so they must be on disk.
-  services_.store.flush(alive_.guard([this](const Result<void>& saved) {
+  services_.store.flush(lifetime_.guard([this](const Result<void>& saved) {
     if (saved) return findFiles();
     run_->outcome.indexNotSaved = saved.error().reason;
     finish();
@@ -120,11 +120,12 @@ void HistoryRelocation::findFiles() {
   std::vector<std::string> ids;
   for (const EntryPointer& entry : services_.store.entries()) ids.push_back(entry->id);
   services_.work->post([&files = services_.files, before = LookBeforeUse(services_.store, ids),
-                        main = services_.main, reply = alive_.guard([this](const FileLook& look) {
+                        main = services_.main,
+                        reply = lifetime_.guard([this](const FileLook& look) {
                           AdoptedLook adopted = adoptLook(services_.store, look);
                           run_->unsettled = std::move(adopted.unsettled);
                           if (look.renamed.empty()) return plan();
-                          services_.store.flush(alive_.guard([this](const Result<void>& saved) {
+                          services_.store.flush(lifetime_.guard([this](const Result<void>& saved) {
                             if (saved) return plan();
                             run_->outcome.indexNotSaved = saved.error().reason;
                             finish();
@@ -137,7 +138,7 @@ void HistoryRelocation::findFiles() {
 void HistoryRelocation::plan() {
   services_.work->post([mover = run_->mover, entries = services_.store.entries(),
                         target = run_->request.target, main = services_.main,
-                        reply = alive_.guard([this](RelocationMover::Plan& plan) {
+                        reply = lifetime_.guard([this](RelocationMover::Plan& plan) {
                           planned(std::move(plan));
                         })]() mutable {
     main->post(
@@ -203,7 +204,7 @@ void HistoryRelocation::nextBatch() {
   }
   services_.work->post([mover = run_->mover, flag = run_->request.flag, pairs = claimBatch(),
                         moving = std::move(moving), main = services_.main,
-                        reply = alive_.guard([this](RelocationMover::Batch& batch) {
+                        reply = lifetime_.guard([this](RelocationMover::Batch& batch) {
                           landed(std::move(batch));
                         })]() mutable {
     main->post([batch = mover->move(pairs, *flag, moving), reply = std::move(reply)]() mutable {
@@ -222,7 +223,7 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
   for (const auto& [pair, reason] : batch.failures) run_->fail(pair, reason);
   adopt(places);
   services_.store.flush(
-      alive_.guard([this, batch = std::move(batch)](const Result<void>& saved) mutable {
+      lifetime_.guard([this, batch = std::move(batch)](const Result<void>& saved) mutable {
         if (!saved) {
           run_->outcome.indexNotSaved =
               services_.store.indexSaveFailure().value_or(saved.error().reason);
@@ -232,7 +233,7 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
         services_.work->post(
             [mover = run_->mover, moved = std::move(batch.moved),
              dropped = std::exchange(run_->dropped, {}), main = services_.main,
-             reply = alive_.guard([this](const std::vector<RelocationMover::Moved>& stayed) {
+             reply = lifetime_.guard([this](const std::vector<RelocationMover::Moved>& stayed) {
                takeBack(stayed);
              })]() mutable {
               auto stayed = mover->retire(moved, dropped);
@@ -287,7 +288,7 @@ void HistoryRelocation::finish() {
   run_->outcome.stoppedForQuit = run_->request.flag->turnedAway;
   // The last batch may still be on its way out of the journal.
   services_.work->post([mover = run_->mover, isPlanned = run_->isPlanned, main = services_.main,
-                        reply = alive_.guard([this](const RelocationMover::Remains& remains) {
+                        reply = lifetime_.guard([this](const RelocationMover::Remains& remains) {
                           run_->outcome.copiesLeft = remains.files;
                           run_->outcome.reasonOfCopiesLeft = remains.reason;
                           hasUnanswered_ |= remains.hasUnanswered;
@@ -300,7 +301,7 @@ void HistoryRelocation::finish() {
 
 void HistoryRelocation::finishSaved() {
   // What was taken back at the end has to be in the index, unless that could not be written before.
-  services_.store.flush(alive_.guard([this](const Result<void>& saved) {
+  services_.store.flush(lifetime_.guard([this](const Result<void>& saved) {
     if (!saved && run_->isPlanned && !run_->outcome.indexNotSaved) {
       run_->outcome.indexNotSaved = saved.error().reason;
     }
@@ -330,10 +331,10 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
   isRecovering_ = true;
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
                         main = services_.main, named = pathsOf(services_.store.entries()),
-                        reply = alive_.guard([this, done = std::move(done)](
-                                                 std::optional<RelocationJournal>& journal,
-                                                 RelocationJournal::Resolution& found,
-                                                 const NewPlaces& places) mutable {
+                        reply = lifetime_.guard([this, done = std::move(done)](
+                                                    std::optional<RelocationJournal>& journal,
+                                                    RelocationJournal::Resolution& found,
+                                                    const NewPlaces& places) mutable {
                           hasUnanswered_ = hasUnanswered_ && !found.undecided.empty();
                           if (!journal) return endRecovery(std::move(done));
                           adopt(places);
@@ -362,14 +363,14 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
 void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
                                std::move_only_function<void()> done) {
   services_.store.flush(
-      alive_.guard([this, journal = std::move(journal), resolution = std::move(resolution),
-                    done = std::move(done)](const Result<void>& saved) mutable {
+      lifetime_.guard([this, journal = std::move(journal), resolution = std::move(resolution),
+                       done = std::move(done)](const Result<void>& saved) mutable {
         // Without the index on disk the journal is all that knows where the files are.
         if (!saved) return endRecovery(std::move(done));
         services_.work->post([&files = services_.files, paths = services_.store.paths(),
                               main = services_.main, journal = std::move(journal),
                               resolution = std::move(resolution),
-                              reply = alive_.guard([this, done = std::move(done)]() mutable {
+                              reply = lifetime_.guard([this, done = std::move(done)]() mutable {
                                 endRecovery(std::move(done));
                               })]() mutable {
           close(files, paths, std::move(journal), std::move(resolution));

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "library/history_store.hpp"
 #include "library/relocation_journal.hpp"
@@ -111,8 +111,8 @@ class HistoryRelocation {
   std::vector<std::move_only_function<void()>> settling_;
   bool isRecovering_ = false;
   bool hasUnanswered_ = false;  // in the journal
-  Alive timer_;
-  Alive alive_;
+  Lifetime timer_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

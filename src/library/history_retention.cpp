@@ -62,7 +62,7 @@ void HistoryRetention::readAgreement() {
   if (std::exchange(isReading_, true)) return;
   services_.work->post([&files = services_.files, path = services_.store.paths().retention(),
                         main = services_.main,
-                        reply = alive_.guard([this](RetentionAgreement& found) {
+                        reply = lifetime_.guard([this](RetentionAgreement& found) {
                           agreement_ = std::move(found);
                           sweep();
                         })]() mutable {
@@ -137,8 +137,8 @@ void HistoryRetention::keep(RetentionAgreement agreement,
                             std::move_only_function<void(bool)> done) {
   services_.work->post([&files = services_.files, path = services_.store.paths().retention(),
                         agreement, main = services_.main,
-                        reply = alive_.guard([this, agreement, done = std::move(done)](
-                                                 const Result<void>& written) mutable {
+                        reply = lifetime_.guard([this, agreement, done = std::move(done)](
+                                                    const Result<void>& written) mutable {
                           if (written) {
                             agreement_ = std::move(agreement);
                           } else {
@@ -158,7 +158,7 @@ void HistoryRetention::move() {
   isSweeping_ = true;
   services_.deletion.trash(expiredEntries(services_.store, policy_, services_.clock.now()),
                            HistoryDeletion::Undo::none,
-                           alive_.guard([this](const TrashSweep& swept) {
+                           lifetime_.guard([this](const TrashSweep& swept) {
                              isSweeping_ = false;
                              logInfo("History", "{} capture(s) reached their age; {} stayed",
                                      swept.removed.size(), swept.failures.size());

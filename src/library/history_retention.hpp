@@ -85,8 +85,8 @@ class HistoryRetention {
   bool isRefused_ = false;  // the policy, in this run
   bool isSweeping_ = false;
   Observation observation_;
-  Alive timer_;
-  Alive alive_;
+  Lifetime timer_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -58,7 +58,7 @@ void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> d
   };
   services_.persist->post(
       [storage = storage_, main = services_.main,
-       reply = alive_.guard([this, wait, done = std::move(done)](Attempt& attempt) mutable {
+       reply = lifetime_.guard([this, wait, done = std::move(done)](Attempt& attempt) mutable {
          const auto waited = services_.clock.monotonic() - wait.since;
          awaitedHolder_.reset();
          if (!attempt.busyWith) {
@@ -93,7 +93,7 @@ void HistoryStore::lookAgain(LockWait wait, std::chrono::nanoseconds waited,
                              std::move_only_function<void()> done) {
   const auto pause = std::max<std::chrono::nanoseconds>(firstLockPause - waited / 100,
                                                         std::chrono::milliseconds(4));
-  services_.main->postAfter(pause, alive_.guard([this, wait, done = std::move(done)]() mutable {
+  services_.main->postAfter(pause, lifetime_.guard([this, wait, done = std::move(done)]() mutable {
     loadWithLock(wait, std::move(done));
   }));
 }
@@ -102,8 +102,8 @@ void HistoryStore::lookAgain(LockWait wait, std::chrono::nanoseconds waited,
 void HistoryStore::loadToLook(std::string holder, std::move_only_function<void()> done) {
   services_.persist->post(
       [storage = storage_, main = services_.main,
-       reply = alive_.guard([this, holder = std::move(holder),
-                             done = std::move(done)](IndexStorage::Loaded& loaded) mutable {
+       reply = lifetime_.guard([this, holder = std::move(holder),
+                                done = std::move(done)](IndexStorage::Loaded& loaded) mutable {
          finishLoading(std::move(loaded), std::move(holder));
          done();
        })]() mutable {
@@ -121,7 +121,7 @@ void HistoryStore::finishLoading(IndexStorage::Loaded loaded, std::string holder
   loadOutcome_ = loaded.load;
   writer_.opened(loaded.load, std::move(holder));
   if (loaded.changedByReading) writer_.schedule();
-  observers_.tell({.loaded = true});
+  observers_.notify({.loaded = true});
 }
 
 bool HistoryStore::indexWasReadFromDisk() const {
@@ -210,7 +210,7 @@ Result<void> HistoryStore::update(std::string_view id,
     changed.originalIdentity.reset();
   }
   if (changed == *before) return {};
-  observers_.tell({.updated = {replaceAt(*positionOf(before), std::move(changed))}});
+  observers_.notify({.updated = {replaceAt(*positionOf(before), std::move(changed))}});
   return {};
 }
 
@@ -231,7 +231,7 @@ void HistoryStore::revise(std::vector<Revision> revisions) {
     change.updated.push_back(
         replaceAt(std::exchange(position, SIZE_MAX), std::move(revision.after)));
   }
-  if (!change.updated.empty()) observers_.tell(change);
+  if (!change.updated.empty()) observers_.notify(change);
 }
 
 HistoryChange::Update HistoryStore::replaceAt(std::size_t position, ScreenshotEntry changed) {
@@ -287,7 +287,7 @@ Result<void> HistoryStore::removeCollection(std::string_view id) {
     change.updated.push_back(replaceAt(i, std::move(changed)));
   }
   writer_.changed({IndexChange::Collections{collections_}});
-  observers_.tell(change);
+  observers_.notify(change);
   return {};
 }
 
@@ -309,7 +309,7 @@ Result<void> HistoryStore::setMembership(std::string_view id, std::string_view c
 
 void HistoryStore::collectionsChanged() {
   writer_.changed({IndexChange::Collections{collections_}});
-  observers_.tell({.collections = true});
+  observers_.notify({.collections = true});
 }
 
 std::vector<PlacedEntry> HistoryStore::removeEntries(const std::vector<std::string>& ids) {
@@ -329,14 +329,14 @@ std::vector<PlacedEntry> HistoryStore::removeEntries(const std::vector<std::stri
   std::ranges::reverse(removed);
   caches_.removeAll(going);
   IndexChange::Remove change;
-  HistoryChange told;
+  HistoryChange reported;
   for (const PlacedEntry& placed : removed) {
     change.positions.push_back(placed.index);
-    told.removed.push_back(placed.entry);
+    reported.removed.push_back(placed.entry);
   }
   removeAt(entries_, change.positions);
   writer_.changed({std::move(change)});
-  observers_.tell(told);
+  observers_.notify(reported);
   return removed;
 }
 
@@ -344,7 +344,7 @@ void HistoryStore::insertEntries(std::vector<PlacedEntry> placed) {
   if (!isLoaded()) return;
   std::ranges::stable_sort(placed, {}, &PlacedEntry::index);
   IndexChange::Insert change;
-  HistoryChange told;
+  HistoryChange reported;
   std::unordered_set<std::string_view> ids;
   for (const PlacedEntry& one : placed) {
     if (find(one.entry->id)) continue;
@@ -352,13 +352,13 @@ void HistoryStore::insertEntries(std::vector<PlacedEntry> placed) {
     const std::size_t place = std::min(one.index, entries_.size() + change.entries.size());
     if (!ids.insert(one.entry->id).second) continue;
     change.entries.emplace_back(place, one.entry);
-    told.added.push_back(one.entry);
+    reported.added.push_back(one.entry);
   }
   if (change.entries.empty()) return;
-  caches_.addAll(told.added);
+  caches_.addAll(reported.added);
   insertAt(entries_, change.entries);
   writer_.changed({std::move(change)});
-  observers_.tell(told);
+  observers_.notify(reported);
 }
 
 }  // namespace vantorel

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "base/result.hpp"
 #include "base/task_runner.hpp"
@@ -239,7 +239,7 @@ class HistoryStore {
   std::vector<Path> leftovers_;
   Observers<HistoryChange> observers_;
   EntryClaims claims_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

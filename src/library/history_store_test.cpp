@@ -97,8 +97,10 @@ TEST_F(HistoryStoreTest, ANewerIndexThatComesWhileItRunsEndsWriting) {
   open();
   add("a");
   EXPECT_EQ(written(), "");
-  std::vector<std::string> told;
-  store->onForeignIndex = [&](const ForeignIndex& foreign) { told.push_back(foreign.sentence()); };
+  std::vector<std::string> reported;
+  store->onForeignIndex = [&](const ForeignIndex& foreign) {
+    reported.push_back(foreign.sentence());
+  };
   const std::string newer = R"({"version":5,"entries":[]})";
   files.put(index, newer);
   add("b");
@@ -110,22 +112,24 @@ TEST_F(HistoryStoreTest, ANewerIndexThatComesWhileItRunsEndsWriting) {
   EXPECT_EQ(files.changes, before) << "nothing is tried again";
   EXPECT_EQ(files.text(index), newer);
   EXPECT_EQ(ids(store->entries()), "abc");
-  EXPECT_THAT(told, ElementsAre(HasSubstr("a newer build wrote")));
+  EXPECT_THAT(reported, ElementsAre(HasSubstr("a newer build wrote")));
 }
 
 TEST_F(HistoryStoreTest, WhatAnotherProcessWroteWhileTheLockWasLostIsReadAndNotWrittenOver) {
   open();
   add("a");
   EXPECT_EQ(written(), "");
-  std::vector<std::string> told;
-  store->onForeignIndex = [&](const ForeignIndex& foreign) { told.push_back(foreign.sentence()); };
+  std::vector<std::string> reported;
+  store->onForeignIndex = [&](const ForeignIndex& foreign) {
+    reported.push_back(foreign.sentence());
+  };
   store->onTakenOver = [&] { store->load([] {}); };
 
   // The process that served the disk has gone; nobody wrote, and nothing is told.
   files.loseOpenFiles();
   add("b");
   EXPECT_EQ(written(), "");
-  EXPECT_THAT(told, IsEmpty());
+  EXPECT_THAT(reported, IsEmpty());
 
   files.loseOpenFiles();
   std::string others = files.text(index);
@@ -133,7 +137,7 @@ TEST_F(HistoryStoreTest, WhatAnotherProcessWroteWhileTheLockWasLostIsReadAndNotW
   files.put(index, others);
   add("c");
   EXPECT_THAT(written(), HasSubstr("another process changed the library meanwhile"));
-  EXPECT_THAT(told, ElementsAre(HasSubstr("The library is read again")));
+  EXPECT_THAT(reported, ElementsAre(HasSubstr("The library is read again")));
   EXPECT_EQ(files.text(index), others);
   EXPECT_EQ(ids(store->entries()), "ab");
   EXPECT_THAT(store->find("b")->path, HasSubstr("/X."));

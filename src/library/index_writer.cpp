@@ -63,13 +63,13 @@ void IndexWriter::schedule() {
 
 void IndexWriter::flush(Done done) {
   if (const auto reason = refusal()) {
-    main_->post(alive_.guard([done = std::move(done), reason = *reason]() mutable {
+    main_->post(lifetime_.guard([done = std::move(done), reason = *reason]() mutable {
       done(failed(FailureKind::denied, reason));
     }));
     return;
   }
   if (!unwritten_ && !inFlight_) {
-    main_->post(alive_.guard([done = std::move(done)]() mutable { done({}); }));
+    main_->post(lifetime_.guard([done = std::move(done)]() mutable { done({}); }));
     return;
   }
   waiters_.push_back({writeSequence_, std::move(done)});
@@ -87,7 +87,7 @@ void IndexWriter::start() {
   unwritten_ = false;
   inFlight_ = true;
   persist_->post([storage = storage_, main = main_, changes = std::exchange(pending_, {}),
-                  sequence = writeSequence_, reply = alive_.guard([this](Written& written) {
+                  sequence = writeSequence_, reply = lifetime_.guard([this](Written& written) {
                     landed(std::move(written));
                   })]() mutable {
     storage->apply(std::move(changes));

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/result.hpp"
 #include "base/task_runner.hpp"
 #include "library/index_storage.hpp"
@@ -89,8 +89,8 @@ class IndexWriter {
   int failures_ = 0;    // in a row
   std::optional<std::string> saveFailure_;
   std::vector<Waiter> waiters_;
-  Alive debounce_;
-  Alive alive_;
+  Lifetime debounce_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

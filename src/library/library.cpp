@@ -49,14 +49,14 @@ void Library::open() {
 }
 
 void Library::load() {
-  store_.load(alive_.guard([this] {
+  store_.load(lifetime_.guard([this] {
     if (store_.loadOutcome() == IndexLoad::inUse) {
-      services_.main->postAfter(reopenPause, alive_.guard([this] { load(); }));
+      services_.main->postAfter(reopenPause, lifetime_.guard([this] { load(); }));
       return becomeReady();
     }
     // Files that an earlier run moved are not gone: that must be known first.
-    relocation_.recover(
-        alive_.guard([this] { deletion_.recover(alive_.guard([this] { recoverRewrites(); })); }));
+    relocation_.recover(lifetime_.guard(
+        [this] { deletion_.recover(lifetime_.guard([this] { recoverRewrites(); })); }));
   }));
 }
 
@@ -64,7 +64,7 @@ void Library::recoverRewrites() {
   if (!store_.indexWasReadFromDisk() || store_.indexRefusal()) return becomeReady();
   services_.moves->post([&files = services_.files, paths = paths(), entries = store_.entries(),
                          main = services_.main,
-                         reply = alive_.guard([this] { becomeReady(); })]() mutable {
+                         reply = lifetime_.guard([this] { becomeReady(); })]() mutable {
     RewriteJournal(files, paths).recover(entries);
     main->post(std::move(reply));
   });
@@ -87,14 +87,14 @@ void Library::findFiles(const std::vector<std::string>& ids, Claimed claimed, Ta
   std::set<std::string> own;
   if (claimed == Claimed::byCaller) own.insert(ids.begin(), ids.end());
   work.post([&files = services_.files, main = services_.main, before = LookBeforeUse(store_, ids),
-             reply = alive_.guard([this, own = std::move(own),
-                                   then = std::move(then)](const FileLook& look) mutable {
+             reply = lifetime_.guard([this, own = std::move(own),
+                                      then = std::move(then)](const FileLook& look) mutable {
                AdoptedLook adopted = adoptLook(store_, look, own);
                if (adopted.renamed == 0 || store_.indexRefusal()) return then(adopted.unsettled);
                // The program may end with the answer.
                store_.flush(
-                   alive_.guard([then = std::move(then), adopted = std::move(adopted)](
-                                    const Result<void>&) mutable { then(adopted.unsettled); }));
+                   lifetime_.guard([then = std::move(then), adopted = std::move(adopted)](
+                                       const Result<void>&) mutable { then(adopted.unsettled); }));
              })]() mutable {
     main->post([look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
   });

@@ -102,7 +102,7 @@ class Library {
   bool isReady_ = false;
   std::vector<std::move_only_function<void()>> waiting_;
   std::vector<std::move_only_function<void()>> waitingTillHeld_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

@@ -16,7 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const auto goOn = [](std::size_t, std::size_t) { return true; };
+const auto keepGoing = [](std::size_t, std::size_t) { return true; };
 
 TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   FakeFiles files;
@@ -49,7 +49,7 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
         std::string("/captures/.film.mp4.partial"), std::string("/data/undo.json")}) {
     files.put(path, "x");
   }
-  const LibraryFindings whole = checkLibrary(files, scope, goOn);
+  const LibraryFindings whole = checkLibrary(files, scope, keepGoing);
   EXPECT_THAT(whole.filesWithoutEntry, IsEmpty());
   EXPECT_THAT(whole.originalsWithoutEntry, IsEmpty());
   EXPECT_THAT(whole.temporaries, IsEmpty());
@@ -95,7 +95,7 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
           .has_value());
   scope.journalsInUse.insert("/data/relocation.json");
   const auto before = files.changes;
-  const LibraryFindings broken = checkLibrary(files, scope, goOn);
+  const LibraryFindings broken = checkLibrary(files, scope, keepGoing);
   EXPECT_EQ(files.changes, before);
   EXPECT_THAT(broken.filesWithoutEntry, ElementsAre(lost, late));
   EXPECT_THAT(broken.originalsWithoutEntry, ElementsAre("/data/Redacted Originals/secret.png"));
@@ -137,7 +137,7 @@ TEST(LibraryCheckTest, WhatMayBeAnEntrysFileIsNotFiledAgain) {
     files.disk.erase(path);
   }
   const auto expectDoubt = [&](const char* what) {
-    const LibraryFindings found = checkLibrary(files, scope, goOn);
+    const LibraryFindings found = checkLibrary(files, scope, keepGoing);
     EXPECT_EQ(found.look.inDoubt.size(), 2U) << what;
     EXPECT_THAT(found.look.gone, IsEmpty()) << what;
     EXPECT_THAT(found.withoutOriginal, IsEmpty()) << what;
@@ -169,18 +169,18 @@ TEST(LibraryCheckTest, WhatAnythingStillNamesIsNobodysLeftover) {
   const std::string copy = "/data/history-0a.unreadable.json";
   files.put(copy, R"({"version":9,"items":[{"kept":{"as":"\/o/parked.png"}}]})");
 
-  const LibraryFindings parked = checkLibrary(files, scope, goOn);
+  const LibraryFindings parked = checkLibrary(files, scope, keepGoing);
   EXPECT_THAT(parked.filesWithoutEntry, IsEmpty());
   EXPECT_THAT(parked.originalsWithoutEntry, ElementsAre("/o/orphan.png"));
   EXPECT_THAT(parked.originalsInDoubt, ElementsAre("/o/parked.png"));
 
   // Half a copy may have named anything, and so may an index that gave no entries.
   files.put(copy, R"({"version":4,"entries":[{"id":"a","origi)");
-  EXPECT_THAT(checkLibrary(files, scope, goOn).originalsWithoutEntry, IsEmpty());
+  EXPECT_THAT(checkLibrary(files, scope, keepGoing).originalsWithoutEntry, IsEmpty());
   files.disk.erase(copy);
-  EXPECT_EQ(checkLibrary(files, scope, goOn).originalsWithoutEntry.size(), 2U);
+  EXPECT_EQ(checkLibrary(files, scope, keepGoing).originalsWithoutEntry.size(), 2U);
   scope.indexWasRead = false;
-  EXPECT_EQ(checkLibrary(files, scope, goOn).originalsInDoubt.size(), 2U);
+  EXPECT_EQ(checkLibrary(files, scope, keepGoing).originalsInDoubt.size(), 2U);
 }
 
 TEST(LibraryCheckTest, AFileUnderAnotherNameIsNoCaptureOfItsOwn) {
@@ -219,7 +219,7 @@ TEST(LibraryCheckTest, AFileUnderAnotherNameIsNoCaptureOfItsOwn) {
   };
   add("/disk/shots" + shot, "/disk/home/data/Originals/a.png");
   add("/disk/shots/linked.png", "");
-  const LibraryFindings found = checkLibrary(files, scope, goOn);
+  const LibraryFindings found = checkLibrary(files, scope, keepGoing);
   EXPECT_THAT(found.filesWithoutEntry, ElementsAre("/disk/shots" + strange));
   EXPECT_THAT(found.originalsWithoutEntry, IsEmpty());
   EXPECT_THAT(checkOriginals(files, scope).originalsWithoutEntry, IsEmpty());
@@ -228,7 +228,7 @@ TEST(LibraryCheckTest, AFileUnderAnotherNameIsNoCaptureOfItsOwn) {
   files.folderNumbers["/link"] = 99;
   files.disk.erase("/link" + strange);
   files.put("/link" + shot, "another picture");
-  EXPECT_THAT(checkLibrary(files, scope, goOn).filesWithoutEntry,
+  EXPECT_THAT(checkLibrary(files, scope, keepGoing).filesWithoutEntry,
               ElementsAre("/disk/shots" + strange, "/link" + shot));
 }
 

@@ -17,8 +17,8 @@
 namespace vantorel {
 namespace {
 
-constexpr int mostNames = 10'000;
-constexpr int mostAttempts = 3;
+constexpr int maximumNames = 10'000;
+constexpr int maximumAttempts = 3;
 
 bool isInside(const Path& path, const Path& folder) {
   return std::ranges::mismatch(folder, path).in1 == folder.end();
@@ -126,7 +126,7 @@ std::optional<Path> RelocationMover::relativePlace(const Path& path,
 }
 
 Result<Path> RelocationMover::freePlace(const Path& wanted) {
-  for (int number = 1; number <= mostNames; ++number) {
+  for (int number = 1; number <= maximumNames; ++number) {
     Path place = wanted;
     if (number > 1) place.replace_filename(numberedName(wanted, number));
     if (taken_.contains(place.string())) continue;
@@ -268,7 +268,8 @@ void RelocationMover::fail(std::size_t place, const Failure& failure, Batch& bat
 Result<void> RelocationMover::giveName(const Path& file, RelocationJournal::Pair& pair) {
   for (int attempt = 1;; ++attempt) {
     auto moved = files_.moveNew(file, at(pair.newPath));
-    if (moved || moved.error().kind != FailureKind::exists || attempt == mostAttempts) return moved;
+    if (moved || moved.error().kind != FailureKind::exists || attempt == maximumAttempts)
+      return moved;
     pair.newPath = VT_TRY(freePlace(pair.newPath)).string();
     VT_TRY(writeJournal());
   }

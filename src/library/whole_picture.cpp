@@ -13,7 +13,7 @@ using namespace std::string_view_literals;
 constexpr std::uint64_t longestTail = 4096;
 
 /// A HEIC file has a handful of boxes.
-constexpr int mostBoxes = 1000;
+constexpr int maximumBoxes = 1000;
 
 std::uint64_t bigEndian(std::string_view bytes) {
   std::uint64_t number = 0;
@@ -37,7 +37,7 @@ bool isRowOfBoxes(const PictureBytes& bytes) {
   std::uint64_t at = 0;
   bool isDescribed = false;
   bool hasPicture = false;
-  for (int i = 0; i < mostBoxes && at < bytes.size(); ++i) {
+  for (int i = 0; i < maximumBoxes && at < bytes.size(); ++i) {
     const auto header = bytes.read(at, 16);
     const bool isComplete = isDescribed && hasPicture;
     if (!header || header->size() < 8) return isComplete;

@@ -5,7 +5,7 @@
 #include "app/app_coordinator.hpp"
 #include "app/capture_copying.hpp"
 #include "app/still_captures.hpp"
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "main/library_wing.hpp"
 
@@ -34,7 +34,7 @@ struct CaptureWing {
 
   bool hasFiledStaged_ = false;
   Observation settingsObservation_;
-  Alive coverLook_;
+  Lifetime coverLook_;
 };
 
 }  // namespace vantorel

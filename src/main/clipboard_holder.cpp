@@ -30,12 +30,12 @@ void holdClipboard() {
   clipboard.whenLost([&] { end(0); });
   clipboard.setImage(std::move(png), [&](const Result<void>& set) {
     if (!set) return end(1);
-    const bool told = ::write(STDOUT_FILENO, "!", 1) == 1;
+    const bool reported = ::write(STDOUT_FILENO, "!", 1) == 1;
     // Whoever waits for the end of the pipe shall not wait for this process.
     const int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     ::dup2(nothing, STDIN_FILENO);
     ::dup2(nothing, STDOUT_FILENO);
-    if (!told) end(1);
+    if (!reported) end(1);
   });
   loop.run();
   std::_Exit(status);

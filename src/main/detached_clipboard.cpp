@@ -43,7 +43,7 @@ Result<void> hand(const std::string& png) {
 void DetachedClipboard::setImage(std::string png,
                                  std::move_only_function<void(Result<void>)> done) {
   queue_->post(
-      [png = std::move(png), main = main_, done = alive_.guard(std::move(done))]() mutable {
+      [png = std::move(png), main = main_, done = lifetime_.guard(std::move(done))]() mutable {
         auto handed = hand(png);
         main->post([handed = std::move(handed), done = std::move(done)]() mutable {
           done(std::move(handed));

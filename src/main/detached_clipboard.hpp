@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/clipboard.hpp"
 
@@ -27,7 +27,7 @@ class DetachedClipboard final : public Clipboard {
  private:
   std::shared_ptr<TaskRunner> main_;
   std::shared_ptr<TaskRunner> queue_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

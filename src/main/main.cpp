@@ -86,8 +86,8 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
              program.run(
                  std::get<CommandLine>(parsed),
                  [done](CommandReply reply) { done(toBus(std::move(reply))); },
-                 {request.requester, [tell = request.tell](const CommandProgress& progress) {
-                    tell({progress.done, progress.total, std::string(progress.words)});
+                 {request.requester, [notify = request.notify](const CommandProgress& progress) {
+                    notify({progress.done, progress.total, std::string(progress.words)});
                   }});
            },
        .requesterGone = [&program](const std::string& requester) { program.callOff(requester); },

@@ -58,10 +58,10 @@ BusReply quitTray(const RemoteFiles& files, const LibraryPaths& library) {
   int error = errno;
   // From here on the number cannot go to another process; before, it could.
   if (trayProcess(files, library) != process) return {};
-  const bool isTold =
+  const bool isReported =
       handle.isOpen() && ::pidfd_send_signal(handle.number(), SIGTERM, nullptr, 0) == 0;
   if (handle.isOpen()) error = errno;
-  if (!isTold) {
+  if (!isReported) {
     return failure(fmt::format("{} It couldn't be told to quit: {}.",
                                unreachableTraySentence(*process), std::strerror(error)));
   }

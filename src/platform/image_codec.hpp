@@ -116,7 +116,7 @@ class ImageCodec {
     if (!file) {
       const auto status = files.status(path);
       if (!status || status->type != FileType::link) return std::unexpected(file.error());
-      return pixelSize(VT_TRY(files.read(path, mostLinkedBytes)), frameIndex);
+      return pixelSize(VT_TRY(files.read(path, maximumLinkedBytes)), frameIndex);
     }
     const std::uint64_t size = VT_TRY((*file)->status()).size;
     return VT_TRY(header(PictureOnDisk(*file, size), frameIndex)).size;
@@ -126,7 +126,7 @@ class ImageCodec {
   [[nodiscard]] virtual bool canHold(ExportFormat format, PixelSize size) const = 0;
 
  private:
-  static constexpr std::uint64_t mostLinkedBytes = 512ULL << 20;
+  static constexpr std::uint64_t maximumLinkedBytes = 512ULL << 20;
 
   /// `decode` and `header` with an index that is not negative.
   [[nodiscard]] virtual Result<Image> decodeFrame(std::string_view bytes, int frameIndex) const = 0;

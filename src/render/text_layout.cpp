@@ -9,7 +9,7 @@
 namespace vantorel {
 namespace {
 
-constexpr std::size_t mostBytes = 20'000;
+constexpr std::size_t maximumBytes = 20'000;
 constexpr double largestFont = 2000;
 
 using FontDescription =
@@ -22,7 +22,7 @@ using FontOptions =
                     })>;
 
 std::string shortened(const std::string& text) {
-  std::string kept = text.substr(0, mostBytes);
+  std::string kept = text.substr(0, maximumBytes);
   while (kept.size() < text.size() && !kept.empty() && !isUtf8(kept)) kept.pop_back();
   // The text engine ends at a zero byte.
   std::erase(kept, '\0');

@@ -128,7 +128,7 @@ SettingsFile::SettingsFile(Services services, Path file)
   if (read) {
     values_ = *std::move(read);
   } else if (read.error().kind == FailureKind::malformed) {
-    isDamageTold_ = true;
+    isDamageReported_ = true;
     problem_ = damageSentence(read.error().reason, "all of them are at their defaults");
   } else {
     blocked_ = true;
@@ -180,13 +180,13 @@ void SettingsFile::onProblem(std::function<void(const std::string& sentence)> li
 
 void SettingsFile::flush(std::move_only_function<void(Result<void>)> done) {
   if (blocked_) {
-    services_.main->post(alive_.guard([this, done = std::move(done)]() mutable {
+    services_.main->post(lifetime_.guard([this, done = std::move(done)]() mutable {
       done(failed(FailureKind::denied, *problem_));
     }));
     return;
   }
   if (pending_.empty() && !inFlight_) {
-    services_.main->post(alive_.guard([done = std::move(done)]() mutable { done({}); }));
+    services_.main->post(lifetime_.guard([done = std::move(done)]() mutable { done({}); }));
     return;
   }
   (pending_.empty() ? landing_ : waiting_).push_back(std::move(done));
@@ -220,19 +220,19 @@ void SettingsFile::write() {
   };
   services_.io->post(
       Attempt{disk_, services_.main, services_.io, writing_, values_,
-              alive_.guard([this](Result<Applied>& result) { written(std::move(result)); })});
+              lifetime_.guard([this](Result<Applied>& result) { written(std::move(result)); })});
 }
 
 void SettingsFile::written(Result<Applied> result) {
   inFlight_ = false;
   const Changes tried = std::exchange(writing_, {});
-  auto told = std::exchange(landing_, {});
+  auto waiting = std::exchange(landing_, {});
   Result<void> answer;
   std::optional<Path> aside;
   if (result) {
     aside = std::move(result->aside);
     damage_.renew();
-    isDamageTold_ = false;
+    isDamageReported_ = false;
     adopt(std::move(result->values));
   } else {
     logError("Settings", "the settings could not be written: {}", result.error().reason);
@@ -253,7 +253,7 @@ void SettingsFile::written(Result<Applied> result) {
     logError("Settings", "{}", sentence);
     if (problemListener_) problemListener_(sentence);
   }
-  for (auto& done : told) done(answer);
+  for (auto& done : waiting) done(answer);
 }
 
 bool SettingsFile::isOurs(std::string_view key) const {
@@ -299,16 +299,16 @@ void SettingsFile::watch() {
 
 void SettingsFile::readAgain() {
   services_.io->post(
-      [disk = disk_, main = services_.main, reply = alive_.guard([this](Result<Values>& values) {
+      [disk = disk_, main = services_.main, reply = lifetime_.guard([this](Result<Values>& values) {
         damage_.renew();
         if (values) {
-          const bool isNews = std::exchange(isDamageTold_, false);
+          const bool isNews = std::exchange(isDamageReported_, false);
           if (isNews && problemListener_) problemListener_({});
           if (!inFlight_) adopt(*std::move(values));
-        } else if (values.error().kind == FailureKind::malformed && !isDamageTold_) {
+        } else if (values.error().kind == FailureKind::malformed && !isDamageReported_) {
           services_.main->postAfter(
               editingTime,
-              damage_.guard([this, reason = values.error().reason] { tellOfDamage(reason); }));
+              damage_.guard([this, reason = values.error().reason] { reportDamage(reason); }));
         }
       })]() mutable {
         main->post([reply = std::move(reply), values = disk->read()]() mutable { reply(values); });
@@ -322,8 +322,8 @@ std::string SettingsFile::damageSentence(std::string_view damage,
       consequence, file_.string());
 }
 
-void SettingsFile::tellOfDamage(const std::string& reason) {
-  isDamageTold_ = true;
+void SettingsFile::reportDamage(const std::string& reason) {
+  isDamageReported_ = true;
   const std::string sentence = damageSentence(reason, "those in force stay");
   logError("Settings", "{}", sentence);
   if (problemListener_) problemListener_(sentence);

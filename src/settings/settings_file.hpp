@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/defaults_store.hpp"
 #include "platform/files.hpp"
@@ -64,7 +64,7 @@ class SettingsFile final : public DefaultsStore {
   void readAgain();
   [[nodiscard]] std::string damageSentence(std::string_view damage,
                                            std::string_view consequence) const;
-  void tellOfDamage(const std::string& reason);
+  void reportDamage(const std::string& reason);
   void adopt(Values values);
   void watch();
   [[nodiscard]] bool isOurs(std::string_view key) const;
@@ -83,10 +83,10 @@ class SettingsFile final : public DefaultsStore {
   std::function<void(std::string_view key)> listener_;
   std::function<void(const std::string& sentence)> problemListener_;
   std::unique_ptr<FolderWatch> watch_;
-  bool isDamageTold_ = false;  // until the file makes sense again
-  Alive debounce_;
-  Alive damage_;
-  Alive alive_;
+  bool isDamageReported_ = false;  // until the file makes sense again
+  Lifetime debounce_;
+  Lifetime damage_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

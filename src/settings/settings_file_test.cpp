@@ -101,11 +101,11 @@ TEST_F(SettingsFileTest, FileThatMakesNoSenseIsPutAsideWhole) {
   runners.advance(1min);
   EXPECT_EQ(files.text(path), "{damaged") << "nobody changed anything";
   EXPECT_EQ(files.changes, 0);
-  std::vector<std::string> told;
-  settings->onProblem([&](const std::string& sentence) { told.push_back(sentence); });
+  std::vector<std::string> reported;
+  settings->onProblem([&](const std::string& sentence) { reported.push_back(sentence); });
   settings->set("a", {true});
   EXPECT_EQ(flushed(*settings), "");
-  EXPECT_THAT(told, ElementsAre(HasSubstr("put aside as settings-")));
+  EXPECT_THAT(reported, ElementsAre(HasSubstr("put aside as settings-")));
   std::vector<std::string> aside;
   for (const std::string& name : files.names("/config")) {
     if (name.ends_with(".unreadable.json")) aside.push_back(files.text(Path("/config") / name));
@@ -144,11 +144,11 @@ TEST_F(SettingsFileTest, FileDamagedWhileTheProgramRunsCostsNoSetting) {
   files.put(path, R"({"a":1,"b":2,"later":[3]})");
   auto settings = open();
   std::vector<std::string> heard;
-  std::vector<std::string> told;
+  std::vector<std::string> reported;
   settings->onOutsideChange([&](std::string_view key) { heard.emplace_back(key); });
-  settings->onProblem([&](const std::string& sentence) { told.push_back(sentence); });
+  settings->onProblem([&](const std::string& sentence) { reported.push_back(sentence); });
   changeOutside(R"({"a":1 "b":7})");
-  EXPECT_THAT(told, testing::IsEmpty()) << "an editor may still be writing it";
+  EXPECT_THAT(reported, testing::IsEmpty()) << "an editor may still be writing it";
   settings->set("a", {true});
   files.spaceEndsAtChange = 4;
   EXPECT_THAT(flushed(*settings), HasSubstr("no space left"));
@@ -157,50 +157,52 @@ TEST_F(SettingsFileTest, FileDamagedWhileTheProgramRunsCostsNoSetting) {
   EXPECT_EQ(files.text(path), "{\"a\":true,\"b\":2,\"later\":[3]}\n");
   EXPECT_EQ(settings->value("b"), JSONValue{std::int64_t{2}});
   EXPECT_THAT(heard, testing::IsEmpty());
-  ASSERT_THAT(told, ElementsAre(HasSubstr("those in force stay"), HasSubstr("aside as settings-")));
-  const std::string name = told[1].substr(told[1].find("settings-"), 33);
+  ASSERT_THAT(reported,
+              ElementsAre(HasSubstr("those in force stay"), HasSubstr("aside as settings-")));
+  const std::string name = reported[1].substr(reported[1].find("settings-"), 33);
   EXPECT_EQ(files.text(Path("/config") / name), R"({"a":1 "b":7})");
 }
 
 TEST_F(SettingsFileTest, DamageThatStaysIsToldOnceUntilItIsPutRight) {
   files.put(path, "{damaged");
   auto settings = open();
-  std::vector<std::string> told;
-  settings->onProblem([&](const std::string& sentence) { told.push_back(sentence); });
+  std::vector<std::string> reported;
+  settings->onProblem([&](const std::string& sentence) { reported.push_back(sentence); });
   changeOutside("{still damaged");
   runners.advance(1min);
-  EXPECT_THAT(told, testing::IsEmpty()) << "its owner knows since the start";
+  EXPECT_THAT(reported, testing::IsEmpty()) << "its owner knows since the start";
 
   changeOutside(R"({"a":1})");
-  EXPECT_THAT(told, ElementsAre("")) << "put right";
-  told.clear();
+  EXPECT_THAT(reported, ElementsAre("")) << "put right";
+  reported.clear();
   for (int second = 0; second < 5; ++second) {
     changeOutside("{half");
     runners.advance(1s);
   }
   changeOutside(R"({"a":2})");
   runners.advance(1min);
-  EXPECT_THAT(told, testing::IsEmpty()) << "an editor was writing it";
+  EXPECT_THAT(reported, testing::IsEmpty()) << "an editor was writing it";
 
   for (int damage = 1; damage <= 2; ++damage) {
-    told.clear();
+    reported.clear();
     changeOutside("{\"a\":3,\n\"b\"}");
     runners.advance(1min);
     changeOutside(R"({"a":)");
     runners.advance(1min);
-    EXPECT_THAT(told, ElementsAre("The settings have a mistake in line 2, so those in force stay. "
-                                  "Correct /config/settings.json, or it is put aside when a "
-                                  "setting is changed."));
+    EXPECT_THAT(reported,
+                ElementsAre("The settings have a mistake in line 2, so those in force stay. "
+                            "Correct /config/settings.json, or it is put aside when a "
+                            "setting is changed."));
     EXPECT_EQ(settings->value("a"), JSONValue{std::int64_t{2}});
     EXPECT_EQ(files.text(path), R"({"a":)");
     changeOutside(R"({"a":2})");
-    EXPECT_EQ(told.back(), "");
+    EXPECT_EQ(reported.back(), "");
   }
-  told.clear();
+  reported.clear();
   changeOutside("{again");
   settings->set("a", {true});
   runners.advance(1min);
-  EXPECT_THAT(told, ElementsAre(HasSubstr("put aside as settings-")));
+  EXPECT_THAT(reported, ElementsAre(HasSubstr("put aside as settings-")));
 }
 
 TEST_F(SettingsFileTest, FailedWriteIsToldAndTriedAgain) {

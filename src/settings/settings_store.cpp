@@ -54,7 +54,7 @@ SettingsStore::SettingsStore(DefaultsStore& store, SettingsValues defaults)
                                             setting.allowed, shown(setting.store(values_))));
     }
   }
-  store_.onOutsideChange(alive_.guard([this](std::string_view key) {
+  store_.onOutsideChange(lifetime_.guard([this](std::string_view key) {
     if (const Setting* const setting = findSetting(key)) reload(*setting);
   }));
 }
@@ -92,7 +92,7 @@ void SettingsStore::announce(std::string_view key) {
   if (found != callbacks.end()) {
     if (const std::function<void()> callback = this->*found->second) callback();
   }
-  observers_.tell(key);
+  observers_.notify(key);
 }
 
 Result<JSONValue> SettingsStore::get(std::string_view key) const {

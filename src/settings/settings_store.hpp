@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "platform/defaults_store.hpp"
 #include "settings/settings_table.hpp"
@@ -102,7 +102,7 @@ class SettingsStore {
   SettingsValues values_;
   std::vector<std::string> refusedAtStart_;
   Observers<std::string_view> observers_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 /// For `settings list`: one line of words about a setting.

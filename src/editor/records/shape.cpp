@@ -158,7 +158,7 @@ void Shape::describe(V& v, S& shape) {
     v.field("headStyle", shape.headStyle);
   }
   v.field("textAlign", shape.textAlign);
-  v.field("sides", shape.sides, json::Clamp{leastSides, mostSides});
+  v.field("sides", shape.sides, json::Clamp{minimumSides, maximumSides});
   v.field("starInset", shape.starInset, json::Clamp{0.0, deepestStarInset});
   v.field("layerId", shape.layerId);
   v.rest(shape.extra);

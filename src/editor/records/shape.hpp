@@ -15,8 +15,8 @@ namespace vantorel {
 /// "#" and six lower-case hexadecimal digits. Which fields mean something depends on `type`; the
 /// others stay at their initial values.
 struct Shape {
-  static constexpr int leastSides = 3;
-  static constexpr int mostSides = 12;
+  static constexpr int minimumSides = 3;
+  static constexpr int maximumSides = 12;
   static constexpr double deepestStarInset = 0.7;
 
   std::string id;  ///< unique within its document

@@ -20,7 +20,7 @@ void ToolStyle::describe(V& v, S& style) {
   v.field("lineStyle", style.lineStyle);
   v.field("headStyle", style.headStyle);
   v.field("textAlign", style.textAlign);
-  v.field("sides", style.sides, json::Clamp{Shape::leastSides, Shape::mostSides});
+  v.field("sides", style.sides, json::Clamp{Shape::minimumSides, Shape::maximumSides});
   v.field("starInset", style.starInset, json::Clamp{0.0, Shape::deepestStarInset});
   v.field("emoji", style.emoji);
   v.rest(style.extra);

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "base/boxed_optional.hpp"
 #include "base/enum_names.hpp"
 #include "base/json_record.hpp"
 #include "base/json_unread.hpp"
-#include "base/rare.hpp"
 #include "capture/records/source_app.hpp"
 #include "editor/records/background_spec.hpp"
 #include "editor/records/box.hpp"
@@ -49,17 +49,17 @@ struct ScreenshotEntry {
   std::vector<Shape> shapes;
   json::Unread unreadShapes;  ///< of kinds that a newer build draws
   std::optional<StoredBox> crop;
-  Rare<BackgroundSpec> background;
-  Rare<CombineSpec> combine;
+  BoxedOptional<BackgroundSpec> background;
+  BoxedOptional<CombineSpec> combine;
   std::optional<std::vector<LayerSpec>> layers;
   json::Unread unreadLayers;
-  Rare<CanvasSpec> canvas;
+  BoxedOptional<CanvasSpec> canvas;
   std::optional<std::string> ocrText;  ///< the recognised text, joined
   std::optional<std::vector<OCRBlock>> ocrBlocks;
   int ocrVersion = 0;  ///< of the recognition that made the blocks; 0 without blocks
   bool ocrTruncated = false;
-  Rare<std::map<std::string, CaptureTranslation>> translations;  ///< by target language
-  Rare<std::vector<DetectedCode>> codes;
+  BoxedOptional<std::map<std::string, CaptureTranslation>> translations;  ///< by target language
+  BoxedOptional<std::vector<DetectedCode>> codes;
   /// Kept only as long as the blocks it was found in stay as they are and the rules are the same.
   std::optional<TextShape> textShape;
   std::optional<int> pixelWidth;
@@ -71,18 +71,18 @@ struct ScreenshotEntry {
   std::optional<double> editedAt;
   std::optional<double> captureScale;  ///< pixels per point when it was taken
   bool starred = false;                ///< never removed by age
-  Rare<std::vector<RecordingZoomEvent>> zoomEvents;
+  BoxedOptional<std::vector<RecordingZoomEvent>> zoomEvents;
   std::vector<std::string> collectionIDs;
   std::optional<std::string> sourceEntryID;  ///< the entry this one was made from
-  Rare<GifExportRecord> gifExport;
-  Rare<StudioEntryRecord> studio;
-  Rare<EditedText> editedText;
+  BoxedOptional<GifExportRecord> gifExport;
+  BoxedOptional<StudioEntryRecord> studio;
+  BoxedOptional<EditedText> editedText;
   std::optional<SourceApp> sourceApp;
   std::optional<std::string> title;
   /// Of the file at `path` when it was last seen there; empty until it was.
-  Rare<FileIdentity> fileIdentity;
+  BoxedOptional<FileIdentity> fileIdentity;
   /// Of the original, likewise; empty of one in the library's own folders, where nobody renames it.
-  Rare<FileIdentity> originalIdentity;
+  BoxedOptional<FileIdentity> originalIdentity;
   json::Extra extra;  ///< what this build does not know
 
   bool operator==(const ScreenshotEntry&) const = default;

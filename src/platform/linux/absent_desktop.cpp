@@ -4,7 +4,7 @@ namespace vantorel {
 
 void AbsentScreenCapture::permission(std::move_only_function<void(ScreenPermission)> reply) {
   main_->post(
-      alive_.guard([reply = std::move(reply)]() mutable { reply(ScreenPermission::granted); }));
+      lifetime_.guard([reply = std::move(reply)]() mutable { reply(ScreenPermission::granted); }));
 }
 
 void AbsentScreenCapture::requestPermission(std::move_only_function<void(ScreenPermission)> reply) {
@@ -13,7 +13,7 @@ void AbsentScreenCapture::requestPermission(std::move_only_function<void(ScreenP
 
 void AbsentWindowList::windows(
     std::move_only_function<void(Result<std::vector<WindowSnapshot>>)> reply) {
-  main_->post(alive_.guard([reply = std::move(reply), why = why_]() mutable {
+  main_->post(lifetime_.guard([reply = std::move(reply), why = why_]() mutable {
     reply(std::unexpected(std::move(why)));
   }));
 }
@@ -23,10 +23,10 @@ std::unique_ptr<HotKeyRegistration> AbsentHotKeys::registerKey(const HotKeySpec&
                                                                std::function<void()>,
                                                                std::function<void(State)> onState) {
   struct Refused final : HotKeyRegistration {
-    Alive alive;
+    Lifetime lifetime;
   };
   auto refused = std::make_unique<Refused>();
-  main_->post(refused->alive.guard([onState = std::move(onState)] {
+  main_->post(refused->lifetime.guard([onState = std::move(onState)] {
     if (onState) onState(std::unexpected(HotKeyError{}));
   }));
   return refused;

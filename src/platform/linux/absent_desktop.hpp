@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/clipboard.hpp"
 #include "platform/hot_keys.hpp"
@@ -29,14 +29,14 @@ class AbsentScreenCapture : public ScreenCapture {
  private:
   template <class Value>
   void refuse(Reply<Value> reply) {
-    main_->post(alive_.guard([reply = std::move(reply), why = why_]() mutable {
+    main_->post(lifetime_.guard([reply = std::move(reply), why = why_]() mutable {
       reply(std::unexpected(std::move(why)));
     }));
   }
 
   std::shared_ptr<TaskRunner> main_;
   Failure why_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 class AbsentWindowList final : public WindowList {
@@ -49,7 +49,7 @@ class AbsentWindowList final : public WindowList {
  private:
   std::shared_ptr<TaskRunner> main_;
   Failure why_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 class AbsentHotKeys final : public HotKeys {

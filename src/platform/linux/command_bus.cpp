@@ -74,7 +74,7 @@ void CommandBus::end(std::function<void()> ended) {
 }
 
 CommandBus::Started CommandBus::start(const BusRequest& request,
-                                      std::function<void(const BusProgress&)> told) {
+                                      std::function<void(const BusProgress&)> onProgress) {
   // What the thread needs stays valid should we give up waiting for it.
   struct Joining {
     std::promise<bool> connected;
@@ -85,7 +85,7 @@ CommandBus::Started CommandBus::start(const BusRequest& request,
   auto connected = joining->connected.get_future();
   auto started = joining->started.get_future();
   worker_ = std::make_shared<BusWorker>();
-  requester_->onProgress(std::move(told));
+  requester_->onProgress(std::move(onProgress));
   worker_->post([owner = owner_, worker = std::weak_ptr(worker_), joining, requester = requester_,
                  request](Result<sdbus::IConnection*> connection) {
     joining->connected.set_value(connection.has_value());

@@ -36,7 +36,7 @@ struct BusRequest {
 
   /// Tells the requester how far it has come, any number of times until it is answered: some ten a
   /// second are sent, and the last one. Any thread.
-  std::function<void(BusProgress)> tell{};
+  std::function<void(BusProgress)> notify{};
 };
 
 struct BusReply {
@@ -85,9 +85,9 @@ class CommandBus {
 
   /// Becomes the owner, or hands `request` to the owner and waits, as long as the command takes. A
   /// bus that does not answer within some seconds counts as none. What the owner tells meanwhile
-  /// goes to `told`, on the bus's thread.
+  /// goes to `onProgress`, on the bus's thread.
   [[nodiscard]] Started start(const BusRequest& request,
-                              std::function<void(const BusProgress&)> told = {});
+                              std::function<void(const BusProgress&)> onProgress = {});
 
   /// The user does not want the command any more. When the owner has taken it, it is told so, once,
   /// and `start` comes back with its answer; when it stays silent, with a sentence and the status

@@ -190,7 +190,7 @@ void CommandBusOwner::whenServed(std::function<void()> task) {
 void CommandBusOwner::toMain(std::move_only_function<void(CommandBus::Handlers&)> task) {
   whenServed([this, task = std::make_shared<decltype(task)>(std::move(task))] {
     main_->post([weak = handlers_, task] {
-      if (const auto alive = weak.lock()) (*task)(*alive);
+      if (const auto lifetime = weak.lock()) (*task)(*lifetime);
     });
   });
 }
@@ -211,11 +211,12 @@ void CommandBusOwner::submit(sdbus::Result<> taken, const std::string& sender,
   taken.returnResults();
   if (!isNew) return;
   request.requester = sender;
-  request.tell = [owner = shared_from_this(), id,
-                  throttle = std::make_shared<Throttle>()](BusProgress progress) {
+  request.notify = [owner = shared_from_this(), id,
+                    throttle = std::make_shared<Throttle>()](BusProgress progress) {
     const auto thread = throttle->lets(progress) ? owner->worker_.lock() : nullptr;
     if (!thread) return;
-    thread->post([owner, id, progress = std::move(progress)](auto) { owner->tell(id, progress); });
+    thread->post(
+        [owner, id, progress = std::move(progress)](auto) { owner->notify(id, progress); });
   };
   toMain([owner = shared_from_this(), id,
           request = std::move(request)](CommandBus::Handlers& to) mutable {
@@ -239,7 +240,7 @@ void CommandBusOwner::await(WaitingReply reply, const std::string& sender, const
   answer(found);
 }
 
-void CommandBusOwner::tell(const std::string& id, const BusProgress& progress) {
+void CommandBusOwner::notify(const std::string& id, const BusProgress& progress) {
   const auto found = tickets_.find(id);
   if (found == tickets_.end() || found->second.reply) return;
   sdbus::Signal signal = object_->createSignal(commandsInterface, "Progress");

@@ -60,7 +60,7 @@ class CommandBusOwner : public std::enable_shared_from_this<CommandBusOwner> {
   void submit(sdbus::Result<> taken, const std::string& sender, const std::string& id,
               BusRequest request);
   void await(WaitingReply reply, const std::string& sender, const std::string& id);
-  void tell(const std::string& id, const BusProgress& progress);
+  void notify(const std::string& id, const BusProgress& progress);
   void cancel(const std::string& sender, const std::string& id);
   void finish(const std::string& id, BusReply reply);
   void answer(std::map<std::string, Ticket>::iterator ticket);

@@ -95,7 +95,7 @@ CommandBusRequester::Asked CommandBusRequester::ask(sdbus::IConnection& connecti
         .call([this](const std::string&, std::uint64_t done, std::uint64_t total,
                      const std::string& words) {
           lastHeard_ = now();
-          if (told_) told_({done, total, words});
+          if (onProgress_) onProgress_({done, total, words});
         });
     proxy->finishRegistration();
     proxy->callMethod("Submit")

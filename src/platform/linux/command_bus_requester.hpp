@@ -21,8 +21,10 @@ class CommandBusRequester {
   /// An owner that was told to stop is waited for until it is silent for `silence`.
   explicit CommandBusRequester(std::chrono::milliseconds silence) : silence_(silence) {}
 
-  /// What the owner tells meanwhile goes to `told`. Before `becomeOwnerOrAsk`.
-  void onProgress(std::function<void(const BusProgress&)> told) { told_ = std::move(told); }
+  /// What the owner tells meanwhile goes to `reported`. Before `becomeOwnerOrAsk`.
+  void onProgress(std::function<void(const BusProgress&)> listener) {
+    onProgress_ = std::move(listener);
+  }
 
   /// Takes `name`, or has its owner run `request` and waits for the answer. Throws what the bus
   /// library throws when the bus breaks down.
@@ -43,7 +45,7 @@ class CommandBusRequester {
   const std::chrono::milliseconds silence_;
   std::atomic<bool> isCancelled_ = false;
   const FileDescriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};  // readable once cancelled
-  std::function<void(const BusProgress&)> told_;
+  std::function<void(const BusProgress&)> onProgress_;
   std::optional<BusReply> answer_;
   std::chrono::steady_clock::time_point lastHeard_;
 };

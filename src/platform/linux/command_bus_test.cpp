@@ -68,13 +68,13 @@ TEST(CommandBusProbe, DISABLED_Role) {
   const char* role = std::getenv("PROBE_ROLE");
   ASSERT_NE(role, nullptr);
   const std::filesystem::path folder = std::getenv("PROBE_FOLDER");
-  const auto tell = [&](const char* file) { std::ofstream(folder / file) << "x"; };
+  const auto notify = [&](const char* file) { std::ofstream(folder / file) << "x"; };
   TestLoop loop;
   std::shared_ptr<TaskRunner> main(&loop, [](TaskRunner*) {});
   Joined joined(request({role}));
   if (!joined.isOwner()) return;
-  joined.bus->serve(main, {.run = [&](const BusRequest&, auto&&) { tell("begun"); }});
-  tell("owner");
+  joined.bus->serve(main, {.run = [&](const BusRequest&, auto&&) { notify("begun"); }});
+  notify("owner");
   loop.runFor(std::chrono::seconds(60));
 }
 
@@ -220,7 +220,7 @@ struct Requester {
           });
         })) {}
 
-  [[nodiscard]] std::vector<BusProgress> told() {
+  [[nodiscard]] std::vector<BusProgress> reported() {
     const std::lock_guard lock(mutex);
     return seen;
   }
@@ -248,14 +248,14 @@ TEST_F(CommandBusTest, ARequesterAloneSeesHowFarItsCommandIsAndEndsNoOther) {
   ASSERT_TRUE(loop.runUntil([&] { return work.size() == 2; }));
 
   const auto begin = std::chrono::steady_clock::now();
-  for (std::uint64_t i = 1; i <= 5000; ++i) work["one"].first.tell({i, 5000, "files"});
+  for (std::uint64_t i = 1; i <= 5000; ++i) work["one"].first.notify({i, 5000, "files"});
   const auto tenths = (std::chrono::steady_clock::now() - begin) / milliseconds(100);
-  ASSERT_TRUE(
-      loop.runUntil([&] { return one.told().size() > 1 && one.told().back().done == 5000; }));
-  EXPECT_EQ(one.told().front().done, 1U);
-  EXPECT_LE(one.told().size(), static_cast<std::size_t>(tenths) + 3);
-  EXPECT_EQ(one.told().back().total, 5000U);
-  EXPECT_EQ(one.told().back().words, "files");
+  ASSERT_TRUE(loop.runUntil(
+      [&] { return one.reported().size() > 1 && one.reported().back().done == 5000; }));
+  EXPECT_EQ(one.reported().front().done, 1U);
+  EXPECT_LE(one.reported().size(), static_cast<std::size_t>(tenths) + 3);
+  EXPECT_EQ(one.reported().back().total, 5000U);
+  EXPECT_EQ(one.reported().back().words, "files");
 
   one.bus.cancel();
   ASSERT_TRUE(loop.runUntil([&] { return !cancelled.empty(); }));
@@ -269,7 +269,7 @@ TEST_F(CommandBusTest, ARequesterAloneSeesHowFarItsCommandIsAndEndsNoOther) {
   EXPECT_EQ(reply.error, "Stopped.\n");
 
   EXPECT_FALSE(other.isDone());
-  EXPECT_TRUE(other.told().empty());
+  EXPECT_TRUE(other.reported().empty());
   work["other"].second({0, {}, {}});
   ASSERT_TRUE(loop.runUntil([&] { return other.isDone(); }));
   EXPECT_EQ(other.outcome.get().reply.status, 0);
@@ -408,8 +408,8 @@ TEST_F(CommandBusTest, TheDesktopReachesTheRunningProgram) {
 TEST_F(CommandBusTest, FilesThatNothingOpensAreRefusedOnTheBusAndAtTheDesktop) {
   const Joined owner(request({}));
   ASSERT_TRUE(owner.isOwner());
-  bool isTold = false;
-  owner.bus->serve(main, {.openRefused = [&] { isTold = true; }});
+  bool isReported = false;
+  owner.bus->serve(main, {.openRefused = [&] { isReported = true; }});
   auto refusal = std::async(std::launch::async, [] {
     auto application = sdbus::createProxy(sdbus::createSessionBusConnection(),
                                           "com.hollen.Vantorel", "/com/hollen/Vantorel");
@@ -423,7 +423,7 @@ TEST_F(CommandBusTest, FilesThatNothingOpensAreRefusedOnTheBusAndAtTheDesktop) {
     }
     return std::string();
   });
-  EXPECT_TRUE(loop.runUntil([&] { return isTold; }));
+  EXPECT_TRUE(loop.runUntil([&] { return isReported; }));
   EXPECT_EQ(refusal.get(), "Vantorel can't open files.");
 }
 

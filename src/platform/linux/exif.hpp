@@ -26,6 +26,6 @@ inline constexpr Orientation upright = 1;
 [[nodiscard]] Image turned(const Image& image, Orientation orientation);
 
 /// More than this of EXIF data, whose orientation stands near the start, is never looked at.
-inline constexpr std::size_t mostExifBytes = 64 << 10;
+inline constexpr std::size_t maximumExifBytes = 64 << 10;
 
 }  // namespace vantorel

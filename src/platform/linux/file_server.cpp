@@ -77,7 +77,7 @@ class Conversation {
         things_(std::move(things)),
         files_([this] { progress(); }, requester) {}
 
-  void goOn() {
+  void keepGoing() {
     try {
       progress();
       while (auto request = socket_.receive()) {
@@ -271,7 +271,7 @@ void serveFiles() {
   while (auto connection = control.receiveDescriptor()) {
     try {
       std::thread([socket = MessageSocket(std::move(*connection)), things, requester]() mutable {
-        Conversation(std::move(socket), things, requester).goOn();
+        Conversation(std::move(socket), things, requester).keepGoing();
       }).detach();
     } catch (const std::system_error&) {
       continue;  // whoever asks sees the connection end

@@ -17,9 +17,9 @@ namespace vantorel {
 namespace {
 
 /// So many looks may hang before a process is given up that answers others.
-constexpr int mostGivenUp = 8;
+constexpr int maximumGivenUp = 8;
 /// So many connections are kept for the next request.
-constexpr std::size_t mostIdle = 8;
+constexpr std::size_t maximumIdle = 8;
 
 /// A machine may be so busy that a program needs long to start.
 constexpr std::chrono::nanoseconds startBound = std::chrono::seconds(10);
@@ -119,7 +119,7 @@ std::optional<FileServerProcess::Connection> FileServerProcess::connection() {
 void FileServerProcess::giveBack(MessageSocket connection) {
   const std::scoped_lock lock(mutex_);
   lastSign_ = std::chrono::steady_clock::now();
-  if (idle_.size() < mostIdle) idle_.push_back(std::move(connection));
+  if (idle_.size() < maximumIdle) idle_.push_back(std::move(connection));
 }
 
 Result<std::string> FileServerProcess::ask(std::string_view request, std::chrono::nanoseconds bound,
@@ -144,18 +144,18 @@ Result<std::string> FileServerProcess::ask(std::string_view request, std::chrono
   }
   if (sent.error() == MessageSocket::Fault::silence) {
     const std::scoped_lock lock(mutex_);
-    const bool othersAreAnswered = lastSign_ > last && ++givenUp_ < mostGivenUp;
+    const bool othersAreAnswered = lastSign_ > last && ++givenUp_ < maximumGivenUp;
     if (ifSilent == IfSilent::stop || !othersAreAnswered) stop();
   }
   return silence();
 }
 
-void FileServerProcess::tell(std::string_view request) {
+void FileServerProcess::notify(std::string_view request) {
   if (!isServing()) return;
   auto to = connection();
   if (to && to->socket.send(request, std::chrono::nanoseconds(0)) && !to->isNew) {
     const std::scoped_lock lock(mutex_);
-    if (idle_.size() < mostIdle) idle_.push_back(std::move(to->socket));
+    if (idle_.size() < maximumIdle) idle_.push_back(std::move(to->socket));
   }
 }
 

@@ -49,7 +49,7 @@ class FileServerProcess {
                                         IfSilent ifSilent, int descriptor = -1);
 
   /// For what has no answer. Does not wait.
-  void tell(std::string_view request);
+  void notify(std::string_view request);
 
   /// Kills it, and does not wait for its end.
   void stop();

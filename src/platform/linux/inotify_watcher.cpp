@@ -85,7 +85,7 @@ class InotifyWatcher::Sinks {
     }
   }
 
-  void tell(int number, const FolderEvent& event) {
+  void notify(int number, const FolderEvent& event) {
     const std::lock_guard lock(mutex_);
     const bool isGone = event.kind == FolderEvent::Kind::folderGone;
     if (adding_ > 0 && !byNumber_.contains(number)) early_.emplace_back(number, event);
@@ -97,7 +97,7 @@ class InotifyWatcher::Sinks {
     if (isGone) giveUp(number);
   }
 
-  void tellAll(const FolderEvent& event) {
+  void notifyAll(const FolderEvent& event) {
     const std::lock_guard lock(mutex_);
     for (const auto& [number, sink] : byNumber_) deliver(sink, event);
   }
@@ -150,10 +150,10 @@ InotifyWatcher::InotifyWatcher(AddWatch addWatch)
         const char* const name = buffer.data() + at + sizeof event;
         at += static_cast<ssize_t>(sizeof event + event.len);
         if (event.mask & IN_Q_OVERFLOW) {
-          sinks->tellAll({.kind = FolderEvent::Kind::overflowed});
+          sinks->notifyAll({.kind = FolderEvent::Kind::overflowed});
         } else if (const auto kind = kindOf(event.mask)) {
-          sinks->tell(event.wd,
-                      {*kind, event.len > 0 ? std::string(name) : std::string(), event.cookie});
+          sinks->notify(event.wd,
+                        {*kind, event.len > 0 ? std::string(name) : std::string(), event.cookie});
         }
       }
     }

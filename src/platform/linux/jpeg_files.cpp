@@ -56,10 +56,10 @@ bool isFrameHeader(std::uint8_t marker) {
 
 /// Goes from segment to segment up to the first scan.
 Result<JPEGHeader> headerOf(const PictureBytes& bytes) {
-  constexpr int mostSegments = 10'000;
+  constexpr int maximumSegments = 10'000;
   JPEGHeader header;
   std::uint64_t at = 2;
-  for (int count = 0; count < mostSegments; ++count) {
+  for (int count = 0; count < maximumSegments; ++count) {
     const std::string head = VT_TRY(bytes.read(at, 9));
     const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(head[i]); };
     if (head.size() < 4 || byte(0) != 0xFF) break;
@@ -72,7 +72,7 @@ Result<JPEGHeader> headerOf(const PictureBytes& bytes) {
     const std::uint64_t length = byte(2) * 256U + byte(3);
     if (marker == 0xE1 && header.orientation == upright) {
       const std::string content =
-          VT_TRY(bytes.read(at + 4, std::min<std::uint64_t>(length, mostExifBytes)));
+          VT_TRY(bytes.read(at + 4, std::min<std::uint64_t>(length, maximumExifBytes)));
       if (content.starts_with("Exif")) header.orientation = orientationIn(content);
     }
     if (isFrameHeader(marker) && !header.size && head.size() == 9) {

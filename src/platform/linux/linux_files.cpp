@@ -535,8 +535,8 @@ Result<void> LinuxFiles::flushFolder(const Path& folder) {
 Result<void> LinuxFiles::flushFiles(std::span<const Path> files) {
   // One call for a whole file system waits for what other programs wrote there as well, which may
   // be much where it is far away.
-  constexpr std::size_t mostFlushedSingly = 8;
-  if (files.size() > mostFlushedSingly && !progress_) {
+  constexpr std::size_t maximumFlushedSingly = 8;
+  if (files.size() > maximumFlushedSingly && !progress_) {
     const FileDescriptor folder =
         VT_TRY(openFile(files.front().parent_path(), O_RDONLY | O_DIRECTORY));
     return answer(::syncfs(folder.number()));

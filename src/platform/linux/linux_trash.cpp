@@ -14,7 +14,7 @@ namespace vantorel {
 namespace {
 
 constexpr std::uint32_t stickyBit = 01000;
-constexpr int mostNames = 10'000;
+constexpr int maximumNames = 10'000;
 constexpr int longestGap = 64;
 constexpr std::uint64_t longestInfo = std::uint64_t{64} * 1024;
 
@@ -135,7 +135,7 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
   VT_TRY(files_.makeFolder(can.folder / "files", Privacy::ownerOnly));
   const std::string info = fmt::format("[Trash Info]\n{}DeletionDate={}\n",
                                        namedIn(can, folder, path), localTime(clock_.now()));
-  for (int attempt = 1; attempt <= mostNames; ++attempt) {
+  for (int attempt = 1; attempt <= maximumNames; ++attempt) {
     const Path place = can.folder / "files" / nameFor(path, attempt);
     const Path infoPath = infoOf(place);
     // The information first: it claims the name, and a file without it could not be put back.
@@ -192,7 +192,7 @@ Result<std::optional<Path>> LinuxTrash::find(const Path& path, std::uint64_t ino
   if (!can) return orSilence(can.error());
   const std::string name = namedIn(*can, *folder, path);
   // Names may have become free again meanwhile, and so leave gaps.
-  for (int attempt = 1, missing = 0; attempt <= mostNames && missing < longestGap; ++attempt) {
+  for (int attempt = 1, missing = 0; attempt <= maximumNames && missing < longestGap; ++attempt) {
     Path place = can->folder / "files" / nameFor(path, attempt);
     const auto there = files_.status(place);
     if (!there && there.error().kind == FailureKind::unreachable) return orSilence(there.error());

@@ -35,7 +35,7 @@ class Watch final : public MountWatch {
             }
             if (waits[1].revents != 0) return;
             runner->post([weak] {
-              if (const auto alive = weak.lock()) (*alive)();
+              if (const auto lifetime = weak.lock()) (*lifetime)();
             });
           }
         }) {}

@@ -18,31 +18,31 @@ TEST(MountTableWatcherTest, TellsOfEveryMountAndUnmountUntilGivenUp) {
   ASSERT_NE(::mkdtemp(folder.data()), nullptr);
   LoopRunner loop;
   MountTableWatcher watcher;
-  int told = 0;
+  int reported = 0;
   auto watch = watcher.watch(loop.runner(), [&] {
-    ++told;
+    ++reported;
     loop.quit();
   });
   ASSERT_TRUE(watch.has_value()) << watch.error().reason;
-  const auto isTold = [&] {
-    const int before = told;
+  const auto isReported = [&] {
+    const int before = reported;
     loop.runner()->postAfter(5s, [&] { loop.quit(); });
     loop.run();
-    return told > before;
+    return reported > before;
   };
   for (int round = 0; round < 3; ++round) {
     ASSERT_EQ(::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=64k"), 0) << std::strerror(errno);
-    EXPECT_TRUE(isTold()) << "mounting, round " << round;
+    EXPECT_TRUE(isReported()) << "mounting, round " << round;
     ASSERT_EQ(::umount(folder.c_str()), 0);
-    EXPECT_TRUE(isTold()) << "unmounting, round " << round;
+    EXPECT_TRUE(isReported()) << "unmounting, round " << round;
   }
   watch->reset();
-  const int before = told;
+  const int before = reported;
   ASSERT_EQ(::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=64k"), 0);
   ASSERT_EQ(::umount(folder.c_str()), 0);
   loop.runner()->postAfter(100ms, [&] { loop.quit(); });
   loop.run();
-  EXPECT_EQ(told, before);
+  EXPECT_EQ(reported, before);
   std::filesystem::remove(folder);
 }
 

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::uint64_t signatureBytes = 8;
 constexpr std::uint64_t chunkFrame = 12;  // length and type in front, checksum behind
-constexpr int mostChunks = 100'000;       // looked at: of a file made to be slow
+constexpr int maximumChunks = 100'000;    // looked at: of a file made to be slow
 constexpr int paletteColours = 3;         // the colour type
 
 std::uint32_t numberAt(std::string_view bytes, std::size_t at) {
@@ -45,7 +45,7 @@ struct Chunk {
 Result<void> forEachChunk(const PictureBytes& bytes,
                           const std::function<bool(const Chunk&)>& next) {
   std::uint64_t at = signatureBytes;
-  for (int count = 0; count < mostChunks && at + chunkFrame <= bytes.size(); ++count) {
+  for (int count = 0; count < maximumChunks && at + chunkFrame <= bytes.size(); ++count) {
     const std::string head = VT_TRY(bytes.read(at, 8));
     if (head.size() < 8) break;
     const Chunk chunk{head.substr(4), at + 8, numberAt(head, 0)};
@@ -74,7 +74,7 @@ Result<PNGHeader> headerOf(const PictureBytes& bytes) {
   Result<std::string> frames;
   VT_TRY(forEachChunk(bytes, [&](const Chunk& chunk) {
     if (chunk.type == "eXIf" && exif && exif->empty()) {
-      exif = bytes.read(chunk.offset, std::min<std::uint64_t>(chunk.size, mostExifBytes));
+      exif = bytes.read(chunk.offset, std::min<std::uint64_t>(chunk.size, maximumExifBytes));
     }
     if (chunk.type == "acTL") frames = bytes.read(chunk.offset, 4);
     return chunk.type != "IEND" && exif && frames;

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::size_t fastStripeBytes = 768U << 10;  // filtered; small enough for the cache
 constexpr std::size_t smallStripeBytes = 8U << 20;
-constexpr unsigned mostThreads = 4;
+constexpr unsigned maximumThreads = 4;
 constexpr int sampledRows = 8;
 
 struct Stripe {
@@ -49,13 +49,13 @@ StripeContent contentOf(PNGFilter filter) {
 /// Filters and compresses stripes, one at a time, in memory of its own. One thread.
 class StripeWorker {
  public:
-  StripeWorker(const Image& image, int bytesPerPixel, PNGEffort effort, int mostRows,
+  StripeWorker(const Image& image, int bytesPerPixel, PNGEffort effort, int maximumRows,
                PartsOfEncoding& parts)
       : image_(image),
         bytesPerPixel_(bytesPerPixel),
         row_(static_cast<std::size_t>(image.width() * bytesPerPixel)),
         above_(row_.size()),
-        filtered_((row_.size() + 1) * static_cast<std::size_t>(mostRows)),
+        filtered_((row_.size() + 1) * static_cast<std::size_t>(maximumRows)),
         deflater_(effort),
         parts_(parts) {}
 
@@ -192,7 +192,7 @@ Result<std::string> writePNG(const Image& image, const ImageEncoding& encoding) 
       image.height(), rowBytes, effort == PNGEffort::fast ? fastStripeBytes : smallStripeBytes);
 
   const auto threadCount = static_cast<unsigned>(std::min<std::size_t>(
-      stripes.size(), std::clamp(std::thread::hardware_concurrency(), 1U, mostThreads)));
+      stripes.size(), std::clamp(std::thread::hardware_concurrency(), 1U, maximumThreads)));
   std::atomic<std::size_t> next = 0;
   std::atomic<bool> memoryRanOut = false;
   PartsOfEncoding parts;

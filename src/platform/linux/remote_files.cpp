@@ -81,7 +81,7 @@ class Served {
   ~Served() {
     MessageWriter request;
     request(FileRequest::letGo, number_);
-    server_->tell(request.take());
+    server_->notify(request.take());
   }
 
   [[nodiscard]] FileServerProcess& server() const { return *server_; }

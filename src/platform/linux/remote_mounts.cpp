@@ -11,7 +11,7 @@
 namespace vantorel {
 namespace {
 
-constexpr int mostLinks = 40;  // as the kernel
+constexpr int maximumLinks = 40;  // as the kernel
 
 /// The one of the root folder does not count: without it there is no system.
 bool isRemote(const MountEntry& mount) {
@@ -68,7 +68,7 @@ std::optional<MountEntry> remoteMountOnTheWayTo(const Path& path) {
       at = next;
       continue;
     }
-    if (++links > mostLinks) return std::nullopt;
+    if (++links > maximumLinks) return std::nullopt;
     const Path to = std::string_view(target.data(), static_cast<std::size_t>(length));
     if (to.is_absolute()) at = "/";
     addParts(parts, to);

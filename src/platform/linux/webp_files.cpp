@@ -21,9 +21,9 @@ namespace {
 
 /// What composing a frame may cost, in pixels of the canvas for each frame up to it: a thousand
 /// full-HD frames, a dozen seconds for a file made to be slow.
-constexpr std::uint64_t mostComposedPixels = 1ULL << 31;
+constexpr std::uint64_t maximumComposedPixels = 1ULL << 31;
 /// What the smallest frame counts: finding a frame takes longer the more are before it.
-constexpr std::uint64_t leastFramePixels = 1ULL << 18;
+constexpr std::uint64_t minimumFramePixels = 1ULL << 18;
 
 constexpr int effort = 2;  // of 0 to 6: 4 takes twice as long for 2 % less
 
@@ -87,7 +87,7 @@ struct WebPHeader {
 /// A file with more than a picture: its chunks in a row, from the first on.
 Result<WebPHeader> extendedHeader(const PictureBytes& bytes, std::string_view start) {
   constexpr std::uint64_t firstChunk = 30;
-  constexpr int mostChunks = 1'000'000;  // looked at: of a file made to be slow
+  constexpr int maximumChunks = 1'000'000;  // looked at: of a file made to be slow
   if (numberAt(start, 4, 4) + std::uint64_t{8} > bytes.size()) return notWhole();
   const std::uint32_t features = numberAt(start, 20, 1);
   WebPHeader header;
@@ -97,14 +97,14 @@ Result<WebPHeader> extendedHeader(const PictureBytes& bytes, std::string_view st
   if (!header.isAnimation && !hasExif) return header;
   header.frames = header.isAnimation ? 0 : 1;
   std::uint64_t at = firstChunk;
-  for (int count = 0; count < mostChunks; ++count) {
+  for (int count = 0; count < maximumChunks; ++count) {
     const std::string head = VT_TRY(bytes.read(at, 8));
     if (head.size() < 8) break;
     const std::uint64_t size = numberAt(head, 4, 4);
     if (head.starts_with("ANMF") && header.isAnimation) ++header.frames;
     if (head.starts_with("EXIF") && hasExif) {
-      header.orientation =
-          orientationIn(VT_TRY(bytes.read(at + 8, std::min<std::uint64_t>(size, mostExifBytes))));
+      header.orientation = orientationIn(
+          VT_TRY(bytes.read(at + 8, std::min<std::uint64_t>(size, maximumExifBytes))));
     }
     at += 8 + size + size % 2;
   }
@@ -132,7 +132,7 @@ Result<WebPHeader> headerOf(const PictureBytes& bytes, int frameIndex) {
   const auto pixels = static_cast<std::uint64_t>(header.size.width) *
                       static_cast<std::uint64_t>(header.size.height);
   const auto frames = static_cast<std::uint64_t>(frameIndex) + 1;
-  if (frames * std::max(pixels, leastFramePixels) > mostComposedPixels) {
+  if (frames * std::max(pixels, minimumFramePixels) > maximumComposedPixels) {
     return failed(FailureKind::tooLarge, "the frame lies too far into the animation");
   }
   return header;

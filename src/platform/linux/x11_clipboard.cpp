@@ -33,7 +33,7 @@ std::shared_ptr<const std::string> shared(std::string bytes) {
 X11Clipboard::X11Clipboard(const std::string& display, std::shared_ptr<TaskRunner> main,
                            std::chrono::nanoseconds bound)
     : main_(std::move(main)), bound_(bound) {
-  auto lost = [main = main_, lost = alive_.guard([this] {
+  auto lost = [main = main_, lost = lifetime_.guard([this] {
     shapes_.clear();
     if (lost_) lost_();
   })] { main->post([lost]() mutable { lost(); }); };
@@ -60,8 +60,8 @@ void X11Clipboard::put(ClipboardContent content, std::string shapes, const char*
           static_cast<X11ClipboardOwner&>(**client).own(std::move(content), std::move(answer));
         });
       },
-      alive_.guard([this, shapes = std::move(shapes), refusal,
-                    done = std::move(done)](std::optional<bool> owned) mutable {
+      lifetime_.guard([this, shapes = std::move(shapes), refusal,
+                       done = std::move(done)](std::optional<bool> owned) mutable {
         if (owned.value_or(false)) {
           shapes_ = std::move(shapes);
           return done({});

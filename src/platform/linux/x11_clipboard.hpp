@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/clipboard.hpp"
 #include "platform/linux/x11_clipboard_owner.hpp"
@@ -36,7 +36,7 @@ class X11Clipboard final : public Clipboard {
   std::string shapes_;
   std::function<void()> lost_;
   bool hasCopied_ = false;
-  Alive alive_;
+  Lifetime lifetime_;
   std::unique_ptr<X11Worker> worker_;
 };
 

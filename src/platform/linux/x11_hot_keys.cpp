@@ -53,8 +53,8 @@ class X11HotKeys::Registration final : public HotKeyRegistration {
 X11HotKeys::X11HotKeys(const std::string& display, const std::shared_ptr<TaskRunner>& main)
     : shared_(std::make_shared<Shared>()) {
   shared_->main = main;
-  const auto tell = [main, weak = std::weak_ptr<Shared>(shared_)](
-                        std::function<void()> Shared::Actions::* which) {
+  const auto notify = [main, weak = std::weak_ptr<Shared>(shared_)](
+                          std::function<void()> Shared::Actions::* which) {
     return [main, weak, which](std::uint64_t id) {
       main->post([weak, which, id] {
         if (const auto shared = weak.lock()) shared->perform(id, which);
@@ -62,7 +62,7 @@ X11HotKeys::X11HotKeys(const std::string& display, const std::shared_ptr<TaskRun
     };
   };
   const X11KeyGrabs::Listener listener{
-      tell(&Shared::Actions::onFire), tell(&Shared::Actions::onRelease),
+      notify(&Shared::Actions::onFire), notify(&Shared::Actions::onRelease),
       [main, weak = std::weak_ptr<Shared>(shared_)](std::uint64_t id, State state) {
         main->post([weak, id, state] {
           if (const auto shared = weak.lock()) shared->state(id, state);

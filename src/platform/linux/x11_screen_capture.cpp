@@ -42,7 +42,7 @@ void X11ScreenCapture::displays(Reply<std::vector<DisplaySnapshot>> reply) {
         }
         return displays;
       },
-      alive_.guard(std::move(reply)));
+      lifetime_.guard(std::move(reply)));
 }
 
 void X11ScreenCapture::grab(GrabRequest request, Reply<GrabbedPicture> reply) {
@@ -51,12 +51,12 @@ void X11ScreenCapture::grab(GrabRequest request, Reply<GrabbedPicture> reply) {
       [request = std::move(request)](X11Session& session) {
         return grabFromScreen(session, request);
       },
-      alive_.guard(std::move(reply)));
+      lifetime_.guard(std::move(reply)));
 }
 
 void X11ScreenCapture::onDisplaysChange(std::function<void()> listener) {
   displaysListener_ = std::move(listener);
-  auto notify = alive_.guard([this] {
+  auto notify = lifetime_.guard([this] {
     if (displaysListener_) displaysListener_();
   });
   worker_->post([main = main_, notify = std::move(notify)](Result<X11Client*> client) {
@@ -68,7 +68,7 @@ void X11ScreenCapture::onDisplaysChange(std::function<void()> listener) {
 
 void X11ScreenCapture::permission(std::move_only_function<void(ScreenPermission)> reply) {
   main_->post(
-      alive_.guard([reply = std::move(reply)]() mutable { reply(ScreenPermission::granted); }));
+      lifetime_.guard([reply = std::move(reply)]() mutable { reply(ScreenPermission::granted); }));
 }
 
 void X11ScreenCapture::requestPermission(std::move_only_function<void(ScreenPermission)> reply) {
@@ -82,7 +82,7 @@ void X11WindowList::windows(
     std::move_only_function<void(Result<std::vector<WindowSnapshot>>)> reply) {
   askWorker<std::vector<WindowSnapshot>>(
       *worker_, main_, [](X11Session& session) { return listWindows(session); },
-      alive_.guard(std::move(reply)));
+      lifetime_.guard(std::move(reply)));
 }
 
 }  // namespace vantorel

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "base/alive.hpp"
+#include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/linux/x11_session.hpp"
 #include "platform/linux/x11_worker.hpp"
@@ -33,7 +33,7 @@ class X11ScreenCapture final : public ScreenCapture {
   std::shared_ptr<X11Worker> worker_;
   std::shared_ptr<TaskRunner> main_;
   std::function<void()> displaysListener_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 /// The windows of an X11 desktop. With a window manager its list, otherwise what is mapped.
@@ -46,7 +46,7 @@ class X11WindowList final : public WindowList {
  private:
   std::shared_ptr<X11Worker> worker_;
   std::shared_ptr<TaskRunner> main_;
-  Alive alive_;
+  Lifetime lifetime_;
 };
 
 }  // namespace vantorel

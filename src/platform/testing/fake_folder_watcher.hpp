@@ -22,7 +22,7 @@ class FakeFolderWatcher final : public FolderWatcher {
       if (watched != folder) continue;
       if (const auto sink = weak.lock()) {
         sink->runner->post([target = std::weak_ptr(sink), event = FolderEvent{kind, name, move}] {
-          if (const auto alive = target.lock()) alive->onEvent(event);
+          if (const auto lifetime = target.lock()) lifetime->onEvent(event);
         });
       }
     }

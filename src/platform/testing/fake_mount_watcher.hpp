@@ -12,7 +12,7 @@ class FakeMountWatcher final : public MountWatcher {
  public:
   void happen() {
     runner_->post([weak = std::weak_ptr(onChange_)] {
-      if (const auto alive = weak.lock()) (*alive)();
+      if (const auto lifetime = weak.lock()) (*lifetime)();
     });
   }
 

@@ -35,7 +35,7 @@ class FakeScreen final : public ScreenCapture, public WindowList {
   void answerAll();
 
   /// Tells the listener that the displays changed.
-  void tellDisplaysChanged() { listener_(); }
+  void notifyDisplaysChanged() { listener_(); }
 
   /// The number a grab painted into the picture.
   [[nodiscard]] static int numberIn(const Image& image);

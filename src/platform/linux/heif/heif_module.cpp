@@ -32,7 +32,7 @@ std::unexpected<Failure> failure(FailureKind kind, const heif_error& error) {
 }
 
 /// More than the largest picture that may be decoded takes in good quality.
-constexpr std::uint64_t mostBytes = 128ULL << 20;
+constexpr std::uint64_t maximumBytes = 128ULL << 20;
 
 bool isOk(const heif_error& error) { return error.code == heif_error_Ok; }
 
@@ -142,7 +142,7 @@ Result<Owned<const heif_image_handle>> handleOf(heif_context* context, int frame
 }
 
 Result<Opened> open(std::string_view bytes, int frameIndex) {
-  if (bytes.size() > mostBytes) return failed(FailureKind::tooLarge, "the file is too large");
+  if (bytes.size() > maximumBytes) return failed(FailureKind::tooLarge, "the file is too large");
   Context context(heif_context_alloc(), heif_context_free);
   heif_context_set_maximum_image_size_limit(context.get(), 32768);
   const heif_error error = heif_context_read_from_memory_without_copy(context.get(), bytes.data(),
@@ -187,7 +187,7 @@ Result<Image> read(std::string_view bytes, int frameIndex) {
 
 Result<PictureHeader> header(const PictureBytes& bytes, int frameIndex) {
   // The library looks at the coded pictures even for their sizes.
-  const std::string whole = VT_TRY(bytes.read(0, std::min(bytes.size(), mostBytes + 1)));
+  const std::string whole = VT_TRY(bytes.read(0, std::min(bytes.size(), maximumBytes + 1)));
   const Opened opened = VT_TRY(open(whole, frameIndex));
   return PictureHeader{.format = ExportFormat::heic, .size = opened.size};
 }

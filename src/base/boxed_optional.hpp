@@ -9,23 +9,24 @@ namespace vantorel {
 /// A `std::optional` for what few of very many objects have: takes one pointer while it is empty.
 /// A value, copied and compared with what it holds.
 template <class T>
-class Rare {
+class BoxedOptional {
  public:
   using value_type = T;
 
-  Rare() = default;
-  Rare(std::nullopt_t) {}  // NOLINT(google-explicit-constructor): as std::optional
-  Rare(T value) : held_(std::make_unique<T>(std::move(value))) {}  // NOLINT
-  Rare(std::optional<T> value) {                                   // NOLINT
+  BoxedOptional() = default;
+  BoxedOptional(std::nullopt_t) {}  // NOLINT(google-explicit-constructor): as std::optional
+  BoxedOptional(T value) : held_(std::make_unique<T>(std::move(value))) {}  // NOLINT
+  BoxedOptional(std::optional<T> value) {                                   // NOLINT
     if (value) held_ = std::make_unique<T>(*std::move(value));
   }
-  Rare(const Rare& other) : held_(other.held_ ? std::make_unique<T>(*other.held_) : nullptr) {}
-  Rare(Rare&&) noexcept = default;
-  Rare& operator=(Rare other) noexcept {
+  BoxedOptional(const BoxedOptional& other)
+      : held_(other.held_ ? std::make_unique<T>(*other.held_) : nullptr) {}
+  BoxedOptional(BoxedOptional&&) noexcept = default;
+  BoxedOptional& operator=(BoxedOptional other) noexcept {
     held_ = std::move(other.held_);
     return *this;
   }
-  ~Rare() = default;
+  ~BoxedOptional() = default;
 
   operator std::optional<T>() const {  // NOLINT(google-explicit-constructor)
     return held_ ? std::optional<T>(*held_) : std::nullopt;
@@ -40,7 +41,7 @@ class Rare {
   T* operator->() { return held_.get(); }
   const T* operator->() const { return held_.get(); }
 
-  friend bool operator==(const Rare& a, const Rare& b) {
+  friend bool operator==(const BoxedOptional& a, const BoxedOptional& b) {
     return a.held_ && b.held_ ? *a.held_ == *b.held_ : a.held_ == b.held_;
   }
 

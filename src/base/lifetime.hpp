@@ -8,15 +8,15 @@
 
 namespace vantorel {
 
-/// Guards replies that come later: a guarded callable does nothing once its `Alive` is gone or
+/// Guards replies that come later: a guarded callable does nothing once its `Lifetime` is gone or
 /// has been renewed. A member declared last in its class, it dies first. Lives on one runner, and
 /// guarded callables are called on that runner: both are checked, which holds the classes that have
 /// one to their runners.
-class Alive {
+class Lifetime {
  public:
-  Alive() = default;
-  Alive(const Alive&) = delete;
-  Alive& operator=(const Alive&) = delete;
+  Lifetime() = default;
+  Lifetime(const Lifetime&) = delete;
+  Lifetime& operator=(const Lifetime&) = delete;
 
   /// Turns away every callable guarded so far.
   void renew() {
