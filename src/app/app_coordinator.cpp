@@ -243,6 +243,9 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
 }
 
 void AppCoordinator::undoRecentDelete() {
+  if (!services_.library.deletion().pendingUndo()) {
+    return services_.alerts.notify("Nothing to undo", "A deletion can be undone for 8 seconds.");
+  }
   services_.library.deletion().undo(lifetime_.guard([this](const UndoOutcome& outcome) {
     if (outcome.indexNotSaved) {
       services_.alerts.notify("History couldn't be saved", *outcome.indexNotSaved);
@@ -278,8 +281,7 @@ void AppCoordinator::sayThatItRuns() {
 void AppCoordinator::followPreviousArea() {
   previousArea_.onChange(lifetime_.guard([this] { menuChanged(); }));
   previousArea_.setRegion(services_.settings.values().rememberedRegion);
-  settingsObservation_ = services_.settings.observe([this](std::string_view key) {
-    if (key != "rememberedRegion") return;
+  settingsObservation_ = services_.settings.observe(&SettingsValues::rememberedRegion, [this] {
     previousArea_.setRegion(services_.settings.values().rememberedRegion);
   });
   const auto readDisplays = [this] {

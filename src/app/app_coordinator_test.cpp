@@ -506,6 +506,9 @@ TEST_F(AppCoordinatorTest, AStuckServiceIsGivenUpAndItsLateAnswerDiscarded) {
 }
 
 TEST_F(AppCoordinatorTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
+  run->begin({.kind = Kind::window});
+  EXPECT_EQ(run->words(0), "There is no window to capture.");
+  run->replies.clear();
   run->settings->set(&SettingsValues::hideDesktopIconsWhileCapturing, true);
   run->begin({.kind = Kind::area});
   ASSERT_TRUE(run->overlay.request);
@@ -883,6 +886,8 @@ TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
   run->runners.run();
   EXPECT_NE(run->store->find(entry->id), nullptr);
   EXPECT_FALSE(undo().isEnabled);
+  run->app->perform(*findDesktopCommand("UndoRecentDelete"));
+  EXPECT_THAT(run->alerts.notices.back(), HasSubstr("Nothing to undo: "));
 }
 
 }  // namespace

@@ -3,10 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 
 #include "app/records/hot_key_text.hpp"
+#include "base/check.hpp"
+#include "base/json_record.hpp"
 
 namespace vantorel {
 namespace {
@@ -17,34 +18,6 @@ constexpr std::chrono::seconds bindingBound{2};
 
 constexpr const char* refusedKeysTitle = "Keys that don't work";
 
-/// Where the settings hold a command's key, and how they say that it changed.
-struct KeySetting {
-  ShortcutID id;
-  std::optional<HotKeySpec> SettingsValues::* key;
-  std::function<void()> SettingsStore::* onChange;
-};
-
-using Values = SettingsValues;
-using Store = SettingsStore;
-constexpr auto keySettings = std::to_array<KeySetting>({
-    {ShortcutID::radialMenu, &Values::radialMenuHotKey, &Store::onRadialMenuHotKeyChange},
-    {ShortcutID::capture, &Values::captureHotKey, &Store::onHotKeyChange},
-    {ShortcutID::previousArea, &Values::previousAreaHotKey, &Store::onPreviousAreaHotKeyChange},
-    {ShortcutID::captureText, &Values::captureTextHotKey, &Store::onCaptureTextHotKeyChange},
-    {ShortcutID::fullscreen, &Values::fullscreenHotKey, &Store::onFullscreenHotKeyChange},
-    {ShortcutID::window, &Values::windowHotKey, &Store::onWindowHotKeyChange},
-    {ShortcutID::history, &Values::historyHotKey, &Store::onHistoryHotKeyChange},
-    {ShortcutID::openClipboard, &Values::openClipboardHotKey, &Store::onOpenClipboardHotKeyChange},
-    {ShortcutID::copyRecent1, &Values::copyRecentHotKey, &Store::onCopyRecentHotKeyChange},
-    {ShortcutID::record, &Values::recordHotKey, &Store::onRecordHotKeyChange},
-    {ShortcutID::zoom, &Values::zoomHotKey, &Store::onZoomHotKeyChange},
-    {ShortcutID::recordInStudio, &Values::recordInStudioHotKey,
-     &Store::onRecordInStudioHotKeyChange},
-    {ShortcutID::scroll, &Values::scrollHotKey, &Store::onScrollHotKeyChange},
-    {ShortcutID::comparison, &Values::comparisonHotKey, &Store::onComparisonHotKeyChange},
-    {ShortcutID::timedCapture, &Values::timedCaptureHotKey, &Store::onTimedCaptureHotKeyChange},
-});
-
 /// The command whose setting `id` follows.
 ShortcutID leaderOf(ShortcutID id) { return recentNumber(id) ? ShortcutID::copyRecent1 : id; }
 
@@ -54,10 +27,12 @@ CommandKeys::CommandKeys(Services services)
     : services_(std::move(services)), registry_(services_.hotKeys, services_.main) {}
 
 std::optional<HotKeySpec> CommandKeys::keyOf(ShortcutID id) const {
-  const auto setting = std::ranges::find(keySettings, leaderOf(id), &KeySetting::id);
-  const std::optional<HotKeySpec>& key = services_.settings.values().*setting->key;
+  const auto stored = services_.settings.get(settingsKey(leaderOf(id)));
+  VT_CHECK(stored.has_value());
+  const auto key = json::fromText<HotKeySpec>(json::toText(*stored));
+  if (!key) return std::nullopt;
   const auto number = recentNumber(id);
-  return key && number ? copyRecentBinding(*key, *number) : key;
+  return number ? copyRecentBinding(*key, *number) : *key;
 }
 
 void CommandKeys::bindCommand(ShortcutID id) {
@@ -76,14 +51,13 @@ void CommandKeys::bind() {
     refusedChanged_.renew();
     services_.main->postAfter(afterBinding, refusedChanged_.guard([this] { reportRefused(); }));
   };
-  for (const KeySetting& setting : keySettings) {
-    const auto rebind = [this, leader = setting.id] {
+  for (const auto& entry : enumNames<ShortcutID>) bindCommand(entry.value);
+  for (const ShortcutInfo& info : shortcutTable) {
+    services_.settings.onChange(info.settingsKey) = lifetime_.guard([this, leader = info.id] {
       for (const auto& entry : enumNames<ShortcutID>) {
         if (leaderOf(entry.value) == leader) bindCommand(entry.value);
       }
-    };
-    rebind();
-    services_.settings.*setting.onChange = lifetime_.guard(rebind);
+    });
   }
 }
 

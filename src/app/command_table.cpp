@@ -27,7 +27,7 @@ std::optional<std::string> noPreviousArea(AppCoordinator& app) {
 
 std::optional<std::string> noDeletion(AppCoordinator& app) {
   if (app.library().deletion().pendingUndo()) return std::nullopt;
-  return "There is nothing to undo.";
+  return "There is nothing to undo: a deletion can be undone for 8 seconds.";
 }
 
 std::vector<DesktopCommand> build() {

@@ -41,9 +41,8 @@ std::string refusal(const Failure& failure) {
 
 void LibraryMove::followSetting() {
   storageFolder_ = services_.settings->values().storageDirectory;
-  observation_ = services_.settings->observe([this](std::string_view key) {
-    if (key == "storageDirectory") settingChanged();
-  });
+  observation_ =
+      services_.settings->observe(&SettingsValues::storageDirectory, [this] { settingChanged(); });
 }
 
 void LibraryMove::settingChanged() {

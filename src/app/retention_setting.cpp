@@ -17,8 +17,7 @@ void RetentionSetting::follow() {
   services_.retention.onQuestion =
       lifetime_.guard([this](std::size_t count, RetentionPolicy policy) { ask(count, policy); });
   services_.retention.setPolicy(services_.settings.values().retentionDays);
-  observation_ = services_.settings.observe([this](std::string_view key) {
-    if (key != "retentionDays") return;
+  observation_ = services_.settings.observe(&SettingsValues::retentionDays, [this] {
     // This choice overtakes the one that was asked about.
     services_.alerts.dismiss(question_);
     services_.retention.setPolicy(services_.settings.values().retentionDays);

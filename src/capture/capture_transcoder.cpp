@@ -54,7 +54,8 @@ std::string sentence(const TranscodeFailure& failure) {
       return fmt::format("the capture would be larger as {} ({}), so it stays as it is",
                          displayName(failure.format), failure.reason);
     case Case::encodeRefused:
-      return "Couldn't save the screenshot: the capture couldn't be encoded.";
+      return "Couldn't save the screenshot: the capture couldn't be encoded." +
+             (failure.reason.empty() ? "" : " (" + failure.reason + ")");
   }
   std::unreachable();
 }

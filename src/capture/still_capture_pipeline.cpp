@@ -51,6 +51,7 @@ std::string sentence(CaptureRefusal refusal) {
       return "No display has that id. \"vantorel displays\" lists them.";
     case CaptureRefusal::unknownWindow:
       return "No window on screen has that id. \"vantorel windows\" lists them.";
+    case CaptureRefusal::noWindows: return "There is no window to capture.";
     case CaptureRefusal::unreadableArea:
       return "Couldn't read that area. It lies outside the display.";
   }
@@ -219,6 +220,10 @@ void StillCapturePipeline::choose() {
       [windows = services_.windows](auto reply) { windows->windows(std::move(reply)); },
       lifetime_.guard([this](std::optional<Windows> answer) {
         if (answer && *answer) run_->windows = std::move(**answer);
+        if (run_->request.mode == CaptureMode::window && answer && *answer &&
+            run_->windows.empty()) {
+          return finish(CaptureRefusal::noWindows);
+        }
         if (run_->backend.hidesDesktopIcons && services_.iconCover) {
           run_->coverHold.emplace(
               DesktopIconCover::hold(services_.iconCover, lifetime_.guard([this] { freeze(0); })));

@@ -37,6 +37,7 @@ enum class CaptureRefusal {
   previousAreaGeometryChanged,
   unknownDisplay,
   unknownWindow,
+  noWindows,
   unreadableArea,
 };
 

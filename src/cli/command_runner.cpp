@@ -30,6 +30,7 @@ ExitStatus statusOf(CaptureRefusal refusal) {
     case CaptureRefusal::previousAreaGeometryChanged:
     case CaptureRefusal::unknownDisplay:
     case CaptureRefusal::unknownWindow:
+    case CaptureRefusal::noWindows:
     case CaptureRefusal::unreadableArea: return ExitStatus::failed;
   }
   std::unreachable();

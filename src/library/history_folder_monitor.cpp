@@ -278,13 +278,14 @@ void HistoryFolderMonitor::keepDeparted(std::vector<PlacedEntry> departed) {
 void HistoryFolderMonitor::hearMove(const std::string& path, const FolderEvent& event) {
   if (event.move == 0) return;
   if (event.kind == FolderEvent::Kind::disappeared) {
-    if (isNamed(path)) {
-      movedFrom_[event.move] = path;
-      return;
-    }
     const auto earlier = std::ranges::find(
         heard_.moves, path, [](const auto& move) -> const auto& { return move.second; });
-    if (earlier != heard_.moves.end()) movedFrom_[event.move] = earlier->first;
+    if (earlier != heard_.moves.end()) {
+      movedFrom_[event.move] = earlier->first;
+    } else if (isNamed(path) && !heard_.moves.contains(path)) {
+      // What goes after the entry's file has gone is what somebody put in its place.
+      movedFrom_[event.move] = path;
+    }
     return;
   }
   const auto from = movedFrom_.find(event.move);

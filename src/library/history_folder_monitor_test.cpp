@@ -184,6 +184,16 @@ TEST_F(HistoryFolderMonitorTest, WhatIsRenamedKeepsItsEntryAndWhatComesBackGetsI
   runners.advance(2s);
   EXPECT_EQ(pathOf("c"), "/captures/c.png");
 
+  // Another file gets the name, and goes on in its turn.
+  move("/captures/b.png", "/captures/b mine.png");
+  files.put("/captures/b.png", "a stranger's pixels");
+  watcher.happen("/captures", Kind::appeared, "b.png");
+  move("/captures/b.png", "/captures/b other.png");
+  runners.advance(2s);
+  EXPECT_EQ(pathOf("b"), "/captures/b mine.png");
+  move("/captures/b mine.png", "/captures/b.png");
+  runners.advance(2s);
+
   // Out of all folders, and back under another name; the entry has its old place.
   move("/captures/b.png", "/elsewhere/b.png");
   runners.advance(20s);

@@ -10,30 +10,6 @@
 namespace vantorel {
 namespace {
 
-using Callback = std::function<void()> SettingsStore::*;
-
-constexpr auto callbacks = std::to_array<std::pair<std::string_view, Callback>>({
-    {"captureHotKey", &SettingsStore::onHotKeyChange},
-    {"historyHotKey", &SettingsStore::onHistoryHotKeyChange},
-    {"recordHotKey", &SettingsStore::onRecordHotKeyChange},
-    {"zoomHotKey", &SettingsStore::onZoomHotKeyChange},
-    {"scrollHotKey", &SettingsStore::onScrollHotKeyChange},
-    {"windowHotKey", &SettingsStore::onWindowHotKeyChange},
-    {"fullscreenHotKey", &SettingsStore::onFullscreenHotKeyChange},
-    {"comparisonHotKey", &SettingsStore::onComparisonHotKeyChange},
-    {"timedCaptureHotKey", &SettingsStore::onTimedCaptureHotKeyChange},
-    {"previousAreaHotKey", &SettingsStore::onPreviousAreaHotKeyChange},
-    {"captureTextHotKey", &SettingsStore::onCaptureTextHotKeyChange},
-    {"openClipboardHotKey", &SettingsStore::onOpenClipboardHotKeyChange},
-    {"radialMenuHotKey", &SettingsStore::onRadialMenuHotKeyChange},
-    {"recordInStudioHotKey", &SettingsStore::onRecordInStudioHotKeyChange},
-    {"copyRecentHotKey", &SettingsStore::onCopyRecentHotKeyChange},
-    {"showMenuBarIcon", &SettingsStore::onShowMenuBarIconChange},
-    {"activeCollectionID", &SettingsStore::onActiveCollectionChange},
-    {"mcpEnabled", &SettingsStore::onMCPSettingsChange},
-    {"mcpPort", &SettingsStore::onMCPSettingsChange},
-});
-
 std::unexpected<Failure> unknownKey(std::string_view key) {
   return failed(FailureKind::notFound, fmt::format("there is no setting called \"{}\"", key));
 }
@@ -87,11 +63,11 @@ void SettingsStore::reload(const Setting& setting) {
 }
 
 void SettingsStore::announce(std::string_view key) {
-  const auto found =
-      std::ranges::find(callbacks, key, &std::pair<std::string_view, Callback>::first);
-  if (found != callbacks.end()) {
-    if (const std::function<void()> callback = this->*found->second) callback();
+  const auto found = listeners_.find(key);
+  if (found != listeners_.end()) {
+    if (const std::function<void()> listener = found->second) listener();
   }
+  if (key == "mcpPort" && onMCPSettingsChange) onMCPSettingsChange();
   observers_.notify(key);
 }
 

@@ -18,6 +18,8 @@ namespace vantorel {
 /// Every preference of the user. Reads all keys once when it is built; later changes are written
 /// back under the same key, and changes made by other processes come in. Lives on the main runner.
 class SettingsStore {
+  std::map<std::string, std::function<void()>, std::less<>> listeners_;  // by key
+
  public:
   /// `defaults` are the values of absent keys: the initialisers of `SettingsValues`, completed
   /// with the folders of this user.
@@ -38,9 +40,7 @@ class SettingsStore {
   void set(T SettingsValues::* member, std::type_identity_t<T> value) {
     SettingsValues changed = values_;
     changed.*member = std::move(value);
-    const auto place = static_cast<std::size_t>(reinterpret_cast<const char*>(&(changed.*member)) -
-                                                reinterpret_cast<const char*>(&changed));
-    put(settingAt(place), changed);
+    put(settingAt(placeOf(member)), changed);
   }
 
   /// Called with the key after each change, whoever made it.
@@ -48,26 +48,41 @@ class SettingsStore {
     return observers_.add(std::move(observer));
   }
 
-  // One listener each, called after the setting changed and before the observers.
-  std::function<void()> onHotKeyChange;
-  std::function<void()> onHistoryHotKeyChange;
-  std::function<void()> onRecordHotKeyChange;
-  std::function<void()> onZoomHotKeyChange;
-  std::function<void()> onScrollHotKeyChange;
-  std::function<void()> onWindowHotKeyChange;
-  std::function<void()> onFullscreenHotKeyChange;
-  std::function<void()> onComparisonHotKeyChange;
-  std::function<void()> onTimedCaptureHotKeyChange;
-  std::function<void()> onPreviousAreaHotKeyChange;
-  std::function<void()> onCaptureTextHotKeyChange;
-  std::function<void()> onOpenClipboardHotKeyChange;
-  std::function<void()> onRadialMenuHotKeyChange;
-  std::function<void()> onRecordInStudioHotKeyChange;
-  std::function<void()> onCopyRecentHotKeyChange;
-  std::function<void()> onShowMenuBarIconChange;
-  std::function<void()> onActiveCollectionChange;
+  /// Called after each change of that setting alone.
+  ///
+  ///     observation_ = settings.observe(&SettingsValues::playSounds, [this] { ... });
+  template <class T>
+  Observation observe(T SettingsValues::* member, std::function<void()> observer) {
+    return observe([key = settingAt(placeOf(member)).key,
+                    observer = std::move(observer)](std::string_view changed) {
+      if (changed == key) observer();
+    });
+  }
+
+  /// The one listener of that key, called after the setting changed and before the observers.
+  [[nodiscard]] std::function<void()>& onChange(std::string_view key) {
+    return listeners_[std::string(key)];
+  }
+
+  std::function<void()>& onHotKeyChange = onChange("captureHotKey");
+  std::function<void()>& onHistoryHotKeyChange = onChange("historyHotKey");
+  std::function<void()>& onRecordHotKeyChange = onChange("recordHotKey");
+  std::function<void()>& onZoomHotKeyChange = onChange("zoomHotKey");
+  std::function<void()>& onScrollHotKeyChange = onChange("scrollHotKey");
+  std::function<void()>& onWindowHotKeyChange = onChange("windowHotKey");
+  std::function<void()>& onFullscreenHotKeyChange = onChange("fullscreenHotKey");
+  std::function<void()>& onComparisonHotKeyChange = onChange("comparisonHotKey");
+  std::function<void()>& onTimedCaptureHotKeyChange = onChange("timedCaptureHotKey");
+  std::function<void()>& onPreviousAreaHotKeyChange = onChange("previousAreaHotKey");
+  std::function<void()>& onCaptureTextHotKeyChange = onChange("captureTextHotKey");
+  std::function<void()>& onOpenClipboardHotKeyChange = onChange("openClipboardHotKey");
+  std::function<void()>& onRadialMenuHotKeyChange = onChange("radialMenuHotKey");
+  std::function<void()>& onRecordInStudioHotKeyChange = onChange("recordInStudioHotKey");
+  std::function<void()>& onCopyRecentHotKeyChange = onChange("copyRecentHotKey");
+  std::function<void()>& onShowMenuBarIconChange = onChange("showMenuBarIcon");
+  std::function<void()>& onActiveCollectionChange = onChange("activeCollectionID");
   /// For "mcpEnabled" and "mcpPort".
-  std::function<void()> onMCPSettingsChange;
+  std::function<void()>& onMCPSettingsChange = onChange("mcpEnabled");
 
   /// Switches starting at login off; called by `resetAll`.
   std::function<void()> switchOffStartAtLogin;
@@ -92,6 +107,12 @@ class SettingsStore {
   void flush(std::move_only_function<void(Result<void>)> done) { store_.flush(std::move(done)); }
 
  private:
+  template <class T>
+  [[nodiscard]] static std::size_t placeOf(T SettingsValues::* member) {
+    static const SettingsValues values;
+    return static_cast<std::size_t>(reinterpret_cast<const char*>(&(values.*member)) -
+                                    reinterpret_cast<const char*>(&values));
+  }
   [[nodiscard]] static const Setting& settingAt(std::size_t place);
   void put(const Setting& setting, const SettingsValues& changed);
   void reload(const Setting& setting);

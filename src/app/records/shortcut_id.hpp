@@ -64,6 +64,32 @@ inline constexpr auto enumNames<ShortcutID> = std::to_array<EnumName<ShortcutID>
     {ShortcutID::copyRecent10, "copyRecent10"},
 });
 
+/// What a key of its own needs beside the command.
+struct ShortcutInfo {
+  ShortcutID id;
+  std::string_view title;        ///< in Settings and Help
+  std::string_view settingsKey;  ///< of the setting that holds the binding
+};
+
+/// The later copy-recent commands have neither: theirs follow from the first one's.
+inline constexpr auto shortcutTable = std::to_array<ShortcutInfo>({
+    {ShortcutID::radialMenu, "Open capture menu", "radialMenuHotKey"},
+    {ShortcutID::capture, "Capture", "captureHotKey"},
+    {ShortcutID::previousArea, "Capture previous area", "previousAreaHotKey"},
+    {ShortcutID::captureText, "Capture text", "captureTextHotKey"},
+    {ShortcutID::fullscreen, "Capture main display", "fullscreenHotKey"},
+    {ShortcutID::window, "Capture window", "windowHotKey"},
+    {ShortcutID::history, "Open History", "historyHotKey"},
+    {ShortcutID::openClipboard, "Open clipboard image", "openClipboardHotKey"},
+    {ShortcutID::copyRecent1, "Copy recent capture 1", "copyRecentHotKey"},
+    {ShortcutID::record, "Record screen", "recordHotKey"},
+    {ShortcutID::zoom, "Zoom", "zoomHotKey"},
+    {ShortcutID::recordInStudio, "Record in Studio", "recordInStudioHotKey"},
+    {ShortcutID::scroll, "Scrolling capture", "scrollHotKey"},
+    {ShortcutID::comparison, "Side-by-side comparison", "comparisonHotKey"},
+    {ShortcutID::timedCapture, "Capture with self-timer", "timedCaptureHotKey"},
+});
+
 /// The title shown in Settings and Help.
 [[nodiscard]] std::string title(ShortcutID id);
 

@@ -130,7 +130,7 @@ void DesktopCover::show(std::function<void()> painted) {
     if (!isPainted() && --left > 0) return;
     poll->stop();
     native_display::whenShown(reply_.get(), [this] {
-      for (const auto& painted : std::exchange(waiting_, {})) painted();
+      for (const auto& waiting : std::exchange(waiting_, {})) waiting();
     });
   });
   poll->start();
