@@ -13,6 +13,10 @@
 namespace vantorel {
 namespace {
 
+constexpr const char* unreadRemark =
+    "Some of the capture's annotations can't be read by this version of Vantorel; they are kept, "
+    "and not listed here.";
+
 /// A document of more bytes is a mistake: the largest sensible ones have some megabytes.
 constexpr std::uint64_t maximumDocumentBytes = 256'000'000;
 
@@ -215,23 +219,25 @@ void CaptureAnnotator::store(const std::string& id, const EditorDocument& docume
   }));
 }
 
-void CaptureAnnotator::document(const std::string& name, Done<EditorDocument> done) {
+void CaptureAnnotator::document(const std::string& name, Done<Annotations> done) {
   whenReady([this, name, done = std::move(done)] {
     const auto named = picture(name);
     if (!named) return done(std::unexpected(named.error()));
     auto claimed = services_->library->claim((*named)->id, EntryWork::reading);
     if (!claimed) return done(std::unexpected(sentence(claimed.error())));
-    const Done<EditorDocument> finished = releasing(*std::move(claimed), done);
-    findFile<EditorDocument>((*named)->id, finished, [this, finished](const EntryPointer& entry) {
-      work<Answer<EditorDocument>>(
-          [entry](const Services& with) -> Answer<EditorDocument> {
+    const Done<Annotations> finished = releasing(*std::move(claimed), done);
+    findFile<Annotations>((*named)->id, finished, [this, finished](const EntryPointer& entry) {
+      work<Answer<Annotations>>(
+          [entry](const Services& with) -> Answer<Annotations> {
+            const std::string remark = hasUnreadAnnotations(*entry) ? unreadRemark : "";
             const auto capture = with.codec->pixelSize(*with.files, entry->path);
-            if (capture) return documentOf(*entry, *capture);
+            if (capture) return Annotations{documentOf(*entry, *capture), remark};
             // What was drawn is worth having even when the picture is gone.
             if (!entry->pixelWidth || !entry->pixelHeight) {
               return unreadable(*with.files, *entry, capture.error());
             }
-            return documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight});
+            return Annotations{documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight}),
+                               remark};
           },
           finished);
     });
@@ -246,6 +252,11 @@ void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
     }
     const auto named = picture(capture->name);
     if (!named) return done(std::unexpected(named.error()));
+    if (!drawing.document && hasUnreadAnnotations(**named)) {
+      return done(std::unexpected(
+          "The capture has annotations that this version of Vantorel can't read. Without them what "
+          "they cover would show, so it isn't drawn."));
+    }
     auto claimed = services_->library->claim((*named)->id, EntryWork::exporting);
     if (!claimed) return done(std::unexpected(sentence(claimed.error())));
     const Done<Path> finished = releasing(*std::move(claimed), done);

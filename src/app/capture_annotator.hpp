@@ -57,8 +57,13 @@ class CaptureAnnotator {
   /// `done` comes when the change is safe on disk.
   void apply(const std::string& name, const Path& document, Done<EntryPointer> done);
 
-  /// The capture's annotations.
-  void document(const std::string& name, Done<EditorDocument> done);
+  struct Annotations {
+    EditorDocument document;
+    std::string remark{};  ///< a sentence on what of them is not in it; mostly empty
+  };
+
+  /// The capture's annotations, as far as this version can read them.
+  void document(const std::string& name, Done<Annotations> done);
 
   /// What is drawn, and where to.
   struct Drawing {
@@ -74,6 +79,8 @@ class CaptureAnnotator {
     ExportFormat format = ExportFormat::png;
   };
 
+  /// A capture is refused that has annotations of its own which this version cannot read: what
+  /// they cover would show.
   void draw(const Drawing& drawing, Done<Path> done);
 
  private:

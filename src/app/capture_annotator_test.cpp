@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/json_record.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
@@ -220,6 +221,24 @@ TEST_F(CaptureAnnotatorTest, GoneBeforeTheAnswerItAnswersNobody) {
   runners->run();
   EXPECT_EQ(answer, "waiting");
   EXPECT_TRUE(store.find("a")->shapes.empty());
+}
+
+TEST_F(CaptureAnnotatorTest, WhatANewerVersionCoversIsNotShown) {
+  runners->run();
+  auto entry = json::fromText<ScreenshotEntry>(
+      R"({"id":"a","capturedAt":1,"path":"/captures/a.png","shapes":[{"type":"redactEllipse"}]})");
+  ASSERT_TRUE(entry.has_value());
+  ASSERT_TRUE(store.add(*entry).has_value());
+  CaptureAnnotator::Drawing drawing{.base = CaptureAnnotator::Drawing::Capture{"a"},
+                                    .document = std::nullopt,
+                                    .output = "/out/a.png"};
+  EXPECT_THAT(draw(drawing), HasSubstr("it isn't drawn"));
+  EXPECT_FALSE(files->disk.contains("/out/a.png"));
+  std::string remark;
+  annotator->document("a", [&](auto found) { remark = found->remark; });
+  runners->run();
+  EXPECT_THAT(remark, HasSubstr("can't be read by this version"));
+  expectQuiet();
 }
 
 }  // namespace

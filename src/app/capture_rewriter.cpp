@@ -104,10 +104,10 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
   if (before.medium != CaptureMedium::image) {
     return done(std::unexpected("Only pictures can be converted or compressed."));
   }
-  const bool isOfNewerBuild = !before.unreadShapes.isEmpty() || !before.unreadLayers.isEmpty();
-  if (change.downscaleTo1x && isOfNewerBuild) {
+  // They could neither be scaled, nor could what they cover be blanked.
+  if (hasUnreadAnnotations(before)) {
     return done(std::unexpected(
-        "The capture can't be scaled down: it has annotations of a newer version."));
+        "The capture can't be changed: it has annotations that this version can't read."));
   }
   if (services_.surfaces->editors.isOpen(before.id)) {
     return done(std::unexpected("The capture can't be changed: close Annotate first."));

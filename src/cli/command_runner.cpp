@@ -454,9 +454,11 @@ void CommandRunner::annotate(const command::Annotate& what, bool json, Done done
     return;
   }
   services_.annotator->document(
-      what.entryID, [shared](CaptureAnnotator::Answer<EditorDocument> document) {
-        (*shared)(document ? CommandReply{ExitStatus::done, json::toText(*document) + "\n", {}}
-                           : failedReply(std::move(document.error())));
+      what.entryID, [shared](CaptureAnnotator::Answer<CaptureAnnotator::Annotations> found) {
+        if (!found) return (*shared)(failedReply(std::move(found.error())));
+        CommandReply reply{ExitStatus::done, json::toText(found->document) + "\n", {}};
+        if (!found->remark.empty()) reply.error = found->remark + "\n";
+        (*shared)(std::move(reply));
       });
 }
 

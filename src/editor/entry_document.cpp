@@ -360,4 +360,8 @@ Result<Image> readPictureFile(const Path& path, int frameIndex, const Files& fil
   return codec.decode(VT_TRY(files.read(path, maximumFileBytes)), frameIndex);
 }
 
+bool hasUnreadAnnotations(const ScreenshotEntry& entry) {
+  return !entry.unreadShapes.isEmpty() || !entry.unreadLayers.isEmpty();
+}
+
 }  // namespace vantorel

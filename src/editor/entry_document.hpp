@@ -42,4 +42,8 @@ void followPictureSize(ScreenshotEntry& entry, PixelSize size);
 [[nodiscard]] Result<Image> readPictureFile(const Path& path, int frameIndex, const Files& files,
                                             const ImageCodec& codec);
 
+/// Whether the entry has annotations of a newer version, or damaged ones: they are kept, but nobody
+/// knows what they draw or cover.
+[[nodiscard]] bool hasUnreadAnnotations(const ScreenshotEntry& entry);
+
 }  // namespace vantorel

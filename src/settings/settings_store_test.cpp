@@ -49,6 +49,7 @@ TEST(SettingsStoreTest, EachSettingKeepsItsReadingRule) {
       {"storageDirectory", parsed(R"("relative")")},
       {"captureHotKey", parsed("null")},
       {"windowHotKey", parsed(R"({"keyCode":-1,"carbonModifiers":0})")},
+      {"fullscreenHotKey", parsed(R"({"keyCode":107,"carbonModifiers":0})")},
       {"historyHotKey", parsed(R"({"keyCode":104,"carbonModifiers":256})")},
       {"editorToolStyles", parsed(R"({"pen":{"color":"#000000","widthIdx":1},"text":"bad"})")}};
   values = SettingsStore(stored, defaults()).values();
@@ -66,6 +67,7 @@ TEST(SettingsStoreTest, EachSettingKeepsItsReadingRule) {
   EXPECT_EQ(values.storageDirectory, defaults().storageDirectory);
   EXPECT_EQ(values.captureHotKey, std::nullopt) << "taken away by the user";
   EXPECT_EQ(values.windowHotKey, defaults().windowHotKey);
+  EXPECT_EQ(values.fullscreenHotKey, defaults().fullscreenHotKey) << "a letter alone writes";
   EXPECT_EQ(values.historyHotKey, (HotKeySpec{104, HotKeySpec::command}));
   EXPECT_EQ(values.editorToolStyles.size(), 1U);
 }

@@ -324,7 +324,8 @@ class Table {
                         SettingsValues& values) {
       const auto found = stored ? decoded<HotKeySpec>(*stored) : std::nullopt;
       const bool taken = stored && isNone(*stored);
-      values.*member = taken ? std::nullopt : found ? found : defaults.*member;
+      const bool isUsable = found && !isForTyping(*found);
+      values.*member = taken ? std::nullopt : isUsable ? found : defaults.*member;
     };
     row.store = [member](const SettingsValues& values) {
       return values.*member ? encoded(*(values.*member)) : JSONValue{nullptr};
