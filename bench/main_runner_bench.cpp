@@ -15,10 +15,10 @@
 #include "base/check.hpp"
 #include "base/log.hpp"
 #include "cli/library_command.hpp"
-#include "cli/library_verify.hpp"
 #include "library/history_folder_monitor.hpp"
 #include "library/history_reachability.hpp"
 #include "library/library.hpp"
+#include "library/library_repair.hpp"
 #include "platform/linux/inotify_watcher.hpp"
 #include "platform/linux/linux_clock.hpp"
 #include "platform/linux/linux_image_codec.hpp"
@@ -82,21 +82,20 @@ struct Tray {
                  .moves = queues.queue("library"),
                  .userID = ::geteuid()},
                 {root / "data", root / "cache"}),
-        verify({.main = main,
+        repair({.main = main,
                 .work = queues.queue("library"),
                 .files = files,
                 .codec = codec,
                 .clock = clock,
                 .trash = &trash,
                 .library = &library,
-                .captureFolders = [root] { return std::vector<Path>{root / "captures"}; },
-                .recoverStaged = [](const std::function<void()>& done) { done(); }}),
+                .captureFolders = [root] { return std::vector<Path>{root / "captures"}; }}),
         commands({.main = main,
                   .work = queues.queue("library"),
                   .files = files,
                   .clock = clock,
                   .library = &library,
-                  .verify = &verify,
+                  .repair = &repair,
                   .move = nullptr}) {}
 
   double run(command::Library what) {
@@ -151,7 +150,7 @@ struct Tray {
   }};
   MountTableWatcher mounts;
   Library library;
-  LibraryVerify verify;
+  LibraryRepair repair;
   LibraryCommands commands;
   std::unique_ptr<HistoryReachability> reachability;
   std::unique_ptr<HistoryFolderMonitor> monitor;

@@ -10,6 +10,7 @@
 #include "base/random_id.hpp"
 #include "base/time_text.hpp"
 #include "capture/bounded_run.hpp"
+#include "cli/library_report_text.hpp"
 #include "library/entry_filter.hpp"
 #include "library/file_reach.hpp"
 #include "library/gone_entries.hpp"
@@ -273,9 +274,7 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
     case Verb::prune: return prune(what.forgetsReplaced, json, running, std::move(done));
     case Verb::collections: return collections(json, std::move(done));
     case Verb::relocate: break;
-    case Verb::verify:
-      return services_.verify->run(what.repairs, json, {running, &running->flag.stopped},
-                                   running->show, std::move(done));
+    case Verb::verify: return verify(what.repairs, json, running, std::move(done));
   }
   std::unreachable();
 }
@@ -533,6 +532,29 @@ void LibraryCommands::relocate(const Path& folder, bool json, const RunningPoint
                          });
 }
 
+CheckProgress LibraryCommands::progressOf(RunningPointer running) {
+  return [running = std::move(running)](std::size_t at, std::size_t total) {
+    if (running->show && (at % 100 == 0 || at + 1 == total)) {
+      running->show({at + 1, total, "captures"});
+    }
+    return !running->flag.stopped;
+  };
+}
+
+void LibraryCommands::verify(bool repairs, bool json, const RunningPointer& running,
+                             CommandDone done) {
+  auto answer = [this, json, done = std::move(done)](VerifyReport report) mutable {
+    // The lines of a large library hold the runner too long.
+    services_.work->post([report = std::move(report), json, main = services_.main,
+                          done = lifetime_.guard(std::move(done))]() mutable {
+      main->post([reply = replyTo(report, json), done = std::move(done)]() mutable {
+        done(std::move(reply));
+      });
+    });
+  };
+  services_.repair->run(repairs, progressOf(running), lifetime_.guard(std::move(answer)));
+}
+
 void LibraryCommands::prune(bool forgetsReplaced, bool json, const RunningPointer& running,
                             CommandDone done) {
   services_.work->post(
@@ -540,7 +562,7 @@ void LibraryCommands::prune(bool forgetsReplaced, bool json, const RunningPointe
        scope = FileLookScope{.entries = services_.library->store().entries(),
                              .unreadPaths = services_.library->store().unreadPaths(),
                              .paths = services_.library->store().paths()},
-       keepGoing = LibraryVerify::keepGoingUntil({running, &running->flag.stopped}, running->show),
+       keepGoing = progressOf(running),
        learn = lifetime_.guard([this](const std::vector<SeenFile>& files) {
          remember(services_.library->store(), files);
        }),

@@ -12,10 +12,9 @@
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
 #include "cli/library_options.hpp"
-#include "cli/library_verify.hpp"
 #include "library/file_reach.hpp"
 #include "library/library.hpp"
-#include "library/library_check.hpp"
+#include "library/library_repair.hpp"
 #include "platform/clock.hpp"
 #include "platform/files.hpp"
 
@@ -30,7 +29,7 @@ class LibraryCommands {
     std::shared_ptr<Files> files;
     std::shared_ptr<const Clock> clock;
     Library* library = nullptr;
-    LibraryVerify* verify = nullptr;
+    LibraryRepair* repair = nullptr;
     LibraryMove* move = nullptr;
   };
 
@@ -55,6 +54,9 @@ class LibraryCommands {
     ShowProgress show;
   };
   using RunningPointer = std::shared_ptr<Running>;
+
+  /// Shows each hundredth capture that a look has come to, and goes on until it is to stop.
+  [[nodiscard]] static CheckProgress progressOf(RunningPointer running);
 
   /// What was found out of the files of entries.
   struct Looked {
@@ -83,6 +85,7 @@ class LibraryCommands {
   void trash(const EntryList& entries, bool json, CommandDone done);
   void undo(bool json, CommandDone done);
   void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
+  void verify(bool repairs, bool json, const RunningPointer& running, CommandDone done);
   void prune(bool forgetsReplaced, bool json, const RunningPointer& running, CommandDone done);
   void relocate(const Path& folder, bool json, const RunningPointer& running, CommandDone done);
   [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;

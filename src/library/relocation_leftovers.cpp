@@ -4,9 +4,12 @@
 #include <cstdint>
 #include <iterator>
 #include <map>
+#include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/log.hpp"
 #include "base/path_text.hpp"
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
@@ -88,6 +91,33 @@ Result<void> RelocationLeftovers::write(Files& files, const LibraryPaths& paths)
     return files.replace(fileIn(paths), json::toText(stored), Privacy::ownerOnly);
   }
   return removeJournalFile(files, fileIn(paths));
+}
+
+std::vector<std::string> removeCopiesLeft(Files& files, Trash& trash, const LibraryPaths& paths,
+                                          const std::vector<RelocationJournal::Pair>& copies) {
+  std::vector<std::string> removed;
+  std::map<std::string_view, std::optional<std::string_view>> places;  // by where they moved to
+  for (const RelocationJournal::Pair& pair : copies) {
+    const bool isSpare = holdsAllOf(files, pair.newPath, pair.oldPath);
+    const bool hasGone = isSpare ? removeFile(files, pair.oldPath).has_value()
+                                 : trash.moveToTrash(pair.oldPath).has_value();
+    if (hasGone) removed.push_back(pair.oldPath);
+    places[pair.newPath] = hasGone ? std::nullopt : std::optional<std::string_view>(pair.oldPath);
+  }
+  RelocationLeftovers left = RelocationLeftovers::read(files, paths);
+  std::erase_if(left.copied, [&](const RelocationJournal::Pair& pair) {
+    const auto place = places.find(pair.newPath);
+    return place != places.end() && !place->second;
+  });
+  for (RelocationJournal::Pair& pair : left.copied) {
+    if (const auto place = places.find(pair.newPath); place != places.end()) {
+      pair.oldPath = *place->second;
+    }
+  }
+  if (const auto written = left.write(files, paths); !written) {
+    logWarning("History", "what was removed was not noted: {}", written.error().reason);
+  }
+  return removed;
 }
 
 }  // namespace vantorel

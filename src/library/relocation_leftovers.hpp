@@ -8,6 +8,7 @@
 #include "library/library_paths.hpp"
 #include "library/relocation_journal.hpp"
 #include "platform/files.hpp"
+#include "platform/trash.hpp"
 
 namespace vantorel {
 
@@ -39,5 +40,12 @@ struct RelocationLeftovers {
 
   bool operator==(const RelocationLeftovers&) const = default;
 };
+
+/// Removes what moved and stayed (`RelocationLeftovers::remaining`), and remembers what still does.
+/// What was changed since it moved is nowhere else: that goes to the Trash. Answers the paths of
+/// what has gone. Blocks; while no move runs.
+[[nodiscard]] std::vector<std::string> removeCopiesLeft(
+    Files& files, Trash& trash, const LibraryPaths& paths,
+    const std::vector<RelocationJournal::Pair>& copies);
 
 }  // namespace vantorel

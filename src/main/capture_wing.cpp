@@ -71,6 +71,12 @@ CaptureWing::CaptureWing(LibraryWing& theLibrary, std::function<void()> terminat
                .alerts = *desktop.alerts,
                .clipboard = [this] { return &desktop.clipboard(); }}),
       coordinator(coordinatorServices(*this, std::move(terminate))) {
+  libraryWing.repair.recoverStaged = [this](std::function<void()> done) {
+    captures.recoverStaged([done = std::move(done)](int) { done(); });
+  };
+  libraryWing.repair.whenStagingKnown = [this](std::function<void(const std::set<Path>&)> known) {
+    captures.whenStagingKnown(std::move(known));
+  };
   libraryWing.library.onLateOpening = [this] { captures.recoverStaged([](int) {}); };
 }
 

@@ -3,9 +3,7 @@
 #include <fmt/format.h>
 
 #include <utility>
-#include <vector>
 
-#include "library/whole_picture.hpp"
 #include "main/tray_lock.hpp"
 
 namespace vantorel {
@@ -21,37 +19,6 @@ void checkFile(DesktopWing& desktop, const Path& path, CommandRunner::Services::
         }
         main->post([usable = std::move(usable), done = std::move(done)] { done(usable); });
       });
-}
-
-LibraryVerify::Services verifying(CaptureWing& wing) {
-  DesktopWing& desktop = wing.desktop;
-  StillCaptures& captures = wing.captures;
-  Library& library = wing.libraryWing.library;
-  return {.main = desktop.main,
-          .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
-          .files = desktop.files,
-          .codec = desktop.codec,
-          .clock = desktop.clock,
-          .trash = &wing.libraryWing.trash,
-          .library = &library,
-          .captureFolders =
-              [&desktop] {
-                return std::vector<Path>{desktop.folders.captures,
-                                         desktop.settings.values().storageDirectory};
-              },
-          .recoverStaged =
-              [&captures](std::function<void()> done) {
-                captures.recoverStaged([done = std::move(done)](int) { done(); });
-              },
-          .whenStagingKnown =
-              [&captures](std::function<void(const std::set<Path>&)> known) {
-                captures.whenStagingKnown(std::move(known));
-              },
-          .filedPaths =
-              [staging = StagingFolder(desktop.files, library.paths().stagedCaptures())] {
-                return staging.filedPaths();
-              },
-          .isWholePicture = isWholePicture};
 }
 
 CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, EditorWing& editor) {
@@ -84,13 +51,12 @@ CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, Editor
 }  // namespace
 
 CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor)
-    : verify(verifying(captures)),
-      library({.main = captures.desktop.main,
+    : library({.main = captures.desktop.main,
                .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
                .files = captures.desktop.files,
                .clock = captures.desktop.clock,
                .library = &captures.libraryWing.library,
-               .verify = &verify,
+               .repair = &captures.libraryWing.repair,
                .move = &captures.libraryWing.move}),
       runner(running(*this, captures, editor)) {}
 

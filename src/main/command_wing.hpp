@@ -2,7 +2,6 @@
 
 #include "cli/command_runner.hpp"
 #include "cli/library_command.hpp"
-#include "cli/library_verify.hpp"
 #include "main/editor_wing.hpp"
 
 namespace vantorel {
@@ -11,7 +10,6 @@ namespace vantorel {
 struct CommandWing {
   CommandWing(CaptureWing& captures, EditorWing& editor);
 
-  LibraryVerify verify;
   LibraryCommands library;
   CommandRunner runner;
 };

@@ -2,13 +2,15 @@
 
 #include <unistd.h>
 
-#include <utility>
+#include <vector>
 
 #include "base/log.hpp"
+#include "capture/staging_folder.hpp"
 #include "editor/entry_document.hpp"
 #include "library/changed_pictures.hpp"
 #include "library/history_folder_monitor.hpp"
 #include "library/parked_index.hpp"
+#include "library/whole_picture.hpp"
 #include "platform/linux/mount_table_watcher.hpp"
 
 namespace vantorel {
@@ -61,6 +63,23 @@ LibraryWing::LibraryWing(DesktopWing& around)
                .moves = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
                .userID = ::geteuid()},
               LibraryPaths{desktop.folders.data, desktop.folders.cache}),
+      repair({.main = desktop.main,
+              .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+              .files = desktop.files,
+              .codec = desktop.codec,
+              .clock = desktop.clock,
+              .trash = &trash,
+              .library = &library,
+              .captureFolders =
+                  [this] {
+                    return std::vector<Path>{desktop.folders.captures,
+                                             desktop.settings.values().storageDirectory};
+                  },
+              .filedPaths =
+                  [staging = StagingFolder(desktop.files, library.paths().stagedCaptures())] {
+                    return staging.filedPaths();
+                  },
+              .isWholePicture = isWholePicture}),
       move({.main = desktop.main,
             .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
             .files = desktop.files,
@@ -78,16 +97,16 @@ LibraryWing::LibraryWing(DesktopWing& around)
 
 LibraryWing::~LibraryWing() = default;
 
-void LibraryWing::followOutside(std::function<void()> ready) {
+void LibraryWing::followOutside() {
   move.followSetting();
-  library.whenReady([this, ready = std::move(ready)] {
+  library.whenReady([this] {
     retention.follow();
     following_ = std::make_unique<Following>(*this);
     if (const auto refusal = library.store().indexRefusal()) {
       logError("History", "{}", *refusal);
       return;
     }
-    ready();
+    repair.clearOriginals();
     desktop.lanes.disks.queue("com.hollen.Vantorel.library")
         ->post([files = desktop.files, paths = library.paths(), clock = desktop.clock] {
           tidyParkedIndexes(*files, paths, clock->now());

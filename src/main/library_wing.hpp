@@ -1,11 +1,11 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
 #include "library/library.hpp"
+#include "library/library_repair.hpp"
 #include "main/desktop_wing.hpp"
 #include "platform/linux/linux_trash.hpp"
 
@@ -18,9 +18,9 @@ struct LibraryWing {
   ~LibraryWing();
 
   /// In the tray: follows the settings and what happens to the captures' files, from when the
-  /// library is ready. Captures go by age only then: a command does what it says and nothing else.
-  /// `ready` is called once the library may be cleared up.
-  void followOutside(std::function<void()> ready);
+  /// library is ready. Captures go by age, and originals that nobody needs to the Trash, only then:
+  /// a command does what it says and nothing else.
+  void followOutside();
 
   /// The menu is about to show: what nobody told of is looked at.
   void activated();
@@ -31,6 +31,7 @@ struct LibraryWing {
   DesktopWing& desktop;
   LinuxTrash trash;
   Library library;
+  LibraryRepair repair;
   LibraryMove move;
   RetentionSetting retention;
 

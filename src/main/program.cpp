@@ -44,7 +44,7 @@ Program::~Program() = default;
 void Program::startResident() {
   wings_->desktop.isResident = true;
   wings_->library.library.open();
-  wings_->library.followOutside([this] { wings_->commands.verify.clearOriginals(); });
+  wings_->library.followOutside();
   wings_->captures.startResident();
 }
 

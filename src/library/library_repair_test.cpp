@@ -1,4 +1,4 @@
-#include "cli/library_verify.hpp"
+#include "library/library_repair.hpp"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -14,20 +14,33 @@
 #include "platform/testing/fake_trash.hpp"
 
 namespace vantorel {
+
+void PrintTo(const VerifyReport::Finding& finding, std::ostream* out) {
+  *out << nameOf(finding.kind) << " " << finding.path << (finding.isRepaired ? " repaired" : "");
+}
+
 namespace {
 
 using namespace std::chrono_literals;
 using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using Finding = VerifyReport::Finding;
 
-class LibraryVerifyTest : public testing::Test {
+class LibraryRepairTest : public testing::Test {
  protected:
-  LibraryVerifyTest() {
+  LibraryRepairTest() {
     formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
     files->folders.insert("/data");
+    repair.whenStagingKnown = [this](const auto& known) {
+      looked();
+      known(staging);
+    };
   }
-  ~LibraryVerifyTest() override { setLogSink(std::move(formerSink)); }
+  ~LibraryRepairTest() override { setLogSink(std::move(formerSink)); }
 
   void load(const std::string& index) {
     files->put("/data/history.json", index);
@@ -40,19 +53,18 @@ class LibraryVerifyTest : public testing::Test {
   }
 
   /// `meanwhile` happens while the look is under way.
-  CommandReply verify(bool repairs, const std::function<void()>& meanwhile = [] {}) {
-    std::optional<CommandReply> answer;
-    verifying.run(repairs, false, std::make_shared<const std::atomic<bool>>(false), show,
-                  [&](CommandReply reply) { answer = std::move(reply); });
+  VerifyReport verify(bool repairs, const std::function<void()>& meanwhile = [] {}) {
+    std::optional<VerifyReport> answer;
+    repair.run(repairs, progress, [&](VerifyReport report) { answer = std::move(report); });
     meanwhile();
     runners.run();
     EXPECT_TRUE(answer.has_value());
-    return answer.value_or(CommandReply{});
+    return answer.value_or(VerifyReport{});
   }
 
   std::set<Path> staging;    // by this process
   std::vector<Path> filing;  // by any
-  ShowProgress show;
+  CheckProgress progress = [](std::size_t, std::size_t) { return true; };
   std::function<void()> looked = [] {};  // told between the look and what comes of it
   FakeRunners runners;
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
@@ -67,45 +79,37 @@ class LibraryVerifyTest : public testing::Test {
                    .moves = runners.runner("moves")},
                   LibraryPaths{"/data", "/caches"}};
   HistoryStore& store = library.store();
-  LibraryVerify verifying{{.main = runners.main(),
-                           .work = runners.runner("work"),
-                           .files = files,
-                           .codec = std::make_shared<FakeImageCodec>(),
-                           .clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {}),
-                           .trash = &trash,
-                           .library = &library,
-                           .captureFolders = [] { return std::vector<Path>{"/captures"}; },
-                           .recoverStaged = [](const auto& done) { done(); },
-                           .whenStagingKnown =
-                               [this](const auto& known) {
-                                 looked();
-                                 known(staging);
-                               },
-                           .filedPaths = [this] { return filing; }}};
+  LibraryRepair repair{{.main = runners.main(),
+                        .work = runners.runner("work"),
+                        .files = files,
+                        .codec = std::make_shared<FakeImageCodec>(),
+                        .clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {}),
+                        .trash = &trash,
+                        .library = &library,
+                        .captureFolders = [] { return std::vector<Path>{"/captures"}; },
+                        .filedPaths = [this] { return filing; }}};
 };
 
-TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
+TEST_F(LibraryRepairTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
   files->put("/data/Originals/a.png", "the only one");
   load(R"({"version":4,"entries":[{"id":"a","originalPath":"/data/Ori)");
-  const CommandReply reply = verify(true);
-  EXPECT_EQ(reply.status, ExitStatus::failed);
-  EXPECT_THAT(reply.output, HasSubstr("original without entry\t/data/Originals/a.png\n"));
-  verifying.clearOriginals();
+  EXPECT_THAT(verify(true).findings,
+              Contains(Finding{FindingKind::originalWithoutEntry, "/data/Originals/a.png"}));
+  repair.clearOriginals();
   runners.run();
   EXPECT_EQ(files->text("/data/Originals/a.png"), "the only one");
 }
 
-TEST_F(LibraryVerifyTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {
+TEST_F(LibraryRepairTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {
   const std::string clip = "/captures/Clip 2026-03-01 at 14.05.09.mp4";
   files->put(clip, "moving pixels");
   files->put("/data/Originals/b.mp4", "the only one");
   load(indexOf(R"({"id":5,"path":")" + clip + R"(","before":["/data/Originals/b.mp4"]})"));
-  const CommandReply reply = verify(true);
-  EXPECT_EQ(reply.output, "0 captures, 0 bytes\n") << reply.error;
+  EXPECT_THAT(verify(true).findings, IsEmpty());
   EXPECT_EQ(files->text("/data/Originals/b.mp4"), "the only one");
 }
 
-TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
+TEST_F(LibraryRepairTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
   std::string entries;
   for (const std::string id : {"a", "b", "c"}) {
     files->put("/captures/" + id + ".png", id);
@@ -115,17 +119,18 @@ TEST_F(LibraryVerifyTest, RepairTakesNoOriginalThatACaptureGotMeanwhile) {
   }
   load(indexOf(entries));
   const auto compressing = library.claim("b", EntryWork::rewriting);
-  const CommandReply reply = verify(true, [this] {
+  const VerifyReport report = verify(true, [this] {
     EXPECT_TRUE(store.update(
         "a", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/a.png"; }));
   });
-  EXPECT_THAT(reply.output, AllOf(Not(HasSubstr("a.png")), HasSubstr("c.png\trepaired\n")));
-  EXPECT_THAT(files->names("/data/Originals"), testing::ElementsAre("a.png", "b.png"));
-  EXPECT_THAT(store.claims().fileChanges(), testing::ElementsAre("b"));
+  EXPECT_THAT(report.findings, ElementsAre(Finding{FindingKind::originalWithoutEntry,
+                                                   "/data/Originals/c.png", true}));
+  EXPECT_THAT(files->names("/data/Originals"), ElementsAre("a.png", "b.png"));
+  EXPECT_THAT(store.claims().fileChanges(), ElementsAre("b"));
 }
 
 // As the program in the tray does at its start.
-TEST_F(LibraryVerifyTest, OriginalsThatNobodyNeedsGoToTheTrashAndNoOthers) {
+TEST_F(LibraryRepairTest, OriginalsThatNobodyNeedsGoToTheTrashAndNoOthers) {
   for (const char* const id : {"away", "changing", "given", "gone"}) {
     files->put(std::string("/data/Originals/") + id + ".png", id);
   }
@@ -134,21 +139,22 @@ TEST_F(LibraryVerifyTest, OriginalsThatNobodyNeedsGoToTheTrashAndNoOthers) {
                R"({"id":"changing","capturedAt":1,"path":"/captures/changing.png"},)"
                R"({"id":"given","capturedAt":1,"path":"/captures/given.png"})"));
   const auto changing = library.claim("changing", EntryWork::rewriting);
-  verifying.clearOriginals();
+  repair.clearOriginals();
   EXPECT_TRUE(store.update(
       "given", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/given.png"; }));
   runners.run();
   EXPECT_THAT(files->names("/data/Originals"),
-              testing::ElementsAre("away.png", "changing.png", "given.png"));
-  EXPECT_THAT(store.claims().fileChanges(), testing::ElementsAre("changing"));
+              ElementsAre("away.png", "changing.png", "given.png"));
+  EXPECT_THAT(store.claims().fileChanges(), ElementsAre("changing"));
 }
 
-TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
+TEST_F(LibraryRepairTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
   load(indexOf(R"({"id":"a","capturedAt":1,"path":"/captures/a.png"},)"
                R"({"id":"b","capturedAt":1,"path":"/captures/b.png"})"));
   files->put("/captures/holiday.txt", "an empty folder might be a mount point");
-  show = [this](const auto& progress) {
-    if (progress.done == 2) files->put("/captures/a.png", "out of the Trash again");
+  progress = [this](std::size_t at, std::size_t total) {
+    if (at + 1 == total) files->put("/captures/a.png", "out of the Trash again");
+    return true;
   };
   (void)verify(true);
   ASSERT_EQ(store.entries().size(), 1U);
@@ -156,7 +162,7 @@ TEST_F(LibraryVerifyTest, RepairKeepsWhoseFileIsBackWhenTheLookEnds) {
 }
 
 // As by a deletion whose undo ends after the look: the entries are the very same ones again.
-TEST_F(LibraryVerifyTest, RepairJudgesByWhatIsThereAfterTheLook) {
+TEST_F(LibraryRepairTest, RepairJudgesByWhatIsThereAfterTheLook) {
   const std::string capture = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
   const std::string original = "/captures/Screenshot 2026-03-01 at 14.05.09 (original).png";
   const std::string passing = "/captures/Screenshot 2026-03-01 at 14.05.10.png";
@@ -183,11 +189,8 @@ TEST_F(LibraryVerifyTest, RepairJudgesByWhatIsThereAfterTheLook) {
     EXPECT_TRUE(store.add(std::move(entry)).has_value());
   };
   for (const bool repairs : {false, true}) {
-    const CommandReply reply = verify(repairs);
-    EXPECT_THAT(reply.output,
-                AllOf(Not(HasSubstr("original gone")), Not(HasSubstr(passing)),
-                      Not(HasSubstr(filed)), Not(HasSubstr(away)), Not(HasSubstr(journal)),
-                      HasSubstr("file without entry\t" + stranger)));
+    EXPECT_THAT(verify(repairs).findings,
+                ElementsAre(Finding{FindingKind::fileWithoutEntry, stranger, repairs}));
     EXPECT_TRUE(files->remove(original).has_value());
     files->put(passing, "there for a moment");
     files->put(journal, "{}");
@@ -200,7 +203,7 @@ TEST_F(LibraryVerifyTest, RepairJudgesByWhatIsThereAfterTheLook) {
   EXPECT_TRUE(store.claims().fileChanges().empty());
 }
 
-TEST_F(LibraryVerifyTest, NothingIsJudgedWhileFilesAreOnTheirWay) {
+TEST_F(LibraryRepairTest, NothingIsJudgedWhileFilesAreOnTheirWay) {
   const std::string original = "/captures/a (original).png";
   const std::string stranger = "/captures/Clip 2026-03-01 at 14.05.12.mp4";
   files->put("/captures/a.png", "picture");
@@ -216,46 +219,45 @@ TEST_F(LibraryVerifyTest, NothingIsJudgedWhileFilesAreOnTheirWay) {
       library.deletion().trash({"b"}, HistoryDeletion::Undo::offered, [](const TrashSweep&) {});
     });
   };
-  const CommandReply busy = verify(true);
-  EXPECT_THAT(busy.output, AllOf(Not(HasSubstr("original gone")), Not(HasSubstr("without entry"))));
-  constexpr const char* notYet = " may be work under way and is not judged yet.\n";
-  EXPECT_EQ(busy.error, original + notYet + stranger + notYet + nobodys + notYet);
+  const VerifyReport busy = verify(true);
+  EXPECT_THAT(busy.findings, IsEmpty());
+  EXPECT_THAT(busy.notJudged, ElementsAre(original, stranger, nobodys));
   EXPECT_EQ(store.find("a")->originalPath, original);
   looked = [] {};
-  EXPECT_THAT(verify(true).output,
-              AllOf(HasSubstr("original gone\t" + original + "\trepaired\n"),
-                    HasSubstr(stranger + "\trepaired\n"), HasSubstr(nobodys + "\trepaired\n")));
+  EXPECT_THAT(verify(true).findings,
+              ElementsAre(Finding{FindingKind::originalGone, original, true},
+                          Finding{FindingKind::fileWithoutEntry, stranger, true},
+                          Finding{FindingKind::originalWithoutEntry, nobodys, true}));
   EXPECT_FALSE(store.find("a")->originalPath);
   EXPECT_NE(store.findByPath(stranger), nullptr);
 }
 
-TEST_F(LibraryVerifyTest, WhatTheStartClearedUpIsToldAndIsNoFault) {
+TEST_F(LibraryRepairTest, WhatTheStartClearedUpIsToldAndIsNoFault) {
   files->put("/data/undo.json.staging", "half of it");
   files->put("/data/deletions.json", R"(["gone"])");
   files->put("/data/relocation.json", "not to be read");
   load(indexOf(""));
-  const CommandReply reply = verify(false);
-  EXPECT_THAT(reply.output,
-              AllOf(HasSubstr("cleared at start\t/data/undo.json.staging\trepaired\n"),
-                    HasSubstr("cleared at start\t/data/deletions.json\trepaired\n"),
-                    HasSubstr("journal\t/data/relocation.json\n")));
-  EXPECT_EQ(reply.error, "3 found, 2 repaired.\n");
+  EXPECT_THAT(
+      verify(false).findings,
+      UnorderedElementsAre(Finding{FindingKind::journal, "/data/relocation.json"},
+                           Finding{FindingKind::clearedAtStart, "/data/undo.json.staging", true},
+                           Finding{FindingKind::clearedAtStart, "/data/deletions.json", true}));
 }
 
 // Another process may have staged it just before this one took the library.
-TEST_F(LibraryVerifyTest, AStagedCaptureIsAFaultOnceItsFilingMustBeOver) {
+TEST_F(LibraryRepairTest, AStagedCaptureIsAFaultOnceItsFilingMustBeOver) {
   const std::string staged = "/data/Staged Captures/vantorel-6.png";
   files->now = runners.now() - 1;
   files->put(staged, "by another process");
   load(indexOf(""));
-  EXPECT_EQ(verify(false).error, staged + " may be work under way and is not judged yet.\n");
+  EXPECT_THAT(verify(false).notJudged, ElementsAre(staged));
   runners.advance(1min);
-  EXPECT_THAT(verify(false).output, HasSubstr("staged capture\t" + staged));
+  EXPECT_THAT(verify(false).findings, ElementsAre(Finding{FindingKind::stagedCapture, staged}));
 }
 
 // What a move left on a disk that was read-only then, in a folder where captures lie, and what
 // swapped names there since.
-TEST_F(LibraryVerifyTest, RepairRemovesWhatMovedAndWasNotRemoved) {
+TEST_F(LibraryRepairTest, RepairRemovesWhatMovedAndWasNotRemoved) {
   std::string spare = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
   std::string edited = "/captures/Screenshot 2026-03-01 at 14.05.10.png";
   RelocationLeftovers left;
@@ -275,21 +277,22 @@ TEST_F(LibraryVerifyTest, RepairRemovesWhatMovedAndWasNotRemoved) {
   load(indexOf(""));
   files->readOnly = {"/captures"};
   trash.failing[edited] = FailureKind::denied;
-  const std::string found = "moved and still there\t" + spare;
-  EXPECT_THAT(verify(false).output,
-              AllOf(HasSubstr(found + "\n"), Not(HasSubstr("without entry"))));
-  EXPECT_THAT(verify(true).output, HasSubstr(found + "\n"));
+  constexpr FindingKind kind = FindingKind::movedAndStillThere;
+  for (const bool repairs : {false, true}) {
+    EXPECT_THAT(verify(repairs).findings,
+                UnorderedElementsAre(Finding{kind, spare}, Finding{kind, edited}));
+  }
   files->readOnly.clear();
-  EXPECT_THAT(verify(true).output,
-              AllOf(HasSubstr(found + "\trepaired\n"), HasSubstr(edited + "\n")));
+  EXPECT_THAT(verify(true).findings,
+              UnorderedElementsAre(Finding{kind, spare, true}, Finding{kind, edited}));
   trash.failing.clear();
-  EXPECT_THAT(verify(true).output, HasSubstr(edited + "\trepaired\n"));
+  EXPECT_THAT(verify(true).findings, ElementsAre(Finding{kind, edited, true}));
   EXPECT_TRUE(files->names("/captures").empty());
   EXPECT_EQ(files->names("/Trash").size(), 1U);
-  EXPECT_EQ(verify(false).status, ExitStatus::done);
+  EXPECT_THAT(verify(false).findings, IsEmpty());
 }
 
-TEST_F(LibraryVerifyTest, RepairRemovesWhatWasReplacedAndNotRemoved) {
+TEST_F(LibraryRepairTest, RepairRemovesWhatWasReplacedAndNotRemoved) {
   const std::string old = "/captures/Screenshot 2026-03-01 at 14.05.09.jpg";
   const std::string made = "/captures/Screenshot 2026-03-01 at 14.05.09.webp";
   files->put(old, "before");
@@ -301,21 +304,22 @@ TEST_F(LibraryVerifyTest, RepairRemovesWhatWasReplacedAndNotRemoved) {
   files->readOnly = {"/captures"};
   EXPECT_TRUE(rewrites.end("a", store.entries()).left.has_value());
   trash.failing[old] = FailureKind::denied;
-  const std::string found = "replaced and still there\t" + old;
-  EXPECT_THAT(verify(true).output, AllOf(HasSubstr(found + "\n"), Not(HasSubstr("without entry"))));
+  constexpr FindingKind kind = FindingKind::replacedAndStillThere;
+  EXPECT_THAT(verify(true).findings, ElementsAre(Finding{kind, old}));
   trash.failing.clear();
   files->readOnly.clear();
-  EXPECT_THAT(verify(true).output, HasSubstr(found + "\trepaired\n"));
+  EXPECT_THAT(verify(true).findings, ElementsAre(Finding{kind, old, true}));
   EXPECT_EQ(files->text(old), "(missing)");
-  EXPECT_EQ(verify(false).status, ExitStatus::done);
+  EXPECT_THAT(verify(false).findings, IsEmpty());
 }
 
 // The program has lived in the tray for a day.
-TEST_F(LibraryVerifyTest, WhatWasLeftInThisRunIsFoundAndWhatIsUnderWayIsNot) {
+TEST_F(LibraryRepairTest, WhatWasLeftInThisRunIsFoundAndWhatIsUnderWayIsNot) {
   load("no index");  // parked now
   runners.advance(24h);
   files->now = runners.now() - 3600;
-  files->put("/captures/Clip 2026-03-01 at 14.05.09.mp4", "forgotten");
+  const std::string forgotten = "/captures/Clip 2026-03-01 at 14.05.09.mp4";
+  files->put(forgotten, "forgotten");
   files->put("/data/relocation.json", "{}");
   files->put("/data/history.json.staging", "being written");
   files->now = runners.now();
@@ -325,16 +329,15 @@ TEST_F(LibraryVerifyTest, WhatWasLeftInThisRunIsFoundAndWhatIsUnderWayIsNot) {
   files->put(*staging.begin(), "to be filed in a moment");
   const std::string others = "/data/Staged Captures/vantorel-6.png";
   files->put(others, "by another process");
-  const CommandReply reply = verify(false, [this] {
+  const VerifyReport report = verify(false, [this] {
     files->now = runners.now() + 1;
     files->put("/data/deletions.json", "begun meanwhile");
   });
-  EXPECT_THAT(reply.output, AllOf(HasSubstr("parked index\t"), HasSubstr("at 14.05.09.mp4\n"),
-                                  HasSubstr("journal\t/data/relocation.json\n")));
-  constexpr const char* notYet = " may be work under way and is not judged yet.\n";
-  EXPECT_EQ(reply.error,
-            "3 found, 0 repaired.\n" + others + notYet + "/data/history.json.staging" + notYet)
-      << reply.output;
+  EXPECT_THAT(report.findings, ElementsAre(Finding{FindingKind::fileWithoutEntry, forgotten},
+                                           AllOf(Field(&Finding::kind, FindingKind::parkedIndex),
+                                                 Field(&Finding::isRepaired, false)),
+                                           Finding{FindingKind::journal, "/data/relocation.json"}));
+  EXPECT_THAT(report.notJudged, ElementsAre(others, "/data/history.json.staging"));
 }
 
 }  // namespace

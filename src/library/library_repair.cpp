@@ -1,0 +1,325 @@
+#include "library/library_repair.hpp"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "base/log.hpp"
+#include "library/entry_files.hpp"
+#include "library/finding_claims.hpp"
+#include "library/gone_entries.hpp"
+#include "library/look_adoption.hpp"
+#include "library/relocation_leftovers.hpp"
+#include "library/sliced_work.hpp"
+
+namespace vantorel {
+namespace {
+
+/// From a staged capture of another process to its entry it takes no longer than this, also when it
+/// was staged before this run began and waits for the library.
+constexpr double filingSeconds = 60;
+
+using Place = std::tuple<std::string_view, std::string_view, std::string_view>;
+
+std::string_view fileNameOf(const ScreenshotEntry& entry) {
+  return std::string_view(entry.path).substr(entry.path.rfind('/') + 1);
+}
+
+bool hasFileAt(const ScreenshotEntry& entry, const std::string& path) {
+  return entry.path == path || entry.originalPath == path;
+}
+
+/// Where an entry's file is, by whatever names its folder is called. Views of the entry.
+Place placeOf(const ScreenshotEntry& entry) {
+  return {entry.fileIdentity->volume, entry.fileIdentity->folder, fileNameOf(entry)};
+}
+
+}  // namespace
+
+/// One look, and what is repaired. On one runner after the other.
+struct LibraryRepair::Run {
+  bool repairs = false;
+  CheckProgress progress;
+  Done done;
+  FindingClaims claims;  // main runner
+  LibraryFindings findings{};
+  RepairedPaths repaired{};
+  EntryList adopted{};    ///< to be added
+  EntryList goneStill{};  ///< to be forgotten
+
+  /// The originals that are lost, with the entries that are to forget them.
+  std::vector<std::pair<std::string, EntryPointer>> lostStill{};
+};
+
+LibraryRepair::LibraryRepair(Services services)
+    : services_(std::move(services)), startedAt_(services_.clock->now()) {}
+
+void LibraryRepair::run(bool repairs, CheckProgress progress, Done done) {
+  const auto run = std::make_shared<Run>(repairs, std::move(progress), std::move(done),
+                                         FindingClaims(*services_.library));
+  // What is over may still have to take its journal away.
+  auto begin = lifetime_.guard([this, run] {
+    services_.library->deletion().settle(lifetime_.guard([this, run] { look(run); }));
+  });
+  if (!repairs || !recoverStaged) return begin();
+  recoverStaged(std::move(begin));
+}
+
+void LibraryRepair::clearOriginals() {
+  // An index that is missing or empty may yet be put back from a copy.
+  const HistoryStore& store = services_.library->store();
+  if (!store.indexWasReadFromDisk() || store.entries().empty()) return;
+  services_.work->post(
+      [files = services_.files, main = services_.main, scope = scope(),
+       reply = lifetime_.guard([this](LibraryFindings& findings) {
+         // In an undo they may be back before their entries are.
+         if (services_.library->deletion().isBusy()) return;
+         FindingClaims claims(*services_.library);
+         claims.dropSettled(findings);
+         claims.claimOriginals(findings);
+         if (findings.originalsWithoutEntry.empty()) return;
+         services_.work->post([trash = services_.trash, main = services_.main,
+                               originals = std::move(findings.originalsWithoutEntry),
+                               release = lifetime_.guard([claims = std::move(claims)]() mutable {
+                                 claims.release();
+                               })]() mutable {
+           for (const Path& path : originals) {
+             if (const auto moved = trash->moveToTrash(path); !moved) {
+               logWarning("History", "{}: {}", path.string(), moved.error().reason);
+             }
+           }
+           main->post(std::move(release));
+         });
+       })]() mutable {
+        main->post([findings = checkOriginals(*files, scope), reply = std::move(reply)]() mutable {
+          reply(findings);
+        });
+      });
+}
+
+LibraryScope LibraryRepair::scope() const {
+  const HistoryStore& store = services_.library->store();
+  LibraryScope scope{.entries = store.entries(),
+                     .unreadPaths = store.unreadPaths(),
+                     .indexWasRead = store.indexWasReadFromDisk(),
+                     .paths = store.paths(),
+                     .captureFolders = services_.captureFolders(),
+                     .originals = store.paths().originals(),
+                     .stagedBefore = services_.clock->now() - filingSeconds,
+                     .begunBefore = startedAt_,
+                     .filedPaths = services_.filedPaths};
+  scope.isWholePicture = services_.isWholePicture;
+  scope.leftovers = store.leftovers();
+  scope.lookedAt = services_.clock->now();
+  if (services_.library->deletion().isBusy()) {
+    scope.journalsInUse.insert(store.paths().deletions());
+  }
+  if (services_.library->relocation().isRunning()) {
+    scope.journalsInUse.insert(store.paths().relocationJournal());
+  }
+  return scope;
+}
+
+void LibraryRepair::look(const RunPointer& run) {
+  auto looked = lifetime_.guard([this, run] {
+    if (run->findings.look.wasStopped) return run->done({.wasStopped = true});
+    whenSettled([this, run](const std::set<Path>& staging) {
+      run->claims.dropSettled(run->findings);
+      const auto isStaging = [&](const Path& path) { return staging.contains(path); };
+      std::erase_if(run->findings.stagedCaptures, isStaging);
+      std::erase_if(run->findings.notJudged, isStaging);
+      lookAgain(run);
+    });
+  });
+  services_.work->post([files = services_.files, main = services_.main, scope = scope(), run,
+                        looked = std::move(looked)]() mutable {
+    run->findings = checkLibrary(*files, scope, run->progress);
+    main->post(std::move(looked));
+  });
+}
+
+/// Once files that an undo put back have their entries, and captures being staged are known.
+void LibraryRepair::whenSettled(std::function<void(const std::set<Path>& staging)> go) {
+  auto settle = lifetime_.guard([this, go = std::move(go)](const std::set<Path>& staging) {
+    services_.library->deletion().settle(lifetime_.guard([go, staging] { go(staging); }));
+  });
+  if (!whenStagingKnown) return settle(std::set<Path>());
+  whenStagingKnown(std::move(settle));
+}
+
+// In a long look an entry may have gone and come back, and its files have been moved and changed,
+// without a trace. What is a fault is one still while nobody changes anything.
+void LibraryRepair::lookAgain(const RunPointer& run) {
+  if (run->repairs) {
+    run->claims.claimOriginals(run->findings);
+    run->claims.claimFaulty(run->findings);
+  }
+  auto looked = lifetime_.guard(
+      [this, run, wasQuiet = isQuiet(), before = services_.library->store().writeSequence()] {
+        judge(run, wasQuiet && isQuiet() && before == services_.library->store().writeSequence());
+      });
+  services_.work->post([files = services_.files, main = services_.main, scope = scope(), run,
+                        looked = std::move(looked)]() mutable {
+    checkAgain(*files, scope, run->findings);
+    main->post(std::move(looked));
+  });
+}
+
+void LibraryRepair::judge(const RunPointer& run, bool wasQuiet) {
+  LibraryFindings& findings = run->findings;
+  run->claims.dropSettled(findings);
+  if (!wasQuiet) {
+    for (const EntryPointer& entry : findings.look.gone) findings.notJudged.push_back(entry->path);
+    for (const LostOriginal& lost : findings.withoutOriginal) {
+      findings.notJudged.push_back(*lost.entry->originalPath);
+    }
+    findings.look.gone.clear();
+    findings.withoutOriginal.clear();
+    for (auto* const list :
+         {&findings.filesWithoutEntry, &findings.originalsWithoutEntry, &findings.journals}) {
+      std::ranges::move(*list, std::back_inserter(findings.notJudged));
+      list->clear();
+    }
+  }
+  if (!run->repairs) return finish(run);
+  repair(run);
+}
+
+/// Whether no files of entries are on their way anywhere.
+bool LibraryRepair::isQuiet() const {
+  return !services_.library->deletion().isBusy() && !services_.library->relocation().isRunning();
+}
+
+// Parked indexes, journals and entries out of reach stay: somebody may still need them.
+void LibraryRepair::repair(const RunPointer& run) {
+  const AdoptedLook adopted =
+      adoptNames(services_.library->store(), run->findings.look, run->claims.ids());
+  std::vector<std::pair<std::string, EntryPointer>> lost;
+  for (const LostOriginal& one : run->findings.withoutOriginal) {
+    const EntryPointer entry = services_.library->store().find(one.entry->id);
+    if (entry && entry->originalPath) lost.emplace_back(*one.entry->originalPath, entry);
+  }
+  services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
+                        main = services_.main, run, gone = adopted.gone, lost = std::move(lost),
+                        paths = services_.library->paths(),
+                        mayRemoveCopies = !services_.library->relocation().isRunning(),
+                        learn = lifetime_.guard([this](const std::vector<SeenFile>& seen) {
+                          remember(services_.library->store(), seen);
+                        }),
+                        reply = lifetime_.guard([this, run] { adopt(run); })]() mutable {
+    const LibraryFindings& findings = run->findings;
+    for (const Path& path : findings.temporaries) {
+      if (files->remove(path)) run->repaired.paths.insert(path.string());
+    }
+    for (const auto* const list : {&findings.originalsWithoutEntry, &findings.replacedFilesLeft}) {
+      for (const Path& path : *list) {
+        if (trash->moveToTrash(path)) run->repaired.paths.insert(path.string());
+      }
+    }
+    for (const Path& path : findings.filesWithoutEntry) {
+      auto entry = entryForFile(*files, *codec, path);
+      if (!entry) continue;
+      run->adopted.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
+    }
+    if (mayRemoveCopies && !findings.copiesLeft.empty()) {
+      for (std::string& path : removeCopiesLeft(*files, *trash, paths, findings.copiesLeft)) {
+        run->repaired.paths.insert(std::move(path));
+      }
+    }
+    run->goneStill = goneOf(*files, gone);
+    for (auto& [path, entry] : lost) {
+      if (placeOfOriginal(*files, *entry) == OriginalPlace::original) continue;
+      run->lostStill.emplace_back(path, std::move(entry));
+    }
+    postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));
+  });
+}
+
+/// Gives the files that have none their entries.
+void LibraryRepair::adopt(const RunPointer& run) {
+  const EntryList& found = run->adopted;
+  const auto add = [this, run, &found](std::size_t begin, std::size_t end) {
+    HistoryStore& store = services_.library->store();
+    // Some may have been filed since, under another name of their folder.
+    std::unordered_set<std::string_view> names;
+    for (std::size_t i = begin; i < end; ++i) names.insert(fileNameOf(*found[i]));
+    std::set<Place> taken;
+    for (const EntryPointer& entry : store.entries()) {
+      if (entry->fileIdentity && names.contains(fileNameOf(*entry))) taken.insert(placeOf(*entry));
+    }
+    std::vector<PlacedEntry> added;
+    for (std::size_t i = begin; i < end; ++i) {
+      run->repaired.paths.insert(found[i]->path);
+      const bool isFiled = store.findByPath(found[i]->path) ||
+                           (found[i]->fileIdentity && taken.contains(placeOf(*found[i])));
+      if (!isFiled) added.push_back({store.entries().size(), found[i]});
+    }
+    store.insertEntries(std::move(added));
+  };
+  inSlices(services_.main, found.size(), lifetime_.guard(add),
+           lifetime_.guard([this, run] { clearUp(run); }));
+}
+
+/// Takes away what names nothing.
+void LibraryRepair::clearUp(const RunPointer& run) {
+  HistoryStore& store = services_.library->store();
+  for (const auto& [found, lost] : run->lostStill) {
+    const EntryPointer entry = store.find(lost->id);
+    const bool isSame = entry && entry->originalPath == lost->originalPath &&
+                        entry->originalIdentity == lost->originalIdentity;
+    if (!isSame) continue;
+    const auto cleared = store.update(lost->id, [](ScreenshotEntry& changed) {
+      changed.originalPath = std::nullopt;
+      changed.originalIdentity.reset();
+    });
+    if (cleared) run->repaired.originals.insert(found);
+  }
+  run->claims.release();
+  // As it is reported: an entry whose name another one's file has got another name.
+  std::unordered_map<std::string_view, std::string_view> reported;
+  for (const EntryPointer& entry : run->findings.look.gone) {
+    reported.emplace(entry->id, entry->path);
+  }
+  std::vector<std::string> going;
+  for (const EntryPointer& entry : settledEntries(store, run->goneStill)) {
+    going.push_back(entry->id);
+    run->repaired.paths.emplace(reported.at(entry->id));
+  }
+  for (const SeenFile& file : run->findings.look.renamed) {
+    const EntryPointer entry = store.find(file.entry->id);
+    if (entry && hasFileAt(*entry, file.path.string())) {
+      run->repaired.paths.insert(file.path.string());
+    }
+  }
+  // Writes the new entries as well.
+  services_.library->deletion().forget(going, [this, run](const Result<std::size_t>& saved) {
+    if (saved) return finish(run);
+    run->done({.indexNotSaved = saved.error().reason});
+  });
+}
+
+// How large the library is comes last: it is measured as the repair left it.
+void LibraryRepair::finish(const RunPointer& run) {
+  services_.work->post(
+      [run, main = services_.main, reply = lifetime_.guard([this, run](VerifyReport& report) {
+        measure(std::move(report), std::move(run->done));
+      })]() mutable {
+        main->post([report = VerifyReport::of(run->findings, run->repaired),
+                    reply = std::move(reply)]() mutable { reply(report); });
+      });
+}
+
+void LibraryRepair::measure(VerifyReport report, Done done) {
+  services_.library->disk().whenMeasured(lifetime_.guard(
+      [this, report = std::move(report), done = std::move(done)](std::uint64_t bytes) mutable {
+        report.captures = services_.library->store().entries().size();
+        report.bytes = bytes;
+        done(std::move(report));
+      }));
+}
+
+}  // namespace vantorel
