@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "capture/bounded_run.hpp"
+#include "base/bounded_run.hpp"
 
 namespace vantorel {
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "app/records/capture_activity.hpp"
+#include "base/bounded_run.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
-#include "capture/bounded_run.hpp"
 #include "capture/capture_outcome.hpp"
 #include "capture/desktop_icon_cover.hpp"
 #include "capture/previous_area_monitor.hpp"

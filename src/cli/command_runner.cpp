@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "app/command_keys.hpp"
+#include "base/bounded_run.hpp"
 #include "base/json_writer.hpp"
-#include "capture/bounded_run.hpp"
 
 namespace vantorel {
 namespace {

@@ -3,8 +3,8 @@
 #include <future>
 #include <utility>
 
+#include "base/bounded_run.hpp"
 #include "base/log.hpp"
-#include "capture/bounded_run.hpp"
 
 namespace vantorel {
 namespace {

@@ -1,4 +1,4 @@
-#include "capture/bounded_run.hpp"
+#include "base/bounded_run.hpp"
 
 #include <gtest/gtest.h>
 
