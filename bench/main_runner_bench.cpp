@@ -18,6 +18,7 @@
 #include "library/history_folder_monitor.hpp"
 #include "library/history_reachability.hpp"
 #include "library/library.hpp"
+#include "library/library_prune.hpp"
 #include "library/library_repair.hpp"
 #include "platform/linux/inotify_watcher.hpp"
 #include "platform/linux/linux_clock.hpp"
@@ -90,12 +91,13 @@ struct Tray {
                 .trash = &trash,
                 .library = &library,
                 .captureFolders = [root] { return std::vector<Path>{root / "captures"}; }}),
+        prune({.main = main, .work = queues.queue("library"), .files = files, .library = &library}),
         commands({.main = main,
                   .work = queues.queue("library"),
-                  .files = files,
                   .clock = clock,
                   .library = &library,
                   .repair = &repair,
+                  .prune = &prune,
                   .move = nullptr}) {}
 
   double run(command::Library what) {
@@ -151,6 +153,7 @@ struct Tray {
   MountTableWatcher mounts;
   Library library;
   LibraryRepair repair;
+  LibraryPrune prune;
   LibraryCommands commands;
   std::unique_ptr<HistoryReachability> reachability;
   std::unique_ptr<HistoryFolderMonitor> monitor;

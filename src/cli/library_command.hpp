@@ -3,7 +3,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -12,11 +11,11 @@
 #include "base/task_runner.hpp"
 #include "cli/command_reply.hpp"
 #include "cli/library_options.hpp"
-#include "library/file_reach.hpp"
+#include "library/entry_file_look.hpp"
 #include "library/library.hpp"
+#include "library/library_prune.hpp"
 #include "library/library_repair.hpp"
 #include "platform/clock.hpp"
-#include "platform/files.hpp"
 
 namespace vantorel {
 
@@ -25,11 +24,12 @@ class LibraryCommands {
  public:
   struct Services {
     std::shared_ptr<TaskRunner> main;
-    std::shared_ptr<TaskRunner> work;  ///< looks at the disk; may block
-    std::shared_ptr<Files> files;
+    std::shared_ptr<TaskRunner> work;  ///< words what is long; may block
     std::shared_ptr<const Clock> clock;
     Library* library = nullptr;
     LibraryRepair* repair = nullptr;
+    LibraryPrune* prune = nullptr;
+    EntryFileLook* fileLook = nullptr;
     LibraryMove* move = nullptr;
   };
 
@@ -58,37 +58,23 @@ class LibraryCommands {
   /// Shows each hundredth capture that a look has come to, and goes on until it is to stop.
   [[nodiscard]] static CheckProgress progressOf(RunningPointer running);
 
-  /// What was found out of the files of entries.
-  struct Looked {
-    EntryList entries;
-    std::vector<FileReach> reaches;   ///< one for each; none when nobody answered in time
-    std::set<std::string> unsettled;  ///< ids of those whose paths are not to be trusted
-
-    [[nodiscard]] FileReach reachOf(std::size_t place) const {
-      return place < reaches.size() ? reaches[place] : FileReach::unknown;
-    }
-  };
-
   /// Answers with a line for each entry.
   void withLines(EntryList entries, bool json, CommandReply reply, CommandDone done) const;
   void runNow(const command::Library& what, bool json, const RunningPointer& running,
               CommandDone done);
   void list(const command::Library& what, bool json, CommandDone done) const;
   void collections(bool json, CommandDone done) const;
-  void lookAt(const command::Library& what, const EntryList& entries, bool json, CommandDone done);
-  [[nodiscard]] EntryList found(const std::vector<std::string>& ids) const;
-  void reachAll(Looked looked, std::move_only_function<void(Looked)> done);
-  [[nodiscard]] CommandReply details(const Looked& looked, bool json) const;
-  [[nodiscard]] static CommandReply paths(const Looked& looked, bool json);
+  void lookAt(command::Library::Verb verb, const EntryList& entries, bool json, CommandDone done);
   void change(const EntryList& entries, bool json, const Change& change, CommandDone done);
   void collect(const command::Library& what, const EntryList& entries, bool json, CommandDone done);
   void trash(const EntryList& entries, bool json, CommandDone done);
   void undo(bool json, CommandDone done);
-  void forget(const EntryList& entries, bool json, std::string remark, CommandDone done);
+  void forget(const EntryList& entries, bool json, CommandDone done);
+  void withForgotten(ForgetReport report, bool json, const std::string& remarks,
+                     CommandDone done) const;
   void verify(bool repairs, bool json, const RunningPointer& running, CommandDone done);
-  void prune(bool forgetsReplaced, bool json, const RunningPointer& running, CommandDone done);
+  void prune(bool takesReplaced, bool json, const RunningPointer& running, CommandDone done);
   void relocate(const Path& folder, bool json, const RunningPointer& running, CommandDone done);
-  [[nodiscard]] Result<EntryList> resolve(const std::vector<std::string>& names) const;
 
   Services services_;
   std::multimap<std::string, std::weak_ptr<Running>> running_;  // by requester

@@ -78,11 +78,20 @@ class LibraryCommandTest : public testing::Test {
                    .moves = runners.runner("moves")},
                   LibraryPaths{"/data", "/caches"}};
   HistoryStore& store = library.store();
+  LibraryPrune pruning{{.main = runners.main(),
+                        .work = runners.runner("work"),
+                        .files = files,
+                        .library = &library}};
+  EntryFileLook fileLook{{.main = runners.main(),
+                          .work = runners.runner("work"),
+                          .files = files,
+                          .library = &library}};
   LibraryCommands commands{{.main = runners.main(),
                             .work = runners.runner("work"),
-                            .files = files,
                             .clock = std::shared_ptr<const Clock>(&runners, [](auto*) {}),
-                            .library = &library}};
+                            .library = &library,
+                            .prune = &pruning,
+                            .fileLook = &fileLook}};
 };
 
 TEST_F(LibraryCommandTest, ListingsShowWhatIsAskedForTheNewestFirst) {
@@ -176,33 +185,6 @@ TEST_F(LibraryCommandTest, PruneForgetsWhatIsGoneUnlessTheOneWhoAskedGoesAway) {
   EXPECT_EQ(prune("somebody else").output, "2 captures removed from History\n");
   EXPECT_EQ(store.entries().size(), 1U);
   EXPECT_EQ(prune("").output, "0 captures removed from History\n");
-}
-
-TEST_F(LibraryCommandTest, PruneKeepsWhatAnotherFolderOfTheNameLacksUntilToldOtherwise) {
-  EXPECT_EQ(run({"prune"}).error, "");
-  files->folderNumbers["/captures"] = 99;
-  files->disk.erase("/captures/AA1.png");
-  const CommandReply kept = run({"prune"});
-  EXPECT_EQ(kept.output, "0 captures removed from History\n");
-  EXPECT_THAT(kept.error, testing::StartsWith("1 capture not in the folder that has been put"));
-  EXPECT_EQ(run({"prune", "--replaced"}).output, "1 capture removed from History\n");
-  EXPECT_EQ(listed({}), "BB3 AA2 ");
-}
-
-TEST_F(LibraryCommandTest, PruneKeepsWhoseFileIsBackWhenTheLookEnds) {
-  files->disk.erase("/captures/AA1.png");
-  files->disk.erase("/captures/BB3.png");
-  command::Library what;
-  what.verb = command::Library::Verb::prune;
-  std::optional<CommandReply> answer;
-  commands.run(what, false, [&](CommandReply reply) { answer = std::move(reply); },
-               {.show = [this](const auto& progress) {
-                 if (progress.done == 3) files->put("/captures/AA1.png", "out of the Trash again");
-               }});
-  runners.run();
-  ASSERT_TRUE(answer.has_value());
-  EXPECT_EQ(answer->output, "1 capture removed from History\n");
-  EXPECT_EQ(listed({}), "AA2 AA1 ");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "base/json_writer.hpp"
 #include "base/size_text.hpp"
+#include "cli/entry_text.hpp"
 #include "library/silent_folders.hpp"
 
 namespace vantorel {
@@ -27,8 +28,7 @@ std::string line(const VerifyReport::Finding& finding, bool json) {
 
 std::string sizeLine(const VerifyReport& report, bool json) {
   if (!json) {
-    return fmt::format("{} {}, {}\n", report.captures,
-                       report.captures == 1 ? "capture" : "captures", sizeText(report.bytes));
+    return fmt::format("{}, {}\n", captureCount(report.captures), sizeText(report.bytes));
   }
   json::Writer writer;
   writer.beginObject();
@@ -36,6 +36,23 @@ std::string sizeLine(const VerifyReport& report, bool json) {
   writer.member("bytes", static_cast<std::int64_t>(report.bytes));
   writer.endObject();
   return writer.take() + "\n";
+}
+
+/// Adds what went wrong entry by entry, and that it did.
+void addFailures(CommandReply& reply, const std::vector<TrashSweep::Failure>& failures,
+                 const HistoryStore& store) {
+  for (const TrashSweep::Failure& failure : failures) {
+    const EntryPointer entry = store.find(failure.id);
+    reply.status = ExitStatus::failed;
+    reply.error += (entry ? nameInCell(*entry) : failure.id) + ": " + failure.reason;
+    reply.error += failure.reason.ends_with('.') ? "\n" : ".\n";
+  }
+}
+
+void addUnsaved(CommandReply& reply, const std::optional<std::string>& reason) {
+  if (!reason) return;
+  reply.status = ExitStatus::failed;
+  reply.error += fmt::format("The library's index could not be saved: {}.\n", *reason);
 }
 
 }  // namespace
@@ -58,6 +75,103 @@ CommandReply replyTo(const VerifyReport& report, bool json) {
     reply.error +=
         fmt::format("{} may be work under way and is not judged yet.\n", inOneCell(path));
   }
+  return reply;
+}
+
+CommandReply replyTo(const ChangeReport& report, bool json) {
+  CommandReply reply{ExitStatus::done, linesOf(report.changed, json), {}};
+  addUnsaved(reply, report.indexNotSaved);
+  return reply;
+}
+
+CommandReply replyTo(const ForgetReport& report, bool json) {
+  CommandReply reply;
+  addUnsaved(reply, report.indexNotSaved);
+  if (!json && !report.indexNotSaved) {
+    reply.output = captureCount(report.count) + " removed from History\n";
+  }
+  return reply;
+}
+
+std::string remarksOn(const PruneReport& report) {
+  std::string remarks = silenceOf(report.silentFolders);
+  if (report.renamed > 0) {
+    remarks += captureCount(report.renamed) + " found under " +
+               (report.renamed == 1 ? "another name" : "other names") + ".\n";
+  }
+  if (report.outOfReach > 0) {
+    remarks += captureCount(report.outOfReach) + " out of reach " +
+               (report.outOfReach == 1 ? "stays" : "stay") + " in History.\n";
+  }
+  if (report.inDoubt > 0) {
+    remarks += captureCount(report.inDoubt) + (report.inDoubt == 1 ? " stays" : " stay") +
+               " in History: the disk numbers its files anew, and several may be " +
+               (report.inDoubt == 1 ? "its own.\n" : "theirs.\n");
+  }
+  if (report.replaced > 0) {
+    remarks += captureCount(report.replaced) +
+               " not in the folder that has been put in the place of theirs: kept in History. "
+               "\"vantorel library prune --replaced\" removes such captures.\n";
+  }
+  return remarks;
+}
+
+CommandReply replyTo(const TrashSweep& sweep, const HistoryStore& store, bool json) {
+  CommandReply reply;
+  if (!json) reply.output = deletedFeedback(sweep.removed.size()) + "\n";
+  if (!sweep.removed.empty()) {
+    reply.error = fmt::format("\"vantorel library undo\" brings {} back within 8 seconds.\n",
+                              sweep.removed.size() == 1 ? "it" : "them");
+  }
+  for (const RemovedEntry& one : sweep.removed) {
+    const std::string remark = originalRemark(one);
+    if (!remark.empty()) reply.error += nameInCell(*one.entry) + ": " + remark + "\n";
+  }
+  addFailures(reply, sweep.failures, store);
+  addUnsaved(reply, sweep.indexNotSaved);
+  return reply;
+}
+
+CommandReply replyTo(const UndoOutcome& outcome, const HistoryStore& store) {
+  CommandReply reply;
+  addFailures(reply, outcome.failures, store);
+  addUnsaved(reply, outcome.indexNotSaved);
+  return reply;
+}
+
+CommandReply replyTo(const RelocationOutcome& outcome, const Path& folder, bool json,
+                     bool isCalledOff) {
+  CommandReply reply;
+  const auto alert = RelocationReport::alert(outcome);
+  if (alert) {
+    const bool isStopped = outcome.stoppedForQuit && !outcome.indexNotSaved && !outcome.refusal;
+    reply.status = isStopped ? ExitStatus::cancelled : ExitStatus::failed;
+    reply.error = isStopped && isCalledOff
+                      ? "Stopped. " + stillThere(outcome.failed + outcome.notMoved) + "\n"
+                      : alert->text + "\n";
+  }
+  // Beside whatever else is told.
+  if (outcome.failed > 0 && outcome.copiesLeft > 0) {
+    reply.error += copiesLeftSentence(outcome) + "\n";
+  }
+  if (!json) {
+    if (!alert || outcome.moved > 0) {
+      reply.output =
+          fmt::format("{} moved to {}\n", captureCount(outcome.moved), inOneCell(folder.string()));
+    }
+    return reply;
+  }
+  json::Writer writer;
+  writer.beginObject();
+  writer.member("folder", folder.string());
+  for (const auto& [key, count] :
+       {std::pair("moved", outcome.moved), std::pair("failed", outcome.failed),
+        std::pair("notMoved", outcome.notMoved), std::pair("copiesLeft", outcome.copiesLeft)}) {
+    writer.member(key, count);
+  }
+  writer.member("stopped", outcome.stoppedForQuit);
+  writer.endObject();
+  reply.output = writer.take() + "\n";
   return reply;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <set>
+#include <utility>
 
 namespace vantorel {
 namespace {
@@ -38,6 +40,34 @@ EntryList findEntries(const HistoryStore& store, const EntryFilter& filter, std:
     if (filter.matches(*entry)) found.push_back(entry);
   }
   return found;
+}
+
+EntryList findEntries(const HistoryStore& store, const std::vector<std::string>& ids) {
+  EntryList found;
+  for (const std::string& id : ids) {
+    if (EntryPointer entry = store.find(id)) found.push_back(std::move(entry));
+  }
+  return found;
+}
+
+std::vector<std::string> idsOf(const EntryList& entries) {
+  std::vector<std::string> ids;
+  for (const EntryPointer& entry : entries) ids.push_back(entry->id);
+  return ids;
+}
+
+Result<EntryList> resolveEntries(const HistoryStore& store, const std::vector<std::string>& names) {
+  EntryList entries;
+  std::set<const ScreenshotEntry*> seen;
+  for (const std::string& name : names) {
+    EntryPointer entry = VT_TRY(store.resolve(name));
+    if (seen.insert(entry.get()).second) entries.push_back(std::move(entry));
+  }
+  return entries;
+}
+
+std::optional<std::string> refusalToLook(const HistoryStore& store) {
+  return store.entries().empty() ? store.indexRefusal() : std::nullopt;
 }
 
 }  // namespace vantorel

@@ -21,7 +21,7 @@ std::string_view sentence(RelocationRefusal refusal) {
 
 }  // namespace
 
-std::string captureCount(int count) {
+std::string captureCount(std::size_t count) {
   return fmt::format("{} {}", count, count == 1 ? "capture" : "captures");
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,7 +26,7 @@ struct RelocationOutcome {
 };
 
 /// "1 capture", "12 captures".
-[[nodiscard]] std::string captureCount(int count);
+[[nodiscard]] std::string captureCount(std::size_t count);
 
 /// The sentence about captures that did not move.
 [[nodiscard]] std::string stillThere(int count);

@@ -53,10 +53,11 @@ CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, Editor
 CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor)
     : library({.main = captures.desktop.main,
                .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
-               .files = captures.desktop.files,
                .clock = captures.desktop.clock,
                .library = &captures.libraryWing.library,
                .repair = &captures.libraryWing.repair,
+               .prune = &captures.libraryWing.prune,
+               .fileLook = &captures.libraryWing.fileLook,
                .move = &captures.libraryWing.move}),
       runner(running(*this, captures, editor)) {}
 

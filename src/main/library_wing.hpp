@@ -4,7 +4,9 @@
 
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
+#include "library/entry_file_look.hpp"
 #include "library/library.hpp"
+#include "library/library_prune.hpp"
 #include "library/library_repair.hpp"
 #include "main/desktop_wing.hpp"
 #include "platform/linux/linux_trash.hpp"
@@ -32,6 +34,8 @@ struct LibraryWing {
   LinuxTrash trash;
   Library library;
   LibraryRepair repair;
+  LibraryPrune prune;
+  EntryFileLook fileLook;
   LibraryMove move;
   RetentionSetting retention;
 

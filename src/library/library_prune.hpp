@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/lifetime.hpp"
+#include "base/task_runner.hpp"
+#include "library/file_look.hpp"
+#include "library/library.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// What taking captures out of History came to. Their files stay.
+struct ForgetReport {
+  EntryList entries;      ///< that were to go
+  std::size_t count = 0;  ///< that went: what somebody has stays
+
+  /// Why; `count` means nothing then.
+  std::optional<std::string> indexNotSaved{};
+};
+
+/// What pruning came to.
+struct PruneReport {
+  ForgetReport forgotten{};
+  std::size_t renamed = 0;     ///< captures whose files were found under other names
+  std::size_t outOfReach = 0;  ///< captures that stay, for their files may be there
+  std::size_t inDoubt = 0;     ///< those that stay because several files may be theirs
+  std::size_t replaced = 0;    ///< those that stay although another folder of the name lacks them
+  std::vector<std::string> silentFolders{};  ///< of captures, that do not answer
+  bool wasStopped = false;                   ///< nothing was changed, and nothing else is told
+};
+
+/// Takes captures out of History whose files are gone, or that somebody names. Lives on the main
+/// runner, and looks at the disk on `work`.
+class LibraryPrune {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;
+    std::shared_ptr<Files> files;
+    Library* library = nullptr;
+  };
+
+  explicit LibraryPrune(Services services) : services_(std::move(services)) {}
+
+  /// What has no file goes; with `takesReplaced` also what is not in a folder that was put in the
+  /// place of its own. `progress` is called on `work` after each capture and can stop the look.
+  void run(bool takesReplaced, CheckProgress progress,
+           std::move_only_function<void(PruneReport)> done);
+
+  /// The captures go that have these ids; unknown ones are passed over.
+  void forget(const std::vector<std::string>& ids,
+              std::move_only_function<void(ForgetReport)> done);
+
+ private:
+  void takeOut(EntryList entries, std::move_only_function<void(ForgetReport)> done);
+
+  Services services_;
+  Lifetime lifetime_;
+};
+
+}  // namespace vantorel

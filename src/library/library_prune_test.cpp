@@ -1,0 +1,88 @@
+#include "library/library_prune.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/log.hpp"
+#include "library/entry_filter.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+
+class LibraryPruneTest : public testing::Test {
+ protected:
+  LibraryPruneTest() {
+    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    library.open();
+    runners.run();
+    for (const char* const id : {"a", "b", "c"}) {
+      ScreenshotEntry entry;
+      entry.id = id;
+      entry.path = std::string("/captures/") + id + ".png";
+      files->put(entry.path, std::string("pixels of ") + id);
+      EXPECT_TRUE(library.store().add(std::move(entry)).has_value());
+    }
+  }
+  ~LibraryPruneTest() override { setLogSink(std::move(formerSink)); }
+
+  PruneReport run(bool takesReplaced = false) {
+    std::optional<PruneReport> answer;
+    prune.run(takesReplaced, progress, [&](PruneReport report) { answer = std::move(report); });
+    runners.run();
+    EXPECT_TRUE(answer.has_value());
+    return answer.value_or(PruneReport{});
+  }
+
+  [[nodiscard]] std::vector<std::string> ids() { return idsOf(library.store().entries()); }
+
+  CheckProgress progress = [](std::size_t, std::size_t) { return true; };
+  FakeRunners runners;
+  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
+  FakeTrash trash{*files};
+  LogSink formerSink;
+  Library library{{.files = *files,
+                   .trash = trash,
+                   .clock = runners,
+                   .main = runners.main(),
+                   .persist = runners.runner("persist"),
+                   .deletions = runners.runner("trash"),
+                   .moves = runners.runner("moves")},
+                  LibraryPaths{"/data", "/caches"}};
+  LibraryPrune prune{{.main = runners.main(),
+                      .work = runners.runner("work"),
+                      .files = files,
+                      .library = &library}};
+};
+
+TEST_F(LibraryPruneTest, WhatAnotherFolderOfTheNameLacksStaysUntilToldOtherwise) {
+  EXPECT_EQ(run().forgotten.count, 0U);
+  files->folderNumbers["/captures"] = 99;
+  files->disk.erase("/captures/a.png");
+  const PruneReport kept = run();
+  EXPECT_EQ(kept.forgotten.count, 0U);
+  EXPECT_EQ(kept.replaced, 1U);
+  EXPECT_EQ(kept.outOfReach, 0U);
+  const PruneReport taken = run(true);
+  EXPECT_EQ(taken.forgotten.count, 1U);
+  EXPECT_EQ(taken.replaced, 0U);
+  EXPECT_THAT(ids(), ElementsAre("b", "c"));
+}
+
+TEST_F(LibraryPruneTest, WhatIsBackWhenTheLookEndsStays) {
+  files->disk.erase("/captures/a.png");
+  files->disk.erase("/captures/b.png");
+  progress = [this](std::size_t at, std::size_t total) {
+    if (at + 1 == total) files->put("/captures/a.png", "out of the Trash again");
+    return true;
+  };
+  EXPECT_THAT(idsOf(run().forgotten.entries), ElementsAre("b"));
+  EXPECT_THAT(ids(), ElementsAre("a", "c"));
+}
+
+}  // namespace
+}  // namespace vantorel
