@@ -126,9 +126,12 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
                            delayOfSeconds(delay.count()));
   }
   if (command.isAnsweredAtDesktop) {
-    finished = [this, timed = command.isTimed,
+    finished = [this, timed = delay.count() > 0, mayBeRepeated = command.mayBeRepeated,
                 finished = std::move(finished)](CaptureReply reply) mutable {
-      report(reply, timed);
+      const auto* const refused = std::get_if<CaptureRefusal>(&reply);
+      const bool isRepeated =
+          mayBeRepeated && refused != nullptr && *refused == CaptureRefusal::captureRunning;
+      if (!isRepeated) report(reply, timed);
       finished(std::move(reply));
     };
     onStaged = [this, also = std::move(onStaged)](const Path& staged) {
@@ -179,9 +182,8 @@ StillCapturePipeline::Finished AppCoordinator::untilSaved(StillCapturePipeline::
 }
 
 void AppCoordinator::captureForUser(StillCaptureCommand command) {
-  // While one is under way, pressing the key again needs no answer.
-  if (refusal() == CaptureRefusal::captureRunning) return;
   command.isAnsweredAtDesktop = true;
+  command.mayBeRepeated = true;
   capture(std::move(command), [](const CaptureReply&) {});
 }
 
@@ -346,7 +348,7 @@ void AppCoordinator::terminateWhenSaved() {
 }
 
 void AppCoordinator::saveAndTerminate() {
-  services_.library.store().flush(lifetime_.guard([this](Result<void> saved) {
+  services_.library.store().secure(lifetime_.guard([this](Result<void> saved) {
     if (!saved && !services_.library.store().indexRefusal())
       logError("Quit", "the index could not be saved: {}", saved.error().reason);
     services_.settings.flush(lifetime_.guard([this](Result<void> stored) {

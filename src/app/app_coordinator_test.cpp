@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "app/command_keys.hpp"
+#include "base/json_record.hpp"
 #include "library/capture_file_name.hpp"
 #include "platform/testing/fake_alerts.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
@@ -152,7 +153,11 @@ class Session {
                                  .codec = pictures,
                                  .library = *library,
                                  .alerts = alerts,
-                                 .clipboard = [this]() -> Clipboard* { return clipboard.get(); }});
+                                 .clipboard = [this]() -> Clipboard* { return clipboard.get(); },
+                                 .draw = [](const EditorDocument& document, const Image&, auto,
+                                            const auto&) -> Result<std::string> {
+                                   return fmt::format("{} drawn", document.shapes.size());
+                                 }});
     app = std::make_unique<AppCoordinator>(
         AppCoordinator::Services{.main = runners.main(),
                                  .captures = *captures,
@@ -864,6 +869,53 @@ TEST_F(AppCoordinatorTest, TheMenuCopiesRecentCapturesByName) {
   menu.items[9].perform();
   run->runners.run();
   EXPECT_EQ(run->clipboard->last, world.files.text(last));
+}
+
+TEST_F(AppCoordinatorTest, WhatIsCopiedIsWhatIsShown) {
+  run->begin({.kind = Kind::display});
+  const EntryPointer entry = run->store->entries().at(0);
+  const auto copied = [this] {
+    run->clipboard->last = "(nothing)";
+    run->app->copyRecent(1);
+    run->runners.run();
+    return run->clipboard->last;
+  };
+  EXPECT_EQ(copied(), world.files.text(entry->path));
+  ASSERT_TRUE(run->store->update(entry->id, [](ScreenshotEntry& changed) {
+    changed.shapes = {Shape{.type = ShapeType::redact}};
+  }));
+  EXPECT_EQ(copied(), "1 drawn");
+  auto unread = json::fromText<ScreenshotEntry>(R"({"id":"x","capturedAt":1,"path":")" +
+                                                entry->path + R"(","shapes":[{"type":"veil"}]})");
+  ASSERT_TRUE(run->store->update(
+      entry->id, [&](ScreenshotEntry& changed) { changed.unreadShapes = unread->unreadShapes; }));
+  EXPECT_EQ(copied(), "(nothing)");
+  EXPECT_THAT(run->alerts.notices.back(), HasSubstr("annotations that this version can't read"));
+  ASSERT_TRUE(run->store->update(entry->id, [](ScreenshotEntry& changed) {
+    changed.shapes.clear();
+    changed.unreadShapes = {};
+  }));
+  world.files.put(entry->path, "junk");
+  EXPECT_EQ(copied(), "(nothing)");
+  EXPECT_THAT(run->alerts.notices.back(), HasSubstr("Copy failed: the screenshot couldn't be read"));
+}
+
+TEST_F(AppCoordinatorTest, AQuitLeavesNoIndexThatWasLostUnderIt) {
+  run->begin({.kind = Kind::display});
+  run->runners.advance(5s);
+  for (const char* const damage : {"", "rubbish"}) {
+    const std::string whole = world.files.text("/data/history.json");
+    if (*damage == '\0') {
+      world.files.disk.erase("/data/history.json");
+    } else {
+      world.files.put("/data/history.json", damage);
+    }
+    run->app->quit();
+    run->runners.advance(5s);
+    ASSERT_TRUE(run->terminated);
+    EXPECT_EQ(world.files.text("/data/history.json"), whole) << damage;
+    restart();
+  }
 }
 
 TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {

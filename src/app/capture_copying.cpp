@@ -4,16 +4,40 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "editor/entry_document.hpp"
+#include "library/whole_picture.hpp"
 
 namespace vantorel {
 namespace {
 
-Result<std::string> pictureAsPNG(const Files& files, const ImageCodec& codec, const Path& path,
-                                 double scale) {
-  std::string bytes = VT_TRY(files.read(path));
-  if (path.extension() == ".png") return bytes;
-  const Image image = VT_TRY(codec.decode(bytes));
-  return codec.encode(image, {.format = ExportFormat::png, .pixelsPerPoint = scale});
+/// As it is shown. The failure's reason is a clause.
+Result<std::string> pictureAsPNG(const Files& files, const ImageCodec& codec,
+                                 const CaptureAnnotator::Draw& draw, const ScreenshotEntry& entry) {
+  constexpr auto unreadable = [] {
+    return failed(FailureKind::malformed, "the screenshot couldn't be read");
+  };
+  if (hasUnreadAnnotations(entry)) {
+    return failed(FailureKind::unsupported, "it has annotations that this version can't read");
+  }
+  auto bytes = files.read(entry.path);
+  if (!bytes) return unreadable();
+  const bool isPlain = !isAnnotated(entry);
+  if (isPlain && Path(entry.path).extension() == ".png") {
+    if (!isWholePicture(PictureInMemory(*bytes))) return unreadable();
+    return *std::move(bytes);
+  }
+  auto image = codec.decode(*bytes);
+  if (!image) return unreadable();
+  const ImageEncoding encoding{.format = ExportFormat::png,
+                               .pixelsPerPoint = entry.captureScale.value_or(1)};
+  if (isPlain) return codec.encode(*image, encoding);
+  const EditorDocument document = documentOf(entry, image->size());
+  auto drawn = draw(document, *std::move(image), entry.captureScale, encoding);
+  if (!drawn) {
+    logWarning("Clipboard", "{}", drawn.error().reason);
+    return failed(drawn.error().kind, "its annotations couldn't be drawn");
+  }
+  return drawn;
 }
 
 }  // namespace
@@ -22,17 +46,17 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, std::function<void(std::
   Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
   if (clipboard == nullptr) return done("there is no clipboard here");
   services_.work->post(
-      [files = services_.files, codec = services_.codec, path = entry.path,
-       scale = entry.captureScale.value_or(1), main = services_.main,
-       read = lifetime_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
-         if (!png) return done("the screenshot couldn't be read");
+      [files = services_.files, codec = services_.codec, draw = services_.draw, entry,
+       main = services_.main,
+       drawn = lifetime_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
+         if (!png) return done(png.error().reason);
          clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
            if (!set) logWarning("Clipboard", "{}", set.error().reason);
            done(set ? "" : "the clipboard wouldn't take the image");
          });
        })]() mutable {
-        main->post([png = pictureAsPNG(*files, *codec, path, scale),
-                    read = std::move(read)]() mutable { read(png); });
+        main->post([png = pictureAsPNG(*files, *codec, draw, entry),
+                    drawn = std::move(drawn)]() mutable { drawn(png); });
       });
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "app/capture_annotator.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "library/library.hpp"
@@ -16,7 +17,8 @@
 
 namespace vantorel {
 
-/// Copies the pictures of captures to the clipboard. Lives on the main runner.
+/// Copies the pictures of captures to the clipboard, with everything drawn and covered. Lives on the
+/// main runner.
 class CaptureCopying {
  public:
   struct Services {
@@ -27,6 +29,7 @@ class CaptureCopying {
     Library& library;
     Alerts& alerts;
     std::function<Clipboard*()> clipboard;  ///< null when there is none
+    CaptureAnnotator::Draw draw;            ///< called on `work`
   };
 
   explicit CaptureCopying(Services services) : services_(std::move(services)) {}

@@ -24,6 +24,9 @@ struct StillCaptureCommand {
   bool showsPointer = false;                  ///< the pointer belongs into the picture
   bool copies = false;                        ///< to the clipboard, whatever the settings say
 
+  /// A key or a click: while a capture is under way, one more needs no answer.
+  bool mayBeRepeated = false;
+
   /// Asked for at the desktop, without a terminal to answer on: how it ends is shown there.
   bool isAnsweredAtDesktop = false;
 };

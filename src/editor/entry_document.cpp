@@ -313,12 +313,15 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
   entry.pixelHeight = capture.height;
 }
 
+bool isAnnotated(const ScreenshotEntry& entry) {
+  return !entry.shapes.empty() || entry.crop || entry.background || entry.combine ||
+         entry.layers || entry.canvas;
+}
+
 void followPictureSize(ScreenshotEntry& entry, PixelSize size) {
   if (const auto before = scaledFrom(entry, size)) {
     if (entry.captureScale) *entry.captureScale *= double(size.width) / before->width;
-    const bool isAnnotated = !entry.shapes.empty() || entry.crop || entry.background ||
-                             entry.combine || entry.layers || entry.canvas;
-    if (isAnnotated) putDocument(documentOf(entry, size), size, entry);
+    if (isAnnotated(entry)) putDocument(documentOf(entry, size), size, entry);
   }
   entry.pixelWidth = size.width;
   entry.pixelHeight = size.height;

@@ -22,6 +22,9 @@ namespace vantorel {
 /// annotations are made for, becomes `capture`.
 void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEntry& entry);
 
+/// Whether the entry's picture is more, or less, than what its file holds.
+[[nodiscard]] bool isAnnotated(const ScreenshotEntry& entry);
+
 /// The image of `entry` has become one of `size` pixels. One that was scaled takes its annotations
 /// and the pixels per point along; of any other change only the size is noted.
 void followPictureSize(ScreenshotEntry& entry, PixelSize size);

@@ -188,6 +188,10 @@ class HistoryStore {
   /// against a power cut, or with the sentence that says why not. A capture is acknowledged then.
   void flush(Done done) { writer_.flush(std::move(done)); }
 
+  /// The same before the program ends: what only this run still has is written too, when the index
+  /// on disk was removed or damaged meanwhile.
+  void secure(Done done) { writer_.secure(std::move(done)); }
+
   /// Called when another program's index was found in the place of the one in use.
   std::function<void(const ForeignIndex&)> onForeignIndex;
 

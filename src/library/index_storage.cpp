@@ -354,6 +354,15 @@ bool IndexStorage::contentIsUnchanged() const {
          status->modified == contentStatus_.modified;
 }
 
+bool IndexStorage::isLost() const {
+  if (!lock_ || !inPlace_) return false;
+  const auto found = files_.status(paths_.index());
+  if (!found) return found.error().kind == FailureKind::notFound;
+  if (isSameState(*found, *inPlace_)) return false;
+  const auto text = files_.read(paths_.index());
+  return text && !decodeIndex(*text);
+}
+
 bool IndexStorage::lockMayHaveBeenLost() const {
   if (!content_) return false;
   const auto status = content_->status();

@@ -138,6 +138,10 @@ class IndexStorage {
   /// lock is given back, and the library has to be opened again.
   [[nodiscard]] Result<void> write();
 
+  /// Whether the index that was last read or written is no longer on disk, nor another one that
+  /// makes sense.
+  [[nodiscard]] bool isLost() const;
+
   /// What the last writes found in the index's place that was not ours.
   [[nodiscard]] std::vector<ForeignIndex> takeForeign() { return std::exchange(foreign_, {}); }
 

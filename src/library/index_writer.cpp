@@ -81,6 +81,16 @@ void IndexWriter::flush(Done done) {
   }
 }
 
+void IndexWriter::secure(Done done) {
+  persist_->post([storage = storage_, main = main_,
+                  reply = lifetime_.guard([this, done = std::move(done)](bool isLost) mutable {
+                    if (isLost && !refusal()) unwritten_ = true;
+                    flush(std::move(done));
+                  })]() mutable {
+    main->post([isLost = storage->isLost(), reply = std::move(reply)]() mutable { reply(isLost); });
+  });
+}
+
 void IndexWriter::start() {
   if (!unwritten_ || refusal()) return;
   debounce_.renew();

@@ -44,6 +44,9 @@ class IndexWriter {
   /// so far are safe against a power cut, or with the reason why they are not.
   void flush(Done done);
 
+  /// The same, and writes all of it when what is on disk is lost (`IndexStorage::isLost`).
+  void secure(Done done);
+
   /// The number of changes so far, and of those on disk.
   [[nodiscard]] std::uint64_t writeSequence() const { return writeSequence_; }
   [[nodiscard]] std::uint64_t landedSequence() const { return landedSequence_; }

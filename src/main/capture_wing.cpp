@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
 
 namespace vantorel {
@@ -69,7 +70,8 @@ CaptureWing::CaptureWing(LibraryWing& theLibrary, std::function<void()> terminat
                .codec = desktop.codec,
                .library = libraryWing.library,
                .alerts = *desktop.alerts,
-               .clipboard = [this] { return &desktop.clipboard(); }}),
+               .clipboard = [this] { return &desktop.clipboard(); },
+               .draw = sceneDrawing(desktop.files, desktop.codec)}),
       coordinator(coordinatorServices(*this, std::move(terminate))) {
   libraryWing.repair.recoverStaged = [this](std::function<void()> done) {
     captures.recoverStaged([done = std::move(done)](int) { done(); });
