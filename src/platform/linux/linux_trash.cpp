@@ -114,6 +114,7 @@ Result<LinuxTrash::Can> LinuxTrash::canFor(const Path& folder, std::uint64_t dev
   const Path own = top / fmt::format(".Trash-{}", userID_);
   const auto made = makeOwn(own);
   if (made) return Can{own, top};
+  if (made.error().kind == FailureKind::unreachable) return std::unexpected(made.error());
   return failed(FailureKind::unsupported,
                 fmt::format("its disk has no Trash, and none can be made in {}: {}", top.string(),
                             made.error().reason));
@@ -161,7 +162,7 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
   VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
   auto moved = files_.moveNew(trashed, to);
   // Where a rename cannot spare what it finds, a move makes the new name and removes the old one.
-  if (!moved && moved.error().kind == FailureKind::exists && isOneFile(trashed, to)) {
+  if (!moved && moved.error().kind == FailureKind::exists && VT_TRY(isOneFile(trashed, to))) {
     moved = files_.remove(trashed);
   }
   VT_TRY(std::move(moved));
@@ -171,11 +172,17 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
   return {};
 }
 
-bool LinuxTrash::isOneFile(const Path& one, const Path& other) const {
-  const auto first = files_.status(one);
-  const auto second = files_.status(other);
-  const auto firstFolder = files_.status(one.parent_path() / ".");
-  const auto secondFolder = files_.status(other.parent_path() / ".");
+Result<bool> LinuxTrash::isOneFile(const Path& one, const Path& other) const {
+  const auto statusOf = [this](const Path& path) -> Result<std::optional<FileStatus>> {
+    const auto status = files_.status(path);
+    if (status) return *status;
+    if (status.error().kind == FailureKind::unreachable) return std::unexpected(status.error());
+    return std::nullopt;
+  };
+  const auto first = VT_TRY(statusOf(one));
+  const auto second = VT_TRY(statusOf(other));
+  const auto firstFolder = VT_TRY(statusOf(one.parent_path() / "."));
+  const auto secondFolder = VT_TRY(statusOf(other.parent_path() / "."));
   if (!firstFolder || !secondFolder || firstFolder->inode == secondFolder->inode) return false;
   return first && second && first->type == FileType::regular && first->device == second->device &&
          first->inode == second->inode;
@@ -197,9 +204,12 @@ Result<std::optional<Path>> LinuxTrash::find(const Path& path, std::uint64_t ino
     const auto there = files_.status(place);
     if (!there && there.error().kind == FailureKind::unreachable) return orSilence(there.error());
     if (there && there->inode == inode) {
-      if (!isOneFile(place, path)) return place;
+      const auto isHalfMoved = isOneFile(place, path);
+      if (!isHalfMoved) return std::unexpected(isHalfMoved.error());
+      if (!*isHalfMoved) return place;
       const auto ended = files_.remove(path);
-      if (!ended) return orSilence(ended.error());
+      // A mount may show a name for a while after it has gone.
+      if (!ended && ended.error().kind != FailureKind::notFound) return orSilence(ended.error());
       touched(path, place);
       return place;
     }

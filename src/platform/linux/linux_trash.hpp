@@ -30,8 +30,8 @@ class LinuxTrash final : public Trash {
   };
   [[nodiscard]] Result<void> makeOwn(const Path& folder);
   void touched(const Path& from, const Path& to);
-  /// Whether a file has both names, in two folders.
-  [[nodiscard]] bool isOneFile(const Path& one, const Path& other) const;
+  /// Whether a file has both names, in two folders. Fails when their disk does not answer.
+  [[nodiscard]] Result<bool> isOneFile(const Path& one, const Path& other) const;
   [[nodiscard]] static std::string namedIn(const Can& can, const Path& folder, const Path& path);
   [[nodiscard]] Result<Can> canFor(const Path& folder, std::uint64_t device);
 

@@ -144,6 +144,20 @@ TEST_F(LinuxTrashTest, AMoveThatWasCutShortBetweenItsTwoNamesIsEnded) {
   EXPECT_EQ(bytesOf(place), "a");
 }
 
+// A mount may go on showing the old name for seconds after the file has gone.
+TEST_F(LinuxTrashTest, AFileIsFoundBehindANameThatOnlySeemsToBeThere) {
+  FakeFiles disks;
+  FakeRunners runners;
+  LinuxTrash trash(disks, runners, "/data", 0);
+  const Path path = "/pictures/a.png";
+  disks.put(path, "a");
+  const Path place = **trash.moveToTrash(path);
+  const std::uint64_t inode = disks.status(place)->inode;
+  disks.shownAlthoughGone[path] = disks.disk[place];
+  EXPECT_EQ(trash.find(path, inode).value(), place);
+  EXPECT_EQ(disks.text(place), "a");
+}
+
 // The disk is the one of the home folder, and yet nothing can be renamed from one to the other.
 TEST_F(LinuxTrashTest, FilesOfABoundFolderStayInItsMount) {
   LinuxTrash trash(files, clock, root / "data", ::getuid());

@@ -147,9 +147,13 @@ Result<std::string> FakeFiles::read(const Path& path, std::uint64_t limit) const
 }
 
 Result<FileStatus> FakeFiles::status(const Path& path) const {
+  if (path.filename() == ".") return status(path.parent_path());
   VT_TRY(answers(path));
   if (folders.contains(path)) {
     return FileStatus{FileType::folder, 0, 0, device(path), folderNumber(path), 0700, 0};
+  }
+  if (const auto gone = shownAlthoughGone.find(path); gone != shownAlthoughGone.end()) {
+    return gone->second->status;
   }
   if (links.contains(path)) return FileStatus{FileType::link, 0, 0, device(path), 0, 0777, 0};
   return VT_TRY(file(path))->status;

@@ -56,6 +56,9 @@ class FakeFiles final : public Files {
   Path silencing;
   bool isUnansweredMade = false;
 
+  /// Files that `status` goes on showing by names that they have no longer.
+  std::map<Path, std::shared_ptr<File>> shownAlthoughGone;
+
   /// What is open by now goes with the process that served it.
   void loseOpenFiles() { ++generation; }
   int generation = 0;
