@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <tuple>
@@ -65,6 +66,24 @@ class OpenThings {
 template <class Parameter>
 using Kept = std::conditional_t<std::is_same_v<std::decay_t<Parameter>, std::string_view>,
                                 std::string, std::decay_t<Parameter>>;
+
+/// Whether a look may find it made after it has failed.
+bool isChange(FileRequest what) {
+  switch (what) {
+    case FileRequest::makeFolder:
+    case FileRequest::create:
+    case FileRequest::replace:
+    case FileRequest::replaceWithParts:
+    case FileRequest::makeOwnerOnly:
+    case FileRequest::moveNew:
+    case FileRequest::linkNew:
+    case FileRequest::copyNew:
+    case FileRequest::remove:
+    case FileRequest::setAttribute:
+    case FileRequest::removeAttribute: return true;
+    default: return false;
+  }
+}
 
 /// Whoever asked has gone, and counts on nothing any more.
 struct RequesterGone {};
@@ -133,6 +152,8 @@ class Conversation {
     MessageReader reader(request);
     FileRequest what{};
     reader(what);
+    std::optional<LostRepliesAreSilence> change;
+    if (isChange(what)) change.emplace();
     switch (what) {
       case FileRequest::read: return call(reader, &Files::read);
       case FileRequest::status: return call(reader, &Files::status);

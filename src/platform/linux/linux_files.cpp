@@ -228,12 +228,24 @@ Result<void> moveNewInSteps(const Path& from, const Path& to) {
     ::rmdir(to.c_str());
     return systemFailure(error);
   }
-  if (::link(from.c_str(), to.c_str()) == 0) return answer(::unlink(from.c_str()));
+  // What fails may have been made, and only its reply was lost.
+  const auto hasGone = [&] {
+    struct stat left{};
+    return ::lstat(from.c_str(), &left) == -1 && errno == ENOENT;
+  };
+  if (::link(from.c_str(), to.c_str()) == 0) {
+    if (::unlink(from.c_str()) == 0) return {};
+    const int error = errno;
+    if (hasGone()) return {};
+    return systemFailure(error);
+  }
   if (errno == EEXIST || errno == EXDEV) return lastSystemFailure();
   VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
   if (::rename(from.c_str(), to.c_str()) == 0) return {};
   const int error = errno;
-  ::unlink(to.c_str());
+  if (hasGone()) return {};
+  // By the time it is removed, the name may be the file's.
+  if (!mayBeLostReply(error)) ::unlink(to.c_str());
   return systemFailure(error);
 }
 

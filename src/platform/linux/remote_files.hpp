@@ -22,7 +22,8 @@ namespace vantorel {
 /// What shows no progress in time fails with `unreachable`, and its process is killed. Until that
 /// has ended, which is when the server lets it go, everything about the mount fails at once; then
 /// another is started. A change that failed so may be done in part, as when this program is killed
-/// in the midst of it. What was read or written piece by piece may take as long as it likes. A
+/// in the midst of it; so does one that fails with an error behind which a lost reply may stand
+/// (`mayBeLostReply`). What was read or written piece by piece may take as long as it likes. A
 /// folder, content or lock had of a process that was killed is lost with it, but a lock is taken
 /// anew before anything else is done there, and nothing is while another process has it.
 class RemoteFiles final : public Files {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "platform/linux/remote_mounts.hpp"
+#include "platform/linux/system_error.hpp"
 #include "platform/linux/x_authority.hpp"
 #include "platform/testing/served_mount.hpp"
 
@@ -200,6 +201,37 @@ TEST_F(RemoteFilesTest, WhatNeverAnswersHoldsAnotherProcessAlone) {
   EXPECT_THAT(namesIn(root / "served"), testing::IsEmpty());
   EXPECT_EQ(files.status(held->path() / "b").error().kind, FailureKind::unreachable)
       << "it went with its process";
+}
+
+// A server that lost its connection answers with an error although it has made the change.
+TEST_F(RemoteFilesTest, AChangeWhoseReplyWasLostIsNotTakenForNotMade) {
+  RemoteFiles files = this->files(20s);
+  const Path folder = root / "mount";
+  for (const int error : {EIO, EINTR, ECONNABORTED, ETIMEDOUT, ENOTCONN}) {
+    SCOPED_TRACE(error);
+    std::ofstream(root / "served" / "a.png") << "pixels";
+    mount->loseReplies(error);
+    const auto moved = files.moveNew(folder / "a.png", folder / "b.png");
+    EXPECT_EQ(bytesIn(root / "served" / "b.png"), "pixels");
+    EXPECT_EQ(moved.error().kind, FailureKind::unreachable);
+    EXPECT_EQ(files.remove(folder / "b.png").error().kind, FailureKind::unreachable);
+    EXPECT_THAT(namesIn(root / "served"), testing::IsEmpty());
+    mount->loseReplies(0);
+  }
+  EXPECT_EQ(files.remove(folder / "none").error().kind, FailureKind::notFound);
+  {
+    const LostRepliesAreSilence ofThisThread;
+    EXPECT_EQ(systemFailure(EIO).error().kind, FailureKind::unreachable);
+    EXPECT_EQ(systemFailure(EACCES).error().kind, FailureKind::denied);
+  }
+  EXPECT_EQ(systemFailure(EIO).error().kind, FailureKind::other) << "of looks and local disks";
+
+  // Where an empty file holds the name for it, that is not taken away with the file in its place.
+  mount->renamePlainly();
+  std::ofstream(root / "served" / "a.png") << "pixels";
+  mount->loseReplies(EIO);
+  EXPECT_TRUE(files.moveNew(folder / "a.png", folder / "b.png").has_value());
+  EXPECT_EQ(bytesIn(root / "served" / "b.png"), "pixels");
 }
 
 TEST_F(RemoteFilesTest, WhereTheFirstByteDoesNotComeNobodyWaitsAsForAChange) {

@@ -5,8 +5,39 @@
 #include <system_error>
 
 namespace vantorel {
+namespace {
+
+thread_local bool areLostRepliesSilence = false;
+
+}  // namespace
+
+bool mayBeLostReply(int error) {
+  switch (error) {
+    case EIO:  // what FUSE programs say of a broken connection
+    case EREMOTEIO:
+    case EINTR:
+    case ETIMEDOUT:
+    case ECONNABORTED:
+    case ECONNRESET:
+    case ENOTCONN:
+    case ESHUTDOWN:
+    case EHOSTDOWN:
+    case EHOSTUNREACH:
+    case ENETDOWN:
+    case ENETRESET:
+    case ENETUNREACH:
+    case ESTALE: return true;
+    default: return false;
+  }
+}
+
+LostRepliesAreSilence::LostRepliesAreSilence() { areLostRepliesSilence = true; }
+LostRepliesAreSilence::~LostRepliesAreSilence() { areLostRepliesSilence = false; }
 
 std::unexpected<Failure> systemFailure(int error) {
+  if (areLostRepliesSilence && mayBeLostReply(error)) {
+    return failed(FailureKind::unreachable, "the folder does not answer");
+  }
   switch (error) {
     case ENOENT: return failed(FailureKind::notFound, "there is no such file or folder");
     case ENOTDIR: return failed(FailureKind::notFound, "a part of the path is not a folder");

@@ -87,6 +87,16 @@ void ServedMount::slowDown(std::chrono::milliseconds delay) {
   delay_ = delay;
 }
 
+void ServedMount::loseReplies(int error) {
+  const std::scoped_lock lock(mutex_);
+  lostReply_ = error;
+}
+
+void ServedMount::renamePlainly() {
+  const std::scoped_lock lock(mutex_);
+  renamesPlainly_ = true;
+}
+
 void ServedMount::answer() {
   hangInReadsFrom(UINT64_MAX);
   VT_CHECK(::eventfd_write(wake_, 1) == 0);
@@ -145,7 +155,12 @@ void ServedMount::reply(const Question& question) {
       header.opcode == FUSE_INTERRUPT) {
     return;
   }
-  const Reply reply = replyTo(question);
+  Reply reply = replyTo(question);
+  const std::uint32_t what = header.opcode;
+  if (reply.error == 0 && (what == FUSE_UNLINK || what == FUSE_RENAME || what == FUSE_RENAME2)) {
+    const std::scoped_lock lock(mutex_);
+    reply.error = lostReply_;
+  }
   const fuse_out_header answer{
       .len = static_cast<std::uint32_t>(sizeof answer + reply.bytes.size()),
       .error = -reply.error,
@@ -231,6 +246,7 @@ ServedMount::Reply ServedMount::replyTo(const Question& question) {
     case FUSE_RENAME:
     case FUSE_RENAME2: {
       const bool hasFlags = header.opcode == FUSE_RENAME2;
+      if (const std::scoped_lock lock(mutex_); hasFlags && renamesPlainly_) return {ENOSYS};
       fuse_rename2_in where{};
       std::memcpy(&where, textAt(question, 0), hasFlags ? sizeof where : sizeof(fuse_rename_in));
       const char* const name = textAt(question, hasFlags ? sizeof where : sizeof(fuse_rename_in));

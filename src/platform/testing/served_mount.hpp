@@ -32,6 +32,13 @@ class ServedMount {
   /// Each reading and writing takes so long.
   void slowDown(std::chrono::milliseconds delay);
 
+  /// From now on names are made, moved and removed, and those who asked are told of this `errno`
+  /// value instead; 0 ends it.
+  void loseReplies(int error);
+
+  /// From now on a rename cannot be told to spare what it finds.
+  void renamePlainly();
+
   /// What was not answered is answered now.
   void answer();
 
@@ -62,6 +69,8 @@ class ServedMount {
   bool isEnding_ = false;
   std::uint64_t hangsFrom_ = UINT64_MAX;  // of a file; nothing at all is answered below 1
   std::chrono::milliseconds delay_{0};
+  int lostReply_ = 0;
+  bool renamesPlainly_ = false;
 
   // Of the thread that serves.
   std::map<std::uint64_t, std::string> nodes_;  // paths of what is served
