@@ -83,14 +83,20 @@ DeletionRecovery::Found DeletionRecovery::Found::look(const Files& files, const 
       found.removed.push_back({.entry = candidate.entry});
       continue;
     }
-    auto resumed =
-        status ? trash.resume(candidate, item) : HistoryTrash::Resumed{.isUnanswered = true};
+    bool mayLand = status && item.mayLandUntil && mayStillLand(*item.mayLandUntil, now);
+    auto resumed = status ? trash.resume(candidate, item, mayLand)
+                          : HistoryTrash::Resumed{.isUnanswered = true};
+    if (resumed.hadBothNames) {
+      item.mayLandUntil = now + landingSeconds;
+      mayLand = true;
+    }
     if (resumed.removed) {
+      if (mayLand) resumed.removed->mayLandUntil = item.mayLandUntil;
       found.removed.push_back(*std::move(resumed.removed));
     } else if (resumed.isUnanswered) {
       item.mayLandUntil = 0;
       found.unsettled.items.push_back(std::move(item));
-    } else if (item.mayLandUntil && mayStillLand(*item.mayLandUntil, now)) {
+    } else if (mayLand) {
       found.unsettled.items.push_back(std::move(item));
     }
   }

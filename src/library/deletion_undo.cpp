@@ -10,6 +10,7 @@
 #include "library/capture_file_name.hpp"
 #include "library/entry_paths.hpp"
 #include "library/history_log.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -29,13 +30,18 @@ std::string freePath(const Files& files, std::unordered_set<std::string>& taken,
 }
 
 /// Decides where the files of a batch go. Entries that an earlier run brought back keep what they
-/// have.
-void choosePaths(const Files& files, const EntryList& all, std::vector<RemovedEntry>& items) {
+/// have. A name whose removal may still be made is as good as taken.
+void choosePaths(const Files& files, const EntryList& all, std::vector<RemovedEntry>& items,
+                 double now) {
   std::unordered_map<std::string_view, EntryPointer> present;
   std::unordered_set<std::string> taken;
   for (const EntryPointer& entry : all) {
     present.emplace(entry->id, entry);
     forEachPath(*entry, [&](const std::string& path) { taken.insert(path); });
+  }
+  for (RemovedEntry& item : items) {
+    if (!item.mayLandUntil || !mayStillLand(*item.mayLandUntil, now)) continue;
+    forEachPath(*item.entry, [&](const std::string& path) { taken.insert(path); });
   }
   for (RemovedEntry& item : items) {
     if (const auto found = present.find(item.entry->id); found != present.end()) {
@@ -158,11 +164,12 @@ void DeletionUndo::start(bool wasBegun, std::move_only_function<void(UndoOutcome
 void DeletionUndo::begin(const std::shared_ptr<Undoing>& state) {
   queue_.onWork(
       [&files = services_.files, paths = services_.store.paths(), state,
-       entries = services_.store.entries(), until = undoDeadline(services_.clock)] {
+       entries = services_.store.entries(), now = services_.clock.now(),
+       until = undoDeadline(services_.clock)] {
         auto noted = writePendingUndo(files, paths, {{state->items}, until, true});
         if (!noted) return noted;
         state->tried = state->items;
-        choosePaths(files, entries, state->tried);
+        choosePaths(files, entries, state->tried, now);
         return noted;
       },
       [this, state](const Result<void>& begun) {

@@ -154,17 +154,24 @@ DeletionJournal::Item HistoryTrash::describe(const TrashCandidate& candidate) co
 }
 
 HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
-                                           const DeletionJournal::Item& item) {
+                                           const DeletionJournal::Item& item, bool mayLand) {
   constexpr auto silence = [] { return Resumed{.isUnanswered = true}; };
   const ScreenshotEntry& entry = *candidate.entry;
   RemovedEntry removed{.entry = candidate.entry};
+  bool hadBothNames = false;
+  const auto find = [&](const Path& path, std::uint64_t inode) {
+    const auto old = files_.status(path);
+    auto found = trash_.find(path, inode);
+    hadBothNames |= found && *found && old && old->inode == inode;
+    return found;
+  };
   if (item.file) {
-    auto found = trash_.find(entry.path, *item.file);
+    auto found = find(entry.path, *item.file);
     if (!found) return silence();
     removed.trashedPNGURL = *std::move(found);
   }
   if (entry.originalPath && item.original) {
-    auto found = trash_.find(*entry.originalPath, *item.original);
+    auto found = find(*entry.originalPath, *item.original);
     if (!found) return silence();
     removed.trashedOriginalURL = *std::move(found);
   }
@@ -179,6 +186,7 @@ HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
   if (!isGone || (keepsFile && !removed.trashedOriginalURL)) {
     // The file stays, and what went of it comes back.
     if (!removed.trashedOriginalURL) return {};
+    if (mayLand || hadBothNames) return {.hadBothNames = hadBothNames};
     const auto back = trash_.restore(*removed.trashedOriginalURL, *entry.originalPath);
     return {.isUnanswered = !back && isUnanswered(back.error())};
   }
@@ -187,13 +195,14 @@ HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
     const Failed* const failure = std::get_if<Failed>(&original);
     if (failure != nullptr && failure->isUnanswered) return silence();
     if (failure != nullptr && removed.trashedPNGURL) {
+      if (mayLand || hadBothNames) return {.hadBothNames = hadBothNames};
       const auto back = trash_.restore(*removed.trashedPNGURL, entry.path);
       if (back) return {};
       if (isUnanswered(back.error())) return silence();
     }
     removed.trashedOriginalURL = placeOf(original);
   }
-  return {std::move(removed)};
+  return {.removed = std::move(removed), .hadBothNames = hadBothNames};
 }
 
 HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool wasBegun) {

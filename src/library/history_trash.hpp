@@ -26,6 +26,10 @@ struct RemovedEntry {
 
   /// Why its original did not go along; `original` when it did, or another entry has it.
   OriginalPlace original = OriginalPlace::original;
+
+  /// Of one whose files did not answer: until then the removal of the names that they had may still
+  /// be made, and would take what is put there. See `mayStillLand`.
+  std::optional<double> mayLandUntil{};
 };
 
 /// Tells the user, after the capture's name, that its original did not go to the Trash with it;
@@ -67,10 +71,14 @@ class HistoryTrash {
   struct Resumed {
     std::optional<RemovedEntry> removed{};
     bool isUnanswered = false;
+    bool hadBothNames = false;  ///< what is in the Trash was still at its old name, too
   };
 
-  /// Carries on a deletion that was cut short, of an entry that is still in the library.
-  [[nodiscard]] Resumed resume(const TrashCandidate& candidate, const DeletionJournal::Item& item);
+  /// Carries on a deletion that was cut short, of an entry that is still in the library. With
+  /// `mayLand`, or where it had both names, the removal of its names may still be made: then
+  /// nothing is put back, and the entry keeps what is in the Trash until a later call.
+  [[nodiscard]] Resumed resume(const TrashCandidate& candidate, const DeletionJournal::Item& item,
+                               bool mayLand);
 
   /// What tells the files of the entry from strangers, for the journal.
   [[nodiscard]] DeletionJournal::Item describe(const TrashCandidate& candidate) const;

@@ -13,6 +13,7 @@ struct StoredItem {
   std::optional<std::string> trashedPNGURL;
   std::optional<std::string> trashedOriginalURL;
   bool isUntracked = false;
+  std::optional<double> mayLandUntil;
   json::Object extra;
 
   template <class V, class S>
@@ -22,6 +23,7 @@ struct StoredItem {
     v.field("trashedPNGURL", item.trashedPNGURL, json::asPath);
     v.field("trashedOriginalURL", item.trashedOriginalURL, json::asPath);
     v.field("isUntracked", item.isUntracked);
+    v.field("mayLandUntil", item.mayLandUntil);
     v.rest(item.extra);
   }
 };
@@ -66,6 +68,7 @@ Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const Pen
                             item.trashedPNGURL.transform(toText),
                             item.trashedOriginalURL.transform(toText),
                             item.isUntracked,
+                            item.mayLandUntil,
                             {}});
   }
   return files.replace(paths.pendingUndo(), json::toText(stored), Privacy::ownerOnly);
@@ -88,6 +91,7 @@ std::optional<PendingUndo> readPendingUndo(const Files& files, const LibraryPath
                                    static_cast<std::size_t>(item.index),
                                    item.trashedPNGURL.transform(fromText),
                                    item.trashedOriginalURL.transform(fromText), item.isUntracked});
+    pending.batch.items.back().mayLandUntil = item.mayLandUntil;
   }
   return pending;
 }

@@ -225,6 +225,48 @@ TEST_P(UnansweredChangeTest, AChangeThatLandsAfterTheFirstLookIsSeenByTheNext) {
   EXPECT_FALSE(mayStillLand(until, 70));
 }
 
+// The server is at the removal of the old name when it falls silent, and makes it late.
+TEST_P(UnansweredChangeTest, NothingIsPutAtANameWhoseRemovalMayStillBeMade) {
+  const bool isStartedAnew = GetParam();
+  for (const int number : {1, 2}) {
+    SCOPED_TRACE(number);
+    Shelf shelf;
+    const Path path = number == 1 ? "/captures/a.png" : "/captures/a original.png";
+    shelf.silence("/captures", number, false);
+    shelf.files.isUnansweredHalfMade = true;
+    (void)shelf.trash();
+    ASSERT_TRUE(shelf.files.disk.contains(path));
+    shelf.answerAgain();
+    shelf.deletion.recover([] {});
+    shelf.runners.run();
+    EXPECT_EQ(shelf.ids(), "b");
+    HistoryDeletion later{{shelf.store, shelf.files, shelf.trashFolder, shelf.runners,
+                           shelf.runners.main(), shelf.runners.runner("work")}};
+    HistoryDeletion& deletion = isStartedAnew ? later : shelf.deletion;
+    if (isStartedAnew) later.recover([] {});
+    deletion.undo([](const UndoOutcome&) {});
+    shelf.runners.run();
+    EXPECT_EQ(shelf.ids(), "ab");
+    shelf.files.disk.erase(path);
+    shelf.runners.advance(9s);
+    shelf.expectWhole();
+  }
+
+  // What a failed deletion gives back waits.
+  Shelf shelf;
+  shelf.silence("/captures", 1, false);
+  shelf.files.isUnansweredHalfMade = true;
+  shelf.trashFolder.failing["/captures/a original.png"] = FailureKind::noSpace;
+  (void)shelf.trash();
+  shelf.answerAgain();
+  shelf.runners.advance(31s);
+  shelf.files.disk.erase("/captures/a.png");
+  shelf.runners.advance(91s);
+  EXPECT_EQ(shelf.ids(), "ab");
+  EXPECT_EQ(shelf.files.text("/captures/a.png"), "a");
+  shelf.expectWhole();
+}
+
 TEST_P(UnansweredChangeTest, ARewriteIsClearedUpOnceItsDiskAnswers) {
   Shelf shelf;
   const EntryList entries = shelf.store.entries();

@@ -106,6 +106,7 @@ Result<void> FakeFiles::makeMove(const Path& from, const Path& to,
   if (!isCounted || silenceAtMove == 0 || --silenceAtMove > 0) return make();
   silent.insert(silencing);
   if (isUnansweredMade) (void)make();
+  if (isUnansweredHalfMade) disk[to] = disk.at(from);
   return failed(FailureKind::unreachable, "it does not answer");
 }
 

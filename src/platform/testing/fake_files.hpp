@@ -55,6 +55,7 @@ class FakeFiles final : public Files {
   int silenceAtMove = 0;
   Path silencing;
   bool isUnansweredMade = false;
+  bool isUnansweredHalfMade = false;  ///< a move has made the new name and not removed the old one
 
   /// Files that `status` goes on showing by names that they have no longer.
   std::map<Path, std::shared_ptr<File>> shownAlthoughGone;

@@ -41,7 +41,10 @@ class FakeTrash final : public Trash {
     for (const auto& [place, file] : files_.disk) {
       if (place.parent_path() == "/Trash" && file->status.inode == inode &&
           place.filename().string().ends_with("-" + path.filename().string())) {
-        return place;
+        const Path found = place;
+        const auto old = files_.disk.find(path);
+        if (old != files_.disk.end() && old->second == file) VT_TRY(files_.remove(path));
+        return found;
       }
     }
     return std::nullopt;
