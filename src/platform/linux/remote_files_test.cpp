@@ -225,6 +225,8 @@ TEST_F(RemoteFilesTest, AChangeWhoseReplyWasLostIsNotTakenForNotMade) {
     EXPECT_EQ(systemFailure(EACCES).error().kind, FailureKind::denied);
   }
   EXPECT_EQ(systemFailure(EIO).error().kind, FailureKind::other) << "of looks and local disks";
+  EXPECT_EQ(systemFailure(ECONNABORTED).error().kind, FailureKind::unreachable)
+      << "a look while the server of a FUSE mount dies";
 
   // Where an empty file holds the name for it, that is not taken away with the file in its place.
   mount->renamePlainly();

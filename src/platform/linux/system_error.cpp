@@ -49,10 +49,17 @@ std::unexpected<Failure> systemFailure(int error) {
     case EROFS: return failed(FailureKind::readOnly, "the disk is read-only");
     case EXDEV: return failed(FailureKind::unsupported, "it lies on another file system");
     case EOPNOTSUPP: return failed(FailureKind::unsupported, "the file system cannot do that");
+    // Of a connection: no disk of this machine says so.
     case ESTALE:
+    case ECONNABORTED:
+    case ECONNRESET:
     case EHOSTDOWN:
     case EHOSTUNREACH:
+    case ENETDOWN:
+    case ENETRESET:
+    case ENETUNREACH:
     case ENOTCONN:
+    case ESHUTDOWN:
     case ETIMEDOUT: return failed(FailureKind::unreachable, "the folder does not answer");
     case ENOTEMPTY: return failed(FailureKind::other, "the folder is not empty");
     case EISDIR: return failed(FailureKind::other, "it is a folder");
