@@ -146,18 +146,17 @@ class Session {
                                              .countdown = countdown,
                                              .desktopCover = cover,
                                              .overlay = [this] { return &overlay; }});
-    copying.emplace(
-        CaptureCopying::Services{.main = runners.main(),
-                                 .work = runners.runner("pictures"),
-                                 .files = files,
-                                 .codec = pictures,
-                                 .library = *library,
-                                 .alerts = alerts,
-                                 .clipboard = [this]() -> Clipboard* { return clipboard.get(); },
-                                 .draw = [](const EditorDocument& document, const Image&, auto,
-                                            const auto&) -> Result<std::string> {
-                                   return fmt::format("{} drawn", document.shapes.size());
-                                 }});
+    copying.emplace(CaptureCopying::Services{
+        .main = runners.main(),
+        .work = runners.runner("pictures"),
+        .files = files,
+        .codec = pictures,
+        .library = *library,
+        .alerts = alerts,
+        .clipboard = [this]() -> Clipboard* { return clipboard.get(); },
+        .draw = [](const EditorDocument& document, const Image&, auto, const auto&)
+            -> Result<std::string> { return fmt::format("{} drawn", document.shapes.size()); },
+        .isWholePicture = [](const PictureBytes& bytes) { return bytes.read(0, 4) == "png "; }});
     app = std::make_unique<AppCoordinator>(
         AppCoordinator::Services{.main = runners.main(),
                                  .captures = *captures,
@@ -897,7 +896,8 @@ TEST_F(AppCoordinatorTest, WhatIsCopiedIsWhatIsShown) {
   }));
   world.files.put(entry->path, "junk");
   EXPECT_EQ(copied(), "(nothing)");
-  EXPECT_THAT(run->alerts.notices.back(), HasSubstr("Copy failed: the screenshot couldn't be read"));
+  EXPECT_THAT(run->alerts.notices.back(),
+              HasSubstr("Copy failed: the screenshot couldn't be read"));
 }
 
 TEST_F(AppCoordinatorTest, AQuitLeavesNoIndexThatWasLostUnderIt) {

@@ -5,34 +5,33 @@
 
 #include "base/log.hpp"
 #include "editor/entry_document.hpp"
-#include "library/whole_picture.hpp"
 
 namespace vantorel {
 namespace {
 
 /// As it is shown. The failure's reason is a clause.
-Result<std::string> pictureAsPNG(const Files& files, const ImageCodec& codec,
-                                 const CaptureAnnotator::Draw& draw, const ScreenshotEntry& entry) {
+Result<std::string> pictureAsPNG(const CaptureCopying::Services& with,
+                                 const ScreenshotEntry& entry) {
   constexpr auto unreadable = [] {
     return failed(FailureKind::malformed, "the screenshot couldn't be read");
   };
   if (hasUnreadAnnotations(entry)) {
     return failed(FailureKind::unsupported, "it has annotations that this version can't read");
   }
-  auto bytes = files.read(entry.path);
+  auto bytes = with.files->read(entry.path);
   if (!bytes) return unreadable();
   const bool isPlain = !isAnnotated(entry);
   if (isPlain && Path(entry.path).extension() == ".png") {
-    if (!isWholePicture(PictureInMemory(*bytes))) return unreadable();
+    if (!with.isWholePicture(PictureInMemory(*bytes))) return unreadable();
     return *std::move(bytes);
   }
-  auto image = codec.decode(*bytes);
+  auto image = with.codec->decode(*bytes);
   if (!image) return unreadable();
   const ImageEncoding encoding{.format = ExportFormat::png,
                                .pixelsPerPoint = entry.captureScale.value_or(1)};
-  if (isPlain) return codec.encode(*image, encoding);
+  if (isPlain) return with.codec->encode(*image, encoding);
   const EditorDocument document = documentOf(entry, image->size());
-  auto drawn = draw(document, *std::move(image), entry.captureScale, encoding);
+  auto drawn = with.draw(document, *std::move(image), entry.captureScale, encoding);
   if (!drawn) {
     logWarning("Clipboard", "{}", drawn.error().reason);
     return failed(drawn.error().kind, "its annotations couldn't be drawn");
@@ -46,8 +45,7 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, std::function<void(std::
   Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
   if (clipboard == nullptr) return done("there is no clipboard here");
   services_.work->post(
-      [files = services_.files, codec = services_.codec, draw = services_.draw, entry,
-       main = services_.main,
+      [with = services_, entry,
        drawn = lifetime_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
          if (!png) return done(png.error().reason);
          clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
@@ -55,8 +53,8 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, std::function<void(std::
            done(set ? "" : "the clipboard wouldn't take the image");
          });
        })]() mutable {
-        main->post([png = pictureAsPNG(*files, *codec, draw, entry),
-                    drawn = std::move(drawn)]() mutable { drawn(png); });
+        with.main->post(
+            [png = pictureAsPNG(with, entry), drawn = std::move(drawn)]() mutable { drawn(png); });
       });
 }
 

@@ -17,8 +17,8 @@
 
 namespace vantorel {
 
-/// Copies the pictures of captures to the clipboard, with everything drawn and covered. Lives on the
-/// main runner.
+/// Copies the pictures of captures to the clipboard, with everything drawn and covered. Lives on
+/// the main runner.
 class CaptureCopying {
  public:
   struct Services {
@@ -28,8 +28,9 @@ class CaptureCopying {
     std::shared_ptr<const ImageCodec> codec;
     Library& library;
     Alerts& alerts;
-    std::function<Clipboard*()> clipboard;  ///< null when there is none
-    CaptureAnnotator::Draw draw;            ///< called on `work`
+    std::function<Clipboard*()> clipboard;                    ///< null when there is none
+    CaptureAnnotator::Draw draw;                              ///< called on `work`
+    std::function<bool(const PictureBytes&)> isWholePicture;  ///< likewise
   };
 
   explicit CaptureCopying(Services services) : services_(std::move(services)) {}

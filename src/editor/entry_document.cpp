@@ -314,8 +314,8 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
 }
 
 bool isAnnotated(const ScreenshotEntry& entry) {
-  return !entry.shapes.empty() || entry.crop || entry.background || entry.combine ||
-         entry.layers || entry.canvas;
+  return !entry.shapes.empty() || entry.crop || entry.background || entry.combine || entry.layers ||
+         entry.canvas;
 }
 
 void followPictureSize(ScreenshotEntry& entry, PixelSize size) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/whole_picture.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
 
@@ -71,7 +72,8 @@ CaptureWing::CaptureWing(LibraryWing& theLibrary, std::function<void()> terminat
                .library = libraryWing.library,
                .alerts = *desktop.alerts,
                .clipboard = [this] { return &desktop.clipboard(); },
-               .draw = sceneDrawing(desktop.files, desktop.codec)}),
+               .draw = sceneDrawing(desktop.files, desktop.codec),
+               .isWholePicture = isWholePicture}),
       coordinator(coordinatorServices(*this, std::move(terminate))) {
   libraryWing.repair.recoverStaged = [this](std::function<void()> done) {
     captures.recoverStaged([done = std::move(done)](int) { done(); });
