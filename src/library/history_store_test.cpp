@@ -6,6 +6,7 @@
 #include <random>
 
 #include "base/log.hpp"
+#include "base/utf8.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
 
@@ -224,6 +225,16 @@ TEST_F(HistoryStoreTest, DamagedIndexIsParkedOnceAndTheLibraryStartsEmpty) {
     add("b");
     EXPECT_EQ(written(), "");
   }
+  files.disk.clear();
+  files.put(index, whole.substr(0, whole.size() - 19) +
+                       R"(,{"id":"b","capturedAt":1,"path":"/b","title":")" +
+                       "\xff b\"}],\"collections\":[]}");
+  open();
+  EXPECT_EQ(ids(store->entries()), "ab") << "one byte that is no text takes nothing else along";
+  EXPECT_EQ(store->find("b")->title, "\uFFFD b");
+  runners.advance(10s);
+  EXPECT_TRUE(isUtf8(files.text(index)));
+
   files.disk.clear();
   files.put(index, "broken");
   files.changesFail = FailureKind::readOnly;

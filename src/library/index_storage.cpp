@@ -7,6 +7,7 @@
 #include "base/json_writer.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
+#include "base/utf8.hpp"
 #include "library/history_log.hpp"
 #include "library/parked_index.hpp"
 
@@ -268,7 +269,12 @@ IndexStorage::Loaded IndexStorage::decode() {
     content_.reset();
     if (!text) return unreadable(text.error());
     loaded.load = park(*text, "failed to decode");
-    return loaded;
+    if (isUtf8(*text) || (loaded.load == IndexLoad::notParked && !onlyLooks_)) return loaded;
+    // Of bytes that are no text nothing but these is lost.
+    decoded = decodeIndex(repairedUtf8(*text));
+    if (!decoded) return loaded;
+    std::ranges::fill(decoded->runs, TextRun());
+    loaded.changedByReading = true;
   }
   if (decoded->file.version > HistoryIndexFile::currentVersion) {
     logError(historyLog,
@@ -279,10 +285,10 @@ IndexStorage::Loaded IndexStorage::decode() {
     return loaded;
   }
   loaded.load = IndexLoad::read;
-  loaded.changedByReading = decoded->file.version != HistoryIndexFile::currentVersion;
+  loaded.changedByReading |= decoded->file.version != HistoryIndexFile::currentVersion;
   loaded.entries = std::move(decoded->file.entries);
   if (!loaded.caches.build(loaded.entries)) {
-    if (hasConflict(loaded.entries)) {
+    if (content_ && hasConflict(loaded.entries)) {
       const auto text = content_->read(0, contentStatus_.size);
       if (!text) return unreadable(text.error());
       if (const IndexLoad parked = park(*text, "has two entries for one capture");

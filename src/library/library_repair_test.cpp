@@ -274,6 +274,9 @@ TEST_F(LibraryRepairTest, RepairRemovesWhatMovedAndWasNotRemoved) {
   ASSERT_TRUE(left.write(*files, library.paths()).has_value());
   std::swap(files->disk[spare], files->disk[edited]);
   std::swap(spare, edited);
+  const std::string renamed = "/captures/Screenshot 2026-03-01 at 14.05.11.png";
+  files->disk[renamed] = files->disk.at(edited);
+  files->disk.erase(std::exchange(edited, renamed));
   load(indexOf(""));
   files->readOnly = {"/captures"};
   trash.failing[edited] = FailureKind::denied;

@@ -5,6 +5,8 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -51,7 +53,7 @@ RelocationLeftovers RelocationLeftovers::read(const Files& files, const LibraryP
 std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files& files) const {
   std::vector<RelocationJournal::Pair> found;
   std::vector<std::pair<RelocationJournal::Pair, FileNumber>> missing;
-  std::map<FileNumber, std::string> others;  // that have the names of these
+  std::set<std::string> searched;  // folders of these
   for (const RelocationJournal::Pair& pair : copied) {
     const auto folder = identityOf(files, folderOf(pair.oldPath));
     if (!folder || !pair.file) continue;
@@ -61,8 +63,20 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files&
       found.push_back(pair);
       continue;
     }
-    if (status) others.emplace(FileNumber{folder->first, number}, pair.oldPath);
     missing.emplace_back(pair, FileNumber{folder->first, *pair.file});
+    searched.emplace(folderOf(pair.oldPath));
+  }
+  std::map<FileNumber, std::string> others;  // whatever their names are by now
+  for (const std::string& folder : searched) {
+    const auto items = files.list(folder);
+    if (!items) continue;
+    for (const FolderItem& item : *items) {
+      const std::string path = folder + "/" + item.name;
+      if (item.type != FileType::regular) continue;
+      const auto status = files.status(path);
+      if (!status) continue;
+      others.emplace(FileNumber{status->device, static_cast<std::int64_t>(status->inode)}, path);
+    }
   }
   for (auto& [pair, number] : missing) {
     const auto other = others.find(number);
