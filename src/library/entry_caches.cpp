@@ -43,7 +43,7 @@ unsigned char lowered(char letter) {
 constexpr std::size_t beginningSize = sizeof(std::uint64_t);
 
 /// `filler` stands for what is missing of a short id.
-std::uint64_t beginningOf(std::string_view id, unsigned char filler) {
+std::uint64_t firstBytesOf(std::string_view id, unsigned char filler) {
   std::uint64_t number = 0;
   for (std::size_t i = 0; i < beginningSize; ++i) {
     number = number << 8 | (i < id.size() ? lowered(id[i]) : filler);
@@ -69,7 +69,7 @@ bool EntryCaches::build(const EntryList& entries) {
   }
   for (const EntryPointer& entry : newestFirst_) {
     if (!byID_.emplace(entry->id, entry).second) return false;
-    beginnings_.push_back({beginningOf(entry->id, 0), entry.get()});
+    beginnings_.push_back({firstBytesOf(entry->id, 0), entry.get()});
     byPath_.emplace(entry->path, entry);
     for (const std::string_view id : collectionsOf(entry)) {
       CollectionMembership& membership = members_[std::string(id)];
@@ -83,7 +83,7 @@ bool EntryCaches::build(const EntryList& entries) {
 
 void EntryCaches::add(const EntryPointer& entry) {
   byID_.emplace(entry->id, entry);
-  const std::uint64_t beginning = beginningOf(entry->id, 0);
+  const std::uint64_t beginning = firstBytesOf(entry->id, 0);
   beginnings_.insert(std::ranges::lower_bound(beginnings_, beginning, {}, &Beginning::number),
                      {beginning, entry.get()});
   byPath_.emplace(entry->path, entry);
@@ -108,7 +108,7 @@ void EntryCaches::leave(std::string_view collectionID, const EntryPointer& entry
 std::vector<EntryCaches::Beginning>::iterator EntryCaches::findBeginning(
     const EntryPointer& entry) {
   const auto range =
-      std::ranges::equal_range(beginnings_, beginningOf(entry->id, 0), {}, &Beginning::number);
+      std::ranges::equal_range(beginnings_, firstBytesOf(entry->id, 0), {}, &Beginning::number);
   const auto found = std::ranges::find(range, entry.get(), &Beginning::entry);
   return found == range.end() ? beginnings_.end() : found;
 }
@@ -144,7 +144,7 @@ void EntryCaches::addAll(const EntryList& entries) {
   for (const EntryPointer& entry : added) {
     byID_.emplace(entry->id, entry);
     byPath_.emplace(entry->path, entry);
-    beginnings_.push_back({beginningOf(entry->id, 0), entry.get()});
+    beginnings_.push_back({firstBytesOf(entry->id, 0), entry.get()});
     for (const std::string_view id : collectionsOf(entry)) byCollection[id].push_back(entry);
   }
   const auto newBeginnings = beginnings_.begin() + middle;
@@ -233,8 +233,8 @@ EntryPointer EntryCaches::byID(std::string_view id) const {
 
 EntryCaches::Prefixed EntryCaches::byIDPrefix(std::string_view prefix) const {
   const auto first =
-      std::ranges::lower_bound(beginnings_, beginningOf(prefix, 0), {}, &Beginning::number);
-  const auto last = std::ranges::upper_bound(first, beginnings_.end(), beginningOf(prefix, 0xFF),
+      std::ranges::lower_bound(beginnings_, firstBytesOf(prefix, 0), {}, &Beginning::number);
+  const auto last = std::ranges::upper_bound(first, beginnings_.end(), firstBytesOf(prefix, 0xFF),
                                              {}, &Beginning::number);
   Prefixed found;
   const ScreenshotEntry* only = nullptr;
