@@ -1,6 +1,8 @@
 #include "library/deletion_queue.hpp"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 
 #include "base/log.hpp"
 #include "library/sliced_work.hpp"
@@ -73,11 +75,19 @@ void DeletionQueue::flushIndex(std::move_only_function<void(const Result<void>&)
 
 void DeletionQueue::closeJournal(bool isSaved, const DeletionJournal& current) {
   if (current.isEmpty()) return;
-  unended_.append(current);
-  if (!isSaved) return;
-  unended_.surplus.clear();
-  std::erase_if(unended_.items,
-                [](const DeletionJournal::Item& item) { return !item.mayLandUntil; });
+  if (!isSaved) return unended_.append(current);
+  const auto isDoubtful = [](const DeletionJournal::Item& item) {
+    return item.mayLandUntil.has_value();
+  };
+  if (unended_.isEmpty()) {
+    // Thousands of items, of which none stays, would hold the runner.
+    unended_.offersUndo |= current.offersUndo;
+    std::ranges::copy_if(current.items, std::back_inserter(unended_.items), isDoubtful);
+  } else {
+    unended_.append(current);
+    std::erase_if(unended_.items, std::not_fn(isDoubtful));
+    unended_.surplus.clear();
+  }
   services_.work->post(
       [&files = services_.files, paths = services_.store.paths(), journal = unended_] {
         const auto written = writeDeletionJournal(files, paths, journal);
