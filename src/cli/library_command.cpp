@@ -198,11 +198,16 @@ void LibraryCommands::undo(bool json, CommandDone done) {
   if (!services_.library->deletion().pendingUndo()) {
     return done(failedReply("There is nothing to undo: a deletion can be undone for 8 seconds"));
   }
-  services_.library->deletion().undo([this, json,
-                                      done = std::move(done)](const UndoOutcome& outcome) mutable {
-    const HistoryStore& store = services_.library->store();
-    withLines(findEntries(store, outcome.restored), json, replyTo(outcome, store), std::move(done));
-  });
+  services_.library->deletion().undo(
+      [this, json, done = std::move(done)](UndoOutcome outcome) mutable {
+        // As many as were deleted: found and told when the undo itself has let the runner go.
+        services_.main->post(lifetime_.guard(
+            [this, json, outcome = std::move(outcome), done = std::move(done)]() mutable {
+              const HistoryStore& store = services_.library->store();
+              withLines(findEntries(store, outcome.restored), json, replyTo(outcome, store),
+                        std::move(done));
+            }));
+      });
 }
 
 void LibraryCommands::forget(const EntryList& entries, bool json, CommandDone done) {

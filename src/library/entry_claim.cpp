@@ -57,10 +57,11 @@ bool EntryClaims::isFileChanging(const std::string& id) const {
   return found != state_->end() && found->second.alone && found->second.alone != EntryWork::editing;
 }
 
-std::set<std::string> EntryClaims::fileChanges() const {
-  std::set<std::string> ids;
+std::vector<std::string> EntryClaims::fileChanges() const {
+  std::vector<std::string> ids;
+  ids.reserve(state_->size());
   for (const auto& [id, held] : *state_) {
-    if (held.alone && held.alone != EntryWork::editing) ids.insert(id);
+    if (held.alone && held.alone != EntryWork::editing) ids.push_back(id);
   }
   return ids;
 }

@@ -4,9 +4,9 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace vantorel {
 
@@ -59,8 +59,8 @@ class EntryClaims {
   /// shows of them means nothing then.
   [[nodiscard]] bool isFileChanging(const std::string& id) const;
 
-  /// The ids of all such entries.
-  [[nodiscard]] std::set<std::string> fileChanges() const;
+  /// The ids of all such entries, in order.
+  [[nodiscard]] std::vector<std::string> fileChanges() const;
 
  private:
   friend class EntryClaim;

@@ -105,29 +105,31 @@ void HistoryDeletion::lookAgainLater() {
 // Deleting: the journal, the files, the undo, then the index. Whenever the run ends in between, the
 // next one knows of each file where it is.
 
-void HistoryDeletion::trash(const std::vector<std::string>& ids, Undo undo,
+void HistoryDeletion::trash(std::vector<std::string> ids, Undo undo,
                             std::move_only_function<void(const TrashSweep&)> done) {
   settleFirst();
-  queue_.enqueue([this, ids, undo, done = std::move(done)]() mutable {
-    auto state =
-        std::make_shared<Sweeping>(Sweeping{.ids = ids, .undo = undo, .done = std::move(done)});
+  queue_.enqueue([this, ids = std::move(ids), undo, done = std::move(done)]() mutable {
+    auto state = std::make_shared<Sweeping>(
+        Sweeping{.ids = std::move(ids), .undo = undo, .done = std::move(done)});
     // Names may have been swapped: what goes is the entry's file, not what has its name.
-    queue_.onWork([&files = services_.files,
-                   before = LookBeforeUse(services_.store, ids)] { return before.look(files); },
-                  [this, state](const FileLook& look) {
-                    state->unsettled = adoptLook(services_.store, look).unsettled;
-                    const auto go = [this, state] {
-                      queue_.inSlices(
-                          state->ids.size(),
-                          [this, state](std::size_t begin, std::size_t end) {
-                            claimSome(*state, begin, end);
-                          },
-                          [this, state] { moveToTrash(state); });
-                    };
-                    if (look.renamed.empty() && look.displaced.empty()) return go();
-                    // What a kill leaves behind is found by the paths in the index on disk.
-                    queue_.flushIndex([go](const Result<void>&) { go(); });
-                  });
+    queue_.onWork(
+        [&files = services_.files, before = LookBeforeUse(services_.store, state->ids)] {
+          return before.look(files);
+        },
+        [this, state](const FileLook& look) {
+          state->unsettled = adoptLook(services_.store, look).unsettled;
+          const auto go = [this, state] {
+            queue_.inSlices(
+                state->ids.size(),
+                [this, state](std::size_t begin, std::size_t end) {
+                  claimSome(*state, begin, end);
+                },
+                [this, state] { moveToTrash(state); });
+          };
+          if (look.renamed.empty() && look.displaced.empty()) return go();
+          // What a kill leaves behind is found by the paths in the index on disk.
+          queue_.flushIndex([go](const Result<void>&) { go(); });
+        });
   });
 }
 

@@ -41,7 +41,7 @@ class HistoryDeletion {
   /// Moves the entries' files and originals to the Trash, takes the entries out of the library, and
   /// writes the index. Entries whose files cannot be moved stay. With `offered` the batch can be
   /// undone for eight seconds; a newer one replaces it.
-  void trash(const std::vector<std::string>& ids, Undo undo,
+  void trash(std::vector<std::string> ids, Undo undo,
              std::move_only_function<void(const TrashSweep&)> done);
 
   /// The batch that can be undone now.

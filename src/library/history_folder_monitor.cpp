@@ -161,7 +161,7 @@ void HistoryFolderMonitor::happened(const std::string& name, const FolderEvent& 
         return lookSoon(name);
       }
       if (event.kind == FolderEvent::Kind::disappeared) {
-        heard_.gone.insert(path);
+        heard_.gone[name].insert(path);
       } else if (onFileChange) {
         onFileChange(path);
       }
@@ -207,19 +207,22 @@ void HistoryFolderMonitor::lookSoon(const std::string& name) {
 
 void HistoryFolderMonitor::prune() {
   movedFrom_.clear();
+  origins_.clear();
   // A library that is not ours to write is not ours to clear up.
   if (services_.store.indexRefusal()) {
     heard_ = {};
     return toLookAt_.clear();
   }
   lookAtArrivals();
+  const auto moving =
+      std::make_shared<const std::vector<std::string>>(services_.store.claims().fileChanges());
   services_.reachability.look(
       std::exchange(toLookAt_, {}), std::exchange(heard_, {}),
-      lifetime_.guard([this, moving = services_.store.claims().fileChanges()](
-                          const std::string& name, const HistoryReachability::Seen& seen) {
-        if (seen.isUnsettled && wanted_.contains(name)) lookSoon(name);
-        forgetGone(name, seen.went, moving);
-      }));
+      lifetime_.guard(
+          [this, moving](const std::string& name, const HistoryReachability::Seen& seen) {
+            if (seen.isUnsettled && wanted_.contains(name)) lookSoon(name);
+            forgetGone(name, seen.went, *moving);
+          }));
 }
 
 /// What changed or moved since it was looked at may have its file elsewhere by now.
@@ -228,9 +231,11 @@ EntryList HistoryFolderMonitor::resting(const EntryList& entries) const {
 }
 
 void HistoryFolderMonitor::forgetGone(const std::string& name, const EntryList& went,
-                                      const std::set<std::string>& movingBefore) {
+                                      const std::vector<std::string>& movingBefore) {
   EntryList going = resting(went);
-  std::erase_if(going, [&](const EntryPointer& entry) { return movingBefore.contains(entry->id); });
+  std::erase_if(going, [&](const EntryPointer& entry) {
+    return std::ranges::binary_search(movingBefore, entry->id);
+  });
   if (going.size() < went.size() && wanted_.contains(name)) lookSoon(name);
   if (going.empty()) return;
   lookAgain(services_.files, *services_.work, services_.main, going,
@@ -278,10 +283,9 @@ void HistoryFolderMonitor::keepDeparted(std::vector<PlacedEntry> departed) {
 void HistoryFolderMonitor::hearMove(const std::string& path, const FolderEvent& event) {
   if (event.move == 0) return;
   if (event.kind == FolderEvent::Kind::disappeared) {
-    const auto earlier = std::ranges::find(
-        heard_.moves, path, [](const auto& move) -> const auto& { return move.second; });
-    if (earlier != heard_.moves.end()) {
-      movedFrom_[event.move] = earlier->first;
+    const auto earlier = origins_.find(path);
+    if (earlier != origins_.end()) {
+      movedFrom_[event.move] = earlier->second;
     } else if (isNamed(path) && !heard_.moves.contains(path)) {
       // What goes after the entry's file has gone is what somebody put in its place.
       movedFrom_[event.move] = path;
@@ -290,7 +294,11 @@ void HistoryFolderMonitor::hearMove(const std::string& path, const FolderEvent& 
   }
   const auto from = movedFrom_.find(event.move);
   if (from == movedFrom_.end()) return;
-  heard_.moves[from->second] = path;
+  std::string& place = heard_.moves[from->second];
+  const auto earlier = origins_.find(place);
+  if (earlier != origins_.end() && earlier->second == from->second) origins_.erase(earlier);
+  place = path;
+  origins_[path] = from->second;
   movedFrom_.erase(from);
 }
 

@@ -114,7 +114,7 @@ class HistoryFolderMonitor {
   void prune();
   [[nodiscard]] EntryList resting(const EntryList& entries) const;
   void forgetGone(const std::string& name, const EntryList& went,
-                  const std::set<std::string>& movingBefore);
+                  const std::vector<std::string>& movingBefore);
   void forget(const std::string& name, const EntryList& gone);
   void keepDeparted(std::vector<PlacedEntry> departed);
   void hearMove(const std::string& path, const FolderEvent& event);
@@ -133,8 +133,9 @@ class HistoryFolderMonitor {
   std::chrono::nanoseconds toLookSince_{0};
   std::map<std::uint32_t, std::string> movedFrom_;  // the path an entry has, by the move's number
   HistoryReachability::Heard heard_;                // since the last look
-  std::set<std::string> arrivals_;                  // files of no entry, since the last look
-  std::deque<PlacedEntry> departed_;                // their files went; oldest first
+  std::unordered_map<std::string, std::string> origins_;  // the old paths of its moves, by new ones
+  std::set<std::string> arrivals_;                        // files of no entry, since the last look
+  std::deque<PlacedEntry> departed_;                      // their files went; oldest first
   std::uint64_t generations_ = 0;
   std::unique_ptr<MountWatch> mountWatch_;
   Observation observation_;

@@ -50,7 +50,9 @@ class HistoryFolderMonitorTest : public testing::Test {
 
   std::string outOfReach() {
     std::string text;
-    for (const std::string& id : reachability.outOfReachIDs()) text += id;
+    for (const EntryPointer& entry : store.entries()) {
+      if (reachability.isOutOfReach(*entry)) text += entry->id;
+    }
     return text;
   }
 

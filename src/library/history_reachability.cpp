@@ -1,5 +1,6 @@
 #include "library/history_reachability.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/log.hpp"
@@ -7,16 +8,22 @@
 
 namespace vantorel {
 
+bool HistoryReachability::isOutOfReach(const ScreenshotEntry& entry) const {
+  const auto folder = folders_.find(folderOf(entry.path));
+  return folder != folders_.end() && folder->second.outOfReach &&
+         folder->second.outOfReach->contains(entry.id);
+}
+
 void HistoryReachability::look(const std::set<std::string>& folders, Heard heard,
                                const FolderSeen& done) {
+  for (const std::string& name : folders) folders_[name].ticket = ++tickets_;
+  for (auto& [name, paths] : heard.gone) {
+    const auto folder = folders_.find(name);
+    if (folder == folders_.end()) continue;
+    folder->second.heardGone.push_back(std::make_shared<const HeardPaths>(std::move(paths)));
+  }
   Looks looks;
-  for (const std::string& folder : folders) {
-    looks[folder].ticket = folders_[folder].ticket = ++tickets_;
-  }
-  for (const std::string& path : heard.gone) {
-    const auto folder = folders_.find(folderOf(path));
-    if (folder != folders_.end()) folder->second.heardGone.insert(path);
-  }
+  for (const std::string& name : folders) looks[name].before = folders_[name];
   work_->post([&files = files_, main = main_, looks = std::move(looks),
                scope = FileLookScope{.entries = store_.entries(),
                                      .unreadPaths = store_.unreadPaths(),
@@ -41,6 +48,7 @@ void HistoryReachability::look(const std::set<std::string>& folders, Heard heard
     for (auto& [name, look] : looks) {
       if (look.identity != identityOf(files, name)) look.identity.reset();
     }
+    sort(looks, found);
     auto learned = std::exchange(found.learned, {});
     postInSlices(main, std::move(learned), learn,
                  [reply, looks = std::move(looks), found = std::move(found)]() mutable {
@@ -49,45 +57,49 @@ void HistoryReachability::look(const std::set<std::string>& folders, Heard heard
   });
 }
 
+/// Into what went and what is out of reach, by folders. Off the main runner: there are as many as a
+/// disk holds that went.
+void HistoryReachability::sort(Looks& looks, const FileLook& found) {
+  for (std::size_t i = 0; i < found.gone.size(); ++i) {
+    const ScreenshotEntry& entry = *found.gone[i];
+    const auto at = looks.find(folderOf(entry.path));
+    if (at == looks.end()) continue;
+    Look& look = at->second;
+    const Folder& before = look.before;
+    const bool wasThere = look.identity && look.identity == before.identity &&
+                          !(before.outOfReach && before.outOfReach->contains(entry.id));
+    const bool wasHeardToGo = std::ranges::any_of(
+        before.heardGone, [&](const auto& paths) { return paths->contains(entry.path); });
+    if (wasThere || wasHeardToGo) {
+      look.went.push_back(i);
+    } else {
+      look.outOfReach->insert(entry.id);
+    }
+  }
+  for (const EntryPointer& entry : found.outOfReach) {
+    const auto at = looks.find(folderOf(entry->path));
+    if (at != looks.end()) at->second.outOfReach->insert(entry->id);
+  }
+}
+
 void HistoryReachability::landed(Looks& looks, const FileLook& found, const FolderSeen& done) {
   const AdoptedLook adopted = adoptNames(store_, found);
   if (adopted.renamed > 0) {
     logInfo("History", "{} capture(s) have another name now", adopted.renamed);
   }
-  const auto sort = [&](const EntryList& entries, EntryList Look::* list) {
-    for (const EntryPointer& entry : entries) {
-      const auto look = looks.find(folderOf(entry->path));
-      if (look != looks.end()) (look->second.*list).push_back(entry);
-    }
-  };
-  sort(adopted.gone, &Look::gone);
-  sort(found.outOfReach, &Look::outOfReach);
-  for (const auto& [name, look] : looks) {
-    const auto folder = folders_.find(name);
-    if (folder == folders_.end() || folder->second.ticket != look.ticket) continue;
-    done(name, {adopt(look, folder->second), !adopted.unsettled.empty()});
+  for (auto& [name, look] : looks) {
+    const auto at = folders_.find(name);
+    if (at == folders_.end() || at->second.ticket != look.before.ticket) continue;
+    Folder& folder = at->second;
+    folder.identity = look.identity;
+    folder.outOfReach = std::move(look.outOfReach);
+    folder.heardGone.clear();
+    Seen seen{.isUnsettled = !adopted.unsettled.empty()};
+    for (const std::size_t place : look.went) seen.went.push_back(adopted.gone[place]);
+    done(name, seen);
   }
-}
-
-EntryList HistoryReachability::adopt(const Look& look, Folder& folder) {
-  const bool isSameFolder = look.identity && look.identity == folder.identity;
-  const auto heardGone = std::exchange(folder.heardGone, {});
-  EntryList went;
-  std::set<std::string> outOfReach;
-  for (const EntryPointer& entry : look.gone) {
-    const bool wasThere = isSameFolder && !folder.outOfReach.contains(entry->id);
-    if (wasThere || heardGone.contains(entry->path)) {
-      went.push_back(entry);
-    } else {
-      outOfReach.insert(entry->id);
-    }
-  }
-  for (const EntryPointer& entry : look.outOfReach) outOfReach.insert(entry->id);
-  for (const std::string& id : folder.outOfReach) outOfReachIDs_.erase(id);
-  outOfReachIDs_.insert(outOfReach.begin(), outOfReach.end());
-  folder.outOfReach = std::move(outOfReach);
-  folder.identity = look.identity;
-  return went;
+  // So many paths take a while to be given back.
+  work_->post([looks = std::move(looks)] {});
 }
 
 void HistoryReachability::distrust(std::string_view folder) {
@@ -98,10 +110,7 @@ void HistoryReachability::distrust(std::string_view folder) {
 }
 
 void HistoryReachability::forget(std::string_view folder) {
-  const auto found = folders_.find(folder);
-  if (found == folders_.end()) return;
-  for (const std::string& id : found->second.outOfReach) outOfReachIDs_.erase(id);
-  folders_.erase(found);
+  if (const auto found = folders_.find(folder); found != folders_.end()) folders_.erase(found);
 }
 
 }  // namespace vantorel

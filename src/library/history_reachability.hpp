@@ -8,6 +8,8 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "base/lifetime.hpp"
@@ -29,8 +31,8 @@ class HistoryReachability {
                       std::shared_ptr<TaskRunner> work)
       : store_(store), files_(files), main_(std::move(main)), work_(std::move(work)) {}
 
-  /// Entries whose files are out of reach now, as far as their folders have been looked at.
-  [[nodiscard]] const std::set<std::string>& outOfReachIDs() const { return outOfReachIDs_; }
+  /// Whether the entry's file is out of reach now, as far as its folder has been looked at.
+  [[nodiscard]] bool isOutOfReach(const ScreenshotEntry& entry) const;
 
   /// What a look at one folder found.
   struct Seen {
@@ -39,10 +41,14 @@ class HistoryReachability {
   };
   using FolderSeen = std::function<void(const std::string& folder, const Seen& seen)>;
 
+  using HeardPaths = std::unordered_set<std::string>;
+
   /// What was heard of files since the last look.
   struct Heard {
     std::map<std::string, std::string> moves{};  ///< new paths by old ones
-    std::set<std::string> gone{};                ///< paths that files went from
+
+    /// Paths that files went from, by their folders.
+    std::unordered_map<std::string, HeardPaths> gone{};
   };
 
   /// Looks for the files of all entries in these folders, gives entries the paths their files have
@@ -57,30 +63,33 @@ class HistoryReachability {
   void forget(std::string_view folder);
 
  private:
-  struct Look {
-    std::uint64_t ticket = 0;
+  using IDs = std::unordered_set<std::string>;
+
+  /// A folder, as it was when the last look landed and as it was heard of since.
+  struct Folder {
+    std::uint64_t ticket = 0;                  ///< of the last look asked for
     std::optional<FolderIdentity> identity{};  ///< nothing when the folder cannot be reached
-    EntryList gone{};
-    EntryList outOfReach{};
+    std::shared_ptr<const IDs> outOfReach{};
+    std::vector<std::shared_ptr<const HeardPaths>> heardGone{};
+  };
+
+  /// What a look found there.
+  struct Look {
+    Folder before;
+    std::optional<FolderIdentity> identity{};
+    std::shared_ptr<IDs> outOfReach = std::make_shared<IDs>();
+    std::vector<std::size_t> went{};  ///< places in `FileLook::gone`
   };
   using Looks = std::map<std::string, Look, std::less<>>;  // by folder
 
-  struct Folder {
-    std::uint64_t ticket = 0;  ///< of the last look-up asked for
-    std::optional<FolderIdentity> identity;
-    std::set<std::string> outOfReach;
-    std::set<std::string> heardGone;  ///< paths, since the last look that landed
-  };
-
+  static void sort(Looks& looks, const FileLook& found);
   void landed(Looks& looks, const FileLook& found, const FolderSeen& done);
-  [[nodiscard]] EntryList adopt(const Look& look, Folder& folder);
 
   HistoryStore& store_;
   const Files& files_;
   std::shared_ptr<TaskRunner> main_;
   std::shared_ptr<TaskRunner> work_;
   std::map<std::string, Folder, std::less<>> folders_;
-  std::set<std::string> outOfReachIDs_;
   std::uint64_t tickets_ = 0;
   Lifetime lifetime_;
 };

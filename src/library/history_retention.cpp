@@ -87,7 +87,8 @@ void HistoryRetention::sweep() {
   withdrawIfLonger();
   if (policy_ == RetentionPolicy::off) return;
   const double now = services_.clock.now();
-  const std::size_t count = expiredEntries(services_.store, policy_, now).size();
+  std::vector<std::string> expired = expiredEntries(services_.store, policy_, now);
+  const std::size_t count = expired.size();
   if (count > 0 && !mayMove()) {
     if (isRefused_ || std::exchange(isAsking_, true)) return;
     if (onQuestion) onQuestion(count, policy_);
@@ -100,7 +101,7 @@ void HistoryRetention::sweep() {
     later.lookedAt = now;
     keep(std::move(later), [](bool) {});
   }
-  if (count > 0) move();
+  if (count > 0) move(std::move(expired));
 }
 
 /// Who chooses a longer age, or none, takes back the yes to the one before.
@@ -154,10 +155,9 @@ void HistoryRetention::keep(RetentionAgreement agreement,
   });
 }
 
-void HistoryRetention::move() {
+void HistoryRetention::move(std::vector<std::string> expired) {
   isSweeping_ = true;
-  services_.deletion.trash(expiredEntries(services_.store, policy_, services_.clock.now()),
-                           HistoryDeletion::Undo::none,
+  services_.deletion.trash(std::move(expired), HistoryDeletion::Undo::none,
                            lifetime_.guard([this](const TrashSweep& swept) {
                              isSweeping_ = false;
                              logInfo("History", "{} capture(s) reached their age; {} stayed",

@@ -74,7 +74,7 @@ class HistoryRetention {
   void withdrawIfLonger();
   [[nodiscard]] bool mayMove() const;
   void keep(RetentionAgreement agreement, std::move_only_function<void(bool kept)> done);
-  void move();
+  void move(std::vector<std::string> expired);
 
   Services services_;
   RetentionPolicy policy_ = RetentionPolicy::off;

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "library/gone_entries.hpp"
@@ -111,16 +112,17 @@ void postInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile>
       });
 }
 
-LookBeforeUse::LookBeforeUse(const HistoryStore& store, const std::vector<std::string>& ids)
-    : scope_{
-          .entries = store.entries(), .unreadPaths = store.unreadPaths(), .paths = store.paths()} {
-  for (const std::string& id : ids) {
-    if (EntryPointer entry = store.find(id)) wanted_.push_back(std::move(entry));
-  }
-}
+LookBeforeUse::LookBeforeUse(const HistoryStore& store, std::vector<std::string> ids)
+    : ids_(std::move(ids)),
+      scope_{
+          .entries = store.entries(), .unreadPaths = store.unreadPaths(), .paths = store.paths()} {}
 
 FileLook LookBeforeUse::look(const Files& files) const {
-  return lookForFiles(files, wanted_, scope_, [](std::size_t, std::size_t) { return true; });
+  const std::unordered_set<std::string_view> ids(ids_.begin(), ids_.end());
+  EntryList wanted;
+  std::ranges::copy_if(scope_.entries, std::back_inserter(wanted),
+                       [&](const EntryPointer& entry) { return ids.contains(entry->id); });
+  return lookForFiles(files, wanted, scope_, [](std::size_t, std::size_t) { return true; });
 }
 
 AdoptedLook adoptLook(HistoryStore& store, const FileLook& look,

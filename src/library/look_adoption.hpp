@@ -51,12 +51,12 @@ void postInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile>
 /// may have been swapped while nobody watched. Call `look` where it may block.
 class LookBeforeUse {
  public:
-  LookBeforeUse(const HistoryStore& store, const std::vector<std::string>& ids);
+  LookBeforeUse(const HistoryStore& store, std::vector<std::string> ids);
 
   [[nodiscard]] FileLook look(const Files& files) const;
 
  private:
-  EntryList wanted_;
+  std::vector<std::string> ids_;
   FileLookScope scope_;
 };
 
