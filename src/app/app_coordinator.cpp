@@ -17,6 +17,8 @@ constexpr std::chrono::seconds clipboardBound{5};
 /// How long somebody at the desktop goes without a sign of the capture he took.
 constexpr std::chrono::seconds desktopPatience{1};
 constexpr std::chrono::seconds trayBound{10};
+/// For a look whether the index is in its place, on a disk that may hang.
+constexpr std::chrono::seconds indexLookBound{5};
 
 StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::seconds delay) {
   StillCaptureRequest request{
@@ -348,16 +350,24 @@ void AppCoordinator::terminateWhenSaved() {
 }
 
 void AppCoordinator::saveAndTerminate() {
-  services_.library.store().secure(lifetime_.guard([this](Result<void> saved) {
-    if (!saved && !services_.library.store().indexRefusal())
-      logError("Quit", "the index could not be saved: {}", saved.error().reason);
-    services_.settings.flush(lifetime_.guard([this](Result<void> stored) {
-      if (!stored) {
-        logError("Quit", "the settings could not be saved: {}", stored.error().reason);
-      }
-      services_.terminate();
-    }));
-  }));
+  const HistoryStore& store = services_.library.store();
+  auto once =
+      lifetime_.guard([this, ended = std::make_shared<bool>(false)](const Result<void>& saved) {
+        if (std::exchange(*ended, true)) return;
+        if (!saved && !services_.library.store().indexRefusal())
+          logError("Quit", "the index could not be saved: {}", saved.error().reason);
+        services_.settings.flush(lifetime_.guard([this](Result<void> stored) {
+          if (!stored) {
+            logError("Quit", "the settings could not be saved: {}", stored.error().reason);
+          }
+          services_.terminate();
+        }));
+      });
+  // With nothing unsaved, all there is to do is a look whether the index is still in its place.
+  if (store.landedSequence() == store.writeSequence()) {
+    services_.main->postAfter(indexLookBound, [once]() mutable { once(Result<void>()); });
+  }
+  services_.library.store().secure(once);
 }
 
 }  // namespace vantorel
