@@ -1,29 +1,35 @@
 #include "library/deletion_journal.hpp"
 
-#include <cstdlib>
 #include <string_view>
 #include <unordered_set>
 
 #include "base/json_record.hpp"
 #include "base/path_text.hpp"
 #include "library/journal_file.hpp"
+#include "library/stored_file_mark.hpp"
 
 namespace vantorel {
 namespace {
 
 struct StoredItem {
   std::string id;
-  std::optional<std::string> file;
-  std::optional<std::string> original;
+  StoredFileMark file;
+  StoredFileMark original;
   std::optional<double> mayLandUntil;
-  json::Object extra;
+  bool isGivenBack = false;
+  json::Extra extra;
 
   template <class V, class S>
   static void describe(V& v, S& item) {
     v.required("id", item.id);
-    v.field("file", item.file);
-    v.field("original", item.original);
+    v.field("file", item.file.number);
+    v.field("fileSize", item.file.size);
+    v.field("fileModified", item.file.modified);
+    v.field("original", item.original.number);
+    v.field("originalSize", item.original.size);
+    v.field("originalModified", item.original.modified);
     v.field("mayLandUntil", item.mayLandUntil);
+    v.field("isGivenBack", item.isGivenBack);
     v.rest(item.extra);
   }
 };
@@ -47,13 +53,6 @@ struct StoredJournal {
 };
 VT_JSON_RECORD(StoredJournal)
 
-// As text: not every inode fits into the numbers of JSON.
-std::string toText(std::uint64_t inode) { return std::to_string(inode); }
-
-std::uint64_t fromText(const std::string& inode) {
-  return std::strtoull(inode.c_str(), nullptr, 10);
-}
-
 std::optional<DeletionJournal> fromStored(std::string_view text) {
   DeletionJournal journal;
   // Earlier builds wrote the ids alone.
@@ -64,8 +63,8 @@ std::optional<DeletionJournal> fromStored(std::string_view text) {
   auto stored = json::fromText<StoredJournal>(text);
   if (!stored) return std::nullopt;
   for (StoredItem& item : stored->items) {
-    journal.items.push_back({std::move(item.id), item.file.transform(fromText),
-                             item.original.transform(fromText), item.mayLandUntil});
+    journal.items.push_back({std::move(item.id), item.file.mark(), item.original.mark(),
+                             item.mayLandUntil, item.isGivenBack, std::move(item.extra)});
   }
   journal.offersUndo = stored->offersUndo;
   journal.surplus = std::move(stored->surplus);
@@ -92,11 +91,8 @@ Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
   StoredJournal stored{
       .items = {}, .offersUndo = journal.offersUndo, .surplus = journal.surplus, .extra = {}};
   for (const DeletionJournal::Item& item : journal.items) {
-    stored.items.push_back({item.id,
-                            item.file.transform(toText),
-                            item.original.transform(toText),
-                            item.mayLandUntil,
-                            {}});
+    stored.items.push_back({item.id, StoredFileMark(item.file), StoredFileMark(item.original),
+                            item.mayLandUntil, item.isGivenBack, item.extra});
   }
   return files.replace(paths.deletions(), json::toText(stored), Privacy::ownerOnly);
 }

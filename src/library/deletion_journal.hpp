@@ -1,11 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/json_value.hpp"
 #include "library/library_paths.hpp"
+#include "platform/file_mark.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -16,13 +17,19 @@ struct DeletionJournal {
   struct Item {
     std::string id;
 
-    /// What tells the entry's own files from strangers of the same name: a move to the Trash keeps
-    /// the inode. Nothing for a file that is to stay.
-    std::optional<std::uint64_t> file{};
-    std::optional<std::uint64_t> original{};
+    /// What tells the entry's own files from strangers of the same name. Nothing for a file that
+    /// is to stay.
+    std::optional<FileMark> file{};
+    std::optional<FileMark> original{};
 
     /// Of one whose files did not answer: see `mayStillLand`.
     std::optional<double> mayLandUntil{};
+
+    /// They were on their way back when they did not: which of two names is about to go is not
+    /// known, and neither is touched until then.
+    bool isGivenBack = false;
+
+    json::Extra extra{};
   };
   std::vector<Item> items;
   bool offersUndo = false;

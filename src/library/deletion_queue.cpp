@@ -23,6 +23,7 @@ void DeletionQueue::startNext() {
     Operation operation = std::move(waiting_.front());
     waiting_.pop_front();
     isBusy_ = true;
+    unsettledClaims_.clear();
     operation();
   }
 }
@@ -35,10 +36,22 @@ void DeletionQueue::end(Operation answer) {
       },
       [this, answer = std::move(answer)]() mutable {
         claims_.clear();
+        holdUnsettled();
         isBusy_ = false;
         answer();
         startNext();
       });
+}
+
+void DeletionQueue::holdUnsettled() {
+  const auto hold = [this](const std::string& id, EntryWork work) {
+    auto claimed = services_.store.claims().claim(id, work);
+    if (claimed) unsettledClaims_.push_back(*std::move(claimed));
+  };
+  for (const DeletionJournal::Item& item : unended_.items) {
+    if (item.mayLandUntil) hold(item.id, EntryWork::deleting);
+  }
+  for (const std::string& id : unsettledUndo) hold(id, EntryWork::restoring);
 }
 
 void DeletionQueue::endLater(Operation answer) {
@@ -98,7 +111,7 @@ void DeletionQueue::closeJournal(bool isSaved, const DeletionJournal& current) {
 }
 
 bool DeletionQueue::isUnsettled() const {
-  return isUndoUnsettled ||
+  return !unsettledUndo.empty() ||
          std::ranges::any_of(unended_.items, [](const DeletionJournal::Item& item) {
            return item.mayLandUntil.has_value();
          });

@@ -86,16 +86,20 @@ class DeletionQueue {
   /// Whether there is something of which it is not known what came of it.
   [[nodiscard]] bool isUnsettled() const;
 
-  /// The same of an undo: the file that keeps it must not be replaced.
-  bool isUndoUnsettled = false;
+  /// The entries of an undo of which the same is true: the file that keeps it must not be replaced.
+  std::vector<std::string> unsettledUndo;
 
  private:
   void startNext();
 
+  /// Between operations nobody is to take the entries for such without files.
+  void holdUnsettled();
+
   Services services_;
   std::shared_ptr<HistoryTrash> trash_;
   DeletionJournal unended_;
-  std::vector<EntryClaim> claims_;  // of the operation under way
+  std::vector<EntryClaim> claims_;           // of the operation under way
+  std::vector<EntryClaim> unsettledClaims_;  // while there is none
   std::deque<Operation> waiting_;
   bool isBusy_ = false;
   Lifetime lifetime_;

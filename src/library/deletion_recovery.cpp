@@ -88,6 +88,7 @@ DeletionRecovery::Found DeletionRecovery::Found::look(const Files& files, const 
                           : HistoryTrash::Resumed{.isUnanswered = true};
     if (resumed.hadBothNames) {
       item.mayLandUntil = now + landingSeconds;
+      item.isGivenBack = false;
       mayLand = true;
     }
     if (resumed.removed) {
@@ -95,6 +96,7 @@ DeletionRecovery::Found DeletionRecovery::Found::look(const Files& files, const 
       found.removed.push_back(*std::move(resumed.removed));
     } else if (resumed.isUnanswered) {
       item.mayLandUntil = 0;
+      item.isGivenBack |= resumed.isGivenBack;
       found.unsettled.items.push_back(std::move(item));
     } else if (mayLand) {
       found.unsettled.items.push_back(std::move(item));

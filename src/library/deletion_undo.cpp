@@ -121,7 +121,9 @@ void DeletionUndo::removeKept() {
 
 /// The next look carries it on.
 void DeletionUndo::keepBegun(RemovedBatch batch) {
-  queue_.isUndoUnsettled = true;
+  for (const RemovedEntry& item : batch.items) {
+    queue_.unsettledUndo.push_back(item.entry->id);
+  }
   services_.work->post(
       [&files = services_.files, paths = services_.store.paths(),
        pending = PendingUndo{std::move(batch), undoDeadline(services_.clock), true}] {
@@ -147,7 +149,7 @@ void DeletionUndo::start(bool wasBegun, std::move_only_function<void(UndoOutcome
   auto state = std::make_shared<Undoing>();
   state->items = std::move(pending_->items);
   state->wasBegun = wasBegun;
-  queue_.isUndoUnsettled = false;
+  queue_.unsettledUndo.clear();
   state->done = std::move(done);
   timer_.renew();
   pending_.reset();
@@ -223,11 +225,12 @@ void DeletionUndo::giveUp(const std::shared_ptr<Undoing>& state, const std::stri
 void DeletionUndo::restoreFiles(const std::shared_ptr<Undoing>& state) {
   using All = std::vector<HistoryTrash::Restored>;
   queue_.onWork(
-      [trash = queue_.trash(), state] {
+      [trash = queue_.trash(), state, now = services_.clock.now()] {
+        const auto attempt = state->wasBegun ? Trash::Attempt::repeated : Trash::Attempt::first;
         All all;
         all.reserve(state->tried.size());
         for (const RemovedEntry& removed : state->tried) {
-          all.push_back(trash->restore(removed, state->wasBegun));
+          all.push_back(trash->restore(removed, attempt, now));
         }
         trash->flush();
         state->tried = {};

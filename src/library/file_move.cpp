@@ -30,18 +30,6 @@ Result<void> addPackage(const Files& files, const Path& folder, FileMeasure& mea
   return {};
 }
 
-Result<bool> isSameContent(const Files& files, const Path& one, const Path& other) {
-  const auto first = VT_TRY(files.open(one));
-  const auto second = VT_TRY(files.open(other));
-  const std::uint64_t size = VT_TRY(first->status()).size;
-  if (VT_TRY(second->status()).size != size) return false;
-  for (std::uint64_t at = 0; at < size; at += stride) {
-    const std::uint64_t length = std::min(stride, size - at);
-    if (VT_TRY(first->read(at, length)) != VT_TRY(second->read(at, length))) return false;
-  }
-  return true;
-}
-
 Result<void> copyTree(Files& files, const Path& from, const Path& to) {
   if (VT_TRY(files.status(from)).type != FileType::folder) return files.copyNew(from, to);
   VT_TRY(files.makeFolder(to, Privacy::byUmask));
@@ -87,6 +75,18 @@ bool isOnOtherFileSystem(const Files& files, const Path& one, const Path& other)
   const auto first = files.status(one);
   const auto second = files.status(other);
   return first && second && first->device != second->device;
+}
+
+Result<bool> isSameContent(const Files& files, const Path& one, const Path& other) {
+  const auto first = VT_TRY(files.open(one));
+  const auto second = VT_TRY(files.open(other));
+  const std::uint64_t size = VT_TRY(first->status()).size;
+  if (VT_TRY(second->status()).size != size) return false;
+  for (std::uint64_t at = 0; at < size; at += stride) {
+    const std::uint64_t length = std::min(stride, size - at);
+    if (VT_TRY(first->read(at, length)) != VT_TRY(second->read(at, length))) return false;
+  }
+  return true;
 }
 
 bool holdsAllOf(const Files& files, const Path& copy, const Path& original) {

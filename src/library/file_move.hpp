@@ -21,6 +21,9 @@ struct FileMeasure {
 /// folders.
 [[nodiscard]] Result<FileMeasure> measureFile(const Files& files, const Path& path);
 
+/// Whether two regular files have the same bytes.
+[[nodiscard]] Result<bool> isSameContent(const Files& files, const Path& one, const Path& other);
+
 /// True when `copy` holds, byte for byte, whatever there is of `original`.
 [[nodiscard]] bool holdsAllOf(const Files& files, const Path& copy, const Path& original);
 

@@ -41,8 +41,10 @@ struct Moved {
   DeletionJournal journal{};
 
   /// The journal's item stays: it is not known where the files are.
-  void doubt(const std::string& id) {
-    std::ranges::find(journal.items, id, &DeletionJournal::Item::id)->mayLandUntil = 0;
+  void doubt(const std::string& id, bool isGivenBack) {
+    const auto item = std::ranges::find(journal.items, id, &DeletionJournal::Item::id);
+    item->mayLandUntil = 0;
+    item->isGivenBack = isGivenBack;
   }
 };
 
@@ -137,7 +139,8 @@ void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t 
   // Files that went while the index stays as it was would leave entries of nothing behind.
   auto refusal = services_.store.indexRefusal();
   // What it keeps on the disk would give way to what keeps this one's.
-  if (!refusal && state.undo == Undo::offered && queue_.isUndoUnsettled) refusal = undoNotEnded;
+  if (!refusal && state.undo == Undo::offered && !queue_.unsettledUndo.empty())
+    refusal = undoNotEnded;
   for (std::size_t i = begin; i < end; ++i) {
     const std::string& id = state.ids[i];
     const EntryPointer entry = services_.store.find(id);
@@ -181,8 +184,9 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
           for (const TrashCandidate& one : all) refuse(one.entry->id, written.error().reason);
           return moved;
         }
-        for (const TrashCandidate& one : all) {
-          auto outcome = trash->trash(one);
+        for (std::size_t i = 0; i < all.size(); ++i) {
+          const TrashCandidate& one = all[i];
+          auto outcome = trash->trash(one, moved.journal.items[i]);
           if (auto* const removed = std::get_if<RemovedEntry>(&outcome)) {
             // Whoever asked for it tells it.
             const std::string remark = isOffered ? "" : originalRemark(*removed);
@@ -193,7 +197,7 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
           } else {
             const auto& failure = std::get<HistoryTrash::Failed>(outcome);
             moved.failures.push_back({one.entry->id, failure.reason});
-            if (failure.isUnanswered) moved.doubt(one.entry->id);
+            if (failure.isUnanswered) moved.doubt(one.entry->id, failure.isGivenBack);
           }
         }
         trash->flush();
@@ -205,12 +209,12 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
         // What could not be undone is not done.
         std::vector<RemovedEntry> stuck;
         for (RemovedEntry& removed : moved.removed) {
-          const auto restored = trash->restore(removed, false);
+          const auto restored = trash->restore(removed, Trash::Attempt::first, clock.now());
           if (restored.failure && !restored.isUnanswered) {
             stuck.push_back(std::move(removed));
           } else {
             refuse(removed.entry->id, restored.failure.value_or(kept.error().reason));
-            if (restored.isUnanswered) moved.doubt(removed.entry->id);
+            if (restored.isUnanswered) moved.doubt(removed.entry->id, true);
           }
         }
         moved.removed = std::move(stuck);

@@ -29,6 +29,9 @@ FileReach reachOfDeleted(const Files& files, const ScreenshotEntry& entry) {
   return entry.fileIdentity ? reachOf(files, entry) : reachOf(files, Path(entry.path));
 }
 
+/// Of a change that can't be told yet from one that was made.
+constexpr std::string_view undecided = "it isn't known yet whether its original is in the Trash";
+
 bool hasOriginal(const ScreenshotEntry& entry) {
   return entry.originalPath && *entry.originalPath != entry.path;
 }
@@ -110,10 +113,10 @@ HistoryTrash::FileOutcome HistoryTrash::moveOriginal(RemovedEntry& removed) {
   return moveToTrash(*entry.originalPath, reachOfOriginal(files_, entry));
 }
 
-HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
+HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate,
+                                          const DeletionJournal::Item& item) {
   const ScreenshotEntry& entry = *candidate.entry;
-  RemovedEntry removed;
-  removed.entry = candidate.entry;
+  RemovedEntry removed{.entry = candidate.entry, .originalMark = item.original};
   if (!candidate.keepsFile) {
     FileOutcome file = moveToTrash(entry.path, reachOf(files_, entry));
     if (auto* const failure = std::get_if<Failed>(&file)) return std::move(*failure);
@@ -126,10 +129,10 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
       // The entry stays, so its file must too; one that is stuck in the Trash takes the entry
       // along.
       if (failure->isUnanswered || !removed.trashedPNGURL) return std::move(*failure);
-      const auto back = trash_.restore(*removed.trashedPNGURL, entry.path);
+      const auto back = trash_.restore(*removed.trashedPNGURL, entry.path, Trash::Attempt::first);
       if (back) return std::move(*failure);
       logError(historyLog, "restore from Trash failed");
-      if (isUnanswered(back.error())) return Failed{unansweredReason(back.error()), true};
+      if (isUnanswered(back.error())) return Failed{unansweredReason(back.error()), true, true};
       return removed;
     }
     removed.trashedOriginalURL = placeOf(original);
@@ -139,31 +142,40 @@ HistoryTrash::Outcome HistoryTrash::trash(const TrashCandidate& candidate) {
 }
 
 DeletionJournal::Item HistoryTrash::describe(const TrashCandidate& candidate) const {
-  const auto inodeOf = [this](const Path& path) -> std::optional<std::uint64_t> {
+  const auto markOf = [this](const Path& path) -> std::optional<FileMark> {
     const auto status = files_.status(path);
-    return status ? std::optional(status->inode) : std::nullopt;
+    return status ? std::optional(FileMark::of(*status)) : std::nullopt;
   };
   const ScreenshotEntry& entry = *candidate.entry;
   DeletionJournal::Item item{entry.id};
-  if (!candidate.keepsFile) item.file = inodeOf(entry.path);
+  if (!candidate.keepsFile) item.file = markOf(entry.path);
   if (!candidate.keepsOriginal && hasOriginal(entry) &&
       placeOfOriginal(files_, entry) == OriginalPlace::original) {
-    item.original = inodeOf(*entry.originalPath);
+    item.original = markOf(*entry.originalPath);
   }
   return item;
+}
+
+bool HistoryTrash::isSilent(const Path& path) const {
+  const auto there = files_.status(path);
+  return !there && isUnanswered(there.error());
 }
 
 HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
                                            const DeletionJournal::Item& item, bool mayLand) {
   constexpr auto silence = [] { return Resumed{.isUnanswered = true}; };
   const ScreenshotEntry& entry = *candidate.entry;
-  RemovedEntry removed{.entry = candidate.entry};
+  if (item.isGivenBack && mayLand) {
+    const bool answers = !isSilent(entry.path) && !isSilent(entry.originalPath.value_or("/"));
+    return answers ? Resumed() : silence();
+  }
+  RemovedEntry removed{.entry = candidate.entry, .originalMark = item.original};
   bool hadBothNames = false;
-  const auto find = [&](const Path& path, std::uint64_t inode) {
-    const auto old = files_.status(path);
-    auto found = trash_.find(path, inode);
-    hadBothNames |= found && *found && old && old->inode == inode;
-    return found;
+  const auto find = [&](const Path& path, const FileMark& file) -> Result<std::optional<Path>> {
+    const auto found = VT_TRY(trash_.find(path, file));
+    if (!found) return std::nullopt;
+    hadBothNames |= found->hadBothNames;
+    return found->place;
   };
   if (item.file) {
     auto found = find(entry.path, *item.file);
@@ -187,8 +199,10 @@ HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
     // The file stays, and what went of it comes back.
     if (!removed.trashedOriginalURL) return {};
     if (mayLand || hadBothNames) return {.hadBothNames = hadBothNames};
-    const auto back = trash_.restore(*removed.trashedOriginalURL, *entry.originalPath);
-    return {.isUnanswered = !back && isUnanswered(back.error())};
+    const auto back =
+        trash_.restore(*removed.trashedOriginalURL, *entry.originalPath, Trash::Attempt::first);
+    const bool isLost = !back && isUnanswered(back.error());
+    return {.isUnanswered = isLost, .isGivenBack = isLost};
   }
   if (item.original && !removed.trashedOriginalURL && !candidate.keepsOriginal) {
     FileOutcome original = moveOriginal(removed);
@@ -196,63 +210,99 @@ HistoryTrash::Resumed HistoryTrash::resume(const TrashCandidate& candidate,
     if (failure != nullptr && failure->isUnanswered) return silence();
     if (failure != nullptr && removed.trashedPNGURL) {
       if (mayLand || hadBothNames) return {.hadBothNames = hadBothNames};
-      const auto back = trash_.restore(*removed.trashedPNGURL, entry.path);
+      const auto back = trash_.restore(*removed.trashedPNGURL, entry.path, Trash::Attempt::first);
       if (back) return {};
-      if (isUnanswered(back.error())) return silence();
+      if (isUnanswered(back.error())) return {.isUnanswered = true, .isGivenBack = true};
     }
     removed.trashedOriginalURL = placeOf(original);
   }
   return {.removed = std::move(removed), .hadBothNames = hadBothNames};
 }
 
-HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, bool wasBegun) {
+bool HistoryTrash::mayGoBack(RemovedEntry& removed, double now) const {
+  if (!removed.originalMayLandUntil || !removed.entry->originalPath) return false;
+  if (isSilent(*removed.entry->originalPath)) {
+    removed.originalMayLandUntil = 0;
+    return true;
+  }
+  if (mayStillLand(*removed.originalMayLandUntil, now)) return true;
+  removed.originalMayLandUntil.reset();
+  return false;
+}
+
+HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, Trash::Attempt attempt,
+                                             double now) {
+  const bool isRepeated = attempt == Trash::Attempt::repeated;
+  const ScreenshotEntry& entry = *removed.entry;
   Restored restored{.entry = removed.entry, .again = removed, .failure = std::nullopt};
+  const auto unanswered = [&](const std::string& reason) {
+    restored.isUnanswered = true;
+    restored.failure = "restore from Trash failed: " + reason;
+  };
   const auto put = [&](const std::optional<Path>& trashed, const Path& wanted) {
     if (!trashed) return false;
     // Put into the folder below the mount point, it would be hidden when the disk comes back.
-    const bool isShown = wanted == Path(removed.entry->path);
-    const auto& seen = isShown ? removed.entry->fileIdentity : removed.entry->originalIdentity;
+    const bool isShown = wanted == Path(entry.path);
+    const auto& seen = isShown ? entry.fileIdentity : entry.originalIdentity;
     const FileReach reach =
         isShown || seen ? reachOfPlace(files_, wanted, seen) : FileReach::fileGone;
     if (reach == FileReach::folderUnreachable || reach == FileReach::folderDenied) {
       // What an earlier attempt was not told may have put it there.
-      restored.isUnanswered = wasBegun && reach == FileReach::folderUnreachable;
+      restored.isUnanswered = isRepeated && reach == FileReach::folderUnreachable;
       restored.isInTrash = !restored.isUnanswered;
       restored.failure = sentence(reach);
       return false;
     }
-    const auto back = trash_.restore(*trashed, wanted);
+    const auto back = trash_.restore(*trashed, wanted, attempt);
     if (back) return true;
-    const bool isGone = back.error().kind == FailureKind::notFound;
-    if (isGone && wasBegun && files_.status(wanted)) {
-      trash_.forget(*trashed);
-      return true;
-    }
     logError(historyLog, "restore from Trash failed: {}", back.error().reason);
     if (isUnanswered(back.error())) {
-      restored.isUnanswered = true;
-      restored.failure = "restore from Trash failed: " + unansweredReason(back.error());
+      unanswered(unansweredReason(back.error()));
       return false;
     }
-    restored.isInTrash = !isGone;
+    restored.isInTrash = back.error().kind != FailureKind::notFound;
     restored.failure = restored.isInTrash ? "restore from Trash failed: " + back.error().reason
                                           : "the files are no longer in the Trash";
     return false;
   };
-  const bool hasOriginal = removed.entry->originalPath && removed.trashedOriginalURL &&
-                           put(removed.trashedOriginalURL, *removed.entry->originalPath);
+  if (mayGoBack(restored.again, now)) {
+    unanswered(std::string(undecided));
+    return restored;
+  }
+  std::optional<Path>& original = restored.again.trashedOriginalURL;
+  if (original && entry.originalPath && isRepeated && removed.originalMark &&
+      !files_.status(*original)) {
+    // An earlier attempt may have had to take it back there.
+    const auto found = trash_.find(*entry.originalPath, *removed.originalMark);
+    if (!found) {
+      unanswered(unansweredReason(found.error()));
+      return restored;
+    }
+    if (*found) original = (*found)->place;
+  }
+  const bool hasOriginal = entry.originalPath && original && put(original, *entry.originalPath);
   if (restored.isUnanswered) return restored;
-  if (!restored.isInTrash) (void)put(removed.trashedPNGURL, removed.entry->path);
+  if (!restored.isInTrash) (void)put(removed.trashedPNGURL, entry.path);
   if (restored.isUnanswered) return restored;
   if (restored.isInTrash && hasOriginal) {
-    // Both or none.
-    restored.again.trashedOriginalURL =
-        placeOf(moveToTrash(*removed.entry->originalPath, FileReach::there));
+    // Both or none. A disk that is silent may answer soon; one that is away may never be seen
+    // again.
+    if (isSilent(entry.path) || isSilent(*entry.originalPath)) {
+      restored.isUnanswered = true;
+      return restored;
+    }
+    const FileOutcome back = moveToTrash(*entry.originalPath, FileReach::there);
+    if (const auto* const failure = std::get_if<Failed>(&back); failure && failure->isUnanswered) {
+      restored.again.originalMayLandUntil = 0;
+      unanswered(failure->reason);
+      return restored;
+    }
+    original = placeOf(back);
   }
   if (removed.isUntracked && !restored.failure) restored.failure = "restore from Trash failed";
   // While its own is in the Trash, what has its name is somebody else's.
   const bool isOwn = !restored.isInTrash || !removed.trashedPNGURL;
-  restored.hasBackingImage = isOwn && files_.status(restored.entry->path).has_value();
+  restored.hasBackingImage = isOwn && files_.status(entry.path).has_value();
   return restored;
 }
 

@@ -11,6 +11,7 @@
 #include "library/file_reach.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
+#include "platform/file_mark.hpp"
 #include "platform/files.hpp"
 #include "platform/trash.hpp"
 
@@ -30,6 +31,14 @@ struct RemovedEntry {
   /// Of one whose files did not answer: until then the removal of the names that they had may still
   /// be made, and would take what is put there. See `mayStillLand`.
   std::optional<double> mayLandUntil{};
+
+  std::optional<FileMark> originalMark{};  ///< what its original in the Trash is known by
+
+  /// Of one whose original did not answer on its way back to the Trash: until then it is not
+  /// looked for.
+  std::optional<double> originalMayLandUntil{};
+
+  json::Extra extra{};  ///< of the file that keeps the undo
 };
 
 /// Tells the user, after the capture's name, that its original did not go to the Trash with it;
@@ -60,18 +69,21 @@ class HistoryTrash {
   struct Failed {
     std::string reason;         ///< stands behind the capture's name and a colon
     bool isUnanswered = false;  ///< it may have gone: the journal has to go on naming it
+    bool isGivenBack = false;   ///< and may be back already: see the journal
   };
   using Outcome = std::variant<RemovedEntry, Failed>;
 
   /// Moves the entry's file and its original. Either both go or, as far as the Trash gives them
-  /// back, none. A file that is gone already does not keep its entry in the library.
-  [[nodiscard]] Outcome trash(const TrashCandidate& candidate);
+  /// back, none. A file that is gone already does not keep its entry in the library. `item` is what
+  /// the journal says of it.
+  [[nodiscard]] Outcome trash(const TrashCandidate& candidate, const DeletionJournal::Item& item);
 
   /// Nothing removed, and answered: its file did not go.
   struct Resumed {
     std::optional<RemovedEntry> removed{};
     bool isUnanswered = false;
     bool hadBothNames = false;  ///< what is in the Trash was still at its old name, too
+    bool isGivenBack = false;   ///< unanswered on the way back: see the journal
   };
 
   /// Carries on a deletion that was cut short, of an entry that is still in the library. With
@@ -92,8 +104,8 @@ class HistoryTrash {
     bool isUnanswered = false;  ///< it may be back: the undo has to stay begun
   };
 
-  /// Puts the entry's files where it says. With `wasBegun` an earlier run may have put them there.
-  [[nodiscard]] Restored restore(const RemovedEntry& removed, bool wasBegun);
+  /// Puts the entry's files where it says: both or, as far as their disks let it, none.
+  [[nodiscard]] Restored restore(const RemovedEntry& removed, Trash::Attempt attempt, double now);
 
   /// Moves files that only the library knew to the Trash, unless an entry names them.
   void discard(const std::vector<std::string>& surplus, const EntryList& entries);
@@ -109,6 +121,12 @@ class HistoryTrash {
 
   /// Leaves alone what only has the original's name, and says so.
   [[nodiscard]] FileOutcome moveOriginal(RemovedEntry& removed);
+
+  /// False when it is there or missing.
+  [[nodiscard]] bool isSilent(const Path& path) const;
+
+  /// Whether the original may still go back to the Trash. Notes until when.
+  [[nodiscard]] bool mayGoBack(RemovedEntry& removed, double now) const;
 
   Files& files_;
   Trash& trash_;

@@ -3,6 +3,7 @@
 #include "base/json_record.hpp"
 #include "base/path_text.hpp"
 #include "library/journal_file.hpp"
+#include "library/stored_file_mark.hpp"
 
 namespace vantorel {
 namespace {
@@ -14,7 +15,9 @@ struct StoredItem {
   std::optional<std::string> trashedOriginalURL;
   bool isUntracked = false;
   std::optional<double> mayLandUntil;
-  json::Object extra;
+  StoredFileMark original;
+  std::optional<double> originalMayLandUntil;
+  json::Extra extra;
 
   template <class V, class S>
   static void describe(V& v, S& item) {
@@ -24,6 +27,10 @@ struct StoredItem {
     v.field("trashedOriginalURL", item.trashedOriginalURL, json::asPath);
     v.field("isUntracked", item.isUntracked);
     v.field("mayLandUntil", item.mayLandUntil);
+    v.field("original", item.original.number);
+    v.field("originalSize", item.original.size);
+    v.field("originalModified", item.original.modified);
+    v.field("originalMayLandUntil", item.originalMayLandUntil);
     v.rest(item.extra);
   }
 };
@@ -63,13 +70,10 @@ Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const Pen
   VT_TRY(setAsideUnreadableJournal(files, paths.pendingUndo(), isReadable));
   StoredUndo stored{.until = pending.until, .isBegun = pending.isBegun, .items = {}, .extra = {}};
   for (const RemovedEntry& item : pending.batch.items) {
-    stored.items.push_back({*item.entry,
-                            static_cast<std::int64_t>(item.index),
-                            item.trashedPNGURL.transform(toText),
-                            item.trashedOriginalURL.transform(toText),
-                            item.isUntracked,
-                            item.mayLandUntil,
-                            {}});
+    stored.items.push_back(
+        {*item.entry, static_cast<std::int64_t>(item.index), item.trashedPNGURL.transform(toText),
+         item.trashedOriginalURL.transform(toText), item.isUntracked, item.mayLandUntil,
+         StoredFileMark(item.originalMark), item.originalMayLandUntil, item.extra});
   }
   return files.replace(paths.pendingUndo(), json::toText(stored), Privacy::ownerOnly);
 }
@@ -87,11 +91,16 @@ std::optional<PendingUndo> readPendingUndo(const Files& files, const LibraryPath
   PendingUndo pending{{}, stored->until, stored->isBegun};
   for (StoredItem& item : stored->items) {
     if (item.index < 0) continue;
-    pending.batch.items.push_back({std::make_shared<const ScreenshotEntry>(std::move(item.entry)),
-                                   static_cast<std::size_t>(item.index),
-                                   item.trashedPNGURL.transform(fromText),
-                                   item.trashedOriginalURL.transform(fromText), item.isUntracked});
-    pending.batch.items.back().mayLandUntil = item.mayLandUntil;
+    pending.batch.items.push_back(
+        {.entry = std::make_shared<const ScreenshotEntry>(std::move(item.entry)),
+         .index = static_cast<std::size_t>(item.index),
+         .trashedPNGURL = item.trashedPNGURL.transform(fromText),
+         .trashedOriginalURL = item.trashedOriginalURL.transform(fromText),
+         .isUntracked = item.isUntracked,
+         .mayLandUntil = item.mayLandUntil,
+         .originalMark = item.original.mark(),
+         .originalMayLandUntil = item.originalMayLandUntil,
+         .extra = std::move(item.extra)});
   }
   return pending;
 }

@@ -27,6 +27,7 @@ struct Shelf {
     store.load([] {});
     runners.run();
     for (const std::string id : {"a", "b"}) {
+      files.now += 1;
       ScreenshotEntry entry;
       entry.id = id;
       entry.path = "/captures/" + id + ".png";
@@ -70,6 +71,12 @@ struct Shelf {
   void answerAgain() {
     files.silent.clear();
     files.silenceAtMove = 0;
+  }
+
+  /// The server died when it fell silent, and its disk is mounted again.
+  void mountAnew() {
+    answerAgain();
+    files.mountAnew({"/captures", "/Trash"});
   }
 
   [[nodiscard]] std::string ids() const {
@@ -225,6 +232,35 @@ TEST_P(UnansweredChangeTest, AChangeThatLandsAfterTheFirstLookIsSeenByTheNext) {
   EXPECT_FALSE(mayStillLand(until, 70));
 }
 
+// Each file has another number then, and may have that of the next.
+TEST_P(UnansweredChangeTest, FilesAreKnownWhenTheirDiskIsMountedWithOtherNumbers) {
+  for (const bool isUndo : {false, true}) {
+    for (const bool isHalfMade : {false, true}) {
+      for (int number = 1; number <= 3; ++number) {
+        SCOPED_TRACE((isUndo ? "undo " : "deletion ") + std::to_string(number) +
+                     (isHalfMade ? " half made" : ""));
+        Shelf shelf;
+        if (isUndo) (void)shelf.trash();
+        shelf.silence("/captures", number, GetParam());
+        shelf.files.isUnansweredHalfMade = isHalfMade && !GetParam();
+        if (isUndo) {
+          (void)shelf.undo();
+        } else {
+          (void)shelf.trash();
+        }
+        ASSERT_FALSE(shelf.files.silent.empty());
+        shelf.mountAnew();
+        (void)shelf.undo();
+        shelf.runners.advance(31s);
+        shelf.runners.advance(91s);
+        EXPECT_EQ(shelf.ids(), "ab");
+        shelf.expectWhole();
+        EXPECT_THAT(shelf.files.names("/Trash"), IsEmpty());
+      }
+    }
+  }
+}
+
 // The server is at the removal of the old name when it falls silent, and makes it late.
 TEST_P(UnansweredChangeTest, NothingIsPutAtANameWhoseRemovalMayStillBeMade) {
   const bool isStartedAnew = GetParam();
@@ -265,6 +301,54 @@ TEST_P(UnansweredChangeTest, NothingIsPutAtANameWhoseRemovalMayStillBeMade) {
   EXPECT_EQ(shelf.ids(), "ab");
   EXPECT_EQ(shelf.files.text("/captures/a.png"), "a");
   shelf.expectWhole();
+}
+
+TEST_P(UnansweredChangeTest, AFileAndItsOriginalComeBackTogether) {
+  for (const bool isHalfMade : {false, true}) {
+    SCOPED_TRACE(isHalfMade);
+    Shelf shelf;
+    (void)shelf.trash();
+    // The original is back, its capture's file can't be, and it is silent on its way to the Trash.
+    shelf.trashFolder.failing["/captures/a.png"] = FailureKind::noSpace;
+    shelf.silence("/captures", 2, GetParam());
+    shelf.files.isUnansweredHalfMade = isHalfMade && !GetParam();
+    const UndoOutcome outcome = shelf.undo();
+    EXPECT_THAT(outcome.failures.at(0).reason, HasSubstr("it isn't known yet"));
+    EXPECT_THAT(shelf.files.text("/data/undo.json"), HasSubstr("originalMayLandUntil"));
+    EXPECT_TRUE(shelf.store.claims().isFileChanging("a")) << "it is no entry without a file";
+    shelf.answerAgain();
+    shelf.trashFolder.failing.clear();
+    shelf.runners.advance(31s);
+    // What was asked for is done late.
+    const Path original = "/captures/a original.png";
+    if (isHalfMade) {
+      shelf.files.disk.erase(original);
+    } else if (!GetParam()) {
+      ASSERT_TRUE(shelf.files.moveNew(original, "/Trash/4-a original.png").has_value());
+    }
+    shelf.runners.advance(91s);
+    EXPECT_EQ(shelf.ids(), "ab");
+    EXPECT_FALSE(shelf.store.claims().isFileChanging("a"));
+    shelf.expectWhole();
+    EXPECT_THAT(shelf.files.names("/Trash"), IsEmpty());
+  }
+}
+
+// A look ends moves towards the Trash, which this one was not.
+TEST_P(UnansweredChangeTest, WhatIsOnItsWayBackIsNotRemovedWhereItGoes) {
+  Shelf shelf;
+  shelf.trashFolder.failing["/captures/a original.png"] = FailureKind::noSpace;
+  shelf.silence("/captures", 2, false);
+  shelf.files.isUnansweredHalfMade = true;
+  (void)shelf.trash();
+  shelf.answerAgain();
+  shelf.runners.advance(31s);
+  if (GetParam()) shelf.files.disk.erase("/Trash/1-a.png");
+  for (int looks = 0; looks < 6; ++looks) shelf.runners.advance(31s);
+  EXPECT_NE(shelf.ids().find('a'), std::string::npos);
+  EXPECT_FALSE(shelf.store.claims().isFileChanging("a"));
+  EXPECT_EQ(shelf.files.text("/captures/a.png"), "a");
+  EXPECT_FALSE(shelf.files.disk.contains("/Trash/1-a.png"));
 }
 
 TEST_P(UnansweredChangeTest, ARewriteIsClearedUpOnceItsDiskAnswers) {

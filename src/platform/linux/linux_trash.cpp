@@ -3,11 +3,16 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <map>
 #include <utility>
 
+#include "base/log.hpp"
 #include "base/utf8.hpp"
+#include "library/file_move.hpp"
+#include "library/unanswered_change.hpp"
 #include "platform/linux/mount_table.hpp"
 
 namespace vantorel {
@@ -17,6 +22,9 @@ constexpr std::uint32_t stickyBit = 01000;
 constexpr int maximumNames = 10'000;
 constexpr int longestGap = 64;
 constexpr std::uint64_t longestInfo = std::uint64_t{64} * 1024;
+
+/// A line of the information: seconds since 1970-01-01 UTC.
+constexpr std::string_view keptFreeUntil = "X-Vantorel-KeptFreeUntil=";
 
 /// As in URLs, bytes other than letters, digits and a few marks become "%XX".
 std::string percentEncoded(std::string_view path) {
@@ -141,6 +149,9 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
     const Path infoPath = infoOf(place);
     // The information first: it claims the name, and a file without it could not be put back.
     auto claimed = files_.create(infoPath, info, Privacy::ownerOnly, Durability::visible);
+    if (!claimed && claimed.error().kind == FailureKind::exists && release(place)) {
+      claimed = files_.create(infoPath, info, Privacy::ownerOnly, Durability::visible);
+    }
     if (!claimed && claimed.error().kind == FailureKind::exists) continue;
     VT_TRY(std::move(claimed));
     auto moved = files_.moveNew(path, place);
@@ -157,19 +168,56 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
   return failed(FailureKind::exists, "the Trash is full of files of that name");
 }
 
-Result<void> LinuxTrash::restore(const Path& trashed, const Path& to) {
-  VT_TRY(files_.status(trashed));
+Result<void> LinuxTrash::restore(const Path& trashed, const Path& to, Attempt attempt) {
+  const bool isRepeated = attempt == Attempt::repeated;
+  if (const auto there = files_.status(trashed); !there) {
+    if (!isRepeated || there.error().kind != FailureKind::notFound) {
+      return std::unexpected(there.error());
+    }
+    VT_TRY(files_.status(to));
+    keepFree(trashed);
+    return {};
+  }
   VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
   auto moved = files_.moveNew(trashed, to);
   // Where a rename cannot spare what it finds, a move makes the new name and removes the old one.
-  if (!moved && moved.error().kind == FailureKind::exists && VT_TRY(isOneFile(trashed, to))) {
+  const bool hadBothNames =
+      !moved && moved.error().kind == FailureKind::exists && VT_TRY(isOneFile(trashed, to));
+  if (hadBothNames) {
     moved = files_.remove(trashed);
+    if (!moved && moved.error().kind == FailureKind::notFound) moved = {};
   }
   VT_TRY(std::move(moved));
   touched(trashed, to);
-  // What is left of the information names a file that is no longer there: others clear it up.
-  (void)files_.remove(infoOf(trashed));
+  if (isRepeated || hadBothNames) {
+    keepFree(trashed);
+  } else {
+    // What is left of the information names a file that is no longer there: others clear it up.
+    (void)files_.remove(infoOf(trashed));
+  }
   return {};
+}
+
+void LinuxTrash::keepFree(const Path& place) {
+  std::string info = files_.read(infoOf(place), longestInfo).value_or("[Trash Info]\n");
+  info.resize(std::min(info.size(), info.find(keptFreeUntil)));
+  info += fmt::format("{}{:.0f}\n", keptFreeUntil, clock_.now() + landingSeconds);
+  const auto kept = files_.replace(infoOf(place), info, Privacy::ownerOnly);
+  if (!kept) logWarning("Trash", "a name is not kept free: {}", kept.error().reason);
+}
+
+bool LinuxTrash::isKeptFree(std::string_view info) const {
+  const std::size_t at = info.find(keptFreeUntil);
+  if (at == std::string_view::npos) return false;
+  double until = std::strtod(std::string(info.substr(at + keptFreeUntil.size())).c_str(), nullptr);
+  return until != 0 && mayStillLand(until, clock_.now());
+}
+
+bool LinuxTrash::release(const Path& place) {
+  const auto info = files_.read(infoOf(place), longestInfo);
+  if (!info || info->find(keptFreeUntil) == std::string::npos || isKeptFree(*info)) return false;
+  const auto there = files_.status(place);
+  return !there && there.error().kind == FailureKind::notFound && files_.remove(infoOf(place));
 }
 
 Result<bool> LinuxTrash::isOneFile(const Path& one, const Path& other) const {
@@ -184,12 +232,18 @@ Result<bool> LinuxTrash::isOneFile(const Path& one, const Path& other) const {
   const auto firstFolder = VT_TRY(statusOf(one.parent_path() / "."));
   const auto secondFolder = VT_TRY(statusOf(other.parent_path() / "."));
   if (!firstFolder || !secondFolder || firstFolder->inode == secondFolder->inode) return false;
-  return first && second && first->type == FileType::regular && first->device == second->device &&
-         first->inode == second->inode;
+  if (!first || !second || first->type != FileType::regular || first->device != second->device) {
+    return false;
+  }
+  if (first->inode == second->inode) return true;
+  if (!FileMark::of(*first).isLike(*second)) return false;
+  const auto isSame = isSameContent(files_, one, other);
+  if (!isSame && isSame.error().kind == FailureKind::unreachable) return isSame;
+  return isSame.value_or(false);
 }
 
-Result<std::optional<Path>> LinuxTrash::find(const Path& path, std::uint64_t inode) {
-  const auto orSilence = [](const Failure& failure) -> Result<std::optional<Path>> {
+Result<std::optional<Trash::Found>> LinuxTrash::find(const Path& path, const FileMark& file) {
+  const auto orSilence = [](const Failure& failure) -> Result<std::optional<Found>> {
     if (failure.kind == FailureKind::unreachable) return std::unexpected(failure);
     return std::nullopt;
   };
@@ -198,32 +252,36 @@ Result<std::optional<Path>> LinuxTrash::find(const Path& path, std::uint64_t ino
   const auto can = status ? canFor(*folder, status->device) : std::unexpected(status.error());
   if (!can) return orSilence(can.error());
   const std::string name = namedIn(*can, *folder, path);
+  std::vector<Path> alike;
   // Names may have become free again meanwhile, and so leave gaps.
   for (int attempt = 1, missing = 0; attempt <= maximumNames && missing < longestGap; ++attempt) {
     Path place = can->folder / "files" / nameFor(path, attempt);
     const auto there = files_.status(place);
     if (!there && there.error().kind == FailureKind::unreachable) return orSilence(there.error());
-    if (there && there->inode == inode) {
-      const auto isHalfMoved = isOneFile(place, path);
-      if (!isHalfMoved) return std::unexpected(isHalfMoved.error());
-      if (!*isHalfMoved) return place;
-      const auto ended = files_.remove(path);
-      // A mount may show a name for a while after it has gone.
-      if (!ended && ended.error().kind != FailureKind::notFound) return orSilence(ended.error());
-      touched(path, place);
-      return place;
-    }
+    if (there && file.isOf(*there)) return endMove(path, place);
     const auto info = files_.read(infoOf(place), longestInfo);
-    const bool isOurs = info && (info->empty() || info->find(name) != std::string::npos);
+    if (!info && info.error().kind == FailureKind::unreachable) return orSilence(info.error());
+    const bool isFromThere = info && info->find(name) != std::string::npos;
+    if (there && isFromThere && file.isLike(*there)) alike.push_back(place);
     // Empty: cut short before it was written.
-    if (!there && isOurs) (void)files_.remove(infoOf(place));
+    const bool isOurs = isFromThere || (info && info->empty());
+    if (!there && isOurs && !isKeptFree(*info)) (void)files_.remove(infoOf(place));
     missing = there || info ? 0 : missing + 1;
   }
+  if (alike.size() == 1) return endMove(path, alike.front());
   return std::nullopt;
 }
 
-void LinuxTrash::forget(const Path& trashed) {
-  if (!files_.status(trashed)) (void)files_.remove(infoOf(trashed));
+Result<std::optional<Trash::Found>> LinuxTrash::endMove(const Path& path, const Path& place) {
+  if (!VT_TRY(isOneFile(place, path))) return Found{place};
+  const auto ended = files_.remove(path);
+  // A mount may show a name for a while after it has gone.
+  if (!ended && ended.error().kind == FailureKind::unreachable) {
+    return std::unexpected(ended.error());
+  }
+  if (!ended && ended.error().kind != FailureKind::notFound) return std::nullopt;
+  touched(path, place);
+  return Found{place, true};
 }
 
 }  // namespace vantorel

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <mutex>
 #include <set>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/clock.hpp"
@@ -18,9 +20,8 @@ class LinuxTrash final : public Trash {
   LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID);
 
   Result<std::optional<Path>> moveToTrash(const Path& path) override;
-  Result<void> restore(const Path& trashed, const Path& to) override;
-  Result<std::optional<Path>> find(const Path& path, std::uint64_t inode) override;
-  void forget(const Path& trashed) override;
+  Result<void> restore(const Path& trashed, const Path& to, Attempt attempt) override;
+  Result<std::optional<Found>> find(const Path& path, const FileMark& file) override;
   void flush() override;
 
  private:
@@ -30,8 +31,17 @@ class LinuxTrash final : public Trash {
   };
   [[nodiscard]] Result<void> makeOwn(const Path& folder);
   void touched(const Path& from, const Path& to);
-  /// Whether a file has both names, in two folders. Fails when their disk does not answer.
+  /// Whether a file has both names, in two folders; where each name has a number of its own (FUSE),
+  /// whether there is nothing by which to tell them apart. Fails when their disk does not answer.
   [[nodiscard]] Result<bool> isOneFile(const Path& one, const Path& other) const;
+  [[nodiscard]] Result<std::optional<Found>> endMove(const Path& path, const Path& place);
+
+  /// Keeps a name free whose removal may still be made: others spare it for its information.
+  void keepFree(const Path& place);
+  [[nodiscard]] bool isKeptFree(std::string_view info) const;
+
+  /// Clears what keeps a name free for longer than need be; answers whether it was that.
+  [[nodiscard]] bool release(const Path& place);
   [[nodiscard]] static std::string namedIn(const Can& can, const Path& folder, const Path& path);
   [[nodiscard]] Result<Can> canFor(const Path& folder, std::uint64_t device);
 

@@ -8,15 +8,18 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 #include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/linux_clock.hpp"
 #include "platform/linux/linux_files.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
+#include "platform/testing/served_mount.hpp"
 
 namespace vantorel {
 namespace {
@@ -24,6 +27,8 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+
+constexpr Trash::Attempt firstAttempt = Trash::Attempt::first;
 
 std::string bytesOf(const Path& path) {
   std::ifstream file(path);
@@ -90,13 +95,13 @@ TEST_F(LinuxTrashTest, WhatGoesIntoTheTrashComesBackByUsAndByOthers) {
       (root / "pictures" / "take.vantorelstudio").string() + "'");
   EXPECT_EQ(bytesOf(root / "pictures/take.vantorelstudio/media/a"), "inner");
 
-  ASSERT_TRUE(trash.restore(**place, first).has_value());
+  ASSERT_TRUE(trash.restore(**place, first, firstAttempt).has_value());
   EXPECT_EQ(bytesOf(first), "first");
-  EXPECT_EQ(trash.restore(**second, first).error().kind, FailureKind::exists);
+  EXPECT_EQ(trash.restore(**second, first, firstAttempt).error().kind, FailureKind::exists);
   EXPECT_EQ(bytesOf(first), "first");
-  EXPECT_EQ(trash.restore(**place, first).error().kind, FailureKind::notFound);
+  EXPECT_EQ(trash.restore(**place, first, firstAttempt).error().kind, FailureKind::notFound);
   // Even when its folder has gone meanwhile.
-  ASSERT_TRUE(trash.restore(**second, root / "gone" / "b.png").has_value());
+  ASSERT_TRUE(trash.restore(**second, root / "gone" / "b.png", firstAttempt).has_value());
   EXPECT_EQ(bytesOf(root / "gone" / "b.png"), "second");
   EXPECT_THAT(run("trash-list"), Not(HasSubstr("[a]")));
   EXPECT_EQ(trash.moveToTrash(root / "none").error().kind, FailureKind::notFound);
@@ -125,22 +130,27 @@ TEST_F(LinuxTrashTest, AMoveThatWasCutShortBetweenItsTwoNamesIsEnded) {
   put("a.png", "a");
   const Path path = root / "pictures" / "a.png";
   const Path place = **trash.moveToTrash(path);
-  const std::uint64_t inode = files.status(place)->inode;
+  const FileMark mark = FileMark::of(*files.status(place));
   std::filesystem::create_hard_link(place, path);
-  EXPECT_EQ(trash.find(path, inode).value(), place);
+  const auto found = trash.find(path, mark).value();
+  EXPECT_EQ(found->place, place);
+  EXPECT_TRUE(found->hadBothNames);
   EXPECT_FALSE(std::filesystem::exists(path));
 
   std::filesystem::create_hard_link(place, path);
-  EXPECT_TRUE(trash.restore(place, path).has_value());
+  EXPECT_TRUE(trash.restore(place, path, firstAttempt).has_value());
   EXPECT_EQ(bytesOf(path), "a");
   EXPECT_FALSE(std::filesystem::exists(place));
-  EXPECT_THAT(run("trash-list"), Not(HasSubstr("a.png")));
 
   // By another name of the folder it is one name, and the only one.
-  ASSERT_TRUE(trash.moveToTrash(path).has_value());
+  std::filesystem::remove(root / "data/Trash/info/a.png.trashinfo");
+  ASSERT_EQ(**trash.moveToTrash(path), place);
   std::filesystem::create_directory_symlink(place.parent_path(), root / "inside");
-  EXPECT_EQ(trash.find(root / "inside" / "a.png", inode).value(), place);
-  EXPECT_EQ(trash.restore(place, root / "inside" / "a.png").error().kind, FailureKind::exists);
+  const auto again = trash.find(root / "inside" / "a.png", mark).value();
+  EXPECT_EQ(again->place, place);
+  EXPECT_FALSE(again->hadBothNames);
+  EXPECT_EQ(trash.restore(place, root / "inside" / "a.png", firstAttempt).error().kind,
+            FailureKind::exists);
   EXPECT_EQ(bytesOf(place), "a");
 }
 
@@ -152,10 +162,98 @@ TEST_F(LinuxTrashTest, AFileIsFoundBehindANameThatOnlySeemsToBeThere) {
   const Path path = "/pictures/a.png";
   disks.put(path, "a");
   const Path place = **trash.moveToTrash(path);
-  const std::uint64_t inode = disks.status(place)->inode;
   disks.shownAlthoughGone[path] = disks.disk[place];
-  EXPECT_EQ(trash.find(path, inode).value(), place);
+  EXPECT_EQ(trash.find(path, FileMark::of(*disks.status(place))).value()->place, place);
   EXPECT_EQ(disks.text(place), "a");
+}
+
+// A server dies in the middle, and its disk is mounted with other numbers.
+TEST_F(LinuxTrashTest, AFileIsKnownThoughItsDiskNumbersFilesAnewWithEachMount) {
+  const Path share = root / "share";
+  auto server = std::make_unique<ServedMount>(share, root / "served");
+  LinuxTrash trash(files, clock, root / "data", ::getuid());
+  auto mountAnew = [&, raisedBy = 0U]() mutable {
+    server->end();
+    server = std::make_unique<ServedMount>(share, root / "served");
+    server->raiseNumbers(raisedBy += 1'000'000);
+  };
+  std::ofstream(share / "a.png") << "first";
+  const Path path = share / "a.png";
+  const FileMark mark = FileMark::of(*files.status(path));
+  const Path place = **trash.moveToTrash(path);
+  // Another one of the name, that goes to the Trash as well.
+  std::ofstream(path) << "other";
+  const FileMark others = FileMark::of(*files.status(path));
+  const Path otherPlace = **trash.moveToTrash(path);
+  mountAnew();
+  EXPECT_NE(files.status(place)->inode, mark.inode);
+  EXPECT_EQ(trash.find(path, mark).value()->place, place);
+  EXPECT_EQ(trash.find(path, others).value()->place, otherPlace);
+  EXPECT_FALSE(trash.find(path, {mark.inode, {}, {}}).value()) << "of an earlier journal";
+  EXPECT_FALSE(trash.find(share / "b.png", mark).value()) << "nothing came from there";
+  FileMark taken = mark;
+  taken.inode = files.status(otherPlace)->inode;
+  EXPECT_EQ(trash.find(path, taken).value()->place, place) << "its number is another's now";
+
+  // Cut short between the two names, of which each has its own number.
+  std::filesystem::copy_file(root / "served" / place.lexically_relative(share),
+                             root / "served" / "a.png");
+  const auto time =
+      std::filesystem::last_write_time(root / "served" / place.lexically_relative(share));
+  std::filesystem::last_write_time(root / "served" / "a.png", time);
+  mountAnew();
+  const auto found = trash.find(path, mark).value();
+  EXPECT_EQ(found->place, place);
+  EXPECT_TRUE(found->hadBothNames);
+  EXPECT_FALSE(std::filesystem::exists(path));
+  std::filesystem::rename(place, path);
+  std::filesystem::copy_file(root / "served" / "a.png",
+                             root / "served" / place.lexically_relative(share));
+  std::filesystem::last_write_time(place, time);
+  mountAnew();
+  EXPECT_TRUE(trash.restore(place, path, Trash::Attempt::repeated).has_value());
+  EXPECT_EQ(bytesOf(path), "first");
+  EXPECT_FALSE(std::filesystem::exists(place));
+
+  // As large and as old, and yet another: nothing is removed, and none is taken for it.
+  std::ofstream(place) << "FIRST";
+  std::filesystem::last_write_time(place, time);
+  EXPECT_EQ(trash.restore(place, path, Trash::Attempt::repeated).error().kind, FailureKind::exists);
+  std::filesystem::remove(path);
+  std::filesystem::last_write_time(otherPlace, time);
+  mountAnew();
+  EXPECT_FALSE(trash.find(path, {1, mark.size, mark.modified}).value());
+}
+
+// The server makes the removal late that it did not answer.
+TEST_F(LinuxTrashTest, NothingElseGetsANameInTheTrashWhoseRemovalMayStillBeMade) {
+  constexpr std::chrono::seconds aMinute{61};
+  const Path path = "/pictures/a.png";
+  for (const bool isSeenTwice : {false, true}) {
+    FakeFiles disks;
+    FakeRunners runners;
+    LinuxTrash trash(disks, runners, "/data", 0);
+    disks.put(path, "a");
+    const Path place = **trash.moveToTrash(path);
+    disks.silencing = place.parent_path();
+    disks.silenceAtMove = 1;
+    disks.isUnansweredHalfMade = isSeenTwice;
+    disks.isUnansweredMade = !isSeenTwice;
+    EXPECT_EQ(trash.restore(place, path, firstAttempt).error().kind, FailureKind::unreachable);
+    disks.silent.clear();
+    ASSERT_TRUE(trash.restore(place, path, Trash::Attempt::repeated).has_value());
+    EXPECT_EQ(disks.text(path), "a");
+    EXPECT_EQ(disks.text(place), "(missing)");
+    const FileMark mark = FileMark::of(*disks.status(path));
+    EXPECT_FALSE(trash.find(path, mark).value()) << "which clears up";
+    const Path beside = **trash.moveToTrash(path);
+    EXPECT_NE(beside, place);
+    disks.disk.erase(place);
+    ASSERT_TRUE(trash.restore(beside, path, firstAttempt).has_value());
+    runners.advance(aMinute);
+    EXPECT_EQ(**trash.moveToTrash(path), place);
+    EXPECT_THAT(disks.text("/data/Trash/info/a.png.trashinfo"), Not(HasSubstr("Vantorel")));
+  }
 }
 
 // The disk is the one of the home folder, and yet nothing can be renamed from one to the other.
@@ -173,9 +271,9 @@ TEST_F(LinuxTrashTest, FilesOfABoundFolderStayInItsMount) {
     if (trashed) {
       EXPECT_EQ(**trashed, own / "files" / "a.png");
       EXPECT_THAT(bytesOf(own / "info" / "a.png.trashinfo"), HasSubstr("\nPath=2026/a.png\n"));
-      const auto inode = files.status(**trashed).value().inode;
-      EXPECT_EQ(trash.find(place / "2026" / "a.png", inode).value(), *trashed);
-      EXPECT_TRUE(trash.restore(**trashed, place / "2026" / "a.png").has_value());
+      const FileMark mark = FileMark::of(*files.status(**trashed));
+      EXPECT_EQ(trash.find(place / "2026" / "a.png", mark).value()->place, *trashed);
+      EXPECT_TRUE(trash.restore(**trashed, place / "2026" / "a.png", firstAttempt).has_value());
       EXPECT_EQ(bytesOf(root / "pictures/2026/a.png"), "kept");
     }
     // Where none can be made, it says so and leaves everything as it was.
@@ -239,7 +337,7 @@ TEST_F(OtherDiskTrashTest, FolderReachedThroughALinkIsThrownAwayWhereItLies) {
   EXPECT_TRUE(std::filesystem::is_empty(other)) << "no Trash of its own in it";
   EXPECT_THAT(bytesOf(own / "info" / ((**place).filename().string() + ".trashinfo")),
               HasSubstr("\nPath=" + other.filename().string() + "/a.png\n"));
-  ASSERT_TRUE(trash.restore(**place, root / "linked" / "a.png").has_value());
+  ASSERT_TRUE(trash.restore(**place, root / "linked" / "a.png", firstAttempt).has_value());
   EXPECT_EQ(bytesOf(other / "a.png"), "kept");
 
   // The other way round: the data home lies there, behind a link.
@@ -295,7 +393,7 @@ TEST_F(LinuxTrashTest, FilesOfAnotherDiskStayOnIt) {
   // What is recorded of it later must not be on a disk before the move is.
   trash.flush();
   EXPECT_THAT(disks.flushed, ElementsAre("/media/usb/.Trash-0/files", "/media/usb/shots"));
-  ASSERT_TRUE(trash.restore(**place, "/media/usb/shots/a b.png").has_value());
+  ASSERT_TRUE(trash.restore(**place, "/media/usb/shots/a b.png", firstAttempt).has_value());
   trash.flush();
   EXPECT_EQ(disks.flushed.size(), 4U);
   EXPECT_EQ(disks.text("/media/usb/shots/a b.png"), "usb");
@@ -309,7 +407,7 @@ TEST_F(LinuxTrashTest, FilesOfAnotherDiskStayOnIt) {
     disks.changesFail.reset();
     disks.spaceEndsAtChange = 0;
     if (full) {
-      ASSERT_TRUE(trash.restore(**full, "/media/usb/shots/a b.png").has_value());
+      ASSERT_TRUE(trash.restore(**full, "/media/usb/shots/a b.png", firstAttempt).has_value());
       break;
     }
     EXPECT_EQ(disks.text("/media/usb/shots/a b.png"), "usb") << at;

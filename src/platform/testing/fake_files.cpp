@@ -78,6 +78,16 @@ std::vector<std::string> FakeFiles::names(const Path& folder) const {
   return found;
 }
 
+void FakeFiles::mountAnew(const std::set<Path>& anew) {
+  std::uint64_t number = 1;
+  for (auto& [path, file] : disk) {
+    if (!anew.contains(path.parent_path())) continue;
+    file = std::make_shared<File>(*file);
+    file->status.inode = number++;
+  }
+  for (const Path& folder : anew) folderNumbers[folder] = nextInode_++;
+}
+
 Result<void> FakeFiles::change() {
   ++changes;
   if (beforeChange) beforeChange(changes);

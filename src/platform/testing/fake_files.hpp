@@ -60,6 +60,10 @@ class FakeFiles final : public Files {
   /// Files that `status` goes on showing by names that they have no longer.
   std::map<Path, std::shared_ptr<File>> shownAlthoughGone;
 
+  /// The disk of these folders, which numbers its files anew with each mount, is mounted again:
+  /// each name has a number of its own, which another file may have had.
+  void mountAnew(const std::set<Path>& folders);
+
   /// What is open by now goes with the process that served it.
   void loseOpenFiles() { ++generation; }
   int generation = 0;

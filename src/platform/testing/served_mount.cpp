@@ -40,8 +40,8 @@ const char* textAt(const std::string& question, std::size_t behind) {
   return question.data() + sizeof(fuse_in_header) + behind;
 }
 
-fuse_attr attributesOf(const struct stat& found) {
-  return {.ino = found.st_ino,
+fuse_attr attributesOf(const struct stat& found, std::uint64_t number) {
+  return {.ino = number,
           .size = static_cast<std::uint64_t>(found.st_size),
           .blocks = static_cast<std::uint64_t>(found.st_blocks),
           .atime = static_cast<std::uint64_t>(found.st_atim.tv_sec),
@@ -95,6 +95,11 @@ void ServedMount::loseReplies(int error) {
 void ServedMount::renamePlainly() {
   const std::scoped_lock lock(mutex_);
   renamesPlainly_ = true;
+}
+
+void ServedMount::raiseNumbers(std::uint64_t by) {
+  const std::scoped_lock lock(mutex_);
+  raisedBy_ = by;
 }
 
 void ServedMount::answer() {
@@ -178,12 +183,17 @@ std::uint64_t ServedMount::nodeOf(const std::string& path) {
   return node;
 }
 
+std::uint64_t ServedMount::numberOf(std::uint64_t servedNumber) {
+  const std::scoped_lock lock(mutex_);
+  return servedNumber + raisedBy_;
+}
+
 ServedMount::Reply ServedMount::entryOf(const std::string& path) {
   struct stat found{};
   if (::lstat(path.c_str(), &found) != 0) return {errno};
   fuse_entry_out entry{};
   entry.nodeid = nodeOf(path);
-  entry.attr = attributesOf(found);
+  entry.attr = attributesOf(found, numberOf(found.st_ino));
   return {0, bytesOf(entry)};
 }
 
@@ -204,7 +214,7 @@ ServedMount::Reply ServedMount::replyTo(const Question& question) {
         file ? ::fstat(static_cast<int>(*file), &found) : ::lstat(path.c_str(), &found);
     if (answer != 0) return Reply{errno};
     fuse_attr_out out{};
-    out.attr = attributesOf(found);
+    out.attr = attributesOf(found, numberOf(found.st_ino));
     return Reply{0, bytesOf(out)};
   };
   switch (header.opcode) {

@@ -39,6 +39,9 @@ class ServedMount {
   /// From now on a rename cannot be told to spare what it finds.
   void renamePlainly();
 
+  /// From now on its files have numbers that are higher by this much, as after another mount.
+  void raiseNumbers(std::uint64_t by);
+
   /// What was not answered is answered now.
   void answer();
 
@@ -56,6 +59,7 @@ class ServedMount {
   [[nodiscard]] bool isHungIn(const Question& question);
   void reply(const Question& question);
   [[nodiscard]] Reply replyTo(const Question& question);
+  [[nodiscard]] std::uint64_t numberOf(std::uint64_t servedNumber);
   [[nodiscard]] Reply entryOf(const std::string& path);
   [[nodiscard]] std::string pathOf(std::uint64_t node) const { return nodes_.at(node); }
   [[nodiscard]] std::uint64_t nodeOf(const std::string& path);
@@ -71,6 +75,7 @@ class ServedMount {
   std::chrono::milliseconds delay_{0};
   int lostReply_ = 0;
   bool renamesPlainly_ = false;
+  std::uint64_t raisedBy_ = 0;
 
   // Of the thread that serves.
   std::map<std::uint64_t, std::string> nodes_;  // paths of what is served
