@@ -9,6 +9,7 @@
 #include "capture/capture_transcoder.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/shape_layers.hpp"
+#include "library/doubtful_names.hpp"
 #include "library/file_reach.hpp"
 #include "library/known_files.hpp"
 #include "library/look_adoption.hpp"
@@ -51,7 +52,7 @@ std::string remarkOn(const RewriteJournal::Left& left) {
   return fmt::format(
       "The file before it, {}, could not be removed ({}). It stays there until \"vantorel library "
       "verify --repair\" can remove it.",
-      left.path, left.reason);
+      left.file.path, left.reason);
 }
 
 /// Whoever redacted a capture may take its file for what they see in the editor.
@@ -76,7 +77,8 @@ std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEn
 
 CaptureRewriter::CaptureRewriter(Services services)
     : services_(std::move(services)),
-      journal_(std::make_shared<RewriteJournal>(*services_.files, services_.library->paths())) {}
+      journal_(std::make_shared<RewriteJournal>(*services_.files, services_.library->paths(),
+                                                services_.library->clock())) {}
 
 void CaptureRewriter::convert(const std::string& name, ExportFormat format, Done done) {
   rewrite(name, {.format = format}, std::move(done));
@@ -147,6 +149,7 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
   }
   services_.work->post(
       [source, change, asked = entry, journal = journal_, files = services_.files,
+       paths = services_.library->paths(), now = services_.library->clock().now(),
        codec = services_.codec, entries = services_.library->store().entries(),
        quality = services_.settings->values().jpegQuality, main = services_.main,
        landed = lifetime_.guard([this, entry, source,
@@ -165,12 +168,17 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
          fileAway(*entry, source, **result, std::move(finished));
        })]() mutable {
         CaptureTranscoder transcoder(files, codec);
-        // Files that entries name may come back.
+        // Files that entries name may come back, and what is put at a name in doubt may go.
+        KnownFiles doubtful(*files);
         source.isReserved = [&](const Path& path) {
-          return filesCalledLike(*files, entries, {path.string()}).hasName(path);
+          return doubtful.hasName(path) ||
+                 filesCalledLike(*files, entries, {path.string()}).hasName(path);
         };
-        source.willMake = [&](const Path& path, std::uint64_t inode) {
-          return journal->willMake(asked->id, path, inode);
+        source.willMake = [&](const Path& path, const Path& temporary) {
+          return journal->willMake(asked->id, path, temporary);
+        };
+        source.willReplace = [&](std::uint64_t bytes) {
+          return journal->willReplace(asked->id, bytes);
         };
         Rewritten result = [&]() -> Rewritten {
           const std::string_view away = sentence(reachOf(*files, *asked));
@@ -178,6 +186,7 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
             return std::unexpected("The capture can't be changed: " + std::string(away));
           }
           journal->settle(entries);
+          addDoubtfulNames(*files, paths, now, doubtful);
           const auto begun = journal->begin(asked->id, source.path, source.keepOriginalAs);
           if (!begun) {
             return std::unexpected(sentence(

@@ -110,12 +110,17 @@ class CaptureRewriterTest : public testing::Test {
 };
 
 TEST_F(CaptureRewriterTest, EndAtAnyChangeLeavesOneCaptureWithItsOriginalAndNothingElse) {
-  for (const bool hasHardLinks : {true, false}) {
+  struct Disk {
+    bool hasHardLinks = true;
+    bool numbersAnew = false;  // when it is mounted again
+  };
+  for (const Disk& kind :
+       {Disk{}, Disk{.hasHardLinks = false}, Disk{.hasHardLinks = false, .numbersAnew = true}}) {
     for (int end = 1, isEnded = 1; isEnded != 0; ++end) {
       ASSERT_LT(end, 80);
       isEnded = 0;
       const auto files = disk();
-      files->hasHardLinks = hasHardLinks;
+      files->hasHardLinks = kind.hasHardLinks;
       auto run = std::make_unique<Session>(files);
       run->runners.run();
       files->beforeChange = [&, from = files->changes](int change) {
@@ -133,9 +138,10 @@ TEST_F(CaptureRewriterTest, EndAtAnyChangeLeavesOneCaptureWithItsOriginalAndNoth
       }
       files->beforeChange = {};
       run.reset();
+      if (kind.numbersAnew) files->renumber("/captures");
       Session next(files);
       next.runners.run();
-      expectTidy(next, std::to_string(end));
+      expectTidy(next, std::to_string(end) + (kind.numbersAnew ? " numbered anew" : ""));
     }
   }
 }
@@ -202,6 +208,75 @@ TEST_F(CaptureRewriterTest, WhatCannotBeRemovedIsToldAndRemembered) {
     EXPECT_EQ(copy->text(between), isChanged ? "painted over" : "(missing)");
     EXPECT_EQ(copy->text("/data/rewrites.json"), "(missing)");
   }
+}
+
+TEST_F(CaptureRewriterTest, WhatIsLeftOnADiskThatNumbersItsFilesAnewGoesOrIsTold) {
+  const Path between = "/captures/a.jpg";
+  const auto leave = [&] {
+    auto files = disk();
+    Session run(files);
+    run.runners.run();
+    run.rewriter.convert("a", ExportFormat::jpeg, run.answering());
+    run.runners.run();
+    files->readOnly = {"/captures"};
+    run.rewriter.convert("a", ExportFormat::webp, run.answering());
+    run.runners.run();
+    files->readOnly.clear();
+    files->renumber("/captures");
+    return files;
+  };
+  {
+    const auto files = leave();
+    Session next(files);
+    next.runners.run();
+    expectTidy(next, "the new file shows that the numbers are others");
+  }
+  {
+    const auto files = leave();
+    files->put("/captures/a.webp", "edited");
+    Session next(files);
+    next.runners.run();
+    EXPECT_TRUE(files->disk.contains(between)) << "it may be somebody's copy";
+    EXPECT_THAT(replacedFilesLeft(*files, next.library.paths()), ElementsAre(between));
+  }
+  {
+    const auto files = leave();
+    files->now += 1;
+    files->put(between, files->text(between));
+    Session next(files);
+    next.runners.run();
+    EXPECT_TRUE(files->disk.contains(between)) << "it was written anew";
+    EXPECT_EQ(files->text("/data/rewrites.json"), "(missing)");
+  }
+}
+
+TEST_F(CaptureRewriterTest, NothingIsPutAtANameWhoseRemovalMayStillBeMade) {
+  const auto files = disk();
+  const Path between = "/captures/a.jpg";
+  auto run = std::make_unique<Session>(files);
+  const auto convert = [&](ExportFormat format) {
+    run->rewriter.convert("a", format, run->answering());
+    run->runners.run();
+    return run->library.store().find("a")->path;
+  };
+  run->runners.run();
+  (void)convert(ExportFormat::jpeg);
+  // The new file has its name, and half files are gone: the removal of the old one is not answered.
+  files->silencing = "/captures";
+  files->silenceAtMove = 5;
+  EXPECT_EQ(convert(ExportFormat::webp), "/captures/a.webp") << run->answer;
+  EXPECT_THAT(run->answer, HasSubstr("could not be removed"));
+  files->silent.clear();
+  ASSERT_TRUE(files->disk.contains(between));
+  run = std::make_unique<Session>(files);
+  run->runners.advance(std::chrono::seconds(5));
+  EXPECT_EQ(convert(ExportFormat::jpeg), "/captures/a 2.jpg");
+  EXPECT_FALSE(files->disk.contains(between));
+  EXPECT_TRUE(run->codec->header(files->text("/captures/a 2.jpg")).has_value());
+  EXPECT_THAT(files->text("/data/rewrites.json"), HasSubstr("doubtful"));
+  run->runners.advance(std::chrono::seconds(61));
+  (void)convert(ExportFormat::webp);
+  EXPECT_EQ(files->text("/data/rewrites.json"), "(missing)");
 }
 
 TEST_F(CaptureRewriterTest, WaitsForEveryRecoveryAndOneAtATime) {

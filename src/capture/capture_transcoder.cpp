@@ -162,10 +162,7 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std:
     Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
     if (files_->status(path) || (source.isReserved && source.isReserved(path))) continue;
     const auto moved = [&]() -> vantorel::Result<void> {
-      if (source.willMake) {
-        const FileStatus status = VT_TRY(files_->status(temporary));
-        VT_TRY(source.willMake(path, status.inode));
-      }
+      if (source.willMake) VT_TRY(source.willMake(path, temporary));
       return files_->moveNew(temporary, path);
     }();
     if (moved) {
@@ -202,7 +199,10 @@ CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::write(
     if (!kept) return writeFailure(kept.error());
   }
   if (encoding.format == opened.header.format) {
-    const auto replaced = files_->replace(source.path, bytes, Privacy::byUmask);
+    const auto replaced = [&]() -> vantorel::Result<void> {
+      if (source.willReplace) VT_TRY(source.willReplace(bytes.size()));
+      return files_->replace(source.path, bytes, Privacy::byUmask);
+    }();
     if (!replaced) return writeFailure(replaced.error());
     settleFolder(*files_, source.path.parent_path());
     return result;

@@ -60,8 +60,13 @@ class CaptureTranscoder {
     /// Whether a free name is kept for a file that is away; may be empty.
     std::function<bool(const Path& path)> isReserved = {};
 
-    /// Told before a new file with this inode gets its name; may be empty. A failure ends the work.
-    std::function<vantorel::Result<void>(const Path& path, std::uint64_t inode)> willMake = {};
+    /// Told before a new file, which is whole at `temporary`, gets its name; may be empty. A
+    /// failure ends the work.
+    std::function<vantorel::Result<void>(const Path& path, const Path& temporary)> willMake = {};
+
+    /// Told before so many bytes are put in the file's place; may be empty. A failure ends the
+    /// work.
+    std::function<vantorel::Result<void>(std::uint64_t bytes)> willReplace = {};
   };
 
   /// What the library's entry is to say from now on.

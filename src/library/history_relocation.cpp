@@ -14,6 +14,8 @@
 #include "library/history_log.hpp"
 #include "library/look_adoption.hpp"
 #include "library/relocation_journal.hpp"
+#include "library/relocation_leftovers.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -102,7 +104,8 @@ void HistoryRelocation::startNext() {
   run_ = std::make_unique<Run>();
   run_->request = std::move(waiting_.front());
   waiting_.pop_front();
-  run_->mover = std::make_shared<RelocationMover>(services_.files, services_.store.paths());
+  run_->mover =
+      std::make_shared<RelocationMover>(services_.files, services_.store.paths(), services_.clock);
   if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) {
     run_->outcome.refusal = RelocationRefusal::indexUnreadable;
     return finish();
@@ -329,35 +332,38 @@ void HistoryRelocation::endRecovery(std::move_only_function<void()> done) {
 void HistoryRelocation::recover(std::move_only_function<void()> done) {
   if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) return done();
   isRecovering_ = true;
-  services_.work->post([&files = services_.files, paths = services_.store.paths(),
-                        main = services_.main, named = pathsOf(services_.store.entries()),
-                        reply = lifetime_.guard([this, done = std::move(done)](
-                                                    std::optional<RelocationJournal>& journal,
-                                                    RelocationJournal::Resolution& found,
-                                                    const NewPlaces& places) mutable {
-                          hasUnanswered_ = hasUnanswered_ && !found.undecided.empty();
-                          if (!journal) return endRecovery(std::move(done));
-                          adopt(places);
-                          replay(*std::move(journal), std::move(found), std::move(done));
-                        })]() mutable {
-    auto read = RelocationJournal::read(files, paths);
-    std::optional<RelocationJournal> journal;
-    RelocationJournal::Resolution resolution;
-    if (auto* const readable = std::get_if<RelocationJournal>(&read)) {
-      readable->removeTemporaries(files);
-      resolution = readable->resolve(files, named);
-      journal = std::move(*readable);
-    } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
-      logError(historyLog, "the relocation journal could not be read: {}", bad->reason);
-    }
-    NewPlaces places;
-    for (const auto& [oldPath, newPath] : resolution.moved) {
-      places.emplace(oldPath, NewPlace{newPath, identifyFile(files, newPath)});
-    }
-    main->post([journal = std::move(journal), resolution = std::move(resolution),
-                places = std::move(places),
-                reply = std::move(reply)]() mutable { reply(journal, resolution, places); });
-  });
+  services_.work->post(
+      [&files = services_.files, paths = services_.store.paths(), now = services_.clock.now(),
+       main = services_.main, named = pathsOf(services_.store.entries()),
+       reply = lifetime_.guard(
+           [this, done = std::move(done)](std::optional<RelocationJournal>& journal,
+                                          RelocationJournal::Resolution& found,
+                                          const NewPlaces& places, bool hasDoubtful) mutable {
+             hasUnanswered_ = (hasUnanswered_ && !found.undecided.empty()) || hasDoubtful;
+             if (!journal) return endRecovery(std::move(done));
+             adopt(places);
+             replay(*std::move(journal), std::move(found), std::move(done));
+           })]() mutable {
+        auto read = RelocationJournal::read(files, paths);
+        std::optional<RelocationJournal> journal;
+        RelocationJournal::Resolution resolution;
+        if (auto* const readable = std::get_if<RelocationJournal>(&read)) {
+          readable->removeTemporaries(files);
+          resolution = readable->resolve(files, named);
+          journal = std::move(*readable);
+        } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
+          logError(historyLog, "the relocation journal could not be read: {}", bad->reason);
+        }
+        NewPlaces places;
+        for (const auto& [oldPath, newPath] : resolution.moved) {
+          places.emplace(oldPath, NewPlace{newPath, identifyFile(files, newPath)});
+        }
+        const bool hasDoubtful = settleDoubtful(files, paths, now);
+        main->post([journal = std::move(journal), resolution = std::move(resolution),
+                    places = std::move(places), hasDoubtful, reply = std::move(reply)]() mutable {
+          reply(journal, resolution, places, hasDoubtful);
+        });
+      });
 }
 
 void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
@@ -367,28 +373,53 @@ void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Res
                        done = std::move(done)](const Result<void>& saved) mutable {
         // Without the index on disk the journal is all that knows where the files are.
         if (!saved) return endRecovery(std::move(done));
-        services_.work->post([&files = services_.files, paths = services_.store.paths(),
-                              main = services_.main, journal = std::move(journal),
-                              resolution = std::move(resolution),
-                              reply = lifetime_.guard([this, done = std::move(done)]() mutable {
-                                endRecovery(std::move(done));
-                              })]() mutable {
-          close(files, paths, std::move(journal), std::move(resolution));
-          main->post(std::move(reply));
-        });
+        services_.work->post(
+            [&files = services_.files, paths = services_.store.paths(), main = services_.main,
+             journal = std::move(journal), resolution = std::move(resolution),
+             reply = lifetime_.guard([this, done = std::move(done)](bool hasDoubtful) mutable {
+               hasUnanswered_ |= hasDoubtful;
+               endRecovery(std::move(done));
+             })]() mutable {
+              const bool hasDoubtful =
+                  close(files, paths, std::move(journal), std::move(resolution));
+              main->post([hasDoubtful, reply = std::move(reply)]() mutable { reply(hasDoubtful); });
+            });
       }));
 }
 
-void HistoryRelocation::close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
+/// Answers whether there are names left that a removal may still come to.
+bool HistoryRelocation::settleDoubtful(Files& files, const LibraryPaths& paths, double now) {
+  RelocationLeftovers left = RelocationLeftovers::read(files, paths);
+  const DoubtfulNames before = left.doubtful;
+  left.doubtful.settle(files, now);
+  if (left.doubtful != before) {
+    if (const auto written = left.write(files, paths); !written) {
+      logWarning(historyLog, "names in doubt were not noted: {}", written.error().reason);
+    }
+  }
+  return !left.doubtful.isEmpty();
+}
+
+/// Answers the same.
+bool HistoryRelocation::close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
                               RelocationJournal::Resolution resolution) {
   RelocationLeftovers left = RelocationLeftovers::read(files, paths);
   const RelocationLeftovers before = left;
+  const auto leave = [&](const Pair& pair) {
+    std::erase_if(left.copied, [&](const Pair& one) { return one.oldPath == pair.oldPath; });
+    left.copied.push_back(pair);
+  };
   for (const std::string& original : resolution.surplus) {
-    if (const auto removed = removeFile(files, original); !removed) {
-      logWarning(historyLog, "{} stays beside its copy: {}", original, removed.error().reason);
-      left.copied.push_back(*std::ranges::find(journal.pairs, original, &Pair::oldPath));
-    }
+    const Pair& pair = *std::ranges::find(journal.pairs, original, &Pair::oldPath);
+    const auto removed = removeFile(files, original);
+    // The removal that was to end the move may still be under way.
+    const bool wasHalfMoved = !pair.copy;
+    if (wasHalfMoved || (!removed && isUnanswered(removed.error()))) left.doubtful.add(original);
+    if (removed) continue;
+    logWarning(historyLog, "{} stays beside its copy: {}", original, removed.error().reason);
+    leave(pair);
   }
+  std::ranges::for_each(resolution.inDoubt, leave);
   for (const std::string& path : resolution.unmoved) left.addFolderOf(path);
   auto written = left == before ? Result<void>() : left.write(files, paths);
   if (written && journal.pairs.size() != resolution.undecided.size()) {
@@ -398,6 +429,7 @@ void HistoryRelocation::close(Files& files, const LibraryPaths& paths, Relocatio
   if (!written) {
     logError(historyLog, "the relocation journal could not be closed: {}", written.error().reason);
   }
+  return !left.doubtful.isEmpty();
 }
 
 }  // namespace vantorel

@@ -16,6 +16,7 @@
 #include "library/relocation_mover.hpp"
 #include "library/relocation_report.hpp"
 #include "library/relocation_stop_flag.hpp"
+#include "platform/clock.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -33,6 +34,7 @@ class HistoryRelocation {
   struct Services {
     HistoryStore& store;
     Files& files;
+    const Clock& clock;
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< a serial queue on which moves block
 
@@ -101,8 +103,9 @@ class HistoryRelocation {
   void adopt(const NewPlaces& places);
   void replay(RelocationJournal journal, RelocationJournal::Resolution resolution,
               std::move_only_function<void()> done);
-  static void close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
+  static bool close(Files& files, const LibraryPaths& paths, RelocationJournal journal,
                     RelocationJournal::Resolution resolution);
+  static bool settleDoubtful(Files& files, const LibraryPaths& paths, double now);
 
   Services services_;
   std::deque<Request> waiting_;
@@ -110,7 +113,7 @@ class HistoryRelocation {
   std::map<std::string, EntryClaim> claims_;  // of the batch under way
   std::vector<std::move_only_function<void()>> settling_;
   bool isRecovering_ = false;
-  bool hasUnanswered_ = false;  // in the journal
+  bool hasUnanswered_ = false;  // in the journals
   Lifetime timer_;
   Lifetime lifetime_;
 };

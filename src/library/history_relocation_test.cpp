@@ -47,7 +47,7 @@ struct World {
   }
 
   HistoryRelocation::Services services(std::size_t batchSize) {
-    return {store, files, runners.main(), runners.runner("work"), batchSize};
+    return {store, files, runners, runners.main(), runners.runner("work"), batchSize};
   }
 
   FakeFiles& files;
@@ -217,6 +217,47 @@ TEST_F(HistoryRelocationTest, EndedBeforeAnyChangeOfTheDiskEveryEntryIsReachable
       EXPECT_EQ(files.names("/new").size(), static_cast<std::size_t>(count)) << "left over";
       EXPECT_EQ(files.text(journalPath), "(missing)");
       if (HasFailure()) FAIL() << "moment " << moment << (acrossDisks ? " across disks" : "");
+    }
+  }
+}
+
+TEST_F(HistoryRelocationTest, EndedAtAnyChangeAndMountedAnewWithOtherNumbersNoFileIsForgotten) {
+  for (const bool acrossDisks : {false, true}) {
+    for (const Path numbersAnew : {"/old", "/new", "/"}) {
+      bool isComplete = false;
+      for (int moment = 1; !isComplete; ++moment) {
+        FakeFiles files;
+        if (acrossDisks) files.mounts = {"/new"};
+        fill(files, 3);
+        files.beforeChange = [&, from = files.changes](int number) {
+          if (number - from == moment) throw PowerCut();
+        };
+        try {
+          World(files, 2).move("/new");
+          isComplete = true;
+        } catch (const PowerCut&) {
+        }
+        files.beforeChange = nullptr;
+        files.renumber(numbersAnew);
+        World world(files);
+        expectReachable(world, 5);
+        std::set<std::string> known;
+        for (const EntryPointer& entry : world.store.entries()) {
+          forEachPath(*entry, [&](const std::string& path) { known.insert(path); });
+        }
+        for (const auto& pair : RelocationLeftovers::read(files, paths).remaining(files)) {
+          known.insert(pair.oldPath);
+        }
+        for (const Path folder : {"/old", "/old/inner", "/new", "/new/inner"}) {
+          for (const std::string& name : files.names(folder)) {
+            EXPECT_TRUE(known.contains((folder / name).string())) << folder / name;
+          }
+        }
+        EXPECT_EQ(files.text(journalPath), "(missing)");
+        if (HasFailure()) {
+          FAIL() << "moment " << moment << (acrossDisks ? " across disks, " : ", ") << numbersAnew;
+        }
+      }
     }
   }
 }

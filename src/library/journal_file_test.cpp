@@ -77,7 +77,7 @@ struct Shelf {
   LibraryPaths paths{"/data", "/caches"};
   HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0}, paths};
   HistoryDeletion deletion{{store, files, trash, runners, runners.main(), runners.runner("work")}};
-  RewriteJournal rewrites{files, paths};
+  RewriteJournal rewrites{files, paths, runners};
 };
 
 // "a" would go if what a newer build wrote were taken for a journal of this one.
@@ -152,6 +152,18 @@ TEST_F(JournalFileTest, JournalsOfEarlierBuildsAreCarriedOn) {
   EXPECT_EQ(shelf.files.text("/data/deletions.json"), "(missing)");
   EXPECT_THAT(shelf.aside(), IsEmpty());
   EXPECT_THAT(warnings, IsEmpty());
+
+  // Numbers were all they noted.
+  for (const bool isMade : {true, false}) {
+    const Path made = "/captures/a.jpg";
+    shelf.files.put(made, "smaller");
+    const std::uint64_t number = shelf.files.status(made)->inode + (isMade ? 0 : 1);
+    shelf.files.put("/data/rewrites.json",
+                    R"([{"id":"a","old":"/captures/a.png","made":"/captures/a.jpg","madeInode":")" +
+                        std::to_string(number) + R"("}])");
+    RewriteJournal(shelf.files, shelf.paths, shelf.runners).recover(shelf.store.entries());
+    EXPECT_EQ(shelf.files.disk.contains(made), !isMade);
+  }
 }
 
 }  // namespace

@@ -29,6 +29,7 @@ Library::Library(Services services, LibraryPaths paths)
                  .work = services.deletions}),
       relocation_({.store = store_,
                    .files = services.files,
+                   .clock = services.clock,
                    .main = services.main,
                    .work = services.moves}),
       retention_({.store = store_,
@@ -62,10 +63,10 @@ void Library::load() {
 
 void Library::recoverRewrites() {
   if (!store_.indexWasReadFromDisk() || store_.indexRefusal()) return becomeReady();
-  services_.moves->post([&files = services_.files, paths = paths(), entries = store_.entries(),
-                         main = services_.main,
+  services_.moves->post([&files = services_.files, paths = paths(), &clock = services_.clock,
+                         entries = store_.entries(), main = services_.main,
                          reply = lifetime_.guard([this] { becomeReady(); })]() mutable {
-    RewriteJournal(files, paths).recover(entries);
+    RewriteJournal(files, paths, clock).recover(entries);
     main->post(std::move(reply));
   });
 }

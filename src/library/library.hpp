@@ -86,6 +86,7 @@ class Library {
   [[nodiscard]] HistoryRetention& retention() { return retention_; }
   [[nodiscard]] HistoryDisk& disk() { return disk_; }
   [[nodiscard]] const LibraryPaths& paths() const { return store_.paths(); }
+  [[nodiscard]] const Clock& clock() const { return services_.clock; }
 
  private:
   void load();

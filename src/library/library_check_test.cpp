@@ -9,6 +9,7 @@
 #include "library/rewrite_journal.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_runners.hpp"
 
 namespace vantorel {
 namespace {
@@ -86,13 +87,13 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   files.put(late, "forgotten just now");
   const std::string converting = "/captures/Screenshot 2026-03-04 at 14.05.09";
   const std::string original = "/data/Originals/converting.png";
-  RewriteJournal rewrites(files, scope.paths);
+  const FakeRunners runners;
+  RewriteJournal rewrites(files, scope.paths, runners);
   ASSERT_TRUE(rewrites.begin("converting", converting + ".png", original).has_value());
   files.put(converting + ".jpg", "made, and not yet in the index");
   files.put(original, "kept");
   ASSERT_TRUE(
-      rewrites.willMake("converting", converting + ".jpg", files.status(converting + ".jpg")->inode)
-          .has_value());
+      rewrites.willMake("converting", converting + ".jpg", converting + ".jpg").has_value());
   scope.journalsInUse.insert("/data/relocation.json");
   const auto before = files.changes;
   const LibraryFindings broken = checkLibrary(files, scope, keepGoing);

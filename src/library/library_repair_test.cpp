@@ -301,9 +301,9 @@ TEST_F(LibraryRepairTest, RepairRemovesWhatWasReplacedAndNotRemoved) {
   files->put(old, "before");
   files->put(made, "after");
   load(indexOf(R"({"id":"a","capturedAt":1,"path":")" + made + R"("})"));
-  RewriteJournal rewrites(*files, library.paths());
+  RewriteJournal rewrites(*files, library.paths(), runners);
   ASSERT_TRUE(rewrites.begin("a", old, std::nullopt).has_value());
-  ASSERT_TRUE(rewrites.willMake("a", made, files->status(made)->inode).has_value());
+  ASSERT_TRUE(rewrites.willMake("a", made, made).has_value());
   files->readOnly = {"/captures"};
   EXPECT_TRUE(rewrites.end("a", store.entries()).left.has_value());
   trash.failing[old] = FailureKind::denied;

@@ -8,6 +8,7 @@
 #include "base/path_text.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
+#include "library/noted_file.hpp"
 #include "library/unanswered_change.hpp"
 
 namespace vantorel {
@@ -75,6 +76,11 @@ FileMeasure RelocationJournal::Pair::measure() const {
   return {static_cast<std::uint64_t>(size), modified, fileCount};
 }
 
+bool RelocationJournal::Pair::isAlike(const FileMeasure& found) const {
+  return static_cast<std::int64_t>(found.size) == size && found.modified == modified &&
+         found.fileCount == fileCount;
+}
+
 RelocationJournal::Read RelocationJournal::read(const Files& files, const LibraryPaths& paths) {
   auto text = files.read(paths.relocationJournal());
   if (!text && text.error().kind == FailureKind::notFound) return None{};
@@ -107,15 +113,35 @@ Result<void> RelocationJournal::write(Files& files, const LibraryPaths& paths) c
   return files.flushFolder(paths.data);
 }
 
+namespace {
+
+/// Whatever its number is.
+bool looksLike(const FileIdentity& found, const FileIdentity& noted) {
+  return found.volume == noted.volume && found.size == noted.size &&
+         found.modified == noted.modified;
+}
+
+}  // namespace
+
 // Recognised as a temporary by whoever looks for such in capture folders.
 Path RelocationJournal::temporaryFor(const Pair& pair) const {
   return Path(pair.newPath).parent_path() /
          fmt::format(".vantorel-{}-{}.partial", id, pair.file.value_or(0));
 }
 
-void RelocationJournal::removeTemporaries(Files& files) const {
-  for (const Pair& pair : pairs) {
+void RelocationJournal::removeTemporaries(Files& files) {
+  for (Pair& pair : pairs) {
     const Path path = temporaryFor(pair);
+    const auto half = pair.copy ? identifyFile(files, path) : std::nullopt;
+    if (half && looksLike(*half, *pair.copy)) {
+      // Where the disk has numbered its files anew, both may be names of the copy.
+      const auto named = files.status(pair.newPath);
+      const bool isNumberedAnew = half->file != pair.copy->file;
+      const bool isFree = !named && named.error().kind == FailureKind::notFound;
+      const bool isAnothers =
+          named && !isNumberedAnew && static_cast<std::int64_t>(named->inode) != half->file;
+      if (isFree || isAnothers) pair.copy.reset();
+    }
     if (const auto removed = removeFile(files, path); !removed) {
       logWarning("History", "{} could not be removed: {}", path.string(), removed.error().reason);
     }
@@ -128,15 +154,34 @@ using Pair = RelocationJournal::Pair;
 
 enum class Fate {
   moved,
-  copied,   // the original is still to go
-  unmoved,  // the file is where it was
-  lost,     // it is at neither place
-  unknown,  // a disk is away that would tell
+  copied,         // the original is still to go
+  copiedInDoubt,  // what has the original's name is probably the original
+  unmoved,        // the file is where it was
+  lost,           // it is at neither place
+  unknown,        // a disk is away that would tell
 };
 
-/// Whether the file at the old place is the one that was to move.
-bool isOriginal(const Pair& pair, const Result<FileStatus>& old) {
-  return old && (!pair.file || static_cast<std::int64_t>(old->inode) == *pair.file);
+/// What has the old place of the file that was to move.
+NotedPlace oldPlace(const Files& files, const Pair& pair, const Result<FileStatus>& old) {
+  if (!old) return NotedPlace::nothing;
+  if (!pair.file || static_cast<std::int64_t>(old->inode) == *pair.file) return NotedPlace::same;
+  const auto found = measureFile(files, pair.oldPath);
+  return found && pair.isAlike(*found) ? NotedPlace::alike : NotedPlace::another;
+}
+
+/// What has the new place of a file that was to be renamed.
+NotedPlace renamedPlace(const Files& files, const Pair& pair) {
+  const auto status = files.status(pair.newPath);
+  if (!status) return NotedPlace::nothing;
+  if (isOnOtherFileSystem(files, Path(pair.oldPath).parent_path(), pair.newPath) && pair.file) {
+    return NotedPlace::another;
+  }
+  const auto found = measureFile(files, pair.newPath);
+  if (!found) return NotedPlace::another;
+  if (!pair.file || static_cast<std::int64_t>(status->inode) == *pair.file) {
+    return found->isAs(pair.measure()) ? NotedPlace::same : NotedPlace::another;
+  }
+  return pair.isAlike(*found) ? NotedPlace::alike : NotedPlace::another;
 }
 
 bool isSilent(const Files& files, const Path& path) {
@@ -156,27 +201,39 @@ bool isOneName(const Files& files, const Pair& pair) {
          identityOf(files, old.parent_path()) == identityOf(files, now.parent_path());
 }
 
-bool isRenamed(const Files& files, const Pair& pair) {
-  const auto status = files.status(pair.newPath);
-  if (!status || (pair.file && static_cast<std::int64_t>(status->inode) != *pair.file)) {
-    return false;
-  }
-  if (isOnOtherFileSystem(files, Path(pair.oldPath).parent_path(), pair.newPath) && pair.file) {
-    return false;
-  }
-  const auto found = measureFile(files, pair.newPath);
-  return found && found->isAs(pair.measure());
+/// Where a rename cannot spare what it finds, a move makes the new name and removes the old one.
+/// Nothing when it was not cut short between the two.
+std::optional<Fate> fateOfHalfMoved(const Files& files, const Pair& pair,
+                                    const Result<FileStatus>& old) {
+  if (!old || !pair.file || old->type != FileType::regular) return std::nullopt;
+  const NotedPlace before = oldPlace(files, pair, old);
+  const NotedPlace after = renamedPlace(files, pair);
+  const bool isAfter =
+      after == NotedPlace::same || (after == NotedPlace::alike && before == NotedPlace::alike);
+  if (before == NotedPlace::another || !isAfter || isOneName(files, pair)) return std::nullopt;
+  if (before == NotedPlace::same) return Fate::copied;
+  if (!holdsAllOf(files, pair.newPath, pair.oldPath)) return std::nullopt;
+  return Fate::copiedInDoubt;
 }
 
-Fate fateOfCopy(const Files& files, const Pair& pair, bool isOldThere) {
+Fate fateOfCopy(const Files& files, const Pair& pair, NotedPlace old) {
+  const bool isOldThere = old == NotedPlace::same || old == NotedPlace::alike;
   const Path path = pair.newPath;
   const FolderView folder(files, path.parent_path());
   const auto found = folder.identify(path.filename());
-  if (found && found->isSameFileAs(*pair.copy)) {
-    if (holdsAllOf(files, path, pair.oldPath)) return isOldThere ? Fate::copied : Fate::moved;
+  // Its content tells the rest.
+  if (found && looksLike(*found, *pair.copy)) {
+    if (holdsAllOf(files, path, pair.oldPath)) {
+      return old == NotedPlace::same    ? Fate::copied
+             : old == NotedPlace::alike ? Fate::copiedInDoubt
+                                        : Fate::moved;
+    }
     if (isSilent(files, path) || isSilent(files, pair.oldPath)) return Fate::unknown;
   }
-  if (!found && !isReachable(folder.reachOf(path.filename(), &*pair.copy))) return Fate::unknown;
+  const FileReach reach = found ? FileReach::there : folder.reachOf(path.filename(), &*pair.copy);
+  // A disk that numbers its files anew does so with its folders.
+  const bool isKnown = isReachable(reach) || (isOldThere && reach == FileReach::folderReplaced);
+  if (!isKnown) return Fate::unknown;
   return isOldThere ? Fate::unmoved : Fate::lost;
 }
 
@@ -184,31 +241,34 @@ Fate fateOfCopy(const Files& files, const Pair& pair, bool isOldThere) {
 Fate fateOf(const Files& files, const Pair& pair) {
   const auto old = files.status(pair.oldPath);
   if (!old && isUnanswered(old.error())) return Fate::unknown;
-  if (pair.copy) return fateOfCopy(files, pair, isOriginal(pair, old));
-  // Where a rename cannot spare what it finds, a move makes the new name and removes the old one.
-  if (old && pair.file && old->type == FileType::regular && isOriginal(pair, old) &&
-      isRenamed(files, pair) && !isOneName(files, pair)) {
-    return Fate::copied;
-  }
+  if (pair.copy) return fateOfCopy(files, pair, oldPlace(files, pair, old));
+  if (const auto half = fateOfHalfMoved(files, pair, old)) return *half;
   if (old && isSilent(files, pair.newPath)) return Fate::unknown;
   if (old) return Fate::unmoved;
-  if (isRenamed(files, pair)) return Fate::moved;
+  const NotedPlace now = renamedPlace(files, pair);
+  if (now == NotedPlace::same) return Fate::moved;
   const bool isKnown = isReachable(reachOf(files, Path(pair.oldPath))) &&
                        isReachable(reachOf(files, Path(pair.newPath)));
-  return isKnown ? Fate::lost : Fate::unknown;
+  if (!isKnown) return Fate::unknown;
+  return now == NotedPlace::alike ? Fate::moved : Fate::lost;
 }
 
 /// Of an entry that names the new place by now.
 Fate fateOfOriginal(const Files& files, const Pair& pair) {
-  // Nothing but its number says that the file is not one that somebody put there since.
-  if (!pair.file || !pair.copy) return Fate::moved;
+  // Nothing but its number, or its age, says that the file is not one that somebody put there
+  // since.
+  if (!pair.file) return Fate::moved;
   const auto old = files.status(pair.oldPath);
   if (!old && isUnanswered(old.error())) return Fate::unknown;
-  if (!isOriginal(pair, old)) return Fate::moved;
+  if (!pair.copy) return fateOfHalfMoved(files, pair, old).value_or(Fate::moved);
+  const NotedPlace place = oldPlace(files, pair, old);
+  if (place == NotedPlace::nothing || place == NotedPlace::another) return Fate::moved;
   const FolderView folder(files, Path(pair.newPath).parent_path());
   if (!isReachable(folder.reachOf(Path(pair.newPath).filename(), &*pair.copy)))
     return Fate::unknown;
-  if (holdsAllOf(files, pair.newPath, pair.oldPath)) return Fate::copied;
+  if (holdsAllOf(files, pair.newPath, pair.oldPath)) {
+    return place == NotedPlace::same ? Fate::copied : Fate::copiedInDoubt;
+  }
   const bool isKnown = !isSilent(files, pair.newPath) && !isSilent(files, pair.oldPath);
   return isKnown ? Fate::moved : Fate::unknown;
 }
@@ -229,8 +289,11 @@ RelocationJournal::Resolution RelocationJournal::resolve(
     const Fate fate = isSilent(files, temporaryFor(pair)) ? Fate::unknown
                       : hasLanded                         ? fateOfOriginal(files, pair)
                                                           : fateOf(files, pair);
+    if (fate == Fate::copied) resolution.surplus.push_back(pair.oldPath);
+    if (fate == Fate::copiedInDoubt) resolution.inDoubt.push_back(pair);
     switch (fate) {
-      case Fate::copied: resolution.surplus.push_back(pair.oldPath); [[fallthrough]];
+      case Fate::copied:
+      case Fate::copiedInDoubt:
       case Fate::moved:
         if (isAwaited) resolution.moved.emplace(pair.oldPath, pair.newPath);
         break;

@@ -33,6 +33,10 @@ struct RelocationJournal {
     json::Object extra;
 
     [[nodiscard]] FileMeasure measure() const;
+
+    /// Whether it is as large and as old to the last digit: what is left to tell a file by when its
+    /// disk has numbered its files anew.
+    [[nodiscard]] bool isAlike(const FileMeasure& found) const;
     bool operator==(const Pair&) const = default;
     template <class V, class S>
     static void describe(V& v, S& pair);
@@ -61,22 +65,25 @@ struct RelocationJournal {
   /// The name under which a file is copied into the folder of its new place before it gets its own.
   [[nodiscard]] Path temporaryFor(const Pair& pair) const;
 
-  /// Removes the half copies of moves that were cut short. To be called before `resolve`: what a
-  /// disk that was silent may yet make of one comes to nothing without it. Blocks; any thread.
-  void removeTemporaries(Files& files) const;
+  /// Removes the half copies of moves that were cut short, and forgets those that have not got
+  /// their own names. To be called before `resolve`: what a disk that was silent may yet make of
+  /// one comes to nothing without it. Blocks; any thread.
+  void removeTemporaries(Files& files);
 
   /// What became of the pairs.
   struct Resolution {
     std::map<std::string, std::string> moved;  ///< old path to new path
     std::vector<std::string> surplus;  ///< originals to be removed once the index names the copies
+    std::vector<Pair> inDoubt;         ///< of which those that stay are not certain to be originals
     std::vector<Pair> undecided;       ///< a disk is away that would tell
     std::vector<std::string> unmoved;  ///< old paths of files that are still there
   };
 
   /// `named` are the paths that the entries keep. A file counts as moved when it is known to be the
   /// very file: by its number where a rename does it, by what the journal says of the copy between
-  /// file systems. Whatever else is in the new place, alike or not, is somebody else's. Blocks; any
-  /// thread.
+  /// file systems. Where a disk has numbered its files anew, so that the old place has that number
+  /// no longer, size and time tell. Whatever else is in the new place, alike or not, is somebody
+  /// else's. Blocks; any thread.
   [[nodiscard]] Resolution resolve(const Files& files,
                                    const std::unordered_set<std::string>& named) const;
 };

@@ -16,6 +16,7 @@
 #include "library/file_move.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -23,12 +24,14 @@ namespace {
 struct StoredLeftovers {
   std::vector<std::string> folders;
   std::vector<RelocationJournal::Pair> copied;
+  std::vector<DoubtfulNames::Name> doubtful;
   json::Object extra;
 
   template <class V, class S>
   static void describe(V& v, S& stored) {
     v.field("folders", stored.folders, json::asPath);
     v.field("copied", stored.copied);
+    v.field("doubtful", stored.doubtful);
     v.rest(stored.extra);
   }
 };
@@ -47,6 +50,7 @@ RelocationLeftovers RelocationLeftovers::read(const Files& files, const LibraryP
   if (!stored) return {};
   return {{stored->folders.begin(), stored->folders.end()},
           std::move(stored->copied),
+          {std::move(stored->doubtful)},
           std::move(stored->extra)};
 }
 
@@ -78,13 +82,19 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files&
       others.emplace(FileNumber{status->device, static_cast<std::int64_t>(status->inode)}, path);
     }
   }
+  const auto measured = [&](const Path& path) {
+    const auto measure = measureFile(files, path);
+    return measure ? std::optional(*measure) : std::nullopt;
+  };
   for (auto& [pair, number] : missing) {
     const auto other = others.find(number);
-    if (other == others.end()) continue;
     // Numbers are given again.
-    const auto measure = measureFile(files, other->second);
-    if (!measure || !measure->isAs(pair.measure())) continue;
-    pair.oldPath = other->second;
+    const auto measure = other == others.end() ? std::nullopt : measured(other->second);
+    if (measure && measure->isAs(pair.measure())) {
+      pair.oldPath = other->second;
+    } else if (const auto there = measured(pair.oldPath); !there || !pair.isAlike(*there)) {
+      continue;
+    }
     found.push_back(std::move(pair));
   }
   return found;
@@ -100,8 +110,8 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::notKnownGone(const Fil
 }
 
 Result<void> RelocationLeftovers::write(Files& files, const LibraryPaths& paths) const {
-  if (!folders.empty() || !copied.empty()) {
-    const StoredLeftovers stored{{folders.begin(), folders.end()}, copied, extra};
+  if (!folders.empty() || !copied.empty() || !doubtful.isEmpty()) {
+    const StoredLeftovers stored{{folders.begin(), folders.end()}, copied, doubtful.names, extra};
     return files.replace(fileIn(paths), json::toText(stored), Privacy::ownerOnly);
   }
   return removeJournalFile(files, fileIn(paths));
@@ -110,15 +120,24 @@ Result<void> RelocationLeftovers::write(Files& files, const LibraryPaths& paths)
 std::vector<std::string> removeCopiesLeft(Files& files, Trash& trash, const LibraryPaths& paths,
                                           const std::vector<RelocationJournal::Pair>& copies) {
   std::vector<std::string> removed;
+  std::vector<std::string_view> unanswered;
   std::map<std::string_view, std::optional<std::string_view>> places;  // by where they moved to
   for (const RelocationJournal::Pair& pair : copies) {
-    const bool isSpare = holdsAllOf(files, pair.newPath, pair.oldPath);
-    const bool hasGone = isSpare ? removeFile(files, pair.oldPath).has_value()
-                                 : trash.moveToTrash(pair.oldPath).has_value();
-    if (hasGone) removed.push_back(pair.oldPath);
-    places[pair.newPath] = hasGone ? std::nullopt : std::optional<std::string_view>(pair.oldPath);
+    const auto status = files.status(pair.oldPath);
+    const bool isSpare = status && static_cast<std::int64_t>(status->inode) == pair.file &&
+                         holdsAllOf(files, pair.newPath, pair.oldPath);
+    Result<void> gone;
+    if (isSpare) {
+      gone = removeFile(files, pair.oldPath);
+    } else if (const auto trashed = trash.moveToTrash(pair.oldPath); !trashed) {
+      gone = std::unexpected(trashed.error());
+    }
+    if (gone) removed.push_back(pair.oldPath);
+    if (!gone && isUnanswered(gone.error())) unanswered.push_back(pair.oldPath);
+    places[pair.newPath] = gone ? std::nullopt : std::optional<std::string_view>(pair.oldPath);
   }
   RelocationLeftovers left = RelocationLeftovers::read(files, paths);
+  for (const std::string_view path : unanswered) left.doubtful.add(path);
   std::erase_if(left.copied, [&](const RelocationJournal::Pair& pair) {
     const auto place = places.find(pair.newPath);
     return place != places.end() && !place->second;

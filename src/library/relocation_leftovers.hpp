@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/json_record.hpp"
+#include "library/doubtful_names.hpp"
 #include "library/library_paths.hpp"
 #include "library/relocation_journal.hpp"
 #include "platform/files.hpp"
@@ -18,15 +19,19 @@ struct RelocationLeftovers {
   /// by then.
   std::set<std::string> folders;
 
-  /// Moved to another disk, and the file at the old place could not be removed.
+  /// Moved, and the file at the old place could not be removed, or is not certain to be the one
+  /// that moved.
   std::vector<RelocationJournal::Pair> copied{};
 
-  json::Object extra;
+  /// Where moves removed files.
+  DoubtfulNames doubtful{};
+
+  json::Object extra{};
 
   /// Empty when there is no such file, or none that can be read.
   [[nodiscard]] static RelocationLeftovers read(const Files& files, const LibraryPaths& paths);
 
-  /// Replaces the file, or removes it when no folder is left.
+  /// Replaces the file, or removes it when nothing is left.
   [[nodiscard]] Result<void> write(Files& files, const LibraryPaths& paths) const;
 
   /// Of `copied`, those whose file at the old place is still there, each with the path it has now:
@@ -42,8 +47,8 @@ struct RelocationLeftovers {
 };
 
 /// Removes what moved and stayed (`RelocationLeftovers::remaining`), and remembers what still does.
-/// What was changed since it moved is nowhere else: that goes to the Trash. Answers the paths of
-/// what has gone. Blocks; while no move runs.
+/// What was changed since it moved is nowhere else, and what has another number may be somebody's
+/// copy: that goes to the Trash. Answers the paths of what has gone. Blocks; while no move runs.
 [[nodiscard]] std::vector<std::string> removeCopiesLeft(
     Files& files, Trash& trash, const LibraryPaths& paths,
     const std::vector<RelocationJournal::Pair>& copies);

@@ -60,8 +60,8 @@ Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
   std::unreachable();
 }
 
-RelocationMover::RelocationMover(Files& files, LibraryPaths paths)
-    : files_(files), paths_(std::move(paths)) {}
+RelocationMover::RelocationMover(Files& files, LibraryPaths paths, const Clock& clock)
+    : files_(files), paths_(std::move(paths)), clock_(clock), notFree_(files) {}
 
 void RelocationMover::findLeftovers() {
   leftovers_ = RelocationLeftovers::read(files_, paths_);
@@ -129,7 +129,7 @@ Result<Path> RelocationMover::freePlace(const Path& wanted) {
   for (int number = 1; number <= maximumNames; ++number) {
     Path place = wanted;
     if (number > 1) place.replace_filename(numberedName(wanted, number));
-    if (taken_.contains(place.string())) continue;
+    if (taken_.contains(place.string()) || notFree_.hasName(place)) continue;
     const auto status = files_.status(at(place));
     if (status) continue;
     if (status.error().kind != FailureKind::notFound) return std::unexpected(status.error());
@@ -194,6 +194,7 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
   RelocationTarget scope{normal(target.folder), {}};
   target_ = scope.folder;
   for (const Path& source : target.sources) scope.sources.push_back(normal(source));
+  addDoubtfulNames(files_, paths_, clock_.now(), notFree_);
   // Also names whose files are away for the moment, in the Trash or on another disk.
   for (const EntryPointer& entry : entries) {
     forEachPath(*entry, [&](const std::string& path) { taken_.insert(path); });
@@ -260,6 +261,7 @@ void RelocationMover::fail(std::size_t place, const Failure& failure, Batch& bat
   Planned& planned = planned_[place];
   logWarning(historyLog, "{} could not be moved: {}", planned.pair.oldPath, failure.reason);
   planned.isUnanswered = vantorel::isUnanswered(failure);
+  if (planned.isUnanswered) doubtful_.add(planned.pair.oldPath);
   batch.failures.emplace_back(place,
                               planned.isUnanswered ? unansweredReason(failure) : failure.reason);
 }
@@ -422,6 +424,7 @@ void RelocationMover::takeBack(Batch& batch) {
                         : moved.isCopied ? removeFile(files_, at(moved.newPath))
                                          : files_.moveNew(at(moved.newPath), moved.oldPath);
     planned_[moved.pair].isMoved = !undone;
+    if (!undone && vantorel::isUnanswered(undone.error())) doubtful_.add(moved.newPath);
     // The journal still names it: whichever place it is at, the next launch sees.
     if (!undone) {
       logWarning(historyLog, "{} could not be taken back: {}", moved.newPath,
@@ -446,6 +449,7 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
     if (!one.isCopied) continue;
     if (const auto removed = removeFile(files_, one.oldPath); !removed) {
       copied_.push_back(planned_[one.pair].pair);
+      if (vantorel::isUnanswered(removed.error())) doubtful_.add(one.oldPath);
       if (reasonOfStaying_.empty()) reasonOfStaying_ = removed.error().reason;
     }
   }
@@ -456,10 +460,11 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
 }
 
 RelocationMover::Remains RelocationMover::end() {
-  RelocationLeftovers left{staying_.folders, leftovers_.notKnownGone(files_), leftovers_.extra};
+  RelocationLeftovers left{staying_.folders, leftovers_.notKnownGone(files_), leftovers_.doubtful,
+                           leftovers_.extra};
   left.copied.insert(left.copied.end(), copied_.begin(), copied_.end());
-  Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_,
-                  std::ranges::any_of(planned_, &Planned::isUnanswered)};
+  for (const DoubtfulNames::Name& name : doubtful_.names) left.doubtful.add(name.path);
+  Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_, !left.doubtful.isEmpty()};
   for (Planned& planned : planned_) {
     if (planned.isDone) continue;
     left.addFolderOf(planned.pair.oldPath);

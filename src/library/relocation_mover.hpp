@@ -10,14 +10,17 @@
 #include <unordered_set>
 #include <vector>
 
+#include "library/doubtful_names.hpp"
 #include "library/entry_paths.hpp"
 #include "library/file_reach.hpp"
+#include "library/known_files.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "library/relocation_journal.hpp"
 #include "library/relocation_leftovers.hpp"
 #include "library/relocation_report.hpp"
 #include "library/relocation_stop_flag.hpp"
+#include "platform/clock.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -32,7 +35,7 @@ struct RelocationTarget {
 /// lives on one serial queue, one move each.
 class RelocationMover {
  public:
-  RelocationMover(Files& files, LibraryPaths paths);
+  RelocationMover(Files& files, LibraryPaths paths, const Clock& clock);
 
   /// An entry that has something to move.
   struct Capture {
@@ -78,7 +81,8 @@ class RelocationMover {
     int files = 0;
     std::string reason;  ///< of the first one
 
-    /// What may have moved while its disk did not answer; the journal goes on naming it.
+    /// What may have moved, or be removed yet, while its disk did not answer; the journals go on
+    /// naming it.
     bool hasUnanswered = false;
   };
 
@@ -114,13 +118,16 @@ class RelocationMover {
 
   Files& files_;
   LibraryPaths paths_;
+  const Clock& clock_;
   RelocationJournal journal_;  // what it holds beside `planned_` is kept for the next attempt
   std::vector<Planned> planned_;
   RelocationLeftovers leftovers_;                // of earlier moves that did not end
   RelocationLeftovers staying_;                  // of those, what cannot even be tried now
   std::vector<RelocationJournal::Pair> copied_;  // and could not be removed where they were
   std::string reasonOfStaying_;                  // of the first of those
+  DoubtfulNames doubtful_;                       // of those that this move removed
   std::unordered_set<std::string> taken_;        // new paths
+  KnownFiles notFree_;                           // names of files whose removal may still be made
   std::map<std::string, std::optional<FolderIdentity>> identities_;  // of folders, at planning
   Path target_;                                                      // the new folder
   std::optional<FolderLocation> targetLocation_;

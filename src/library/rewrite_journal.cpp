@@ -17,19 +17,39 @@
 namespace vantorel {
 namespace {
 
+using Item = RewriteJournal::Item;
+using Left = RewriteJournal::Left;
+
 struct StoredItem {
-  RewriteJournal::Item item;
-  json::Object extra;
+  Item item;
+  std::optional<std::string> made;
+  std::optional<std::string> madeInode;
+  std::optional<FileIdentity> madeFile;
+
+  StoredItem() = default;
+  explicit StoredItem(const Item& from) : item(from) {
+    if (!item.made) return;
+    made = item.made->path;
+    madeInode = item.made->inode;
+    madeFile = item.made->identity;
+  }
+  Item toItem() && {
+    if (made) item.made = NotedFile{*std::move(made), std::move(madeInode), std::move(madeFile)};
+    return std::move(item);
+  }
 
   template <class V, class S>
   static void describe(V& v, S& stored) {
     v.required("id", stored.item.id);
-    v.required("old", stored.item.old, json::asPath);
-    v.field("oldInode", stored.item.oldInode);
-    v.field("made", stored.item.made, json::asPath);
-    v.field("madeInode", stored.item.madeInode);
+    v.required("old", stored.item.old.path, json::asPath);
+    v.field("oldInode", stored.item.old.inode);
+    v.field("oldFile", stored.item.old.identity);
+    v.field("made", stored.made, json::asPath);
+    v.field("madeInode", stored.madeInode);
+    v.field("madeFile", stored.madeFile);
+    v.field("newSize", stored.item.newSize);
     v.field("original", stored.item.original, json::asPath);
-    v.rest(stored.extra);
+    v.rest(stored.item.extra);
   }
 };
 VT_JSON_RECORD(StoredItem)
@@ -37,12 +57,29 @@ VT_JSON_RECORD(StoredItem)
 struct StoredLeft {
   std::string path;
   FileIdentity file;
+  std::optional<std::string> other;
+  std::optional<FileIdentity> otherFile;
   json::Object extra;
+
+  StoredLeft() = default;
+  explicit StoredLeft(const Left& left)
+      : path(left.file.path), file(*left.file.identity), extra(left.extra) {
+    if (!left.other) return;
+    other = left.other->path;
+    otherFile = left.other->identity;
+  }
+  Left toLeft() && {
+    Left left{.file = {std::move(path), std::nullopt, std::move(file)}, .extra = std::move(extra)};
+    if (other) left.other = NotedFile{*std::move(other), std::nullopt, std::move(otherFile)};
+    return left;
+  }
 
   template <class V, class S>
   static void describe(V& v, S& stored) {
     v.required("path", stored.path, json::asPath);
     v.required("file", stored.file);
+    v.field("other", stored.other, json::asPath);
+    v.field("otherFile", stored.otherFile);
     v.rest(stored.extra);
   }
 };
@@ -52,6 +89,7 @@ struct StoredJournal {
   int version = 1;
   std::vector<StoredItem> items;
   std::vector<StoredLeft> left;
+  std::vector<DoubtfulNames::Name> doubtful;
   json::Object extra;
 
   template <class V, class S>
@@ -59,6 +97,7 @@ struct StoredJournal {
     describeJournalVersion(v, journal.version);
     v.required("items", journal.items);
     v.field("left", journal.left);
+    v.field("doubtful", journal.doubtful);
     v.rest(journal.extra);
   }
 };
@@ -67,16 +106,27 @@ VT_JSON_RECORD(StoredJournal)
 Result<StoredJournal> fromStored(std::string_view text) {
   // Earlier builds wrote the items alone.
   if (auto items = json::fromText<std::vector<StoredItem>>(text)) {
-    return StoredJournal{.items = *std::move(items), .left = {}, .extra = {}};
+    StoredJournal journal;
+    journal.items = *std::move(items);
+    return journal;
   }
   return json::fromText<StoredJournal>(text);
 }
 
 bool isReadable(std::string_view text) { return fromStored(text).has_value(); }
 
-std::optional<std::string> inodeOf(const Files& files, const Path& path) {
-  const auto status = files.status(path);
-  return status ? std::optional(std::to_string(status->inode)) : std::nullopt;
+/// An empty one when there is none, or none that can be read.
+StoredJournal readJournal(const Files& files, const LibraryPaths& paths) {
+  const auto text = files.read(paths.rewrites());
+  auto stored = text ? fromStored(*text) : std::unexpected(text.error());
+  return stored ? *std::move(stored) : StoredJournal();
+}
+
+NotedFile noted(const Files& files, const Path& path) {
+  NotedFile file{path.string()};
+  if (const auto status = files.status(path)) file.inode = std::to_string(status->inode);
+  file.identity = identifyFile(files, path);
+  return file;
 }
 
 /// Nothing when it is not there; fails when its disk does not answer.
@@ -87,21 +137,20 @@ Result<std::optional<FileStatus>> find(const Files& files, const Path& path) {
   return std::nullopt;
 }
 
-bool isThere(const Files& files, const Path& path, const FileIdentity& file) {
-  const auto found = identifyFile(files, path);
-  return found && found->isSameFileAs(file);
+/// Nothing also when its disk does not answer.
+NotedPlace placeSeen(const Files& files, const NotedFile& noted) {
+  return placeOf(files, noted).value_or(NotedPlace::nothing);
 }
 
 }  // namespace
 
 std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths) {
   std::vector<Path> found;
-  const auto text = files.read(paths.rewrites());
-  const auto stored = text ? fromStored(*text) : std::unexpected(text.error());
-  if (!stored) return found;
-  for (const auto& [item, extra] : stored->items) {
-    found.insert(found.end(), {Path(item.old), rewriteTemporary(item.old)});
-    if (item.made) found.emplace_back(*item.made);
+  const StoredJournal journal = readJournal(files, paths);
+  for (const StoredItem& stored : journal.items) {
+    const Item& item = stored.item;
+    found.insert(found.end(), {Path(item.old.path), rewriteTemporary(item.old.path)});
+    if (stored.made) found.emplace_back(*stored.made);
     if (item.original) found.emplace_back(*item.original);
   }
   return found;
@@ -109,13 +158,17 @@ std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths)
 
 std::vector<Path> replacedFilesLeft(const Files& files, const LibraryPaths& paths) {
   std::vector<Path> found;
-  const auto text = files.read(paths.rewrites());
-  const auto stored = text ? fromStored(*text) : std::unexpected(text.error());
-  if (!stored) return found;
-  for (const StoredLeft& left : stored->left) {
-    if (isThere(files, left.path, left.file)) found.emplace_back(left.path);
+  StoredJournal journal = readJournal(files, paths);
+  for (StoredLeft& stored : journal.left) {
+    const Left left = std::move(stored).toLeft();
+    const NotedPlace place = placeSeen(files, left.file);
+    if (place == NotedPlace::same || place == NotedPlace::alike) found.emplace_back(left.file.path);
   }
   return found;
+}
+
+DoubtfulNames doubtfulNamesOfRewrites(const Files& files, const LibraryPaths& paths) {
+  return {readJournal(files, paths).doubtful};
 }
 
 Path rewriteTemporary(const Path& old) {
@@ -129,7 +182,7 @@ void RewriteJournal::learnEarlier() {
 
 void RewriteJournal::settle(const EntryList& entries) {
   learnEarlier();
-  if (unsettled_.empty()) return;
+  if (unsettled_.empty() && doubtful_.isEmpty()) return;
   clearUp({}, entries);
   if (const auto written = write(); !written) {
     logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
@@ -139,13 +192,13 @@ void RewriteJournal::settle(const EntryList& entries) {
 Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
                                    const std::optional<Path>& original) {
   learnEarlier();
-  if (const auto earlier = std::ranges::find(unsettled_, id, &Item::id);
-      earlier != unsettled_.end()) {
+  const bool isUnsettled = std::ranges::find(unsettled_, id, &Item::id) != unsettled_.end();
+  if (isUnsettled || (original && doubtful_.contains(*original, clock_.now()))) {
     return failed(FailureKind::unreachable,
                   "it isn't known yet what came of the change before, since its disk does not "
                   "answer");
   }
-  Item item{id, old.string(), inodeOf(files_, old)};
+  Item item{.id = id, .old = noted(files_, old)};
   // One that stands there already is not this rewrite's.
   if (original && !files_.status(*original)) item.original = original->string();
   items_.push_back(std::move(item));
@@ -155,23 +208,29 @@ Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
 }
 
 Result<void> RewriteJournal::willMake(const std::string& id, const Path& made,
-                                      std::uint64_t inode) {
-  const auto found = std::ranges::find(items_, id, &Item::id);
-  found->made = made.string();
-  found->madeInode = std::to_string(inode);
+                                      const Path& temporary) {
+  VT_TRY(files_.status(temporary));
+  NotedFile file = noted(files_, temporary);
+  file.path = made.string();
+  std::ranges::find(items_, id, &Item::id)->made = std::move(file);
+  return write();
+}
+
+Result<void> RewriteJournal::willReplace(const std::string& id, std::uint64_t bytes) {
+  std::ranges::find(items_, id, &Item::id)->newSize = static_cast<std::int64_t>(bytes);
   return write();
 }
 
 RewriteJournal::Ended RewriteJournal::end(const std::string& id, const EntryList& entries) {
   const auto found = std::ranges::find(items_, id, &Item::id);
   if (found == items_.end()) return {};
-  const std::string old = found->old;
+  const std::string old = found->old.path;
   clearUp({*found}, entries);
   items_.erase(found);
   if (const auto written = write(); !written) {
     logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
   }
-  const auto left = std::ranges::find(left_, old, &Left::path);
+  const auto left = std::ranges::find(left_, old, [](const Left& one) { return one.file.path; });
   return {left == left_.end() ? std::nullopt : std::optional(*left),
           std::ranges::find(unsettled_, id, &Item::id) != unsettled_.end()};
 }
@@ -192,32 +251,38 @@ void RewriteJournal::recover(const EntryList& entries) {
 void RewriteJournal::learn(std::string_view journal) {
   auto stored = fromStored(journal);
   if (!stored) return;
-  for (StoredItem& one : stored->items) unsettled_.push_back(std::move(one.item));
-  for (StoredLeft& one : stored->left) {
-    left_.push_back({std::move(one.path), std::move(one.file)});
-  }
+  for (StoredItem& one : stored->items) unsettled_.push_back(std::move(one).toItem());
+  for (StoredLeft& one : stored->left) left_.push_back(std::move(one).toLeft());
+  doubtful_.names = std::move(stored->doubtful);
+  extra_ = std::move(stored->extra);
 }
 
 Result<void> RewriteJournal::write() {
   VT_TRY(setAsideUnreadableJournal(files_, paths_.rewrites(), isReadable));
-  if (items_.empty() && unsettled_.empty() && left_.empty())
+  if (items_.empty() && unsettled_.empty() && left_.empty() && doubtful_.isEmpty())
     return removeJournalFile(files_, paths_.rewrites());
   StoredJournal stored;
-  for (const Item& item : items_) stored.items.push_back({item, {}});
-  for (const Item& item : unsettled_) stored.items.push_back({item, {}});
-  for (const Left& left : left_) stored.left.push_back({left.path, left.file, {}});
+  for (const Item& item : items_) stored.items.emplace_back(item);
+  for (const Item& item : unsettled_) stored.items.emplace_back(item);
+  for (const Left& left : left_) stored.left.emplace_back(left);
+  stored.doubtful = doubtful_.names;
+  stored.extra = extra_;
   return files_.replace(paths_.rewrites(), json::toText(stored), Privacy::ownerOnly);
 }
 
 /// The file was changed in place and its entry was not: the picture before is the one it tells of.
 Result<void> RewriteJournal::putBack(const Item& item) {
-  const Path temporary = rewriteTemporary(item.old);
+  const Path old = item.old.path;
+  const Path temporary = rewriteTemporary(old);
   const auto put = [&]() -> Result<void> {
-    VT_TRY(files_.copyNew(*item.original, temporary));
-    if (auto gone = files_.remove(item.old); !gone && gone.error().kind != FailureKind::notFound) {
-      return gone;
+    // Once it is gone, the removal before has been made.
+    const bool mayGo = doubtful_.contains(old, clock_.now()) && VT_TRY(find(files_, old));
+    if (mayGo) {
+      return failed(FailureKind::unreachable, "its removal before may still be made");
     }
-    VT_TRY(files_.moveNew(temporary, item.old));
+    VT_TRY(files_.copyNew(*item.original, temporary));
+    VT_TRY(clear(old));
+    VT_TRY(files_.moveNew(temporary, old));
     return files_.flushFolder(temporary.parent_path());
   };
   const auto done = put();
@@ -225,6 +290,16 @@ Result<void> RewriteJournal::putBack(const Item& item) {
     logWarning("Rewrite", "{} could not be put back: {}", *item.original, done.error().reason);
   }
   return done;
+}
+
+/// Something unfinished, of which nobody needs the name. Fails only when it is not known whether it
+/// is gone.
+Result<void> RewriteJournal::clearHalf(const Path& path) {
+  auto removed = files_.remove(path);
+  if (removed || removed.error().kind == FailureKind::notFound) return {};
+  logWarning("Rewrite", "{} could not be removed: {}", path.string(), removed.error().reason);
+  if (isUnanswered(removed.error())) return removed;
+  return {};
 }
 
 /// Fails only when it is not known whether it is gone.
@@ -238,14 +313,27 @@ Result<void> RewriteJournal::remove(const Path& path) {
   auto removed = files_.remove(path);
   if (removed || removed.error().kind == FailureKind::notFound) return {};
   logWarning("Rewrite", "{} could not be removed: {}", path.string(), removed.error().reason);
+  if (isUnanswered(removed.error())) doubtful_.add(path);
   return removed;
+}
+
+void RewriteJournal::leave(const NotedFile& file, const std::optional<NotedFile>& other,
+                           std::string reason) {
+  NotedFile left = file;
+  if (!left.identity) left.identity = identifyFile(files_, left.path);
+  if (!left.identity) return;
+  std::erase_if(left_, [&](const Left& one) { return one.file.path == left.path; });
+  left_.push_back({.file = std::move(left), .other = other, .reason = std::move(reason)});
 }
 
 void RewriteJournal::retryLeft(KnownFiles& named) {
   std::erase_if(left_, [&](const Left& left) {
-    if (named.hasName(left.path)) return true;
-    if (!find(files_, left.path)) return false;
-    return !isThere(files_, left.path, left.file) || remove(left.path);
+    if (named.hasName(left.file.path)) return true;
+    const auto place = placeOf(files_, left.file);
+    if (!place) return false;
+    const NotedPlace other = left.other ? placeSeen(files_, *left.other) : NotedPlace::nothing;
+    if (isCertain(*place, other)) return remove(left.file.path).has_value();
+    return *place != NotedPlace::alike;
   });
 }
 
@@ -255,12 +343,13 @@ struct RewriteJournal::Named {
 };
 
 void RewriteJournal::clearUp(std::vector<Item> items, const EntryList& entries) {
+  doubtful_.settle(files_, clock_.now());
   std::ranges::move(std::exchange(unsettled_, {}), std::back_inserter(items));
   std::vector<std::string> asked;
-  for (const Left& left : left_) asked.push_back(left.path);
+  for (const Left& left : left_) asked.push_back(left.file.path);
   for (const Item& item : items) {
-    asked.push_back(item.old);
-    if (item.made) asked.push_back(*item.made);
+    asked.push_back(item.old.path);
+    if (item.made) asked.push_back(item.made->path);
     if (item.original) asked.push_back(*item.original);
   }
   Named named{filesCalledLike(files_, entries, asked), {}};
@@ -274,35 +363,48 @@ void RewriteJournal::clearUp(std::vector<Item> items, const EntryList& entries) 
 /// Fails when a disk does not answer. The half files go first: what the disk may still be about to
 /// make is made of them, and comes to nothing without.
 Result<void> RewriteJournal::clearUp(const Item& item, Named& named) {
-  const auto has = [&](const std::string& path,
-                       const std::optional<std::string>& inode) -> Result<bool> {
-    const auto status = VT_TRY(find(files_, path));
-    return inode && status && std::to_string(status->inode) == inode;
-  };
-  const auto isOwn = [&](const std::string& path,
-                         const std::optional<std::string>& inode) -> Result<bool> {
-    return VT_TRY(has(path, inode)) && !named.files.hasName(path);
-  };
-  VT_TRY(clear(rewriteTemporary(item.old)));
-  VT_TRY(clear(stagingOf(item.old)));
-  if (item.made && VT_TRY(isOwn(*item.made, item.madeInode))) VT_TRY(clear(*item.made));
+  constexpr const char* inDoubt = "it isn't certain that it is the one that was made";
+  VT_TRY(clearHalf(rewriteTemporary(item.old.path)));
+  VT_TRY(clearHalf(stagingOf(item.old.path)));
+  const NotedPlace old = VT_TRY(placeOf(files_, item.old));
+  const NotedPlace made = item.made ? VT_TRY(placeOf(files_, *item.made)) : NotedPlace::nothing;
+  if (item.made && !named.files.hasName(item.made->path)) {
+    if (isCertain(made, old)) {
+      VT_TRY(clear(item.made->path));
+    } else if (made == NotedPlace::alike) {
+      leave(*item.made, item.old, inDoubt);
+    }
+  }
   const auto path = named.pathOf.find(item.id);
   // What came between the original and the new file is needed until the entry names that one.
-  if (path != named.pathOf.end() && item.made && path->second == *item.made &&
-      VT_TRY(isOwn(item.old, item.oldInode))) {
-    const auto file = identifyFile(files_, item.old);
-    const auto removed = remove(item.old);
-    if (!removed && file) left_.push_back({item.old, *file, removed.error().reason});
+  const bool isReplaced =
+      path != named.pathOf.end() && item.made && path->second == item.made->path;
+  if (isReplaced && !named.files.hasName(item.old.path)) {
+    if (isCertain(old, made)) {
+      const auto removed = remove(item.old.path);
+      if (!removed) leave(item.old, item.made, removed.error().reason);
+    } else if (old == NotedPlace::alike) {
+      leave(item.old, item.made, inDoubt);
+    }
   }
   if (!item.original) return {};
-  VT_TRY(clear(temporaryBeside(*item.original, ".partial")));
+  VT_TRY(clearHalf(temporaryBeside(*item.original, ".partial")));
+  return clearOriginal(item, old, named);
+}
+
+/// The copy of the old file goes when that is as it was, or has been put back.
+Result<void> RewriteJournal::clearOriginal(const Item& item, NotedPlace old, Named& named) {
   if (named.files.hasName(*item.original) || !VT_TRY(find(files_, *item.original))) return {};
-  const bool isListed = path != named.pathOf.end() && path->second == item.old;
-  if (!VT_TRY(has(item.old, item.oldInode))) {
-    if (!isListed) return {};
-    const auto put = putBack(item);
-    if (!put) return isUnanswered(put.error()) ? put : Result<void>();
-  }
+  if (old == NotedPlace::same || old == NotedPlace::alike) return clear(*item.original);
+  const auto path = named.pathOf.find(item.id);
+  if (path == named.pathOf.end() || path->second != item.old.path) return {};
+  // What somebody else wrote there meanwhile is nowhere else.
+  const auto now = VT_TRY(find(files_, item.old.path));
+  const bool isTheirs =
+      now && item.old.identity && static_cast<std::int64_t>(now->size) != item.newSize;
+  if (isTheirs) return {};
+  const auto put = putBack(item);
+  if (!put) return isUnanswered(put.error()) ? put : Result<void>();
   return clear(*item.original);
 }
 

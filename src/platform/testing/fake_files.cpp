@@ -1,6 +1,7 @@
 #include "platform/testing/fake_files.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace vantorel {
 namespace {
@@ -63,6 +64,25 @@ void FakeFiles::put(const Path& path, std::string bytes) {
   slot = std::make_shared<File>();
   slot->status = {FileType::regular, bytes.size(), now, device(path), nextInode_++, 0600, 0};
   slot->bytes = std::move(bytes);
+}
+
+void FakeFiles::renumber(const Path& mount) {
+  const auto isInside = [&](const Path& path) {
+    return std::ranges::mismatch(mount, path).in1 == mount.end();
+  };
+  std::map<std::uint64_t, File*> inside;
+  for (auto& [path, file] : disk) {
+    if (!isInside(path)) continue;
+    file = std::make_shared<File>(*file);
+    if (!inside.emplace(file->status.inode, file.get()).second) {
+      inside.emplace(nextInode_++, file.get());
+    }
+  }
+  std::uint64_t number = nextInode_++;
+  for (const auto& [was, file] : inside) file->status.inode = std::exchange(number, was);
+  for (const Path& folder : folders) {
+    if (isInside(folder)) folderNumbers[folder] = nextInode_++;
+  }
 }
 
 std::string FakeFiles::text(const Path& path) const {

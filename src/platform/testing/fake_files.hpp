@@ -64,6 +64,10 @@ class FakeFiles final : public Files {
   /// each name has a number of its own, which another file may have had.
   void mountAnew(const std::set<Path>& folders);
 
+  /// The disk at `mount` is mounted anew and numbers its files anew: each gets the number of
+  /// another one, and hard links are files of their own.
+  void renumber(const Path& mount);
+
   /// What is open by now goes with the process that served it.
   void loseOpenFiles() { ++generation; }
   int generation = 0;
