@@ -295,6 +295,30 @@ TEST_F(LibraryRepairTest, RepairRemovesWhatMovedAndWasNotRemoved) {
   EXPECT_THAT(verify(false).findings, IsEmpty());
 }
 
+// Of the same size and time under another number: on a disk that numbers its files anew, what moved
+// and stayed, or what an entry has there since.
+TEST_F(LibraryRepairTest, RepairPutsIntoTheTrashWhatProbablyMovedAndNothingOfAnEntry) {
+  const std::string probable = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  const std::string back = "/captures/Screenshot 2026-03-01 at 14.05.10.png";
+  RelocationLeftovers left;
+  for (const std::string& path : {probable, back}) {
+    const std::string copy = "/new/" + Path(path).filename().string();
+    for (const std::string& one : {path, copy}) files->put(one, "picture");
+    left.copied.push_back({.oldPath = path,
+                           .newPath = copy,
+                           .size = 7,
+                           .modified = files->status(path)->modified,
+                           .file = 1'000'000});
+  }
+  ASSERT_TRUE(left.write(*files, library.paths()).has_value());
+  load(indexOf(R"({"id":"a","capturedAt":1,"path":")" + back + R"("})"));
+  const Finding found{FindingKind::movedAndStillThere, probable, true};
+  EXPECT_THAT(verify(true).findings, ElementsAre(found));
+  EXPECT_EQ(files->text(back), "picture");
+  EXPECT_EQ(files->names("/Trash").size(), 1U);
+  EXPECT_THAT(verify(false).findings, IsEmpty());
+}
+
 TEST_F(LibraryRepairTest, RepairRemovesWhatWasReplacedAndNotRemoved) {
   const std::string old = "/captures/Screenshot 2026-03-01 at 14.05.09.jpg";
   const std::string made = "/captures/Screenshot 2026-03-01 at 14.05.09.webp";
