@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "base/json_document.hpp"
+
 namespace vantorel::json {
 namespace {
 
@@ -83,6 +85,7 @@ std::size_t faultIn(std::string_view text) {
           close();
           ++at;
         } else if (c == '{' || c == '[') {
+          if (open.size() == Document::maximumDepth) return at;
           open.push_back(c);
           next = c == '{' ? Next::keyOrEnd : Next::valueOrEnd;
           ++at;
@@ -105,6 +108,11 @@ std::size_t faultLine(std::string_view text) {
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.remove_suffix(1);
   const auto before = text.substr(0, faultIn(text));
   return 1 + static_cast<std::size_t>(std::ranges::count(before, '\n'));
+}
+
+std::string_view leadingValue(std::string_view text) {
+  text = text.substr(0, faultIn(text));
+  return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
 }
 
 }  // namespace vantorel::json

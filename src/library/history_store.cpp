@@ -120,6 +120,7 @@ void HistoryStore::finishLoading(IndexStorage::Loaded loaded, std::string holder
   leftovers_ = std::move(loaded.leftovers);
   loadOutcome_ = loaded.load;
   writer_.opened(loaded.load, std::move(holder));
+  if (loaded.damage && onDamagedIndex) onDamagedIndex(*loaded.damage);
   if (loaded.changedByReading) writer_.schedule();
   observers_.notify({.loaded = true});
 }

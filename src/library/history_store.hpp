@@ -195,6 +195,10 @@ class HistoryStore {
   /// Called when another program's index was found in the place of the one in use.
   std::function<void(const ForeignIndex&)> onForeignIndex;
 
+  /// Called when the index turned out to be damaged while it was loaded: the library starts empty,
+  /// and a copy of what was there is kept.
+  std::function<void(const IndexDamage&)> onDamagedIndex;
+
   /// Called when another process turned out to have had the library meanwhile, and `load` is to be
   /// called again: nothing is written until then.
   std::function<void()> onTakenOver;

@@ -269,10 +269,13 @@ IndexStorage::Loaded IndexStorage::decode() {
     content_.reset();
     if (!text) return unreadable(text.error());
     loaded.load = park(*text, "failed to decode");
-    if (isUtf8(*text) || (loaded.load == IndexLoad::notParked && !onlyLooks_)) return loaded;
+    if (loaded.load == IndexLoad::notParked && !onlyLooks_) return loaded;
     // Of bytes that are no text nothing but these is lost.
-    decoded = decodeIndex(repairedUtf8(*text));
-    if (!decoded) return loaded;
+    if (!isUtf8(*text)) decoded = decodeIndex(repairedUtf8(*text));
+    if (!decoded) {
+      if (loaded.load == IndexLoad::parked) loaded.damage = damageOf(*text);
+      return loaded;
+    }
     std::ranges::fill(decoded->runs, TextRun());
     loaded.changedByReading = true;
   }
@@ -317,6 +320,15 @@ IndexStorage::Loaded IndexStorage::decode() {
     }
   }
   return loaded;
+}
+
+IndexDamage IndexStorage::damageOf(const std::string& text) const {
+  const SalvagedIndex salvaged = salvageIndex(text);
+  IndexDamage damage{.keptAs = parkedName(paths_.index(), text, ParkedKind::unreadable),
+                     .readable = salvaged.entries.size(),
+                     .places = salvaged.damagedPlaces};
+  logWarning(historyLog, "{}", damage.sentence());
+  return damage;
 }
 
 IndexLoad IndexStorage::park(const std::string& text, std::string_view reason) {

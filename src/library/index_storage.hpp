@@ -13,6 +13,7 @@
 
 #include "library/entry_caches.hpp"
 #include "library/history_index_file.hpp"
+#include "library/index_salvage.hpp"
 #include "library/library_paths.hpp"
 #include "platform/files.hpp"
 
@@ -110,6 +111,7 @@ class IndexStorage {
     std::size_t unreadCount = 0;           ///< items kept for a build that can read them
     std::vector<std::string> unreadPaths;  ///< of the files that those name
     bool changedByReading = false;         ///< the entries are not all as the file has them
+    std::optional<IndexDamage> damage;     ///< of an index that was parked
     std::vector<Path> leftovers;  ///< of an earlier run: half files that were cleared, journals
   };
 
@@ -159,6 +161,7 @@ class IndexStorage {
   [[nodiscard]] Loaded readIndex();
   [[nodiscard]] Loaded decode();
   [[nodiscard]] static Loaded unreadable(const Failure& failure);
+  [[nodiscard]] IndexDamage damageOf(const std::string& text) const;
   [[nodiscard]] IndexLoad park(const std::string& text, std::string_view reason);
   [[nodiscard]] bool contentIsUnchanged() const;
   [[nodiscard]] Result<void> keepForeign();

@@ -163,6 +163,29 @@ std::vector<Path> lookForOriginals(Checker& checker, const LibraryScope& scope,
   return originals;
 }
 
+std::vector<Path> parkedIndexes(const Checker& checker, const LibraryScope& scope) {
+  std::vector<Path> parked;
+  checker.lookThrough(scope.paths.data, [&](const Path& path, double) {
+    if (isParkedIndex(scope.paths.index(), path.filename().string())) parked.push_back(path);
+  });
+  return parked;
+}
+
+/// Captures that only a parked index knows, whatever they are called.
+void addFilesOfParked(const Files& files, const LibraryScope& scope, Checker& checker,
+                      LibraryFindings& findings) {
+  findings.parked = readParkedIndexes(files, parkedIndexes(checker, scope));
+  KnownFiles added(files);
+  for (const EntryPointer& entry : findings.parked.entries) {
+    const Path path = entry->path;
+    const auto status = files.status(path);
+    if (!status || status->type != FileType::regular || !mediumOf(path)) continue;
+    if (checker.isKnownFile(path) || added.hasFile(path)) continue;
+    added.add(path);
+    findings.filesWithoutEntry.push_back(path);
+  }
+}
+
 /// Drops what entries remember as their files, whatever its name is. Not what they remembered until
 /// another file came in its place.
 void dropFilesOfEntries(const Files& files, const EntryList& entries, LibraryFindings& findings) {
@@ -223,12 +246,15 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   checker.learnWorkUnderWay(scope);
   checker.learn(findings);
 
+  addFilesOfParked(files, scope, checker, findings);
+  KnownFiles ofParked(files);
+  for (const Path& path : findings.filesWithoutEntry) ofParked.add(path);
   for (const Path& folder : foldersOfCaptures(files, scope)) {
     checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (isTemporaryCapture(path)) {
         addTemporary(scope, path, modified, findings);
       } else if (mediumOf(path) && timeInCaptureName(path.stem().string()) &&
-                 !checker.isKnownFile(path)) {
+                 !checker.isKnownFile(path) && !ofParked.hasFile(path)) {
         findings.filesWithoutEntry.push_back(path);
       }
     });
@@ -295,10 +321,7 @@ LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope) {
   checker.learnWorkUnderWay(scope);
   std::erase_if(originals, [&](const Path& path) { return checker.isKnown(path); });
   if (originals.empty()) return findings;
-  checker.lookThrough(scope.paths.data, [&](const Path& path, double) {
-    if (isParkedIndex(scope.paths.index(), path.filename().string()))
-      findings.parkedIndexes.push_back(path);
-  });
+  findings.parkedIndexes = parkedIndexes(checker, scope);
   judgeOriginals(files, scope, std::move(originals), findings);
   return findings;
 }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/random_id.hpp"
 #include "library/entry_files.hpp"
 #include "library/finding_claims.hpp"
 #include "library/gone_entries.hpp"
@@ -36,6 +37,27 @@ bool hasFileAt(const ScreenshotEntry& entry, const std::string& path) {
 /// Where an entry's file is, by whatever names its folder is called. Views of the entry.
 Place placeOf(const ScreenshotEntry& entry) {
   return {entry.fileIdentity->volume, entry.fileIdentity->folder, fileNameOf(entry)};
+}
+
+/// A parked index's entry for a file that is as `seen` says.
+ScreenshotEntry ofParked(ScreenshotEntry entry, const ScreenshotEntry& seen) {
+  entry.fileIdentity = seen.fileIdentity;
+  entry.pixelWidth = seen.pixelWidth;
+  entry.pixelHeight = seen.pixelHeight;
+  return entry;
+}
+
+/// Adds the collections in which these entries are.
+void addCollections(HistoryStore& store, const std::vector<HistoryCollection>& parked,
+                    const EntryList& entries) {
+  std::unordered_set<std::string_view> named;
+  for (const EntryPointer& entry : entries) {
+    named.insert(entry->collectionIDs.begin(), entry->collectionIDs.end());
+  }
+  for (const HistoryCollection& collection : parked) {
+    // One of that id is the library's own.
+    if (named.contains(collection.id)) (void)store.addCollection(collection);
+  }
 }
 
 }  // namespace
@@ -220,9 +242,16 @@ void LibraryRepair::repair(const RunPointer& run) {
         if (trash->moveToTrash(path)) run->repaired.paths.insert(path.string());
       }
     }
+    std::unordered_map<std::string_view, const ScreenshotEntry*> parked;
+    for (const EntryPointer& entry : findings.parked.entries) {
+      parked.emplace(entry->path, entry.get());
+    }
     for (const Path& path : findings.filesWithoutEntry) {
       auto entry = entryForFile(*files, *codec, path);
       if (!entry) continue;
+      if (const auto found = parked.find(path.native()); found != parked.end()) {
+        entry = ofParked(*found->second, *entry);
+      }
       run->adopted.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
     }
     if (mayRemoveCopies && !findings.copiesLeft.empty()) {
@@ -242,6 +271,7 @@ void LibraryRepair::repair(const RunPointer& run) {
 /// Gives the files that have none their entries.
 void LibraryRepair::adopt(const RunPointer& run) {
   const EntryList& found = run->adopted;
+  addCollections(services_.library->store(), run->findings.parked.collections, found);
   const auto add = [this, run, &found](std::size_t begin, std::size_t end) {
     HistoryStore& store = services_.library->store();
     // Some may have been filed since, under another name of their folder.
@@ -256,7 +286,14 @@ void LibraryRepair::adopt(const RunPointer& run) {
       run->repaired.paths.insert(found[i]->path);
       const bool isFiled = store.findByPath(found[i]->path) ||
                            (found[i]->fileIdentity && taken.contains(placeOf(*found[i])));
-      if (!isFiled) added.push_back({store.entries().size(), found[i]});
+      if (isFiled) continue;
+      EntryPointer entry = found[i];
+      if (store.find(entry->id)) {
+        ScreenshotEntry renamed = *entry;
+        renamed.id = randomID();
+        entry = std::make_shared<const ScreenshotEntry>(std::move(renamed));
+      }
+      added.push_back({store.entries().size(), std::move(entry)});
     }
     store.insertEntries(std::move(added));
   };

@@ -100,6 +100,61 @@ TEST_F(LibraryRepairTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
   EXPECT_EQ(files->text("/data/Originals/a.png"), "the only one");
 }
 
+TEST_F(LibraryRepairTest, CapturesOfADamagedIndexGetTheirEntriesBack) {
+  const auto capture = [&](const std::string& id, const std::string& more) {
+    files->put("/captures/" + id + ".png", "png 1 1 0\nrgba");
+    return fmt::format(R"({{"id":"{}","capturedAt":1,"path":"/captures/{}.png"{}}})", id, id, more);
+  };
+  const std::string shaped =
+      R"(,"shapes":[{"id":"s","type":"redact","redactStyle":"solidBox","color":"#000000",)"
+      R"("width":1,"x1":0,"y1":0,"x2":9,"y2":9}],"collectionIDs":["c"])";
+  const std::string damaged =
+      R"({"version":4,"entries":[)" + capture("a", R"(,"starred":true,"title":"mine")" + shaped) +
+      "," + capture("lost", R"(,"title":"mi"ne")") + "," + capture("taken", R"(,"title":"other")") +
+      "," + capture("gone", R"(,"title":"deleted")") +
+      R"(],"collections":[{"id":"c","name":"Work","color":"red","note":"",)"
+      R"("sort":"newest","order":[],"createdAt":1},)"
+      R"({"id":"d","name":"None","color":"red","note":"","sort":"newest",)"
+      R"("order":[],"createdAt":1}]})";
+  files->disk.erase("/captures/gone.png");
+  std::optional<IndexDamage> damage;
+  library.store().onDamagedIndex = [&](const IndexDamage& told) { damage = told; };
+  load(damaged);
+  EXPECT_THAT(library.store().entries(), IsEmpty());
+  ASSERT_TRUE(damage.has_value());
+  EXPECT_EQ(files->text(Path("/data") / damage->keptAs), damaged);
+  EXPECT_EQ(damage->readable, 3U);
+  EXPECT_EQ(damage->places, 1U);
+
+  ScreenshotEntry other;
+  other.id = "taken";
+  other.path = "/elsewhere/other.png";
+  files->put(other.path, "png 1 1 0\nrgba");
+  ASSERT_TRUE(library.store().add(other).has_value());
+  const VerifyReport report = verify(true);
+  std::map<std::string, EntryPointer> byPath;
+  for (const EntryPointer& entry : library.store().entries()) byPath[entry->path] = entry;
+  ASSERT_EQ(byPath.size(), 3U);
+  ASSERT_EQ(library.store().entries().size(), 3U);
+  const ScreenshotEntry& back = *byPath.at("/captures/a.png");
+  EXPECT_EQ(back.id, "a");
+  EXPECT_EQ(back.title, "mine");
+  EXPECT_TRUE(back.starred);
+  EXPECT_EQ(back.shapes.size(), 1U);
+  EXPECT_EQ(back.fileIdentity, identifyFile(*files, "/captures/a.png"));
+  EXPECT_EQ(byPath.at("/captures/taken.png")->title, "other");
+  EXPECT_NE(byPath.at("/captures/taken.png")->id, "taken");
+  ASSERT_EQ(library.store().collections().size(), 1U);
+  EXPECT_EQ(library.store().collections()[0].name, "Work");
+  EXPECT_THAT(report.findings,
+              Contains(Finding{FindingKind::fileWithoutEntry, "/captures/a.png", true}));
+
+  // What a later run finds is the same library, and nothing comes twice.
+  EXPECT_TRUE(files->disk.contains(Path("/data") / damage->keptAs));
+  (void)verify(true);
+  EXPECT_EQ(library.store().entries().size(), 3U);
+}
+
 TEST_F(LibraryRepairTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {
   const std::string clip = "/captures/Clip 2026-03-01 at 14.05.09.mp4";
   files->put(clip, "moving pixels");

@@ -6,6 +6,8 @@
 #include <array>
 #include <iterator>
 #include <string>
+#include <unordered_set>
+#include <utility>
 
 #include "base/json_document.hpp"
 #include "base/json_writer.hpp"
@@ -127,7 +129,8 @@ class Pass {
       }
       return;
     }
-    if (now_ - status->modified >= keptForSeconds) return removeOld(copy);
+    const bool isOld = now_ - status->modified >= keptForSeconds;
+    if (isOld && salvageIndex(*text).entries.empty()) return removeOld(copy);
     if (takeRecognised(*text) && rewrite(copy, *text)) {
       ++counts.scrubbed;
     } else {
@@ -196,6 +199,41 @@ std::optional<std::vector<std::string>> pathsInParkedIndexes(const Files& files,
     std::ranges::move(pathsIn(*root), std::back_inserter(paths));
   }
   return paths;
+}
+
+SalvagedIndex readParkedIndexes(const Files& files, const std::vector<Path>& copies) {
+  std::vector<std::pair<double, Path>> newestFirst;
+  for (const Path& copy : copies) {
+    const auto status = files.status(copy);
+    if (status && status->type == FileType::regular) {
+      newestFirst.emplace_back(-status->modified, copy);
+    }
+  }
+  std::ranges::sort(newestFirst);
+  SalvagedIndex all;
+  std::unordered_set<std::string> paths;
+  std::unordered_set<std::string> collections;
+  for (const auto& [age, copy] : newestFirst) {
+    const auto text = files.read(copy, largestCopy);
+    if (!text) continue;
+    SalvagedIndex one;
+    if (auto whole = decodeIndex(*text)) {
+      one.entries = std::move(whole->file.entries);
+      one.collections = std::move(whole->file.collections);
+    } else {
+      one = salvageIndex(*text);
+    }
+    for (EntryPointer& entry : one.entries) {
+      if (paths.insert(entry->path).second) all.entries.push_back(std::move(entry));
+    }
+    for (HistoryCollection& collection : one.collections) {
+      if (collections.insert(collection.id).second) {
+        all.collections.push_back(std::move(collection));
+      }
+    }
+    all.damagedPlaces += one.damagedPlaces;
+  }
+  return all;
 }
 
 ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, double now) {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "library/index_salvage.hpp"
 #include "library/library_paths.hpp"
 #include "platform/files.hpp"
 
@@ -34,8 +35,8 @@ enum class ParkedKind {
 struct ParkedIndexPass {
   int scrubbed = 0;      ///< rewritten without recognised text
   int alreadyClean = 0;  ///< has none
-  int removed = 0;       ///< no build can read it, and nobody has repaired it for thirty days
-  int left = 0;          ///< a link, not to be read or written now, or waiting for its thirty days
+  int removed = 0;  ///< no build can read any of it, and nobody has repaired it for thirty days
+  int left = 0;     ///< a link, not to be read or written now, or waiting for its thirty days
   bool folderUnchecked = false;  ///< the folder could not be listed
   bool operator==(const ParkedIndexPass&) const = default;
 };
@@ -44,6 +45,10 @@ struct ParkedIndexPass {
 /// owner alone, and in the end deletes those that are no index of any build. Links are not
 /// followed. `now` is in seconds since 1970-01-01 UTC. Blocks; any thread.
 ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, double now);
+
+/// What can be read in these copies, damaged or not, of the newest one first: no two entries of one
+/// file. Of a build newer than this nothing is. Blocks; any thread.
+[[nodiscard]] SalvagedIndex readParkedIndexes(const Files& files, const std::vector<Path>& copies);
 
 /// The paths that stand in these parked copies; nothing when one of them cannot be read to its end,
 /// so that it may have named any file. Blocks; any thread.

@@ -101,6 +101,9 @@ LibraryWing::LibraryWing(DesktopWing& around)
   library.store().onForeignIndex = [this](const ForeignIndex& foreign) {
     desktop.alerts->notify("History", foreign.sentence());
   };
+  library.store().onDamagedIndex = [this](const IndexDamage& damage) {
+    desktop.alerts->notify("History", damage.sentence());
+  };
 }
 
 LibraryWing::~LibraryWing() = default;
