@@ -52,7 +52,11 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
   const bool onlyLooks = what.verb == Verb::list || what.verb == Verb::show ||
                          what.verb == Verb::path || what.verb == Verb::collections;
   const auto refusal = onlyLooks ? refusalToLook(store) : store.indexRefusal();
-  if (refusal) return done(failedReply("The library can't be used now: " + *refusal));
+  if (refusal) {
+    CommandReply reply = failedReply("The library can't be used now: " + *refusal);
+    if (!store.indexHindrance().empty()) reply.error += store.indexHindrance() + "\n";
+    return done(std::move(reply));
+  }
   // All names first: a mistake in the last one changes nothing.
   const auto entries = resolveEntries(store, what.ids);
   if (!entries) return done(refused(entries.error().reason));

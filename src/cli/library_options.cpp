@@ -101,7 +101,7 @@ LibraryOptions::LibraryOptions(CLI::App& app)
       "go to the Trash");
   verb(Verb::prune, "Remove captures from History whose files are gone")
       ->add_flag("--replaced", given_.forgetsReplaced,
-                 "also those that are not in a folder which was put in the place of theirs");
+                 "also those that are not in a folder which may be another one than before");
   verb(Verb::collections, "List the collections");
   verb(Verb::verify,
        "Look for what does not fit together, and fail if anything is; changes nothing without "

@@ -110,7 +110,8 @@ std::string remarksOn(const PruneReport& report) {
   }
   if (report.replaced > 0) {
     remarks += captureCount(report.replaced) +
-               " not in the folder that has been put in the place of theirs: kept in History. "
+               " not in a folder that may be another one than before, put in its place or "
+               "numbered anew by its disk: kept in History. "
                "\"vantorel library prune --replaced\" removes such captures.\n";
   }
   return remarks;

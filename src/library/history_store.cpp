@@ -118,6 +118,7 @@ void HistoryStore::finishLoading(IndexStorage::Loaded loaded, std::string holder
   caches_ = std::move(loaded.caches);
   unreadPaths_ = std::move(loaded.unreadPaths);
   leftovers_ = std::move(loaded.leftovers);
+  indexHindrance_ = std::move(loaded.hindrance);
   loadOutcome_ = loaded.load;
   writer_.opened(loaded.load, std::move(holder));
   if (loaded.damage && onDamagedIndex) onDamagedIndex(*loaded.damage);

@@ -104,6 +104,10 @@ class HistoryStore {
   /// written this run"; nothing when it can.
   [[nodiscard]] std::optional<std::string> indexRefusal() const { return writer_.refusal(); }
 
+  /// What stands in the index's place that is not a file of this user, and what helps, in
+  /// sentences; empty otherwise.
+  [[nodiscard]] const std::string& indexHindrance() const { return indexHindrance_; }
+
   [[nodiscard]] const LibraryPaths& paths() const { return paths_; }
 
   /// Who has which entry now.
@@ -245,6 +249,7 @@ class HistoryStore {
   EntryCaches caches_;
   std::vector<std::string> unreadPaths_;
   std::vector<Path> leftovers_;
+  std::string indexHindrance_;
   Observers<HistoryChange> observers_;
   EntryClaims claims_;
   Lifetime lifetime_;

@@ -223,6 +223,22 @@ IndexStorage::Loaded IndexStorage::loadToLook(IndexLoad load) {
   return loaded;
 }
 
+// A link is not followed: the lock lies beside it, so that two libraries could write one file.
+std::string IndexStorage::hindranceOf(const FileStatus& status) const {
+  if (status.type == FileType::link) {
+    const auto target = files_.resolved(paths_.index());
+    return fmt::format(
+        "{} is a link to {}, which is not followed because another library may use that file. "
+        "Put the file itself in the place of the link, or make the whole folder a link.",
+        paths_.index().string(), target ? target->string() : "a file that can't be reached");
+  }
+  if (status.type != FileType::regular) {
+    return fmt::format("{} is not a file. Move it away.", paths_.index().string());
+  }
+  return fmt::format("{} belongs to another user. Make it a file of your own.",
+                     paths_.index().string());
+}
+
 IndexStorage::Loaded IndexStorage::readIndex() {
   // It may have been looked at before, when another process had it.
   items_.clear();
@@ -233,7 +249,9 @@ IndexStorage::Loaded IndexStorage::readIndex() {
   const auto status = files_.status(paths_.index());
   if (!status && status.error().kind == FailureKind::notFound) return loaded;
   if (status && (status->type != FileType::regular || status->owner != userID_)) {
-    logError(historyLog, "index unreadable — index writes disabled for this run");
+    logError(historyLog, "index unreadable — index writes disabled for this run{}",
+             status->type == FileType::link ? ": history.json is a link" : "");
+    loaded.hindrance = hindranceOf(*status);
     loaded.load = IndexLoad::unreadable;
     return loaded;
   }

@@ -43,7 +43,7 @@ inline constexpr auto enumNames<FindingKind> = std::to_array<EnumName<FindingKin
     {FindingKind::originalUnderAnotherName, "original under another name"},
     {FindingKind::entryInDoubt, "entry in doubt"},
     {FindingKind::originalInDoubt, "original in doubt"},
-    {FindingKind::entryOfReplacedFolder, "entry of a replaced folder"},
+    {FindingKind::entryOfReplacedFolder, "entry of a changed folder"},
     {FindingKind::entryOutOfReach, "entry out of reach"},
     {FindingKind::originalOutOfReach, "original out of reach"},
     {FindingKind::damagedPicture, "damaged picture"},

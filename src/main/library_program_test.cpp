@@ -152,6 +152,7 @@ TEST(LibraryProgramTest, CapturesThatSwapNamesKeepWhatIsTheirs) {
 struct BadIndex {
   const char* name;
   std::function<void(const std::filesystem::path& index)> make;
+  std::optional<std::string> told{};  // of the index, beside the refusal
 };
 
 std::string indexOf(int version, const std::string& entries) {
@@ -220,16 +221,20 @@ TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTh
             [](const auto& index) {
               std::ofstream(index.parent_path() / "other.json") << indexOf(4, "");
               std::filesystem::create_symlink("other.json", index);
-            }},
+            },
+            " is a link to "},
            {"a link to nothing",
-            [](const auto& index) { std::filesystem::create_symlink("nothing.json", index); }},
+            [](const auto& index) { std::filesystem::create_symlink("nothing.json", index); },
+            " is a link to a file that can't be reached, "},
            {"of another user",
             [&](const auto& index) {
               write(indexOf(4, ""))(index);
               ASSERT_EQ(::chmod(index.c_str(), 0644), 0);
               ASSERT_EQ(::chown(index.c_str(), 4711, 4711), 0) << std::strerror(errno);
-            }},
-           {"a folder", [](const auto& index) { std::filesystem::create_directory(index); }}}) {
+            },
+            " belongs to another user. "},
+           {"a folder", [](const auto& index) { std::filesystem::create_directory(index); },
+            " is not a file. "}}) {
     SCOPED_TRACE(bad.name);
     const Vantorel vantorel(desktop);
     std::filesystem::remove_all(vantorel.root());
@@ -252,6 +257,7 @@ TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTh
     EXPECT_EQ(listed.status, 1);
     EXPECT_THAT(listed.err, HasSubstr("The library can't be used now: the index can't be written "
                                       "this run.\n"));
+    EXPECT_THAT(listed.err, HasSubstr(bad.told ? index.string() + *bad.told : ""));
     struct stat after{};
     ASSERT_EQ(::lstat(index.c_str(), &after), 0);
     EXPECT_EQ(after.st_ino, before.st_ino);
