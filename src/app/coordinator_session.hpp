@@ -37,18 +37,18 @@ class FakeCountdown final : public CountdownPanel {
 class FakeOverlay final : public SelectionOverlay {
  public:
   std::optional<Request> request;
-  void select(Request asked, std::function<void(std::optional<Choice>)> chosen) override {
+  void select(Request asked, std::function<void(Answer)> chosen) override {
     request = std::move(asked);
     chosen_ = std::move(chosen);
   }
   void dismiss() override { request.reset(); }
-  void choose(std::optional<Choice> choice) {
+  void choose(Answer choice) {
     request.reset();
     std::exchange(chosen_, nullptr)(std::move(choice));
   }
 
  private:
-  std::function<void(std::optional<Choice>)> chosen_;
+  std::function<void(Answer)> chosen_;
 };
 
 class FakeCover final : public DesktopCoverWindows {

@@ -218,7 +218,7 @@ TEST_F(StillCapturesTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   EXPECT_EQ(run->store->entries().size(), 2U);
 
   run->begin({.kind = Kind::area});
-  run->overlay.choose(std::nullopt);
+  run->overlay.choose(std::unexpected(SelectionOverlay::End::cancelled));
   run->runners.run();
   EXPECT_EQ(run->words(4), "cancelled");
   run->begin({.kind = Kind::area, .rect = PointRect{5000, 0, 10, 10}});
@@ -236,6 +236,11 @@ TEST_F(StillCapturesTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
       run->saved(8)->remarks,
       ElementsAre("The area reaches beyond the display: 10 x 40.5 points of 100 x 50.5 were "
                   "captured."));
+
+  run->begin({.kind = Kind::area});
+  run->overlay.choose(std::unexpected(SelectionOverlay::End::displaysChanged));
+  run->runners.run();
+  EXPECT_THAT(run->words(9), HasSubstr("The displays changed while you were choosing"));
   EXPECT_FALSE(run->app->arbiter().refusal());
 }
 

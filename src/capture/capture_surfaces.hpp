@@ -1,7 +1,7 @@
 #pragma once
 
+#include <expected>
 #include <functional>
-#include <optional>
 #include <variant>
 #include <vector>
 
@@ -36,9 +36,15 @@ class SelectionOverlay {
     bool copies = false;  ///< the user wants it on the clipboard, whatever the settings say
   };
 
-  /// Answers with the choice, or nothing when the user pressed Escape. The overlay is off the
-  /// screen by then.
-  virtual void select(Request request, std::function<void(std::optional<Choice>)> chosen) = 0;
+  /// Why nothing was chosen.
+  enum class End {
+    cancelled,        ///< the user pressed Escape
+    displaysChanged,  ///< one was plugged in or out: what is frozen is not what is there
+  };
+  using Answer = std::expected<Choice, End>;
+
+  /// The overlay is off the screen when it answers.
+  virtual void select(Request request, std::function<void(Answer)> chosen) = 0;
 
   /// Takes the overlay down; the callback is not called.
   virtual void dismiss() = 0;

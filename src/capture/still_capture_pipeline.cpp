@@ -54,6 +54,8 @@ std::string sentence(CaptureRefusal refusal) {
     case CaptureRefusal::noWindows: return "There is no window to capture.";
     case CaptureRefusal::unreadableArea:
       return "Couldn't read that area. It lies outside the display.";
+    case CaptureRefusal::displaysChanged:
+      return "The displays changed while you were choosing. Capture again.";
   }
   std::unreachable();
 }
@@ -246,10 +248,9 @@ void StillCapturePipeline::freeze(std::size_t index) {
     }
     run_->capturedAt = services_.clock->now();
     run_->waitsForUser = true;
-    overlay->select({run_->request.mode, run_->frozen, run_->windows, run_->backend.adjustsArea},
-                    lifetime_.guard([this](std::optional<SelectionOverlay::Choice> choice) {
-                      chosen(std::move(choice));
-                    }));
+    overlay->select(
+        {run_->request.mode, run_->frozen, run_->windows, run_->backend.adjustsArea},
+        lifetime_.guard([this](SelectionOverlay::Answer choice) { chosen(std::move(choice)); }));
     return;
   }
   GrabRequest request{.target = DisplayTarget{run_->displays[index].id},
@@ -269,9 +270,12 @@ void StillCapturePipeline::freeze(std::size_t index) {
       nullptr);
 }
 
-void StillCapturePipeline::chosen(std::optional<SelectionOverlay::Choice> choice) {
+void StillCapturePipeline::chosen(SelectionOverlay::Answer choice) {
   Run& run = *run_;
   run.waitsForUser = false;
+  if (!choice && choice.error() == SelectionOverlay::End::displaysChanged) {
+    return finish(CaptureRefusal::displaysChanged);
+  }
   if (!choice) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
   run.request.target = std::move(choice->target);
   run.copies = choice->copies;

@@ -39,6 +39,7 @@ enum class CaptureRefusal {
   unknownWindow,
   noWindows,
   unreadableArea,
+  displaysChanged,
 };
 
 [[nodiscard]] std::string sentence(CaptureRefusal refusal);
@@ -135,7 +136,7 @@ class StillCapturePipeline {
   void resolve();
   void choose();
   void freeze(std::size_t index);
-  void chosen(std::optional<SelectionOverlay::Choice> choice);
+  void chosen(SelectionOverlay::Answer choice);
   void rememberArea();
   void countDown();
   void coverIcons();

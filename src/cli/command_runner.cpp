@@ -31,7 +31,8 @@ ExitStatus statusOf(CaptureRefusal refusal) {
     case CaptureRefusal::unknownDisplay:
     case CaptureRefusal::unknownWindow:
     case CaptureRefusal::noWindows:
-    case CaptureRefusal::unreadableArea: return ExitStatus::failed;
+    case CaptureRefusal::unreadableArea:
+    case CaptureRefusal::displaysChanged: return ExitStatus::failed;
   }
   std::unreachable();
 }

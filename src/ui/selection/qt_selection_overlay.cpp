@@ -172,7 +172,9 @@ void QtSelectionOverlay::Session::begin() {
   }
   refresh();
   for (Window* const window : windows_) window->show();
-  const auto changed = [this] { cancel(); };
+  const auto changed = [this] {
+    if (overlay_ != nullptr) overlay_->finish(std::unexpected(End::displaysChanged));
+  };
   QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &grabTimer_, changed);
   QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, &grabTimer_, changed);
   for (const QScreen* const screen : QGuiApplication::screens()) {
@@ -386,15 +388,14 @@ void QtSelectionOverlay::Session::keyReleased(const QKeyEvent& event) {
 }
 
 void QtSelectionOverlay::Session::cancel() {
-  if (overlay_ != nullptr) overlay_->finish(std::nullopt);
+  if (overlay_ != nullptr) overlay_->finish(std::unexpected(End::cancelled));
 }
 
 QtSelectionOverlay::QtSelectionOverlay() = default;
 
 QtSelectionOverlay::~QtSelectionOverlay() { dismiss(); }
 
-void QtSelectionOverlay::select(Request request,
-                                std::function<void(std::optional<Choice>)> chosen) {
+void QtSelectionOverlay::select(Request request, std::function<void(Answer)> chosen) {
   dismiss();
   chosen_ = std::move(chosen);
   session_ = std::make_shared<Session>(*this, std::move(request));
@@ -411,7 +412,7 @@ void QtSelectionOverlay::dismiss() {
   chosen_ = nullptr;
 }
 
-void QtSelectionOverlay::finish(std::optional<Choice> choice) {
+void QtSelectionOverlay::finish(Answer choice) {
   takeDown();
   reply_ = std::make_unique<QObject>();
   // Only a display is grabbed from the screen as it is then; for the others the overlay is gone

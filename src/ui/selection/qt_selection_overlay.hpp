@@ -20,7 +20,7 @@ class QtSelectionOverlay : public SelectionOverlay {
   /// For the color under the pointer. Without one it is not copied.
   void setClipboard(Clipboard& clipboard) { clipboard_ = &clipboard; }
 
-  void select(Request request, std::function<void(std::optional<Choice>)> chosen) override;
+  void select(Request request, std::function<void(Answer)> chosen) override;
   void dismiss() override;
 
  private:
@@ -28,10 +28,10 @@ class QtSelectionOverlay : public SelectionOverlay {
   class Window;
 
   void takeDown();
-  void finish(std::optional<Choice> choice);
+  void finish(Answer answer);
 
   std::shared_ptr<Session> session_;
-  std::function<void(std::optional<Choice>)> chosen_;
+  std::function<void(Answer)> chosen_;
   Clipboard* clipboard_ = nullptr;
   std::unique_ptr<QObject> reply_;  ///< context of an answer under way
 };

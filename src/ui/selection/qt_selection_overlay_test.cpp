@@ -40,13 +40,13 @@ class SelectionOverlayTest : public UiTestCase {
 
   void select(SelectionOverlay::Request what) {
     answers = 0;
-    ui->selectionOverlay().select(std::move(what),
-                                  [this](std::optional<SelectionOverlay::Choice> choice) {
-                                    ++answers;
-                                    answer = choice ? std::optional(choice->target) : std::nullopt;
-                                    copies = choice && choice->copies;
-                                    windowsAtAnswer = mappedWindows().size();
-                                  });
+    ui->selectionOverlay().select(std::move(what), [this](SelectionOverlay::Answer choice) {
+      ++answers;
+      answer = choice ? std::optional(choice->target) : std::nullopt;
+      copies = choice && choice->copies;
+      isCancelled = !choice && choice.error() == SelectionOverlay::End::cancelled;
+      windowsAtAnswer = mappedWindows().size();
+    });
     ASSERT_TRUE(waitFor([&] { return mappedWindows().size() == 2; }));
     settle();
   }
@@ -84,6 +84,7 @@ class SelectionOverlayTest : public UiTestCase {
   int answers = 0;
   std::optional<CaptureTarget> answer;
   bool copies = false;
+  bool isCancelled = false;
   std::size_t windowsAtAnswer = 99;
 };
 
@@ -351,6 +352,7 @@ TEST_F(SelectionOverlayTest, WaitsForTheHeldHotKeyAndEndsWithItsDisplays) {
   strike(XK_Escape);
   ASSERT_TRUE(waitFor([&] { return answers == 1; }));
   EXPECT_EQ(answer, std::nullopt);
+  EXPECT_TRUE(isCancelled);
 
   select(request());
   ui->selectionOverlay().dismiss();
@@ -362,6 +364,7 @@ TEST_F(SelectionOverlayTest, WaitsForTheHeldHotKeyAndEndsWithItsDisplays) {
   desktop->setMonitors({{"LEFT", left}});
   ASSERT_TRUE(waitFor([&] { return answers == 1; }));
   EXPECT_EQ(answer, std::nullopt) << "the frozen picture is that of displays that are gone";
+  EXPECT_FALSE(isCancelled) << "the user is told";
 }
 
 TEST_F(SelectionOverlayTest, StandsAboveManagedWindows) {
@@ -372,12 +375,11 @@ TEST_F(SelectionOverlayTest, StandsAboveManagedWindows) {
   auto what = request();
   what.displays.pop_back();
   what.displays[0].display.id = "screen";
-  ui->selectionOverlay().select(std::move(what),
-                                [this](const std::optional<SelectionOverlay::Choice>& choice) {
-                                  ++answers;
-                                  answer = choice ? std::optional(choice->target) : std::nullopt;
-                                  copies = choice && choice->copies;
-                                });
+  ui->selectionOverlay().select(std::move(what), [this](const SelectionOverlay::Answer& choice) {
+    ++answers;
+    answer = choice ? std::optional(choice->target) : std::nullopt;
+    copies = choice && choice->copies;
+  });
   settle();
   movePointer({250, 250});
   press();
