@@ -13,8 +13,8 @@ namespace vantorel {
 
 /// Loads a module, for as long as the process runs, and answers its function `entry`. `notFound`
 /// when it is not installed, `unsupported` when it is of another build than this program, as an
-/// update leaves one beside a program that runs. The reason stands behind the part's name. Any
-/// thread.
+/// update leaves one beside a program that runs, and `malformed` when its file was cut short. The
+/// reason stands behind the part's name. Any thread.
 [[nodiscard]] Result<void*> moduleEntry(const Path& module, const std::string& entry);
 
 }  // namespace vantorel

@@ -1,6 +1,10 @@
 #include "platform/linux/program_module.hpp"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "base/log.hpp"
 
@@ -14,6 +18,26 @@ TEST(ProgramModule, OneOfAnotherBuildIsRefusedInWords) {
   EXPECT_EQ(stale.error().kind, FailureKind::unsupported);
   EXPECT_EQ(stale.error().reason, "is of another version; quit Vantorel and start it again");
   EXPECT_EQ(moduleEntry("/no/such/module.so", "entry").error().kind, FailureKind::notFound);
+  setLogSink(former);
+}
+
+TEST(ProgramModule, OneThatWasCutShortIsRefusedAtAnyLengthAndEndsNothing) {
+  const LogSink former = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  // Each under a name of its own: one that was loaded stays mapped.
+  const Path folder = Path(testing::TempDir()) / fmt::format("cut-{}", ::getpid());
+  std::filesystem::create_directory(folder);
+  const auto size = std::filesystem::file_size(VANTOREL_STALE_MODULE);
+  for (std::uintmax_t length = 0; length < size; length += 1 + size / 40) {
+    const Path cut = folder / fmt::format("{}.so", length);
+    std::filesystem::copy_file(VANTOREL_STALE_MODULE, cut);
+    std::filesystem::resize_file(cut, length);
+    const auto refused = moduleEntry(cut, "vantorelTestEntry");
+    ASSERT_FALSE(refused.has_value()) << length;
+    if (length > 0 && length < size / 4) {
+      EXPECT_EQ(refused.error().reason, "is damaged; install Vantorel again") << length;
+    }
+  }
+  std::filesystem::remove_all(folder);
   setLogSink(former);
 }
 
