@@ -274,6 +274,10 @@ TEST_F(AppCoordinatorTest, WhatIsCopiedIsWhatIsShown) {
   EXPECT_EQ(copied(), "(nothing)");
   EXPECT_THAT(run->alerts.notices.back(),
               HasSubstr("Copy failed: the screenshot couldn't be read"));
+  world.files.disk.erase(entry->path);
+  EXPECT_EQ(copied(), "(nothing)");
+  EXPECT_THAT(run->alerts.notices.back(),
+              HasSubstr("Copy failed: The capture's file is gone: " + entry->path));
 }
 
 TEST_F(AppCoordinatorTest, AQuitLeavesNoIndexThatWasLostUnderIt) {

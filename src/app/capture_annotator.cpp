@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "app/absent_file.hpp"
 #include "app/output_guard.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/output_failure.hpp"
@@ -28,13 +29,8 @@ struct Checked {
 /// Why a capture's picture could not be read: its disk may be away, which is no fault of the file.
 std::unexpected<std::string> unreadable(const Files& files, const ScreenshotEntry& entry,
                                         const Failure& failure) {
-  const FileReach reach = reachOf(files, entry);
-  if (reach == FileReach::fileGone || reach == FileReach::folderReplaced) {
-    return std::unexpected(fmt::format("The capture's file is gone: {}.", entry.path));
-  }
-  if (const std::string_view away = sentence(reach); !away.empty()) {
-    return std::unexpected(
-        fmt::format("{}: {}{}", entry.path, away, away.ends_with('.') ? "" : "."));
+  if (std::string absent = sentenceOfAbsence(files, entry); !absent.empty()) {
+    return std::unexpected(std::move(absent));
   }
   return std::unexpected(fmt::format("{}: {} ({}).", entry.path,
                                      sentence(OutputFailure::notReadable), failure.reason));
@@ -56,11 +52,11 @@ std::expected<EditorDocument, std::string> readDocument(const Path& path, PixelS
 
 /// Everything that `draw` does away from the main runner. `entry` is null for a picture that is in
 /// no library.
-std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& drawing,
-                                            const Path& basePath, const EntryPointer& entry,
-                                            ProtectedFiles kept, double quality,
-                                            const CaptureAnnotator::Draw& draw, Files& files,
-                                            const ImageCodec& codec) {
+std::expected<std::string, std::string> drawOut(const CaptureAnnotator::Drawing& drawing,
+                                                const Path& basePath, const EntryPointer& entry,
+                                                ProtectedFiles kept, double quality,
+                                                const CaptureAnnotator::Draw& draw, Files& files,
+                                                const ImageCodec& codec) {
   kept.inputs = {basePath};
   if (drawing.document) kept.inputs.push_back(*drawing.document);
   auto base = readPictureFile(basePath, 0, files, codec);
@@ -81,21 +77,24 @@ std::expected<Path, std::string> drawToFile(const CaptureAnnotator::Drawing& dra
   for (const LayerSpec& layer : document.layers) {
     if (layer.path) kept.inputs.emplace_back(*layer.path);
   }
-  if (auto refused = outputRefusal(files, drawing.output, kept)) {
-    return std::unexpected(*std::move(refused));
+  if (!drawing.output.empty()) {
+    if (auto refused = outputRefusal(files, drawing.output, kept)) {
+      return std::unexpected(*std::move(refused));
+    }
   }
   const std::optional<double> scale = entry ? entry->captureScale : std::nullopt;
-  const auto bytes = draw(document, *std::move(base), scale,
-                          {.format = drawing.format,
-                           .quality = quality,
-                           .pixelsPerPoint = scale.value_or(1),
-                           .createdAt = entry ? std::optional(entry->capturedAt) : std::nullopt});
+  auto bytes = draw(document, *std::move(base), scale,
+                    {.format = drawing.format,
+                     .quality = quality,
+                     .pixelsPerPoint = scale.value_or(1),
+                     .createdAt = entry ? std::optional(entry->capturedAt) : std::nullopt});
   if (!bytes) return std::unexpected(bytes.error().reason);
+  if (drawing.output.empty()) return *std::move(bytes);
   if (const auto written = files.replace(drawing.output, *bytes, Privacy::byUmask); !written) {
     return std::unexpected(
         fmt::format("Couldn't write {}: {}.", drawing.output.string(), written.error().reason));
   }
-  return drawing.output;
+  return drawing.output.string();
 }
 
 /// Gives the entry back before the answer comes.
@@ -244,7 +243,7 @@ void CaptureAnnotator::document(const std::string& name, Done<Annotations> done)
   });
 }
 
-void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
+void CaptureAnnotator::draw(const Drawing& drawing, Done<std::string> done) {
   whenReady([this, drawing, done = std::move(done)] {
     const auto* const capture = std::get_if<Drawing::Capture>(&drawing.base);
     if (capture == nullptr) {
@@ -259,24 +258,25 @@ void CaptureAnnotator::draw(const Drawing& drawing, Done<Path> done) {
     }
     auto claimed = services_->library->claim((*named)->id, EntryWork::exporting);
     if (!claimed) return done(std::unexpected(sentence(claimed.error())));
-    const Done<Path> finished = releasing(*std::move(claimed), done);
-    findFile<Path>((*named)->id, finished, [this, drawing, finished](const EntryPointer& entry) {
-      drawOver(entry->path, entry, drawing, finished);
-    });
+    const Done<std::string> finished = releasing(*std::move(claimed), done);
+    findFile<std::string>((*named)->id, finished,
+                          [this, drawing, finished](const EntryPointer& entry) {
+                            drawOver(entry->path, entry, drawing, finished);
+                          });
   });
 }
 
 void CaptureAnnotator::drawOver(const Path& base, const EntryPointer& entry, const Drawing& drawing,
-                                const Done<Path>& done) {
+                                const Done<std::string>& done) {
   const HistoryStore& store = services_->library->store();
-  work<Answer<Path>>(
+  work<Answer<std::string>>(
       [drawing, entry, base,
        kept = ProtectedFiles{.entries = store.entries(),
                              .paths = store.paths(),
                              .originals = store.paths().originals(),
                              .settings = services_->settingsFile},
        quality = services_->settings->values().jpegQuality](const Services& with) {
-        return drawToFile(drawing, base, entry, kept, quality, with.draw, *with.files, *with.codec);
+        return drawOut(drawing, base, entry, kept, quality, with.draw, *with.files, *with.codec);
       },
       done);
 }

@@ -75,13 +75,15 @@ class CaptureAnnotator {
     };
     std::variant<Capture, Picture> base;
     std::optional<Path> document;  ///< none: the capture's own annotations
-    Path output;                   ///< replaced in one step; never a file of the library
+
+    /// Replaced in one step; never a file of the library. Empty: what is drawn is answered.
+    Path output;
     ExportFormat format = ExportFormat::png;
   };
 
   /// A capture is refused that has annotations of its own which this version cannot read: what
-  /// they cover would show.
-  void draw(const Drawing& drawing, Done<Path> done);
+  /// they cover would show. Answers the output's path, or without one the picture's bytes.
+  void draw(const Drawing& drawing, Done<std::string> done);
 
  private:
   void whenReady(std::function<void()> then);
@@ -89,7 +91,7 @@ class CaptureAnnotator {
   void findFile(const std::string& id, const Done<Value>& done,
                 std::function<void(const EntryPointer&)> then);
   void drawOver(const Path& base, const EntryPointer& entry, const Drawing& drawing,
-                const Done<Path>& done);
+                const Done<std::string>& done);
   [[nodiscard]] Answer<EntryPointer> picture(const std::string& name) const;
   [[nodiscard]] std::optional<std::string> refusal(const ScreenshotEntry& entry) const;
   void store(const std::string& id, const EditorDocument& document, PixelSize capture,

@@ -81,8 +81,8 @@ class CaptureAnnotatorTest : public testing::Test {
 
   std::string draw(const CaptureAnnotator::Drawing& drawing) {
     std::string answer = "waiting";
-    annotator->draw(drawing, [&](const CaptureAnnotator::Answer<Path>& result) {
-      answer = result ? result->string() : result.error();
+    annotator->draw(drawing, [&](const CaptureAnnotator::Answer<std::string>& result) {
+      answer = result ? *result : result.error();
     });
     runners->run();
     return answer;
@@ -206,6 +206,10 @@ TEST_F(CaptureAnnotatorTest, DrawsIntoFilesButNeverOverTheLibrarysOrItsOwn) {
   EXPECT_EQ(draw(plain), "The picture can't be drawn over a file it is made from.");
   plain.output = "/nowhere/out.png";
   EXPECT_THAT(draw(plain), StartsWith("Couldn't write /nowhere/out.png: "));
+  plain.output.clear();
+  const auto before = files->changes;
+  EXPECT_EQ(draw(plain), "png of 5 with 1");
+  EXPECT_EQ(files->changes, before);
   drawFailure = "Export is blocked: the layered image couldn't be built.";
   EXPECT_EQ(draw(capture), drawFailure);
   EXPECT_EQ(files->text("/out.png"), "jpeg of 8 with 1");

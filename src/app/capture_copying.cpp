@@ -3,6 +3,7 @@
 #include <set>
 #include <utility>
 
+#include "app/absent_file.hpp"
 #include "base/log.hpp"
 #include "editor/entry_document.hpp"
 
@@ -19,7 +20,10 @@ Result<std::string> pictureAsPNG(const CaptureCopying::Services& with,
     return failed(FailureKind::unsupported, "it has annotations that this version can't read");
   }
   auto bytes = with.files->read(entry.path);
-  if (!bytes) return unreadable();
+  if (!bytes) {
+    std::string absent = sentenceOfAbsence(*with.files, entry);
+    return absent.empty() ? unreadable() : failed(bytes.error().kind, std::move(absent));
+  }
   const bool isPlain = !isAnnotated(entry);
   if (isPlain && Path(entry.path).extension() == ".png") {
     if (!with.isWholePicture(PictureInMemory(*bytes))) return unreadable();

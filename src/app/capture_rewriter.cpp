@@ -5,6 +5,7 @@
 #include <utility>
 #include <variant>
 
+#include "app/absent_file.hpp"
 #include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
 #include "editor/entry_document.hpp"
@@ -184,6 +185,9 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
           const std::string_view away = sentence(reachOf(*files, *asked));
           if (!away.empty()) {
             return std::unexpected("The capture can't be changed: " + std::string(away));
+          }
+          if (std::string absent = sentenceOfAbsence(*files, *asked); !absent.empty()) {
+            return std::unexpected(std::move(absent));
           }
           journal->settle(entries);
           addDoubtfulNames(*files, paths, now, doubtful);

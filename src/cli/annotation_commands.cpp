@@ -38,8 +38,10 @@ void AnnotationOptions::addTo(CLI::App& app) {
       ->add_option("--document", document_,
                    "a JSON file with the annotations to draw (default: the capture's own)")
       ->type_name(kinds::file);
-  render_->add_option("--output", output_, "the file to write")->type_name(kinds::file)->required();
-  render_->add_option("--format", format_, "default: by the file's name")
+  render_->add_option("--output", output_, "the file to write; - is standard output")
+      ->type_name(kinds::file)
+      ->required();
+  render_->add_option("--format", format_, "default: by the file's name, PNG on standard output")
       ->check(oneOf<ExportFormat>());
 }
 
@@ -71,10 +73,17 @@ auto AnnotationOptions::render(const Path& folder) const
     if (document_.empty()) return std::unexpected("--document must name a file");
     drawing.document = inFolder(folder, document_);
   }
-  if (output_.empty() || output_ == "-") return std::unexpected("--output must name a file");
-  drawing.output = inFolder(folder, output_);
-  const auto format = format_.empty() ? formatOfFileName(drawing.output.string())
-                                      : enumFromName<ExportFormat>(format_);
+  if (output_.empty()) {
+    return std::unexpected("--output must name a file, or be - for standard output");
+  }
+  const bool isFile = output_ != "-";
+  if (isFile) drawing.output = inFolder(folder, output_);
+  std::optional<ExportFormat> format = ExportFormat::png;
+  if (!format_.empty()) {
+    format = enumFromName<ExportFormat>(format_);
+  } else if (isFile) {
+    format = formatOfFileName(output_);
+  }
   if (!format) {
     return std::unexpected(
         "--format is needed: the name of the output ends in none of .png, .jpg, .webp and .heic");

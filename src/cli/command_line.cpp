@@ -263,7 +263,9 @@ bool CommandLine::onlyVerifies() const {
 
 bool CommandLine::printsPicture() const {
   const auto* const capture = std::get_if<command::Capture>(&command);
-  return capture != nullptr && capture->output && capture->output->file.empty();
+  if (capture != nullptr) return capture->output && capture->output->file.empty();
+  const auto* const render = std::get_if<command::Render>(&command);
+  return render != nullptr && render->drawing.output.empty();
 }
 
 std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::string> arguments,

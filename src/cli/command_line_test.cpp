@@ -72,6 +72,8 @@ TEST(CommandLineTest, FilesAreNamedFromTheFolderOfTheRequester) {
   EXPECT_EQ(std::get<Drawing::Picture>(file.base).path, "/home/ann/shot.png");
   EXPECT_EQ(file.document, "/home/ann/d.json");
   EXPECT_EQ(file.format, ExportFormat::webp);
+  EXPECT_EQ(render({"render", "latest", "--output", "-"}).format, ExportFormat::png);
+  EXPECT_TRUE(parsed({"render", "latest", "--output", "-", "--format", "webp"}).printsPicture());
 }
 
 TEST(CommandLineTest, LibraryCommandsAreReadWhole) {
@@ -137,7 +139,7 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"annotate", "latest", "--apply", "a.json", "--print"}, "either --apply FILE or --print"},
       {{"annotate", "latest", "--apply", ""}, "--apply must name a file"},
       {{"annotate", "--print"}, "\"id\" is missing"},
-      {{"render", "latest"}, "--output is missing: the file to write."},
+      {{"render", "latest"}, "--output is missing: the file to write; - is standard output."},
       {{"render", "latest", "--output", "drawn"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.gif"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.png", "--format", "gif"}, "gif not in"},

@@ -464,10 +464,11 @@ void CommandRunner::annotate(const command::Annotate& what, bool json, Done done
 }
 
 void CommandRunner::render(const command::Render& what, Done done) {
-  services_.annotator->draw(what.drawing, [shared = std::make_shared<Done>(std::move(done))](
-                                              CaptureAnnotator::Answer<Path> output) {
-    (*shared)(output ? CommandReply{ExitStatus::done, output->string() + "\n", {}}
-                     : failedReply(std::move(output.error())));
+  services_.annotator->draw(what.drawing, [shared = std::make_shared<Done>(std::move(done)),
+                                           isFile = !what.drawing.output.empty()](
+                                              CaptureAnnotator::Answer<std::string> drawn) {
+    if (!drawn) return (*shared)(failedReply(std::move(drawn.error())));
+    (*shared)({ExitStatus::done, *std::move(drawn) + (isFile ? "\n" : ""), {}});
   });
 }
 
