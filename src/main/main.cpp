@@ -22,6 +22,7 @@
 #include "platform/linux/file_server.hpp"
 #include "platform/linux/loop_runner.hpp"
 #include "platform/linux/remote_files.hpp"
+#include "platform/linux/runtime_folder.hpp"
 #include "platform/linux/user_folders.hpp"
 #include "platform/linux/x_authority.hpp"
 
@@ -188,6 +189,7 @@ int run(int argc, char** argv) {
 
   const auto files = std::make_shared<RemoteFiles>();
   keepXAuthority(*files);
+  leaveSilentRuntimeFolder(*files);
   // Asked before anything is built: most commands go to the program that runs already.
   CommandBus bus(CommandBus::nameFor(root, *files));
   std::optional<EndingSignals> signals(std::in_place, [&bus] { bus.cancel(); });

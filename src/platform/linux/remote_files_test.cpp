@@ -8,9 +8,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <thread>
 
 #include "platform/linux/remote_mounts.hpp"
+#include "platform/linux/runtime_folder.hpp"
 #include "platform/linux/system_error.hpp"
 #include "platform/linux/x_authority.hpp"
 #include "platform/testing/served_mount.hpp"
@@ -272,6 +275,41 @@ TEST_F(RemoteFilesTest, TheDisplaysAuthorityIsReadForTheLibrariesThatWouldHang) 
   EXPECT_FALSE(isHeld());
   ::setenv("XAUTHORITY", before.c_str(), 1);
   if (before.empty()) ::unsetenv("XAUTHORITY");
+}
+
+TEST_F(RemoteFilesTest, ARuntimeFolderOrBusWhoseDiskIsSilentIsLeft) {
+  RemoteFiles files = this->files(2s);
+  constexpr const char* variable = "DBUS_SESSION_BUS_ADDRESS";
+  std::map<const char*, std::optional<std::string>> before;
+  for (const char* const name : {variable, "XDG_RUNTIME_DIR"}) {
+    const char* const value = std::getenv(name);
+    before[name] = value == nullptr ? std::nullopt : std::optional<std::string>(value);
+  }
+  const std::string there = "unix:path=" + (root / "mount" / "bus").string() + ",guid=1";
+  const auto addressAfterwards = [&](const std::string& address) -> std::string {
+    ::setenv(variable, address.c_str(), 1);
+    if (address.empty()) ::unsetenv(variable);
+    leaveSilentRuntimeFolder(files);
+    const char* const value = std::getenv(variable);
+    return value == nullptr ? "" : value;
+  };
+  const Path folder = root / "mount";
+  ::setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
+  EXPECT_EQ(addressAfterwards(there), there);
+  EXPECT_EQ(addressAfterwards(""), "");
+  EXPECT_EQ(std::getenv("XDG_RUNTIME_DIR"), folder);
+  mount->hang();
+  for (const std::string& address : {std::string(), there, std::string("unix:abstract=bus")}) {
+    ::setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
+    EXPECT_EQ(addressAfterwards(address),
+              address.starts_with("unix:a") ? address : "unix:path=/dev/null/bus");
+    EXPECT_EQ(std::getenv("XDG_RUNTIME_DIR"), nullptr);
+  }
+  EXPECT_EQ(addressAfterwards(there), "unix:path=/dev/null/bus");
+  EXPECT_FALSE(isHeld());
+  for (const auto& [name, value] : before) {
+    value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
+  }
 }
 
 TEST_F(RemoteFilesTest, ContentsMayTakeLongButNotForEver) {
