@@ -99,11 +99,12 @@ std::vector<std::string> FakeFiles::names(const Path& folder) const {
 }
 
 void FakeFiles::mountAnew(const std::set<Path>& anew) {
-  std::uint64_t number = 1;
+  std::set<std::uint64_t> given;
   for (auto& [path, file] : disk) {
     if (!anew.contains(path.parent_path())) continue;
     file = std::make_shared<File>(*file);
-    file->status.inode = number++;
+    std::uint64_t& number = file->status.inode;
+    if (!given.insert(++number).second) number = nextInode_++;
   }
   for (const Path& folder : anew) folderNumbers[folder] = nextInode_++;
 }

@@ -61,7 +61,7 @@ class FakeFiles final : public Files {
   std::map<Path, std::shared_ptr<File>> shownAlthoughGone;
 
   /// The disk of these folders, which numbers its files anew with each mount, is mounted again:
-  /// each name has a number of its own, which another file may have had.
+  /// each name has a number of its own, which another file had before.
   void mountAnew(const std::set<Path>& folders);
 
   /// The disk at `mount` is mounted anew and numbers its files anew: each gets the number of

@@ -97,10 +97,7 @@ void ServedMount::renamePlainly() {
   renamesPlainly_ = true;
 }
 
-void ServedMount::raiseNumbers(std::uint64_t by) {
-  const std::scoped_lock lock(mutex_);
-  raisedBy_ = by;
-}
+void ServedMount::raiseNumbers(std::uint64_t by) { raisedBy_ = by; }
 
 void ServedMount::answer() {
   hangInReadsFrom(UINT64_MAX);
@@ -183,17 +180,12 @@ std::uint64_t ServedMount::nodeOf(const std::string& path) {
   return node;
 }
 
-std::uint64_t ServedMount::numberOf(std::uint64_t servedNumber) {
-  const std::scoped_lock lock(mutex_);
-  return servedNumber + raisedBy_;
-}
-
 ServedMount::Reply ServedMount::entryOf(const std::string& path) {
   struct stat found{};
   if (::lstat(path.c_str(), &found) != 0) return {errno};
   fuse_entry_out entry{};
   entry.nodeid = nodeOf(path);
-  entry.attr = attributesOf(found, numberOf(found.st_ino));
+  entry.attr = attributesOf(found, found.st_ino + raisedBy_);
   return {0, bytesOf(entry)};
 }
 
@@ -214,7 +206,7 @@ ServedMount::Reply ServedMount::replyTo(const Question& question) {
         file ? ::fstat(static_cast<int>(*file), &found) : ::lstat(path.c_str(), &found);
     if (answer != 0) return Reply{errno};
     fuse_attr_out out{};
-    out.attr = attributesOf(found, numberOf(found.st_ino));
+    out.attr = attributesOf(found, found.st_ino + raisedBy_);
     return Reply{0, bytesOf(out)};
   };
   switch (header.opcode) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -59,7 +60,6 @@ class ServedMount {
   [[nodiscard]] bool isHungIn(const Question& question);
   void reply(const Question& question);
   [[nodiscard]] Reply replyTo(const Question& question);
-  [[nodiscard]] std::uint64_t numberOf(std::uint64_t servedNumber);
   [[nodiscard]] Reply entryOf(const std::string& path);
   [[nodiscard]] std::string pathOf(std::uint64_t node) const { return nodes_.at(node); }
   [[nodiscard]] std::uint64_t nodeOf(const std::string& path);
@@ -75,7 +75,7 @@ class ServedMount {
   std::chrono::milliseconds delay_{0};
   int lostReply_ = 0;
   bool renamesPlainly_ = false;
-  std::uint64_t raisedBy_ = 0;
+  std::atomic<std::uint64_t> raisedBy_ = 0;  // also while it answers under the lock
 
   // Of the thread that serves.
   std::map<std::uint64_t, std::string> nodes_;  // paths of what is served
