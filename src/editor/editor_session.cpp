@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/round_trip.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -78,13 +80,12 @@ void EditorSession::confirmed(std::function<void(Result<EditorSaving>)> done) {
     saving.image = *std::move(image);
     done(std::move(saving));
   });
-  services_.background->post([main = services_.main, flatten = services_.flatten,
-                              document = std::move(saving.document),
-                              finish = std::move(finish)]() mutable {
-    main->post([image = flatten(document), finish = std::move(finish)]() mutable {
-      finish(std::move(image));
-    });
-  });
+  roundTrip(
+      *services_.background, services_.main,
+      [flatten = services_.flatten, document = std::move(saving.document)] {
+        return flatten(document);
+      },
+      std::move(finish));
 }
 
 void EditorSession::handBack(

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/round_trip.hpp"
+
 namespace vantorel {
 
 LayerBuilds::LayerBuilds(std::shared_ptr<TaskRunner> main, std::shared_ptr<TaskRunner> background,
@@ -15,19 +17,16 @@ void LayerBuilds::start(EditorDocument document) {
   newest_.renew();
   state_ = LayerBuildState::building;
   const int generation = ++*generation_;
-  auto install = newest_.guard([this](LayerComposite composite) {
-    state_ = composite.image.isEmpty() ? LayerBuildState::failed : LayerBuildState::ready;
-    latest_ = std::move(composite);
-    installed_();
-  });
-  background_->post([main = main_, build = build_, counter = generation_, generation,
-                     document = std::move(document), install = std::move(install)]() mutable {
-    if (*counter != generation) return;
-    LayerComposite composite = (*build)(document);
-    main->post([install = std::move(install), composite = std::move(composite)]() mutable {
-      install(std::move(composite));
-    });
-  });
+  roundTrip(
+      *background_, main_,
+      [build = build_, counter = generation_, generation, document = std::move(document)] {
+        return *counter == generation ? (*build)(document) : LayerComposite();
+      },
+      newest_.guard([this](LayerComposite composite) {
+        state_ = composite.image.isEmpty() ? LayerBuildState::failed : LayerBuildState::ready;
+        latest_ = std::move(composite);
+        installed_();
+      }));
 }
 
 }  // namespace vantorel
