@@ -3,19 +3,21 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 
 void ChangedPictures::fileChanged(const std::string& path) {
   const EntryPointer entry = services_.store.findByPath(path);
   if (!entry || entry->medium != CaptureMedium::image) return;
-  services_.work->post([&files = services_.files, codec = services_.codec, main = services_.main,
-                        path, reply = lifetime_.guard([this, path](const Result<PixelSize>& size) {
-                          if (size) found(path, *size);
-                        })]() mutable {
-    auto size = codec->pixelSize(files, path);
-    main->post([size = std::move(size), reply = std::move(reply)]() mutable { reply(size); });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [&files = services_.files, codec = services_.codec, path] {
+        return codec->pixelSize(files, path);
+      },
+      lifetime_.guard([this, path](const Result<PixelSize>& size) {
+        if (size) found(path, *size);
+      }));
 }
 
 void ChangedPictures::found(const std::string& path, PixelSize size) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/lifetime.hpp"
+#include "base/round_trip.hpp"
 #include "library/deletion_journal.hpp"
 #include "library/history_store.hpp"
 #include "library/history_trash.hpp"
@@ -59,10 +60,7 @@ class DeletionQueue {
   /// Calls `job` where it may block, and then `then` on the main runner with what came of it.
   template <class Job, class Then>
   void onWork(Job job, Then then) {
-    services_.work->post([main = services_.main, job = std::move(job),
-                          reply = lifetime_.guard(std::move(then))]() mutable {
-      main->post([value = job(), reply = std::move(reply)]() mutable { reply(std::move(value)); });
-    });
+    roundTrip(*services_.work, services_.main, std::move(job), lifetime_.guard(std::move(then)));
   }
 
   /// Calls `slice` with one run of [0, count) after the other, and lets the main runner do other

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/bounded_run.hpp"
+#include "base/round_trip.hpp"
 #include "library/entry_filter.hpp"
 
 namespace vantorel {
@@ -38,15 +39,15 @@ void EntryFileLook::look(const std::vector<std::string>& ids,
 
 void EntryFileLook::reachAll(LookedEntries looked,
                              std::move_only_function<void(LookedEntries)> done) {
-  services_.work->post([files = services_.files, main = services_.main, looked = std::move(looked),
-                        done = std::move(done)]() mutable {
-    for (const EntryPointer& entry : looked.entries) {
-      looked.reaches.push_back(reachOf(*files, *entry));
-    }
-    main->post([looked = std::move(looked), done = std::move(done)]() mutable {
-      done(std::move(looked));
-    });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, looked = std::move(looked)]() mutable {
+        for (const EntryPointer& entry : looked.entries) {
+          looked.reaches.push_back(reachOf(*files, *entry));
+        }
+        return std::move(looked);
+      },
+      std::move(done));
 }
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "base/round_trip.hpp"
 #include "library/file_look.hpp"
 
 namespace vantorel {
@@ -18,10 +19,9 @@ EntryList settledEntries(const HistoryStore& store, const EntryList& entries) {
 
 void lookAgain(const Files& files, TaskRunner& work, std::shared_ptr<TaskRunner> main,
                EntryList entries, std::move_only_function<void(const EntryList& gone)> done) {
-  work.post([&files, main = std::move(main), entries = std::move(entries),
-             done = std::move(done)]() mutable {
-    main->post([gone = goneOf(files, entries), done = std::move(done)]() mutable { done(gone); });
-  });
+  roundTrip(
+      work, std::move(main),
+      [&files, entries = std::move(entries)] { return goneOf(files, entries); }, std::move(done));
 }
 
 }  // namespace vantorel

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/round_trip.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -53,21 +55,23 @@ void HistoryDisk::whenMeasured(std::move_only_function<void(std::uint64_t)> done
 void HistoryDisk::measure() {
   isMeasuring_ = true;
   observation_ = store_.observe([this](const HistoryChange& change) { follow(change); });
-  work_->post([&files = files_, main = main_, entries = store_.entries(),
-               reply = lifetime_.guard([this](Ledger& made) {
-                 ledger_ = std::move(made);
-                 isMeasuring_ = false;
-                 for (const HistoryChange& change : std::exchange(missed_, {})) follow(change);
-                 notify();
-               })]() mutable {
-    Ledger made;
-    for (const EntryPointer& entry : entries) {
-      forEachFile(*entry, [&](const std::string& path) {
-        if (made.add(path)) made.setSize(path, sizeOf(files, path));
-      });
-    }
-    main->post([reply = std::move(reply), made = std::move(made)]() mutable { reply(made); });
-  });
+  roundTrip(
+      *work_, main_,
+      [&files = files_, entries = store_.entries()] {
+        Ledger made;
+        for (const EntryPointer& entry : entries) {
+          forEachFile(*entry, [&](const std::string& path) {
+            if (made.add(path)) made.setSize(path, sizeOf(files, path));
+          });
+        }
+        return made;
+      },
+      lifetime_.guard([this](Ledger made) {
+        ledger_ = std::move(made);
+        isMeasuring_ = false;
+        for (const HistoryChange& change : std::exchange(missed_, {})) follow(change);
+        notify();
+      }));
 }
 
 void HistoryDisk::follow(const HistoryChange& change) {
@@ -103,17 +107,19 @@ void HistoryDisk::lookUp() {
   if (isLookingUp_ || unknown_.empty()) return;
   isLookingUp_ = true;
   using Sizes = std::vector<std::pair<std::string, std::uint64_t>>;
-  work_->post([&files = files_, main = main_, paths = std::exchange(unknown_, {}),
-               reply = lifetime_.guard([this](const Sizes& sizes) {
-                 isLookingUp_ = false;
-                 for (const auto& [path, size] : sizes) ledger_->setSize(path, size);
-                 lookUp();
-                 notify();
-               })]() mutable {
-    Sizes sizes;
-    for (const std::string& path : paths) sizes.emplace_back(path, sizeOf(files, path));
-    main->post([reply = std::move(reply), sizes = std::move(sizes)]() mutable { reply(sizes); });
-  });
+  roundTrip(
+      *work_, main_,
+      [&files = files_, paths = std::exchange(unknown_, {})] {
+        Sizes sizes;
+        for (const std::string& path : paths) sizes.emplace_back(path, sizeOf(files, path));
+        return sizes;
+      },
+      lifetime_.guard([this](const Sizes& sizes) {
+        isLookingUp_ = false;
+        for (const auto& [path, size] : sizes) ledger_->setSize(path, size);
+        lookUp();
+        notify();
+      }));
 }
 
 void HistoryDisk::notify() {

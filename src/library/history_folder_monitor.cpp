@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 #include "library/gone_entries.hpp"
 #include "library/history_log.hpp"
 
@@ -83,12 +84,11 @@ void HistoryFolderMonitor::open(const std::string& name, Folder& folder) {
   folder.isOpening = true;
   folder.generation = ++generations_;
   const auto watched = folder.watch ? folder.watched : std::nullopt;
-  services_.work->post(
+  roundTrip(
+      *services_.work, services_.main,
       [&watcher = services_.watcher, &files = services_.files, main = services_.main, name, watched,
-       onEvent = lifetime_.guard([this, name](const FolderEvent& event) { happened(name, event); }),
-       reply = lifetime_.guard([this, name, generation = folder.generation](Opening& opening) {
-         opened(name, generation, std::move(opening));
-       })]() mutable {
+       onEvent = lifetime_.guard(
+           [this, name](const FolderEvent& event) { happened(name, event); })]() mutable {
         Opening opening{identityOf(files, name), std::nullopt};
         if (!opening.identity) {
           // A server that does not answer would hold the watcher.
@@ -96,9 +96,11 @@ void HistoryFolderMonitor::open(const std::string& name, Folder& folder) {
         } else if (watched != opening.identity) {
           opening.watch = watcher.watch(name, main, std::move(onEvent));
         }
-        main->post(
-            [reply = std::move(reply), opening = std::move(opening)]() mutable { reply(opening); });
-      });
+        return opening;
+      },
+      lifetime_.guard([this, name, generation = folder.generation](Opening opening) {
+        opened(name, generation, std::move(opening));
+      }));
 }
 
 void HistoryFolderMonitor::opened(const std::string& name, std::uint64_t generation,
@@ -306,12 +308,11 @@ void HistoryFolderMonitor::lookAtArrivals() {
   if (arrivals_.empty()) return;
   EntryList departed;
   for (const PlacedEntry& one : departed_) departed.push_back(one.entry);
-  services_.work->post([&files = services_.files, paths = std::exchange(arrivals_, {}),
-                        departed = std::move(departed), main = services_.main,
-                        reply = lifetime_.guard(
-                            [this](const std::vector<Arrival>& found) { welcomeBack(found); })] {
-    main->post([reply, found = findDeparted(files, paths, departed)]() mutable { reply(found); });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [&files = services_.files, paths = std::exchange(arrivals_, {}),
+       departed = std::move(departed)] { return findDeparted(files, paths, departed); },
+      lifetime_.guard([this](const std::vector<Arrival>& found) { welcomeBack(found); }));
 }
 
 std::vector<HistoryFolderMonitor::Arrival> HistoryFolderMonitor::findDeparted(

@@ -9,6 +9,7 @@
 
 #include "base/json_record.hpp"
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 namespace {
@@ -60,20 +61,19 @@ void HistoryRetention::setPolicy(RetentionPolicy policy) {
 
 void HistoryRetention::readAgreement() {
   if (std::exchange(isReading_, true)) return;
-  services_.work->post([&files = services_.files, path = services_.store.paths().retention(),
-                        main = services_.main,
-                        reply = lifetime_.guard([this](RetentionAgreement& found) {
-                          agreement_ = std::move(found);
-                          sweep();
-                        })]() mutable {
-    RetentionAgreement found;
-    const auto text = files.read(path);
-    auto read = text ? json::fromText<RetentionAgreement>(*text)
-                     : Result<RetentionAgreement>(std::unexpected(text.error()));
-    // What cannot be read was agreed by nobody, and is asked again.
-    if (read) found = *std::move(read);
-    main->post([reply = std::move(reply), found = std::move(found)]() mutable { reply(found); });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [&files = services_.files, path = services_.store.paths().retention()] {
+        const auto text = files.read(path);
+        auto read = text ? json::fromText<RetentionAgreement>(*text)
+                         : Result<RetentionAgreement>(std::unexpected(text.error()));
+        // What cannot be read was agreed by nobody, and is asked again.
+        return read ? *std::move(read) : RetentionAgreement();
+      },
+      lifetime_.guard([this](RetentionAgreement found) {
+        agreement_ = std::move(found);
+        sweep();
+      }));
 }
 
 void HistoryRetention::sweep() {
@@ -136,23 +136,20 @@ void HistoryRetention::answer(RetentionPolicy policy, bool isAgreed) {
 // Known here once it is on disk: what goes by it must not be asked about again.
 void HistoryRetention::keep(RetentionAgreement agreement,
                             std::move_only_function<void(bool)> done) {
-  services_.work->post([&files = services_.files, path = services_.store.paths().retention(),
-                        agreement, main = services_.main,
-                        reply = lifetime_.guard([this, agreement, done = std::move(done)](
-                                                    const Result<void>& written) mutable {
-                          if (written) {
-                            agreement_ = std::move(agreement);
-                          } else {
-                            logWarning("History", "the agreed age could not be kept: {}",
-                                       written.error().reason);
-                          }
-                          done(written.has_value());
-                        })]() mutable {
-    main->post([reply = std::move(reply), written = files.replace(path, json::toText(agreement),
-                                                                  Privacy::ownerOnly)]() mutable {
-      reply(written);
-    });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [&files = services_.files, path = services_.store.paths().retention(), agreement] {
+        return files.replace(path, json::toText(agreement), Privacy::ownerOnly);
+      },
+      lifetime_.guard(
+          [this, agreement, done = std::move(done)](const Result<void>& written) mutable {
+            if (written) {
+              agreement_ = std::move(agreement);
+            } else {
+              logWarning("History", "the agreed age could not be kept: {}", written.error().reason);
+            }
+            done(written.has_value());
+          }));
 }
 
 void HistoryRetention::move(std::vector<std::string> expired) {

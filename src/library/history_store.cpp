@@ -11,6 +11,7 @@
 
 #include "base/check.hpp"
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 namespace {
@@ -56,22 +57,9 @@ void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> d
     std::optional<std::string> busyWith;
     IndexStorage::Loaded loaded;
   };
-  services_.persist->post(
-      [storage = storage_, main = services_.main,
-       reply = lifetime_.guard([this, wait, done = std::move(done)](Attempt& attempt) mutable {
-         const auto waited = services_.clock.monotonic() - wait.since;
-         awaitedHolder_.reset();
-         if (!attempt.busyWith) {
-           finishLoading(std::move(attempt.loaded), {});
-         } else if (wait.mayWait && mayWait_ && waited < longestLockWait) {
-           awaitedHolder_ = std::move(attempt.busyWith);
-           if (onHeld) onHeld();
-           return lookAgain(wait, waited, std::move(done));
-         } else if (!isLoaded()) {
-           return loadToLook(*std::move(attempt.busyWith), std::move(done));
-         }
-         done();
-       })]() mutable {
+  roundTrip(
+      *services_.persist, services_.main,
+      [storage = storage_] {
         Attempt attempt;
         const auto locked = storage->takeLock();
         if (locked) {
@@ -83,9 +71,22 @@ void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> d
                    locked.error().reason);
           attempt.loaded = storage->loadToLook(IndexLoad::unreadable);
         }
-        main->post(
-            [attempt = std::move(attempt), reply = std::move(reply)]() mutable { reply(attempt); });
-      });
+        return attempt;
+      },
+      lifetime_.guard([this, wait, done = std::move(done)](Attempt attempt) mutable {
+        const auto waited = services_.clock.monotonic() - wait.since;
+        awaitedHolder_.reset();
+        if (!attempt.busyWith) {
+          finishLoading(std::move(attempt.loaded), {});
+        } else if (wait.mayWait && mayWait_ && waited < longestLockWait) {
+          awaitedHolder_ = std::move(attempt.busyWith);
+          if (onHeld) onHeld();
+          return lookAgain(wait, waited, std::move(done));
+        } else if (!isLoaded()) {
+          return loadToLook(*std::move(attempt.busyWith), std::move(done));
+        }
+        done();
+      }));
 }
 
 // Who has waited longest looks most often, and so comes first.
@@ -100,16 +101,14 @@ void HistoryStore::lookAgain(LockWait wait, std::chrono::nanoseconds waited,
 
 /// What another process has is read all the same, and not written.
 void HistoryStore::loadToLook(std::string holder, std::move_only_function<void()> done) {
-  services_.persist->post(
-      [storage = storage_, main = services_.main,
-       reply = lifetime_.guard([this, holder = std::move(holder),
-                                done = std::move(done)](IndexStorage::Loaded& loaded) mutable {
-         finishLoading(std::move(loaded), std::move(holder));
-         done();
-       })]() mutable {
-        main->post([loaded = storage->loadToLook(IndexLoad::inUse),
-                    reply = std::move(reply)]() mutable { reply(loaded); });
-      });
+  roundTrip(
+      *services_.persist, services_.main,
+      [storage = storage_] { return storage->loadToLook(IndexLoad::inUse); },
+      lifetime_.guard([this, holder = std::move(holder),
+                       done = std::move(done)](IndexStorage::Loaded loaded) mutable {
+        finishLoading(std::move(loaded), std::move(holder));
+        done();
+      }));
 }
 
 void HistoryStore::finishLoading(IndexStorage::Loaded loaded, std::string holder) {

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 namespace {
@@ -82,13 +83,12 @@ void IndexWriter::flush(Done done) {
 }
 
 void IndexWriter::secure(Done done) {
-  persist_->post([storage = storage_, main = main_,
-                  reply = lifetime_.guard([this, done = std::move(done)](bool isLost) mutable {
-                    if (isLost && !refusal()) unwritten_ = true;
-                    flush(std::move(done));
-                  })]() mutable {
-    main->post([isLost = storage->isLost(), reply = std::move(reply)]() mutable { reply(isLost); });
-  });
+  roundTrip(
+      *persist_, main_, [storage = storage_] { return storage->isLost(); },
+      lifetime_.guard([this, done = std::move(done)](bool isLost) mutable {
+        if (isLost && !refusal()) unwritten_ = true;
+        flush(std::move(done));
+      }));
 }
 
 void IndexWriter::start() {
@@ -96,16 +96,16 @@ void IndexWriter::start() {
   debounce_.renew();
   unwritten_ = false;
   inFlight_ = true;
-  persist_->post([storage = storage_, main = main_, changes = std::exchange(pending_, {}),
-                  sequence = writeSequence_, reply = lifetime_.guard([this](Written& written) {
-                    landed(std::move(written));
-                  })]() mutable {
-    storage->apply(std::move(changes));
-    Written written{sequence, storage->write(), {}};
-    written.foreign = storage->takeForeign();
-    main->post(
-        [reply = std::move(reply), written = std::move(written)]() mutable { reply(written); });
-  });
+  roundTrip(
+      *persist_, main_,
+      [storage = storage_, changes = std::exchange(pending_, {}),
+       sequence = writeSequence_]() mutable {
+        storage->apply(std::move(changes));
+        Written written{sequence, storage->write(), {}};
+        written.foreign = storage->takeForeign();
+        return written;
+      },
+      lifetime_.guard([this](Written written) { landed(std::move(written)); }));
 }
 
 void IndexWriter::landed(Written written) {

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/round_trip.hpp"
 #include "library/look_adoption.hpp"
 #include "library/rewrite_journal.hpp"
 
@@ -63,12 +64,11 @@ void Library::load() {
 
 void Library::recoverRewrites() {
   if (!store_.indexWasReadFromDisk() || store_.indexRefusal()) return becomeReady();
-  services_.moves->post([&files = services_.files, paths = paths(), &clock = services_.clock,
-                         entries = store_.entries(), main = services_.main,
-                         reply = lifetime_.guard([this] { becomeReady(); })]() mutable {
-    RewriteJournal(files, paths, clock).recover(entries);
-    main->post(std::move(reply));
-  });
+  roundTrip(
+      *services_.moves, services_.main,
+      [&files = services_.files, paths = paths(), &clock = services_.clock,
+       entries = store_.entries()] { RewriteJournal(files, paths, clock).recover(entries); },
+      lifetime_.guard([this] { becomeReady(); }));
 }
 
 void Library::becomeReady() {
@@ -87,18 +87,20 @@ void Library::findFiles(const std::vector<std::string>& ids, Claimed claimed, Ta
                         FilesFound then) {
   std::set<std::string> own;
   if (claimed == Claimed::byCaller) own.insert(ids.begin(), ids.end());
-  work.post([&files = services_.files, main = services_.main, before = LookBeforeUse(store_, ids),
-             reply = lifetime_.guard([this, own = std::move(own),
-                                      then = std::move(then)](const FileLook& look) mutable {
-               AdoptedLook adopted = adoptLook(store_, look, own);
-               if (adopted.renamed == 0 || store_.indexRefusal()) return then(adopted.unsettled);
-               // The program may end with the answer.
-               store_.flush(
-                   lifetime_.guard([then = std::move(then), adopted = std::move(adopted)](
-                                       const Result<void>&) mutable { then(adopted.unsettled); }));
-             })]() mutable {
-    main->post([look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
-  });
+  roundTrip(
+      work, services_.main,
+      [&files = services_.files, before = LookBeforeUse(store_, ids)] {
+        return before.look(files);
+      },
+      lifetime_.guard(
+          [this, own = std::move(own), then = std::move(then)](const FileLook& look) mutable {
+            AdoptedLook adopted = adoptLook(store_, look, own);
+            if (adopted.renamed == 0 || store_.indexRefusal()) return then(adopted.unsettled);
+            // The program may end with the answer.
+            store_.flush(
+                lifetime_.guard([then = std::move(then), adopted = std::move(adopted)](
+                                    const Result<void>&) mutable { then(adopted.unsettled); }));
+          }));
 }
 
 void Library::whenReady(std::move_only_function<void()> go) {
