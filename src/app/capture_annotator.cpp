@@ -6,6 +6,7 @@
 
 #include "app/absent_file.hpp"
 #include "app/output_guard.hpp"
+#include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/output_failure.hpp"
 #include "library/file_reach.hpp"
@@ -153,12 +154,10 @@ std::optional<std::string> CaptureAnnotator::refusal(const ScreenshotEntry& entr
 template <class Value>
 void CaptureAnnotator::work(std::function<Value(const Services&)> job,
                             std::function<void(Value)> landed) {
-  services_->work->post([services = services_, job = std::move(job),
-                         landed = lifetime_.guard(std::move(landed))]() mutable {
-    services->main->post([value = job(*services), landed = std::move(landed)]() mutable {
-      landed(std::move(value));
-    });
-  });
+  roundTrip(
+      *services_->work, services_->main,
+      [services = services_, job = std::move(job)] { return job(*services); },
+      lifetime_.guard(std::move(landed)));
 }
 
 void CaptureAnnotator::apply(const std::string& name, const Path& document,

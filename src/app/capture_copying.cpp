@@ -5,6 +5,7 @@
 
 #include "app/absent_file.hpp"
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
 
 namespace vantorel {
@@ -48,18 +49,16 @@ Result<std::string> pictureAsPNG(const CaptureCopying::Services& with,
 void CaptureCopying::copy(const ScreenshotEntry& entry, std::function<void(std::string)> done) {
   Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
   if (clipboard == nullptr) return done("there is no clipboard here");
-  services_.work->post(
-      [with = services_, entry,
-       drawn = lifetime_.guard([clipboard, done = std::move(done)](Result<std::string>& png) {
-         if (!png) return done(png.error().reason);
-         clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
-           if (!set) logWarning("Clipboard", "{}", set.error().reason);
-           done(set ? "" : "the clipboard wouldn't take the image");
-         });
-       })]() mutable {
-        with.main->post(
-            [png = pictureAsPNG(with, entry), drawn = std::move(drawn)]() mutable { drawn(png); });
-      });
+  roundTrip(
+      *services_.work, services_.main,
+      [with = services_, entry] { return pictureAsPNG(with, entry); },
+      lifetime_.guard([clipboard, done = std::move(done)](Result<std::string> png) {
+        if (!png) return done(png.error().reason);
+        clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
+          if (!set) logWarning("Clipboard", "{}", set.error().reason);
+          done(set ? "" : "the clipboard wouldn't take the image");
+        });
+      }));
 }
 
 void CaptureCopying::copyForUser(const std::string& id) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/output_guard.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 namespace {
@@ -39,39 +40,35 @@ std::expected<void, std::string> writeTo(Files& files, const Path& output, std::
 }  // namespace
 
 void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<std::string> done) {
-  services_->work->post([entry, format, services = services_,
-                         quality = services_->settings->values().jpegQuality,
-                         landed = lifetime_.guard(std::move(done))]() mutable {
-    auto bytes = pictureOf(*entry, format, quality, *services->files, *services->codec);
-    std::expected<std::string, std::string> answer =
-        bytes
-            ? std::expected<std::string, std::string>(std::move(*bytes))
-            : std::unexpected("The capture couldn't be handed out: " + bytes.error().reason + ".");
-    services->main->post([answer = std::move(answer), landed = std::move(landed)]() mutable {
-      landed(std::move(answer));
-    });
-  });
+  roundTrip(
+      *services_->work, services_->main,
+      [entry, format, services = services_, quality = services_->settings->values().jpegQuality]()
+          -> std::expected<std::string, std::string> {
+        auto bytes = pictureOf(*entry, format, quality, *services->files, *services->codec);
+        if (bytes) return *std::move(bytes);
+        return std::unexpected("The capture couldn't be handed out: " + bytes.error().reason + ".");
+      },
+      lifetime_.guard(std::move(done)));
 }
 
 void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const Path& output,
                           Done<void> done) {
   read(entry, format,
-       lifetime_.guard([this, output,
-                        done = std::move(done)](std::expected<std::string, std::string> bytes) {
-         if (!bytes) return done(std::unexpected(std::move(bytes.error())));
-         const HistoryStore& store = *services_->store;
-         services_->work->post([bytes = std::move(*bytes), output, services = services_,
-                                kept = ProtectedFiles{.entries = store.entries(),
-                                                      .paths = store.paths(),
-                                                      .originals = store.paths().originals(),
-                                                      .settings = services_->settingsFile},
-                                landed = lifetime_.guard(done)]() mutable {
-           auto answer = writeTo(*services->files, output, bytes, kept);
-           services->main->post([answer = std::move(answer), landed = std::move(landed)]() mutable {
-             landed(std::move(answer));
-           });
-         });
-       }));
+       lifetime_.guard(
+           [this, output, done = std::move(done)](std::expected<std::string, std::string> bytes) {
+             if (!bytes) return done(std::unexpected(std::move(bytes.error())));
+             const HistoryStore& store = *services_->store;
+             roundTrip(
+                 *services_->work, services_->main,
+                 [bytes = std::move(*bytes), output, services = services_,
+                  kept = ProtectedFiles{.entries = store.entries(),
+                                        .paths = store.paths(),
+                                        .originals = store.paths().originals(),
+                                        .settings = services_->settingsFile}] {
+                   return writeTo(*services->files, output, bytes, kept);
+                 },
+                 lifetime_.guard(done));
+           }));
 }
 
 }  // namespace vantorel

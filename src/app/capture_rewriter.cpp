@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "app/absent_file.hpp"
+#include "base/round_trip.hpp"
 #include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
 #include "editor/entry_document.hpp"
@@ -148,26 +149,12 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
     source.keepOriginalAs = services_.library->paths().originals() /
                             (before.id + Path(before.path).extension().string());
   }
-  services_.work->post(
+  roundTrip(
+      *services_.work, services_.main,
       [source, change, asked = entry, journal = journal_, files = services_.files,
        paths = services_.library->paths(), now = services_.library->clock().now(),
        codec = services_.codec, entries = services_.library->store().entries(),
-       quality = services_.settings->values().jpegQuality, main = services_.main,
-       landed = lifetime_.guard([this, entry, source,
-                                 finished = std::move(finished)](Rewritten& result) mutable {
-         if (!result || !*result) {
-           auto reply =
-               result ? RewriteReply(RewrittenCapture{
-                            entry, "The file is as it should be already; nothing was changed."})
-                      : RewriteReply(std::unexpected(result.error()));
-           return endJournal(entry->id, [reply = std::move(reply), finished = std::move(finished)](
-                                            const RewriteJournal::Ended& ended) mutable {
-             if (!reply && ended.isUnsettled) reply.error() += unsettledRemark;
-             finished(reply);
-           });
-         }
-         fileAway(*entry, source, **result, std::move(finished));
-       })]() mutable {
+       quality = services_.settings->values().jpegQuality]() mutable {
         CaptureTranscoder transcoder(files, codec);
         // Files that entries name may come back, and what is put at a name in doubt may go.
         KnownFiles doubtful(*files);
@@ -207,9 +194,23 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
           made.identity = identifyFile(*files, made.path);
           if (made.oldPath) made.oldIdentity = identifyFile(*files, *made.oldPath);
         }
-        main->post(
-            [result = std::move(result), landed = std::move(landed)]() mutable { landed(result); });
-      });
+        return result;
+      },
+      lifetime_.guard([this, entry, source,
+                       finished = std::move(finished)](Rewritten result) mutable {
+        if (!result || !*result) {
+          auto reply =
+              result ? RewriteReply(RewrittenCapture{
+                           entry, "The file is as it should be already; nothing was changed."})
+                     : RewriteReply(std::unexpected(result.error()));
+          return endJournal(entry->id, [reply = std::move(reply), finished = std::move(finished)](
+                                           const RewriteJournal::Ended& ended) mutable {
+            if (!reply && ended.isUnsettled) reply.error() += unsettledRemark;
+            finished(reply);
+          });
+        }
+        fileAway(*entry, source, **result, std::move(finished));
+      }));
 }
 
 void CaptureRewriter::fileAway(const ScreenshotEntry& before,
@@ -252,11 +253,12 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
 }
 
 void CaptureRewriter::endJournal(const std::string& id, Ended then) {
-  services_.work->post([journal = journal_, id, entries = services_.library->store().entries(),
-                        main = services_.main, reply = lifetime_.guard(std::move(then))]() mutable {
-    main->post(
-        [ended = journal->end(id, entries), reply = std::move(reply)]() mutable { reply(ended); });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [journal = journal_, id, entries = services_.library->store().entries()] {
+        return journal->end(id, entries);
+      },
+      lifetime_.guard(std::move(then)));
 }
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 #include "base/utf8.hpp"
 
 namespace vantorel {
@@ -49,17 +50,17 @@ void LibraryMove::settingChanged() {
   const std::string& chosen = services_.settings->values().storageDirectory;
   const std::string previous = std::exchange(storageFolder_, chosen);
   if (previous == chosen || !services_.defaults->value("storageDirectory")) return;
-  services_.work->post(
-      [files = services_.files, chosen, paths = services_.library->paths(), main = services_.main,
-       reply = lifetime_.guard([this, previous, chosen](bool isOwn) {
-         if (isOwn) {
-           return services_.alerts->notify("Captures weren't moved", refusal(ownFolder()));
-         }
-         follow(previous, chosen);
-       })]() mutable {
-        main->post([isOwn = isOwnFolder(*files, chosen, paths),
-                    reply = std::move(reply)]() mutable { reply(isOwn); });
-      });
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, chosen, paths = services_.library->paths()] {
+        return isOwnFolder(*files, chosen, paths);
+      },
+      lifetime_.guard([this, previous, chosen](bool isOwn) {
+        if (isOwn) {
+          return services_.alerts->notify("Captures weren't moved", refusal(ownFolder()));
+        }
+        follow(previous, chosen);
+      }));
 }
 
 void LibraryMove::follow(const Path& previous, const Path& chosen) {
@@ -80,16 +81,15 @@ void LibraryMove::report(const RelocationOutcome& outcome) {
 
 void LibraryMove::checkFolder(const Path& folder, Checked done) {
   if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
-  services_.work->post(
-      [files = services_.files, folder, paths = services_.library->paths(), main = services_.main,
-       reply = lifetime_.guard([done = std::move(done)](const Result<void>& usable) mutable {
-         if (usable) return done({});
-         done(std::unexpected(refusal(usable.error())));
-       })]() mutable {
-        main->post([usable = tryFolder(*files, folder, paths), reply = std::move(reply)]() mutable {
-          reply(usable);
-        });
-      });
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, folder, paths = services_.library->paths()] {
+        return tryFolder(*files, folder, paths);
+      },
+      lifetime_.guard([done = std::move(done)](const Result<void>& usable) mutable {
+        if (usable) return done({});
+        done(std::unexpected(refusal(usable.error())));
+      }));
 }
 
 void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress,

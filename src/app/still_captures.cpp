@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "base/round_trip.hpp"
 #include "library/file_reach.hpp"
 
 namespace vantorel {
@@ -91,10 +92,9 @@ void StillCaptures::recoverStaged(std::function<void(int filed)> done) {
 
 // What is being staged on that runner is claimed here before the answer comes.
 void StillCaptures::whenStagingKnown(std::function<void(const std::set<Path>& underWay)> known) {
-  services_.staging->post(
-      [main = services_.main, reply = lifetime_.guard([this, known = std::move(known)] {
-        known(filing_->pathsUnderWay());
-      })]() mutable { main->post(std::move(reply)); });
+  roundTrip(
+      *services_.staging, services_.main, [] {},
+      lifetime_.guard([this, known = std::move(known)] { known(filing_->pathsUnderWay()); }));
 }
 
 }  // namespace vantorel

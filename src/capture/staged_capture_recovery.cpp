@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 
@@ -28,27 +29,25 @@ void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> 
 
 void StagedCaptureRecovery::begin() {
   filed_ = 0;
-  services_.work->post([staging = services_.staging, main = services_.main,
-                        found = lifetime_.guard([this](Result<std::vector<StagedCapture>>& staged) {
-                          if (!staged) {
-                            logError("Staging", "the staging folder could not be read: {}",
-                                     staged.error().reason);
-                          } else {
-                            waiting_ = std::move(*staged);
-                          }
-                          std::erase_if(waiting_, [&](const StagedCapture& one) {
-                            return mayBeOfThisRun(one.capturedAt, sweeps_.front().stagedBefore) ||
-                                   services_.filing->claimedPaths().contains(one.path);
-                          });
-                          for (const StagedCapture& one : waiting_) {
-                            services_.filing->claim(one.path);
-                          }
-                          next();
-                        })]() mutable {
-    staging->removeLeftovers();
-    auto staged = staging->staged();
-    main->post([staged = std::move(staged), found = std::move(found)]() mutable { found(staged); });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [staging = services_.staging] {
+        staging->removeLeftovers();
+        return staging->staged();
+      },
+      lifetime_.guard([this](Result<std::vector<StagedCapture>> staged) {
+        if (!staged) {
+          logError("Staging", "the staging folder could not be read: {}", staged.error().reason);
+        } else {
+          waiting_ = std::move(*staged);
+        }
+        std::erase_if(waiting_, [&](const StagedCapture& one) {
+          return mayBeOfThisRun(one.capturedAt, sweeps_.front().stagedBefore) ||
+                 services_.filing->claimedPaths().contains(one.path);
+        });
+        for (const StagedCapture& one : waiting_) services_.filing->claim(one.path);
+        next();
+      }));
 }
 
 void StagedCaptureRecovery::next() {

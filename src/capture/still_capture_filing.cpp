@@ -4,6 +4,7 @@
 
 #include "base/log.hpp"
 #include "base/random_id.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 
@@ -41,23 +42,21 @@ void StillCaptureFiling::fileNow(StagedCapture staged, Image image, Filed filed,
   };
   auto placing =
       std::make_shared<Placing>(Placing{std::move(staged), std::move(filed), std::move(reached)});
-  services_.work->post([placing, image = std::move(image), settings = services_.fileSettings(),
-                        placement = services_.placement, main = services_.main,
-                        placed = lifetime_.guard([this, placing](Result<PlacedCapture>& result) {
-                          if (!result) {
-                            services_.main->post([placing, failure = result.error()] {
-                              placing->filed(std::unexpected(failure));
-                            });
-                            return;
-                          }
-                          if (placing->reached) placing->reached("file");
-                          addToLibrary(std::move(placing->staged), std::move(*result),
-                                       std::move(placing->filed), placing->reached);
-                        })]() mutable {
-    auto result = placement->place(placing->staged, std::move(image), settings);
-    main->post(
-        [result = std::move(result), placed = std::move(placed)]() mutable { placed(result); });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [placing, image = std::move(image), settings = services_.fileSettings(),
+       placement = services_.placement]() mutable {
+        return placement->place(placing->staged, std::move(image), settings);
+      },
+      lifetime_.guard([this, placing](Result<PlacedCapture> result) {
+        if (!result) {
+          return services_.main->post(
+              [placing, failure = result.error()] { placing->filed(std::unexpected(failure)); });
+        }
+        if (placing->reached) placing->reached("file");
+        addToLibrary(std::move(placing->staged), std::move(*result), std::move(placing->filed),
+                     placing->reached);
+      }));
 }
 
 void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed,
@@ -119,22 +118,23 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
 
 void StillCaptureFiling::forgetStaged(const StagedCapture& staged, const Path& placed,
                                       bool discards, std::move_only_function<void()> done) {
-  services_.work->post([staged, placed, discards, staging = services_.staging,
-                        main = services_.main, done = std::move(done)]() mutable {
-    // The staged name first: its file may be the very one that is placed, and without its record it
-    // would look like somebody else's.
-    if (discards) {
-      if (const auto discarded = staging->discard(staged); !discarded) {
-        logWarning("Filing", "{} could not be removed: {}", staged.path.string(),
-                   discarded.error().reason);
-      }
-    }
-    if (const auto removed = staging->removeRecord(placed); !removed) {
-      logWarning("Filing", "the record of {} could not be removed: {}", placed.string(),
-                 removed.error().reason);
-    }
-    main->post(std::move(done));
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [staged, placed, discards, staging = services_.staging] {
+        // The staged name first: its file may be the very one that is placed, and without its
+        // record it would look like somebody else's.
+        if (discards) {
+          if (const auto discarded = staging->discard(staged); !discarded) {
+            logWarning("Filing", "{} could not be removed: {}", staged.path.string(),
+                       discarded.error().reason);
+          }
+        }
+        if (const auto removed = staging->removeRecord(placed); !removed) {
+          logWarning("Filing", "the record of {} could not be removed: {}", placed.string(),
+                     removed.error().reason);
+        }
+      },
+      std::move(done));
 }
 
 }  // namespace vantorel

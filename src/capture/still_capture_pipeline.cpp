@@ -7,6 +7,7 @@
 #include "base/check.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
+#include "base/round_trip.hpp"
 #include "base/spent_time.hpp"
 #include "capture/source_app_resolution.hpp"
 
@@ -394,56 +395,50 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
   record.sourceApp = std::move(app);
 
   using Staged = Result<StagedCapture, CaptureFailure>;
-  services_.work->post([codec = services_.codec, staging = services_.staging,
-                        image = run_->picture.image, capturedAt = run_->capturedAt,
-                        record = std::move(record), main = services_.main,
-                        done = lifetime_.guard([this](Staged& staged) {
-                          if (!staged) {
-                            finish(CaptureOutcome{std::move(staged.error())});
-                            return;
-                          }
-                          reached("stage");
-                          services_.filing->claim(staged->path);
-                          if (run_->request.onStaged) run_->request.onStaged(staged->path);
-                          services_.filing->file(
-                              std::move(*staged), std::move(run_->picture.image),
-                              lifetime_.guard([this](Result<CaptureOutcome::Saved> filed) {
-                                if (!filed) {
-                                  return fail(CaptureFailure::Case::writeFailed,
-                                              filed.error().reason);
-                                }
-                                reached("forget the staged file");
-                                filed->copies = run_->copies;
-                                if (run_->onFiled) run_->onFiled(*filed->entry);
-                                filed->shown = shownArea();
-                                if (run_->lacksCover) filed->remarks.emplace_back(iconsAreShown);
-                                if (!run_->cut.empty()) filed->remarks.push_back(run_->cut);
-                                finish(CaptureOutcome{std::move(*filed)});
-                              }),
-                              lifetime_.guard([this](std::string_view step) { reached(step); }));
-                        })]() mutable {
-    SpentTime encoding;
-    const auto png = encoding.measure([&] {
-      return codec->encode(image, {.format = ExportFormat::png,
-                                   .pixelsPerPoint = record.scale.value_or(1),
-                                   .createdAt = capturedAt});
-    });
-    logInfo("CaptureLatency", "of stage: encode {:.1f} ms", encoding.milliseconds());
-    Staged staged = [&]() -> Staged {
-      using Case = CaptureFailure::Case;
-      if (!png) {
-        logError("Capture", "encoding failed: {}", png.error().reason);
-        return std::unexpected(
-            CaptureFailure{Case::writeFailed, "the capture couldn't be encoded"});
-      }
-      auto written = staging->stage(*png, capturedAt, std::move(record));
-      if (!written) {
-        return std::unexpected(CaptureFailure{Case::writeFailed, written.error().reason});
-      }
-      return std::move(*written);
-    }();
-    main->post([staged = std::move(staged), done = std::move(done)]() mutable { done(staged); });
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [codec = services_.codec, staging = services_.staging, image = run_->picture.image,
+       capturedAt = run_->capturedAt, record = std::move(record)]() mutable -> Staged {
+        SpentTime encoding;
+        const auto png = encoding.measure([&] {
+          return codec->encode(image, {.format = ExportFormat::png,
+                                       .pixelsPerPoint = record.scale.value_or(1),
+                                       .createdAt = capturedAt});
+        });
+        logInfo("CaptureLatency", "of stage: encode {:.1f} ms", encoding.milliseconds());
+        using Case = CaptureFailure::Case;
+        if (!png) {
+          logError("Capture", "encoding failed: {}", png.error().reason);
+          return std::unexpected(
+              CaptureFailure{Case::writeFailed, "the capture couldn't be encoded"});
+        }
+        auto written = staging->stage(*png, capturedAt, std::move(record));
+        if (!written) {
+          return std::unexpected(CaptureFailure{Case::writeFailed, written.error().reason});
+        }
+        return std::move(*written);
+      },
+      lifetime_.guard([this](Staged staged) {
+        if (!staged) return finish(CaptureOutcome{std::move(staged.error())});
+        reached("stage");
+        services_.filing->claim(staged->path);
+        if (run_->request.onStaged) run_->request.onStaged(staged->path);
+        services_.filing->file(std::move(*staged), std::move(run_->picture.image),
+                               lifetime_.guard([this](Result<CaptureOutcome::Saved> filed) {
+                                 if (!filed) {
+                                   return fail(CaptureFailure::Case::writeFailed,
+                                               filed.error().reason);
+                                 }
+                                 reached("forget the staged file");
+                                 filed->copies = run_->copies;
+                                 if (run_->onFiled) run_->onFiled(*filed->entry);
+                                 filed->shown = shownArea();
+                                 if (run_->lacksCover) filed->remarks.emplace_back(iconsAreShown);
+                                 if (!run_->cut.empty()) filed->remarks.push_back(run_->cut);
+                                 finish(CaptureOutcome{std::move(*filed)});
+                               }),
+                               lifetime_.guard([this](std::string_view step) { reached(step); }));
+      }));
 }
 
 PixelRect StillCapturePipeline::shownArea() const {
