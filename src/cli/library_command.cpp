@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/round_trip.hpp"
 #include "cli/entry_text.hpp"
 #include "cli/library_report_text.hpp"
 #include "library/entry_filter.hpp"
@@ -270,12 +271,10 @@ void LibraryCommands::verify(bool repairs, bool json, const RunningPointer& runn
                              CommandDone done) {
   auto answer = [this, json, done = std::move(done)](VerifyReport report) mutable {
     // The lines of a large library hold the runner too long.
-    services_.work->post([report = std::move(report), json, main = services_.main,
-                          done = lifetime_.guard(std::move(done))]() mutable {
-      main->post([reply = replyTo(report, json), done = std::move(done)]() mutable {
-        done(std::move(reply));
-      });
-    });
+    roundTrip(
+        *services_.work, services_.main,
+        [report = std::move(report), json] { return replyTo(report, json); },
+        lifetime_.guard(std::move(done)));
   };
   services_.repair->run(repairs, progressOf(running), lifetime_.guard(std::move(answer)));
 }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 #include "library/whole_picture.hpp"
 #include "main/scene_module.hpp"
 #include "main/terminal_surfaces.hpp"
@@ -118,7 +119,7 @@ void CaptureWing::showCoverLook() {
   desktop.ui->setDesktopCoverLook(look);
   coverLook_.renew();
   if (look.style != DesktopCoverStyle::custom || !values.desktopCoverImagePath) return;
-  auto show = coverLook_.guard([this, look](Result<std::string>& image) mutable {
+  auto show = coverLook_.guard([this, look](Result<std::string> image) mutable {
     if (!image) {
       logWarning("DesktopCover", "the image cannot be read: {}", image.error().reason);
       return;
@@ -126,12 +127,12 @@ void CaptureWing::showCoverLook() {
     look.image = *std::move(image);
     desktop.ui->setDesktopCoverLook(std::move(look));
   });
-  desktop.lanes.disks.queue("com.hollen.Vantorel.cover")
-      ->post([files = desktop.files, path = *values.desktopCoverImagePath, main = desktop.main,
-              show = std::move(show)]() mutable {
-        main->post([image = files->read(path, largestCoverImage),
-                    show = std::move(show)]() mutable { show(image); });
-      });
+  roundTrip(
+      *desktop.lanes.disks.queue("com.hollen.Vantorel.cover"), desktop.main,
+      [files = desktop.files, path = *values.desktopCoverImagePath] {
+        return files->read(path, largestCoverImage);
+      },
+      std::move(show));
 }
 
 }  // namespace vantorel

@@ -4,21 +4,23 @@
 
 #include <utility>
 
+#include "base/round_trip.hpp"
 #include "main/tray_lock.hpp"
 
 namespace vantorel {
 namespace {
 
 void checkFile(DesktopWing& desktop, const Path& path, CommandRunner::Services::Checked done) {
-  desktop.lanes.disks.queue("com.hollen.Vantorel.library")
-      ->post([files = desktop.files, path, main = desktop.main, done = std::move(done)]() mutable {
-        std::expected<void, std::string> usable;
+  roundTrip(
+      *desktop.lanes.disks.queue("com.hollen.Vantorel.library"), desktop.main,
+      [files = desktop.files, path]() -> std::expected<void, std::string> {
         if (const auto opened = files->open(path); !opened) {
-          usable = std::unexpected(
+          return std::unexpected(
               fmt::format("{} can't be opened: {}.", path.string(), opened.error().reason));
         }
-        main->post([usable = std::move(usable), done = std::move(done)] { done(usable); });
-      });
+        return {};
+      },
+      std::move(done));
 }
 
 CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, EditorWing& editor) {

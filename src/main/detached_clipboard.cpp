@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "base/round_trip.hpp"
 #include "main/clipboard_holder.hpp"
 #include "main/detached_process.hpp"
 #include "platform/linux/file_descriptor.hpp"
@@ -42,13 +43,9 @@ Result<void> hand(const std::string& png) {
 
 void DetachedClipboard::setImage(std::string png,
                                  std::move_only_function<void(Result<void>)> done) {
-  queue_->post(
-      [png = std::move(png), main = main_, done = lifetime_.guard(std::move(done))]() mutable {
-        auto handed = hand(png);
-        main->post([handed = std::move(handed), done = std::move(done)]() mutable {
-          done(std::move(handed));
-        });
-      });
+  roundTrip(
+      *queue_, main_, [png = std::move(png)] { return hand(png); },
+      lifetime_.guard(std::move(done)));
 }
 
 void DetachedClipboard::setText(std::string, std::move_only_function<void(Result<void>)> done) {

@@ -9,6 +9,7 @@
 #include "base/json_writer.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
+#include "base/round_trip.hpp"
 
 namespace vantorel {
 namespace {
@@ -298,8 +299,9 @@ void SettingsFile::watch() {
 }
 
 void SettingsFile::readAgain() {
-  services_.io->post(
-      [disk = disk_, main = services_.main, reply = lifetime_.guard([this](Result<Values>& values) {
+  roundTrip(
+      *services_.io, services_.main, [disk = disk_] { return disk->read(); },
+      lifetime_.guard([this](Result<Values> values) {
         damage_.renew();
         if (values) {
           const bool isNews = std::exchange(isDamageReported_, false);
@@ -310,9 +312,7 @@ void SettingsFile::readAgain() {
               editingTime,
               damage_.guard([this, reason = values.error().reason] { reportDamage(reason); }));
         }
-      })]() mutable {
-        main->post([reply = std::move(reply), values = disk->read()]() mutable { reply(values); });
-      });
+      }));
 }
 
 std::string SettingsFile::damageSentence(std::string_view damage,
