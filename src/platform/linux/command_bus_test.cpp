@@ -165,7 +165,9 @@ TEST_F(CommandBusTest, AnOwnerThatDiesBeforeTakingIsReplacedAfterwardsItIsNot) {
     auto asked = joinMeanwhile(request({"capture"}));
     loop.runFor(milliseconds(100));
     owner.signal(SIGKILL);
-    EXPECT_TRUE(asked.get().isOwner());
+    const Joined next = asked.get();
+    EXPECT_TRUE(next.isOwner()) << static_cast<int>(next.started.role) << ": "
+                                << next.started.reply.error;
     EXPECT_FALSE(exists("begun"));
   }
   std::filesystem::remove(desktop.folder() / "owner");

@@ -192,7 +192,7 @@ TEST_F(ClipboardTest, HandsTheContentToTheManagerAtTheEnd) {
 
 TEST_F(ClipboardTest, AServerThatHangsHoldsNobodyUp) {
   ASSERT_TRUE(copy(&Clipboard::setText, "before"));
-  ::kill(desktop.server().pid(), SIGSTOP);
+  desktop.server().signal(SIGSTOP);
   const auto before = std::chrono::steady_clock::now();
   Result<void> outcome;
   clipboard.setImage(bytes(1000), [&](Result<void> answer) { outcome = std::move(answer); });

@@ -112,7 +112,13 @@ bool ChildProcess::reap(bool block) {
 
 bool ChildProcess::isRunning() { return !ended_ && !reap(false); }
 
-void ChildProcess::signal(int signal) const { kill(pid_, signal); }
+void ChildProcess::signal(int signal) const {
+  kill(pid_, signal);
+  // Its other threads go on for a moment.
+  siginfo_t stopped{};
+  if (signal == SIGSTOP)
+    waitid(P_PID, static_cast<id_t>(pid_), &stopped, WSTOPPED | WEXITED | WNOWAIT);
+}
 
 ChildOutcome ChildProcess::wait(std::chrono::milliseconds bound) {
   const auto end = std::chrono::steady_clock::now() + bound;

@@ -37,7 +37,7 @@ class ChildProcess {
   [[nodiscard]] pid_t pid() const { return pid_; }
   [[nodiscard]] bool isRunning();
 
-  /// Sends `signal` to the program itself.
+  /// Sends `signal` to the program itself. After SIGSTOP all of its threads stand still.
   void signal(int signal) const;
 
   /// Waits for the end; throws when it does not come within `bound`.
