@@ -8,9 +8,9 @@
 
 #include "base/log.hpp"
 #include "library/capture_file_name.hpp"
+#include "library/doubtful_names.hpp"
 #include "library/entry_paths.hpp"
 #include "library/history_log.hpp"
-#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -19,10 +19,13 @@ constexpr std::string_view notRestored = "restore from Trash failed: ";
 
 /// A path that neither the disk nor an entry has: other files may have got the name while this one
 /// was in the Trash.
-std::string freePath(const Files& files, std::unordered_set<std::string>& taken,
-                     const std::string& wanted) {
+std::string freePath(const Files& files, KnownFiles& doubtful,
+                     std::unordered_set<std::string>& taken, const std::string& wanted) {
   Path path = wanted;
-  for (int number = 2; taken.contains(path.string()) || files.status(path); ++number) {
+  const auto isTaken = [&] {
+    return taken.contains(path.string()) || files.status(path) || doubtful.hasName(path);
+  };
+  for (int number = 2; isTaken(); ++number) {
     path.replace_filename(numberedName(wanted, number));
   }
   taken.insert(path.string());
@@ -31,18 +34,16 @@ std::string freePath(const Files& files, std::unordered_set<std::string>& taken,
 
 /// Decides where the files of a batch go. Entries that an earlier run brought back keep what they
 /// have. A name whose removal may still be made is as good as taken.
-void choosePaths(const Files& files, const EntryList& all, std::vector<RemovedEntry>& items,
-                 double now) {
+void choosePaths(const Files& files, const LibraryPaths& paths, const EntryList& all,
+                 std::vector<RemovedEntry>& items, double now) {
   std::unordered_map<std::string_view, EntryPointer> present;
   std::unordered_set<std::string> taken;
   for (const EntryPointer& entry : all) {
     present.emplace(entry->id, entry);
     forEachPath(*entry, [&](const std::string& path) { taken.insert(path); });
   }
-  for (RemovedEntry& item : items) {
-    if (!item.mayLandUntil || !mayStillLand(*item.mayLandUntil, now)) continue;
-    forEachPath(*item.entry, [&](const std::string& path) { taken.insert(path); });
-  }
+  KnownFiles doubtful(files);
+  addDoubtfulNames(files, paths, now, doubtful);
   for (RemovedEntry& item : items) {
     if (const auto found = present.find(item.entry->id); found != present.end()) {
       item.entry = found->second;
@@ -50,9 +51,9 @@ void choosePaths(const Files& files, const EntryList& all, std::vector<RemovedEn
     }
     ScreenshotEntry entry = *item.entry;
     // A file that never went is where it was.
-    if (item.trashedPNGURL) entry.path = freePath(files, taken, entry.path);
+    if (item.trashedPNGURL) entry.path = freePath(files, doubtful, taken, entry.path);
     if (item.trashedOriginalURL && entry.originalPath) {
-      entry.originalPath = freePath(files, taken, *entry.originalPath);
+      entry.originalPath = freePath(files, doubtful, taken, *entry.originalPath);
     }
     if (entry != *item.entry)
       item.entry = std::make_shared<const ScreenshotEntry>(std::move(entry));
@@ -171,7 +172,7 @@ void DeletionUndo::begin(const std::shared_ptr<Undoing>& state) {
         auto noted = writePendingUndo(files, paths, {{state->items}, until, true});
         if (!noted) return noted;
         state->tried = state->items;
-        choosePaths(files, entries, state->tried, now);
+        choosePaths(files, paths, entries, state->tried, now);
         return noted;
       },
       [this, state](const Result<void>& begun) {

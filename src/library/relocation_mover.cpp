@@ -445,10 +445,13 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
       stayed.back().identity = identifyFile(files_, one.oldPath);
       continue;
     }
-    planned_[one.pair].isDone = true;
-    if (!one.isCopied) continue;
-    if (const auto removed = removeFile(files_, one.oldPath); !removed) {
-      copied_.push_back(planned_[one.pair].pair);
+    Planned& planned = planned_[one.pair];
+    const auto removed = one.isCopied ? removeFile(files_, one.oldPath) : Result<void>();
+    planned.isDone = removed.has_value();
+    if (!removed) {
+      // In the journal until it is noted as left.
+      planned.staysBehind = true;
+      copied_.push_back(planned.pair);
       if (vantorel::isUnanswered(removed.error())) doubtful_.add(one.oldPath);
       if (reasonOfStaying_.empty()) reasonOfStaying_ = removed.error().reason;
     }
@@ -466,7 +469,7 @@ RelocationMover::Remains RelocationMover::end() {
   for (const DoubtfulNames::Name& name : doubtful_.names) left.doubtful.add(name.path);
   Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_, !left.doubtful.isEmpty()};
   for (Planned& planned : planned_) {
-    if (planned.isDone) continue;
+    if (planned.isDone || planned.staysBehind) continue;
     left.addFolderOf(planned.pair.oldPath);
     planned.isDone = !planned.isMoved && !planned.isUnanswered;
   }
@@ -477,6 +480,7 @@ RelocationMover::Remains RelocationMover::end() {
       return remains;
     }
   }
+  for (Planned& planned : planned_) planned.isDone |= planned.staysBehind;
   (void)writeJournal();
   return remains;
 }

@@ -96,6 +96,7 @@ class RelocationMover {
     bool isInPlace = false;  // the new folder is the old one under another name
     bool isMoved = false;
     bool isUnanswered = false;  // it may have moved, and only a look tells
+    bool staysBehind = false;   // its copy is done, and the original could not be removed
     bool isDone = false;
   };
 

@@ -77,7 +77,7 @@ struct Shelf {
   /// The server died when it fell silent, and its disk is mounted again.
   void mountAnew() {
     answerAgain();
-    files.mountAnew({"/captures", "/Trash"});
+    for (const char* folder : {"/captures", "/Trash"}) files.renumber(folder);
   }
 
   [[nodiscard]] std::string ids() const {

@@ -98,17 +98,6 @@ std::vector<std::string> FakeFiles::names(const Path& folder) const {
   return found;
 }
 
-void FakeFiles::mountAnew(const std::set<Path>& anew) {
-  std::set<std::uint64_t> given;
-  for (auto& [path, file] : disk) {
-    if (!anew.contains(path.parent_path())) continue;
-    file = std::make_shared<File>(*file);
-    std::uint64_t& number = file->status.inode;
-    if (!given.insert(++number).second) number = nextInode_++;
-  }
-  for (const Path& folder : anew) folderNumbers[folder] = nextInode_++;
-}
-
 Result<void> FakeFiles::change() {
   ++changes;
   if (beforeChange) beforeChange(changes);

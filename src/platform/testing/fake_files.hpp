@@ -60,10 +60,6 @@ class FakeFiles final : public Files {
   /// Files that `status` goes on showing by names that they have no longer.
   std::map<Path, std::shared_ptr<File>> shownAlthoughGone;
 
-  /// The disk of these folders, which numbers its files anew with each mount, is mounted again:
-  /// each name has a number of its own, which another file had before.
-  void mountAnew(const std::set<Path>& folders);
-
   /// The disk at `mount` is mounted anew and numbers its files anew: each gets the number of
   /// another one, and hard links are files of their own.
   void renumber(const Path& mount);
