@@ -1,6 +1,8 @@
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -23,6 +25,7 @@
 #include "platform/linux/loop_runner.hpp"
 #include "platform/linux/remote_files.hpp"
 #include "platform/linux/runtime_folder.hpp"
+#include "platform/linux/system_error.hpp"
 #include "platform/linux/user_folders.hpp"
 #include "platform/linux/x_authority.hpp"
 
@@ -30,11 +33,16 @@ namespace vantorel {
 namespace {
 
 int print(const BusReply& reply) {
-  std::fwrite(reply.output.data(), 1, reply.output.size(), stdout);
+  // A full disk must not look like success.
+  const bool isWritten =
+      std::fwrite(reply.output.data(), 1, reply.output.size(), stdout) == reply.output.size() &&
+      std::fflush(stdout) == 0;
+  const int error = errno;
   std::fwrite(reply.error.data(), 1, reply.error.size(), stderr);
-  // A full disk or a closed pipe must not look like success.
-  if (std::fflush(stdout) != 0 && reply.status == 0) return static_cast<int>(ExitStatus::failed);
-  return reply.status;
+  if (isWritten) return reply.status;
+  fmt::print(stderr, "Couldn't write to standard output: {}.\n",
+             systemFailure(error).error().reason);
+  return reply.status == 0 ? static_cast<int>(ExitStatus::failed) : reply.status;
 }
 
 /// Ends the process with what was printed flushed, and without waiting for threads that hang in a

@@ -240,10 +240,16 @@ Result<void> moveNewInSteps(const Path& from, const Path& to) {
     return systemFailure(error);
   }
   if (errno == EEXIST || errno == EXDEV) return lastSystemFailure();
-  VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
+  struct stat held{};
+  {
+    const FileDescriptor holder = VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
+    VT_TRY(answer(::fstat(holder.number(), &held)));
+  }
   if (::rename(from.c_str(), to.c_str()) == 0) return {};
   const int error = errno;
-  if (hasGone()) return {};
+  // The file may have gone before, behind the back of a mount that still showed it.
+  struct stat there{};
+  if (hasGone() && ::lstat(to.c_str(), &there) == 0 && there.st_ino != held.st_ino) return {};
   // By the time it is removed, the name may be the file's.
   if (!mayBeLostReply(error)) ::unlink(to.c_str());
   return systemFailure(error);

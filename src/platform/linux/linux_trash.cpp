@@ -14,6 +14,7 @@
 #include "library/file_move.hpp"
 #include "library/unanswered_change.hpp"
 #include "platform/linux/mount_table.hpp"
+#include "platform/linux/remote_mounts.hpp"
 
 namespace vantorel {
 namespace {
@@ -66,8 +67,13 @@ Path infoOf(const Path& trashed) {
 
 }  // namespace
 
-LinuxTrash::LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID)
-    : files_(files), clock_(clock), dataHome_(std::move(dataHome)), userID_(userID) {}
+LinuxTrash::LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID,
+                       IsServed isServed)
+    : files_(files),
+      clock_(clock),
+      dataHome_(std::move(dataHome)),
+      userID_(userID),
+      isServed_(std::move(isServed)) {}
 
 // Others may write where it lies: a link or a folder of theirs would give them what is put in.
 Result<void> LinuxTrash::makeOwn(const Path& folder) {
@@ -175,7 +181,7 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to, Attempt at
       return std::unexpected(there.error());
     }
     VT_TRY(files_.status(to));
-    keepFree(trashed);
+    clearInfo(trashed, true);
     return {};
   }
   VT_TRY(files_.makeFolder(to.parent_path(), Privacy::byUmask));
@@ -189,13 +195,19 @@ Result<void> LinuxTrash::restore(const Path& trashed, const Path& to, Attempt at
   }
   VT_TRY(std::move(moved));
   touched(trashed, to);
-  if (isRepeated || hadBothNames) {
-    keepFree(trashed);
-  } else {
-    // What is left of the information names a file that is no longer there: others clear it up.
-    (void)files_.remove(infoOf(trashed));
-  }
+  clearInfo(trashed, isRepeated || hadBothNames);
   return {};
+}
+
+bool LinuxTrash::isServedElsewhere(const Path& path) {
+  return remoteMountOnTheWayTo(path).has_value();
+}
+
+void LinuxTrash::clearInfo(const Path& place, bool mayBeRemovedLate) {
+  // A disk of this machine makes nothing late.
+  if (mayBeRemovedLate && isServed_(place)) return keepFree(place);
+  // What is left of the information names a file that is no longer there: others clear it up.
+  (void)files_.remove(infoOf(place));
 }
 
 void LinuxTrash::keepFree(const Path& place) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <string>
@@ -17,7 +18,12 @@ namespace vantorel {
 class LinuxTrash final : public Trash {
  public:
   /// `dataHome` is $XDG_DATA_HOME; `userID` the user this process runs as.
-  LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID);
+  using IsServed = std::function<bool(const Path&)>;  ///< by another machine or program
+
+  LinuxTrash(Files& files, const Clock& clock, Path dataHome, std::uint32_t userID,
+             IsServed isServed = isServedElsewhere);
+
+  [[nodiscard]] static bool isServedElsewhere(const Path& path);
 
   Result<std::optional<Path>> moveToTrash(const Path& path) override;
   Result<void> restore(const Path& trashed, const Path& to, Attempt attempt) override;
@@ -36,6 +42,9 @@ class LinuxTrash final : public Trash {
   [[nodiscard]] Result<bool> isOneFile(const Path& one, const Path& other) const;
   [[nodiscard]] Result<std::optional<Found>> endMove(const Path& path, const Path& place);
 
+  /// Removes the information of a file that has left, unless the name is to be kept free.
+  void clearInfo(const Path& place, bool mayBeRemovedLate);
+
   /// Keeps a name free whose removal may still be made: others spare it for its information.
   void keepFree(const Path& place);
   [[nodiscard]] bool isKeptFree(std::string_view info) const;
@@ -49,6 +58,7 @@ class LinuxTrash final : public Trash {
   const Clock& clock_;
   Path dataHome_;
   std::uint32_t userID_;
+  IsServed isServed_;
 
   std::mutex mutex_;
   std::set<Path> unflushed_;         // folders in which something moved

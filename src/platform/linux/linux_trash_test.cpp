@@ -232,7 +232,7 @@ TEST_F(LinuxTrashTest, NothingElseGetsANameInTheTrashWhoseRemovalMayStillBeMade)
   for (const bool isSeenTwice : {false, true}) {
     FakeFiles disks;
     FakeRunners runners;
-    LinuxTrash trash(disks, runners, "/data", 0);
+    LinuxTrash trash(disks, runners, "/data", 0, [](const Path&) { return true; });
     disks.put(path, "a");
     const Path place = **trash.moveToTrash(path);
     disks.silencing = place.parent_path();
@@ -254,6 +254,13 @@ TEST_F(LinuxTrashTest, NothingElseGetsANameInTheTrashWhoseRemovalMayStillBeMade)
     EXPECT_EQ(**trash.moveToTrash(path), place);
     EXPECT_THAT(disks.text("/data/Trash/info/a.png.trashinfo"), Not(HasSubstr("Vantorel")));
   }
+  // A disk of this machine makes nothing late, so that nothing need be kept.
+  std::ofstream(root / "a.png") << "a";
+  LinuxTrash own(files, clock, root / "data", ::getuid());
+  const Path place = **own.moveToTrash(root / "a.png");
+  std::filesystem::rename(place, root / "a.png");
+  ASSERT_TRUE(own.restore(place, root / "a.png", Trash::Attempt::repeated).has_value());
+  EXPECT_TRUE(std::filesystem::is_empty(root / "data/Trash/info"));
 }
 
 // The disk is the one of the home folder, and yet nothing can be renamed from one to the other.
