@@ -14,8 +14,14 @@ std::unexpected<Failure> unknownKey(std::string_view key) {
   return failed(FailureKind::notFound, fmt::format("there is no setting called \"{}\"", key));
 }
 
-std::string shown(const std::optional<JSONValue>& value) {
+std::string shown(const Setting& setting, const SettingsValues& values) {
+  if (setting.words) return setting.words(values);
+  const std::optional<JSONValue> value = setting.store(values);
   return value ? json::toText(*value) : "none";
+}
+
+bool isMistaken(const Setting& setting, const std::optional<JSONValue>& stored) {
+  return stored && *stored != JSONValue{nullptr} && !setting.accepts(*stored);
 }
 
 }  // namespace
@@ -25,9 +31,9 @@ SettingsStore::SettingsStore(DefaultsStore& store, SettingsValues defaults)
   for (const Setting& setting : settingsTable()) {
     const std::optional<JSONValue> stored = store_.value(setting.key);
     setting.load(stored, defaults_, values_);
-    if (stored && *stored != JSONValue{nullptr} && !setting.accepts(*stored)) {
+    if (isMistaken(setting, stored)) {
       refusedAtStart_.push_back(fmt::format("{} must be {}; {} is used", setting.key,
-                                            setting.allowed, shown(setting.store(values_))));
+                                            setting.allowed, shown(setting, values_)));
     }
   }
   store_.onOutsideChange(lifetime_.guard([this](std::string_view key) {
@@ -45,7 +51,7 @@ const Setting& SettingsStore::settingAt(std::size_t place) {
 void SettingsStore::put(const Setting& setting, const SettingsValues& changed) {
   const std::optional<JSONValue> before = setting.store(values_);
   const std::optional<JSONValue> wanted = setting.store(changed);
-  if (before == wanted) return;
+  if (before == wanted && !isMistaken(setting, store_.value(setting.key))) return;
   setting.load(wanted, defaults_, values_);
   const std::optional<JSONValue> now = setting.store(values_);
   if (now) {

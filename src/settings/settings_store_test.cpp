@@ -84,6 +84,12 @@ TEST(SettingsStoreTest, EveryValueThatIsShownCanBeSetAndComesBack) {
   }
   EXPECT_EQ(settings.values(), defaults());
   EXPECT_TRUE(stored.stored.empty()) << "setting what is there already stores nothing";
+
+  // But for what stands there and means nothing.
+  stored.stored["retentionDays"] = JSONValue{31};
+  SettingsStore mistaken(stored, defaults());
+  ASSERT_TRUE(mistaken.setFromValue("retentionDays", *mistaken.get("retentionDays")).has_value());
+  EXPECT_EQ(stored.stored["retentionDays"], *mistaken.get("retentionDays"));
 }
 
 TEST(SettingsStoreTest, ScriptsAreToldWhatIsAllowed) {

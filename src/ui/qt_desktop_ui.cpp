@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QSessionManager>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -124,6 +125,10 @@ class QtDesktopUi : public DesktopUi {
     QApplication::setDesktopFileName(QStringLiteral("com.hollen.Vantorel"));
     QApplication::setWindowIcon(programIcon());
     QApplication::setQuitOnLastWindowClosed(false);
+    // A saved session would start it with arguments of the toolkit's; Start at Login does it right.
+    QObject::connect(
+        &application_, &QGuiApplication::saveStateRequest,
+        [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
     runner_ = std::make_shared<QtRunner>();
     countdown_ = std::make_shared<CountdownWindow>();
     cover_ = std::make_shared<DesktopCover>();

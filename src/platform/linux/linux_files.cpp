@@ -239,7 +239,8 @@ Result<void> moveNewInSteps(const Path& from, const Path& to) {
     if (hasGone()) return {};
     return systemFailure(error);
   }
-  if (errno == EEXIST || errno == EXDEV) return lastSystemFailure();
+  // The name may be the file's by now.
+  if (errno == EEXIST || errno == EXDEV || mayBeLostReply(errno)) return lastSystemFailure();
   struct stat held{};
   {
     const FileDescriptor holder = VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
