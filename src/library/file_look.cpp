@@ -332,17 +332,23 @@ class AstrayFiles {
 
   /// False when another entry has the file at the path: copies stay together.
   [[nodiscard]] bool mayLeave(const Astray& one) const {
-    return !one.inItsPlace || taken_.contains(one.path());
+    const bool isStrangers = isReplaced(one) && !one.isOriginal();
+    return !one.inItsPlace || isStrangers || taken_.contains(one.path());
   }
 
   [[nodiscard]] bool isDisplaced(const Astray& one) const {
     return one.inItsPlace && claimed_.contains(one.path());
   }
 
-  /// Another file has the original's name.
-  [[nodiscard]] static bool isReplacedOriginal(const Astray& one) {
-    return one.isOriginal() && one.inItsPlace && one.seen() &&
+  /// Another file has the name.
+  [[nodiscard]] bool isReplaced(const Astray& one) const {
+    return mustBeAsSeen(one) && one.inItsPlace && one.seen() &&
            !isSameOriginal(*one.seen(), *one.inItsPlace);
+  }
+
+  [[nodiscard]] bool mustBeAsSeen(const Astray& one) const {
+    if (one.isOriginal()) return true;
+    return one.seen() && hasTrait(*one.seen()) && scope_.onlyAsSeen.contains(one.file.entry);
   }
 
   /// What has the path is in another folder of the name: what was in the first may still be there.
@@ -357,7 +363,7 @@ class AstrayFiles {
   void seekElsewhere() {
     for (const Astray& one : astray_) {
       const bool mayBeElsewhere = isMissing(one.reach) || one.reach == FileReach::linkBroken;
-      const bool isSought = one.isWanted && (mayBeElsewhere || isReplacedOriginal(one));
+      const bool isSought = one.isWanted && (mayBeElsewhere || isReplaced(one));
       if (!(isSought || isDisplaced(one)) || found_.contains(one.path())) continue;
       if (auto found = findElsewhere(one)) {
         known_.add(found->first);
@@ -416,9 +422,11 @@ class AstrayFiles {
       if (isMissing(one.reach)) forgetNumber(one, look);
     } else if (isInDoubt(one)) {
       doubt(one, look);
-    } else if (isReplacedOriginal(one) && isInAnotherFolder(one)) {
+    } else if (isReplaced(one) && !one.isOriginal()) {
+      look.gone.push_back(entry);
+    } else if (isReplaced(one) && isInAnotherFolder(one)) {
       miss(one, FileReach::folderReplaced, look);
-    } else if (isReplacedOriginal(one)) {
+    } else if (isReplaced(one)) {
       look.lostOriginals.push_back({entry, true});
     } else if (one.inItsPlace) {
       look.learned.push_back({entry, one.path(), *std::move(one.inItsPlace), role});
@@ -428,7 +436,7 @@ class AstrayFiles {
   }
 
   [[nodiscard]] bool isInDoubt(const Astray& one) const {
-    const bool isAway = isMissing(one.reach) || isReplacedOriginal(one) || isDisplaced(one);
+    const bool isAway = isMissing(one.reach) || isReplaced(one) || isDisplaced(one);
     return isAway && inDoubt_.contains(one.path());
   }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "library/entry_files.hpp"
@@ -41,6 +42,10 @@ struct FileLookScope {
 
   /// Where files went by what was heard of them, from old path to new.
   std::map<std::string, std::string> heardMoves{};
+
+  /// What has the path of one of these is its file only as long as it is what was seen there, as
+  /// with originals, or that was written to in place: nobody has looked after them for a while.
+  std::unordered_set<EntryPointer> onlyAsSeen{};
 
   /// The library's own: originals that lie there are not looked for.
   LibraryPaths paths{};

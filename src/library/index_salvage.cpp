@@ -168,8 +168,8 @@ class Salvage {
   SalvagedIndex salvaged_;
 };
 
-std::string counted(std::size_t count, std::string_view one) {
-  return fmt::format("{} {}{}", count, one, count == 1 ? "" : "s");
+std::string counted(std::size_t count, std::string_view one, std::string_view several) {
+  return fmt::format("{} {}", count, count == 1 ? one : several);
 }
 
 }  // namespace
@@ -184,7 +184,7 @@ std::string IndexDamage::sentence() const {
   return fmt::format(
       "The library's index was damaged in {} and is kept as {}. {} can be read in it; \"vantorel "
       "library verify --repair\" files the captures again.",
-      counted(places, "place"), keptAs, counted(readable, "entry"));
+      counted(places, "place", "places"), keptAs, counted(readable, "entry", "entries"));
 }
 
 }  // namespace vantorel

@@ -171,19 +171,22 @@ std::vector<Path> parkedIndexes(const Checker& checker, const LibraryScope& scop
   return parked;
 }
 
-/// Captures that only a parked index knows, whatever they are called.
-void addFilesOfParked(const Files& files, const LibraryScope& scope, Checker& checker,
-                      LibraryFindings& findings) {
-  findings.parked = readParkedIndexes(files, parkedIndexes(checker, scope));
-  KnownFiles added(files);
-  for (const EntryPointer& entry : findings.parked.entries) {
-    const Path path = entry->path;
-    const auto status = files.status(path);
-    if (!status || status->type != FileType::regular || !mediumOf(path)) continue;
-    if (checker.isKnownFile(path) || added.hasFile(path)) continue;
-    added.add(path);
-    findings.filesWithoutEntry.push_back(path);
+/// Captures that only a damaged index knows, whatever they are called.
+void addFilesOfParked(Checker& checker, LibraryFindings& findings) {
+  for (const EntryPointer& entry : findings.parked.found) {
+    if (!checker.isKnownFile(entry->path)) findings.filesWithoutEntry.emplace_back(entry->path);
   }
+}
+
+/// Drops what belongs to captures that are to be filed.
+void dropOfParked(const ParkedCaptures& parked, std::vector<Path>& originals) {
+  std::set<std::string_view> named;
+  for (const EntryList* const list : {&parked.found, &parked.outOfReach}) {
+    for (const EntryPointer& entry : *list) {
+      forEachPath(*entry, [&](const std::string& path) { named.insert(path); });
+    }
+  }
+  std::erase_if(originals, [&](const Path& path) { return named.contains(path.native()); });
 }
 
 /// Drops what entries remember as their files, whatever its name is. Not what they remembered until
@@ -205,10 +208,10 @@ void dropFilesOfEntries(const Files& files, const EntryList& entries, LibraryFin
   });
 }
 
-void judgeOriginals(const Files& files, const LibraryScope& scope, std::vector<Path> originals,
-                    LibraryFindings& findings) {
+void judgeOriginals(const Files& files, const LibraryScope& scope, const std::vector<Path>& copies,
+                    std::vector<Path> originals, LibraryFindings& findings) {
   // Their entries may yet be had again from a copy of an index that is set right by hand.
-  const auto parked = pathsInParkedIndexes(files, findings.parkedIndexes);
+  const auto parked = pathsInParkedIndexes(files, copies);
   const std::set<Path> named =
       parked ? std::set<Path>(parked->begin(), parked->end()) : std::set<Path>();
   for (Path& path : originals) {
@@ -223,9 +226,9 @@ void judgeOriginals(const Files& files, const LibraryScope& scope, std::vector<P
 LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
                              const CheckProgress& progress) {
   LibraryFindings findings;
-  findings.look = lookForFiles(
-      files, scope.entries,
-      {.entries = scope.entries, .unreadPaths = scope.unreadPaths, .paths = scope.paths}, progress);
+  ParkedCaptureLook parkedLook(files, scope.paths, scope.entries);
+  findings.look = parkedLook.look(scope.unreadPaths, progress);
+  findings.parked = std::move(parkedLook.captures);
   if (findings.look.wasStopped) return findings;
   findings.silentFolders = silentFolders(files, findings.look.outOfReach);
   findings.withoutOriginal = findings.look.lostOriginals;
@@ -246,9 +249,10 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   checker.learnWorkUnderWay(scope);
   checker.learn(findings);
 
-  addFilesOfParked(files, scope, checker, findings);
+  addFilesOfParked(checker, findings);
   KnownFiles ofParked(files);
   for (const Path& path : findings.filesWithoutEntry) ofParked.add(path);
+  for (const std::string& path : findings.parked.belongings) ofParked.add(path);
   for (const Path& folder : foldersOfCaptures(files, scope)) {
     checker.lookThrough(folder, [&](const Path& path, double modified) {
       if (isTemporaryCapture(path)) {
@@ -260,6 +264,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     });
   }
   std::vector<Path> originals = lookForOriginals(checker, scope, findings);
+  dropOfParked(findings.parked, originals);
   checker.lookThrough(scope.paths.stagedCaptures(), [&](const Path& path, double modified) {
     // Where no folder would take a capture, the staged file stays and is the filed one.
     if (checker.isKnown(path)) return;
@@ -269,8 +274,8 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     const std::string name = path.filename().string();
     if (name.ends_with(".staging")) {
       addTemporary(scope, path, modified, findings);
-    } else if (isParkedIndex(scope.paths.index(), path.filename().string())) {
-      findings.parkedIndexes.push_back(path);
+    } else if (isParkedIndex(scope.paths.index(), name)) {
+      if (!isSalvagedIndex(name)) findings.parkedIndexes.push_back(path);
     } else if (path == scope.paths.deletions() || path == scope.paths.relocationJournal()) {
       const bool isInUse = scope.journalsInUse.contains(path) || modified >= scope.lookedAt;
       if (!isInUse) findings.journals.push_back(path);
@@ -285,7 +290,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   std::erase_if(originals, isKnown);
   std::erase_if(findings.notJudged,
                 [&](const Path& path) { return isKnown(path) || !files.status(path); });
-  judgeOriginals(files, scope, std::move(originals), findings);
+  judgeOriginals(files, scope, parkedIndexes(checker, scope), std::move(originals), findings);
   return findings;
 }
 
@@ -321,8 +326,7 @@ LibraryFindings checkOriginals(const Files& files, const LibraryScope& scope) {
   checker.learnWorkUnderWay(scope);
   std::erase_if(originals, [&](const Path& path) { return checker.isKnown(path); });
   if (originals.empty()) return findings;
-  findings.parkedIndexes = parkedIndexes(checker, scope);
-  judgeOriginals(files, scope, std::move(originals), findings);
+  judgeOriginals(files, scope, parkedIndexes(checker, scope), std::move(originals), findings);
   return findings;
 }
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "library/file_look.hpp"
-#include "library/index_salvage.hpp"
 #include "library/library_paths.hpp"
+#include "library/parked_captures.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "library/relocation_journal.hpp"
 #include "platform/files.hpp"
@@ -53,14 +53,14 @@ struct LibraryFindings {
   EntryList damaged;                       ///< their picture is not whole
   std::vector<LostOriginal> withoutOriginal;
 
-  /// Named as captures are, or by a parked index.
+  /// Named as captures are, or known to a damaged index.
   std::vector<Path> filesWithoutEntry;
   std::vector<Path> originalsWithoutEntry;  ///< in the folders that only the library uses
 
   /// Such that an index may name which could not be read, or that lies parked: not to be touched.
   std::vector<Path> originalsInDoubt;
-  std::vector<Path> parkedIndexes;
-  SalvagedIndex parked;              ///< what can be read in them
+  std::vector<Path> parkedIndexes;  ///< that no repair has used
+  ParkedCaptures parked;
   std::vector<Path> temporaries;     ///< half a file, left by a run that was killed
   std::vector<Path> stagedCaptures;  ///< grabbed and not yet filed
   std::vector<Path> journals;        ///< of a deletion or a move that did not end

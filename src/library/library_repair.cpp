@@ -9,11 +9,11 @@
 #include <utility>
 
 #include "base/log.hpp"
-#include "base/random_id.hpp"
 #include "library/entry_files.hpp"
 #include "library/finding_claims.hpp"
 #include "library/gone_entries.hpp"
 #include "library/look_adoption.hpp"
+#include "library/parked_index.hpp"
 #include "library/relocation_leftovers.hpp"
 #include "library/sliced_work.hpp"
 
@@ -39,11 +39,12 @@ Place placeOf(const ScreenshotEntry& entry) {
   return {entry.fileIdentity->volume, entry.fileIdentity->folder, fileNameOf(entry)};
 }
 
-/// A parked index's entry for a file that is as `seen` says.
-ScreenshotEntry ofParked(ScreenshotEntry entry, const ScreenshotEntry& seen) {
-  entry.fileIdentity = seen.fileIdentity;
-  entry.pixelWidth = seen.pixelWidth;
-  entry.pixelHeight = seen.pixelHeight;
+/// A damaged index's entry for a file that is as `seen` says, where it can be read.
+ScreenshotEntry ofParked(ScreenshotEntry entry, const Result<ScreenshotEntry>& seen) {
+  if (!seen) return entry;
+  entry.fileIdentity = seen->fileIdentity;
+  entry.pixelWidth = seen->pixelWidth;
+  entry.pixelHeight = seen->pixelHeight;
   return entry;
 }
 
@@ -201,6 +202,7 @@ void LibraryRepair::judge(const RunPointer& run, bool wasQuiet) {
     }
     findings.look.gone.clear();
     findings.withoutOriginal.clear();
+    findings.parked = {};
     for (auto* const list :
          {&findings.filesWithoutEntry, &findings.originalsWithoutEntry, &findings.journals}) {
       std::ranges::move(*list, std::back_inserter(findings.notJudged));
@@ -243,17 +245,18 @@ void LibraryRepair::repair(const RunPointer& run) {
       }
     }
     std::unordered_map<std::string_view, const ScreenshotEntry*> parked;
-    for (const EntryPointer& entry : findings.parked.entries) {
+    for (const EntryPointer& entry : findings.parked.found) {
       parked.emplace(entry->path, entry.get());
     }
     for (const Path& path : findings.filesWithoutEntry) {
       auto entry = entryForFile(*files, *codec, path);
-      if (!entry) continue;
       if (const auto found = parked.find(path.native()); found != parked.end()) {
-        entry = ofParked(*found->second, *entry);
+        entry = ofParked(*found->second, entry);
       }
+      if (!entry) continue;
       run->adopted.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
     }
+    std::ranges::copy(findings.parked.outOfReach, std::back_inserter(run->adopted));
     if (mayRemoveCopies && !findings.copiesLeft.empty()) {
       for (std::string& path : removeCopiesLeft(*files, *trash, paths, findings.copiesLeft)) {
         run->repaired.paths.insert(std::move(path));
@@ -284,16 +287,9 @@ void LibraryRepair::adopt(const RunPointer& run) {
     std::vector<PlacedEntry> added;
     for (std::size_t i = begin; i < end; ++i) {
       run->repaired.paths.insert(found[i]->path);
-      const bool isFiled = store.findByPath(found[i]->path) ||
+      const bool isFiled = store.find(found[i]->id) || store.findByPath(found[i]->path) ||
                            (found[i]->fileIdentity && taken.contains(placeOf(*found[i])));
-      if (isFiled) continue;
-      EntryPointer entry = found[i];
-      if (store.find(entry->id)) {
-        ScreenshotEntry renamed = *entry;
-        renamed.id = randomID();
-        entry = std::make_shared<const ScreenshotEntry>(std::move(renamed));
-      }
-      added.push_back({store.entries().size(), std::move(entry)});
+      if (!isFiled) added.push_back({store.entries().size(), found[i]});
     }
     store.insertEntries(std::move(added));
   };
@@ -334,8 +330,31 @@ void LibraryRepair::clearUp(const RunPointer& run) {
   }
   // Writes the new entries as well.
   services_.library->deletion().forget(going, [this, run](const Result<std::size_t>& saved) {
-    if (saved) return finish(run);
+    if (saved) return setCopiesAside(run);
     run->done({.indexNotSaved = saved.error().reason});
+  });
+}
+
+/// What a damaged index knew is on the disk: what is forgotten from now on does not come back.
+void LibraryRepair::setCopiesAside(const RunPointer& run) {
+  const HistoryStore& store = services_.library->store();
+  const ParkedCaptures& parked = run->findings.parked;
+  const auto isFiled = [&](const EntryPointer& entry) {
+    return store.find(entry->id) || store.findByPath(entry->path);
+  };
+  const bool isAllFiled =
+      std::ranges::all_of(parked.found, isFiled) && std::ranges::all_of(parked.outOfReach, isFiled);
+  if (!isAllFiled || parked.copies.empty()) return finish(run);
+  services_.work->post([files = services_.files, main = services_.main, run,
+                        reply = lifetime_.guard([this, run] { finish(run); })]() mutable {
+    for (const Path& copy : run->findings.parked.copies) {
+      if (const auto marked = markSalvaged(*files, copy); marked) {
+        run->repaired.paths.insert(copy.string());
+      } else {
+        logWarning("History", "{}: {}", copy.string(), marked.error().reason);
+      }
+    }
+    main->post(std::move(reply));
   });
 }
 

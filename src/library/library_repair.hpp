@@ -64,6 +64,7 @@ class LibraryRepair {
   void repair(const RunPointer& run);
   void adopt(const RunPointer& run);
   void clearUp(const RunPointer& run);
+  void setCopiesAside(const RunPointer& run);
   void finish(const RunPointer& run);
   void measure(VerifyReport report, Done done);
   [[nodiscard]] bool isQuiet() const;

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/json_record.hpp"
 #include "base/log.hpp"
 #include "library/file_reach.hpp"
 #include "library/relocation_leftovers.hpp"
@@ -26,7 +27,9 @@ using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Field;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Pair;
 using testing::UnorderedElementsAre;
 using Finding = VerifyReport::Finding;
 
@@ -60,6 +63,40 @@ class LibraryRepairTest : public testing::Test {
     runners.run();
     EXPECT_TRUE(answer.has_value());
     return answer.value_or(VerifyReport{});
+  }
+
+  /// As large as `content` is long.
+  static std::string picture(const std::string& content) {
+    return fmt::format("png {} 1 0\n{}{}{}{}", content.size(), content, content, content, content);
+  }
+
+  /// Of a capture whose file is there.
+  ScreenshotEntry capture(const std::string& path, const std::string& title) {
+    files->put(path, picture(title));
+    ScreenshotEntry entry;
+    entry.id = title;
+    entry.path = path;
+    entry.title = title;
+    entry.fileIdentity = identifyFile(*files, path);
+    return entry;
+  }
+
+  static Path copy(const std::string& name) { return "/data/history-" + name + ".unreadable.json"; }
+
+  /// As when an index of these entries lost its end.
+  void park(const std::string& name, double time, const std::vector<ScreenshotEntry>& entries) {
+    std::string text = R"({"version":4,"entries":[)";
+    for (const ScreenshotEntry& entry : entries) text += json::toText(entry) + ",";
+    files->put(copy(name), text);
+    files->disk.at(copy(name))->status.modified = time;
+  }
+
+  /// By the paths of the library's captures.
+  std::vector<std::pair<std::string, std::optional<std::string>>> titles() {
+    std::vector<std::pair<std::string, std::optional<std::string>>> titles;
+    for (const EntryPointer& entry : store.entries())
+      titles.emplace_back(entry->path, entry->title);
+    return titles;
   }
 
   std::set<Path> staging;    // by this process
@@ -125,6 +162,8 @@ TEST_F(LibraryRepairTest, CapturesOfADamagedIndexGetTheirEntriesBack) {
   EXPECT_EQ(files->text(Path("/data") / damage->keptAs), damaged);
   EXPECT_EQ(damage->readable, 3U);
   EXPECT_EQ(damage->places, 1U);
+  EXPECT_THAT(damage->sentence(), HasSubstr("damaged in 1 place and"));
+  EXPECT_THAT(damage->sentence(), HasSubstr("3 entries can be read"));
 
   ScreenshotEntry other;
   other.id = "taken";
@@ -134,25 +173,177 @@ TEST_F(LibraryRepairTest, CapturesOfADamagedIndexGetTheirEntriesBack) {
   const VerifyReport report = verify(true);
   std::map<std::string, EntryPointer> byPath;
   for (const EntryPointer& entry : library.store().entries()) byPath[entry->path] = entry;
-  ASSERT_EQ(byPath.size(), 3U);
-  ASSERT_EQ(library.store().entries().size(), 3U);
+  ASSERT_EQ(library.store().entries().size(), 2U) << "one id is one capture";
   const ScreenshotEntry& back = *byPath.at("/captures/a.png");
   EXPECT_EQ(back.id, "a");
   EXPECT_EQ(back.title, "mine");
   EXPECT_TRUE(back.starred);
   EXPECT_EQ(back.shapes.size(), 1U);
   EXPECT_EQ(back.fileIdentity, identifyFile(*files, "/captures/a.png"));
-  EXPECT_EQ(byPath.at("/captures/taken.png")->title, "other");
-  EXPECT_NE(byPath.at("/captures/taken.png")->id, "taken");
+  EXPECT_EQ(byPath.at(other.path)->title, std::nullopt);
   ASSERT_EQ(library.store().collections().size(), 1U);
   EXPECT_EQ(library.store().collections()[0].name, "Work");
   EXPECT_THAT(report.findings,
               Contains(Finding{FindingKind::fileWithoutEntry, "/captures/a.png", true}));
+  EXPECT_THAT(verify(true).findings, IsEmpty());
+  EXPECT_EQ(library.store().entries().size(), 2U);
+}
 
-  // What a later run finds is the same library, and nothing comes twice.
-  EXPECT_TRUE(files->disk.contains(Path("/data") / damage->keptAs));
-  (void)verify(true);
-  EXPECT_EQ(library.store().entries().size(), 3U);
+TEST_F(LibraryRepairTest, WhatBelongsToACaptureOfADamagedIndexIsNoCaptureOfItsOwn) {
+  const std::string shown = "/captures/Screenshot 2026-03-01 at 14.05.09.jpg";
+  ScreenshotEntry redacted = capture(shown, "redacted");
+  redacted.originalPath = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  redacted.layers.emplace().emplace_back().path = "/captures/Screenshot 2026-03-01 at 14.05.10.png";
+  ScreenshotEntry small = capture("/captures/small.png", "small");
+  small.originalPath = "/data/Originals/small.png";
+  ScreenshotEntry deleted = capture("/captures/Screenshot 2026-03-01 at 14.05.11.jpg", "deleted");
+  deleted.originalPath = "/captures/Screenshot 2026-03-01 at 14.05.11.png";
+  for (const auto& path : {redacted.originalPath, redacted.layers->front().path, small.originalPath,
+                           deleted.originalPath}) {
+    files->put(*path, picture("uncovered"));
+  }
+  load(indexOf(""));
+  park("1", 1, {redacted, small, deleted});
+  files->disk.erase(deleted.path);
+  const auto expectNothingUncovered = [&] {
+    EXPECT_THAT(titles(), UnorderedElementsAre(Pair(shown, "redacted"), Pair(small.path, "small")));
+  };
+  EXPECT_THAT(verify(true).findings,
+              UnorderedElementsAre(Finding{FindingKind::fileWithoutEntry, shown, true},
+                                   Finding{FindingKind::fileWithoutEntry, small.path, true},
+                                   Finding{FindingKind::parkedIndex, copy("1"), true}));
+  expectNothingUncovered();
+  EXPECT_THAT(verify(true).findings, IsEmpty());
+  expectNothingUncovered();
+}
+
+// Names change before the damage and after it; some disks number their files anew.
+TEST_F(LibraryRepairTest, EntriesOfADamagedIndexGoToTheirFilesWhateverTheNamesAre) {
+  const auto at = [](int second) {
+    return fmt::format("/captures/Screenshot 2026-03-01 at 14.05.{:02}.png", second);
+  };
+  load(indexOf(""));
+  for (const std::int64_t renumbering : {0, 1000}) {
+    std::vector<ScreenshotEntry> entries{capture(at(1), "one"),
+                                         capture(at(2), "second"),
+                                         capture(at(3), "the renamed"),
+                                         capture(at(4), "one replaced"),
+                                         capture(at(5), "at its very name"),
+                                         capture("/unplugged/away.png", "which is away"),
+                                         capture(at(6), "overwritten by another"),
+                                         capture(at(7), "written to in its place")};
+    for (ScreenshotEntry& entry : entries) entry.fileIdentity->file += renumbering;
+    entries[4].fileIdentity.reset();
+    park("1", 1, entries);
+    std::swap(files->disk[at(1)], files->disk[at(2)]);
+    const auto move = [&](const std::string& from, const std::string& to) {
+      files->disk[to] = files->disk.at(from);
+      files->disk.erase(from);
+    };
+    move(at(3), "/captures/Mine.png");
+    move(at(4), "/captures/Report.png");
+    files->put(at(4), picture("a stranger"));
+    files->disk.erase("/unplugged/away.png");
+    files->folders.erase("/unplugged");
+    files->disk.erase(at(6));
+    files->put(at(6), picture("another stranger here"));
+    if (renumbering == 0) {
+      FakeFiles::File& edited = *files->disk[at(7)];
+      edited.bytes = picture("as somebody else left it");
+      edited.status.size = edited.bytes.size();
+    }
+    (void)verify(true);
+    EXPECT_THAT(
+        titles(),
+        UnorderedElementsAre(
+            Pair(at(2), "one"), Pair(at(1), "second"), Pair("/captures/Mine.png", "the renamed"),
+            Pair("/captures/Report.png", "one replaced"), Pair(at(4), std::nullopt),
+            Pair(at(5), "at its very name"), Pair("/unplugged/away.png", "which is away"),
+            Pair(at(6), std::nullopt), Pair(at(7), "written to in its place")));
+    std::vector<std::string> ids;
+    for (const EntryPointer& entry : store.entries()) ids.push_back(entry->id);
+    store.removeEntries(ids);
+    std::erase_if(files->disk,
+                  [](const auto& one) { return one.first.native().starts_with("/captures"); });
+  }
+}
+
+TEST_F(LibraryRepairTest, WhatTheLibraryHasIsNotFiledAgainFromADamagedIndex) {
+  const ScreenshotEntry had = capture("/captures/Report.png", "had");
+  const ScreenshotEntry again = capture("/captures/Second.png", "again");
+  load(indexOf(""));
+  park("1", 1, {had, again});
+  const auto keepUnder = [&](ScreenshotEntry entry, const std::string& id, const Path& path) {
+    files->disk[path] = files->disk.at(entry.path);
+    files->disk.erase(entry.path);
+    files->put(entry.path, picture("a stranger at the name"));
+    entry.id = id;
+    entry.title = "newer";
+    entry.path = path.string();
+    EXPECT_TRUE(store.add(std::move(entry)).has_value());
+  };
+  keepUnder(had, "had", "/captures/Mine.png");
+  keepUnder(again, "another id", "/captures/Yours.png");
+  EXPECT_THAT(verify(true).findings,
+              ElementsAre(Finding{FindingKind::parkedIndex, copy("1"), true}));
+  EXPECT_THAT(titles(), UnorderedElementsAre(Pair("/captures/Mine.png", "newer"),
+                                             Pair("/captures/Yours.png", "newer")));
+}
+
+TEST_F(LibraryRepairTest, ADamagedIndexCountsUntilARepairHasUsedItAndNoLonger) {
+  const std::string path = "/captures/Holiday.png";
+  load(indexOf(""));
+  park("1", 1, {capture(path, "forgotten")});
+  park("rubbish", 2, {});
+  const std::string text = files->text(copy("1"));
+  const Finding rubbish{FindingKind::parkedIndex, copy("rubbish")};
+  looked = [this] {
+    runners.main()->post([this] {
+      library.deletion().trash({"none"}, HistoryDeletion::Undo::offered, [](const TrashSweep&) {});
+    });
+  };
+  EXPECT_THAT(verify(true).notJudged, ElementsAre(path));
+  looked = [] {};
+  EXPECT_EQ(files->text(copy("1")), text) << "while files are on their way it is not used";
+  files->changesFail = FailureKind::noSpace;
+  EXPECT_TRUE(verify(true).indexNotSaved.has_value());
+  files->changesFail.reset();
+  runners.run();
+  EXPECT_EQ(files->text(copy("1")), text);
+  // The second time as when the first was killed before the copy had its name.
+  for (int time = 0; time < 2; ++time) {
+    (void)verify(true);
+    EXPECT_THAT(titles(), ElementsAre(Pair(path, "forgotten")));
+    EXPECT_FALSE(files->disk.contains(copy("1")));
+    EXPECT_EQ(files->text("/data/history-1.salvaged.unreadable.json"), text);
+    if (time == 0) files->put(copy("1"), text);
+  }
+  library.deletion().forget({"forgotten"}, [](const Result<std::size_t>&) {});
+  runners.run();
+  EXPECT_THAT(verify(true).findings, ElementsAre(rubbish));
+  EXPECT_THAT(titles(), IsEmpty());
+}
+
+TEST_F(LibraryRepairTest, TheNewestDamagedIndexCountsMostAndAForeignOneNothing) {
+  const std::string path = "/captures/a.png";
+  const std::string older = "/captures/b.png";
+  ScreenshotEntry entry = capture(path, "newest");
+  load(indexOf(""));
+  park("1", 2, {entry});
+  entry.title = "before";
+  park("2", 1, {entry, capture(older, "once")});
+  entry.title = "foreign";
+  park("3", 3, {entry, capture("/captures/c.png", "foreign, too")});
+  const Path foreign = "/data/history-3.replaced.json";
+  files->disk[foreign] = files->disk.at(copy("3"));
+  files->disk.erase(copy("3"));
+  EXPECT_THAT(verify(true).findings,
+              UnorderedElementsAre(Finding{FindingKind::fileWithoutEntry, path, true},
+                                   Finding{FindingKind::fileOfOlderIndex, older, true},
+                                   Finding{FindingKind::parkedIndex, copy("1"), true},
+                                   Finding{FindingKind::parkedIndex, copy("2"), true},
+                                   Finding{FindingKind::parkedIndex, foreign}));
+  EXPECT_THAT(titles(), UnorderedElementsAre(Pair(path, "newest"), Pair(older, "once")));
 }
 
 TEST_F(LibraryRepairTest, RepairLeavesAloneWhatAnotherBuildsItemsName) {

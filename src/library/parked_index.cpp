@@ -14,6 +14,7 @@
 #include "base/log.hpp"
 #include "library/history_index_file.hpp"
 #include "library/history_log.hpp"
+#include "library/index_salvage.hpp"
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
@@ -21,8 +22,9 @@
 namespace vantorel {
 namespace {
 
+constexpr std::string_view salvagedEnding = ".salvaged.unreadable.json";
+
 constexpr double keptForSeconds = 30.0 * 86400;
-constexpr std::uint64_t largestCopy = 512 << 20;
 
 /// What recognition finds again in the captures themselves, and what was made of it by hand.
 constexpr std::array recognised{"ocrText", "ocrBlocks", "codes", "translations", "editedText"};
@@ -96,6 +98,7 @@ bool hasEnvelopeVersion(const Result<JSONValue>& root) {
   return version != nullptr && std::holds_alternative<std::int64_t>(version->value);
 }
 
+/// To be given the copies of the oldest one first.
 class Pass {
  public:
   Pass(Files& files, double now) : files_(files), now_(now) {}
@@ -111,31 +114,27 @@ class Pass {
     auto text = [&]() -> Result<std::string> {
       const auto content = VT_TRY(files_.open(copy));
       const std::uint64_t size = VT_TRY(content->status()).size;
-      if (size > largestCopy) return failed(FailureKind::tooLarge, "it is too large");
+      if (size > largestParkedIndex) return failed(FailureKind::tooLarge, "it is too large");
       return content->read(0, size);
     }();
     if (!status || !text) {
       ++counts.left;
       return;
     }
+    const bool isOld = now_ - status->modified >= keptForSeconds;
+    const bool isSalvaged = isSalvagedIndex(copy.filename().string());
+    if (isOld && isSalvaged) return removeOld(copy);
     auto root = json::parseValue(*text);
-    if (hasEnvelopeVersion(root)) {
-      if (!takeRecognised(*root)) {
-        ++counts.alreadyClean;
-      } else if (rewrite(copy, json::toText(*root))) {
-        ++counts.scrubbed;
-      } else {
-        ++counts.left;
-      }
+    const bool isWhole = hasEnvelopeVersion(root);
+    if (!isWhole && isOld && salvageIndex(*text).entries.empty()) return removeOld(copy);
+    if (isWhole ? takeRecognised(*root) : takeRecognised(*text)) {
+      const bool isClean = rewrite(copy, isWhole ? json::toText(*root) : *text);
+      ++(isClean ? counts.scrubbed : counts.left);
+      isOrderLost_ |= isClean && !isSalvaged;
       return;
     }
-    const bool isOld = now_ - status->modified >= keptForSeconds;
-    if (isOld && salvageIndex(*text).entries.empty()) return removeOld(copy);
-    if (takeRecognised(*text) && rewrite(copy, *text)) {
-      ++counts.scrubbed;
-    } else {
-      ++counts.left;
-    }
+    ++(isWhole ? counts.alreadyClean : counts.left);
+    if (isOrderLost_ && !isSalvaged) (void)rewrite(copy, *text);
   }
 
   ParkedIndexPass counts;
@@ -148,7 +147,7 @@ class Pass {
     return false;
   }
 
-  // Until then somebody may repair it by hand: it is all there is of a library.
+  // Until then somebody may repair it by hand: it may be all there is of a library.
   void removeOld(const Path& copy) {
     if (files_.remove(copy)) {
       ++counts.removed;
@@ -160,6 +159,7 @@ class Pass {
 
   Files& files_;
   double now_;
+  bool isOrderLost_ = false;  // an older copy was written anew
 };
 
 std::string_view endingOf(ParkedKind kind) {
@@ -173,10 +173,30 @@ std::string parkedName(const Path& index, std::string_view text, ParkedKind kind
   return fmt::format("{}-{:016x}{}", index.stem().string(), digest.high64, endingOf(kind));
 }
 
+std::optional<ParkedKind> parkedKind(const Path& index, std::string_view name) {
+  if (!name.starts_with(index.stem().string())) return std::nullopt;
+  for (const ParkedKind kind : {ParkedKind::unreadable, ParkedKind::replaced}) {
+    if (name.ends_with(endingOf(kind))) return kind;
+  }
+  return std::nullopt;
+}
+
 bool isParkedIndex(const Path& index, std::string_view name) {
-  return name.starts_with(index.stem().string()) &&
-         (name.ends_with(endingOf(ParkedKind::unreadable)) ||
-          name.ends_with(endingOf(ParkedKind::replaced)));
+  return parkedKind(index, name).has_value();
+}
+
+bool isSalvagedIndex(std::string_view name) { return name.ends_with(salvagedEnding); }
+
+// Written anew, so that its thirty days begin with the repair.
+Result<void> markSalvaged(Files& files, const Path& copy) {
+  const std::string name = copy.filename().string();
+  const std::string_view ending = endingOf(ParkedKind::unreadable);
+  const Path marked =
+      copy.parent_path() /
+      fmt::format("{}{}", name.substr(0, name.size() - ending.size()), salvagedEnding);
+  const std::string text = VT_TRY(files.read(copy, largestParkedIndex));
+  VT_TRY(files.replace(marked, text, Privacy::ownerOnly));
+  return files.remove(copy);
 }
 
 Parking parkIndex(Files& files, const Path& index, std::string_view text, ParkedKind kind) {
@@ -192,48 +212,13 @@ std::optional<std::vector<std::string>> pathsInParkedIndexes(const Files& files,
                                                              const std::vector<Path>& copies) {
   std::vector<std::string> paths;
   for (const Path& copy : copies) {
-    auto text = files.read(copy, largestCopy);
+    auto text = files.read(copy, largestParkedIndex);
     if (!text) return std::nullopt;
     const auto root = json::parseValue(*std::move(text));
     if (!root) return std::nullopt;
     std::ranges::move(pathsIn(*root), std::back_inserter(paths));
   }
   return paths;
-}
-
-SalvagedIndex readParkedIndexes(const Files& files, const std::vector<Path>& copies) {
-  std::vector<std::pair<double, Path>> newestFirst;
-  for (const Path& copy : copies) {
-    const auto status = files.status(copy);
-    if (status && status->type == FileType::regular) {
-      newestFirst.emplace_back(-status->modified, copy);
-    }
-  }
-  std::ranges::sort(newestFirst);
-  SalvagedIndex all;
-  std::unordered_set<std::string> paths;
-  std::unordered_set<std::string> collections;
-  for (const auto& [age, copy] : newestFirst) {
-    const auto text = files.read(copy, largestCopy);
-    if (!text) continue;
-    SalvagedIndex one;
-    if (auto whole = decodeIndex(*text)) {
-      one.entries = std::move(whole->file.entries);
-      one.collections = std::move(whole->file.collections);
-    } else {
-      one = salvageIndex(*text);
-    }
-    for (EntryPointer& entry : one.entries) {
-      if (paths.insert(entry->path).second) all.entries.push_back(std::move(entry));
-    }
-    for (HistoryCollection& collection : one.collections) {
-      if (collections.insert(collection.id).second) {
-        all.collections.push_back(std::move(collection));
-      }
-    }
-    all.damagedPlaces += one.damagedPlaces;
-  }
-  return all;
 }
 
 ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, double now) {
@@ -243,16 +228,20 @@ ParkedIndexPass tidyParkedIndexes(Files& files, const LibraryPaths& paths, doubl
     pass.counts.folderUnchecked = items.error().kind != FailureKind::notFound;
     return pass.counts;
   }
+  std::vector<std::pair<double, Path>> oldestFirst;
   for (const FolderItem& item : *items) {
-    if (!item.name.starts_with(paths.index().stem().string())) continue;
+    const Path path = paths.data / item.name;
     const std::string_view whole =
         std::string_view(item.name).substr(0, item.name.rfind(".staging"));
     if (whole != item.name && isParkedIndex(paths.index(), whole)) {
-      (void)files.remove(paths.data / item.name);
-    } else if (item.name.ends_with(endingOf(ParkedKind::unreadable))) {
-      pass.tidy(paths.data / item.name);
+      (void)files.remove(path);
+    } else if (parkedKind(paths.index(), item.name) == ParkedKind::unreadable) {
+      const auto status = files.status(path);
+      oldestFirst.emplace_back(status ? status->modified : 0, path);
     }
   }
+  std::ranges::sort(oldestFirst);
+  for (const auto& [modified, copy] : oldestFirst) pass.tidy(copy);
   if (pass.madeOwnerOnly > 0) {
     logInfo(historyLog, "made {} parked index copy(ies) owner-only", pass.madeOwnerOnly);
   }

@@ -34,6 +34,32 @@ TEST(ParkedIndexTest, WhatIsDamagedLosesItsTextsAndKeepsTheRest) {
   EXPECT_EQ(tidied(R"({"codes":)"), R"({"codes":null)");
 }
 
+TEST(ParkedIndexTest, WhatARepairHasUsedGoesAfterAMonthAndWhichIsNewerStays) {
+  FakeFiles files;
+  const std::string text =
+      R"({"version":4,"entries":[{"id":"a","capturedAt":1,"path":"/a.png","ocrText":"a secret"},)";
+  const std::string older = "/data/history-1.unreadable.json";
+  const std::string newer = "/data/history-0.unreadable.json";
+  files.put(older, text);
+  files.put("/data/history-2.unreadable.json", text);
+  files.now = 1;
+  files.put(newer, R"({"version":4,"entries":[{"id":"a","capturedAt":1,"path":"/a.png"},)");
+  files.now = 2;
+  ASSERT_TRUE(markSalvaged(files, "/data/history-2.unreadable.json").has_value());
+  const std::string used = "history-2.salvaged.unreadable.json";
+  EXPECT_EQ(files.names("/data"), (std::vector<std::string>{"history-0.unreadable.json",
+                                                            "history-1.unreadable.json", used}));
+  files.disk.at(paths.data / used)->status.mode = 0644;
+  files.beforeChange = [&](int) { ++files.now; };
+  EXPECT_EQ(tidyParkedIndexes(files, paths, 6), (ParkedIndexPass{.scrubbed = 2, .left = 1}));
+  EXPECT_EQ(files.disk.at(paths.data / used)->status.mode, 0600U);
+  EXPECT_THAT(files.text(paths.data / used), Not(HasSubstr("secret")));
+  EXPECT_LT(files.status(older)->modified, files.status(newer)->modified);
+
+  EXPECT_EQ(tidyParkedIndexes(files, paths, 31 * day), (ParkedIndexPass{.removed = 1, .left = 2}));
+  EXPECT_FALSE(files.disk.contains(paths.data / used));
+}
+
 TEST(ParkedIndexTest, CopiesLoseTheirTextAndRubbishGoesAfterAMonthButNoLinkIsTouched) {
   std::string log;
   const LogSink formerSink = setLogSink(

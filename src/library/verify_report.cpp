@@ -49,7 +49,10 @@ VerifyReport VerifyReport::of(const LibraryFindings& findings, const RepairedPat
         {lost.isReplaced ? FindingKind::originalReplaced : FindingKind::originalGone, original,
          repaired.originals.contains(original)});
   }
-  addAll(FindingKind::fileWithoutEntry, findings.filesWithoutEntry);
+  for (const Path& path : findings.filesWithoutEntry) {
+    const bool isOlder = findings.parked.ofOlderCopies.contains(path.string());
+    add(isOlder ? FindingKind::fileOfOlderIndex : FindingKind::fileWithoutEntry, path.string());
+  }
   addAll(FindingKind::originalWithoutEntry, findings.originalsWithoutEntry);
   addAll(FindingKind::originalWithoutEntry, findings.originalsInDoubt);
   addAll(FindingKind::parkedIndex, findings.parkedIndexes);

@@ -26,6 +26,7 @@ enum class FindingKind {
   originalGone,
   originalReplaced,
   fileWithoutEntry,
+  fileOfOlderIndex,  ///< without an entry, and the newest damaged index does not have it either
   originalWithoutEntry,
   parkedIndex,
   temporary,
@@ -50,6 +51,7 @@ inline constexpr auto enumNames<FindingKind> = std::to_array<EnumName<FindingKin
     {FindingKind::originalGone, "original gone"},
     {FindingKind::originalReplaced, "original replaced"},
     {FindingKind::fileWithoutEntry, "file without entry"},
+    {FindingKind::fileOfOlderIndex, "file of an older index"},
     {FindingKind::originalWithoutEntry, "original without entry"},
     {FindingKind::parkedIndex, "parked index"},
     {FindingKind::temporary, "temporary"},
