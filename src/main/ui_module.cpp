@@ -1,5 +1,6 @@
 #include "main/ui_module.hpp"
 
+#include "platform/linux/desktop_session.hpp"
 #include "platform/linux/program_module.hpp"
 
 namespace vantorel {
@@ -10,7 +11,8 @@ Result<std::unique_ptr<DesktopUi>> loadDesktopUi() {
     return failed(factory.error().kind,
                   "the part of Vantorel that shows windows " + factory.error().reason);
   }
-  std::unique_ptr<DesktopUi> ui(reinterpret_cast<DesktopUiFactory>(*factory)());
+  const auto server = makeDisplayServer();
+  std::unique_ptr<DesktopUi> ui(reinterpret_cast<DesktopUiFactory>(*factory)(*server));
   if (!ui) return failed(FailureKind::unreachable, "there is no display to show windows on");
   return ui;
 }

@@ -9,6 +9,7 @@
 #include "capture/capture_surfaces.hpp"
 #include "platform/alerts.hpp"
 #include "platform/clipboard.hpp"
+#include "platform/native_windows.hpp"
 #include "settings/setting_choices.hpp"
 
 namespace vantorel {
@@ -58,7 +59,7 @@ class DesktopUi {
 inline constexpr const char* desktopUiFactoryName = "vantorelMakeDesktopUi";
 
 /// Null when there is no window system to show windows on, or it does not answer. The caller
-/// deletes the object.
-using DesktopUiFactory = DesktopUi* (*)();
+/// deletes the object. `server` is used only meanwhile.
+using DesktopUiFactory = DesktopUi* (*)(DisplayServer& server);
 
 }  // namespace vantorel

@@ -1,17 +1,12 @@
 #include "ui/qt_desktop_ui.hpp"
 
-#include <xcb/xcb.h>
-
 #include <QApplication>
 #include <QIcon>
 #include <QSessionManager>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
 #include <optional>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -27,31 +22,6 @@
 
 namespace vantorel {
 namespace {
-
-constexpr std::chrono::seconds displayBound{3};
-
-/// Whether an X server answers. The toolkit ends the program when there is none, and waits for ever
-/// for one that hangs; so a thread of its own asks first, and is left behind when it gets no
-/// answer.
-bool displayAnswers() {
-  struct Answer {
-    std::mutex mutex;
-    std::condition_variable came;
-    std::optional<bool> value;
-  };
-  const auto answer = std::make_shared<Answer>();
-  std::thread([answer] {
-    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
-    const bool connected = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    const std::lock_guard lock(answer->mutex);
-    answer->value = connected;
-    answer->came.notify_one();
-  }).detach();
-  std::unique_lock lock(answer->mutex);
-  answer->came.wait_for(lock, displayBound, [&] { return answer->value.has_value(); });
-  return answer->value.value_or(false);
-}
 
 std::string environmentText(const char* name) {
   const char* const text = std::getenv(name);
@@ -118,9 +88,16 @@ void nameTheBus() {
          found ? ("unix:path=" + socket.string()).c_str() : "disabled:", 1);
 }
 
+ToolkitConnection toolkitConnection() {
+  const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  return {.x11 = x11 != nullptr ? x11->connection() : nullptr};
+}
+
 class QtDesktopUi : public DesktopUi {
  public:
-  QtDesktopUi() : application_(argumentCount_, arguments_) {
+  explicit QtDesktopUi(DisplayServer& server)
+      : application_(argumentCount_, arguments_),
+        native_(server.nativeWindows(toolkitConnection(), runner_)) {
     QApplication::setApplicationName(QStringLiteral("vantorel"));
     QApplication::setDesktopFileName(QStringLiteral("com.hollen.Vantorel"));
     QApplication::setWindowIcon(programIcon());
@@ -129,9 +106,6 @@ class QtDesktopUi : public DesktopUi {
     QObject::connect(
         &application_, &QGuiApplication::saveStateRequest,
         [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
-    runner_ = std::make_shared<QtRunner>();
-    countdown_ = std::make_shared<CountdownWindow>();
-    cover_ = std::make_shared<DesktopCover>();
   }
 
   ~QtDesktopUi() override {
@@ -171,12 +145,13 @@ class QtDesktopUi : public DesktopUi {
   char* arguments_[2] = {name_, nullptr};
   int argumentCount_ = 1;
   QApplication application_;
-  std::shared_ptr<QtRunner> runner_;
-  std::shared_ptr<CountdownWindow> countdown_;
-  std::shared_ptr<DesktopCover> cover_;
-  QtSelectionOverlay overlay_;
-  QtStatusItem statusItem_;
-  CaptureFlash flash_;
+  const std::shared_ptr<QtRunner> runner_ = std::make_shared<QtRunner>();
+  const std::shared_ptr<NativeWindows> native_;
+  const std::shared_ptr<CountdownWindow> countdown_ = std::make_shared<CountdownWindow>(native_);
+  const std::shared_ptr<DesktopCover> cover_ = std::make_shared<DesktopCover>(native_);
+  QtSelectionOverlay overlay_{native_};
+  QtStatusItem statusItem_{native_};
+  CaptureFlash flash_{native_};
   AlertDialogs alerts_;
   std::optional<int> quitStatus_;
   bool isRunning_ = false;
@@ -184,15 +159,15 @@ class QtDesktopUi : public DesktopUi {
 
 }  // namespace
 
-std::unique_ptr<DesktopUi> makeQtDesktopUi() {
+std::unique_ptr<DesktopUi> makeQtDesktopUi(DisplayServer& server) {
   const StartingEnvironment environment;
   nameTheBus();
-  if (environmentText("QT_QPA_PLATFORM").starts_with("xcb") && !displayAnswers()) {
+  if (environmentText("QT_QPA_PLATFORM").starts_with("xcb") && !server.answers()) {
     logInfo("DesktopUi", "no X server answers at \"{}\"", environmentText("DISPLAY"));
     return nullptr;
   }
   const StartingMessages messages;
-  return std::make_unique<QtDesktopUi>();
+  return std::make_unique<QtDesktopUi>(server);
 }
 
 }  // namespace vantorel

@@ -6,7 +6,7 @@
 
 namespace vantorel {
 
-/// Null when no window system answers.
-[[nodiscard]] std::unique_ptr<DesktopUi> makeQtDesktopUi();
+/// Null when no window system answers. `server` is used only meanwhile.
+[[nodiscard]] std::unique_ptr<DesktopUi> makeQtDesktopUi(DisplayServer& server);
 
 }  // namespace vantorel

@@ -1,5 +1,6 @@
 #include "ui/qt_desktop_ui.hpp"
 
-extern "C" __attribute__((visibility("default"))) vantorel::DesktopUi* vantorelMakeDesktopUi() {
-  return vantorel::makeQtDesktopUi().release();
+extern "C" __attribute__((visibility("default"))) vantorel::DesktopUi* vantorelMakeDesktopUi(
+    vantorel::DisplayServer& server) {
+  return vantorel::makeQtDesktopUi(server).release();
 }

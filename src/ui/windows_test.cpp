@@ -181,14 +181,17 @@ class CountdownTest : public UiTestCase {
 
 TEST_F(CountdownTest, StandsAboveAllTakesNothingAndLeavesInTime) {
   startDesktop({.windowManager = true, .compositor = true});
-  client->open({.area = {0, 0, 1280, 800}, .seed = 3, .overrideRedirect = true});
+  const auto window =
+      client->open({.area = {0, 0, 1280, 800}, .seed = 3, .overrideRedirect = true});
   startUi();
+  movePointer({640, 400});
   const auto panel = ui->countdownPanel();
   const QImage before = screen("countdown-before");
   panel->show(3);
   ASSERT_TRUE(waitFor([&] { return isShown(); }));
   panel->show(2);
   EXPECT_NE(screen("countdown"), before);
+  EXPECT_EQ(windowUnderPointer(), window) << "clicks go through";
   bool hidden = false;
   panel->hide([&] {
     hidden = true;

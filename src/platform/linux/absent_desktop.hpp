@@ -6,6 +6,7 @@
 #include "base/task_runner.hpp"
 #include "platform/clipboard.hpp"
 #include "platform/hot_keys.hpp"
+#include "platform/native_windows.hpp"
 #include "platform/screen_capture.hpp"
 #include "platform/window_list.hpp"
 
@@ -80,6 +81,25 @@ class AbsentClipboard final : public Clipboard {
   }
   [[nodiscard]] std::string shapes() const override { return {}; }
   void handOver() override {}
+};
+
+class AbsentNativeWindows final : public NativeWindows {
+ public:
+  explicit AbsentNativeWindows(std::shared_ptr<TaskRunner> main) : main_(std::move(main)) {}
+
+  void floatAboveAll(WindowID, FloatingInput) override {}
+  void coverDesktop(WindowID) override {}
+  [[nodiscard]] bool needsGrabs() const override { return false; }
+  [[nodiscard]] bool canBeTransparent() const override { return false; }
+  [[nodiscard]] bool hasEmbeddingTray() const override { return false; }
+  [[nodiscard]] std::optional<PixelPoint> pointer() const override { return std::nullopt; }
+  void movePointer(PixelPoint) override {}
+  [[nodiscard]] Image wallpaper() const override { return {}; }
+  void sync() override {}
+  void whenShown(Task then) override { main_->post(std::move(then)); }
+
+ private:
+  std::shared_ptr<TaskRunner> main_;
 };
 
 /// Captures of a Wayland desktop. The compositor gives pixels only through its own portal, which

@@ -4,6 +4,7 @@
 #include "platform/linux/absent_desktop.hpp"
 #include "platform/linux/x11_clipboard.hpp"
 #include "platform/linux/x11_hot_keys.hpp"
+#include "platform/linux/x11_native_windows.hpp"
 #include "platform/linux/x11_screen_capture.hpp"
 
 namespace vantorel {
@@ -45,5 +46,7 @@ DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
           std::make_unique<AbsentWindowList>(main, why), std::make_unique<AbsentHotKeys>(main),
           std::make_unique<AbsentClipboard>()};
 }
+
+std::unique_ptr<DisplayServer> makeDisplayServer() { return std::make_unique<X11DisplayServer>(); }
 
 }  // namespace vantorel

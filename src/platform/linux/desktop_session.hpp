@@ -9,6 +9,7 @@
 #include "platform/clipboard.hpp"
 #include "platform/hot_keys.hpp"
 #include "platform/linux/x11_session.hpp"
+#include "platform/native_windows.hpp"
 #include "platform/screen_capture.hpp"
 #include "platform/window_list.hpp"
 
@@ -43,5 +44,8 @@ struct DesktopServices {
 [[nodiscard]] DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
                                                   const std::shared_ptr<TaskRunner>& main,
                                                   WindowContents contents);
+
+/// The same for the windows: on a Wayland desktop too they are shown through its X server.
+[[nodiscard]] std::unique_ptr<DisplayServer> makeDisplayServer();
 
 }  // namespace vantorel

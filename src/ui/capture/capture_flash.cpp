@@ -5,6 +5,7 @@
 #include <QRasterWindow>
 #include <QScreen>
 #include <algorithm>
+#include <utility>
 
 #include "ui/kit/screen_pixels.hpp"
 
@@ -17,11 +18,12 @@ constexpr QColor accent(0x40, 0x9c, 0xff);
 
 class Side : public QRasterWindow {
  public:
-  explicit Side(const QRect& area) {
-    setFlags(Qt::FramelessWindowHint | Qt::BypassWindowManagerHint | Qt::WindowStaysOnTopHint |
-             Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput);
+  Side(NativeWindows& native, const QRect& area) {
+    setFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     setTitle(QStringLiteral("Vantorel capture flash"));
     screen_pixels::place(*this, area);
+    create();
+    native.floatAboveAll(winId(), FloatingInput::none);
   }
 
  protected:
@@ -32,7 +34,7 @@ class Side : public QRasterWindow {
 
 }  // namespace
 
-CaptureFlash::CaptureFlash() {
+CaptureFlash::CaptureFlash(std::shared_ptr<NativeWindows> native) : native_(std::move(native)) {
   end_.setSingleShot(true);
   end_.setInterval(lengthMilliseconds);
   end_.callOnTimeout([this] { sides_.clear(); });
@@ -55,7 +57,7 @@ void CaptureFlash::show(const PixelRect& area) {
                          {frame.left(), frame.top(), thick, frame.height()},
                          {frame.right() + 1 - thick, frame.top(), thick, frame.height()}};
   for (const QRect& side : sides) {
-    sides_.push_back(std::make_unique<Side>(side));
+    sides_.push_back(std::make_unique<Side>(*native_, side));
     sides_.back()->show();
   }
   end_.start();

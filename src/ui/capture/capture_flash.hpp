@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/geometry.hpp"
+#include "platform/native_windows.hpp"
 
 class QRasterWindow;
 
@@ -14,13 +15,14 @@ namespace vantorel {
 /// was taken. It stands still and needs no compositor. Lives on the main thread.
 class CaptureFlash {
  public:
-  CaptureFlash();
+  explicit CaptureFlash(std::shared_ptr<NativeWindows> native);
   ~CaptureFlash();
 
   /// `area` in device pixels of the desktop.
   void show(const PixelRect& area);
 
  private:
+  std::shared_ptr<NativeWindows> native_;
   std::vector<std::unique_ptr<QRasterWindow>> sides_;
   QTimer end_;
 };

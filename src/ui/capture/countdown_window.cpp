@@ -9,8 +9,6 @@
 #include <QWidget>
 #include <utility>
 
-#include "ui/kit/native_display.hpp"
-
 namespace vantorel {
 namespace {
 
@@ -21,10 +19,8 @@ constexpr double radius = 28;
 
 class CountdownWindow::Panel : public QWidget {
  public:
-  Panel() : isTranslucent_(native_display::isComposited()) {
-    setWindowFlags(Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint |
-                   Qt::WindowStaysOnTopHint | Qt::WindowTransparentForInput |
-                   Qt::WindowDoesNotAcceptFocus);
+  explicit Panel(NativeWindows& native) : isTranslucent_(native.canBeTransparent()) {
+    setWindowFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     setAttribute(Qt::WA_ShowWithoutActivating);
     // Without a compositor what is not covered would be black: the corners are cut off instead.
     setAttribute(Qt::WA_TranslucentBackground, isTranslucent_);
@@ -39,6 +35,7 @@ class CountdownWindow::Panel : public QWidget {
       painter.end();
       setMask(mask);
     }
+    native.floatAboveAll(winId(), FloatingInput::none);
   }
 
   void count(int secondsLeft) {
@@ -80,24 +77,22 @@ class CountdownWindow::Panel : public QWidget {
   int secondsLeft_ = 0;
 };
 
-CountdownWindow::CountdownWindow() = default;
+CountdownWindow::CountdownWindow(std::shared_ptr<NativeWindows> native)
+    : native_(std::move(native)) {}
 CountdownWindow::~CountdownWindow() = default;
 
 void CountdownWindow::show(int secondsLeft) {
-  reply_.reset();
+  reply_.renew();
   // Made anew for each countdown, for a compositor may have come or gone.
-  if (panel_ == nullptr) panel_ = std::make_unique<Panel>();
+  if (panel_ == nullptr) panel_ = std::make_unique<Panel>(*native_);
   panel_->count(secondsLeft);
 }
 
 void CountdownWindow::hide(std::function<void()> hidden) {
-  reply_ = std::make_unique<QObject>();
-  if (panel_ == nullptr) {
-    QTimer::singleShot(0, reply_.get(), std::move(hidden));
-    return;
-  }
-  panel_.reset();
-  native_display::whenShown(reply_.get(), std::move(hidden));
+  reply_.renew();
+  auto answer = reply_.guard(std::move(hidden));
+  if (std::exchange(panel_, nullptr) == nullptr) return QTimer::singleShot(0, std::move(answer));
+  native_->whenShown(std::move(answer));
 }
 
 }  // namespace vantorel

@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include "base/lifetime.hpp"
 #include "capture/capture_surfaces.hpp"
-
-class QObject;
+#include "platform/native_windows.hpp"
 
 namespace vantorel {
 
@@ -13,7 +13,7 @@ namespace vantorel {
 /// main thread.
 class CountdownWindow : public CountdownPanel {
  public:
-  CountdownWindow();
+  explicit CountdownWindow(std::shared_ptr<NativeWindows> native);
   ~CountdownWindow() override;
 
   void show(int secondsLeft) override;
@@ -22,8 +22,9 @@ class CountdownWindow : public CountdownPanel {
  private:
   class Panel;
 
+  std::shared_ptr<NativeWindows> native_;
   std::unique_ptr<Panel> panel_;
-  std::unique_ptr<QObject> reply_;
+  Lifetime reply_;
 };
 
 }  // namespace vantorel

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <QImage>
 #include <memory>
 #include <vector>
 
+#include "base/lifetime.hpp"
 #include "capture/capture_surfaces.hpp"
+#include "platform/native_windows.hpp"
 #include "ui/desktop_ui.hpp"
 
-class QObject;
+class QTimer;
 
 namespace vantorel {
 
@@ -15,7 +16,7 @@ namespace vantorel {
 /// thread.
 class DesktopCover : public DesktopCoverWindows {
  public:
-  DesktopCover();
+  explicit DesktopCover(std::shared_ptr<NativeWindows> native);
   ~DesktopCover() override;
 
   /// How the next cover looks.
@@ -31,10 +32,12 @@ class DesktopCover : public DesktopCoverWindows {
   void build();
   [[nodiscard]] bool isPainted() const;
 
+  std::shared_ptr<NativeWindows> native_;
   DesktopCoverLook look_;
   std::vector<std::unique_ptr<Window>> windows_;
   std::vector<std::function<void()>> waiting_;  ///< to be told that it is painted
-  std::unique_ptr<QObject> reply_;
+  std::unique_ptr<QTimer> poll_;                ///< until it is painted
+  Lifetime reply_;
 };
 
 }  // namespace vantorel

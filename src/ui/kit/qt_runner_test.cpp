@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "ui/qt_desktop_ui.hpp"
 #include "ui/testing/ui_test_case.hpp"
 
 namespace vantorel {
@@ -81,13 +80,13 @@ class StartTest : public UiTestCase {};
 
 TEST_F(StartTest, SaysWhenThereIsNoDisplayOrNoneThatAnswers) {
   startDesktop({.screen = std::nullopt});
-  EXPECT_EQ(makeQtDesktopUi(), nullptr);
+  EXPECT_EQ(makeUi(), nullptr);
   desktop.reset();
 
   startDesktop();
   desktop->server().signal(SIGSTOP);
   const auto start = SteadyClock::now();
-  EXPECT_EQ(makeQtDesktopUi(), nullptr);
+  EXPECT_EQ(makeUi(), nullptr);
   EXPECT_LT(SteadyClock::now() - start, 6s);
   desktop->server().signal(SIGCONT);
 

@@ -13,8 +13,8 @@
 #include <utility>
 
 #include "base/log.hpp"
-#include "ui/kit/native_display.hpp"
 #include "ui/kit/screen_pixels.hpp"
+#include "ui/kit/shared_image.hpp"
 #include "ui/selection/selection_painting.hpp"
 
 namespace vantorel {
@@ -72,11 +72,13 @@ class QtSelectionOverlay::Session {
 
 class QtSelectionOverlay::Window : public QRasterWindow {
  public:
-  Window(std::shared_ptr<Session> session, const QRect& area)
+  Window(std::shared_ptr<Session> session, NativeWindows& native, const QRect& area)
       : session_(std::move(session)), origin_(area.topLeft()) {
-    setFlags(Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint | Qt::WindowStaysOnTopHint);
+    setFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     setTitle(QStringLiteral("Vantorel selection"));
     screen_pixels::place(*this, area);
+    create();
+    native.floatAboveAll(winId(), FloatingInput::all);
   }
 
   /// Paints again what lies in `pixels` of the desktop.
@@ -142,8 +144,8 @@ std::vector<DisplaySnapshot> snapshotsOf(const std::vector<FrozenDisplay>& displ
   return snapshots;
 }
 
-QPoint startingPoint(const std::vector<FrozenDisplay>& displays) {
-  if (const auto pointer = native_display::pointer()) return *pointer;
+QPoint startingPoint(const NativeWindows& native, const std::vector<FrozenDisplay>& displays) {
+  if (const auto pointer = native.pointer()) return {pointer->x, pointer->y};
   const auto& bounds = displays.front().display.bounds;
   return {static_cast<int>(bounds.x), static_cast<int>(bounds.y)};
 }
@@ -154,8 +156,8 @@ QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request reques
     : overlay_(&overlay),
       displays_(std::move(request.displays)),
       adjusts_(request.adjusts),
-      model_(request.mode, snapshotsOf(displays_), request.windows, startingPoint(displays_),
-             qGuiApp->devicePixelRatio()),
+      model_(request.mode, snapshotsOf(displays_), request.windows,
+             startingPoint(*overlay.native_, displays_), qGuiApp->devicePixelRatio()),
       seen_(model_.pointer()) {
   for (std::size_t i = 0; i < displays_.size(); ++i) {
     const PixelRect& area = model_.displays()[i].area;
@@ -168,7 +170,7 @@ QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request reques
 
 void QtSelectionOverlay::Session::begin() {
   for (const auto& picture : pictures_) {
-    windows_.push_back(new Window(overlay_->session_, picture.area));
+    windows_.push_back(new Window(overlay_->session_, *overlay_->native_, picture.area));
   }
   refresh();
   for (Window* const window : windows_) window->show();
@@ -184,7 +186,7 @@ void QtSelectionOverlay::Session::begin() {
 }
 
 void QtSelectionOverlay::Session::takeDown() {
-  overlay_ = nullptr;
+  const auto native = std::exchange(overlay_, nullptr)->native_;
   grabTimer_.stop();
   for (Window* const window : std::exchange(windows_, {})) {
     window->setKeyboardGrabEnabled(false);
@@ -192,13 +194,13 @@ void QtSelectionOverlay::Session::takeDown() {
     window->hide();
     window->deleteLater();  // it may be one of its events that ends the session
   }
-  native_display::sync();
+  native->sync();
 }
 
 /// The hot key that began all this holds the keyboard until it is let go, and a menu that is
 /// closing holds both: the overlay asks until it gets them.
 void QtSelectionOverlay::Session::grabInput() {
-  if (native_display::connection() == nullptr) return;
+  if (!overlay_->native_->needsGrabs()) return;
   if (!hasKeyboard_) hasKeyboard_ = windows_.front()->setKeyboardGrabEnabled(true);
   if (!hasPointer_) hasPointer_ = windows_.front()->setMouseGrabEnabled(true);
   if (hasKeyboard_ && hasPointer_) {
@@ -263,7 +265,7 @@ void QtSelectionOverlay::Session::warpPointer() {
   if (model_.pointer() == seen_) return;
   seen_ = model_.pointer();
   ownMoves_.push_back(seen_);
-  native_display::movePointer(seen_);
+  overlay_->native_->movePointer({seen_.x(), seen_.y()});
 }
 
 /// Keys repeat faster than the server tells where they moved the pointer to. What it tells late
@@ -391,7 +393,8 @@ void QtSelectionOverlay::Session::cancel() {
   if (overlay_ != nullptr) overlay_->finish(std::unexpected(End::cancelled));
 }
 
-QtSelectionOverlay::QtSelectionOverlay() = default;
+QtSelectionOverlay::QtSelectionOverlay(std::shared_ptr<NativeWindows> native)
+    : native_(std::move(native)) {}
 
 QtSelectionOverlay::~QtSelectionOverlay() { dismiss(); }
 
@@ -408,24 +411,23 @@ void QtSelectionOverlay::takeDown() {
 
 void QtSelectionOverlay::dismiss() {
   takeDown();
-  reply_.reset();
+  reply_.renew();
   chosen_ = nullptr;
 }
 
 void QtSelectionOverlay::finish(Answer choice) {
   takeDown();
-  reply_ = std::make_unique<QObject>();
+  reply_.renew();
   // Only a display is grabbed from the screen as it is then; for the others the overlay is gone
   // when its windows are unmapped.
   const bool needsBareScreen = choice && std::holds_alternative<DisplayTarget>(choice->target);
-  auto answer = [this, choice = std::move(choice)]() mutable {
-    reply_.reset();
+  auto answer = reply_.guard([this, choice = std::move(choice)]() mutable {
     if (const auto chosen = std::exchange(chosen_, nullptr)) chosen(std::move(choice));
-  };
+  });
   if (needsBareScreen) {
-    native_display::whenShown(reply_.get(), std::move(answer));
+    native_->whenShown(std::move(answer));
   } else {
-    QTimer::singleShot(0, reply_.get(), std::move(answer));
+    QTimer::singleShot(0, std::move(answer));
   }
 }
 

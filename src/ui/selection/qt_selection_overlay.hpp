@@ -2,10 +2,10 @@
 
 #include <memory>
 
+#include "base/lifetime.hpp"
 #include "capture/capture_surfaces.hpp"
 #include "platform/clipboard.hpp"
-
-class QObject;
+#include "platform/native_windows.hpp"
 
 namespace vantorel {
 
@@ -14,7 +14,7 @@ namespace vantorel {
 /// Escape does. Lives on the main thread.
 class QtSelectionOverlay : public SelectionOverlay {
  public:
-  QtSelectionOverlay();
+  explicit QtSelectionOverlay(std::shared_ptr<NativeWindows> native);
   ~QtSelectionOverlay() override;
 
   /// For the color under the pointer. Without one it is not copied.
@@ -30,10 +30,11 @@ class QtSelectionOverlay : public SelectionOverlay {
   void takeDown();
   void finish(Answer answer);
 
+  std::shared_ptr<NativeWindows> native_;
   std::shared_ptr<Session> session_;
   std::function<void(Answer)> chosen_;
   Clipboard* clipboard_ = nullptr;
-  std::unique_ptr<QObject> reply_;  ///< context of an answer under way
+  Lifetime reply_;  ///< of an answer under way
 };
 
 }  // namespace vantorel

@@ -105,13 +105,6 @@ void paintHints(QPainter& painter, const SelectionLayout& layout) {
 
 }  // namespace
 
-QImage sharedImage(const Image& image) {
-  return {image.row(0).data(), image.width(), image.height(),
-          static_cast<qsizetype>(image.stride()),
-          image.format() == PixelFormat::bgrx ? QImage::Format_RGB32
-                                              : QImage::Format_ARGB32_Premultiplied};
-}
-
 void paintSelection(QPainter& painter, const QRegion& dirty,
                     const std::vector<FrozenPicture>& pictures, const SelectionLayout& layout) {
   painter.setClipRegion(dirty);

@@ -62,9 +62,6 @@ struct FrozenPicture {
   QImage image;
 };
 
-/// Shares the picture's pixels, which must outlive the answer.
-[[nodiscard]] QImage sharedImage(const Image& image);
-
 /// Paints `dirty` of the overlay. The painter's unit is the device pixel, its origin the desktop's.
 void paintSelection(QPainter& painter, const QRegion& dirty,
                     const std::vector<FrozenPicture>& pictures, const SelectionLayout& layout);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "platform/linux/desktop_session.hpp"
 #include "ui/qt_desktop_ui.hpp"
 
 namespace vantorel {
@@ -34,9 +35,11 @@ void UiTestCase::startDesktop(TestDesktopOptions options) {
 }
 
 void UiTestCase::startUi() {
-  ui = makeQtDesktopUi();
+  ui = makeUi();
   ASSERT_NE(ui, nullptr);
 }
+
+std::unique_ptr<DesktopUi> UiTestCase::makeUi() { return makeQtDesktopUi(*makeDisplayServer()); }
 
 bool UiTestCase::waitFor(const std::function<bool()>& condition) {
   const auto end = SteadyClock::now() + std::chrono::seconds(8);
@@ -123,6 +126,14 @@ std::vector<xcb_window_t> UiTestCase::mappedWindows() {
     }
   }
   return mapped;
+}
+
+xcb_window_t UiTestCase::windowUnderPointer() {
+  xcb_connection_t* const connection = client->connection();
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  const auto pointer =
+      owned(xcb_query_pointer_reply(connection, xcb_query_pointer(connection, root), nullptr));
+  return pointer ? pointer->child : xcb_window_t{XCB_NONE};
 }
 
 std::string UiTestCase::titleOf(xcb_window_t window) {

@@ -26,6 +26,9 @@ class UiTestCase : public testing::Test {
   /// The windows' side; after the desktop, and after monitors and resources were set.
   void startUi();
 
+  /// Null when no display server answers.
+  [[nodiscard]] static std::unique_ptr<DesktopUi> makeUi();
+
   /// Handles events until `condition` holds; false when it does not within some seconds.
   [[nodiscard]] bool waitFor(const std::function<bool()>& condition);
 
@@ -49,6 +52,9 @@ class UiTestCase : public testing::Test {
 
   /// The windows on the screen, topmost first.
   [[nodiscard]] std::vector<xcb_window_t> mappedWindows();
+
+  /// Who would get a click.
+  [[nodiscard]] xcb_window_t windowUnderPointer();
 
   /// The text of a window's title, here or in a child that a window manager framed.
   [[nodiscard]] std::string titleOf(xcb_window_t window);

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "base/log.hpp"
-#include "ui/kit/native_display.hpp"
 #include "ui/tray/status_notifier_item.hpp"
 #include "ui/tray/tray_icon.hpp"
 
@@ -51,7 +50,7 @@ void fill(QMenu& menu, const std::vector<StatusMenuItem>& lines) {
 
 }  // namespace
 
-QtStatusItem::QtStatusItem() = default;
+QtStatusItem::QtStatusItem(std::shared_ptr<NativeWindows> native) : native_(std::move(native)) {}
 
 QtStatusItem::~QtStatusItem() { setVisible(false); }
 
@@ -129,7 +128,7 @@ void QtStatusItem::menuChanged() {
 }
 
 bool QtStatusItem::isHosted() const {
-  return isNotifierHosted_ || (embedded_ && native_display::isOwned("_NET_SYSTEM_TRAY_S0"));
+  return isNotifierHosted_ || (embedded_ && native_->hasEmbeddingTray());
 }
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "app/status_menu.hpp"
+#include "platform/native_windows.hpp"
 
 class QMenu;
 class QSystemTrayIcon;
@@ -16,7 +17,7 @@ class StatusNotifierItem;
 /// one that embeds windows. Either may start later than this program. Lives on the main thread.
 class QtStatusItem : public StatusItem {
  public:
-  QtStatusItem();
+  explicit QtStatusItem(std::shared_ptr<NativeWindows> native);
   ~QtStatusItem() override;
 
   void setVisible(bool visible) override;
@@ -30,6 +31,7 @@ class QtStatusItem : public StatusItem {
   void popUpMenu();
   [[nodiscard]] QMenu& windowMenu();
 
+  std::shared_ptr<NativeWindows> native_;
   std::function<std::vector<StatusMenuItem>()> lines_;
   std::function<void()> activated_;
   std::unique_ptr<StatusNotifierItem> notifier_;

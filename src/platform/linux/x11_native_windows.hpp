@@ -1,0 +1,43 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include "platform/native_windows.hpp"
+
+namespace vantorel {
+
+/// Windows of the toolkit on an X server, over the toolkit's own connection.
+class X11NativeWindows final : public NativeWindows {
+ public:
+  X11NativeWindows(xcb_connection_t* connection, std::shared_ptr<TaskRunner> main);
+
+  void floatAboveAll(WindowID window, FloatingInput input) override;
+  void coverDesktop(WindowID window) override;
+  [[nodiscard]] bool needsGrabs() const override { return true; }
+  [[nodiscard]] bool canBeTransparent() const override;
+  [[nodiscard]] bool hasEmbeddingTray() const override;
+  [[nodiscard]] std::optional<PixelPoint> pointer() const override;
+  void movePointer(PixelPoint to) override;
+  [[nodiscard]] Image wallpaper() const override;
+  void sync() override;
+  void whenShown(Task then) override;
+
+ private:
+  [[nodiscard]] xcb_atom_t atom(std::string_view name) const;
+  [[nodiscard]] bool isOwned(std::string_view selection) const;
+  [[nodiscard]] bool hasWindowManager() const;
+
+  xcb_connection_t* c_;
+  xcb_window_t root_;
+  std::shared_ptr<TaskRunner> main_;
+};
+
+/// The X server that DISPLAY names.
+class X11DisplayServer final : public DisplayServer {
+ public:
+  [[nodiscard]] bool answers() override;
+  [[nodiscard]] std::shared_ptr<NativeWindows> nativeWindows(
+      ToolkitConnection connection, std::shared_ptr<TaskRunner> main) override;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "base/image.hpp"
+#include "base/pixel_point.hpp"
+#include "base/task_runner.hpp"
+#include "capture/records/capture_target.hpp"
+
+struct xcb_connection_t;
+
+namespace vantorel {
+
+/// What of the user's input a floating window takes. It never takes the focus by being shown.
+enum class FloatingInput {
+  none,  ///< clicks go to what lies below
+  all,   ///< clicks, and keys while it has the keyboard: see `NativeWindows::needsGrabs`
+};
+
+/// What windows of this program need of the display server beyond what their toolkit offers.
+/// Positions are device pixels on the desktop, and windows are known by the toolkit's number for
+/// them. Without a display server nothing happens and the answers are empty. Lives on the main
+/// runner; calls that answer at once wait for the server for a moment.
+class NativeWindows {
+ public:
+  virtual ~NativeWindows() = default;
+
+  /// Puts a window above all others, past the window manager. Called when the toolkit has made it
+  /// and before it is shown.
+  virtual void floatAboveAll(WindowID window, FloatingInput input) = 0;
+
+  /// Puts a window that the toolkit keeps below all others on all virtual desktops and in no list
+  /// of windows, above the desktop's icons. Called when the toolkit has made it and before it is
+  /// shown.
+  virtual void coverDesktop(WindowID window) = 0;
+
+  /// Whether a floating window must grab pointer and keyboard to have them all to itself.
+  [[nodiscard]] virtual bool needsGrabs() const = 0;
+
+  /// Whether a window may be partly transparent, which takes a compositor. Others would be black
+  /// where nothing is painted.
+  [[nodiscard]] virtual bool canBeTransparent() const = 0;
+
+  /// Whether there is a tray that embeds icon windows.
+  [[nodiscard]] virtual bool hasEmbeddingTray() const = 0;
+
+  [[nodiscard]] virtual std::optional<PixelPoint> pointer() const = 0;
+  virtual void movePointer(PixelPoint to) = 0;
+
+  /// The picture that the desktop keeps as its wallpaper, of any size; empty when it paints its
+  /// wallpaper in some other way.
+  [[nodiscard]] virtual Image wallpaper() const = 0;
+
+  /// Answers when the server has done everything asked for so far.
+  virtual void sync() = 0;
+
+  /// Calls `then`, later, when windows mapped, painted or unmapped just now are so in every picture
+  /// of the screen.
+  virtual void whenShown(Task then) = 0;
+};
+
+/// A toolkit's connection to the display server; null where it has none of the kind. Windows have
+/// their properties from the connection that maps them.
+struct ToolkitConnection {
+  xcb_connection_t* x11 = nullptr;
+};
+
+/// Where windows are shown. Lives on the main runner.
+class DisplayServer {
+ public:
+  virtual ~DisplayServer() = default;
+
+  /// Whether it answers, asked apart from the toolkit, which would end the program or wait for
+  /// ever. Blocks for up to three seconds.
+  [[nodiscard]] virtual bool answers() = 0;
+
+  /// For the windows on `connection`, which outlives every call. Never null.
+  [[nodiscard]] virtual std::shared_ptr<NativeWindows> nativeWindows(
+      ToolkitConnection connection, std::shared_ptr<TaskRunner> main) = 0;
+};
+
+}  // namespace vantorel
