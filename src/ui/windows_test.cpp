@@ -220,6 +220,20 @@ TEST_F(CountdownTest, WithoutACompositorTheCornersAreCutOff) {
   EXPECT_EQ(shown.pixel(640 - 82, 400 - 82), before.pixel(640 - 82, 400 - 82));
 }
 
+class CaptureFlashTest : public UiTestCase {};
+
+TEST_F(CaptureFlashTest, FramesWhatWasTakenAndLetsClicksThrough) {
+  startDesktop({.windowManager = true});
+  const auto window =
+      client->open({.area = {0, 0, 1280, 800}, .seed = 3, .overrideRedirect = true});
+  startUi();
+  movePointer({301, 301});
+  ui->flash({300, 300, 200, 100});
+  ASSERT_TRUE(waitFor([&] { return isTitleShown("Vantorel capture flash"); }));
+  EXPECT_EQ(windowUnderPointer(), window);
+  ASSERT_TRUE(waitFor([&] { return !isTitleShown("Vantorel capture flash"); }));
+}
+
 class DesktopCoverTest : public UiTestCase {
  protected:
   void cover(DesktopCoverLook look) {
