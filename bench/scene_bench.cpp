@@ -6,7 +6,8 @@
 
 #include "editor/shape_handles.hpp"
 #include "editor/testing/mixed_shapes.hpp"
-#include "render/scene_canvas.hpp"
+#include "render/redaction.hpp"
+#include "render/scene_drawing.hpp"
 #include "render/testing/test_scene.hpp"
 
 namespace {
@@ -40,12 +41,12 @@ SceneGround ground() { return {base(), {}, 0, 2.0}; }
 
 /// A full draw of the document, and of as many plain rectangles.
 void drawAll(benchmark::State& state, const std::vector<Shape>& shapes) {
-  SceneCanvas canvas(ground());
-  canvas.show(shapes);
+  const auto view = sceneDrawing().makeView(ground());
+  view->show(shapes);
   for (auto _ : state) {
-    SceneCanvas fresh(ground());
-    fresh.show(shapes);
-    benchmark::DoNotOptimize(fresh.pixels());
+    const auto fresh = sceneDrawing().makeView(ground());
+    fresh->show(shapes);
+    benchmark::DoNotOptimize(fresh->pixels());
   }
 }
 
@@ -76,14 +77,14 @@ void moveOneShape(benchmark::State& state) {
   Shape moved = lineShape(ShapeType::rect, {1000, 700}, {1000 + 859, 700 + 483});
   moved.fill = FillStyle::tint;
   shapes.push_back(moved);
-  SceneCanvas canvas(ground());
-  canvas.show(shapes);
+  const auto view = sceneDrawing().makeView(ground());
+  view->show(shapes);
   double step = 5;
   double drawn = 0;
   for (auto _ : state) {
     shapes.back() = mapped(shapes.back(), {1, 1, step, step});
     step = -step;
-    for (const PixelRect& area : canvas.show(shapes)) drawn += double(area.width) * area.height;
+    for (const PixelRect& area : view->show(shapes)) drawn += double(area.width) * area.height;
   }
   state.counters["share_drawn"] =
       drawn / double(state.iterations()) / (double(screen.width) * screen.height);
@@ -129,13 +130,12 @@ void redact(benchmark::State& state) {
                           enumNames<RedactStyle>[static_cast<std::size_t>(state.range(0))].value,
                           0xff000000});
   }
-  SceneCanvas canvas(ground());
-  canvas.show({});
-  std::vector<std::uint8_t> pixels(canvas.pixels(),
-                                   canvas.pixels() + canvas.stride() * screen.height);
+  const auto view = sceneDrawing().makeView(ground());
+  view->show({});
+  std::vector<std::uint8_t> pixels(view->pixels(), view->pixels() + view->stride() * screen.height);
   for (auto _ : state) {
     for (const Redaction& redaction : redactions) {
-      cover(pixels.data(), canvas.stride(), screen, redaction, redactions, redaction.area);
+      cover(pixels.data(), view->stride(), screen, redaction, redactions, redaction.area);
     }
     benchmark::DoNotOptimize(pixels.data());
   }

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "editor/records/axis_map.hpp"
 #include "editor/records/shape.hpp"
 
 // What follows from a shape's fields alone, without a font or a drawing library. Pure; any thread.
@@ -83,27 +84,6 @@ inline constexpr double highlighterWidening = 4;
 
 /// True for the kinds whose two points are the ends of a line.
 [[nodiscard]] bool isLine(ShapeType type);
-
-/// Scaling and shifting: x to sx·x + dx, y to sy·y + dy.
-struct AxisMap {
-  double sx = 1;
-  double sy = 1;
-  double dx = 0;
-  double dy = 0;
-
-  [[nodiscard]] Pt operator()(Pt point) const { return {sx * point.x + dx, sy * point.y + dy}; }
-  [[nodiscard]] Box operator()(const Box& box) const {
-    return {sx * box.x + dx, sy * box.y + dy, sx * box.w, sy * box.h};
-  }
-  [[nodiscard]] AxisMap inverse() const { return {1 / sx, 1 / sy, -dx / sx, -dy / sy}; }
-
-  /// First this map, then `next`.
-  [[nodiscard]] AxisMap then(const AxisMap& next) const {
-    return {sx * next.sx, sy * next.sy, dx * next.sx + next.dx, dy * next.sy + next.dy};
-  }
-
-  bool operator==(const AxisMap&) const = default;
-};
 
 /// The map that carries `from` onto `to`. A side of `from` without length is not scaled.
 [[nodiscard]] AxisMap mapBetween(const Box& from, const Box& to);

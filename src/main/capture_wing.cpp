@@ -73,7 +73,7 @@ CaptureWing::CaptureWing(LibraryWing& theLibrary, std::function<void()> terminat
                .library = libraryWing.library,
                .alerts = *desktop.alerts,
                .clipboard = [this] { return &desktop.clipboard(); },
-               .draw = sceneDrawing(desktop.files, desktop.codec),
+               .draw = drawWithModule(desktop.files, desktop.codec),
                .isWholePicture = isWholePicture}),
       coordinator(coordinatorServices(*this, std::move(terminate))) {
   libraryWing.repair.recoverStaged = [this](std::function<void()> done) {

@@ -28,7 +28,7 @@ CaptureAnnotator::Services annotating(CaptureWing& wing) {
           .settings = &desktop.settings,
           .pendingWork = &wing.coordinator.pendingArchiveWork(),
           .surfaces = &wing.coordinator.surfaces(),
-          .draw = sceneDrawing(desktop.files, desktop.codec),
+          .draw = drawWithModule(desktop.files, desktop.codec),
           .settingsFile = desktop.settingsPath()};
 }
 

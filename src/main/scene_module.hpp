@@ -3,14 +3,17 @@
 #include <memory>
 
 #include "app/capture_annotator.hpp"
-#include "platform/files.hpp"
-#include "platform/image_codec.hpp"
+#include "platform/scene_view.hpp"
 
 namespace vantorel {
 
-/// Draws documents with the module "../lib/vantorel/libvantorel_render.so", loaded when the first
-/// one is drawn.
-[[nodiscard]] CaptureAnnotator::Draw sceneDrawing(std::shared_ptr<const Files> files,
-                                                  std::shared_ptr<const ImageCodec> codec);
+/// What draws scenes, in the module "../lib/vantorel/libvantorel_render.so", which the first call
+/// loads. Never null, and the same for as long as the process runs. The failure's reason is a whole
+/// sentence. Any thread.
+[[nodiscard]] Result<SceneDrawing*> loadSceneDrawing();
+
+/// Draws documents with it.
+[[nodiscard]] CaptureAnnotator::Draw drawWithModule(std::shared_ptr<const Files> files,
+                                                    std::shared_ptr<const ImageCodec> codec);
 
 }  // namespace vantorel

@@ -1,41 +1,23 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <vector>
 
-#include "base/image.hpp"
-#include "editor/records/shape.hpp"
-#include "editor/shape_geometry.hpp"
+#include "platform/scene_view.hpp"
 #include "render/redaction.hpp"
 #include "render/shape_painter.hpp"
 
 namespace vantorel {
 
-/// What lies below the shapes, and how they come to lie on it.
-struct SceneGround {
-  Image picture;      ///< the layers, flattened, or a part of them
-  AxisMap toPicture;  ///< from capture pixels to pixels of `picture`
-  int bleed = 0;      ///< of the layers: see `LayerComposite`
-  std::optional<double> captureScale;
-};
-
-/// A picture with shapes drawn over it, which follows changes of the shapes by drawing only what
-/// they touch. After any row of changes it is the same, to the last bit, as drawn at once. One
-/// thread at a time.
-class SceneCanvas {
+/// A view that draws with cairo. It keeps all of the picture and of what is placed on it.
+class SceneCanvas final : public SceneView {
  public:
   explicit SceneCanvas(SceneGround ground);
 
-  /// Brings the picture up to `shapes`, those not to be seen left out. Gives the areas drawn anew,
-  /// which may overlap; none when nothing changed.
-  std::vector<PixelRect> show(const std::vector<Shape>& shapes);
-
-  [[nodiscard]] PixelSize size() const { return ground_.picture.size(); }
-
-  /// The premultiplied pixels as they are now, `stride` bytes a row. Valid until the next `show`.
-  [[nodiscard]] const std::uint8_t* pixels() const { return pixels_.get(); }
-  [[nodiscard]] std::size_t stride() const;
+  std::vector<PixelRect> show(const std::vector<Shape>& shapes) override;
+  [[nodiscard]] PixelSize size() const override { return ground_.picture.size(); }
+  [[nodiscard]] const std::uint8_t* pixels() const override { return pixels_.get(); }
+  [[nodiscard]] std::size_t stride() const override;
 
   /// Gives the picture away. Opaque pictures have no alpha channel.
   [[nodiscard]] Image finish() &&;

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/image.hpp"
+#include "base/result.hpp"
+#include "editor/records/axis_map.hpp"
+#include "editor/records/editor_document.hpp"
+#include "platform/files.hpp"
+#include "platform/image_codec.hpp"
+
+namespace vantorel {
+
+/// What lies below the shapes, and how they come to lie on it.
+struct SceneGround {
+  Image picture;                       ///< the layers, flattened, or a part of them
+  AxisMap toPicture;                   ///< from capture pixels to pixels of `picture`
+  int bleed = 0;                       ///< of the layers: see `LayerComposite`
+  std::optional<double> captureScale;  ///< pixels per point, for measure labels
+};
+
+/// A picture with shapes drawn over it, which follows changes of the shapes by drawing only what
+/// they touch. After any row of changes it is the same, to the last bit, as drawn at once, and as
+/// exported. Any thread, one at a time.
+class SceneView {
+ public:
+  virtual ~SceneView() = default;
+
+  /// Brings the picture up to `shapes`, those not to be seen left out. Gives the areas drawn anew,
+  /// which may overlap; none when nothing changed. Throws std::bad_alloc.
+  virtual std::vector<PixelRect> show(const std::vector<Shape>& shapes) = 0;
+
+  /// The ground's.
+  [[nodiscard]] virtual PixelSize size() const = 0;
+
+  /// The pixels as they are now, `PixelFormat::bgraPremultiplied`, `stride` bytes a row. Valid
+  /// until the next `show`, and without meaning before the first.
+  [[nodiscard]] virtual const std::uint8_t* pixels() const = 0;
+  [[nodiscard]] virtual std::size_t stride() const = 0;
+};
+
+/// Draws scenes. Any thread, several at a time.
+class SceneDrawing {
+ public:
+  virtual ~SceneDrawing() = default;
+
+  /// Never null. Throws std::bad_alloc when there is no memory for a picture of that size.
+  [[nodiscard]] virtual std::unique_ptr<SceneView> makeView(SceneGround ground) = 0;
+
+  /// Draws `document` over its base image (`captureScale` pixels per point), with the layers'
+  /// pictures read from their files, and encodes the picture. Blocks. The failure's reason is a
+  /// whole sentence.
+  [[nodiscard]] virtual Result<std::string> exportScene(const EditorDocument& document, Image base,
+                                                        std::optional<double> captureScale,
+                                                        const Files& files, const ImageCodec& codec,
+                                                        const ImageEncoding& encoding) = 0;
+};
+
+}  // namespace vantorel
