@@ -241,6 +241,11 @@ TEST_F(StillCapturesTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   run->overlay.choose(std::unexpected(SelectionOverlay::End::displaysChanged));
   run->runners.run();
   EXPECT_THAT(run->words(9), HasSubstr("The displays changed while you were choosing"));
+  run->begin({.kind = Kind::area});
+  run->overlay.choose(std::unexpected(SelectionOverlay::End::keyboardHeld));
+  run->runners.run();
+  EXPECT_EQ(run->words(10),
+            "Couldn't capture the screen: another program or an open menu holds the keyboard.");
   EXPECT_FALSE(run->app->arbiter().refusal());
 }
 

@@ -40,6 +40,8 @@ class SelectionOverlay {
   enum class End {
     cancelled,        ///< the user pressed Escape
     displaysChanged,  ///< one was plugged in or out: what is frozen is not what is there
+    keyboardHeld,     ///< another program does not let go of the keyboard
+    pointerHeld,      ///< of the pointer
   };
   using Answer = std::expected<Choice, End>;
 

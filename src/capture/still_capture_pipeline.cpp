@@ -33,6 +33,21 @@ PointRect toPoints(const PixelRect& rect, double scale) {
   return {rect.x / scale, rect.y / scale, rect.width / scale, rect.height / scale};
 }
 
+CaptureReply replyTo(SelectionOverlay::End end) {
+  const auto interrupted = [](std::string reason) {
+    return CaptureOutcome{CaptureFailure{CaptureFailure::Case::interrupted, std::move(reason)}};
+  };
+  switch (end) {
+    case SelectionOverlay::End::cancelled: return CaptureOutcome{CaptureOutcome::Cancelled{}};
+    case SelectionOverlay::End::displaysChanged: return CaptureRefusal::displaysChanged;
+    case SelectionOverlay::End::keyboardHeld:
+      return interrupted("another program or an open menu holds the keyboard");
+    case SelectionOverlay::End::pointerHeld:
+      return interrupted("another program or an open menu holds the pointer");
+  }
+  std::unreachable();
+}
+
 }  // namespace
 
 std::string sentence(CaptureRefusal refusal) {
@@ -274,10 +289,7 @@ void StillCapturePipeline::freeze(std::size_t index) {
 void StillCapturePipeline::chosen(SelectionOverlay::Answer choice) {
   Run& run = *run_;
   run.waitsForUser = false;
-  if (!choice && choice.error() == SelectionOverlay::End::displaysChanged) {
-    return finish(CaptureRefusal::displaysChanged);
-  }
-  if (!choice) return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+  if (!choice) return finish(replyTo(choice.error()));
   run.request.target = std::move(choice->target);
   run.copies = choice->copies;
   const auto* region = std::get_if<RegionTarget>(&*run.request.target);

@@ -45,6 +45,9 @@ class NativeWindows {
   /// Whether there is a tray that embeds icon windows.
   [[nodiscard]] virtual bool hasEmbeddingTray() const = 0;
 
+  /// Whether any key of the keyboard or button of the pointer is down, whoever is told of it.
+  [[nodiscard]] virtual bool isAnythingPressed() const = 0;
+
   [[nodiscard]] virtual std::optional<PixelPoint> pointer() const = 0;
   virtual void movePointer(PixelPoint to) = 0;
 

@@ -92,6 +92,7 @@ class AbsentNativeWindows final : public NativeWindows {
   [[nodiscard]] bool needsGrabs() const override { return false; }
   [[nodiscard]] bool canBeTransparent() const override { return false; }
   [[nodiscard]] bool hasEmbeddingTray() const override { return false; }
+  [[nodiscard]] bool isAnythingPressed() const override { return false; }
   [[nodiscard]] std::optional<PixelPoint> pointer() const override { return std::nullopt; }
   void movePointer(PixelPoint) override {}
   [[nodiscard]] Image wallpaper() const override { return {}; }

@@ -2,6 +2,7 @@
 
 #include <xcb/xfixes.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -73,6 +74,15 @@ void X11NativeWindows::coverDesktop(WindowID window) {
 bool X11NativeWindows::canBeTransparent() const { return isOwned("_NET_WM_CM_S0"); }
 
 bool X11NativeWindows::hasEmbeddingTray() const { return isOwned("_NET_SYSTEM_TRAY_S0"); }
+
+bool X11NativeWindows::isAnythingPressed() const {
+  constexpr auto anyButton = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3 |
+                             XCB_BUTTON_MASK_4 | XCB_BUTTON_MASK_5;
+  const auto keys = xReply<xcb_query_keymap_reply>(c_, xcb_query_keymap(c_));
+  const auto state = xReply<xcb_query_pointer_reply>(c_, xcb_query_pointer(c_, root_));
+  return (keys && std::ranges::any_of(keys->keys, [](std::uint8_t eight) { return eight != 0; })) ||
+         (state && (state->mask & anyButton) != 0);
+}
 
 std::optional<PixelPoint> X11NativeWindows::pointer() const {
   const auto reply = xReply<xcb_query_pointer_reply>(c_, xcb_query_pointer(c_, root_));

@@ -16,6 +16,7 @@ class X11NativeWindows final : public NativeWindows {
   [[nodiscard]] bool needsGrabs() const override { return true; }
   [[nodiscard]] bool canBeTransparent() const override;
   [[nodiscard]] bool hasEmbeddingTray() const override;
+  [[nodiscard]] bool isAnythingPressed() const override;
   [[nodiscard]] std::optional<PixelPoint> pointer() const override;
   void movePointer(PixelPoint to) override;
   [[nodiscard]] Image wallpaper() const override;

@@ -9,7 +9,10 @@
 #include <QTimer>
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <deque>
+#include <memory>
 #include <utility>
 
 #include "base/log.hpp"
@@ -58,6 +61,7 @@ class QtSelectionOverlay::Session {
   SelectionLayout layout_;
   std::vector<Window*> windows_;
   QTimer grabTimer_;
+  QTimer patience_;  // with a program that holds what the overlay needs
   QPoint seen_;
   std::deque<QPoint> ownMoves_;  // of the pointer, of which the server will tell
   bool pressed_ = false;
@@ -166,6 +170,12 @@ QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request reques
   }
   grabTimer_.setInterval(20);
   grabTimer_.callOnTimeout([this] { grabInput(); });
+  patience_.setInterval(1000);
+  patience_.setSingleShot(true);
+  patience_.callOnTimeout([this] {
+    if (overlay_ == nullptr) return;
+    overlay_->finish(std::unexpected(hasKeyboard_ ? End::pointerHeld : End::keyboardHeld));
+  });
 }
 
 void QtSelectionOverlay::Session::begin() {
@@ -188,6 +198,7 @@ void QtSelectionOverlay::Session::begin() {
 void QtSelectionOverlay::Session::takeDown() {
   const auto native = std::exchange(overlay_, nullptr)->native_;
   grabTimer_.stop();
+  patience_.stop();
   for (Window* const window : std::exchange(windows_, {})) {
     window->setKeyboardGrabEnabled(false);
     window->setMouseGrabEnabled(false);
@@ -198,15 +209,22 @@ void QtSelectionOverlay::Session::takeDown() {
 }
 
 /// The hot key that began all this holds the keyboard until it is let go, and a menu that is
-/// closing holds both: the overlay asks until it gets them.
+/// closing holds both: the overlay asks until it gets them. Who holds them longer, with no key and
+/// no button down, does not let go: the overlay would hide that program and hear nothing.
 void QtSelectionOverlay::Session::grabInput() {
   if (!overlay_->native_->needsGrabs()) return;
   if (!hasKeyboard_) hasKeyboard_ = windows_.front()->setKeyboardGrabEnabled(true);
   if (!hasPointer_) hasPointer_ = windows_.front()->setMouseGrabEnabled(true);
   if (hasKeyboard_ && hasPointer_) {
     grabTimer_.stop();
-  } else if (!grabTimer_.isActive()) {
-    grabTimer_.start();
+    patience_.stop();
+    return;
+  }
+  if (!grabTimer_.isActive()) grabTimer_.start();
+  if (overlay_->native_->isAnythingPressed()) {
+    patience_.stop();
+  } else if (!patience_.isActive()) {
+    patience_.start();
   }
 }
 

@@ -10,8 +10,8 @@
 namespace vantorel {
 
 /// The selection overlay: one borderless window over each display, past the window manager, which
-/// holds pointer and keyboard while it is up. A right click and a change of the displays cancel as
-/// Escape does. Lives on the main thread.
+/// holds pointer and keyboard while it is up, or ends when it cannot have them. A right click
+/// cancels as Escape does. Lives on the main thread.
 class QtSelectionOverlay : public SelectionOverlay {
  public:
   explicit QtSelectionOverlay(std::shared_ptr<NativeWindows> native);
