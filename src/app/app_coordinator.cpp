@@ -248,6 +248,9 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
 
 void AppCoordinator::undoRecentDelete() {
   if (!services_.library.deletion().pendingUndo()) {
+    if (const auto refusal = services_.library.store().indexRefusal()) {
+      return services_.alerts.notify("History", "The library can't be used now: " + *refusal + ".");
+    }
     return services_.alerts.notify("Nothing to undo", "A deletion can be undone for 8 seconds.");
   }
   services_.library.deletion().undo(lifetime_.guard([this](const UndoOutcome& outcome) {

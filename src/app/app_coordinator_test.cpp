@@ -343,5 +343,18 @@ TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
   EXPECT_THAT(run->alerts.notices.back(), HasSubstr("Nothing to undo: "));
 }
 
+TEST_F(AppCoordinatorTest, ALibraryThatCouldNotBeReadIsNotCalledEmpty) {
+  world.files.put("/data/history.json", R"({"version":5,"entries":[]})");
+  restart();
+  for (const char* command : {"CopyRecentCapture1", "UndoRecentDelete"}) {
+    run->app->perform(*findDesktopCommand(command));
+    run->runners.run();
+    EXPECT_EQ(
+        run->alerts.notices.back(),
+        "History: The library can't be used now: the index can't be written this run: a newer "
+        "version of Vantorel wrote it.");
+  }
+}
+
 }  // namespace
 }  // namespace vantorel

@@ -117,6 +117,7 @@ void CaptureAnnotator::whenReady(std::function<void()> then) {
 CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::string& name) const {
   auto entry = services_->library->store().resolve(name);
   if (!entry) {
+    if (entry.error().kind == FailureKind::denied) return std::unexpected(entry.error().reason);
     return std::unexpected(fmt::format("Couldn't find the capture: {}.", entry.error().reason));
   }
   if ((*entry)->medium != CaptureMedium::image) {

@@ -7,6 +7,7 @@
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
+#include "library/entry_filter.hpp"
 
 namespace vantorel {
 namespace {
@@ -80,6 +81,9 @@ void CaptureCopying::copyRecent(int number) {
   const auto count = static_cast<std::size_t>(number);
   const std::vector<EntryPointer> pictures = recentPictures(count);
   if (pictures.size() == count) return copyForUser(pictures.back()->id);
+  if (const auto refusal = refusalToLook(services_.library.store())) {
+    return services_.alerts.notify("History", "The library can't be used now: " + *refusal + ".");
+  }
   services_.alerts.notify("Nothing to copy", "There are fewer captures in History than that.");
 }
 

@@ -10,9 +10,11 @@ namespace vantorel {
 
 void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> done) {
   if (!services_.store->indexWasReadFromDisk()) {
-    logWarning("Staging",
-               "staged-capture sweep skipped: the History index did not load this run, so every "
-               "capture filed from the staging folder would read as stranded");
+    if (!std::exchange(hasToldOfSkipping_, true)) {
+      logWarning("Staging",
+                 "staged-capture sweep skipped: the History index did not load this run, so every "
+                 "capture filed from the staging folder would read as stranded");
+    }
     done(0);
     return;
   }

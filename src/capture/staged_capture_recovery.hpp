@@ -43,6 +43,7 @@ class StagedCaptureRecovery {
   std::deque<Sweep> sweeps_;            // the first one runs
   std::vector<StagedCapture> waiting_;  // for the one that runs
   int filed_ = 0;                       // by it
+  bool hasToldOfSkipping_ = false;
   Lifetime lifetime_;
 };
 

@@ -134,6 +134,10 @@ EntryPointer HistoryStore::newest() const {
 }
 
 Result<EntryPointer> HistoryStore::resolve(std::string_view text) const {
+  // A library that could not be read is not an empty one.
+  if (const auto refusal = entries_.empty() ? indexRefusal() : std::nullopt) {
+    return failed(FailureKind::denied, "the library can't be used now: " + *refusal);
+  }
   if (text == "latest") {
     if (EntryPointer entry = newest()) return entry;
     return failed(FailureKind::notFound, "the library is empty");

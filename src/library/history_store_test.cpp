@@ -17,6 +17,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 constexpr const char* index = "/data/history.json";
 
@@ -107,13 +108,13 @@ TEST_F(HistoryStoreTest, ANewerIndexThatComesWhileItRunsEndsWriting) {
   add("b");
   EXPECT_EQ(written(), "the index could not be written: another program replaced it");
   add("c");
-  EXPECT_EQ(written(), "the index can't be written this run");
+  EXPECT_EQ(written(), "the index can't be written this run: a newer version of Vantorel wrote it");
   const int before = files.changes;
   runners.advance(120s);
   EXPECT_EQ(files.changes, before) << "nothing is tried again";
   EXPECT_EQ(files.text(index), newer);
   EXPECT_EQ(ids(store->entries()), "abc");
-  EXPECT_THAT(reported, ElementsAre(HasSubstr("a newer build wrote")));
+  EXPECT_THAT(reported, ElementsAre(HasSubstr("a newer version of Vantorel wrote")));
 }
 
 TEST_F(HistoryStoreTest, WhatAnotherProcessWroteWhileTheLockWasLostIsReadAndNotWrittenOver) {
@@ -193,9 +194,14 @@ TEST_F(HistoryStoreTest, IndexOfANewerBuildIsLeftByteForByteAlone) {
   EXPECT_FALSE(store->indexWasReadFromDisk());
   EXPECT_THAT(log, HasSubstr("index was written by a newer build (version 5; this build reads up "
                              "to 4) — index writes disabled for this run"));
+  const std::string why =
+      "the index can't be written this run: a newer version of Vantorel wrote it";
+  for (const char* name : {"latest", "x"}) {
+    EXPECT_EQ(store->resolve(name).error().reason, "the library can't be used now: " + why);
+  }
   add("a");
   EXPECT_EQ(ids(store->entries()), "a") << "the run stays usable";
-  EXPECT_EQ(written(), "the index can't be written this run");
+  EXPECT_EQ(written(), why);
   runners.advance(10s);
   EXPECT_EQ(files.text(index), newer);
 }
@@ -244,7 +250,7 @@ TEST_F(HistoryStoreTest, DamagedIndexIsParkedOnceAndTheLibraryStartsEmpty) {
   EXPECT_THAT(log, HasSubstr("index failed to decode, and no copy of it could be parked"));
   files.changesFail.reset();
   add("c");
-  EXPECT_EQ(written(), "the index can't be written this run");
+  EXPECT_THAT(written(), StartsWith("the index can't be written this run: it is damaged"));
   EXPECT_EQ(files.text(index), "broken");
 }
 

@@ -154,7 +154,7 @@ std::string ForeignIndex::sentence() const {
   return fmt::format(
       "Another program replaced history.json by one that {}. It stays as it is, and "
       "changes aren't saved until Vantorel is started again.",
-      load == IndexLoad::newer ? "a newer build wrote" : "can't be read");
+      load == IndexLoad::newer ? "a newer version of Vantorel wrote" : "can't be read");
 }
 
 IndexStorage::IndexStorage(Files& files, LibraryPaths paths, std::uint32_t userID)

@@ -1,7 +1,11 @@
 #include "library/index_writer.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
+#include <string_view>
+#include <utility>
 
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
@@ -13,6 +17,19 @@ constexpr auto persistDebounce = std::chrono::milliseconds(250);
 
 /// Changes that never pause are written this often all the same.
 constexpr auto longestDebounce = std::chrono::seconds(2);
+
+std::string_view whyNotWritten(IndexLoad load) {
+  switch (load) {
+    case IndexLoad::newer: return "a newer version of Vantorel wrote it";
+    case IndexLoad::unreadable: return "it can't be read";
+    case IndexLoad::notParked: return "it is damaged, and no copy of it can be kept";
+    case IndexLoad::absent:
+    case IndexLoad::read:
+    case IndexLoad::parked:
+    case IndexLoad::inUse: break;
+  }
+  std::unreachable();
+}
 
 }  // namespace
 
@@ -36,7 +53,9 @@ void IndexWriter::opened(IndexLoad load, std::string holder) {
 std::optional<std::string> IndexWriter::refusal() const {
   if (!load_) return "the index hasn't finished loading";
   if (*load_ == IndexLoad::inUse) return holder_ + " has the library";
-  if (!allowsWrites(*load_)) return "the index can't be written this run";
+  if (!allowsWrites(*load_)) {
+    return fmt::format("the index can't be written this run: {}", whyNotWritten(*load_));
+  }
   return std::nullopt;
 }
 

@@ -153,6 +153,7 @@ struct BadIndex {
   const char* name;
   std::function<void(const std::filesystem::path& index)> make;
   std::optional<std::string> told{};  // of the index, beside the refusal
+  std::string_view why = "it can't be read";
 };
 
 std::string indexOf(int version, const std::string& entries) {
@@ -216,7 +217,10 @@ TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTh
     };
   };
   for (const BadIndex& bad : std::vector<BadIndex>{
-           {"of a newer build", write(indexOf(5, "{}"))},
+           {"of a newer build",
+            write(indexOf(5, "{}")),
+            {},
+            "a newer version of Vantorel wrote it"},
            {"a link",
             [](const auto& index) {
               std::ofstream(index.parent_path() / "other.json") << indexOf(4, "");
@@ -250,13 +254,23 @@ TEST(LibraryProgramTest, AnIndexThatIsNotOursIsLeftAloneAndCapturesAreSavedAllTh
       EXPECT_EQ(std::exchange(taken.status, 0), 1);
       EXPECT_EQ(differenceFromTestPicture(vantorel.picture(taken), 1), "");
       EXPECT_THAT(taken.err, HasSubstr("The capture is saved, but not yet listed in History: the "
-                                       "index can't be written this run.\n"));
+                                       "index can't be written this run: " +
+                                       std::string(bad.why) + ".\n"));
       EXPECT_EQ(namesIn(vantorel.captures()).size(), static_cast<std::size_t>(count));
     }
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"convert", "latest", "--format", "jpeg"},
+                                               {"annotate", "latest", "--print"},
+                                               {"library", "list"}}) {
+      const ChildOutcome refused = vantorel.run(command);
+      EXPECT_EQ(refused.status, 1);
+      EXPECT_THAT(refused.err, HasSubstr("The library can't be used now: the index can't be "
+                                         "written this run: " +
+                                         std::string(bad.why) + ".\n"));
+      const std::size_t skipped = refused.err.find("sweep skipped");
+      EXPECT_EQ(refused.err.find("sweep skipped", skipped + 1), std::string::npos);
+    }
     const ChildOutcome listed = vantorel.run({"library", "list"});
-    EXPECT_EQ(listed.status, 1);
-    EXPECT_THAT(listed.err, HasSubstr("The library can't be used now: the index can't be written "
-                                      "this run.\n"));
     EXPECT_THAT(listed.err, HasSubstr(bad.told ? index.string() + *bad.told : ""));
     struct stat after{};
     ASSERT_EQ(::lstat(index.c_str(), &after), 0);

@@ -115,6 +115,14 @@ void LibraryWing::followOutside() {
     following_ = std::make_unique<Following>(*this);
     if (const auto refusal = library.store().indexRefusal()) {
       logError("History", "{}", *refusal);
+      // Who has the library is told with what was asked for; it comes back by itself.
+      if (library.store().loadOutcome() != IndexLoad::inUse) {
+        const std::string& hindrance = library.store().indexHindrance();
+        desktop.alerts->notify(
+            "History", "The library can't be used now: " + *refusal +
+                           (hindrance.empty() ? "." : ". " + hindrance) +
+                           " New captures are saved all the same, but not yet listed in History.");
+      }
       return;
     }
     repair.clearOriginals();
