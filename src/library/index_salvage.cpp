@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -45,6 +46,21 @@ int versionOf(std::string_view text) {
     std::from_chars(head.data() + key.size(), head.data() + head.size(), version);
   }
   return version;
+}
+
+/// The paths that stand under this key.
+std::vector<std::string> pathsUnder(std::string_view key, std::string_view text) {
+  std::vector<std::string> paths;
+  for (std::size_t at = 0; (at = text.find(key, at)) != std::string_view::npos;) {
+    at += key.size();
+    const std::size_t colon = text.find_first_not_of(space, at);
+    if (colon == std::string_view::npos || text[colon] != ':') continue;
+    const std::size_t begin = text.find_first_not_of(space, colon + 1);
+    if (begin == std::string_view::npos || text[begin] != '"') continue;
+    const auto path = json::parseValue(json::leadingValue(text.substr(begin)));
+    if (path) std::ranges::move(pathsIn(*path), std::back_inserter(paths));
+  }
+  return paths;
 }
 
 /// Shapes and other parts of entries have some of these keys, but not all.
@@ -177,7 +193,10 @@ std::string counted(std::size_t count, std::string_view one, std::string_view se
 SalvagedIndex salvageIndex(std::string_view text) {
   if (!isUtf8(text)) return salvageIndex(repairedUtf8(text));
   if (versionOf(text) > HistoryIndexFile::currentVersion) return {.damagedPlaces = 1};
-  return Salvage(text).run();
+  SalvagedIndex salvaged = Salvage(text).run();
+  salvaged.paths = pathsUnder(R"("path")", text);
+  salvaged.originalPaths = pathsUnder(R"("originalPath")", text);
+  return salvaged;
 }
 
 std::string IndexDamage::sentence() const {

@@ -15,6 +15,10 @@ struct SalvagedIndex {
   EntryList entries;  ///< no two of one id
   std::vector<HistoryCollection> collections;
   std::size_t damagedPlaces = 0;  ///< stretches that could not be read
+
+  // What the text calls so anywhere, also in entries that could not be read.
+  std::vector<std::string> paths{};
+  std::vector<std::string> originalPaths{};
 };
 
 /// Reads each entry and collection of a text that as a whole is no index: flipped bits, an end that

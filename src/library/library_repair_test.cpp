@@ -268,6 +268,24 @@ TEST_F(LibraryRepairTest, EntriesOfADamagedIndexGoToTheirFilesWhateverTheNamesAr
   }
 }
 
+TEST_F(LibraryRepairTest, WhereAnEntryIsDamagedItsFileIsNamedAndItsOriginalIsNoCapture) {
+  const std::string shown = "/captures/Screenshot 2026-03-01 at 14.05.09.jpg";
+  ScreenshotEntry redacted = capture(shown, "redacted");
+  redacted.originalPath = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  files->put(*redacted.originalPath, picture("uncovered"));
+  load(indexOf(""));
+  park("1", 1, {redacted, capture("/captures/a.png", "whole")});
+  std::string& text = files->disk.at(copy("1"))->bytes;
+  text[text.find("capturedAt")] = '\0';
+  EXPECT_THAT(verify(true).findings,
+              UnorderedElementsAre(Finding{FindingKind::fileWithoutEntry, "/captures/a.png", true},
+                                   Finding{FindingKind::fileOfDamagedEntry, shown, true},
+                                   Finding{FindingKind::parkedIndex, copy("1"), true}));
+  EXPECT_THAT(verify(true).findings, IsEmpty());
+  EXPECT_THAT(titles(),
+              UnorderedElementsAre(Pair("/captures/a.png", "whole"), Pair(shown, std::nullopt)));
+}
+
 TEST_F(LibraryRepairTest, WhatTheLibraryHasIsNotFiledAgainFromADamagedIndex) {
   const ScreenshotEntry had = capture("/captures/Report.png", "had");
   const ScreenshotEntry again = capture("/captures/Second.png", "again");

@@ -97,7 +97,9 @@ ParkedCaptureLook::ParkedCaptureLook(const Files& files, const LibraryPaths& pat
         if (path != entry->path) captures.belongings.push_back(path);
       });
     }
+    std::ranges::copy(index.originalPaths, std::back_inserter(captures.belongings));
     if (isSalvagedIndex(copy.filename().string())) continue;
+    captures.ofDamagedEntries.insert(index.paths.begin(), index.paths.end());
     if (!index.entries.empty()) captures.copies.push_back(copy);
     for (EntryPointer& entry : index.entries) {
       if (filed.has(*entry)) continue;
@@ -155,6 +157,7 @@ void ParkedCaptureLook::takeParked(FileLook& look) {
   std::erase_if(look.inDoubt, [&](const EntryFile& file) { return isParked(file.entry); });
   std::erase_if(look.lostOriginals, [&](const LostOriginal& lost) { return isParked(lost.entry); });
   for (const EntryPointer& entry : parked_) {
+    captures.ofDamagedEntries.erase(entry->path);
     if (gone.contains(entry)) continue;
     auto known = std::make_shared<const ScreenshotEntry>(std::move(now.at(entry)));
     forEachPath(*known, [&](const std::string& path) {

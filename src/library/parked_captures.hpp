@@ -21,6 +21,9 @@ struct ParkedCaptures {
   /// Of `found` the paths of those that the newest copy does not have: they are as they were once.
   std::set<std::string> ofOlderCopies;
 
+  /// What else the copies call a capture's file: its entry could not be read.
+  std::set<std::string> ofDamagedEntries;
+
   /// The originals and pictures of layers that any copy names, used by a repair or not: no
   /// captures of their own.
   std::vector<std::string> belongings;

@@ -50,8 +50,12 @@ VerifyReport VerifyReport::of(const LibraryFindings& findings, const RepairedPat
          repaired.originals.contains(original)});
   }
   for (const Path& path : findings.filesWithoutEntry) {
-    const bool isOlder = findings.parked.ofOlderCopies.contains(path.string());
-    add(isOlder ? FindingKind::fileOfOlderIndex : FindingKind::fileWithoutEntry, path.string());
+    const ParkedCaptures& parked = findings.parked;
+    const FindingKind kind =
+        parked.ofOlderCopies.contains(path.native())      ? FindingKind::fileOfOlderIndex
+        : parked.ofDamagedEntries.contains(path.native()) ? FindingKind::fileOfDamagedEntry
+                                                          : FindingKind::fileWithoutEntry;
+    add(kind, path.string());
   }
   addAll(FindingKind::originalWithoutEntry, findings.originalsWithoutEntry);
   addAll(FindingKind::originalWithoutEntry, findings.originalsInDoubt);

@@ -26,7 +26,8 @@ enum class FindingKind {
   originalGone,
   originalReplaced,
   fileWithoutEntry,
-  fileOfOlderIndex,  ///< without an entry, and the newest damaged index does not have it either
+  fileOfDamagedEntry,  ///< without an entry, for it could not be read in a damaged index
+  fileOfOlderIndex,    ///< without an entry, and the newest damaged index does not have it either
   originalWithoutEntry,
   parkedIndex,
   temporary,
@@ -51,6 +52,7 @@ inline constexpr auto enumNames<FindingKind> = std::to_array<EnumName<FindingKin
     {FindingKind::originalGone, "original gone"},
     {FindingKind::originalReplaced, "original replaced"},
     {FindingKind::fileWithoutEntry, "file without entry"},
+    {FindingKind::fileOfDamagedEntry, "file of a damaged entry"},
     {FindingKind::fileOfOlderIndex, "file of an older index"},
     {FindingKind::originalWithoutEntry, "original without entry"},
     {FindingKind::parkedIndex, "parked index"},
