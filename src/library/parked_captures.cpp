@@ -102,6 +102,7 @@ ParkedCaptureLook::ParkedCaptureLook(const Files& files, const LibraryPaths& pat
     captures.ofDamagedEntries.insert(index.paths.begin(), index.paths.end());
     if (!index.entries.empty()) captures.copies.push_back(copy);
     for (EntryPointer& entry : index.entries) {
+      captures.ofDamagedEntries.erase(entry->path);
       if (filed.has(*entry)) continue;
       filed.add(entry);
       if (!isNewest) older_.insert(entry);
