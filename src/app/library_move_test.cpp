@@ -113,6 +113,15 @@ TEST_F(LibraryMoveTest, ACommandMovesOnceAndOnlyWhereFilesCanBe) {
   makeReady();
   EXPECT_EQ(movedTo("/no/where").error(),
             "The new folder can't be used: the folder above it is missing.");
+  files->put("/afile", "x");
+  files->links["/astray"] = "/nowhere";
+  for (const auto& [wanted, why] :
+       {std::pair{"/afile", "it is a file, not a folder"},
+        std::pair{"/afile/deep/new", "/afile is a file, not a folder"},
+        std::pair{"/astray/", "it is a link that leads nowhere"},
+        std::pair{"/astray/new", "/astray is a link that leads nowhere"}}) {
+    EXPECT_EQ(movedTo(wanted).error(), "The new folder can't be used: " + std::string(why) + ".");
+  }
   EXPECT_EQ(movedTo("/new/\xFF").error(), "The folder's name is not UTF-8.");
   for (const char* const own : {"/data", "/data/Staged Captures", "/data/Originals/deep"}) {
     EXPECT_EQ(movedTo(own).error(),

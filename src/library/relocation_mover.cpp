@@ -34,6 +34,23 @@ std::optional<std::int64_t> numberOf(const Files& files, const Path& path) {
   return status ? std::optional(static_cast<std::int64_t>(status->inode)) : std::nullopt;
 }
 
+/// Why no folder can be made there, nor anything in it.
+std::string whatIsInTheWay(const Files& files, const Path& folder) {
+  const Path wanted = normal(folder);
+  for (Path at = wanted; at.has_relative_path(); at = at.parent_path()) {
+    const auto found = files.status(at);
+    if (!found) continue;
+    const std::string name = at == wanted ? "it" : at.string();
+    if (found->type == FileType::link && !files.resolved(at)) {
+      return name + " is a link that leads nowhere";
+    }
+    const auto status = statusOfFolder(files, at);
+    if (!status || status->type != FileType::folder) return name + " is a file, not a folder";
+    break;
+  }
+  return "the folder above it is missing";
+}
+
 }  // namespace
 
 Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
@@ -45,7 +62,7 @@ Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
     case FileReach::folderReplaced: return files.checkWritable(folder);
     case FileReach::folderGone: {
       if (reachOf(files, folder) != FileReach::fileGone) {
-        return failed(FailureKind::notFound, "the folder above it is missing");
+        return failed(FailureKind::notFound, whatIsInTheWay(files, folder));
       }
       VT_TRY(files.makeFolder(folder, Privacy::byUmask));
       auto writable = files.checkWritable(folder);
