@@ -62,6 +62,11 @@ StillCaptures::StillCaptures(Services services) : services_(std::move(services))
                                       .filing = filing_.get(),
                                       .store = &services_.library.store(),
                                       .redactedOriginals = paths.redactedOriginals()});
+  storageObservation_ = services_.settings.observe(&SettingsValues::storageDirectory, [this] {
+    if (!services_.library.isReady()) return;
+    filing_->unclaimKept();
+    recoverStaged([](int) {});
+  });
 }
 
 CaptureFileSettings StillCaptures::fileSettings() const {

@@ -62,6 +62,7 @@ class StillCaptures {
   std::unique_ptr<TimedCaptureController> countdown_;
   std::unique_ptr<StillCapturePipeline> pipeline_;
   std::unique_ptr<StagedCaptureRecovery> recovery_;
+  Observation storageObservation_;
   Lifetime lifetime_;
 };
 

@@ -365,6 +365,45 @@ TEST_F(StillCapturesTest, TroubleWithTheDiskLosesNothing) {
   EXPECT_FALSE(run->app->arbiter().refusal());
 }
 
+TEST_F(StillCapturesTest, ACaptureThatNoFolderTakesIsFiledWhenOneDoes) {
+  for (const bool attributes : {true, false}) {
+    for (const bool choosesFolder : {true, false}) {
+      SCOPED_TRACE(fmt::format("{} {}", attributes, choosesFolder));
+      world = CoordinatorWorld{};
+      world.files.keepsAttributes = attributes;
+      world.files.folders.insert({"/pictures", "/other"});
+      restart();
+      world.files.silent = {"/pictures", "/home/captures"};
+      run->begin({.kind = Kind::display});
+      EXPECT_THAT(run->words(0), HasSubstr("No captures folder could be used, so this capture"));
+      ASSERT_EQ(run->store->entries().size(), 1U);
+      const ScreenshotEntry kept = *run->store->entries()[0];
+      EXPECT_TRUE(world.files.disk.contains(kept.path));
+      ASSERT_TRUE(run->store->update(kept.id, [](auto& entry) { entry.title = "Mine"; }));
+      run->runners.advance(5s);
+      restart();
+      run->runners.advance(5s);
+      EXPECT_EQ(run->store->entries().at(0)->path, kept.path) << "still none";
+
+      if (choosesFolder) {
+        run->settings->set(&SettingsValues::storageDirectory, "/other");
+      } else {
+        world.files.silent.clear();
+        restart();
+      }
+      run->runners.advance(5s);
+      ASSERT_EQ(run->store->entries().size(), 1U);
+      const ScreenshotEntry& filed = *run->store->entries()[0];
+      EXPECT_EQ(filed.id, kept.id);
+      EXPECT_EQ(filed.title, "Mine");
+      EXPECT_EQ(Path(filed.path).parent_path(), choosesFolder ? "/other" : "/pictures");
+      EXPECT_TRUE(world.files.disk.contains(filed.path));
+      EXPECT_THAT(world.files.disk.at(filed.path)->attributes, IsEmpty());
+      EXPECT_THAT(stagedNames(), IsEmpty());
+    }
+  }
+}
+
 TEST_F(StillCapturesTest, AnIndexOfANewerBuildIsLeftAloneAndTheCaptureIsFiledLater) {
   run.reset();
   const std::string newer = R"({"version":5,"entries":[],"secret":1})";

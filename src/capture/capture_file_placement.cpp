@@ -149,6 +149,13 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
                                                            : placed.error().reason;
     logWarning("Filing", "{} cannot be used: {}", folder.string(), *problem);
   }
+  // It is filed again, as the same capture, or else never.
+  if (const auto noted = staging_->update(staged); !noted) {
+    logWarning("Filing", "{}", noted.error().reason);
+    if (const auto removed = staging_->removeRecord(staged.path); !removed) {
+      return std::unexpected(removed.error());
+    }
+  }
   encoded.notes.emplace_back(note::PublishedInStagingFolder{staged.path});
   return PlacedCapture{staged.path, encoded.pixelSize, std::move(encoded.notes),
                        identifyFile(*files_, staged.path)};

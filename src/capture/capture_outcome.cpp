@@ -47,8 +47,9 @@ std::string sentence(const CaptureNote& note) {
       return text + ".";
     }
     std::string operator()(const note::PublishedInStagingFolder& published) const {
-      return fmt::format("No captures folder could be used, so this capture stays at {}.",
-                         published.path.string());
+      return fmt::format(
+          "No captures folder could be used, so this capture stays at {} until one can.",
+          published.path.string());
     }
   };
   return std::visit(Words{}, note);

@@ -28,8 +28,8 @@ void StillCaptureFiling::fileNow(StagedCapture staged, Image image, Filed filed,
   const auto& id = staged.record.entryID;
   if (const EntryPointer known = id ? store.find(*id) : nullptr) {
     // An earlier run got as far as the index, or another process has filed it.
-    const bool discards = known->path != staged.path.string();
-    forgetStaged(staged, known->path, discards, [known, filed = std::move(filed)]() mutable {
+    if (known->path == staged.path.string()) return fileAgain(known, staged, std::move(filed));
+    forgetStaged(staged, known->path, [known, filed = std::move(filed)]() mutable {
       filed(CaptureOutcome::Saved{known, {}, {}});
     });
     return;
@@ -108,26 +108,83 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
       return;
     }
     const Path path = saved.entry->path;
-    forgetStaged(staged, path, path != staged.path,
-                 [saved = std::move(saved), filed = std::move(filed)]() mutable {
-                   filed(std::move(saved));
-                 });
+    if (path == staged.path) {
+      keptPaths_.insert(path);
+      filed(std::move(saved));
+      return;
+    }
+    forgetStaged(staged, path, [saved = std::move(saved), filed = std::move(filed)]() mutable {
+      filed(std::move(saved));
+    });
   };
   store.flush(lifetime_.guard(std::move(landed)));
 }
 
-void StillCaptureFiling::forgetStaged(const StagedCapture& staged, const Path& placed,
-                                      bool discards, std::move_only_function<void()> done) {
+/// Gives a capture that is listed under its staged name, for no folder could be used, its final
+/// file.
+void StillCaptureFiling::fileAgain(const EntryPointer& known, StagedCapture staged, Filed filed) {
+  keptPaths_.insert(staged.path);
+  if (const auto refusal = services_.library->store().indexRefusal()) {
+    return filed(failed(FailureKind::denied, *refusal));
+  }
+  auto claim = services_.library->claim(known->id, EntryWork::moving);
+  if (!claim) return filed(failed(FailureKind::busy, sentence(claim.error())));
+  struct Moving {
+    EntryClaim claim;
+    StagedCapture staged;
+    Filed filed;
+  };
+  const auto moving =
+      std::make_shared<Moving>(Moving{*std::move(claim), std::move(staged), std::move(filed)});
   roundTrip(
       *services_.work, services_.main,
-      [staged, placed, discards, staging = services_.staging] {
+      [moving, settings = services_.fileSettings(), placement = services_.placement] {
+        return placement->place(moving->staged, {}, settings);
+      },
+      lifetime_.guard([this, moving, id = known->id](Result<PlacedCapture> placed) {
+        if (!placed) return moving->filed(std::unexpected(placed.error()));
+        if (placed->path == moving->staged.path) {
+          return moving->filed(failed(FailureKind::denied, "no captures folder could be used"));
+        }
+        moved(id, *placed, moving->staged, [moving](Result<CaptureOutcome::Saved> saved) {
+          moving->claim.end();
+          moving->filed(std::move(saved));
+        });
+      }));
+}
+
+void StillCaptureFiling::moved(const std::string& id, const PlacedCapture& placed,
+                               const StagedCapture& staged, Filed filed) {
+  HistoryStore& store = services_.library->store();
+  const auto updated = store.update(id, [&](ScreenshotEntry& entry) {
+    entry.path = placed.path.string();
+    entry.fileIdentity = placed.identity;
+  });
+  if (!updated) return filed(std::unexpected(updated.error()));
+  keptPaths_.erase(staged.path);
+  store.flush(lifetime_.guard([this, staged, entry = store.find(id),
+                               filed = std::move(filed)](Result<void> written) mutable {
+    if (!written) return filed(std::unexpected(written.error()));
+    forgetStaged(staged, entry->path, [entry, filed = std::move(filed)]() mutable {
+      filed(CaptureOutcome::Saved{entry, {}, {}});
+    });
+  }));
+}
+
+void StillCaptureFiling::unclaimKept() {
+  for (const Path& path : std::exchange(keptPaths_, {})) claimedPaths_.erase(path);
+}
+
+void StillCaptureFiling::forgetStaged(const StagedCapture& staged, const Path& placed,
+                                      std::move_only_function<void()> done) {
+  roundTrip(
+      *services_.work, services_.main,
+      [staged, placed, staging = services_.staging] {
         // The staged name first: its file may be the very one that is placed, and without its
         // record it would look like somebody else's.
-        if (discards) {
-          if (const auto discarded = staging->discard(staged); !discarded) {
-            logWarning("Filing", "{} could not be removed: {}", staged.path.string(),
-                       discarded.error().reason);
-          }
+        if (const auto discarded = staging->discard(staged); !discarded) {
+          logWarning("Filing", "{} could not be removed: {}", staged.path.string(),
+                     discarded.error().reason);
         }
         if (const auto removed = staging->removeRecord(placed); !removed) {
           logWarning("Filing", "the record of {} could not be removed: {}", placed.string(),

@@ -17,7 +17,8 @@ namespace vantorel {
 
 /// Files staged captures into the library: gives each its final file, lists it in the index, and
 /// only when the index is safe on disk forgets the staged file. A crash at any point leaves either
-/// a staged capture that the next launch files, or a filed one. Lives on the main runner; the disk
+/// a staged capture that the next launch files, or a filed one. A capture that no folder can take
+/// is listed under its staged name till one can. Lives on the main runner; the disk
 /// work runs on `work`.
 class StillCaptureFiling {
  public:
@@ -54,16 +55,23 @@ class StillCaptureFiling {
     pathsUnderWay_.insert(path);
   }
 
+  /// Lets a sweep of this run have the captures that no folder could take: another one can now.
+  void unclaimKept();
+
  private:
   void fileNow(StagedCapture staged, Image image, Filed filed, Reached reached);
   void addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed,
                     const Reached& reached);
-  void forgetStaged(const StagedCapture& staged, const Path& placed, bool discards,
+  void fileAgain(const EntryPointer& known, StagedCapture staged, Filed filed);
+  void moved(const std::string& id, const PlacedCapture& placed, const StagedCapture& staged,
+             Filed filed);
+  void forgetStaged(const StagedCapture& staged, const Path& placed,
                     std::move_only_function<void()> done);
 
   Services services_;
   std::set<Path> claimedPaths_;
   std::set<Path> pathsUnderWay_;
+  std::set<Path> keptPaths_;
   Lifetime lifetime_;
 };
 

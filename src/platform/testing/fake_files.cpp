@@ -337,6 +337,7 @@ Result<void> FakeFiles::linkNew(const Path& from, const Path& to) {
   VT_TRY(answers(from));
   VT_TRY(change());
   const auto linked = VT_TRY(file(from));
+  VT_TRY(answers(to));
   VT_TRY(parentExists(to));
   if (disk.contains(to)) return failed(FailureKind::exists, "the file exists");
   if (!hasHardLinks || device(from) != device(to)) {
