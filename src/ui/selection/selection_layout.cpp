@@ -133,7 +133,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     add("C", "copy the color");
   } else if (model.mode() == CaptureMode::window) {
     add("Click", "capture the window");
-    add("Return", "capture");
+    if (model.chosenWindow() != nullptr) add("Return", "capture");
     add("Tab", "next window");
     add("Space", "choose an area");
     addDisplays();

@@ -58,6 +58,7 @@ SelectionModel::SelectionModel(CaptureMode mode, const std::vector<DisplaySnapsh
   }
   if (mode_ == CaptureMode::window && windows_.empty()) mode_ = CaptureMode::region;
   movePointer(pointer);
+  if (mode_ == CaptureMode::window && chosenWindow() == nullptr) moveFocus(1);
 }
 
 std::size_t SelectionModel::displayAt(QPoint point) const {

@@ -124,6 +124,14 @@ TEST_F(SelectionModelTest, WindowsArePickedTopmostFirst) {
   EXPECT_EQ(model.confirm(), CaptureTarget(DisplayTarget{"RIGHT"}));
   EXPECT_EQ(drag(model, {1, 1}, {5, 5}), region("LEFT", {1, 1, 4, 4}));
 
+  // Nothing lies under the pointer at first: Return takes the topmost one.
+  windows[2].frame = {500, 500, 10, 10};
+  windows[3].frame = {500, 500, 10, 10};
+  auto begun = make(CaptureMode::window);
+  EXPECT_EQ(begun.confirm(), CaptureTarget(WindowTarget{3, "LEFT"}));
+  begun.movePointer({900, 20});
+  EXPECT_EQ(begun.confirm(), std::nullopt);
+
   windows.clear();
   EXPECT_EQ(make(CaptureMode::window).mode(), CaptureMode::region)
       << "there is no list to pick from";
