@@ -93,6 +93,23 @@ TEST(X11ScreenCaptureTest, DisplaysAndRegionsEqualTheScreenPixelForPixel) {
   painter.setRootProperty("RESOURCE_MANAGER", "Xcursor.size:\t48\nXft.dpi:\t192\n");
   const auto two = capture.displays();
   ASSERT_TRUE(two && two->size() == 2);
+  // Xfce doubles what windows draw apart from the resolution, and takes it back.
+  const auto scaleIs = [&](double wanted) {
+    return capture.loop.runUntil([&] {
+      const auto now = capture.displays();
+      return now && (*now)[0].scale() == wanted;
+    });
+  };
+  const auto settings = [](char factor) {
+    return std::string("\0\0\0\0\1\0\0\0\2\0\0\0", 12) +
+           std::string("\1\0\4\0Name\0\0\0\0\5\0\0\0Adwai\0\0\0", 24) +
+           std::string("\0\0\27\0Gdk/WindowScalingFactor\0\0\0\0\0", 32) +
+           std::string{factor, 0, 0, 0};
+  };
+  painter.setDesktopSettings(settings(2));
+  EXPECT_TRUE(scaleIs(4));
+  painter.setDesktopSettings(settings(1));
+  EXPECT_TRUE(scaleIs(2));
   const DisplaySnapshot& right = (*two)[0];
   EXPECT_EQ(right.id, "RIGHT");
   EXPECT_TRUE(right.isMain);

@@ -324,6 +324,27 @@ void TestClient::setRootProperty(const char* name, const std::string& text) {
   sync();
 }
 
+void TestClient::setDesktopSettings(const std::string& value) {
+  const xcb_atom_t selection = atom("_XSETTINGS_S0");
+  const auto owner = xcb_generate_id(connection_);
+  xcb_create_window(connection_, XCB_COPY_FROM_PARENT, owner, screen_->root, 0, 0, 1, 1, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  const xcb_atom_t settings = atom("_XSETTINGS_SETTINGS");
+  xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, owner, settings, settings, 8,
+                      static_cast<std::uint32_t>(value.size()), value.data());
+  xcb_set_selection_owner(connection_, owner, selection, XCB_CURRENT_TIME);
+  xcb_client_message_event_t announced{};
+  announced.response_type = XCB_CLIENT_MESSAGE;
+  announced.format = 32;
+  announced.window = screen_->root;
+  announced.type = atom("MANAGER");
+  announced.data.data32[1] = selection;
+  announced.data.data32[2] = owner;
+  xcb_send_event(connection_, 0, screen_->root, XCB_EVENT_MASK_STRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&announced));
+  sync();
+}
+
 void TestClient::key(std::uint32_t keysym, bool press) {
   auto* symbols = xcb_key_symbols_alloc(connection_);
   const auto codes = owned(xcb_key_symbols_get_keycode(symbols, keysym));

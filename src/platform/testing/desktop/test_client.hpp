@@ -78,6 +78,9 @@ class TestClient {
   [[nodiscard]] bool windowsAreRedirected();
   void setRootProperty(const char* name, const std::string& text);
 
+  /// Owns the desktop's settings from now on, with `value` as what _XSETTINGS_SETTINGS holds.
+  void setDesktopSettings(const std::string& value);
+
   /// Press and release of a key (by keysym), as from the real keyboard.
   void key(std::uint32_t keysym, bool press);
 
