@@ -239,7 +239,18 @@ TEST(X11ScreenCaptureTest, CoveredWindowsComeOutWhole) {
     application.minimize(below);
     const auto minimized = staying.grab({WindowTarget{below, {}}, true, {}});
     ASSERT_FALSE(minimized);
-    EXPECT_THAT(minimized.error().reason, HasSubstr("minimized"));
+    EXPECT_EQ(minimized.error().reason, "the window is minimized");
+    const auto grabbedWith = [&](const char* name, xcb_atom_t type, std::uint32_t value) {
+      xcb_change_property(application.connection(), XCB_PROP_MODE_REPLACE, below,
+                          application.atom(name), type, 32, 1, &value);
+      application.sync();
+      const auto unseen = staying.grab({WindowTarget{below, {}}, true, {}});
+      return unseen ? std::string("grabbed") : unseen.error().reason;
+    };
+    EXPECT_EQ(grabbedWith("_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, 3),
+              "the window is on another workspace");
+    EXPECT_EQ(grabbedWith("_NET_WM_STATE", XCB_ATOM_ATOM, application.atom("_NET_WM_STATE_SHADED")),
+              "the window is rolled up to its title bar");
     other.close(cover);
     const auto closed = staying.grab({WindowTarget{cover, {}}, true, {}});
     ASSERT_FALSE(closed);
