@@ -120,7 +120,11 @@ std::string remarksOn(const PruneReport& report) {
 CommandReply replyTo(const TrashSweep& sweep, const HistoryStore& store, bool json) {
   CommandReply reply;
   if (!json) reply.output = deletedFeedback(sweep.removed.size()) + "\n";
-  if (!sweep.removed.empty()) {
+  if (!sweep.removed.empty() && sweep.isUndoTaken) {
+    reply.error =
+        "This can't be undone, since an undo before it waits for its disk; the files are in the "
+        "Trash.\n";
+  } else if (!sweep.removed.empty()) {
     reply.error = fmt::format("\"vantorel library undo\" brings {} back within 8 seconds.\n",
                               sweep.removed.size() == 1 ? "it" : "them");
   }

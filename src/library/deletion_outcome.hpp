@@ -19,6 +19,9 @@ struct TrashSweep {
   std::vector<Failure> failures;
   std::set<std::string> attempted;
   std::optional<std::string> indexNotSaved;  ///< the files moved, but the index was not written
+
+  /// It is for the Trash alone to bring back: an earlier undo still waits for its disk.
+  bool isUndoTaken = false;
 };
 
 /// What an undo came to.

@@ -110,6 +110,13 @@ void DeletionQueue::closeJournal(bool isSaved, const DeletionJournal& current) {
       });
 }
 
+bool DeletionQueue::isInDoubt(const std::string& id) const {
+  return std::ranges::find(unsettledUndo, id) != unsettledUndo.end() ||
+         std::ranges::any_of(unended_.items, [&](const DeletionJournal::Item& item) {
+           return item.mayLandUntil && item.id == id;
+         });
+}
+
 bool DeletionQueue::isUnsettled() const {
   return !unsettledUndo.empty() ||
          std::ranges::any_of(unended_.items, [](const DeletionJournal::Item& item) {

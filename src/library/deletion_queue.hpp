@@ -84,6 +84,9 @@ class DeletionQueue {
   /// Whether there is something of which it is not known what came of it.
   [[nodiscard]] bool isUnsettled() const;
 
+  /// Whether that is about this entry: nothing else may be done with its files.
+  [[nodiscard]] bool isInDoubt(const std::string& id) const;
+
   /// The entries of an undo of which the same is true: the file that keeps it must not be replaced.
   std::vector<std::string> unsettledUndo;
 

@@ -16,8 +16,8 @@ namespace vantorel {
 namespace {
 
 constexpr std::string_view notMoved = "move to Trash failed: ";
-constexpr std::string_view undoNotEnded =
-    "an undo before it has not ended, since its disk does not answer";
+constexpr const char* inDoubt =
+    "it isn't known yet what came of the change before, since its disk does not answer";
 
 /// Between two looks at what a silent disk made of a change.
 constexpr std::chrono::seconds lookAgainPause{30};
@@ -113,6 +113,11 @@ void HistoryDeletion::trash(std::vector<std::string> ids, Undo undo,
   queue_.enqueue([this, ids = std::move(ids), undo, done = std::move(done)]() mutable {
     auto state = std::make_shared<Sweeping>(
         Sweeping{.ids = std::move(ids), .undo = undo, .done = std::move(done)});
+    // What keeps an undo that waits for its disk would give way to what keeps this one's.
+    if (undo == Undo::offered && !queue_.unsettledUndo.empty()) {
+      state->undo = Undo::none;
+      state->sweep.isUndoTaken = true;
+    }
     // Names may have been swapped: what goes is the entry's file, not what has its name.
     queue_.onWork(
         [&files = services_.files, before = LookBeforeUse(services_.store, state->ids)] {
@@ -137,10 +142,7 @@ void HistoryDeletion::trash(std::vector<std::string> ids, Undo undo,
 
 void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t end) {
   // Files that went while the index stays as it was would leave entries of nothing behind.
-  auto refusal = services_.store.indexRefusal();
-  // What it keeps on the disk would give way to what keeps this one's.
-  if (!refusal && state.undo == Undo::offered && !queue_.unsettledUndo.empty())
-    refusal = undoNotEnded;
+  const auto refusal = services_.store.indexRefusal();
   for (std::size_t i = begin; i < end; ++i) {
     const std::string& id = state.ids[i];
     const EntryPointer entry = services_.store.find(id);
@@ -151,6 +153,10 @@ void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t 
     }
     if (state.unsettled.contains(id)) {
       state.sweep.failures.push_back({id, unsettledSentence});
+      continue;
+    }
+    if (queue_.isInDoubt(id)) {
+      state.sweep.failures.push_back({id, inDoubt});
       continue;
     }
     if (const auto claimed = queue_.claim(id, EntryWork::deleting); !claimed) {
@@ -291,7 +297,8 @@ void HistoryDeletion::forget(const std::vector<std::string>& ids,
     const auto claim = [this, state](std::size_t begin, std::size_t end) {
       for (std::size_t i = begin; i < end; ++i) {
         const EntryPointer entry = services_.store.find(state->ids[i]);
-        if (entry && queue_.claim(entry->id, EntryWork::deleting)) state->going.push_back(entry);
+        if (!entry || queue_.isInDoubt(entry->id)) continue;
+        if (queue_.claim(entry->id, EntryWork::deleting)) state->going.push_back(entry);
       }
     };
     queue_.inSlices(state->ids.size(), claim, [this, state] { noteSurplus(state); });

@@ -335,6 +335,19 @@ TEST_P(UnansweredChangeTest, AFileAndItsOriginalComeBackTogether) {
   }
 }
 
+TEST_P(UnansweredChangeTest, WhatIsInDoubtIsNotDeletedAgainAndHoldsNothingElseUp) {
+  Shelf shelf;
+  shelf.silence("/captures", 2, GetParam());
+  (void)shelf.trash();
+  const std::string journal = shelf.files.text("/data/deletions.json");
+  TrashSweep sweep = shelf.trash();
+  EXPECT_EQ(sweep.failures.size(), sweep.attempted.size());
+  EXPECT_EQ(shelf.files.text("/data/deletions.json"), journal);
+  shelf.answerAgain();
+  shelf.runners.advance(121s);
+  shelf.expectWhole();
+}
+
 // A look ends moves towards the Trash, which this one was not.
 TEST_P(UnansweredChangeTest, WhatIsOnItsWayBackIsNotRemovedWhereItGoes) {
   Shelf shelf;
