@@ -156,7 +156,8 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root,
 constexpr std::chrono::seconds endBound{5};
 
 [[noreturn]] void live(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> files,
-                       CommandBus& bus, EndingSignals& signals, DesktopUi& ui) {
+                       CommandBus& bus, EndingSignals& signals, DesktopUi& ui,
+                       std::optional<long> otherTray) {
   Program program(root, std::move(files), ui.mainRunner(), &ui, [&] {
     std::thread([] {
       std::this_thread::sleep_for(endBound);
@@ -167,6 +168,7 @@ constexpr std::chrono::seconds endBound{5};
   serve(bus, ui.mainRunner(), program, true);
   leaveWithoutTearingDown();
   program.startResident();
+  if (otherTray) program.sayThatAnotherHasTheLibrary(*otherTray);
   signals.work([&](int) { ui.mainRunner()->post([&program] { program.quit(); }); });
   const int status = ui.run();
   program.handOverClipboard();
@@ -220,9 +222,10 @@ int run(int argc, char** argv) {
   const bool isAlone = started.role == CommandBus::Role::alone;
   TrayLock tray(*files, library);
   // One that has given up its name on the bus may still have something to save.
+  std::optional<long> otherTray;
   if (isResident && !tray.take(isAlone ? std::chrono::seconds(1) : endBound + endBound)) {
-    const auto other = trayProcess(*files, library);
-    if (isAlone && other) return print(toBus(failedReply(unreachableTraySentence(*other))));
+    otherTray = trayProcess(*files, library);
+    if (isAlone && otherTray) return print(toBus(failedReply(unreachableTraySentence(*otherTray))));
   }
 
   if (line.needsWindows()) {
@@ -231,7 +234,7 @@ int run(int argc, char** argv) {
       return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
     }
     DesktopUi& ui = **loaded;
-    if (isResident) live(root, files, bus, *signals, ui);
+    if (isResident) live(root, files, bus, *signals, ui, otherTray);
     return runOnce(
         line, root, files, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); },
         [&] { ui.quit(0); });

@@ -1,5 +1,7 @@
 #include "main/program.hpp"
 
+#include <fmt/format.h>
+
 #include <chrono>
 #include <future>
 #include <utility>
@@ -55,6 +57,15 @@ void Program::perform(const DesktopCommand& command) {
 void Program::sayThatItOpensNothing() {
   wings_->desktop.alerts->notify("Vantorel can't open files",
                                  "Open pictures with another program.");
+}
+
+void Program::sayThatAnotherHasTheLibrary(long other) {
+  wings_->desktop.alerts->notify(
+      "Vantorel runs in another session too",
+      fmt::format(
+          "Process {} has the library. What is captured here is kept, and comes into History "
+          "when that one has quit.",
+          other));
 }
 
 void Program::sayThatItRuns() { wings_->captures.coordinator.sayThatItRuns(); }

@@ -35,6 +35,9 @@ class Program {
   /// Says that it runs, to one who started it once more.
   void sayThatItRuns();
 
+  /// That a program in the tray of another session, the process `other`, has the library.
+  void sayThatAnotherHasTheLibrary(long other);
+
   /// To one who opens a file with it, and sees no answer otherwise.
   void sayThatItOpensNothing();
 
