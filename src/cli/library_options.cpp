@@ -34,6 +34,13 @@ std::optional<command::Library::When> parseWhen(std::string_view text) {
 }
 
 /// A script whose variable is empty means something else than everything.
+std::string refuseNoCount(const std::string& text) {
+  std::size_t number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool isWhole = read.ec == std::errc() && read.ptr == text.data() + text.size();
+  return isWhole && number > 0 ? "" : "must be a whole number above zero";
+}
+
 std::string refuseEmpty(const std::string& text) {
   return text.empty() ? "it must not be empty" : std::string();
 }
@@ -67,7 +74,7 @@ LibraryOptions::LibraryOptions(CLI::App& app)
       ->check(refuseEmpty);
   list->add_option("--limit", given_.limit, "at most so many")
       ->type_name("NUMBER")
-      ->check(CLI::PositiveNumber);
+      ->check(refuseNoCount);
 
   const auto withIDs = [this](Verb of, const char* words) {
     verb(of, words)->add_option("ids", given_.ids, idWords)->type_name(kinds::capture)->required();
