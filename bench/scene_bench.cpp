@@ -152,7 +152,8 @@ void copyBoxes(benchmark::State& state) {
     for (int i = 0; i < boxes; ++i) {
       const PixelRect box = boxAt(i);
       for (int y = box.y; y < box.bottom(); ++y) {
-        std::memcpy(pixels.data() + static_cast<std::size_t>(y) * stride + 4 * box.x,
+        std::memcpy(pixels.data() + static_cast<std::size_t>(y) * stride +
+                        std::size_t{4} * static_cast<std::size_t>(box.x),
                     base().row(y).data() + std::size_t{4} * box.x, std::size_t{4} * boxWidth);
       }
     }

@@ -83,7 +83,7 @@ class PlaceLook {
     if (auto identity = folder.identify(path.filename())) {
       const auto& seen = file.seen();
       if (!seen || !identity->isSameFileAs(*seen)) {
-        astray_.push_back({file, *std::move(identity)});
+        astray_.push_back({file, std::move(identity)});
         return;
       }
       numbers_.agree(*identity);

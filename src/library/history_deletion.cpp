@@ -199,7 +199,7 @@ void HistoryDeletion::moveToTrash(const std::shared_ptr<Sweeping>& state) {
             if (!remark.empty()) {
               logWarning(historyLog, "{}: {}", removed->entry->path, remark);
             }
-            moved.removed.push_back(*std::move(removed));
+            moved.removed.push_back(std::move(*removed));
           } else {
             const auto& failure = std::get<HistoryTrash::Failed>(outcome);
             moved.failures.push_back({one.entry->id, failure.reason});

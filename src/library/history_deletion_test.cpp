@@ -476,7 +476,7 @@ TEST_F(HistoryDeletionTest, ACaptureThatGotTheNameDoesNotKeepAnEntryOfNothing) {
   first.reset();
   shelf.disk.put("/captures/x.png", "newer");
   std::string entries = shelf.disk.text(index);
-  entries.insert(entries.find("]"), R"(,{"id":"y","capturedAt":2,"path":"/captures/x.png"})");
+  entries.insert(entries.find(']'), R"(,{"id":"y","capturedAt":2,"path":"/captures/x.png"})");
   shelf.disk.put(index, entries);
 
   Shelf::Run next(shelf);

@@ -1,5 +1,6 @@
 #include "library/index_salvage.hpp"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -108,8 +109,7 @@ TEST(IndexSalvageTest, NothingInsideADamagedEntryIsTakenForAnEntry) {
     const std::string parent =
         R"({"id":"2","capturedAt":2,"path":"/2.png",)" + nested + R"(,"title":"t"})";
     for (const std::string& following : {"," + entry(3), std::string()}) {
-      const std::string whole =
-          std::string(head) + entry(1) + "," + parent + following + std::string(tail);
+      const std::string whole = fmt::format("{}{},{}{}{}", head, entry(1), parent, following, tail);
       std::vector<std::string> expected{"1"};
       if (!following.empty()) expected.emplace_back("3");
       std::string text = whole;

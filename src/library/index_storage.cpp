@@ -175,7 +175,7 @@ std::array<Path, 4> IndexStorage::ownFiles() const {
 
 // A run that was killed while it wrote leaves half a file behind.
 std::optional<Path> IndexStorage::clearStaging(const Path& path) {
-  const Path staging = stagingOf(path);
+  Path staging = stagingOf(path);
   if (!files_.status(staging)) return std::nullopt;
   if (const auto cleared = files_.remove(staging); !cleared) {
     logWarning(historyLog, "history index staging file could not be cleared: {}",

@@ -1,5 +1,6 @@
 #include "library/journal_file.hpp"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -94,7 +95,8 @@ TEST_F(JournalFileTest, WhatCannotBeReadIsKeptUnderAnotherName) {
   for (const auto& [name, texts] : unreadable) {
     for (const std::string& text : texts) {
       for (const bool isRecovered : {true, false}) {
-        SCOPED_TRACE(name + ": " + text + (isRecovered ? "" : ", the index was parked"));
+        SCOPED_TRACE(
+            fmt::format("{}: {}{}", name, text, isRecovered ? "" : ", the index was parked"));
         warnings.clear();
         const Path path = Path("/data") / (name + ".json");
         Shelf shelf({{path, text}}, isRecovered ? index : "no index");

@@ -196,9 +196,10 @@ void LibraryRepair::judge(const RunPointer& run, bool wasQuiet) {
   LibraryFindings& findings = run->findings;
   run->claims.dropSettled(findings);
   if (!wasQuiet) {
-    for (const EntryPointer& entry : findings.look.gone) findings.notJudged.push_back(entry->path);
+    for (const EntryPointer& entry : findings.look.gone)
+      findings.notJudged.emplace_back(entry->path);
     for (const LostOriginal& lost : findings.withoutOriginal) {
-      findings.notJudged.push_back(*lost.entry->originalPath);
+      findings.notJudged.emplace_back(*lost.entry->originalPath);
     }
     findings.look.gone.clear();
     findings.withoutOriginal.clear();

@@ -16,6 +16,7 @@
 
 namespace vantorel {
 
+// NOLINTNEXTLINE(readability-identifier-naming): the test library looks for it
 void PrintTo(const VerifyReport::Finding& finding, std::ostream* out) {
   *out << nameOf(finding.kind) << " " << finding.path << (finding.isRepaired ? " repaired" : "");
 }
