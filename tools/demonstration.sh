@@ -41,7 +41,7 @@ children+=($!)
 vantorel() { "$program" --root "$folder/library" "$@"; }
 
 # The window list tells when the window manager has placed the windows.
-for _ in $(seq 100); do
+for _ in $(seq 600); do
   window=$(vantorel windows 2>/dev/null | awk -F '\t' '/A window to look at/ {print $1}')
   [ -n "$window" ] && break
   sleep 0.05
