@@ -23,6 +23,7 @@ struct BusWorker::State {
 
   Result<sdbus::IConnection*> connected();
   void process();
+  void awaitDelivery();
   void waitForWork() const;
 };
 
@@ -47,6 +48,19 @@ void BusWorker::State::process() {
   } catch (const sdbus::Error& error) {
     lost = "the session bus went away";
     logWarning("Bus", "{}: {}", lost, error.getMessage());
+  }
+}
+
+/// Until the bus has read what was sent. A socket closed with messages unread in it is an error to
+/// the bus, and it reads no further: answers already sent would be lost.
+void BusWorker::State::awaitDelivery() {
+  if (!connection || !lost.empty()) return;
+  try {
+    const auto bus =
+        sdbus::createProxy(*connection, "org.freedesktop.DBus", "/org/freedesktop/DBus");
+    bus->callMethod("GetId").onInterface("org.freedesktop.DBus");
+  } catch (const sdbus::Error& error) {
+    logWarning("Bus", "what was sent last may be lost: {}", error.getMessage());
   }
 }
 
@@ -75,6 +89,7 @@ void BusWorker::run(const std::shared_ptr<State>& state) {
   }
   // Those posted since may hold what lives on the connection.
   state->jobs.takeAll().clear();
+  state->awaitDelivery();
   state->connection.reset();
   state->jobs.end();
 }

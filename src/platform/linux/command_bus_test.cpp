@@ -1,5 +1,6 @@
 #include "platform/linux/command_bus.hpp"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sdbus-c++/sdbus-c++.h>
@@ -120,8 +121,12 @@ TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
   constexpr int each = 60;
   std::mutex mutex;
   std::map<std::string, int> executions;
-  std::atomic<int> wrong = 0;
+  std::vector<std::string> wrong;
   std::atomic<int> forwarded = 0;
+  const auto complain = [&](std::string about) {
+    const std::lock_guard lock(mutex);
+    wrong.push_back(std::move(about));
+  };
   const auto execute = [&](const std::string& what) {
     const std::lock_guard lock(mutex);
     ++executions[what];
@@ -133,7 +138,11 @@ TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
       const std::string what = std::to_string(requester) + "." + std::to_string(i);
       const Joined joined(request({what}));
       if (!joined.isOwner()) {
-        if (joined.started.reply.output != what) ++wrong;
+        const auto& [role, reply] = joined.started;
+        if (reply.output != what) {
+          complain(fmt::format("{}: role {}, status {}, {}{}", what, static_cast<int>(role),
+                               reply.status, reply.output, reply.error));
+        }
         ++forwarded;
         continue;
       }
@@ -145,13 +154,13 @@ TEST_F(CommandBusTest, OwnersThatComeAndGoLoseNoCommandAndDoNoneTwice) {
       own.runFor(milliseconds(i % 3));
       bool ended = false;
       joined.bus->end([&] { ended = true; });
-      if (!own.runUntil([&] { return ended; })) ++wrong;
+      if (!own.runUntil([&] { return ended; })) complain(what + " did not end");
     }
   };
   std::vector<std::thread> threads;
   for (int i = 0; i < requesters; ++i) threads.emplace_back(ask, i);
   for (auto& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
+  EXPECT_THAT(wrong, ElementsAre());
   EXPECT_GT(forwarded, 0);
   EXPECT_EQ(executions.size(), std::size_t{requesters} * each);
   for (const auto& [what, count] : executions) EXPECT_EQ(count, 1) << what;
