@@ -25,12 +25,16 @@ read -r number <"$folder/display"
 rm "$folder/display"
 export DISPLAY=:$number
 xsetroot -solid '#2d4a66'
-openbox >/dev/null 2>&1 &
+# While it starts, the window manager may drop what windows ask of it: they wait for its start-up
+# command.
+mkfifo "$folder/managed"
+MANAGED=$folder/managed openbox --startup "sh -c 'echo >\"\$MANAGED\"'" >/dev/null 2>&1 &
 children+=($!)
-for _ in $(seq 100); do
-  xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
-  sleep 0.05
-done
+if ! read -r -t 30 <>"$folder/managed"; then
+  echo "The window manager of the virtual display did not start." >&2
+  exit 1
+fi
+rm "$folder/managed"
 xmessage -fn fixed -geometry 620x160+200+150 -title "A window to look at" \
   -buttons "Capture,Annotate,Share" "Vantorel takes pictures of the screen and keeps them." \
   >/dev/null 2>&1 &
@@ -41,7 +45,7 @@ children+=($!)
 vantorel() { "$program" --root "$folder/library" "$@"; }
 
 # The window list tells when the window manager has placed the windows.
-for _ in $(seq 600); do
+for _ in $(seq 200); do
   window=$(vantorel windows 2>/dev/null | awk -F '\t' '/A window to look at/ {print $1}')
   [ -n "$window" ] && break
   sleep 0.05
