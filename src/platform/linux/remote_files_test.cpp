@@ -1,6 +1,7 @@
 #include "platform/linux/remote_files.hpp"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 

@@ -123,7 +123,9 @@ Result<void> FakeFiles::makeMove(const Path& from, const Path& to,
   VT_TRY(answers(from));
   VT_TRY(answers(to));
   const bool isCounted = from.parent_path() == silencing || to.parent_path() == silencing;
-  if (!isCounted || silenceAtMove == 0 || --silenceAtMove > 0) return make();
+  if (!isCounted || silenceAtMove == 0) return make();
+  --silenceAtMove;
+  if (silenceAtMove > 0) return make();
   silent.insert(silencing);
   if (isUnansweredMade) (void)make();
   if (isUnansweredHalfMade) disk[to] = disk.at(from);
@@ -196,7 +198,7 @@ Result<std::vector<FolderItem>> FakeFiles::list(const Path& folder) const {
 Result<Path> FakeFiles::resolved(const Path& path) const {
   VT_TRY(answers(path));
   const auto link = links.find(path);
-  const Path found = link == links.end() ? path : link->second;
+  Path found = link == links.end() ? path : link->second;
   if (!disk.contains(found) && !folders.contains(found)) return missing();
   return found;
 }
