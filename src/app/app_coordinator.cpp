@@ -232,24 +232,28 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
   };
   const EntryPointer entry = saved->entry;
   auto waiting = std::make_shared<Waiting>(Waiting{std::move(reply), std::move(finished)});
-  const auto answer = [waiting](const std::string& problem) {
+  const auto answer = [waiting](const Result<void, CopyFailure>& copied) {
     if (!waiting->finished) return;
-    if (!problem.empty()) {
+    if (!copied) {
+      const std::string why = sentence(copied.error());
       std::get<CaptureOutcome::Saved>(std::get<CaptureOutcome>(waiting->reply).value)
-          .remarks.push_back("Not copied: " + problem + ".");
+          .remarks.push_back("Not copied: " + why + (why.ends_with('.') ? "" : "."));
     }
     std::exchange(waiting->finished, nullptr)(std::move(waiting->reply));
   };
   services_.copying.copy(*entry, answer);
   // A clipboard that does not answer holds up neither the user nor a quit.
-  services_.main->postAfter(clipboardBound,
-                            lifetime_.guard([answer] { answer("the clipboard doesn't answer"); }));
+  services_.main->postAfter(clipboardBound, lifetime_.guard([answer] {
+    answer(std::unexpected(CopyFailure{CopyFailure::Case::silent}));
+  }));
 }
 
 void AppCoordinator::undoRecentDelete() {
   if (!services_.library.deletion().pendingUndo()) {
-    if (const auto refusal = services_.library.store().indexRefusal()) {
-      return services_.alerts.notify("History", "The library can't be used now: " + *refusal + ".");
+    if (auto refusal = services_.library.store().indexRefusal()) {
+      return services_.alerts.notify(
+          "History",
+          sentence(EntryFailure{EntryFailure::Case::libraryClosed, *std::move(refusal)}));
     }
     return services_.alerts.notify("Nothing to undo", "A deletion can be undone for 8 seconds.");
   }

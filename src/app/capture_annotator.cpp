@@ -4,13 +4,8 @@
 
 #include <utility>
 
-#include "app/absent_file.hpp"
-#include "app/output_guard.hpp"
 #include "base/round_trip.hpp"
-#include "editor/entry_document.hpp"
-#include "editor/output_failure.hpp"
-#include "library/file_reach.hpp"
-#include "library/look_adoption.hpp"
+#include "editor/records/output_failure.hpp"
 
 namespace vantorel {
 namespace {
@@ -28,72 +23,62 @@ struct Checked {
 };
 
 /// Why a capture's picture could not be read: its disk may be away, which is no fault of the file.
-std::unexpected<std::string> unreadable(const Files& files, const ScreenshotEntry& entry,
-                                        const Failure& failure) {
-  if (std::string absent = sentenceOfAbsence(files, entry); !absent.empty()) {
-    return std::unexpected(std::move(absent));
-  }
-  return std::unexpected(fmt::format("{}: {} ({}).", entry.path,
-                                     sentence(OutputFailure::notReadable), failure.reason));
+AnnotationFailure unreadable(const Files& files, const ScreenshotEntry& entry,
+                             const Failure& failure) {
+  if (auto absence = absenceOf(files, entry)) return *std::move(absence);
+  return AnnotationFault{AnnotationFault::Case::captureNotRead, failure.reason, entry.path};
 }
 
 /// The document in a file, judged for a base image of `capture` pixels.
-std::expected<EditorDocument, std::string> readDocument(const Path& path, PixelSize capture,
-                                                        const Files& files,
-                                                        const ImageCodec& codec) {
+Result<EditorDocument, AnnotationFailure> readDocument(const Path& path, PixelSize capture,
+                                                       const Files& files,
+                                                       const ImageCodec& codec) {
   auto text = files.read(path, maximumDocumentBytes);
   if (!text) {
-    return std::unexpected(
-        fmt::format("Couldn't read {}: {}.", path.string(), text.error().reason));
+    return std::unexpected(AnnotationFault{AnnotationFault::Case::fileNotRead,
+                                           std::move(text.error().reason), path.string()});
   }
-  auto document = checkedDocument(*text, capture, path.parent_path(), files, codec);
-  if (!document) return std::unexpected(std::move(document.error().reason));
-  return *std::move(document);
+  return checkedDocument(*text, capture, path.parent_path(), files, codec);
 }
 
 /// Everything that `draw` does away from the main runner. `entry` is null for a picture that is in
 /// no library.
-std::expected<std::string, std::string> drawOut(const CaptureAnnotator::Drawing& drawing,
-                                                const Path& basePath, const EntryPointer& entry,
-                                                ProtectedFiles kept, double quality,
-                                                const CaptureAnnotator::Draw& draw, Files& files,
-                                                const ImageCodec& codec) {
+Result<std::string, AnnotationFailure> drawOut(const CaptureAnnotator::Drawing& drawing,
+                                               const Path& basePath, const EntryPointer& entry,
+                                               ProtectedFiles kept, double quality,
+                                               const CaptureAnnotator::Draw& draw, Files& files,
+                                               const ImageCodec& codec) {
   kept.inputs = {basePath};
   if (drawing.document) kept.inputs.push_back(*drawing.document);
   auto base = readPictureFile(basePath, 0, files, codec);
   if (!base && !entry) {
     const bool isMissing = base.error().kind == FailureKind::notFound;
-    return std::unexpected(fmt::format("Couldn't read {}{}: {}.", basePath.string(),
-                                       isMissing ? "" : " as an image", base.error().reason));
+    return std::unexpected(AnnotationFault{
+        isMissing ? AnnotationFault::Case::fileNotRead : AnnotationFault::Case::noImage,
+        std::move(base.error().reason), basePath.string()});
   }
-  if (!base) return unreadable(files, *entry, base.error());
+  if (!base) return std::unexpected(unreadable(files, *entry, base.error()));
   EditorDocument document;
   if (drawing.document) {
-    auto given = readDocument(*drawing.document, base->size(), files, codec);
-    if (!given) return std::unexpected(std::move(given.error()));
-    document = *std::move(given);
+    document = VT_TRY(readDocument(*drawing.document, base->size(), files, codec));
   } else if (entry) {
     document = documentOf(*entry, base->size());
   }
   for (const LayerSpec& layer : document.layers) {
     if (layer.path) kept.inputs.emplace_back(*layer.path);
   }
-  if (!drawing.output.empty()) {
-    if (auto refused = outputRefusal(files, drawing.output, kept)) {
-      return std::unexpected(*std::move(refused));
-    }
-  }
+  if (!drawing.output.empty()) VT_TRY(checkOutput(files, drawing.output, kept));
   const std::optional<double> scale = entry ? entry->captureScale : std::nullopt;
-  auto bytes = draw(document, *std::move(base), scale,
-                    {.format = drawing.format,
-                     .quality = quality,
-                     .pixelsPerPoint = scale.value_or(1),
-                     .createdAt = entry ? std::optional(entry->capturedAt) : std::nullopt});
-  if (!bytes) return std::unexpected(bytes.error().reason);
-  if (drawing.output.empty()) return *std::move(bytes);
-  if (const auto written = files.replace(drawing.output, *bytes, Privacy::byUmask); !written) {
-    return std::unexpected(
-        fmt::format("Couldn't write {}: {}.", drawing.output.string(), written.error().reason));
+  std::string bytes =
+      VT_TRY(draw(document, *std::move(base), scale,
+                  {.format = drawing.format,
+                   .quality = quality,
+                   .pixelsPerPoint = scale.value_or(1),
+                   .createdAt = entry ? std::optional(entry->capturedAt) : std::nullopt}));
+  if (drawing.output.empty()) return bytes;
+  if (auto written = files.replace(drawing.output, bytes, Privacy::byUmask); !written) {
+    return std::unexpected(OutputFileFailure{OutputFileFailure::Case::notWritten, drawing.output,
+                                             std::move(written.error().reason)});
   }
   return drawing.output.string();
 }
@@ -108,7 +93,28 @@ std::function<void(Value)> releasing(EntryClaim claim, std::function<void(Value)
   };
 }
 
+std::string sentence(const AnnotationFault& fault) {
+  using enum AnnotationFault::Case;
+  switch (fault.what) {
+    case noPicture: return "Only pictures can be annotated.";
+    case notFound: return fmt::format("Couldn't find the capture: {}.", fault.reason);
+    case unreadAnnotations:
+      return "The capture has annotations that this version of Vantorel can't read. Without them "
+             "what they cover would show, so it isn't drawn.";
+    case fileNotRead: return fmt::format("Couldn't read {}: {}.", fault.file, fault.reason);
+    case noImage: return fmt::format("Couldn't read {} as an image: {}.", fault.file, fault.reason);
+    case captureNotRead:
+      return fmt::format("{}: {} ({}).", fault.file, sentence(OutputFailure::notReadable),
+                         fault.reason);
+  }
+  std::unreachable();
+}
+
 }  // namespace
+
+std::string sentence(const AnnotationFailure& failure) {
+  return std::visit([](const auto& one) { return sentence(one); }, failure);
+}
 
 void CaptureAnnotator::whenReady(std::function<void()> then) {
   services_->library->whenReady(lifetime_.guard(std::move(then)));
@@ -117,11 +123,13 @@ void CaptureAnnotator::whenReady(std::function<void()> then) {
 CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::string& name) const {
   auto entry = services_->library->store().resolve(name);
   if (!entry) {
-    if (entry.error().kind == FailureKind::denied) return std::unexpected(entry.error().reason);
-    return std::unexpected(fmt::format("Couldn't find the capture: {}.", entry.error().reason));
+    if (entry.error().kind == FailureKind::denied) {
+      return std::unexpected(EntryFailure{EntryFailure::Case::unnamed, entry.error().reason});
+    }
+    return std::unexpected(AnnotationFault{AnnotationFault::Case::notFound, entry.error().reason});
   }
   if ((*entry)->medium != CaptureMedium::image) {
-    return std::unexpected("Only pictures can be annotated.");
+    return std::unexpected(AnnotationFault{AnnotationFault::Case::noPicture});
   }
   return *std::move(entry);
 }
@@ -130,26 +138,25 @@ CaptureAnnotator::Answer<EntryPointer> CaptureAnnotator::picture(const std::stri
 template <class Value>
 void CaptureAnnotator::findFile(const std::string& id, const Done<Value>& done,
                                 std::function<void(const EntryPointer&)> then) {
-  services_->library->findFiles({id}, Library::Claimed::byCaller, *services_->work,
-                                lifetime_.guard([this, id, done, then = std::move(then)](
-                                                    const std::set<std::string>& unsettled) {
-                                  const EntryPointer entry = services_->library->store().find(id);
-                                  if (!entry)
-                                    return done(std::unexpected("The capture has left History."));
-                                  if (unsettled.contains(id))
-                                    return done(std::unexpected(unsettledSentence));
-                                  then(entry);
-                                }));
+  services_->library->findFiles(
+      {id}, Library::Claimed::byCaller, *services_->work,
+      lifetime_.guard(
+          [this, id, done, then = std::move(then)](const std::set<std::string>& unsettled) {
+            using Case = EntryFailure::Case;
+            const EntryPointer entry = services_->library->store().find(id);
+            if (entry && !unsettled.contains(id)) return then(entry);
+            done(std::unexpected(EntryFailure{entry ? Case::unsettled : Case::left}));
+          }));
 }
 
-std::optional<std::string> CaptureAnnotator::refusal(const ScreenshotEntry& entry) const {
-  if (const auto refused = services_->library->store().indexRefusal()) {
-    return "The capture can't be changed: " + *refused + ".";
+CaptureAnnotator::Answer<void> CaptureAnnotator::checkChange(const ScreenshotEntry& entry) const {
+  if (auto refused = services_->library->store().indexRefusal()) {
+    return std::unexpected(EntryFailure{EntryFailure::Case::unchangeable, *std::move(refused)});
   }
   if (services_->surfaces->editors.isOpen(entry.id)) {
-    return "The capture can't be changed: close Annotate first.";
+    return std::unexpected(EntryBusy{EntryWork::editing});
   }
-  return std::nullopt;
+  return {};
 }
 
 template <class Value>
@@ -167,10 +174,10 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
     const auto named = picture(name);
     if (!named) return done(std::unexpected(named.error()));
     const std::string id = (*named)->id;
-    if (auto refused = refusal(**named)) return done(std::unexpected(*std::move(refused)));
+    if (const auto may = checkChange(**named); !may) return done(std::unexpected(may.error()));
     // Nobody may change the file's pixel size between the check and the change.
     auto claimed = services_->library->claim(id, EntryWork::rewriting);
-    if (!claimed) return done(std::unexpected(sentence(claimed.error())));
+    if (!claimed) return done(std::unexpected(claimed.error()));
     const auto ticket = services_->pendingWork->begin(QuitFilingNote::Item::editorSave);
     auto finished = [this, claim = std::make_shared<EntryClaim>(*std::move(claimed)), ticket,
                      done](Answer<EntryPointer> answer) {
@@ -182,10 +189,11 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
       work<Answer<Checked>>(
           [entry, document](const Services& with) -> Answer<Checked> {
             const auto capture = with.codec->pixelSize(*with.files, entry->path);
-            if (!capture) return unreadable(*with.files, *entry, capture.error());
-            auto checked = readDocument(document, *capture, *with.files, *with.codec);
-            if (!checked) return std::unexpected(std::move(checked.error()));
-            return Checked{*std::move(checked), *capture};
+            if (!capture) {
+              return std::unexpected(unreadable(*with.files, *entry, capture.error()));
+            }
+            return Checked{VT_TRY(readDocument(document, *capture, *with.files, *with.codec)),
+                           *capture};
           },
           [this, id, finished](Answer<Checked> checked) {
             if (!checked) return finished(std::unexpected(std::move(checked.error())));
@@ -200,20 +208,20 @@ void CaptureAnnotator::store(const std::string& id, const EditorDocument& docume
   HistoryStore& library = services_->library->store();
   // Much can have happened while the file was read.
   const EntryPointer present = library.find(id);
-  if (!present) return done(std::unexpected("The capture has left History."));
-  if (auto refused = refusal(*present)) return done(std::unexpected(*std::move(refused)));
+  if (!present) return done(std::unexpected(EntryFailure{EntryFailure::Case::left}));
+  if (const auto may = checkChange(*present); !may) return done(std::unexpected(may.error()));
   const auto changed = library.update(id, [&](ScreenshotEntry& entry) {
     putDocument(document, capture, entry);
     entry.editedAt = services_->clock->now();
   });
-  if (!changed) return done(std::unexpected("The capture has left History."));
+  if (!changed) return done(std::unexpected(EntryFailure{EntryFailure::Case::left}));
   library.flush(lifetime_.guard([this, id, done = std::move(done)](Result<void> saved) {
     if (!saved) {
       return done(std::unexpected(
-          "The change is made, but History couldn't be saved: " + saved.error().reason + "."));
+          EntryFailure{EntryFailure::Case::notSaved, std::move(saved.error().reason)}));
     }
     const EntryPointer entry = services_->library->store().find(id);
-    if (!entry) return done(std::unexpected("The capture has left History."));
+    if (!entry) return done(std::unexpected(EntryFailure{EntryFailure::Case::left}));
     done(entry);
   }));
 }
@@ -223,7 +231,7 @@ void CaptureAnnotator::document(const std::string& name, Done<Annotations> done)
     const auto named = picture(name);
     if (!named) return done(std::unexpected(named.error()));
     auto claimed = services_->library->claim((*named)->id, EntryWork::reading);
-    if (!claimed) return done(std::unexpected(sentence(claimed.error())));
+    if (!claimed) return done(std::unexpected(claimed.error()));
     const Done<Annotations> finished = releasing(*std::move(claimed), done);
     findFile<Annotations>((*named)->id, finished, [this, finished](const EntryPointer& entry) {
       work<Answer<Annotations>>(
@@ -233,7 +241,7 @@ void CaptureAnnotator::document(const std::string& name, Done<Annotations> done)
             if (capture) return Annotations{documentOf(*entry, *capture), remark};
             // What was drawn is worth having even when the picture is gone.
             if (!entry->pixelWidth || !entry->pixelHeight) {
-              return unreadable(*with.files, *entry, capture.error());
+              return std::unexpected(unreadable(*with.files, *entry, capture.error()));
             }
             return Annotations{documentOf(*entry, {*entry->pixelWidth, *entry->pixelHeight}),
                                remark};
@@ -252,12 +260,10 @@ void CaptureAnnotator::draw(const Drawing& drawing, Done<std::string> done) {
     const auto named = picture(capture->name);
     if (!named) return done(std::unexpected(named.error()));
     if (!drawing.document && hasUnreadAnnotations(**named)) {
-      return done(std::unexpected(
-          "The capture has annotations that this version of Vantorel can't read. Without them what "
-          "they cover would show, so it isn't drawn."));
+      return done(std::unexpected(AnnotationFault{AnnotationFault::Case::unreadAnnotations}));
     }
     auto claimed = services_->library->claim((*named)->id, EntryWork::exporting);
-    if (!claimed) return done(std::unexpected(sentence(claimed.error())));
+    if (!claimed) return done(std::unexpected(claimed.error()));
     const Done<std::string> finished = releasing(*std::move(claimed), done);
     findFile<std::string>((*named)->id, finished,
                           [this, drawing, finished](const EntryPointer& entry) {

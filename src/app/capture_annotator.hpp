@@ -1,22 +1,45 @@
 #pragma once
 
-#include <expected>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 
+#include "app/output_guard.hpp"
 #include "app/pending_archive_work.hpp"
 #include "app/surface_registry.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
+#include "editor/entry_document.hpp"
 #include "editor/records/editor_document.hpp"
+#include "editor/records/scene_failure.hpp"
+#include "library/entry_failure.hpp"
 #include "library/library.hpp"
 #include "platform/image_codec.hpp"
 #include "settings/settings_store.hpp"
 
 namespace vantorel {
+
+/// Why annotations could not be stored, listed or drawn, where no other part of it is the reason.
+struct AnnotationFault {
+  enum class Case {
+    noPicture,          ///< but a recording or a text
+    notFound,           ///< no capture, or more than one, has that name; `reason` says why
+    unreadAnnotations,  ///< without them what they cover would show
+    fileNotRead,        ///< `file`; `reason` says why
+    noImage,            ///< likewise
+    captureNotRead,     ///< likewise, of a capture's
+  };
+  Case what = Case::noPicture;
+  std::string reason{};
+  std::string file{};
+};
+
+using AnnotationFailure = std::variant<AnnotationFault, EntryFailure, EntryBusy, FileAbsence,
+                                       DocumentFailure, SceneFailure, OutputFileFailure>;
+
+[[nodiscard]] std::string sentence(const AnnotationFailure& failure);
 
 /// Stores the annotations of captures in the library, and draws annotated pictures into files. The
 /// capture's own file stays as it is. Lives on the main runner; files are read, and pictures drawn
@@ -24,10 +47,10 @@ namespace vantorel {
 class CaptureAnnotator {
  public:
   /// Draws a document over its base image (`captureScale` pixels per point) and encodes the
-  /// picture. Called on `work`, and may block. The failure's reason is a whole sentence.
-  using Draw = std::function<Result<std::string>(const EditorDocument& document, Image base,
-                                                 std::optional<double> captureScale,
-                                                 const ImageEncoding& encoding)>;
+  /// picture. Called on `work`, and may block.
+  using Draw = std::function<Result<std::string, SceneFailure>(
+      const EditorDocument& document, Image base, std::optional<double> captureScale,
+      const ImageEncoding& encoding)>;
 
   struct Services {
     std::shared_ptr<TaskRunner> main;
@@ -46,9 +69,8 @@ class CaptureAnnotator {
   explicit CaptureAnnotator(Services services)
       : services_(std::make_shared<const Services>(std::move(services))) {}
 
-  /// A value, or the sentence that says why there is none.
   template <class Value>
-  using Answer = std::expected<Value, std::string>;
+  using Answer = Result<Value, AnnotationFailure>;
   template <class Value>
   using Done = std::function<void(Answer<Value>)>;
 
@@ -93,7 +115,7 @@ class CaptureAnnotator {
   void drawOver(const Path& base, const EntryPointer& entry, const Drawing& drawing,
                 const Done<std::string>& done);
   [[nodiscard]] Answer<EntryPointer> picture(const std::string& name) const;
-  [[nodiscard]] std::optional<std::string> refusal(const ScreenshotEntry& entry) const;
+  [[nodiscard]] Answer<void> checkChange(const ScreenshotEntry& entry) const;
   void store(const std::string& id, const EditorDocument& document, PixelSize capture,
              Done<EntryPointer> done);
 

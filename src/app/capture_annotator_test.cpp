@@ -45,8 +45,8 @@ class CaptureAnnotatorTest : public testing::Test {
         runners->main(), runners->runner("work"), runners, files, codec, &library, &settings,
         &pending, &surfaces,
         [this](const EditorDocument& document, const Image& base, std::optional<double>,
-               const ImageEncoding& encoding) -> Result<std::string> {
-          if (!drawFailure.empty()) return failed(FailureKind::tooLarge, drawFailure);
+               const ImageEncoding& encoding) -> Result<std::string, SceneFailure> {
+          if (cannotDraw) return std::unexpected(SceneFailure{SceneFailure::Case::noMemory});
           return std::string(nameOf(encoding.format)) + " of " + std::to_string(base.width()) +
                  " with " + std::to_string(document.shapes.size());
         }});
@@ -75,14 +75,14 @@ class CaptureAnnotatorTest : public testing::Test {
     answer = "waiting";
     annotator->apply("a", document, [&answer](CaptureAnnotator::Answer<EntryPointer> result) {
       ASSERT_EQ(answer, "waiting") << "answered twice";
-      answer = result ? "applied " + result.value()->shapes.at(0).id : result.error();
+      answer = result ? "applied " + result.value()->shapes.at(0).id : sentence(result.error());
     });
   }
 
   std::string draw(const CaptureAnnotator::Drawing& drawing) {
     std::string answer = "waiting";
     annotator->draw(drawing, [&](const CaptureAnnotator::Answer<std::string>& result) {
-      answer = result ? *result : result.error();
+      answer = result ? *result : sentence(result.error());
     });
     runners->run();
     return answer;
@@ -104,7 +104,7 @@ class CaptureAnnotatorTest : public testing::Test {
   HistoryStore& store;
   PendingArchiveWork pending;
   SurfaceRegistry surfaces{runners->main()};
-  std::string drawFailure;
+  bool cannotDraw = false;
   std::unique_ptr<CaptureAnnotator> annotator;
 };
 
@@ -210,8 +210,8 @@ TEST_F(CaptureAnnotatorTest, DrawsIntoFilesButNeverOverTheLibrarysOrItsOwn) {
   const auto before = files->changes;
   EXPECT_EQ(draw(plain), "png of 5 with 1");
   EXPECT_EQ(files->changes, before);
-  drawFailure = "Export is blocked: the layered image couldn't be built.";
-  EXPECT_EQ(draw(capture), drawFailure);
+  cannotDraw = true;
+  EXPECT_EQ(draw(capture), "There is not enough memory to draw the image.");
   EXPECT_EQ(files->text("/out.png"), "jpeg of 8 with 1");
   EXPECT_EQ(draw({Drawing::Picture{"/none.png"}, {}, "/out.png"}).substr(0, 25),
             "Couldn't read /none.png: ");

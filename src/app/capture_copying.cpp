@@ -3,86 +3,106 @@
 #include <set>
 #include <utility>
 
-#include "app/absent_file.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
+#include "editor/records/output_failure.hpp"
 #include "library/entry_filter.hpp"
 
 namespace vantorel {
 namespace {
 
-/// As it is shown. The failure's reason is a clause.
-Result<std::string> pictureAsPNG(const CaptureCopying::Services& with,
-                                 const ScreenshotEntry& entry) {
-  constexpr auto unreadable = [] {
-    return failed(FailureKind::malformed, "the screenshot couldn't be read");
-  };
-  if (hasUnreadAnnotations(entry)) {
-    return failed(FailureKind::unsupported, "it has annotations that this version can't read");
-  }
+using Case = CopyFailure::Case;
+
+std::unexpected<CopyFailure> notCopied(Case what, std::string reason = {}) {
+  return std::unexpected(CopyFailure{what, std::move(reason)});
+}
+
+/// As it is shown.
+Result<std::string, CopyFailure> pictureAsPNG(const CaptureCopying::Services& with,
+                                              const ScreenshotEntry& entry) {
+  if (hasUnreadAnnotations(entry)) return notCopied(Case::unreadAnnotations);
   auto bytes = with.files->read(entry.path);
   if (!bytes) {
-    std::string absent = sentenceOfAbsence(*with.files, entry);
-    return absent.empty() ? unreadable() : failed(bytes.error().kind, std::move(absent));
+    auto absence = absenceOf(*with.files, entry);
+    if (!absence) return notCopied(Case::unreadable);
+    return std::unexpected(CopyFailure{Case::fileAway, {}, *std::move(absence)});
   }
   const bool isPlain = !isAnnotated(entry);
   if (isPlain && Path(entry.path).extension() == ".png") {
-    if (!with.isWholePicture(PictureInMemory(*bytes))) return unreadable();
+    if (!with.isWholePicture(PictureInMemory(*bytes))) return notCopied(Case::unreadable);
     return *std::move(bytes);
   }
   auto image = with.codec->decode(*bytes);
-  if (!image) return unreadable();
+  if (!image) return notCopied(Case::unreadable);
   const ImageEncoding encoding{.format = ExportFormat::png,
                                .pixelsPerPoint = entry.captureScale.value_or(1)};
-  if (isPlain) return with.codec->encode(*image, encoding);
+  if (isPlain) {
+    auto png = with.codec->encode(*image, encoding);
+    if (!png) return notCopied(Case::notEncoded, std::move(png.error().reason));
+    return *std::move(png);
+  }
   const EditorDocument document = documentOf(entry, image->size());
   auto drawn = with.draw(document, *std::move(image), entry.captureScale, encoding);
   if (!drawn) {
-    logWarning("Clipboard", "{}", drawn.error().reason);
-    return failed(drawn.error().kind, "its annotations couldn't be drawn");
+    logWarning("Clipboard", "{}", sentence(drawn.error()));
+    return notCopied(Case::notDrawn);
   }
-  return drawn;
+  return *std::move(drawn);
 }
 
 }  // namespace
 
-void CaptureCopying::copy(const ScreenshotEntry& entry, std::function<void(std::string)> done) {
+std::string sentence(const CopyFailure& failure) {
+  switch (failure.what) {
+    case Case::noClipboard: return "there is no clipboard here";
+    case Case::silent: return "the clipboard doesn't answer";
+    case Case::refused: return sentence(OutputFailure::clipboardRefused);
+    case Case::unreadable: return "the screenshot couldn't be read";
+    case Case::fileAway: return sentence(failure.absence);
+    case Case::unreadAnnotations: return unreadAnnotationsReason;
+    case Case::notDrawn: return "its annotations couldn't be drawn";
+    case Case::notEncoded: return failure.reason;
+  }
+  std::unreachable();
+}
+
+void CaptureCopying::copy(const ScreenshotEntry& entry, Done done) {
   Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
-  if (clipboard == nullptr) return done("there is no clipboard here");
+  if (clipboard == nullptr) return done(notCopied(Case::noClipboard));
   roundTrip(
       *services_.work, services_.main,
       [with = services_, entry] { return pictureAsPNG(with, entry); },
-      lifetime_.guard([clipboard, done = std::move(done)](Result<std::string> png) {
-        if (!png) return done(png.error().reason);
+      lifetime_.guard([clipboard, done = std::move(done)](Result<std::string, CopyFailure> png) {
+        if (!png) return done(std::unexpected(std::move(png.error())));
         clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
           if (!set) logWarning("Clipboard", "{}", set.error().reason);
-          done(set ? "" : "the clipboard wouldn't take the image");
+          if (set) return done({});
+          done(notCopied(Case::refused));
         });
       }));
 }
 
 void CaptureCopying::copyForUser(const std::string& id) {
-  services_.library.findFiles({id}, Library::Claimed::no, *services_.work,
-                              lifetime_.guard([this, id](const std::set<std::string>& unsettled) {
-                                const EntryPointer found = services_.library.store().find(id);
-                                std::function<void(std::string)> report =
-                                    lifetime_.guard([this](const std::string& problem) {
-                                      if (!problem.empty())
-                                        services_.alerts.notify("Copy failed", problem);
-                                    });
-                                if (!found || unsettled.contains(id))
-                                  return report("the screenshot couldn't be read");
-                                copy(*found, std::move(report));
-                              }));
+  const Done report = lifetime_.guard([this](const Result<void, CopyFailure>& copied) {
+    if (!copied) services_.alerts.notify("Copy failed", sentence(copied.error()));
+  });
+  services_.library.findFiles(
+      {id}, Library::Claimed::no, *services_.work,
+      lifetime_.guard([this, id, report](const std::set<std::string>& unsettled) {
+        const EntryPointer found = services_.library.store().find(id);
+        if (!found || unsettled.contains(id)) return report(notCopied(Case::unreadable));
+        copy(*found, report);
+      }));
 }
 
 void CaptureCopying::copyRecent(int number) {
   const auto count = static_cast<std::size_t>(number);
   const std::vector<EntryPointer> pictures = recentPictures(count);
   if (pictures.size() == count) return copyForUser(pictures.back()->id);
-  if (const auto refusal = refusalToLook(services_.library.store())) {
-    return services_.alerts.notify("History", "The library can't be used now: " + *refusal + ".");
+  if (auto refusal = refusalToLook(services_.library.store())) {
+    return services_.alerts.notify(
+        "History", sentence(EntryFailure{EntryFailure::Case::libraryClosed, *std::move(refusal)}));
   }
   services_.alerts.notify("Nothing to copy", "There are fewer captures in History than that.");
 }

@@ -9,6 +9,7 @@
 #include "app/capture_annotator.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
+#include "library/entry_failure.hpp"
 #include "library/library.hpp"
 #include "platform/alerts.hpp"
 #include "platform/clipboard.hpp"
@@ -16,6 +17,26 @@
 #include "platform/image_codec.hpp"
 
 namespace vantorel {
+
+/// Why a picture did not come to the clipboard.
+struct CopyFailure {
+  enum class Case {
+    noClipboard,        ///< there is none
+    silent,             ///< it does not answer
+    refused,            ///< it would not take the picture
+    unreadable,         ///< the capture's file
+    fileAway,           ///< `absence`
+    unreadAnnotations,  ///< without them what they cover would show
+    notDrawn,           ///< the annotations
+    notEncoded,         ///< `reason` says why
+  };
+  Case what = Case::unreadable;
+  std::string reason{};
+  FileAbsence absence{};
+};
+
+/// Mostly a clause.
+[[nodiscard]] std::string sentence(const CopyFailure& failure);
 
 /// Copies the pictures of captures to the clipboard, with everything drawn and covered. Lives on
 /// the main runner.
@@ -35,8 +56,10 @@ class CaptureCopying {
 
   explicit CaptureCopying(Services services) : services_(std::move(services)) {}
 
-  /// Answers with what went wrong, a clause; empty when it is there.
-  void copy(const ScreenshotEntry& entry, std::function<void(std::string)> done);
+  using Done = std::function<void(const Result<void, CopyFailure>&)>;
+
+  /// Answers when it is there.
+  void copy(const ScreenshotEntry& entry, Done done);
 
   /// The capture of that id, for a user who is told when it fails.
   void copyForUser(const std::string& id);

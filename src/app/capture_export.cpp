@@ -4,7 +4,6 @@
 
 #include <utility>
 
-#include "app/output_guard.hpp"
 #include "base/round_trip.hpp"
 
 namespace vantorel {
@@ -22,31 +21,31 @@ Result<std::string> pictureOf(const ScreenshotEntry& entry, ExportFormat format,
       {.format = format, .quality = quality, .pixelsPerPoint = entry.captureScale.value_or(1)});
 }
 
-std::expected<void, std::string> writeTo(Files& files, const Path& output, std::string_view bytes,
-                                         const ProtectedFiles& kept) {
-  if (auto refused = outputRefusal(files, output, kept)) {
-    return std::unexpected(*std::move(refused));
-  }
+Result<void, ExportFailure> writeTo(Files& files, const Path& output, std::string_view bytes,
+                                    const ProtectedFiles& kept) {
+  VT_TRY(checkOutput(files, output, kept));
   // A link goes on being one.
   const Result<Path> file = files.resolved(output);
-  if (const auto written = files.replace(file ? *file : output, bytes, Privacy::byUmask);
-      !written) {
-    return std::unexpected(
-        fmt::format("Couldn't write {}: {}.", output.string(), written.error().reason));
+  if (auto written = files.replace(file ? *file : output, bytes, Privacy::byUmask); !written) {
+    return std::unexpected(OutputFileFailure{OutputFileFailure::Case::notWritten, output,
+                                             std::move(written.error().reason)});
   }
   return {};
 }
 
 }  // namespace
 
+std::string sentence(const ExportFailure& failure) {
+  if (const auto* const file = std::get_if<OutputFileFailure>(&failure)) return sentence(*file);
+  return "The capture couldn't be handed out: " + std::get<Failure>(failure).reason + ".";
+}
+
 void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<std::string> done) {
   roundTrip(
       *services_->work, services_->main,
       [entry, format, services = services_, quality = services_->settings->values().jpegQuality]()
-          -> std::expected<std::string, std::string> {
-        auto bytes = pictureOf(*entry, format, quality, *services->files, *services->codec);
-        if (bytes) return *std::move(bytes);
-        return std::unexpected("The capture couldn't be handed out: " + bytes.error().reason + ".");
+          -> Result<std::string, ExportFailure> {
+        return pictureOf(*entry, format, quality, *services->files, *services->codec);
       },
       lifetime_.guard(std::move(done)));
 }
@@ -55,7 +54,7 @@ void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const 
                           Done<void> done) {
   read(entry, format,
        lifetime_.guard(
-           [this, output, done = std::move(done)](std::expected<std::string, std::string> bytes) {
+           [this, output, done = std::move(done)](Result<std::string, ExportFailure> bytes) {
              if (!bytes) return done(std::unexpected(std::move(bytes.error())));
              const HistoryStore& store = *services_->store;
              roundTrip(

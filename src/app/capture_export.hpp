@@ -1,10 +1,11 @@
 #pragma once
 
-#include <expected>
 #include <functional>
 #include <memory>
 #include <string>
+#include <variant>
 
+#include "app/output_guard.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/records/export_format.hpp"
@@ -14,6 +15,11 @@
 #include "settings/settings_store.hpp"
 
 namespace vantorel {
+
+/// Why a picture was not handed out: it could not be made, or not be written.
+using ExportFailure = std::variant<Failure, OutputFileFailure>;
+
+[[nodiscard]] std::string sentence(const ExportFailure& failure);
 
 /// Hands the picture of a capture out of the library, in the format that is asked for. Lives on the
 /// main runner; the disk work runs on `work`.
@@ -32,9 +38,8 @@ class CaptureExport {
   explicit CaptureExport(Services services)
       : services_(std::make_shared<const Services>(std::move(services))) {}
 
-  /// The value, or a sentence that says what is wrong.
   template <class Value>
-  using Done = std::function<void(std::expected<Value, std::string>)>;
+  using Done = std::function<void(Result<Value, ExportFailure>)>;
 
   /// The bytes of the picture's file.
   void read(const EntryPointer& entry, ExportFormat format, Done<std::string> done);

@@ -5,7 +5,6 @@
 #include <utility>
 #include <variant>
 
-#include "app/absent_file.hpp"
 #include "base/round_trip.hpp"
 #include "base/size_text.hpp"
 #include "capture/capture_transcoder.hpp"
@@ -14,24 +13,31 @@
 #include "library/doubtful_names.hpp"
 #include "library/file_reach.hpp"
 #include "library/known_files.hpp"
-#include "library/look_adoption.hpp"
 
 namespace vantorel {
 namespace {
 
-/// What a rewrite came to: a new file, nothing to do, or a sentence.
-using Rewritten = std::expected<std::optional<CaptureTranscoder::Result>, std::string>;
+/// What a rewrite came to: a new file, or nothing to do.
+using Rewritten = Result<std::optional<CaptureTranscoder::Result>, RewriteFailure>;
+
+template <class Cause>
+std::unexpected<RewriteFailure> notRewritten(Cause cause) {
+  return std::unexpected(RewriteFailure{std::move(cause)});
+}
+
+std::unexpected<RewriteFailure> notRewritten(EntryFailure::Case what, std::string reason = {}) {
+  return notRewritten(EntryFailure{what, std::move(reason)});
+}
 
 Rewritten toRewritten(CaptureTranscoder::CompressOutcome outcome) {
   if (auto* compacted = std::get_if<CaptureTranscoder::Compacted>(&outcome)) {
     return std::move(compacted->result);
   }
   if (const auto* large = std::get_if<CaptureTranscoder::TooLarge>(&outcome)) {
-    return std::unexpected(
-        sentence(TranscodeFailure{TranscodeFailure::Case::tooLarge, {}, large->format}));
+    return notRewritten(TranscodeFailure{TranscodeFailure::Case::tooLarge, {}, large->format});
   }
   if (const auto* failure = std::get_if<CaptureTranscoder::Failed>(&outcome)) {
-    return std::unexpected(sentence(failure->failure));
+    return notRewritten(failure->failure);
   }
   return std::nullopt;
 }
@@ -44,11 +50,6 @@ std::string_view coveredInFile(const ScreenshotEntry& entry) {
 }
 
 namespace {
-
-constexpr std::string_view unsettledRemark =
-    ", so it isn't known yet what came of it. The capture is as it was, and Vantorel clears up "
-    "when "
-    "the disk answers";
 
 std::string remarkOn(const RewriteJournal::Left& left) {
   return fmt::format(
@@ -77,6 +78,14 @@ std::string remarkOn(const CaptureTranscoder::Result& result, const ScreenshotEn
 
 }  // namespace
 
+std::string sentence(const RewriteFailure& failure) {
+  std::string text = std::visit([](const auto& cause) { return sentence(cause); }, failure.cause);
+  if (!failure.isUnsettled) return text;
+  return text +
+         ", so it isn't known yet what came of it. The capture is as it was, and Vantorel clears "
+         "up when the disk answers";
+}
+
 CaptureRewriter::CaptureRewriter(Services services)
     : services_(std::move(services)),
       journal_(std::make_shared<RewriteJournal>(*services_.files, services_.library->paths(),
@@ -98,26 +107,26 @@ void CaptureRewriter::rewrite(const std::string& name, Change change, Done done)
 }
 
 void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
+  using Case = EntryFailure::Case;
   const HistoryStore& store = services_.library->store();
   const auto entry = store.resolve(name);
-  if (!entry) return done(std::unexpected(entry.error().reason));
+  if (!entry) return done(notRewritten(Case::unnamed, entry.error().reason));
   const ScreenshotEntry& before = **entry;
-  if (const auto refusal = store.indexRefusal()) {
-    return done(std::unexpected("The capture can't be changed: " + *refusal + "."));
+  if (auto refusal = store.indexRefusal()) {
+    return done(notRewritten(Case::unchangeable, *std::move(refusal)));
   }
   if (before.medium != CaptureMedium::image) {
-    return done(std::unexpected("Only pictures can be converted or compressed."));
+    return done(notRewritten(TranscodeFailure{TranscodeFailure::Case::noPicture, {}}));
   }
   // They could neither be scaled, nor could what they cover be blanked.
   if (hasUnreadAnnotations(before)) {
-    return done(std::unexpected(
-        "The capture can't be changed: it has annotations that this version can't read."));
+    return done(notRewritten(Case::unchangeable, unreadAnnotationsReason));
   }
   if (services_.surfaces->editors.isOpen(before.id)) {
-    return done(std::unexpected("The capture can't be changed: close Annotate first."));
+    return done(notRewritten(EntryBusy{EntryWork::editing}));
   }
   auto claim = services_.library->claim(before.id, EntryWork::rewriting);
-  if (!claim) return done(std::unexpected(sentence(claim.error())));
+  if (!claim) return done(notRewritten(claim.error()));
   const auto ticket = services_.pendingWork->begin(QuitFilingNote::Item::rewrite);
   auto finished = [this, claim = std::make_shared<EntryClaim>(*std::move(claim)), ticket,
                    done = std::move(done)](RewriteReply reply) {
@@ -130,8 +139,8 @@ void CaptureRewriter::begin(const std::string& name, Change change, Done done) {
       lifetime_.guard([this, id = before.id, change, finished = std::move(finished)](
                           const std::set<std::string>& unsettled) mutable {
         const EntryPointer found = services_.library->store().find(id);
-        if (!found) return finished(std::unexpected("The capture has left History."));
-        if (unsettled.contains(id)) return finished(std::unexpected(unsettledSentence));
+        if (!found) return finished(notRewritten(Case::left));
+        if (unsettled.contains(id)) return finished(notRewritten(Case::unsettled));
         transcode(found, change, std::move(finished));
       }));
 }
@@ -169,23 +178,21 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
           return journal->willReplace(asked->id, bytes);
         };
         Rewritten result = [&]() -> Rewritten {
-          const std::string_view away = sentence(reachOf(*files, *asked));
-          if (!away.empty()) {
-            return std::unexpected("The capture can't be changed: " + std::string(away));
-          }
-          if (std::string absent = sentenceOfAbsence(*files, *asked); !absent.empty()) {
-            return std::unexpected(std::move(absent));
+          if (auto absence = absenceOf(*files, *asked)) {
+            const std::string_view away = sentence(absence->reach);
+            if (away.empty()) return notRewritten(*std::move(absence));
+            return notRewritten(EntryFailure::Case::unchangeable, std::string(away));
           }
           journal->settle(entries);
           addDoubtfulNames(*files, paths, now, doubtful);
           const auto begun = journal->begin(asked->id, source.path, source.keepOriginalAs);
           if (!begun) {
-            return std::unexpected(sentence(
-                TranscodeFailure{TranscodeFailure::Case::writeFailed, begun.error().reason}));
+            return notRewritten(
+                TranscodeFailure{TranscodeFailure::Case::writeFailed, begun.error().reason});
           }
           if (!change.format) return toRewritten(transcoder.compress(source, change.downscaleTo1x));
           auto converted = transcoder.convert(source, *change.format, quality);
-          if (!converted) return std::unexpected(sentence(converted.error()));
+          if (!converted) return notRewritten(converted.error());
           if (converted->path == source.path) return std::nullopt;
           return std::move(*converted);
         }();
@@ -205,7 +212,7 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
                      : RewriteReply(std::unexpected(result.error()));
           return endJournal(entry->id, [reply = std::move(reply), finished = std::move(finished)](
                                            const RewriteJournal::Ended& ended) mutable {
-            if (!reply && ended.isUnsettled) reply.error() += unsettledRemark;
+            if (!reply) reply.error().isUnsettled = ended.isUnsettled;
             finished(reply);
           });
         }
@@ -234,17 +241,16 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
   });
   if (!changed) {
     // Taken out of the library meanwhile: both files are left to the user.
-    return finished(std::unexpected("The capture has left History."));
+    return finished(notRewritten(EntryFailure::Case::left));
   }
   store.flush(lifetime_.guard([this, id = before.id, remark = remarkOn(result, before),
                                finished = std::move(finished)](Result<void> saved) mutable {
     // The next start clears up by what the index says then.
     if (!saved) {
-      return finished(std::unexpected(
-          "The change is made, but History couldn't be saved: " + saved.error().reason + "."));
+      return finished(notRewritten(EntryFailure::Case::notSaved, saved.error().reason));
     }
     const EntryPointer entry = services_.library->store().find(id);
-    if (!entry) return finished(std::unexpected("The capture has left History."));
+    if (!entry) return finished(notRewritten(EntryFailure::Case::left));
     endJournal(id, [entry, remark = std::move(remark),
                     finished = std::move(finished)](const RewriteJournal::Ended& ended) {
       finished(RewrittenCapture{entry, ended.left ? remark + " " + remarkOn(*ended.left) : remark});

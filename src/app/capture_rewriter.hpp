@@ -1,15 +1,17 @@
 #pragma once
 
-#include <expected>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <variant>
 
 #include "app/pending_archive_work.hpp"
 #include "app/surface_registry.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_transcoder.hpp"
+#include "library/entry_failure.hpp"
 #include "library/library.hpp"
 #include "library/rewrite_journal.hpp"
 #include "platform/image_codec.hpp"
@@ -22,8 +24,15 @@ struct RewrittenCapture {
   std::string remark;  ///< a sentence on what came of it; may be empty
 };
 
-/// A rewritten capture, or the sentence that says why not.
-using RewriteReply = std::expected<RewrittenCapture, std::string>;
+/// Why a capture was not rewritten.
+struct RewriteFailure {
+  std::variant<EntryFailure, EntryBusy, FileAbsence, TranscodeFailure> cause;
+  bool isUnsettled = false;  ///< the disk must answer before it is known what came of it
+};
+
+[[nodiscard]] std::string sentence(const RewriteFailure& failure);
+
+using RewriteReply = Result<RewrittenCapture, RewriteFailure>;
 
 /// What of a capture with annotations its file itself covers, "nothing is covered": files hold no
 /// annotations, but what is made of a redacted capture is blanked where it is redacted.

@@ -44,7 +44,9 @@ struct Session {
 
   std::string answer = "none";
   CaptureRewriter::Done answering() {
-    return [this](const RewriteReply& reply) { answer = reply ? reply->remark : reply.error(); };
+    return [this](const RewriteReply& reply) {
+      answer = reply ? reply->remark : sentence(reply.error());
+    };
   }
 
   std::shared_ptr<FakeFiles> files;

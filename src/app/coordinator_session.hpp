@@ -147,8 +147,10 @@ class CoordinatorSession {
         .library = *library,
         .alerts = alerts,
         .clipboard = [this]() -> Clipboard* { return clipboard.get(); },
-        .draw = [](const EditorDocument& document, const Image&, auto, const auto&)
-            -> Result<std::string> { return fmt::format("{} drawn", document.shapes.size()); },
+        .draw = [](const EditorDocument& document, const Image&, auto,
+                   const auto&) -> Result<std::string, SceneFailure> {
+          return fmt::format("{} drawn", document.shapes.size());
+        },
         .isWholePicture = [](const PictureBytes& bytes) { return bytes.read(0, 4) == "png "; }});
     app = std::make_unique<AppCoordinator>(
         AppCoordinator::Services{.main = runners.main(),

@@ -27,18 +27,28 @@ bool isOwnFolder(const Files& files, const Path& folder, const LibraryPaths& pat
          isIn(paths.redactedOriginals()) || isIn(paths.originals()) || isIn(paths.caches);
 }
 
-Failure ownFolder() { return {FailureKind::denied, "Vantorel keeps its own files in it"}; }
-
-Result<void> tryFolder(Files& files, const Path& folder, const LibraryPaths& paths) {
-  if (isOwnFolder(files, folder, paths)) return std::unexpected(ownFolder());
-  return prepareCaptureFolder(files, folder);
+FolderRefusal ownFolder() {
+  return {FolderRefusal::Case::unusable, "Vantorel keeps its own files in it"};
 }
 
-std::string refusal(const Failure& failure) {
-  return "The new folder can't be used: " + failure.reason + ".";
+Result<void, FolderRefusal> tryFolder(Files& files, const Path& folder, const LibraryPaths& paths) {
+  if (isOwnFolder(files, folder, paths)) return std::unexpected(ownFolder());
+  auto prepared = prepareCaptureFolder(files, folder);
+  if (prepared) return {};
+  return std::unexpected(
+      FolderRefusal{FolderRefusal::Case::unusable, std::move(prepared.error().reason)});
 }
 
 }  // namespace
+
+std::string sentence(const FolderRefusal& refusal) {
+  switch (refusal.what) {
+    case FolderRefusal::Case::notUTF8: return "The folder's name is not UTF-8.";
+    case FolderRefusal::Case::unusable:
+      return "The new folder can't be used: " + refusal.reason + ".";
+  }
+  std::unreachable();
+}
 
 void LibraryMove::followSetting() {
   storageFolder_ = services_.settings->values().storageDirectory;
@@ -57,7 +67,7 @@ void LibraryMove::settingChanged() {
       },
       lifetime_.guard([this, previous, chosen](bool isOwn) {
         if (isOwn) {
-          return services_.alerts->notify("Captures weren't moved", refusal(ownFolder()));
+          return services_.alerts->notify("Captures weren't moved", sentence(ownFolder()));
         }
         follow(previous, chosen);
       }));
@@ -80,22 +90,21 @@ void LibraryMove::report(const RelocationOutcome& outcome) {
 }
 
 void LibraryMove::checkFolder(const Path& folder, Checked done) {
-  if (!isUtf8(folder.string())) return done(std::unexpected("The folder's name is not UTF-8."));
+  if (!isUtf8(folder.string())) {
+    return done(std::unexpected(FolderRefusal{FolderRefusal::Case::notUTF8}));
+  }
   roundTrip(
       *services_.work, services_.main,
       [files = services_.files, folder, paths = services_.library->paths()] {
         return tryFolder(*files, folder, paths);
       },
-      lifetime_.guard([done = std::move(done)](const Result<void>& usable) mutable {
-        if (usable) return done({});
-        done(std::unexpected(refusal(usable.error())));
-      }));
+      lifetime_.guard(std::move(done)));
 }
 
 void LibraryMove::moveTo(const Path& folder, HistoryRelocation::Progress progress,
                          std::shared_ptr<RelocationStopFlag> flag, Done done) {
   checkFolder(folder, [this, folder, progress = std::move(progress), flag = std::move(flag),
-                       done = std::move(done)](std::expected<void, std::string> usable) mutable {
+                       done = std::move(done)](Result<void, FolderRefusal> usable) mutable {
     if (!usable) return done(std::unexpected(std::move(usable.error())));
     const std::string previous = services_.settings->values().storageDirectory;
     storageFolder_ = folder.string();

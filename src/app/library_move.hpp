@@ -1,12 +1,12 @@
 #pragma once
 
-#include <expected>
 #include <functional>
 #include <memory>
 #include <string>
 
 #include "base/lifetime.hpp"
 #include "base/observers.hpp"
+#include "base/result.hpp"
 #include "base/task_runner.hpp"
 #include "library/library.hpp"
 #include "platform/alerts.hpp"
@@ -15,6 +15,18 @@
 #include "settings/settings_store.hpp"
 
 namespace vantorel {
+
+/// Why captures cannot be kept in a folder.
+struct FolderRefusal {
+  enum class Case {
+    notUTF8,   ///< its name
+    unusable,  ///< `reason` says why
+  };
+  Case what = Case::unusable;
+  std::string reason{};
+};
+
+[[nodiscard]] std::string sentence(const FolderRefusal& refusal);
 
 /// Moves the library when the user picks another folder for it: new captures go there at once, and
 /// those that are in the previous folder follow. Lives on the main runner.
@@ -37,15 +49,14 @@ class LibraryMove {
   /// is told what did not move. A setting that falls back to its default moves nothing.
   void followSetting();
 
-  /// Nothing, or the sentence that says why captures cannot be kept in a folder.
-  using Checked = std::move_only_function<void(std::expected<void, std::string>)>;
+  using Checked = std::move_only_function<void(Result<void, FolderRefusal>)>;
 
   /// Tries whether captures can be kept in `folder` (absolute); makes it when only the last part of
   /// its name is missing.
   void checkFolder(const Path& folder, Checked done);
 
-  /// What the move came to, or the sentence that says why nothing was begun.
-  using Done = std::move_only_function<void(std::expected<RelocationOutcome, std::string>)>;
+  /// What the move came to, or why nothing was begun.
+  using Done = std::move_only_function<void(Result<RelocationOutcome, FolderRefusal>)>;
 
   /// Makes `folder` (absolute) the storage folder and moves the captures there. A folder that
   /// cannot be written changes nothing. With the folder that is set already, what did not move

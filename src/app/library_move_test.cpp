@@ -45,12 +45,12 @@ class LibraryMoveTest : public testing::Test {
   }
   ~LibraryMoveTest() override { setLogSink(std::move(formerSink)); }
 
-  std::expected<RelocationOutcome, std::string> movedTo(const Path& folder) {
-    std::optional<std::expected<RelocationOutcome, std::string>> answer;
+  Result<RelocationOutcome, FolderRefusal> movedTo(const Path& folder) {
+    std::optional<Result<RelocationOutcome, FolderRefusal>> answer;
     move.moveTo(folder, {}, nullptr, [&](auto outcome) { answer = std::move(outcome); });
     runners.run();
     EXPECT_TRUE(answer.has_value());
-    return answer.value_or(std::unexpected("no answer"));
+    return answer.value_or(std::unexpected(FolderRefusal{}));
   }
 
   void makeReady() {
@@ -111,7 +111,7 @@ TEST_F(LibraryMoveTest, CapturesFollowTheFolderTheUserChoosesAndNoOther) {
 
 TEST_F(LibraryMoveTest, ACommandMovesOnceAndOnlyWhereFilesCanBe) {
   makeReady();
-  EXPECT_EQ(movedTo("/no/where").error(),
+  EXPECT_EQ(sentence(movedTo("/no/where").error()),
             "The new folder can't be used: the folder above it is missing.");
   files->put("/afile", "x");
   files->links["/astray"] = "/nowhere";
@@ -120,15 +120,16 @@ TEST_F(LibraryMoveTest, ACommandMovesOnceAndOnlyWhereFilesCanBe) {
         std::pair{"/afile/deep/new", "/afile is a file, not a folder"},
         std::pair{"/astray/", "it is a link that leads nowhere"},
         std::pair{"/astray/new", "/astray is a link that leads nowhere"}}) {
-    EXPECT_EQ(movedTo(wanted).error(), "The new folder can't be used: " + std::string(why) + ".");
+    EXPECT_EQ(sentence(movedTo(wanted).error()),
+              "The new folder can't be used: " + std::string(why) + ".");
   }
-  EXPECT_EQ(movedTo("/new/\xFF").error(), "The folder's name is not UTF-8.");
+  EXPECT_EQ(sentence(movedTo("/new/\xFF").error()), "The folder's name is not UTF-8.");
   for (const char* const own : {"/data", "/data/Staged Captures", "/data/Originals/deep"}) {
-    EXPECT_EQ(movedTo(own).error(),
+    EXPECT_EQ(sentence(movedTo(own).error()),
               "The new folder can't be used: Vantorel keeps its own files in it.");
   }
   files->changesFail = FailureKind::denied;
-  EXPECT_THAT(movedTo("/new").error(), HasSubstr("The new folder can't be used"));
+  EXPECT_THAT(sentence(movedTo("/new").error()), HasSubstr("The new folder can't be used"));
   files->changesFail.reset();
   EXPECT_EQ(settings.values().storageDirectory, "/old");
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <utility>
 
 #include "library/entry_paths.hpp"
 
@@ -68,11 +70,24 @@ class Guard {
 
 }  // namespace
 
-std::optional<std::string> outputRefusal(const Files& files, const Path& output,
-                                         const ProtectedFiles& kept) {
+std::string sentence(const OutputFileFailure& failure) {
+  switch (failure.what) {
+    case OutputFileFailure::Case::notWritten:
+      return fmt::format("Couldn't write {}: {}.", failure.output.string(), failure.reason);
+    case OutputFileFailure::Case::overCapture:
+      return "A capture of the library can't be drawn over.";
+    case OutputFileFailure::Case::overInput:
+      return "The picture can't be drawn over a file it is made from.";
+  }
+  std::unreachable();
+}
+
+Result<void, OutputFileFailure> checkOutput(const Files& files, const Path& output,
+                                            const ProtectedFiles& kept) {
+  using Case = OutputFileFailure::Case;
   const Guard guard(files, output);
-  const auto refused = [&](std::string_view reason) {
-    return fmt::format("Couldn't write {}: {}.", output.string(), reason);
+  const auto refused = [&](const char* reason) {
+    return std::unexpected(OutputFileFailure{Case::notWritten, output, reason});
   };
   if (guard.present() && guard.present()->type != FileType::regular &&
       guard.present()->type != FileType::link) {
@@ -87,13 +102,13 @@ std::optional<std::string> outputRefusal(const Files& files, const Path& output,
   }
   const auto isListed = [&](const EntryPointer& entry) { return guard.isFileOf(*entry); };
   if (std::ranges::any_of(kept.entries, isListed)) {
-    return "A capture of the library can't be drawn over.";
+    return std::unexpected(OutputFileFailure{Case::overCapture});
   }
   const auto isOutput = [&](const Path& path) { return guard.is(path); };
   if (std::ranges::any_of(kept.inputs, isOutput)) {
-    return "The picture can't be drawn over a file it is made from.";
+    return std::unexpected(OutputFileFailure{Case::overInput});
   }
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace vantorel

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "base/result.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
@@ -19,10 +19,24 @@ struct ProtectedFiles {
   std::vector<Path> inputs{};  ///< what the picture is made from
 };
 
-/// Why nothing may be written to `output`, as a sentence; nothing when it may. Files are compared
-/// by what they are on the disk, not by name: a link, or a folder reached by a link, leads to the
-/// same file. Blocks; any thread.
-[[nodiscard]] std::optional<std::string> outputRefusal(const Files& files, const Path& output,
-                                                       const ProtectedFiles& kept);
+/// Why a picture was not written to the file that somebody named.
+struct OutputFileFailure {
+  enum class Case {
+    notWritten,   ///< `reason` says why
+    overCapture,  ///< it is a capture of the library
+    overInput,    ///< the picture is made from it
+  };
+  Case what = Case::notWritten;
+  Path output{};
+  std::string reason{};
+};
+
+[[nodiscard]] std::string sentence(const OutputFileFailure& failure);
+
+/// Refuses an `output` that nothing may be written to. Files are compared by what they are on the
+/// disk, not by name: a link, or a folder reached by a link, leads to the same file. Blocks; any
+/// thread.
+[[nodiscard]] Result<void, OutputFileFailure> checkOutput(const Files& files, const Path& output,
+                                                          const ProtectedFiles& kept);
 
 }  // namespace vantorel

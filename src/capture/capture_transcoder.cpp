@@ -56,6 +56,7 @@ std::string sentence(const TranscodeFailure& failure) {
     case Case::encodeRefused:
       return "Couldn't save the screenshot: the capture couldn't be encoded." +
              (failure.reason.empty() ? "" : " (" + failure.reason + ")");
+    case Case::noPicture: return "Only pictures can be converted or compressed.";
   }
   std::unreachable();
 }

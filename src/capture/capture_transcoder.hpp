@@ -29,6 +29,7 @@ struct TranscodeFailure {
     animated,       ///< more than the first picture would be lost
     larger,         ///< `format` would not save room; `reason` gives the sizes
     encodeRefused,  ///< the encoder failed or is not installed; `reason` says why
+    noPicture,      ///< but a recording or a text
   };
   Case what = Case::writeFailed;
   std::string reason;

@@ -1,7 +1,8 @@
 #include "cli/annotation_commands.hpp"
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
+
+#include <utility>
 
 #include "capture/records/export_format.hpp"
 #include "cli/command_outline.hpp"
@@ -12,6 +13,10 @@ namespace {
 
 Path inFolder(const Path& folder, const std::string& name) {
   return (folder / name).lexically_normal();
+}
+
+std::unexpected<Failure> misused(std::string why) {
+  return failed(FailureKind::malformed, std::move(why));
 }
 
 }  // namespace
@@ -45,24 +50,21 @@ void AnnotationOptions::addTo(CLI::App& app) {
       ->check(oneOf<ExportFormat>());
 }
 
-auto AnnotationOptions::command(const Path& folder) const
-    -> std::expected<std::optional<Command>, std::string> {
+auto AnnotationOptions::command(const Path& folder) const -> Result<std::optional<Command>> {
   if (annotate_->parsed()) return annotate(folder);
   if (render_->parsed()) return render(folder);
   return std::nullopt;
 }
 
-auto AnnotationOptions::annotate(const Path& folder) const
-    -> std::expected<std::optional<Command>, std::string> {
+auto AnnotationOptions::annotate(const Path& folder) const -> Result<std::optional<Command>> {
   const bool apply = annotate_->count("--apply") > 0;
-  if (apply == print_) return std::unexpected("annotate needs either --apply FILE or --print");
+  if (apply == print_) return misused("annotate needs either --apply FILE or --print");
   if (!apply) return command::Annotate{base_, std::nullopt};
-  if (apply_.empty()) return std::unexpected("--apply must name a file");
+  if (apply_.empty()) return misused("--apply must name a file");
   return command::Annotate{base_, inFolder(folder, apply_)};
 }
 
-auto AnnotationOptions::render(const Path& folder) const
-    -> std::expected<std::optional<Command>, std::string> {
+auto AnnotationOptions::render(const Path& folder) const -> Result<std::optional<Command>> {
   CaptureAnnotator::Drawing drawing;
   if (base_.find_first_of("/.") != std::string::npos) {
     drawing.base = CaptureAnnotator::Drawing::Picture{inFolder(folder, base_)};
@@ -70,11 +72,11 @@ auto AnnotationOptions::render(const Path& folder) const
     drawing.base = CaptureAnnotator::Drawing::Capture{base_};
   }
   if (render_->count("--document") > 0) {
-    if (document_.empty()) return std::unexpected("--document must name a file");
+    if (document_.empty()) return misused("--document must name a file");
     drawing.document = inFolder(folder, document_);
   }
   if (output_.empty()) {
-    return std::unexpected("--output must name a file, or be - for standard output");
+    return misused("--output must name a file, or be - for standard output");
   }
   const bool isFile = output_ != "-";
   if (isFile) drawing.output = inFolder(folder, output_);
@@ -85,7 +87,7 @@ auto AnnotationOptions::render(const Path& folder) const
     format = formatOfFileName(output_);
   }
   if (!format) {
-    return std::unexpected(
+    return misused(
         "--format is needed: the name of the output ends in none of .png, .jpg, .webp and .heic");
   }
   drawing.format = *format;

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <expected>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <variant>
 
 #include "app/capture_annotator.hpp"
+#include "base/result.hpp"
 
 namespace CLI {
 class App;
@@ -38,13 +38,11 @@ class AnnotationOptions {
 
   /// What was asked, or what is wrong with it; nothing when it was none of the two. File names
   /// start in `folder`.
-  [[nodiscard]] std::expected<std::optional<Command>, std::string> command(
-      const Path& folder) const;
+  [[nodiscard]] Result<std::optional<Command>> command(const Path& folder) const;
 
  private:
-  [[nodiscard]] std::expected<std::optional<Command>, std::string> annotate(
-      const Path& folder) const;
-  [[nodiscard]] std::expected<std::optional<Command>, std::string> render(const Path& folder) const;
+  [[nodiscard]] Result<std::optional<Command>> annotate(const Path& folder) const;
+  [[nodiscard]] Result<std::optional<Command>> render(const Path& folder) const;
 
   CLI::App* annotate_ = nullptr;
   CLI::App* render_ = nullptr;

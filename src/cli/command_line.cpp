@@ -384,7 +384,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = *std::move(change);
   } else {
     auto command = annotations.command(folder);
-    if (!command) return usage(command.error(), commandsOf(app));
+    if (!command) return usage(command.error().reason, commandsOf(app));
     if (*command) {
       std::visit([&](auto& asked) { line.command = std::move(asked); }, **command);
     }

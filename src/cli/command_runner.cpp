@@ -183,17 +183,22 @@ void CommandRunner::changeSettings(const command::Settings& what, bool json,
     runSettingsCommand(checked, json, *services_.settings, std::move(wanted));
   };
   if (named == nullptr || !setting->accepts(value)) return change(what, std::move(done));
-  const auto checked = [this, what, change](Done wanted) {
-    return lifetime_.guard([what, change, wanted = std::make_shared<Done>(std::move(wanted))](
-                               const std::expected<void, std::string>& usable) {
-      if (!usable) return (*wanted)(failedReply(usable.error()));
-      change(what, std::move(*wanted));
-    });
+  const auto checked = [this, what, change](Done wanted, auto words) {
+    return lifetime_.guard(
+        [what, change, words,
+         wanted = std::make_shared<Done>(std::move(wanted))](const auto& usable) {
+          if (!usable) return (*wanted)(failedReply(words(usable.error())));
+          change(what, std::move(*wanted));
+        });
   };
   if (what.key == "storageDirectory") {
-    services_.move->checkFolder(*named, checked(std::move(done)));
+    services_.move->checkFolder(*named, checked(std::move(done), [](const FolderRefusal& refusal) {
+      return sentence(refusal);
+    }));
   } else if (what.key == "desktopCoverImagePath") {
-    services_.checkFile(*named, checked(std::move(done)));
+    services_.checkFile(*named, checked(std::move(done), [file = *named](const Failure& failure) {
+      return fmt::format("{} can't be opened: {}.", file, failure.reason);
+    }));
   } else if (what.namesCollection()) {
     whenLibraryReady(requester, std::move(done), [this, what, change, name = *named](Done wanted) {
       const HistoryStore& store = services_.library->store();
@@ -374,8 +379,8 @@ void CommandRunner::handOut(const EntryPointer& entry, const command::Capture::O
   };
   if (output.file.empty()) {
     services_.exporting->read(entry, output.format,
-                              [handing, fail](std::expected<std::string, std::string> bytes) {
-                                if (!bytes) return fail(bytes.error());
+                              [handing, fail](Result<std::string, ExportFailure> bytes) {
+                                if (!bytes) return fail(sentence(bytes.error()));
                                 handing->answer.output = std::move(*bytes);
                                 handing->done(std::move(handing->answer));
                               });
@@ -383,8 +388,8 @@ void CommandRunner::handOut(const EntryPointer& entry, const command::Capture::O
   }
   services_.exporting->write(
       entry, output.format, output.file,
-      [handing, fail, json, file = output.file](const std::expected<void, std::string>& written) {
-        if (!written) return fail(written.error());
+      [handing, fail, json, file = output.file](const Result<void, ExportFailure>& written) {
+        if (!written) return fail(sentence(written.error()));
         if (!json) handing->answer.output = file.string() + "\n";
         handing->done(std::move(handing->answer));
       });
@@ -430,7 +435,7 @@ void CommandRunner::rewrite(const CommandLine& line, Done done) {
   const auto finished = [json = line.json,
                          done = std::make_shared<Done>(std::move(done))](RewriteReply reply) {
     if (!reply) {
-      (*done)(failedReply(reply.error()));
+      (*done)(failedReply(sentence(reply.error())));
       return;
     }
     CommandReply said = filed(*reply->entry, json);
@@ -450,13 +455,13 @@ void CommandRunner::annotate(const command::Annotate& what, bool json, Done done
   if (what.document) {
     services_.annotator->apply(
         what.entryID, *what.document, [json, shared](CaptureAnnotator::Answer<EntryPointer> entry) {
-          (*shared)(entry ? filed(**entry, json) : failedReply(std::move(entry.error())));
+          (*shared)(entry ? filed(**entry, json) : failedReply(sentence(entry.error())));
         });
     return;
   }
   services_.annotator->document(
       what.entryID, [shared](CaptureAnnotator::Answer<CaptureAnnotator::Annotations> found) {
-        if (!found) return (*shared)(failedReply(std::move(found.error())));
+        if (!found) return (*shared)(failedReply(sentence(found.error())));
         CommandReply reply{ExitStatus::done, json::toText(found->document) + "\n", {}};
         if (!found->remark.empty()) reply.error = found->remark + "\n";
         (*shared)(std::move(reply));
@@ -467,7 +472,7 @@ void CommandRunner::render(const command::Render& what, Done done) {
   services_.annotator->draw(what.drawing, [shared = std::make_shared<Done>(std::move(done)),
                                            isFile = !what.drawing.output.empty()](
                                               CaptureAnnotator::Answer<std::string> drawn) {
-    if (!drawn) return (*shared)(failedReply(std::move(drawn.error())));
+    if (!drawn) return (*shared)(failedReply(sentence(drawn.error())));
     (*shared)({ExitStatus::done, *std::move(drawn) + (isFile ? "\n" : ""), {}});
   });
 }

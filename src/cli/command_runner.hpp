@@ -39,8 +39,8 @@ class CommandRunner {
     ScreenCapture* screen = nullptr;
     WindowList* windows = nullptr;
 
-    /// Answers why a file cannot be read, in a sentence.
-    using Checked = std::function<void(const std::expected<void, std::string>&)>;
+    /// Tries whether a file can be read.
+    using Checked = std::function<void(const Result<void>&)>;
     std::function<void(const Path& file, Checked done)> checkFile;
 
     /// Files what earlier runs staged, unless it has been done.

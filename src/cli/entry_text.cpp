@@ -9,7 +9,7 @@
 #include "app/capture_rewriter.hpp"
 #include "base/json_record.hpp"
 #include "base/time_text.hpp"
-#include "library/look_adoption.hpp"
+#include "library/entry_failure.hpp"
 #include "library/relocation_report.hpp"
 
 namespace vantorel {
@@ -119,7 +119,9 @@ CommandReply pathsOf(const LookedEntries& looked, bool json) {
   CommandReply reply;
   for (std::size_t i = 0; i < looked.entries.size(); ++i) {
     const ScreenshotEntry& entry = *looked.entries[i];
-    if (looked.unsettled.contains(entry.id)) return failedReply(unsettledSentence);
+    if (looked.unsettled.contains(entry.id)) {
+      return failedReply(sentence(EntryFailure{EntryFailure::Case::unsettled}));
+    }
     reply.output += json ? lineOf(entry, true) : entry.path + "\n";
     if (const FileReach reach = looked.reachOf(i); reach != FileReach::there) {
       reply.status = ExitStatus::failed;

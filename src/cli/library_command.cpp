@@ -5,6 +5,7 @@
 #include "base/round_trip.hpp"
 #include "cli/entry_text.hpp"
 #include "cli/library_report_text.hpp"
+#include "library/entry_failure.hpp"
 #include "library/entry_filter.hpp"
 #include "library/sliced_work.hpp"
 
@@ -52,9 +53,10 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
   HistoryStore& store = services_.library->store();
   const bool onlyLooks = what.verb == Verb::list || what.verb == Verb::show ||
                          what.verb == Verb::path || what.verb == Verb::collections;
-  const auto refusal = onlyLooks ? refusalToLook(store) : store.indexRefusal();
+  auto refusal = onlyLooks ? refusalToLook(store) : store.indexRefusal();
   if (refusal) {
-    CommandReply reply = failedReply("The library can't be used now: " + *refusal);
+    CommandReply reply =
+        failedReply(sentence(EntryFailure{EntryFailure::Case::libraryClosed, *std::move(refusal)}));
     if (!store.indexHindrance().empty()) reply.error += store.indexHindrance() + "\n";
     return done(std::move(reply));
   }
@@ -252,9 +254,9 @@ void LibraryCommands::relocate(const Path& folder, bool json, const RunningPoint
   }
   services_.move->moveTo(folder, std::move(moving), {running, &running->flag},
                          [running, folder, json, done = std::move(done)](
-                             const std::expected<RelocationOutcome, std::string>& outcome) mutable {
+                             const Result<RelocationOutcome, FolderRefusal>& outcome) mutable {
                            done(outcome ? replyTo(*outcome, folder, json, running->isCalledOff)
-                                        : failedReply(outcome.error()));
+                                        : failedReply(sentence(outcome.error())));
                          });
 }
 

@@ -22,6 +22,10 @@ bool isPublishing(EditorExport target) {
 
 }  // namespace
 
+std::string sentence(const EditorExportFailure& failure) {
+  return std::visit([](const auto& one) { return sentence(one); }, failure);
+}
+
 EditorSession::EditorSession(std::string entryID, std::string path, EditorModel& model,
                              EditorSessionServices services)
     : entryID_(std::move(entryID)),
@@ -49,7 +53,7 @@ std::optional<ExportBlock> EditorSession::block() const {
   return exportBlock(model_.document(), situation);
 }
 
-void EditorSession::exportTo(EditorExport target, std::function<void(Result<EditorSaving>)> done) {
+void EditorSession::exportTo(EditorExport target, Exported done) {
   if (!isPublishing(target) || unredacted_ == 0 || publishingConfirmed_) {
     confirmed(std::move(done));
     return;
@@ -57,7 +61,7 @@ void EditorSession::exportTo(EditorExport target, std::function<void(Result<Edit
   services_.ask("Publish without redacting?",
                 lifetime_.guard([this, done = std::move(done)](bool yes) mutable {
                   if (!yes) {
-                    done(failed(FailureKind::cancelled, "Publish wasn't confirmed"));
+                    done(std::unexpected(OutputFailure::notConfirmed));
                     return;
                   }
                   publishingConfirmed_ = true;
@@ -65,16 +69,13 @@ void EditorSession::exportTo(EditorExport target, std::function<void(Result<Edit
                 }));
 }
 
-void EditorSession::confirmed(std::function<void(Result<EditorSaving>)> done) {
+void EditorSession::confirmed(Exported done) {
   model_.endText();
-  if (const auto blocked = block()) {
-    done(failed(FailureKind::unsupported, sentence(*blocked)));
-    return;
-  }
+  if (auto blocked = block()) return done(std::unexpected(*std::move(blocked)));
   EditorSaving saving{entryID_, path_, {}, model_.document()};
   auto finish = lifetime_.guard([saving, done = std::move(done)](Result<Image> image) mutable {
     if (!image) {
-      done(failed(image.error().kind, sentence(OutputFailure::notPrepared)));
+      done(std::unexpected(OutputFailure::notPrepared));
       return;
     }
     saving.image = *std::move(image);
@@ -88,21 +89,17 @@ void EditorSession::confirmed(std::function<void(Result<EditorSaving>)> done) {
       std::move(finish));
 }
 
-void EditorSession::handBack(
-    EditorExport target,
-    const std::function<void(EditorSaving, std::function<void(Result<void>)> done)>& to) {
-  exportTo(target, [this, to](Result<EditorSaving> saving) {
-    if (!saving) {
-      services_.report(saving.error().reason);
-      return;
-    }
-    auto saved = lifetime_.guard([this, document = saving->document](const Result<void>& result) {
-      if (result) {
-        model_.markSaved(document);
-      } else {
-        services_.report(result.error().reason);
-      }
-    });
+void EditorSession::handBack(EditorExport target, const EditorSessionServices::Save& to) {
+  exportTo(target, [this, to](Result<EditorSaving, EditorExportFailure> saving) {
+    if (!saving) return services_.report(sentence(saving.error()));
+    auto saved = lifetime_.guard(
+        [this, document = saving->document](const Result<void, EntryFailure>& result) {
+          if (result) {
+            model_.markSaved(document);
+          } else {
+            services_.report(sentence(result.error()));
+          }
+        });
     to(*std::move(saving), std::move(saved));
   });
 }

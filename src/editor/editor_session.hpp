@@ -4,13 +4,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 
 #include "base/image.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "editor/editor_model.hpp"
 #include "editor/layer_builds.hpp"
-#include "editor/output_failure.hpp"
+#include "editor/records/output_failure.hpp"
+#include "library/entry_failure.hpp"
 
 namespace vantorel {
 
@@ -25,6 +27,11 @@ struct EditorSaving {
 /// Where a finished picture goes.
 enum class EditorExport { save, archive, file, copy, share, dragOut };
 
+/// Why a picture did not leave the editor.
+using EditorExportFailure = std::variant<ExportBlock, OutputFailure>;
+
+[[nodiscard]] std::string sentence(const EditorExportFailure& failure);
+
 /// What an editor needs from outside. All callbacks come on the main runner, none of them after
 /// the session is gone.
 struct EditorSessionServices {
@@ -38,9 +45,10 @@ struct EditorSessionServices {
   /// Asks a question with yes and no.
   std::function<void(const std::string& question, std::function<void(bool)> answered)> ask;
   std::function<void(const std::string&)> report;
-  /// Both answer once the library is on the disk, or say in a sentence why it is not.
-  std::function<void(EditorSaving, std::function<void(Result<void>)> done)> save;
-  std::function<void(EditorSaving, std::function<void(Result<void>)> done)> archive;
+  /// Both answer once the library is on the disk, or say why it is not.
+  using Save = std::function<void(EditorSaving, std::function<void(Result<void, EntryFailure>)>)>;
+  Save save;
+  Save archive;
 };
 
 /// The errand of one editor window, from opening an entry to handing its document back: what may
@@ -64,10 +72,11 @@ class EditorSession {
   /// Why nothing can be exported now.
   [[nodiscard]] std::optional<ExportBlock> block() const;
 
-  /// Draws the picture for `target` and hands it to `done`, or says why not: an empty message when
-  /// the reason has been reported already. Asks once a session before unredacted content leaves the
-  /// library.
-  void exportTo(EditorExport target, std::function<void(Result<EditorSaving>)> done);
+  using Exported = std::function<void(Result<EditorSaving, EditorExportFailure>)>;
+
+  /// Draws the picture for `target` and hands it to `done`, or says why not. Asks once a session
+  /// before unredacted content leaves the library.
+  void exportTo(EditorExport target, Exported done);
 
   /// Hand the document to the library. It counts as saved when the library has it, and is unsaved
   /// as before, with a report, when it has not.
@@ -78,10 +87,8 @@ class EditorSession {
   void discard();
 
  private:
-  void confirmed(std::function<void(Result<EditorSaving>)> done);
-  void handBack(
-      EditorExport target,
-      const std::function<void(EditorSaving, std::function<void(Result<void>)> done)>& to);
+  void confirmed(Exported done);
+  void handBack(EditorExport target, const EditorSessionServices::Save& to);
 
   std::string entryID_;
   std::string path_;

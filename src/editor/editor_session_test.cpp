@@ -31,7 +31,8 @@ class EditorSessionTest : public ::testing::Test {
       answer = std::move(answered);
     };
     result.report = [this](const std::string& line) { said.push_back(line); };
-    result.save = [this](EditorSaving saving, std::function<void(Result<void>)> done) {
+    result.save = [this](EditorSaving saving,
+                         std::function<void(Result<void, EntryFailure>)> done) {
       saved.push_back(std::move(saving));
       onDisk = std::move(done);
     };
@@ -41,9 +42,10 @@ class EditorSessionTest : public ::testing::Test {
 
   std::string copied() {
     std::string words = "waiting";
-    session.exportTo(EditorExport::copy, [&](Result<EditorSaving> saving) {
-      words = saving ? "copied" : saving.error().reason;
-    });
+    session.exportTo(EditorExport::copy,
+                     [&](const Result<EditorSaving, EditorExportFailure>& saving) {
+                       words = saving ? "copied" : sentence(saving.error());
+                     });
     if (answer) std::exchange(answer, nullptr)(willConfirm);
     runners.run();
     return words;
@@ -57,7 +59,7 @@ class EditorSessionTest : public ::testing::Test {
   std::vector<std::string> said;
   std::function<void(bool)> answer;
   std::vector<EditorSaving> saved;
-  std::function<void(Result<void>)> onDisk;
+  std::function<void(Result<void, EntryFailure>)> onDisk;
   EditorModel model{{{8, 6}, {}, {}, 2.0, {}, roughText}, {}};
   EditorSession session{"entry", "/shot.png", model, services()};
 };
@@ -85,8 +87,8 @@ TEST_F(EditorSessionTest, SavingHandsTheDocumentBackWithItsPicture) {
   ASSERT_EQ(saved.size(), 1U);
   EXPECT_EQ(saved[0].entryID, "entry");
   EXPECT_EQ(saved[0].document, model.document());
-  onDisk(failed(FailureKind::noSpace, "The disk is full."));
-  EXPECT_EQ(said.back(), "The disk is full.");
+  onDisk(std::unexpected(EntryFailure{EntryFailure::Case::left}));
+  EXPECT_EQ(said.back(), "The capture has left History.");
   EXPECT_TRUE(model.hasUnsavedChanges());
   session.save();
   runners.run();

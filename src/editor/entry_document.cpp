@@ -6,6 +6,7 @@
 #include <cmath>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "editor/background_gradient.hpp"
 #include "editor/canvas_size.hpp"
@@ -117,19 +118,15 @@ bool haveRedactionsCorners(json::Cursor document, json::Problem& problem) {
   return true;
 }
 
-Result<EditorDocument> readStrictly(std::string_view text) {
+using DocumentCheck = Result<void, DocumentFault>;
+
+Result<EditorDocument, DocumentFault> readStrictly(std::string_view text) {
+  using Case = DocumentFault::Case;
   const auto json = json::Document::parse(text);
-  if (!json) {
-    return failed(FailureKind::malformed, "The document isn't JSON: " + json.error().reason + ".");
-  }
+  if (!json) return std::unexpected(DocumentFault{Case::notJSON, json.error().reason});
   const json::Cursor root = json->root();
-  if (root.kind() != json::Kind::object) {
-    return failed(FailureKind::malformed, "The document must be a JSON object.");
-  }
-  if (nestingOf(root) > deepestNesting) {
-    return failed(FailureKind::malformed,
-                  fmt::format("The document is nested more than {} deep.", deepestNesting));
-  }
+  if (root.kind() != json::Kind::object) return std::unexpected(DocumentFault{Case::noObject});
+  if (nestingOf(root) > deepestNesting) return std::unexpected(DocumentFault{Case::tooDeep});
   EditorDocument document;
   json::Problem problem{.isStrict = true};
   const auto isRead = [&] {
@@ -138,20 +135,17 @@ Result<EditorDocument> readStrictly(std::string_view text) {
     const auto again = json::Document::parse(json::toText(document));
     return !again || hasNoLostNull(root, again->root(), problem);
   };
-  if (!isRead()) {
-    return failed(FailureKind::malformed,
-                  "The document can't be used: " + problem.sentence() + ".");
-  }
+  if (!isRead()) return std::unexpected(DocumentFault{Case::unusable, problem.sentence()});
   return document;
 }
 
-std::unexpected<Failure> refused(const std::string& place, std::string_view why) {
-  return failed(FailureKind::malformed,
-                fmt::format("The document can't be used: {}: {}.", place, why));
+std::unexpected<DocumentFault> refused(const std::string& place, std::string_view why) {
+  return std::unexpected(
+      DocumentFault{DocumentFault::Case::unusable, fmt::format("{}: {}", place, why)});
 }
 
 /// A key that nothing is made of is a key spelt wrong.
-Result<void> checkKeys(const EditorDocument& document) {
+DocumentCheck checkKeys(const EditorDocument& document) {
   const json::Object& unknown = document.extra.members();
   if (unknown.empty()) return {};
   return refused(unknown.front().key,
@@ -160,8 +154,8 @@ Result<void> checkKeys(const EditorDocument& document) {
 }
 
 /// A colour that cannot be read would be drawn in the standard one.
-Result<void> checkColors(const EditorDocument& document) {
-  const auto check = [](const std::string& color, const std::string& place) -> Result<void> {
+DocumentCheck checkColors(const EditorDocument& document) {
+  const auto check = [](const std::string& color, const std::string& place) -> DocumentCheck {
     const bool isColor = color.size() == 7 && color[0] == '#' &&
                          color.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
     if (isColor) return {};
@@ -180,7 +174,7 @@ Result<void> checkColors(const EditorDocument& document) {
 }
 
 /// One that nobody knows would be left out.
-Result<void> checkGradient(const BackgroundSpec& background) {
+DocumentCheck checkGradient(const BackgroundSpec& background) {
   const auto* const fill = std::get_if<BackgroundFill::Gradient>(&background.fill.value);
   if (fill == nullptr || findGradient(fill->id) != nullptr) return {};
   std::string known;
@@ -191,7 +185,7 @@ Result<void> checkGradient(const BackgroundSpec& background) {
   return refused("background.fill.gradient", "must be one of " + known);
 }
 
-Result<void> checkLayers(const std::vector<LayerSpec>& layers) {
+DocumentCheck checkLayers(const std::vector<LayerSpec>& layers) {
   std::optional<std::size_t> capture;
   std::set<std::string_view> seen;
   for (std::size_t i = 0; i < layers.size(); ++i) {
@@ -211,7 +205,7 @@ Result<void> checkLayers(const std::vector<LayerSpec>& layers) {
 }
 
 /// A redaction that hides nothing is a mistake that shows too late.
-Result<void> checkShapes(const EditorDocument& document, PixelSize capture) {
+DocumentCheck checkShapes(const EditorDocument& document, PixelSize capture) {
   const AxisMap map = captureToCanvas(document.layers, capture);
   std::set<std::string_view> seen;
   for (std::size_t i = 0; i < document.shapes.size(); ++i) {
@@ -237,7 +231,7 @@ Result<void> checkShapes(const EditorDocument& document, PixelSize capture) {
 }
 
 /// Without it the whole picture would be seen.
-Result<void> checkCrop(const EditorDocument& document, PixelSize capture) {
+DocumentCheck checkCrop(const EditorDocument& document, PixelSize capture) {
   if (!document.crop) return {};
   const Box crop = captureToCanvas(document.layers, capture)(*document.crop);
   if (!hasArea(crop)) return refused("crop", "w and h must be above 0");
@@ -267,6 +261,17 @@ void checkLayer(LayerSpec& layer, const Path& folder, const Files& files, const 
     layer.pixelWidth = size->width;
     layer.pixelHeight = size->height;
   }
+}
+
+std::string sentence(const DocumentFault& fault) {
+  switch (fault.what) {
+    case DocumentFault::Case::notJSON: return "The document isn't JSON: " + fault.reason + ".";
+    case DocumentFault::Case::noObject: return "The document must be a JSON object.";
+    case DocumentFault::Case::tooDeep:
+      return fmt::format("The document is nested more than {} deep.", deepestNesting);
+    case DocumentFault::Case::unusable: return "The document can't be used: " + fault.reason + ".";
+  }
+  std::unreachable();
 }
 
 /// The size of the image that the annotations of `entry` are made for, if it is another than
@@ -327,8 +332,13 @@ void followPictureSize(ScreenshotEntry& entry, PixelSize size) {
   entry.pixelHeight = size.height;
 }
 
-Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture, const Path& folder,
-                                       const Files& files, const ImageCodec& codec) {
+std::string sentence(const DocumentFailure& failure) {
+  return std::visit([](const auto& one) { return sentence(one); }, failure);
+}
+
+Result<EditorDocument, DocumentFailure> checkedDocument(std::string_view text, PixelSize capture,
+                                                        const Path& folder, const Files& files,
+                                                        const ImageCodec& codec) {
   EditorDocument document = VT_TRY(readStrictly(text));
   VT_TRY(checkKeys(document));
   VT_TRY(checkColors(document));
@@ -336,7 +346,7 @@ Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
   VT_TRY(checkLayers(document.layers));
   if (document.canvas.width != 0 || document.canvas.height != 0) {
     const auto size = checkedCanvasSize(document.canvas.width, document.canvas.height, {});
-    if (!size) return failed(FailureKind::tooLarge, sentence(size.error()));
+    if (!size) return std::unexpected(size.error());
   }
   const CanvasSize canvas = canvasSizeOf(document.canvas, capture);
   document.canvas.width = canvas.width;
@@ -348,9 +358,7 @@ Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
   situation.build = LayerBuildState::ready;
   situation.capture = capture;
   for (LayerSpec& layer : document.layers) checkLayer(layer, folder, files, codec, situation);
-  if (const auto block = exportBlock(document, situation)) {
-    return failed(FailureKind::unsupported, sentence(*block));
-  }
+  if (auto block = exportBlock(document, situation)) return std::unexpected(*std::move(block));
   return document;
 }
 

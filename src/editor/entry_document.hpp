@@ -1,9 +1,13 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <variant>
 
 #include "base/result.hpp"
+#include "editor/canvas_size.hpp"
 #include "editor/records/editor_document.hpp"
+#include "editor/records/export_block.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
@@ -29,16 +33,35 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
 /// and the pixels per point along; of any other change only the size is noted.
 void followPictureSize(ScreenshotEntry& entry, PixelSize size);
 
+/// What is wrong with the text of a document.
+struct DocumentFault {
+  enum class Case {
+    notJSON,   ///< `reason` says where
+    noObject,  ///< but another kind of value
+    tooDeep,   ///< nested
+    unusable,  ///< `reason` says what of it, and why
+  };
+  Case what = Case::unusable;
+  std::string reason{};
+};
+
+/// Why a document cannot be stored: its text, its size, or what it would draw.
+using DocumentFailure = std::variant<DocumentFault, CanvasSizeFault, ExportBlock>;
+
+[[nodiscard]] std::string sentence(const DocumentFailure& failure);
+
 /// Reads a document that is to be stored in an entry with a base image of `capture` pixels. Where
 /// reading a library is tolerant, this is strict: what would be dropped or do nothing (an unknown
 /// key of the document, a redaction that hides nothing, a crop that shows nothing), a canvas size
 /// or padding beyond the limits, and a layer whose file is missing, no picture, without the layer's
-/// frame or too large are refused; the failure's reason is a whole sentence with the place. The
-/// paths of layers are absolute, or start in `folder`, and come out absolute. Layers get the pixel
-/// size of their frame when they state none, and a name. Blocks on files.
-[[nodiscard]] Result<EditorDocument> checkedDocument(std::string_view text, PixelSize capture,
-                                                     const Path& folder, const Files& files,
-                                                     const ImageCodec& codec);
+/// frame or too large are refused. The paths of layers are absolute, or start in `folder`, and come
+/// out absolute. Layers get the pixel size of their frame when they state none, and a name. Blocks
+/// on files.
+[[nodiscard]] Result<EditorDocument, DocumentFailure> checkedDocument(std::string_view text,
+                                                                      PixelSize capture,
+                                                                      const Path& folder,
+                                                                      const Files& files,
+                                                                      const ImageCodec& codec);
 
 /// Reads a frame, counted from 0, of the picture file of a layer: `notFound`, `malformed` or
 /// `tooLarge`. Blocks.
@@ -48,5 +71,9 @@ void followPictureSize(ScreenshotEntry& entry, PixelSize size);
 /// Whether the entry has annotations of a newer version, or damaged ones: they are kept, but nobody
 /// knows what they draw or cover.
 [[nodiscard]] bool hasUnreadAnnotations(const ScreenshotEntry& entry);
+
+/// What is said of such an entry, a clause.
+inline constexpr const char* unreadAnnotationsReason =
+    "it has annotations that this version can't read";
 
 }  // namespace vantorel

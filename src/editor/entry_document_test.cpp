@@ -22,7 +22,7 @@ class EntryDocumentTest : public ::testing::Test {
   std::string answer(const std::string& text) {
     document = {};
     auto checked = checkedDocument(text, {800, 600}, "/pictures", files, codec);
-    if (!checked) return checked.error().reason;
+    if (!checked) return sentence(checked.error());
     document = *std::move(checked);
     return "accepted";
   }

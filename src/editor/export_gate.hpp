@@ -7,26 +7,9 @@
 #include "base/geometry.hpp"
 #include "editor/canvas_size.hpp"
 #include "editor/records/editor_document.hpp"
+#include "editor/records/export_block.hpp"
 
 namespace vantorel {
-
-/// Why the picture cannot leave the editor now.
-struct ExportBlock {
-  enum class Kind {
-    stillLoading,
-    notLoaded,
-    notBuilt,
-    layerTooLarge,
-    layerMissing,
-    paddingTooLarge,
-  };
-  Kind kind = Kind::stillLoading;
-  std::string layerName;  ///< for the two about one layer
-
-  bool operator==(const ExportBlock&) const = default;
-};
-
-[[nodiscard]] std::string sentence(const ExportBlock& block);
 
 enum class BaseImageState { loading, failed, ready };
 enum class LayerBuildState { none, building, failed, ready };

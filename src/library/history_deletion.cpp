@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/entry_failure.hpp"
 #include "library/history_log.hpp"
 #include "library/look_adoption.hpp"
 #include "library/pending_undo.hpp"
@@ -152,7 +153,7 @@ void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t 
       continue;
     }
     if (state.unsettled.contains(id)) {
-      state.sweep.failures.push_back({id, unsettledSentence});
+      state.sweep.failures.push_back({id, sentence(EntryFailure{EntryFailure::Case::unsettled})});
       continue;
     }
     if (queue_.isInDoubt(id)) {

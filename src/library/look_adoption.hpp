@@ -25,10 +25,6 @@ struct AdoptedLook {
   std::set<std::string> unsettled;
 };
 
-/// Why an unsettled entry's file cannot be used.
-inline constexpr const char* unsettledSentence =
-    "The capture can't be used now: a capture whose file has its name is being changed.";
-
 /// Gives the entries the paths that their files have by now. An entry whose path another one's file
 /// has keeps what it remembers, under a name of its own, for when its file comes back. Entries that
 /// changed since, or whose files the program itself is changing, are left alone, and so are those

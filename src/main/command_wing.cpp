@@ -1,7 +1,5 @@
 #include "main/command_wing.hpp"
 
-#include <fmt/format.h>
-
 #include <utility>
 
 #include "base/round_trip.hpp"
@@ -13,11 +11,8 @@ namespace {
 void checkFile(DesktopWing& desktop, const Path& path, CommandRunner::Services::Checked done) {
   roundTrip(
       *desktop.lanes.disks.queue("com.hollen.Vantorel.library"), desktop.main,
-      [files = desktop.files, path]() -> std::expected<void, std::string> {
-        if (const auto opened = files->open(path); !opened) {
-          return std::unexpected(
-              fmt::format("{} can't be opened: {}.", path.string(), opened.error().reason));
-        }
+      [files = desktop.files, path]() -> Result<void> {
+        VT_TRY(files->open(path));
         return {};
       },
       std::move(done));

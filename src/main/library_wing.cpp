@@ -8,6 +8,7 @@
 #include "capture/staging_folder.hpp"
 #include "editor/entry_document.hpp"
 #include "library/changed_pictures.hpp"
+#include "library/entry_failure.hpp"
 #include "library/history_folder_monitor.hpp"
 #include "library/parked_index.hpp"
 #include "library/whole_picture.hpp"
@@ -119,8 +120,8 @@ void LibraryWing::followOutside() {
       if (library.store().loadOutcome() != IndexLoad::inUse) {
         const std::string& hindrance = library.store().indexHindrance();
         desktop.alerts->notify(
-            "History", "The library can't be used now: " + *refusal +
-                           (hindrance.empty() ? "." : ". " + hindrance) +
+            "History", sentence(EntryFailure{EntryFailure::Case::libraryClosed, *refusal}) +
+                           (hindrance.empty() ? "" : " " + hindrance) +
                            " New captures are saved all the same, but not yet listed in History.");
       }
       return;

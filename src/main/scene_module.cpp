@@ -1,17 +1,17 @@
 #include "main/scene_module.hpp"
 
-#include <fmt/format.h>
+#include <utility>
 
 #include "platform/linux/program_module.hpp"
 #include "render/scene_drawing.hpp"
 
 namespace vantorel {
 
-Result<SceneDrawing*> loadSceneDrawing() {
-  const auto entry = moduleEntry(modulesFolder() / "libvantorel_render.so", sceneDrawingEntryName);
+Result<SceneDrawing*, SceneFailure> loadSceneDrawing() {
+  auto entry = moduleEntry(modulesFolder() / "libvantorel_render.so", sceneDrawingEntryName);
   if (!entry) {
-    return failed(entry.error().kind, fmt::format("The part of Vantorel that draws pictures {}.",
-                                                  entry.error().reason));
+    return std::unexpected(
+        SceneFailure{SceneFailure::Case::noDrawing, std::move(entry.error().reason)});
   }
   return reinterpret_cast<SceneDrawingEntry>(*entry)();
 }
@@ -20,7 +20,7 @@ CaptureAnnotator::Draw drawWithModule(std::shared_ptr<const Files> files,
                                       std::shared_ptr<const ImageCodec> codec) {
   return [files = std::move(files), codec = std::move(codec)](
              const EditorDocument& document, Image base, std::optional<double> captureScale,
-             const ImageEncoding& encoding) -> Result<std::string> {
+             const ImageEncoding& encoding) -> Result<std::string, SceneFailure> {
     SceneDrawing* const drawing = VT_TRY(loadSceneDrawing());
     return drawing->exportScene(document, std::move(base), captureScale, *files, *codec, encoding);
   };

@@ -8,9 +8,8 @@
 namespace vantorel {
 
 /// What draws scenes, in the module "../lib/vantorel/libvantorel_render.so", which the first call
-/// loads. Never null, and the same for as long as the process runs. The failure's reason is a whole
-/// sentence. Any thread.
-[[nodiscard]] Result<SceneDrawing*> loadSceneDrawing();
+/// loads. Never null, and the same for as long as the process runs. Any thread.
+[[nodiscard]] Result<SceneDrawing*, SceneFailure> loadSceneDrawing();
 
 /// Draws documents with it.
 [[nodiscard]] CaptureAnnotator::Draw drawWithModule(std::shared_ptr<const Files> files,

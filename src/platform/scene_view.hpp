@@ -10,6 +10,7 @@
 #include "base/result.hpp"
 #include "editor/records/axis_map.hpp"
 #include "editor/records/editor_document.hpp"
+#include "editor/records/scene_failure.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
 
@@ -52,12 +53,10 @@ class SceneDrawing {
   [[nodiscard]] virtual std::unique_ptr<SceneView> makeView(SceneGround ground) = 0;
 
   /// Draws `document` over its base image (`captureScale` pixels per point), with the layers'
-  /// pictures read from their files, and encodes the picture. Blocks. The failure's reason is a
-  /// whole sentence.
-  [[nodiscard]] virtual Result<std::string> exportScene(const EditorDocument& document, Image base,
-                                                        std::optional<double> captureScale,
-                                                        const Files& files, const ImageCodec& codec,
-                                                        const ImageEncoding& encoding) = 0;
+  /// pictures read from their files, and encodes the picture. Blocks.
+  [[nodiscard]] virtual Result<std::string, SceneFailure> exportScene(
+      const EditorDocument& document, Image base, std::optional<double> captureScale,
+      const Files& files, const ImageCodec& codec, const ImageEncoding& encoding) = 0;
 };
 
 }  // namespace vantorel

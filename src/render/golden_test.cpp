@@ -158,7 +158,7 @@ TEST(GoldenTest, LayersCropAndBackground) {
                 plainImage({64, 64}, 0xffffffff));
   };
   auto image = renderScene(document, source);
-  ASSERT_TRUE(image.has_value()) << image.error().reason;
+  ASSERT_TRUE(image.has_value()) << sentence(image.error());
   EXPECT_EQ(image->size(), (PixelSize{210, 160}));
   expectLooksLike("layers", *image);
 

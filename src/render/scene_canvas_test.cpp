@@ -189,7 +189,7 @@ TEST(SceneRendererTest, WhatCannotBeDrawnIsSaidInTheGatesWords) {
   const SceneSource source{plainImage({100, 80}, 0xffffffff), {}};
   const auto words = [&] {
     const auto image = renderScene(document, source);
-    return image ? "drawn" : image.error().reason;
+    return image ? "drawn" : sentence(image.error());
   };
   document.canvas = {9000, 9000, "#ffffff", {}};
   EXPECT_EQ(words(), "Export is blocked: the layered image couldn't be built.");

@@ -14,9 +14,10 @@ class CanvasDrawing final : public SceneDrawing {
     return std::make_unique<SceneCanvas>(std::move(ground));
   }
 
-  Result<std::string> exportScene(const EditorDocument& document, Image base,
-                                  std::optional<double> captureScale, const Files& files,
-                                  const ImageCodec& codec, const ImageEncoding& encoding) override {
+  Result<std::string, SceneFailure> exportScene(const EditorDocument& document, Image base,
+                                                std::optional<double> captureScale,
+                                                const Files& files, const ImageCodec& codec,
+                                                const ImageEncoding& encoding) override {
     return vantorel::exportScene(document, sceneSource(std::move(base), captureScale, files, codec),
                                  codec, encoding);
   }

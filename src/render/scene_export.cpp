@@ -1,9 +1,8 @@
 #include "render/scene_export.hpp"
 
-#include <fmt/format.h>
+#include <utility>
 
 #include "editor/entry_document.hpp"
-#include "editor/output_failure.hpp"
 
 namespace vantorel {
 
@@ -14,21 +13,20 @@ SceneSource sceneSource(Image base, std::optional<double> captureScale, const Fi
           }};
 }
 
-Result<std::string> exportScene(const EditorDocument& document, const SceneSource& source,
-                                const ImageCodec& codec, const ImageEncoding& encoding) {
+Result<std::string, SceneFailure> exportScene(const EditorDocument& document,
+                                              const SceneSource& source, const ImageCodec& codec,
+                                              const ImageEncoding& encoding) {
+  using Case = SceneFailure::Case;
   const Image image = VT_TRY(renderScene(document, source));
   if (!codec.canHold(encoding.format, image.size())) {
-    return failed(FailureKind::tooLarge,
-                  fmt::format("An image of {} × {} px is too large for {}.", image.width(),
-                              image.height(), displayName(encoding.format)));
+    return std::unexpected(
+        SceneFailure{.what = Case::tooLarge, .size = image.size(), .format = encoding.format});
   }
   auto bytes = codec.encode(image, encoding);
   if (!bytes) {
-    return failed(bytes.error().kind,
-                  fmt::format("Couldn't export: {} ({}).", sentence(OutputFailure::notWritten),
-                              bytes.error().reason));
+    return std::unexpected(SceneFailure{Case::notEncoded, std::move(bytes.error().reason)});
   }
-  return bytes;
+  return *std::move(bytes);
 }
 
 }  // namespace vantorel

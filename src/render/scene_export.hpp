@@ -14,10 +14,10 @@ namespace vantorel {
 [[nodiscard]] SceneSource sceneSource(Image base, std::optional<double> captureScale,
                                       const Files& files, const ImageCodec& codec);
 
-/// Draws `document` over `source` and encodes the picture. Blocks; any thread. The failure's reason
-/// is a whole sentence.
-[[nodiscard]] Result<std::string> exportScene(const EditorDocument& document,
-                                              const SceneSource& source, const ImageCodec& codec,
-                                              const ImageEncoding& encoding);
+/// Draws `document` over `source` and encodes the picture. Blocks; any thread.
+[[nodiscard]] Result<std::string, SceneFailure> exportScene(const EditorDocument& document,
+                                                            const SceneSource& source,
+                                                            const ImageCodec& codec,
+                                                            const ImageEncoding& encoding);
 
 }  // namespace vantorel

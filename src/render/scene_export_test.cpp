@@ -22,7 +22,7 @@ TEST(SceneExportTest, DrawsLayersFromTheirFilesAndEncodes) {
   document.layers[0].frame = {2, 2, 4, 3};
   const SceneSource source = sceneSource(plainImage({20, 10}, 0xffffffff), {}, files, codec);
   const auto bytes = exportScene(document, source, codec, {});
-  ASSERT_TRUE(bytes.has_value()) << bytes.error().reason;
+  ASSERT_TRUE(bytes.has_value()) << sentence(bytes.error());
   const Image back = *codec.decode(*bytes);
   EXPECT_EQ(back.size(), (PixelSize{20, 10}));
   EXPECT_EQ(back.row(4)[4UZ * 5], 0xff);
@@ -35,10 +35,10 @@ TEST(SceneExportTest, DrawsLayersFromTheirFilesAndEncodes) {
   encoding.format = ExportFormat::webp;
   const auto broken = exportScene(document, source, codec, encoding);
   ASSERT_FALSE(broken.has_value());
-  EXPECT_NE(broken.error().reason.find("the image couldn't be encoded or written"),
+  EXPECT_NE(sentence(broken.error()).find("the image couldn't be encoded or written"),
             std::string::npos);
   encoding.format = ExportFormat::heic;
-  EXPECT_EQ(exportScene(document, source, codec, encoding).error().reason,
+  EXPECT_EQ(sentence(exportScene(document, source, codec, encoding).error()),
             "An image of 20 × 10 px is too large for HEIC.");
   document.layers[0].path = "/gone.png";
   EXPECT_FALSE(exportScene(document, source, codec, {}).has_value());
@@ -60,7 +60,7 @@ TEST(SceneExportTest, LayersShowTheirOwnFramesOfOneFile) {
   }
   const SceneSource source = sceneSource(plainImage({20, 10}, 0xffffffff), {}, files, codec);
   const auto bytes = exportScene(document, source, codec, {});
-  ASSERT_TRUE(bytes.has_value()) << bytes.error().reason;
+  ASSERT_TRUE(bytes.has_value()) << sentence(bytes.error());
   const Image back = *codec.decode(*bytes);
   const auto colour = [&](std::size_t x, int y) {
     const auto pixel = back.row(y).subspan(4 * x, 3);
@@ -74,7 +74,7 @@ TEST(SceneExportTest, LayersShowTheirOwnFramesOfOneFile) {
 
   document.layers[1].frameIndex = 2;
   document.layers[1].name = "Film";
-  EXPECT_NE(exportScene(document, source, codec, {}).error().reason.find("Film is missing"),
+  EXPECT_NE(sentence(exportScene(document, source, codec, {}).error()).find("Film is missing"),
             std::string::npos);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "editor/export_gate.hpp"
 #include "editor/layer_layout.hpp"
@@ -12,15 +13,15 @@
 namespace vantorel {
 namespace {
 
-Result<Image> draw(const EditorDocument& document, const SceneSource& source) {
+Result<Image, SceneFailure> draw(const EditorDocument& document, const SceneSource& source) {
   ExportSituation situation;
   situation.base = source.base.isEmpty() ? BaseImageState::failed : BaseImageState::ready;
   situation.build = LayerBuildState::ready;
   situation.capture = source.base.size();
-  const auto refusal = [&]() -> Result<void> {
-    const auto block = exportBlock(document, situation);
+  const auto refusal = [&]() -> Result<void, SceneFailure> {
+    auto block = exportBlock(document, situation);
     if (!block) return {};
-    return failed(FailureKind::unsupported, sentence(*block));
+    return std::unexpected(SceneFailure{.block = *std::move(block)});
   };
   // Before any memory is spent on it.
   VT_TRY(refusal());
@@ -51,11 +52,11 @@ std::vector<Shape> visibleShapes(const EditorDocument& document, PixelSize captu
   return shapes;
 }
 
-Result<Image> renderScene(const EditorDocument& document, const SceneSource& source) {
+Result<Image, SceneFailure> renderScene(const EditorDocument& document, const SceneSource& source) {
   try {
     return draw(document, source);
   } catch (const std::bad_alloc&) {
-    return failed(FailureKind::tooLarge, "There is not enough memory to draw the image.");
+    return std::unexpected(SceneFailure{SceneFailure::Case::noMemory});
   }
 }
 

@@ -7,6 +7,7 @@
 #include "base/image.hpp"
 #include "base/result.hpp"
 #include "editor/records/editor_document.hpp"
+#include "editor/records/scene_failure.hpp"
 #include "render/layer_builder.hpp"
 
 namespace vantorel {
@@ -29,8 +30,8 @@ struct SceneSource {
 /// million pixels, no alpha channel when it is opaque, and is the same on every run with the same
 /// fonts.
 ///
-/// Any thread; takes as long as it takes. The failure's reason is a whole sentence: the one of the
-/// export gate for what the gate forbids.
-[[nodiscard]] Result<Image> renderScene(const EditorDocument& document, const SceneSource& source);
+/// Any thread; takes as long as it takes.
+[[nodiscard]] Result<Image, SceneFailure> renderScene(const EditorDocument& document,
+                                                      const SceneSource& source);
 
 }  // namespace vantorel

@@ -11,6 +11,7 @@ enum class OutputFailure {
   notReadable,       ///< the capture's file is no picture
   notPrepared,       ///< drawing it failed
   entryLeft,         ///< a drag out landed after its entry was gone
+  notConfirmed,      ///< the user would not publish what is not redacted
 };
 
 /// A clause for people, to stand behind a colon or alone.

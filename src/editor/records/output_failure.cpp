@@ -1,4 +1,4 @@
-#include "editor/output_failure.hpp"
+#include "editor/records/output_failure.hpp"
 
 #include <utility>
 
@@ -12,6 +12,7 @@ std::string sentence(OutputFailure failure) {
     case OutputFailure::notPrepared: return "the image couldn't be prepared";
     case OutputFailure::entryLeft:
       return "a drag out landed after its capture left History; the dropped copy was left in place";
+    case OutputFailure::notConfirmed: return "Publish wasn't confirmed";
   }
   std::unreachable();
 }
