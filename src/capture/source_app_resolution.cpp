@@ -44,7 +44,7 @@ std::optional<PointRect> globalRect(const CaptureTarget& target,
 std::vector<WindowRecord> records(const std::vector<WindowSnapshot>& windows) {
   std::vector<WindowRecord> found;
   for (const WindowSnapshot& window : windows) {
-    if (window.isMinimized || window.isOwn || window.ownerName.empty()) continue;
+    if (!window.isShown() || window.isOwn || window.ownerName.empty()) continue;
     found.push_back(
         {window.windowID, window.ownerPID, window.ownerName, window.applicationID, window.frame});
   }

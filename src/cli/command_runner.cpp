@@ -104,12 +104,22 @@ std::string line(const DisplaySnapshot& display, bool json) {
   return writer.take() + "\n";
 }
 
+std::string_view whyUnseen(WindowVisibility visibility) {
+  switch (visibility) {
+    case WindowVisibility::shown: return "";
+    case WindowVisibility::minimized: return " (minimized)";
+    case WindowVisibility::rolledUp: return " (rolled up)";
+    case WindowVisibility::onOtherWorkspace: return " (on another workspace)";
+  }
+  std::unreachable();
+}
+
 std::string line(const WindowSnapshot& window, bool json) {
   if (!json) {
     return fmt::format("{}\t{}x{}\tat {},{}\t{}\t{}{}\n", window.windowID, window.frame.width,
                        window.frame.height, window.frame.x, window.frame.y,
                        inOneCell(window.ownerName), inOneCell(window.title),
-                       window.isMinimized ? " (minimized)" : "");
+                       whyUnseen(window.visibility));
   }
   json::Writer writer;
   writer.beginObject();
@@ -120,7 +130,8 @@ std::string line(const WindowSnapshot& window, bool json) {
   writer.member("pid", window.ownerPID);
   writeRect(writer, "frame", window.frame);
   writer.member("display", window.displayID);
-  writer.member("minimized", window.isMinimized);
+  writer.member("minimized", window.visibility == WindowVisibility::minimized);
+  writer.member("visibility", nameOf(window.visibility));
   writer.endObject();
   return writer.take() + "\n";
 }

@@ -5,11 +5,22 @@
 #include <string>
 #include <vector>
 
+#include "base/enum_names.hpp"
 #include "base/geometry.hpp"
 #include "base/result.hpp"
 #include "capture/records/capture_target.hpp"
 
 namespace vantorel {
+
+/// Whether a window can be seen, as far as its desktop goes, and why not.
+enum class WindowVisibility { shown, minimized, rolledUp, onOtherWorkspace };
+template <>
+inline constexpr auto enumNames<WindowVisibility> = std::to_array<EnumName<WindowVisibility>>({
+    {WindowVisibility::shown, "shown"},
+    {WindowVisibility::minimized, "minimized"},
+    {WindowVisibility::rolledUp, "rolledUp"},
+    {WindowVisibility::onOtherWorkspace, "onOtherWorkspace"},
+});
 
 /// One open window that a user would call a window.
 struct WindowSnapshot {
@@ -20,8 +31,10 @@ struct WindowSnapshot {
   std::string title;
   PointRect frame;      ///< in points, on the shared desktop, frame included
   DisplayID displayID;  ///< the display showing most of it
-  bool isMinimized = false;
+  WindowVisibility visibility = WindowVisibility::shown;
   bool isOwn = false;  ///< a window of this process
+
+  [[nodiscard]] bool isShown() const { return visibility == WindowVisibility::shown; }
 };
 
 /// Answers on the runner it was made for, or never: callers bound the wait. Lives on that runner.

@@ -201,26 +201,14 @@ std::optional<Failure> whyUnpainted(X11Session& session, xcb_window_t window) {
   std::unreachable();
 }
 
-std::string whyNotShown(X11Session& session, xcb_window_t window) {
-  const auto ask = [&](xcb_window_t of, XAtom name) {
-    return xReply<xcb_get_property_reply>(
-        session.connection(),
-        xcb_get_property(session.connection(), 0, of, session.atom(name), XCB_ATOM_ANY, 0, 64));
-  };
-  const auto state = ask(window, XAtom::state);
-  if (std::ranges::find(words(state.get()), session.atom(XAtom::stateShaded)) !=
-      words(state.get()).end()) {
-    return "the window is rolled up to its title bar";
+std::string whyNotShown(WindowVisibility visibility) {
+  switch (visibility) {
+    case WindowVisibility::rolledUp: return "the window is rolled up to its title bar";
+    case WindowVisibility::onOtherWorkspace: return "the window is on another workspace";
+    case WindowVisibility::shown:
+    case WindowVisibility::minimized: return "the window is minimized";
   }
-  const auto itsOwn = ask(window, XAtom::windowDesktop);
-  const auto current = ask(session.screen().root, XAtom::currentDesktop);
-  const auto at = words(itsOwn.get());
-  const auto now = words(current.get());
-  constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
-  if (!at.empty() && !now.empty() && at[0] != now[0] && at[0] != everyDesktop) {
-    return "the window is on another workspace";
-  }
-  return "the window is minimized";
+  std::unreachable();
 }
 
 Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow,
@@ -237,7 +225,7 @@ Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow
   });
   if (!place || found == windows.end()) return std::unexpected(gone);
   if (!found->isViewable || !place->isViewable) {
-    return failed(FailureKind::busy, whyNotShown(session, id));
+    return failed(FailureKind::busy, whyNotShown(visibilityOf(session, id, false)));
   }
   if (topLevelsToHide(session, windows, keptOwn).contains(*top)) {
     return failed(FailureKind::other, "the window is one of Vantorel's own");

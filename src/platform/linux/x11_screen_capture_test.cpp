@@ -499,9 +499,28 @@ TEST(X11ScreenCaptureTest, TheWindowListNamesTitlesApplicationsAndPlaces) {
   EXPECT_LT(byID[low].frame.y, content.y - 5) << "the title bar belongs to the frame";
   EXPECT_TRUE(byID[mine].isOwn);
   EXPECT_EQ(byID[mine].ownerName, "Nobody");
-  EXPECT_TRUE(byID[hidden].isMinimized);
-  EXPECT_FALSE(byID[low].isMinimized);
+  EXPECT_EQ(byID[hidden].visibility, WindowVisibility::minimized);
+  EXPECT_TRUE(byID[low].isShown());
   EXPECT_LT(place[mine], place[low]) << "the topmost comes first";
+
+  // Others hide windows without unmapping them.
+  const auto visibility = [&](const char* name, xcb_atom_t type,
+                              const std::vector<std::uint32_t>& values) {
+    xcb_change_property(painter.connection(), XCB_PROP_MODE_REPLACE, low, painter.atom(name), type,
+                        32, static_cast<std::uint32_t>(values.size()), values.data());
+    painter.sync();
+    const auto listed = capture.windows();
+    return std::ranges::find(*listed, low, &WindowSnapshot::windowID)->visibility;
+  };
+  const xcb_atom_t isHidden = painter.atom("_NET_WM_STATE_HIDDEN");
+  const xcb_atom_t isShaded = painter.atom("_NET_WM_STATE_SHADED");
+  EXPECT_EQ(visibility("_NET_WM_STATE", XCB_ATOM_ATOM, {isHidden}), WindowVisibility::minimized);
+  EXPECT_EQ(visibility("_NET_WM_STATE", XCB_ATOM_ATOM, {isHidden, isShaded}),
+            WindowVisibility::rolledUp);
+  EXPECT_EQ(visibility("_NET_WM_STATE", XCB_ATOM_ATOM, {}), WindowVisibility::shown);
+  EXPECT_EQ(visibility("WM_STATE", painter.atom("WM_STATE"), {3, 0}), WindowVisibility::minimized);
+  EXPECT_EQ(visibility("_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {7}),
+            WindowVisibility::onOtherWorkspace);
 
   // Windows that come and go while the list is made.
   TestClient restless(desktop.display());

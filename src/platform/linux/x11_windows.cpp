@@ -112,6 +112,41 @@ bool holds(const xcb_get_property_reply_t* list, xcb_atom_t atom) {
   return std::find(atoms.begin(), atoms.end(), atom) != atoms.end();
 }
 
+/// The requests for what hides a window, sent.
+struct VisibilityRequest {
+  xcb_get_property_cookie_t state;
+  xcb_get_property_cookie_t oldState;
+  xcb_get_property_cookie_t itsWorkspace;
+  xcb_get_property_cookie_t workspace;
+
+  VisibilityRequest(X11Session& session, xcb_window_t window)
+      : state(ask(session, window, session.atom(XAtom::windowState))),
+        oldState(ask(session, window, session.atom(XAtom::oldWindowState))),
+        itsWorkspace(ask(session, window, session.atom(XAtom::windowDesktop))),
+        workspace(ask(session, session.screen().root, session.atom(XAtom::currentDesktop))) {}
+
+  WindowVisibility finish(X11Session& session, bool isViewable) const {
+    constexpr std::uint32_t everyWorkspace = 0xFFFFFFFF;
+    const auto states = answer(session, state);
+    const auto former = answer(session, oldState);
+    const auto own = answer(session, itsWorkspace);
+    const auto current = answer(session, workspace);
+    const auto old = words(former.get());
+    const auto at = words(own.get());
+    const auto now = words(current.get());
+    // A compositor may keep a window viewable that nobody sees.
+    const bool isHidden = holds(states.get(), session.atom(XAtom::windowStateHidden)) ||
+                          (!old.empty() && old[0] == iconicState);
+    if (isViewable && !isHidden) return WindowVisibility::shown;
+    if (holds(states.get(), session.atom(XAtom::windowStateShaded))) {
+      return WindowVisibility::rolledUp;
+    }
+    const bool isElsewhere =
+        !at.empty() && !now.empty() && at[0] != now[0] && at[0] != everyWorkspace;
+    return isElsewhere ? WindowVisibility::onOtherWorkspace : WindowVisibility::minimized;
+  }
+};
+
 std::string processName(std::int64_t pid) {
   std::error_code failure;
   const auto program =
@@ -128,8 +163,7 @@ struct WindowRequest {
   xcb_get_property_cookie_t oldName;
   xcb_get_property_cookie_t classes;
   xcb_get_property_cookie_t applicationID;
-  xcb_get_property_cookie_t state;
-  xcb_get_property_cookie_t oldState;
+  VisibilityRequest visibility;
   xcb_get_property_cookie_t type;
 
   WindowRequest(X11Session& session, xcb_window_t window)
@@ -139,8 +173,7 @@ struct WindowRequest {
         oldName(ask(session, window, XCB_ATOM_WM_NAME)),
         classes(ask(session, window, XCB_ATOM_WM_CLASS)),
         applicationID(ask(session, window, session.atom(XAtom::gtkApplicationID))),
-        state(ask(session, window, session.atom(XAtom::windowState))),
-        oldState(ask(session, window, session.atom(XAtom::state))),
+        visibility(session, window),
         type(ask(session, window, session.atom(XAtom::windowType))) {}
 };
 
@@ -165,8 +198,7 @@ std::optional<WindowSnapshot> snapshotOf(X11Session& session, xcb_window_t windo
   const auto oldName = answer(session, request.oldName);
   const auto classes = answer(session, request.classes);
   const auto applicationID = answer(session, request.applicationID);
-  const auto state = answer(session, request.state);
-  const auto oldState = answer(session, request.oldState);
+  const auto visibility = request.visibility.finish(session, place && place->isViewable);
   const auto type = answer(session, request.type);
   if (!place || place->content.isEmpty()) return std::nullopt;  // closed meanwhile
   if (holds(type.get(), session.atom(XAtom::windowTypeDesktop)) ||
@@ -180,10 +212,7 @@ std::optional<WindowSnapshot> snapshotOf(X11Session& session, xcb_window_t windo
   // The position only means anything while the window is shown, but an old one does no harm.
   const PixelRect& frame = place->frame;
   snapshot.frame = {frame.x / scale, frame.y / scale, frame.width / scale, frame.height / scale};
-  const auto icccm = words(oldState.get());
-  snapshot.isMinimized = !place->isViewable ||
-                         holds(state.get(), session.atom(XAtom::stateHidden)) ||
-                         (!icccm.empty() && icccm[0] == iconicState);
+  snapshot.visibility = visibility;
   snapshot.isOwn = pid == getpid();
 
   std::string_view pair = bytes(classes.get());
@@ -207,6 +236,10 @@ std::optional<WindowSnapshot> snapshotOf(X11Session& session, xcb_window_t windo
 
 std::optional<XWindowPlace> placeOf(X11Session& session, xcb_window_t window) {
   return PlaceRequest(session, window).finish(session);
+}
+
+WindowVisibility visibilityOf(X11Session& session, xcb_window_t window, bool isViewable) {
+  return VisibilityRequest(session, window).finish(session, isViewable);
 }
 
 std::optional<xcb_window_t> topLevelOf(X11Session& session, xcb_window_t window) {

@@ -24,6 +24,10 @@ struct XWindowPlace {
 /// Nothing when the window is gone.
 [[nodiscard]] std::optional<XWindowPlace> placeOf(X11Session& session, xcb_window_t window);
 
+/// What hides a window, if anything does; one that is not viewable is hidden.
+[[nodiscard]] WindowVisibility visibilityOf(X11Session& session, xcb_window_t window,
+                                            bool isViewable);
+
 /// The child of the root window that `window` lies in; nothing when it is gone.
 [[nodiscard]] std::optional<xcb_window_t> topLevelOf(X11Session& session, xcb_window_t window);
 

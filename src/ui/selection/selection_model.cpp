@@ -50,7 +50,7 @@ SelectionModel::SelectionModel(CaptureMode mode, const std::vector<DisplaySnapsh
         {display.id, areaOf(display), display.scale(), std::max(display.scale(), windowScale)});
   }
   for (const auto& window : windows) {
-    if (window.isOwn || window.isMinimized) continue;
+    if (window.isOwn || !window.isShown()) continue;
     const auto* const display = findDisplay(displays, window.displayID);
     const double scale = (display != nullptr ? *display : displays.front()).scale();
     windows_.push_back(

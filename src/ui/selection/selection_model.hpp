@@ -35,7 +35,7 @@ class SelectionModel {
     std::string title;
   };
 
-  /// `windows` topmost first. The program's own and the minimized ones cannot be picked. The
+  /// `windows` topmost first. The program's own and those not shown cannot be picked. The
   /// topmost one is chosen until the pointer moves when windows are to be picked and none lies
   /// under it.
   /// `windowScale` is pixels per point of the program's windows, which may be larger than the

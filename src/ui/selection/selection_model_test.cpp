@@ -99,7 +99,7 @@ TEST_F(SelectionModelTest, WindowsArePickedTopmostFirst) {
              window(3, {100, 100, 300, 200}), window(4, {200, 200, 400, 400}),
              window(5, {600, 100, 100, 100}, "RIGHT")};
   windows[0].isOwn = true;
-  windows[1].isMinimized = true;
+  windows[1].visibility = WindowVisibility::rolledUp;
   auto model = make();
   model.pressSpace();
   EXPECT_EQ(drag(model, {250, 250}, {250, 250}), CaptureTarget(WindowTarget{3, "LEFT"}));
