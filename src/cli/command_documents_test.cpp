@@ -60,9 +60,16 @@ std::string printedBy(const std::string& shell, const std::string& before,
   return out;
 }
 
+/// The program as the shell's function: two captures, whose names say with what it was called.
+std::string captureSource(const std::string& shell) {
+  const std::string body = R"(printf 'AB-2\tnew: %s\nAC-1\told one\n' ")";
+  return shell == "fish" ? "function vantorel; " + body + "$argv\"; end\n"
+                         : "vantorel() { " + body + "$*\"; }\n";
+}
+
 /// What bash offers for the last of these words.
 std::string offered(const std::string& words) {
-  return printedBy("bash", "",
+  return printedBy("bash", captureSource("bash"),
                    "compopt() { :; }\nCOMP_WORDS=(" + words +
                        ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_vantorel\n"
                        "printf '%s\\n' \"${COMPREPLY[@]}\"\n");
@@ -72,13 +79,14 @@ std::string offered(const std::string& words) {
 std::string offeredAfter(const std::string& shell, const std::string& words) {
   if (shell == "bash") return offered(words + " ''");
   if (shell == "fish") {
-    return printedBy(shell, "",
-                     "complete -C '" + words + " ' | string replace -r '\\t.*' ''\ntrue\n");
+    return printedBy(shell, captureSource(shell), "complete -C '" + words + " '\ntrue\n");
   }
   return printedBy(shell,
-                   "compdef() { :; }\n_describe() { :; }\n_files() { :; }\n"
-                   "compadd() { print -l -- ${@:2}; }\n"
-                   "words=(" +
+                   captureSource(shell) +
+                       "compdef() { :; }\n_files() { :; }\n"
+                       "_describe() { [[ $1 == -V ]] && list=$5 && print -l -- ${(P)list}; }\n"
+                       "compadd() { print -l -- ${@:2}; }\n"
+                       "words=(" +
                        words + " '')\nCURRENT=${#words}\n",
                    "");
 }
@@ -91,6 +99,8 @@ TEST(CommandDocumentsTest, BashCompletesCommandsOptionsAndValues) {
   EXPECT_EQ(offered("vantorel settings set captureH"), "captureHotKey\n");
   EXPECT_EQ(offered("vantorel --root /us"), "/usr\n");
   EXPECT_EQ(offered("vantorel library show latest lat"), "latest\n");
+  EXPECT_EQ(offered("vantorel --json convert A"), "AB-2\nAC-1\n");
+  EXPECT_EQ(offered("vantorel library collect Box AC-1 AB"), "AB-2\n");
 
   const auto folder =
       std::filesystem::temp_directory_path() / ("vantorel paths " + std::to_string(::getpid()));
@@ -105,12 +115,20 @@ TEST(CommandDocumentsTest, ShellsCompleteTheArgumentThatComesNext) {
   for (const std::string shell : {"bash", "fish", "zsh"}) {
     for (const std::string options : {"", " --json", " --root /tmp"}) {
       EXPECT_THAT(offeredAfter(shell, "vantorel" + options + " settings set exportFormat"),
-                  testing::AllOf(HasSubstr("webp\n"), Not(HasSubstr("exportFormat"))))
+                  testing::AllOf(HasSubstr("webp"), Not(HasSubstr("exportFormat"))))
           << shell << options;
     }
-    EXPECT_THAT(offeredAfter(shell, "vantorel settings set"), HasSubstr("exportFormat\n")) << shell;
+    EXPECT_THAT(offeredAfter(shell, "vantorel settings set"), HasSubstr("exportFormat")) << shell;
     EXPECT_THAT(offeredAfter(shell, "vantorel settings get exportFormat"),
                 Not(HasSubstr("exportFormat")))
+        << shell;
+    EXPECT_THAT(offeredAfter(shell, "vantorel library show AC-1"),
+                testing::ContainsRegex("latest[^A]*\nAB-2[^A]*AC-1"))
+        << shell;
+    EXPECT_THAT(offeredAfter(shell, "vantorel library collect"), Not(HasSubstr("AB-2"))) << shell;
+    if (shell == "bash") continue;
+    EXPECT_THAT(offeredAfter(shell, "vantorel --root ~/r library trash"),
+                testing::ContainsRegex("AB-2[:\t]new: --root [^~]*/r --offered-captures"))
         << shell;
   }
 }

@@ -66,6 +66,8 @@ bool isPath(const OptionOutline& option) {
   return option.kind == kinds::file || option.kind == kinds::folder;
 }
 
+bool isCapture(const OptionOutline& option) { return option.kind == kinds::capture; }
+
 /// Where an argument stands: after how many others, and after which word.
 struct ArgumentPlace {
   const OptionOutline* argument = nullptr;
@@ -119,10 +121,14 @@ std::string pathCase(const CommandOutline& program, Shell shell) {
     }
   }
   return fmt::format(
-      "    [[ -n $skipped ]] && skipped= && continue\n"
+      "    if [[ -n $skipped ]]; then\n"
+      "      [[ $skipped == --root ]] && root=${{word/#'~/'/$HOME/}}\n"
+      "      skipped=\n"
+      "      continue\n"
+      "    fi\n"
       "    case \"$at $word\" in\n"
       "      {}) at=\"$at $word\" count=0 last= ;;\n"
-      "      {}) skipped=yes ;;\n"
+      "      {}) skipped=$word ;;\n"
       "      *' -'*) ;;\n"
       "      *) count=$((count + 1)) last=$word ;;\n"
       "    esac\n",
@@ -156,10 +162,19 @@ std::string bashScript(const CommandOutline& program) {
       "_vantorel_paths() {\n"
       "  compopt -o filenames\n"
       "  mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen \"$1\" -- \"$current\")\n"
-      "}\n\n"
+      "}\n\n" +
+      fmt::format(
+          "_vantorel_captures() {{\n"
+          "  local id name\n"
+          "  while IFS=$'\\t' read -r id name; do\n"
+          "    [[ $id == \"$current\"* ]] && COMPREPLY+=(\"$id\")\n"
+          "  done < <(vantorel ${{root:+--root \"$root\"}} {} 2> /dev/null)\n"
+          "  compopt -o nosort\n"
+          "}}\n\n",
+          offeredCapturesArgument) +
       "_vantorel() {\n"
       "  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n"
-      "  local at=vantorel word count=0 last= skipped=\n"
+      "  local at=vantorel word count=0 last= skipped= root=\n"
       "  local IFS=$' \\t\\n'\n"
       "  COMPREPLY=()\n"
       "  for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n";
@@ -178,7 +193,8 @@ std::string bashScript(const CommandOutline& program) {
                                     ? "_vantorel_paths -f"
                                     : fmt::format("COMPREPLY+=($(compgen -W '{}' -- \"$current\"))",
                                                   fmt::join(place.words, " "));
-      out += fmt::format("        {}) {} ;;\n", patternOf(place), offer);
+      out += fmt::format("        {}) {}{} ;;\n", patternOf(place), offer,
+                         isCapture(*place.argument) ? "; _vantorel_captures" : "");
     }
     out += places.empty() ? "      ;;\n" : "      esac ;;\n";
   }
@@ -193,12 +209,21 @@ std::string zshScript(const CommandOutline& program) {
     if (words.empty()) return fmt::format("_message {}; return", quoted(option.words, Shell::zsh));
     return fmt::format("compadd -- {}; return", fmt::join(words, " "));
   };
-  std::string out =
-      "#compdef vantorel\n\n"
-      "_vantorel() {\n"
-      "  local at=vantorel word count=0 last= skipped=\n"
-      "  local -a words_here\n"
-      "  for word in \"${(@)words[2,CURRENT-1]}\"; do\n";
+  std::string out = "#compdef vantorel\n\n" +
+                    fmt::format(
+                        "_vantorel_captures() {{\n"
+                        "  local -a captures\n"
+                        "  local id name\n"
+                        "  while IFS=$'\\t' read -r id name; do\n"
+                        "    captures+=(\"$id:$name\")\n"
+                        "  done < <(vantorel ${{root:+--root}} $root {} 2> /dev/null)\n"
+                        "  _describe -V -t captures capture captures\n"
+                        "}}\n\n",
+                        offeredCapturesArgument) +
+                    "_vantorel() {\n"
+                    "  local at=vantorel word count=0 last= skipped= root=\n"
+                    "  local -a words_here\n"
+                    "  for word in \"${(@)words[2,CURRENT-1]}\"; do\n";
   out += pathCase(program, Shell::zsh) + "  done\n  case \"$at ${words[CURRENT-1]}\" in\n" +
          valueCases(program, value) + "  esac\n  case $at in\n";
   for (const CommandOutline* const command : program.all()) {
@@ -217,7 +242,8 @@ std::string zshScript(const CommandOutline& program) {
       const std::string offer = isPath(*place.argument)
                                     ? std::string(isFolder ? "_files -/" : "_files")
                                     : fmt::format("compadd -- {}", fmt::join(place.words, " "));
-      out += fmt::format("        {}) {} ;;\n", patternOf(place), offer);
+      out += fmt::format("        {}) {}{} ;;\n", patternOf(place), offer,
+                         isCapture(*place.argument) ? "; _vantorel_captures" : "");
     }
     out += places.empty() ? "      ;;\n" : "      esac\n      ;;\n";
   }
@@ -263,8 +289,16 @@ std::string fishScript(const CommandOutline& program) {
       "    test \"$at\" = $argv[1]; or return 1\n"
       "    test (builtin count $argv) -eq 1; or string match -q -- $argv[2] \"$count $last\"\n"
       "end\n\n"
+      "function __vantorel_captures\n"
+      "    set -l root\n"
+      "    set -l words (commandline -opc)\n"
+      "    if set -l place (contains -i -- --root $words)\n"
+      "        set root --root (string replace -r '^~/' $HOME/ -- $words[(math $place + 1)])\n"
+      "    end\n"
+      "    vantorel $root {} 2> /dev/null\n"
+      "end\n\n"
       "complete -c vantorel -f\n",
-      paths, valued, valued);
+      paths, valued, valued, offeredCapturesArgument);
   for (const CommandOutline* const command : program.all()) {
     const std::string at =
         fmt::format("complete -c vantorel -n '__vantorel_at \"{}\"'", command->path);
@@ -283,7 +317,9 @@ std::string fishScript(const CommandOutline& program) {
                            each);
         out += isPath(*place.argument)
                    ? " -F\n"
-                   : fmt::format(" -a '{}' -d {}\n", fmt::join(place.words, " "),
+                   : fmt::format("{} -a '{}{}' -d {}\n", isCapture(*place.argument) ? " -k" : "",
+                                 fmt::join(place.words, " "),
+                                 isCapture(*place.argument) ? " (__vantorel_captures)" : "",
                                  quoted(place.argument->words, Shell::fish));
       }
     }

@@ -144,6 +144,9 @@ TEST(LibraryProgramTest, CapturesThatSwapNamesKeepWhatIsTheirs) {
   EXPECT_TRUE(comesTo(second, before[1]->path));
   EXPECT_TRUE(comesTo(first, ""));
   expectOwn(second, 2);
+  // Completions look for themselves.
+  EXPECT_EQ(vantorel.run({"--offered-captures"}).out,
+            second + "\t" + std::filesystem::path(before[1]->path).filename().string() + "\n");
   EXPECT_EQ(vantorel.run({"quit"}).status, 0);
   tray.wait();
 }

@@ -12,9 +12,11 @@
 #include "app/command_table.hpp"
 #include "base/log.hpp"
 #include "cli/command_line.hpp"
+#include "cli/completion_script.hpp"
 #include "main/clipboard_holder.hpp"
 #include "main/detached_process.hpp"
 #include "main/ending_signals.hpp"
+#include "main/offered_captures.hpp"
 #include "main/program.hpp"
 #include "main/terminal_surfaces.hpp"
 #include "main/tray_lock.hpp"
@@ -179,6 +181,10 @@ constexpr std::chrono::seconds endBound{5};
 int run(int argc, char** argv) {
   if (argc == 2 && std::string_view(argv[1]) == clipboardHolderArgument) holdClipboard();
   if (argc == 2 && std::string_view(argv[1]) == fileServerArgument) serveFiles();
+  if (argc >= 2 && std::string_view(argv[argc - 1]) == offeredCapturesArgument) {
+    const bool namesRoot = argc == 4 && std::string_view(argv[1]) == "--root";
+    return print({0, offeredCaptures(namesRoot ? std::optional<Path>(argv[2]) : std::nullopt), {}});
+  }
   // Gone when the folder was deleted; then only whole paths mean something.
   std::error_code noFolder;
   const BusRequest request{{argv + 1, argv + argc},
