@@ -8,10 +8,8 @@
 #include <vector>
 
 #include "base/lifetime.hpp"
-#include "base/task_runner.hpp"
+#include "library/file_look_services.hpp"
 #include "library/file_reach.hpp"
-#include "library/library.hpp"
-#include "platform/files.hpp"
 
 namespace vantorel {
 
@@ -30,14 +28,7 @@ struct LookedEntries {
 /// runner, and looks at the disk on `work`.
 class EntryFileLook {
  public:
-  struct Services {
-    std::shared_ptr<TaskRunner> main;
-    std::shared_ptr<TaskRunner> work;
-    std::shared_ptr<Files> files;
-    Library* library = nullptr;
-  };
-
-  explicit EntryFileLook(Services services) : services_(std::move(services)) {}
+  explicit EntryFileLook(FileLookServices services) : services_(std::move(services)) {}
 
   /// Unknown ids are passed over. Waits for five seconds at most.
   void look(const std::vector<std::string>& ids,
@@ -46,7 +37,7 @@ class EntryFileLook {
  private:
   void reachAll(LookedEntries looked, std::move_only_function<void(LookedEntries)> done);
 
-  Services services_;
+  FileLookServices services_;
   Lifetime lifetime_;
 };
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 #include "library/look_adoption.hpp"
 
 namespace vantorel {
@@ -24,37 +25,43 @@ void HistoryReachability::look(const std::set<std::string>& folders, Heard heard
   }
   Looks looks;
   for (const std::string& name : folders) looks[name].before = folders_[name];
-  work_->post([&files = files_, main = main_, looks = std::move(looks),
-               scope = FileLookScope{.entries = store_.entries(),
-                                     .unreadPaths = store_.unreadPaths(),
-                                     .heardMoves = std::move(heard.moves),
-                                     .paths = store_.paths()},
-               reply = lifetime_.guard(
-                   [this, done](Looks& seen, const FileLook& found) { landed(seen, found, done); }),
-               learn = lifetime_.guard([this](const std::vector<SeenFile>& files) {
-                 remember(store_, files);
-               })]() mutable {
-    EntryList wanted;
-    for (const EntryPointer& entry : scope.entries) {
-      const bool isHere = looks.contains(folderOf(entry->path)) ||
-                          (entry->originalPath && looks.contains(folderOf(*entry->originalPath)));
-      if (isHere) wanted.push_back(entry);
-    }
-    for (auto& [name, look] : looks) look.identity = identityOf(files, name);
-    // Names may be swapped between folders, so that all are looked at as one.
-    FileLook found =
-        lookForFiles(files, wanted, scope, [](std::size_t, std::size_t) { return true; });
-    // A disk that went while its files were looked for leaves nothing known.
-    for (auto& [name, look] : looks) {
-      if (look.identity != identityOf(files, name)) look.identity.reset();
-    }
-    sort(looks, found);
-    auto learned = std::exchange(found.learned, {});
-    postInSlices(main, std::move(learned), learn,
-                 [reply, looks = std::move(looks), found = std::move(found)]() mutable {
-                   reply(looks, found);
-                 });
-  });
+  struct LookedFolders {
+    Looks looks;
+    FileLook found;
+  };
+  roundTrip(
+      *work_, main_,
+      [&files = files_, looks = std::move(looks),
+       scope = FileLookScope{.entries = store_.entries(),
+                             .unreadPaths = store_.unreadPaths(),
+                             .heardMoves = std::move(heard.moves),
+                             .paths = store_.paths()}]() mutable {
+        EntryList wanted;
+        for (const EntryPointer& entry : scope.entries) {
+          const bool isHere =
+              looks.contains(folderOf(entry->path)) ||
+              (entry->originalPath && looks.contains(folderOf(*entry->originalPath)));
+          if (isHere) wanted.push_back(entry);
+        }
+        for (auto& [name, look] : looks) look.identity = identityOf(files, name);
+        // Names may be swapped between folders, so that all are looked at as one.
+        FileLook found =
+            lookForFiles(files, wanted, scope, [](std::size_t, std::size_t) { return true; });
+        // A disk that went while its files were looked for leaves nothing known.
+        for (auto& [name, look] : looks) {
+          if (look.identity != identityOf(files, name)) look.identity.reset();
+        }
+        sort(looks, found);
+        return LookedFolders{std::move(looks), std::move(found)};
+      },
+      lifetime_.guard([this, done](LookedFolders seen) {
+        auto learned = std::exchange(seen.found.learned, {});
+        learnInSlices(main_, std::move(learned),
+                      lifetime_.guard([this](const auto& slice) { remember(store_, slice); }),
+                      lifetime_.guard([this, done, seen = std::move(seen)]() mutable {
+                        landed(seen.looks, seen.found, done);
+                      }));
+      }));
 }
 
 /// Into what went and what is out of reach, by folders. Off the main runner: there are as many as a

@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "base/round_trip.hpp"
 #include "library/entry_filter.hpp"
 #include "library/gone_entries.hpp"
 #include "library/look_adoption.hpp"
@@ -13,10 +14,8 @@ namespace vantorel {
 
 void LibraryPrune::run(bool takesReplaced, CheckProgress progress,
                        std::move_only_function<void(PruneReport)> done) {
-  auto learn = lifetime_.guard(
-      [this](const std::vector<SeenFile>& files) { remember(services_.library->store(), files); });
-  auto looked = lifetime_.guard([this, takesReplaced, done = std::move(done)](
-                                    const FileLook& look, PruneReport& report) mutable {
+  auto learned = lifetime_.guard([this, takesReplaced, done = std::move(done)](
+                                     const FileLook& look, PruneReport& report) mutable {
     if (report.wasStopped) return done(std::move(report));
     const HistoryStore& store = services_.library->store();
     AdoptedLook adopted = adoptNames(services_.library->store(), look);
@@ -42,21 +41,33 @@ void LibraryPrune::run(bool takesReplaced, CheckProgress progress,
                         });
               }));
   });
-  services_.work->post(
-      [files = services_.files, main = services_.main,
-       scope = FileLookScope{.entries = services_.library->store().entries(),
-                             .unreadPaths = services_.library->store().unreadPaths(),
-                             .paths = services_.library->store().paths()},
-       progress = std::move(progress), learn = std::move(learn),
-       looked = std::move(looked)]() mutable {
-        FileLook look = lookForFiles(*files, scope.entries, scope, progress);
-        PruneReport report{.silentFolders = silentFolders(*files, look.outOfReach),
-                           .wasStopped = look.wasStopped};
-        auto learned = look.wasStopped ? std::vector<SeenFile>() : std::move(look.learned);
-        postInSlices(main, std::move(learned), std::move(learn),
-                     [look = std::move(look), report = std::move(report),
-                      looked = std::move(looked)]() mutable { looked(look, report); });
-      });
+  struct Seen {
+    FileLook look;
+    PruneReport report;
+  };
+  const HistoryStore& store = services_.library->store();
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files,
+       scope = FileLookScope{.entries = store.entries(),
+                             .unreadPaths = store.unreadPaths(),
+                             .paths = store.paths()},
+       progress = std::move(progress)] {
+        Seen seen{.look = lookForFiles(*files, scope.entries, scope, progress), .report = {}};
+        seen.report.silentFolders = silentFolders(*files, seen.look.outOfReach);
+        seen.report.wasStopped = seen.look.wasStopped;
+        return seen;
+      },
+      lifetime_.guard([this, learned = std::move(learned)](Seen seen) mutable {
+        auto files = std::exchange(seen.look.learned, {});
+        if (seen.look.wasStopped) files.clear();
+        learnInSlices(services_.main, std::move(files), lifetime_.guard([this](const auto& slice) {
+          remember(services_.library->store(), slice);
+        }),
+                      [seen = std::move(seen), learned = std::move(learned)]() mutable {
+                        learned(seen.look, seen.report);
+                      });
+      }));
 }
 
 // Whose file has whose name by now is known only while all entries are there.

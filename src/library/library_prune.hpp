@@ -8,10 +8,8 @@
 #include <vector>
 
 #include "base/lifetime.hpp"
-#include "base/task_runner.hpp"
 #include "library/file_look.hpp"
-#include "library/library.hpp"
-#include "platform/files.hpp"
+#include "library/file_look_services.hpp"
 
 namespace vantorel {
 
@@ -39,14 +37,7 @@ struct PruneReport {
 /// runner, and looks at the disk on `work`.
 class LibraryPrune {
  public:
-  struct Services {
-    std::shared_ptr<TaskRunner> main;
-    std::shared_ptr<TaskRunner> work;
-    std::shared_ptr<Files> files;
-    Library* library = nullptr;
-  };
-
-  explicit LibraryPrune(Services services) : services_(std::move(services)) {}
+  explicit LibraryPrune(FileLookServices services) : services_(std::move(services)) {}
 
   /// What has no file goes; with `takesReplaced` also what is not in a folder that was put in the
   /// place of its own. `progress` is called on `work` after each capture and can stop the look.
@@ -60,7 +51,7 @@ class LibraryPrune {
  private:
   void takeOut(EntryList entries, std::move_only_function<void(ForgetReport)> done);
 
-  Services services_;
+  FileLookServices services_;
   Lifetime lifetime_;
 };
 

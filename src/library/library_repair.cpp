@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "base/round_trip.hpp"
 #include "library/entry_files.hpp"
 #include "library/finding_claims.hpp"
 #include "library/gone_entries.hpp"
@@ -48,6 +49,62 @@ ScreenshotEntry ofParked(ScreenshotEntry entry, const Result<ScreenshotEntry>& s
   return entry;
 }
 
+/// What was repaired in files, and what comes of it for the entries.
+struct RepairedFiles {
+  LibraryFindings findings;
+  RepairedPaths repaired{};
+  EntryList adopted{};    ///< to be added
+  EntryList goneStill{};  ///< to be forgotten
+
+  /// The originals that are lost, with the entries that are to forget them.
+  std::vector<std::pair<std::string, EntryPointer>> lostStill{};
+};
+
+/// What the library says of the findings.
+struct RepairScope {
+  EntryList gone;
+  std::vector<std::pair<std::string, EntryPointer>> lost;
+  LibraryPaths paths;
+  bool mayRemoveCopies = false;
+};
+
+/// Blocks.
+RepairedFiles repairFiles(Files& files, const ImageCodec& codec, Trash& trash, RepairScope scope,
+                          LibraryFindings findings) {
+  RepairedFiles done{.findings = std::move(findings)};
+  const LibraryFindings& found = done.findings;
+  for (const Path& path : found.temporaries) {
+    if (files.remove(path)) done.repaired.paths.insert(path.string());
+  }
+  for (const auto* const list : {&found.originalsWithoutEntry, &found.replacedFilesLeft}) {
+    for (const Path& path : *list) {
+      if (trash.moveToTrash(path)) done.repaired.paths.insert(path.string());
+    }
+  }
+  std::unordered_map<std::string_view, const ScreenshotEntry*> parked;
+  for (const EntryPointer& entry : found.parked.found) parked.emplace(entry->path, entry.get());
+  for (const Path& path : found.filesWithoutEntry) {
+    auto entry = entryForFile(files, codec, path);
+    if (const auto known = parked.find(path.native()); known != parked.end()) {
+      entry = ofParked(*known->second, entry);
+    }
+    if (!entry) continue;
+    done.adopted.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
+  }
+  std::ranges::copy(found.parked.outOfReach, std::back_inserter(done.adopted));
+  if (scope.mayRemoveCopies && !found.copiesLeft.empty()) {
+    for (std::string& path : removeCopiesLeft(files, trash, scope.paths, found.copiesLeft)) {
+      done.repaired.paths.insert(std::move(path));
+    }
+  }
+  done.goneStill = goneOf(files, scope.gone);
+  for (auto& [path, entry] : scope.lost) {
+    if (placeOfOriginal(files, *entry) == OriginalPlace::original) continue;
+    done.lostStill.emplace_back(path, std::move(entry));
+  }
+  return done;
+}
+
 /// Adds the collections in which these entries are.
 void addCollections(HistoryStore& store, const std::vector<HistoryCollection>& parked,
                     const EntryList& entries) {
@@ -63,30 +120,25 @@ void addCollections(HistoryStore& store, const std::vector<HistoryCollection>& p
 
 }  // namespace
 
-/// One look, and what is repaired. On one runner after the other.
-struct LibraryRepair::Run {
-  bool repairs = false;
-  CheckProgress progress;
-  Done done;
-  FindingClaims claims;  // main runner
-  LibraryFindings findings{};
-  RepairedPaths repaired{};
-  EntryList adopted{};    ///< to be added
-  EntryList goneStill{};  ///< to be forgotten
+/// One look, and what is repaired. Findings that are looked into elsewhere are not here meanwhile.
+struct LibraryRepair::Run : RepairedFiles {
+  Run(bool mayRepair, Done whenDone, Library& library)
+      : repairs(mayRepair), done(std::move(whenDone)), claims(library) {}
 
-  /// The originals that are lost, with the entries that are to forget them.
-  std::vector<std::pair<std::string, EntryPointer>> lostStill{};
+  bool repairs;
+  Done done;
+  FindingClaims claims;
 };
 
 LibraryRepair::LibraryRepair(Services services)
     : services_(std::move(services)), startedAt_(services_.clock->now()) {}
 
 void LibraryRepair::run(bool repairs, CheckProgress progress, Done done) {
-  const auto run = std::make_shared<Run>(repairs, std::move(progress), std::move(done),
-                                         FindingClaims(*services_.library));
+  const auto run = std::make_shared<Run>(repairs, std::move(done), *services_.library);
   // What is over may still have to take its journal away.
-  auto begin = lifetime_.guard([this, run] {
-    services_.library->deletion().settle(lifetime_.guard([this, run] { look(run); }));
+  auto begin = lifetime_.guard([this, run, progress = std::move(progress)] {
+    services_.library->deletion().settle(
+        lifetime_.guard([this, run, progress] { look(run, progress); }));
   });
   if (!repairs || !recoverStaged) return begin();
   recoverStaged(std::move(begin));
@@ -96,32 +148,27 @@ void LibraryRepair::clearOriginals() {
   // An index that is missing or empty may yet be put back from a copy.
   const HistoryStore& store = services_.library->store();
   if (!store.indexWasReadFromDisk() || store.entries().empty()) return;
-  services_.work->post(
-      [files = services_.files, main = services_.main, scope = scope(),
-       reply = lifetime_.guard([this](LibraryFindings& findings) {
-         // In an undo they may be back before their entries are.
-         if (services_.library->deletion().isBusy()) return;
-         FindingClaims claims(*services_.library);
-         claims.dropSettled(findings);
-         claims.claimOriginals(findings);
-         if (findings.originalsWithoutEntry.empty()) return;
-         services_.work->post([trash = services_.trash, main = services_.main,
-                               originals = std::move(findings.originalsWithoutEntry),
-                               release = lifetime_.guard([claims = std::move(claims)]() mutable {
-                                 claims.release();
-                               })]() mutable {
-           for (const Path& path : originals) {
-             if (const auto moved = trash->moveToTrash(path); !moved) {
-               logWarning("History", "{}: {}", path.string(), moved.error().reason);
-             }
-           }
-           main->post(std::move(release));
-         });
-       })]() mutable {
-        main->post([findings = checkOriginals(*files, scope), reply = std::move(reply)]() mutable {
-          reply(findings);
-        });
-      });
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, scope = scope()] { return checkOriginals(*files, scope); },
+      lifetime_.guard([this](LibraryFindings findings) {
+        // In an undo they may be back before their entries are.
+        if (services_.library->deletion().isBusy()) return;
+        FindingClaims claims(*services_.library);
+        claims.dropSettled(findings);
+        claims.claimOriginals(findings);
+        if (findings.originalsWithoutEntry.empty()) return;
+        roundTrip(
+            *services_.work, services_.main,
+            [trash = services_.trash, originals = std::move(findings.originalsWithoutEntry)] {
+              for (const Path& path : originals) {
+                if (const auto moved = trash->moveToTrash(path); !moved) {
+                  logWarning("History", "{}: {}", path.string(), moved.error().reason);
+                }
+              }
+            },
+            lifetime_.guard([claims = std::move(claims)]() mutable { claims.release(); }));
+      }));
 }
 
 LibraryScope LibraryRepair::scope() const {
@@ -147,22 +194,23 @@ LibraryScope LibraryRepair::scope() const {
   return scope;
 }
 
-void LibraryRepair::look(const RunPointer& run) {
-  auto looked = lifetime_.guard([this, run] {
-    if (run->findings.look.wasStopped) return run->done({.wasStopped = true});
-    whenSettled([this, run](const std::set<Path>& staging) {
-      run->claims.dropSettled(run->findings);
-      const auto isStaging = [&](const Path& path) { return staging.contains(path); };
-      std::erase_if(run->findings.stagedCaptures, isStaging);
-      std::erase_if(run->findings.notJudged, isStaging);
-      lookAgain(run);
-    });
-  });
-  services_.work->post([files = services_.files, main = services_.main, scope = scope(), run,
-                        looked = std::move(looked)]() mutable {
-    run->findings = checkLibrary(*files, scope, run->progress);
-    main->post(std::move(looked));
-  });
+void LibraryRepair::look(const RunPointer& run, CheckProgress progress) {
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, scope = scope(), progress = std::move(progress)] {
+        return checkLibrary(*files, scope, progress);
+      },
+      lifetime_.guard([this, run](LibraryFindings found) {
+        if (found.look.wasStopped) return run->done({.wasStopped = true});
+        run->findings = std::move(found);
+        whenSettled([this, run](const std::set<Path>& staging) {
+          run->claims.dropSettled(run->findings);
+          const auto isStaging = [&](const Path& path) { return staging.contains(path); };
+          std::erase_if(run->findings.stagedCaptures, isStaging);
+          std::erase_if(run->findings.notJudged, isStaging);
+          lookAgain(run);
+        });
+      }));
 }
 
 /// Once files that an undo put back have their entries, and captures being staged are known.
@@ -181,15 +229,18 @@ void LibraryRepair::lookAgain(const RunPointer& run) {
     run->claims.claimOriginals(run->findings);
     run->claims.claimFaulty(run->findings);
   }
-  auto looked = lifetime_.guard(
-      [this, run, wasQuiet = isQuiet(), before = services_.library->store().writeSequence()] {
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, scope = scope(), findings = std::move(run->findings)]() mutable {
+        checkAgain(*files, scope, findings);
+        return std::move(findings);
+      },
+      lifetime_.guard([this, run, wasQuiet = isQuiet(),
+                       before =
+                           services_.library->store().writeSequence()](LibraryFindings findings) {
+        run->findings = std::move(findings);
         judge(run, wasQuiet && isQuiet() && before == services_.library->store().writeSequence());
-      });
-  services_.work->post([files = services_.files, main = services_.main, scope = scope(), run,
-                        looked = std::move(looked)]() mutable {
-    checkAgain(*files, scope, run->findings);
-    main->post(std::move(looked));
-  });
+      }));
 }
 
 void LibraryRepair::judge(const RunPointer& run, bool wasQuiet) {
@@ -221,55 +272,29 @@ bool LibraryRepair::isQuiet() const {
 
 // Parked indexes, journals and entries out of reach stay: somebody may still need them.
 void LibraryRepair::repair(const RunPointer& run) {
-  const AdoptedLook adopted =
-      adoptNames(services_.library->store(), run->findings.look, run->claims.ids());
-  std::vector<std::pair<std::string, EntryPointer>> lost;
+  RepairScope scope{
+      .gone = adoptNames(services_.library->store(), run->findings.look, run->claims.ids()).gone,
+      .lost = {},
+      .paths = services_.library->paths(),
+      .mayRemoveCopies = !services_.library->relocation().isRunning()};
   for (const LostOriginal& one : run->findings.withoutOriginal) {
     const EntryPointer entry = services_.library->store().find(one.entry->id);
-    if (entry && entry->originalPath) lost.emplace_back(*one.entry->originalPath, entry);
+    if (entry && entry->originalPath) scope.lost.emplace_back(*one.entry->originalPath, entry);
   }
-  services_.work->post([files = services_.files, codec = services_.codec, trash = services_.trash,
-                        main = services_.main, run, gone = adopted.gone, lost = std::move(lost),
-                        paths = services_.library->paths(),
-                        mayRemoveCopies = !services_.library->relocation().isRunning(),
-                        learn = lifetime_.guard([this](const std::vector<SeenFile>& seen) {
-                          remember(services_.library->store(), seen);
-                        }),
-                        reply = lifetime_.guard([this, run] { adopt(run); })]() mutable {
-    const LibraryFindings& findings = run->findings;
-    for (const Path& path : findings.temporaries) {
-      if (files->remove(path)) run->repaired.paths.insert(path.string());
-    }
-    for (const auto* const list : {&findings.originalsWithoutEntry, &findings.replacedFilesLeft}) {
-      for (const Path& path : *list) {
-        if (trash->moveToTrash(path)) run->repaired.paths.insert(path.string());
-      }
-    }
-    std::unordered_map<std::string_view, const ScreenshotEntry*> parked;
-    for (const EntryPointer& entry : findings.parked.found) {
-      parked.emplace(entry->path, entry.get());
-    }
-    for (const Path& path : findings.filesWithoutEntry) {
-      auto entry = entryForFile(*files, *codec, path);
-      if (const auto found = parked.find(path.native()); found != parked.end()) {
-        entry = ofParked(*found->second, entry);
-      }
-      if (!entry) continue;
-      run->adopted.push_back(std::make_shared<const ScreenshotEntry>(*std::move(entry)));
-    }
-    std::ranges::copy(findings.parked.outOfReach, std::back_inserter(run->adopted));
-    if (mayRemoveCopies && !findings.copiesLeft.empty()) {
-      for (std::string& path : removeCopiesLeft(*files, *trash, paths, findings.copiesLeft)) {
-        run->repaired.paths.insert(std::move(path));
-      }
-    }
-    run->goneStill = goneOf(*files, gone);
-    for (auto& [path, entry] : lost) {
-      if (placeOfOriginal(*files, *entry) == OriginalPlace::original) continue;
-      run->lostStill.emplace_back(path, std::move(entry));
-    }
-    postInSlices(main, findings.look.learned, std::move(learn), std::move(reply));
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, codec = services_.codec, trash = services_.trash,
+       scope = std::move(scope), findings = std::move(run->findings)]() mutable {
+        return repairFiles(*files, *codec, *trash, std::move(scope), std::move(findings));
+      },
+      lifetime_.guard([this, run](RepairedFiles repaired) {
+        static_cast<RepairedFiles&>(*run) = std::move(repaired);
+        learnInSlices(services_.main, run->findings.look.learned,
+                      lifetime_.guard([this](const auto& slice) {
+                        remember(services_.library->store(), slice);
+                      }),
+                      lifetime_.guard([this, run] { adopt(run); }));
+      }));
 }
 
 /// Gives the files that have none their entries.
@@ -346,28 +371,34 @@ void LibraryRepair::setCopiesAside(const RunPointer& run) {
   const bool isAllFiled =
       std::ranges::all_of(parked.found, isFiled) && std::ranges::all_of(parked.outOfReach, isFiled);
   if (!isAllFiled || parked.copies.empty()) return finish(run);
-  services_.work->post([files = services_.files, main = services_.main, run,
-                        reply = lifetime_.guard([this, run] { finish(run); })]() mutable {
-    for (const Path& copy : run->findings.parked.copies) {
-      if (const auto marked = markSalvaged(*files, copy); marked) {
-        run->repaired.paths.insert(copy.string());
-      } else {
-        logWarning("History", "{}: {}", copy.string(), marked.error().reason);
-      }
-    }
-    main->post(std::move(reply));
-  });
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, copies = parked.copies] {
+        std::vector<std::string> marked;
+        for (const Path& copy : copies) {
+          if (const auto done = markSalvaged(*files, copy); done) {
+            marked.push_back(copy.string());
+          } else {
+            logWarning("History", "{}: {}", copy.string(), done.error().reason);
+          }
+        }
+        return marked;
+      },
+      lifetime_.guard([this, run](const std::vector<std::string>& marked) {
+        run->repaired.paths.insert(marked.begin(), marked.end());
+        finish(run);
+      }));
 }
 
 // How large the library is comes last: it is measured as the repair left it.
 void LibraryRepair::finish(const RunPointer& run) {
-  services_.work->post(
-      [run, main = services_.main, reply = lifetime_.guard([this, run](VerifyReport& report) {
-        measure(std::move(report), std::move(run->done));
-      })]() mutable {
-        main->post([report = VerifyReport::of(run->findings, run->repaired),
-                    reply = std::move(reply)]() mutable { reply(report); });
-      });
+  roundTrip(
+      *services_.work, services_.main,
+      [findings = std::move(run->findings), repaired = std::move(run->repaired)] {
+        return VerifyReport::of(findings, repaired);
+      },
+      lifetime_.guard(
+          [this, run](VerifyReport report) { measure(std::move(report), std::move(run->done)); }));
 }
 
 void LibraryRepair::measure(VerifyReport report, Done done) {

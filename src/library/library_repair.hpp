@@ -57,7 +57,7 @@ class LibraryRepair {
   using RunPointer = std::shared_ptr<Run>;
 
   [[nodiscard]] LibraryScope scope() const;
-  void look(const RunPointer& run);
+  void look(const RunPointer& run, CheckProgress progress);
   void whenSettled(std::function<void(const std::set<Path>& staging)> go);
   void lookAgain(const RunPointer& run);
   void judge(const RunPointer& run, bool wasQuiet);

@@ -95,21 +95,18 @@ void remember(HistoryStore& store, const std::vector<SeenFile>& files) {
   store.revise(std::move(revisions));
 }
 
-void postInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile> files,
-                  std::function<void(const std::vector<SeenFile>&)> learn,
-                  std::move_only_function<void()> then) {
-  main->post(
-      [main, files = std::move(files), learn = std::move(learn), then = std::move(then)]() mutable {
-        const std::size_t count = files.size();
-        inSlices(
-            main, count,
-            [files = std::move(files), learn = std::move(learn)](std::size_t begin,
-                                                                 std::size_t end) mutable {
-              learn({std::make_move_iterator(files.begin() + static_cast<std::ptrdiff_t>(begin)),
-                     std::make_move_iterator(files.begin() + static_cast<std::ptrdiff_t>(end))});
-            },
-            std::move(then));
-      });
+void learnInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile> files,
+                   std::function<void(const std::vector<SeenFile>&)> learn,
+                   std::move_only_function<void()> then) {
+  const std::size_t count = files.size();
+  inSlices(
+      main, count,
+      [files = std::move(files), learn = std::move(learn)](std::size_t begin,
+                                                           std::size_t end) mutable {
+        learn({std::make_move_iterator(files.begin() + static_cast<std::ptrdiff_t>(begin)),
+               std::make_move_iterator(files.begin() + static_cast<std::ptrdiff_t>(end))});
+      },
+      std::move(then));
 }
 
 LookBeforeUse::LookBeforeUse(const HistoryStore& store, std::vector<std::string> ids)

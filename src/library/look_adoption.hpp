@@ -37,11 +37,11 @@ struct AdoptedLook {
 /// runner.
 void remember(HistoryStore& store, const std::vector<SeenFile>& files);
 
-/// Has `learn` called on `main` with a slice of `files` at a time, so that a large library does not
-/// hold the runner, and then `then`. Any thread.
-void postInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile> files,
-                  std::function<void(const std::vector<SeenFile>&)> learn,
-                  std::move_only_function<void()> then);
+/// Calls `learn` with a slice of `files` at a time, so that a large library does not hold the
+/// runner, and then `then`. Main runner.
+void learnInSlices(const std::shared_ptr<TaskRunner>& main, std::vector<SeenFile> files,
+                   std::function<void(const std::vector<SeenFile>&)> learn,
+                   std::move_only_function<void()> then);
 
 /// A look for the files of these entries, to be had before anything is done with the files: names
 /// may have been swapped while nobody watched. Call `look` where it may block.
