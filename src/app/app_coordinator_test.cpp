@@ -10,7 +10,6 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using Kind = StillCaptureCommand::Kind;
 
 class AppCoordinatorTest : public CoordinatorTest {};
 
@@ -54,7 +53,7 @@ TEST_F(AppCoordinatorTest, AQuitSavesWhatWasAskedForAndCallsOffWhatWaitsForTheUs
   EXPECT_NE(run->saved(0), nullptr) << run->words(0);
   EXPECT_TRUE(run->terminated);
   restart();
-  EXPECT_EQ(run->store->entries().size(), 1U);
+  EXPECT_EQ(run->store.entries().size(), 1U);
 
   for (const auto& waiting : {StillCaptureCommand{.kind = Kind::area},
                               StillCaptureCommand{.kind = Kind::display, .delay = 3s}}) {
@@ -79,7 +78,7 @@ TEST_F(AppCoordinatorTest, AQuitWaitsForAMoveToStopButNotForEver) {
   for (const bool stops : {true, false}) {
     restart();
     std::optional<RelocationOutcome> moved;
-    run->library->relocation().relocate(
+    run->library.relocation().relocate(
         {.folder = "/elsewhere", .sources = {"/pictures"}}, {},
         [&](RelocationOutcome outcome) { moved = std::move(outcome); });
     run->runners.hang("moves");
@@ -128,7 +127,7 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   const HotKeySpec display = *run->settings->values().fullscreenHotKey;
   EXPECT_TRUE(run->keys.press(display));
   run->runners.run();
-  EXPECT_EQ(run->store->entries().size(), 1U);
+  EXPECT_EQ(run->store.entries().size(), 1U);
   run->settings->set(&SettingsValues::fullscreenHotKey, HotKeySpec{'f', HotKeySpec::control});
   run->runners.run();
   EXPECT_FALSE(run->keys.press(display));
@@ -239,7 +238,7 @@ TEST_F(AppCoordinatorTest, TheMenuCopiesRecentCapturesByName) {
   EXPECT_EQ(menu.items[9].shortcut, "Ctrl+0");
 
   // One more came since the menu was read.
-  const std::string last = run->store->newestFirst().at(9)->path;
+  const std::string last = run->store.newestFirst().at(9)->path;
   run->begin({.kind = Kind::display});
   menu.items[9].perform();
   run->runners.run();
@@ -248,7 +247,7 @@ TEST_F(AppCoordinatorTest, TheMenuCopiesRecentCapturesByName) {
 
 TEST_F(AppCoordinatorTest, WhatIsCopiedIsWhatIsShown) {
   run->begin({.kind = Kind::display});
-  const EntryPointer entry = run->store->entries().at(0);
+  const EntryPointer entry = run->store.entries().at(0);
   const auto copied = [this] {
     run->clipboard->last = "(nothing)";
     run->app->copyRecent(1);
@@ -256,17 +255,17 @@ TEST_F(AppCoordinatorTest, WhatIsCopiedIsWhatIsShown) {
     return run->clipboard->last;
   };
   EXPECT_EQ(copied(), world.files.text(entry->path));
-  ASSERT_TRUE(run->store->update(entry->id, [](ScreenshotEntry& changed) {
+  ASSERT_TRUE(run->store.update(entry->id, [](ScreenshotEntry& changed) {
     changed.shapes = {Shape{.type = ShapeType::redact}};
   }));
   EXPECT_EQ(copied(), "1 drawn");
   auto unread = json::fromText<ScreenshotEntry>(R"({"id":"x","capturedAt":1,"path":")" +
                                                 entry->path + R"(","shapes":[{"type":"veil"}]})");
-  ASSERT_TRUE(run->store->update(
+  ASSERT_TRUE(run->store.update(
       entry->id, [&](ScreenshotEntry& changed) { changed.unreadShapes = unread->unreadShapes; }));
   EXPECT_EQ(copied(), "(nothing)");
   EXPECT_THAT(run->alerts.notices.back(), HasSubstr("annotations that this version can't read"));
-  ASSERT_TRUE(run->store->update(entry->id, [](ScreenshotEntry& changed) {
+  ASSERT_TRUE(run->store.update(entry->id, [](ScreenshotEntry& changed) {
     changed.shapes.clear();
     changed.unreadShapes = {};
   }));
@@ -309,8 +308,8 @@ TEST_F(AppCoordinatorTest, AQuitWithNothingToSaveDoesNotWaitForADiskThatHangs) {
   restart();
   run->runners.advance(5s);
   run->runners.hang("persist");
-  const std::string id = run->store->entries().at(0)->id;
-  ASSERT_TRUE(run->store->update(id, [](ScreenshotEntry& entry) { entry.starred = true; }));
+  const std::string id = run->store.entries().at(0)->id;
+  ASSERT_TRUE(run->store.update(id, [](ScreenshotEntry& entry) { entry.starred = true; }));
   run->app->quit();
   run->runners.advance(121s);
   EXPECT_FALSE(run->terminated) << "a star would be lost";
@@ -321,13 +320,13 @@ TEST_F(AppCoordinatorTest, AQuitWithNothingToSaveDoesNotWaitForADiskThatHangs) {
 
 TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
   run->begin({.kind = Kind::display});
-  const EntryPointer entry = run->store->entries().at(0);
+  const EntryPointer entry = run->store.entries().at(0);
   const auto undo = [this] {
     const std::vector<StatusMenuItem> menu = run->app->statusMenu();
     return *std::ranges::find(menu, "Undo Recent Delete", &StatusMenuItem::label);
   };
   EXPECT_FALSE(undo().isEnabled);
-  run->deletion->trash({entry->id}, HistoryDeletion::Undo::offered, [](const auto&) {});
+  run->library.deletion().trash({entry->id}, HistoryDeletion::Undo::offered, [](const auto&) {});
   run->runners.run();
   ASSERT_TRUE(undo().isEnabled);
   run->trash.failing[entry->path] = FailureKind::noSpace;
@@ -337,7 +336,7 @@ TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
   run->trash.failing.clear();
   undo().perform();
   run->runners.run();
-  EXPECT_NE(run->store->find(entry->id), nullptr);
+  EXPECT_NE(run->store.find(entry->id), nullptr);
   EXPECT_FALSE(undo().isEnabled);
   run->app->perform(*findDesktopCommand("UndoRecentDelete"));
   EXPECT_THAT(run->alerts.notices.back(), HasSubstr("Nothing to undo: "));

@@ -4,11 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "base/json_record.hpp"
+#include "library/testing/test_library.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
-#include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
-#include "platform/testing/fake_runners.hpp"
-#include "platform/testing/fake_trash.hpp"
 
 namespace vantorel {
 namespace {
@@ -21,28 +19,14 @@ class OpenWindow final : public Surface {
   void bringForward() override {}
 };
 
-class CaptureAnnotatorTest : public testing::Test {
+class CaptureAnnotatorTest : public testing::Test, protected TestLibrary {
  protected:
-  CaptureAnnotatorTest()
-      : files(std::make_shared<FakeFiles>()),
-        codec(std::make_shared<FakeImageCodec>()),
-        runners(std::make_shared<FakeRunners>()),
-        settings(defaults, SettingsValues{}),
-        trash(*files),
-        library({.files = *files,
-                 .trash = trash,
-                 .clock = *runners,
-                 .main = runners->main(),
-                 .persist = runners->runner("persist"),
-                 .deletions = runners->runner("trash"),
-                 .moves = runners->runner("moves")},
-                LibraryPaths{"/data", "/caches"}),
-        store(library.store()) {
+  CaptureAnnotatorTest() {
     files->put("/captures/a.png", pictureOf({8, 6}));
     files->put("/one.json", documentOf("one"));
     files->put("/two.json", documentOf("two"));
     annotator = std::make_unique<CaptureAnnotator>(CaptureAnnotator::Services{
-        runners->main(), runners->runner("work"), runners, files, codec, &library, &settings,
+        runners.main(), runners.runner("work"), clock(), files, codec, &library, &settings,
         &pending, &surfaces,
         [this](const EditorDocument& document, const Image& base, std::optional<double>,
                const ImageEncoding& encoding) -> Result<std::string, SceneFailure> {
@@ -62,12 +46,12 @@ class CaptureAnnotatorTest : public testing::Test {
   }
 
   void loaded() {
-    runners->run();
+    runners.run();
     ScreenshotEntry entry;
     entry.id = "a";
     entry.path = "/captures/a.png";
     ASSERT_TRUE(store.add(entry).has_value());
-    runners->run();
+    runners.run();
   }
 
   /// What comes of it is put into the answer, once.
@@ -84,7 +68,7 @@ class CaptureAnnotatorTest : public testing::Test {
     annotator->draw(drawing, [&](const CaptureAnnotator::Answer<std::string>& result) {
       answer = result ? *result : sentence(result.error());
     });
-    runners->run();
+    runners.run();
     return answer;
   }
 
@@ -94,16 +78,11 @@ class CaptureAnnotatorTest : public testing::Test {
     EXPECT_TRUE(pending.isEmpty());
   }
 
-  std::shared_ptr<FakeFiles> files;
-  std::shared_ptr<FakeImageCodec> codec;
-  std::shared_ptr<FakeRunners> runners;
+  std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
   FakeDefaultsStore defaults;
-  SettingsStore settings;
-  FakeTrash trash;
-  Library library;
-  HistoryStore& store;
+  SettingsStore settings{defaults, SettingsValues{}};
   PendingArchiveWork pending;
-  SurfaceRegistry surfaces{runners->main()};
+  SurfaceRegistry surfaces{runners.main()};
   bool cannotDraw = false;
   std::unique_ptr<CaptureAnnotator> annotator;
 };
@@ -114,10 +93,10 @@ TEST_F(CaptureAnnotatorTest, AppliesOnceTheLibraryIsThereAndAnswersWhenItIsOnDis
   std::string answer;
   apply("/one.json", answer);
   EXPECT_EQ(answer, "waiting");
-  runners->run();
+  runners.run();
   EXPECT_EQ(answer, "applied one");
   EXPECT_THAT(files->text("/data/history.json"), HasSubstr(R"("id":"one")"));
-  EXPECT_EQ(store.find("a")->editedAt, runners->now());
+  EXPECT_EQ(store.find("a")->editedAt, runners.now());
   expectQuiet();
 }
 
@@ -129,12 +108,12 @@ TEST_F(CaptureAnnotatorTest, OneChangeOfACaptureAtATimeAndAQuitWaitsForIt) {
   apply("/two.json", second);
   EXPECT_EQ(second, "This capture is being changed already.");
   EXPECT_FALSE(pending.isEmpty());
-  runners->run();
+  runners.run();
   EXPECT_EQ(first, "applied one");
   expectQuiet();
 
   apply("/two.json", second);
-  runners->run();
+  runners.run();
   EXPECT_EQ(second, "applied two");
 
   auto converting = library.claim("a", EntryWork::rewriting);
@@ -149,7 +128,7 @@ TEST_F(CaptureAnnotatorTest, WhatChangedWhileTheFileWasReadIsSeen) {
   std::string answer;
   apply("/one.json", answer);
   surfaces.editors.show("a", [] { return std::make_shared<OpenWindow>(); });
-  runners->run();
+  runners.run();
   EXPECT_EQ(answer, "The capture can't be changed: close Annotate first.");
   EXPECT_TRUE(store.find("a")->shapes.empty());
   apply("/one.json", answer);
@@ -158,7 +137,7 @@ TEST_F(CaptureAnnotatorTest, WhatChangedWhileTheFileWasReadIsSeen) {
 
   apply("/one.json", answer);
   store.removeEntries({"a"});
-  runners->run();
+  runners.run();
   EXPECT_EQ(answer, "The capture has left History.");
   expectQuiet();
   apply("/one.json", answer);
@@ -169,25 +148,25 @@ TEST_F(CaptureAnnotatorTest, FailuresAreSaidAndLeaveTheCaptureAsItWas) {
   loaded();
   std::string answer;
   apply("/none.json", answer);
-  runners->run();
+  runners.run();
   EXPECT_THAT(answer, StartsWith("Couldn't read /none.json: "));
   files->put("/bad.json", documentOf("one") + "]");
   apply("/bad.json", answer);
-  runners->run();
+  runners.run();
   EXPECT_THAT(answer, StartsWith("The document isn't JSON: "));
   files->put("/captures/a.png", "");
   apply("/one.json", answer);
-  runners->run();
+  runners.run();
   EXPECT_THAT(answer, StartsWith("/captures/a.png: the capture couldn't be read as an image ("));
   EXPECT_TRUE(store.find("a")->shapes.empty());
   files->put("/captures/a.png", pictureOf({8, 6}));
 
   files->changesFail = FailureKind::noSpace;
   apply("/one.json", answer);
-  runners->run();
+  runners.run();
   EXPECT_THAT(answer, StartsWith("The change is made, but History couldn't be saved: "));
   files->changesFail.reset();
-  runners->advance(std::chrono::seconds(30));
+  runners.advance(std::chrono::seconds(30));
   EXPECT_THAT(files->text("/data/history.json"), HasSubstr(R"("id":"one")"));
   expectQuiet();
 }
@@ -222,13 +201,13 @@ TEST_F(CaptureAnnotatorTest, GoneBeforeTheAnswerItAnswersNobody) {
   std::string answer;
   apply("/one.json", answer);
   annotator.reset();
-  runners->run();
+  runners.run();
   EXPECT_EQ(answer, "waiting");
   EXPECT_TRUE(store.find("a")->shapes.empty());
 }
 
 TEST_F(CaptureAnnotatorTest, WhatANewerVersionCoversIsNotShown) {
-  runners->run();
+  runners.run();
   auto entry = json::fromText<ScreenshotEntry>(
       R"({"id":"a","capturedAt":1,"path":"/captures/a.png","shapes":[{"type":"redactEllipse"}]})");
   ASSERT_TRUE(entry.has_value());
@@ -240,7 +219,7 @@ TEST_F(CaptureAnnotatorTest, WhatANewerVersionCoversIsNotShown) {
   EXPECT_FALSE(files->disk.contains("/out/a.png"));
   std::string remark;
   annotator->document("a", [&](auto found) { remark = found->remark; });
-  runners->run();
+  runners.run();
   EXPECT_THAT(remark, HasSubstr("can't be read by this version"));
   expectQuiet();
 }

@@ -3,12 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/log.hpp"
+#include "library/testing/test_library.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
-#include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
-#include "platform/testing/fake_runners.hpp"
-#include "platform/testing/fake_trash.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
@@ -20,25 +18,8 @@ using testing::IsEmpty;
 struct Ended {};
 
 /// A run of the program on a disk that outlives it.
-struct Session {
-  explicit Session(const std::shared_ptr<FakeFiles>& disk)
-      : files(disk),
-        library({.files = *files,
-                 .trash = trash,
-                 .clock = runners,
-                 .main = runners.main(),
-                 .persist = runners.runner("persist"),
-                 .deletions = runners.runner("trash"),
-                 .moves = runners.runner("moves")},
-                LibraryPaths{"/data", "/caches"}),
-        rewriter({.main = runners.main(),
-                  .work = runners.runner("work"),
-                  .files = files,
-                  .codec = codec,
-                  .library = &library,
-                  .settings = &settings,
-                  .pendingWork = &pending,
-                  .surfaces = &surfaces}) {
+struct OpeningSession : TestLibrary {
+  explicit OpeningSession(const std::shared_ptr<FakeFiles>& disk) : TestLibrary(disk) {
     library.open();
   }
 
@@ -49,25 +30,37 @@ struct Session {
     };
   }
 
-  std::shared_ptr<FakeFiles> files;
+  void convert(ExportFormat format) {
+    rewriter.convert("a", format, answering());
+    runners.run();
+  }
+  void compress() {
+    rewriter.compress("a", false, answering());
+    runners.run();
+  }
+
   std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
-  FakeRunners runners;
-  FakeTrash trash{*files};
   FakeDefaultsStore defaults;
   SettingsStore settings{defaults, SettingsValues{}};
   PendingArchiveWork pending;
   SurfaceRegistry surfaces{runners.main()};
-  Library library;
-  CaptureRewriter rewriter;
+  CaptureRewriter rewriter{{.main = runners.main(),
+                            .work = runners.runner("work"),
+                            .files = files,
+                            .codec = codec,
+                            .library = &library,
+                            .settings = &settings,
+                            .pendingWork = &pending,
+                            .surfaces = &surfaces}};
+};
+
+/// The same once its library is ready.
+struct Session : OpeningSession {
+  explicit Session(const std::shared_ptr<FakeFiles>& disk) : OpeningSession(disk) { runners.run(); }
 };
 
 class CaptureRewriterTest : public testing::Test {
  protected:
-  CaptureRewriterTest() {
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
-  }
-  ~CaptureRewriterTest() override { setLogSink(std::move(formerSink)); }
-
   /// The flat picture that a palette suits.
   static std::string picture() {
     MutableImage image({48, 30}, PixelFormat::bgrx);
@@ -108,7 +101,7 @@ class CaptureRewriterTest : public testing::Test {
     EXPECT_THAT(run.library.store().claims().fileChanges(), IsEmpty()) << what;
   }
 
-  LogSink formerSink;
+  QuietLog quiet;
 };
 
 TEST_F(CaptureRewriterTest, EndAtAnyChangeLeavesOneCaptureWithItsOriginalAndNothingElse) {
@@ -124,17 +117,13 @@ TEST_F(CaptureRewriterTest, EndAtAnyChangeLeavesOneCaptureWithItsOriginalAndNoth
       const auto files = disk();
       files->hasHardLinks = kind.hasHardLinks;
       auto run = std::make_unique<Session>(files);
-      run->runners.run();
       files->beforeChange = [&, from = files->changes](int change) {
         if (change - from == end) throw Ended{};
       };
       try {
-        run->rewriter.compress("a", false, run->answering());
-        run->runners.run();
-        run->rewriter.convert("a", ExportFormat::jpeg, run->answering());
-        run->runners.run();
-        run->rewriter.convert("a", ExportFormat::webp, run->answering());
-        run->runners.run();
+        run->compress();
+        run->convert(ExportFormat::jpeg);
+        run->convert(ExportFormat::webp);
       } catch (const Ended&) {
         isEnded = 1;
       }
@@ -142,7 +131,6 @@ TEST_F(CaptureRewriterTest, EndAtAnyChangeLeavesOneCaptureWithItsOriginalAndNoth
       run.reset();
       if (kind.numbersAnew) files->renumber("/captures");
       Session next(files);
-      next.runners.run();
       expectTidy(next, std::to_string(end) + (kind.numbersAnew ? " numbered anew" : ""));
     }
   }
@@ -154,14 +142,12 @@ TEST_F(CaptureRewriterTest, AFullDiskLeavesTheCaptureAsItWasAndNothingElse) {
       ASSERT_LT(room, 40);
       const auto files = disk();
       auto run = std::make_unique<Session>(files);
-      run->runners.run();
       files->spaceEndsAtChange = room;
       if (format == ExportFormat::png) {
-        run->rewriter.compress("a", false, run->answering());
+        run->compress();
       } else {
-        run->rewriter.convert("a", format, run->answering());
+        run->convert(format);
       }
-      run->runners.run();
       isFull = files->changesFail ? 1 : 0;
       files->spaceEndsAtChange = 0;
       files->changesFail.reset();
@@ -169,7 +155,6 @@ TEST_F(CaptureRewriterTest, AFullDiskLeavesTheCaptureAsItWasAndNothingElse) {
       const std::string answer = run->answer;
       run.reset();
       Session next(files);
-      next.runners.run();
       expectTidy(next, std::to_string(room) + " " + answer);
     }
   }
@@ -180,24 +165,18 @@ TEST_F(CaptureRewriterTest, WhatCannotBeRemovedIsToldAndRemembered) {
   const Path between = "/captures/a.jpg";
   {
     Session run(files);
-    run.runners.run();
-    run.rewriter.convert("a", ExportFormat::jpeg, run.answering());
-    run.runners.run();
+    run.convert(ExportFormat::jpeg);
     files->readOnly = {"/captures"};
-    run.rewriter.convert("a", ExportFormat::webp, run.answering());
-    run.runners.run();
+    run.convert(ExportFormat::webp);
     EXPECT_THAT(run.answer, HasSubstr("/captures/a.jpg, could not be removed (read-only"));
     EXPECT_EQ(run.library.store().find("a")->path, "/captures/a.webp");
-    run.rewriter.compress("a", false, run.answering());
-    run.runners.run();
+    run.compress();
     EXPECT_THAT(replacedFilesLeft(*files, run.library.paths()), ElementsAre(between));
   }
   {
     Session still(files);
-    still.runners.run();
     EXPECT_THAT(replacedFilesLeft(*files, still.library.paths()), ElementsAre(between));
-    still.rewriter.convert("a", ExportFormat::png, still.answering());
-    still.runners.run();
+    still.convert(ExportFormat::png);
     EXPECT_THAT(replacedFilesLeft(*files, still.library.paths()),
                 ElementsAre(between, "/captures/a.webp"));
   }
@@ -206,7 +185,6 @@ TEST_F(CaptureRewriterTest, WhatCannotBeRemovedIsToldAndRemembered) {
     const auto copy = std::make_shared<FakeFiles>(*files);
     if (isChanged) copy->put(between, "painted over");
     Session next(copy);
-    next.runners.run();
     EXPECT_EQ(copy->text(between), isChanged ? "painted over" : "(missing)");
     EXPECT_EQ(copy->text("/data/rewrites.json"), "(missing)");
   }
@@ -217,12 +195,9 @@ TEST_F(CaptureRewriterTest, WhatIsLeftOnADiskThatNumbersItsFilesAnewGoesOrIsTold
   const auto leave = [&] {
     auto files = disk();
     Session run(files);
-    run.runners.run();
-    run.rewriter.convert("a", ExportFormat::jpeg, run.answering());
-    run.runners.run();
+    run.convert(ExportFormat::jpeg);
     files->readOnly = {"/captures"};
-    run.rewriter.convert("a", ExportFormat::webp, run.answering());
-    run.runners.run();
+    run.convert(ExportFormat::webp);
     files->readOnly.clear();
     files->renumber("/captures");
     return files;
@@ -230,14 +205,12 @@ TEST_F(CaptureRewriterTest, WhatIsLeftOnADiskThatNumbersItsFilesAnewGoesOrIsTold
   {
     const auto files = leave();
     Session next(files);
-    next.runners.run();
     expectTidy(next, "the new file shows that the numbers are others");
   }
   {
     const auto files = leave();
     files->put("/captures/a.webp", "edited");
     Session next(files);
-    next.runners.run();
     EXPECT_TRUE(files->disk.contains(between)) << "it may be somebody's copy";
     EXPECT_THAT(replacedFilesLeft(*files, next.library.paths()), ElementsAre(between));
   }
@@ -246,7 +219,6 @@ TEST_F(CaptureRewriterTest, WhatIsLeftOnADiskThatNumbersItsFilesAnewGoesOrIsTold
     files->now += 1;
     files->put(between, files->text(between));
     Session next(files);
-    next.runners.run();
     EXPECT_TRUE(files->disk.contains(between)) << "it was written anew";
     EXPECT_EQ(files->text("/data/rewrites.json"), "(missing)");
   }
@@ -257,11 +229,9 @@ TEST_F(CaptureRewriterTest, NothingIsPutAtANameWhoseRemovalMayStillBeMade) {
   const Path between = "/captures/a.jpg";
   auto run = std::make_unique<Session>(files);
   const auto convert = [&](ExportFormat format) {
-    run->rewriter.convert("a", format, run->answering());
-    run->runners.run();
+    run->convert(format);
     return run->library.store().find("a")->path;
   };
-  run->runners.run();
   (void)convert(ExportFormat::jpeg);
   // The new file has its name, and half files are gone: the removal of the old one is not answered.
   files->silencing = "/captures";
@@ -293,9 +263,8 @@ TEST_F(CaptureRewriterTest, WaitsForEveryRecoveryAndOneAtATime) {
              R"({"old":"/captures/a.png","new":"/new/a.png","size":)" +
                  std::to_string(moved.size) + R"(,"modified":)" + std::to_string(moved.modified) +
                  "}]}");
-  Session run(files);
-  run.rewriter.convert("a", ExportFormat::jpeg, run.answering());
-  run.runners.run();
+  OpeningSession run(files);
+  run.convert(ExportFormat::jpeg);
   const EntryPointer entry = run.library.store().find("a");
   EXPECT_EQ(entry->path, "/new/a.jpg") << run.answer;
   EXPECT_EQ(files->text(entry->originalPath.value_or("")), picture());

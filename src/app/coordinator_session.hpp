@@ -6,14 +6,12 @@
 
 #include "app/app_coordinator.hpp"
 #include "base/json_record.hpp"
+#include "library/testing/test_library.hpp"
 #include "platform/testing/fake_alerts.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
-#include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_hot_keys.hpp"
 #include "platform/testing/fake_image_codec.hpp"
-#include "platform/testing/fake_runners.hpp"
 #include "platform/testing/fake_screen.hpp"
-#include "platform/testing/fake_trash.hpp"
 
 namespace vantorel {
 
@@ -102,37 +100,26 @@ struct CoordinatorWorld {
 };
 
 /// One run of the program in that world.
-class CoordinatorSession {
+class CoordinatorSession : public TestLibrary {
  public:
-  explicit CoordinatorSession(CoordinatorWorld& around) : world(around) {
+  explicit CoordinatorSession(CoordinatorWorld& around)
+      : TestLibrary({std::shared_ptr<FakeFiles>(), &around.files}), world(around) {
     runners.setNow(FakeRunners::start + 100 * world.launches++);
     screen.connect("LEFT", {800, 600});
     screen.connect("RIGHT", {1000, 800}, 2);
     SettingsValues values;
     values.storageDirectory = "/pictures";
     settings = std::make_unique<SettingsStore>(world.defaults, values);
-    library = std::make_unique<Library>(Library::Services{.files = world.files,
-                                                          .trash = trash,
-                                                          .clock = runners,
-                                                          .main = runners.main(),
-                                                          .persist = runners.runner("persist"),
-                                                          .deletions = runners.runner("trash"),
-                                                          .moves = runners.runner("moves")},
-                                        LibraryPaths{"/data", "/cache"});
-    store = &library->store();
-    deletion = &library->deletion();
-    const auto clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {});
-    const auto files = std::shared_ptr<Files>(&world.files, [](Files*) {});
     const auto pictures = std::shared_ptr<const ImageCodec>(&codec, [](const ImageCodec*) {});
     captures.emplace(StillCaptures::Services{.main = runners.main(),
                                              .staging = runners.runner("staging"),
                                              .filing = runners.runner("filing"),
-                                             .clock = clock,
+                                             .clock = clock(),
                                              .files = files,
                                              .codec = pictures,
                                              .screen = screen,
                                              .windows = screen,
-                                             .library = *library,
+                                             .library = library,
                                              .settings = *settings,
                                              .defaultCaptures = "/home/captures",
                                              .hotKeys = &keys,
@@ -144,7 +131,7 @@ class CoordinatorSession {
         .work = runners.runner("pictures"),
         .files = files,
         .codec = pictures,
-        .library = *library,
+        .library = library,
         .alerts = alerts,
         .clipboard = [this]() -> Clipboard* { return clipboard.get(); },
         .draw = [](const EditorDocument& document, const Image&, auto,
@@ -158,7 +145,7 @@ class CoordinatorSession {
                                  .copying = *copying,
                                  .screen = screen,
                                  .alerts = alerts,
-                                 .library = *library,
+                                 .library = library,
                                  .settings = *settings,
                                  .hotKeys = &keys,
                                  .statusItem = &icon,
@@ -168,7 +155,7 @@ class CoordinatorSession {
   }
 
   void launch() {
-    library->open();
+    library.open();
     runners.run();
     captures->recoverStaged([this](int count) { recovered = count; });
     runners.run();
@@ -203,7 +190,6 @@ class CoordinatorSession {
   }
 
   CoordinatorWorld& world;
-  FakeRunners runners;
   FakeScreen screen{runners.main()};
   FakeAlerts alerts;
   FakeImageCodec codec;
@@ -212,10 +198,6 @@ class CoordinatorSession {
   std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
   std::shared_ptr<FakeCover> cover = std::make_shared<FakeCover>();
   std::unique_ptr<SettingsStore> settings;
-  FakeTrash trash{world.files};
-  std::unique_ptr<Library> library;
-  HistoryStore* store = nullptr;
-  HistoryDeletion* deletion = nullptr;
   std::unique_ptr<FakeClipboard> clipboard = std::make_unique<FakeClipboard>();
   FakeStatusItem icon;
   std::optional<StillCaptures> captures;
@@ -239,6 +221,8 @@ inline WindowSnapshot openWindow(WindowID id, const std::string& owner, PointRec
 /// A test that begins with a run that has started.
 class CoordinatorTest : public testing::Test {
  protected:
+  using Kind = StillCaptureCommand::Kind;
+
   CoordinatorTest() {
     world.files.folders.insert({"/pictures"});
     run = std::make_unique<CoordinatorSession>(world);

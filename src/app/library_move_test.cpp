@@ -3,12 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/log.hpp"
+#include "library/testing/test_library.hpp"
 #include "platform/testing/fake_alerts.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
-#include "platform/testing/fake_files.hpp"
-#include "platform/testing/fake_runners.hpp"
-#include "platform/testing/fake_trash.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
@@ -30,10 +28,9 @@ FakeDefaultsStore storedDefaults() {
   return defaults;
 }
 
-class LibraryMoveTest : public testing::Test {
+class LibraryMoveTest : public testing::Test, protected TestLibrary {
  protected:
   LibraryMoveTest() {
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
     files->folders = {"/", "/old", "/new", "/usual"};
     files->put("/old/a.png", "/old/a.png");
     files->put("/usual/b.png", "/usual/b.png");
@@ -43,7 +40,6 @@ class LibraryMoveTest : public testing::Test {
                                      R"("collections":[]})");
     move.followSetting();
   }
-  ~LibraryMoveTest() override { setLogSink(std::move(formerSink)); }
 
   Result<RelocationOutcome, FolderRefusal> movedTo(const Path& folder) {
     std::optional<Result<RelocationOutcome, FolderRefusal>> answer;
@@ -58,21 +54,10 @@ class LibraryMoveTest : public testing::Test {
     runners.run();
   }
 
-  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
-  FakeRunners runners;
+  QuietLog quiet;
   FakeAlerts alerts;
   FakeDefaultsStore defaults = storedDefaults();
   SettingsStore settings{defaults, usualValues()};
-  LogSink formerSink;
-  FakeTrash trash{*files};
-  Library library{{.files = *files,
-                   .trash = trash,
-                   .clock = runners,
-                   .main = runners.main(),
-                   .persist = runners.runner("persist"),
-                   .deletions = runners.runner("trash"),
-                   .moves = runners.runner("moves")},
-                  LibraryPaths{"/data", "/caches"}};
   LibraryMove move{{.main = runners.main(),
                     .work = runners.runner("work"),
                     .files = files,

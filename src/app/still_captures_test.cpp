@@ -10,7 +10,6 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using Kind = StillCaptureCommand::Kind;
 
 constexpr HotKeySpec escapeKey{0xFF1B, 0};
 
@@ -19,7 +18,7 @@ class StillCapturesTest : public CoordinatorTest {};
 TEST_F(StillCapturesTest, ADisplayIsFiledUnderItsTimeWithScaleAndApplication) {
   run->screen.open = {openWindow(1, "Editor", {100, 100, 400, 300}),
                       openWindow(2, "Browser", {850, 0, 400, 400})};
-  ASSERT_TRUE(run->store->addCollection({.id = "c1", .name = "Trip"}).has_value());
+  ASSERT_TRUE(run->store.addCollection({.id = "c1", .name = "Trip"}).has_value());
   run->settings->set(&SettingsValues::activeCollectionID, "c1");
   run->begin({.kind = Kind::display, .display = "uuid-RIGHT"});
   ASSERT_NE(run->saved(0), nullptr) << run->words(0);
@@ -30,7 +29,7 @@ TEST_F(StillCapturesTest, ADisplayIsFiledUnderItsTimeWithScaleAndApplication) {
   EXPECT_EQ(entry.captureScale, 2);
   EXPECT_EQ(entry.sourceApp->name, "Browser");
   EXPECT_EQ(entry.collectionIDs, std::vector<std::string>{"c1"});
-  EXPECT_EQ(run->store->find(entry.id)->path, entry.path);
+  EXPECT_EQ(run->store.find(entry.id)->path, entry.path);
   EXPECT_THAT(stagedNames(), IsEmpty());
   EXPECT_THAT(world.files.disk.at(entry.path)->attributes, IsEmpty());
   EXPECT_TRUE(run->settings->values().hasCapturedSuccessfully);
@@ -75,7 +74,7 @@ TEST_F(StillCapturesTest, ACrashBetweenAnyTwoChangesFilesTheCaptureOnce) {
         restart();
         restart();
 
-        const EntryList& entries = run->store->entries();
+        const EntryList& entries = run->store.entries();
         ASSERT_LE(entries.size(), 1U);
         ASSERT_GE(entries.size(), acknowledged || wasStaged ? 1U : 0U);
         std::vector<std::string> files = world.files.names("/pictures");
@@ -116,13 +115,13 @@ TEST_F(StillCapturesTest, SweepsThatOverlapAreAllAnsweredAndFileAllOnce) {
   };
   sweep();
   sweep();
-  const Observation middle = run->store->observe([&](const HistoryChange& change) {
-    if (!change.added.empty() && run->store->entries().size() == 1) sweep();
+  const Observation middle = run->store.observe([&](const HistoryChange& change) {
+    if (!change.added.empty() && run->store.entries().size() == 1) sweep();
   });
   run->runners.run();
   EXPECT_EQ(answers, 3);
   EXPECT_EQ(filed, 5);
-  EXPECT_EQ(run->store->entries().size(), 5U);
+  EXPECT_EQ(run->store.entries().size(), 5U);
   EXPECT_THAT(stagedNames(), IsEmpty());
 }
 
@@ -136,7 +135,7 @@ TEST_F(StillCapturesTest, ACaptureThatAnotherProcessFilesIsSavedOnceEvenIfThatOn
     world.files.folders.insert({"/pictures"});
     restart();
     CoordinatorSession waiting(world);
-    waiting.library->open();
+    waiting.library.open();
     waiting.begin({.kind = Kind::display});
     EXPECT_EQ(waiting.words(0), "(no answer)");
     ASSERT_EQ(stagedNames().size(), 1U);
@@ -157,8 +156,8 @@ TEST_F(StillCapturesTest, ACaptureThatAnotherProcessFilesIsSavedOnceEvenIfThatOn
     run.reset();
     waiting.runners.advance(2s);
     ASSERT_NE(waiting.saved(0), nullptr) << waiting.words(0);
-    ASSERT_EQ(waiting.store->entries().size(), 1U);
-    EXPECT_EQ(waiting.words(0), "saved " + waiting.store->entries()[0]->path);
+    ASSERT_EQ(waiting.store.entries().size(), 1U);
+    EXPECT_EQ(waiting.words(0), "saved " + waiting.store.entries()[0]->path);
     EXPECT_EQ(world.files.names("/pictures").size(), 1U);
     EXPECT_THAT(stagedNames(), IsEmpty());
   }
@@ -173,7 +172,7 @@ TEST_F(StillCapturesTest, AStuckServiceIsGivenUpAndItsLateAnswerDiscarded) {
             "Couldn't capture the screen: the screen capture service didn't respond in time.");
   run->screen.answerAll();
   run->runners.advance(5s);
-  EXPECT_EQ(run->store->entries().size(), 1U);
+  EXPECT_EQ(run->store.entries().size(), 1U);
   EXPECT_THAT(stagedNames(), IsEmpty());
 
   run->screen.grabFails = Failure{FailureKind::unreachable, "the display server went away"};
@@ -215,7 +214,7 @@ TEST_F(StillCapturesTest, AnAreaIsCutFromTheFrozenScreenAndRemembered) {
   run->screen.connected.pop_back();
   run->begin({.kind = Kind::previous});
   EXPECT_THAT(run->words(3), HasSubstr("isn't connected"));
-  EXPECT_EQ(run->store->entries().size(), 2U);
+  EXPECT_EQ(run->store.entries().size(), 2U);
 
   run->begin({.kind = Kind::area});
   run->overlay.choose(std::unexpected(SelectionOverlay::End::cancelled));
@@ -376,14 +375,14 @@ TEST_F(StillCapturesTest, ACaptureThatNoFolderTakesIsFiledWhenOneDoes) {
       world.files.silent = {"/pictures", "/home/captures"};
       run->begin({.kind = Kind::display});
       EXPECT_THAT(run->words(0), HasSubstr("No captures folder could be used, so this capture"));
-      ASSERT_EQ(run->store->entries().size(), 1U);
-      const ScreenshotEntry kept = *run->store->entries()[0];
+      ASSERT_EQ(run->store.entries().size(), 1U);
+      const ScreenshotEntry kept = *run->store.entries()[0];
       EXPECT_TRUE(world.files.disk.contains(kept.path));
-      ASSERT_TRUE(run->store->update(kept.id, [](auto& entry) { entry.title = "Mine"; }));
+      ASSERT_TRUE(run->store.update(kept.id, [](auto& entry) { entry.title = "Mine"; }));
       run->runners.advance(5s);
       restart();
       run->runners.advance(5s);
-      EXPECT_EQ(run->store->entries().at(0)->path, kept.path) << "still none";
+      EXPECT_EQ(run->store.entries().at(0)->path, kept.path) << "still none";
 
       if (choosesFolder) {
         run->settings->set(&SettingsValues::storageDirectory, "/other");
@@ -392,8 +391,8 @@ TEST_F(StillCapturesTest, ACaptureThatNoFolderTakesIsFiledWhenOneDoes) {
         restart();
       }
       run->runners.advance(5s);
-      ASSERT_EQ(run->store->entries().size(), 1U);
-      const ScreenshotEntry& filed = *run->store->entries()[0];
+      ASSERT_EQ(run->store.entries().size(), 1U);
+      const ScreenshotEntry& filed = *run->store.entries()[0];
       EXPECT_EQ(filed.id, kept.id);
       EXPECT_EQ(filed.title, "Mine");
       EXPECT_EQ(Path(filed.path).parent_path(), choosesFolder ? "/other" : "/pictures");
@@ -420,8 +419,8 @@ TEST_F(StillCapturesTest, AnIndexOfANewerBuildIsLeftAloneAndTheCaptureIsFiledLat
   world.files.disk.erase("/data/history.json");
   restart();
   EXPECT_EQ(run->recovered, 1);
-  ASSERT_EQ(run->store->entries().size(), 1U);
-  EXPECT_EQ(run->store->entries()[0]->path, path);
+  ASSERT_EQ(run->store.entries().size(), 1U);
+  EXPECT_EQ(run->store.entries()[0]->path, path);
   EXPECT_THAT(world.files.names("/pictures"), testing::SizeIs(1));
 }
 
@@ -437,9 +436,9 @@ TEST_F(StillCapturesTest, AgentsTakeTheSamePath) {
   run->begin({.kind = Kind::display});
   run->runners.run();
   ASSERT_TRUE(reply);
-  EXPECT_NE(run->store->find(filed), nullptr);
+  EXPECT_NE(run->store.find(filed), nullptr);
   EXPECT_EQ(run->words(0), "Another capture is running. Finish or cancel it first.");
-  EXPECT_EQ(run->store->entries().size(), 1U);
+  EXPECT_EQ(run->store.entries().size(), 1U);
 }
 
 }  // namespace

@@ -3,12 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/log.hpp"
 #include "base/time_text.hpp"
 #include "cli/command_line.hpp"
-#include "platform/testing/fake_files.hpp"
-#include "platform/testing/fake_runners.hpp"
-#include "platform/testing/fake_trash.hpp"
+#include "library/testing/test_library.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
@@ -16,10 +14,9 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-class LibraryCommandTest : public testing::Test {
+class LibraryCommandTest : public testing::Test, protected TestLibrary {
  protected:
   LibraryCommandTest() {
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
     library.open();
     runners.run();
     add("AA1", [](ScreenshotEntry& entry) {
@@ -29,7 +26,6 @@ class LibraryCommandTest : public testing::Test {
     add("BB3", [](ScreenshotEntry& entry) { entry.title = "tab\there"; });
     runners.advance(1s);
   }
-  ~LibraryCommandTest() override { setLogSink(std::move(formerSink)); }
 
   void add(const std::string& id, const std::function<void(ScreenshotEntry&)>& change) {
     ScreenshotEntry entry;
@@ -64,20 +60,8 @@ class LibraryCommandTest : public testing::Test {
     return ids + reply.error;
   }
 
+  QuietLog quiet;
   int added = 0;
-  FakeRunners runners;
-  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
-  FakeTrash trash{*files};
-  LogSink formerSink;
-  Library library{{.files = *files,
-                   .trash = trash,
-                   .clock = runners,
-                   .main = runners.main(),
-                   .persist = runners.runner("persist"),
-                   .deletions = runners.runner("trash"),
-                   .moves = runners.runner("moves")},
-                  LibraryPaths{"/data", "/caches"}};
-  HistoryStore& store = library.store();
   LibraryPrune pruning{{.main = runners.main(),
                         .work = runners.runner("work"),
                         .files = files,

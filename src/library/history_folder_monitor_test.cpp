@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/log.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_folder_watcher.hpp"
 #include "platform/testing/fake_mount_watcher.hpp"
 #include "platform/testing/fake_runners.hpp"
 #include "platform/testing/fake_trash.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
@@ -20,11 +20,9 @@ using testing::ElementsAre;
 class HistoryFolderMonitorTest : public testing::Test {
  protected:
   HistoryFolderMonitorTest() {
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
     store.load([] {});
     runners.run();
   }
-  ~HistoryFolderMonitorTest() override { setLogSink(std::move(formerSink)); }
 
   void add(const std::string& id, const std::string& folder = "/captures") {
     ScreenshotEntry entry;
@@ -66,7 +64,7 @@ class HistoryFolderMonitorTest : public testing::Test {
   FakeTrash trash{files};
   FakeFolderWatcher watcher;
   FakeMountWatcher mounts;
-  LogSink formerSink;
+  QuietLog quiet;
   HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
                      LibraryPaths{"/data", "/caches"}};
   HistoryDeletion deletion{{store, files, trash, runners, runners.main(), runners.runner("work")}};

@@ -8,6 +8,7 @@
 #include "base/json_document.hpp"
 #include "base/log.hpp"
 #include "platform/testing/fake_files.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
@@ -19,11 +20,7 @@ constexpr const char* index = "/data/history.json";
 
 class IndexStorageTest : public testing::Test {
  protected:
-  IndexStorageTest() {
-    files.folders.insert("/data");
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
-  }
-  ~IndexStorageTest() override { setLogSink(std::move(formerSink)); }
+  IndexStorageTest() { files.folders.insert("/data"); }
 
   static EntryPointer entry(int number, const std::string& title) {
     ScreenshotEntry made;
@@ -42,7 +39,7 @@ class IndexStorageTest : public testing::Test {
   }
 
   FakeFiles files;
-  LogSink formerSink;
+  QuietLog quiet;
 };
 
 TEST_F(IndexStorageTest, RandomChangesArriveOnDiskHoweverTheIndexIsPutTogether) {

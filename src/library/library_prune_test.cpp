@@ -3,21 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/log.hpp"
 #include "library/entry_filter.hpp"
-#include "platform/testing/fake_files.hpp"
-#include "platform/testing/fake_runners.hpp"
-#include "platform/testing/fake_trash.hpp"
+#include "library/testing/test_library.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
 
 using testing::ElementsAre;
 
-class LibraryPruneTest : public testing::Test {
+class LibraryPruneTest : public testing::Test, protected TestLibrary {
  protected:
   LibraryPruneTest() {
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
     library.open();
     runners.run();
     for (const char* const id : {"a", "b", "c"}) {
@@ -25,10 +22,9 @@ class LibraryPruneTest : public testing::Test {
       entry.id = id;
       entry.path = std::string("/captures/") + id + ".png";
       files->put(entry.path, std::string("pixels of ") + id);
-      EXPECT_TRUE(library.store().add(std::move(entry)).has_value());
+      EXPECT_TRUE(store.add(std::move(entry)).has_value());
     }
   }
-  ~LibraryPruneTest() override { setLogSink(std::move(formerSink)); }
 
   PruneReport run(bool takesReplaced = false) {
     std::optional<PruneReport> answer;
@@ -38,21 +34,10 @@ class LibraryPruneTest : public testing::Test {
     return answer.value_or(PruneReport{});
   }
 
-  [[nodiscard]] std::vector<std::string> ids() { return idsOf(library.store().entries()); }
+  [[nodiscard]] std::vector<std::string> ids() { return idsOf(store.entries()); }
 
+  QuietLog quiet;
   CheckProgress progress = [](std::size_t, std::size_t) { return true; };
-  FakeRunners runners;
-  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
-  FakeTrash trash{*files};
-  LogSink formerSink;
-  Library library{{.files = *files,
-                   .trash = trash,
-                   .clock = runners,
-                   .main = runners.main(),
-                   .persist = runners.runner("persist"),
-                   .deletions = runners.runner("trash"),
-                   .moves = runners.runner("moves")},
-                  LibraryPaths{"/data", "/caches"}};
   LibraryPrune prune{{.main = runners.main(),
                       .work = runners.runner("work"),
                       .files = files,

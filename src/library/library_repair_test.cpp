@@ -5,14 +5,12 @@
 #include <gtest/gtest.h>
 
 #include "base/json_record.hpp"
-#include "base/log.hpp"
 #include "library/file_reach.hpp"
 #include "library/relocation_leftovers.hpp"
 #include "library/rewrite_journal.hpp"
-#include "platform/testing/fake_files.hpp"
+#include "library/testing/test_library.hpp"
 #include "platform/testing/fake_image_codec.hpp"
-#include "platform/testing/fake_runners.hpp"
-#include "platform/testing/fake_trash.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 
@@ -34,17 +32,15 @@ using testing::Pair;
 using testing::UnorderedElementsAre;
 using Finding = VerifyReport::Finding;
 
-class LibraryRepairTest : public testing::Test {
+class LibraryRepairTest : public testing::Test, protected TestLibrary {
  protected:
   LibraryRepairTest() {
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
     files->folders.insert("/data");
     repair.whenStagingKnown = [this](const auto& known) {
       looked();
       known(staging);
     };
   }
-  ~LibraryRepairTest() override { setLogSink(std::move(formerSink)); }
 
   void load(const std::string& index) {
     files->put("/data/history.json", index);
@@ -100,23 +96,11 @@ class LibraryRepairTest : public testing::Test {
     return titles;
   }
 
+  QuietLog quiet;
   std::set<Path> staging;    // by this process
   std::vector<Path> filing;  // by any
   CheckProgress progress = [](std::size_t, std::size_t) { return true; };
   std::function<void()> looked = [] {};  // told between the look and what comes of it
-  FakeRunners runners;
-  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
-  FakeTrash trash{*files};
-  LogSink formerSink;
-  Library library{{.files = *files,
-                   .trash = trash,
-                   .clock = runners,
-                   .main = runners.main(),
-                   .persist = runners.runner("persist"),
-                   .deletions = runners.runner("trash"),
-                   .moves = runners.runner("moves")},
-                  LibraryPaths{"/data", "/caches"}};
-  HistoryStore& store = library.store();
   LibraryRepair repair{{.main = runners.main(),
                         .work = runners.runner("work"),
                         .files = files,

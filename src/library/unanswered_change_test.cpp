@@ -5,7 +5,6 @@
 
 #include <set>
 
-#include "base/log.hpp"
 #include "library/entry_paths.hpp"
 #include "library/history_deletion.hpp"
 #include "library/history_relocation.hpp"
@@ -14,6 +13,7 @@
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
 #include "platform/testing/fake_trash.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
@@ -119,12 +119,7 @@ struct Shelf {
 /// Whether the server makes the change that it did not answer.
 class UnansweredChangeTest : public testing::TestWithParam<bool> {
  protected:
-  UnansweredChangeTest() {
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
-  }
-  ~UnansweredChangeTest() override { setLogSink(std::move(formerSink)); }
-
-  LogSink formerSink;
+  QuietLog quiet;
 };
 
 TEST_P(UnansweredChangeTest, ADeletionIsLookedAtAgainAtWhicheverFileTheDiskFellSilent) {

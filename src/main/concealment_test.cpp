@@ -6,17 +6,15 @@
 #include <random>
 
 #include "app/capture_rewriter.hpp"
-#include "base/log.hpp"
 #include "editor/editor_model.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/shape_layers.hpp"
 #include "editor/testing/mixed_shapes.hpp"
+#include "library/testing/test_library.hpp"
 #include "platform/linux/linux_image_codec.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
-#include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
-#include "platform/testing/fake_runners.hpp"
-#include "platform/testing/fake_trash.hpp"
+#include "platform/testing/quiet_log.hpp"
 #include "render/scene_export.hpp"
 #include "render/testing/test_scene.hpp"
 
@@ -26,7 +24,7 @@ namespace {
 constexpr PixelSize captureSize{120, 90};
 
 /// A library with one capture, and the commands that write its file anew.
-class Shelf {
+class Shelf : private TestLibrary {
  public:
   Shelf(const Image& picture, const EditorDocument& document) {
     files->put("/captures/a.png", codec->encode(picture, {}).value());
@@ -37,8 +35,8 @@ class Shelf {
     putDocument(document, picture.size(), entry);
     files->put("/data/history.json",
                R"({"version":4,"entries":[)" + json::toText(entry) + R"(],"collections":[]})");
-    library_.open();
-    runners_.run();
+    library.open();
+    runners.run();
   }
 
   /// Answers what came of it, as far as it tells nothing of sizes.
@@ -48,47 +46,33 @@ class Shelf {
       name = reply ? Path(reply->entry->path).filename().string() : "refused";
     };
     if (command < 4) {
-      rewriter_.convert("a", enumNames<ExportFormat>[static_cast<std::size_t>(command)].value,
-                        done);
+      rewriter.convert("a", enumNames<ExportFormat>[static_cast<std::size_t>(command)].value, done);
     } else {
-      rewriter_.compress("a", command == 5, done);
+      rewriter.compress("a", command == 5, done);
     }
-    runners_.run();
+    runners.run();
     return name;
   }
 
   [[nodiscard]] Image picture() {
-    return codec->decode(files->text(library_.store().find("a")->path)).value();
+    return codec->decode(files->text(store.find("a")->path)).value();
   }
-  [[nodiscard]] EditorDocument document() {
-    return documentOf(*library_.store().find("a"), picture().size());
-  }
+  [[nodiscard]] EditorDocument document() { return documentOf(*store.find("a"), picture().size()); }
 
  private:
-  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
   std::shared_ptr<LinuxImageCodec> codec = std::make_shared<LinuxImageCodec>();
-  FakeRunners runners_;
-  FakeTrash trash_{*files};
-  FakeDefaultsStore defaults_;
-  SettingsStore settings_{defaults_, SettingsValues{}};
-  PendingArchiveWork pending_;
-  SurfaceRegistry surfaces_{runners_.main()};
-  Library library_{{.files = *files,
-                    .trash = trash_,
-                    .clock = runners_,
-                    .main = runners_.main(),
-                    .persist = runners_.runner("persist"),
-                    .deletions = runners_.runner("trash"),
-                    .moves = runners_.runner("moves")},
-                   LibraryPaths{"/data", "/caches"}};
-  CaptureRewriter rewriter_{{.main = runners_.main(),
-                             .work = runners_.runner("work"),
-                             .files = files,
-                             .codec = codec,
-                             .library = &library_,
-                             .settings = &settings_,
-                             .pendingWork = &pending_,
-                             .surfaces = &surfaces_}};
+  FakeDefaultsStore defaults;
+  SettingsStore settings{defaults, SettingsValues{}};
+  PendingArchiveWork pending;
+  SurfaceRegistry surfaces{runners.main()};
+  CaptureRewriter rewriter{{.main = runners.main(),
+                            .work = runners.runner("work"),
+                            .files = files,
+                            .codec = codec,
+                            .library = &library,
+                            .settings = &settings,
+                            .pendingWork = &pending,
+                            .surfaces = &surfaces}};
 };
 
 /// A document with two images, changed by every kind of command that moves or scales something, and
@@ -255,7 +239,7 @@ class Concealment {
 TEST(ConcealmentTest, WhateverIsMovedScaledOrEncodedNothingCoveredShows) {
   const char* const more = std::getenv("VT_SEEDS");
   const int seeds = more == nullptr ? 15 : std::atoi(more);
-  const LogSink formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  const QuietLog quiet;
   for (int seed = 1; seed <= seeds; ++seed) {
     Concealment document(static_cast<unsigned>(seed));
     std::string commands;
@@ -273,7 +257,6 @@ TEST(ConcealmentTest, WhateverIsMovedScaledOrEncodedNothingCoveredShows) {
       document.change();
     }
   }
-  setLogSink(formerSink);
 }
 
 }  // namespace

@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base/log.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_folder_watcher.hpp"
 #include "platform/testing/fake_runners.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
@@ -19,11 +19,7 @@ constexpr const char* path = "/config/settings.json";
 
 class SettingsFileTest : public testing::Test {
  protected:
-  SettingsFileTest() {
-    files.folders.insert("/config");
-    formerSink = setLogSink([](LogLevel, std::string_view, std::string_view) {});
-  }
-  ~SettingsFileTest() override { setLogSink(std::move(formerSink)); }
+  SettingsFileTest() { files.folders.insert("/config"); }
 
   std::unique_ptr<SettingsFile> open() {
     return std::make_unique<SettingsFile>(
@@ -46,7 +42,7 @@ class SettingsFileTest : public testing::Test {
   FakeFiles files;
   FakeRunners runners;
   FakeFolderWatcher watcher;
-  LogSink formerSink;
+  QuietLog quiet;
 };
 
 TEST_F(SettingsFileTest, TwoProcessesKeepEachOthersChangesAndUnknownKeys) {

@@ -6,23 +6,22 @@
 
 #include <filesystem>
 
-#include "base/log.hpp"
+#include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
 namespace {
 
 TEST(ProgramModule, OneOfAnotherBuildIsRefusedInWords) {
-  const LogSink former = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  const QuietLog quiet;
   const auto stale = moduleEntry(VANTOREL_STALE_MODULE, "vantorelTestEntry");
   ASSERT_FALSE(stale.has_value());
   EXPECT_EQ(stale.error().kind, FailureKind::unsupported);
   EXPECT_EQ(stale.error().reason, "is of another version; quit Vantorel and start it again");
   EXPECT_EQ(moduleEntry("/no/such/module.so", "entry").error().kind, FailureKind::notFound);
-  setLogSink(former);
 }
 
 TEST(ProgramModule, OneThatWasCutShortIsRefusedAtAnyLengthAndEndsNothing) {
-  const LogSink former = setLogSink([](LogLevel, std::string_view, std::string_view) {});
+  const QuietLog quiet;
   // Each under a name of its own: one that was loaded stays mapped.
   const Path folder = Path(testing::TempDir()) / fmt::format("cut-{}", ::getpid());
   std::filesystem::create_directory(folder);
@@ -38,7 +37,6 @@ TEST(ProgramModule, OneThatWasCutShortIsRefusedAtAnyLengthAndEndsNothing) {
     }
   }
   std::filesystem::remove_all(folder);
-  setLogSink(former);
 }
 
 }  // namespace
