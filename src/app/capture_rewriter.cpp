@@ -55,7 +55,7 @@ std::string remarkOn(const RewriteJournal::Left& left) {
   return fmt::format(
       "The file before it, {}, could not be removed ({}). It stays there until \"vantorel library "
       "verify --repair\" can remove it.",
-      left.file.path, left.reason);
+      left.path, left.reason);
 }
 
 /// Whoever redacted a capture may take its file for what they see in the editor.

@@ -5,39 +5,29 @@
 
 #include "base/json_record.hpp"
 #include "base/path_text.hpp"
+#include "library/earlier_mark.hpp"
 #include "library/journal_file.hpp"
-#include "library/stored_file_mark.hpp"
 
 namespace vantorel {
+
+template <class V, class S>
+void DeletionJournal::Item::describe(V& v, S& item) {
+  v.required("id", item.id);
+  readEarlierMark(v, "file", item.file);
+  readEarlierMark(v, "original", item.original);
+  v.field("fileMark", item.file);
+  v.field("originalMark", item.original);
+  v.field("mayLandUntil", item.mayLandUntil);
+  v.field("isGivenBack", item.isGivenBack);
+  v.rest(item.extra);
+}
+VT_JSON_RECORD(DeletionJournal::Item)
+
 namespace {
-
-struct StoredItem {
-  std::string id;
-  StoredFileMark file;
-  StoredFileMark original;
-  std::optional<double> mayLandUntil;
-  bool isGivenBack = false;
-  json::Extra extra;
-
-  template <class V, class S>
-  static void describe(V& v, S& item) {
-    v.required("id", item.id);
-    v.field("file", item.file.number);
-    v.field("fileSize", item.file.size);
-    v.field("fileModified", item.file.modified);
-    v.field("original", item.original.number);
-    v.field("originalSize", item.original.size);
-    v.field("originalModified", item.original.modified);
-    v.field("mayLandUntil", item.mayLandUntil);
-    v.field("isGivenBack", item.isGivenBack);
-    v.rest(item.extra);
-  }
-};
-VT_JSON_RECORD(StoredItem)
 
 struct StoredJournal {
   int version = 1;
-  std::vector<StoredItem> items;
+  std::vector<DeletionJournal::Item> items;
   bool offersUndo = false;
   std::vector<std::string> surplus;
   json::Object extra;
@@ -62,10 +52,7 @@ std::optional<DeletionJournal> fromStored(std::string_view text) {
   }
   auto stored = json::fromText<StoredJournal>(text);
   if (!stored) return std::nullopt;
-  for (StoredItem& item : stored->items) {
-    journal.items.push_back({std::move(item.id), item.file.mark(), item.original.mark(),
-                             item.mayLandUntil, item.isGivenBack, std::move(item.extra)});
-  }
+  journal.items = std::move(stored->items);
   journal.offersUndo = stored->offersUndo;
   journal.surplus = std::move(stored->surplus);
   return journal;
@@ -88,12 +75,10 @@ Result<void> writeDeletionJournal(Files& files, const LibraryPaths& paths,
                                   const DeletionJournal& journal) {
   VT_TRY(setAsideUnreadableJournal(files, paths.deletions(), isReadable));
   if (journal.isEmpty()) return removeJournalFile(files, paths.deletions());
-  StoredJournal stored{
-      .items = {}, .offersUndo = journal.offersUndo, .surplus = journal.surplus, .extra = {}};
-  for (const DeletionJournal::Item& item : journal.items) {
-    stored.items.push_back({item.id, StoredFileMark(item.file), StoredFileMark(item.original),
-                            item.mayLandUntil, item.isGivenBack, item.extra});
-  }
+  const StoredJournal stored{.items = journal.items,
+                             .offersUndo = journal.offersUndo,
+                             .surplus = journal.surplus,
+                             .extra = {}};
   return files.replace(paths.deletions(), json::toText(stored), Privacy::ownerOnly);
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "base/json_value.hpp"
+#include "base/json_record.hpp"
 #include "library/library_paths.hpp"
 #include "platform/file_mark.hpp"
 #include "platform/files.hpp"
@@ -30,6 +30,9 @@ struct DeletionJournal {
     bool isGivenBack = false;
 
     json::Extra extra{};
+
+    template <class V, class S>
+    static void describe(V& v, S& item);
   };
   std::vector<Item> items;
   bool offersUndo = false;
@@ -42,6 +45,8 @@ struct DeletionJournal {
   /// What is named already is named anew.
   void append(const DeletionJournal& other);
 };
+
+VT_JSON_RECORD_DECLARATION(DeletionJournal::Item);
 
 // Block; readable by the owner alone.
 

@@ -155,16 +155,34 @@ TEST_F(JournalFileTest, JournalsOfEarlierBuildsAreCarriedOn) {
   EXPECT_THAT(shelf.aside(), IsEmpty());
   EXPECT_THAT(warnings, IsEmpty());
 
-  // Numbers were all they noted.
+  // What they noted of files had other keys, or more of them.
+  const Path made = "/captures/a.jpg";
   for (const bool isMade : {true, false}) {
-    const Path made = "/captures/a.jpg";
     shelf.files.put(made, "smaller");
     const std::uint64_t number = shelf.files.status(made)->inode + (isMade ? 0 : 1);
     shelf.files.put("/data/rewrites.json",
-                    R"([{"id":"a","old":"/captures/a.png","made":"/captures/a.jpg","madeInode":")" +
-                        std::to_string(number) + R"("}])");
+                    fmt::format(R"([{{"id":"a","old":"/captures/a.png","oldInode":"1",)"
+                                R"("made":"/captures/a.jpg","madeInode":"{0}","madeFile":{{)"
+                                R"("volume":"{1}","folder":"/captures","file":{0},"size":7,)"
+                                R"("modified":{2},"folderFile":3}}}}])",
+                                number, shelf.files.location("/captures")->volume,
+                                shelf.files.status(made)->modified));
     RewriteJournal(shelf.files, shelf.paths, shelf.runners).recover(shelf.store.entries());
     EXPECT_EQ(shelf.files.disk.contains(made), !isMade);
+  }
+  shelf.files.put("/data/deletions.json",
+                  R"({"version":1,"items":[{"id":"a","file":"18446744073709551615","fileSize":7,)"
+                  R"("fileModified":1.5,"original":"2","originalSize":8,"originalModified":2}],)"
+                  R"("offersUndo":true,"surplus":[]})");
+  DeletionJournal journal = readDeletionJournal(shelf.files, shelf.paths);
+  for (const bool isWrittenAnew : {false, true}) {
+    ASSERT_EQ(journal.items.size(), 1U);
+    EXPECT_TRUE(journal.items[0].file->isOf({.size = 7, .modified = 1.5, .inode = ~0ULL}));
+    EXPECT_TRUE(journal.items[0].original->isOf({.size = 8, .modified = 2, .inode = 2}));
+    if (isWrittenAnew) break;
+    ASSERT_TRUE(writeDeletionJournal(shelf.files, shelf.paths, journal).has_value());
+    EXPECT_THAT(shelf.files.text("/data/deletions.json"), Not(HasSubstr("fileSize")));
+    journal = readDeletionJournal(shelf.files, shelf.paths);
   }
 }
 

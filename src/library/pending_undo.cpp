@@ -2,8 +2,8 @@
 
 #include "base/json_record.hpp"
 #include "base/path_text.hpp"
+#include "library/earlier_mark.hpp"
 #include "library/journal_file.hpp"
-#include "library/stored_file_mark.hpp"
 
 namespace vantorel {
 namespace {
@@ -15,7 +15,7 @@ struct StoredItem {
   std::optional<std::string> trashedOriginalURL;
   bool isUntracked = false;
   std::optional<double> mayLandUntil;
-  StoredFileMark original;
+  std::optional<FileMark> originalMark;
   std::optional<double> originalMayLandUntil;
   json::Extra extra;
 
@@ -27,9 +27,8 @@ struct StoredItem {
     v.field("trashedOriginalURL", item.trashedOriginalURL, json::asPath);
     v.field("isUntracked", item.isUntracked);
     v.field("mayLandUntil", item.mayLandUntil);
-    v.field("original", item.original.number);
-    v.field("originalSize", item.original.size);
-    v.field("originalModified", item.original.modified);
+    readEarlierMark(v, "original", item.originalMark);
+    v.field("originalMark", item.originalMark);
     v.field("originalMayLandUntil", item.originalMayLandUntil);
     v.rest(item.extra);
   }
@@ -73,7 +72,7 @@ Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const Pen
     stored.items.push_back(
         {*item.entry, static_cast<std::int64_t>(item.index), item.trashedPNGURL.transform(toText),
          item.trashedOriginalURL.transform(toText), item.isUntracked, item.mayLandUntil,
-         StoredFileMark(item.originalMark), item.originalMayLandUntil, item.extra});
+         item.originalMark, item.originalMayLandUntil, item.extra});
   }
   return files.replace(paths.pendingUndo(), json::toText(stored), Privacy::ownerOnly);
 }
@@ -98,7 +97,7 @@ std::optional<PendingUndo> readPendingUndo(const Files& files, const LibraryPath
          .trashedOriginalURL = item.trashedOriginalURL.transform(fromText),
          .isUntracked = item.isUntracked,
          .mayLandUntil = item.mayLandUntil,
-         .originalMark = item.original.mark(),
+         .originalMark = std::move(item.originalMark),
          .originalMayLandUntil = item.originalMayLandUntil,
          .extra = std::move(item.extra)});
   }

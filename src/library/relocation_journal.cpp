@@ -8,7 +8,7 @@
 #include "base/path_text.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
-#include "library/noted_file.hpp"
+#include "library/noted_place.hpp"
 #include "library/unanswered_change.hpp"
 
 namespace vantorel {

@@ -15,80 +15,39 @@
 #include "library/unanswered_change.hpp"
 
 namespace vantorel {
+
+template <class V, class S>
+void RewriteJournal::Item::describe(V& v, S& item) {
+  v.required("id", item.id);
+  v.required("old", item.old, json::asPath);
+  v.field("oldFile", item.oldFile);
+  v.field("made", item.made, json::asPath);
+  v.field("madeFile", item.madeFile);
+  v.field("newSize", item.newSize);
+  v.field("original", item.original, json::asPath);
+  v.rest(item.extra);
+}
+VT_JSON_RECORD(RewriteJournal::Item)
+
+template <class V, class S>
+void RewriteJournal::Left::describe(V& v, S& left) {
+  v.required("path", left.path, json::asPath);
+  v.required("file", left.file);
+  v.field("other", left.other, json::asPath);
+  v.field("otherFile", left.otherFile);
+  v.rest(left.extra);
+}
+VT_JSON_RECORD(RewriteJournal::Left)
+
 namespace {
 
 using Item = RewriteJournal::Item;
 using Left = RewriteJournal::Left;
 
-struct StoredItem {
-  Item item;
-  std::optional<std::string> made;
-  std::optional<std::string> madeInode;
-  std::optional<FileIdentity> madeFile;
-
-  StoredItem() = default;
-  explicit StoredItem(const Item& from) : item(from) {
-    if (!item.made) return;
-    made = item.made->path;
-    madeInode = item.made->inode;
-    madeFile = item.made->identity;
-  }
-  Item toItem() && {
-    if (made) item.made = NotedFile{*std::move(made), std::move(madeInode), std::move(madeFile)};
-    return std::move(item);
-  }
-
-  template <class V, class S>
-  static void describe(V& v, S& stored) {
-    v.required("id", stored.item.id);
-    v.required("old", stored.item.old.path, json::asPath);
-    v.field("oldInode", stored.item.old.inode);
-    v.field("oldFile", stored.item.old.identity);
-    v.field("made", stored.made, json::asPath);
-    v.field("madeInode", stored.madeInode);
-    v.field("madeFile", stored.madeFile);
-    v.field("newSize", stored.item.newSize);
-    v.field("original", stored.item.original, json::asPath);
-    v.rest(stored.item.extra);
-  }
-};
-VT_JSON_RECORD(StoredItem)
-
-struct StoredLeft {
-  std::string path;
-  FileIdentity file;
-  std::optional<std::string> other;
-  std::optional<FileIdentity> otherFile;
-  json::Object extra;
-
-  StoredLeft() = default;
-  explicit StoredLeft(const Left& left)
-      : path(left.file.path), file(*left.file.identity), extra(left.extra) {
-    if (!left.other) return;
-    other = left.other->path;
-    otherFile = left.other->identity;
-  }
-  Left toLeft() && {
-    Left left{.file = {std::move(path), std::nullopt, std::move(file)}, .extra = std::move(extra)};
-    if (other) left.other = NotedFile{*std::move(other), std::nullopt, std::move(otherFile)};
-    return left;
-  }
-
-  template <class V, class S>
-  static void describe(V& v, S& stored) {
-    v.required("path", stored.path, json::asPath);
-    v.required("file", stored.file);
-    v.field("other", stored.other, json::asPath);
-    v.field("otherFile", stored.otherFile);
-    v.rest(stored.extra);
-  }
-};
-VT_JSON_RECORD(StoredLeft)
-
 struct StoredJournal {
   int version = 1;
-  std::vector<StoredItem> items;
-  std::vector<StoredLeft> left;
+  std::vector<Item> items;
+  std::vector<Left> left;
   std::vector<DoubtfulNames::Name> doubtful;
   json::Object extra;
 
@@ -105,7 +64,7 @@ VT_JSON_RECORD(StoredJournal)
 
 Result<StoredJournal> fromStored(std::string_view text) {
   // Earlier builds wrote the items alone.
-  if (auto items = json::fromText<std::vector<StoredItem>>(text)) {
+  if (auto items = json::fromText<std::vector<Item>>(text)) {
     StoredJournal journal;
     journal.items = *std::move(items);
     return journal;
@@ -122,13 +81,6 @@ StoredJournal readJournal(const Files& files, const LibraryPaths& paths) {
   return stored ? *std::move(stored) : StoredJournal();
 }
 
-NotedFile noted(const Files& files, const Path& path) {
-  NotedFile file{path.string()};
-  if (const auto status = files.status(path)) file.inode = std::to_string(status->inode);
-  file.identity = identifyFile(files, path);
-  return file;
-}
-
 /// Nothing when it is not there; fails when its disk does not answer.
 Result<std::optional<FileStatus>> find(const Files& files, const Path& path) {
   const auto status = files.status(path);
@@ -138,8 +90,8 @@ Result<std::optional<FileStatus>> find(const Files& files, const Path& path) {
 }
 
 /// Nothing also when its disk does not answer.
-NotedPlace placeSeen(const Files& files, const NotedFile& noted) {
-  return placeOf(files, noted).value_or(NotedPlace::nothing);
+NotedPlace placeSeen(const Files& files, const Path& path, const std::optional<FileMark>& mark) {
+  return placeOf(files, path, mark).value_or(NotedPlace::nothing);
 }
 
 }  // namespace
@@ -147,10 +99,9 @@ NotedPlace placeSeen(const Files& files, const NotedFile& noted) {
 std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths) {
   std::vector<Path> found;
   const StoredJournal journal = readJournal(files, paths);
-  for (const StoredItem& stored : journal.items) {
-    const Item& item = stored.item;
-    found.insert(found.end(), {Path(item.old.path), rewriteTemporary(item.old.path)});
-    if (stored.made) found.emplace_back(*stored.made);
+  for (const Item& item : journal.items) {
+    found.insert(found.end(), {Path(item.old), rewriteTemporary(item.old)});
+    if (item.made) found.emplace_back(*item.made);
     if (item.original) found.emplace_back(*item.original);
   }
   return found;
@@ -158,11 +109,10 @@ std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths)
 
 std::vector<Path> replacedFilesLeft(const Files& files, const LibraryPaths& paths) {
   std::vector<Path> found;
-  StoredJournal journal = readJournal(files, paths);
-  for (StoredLeft& stored : journal.left) {
-    const Left left = std::move(stored).toLeft();
-    const NotedPlace place = placeSeen(files, left.file);
-    if (place == NotedPlace::same || place == NotedPlace::alike) found.emplace_back(left.file.path);
+  const StoredJournal journal = readJournal(files, paths);
+  for (const Left& left : journal.left) {
+    const NotedPlace place = placeSeen(files, left.path, left.file);
+    if (place == NotedPlace::same || place == NotedPlace::alike) found.emplace_back(left.path);
   }
   return found;
 }
@@ -198,7 +148,7 @@ Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
                   "it isn't known yet what came of the change before, since its disk does not "
                   "answer");
   }
-  Item item{.id = id, .old = noted(files_, old)};
+  Item item{.id = id, .old = old.string(), .oldFile = markOf(files_, old)};
   // One that stands there already is not this rewrite's.
   if (original && !files_.status(*original)) item.original = original->string();
   items_.push_back(std::move(item));
@@ -210,9 +160,9 @@ Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
 Result<void> RewriteJournal::willMake(const std::string& id, const Path& made,
                                       const Path& temporary) {
   VT_TRY(files_.status(temporary));
-  NotedFile file = noted(files_, temporary);
-  file.path = made.string();
-  std::ranges::find(items_, id, &Item::id)->made = std::move(file);
+  Item& item = *std::ranges::find(items_, id, &Item::id);
+  item.made = made.string();
+  item.madeFile = markOf(files_, temporary);
   return write();
 }
 
@@ -224,13 +174,13 @@ Result<void> RewriteJournal::willReplace(const std::string& id, std::uint64_t by
 RewriteJournal::Ended RewriteJournal::end(const std::string& id, const EntryList& entries) {
   const auto found = std::ranges::find(items_, id, &Item::id);
   if (found == items_.end()) return {};
-  const std::string old = found->old.path;
+  const std::string old = found->old;
   clearUp({*found}, entries);
   items_.erase(found);
   if (const auto written = write(); !written) {
     logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
   }
-  const auto left = std::ranges::find(left_, old, [](const Left& one) { return one.file.path; });
+  const auto left = std::ranges::find(left_, old, &Left::path);
   return {left == left_.end() ? std::nullopt : std::optional(*left),
           std::ranges::find(unsettled_, id, &Item::id) != unsettled_.end()};
 }
@@ -251,8 +201,8 @@ void RewriteJournal::recover(const EntryList& entries) {
 void RewriteJournal::learn(std::string_view journal) {
   auto stored = fromStored(journal);
   if (!stored) return;
-  for (StoredItem& one : stored->items) unsettled_.push_back(std::move(one).toItem());
-  for (StoredLeft& one : stored->left) left_.push_back(std::move(one).toLeft());
+  std::ranges::move(stored->items, std::back_inserter(unsettled_));
+  std::ranges::move(stored->left, std::back_inserter(left_));
   doubtful_.names = std::move(stored->doubtful);
   extra_ = std::move(stored->extra);
 }
@@ -261,18 +211,15 @@ Result<void> RewriteJournal::write() {
   VT_TRY(setAsideUnreadableJournal(files_, paths_.rewrites(), isReadable));
   if (items_.empty() && unsettled_.empty() && left_.empty() && doubtful_.isEmpty())
     return removeJournalFile(files_, paths_.rewrites());
-  StoredJournal stored;
-  for (const Item& item : items_) stored.items.emplace_back(item);
-  for (const Item& item : unsettled_) stored.items.emplace_back(item);
-  for (const Left& left : left_) stored.left.emplace_back(left);
-  stored.doubtful = doubtful_.names;
-  stored.extra = extra_;
+  StoredJournal stored{
+      .items = items_, .left = left_, .doubtful = doubtful_.names, .extra = extra_};
+  std::ranges::copy(unsettled_, std::back_inserter(stored.items));
   return files_.replace(paths_.rewrites(), json::toText(stored), Privacy::ownerOnly);
 }
 
 /// The file was changed in place and its entry was not: the picture before is the one it tells of.
 Result<void> RewriteJournal::putBack(const Item& item) {
-  const Path old = item.old.path;
+  const Path old = item.old;
   const Path temporary = rewriteTemporary(old);
   const auto put = [&]() -> Result<void> {
     // Once it is gone, the removal before has been made.
@@ -317,22 +264,19 @@ Result<void> RewriteJournal::remove(const Path& path) {
   return removed;
 }
 
-void RewriteJournal::leave(const NotedFile& file, const std::optional<NotedFile>& other,
-                           std::string reason) {
-  NotedFile left = file;
-  if (!left.identity) left.identity = identifyFile(files_, left.path);
-  if (!left.identity) return;
-  std::erase_if(left_, [&](const Left& one) { return one.file.path == left.path; });
-  left_.push_back({.file = std::move(left), .other = other, .reason = std::move(reason)});
+void RewriteJournal::leave(Left left) {
+  std::erase_if(left_, [&](const Left& one) { return one.path == left.path; });
+  left_.push_back(std::move(left));
 }
 
 void RewriteJournal::retryLeft(KnownFiles& named) {
   std::erase_if(left_, [&](const Left& left) {
-    if (named.hasName(left.file.path)) return true;
-    const auto place = placeOf(files_, left.file);
+    if (named.hasName(left.path)) return true;
+    const auto place = placeOf(files_, left.path, left.file);
     if (!place) return false;
-    const NotedPlace other = left.other ? placeSeen(files_, *left.other) : NotedPlace::nothing;
-    if (isCertain(*place, other)) return remove(left.file.path).has_value();
+    const NotedPlace other =
+        left.other ? placeSeen(files_, *left.other, left.otherFile) : NotedPlace::nothing;
+    if (isCertain(*place, other)) return remove(left.path).has_value();
     return *place != NotedPlace::alike;
   });
 }
@@ -346,10 +290,10 @@ void RewriteJournal::clearUp(std::vector<Item> items, const EntryList& entries) 
   doubtful_.settle(files_, clock_.now());
   std::ranges::move(std::exchange(unsettled_, {}), std::back_inserter(items));
   std::vector<std::string> asked;
-  for (const Left& left : left_) asked.push_back(left.file.path);
+  for (const Left& left : left_) asked.push_back(left.path);
   for (const Item& item : items) {
-    asked.push_back(item.old.path);
-    if (item.made) asked.push_back(item.made->path);
+    asked.push_back(item.old);
+    if (item.made) asked.push_back(*item.made);
     if (item.original) asked.push_back(*item.original);
   }
   Named named{filesCalledLike(files_, entries, asked), {}};
@@ -364,27 +308,29 @@ void RewriteJournal::clearUp(std::vector<Item> items, const EntryList& entries) 
 /// make is made of them, and comes to nothing without.
 Result<void> RewriteJournal::clearUp(const Item& item, Named& named) {
   constexpr const char* inDoubt = "it isn't certain that it is the one that was made";
-  VT_TRY(clearHalf(rewriteTemporary(item.old.path)));
-  VT_TRY(clearHalf(stagingOf(item.old.path)));
-  const NotedPlace old = VT_TRY(placeOf(files_, item.old));
-  const NotedPlace made = item.made ? VT_TRY(placeOf(files_, *item.made)) : NotedPlace::nothing;
-  if (item.made && !named.files.hasName(item.made->path)) {
+  VT_TRY(clearHalf(rewriteTemporary(item.old)));
+  VT_TRY(clearHalf(stagingOf(item.old)));
+  const NotedPlace old = VT_TRY(placeOf(files_, item.old, item.oldFile));
+  const NotedPlace made =
+      item.made ? VT_TRY(placeOf(files_, *item.made, item.madeFile)) : NotedPlace::nothing;
+  if (item.made && !named.files.hasName(*item.made)) {
     if (isCertain(made, old)) {
-      VT_TRY(clear(item.made->path));
+      VT_TRY(clear(*item.made));
     } else if (made == NotedPlace::alike) {
-      leave(*item.made, item.old, inDoubt);
+      leave({*item.made, *item.madeFile, item.old, item.oldFile, inDoubt});
     }
   }
   const auto path = named.pathOf.find(item.id);
   // What came between the original and the new file is needed until the entry names that one.
-  const bool isReplaced =
-      path != named.pathOf.end() && item.made && path->second == item.made->path;
-  if (isReplaced && !named.files.hasName(item.old.path)) {
+  const bool isReplaced = path != named.pathOf.end() && item.made && path->second == *item.made;
+  if (isReplaced && !named.files.hasName(item.old)) {
     if (isCertain(old, made)) {
-      const auto removed = remove(item.old.path);
-      if (!removed) leave(item.old, item.made, removed.error().reason);
+      const auto removed = remove(item.old);
+      if (!removed) {
+        leave({item.old, *item.oldFile, item.made, item.madeFile, removed.error().reason});
+      }
     } else if (old == NotedPlace::alike) {
-      leave(item.old, item.made, inDoubt);
+      leave({item.old, *item.oldFile, item.made, item.madeFile, inDoubt});
     }
   }
   if (!item.original) return {};
@@ -397,11 +343,10 @@ Result<void> RewriteJournal::clearOriginal(const Item& item, NotedPlace old, Nam
   if (named.files.hasName(*item.original) || !VT_TRY(find(files_, *item.original))) return {};
   if (old == NotedPlace::same || old == NotedPlace::alike) return clear(*item.original);
   const auto path = named.pathOf.find(item.id);
-  if (path == named.pathOf.end() || path->second != item.old.path) return {};
+  if (path == named.pathOf.end() || path->second != item.old) return {};
   // What somebody else wrote there meanwhile is nowhere else.
-  const auto now = VT_TRY(find(files_, item.old.path));
-  const bool isTheirs =
-      now && item.old.identity && static_cast<std::int64_t>(now->size) != item.newSize;
+  const auto now = VT_TRY(find(files_, item.old));
+  const bool isTheirs = now && item.oldFile && static_cast<std::int64_t>(now->size) != item.newSize;
   if (isTheirs) return {};
   const auto put = putBack(item);
   if (!put) return isUnanswered(put.error()) ? put : Result<void>();

@@ -9,7 +9,7 @@
 #include "library/doubtful_names.hpp"
 #include "library/known_files.hpp"
 #include "library/library_paths.hpp"
-#include "library/noted_file.hpp"
+#include "library/noted_place.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/clock.hpp"
 #include "platform/files.hpp"
@@ -25,10 +25,12 @@ class RewriteJournal {
 
   struct Item {
     std::string id;
-    NotedFile old;  ///< the entry's file before
+    std::string old;  ///< the entry's file before
+    std::optional<FileMark> oldFile{};
 
     /// A new file beside it, noted before it gets this name.
-    std::optional<NotedFile> made{};
+    std::optional<std::string> made{};
+    std::optional<FileMark> madeFile{};
 
     /// What is about to be put in the old file's place, in bytes.
     std::optional<std::int64_t> newSize{};
@@ -36,6 +38,9 @@ class RewriteJournal {
     /// Where the old file is kept, in the library's own folder.
     std::optional<std::string> original{};
     json::Object extra{};
+
+    template <class V, class S>
+    static void describe(V& v, S& item);
   };
 
   /// Clears up after earlier rewrites whose disk did not answer then. To be called before `begin`.
@@ -57,12 +62,17 @@ class RewriteJournal {
   /// certainly the one. That is tried again whenever the journal is; until then it is nobody's new
   /// capture.
   struct Left {
-    NotedFile file;  ///< what was changed since stays
+    std::string path;
+    FileMark file;  ///< what was changed since stays
 
     /// The other of the two, by which a disk is known that numbers its files anew.
-    std::optional<NotedFile> other{};
+    std::optional<std::string> other{};
+    std::optional<FileMark> otherFile{};
     std::string reason{};
     json::Object extra{};
+
+    template <class V, class S>
+    static void describe(V& v, S& left);
   };
 
   struct Ended {
@@ -86,7 +96,7 @@ class RewriteJournal {
   struct Named;
   [[nodiscard]] Result<void> clearUp(const Item& item, Named& named);
   [[nodiscard]] Result<void> clearOriginal(const Item& item, NotedPlace old, Named& named);
-  void leave(const NotedFile& file, const std::optional<NotedFile>& other, std::string reason);
+  void leave(Left left);
   [[nodiscard]] Result<void> clearHalf(const Path& path);
   [[nodiscard]] Result<void> clear(const Path& path);
   [[nodiscard]] Result<void> remove(const Path& path);
@@ -102,6 +112,9 @@ class RewriteJournal {
   json::Object extra_;
   bool knowsEarlier_ = false;  // what an earlier run has left, too
 };
+
+VT_JSON_RECORD_DECLARATION(RewriteJournal::Item);
+VT_JSON_RECORD_DECLARATION(RewriteJournal::Left);
 
 /// The files that rewrites under way need, as the journal on disk has them. Blocks; any thread.
 [[nodiscard]] std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths);

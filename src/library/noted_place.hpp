@@ -1,20 +1,12 @@
 #pragma once
 
 #include <optional>
-#include <string>
 
 #include "base/result.hpp"
-#include "library/records/file_identity.hpp"
+#include "platform/file_mark.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
-
-/// A file that a journal names, with what it was when it was noted.
-struct NotedFile {
-  std::string path;
-  std::optional<std::string> inode{};  ///< all that earlier builds noted
-  std::optional<FileIdentity> identity{};
-};
 
 /// What the name of a noted file leads to.
 enum class NotedPlace {
@@ -25,8 +17,13 @@ enum class NotedPlace {
   same,
 };
 
-/// Fails when its disk does not answer. Blocks; any thread.
-[[nodiscard]] Result<NotedPlace> placeOf(const Files& files, const NotedFile& noted);
+/// For the journal, with its disk; nothing when it is not there. Blocks; any thread.
+[[nodiscard]] std::optional<FileMark> markOf(const Files& files, const Path& path);
+
+/// What is at `path`, where a file with this mark was noted, if it could be. Fails when its disk
+/// does not answer. Blocks; any thread.
+[[nodiscard]] Result<NotedPlace> placeOf(const Files& files, const Path& path,
+                                         const std::optional<FileMark>& mark);
 
 /// Whether the file in this place is certainly the noted one. `other` is the place of another file
 /// that was noted at the same time on the same disk: when that has a new number, so have all.
