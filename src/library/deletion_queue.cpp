@@ -61,10 +61,7 @@ void DeletionQueue::endLater(Operation answer) {
 
 void DeletionQueue::settle(Operation done) {
   enqueue([this, done = std::move(done)]() mutable {
-    services_.work->post(
-        [main = services_.main, reply = lifetime_.guard([this, done = std::move(done)]() mutable {
-          end(std::move(done));
-        })]() mutable { main->post(std::move(reply)); });
+    onWork([] {}, [this, done = std::move(done)]() mutable { end(std::move(done)); });
   });
 }
 

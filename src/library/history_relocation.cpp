@@ -122,31 +122,24 @@ void HistoryRelocation::startNext() {
 void HistoryRelocation::findFiles() {
   std::vector<std::string> ids;
   for (const EntryPointer& entry : services_.store.entries()) ids.push_back(entry->id);
-  services_.work->post([&files = services_.files, before = LookBeforeUse(services_.store, ids),
-                        main = services_.main,
-                        reply = lifetime_.guard([this](const FileLook& look) {
-                          AdoptedLook adopted = adoptLook(services_.store, look);
-                          run_->unsettled = std::move(adopted.unsettled);
-                          if (look.renamed.empty()) return plan();
-                          services_.store.flush(lifetime_.guard([this](const Result<void>& saved) {
-                            if (saved) return plan();
-                            run_->outcome.indexNotSaved = saved.error().reason;
-                            finish();
-                          }));
-                        })]() mutable {
-    main->post([look = before.look(files), reply = std::move(reply)]() mutable { reply(look); });
-  });
+  onWork([&files = services_.files,
+          before = LookBeforeUse(services_.store, ids)] { return before.look(files); },
+         [this](const FileLook& look) {
+           AdoptedLook adopted = adoptLook(services_.store, look);
+           run_->unsettled = std::move(adopted.unsettled);
+           if (look.renamed.empty()) return plan();
+           services_.store.flush(lifetime_.guard([this](const Result<void>& saved) {
+             if (saved) return plan();
+             run_->outcome.indexNotSaved = saved.error().reason;
+             finish();
+           }));
+         });
 }
 
 void HistoryRelocation::plan() {
-  services_.work->post([mover = run_->mover, entries = services_.store.entries(),
-                        target = run_->request.target, main = services_.main,
-                        reply = lifetime_.guard([this](RelocationMover::Plan& plan) {
-                          planned(std::move(plan));
-                        })]() mutable {
-    main->post(
-        [plan = mover->plan(entries, target), reply = std::move(reply)]() mutable { reply(plan); });
-  });
+  onWork([mover = run_->mover, entries = services_.store.entries(),
+          target = run_->request.target] { return mover->plan(entries, target); },
+         [this](RelocationMover::Plan plan) { planned(std::move(plan)); });
 }
 
 void HistoryRelocation::planned(RelocationMover::Plan plan) {
@@ -205,15 +198,9 @@ void HistoryRelocation::nextBatch() {
     moving = [progress = run_->request.progress, tried = run_->tried,
               total = run_->plan.oldPaths.size()] { progress(++*tried, total); };
   }
-  services_.work->post([mover = run_->mover, flag = run_->request.flag, pairs = claimBatch(),
-                        moving = std::move(moving), main = services_.main,
-                        reply = lifetime_.guard([this](RelocationMover::Batch& batch) {
-                          landed(std::move(batch));
-                        })]() mutable {
-    main->post([batch = mover->move(pairs, *flag, moving), reply = std::move(reply)]() mutable {
-      reply(batch);
-    });
-  });
+  onWork([mover = run_->mover, flag = run_->request.flag, pairs = claimBatch(),
+          moving = std::move(moving)] { return mover->move(pairs, *flag, moving); },
+         [this](RelocationMover::Batch batch) { landed(std::move(batch)); });
 }
 
 void HistoryRelocation::landed(RelocationMover::Batch batch) {
@@ -225,28 +212,19 @@ void HistoryRelocation::landed(RelocationMover::Batch batch) {
   }
   for (const auto& [pair, reason] : batch.failures) run_->fail(pair, reason);
   adopt(places);
-  services_.store.flush(
-      lifetime_.guard([this, batch = std::move(batch)](const Result<void>& saved) mutable {
-        if (!saved) {
-          run_->outcome.indexNotSaved =
-              services_.store.indexSaveFailure().value_or(saved.error().reason);
-          return finish();
-        }
-        claims_.clear();
-        services_.work->post(
-            [mover = run_->mover, moved = std::move(batch.moved),
-             dropped = std::exchange(run_->dropped, {}), main = services_.main,
-             reply = lifetime_.guard([this](const std::vector<RelocationMover::Moved>& stayed) {
-               takeBack(stayed);
-             })]() mutable {
-              auto stayed = mover->retire(moved, dropped);
-              if (stayed.empty()) return;
-              main->post([stayed = std::move(stayed), reply = std::move(reply)]() mutable {
-                reply(stayed);
-              });
-            });
-        nextBatch();
-      }));
+  services_.store.flush(lifetime_.guard([this, batch = std::move(batch)](
+                                            const Result<void>& saved) mutable {
+    if (!saved) {
+      run_->outcome.indexNotSaved =
+          services_.store.indexSaveFailure().value_or(saved.error().reason);
+      return finish();
+    }
+    claims_.clear();
+    onWork([mover = run_->mover, moved = std::move(batch.moved),
+            dropped = std::exchange(run_->dropped, {})] { return mover->retire(moved, dropped); },
+           [this](const std::vector<RelocationMover::Moved>& stayed) { takeBack(stayed); });
+    nextBatch();
+  }));
 }
 
 /// The new folder went away after the index had named it: the originals are there still, and serve
@@ -290,16 +268,16 @@ void HistoryRelocation::finish() {
   claims_.clear();
   run_->outcome.stoppedForQuit = run_->request.flag->turnedAway;
   // The last batch may still be on its way out of the journal.
-  services_.work->post([mover = run_->mover, isPlanned = run_->isPlanned, main = services_.main,
-                        reply = lifetime_.guard([this](const RelocationMover::Remains& remains) {
-                          run_->outcome.copiesLeft = remains.files;
-                          run_->outcome.reasonOfCopiesLeft = remains.reason;
-                          hasUnanswered_ |= remains.hasUnanswered;
-                          finishSaved();
-                        })]() mutable {
-    main->post([remains = isPlanned ? mover->end() : RelocationMover::Remains(),
-                reply = std::move(reply)]() mutable { reply(remains); });
-  });
+  onWork(
+      [mover = run_->mover, isPlanned = run_->isPlanned] {
+        return isPlanned ? mover->end() : RelocationMover::Remains();
+      },
+      [this](const RelocationMover::Remains& remains) {
+        run_->outcome.copiesLeft = remains.files;
+        run_->outcome.reasonOfCopiesLeft = remains.reason;
+        hasUnanswered_ |= remains.hasUnanswered;
+        finishSaved();
+      });
 }
 
 void HistoryRelocation::finishSaved() {
@@ -332,37 +310,36 @@ void HistoryRelocation::endRecovery(std::move_only_function<void()> done) {
 void HistoryRelocation::recover(std::move_only_function<void()> done) {
   if (!services_.store.indexWasReadFromDisk() || services_.store.indexRefusal()) return done();
   isRecovering_ = true;
-  services_.work->post(
+  struct Found {
+    std::optional<RelocationJournal> journal{};
+    RelocationJournal::Resolution resolution{};
+    NewPlaces places{};
+    bool hasDoubtful = false;
+  };
+  onWork(
       [&files = services_.files, paths = services_.store.paths(), now = services_.clock.now(),
-       main = services_.main, named = pathsOf(services_.store.entries()),
-       reply = lifetime_.guard(
-           [this, done = std::move(done)](std::optional<RelocationJournal>& journal,
-                                          RelocationJournal::Resolution& found,
-                                          const NewPlaces& places, bool hasDoubtful) mutable {
-             hasUnanswered_ = (hasUnanswered_ && !found.undecided.empty()) || hasDoubtful;
-             if (!journal) return endRecovery(std::move(done));
-             adopt(places);
-             replay(*std::move(journal), std::move(found), std::move(done));
-           })]() mutable {
+       named = pathsOf(services_.store.entries())] {
+        Found found;
         auto read = RelocationJournal::read(files, paths);
-        std::optional<RelocationJournal> journal;
-        RelocationJournal::Resolution resolution;
         if (auto* const readable = std::get_if<RelocationJournal>(&read)) {
           readable->removeTemporaries(files);
-          resolution = readable->resolve(files, named);
-          journal = std::move(*readable);
+          found.resolution = readable->resolve(files, named);
+          found.journal = std::move(*readable);
         } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
           logError(historyLog, "the relocation journal could not be read: {}", bad->reason);
         }
-        NewPlaces places;
-        for (const auto& [oldPath, newPath] : resolution.moved) {
-          places.emplace(oldPath, NewPlace{newPath, identifyFile(files, newPath)});
+        for (const auto& [oldPath, newPath] : found.resolution.moved) {
+          found.places.emplace(oldPath, NewPlace{newPath, identifyFile(files, newPath)});
         }
-        const bool hasDoubtful = settleDoubtful(files, paths, now);
-        main->post([journal = std::move(journal), resolution = std::move(resolution),
-                    places = std::move(places), hasDoubtful, reply = std::move(reply)]() mutable {
-          reply(journal, resolution, places, hasDoubtful);
-        });
+        found.hasDoubtful = settleDoubtful(files, paths, now);
+        return found;
+      },
+      [this, done = std::move(done)](Found found) mutable {
+        hasUnanswered_ =
+            (hasUnanswered_ && !found.resolution.undecided.empty()) || found.hasDoubtful;
+        if (!found.journal) return endRecovery(std::move(done));
+        adopt(found.places);
+        replay(*std::move(found.journal), std::move(found.resolution), std::move(done));
       });
 }
 
@@ -373,16 +350,14 @@ void HistoryRelocation::replay(RelocationJournal journal, RelocationJournal::Res
                        done = std::move(done)](const Result<void>& saved) mutable {
         // Without the index on disk the journal is all that knows where the files are.
         if (!saved) return endRecovery(std::move(done));
-        services_.work->post(
-            [&files = services_.files, paths = services_.store.paths(), main = services_.main,
-             journal = std::move(journal), resolution = std::move(resolution),
-             reply = lifetime_.guard([this, done = std::move(done)](bool hasDoubtful) mutable {
-               hasUnanswered_ |= hasDoubtful;
-               endRecovery(std::move(done));
-             })]() mutable {
-              const bool hasDoubtful =
-                  close(files, paths, std::move(journal), std::move(resolution));
-              main->post([hasDoubtful, reply = std::move(reply)]() mutable { reply(hasDoubtful); });
+        onWork(
+            [&files = services_.files, paths = services_.store.paths(),
+             journal = std::move(journal), resolution = std::move(resolution)]() mutable {
+              return close(files, paths, std::move(journal), std::move(resolution));
+            },
+            [this, done = std::move(done)](bool hasDoubtful) mutable {
+              hasUnanswered_ |= hasDoubtful;
+              endRecovery(std::move(done));
             });
       }));
 }

@@ -7,9 +7,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/lifetime.hpp"
+#include "base/round_trip.hpp"
 #include "base/task_runner.hpp"
 #include "library/history_store.hpp"
 #include "library/relocation_journal.hpp"
@@ -87,6 +89,12 @@ class HistoryRelocation {
     bool hasLooked = false;  ///< at what an earlier move is not known to have moved
   };
   struct Run;
+
+  /// Calls `job` where it may block, and then `then` here with what came of it.
+  template <class Job, class Then>
+  void onWork(Job job, Then then) {
+    roundTrip(*services_.work, services_.main, std::move(job), lifetime_.guard(std::move(then)));
+  }
 
   void startNext();
   void endRecovery(std::move_only_function<void()> done);
