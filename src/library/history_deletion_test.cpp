@@ -210,12 +210,19 @@ TEST_F(HistoryDeletionTest, TheNextRunMayUndoForTheRestOfTheEightSeconds) {
 }
 
 TEST_F(HistoryDeletionTest, UndoCopesWithWhatHappenedMeanwhile) {
-  trashed({"a", "b", "c"});
+  add("covered", [this](ScreenshotEntry& entry) {
+    entry.originalPath = "/captures/uncovered.png";
+    files.put(*entry.originalPath, "uncovered");
+  });
+  trashed({"a", "b", "c", "covered"});
   files.disk.erase("/Trash/1-a.png");  // emptied by somebody
+  files.disk.erase("/Trash/4-covered.png");
   files.put("/captures/b.png", "another picture");
   const UndoOutcome outcome = undone();
-  ASSERT_EQ(outcome.failures.size(), 1U);
+  ASSERT_EQ(outcome.failures.size(), 2U);
   EXPECT_EQ(outcome.failures[0].reason, "the files are no longer in the Trash");
+  EXPECT_EQ(outcome.failures[1].reason, outcome.failures[0].reason);
+  EXPECT_EQ(files.text("/captures/uncovered.png"), "(missing)") << "not without its capture";
   EXPECT_EQ(ids(), "bcd");
   EXPECT_EQ(files.text("/captures/b.png"), "another picture");
   EXPECT_EQ(store.find("b")->path, "/captures/b 2.png");

@@ -284,7 +284,7 @@ HistoryTrash::Restored HistoryTrash::restore(const RemovedEntry& removed, Trash:
   if (restored.isUnanswered) return restored;
   if (!restored.isInTrash) (void)put(removed.trashedPNGURL, entry.path);
   if (restored.isUnanswered) return restored;
-  if (restored.isInTrash && hasOriginal) {
+  if (restored.failure && hasOriginal) {
     // Both or none. A disk that is silent may answer soon; one that is away may never be seen
     // again.
     if (isSilent(entry.path) || isSilent(*entry.originalPath)) {

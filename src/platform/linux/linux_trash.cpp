@@ -174,9 +174,19 @@ Result<std::optional<Path>> LinuxTrash::moveToTrash(const Path& path) {
   return failed(FailureKind::exists, "the Trash is full of files of that name");
 }
 
+/// A mount may show a name for a while after its file has gone, which an earlier attempt may have
+/// done: the file itself is asked then.
+Result<void> LinuxTrash::checkThere(const Path& trashed, Attempt attempt) const {
+  const FileStatus status = VT_TRY(files_.status(trashed));
+  if (attempt == Attempt::first || status.type != FileType::regular) return {};
+  const auto opened = files_.open(trashed);
+  const bool isThere = opened || opened.error().kind == FailureKind::denied;
+  return isThere ? Result<void>() : std::unexpected(opened.error());
+}
+
 Result<void> LinuxTrash::restore(const Path& trashed, const Path& to, Attempt attempt) {
   const bool isRepeated = attempt == Attempt::repeated;
-  if (const auto there = files_.status(trashed); !there) {
+  if (const auto there = checkThere(trashed, attempt); !there) {
     if (!isRepeated || there.error().kind != FailureKind::notFound) {
       return std::unexpected(there.error());
     }

@@ -37,6 +37,7 @@ class LinuxTrash final : public Trash {
   };
   [[nodiscard]] Result<void> makeOwn(const Path& folder);
   void touched(const Path& from, const Path& to);
+  [[nodiscard]] Result<void> checkThere(const Path& trashed, Attempt attempt) const;
   /// Whether a file has both names, in two folders; where each name has a number of its own (FUSE),
   /// whether there is nothing by which to tell them apart. Fails when their disk does not answer.
   [[nodiscard]] Result<bool> isOneFile(const Path& one, const Path& other) const;

@@ -165,6 +165,13 @@ TEST_F(LinuxTrashTest, AFileIsFoundBehindANameThatOnlySeemsToBeThere) {
   disks.shownAlthoughGone[path] = disks.disk[place];
   EXPECT_EQ(trash.find(path, FileMark::of(*disks.status(place))).value()->place, place);
   EXPECT_EQ(disks.text(place), "a");
+
+  // On the way back, by an attempt whose answer was lost.
+  disks.shownAlthoughGone = {{place, disks.disk[place]}};
+  disks.disk[path] = disks.disk[place];
+  disks.disk.erase(place);
+  EXPECT_TRUE(trash.restore(place, path, Trash::Attempt::repeated).has_value());
+  EXPECT_EQ(disks.text(path), "a");
 }
 
 // A server dies in the middle, and its disk is mounted with other numbers.
