@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -13,6 +14,7 @@
 #include "library/file_reach.hpp"
 #include "library/history_log.hpp"
 #include "library/look_adoption.hpp"
+#include "library/parked_captures.hpp"
 #include "library/relocation_journal.hpp"
 #include "library/relocation_leftovers.hpp"
 #include "library/unanswered_change.hpp"
@@ -33,6 +35,17 @@ std::unordered_set<std::string> pathsOf(const EntryList& entries) {
     forEachPath(*entry, [&](const std::string& path) { paths.insert(path); });
   }
   return paths;
+}
+
+/// A repair of a damaged index will ask where the files of its entries are.
+void keepForSalvage(const Files& files, const LibraryPaths& paths,
+                    RelocationJournal::Resolution& resolution) {
+  if (resolution.unnamed.empty()) return;
+  const auto awaited = pathsToSalvage(files, paths);
+  std::ranges::copy_if(resolution.unnamed, std::back_inserter(resolution.undecided),
+                       [&](const Pair& pair) {
+                         return awaited.contains(pair.oldPath) || awaited.contains(pair.newPath);
+                       });
 }
 
 }  // namespace
@@ -324,6 +337,7 @@ void HistoryRelocation::recover(std::move_only_function<void()> done) {
         if (auto* const readable = std::get_if<RelocationJournal>(&read)) {
           readable->removeTemporaries(files);
           found.resolution = readable->resolve(files, named);
+          keepForSalvage(files, paths, found.resolution);
           found.journal = std::move(*readable);
         } else if (const auto* const bad = std::get_if<RelocationJournal::Unreadable>(&read)) {
           logError(historyLog, "the relocation journal could not be read: {}", bad->reason);

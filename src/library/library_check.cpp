@@ -40,21 +40,32 @@ std::optional<CaptureMedium> mediumOf(const Path& path) {
 
 class Checker {
  public:
-  Checker(const Files& files, const LibraryScope& scope, const FileLook& look)
-      : files_(files), known_(files) {
+  Checker(const Files& files, const LibraryScope& scope, const LibraryFindings& findings)
+      : files_(files), known_(files), parked_(files) {
+    for (const EntryPointer& entry : findings.parked.found) parked_.add(entry->path);
     for (const std::string& path : scope.unreadPaths) known_.add(path);
     for (const EntryPointer& entry : scope.entries) {
       forEachPath(*entry, [this](const std::string& path) { known_.add(path); });
     }
-    for (const SeenFile& file : look.renamed) known_.add(file.path);
-    for (const Path& path : look.candidates) known_.add(path);
+    for (const SeenFile& file : findings.look.renamed) known_.add(file.path);
+    for (const Path& path : findings.look.candidates) known_.add(path);
   }
 
   /// What is under way now has a name, too. To be called before folders are listed, for what ends
-  /// meanwhile, and after it, for what begins.
+  /// meanwhile, and after it, for what begins. Moves and rewrites of captures that only a damaged
+  /// index knows have ended.
   void learnWorkUnderWay(const LibraryScope& scope) {
     const auto learn = [this](const Path& path) { known_.add(path); };
-    std::ranges::for_each(filesOfRewrites(files_, scope.paths), learn);
+    const auto learnUnlessParked = [this](const Path& path) {
+      if (parked_.hasName(path)) return;
+      // One that was cut short may have left two names of their file.
+      if (parked_.hasFile(path)) {
+        names_.insert(path);
+      } else {
+        known_.add(path);
+      }
+    };
+    std::ranges::for_each(filesOfRewrites(files_, scope.paths), learnUnlessParked);
     if (scope.filedPaths) std::ranges::for_each(scope.filedPaths(), learn);
     if (const auto undo = readPendingUndo(files_, scope.paths)) {
       for (const RemovedEntry& removed : undo->batch.items) forEachPath(*removed.entry, learn);
@@ -62,8 +73,8 @@ class Checker {
     const auto journal = RelocationJournal::read(files_, scope.paths);
     if (const auto* const moving = std::get_if<RelocationJournal>(&journal)) {
       for (const RelocationJournal::Pair& pair : moving->pairs) {
-        learn(pair.oldPath);
-        learn(pair.newPath);
+        learnUnlessParked(pair.oldPath);
+        learnUnlessParked(pair.newPath);
       }
     }
   }
@@ -90,14 +101,20 @@ class Checker {
     }
   }
 
-  [[nodiscard]] bool isKnown(const Path& path) { return known_.hasName(path); }
+  [[nodiscard]] bool isKnown(const Path& path) {
+    return known_.hasName(path) || names_.contains(path);
+  }
 
   /// Also when the file has another name beside one that is known, by a hard link.
-  [[nodiscard]] bool isKnownFile(const Path& path) { return known_.hasFile(path); }
+  [[nodiscard]] bool isKnownFile(const Path& path) {
+    return known_.hasFile(path) || names_.contains(path);
+  }
 
  private:
   const Files& files_;
   KnownFiles known_;
+  KnownFiles parked_;
+  std::set<Path> names_;  // known in this spelling alone
 };
 
 /// Where captures may lie, each folder under one of the names it has.
@@ -239,7 +256,7 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
     findings.look.wasStopped = true;
     return findings;
   }
-  Checker checker(files, scope, findings.look);
+  Checker checker(files, scope, findings);
   findings.replacedFilesLeft = replacedFilesLeft(files, scope.paths);
   std::erase_if(findings.replacedFilesLeft,
                 [&](const Path& path) { return checker.isKnown(path); });
@@ -306,7 +323,7 @@ void checkAgain(const Files& files, const LibraryScope& now, LibraryFindings& fi
   const std::array lists{&findings.filesWithoutEntry, &findings.originalsWithoutEntry,
                          &findings.originalsInDoubt};
   if (std::ranges::all_of(lists, [](const auto* list) { return list->empty(); })) return;
-  Checker checker(files, now, findings.look);
+  Checker checker(files, now, findings);
   checker.learnWorkUnderWay(now);
   for (auto* const list : lists) {
     std::erase_if(*list, [&](const Path& path) { return !files.status(path); });

@@ -32,24 +32,18 @@ using testing::Pair;
 using testing::UnorderedElementsAre;
 using Finding = VerifyReport::Finding;
 
-class LibraryRepairTest : public testing::Test, protected TestLibrary {
- protected:
-  LibraryRepairTest() {
-    files->folders.insert("/data");
+/// The program on a disk that may outlive it.
+struct Session : TestLibrary {
+  explicit Session(std::shared_ptr<FakeFiles> disk) : TestLibrary(std::move(disk)) {
     repair.whenStagingKnown = [this](const auto& known) {
       looked();
       known(staging);
     };
   }
 
-  void load(const std::string& index) {
-    files->put("/data/history.json", index);
+  void open() {
     library.open();
     runners.run();
-  }
-
-  static std::string indexOf(const std::string& entries) {
-    return R"({"version":4,"entries":[)" + entries + R"(],"collections":[]})";
   }
 
   /// `meanwhile` happens while the look is under way.
@@ -60,6 +54,42 @@ class LibraryRepairTest : public testing::Test, protected TestLibrary {
     runners.run();
     EXPECT_TRUE(answer.has_value());
     return answer.value_or(VerifyReport{});
+  }
+
+  /// By the paths of the library's captures.
+  std::vector<std::pair<std::string, std::optional<std::string>>> titles() {
+    std::vector<std::pair<std::string, std::optional<std::string>>> titles;
+    for (const EntryPointer& entry : store.entries())
+      titles.emplace_back(entry->path, entry->title);
+    return titles;
+  }
+
+  std::set<Path> staging;    // by this process
+  std::vector<Path> filing;  // by any
+  CheckProgress progress = [](std::size_t, std::size_t) { return true; };
+  std::function<void()> looked = [] {};  // told between the look and what comes of it
+  LibraryRepair repair{{.main = runners.main(),
+                        .work = runners.runner("work"),
+                        .files = files,
+                        .codec = std::make_shared<FakeImageCodec>(),
+                        .clock = clock(),
+                        .trash = &trash,
+                        .library = &library,
+                        .captureFolders = [] { return std::vector<Path>{"/captures"}; },
+                        .filedPaths = [this] { return filing; }}};
+};
+
+class LibraryRepairTest : public testing::Test, protected Session {
+ protected:
+  LibraryRepairTest() : Session(std::make_shared<FakeFiles>()) { files->folders.insert("/data"); }
+
+  void load(const std::string& index) {
+    files->put("/data/history.json", index);
+    open();
+  }
+
+  static std::string indexOf(const std::string& entries) {
+    return R"({"version":4,"entries":[)" + entries + R"(],"collections":[]})";
   }
 
   /// As large as `content` is long.
@@ -88,28 +118,7 @@ class LibraryRepairTest : public testing::Test, protected TestLibrary {
     files->disk.at(copy(name))->status.modified = time;
   }
 
-  /// By the paths of the library's captures.
-  std::vector<std::pair<std::string, std::optional<std::string>>> titles() {
-    std::vector<std::pair<std::string, std::optional<std::string>>> titles;
-    for (const EntryPointer& entry : store.entries())
-      titles.emplace_back(entry->path, entry->title);
-    return titles;
-  }
-
   QuietLog quiet;
-  std::set<Path> staging;    // by this process
-  std::vector<Path> filing;  // by any
-  CheckProgress progress = [](std::size_t, std::size_t) { return true; };
-  std::function<void()> looked = [] {};  // told between the look and what comes of it
-  LibraryRepair repair{{.main = runners.main(),
-                        .work = runners.runner("work"),
-                        .files = files,
-                        .codec = std::make_shared<FakeImageCodec>(),
-                        .clock = std::shared_ptr<const Clock>(&runners, [](const Clock*) {}),
-                        .trash = &trash,
-                        .library = &library,
-                        .captureFolders = [] { return std::vector<Path>{"/captures"}; },
-                        .filedPaths = [this] { return filing; }}};
 };
 
 TEST_F(LibraryRepairTest, RepairLeavesAloneWhatADamagedIndexMayHaveNamed) {
@@ -269,6 +278,114 @@ TEST_F(LibraryRepairTest, WhereAnEntryIsDamagedItsFileIsNamedAndItsOriginalIsNoC
   EXPECT_THAT(verify(true).findings, IsEmpty());
   EXPECT_THAT(titles(),
               UnorderedElementsAre(Pair("/captures/a.png", "whole"), Pair(shown, std::nullopt)));
+}
+
+// As a power cut does it, at any moment of the move.
+TEST_F(LibraryRepairTest, WhatWasMovingWhenTheIndexWasDamagedGetsItsEntryWhereItIs) {
+  struct PowerCut {};
+  for (const bool acrossDisks : {false, true}) {
+    bool isComplete = false;
+    for (int moment = 1; !isComplete && !HasFailure(); ++moment) {
+      SCOPED_TRACE(fmt::format("moment {}{}", moment, acrossDisks ? " across disks" : ""));
+      files->disk.clear();
+      files->folders = {"/", "/data", "/captures", "/new"};
+      if (acrossDisks) files->mounts = {"/new"};
+      ScreenshotEntry redacted =
+          capture("/captures/Screenshot 2026-03-01 at 14.05.09.jpg", "redacted");
+      redacted.originalPath = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+      files->put(*redacted.originalPath, picture("uncovered"));
+      const ScreenshotEntry plain =
+          capture("/captures/Screenshot 2026-03-01 at 14.05.10.png", "plain");
+      files->put("/data/history.json", indexOf(json::toText(redacted) + "," + json::toText(plain)));
+      try {
+        Session cut(files);
+        cut.open();
+        files->changes = 0;
+        files->beforeChange = [&](int change) {
+          if (change == moment) throw PowerCut();
+        };
+        cut.library.relocation().relocate({"/new", {"/captures"}}, {}, [](const auto&) {});
+        cut.runners.run();
+        isComplete = true;
+      } catch (const PowerCut&) {
+      }
+      files->beforeChange = nullptr;
+      const std::string text = files->text("/data/history.json");
+      files->put("/data/history.json", text.substr(0, text.size() - 1));
+      // The damage is put aside, and there is a new library by the time it is opened again.
+      for (const int second : {11, 12}) {
+        Session next(files);
+        next.open();
+        ASSERT_TRUE(
+            next.store
+                .add(capture(fmt::format("/captures/Screenshot 2026-03-01 at 14.05.{}.png", second),
+                             "new " + std::to_string(second)))
+                .has_value());
+        next.runners.advance(1s);
+      }
+      // The start after the repair has nothing more to wait for.
+      for (int start = 0; start < 2; ++start) {
+        Session repairing(files);
+        repairing.open();
+        (void)repairing.verify(true);
+      }
+      Session last(files);
+      last.open();
+      EXPECT_THAT(last.verify(true).findings, IsEmpty());
+      std::set<std::string> shown;
+      for (const auto& [path, title] : last.titles()) {
+        shown.insert(title.value_or("none"));
+        EXPECT_EQ(files->text(path), picture(title.value_or("none")));
+      }
+      EXPECT_THAT(shown, ElementsAre("new 11", "new 12", "plain", "redacted"));
+      EXPECT_EQ(last.store.entries().size(), 4U);
+      EXPECT_EQ(files->names("/captures").size() + files->names("/new").size(), 5U);
+      const EntryPointer covered = last.store.find("redacted");
+      EXPECT_TRUE(covered && files->text(*covered->originalPath) == picture("uncovered"));
+    }
+  }
+}
+
+TEST_F(LibraryRepairTest, WhatWasRewrittenWhenTheIndexWasDamagedIsKeptForTheRepair) {
+  const std::string old = "/captures/Screenshot 2026-03-01 at 14.05.09.png";
+  const std::string made = "/captures/Screenshot 2026-03-01 at 14.05.09.jpg";
+  load(indexOf(""));
+  for (const std::string& known : {old, made}) {
+    const ScreenshotEntry entry = capture(known, "mine");
+    files->put(known == old ? made : old, picture("mine"));
+    RewriteJournal cut(*files, library.paths(), runners);
+    ASSERT_TRUE(cut.begin("mine", old, std::nullopt).has_value());
+    ASSERT_TRUE(cut.willMake("mine", made, made).has_value());
+    park("1", 1, {entry});
+    RewriteJournal(*files, library.paths(), runners).recover(store.entries());
+    (void)verify(true);
+    EXPECT_THAT(titles(), ElementsAre(Pair(known, "mine")));
+    RewriteJournal(*files, library.paths(), runners).recover(store.entries());
+    EXPECT_THAT(files->names("/captures"), ElementsAre(Path(known).filename().string()));
+    EXPECT_THAT(verify(true).findings, IsEmpty());
+    store.removeEntries({"mine"});
+  }
+  // In place: the picture before comes back to the entry that tells of it.
+  const Path original = "/data/Originals/mine.png";
+  files->folders.insert("/data/Originals");
+  files->disk.erase(made);
+  for (const bool isReplaced : {false, true}) {
+    const ScreenshotEntry entry = capture(old, "mine");
+    RewriteJournal cut(*files, library.paths(), runners);
+    ASSERT_TRUE(cut.begin("mine", old, original).has_value());
+    ASSERT_TRUE(files->linkNew(old, original).has_value());
+    ASSERT_TRUE(cut.willReplace("mine", picture("me").size()).has_value());
+    if (isReplaced) files->disk.erase(old);
+    if (isReplaced) files->put(old, picture("me"));
+    park("2", 2, {entry});
+    RewriteJournal(*files, library.paths(), runners).recover(store.entries());
+    (void)verify(true);
+    EXPECT_THAT(titles(), ElementsAre(Pair(old, "mine")));
+    RewriteJournal(*files, library.paths(), runners).recover(store.entries());
+    EXPECT_EQ(files->text(old), picture("mine"));
+    EXPECT_THAT(verify(true).findings, IsEmpty());
+    store.removeEntries({"mine"});
+  }
 }
 
 TEST_F(LibraryRepairTest, WhatTheLibraryHasIsNotFiledAgainFromADamagedIndex) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <map>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -10,9 +11,12 @@
 
 #include "library/entry_paths.hpp"
 #include "library/file_numbers.hpp"
+#include "library/file_reach.hpp"
 #include "library/history_index_file.hpp"
 #include "library/index_salvage.hpp"
 #include "library/parked_index.hpp"
+#include "library/relocation_journal.hpp"
+#include "library/rewrite_journal.hpp"
 
 namespace vantorel {
 namespace {
@@ -115,6 +119,40 @@ ParkedCaptureLook::ParkedCaptureLook(const Files& files, const LibraryPaths& pat
     }
     isNewest = false;
   }
+  takeChanged();
+}
+
+void ParkedCaptureLook::takeChanged() {
+  std::map<std::string, std::string> places;
+  const auto read = RelocationJournal::read(files_, paths_);
+  if (const auto* const journal = std::get_if<RelocationJournal>(&read)) {
+    std::unordered_set<std::string> named(captures.belongings.begin(), captures.belongings.end());
+    for (const EntryPointer& entry : parked_) named.insert(entry->path);
+    places = journal->resolve(files_, named).moved;
+  }
+  for (const std::string& path : std::vector(captures.belongings)) {
+    if (const auto found = places.find(path); found != places.end()) {
+      captures.belongings.push_back(found->second);
+    }
+  }
+  const std::set<Path> replaced = filesReplacedInPlace(files_, paths_);
+  for (EntryPointer& entry : parked_) {
+    ScreenshotEntry changed = *entry;
+    forEachPath(changed, [&](std::string& path) {
+      if (const auto found = places.find(path); found != places.end()) path = found->second;
+    });
+    const bool isReplaced = replaced.contains(entry->path);
+    if (changed == *entry && !isReplaced) continue;
+    if (isReplaced || changed.path != entry->path) {
+      changed.fileIdentity = identifyFile(files_, changed.path);
+    }
+    if (changed.originalPath != entry->originalPath) {
+      changed.originalIdentity = identifyFile(files_, *changed.originalPath);
+    }
+    const bool isOlder = older_.erase(entry) > 0;
+    entry = std::make_shared<const ScreenshotEntry>(std::move(changed));
+    if (isOlder) older_.insert(entry);
+  }
 }
 
 FileLook ParkedCaptureLook::look(const std::vector<std::string>& unreadPaths,
@@ -167,6 +205,21 @@ void ParkedCaptureLook::takeParked(FileLook& look) {
     if (older_.contains(entry)) captures.ofOlderCopies.insert(known->path);
     (away.contains(entry) ? captures.outOfReach : captures.found).push_back(std::move(known));
   }
+}
+
+std::unordered_set<std::string> pathsToSalvage(const Files& files, const LibraryPaths& paths) {
+  std::unordered_set<std::string> named;
+  for (const Path& copy : damagedCopies(files, paths)) {
+    if (isSalvagedIndex(copy.filename().string())) continue;
+    const SalvagedIndex index = readCopy(files, copy);
+    if (index.entries.empty()) continue;
+    for (const EntryPointer& entry : index.entries) {
+      forEachPath(*entry, [&](const std::string& path) { named.insert(path); });
+    }
+    named.insert(index.paths.begin(), index.paths.end());
+    named.insert(index.originalPaths.begin(), index.originalPaths.end());
+  }
+  return named;
 }
 
 }  // namespace vantorel

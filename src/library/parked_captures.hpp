@@ -2,6 +2,7 @@
 
 #include <set>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "library/file_look.hpp"
@@ -49,6 +50,9 @@ class ParkedCaptureLook {
   ParkedCaptures captures;
 
  private:
+  /// What a move or a rewrite made of their files and was cut short before the index said so.
+  void takeChanged();
+
   /// Moves what is said of parked captures to `captures`.
   void takeParked(FileLook& look);
 
@@ -58,5 +62,10 @@ class ParkedCaptureLook {
   EntryList parked_;
   std::set<EntryPointer> older_;  // of them, those that the newest copy does not have
 };
+
+/// What the damaged copies call a capture's file, as long as a repair can read entries in them: it
+/// will ask the journals where these went. Blocks; any thread.
+[[nodiscard]] std::unordered_set<std::string> pathsToSalvage(const Files& files,
+                                                             const LibraryPaths& paths);
 
 }  // namespace vantorel

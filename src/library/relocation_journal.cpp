@@ -281,7 +281,10 @@ RelocationJournal::Resolution RelocationJournal::resolve(
   for (const Pair& pair : pairs) {
     const bool hasLanded = named.contains(pair.newPath);
     const bool isAwaited = named.contains(pair.oldPath);
-    if (!hasLanded && !isAwaited) continue;
+    if (!hasLanded && !isAwaited) {
+      resolution.unnamed.push_back(pair);
+      continue;
+    }
     if (hasLanded && isAwaited) {
       resolution.unmoved.push_back(pair.oldPath);
       continue;

@@ -76,6 +76,7 @@ struct RelocationJournal {
     std::vector<std::string> surplus;  ///< originals to be removed once the index names the copies
     std::vector<Pair> inDoubt;         ///< of which those that stay are not certain to be originals
     std::vector<Pair> undecided;       ///< a disk is away that would tell
+    std::vector<Pair> unnamed;         ///< of no entry
     std::vector<std::string> unmoved;  ///< old paths of files that are still there
   };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "base/json_record.hpp"
@@ -12,6 +13,7 @@
 #include "base/path_text.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
+#include "library/parked_captures.hpp"
 #include "library/unanswered_change.hpp"
 
 namespace vantorel {
@@ -103,6 +105,17 @@ std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths)
     found.insert(found.end(), {Path(item.old), rewriteTemporary(item.old)});
     if (item.made) found.emplace_back(*item.made);
     if (item.original) found.emplace_back(*item.original);
+  }
+  return found;
+}
+
+std::set<Path> filesReplacedInPlace(const Files& files, const LibraryPaths& paths) {
+  std::set<Path> found;
+  for (const Item& item : readJournal(files, paths).items) {
+    const auto status = item.newSize ? files.status(item.old) : Result<FileStatus>(FileStatus());
+    if (item.newSize && status && static_cast<std::int64_t>(status->size) == *item.newSize) {
+      found.insert(item.old);
+    }
   }
   return found;
 }
@@ -299,8 +312,14 @@ void RewriteJournal::clearUp(std::vector<Item> items, const EntryList& entries) 
   Named named{filesCalledLike(files_, entries, asked), {}};
   for (const EntryPointer& entry : entries) named.pathOf.emplace(entry->id, entry->path);
   retryLeft(named.files);
+  const auto isNamed = [&](const Item& item) { return named.pathOf.contains(item.id); };
+  std::unordered_set<std::string> awaited;
+  if (!std::ranges::all_of(items, isNamed)) awaited = pathsToSalvage(files_, paths_);
   for (Item& item : items) {
-    if (!clearUp(item, named)) unsettled_.push_back(std::move(item));
+    // A repair of a damaged index will make it an entry again, with the one file or the other.
+    const bool isAwaited = !isNamed(item) && (awaited.contains(item.old) ||
+                                              (item.made && awaited.contains(*item.made)));
+    if (isAwaited || !clearUp(item, named)) unsettled_.push_back(std::move(item));
   }
 }
 

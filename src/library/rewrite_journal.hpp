@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -118,6 +119,9 @@ VT_JSON_RECORD_DECLARATION(RewriteJournal::Left);
 
 /// The files that rewrites under way need, as the journal on disk has them. Blocks; any thread.
 [[nodiscard]] std::vector<Path> filesOfRewrites(const Files& files, const LibraryPaths& paths);
+
+/// Those of them in whose place a rewrite has put a smaller one. Blocks; any thread.
+[[nodiscard]] std::set<Path> filesReplacedInPlace(const Files& files, const LibraryPaths& paths);
 
 /// Those of `RewriteJournal::Left` that are still there, as the journal on disk has them. Blocks;
 /// any thread.
