@@ -16,6 +16,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
+constexpr auto ofNoEntry = [](const std::string&) { return false; };
+
 struct PowerCut {};
 
 constexpr const char* journalPath = "/data/relocation.json";
@@ -245,7 +247,8 @@ TEST_F(HistoryRelocationTest, EndedAtAnyChangeAndMountedAnewWithOtherNumbersNoFi
         for (const EntryPointer& entry : world.store.entries()) {
           forEachPath(*entry, [&](const std::string& path) { known.insert(path); });
         }
-        for (const auto& pair : RelocationLeftovers::read(files, paths).remaining(files)) {
+        for (const auto& pair :
+             RelocationLeftovers::read(files, paths).remaining(files, ofNoEntry)) {
           known.insert(pair.oldPath);
         }
         for (const Path folder : {"/old", "/old/inner", "/new", "/new/inner"}) {
@@ -547,7 +550,7 @@ TEST_F(HistoryRelocationTest, WhatMovedAndCannotBeRemovedIsToldAndRemembered) {
   files.disk.erase("/old/0.png");  // by hand, when the disk could be written again
   World world(files);
   EXPECT_EQ(world.move("/newer").copiesLeft, 0);
-  const auto remaining = RelocationLeftovers::read(files, paths).remaining(files);
+  const auto remaining = RelocationLeftovers::read(files, paths).remaining(files, ofNoEntry);
   ASSERT_EQ(remaining.size(), 2U);
   EXPECT_EQ(remaining[0].oldPath, "/old/1.png");
 
@@ -560,7 +563,23 @@ TEST_F(HistoryRelocationTest, WhatMovedAndCannotBeRemovedIsToldAndRemembered) {
   EXPECT_EQ(world.move("/new").copiesLeft, 0);
   files.folders.insert("/old");
   files.disk.merge(away);
-  EXPECT_EQ(RelocationLeftovers::read(files, paths).remaining(files), remaining);
+  EXPECT_EQ(RelocationLeftovers::read(files, paths).remaining(files, ofNoEntry), remaining);
+
+  // They get other names and other numbers, and the captures move back beside them.
+  files.disk["/old/Mine.png"] = files.disk["/old/1.png"];
+  files.disk.erase("/old/1.png");
+  files.renumber("/old");
+  world.relocation.relocate({"/old", {"/new"}}, {}, [](const RelocationOutcome&) {});
+  world.runners.run();
+  EXPECT_EQ(world.store.find("1")->path, "/old/1.png");
+  const auto isNamed = [&](const std::string& path) {
+    return world.store.findByPath(path) != nullptr;
+  };
+  std::set<std::string> still;
+  for (const auto& pair : RelocationLeftovers::read(files, paths).remaining(files, isNamed)) {
+    still.insert(pair.oldPath);
+  }
+  EXPECT_THAT(still, testing::ElementsAre("/old/2.png", "/old/Mine.png"));
 }
 
 TEST_F(HistoryRelocationTest, AFolderUnderAnotherNameIsTheSameFolder) {

@@ -260,9 +260,10 @@ LibraryFindings checkLibrary(const Files& files, const LibraryScope& scope,
   findings.replacedFilesLeft = replacedFilesLeft(files, scope.paths);
   std::erase_if(findings.replacedFilesLeft,
                 [&](const Path& path) { return checker.isKnown(path); });
-  findings.copiesLeft = RelocationLeftovers::read(files, scope.paths).remaining(files);
-  std::erase_if(findings.copiesLeft,
-                [&](const RelocationJournal::Pair& pair) { return checker.isKnown(pair.oldPath); });
+  findings.copiesLeft =
+      RelocationLeftovers::read(files, scope.paths).remaining(files, [&](const std::string& path) {
+        return checker.isKnown(path);
+      });
   checker.learnWorkUnderWay(scope);
   checker.learn(findings);
 

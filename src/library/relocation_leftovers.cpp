@@ -54,7 +54,8 @@ RelocationLeftovers RelocationLeftovers::read(const Files& files, const LibraryP
           std::move(stored->extra)};
 }
 
-std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files& files) const {
+std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files& files,
+                                                                    const IsNamed& isNamed) const {
   std::vector<RelocationJournal::Pair> found;
   std::vector<std::pair<RelocationJournal::Pair, FileNumber>> missing;
   std::set<std::string> searched;  // folders of these
@@ -63,7 +64,7 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files&
     if (!folder || !pair.file) continue;
     const auto status = files.status(pair.oldPath);
     const auto number = status ? static_cast<std::int64_t>(status->inode) : 0;
-    if (status && number == *pair.file) {
+    if (status && number == *pair.file && !isNamed(pair.oldPath)) {
       found.push_back(pair);
       continue;
     }
@@ -71,6 +72,9 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files&
     searched.emplace(folderOf(pair.oldPath));
   }
   std::map<FileNumber, std::string> others;  // whatever their names are by now
+  std::multimap<std::pair<std::uint64_t, double>, std::string> othersByLook;  // size and time
+  std::set<std::string> taken;
+  for (const RelocationJournal::Pair& pair : found) taken.insert(pair.oldPath);
   for (const std::string& folder : searched) {
     const auto items = files.list(folder);
     if (!items) continue;
@@ -80,28 +84,43 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files&
       const auto status = files.status(path);
       if (!status) continue;
       others.emplace(FileNumber{status->device, static_cast<std::int64_t>(status->inode)}, path);
+      othersByLook.emplace(std::pair(status->size, status->modified), path);
     }
   }
   const auto measured = [&](const Path& path) {
     const auto measure = measureFile(files, path);
     return measure ? std::optional(*measure) : std::nullopt;
   };
+  const auto alike = [&](const RelocationJournal::Pair& pair) -> std::optional<std::string> {
+    const FileMeasure measure = pair.measure();
+    const auto [begin, end] = othersByLook.equal_range({measure.size, measure.modified});
+    const auto one = std::find_if(begin, end, [&](const auto& other) {
+      return !taken.contains(other.second) && !isNamed(other.second);
+    });
+    return one == end ? std::nullopt : std::optional(one->second);
+  };
   for (auto& [pair, number] : missing) {
     const auto other = others.find(number);
     // Numbers are given again.
-    const auto measure = other == others.end() ? std::nullopt : measured(other->second);
+    const bool isNumbered = other != others.end() && !isNamed(other->second);
+    const auto measure = isNumbered ? measured(other->second) : std::nullopt;
     if (measure && measure->isAs(pair.measure())) {
       pair.oldPath = other->second;
-    } else if (const auto there = measured(pair.oldPath); !there || !pair.isAlike(*there)) {
-      continue;
+    } else if (const auto there = measured(pair.oldPath);
+               !there || !pair.isAlike(*there) || isNamed(pair.oldPath)) {
+      auto path = alike(pair);
+      if (!path) continue;
+      pair.oldPath = *std::move(path);
     }
+    taken.insert(pair.oldPath);
     found.push_back(std::move(pair));
   }
   return found;
 }
 
-std::vector<RelocationJournal::Pair> RelocationLeftovers::notKnownGone(const Files& files) const {
-  std::vector<RelocationJournal::Pair> kept = remaining(files);
+std::vector<RelocationJournal::Pair> RelocationLeftovers::notKnownGone(
+    const Files& files, const IsNamed& isNamed) const {
+  std::vector<RelocationJournal::Pair> kept = remaining(files, isNamed);
   std::ranges::copy_if(copied, std::back_inserter(kept), [&](const auto& pair) {
     const FileReach reach = reachOf(files, Path(pair.oldPath));
     return reach != FileReach::there && reach != FileReach::fileGone;

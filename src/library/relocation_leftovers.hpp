@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -34,12 +35,18 @@ struct RelocationLeftovers {
   /// Replaces the file, or removes it when nothing is left.
   [[nodiscard]] Result<void> write(Files& files, const LibraryPaths& paths) const;
 
+  /// Whether an entry has a file of this path.
+  using IsNamed = std::function<bool(const std::string& path)>;
+
   /// Of `copied`, those whose file at the old place is still there, each with the path it has now:
-  /// they may have swapped names. Blocks.
-  [[nodiscard]] std::vector<RelocationJournal::Pair> remaining(const Files& files) const;
+  /// they may have got other names, and other numbers as well. A capture that moved back may look
+  /// like what it left. Blocks.
+  [[nodiscard]] std::vector<RelocationJournal::Pair> remaining(const Files& files,
+                                                               const IsNamed& isNamed) const;
 
   /// What is to be remembered of `copied`: those, and what is in folders that are away. Blocks.
-  [[nodiscard]] std::vector<RelocationJournal::Pair> notKnownGone(const Files& files) const;
+  [[nodiscard]] std::vector<RelocationJournal::Pair> notKnownGone(const Files& files,
+                                                                  const IsNamed& isNamed) const;
 
   void addFolderOf(const Path& file) { folders.insert(file.parent_path().string()); }
 

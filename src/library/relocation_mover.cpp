@@ -480,8 +480,9 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
 }
 
 RelocationMover::Remains RelocationMover::end() {
-  RelocationLeftovers left{staying_.folders, leftovers_.notKnownGone(files_), leftovers_.doubtful,
-                           leftovers_.extra};
+  const auto isNamed = [this](const std::string& path) { return taken_.contains(path); };
+  RelocationLeftovers left{staying_.folders, leftovers_.notKnownGone(files_, isNamed),
+                           leftovers_.doubtful, leftovers_.extra};
   left.copied.insert(left.copied.end(), copied_.begin(), copied_.end());
   for (const DoubtfulNames::Name& name : doubtful_.names) left.doubtful.add(name.path);
   Remains remains{static_cast<int>(copied_.size()), reasonOfStaying_, !left.doubtful.isEmpty()};

@@ -22,6 +22,8 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+constexpr auto ofNoEntry = [](const std::string&) { return false; };
+
 /// A library of two captures, the first with an original.
 struct Shelf {
   Shelf() {
@@ -373,7 +375,7 @@ TEST_P(UnansweredChangeTest, AHalfMoveOfADiskThatNumbersItsFilesAnewIsNotMadeTwo
   shelf.answerAgain();
   shelf.runners.advance(31s);
   const RelocationLeftovers left = RelocationLeftovers::read(shelf.files, shelf.paths);
-  const auto remaining = left.remaining(shelf.files);
+  const auto remaining = left.remaining(shelf.files, ofNoEntry);
   EXPECT_EQ(remaining.size(), isNumberedAnew ? 1U : 0U);
   EXPECT_EQ(removeCopiesLeft(shelf.files, shelf.trashFolder, shelf.paths, remaining).size(),
             remaining.size());
@@ -389,7 +391,8 @@ TEST_P(UnansweredChangeTest, NothingMovesToANameWhoseRemovalMayStillBeMade) {
   shelf.silence("/captures", 4, false);  // three files are found to lie on another disk
   (void)shelf.relocate();
   shelf.answerAgain();
-  const auto remaining = RelocationLeftovers::read(shelf.files, shelf.paths).remaining(shelf.files);
+  const auto remaining =
+      RelocationLeftovers::read(shelf.files, shelf.paths).remaining(shelf.files, ofNoEntry);
   ASSERT_FALSE(remaining.empty());
   (void)removeCopiesLeft(shelf.files, shelf.trashFolder, shelf.paths, remaining);
   const std::string name = remaining.front().oldPath;
