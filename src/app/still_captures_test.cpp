@@ -403,6 +403,31 @@ TEST_F(StillCapturesTest, ACaptureThatNoFolderTakesIsFiledWhenOneDoes) {
   }
 }
 
+// On a disk of another machine, which answers again once the move is made.
+TEST_F(StillCapturesTest, ACaptureWhoseFileGotItsNameWithoutAnAnswerIsThatFile) {
+  for (const bool isMade : {false, true}) {
+    SCOPED_TRACE(isMade);
+    world = CoordinatorWorld{};
+    FakeFiles& files = world.files;
+    files.folders.insert("/pictures");
+    files.mounts = {"/pictures"};
+    restart();
+    files.silencing = "/pictures";
+    files.silenceAtMove = 2;  // the first one makes sure that nothing is in the way
+    files.isUnansweredMade = isMade;
+    files.beforeChange = [&](int) { files.silent.clear(); };
+    run->begin({.kind = Kind::display});
+    files.beforeChange = nullptr;
+    EXPECT_EQ(files.silenceAtMove, 0);
+    ASSERT_NE(run->saved(0), nullptr) << run->words(0);
+    const Path path = run->saved(0)->entry->path;
+    EXPECT_EQ(path.parent_path(), isMade ? "/pictures" : "/home/captures");
+    EXPECT_TRUE(files.disk.contains(path));
+    const auto isWhole = [](const std::string& name) { return !name.ends_with(".partial"); };
+    EXPECT_EQ(std::ranges::count_if(files.names("/pictures"), isWhole), isMade ? 1 : 0);
+  }
+}
+
 TEST_F(StillCapturesTest, AnIndexOfANewerBuildIsLeftAloneAndTheCaptureIsFiledLater) {
   run.reset();
   const std::string newer = R"({"version":5,"entries":[],"secret":1})";

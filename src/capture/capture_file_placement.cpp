@@ -5,6 +5,7 @@
 #include "base/log.hpp"
 #include "library/capture_file_name.hpp"
 #include "library/file_reach.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -86,21 +87,25 @@ Result<Path> CaptureFilePlacement::placeIn(const Path& folder, StagedCapture& st
     if (linked || linked.error().kind != FailureKind::unsupported) return linked;
   }
   const std::string copied = encoded.bytes ? std::string() : VT_TRY(files_->read(staged.path));
+  const std::string& bytes = encoded.bytes ? *encoded.bytes : copied;
   const Path temporary = folder / fmt::format(".{}.partial", staged.path.stem().string());
   if (const auto old = files_->remove(temporary);
       !old && old.error().kind != FailureKind::notFound) {
     return std::unexpected(old.error());
   }
-  VT_TRY(files_->create(temporary, encoded.bytes ? *encoded.bytes : copied, Privacy::byUmask,
-                        Durability::flushed));
+  VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
   auto moved = nameFor(temporary, false, folder, staged, filenameTemplate, extension);
-  if (!moved) {
-    if (const auto removed = files_->remove(temporary); !removed) {
-      logWarning("Filing", "{} could not be removed: {}", temporary.string(),
-                 removed.error().reason);
-    }
+  if (moved) return moved;
+  // Nothing more can come of the move without it.
+  if (const auto removed = files_->remove(temporary);
+      !removed && removed.error().kind != FailureKind::notFound) {
+    logWarning("Filing", "{} could not be removed: {}", temporary.string(), removed.error().reason);
   }
-  return moved;
+  if (!isUnanswered(moved.error()) || !staged.record.filedPath) return moved;
+  // The name was free: what is there now is what the move made, and was not told.
+  const Path wanted = *staged.record.filedPath;
+  const auto made = files_->read(wanted);
+  return made && *made == bytes ? wanted : std::move(moved);
 }
 
 Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image image,
