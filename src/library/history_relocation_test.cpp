@@ -477,6 +477,32 @@ TEST_F(HistoryRelocationTest, ABackupPutInTheNewFolderAfterACutIsNotTakenForTheM
   }
 }
 
+// Where each name has a number of its own, and one is shown for a while after it has gone.
+TEST_F(HistoryRelocationTest, ACopyThatGotItsNameIsKnownThoughItsFormerNameIsStillShown) {
+  FakeFiles files;
+  files.mounts = {"/new"};
+  files.folders.insert("/new");
+  put(files, "/old/a.png");
+  put(files, "/new/a.png");
+  FakeFiles::File& copy = *files.disk["/new/a.png"];
+  copy.bytes = files.text("/old/a.png");
+  RelocationJournal journal;
+  journal.id = "id";
+  journal.pairs.push_back({.oldPath = "/old/a.png", .newPath = "/new/a.png"});
+  RelocationJournal::Pair& pair = journal.pairs[0];
+  pair.file = static_cast<std::int64_t>(files.disk["/old/a.png"]->status.inode);
+  const Path temporary = journal.temporaryFor(pair);
+  const auto shown = std::make_shared<FakeFiles::File>(copy);
+  shown->status.inode += 1000;
+  files.shownAlthoughGone[temporary] = shown;
+  pair.copy = identifyFile(files, temporary);
+  journal.removeTemporaries(files);
+  files.shownAlthoughGone.clear();
+  const auto found = journal.resolve(files, {"/old/a.png"});
+  EXPECT_EQ(found.moved, (std::map<std::string, std::string>{{"/old/a.png", "/new/a.png"}}));
+  EXPECT_THAT(found.surplus, testing::ElementsAre("/old/a.png"));
+}
+
 TEST_F(HistoryRelocationTest, WhatCannotMoveStaysAndIsTold) {
   FakeFiles files;
   fill(files, 5);

@@ -121,6 +121,22 @@ bool looksLike(const FileIdentity& found, const FileIdentity& noted) {
          found.modified == noted.modified;
 }
 
+/// Whether the half copy may be what has the new name, too, though that has another number: on some
+/// disks (FUSE) each name has one of its own.
+bool mayHaveBothNames(Files& files, const RelocationJournal::Pair& pair, const Path& half) {
+  const auto named = identifyFile(files, pair.newPath);
+  if (!named || !looksLike(*named, *pair.copy)) return false;
+  const Path second = half.parent_path() / (half.stem().string() + "-2.partial");
+  const auto linked = files.linkNew(half, second);
+  // Gone by now, though the mount still shows it: its name went when it had got the new one.
+  if (!linked) return linked.error().kind == FailureKind::notFound || isUnanswered(linked.error());
+  const auto status = files.status(second);
+  if (const auto removed = removeFile(files, second); !removed) {
+    logWarning("History", "{} could not be removed: {}", second.string(), removed.error().reason);
+  }
+  return status && static_cast<std::int64_t>(status->inode) != pair.copy->file;
+}
+
 }  // namespace
 
 // Recognised as a temporary by whoever looks for such in capture folders.
@@ -138,8 +154,9 @@ void RelocationJournal::removeTemporaries(Files& files) {
       const auto named = files.status(pair.newPath);
       const bool isNumberedAnew = half->file != pair.copy->file;
       const bool isFree = !named && named.error().kind == FailureKind::notFound;
-      const bool isAnothers =
-          named && !isNumberedAnew && static_cast<std::int64_t>(named->inode) != half->file;
+      const bool isAnothers = named && !isNumberedAnew &&
+                              static_cast<std::int64_t>(named->inode) != half->file &&
+                              !mayHaveBothNames(files, pair, path);
       if (isFree || isAnothers) pair.copy.reset();
     }
     if (const auto removed = removeFile(files, path); !removed) {
