@@ -154,6 +154,17 @@ QPoint startingPoint(const NativeWindows& native, const std::vector<FrozenDispla
   return {static_cast<int>(bounds.x), static_cast<int>(bounds.y)};
 }
 
+/// The key as a keyboard with Latin letters has it: one without them has others in their places.
+int latinKey(const QKeyEvent& event) {
+  constexpr int firstBeyondLatin = 0x250;
+  if (event.key() < firstBeyondLatin || event.key() >= Qt::Key_Escape) return event.key();
+  switch (event.nativeScanCode()) {
+    case 38: return Qt::Key_A;
+    case 54: return Qt::Key_C;
+    default: return event.key();
+  }
+}
+
 }  // namespace
 
 QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request request)
@@ -354,13 +365,14 @@ void QtSelectionOverlay::Session::perform(SelectionBar::Part part) {
 
 void QtSelectionOverlay::Session::keyPressed(const QKeyEvent& event) {
   if (overlay_ == nullptr) return;
-  if (event.key() == Qt::Key_Escape) {
+  const int key = latinKey(event);
+  if (key == Qt::Key_Escape) {
     if (!model_.goBack()) return cancel();
-  } else if (event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter) {
+  } else if (key == Qt::Key_Return || key == Qt::Key_Enter) {
     if (auto target = model_.confirm()) return finishWith(std::move(target));
-  } else if (event.key() == Qt::Key_C && event.modifiers().testFlag(Qt::ControlModifier)) {
+  } else if (key == Qt::Key_C && event.modifiers().testFlag(Qt::ControlModifier)) {
     if (model_.adjustment() != nullptr) return perform(SelectionBar::Part::copy);
-  } else if (event.key() == Qt::Key_C) {
+  } else if (key == Qt::Key_C) {
     copyColor();
   } else if (handleKey(event)) {
     copiedColor_.clear();
@@ -375,7 +387,8 @@ void QtSelectionOverlay::Session::keyPressed(const QKeyEvent& event) {
 bool QtSelectionOverlay::Session::handleKey(const QKeyEvent& event) {
   const bool control = event.modifiers().testFlag(Qt::ControlModifier);
   const int step = control ? 50 : event.modifiers().testFlag(Qt::ShiftModifier) ? 10 : 1;
-  switch (event.key()) {
+  const int key = latinKey(event);
+  switch (key) {
     case Qt::Key_Space:
       if (!event.isAutoRepeat()) model_.pressSpace();
       return true;
@@ -385,7 +398,7 @@ bool QtSelectionOverlay::Session::handleKey(const QKeyEvent& event) {
     case Qt::Key_Down: model_.nudge(0, step); return true;
     case Qt::Key_Tab:
     case Qt::Key_Backtab: {
-      const int by = event.key() == Qt::Key_Tab ? 1 : -1;
+      const int by = key == Qt::Key_Tab ? 1 : -1;
       control ? model_.moveToDisplay(by) : model_.moveFocus(by);
       return true;
     }
@@ -395,8 +408,8 @@ bool QtSelectionOverlay::Session::handleKey(const QKeyEvent& event) {
     case Qt::Key_Backspace: model_.eraseDigit(); return true;
     default: break;
   }
-  if (event.key() < Qt::Key_0 || event.key() > Qt::Key_9) return false;
-  model_.typeDigit(static_cast<char>('0' + event.key() - Qt::Key_0));
+  if (key < Qt::Key_0 || key > Qt::Key_9) return false;
+  model_.typeDigit(static_cast<char>('0' + key - Qt::Key_0));
   return true;
 }
 

@@ -228,6 +228,16 @@ TEST_F(SelectionOverlayTest, AnAreaIsAdjustedBeforeItIsTaken) {
   EXPECT_EQ(answer, CaptureTarget(RegionTarget{"LEFT", {410, 160, 320, 450}}));
   EXPECT_FALSE(copies);
 
+  // A keyboard without Latin letters has others in their places.
+  desktop->run({"setxkbmap", "ru"});
+  movePointer({500, 250});
+  select(request());
+  strike(XK_Cyrillic_es);
+  EXPECT_EQ(clipboard.text, QColor(testPixel(1, 500, 250)).name().toStdString());
+  strike(XK_Escape);
+  ASSERT_TRUE(waitFor([&] { return answers == 1; }));
+  desktop->run({"setxkbmap", "us"});
+
   // Always, when the setting says so; and the bar's buttons. Near the lower edge it stands above.
   auto what = request();
   what.adjusts = true;
