@@ -123,10 +123,6 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
   const CaptureDelay usual =
       command.isTimed ? settings.timedCaptureLastDelaySeconds : settings.captureDelaySeconds;
   const std::chrono::seconds delay = command.delay.value_or(lengthOf(usual));
-  if (command.isTimed) {
-    services_.settings.set(&SettingsValues::timedCaptureLastDelaySeconds,
-                           delayOfSeconds(delay.count()));
-  }
   if (command.isAnsweredAtDesktop) {
     finished = [this, timed = delay.count() > 0, mayBeRepeated = command.mayBeRepeated,
                 finished = std::move(finished)](CaptureReply reply) mutable {
@@ -148,6 +144,10 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
                                        begins = std::move(begins), onStaged = std::move(onStaged)](
                                           StillCapturePipeline::Finished permitted) mutable {
     if (begins && !begins()) return permitted(CaptureOutcome{CaptureOutcome::Cancelled{}});
+    if (command.isTimed) {
+      services_.settings.set(&SettingsValues::timedCaptureLastDelaySeconds,
+                             delayOfSeconds(delay.count()));
+    }
     auto done = [this, copies = command.copies,
                  permitted = untilSaved(std::move(permitted))](CaptureReply reply) mutable {
       afterCapture(std::move(reply), copies, std::move(permitted));

@@ -330,6 +330,11 @@ TEST_F(StillCapturesTest, TheSelfTimerCountsDownAndEscapeCallsItOff) {
   EXPECT_FALSE(run->countdown->visible);
   run->runners.advance(10s);
   EXPECT_EQ(run->screen.grabs, 1);
+
+  run->begin({.kind = Kind::area});
+  run->begin({.kind = Kind::display, .delay = 10s, .isTimed = true});
+  EXPECT_THAT(run->words(3), HasSubstr("Another capture is running"));
+  EXPECT_EQ(run->settings->values().timedCaptureLastDelaySeconds, CaptureDelay::three);
 }
 
 TEST_F(StillCapturesTest, TroubleWithTheDiskLosesNothing) {
