@@ -99,6 +99,9 @@ TEST(CommandDocumentsTest, BashCompletesCommandsOptionsAndValues) {
   EXPECT_EQ(offered("vantorel settings set captureH"), "captureHotKey\n");
   EXPECT_EQ(offered("vantorel --root /us"), "/usr\n");
   EXPECT_EQ(offered("vantorel library show latest lat"), "latest\n");
+  EXPECT_EQ(offered("vantorel library title latest --js"), "--json\n");
+  EXPECT_EQ(offered("vantorel library title ''"), "latest\nAB-2\nAC-1\n")
+      << "no options among them";
   EXPECT_EQ(offered("vantorel --json convert A"), "AB-2\nAC-1\n");
   EXPECT_EQ(offered("vantorel library collect Box AC-1 AB"), "AB-2\n");
 

@@ -347,6 +347,9 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     return CommandLineAnswer{ExitStatus::done,
                              completionScript(outlineOf(app), *enumFromName<Shell>(given.shell))};
   }
+  if (given.json && app.get_subcommands().empty()) {
+    return usage("--json must stand with a command that prints something");
+  }
   CommandLine line;
   line.json = given.json;
   if (app.count("--root") > 0) {

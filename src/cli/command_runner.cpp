@@ -232,6 +232,13 @@ void CommandRunner::changeSettings(const command::Settings& what, bool json,
 
 void CommandRunner::withLibrary(const CommandLine& line, Done done,
                                 const CommandRequester& requester) {
+  // What a menu of History's would be called.
+  done = [reported = std::move(done)](CommandReply reply) mutable {
+    if (reply.error.contains("Remove from History")) {
+      reply.error += "Here Remove from History is \"vantorel library forget\".\n";
+    }
+    reported(std::move(reply));
+  };
   if (const auto* annotating = std::get_if<command::Annotate>(&line.command)) {
     annotate(*annotating, line.json, std::move(done));
   } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {

@@ -193,7 +193,8 @@ std::string bashScript(const CommandOutline& program) {
                                     ? "_vantorel_paths -f"
                                     : fmt::format("COMPREPLY+=($(compgen -W '{}' -- \"$current\"))",
                                                   fmt::join(place.words, " "));
-      out += fmt::format("        {}) {}{} ;;\n", patternOf(place), offer,
+      out += fmt::format("        {}) [[ $current == -* ]] || COMPREPLY=(); {}{} ;;\n",
+                         patternOf(place), offer,
                          isCapture(*place.argument) ? "; _vantorel_captures" : "");
     }
     out += places.empty() ? "      ;;\n" : "      esac ;;\n";

@@ -24,8 +24,8 @@ std::string sizeOf(const ScreenshotEntry& entry) {
 std::string_view remarkOn(FileReach reach) {
   switch (reach) {
     case FileReach::there: return "";
-    case FileReach::fileGone:
-    case FileReach::folderGone: return "gone";
+    case FileReach::fileGone: return "gone";
+    case FileReach::folderGone: return "out of reach: its folder no longer exists";
     case FileReach::linkBroken: return "a link that leads nowhere";
     case FileReach::folderReplaced: return "gone: its folder is another one of that name now";
     case FileReach::folderUnreachable: return "out of reach now: its disk is not connected";

@@ -76,6 +76,8 @@ TEST(LibraryProgramTest, WhatHappensToFilesOutsideTheRunningProgramIsNoticedAndA
 
   disk.unmount();
   EXPECT_THAT(vantorel.run({"library", "show", "latest"}).out, HasSubstr("out of reach now"));
+  EXPECT_THAT(vantorel.run({"library", "trash", "latest"}).err,
+              HasSubstr("Remove from History is \"vantorel library forget\""));
   const ChildOutcome meanwhile = vantorel.run({"capture", "display"});
   EXPECT_EQ(differenceFromTestPicture(vantorel.picture(meanwhile), 1), "");
   // The next disk of that name is empty.

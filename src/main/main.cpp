@@ -122,6 +122,13 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
            }});
 }
 
+/// A folder of that name would begin an empty library, in which nobody finds anything.
+bool isMisspelt(const Files& files, const Path& root) {
+  const Path folder = root.has_filename() ? root : root.parent_path();
+  const auto above = files.status(folder.parent_path() / ".");
+  return !above && above.error().kind == FailureKind::notFound;
+}
+
 /// Runs one command in this process, without living on.
 int runOnce(const CommandLine& line, const std::optional<Path>& root,
             std::shared_ptr<RemoteFiles> files, CommandBus& bus, EndingSignals& signals,
@@ -204,6 +211,11 @@ int run(int argc, char** argv) {
   }
 
   const auto files = std::make_shared<RemoteFiles>();
+  if (root && isMisspelt(*files, *root)) {
+    return print({static_cast<int>(ExitStatus::usage),
+                  {},
+                  fmt::format("--root {}: the folder above it is missing.\n", *line.root)});
+  }
   keepXAuthority(*files);
   leaveSilentRuntimeFolder(*files);
   // Asked before anything is built: most commands go to the program that runs already.
