@@ -11,7 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <fstream>
 #include <new>
 #include <stdexcept>
@@ -20,41 +20,12 @@
 #include "base/random_id.hpp"
 #include "platform/linux/file_descriptor.hpp"
 #include "platform/linux/folder_location.hpp"
+#include "platform/linux/linux_file_content.hpp"
+#include "platform/linux/posix_call.hpp"
 #include "platform/linux/system_error.hpp"
 
 namespace vantorel {
 namespace {
-
-/// Calls again what a signal interrupted.
-auto uninterrupted(auto call) {
-  auto answer = call();
-  while (answer == -1 && errno == EINTR) answer = call();
-  return answer;
-}
-
-Result<void> answer(int returned) {
-  if (returned == -1) return lastSystemFailure();
-  return {};
-}
-
-Result<FileDescriptor> openFile(const Path& path, int flags, mode_t mode = 0) {
-  const int number = uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
-  if (number == -1) return lastSystemFailure();
-  return FileDescriptor(number);
-}
-
-/// FAT and its like keep no modes and refuse to try; who may read there is the mount's business.
-Result<void> modeSet(int returned) {
-  if (returned == -1 && (errno == EPERM || errno == EOPNOTSUPP)) return {};
-  return answer(returned);
-}
-
-FileType fileType(mode_t mode) {
-  if (S_ISREG(mode)) return FileType::regular;
-  if (S_ISDIR(mode)) return FileType::folder;
-  if (S_ISLNK(mode)) return FileType::link;
-  return FileType::other;
-}
 
 /// As the folder itself has it: a server mounted in it that went is not asked.
 FileType fileType(const std::filesystem::directory_entry& item) {
@@ -64,146 +35,9 @@ FileType fileType(const std::filesystem::directory_entry& item) {
   return item.is_directory(gone) ? FileType::folder : FileType::other;
 }
 
-/// Contents go whole, or in pieces to whoever wants to hear that they go on.
-class Pieces {
- public:
-  explicit Pieces(const LinuxFiles::Progress& progress) : progress_(progress) {}
-
-  [[nodiscard]] std::uint64_t most() const { return progress_ ? 256 << 10 : UINT64_MAX; }
-
-  void gone() const {
-    if (progress_) progress_();
-  }
-
-  /// What was written is on its way now, so that flushing has no long silence at the end.
-  void written(int file) const {
-    if (!progress_) return;
-    (void)::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
-    progress_();
-  }
-
- private:
-  const LinuxFiles::Progress& progress_;
-};
-
-Result<void> writeAll(int file, std::string_view bytes, const Pieces& pieces) {
-  while (!bytes.empty()) {
-    const std::size_t size = std::min<std::uint64_t>(bytes.size(), pieces.most());
-    const ssize_t written = uninterrupted([&] { return ::write(file, bytes.data(), size); });
-    if (written == -1) return lastSystemFailure();
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-    if (!bytes.empty()) pieces.written(file);
-  }
-  return {};
-}
-
-FileStatus statusOf(const struct stat& found) {
-  return FileStatus{.type = fileType(found.st_mode),
-                    .size = static_cast<std::uint64_t>(found.st_size),
-                    .modified = static_cast<double>(found.st_mtim.tv_sec) +
-                                static_cast<double>(found.st_mtim.tv_nsec) * 1e-9,
-                    .device = found.st_dev,
-                    .inode = found.st_ino,
-                    .mode = found.st_mode & 07777U,
-                    .owner = found.st_uid};
-}
-
-class LinuxFileContent final : public FileContent {
- public:
-  explicit LinuxFileContent(FileDescriptor file) : file_(std::move(file)) {}
-
-  [[nodiscard]] int number() const { return file_.number(); }
-
-  [[nodiscard]] Result<FileStatus> status() const override {
-    struct stat found{};
-    VT_TRY(answer(::fstat(number(), &found)));
-    return statusOf(found);
-  }
-
-  [[nodiscard]] Result<std::string> read(std::uint64_t offset, std::uint64_t length) const override
-      try {
-    std::string bytes;
-    while (bytes.size() < length) {
-      const std::size_t size = bytes.size();
-      const std::size_t room = static_cast<std::size_t>(length) - size;
-      ssize_t got = 0;
-      bytes.resize_and_overwrite(length, [&](char* data, std::size_t) {
-        got = uninterrupted([&] {
-          return ::pread(number(), data + size, room, static_cast<off_t>(offset + size));
-        });
-        return size + static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-      });
-      if (got == -1) return lastSystemFailure();
-      if (got == 0) return failed(FailureKind::other, "the file has become shorter");
-    }
-    return bytes;
-  } catch (const std::bad_alloc&) {
-    return failed(FailureKind::tooLarge, "the file does not fit into memory");
-  } catch (const std::length_error&) {
-    return failed(FailureKind::tooLarge, "the file does not fit into memory");
-  }
-
- private:
-  FileDescriptor file_;
-};
-
-/// Copies inside the kernel; through memory on file systems that cannot.
-Result<void> copyRun(int to, const LinuxFileContent& from, std::uint64_t offset,
-                     std::uint64_t length, const Pieces& pieces) {
-  constexpr std::uint64_t stride = 1 << 20;
-  auto place = static_cast<off64_t>(offset);
-  while (length > 0) {
-    const std::size_t size = std::min(length, pieces.most());
-    const ssize_t copied = uninterrupted(
-        [&] { return ::copy_file_range(from.number(), &place, to, nullptr, size, 0); });
-    if (copied > 0) {
-      length -= static_cast<std::uint64_t>(copied);
-      pieces.written(to);
-      continue;
-    }
-    if (copied == -1 && errno != EXDEV && errno != EINVAL && errno != ENOSYS &&
-        errno != EOPNOTSUPP) {
-      return lastSystemFailure();
-    }
-    const std::string bytes = VT_TRY(
-        from.read(static_cast<std::uint64_t>(place), std::min({length, stride, pieces.most()})));
-    pieces.gone();
-    VT_TRY(writeAll(to, bytes, pieces));
-    pieces.written(to);
-    place += static_cast<off64_t>(bytes.size());
-    length -= bytes.size();
-  }
-  return {};
-}
-
-/// Small pieces are gathered: a call for each would cost more than their bytes.
-Result<void> writeParts(int to, std::span<const ContentPart> parts, const Pieces& pieces) {
-  constexpr std::size_t enough = 256 << 10;
-  constexpr std::uint64_t worthACall = 16 << 10;
-  std::string gathered;
-  for (const ContentPart& part : parts) {
-    if (gathered.size() >= enough) {
-      VT_TRY(writeAll(to, gathered, pieces));
-      gathered.clear();
-    }
-    if (part.source == nullptr) {
-      gathered += part.bytes;
-    } else if (part.length < worthACall) {
-      gathered += VT_TRY(part.source->read(part.offset, part.length));
-      pieces.gone();
-    } else {
-      VT_TRY(writeAll(to, gathered, pieces));
-      gathered.clear();
-      VT_TRY(copyRun(to, dynamic_cast<const LinuxFileContent&>(*part.source), part.offset,
-                     part.length, pieces));
-    }
-  }
-  return writeAll(to, gathered, pieces);
-}
-
 Result<void> flushFile(int file) {
   // Flushing a new file keeps its name too on every file system in common use.
-  return answer(uninterrupted([&] { return ::fsync(file); }));
+  return resultOf(uninterrupted([&] { return ::fsync(file); }));
 }
 
 Result<void> fill(FileDescriptor file, std::string_view bytes, Privacy privacy,
@@ -212,7 +46,7 @@ Result<void> fill(FileDescriptor file, std::string_view bytes, Privacy privacy,
   VT_TRY(writeAll(file.number(), bytes, pieces));
   if (durability == Durability::flushed) VT_TRY(flushFile(file.number()));
   // Network file systems report a full disk as late as here.
-  return answer(::close(file.release()));
+  return resultOf(::close(file.release()));
 }
 
 /// What renameat2 does by itself where the file system knows how. A hard link fails when the name
@@ -220,9 +54,9 @@ Result<void> fill(FileDescriptor file, std::string_view bytes, Privacy privacy,
 /// empty file of our own holds the name until it is renamed over.
 Result<void> moveNewInSteps(const Path& from, const Path& to) {
   struct stat status{};
-  VT_TRY(answer(::lstat(from.c_str(), &status)));
+  VT_TRY(resultOf(::lstat(from.c_str(), &status)));
   if (S_ISDIR(status.st_mode)) {
-    VT_TRY(answer(::mkdir(to.c_str(), 0700)));
+    VT_TRY(resultOf(::mkdir(to.c_str(), 0700)));
     if (::rename(from.c_str(), to.c_str()) == 0) return {};
     const int error = errno;
     ::rmdir(to.c_str());
@@ -244,7 +78,7 @@ Result<void> moveNewInSteps(const Path& from, const Path& to) {
   struct stat held{};
   {
     const FileDescriptor holder = VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
-    VT_TRY(answer(::fstat(holder.number(), &held)));
+    VT_TRY(resultOf(::fstat(holder.number(), &held)));
   }
   if (::rename(from.c_str(), to.c_str()) == 0) return {};
   const int error = errno;
@@ -261,30 +95,6 @@ std::string attributeName(std::string_view name) { return "user." + std::string(
 std::unexpected<Failure> attributeFailure() {
   if (errno == ENODATA) return failed(FailureKind::notFound, "the file has no such attribute");
   return lastSystemFailure();
-}
-
-/// The user's attributes of an open file on another; a file system that keeps none is no failure.
-Result<void> copyAttributes(int from, int to) {
-  std::string names;
-  for (ssize_t size = 0; (size = ::flistxattr(from, nullptr, 0)) > 0;) {
-    names.resize(static_cast<std::size_t>(size));
-    const ssize_t got = ::flistxattr(from, names.data(), names.size());
-    if (got == -1 && errno == ERANGE) continue;  // they grew in between
-    names.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-    break;
-  }
-  for (std::size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
-    const char* const name = &names[at];
-    if (!std::string_view(name).starts_with("user.")) continue;
-    std::string value(std::size_t{64} << 10, '\0');  // the largest there is
-    const ssize_t size = ::fgetxattr(from, name, value.data(), value.size());
-    if (size == -1 && errno == ENODATA) continue;
-    VT_TRY(answer(static_cast<int>(std::min<ssize_t>(size, 0))));
-    if (::fsetxattr(to, name, value.data(), static_cast<std::size_t>(size), 0) == 0) continue;
-    if (errno == EOPNOTSUPP) return {};
-    return lastSystemFailure();
-  }
-  return {};
 }
 
 class LinuxFolderHandle final : public FolderHandle {
@@ -335,7 +145,7 @@ Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) cons
   // Without O_NONBLOCK a pipe somebody left under the name would hold us for ever.
   const FileDescriptor file = VT_TRY(openFile(path, O_RDONLY | O_NONBLOCK));
   struct stat status{};
-  VT_TRY(answer(::fstat(file.number(), &status)));
+  VT_TRY(resultOf(::fstat(file.number(), &status)));
   if (S_ISDIR(status.st_mode)) return systemFailure(EISDIR);
   if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
 
@@ -367,7 +177,7 @@ Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) cons
 
 Result<FileStatus> LinuxFiles::status(const Path& path) const {
   struct stat found{};
-  VT_TRY(answer(::lstat(path.c_str(), &found)));
+  VT_TRY(resultOf(::lstat(path.c_str(), &found)));
   return statusOf(found);
 }
 
@@ -434,7 +244,7 @@ Result<void> LinuxFiles::replace(const Path& path, std::string_view bytes, Priva
   // Left by a run that ended in the middle.
   ::unlink(staging.c_str());
   VT_TRY(create(staging, bytes, privacy, Durability::flushed));
-  auto renamed = answer(::rename(staging.c_str(), path.c_str()));
+  auto renamed = resultOf(::rename(staging.c_str(), path.c_str()));
   if (!renamed) ::unlink(staging.c_str());
   return renamed;
 }
@@ -462,7 +272,7 @@ Result<std::shared_ptr<FileContent>> LinuxFiles::replaceWithParts(
     VT_TRY(writeParts(content->number(), parts, Pieces(progress_)));
     VT_TRY(flushFile(content->number()));
     VT_TRY(mayReplace());
-    return answer(::rename(staging.c_str(), path.c_str()));
+    return resultOf(::rename(staging.c_str(), path.c_str()));
   };
   if (auto written = write(); !written) {
     ::unlink(staging.c_str());
@@ -480,9 +290,9 @@ Result<Tightening> LinuxFiles::makeOwnerOnly(const Path& path) {
     return std::unexpected(file.error());
   }
   struct stat found{};
-  VT_TRY(answer(::fstat(file->number(), &found)));
+  VT_TRY(resultOf(::fstat(file->number(), &found)));
   if ((found.st_mode & 077U) == 0) return Tightening::alreadyOwnerOnly;
-  VT_TRY(answer(::fchmod(file->number(), found.st_mode & 0700U)));
+  VT_TRY(resultOf(::fchmod(file->number(), found.st_mode & 0700U)));
   return Tightening::madeOwnerOnly;
 }
 
@@ -501,7 +311,7 @@ Result<void> LinuxFiles::linkNew(const Path& from, const Path& to) {
 Result<void> LinuxFiles::copyNew(const Path& from, const Path& to) {
   const LinuxFileContent source(VT_TRY(openFile(from, O_RDONLY | O_NONBLOCK | O_NOFOLLOW)));
   struct stat status{};
-  VT_TRY(answer(::fstat(source.number(), &status)));
+  VT_TRY(resultOf(::fstat(source.number(), &status)));
   if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
   FileDescriptor copy = VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
   const auto write = [&]() -> Result<void> {
@@ -512,7 +322,7 @@ Result<void> LinuxFiles::copyNew(const Path& from, const Path& to) {
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
     VT_TRY(modeSet(::futimens(copy.number(), times.data())));
     VT_TRY(flushFile(copy.number()));
-    return answer(::close(copy.release()));
+    return resultOf(::close(copy.release()));
   };
   auto written = write();
   if (!written) ::unlink(to.c_str());
@@ -521,7 +331,7 @@ Result<void> LinuxFiles::copyNew(const Path& from, const Path& to) {
 
 Result<void> LinuxFiles::remove(const Path& path) {
   if (::unlink(path.c_str()) == 0) return {};
-  if (errno == EISDIR) return answer(::rmdir(path.c_str()));
+  if (errno == EISDIR) return resultOf(::rmdir(path.c_str()));
   const int reason = errno;
   // A file system that is read-only says so before it has looked for the file.
   struct stat found{};
@@ -539,7 +349,7 @@ Result<void> LinuxFiles::checkWritable(const Path& folder) const {
   const Path trial = folder / (".vantorel-" + randomID() + ".partial");
   FileDescriptor file = VT_TRY(openFile(trial, O_WRONLY | O_CREAT | O_EXCL, 0600));
   // At once, for the process may be killed while the disk writes.
-  VT_TRY(answer(::unlink(trial.c_str())));
+  VT_TRY(resultOf(::unlink(trial.c_str())));
   return fill(std::move(file), "x", Privacy::byUmask, Durability::flushed, Pieces(progress_));
 }
 
@@ -548,7 +358,7 @@ Result<void> LinuxFiles::flushFolder(const Path& folder) {
   const int flushed = uninterrupted([&] { return ::fsync(file.number()); });
   // Some network file systems have nothing to flush for a folder.
   if (flushed == -1 && errno == EINVAL) return {};
-  return answer(flushed);
+  return resultOf(flushed);
 }
 
 Result<void> LinuxFiles::flushFiles(std::span<const Path> files) {
@@ -558,7 +368,7 @@ Result<void> LinuxFiles::flushFiles(std::span<const Path> files) {
   if (files.size() > maximumFlushedSingly && !progress_) {
     const FileDescriptor folder =
         VT_TRY(openFile(files.front().parent_path(), O_RDONLY | O_DIRECTORY));
-    return answer(::syncfs(folder.number()));
+    return resultOf(::syncfs(folder.number()));
   }
   for (const Path& path : files) {
     const auto file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
@@ -587,7 +397,7 @@ Result<std::string> LinuxFiles::attribute(const Path& path, std::string_view nam
 Result<void> LinuxFiles::setAttribute(const Path& path, std::string_view name,
                                       std::string_view value) {
   const std::string fullName = attributeName(name);
-  return answer(::lsetxattr(path.c_str(), fullName.c_str(), value.data(), value.size(), 0));
+  return resultOf(::lsetxattr(path.c_str(), fullName.c_str(), value.data(), value.size(), 0));
 }
 
 Result<void> LinuxFiles::removeAttribute(const Path& path, std::string_view name) {
@@ -605,7 +415,7 @@ Result<std::unique_ptr<FileLock>> LinuxFiles::lock(const Path& path) {
   // Its last holder may have removed it meanwhile: then it stands for nothing any more.
   struct stat ours{};
   struct stat named{};
-  VT_TRY(answer(::fstat(file.number(), &ours)));
+  VT_TRY(resultOf(::fstat(file.number(), &ours)));
   const int found = ::lstat(path.c_str(), &named);
   if (found == -1 && errno != ENOENT) return lastSystemFailure();
   if (found == -1 || named.st_ino != ours.st_ino || named.st_dev != ours.st_dev) return lock(path);
