@@ -12,41 +12,41 @@
 namespace vantorel {
 namespace {
 
-using Case = CopyFailure::Case;
+using CopyCase = CopyFailure::Case;
 
-std::unexpected<CopyFailure> notCopied(Case what, std::string reason = {}) {
+std::unexpected<CopyFailure> notCopied(CopyCase what, std::string reason = {}) {
   return std::unexpected(CopyFailure{what, std::move(reason)});
 }
 
 /// As it is shown.
 Result<std::string, CopyFailure> pictureAsPNG(const CaptureCopying::Services& with,
                                               const ScreenshotEntry& entry) {
-  if (hasUnreadAnnotations(entry)) return notCopied(Case::unreadAnnotations);
+  if (hasUnreadAnnotations(entry)) return notCopied(CopyCase::unreadAnnotations);
   auto bytes = with.files->read(entry.path);
   if (!bytes) {
     auto absence = absenceOf(*with.files, entry);
-    if (!absence) return notCopied(Case::unreadable);
-    return std::unexpected(CopyFailure{Case::fileAway, {}, *std::move(absence)});
+    if (!absence) return notCopied(CopyCase::unreadable);
+    return std::unexpected(CopyFailure{CopyCase::fileAway, {}, *std::move(absence)});
   }
   const bool isPlain = !isAnnotated(entry);
   if (isPlain && Path(entry.path).extension() == ".png") {
-    if (!with.isWholePicture(PictureInMemory(*bytes))) return notCopied(Case::unreadable);
+    if (!with.isWholePicture(PictureInMemory(*bytes))) return notCopied(CopyCase::unreadable);
     return *std::move(bytes);
   }
   auto image = with.codec->decode(*bytes);
-  if (!image) return notCopied(Case::unreadable);
+  if (!image) return notCopied(CopyCase::unreadable);
   const ImageEncoding encoding{.format = ExportFormat::png,
                                .pixelsPerPoint = entry.captureScale.value_or(1)};
   if (isPlain) {
     auto png = with.codec->encode(*image, encoding);
-    if (!png) return notCopied(Case::notEncoded, std::move(png.error().reason));
+    if (!png) return notCopied(CopyCase::notEncoded, std::move(png.error().reason));
     return *std::move(png);
   }
   const EditorDocument document = documentOf(entry, image->size());
   auto drawn = with.draw(document, *std::move(image), entry.captureScale, encoding);
   if (!drawn) {
     logWarning("Clipboard", "{}", sentence(drawn.error()));
-    return notCopied(Case::notDrawn);
+    return notCopied(CopyCase::notDrawn);
   }
   return *std::move(drawn);
 }
@@ -55,21 +55,21 @@ Result<std::string, CopyFailure> pictureAsPNG(const CaptureCopying::Services& wi
 
 std::string sentence(const CopyFailure& failure) {
   switch (failure.what) {
-    case Case::noClipboard: return "there is no clipboard here";
-    case Case::silent: return "the clipboard doesn't answer";
-    case Case::refused: return sentence(OutputFailure::clipboardRefused);
-    case Case::unreadable: return "the screenshot couldn't be read";
-    case Case::fileAway: return sentence(failure.absence);
-    case Case::unreadAnnotations: return unreadAnnotationsReason;
-    case Case::notDrawn: return "its annotations couldn't be drawn";
-    case Case::notEncoded: return failure.reason;
+    case CopyCase::noClipboard: return "there is no clipboard here";
+    case CopyCase::silent: return "the clipboard doesn't answer";
+    case CopyCase::refused: return sentence(OutputFailure::clipboardRefused);
+    case CopyCase::unreadable: return "the screenshot couldn't be read";
+    case CopyCase::fileAway: return sentence(failure.absence);
+    case CopyCase::unreadAnnotations: return unreadAnnotationsReason;
+    case CopyCase::notDrawn: return "its annotations couldn't be drawn";
+    case CopyCase::notEncoded: return failure.reason;
   }
   std::unreachable();
 }
 
 void CaptureCopying::copy(const ScreenshotEntry& entry, Done done) {
   Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
-  if (clipboard == nullptr) return done(notCopied(Case::noClipboard));
+  if (clipboard == nullptr) return done(notCopied(CopyCase::noClipboard));
   roundTrip(
       *services_.work, services_.main,
       [with = services_, entry] { return pictureAsPNG(with, entry); },
@@ -78,7 +78,7 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, Done done) {
         clipboard->setImage(std::move(*png), [done](const Result<void>& set) {
           if (!set) logWarning("Clipboard", "{}", set.error().reason);
           if (set) return done({});
-          done(notCopied(Case::refused));
+          done(notCopied(CopyCase::refused));
         });
       }));
 }
@@ -91,7 +91,7 @@ void CaptureCopying::copyForUser(const std::string& id) {
       {id}, Library::Claimed::no, *services_.work,
       lifetime_.guard([this, id, report](const std::set<std::string>& unsettled) {
         const EntryPointer found = services_.library.store().find(id);
-        if (!found || unsettled.contains(id)) return report(notCopied(Case::unreadable));
+        if (!found || unsettled.contains(id)) return report(notCopied(CopyCase::unreadable));
         copy(*found, report);
       }));
 }

@@ -1,6 +1,7 @@
 #include "app/library_move.hpp"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "base/log.hpp"
@@ -67,7 +68,8 @@ void LibraryMove::settingChanged() {
       },
       lifetime_.guard([this, previous, chosen](bool isOwn) {
         if (isOwn) {
-          return services_.alerts->notify("Captures weren't moved", sentence(ownFolder()));
+          return services_.alerts->notify(std::string(RelocationReport::notMovedTitle),
+                                          sentence(ownFolder()));
         }
         follow(previous, chosen);
       }));

@@ -75,7 +75,7 @@ Result<Path> CaptureFilePlacement::nameFor(const Path& source, bool link, const 
     if (named) return path;
     if (named.error().kind != FailureKind::exists) return std::unexpected(named.error());
   }
-  return failed(FailureKind::exists, "every file name is taken");
+  return std::unexpected(noFreeName());
 }
 
 Result<Path> CaptureFilePlacement::placeIn(const Path& folder, StagedCapture& staged,
@@ -137,7 +137,7 @@ Result<PlacedCapture> CaptureFilePlacement::place(StagedCapture& staged, Image i
       }
     }
     if (!isOwn && settings.seenInStorage && isUnmounted(*files_, folder, *settings.seenInStorage)) {
-      problem = "its disk is not connected";
+      problem = notConnectedReason;
       logWarning("Filing", "{} cannot be used: {}", folder.string(), *problem);
       continue;
     }

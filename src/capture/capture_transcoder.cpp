@@ -10,6 +10,7 @@
 #include "capture/area_downscale.hpp"
 #include "capture/blanked_picture.hpp"
 #include "capture/indexed_png_encoder.hpp"
+#include "editor/records/output_failure.hpp"
 #include "library/capture_file_name.hpp"
 #include "library/rewrite_journal.hpp"
 
@@ -45,7 +46,7 @@ PixelSize sizeInPoints(PixelSize size, double scale) {
 std::string sentence(const TranscodeFailure& failure) {
   switch (failure.what) {
     case Case::writeFailed: return "Couldn't save the screenshot: " + failure.reason;
-    case Case::unreadable: return "the capture couldn't be read as an image";
+    case Case::unreadable: return sentence(OutputFailure::notReadable);
     case Case::tooLarge:
       return fmt::format("{} can't hold a screenshot this large", displayName(failure.format));
     case Case::animated:
@@ -158,7 +159,7 @@ vantorel::Result<Path> CaptureTranscoder::writeBeside(const Source& source, std:
   VT_TRY(removeIfThere(temporary));
   VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
   const Path first = fittingName(old.stem().string(), fmt::format(".{}", fileExtension(format)));
-  auto problem = failed(FailureKind::exists, "every file name is taken");
+  auto problem = std::unexpected(noFreeName());
   for (int number = 1; number <= maximumNames; ++number) {
     Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
     if (files_->status(path) || (source.isReserved && source.isReserved(path))) continue;

@@ -24,9 +24,7 @@ std::unexpected<Failure> misused(std::string why) {
 void AnnotationOptions::addTo(CLI::App& app) {
   annotate_ = app.add_subcommand(
       "annotate", "Store annotations in a capture, or print them; its file stays as it is");
-  annotate_->add_option("id", base_, "the capture's id, a unique start of it, or latest")
-      ->type_name(kinds::capture)
-      ->required();
+  annotate_->add_option("id", base_, captureWords)->type_name(kinds::capture)->required();
   annotate_
       ->add_option("--apply", apply_, "a JSON file whose annotations replace those of the capture")
       ->type_name(kinds::file);
@@ -76,7 +74,7 @@ auto AnnotationOptions::render(const Path& folder) const -> Result<std::optional
     drawing.document = inFolder(folder, document_);
   }
   if (output_.empty()) {
-    return misused("--output must name a file, or be - for standard output");
+    return misused(outputNamesNothing);
   }
   const bool isFile = output_ != "-";
   if (isFile) drawing.output = inFolder(folder, output_);

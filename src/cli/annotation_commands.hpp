@@ -28,6 +28,10 @@ struct Render {
 
 }  // namespace command
 
+/// What is wrong with an empty "--output".
+inline constexpr const char* outputNamesNothing =
+    "--output must name a file, or be - for standard output";
+
 /// The words of "annotate" and "render", added to a parser before it runs and read after it. Must
 /// outlive the parsing.
 class AnnotationOptions {

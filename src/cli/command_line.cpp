@@ -174,7 +174,7 @@ std::string captureCommand(const Given& given, const Path& folder, command::Capt
     if (!command.delay) return "--delay must be whole seconds from 0 to 3600";
   }
   if (given.output) {
-    if (given.output->empty()) return "--output must name a file, or be - for standard output";
+    if (given.output->empty()) return outputNamesNothing;
     command::Capture::Output& output = *(what.output = command::Capture::Output{});
     if (*given.output != "-") {
       output.file = (folder / *given.output).lexically_normal();
@@ -289,17 +289,13 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   CLI::App* const windows = app.add_subcommand("windows", "List the open windows, topmost first");
   CLI::App* const convert = app.add_subcommand(
       "convert", "Convert a capture's file to another format; it holds no annotations: see render");
-  convert->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
-      ->type_name(kinds::capture)
-      ->required();
+  convert->add_option("id", given.entryID, captureWords)->type_name(kinds::capture)->required();
   convert->add_option("--format", given.format, "the new format")
       ->required()
       ->check(oneOf<ExportFormat>());
   CLI::App* const compress = app.add_subcommand(
       "compress", "Make a capture's file smaller; it holds no annotations: see render");
-  compress->add_option("id", given.entryID, "the capture's id, a unique start of it, or latest")
-      ->type_name(kinds::capture)
-      ->required();
+  compress->add_option("id", given.entryID, captureWords)->type_name(kinds::capture)->required();
   compress->add_flag("--1x", given.downscaleTo1x,
                      "also scale a capture of a high-resolution display down to one pixel a point");
   AnnotationOptions annotations;

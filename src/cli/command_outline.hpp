@@ -19,6 +19,9 @@ inline constexpr const char* setting = "SETTING";
 inline constexpr const char* settingValue = "VALUE";  ///< of the setting before it
 }  // namespace kinds
 
+/// What is said of an argument that names a capture.
+inline constexpr const char* captureWords = "the capture's id, a unique start of it, or latest";
+
 /// One option or argument of a command.
 struct OptionOutline {
   std::vector<std::string> names;    ///< with their hyphens; empty: known by its place

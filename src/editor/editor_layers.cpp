@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "editor/editor_model.hpp"
+#include "editor/hint_line.hpp"
 #include "editor/shape_layers.hpp"
 
 namespace vantorel {
@@ -95,7 +96,7 @@ bool EditorModel::addLayers(const std::vector<LayerFile>& files) {
 bool EditorModel::setLayerFrame(const std::string& layerID, const Box& frame) {
   const LayerSpec* const layer = state_.findLayer(layerID);
   if (layer == nullptr || !isUsable(frame)) return false;
-  if (layer->locked) return refuse(layer->name + " is locked · unlock it to move or resize");
+  if (layer->locked) return refuse(lockedHint(layer->name));
   const bool sameSize = layer->frame.w == frame.w && layer->frame.h == frame.h;
   return edit(sameSize ? "Move Layer" : "Resize Layer",
               [&](EditorSnapshot& state) { placeLayers(state, {{std::string(layerID), frame}}); });

@@ -9,9 +9,7 @@ std::string selectHint(const HintSituation& situation) {
   }
   if (situation.selectedShapes == 1) return "Drag to move · handles to resize · ⌫ to delete";
   if (situation.layerSelected) {
-    if (situation.layerLocked) {
-      return situation.layerName + " is locked · unlock it to move or resize";
-    }
+    if (situation.layerLocked) return lockedHint(situation.layerName);
     if (situation.layerRemovable) {
       return "Drag to move · handles to resize · ⌘ skips the guides · ⌫ to remove the layer";
     }
@@ -38,6 +36,10 @@ std::string selectTextHint(const HintSituation& situation) {
 }
 
 }  // namespace
+
+std::string lockedHint(const std::string& layerName) {
+  return layerName + " is locked · unlock it to move or resize";
+}
 
 std::string hintLine(const HintSituation& situation) {
   switch (situation.tool) {

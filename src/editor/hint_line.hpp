@@ -28,6 +28,9 @@ struct HintSituation {
   bool captureHidden = false;
 };
 
+/// Of a layer that is locked.
+[[nodiscard]] std::string lockedHint(const std::string& layerName);
+
 /// The line below the canvas; empty for the tools that explain themselves.
 [[nodiscard]] std::string hintLine(const HintSituation& situation);
 

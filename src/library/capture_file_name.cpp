@@ -43,6 +43,8 @@ std::string fittingName(std::string_view stem, std::string_view ending) {
   return std::string(beginningOf(stem, room)).append(ending);
 }
 
+Failure noFreeName() { return {FailureKind::exists, "every file name is taken"}; }
+
 std::string numberedName(const Path& path, int number) {
   return fittingName(path.stem().string(), fmt::format(" {}{}", number, path.extension().string()));
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.hpp"
 #include "platform/files.hpp"
 
 namespace vantorel {
@@ -22,6 +23,9 @@ namespace vantorel {
 
 /// "Shot 2.png" for "Shot.png", and "Shot 2 3.png" for "Shot 2.png".
 [[nodiscard]] std::string numberedName(const Path& path, int number);
+
+/// When all the numbers that are tried are taken.
+[[nodiscard]] Failure noFreeName();
 
 /// The moment (seconds since 1970-01-01 UTC) in a name without its extension that is made like
 /// these, however often it was numbered: other pictures in a folder that the user chose are none of

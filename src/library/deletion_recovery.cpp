@@ -167,7 +167,7 @@ void DeletionRecovery::start(DeletionQueue::Operation done) {
             },
             [this, found = std::move(found),
              done = std::move(done)](const Result<void>& kept) mutable {
-              if (!kept) logWarning(historyLog, "the undo was not kept: {}", kept.error().reason);
+              if (!kept) logUndoNotKept(kept.error());
               queue_.flushIndex([this, found = std::move(found),
                                  done = std::move(done)](const Result<void>& saved) mutable {
                 finish(std::move(found), saved.has_value(), std::move(done));

@@ -81,7 +81,7 @@ void DeletionUndo::keepAndOffer(RemovedBatch batch) {
   services_.work->post([&files = services_.files, paths = services_.store.paths(),
                         pending = PendingUndo{batch, undoDeadline(services_.clock)}] {
     const auto written = writePendingUndo(files, paths, pending);
-    if (!written) logWarning(historyLog, "the undo was not kept: {}", written.error().reason);
+    if (!written) logUndoNotKept(written.error());
   });
   offer(std::move(batch));
 }
@@ -130,7 +130,7 @@ void DeletionUndo::keepBegun(RemovedBatch batch) {
        pending = PendingUndo{std::move(batch), undoDeadline(services_.clock), true}] {
         const auto written = writePendingUndo(files, paths, pending);
         // What was written when it began names these and more.
-        if (!written) logWarning(historyLog, "the undo was not kept: {}", written.error().reason);
+        if (!written) logUndoNotKept(written.error());
       });
 }
 

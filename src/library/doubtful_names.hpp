@@ -10,6 +10,10 @@
 
 namespace vantorel {
 
+/// Why a file is left alone whose name is in doubt, or whose change is.
+inline constexpr const char* inDoubtReason =
+    "it isn't known yet what came of the change before, since its disk does not answer";
+
 /// Names whose removal was not answered: as long as it may still be made, it would take whatever is
 /// put there. Kept in the journal of who asked for the removal, so that the next run knows them.
 class DoubtfulNames {

@@ -112,12 +112,16 @@ Result<void> removeFile(Files& files, const Path& path) {
   return files.remove(path);
 }
 
+void removeFileOrWarn(Files& files, const Path& path) {
+  if (const auto removed = removeFile(files, path); !removed) {
+    logWarning("History", "{} could not be removed: {}", path.string(), removed.error().reason);
+  }
+}
+
 Result<void> copyFile(Files& files, const Path& from, const Path& to) {
   auto copied = copyWhole(files, from, to);
   if (copied) return copied;
-  if (const auto removed = removeFile(files, to); !removed) {
-    logWarning("History", "{} could not be removed: {}", to.string(), removed.error().reason);
-  }
+  removeFileOrWarn(files, to);
   return copied;
 }
 

@@ -33,6 +33,9 @@ struct FileMeasure {
 /// Removes a file or a package; fine when it is not there.
 [[nodiscard]] Result<void> removeFile(Files& files, const Path& path);
 
+/// Of one that is nobody's: that it stays is no more than logged.
+void removeFileOrWarn(Files& files, const Path& path);
+
 /// Copies the file or package `from` to the new name `to`, on whatever file system, and compares
 /// the copy with the original. A failure leaves nothing under `to`. What an earlier attempt left
 /// there is replaced.

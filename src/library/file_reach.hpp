@@ -48,6 +48,9 @@ enum class FileReach {
 /// What the newest of these entries that lies in the folder remembers of it; null when none does.
 [[nodiscard]] const FileIdentity* lastSeenIn(std::string_view folder, const EntryList& entries);
 
+/// What is said of a folder that `isUnmounted`.
+inline constexpr const char* notConnectedReason = "its disk is not connected";
+
 /// Whether a disk was mounted at the folder, or above it, when a file was last `seen` there, and
 /// nothing is now: what is put there would be hidden when the disk comes back. Blocks.
 [[nodiscard]] bool isUnmounted(const Files& files, const Path& folder, const FileIdentity& seen);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "library/doubtful_names.hpp"
 #include "library/entry_failure.hpp"
 #include "library/history_log.hpp"
 #include "library/look_adoption.hpp"
@@ -17,8 +18,6 @@ namespace vantorel {
 namespace {
 
 constexpr std::string_view notMoved = "move to Trash failed: ";
-constexpr const char* inDoubt =
-    "it isn't known yet what came of the change before, since its disk does not answer";
 
 /// Between two looks at what a silent disk made of a change.
 constexpr std::chrono::seconds lookAgainPause{30};
@@ -157,7 +156,7 @@ void HistoryDeletion::claimSome(Sweeping& state, std::size_t begin, std::size_t 
       continue;
     }
     if (queue_.isInDoubt(id)) {
-      state.sweep.failures.push_back({id, inDoubt});
+      state.sweep.failures.push_back({id, inDoubtReason});
       continue;
     }
     if (const auto claimed = queue_.claim(id, EntryWork::deleting); !claimed) {
@@ -259,7 +258,7 @@ void HistoryDeletion::removeSome(Sweeping& state, std::size_t begin, std::size_t
 
 void HistoryDeletion::keepUndo(const std::shared_ptr<Sweeping>& state) {
   const auto next = [this, state](const Result<void>& kept) {
-    if (!kept) logWarning(historyLog, "the undo was not kept: {}", kept.error().reason);
+    if (!kept) logUndoNotKept(kept.error());
     queue_.flushIndex([this, state](const Result<void>& saved) { finishTrash(state, saved); });
   };
   if (state->undo == Undo::none || state->sweep.removed.empty()) return next({});

@@ -246,7 +246,7 @@ void HistoryRelocation::takeBack(const std::vector<RelocationMover::Moved>& stay
   NewPlaces places;
   for (const RelocationMover::Moved& one : stayed) {
     places.emplace(one.newPath, NewPlace{one.oldPath, one.identity});
-    run_->fail(one.pair, "the new folder can't be reached any more");
+    run_->fail(one.pair, targetGoneReason);
   }
   adopt(places);
 }

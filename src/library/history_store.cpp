@@ -28,6 +28,10 @@ bool matchesPrefix(std::string_view id, std::string_view prefix) {
          });
 }
 
+std::unexpected<Failure> collectionLeft() {
+  return failed(FailureKind::notFound, "the collection is no longer in History");
+}
+
 }  // namespace
 
 HistoryStore::HistoryStore(HistoryServices services, LibraryPaths paths)
@@ -173,7 +177,7 @@ Result<const HistoryCollection*> HistoryStore::resolveCollection(std::string_vie
 }
 
 Result<void> HistoryStore::mayChange() const {
-  if (!isLoaded()) return failed(FailureKind::denied, "the index hasn't finished loading");
+  if (!isLoaded()) return failed(FailureKind::denied, IndexWriter::notLoaded);
   return {};
 }
 
@@ -263,7 +267,7 @@ Result<void> HistoryStore::updateCollection(std::string_view id,
   VT_TRY(mayChange());
   const auto found = std::ranges::find(collections_, id, &HistoryCollection::id);
   if (found == collections_.end()) {
-    return failed(FailureKind::notFound, "the collection is no longer in History");
+    return collectionLeft();
   }
   HistoryCollection changed = *found;
   change(changed);
@@ -278,7 +282,7 @@ Result<void> HistoryStore::removeCollection(std::string_view id) {
   VT_TRY(mayChange());
   const auto found = std::ranges::find(collections_, id, &HistoryCollection::id);
   if (found == collections_.end()) {
-    return failed(FailureKind::notFound, "the collection is no longer in History");
+    return collectionLeft();
   }
   const std::string gone = found->id;
   collections_.erase(found);
@@ -300,7 +304,7 @@ Result<void> HistoryStore::setMembership(std::string_view id, std::string_view c
                                          bool member) {
   VT_TRY(mayChange());
   if (member && findCollection(collectionID) == nullptr) {
-    return failed(FailureKind::notFound, "the collection is no longer in History");
+    return collectionLeft();
   }
   return update(id, [&](ScreenshotEntry& entry) {
     const auto found = std::ranges::find(entry.collectionIDs, collectionID);

@@ -125,6 +125,13 @@ void separateDoubles(EntryList& entries, std::vector<TextRun>& runs) {
   runs.resize(kept);
 }
 
+void logNewer(int version) {
+  logError(historyLog,
+           "index was written by a newer build (version {}; this build reads up to {}) — index "
+           "writes disabled for this run",
+           version, HistoryIndexFile::currentVersion);
+}
+
 }  // namespace
 
 bool allowsWrites(IndexLoad load) {
@@ -298,10 +305,7 @@ IndexStorage::Loaded IndexStorage::decode() {
     loaded.changedByReading = true;
   }
   if (decoded->file.version > HistoryIndexFile::currentVersion) {
-    logError(historyLog,
-             "index was written by a newer build (version {}; this build reads up to {}) — index "
-             "writes disabled for this run",
-             decoded->file.version, HistoryIndexFile::currentVersion);
+    logNewer(decoded->file.version);
     loaded.load = IndexLoad::newer;
     return loaded;
   }
@@ -418,10 +422,7 @@ bool IndexStorage::isAsWritten(const std::string& text) const {
 Result<ForeignIndex> IndexStorage::park(const std::string& foreign) {
   const auto decoded = decodeIndex(foreign);
   if (decoded && decoded->file.version > HistoryIndexFile::currentVersion) {
-    logError(historyLog,
-             "index was written by a newer build (version {}; this build reads up to {}) — index "
-             "writes disabled for this run",
-             decoded->file.version, HistoryIndexFile::currentVersion);
+    logNewer(decoded->file.version);
     return ForeignIndex{IndexLoad::newer, {}};
   }
   const auto kind = decoded ? ParkedKind::replaced : ParkedKind::unreadable;

@@ -51,7 +51,7 @@ void IndexWriter::opened(IndexLoad load, std::string holder) {
 }
 
 std::optional<std::string> IndexWriter::refusal() const {
-  if (!load_) return "the index hasn't finished loading";
+  if (!load_) return notLoaded;
   if (*load_ == IndexLoad::inUse) return holder_ + " has the library";
   if (!allowsWrites(*load_)) {
     return fmt::format("the index can't be written this run: {}", whyNotWritten(*load_));

@@ -27,11 +27,13 @@ class IndexWriter {
   IndexWriter(const Clock& clock, std::shared_ptr<TaskRunner> main,
               std::shared_ptr<TaskRunner> persist, std::shared_ptr<IndexStorage> storage);
 
-  /// Until called, and when `load` allows no writes, every write is refused with a sentence.
+  /// Until called, and when `load` allows no writes, every write is refused.
   /// With `inUse`, `holder` has the library.
   void opened(IndexLoad load, std::string holder);
 
-  /// Why the index cannot be written now; nothing when it can.
+  static constexpr const char* notLoaded = "the index hasn't finished loading";
+
+  /// Why the index cannot be written now, a clause; nothing when it can.
   [[nodiscard]] std::optional<std::string> refusal() const;
 
   /// Takes one change and schedules a write.

@@ -1,8 +1,10 @@
 #include "library/pending_undo.hpp"
 
 #include "base/json_record.hpp"
+#include "base/log.hpp"
 #include "base/path_text.hpp"
 #include "library/earlier_mark.hpp"
+#include "library/history_log.hpp"
 #include "library/journal_file.hpp"
 
 namespace vantorel {
@@ -75,6 +77,10 @@ Result<void> writePendingUndo(Files& files, const LibraryPaths& paths, const Pen
          item.originalMark, item.originalMayLandUntil, item.extra});
   }
   return files.replace(paths.pendingUndo(), json::toText(stored), Privacy::ownerOnly);
+}
+
+void logUndoNotKept(const Failure& failure) {
+  logWarning(historyLog, "the undo was not kept: {}", failure.reason);
 }
 
 Result<void> removePendingUndo(Files& files, const LibraryPaths& paths) {

@@ -36,6 +36,9 @@ struct PendingUndo {
 // or removed.
 [[nodiscard]] Result<void> writePendingUndo(Files& files, const LibraryPaths& paths,
                                             const PendingUndo& pending);
+
+/// For those who go on without it.
+void logUndoNotKept(const Failure& failure);
 [[nodiscard]] Result<void> removePendingUndo(Files& files, const LibraryPaths& paths);
 
 /// Nothing when there is none, or none that can be read.

@@ -4,7 +4,6 @@
 
 #include <set>
 
-#include "base/log.hpp"
 #include "base/path_text.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
@@ -159,9 +158,7 @@ void RelocationJournal::removeTemporaries(Files& files) {
                               !mayHaveBothNames(files, pair, path);
       if (isFree || isAnothers) pair.copy.reset();
     }
-    if (const auto removed = removeFile(files, path); !removed) {
-      logWarning("History", "{} could not be removed: {}", path.string(), removed.error().reason);
-    }
+    removeFileOrWarn(files, path);
   }
 }
 

@@ -69,8 +69,7 @@ Result<void> prepareCaptureFolder(Files& files, const Path& folder) {
       if (!writable) (void)files.remove(folder);
       return writable;
     }
-    case FileReach::folderUnreachable:
-      return failed(FailureKind::unreachable, "its disk is not connected");
+    case FileReach::folderUnreachable: return failed(FailureKind::unreachable, notConnectedReason);
     case FileReach::folderDenied: return failed(FailureKind::denied, "it may not be opened");
     case FileReach::unknown: return failed(FailureKind::other, "it is no folder that can be used");
   }
@@ -153,7 +152,7 @@ Result<Path> RelocationMover::freePlace(const Path& wanted) {
     taken_.insert(place.string());
     return place;
   }
-  return failed(FailureKind::exists, "every file name is taken");
+  return std::unexpected(noFreeName());
 }
 
 Result<void> RelocationMover::add(const std::string& path, const Path& wanted) {
@@ -253,7 +252,7 @@ RelocationMover::Plan RelocationMover::plan(const EntryList& entries,
     auto prepared = prepareCaptureFolder(files_, scope.folder);
     const FileIdentity* const seen = lastSeenIn(scope.folder.string(), entries);
     if (prepared && seen != nullptr && isUnmounted(files_, scope.folder, *seen)) {
-      prepared = failed(FailureKind::unreachable, "its disk is not connected");
+      prepared = failed(FailureKind::unreachable, notConnectedReason);
     }
     if (!prepared) {
       plan.problem = "the new folder can't be used: " + prepared.error().reason;
@@ -316,10 +315,7 @@ void RelocationMover::nameCopies(std::span<const std::size_t> copied, Batch& bat
     fail(place, named.error(), batch);
     if (planned_[place].isUnanswered) continue;
     pair.copy.reset();
-    if (const auto removed = removeFile(files_, temporary); !removed) {
-      logWarning(historyLog, "{} could not be removed: {}", temporary.string(),
-                 removed.error().reason);
-    }
+    removeFileOrWarn(files_, temporary);
   }
 }
 
@@ -413,14 +409,13 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
 
 /// Fails when the new folder is not the one that the move began on.
 Result<void> RelocationMover::holdTarget() {
-  constexpr std::string_view reason = "the new folder can't be reached any more";
   auto handle = files_.hold(target_);
-  if (!handle) return failed(handle.error().kind, std::string(reason));
+  if (!handle) return failed(handle.error().kind, targetGoneReason);
   heldTarget_ = *std::move(handle);
   const auto location = files_.location(heldTarget_->path());
   if ((location ? std::optional(*location) : std::nullopt) == targetLocation_) return {};
   heldTarget_.reset();
-  return failed(FailureKind::unreachable, std::string(reason));
+  return failed(FailureKind::unreachable, targetGoneReason);
 }
 
 bool RelocationMover::isTargetThere() const {
@@ -447,7 +442,7 @@ void RelocationMover::takeBack(Batch& batch) {
       logWarning(historyLog, "{} could not be taken back: {}", moved.newPath,
                  undone.error().reason);
     }
-    batch.failures.emplace_back(moved.pair, "the new folder can't be reached any more");
+    batch.failures.emplace_back(moved.pair, targetGoneReason);
   }
 }
 

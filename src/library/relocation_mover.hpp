@@ -25,6 +25,9 @@
 
 namespace vantorel {
 
+/// Why captures stay where they were when the folder they move to goes away.
+inline constexpr const char* targetGoneReason = "the new folder can't be reached any more";
+
 /// Where captures are to be moved, and from where.
 struct RelocationTarget {
   Path folder;                ///< absolute

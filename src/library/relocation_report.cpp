@@ -40,7 +40,7 @@ std::string copiesLeftSentence(const RelocationOutcome& outcome) {
 }
 
 std::optional<RelocationReport::Alert> RelocationReport::alert(const RelocationOutcome& outcome) {
-  constexpr std::string_view none = "Captures weren't moved";
+  constexpr std::string_view none = notMovedTitle;
   constexpr std::string_view stopped = "Moving captures stopped";
   constexpr std::string_view some = "Some captures didn't move";
   const auto say = [](std::string_view title, std::string text) {

@@ -36,6 +36,8 @@ struct RelocationOutcome {
 
 /// What the user is told of a move.
 struct RelocationReport {
+  static constexpr std::string_view notMovedTitle = "Captures weren't moved";
+
   struct Alert {
     std::string title;
     std::string text;

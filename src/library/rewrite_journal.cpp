@@ -147,6 +147,10 @@ void RewriteJournal::settle(const EntryList& entries) {
   learnEarlier();
   if (unsettled_.empty() && doubtful_.isEmpty()) return;
   clearUp({}, entries);
+  writeOrWarn();
+}
+
+void RewriteJournal::writeOrWarn() {
   if (const auto written = write(); !written) {
     logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
   }
@@ -157,9 +161,7 @@ Result<void> RewriteJournal::begin(const std::string& id, const Path& old,
   learnEarlier();
   const bool isUnsettled = std::ranges::find(unsettled_, id, &Item::id) != unsettled_.end();
   if (isUnsettled || (original && doubtful_.contains(*original, clock_.now()))) {
-    return failed(FailureKind::unreachable,
-                  "it isn't known yet what came of the change before, since its disk does not "
-                  "answer");
+    return failed(FailureKind::unreachable, inDoubtReason);
   }
   Item item{.id = id, .old = old.string(), .oldFile = markOf(files_, old)};
   // One that stands there already is not this rewrite's.
@@ -190,9 +192,7 @@ RewriteJournal::Ended RewriteJournal::end(const std::string& id, const EntryList
   const std::string old = found->old;
   clearUp({*found}, entries);
   items_.erase(found);
-  if (const auto written = write(); !written) {
-    logWarning("Rewrite", "the journal could not be written: {}", written.error().reason);
-  }
+  writeOrWarn();
   const auto left = std::ranges::find(left_, old, &Left::path);
   return {left == left_.end() ? std::nullopt : std::optional(*left),
           std::ranges::find(unsettled_, id, &Item::id) != unsettled_.end()};
@@ -255,10 +255,8 @@ Result<void> RewriteJournal::putBack(const Item& item) {
 /// Something unfinished, of which nobody needs the name. Fails only when it is not known whether it
 /// is gone.
 Result<void> RewriteJournal::clearHalf(const Path& path) {
-  auto removed = files_.remove(path);
-  if (removed || removed.error().kind == FailureKind::notFound) return {};
-  logWarning("Rewrite", "{} could not be removed: {}", path.string(), removed.error().reason);
-  if (isUnanswered(removed.error())) return removed;
+  auto removed = removeOrWarn(path);
+  if (!removed && isUnanswered(removed.error())) return removed;
   return {};
 }
 
@@ -270,10 +268,15 @@ Result<void> RewriteJournal::clear(const Path& path) {
 }
 
 Result<void> RewriteJournal::remove(const Path& path) {
+  auto removed = removeOrWarn(path);
+  if (!removed && isUnanswered(removed.error())) doubtful_.add(path);
+  return removed;
+}
+
+Result<void> RewriteJournal::removeOrWarn(const Path& path) {
   auto removed = files_.remove(path);
   if (removed || removed.error().kind == FailureKind::notFound) return {};
   logWarning("Rewrite", "{} could not be removed: {}", path.string(), removed.error().reason);
-  if (isUnanswered(removed.error())) doubtful_.add(path);
   return removed;
 }
 

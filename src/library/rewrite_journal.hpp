@@ -90,6 +90,7 @@ class RewriteJournal {
 
  private:
   [[nodiscard]] Result<void> write();
+  void writeOrWarn();
   void learnEarlier();
   void learn(std::string_view journal);
   [[nodiscard]] Result<void> putBack(const Item& item);
@@ -101,6 +102,7 @@ class RewriteJournal {
   [[nodiscard]] Result<void> clearHalf(const Path& path);
   [[nodiscard]] Result<void> clear(const Path& path);
   [[nodiscard]] Result<void> remove(const Path& path);
+  [[nodiscard]] Result<void> removeOrWarn(const Path& path);
   void retryLeft(KnownFiles& named);
 
   Files& files_;

@@ -15,7 +15,7 @@ namespace {
 constexpr int answerBoundMilliseconds = 4000;
 
 Result<void> hand(const std::string& png) {
-  const Failure refused{FailureKind::denied, "the clipboard wouldn't take the image"};
+  const Failure refused{FailureKind::denied, clipboard_refusal::image};
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
     return std::unexpected(refused);
@@ -49,11 +49,11 @@ void DetachedClipboard::setImage(std::string png,
 }
 
 void DetachedClipboard::setText(std::string, std::move_only_function<void(Result<void>)> done) {
-  done(failed(FailureKind::unsupported, "the clipboard wouldn't take the text"));
+  done(failed(FailureKind::unsupported, clipboard_refusal::text));
 }
 
 void DetachedClipboard::setShapes(std::string, std::move_only_function<void(Result<void>)> done) {
-  done(failed(FailureKind::unsupported, "the clipboard wouldn't take the annotations"));
+  done(failed(FailureKind::unsupported, clipboard_refusal::shapes));
 }
 
 }  // namespace vantorel

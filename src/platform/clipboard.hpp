@@ -11,6 +11,13 @@ namespace vantorel {
 /// The type under which annotations are copied, as JSON, for this program alone.
 inline constexpr std::string_view shapesClipboardType = "com.vantorel.shapes";
 
+/// Why a clipboard does not have what it was given.
+namespace clipboard_refusal {
+inline constexpr const char* image = "the clipboard wouldn't take the image";
+inline constexpr const char* text = "the clipboard wouldn't take the text";
+inline constexpr const char* shapes = "the clipboard wouldn't take the annotations";
+}  // namespace clipboard_refusal
+
 /// The desktop's clipboard. The content stays while the program runs, and is handed to a clipboard
 /// manager at exit when there is one. Lives on the main runner.
 class Clipboard {

@@ -18,6 +18,9 @@ using Stored = std::optional<JSONValue>;
 template <class T>
 using Member = T SettingsValues::*;
 
+constexpr const char* folderWords = "the absolute path of a folder";
+constexpr const char* textsWords = "a list of texts";
+
 template <class T>
 const T* held(const JSONValue& value) {
   return std::get_if<T>(&value.value);
@@ -362,7 +365,7 @@ class Table {
   /// A set is stored as a list.
   void textSet(std::string_view key, Member<std::set<std::string>> member) {
     using List = std::vector<std::string>;
-    Setting& row = add(key, member, "JSON", "a list of texts");
+    Setting& row = add(key, member, "JSON", textsWords);
     row.load = [member](const Stored& stored, const SettingsValues& defaults,
                         SettingsValues& values) {
       const auto found = stored ? decoded<List>(*stored) : std::nullopt;
@@ -434,7 +437,7 @@ void addCapture(Table& table) {
   table.flag(VT_SETTING(keepTextClips), presentOrOn);
   table.flag(VT_SETTING(indexScreenshotText), presentOrOn).resets = false;
   table.optionalText(VT_SETTING(activeCollectionID), isAnyText, "the id of a collection");
-  table.text(VT_SETTING(storageDirectory), isAbsolutePath, "the absolute path of a folder");
+  table.text(VT_SETTING(storageDirectory), isAbsolutePath, folderWords);
   table.choice(VT_SETTING(exportFormat));
   table.number(VT_SETTING(jpegQuality), 0.05, 1);
   table.text(VT_SETTING(filenameTemplate), isFileNameBase,
@@ -485,7 +488,7 @@ void addRecording(Table& table) {
   table.flag(VT_SETTING(keepNotificationsOutOfRecordings), orDefault);
   table.whole(VT_SETTING(studioFrameRate), 10, 120);
   table.choice(VT_SETTING(studioQuality));
-  table.composite(VT_SETTING(studioFavouriteGradients), "a list of texts").resets = false;
+  table.composite(VT_SETTING(studioFavouriteGradients), textsWords).resets = false;
   table.optionalText(VT_SETTING(microphoneDeviceID), isAnyText, "the id of a microphone");
   table.optionalText(VT_SETTING(microphoneDeviceName), isAnyText, "the name of a microphone");
   table.optionalText(VT_SETTING(cameraDeviceID), isAnyText, "the id of a camera");
@@ -515,12 +518,11 @@ void addAgentAndState(Table& table) {
   table.flag(VT_SETTING(mcpAllowCapture), orDefault);
   table.flag(VT_SETTING(mcpAllowExport), plain);
   table.choice(VT_SETTING(mcpApprovalMode));
-  table.optionalText(VT_SETTING(mcpExportDirectory), isAbsolutePath,
-                     "the absolute path of a folder");
+  table.optionalText(VT_SETTING(mcpExportDirectory), isAbsolutePath, folderWords);
   table.group = SettingGroup::state;
   table.flag(VT_SETTING(hasCompletedOnboarding), plain).resets = false;
   table.flag(VT_SETTING(hasCapturedSuccessfully), plain).resets = false;
-  table.composite(VT_SETTING(filingUnfinishedAtQuit), "a list of texts").resets = false;
+  table.composite(VT_SETTING(filingUnfinishedAtQuit), textsWords).resets = false;
 }
 
 #undef VT_SETTING

@@ -71,13 +71,13 @@ class AbsentClipboard final : public Clipboard {
   using Done = std::move_only_function<void(Result<void>)>;
 
   void setImage(std::string, Done done) override {
-    done(failed(FailureKind::unsupported, "the clipboard wouldn't take the image"));
+    done(failed(FailureKind::unsupported, clipboard_refusal::image));
   }
   void setText(std::string, Done done) override {
-    done(failed(FailureKind::unsupported, "the clipboard wouldn't take the text"));
+    done(failed(FailureKind::unsupported, clipboard_refusal::text));
   }
   void setShapes(std::string, Done done) override {
-    done(failed(FailureKind::unsupported, "the clipboard wouldn't take the annotations"));
+    done(failed(FailureKind::unsupported, clipboard_refusal::shapes));
   }
   [[nodiscard]] std::string shapes() const override { return {}; }
   void handOver() override {}

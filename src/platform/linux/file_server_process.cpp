@@ -24,11 +24,11 @@ constexpr std::size_t maximumIdle = 8;
 /// A machine may be so busy that a program needs long to start.
 constexpr std::chrono::nanoseconds startBound = std::chrono::seconds(10);
 
-std::unexpected<Failure> silence() {
+}  // namespace
+
+std::unexpected<Failure> serverSilence() {
   return failed(FailureKind::unreachable, "it does not answer");
 }
-
-}  // namespace
 
 /// What the thread that waits for the end knows. Outlives the object.
 struct FileServerProcess::Life {
@@ -126,7 +126,7 @@ Result<std::string> FileServerProcess::ask(std::string_view request, std::chrono
                                            IfSilent ifSilent, int descriptor) {
   auto last = std::chrono::steady_clock::now();
   auto to = connection();
-  if (!to) return silence();
+  if (!to) return serverSilence();
   MessageSocket& socket = to->socket;
   auto sent = socket.send(request, bound);
   if (sent && descriptor != -1) sent = socket.sendDescriptor(descriptor);
@@ -147,7 +147,7 @@ Result<std::string> FileServerProcess::ask(std::string_view request, std::chrono
     const bool othersAreAnswered = lastSign_ > last && ++givenUp_ < maximumGivenUp;
     if (ifSilent == IfSilent::stop || !othersAreAnswered) stop();
   }
-  return silence();
+  return serverSilence();
 }
 
 void FileServerProcess::notify(std::string_view request) {

@@ -15,6 +15,9 @@
 
 namespace vantorel {
 
+/// What is said of a server that took too long.
+[[nodiscard]] std::unexpected<Failure> serverSilence();
+
 /// A process that does to files what this one asks for, so that this one never waits in a file
 /// system; see `serveFiles`. Ends with this object or process. Any thread.
 class FileServerProcess {

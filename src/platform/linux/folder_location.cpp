@@ -86,7 +86,8 @@ Result<FolderLocation> locationOf(const FileDescriptor& folder) {
       std::filesystem::read_symlink(fmt::format("/proc/self/fd/{}", folder.number()), error);
   if (error) return systemFailure(error.value());
   const auto mount = findMount(*mountsNow(), found.stx_mnt_id);
-  if (!mount) return failed(FailureKind::unreachable, "its file system was unmounted");
+  const auto unmounted = failed(FailureKind::unreachable, "its file system was unmounted");
+  if (!mount) return unmounted;
   // "/home" and "/home/me" give "/me"; "/" and "/home" give "/home".
   std::string inside = path.string();
   const std::string& point = mount->mountPoint;
@@ -94,7 +95,7 @@ Result<FolderLocation> locationOf(const FileDescriptor& folder) {
     const bool isBelow =
         inside.starts_with(point) && (inside.size() == point.size() || inside[point.size()] == '/');
     // A folder of a mount that another one hides has no name any more.
-    if (!isBelow) return failed(FailureKind::unreachable, "its file system was unmounted");
+    if (!isBelow) return unmounted;
     inside.erase(0, point.size());
   }
   std::string place = mount->root == "/" ? inside : mount->root + (inside == "/" ? "" : inside);

@@ -24,6 +24,10 @@ FileType fileType(mode_t mode) {
 
 }  // namespace
 
+std::unexpected<Failure> tooLargeForMemory() {
+  return failed(FailureKind::tooLarge, "the file does not fit into memory");
+}
+
 FileStatus statusOf(const struct stat& found) {
   return FileStatus{.type = fileType(found.st_mode),
                     .size = static_cast<std::uint64_t>(found.st_size),
@@ -63,9 +67,9 @@ Result<std::string> LinuxFileContent::read(std::uint64_t offset, std::uint64_t l
   }
   return bytes;
 } catch (const std::bad_alloc&) {
-  return failed(FailureKind::tooLarge, "the file does not fit into memory");
+  return tooLargeForMemory();
 } catch (const std::length_error&) {
-  return failed(FailureKind::tooLarge, "the file does not fit into memory");
+  return tooLargeForMemory();
 }
 
 Result<void> writeAll(int file, std::string_view bytes, const Pieces& pieces) {

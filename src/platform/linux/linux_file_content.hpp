@@ -13,6 +13,9 @@
 
 namespace vantorel {
 
+/// Why contents could not be read when memory ran out.
+[[nodiscard]] std::unexpected<Failure> tooLargeForMemory();
+
 [[nodiscard]] FileStatus statusOf(const struct stat& found);
 
 /// Contents go whole, or in pieces to whoever wants to hear that they go on.

@@ -27,6 +27,10 @@
 namespace vantorel {
 namespace {
 
+std::unexpected<Failure> notRegular() {
+  return failed(FailureKind::other, "it is not a regular file");
+}
+
 /// As the folder itself has it: a server mounted in it that went is not asked.
 FileType fileType(const std::filesystem::directory_entry& item) {
   std::error_code gone;
@@ -147,7 +151,7 @@ Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) cons
   struct stat status{};
   VT_TRY(resultOf(::fstat(file.number(), &status)));
   if (S_ISDIR(status.st_mode)) return systemFailure(EISDIR);
-  if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
+  if (!S_ISREG(status.st_mode)) return notRegular();
 
   const Pieces pieces(progress_);
   std::string bytes;
@@ -170,9 +174,9 @@ Result<std::string> LinuxFiles::read(const Path& path, std::uint64_t limit) cons
     room = std::max<std::size_t>(room - static_cast<std::size_t>(got), 4096);
   }
 } catch (const std::bad_alloc&) {
-  return failed(FailureKind::tooLarge, "the file does not fit into memory");
+  return tooLargeForMemory();
 } catch (const std::length_error&) {
-  return failed(FailureKind::tooLarge, "the file does not fit into memory");
+  return tooLargeForMemory();
 }
 
 Result<FileStatus> LinuxFiles::status(const Path& path) const {
@@ -253,7 +257,7 @@ Result<std::shared_ptr<FileContent>> LinuxFiles::open(const Path& path) const {
   FileDescriptor file = VT_TRY(openFile(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW));
   auto content = std::make_shared<LinuxFileContent>(std::move(file));
   if (VT_TRY(content->status()).type != FileType::regular) {
-    return failed(FailureKind::other, "it is not a regular file");
+    return notRegular();
   }
   return content;
 }
@@ -312,7 +316,7 @@ Result<void> LinuxFiles::copyNew(const Path& from, const Path& to) {
   const LinuxFileContent source(VT_TRY(openFile(from, O_RDONLY | O_NONBLOCK | O_NOFOLLOW)));
   struct stat status{};
   VT_TRY(resultOf(::fstat(source.number(), &status)));
-  if (!S_ISREG(status.st_mode)) return failed(FailureKind::other, "it is not a regular file");
+  if (!S_ISREG(status.st_mode)) return notRegular();
   FileDescriptor copy = VT_TRY(openFile(to, O_WRONLY | O_CREAT | O_EXCL, 0600));
   const auto write = [&]() -> Result<void> {
     VT_TRY(copyRun(copy.number(), source, 0, static_cast<std::uint64_t>(status.st_size),

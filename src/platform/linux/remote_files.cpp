@@ -22,10 +22,6 @@ using IfSilent = FileServerProcess::IfSilent;
 /// In bytes. A server that needs longer than for a look to send so much is taken for silent.
 constexpr std::uint64_t smallFile = std::uint64_t{16} << 20;
 
-std::unexpected<Failure> silence() {
-  return failed(FailureKind::unreachable, "it does not answer");
-}
-
 /// The process in "/proc/1234/fd/5/..."; 0 in every other path.
 pid_t processNamedIn(const Path& path) {
   constexpr std::string_view start = "/proc/";
@@ -192,7 +188,7 @@ std::shared_ptr<RemoteFiles::Mount> RemoteFiles::mountFor(const Path& path) cons
 Result<RemoteFiles::Server> RemoteFiles::serverOf(Mount& mount) const {
   const std::scoped_lock lock(mount.mutex);
   if (mount.server && mount.server->isServing()) return mount.server;
-  if (mount.server && !mount.server->hasEnded()) return silence();
+  if (mount.server && !mount.server->hasEnded()) return serverSilence();
   Server server = VT_TRY(FileServerProcess::start(command_));
   {
     const std::scoped_lock all(mutex_);
@@ -224,7 +220,7 @@ Result<RemoteFiles::Server> RemoteFiles::serverFor(const Path& path) const {
     for (const auto& weak : servers_) {
       auto server = weak.lock();
       if (!server || server->process() != process) continue;
-      if (!server->isServing()) return silence();
+      if (!server->isServing()) return serverSilence();
       return server;
     }
   }

@@ -35,9 +35,7 @@ LostRepliesAreSilence::LostRepliesAreSilence() { areLostRepliesSilence = true; }
 LostRepliesAreSilence::~LostRepliesAreSilence() { areLostRepliesSilence = false; }
 
 std::unexpected<Failure> systemFailure(int error) {
-  if (areLostRepliesSilence && mayBeLostReply(error)) {
-    return failed(FailureKind::unreachable, "the folder does not answer");
-  }
+  if (areLostRepliesSilence && mayBeLostReply(error)) error = ETIMEDOUT;
   switch (error) {
     case ENOENT: return failed(FailureKind::notFound, "there is no such file or folder");
     case ENOTDIR: return failed(FailureKind::notFound, "a part of the path is not a folder");

@@ -19,6 +19,10 @@
 namespace vantorel {
 namespace {
 
+std::unexpected<Failure> notMade() {
+  return failed(FailureKind::other, "the WebP file could not be made");
+}
+
 /// What composing a frame may cost, in pixels of the canvas for each frame up to it: a thousand
 /// full-HD frames, a dozen seconds for a file made to be slow.
 constexpr std::uint64_t maximumComposedPixels = 1ULL << 31;
@@ -150,7 +154,7 @@ Result<std::string> withTime(std::string_view webp, double createdAt) {
                       WebPMuxSetChunk(mux.get(), "EXIF", &remark, 0) == WEBP_MUX_OK &&
                       WebPMuxAssemble(mux.get(), &made) == WEBP_MUX_OK;
   const std::unique_ptr<WebPData, decltype(&WebPDataClear)> owned(&made, WebPDataClear);
-  if (!isMade) return failed(FailureKind::other, "the WebP file could not be made");
+  if (!isMade) return notMade();
   return std::string(reinterpret_cast<const char*>(made.bytes), made.size);
 }
 
@@ -185,7 +189,7 @@ Result<std::string> writeWebP(const Image& image, const ImageEncoding& encoding)
   config.thread_level = 1;
   Writer writer;
   if (!import(writer.picture, image) || WebPEncode(&config, &writer.picture) == 0) {
-    return failed(FailureKind::other, "the WebP file could not be made");
+    return notMade();
   }
   const std::string_view webp(reinterpret_cast<const char*>(writer.bytes.mem), writer.bytes.size);
   if (!encoding.createdAt) return std::string(webp);

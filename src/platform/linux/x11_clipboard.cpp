@@ -73,8 +73,7 @@ void X11Clipboard::put(ClipboardContent content, std::string shapes, const char*
 }
 
 void X11Clipboard::setImage(std::string png, std::move_only_function<void(Result<void>)> done) {
-  put({{"image/png", shared(std::move(png))}}, {}, "the clipboard wouldn't take the image",
-      std::move(done));
+  put({{"image/png", shared(std::move(png))}}, {}, clipboard_refusal::image, std::move(done));
 }
 
 void X11Clipboard::setText(std::string text, std::move_only_function<void(Result<void>)> done) {
@@ -84,12 +83,12 @@ void X11Clipboard::setText(std::string text, std::move_only_function<void(Result
        {"text/plain;charset=utf-8", utf8},
        {"text/plain", utf8},
        {"STRING", old}},
-      {}, "the clipboard wouldn't take the text", std::move(done));
+      {}, clipboard_refusal::text, std::move(done));
 }
 
 void X11Clipboard::setShapes(std::string json, std::move_only_function<void(Result<void>)> done) {
-  put({{std::string(shapesClipboardType), shared(json)}}, json,
-      "the clipboard wouldn't take the annotations", std::move(done));
+  put({{std::string(shapesClipboardType), shared(json)}}, json, clipboard_refusal::shapes,
+      std::move(done));
 }
 
 void X11Clipboard::handOver() {
