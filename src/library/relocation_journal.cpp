@@ -5,6 +5,7 @@
 #include <set>
 
 #include "base/path_text.hpp"
+#include "library/file_move.hpp"
 #include "library/file_reach.hpp"
 #include "library/journal_file.hpp"
 #include "library/noted_place.hpp"
@@ -130,9 +131,7 @@ bool mayHaveBothNames(Files& files, const RelocationJournal::Pair& pair, const P
   // Gone by now, though the mount still shows it: its name went when it had got the new one.
   if (!linked) return linked.error().kind == FailureKind::notFound || isUnanswered(linked.error());
   const auto status = files.status(second);
-  if (const auto removed = removeFile(files, second); !removed) {
-    logWarning("History", "{} could not be removed: {}", second.string(), removed.error().reason);
-  }
+  removeFileOrWarn(files, second);
   return status && static_cast<std::int64_t>(status->inode) != pair.copy->file;
 }
 
