@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -39,10 +40,6 @@ std::vector<std::string> namesIn(const Path& folder) {
   return names;
 }
 
-std::ptrdiff_t threadCount() {
-  return std::ranges::distance(std::filesystem::directory_iterator("/proc/self/task"));
-}
-
 /// Whether a thread of this process waits so that nothing ends it.
 bool isHeld() {
   return std::ranges::any_of(
@@ -70,7 +67,6 @@ class RemoteFilesTest : public testing::Test {
     std::ofstream(root / "here.png") << "pixels";
     // The thread sanitizer has a thread of its own from the first one on.
     std::thread([] {}).join();
-    threads = threadCount();
     mount = std::make_unique<ServedMount>(root / "mount", root / "served");
   }
   void TearDown() override {
@@ -79,8 +75,11 @@ class RemoteFilesTest : public testing::Test {
   }
 
   /// The processes that hung have ended, and were waited for.
-  void waitForEnds() const {
-    while (threadCount() > threads + 1) std::this_thread::yield();
+  static void waitForEnds() {
+    siginfo_t ended{};
+    while (::waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == 0) {
+      std::this_thread::yield();
+    }
   }
 
   [[nodiscard]] static RemoteFiles files(std::chrono::nanoseconds bound) {
@@ -88,7 +87,6 @@ class RemoteFilesTest : public testing::Test {
   }
 
   Path root;
-  std::ptrdiff_t threads = 0;
   std::unique_ptr<ServedMount> mount;
 };
 
