@@ -201,7 +201,7 @@ std::optional<Failure> whyUnpainted(X11Session& session, xcb_window_t window) {
   std::unreachable();
 }
 
-std::string whyNotShown(WindowVisibility visibility) {
+const char* whyNotShown(WindowVisibility visibility) {
   switch (visibility) {
     case WindowVisibility::rolledUp: return "the window is rolled up to its title bar";
     case WindowVisibility::onOtherWorkspace: return "the window is on another workspace";
