@@ -93,6 +93,8 @@ std::function<void(Value)> releasing(EntryClaim claim, std::function<void(Value)
   };
 }
 
+}  // namespace
+
 std::string sentence(const AnnotationFault& fault) {
   using enum AnnotationFault::Case;
   switch (fault.what) {
@@ -109,8 +111,6 @@ std::string sentence(const AnnotationFault& fault) {
   }
   std::unreachable();
 }
-
-}  // namespace
 
 std::string sentence(const AnnotationFailure& failure) {
   return std::visit([](const auto& one) { return sentence(one); }, failure);

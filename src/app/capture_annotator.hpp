@@ -39,6 +39,7 @@ struct AnnotationFault {
 using AnnotationFailure = std::variant<AnnotationFault, EntryFailure, EntryBusy, FileAbsence,
                                        DocumentFailure, SceneFailure, OutputFileFailure>;
 
+[[nodiscard]] std::string sentence(const AnnotationFault& fault);
 [[nodiscard]] std::string sentence(const AnnotationFailure& failure);
 
 /// Stores the annotations of captures in the library, and draws annotated pictures into files. The

@@ -263,17 +263,6 @@ void checkLayer(LayerSpec& layer, const Path& folder, const Files& files, const 
   }
 }
 
-std::string sentence(const DocumentFault& fault) {
-  switch (fault.what) {
-    case DocumentFault::Case::notJSON: return "The document isn't JSON: " + fault.reason + ".";
-    case DocumentFault::Case::noObject: return "The document must be a JSON object.";
-    case DocumentFault::Case::tooDeep:
-      return fmt::format("The document is nested more than {} deep.", deepestNesting);
-    case DocumentFault::Case::unusable: return "The document can't be used: " + fault.reason + ".";
-  }
-  std::unreachable();
-}
-
 /// The size of the image that the annotations of `entry` are made for, if it is another than
 /// `capture` and `capture` is that image scaled.
 std::optional<PixelSize> scaledFrom(const ScreenshotEntry& entry, PixelSize capture) {
@@ -330,6 +319,17 @@ void followPictureSize(ScreenshotEntry& entry, PixelSize size) {
   }
   entry.pixelWidth = size.width;
   entry.pixelHeight = size.height;
+}
+
+std::string sentence(const DocumentFault& fault) {
+  switch (fault.what) {
+    case DocumentFault::Case::notJSON: return "The document isn't JSON: " + fault.reason + ".";
+    case DocumentFault::Case::noObject: return "The document must be a JSON object.";
+    case DocumentFault::Case::tooDeep:
+      return fmt::format("The document is nested more than {} deep.", deepestNesting);
+    case DocumentFault::Case::unusable: return "The document can't be used: " + fault.reason + ".";
+  }
+  std::unreachable();
 }
 
 std::string sentence(const DocumentFailure& failure) {

@@ -48,6 +48,7 @@ struct DocumentFault {
 /// Why a document cannot be stored: its text, its size, or what it would draw.
 using DocumentFailure = std::variant<DocumentFault, CanvasSizeFault, ExportBlock>;
 
+[[nodiscard]] std::string sentence(const DocumentFault& fault);
 [[nodiscard]] std::string sentence(const DocumentFailure& failure);
 
 /// Reads a document that is to be stored in an entry with a base image of `capture` pixels. Where
