@@ -26,7 +26,7 @@ VT_JSON_RECORD(DeletionJournal::Item)
 namespace {
 
 struct StoredJournal {
-  int version = 1;
+  int version = journalVersion;
   std::vector<DeletionJournal::Item> items;
   bool offersUndo = false;
   std::vector<std::string> surplus;

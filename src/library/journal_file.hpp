@@ -17,14 +17,16 @@ namespace vantorel {
 [[nodiscard]] Result<void> setAsideUnreadableJournal(Files& files, const Path& path,
                                                      bool (*isReadable)(std::string_view text));
 
-/// Part of a journal's description: fails to read what a newer build wrote. Earlier builds wrote no
-/// version.
+/// What this build writes; 1 had other keys for what is known of a file.
+inline constexpr int journalVersion = 2;
+
+/// Part of a journal's description: fails to read what a newer build wrote. The first builds wrote
+/// no version.
 template <class V, class Version>
 void describeJournalVersion(V& v, Version& version) {
-  constexpr int newest = 1;
   v.requiredIfPresent("version", version);
   if constexpr (V::reading) {
-    if (version > newest) v.fail("version", "was written by a newer build");
+    if (version > journalVersion) v.fail("version", "was written by a newer build");
   }
 }
 

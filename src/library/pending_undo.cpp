@@ -38,7 +38,7 @@ struct StoredItem {
 VT_JSON_RECORD(StoredItem)
 
 struct StoredUndo {
-  int version = 1;
+  int version = journalVersion;
   double until = 0;
   bool isBegun = false;
   std::vector<StoredItem> items;

@@ -47,7 +47,7 @@ using Item = RewriteJournal::Item;
 using Left = RewriteJournal::Left;
 
 struct StoredJournal {
-  int version = 1;
+  int version = journalVersion;
   std::vector<Item> items;
   std::vector<Left> left;
   std::vector<DoubtfulNames::Name> doubtful;

@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
 
 #include "base/log.hpp"
+#include "base/utf8.hpp"
 #include "cli/entry_text.hpp"
 #include "library/index_storage.hpp"
 #include "platform/linux/remote_files.hpp"
@@ -18,9 +20,17 @@ namespace {
 /// As many as somebody may want to look through.
 constexpr std::size_t mostOffered = 200;
 
-/// Whether it means nothing to any shell: an index may hold whatever somebody wrote into it.
+/// In bytes; more of a title than a terminal shows.
+constexpr std::size_t longestTitle = 120;
+
+/// Somebody waits who pressed a key.
+constexpr RemoteFiles::Bounds patience{.look = std::chrono::seconds(1),
+                                       .change = std::chrono::seconds(1)};
+
+/// Whether it means nothing to any shell, and is no option: an index may hold whatever somebody
+/// wrote into it.
 bool isPlain(std::string_view id) {
-  return !id.empty() && std::ranges::all_of(id, [](char c) {
+  return !id.empty() && id[0] != '-' && std::ranges::all_of(id, [](char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-';
   });
 }
@@ -30,7 +40,7 @@ bool isPlain(std::string_view id) {
 std::string offeredCaptures(const std::optional<Path>& root) {
   // Nothing may stand between what is typed.
   (void)setLogSink([](LogLevel, std::string_view, std::string_view) {});
-  RemoteFiles files;
+  RemoteFiles files(patience);
   const UserFolders folders = root ? UserFolders::below(*root) : UserFolders::ofThisUser(files);
   IndexStorage storage(files, {folders.data, folders.cache}, ::getuid());
   const IndexStorage::Loaded library = storage.loadToLook(IndexLoad::inUse);
@@ -39,7 +49,8 @@ std::string offeredCaptures(const std::optional<Path>& root) {
   for (const EntryPointer& entry : library.caches.newestFirst()) {
     if (count == mostOffered) break;
     if (!isPlain(entry->id)) continue;
-    lines += fmt::format("{}\t{}\n", entry->id, nameInCell(*entry));
+    const std::string name = nameInCell(*entry);
+    lines += fmt::format("{}\t{}\n", entry->id, beginningOf(name, longestTitle));
     ++count;
   }
   return lines;

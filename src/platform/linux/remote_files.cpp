@@ -161,8 +161,10 @@ struct RemoteFiles::Mount {
   std::vector<std::weak_ptr<HeldLock>> locks;
 };
 
-RemoteFiles::RemoteFiles()
-    : RemoteFiles({"/proc/self/exe", std::string(fileServerArgument)}, Bounds()) {}
+RemoteFiles::RemoteFiles() : RemoteFiles(Bounds()) {}
+
+RemoteFiles::RemoteFiles(Bounds bounds)
+    : RemoteFiles({"/proc/self/exe", std::string(fileServerArgument)}, bounds) {}
 
 RemoteFiles::RemoteFiles(std::vector<std::string> command, Bounds bounds)
     : command_(std::move(command)), bounds_(bounds) {}

@@ -36,6 +36,7 @@ class RemoteFiles final : public Files {
 
   /// This program is started once more for each mount.
   RemoteFiles();
+  explicit RemoteFiles(Bounds bounds);
 
   /// `command` starts a program that calls `serveFiles`.
   RemoteFiles(std::vector<std::string> command, Bounds bounds);
