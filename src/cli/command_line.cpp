@@ -212,6 +212,19 @@ const CLI::App& deepest(const CLI::App& app) {
   return chosen.empty() ? app : deepest(*chosen.front());
 }
 
+/// In one sentence, as a refused setting has it: "--format must be one of png, jpeg". A word that
+/// nobody types the name of goes by its command's.
+std::string wordsOf(const CLI::ParseError& error, const CLI::App& app) {
+  std::string text = error.what();
+  const std::size_t colon = text.find(": ");
+  if (dynamic_cast<const CLI::ValidationError*>(&error) == nullptr || colon == text.npos) {
+    return text;
+  }
+  const std::string problem = text.substr(colon + 2);
+  const bool isPlaced = !text.starts_with('-') && problem.starts_with(mustBeOneOf);
+  return (isPlaced ? deepest(app).get_name() : text.substr(0, colon)) + " " + problem;
+}
+
 /// The commands on the line as far as they were understood: " library list".
 std::string commandsOf(const CLI::App& app) {
   std::string names;
@@ -325,7 +338,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     std::ostringstream out;
     std::ostringstream problem;
     if (app.exit(error, out, problem) == 0) return CommandLineAnswer{ExitStatus::done, out.str()};
-    std::string text = error.what();
+    std::string text = wordsOf(error, app);
     constexpr std::string_view required = " is required";
     if (text.ends_with(required) && !text.starts_with('A')) {
       text.resize(text.size() - required.size());

@@ -42,7 +42,7 @@ std::string refuseNoCount(const std::string& text) {
 }
 
 std::string refuseEmpty(const std::string& text) {
-  return text.empty() ? "it must not be empty" : std::string();
+  return text.empty() ? "must not be empty" : std::string();
 }
 
 }  // namespace
