@@ -436,7 +436,7 @@ void addCapture(Table& table) {
   table.flag(VT_SETTING(joinCopiedTextLines), presentOrOn);
   table.flag(VT_SETTING(keepTextClips), presentOrOn);
   table.flag(VT_SETTING(indexScreenshotText), presentOrOn).resets = false;
-  table.optionalText(VT_SETTING(activeCollectionID), isAnyText, "the id of a collection");
+  table.optionalText(VT_SETTING(activeCollectionID), isAnyText, "a collection, by its id or name");
   table.text(VT_SETTING(storageDirectory), isAbsolutePath, folderWords);
   table.choice(VT_SETTING(exportFormat));
   table.number(VT_SETTING(jpegQuality), 0.05, 1);
