@@ -229,7 +229,9 @@ Result<void> LinuxFiles::makeFolder(const Path& folder, Privacy privacy) {
   // Some file systems say so of a new name in a folder that is there.
   struct stat found{};
   if (errno != ENOENT || above.empty() || above == folder) return lastSystemFailure();
-  if (::stat(above.c_str(), &found) == 0) return systemFailure(ENOENT);
+  if (::stat(above.c_str(), &found) == 0) {
+    return failed(FailureKind::denied, "no folder can be made in " + above.string());
+  }
   VT_TRY(makeFolder(above, privacy));
   return makeFolder(folder, privacy);
 }
