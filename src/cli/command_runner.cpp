@@ -371,7 +371,7 @@ void CommandRunner::capture(const command::Capture& what, bool json,
             outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
         CommandReply answer = replyTo(reply, json);
         if (saved == nullptr || !output) return answered(std::move(answer));
-        handOut(saved->entry, *output, json, std::move(answer), std::move(answered));
+        handOut(*saved, *output, json, std::move(answer), std::move(answered));
       },
       [capturing] { return capturing->hasBegun = !capturing->isCalledOff; },
       [this, capturing, requester](const Path& staged) {
@@ -381,18 +381,21 @@ void CommandRunner::capture(const command::Capture& what, bool json,
       });
 }
 
-/// Gives a capture that is in the library to the file or the pipe as well.
-void CommandRunner::handOut(const EntryPointer& entry, const command::Capture::Output& output,
-                            bool json, CommandReply answer, Done done) {
+/// Gives a capture that is saved to the file or the pipe as well.
+void CommandRunner::handOut(const CaptureOutcome::Saved& saved,
+                            const command::Capture::Output& output, bool json, CommandReply answer,
+                            Done done) {
   struct Handing {
     CommandReply answer;
     Done done;
   };
   const auto handing = std::make_shared<Handing>(Handing{std::move(answer), std::move(done)});
-  const auto fail = [handing, entry](const std::string& why) {
+  const EntryPointer& entry = saved.entry;
+  const auto fail = [handing, place = (saved.indexFailure.empty() ? "in the library: " : "at ") +
+                                      entry->path](const std::string& why) {
     handing->answer.status = ExitStatus::failed;
     handing->answer.output.clear();
-    handing->answer.error += why + " The capture is in the library: " + entry->path + "\n";
+    handing->answer.error += why + " The capture is " + place + "\n";
     handing->done(std::move(handing->answer));
   };
   if (output.file.empty()) {

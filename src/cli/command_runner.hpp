@@ -85,8 +85,8 @@ class CommandRunner {
   void withLibrary(const CommandLine& line, Done done, const CommandRequester& requester);
   void capture(const command::Capture& what, bool json, const CommandRequester& requester,
                Done done);
-  void handOut(const EntryPointer& entry, const command::Capture::Output& output, bool json,
-               CommandReply answer, Done done);
+  void handOut(const CaptureOutcome::Saved& saved, const command::Capture::Output& output,
+               bool json, CommandReply answer, Done done);
   void switchAutostart(const command::Autostart& what, Done done);
   void listDisplays(bool json, Done done);
   void listWindows(bool json, Done done);
