@@ -255,10 +255,12 @@ void CommandRunner::whenLibraryReady(const CommandRequester& requester, Done don
                                      std::move_only_function<void(Done)> go) {
   const auto waiting = std::make_shared<Done>(std::move(done));
   const auto place = waiting_.emplace(requester.name, waiting);
-  services_.library->whenReady(
-      lifetime_.guard([this, waiting, place, go = std::move(go)]() mutable {
+  services_.library->whenUpToDate(
+      lifetime_.guard([this, waiting, place, show = requester.show, go = std::move(go)]() mutable {
         waiting_.erase(place);
-        if (*waiting) go(std::exchange(*waiting, nullptr));
+        if (!*waiting) return;
+        sayWhoHasTheLibrary(show);
+        go(std::exchange(*waiting, nullptr));
       }));
   announceWait(requester.show, waiting, {});
 }
@@ -292,14 +294,24 @@ void CommandRunner::announceWait(const ShowProgress& show, Waiting waiting, cons
       silentWait, lifetime_.guard([this, show, waiting = std::move(waiting), staged] {
         const std::optional<std::string> holder = services_.library->awaitedHolder();
         if (!holder || !*waiting) return;
-        const auto tray = services_.unreachableTray ? services_.unreachableTray() : std::nullopt;
-        if (!tray || !holder->starts_with(fmt::format("process {} ", *tray))) {
-          if (show) show({0, 0, waitSentence(*holder, staged)});
-          return;
-        }
-        if (show) show({0, 0, unreachableTraySentence(*tray)});
-        services_.library->stopWaiting();
+        if (trayThatIs(holder)) return services_.library->stopWaiting();
+        if (show) show({0, 0, waitSentence(*holder, staged)});
       }));
+}
+
+/// When it was not waited for, and no session bus leads there.
+void CommandRunner::sayWhoHasTheLibrary(const ShowProgress& show) const {
+  // The refusal begins with who it is.
+  const auto tray = trayThatIs(services_.library->store().indexRefusal());
+  if (tray && show) show({0, 0, unreachableTraySentence(*tray)});
+}
+
+/// The process of the unreachable program in the tray, when it is the one named.
+std::optional<long> CommandRunner::trayThatIs(const std::optional<std::string>& holder) const {
+  if (!holder || !services_.unreachableTray) return std::nullopt;
+  const auto tray = services_.unreachableTray();
+  if (!tray || !holder->starts_with(fmt::format("process {} ", *tray))) return std::nullopt;
+  return tray;
 }
 
 /// What keeps a setting that was just made from working belongs to the answer.
@@ -362,13 +374,15 @@ void CommandRunner::capture(const command::Capture& what, bool json,
   const auto place = capturing_.emplace(requester.name, capturing);
   services_.coordinator->capture(
       what.what,
-      [this, place, capturing, json, output = what.output](const CaptureReply& reply) mutable {
+      [this, place, capturing, json, output = what.output,
+       show = requester.show](const CaptureReply& reply) mutable {
         capturing_.erase(place);
         Done answered = std::exchange(capturing->done, nullptr);
         if (!answered) return;
         const auto* const outcome = std::get_if<CaptureOutcome>(&reply);
         const auto* const saved =
             outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
+        if (saved != nullptr && !saved->indexFailure.empty()) sayWhoHasTheLibrary(show);
         CommandReply answer = replyTo(reply, json);
         if (saved == nullptr || !output) return answered(std::move(answer));
         handOut(*saved, *output, json, std::move(answer), std::move(answered));

@@ -46,7 +46,7 @@ class CommandRunner {
     /// Files what earlier runs staged, unless it has been done.
     std::function<void(std::function<void()> filed)> fileStaged;
 
-    /// The process of a program in the tray that no session bus leads to, if there is one.
+    /// The process of another program in the tray, which no session bus leads to, if there is one.
     std::function<std::optional<long>()> unreachableTray;
   };
 
@@ -82,6 +82,8 @@ class CommandRunner {
                         std::move_only_function<void(Done)> go);
   void whenStagedFiled(Done done, std::move_only_function<void(Done)> go);
   void announceWait(const ShowProgress& show, Waiting waiting, const Path& staged);
+  void sayWhoHasTheLibrary(const ShowProgress& show) const;
+  [[nodiscard]] std::optional<long> trayThatIs(const std::optional<std::string>& holder) const;
   void withLibrary(const CommandLine& line, Done done, const CommandRequester& requester);
   void capture(const command::Capture& what, bool json, const CommandRequester& requester,
                Done done);

@@ -49,11 +49,11 @@ HistoryStore::HistoryStore(HistoryServices services, LibraryPaths paths)
 
 HistoryStore::~HistoryStore() = default;
 
-void HistoryStore::load(std::move_only_function<void()> done) {
+void HistoryStore::load(std::move_only_function<void()> done, bool looks) {
   VT_CHECK(!isLoaded() || loadOutcome_ == IndexLoad::inUse);
   // Who has waited in vain looks again without making anybody wait.
-  const bool mayWait = !isLoaded();
-  loadWithLock({services_.clock.monotonic(), mayWait}, std::move(done));
+  const bool isFirst = !isLoaded();
+  loadWithLock({services_.clock.monotonic(), isFirst, isFirst || looks}, std::move(done));
 }
 
 void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> done) {
@@ -86,7 +86,7 @@ void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> d
           awaitedHolder_ = std::move(attempt.busyWith);
           if (onHeld) onHeld();
           return lookAgain(wait, waited, std::move(done));
-        } else if (!isLoaded()) {
+        } else if (wait.looks) {
           return loadToLook(*std::move(attempt.busyWith), std::move(done));
         }
         done();

@@ -70,8 +70,9 @@ class HistoryStore {
 
   /// Takes the library's lock (waiting up to a minute for another process to end) and reads the
   /// index, on the persist runner. `done` is called once, when the entries are here or the wait was
-  /// in vain. Once, but again after `IndexLoad::inUse`, and then without waiting.
-  void load(std::move_only_function<void()> done);
+  /// in vain. Once, but again after `IndexLoad::inUse`, and then without waiting; what another
+  /// process still has is then read anew for `looks` alone.
+  void load(std::move_only_function<void()> done, bool looks = false);
 
   /// Who has the library that `load` waits for, "process 1234 (vantorel)"; nothing while it does
   /// not wait.
@@ -226,6 +227,7 @@ class HistoryStore {
   struct LockWait {
     std::chrono::nanoseconds since;
     bool mayWait = true;
+    bool looks = true;  ///< reads what it did not get
   };
   void loadWithLock(LockWait wait, std::move_only_function<void()> done);
   void lookAgain(LockWait wait, std::chrono::nanoseconds waited,

@@ -1,5 +1,8 @@
 #include "library/library.hpp"
 
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 #include "base/round_trip.hpp"
@@ -51,15 +54,23 @@ void Library::open() {
 }
 
 void Library::load() {
-  store_.load(lifetime_.guard([this] {
-    if (store_.loadOutcome() == IndexLoad::inUse) {
+  // Who comes after this look has begun waits for the next one, if there is one.
+  const std::size_t looking = waitingForLook_.size();
+  const auto loaded = [this, looking] {
+    const bool isInUse = store_.loadOutcome() == IndexLoad::inUse;
+    const auto end = isInUse ? waitingForLook_.begin() + static_cast<std::ptrdiff_t>(looking)
+                             : waitingForLook_.end();
+    std::move(waitingForLook_.begin(), end, std::back_inserter(waiting_));
+    waitingForLook_.erase(waitingForLook_.begin(), end);
+    if (isInUse) {
       services_.main->postAfter(reopenPause, lifetime_.guard([this] { load(); }));
       return becomeReady();
     }
     // Files that an earlier run moved are not gone: that must be known first.
     relocation_.recover(lifetime_.guard(
         [this] { deletion_.recover(lifetime_.guard([this] { recoverRewrites(); })); }));
-  }));
+  };
+  store_.load(lifetime_.guard(loaded), looking > 0);
 }
 
 void Library::recoverRewrites() {
@@ -101,6 +112,11 @@ void Library::findFiles(const std::vector<std::string>& ids, Claimed claimed, Ta
                 lifetime_.guard([then = std::move(then), adopted = std::move(adopted)](
                                     const Result<void>&) mutable { then(adopted.unsettled); }));
           }));
+}
+
+void Library::whenUpToDate(std::move_only_function<void()> go) {
+  if (!isReady_ || store_.loadOutcome() != IndexLoad::inUse) return whenReady(std::move(go));
+  waitingForLook_.push_back(std::move(go));
 }
 
 void Library::whenReady(std::move_only_function<void()> go) {

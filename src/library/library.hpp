@@ -61,6 +61,10 @@ class Library {
   void findFiles(const std::vector<std::string>& ids, Claimed claimed, TaskRunner& work,
                  FilesFound then);
 
+  /// The same for one who is going to look at what there is now: what another process has is read
+  /// anew, within a second or so.
+  void whenUpToDate(std::move_only_function<void()> go);
+
   /// Calls `go` when the library is ready, or when another process turns out to have it.
   void whenReadyOrHeld(std::move_only_function<void()> go);
 
@@ -103,6 +107,7 @@ class Library {
   bool isReady_ = false;
   std::vector<std::move_only_function<void()>> waiting_;
   std::vector<std::move_only_function<void()>> waitingTillHeld_;
+  std::vector<std::move_only_function<void()>> waitingForLook_;
   Lifetime lifetime_;
 };
 

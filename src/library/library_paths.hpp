@@ -14,6 +14,7 @@ struct LibraryPaths {
   [[nodiscard]] std::filesystem::path lock() const { return data / "history.lock"; }
   /// Locked by the program that lives in the tray; holds nothing.
   [[nodiscard]] std::filesystem::path trayLock() const { return data / "tray.lock"; }
+  [[nodiscard]] std::filesystem::path endingTrayLock() const { return data / "tray-ending.lock"; }
   [[nodiscard]] std::filesystem::path relocationJournal() const { return data / "relocation.json"; }
   /// Names the entries whose files are on their way into or out of the Trash.
   [[nodiscard]] std::filesystem::path deletions() const { return data / "deletions.json"; }

@@ -40,7 +40,7 @@ CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, Editor
               [&captures](std::function<void()> filed) { captures.fileStaged(std::move(filed)); },
           .unreachableTray =
               [&desktop, &library] {
-                return desktop.isResident ? std::nullopt
+                return desktop.isResident ? desktop.otherTray
                                           : trayProcess(*desktop.files, library.library.paths());
               }};
 }

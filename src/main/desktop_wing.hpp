@@ -66,7 +66,9 @@ struct DesktopWing {
   std::unique_ptr<InotifyWatcher> folderWatcher;  ///< see `watcher`
   SettingsFile settingsFile;
   SettingsStore settings;
-  bool isResident = false;      ///< lives in the tray
+  bool isResident = false;  ///< lives in the tray
+  std::optional<long>
+      otherTray;                ///< the process in the tray of another session, if this one is too
   bool showsSomething = false;  ///< on behalf of a command
 
  private:

@@ -165,19 +165,19 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root,
 constexpr std::chrono::seconds endBound{5};
 
 [[noreturn]] void live(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> files,
-                       CommandBus& bus, EndingSignals& signals, DesktopUi& ui,
+                       CommandBus& bus, EndingSignals& signals, DesktopUi& ui, TrayLock& tray,
                        std::optional<long> otherTray) {
   Program program(root, std::move(files), ui.mainRunner(), &ui, [&] {
     std::thread([] {
       std::this_thread::sleep_for(endBound);
       leave(0);
     }).detach();
+    tray.beginEnd();
     bus.end([&ui] { ui.quit(0); });
   });
   serve(bus, ui.mainRunner(), program, true);
   leaveWithoutTearingDown();
-  program.startResident();
-  if (otherTray) program.sayThatAnotherHasTheLibrary(*otherTray);
+  program.startResident(tray, otherTray);
   signals.work([&](int) { ui.mainRunner()->post([&program] { program.quit(); }); });
   const int status = ui.run();
   program.handOverClipboard();
@@ -241,7 +241,7 @@ int run(int argc, char** argv) {
   TrayLock tray(*files, library);
   // One that has given up its name on the bus may still have something to save.
   std::optional<long> otherTray;
-  if (isResident && !tray.take(isAlone ? std::chrono::seconds(1) : endBound + endBound)) {
+  if (isResident && !tray.take(endBound + endBound)) {
     otherTray = trayProcess(*files, library);
     if (isAlone && otherTray) return print(toBus(failedReply(unreachableTraySentence(*otherTray))));
   }
@@ -252,7 +252,7 @@ int run(int argc, char** argv) {
       return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
     }
     DesktopUi& ui = **loaded;
-    if (isResident) live(root, files, bus, *signals, ui, otherTray);
+    if (isResident) live(root, files, bus, *signals, ui, tray, otherTray);
     return runOnce(
         line, root, files, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); },
         [&] { ui.quit(0); });

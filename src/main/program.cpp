@@ -9,6 +9,7 @@
 
 #include "base/log.hpp"
 #include "main/command_wing.hpp"
+#include "main/tray_lock.hpp"
 
 namespace vantorel {
 
@@ -43,11 +44,32 @@ Program::Program(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> f
 
 Program::~Program() = default;
 
-void Program::startResident() {
+void Program::startResident(TrayLock& tray, std::optional<long> otherTray) {
   wings_->desktop.isResident = true;
+  if (otherTray) yieldTo(*otherTray, tray);
   wings_->library.library.open();
   wings_->library.followOutside();
   wings_->captures.startResident();
+}
+
+/// Another program in the tray may have the library for days: it is not waited for. Once it is
+/// gone, this one is the program in the tray for those whom no bus leads to it.
+void Program::yieldTo(long otherTray, TrayLock& tray) {
+  DesktopWing& desktop = wings_->desktop;
+  desktop.otherTray = otherTray;
+  Library& library = wings_->library.library;
+  library.stopWaiting();
+  library.onLateOpening = [&desktop, &tray, file = std::move(library.onLateOpening)] {
+    file();
+    if (!std::exchange(desktop.otherTray, std::nullopt)) return;
+    desktop.lanes.disks.queue("com.hollen.Vantorel.library")->post([&tray] {
+      if (!tray.take({})) logWarning("Command", "another program in the tray keeps its lock");
+    });
+  };
+  desktop.alerts->notify("Vantorel runs in another session too",
+                         fmt::format("Process {} has the library. What is captured here is kept, "
+                                     "and comes into History when that one has quit.",
+                                     otherTray));
 }
 
 void Program::perform(const DesktopCommand& command) {
@@ -57,15 +79,6 @@ void Program::perform(const DesktopCommand& command) {
 void Program::sayThatItOpensNothing() {
   wings_->desktop.alerts->notify("Vantorel can't open files",
                                  "Open pictures with another program.");
-}
-
-void Program::sayThatAnotherHasTheLibrary(long other) {
-  wings_->desktop.alerts->notify(
-      "Vantorel runs in another session too",
-      fmt::format(
-          "Process {} has the library. What is captured here is kept, and comes into History "
-          "when that one has quit.",
-          other));
 }
 
 void Program::sayThatItRuns() { wings_->captures.coordinator.sayThatItRuns(); }

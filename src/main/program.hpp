@@ -14,6 +14,8 @@
 
 namespace vantorel {
 
+class TrayLock;
+
 /// One run of the program: its wings, and the order in which they start and stop. Lives on the main
 /// runner.
 class Program {
@@ -26,17 +28,16 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  /// Begins to live in the tray. Commands may come at once.
-  void startResident();
+  /// Begins to live in the tray. Commands may come at once. `otherTray` is the process of the
+  /// program in the tray of another session, which has the library and `tray`; when it has gone,
+  /// this one takes both.
+  void startResident(TrayLock& tray, std::optional<long> otherTray);
 
   /// Runs a command of the desktop.
   void perform(const DesktopCommand& command);
 
   /// Says that it runs, to one who started it once more.
   void sayThatItRuns();
-
-  /// That a program in the tray of another session, the process `other`, has the library.
-  void sayThatAnotherHasTheLibrary(long other);
 
   /// To one who opens a file with it, and sees no answer otherwise.
   void sayThatItOpensNothing();
@@ -65,6 +66,8 @@ class Program {
   void quit();
 
  private:
+  void yieldTo(long otherTray, TrayLock& tray);
+
   struct Wings;
   std::unique_ptr<Wings> wings_;
 };

@@ -22,22 +22,46 @@ namespace {
 /// Most quits take a moment; one that has much to save, or asks, goes on without us.
 constexpr std::chrono::milliseconds quitBound{10'000};
 
+/// A process that was killed holds its locks until the kernel has taken it down.
+constexpr std::chrono::milliseconds killedBound{1'000};
+
+/// Waits up to `bound` for the one that has the lock; `busy` when it goes on having it.
+Result<std::unique_ptr<FileLock>> awaitLock(Files& files, const Path& path,
+                                            std::chrono::milliseconds bound) {
+  const auto until = std::chrono::steady_clock::now() + bound;
+  while (true) {
+    auto lock = files.lock(path);
+    if (lock || lock.error().kind != FailureKind::busy) return lock;
+    if (std::chrono::steady_clock::now() >= until) return lock;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+}
+
 BusReply failure(const std::string& sentence) {
   return {static_cast<int>(ExitStatus::failed), {}, sentence + "\n"};
 }
 
 }  // namespace
 
-bool TrayLock::take(std::chrono::milliseconds bound) {
+bool TrayLock::take(std::chrono::milliseconds endBound) {
   if (!files_.makeFolder(library_.data, Privacy::ownerOnly)) return true;
-  const auto until = std::chrono::steady_clock::now() + bound;
-  while (true) {
-    auto lock = files_.lock(library_.trayLock());
-    if (lock) lock_ = std::move(*lock);
-    if (lock || lock.error().kind != FailureKind::busy) return true;
-    if (std::chrono::steady_clock::now() >= until) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  auto lock = awaitLock(files_, library_.trayLock(), killedBound);
+  if (!lock) return lock.error().kind != FailureKind::busy;
+  {
+    const std::scoped_lock guard(mutex_);
+    lock_ = std::move(*lock);
   }
+  (void)awaitLock(files_, library_.endingTrayLock(), endBound);
+  return true;
+}
+
+void TrayLock::beginEnd() {
+  const std::scoped_lock guard(mutex_);
+  // Whoever finds neither lock held finds nobody to wait for.
+  auto ending = files_.lock(library_.endingTrayLock());
+  if (!ending) return;
+  ending_ = std::move(*ending);
+  lock_.reset();
 }
 
 std::optional<long> trayProcess(const RemoteFiles& files, const LibraryPaths& library) {

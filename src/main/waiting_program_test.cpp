@@ -159,5 +159,52 @@ TEST(WaitingProgramTest, ATrayThatGaveTheLibraryUpOpensItWhenItComesFree) {
   vantorel.expectWhole();
 }
 
+TEST(WaitingProgramTest, ATrayInAnotherSessionAnswersAtOnceAndTakesTheLibraryOver) {
+  TestDesktop desktop({.screen = PixelSize{320, 200}, .windowManager = true, .bus = true});
+  TestClient client(desktop.display());
+  const Vantorel vantorel(desktop);
+  ChildProcess tray = vantorel.startTray(client);
+  const std::size_t before = vantorel.entries().size();
+  const std::string unreachable = "Vantorel is running in the tray as process " +
+                                  std::to_string(tray.pid()) +
+                                  ", and no session bus leads to it.\n";
+
+  const TestDesktop other({.screen = PixelSize{320, 200}, .windowManager = true, .bus = true});
+  TestClient(other.display()).paintRoot(1);
+  const auto there = [&](std::vector<std::string> words) {
+    return other.start(vantorel.command(std::move(words)));
+  };
+  FileWatch data({vantorel.root()});
+  ChildProcess second = there({});
+  second.waitForError("process " + std::to_string(tray.pid()) + " (vantorel) has the library");
+  EXPECT_THAT(there({"library", "star", "latest"}).wait(10s).err, StartsWith(unreachable));
+  // It shows what is there now, not what was there when it started.
+  EXPECT_EQ(vantorel.run({"capture", "display"}).status, 0);
+  const ChildOutcome listed = there({"library", "list"}).wait(10s);
+  EXPECT_EQ(listed.status, 0);
+  EXPECT_EQ(listed.err, unreachable);
+  EXPECT_EQ(std::ranges::count(listed.out, '\n'), static_cast<std::ptrdiff_t>(before + 1));
+  // What it captures is not said to be where it is not.
+  const ChildOutcome taken =
+      there({"capture", "display", "--output", (desktop.folder() / "no" / "x.png").string()})
+          .wait(10s);
+  EXPECT_EQ(taken.status, 1);
+  EXPECT_THAT(taken.err, AllOf(StartsWith(unreachable), HasSubstr("not yet listed in History"),
+                               HasSubstr("The capture is at /")));
+
+  // The first one gone, it is the program in the tray, with what it captured in the library.
+  EXPECT_EQ(vantorel.run({"quit"}).status, 0);
+  EXPECT_EQ(tray.wait().status, 0);
+  EXPECT_TRUE(data.waitUntil([&] {
+    return vantorel.entries().size() == before + 2 &&
+           readAll(vantorel.root() / "tray.lock") == std::to_string(second.pid());
+  }));
+  const ChildOutcome starred = there({"library", "star", "latest"}).wait(10s);
+  EXPECT_EQ(starred.status, 0) << starred.err;
+  EXPECT_EQ(there({"quit"}).wait(10s).status, 0);
+  EXPECT_EQ(second.wait().status, 0);
+  vantorel.expectWhole();
+}
+
 }  // namespace
 }  // namespace vantorel
