@@ -115,7 +115,7 @@ TEST_F(JournalFileTest, WhatCannotBeReadIsKeptUnderAnotherName) {
         EXPECT_EQ(shelf.trashed("b").removed.size(), 1U);
         ASSERT_TRUE(shelf.rewrites.begin("a", "/captures/a.png", std::nullopt).has_value());
         for (const char* const journal : {"/data/undo.json", "/data/rewrites.json"}) {
-          EXPECT_THAT(shelf.files.text(journal), HasSubstr(R"("version":1,)"));
+          EXPECT_THAT(shelf.files.text(journal), HasSubstr(R"("version":2,)"));
         }
         shelf.rewrites.end("a", shelf.store.entries());
         shelf.runners.advance(std::chrono::seconds(9));
