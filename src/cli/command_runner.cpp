@@ -194,7 +194,7 @@ void CommandRunner::changeSettings(const command::Settings& what, bool json,
     runSettingsCommand(checked, json, *services_.settings, std::move(wanted));
   };
   if (named == nullptr || !setting->accepts(value)) return change(what, std::move(done));
-  const auto checked = [this, what, change](Done wanted, auto words) {
+  const auto checked = [this, what, change](Done wanted, const auto& words) {
     return lifetime_.guard(
         [what, change, words,
          wanted = std::make_shared<Done>(std::move(wanted))](const auto& usable) {

@@ -233,7 +233,9 @@ std::string zshScript(const CommandOutline& program) {
       // A colon ends the word.
       std::string escaped;
       for (const char c : text) escaped += c == ':' ? "\\:" : std::string(1, c);
-      out += "        " + quoted(escaped + ":" + meaning, Shell::zsh) + "\n";
+      escaped += ":";
+      escaped += meaning;
+      out += fmt::format("        {}\n", quoted(escaped, Shell::zsh));
     }
     out += "      )\n      _describe -t words word words_here\n";
     const auto places = placesOf(*command);

@@ -7,7 +7,7 @@
 namespace vantorel {
 namespace {
 
-std::string closed(std::string text) { return text.ends_with('.') ? text : text + "."; }
+std::string closed(const std::string& text) { return text.ends_with('.') ? text : text + "."; }
 
 }  // namespace
 
