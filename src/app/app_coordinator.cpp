@@ -358,18 +358,12 @@ void AppCoordinator::terminateWhenSaved() {
 
 void AppCoordinator::saveAndTerminate() {
   const HistoryStore& store = services_.library.store();
-  auto once =
-      lifetime_.guard([this, ended = std::make_shared<bool>(false)](const Result<void>& saved) {
-        if (std::exchange(*ended, true)) return;
-        if (!saved && !services_.library.store().indexRefusal())
-          logError("Quit", "the index could not be saved: {}", saved.error().reason);
-        services_.settings.flush(lifetime_.guard([this](Result<void> stored) {
-          if (!stored) {
-            logError("Quit", "the settings could not be saved: {}", stored.error().reason);
-          }
-          services_.terminate();
-        }));
-      });
+  auto once = lifetime_.guard([this, ended = std::make_shared<bool>(false)](const Result<void>&) {
+    if (std::exchange(*ended, true)) return;
+    // What fails is logged where it is written.
+    services_.settings.flush(
+        lifetime_.guard([this](const Result<void>&) { services_.terminate(); }));
+  });
   // With nothing unsaved, all there is to do is a look whether the index is still in its place.
   if (store.landedSequence() == store.writeSequence()) {
     services_.main->postAfter(indexLookBound, [once]() mutable { once(Result<void>()); });

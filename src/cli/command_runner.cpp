@@ -409,7 +409,7 @@ void CommandRunner::handOut(const CaptureOutcome::Saved& saved,
                                       entry->path](const std::string& why) {
     handing->answer.status = ExitStatus::failed;
     handing->answer.output.clear();
-    handing->answer.error += why + " The capture is " + place + "\n";
+    handing->answer.error += why + " The capture is " + place + ".\n";
     handing->done(std::move(handing->answer));
   };
   if (output.file.empty()) {

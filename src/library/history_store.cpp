@@ -74,6 +74,7 @@ void HistoryStore::loadWithLock(LockWait wait, std::move_only_function<void()> d
           logError("History", "index could not be read; index writes disabled for this run: {}",
                    locked.error().reason);
           attempt.loaded = storage->loadToLook(IndexLoad::unreadable);
+          attempt.loaded.unreadReason = locked.error().reason;
         }
         return attempt;
       },
@@ -123,7 +124,8 @@ void HistoryStore::finishLoading(IndexStorage::Loaded loaded, std::string holder
   leftovers_ = std::move(loaded.leftovers);
   indexHindrance_ = std::move(loaded.hindrance);
   loadOutcome_ = loaded.load;
-  writer_.opened(loaded.load, std::move(holder));
+  writer_.opened(loaded.load, loaded.load == IndexLoad::inUse ? std::move(holder)
+                                                              : std::move(loaded.unreadReason));
   if (loaded.damage && onDamagedIndex) onDamagedIndex(*loaded.damage);
   if (loaded.changedByReading) writer_.schedule();
   observers_.notify({.loaded = true});

@@ -106,7 +106,7 @@ TEST_F(HistoryStoreTest, ANewerIndexThatComesWhileItRunsEndsWriting) {
   const std::string newer = R"({"version":5,"entries":[]})";
   files.put(index, newer);
   add("b");
-  EXPECT_EQ(written(), "the index could not be written: another program replaced it");
+  EXPECT_EQ(written(), "another program replaced it");
   add("c");
   EXPECT_EQ(written(), "the index can't be written this run: a newer version of Vantorel wrote it");
   const int before = files.changes;
@@ -166,7 +166,7 @@ TEST_F(HistoryStoreTest, AcknowledgesOnlyWhatIsOnDisk) {
 
   files.changesFail = FailureKind::noSpace;
   add("c");
-  EXPECT_THAT(written(), HasSubstr("the index could not be written: "));
+  EXPECT_EQ(written(), "the disk refuses changes");
   EXPECT_TRUE(store->indexSaveFailure().has_value());
   EXPECT_THAT(files.text(index), Not(HasSubstr(R"("id":"c")")));
   EXPECT_THAT(log, HasSubstr("index write failed"));
@@ -263,6 +263,12 @@ TEST_F(HistoryStoreTest, WhatIsNoFileOfThisUserIsNeitherReadNorReplaced) {
   open();
   EXPECT_EQ(store->loadOutcome(), IndexLoad::unreadable);
   EXPECT_THAT(log, HasSubstr("index unreadable — index writes disabled for this run"));
+  EXPECT_EQ(store->indexRefusal(), "the index can't be written this run: it can't be read");
+  // A disk that fails says why.
+  files.silent.insert(Path(index).parent_path());
+  const std::string why = files.open(index).error().reason;
+  open();
+  EXPECT_EQ(store->indexRefusal(), "the index can't be written this run: it can't be read: " + why);
 }
 
 TEST_F(HistoryStoreTest, NothingInTheIndexIsLostThatThisBuildCannotRead) {

@@ -277,6 +277,7 @@ IndexStorage::Loaded IndexStorage::unreadable(const Failure& failure) {
            failure.reason);
   Loaded loaded;
   loaded.load = IndexLoad::unreadable;
+  loaded.unreadReason = failure.reason;
   return loaded;
 }
 

@@ -112,6 +112,7 @@ class IndexStorage {
     std::vector<std::string> unreadPaths;  ///< of the files that those name
     bool changedByReading = false;         ///< the entries are not all as the file has them
     std::optional<IndexDamage> damage;     ///< of an index that was parked
+    std::string unreadReason;              ///< why it could not be read, a clause; or empty
     std::string hindrance;                 ///< why it is no file of ours, and what helps; or empty
     std::vector<Path> leftovers;  ///< of an earlier run: half files that were cleared, journals
   };

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <string_view>
 #include <utility>
 
 #include "base/log.hpp"
@@ -18,10 +17,10 @@ constexpr auto persistDebounce = std::chrono::milliseconds(250);
 /// Changes that never pause are written this often all the same.
 constexpr auto longestDebounce = std::chrono::seconds(2);
 
-std::string_view whyNotWritten(IndexLoad load) {
+std::string whyNotWritten(IndexLoad load, const std::string& reason) {
   switch (load) {
     case IndexLoad::newer: return "a newer version of Vantorel wrote it";
-    case IndexLoad::unreadable: return "it can't be read";
+    case IndexLoad::unreadable: return "it can't be read" + (reason.empty() ? "" : ": " + reason);
     case IndexLoad::notParked: return "it is damaged, and no copy of it can be kept";
     case IndexLoad::absent:
     case IndexLoad::read:
@@ -40,9 +39,9 @@ IndexWriter::IndexWriter(const Clock& clock, std::shared_ptr<TaskRunner> main,
       persist_(std::move(persist)),
       storage_(std::move(storage)) {}
 
-void IndexWriter::opened(IndexLoad load, std::string holder) {
+void IndexWriter::opened(IndexLoad load, std::string reason) {
   load_ = load;
-  holder_ = std::move(holder);
+  reason_ = std::move(reason);
   // Of the library as it was before, when this is not the first time.
   pending_.clear();
   unwritten_ = false;
@@ -52,9 +51,9 @@ void IndexWriter::opened(IndexLoad load, std::string holder) {
 
 std::optional<std::string> IndexWriter::refusal() const {
   if (!load_) return notLoaded;
-  if (*load_ == IndexLoad::inUse) return holder_ + " has the library";
+  if (*load_ == IndexLoad::inUse) return reason_ + " has the library";
   if (!allowsWrites(*load_)) {
-    return fmt::format("the index can't be written this run: {}", whyNotWritten(*load_));
+    return fmt::format("the index can't be written this run: {}", whyNotWritten(*load_, reason_));
   }
   return std::nullopt;
 }
@@ -131,8 +130,9 @@ void IndexWriter::landed(Written written) {
   auto& [sequence, result, foreign] = written;
   inFlight_ = false;
   for (const ForeignIndex& one : foreign) {
-    if (!allowsWrites(one.load)) load_ = one.load;
-    if (one.load == IndexLoad::inUse) holder_ = "another process";
+    if (allowsWrites(one.load)) continue;
+    load_ = one.load;
+    reason_ = one.load == IndexLoad::inUse ? "another process" : "";
   }
   if (result) {
     landedSequence_ = sequence;
@@ -160,12 +160,7 @@ void IndexWriter::landed(Written written) {
     retryLater();
   }
   for (Waiter& waiter : ended) {
-    if (result) {
-      waiter.done({});
-    } else {
-      waiter.done(
-          failed(result.error().kind, "the index could not be written: " + result.error().reason));
-    }
+    waiter.done(result);
   }
   if (onWritten) onWritten();
   for (const ForeignIndex& one : foreign) {

@@ -28,8 +28,9 @@ class IndexWriter {
               std::shared_ptr<TaskRunner> persist, std::shared_ptr<IndexStorage> storage);
 
   /// Until called, and when `load` allows no writes, every write is refused.
-  /// With `inUse`, `holder` has the library.
-  void opened(IndexLoad load, std::string holder);
+  /// With `inUse`, `reason` is who has the library; with `unreadable`, why the index could not be
+  /// read, a clause, or empty.
+  void opened(IndexLoad load, std::string reason);
 
   static constexpr const char* notLoaded = "the index hasn't finished loading";
 
@@ -83,7 +84,7 @@ class IndexWriter {
   std::shared_ptr<TaskRunner> persist_;
   std::shared_ptr<IndexStorage> storage_;
   std::optional<IndexLoad> load_;
-  std::string holder_;
+  std::string reason_;
   std::vector<IndexChange> pending_;
   std::uint64_t writeSequence_ = 0;
   std::uint64_t landedSequence_ = 0;

@@ -99,10 +99,8 @@ void Program::callOff(const std::string& requester) { wings_->commands.runner.ca
 
 void Program::finish(std::function<void()> done) {
   std::function<void()> end = [this, done = std::move(done)] {
-    wings_->desktop.settings.flush([this, done](Result<void> stored) {
-      if (!stored) {
-        logError("Settings", "the settings could not be saved: {}", stored.error().reason);
-      }
+    // What fails is logged where it is written.
+    wings_->desktop.settings.flush([this, done](const Result<void>&) {
       wings_->library.library.deletion().settle([this, done] { wings_->desktop.whenShown(done); });
     });
   };

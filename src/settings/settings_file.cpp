@@ -232,13 +232,16 @@ void SettingsFile::written(Result<Applied> result) {
   std::optional<Path> aside;
   if (result) {
     aside = std::move(result->aside);
+    writeFailure_.clear();
     damage_.renew();
     isDamageReported_ = false;
     adopt(std::move(result->values));
   } else {
-    logError("Settings", "the settings could not be written: {}", result.error().reason);
-    answer =
-        failed(result.error().kind, "the settings could not be written: " + result.error().reason);
+    // Every try until there is room again fails for the same reason.
+    if (std::exchange(writeFailure_, result.error().reason) != result.error().reason) {
+      logError("Settings", "the settings could not be written: {}", result.error().reason);
+    }
+    answer = std::unexpected(result.error());
     for (const auto& [key, value] : tried) pending_.try_emplace(key, value);
   }
   if (!waiting_.empty()) {

@@ -83,6 +83,7 @@ class SettingsFile final : public DefaultsStore {
   std::function<void(std::string_view key)> listener_;
   std::function<void(const std::string& sentence)> problemListener_;
   std::unique_ptr<FolderWatch> watch_;
+  std::string writeFailure_;       // of the last write; empty when it landed
   bool isDamageReported_ = false;  // until the file makes sense again
   Lifetime debounce_;
   Lifetime damage_;
