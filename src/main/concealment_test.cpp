@@ -59,7 +59,6 @@ class Shelf : private TestLibrary {
   }
   [[nodiscard]] EditorDocument document() { return documentOf(*store.find("a"), picture().size()); }
 
- private:
   std::shared_ptr<LinuxImageCodec> codec = std::make_shared<LinuxImageCodec>();
   FakeDefaultsStore defaults;
   SettingsStore settings{defaults, SettingsValues{}};
@@ -151,7 +150,7 @@ class Concealment {
     return results;
   }
 
-  std::string result(unsigned variant, ExportFormat format) const {
+  [[nodiscard]] std::string result(unsigned variant, ExportFormat format) const {
     const bool isShelved = !shelves_.empty();
     const EditorDocument document =
         isShelved ? shelves_.at(variant)->document() : model_->document();

@@ -226,7 +226,7 @@ TEST(GoldenTest, EdgesCornersAndHighlights) {
   for (int y = 0; y < wide.height; ++y) {
     auto row = ground.row(y);
     std::ranges::fill(row, std::uint8_t{245});
-    std::fill(row.begin() + 150 * 4, row.end(), std::uint8_t{36});
+    std::fill(row.begin() + 600, row.end(), std::uint8_t{36});
   }
   std::vector<Shape> shapes;
   const auto add = [&](Shape shape) -> Shape& { return shapes.emplace_back(std::move(shape)); };
