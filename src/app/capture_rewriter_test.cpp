@@ -6,6 +6,7 @@
 #include "library/testing/test_library.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
 #include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/lazy_unmount.hpp"
 #include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
@@ -83,6 +84,12 @@ class CaptureRewriterTest : public testing::Test {
 
   /// Everything in the folders is named by the entry, and everything it names is whole.
   static void expectTidy(Session& run, const std::string& what) {
+    expectOnlyNamed(run, what);
+    EXPECT_EQ(run.files->text("/data/rewrites.json"), "(missing)") << what;
+  }
+
+  /// The same, and a journal may be left.
+  static void expectOnlyNamed(Session& run, const std::string& what) {
     const EntryPointer entry = run.library.store().find("a");
     ASSERT_NE(entry, nullptr) << what;
     std::set<std::string> named{"/captures/.mine.partial", entry->path};
@@ -97,7 +104,6 @@ class CaptureRewriterTest : public testing::Test {
       }
     }
     EXPECT_EQ(found, named) << what;
-    EXPECT_EQ(run.files->text("/data/rewrites.json"), "(missing)") << what;
     EXPECT_THAT(run.library.store().claims().fileChanges(), IsEmpty()) << what;
   }
 
@@ -132,6 +138,40 @@ TEST_F(CaptureRewriterTest, EndAtAnyChangeLeavesOneCaptureWithItsOriginalAndNoth
       if (kind.numbersAnew) files->renumber("/captures");
       Session next(files);
       expectTidy(next, std::to_string(end) + (kind.numbersAnew ? " numbered anew" : ""));
+    }
+  }
+}
+
+TEST_F(CaptureRewriterTest, ADiskUnmountedAtAnyChangeIsClearedUpOnceItIsBack) {
+  for (const bool isEnded : {false, true}) {
+    for (int moment = 1, isReached = 1; isReached != 0; ++moment) {
+      ASSERT_LT(moment, 80);
+      const auto files = disk();
+      files->mounts = {"/captures"};
+      files->put("/captures/a.png", picture());
+      LazyUnmount captures(*files, "/captures", LazyUnmount::Folder::goes);
+      auto run = std::make_unique<Session>(files);
+      files->beforeChange = [&, from = files->changes](int change) {
+        if (change - from < moment || captures.isAway()) return;
+        captures.unmount();
+        if (isEnded) throw Ended{};
+      };
+      try {
+        run->compress();
+        run->convert(ExportFormat::jpeg);
+        run->convert(ExportFormat::webp);
+      } catch (const Ended&) {
+      }
+      isReached = captures.isAway() ? 1 : 0;
+      files->beforeChange = {};
+      run.reset();
+      if (moment % 2 == 0) Session(files).convert(ExportFormat::png);
+      if (isReached != 0) {
+        EXPECT_THAT(files->names("/captures"), IsEmpty());
+      }
+      captures.mountAgain();
+      Session next(files);
+      expectOnlyNamed(next, std::to_string(moment) + (isEnded ? " ended" : ""));
     }
   }
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/log.hpp"
+#include "library/file_reach.hpp"
 
 namespace vantorel {
 namespace {
@@ -110,6 +111,16 @@ Result<void> removeFile(Files& files, const Path& path) {
     }
   }
   return files.remove(path);
+}
+
+Result<void> removeNotedFile(Files& files, const Path& path,
+                             const std::optional<std::string>& volume) {
+  auto removed = removeFile(files, path);
+  const bool isMissing = removed || removed.error().kind == FailureKind::notFound;
+  if (isMissing && isDiskAway(files, path.parent_path(), volume)) {
+    return failed(FailureKind::unreachable, notConnectedReason);
+  }
+  return removed;
 }
 
 void removeFileOrWarn(Files& files, const Path& path) {

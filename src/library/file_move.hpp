@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "platform/files.hpp"
 
@@ -32,6 +33,11 @@ struct FileMeasure {
 
 /// Removes a file or a package; fine when it is not there.
 [[nodiscard]] Result<void> removeFile(Files& files, const Path& path);
+
+/// The same for a file that was noted on the disk with this `volume`: that it is not there counts
+/// only when its folder is on that disk. Fails with `unreachable` otherwise.
+[[nodiscard]] Result<void> removeNotedFile(Files& files, const Path& path,
+                                           const std::optional<std::string>& volume);
 
 /// Of one that is nobody's: that it stays is no more than logged.
 void removeFileOrWarn(Files& files, const Path& path);

@@ -30,15 +30,6 @@ bool isUnmounted(const Files& files, const Path& folder) {
   return false;
 }
 
-/// True when the disk on which a missing folder was seen is not the one that its name leads to now.
-bool isOnOtherVolume(const Files& files, Path folder, const FileIdentity& seen) {
-  while (folder.has_relative_path()) {
-    folder = folder.parent_path();
-    if (const auto location = files.location(folder)) return location->volume != seen.volume;
-  }
-  return false;
-}
-
 bool isEmptyFolder(const Files& files, const Path& folder) {
   const auto items = files.list(folder);
   return items && items->empty();
@@ -100,6 +91,14 @@ bool isUnmounted(const Files& files, const Path& folder, const FileIdentity& see
   return there && above && there->volume == above->volume;
 }
 
+bool isDiskAway(const Files& files, Path folder, const std::optional<std::string>& volume) {
+  if (!volume) return false;
+  for (;; folder = folder.parent_path()) {
+    if (const auto location = files.location(folder)) return location->volume != *volume;
+    if (!folder.has_relative_path()) return false;
+  }
+}
+
 FolderView::FolderView(const Files& files, Path folder)
     : files_(files), folder_(std::move(folder)) {
   auto handle = files_.hold(folder_);
@@ -133,7 +132,7 @@ FileReach FolderView::reachOfFolder(const FileIdentity* seen) const {
     default: return FileReach::unknown;
   }
   const bool isAway =
-      seen != nullptr ? isOnOtherVolume(files_, folder_, *seen) : isUnmounted(files_, folder_);
+      seen != nullptr ? isDiskAway(files_, folder_, seen->volume) : isUnmounted(files_, folder_);
   return isAway ? FileReach::folderUnreachable : FileReach::folderGone;
 }
 

@@ -55,6 +55,12 @@ inline constexpr const char* notConnectedReason = "its disk is not connected";
 /// nothing is now: what is put there would be hidden when the disk comes back. Blocks.
 [[nodiscard]] bool isUnmounted(const Files& files, const Path& folder, const FileIdentity& seen);
 
+/// Whether the folder's name leads to another disk now than the one with this `volume` (as
+/// `FolderLocation`), on which a file was noted in it: what is missing there may be on that one
+/// still. False of a volume that was not known. Blocks.
+[[nodiscard]] bool isDiskAway(const Files& files, Path folder,
+                              const std::optional<std::string>& volume);
+
 /// A folder that is looked at for several files. What is asked of it is asked of the folder that it
 /// was at first, whatever is mounted or unmounted meanwhile. Blocks; any thread, one at a time.
 class FolderView {

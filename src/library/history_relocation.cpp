@@ -400,7 +400,7 @@ bool HistoryRelocation::close(Files& files, const LibraryPaths& paths, Relocatio
   };
   for (const std::string& original : resolution.surplus) {
     const Pair& pair = *std::ranges::find(journal.pairs, original, &Pair::oldPath);
-    const auto removed = removeFile(files, original);
+    const auto removed = removeNotedFile(files, original, pair.volume);
     // The removal that was to end the move may still be under way.
     const bool wasHalfMoved = !pair.copy;
     if (wasHalfMoved || (!removed && isUnanswered(removed.error()))) left.doubtful.add(original);

@@ -7,6 +7,8 @@
 #include "library/relocation_leftovers.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
+#include "platform/testing/fake_trash.hpp"
+#include "platform/testing/lazy_unmount.hpp"
 
 namespace vantorel {
 namespace {
@@ -338,6 +340,60 @@ TEST_F(HistoryRelocationTest, ADiskThatGoesAtAnyMomentOfTheMoveLeavesNoFileWitho
     if (HasFailure()) FAIL() << "moment " << moment;
   }
   EXPECT_GT(returned, 0) << "the last moments were missed";
+}
+
+TEST_F(HistoryRelocationTest, ADiskUnmountedAtAnyMomentOfAMoveAwayFromItIsEmptiedOnceItIsBack) {
+  constexpr int count = 4;
+  int left = 0;
+  for (const bool isCut : {false, true}) {
+    bool isComplete = false;
+    for (int moment = 1; !isComplete; ++moment) {
+      FakeFiles files;
+      files.mounts = {"/old"};
+      fill(files, count);
+      LazyUnmount old(files, "/old", LazyUnmount::Folder::stays);
+      files.beforeChange = [&, from = files.changes](int change) {
+        if (change - from < moment || old.isAway()) return;
+        old.unmount();
+        if (isCut) throw PowerCut();
+      };
+      try {
+        World(files, 2).move("/new");
+      } catch (const PowerCut&) {
+      }
+      isComplete = !old.isAway();
+      // Nothing that is done meanwhile takes the empty mount point for an empty folder.
+      files.beforeChange = nullptr;
+      if (moment % 2 == 0) World(files, 2).move("/new");
+      EXPECT_THAT(files.names("/old"), IsEmpty()) << "hidden below the disk";
+      old.mountAgain();
+
+      World world(files, 2);
+      expectReachable(world, count + 2);
+      const auto isNamed = [&](const std::string& path) {
+        return std::ranges::any_of(world.store.entries(), [&](const EntryPointer& entry) {
+          bool has = false;
+          forEachPath(*entry, [&](const std::string& one) { has |= one == path; });
+          return has;
+        });
+      };
+      FakeTrash trash(files);
+      const auto copies = RelocationLeftovers::read(files, paths).remaining(files, isNamed);
+      left += static_cast<int>(copies.size());
+      EXPECT_EQ(removeCopiesLeft(files, trash, paths, copies).size(), copies.size());
+      for (const Path folder : {"/old", "/old/inner", "/new", "/new/inner"}) {
+        for (const std::string& name : files.names(folder)) {
+          EXPECT_TRUE(isNamed(folder / name)) << folder / name << " is nobody's";
+        }
+      }
+      EXPECT_EQ(world.move("/new").failed, 0);
+      expectReachable(world, count + 2);
+      EXPECT_THAT(files.names("/old"), IsEmpty());
+      EXPECT_THAT(files.names("/old/inner"), IsEmpty());
+      if (HasFailure()) FAIL() << "moment " << moment << (isCut ? ", cut" : "");
+    }
+  }
+  EXPECT_GT(left, 0) << "no removal met the empty mount point";
 }
 
 TEST_F(HistoryRelocationTest, AFlagEndsItsMoveAloneWhetherItRunsOrWaits) {

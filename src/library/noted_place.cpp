@@ -19,6 +19,9 @@ Result<NotedPlace> placeOf(const Files& files, const Path& path,
   const FolderView folder(files, path.parent_path());
   const auto status = folder.status(path.filename());
   if (!status && isUnanswered(status.error())) return std::unexpected(status.error());
+  if (!status && mark && isDiskAway(files, path.parent_path(), mark->volume)) {
+    return failed(FailureKind::unreachable, notConnectedReason);
+  }
   if (!status) return NotedPlace::nothing;
   if (!mark || !folder.location() || folder.location()->volume != mark->volume) {
     return NotedPlace::another;

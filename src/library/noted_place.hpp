@@ -20,8 +20,9 @@ enum class NotedPlace {
 /// For the journal, with its disk; nothing when it is not there. Blocks; any thread.
 [[nodiscard]] std::optional<FileMark> markOf(const Files& files, const Path& path);
 
-/// What is at `path`, where a file with this mark was noted, if it could be. Fails when its disk
-/// does not answer. Blocks; any thread.
+/// What is at `path`, where a file with this mark was noted, if it could be. Fails with
+/// `unreachable` when its disk does not answer, or is not there while nothing has the name. Blocks;
+/// any thread.
 [[nodiscard]] Result<NotedPlace> placeOf(const Files& files, const Path& path,
                                          const std::optional<FileMark>& mark);
 

@@ -68,6 +68,7 @@ void RelocationJournal::Pair::describe(V& v, S& pair) {
   v.field("fileCount", pair.fileCount);
   v.field("file", pair.file);
   v.field("copy", pair.copy);
+  v.field("volume", pair.volume);
   v.rest(pair.extra);
 }
 VT_JSON_RECORD(RelocationJournal::Pair)
@@ -79,6 +80,10 @@ FileMeasure RelocationJournal::Pair::measure() const {
 bool RelocationJournal::Pair::isAlike(const FileMeasure& found) const {
   return static_cast<std::int64_t>(found.size) == size && found.modified == modified &&
          found.fileCount == fileCount;
+}
+
+bool RelocationJournal::Pair::isDiskOfOldAway(const Files& files) const {
+  return isDiskAway(files, Path(oldPath).parent_path(), volume);
 }
 
 RelocationJournal::Read RelocationJournal::read(const Files& files, const LibraryPaths& paths) {
@@ -169,6 +174,7 @@ enum class Fate {
   moved,
   copied,         // the original is still to go
   copiedInDoubt,  // what has the original's name is probably the original
+  copiedAway,     // the disk that has the original is not there
   unmoved,        // the file is where it was
   lost,           // it is at neither place
   unknown,        // a disk is away that would tell
@@ -254,7 +260,13 @@ Fate fateOfCopy(const Files& files, const Pair& pair, NotedPlace old) {
 Fate fateOf(const Files& files, const Pair& pair) {
   const auto old = files.status(pair.oldPath);
   if (!old && isUnanswered(old.error())) return Fate::unknown;
-  if (pair.copy) return fateOfCopy(files, pair, oldPlace(files, pair, old));
+  const bool isOldAway = !old && pair.isDiskOfOldAway(files);
+  if (pair.copy) {
+    const Fate fate = fateOfCopy(files, pair, oldPlace(files, pair, old));
+    if (!isOldAway) return fate;
+    return fate == Fate::moved ? Fate::copiedAway : Fate::unknown;
+  }
+  if (isOldAway) return Fate::unknown;
   if (const auto half = fateOfHalfMoved(files, pair, old)) return *half;
   if (old && isSilent(files, pair.newPath)) return Fate::unknown;
   if (old) return Fate::unmoved;
@@ -273,6 +285,7 @@ Fate fateOfOriginal(const Files& files, const Pair& pair) {
   if (!pair.file) return Fate::moved;
   const auto old = files.status(pair.oldPath);
   if (!old && isUnanswered(old.error())) return Fate::unknown;
+  if (!old && pair.isDiskOfOldAway(files)) return Fate::copiedAway;
   if (!pair.copy) return fateOfHalfMoved(files, pair, old).value_or(Fate::moved);
   const NotedPlace place = oldPlace(files, pair, old);
   if (place == NotedPlace::nothing || place == NotedPlace::another) return Fate::moved;
@@ -307,8 +320,10 @@ RelocationJournal::Resolution RelocationJournal::resolve(
                                                           : fateOf(files, pair);
     if (fate == Fate::copied) resolution.surplus.push_back(pair.oldPath);
     if (fate == Fate::copiedInDoubt) resolution.inDoubt.push_back(pair);
+    if (fate == Fate::copiedAway) resolution.undecided.push_back(pair);
     switch (fate) {
       case Fate::copied:
+      case Fate::copiedAway:
       case Fate::copiedInDoubt:
       case Fate::moved:
         if (isAwaited) resolution.moved.emplace(pair.oldPath, pair.newPath);

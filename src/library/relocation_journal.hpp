@@ -30,6 +30,7 @@ struct RelocationJournal {
     std::optional<std::int64_t> fileCount;  ///< of a package
     std::optional<std::int64_t> file;       ///< its number (inode), which a rename keeps
     std::optional<FileIdentity> copy;       ///< what was made of it on another file system
+    std::optional<std::string> volume{};    ///< the disk of its old place, as `FolderLocation`
     json::Object extra;
 
     [[nodiscard]] FileMeasure measure() const;
@@ -37,6 +38,9 @@ struct RelocationJournal {
     /// Whether it is as large and as old to the last digit: what is left to tell a file by when its
     /// disk has numbered its files anew.
     [[nodiscard]] bool isAlike(const FileMeasure& found) const;
+
+    /// Whether the disk of its old place is not there, so that it may be on it still. Blocks.
+    [[nodiscard]] bool isDiskOfOldAway(const Files& files) const;
     bool operator==(const Pair&) const = default;
     template <class V, class S>
     static void describe(V& v, S& pair);
@@ -75,7 +79,7 @@ struct RelocationJournal {
     std::map<std::string, std::string> moved;  ///< old path to new path
     std::vector<std::string> surplus;  ///< originals to be removed once the index names the copies
     std::vector<Pair> inDoubt;         ///< of which those that stay are not certain to be originals
-    std::vector<Pair> undecided;       ///< a disk is away that would tell
+    std::vector<Pair> undecided;       ///< a disk is away that would tell, or has the original
     std::vector<Pair> unnamed;         ///< of no entry
     std::vector<std::string> unmoved;  ///< old paths of files that are still there
   };

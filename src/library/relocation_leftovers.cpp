@@ -61,7 +61,7 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::remaining(const Files&
   std::set<std::string> searched;  // folders of these
   for (const RelocationJournal::Pair& pair : copied) {
     const auto folder = identityOf(files, folderOf(pair.oldPath));
-    if (!folder || !pair.file) continue;
+    if (!folder || !pair.file || pair.isDiskOfOldAway(files)) continue;
     const auto status = files.status(pair.oldPath);
     const auto number = status ? static_cast<std::int64_t>(status->inode) : 0;
     if (status && number == *pair.file && !isNamed(pair.oldPath)) {
@@ -123,7 +123,8 @@ std::vector<RelocationJournal::Pair> RelocationLeftovers::notKnownGone(
   std::vector<RelocationJournal::Pair> kept = remaining(files, isNamed);
   std::ranges::copy_if(copied, std::back_inserter(kept), [&](const auto& pair) {
     const FileReach reach = reachOf(files, Path(pair.oldPath));
-    return reach != FileReach::there && reach != FileReach::fileGone;
+    const bool isKnown = reach == FileReach::there || reach == FileReach::fileGone;
+    return !isKnown || pair.isDiskOfOldAway(files);
   });
   return kept;
 }
@@ -147,7 +148,7 @@ std::vector<std::string> removeCopiesLeft(Files& files, Trash& trash, const Libr
                          holdsAllOf(files, pair.newPath, pair.oldPath);
     Result<void> gone;
     if (isSpare) {
-      gone = removeFile(files, pair.oldPath);
+      gone = removeNotedFile(files, pair.oldPath, pair.volume);
     } else if (const auto trashed = trash.moveToTrash(pair.oldPath); !trashed) {
       gone = std::unexpected(trashed.error());
     }

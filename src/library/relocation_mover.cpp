@@ -34,6 +34,14 @@ std::optional<std::int64_t> numberOf(const Files& files, const Path& path) {
   return status ? std::optional(static_cast<std::int64_t>(status->inode)) : std::nullopt;
 }
 
+/// The disk a file is on; nothing when that does not say what it is.
+Result<std::optional<std::string>> volumeOf(const Files& files, const Path& path) {
+  auto location = files.location(path.parent_path());
+  if (location) return std::move(location->volume);
+  if (location.error().kind == FailureKind::unsupported) return std::nullopt;
+  return std::unexpected(location.error());
+}
+
 /// Why no folder can be made there, nor anything in it.
 std::string whatIsInTheWay(const Files& files, const Path& folder) {
   const Path wanted = normal(folder);
@@ -162,10 +170,13 @@ Result<void> RelocationMover::add(const std::string& path, const Path& wanted) {
                                  .fileCount = {},
                                  .file = {},
                                  .copy = {},
+                                 .volume = {},
                                  .extra = {}},
                         .isInPlace = true});
     return {};
   }
+  // Before the file itself: when the disk goes in between, that is missing.
+  auto volume = VT_TRY(volumeOf(files_, path));
   const FileMeasure measure = VT_TRY(measureFile(files_, path));
   const FileStatus status = VT_TRY(files_.status(path));
   const Path place = VT_TRY(freePlace(wanted));
@@ -176,6 +187,7 @@ Result<void> RelocationMover::add(const std::string& path, const Path& wanted) {
                                .fileCount = measure.fileCount,
                                .file = static_cast<std::int64_t>(status.inode),
                                .copy = {},
+                               .volume = std::move(volume),
                                .extra = {}}});
   return {};
 }
@@ -276,10 +288,10 @@ Result<void> RelocationMover::moveOne(Planned& planned) {
 void RelocationMover::fail(std::size_t place, const Failure& failure, Batch& batch) {
   Planned& planned = planned_[place];
   logWarning(historyLog, "{} could not be moved: {}", planned.pair.oldPath, failure.reason);
-  planned.isUnanswered = vantorel::isUnanswered(failure);
-  if (planned.isUnanswered) doubtful_.add(planned.pair.oldPath);
-  batch.failures.emplace_back(place,
-                              planned.isUnanswered ? unansweredReason(failure) : failure.reason);
+  const bool isSilent = vantorel::isUnanswered(failure);
+  planned.isUnanswered = isSilent || planned.pair.isDiskOfOldAway(files_);
+  if (isSilent) doubtful_.add(planned.pair.oldPath);
+  batch.failures.emplace_back(place, isSilent ? unansweredReason(failure) : failure.reason);
 }
 
 /// Gives the file its new name, or the next one that is free.
@@ -343,13 +355,16 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       ready.push_back(place);
       continue;
     }
-    const auto measure = measureFile(files_, pair.oldPath);
+    auto volume = volumeOf(files_, pair.oldPath);
+    const auto measure = volume ? measureFile(files_, pair.oldPath)
+                                : Result<FileMeasure>(std::unexpected(volume.error()));
     if (!measure) {
       batch.failures.emplace_back(place, measure.error().reason);
       continue;
     }
     const bool isTaken = files_.status(at(pair.newPath)).has_value();
-    if (isTaken || !measure->isAs(pair.measure()) || pair.file != numberOf(files_, pair.oldPath)) {
+    if (isTaken || pair.volume != *volume || !measure->isAs(pair.measure()) ||
+        pair.file != numberOf(files_, pair.oldPath)) {
       if (isTaken) {
         const auto free = freePlace(pair.newPath);
         if (!free) {
@@ -362,6 +377,7 @@ RelocationMover::Batch RelocationMover::move(std::span<const std::size_t> pairs,
       pair.modified = measure->modified;
       pair.fileCount = measure->fileCount;
       pair.file = numberOf(files_, pair.oldPath);
+      pair.volume = *std::move(volume);
       isJournalStale = true;
     }
     ready.push_back(place);
@@ -458,7 +474,8 @@ std::vector<RelocationMover::Moved> RelocationMover::retire(const std::vector<Mo
       continue;
     }
     Planned& planned = planned_[one.pair];
-    const auto removed = one.isCopied ? removeFile(files_, one.oldPath) : Result<void>();
+    const auto removed =
+        one.isCopied ? removeNotedFile(files_, one.oldPath, planned.pair.volume) : Result<void>();
     planned.isDone = removed.has_value();
     if (!removed) {
       // In the journal until it is noted as left.

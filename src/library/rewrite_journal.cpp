@@ -241,7 +241,7 @@ Result<void> RewriteJournal::putBack(const Item& item) {
       return failed(FailureKind::unreachable, "its removal before may still be made");
     }
     VT_TRY(files_.copyNew(*item.original, temporary));
-    VT_TRY(clear(old));
+    VT_TRY(clear(old, item.oldFile));
     VT_TRY(files_.moveNew(temporary, old));
     return files_.flushFolder(temporary.parent_path());
   };
@@ -261,21 +261,27 @@ Result<void> RewriteJournal::clearHalf(const Path& path) {
 }
 
 /// Fails only when it is not known whether it is gone.
-Result<void> RewriteJournal::clear(const Path& path) {
-  auto removed = remove(path);
+Result<void> RewriteJournal::clear(const Path& path, const std::optional<FileMark>& ofDisk) {
+  auto removed = remove(path, ofDisk);
   if (!removed && isUnanswered(removed.error())) return removed;
   return {};
 }
 
-Result<void> RewriteJournal::remove(const Path& path) {
-  auto removed = removeOrWarn(path);
+Result<void> RewriteJournal::remove(const Path& path, const std::optional<FileMark>& ofDisk) {
+  auto removed = removeOrWarn(path, ofDisk);
   if (!removed && isUnanswered(removed.error())) doubtful_.add(path);
   return removed;
 }
 
-Result<void> RewriteJournal::removeOrWarn(const Path& path) {
+Result<void> RewriteJournal::removeOrWarn(const Path& path, const std::optional<FileMark>& ofDisk) {
   auto removed = files_.remove(path);
-  if (removed || removed.error().kind == FailureKind::notFound) return {};
+  const bool isMissing = !removed && removed.error().kind == FailureKind::notFound;
+  if (isMissing && ofDisk && isDiskAway(files_, path.parent_path(), ofDisk->volume)) {
+    removed = failed(FailureKind::unreachable, notConnectedReason);
+  } else if (isMissing) {
+    return {};
+  }
+  if (removed) return removed;
   logWarning("Rewrite", "{} could not be removed: {}", path.string(), removed.error().reason);
   return removed;
 }
@@ -292,7 +298,7 @@ void RewriteJournal::retryLeft(KnownFiles& named) {
     if (!place) return false;
     const NotedPlace other =
         left.other ? placeSeen(files_, *left.other, left.otherFile) : NotedPlace::nothing;
-    if (isCertain(*place, other)) return remove(left.path).has_value();
+    if (isCertain(*place, other)) return remove(left.path, left.file).has_value();
     return *place != NotedPlace::alike;
   });
 }
@@ -337,7 +343,7 @@ Result<void> RewriteJournal::clearUp(const Item& item, Named& named) {
       item.made ? VT_TRY(placeOf(files_, *item.made, item.madeFile)) : NotedPlace::nothing;
   if (item.made && !named.files.hasName(*item.made)) {
     if (isCertain(made, old)) {
-      VT_TRY(clear(*item.made));
+      VT_TRY(clear(*item.made, item.madeFile));
     } else if (made == NotedPlace::alike) {
       leave({*item.made, *item.madeFile, item.old, item.oldFile, inDoubt});
     }
@@ -347,7 +353,7 @@ Result<void> RewriteJournal::clearUp(const Item& item, Named& named) {
   const bool isReplaced = path != named.pathOf.end() && item.made && path->second == *item.made;
   if (isReplaced && !named.files.hasName(item.old)) {
     if (isCertain(old, made)) {
-      const auto removed = remove(item.old);
+      const auto removed = remove(item.old, item.oldFile);
       if (!removed) {
         leave({item.old, *item.oldFile, item.made, item.madeFile, removed.error().reason});
       }

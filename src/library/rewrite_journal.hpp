@@ -100,9 +100,10 @@ class RewriteJournal {
   [[nodiscard]] Result<void> clearOriginal(const Item& item, NotedPlace old, Named& named);
   void leave(Left left);
   [[nodiscard]] Result<void> clearHalf(const Path& path);
-  [[nodiscard]] Result<void> clear(const Path& path);
-  [[nodiscard]] Result<void> remove(const Path& path);
-  [[nodiscard]] Result<void> removeOrWarn(const Path& path);
+  [[nodiscard]] Result<void> clear(const Path& path, const std::optional<FileMark>& ofDisk = {});
+  [[nodiscard]] Result<void> remove(const Path& path, const std::optional<FileMark>& ofDisk = {});
+  [[nodiscard]] Result<void> removeOrWarn(const Path& path,
+                                          const std::optional<FileMark>& ofDisk = {});
   void retryLeft(KnownFiles& named);
 
   Files& files_;

@@ -258,7 +258,8 @@ Result<void> FakeFiles::replaceAsked(const Path& path, std::string_view bytes, P
     disk.erase(staging);
     return may;
   }
-  disk[path] = disk[staging];
+  const auto staged = VT_TRY(file(staging));
+  disk[path] = staged;
   disk.erase(staging);
   return {};
 }
@@ -359,10 +360,12 @@ Result<void> FakeFiles::copyNew(const Path& from, const Path& to) {
     disk.erase(to);
     return filled;
   }
-  const FileStatus made = disk[to]->status;
-  *disk[to] = *source;
-  disk[to]->status.device = made.device;
-  disk[to]->status.inode = made.inode;
+  // Its disk may have gone since.
+  const auto copy = VT_TRY(file(to));
+  const FileStatus made = copy->status;
+  *copy = *source;
+  copy->status.device = made.device;
+  copy->status.inode = made.inode;
   return {};
 }
 
