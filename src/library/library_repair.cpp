@@ -49,6 +49,8 @@ ScreenshotEntry ofParked(ScreenshotEntry entry, const Result<ScreenshotEntry>& s
   return entry;
 }
 
+}  // namespace
+
 /// What was repaired in files, and what comes of it for the entries.
 struct RepairedFiles {
   LibraryFindings findings;
@@ -59,6 +61,8 @@ struct RepairedFiles {
   /// The originals that are lost, with the entries that are to forget them.
   std::vector<std::pair<std::string, EntryPointer>> lostStill{};
 };
+
+namespace {
 
 /// What the library says of the findings.
 struct RepairScope {
