@@ -160,9 +160,14 @@ Result<Image> read(std::string_view bytes, int frameIndex) {
   const Opened opened = VT_TRY(open(bytes, frameIndex));
   const bool translucent = heif_image_handle_has_alpha_channel(opened.handle.get()) != 0;
   heif_image* made = nullptr;
+  const Owned<heif_decoding_options> options(heif_decoding_options_alloc(),
+                                             heif_decoding_options_free);
+  // Else it goes on after a tile that it cannot read, and each leaves a decoder and its thread
+  // behind: a small file of some thousand tiles takes all there are.
+  options->strict_decoding = 1;
   const heif_error error = heif_decode_image(
       opened.handle.get(), &made, heif_colorspace_RGB,
-      translucent ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, nullptr);
+      translucent ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, options.get());
   const Owned<const heif_image> decoded(made, heif_image_release);
   if (!isOk(error)) return failure(FailureKind::malformed, error);
 
