@@ -10,6 +10,7 @@
 
 #include "platform/image_codec.hpp"
 #include "platform/linux/exif.hpp"
+#include "platform/linux/heif/derived_images.hpp"
 #include "platform/linux/picture_limits.hpp"
 #include "platform/linux/pixel_rows.hpp"
 
@@ -144,6 +145,9 @@ Result<Owned<const heif_image_handle>> handleOf(heif_context* context, int frame
 
 Result<Opened> open(std::string_view bytes, int frameIndex) {
   if (bytes.size() > maximumBytes) return failed(FailureKind::tooLarge, "the file is too large");
+  if (!areDerivedImagesFinite(bytes)) {
+    return failed(FailureKind::malformed, "it is made of itself");
+  }
   Context context(heif_context_alloc(), heif_context_free);
   heif_context_set_maximum_image_size_limit(context.get(), 32768);
   const heif_error error = heif_context_read_from_memory_without_copy(context.get(), bytes.data(),
@@ -160,14 +164,9 @@ Result<Image> read(std::string_view bytes, int frameIndex) {
   const Opened opened = VT_TRY(open(bytes, frameIndex));
   const bool translucent = heif_image_handle_has_alpha_channel(opened.handle.get()) != 0;
   heif_image* made = nullptr;
-  const Owned<heif_decoding_options> options(heif_decoding_options_alloc(),
-                                             heif_decoding_options_free);
-  // Else it goes on after a tile that it cannot read, and each leaves a decoder and its thread
-  // behind: a small file of some thousand tiles takes all there are.
-  options->strict_decoding = 1;
   const heif_error error = heif_decode_image(
       opened.handle.get(), &made, heif_colorspace_RGB,
-      translucent ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, options.get());
+      translucent ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, nullptr);
   const Owned<const heif_image> decoded(made, heif_image_release);
   if (!isOk(error)) return failure(FailureKind::malformed, error);
 
