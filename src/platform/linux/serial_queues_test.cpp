@@ -5,8 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <functional>
 #include <future>
 #include <latch>
+#include <thread>
 
 #include "platform/linux/loop_runner.hpp"
 
@@ -29,26 +32,85 @@ struct PostsWhenGone {
   }
 };
 
-// Else a command would wait for ever for threads that wait for work.
-TEST(SerialQueuesTest, ARefusedThreadIsAFailureAndNoHang) {
+/// Runs `check` in a process that may have that many threads, and gives what it returned.
+int withAtMostThreads(rlim_t threads, const std::function<int()>& check) {
   const pid_t child = ::fork();
   if (child == 0) {
     ::alarm(60);
     // The superuser has no limit: as nobody, who has no other processes.
-    if (::geteuid() == 0 && ::setuid(65534) != 0) ::_exit(6);
-    const rlimit few{5, 5};
+    if (::geteuid() == 0 && ::setuid(65534) != 0) ::_exit(100);
+    const rlimit few{threads, threads};
     ::setrlimit(RLIMIT_NPROC, &few);
-    try {
-      const SerialQueues many(200);
-    } catch (const std::runtime_error& failure) {
-      ::_exit(std::string_view(failure.what()).starts_with("no thread could be started: ") ? 7 : 8);
-    }
-    ::_exit(9);
+    ::_exit(check());
   }
   int ended = 0;
-  ASSERT_EQ(::waitpid(child, &ended, 0), child);
+  EXPECT_EQ(::waitpid(child, &ended, 0), child);
   EXPECT_TRUE(WIFEXITED(ended)) << WTERMSIG(ended);
-  EXPECT_EQ(WEXITSTATUS(ended), 7);
+  return WEXITSTATUS(ended);
+}
+
+// Else a command would wait for ever for threads that wait for work.
+TEST(SerialQueuesTest, ARefusedThreadIsAFailureAndNoHang) {
+  EXPECT_EQ(
+      withAtMostThreads(
+          1,
+          [] {
+            try {
+              const SerialQueues none(3);
+            } catch (const std::runtime_error& failure) {
+              return std::string_view(failure.what()).starts_with("no thread could be started: ")
+                         ? 7
+                         : 8;
+            }
+            return 9;
+          }),
+      7);
+}
+
+TEST(SerialQueuesTest, WithOneThreadOfManyAllQueuesStillRun) {
+  EXPECT_EQ(withAtMostThreads(2,
+                              [] {
+                                std::latch bothRun(2);
+                                SerialQueues queues(3);
+                                for (const char* name : {"one", "two"}) {
+                                  queues.queue(name)->post([&] { bothRun.count_down(); });
+                                }
+                                bothRun.wait();
+                                return 7;
+                              }),
+            7);
+}
+
+std::size_t threadsOfThisProcess() {
+  return static_cast<std::size_t>(
+      std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+TEST(SerialQueuesTest, ThreadsStartWhenAsManyQueuesHaveWork) {
+  std::latch release(1);
+  std::latch done(4);
+  const std::size_t before = threadsOfThisProcess();
+  SerialQueues queues(3);
+  const auto work = [&] {
+    release.wait();
+    done.count_down();
+  };
+  const auto one = queues.queue("one");
+  one->post(work);
+  one->post(work);
+  EXPECT_EQ(threadsOfThisProcess() - before, 1);
+  queues.queue("two")->post(work);
+  EXPECT_EQ(threadsOfThisProcess() - before, 2);
+
+  // What is due while all that run are held still finds a thread.
+  std::promise<void> due;
+  queues.queue("later")->postAfter(1ms, [&] { due.set_value(); });
+  EXPECT_EQ(threadsOfThisProcess() - before, 3);
+  due.get_future().wait();
+  queues.queue("fourth")->post(work);
+  EXPECT_EQ(threadsOfThisProcess() - before, 3);
+  release.count_down();
+  done.wait();
 }
 
 TEST(SerialQueuesTest, EachQueueKeepsItsOrderWhileOthersRunBesideIt) {
