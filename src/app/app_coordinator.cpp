@@ -275,6 +275,15 @@ void AppCoordinator::menuChanged() {
   if (services_.statusItem != nullptr) services_.statusItem->menuChanged();
 }
 
+bool AppCoordinator::show(AppWindow window) {
+  if (services_.windows == nullptr || isQuitting()) return false;
+  WindowSlot& slot = surfaces_.slot(window);
+  slot.show([this, window, &slot] {
+    return services_.windows->open(window, [&slot] { slot.closed(); });
+  });
+  return slot.isOpen();
+}
+
 void AppCoordinator::sayThatItRuns() {
   hasSaidThatItRuns_ = true;
   const std::string key = keys_ ? keys_->workingKey(ShortcutID::capture) : std::string();

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "app/app_windows.hpp"
 #include "app/capture_copying.hpp"
 #include "app/capture_exclusivity_arbiter.hpp"
 #include "app/command_table.hpp"
@@ -40,6 +41,7 @@ class AppCoordinator {
     // What only a run with windows has; null otherwise.
     HotKeys* hotKeys = nullptr;
     StatusItem* statusItem = nullptr;
+    AppWindows* windows = nullptr;
 
     /// Shows and sounds that a capture is saved; may be empty.
     std::function<void(const CaptureCue&)> cue{};
@@ -68,6 +70,9 @@ class AppCoordinator {
   void copyRecent(int number) { services_.copying.copyRecent(number); }
 
   void undoRecentDelete();
+
+  /// Opens the window, or brings it forward. False when there are none.
+  bool show(AppWindow window);
 
   /// Calls off the capture that waits for the user.
   void cancelCapture() { stills().cancel(); }

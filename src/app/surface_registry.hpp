@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "app/app_window.hpp"
 #include "base/task_runner.hpp"
 
 namespace vantorel {
@@ -67,9 +68,12 @@ struct SurfaceRegistry {
         gifPlayers(main),
         settings(main),
         help(main),
+        welcome(main),
         studioShortcuts(main),
         history(main),
         combine(main) {}
+
+  [[nodiscard]] WindowSlot& slot(AppWindow window);
 
   KeyedWindows editors;
   KeyedWindows pinned;
@@ -77,6 +81,7 @@ struct SurfaceRegistry {
   KeyedWindows gifPlayers;
   WindowSlot settings;
   WindowSlot help;
+  WindowSlot welcome;
   WindowSlot studioShortcuts;
   WindowSlot history;
   WindowSlot combine;

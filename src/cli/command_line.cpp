@@ -84,6 +84,7 @@ struct Given {
   bool showsPointer = false;
   bool isAnsweredAtDesktop = false;
   std::string autostart;
+  std::string shownWindow;
   std::string entryID;
   std::string format;
   bool downscaleTo1x = false;
@@ -252,8 +253,13 @@ void askForHelp(std::vector<std::string>& arguments) {
 
 }  // namespace
 
+bool CommandLine::livesOn() const {
+  return std::holds_alternative<command::Run>(command) ||
+         std::holds_alternative<command::Show>(command);
+}
+
 bool CommandLine::needsWindows() const {
-  if (std::holds_alternative<command::Run>(command)) return true;
+  if (livesOn()) return true;
   const auto* const capture = std::get_if<command::Capture>(&command);
   if (capture == nullptr) return false;
   if (capture->what.isAnsweredAtDesktop) return true;
@@ -318,6 +324,9 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   autostart->add_option("what", given.autostart, "on, off or status")
       ->required()
       ->check(oneOf<command::Autostart::Verb>());
+  CLI::App* const show =
+      app.add_subcommand("show", "Open a window of Vantorel, which starts when it does not run");
+  show->add_option("window", given.shownWindow, "the window")->required()->check(oneOf<AppWindow>());
   CLI::App* const quit = app.add_subcommand(
       "quit", "End the program in the tray, without a session bus too; it saves first");
   const LibraryOptions library(app);
@@ -381,6 +390,8 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = command::Compress{given.entryID, given.downscaleTo1x};
   } else if (autostart->parsed()) {
     line.command = command::Autostart{*enumFromName<command::Autostart::Verb>(given.autostart)};
+  } else if (show->parsed()) {
+    line.command = command::Show{*enumFromName<AppWindow>(given.shownWindow)};
   } else if (quit->parsed()) {
     line.command = command::Quit{};
   } else if (library.isChosen()) {

@@ -5,6 +5,7 @@
 #include <variant>
 #include <vector>
 
+#include "app/app_window.hpp"
 #include "app/still_capture_command.hpp"
 #include "base/geometry.hpp"
 #include "capture/records/capture_target.hpp"
@@ -21,6 +22,10 @@ namespace command {
 /// Lives in the tray until it is told to quit.
 struct Run {};
 struct Quit {};
+/// Opens a window, in the tray's process; where none runs, this one lives on in the tray.
+struct Show {
+  AppWindow window = AppWindow::history;
+};
 struct ListDisplays {};
 struct ListWindows {};
 struct Capture {
@@ -53,10 +58,13 @@ struct Compress {
 struct CommandLine {
   std::optional<std::string> root;  ///< a library and settings of their own
   bool json = false;
-  std::variant<command::Run, command::Quit, command::ListDisplays, command::ListWindows,
+  std::variant<command::Run, command::Show, command::Quit, command::ListDisplays, command::ListWindows,
                command::Capture, command::Autostart, command::Convert, command::Compress,
                command::Annotate, command::Render, command::Settings, command::Library>
       command;
+
+  /// True when the process that runs it lives on in the tray.
+  [[nodiscard]] bool livesOn() const;
 
   /// True when the command needs a window on this desktop: a selection to make or a countdown to
   /// see.

@@ -168,6 +168,9 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
     // Answered first: afterwards nobody is left to answer.
     done({});
     services_.coordinator->quit();
+  } else if (const auto* const shown = std::get_if<command::Show>(&line.command)) {
+    const bool isShown = services_.coordinator->show(shown->window);
+    done(isShown ? CommandReply() : failedReply("The window can't be opened now."));
   } else if (std::holds_alternative<command::Run>(line.command)) {
     services_.coordinator->sayThatItRuns();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});

@@ -55,6 +55,7 @@ AppCoordinator::Services coordinatorServices(CaptureWing& wing, std::function<vo
                                     .terminate = std::move(terminate)};
   if (desktop.ui != nullptr) {
     services.statusItem = &desktop.ui->statusItem();
+    services.windows = &desktop.ui->windows();
     services.cue = [&desktop](const CaptureCue& cue) { desktop.cue(cue); };
   }
   return services;

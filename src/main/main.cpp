@@ -166,7 +166,7 @@ constexpr std::chrono::seconds endBound{5};
 
 [[noreturn]] void live(const std::optional<Path>& root, std::shared_ptr<RemoteFiles> files,
                        CommandBus& bus, EndingSignals& signals, DesktopUi& ui, TrayLock& tray,
-                       std::optional<long> otherTray) {
+                       std::optional<long> otherTray, const CommandLine& line) {
   Program program(root, std::move(files), ui.mainRunner(), &ui, [&] {
     std::thread([] {
       std::this_thread::sleep_for(endBound);
@@ -178,6 +178,9 @@ constexpr std::chrono::seconds endBound{5};
   serve(bus, ui.mainRunner(), program, true);
   leaveWithoutTearingDown();
   program.startResident(tray, otherTray);
+  if (const auto* const shown = std::get_if<command::Show>(&line.command)) {
+    program.show(shown->window);
+  }
   signals.work([&](int) { ui.mainRunner()->post([&program] { program.quit(); }); });
   const int status = ui.run();
   program.handOverClipboard();
@@ -236,7 +239,7 @@ int run(int argc, char** argv) {
     signals.reset();
     return print(quitTray(*files, library));
   }
-  const bool isResident = std::holds_alternative<command::Run>(line.command);
+  const bool isResident = line.livesOn();
   const bool isAlone = started.role == CommandBus::Role::alone;
   TrayLock tray(*files, library);
   // One that has given up its name on the bus may still have something to save.
@@ -252,7 +255,7 @@ int run(int argc, char** argv) {
       return print({1, {}, "Vantorel can't show windows: " + loaded.error().reason + ".\n"});
     }
     DesktopUi& ui = **loaded;
-    if (isResident) live(root, files, bus, *signals, ui, tray, otherTray);
+    if (isResident) live(root, files, bus, *signals, ui, tray, otherTray, line);
     return runOnce(
         line, root, files, bus, *signals, ui.mainRunner(), &ui, [&] { ui.run(); },
         [&] { ui.quit(0); });

@@ -81,6 +81,8 @@ void Program::sayThatItOpensNothing() {
                                  "Open pictures with another program.");
 }
 
+void Program::show(AppWindow window) { (void)wings_->captures.coordinator.show(window); }
+
 void Program::sayThatItRuns() { wings_->captures.coordinator.sayThatItRuns(); }
 
 void Program::run(const CommandLine& line, CommandRunner::Done done,

@@ -39,6 +39,9 @@ class Program {
   /// Says that it runs, to one who started it once more.
   void sayThatItRuns();
 
+  /// Opens the window, or brings it forward. A run in the tray.
+  void show(AppWindow window);
+
   /// To one who opens a file with it, and sees no answer otherwise.
   void sayThatItOpensNothing();
 

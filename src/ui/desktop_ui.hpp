@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "app/app_windows.hpp"
 #include "app/status_menu.hpp"
+#include "app/window_models.hpp"
 #include "base/geometry.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_surfaces.hpp"
@@ -41,6 +43,10 @@ class DesktopUi {
   [[nodiscard]] virtual SelectionOverlay& selectionOverlay() = 0;
   [[nodiscard]] virtual std::shared_ptr<CountdownPanel> countdownPanel() = 0;
   [[nodiscard]] virtual std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() = 0;
+
+  /// The program's windows, made of these models, which live as long as their windows need.
+  virtual void setWindowModels(WindowModels models) = 0;
+  [[nodiscard]] virtual AppWindows& windows() = 0;
 
   /// For what is copied in windows; must outlive them.
   virtual void setClipboard(Clipboard& clipboard) = 0;

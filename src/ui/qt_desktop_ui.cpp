@@ -17,6 +17,7 @@
 #include "ui/kit/alert_dialogs.hpp"
 #include "ui/kit/program_icon.hpp"
 #include "ui/kit/qt_runner.hpp"
+#include "ui/qt_app_windows.hpp"
 #include "ui/selection/qt_selection_overlay.hpp"
 #include "ui/tray/qt_status_item.hpp"
 
@@ -130,6 +131,8 @@ class QtDesktopUi : public DesktopUi {
     }
   }
 
+  void setWindowModels(WindowModels models) override { windows_.setModels(std::move(models)); }
+  AppWindows& windows() override { return windows_; }
   StatusItem& statusItem() override { return statusItem_; }
   SelectionOverlay& selectionOverlay() override { return overlay_; }
   std::shared_ptr<CountdownPanel> countdownPanel() override { return countdown_; }
@@ -151,6 +154,7 @@ class QtDesktopUi : public DesktopUi {
   const std::shared_ptr<DesktopCover> cover_ = std::make_shared<DesktopCover>(native_);
   QtSelectionOverlay overlay_{native_};
   QtStatusItem statusItem_{native_};
+  QtAppWindows windows_;
   CaptureFlash flash_{native_};
   AlertDialogs alerts_;
   std::optional<int> quitStatus_;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "app/app_windows.hpp"
+#include "app/window_models.hpp"
+
+namespace vantorel {
+
+/// The windows made of the toolkit's. Each stands in the one list of the source file.
+class QtAppWindows final : public AppWindows {
+ public:
+  /// Before the first window.
+  void setModels(WindowModels models) { models_ = std::move(models); }
+
+  [[nodiscard]] std::shared_ptr<Surface> open(AppWindow window,
+                                              std::function<void()> closed) override;
+
+ private:
+  WindowModels models_;
+};
+
+}  // namespace vantorel
