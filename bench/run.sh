@@ -7,3 +7,4 @@ for program in build/release/bin/*_bench; do
 done
 bench/capture_command.sh build/release/bin/vantorel
 bench/tray_start.sh build/release/bin/vantorel
+bench/overlay_start.sh build/release/bin/vantorel

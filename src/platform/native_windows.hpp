@@ -1,7 +1,11 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "base/image.hpp"
 #include "base/pixel_point.hpp"
@@ -18,6 +22,11 @@ enum class FloatingInput {
   all,   ///< clicks, and keys while it has the keyboard: see `NativeWindows::needsGrabs`
 };
 
+/// Fills a part of a window: rows of four bytes a pixel (blue, green, red, none), `stride` bytes
+/// apart, which stand for `area` of it.
+using PaintBand =
+    std::function<void(const PixelRect& area, std::uint8_t* pixels, std::size_t stride)>;
+
 /// What windows of this program need of the display server beyond what their toolkit offers.
 /// Positions are device pixels on the desktop, and windows are known by the toolkit's number for
 /// them. Without a display server nothing happens and the answers are empty. Lives on the main
@@ -29,6 +38,20 @@ class NativeWindows {
   /// Puts a window above all others, past the window manager. Called when the toolkit has made it
   /// and before it is shown.
   virtual void floatAboveAll(WindowID window, FloatingInput input) = 0;
+
+  /// The same for a window that covers a whole display for a while and takes all input, `at` being
+  /// its place. Without a compositor it is put where the server keeps no copy of it, which a window
+  /// of that size takes most of its time for. Such a window is hidden by `uncoverDisplay` alone.
+  virtual void coverDisplay(WindowID window, PixelPoint at) = 0;
+
+  /// To be called before the window goes.
+  virtual void uncoverDisplay(WindowID window) = 0;
+
+  /// Paints these areas of an opaque window, in its device pixels, past the toolkit and in bands.
+  /// What the toolkit keeps for a window of a whole display takes longer to fill than to paint.
+  /// False where that cannot be; then nothing was painted.
+  [[nodiscard]] virtual bool paint(WindowID window, const std::vector<PixelRect>& areas,
+                                   const PaintBand& paint) = 0;
 
   /// Puts a window that the toolkit keeps below all others on all virtual desktops and in no list
   /// of windows, above the desktop's icons. Called when the toolkit has made it and before it is

@@ -88,6 +88,11 @@ class AbsentNativeWindows final : public NativeWindows {
   explicit AbsentNativeWindows(std::shared_ptr<TaskRunner> main) : main_(std::move(main)) {}
 
   void floatAboveAll(WindowID, FloatingInput) override {}
+  void coverDisplay(WindowID, PixelPoint) override {}
+  void uncoverDisplay(WindowID) override {}
+  [[nodiscard]] bool paint(WindowID, const std::vector<PixelRect>&, const PaintBand&) override {
+    return false;
+  }
   void coverDesktop(WindowID) override {}
   [[nodiscard]] bool needsGrabs() const override { return false; }
   [[nodiscard]] bool canBeTransparent() const override { return false; }

@@ -1,5 +1,6 @@
 #include "platform/linux/x11_native_windows.hpp"
 
+#include <xcb/composite.h>
 #include <xcb/xfixes.h>
 
 #include <algorithm>
@@ -54,6 +55,33 @@ void X11NativeWindows::floatAboveAll(WindowID window, FloatingInput input) {
   xcb_xfixes_create_region(c_, nowhere, 0, nullptr);
   xcb_xfixes_set_window_shape_region(c_, id, XCB_SHAPE_SK_INPUT, 0, 0, nowhere);
   xcb_xfixes_destroy_region(c_, nowhere);
+}
+
+void X11NativeWindows::coverDisplay(WindowID window, PixelPoint at) {
+  floatAboveAll(window, FloatingInput::all);
+  // A compositor paints into the overlay window itself.
+  const auto* const composite = xcb_get_extension_data(c_, &xcb_composite_id);
+  if (canBeTransparent() || composite == nullptr || composite->present == 0) return;
+  const auto version =
+      xReply<xcb_composite_query_version_reply>(c_, xcb_composite_query_version(c_, 0, 3));
+  if (!version || (version->major_version == 0 && version->minor_version < 3)) return;
+  const auto overlay = xReply<xcb_composite_get_overlay_window_reply>(
+      c_, xcb_composite_get_overlay_window(c_, root_));
+  if (!overlay) return;
+  const auto id = static_cast<xcb_window_t>(window);
+  covering_.insert(id);
+  xcb_reparent_window(c_, id, overlay->overlay_win, static_cast<std::int16_t>(at.x),
+                      static_cast<std::int16_t>(at.y));
+}
+
+void X11NativeWindows::uncoverDisplay(WindowID window) {
+  const auto id = static_cast<xcb_window_t>(window);
+  if (covering_.erase(id) == 0) return;
+  xcb_unmap_window(c_, id);
+  xcb_reparent_window(c_, id, root_, 0, 0);
+  // Counted by the server: the last one to be given back takes it off the screen.
+  xcb_composite_release_overlay_window(c_, root_);
+  xcb_flush(c_);
 }
 
 void X11NativeWindows::coverDesktop(WindowID window) {

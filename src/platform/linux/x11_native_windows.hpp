@@ -2,6 +2,9 @@
 
 #include <xcb/xcb.h>
 
+#include <set>
+
+#include "platform/linux/x11_window_painter.hpp"
 #include "platform/native_windows.hpp"
 
 namespace vantorel {
@@ -12,6 +15,12 @@ class X11NativeWindows final : public NativeWindows {
   X11NativeWindows(xcb_connection_t* connection, std::shared_ptr<TaskRunner> main);
 
   void floatAboveAll(WindowID window, FloatingInput input) override;
+  void coverDisplay(WindowID window, PixelPoint at) override;
+  void uncoverDisplay(WindowID window) override;
+  [[nodiscard]] bool paint(WindowID window, const std::vector<PixelRect>& areas,
+                           const PaintBand& paint) override {
+    return painter_.paint(static_cast<xcb_window_t>(window), areas, paint);
+  }
   void coverDesktop(WindowID window) override;
   [[nodiscard]] bool needsGrabs() const override { return true; }
   [[nodiscard]] bool canBeTransparent() const override;
@@ -30,6 +39,8 @@ class X11NativeWindows final : public NativeWindows {
 
   xcb_connection_t* c_;
   xcb_window_t root_;
+  X11WindowPainter painter_{c_};
+  std::set<xcb_window_t> covering_;  // children of the server's overlay window
   std::shared_ptr<TaskRunner> main_;
 };
 

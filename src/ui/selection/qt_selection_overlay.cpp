@@ -77,20 +77,33 @@ class QtSelectionOverlay::Session {
 class QtSelectionOverlay::Window : public QRasterWindow {
  public:
   Window(std::shared_ptr<Session> session, NativeWindows& native, const QRect& area)
-      : session_(std::move(session)), origin_(area.topLeft()) {
+      : session_(std::move(session)), native_(native), area_(area) {
     setFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     setTitle(QStringLiteral("Vantorel selection"));
     screen_pixels::place(*this, area);
     create();
-    native.floatAboveAll(winId(), FloatingInput::all);
+    native.coverDisplay(winId(), {area.x(), area.y()});
+  }
+
+  /// Shown, with all of it painted.
+  void appear() {
+    show();
+    paintsItself_ = paintNow(area_);
   }
 
   /// Paints again what lies in `pixels` of the desktop.
   void refresh(const QRegion& pixels) {
+    if (paintsItself_) {
+      if (const QRegion own = pixels & area_; !own.isEmpty()) {
+        dirty_ += own;
+        requestUpdate();
+      }
+      return;
+    }
     const double ratio = devicePixelRatio();
     QRegion units;
     for (QRect rect : pixels) {
-      rect.translate(-origin_);
+      rect.translate(-area_.topLeft());
       const QPoint from(static_cast<int>(std::floor(rect.left() / ratio)),
                         static_cast<int>(std::floor(rect.top() / ratio)));
       const QPoint to(static_cast<int>(std::ceil((rect.right() + 1) / ratio)),
@@ -102,20 +115,28 @@ class QtSelectionOverlay::Window : public QRasterWindow {
   }
 
  protected:
+  bool event(QEvent* event) override {
+    if (!paintsItself_) return QRasterWindow::event(event);
+    if (event->type() == QEvent::UpdateRequest) {
+      (void)paintNow(std::exchange(dirty_, {}));
+      return true;
+    }
+    if (event->type() == QEvent::Paint) {
+      // The first one tells of the window's coming, after which it was painted.
+      if (std::exchange(hasAppeared_, true)) {
+        (void)paintNow(pixelsOf(static_cast<QPaintEvent*>(event)->region()));
+      }
+      return true;
+    }
+    return QRasterWindow::event(event);
+  }
+
   void paintEvent(QPaintEvent* event) override {
     const double ratio = devicePixelRatio();
-    QRegion dirty;
-    for (const QRect& rect : event->region()) {
-      const QPointF from = QPointF(rect.topLeft()) * ratio;
-      const QPointF to = QPointF(rect.bottomRight() + QPoint(1, 1)) * ratio;
-      dirty += QRect(
-          QPoint(static_cast<int>(std::floor(from.x())), static_cast<int>(std::floor(from.y()))),
-          QPoint(static_cast<int>(std::ceil(to.x())) - 1, static_cast<int>(std::ceil(to.y())) - 1));
-    }
     QPainter painter(this);
     painter.scale(1 / ratio, 1 / ratio);
-    painter.translate(-origin_);
-    session_->paint(painter, dirty.translated(origin_));
+    painter.translate(-area_.topLeft());
+    session_->paint(painter, pixelsOf(event->region()));
   }
 
   void mouseMoveEvent(QMouseEvent* event) override { session_->pointerMoved(pixelOf(*event)); }
@@ -131,12 +152,47 @@ class QtSelectionOverlay::Window : public QRasterWindow {
  private:
   [[nodiscard]] QPoint pixelOf(const QMouseEvent& event) const {
     const QPointF at = event.position() * devicePixelRatio();
-    return origin_ +
+    return area_.topLeft() +
            QPoint(static_cast<int>(std::lround(at.x())), static_cast<int>(std::lround(at.y())));
   }
 
+  /// Pixels of the desktop that these units of the window touch.
+  [[nodiscard]] QRegion pixelsOf(const QRegion& units) const {
+    const double ratio = devicePixelRatio();
+    QRegion pixels;
+    for (const QRect& rect : units) {
+      const QPointF from = QPointF(rect.topLeft()) * ratio;
+      const QPointF to = QPointF(rect.bottomRight() + QPoint(1, 1)) * ratio;
+      pixels += QRect(
+          QPoint(static_cast<int>(std::floor(from.x())), static_cast<int>(std::floor(from.y()))),
+          QPoint(static_cast<int>(std::ceil(to.x())) - 1, static_cast<int>(std::ceil(to.y())) - 1));
+    }
+    return pixels.translated(area_.topLeft());
+  }
+
+  /// False where only the toolkit paints.
+  bool paintNow(const QRegion& pixels) {
+    std::vector<PixelRect> areas;
+    for (const QRect& rect : pixels& area_) {
+      areas.push_back({rect.x() - area_.x(), rect.y() - area_.y(), rect.width(), rect.height()});
+    }
+    return native_.paint(
+        winId(), areas, [this](const PixelRect& band, std::uint8_t* bytes, std::size_t stride) {
+          QImage image(bytes, band.width, band.height, static_cast<qsizetype>(stride),
+                       QImage::Format_RGB32);
+          const QRect shown(area_.x() + band.x, area_.y() + band.y, band.width, band.height);
+          QPainter painter(&image);
+          painter.translate(-shown.topLeft());
+          session_->paint(painter, shown);
+        });
+  }
+
   std::shared_ptr<Session> session_;
-  QPoint origin_;
+  NativeWindows& native_;
+  QRect area_;  // in device pixels of the desktop
+  QRegion dirty_;
+  bool paintsItself_ = false;
+  bool hasAppeared_ = false;
 };
 
 namespace {
@@ -194,7 +250,7 @@ void QtSelectionOverlay::Session::begin() {
     windows_.push_back(new Window(overlay_->session_, *overlay_->native_, picture.area));
   }
   refresh();
-  for (Window* const window : windows_) window->show();
+  for (Window* const window : windows_) window->appear();
   const auto changed = [this] {
     if (overlay_ != nullptr) overlay_->finish(std::unexpected(End::displaysChanged));
   };
@@ -213,6 +269,7 @@ void QtSelectionOverlay::Session::takeDown() {
   for (Window* const window : std::exchange(windows_, {})) {
     window->setKeyboardGrabEnabled(false);
     window->setMouseGrabEnabled(false);
+    native->uncoverDisplay(window->winId());
     window->hide();
     window->deleteLater();  // it may be one of its events that ends the session
   }

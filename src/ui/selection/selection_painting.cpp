@@ -108,7 +108,9 @@ void paintHints(QPainter& painter, const SelectionLayout& layout) {
 void paintSelection(QPainter& painter, const QRegion& dirty,
                     const std::vector<FrozenPicture>& pictures, const SelectionLayout& layout) {
   painter.setClipRegion(dirty);
-  fill(painter, dirty, Qt::black);
+  QRegion bare = dirty;
+  for (const FrozenPicture& picture : pictures) bare -= picture.area;
+  fill(painter, bare, Qt::black);
   for (const FrozenPicture& picture : pictures) {
     for (const QRect& rect : dirty& picture.area) {
       painter.drawImage(rect.topLeft(), picture.image, rect.translated(-picture.area.topLeft()));
@@ -120,9 +122,16 @@ void paintSelection(QPainter& painter, const QRegion& dirty,
   painter.setFont(selection_style::font(layout.scale));
   paintChosen(painter, layout);
   paintHandles(painter, layout);
-  paintHints(painter, layout);
-  paintLoupe(painter, pictures, layout);
-  paintCaption(painter, layout);
+  // Words are laid out even where nothing of them shows.
+  const int shadow = pixels(layout, 16);
+  const auto isTouched = [&](const QRect& part) {
+    return dirty.intersects(part.adjusted(-shadow, -shadow, shadow, shadow));
+  };
+  if (isTouched(layout.hintLine)) paintHints(painter, layout);
+  if (isTouched(layout.loupe | layout.caption)) {
+    paintLoupe(painter, pictures, layout);
+    paintCaption(painter, layout);
+  }
   paintBar(painter, layout.bar, layout.scale);
 }
 

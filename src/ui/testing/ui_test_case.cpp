@@ -1,12 +1,15 @@
 #include "ui/testing/ui_test_case.hpp"
 
+#include <xcb/composite.h>
 #include <xcb/xtest.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 
 #include "platform/linux/desktop_session.hpp"
 #include "ui/qt_desktop_ui.hpp"
@@ -113,8 +116,21 @@ QImage UiTestCase::screen(const std::string& name) {
 std::vector<xcb_window_t> UiTestCase::mappedWindows() {
   xcb_connection_t* const connection = client->connection();
   const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  std::vector<xcb_window_t> mapped = mappedChildren(root);
+  // The server leaves its overlay window out of the root's children.
+  xcb_discard_reply(connection, xcb_composite_query_version(connection, 0, 3).sequence);
+  if (const auto overlay = owned(xcb_composite_get_overlay_window_reply(
+          connection, xcb_composite_get_overlay_window(connection, root), nullptr))) {
+    std::ranges::copy(mappedChildren(overlay->overlay_win), std::back_inserter(mapped));
+    xcb_composite_release_overlay_window(connection, root);
+  }
+  return mapped;
+}
+
+std::vector<xcb_window_t> UiTestCase::mappedChildren(xcb_window_t parent) {
+  xcb_connection_t* const connection = client->connection();
   const auto tree =
-      owned(xcb_query_tree_reply(connection, xcb_query_tree(connection, root), nullptr));
+      owned(xcb_query_tree_reply(connection, xcb_query_tree(connection, parent), nullptr));
   std::vector<xcb_window_t> mapped;
   for (int i = xcb_query_tree_children_length(tree.get()) - 1; i >= 0; --i) {
     const xcb_window_t window = xcb_query_tree_children(tree.get())[i];

@@ -52,6 +52,7 @@ class UiTestCase : public testing::Test {
 
   /// The windows on the screen, topmost first.
   [[nodiscard]] std::vector<xcb_window_t> mappedWindows();
+  [[nodiscard]] std::vector<xcb_window_t> mappedChildren(xcb_window_t parent);
 
   /// Who would get a click.
   [[nodiscard]] xcb_window_t windowUnderPointer();
