@@ -7,6 +7,7 @@
 
 #include "base/check.hpp"
 #include "base/log.hpp"
+#include "ui/kit/desktop_palette.hpp"
 
 namespace vantorel {
 namespace {
@@ -29,7 +30,7 @@ AlertDialogs::~AlertDialogs() = default;
 
 AlertID AlertDialogs::ask(Alert alert, std::function<void(std::size_t)> answered) {
   VT_CHECK(!alert.buttons.empty());
-  palette_.follow();
+  DesktopPalette::follow();
   waiting_.push_back({++last_, std::move(alert), std::move(answered)});
   if (waiting_.size() == 1) showFirst();
   return last_;

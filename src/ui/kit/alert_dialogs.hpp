@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "platform/alerts.hpp"
-#include "ui/kit/desktop_palette.hpp"
 
 class QMessageBox;
 
@@ -35,7 +34,6 @@ class AlertDialogs : public Alerts {
   void showFirst();
   void answered(std::size_t button);
 
-  DesktopPalette palette_;
   AlertID last_ = 0;
   std::deque<Waiting> waiting_;  ///< the first one is shown
   struct DeleteLater {

@@ -1,94 +1,274 @@
 #include "ui/kit/desktop_palette.hpp"
 
 #include <QApplication>
+#include <QDBusArgument>
 #include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <QFont>
 #include <QPalette>
+#include <QPointer>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QThreadPool>
+#include <chrono>
+#include <optional>
 
 #include "base/log.hpp"
+#include "ui/kit/palette_roles.hpp"
 
 namespace vantorel {
 namespace {
 
 constexpr auto* appearance = "org.freedesktop.appearance";
 constexpr auto* colorScheme = "color-scheme";
+constexpr auto* accentColor = "accent-color";
+constexpr auto* interface = "org.gnome.desktop.interface";
+constexpr auto* fontName = "font-name";
 constexpr auto* settings = "org.freedesktop.portal.Settings";
 constexpr auto* portalPath = "/org/freedesktop/portal/desktop";
+constexpr auto* busName = "vantorel-appearance";
 
-QPalette paletteOf(bool isDark) {
+/// KDE writes its settings anew several times in a row.
+constexpr std::chrono::milliseconds settlingTime{150};
+
+constexpr double darkWindow = 0.5;  // lightness
+constexpr double leastOnHighlight = 3;
+
+QString latin(const char* text) { return QString::fromLatin1(text); }
+
+void set(QPalette& palette, std::initializer_list<QPalette::ColorRole> roles, const QColor& color) {
+  for (const auto role : roles) palette.setColor(role, color);
+}
+
+void fadeWhatIsOff(QPalette& palette) {
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    QColor off = palette.color(QPalette::Active, role);
+    off.setAlphaF(0.45F);
+    palette.setColor(QPalette::Disabled, role, off);
+  }
+}
+
+/// Three parts of 0 to 1, red first.
+QColor colorOf(const QVariant& value) {
+  if (!value.canConvert<QDBusArgument>()) return {};
+  const auto argument = value.value<QDBusArgument>();
+  if (argument.currentSignature() != QLatin1String("(ddd)")) return {};
+  double red = -1;
+  double green = -1;
+  double blue = -1;
+  argument.beginStructure();
+  argument >> red >> green >> blue;
+  argument.endStructure();
+  const auto isPart = [](double part) { return part >= 0 && part <= 1; };
+  if (!isPart(red) || !isPart(green) || !isPart(blue)) return {};  // "no accent" is out of range
+  return QColor::fromRgbF(float(red), float(green), float(blue));
+}
+
+/// "r,g,b" as KDE writes it.
+std::optional<QColor> colorAt(const QSettings& file, const char* group, const char* key) {
+  const QVariant value = file.value(latin(group) + u'/' + latin(key));
+  if (!value.isValid()) return std::nullopt;
+  QStringList parts = value.toStringList();
+  if (parts.size() == 1) parts = parts.front().split(u',');
+  if (parts.size() < 3) {
+    const QColor named(parts.join(QString()));
+    return named.isValid() ? std::optional(named) : std::nullopt;
+  }
+  int numbers[3];
+  for (int i = 0; i < 3; ++i) {
+    bool isNumber = false;
+    numbers[i] = parts[i].trimmed().toInt(&isNumber);
+    if (!isNumber || numbers[i] < 0 || numbers[i] > 255) return std::nullopt;
+  }
+  return QColor(numbers[0], numbers[1], numbers[2]);
+}
+
+}  // namespace
+
+QPalette desktopPalette(bool isDark, const QColor& accent) {
   const QColor window(isDark ? 0x1f2023 : 0xf6f6f7);
   const QColor base(isDark ? 0x17181a : 0xffffff);
   const QColor text(isDark ? 0xececef : 0x1b1c1f);
   const QColor quiet(isDark ? 0xa4a7af : 0x5c5f67);
   const QColor button(isDark ? 0x2c2e33 : 0xffffff);
   QPalette palette(button, window);
-  const auto set = [&](std::initializer_list<QPalette::ColorRole> roles, const QColor& color) {
-    for (const auto role : roles) palette.setColor(role, color);
-  };
   using P = QPalette;
-  set({P::Window}, window);
-  set({P::Base, P::AlternateBase}, base);
-  set({P::WindowText, P::Text, P::ButtonText, P::BrightText}, text);
-  set({P::PlaceholderText}, quiet);
-  set({P::Button}, button);
-  set({P::ToolTipBase}, window);
-  set({P::ToolTipText}, text);
-  set({P::Highlight}, isDark ? QColor(0x2f6fd6) : QColor(0x2a6fdb));
-  set({P::HighlightedText}, Qt::white);
-  set({P::Link}, isDark ? QColor(0x7fb2ff) : QColor(0x1f5fc4));
-  for (const auto role : {P::WindowText, P::Text, P::ButtonText}) {
-    QColor off = text;
-    off.setAlphaF(0.45F);
-    palette.setColor(P::Disabled, role, off);
+  set(palette, {P::Window}, window);
+  set(palette, {P::Base, P::AlternateBase}, base);
+  set(palette, {P::WindowText, P::Text, P::ButtonText, P::BrightText}, text);
+  set(palette, {P::PlaceholderText}, quiet);
+  set(palette, {P::Button}, button);
+  set(palette, {P::ToolTipBase}, window);
+  set(palette, {P::ToolTipText}, text);
+  set(palette, {P::Highlight}, isDark ? QColor(0x2f6fd6) : QColor(0x2a6fdb));
+  set(palette, {P::HighlightedText}, Qt::white);
+  set(palette, {P::Link}, isDark ? QColor(0x7fb2ff) : QColor(0x1f5fc4));
+  if (accent.isValid()) {
+    set(palette, {P::Highlight}, accent);
+    set(palette, {P::HighlightedText},
+        contrast(Qt::white, accent) >= leastOnHighlight ? Qt::white : Qt::black);
+    set(palette, {P::Link}, rolesOf(palette).accentText);
   }
+  fadeWhatIsOff(palette);
   return palette;
 }
 
-/// The value may come in a variant of a variant: the portal's `Read` wraps it twice.
-void apply(QVariant value) {
-  while (value.canConvert<QDBusVariant>()) value = value.value<QDBusVariant>().variant();
-  QApplication::setPalette(paletteOf(value.toUInt() == 1));
+QPalette paletteOfKDE(const QString& file) {
+  const QSettings settings(file, QSettings::IniFormat);
+  const auto window = colorAt(settings, "Colors:Window", "BackgroundNormal");
+  QPalette palette = desktopPalette(window && window->lightnessF() < darkWindow);
+  const auto take = [&](const char* group, const char* key,
+                        std::initializer_list<QPalette::ColorRole> roles) {
+    if (const auto color = colorAt(settings, group, key)) set(palette, roles, *color);
+  };
+  using P = QPalette;
+  take("Colors:Window", "BackgroundNormal", {P::Window});
+  take("Colors:Window", "ForegroundNormal", {P::WindowText});
+  take("Colors:View", "BackgroundNormal", {P::Base});
+  take("Colors:View", "BackgroundAlternate", {P::AlternateBase});
+  take("Colors:View", "ForegroundNormal", {P::Text});
+  take("Colors:View", "ForegroundInactive", {P::PlaceholderText});
+  take("Colors:View", "ForegroundLink", {P::Link});
+  take("Colors:Button", "BackgroundNormal", {P::Button});
+  take("Colors:Button", "ForegroundNormal", {P::ButtonText});
+  take("Colors:Selection", "BackgroundNormal", {P::Highlight});
+  take("Colors:Selection", "ForegroundNormal", {P::HighlightedText});
+  take("Colors:Tooltip", "BackgroundNormal", {P::ToolTipBase});
+  take("Colors:Tooltip", "ForegroundNormal", {P::ToolTipText});
+  fadeWhatIsOff(palette);
+  return palette;
 }
 
-}  // namespace
-
-DesktopPalette::~DesktopPalette() {
-  if (isFollowing_) {
-    QDBusConnection::disconnectFromBus(QStringLiteral("vantorel-appearance"));
+QFont fontNamed(const QString& words) {
+  QFont font = QApplication::font();
+  QStringList parts = words.split(u' ', Qt::SkipEmptyParts);
+  if (parts.size() < 2) return font;
+  bool isNumber = false;
+  const double points = parts.takeLast().toDouble(&isNumber);
+  if (!isNumber || points < 4 || points > 96) return font;
+  QFont::Weight weight = QFont::Normal;
+  bool isItalic = false;
+  while (parts.size() > 1) {
+    const QString style = parts.back().toLower();
+    if (style == QLatin1String("bold")) {
+      weight = QFont::Bold;
+    } else if (style == QLatin1String("medium")) {
+      weight = QFont::Medium;
+    } else if (style == QLatin1String("light")) {
+      weight = QFont::Light;
+    } else if (style == QLatin1String("italic")) {
+      isItalic = true;
+    } else if (style != QLatin1String("regular") && style != QLatin1String("book")) {
+      break;
+    }
+    parts.removeLast();
   }
+  QString family = parts.join(u' ');
+  if (family.endsWith(u',')) family.chop(1);
+  font = QFont(family);
+  font.setPointSizeF(points);
+  font.setWeight(weight);
+  font.setItalic(isItalic);
+  return font;
 }
 
 void DesktopPalette::follow() {
-  if (isFollowing_ || qgetenv("XDG_CURRENT_DESKTOP").contains("KDE")) return;
-  isFollowing_ = true;
+  if (qApp->findChild<DesktopPalette*>(QString(), Qt::FindDirectChildrenOnly) != nullptr) return;
+  auto* const palette = new DesktopPalette(qApp);
+  if (qgetenv("XDG_CURRENT_DESKTOP").contains("KDE")) {
+    palette->followSettingsOfKDE();
+  } else {
+    palette->followPortal();
+  }
+}
+
+DesktopPalette::DesktopPalette(QObject* application) : QObject(application) {}
+
+DesktopPalette::~DesktopPalette() { QDBusConnection::disconnectFromBus(latin(busName)); }
+
+void DesktopPalette::followPortal() {
+  QApplication::setPalette(desktopPalette(isDark_));
   QDBusConnection bus = QDBusConnection::connectToBus(
-      qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("vantorel-appearance"));
+      qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), latin(busName));
   if (!bus.isConnected()) return;
-  if (!bus.connect({}, QString::fromLatin1(portalPath), QString::fromLatin1(settings),
-                   QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QDBusMessage)))) {
+  if (!bus.connect({}, latin(portalPath), latin(settings), QStringLiteral("SettingChanged"), this,
+                   SLOT(settingChanged(QDBusMessage)))) {
     logWarning("DesktopUi", "changes of the desktop's colors cannot be followed");
   }
-  QDBusMessage read = QDBusMessage::createMethodCall(
-      QStringLiteral("org.freedesktop.portal.Desktop"), QString::fromLatin1(portalPath),
-      QString::fromLatin1(settings), QStringLiteral("Read"));
-  read << QString::fromLatin1(appearance) << QString::fromLatin1(colorScheme);
-  auto* const watcher = new QDBusPendingCallWatcher(bus.asyncCall(read), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher] {
+  ask(appearance, colorScheme);
+  ask(appearance, accentColor);
+  ask(interface, fontName);
+}
+
+void DesktopPalette::ask(const char* space, const char* key) {
+  QDBusMessage read =
+      QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.portal.Desktop"),
+                                     latin(portalPath), latin(settings), QStringLiteral("Read"));
+  read << latin(space) << latin(key);
+  auto* const watcher =
+      new QDBusPendingCallWatcher(QDBusConnection(latin(busName)).asyncCall(read), this);
+  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, space, key] {
     const QDBusPendingReply<QDBusVariant> reply = *watcher;
-    if (reply.isValid()) apply(QVariant::fromValue(reply.value()));
+    if (reply.isValid()) take(latin(space), latin(key), QVariant::fromValue(reply.value()));
     watcher->deleteLater();
   });
 }
 
 void DesktopPalette::settingChanged(const QDBusMessage& change) {
   const QVariantList arguments = change.arguments();
-  if (arguments.size() == 3 && arguments[0].toString() == QLatin1String(appearance) &&
-      arguments[1].toString() == QLatin1String(colorScheme)) {
-    apply(arguments[2]);
+  if (arguments.size() != 3) return;
+  take(arguments[0].toString(), arguments[1].toString(), arguments[2]);
+}
+
+/// The value may come in a variant of a variant: the portal's `Read` wraps it twice.
+void DesktopPalette::take(const QString& space, const QString& key, QVariant value) {
+  while (value.canConvert<QDBusVariant>()) value = value.value<QDBusVariant>().variant();
+  if (space == latin(interface) && key == latin(fontName)) {
+    if (value.typeId() == QMetaType::QString) QApplication::setFont(fontNamed(value.toString()));
+    return;
   }
+  if (space != latin(appearance)) return;
+  if (key == latin(colorScheme)) {
+    isDark_ = value.toUInt() == 1;
+  } else if (key == latin(accentColor)) {
+    accent_ = colorOf(value);
+  } else {
+    return;
+  }
+  QApplication::setPalette(desktopPalette(isDark_, accent_));
+}
+
+void DesktopPalette::followSettingsOfKDE() {
+  // The toolkit has read them at the start; only changes are ours.
+  watcher_ = new QFileSystemWatcher(this);
+  const QString file =
+      QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("kdeglobals"));
+  if (file.isEmpty() || !watcher_->addPath(file)) return;
+  settled_.setSingleShot(true);
+  settled_.setInterval(settlingTime);
+  connect(&settled_, &QTimer::timeout, this, [this] { readSettingsOfKDE(); });
+  connect(watcher_, &QFileSystemWatcher::fileChanged, &settled_, qOverload<>(&QTimer::start));
+}
+
+void DesktopPalette::readSettingsOfKDE() {
+  const QString file =
+      QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("kdeglobals"));
+  if (file.isEmpty()) return;
+  watcher_->addPath(file);  // a new file under the old name is not watched
+  QThreadPool::globalInstance()->start([file, receiver = QPointer<DesktopPalette>(this)] {
+    const QPalette palette = paletteOfKDE(file);
+    QString font;
+    const QSettings settings(file, QSettings::IniFormat);
+    font = settings.value(QStringLiteral("General/font")).toStringList().join(u',');
+    QMetaObject::invokeMethod(qApp, [receiver, palette, font] {
+      if (receiver == nullptr) return;
+      QFont named;
+      if (!font.isEmpty() && named.fromString(font)) QApplication::setFont(named);
+      QApplication::setPalette(palette);
+    });
+  });
 }
 
 }  // namespace vantorel

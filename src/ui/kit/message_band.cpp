@@ -1,0 +1,70 @@
+#include "ui/kit/message_band.hpp"
+
+#include <QAccessible>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QToolButton>
+#include <utility>
+
+#include "ui/kit/icons.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/tokens.hpp"
+
+namespace vantorel {
+
+MessageBand::MessageBand(QWidget* parent)
+    : QWidget(parent),
+      sentence_(new QLabel(this)),
+      action_(new QPushButton(this)),
+      close_(new QToolButton(this)) {
+  auto* const symbol = new QLabel(this);
+  symbol->setPixmap(icon(IconName::warning, IconTint::warning)
+                        .pixmap(QSize(rowIconSize, rowIconSize), devicePixelRatioF()));
+  sentence_->setWordWrap(true);
+  sentence_->setTextFormat(Qt::PlainText);
+  sentence_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  close_->setIcon(icon(IconName::close));
+  close_->setIconSize(QSize(rowIconSize, rowIconSize));
+  close_->setAutoRaise(true);
+  close_->setToolTip(QStringLiteral("Hide"));
+  close_->setAccessibleName(QStringLiteral("Hide"));
+  connect(close_, &QToolButton::clicked, this, [this] { hide(); });
+  connect(action_, &QPushButton::clicked, this, [this] {
+    // The action may bring another sentence.
+    hide();
+    if (const auto action = onAction_) action();
+  });
+  action_->setAutoDefault(false);
+  auto* const row = new QHBoxLayout(this);
+  row->setContentsMargins(tokens::space16, tokens::space8, tokens::space12, tokens::space8);
+  row->setSpacing(tokens::space12);
+  row->addWidget(symbol);
+  row->addWidget(sentence_, 1);
+  row->addWidget(action_);
+  row->addWidget(close_);
+}
+
+void MessageBand::show(const QString& sentence, const QString& actionLabel,
+                       std::function<void()> action) {
+  sentence_->setText(sentence);
+  setAccessibleName(sentence);
+  onAction_ = std::move(action);
+  action_->setText(actionLabel);
+  action_->setVisible(!actionLabel.isEmpty());
+  QWidget::show();
+  QAccessibleEvent alert(this, QAccessible::Alert);
+  QAccessible::updateAccessibility(&alert);
+}
+
+QString MessageBand::sentence() const { return isHidden() ? QString() : sentence_->text(); }
+
+void MessageBand::paintEvent(QPaintEvent*) {
+  const PaletteRoles roles = rolesOf(palette());
+  QPainter painter(this);
+  painter.fillRect(rect(), roles.warningGround);
+  painter.fillRect(QRect(0, height() - 1, width(), 1), roles.line);
+}
+
+}  // namespace vantorel

@@ -1,0 +1,178 @@
+#include "ui/kit/window_frame.hpp"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QKeyEvent>
+#include <QScreen>
+#include <QShortcut>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
+
+#include "ui/kit/desktop_palette.hpp"
+#include "ui/kit/message_band.hpp"
+#include "ui/kit/vantorel_style.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Of the display's work area, for a window that was never placed.
+constexpr double greatestShare = 0.9;
+
+QList<QRect> workAreasNow() {
+  QList<QRect> areas;
+  for (const QScreen* const screen : QGuiApplication::screens()) {
+    areas.push_back(screen->availableGeometry());
+  }
+  return areas;
+}
+
+}  // namespace
+
+std::string displaysKey() {
+  QStringList parts;
+  for (const QScreen* const screen : QGuiApplication::screens()) {
+    const QRect area = screen->geometry();
+    parts.push_back(QStringLiteral("%1 %2x%3+%4+%5@%6")
+                        .arg(screen->name())
+                        .arg(area.width())
+                        .arg(area.height())
+                        .arg(area.x())
+                        .arg(area.y())
+                        .arg(screen->devicePixelRatio()));
+  }
+  parts.sort();
+  return parts.join(QStringLiteral(", ")).toStdString();
+}
+
+QRect keptOnScreen(const QRect& wanted, const QSize& least, const QList<QRect>& workAreas) {
+  if (workAreas.isEmpty()) return wanted;
+  QRect area = workAreas.front();
+  qint64 most = 0;
+  for (const QRect& candidate : workAreas) {
+    const QRect common = candidate & wanted;
+    const qint64 shown = common.isEmpty() ? 0 : qint64{common.width()} * common.height();
+    if (shown > most) {
+      area = candidate;
+      most = shown;
+    }
+  }
+  const QSize size = wanted.size().expandedTo(least).boundedTo(area.size());
+  const int x = std::clamp(wanted.x(), area.x(), area.x() + area.width() - size.width());
+  const int y = std::clamp(wanted.y(), area.y(), area.y() + area.height() - size.height());
+  return {QPoint(x, y), size};
+}
+
+WindowFrame::WindowFrame(std::string name, const QString& title, Measures measures,
+                         std::function<void()> onClosed)
+    : name_(std::move(name)),
+      measures_(measures),
+      onClosed_(std::move(onClosed)),
+      layout_(new QVBoxLayout(this)),
+      message_(new MessageBand(this)) {
+  useVantorelStyle();
+  DesktopPalette::follow();
+  setWindowTitle(title);
+  setAccessibleName(title);
+  setMinimumSize(measures.least);
+  layout_->setContentsMargins(0, 0, 0, 0);
+  layout_->setSpacing(0);
+  layout_->addWidget(message_);
+  message_->hide();
+  auto* const close = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), this);
+  connect(close, &QShortcut::activated, this, [this] { this->close(); });
+  addKey(QKeySequence(Qt::CTRL | Qt::Key_Q), &WindowActions::quit);
+  addKey(QKeySequence(Qt::Key_F1), &WindowActions::showHelp);
+  addKey(QKeySequence(Qt::CTRL | Qt::Key_Comma), &WindowActions::showSettings);
+}
+
+WindowFrame::~WindowFrame() = default;
+
+void WindowFrame::addKey(const QKeySequence& key, std::function<void()> WindowActions::* action) {
+  auto* const shortcut = new QShortcut(key, this);
+  connect(shortcut, &QShortcut::activated, this, [this, action] {
+    if (const auto run = actions_.*action) run();
+  });
+}
+
+void WindowFrame::setContent(QWidget* content) { layout_->addWidget(content, 1); }
+
+void WindowFrame::bringForward() {
+  if (!isVisible()) {
+    show();
+  } else if (isMinimized()) {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+  }
+  raise();
+  activateWindow();
+}
+
+void WindowFrame::showMessage(const QString& sentence, const QString& actionLabel,
+                              std::function<void()> action) {
+  message_->show(sentence, actionLabel, std::move(action));
+}
+
+void WindowFrame::hideMessage() { message_->hide(); }
+
+void WindowFrame::place() {
+  isPlaced_ = true;
+  const auto before = places_ != nullptr ? places_->restore(name_, displaysKey()) : std::nullopt;
+  if (before) {
+    setGeometry(keptOnScreen({before->x, before->y, before->width, before->height}, measures_.least,
+                             workAreasNow()));
+    if (before->isMaximized) setWindowState(windowState() | Qt::WindowMaximized);
+    return;
+  }
+  // Where a new window goes the window manager knows; it only has to fit.
+  const QScreen* const screen = this->screen();
+  QSize most = measures_.usual;
+  if (screen != nullptr) most = screen->availableGeometry().size() * greatestShare;
+  resize(measures_.usual.boundedTo(most).expandedTo(measures_.least));
+}
+
+void WindowFrame::remember() {
+  if (places_ == nullptr || !isPlaced_ || !isVisible() || isMinimized() || isFullScreen()) return;
+  // Of a maximized window counts where it was before.
+  const QRect area = isMaximized() ? normalGeometry() : geometry();
+  if (area.isEmpty()) return;
+  places_->remember(name_, displaysKey(),
+                    {.x = area.x(),
+                     .y = area.y(),
+                     .width = area.width(),
+                     .height = area.height(),
+                     .isMaximized = isMaximized()});
+}
+
+void WindowFrame::showEvent(QShowEvent* event) {
+  if (!isPlaced_) place();
+  QWidget::showEvent(event);
+}
+
+void WindowFrame::closeEvent(QCloseEvent* event) {
+  if (!mayClose()) return event->ignore();
+  remember();
+  event->accept();
+  if (const auto closed = std::exchange(onClosed_, nullptr)) closed();
+}
+
+void WindowFrame::moveEvent(QMoveEvent* event) {
+  QWidget::moveEvent(event);
+  remember();
+}
+
+void WindowFrame::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  remember();
+}
+
+void WindowFrame::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  if (event->type() == QEvent::WindowStateChange) remember();
+}
+
+void WindowFrame::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) return leave();
+  QWidget::keyPressEvent(event);
+}
+
+}  // namespace vantorel
