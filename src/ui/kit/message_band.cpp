@@ -13,15 +13,17 @@
 #include "ui/kit/tokens.hpp"
 
 namespace vantorel {
+namespace {
+
+constexpr int symbolRoom = tokens::space16 + rowIconSize + tokens::space12;
+
+}  // namespace
 
 MessageBand::MessageBand(QWidget* parent)
     : QWidget(parent),
       sentence_(new QLabel(this)),
       action_(new QPushButton(this)),
       close_(new QToolButton(this)) {
-  auto* const symbol = new QLabel(this);
-  symbol->setPixmap(icon(IconName::warning, IconTint::warning)
-                        .pixmap(QSize(rowIconSize, rowIconSize), devicePixelRatioF()));
   sentence_->setWordWrap(true);
   sentence_->setTextFormat(Qt::PlainText);
   sentence_->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -38,9 +40,8 @@ MessageBand::MessageBand(QWidget* parent)
   });
   action_->setAutoDefault(false);
   auto* const row = new QHBoxLayout(this);
-  row->setContentsMargins(tokens::space16, tokens::space8, tokens::space12, tokens::space8);
+  row->setContentsMargins(symbolRoom, tokens::space8, tokens::space12, tokens::space8);
   row->setSpacing(tokens::space12);
-  row->addWidget(symbol);
   row->addWidget(sentence_, 1);
   row->addWidget(action_);
   row->addWidget(close_);
@@ -65,6 +66,12 @@ void MessageBand::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.fillRect(rect(), roles.warningGround);
   painter.fillRect(QRect(0, height() - 1, width(), 1), roles.line);
+  const QRect symbol(0, (height() - rowIconSize) / 2, rowIconSize, rowIconSize);
+  const bool isMirrored = layoutDirection() == Qt::RightToLeft;
+  icon(IconName::warning, IconTint::warning)
+      .paint(&painter,
+             symbol.translated(
+                 isMirrored ? width() - tokens::space16 - rowIconSize : tokens::space16, 0));
 }
 
 }  // namespace vantorel

@@ -301,6 +301,24 @@ void VantorelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* 
       painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
       return;
     }
+    case PE_PanelItemViewItem: {
+      const PaletteRoles roles = rolesOf(option->palette);
+      if (has(*option, State_Selected)) {
+        paintBox(*painter, option->rect, tokens::keyCapRadius, option->palette.highlight(),
+                 roles.isHighContrast ? QPen(roles.text) : QPen(Qt::NoPen));
+      } else if (has(*option, State_MouseOver) && has(*option, State_Enabled)) {
+        paintBox(*painter, option->rect, tokens::keyCapRadius, mixed(roles.base, roles.text, 0.05),
+                 Qt::NoPen);
+      }
+      return;
+    }
+    case PE_PanelItemViewRow: return;  // its items say what is selected
+    case PE_Frame: {
+      painter->setPen(rolesOf(option->palette).line);
+      painter->setBrush(Qt::NoBrush);
+      painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+      return;
+    }
     case PE_PanelTipLabel: {
       const PaletteRoles roles = rolesOf(option->palette);
       painter->fillRect(option->rect, option->palette.toolTipBase());
@@ -358,6 +376,17 @@ void VantorelStyle::drawControl(ControlElement element, const QStyleOption* opti
       }
       plain.state.setFlag(State_Selected, false);
       return QProxyStyle::drawControl(element, &plain, painter, widget);
+    }
+    case CE_ItemViewItem: {
+      const auto* const item = qstyleoption_cast<const QStyleOptionViewItem*>(option);
+      if (item == nullptr) break;
+      const PaletteRoles roles = rolesOf(option->palette);
+      QStyleOptionViewItem tinted = *item;
+      for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        tinted.palette.setColor(group, QPalette::Highlight, roles.selection);
+        tinted.palette.setColor(group, QPalette::HighlightedText, roles.text);
+      }
+      return QProxyStyle::drawControl(element, &tinted, painter, widget);
     }
     case CE_ProgressBar:
       if (const auto* const bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option)) {
@@ -487,6 +516,10 @@ QSize VantorelStyle::sizeFromContents(ContentsType type, const QStyleOption* opt
     case CT_ToolButton: {
       const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
       return size.expandedTo({tokens::smallControl, std::max(tokens::smallControl, line + 8)});
+    }
+    case CT_ItemViewItem: {
+      const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+      return {size.width(), std::max(size.height(), std::max(tokens::smallControl, line + 8))};
     }
     case CT_MenuItem: {
       const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
