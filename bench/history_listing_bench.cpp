@@ -1,0 +1,109 @@
+// What the History window does with 100,000 entries at each letter typed.
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdlib>
+#include <random>
+
+#include "library/history_listing.hpp"
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int entryCount = 100'000;
+
+/// A library in memory, of three years.
+struct LargeLibrary {
+  LargeLibrary() {
+    store.load([] {});
+    runners.run();
+    std::mt19937 random(7);
+    constexpr std::array applications{"Terminal", "Web Browser", "Code Editor", "Mail", "Maps"};
+    constexpr std::array titles{"North bridge log", "Überblick", "Payment form", "Way to the weir"};
+    for (int i = 0; i < entryCount; ++i) {
+      ScreenshotEntry entry;
+      entry.id = fmt::format("{:08X}-0000-4000-8000-{:012X}", random(), i);
+      entry.capturedAt = runners.now() - (entryCount - i) * 946.0;
+      entry.path = fmt::format("/home/user/Pictures/Vantorel/Screenshot {} at {:06}.png", i / 7, i);
+      entry.sourceApp = SourceApp{.bundleID = {}, .name = applications[random() % 5]};
+      entry.starred = i % 50 == 0;
+      if (i % 3 == 0) entry.title = fmt::format("{} {}", titles[random() % 4], i);
+      if (!store.add(std::move(entry))) std::abort();
+    }
+    runners.run();
+  }
+  FakeFiles files;
+  FakeRunners runners;
+  HistoryStore store{{files, runners, runners.main(), runners.runner("persist")},
+                     LibraryPaths{"/data", "/caches"}};
+};
+
+LargeLibrary& library() {
+  static LargeLibrary one;
+  return one;
+}
+
+void BM_Build(benchmark::State& state) {
+  for (auto _ : state) {
+    const HistoryListing listing(library().store, library().runners, systemDay);
+    benchmark::DoNotOptimize(listing.size());
+  }
+}
+BENCHMARK(BM_Build)->Unit(benchmark::kMillisecond);
+
+/// The first letter, which reads all texts.
+void BM_FirstLetter(benchmark::State& state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    HistoryListing listing(library().store, library().runners, systemDay);
+    state.ResumeTiming();
+    listing.setQuery({.text = "b"});
+    benchmark::DoNotOptimize(listing.size());
+  }
+}
+BENCHMARK(BM_FirstLetter)->Unit(benchmark::kMillisecond);
+
+void BM_OneMoreLetter(benchmark::State& state) {
+  HistoryListing listing(library().store, library().runners, systemDay);
+  for (auto _ : state) {
+    state.PauseTiming();
+    listing.setQuery({.text = "b"});
+    state.ResumeTiming();
+    listing.setQuery({.text = "br"});
+    benchmark::DoNotOptimize(listing.size());
+  }
+  state.counters["found"] = static_cast<double>(listing.size());
+}
+BENCHMARK(BM_OneMoreLetter)->Unit(benchmark::kMillisecond);
+
+void BM_OneLetterLess(benchmark::State& state) {
+  HistoryListing listing(library().store, library().runners, systemDay);
+  for (auto _ : state) {
+    state.PauseTiming();
+    listing.setQuery({.text = "bri"});
+    state.ResumeTiming();
+    listing.setQuery({.text = "br"});
+    benchmark::DoNotOptimize(listing.size());
+  }
+}
+BENCHMARK(BM_OneLetterLess)->Unit(benchmark::kMillisecond);
+
+void BM_Star(benchmark::State& state) {
+  LargeLibrary& large = library();
+  HistoryListing listing(large.store, large.runners, systemDay);
+  const auto observation =
+      large.store.observe([&](const HistoryChange& change) { listing.follow(change); });
+  const std::string id = large.store.newestFirst()[500]->id;
+  for (auto _ : state) {
+    const auto outcome =
+        large.store.update(id, [](ScreenshotEntry& entry) { entry.starred = !entry.starred; });
+    benchmark::DoNotOptimize(outcome.has_value());
+  }
+}
+BENCHMARK(BM_Star)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace vantorel

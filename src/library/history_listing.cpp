@@ -1,0 +1,257 @@
+#include "library/history_listing.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <numeric>
+#include <unordered_map>
+#include <utility>
+
+#include "base/folded_text.hpp"
+#include "library/entry_title.hpp"
+
+namespace vantorel {
+namespace {
+
+/// The words that can be told apart by which of them a day has; a search has no more.
+constexpr std::size_t mostWords = 32;
+
+std::string titleOf(const LocalDay& day, const LocalDay& today) {
+  const int days = daysBefore(day, today);
+  if (days == 0) return "Today";
+  if (days == 1) return "Yesterday";
+  if (days > 1 && days < 7) return weekdayName(day);
+  return day.year == today.year ? dayAndMonth(day) : fullDate(day);
+}
+
+std::string detailOf(const LocalDay& day, const LocalDay& today) {
+  const int days = daysBefore(day, today);
+  return days >= 0 && days < 7 ? dayAndMonth(day) : weekdayName(day);
+}
+
+std::string wordsOf(const LocalDay& day) {
+  return foldedText(fmt::format(" {} {} {}-{:02}-{:02}", weekdayName(day), fullDate(day), day.year,
+                                day.month, day.day));
+}
+
+}  // namespace
+
+HistoryListing::HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf)
+    : store_(store), clock_(clock), dayOf_(std::move(dayOf)), today_(dayOf_(clock.now())) {
+  takeRows({});
+  filter();
+}
+
+void HistoryListing::follow(const HistoryChange& change) {
+  const bool isInPlace = !change.loaded && change.added.empty() && change.removed.empty() &&
+                         std::ranges::all_of(change.updated, [this](const auto& update) {
+                           return replaceInPlace(update);
+                         });
+  if (!isInPlace) {
+    Gone gone;
+    for (const EntryPointer& entry : change.removed) gone.insert(entry.get());
+    for (const HistoryChange::Update& update : change.updated) gone.insert(update.before.get());
+    takeRows(gone);
+  }
+  filter();
+}
+
+bool HistoryListing::replaceInPlace(const HistoryChange::Update& update) {
+  if (update.before->capturedAt != update.after->capturedAt) return false;
+  const auto place = rowOf(*update.before);
+  if (!place) return false;
+  Row& row = rows_[*place];
+  row.entry = update.after;
+  row.isFolded = false;
+  return true;
+}
+
+/// Brings the rows in line with the store. What was read of entries that stay is kept.
+void HistoryListing::takeRows(const Gone& gone) {
+  const EntryList& entries = store_.newestFirst();
+  std::vector<Row> rows;
+  rows.reserve(entries.size());
+  std::size_t old = 0;
+  for (const EntryPointer& entry : entries) {
+    while (old < rows_.size() && gone.contains(rows_[old].entry.get())) ++old;
+    if (old < rows_.size() && rows_[old].entry == entry) {
+      rows.push_back(std::move(rows_[old++]));
+    } else {
+      rows.push_back({.entry = entry});
+    }
+  }
+  rows_ = std::move(rows);
+  splitIntoDays();
+}
+
+void HistoryListing::splitIntoDays() {
+  std::vector<Day> before = std::exchange(days_, {});
+  std::size_t old = 0;
+  for (Row& row : rows_) {
+    const double time = row.entry->capturedAt;
+    if (days_.empty() || time < days_.back().day.begin) {
+      const LocalDay& day = dayAt(time);
+      while (old < before.size() && before[old].day.begin > day.begin) ++old;
+      const bool isKnown = old < before.size() && before[old].day == day;
+      days_.push_back({day, isKnown ? std::move(before[old++].words) : wordsOf(day)});
+    }
+    row.day = static_cast<std::uint32_t>(days_.size() - 1);
+  }
+}
+
+const LocalDay& HistoryListing::dayAt(double seconds) {
+  const auto after = knownDays_.upper_bound(seconds);
+  if (after != knownDays_.begin()) {
+    const LocalDay& day = std::prev(after)->second;
+    if (seconds < day.end) return day;
+  }
+  const LocalDay day = dayOf_(seconds);
+  return knownDays_.insert_or_assign(day.begin, day).first->second;
+}
+
+bool HistoryListing::refreshDays() {
+  const LocalDay today = dayOf_(clock_.now());
+  if (today == today_) return false;
+  today_ = today;
+  knownDays_.clear();
+  splitIntoDays();
+  makeSections();
+  return true;
+}
+
+void HistoryListing::setQuery(HistoryQuery query) {
+  if (query == query_.query()) return;
+  PreparedHistoryQuery prepared(std::move(query));
+  const bool isNarrower = prepared.isNarrowerThan(query_);
+  query_ = std::move(prepared);
+  // A collection's own order is not that of the rows, which those that are left are put back into.
+  if (isNarrower && ownOrder() == nullptr) {
+    filter(std::exchange(matches_, {}));
+  } else {
+    filter();
+  }
+}
+
+const std::string& HistoryListing::textOf(Row& row) {
+  if (!row.isFolded) {
+    const ScreenshotEntry& entry = *row.entry;
+    std::string text = entry.title.value_or("");
+    text += '\n';
+    text += fileNameOf(entry);
+    if (entry.sourceApp) {
+      text += '\n';
+      text += entry.sourceApp->name;
+    }
+    row.text = foldedText(text);
+    row.isFolded = true;
+  }
+  return row.text;
+}
+
+void HistoryListing::filter() {
+  std::vector<std::uint32_t> all(rows_.size());
+  std::iota(all.begin(), all.end(), 0U);
+  filter(std::move(all));
+}
+
+void HistoryListing::filter(std::vector<std::uint32_t> candidates) {
+  const HistoryQuery& query = query_.query();
+  const bool hasWords = !query_.words().empty();
+  const bool admitsAll =
+      query.scope == HistoryScope::all && !query.hasFilters() && !query.text.contains('@');
+  // A word that a day has needs not be looked for in its entries. It has to begin one of the day's:
+  // "ri" is no Friday.
+  const std::size_t wordCount = std::min(query_.words().size(), mostWords);
+  std::vector<std::uint32_t> missing(days_.size(), 0);
+  for (std::size_t day = 0; hasWords && day < days_.size(); ++day) {
+    for (std::size_t i = 0; i < wordCount; ++i) {
+      if (!days_[day].words.contains(" " + query_.words()[i])) missing[day] |= 1U << i;
+    }
+  }
+  const auto hasMissingWords = [&](Row& row) {
+    const std::uint32_t wanted = missing[row.day];
+    if (wanted == 0) return true;
+    const std::string& text = textOf(row);
+    for (std::size_t i = 0; i < wordCount; ++i) {
+      if ((wanted >> i & 1U) != 0 && !text.contains(query_.words()[i])) return false;
+    }
+    return true;
+  };
+  std::erase_if(candidates, [&](std::uint32_t place) {
+    Row& row = rows_[place];
+    return (!admitsAll && !query_.admits(*row.entry)) || (hasWords && !hasMissingWords(row));
+  });
+  matches_ = std::move(candidates);
+  finishMatches();
+}
+
+const HistoryCollection* HistoryListing::ownOrder() const {
+  if (query().scope != HistoryScope::collection) return nullptr;
+  const HistoryCollection* const collection = store_.findCollection(query().collectionID);
+  return collection != nullptr && collection->sort == CollectionSort::custom ? collection : nullptr;
+}
+
+void HistoryListing::finishMatches() {
+  if (const HistoryCollection* const collection = ownOrder()) {
+    std::unordered_map<std::string_view, std::size_t> places;
+    for (const std::string& id : collection->order) places.emplace(id, places.size());
+    // Those without a place come first, as new ones do elsewhere.
+    const auto placeOf = [&](std::uint32_t row) {
+      const auto found = places.find(rows_[row].entry->id);
+      return found == places.end() ? 0 : found->second + 1;
+    };
+    std::ranges::stable_sort(matches_, {}, placeOf);
+  }
+  makeSections();
+}
+
+void HistoryListing::makeSections() {
+  sections_.clear();
+  if (ownOrder() != nullptr) {
+    if (!matches_.empty()) sections_.push_back({.day = today_, .count = matches_.size()});
+    return;
+  }
+  for (std::size_t place = 0; place < matches_.size(); ++place) {
+    const LocalDay& day = days_[rows_[matches_[place]].day].day;
+    if (sections_.empty() || sections_.back().day.begin != day.begin) {
+      sections_.push_back({.title = titleOf(day, today_),
+                           .detail = detailOf(day, today_),
+                           .month = fmt::format("{} {}", monthName(day), day.year),
+                           .day = day,
+                           .begin = place});
+    }
+    ++sections_.back().count;
+  }
+}
+
+const HistoryListing::Section& HistoryListing::sectionOf(std::size_t place) const {
+  return *std::prev(std::ranges::upper_bound(sections_, place, {}, &Section::begin));
+}
+
+std::optional<std::size_t> HistoryListing::rowOf(const ScreenshotEntry& entry) const {
+  const auto isLater = [](double time, const Row& row) { return time > row.entry->capturedAt; };
+  const auto timeOf = [](const Row& row) { return -row.entry->capturedAt; };
+  auto row = std::ranges::lower_bound(rows_, -entry.capturedAt, {}, timeOf);
+  for (; row != rows_.end() && !isLater(entry.capturedAt, *row); ++row) {
+    if (row->entry->id == entry.id) return static_cast<std::size_t>(row - rows_.begin());
+  }
+  return std::nullopt;
+}
+
+std::optional<std::size_t> HistoryListing::placeOf(std::string_view id) const {
+  const EntryPointer entry = store_.find(id);
+  if (!entry) return std::nullopt;
+  const auto row = rowOf(*entry);
+  if (!row) return std::nullopt;
+  const auto found = ownOrder() != nullptr ? std::ranges::find(matches_, *row)
+                                           : std::ranges::lower_bound(matches_, *row);
+  if (found == matches_.end() || *found != *row) return std::nullopt;
+  return static_cast<std::size_t>(found - matches_.begin());
+}
+
+std::string HistoryListing::timeOf(std::size_t place) const {
+  const Row& row = rows_[matches_[place]];
+  return clockTime(row.entry->capturedAt, days_[row.day].day);
+}
+
+}  // namespace vantorel

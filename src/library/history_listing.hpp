@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "base/local_day.hpp"
+#include "library/history_query.hpp"
+#include "library/history_store.hpp"
+#include "platform/clock.hpp"
+
+namespace vantorel {
+
+/// The entries that the History window lists: those that a query leaves, the newest first, in the
+/// days they were made on; a collection that has an order of its own in that order, without days.
+/// Keeps what it needs to search 100,000 entries at each letter typed. Lives on the main runner.
+class HistoryListing {
+ public:
+  struct Section {
+    std::string title;   ///< "Today", "Yesterday", "Wednesday", "3 March 2026"; empty without days
+    std::string detail;  ///< the date or the weekday, whichever the title is not
+    std::string month;   ///< "March 2026"
+    LocalDay day;
+    std::size_t begin = 0;  ///< the place of its first entry
+    std::size_t count = 0;
+
+    [[nodiscard]] std::size_t end() const { return begin + count; }
+  };
+
+  /// Both must outlive this. `dayOf` knows the time zone.
+  HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf);
+
+  /// Takes up what the library has by now. To be told of every change, in order.
+  void follow(const HistoryChange& change);
+
+  void setQuery(HistoryQuery query);
+  [[nodiscard]] const HistoryQuery& query() const { return query_.query(); }
+
+  /// Another day has begun, or another time zone is in use: true when titles have changed.
+  bool refreshDays();
+
+  /// When the next day begins, in seconds since 1970-01-01 UTC.
+  [[nodiscard]] double nextDay() const { return today_.end; }
+
+  // A place counts from 0 through all sections.
+
+  [[nodiscard]] std::size_t size() const { return matches_.size(); }
+  [[nodiscard]] bool isEmpty() const { return matches_.empty(); }
+  [[nodiscard]] const EntryPointer& at(std::size_t place) const {
+    return rows_[matches_[place]].entry;
+  }
+  [[nodiscard]] const std::vector<Section>& sections() const { return sections_; }
+
+  /// The section of a place; there is one.
+  [[nodiscard]] const Section& sectionOf(std::size_t place) const;
+
+  /// Nothing when the entry is not listed.
+  [[nodiscard]] std::optional<std::size_t> placeOf(std::string_view id) const;
+
+  /// The time of day an entry was made at, "14:05".
+  [[nodiscard]] std::string timeOf(std::size_t place) const;
+
+ private:
+  struct Row {
+    EntryPointer entry;
+    std::uint32_t day = 0;  // its place in `days_`
+    bool isFolded = false;
+    std::string text{};  // what is searched, once somebody searches
+  };
+  struct Day {
+    LocalDay day;
+    std::string words;  // folded, each after a blank: what the day is called
+  };
+
+  using Gone = std::unordered_set<const ScreenshotEntry*>;
+
+  void takeRows(const Gone& gone);
+  void splitIntoDays();
+  [[nodiscard]] const LocalDay& dayAt(double seconds);
+  bool replaceInPlace(const HistoryChange::Update& update);
+  [[nodiscard]] std::optional<std::size_t> rowOf(const ScreenshotEntry& entry) const;
+  [[nodiscard]] static const std::string& textOf(Row& row);
+
+  void filter();
+  void filter(std::vector<std::uint32_t> candidates);
+  void finishMatches();
+  void makeSections();
+  [[nodiscard]] const HistoryCollection* ownOrder() const;
+
+  const HistoryStore& store_;
+  const Clock& clock_;
+  DayOf dayOf_;
+  LocalDay today_;
+  PreparedHistoryQuery query_{HistoryQuery{}};
+  std::vector<Row> rows_;  // of all entries, the newest first
+  std::vector<Day> days_;  // of the rows, the newest first
+  std::map<double, LocalDay> knownDays_;
+  std::vector<std::uint32_t> matches_;  // places in `rows_`
+  std::vector<Section> sections_;
+};
+
+}  // namespace vantorel

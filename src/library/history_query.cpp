@@ -1,0 +1,78 @@
+#include "library/history_query.hpp"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "base/folded_text.hpp"
+
+namespace vantorel {
+namespace {
+
+using Kind = std::pair<std::string_view, CaptureMedium>;
+constexpr std::array kinds{Kind{"screenshot", CaptureMedium::image},
+                           Kind{"recording", CaptureMedium::recording},
+                           Kind{"gif", CaptureMedium::gif}, Kind{"text", CaptureMedium::text}};
+
+bool satisfies(const ScreenshotEntry& entry, std::string_view word) {
+  for (const auto& [name, medium] : kinds) {
+    if (name == word) return entry.medium == medium;
+  }
+  if (!entry.sourceApp) return false;
+  std::string application = foldedText(entry.sourceApp->name);
+  std::erase(application, ' ');
+  return application.starts_with(word);
+}
+
+}  // namespace
+
+bool shows(HistoryScope scope, const ScreenshotEntry& entry, const std::string& collectionID) {
+  switch (scope) {
+    case HistoryScope::all: return true;
+    case HistoryScope::starred: return entry.starred;
+    case HistoryScope::images: return entry.medium == CaptureMedium::image;
+    case HistoryScope::recordings:
+      return entry.medium == CaptureMedium::recording || entry.medium == CaptureMedium::gif ||
+             entry.medium == CaptureMedium::project;
+    case HistoryScope::texts: return entry.medium == CaptureMedium::text;
+    case HistoryScope::collection:
+      return std::ranges::find(entry.collectionIDs, collectionID) != entry.collectionIDs.end();
+  }
+  std::unreachable();
+}
+
+PreparedHistoryQuery::PreparedHistoryQuery(HistoryQuery query) : query_(std::move(query)) {
+  for (std::string& word : foldedWords(query_.text)) {
+    if (word.front() != '@') {
+      words_.push_back(std::move(word));
+    } else if (word.size() > 1) {
+      operators_.push_back(word.substr(1));
+    }
+  }
+}
+
+bool PreparedHistoryQuery::admits(const ScreenshotEntry& entry) const {
+  if (!shows(query_.scope, entry, query_.collectionID)) return false;
+  if (query_.kind && entry.medium != *query_.kind) return false;
+  if (query_.isStarred && !entry.starred) return false;
+  if (query_.since && entry.capturedAt < *query_.since) return false;
+  if (!query_.application.empty() &&
+      (!entry.sourceApp || entry.sourceApp->name != query_.application)) {
+    return false;
+  }
+  return std::ranges::all_of(operators_,
+                             [&](const std::string& word) { return satisfies(entry, word); });
+}
+
+bool PreparedHistoryQuery::isNarrowerThan(const PreparedHistoryQuery& other) const {
+  HistoryQuery same = query_;
+  same.text = other.query_.text;
+  if (same != other.query_ || operators_ != other.operators_) return false;
+  return std::ranges::all_of(other.words_, [&](const std::string& wide) {
+    return std::ranges::any_of(words_,
+                               [&](const std::string& word) { return word.contains(wide); });
+  });
+}
+
+}  // namespace vantorel

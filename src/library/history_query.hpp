@@ -1,0 +1,63 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "library/records/screenshot_entry.hpp"
+
+namespace vantorel {
+
+/// What the sidebar of History offers to look at.
+enum class HistoryScope { all, starred, images, recordings, texts, collection };
+
+/// Whether the scope shows captures of that kind; recordings are all that moves.
+[[nodiscard]] bool shows(HistoryScope scope, const ScreenshotEntry& entry,
+                         const std::string& collectionID);
+
+/// What somebody looks for in History; what is empty does not count.
+struct HistoryQuery {
+  /// All its words are in the title, the file's name or the application's, or begin a word of the
+  /// date ("saturday", "november", "2026-11-21"), in any case, with or without accents.
+  /// "@screenshot", "@recording",
+  /// "@gif" and "@text" are a kind; "@" and the beginning of an application's name is where the
+  /// capture came from.
+  std::string text{};
+
+  HistoryScope scope = HistoryScope::all;
+  std::string collectionID{};  ///< when the scope is a collection
+  std::optional<CaptureMedium> kind{};
+  std::string application{};      ///< its whole name
+  bool isStarred = false;         ///< starred ones alone
+  std::optional<double> since{};  ///< seconds since 1970-01-01 UTC, inclusive
+
+  [[nodiscard]] bool hasFilters() const {
+    return kind || !application.empty() || isStarred || since;
+  }
+
+  bool operator==(const HistoryQuery&) const = default;
+};
+
+/// A query made ready to be asked of many entries.
+class PreparedHistoryQuery {
+ public:
+  explicit PreparedHistoryQuery(HistoryQuery query);
+
+  [[nodiscard]] const HistoryQuery& query() const { return query_; }
+
+  /// The words that are looked for in texts, folded.
+  [[nodiscard]] const std::vector<std::string>& words() const { return words_; }
+
+  /// Everything but the words.
+  [[nodiscard]] bool admits(const ScreenshotEntry& entry) const;
+
+  /// Whether nothing can match this one that did not match `other`.
+  [[nodiscard]] bool isNarrowerThan(const PreparedHistoryQuery& other) const;
+
+ private:
+  HistoryQuery query_;
+  std::vector<std::string> words_;
+  std::vector<std::string> operators_;  // without "@"
+};
+
+}  // namespace vantorel
