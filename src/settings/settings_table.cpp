@@ -9,6 +9,7 @@
 
 #include "app/records/hot_key_text.hpp"
 #include "base/json_record.hpp"
+#include "settings/setting_rows.hpp"
 
 namespace vantorel {
 namespace {
@@ -236,6 +237,8 @@ class Table {
   void whole(std::string_view key, Member<int> member, int least, int most) {
     Setting& row =
         add(key, member, "number", fmt::format("a whole number from {} to {}", least, most));
+    row.least = least;
+    row.most = most;
     row.load = [member, least, most](const Stored& stored, const SettingsValues& defaults,
                                      SettingsValues& values) {
       const double number = stored ? std::trunc(numberOf(*stored).value_or(0)) : 0;
@@ -253,6 +256,8 @@ class Table {
 
   void number(std::string_view key, Member<double> member, double least, double most) {
     Setting& row = add(key, member, "number", fmt::format("a number from {} to {}", least, most));
+    row.least = least;
+    row.most = most;
     row.load = [member, least, most](const Stored& stored, const SettingsValues& defaults,
                                      SettingsValues& values) {
       const auto found = stored ? numberOf(*stored) : std::nullopt;
@@ -527,42 +532,6 @@ void addAgentAndState(Table& table) {
 
 #undef VT_SETTING
 
-struct Meaning {
-  std::string_view key;
-  std::string_view words;
-};
-
-/// What a person can set to an effect today. The others belong to parts that are not built yet, or
-/// are what the program remembers: they are kept, but nobody is offered them.
-constexpr auto meanings = std::to_array<Meaning>({
-    {"captureHotKey", "captures an area"},
-    {"windowHotKey", "captures a window"},
-    {"fullscreenHotKey", "captures the main display"},
-    {"timedCaptureHotKey", "captures an area after a delay, the one used last"},
-    {"previousAreaHotKey", "captures the area that was dragged last"},
-    {"copyRecentHotKey",
-     "copies the newest capture; with a digit, the next digits copy the ones before"},
-    {"captureDelaySeconds", "seconds before a capture; 0 is at once"},
-    {"timedCaptureLastDelaySeconds", "seconds before the next capture after a delay"},
-    {"copyToClipboardAfterCapture", "each new capture is copied"},
-    {"retentionDays", "age at which captures go to the Trash, once you have agreed; 0 is never"},
-    {"adjustBeforeCapturing", "an area that was dragged stays up to be adjusted"},
-    {"hideDesktopIconsWhileCapturing", "the desktop's icons are covered meanwhile"},
-    {"desktopCoverStyle", "what covers them"},
-    {"desktopCoverImagePath", "the image that covers them, with the style custom"},
-    {"desktopCoverColor", "the color that covers them, with the style color"},
-    {"includeWindowShadow",
-     "captures of windows that draw their own shadow have it; what a compositor adds they never "
-     "have"},
-    {"activeCollectionID", "collection that new captures are filed into"},
-    {"storageDirectory", "folder of the captures; they move along when it changes"},
-    {"exportFormat", "format of new captures"},
-    {"jpegQuality", "quality of jpeg, heic and webp"},
-    {"filenameTemplate", "what the names of captures begin with"},
-    {"playSounds", "a capture taken at the desktop is heard"},
-    {"showMenuBarIcon", "the icon in the tray is shown"},
-});
-
 }  // namespace
 
 const std::vector<Setting>& settingsTable() {
@@ -574,8 +543,7 @@ const std::vector<Setting>& settingsTable() {
     addRecording(building);
     addAgentAndState(building);
     for (Setting& row : building.rows) {
-      const auto* const found = std::ranges::find(meanings, row.key, &Meaning::key);
-      if (found != meanings.end()) row.meaning = found->words;
+      if (const SettingRow* const offered = findSettingRow(row.key)) row.meaning = offered->meaning;
     }
     return std::move(building.rows);
   }();

@@ -34,10 +34,12 @@ struct Setting {
   std::string type;                    ///< a word or two: "true or false", "choice", "number"
   std::string allowed;                 ///< completes the sentence "<key> must be ..."
   std::vector<std::string> choices{};  ///< all that it may be, where they can be counted
-  std::string_view meaning{};          ///< what it does; empty when it does nothing in this version
+  double least = 0;                    ///< of a number that has a range
+  double most = 0;                     ///< likewise
+  std::string_view meaning{};          ///< of its `SettingRow`; empty when it has none
   bool resets = true;                  ///< returns to its default with "Reset all settings"
 
-  /// Others are only kept.
+  /// Has an effect in this version. Others are only kept.
   [[nodiscard]] bool isOffered() const { return !meaning.empty(); }
 
   /// Takes the stored value over, by the setting's own reading rule; absent is nothing. Never

@@ -1,0 +1,188 @@
+#include "settings/setting_rows.hpp"
+
+#include <algorithm>
+
+#include "app/records/shortcut_id.hpp"
+#include "base/check.hpp"
+
+namespace vantorel {
+namespace {
+
+using enum SettingsPane;
+using Control = SettingControl;
+
+void addGeneral(std::vector<SettingRow>& rows) {
+  rows.push_back({.key = "showMenuBarIcon",
+                  .meaning = "the icon in the tray is shown",
+                  .pane = general,
+                  .label = "Show the tray icon",
+                  .explanation = "Without it, use the keys or start Vantorel again."});
+  rows.push_back({.key = "playSounds",
+                  .meaning = "a capture taken at the desktop is heard",
+                  .pane = general,
+                  .label = "Play sounds"});
+  rows.push_back(
+      {.key = "exportFormat",
+       .meaning = "format of new captures",
+       .pane = general,
+       .group = "Files",
+       .label = "Format",
+       .control = Control::choice,
+       .choices = {{"png", "PNG"}, {"jpeg", "JPEG"}, {"heic", "HEIC"}, {"webp", "WebP"}}});
+  rows.push_back({.key = "jpegQuality",
+                  .meaning = "quality of jpeg, heic and webp",
+                  .pane = general,
+                  .group = "Files",
+                  .label = "Quality",
+                  .explanation = "For JPEG, HEIC and WebP.",
+                  .control = Control::number,
+                  .shown = {.scale = 100, .step = 5, .unit = " %"}});
+  rows.push_back({.key = "filenameTemplate",
+                  .meaning = "what the names of captures begin with",
+                  .pane = general,
+                  .group = "Files",
+                  .label = "Name",
+                  .control = Control::text});
+}
+
+void addCapture(std::vector<SettingRow>& rows) {
+  rows.push_back(
+      {.key = "captureDelaySeconds",
+       .meaning = "seconds before a capture; 0 is at once",
+       .pane = capture,
+       .label = "Delay",
+       .explanation = "Before every capture.",
+       .control = Control::choice,
+       .choices = {{"0", "None"}, {"3", "3 seconds"}, {"5", "5 seconds"}, {"10", "10 seconds"}}});
+  rows.push_back({.key = "timedCaptureLastDelaySeconds",
+                  .meaning = "seconds before the next capture after a delay",
+                  .pane = capture,
+                  .label = "Self-timer",
+                  .explanation = "Used by “Capture with self-timer”. The menu changes it too.",
+                  .control = Control::choice,
+                  .choices = {{"3", "3 seconds"}, {"5", "5 seconds"}, {"10", "10 seconds"}}});
+  rows.push_back({.key = "adjustBeforeCapturing",
+                  .meaning = "an area that was dragged stays up to be adjusted",
+                  .pane = capture,
+                  .label = "Adjust before capturing",
+                  .explanation = "An area that was dragged stays up; Enter takes it."});
+  rows.push_back({.key = "includeWindowShadow",
+                  .meaning =
+                      "captures of windows that draw their own shadow have it; what a compositor "
+                      "adds they never have",
+                  .pane = capture,
+                  .group = "Windows",
+                  .label = "Keep the shadow of windows",
+                  .explanation = "Where a window draws its own."});
+  rows.push_back({.key = "hideDesktopIconsWhileCapturing",
+                  .meaning = "the desktop's icons are covered meanwhile",
+                  .pane = capture,
+                  .group = "Desktop icons",
+                  .label = "Hide desktop icons while capturing"});
+  rows.push_back(
+      {.key = "desktopCoverStyle",
+       .meaning = "what covers them",
+       .pane = capture,
+       .group = "Desktop icons",
+       .label = "Cover them with",
+       .control = Control::choice,
+       .choices = {{"wallpaper", "The wallpaper"}, {"custom", "An image"}, {"color", "A color"}},
+       .needs = {"hideDesktopIconsWhileCapturing", "true"}});
+  rows.push_back({.key = "desktopCoverImagePath",
+                  .meaning = "the image that covers them, with the style custom",
+                  .pane = capture,
+                  .group = "Desktop icons",
+                  .label = "Image",
+                  .control = Control::picture,
+                  .needs = {"desktopCoverStyle", "custom"}});
+  rows.push_back({.key = "desktopCoverColor",
+                  .meaning = "the color that covers them, with the style color",
+                  .pane = capture,
+                  .group = "Desktop icons",
+                  .label = "Color",
+                  .control = Control::color,
+                  .needs = {"desktopCoverStyle", "color"}});
+}
+
+void addAfterCapture(std::vector<SettingRow>& rows) {
+  rows.push_back({.key = "copyToClipboardAfterCapture",
+                  .meaning = "each new capture is copied",
+                  .pane = afterCapture,
+                  .label = "Copy to the clipboard"});
+  rows.push_back({.key = "activeCollectionID",
+                  .meaning = "collection that new captures are filed into",
+                  .pane = afterCapture,
+                  .label = "New captures go into",
+                  .explanation = "The tray's menu changes it too.",
+                  .control = Control::collection});
+}
+
+/// In the order of the commands, under their titles.
+void addShortcuts(std::vector<SettingRow>& rows) {
+  const auto add = [&](ShortcutID id, std::string_view meaning, std::string_view explanation = {},
+                       std::string_view group = {}) {
+    const auto* const info = std::ranges::find(shortcutTable, id, &ShortcutInfo::id);
+    VT_CHECK(info != shortcutTable.end());
+    rows.push_back({.key = info->settingsKey,
+                    .meaning = meaning,
+                    .pane = shortcuts,
+                    .group = group,
+                    .label = info->title,
+                    .explanation = explanation,
+                    .control = Control::shortcut});
+  };
+  add(ShortcutID::capture, "captures an area", "Drag an area; Space switches to window.");
+  add(ShortcutID::previousArea, "captures the area that was dragged last");
+  add(ShortcutID::fullscreen, "captures the main display");
+  add(ShortcutID::window, "captures a window");
+  add(ShortcutID::copyRecent1,
+      "copies the newest capture; with a digit, the next digits copy the ones before",
+      "With a digit, the next digits copy the ones before.", "Copy recent captures");
+  rows.back().label = "Copy recent capture 1 to 10";
+  add(ShortcutID::timedCapture, "captures an area after a delay, the one used last",
+      "After the delay used last.", "More captures");
+}
+
+void addLibrary(std::vector<SettingRow>& rows) {
+  rows.push_back({.key = "storageDirectory",
+                  .meaning = "folder of the captures; they move along when it changes",
+                  .pane = library,
+                  .label = "Folder",
+                  .control = Control::folder});
+  rows.push_back(
+      {.key = "retentionDays",
+       .meaning = "age at which captures go to the Trash, once you have agreed; 0 is never",
+       .pane = library,
+       .group = "Auto-delete",
+       .label = "Move captures to the Trash",
+       .explanation = "Age is counted from each capture’s last edit. Starred captures, captures in "
+                      "a Collection and Studio projects stay.",
+       .control = Control::choice,
+       .choices = {{"0", "Never"},
+                   {"7", "After 7 days"},
+                   {"30", "After 30 days"},
+                   {"90", "After 90 days"},
+                   {"365", "After 1 year"}}});
+}
+
+}  // namespace
+
+const std::vector<SettingRow>& settingRows() {
+  static const std::vector<SettingRow> all = [] {
+    std::vector<SettingRow> rows;
+    addGeneral(rows);
+    addCapture(rows);
+    addAfterCapture(rows);
+    addShortcuts(rows);
+    addLibrary(rows);
+    return rows;
+  }();
+  return all;
+}
+
+const SettingRow* findSettingRow(std::string_view key) {
+  const auto found = std::ranges::find(settingRows(), key, &SettingRow::key);
+  return found == settingRows().end() ? nullptr : &*found;
+}
+
+}  // namespace vantorel
