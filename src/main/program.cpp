@@ -10,6 +10,7 @@
 #include "base/log.hpp"
 #include "main/command_wing.hpp"
 #include "main/tray_lock.hpp"
+#include "main/windows_wing.hpp"
 
 namespace vantorel {
 
@@ -34,6 +35,7 @@ struct Program::Wings {
   CaptureWing captures;
   EditorWing editor;
   CommandWing commands;
+  std::optional<WindowsWing> windows;  // in the tray alone
   bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
 };
 
@@ -46,6 +48,7 @@ Program::~Program() = default;
 
 void Program::startResident(TrayLock& tray, std::optional<long> otherTray) {
   wings_->desktop.isResident = true;
+  wings_->windows.emplace(wings_->captures, wings_->editor);
   if (otherTray) yieldTo(*otherTray, tray);
   wings_->library.library.open();
   wings_->library.followOutside();

@@ -5,7 +5,7 @@
 
 #include "app/app_windows.hpp"
 #include "app/status_menu.hpp"
-#include "app/window_models.hpp"
+#include "app/window_services.hpp"
 #include "base/geometry.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_surfaces.hpp"
@@ -44,8 +44,8 @@ class DesktopUi {
   [[nodiscard]] virtual std::shared_ptr<CountdownPanel> countdownPanel() = 0;
   [[nodiscard]] virtual std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() = 0;
 
-  /// The program's windows, made of these models, which live as long as their windows need.
-  virtual void setWindowModels(WindowModels models) = 0;
+  /// The program's windows, made of these.
+  virtual void setWindowServices(WindowServices services) = 0;
   [[nodiscard]] virtual AppWindows& windows() = 0;
 
   /// For what is copied in windows; must outlive them.

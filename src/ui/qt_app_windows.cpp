@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
+
+#include "ui/kit/window_frame.hpp"
 
 namespace vantorel {
 namespace {
@@ -10,7 +13,7 @@ using Closed = std::function<void()>;
 
 struct Row {
   AppWindow window;
-  std::shared_ptr<Surface> (*make)(const WindowModels& models, Closed closed);
+  std::shared_ptr<WindowFrame> (*make)(const WindowServices& services, Closed closed);
 };
 
 /// A window is one line here.
@@ -23,7 +26,13 @@ const std::vector<Row>& rows() {
 
 std::shared_ptr<Surface> QtAppWindows::open(AppWindow window, Closed closed) {
   const auto found = std::ranges::find(rows(), window, &Row::window);
-  return found == rows().end() ? nullptr : found->make(models_, std::move(closed));
+  if (found == rows().end()) return nullptr;
+  std::shared_ptr<WindowFrame> frame = found->make(services_, std::move(closed));
+  frame->setPlaces(services_.places);
+  frame->setActions({.quit = services_.quit,
+                     .showHelp = [show = services_.show] { show(AppWindow::help); },
+                     .showSettings = [show = services_.show] { show(AppWindow::settings); }});
+  return frame;
 }
 
 }  // namespace vantorel

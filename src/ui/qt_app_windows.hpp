@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/app_windows.hpp"
-#include "app/window_models.hpp"
+#include "app/window_services.hpp"
 
 namespace vantorel {
 
@@ -9,13 +9,13 @@ namespace vantorel {
 class QtAppWindows final : public AppWindows {
  public:
   /// Before the first window.
-  void setModels(WindowModels models) { models_ = std::move(models); }
+  void setServices(WindowServices services) { services_ = std::move(services); }
 
   [[nodiscard]] std::shared_ptr<Surface> open(AppWindow window,
                                               std::function<void()> closed) override;
 
  private:
-  WindowModels models_;
+  WindowServices services_;
 };
 
 }  // namespace vantorel

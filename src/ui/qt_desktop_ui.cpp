@@ -131,7 +131,7 @@ class QtDesktopUi : public DesktopUi {
     }
   }
 
-  void setWindowModels(WindowModels models) override { windows_.setModels(std::move(models)); }
+  void setWindowServices(WindowServices services) override { windows_.setServices(std::move(services)); }
   AppWindows& windows() override { return windows_; }
   StatusItem& statusItem() override { return statusItem_; }
   SelectionOverlay& selectionOverlay() override { return overlay_; }
