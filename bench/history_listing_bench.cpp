@@ -95,7 +95,10 @@ void BM_Star(benchmark::State& state) {
   LargeLibrary& large = library();
   HistoryListing listing(large.store, large.runners, systemDay);
   const auto observation =
-      large.store.observe([&](const HistoryChange& change) { listing.follow(change); });
+      large.store.observe([&](const HistoryChange& change) {
+        listing.follow(change);
+        listing.refresh();
+      });
   const std::string id = large.store.newestFirst()[500]->id;
   for (auto _ : state) {
     const auto outcome =

@@ -67,7 +67,7 @@ void TrayMenu::follow() {
   settingsObservation_ = app_.settings().observe([this](std::string_view) { updateSoon(); });
   libraryObservation_ =
       app_.library().store().observe([this](const HistoryChange&) { updateSoon(); });
-  app_.library().deletion().onPendingUndoChange = lifetime_.guard([this] { item_.menuChanged(); });
+  undoObservation_ = app_.library().deletion().observeUndo([this] { item_.menuChanged(); });
 }
 
 void TrayMenu::updateSoon() {

@@ -36,6 +36,7 @@ class TrayMenu {
   StatusItem& item_;
   Observation settingsObservation_;
   Observation libraryObservation_;
+  Observation undoObservation_;
   Lifetime update_;
   Lifetime lifetime_;
 };

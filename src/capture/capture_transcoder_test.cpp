@@ -7,7 +7,7 @@
 #include <random>
 
 #include "base/utf8.hpp"
-#include "capture/area_downscale.hpp"
+#include "base/area_downscale.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
 

@@ -88,6 +88,7 @@ void DeletionUndo::keepAndOffer(RemovedBatch batch) {
 
 void DeletionUndo::offerFor(std::chrono::nanoseconds left, RemovedBatch batch) {
   pending_ = std::move(batch);
+  ends_ = services_.clock.monotonic() + left;
   timer_.renew();
   services_.main->postAfter(left, timer_.guard([this] {
     pending_.reset();

@@ -26,6 +26,9 @@ class DeletionUndo {
   /// The batch that can be undone now.
   [[nodiscard]] const std::optional<RemovedBatch>& pending() const { return pending_; }
 
+  /// When it no longer can, by the monotonic clock.
+  [[nodiscard]] std::chrono::nanoseconds ends() const { return ends_; }
+
   /// Offers a batch that is kept on disk already; it replaces the one before.
   void offer(RemovedBatch batch) { offerFor(undoWindow, std::move(batch)); }
 
@@ -60,6 +63,7 @@ class DeletionUndo {
   const DeletionQueue::Services& services_;
   std::function<void()> onChange_;
   std::optional<RemovedBatch> pending_;
+  std::chrono::nanoseconds ends_{0};
   Lifetime timer_;
 };
 

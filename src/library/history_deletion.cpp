@@ -71,9 +71,7 @@ struct HistoryDeletion::Forgetting {
 };
 
 HistoryDeletion::HistoryDeletion(Services services)
-    : queue_(std::move(services)), undo_(queue_, [this] {
-        if (onPendingUndoChange) onPendingUndoChange();
-      }) {}
+    : queue_(std::move(services)), undo_(queue_, [this] { undoObservers_.notify(); }) {}
 
 std::string deletedFeedback(std::size_t count) {
   return fmt::format("{} {} deleted", count, count == 1 ? "capture" : "captures");

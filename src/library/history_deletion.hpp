@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -7,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/observers.hpp"
 #include "library/deletion_outcome.hpp"
 #include "library/deletion_queue.hpp"
 #include "library/deletion_recovery.hpp"
@@ -47,8 +49,13 @@ class HistoryDeletion {
   /// The batch that can be undone now.
   [[nodiscard]] const std::optional<RemovedBatch>& pendingUndo() const { return undo_.pending(); }
 
+  /// Until when, on the clock that never jumps; while there is one.
+  [[nodiscard]] std::chrono::nanoseconds undoEnds() const { return undo_.ends(); }
+
   /// Told when a batch can be undone, and when it no longer can.
-  std::function<void()> onPendingUndoChange;
+  Observation observeUndo(std::function<void()> observer) {
+    return undoObservers_.add(std::move(observer));
+  }
 
   /// Puts the pending batch back: entries at their old places and in their collections, files back
   /// from the Trash. Entries whose files are gone stay away; those whose files could not be put
@@ -88,6 +95,7 @@ class HistoryDeletion {
 
   DeletionQueue queue_;
   const Services& services_{queue_.services()};
+  Observers<> undoObservers_;
   DeletionUndo undo_;
   DeletionRecovery recovery_{queue_, undo_};
   Lifetime timer_;

@@ -38,22 +38,26 @@ std::string wordsOf(const LocalDay& day) {
 
 HistoryListing::HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf)
     : store_(store), clock_(clock), dayOf_(std::move(dayOf)), today_(dayOf_(clock.now())) {
-  takeRows({});
+  takeRows();
   filter();
 }
 
 void HistoryListing::follow(const HistoryChange& change) {
-  const bool isInPlace = !change.loaded && change.added.empty() && change.removed.empty() &&
-                         std::ranges::all_of(change.updated, [this](const auto& update) {
-                           return replaceInPlace(update);
-                         });
-  if (!isInPlace) {
-    Gone gone;
-    for (const EntryPointer& entry : change.removed) gone.insert(entry.get());
-    for (const HistoryChange::Update& update : change.updated) gone.insert(update.before.get());
-    takeRows(gone);
+  isStale_ = true;
+  mustTakeRows_ |= change.loaded || !change.added.empty() || !change.removed.empty();
+  for (const EntryPointer& entry : change.removed) gone_.insert(entry.get());
+  for (const HistoryChange::Update& update : change.updated) {
+    if (replaceInPlace(update)) continue;
+    gone_.insert(update.before.get());
+    mustTakeRows_ = true;
   }
+}
+
+bool HistoryListing::refresh() {
+  if (!std::exchange(isStale_, false)) return false;
+  if (std::exchange(mustTakeRows_, false)) takeRows();
   filter();
+  return true;
 }
 
 bool HistoryListing::replaceInPlace(const HistoryChange::Update& update) {
@@ -67,13 +71,13 @@ bool HistoryListing::replaceInPlace(const HistoryChange::Update& update) {
 }
 
 /// Brings the rows in line with the store. What was read of entries that stay is kept.
-void HistoryListing::takeRows(const Gone& gone) {
+void HistoryListing::takeRows() {
   const EntryList& entries = store_.newestFirst();
   std::vector<Row> rows;
   rows.reserve(entries.size());
   std::size_t old = 0;
   for (const EntryPointer& entry : entries) {
-    while (old < rows_.size() && gone.contains(rows_[old].entry.get())) ++old;
+    while (old < rows_.size() && gone_.contains(rows_[old].entry.get())) ++old;
     if (old < rows_.size() && rows_[old].entry == entry) {
       rows.push_back(std::move(rows_[old++]));
     } else {
@@ -81,6 +85,7 @@ void HistoryListing::takeRows(const Gone& gone) {
     }
   }
   rows_ = std::move(rows);
+  gone_.clear();
   splitIntoDays();
 }
 

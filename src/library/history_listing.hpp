@@ -35,8 +35,12 @@ class HistoryListing {
   /// Both must outlive this. `dayOf` knows the time zone.
   HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf);
 
-  /// Takes up what the library has by now. To be told of every change, in order.
+  /// To be told of every change, in order. What is listed stays as it is until `refresh`: many
+  /// changes may be one step of the user.
   void follow(const HistoryChange& change);
+
+  /// Takes up what the library has by now; false when nothing has changed.
+  bool refresh();
 
   void setQuery(HistoryQuery query);
   [[nodiscard]] const HistoryQuery& query() const { return query_.query(); }
@@ -79,7 +83,7 @@ class HistoryListing {
 
   using Gone = std::unordered_set<const ScreenshotEntry*>;
 
-  void takeRows(const Gone& gone);
+  void takeRows();
   void splitIntoDays();
   [[nodiscard]] const LocalDay& dayAt(double seconds);
   bool replaceInPlace(const HistoryChange::Update& update);
@@ -97,6 +101,9 @@ class HistoryListing {
   DayOf dayOf_;
   LocalDay today_;
   PreparedHistoryQuery query_{HistoryQuery{}};
+  bool isStale_ = false;
+  bool mustTakeRows_ = false;
+  Gone gone_;              // of `rows_`, since they were taken
   std::vector<Row> rows_;  // of all entries, the newest first
   std::vector<Day> days_;  // of the rows, the newest first
   std::map<double, LocalDay> knownDays_;

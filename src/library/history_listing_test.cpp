@@ -43,6 +43,7 @@ class HistoryListingTest : public testing::Test {
     library.runners.run();
     observation = library.store.observe([this](const HistoryChange& change) {
       listing.follow(change);
+      listing.refresh();
       selection.refresh();
     });
   }

@@ -23,14 +23,17 @@ double lastEditOf(const ScreenshotEntry& entry) {
   return std::max({entry.capturedAt, entry.editedAt.value_or(0), entry.trimmedAt.value_or(0)});
 }
 
+bool isKeptAtAnyAge(const ScreenshotEntry& entry) {
+  return entry.starred || entry.medium == CaptureMedium::project || !entry.collectionIDs.empty();
+}
+
 std::vector<std::string> expiredEntries(const HistoryStore& store, RetentionPolicy policy,
                                         double now) {
   std::vector<std::string> expired;
   if (policy == RetentionPolicy::off) return expired;
   const double age = daysOf(policy) * secondsADay;
   for (const EntryPointer& entry : store.entries()) {
-    if (entry->starred || entry->medium == CaptureMedium::project) continue;
-    if (!entry->collectionIDs.empty()) continue;
+    if (isKeptAtAnyAge(*entry)) continue;
     if (now - lastEditOf(*entry) > age) expired.push_back(entry->id);
   }
   return expired;

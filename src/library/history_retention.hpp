@@ -16,8 +16,10 @@ namespace vantorel {
 /// The time from which an entry's age counts: its last edit or trim, or else when it was captured.
 [[nodiscard]] double lastEditOf(const ScreenshotEntry& entry);
 
-/// The ids of all entries that the policy moves to the Trash at `now` (seconds since 1970). Never
-/// starred entries, entries in a collection, or Studio projects.
+/// Starred entries, entries in a collection and Studio projects never go by age.
+[[nodiscard]] bool isKeptAtAnyAge(const ScreenshotEntry& entry);
+
+/// The ids of all entries that the policy moves to the Trash at `now` (seconds since 1970).
 [[nodiscard]] std::vector<std::string> expiredEntries(const HistoryStore& store,
                                                       RetentionPolicy policy, double now);
 

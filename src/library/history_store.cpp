@@ -280,6 +280,22 @@ Result<void> HistoryStore::updateCollection(std::string_view id,
   return {};
 }
 
+Result<void> HistoryStore::moveCollection(std::string_view id, std::size_t place) {
+  VT_TRY(mayChange());
+  const auto found = std::ranges::find(collections_, id, &HistoryCollection::id);
+  if (found == collections_.end()) return collectionLeft();
+  const auto target =
+      collections_.begin() + static_cast<std::ptrdiff_t>(std::min(place, collections_.size() - 1));
+  if (target == found) return {};
+  if (target < found) {
+    std::rotate(target, found, std::next(found));
+  } else {
+    std::rotate(found, std::next(found), std::next(target));
+  }
+  collectionsChanged();
+  return {};
+}
+
 Result<void> HistoryStore::removeCollection(std::string_view id) {
   VT_TRY(mayChange());
   const auto found = std::ranges::find(collections_, id, &HistoryCollection::id);

@@ -165,6 +165,9 @@ class HistoryStore {
   [[nodiscard]] Result<void> updateCollection(
       std::string_view id, const std::function<void(HistoryCollection&)>& change);
 
+  /// Puts the collection at that place in the user's order, or at the end.
+  [[nodiscard]] Result<void> moveCollection(std::string_view id, std::size_t place);
+
   /// Takes the collection away, and its id from all entries.
   [[nodiscard]] Result<void> removeCollection(std::string_view id);
 

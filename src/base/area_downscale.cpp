@@ -1,4 +1,4 @@
-#include "capture/area_downscale.hpp"
+#include "base/area_downscale.hpp"
 
 #include <algorithm>
 #include <cmath>

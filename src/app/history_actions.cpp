@@ -1,0 +1,311 @@
+#include "app/history_actions.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "library/entry_changes.hpp"
+#include "library/entry_failure.hpp"
+#include "library/entry_filter.hpp"
+#include "library/entry_title.hpp"
+
+namespace vantorel {
+namespace {
+
+bool needsFile(HistoryAction action) {
+  using enum HistoryAction;
+  switch (action) {
+    case open:
+    case copyPicture:
+    case convert:
+    case compress:
+    case reveal:
+    case trash: return true;
+    case rename:
+    case star:
+    case collect:
+    case copyPath:
+    case remove: return false;
+  }
+  std::unreachable();
+}
+
+bool changesLibrary(HistoryAction action) {
+  using enum HistoryAction;
+  return action != open && action != copyPicture && action != copyPath && action != reveal;
+}
+
+bool isForOne(HistoryAction action) {
+  using enum HistoryAction;
+  return action == open || action == rename || action == copyPicture;
+}
+
+bool isForPictures(HistoryAction action) {
+  using enum HistoryAction;
+  return action == copyPicture || action == convert || action == compress;
+}
+
+std::string closed(std::string text) {
+  if (!text.ends_with('.')) text += '.';
+  return text;
+}
+
+std::string counted(std::size_t count) {
+  return fmt::format("{} {}", count, count == 1 ? "capture" : "captures");
+}
+
+std::string nameOf(const EntryList& entries, const std::string& id) {
+  const auto found =
+      std::ranges::find_if(entries, [&](const EntryPointer& entry) { return entry->id == id; });
+  return found == entries.end() ? "A capture" : "“" + titleOf(**found) + "”";
+}
+
+}  // namespace
+
+struct HistoryActions::Rewriting {
+  EntryList entries;
+  std::optional<ExportFormat> format;  // none: compress
+  std::size_t changed = 0;
+  std::string remark{};  // on the only one
+  std::vector<TrashSweep::Failure> failures{};
+};
+
+HistoryActions::HistoryActions(Services services, std::function<void(HistoryNotice)> say,
+                               std::function<void()> onProgress)
+    : services_(std::move(services)), say_(std::move(say)), onProgress_(std::move(onProgress)) {}
+
+std::optional<std::string> HistoryActions::obstacle(HistoryAction action,
+                                                    const EntryList& entries) const {
+  if (entries.empty()) return "No capture is selected.";
+  if (changesLibrary(action)) {
+    if (auto refusal = services_.library.store().indexRefusal()) {
+      return sentence(EntryFailure{EntryFailure::Case::libraryClosed, *std::move(refusal)});
+    }
+  }
+  if (isForOne(action) && entries.size() > 1) return "This takes one capture at a time.";
+  const auto isPicture = [](const EntryPointer& entry) {
+    return entry->medium == CaptureMedium::image;
+  };
+  if (isForPictures(action) && !std::ranges::all_of(entries, isPicture)) {
+    return "This is for pictures only.";
+  }
+  const bool isReading = action == HistoryAction::convert || action == HistoryAction::compress;
+  if (isReading && progress_) return "Pictures are being changed already.";
+  const auto isAway = [this](const EntryPointer& entry) { return services_.isOutOfReach(*entry); };
+  if (needsFile(action) && std::ranges::any_of(entries, isAway)) {
+    return entries.size() == 1 ? "Its file is out of reach."
+                               : "The file of a selected capture is out of reach.";
+  }
+  if (action == HistoryAction::remove && !std::ranges::all_of(entries, isAway)) {
+    return "The file can be reached: move the capture to the Trash.";
+  }
+  return std::nullopt;
+}
+
+void HistoryActions::sayUnsaved(const std::string& reason) {
+  say_({.text = closed("History couldn’t be saved: " + reason),
+        .detail = "Your captures are safe on disk.",
+        .canRetrySaving = true});
+}
+
+void HistoryActions::sayFailures(const std::vector<TrashSweep::Failure>& failures,
+                                 const EntryList& entries) {
+  if (failures.empty()) return;
+  const TrashSweep::Failure& first = failures.front();
+  HistoryNotice notice{.text = closed(nameOf(entries, first.id) + ": " + first.reason)};
+  if (failures.size() > 1) {
+    notice.detail = failures.size() == 2
+                        ? "The same or something like it holds for another capture."
+                        : fmt::format("The same or something like it holds for {} others.",
+                                      failures.size() - 1);
+  }
+  say_(std::move(notice));
+}
+
+void HistoryActions::change(const EntryList& entries,
+                            const std::function<Result<void>(const std::string& id)>& change) {
+  changeEntries(services_.library.store(), entries, change,
+                lifetime_.guard([this](const Result<ChangeReport>& report) {
+                  if (!report) {
+                    say_({.text = sentence(EntryFailure{EntryFailure::Case::unchangeable,
+                                                        report.error().reason})});
+                  } else if (report->indexNotSaved) {
+                    sayUnsaved(*report->indexNotSaved);
+                  }
+                }));
+}
+
+void HistoryActions::rename(const EntryPointer& entry, const std::string& title) {
+  change({entry}, [&](const std::string& id) {
+    return services_.library.store().update(id, [&](ScreenshotEntry& changed) {
+      changed.title = title.empty() ? std::nullopt : std::optional(title);
+    });
+  });
+}
+
+void HistoryActions::star(const EntryList& entries, bool isStarred) {
+  change(entries, [&](const std::string& id) {
+    return services_.library.store().update(
+        id, [&](ScreenshotEntry& entry) { entry.starred = isStarred; });
+  });
+}
+
+void HistoryActions::collect(const EntryList& entries, const std::string& collectionID,
+                             bool isMember) {
+  change(entries, [&](const std::string& id) {
+    return services_.library.store().setMembership(id, collectionID, isMember);
+  });
+}
+
+/// Calls `then` with the entries under the paths that their files have by now.
+void HistoryActions::withFiles(const EntryList& entries, Found then) {
+  const std::vector<std::string> ids = idsOf(entries);
+  services_.library.findFiles(
+      ids, Library::Claimed::no, *services_.work,
+      lifetime_.guard([this, ids, then = std::move(then)](const std::set<std::string>& unsettled) {
+        if (std::ranges::any_of(ids, [&](const auto& id) { return unsettled.contains(id); })) {
+          return say_({.text = sentence(EntryFailure{EntryFailure::Case::unsettled})});
+        }
+        then(findEntries(services_.library.store(), ids));
+      }));
+}
+
+void HistoryActions::open(const EntryPointer& entry) {
+  withFiles({entry}, [this](const EntryList& found) {
+    if (!found.empty()) services_.open(found.front()->path);
+  });
+}
+
+void HistoryActions::reveal(const EntryList& entries) {
+  withFiles(entries, [this](const EntryList& found) {
+    std::vector<Path> paths;
+    for (const EntryPointer& entry : found) paths.emplace_back(entry->path);
+    if (!paths.empty()) services_.reveal(paths);
+  });
+}
+
+void HistoryActions::copyPicture(const EntryPointer& entry) {
+  withFiles({entry}, [this](const EntryList& found) {
+    if (found.empty()) return;
+    services_.copying.copy(*found.front(),
+                           lifetime_.guard([this](const Result<void, CopyFailure>& copied) {
+                             if (copied) return say_({.text = "Copied", .isProblem = false});
+                             say_({.text = closed("Copy failed: " + sentence(copied.error()))});
+                           }));
+  });
+}
+
+void HistoryActions::copyPaths(const EntryList& entries) {
+  withFiles(entries, [this](const EntryList& found) {
+    Clipboard* const clipboard = services_.clipboard();
+    if (clipboard == nullptr) {
+      return say_({.text = closed(sentence(CopyFailure{CopyFailure::Case::noClipboard}))});
+    }
+    std::string text;
+    for (const EntryPointer& entry : found) text += (text.empty() ? "" : "\n") + entry->path;
+    clipboard->setText(std::move(text), lifetime_.guard([this](const Result<void>& copied) {
+      if (copied) return say_({.text = "Path copied", .isProblem = false});
+      say_({.text = closed("Copy failed: " + copied.error().reason)});
+    }));
+  });
+}
+
+void HistoryActions::convert(const EntryList& entries, ExportFormat format) {
+  begin({.entries = entries, .format = format});
+}
+
+void HistoryActions::compress(const EntryList& entries) {
+  begin({.entries = entries, .format = std::nullopt});
+}
+
+void HistoryActions::begin(Rewriting rewriting) {
+  if (progress_ || rewriting.entries.empty()) return;
+  isStopped_ = false;
+  progress_ = HistoryProgress{.text = rewriting.format ? "Converting" : "Compressing",
+                              .total = rewriting.entries.size()};
+  onProgress_();
+  rewriteNext(std::make_shared<Rewriting>(std::move(rewriting)));
+}
+
+void HistoryActions::rewriteNext(const std::shared_ptr<Rewriting>& rewriting) {
+  const std::size_t place = progress_->done;
+  if (isStopped_ || place == rewriting->entries.size()) return finish(*rewriting);
+  const std::string id = rewriting->entries[place]->id;
+  const CaptureRewriter::Done done =
+      lifetime_.guard([this, rewriting, id](const RewriteReply& reply) {
+        if (reply) {
+          ++rewriting->changed;
+          rewriting->remark = reply->remark;
+        } else {
+          rewriting->failures.push_back({id, sentence(reply.error())});
+        }
+        ++progress_->done;
+        onProgress_();
+        // Not from within the rewriter's own reply.
+        services_.main->post(lifetime_.guard([this, rewriting] { rewriteNext(rewriting); }));
+      });
+  if (rewriting->format) {
+    services_.rewriter.convert(id, *rewriting->format, done);
+  } else {
+    services_.rewriter.compress(id, false, done);
+  }
+}
+
+void HistoryActions::finish(const Rewriting& rewriting) {
+  progress_.reset();
+  onProgress_();
+  if (!rewriting.failures.empty()) return sayFailures(rewriting.failures, rewriting.entries);
+  if (rewriting.entries.size() == 1) {
+    if (!rewriting.remark.empty()) say_({.text = rewriting.remark, .isProblem = false});
+    return;
+  }
+  say_({.text = fmt::format("{} of {} {}.", rewriting.changed, counted(rewriting.entries.size()),
+                            rewriting.format ? "converted" : "compressed"),
+        .isProblem = false});
+}
+
+void HistoryActions::trash(const EntryList& entries) {
+  services_.library.deletion().trash(
+      idsOf(entries), HistoryDeletion::Undo::offered,
+      lifetime_.guard([this, entries](const TrashSweep& sweep) {
+        if (sweep.indexNotSaved) return sayUnsaved(*sweep.indexNotSaved);
+        sayFailures(sweep.failures, entries);
+        if (!sweep.removed.empty() && sweep.isUndoTaken) {
+          say_({.text = "This can’t be undone, since an undo before it waits for its disk; the "
+                        "files are in the Trash."});
+        }
+      }));
+}
+
+void HistoryActions::undo() {
+  if (!services_.library.deletion().pendingUndo()) return;
+  EntryList entries;
+  for (const RemovedEntry& item : services_.library.deletion().pendingUndo()->items) {
+    entries.push_back(item.entry);
+  }
+  services_.library.deletion().undo(
+      lifetime_.guard([this, entries = std::move(entries)](const UndoOutcome& outcome) {
+        if (outcome.indexNotSaved) return sayUnsaved(*outcome.indexNotSaved);
+        sayFailures(outcome.failures, entries);
+      }));
+}
+
+void HistoryActions::remove(const EntryList& entries) {
+  services_.prune.forget(
+      idsOf(entries), lifetime_.guard([this, wanted = entries.size()](const ForgetReport& report) {
+        if (report.indexNotSaved) return sayUnsaved(*report.indexNotSaved);
+        if (report.count < wanted) {
+          say_({.text = fmt::format("{} could not be removed now: something is being done with it.",
+                                    counted(wanted - report.count))});
+        }
+      }));
+}
+
+void HistoryActions::retrySaving() {
+  services_.library.store().flush(lifetime_.guard([this](const Result<void>& saved) {
+    if (!saved) sayUnsaved(saved.error().reason);
+  }));
+}
+
+}  // namespace vantorel

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/capture_copying.hpp"
+#include "app/capture_rewriter.hpp"
+#include "app/history_notice.hpp"
+#include "library/library_prune.hpp"
+
+namespace vantorel {
+
+/// What can be done with captures in the History window.
+enum class HistoryAction {
+  open,
+  rename,
+  star,
+  collect,
+  copyPicture,
+  copyPath,
+  convert,
+  compress,
+  reveal,
+  trash,
+  remove,  ///< from History alone, the way out for what cannot be reached
+};
+
+/// Pictures that are converted or compressed one after the other.
+struct HistoryProgress {
+  std::string text;  ///< "Converting"
+  std::size_t done = 0;
+  std::size_t total = 0;
+};
+
+/// Does what somebody asks for with captures of History, and says what came of it. Lives on the
+/// main runner.
+class HistoryActions {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< looks for files; may block
+    Library& library;
+    CaptureRewriter& rewriter;
+    CaptureCopying& copying;
+    LibraryPrune& prune;
+    std::function<Clipboard*()> clipboard;  ///< null when there is none
+    std::function<bool(const ScreenshotEntry&)> isOutOfReach;
+    std::function<void(const Path&)> open;                 ///< in the program for such files
+    std::function<void(const std::vector<Path>&)> reveal;  ///< in the file manager
+  };
+
+  HistoryActions(Services services, std::function<void(HistoryNotice)> say,
+                 std::function<void()> onProgress);
+
+  /// Why the action cannot be done with these captures now, in a sentence for its tooltip.
+  [[nodiscard]] std::optional<std::string> obstacle(HistoryAction action,
+                                                    const EntryList& entries) const;
+
+  void open(const EntryPointer& entry);
+  void reveal(const EntryList& entries);
+
+  /// An empty title is none.
+  void rename(const EntryPointer& entry, const std::string& title);
+
+  void star(const EntryList& entries, bool isStarred);
+  void collect(const EntryList& entries, const std::string& collectionID, bool isMember);
+  void copyPicture(const EntryPointer& entry);
+
+  /// One a line.
+  void copyPaths(const EntryList& entries);
+
+  void convert(const EntryList& entries, ExportFormat format);
+  void compress(const EntryList& entries);
+
+  /// Nothing while nothing is being converted or compressed.
+  [[nodiscard]] const std::optional<HistoryProgress>& progress() const { return progress_; }
+
+  /// The picture under way is the last one.
+  void stop() { isStopped_ = true; }
+
+  void trash(const EntryList& entries);
+  void undo();
+  void remove(const EntryList& entries);
+
+  /// Writes the library once more.
+  void retrySaving();
+
+ private:
+  struct Rewriting;
+  using Found = std::function<void(const EntryList& entries)>;
+
+  void change(const EntryList& entries,
+              const std::function<Result<void>(const std::string& id)>& change);
+  void withFiles(const EntryList& entries, Found then);
+  void begin(Rewriting rewriting);
+  void rewriteNext(const std::shared_ptr<Rewriting>& rewriting);
+  void finish(const Rewriting& rewriting);
+  void sayUnsaved(const std::string& reason);
+  void sayFailures(const std::vector<TrashSweep::Failure>& failures, const EntryList& entries);
+
+  Services services_;
+  std::function<void(HistoryNotice)> say_;
+  std::function<void()> onProgress_;
+  std::optional<HistoryProgress> progress_;
+  bool isStopped_ = false;
+  Lifetime lifetime_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,190 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/history_actions.hpp"
+#include "app/history_collections.hpp"
+#include "base/observers.hpp"
+#include "library/history_counts.hpp"
+#include "library/history_listing.hpp"
+#include "library/history_selection.hpp"
+#include "library/retention_outlook.hpp"
+
+namespace vantorel {
+
+/// What of the History window is other than it was.
+struct HistoryModelChange {
+  bool listing = false;    ///< entries, sections, or what they look like; the selection too
+  bool selection = false;  ///< what is selected, or which entry has the focus
+  bool sidebar = false;
+  bool status = false;  ///< footer, progress, band
+  bool undo = false;
+};
+
+/// A line of the sidebar.
+struct HistorySidebarRow {
+  HistoryScope scope = HistoryScope::all;
+  std::string collectionID{};
+  std::string label;
+  std::size_t count = 0;
+  std::optional<CollectionColor> color{};  ///< of a collection
+  bool isFiledInto = false;                ///< new captures go there
+  bool isShown = false;                    ///< what the window shows now
+};
+
+/// Why nothing is listed.
+struct HistoryBlank {
+  enum class Kind {
+    loading,
+    closed,           ///< the library cannot be looked at
+    nothingCaptured,  ///< no capture at all
+    emptyScope,
+    emptyCollection,
+    nothingFound,
+  };
+  Kind kind = Kind::loading;
+  std::string title;
+  std::string text{};
+};
+
+/// What the History window shows and decides. Lives on the main runner.
+class HistoryModel {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    Library& library;
+    SettingsStore& settings;
+    HistoryActions::Services actions;
+    DayOf dayOf;
+
+    /// The key that captures an area, "Print"; empty when there is none.
+    std::function<std::string()> captureKey;
+    std::function<void()> captureArea;
+  };
+
+  explicit HistoryModel(Services services);
+
+  /// What changed; the changes of a batch come as one.
+  Observation observe(std::function<void(const HistoryModelChange&)> observer) {
+    return observers_.add(std::move(observer));
+  }
+
+  // What is listed.
+
+  [[nodiscard]] const HistoryListing& listing() const { return listing_; }
+  [[nodiscard]] const HistoryStore& store() const { return services_.library.store(); }
+  void setQuery(HistoryQuery query);
+  void show(HistoryScope scope, const std::string& collectionID = {});
+  void search(const std::string& text);
+
+  /// Searches in all captures, without filters.
+  void searchEverything();
+  void clearSearch();
+
+  /// When nothing is listed, why.
+  [[nodiscard]] std::optional<HistoryBlank> blank() const;
+
+  /// How many captures came from which application, by name.
+  [[nodiscard]] const std::map<std::string, std::size_t>& applications() const {
+    return counts_.applications();
+  }
+
+  [[nodiscard]] bool isOutOfReach(const ScreenshotEntry& entry) const {
+    return services_.actions.isOutOfReach(entry);
+  }
+
+  /// Files went out of reach or came back.
+  void reachChanged();
+
+  void captureArea() { services_.captureArea(); }
+
+  // What is selected.
+
+  [[nodiscard]] const HistorySelection& selection() const { return selection_; }
+  void select(const std::function<void(HistorySelection&)>& change);
+
+  // Beside it.
+
+  [[nodiscard]] std::vector<HistorySidebarRow> sidebar() const;
+
+  /// "12,408 captures · 8.2 GB · 14 go to the Trash on Monday".
+  [[nodiscard]] std::string summary() const;
+
+  /// "3 selected", and how large they are, "1.4 MB"; empty when it is not known.
+  [[nodiscard]] std::string selectionText() const;
+  [[nodiscard]] std::string selectionSize() const;
+
+  [[nodiscard]] const std::optional<HistoryNotice>& notice() const { return notice_; }
+  void dismissNotice();
+
+  // What can be done with what is selected.
+
+  [[nodiscard]] std::optional<std::string> obstacle(HistoryAction action) const {
+    return actions_.obstacle(action, selection_.subjects());
+  }
+  [[nodiscard]] EntryList subjects() const { return selection_.subjects(); }
+  [[nodiscard]] HistoryActions& actions() { return actions_; }
+  [[nodiscard]] const std::optional<HistoryProgress>& progress() const {
+    return actions_.progress();
+  }
+
+  /// Whether a star would be taken away: all have one.
+  [[nodiscard]] bool areStarred() const;
+  void toggleStar();
+  void trash();
+  void remove();
+
+  // Collections.
+
+  Result<std::string> createCollection(const std::string& name);
+  void renameCollection(const std::string& id, const std::string& name);
+  void removeCollection(const std::string& id);
+  void moveCollection(const std::string& id, std::size_t place);
+  void fileInto(const std::optional<std::string>& id) { collections_.fileInto(id); }
+
+  // What can be undone.
+
+  struct Undo {
+    std::string text;                  ///< "2 captures deleted"
+    std::chrono::nanoseconds left{0};  ///< of `undoWindow`
+  };
+  [[nodiscard]] std::optional<Undo> pendingUndo() const;
+  void undo();
+
+ private:
+  void follow(const HistoryChange& change);
+  void refresh();
+  void queryChanged();
+  void followDisk();
+  void waitForMidnight();
+  void say(HistoryNotice notice);
+  void report(const Result<void>& outcome);
+  [[nodiscard]] bool isCollectionUndoneFirst() const;
+
+  Services services_;
+  HistoryListing listing_;
+  HistorySelection selection_{listing_};
+  HistoryCounts counts_;
+  HistoryActions actions_;
+  HistoryCollections collections_;
+  std::optional<RetentionOutlook> outlook_;
+  std::optional<std::uint64_t> bytes_;
+  std::optional<HistoryNotice> notice_;
+  Observers<HistoryModelChange> observers_;
+  HistoryModelChange coming_;
+  bool isRefreshing_ = false;
+  Observation storeObservation_;
+  Observation undoObservation_;
+  Observation settingsObservation_;
+  Lifetime midnight_;
+  Lifetime notices_;
+  Lifetime lifetime_;
+};
+
+}  // namespace vantorel

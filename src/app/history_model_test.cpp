@@ -1,0 +1,380 @@
+#include "app/history_model.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "library/testing/test_library.hpp"
+#include "platform/testing/fake_alerts.hpp"
+#include "platform/testing/fake_defaults_store.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class TextClipboard final : public Clipboard {
+ public:
+  std::string text;
+  std::string png;
+  void setImage(std::string image, std::move_only_function<void(Result<void>)> done) override {
+    png = std::move(image);
+    done({});
+  }
+  void setText(std::string copied, std::move_only_function<void(Result<void>)> done) override {
+    text = std::move(copied);
+    done({});
+  }
+  void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
+  [[nodiscard]] std::string shapes() const override { return {}; }
+  void handOver() override {}
+};
+
+/// A run of the program with its History window open from the start.
+struct Session : TestLibrary {
+  Session() {
+    // Saturday, 3 January 2026, noon UTC.
+    runners.setNow(1767441600);
+    files->makeFolder("/pictures", Privacy::byUmask).value();
+  }
+
+  void add(const std::string& id, double ago = 0,
+           const std::function<void(ScreenshotEntry&)>& change = {}) {
+    ScreenshotEntry entry;
+    entry.id = id;
+    entry.capturedAt = runners.now() - ago;
+    entry.path = "/pictures/" + id + ".png";
+    MutableImage picture({20, 10}, PixelFormat::bgrx);
+    for (int y = 0; y < 10; ++y) picture.row(y)[std::size_t(y) * 4] = 200;
+    files->put(entry.path, codec->encode(std::move(picture).finish(), {}).value());
+    if (change) change(entry);
+    store.add(std::move(entry)).value();
+  }
+  void open() {
+    library.open();
+    runners.run();
+  }
+  void click(const std::string& id, HistorySelection::Mode mode) {
+    const auto place = model.listing().placeOf(id);
+    ASSERT_TRUE(place) << id;
+    model.select([&](HistorySelection& selection) { selection.click(*place, mode); });
+  }
+  void choose(const std::string& id) { click(id, HistorySelection::Mode::replace); }
+  void alsoChoose(const std::string& id) { click(id, HistorySelection::Mode::toggle); }
+
+  [[nodiscard]] std::vector<std::string> listed() const {
+    std::vector<std::string> ids;
+    for (std::size_t i = 0; i < model.listing().size(); ++i) {
+      ids.push_back(model.listing().at(i)->id);
+    }
+    return ids;
+  }
+  [[nodiscard]] std::vector<std::string> sidebar() const {
+    std::vector<std::string> rows;
+    for (const HistorySidebarRow& row : model.sidebar()) {
+      rows.push_back(fmt::format("{} {}{}{}", row.label, row.count,
+                                 row.isFiledInto ? " filing" : "", row.isShown ? " shown" : ""));
+    }
+    return rows;
+  }
+  [[nodiscard]] std::string notice() const {
+    return model.notice() ? model.notice()->text : "nothing";
+  }
+  [[nodiscard]] std::string obstacle(HistoryAction action) const {
+    return model.obstacle(action).value_or("none");
+  }
+
+  static LocalDay utcDay(double seconds) {
+    const double begin = std::floor(seconds / 86400) * 86400;
+    const std::chrono::sys_days midnight{std::chrono::days(static_cast<int>(begin / 86400))};
+    const std::chrono::year_month_day date(midnight);
+    return {.year = static_cast<int>(date.year()),
+            .month = static_cast<int>(static_cast<unsigned>(date.month())),
+            .day = static_cast<int>(static_cast<unsigned>(date.day())),
+            .weekday = static_cast<int>(std::chrono::weekday(midnight).c_encoding()),
+            .begin = begin,
+            .end = begin + 86400};
+  }
+
+  std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
+  FakeDefaultsStore defaults;
+  SettingsStore settings{defaults, SettingsValues{}};
+  FakeAlerts alerts;
+  TextClipboard clipboard;
+  PendingArchiveWork pending;
+  SurfaceRegistry surfaces{runners.main()};
+  CaptureRewriter rewriter{{.main = runners.main(),
+                            .work = runners.runner("work"),
+                            .files = files,
+                            .codec = codec,
+                            .library = &library,
+                            .settings = &settings,
+                            .pendingWork = &pending,
+                            .surfaces = &surfaces}};
+  CaptureCopying copying{{.main = runners.main(),
+                          .work = runners.runner("work"),
+                          .files = files,
+                          .codec = codec,
+                          .library = library,
+                          .alerts = alerts,
+                          .clipboard = [this]() -> Clipboard* { return &clipboard; },
+                          .draw = {},
+                          .isWholePicture = [](const PictureBytes&) { return true; }}};
+  LibraryPrune prune{{.main = runners.main(),
+                      .work = runners.runner("work"),
+                      .files = files,
+                      .library = &library}};
+  std::set<std::string> outOfReach;
+  std::vector<std::string> opened;
+  HistoryModel model{{.main = runners.main(),
+                      .library = library,
+                      .settings = settings,
+                      .actions = {.main = runners.main(),
+                                  .work = runners.runner("work"),
+                                  .library = library,
+                                  .rewriter = rewriter,
+                                  .copying = copying,
+                                  .prune = prune,
+                                  .clipboard = [this]() -> Clipboard* { return &clipboard; },
+                                  .isOutOfReach =
+                                      [this](const ScreenshotEntry& entry) {
+                                        return outOfReach.contains(entry.id);
+                                      },
+                                  .open = [this](const Path& path) { opened.push_back(path); },
+                                  .reveal = [](const std::vector<Path>&) {}},
+                      .dayOf = utcDay,
+                      .captureKey = [] { return "Print"; },
+                      .captureArea = [] {}}};
+  int changes = 0;
+  HistoryModelChange seen;
+  Observation observation = model.observe([this](const HistoryModelChange& change) {
+    ++changes;
+    seen = change;
+  });
+};
+
+TEST(HistoryModelTest, AnEmptyWindowSaysWhy) {
+  Session run;
+  const auto title = [&] { return run.model.blank() ? run.model.blank()->title : "(listed)"; };
+  run.library.open();
+  EXPECT_EQ(title(), "Opening the library");
+  run.runners.run();
+  EXPECT_EQ(title(), "Nothing captured yet");
+  EXPECT_EQ(run.model.blank()->text, "Press Print and drag an area. What you take appears here.");
+  run.add("a");
+  run.runners.run();
+  EXPECT_EQ(title(), "(listed)");
+  run.model.show(HistoryScope::recordings);
+  EXPECT_EQ(title(), "No recordings");
+  run.model.search("lower brigde");
+  EXPECT_EQ(title(), "Nothing matches “lower brigde”");
+  EXPECT_EQ(run.model.blank()->text, "Searched in Recordings.");
+  run.model.search("a");
+  run.model.searchEverything();
+  EXPECT_THAT(run.listed(), ElementsAre("a"));
+  const auto id = run.model.createCollection("Poster");
+  run.model.clearSearch();
+  run.model.show(HistoryScope::collection, *id);
+  EXPECT_EQ(run.model.blank()->text, "Drop captures here, or file new ones into it.");
+}
+
+TEST(HistoryModelTest, SidebarFollowsTheUsersCollections) {
+  Session run;
+  run.open();
+  run.add("a", 0, [](ScreenshotEntry& entry) { entry.starred = true; });
+  run.add("b", 5, [](ScreenshotEntry& entry) { entry.medium = CaptureMedium::gif; });
+  const std::string poster = run.model.createCollection("Poster").value();
+  const std::string bugs = run.model.createCollection("Bug reports").value();
+  EXPECT_EQ(run.store.findCollection(run.model.createCollection("Poster").value())->name,
+            "Poster 2");
+  run.model.moveCollection(bugs, 0);
+  run.model.fileInto(poster);
+  run.model.actions().collect({run.store.find("a"), run.store.find("b")}, poster, true);
+  run.runners.run();
+  run.model.show(HistoryScope::collection, poster);
+  EXPECT_THAT(run.sidebar(),
+              ElementsAre("All captures 2", "Starred 1", "Images 1", "Recordings 1", "Texts 0",
+                          "Bug reports 0", "Poster 2 filing shown", "Poster 2 0"));
+  run.model.moveCollection(bugs, 2);
+  EXPECT_EQ(run.store.collections().back().id, bugs);
+  run.model.moveCollection(bugs, 0);
+
+  // Deleting it keeps its captures, and can be undone for eight seconds.
+  run.model.removeCollection(poster);
+  run.runners.run();
+  EXPECT_THAT(run.listed(), ElementsAre("a", "b"));
+  EXPECT_EQ(run.settings.values().activeCollectionID, std::nullopt);
+  EXPECT_EQ(run.model.pendingUndo()->text, "Collection “Poster” deleted");
+  run.runners.advance(std::chrono::seconds(7));
+  run.model.undo();
+  run.runners.run();
+  EXPECT_THAT(run.sidebar()[6], "Poster 2 filing");
+  EXPECT_FALSE(run.model.pendingUndo());
+  run.model.removeCollection(poster);
+  run.runners.advance(std::chrono::seconds(8));
+  EXPECT_FALSE(run.model.pendingUndo());
+}
+
+TEST(HistoryModelTest, WhatIsTrashedCanBeUndoneByTheStoresClock) {
+  Session run;
+  run.open();
+  for (const char* const id : {"a", "b", "c"}) run.add(id, id[0] - 'a');
+  run.runners.run();
+  run.choose("a");
+  run.alsoChoose("b");
+  EXPECT_EQ(run.model.selectionText(), "2 selected");
+  run.model.trash();
+  run.runners.run();
+  EXPECT_THAT(run.listed(), ElementsAre("c"));
+  EXPECT_EQ(run.model.selection().size(), 0U);
+  EXPECT_EQ(run.model.summary().substr(0, 9), "1 capture");
+  ASSERT_TRUE(run.model.pendingUndo());
+  EXPECT_EQ(run.model.pendingUndo()->text, "2 captures deleted");
+  run.runners.advance(std::chrono::seconds(6));
+  EXPECT_EQ(run.model.pendingUndo()->left, std::chrono::seconds(2));
+  run.model.undo();
+  run.runners.run();
+  EXPECT_THAT(run.listed(), ElementsAre("a", "b", "c"));
+
+  run.choose("a");
+  run.model.trash();
+  run.runners.run();
+  run.runners.advance(undoWindow);
+  EXPECT_FALSE(run.model.pendingUndo());
+  EXPECT_TRUE(run.seen.undo);
+  run.model.undo();
+  run.runners.run();
+  EXPECT_THAT(run.listed(), ElementsAre("b", "c"));
+}
+
+TEST(HistoryModelTest, ChangesOfABatchAreToldOnce) {
+  Session run;
+  run.open();
+  for (int i = 0; i < 300; ++i) run.add(fmt::format("id{}", i), i);
+  run.runners.run();
+  run.model.select([](HistorySelection& selection) { selection.selectAll(); });
+  run.changes = 0;
+  EXPECT_FALSE(run.model.areStarred());
+  run.model.toggleStar();
+  EXPECT_EQ(run.changes, 0);
+  run.runners.run();
+  EXPECT_EQ(run.changes, 1);
+  EXPECT_TRUE(run.model.areStarred());
+  run.model.toggleStar();
+  run.runners.run();
+  EXPECT_FALSE(run.model.areStarred());
+  EXPECT_EQ(run.sidebar()[1], "Starred 0");
+}
+
+TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
+  Session run;
+  run.open();
+  run.add("here");
+  run.add("away", 5);
+  run.add("text", 6, [](ScreenshotEntry& entry) { entry.medium = CaptureMedium::text; });
+  run.runners.run();
+  using enum HistoryAction;
+  EXPECT_EQ(run.obstacle(trash), "No capture is selected.");
+  run.choose("here");
+  EXPECT_EQ(run.obstacle(convert), "none");
+  EXPECT_THAT(run.obstacle(HistoryAction::remove), HasSubstr("move the capture to the Trash"));
+  run.alsoChoose("text");
+  EXPECT_EQ(run.obstacle(convert), "This is for pictures only.");
+  EXPECT_EQ(run.obstacle(rename), "This takes one capture at a time.");
+
+  run.outOfReach = {"away"};
+  run.model.reachChanged();
+  run.choose("away");
+  EXPECT_THAT(run.obstacle(trash), HasSubstr("out of reach"));
+  EXPECT_EQ(run.obstacle(copyPath), "none");
+  run.model.trash();
+  run.runners.run();
+  EXPECT_THAT(run.notice(), HasSubstr("out of reach"));
+  run.model.remove();
+  run.runners.run();
+  EXPECT_THAT(run.listed(), ElementsAre("here", "text"));
+  EXPECT_TRUE(run.files->disk.contains("/pictures/away.png"));
+}
+
+TEST(HistoryModelTest, PicturesAreConvertedOneAfterTheOtherUntilItIsStopped) {
+  Session run;
+  run.open();
+  for (const char* const id : {"a", "b", "c"}) run.add(id, id[0] - 'a');
+  run.runners.run();
+  run.model.select([](HistorySelection& selection) { selection.selectAll(); });
+  run.model.actions().convert(run.model.subjects(), ExportFormat::webp);
+  EXPECT_EQ(run.model.progress()->total, 3U);
+  EXPECT_EQ(run.obstacle(HistoryAction::compress), "Pictures are being changed already.");
+  run.model.actions().stop();
+  run.runners.run();
+  EXPECT_EQ(run.store.find("a")->path, "/pictures/a.webp");
+  EXPECT_EQ(run.store.find("b")->path, "/pictures/b.png");
+  EXPECT_FALSE(run.model.progress());
+  EXPECT_EQ(run.notice(), "1 of 3 captures converted.");
+
+  // What fails is told by its name, and the others are done all the same.
+  run.files->put("/pictures/b.png", "no picture");
+  run.model.actions().convert({run.store.find("b"), run.store.find("c")}, ExportFormat::webp);
+  run.runners.run();
+  EXPECT_THAT(run.notice(), HasSubstr("“b”: "));
+  EXPECT_EQ(run.store.find("c")->path, "/pictures/c.webp");
+
+  run.model.actions().copyPaths({run.store.find("a"), run.store.find("c")});
+  run.model.actions().open(run.store.find("c"));
+  run.runners.run();
+  EXPECT_EQ(run.clipboard.text, "/pictures/a.webp\n/pictures/c.webp");
+  EXPECT_THAT(run.opened, ElementsAre("/pictures/c.webp"));
+  run.runners.advance(std::chrono::seconds(4));
+  EXPECT_EQ(run.notice(), "nothing") << "what is well passes";
+}
+
+TEST(HistoryModelTest, AFullDiskIsSaidWithAWayToTryAgain) {
+  Session run;
+  run.open();
+  run.add("a");
+  run.runners.advance(std::chrono::seconds(1));
+  run.files->changesFail = FailureKind::noSpace;
+  run.choose("a");
+  run.model.toggleStar();
+  run.runners.run();
+  ASSERT_TRUE(run.model.notice());
+  EXPECT_THAT(run.notice(), HasSubstr("History couldn’t be saved: "));
+  EXPECT_EQ(run.model.notice()->detail, "Your captures are safe on disk.");
+  ASSERT_TRUE(run.model.notice()->canRetrySaving);
+  run.runners.advance(std::chrono::minutes(1));
+  EXPECT_TRUE(run.model.notice()) << "what is wrong stays until somebody has seen it";
+
+  run.files->changesFail.reset();
+  run.model.dismissNotice();
+  run.model.actions().retrySaving();
+  run.runners.run();
+  EXPECT_EQ(run.notice(), "nothing");
+  EXPECT_THAT(run.files->text("/data/history.json"), HasSubstr("\"starred\":true"));
+}
+
+TEST(HistoryModelTest, TheFooterSaysWhatGoesByItsAge) {
+  Session run;
+  run.open();
+  constexpr double day = 86400;
+  run.add("a", 5 * day);  // Monday a week after
+  run.add("b", 5 * day + 60);
+  run.add("kept", 6 * day, [](ScreenshotEntry& entry) { entry.starred = true; });
+  run.add("later", 0);
+  run.runners.run();
+  EXPECT_THAT(run.model.summary(), HasSubstr("4 captures · "));
+  EXPECT_THAT(run.model.summary(), testing::Not(HasSubstr("Trash")));
+  const auto outlook =
+      outlookOf(run.store, RetentionPolicy::week, run.runners.now(), Session::utcDay);
+  ASSERT_TRUE(outlook);
+  const LocalDay today = Session::utcDay(run.runners.now());
+  EXPECT_EQ(sentence(*outlook, today), "2 go to the Trash on Monday");
+  EXPECT_EQ(sentence(*outlookOf(run.store, RetentionPolicy::week, run.runners.now() + 3 * day,
+                                Session::utcDay),
+                     Session::utcDay(run.runners.now() + 3 * day)),
+            "2 go to the Trash today");
+}
+
+}  // namespace
+}  // namespace vantorel

@@ -1,0 +1,151 @@
+#include "library/preview_cache.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/testing/fake_files.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_runners.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+Image picture(PixelSize size, PixelFormat format = PixelFormat::bgrx) {
+  MutableImage image(size, format);
+  for (int y = 0; y < size.height; ++y) {
+    for (auto& byte : image.row(y)) byte = static_cast<std::uint8_t>(std::min(y, 255));
+  }
+  return std::move(image).finish();
+}
+
+class PreviewCacheTest : public testing::Test {
+ protected:
+  PreviewCacheTest() { restart(); }
+
+  void restart(std::uint64_t maximumBytes = 1'000'000) {
+    cache = std::make_unique<PreviewCache>(
+        PreviewCache::Services{.main = runners.main(),
+                               .work = runners.runner("previews"),
+                               .files = files,
+                               .codec = codec,
+                               .clock = {std::shared_ptr<const Clock>(), &runners},
+                               .folder = "/caches/previews",
+                               .maximumBytes = maximumBytes});
+    cache->onPreview = [this](const EntryPointer& entry, const Image& preview) {
+      told.push_back(fmt::format("{} {}x{}", entry->id, preview.width(), preview.height()));
+      if (onTold) onTold();
+    };
+  }
+
+  EntryPointer entry(const std::string& id, std::optional<PixelSize> size = {},
+                     PixelFormat format = PixelFormat::bgrx) {
+    ScreenshotEntry one;
+    one.id = id;
+    one.path = "/pictures/" + id;
+    if (size) files->put(one.path, codec->encode(picture(*size, format), {}).value());
+    return std::make_shared<const ScreenshotEntry>(one);
+  }
+
+  std::vector<std::string> ask(const EntryList& entries) {
+    told.clear();
+    files->now = runners.now();
+    cache->want(entries);
+    runners.run();
+    return told;
+  }
+
+  [[nodiscard]] std::vector<std::string> kept() const { return files->names("/caches/previews"); }
+
+  FakeRunners runners;
+  std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
+  std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
+  std::vector<std::string> told;
+  std::function<void()> onTold;
+  std::unique_ptr<PreviewCache> cache;
+};
+
+TEST_F(PreviewCacheTest, PicturesAreCutFromTheTopAndNeverEnlarged) {
+  const auto sizeOf = [](PixelSize size) {
+    const Image preview = previewOf(picture(size));
+    return fmt::format("{}x{}", preview.width(), preview.height());
+  };
+  EXPECT_EQ(sizeOf({3840, 2160}), "400x250");
+  EXPECT_EQ(sizeOf({1000, 20000}), "400x250");
+  EXPECT_EQ(sizeOf({4000, 500}), "400x50");  // a strip is shown whole
+  EXPECT_EQ(sizeOf({80, 40}), "64x40");
+  EXPECT_EQ(sizeOf({1, 30000}), "1x1");
+  EXPECT_EQ(sizeOf({30000, 1}), "400x1");
+  const Image tall = previewOf(picture({800, 1000}));
+  EXPECT_LT(tall.row(0)[0], 2);           // the top
+  EXPECT_NEAR(tall.row(249)[0], 255, 1);  // 500 rows of it
+}
+
+TEST_F(PreviewCacheTest, PreviewsAreKeptUntilThePictureChanges) {
+  const EntryPointer one = entry("one", PixelSize{800, 500});
+  const EntryPointer clear = entry("clear", PixelSize{400, 250}, PixelFormat::bgraPremultiplied);
+  EXPECT_THAT(ask({one, clear, entry("gone")}),
+              ElementsAre("one 400x250", "clear 400x250", "gone 0x0"));
+  ASSERT_THAT(kept(), SizeIs(2));
+  EXPECT_EQ(std::ranges::count_if(kept(), [](auto& name) { return name.ends_with(".png"); }), 1);
+
+  // The next run takes what it finds.
+  restart();
+  codec->broken = {ExportFormat::jpeg, ExportFormat::png};
+  const auto before = kept();
+  EXPECT_THAT(ask({one}), ElementsAre("one 400x250"));
+  EXPECT_EQ(kept(), before);
+  codec->broken.clear();
+
+  runners.advance(std::chrono::seconds(5));
+  static_cast<void>(entry("one", PixelSize{100, 50}));
+  EXPECT_THAT(ask({one}), ElementsAre("one 80x50"));
+
+  // Half a file, after a crash, is made again.
+  for (const std::string& name : kept()) files->put("/caches/previews/" + name, "half");
+  EXPECT_THAT(ask({one}), ElementsAre("one 80x50"));
+}
+
+TEST_F(PreviewCacheTest, WhatScrolledAwayIsNotMade) {
+  const EntryList all{entry("a", PixelSize{400, 250}), entry("b", PixelSize{400, 250}),
+                      entry("c", PixelSize{400, 250})};
+  onTold = [&] {
+    if (told.size() == 1) cache->want({all[2]});
+  };
+  EXPECT_THAT(ask(all), ElementsAre("a 400x250", "c 400x250"));
+  EXPECT_EQ(cache->waiting(), 0U);
+  // Neither is it told of by a cache that is gone.
+  told.clear();
+  cache->want(all);
+  cache.reset();
+  runners.run();
+  EXPECT_THAT(told, IsEmpty());
+}
+
+TEST_F(PreviewCacheTest, WhatWasUsedLongestAgoMakesRoom) {
+  const EntryPointer a = entry("a", PixelSize{400, 250});
+  const EntryPointer b = entry("b", PixelSize{400, 250});
+  const EntryPointer c = entry("c", PixelSize{400, 250});
+  restart(900'000);  // two of them
+  ask({a});
+  runners.advance(std::chrono::hours(30));
+  ask({b});
+  runners.advance(std::chrono::hours(30));
+  ask({a});
+  const auto before = kept();
+  // Which one that is the next run still knows.
+  restart(900'000);
+  ask({c});
+  EXPECT_THAT(kept(), SizeIs(2));
+  codec->broken = {ExportFormat::jpeg, ExportFormat::png};
+  restart(900'000);
+  const int changes = files->changes;
+  EXPECT_THAT(ask({a}), ElementsAre("a 400x250"));
+  EXPECT_EQ(files->changes, changes) << "it was there still";
+}
+
+}  // namespace
+}  // namespace vantorel
