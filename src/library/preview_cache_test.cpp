@@ -14,8 +14,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-Image picture(PixelSize size, PixelFormat format = PixelFormat::bgrx) {
-  MutableImage image(size, format);
+Image picture(PixelSize size) {
+  MutableImage image(size, PixelFormat::bgrx);
   for (int y = 0; y < size.height; ++y) {
     for (auto& byte : image.row(y)) byte = static_cast<std::uint8_t>(std::min(y, 255));
   }
@@ -41,12 +41,11 @@ class PreviewCacheTest : public testing::Test {
     };
   }
 
-  EntryPointer entry(const std::string& id, std::optional<PixelSize> size = {},
-                     PixelFormat format = PixelFormat::bgrx) {
+  EntryPointer entry(const std::string& id, std::optional<PixelSize> size = {}) {
     ScreenshotEntry one;
     one.id = id;
     one.path = "/pictures/" + id;
-    if (size) files->put(one.path, codec->encode(picture(*size, format), {}).value());
+    if (size) files->put(one.path, codec->encode(picture(*size), {}).value());
     return std::make_shared<const ScreenshotEntry>(one);
   }
 
@@ -86,11 +85,10 @@ TEST_F(PreviewCacheTest, PicturesAreCutFromTheTopAndNeverEnlarged) {
 
 TEST_F(PreviewCacheTest, PreviewsAreKeptUntilThePictureChanges) {
   const EntryPointer one = entry("one", PixelSize{800, 500});
-  const EntryPointer clear = entry("clear", PixelSize{400, 250}, PixelFormat::bgraPremultiplied);
-  EXPECT_THAT(ask({one, clear, entry("gone")}),
-              ElementsAre("one 400x250", "clear 400x250", "gone 0x0"));
+  const EntryPointer two = entry("two", PixelSize{400, 250});
+  EXPECT_THAT(ask({one, two, entry("gone")}),
+              ElementsAre("one 400x250", "two 400x250", "gone 0x0"));
   ASSERT_THAT(kept(), SizeIs(2));
-  EXPECT_EQ(std::ranges::count_if(kept(), [](auto& name) { return name.ends_with(".png"); }), 1);
 
   // The next run takes what it finds.
   restart();
