@@ -326,7 +326,7 @@ void AppCoordinator::startResident() {
   services_.settings.onShowMenuBarIconChange = lifetime_.guard(showIcon);
   showIcon();
   if (keys_) {
-    keys_->onChange = [this] { menuChanged(); };
+    keysObservation_ = keys_->observe([this] { menuChanged(); });
     keys_->bind();
   }
   reportUnfinishedAtLastQuit();

@@ -133,6 +133,7 @@ class AppCoordinator {
   std::unique_ptr<CommandKeys> keys_;
   std::unique_ptr<TrayMenu> menu_;
   Observation settingsObservation_;
+  Observation keysObservation_;
   Lifetime lifetime_;
 };
 

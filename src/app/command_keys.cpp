@@ -23,17 +23,19 @@ ShortcutID leaderOf(ShortcutID id) { return recentNumber(id) ? ShortcutID::copyR
 
 }  // namespace
 
-CommandKeys::CommandKeys(Services services)
-    : services_(std::move(services)), registry_(services_.hotKeys, services_.main) {}
+std::string_view settingOf(ShortcutID id) { return settingsKey(leaderOf(id)); }
 
-std::optional<HotKeySpec> CommandKeys::keyOf(ShortcutID id) const {
-  const auto stored = services_.settings.get(settingsKey(leaderOf(id)));
+std::optional<HotKeySpec> bindingOf(const SettingsStore& settings, ShortcutID id) {
+  const auto stored = settings.get(settingOf(id));
   VT_CHECK(stored.has_value());
   const auto key = json::fromText<HotKeySpec>(json::toText(*stored));
   if (!key) return std::nullopt;
   const auto number = recentNumber(id);
   return number ? copyRecentBinding(*key, *number) : *key;
 }
+
+CommandKeys::CommandKeys(Services services)
+    : services_(std::move(services)), registry_(services_.hotKeys, services_.main) {}
 
 void CommandKeys::bindCommand(ShortcutID id) {
   if (!services_.hotKeys.areAvailable()) return;
@@ -47,7 +49,7 @@ void CommandKeys::bindCommand(ShortcutID id) {
 
 void CommandKeys::bind() {
   registry_.onChange = [this] {
-    if (onChange) onChange();
+    observers_.notify();
     refusedChanged_.renew();
     services_.main->postAfter(afterBinding, refusedChanged_.guard([this] { reportRefused(); }));
   };
@@ -93,7 +95,7 @@ void CommandKeys::reportRefused() {
   // A command that can be pasted as it is.
   std::string body =
       sentences(refused) + fmt::format(" For another key, as here: vantorel settings set {} {}",
-                                       settingsKey(leaderOf(refused.front().id)), unusedKey());
+                                       settingOf(refused.front().id), unusedKey());
   services_.alerts.notify(refusedKeysTitle, std::move(body));
 }
 
@@ -101,8 +103,7 @@ void CommandKeys::whenKnown(std::string_view setting, std::function<void(std::st
   registry_.whenKnown(bindingBound, lifetime_.guard([this, setting = std::string(setting),
                                                      known = std::move(known)] {
     std::vector<RefusedShortcut> refused = registry_.refused();
-    std::erase_if(refused,
-                  [&](const auto& one) { return settingsKey(leaderOf(one.id)) != setting; });
+    std::erase_if(refused, [&](const auto& one) { return settingOf(one.id) != setting; });
     known(sentences(refused));
   }));
 }

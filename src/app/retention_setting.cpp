@@ -45,6 +45,7 @@ void RetentionSetting::ask(std::size_t count, RetentionPolicy policy) {
        {{agreeButton}, {refuseButton, true, true}},
        false},
       lifetime_.guard([this, policy](std::size_t button) { answered(policy, button == 0); }));
+  observers_.notify();
 }
 
 void RetentionSetting::answered(RetentionPolicy asked, bool isAgreed) {
@@ -55,6 +56,7 @@ void RetentionSetting::answered(RetentionPolicy asked, bool isAgreed) {
   if (!isAgreed && agreed != asked) {
     services_.settings.set(&SettingsValues::retentionDays, agreed);
   }
+  observers_.notify();
 }
 
 }  // namespace vantorel

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "base/lifetime.hpp"
 #include "base/observers.hpp"
@@ -30,6 +32,11 @@ class RetentionSetting {
   /// Why captures do not go yet at the age that is set; empty when nothing is in their way.
   [[nodiscard]] std::string remark() const;
 
+  /// Called when `remark` may have changed, but for a change of the setting.
+  Observation observe(std::function<void()> observer) {
+    return observers_.add(std::move(observer));
+  }
+
  private:
   void ask(std::size_t count, RetentionPolicy policy);
   void answered(RetentionPolicy asked, bool isAgreed);
@@ -38,6 +45,7 @@ class RetentionSetting {
   bool isFollowed_ = false;
   Observation observation_;
   AlertID question_ = 0;
+  Observers<> observers_;
   Lifetime lifetime_;
 };
 

@@ -1,6 +1,7 @@
 #include "app/records/hot_key_text.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <array>
@@ -88,14 +89,24 @@ std::string keyText(std::uint32_t keysym) {
 
 }  // namespace
 
-std::string displayText(const HotKeySpec& spec) {
-  std::string text;
+std::vector<std::string> modifierNamesOf(std::uint32_t modifiers) {
+  std::vector<std::string> names;
   std::uint32_t named = 0;
   for (const auto& [mask, name] : modifierNames) {
-    if ((spec.carbonModifiers & ~named & mask) != 0) text.append(name).append("+");
+    if ((modifiers & ~named & mask) != 0) names.emplace_back(name);
     named |= mask;
   }
-  return text + keyText(spec.keyCode);
+  return names;
+}
+
+std::vector<std::string> keyNamesOf(const HotKeySpec& spec) {
+  std::vector<std::string> names = modifierNamesOf(spec.carbonModifiers);
+  names.push_back(keyText(spec.keyCode));
+  return names;
+}
+
+std::string displayText(const HotKeySpec& spec) {
+  return fmt::format("{}", fmt::join(keyNamesOf(spec), "+"));
 }
 
 std::optional<HotKeySpec> hotKeyFromText(std::string_view text) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/records/hot_key_spec.hpp"
 
@@ -11,6 +13,12 @@ namespace vantorel {
 /// Modifiers in the order Ctrl, Alt, Shift, Super, then the key, by the names that stand on
 /// keyboards of this system: "Ctrl+Alt+Enter".
 [[nodiscard]] std::string displayText(const HotKeySpec& spec);
+
+/// The same, a name each: "Ctrl", "Alt", "Enter".
+[[nodiscard]] std::vector<std::string> keyNamesOf(const HotKeySpec& spec);
+
+/// The modifiers of a mask alone: "Ctrl", "Alt".
+[[nodiscard]] std::vector<std::string> modifierNamesOf(std::uint32_t modifiers);
 
 /// What a person types for a key; capitals and the order of the modifiers do not matter. Nothing
 /// for what is no key.
