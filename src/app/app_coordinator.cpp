@@ -219,6 +219,9 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
   auto* const saved =
       outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
   if (saved == nullptr) return finished(std::move(reply));
+  if (onSaved) onSaved(*saved);
+  // Whoever shows it has it now; it would lie in memory until the reply is read.
+  saved->picture = {};
   if (!services_.settings.values().hasCapturedSuccessfully) {
     services_.settings.set(&SettingsValues::hasCapturedSuccessfully, true);
   }
@@ -232,8 +235,10 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
   };
   const EntryPointer entry = saved->entry;
   auto waiting = std::make_shared<Waiting>(Waiting{std::move(reply), std::move(finished)});
-  const auto answer = [waiting](const Result<void, CopyFailure>& copied) {
+  const auto answer = [waiting, id = entry->id,
+                       told = onCopied](const Result<void, CopyFailure>& copied) {
     if (!waiting->finished) return;
+    if (copied && told) told(id);
     if (!copied) {
       const std::string why = sentence(copied.error());
       std::get<CaptureOutcome::Saved>(std::get<CaptureOutcome>(waiting->reply).value)

@@ -74,6 +74,11 @@ class AppCoordinator {
   /// Opens the window, or brings it forward. False when there are none.
   bool show(AppWindow window);
 
+  /// Told of each capture that a person or a script took, as soon as it is in the library, and of
+  /// its id once it is on the clipboard as well.
+  std::function<void(const CaptureOutcome::Saved&)> onSaved;
+  std::function<void(const std::string& id)> onCopied;
+
   /// Calls off the capture that waits for the user.
   void cancelCapture() { stills().cancel(); }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/geometry.hpp"
+#include "base/image.hpp"
 #include "capture/records/export_format.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
@@ -70,6 +71,9 @@ struct CaptureOutcome {
 
     /// What the picture shows, in pixels of the desktop; empty when that is not known.
     PixelRect shown{};
+
+    /// The pixels as they were taken; empty where only the file has them.
+    Image picture{};
   };
   struct Cancelled {};
 

@@ -70,6 +70,13 @@ struct CaptureTranscoder::Opened {
   bool isBlanked = false;
 };
 
+/// A file to be, and the picture in it.
+struct CaptureTranscoder::Encoded {
+  Image image;
+  ImageEncoding encoding;
+  std::string bytes;
+};
+
 CaptureTranscoder::CaptureTranscoder(std::shared_ptr<Files> files,
                                      std::shared_ptr<const ImageCodec> codec)
     : files_(std::move(files)), codec_(std::move(codec)) {}
@@ -216,6 +223,30 @@ CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::write(
   return result;
 }
 
+ImageEncoding CaptureTranscoder::encodingOf(const Source& source, ExportFormat format,
+                                            double quality) {
+  return {.format = format,
+          .quality = quality,
+          .pixelsPerPoint = source.scale,
+          .pngEffort = PNGEffort::small,
+          .createdAt = source.createdAt};
+}
+
+CaptureTranscoder::Answer<std::string> CaptureTranscoder::converted(
+    const Opened& opened, const ImageEncoding& encoding) const {
+  std::string bytes = VT_TRY(encode(opened.image, encoding));
+  // HEIC is asked for to save room; of flat pictures PNG files are smaller, and exact.
+  if (encoding.format == ExportFormat::heic && opened.header.format == ExportFormat::png) {
+    const std::uint64_t most = VT_TRY(bytesToBeat(opened, encoding));
+    if (bytes.size() > most) {
+      return failure(Case::larger,
+                     fmt::format("{} instead of {}", sizeText(bytes.size()), sizeText(most)),
+                     encoding.format);
+    }
+  }
+  return bytes;
+}
+
 std::expected<CaptureTranscoder::Result, TranscodeFailure> CaptureTranscoder::convert(
     const Source& source, ExportFormat format, double quality) {
   // PNG files hold the picture as it was.
@@ -233,27 +264,14 @@ std::expected<CaptureTranscoder::Result, TranscodeFailure> CaptureTranscoder::co
                   .downscaled = false,
                   .notes = {}};
   }
-  const ImageEncoding encoding{.format = format,
-                               .quality = quality,
-                               .pixelsPerPoint = source.scale,
-                               .pngEffort = PNGEffort::small,
-                               .createdAt = source.createdAt};
-  const std::string bytes = VT_TRY(encode(opened.image, encoding));
-  // HEIC is asked for to save room; of flat pictures PNG files are smaller, and exact.
-  if (format == ExportFormat::heic && opened.header.format == ExportFormat::png) {
-    const std::uint64_t most = VT_TRY(bytesToBeat(opened, encoding));
-    if (bytes.size() > most) {
-      return failure(Case::larger,
-                     fmt::format("{} instead of {}", sizeText(bytes.size()), sizeText(most)),
-                     format);
-    }
-  }
+  const ImageEncoding encoding = encodingOf(source, format, quality);
+  const std::string bytes = VT_TRY(converted(opened, encoding));
   return write(source, opened, opened.image, encoding, bytes);
 }
 
-CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTranscoder::compacted(
-    const Source& source, bool downscaleTo1x) {
-  const Opened opened = VT_TRY(openBlanked(source));
+/// The fitting way to make the file smaller, taken; nothing when none is worth it.
+CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Encoded>> CaptureTranscoder::smallest(
+    const Source& source, const Opened& opened, bool downscaleTo1x) const {
   const bool mayTakePalette =
       opened.header.format == ExportFormat::png && !opened.header.hasPalette;
   std::optional<IndexedPNGEncoder> palette;
@@ -282,7 +300,7 @@ CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTrans
     }
   }
   const bool takesPalette = palette && palette->decibels() >= goodPaletteDecibels;
-  const std::string bytes =
+  std::string bytes =
       takesPalette ? VT_TRY(encodePalette(*palette, encoding)) : VT_TRY(encode(image, encoding));
   const std::uint64_t most = VT_TRY(bytesToBeat(opened, encoding));
   // Who asks for 1x asks for the size on screen, whatever it saves.
@@ -290,7 +308,41 @@ CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTrans
   if (!isScaled && static_cast<double>(bytes.size()) > worthwhile * static_cast<double>(most)) {
     return std::nullopt;
   }
-  return VT_TRY(write(source, opened, image, encoding, bytes));
+  return Encoded{std::move(image), encoding, std::move(bytes)};
+}
+
+CaptureTranscoder::Answer<std::optional<CaptureTranscoder::Result>> CaptureTranscoder::compacted(
+    const Source& source, bool downscaleTo1x) {
+  const Opened opened = VT_TRY(openBlanked(source));
+  const std::optional<Encoded> made = VT_TRY(smallest(source, opened, downscaleTo1x));
+  if (!made) return std::nullopt;
+  return VT_TRY(write(source, opened, made->image, made->encoding, made->bytes));
+}
+
+void CaptureTranscoder::weigh(const Source& source, double quality,
+                              const std::function<bool(const Weight&)>& tell) const {
+  const Answer<Opened> plain = open(source);
+  const Answer<Opened> blanked = openBlanked(source);
+  const auto weightOf = [&](ExportFormat format) -> Weight {
+    const Answer<Opened>& opened = format == ExportFormat::png ? plain : blanked;
+    if (!opened) return {format, std::unexpected(opened.error())};
+    if (opened->header.format == format) return {format, opened->bytes};
+    const auto bytes = converted(*opened, encodingOf(source, format, quality));
+    if (!bytes) return {format, std::unexpected(bytes.error())};
+    return {format, bytes->size()};
+  };
+  for (const auto format : {ExportFormat::png, ExportFormat::jpeg, ExportFormat::webp}) {
+    if (!tell(weightOf(format))) return;
+  }
+  Weight compressed{.bytes = std::nullopt};
+  if (!blanked) {
+    compressed.bytes = std::unexpected(blanked.error());
+  } else if (const auto made = smallest(source, *blanked, false); !made) {
+    compressed.bytes = std::unexpected(made.error());
+  } else if (*made) {
+    compressed.bytes = (*made)->bytes.size();
+  }
+  if (tell(compressed)) tell(weightOf(ExportFormat::heic));
 }
 
 CaptureTranscoder::CompressOutcome CaptureTranscoder::compress(const Source& source,

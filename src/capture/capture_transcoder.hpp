@@ -101,6 +101,18 @@ class CaptureTranscoder {
                                                                 ExportFormat format,
                                                                 double quality);
 
+  /// What one format, or compressing, would make of a capture's file.
+  struct Weight {
+    std::optional<ExportFormat> format = std::nullopt;  ///< none: compressed
+    /// Bytes of the file; nothing when compressing would not be worth it.
+    std::expected<std::optional<std::uint64_t>, TranscodeFailure> bytes;
+  };
+
+  /// Makes in memory what `convert` to each format and `compress` would write, and tells how large
+  /// each is, the quick ones first, until `tell` answers false.
+  void weigh(const Source& source, double quality,
+             const std::function<bool(const Weight&)>& tell) const;
+
   /// How `compress` ended.
   struct Compacted {
     Result result;
@@ -120,6 +132,7 @@ class CaptureTranscoder {
 
  private:
   struct Opened;
+  struct Encoded;
   template <class Value>
   using Answer = vantorel::Result<Value, TranscodeFailure>;
 
@@ -130,6 +143,12 @@ class CaptureTranscoder {
                                                   ImageEncoding encoding) const;
   [[nodiscard]] Answer<std::string> encodePalette(const IndexedPNGEncoder& palette,
                                                   const ImageEncoding& encoding) const;
+  [[nodiscard]] static ImageEncoding encodingOf(const Source& source, ExportFormat format,
+                                                double quality);
+  [[nodiscard]] Answer<std::string> converted(const Opened& opened,
+                                              const ImageEncoding& encoding) const;
+  [[nodiscard]] Answer<std::optional<Encoded>> smallest(const Source& source, const Opened& opened,
+                                                        bool downscaleTo1x) const;
   [[nodiscard]] Answer<std::optional<Result>> compacted(const Source& source, bool downscaleTo1x);
   [[nodiscard]] Answer<Result> write(const Source& source, const Opened& opened, const Image& image,
                                      const ImageEncoding& encoding, std::string_view bytes);

@@ -435,7 +435,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
         reached("stage");
         services_.filing->claim(staged->path);
         if (run_->request.onStaged) run_->request.onStaged(staged->path);
-        services_.filing->file(std::move(*staged), std::move(run_->picture.image),
+        services_.filing->file(std::move(*staged), run_->picture.image,
                                lifetime_.guard([this](Result<CaptureOutcome::Saved> filed) {
                                  if (!filed) {
                                    return fail(CaptureFailure::Case::writeFailed,
@@ -445,6 +445,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                  filed->copies = run_->copies;
                                  if (run_->onFiled) run_->onFiled(*filed->entry);
                                  filed->shown = shownArea();
+                                 filed->picture = std::move(run_->picture.image);
                                  if (run_->lacksCover) filed->remarks.emplace_back(iconsAreShown);
                                  if (!run_->cut.empty()) filed->remarks.push_back(run_->cut);
                                  finish(CaptureOutcome{std::move(*filed)});

@@ -1,0 +1,368 @@
+#include "app/card_stack.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "library/testing/test_library.hpp"
+#include "platform/testing/fake_alerts.hpp"
+#include "platform/testing/fake_defaults_store.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/quiet_log.hpp"
+
+namespace vantorel {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class CardClipboard final : public Clipboard {
+ public:
+  int images = 0;
+  bool refuses = false;
+
+  void setImage(std::string, std::move_only_function<void(Result<void>)> done) override {
+    if (refuses) return done(failed(FailureKind::other, "no"));
+    ++images;
+    done({});
+  }
+  void setText(std::string, std::move_only_function<void(Result<void>)>) override {}
+  void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
+  [[nodiscard]] std::string shapes() const override { return {}; }
+  void handOver() override {}
+};
+
+Image flatPicture(PixelSize size) {
+  MutableImage image(size, PixelFormat::bgrx);
+  for (int y = 0; y < size.height; ++y) {
+    for (std::size_t i = 0; i < image.row(y).size(); ++i) {
+      image.row(y)[i] = i % 4 == 3 ? 0 : static_cast<std::uint8_t>(i / 50);
+    }
+  }
+  return std::move(image).finish();
+}
+
+/// A library with the pictures "a" to "e", all taken just now, and nothing on the screen.
+class CardStackTest : public testing::Test {
+ protected:
+  CardStackTest() {
+    library.files->folders.insert("/captures");
+    library.library.open();
+    library.runners.run();
+    for (const char* id : {"a", "b", "c", "d", "e"}) {
+      const std::string path = std::string("/captures/") + id + ".png";
+      library.files->put(path, codec->encode(flatPicture({48, 30}), {}).value());
+      ScreenshotEntry entry;
+      entry.id = id;
+      entry.capturedAt = 1000 + id[0];
+      entry.path = path;
+      entry.pixelWidth = 48;
+      entry.pixelHeight = 30;
+      EXPECT_TRUE(library.store.add(std::move(entry)).has_value());
+    }
+    library.runners.run();
+  }
+
+  EntryPointer entry(const std::string& id) { return library.store.find(id); }
+
+  std::uint64_t capture(const std::string& id) {
+    stack.add({.entry = entry(id), .shown = {10, 20, 48, 30}, .picture = flatPicture({48, 30})});
+    library.runners.run();
+    return stack.cards().empty() ? 0 : stack.cards().front().number;
+  }
+
+  std::vector<std::string> ids() const {
+    std::vector<std::string> found;
+    for (const Card& card : stack.cards()) found.push_back(card.entry->id);
+    return found;
+  }
+
+  TestLibrary library;
+  std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
+  FakeDefaultsStore defaults;
+  SettingsStore settings{defaults, SettingsValues{}};
+  PendingArchiveWork pending;
+  SurfaceRegistry surfaces{library.runners.main()};
+  FakeAlerts alerts;
+  CardClipboard clipboard;
+  CaptureRewriter rewriter{{.main = library.runners.main(),
+                            .work = library.runners.runner("work"),
+                            .files = library.files,
+                            .codec = codec,
+                            .library = &library.library,
+                            .settings = &settings,
+                            .pendingWork = &pending,
+                            .surfaces = &surfaces}};
+  CaptureCopying copying{{.main = library.runners.main(),
+                          .work = library.runners.runner("pictures"),
+                          .files = library.files,
+                          .codec = codec,
+                          .library = library.library,
+                          .alerts = alerts,
+                          .clipboard = [this]() -> Clipboard* { return &clipboard; },
+                          .draw = {},
+                          .isWholePicture = [](const PictureBytes&) { return true; }}};
+  CaptureExport exporting{{.main = library.runners.main(),
+                           .work = library.runners.runner("exports"),
+                           .files = library.files,
+                           .codec = codec,
+                           .store = &library.store,
+                           .settings = &settings}};
+  CaptureWeigher weigher{{.main = library.runners.main(),
+                          .work = library.runners.runner("weights"),
+                          .files = library.files,
+                          .codec = codec,
+                          .settings = &settings}};
+  std::vector<std::string> revealed;
+  std::vector<std::string> opened;
+  std::optional<Failure> openFails;
+  CardStack stack{{.main = library.runners.main(),
+                   .clock = library.runners,
+                   .library = library.library,
+                   .settings = settings,
+                   .rewriter = rewriter,
+                   .copying = copying,
+                   .exporting = exporting,
+                   .weigher = weigher,
+                   .work = library.runners.runner("thumbnails"),
+                   .files = library.files,
+                   .codec = codec,
+                   .reveal =
+                       [this](const Path& file, const auto& done) {
+                         revealed.push_back(file.string());
+                         done({});
+                       },
+                   .open =
+                       [this](const EntryPointer& shown, const auto& done) {
+                         if (openFails) return done(std::unexpected(*openFails));
+                         opened.push_back(shown->id);
+                         done({});
+                       }}};
+  QuietLog quiet;
+};
+
+TEST_F(CardStackTest, EachCaptureHasOneCardAsLongAsTheSettingsWantThem) {
+  capture("a");
+  capture("b");
+  capture("a");
+  EXPECT_THAT(ids(), ElementsAre("b", "a"));
+  EXPECT_EQ(stack.cards().front().shown, (PixelRect{10, 20, 48, 30}));
+  EXPECT_FALSE(stack.cards().front().picture.isEmpty());
+  settings.set(&SettingsValues::showQuickAccessOverlay, false);
+  EXPECT_THAT(ids(), IsEmpty());
+  capture("c");
+  EXPECT_THAT(ids(), IsEmpty());
+  settings.set(&SettingsValues::showQuickAccessOverlay, true);
+  stack.add({.entry = entry("d"), .notes = {}, .indexFailure = "It is not listed yet."});
+  library.runners.run();
+  EXPECT_EQ(stack.cards().front().badge, "It is not listed yet.");
+  EXPECT_TRUE(stack.cards().front().isWarning);
+  EXPECT_FALSE(stack.cards().front().picture.isEmpty()) << "from the file";
+}
+
+TEST_F(CardStackTest, ThumbnailsAreSmallWhateverTheScreen) {
+  stack.add({.entry = entry("a"), .picture = flatPicture({3840, 400})});
+  library.runners.run();
+  EXPECT_EQ(stack.cards().front().picture.size(), (PixelSize{560, 58}));
+}
+
+TEST_F(CardStackTest, IdleTimeEndsACardAndStandsStillUnderThePointer) {
+  settings.set(&SettingsValues::thumbnailIdleSeconds, 6);
+  capture("a");
+  library.runners.advance(4s);
+  capture("b");
+  library.runners.advance(1900ms);
+  EXPECT_THAT(ids(), ElementsAre("b", "a"));
+  stack.setHeld(true);
+  library.runners.advance(1h);
+  EXPECT_THAT(ids(), ElementsAre("b", "a"));
+  stack.setHeld(false);
+  library.runners.advance(99ms);
+  EXPECT_THAT(ids(), ElementsAre("b", "a"));
+  library.runners.advance(2ms);
+  EXPECT_THAT(ids(), ElementsAre("b"));
+  library.runners.advance(4s);
+  EXPECT_THAT(ids(), IsEmpty());
+
+  settings.set(&SettingsValues::thumbnailAutoDismiss, false);
+  capture("c");
+  library.runners.advance(1h);
+  EXPECT_THAT(ids(), ElementsAre("c"));
+  EXPECT_TRUE(library.runners.isIdle()) << "nothing wakes for it";
+  settings.set(&SettingsValues::thumbnailAutoDismiss, true);
+  library.runners.advance(7s);
+  EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(CardStackTest, CopiedIsReadForTwoSeconds) {
+  const auto a = capture("a");
+  stack.copy(a);
+  EXPECT_EQ(stack.find(a)->state, Card::State::busy);
+  library.runners.run();
+  EXPECT_EQ(clipboard.images, 1);
+  EXPECT_EQ(stack.find(a)->badge, "Copied");
+  library.runners.advance(2s);
+  EXPECT_EQ(stack.find(a)->badge, "");
+
+  clipboard.refuses = true;
+  stack.copy(a);
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->state, Card::State::failed);
+  EXPECT_EQ(stack.find(a)->sentence, "The clipboard wouldn't take the image.");
+
+  // The copy that follows a capture may be done before its thumbnail is.
+  stack.add({.entry = entry("b"), .picture = flatPicture({48, 30})});
+  stack.copied("b");
+  library.runners.run();
+  EXPECT_EQ(stack.cards().front().badge, "Copied");
+}
+
+TEST_F(CardStackTest, TheTrashCanBeUndoneForAsLongAsTheLibrarySays) {
+  const auto a = capture("a");
+  stack.trash(a);
+  EXPECT_NE(stack.obstacle(*stack.find(a), CardAction::copy), "");
+  library.runners.run();
+  ASSERT_NE(stack.find(a), nullptr);
+  EXPECT_EQ(stack.find(a)->state, Card::State::trashed);
+  EXPECT_EQ(stack.find(a)->sentence, "1 capture deleted");
+  EXPECT_FALSE(library.files->disk.contains("/captures/a.png"));
+  stack.setHeld(true);  // the eight seconds are never paused
+  library.runners.advance(4s);
+  EXPECT_NEAR(stack.undoLeft(*stack.find(a)), 0.5, 0.01);
+  stack.undo(a);
+  library.runners.advance(1s);
+  EXPECT_TRUE(library.files->disk.contains("/captures/a.png"));
+  EXPECT_EQ(stack.find(a)->state, Card::State::rest);
+
+  stack.trash(a);
+  library.runners.run();
+  library.runners.advance(8s);
+  EXPECT_EQ(stack.find(a), nullptr);
+
+  // A deletion made since has taken the place of this one.
+  const auto b = capture("b");
+  stack.trash(b);
+  library.runners.run();
+  library.library.deletion().trash({"c"}, HistoryDeletion::Undo::offered, [](const auto&) {});
+  library.runners.run();
+  stack.undo(b);
+  library.runners.run();
+  EXPECT_EQ(stack.find(b), nullptr);
+  EXPECT_EQ(library.store.find("c"), nullptr) << "the newer one was not undone";
+
+  library.trash.failing["/captures/d.png"] = FailureKind::denied;
+  const auto d = capture("d");
+  stack.trash(d);
+  library.runners.run();
+  EXPECT_EQ(stack.find(d)->state, Card::State::failed);
+  EXPECT_NE(stack.find(d)->sentence, "");
+}
+
+TEST_F(CardStackTest, RowsShowWhatEachFormatWouldWeigh) {
+  codec->broken = {ExportFormat::heic};
+  const auto a = capture("a");
+  CardRows rows = stack.rows(*stack.find(a));
+  ASSERT_THAT(rows.formats, SizeIs(4));
+  EXPECT_EQ(rows.formats[1].size, "\u2026");
+  stack.openRows(a);
+  library.runners.run();
+  rows = stack.rows(*stack.find(a));
+  const auto weight = codec->encode(flatPicture({48, 30}), {.format = ExportFormat::jpeg});
+  EXPECT_TRUE(rows.formats[0].isCurrent);
+  EXPECT_EQ(rows.formats[1].size, weight->size() < 1000
+                                      ? std::to_string(weight->size()) + " bytes"
+                                      : std::to_string((weight->size() + 500) / 1000) + " kB");
+  EXPECT_THAT(rows.formats[2].obstacle, HasSubstr("couldn't be encoded"));
+  EXPECT_THAT(rows.compress->note, HasSubstr("about "));
+  EXPECT_EQ(rows.redact->obstacle, "No text read yet");
+  EXPECT_EQ(library.files->names("/captures").size(), 5U) << "nothing was written";
+
+  stack.compress(a);
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->state, Card::State::rest);
+  EXPECT_EQ(stack.rows(*stack.find(a)).compress->note, "Already compact");
+  const auto smaller = library.files->text("/captures/a.png").size();
+  EXPECT_LT(smaller, codec->encode(flatPicture({48, 30}), {})->size());
+
+  stack.convert(a, ExportFormat::webp);
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->entry->path, "/captures/a.webp");
+  rows = stack.rows(*stack.find(a));
+  EXPECT_TRUE(rows.formats[3].isCurrent);
+  EXPECT_NE(rows.formats[1].size, "\u2026") << "measured anew";
+
+  settings.set(&SettingsValues::cardFormatRow, false);
+  settings.set(&SettingsValues::cardCompress, false);
+  settings.set(&SettingsValues::cardRedact, false);
+  EXPECT_TRUE(stack.rows(*stack.find(a)).isEmpty());
+}
+
+TEST_F(CardStackTest, WhatBecomesOfTheCaptureElsewhereShows) {
+  const auto a = capture("a");
+  const auto b = capture("b");
+  library.library.deletion().trash({"a"}, HistoryDeletion::Undo::offered, [](const auto&) {});
+  library.runners.run();
+  EXPECT_EQ(stack.find(a), nullptr) << "deleted in History";
+  surfaces.editors.show("b", [] {
+    struct Open : Surface {
+      void bringForward() override {}
+    };
+    return std::make_shared<Open>();
+  });
+  stack.convert(b, ExportFormat::jpeg);
+  library.runners.run();
+  EXPECT_EQ(stack.find(b)->state, Card::State::failed);
+  EXPECT_EQ(stack.find(b)->sentence, "The capture can't be changed: close Annotate first.");
+  library.files->disk.erase("/captures/c.png");
+  const auto c = capture("c");
+  stack.copy(c);
+  library.runners.run();
+  EXPECT_EQ(stack.find(c)->state, Card::State::failed);
+  EXPECT_NE(stack.find(c)->sentence, "");
+}
+
+TEST_F(CardStackTest, OpensRevealsAndSavesElsewhere) {
+  const auto a = capture("a");
+  stack.reveal(a);
+  EXPECT_THAT(revealed, ElementsAre("/captures/a.png"));
+  library.files->folders.insert("/elsewhere");
+  EXPECT_EQ(stack.suggestedFileName(*stack.find(a)), "a.png");
+  stack.saveAs(a, "/elsewhere/mine.jpg");
+  library.runners.run();
+  EXPECT_THAT(library.files->text("/elsewhere/mine.jpg"), HasSubstr("jpeg"));
+  stack.saveAs(a, "/elsewhere/plain");
+  library.runners.run();
+  EXPECT_TRUE(library.files->disk.contains("/elsewhere/plain.png"));
+  stack.saveAs(a, "/captures/b.png");
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->state, Card::State::failed) << "never over another capture";
+
+  openFails = Failure{FailureKind::other, "no program opens PNG pictures"};
+  stack.open(a);
+  EXPECT_EQ(stack.find(a)->sentence, "No program opens PNG pictures.");
+  openFails.reset();
+  stack.open(a);
+  EXPECT_THAT(opened, ElementsAre("a"));
+  EXPECT_EQ(stack.find(a), nullptr);
+}
+
+TEST_F(CardStackTest, TheKeyboardFindsTheNewestCardOrMakesOne) {
+  const auto made = stack.cardForKeyboard();
+  ASSERT_TRUE(made.has_value());
+  EXPECT_EQ(stack.find(*made)->entry->id, "e");
+  library.runners.run();
+  EXPECT_FALSE(stack.find(*made)->picture.isEmpty());
+  const auto b = capture("b");
+  EXPECT_EQ(stack.cardForKeyboard(), b);
+  stack.dismissAll();
+  for (const char* id : {"a", "b", "c", "d", "e"}) {
+    library.library.deletion().trash({id}, HistoryDeletion::Undo::none, [](const auto&) {});
+  }
+  library.runners.run();
+  EXPECT_EQ(stack.cardForKeyboard(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace vantorel
