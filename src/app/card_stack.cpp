@@ -6,9 +6,9 @@
 #include <cmath>
 #include <utility>
 
+#include "base/area_downscale.hpp"
 #include "base/round_trip.hpp"
 #include "base/size_text.hpp"
-#include "capture/area_downscale.hpp"
 #include "library/pending_undo.hpp"
 
 namespace vantorel {

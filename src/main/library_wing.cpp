@@ -138,6 +138,10 @@ void LibraryWing::activated() {
   if (following_) following_->monitor.activated();
 }
 
+bool LibraryWing::isOutOfReach(const ScreenshotEntry& entry) const {
+  return following_ && following_->reachability.isOutOfReach(entry);
+}
+
 void LibraryWing::stop() {
   if (following_) following_->queues.stop();
 }

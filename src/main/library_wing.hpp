@@ -27,6 +27,9 @@ struct LibraryWing {
   /// The menu is about to show: what nobody told of is looked at.
   void activated();
 
+  /// Whether the entry's file was out of reach when it was last looked for.
+  [[nodiscard]] bool isOutOfReach(const ScreenshotEntry& entry) const;
+
   /// Waits for the looks under way. Before what they use goes.
   void stop();
 

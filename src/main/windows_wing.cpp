@@ -1,19 +1,139 @@
 #include "main/windows_wing.hpp"
 
+#include <cstdlib>
+
+#include "app/window_places.hpp"
+
 namespace vantorel {
+namespace {
+
+std::string homeFolder() {
+  const char* const home = std::getenv("HOME");
+  return home != nullptr ? home : "";
+}
+
+}  // namespace
 
 WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
-    : captures(theCaptures), editor(theEditor) {
+    : captures(theCaptures),
+      editor(theEditor),
+      launcher(captures.desktop.main,
+               captures.desktop.lanes.disks.queue("com.hollen.Vantorel.launcher")),
+      autostart({.main = captures.desktop.main,
+                 .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+                 .autostart = &captures.desktop.autostart}),
+      library({.main = captures.desktop.main,
+               .library = captures.libraryWing.library,
+               .move = captures.libraryWing.move,
+               .repair = captures.libraryWing.repair,
+               .alerts = *captures.desktop.alerts}),
+      recorder({.settings = captures.desktop.settings, .keys = captures.coordinator.keys()}) {
   DesktopWing& desktop = captures.desktop;
-  places = std::make_shared<WindowPlacesFile>(
-      WindowPlacesFile::Services{.files = *desktop.files,
-                                 .main = desktop.main,
-                                 .io = desktop.lanes.prompt.queue("com.hollen.Vantorel.settings")},
-      desktop.folders.data / "windows.json");
   desktop.ui->setWindowServices(
-      {.places = places,
+      {.history = [this] { return history(); },
+       .previews = [this] { return previews(); },
+       .settings = [this] { return settings(); },
+       .help = [this] { return help(); },
+       .welcome = [this] { return welcome(); },
+       .places = std::make_shared<WindowPlacesFile>(
+           WindowPlacesFile::Services{
+               .files = *desktop.files,
+               .main = desktop.main,
+               .io = desktop.lanes.prompt.queue("com.hollen.Vantorel.settings")},
+           desktop.folders.data / "windows.json"),
        .show = [this](AppWindow window) { (void)captures.coordinator.show(window); },
        .quit = [this] { captures.coordinator.quit(); }});
+}
+
+/// What another program would not take is said on the desktop: it was asked for there.
+FileLauncher::Done WindowsWing::reported() {
+  return [alerts = captures.desktop.alerts.get()](const Result<void>& launched) {
+    if (!launched) alerts->notify("The file couldn't be opened", launched.error().reason + ".");
+  };
+}
+
+std::shared_ptr<HistoryModel> WindowsWing::history() {
+  DesktopWing& desktop = captures.desktop;
+  LibraryWing& libraryWing = captures.libraryWing;
+  return std::make_shared<HistoryModel>(HistoryModel::Services{
+      .main = desktop.main,
+      .library = libraryWing.library,
+      .settings = desktop.settings,
+      .actions = {.main = desktop.main,
+                  .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+                  .library = libraryWing.library,
+                  .rewriter = editor.rewriter,
+                  .copying = captures.copying,
+                  .prune = libraryWing.prune,
+                  .clipboard = [&desktop] { return &desktop.clipboard(); },
+                  .isOutOfReach =
+                      [&libraryWing](const ScreenshotEntry& entry) {
+                        return libraryWing.isOutOfReach(entry);
+                      },
+                  .open = [this](const Path& file) { launcher.open(file, reported()); },
+                  .reveal =
+                      [this](const std::vector<Path>& files) {
+                        launcher.reveal(files, reported());
+                      }},
+      .dayOf = systemDay,
+      .captureKey =
+          [this] {
+            CommandKeys* const keys = captures.coordinator.keys();
+            return keys != nullptr ? keys->workingKey(ShortcutID::capture) : std::string();
+          },
+      .captureArea = [this] { captures.coordinator.captureForUser({}); }});
+}
+
+std::shared_ptr<PreviewCache> WindowsWing::previews() {
+  DesktopWing& desktop = captures.desktop;
+  return std::make_shared<PreviewCache>(
+      PreviewCache::Services{.main = desktop.main,
+                             .work = desktop.lanes.pool.queue("com.hollen.Vantorel.previews"),
+                             .files = desktop.files,
+                             .codec = desktop.codec,
+                             .clock = desktop.clock,
+                             .folder = desktop.folders.cache / "previews"});
+}
+
+std::shared_ptr<SettingsModel> WindowsWing::settings() {
+  DesktopWing& desktop = captures.desktop;
+  return std::make_shared<SettingsModel>(
+      SettingsModel::Services{.settings = desktop.settings,
+                              .history = captures.libraryWing.library.store(),
+                              .clock = *desktop.clock,
+                              .alerts = *desktop.alerts,
+                              .autostart = autostart,
+                              .library = library,
+                              .retention = captures.libraryWing.retention,
+                              .recorder = recorder,
+                              .home = homeFolder()});
+}
+
+std::shared_ptr<HelpModel> WindowsWing::help() {
+  return std::make_shared<HelpModel>(HelpModel::Services{
+      .keys = captures.coordinator.keys(),
+      .obstacle =
+          [this](const DesktopCommand& command) {
+            return command.obstacle ? command.obstacle(captures.coordinator)
+                                    : std::optional<std::string>();
+          },
+      .perform = [this](const DesktopCommand& command) { captures.coordinator.perform(command); }});
+}
+
+std::shared_ptr<WelcomeModel> WindowsWing::welcome() {
+  DesktopWing& desktop = captures.desktop;
+  const auto opens = [this](AppWindow window) {
+    return [this, window] { (void)captures.coordinator.show(window); };
+  };
+  return std::make_shared<WelcomeModel>(
+      WelcomeModel::Services{.settings = desktop.settings,
+                             .autostart = autostart,
+                             .library = library,
+                             .statusItem = &desktop.ui->statusItem(),
+                             .home = homeFolder(),
+                             .openShortcuts = opens(AppWindow::settings),
+                             .openHelp = opens(AppWindow::help),
+                             .captureArea = [this] { captures.coordinator.captureForUser({}); }});
 }
 
 }  // namespace vantorel

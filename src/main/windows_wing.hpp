@@ -2,8 +2,16 @@
 
 #include <memory>
 
-#include "app/window_places.hpp"
+#include "app/autostart_switch.hpp"
+#include "app/help_model.hpp"
+#include "app/history_model.hpp"
+#include "app/library_pane.hpp"
+#include "app/settings_model.hpp"
+#include "app/shortcut_recorder.hpp"
+#include "app/welcome_model.hpp"
+#include "library/preview_cache.hpp"
 #include "main/editor_wing.hpp"
+#include "platform/linux/desktop_file_launcher.hpp"
 
 namespace vantorel {
 
@@ -13,7 +21,18 @@ struct WindowsWing {
 
   CaptureWing& captures;
   EditorWing& editor;
-  std::shared_ptr<WindowPlacesFile> places;
+  DesktopFileLauncher launcher;
+  AutostartSwitch autostart;
+  LibraryPane library;
+  ShortcutRecorder recorder;
+
+ private:
+  [[nodiscard]] std::shared_ptr<HistoryModel> history();
+  [[nodiscard]] std::shared_ptr<PreviewCache> previews();
+  [[nodiscard]] std::shared_ptr<SettingsModel> settings();
+  [[nodiscard]] std::shared_ptr<HelpModel> help();
+  [[nodiscard]] std::shared_ptr<WelcomeModel> welcome();
+  [[nodiscard]] FileLauncher::Done reported();
 };
 
 }  // namespace vantorel
