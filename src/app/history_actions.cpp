@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/round_trip.hpp"
 #include "library/entry_changes.hpp"
 #include "library/entry_failure.hpp"
 #include "library/entry_filter.hpp"
@@ -21,6 +22,7 @@ bool needsFile(HistoryAction action) {
     case convert:
     case compress:
     case reveal:
+    case dragOut:
     case trash: return true;
     case rename:
     case star:
@@ -33,7 +35,8 @@ bool needsFile(HistoryAction action) {
 
 bool changesLibrary(HistoryAction action) {
   using enum HistoryAction;
-  return action != open && action != copyPicture && action != copyPath && action != reveal;
+  return action != open && action != copyPicture && action != copyPath && action != reveal &&
+         action != dragOut;
 }
 
 bool isForOne(HistoryAction action) {
@@ -44,6 +47,10 @@ bool isForOne(HistoryAction action) {
 bool isForPictures(HistoryAction action) {
   using enum HistoryAction;
   return action == copyPicture || action == convert || action == compress;
+}
+
+bool isRedacted(const EntryPointer& entry) {
+  return std::ranges::find(entry->shapes, ShapeType::redact, &Shape::type) != entry->shapes.end();
 }
 
 std::string closed(std::string text) {
@@ -96,6 +103,9 @@ std::optional<std::string> HistoryActions::obstacle(HistoryAction action,
   if (needsFile(action) && std::ranges::any_of(entries, isAway)) {
     return entries.size() == 1 ? "Its file is out of reach."
                                : "The file of a selected capture is out of reach.";
+  }
+  if (action == HistoryAction::dragOut && std::ranges::any_of(entries, isRedacted)) {
+    return "The file of a redacted capture shows what is covered. Copy the picture instead.";
   }
   if (action == HistoryAction::remove && !std::ranges::all_of(entries, isAway)) {
     return "The file can be reached: move the capture to the Trash.";
@@ -194,6 +204,16 @@ void HistoryActions::copyPicture(const EntryPointer& entry) {
                              say_({.text = closed("Copy failed: " + sentence(copied.error()))});
                            }));
   });
+}
+
+void HistoryActions::readPNG(const EntryPointer& entry, std::function<void(std::string)> done) {
+  if (formatOfFileName(entry->path) != ExportFormat::png) return;
+  roundTrip(
+      *services_.work, services_.main,
+      [files = services_.files, path = entry->path] { return files->read(path); },
+      lifetime_.guard([done = std::move(done)](Result<std::string> bytes) {
+        if (bytes) done(*std::move(bytes));
+      }));
 }
 
 void HistoryActions::copyPaths(const EntryList& entries) {

@@ -26,6 +26,7 @@ enum class HistoryAction {
   compress,
   reveal,
   trash,
+  dragOut,
   remove,  ///< from History alone, the way out for what cannot be reached
 };
 
@@ -43,6 +44,7 @@ class HistoryActions {
   struct Services {
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< looks for files; may block
+    std::shared_ptr<Files> files;
     Library& library;
     CaptureRewriter& rewriter;
     CaptureCopying& copying;
@@ -62,6 +64,9 @@ class HistoryActions {
 
   void open(const EntryPointer& entry);
   void reveal(const EntryList& entries);
+
+  /// The bytes of a picture that is a PNG file, for a drag that may begin; not called for others.
+  void readPNG(const EntryPointer& entry, std::function<void(std::string)> done);
 
   /// An empty title is none.
   void rename(const EntryPointer& entry, const std::string& title);

@@ -268,18 +268,35 @@ bool HistoryModel::areStarred() const {
          std::ranges::all_of(entries, [](const EntryPointer& entry) { return entry->starred; });
 }
 
+std::vector<std::string> HistoryModel::commonCollections() const {
+  const EntryList entries = subjects();
+  if (entries.empty()) return {};
+  std::vector<std::string> common = entries.front()->collectionIDs;
+  for (const EntryPointer& entry : entries) {
+    std::erase_if(common, [&](const std::string& id) {
+      return std::ranges::find(entry->collectionIDs, id) == entry->collectionIDs.end();
+    });
+  }
+  return common;
+}
+
 void HistoryModel::toggleStar() {
   if (!obstacle(HistoryAction::star)) actions_.star(subjects(), !areStarred());
 }
 
+bool HistoryModel::refuses(HistoryAction action) {
+  auto reason = obstacle(action);
+  if (!reason) return false;
+  say({.text = *std::move(reason)});
+  return true;
+}
+
 void HistoryModel::trash() {
-  if (auto reason = obstacle(HistoryAction::trash)) return say({.text = *std::move(reason)});
-  actions_.trash(subjects());
+  if (!refuses(HistoryAction::trash)) actions_.trash(subjects());
 }
 
 void HistoryModel::remove() {
-  if (auto reason = obstacle(HistoryAction::remove)) return say({.text = *std::move(reason)});
-  actions_.remove(subjects());
+  if (!refuses(HistoryAction::remove)) actions_.remove(subjects());
 }
 
 // Collections.

@@ -14,6 +14,8 @@
 #include "library/history_counts.hpp"
 #include "library/history_listing.hpp"
 #include "library/history_selection.hpp"
+#include "library/picture_loader.hpp"
+#include "library/preview_cache.hpp"
 #include "library/retention_outlook.hpp"
 
 namespace vantorel {
@@ -61,6 +63,8 @@ class HistoryModel {
     Library& library;
     SettingsStore& settings;
     HistoryActions::Services actions;
+    std::shared_ptr<PreviewCache> previews;
+    std::shared_ptr<PictureLoader> pictures;
     DayOf dayOf;
 
     /// The key that captures an area, "Print"; empty when there is none.
@@ -87,6 +91,9 @@ class HistoryModel {
   void searchEverything();
   void clearSearch();
 
+  /// Seconds since 1970-01-01 UTC.
+  [[nodiscard]] double startOfToday() const { return listing_.today().begin; }
+
   /// When nothing is listed, why.
   [[nodiscard]] std::optional<HistoryBlank> blank() const;
 
@@ -103,6 +110,9 @@ class HistoryModel {
   void reachChanged();
 
   void captureArea() { services_.captureArea(); }
+
+  [[nodiscard]] PreviewCache& previews() { return *services_.previews; }
+  [[nodiscard]] PictureLoader& pictures() { return *services_.pictures; }
 
   // What is selected.
 
@@ -128,6 +138,9 @@ class HistoryModel {
   [[nodiscard]] std::optional<std::string> obstacle(HistoryAction action) const {
     return actions_.obstacle(action, selection_.subjects());
   }
+
+  /// Whether it cannot be done, which is said in the band.
+  bool refuses(HistoryAction action);
   [[nodiscard]] EntryList subjects() const { return selection_.subjects(); }
   [[nodiscard]] HistoryActions& actions() { return actions_; }
   [[nodiscard]] const std::optional<HistoryProgress>& progress() const {
@@ -136,6 +149,9 @@ class HistoryModel {
 
   /// Whether a star would be taken away: all have one.
   [[nodiscard]] bool areStarred() const;
+
+  /// Their collections: those that all of them are in.
+  [[nodiscard]] std::vector<std::string> commonCollections() const;
   void toggleStar();
   void trash();
   void remove();

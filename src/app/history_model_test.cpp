@@ -133,6 +133,7 @@ struct Session : TestLibrary {
                       .settings = settings,
                       .actions = {.main = runners.main(),
                                   .work = runners.runner("work"),
+                                  .files = files,
                                   .library = library,
                                   .rewriter = rewriter,
                                   .copying = copying,

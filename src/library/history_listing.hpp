@@ -51,6 +51,8 @@ class HistoryListing {
   /// When the next day begins, in seconds since 1970-01-01 UTC.
   [[nodiscard]] double nextDay() const { return today_.end; }
 
+  [[nodiscard]] const LocalDay& today() const { return today_; }
+
   // A place counts from 0 through all sections.
 
   [[nodiscard]] std::size_t size() const { return matches_.size(); }

@@ -1,0 +1,149 @@
+#include "ui/history/history_commands.hpp"
+
+#include <QCursor>
+#include <QMenu>
+#include <QWidget>
+#include <algorithm>
+#include <utility>
+
+#include "ui/history/tile_painting.hpp"
+
+namespace vantorel {
+namespace {
+
+QIcon dotIcon(CollectionColor color) {
+  // The same drawing as elsewhere, in the collection's color.
+  return icon(IconName::record, colorOf(color));
+}
+
+}  // namespace
+
+HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* window)
+    : QObject(window),
+      model_(std::move(model)),
+      window_(window),
+      collectMenu_(std::make_unique<QMenu>()),
+      convertMenu_(std::make_unique<QMenu>()) {
+  const auto subjects = [this] { return model_->subjects(); };
+  open = add(HistoryAction::open, QStringLiteral("Open"), IconName::annotate, {},
+             [this, subjects] { model_->actions().open(subjects().front()); });
+  copyPicture =
+      add(HistoryAction::copyPicture, QStringLiteral("Copy"), IconName::copy, Qt::CTRL | Qt::Key_C,
+          [this, subjects] { model_->actions().copyPicture(subjects().front()); });
+  copyPath = add(HistoryAction::copyPath, QStringLiteral("Copy Path"), IconName::folder,
+                 Qt::CTRL | Qt::SHIFT | Qt::Key_C,
+                 [this, subjects] { model_->actions().copyPaths(subjects()); });
+  star = add(HistoryAction::star, QStringLiteral("Star"), IconName::star, Qt::CTRL | Qt::Key_D,
+             [this] { model_->toggleStar(); });
+  collect = add(HistoryAction::collect, QStringLiteral("Collect"), IconName::collectionAdd,
+                Qt::CTRL | Qt::Key_L, [this] { showCollections(QCursor::pos()); });
+  rename =
+      add(HistoryAction::rename, QStringLiteral("Rename…"), IconName::rename, Qt::Key_F2, [this] {
+        if (onRename) onRename();
+      });
+  convert = add(HistoryAction::convert, QStringLiteral("Convert"), IconName::convert, {},
+                [this] { convertMenu_->popup(QCursor::pos()); });
+  compress = add(HistoryAction::compress, QStringLiteral("Compress"), IconName::compress, {},
+                 [this, subjects] { model_->actions().compress(subjects()); });
+  reveal = add(HistoryAction::reveal, QStringLiteral("Show in File Manager"), IconName::reveal,
+               Qt::CTRL | Qt::SHIFT | Qt::Key_R,
+               [this, subjects] { model_->actions().reveal(subjects()); });
+  trash = add(HistoryAction::trash, QStringLiteral("Move to Trash"), IconName::trash,
+              Qt::Key_Delete, [this] { model_->trash(); });
+  remove = add(HistoryAction::remove, QStringLiteral("Remove from History"), IconName::close,
+               Qt::SHIFT | Qt::Key_Delete, [this] { model_->remove(); });
+  connect(collectMenu_.get(), &QMenu::aboutToShow, this, [this] {
+    collectMenu_->clear();
+    fillCollections(*collectMenu_);
+  });
+  fillFormats(*convertMenu_);
+  refresh();
+}
+
+QAction* HistoryCommands::add(HistoryAction what, const QString& label, IconName symbol,
+                              const QKeySequence& key, std::function<void()> run) {
+  auto* const action = new QAction(icon(symbol), label, this);
+  action->setShortcut(key);
+  // Off, a key still says why it does nothing.
+  connect(action, &QAction::triggered, this, [this, what, run = std::move(run)] {
+    if (!model_->subjects().empty() && !model_->refuses(what)) run();
+  });
+  window_->addAction(action);
+  rows_.append({what, action, label});
+  return action;
+}
+
+void HistoryCommands::refresh() {
+  star->setIcon(icon(model_->areStarred() ? IconName::starOn : IconName::star));
+  const EntryList subjects = model_->subjects();
+  for (const Row& row : rows_) {
+    const auto obstacle = model_->obstacle(row.what);
+    QString help = row.label;
+    help.remove(QStringLiteral("…"));
+    if (row.what == HistoryAction::star && model_->areStarred()) {
+      help = QStringLiteral("Remove Star");
+    }
+    if (row.what == HistoryAction::star) row.action->setText(help);
+    const QString key = row.action->shortcut().toString(QKeySequence::NativeText);
+    if (!key.isEmpty()) help += " (" + key + ")";
+    if (row.what == HistoryAction::open) help += QStringLiteral(" (Return)");
+    if (obstacle) help += "\n" + QString::fromStdString(*obstacle);
+    row.action->setToolTip(help);
+    row.action->setEnabled(!obstacle);
+  }
+  // Only where it is the way out.
+  remove->setVisible(std::ranges::any_of(
+      subjects, [this](const EntryPointer& entry) { return model_->isOutOfReach(*entry); }));
+}
+
+void HistoryCommands::fill(QMenu& menu) {
+  menu.addAction(open);
+  menu.addAction(rename);
+  menu.addAction(star);
+  QMenu* const into = menu.addMenu(icon(IconName::collectionAdd), QStringLiteral("Collect"));
+  into->setEnabled(collect->isEnabled());
+  fillCollections(*into);
+  menu.addSeparator();
+  menu.addAction(copyPicture);
+  menu.addAction(copyPath);
+  menu.addAction(reveal);
+  menu.addSeparator();
+  QMenu* const formats = menu.addMenu(icon(IconName::convert), QStringLiteral("Convert"));
+  formats->setEnabled(convert->isEnabled());
+  fillFormats(*formats);
+  menu.addAction(compress);
+  menu.addSeparator();
+  menu.addAction(trash);
+  menu.addAction(remove);
+}
+
+void HistoryCommands::showCollections(const QPoint& at) { collectMenu_->popup(at); }
+
+void HistoryCommands::fillCollections(QMenu& menu) {
+  const std::vector<std::string> common = model_->commonCollections();
+  for (const HistoryCollection& collection : model_->store().collections()) {
+    const bool isMember = std::ranges::find(common, collection.id) != common.end();
+    QAction* const action =
+        menu.addAction(dotIcon(collection.color), QString::fromStdString(collection.name), this,
+                       [this, id = collection.id, isMember] {
+                         model_->actions().collect(model_->subjects(), id, !isMember);
+                       });
+    action->setCheckable(true);
+    action->setChecked(isMember);
+  }
+  if (!menu.isEmpty()) menu.addSeparator();
+  menu.addAction(icon(IconName::plus), QStringLiteral("New Collection"), this, [this] {
+    if (onNewCollection) onNewCollection();
+  });
+}
+
+void HistoryCommands::fillFormats(QMenu& menu) {
+  for (const auto& [format, name] : enumNames<ExportFormat>) {
+    const std::string_view label = displayName(format);
+    menu.addAction(
+        QString::fromUtf8(label.data(), static_cast<qsizetype>(label.size())), this,
+        [this, format = format] { model_->actions().convert(model_->subjects(), format); });
+  }
+}
+
+}  // namespace vantorel

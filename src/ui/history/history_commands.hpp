@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QAction>
+#include <QList>
+#include <QObject>
+#include <functional>
+#include <memory>
+
+#include "app/history_model.hpp"
+#include "ui/kit/icons.hpp"
+
+class QMenu;
+
+namespace vantorel {
+
+/// What can be done with captures, each once: with its key, its words, and why it cannot be done
+/// now. Bars and menus show these. Lives on the main thread.
+class HistoryCommands : public QObject {
+ public:
+  HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* window);
+
+  /// Takes up what can be done now.
+  void refresh();
+
+  QAction* open;
+  QAction* copyPicture;
+  QAction* copyPath;
+  QAction* star;
+  QAction* collect;
+  QAction* rename;
+  QAction* convert;
+  QAction* compress;
+  QAction* reveal;
+  QAction* trash;
+  QAction* remove;
+
+  std::function<void()> onRename;
+
+  /// Makes a collection and puts what is selected into it.
+  std::function<void()> onNewCollection;
+
+  /// All of them, for a right click.
+  void fill(QMenu& menu);
+
+  /// The menu of collections, at the pointer's or a button's place.
+  void showCollections(const QPoint& at);
+
+ private:
+  QAction* add(HistoryAction action, const QString& label, IconName symbol, const QKeySequence& key,
+               std::function<void()> run);
+  void fillCollections(QMenu& menu);
+  void fillFormats(QMenu& menu);
+
+  struct Row {
+    HistoryAction what;
+    QAction* action;
+    QString label;
+  };
+  std::shared_ptr<HistoryModel> model_;
+  QWidget* window_;
+  QList<Row> rows_;
+  std::unique_ptr<QMenu> collectMenu_;
+  std::unique_ptr<QMenu> convertMenu_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,323 @@
+#include "ui/history/history_preview.hpp"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLocale>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
+
+#include "base/local_day.hpp"
+#include "base/size_text.hpp"
+#include "library/entry_title.hpp"
+#include "ui/history/history_commands.hpp"
+#include "ui/history/picture_canvas.hpp"
+#include "ui/history/tile_painting.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/shared_image.hpp"
+#include "ui/kit/tokens.hpp"
+
+namespace vantorel {
+namespace {
+
+using Step = HistorySelection::Step;
+
+constexpr int barHeight = 52;
+constexpr int detailsFrom = 1000;  // px of width
+constexpr int detailsWidth = 300;
+constexpr std::size_t mostText = 4000;  // bytes of recognized text that are shown
+
+QToolButton* barButton(QAction* action) {
+  auto* const button = new QToolButton;
+  button->setAutoRaise(true);
+  button->setDefaultAction(action);
+  button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+  button->setFixedHeight(tokens::controlHeight(tokens::tool));
+  return button;
+}
+
+QToolButton* plainButton(IconName symbol, const QString& help) {
+  auto* const button = new QToolButton;
+  button->setAutoRaise(true);
+  button->setIcon(icon(symbol));
+  button->setAccessibleName(help);
+  button->setToolTip(help);
+  return button;
+}
+
+QLabel* wrapped(const QString& text) {
+  auto* const label = new QLabel(text);
+  label->setTextFormat(Qt::PlainText);
+  label->setWordWrap(true);
+  label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  return label;
+}
+
+QString formatOf(const ScreenshotEntry& entry) {
+  const std::string name = fileNameOf(entry);
+  const std::size_t ending = name.rfind('.');
+  QString text = ending == std::string::npos
+                     ? QString()
+                     : QString::fromStdString(name.substr(ending + 1)).toUpper();
+  if (entry.fileIdentity) {
+    if (!text.isEmpty()) text += ", ";
+    text += QString::fromStdString(sizeText(static_cast<std::uint64_t>(entry.fileIdentity->size)));
+  }
+  return text;
+}
+
+QString momentText(double seconds) {
+  const LocalDay day = systemDay(seconds);
+  return QString::fromStdString(weekdayName(day) + " " + fullDate(day) + ", " +
+                                clockTime(seconds, day));
+}
+
+QString folderText(const std::string& path) {
+  const QString folder = QString::fromStdString(Path(path).parent_path().string());
+  const QString home = qEnvironmentVariable("HOME");
+  return !home.isEmpty() && folder.startsWith(home + '/') ? "~" + folder.mid(home.size()) : folder;
+}
+
+}  // namespace
+
+HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryCommands& commands,
+                               QWidget* parent)
+    : QWidget(parent),
+      model_(std::move(model)),
+      commands_(commands),
+      title_(new QLabel),
+      position_(new QLabel),
+      canvas_(new PictureCanvas),
+      before_(plainButton(IconName::left, QStringLiteral("Previous (Left)"))),
+      after_(plainButton(IconName::right, QStringLiteral("Next (Right)"))),
+      detailsPane_(new QWidget) {
+  setFocusPolicy(Qt::StrongFocus);
+  setAccessibleName(QStringLiteral("Preview"));
+  auto* const column = new QVBoxLayout(this);
+  column->setContentsMargins(0, 0, 0, 0);
+  column->setSpacing(0);
+
+  auto* const bar = new QHBoxLayout;
+  bar->setContentsMargins(tokens::space12, tokens::space8, tokens::space12, tokens::space8);
+  QToolButton* const back = plainButton(IconName::left, QStringLiteral("Back (Space)"));
+  connect(back, &QToolButton::clicked, this, [this] { leave(); });
+  title_->setFont(tokens::strongFont());
+  title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  title_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  position_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  position_->setForegroundRole(QPalette::PlaceholderText);
+  bar->addWidget(back);
+  bar->addWidget(before_);
+  bar->addWidget(after_);
+  bar->addWidget(title_, 1);
+  bar->addSpacing(tokens::space4);
+  bar->addWidget(position_, 1);
+  for (QAction* const action :
+       {commands_.copyPicture, commands_.star, commands_.reveal, commands_.trash}) {
+    bar->addWidget(barButton(action));
+  }
+  auto* const open = new QPushButton(commands_.open->text());
+  open->setDefault(true);
+  open->setToolTip(QStringLiteral("Open (Return)"));
+  connect(open, &QPushButton::clicked, this, [this] {
+    if (onOpen) onOpen();
+  });
+  bar->addWidget(open);
+  column->addLayout(bar);
+
+  auto* const middle = new QHBoxLayout;
+  middle->setSpacing(0);
+  canvas_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+  middle->addWidget(canvas_, 1);
+  auto* const scroll = new QScrollArea;
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setWidgetResizable(true);
+  scroll->setWidget(detailsPane_);
+  scroll->setFixedWidth(detailsWidth);
+  scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll->setAccessibleName(QStringLiteral("Details"));
+  auto* const pane = new QVBoxLayout(detailsPane_);
+  pane->setContentsMargins(0, 0, 0, 0);
+  middle->addWidget(scroll);
+  column->addLayout(middle, 1);
+
+  auto* const hint = new QLabel(QStringLiteral("← → next    Return open    Space close"));
+  hint->setFont(tokens::smallFont());
+  hint->setForegroundRole(QPalette::PlaceholderText);
+  hint->setContentsMargins(tokens::space16, tokens::space8, tokens::space16, tokens::space8);
+  column->addWidget(hint);
+  connect(before_, &QToolButton::clicked, this, [this] { step(Step::left); });
+  connect(after_, &QToolButton::clicked, this, [this] { step(Step::right); });
+  setAutoFillBackground(true);
+  hide();
+}
+
+void HistoryPreview::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.fillRect(rect(), rolesOf(palette()).window);
+}
+
+void HistoryPreview::open() {
+  if (!model_->selection().focus()) return;
+  shown_.reset();
+  show();
+  raise();
+  setFocus();
+  refresh();
+}
+
+void HistoryPreview::leave() {
+  hide();
+  shown_.reset();
+  model_->pictures().cancel();
+  canvas_->say({});
+  if (onClosed) onClosed();
+}
+
+void HistoryPreview::step(Step step) {
+  model_->select([step](HistorySelection& selection) {
+    selection.step(step, {}, HistorySelection::Mode::replace);
+  });
+}
+
+void HistoryPreview::refresh() {
+  if (!isVisible()) return;
+  const auto focus = model_->selection().focus();
+  if (!focus) return leave();
+  const EntryPointer& entry = model_->listing().at(*focus);
+  position_->setText(
+      QStringLiteral("%1 of %2")
+          .arg(QLocale(QLocale::English).toString(static_cast<qulonglong>(*focus + 1)),
+               QLocale(QLocale::English)
+                   .toString(static_cast<qulonglong>(model_->listing().size()))));
+  before_->setEnabled(*focus > 0);
+  after_->setEnabled(*focus + 1 < model_->listing().size());
+  if (entry == shown_) return;
+  const bool isSamePicture = shown_ && shown_->id == entry->id && shown_->path == entry->path &&
+                             shown_->fileIdentity == entry->fileIdentity;
+  shown_ = entry;
+  const QString title = QString::fromStdString(titleOf(*entry));
+  title_->setText(QFontMetrics(title_->font()).elidedText(title, Qt::ElideMiddle, width() / 3));
+  title_->setToolTip(title);
+  setAccessibleName(QStringLiteral("Preview of ") + title);
+  showDetails(entry, *focus);
+  if (isSamePicture) return;
+  if (model_->isOutOfReach(*entry)) {
+    return canvas_->say(QStringLiteral("Out of reach") + "\n" +
+                        QString::fromStdString(entry->path));
+  }
+  if (entry->medium == CaptureMedium::text) {
+    return canvas_->say(QString::fromStdString(entry->ocrText.value_or("")));
+  }
+  if (entry->medium != CaptureMedium::image) {
+    return canvas_->say(kindOf(*entry) + "\n" + QStringLiteral("Return opens it."));
+  }
+  model_->pictures().load(entry, [this](const Result<Image>& picture) {
+    if (!isVisible()) return;
+    if (!picture) return canvas_->say(QString::fromStdString(picture.error().reason));
+    canvas_->show(sharedImage(*picture).copy());
+  });
+}
+
+void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
+  delete std::exchange(details_, new QWidget);
+  detailsPane_->layout()->addWidget(details_);
+  auto* const column = new QVBoxLayout(details_);
+  column->setContentsMargins(tokens::space16, tokens::space16, tokens::space16, tokens::space16);
+  column->setSpacing(tokens::space12);
+  QLabel* const title = wrapped(QString::fromStdString(titleOf(*entry)));
+  title->setFont(tokens::titleFont());
+  column->addWidget(title);
+  QLabel* const moment = wrapped(momentText(entry->capturedAt));
+  moment->setForegroundRole(QPalette::PlaceholderText);
+  column->addWidget(moment);
+  auto* const rows = new QGridLayout;
+  rows->setColumnStretch(1, 1);
+  rows->setHorizontalSpacing(tokens::space16);
+  const auto add = [&](const QString& name, const QString& value) {
+    if (value.isEmpty()) return;
+    const int row = rows->rowCount();
+    auto* const label = new QLabel(name);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    label->setAlignment(Qt::AlignTop | Qt::AlignLeading);
+    rows->addWidget(label, row, 0);
+    rows->addWidget(wrapped(value), row, 1);
+  };
+  add(QStringLiteral("Application"),
+      entry->sourceApp ? QString::fromStdString(entry->sourceApp->name) : QString());
+  if (entry->pixelWidth && entry->pixelHeight) {
+    QString size = QStringLiteral("%1 × %2 px").arg(*entry->pixelWidth).arg(*entry->pixelHeight);
+    if (entry->captureScale && *entry->captureScale != 1) {
+      size += QStringLiteral(", %1x").arg(*entry->captureScale);
+    }
+    add(QStringLiteral("Size"), size);
+  }
+  if (entry->durationSeconds) {
+    add(QStringLiteral("Length"), durationText(*entry->durationSeconds));
+  }
+  add(QStringLiteral("File"), formatOf(*entry));
+  add(QStringLiteral("Folder"), folderText(entry->path));
+  if (entry->editedAt) add(QStringLiteral("Edited"), momentText(*entry->editedAt));
+  QString collections;
+  for (const std::string& id : entry->collectionIDs) {
+    const HistoryCollection* const collection = model_->store().findCollection(id);
+    if (collection == nullptr) continue;
+    if (!collections.isEmpty()) collections += ", ";
+    collections += QString::fromStdString(collection->name);
+  }
+  add(QStringLiteral("Collections"), collections);
+  column->addLayout(rows);
+  auto* const collect = new QToolButton;
+  collect->setAutoRaise(true);
+  collect->setIcon(icon(IconName::plus));
+  collect->setText(QStringLiteral("Collection"));
+  collect->setToolTip(QStringLiteral("Collect (Ctrl+L)"));
+  collect->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  connect(collect, &QToolButton::clicked, this, [this, collect] {
+    commands_.showCollections(collect->mapToGlobal(QPoint(0, collect->height())));
+  });
+  column->addWidget(collect, 0, Qt::AlignLeading);
+  if (entry->ocrText && !entry->ocrText->empty()) {
+    auto* const heading = new QLabel(QStringLiteral("Recognized text"));
+    QFont font = tokens::smallFont();
+    font.setWeight(QFont::DemiBold);
+    heading->setFont(font);
+    column->addWidget(heading);
+    QLabel* const text = wrapped(
+        QString::fromUtf8(entry->ocrText->data(),
+                          static_cast<qsizetype>(std::min(entry->ocrText->size(), mostText))));
+    text->setFont(tokens::smallFont());
+    column->addWidget(text);
+  }
+  column->addStretch(1);
+}
+
+void HistoryPreview::resizeEvent(QResizeEvent*) {
+  detailsPane_->parentWidget()->parentWidget()->setVisible(width() >= detailsFrom);
+}
+
+void HistoryPreview::keyPressEvent(QKeyEvent* event) {
+  switch (event->key()) {
+    case Qt::Key_Space:
+    case Qt::Key_Escape: return leave();
+    case Qt::Key_Left:
+    case Qt::Key_Up: return step(Step::left);
+    case Qt::Key_Right:
+    case Qt::Key_Down: return step(Step::right);
+    case Qt::Key_Home: return step(Step::home);
+    case Qt::Key_End: return step(Step::end);
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      if (onOpen) onOpen();
+      return;
+    default: QWidget::keyPressEvent(event);
+  }
+}
+
+}  // namespace vantorel

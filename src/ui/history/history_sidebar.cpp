@@ -1,0 +1,194 @@
+#include "ui/history/history_sidebar.hpp"
+
+#include <QAction>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
+
+#include "library/entry_filter.hpp"
+#include "ui/history/sidebar_row.hpp"
+#include "ui/kit/icons.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/tokens.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int usualWidth = 208;
+
+}  // namespace
+
+HistorySidebar::HistorySidebar(std::shared_ptr<HistoryModel> model, QWidget* parent)
+    : QScrollArea(parent),
+      model_(std::move(model)),
+      inside_(new QWidget),
+      scopes_(new QVBoxLayout),
+      collections_(new QVBoxLayout) {
+  setFrameShape(QFrame::NoFrame);
+  setWidgetResizable(true);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setFocusPolicy(Qt::NoFocus);
+  setAccessibleName(QStringLiteral("Sidebar"));
+  auto* const column = new QVBoxLayout(inside_);
+  column->setContentsMargins(0, tokens::space12, 0, tokens::space12);
+  column->setSpacing(0);
+  column->addLayout(scopes_);
+  auto* const head = new QHBoxLayout;
+  head->setContentsMargins(18, tokens::space12, tokens::space8, tokens::space4);
+  auto* const label = new QLabel(QStringLiteral("Collections"));
+  QFont font = tokens::smallFont();
+  font.setWeight(QFont::DemiBold);
+  label->setFont(font);
+  label->setForegroundRole(QPalette::PlaceholderText);
+  auto* const add = new QToolButton;
+  add->setAutoRaise(true);
+  add->setIcon(icon(IconName::plus));
+  add->setIconSize({rowIconSize, rowIconSize});
+  add->setAccessibleName(QStringLiteral("New collection"));
+  add->setToolTip(QStringLiteral("New collection"));
+  connect(add, &QToolButton::clicked, this, [this] { addCollection(); });
+  head->addWidget(label, 1);
+  head->addWidget(add);
+  column->addLayout(head);
+  column->addLayout(collections_);
+  column->addStretch(1);
+  setWidget(inside_);
+  paintGround();
+  refresh();
+}
+
+QSize HistorySidebar::sizeHint() const {
+  // Large fonts need more room.
+  return {usualWidth * std::max(16, fontMetrics().height()) / 16, 400};
+}
+
+void HistorySidebar::paintGround() {
+  QPalette changed = palette();
+  changed.setColor(QPalette::Window, rolesOf(window()->palette()).side);
+  inside_->setPalette(changed);
+  inside_->setAutoFillBackground(true);
+}
+
+void HistorySidebar::changeEvent(QEvent* event) {
+  QScrollArea::changeEvent(event);
+  if (event->type() == QEvent::PaletteChange && inside_ != nullptr) paintGround();
+}
+
+SidebarRow* HistorySidebar::rowOf(const std::string& collectionID) const {
+  for (SidebarRow* const row : rows_) {
+    if (row->row().collectionID == collectionID) return row;
+  }
+  return nullptr;
+}
+
+void HistorySidebar::refresh() {
+  const std::vector<HistorySidebarRow> wanted = model_->sidebar();
+  while (rows_.size() > wanted.size()) {
+    rows_.back()->deleteLater();
+    rows_.pop_back();
+  }
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    if (i == rows_.size()) {
+      auto* const row = new SidebarRow;
+      rows_.push_back(row);
+      (wanted[i].collectionID.empty() ? scopes_ : collections_)->addWidget(row);
+      connect(row, &QAbstractButton::clicked, this, [this, row] {
+        const HistorySidebarRow chosen = row->row();
+        row->setChecked(true);
+        model_->show(chosen.scope, chosen.collectionID);
+        if (onChosen) onChosen();
+      });
+      row->onMenu = [this, row](const QPoint& at) { showMenu(row->row().collectionID, at); };
+      row->onRename = [this, row] { rename(row->row().collectionID); };
+      row->onRemove = [this, row] {
+        model_->removeCollection(std::string(row->row().collectionID));
+      };
+      row->onDrop = [this, row](const auto& ids) { drop(row->row().collectionID, ids); };
+      row->onCollectionDropped = [this, row](const std::string& moved) {
+        reorder(moved, row->row().collectionID);
+      };
+      row->onStep = [this, row](int step) {
+        const auto at = std::ranges::find(rows_, row) - rows_.begin() + step;
+        if (at < 0 || at >= std::ssize(rows_)) return;
+        rows_[static_cast<std::size_t>(at)]->setFocus(Qt::TabFocusReason);
+        rows_[static_cast<std::size_t>(at)]->click();
+      };
+    }
+    rows_[i]->show(wanted[i]);
+    rows_[i]->setVisible(true);
+  }
+}
+
+void HistorySidebar::addCollection() {
+  const auto id = model_->createCollection("New collection");
+  if (!id) return;
+  refresh();
+  inside_->layout()->activate();
+  rename(*id);
+}
+
+void HistorySidebar::rename(const std::string& collectionID) {
+  SidebarRow* const row = rowOf(collectionID);
+  if (row == nullptr) return;
+  ensureWidgetVisible(row);
+  auto* const editor = new QLineEdit(row->text(), row);
+  editor->setAccessibleName(QStringLiteral("Name of the collection"));
+  editor->setGeometry(row->labelArea());
+  editor->selectAll();
+  editor->show();
+  editor->setFocus();
+  const auto finish = [this, editor, collectionID](bool keeps) {
+    if (!editor->isVisible()) return;
+    const std::string name = editor->text().trimmed().toStdString();
+    editor->hide();
+    editor->deleteLater();
+    if (keeps) model_->renameCollection(collectionID, name);
+  };
+  connect(editor, &QLineEdit::editingFinished, this, [finish] { finish(true); });
+  auto* const escape = new QAction(editor);
+  escape->setShortcut(Qt::Key_Escape);
+  escape->setShortcutContext(Qt::WidgetShortcut);
+  connect(escape, &QAction::triggered, this, [finish] { finish(false); });
+  editor->addAction(escape);
+}
+
+void HistorySidebar::showMenu(const std::string& collectionID, const QPoint& at) {
+  const SidebarRow* const row = rowOf(collectionID);
+  if (row == nullptr) return;
+  auto* const menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  const bool isFiledInto = row->row().isFiledInto;
+  menu->addAction(
+      icon(IconName::save),
+      isFiledInto ? QStringLiteral("Stop Filing") : QStringLiteral("File New Captures Here"), this,
+      [this, collectionID, isFiledInto] {
+        model_->fileInto(isFiledInto ? std::nullopt : std::optional(collectionID));
+      });
+  menu->addAction(icon(IconName::rename), QStringLiteral("Rename…"), Qt::Key_F2, this,
+                  [this, collectionID] { rename(collectionID); });
+  menu->addSeparator();
+  menu->addAction(icon(IconName::trash), QStringLiteral("Delete Collection"), Qt::Key_Delete, this,
+                  [this, collectionID] { model_->removeCollection(collectionID); });
+  menu->popup(at);
+}
+
+void HistorySidebar::drop(const std::string& target, const std::vector<std::string>& captures) {
+  model_->actions().collect(findEntries(model_->store(), captures), target, true);
+}
+
+void HistorySidebar::reorder(const std::string& moved, const std::string& before) {
+  const auto& all = model_->store().collections();
+  const auto placeOf = [&](const std::string& id) {
+    return std::ranges::find(all, id, &HistoryCollection::id) - all.begin();
+  };
+  const auto from = placeOf(moved);
+  const auto to = placeOf(before);
+  if (from == to || from == std::ssize(all)) return;
+  model_->moveCollection(moved, static_cast<std::size_t>(to));
+}
+
+}  // namespace vantorel

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QScrollArea>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "app/history_model.hpp"
+
+class QVBoxLayout;
+class QLineEdit;
+
+namespace vantorel {
+
+class SidebarRow;
+
+/// What there is to look at: scopes, and the user's collections, which captures are dropped on.
+/// Lives on the main thread.
+class HistorySidebar : public QScrollArea {
+ public:
+  explicit HistorySidebar(std::shared_ptr<HistoryModel> model, QWidget* parent = nullptr);
+
+  /// Takes up what the model has changed.
+  void refresh();
+
+  /// Makes a collection and has its name written.
+  void addCollection();
+
+  /// Has a collection's name written.
+  void rename(const std::string& collectionID);
+
+  /// After a row was chosen.
+  std::function<void()> onChosen;
+
+  [[nodiscard]] QSize sizeHint() const override;
+
+ protected:
+  void changeEvent(QEvent* event) override;
+
+ private:
+  void paintGround();
+  void showMenu(const std::string& collectionID, const QPoint& at);
+  void drop(const std::string& target, const std::vector<std::string>& captures);
+  void reorder(const std::string& moved, const std::string& before);
+  [[nodiscard]] SidebarRow* rowOf(const std::string& collectionID) const;
+
+  std::shared_ptr<HistoryModel> model_;
+  QWidget* inside_;
+  QVBoxLayout* scopes_;
+  QVBoxLayout* collections_;
+  std::vector<SidebarRow*> rows_;
+};
+
+}  // namespace vantorel

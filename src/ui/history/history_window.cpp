@@ -1,0 +1,411 @@
+#include "ui/history/history_window.hpp"
+
+#include <QAction>
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPainter>
+#include <QShortcut>
+#include <QToolButton>
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "library/entry_filter.hpp"
+#include "ui/history/history_blank.hpp"
+#include "ui/history/history_commands.hpp"
+#include "ui/history/history_footer.hpp"
+#include "ui/history/history_preview.hpp"
+#include "ui/history/history_sidebar.hpp"
+#include "ui/history/history_view.hpp"
+#include "ui/history/undo_bar.hpp"
+#include "ui/kit/icons.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/segmented_control.hpp"
+#include "ui/kit/tokens.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int barHeight = 52;
+constexpr int drawerBelow = 820;
+constexpr int widestSearch = 560;
+constexpr int undoGap = tokens::space16;
+
+QToolButton* barButton(IconName symbol, const QString& name, const QString& key) {
+  auto* const button = new QToolButton;
+  button->setAutoRaise(true);
+  button->setIcon(icon(symbol));
+  button->setAccessibleName(name);
+  button->setToolTip(key.isEmpty() ? name : name + " (" + key + ")");
+  return button;
+}
+
+/// The bar above the captures.
+class Bar : public QWidget {
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    const PaletteRoles roles = rolesOf(palette());
+    QPainter painter(this);
+    painter.fillRect(rect(), roles.window);
+    painter.fillRect(0, height() - 1, width(), 1, roles.line);
+  }
+};
+
+struct Age {
+  const char* label;
+  int days;
+};
+constexpr std::array ages{Age{"Last 7 Days", 7}, Age{"Last 30 Days", 30}, Age{"Last Year", 365}};
+constexpr double secondsADay = 86400;
+
+}  // namespace
+
+HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<void()> onClosed)
+    : WindowFrame("history", QStringLiteral("History"), {{1120, 760}, {560, 400}},
+                  std::move(onClosed)),
+      model_(std::move(model)),
+      commands_(new HistoryCommands(model_, this)),
+      content_(new QWidget),
+      sidebar_(new HistorySidebar(model_, content_)),
+      bar_(makeBar()),
+      view_(new HistoryView(model_, content_)),
+      blank_(new HistoryBlankPage(model_, content_)),
+      footer_(new HistoryFooter(model_, *commands_, content_)),
+      preview_(new HistoryPreview(model_, *commands_, content_)),
+      undo_(new UndoBar(model_, content_)) {
+  content_->installEventFilter(this);
+  search_->installEventFilter(this);
+  setContent(content_);
+  sidebar_->onChosen = [this] {
+    isDrawerOpen_ = false;
+    arrange();
+  };
+  view_->onOpen = [this] { commands_->open->trigger(); };
+  view_->onPreview = [this] { preview_->open(); };
+  view_->onTyped = [this](const QString& text) {
+    search_->setFocus();
+    search_->setText(text);
+  };
+  view_->onMenu = [this](const QPoint& at) {
+    auto* const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setToolTipsVisible(true);
+    commands_->fill(*menu);
+    menu->popup(at);
+  };
+  preview_->onOpen = [this] { commands_->open->trigger(); };
+  preview_->onClosed = [this] {
+    view_->setFocus();
+    if (const auto focus = model_->selection().focus()) view_->scrollTo(*focus);
+  };
+  commands_->onRename = [this] { rename(); };
+  commands_->onNewCollection = [this] {
+    const EntryList entries = model_->subjects();
+    const auto id = model_->createCollection("New collection");
+    if (!id) return;
+    model_->actions().collect(entries, *id, true);
+    isDrawerOpen_ = isNarrow();
+    isSidebarWanted_ = true;
+    sidebar_->refresh();
+    arrange();
+    sidebar_->rename(*id);
+  };
+  blank_->onClear = [this] {
+    search_->clear();
+    model_->clearSearch();
+  };
+  blank_->onSearchEverything = [this] { model_->searchEverything(); };
+  addKeys();
+  observation_ =
+      model_->observe([this](const HistoryModelChange& change) { modelChanged(change); });
+  modelChanged({.listing = true, .sidebar = true, .status = true, .undo = true});
+  view_->setFocus();
+  setTabOrder(search_, filter_);
+  setTabOrder(filter_, modes_);
+}
+
+HistoryWindow::~HistoryWindow() = default;
+
+QWidget* HistoryWindow::makeBar() {
+  auto* const bar = new Bar;
+  bar->setParent(content_);
+  auto* const row = new QHBoxLayout(bar);
+  row->setContentsMargins(tokens::space12, 0, tokens::space12, 0);
+  row->setSpacing(tokens::space8);
+  sidebarButton_ = barButton(IconName::sidebar, QStringLiteral("Sidebar"), QStringLiteral("F9"));
+  connect(sidebarButton_, &QToolButton::clicked, this, [this] { toggleSidebar(); });
+  search_ = new QLineEdit;
+  search_->setPlaceholderText(QStringLiteral("Search titles, files, applications and dates"));
+  search_->setAccessibleName(QStringLiteral("Search"));
+  search_->setToolTip(QStringLiteral("Search (Ctrl+F)"));
+  search_->setClearButtonEnabled(true);
+  search_->setMaximumWidth(widestSearch);
+  search_->addAction(icon(IconName::search, IconTint::quiet), QLineEdit::LeadingPosition);
+  connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) { search(text); });
+  filter_ = barButton(IconName::filter, QStringLiteral("Filter"), {});
+  filter_->setText(QStringLiteral("Filter"));
+  filter_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  connect(filter_, &QToolButton::clicked, this, [this] { showFilters(); });
+  modes_ = new SegmentedControl(
+      {{QStringLiteral("Grid"), QStringLiteral("Grid (Ctrl+1)"), IconName::grid},
+       {QStringLiteral("List"), QStringLiteral("List (Ctrl+2)"), IconName::list}});
+  modes_->setAccessibleName(QStringLiteral("View"));
+  modes_->setCurrent(0);
+  modes_->onChosen([this](int mode) { setMode(mode); });
+  QToolButton* const more = barButton(IconName::more, QStringLiteral("More"), {});
+  connect(more, &QToolButton::clicked, this, [this] { showMore(); });
+  row->addWidget(sidebarButton_);
+  row->addSpacing(tokens::space8);
+  row->addWidget(search_, 1);
+  row->addStretch(0);
+  row->addWidget(filter_);
+  row->addWidget(modes_);
+  row->addWidget(more);
+  return bar;
+}
+
+void HistoryWindow::addKeys() {
+  const auto key = [this](const QKeySequence& keys, auto run) {
+    auto* const shortcut = new QShortcut(keys, this);
+    connect(shortcut, &QShortcut::activated, this, run);
+  };
+  key(Qt::CTRL | Qt::Key_F, [this] {
+    search_->setFocus(Qt::ShortcutFocusReason);
+    search_->selectAll();
+  });
+  key(Qt::CTRL | Qt::Key_A,
+      [this] { model_->select([](HistorySelection& selection) { selection.selectAll(); }); });
+  key(Qt::CTRL | Qt::Key_Z, [this] { model_->undo(); });
+  key(Qt::CTRL | Qt::Key_1, [this] { setMode(0); });
+  key(Qt::CTRL | Qt::Key_2, [this] { setMode(1); });
+  key(Qt::CTRL | Qt::Key_Plus, [this] { view_->stepTileSize(1); });
+  key(Qt::CTRL | Qt::Key_Equal, [this] { view_->stepTileSize(1); });
+  key(Qt::CTRL | Qt::Key_Minus, [this] { view_->stepTileSize(-1); });
+  key(Qt::Key_F9, [this] { toggleSidebar(); });
+  key(Qt::Key_F6, [this] { nextPane(false); });
+  key(Qt::SHIFT | Qt::Key_F6, [this] { nextPane(true); });
+}
+
+void HistoryWindow::setMode(int mode) {
+  modes_->setCurrent(mode);
+  view_->setMode(mode == 0 ? HistoryView::Mode::grid : HistoryView::Mode::list);
+}
+
+void HistoryWindow::search(const QString& text) { model_->search(text.toStdString()); }
+
+void HistoryWindow::rename() {
+  const EntryList subjects = model_->subjects();
+  if (subjects.size() != 1) return;
+  if (preview_->isVisible()) preview_->hide();
+  if (const auto place = model_->listing().placeOf(subjects.front()->id)) view_->rename(*place);
+}
+
+void HistoryWindow::modelChanged(const HistoryModelChange& change) {
+  if (change.listing) {
+    const auto blank = model_->blank();
+    if (blank) blank_->show(*blank);
+    blank_->setVisible(blank.has_value());
+    view_->setVisible(!blank);
+    // What was found by the model's own doing stands in the field too.
+    if (const QString text = QString::fromStdString(model_->listing().query().text);
+        text != search_->text()) {
+      const QSignalBlocker quiet(search_);
+      search_->setText(text);
+    }
+    filter_->setIcon(icon(IconName::filter, model_->listing().query().hasFilters()
+                                                ? IconTint::accent
+                                                : IconTint::text));
+  }
+  view_->modelChanged(change);
+  if (change.sidebar) sidebar_->refresh();
+  if (change.listing || change.selection) {
+    commands_->refresh();
+    preview_->refresh();
+  }
+  if (change.listing || change.selection || change.sidebar || change.status) footer_->refresh();
+  if (change.undo) undo_->refresh();
+  if (change.status) showNotice();
+}
+
+void HistoryWindow::showNotice() {
+  const auto& notice = model_->notice();
+  if (notice == shownNotice_) return;
+  shownNotice_ = notice;
+  if (!notice) return hideMessage();
+  QString text = QString::fromStdString(notice->text);
+  if (!notice->detail.empty()) text += " " + QString::fromStdString(notice->detail);
+  if (!notice->canRetrySaving) return showMessage(text);
+  showMessage(text, QStringLiteral("Try again"), [this] {
+    model_->dismissNotice();
+    model_->actions().retrySaving();
+  });
+}
+
+bool HistoryWindow::isNarrow() const { return content_->width() < drawerBelow; }
+
+void HistoryWindow::arrange() {
+  const bool isShown = isNarrow() ? isDrawerOpen_ : isSidebarWanted_;
+  const int width = std::min(sidebar_->sizeHint().width(), content_->width() - 64);
+  const int left = isShown && !isNarrow() ? width : 0;
+  const int height = content_->height();
+  const int room = content_->width() - left;
+  const int barRoom = std::max(barHeight, tokens::controlHeight() + tokens::space16);
+  const int footerRoom = footer_->sizeHint().height();
+  const auto placed = [this](const QRect& area) {
+    return QStyle::visualRect(layoutDirection(), content_->rect(), area);
+  };
+  // A drawer lies over the captures, below the bar that closes it.
+  sidebar_->setVisible(isShown);
+  sidebar_->setGeometry(placed(isNarrow() ? QRect(0, barRoom, width, height - barRoom - footerRoom)
+                                          : QRect(0, 0, width, height - footerRoom)));
+  bar_->setGeometry(placed({left, 0, room, barRoom}));
+  const QRect captures = placed({left, barRoom, room, height - barRoom - footerRoom});
+  view_->setGeometry(captures);
+  blank_->setGeometry(captures);
+  footer_->setGeometry(0, height - footerRoom, content_->width(), footerRoom);
+  preview_->setGeometry(content_->rect());
+  filter_->setToolButtonStyle(isNarrow() ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+  if (isShown && isNarrow()) sidebar_->raise();
+  undo_->setBottom(height - footerRoom - undoGap);
+  undo_->raise();
+  if (preview_->isVisible()) preview_->raise();
+}
+
+bool HistoryWindow::eventFilter(QObject* object, QEvent* event) {
+  if (object == content_ && event->type() == QEvent::Resize) arrange();
+  if (object == search_ && event->type() == QEvent::KeyPress) {
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key == Qt::Key_Down || key == Qt::Key_Return || key == Qt::Key_Enter) {
+      view_->setFocus(Qt::TabFocusReason);
+      return true;
+    }
+    if (key == Qt::Key_Escape) {
+      if (search_->text().isEmpty()) {
+        view_->setFocus(Qt::TabFocusReason);
+      } else {
+        search_->clear();
+      }
+      return true;
+    }
+  }
+  return WindowFrame::eventFilter(object, event);
+}
+
+void HistoryWindow::leave() {
+  if (isNarrow() && std::exchange(isDrawerOpen_, false)) return arrange();
+  if (model_->listing().query().hasFilters() || !search_->text().isEmpty()) {
+    search_->clear();
+    model_->clearSearch();
+  }
+}
+
+void HistoryWindow::toggleSidebar() {
+  bool& isOn = isNarrow() ? isDrawerOpen_ : isSidebarWanted_;
+  isOn = !isOn;
+  arrange();
+}
+
+void HistoryWindow::nextPane(bool isBack) {
+  const std::array<QWidget*, 4> panes{sidebar_, bar_, view_, footer_};
+  const QWidget* const focus = QApplication::focusWidget();
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < panes.size(); ++i) {
+    if (focus != nullptr && (panes[i] == focus || panes[i]->isAncestorOf(focus))) at = i;
+  }
+  for (std::size_t tries = 0; tries < panes.size(); ++tries) {
+    at = (at + (isBack ? panes.size() - 1 : 1)) % panes.size();
+    if (!panes[at]->isVisible()) continue;
+    if (panes[at]->focusPolicy() != Qt::NoFocus) {
+      return panes[at]->setFocus(Qt::TabFocusReason);
+    }
+    for (QWidget* const inside : panes[at]->findChildren<QWidget*>()) {
+      if (inside->isVisible() && inside->isEnabled() &&
+          (inside->focusPolicy() & Qt::TabFocus) != 0) {
+        return inside->setFocus(Qt::TabFocusReason);
+      }
+    }
+  }
+}
+
+void HistoryWindow::showFilters() {
+  auto* const menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  const HistoryQuery query = model_->listing().query();
+  const auto choice = [&](QMenu& in, const QString& label, bool isOn, auto change) {
+    QAction* const action = in.addAction(label, this, [this, query, change] {
+      HistoryQuery changed = model_->listing().query();
+      change(changed);
+      model_->setQuery(std::move(changed));
+    });
+    action->setCheckable(true);
+    action->setChecked(isOn);
+  };
+  QMenu* const kinds = menu->addMenu(QStringLiteral("Kind"));
+  choice(*kinds, QStringLiteral("All"), !query.kind, [](HistoryQuery& one) { one.kind.reset(); });
+  for (const auto& [medium, label] :
+       {std::pair{CaptureMedium::image, "Images"},
+        std::pair{CaptureMedium::recording, "Recordings"}, std::pair{CaptureMedium::gif, "GIFs"},
+        std::pair{CaptureMedium::text, "Texts"}, std::pair{CaptureMedium::project, "Projects"}}) {
+    choice(*kinds, QString::fromLatin1(label), query.kind == medium,
+           [medium = medium](HistoryQuery& one) { one.kind = medium; });
+  }
+  QMenu* const applications = menu->addMenu(QStringLiteral("Application"));
+  choice(*applications, QStringLiteral("All"), query.application.empty(),
+         [](HistoryQuery& one) { one.application.clear(); });
+  for (const auto& [name, count] : model_->applications()) {
+    QString label = QString::fromStdString(name);
+    label.replace('&', QStringLiteral("&&"));
+    choice(*applications, label, query.application == name,
+           [name = name](HistoryQuery& one) { one.application = name; });
+  }
+  QMenu* const dates = menu->addMenu(QStringLiteral("Date"));
+  choice(*dates, QStringLiteral("Any Time"), !query.since,
+         [](HistoryQuery& one) { one.since.reset(); });
+  for (const Age& age : ages) {
+    const double since = model_->startOfToday() - (age.days - 1) * secondsADay;
+    choice(*dates, QString::fromLatin1(age.label), query.since == since,
+           [since](HistoryQuery& one) { one.since = since; });
+  }
+  choice(*menu, QStringLiteral("Starred"), query.isStarred,
+         [](HistoryQuery& one) { one.isStarred = !one.isStarred; });
+  menu->addSeparator();
+  QAction* const clear = menu->addAction(QStringLiteral("Clear Filters"), this, [this] {
+    HistoryQuery changed = model_->listing().query();
+    changed.kind.reset();
+    changed.application.clear();
+    changed.since.reset();
+    changed.isStarred = false;
+    model_->setQuery(std::move(changed));
+  });
+  clear->setEnabled(query.hasFilters());
+  menu->popup(filter_->mapToGlobal(QPoint(0, filter_->height())));
+}
+
+void HistoryWindow::showMore() {
+  auto* const menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  menu->addAction(QStringLiteral("Select All"), Qt::CTRL | Qt::Key_A, this, [this] {
+    model_->select([](HistorySelection& selection) { selection.selectAll(); });
+  });
+  menu->addAction(QStringLiteral("Larger Tiles"), Qt::CTRL | Qt::Key_Plus, this,
+                  [this] { view_->stepTileSize(1); });
+  menu->addAction(QStringLiteral("Smaller Tiles"), Qt::CTRL | Qt::Key_Minus, this,
+                  [this] { view_->stepTileSize(-1); });
+  menu->addSeparator();
+  menu->addAction(icon(IconName::plus), QStringLiteral("New Collection"), this, [this] {
+    isDrawerOpen_ = isNarrow();
+    isSidebarWanted_ = true;
+    arrange();
+    sidebar_->addCollection();
+  });
+  QAction* const undo = menu->addAction(icon(IconName::undo), QStringLiteral("Undo"),
+                                        Qt::CTRL | Qt::Key_Z, this, [this] { model_->undo(); });
+  undo->setEnabled(model_->pendingUndo().has_value());
+  menu->popup(QCursor::pos());
+}
+
+}  // namespace vantorel

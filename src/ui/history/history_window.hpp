@@ -1,0 +1,69 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "app/history_model.hpp"
+#include "ui/kit/window_frame.hpp"
+
+class QLineEdit;
+class QToolButton;
+
+namespace vantorel {
+
+class HistoryBlankPage;
+class HistoryCommands;
+class HistoryFooter;
+class HistoryPreview;
+class HistorySidebar;
+class HistoryView;
+class SegmentedControl;
+class UndoBar;
+
+/// The user's captures: to find, look at, put in order, hand on and throw away. Lives on the main
+/// thread.
+class HistoryWindow : public WindowFrame {
+ public:
+  HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<void()> onClosed);
+  ~HistoryWindow() override;
+
+ protected:
+  void leave() override;
+  bool eventFilter(QObject* object, QEvent* event) override;
+
+ private:
+  QWidget* makeBar();
+  void addKeys();
+  void modelChanged(const HistoryModelChange& change);
+  void showNotice();
+  void arrange();
+  void search(const QString& text);
+  void showFilters();
+  void showMore();
+  void toggleSidebar();
+  void nextPane(bool isBack);
+  void rename();
+  void setMode(int mode);
+  [[nodiscard]] bool isNarrow() const;
+
+  std::shared_ptr<HistoryModel> model_;
+  HistoryCommands* commands_;
+  QWidget* content_;
+  HistorySidebar* sidebar_;
+  QWidget* bar_;
+  QLineEdit* search_;
+  QToolButton* sidebarButton_;
+  QToolButton* filter_;
+  SegmentedControl* modes_;
+  HistoryView* view_;
+  HistoryBlankPage* blank_;
+  HistoryFooter* footer_;
+  HistoryPreview* preview_;
+  UndoBar* undo_;
+  bool isSidebarWanted_ = true;
+  bool isDrawerOpen_ = false;
+  std::optional<HistoryNotice> shownNotice_;
+  Observation observation_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,260 @@
+#include "ui/history/tile_painting.hpp"
+
+#include <fmt/format.h>
+
+#include <QPainter>
+#include <QPainterPath>
+#include <array>
+#include <utility>
+
+#include "base/size_text.hpp"
+#include "base/time_text.hpp"
+#include "library/entry_title.hpp"
+#include "ui/kit/icons.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/tokens.hpp"
+#include "ui/kit/vantorel_style.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int badgeHeight = 20;
+constexpr std::size_t mostSnippet = 600;  // bytes of a text that are painted at most
+const QColor starColor(0xff, 0xc4, 0x2e);
+
+void paintIcon(QPainter& painter, IconName name, int side, const QPoint& center,
+               const QColor& color) {
+  const double ratio = painter.device()->devicePixelRatioF();
+  painter.drawPixmap(center - QPoint(side / 2, side / 2),
+                     iconPixmap(name, QSize(side, side), ratio, color));
+}
+
+/// A dark label in the picture's corner.
+void paintBadge(QPainter& painter, const QRect& picture, const QString& text,
+                std::optional<IconName> symbol) {
+  const QFont font = tokens::smallFont();
+  const QFontMetrics metrics(font);
+  const int height = std::max(badgeHeight, metrics.height() + 4);
+  const int symbolRoom = symbol ? 16 : 0;
+  const int width = metrics.horizontalAdvance(text) + symbolRoom + 14;
+  const QRect badge(picture.right() - width - 5, picture.bottom() - height - 5, width, height);
+  paintBox(painter, badge, tokens::keyCapRadius + 1, QColor(20, 21, 24, 205), Qt::NoPen);
+  if (symbol)
+    paintIcon(painter, *symbol, 12, {badge.left() + 13, badge.center().y() + 1}, Qt::white);
+  painter.setFont(font);
+  painter.setPen(Qt::white);
+  painter.drawText(badge.adjusted(7 + symbolRoom, 0, -7, 0), Qt::AlignCenter, text);
+}
+
+void paintSnippet(QPainter& painter, const QRect& area, const ScreenshotEntry& entry,
+                  const PaletteRoles& roles) {
+  const std::string all = entry.ocrText.value_or("");
+  const QString text =
+      QString::fromUtf8(all.data(), static_cast<qsizetype>(std::min(all.size(), mostSnippet)));
+  painter.save();
+  painter.setClipRect(area.adjusted(0, 0, 0, -tokens::space12));
+  painter.setFont(tokens::bodyFont());
+  painter.setPen(roles.text);
+  painter.drawText(area.adjusted(tokens::space16, tokens::space16, -tokens::space16, 0),
+                   Qt::AlignLeading | Qt::AlignTop | Qt::TextWordWrap, text);
+  painter.restore();
+}
+
+IconName iconOf(CaptureMedium medium) {
+  switch (medium) {
+    case CaptureMedium::image: return IconName::image;
+    case CaptureMedium::recording:
+    case CaptureMedium::gif:
+    case CaptureMedium::project: return IconName::movie;
+    case CaptureMedium::text: return IconName::textClip;
+  }
+  std::unreachable();
+}
+
+}  // namespace
+
+void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
+                  const PaletteRoles& roles) {
+  const ScreenshotEntry& entry = capture.entry;
+  const int radius = capture.isSmall ? tokens::keyCapRadius : tokens::tileRadius;
+  const QRectF frame = QRectF(area);
+  if (capture.isOutOfReach) {
+    paintBox(painter, frame, radius, roles.window, QPen(roles.fieldBorder));
+    const QPoint center = area.center();
+    if (capture.isSmall) return paintIcon(painter, IconName::offline, 16, center, roles.quiet);
+    paintIcon(painter, IconName::offline, barIconSize, center - QPoint(0, 14), roles.quiet);
+    painter.setFont(tokens::bodyFont());
+    painter.setPen(roles.quiet);
+    painter.drawText(QRect(area.left(), center.y() + 4, area.width(), 24),
+                     Qt::AlignHCenter | Qt::AlignTop, QStringLiteral("Out of reach"));
+    return;
+  }
+  const bool isText = entry.medium == CaptureMedium::text;
+  paintBox(painter, frame, radius, isText ? roles.window : mixed(roles.base, roles.text, 0.05),
+           Qt::NoPen);
+  if (!capture.pixmap.isNull()) {
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawPixmap(area, capture.pixmap);
+  } else if (isText && entry.ocrText && !capture.isSmall) {
+    paintSnippet(painter, area, entry, roles);
+  } else if (entry.medium != CaptureMedium::image) {
+    paintIcon(painter, iconOf(entry.medium), capture.isSmall ? rowIconSize : emptyIconSize,
+              area.center(), roles.quiet);
+  }
+  paintBox(painter, frame, radius, Qt::NoBrush, QPen(roles.line));
+  if (capture.isSmall) return;
+  if (entry.starred) {
+    const QPoint corner(area.right() - 14, area.top() + 14);
+    paintIcon(painter, IconName::starOn, 18, corner, QColor(0, 0, 0, 150));
+    paintIcon(painter, IconName::starOn, 15, corner, starColor);
+  }
+  if (entry.durationSeconds) {
+    paintBadge(painter, area, durationText(*entry.durationSeconds), IconName::play);
+  } else if (entry.isTallCapture) {
+    paintBadge(painter, area, QStringLiteral("Tall"), std::nullopt);
+  }
+}
+
+void paintCheck(QPainter& painter, const QPoint& center, const PaletteRoles& roles) {
+  painter.setPen(QPen(Qt::white, 2));
+  painter.setBrush(roles.accentFill);
+  painter.drawEllipse(center, 11, 11);
+  paintIcon(painter, IconName::check, 14, center + QPoint(1, 1), roles.onAccent);
+}
+
+void paintDayHeader(QPainter& painter, const QRect& area, const QString& title,
+                    const QString& detail, const PaletteRoles& roles,
+                    Qt::LayoutDirection direction) {
+  painter.setLayoutDirection(direction);
+  painter.setFont(tokens::strongFont());
+  painter.setPen(roles.text);
+  painter.drawText(area, Qt::AlignVCenter | Qt::AlignLeading, title);
+  const int width =
+      QFontMetrics(tokens::strongFont()).horizontalAdvance(title) + tokens::space8 + 2;
+  painter.setFont(tokens::bodyFont());
+  painter.setPen(roles.quiet);
+  const bool isMirrored = direction == Qt::RightToLeft;
+  painter.drawText(isMirrored ? area.adjusted(0, 0, -width, 0) : area.adjusted(width, 0, 0, 0),
+                   Qt::AlignVCenter | Qt::AlignLeading, detail);
+}
+
+// The list.
+
+ListColumns::ListColumns(int width) {
+  struct Wanted {
+    What what;
+    int width;
+  };
+  static constexpr std::array others{Wanted{What::application, 150}, Wanted{What::taken, 90},
+                                     Wanted{What::size, 120}, Wanted{What::kind, 100},
+                                     Wanted{What::collections, 160}};
+  constexpr int leastTitle = 160;
+  const double scale = QFontMetrics(tokens::bodyFont()).height() / 17.0;
+  const int begin = picture() + 52 + tokens::space16;
+  const int room = width - begin - tokens::space16;
+  std::vector<Wanted> shown;
+  int taken = leastTitle;
+  for (const Wanted& one : others) {
+    const int wanted = static_cast<int>(one.width * std::max(1.0, scale));
+    if (taken + wanted > room) break;
+    taken += wanted;
+    shown.push_back({one.what, wanted});
+  }
+  int left = begin;
+  const int title = std::max(leastTitle + room - taken, 40);
+  columns_.push_back({What::title, left, title - tokens::space12});
+  left += title;
+  for (const Wanted& one : shown) {
+    columns_.push_back({one.what, left, one.width - tokens::space12});
+    left += one.width;
+  }
+}
+
+int ListColumns::picture() const { return tokens::space16; }
+
+QString nameOf(ListColumns::What column) {
+  using enum ListColumns::What;
+  switch (column) {
+    case title: return QStringLiteral("Title");
+    case application: return QStringLiteral("Application");
+    case taken: return QStringLiteral("Taken ↓");
+    case size: return QStringLiteral("Size");
+    case kind: return QStringLiteral("Kind");
+    case collections: return QStringLiteral("Collections");
+  }
+  std::unreachable();
+}
+
+QString listText(ListColumns::What column, const ScreenshotEntry& entry, const HistoryModel& model,
+                 std::size_t place) {
+  using enum ListColumns::What;
+  switch (column) {
+    case title: return QString::fromStdString(titleOf(entry));
+    case application:
+      return entry.sourceApp ? QString::fromStdString(entry.sourceApp->name) : QString();
+    case taken: return QString::fromStdString(model.listing().timeOf(place));
+    case size:
+      if (!entry.pixelWidth || !entry.pixelHeight) return {};
+      return QStringLiteral("%1 × %2").arg(*entry.pixelWidth).arg(*entry.pixelHeight);
+    case kind: return kindOf(entry);
+    case collections: {
+      QString names;
+      for (const std::string& id : entry.collectionIDs) {
+        const HistoryCollection* const collection = model.store().findCollection(id);
+        if (collection == nullptr) continue;
+        if (!names.isEmpty()) names += ", ";
+        names += QString::fromStdString(collection->name);
+      }
+      return names;
+    }
+  }
+  std::unreachable();
+}
+
+QString kindOf(const ScreenshotEntry& entry) {
+  switch (entry.medium) {
+    case CaptureMedium::image: return QStringLiteral("Image");
+    case CaptureMedium::recording: return QStringLiteral("Recording");
+    case CaptureMedium::gif: return QStringLiteral("GIF");
+    case CaptureMedium::text: return QStringLiteral("Text");
+    case CaptureMedium::project: return QStringLiteral("Project");
+  }
+  std::unreachable();
+}
+
+QString durationText(double seconds) {
+  const int whole = static_cast<int>(std::min(seconds, 359'999.0));
+  if (whole < 3600) {
+    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+  }
+  return QStringLiteral("%1:%2:%3")
+      .arg(whole / 3600)
+      .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
+      .arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+std::string toolTipOf(const ScreenshotEntry& entry) {
+  std::string text = titleOf(entry) + "\n" + tableTime(entry.capturedAt);
+  if (entry.pixelWidth && entry.pixelHeight) {
+    text += fmt::format(" · {} × {}", *entry.pixelWidth, *entry.pixelHeight);
+  }
+  if (entry.fileIdentity) {
+    text += " · " + sizeText(static_cast<std::uint64_t>(entry.fileIdentity->size));
+  }
+  return text + "\n" + entry.path;
+}
+
+QColor colorOf(CollectionColor color) {
+  switch (color) {
+    case CollectionColor::red: return {0xe0, 0x4f, 0x4f};
+    case CollectionColor::orange: return {0xe0, 0x95, 0x2f};
+    case CollectionColor::yellow: return {0xd9, 0xb9, 0x2a};
+    case CollectionColor::green: return {0x3f, 0xa3, 0x5c};
+    case CollectionColor::blue: return {0x3f, 0x85, 0xf0};
+    case CollectionColor::purple: return {0x9a, 0x63, 0xd6};
+    case CollectionColor::gray: return {0x8d, 0x90, 0x98};
+  }
+  std::unreachable();
+}
+
+}  // namespace vantorel

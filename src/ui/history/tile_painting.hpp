@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QPixmap>
+#include <QRect>
+#include <QString>
+#include <string>
+#include <vector>
+
+#include "app/history_model.hpp"
+
+class QPainter;
+
+namespace vantorel {
+
+struct PaletteRoles;
+
+/// How one capture is shown in the History window.
+struct PaintedCapture {
+  const ScreenshotEntry& entry;
+  QPixmap pixmap;  ///< null while there is none
+  bool isOutOfReach = false;
+  bool isSmall = false;  ///< of a list: without badges
+};
+void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
+                  const PaletteRoles& roles);
+
+/// The mark of what is selected.
+void paintCheck(QPainter& painter, const QPoint& center, const PaletteRoles& roles);
+
+void paintDayHeader(QPainter& painter, const QRect& area, const QString& title,
+                    const QString& detail, const PaletteRoles& roles,
+                    Qt::LayoutDirection direction);
+
+/// The columns of the list that fit a width: they leave from the right.
+class ListColumns {
+ public:
+  enum class What { title, application, taken, size, kind, collections };
+  struct Column {
+    What what = What::title;
+    int left = 0;
+    int width = 0;
+  };
+
+  explicit ListColumns(int width);
+
+  [[nodiscard]] int picture() const;  ///< its left side
+  [[nodiscard]] const std::vector<Column>& all() const { return columns_; }
+
+ private:
+  std::vector<Column> columns_;
+};
+
+[[nodiscard]] QString nameOf(ListColumns::What column);
+[[nodiscard]] QString listText(ListColumns::What column, const ScreenshotEntry& entry,
+                               const HistoryModel& model, std::size_t place);
+
+/// "Picture", "Recording"…
+[[nodiscard]] QString kindOf(const ScreenshotEntry& entry);
+
+/// A length of time, "0:42".
+[[nodiscard]] QString durationText(double seconds);
+
+/// Title, time and file of a capture.
+[[nodiscard]] std::string toolTipOf(const ScreenshotEntry& entry);
+
+[[nodiscard]] QColor colorOf(CollectionColor color);
+
+}  // namespace vantorel

@@ -1,0 +1,91 @@
+#include "ui/history/tile_pictures.hpp"
+
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <memory>
+
+#include "ui/kit/shared_image.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int mostKilobytes = 48 * 1024;
+
+QString keyOf(const ScreenshotEntry& entry) { return QString::fromStdString(entry.id); }
+
+/// Whether a preview of the one is a preview of the other.
+bool showsTheSame(const ScreenshotEntry& one, const ScreenshotEntry& other) {
+  return one.path == other.path && one.fileIdentity == other.fileIdentity;
+}
+
+/// The preview covers the tile from the top; a strip is shown whole.
+QPixmap tileOf(const QImage& preview, QSize size, double radius) {
+  QImage tile(size, QImage::Format_ARGB32_Premultiplied);
+  tile.fill(Qt::transparent);
+  QPainter painter(&tile);
+  painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+  QPainterPath shape;
+  shape.addRoundedRect(QRectF(QPointF(), size), radius, radius);
+  painter.setClipPath(shape);
+  const bool isStrip = preview.width() > 2 * preview.height();
+  const QSize scaled =
+      preview.size().scaled(size, isStrip ? Qt::KeepAspectRatio : Qt::KeepAspectRatioByExpanding);
+  // A small picture is enlarged no more than twice.
+  const QSize drawn = scaled.width() > 2 * preview.width() ? preview.size() * 2 : scaled;
+  const bool isWhole = drawn.height() < size.height() || drawn.width() < size.width();
+  const QRect area(QPoint((size.width() - drawn.width()) / 2,
+                          isWhole ? (size.height() - drawn.height()) / 2 : 0),
+                   drawn);
+  painter.drawImage(area, preview);
+  painter.end();
+  return QPixmap::fromImage(std::move(tile));
+}
+
+}  // namespace
+
+TilePictures::TilePictures(PreviewCache& previews) : previews_(previews), tiles_(mostKilobytes) {
+  previews_.onPreview = [this](const EntryPointer& entry, const Image& preview) {
+    come(entry, preview);
+  };
+}
+
+TilePictures::~TilePictures() {
+  previews_.onPreview = {};
+  previews_.want({});
+}
+
+void TilePictures::setShape(QSize size, int radius, double ratio) {
+  size_ = (QSizeF(size) * ratio).toSize().expandedTo(QSize(1, 1));
+  radius_ = radius;
+  ratio_ = ratio;
+}
+
+const TilePictures::Tile* TilePictures::find(const ScreenshotEntry& entry) const {
+  const Tile* const tile = tiles_.object(keyOf(entry));
+  return tile != nullptr && showsTheSame(*tile->entry, entry) ? tile : nullptr;
+}
+
+bool TilePictures::isRight(const EntryPointer& entry) const {
+  const Tile* const tile = find(*entry);
+  return tile != nullptr && (tile->pixmap.isNull() || tile->size == size_);
+}
+
+void TilePictures::want(const EntryList& entries) {
+  EntryList missing = entries;
+  std::erase_if(missing, [this](const EntryPointer& entry) { return isRight(entry); });
+  previews_.want(missing);
+}
+
+void TilePictures::come(const EntryPointer& entry, const Image& preview) {
+  auto tile = std::make_unique<Tile>(Tile{entry, size_, QPixmap()});
+  if (!preview.isEmpty()) {
+    tile->pixmap = tileOf(sharedImage(preview), size_, radius_ * ratio_);
+    tile->pixmap.setDevicePixelRatio(ratio_);
+  }
+  const int kilobytes = 1 + tile->pixmap.width() * tile->pixmap.height() / 256;
+  tiles_.insert(keyOf(*entry), tile.release(), kilobytes);
+  if (onCome) onCome(entry);
+}
+
+}  // namespace vantorel

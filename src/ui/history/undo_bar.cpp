@@ -1,0 +1,137 @@
+#include "ui/history/undo_bar.hpp"
+
+#include <QAccessible>
+#include <QPainter>
+#include <QPushButton>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "library/pending_undo.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/tokens.hpp"
+#include "ui/kit/vantorel_style.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int barHeight = 44;
+constexpr int shadow = 12;
+constexpr int ring = 22;
+constexpr int ringFrames = 100;  // ms
+
+/// Light on the dark bar.
+class UndoButton : public QPushButton {
+ public:
+  explicit UndoButton(QWidget* parent) : QPushButton(QStringLiteral("Undo"), parent) {
+    setFont(tokens::strongFont());
+    setAttribute(Qt::WA_Hover);
+  }
+  [[nodiscard]] QSize sizeHint() const override {
+    return {fontMetrics().horizontalAdvance(text()) + tokens::space24,
+            tokens::controlHeight(tokens::smallControl)};
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    const FloatingColors& colors = floatingColors();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor fill = colors.key;
+    if (isDown() || underMouse()) fill = fill.lighter(isDown() ? 130 : 115);
+    paintBox(painter, rect(), tokens::buttonRadius, fill, Qt::NoPen);
+    painter.setPen(QColor(0x9c, 0xcb, 0xff));
+    painter.drawText(rect(), Qt::AlignCenter, text());
+    if (hasKeyboardFocus(*this)) {
+      paintFocusRing(painter, QRectF(rect()).adjusted(2, 2, -2, -2), tokens::buttonRadius - 1,
+                     Qt::white);
+    }
+  }
+};
+
+}  // namespace
+
+UndoBar::UndoBar(std::shared_ptr<HistoryModel> model, QWidget* parent)
+    : QWidget(parent), model_(std::move(model)), undo_(new UndoButton(this)) {
+  undo_->setToolTip(QStringLiteral("Restore from the Trash (Ctrl+Z)"));
+  connect(undo_, &QPushButton::clicked, this, [this] { model_->undo(); });
+  hide();
+}
+
+void UndoBar::refresh() {
+  const auto undo = model_->pendingUndo();
+  setVisible(undo.has_value());
+  if (!undo) return timer_.stop();
+  const QString text = QString::fromStdString(undo->text);
+  if (text != text_ || accessibleName() != text) {
+    text_ = text;
+    setAccessibleName(text);
+    QAccessibleEvent alert(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+  }
+  place();
+  raise();
+  timer_.start(ringFrames, this);
+  update();
+}
+
+void UndoBar::setBottom(int bottom) {
+  bottom_ = bottom;
+  place();
+}
+
+void UndoBar::place() {
+  const QSize button = undo_->sizeHint();
+  const int text = QFontMetrics(tokens::bodyFont()).horizontalAdvance(text_);
+  const int height = tokens::controlHeight(barHeight);
+  const int width = tokens::space16 + text + tokens::space16 + button.width() + tokens::space12 +
+                    ring + tokens::space12;
+  const int x = (parentWidget()->width() - width) / 2 - shadow;
+  setGeometry(x, bottom_ - height - shadow, width + 2 * shadow, height + 2 * shadow);
+  undo_->setGeometry(shadow + tokens::space16 + text + tokens::space16,
+                     shadow + (height - button.height()) / 2, button.width(), button.height());
+}
+
+QRectF UndoBar::panel() const { return QRectF(rect()).adjusted(shadow, shadow, -shadow, -shadow); }
+
+void UndoBar::paintEvent(QPaintEvent*) {
+  const FloatingColors& colors = floatingColors();
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  for (int i = shadow; i > 0; --i) {
+    paintBox(painter, panel().adjusted(-i, -i + 3, i, i), tokens::groupRadius + i,
+             QColor(0, 0, 0, 5), Qt::NoPen);
+  }
+  paintBox(painter, panel(), tokens::groupRadius, colors.opaquePanel, QPen(colors.innerLine));
+  painter.setFont(tokens::bodyFont());
+  painter.setPen(colors.text);
+  painter.drawText(panel().adjusted(tokens::space16, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
+                   text_);
+  const auto undo = model_->pendingUndo();
+  if (!undo) return;
+  const double part = std::clamp(
+      std::chrono::duration<double>(undo->left) / std::chrono::duration<double>(undoWindow), 0.0,
+      1.0);
+  const int seconds =
+      static_cast<int>(std::ceil(std::chrono::duration<double>(undo->left).count()));
+  const QRectF circle(panel().right() - tokens::space12 - ring, panel().center().y() - ring / 2.0,
+                      ring, ring);
+  painter.setBrush(Qt::NoBrush);
+  // Without animations the number alone counts.
+  if (tokens::motion(1) > 0) {
+    painter.setPen(QPen(colors.key, 2));
+    painter.drawEllipse(circle.adjusted(1, 1, -1, -1));
+    painter.setPen(QPen(colors.accent, 2, Qt::SolidLine, Qt::RoundCap));
+    painter.drawArc(circle.adjusted(1, 1, -1, -1), 90 * 16, static_cast<int>(part * 360 * 16));
+  }
+  painter.setFont(tokens::smallFont());
+  painter.setPen(colors.quiet);
+  painter.drawText(circle, Qt::AlignCenter, QString::number(std::max(0, seconds)));
+}
+
+void UndoBar::timerEvent(QTimerEvent*) {
+  if (!isVisible()) return timer_.stop();
+  update();
+}
+
+}  // namespace vantorel

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QBasicTimer>
+#include <QWidget>
+#include <memory>
+
+#include "app/history_model.hpp"
+
+class QPushButton;
+
+namespace vantorel {
+
+/// What was deleted and can be had back, with the time that is left, over the lower edge of the
+/// History window. Lives on the main thread.
+class UndoBar : public QWidget {
+ public:
+  UndoBar(std::shared_ptr<HistoryModel> model, QWidget* parent);
+
+  /// Shows, changes or hides itself, and finds its place.
+  void refresh();
+
+  /// Where its lower edge is, in the parent.
+  void setBottom(int bottom);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void timerEvent(QTimerEvent* event) override;
+
+ private:
+  void place();
+  [[nodiscard]] QRectF panel() const;
+
+  std::shared_ptr<HistoryModel> model_;
+  QPushButton* undo_;
+  QString text_;
+  QBasicTimer timer_;
+  int bottom_ = 0;
+};
+
+}  // namespace vantorel
