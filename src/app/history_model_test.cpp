@@ -1,12 +1,7 @@
-#include "app/history_model.hpp"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "library/testing/test_library.hpp"
-#include "platform/testing/fake_alerts.hpp"
-#include "platform/testing/fake_defaults_store.hpp"
-#include "platform/testing/fake_image_codec.hpp"
+#include "app/history_session.hpp"
 
 namespace vantorel {
 namespace {
@@ -15,149 +10,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class TextClipboard final : public Clipboard {
- public:
-  std::string text;
-  std::string png;
-  void setImage(std::string image, std::move_only_function<void(Result<void>)> done) override {
-    png = std::move(image);
-    done({});
-  }
-  void setText(std::string copied, std::move_only_function<void(Result<void>)> done) override {
-    text = std::move(copied);
-    done({});
-  }
-  void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
-  [[nodiscard]] std::string shapes() const override { return {}; }
-  void handOver() override {}
-};
-
-/// A run of the program with its History window open from the start.
-struct Session : TestLibrary {
-  Session() {
-    // Saturday, 3 January 2026, noon UTC.
-    runners.setNow(1767441600);
-    files->makeFolder("/pictures", Privacy::byUmask).value();
-  }
-
-  void add(const std::string& id, double ago = 0,
-           const std::function<void(ScreenshotEntry&)>& change = {}) {
-    ScreenshotEntry entry;
-    entry.id = id;
-    entry.capturedAt = runners.now() - ago;
-    entry.path = "/pictures/" + id + ".png";
-    MutableImage picture({20, 10}, PixelFormat::bgrx);
-    for (int y = 0; y < 10; ++y) picture.row(y)[std::size_t(y) * 4] = 200;
-    files->put(entry.path, codec->encode(std::move(picture).finish(), {}).value());
-    if (change) change(entry);
-    store.add(std::move(entry)).value();
-  }
-  void open() {
-    library.open();
-    runners.run();
-  }
-  void click(const std::string& id, HistorySelection::Mode mode) {
-    const auto place = model.listing().placeOf(id);
-    ASSERT_TRUE(place) << id;
-    model.select([&](HistorySelection& selection) { selection.click(*place, mode); });
-  }
-  void choose(const std::string& id) { click(id, HistorySelection::Mode::replace); }
-  void alsoChoose(const std::string& id) { click(id, HistorySelection::Mode::toggle); }
-
-  [[nodiscard]] std::vector<std::string> listed() const {
-    std::vector<std::string> ids;
-    for (std::size_t i = 0; i < model.listing().size(); ++i) {
-      ids.push_back(model.listing().at(i)->id);
-    }
-    return ids;
-  }
-  [[nodiscard]] std::vector<std::string> sidebar() const {
-    std::vector<std::string> rows;
-    for (const HistorySidebarRow& row : model.sidebar()) {
-      rows.push_back(fmt::format("{} {}{}{}", row.label, row.count,
-                                 row.isFiledInto ? " filing" : "", row.isShown ? " shown" : ""));
-    }
-    return rows;
-  }
-  [[nodiscard]] std::string notice() const {
-    return model.notice() ? model.notice()->text : "nothing";
-  }
-  [[nodiscard]] std::string obstacle(HistoryAction action) const {
-    return model.obstacle(action).value_or("none");
-  }
-
-  static LocalDay utcDay(double seconds) {
-    const double begin = std::floor(seconds / 86400) * 86400;
-    const std::chrono::sys_days midnight{std::chrono::days(static_cast<int>(begin / 86400))};
-    const std::chrono::year_month_day date(midnight);
-    return {.year = static_cast<int>(date.year()),
-            .month = static_cast<int>(static_cast<unsigned>(date.month())),
-            .day = static_cast<int>(static_cast<unsigned>(date.day())),
-            .weekday = static_cast<int>(std::chrono::weekday(midnight).c_encoding()),
-            .begin = begin,
-            .end = begin + 86400};
-  }
-
-  std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
-  FakeDefaultsStore defaults;
-  SettingsStore settings{defaults, SettingsValues{}};
-  FakeAlerts alerts;
-  TextClipboard clipboard;
-  PendingArchiveWork pending;
-  SurfaceRegistry surfaces{runners.main()};
-  CaptureRewriter rewriter{{.main = runners.main(),
-                            .work = runners.runner("work"),
-                            .files = files,
-                            .codec = codec,
-                            .library = &library,
-                            .settings = &settings,
-                            .pendingWork = &pending,
-                            .surfaces = &surfaces}};
-  CaptureCopying copying{{.main = runners.main(),
-                          .work = runners.runner("work"),
-                          .files = files,
-                          .codec = codec,
-                          .library = library,
-                          .alerts = alerts,
-                          .clipboard = [this]() -> Clipboard* { return &clipboard; },
-                          .draw = {},
-                          .isWholePicture = [](const PictureBytes&) { return true; }}};
-  LibraryPrune prune{{.main = runners.main(),
-                      .work = runners.runner("work"),
-                      .files = files,
-                      .library = &library}};
-  std::set<std::string> outOfReach;
-  std::vector<std::string> opened;
-  HistoryModel model{{.main = runners.main(),
-                      .library = library,
-                      .settings = settings,
-                      .actions = {.main = runners.main(),
-                                  .work = runners.runner("work"),
-                                  .files = files,
-                                  .library = library,
-                                  .rewriter = rewriter,
-                                  .copying = copying,
-                                  .prune = prune,
-                                  .clipboard = [this]() -> Clipboard* { return &clipboard; },
-                                  .isOutOfReach =
-                                      [this](const ScreenshotEntry& entry) {
-                                        return outOfReach.contains(entry.id);
-                                      },
-                                  .open = [this](const Path& path) { opened.push_back(path); },
-                                  .reveal = [](const std::vector<Path>&) {}},
-                      .dayOf = utcDay,
-                      .captureKey = [] { return "Print"; },
-                      .captureArea = [] {}}};
-  int changes = 0;
-  HistoryModelChange seen;
-  Observation observation = model.observe([this](const HistoryModelChange& change) {
-    ++changes;
-    seen = change;
-  });
-};
-
 TEST(HistoryModelTest, AnEmptyWindowSaysWhy) {
-  Session run;
+  HistorySession run;
   const auto title = [&] { return run.model.blank() ? run.model.blank()->title : "(listed)"; };
   run.library.open();
   EXPECT_EQ(title(), "Opening the library");
@@ -182,7 +36,7 @@ TEST(HistoryModelTest, AnEmptyWindowSaysWhy) {
 }
 
 TEST(HistoryModelTest, SidebarFollowsTheUsersCollections) {
-  Session run;
+  HistorySession run;
   run.open();
   run.add("a", 0, [](ScreenshotEntry& entry) { entry.starred = true; });
   run.add("b", 5, [](ScreenshotEntry& entry) { entry.medium = CaptureMedium::gif; });
@@ -219,7 +73,7 @@ TEST(HistoryModelTest, SidebarFollowsTheUsersCollections) {
 }
 
 TEST(HistoryModelTest, WhatIsTrashedCanBeUndoneByTheStoresClock) {
-  Session run;
+  HistorySession run;
   run.open();
   for (const char* const id : {"a", "b", "c"}) run.add(id, id[0] - 'a');
   run.runners.run();
@@ -251,7 +105,7 @@ TEST(HistoryModelTest, WhatIsTrashedCanBeUndoneByTheStoresClock) {
 }
 
 TEST(HistoryModelTest, ChangesOfABatchAreToldOnce) {
-  Session run;
+  HistorySession run;
   run.open();
   for (int i = 0; i < 300; ++i) run.add(fmt::format("id{}", i), i);
   run.runners.run();
@@ -270,7 +124,7 @@ TEST(HistoryModelTest, ChangesOfABatchAreToldOnce) {
 }
 
 TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
-  Session run;
+  HistorySession run;
   run.open();
   run.add("here");
   run.add("away", 5);
@@ -300,7 +154,7 @@ TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
 }
 
 TEST(HistoryModelTest, PicturesAreConvertedOneAfterTheOtherUntilItIsStopped) {
-  Session run;
+  HistorySession run;
   run.open();
   for (const char* const id : {"a", "b", "c"}) run.add(id, id[0] - 'a');
   run.runners.run();
@@ -332,7 +186,7 @@ TEST(HistoryModelTest, PicturesAreConvertedOneAfterTheOtherUntilItIsStopped) {
 }
 
 TEST(HistoryModelTest, AFullDiskIsSaidWithAWayToTryAgain) {
-  Session run;
+  HistorySession run;
   run.open();
   run.add("a");
   run.runners.advance(std::chrono::seconds(1));
@@ -356,7 +210,7 @@ TEST(HistoryModelTest, AFullDiskIsSaidWithAWayToTryAgain) {
 }
 
 TEST(HistoryModelTest, TheFooterSaysWhatGoesByItsAge) {
-  Session run;
+  HistorySession run;
   run.open();
   constexpr double day = 86400;
   run.add("a", 5 * day);  // Monday a week after
@@ -367,13 +221,13 @@ TEST(HistoryModelTest, TheFooterSaysWhatGoesByItsAge) {
   EXPECT_THAT(run.model.summary(), HasSubstr("4 captures · "));
   EXPECT_THAT(run.model.summary(), testing::Not(HasSubstr("Trash")));
   const auto outlook =
-      outlookOf(run.store, RetentionPolicy::week, run.runners.now(), Session::utcDay);
+      outlookOf(run.store, RetentionPolicy::week, run.runners.now(), HistorySession::utcDay);
   ASSERT_TRUE(outlook);
-  const LocalDay today = Session::utcDay(run.runners.now());
+  const LocalDay today = HistorySession::utcDay(run.runners.now());
   EXPECT_EQ(sentence(*outlook, today), "2 go to the Trash on Monday");
   EXPECT_EQ(sentence(*outlookOf(run.store, RetentionPolicy::week, run.runners.now() + 3 * day,
-                                Session::utcDay),
-                     Session::utcDay(run.runners.now() + 3 * day)),
+                                HistorySession::utcDay),
+                     HistorySession::utcDay(run.runners.now() + 3 * day)),
             "2 go to the Trash today");
 }
 

@@ -1,6 +1,7 @@
 #include "ui/history/history_sidebar.hpp"
 
 #include <QAction>
+#include <QEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>

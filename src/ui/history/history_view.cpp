@@ -26,7 +26,7 @@
 namespace vantorel {
 namespace {
 
-using Mode = HistorySelection::Mode;
+using SelectMode = HistorySelection::Mode;
 using Step = HistorySelection::Step;
 
 constexpr std::array tileWidths{136, 184, 264};
@@ -150,7 +150,7 @@ void HistoryView::scrollTo(std::size_t place) {
 }
 
 void HistoryView::choose(std::size_t place) {
-  model_->select([place](HistorySelection& selection) { selection.click(place, Mode::replace); });
+  model_->select([place](HistorySelection& selection) { selection.click(place, SelectMode::replace); });
   scrollTo(place);
 }
 
@@ -385,9 +385,9 @@ std::size_t HistoryView::navigationRows() const {
 }
 
 void HistoryView::step(Step step, Qt::KeyboardModifiers modifiers) {
-  Mode mode = Mode::replace;
-  if (modifiers.testFlag(Qt::ControlModifier)) mode = Mode::moveOnly;
-  if (modifiers.testFlag(Qt::ShiftModifier)) mode = Mode::extend;
+  SelectMode mode = SelectMode::replace;
+  if (modifiers.testFlag(Qt::ControlModifier)) mode = SelectMode::moveOnly;
+  if (modifiers.testFlag(Qt::ShiftModifier)) mode = SelectMode::extend;
   isFocusShown_ = true;
   if (layoutDirection() == Qt::RightToLeft) {
     if (step == Step::left) {
@@ -449,7 +449,7 @@ void HistoryView::focusInEvent(QFocusEvent* event) {
       reason == Qt::ShortcutFocusReason) {
     isFocusShown_ = true;
     if (!model_->selection().focus() && !model_->listing().isEmpty()) {
-      model_->select([](HistorySelection& selection) { selection.click(0, Mode::moveOnly); });
+      model_->select([](HistorySelection& selection) { selection.click(0, SelectMode::moveOnly); });
     }
   }
   QAbstractScrollArea::focusInEvent(event);
@@ -482,13 +482,13 @@ void HistoryView::mousePressEvent(QMouseEvent* event) {
     return;
   }
   const bool isSelected = model_->selection().contains(model_->listing().at(*pressedPlace_)->id);
-  Mode mode = Mode::replace;
-  if (modifiers.testFlag(Qt::ControlModifier)) mode = Mode::toggle;
-  if (modifiers.testFlag(Qt::ShiftModifier)) mode = Mode::extend;
-  if (mode == Mode::replace) readForDrag(model_->listing().at(*pressedPlace_));
+  SelectMode mode = SelectMode::replace;
+  if (modifiers.testFlag(Qt::ControlModifier)) mode = SelectMode::toggle;
+  if (modifiers.testFlag(Qt::ShiftModifier)) mode = SelectMode::extend;
+  if (mode == SelectMode::replace) readForDrag(model_->listing().at(*pressedPlace_));
   // What is selected may be about to be dragged, all of it.
-  if (mode == Mode::replace && isSelected) return;
-  pressedPlace_ = mode == Mode::replace ? pressedPlace_ : std::nullopt;
+  if (mode == SelectMode::replace && isSelected) return;
+  pressedPlace_ = mode == SelectMode::replace ? pressedPlace_ : std::nullopt;
   model_->select([&](HistorySelection& selection) { selection.click(*layout_.placeAt(at), mode); });
 }
 
@@ -525,7 +525,7 @@ void HistoryView::mouseReleaseEvent(QMouseEvent* event) {
     viewport()->update();
   } else if (pressed_ && pressedPlace_ && event->modifiers() == Qt::NoModifier) {
     model_->select(
-        [this](HistorySelection& selection) { selection.click(*pressedPlace_, Mode::replace); });
+        [this](HistorySelection& selection) { selection.click(*pressedPlace_, SelectMode::replace); });
   }
   pressed_.reset();
   pressedPlace_.reset();

@@ -9,6 +9,7 @@
 #include <QMenu>
 #include <QPainter>
 #include <QShortcut>
+#include <QStyle>
 #include <QToolButton>
 #include <algorithm>
 #include <array>

@@ -138,9 +138,9 @@ void SidebarRow::mouseMoveEvent(QMouseEvent* event) {
   if (row_.collectionID.empty() || !event->buttons().testFlag(Qt::LeftButton)) return;
   if ((event->pos() - pressed_).manhattanLength() < QApplication::startDragDistance()) return;
   auto* const drag = new QDrag(this);
-  auto* const data = new QMimeData;
-  data->setData(QLatin1String(collectionType), QByteArray::fromStdString(row_.collectionID));
-  drag->setMimeData(data);
+  auto* const carried = new QMimeData;
+  carried->setData(QLatin1String(collectionType), QByteArray::fromStdString(row_.collectionID));
+  drag->setMimeData(carried);
   drag->setPixmap(grab());
   setDown(false);
   drag->exec(Qt::MoveAction);

@@ -1,0 +1,192 @@
+#pragma once
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/history_model.hpp"
+#include "library/testing/test_library.hpp"
+#include "platform/testing/fake_alerts.hpp"
+#include "platform/testing/fake_defaults_store.hpp"
+#include "platform/testing/fake_image_codec.hpp"
+
+namespace vantorel {
+
+// What the tests of the History window and of its model share.
+
+class TextClipboard final : public Clipboard {
+ public:
+  std::string text;
+  std::string png;
+  void setImage(std::string image, std::move_only_function<void(Result<void>)> done) override {
+    png = std::move(image);
+    done({});
+  }
+  void setText(std::string copied, std::move_only_function<void(Result<void>)> done) override {
+    text = std::move(copied);
+    done({});
+  }
+  void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
+  [[nodiscard]] std::string shapes() const override { return {}; }
+  void handOver() override {}
+};
+
+/// A run of the program with its History window open from the start.
+struct HistorySession : TestLibrary {
+  explicit HistorySession(
+      std::shared_ptr<const ImageCodec> pictures = std::make_shared<FakeImageCodec>())
+      : codec(std::move(pictures)) {
+    // Saturday, 3 January 2026, noon UTC.
+    runners.setNow(1767441600);
+    files->makeFolder("/pictures", Privacy::byUmask).value();
+  }
+
+  void add(const std::string& id, double ago = 0,
+           const std::function<void(ScreenshotEntry&)>& change = {}) {
+    ScreenshotEntry entry;
+    entry.id = id;
+    entry.capturedAt = runners.now() - ago;
+    entry.path = "/pictures/" + id + ".png";
+    files->put(entry.path, codec->encode(pictureFor(id), {}).value());
+    if (change) change(entry);
+    store.add(std::move(entry)).value();
+  }
+  /// Each id has another color.
+  static Image pictureFor(const std::string& id) {
+    MutableImage picture({160, 100}, PixelFormat::bgrx);
+    const auto seed = static_cast<unsigned>(std::hash<std::string>()(id));
+    for (int y = 0; y < 100; ++y) {
+      const auto row = picture.row(y);
+      for (std::size_t x = 0; x < row.size(); ++x) {
+        row[x] = static_cast<std::uint8_t>((seed >> (x % 4 * 8)) + static_cast<unsigned>(y) / 2);
+      }
+    }
+    return std::move(picture).finish();
+  }
+  void open() {
+    library.open();
+    runners.run();
+  }
+  void click(const std::string& id, HistorySelection::Mode mode) {
+    const auto place = model.listing().placeOf(id);
+    ASSERT_TRUE(place) << id;
+    model.select([&](HistorySelection& selection) { selection.click(*place, mode); });
+  }
+  void choose(const std::string& id) { click(id, HistorySelection::Mode::replace); }
+  void alsoChoose(const std::string& id) { click(id, HistorySelection::Mode::toggle); }
+
+  [[nodiscard]] std::vector<std::string> listed() const {
+    std::vector<std::string> ids;
+    for (std::size_t i = 0; i < model.listing().size(); ++i) {
+      ids.push_back(model.listing().at(i)->id);
+    }
+    return ids;
+  }
+  [[nodiscard]] std::vector<std::string> sidebar() const {
+    std::vector<std::string> rows;
+    for (const HistorySidebarRow& row : model.sidebar()) {
+      rows.push_back(fmt::format("{} {}{}{}", row.label, row.count,
+                                 row.isFiledInto ? " filing" : "", row.isShown ? " shown" : ""));
+    }
+    return rows;
+  }
+  [[nodiscard]] std::string notice() const {
+    return model.notice() ? model.notice()->text : "nothing";
+  }
+  [[nodiscard]] std::string obstacle(HistoryAction action) const {
+    return model.obstacle(action).value_or("none");
+  }
+
+  static LocalDay utcDay(double seconds) {
+    const double begin = std::floor(seconds / 86400) * 86400;
+    const std::chrono::sys_days midnight{std::chrono::days(static_cast<int>(begin / 86400))};
+    const std::chrono::year_month_day date(midnight);
+    return {.year = static_cast<int>(date.year()),
+            .month = static_cast<int>(static_cast<unsigned>(date.month())),
+            .day = static_cast<int>(static_cast<unsigned>(date.day())),
+            .weekday = static_cast<int>(std::chrono::weekday(midnight).c_encoding()),
+            .begin = begin,
+            .end = begin + 86400};
+  }
+
+  std::shared_ptr<const ImageCodec> codec;
+  FakeDefaultsStore defaults;
+  SettingsStore settings{defaults, SettingsValues{}};
+  FakeAlerts alerts;
+  TextClipboard clipboard;
+  PendingArchiveWork pending;
+  SurfaceRegistry surfaces{runners.main()};
+  CaptureRewriter rewriter{{.main = runners.main(),
+                            .work = runners.runner("work"),
+                            .files = files,
+                            .codec = codec,
+                            .library = &library,
+                            .settings = &settings,
+                            .pendingWork = &pending,
+                            .surfaces = &surfaces}};
+  CaptureCopying copying{{.main = runners.main(),
+                          .work = runners.runner("work"),
+                          .files = files,
+                          .codec = codec,
+                          .library = library,
+                          .alerts = alerts,
+                          .clipboard = [this]() -> Clipboard* { return &clipboard; },
+                          .draw = {},
+                          .isWholePicture = [](const PictureBytes&) { return true; }}};
+  LibraryPrune prune{{.main = runners.main(),
+                      .work = runners.runner("work"),
+                      .files = files,
+                      .library = &library}};
+  std::set<std::string> outOfReach;
+  std::vector<std::string> opened;
+  std::shared_ptr<HistoryModel> shared = std::make_shared<HistoryModel>(HistoryModel::Services{
+      .main = runners.main(),
+      .library = library,
+      .settings = settings,
+      .actions = {.main = runners.main(),
+                  .work = runners.runner("work"),
+                  .files = files,
+                  .library = library,
+                  .rewriter = rewriter,
+                  .copying = copying,
+                  .prune = prune,
+                  .clipboard = [this]() -> Clipboard* { return &clipboard; },
+                  .isOutOfReach =
+                      [this](const ScreenshotEntry& entry) {
+                        return outOfReach.contains(entry.id);
+                      },
+                  .open = [this](const Path& path) { opened.push_back(path); },
+                  .reveal = [](const std::vector<Path>&) {}},
+      .previews = std::make_shared<PreviewCache>(
+          PreviewCache::Services{.main = runners.main(),
+                                 .work = runners.runner("previews"),
+                                 .files = files,
+                                 .codec = codec,
+                                 .clock = clock(),
+                                 .folder = library.paths().previews()}),
+      .pictures = std::make_shared<PictureLoader>(PictureLoader::Services{
+          .main = runners.main(),
+          .work = runners.runner("previews"),
+          .files = files,
+          .codec = codec}),
+      .dayOf = utcDay,
+      .captureKey = [] { return "Print"; },
+      .captureArea = [] {}});
+  HistoryModel& model = *shared;
+  int changes = 0;
+  HistoryModelChange seen;
+  Observation observation = model.observe([this](const HistoryModelChange& change) {
+    ++changes;
+    seen = change;
+  });
+};
+
+}  // namespace vantorel
