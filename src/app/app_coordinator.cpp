@@ -289,6 +289,10 @@ bool AppCoordinator::show(AppWindow window) {
   return slot.isOpen();
 }
 
+void AppCoordinator::startedAgain() {
+  if (!show(AppWindow::history)) sayThatItRuns();
+}
+
 void AppCoordinator::sayThatItRuns() {
   hasSaidThatItRuns_ = true;
   const std::string key = keys_ ? keys_->workingKey(ShortcutID::capture) : std::string();
@@ -335,6 +339,7 @@ void AppCoordinator::startResident() {
     keys_->bind();
   }
   reportUnfinishedAtLastQuit();
+  if (!services_.settings.values().hasCompletedOnboarding) (void)show(AppWindow::welcome);
   // A tray may start later than this program.
   services_.main->postAfter(trayBound, lifetime_.guard([this] {
     const bool isSeen =

@@ -90,8 +90,9 @@ class AppCoordinator {
   /// What a run in the tray does at the start: hot keys, the icon, what the last quit lost.
   void startResident();
 
-  /// Says that the program runs and how it is used, to one who looks for it. A run in the tray.
-  void sayThatItRuns();
+  /// Shows History to one who looks for the program that runs already, or else says how it is used.
+  /// A run in the tray.
+  void startedAgain();
 
   /// The tray's menu as it is now. A run in the tray.
   [[nodiscard]] std::vector<StatusMenuItem> statusMenu();
@@ -120,6 +121,7 @@ class AppCoordinator {
   void report(const CaptureReply& reply, bool timed);
   void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
   void followPreviousArea();
+  void sayThatItRuns();
   void menuChanged();
   void reportUnfinishedAtLastQuit();
   void terminateWhenSaved();

@@ -16,6 +16,10 @@ std::function<void(AppCoordinator&)> captures(StillCaptureCommand what) {
   return [what = std::move(what)](AppCoordinator& app) { app.captureForUser(what); };
 }
 
+std::function<void(AppCoordinator&)> shows(AppWindow window) {
+  return [window](AppCoordinator& app) { (void)app.show(window); };
+}
+
 std::vector<std::string> captureArguments(Kind kind) {
   return {"capture", std::string(nameOf(kind)), "--notify"};
 }
@@ -63,6 +67,19 @@ std::vector<DesktopCommand> build() {
        .label = "Undo Recent Delete",
        .run = [](AppCoordinator& app) { app.undoRecentDelete(); },
        .obstacle = noDeletion},
+      {.name = "OpenHistory",
+       .label = "Open History",
+       .shortcut = ShortcutID::history,
+       .run = shows(AppWindow::history),
+       .arguments = {"show", "history"}},
+      {.name = "OpenSettings",
+       .label = "Settings…",
+       .run = shows(AppWindow::settings),
+       .arguments = {"show", "settings"}},
+      {.name = "OpenHelp",
+       .label = "Help",
+       .run = shows(AppWindow::help),
+       .arguments = {"show", "help"}},
       {.name = "Quit", .label = "Quit Vantorel", .run = [](AppCoordinator& app) { app.quit(); }},
   };
   for (const auto& entry : enumNames<ShortcutID>) {

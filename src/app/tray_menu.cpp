@@ -153,10 +153,13 @@ std::vector<StatusMenuItem> TrayMenu::lines() {
   menu.push_back(moreCaptures());
   menu.push_back(captureDelay());
   menu.push_back(separator());
+  menu.push_back(line("OpenHistory"));
   if (!app_.library().store().collections().empty()) menu.push_back(fileIntoCollection());
   menu.push_back(copyRecentCapture());
   menu.push_back(line("UndoRecentDelete"));
   menu.push_back(separator());
+  menu.push_back(line("OpenSettings"));
+  menu.push_back(line("OpenHelp"));
   menu.push_back(line("Quit"));
   return menu;
 }

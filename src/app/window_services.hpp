@@ -9,7 +9,6 @@
 #include "app/settings_model.hpp"
 #include "app/welcome_model.hpp"
 #include "app/window_places.hpp"
-#include "library/preview_cache.hpp"
 
 namespace vantorel {
 
@@ -17,7 +16,6 @@ namespace vantorel {
 /// it. Used on the main runner.
 struct WindowServices {
   std::function<std::shared_ptr<HistoryModel>()> history;
-  std::function<std::shared_ptr<PreviewCache>()> previews;
   std::function<std::shared_ptr<SettingsModel>()> settings;
   std::function<std::shared_ptr<HelpModel>()> help;
   std::function<std::shared_ptr<WelcomeModel>()> welcome;

@@ -326,7 +326,9 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
       ->check(oneOf<command::Autostart::Verb>());
   CLI::App* const show =
       app.add_subcommand("show", "Open a window of Vantorel, which starts when it does not run");
-  show->add_option("window", given.shownWindow, "the window")->required()->check(oneOf<AppWindow>());
+  show->add_option("window", given.shownWindow, "the window")
+      ->required()
+      ->check(oneOf<AppWindow>());
   CLI::App* const quit = app.add_subcommand(
       "quit", "End the program in the tray, without a session bus too; it saves first");
   const LibraryOptions library(app);

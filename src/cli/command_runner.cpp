@@ -172,7 +172,7 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
     const bool isShown = services_.coordinator->show(shown->window);
     done(isShown ? CommandReply() : failedReply("The window can't be opened now."));
   } else if (std::holds_alternative<command::Run>(line.command)) {
-    services_.coordinator->sayThatItRuns();
+    services_.coordinator->startedAgain();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
   } else {
     whenLibraryReady(requester, std::move(done), [this, line, requester](Done wanted) {

@@ -105,7 +105,7 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
        .cancel = [&program](const std::string& requester) { program.callOff(requester); },
        .activate =
            [&program, resident] {
-             if (resident) return program.sayThatItRuns();
+             if (resident) return program.startedAgain();
              startAnother({});
            },
        .openRefused = [&program] { program.sayThatItOpensNothing(); },

@@ -86,7 +86,7 @@ void Program::sayThatItOpensNothing() {
 
 void Program::show(AppWindow window) { (void)wings_->captures.coordinator.show(window); }
 
-void Program::sayThatItRuns() { wings_->captures.coordinator.sayThatItRuns(); }
+void Program::startedAgain() { wings_->captures.coordinator.startedAgain(); }
 
 void Program::run(const CommandLine& line, CommandRunner::Done done,
                   const CommandRequester& requester) {

@@ -36,8 +36,8 @@ class Program {
   /// Runs a command of the desktop.
   void perform(const DesktopCommand& command);
 
-  /// Says that it runs, to one who started it once more.
-  void sayThatItRuns();
+  /// To one who started it once more.
+  void startedAgain();
 
   /// Opens the window, or brings it forward. A run in the tray.
   void show(AppWindow window);

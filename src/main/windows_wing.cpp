@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "app/window_places.hpp"
+#include "library/picture_loader.hpp"
 
 namespace vantorel {
 namespace {
@@ -31,7 +32,6 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
   DesktopWing& desktop = captures.desktop;
   desktop.ui->setWindowServices(
       {.history = [this] { return history(); },
-       .previews = [this] { return previews(); },
        .settings = [this] { return settings(); },
        .help = [this] { return help(); },
        .welcome = [this] { return welcome(); },
@@ -75,6 +75,12 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
                       [this](const std::vector<Path>& files) {
                         launcher.reveal(files, reported());
                       }},
+      .previews = previews(),
+      .pictures = std::make_shared<PictureLoader>(
+          PictureLoader::Services{.main = desktop.main,
+                                  .work = desktop.lanes.disks.queue("com.hollen.Vantorel.preview"),
+                                  .files = desktop.files,
+                                  .codec = desktop.codec}),
       .dayOf = systemDay,
       .captureKey =
           [this] {

@@ -135,6 +135,7 @@ void addShortcuts(std::vector<SettingRow>& rows) {
   add(ShortcutID::previousArea, "captures the area that was dragged last");
   add(ShortcutID::fullscreen, "captures the main display");
   add(ShortcutID::window, "captures a window");
+  add(ShortcutID::history, "opens History");
   add(ShortcutID::copyRecent1,
       "copies the newest capture; with a digit, the next digits copy the ones before",
       "With a digit, the next digits copy the ones before.", "Copy recent captures");

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "ui/history/history_window.hpp"
 #include "ui/kit/window_frame.hpp"
 
 namespace vantorel {
@@ -16,9 +17,16 @@ struct Row {
   std::shared_ptr<WindowFrame> (*make)(const WindowServices& services, Closed closed);
 };
 
+template <auto model, class Window>
+std::shared_ptr<WindowFrame> make(const WindowServices& services, Closed closed) {
+  return std::make_shared<Window>((services.*model)(), std::move(closed));
+}
+
 /// A window is one line here.
 const std::vector<Row>& rows() {
-  static const std::vector<Row> all{};
+  static const std::vector<Row> all{
+      {AppWindow::history, make<&WindowServices::history, HistoryWindow>},
+  };
   return all;
 }
 

@@ -131,7 +131,9 @@ class QtDesktopUi : public DesktopUi {
     }
   }
 
-  void setWindowServices(WindowServices services) override { windows_.setServices(std::move(services)); }
+  void setWindowServices(WindowServices services) override {
+    windows_.setServices(std::move(services));
+  }
   AppWindows& windows() override { return windows_; }
   StatusItem& statusItem() override { return statusItem_; }
   SelectionOverlay& selectionOverlay() override { return overlay_; }
