@@ -122,7 +122,7 @@ void LibraryPane::moved(const Result<RelocationOutcome, FolderRefusal>& outcome,
     const auto count = static_cast<std::size_t>(outcome->moved);
     if (count > 0) moveReport_ = sizeWords(count, std::nullopt) + " moved.";
   }
-  if (isTrouble && watchers_ == 0) services_.alerts.notify(std::move(title), moveReport_);
+  if (isTrouble && *windows_ == 0) services_.alerts.notify(std::move(title), moveReport_);
   observers_.notify();
 }
 
@@ -180,14 +180,9 @@ std::string LibraryPane::size() const {
   return sizeWords(store.entries().size(), services_.library.disk().storageBytes());
 }
 
-Observation LibraryPane::observe(std::function<void()> observer) {
-  ++watchers_;
-  return Observation(std::shared_ptr<void>(
-      nullptr, [observation = observers_.add(std::move(observer)),
-                gone = lifetime_.guard([this] { --watchers_; })](void*) mutable {
-        observation.end();
-        gone();
-      }));
+Observation LibraryPane::shown() {
+  ++*windows_;
+  return Observation(std::shared_ptr<void>(nullptr, [windows = windows_](void*) { --*windows; }));
 }
 
 }  // namespace vantorel

@@ -69,7 +69,12 @@ class LibraryPane {
   [[nodiscard]] std::string size() const;
 
   /// Called after each change of what is told here.
-  Observation observe(std::function<void()> observer);
+  Observation observe(std::function<void()> observer) {
+    return observers_.add(std::move(observer));
+  }
+
+  /// To be held by a window that shows what is told here: as long, no notification says it too.
+  [[nodiscard]] Observation shown();
 
  private:
   void moved(const Result<RelocationOutcome, FolderRefusal>& outcome, bool isCalledOff);
@@ -84,7 +89,7 @@ class LibraryPane {
   std::string verifyReport_;
   bool canRepair_ = false;
   bool isMeasured_ = false;
-  int watchers_ = 0;
+  std::shared_ptr<int> windows_ = std::make_shared<int>(0);  // that show this
   Observers<> observers_;
   Observation libraryObservation_;
   Lifetime lifetime_;

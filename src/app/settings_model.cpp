@@ -102,7 +102,9 @@ std::string_view SettingsModel::remarkOn(SettingsPane pane) {
              : std::string_view();
 }
 
-void SettingsModel::look(SettingsPane pane) {
+void SettingsModel::select(SettingsPane pane) {
+  pane_ = pane;
+  changed({});
   if (pane == SettingsPane::general) services_.autostart.refresh();
   if (pane == SettingsPane::library) services_.library.measure();
 }
@@ -168,6 +170,7 @@ SettingsLine SettingsModel::ownLine(std::string_view id) const {
     if (line.isBusy) line.progress = library.verifying()->words();
     line.button = line.isBusy ? "Stop" : library.canRepair() ? "Repair" : "Verify";
     line.remark = library.verifyReport();
+    line.isWarning = false;
   } else {
     VT_CHECK(false && "a row that is not there");
   }
@@ -222,6 +225,7 @@ void SettingsModel::addState(const SettingRow& row, SettingsLine& line) const {
         fmt::format("“{}”", captureFileName(values.filenameTemplate, services_.clock.now(),
                                             fileExtension(values.exportFormat)));
   } else if (row.key == "retentionDays") {
+    line.isWarning = !line.remark.empty();
     if (line.remark.empty()) line.remark = services_.retention.remark();
   } else if (row.key == "storageDirectory") {
     const LibraryPane& library = services_.library;
@@ -231,6 +235,9 @@ void SettingsModel::addState(const SettingRow& row, SettingsLine& line) const {
     line.button = line.isBusy ? "Stop" : "Move…";
     if (line.isBusy) line.resetLabel.clear();
     line.remark = library.moveReport();
+    line.isWarning = false;
+  } else if (row.control == SettingControl::picture) {
+    if (line.value != none) line.explanation = line.words;
   } else if (row.control == SettingControl::shortcut) {
     line.field = services_.recorder.field(row.key);
   }

@@ -35,6 +35,7 @@ struct SettingsLine {
   std::string label;
   std::string explanation;  ///< small; may be empty
   std::string remark;       ///< a sentence that warns, or says what came of it; may be empty
+  bool isWarning = true;    ///< the remark warns
   std::string meaning;      ///< for the tooltip
 
   /// Empty for a row that has only a button, or nothing.
@@ -86,8 +87,11 @@ class SettingsModel {
   /// A sentence on top of the pane; mostly empty.
   [[nodiscard]] static std::string_view remarkOn(SettingsPane pane);
 
-  /// To be called when a pane comes into view: looks up what is not kept at hand.
-  void look(SettingsPane pane);
+  /// The pane in view.
+  [[nodiscard]] SettingsPane pane() const { return pane_; }
+
+  /// Brings it into view, and looks up what of it is not kept at hand.
+  void select(SettingsPane pane);
 
   /// The rows of a pane in order.
   [[nodiscard]] std::vector<SettingsLine> lines(SettingsPane pane) const;
@@ -112,10 +116,13 @@ class SettingsModel {
 
   [[nodiscard]] ShortcutRecorder& recorder() { return services_.recorder; }
 
-  /// Called with the id of the row that changed; with nothing when any may have.
+  /// Called with the id of the row that changed; with nothing when any may have, or the pane.
   Observation observe(std::function<void(std::string_view id)> observer) {
     return observers_.add(std::move(observer));
   }
+
+  /// To be held by the window while it is there; see `LibraryPane::shown`.
+  [[nodiscard]] Observation shown() { return services_.library.shown(); }
 
  private:
   [[nodiscard]] SettingsLine lineOf(const SettingRow& row) const;
@@ -131,6 +138,7 @@ class SettingsModel {
   Services services_;
   std::vector<std::string_view> order_;  // of all rows, by id
   std::vector<SettingsPane> panes_;
+  SettingsPane pane_ = SettingsPane::general;
   std::map<std::string, std::string, std::less<>> refusals_;  // by id
   Observers<std::string_view> observers_;
   std::vector<Observation> observations_;

@@ -28,6 +28,7 @@ class SettingsModelTest : public testing::Test, protected SettingsSession {
                                           .retention = *retention,
                                           .recorder = recorder,
                                           .home = "/home/u"});
+    showing = model->shown();
     watching = model->observe([this](std::string_view id) { heard.emplace_back(id); });
   }
 
@@ -41,6 +42,7 @@ class SettingsModelTest : public testing::Test, protected SettingsSession {
   std::optional<SettingsModel> model;
   std::vector<std::string> heard;
   Observation watching;
+  Observation showing;
 };
 
 TEST_F(SettingsModelTest, ShowsEveryOfferedSettingOnceInPanesThatHaveRows) {
@@ -119,7 +121,7 @@ TEST_F(SettingsModelTest, SearchFindsRowsByWhatIsReadThereAndByKey) {
 
 TEST_F(SettingsModelTest, StartsWithTheSessionAndResetsAllOnlyWhenAgreed) {
   EXPECT_EQ(model->line(SettingsModel::autostartRow).obstacle, "Not known yet.");
-  model->look(SettingsPane::general);
+  model->select(SettingsPane::general);
   runners.run();
   EXPECT_EQ(model->line(SettingsModel::autostartRow).obstacle, "");
   model->set(SettingsModel::autostartRow, "true");
@@ -198,8 +200,7 @@ TEST_F(SettingsModelTest, TheFolderMovesWithProgressAndTheReportStandsInTheRow) 
   EXPECT_THAT(alerts.notices, IsEmpty()) << "the window says it";
 
   // Nobody looks any more.
-  watching.end();
-  model.reset();
+  showing.end();
   pane->moveTo("/home/u/no/where");
   runners.run();
   EXPECT_THAT(alerts.notices, ElementsAre(HasSubstr("The new folder can't be used")));
@@ -208,7 +209,7 @@ TEST_F(SettingsModelTest, TheFolderMovesWithProgressAndTheReportStandsInTheRow) 
 TEST_F(SettingsModelTest, TheLibraryIsMeasuredVerifiedAndRepaired) {
   EXPECT_EQ(model->line(SettingsModel::sizeRow).explanation, "Opening the library");
   start();
-  model->look(SettingsPane::library);
+  model->select(SettingsPane::library);
   runners.run();
   EXPECT_EQ(model->line(SettingsModel::sizeRow).explanation, "3 captures, 63 bytes");
 

@@ -61,6 +61,9 @@ class WelcomeModel {
     return observers_.add(std::move(observer));
   }
 
+  /// To be held by the window while it is there; see `LibraryPane::shown`.
+  [[nodiscard]] Observation shown() { return services_.library.shown(); }
+
  private:
   Services services_;
   Observers<> observers_;

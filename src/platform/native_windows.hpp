@@ -71,6 +71,10 @@ class NativeWindows {
   /// Whether any key of the keyboard or button of the pointer is down, whoever is told of it.
   [[nodiscard]] virtual bool isAnythingPressed() const = 0;
 
+  /// The symbol (an X keysym) that a hardware key writes without modifiers, in the first layout;
+  /// 0 when that is not known.
+  [[nodiscard]] virtual std::uint32_t plainSymbol(std::uint32_t hardwareKey) const = 0;
+
   [[nodiscard]] virtual std::optional<PixelPoint> pointer() const = 0;
   virtual void movePointer(PixelPoint to) = 0;
 

@@ -98,6 +98,7 @@ class AbsentNativeWindows final : public NativeWindows {
   [[nodiscard]] bool canBeTransparent() const override { return false; }
   [[nodiscard]] bool hasEmbeddingTray() const override { return false; }
   [[nodiscard]] bool isAnythingPressed() const override { return false; }
+  [[nodiscard]] std::uint32_t plainSymbol(std::uint32_t) const override { return 0; }
   [[nodiscard]] std::optional<PixelPoint> pointer() const override { return std::nullopt; }
   void movePointer(PixelPoint) override {}
   [[nodiscard]] Image wallpaper() const override { return {}; }

@@ -112,6 +112,15 @@ bool X11NativeWindows::isAnythingPressed() const {
          (state && (state->mask & anyButton) != 0);
 }
 
+std::uint32_t X11NativeWindows::plainSymbol(std::uint32_t hardwareKey) const {
+  const xcb_setup_t* const setup = xcb_get_setup(c_);
+  if (hardwareKey < setup->min_keycode || hardwareKey > setup->max_keycode) return 0;
+  const auto mapping = xReply<xcb_get_keyboard_mapping_reply>(
+      c_, xcb_get_keyboard_mapping(c_, static_cast<xcb_keycode_t>(hardwareKey), 1));
+  if (!mapping || xcb_get_keyboard_mapping_keysyms_length(mapping.get()) == 0) return 0;
+  return *xcb_get_keyboard_mapping_keysyms(mapping.get());
+}
+
 std::optional<PixelPoint> X11NativeWindows::pointer() const {
   const auto reply = xReply<xcb_query_pointer_reply>(c_, xcb_query_pointer(c_, root_));
   if (!reply) return std::nullopt;

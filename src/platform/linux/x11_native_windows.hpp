@@ -26,6 +26,7 @@ class X11NativeWindows final : public NativeWindows {
   [[nodiscard]] bool canBeTransparent() const override;
   [[nodiscard]] bool hasEmbeddingTray() const override;
   [[nodiscard]] bool isAnythingPressed() const override;
+  [[nodiscard]] std::uint32_t plainSymbol(std::uint32_t hardwareKey) const override;
   [[nodiscard]] std::optional<PixelPoint> pointer() const override;
   void movePointer(PixelPoint to) override;
   [[nodiscard]] Image wallpaper() const override;

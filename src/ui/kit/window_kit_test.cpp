@@ -11,7 +11,6 @@
 #include <QTemporaryDir>
 #include <QVBoxLayout>
 
-#include "platform/linux/desktop_session.hpp"
 #include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/floating_surface.hpp"
 #include "ui/kit/icons.hpp"
@@ -67,11 +66,6 @@ class TestWindow : public WindowFrame {
 
 class WindowKitTest : public UiTestCase {
  protected:
-  std::shared_ptr<NativeWindows> nativeWindows() {
-    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return makeDisplayServer()->nativeWindows({.x11 = x11->connection()}, ui->mainRunner());
-  }
-
   void strikeWithControl(std::uint32_t keysym) {
     client->key(XK_Control_L, true);
     strike(keysym);

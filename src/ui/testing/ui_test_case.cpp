@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QGuiApplication>
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -43,6 +44,11 @@ void UiTestCase::startUi() {
 }
 
 std::unique_ptr<DesktopUi> UiTestCase::makeUi() { return makeQtDesktopUi(*makeDisplayServer()); }
+
+std::shared_ptr<NativeWindows> UiTestCase::nativeWindows() {
+  const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  return makeDisplayServer()->nativeWindows({.x11 = x11->connection()}, ui->mainRunner());
+}
 
 bool UiTestCase::waitFor(const std::function<bool()>& condition) {
   const auto end = SteadyClock::now() + std::chrono::seconds(8);

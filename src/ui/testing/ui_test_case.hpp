@@ -29,6 +29,9 @@ class UiTestCase : public testing::Test {
   /// Null when no display server answers.
   [[nodiscard]] static std::unique_ptr<DesktopUi> makeUi();
 
+  /// On the toolkit's connection.
+  [[nodiscard]] std::shared_ptr<NativeWindows> nativeWindows();
+
   /// Handles events until `condition` holds; false when it does not within some seconds.
   [[nodiscard]] bool waitFor(const std::function<bool()>& condition);
 

@@ -1,0 +1,66 @@
+#include "ui/kit/role_label.hpp"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QStyle>
+
+namespace vantorel {
+
+RoleLabel::RoleLabel(const QString& text, Role role, Font makeFont, QWidget* parent)
+    : QLabel(text, parent), role_(role), makeFont_(makeFont) {
+  setTextFormat(Qt::PlainText);
+  setWordWrap(true);
+  apply();
+}
+
+void RoleLabel::setRole(Role role) {
+  role_ = role;
+  apply();
+}
+
+void RoleLabel::setPath(const QString& path) {
+  isPath_ = true;
+  setWordWrap(false);
+  setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  setText(path);
+  setToolTip(path);
+}
+
+QSize RoleLabel::minimumSizeHint() const {
+  return isPath_ ? QSize(1, QLabel::minimumSizeHint().height()) : QLabel::minimumSizeHint();
+}
+
+void RoleLabel::paintEvent(QPaintEvent* event) {
+  if (!isPath_ || fontMetrics().horizontalAdvance(text()) <= contentsRect().width()) {
+    return QLabel::paintEvent(event);
+  }
+  QPainter painter(this);
+  style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(),
+                        isEnabled(),
+                        fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width()),
+                        QPalette::WindowText);
+}
+
+bool RoleLabel::event(QEvent* event) {
+  const bool done = QLabel::event(event);
+  switch (event->type()) {
+    case QEvent::ApplicationPaletteChange:
+    case QEvent::ApplicationFontChange:
+    case QEvent::PaletteChange: apply(); break;
+    default: break;
+  }
+  return done;
+}
+
+void RoleLabel::apply() {
+  const QColor color = rolesOf(QGuiApplication::palette()).*role_;
+  if (palette().color(QPalette::WindowText) != color) {
+    QPalette own = palette();
+    own.setColor(QPalette::WindowText, color);
+    setPalette(own);
+  }
+  if (const QFont wanted = makeFont_(); font() != wanted) setFont(wanted);
+}
+
+}  // namespace vantorel

@@ -1,0 +1,218 @@
+#include "ui/welcome/welcome_window.hpp"
+
+#include <QEvent>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QVBoxLayout>
+#include <utility>
+
+#include "ui/kit/icons.hpp"
+#include "ui/kit/key_caps.hpp"
+#include "ui/kit/link_button.hpp"
+#include "ui/kit/role_label.hpp"
+#include "ui/kit/row_group.hpp"
+#include "ui/kit/toggle_switch.hpp"
+#include "ui/kit/tokens.hpp"
+#include "ui/welcome/welcome_picture.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr QSize usualSize(520, 600);
+constexpr QSize leastSize(400, 360);
+constexpr int side = 40;
+constexpr int rowHeight = 56;
+
+/// A symbol in the accent's color.
+class Symbol : public QWidget {
+ public:
+  Symbol(IconName name, QWidget* parent) : QWidget(parent), name_(name) {
+    setFixedSize(barIconSize, barIconSize);
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    icon(name_, IconTint::accent).paint(&painter, rect());
+  }
+
+ private:
+  IconName name_;
+};
+
+/// A row with a symbol and two lines of words; what changes it is added to its layout.
+struct Row {
+  QWidget* widget;
+  QHBoxLayout* layout;
+  QVBoxLayout* words;
+};
+
+Row makeRow(IconName symbol, const QString& title) {
+  auto* const widget = new QWidget;
+  widget->setMinimumHeight(rowHeight);
+  auto* const layout = new QHBoxLayout(widget);
+  layout->setContentsMargins(14, tokens::space8, 14, tokens::space8);
+  layout->setSpacing(14);
+  layout->addWidget(new Symbol(symbol, widget));
+  auto* const words = new QVBoxLayout;
+  words->setSpacing(0);
+  words->addWidget(new RoleLabel(title, &PaletteRoles::text, tokens::bodyFont));
+  layout->addLayout(words, 1);
+  return {widget, layout, words};
+}
+
+RoleLabel* addSmall(const Row& row) {
+  auto* const label = new RoleLabel({}, &PaletteRoles::quiet, tokens::smallFont);
+  row.words->addWidget(label);
+  return label;
+}
+
+}  // namespace
+
+WelcomeWindow::WelcomeWindow(std::shared_ptr<WelcomeModel> model, std::function<void()> onClosed)
+    : WindowFrame("welcome", QStringLiteral("Vantorel"), {usualSize, leastSize},
+                  [model, closed = std::move(onClosed)] {
+                    model->finish();
+                    if (closed) closed();
+                  }),
+      model_(std::move(model)) {
+  auto* const content = new QWidget(this);
+  auto* const all = new QVBoxLayout(content);
+  all->setContentsMargins(0, 0, 0, 0);
+  all->setSpacing(0);
+  auto* const scroll = new QScrollArea(content);
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setFocusPolicy(Qt::NoFocus);
+  scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll->viewport()->setAutoFillBackground(false);
+  auto* const page = new QWidget;
+  page->setAutoFillBackground(false);
+  auto* const column = new QVBoxLayout(page);
+  column->setContentsMargins(side, 20, side, tokens::space16);
+  column->setSpacing(0);
+  column->addWidget(new WelcomePicture(page));
+  column->addSpacing(20);
+  column->addWidget(new RoleLabel(QStringLiteral("Capture what is on your screen"),
+                                  &PaletteRoles::text, tokens::largeFont));
+  column->addSpacing(6);
+  column->addWidget(new RoleLabel(
+      QStringLiteral("Press the key, drag an area, and it is saved. Everything you take is kept in "
+                     "History until you delete it."),
+      &PaletteRoles::quiet, tokens::bodyFont));
+  column->addSpacing(tokens::space16);
+  column->addWidget(makeRows());
+  column->addStretch(1);
+  scroll->setWidget(page);
+  all->addWidget(scroll, 1);
+  all->addWidget(makeButtons());
+  setContent(content);
+  showing_ = model_->shown();
+  observation_ = model_->observe([this] { showState(); });
+  showState();
+}
+
+WelcomeWindow::~WelcomeWindow() = default;
+
+QWidget* WelcomeWindow::makeRows() {
+  auto* const group = new RowGroup;
+  const Row capture = makeRow(IconName::keyboard, QStringLiteral("Capture an area"));
+  keyWords_ = addSmall(capture);
+  key_ = new KeyCaps(capture.widget);
+  auto* const change = new QPushButton(QStringLiteral("Change…"), capture.widget);
+  change->setAutoDefault(false);
+  change->setAccessibleName(QStringLiteral("Change the capture key…"));
+  change->setToolTip(QStringLiteral("Settings → Shortcuts"));
+  connect(change, &QPushButton::clicked, this, [this] { model_->changeKey(); });
+  capture.layout->addWidget(key_);
+  capture.layout->addWidget(change);
+  group->addRow(capture.widget);
+
+  const Row folder = makeRow(IconName::folder, QStringLiteral("Captures go to"));
+  folder_ = addSmall(folder);
+  folderRemark_ = addSmall(folder);
+  auto* const choose = new QPushButton(QStringLiteral("Choose…"), folder.widget);
+  choose->setAutoDefault(false);
+  choose->setAccessibleName(QStringLiteral("Choose the folder of the captures…"));
+  choose->setToolTip(QStringLiteral("Choose the folder of the captures"));
+  connect(choose, &QPushButton::clicked, this, [this] { chooseFolder(); });
+  folder.layout->addWidget(choose);
+  group->addRow(folder.widget);
+
+  const Row session = makeRow(IconName::timer, QStringLiteral("Start with the session"));
+  sessionWords_ = addSmall(session);
+  session_ = new ToggleSwitch(session.widget);
+  session_->setAccessibleName(QStringLiteral("Start with the session"));
+  session_->setToolTip(QStringLiteral("Start with the session"));
+  connect(session_, &QAbstractButton::clicked, this,
+          [this](bool isOn) { model_->setStartsWithSession(isOn); });
+  session.layout->addWidget(session_);
+  group->addRow(session.widget);
+  return group;
+}
+
+QWidget* WelcomeWindow::makeButtons() {
+  auto* const bar = new QWidget;
+  auto* const row = new QHBoxLayout(bar);
+  row->setContentsMargins(side - tokens::space4, tokens::space8, side, tokens::space24);
+  row->setSpacing(tokens::space8);
+  auto* const keys = new LinkButton(QStringLiteral("All keys"), bar);
+  keys->setToolTip(QStringLiteral("All keys (F1)"));
+  connect(keys, &QPushButton::clicked, this, [this] { model_->showAllKeys(); });
+  auto* const attempt = new QPushButton(QStringLiteral("Try a capture"), bar);
+  attempt->setAutoDefault(false);
+  attempt->setToolTip(QStringLiteral("Capture an area now"));
+  connect(attempt, &QPushButton::clicked, this, [this] { model_->tryCapture(); });
+  auto* const done = new QPushButton(QStringLiteral("Done"), bar);
+  done->setDefault(true);
+  done->setToolTip(QStringLiteral("Close (Enter)"));
+  connect(done, &QPushButton::clicked, this, [this] { close(); });
+  row->addWidget(keys);
+  row->addStretch();
+  row->addWidget(attempt);
+  row->addWidget(done);
+  return bar;
+}
+
+void WelcomeWindow::chooseFolder() {
+  auto* const dialog = new QFileDialog(this, QStringLiteral("Captures go to"));
+  dialog->setAttribute(Qt::WA_DeleteOnClose);
+  dialog->setFileMode(QFileDialog::Directory);
+  dialog->setOption(QFileDialog::ShowDirsOnly);
+  connect(dialog, &QFileDialog::fileSelected, this,
+          [this](const QString& folder) { model_->chooseFolder(folder.toStdString()); });
+  dialog->open();
+}
+
+void WelcomeWindow::showState() {
+  const auto text = [](const std::string& utf8) { return QString::fromStdString(utf8); };
+  const auto key = model_->captureKey();
+  key_->setVisible(!key.empty());
+  key_->setKeys({key}, {});
+  keyWords_->setText(text(model_->captureWords()));
+  folder_->setPath(text(model_->folder()));
+  folderRemark_->setText(text(model_->folderRemark()));
+  folderRemark_->setVisible(!folderRemark_->text().isEmpty());
+  sessionWords_->setText(text(model_->sessionWords()));
+  session_->setChecked(model_->startsWithSession());
+}
+
+void WelcomeWindow::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    close();
+  } else {
+    WindowFrame::keyPressEvent(event);
+  }
+}
+
+void WelcomeWindow::changeEvent(QEvent* event) {
+  WindowFrame::changeEvent(event);
+  // A tray may have come.
+  if (event->type() == QEvent::ActivationChange && session_ != nullptr) showState();
+}
+
+}  // namespace vantorel
