@@ -4,8 +4,11 @@
 #include <utility>
 #include <vector>
 
+#include "ui/help/help_window.hpp"
 #include "ui/history/history_window.hpp"
 #include "ui/kit/window_frame.hpp"
+#include "ui/settings/settings_window.hpp"
+#include "ui/welcome/welcome_window.hpp"
 
 namespace vantorel {
 namespace {
@@ -26,6 +29,9 @@ std::shared_ptr<WindowFrame> make(const WindowServices& services, Closed closed)
 const std::vector<Row>& rows() {
   static const std::vector<Row> all{
       {AppWindow::history, make<&WindowServices::history, HistoryWindow>},
+      {AppWindow::settings, make<&WindowServices::settings, SettingsWindow>},
+      {AppWindow::help, make<&WindowServices::help, HelpWindow>},
+      {AppWindow::welcome, make<&WindowServices::welcome, WelcomeWindow>},
   };
   return all;
 }
