@@ -62,6 +62,7 @@ Row makeRow(IconName symbol, const QString& title) {
   words->setSpacing(0);
   words->addWidget(new RoleLabel(title, &PaletteRoles::text, tokens::bodyFont));
   layout->addLayout(words, 1);
+  layout->setAlignment(words, Qt::AlignVCenter);
   return {widget, layout, words};
 }
 
