@@ -6,6 +6,7 @@ set -euo pipefail
 program=$(realpath "${1:-build/release/bin/vantorel}")
 rounds=${2:-11}
 . "$(dirname "$0")/private_desktop.sh"
+seen_library "$folder/warm"
 
 # A text-rich screen: what people take pictures of.
 xsetroot -mod 24 24 -fg '#30506a' -bg '#2d4a66'

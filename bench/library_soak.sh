@@ -10,6 +10,7 @@ kills=${2:-300}
 seed=${3:-1}
 screen=320x200x24
 . "$(dirname "$0")/private_desktop.sh"
+seen_library "$folder/library"
 
 python3 - "$program" "$folder" "$kills" "$seed" <<'PYTHON'
 import json, os, pathlib, random, signal, struct, subprocess, sys, time, zlib

@@ -10,6 +10,7 @@ openbox >/dev/null 2>&1 &
 children+=($!)
 xsetroot -solid white
 xdotool mousemove 1000 1000
+seen_library "$folder/library"
 "$program" --root "$folder/library" settings set copyToClipboardAfterCapture false >/dev/null
 "$program" --root "$folder/library" &
 tray=$!

@@ -21,3 +21,9 @@ dbus-daemon --session --fork --print-address=1 --print-pid=1 >"$folder/bus"
 { read -r DBUS_SESSION_BUS_ADDRESS && read -r bus; } <"$folder/bus"
 children+=("$bus")
 export DBUS_SESSION_BUS_ADDRESS
+
+# A library in which the window of the first start has been seen: it would be measured too.
+seen_library() {
+  mkdir -p "$1"
+  printf '{"hasCompletedOnboarding":true}\n' >"$1/settings.json"
+}

@@ -5,6 +5,7 @@ set -euo pipefail
 program=$(realpath "${1:-build/release/bin/vantorel}")
 rounds=${2:-11}
 . "$(dirname "$0")/private_desktop.sh"
+seen_library "$folder/library"
 
 python3 - "$program" "$folder" "$rounds" <<'PYTHON'
 import re, statistics, subprocess, sys, time

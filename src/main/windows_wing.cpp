@@ -13,6 +13,12 @@ std::string homeFolder() {
   return home != nullptr ? home : "";
 }
 
+std::vector<Path> configFolders(const UserFolders& user) {
+  std::vector<Path> folders{user.config.parent_path()};
+  folders.insert(folders.end(), user.sharedConfig.begin(), user.sharedConfig.end());
+  return folders;
+}
+
 }  // namespace
 
 WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
@@ -20,6 +26,10 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
       editor(theEditor),
       launcher(captures.desktop.main,
                captures.desktop.lanes.disks.queue("com.hollen.Vantorel.launcher")),
+      keyHolders({.main = captures.desktop.main,
+                  .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.launcher"),
+                  .files = captures.desktop.files,
+                  .configFolders = configFolders(captures.desktop.user)}),
       autostart({.main = captures.desktop.main,
                  .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
                  .autostart = &captures.desktop.autostart}),
@@ -28,7 +38,9 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
                .move = captures.libraryWing.move,
                .repair = captures.libraryWing.repair,
                .alerts = *captures.desktop.alerts}),
-      recorder({.settings = captures.desktop.settings, .keys = captures.coordinator.keys()}) {
+      recorder({.settings = captures.desktop.settings,
+                .keys = captures.coordinator.keys(),
+                .holders = &keyHolders}) {
   DesktopWing& desktop = captures.desktop;
   desktop.ui->setWindowServices(
       {.history = [this] { return history(); },

@@ -12,6 +12,7 @@
 #include "library/preview_cache.hpp"
 #include "main/editor_wing.hpp"
 #include "platform/linux/desktop_file_launcher.hpp"
+#include "platform/linux/desktop_key_holders.hpp"
 
 namespace vantorel {
 
@@ -22,6 +23,7 @@ struct WindowsWing {
   CaptureWing& captures;
   EditorWing& editor;
   DesktopFileLauncher launcher;
+  DesktopKeyHolders keyHolders;
   AutostartSwitch autostart;
   LibraryPane library;
   ShortcutRecorder recorder;
