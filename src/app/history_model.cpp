@@ -91,6 +91,7 @@ void HistoryModel::refresh() {
     all.collectionID.clear();
     listing_.setQuery(std::move(all));
   }
+  coming_.listing |= listing_.refreshDays();
   if (listing_.refresh()) selection_.refresh();
   // An age that nobody has agreed to moves nothing.
   const RetentionPolicy policy = services_.settings.values().retentionDays;

@@ -40,6 +40,7 @@ HistoryBlankPage::HistoryBlankPage(std::shared_ptr<HistoryModel> model, QWidget*
       text_(new QLabel),
       first_(new QPushButton),
       second_(new QPushButton) {
+  setObjectName(QStringLiteral("blank"));
   auto* const column = new QVBoxLayout(this);
   column->setContentsMargins(tokens::space24, tokens::space24, tokens::space24, tokens::space24);
   column->setSpacing(tokens::space12);
@@ -82,6 +83,10 @@ void HistoryBlankPage::show(const HistoryBlank& blank) {
   title_->setText(QString::fromStdString(blank.title));
   text_->setText(QString::fromStdString(blank.text));
   text_->setVisible(!blank.text.empty());
+  // A layout that centers a label gives it the height of one line.
+  for (QLabel* const label : {title_, text_}) {
+    label->setFixedHeight(label->heightForWidth(textWidth));
+  }
   const bool isSearch = kind_ == Kind::nothingFound;
   first_->setVisible(isSearch || kind_ == Kind::nothingCaptured);
   first_->setText(isSearch ? QStringLiteral("Search everything")

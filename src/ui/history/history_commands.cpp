@@ -9,14 +9,6 @@
 #include "ui/history/tile_painting.hpp"
 
 namespace vantorel {
-namespace {
-
-QIcon dotIcon(CollectionColor color) {
-  // The same drawing as elsewhere, in the collection's color.
-  return icon(IconName::record, colorOf(color));
-}
-
-}  // namespace
 
 HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* window)
     : QObject(window),
@@ -124,7 +116,7 @@ void HistoryCommands::fillCollections(QMenu& menu) {
   for (const HistoryCollection& collection : model_->store().collections()) {
     const bool isMember = std::ranges::find(common, collection.id) != common.end();
     QAction* const action =
-        menu.addAction(dotIcon(collection.color), QString::fromStdString(collection.name), this,
+        menu.addAction(dotOf(collection.color), QString::fromStdString(collection.name), this,
                        [this, id = collection.id, isMember] {
                          model_->actions().collect(model_->subjects(), id, !isMember);
                        });

@@ -150,7 +150,7 @@ void HistoryFooter::refresh() {
   filing_->setAccessibleName(
       QStringLiteral("New captures go into ") +
       (target != nullptr ? QString::fromStdString(target->name) : QStringLiteral("no collection")));
-  filing_->setIcon(target != nullptr ? icon(IconName::record, colorOf(target->color)) : QIcon());
+  filing_->setIcon(target != nullptr ? dotOf(target->color) : QIcon());
   arrange();
 }
 
@@ -190,9 +190,9 @@ void HistoryFooter::showFilingMenu() {
   for (const HistorySidebarRow& row : model_->sidebar()) {
     if (row.collectionID.empty()) continue;
     isFiling |= row.isFiledInto;
-    QAction* const action = menu->addAction(
-        icon(IconName::record, colorOf(*row.color)), QString::fromStdString(row.label), this,
-        [this, id = row.collectionID] { model_->fileInto(id); });
+    QAction* const action =
+        menu->addAction(dotOf(*row.color), QString::fromStdString(row.label), this,
+                        [this, id = row.collectionID] { model_->fileInto(id); });
     action->setCheckable(true);
     action->setChecked(row.isFiledInto);
   }

@@ -97,6 +97,7 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
       before_(plainButton(IconName::left, QStringLiteral("Previous (Left)"))),
       after_(plainButton(IconName::right, QStringLiteral("Next (Right)"))),
       detailsPane_(new QWidget) {
+  setObjectName(QStringLiteral("preview"));
   setFocusPolicy(Qt::StrongFocus);
   setAccessibleName(QStringLiteral("Preview"));
   auto* const column = new QVBoxLayout(this);

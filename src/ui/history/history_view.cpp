@@ -17,6 +17,7 @@
 #include "base/size_text.hpp"
 #include "library/entry_title.hpp"
 #include "ui/history/capture_mime_data.hpp"
+#include "ui/history/captures_accessible.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -54,6 +55,8 @@ int captionHeight() {
 
 HistoryView::HistoryView(std::shared_ptr<HistoryModel> model, QWidget* parent)
     : QAbstractScrollArea(parent), model_(std::move(model)), pictures_(model_->previews()) {
+  installCapturesAccessibility();
+  setObjectName(QStringLiteral("captures"));
   setFrameShape(QFrame::NoFrame);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::StrongFocus);
@@ -133,6 +136,10 @@ QRect HistoryView::areaOf(std::size_t place) const {
   return layout_.tile(place).translated(0, columnsHeight() - verticalScrollBar()->value());
 }
 
+std::optional<std::size_t> HistoryView::placeAt(const QPoint& inViewport) const {
+  return layout_.placeAt(contentPoint(inViewport));
+}
+
 void HistoryView::updateTile(std::size_t place) {
   viewport()->update(areaOf(place).adjusted(-8, -8, 8, 8));
 }
@@ -150,7 +157,8 @@ void HistoryView::scrollTo(std::size_t place) {
 }
 
 void HistoryView::choose(std::size_t place) {
-  model_->select([place](HistorySelection& selection) { selection.click(place, SelectMode::replace); });
+  model_->select(
+      [place](HistorySelection& selection) { selection.click(place, SelectMode::replace); });
   scrollTo(place);
 }
 
@@ -306,7 +314,8 @@ void HistoryView::paintColumns(QPainter& painter) const {
   painter.fillRect(QRect(bar.left(), bar.bottom(), bar.width(), 1), roles.line);
   painter.setFont(tokens::smallFont());
   painter.setPen(roles.quiet);
-  for (const ListColumns::Column& column : ListColumns(bar.width()).all()) {
+  const ListColumns columns(bar.width());
+  for (const ListColumns::Column& column : columns.all()) {
     painter.drawText(QRect(column.left, 0, column.width, bar.height()),
                      Qt::AlignVCenter | Qt::AlignLeading, nameOf(column.what));
   }
@@ -524,8 +533,9 @@ void HistoryView::mouseReleaseEvent(QMouseEvent* event) {
   if (std::exchange(isBand_, false)) {
     viewport()->update();
   } else if (pressed_ && pressedPlace_ && event->modifiers() == Qt::NoModifier) {
-    model_->select(
-        [this](HistorySelection& selection) { selection.click(*pressedPlace_, SelectMode::replace); });
+    model_->select([this](HistorySelection& selection) {
+      selection.click(*pressedPlace_, SelectMode::replace);
+    });
   }
   pressed_.reset();
   pressedPlace_.reset();

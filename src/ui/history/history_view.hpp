@@ -48,6 +48,7 @@ class HistoryView : public QAbstractScrollArea {
 
   [[nodiscard]] const HistoryModel& model() const { return *model_; }
   [[nodiscard]] QRect areaOf(std::size_t place) const;  ///< in the viewport
+  [[nodiscard]] std::optional<std::size_t> placeAt(const QPoint& inViewport) const;
   void choose(std::size_t place);
 
  protected:

@@ -6,19 +6,14 @@
 
 #include <QAccessible>
 #include <QApplication>
-#include <QClipboard>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMimeData>
-#include <QScrollBar>
+#include <QUrl>
 
 #include "app/history_session.hpp"
 #include "platform/linux/linux_image_codec.hpp"
 #include "ui/history/capture_mime_data.hpp"
-#include "ui/history/history_blank.hpp"
-#include "ui/history/history_preview.hpp"
 #include "ui/history/history_view.hpp"
-#include "ui/history/sidebar_row.hpp"
 #include "ui/testing/ui_test_case.hpp"
 
 namespace vantorel {
@@ -41,9 +36,11 @@ class HistoryWindowTest : public UiTestCase {
     window = std::make_unique<HistoryWindow>(run.shared, [this] { isClosed = true; });
     window->bringForward();
     ASSERT_TRUE(eventually([&] { return window->isActiveWindow(); }));
-    view = window->findChild<HistoryView*>();
+    view = dynamic_cast<HistoryView*>(find("captures"));
     rest();
   }
+
+  QWidget* find(const char* name) { return window->findChild<QWidget*>(QString::fromLatin1(name)); }
 
   /// The library's runners have no loop of their own.
   bool eventually(const std::function<bool()>& condition) {
@@ -87,7 +84,7 @@ class HistoryWindowTest : public UiTestCase {
 TEST_F(HistoryWindowTest, ShowsWhatIsThereAndWhatToDoWhenNothingIs) {
   openWindow();
   keepPicture("history-empty");
-  EXPECT_TRUE(window->findChild<HistoryBlankPage*>()->isVisible());
+  EXPECT_TRUE(find("blank")->isVisible());
   for (int i = 0; i < 30; ++i) {
     run.add(fmt::format("shot{}", i), i * 9000.0, [&](ScreenshotEntry& entry) {
       entry.sourceApp = SourceApp{.bundleID = {}, .name = i % 2 == 0 ? "Terminal" : "Maps"};
@@ -116,6 +113,116 @@ TEST_F(HistoryWindowTest, ShowsWhatIsThereAndWhatToDoWhenNothingIs) {
   window->resize(600, 460);
   rest();
   keepPicture("history-narrow");
+}
+
+TEST_F(HistoryWindowTest, AHandAndAKeyboardDoWhatTheySay) {
+  openWindow();
+  for (int i = 0; i < 12; ++i) run.add(fmt::format("shot{}", i), i * 60.0);
+  rest();
+  // Search, and back to the captures.
+  type("shot1");
+  EXPECT_EQ(run.model.listing().query().text, "shot1");
+  EXPECT_EQ(run.model.listing().size(), 3U);
+  key(XK_Return);
+  EXPECT_EQ(run.model.selection().focus(), 0U);
+  key(XK_Right);
+  EXPECT_THAT(selected(), ElementsAre("shot10"));
+  key(XK_f, XK_Control_L);
+  key(XK_Escape);
+  EXPECT_EQ(run.model.listing().size(), 12U);
+  key(XK_Escape);
+
+  // Rename in place; letters there are no search.
+  click(middleOf("shot2"));
+  rest();
+  key(XK_F2);
+  type("weir");
+  keepPicture("history-rename");
+  key(XK_Return);
+  EXPECT_EQ(run.store.find("shot2")->title, "weir");
+  EXPECT_EQ(run.model.listing().size(), 12U);
+  key(XK_d, XK_Control_L);
+  EXPECT_TRUE(run.store.find("shot2")->starred);
+
+  // The preview follows the arrow keys and gives the place back.
+  key(XK_space);
+  EXPECT_TRUE(find("preview")->isVisible());
+  ASSERT_TRUE(eventually([] { return true; }));
+  rest();
+  keepPicture("history-preview");
+  key(XK_Right);
+  EXPECT_THAT(selected(), ElementsAre("shot3"));
+  key(XK_space);
+  EXPECT_FALSE(find("preview")->isVisible());
+  EXPECT_TRUE(view->hasFocus());
+
+  // To the Trash and back.
+  key(XK_Right, XK_Shift_L);
+  EXPECT_THAT(selected(), ElementsAre("shot3", "shot4"));
+  key(XK_Delete);
+  EXPECT_EQ(run.model.listing().size(), 10U);
+  EXPECT_TRUE(find("undo")->isVisible());
+  run.runners.advance(std::chrono::seconds(3));
+  keepPicture("history-undo");
+  key(XK_z, XK_Control_L);
+  EXPECT_EQ(run.model.listing().size(), 12U);
+  EXPECT_FALSE(find("undo")->isVisible());
+
+  // A band drawn from below the last row.
+  const QPoint corner = view->viewport()->mapToGlobal(view->viewport()->rect().bottomLeft());
+  movePointer(corner + QPoint(6, -6));
+  press();
+  movePointer(middleOf("shot8") + QPoint(0, 40));
+  movePointer(middleOf("shot8"));
+  keepPicture("history-band");
+  release();
+  rest();
+  EXPECT_THAT(selected(), ElementsAre("shot8"));
+
+  click(middleOf("shot5"), 3);
+  rest();
+  keepPicture("history-menu");
+  EXPECT_THAT(selected(), ElementsAre("shot5"));
+  key(XK_Escape);
+  key(XK_w, XK_Control_L);
+  EXPECT_TRUE(isClosed);
+}
+
+TEST_F(HistoryWindowTest, ScreenReadersSeeAListOfWhatIsThere) {
+  openWindow();
+  for (int i = 0; i < 300; ++i) run.add(fmt::format("shot{:03}", i), i * 60.0);
+  rest();
+  QAccessibleInterface* const list = QAccessible::queryAccessibleInterface(view);
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(list->role(), QAccessible::List);
+  ASSERT_EQ(list->childCount(), 300);
+  QAccessibleInterface* const first = list->child(0);
+  EXPECT_EQ(first->role(), QAccessible::ListItem);
+  EXPECT_THAT(first->text(QAccessible::Name).toStdString(), HasSubstr("shot000, "));
+  EXPECT_EQ(list->child(0), first) << "the same object for as long as the list stays";
+  EXPECT_EQ(list->indexOfChild(first), 0);
+  EXPECT_TRUE(first->rect().contains(middleOf("shot000")));
+  EXPECT_FALSE(first->state().offscreen);
+  EXPECT_TRUE(list->child(299)->state().offscreen);
+  key(XK_Right);
+  EXPECT_TRUE(list->child(0)->state().selected);
+  EXPECT_TRUE(list->child(0)->state().focused);
+  first->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+  EXPECT_THAT(selected(), ElementsAre("shot000"));
+  run.model.search("shot299");
+  EXPECT_EQ(list->childCount(), 1);
+  EXPECT_THAT(list->child(0)->text(QAccessible::Name).toStdString(), HasSubstr("shot299"));
+}
+
+TEST_F(HistoryWindowTest, WhatIsDraggedOutIsTheFileAndThePicture) {
+  run.open();
+  run.add("a");
+  const auto data = makeCaptureMimeData({run.store.find("a")}, "png bytes");
+  EXPECT_EQ(data->urls().front().toLocalFile().toStdString(), "/pictures/a.png");
+  EXPECT_EQ(data->data(QStringLiteral("image/png")), "png bytes");
+  EXPECT_THAT(draggedCaptures(*data), ElementsAre("a"));
+  EXPECT_THAT(draggedCaptures(QMimeData()), IsEmpty());
+  EXPECT_FALSE(makeCaptureMimeData({run.store.find("a")}, "")->hasFormat("image/png"));
 }
 
 }  // namespace

@@ -257,4 +257,21 @@ QColor colorOf(CollectionColor color) {
   std::unreachable();
 }
 
+QIcon dotOf(CollectionColor color) {
+  QIcon dot;
+  for (const int ratio : {1, 2, 3}) {
+    QPixmap pixmap(rowIconSize * ratio, rowIconSize * ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colorOf(color));
+    painter.drawEllipse(QRectF(3 * ratio, 3 * ratio, 10 * ratio, 10 * ratio));
+    painter.end();
+    pixmap.setDevicePixelRatio(ratio);
+    dot.addPixmap(pixmap);
+  }
+  return dot;
+}
+
 }  // namespace vantorel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QIcon>
 #include <QPixmap>
 #include <QRect>
 #include <QString>
@@ -64,5 +65,8 @@ class ListColumns {
 [[nodiscard]] std::string toolTipOf(const ScreenshotEntry& entry);
 
 [[nodiscard]] QColor colorOf(CollectionColor color);
+
+/// The mark of a collection, in menus and on buttons.
+[[nodiscard]] QIcon dotOf(CollectionColor color);
 
 }  // namespace vantorel

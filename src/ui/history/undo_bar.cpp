@@ -53,6 +53,7 @@ class UndoButton : public QPushButton {
 
 UndoBar::UndoBar(std::shared_ptr<HistoryModel> model, QWidget* parent)
     : QWidget(parent), model_(std::move(model)), undo_(new UndoButton(this)) {
+  setObjectName(QStringLiteral("undo"));
   undo_->setToolTip(QStringLiteral("Restore from the Trash (Ctrl+Z)"));
   connect(undo_, &QPushButton::clicked, this, [this] { model_->undo(); });
   hide();

@@ -1,0 +1,156 @@
+#include "ui/history/captures_accessible.hpp"
+
+#include <QAccessible>
+#include <QAccessibleWidget>
+#include <QApplication>
+#include <map>
+#include <memory>
+
+#include "library/entry_title.hpp"
+#include "ui/history/history_view.hpp"
+#include "ui/history/tile_painting.hpp"
+
+namespace vantorel {
+namespace {
+
+class CapturesAccessible;
+
+/// One capture. What it says is what stands at its place now.
+class CaptureAccessible : public QAccessibleInterface, public QAccessibleActionInterface {
+ public:
+  CaptureAccessible(CapturesAccessible& list, std::size_t place) : list_(list), place_(place) {}
+
+  [[nodiscard]] std::size_t place() const { return place_; }
+  [[nodiscard]] bool isValid() const override;
+  [[nodiscard]] QObject* object() const override { return nullptr; }
+  [[nodiscard]] QWindow* window() const override;
+  [[nodiscard]] QAccessibleInterface* parent() const override;
+  [[nodiscard]] QAccessibleInterface* child(int) const override { return nullptr; }
+  [[nodiscard]] QAccessibleInterface* childAt(int, int) const override { return nullptr; }
+  [[nodiscard]] int childCount() const override { return 0; }
+  [[nodiscard]] int indexOfChild(const QAccessibleInterface*) const override { return -1; }
+  [[nodiscard]] QString text(QAccessible::Text what) const override;
+  void setText(QAccessible::Text, const QString&) override {}
+  [[nodiscard]] QRect rect() const override;
+  [[nodiscard]] QAccessible::Role role() const override { return QAccessible::ListItem; }
+  [[nodiscard]] QAccessible::State state() const override;
+  void* interface_cast(QAccessible::InterfaceType type) override {
+    return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface*>(this)
+                                                : nullptr;
+  }
+  [[nodiscard]] QStringList actionNames() const override { return {pressAction()}; }
+  void doAction(const QString& name) override;
+  [[nodiscard]] QStringList keyBindingsForAction(const QString&) const override { return {}; }
+
+ private:
+  CapturesAccessible& list_;
+  std::size_t place_;
+};
+
+class CapturesAccessible : public QAccessibleWidget {
+ public:
+  explicit CapturesAccessible(HistoryView* view)
+      : QAccessibleWidget(view, QAccessible::List), view_(view) {}
+  ~CapturesAccessible() override {
+    for (const auto& [place, id] : items_) QAccessible::deleteAccessibleInterface(id);
+  }
+
+  [[nodiscard]] HistoryView& view() const { return *view_; }
+  [[nodiscard]] const HistoryListing& listing() const { return view_->model().listing(); }
+
+  [[nodiscard]] int childCount() const override { return static_cast<int>(listing().size()); }
+
+  /// Made once for each place, and kept by the registry that deletes it.
+  [[nodiscard]] QAccessibleInterface* child(int index) const override {
+    if (index < 0 || index >= childCount()) return nullptr;
+    const auto place = static_cast<std::size_t>(index);
+    const auto found = items_.find(place);
+    if (found != items_.end()) return QAccessible::accessibleInterface(found->second);
+    auto* const item = new CaptureAccessible(const_cast<CapturesAccessible&>(*this), place);
+    items_.emplace(place, QAccessible::registerAccessibleInterface(item));
+    return item;
+  }
+  [[nodiscard]] int indexOfChild(const QAccessibleInterface* child) const override {
+    const auto* const item = dynamic_cast<const CaptureAccessible*>(child);
+    return item == nullptr ? -1 : static_cast<int>(item->place());
+  }
+  [[nodiscard]] QAccessibleInterface* childAt(int x, int y) const override {
+    const auto place = view_->placeAt(view_->viewport()->mapFromGlobal(QPoint(x, y)));
+    return place ? child(static_cast<int>(*place)) : nullptr;
+  }
+  [[nodiscard]] QAccessibleInterface* focusChild() const override {
+    const auto focus = view_->model().selection().focus();
+    return focus && view_->hasFocus() ? child(static_cast<int>(*focus)) : nullptr;
+  }
+
+ private:
+  HistoryView* view_;
+  mutable std::map<std::size_t, QAccessible::Id> items_;
+};
+
+bool CaptureAccessible::isValid() const { return place_ < list_.listing().size(); }
+
+QWindow* CaptureAccessible::window() const { return list_.window(); }
+
+QAccessibleInterface* CaptureAccessible::parent() const { return &list_; }
+
+QString CaptureAccessible::text(QAccessible::Text what) const {
+  if (!isValid()) return {};
+  const ScreenshotEntry& entry = *list_.listing().at(place_);
+  if (what == QAccessible::Description) return QString::fromStdString(entry.path);
+  if (what != QAccessible::Name) return {};
+  const HistoryListing::Section& section = list_.listing().sectionOf(place_);
+  QString name = QString::fromStdString(titleOf(entry)) + ", " + kindOf(entry);
+  if (!section.title.empty()) name += ", " + QString::fromStdString(section.title);
+  name += " " + QString::fromStdString(list_.listing().timeOf(place_));
+  if (entry.sourceApp) name += ", " + QString::fromStdString(entry.sourceApp->name);
+  if (entry.starred) name += QStringLiteral(", starred");
+  if (list_.view().model().isOutOfReach(entry)) name += QStringLiteral(", out of reach");
+  return name;
+}
+
+QRect CaptureAccessible::rect() const {
+  if (!isValid()) return {};
+  const QRect area = list_.view().areaOf(place_);
+  return {list_.view().viewport()->mapToGlobal(area.topLeft()), area.size()};
+}
+
+QAccessible::State CaptureAccessible::state() const {
+  QAccessible::State state;
+  if (!isValid()) {
+    state.invalid = true;
+    return state;
+  }
+  const HistoryModel& model = list_.view().model();
+  state.selectable = true;
+  state.multiSelectable = true;
+  state.focusable = true;
+  state.selected = model.selection().contains(list_.listing().at(place_)->id);
+  state.focused = list_.view().hasFocus() && model.selection().focus() == place_;
+  if (!list_.view().viewport()->rect().intersects(list_.view().areaOf(place_))) {
+    state.offscreen = true;
+    state.invisible = true;
+  }
+  return state;
+}
+
+void CaptureAccessible::doAction(const QString& name) {
+  if (isValid() && name == pressAction()) list_.view().choose(place_);
+}
+
+QAccessibleInterface* makeCaptures(const QString&, QObject* object) {
+  auto* const view = dynamic_cast<HistoryView*>(object);
+  return view == nullptr ? nullptr : new CapturesAccessible(view);
+}
+
+}  // namespace
+
+void installCapturesAccessibility() {
+  // An application forgets its factories when it goes.
+  constexpr const char* mark = "vantorelCapturesAccessible";
+  if (qApp->property(mark).toBool()) return;
+  qApp->setProperty(mark, true);
+  QAccessible::installFactory(makeCaptures);
+}
+
+}  // namespace vantorel
