@@ -41,6 +41,8 @@ HistoryBlankPage::HistoryBlankPage(std::shared_ptr<HistoryModel> model, QWidget*
       first_(new QPushButton),
       second_(new QPushButton) {
   setObjectName(QStringLiteral("blank"));
+  setFocusPolicy(Qt::ClickFocus);
+  hide();
   auto* const column = new QVBoxLayout(this);
   column->setContentsMargins(tokens::space24, tokens::space24, tokens::space24, tokens::space24);
   column->setSpacing(tokens::space12);

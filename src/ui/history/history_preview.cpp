@@ -22,6 +22,7 @@
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/kit/tokens.hpp"
+#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {
@@ -29,6 +30,7 @@ namespace {
 using Step = HistorySelection::Step;
 
 constexpr int barHeight = 52;
+constexpr int stepButton = 36;
 constexpr int detailsFrom = 1000;  // px of width
 constexpr int detailsWidth = 300;
 constexpr std::size_t mostText = 4000;  // bytes of recognized text that are shown
@@ -50,6 +52,40 @@ QToolButton* plainButton(IconName symbol, const QString& help) {
   button->setToolTip(help);
   return button;
 }
+
+/// A round button over the picture.
+class StepButton : public QToolButton {
+ public:
+  StepButton(IconName symbol, const QString& help) : symbol_(symbol) {
+    setAccessibleName(help);
+    setToolTip(help);
+    setFixedSize(stepButton, stepButton);
+    setCursor(Qt::ArrowCursor);
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    if (!isEnabled()) return;
+    const PaletteRoles roles = rolesOf(palette());
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor fill = roles.isDark ? mixed(roles.window, roles.text, 0.08) : roles.base;
+    if (underMouse() || isDown()) fill = mixed(fill, roles.text, isDown() ? 0.09 : 0.05);
+    painter.setPen(roles.fieldBorder);
+    painter.setBrush(fill);
+    painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
+    const QRect area(QPoint((width() - rowIconSize) / 2, (height() - rowIconSize) / 2),
+                     QSize(rowIconSize, rowIconSize));
+    painter.drawPixmap(area.topLeft(),
+                       iconPixmap(symbol_, area.size(), devicePixelRatioF(), roles.text));
+    if (hasKeyboardFocus(*this)) {
+      paintFocusRing(painter, QRectF(rect()).adjusted(3, 3, -3, -3), stepButton / 2.0, roles.focus);
+    }
+  }
+
+ private:
+  IconName symbol_;
+};
 
 QLabel* wrapped(const QString& text) {
   auto* const label = new QLabel(text);
@@ -94,8 +130,8 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
       title_(new QLabel),
       position_(new QLabel),
       canvas_(new PictureCanvas),
-      before_(plainButton(IconName::left, QStringLiteral("Previous (Left)"))),
-      after_(plainButton(IconName::right, QStringLiteral("Next (Right)"))),
+      before_(new StepButton(IconName::left, QStringLiteral("Previous (Left)"))),
+      after_(new StepButton(IconName::right, QStringLiteral("Next (Right)"))),
       detailsPane_(new QWidget) {
   setObjectName(QStringLiteral("preview"));
   setFocusPolicy(Qt::StrongFocus);
@@ -114,8 +150,6 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   position_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   position_->setForegroundRole(QPalette::PlaceholderText);
   bar->addWidget(back);
-  bar->addWidget(before_);
-  bar->addWidget(after_);
   bar->addWidget(title_, 1);
   bar->addSpacing(tokens::space4);
   bar->addWidget(position_, 1);
@@ -136,6 +170,8 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   middle->setSpacing(0);
   canvas_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
   middle->addWidget(canvas_, 1);
+  for (QToolButton* const button : {before_, after_}) button->setParent(canvas_);
+  canvas_->installEventFilter(this);
   auto* const scroll = new QScrollArea;
   scroll->setFrameShape(QFrame::NoFrame);
   scroll->setWidgetResizable(true);
@@ -301,6 +337,15 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
 
 void HistoryPreview::resizeEvent(QResizeEvent*) {
   detailsPane_->parentWidget()->parentWidget()->setVisible(width() >= detailsFrom);
+}
+
+bool HistoryPreview::eventFilter(QObject* object, QEvent* event) {
+  if (object == canvas_ && event->type() == QEvent::Resize) {
+    const int y = (canvas_->height() - stepButton) / 2;
+    before_->move(tokens::space16, y);
+    after_->move(canvas_->width() - stepButton - tokens::space16, y);
+  }
+  return QWidget::eventFilter(object, event);
 }
 
 void HistoryPreview::keyPressEvent(QKeyEvent* event) {

@@ -33,6 +33,7 @@ class HistoryPreview : public QWidget {
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  bool eventFilter(QObject* object, QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
  private:

@@ -57,6 +57,7 @@ HistoryView::HistoryView(std::shared_ptr<HistoryModel> model, QWidget* parent)
     : QAbstractScrollArea(parent), model_(std::move(model)), pictures_(model_->previews()) {
   installCapturesAccessibility();
   setObjectName(QStringLiteral("captures"));
+  hide();
   setFrameShape(QFrame::NoFrame);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::StrongFocus);
@@ -229,7 +230,8 @@ void HistoryView::paintEvent(QPaintEvent* event) {
 
 void HistoryView::paintHeader(QPainter& painter, std::size_t section, const QRect& area) const {
   const HistoryListing::Section& day = model_->listing().sections()[section];
-  const int margin = viewport()->width() < narrowWidth ? tokens::space16 : tokens::space24;
+  const bool isClose = layout_.isList() || viewport()->width() < narrowWidth;
+  const int margin = isClose ? tokens::space16 : tokens::space24;
   paintDayHeader(painter, area.adjusted(margin, 0, -margin, 0), QString::fromStdString(day.title),
                  QString::fromStdString(day.detail), rolesOf(palette()), layoutDirection());
 }

@@ -124,7 +124,6 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
   observation_ =
       model_->observe([this](const HistoryModelChange& change) { modelChanged(change); });
   modelChanged({.listing = true, .sidebar = true, .status = true, .undo = true});
-  view_->setFocus();
   setTabOrder(search_, filter_);
   setTabOrder(filter_, modes_);
 }
@@ -209,8 +208,15 @@ void HistoryWindow::modelChanged(const HistoryModelChange& change) {
   if (change.listing) {
     const auto blank = model_->blank();
     if (blank) blank_->show(*blank);
-    blank_->setVisible(blank.has_value());
-    view_->setVisible(!blank);
+    // The one takes over the other's focus, and nobody else's.
+    const QWidget* const focus = focusWidget();
+    const bool hadFocus = focus == nullptr || focus == view_ || focus == blank_ ||
+                          blank_->isAncestorOf(focus) || view_->isAncestorOf(focus);
+    QWidget* const shown = blank ? static_cast<QWidget*>(blank_) : view_;
+    const bool isOther = shown->isHidden();
+    shown->show();
+    if (isOther && hadFocus) shown->setFocus();
+    (blank ? static_cast<QWidget*>(view_) : blank_)->hide();
     // What was found by the model's own doing stands in the field too.
     if (const QString text = QString::fromStdString(model_->listing().query().text);
         text != search_->text()) {
