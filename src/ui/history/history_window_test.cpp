@@ -11,7 +11,6 @@
 #include <QUrl>
 
 #include "app/history_session.hpp"
-#include "platform/linux/linux_image_codec.hpp"
 #include "ui/history/capture_mime_data.hpp"
 #include "ui/history/history_view.hpp"
 #include "ui/testing/ui_test_case.hpp"
@@ -75,7 +74,7 @@ class HistoryWindowTest : public UiTestCase {
     return ids;
   }
 
-  HistorySession run{std::make_shared<LinuxImageCodec>()};
+  HistorySession run;
   bool isClosed = false;
   std::unique_ptr<HistoryWindow> window;
   HistoryView* view = nullptr;
