@@ -90,7 +90,6 @@ SettingsWindow::~SettingsWindow() {
 
 QWidget* SettingsWindow::makeNavigation() {
   navigation_ = new QWidget(this);
-  navigation_->setFixedWidth(navigationWidth);
   auto* const column = new QVBoxLayout(navigation_);
   column->setContentsMargins(tokens::space8, tokens::space12, tokens::space8, tokens::space12);
   column->setSpacing(2);
@@ -107,11 +106,26 @@ QWidget* SettingsWindow::makeNavigation() {
     column->addWidget(button);
   }
   column->addStretch();
+  fitNavigation();
   connect(search_, &QLineEdit::textChanged, this, [this](const QString& searched) {
     if (topSearch_->text() != searched) topSearch_->setText(searched);
     changed({});
   });
   return navigation_;
+}
+
+/// As wide as its longest title needs.
+void SettingsWindow::fitNavigation() {
+  int width = navigationWidth;
+  for (const auto& [pane, button] : panes_) {
+    width = std::max(width, button->sizeHint().width() + 2 * tokens::space8);
+  }
+  navigation_->setFixedWidth(width);
+}
+
+void SettingsWindow::changeEvent(QEvent* event) {
+  WindowFrame::changeEvent(event);
+  if (event->type() == QEvent::FontChange && navigation_ != nullptr) fitNavigation();
 }
 
 QWidget* SettingsWindow::makeTop() {
@@ -298,7 +312,8 @@ void SettingsWindow::leave() {
 
 void SettingsWindow::resizeEvent(QResizeEvent* event) {
   WindowFrame::resizeEvent(event);
-  const bool isNarrow = width() < narrow;
+  // A wider navigation takes no room from the rows.
+  const bool isNarrow = width() < narrow + navigation_->width() - navigationWidth;
   navigation_->setVisible(!isNarrow);
   top_->setVisible(isNarrow);
 }

@@ -35,11 +35,13 @@ class SettingsWindow : public WindowFrame {
   void resizeEvent(QResizeEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void showEvent(QShowEvent* event) override;
+  void changeEvent(QEvent* event) override;
   void leave() override;
 
  private:
   QWidget* makeNavigation();
   QWidget* makeTop();
+  void fitNavigation();
   QWidget* makePane();
   void addKeys();
   void changed(std::string_view id);

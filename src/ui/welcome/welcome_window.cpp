@@ -60,15 +60,16 @@ Row makeRow(IconName symbol, const QString& title) {
   layout->addWidget(new Symbol(symbol, widget));
   auto* const words = new QVBoxLayout;
   words->setSpacing(0);
+  words->addStretch();
   words->addWidget(new RoleLabel(title, &PaletteRoles::text, tokens::bodyFont));
+  words->addStretch();
   layout->addLayout(words, 1);
-  layout->setAlignment(words, Qt::AlignVCenter);
   return {widget, layout, words};
 }
 
 RoleLabel* addSmall(const Row& row) {
   auto* const label = new RoleLabel({}, &PaletteRoles::quiet, tokens::smallFont);
-  row.words->addWidget(label);
+  row.words->insertWidget(row.words->count() - 1, label);  // before the stretch
   return label;
 }
 
