@@ -133,6 +133,7 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"capture", "display", "--output", "shot.bmp"}, "--output must end in"},
       {{"capture", "display", "--output", "-", "--json"}, "--json doesn't go with it"},
       {{"capture", "moon"}, "\"vantorel capture --help\""},
+      {{"show", "window"}, "Show must be one of history, settings, help, welcome."},
       {{"autostart", "perhaps"}, "Autostart must be one of on, off, status."},
       {{"convert", "latest", "--format", "bmp"}, "--format must be one of png, jpeg, heic, webp."},
       {{"annotate", "latest"}, "either --apply FILE or --print"},
