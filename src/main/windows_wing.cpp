@@ -114,8 +114,9 @@ std::shared_ptr<PreviewCache> WindowsWing::previews() {
 }
 
 std::shared_ptr<SettingsModel> WindowsWing::settings() {
+  if (auto open = openSettings_.lock()) return open;
   DesktopWing& desktop = captures.desktop;
-  return std::make_shared<SettingsModel>(
+  auto model = std::make_shared<SettingsModel>(
       SettingsModel::Services{.settings = desktop.settings,
                               .history = captures.libraryWing.library.store(),
                               .clock = *desktop.clock,
@@ -125,6 +126,8 @@ std::shared_ptr<SettingsModel> WindowsWing::settings() {
                               .retention = captures.libraryWing.retention,
                               .recorder = recorder,
                               .home = homeFolder()});
+  openSettings_ = model;
+  return model;
 }
 
 std::shared_ptr<HelpModel> WindowsWing::help() {
@@ -149,7 +152,12 @@ std::shared_ptr<WelcomeModel> WindowsWing::welcome() {
                              .library = library,
                              .statusItem = &desktop.ui->statusItem(),
                              .home = homeFolder(),
-                             .openShortcuts = opens(AppWindow::settings),
+                             .openShortcuts =
+                                 [this] {
+                                   const auto shown = settings();  // until the window has it
+                                   shown->select(SettingsPane::shortcuts);
+                                   (void)captures.coordinator.show(AppWindow::settings);
+                                 },
                              .openHelp = opens(AppWindow::help),
                              .captureArea = [this] { captures.coordinator.captureForUser({}); }});
 }

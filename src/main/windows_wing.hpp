@@ -31,10 +31,13 @@ struct WindowsWing {
  private:
   [[nodiscard]] std::shared_ptr<HistoryModel> history();
   [[nodiscard]] std::shared_ptr<PreviewCache> previews();
+  /// The one of the open window, if there is one.
   [[nodiscard]] std::shared_ptr<SettingsModel> settings();
   [[nodiscard]] std::shared_ptr<HelpModel> help();
   [[nodiscard]] std::shared_ptr<WelcomeModel> welcome();
   [[nodiscard]] FileLauncher::Done reported();
+
+  std::weak_ptr<SettingsModel> openSettings_;
 };
 
 }  // namespace vantorel

@@ -14,22 +14,31 @@ namespace vantorel {
 namespace {
 
 using Closed = std::function<void()>;
+using Native = std::shared_ptr<NativeWindows>;
 
 struct Row {
   AppWindow window;
-  std::shared_ptr<WindowFrame> (*make)(const WindowServices& services, Closed closed);
+  std::shared_ptr<WindowFrame> (*make)(const WindowServices& services, const Native& native,
+                                       Closed closed);
 };
 
 template <auto model, class Window>
-std::shared_ptr<WindowFrame> make(const WindowServices& services, Closed closed) {
+std::shared_ptr<WindowFrame> make(const WindowServices& services, const Native&, Closed closed) {
   return std::make_shared<Window>((services.*model)(), std::move(closed));
+}
+
+std::shared_ptr<WindowFrame> makeSettings(const WindowServices& services, const Native& native,
+                                          Closed closed) {
+  auto window = std::make_shared<SettingsWindow>(services.settings(), std::move(closed));
+  window->setPlainSymbol([native](std::uint32_t key) { return native->plainSymbol(key); });
+  return window;
 }
 
 /// A window is one line here.
 const std::vector<Row>& rows() {
   static const std::vector<Row> all{
       {AppWindow::history, make<&WindowServices::history, HistoryWindow>},
-      {AppWindow::settings, make<&WindowServices::settings, SettingsWindow>},
+      {AppWindow::settings, makeSettings},
       {AppWindow::help, make<&WindowServices::help, HelpWindow>},
       {AppWindow::welcome, make<&WindowServices::welcome, WelcomeWindow>},
   };
@@ -41,7 +50,7 @@ const std::vector<Row>& rows() {
 std::shared_ptr<Surface> QtAppWindows::open(AppWindow window, Closed closed) {
   const auto found = std::ranges::find(rows(), window, &Row::window);
   if (found == rows().end()) return nullptr;
-  std::shared_ptr<WindowFrame> frame = found->make(services_, std::move(closed));
+  std::shared_ptr<WindowFrame> frame = found->make(services_, native_, std::move(closed));
   frame->setPlaces(services_.places);
   frame->setActions({.quit = services_.quit,
                      .showHelp = [show = services_.show] { show(AppWindow::help); },

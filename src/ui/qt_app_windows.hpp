@@ -1,13 +1,19 @@
 #pragma once
 
+#include <memory>
+#include <utility>
+
 #include "app/app_windows.hpp"
 #include "app/window_services.hpp"
+#include "platform/native_windows.hpp"
 
 namespace vantorel {
 
 /// The windows made of the toolkit's. Each stands in the one list of the source file.
 class QtAppWindows final : public AppWindows {
  public:
+  explicit QtAppWindows(std::shared_ptr<NativeWindows> native) : native_(std::move(native)) {}
+
   /// Before the first window.
   void setServices(WindowServices services) { services_ = std::move(services); }
 
@@ -15,6 +21,7 @@ class QtAppWindows final : public AppWindows {
                                               std::function<void()> closed) override;
 
  private:
+  std::shared_ptr<NativeWindows> native_;
   WindowServices services_;
 };
 

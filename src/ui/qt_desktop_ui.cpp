@@ -156,7 +156,7 @@ class QtDesktopUi : public DesktopUi {
   const std::shared_ptr<DesktopCover> cover_ = std::make_shared<DesktopCover>(native_);
   QtSelectionOverlay overlay_{native_};
   QtStatusItem statusItem_{native_};
-  QtAppWindows windows_;
+  QtAppWindows windows_{native_};
   CaptureFlash flash_{native_};
   AlertDialogs alerts_;
   std::optional<int> quitStatus_;

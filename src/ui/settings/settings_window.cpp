@@ -219,6 +219,8 @@ void SettingsWindow::showEvent(QShowEvent* event) {
 
 void SettingsWindow::changed(std::string_view id) {
   if (!isBuilt_) return;
+  // Who asks for a pane wants to see it.
+  if (model_->pane() != shownPane_ && !search_->text().isEmpty()) return search_->clear();
   if (model_->pane() != shownPane_ || search_->text().trimmed() != shownSearch_) return rebuild();
   if (id.empty()) {
     for (const auto& [each, row] : rows_) row->setLine(model_->line(each));
