@@ -41,9 +41,7 @@ class TextClipboard final : public Clipboard {
 
 /// A run of the program with its History window open from the start.
 struct HistorySession : TestLibrary {
-  explicit HistorySession(
-      std::shared_ptr<const ImageCodec> pictures = std::make_shared<FakeImageCodec>())
-      : codec(std::move(pictures)) {
+  HistorySession() {
     // Saturday, 3 January 2026, noon UTC.
     runners.setNow(1767441600);
     files->makeFolder("/pictures", Privacy::byUmask).value();
@@ -117,7 +115,7 @@ struct HistorySession : TestLibrary {
             .end = begin + 86400};
   }
 
-  std::shared_ptr<const ImageCodec> codec;
+  std::shared_ptr<const ImageCodec> codec = std::make_shared<FakeImageCodec>();
   FakeDefaultsStore defaults;
   SettingsStore settings{defaults, SettingsValues{}};
   FakeAlerts alerts;
