@@ -23,6 +23,7 @@ void HistorySelection::selectRange(std::size_t from, std::size_t to) {
 }
 
 void HistorySelection::click(std::size_t place, Mode mode) {
+  entries_.reset();
   if (place >= listing_.size()) return;
   const std::string& id = listing_.at(place)->id;
   switch (mode) {
@@ -59,6 +60,7 @@ void HistorySelection::toggleFocused() {
 }
 
 void HistorySelection::selectAll() {
+  entries_.reset();
   ids_.clear();
   ids_.reserve(listing_.size());
   for (std::size_t place = 0; place < listing_.size(); ++place) {
@@ -66,14 +68,19 @@ void HistorySelection::selectAll() {
   }
 }
 
-void HistorySelection::clear() { ids_.clear(); }
+void HistorySelection::clear() {
+  entries_.reset();
+  ids_.clear();
+}
 
 void HistorySelection::beginBand(bool adds) {
+  entries_.reset();
   if (!adds) ids_.clear();
   beforeBand_ = ids_;
 }
 
 void HistorySelection::setBand(const std::vector<std::size_t>& places) {
+  entries_.reset();
   ids_ = beforeBand_;
   for (const std::size_t place : places) ids_.insert(listing_.at(place)->id);
   if (!places.empty()) {
@@ -83,6 +90,7 @@ void HistorySelection::setBand(const std::vector<std::size_t>& places) {
 }
 
 void HistorySelection::refresh() {
+  entries_.reset();
   std::erase_if(ids_, [this](const std::string& id) { return !listing_.placeOf(id); });
   std::erase_if(beforeBand_, [this](const std::string& id) { return !listing_.placeOf(id); });
   if (anchor_) anchor_ = listing_.placeOf(anchorID_);
@@ -95,14 +103,15 @@ void HistorySelection::refresh() {
   }
 }
 
-EntryList HistorySelection::entries() const {
+const EntryList& HistorySelection::entries() const {
+  if (entries_) return *entries_;
   std::vector<std::size_t> places;
   places.reserve(ids_.size());
   for (const std::string& id : ids_) {
     if (const auto place = listing_.placeOf(id)) places.push_back(*place);
   }
   std::ranges::sort(places);
-  EntryList entries;
+  EntryList& entries = entries_.emplace();
   entries.reserve(places.size());
   for (const std::size_t place : places) entries.push_back(listing_.at(place));
   return entries;

@@ -63,7 +63,7 @@ class HistorySelection {
   [[nodiscard]] std::optional<std::size_t> focus() const { return focus_; }
 
   /// In the order of the listing.
-  [[nodiscard]] EntryList entries() const;
+  [[nodiscard]] const EntryList& entries() const;
 
   /// What an action is for: what is selected, or else the entry with the focus.
   [[nodiscard]] EntryList subjects() const;
@@ -83,6 +83,7 @@ class HistorySelection {
   IDs beforeBand_;
   std::optional<std::size_t> focus_;
   std::string focusID_;
+  mutable std::optional<EntryList> entries_;  // until something changes: it takes a while
   std::optional<std::size_t> anchor_;
   std::string anchorID_;
 };
