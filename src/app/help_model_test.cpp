@@ -93,9 +93,11 @@ TEST(WelcomeModelTest, SaysHowToCaptureWhereToAndHowTheProgramIsReached) {
   SettingsSession session;
   session.start();
   FakeTray tray;
+  ShortcutRecorder recorder({.settings = *session.settings, .keys = &*session.keys});
   WelcomeModel model({.settings = *session.settings,
                       .autostart = session.autostartSwitch,
                       .library = *session.pane,
+                      .recorder = &recorder,
                       .statusItem = &tray,
                       .home = "/home/u",
                       .openShortcuts = [] {},
@@ -109,10 +111,18 @@ TEST(WelcomeModelTest, SaysHowToCaptureWhereToAndHowTheProgramIsReached) {
   EXPECT_EQ(model.sessionWords(),
             "This desktop has no tray. Start Vantorel again to open History.");
 
+  EXPECT_EQ(model.captureWords(), "Space picks a window, Escape cancels.");
   int changes = 0;
   const Observation watching = model.observe([&] { ++changes; });
+  const HotKeySpec held{'q', HotKeySpec::control};
+  session.hotKeys.taken = {held};
+  session.settings->set(&SettingsValues::captureHotKey, held);
+  session.runners.run();
+  EXPECT_EQ(model.captureWords(),
+            "Another program holds this key. It works once that program lets go.");
+  changes = 0;
   session.settings->set(&SettingsValues::captureHotKey, std::nullopt);
-  EXPECT_EQ(changes, 1);
+  EXPECT_GT(changes, 0);
   EXPECT_EQ(model.captureWords(),
             "No capture shortcut is set. Capture from the menu bar, or record one in Settings → "
             "Shortcuts.");

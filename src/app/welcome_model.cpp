@@ -14,6 +14,10 @@ WelcomeModel::WelcomeModel(Services services) : services_(std::move(services)) {
   }));
   observations_.push_back(services_.autostart.observe(changed));
   observations_.push_back(services_.library.observe(changed));
+  if (services_.recorder != nullptr) {
+    observations_.push_back(
+        services_.recorder->observe([changed](std::string_view) { changed(); }));
+  }
   services_.autostart.refresh();
 }
 
@@ -23,6 +27,10 @@ std::vector<std::string> WelcomeModel::captureKey() const {
 }
 
 std::string WelcomeModel::captureWords() const {
+  if (services_.recorder != nullptr) {
+    const ShortcutRecorder::Field field = services_.recorder->field("captureHotKey");
+    if (!field.isListening && !field.remark.empty()) return field.remark;
+  }
   return services_.settings.values().captureHotKey
              ? "Space picks a window, Escape cancels."
              : "No capture shortcut is set. Capture from the menu bar, or record one in Settings → "

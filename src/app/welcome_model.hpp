@@ -6,6 +6,7 @@
 
 #include "app/autostart_switch.hpp"
 #include "app/library_pane.hpp"
+#include "app/shortcut_recorder.hpp"
 #include "app/status_menu.hpp"
 #include "base/observers.hpp"
 #include "settings/settings_store.hpp"
@@ -19,6 +20,7 @@ class WelcomeModel {
     SettingsStore& settings;
     AutostartSwitch& autostart;
     LibraryPane& library;
+    ShortcutRecorder* recorder = nullptr;    ///< knows whether the key works; may be null
     const StatusItem* statusItem = nullptr;  ///< null where there is none
     std::string home;                        ///< see `SettingsModel::Services`
 
@@ -32,7 +34,7 @@ class WelcomeModel {
   /// The names on the keys that capture an area; empty when none is set.
   [[nodiscard]] std::vector<std::string> captureKey() const;
 
-  /// How an area is captured, or what to do about the key that is missing.
+  /// How an area is captured, or what is the matter with the key.
   [[nodiscard]] std::string captureWords() const;
 
   [[nodiscard]] std::string folder() const;

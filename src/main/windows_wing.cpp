@@ -150,6 +150,7 @@ std::shared_ptr<WelcomeModel> WindowsWing::welcome() {
       WelcomeModel::Services{.settings = desktop.settings,
                              .autostart = autostart,
                              .library = library,
+                             .recorder = &recorder,
                              .statusItem = &desktop.ui->statusItem(),
                              .home = homeFolder(),
                              .openShortcuts =
