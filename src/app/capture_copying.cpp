@@ -83,6 +83,14 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, Done done) {
       }));
 }
 
+void CaptureCopying::picture(const ScreenshotEntry& entry,
+                             std::function<void(Result<std::string, CopyFailure>)> done) {
+  roundTrip(
+      *services_.work, services_.main,
+      [with = services_, entry] { return pictureAsPNG(with, entry); },
+      lifetime_.guard(std::move(done)));
+}
+
 void CaptureCopying::copyForUser(const std::string& id) {
   const Done report = lifetime_.guard([this](const Result<void, CopyFailure>& copied) {
     if (!copied) services_.alerts.notify("Copy failed", sentence(copied.error()));

@@ -61,6 +61,10 @@ class CaptureCopying {
   /// Answers when it is there.
   void copy(const ScreenshotEntry& entry, Done done);
 
+  /// The picture as a PNG file, as it would be copied.
+  void picture(const ScreenshotEntry& entry,
+               std::function<void(Result<std::string, CopyFailure>)> done);
+
   /// The capture of that id, for a user who is told when it fails.
   void copyForUser(const std::string& id);
 

@@ -9,6 +9,7 @@
 #include "base/area_downscale.hpp"
 #include "base/round_trip.hpp"
 #include "base/size_text.hpp"
+#include "editor/entry_document.hpp"
 #include "library/pending_undo.hpp"
 
 namespace vantorel {
@@ -409,6 +410,20 @@ void CardStack::undo(std::uint64_t number) {
     if (back == nullptr || outcome.failures.empty()) return;
     ended(number, outcome.failures.front().reason);
   }));
+}
+
+void CardStack::prepareDrag(std::uint64_t number, std::function<void(Dragged)> done) {
+  const Card* const card = find(number);
+  if (card == nullptr || !obstacle(*card, CardAction::copy).empty()) return;
+  const EntryPointer entry = card->entry;
+  services_.copying.picture(
+      *entry,
+      lifetime_.guard([entry, done = std::move(done)](const Result<std::string, CopyFailure>& png) {
+        Dragged dragged;
+        if (png) dragged.png = *png;
+        if (!isAnnotated(*entry)) dragged.file = Path(entry->path);
+        done(std::move(dragged));
+      }));
 }
 
 void CardStack::dismiss(std::uint64_t number) {

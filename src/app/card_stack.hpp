@@ -143,6 +143,14 @@ class CardStack {
   /// In the format that the name's extension says, or the capture's own.
   void saveAs(std::uint64_t number, const Path& file);
 
+  /// What is dragged out of a card: the picture as a PNG file, and the capture's own file, unless
+  /// what is drawn on the capture or covered is not in that.
+  struct Dragged {
+    std::string png;  ///< empty when it could not be made
+    std::optional<Path> file;
+  };
+  void prepareDrag(std::uint64_t number, std::function<void(Dragged)> done);
+
   /// Away with the card; the capture stays.
   void dismiss(std::uint64_t number);
   void dismissAll();

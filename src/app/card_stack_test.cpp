@@ -3,10 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "library/testing/test_library.hpp"
-#include "platform/testing/fake_alerts.hpp"
-#include "platform/testing/fake_defaults_store.hpp"
-#include "platform/testing/fake_image_codec.hpp"
+#include "app/card_session.hpp"
 #include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
@@ -18,128 +15,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class CardClipboard final : public Clipboard {
- public:
-  int images = 0;
-  bool refuses = false;
-
-  void setImage(std::string, std::move_only_function<void(Result<void>)> done) override {
-    if (refuses) return done(failed(FailureKind::other, "no"));
-    ++images;
-    done({});
-  }
-  void setText(std::string, std::move_only_function<void(Result<void>)>) override {}
-  void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
-  [[nodiscard]] std::string shapes() const override { return {}; }
-  void handOver() override {}
-};
-
-Image flatPicture(PixelSize size) {
-  MutableImage image(size, PixelFormat::bgrx);
-  for (int y = 0; y < size.height; ++y) {
-    for (std::size_t i = 0; i < image.row(y).size(); ++i) {
-      image.row(y)[i] = i % 4 == 3 ? 0 : static_cast<std::uint8_t>(i / 50);
-    }
-  }
-  return std::move(image).finish();
-}
-
-/// A library with the pictures "a" to "e", all taken just now, and nothing on the screen.
-class CardStackTest : public testing::Test {
+class CardStackTest : public testing::Test, protected CardSession {
  protected:
-  CardStackTest() {
-    library.files->folders.insert("/captures");
-    library.library.open();
-    library.runners.run();
-    for (const char* id : {"a", "b", "c", "d", "e"}) {
-      const std::string path = std::string("/captures/") + id + ".png";
-      library.files->put(path, codec->encode(flatPicture({48, 30}), {}).value());
-      ScreenshotEntry entry;
-      entry.id = id;
-      entry.capturedAt = 1000 + id[0];
-      entry.path = path;
-      entry.pixelWidth = 48;
-      entry.pixelHeight = 30;
-      EXPECT_TRUE(library.store.add(std::move(entry)).has_value());
-    }
-    library.runners.run();
-  }
-
-  EntryPointer entry(const std::string& id) { return library.store.find(id); }
-
-  std::uint64_t capture(const std::string& id) {
-    stack.add({.entry = entry(id), .shown = {10, 20, 48, 30}, .picture = flatPicture({48, 30})});
-    library.runners.run();
-    return stack.cards().empty() ? 0 : stack.cards().front().number;
-  }
-
-  std::vector<std::string> ids() const {
-    std::vector<std::string> found;
-    for (const Card& card : stack.cards()) found.push_back(card.entry->id);
-    return found;
-  }
-
-  TestLibrary library;
-  std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
-  FakeDefaultsStore defaults;
-  SettingsStore settings{defaults, SettingsValues{}};
-  PendingArchiveWork pending;
-  SurfaceRegistry surfaces{library.runners.main()};
-  FakeAlerts alerts;
-  CardClipboard clipboard;
-  CaptureRewriter rewriter{{.main = library.runners.main(),
-                            .work = library.runners.runner("work"),
-                            .files = library.files,
-                            .codec = codec,
-                            .library = &library.library,
-                            .settings = &settings,
-                            .pendingWork = &pending,
-                            .surfaces = &surfaces}};
-  CaptureCopying copying{{.main = library.runners.main(),
-                          .work = library.runners.runner("pictures"),
-                          .files = library.files,
-                          .codec = codec,
-                          .library = library.library,
-                          .alerts = alerts,
-                          .clipboard = [this]() -> Clipboard* { return &clipboard; },
-                          .draw = {},
-                          .isWholePicture = [](const PictureBytes&) { return true; }}};
-  CaptureExport exporting{{.main = library.runners.main(),
-                           .work = library.runners.runner("exports"),
-                           .files = library.files,
-                           .codec = codec,
-                           .store = &library.store,
-                           .settings = &settings}};
-  CaptureWeigher weigher{{.main = library.runners.main(),
-                          .work = library.runners.runner("weights"),
-                          .files = library.files,
-                          .codec = codec,
-                          .settings = &settings}};
-  std::vector<std::string> revealed;
-  std::vector<std::string> opened;
-  std::optional<Failure> openFails;
-  CardStack stack{{.main = library.runners.main(),
-                   .clock = library.runners,
-                   .library = library.library,
-                   .settings = settings,
-                   .rewriter = rewriter,
-                   .copying = copying,
-                   .exporting = exporting,
-                   .weigher = weigher,
-                   .work = library.runners.runner("thumbnails"),
-                   .files = library.files,
-                   .codec = codec,
-                   .reveal =
-                       [this](const Path& file, const auto& done) {
-                         revealed.push_back(file.string());
-                         done({});
-                       },
-                   .open =
-                       [this](const EntryPointer& shown, const auto& done) {
-                         if (openFails) return done(std::unexpected(*openFails));
-                         opened.push_back(shown->id);
-                         done({});
-                       }}};
   QuietLog quiet;
 };
 

@@ -53,6 +53,10 @@ class NativeWindows {
   [[nodiscard]] virtual bool paint(WindowID window, const std::vector<PixelRect>& areas,
                                    const PaintBand& paint) = 0;
 
+  /// Of a floating window, in its own pixels, where clicks are its own; elsewhere they go to what
+  /// lies below.
+  virtual void setInputArea(WindowID window, const PixelRect& area) = 0;
+
   /// Puts a window that the toolkit keeps below all others on all virtual desktops and in no list
   /// of windows, above the desktop's icons. Called when the toolkit has made it and before it is
   /// shown.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/app_windows.hpp"
+#include "app/card_stack.hpp"
 #include "app/status_menu.hpp"
 #include "app/window_services.hpp"
 #include "base/geometry.hpp"
@@ -47,6 +48,11 @@ class DesktopUi {
   /// The program's windows, made of these.
   virtual void setWindowServices(WindowServices services) = 0;
   [[nodiscard]] virtual AppWindows& windows() = 0;
+
+  /// From now on the cards of this stack are shown; it must outlive that. Null ends it.
+  virtual void showCards(CardStack* stack) = 0;
+  /// Gives the keyboard to the newest card. False when there is no capture to make one of.
+  virtual bool focusCard() = 0;
 
   /// For what is copied in windows; must outlive them.
   virtual void setClipboard(Clipboard& clipboard) = 0;

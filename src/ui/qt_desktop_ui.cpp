@@ -14,6 +14,7 @@
 #include "ui/capture/capture_flash.hpp"
 #include "ui/capture/countdown_window.hpp"
 #include "ui/capture/desktop_cover.hpp"
+#include "ui/card/card_windows.hpp"
 #include "ui/kit/alert_dialogs.hpp"
 #include "ui/kit/program_icon.hpp"
 #include "ui/kit/qt_runner.hpp"
@@ -135,6 +136,10 @@ class QtDesktopUi : public DesktopUi {
     windows_.setServices(std::move(services));
   }
   AppWindows& windows() override { return windows_; }
+  void showCards(CardStack* stack) override {
+    cards_ = stack != nullptr ? std::make_unique<CardWindows>(*stack, native_) : nullptr;
+  }
+  bool focusCard() override { return cards_ != nullptr && cards_->takeKeyboard(); }
   StatusItem& statusItem() override { return statusItem_; }
   SelectionOverlay& selectionOverlay() override { return overlay_; }
   std::shared_ptr<CountdownPanel> countdownPanel() override { return countdown_; }
@@ -157,6 +162,7 @@ class QtDesktopUi : public DesktopUi {
   QtSelectionOverlay overlay_{native_};
   QtStatusItem statusItem_{native_};
   QtAppWindows windows_{native_};
+  std::unique_ptr<CardWindows> cards_;
   CaptureFlash flash_{native_};
   AlertDialogs alerts_;
   std::optional<int> quitStatus_;

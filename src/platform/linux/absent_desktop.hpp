@@ -88,6 +88,7 @@ class AbsentNativeWindows final : public NativeWindows {
   explicit AbsentNativeWindows(std::shared_ptr<TaskRunner> main) : main_(std::move(main)) {}
 
   void floatAboveAll(WindowID, FloatingInput) override {}
+  void setInputArea(WindowID, const PixelRect&) override {}
   void coverDisplay(WindowID, PixelPoint) override {}
   void uncoverDisplay(WindowID) override {}
   [[nodiscard]] bool paint(WindowID, const std::vector<PixelRect>&, const PaintBand&) override {

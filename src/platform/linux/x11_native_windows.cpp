@@ -84,6 +84,17 @@ void X11NativeWindows::uncoverDisplay(WindowID window) {
   xcb_flush(c_);
 }
 
+void X11NativeWindows::setInputArea(WindowID window, const PixelRect& area) {
+  const xcb_rectangle_t rectangle{
+      static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
+      static_cast<std::uint16_t>(area.width), static_cast<std::uint16_t>(area.height)};
+  const xcb_xfixes_region_t region = xcb_generate_id(c_);
+  xcb_xfixes_create_region(c_, region, 1, &rectangle);
+  xcb_xfixes_set_window_shape_region(c_, static_cast<xcb_window_t>(window), XCB_SHAPE_SK_INPUT, 0,
+                                     0, region);
+  xcb_xfixes_destroy_region(c_, region);
+}
+
 void X11NativeWindows::coverDesktop(WindowID window) {
   const auto id = static_cast<xcb_window_t>(window);
   const std::uint32_t allDesktops[] = {0xFFFFFFFF};

@@ -21,6 +21,7 @@ class X11NativeWindows final : public NativeWindows {
                            const PaintBand& paint) override {
     return painter_.paint(static_cast<xcb_window_t>(window), areas, paint);
   }
+  void setInputArea(WindowID window, const PixelRect& area) override;
   void coverDesktop(WindowID window) override;
   [[nodiscard]] bool needsGrabs() const override { return true; }
   [[nodiscard]] bool canBeTransparent() const override;

@@ -133,11 +133,15 @@ void FloatingSurface::compositorChanged() {
 }
 
 void FloatingSurface::applyMask() {
-  if (isTranslucent_) {
+  if (input_ == FloatingInput::all) {
     // The shadow lets clicks through to what lies below.
-    setMask(QRegion());
-    return;
+    const double ratio = devicePixelRatioF();
+    const auto pixels = [ratio](int length) { return qRound(length * ratio); };
+    const QRect panel = panelRect();
+    native_->setInputArea(winId(), {pixels(panel.x()), pixels(panel.y()), pixels(panel.width()),
+                                    pixels(panel.height())});
   }
+  if (isTranslucent_) return setMask(QRegion());
   QBitmap mask(size());
   mask.clear();
   QPainter painter(&mask);
