@@ -40,8 +40,32 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
                .alerts = *captures.desktop.alerts}),
       recorder({.settings = captures.desktop.settings,
                 .keys = captures.coordinator.keys(),
-                .holders = &keyHolders}) {
+                .holders = &keyHolders}),
+      weigher({.main = captures.desktop.main,
+               .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.weights"),
+               .files = captures.desktop.files,
+               .codec = captures.desktop.codec,
+               .settings = &captures.desktop.settings}),
+      cards(
+          {.main = captures.desktop.main,
+           .clock = *captures.desktop.clock,
+           .library = captures.libraryWing.library,
+           .settings = captures.desktop.settings,
+           .rewriter = editor.rewriter,
+           .copying = captures.copying,
+           .exporting = editor.exporting,
+           .weigher = weigher,
+           .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.thumbnails"),
+           .files = captures.desktop.files,
+           .codec = captures.desktop.codec,
+           .reveal = [this](const Path& file, const auto& done) { launcher.reveal({file}, done); },
+           .open = [this](const EntryPointer& entry,
+                          const auto& done) { launcher.open(entry->path, done); },
+           .openHistory = [this] { (void)captures.coordinator.show(AppWindow::history); }}) {
   DesktopWing& desktop = captures.desktop;
+  desktop.ui->showCards(&cards);
+  captures.coordinator.onSaved = [this](const CaptureOutcome::Saved& saved) { cards.add(saved); };
+  captures.coordinator.onCopied = [this](const std::string& id) { cards.copied(id); };
   desktop.ui->setWindowServices(
       {.history = [this] { return history(); },
        .settings = [this] { return settings(); },
@@ -55,6 +79,12 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
            desktop.folders.data / "windows.json"),
        .show = [this](AppWindow window) { (void)captures.coordinator.show(window); },
        .quit = [this] { captures.coordinator.quit(); }});
+}
+
+WindowsWing::~WindowsWing() {
+  captures.coordinator.onSaved = nullptr;
+  captures.coordinator.onCopied = nullptr;
+  captures.desktop.ui->showCards(nullptr);
 }
 
 /// What another program would not take is said on the desktop: it was asked for there.

@@ -3,6 +3,8 @@
 #include <memory>
 
 #include "app/autostart_switch.hpp"
+#include "app/capture_weigher.hpp"
+#include "app/card_stack.hpp"
 #include "app/help_model.hpp"
 #include "app/history_model.hpp"
 #include "app/library_pane.hpp"
@@ -19,6 +21,9 @@ namespace vantorel {
 /// The program's windows in the tray, and what they are made of. Lives on the main runner.
 struct WindowsWing {
   WindowsWing(CaptureWing& captures, EditorWing& editor);
+  WindowsWing(const WindowsWing&) = delete;
+  WindowsWing& operator=(const WindowsWing&) = delete;
+  ~WindowsWing();
 
   CaptureWing& captures;
   EditorWing& editor;
@@ -27,6 +32,8 @@ struct WindowsWing {
   AutostartSwitch autostart;
   LibraryPane library;
   ShortcutRecorder recorder;
+  CaptureWeigher weigher;
+  CardStack cards;
 
  private:
   [[nodiscard]] std::shared_ptr<HistoryModel> history();
