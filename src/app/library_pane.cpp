@@ -81,7 +81,7 @@ std::string LibraryPane::Progress::words() const {
 
 void LibraryPane::moveTo(const Path& folder) {
   if (moving_) return;
-  moving_.emplace();
+  moving_ = Progress{};
   moveReport_.clear();
   moveFlag_ = std::make_shared<RelocationStopFlag>();
   observers_.notify();
@@ -128,7 +128,7 @@ void LibraryPane::moved(const Result<RelocationOutcome, FolderRefusal>& outcome,
 
 void LibraryPane::verify(bool repairs) {
   if (verifying_) return;
-  verifying_.emplace();
+  verifying_ = Progress{};
   verifyReport_.clear();
   verifyFlag_ = std::make_shared<RelocationStopFlag>();
   observers_.notify();

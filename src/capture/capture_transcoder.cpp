@@ -5,9 +5,9 @@
 #include <cmath>
 #include <utility>
 
+#include "base/area_downscale.hpp"
 #include "base/log.hpp"
 #include "base/size_text.hpp"
-#include "base/area_downscale.hpp"
 #include "capture/blanked_picture.hpp"
 #include "capture/indexed_png_encoder.hpp"
 #include "editor/records/output_failure.hpp"

@@ -6,8 +6,8 @@
 #include <limits>
 #include <random>
 
-#include "base/utf8.hpp"
 #include "base/area_downscale.hpp"
+#include "base/utf8.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_image_codec.hpp"
 

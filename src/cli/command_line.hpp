@@ -58,9 +58,10 @@ struct Compress {
 struct CommandLine {
   std::optional<std::string> root;  ///< a library and settings of their own
   bool json = false;
-  std::variant<command::Run, command::Show, command::Quit, command::ListDisplays, command::ListWindows,
-               command::Capture, command::Autostart, command::Convert, command::Compress,
-               command::Annotate, command::Render, command::Settings, command::Library>
+  std::variant<command::Run, command::Show, command::Quit, command::ListDisplays,
+               command::ListWindows, command::Capture, command::Autostart, command::Convert,
+               command::Compress, command::Annotate, command::Render, command::Settings,
+               command::Library>
       command;
 
   /// True when the process that runs it lives on in the tray.

@@ -21,7 +21,7 @@
 namespace vantorel {
 namespace {
 
-constexpr std::chrono::seconds longestWait{5};
+constexpr std::chrono::seconds fileManagerBound{5};
 constexpr const char* fileManager = "org.freedesktop.FileManager1";
 
 /// RFC 3986: bytes that are neither unreserved nor a slash become %XX.
@@ -73,7 +73,7 @@ Result<void> showInFileManager(const std::vector<Path>& files) {
     sdbus::createProxy(*connection, fileManager, "/org/freedesktop/FileManager1")
         ->callMethod("ShowItems")
         .onInterface(fileManager)
-        .withTimeout(longestWait)
+        .withTimeout(fileManagerBound)
         .withArguments(uris, std::string());
     return {};
   } catch (const sdbus::Error& error) {

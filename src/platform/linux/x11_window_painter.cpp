@@ -10,12 +10,12 @@
 namespace vantorel {
 namespace {
 
-constexpr std::size_t slotBytes = std::size_t{1} << 20U;
+constexpr std::size_t bandBytes = std::size_t{1} << 20U;
 
 }  // namespace
 
 X11WindowPainter::~X11WindowPainter() {
-  if (ring_ != nullptr) munmap(ring_, slotBytes * slots);
+  if (ring_ != nullptr) munmap(ring_, bandBytes * slots);
 }
 
 /// A server in another container, or on another machine, cannot map our memory: the answer to the
@@ -30,8 +30,8 @@ bool X11WindowPainter::makeRing() {
   const int file = memfd_create("vantorel-paint", MFD_CLOEXEC);
   if (file < 0) return false;
   void* memory = MAP_FAILED;
-  if (ftruncate(file, slotBytes * slots) == 0) {
-    memory = mmap(nullptr, slotBytes * slots, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  if (ftruncate(file, bandBytes * slots) == 0) {
+    memory = mmap(nullptr, bandBytes * slots, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
   }
   if (memory == MAP_FAILED) {
     close(file);
@@ -72,18 +72,18 @@ bool X11WindowPainter::paint(xcb_window_t window, const std::vector<PixelRect>& 
   std::size_t slot = 0;
   for (const PixelRect& area : areas) {
     const std::size_t stride = static_cast<std::size_t>(area.width) * 4;
-    if (area.isEmpty() || stride > slotBytes) continue;
-    const int rows = static_cast<int>(slotBytes / stride);
+    if (area.isEmpty() || stride > bandBytes) continue;
+    const int rows = static_cast<int>(bandBytes / stride);
     for (int top = area.y; top < area.bottom(); top += rows, slot = (slot + 1) % slots) {
       const PixelRect band{area.x, top, area.width, std::min(rows, area.bottom() - top)};
       awaitSlot(slot);
-      paint(band, ring_ + slot * slotBytes, stride);
+      paint(band, ring_ + slot * bandBytes, stride);
       xcb_shm_put_image(c_, window, gc, static_cast<std::uint16_t>(band.width),
                         static_cast<std::uint16_t>(band.height), 0, 0,
                         static_cast<std::uint16_t>(band.width),
                         static_cast<std::uint16_t>(band.height), static_cast<std::int16_t>(band.x),
                         static_cast<std::int16_t>(band.y), 24, XCB_IMAGE_FORMAT_Z_PIXMAP, 0,
-                        segment_, static_cast<std::uint32_t>(slot * slotBytes));
+                        segment_, static_cast<std::uint32_t>(slot * bandBytes));
       inUse_[slot] = xcb_get_input_focus(c_);
       xcb_flush(c_);
     }
