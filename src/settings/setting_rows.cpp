@@ -115,6 +115,41 @@ void addAfterCapture(std::vector<SettingRow>& rows) {
                   .label = "New captures go into",
                   .explanation = "The tray's menu changes it too.",
                   .control = Control::collection});
+  rows.push_back({.key = "showQuickAccessOverlay",
+                  .meaning = "a card of each new capture slides in",
+                  .pane = afterCapture,
+                  .group = "Card",
+                  .label = "Show a card",
+                  .explanation = "At the edge of the display the capture was made on."});
+  rows.push_back({.key = "overlayPosition",
+                  .meaning = "edge of the display at which cards stand",
+                  .pane = afterCapture,
+                  .group = "Card",
+                  .label = "Edge",
+                  .control = Control::choice,
+                  .choices = {{"left", "Left"}, {"right", "Right"}},
+                  .needs = {"showQuickAccessOverlay", "true"}});
+  rows.push_back({.key = "thumbnailIdleSeconds",
+                  .meaning = "seconds after which a card goes by itself",
+                  .pane = afterCapture,
+                  .group = "Card",
+                  .label = "Goes by itself after",
+                  .explanation = "It stays while the pointer is on it.",
+                  .control = Control::number,
+                  .shown = {.unit = " s"},
+                  .needs = {"showQuickAccessOverlay", "true"}});
+  rows.push_back({.key = "cardFormatRow",
+                  .meaning = "the card offers other formats, each with its size",
+                  .pane = afterCapture,
+                  .group = "Card",
+                  .label = "Offer other formats",
+                  .needs = {"showQuickAccessOverlay", "true"}});
+  rows.push_back({.key = "cardCompress",
+                  .meaning = "the card offers to compress",
+                  .pane = afterCapture,
+                  .group = "Card",
+                  .label = "Offer to compress",
+                  .needs = {"showQuickAccessOverlay", "true"}});
 }
 
 /// In the order of the commands, under their titles.
