@@ -25,7 +25,6 @@ const std::vector<WindowKeys>& windowKeys() {
         {"Copy the path", "Ctrl+Shift+C"},
         {"Star", "Ctrl+D"},
         {"Collect", "Ctrl+L"},
-        {"Save as", "Ctrl+Shift+S"},
         {"Reveal", "Ctrl+Shift+R"},
         {"Move to Trash", "Del"},
         {"Remove from History", "Shift+Del"},
@@ -35,15 +34,6 @@ const std::vector<WindowKeys>& windowKeys() {
         {"Larger tiles", "Ctrl+Plus"},
         {"Smaller tiles", "Ctrl+Minus"},
         {"Sidebar", "F9"}}},
-      {"Card",
-       {{"Copy", "C"},
-        {"Save as", "S"},
-        {"Reveal", "R"},
-        {"Format", "F"},
-        {"Move to Trash", "Del"},
-        {"Next action", "Left or Right"},
-        {"Next card", "Up or Down"},
-        {"Give the focus back", "Esc"}}},
   };
   return all;
 }
