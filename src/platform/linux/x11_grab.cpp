@@ -17,8 +17,13 @@
 namespace vantorel {
 namespace {
 
-// A compositor's shadow of a window reaches about this far beyond it.
-constexpr int shadowReach = 48;
+// How far beyond a window its traces reach, about: a compositor's shadow of it, or what it
+// uncovered a moment ago while it moved and nobody painted yet.
+constexpr int reachOfTraces = 48;
+
+// Windows that come up while others are being prepared have to be prepared, too; a screen on which
+// this never ends is taken as it is.
+constexpr int mostPreparations = 8;
 
 const XMonitor* findMonitor(const std::vector<XMonitor>& monitors, const DisplayID& id) {
   const auto found = std::find_if(monitors.begin(), monitors.end(), [&](const XMonitor& monitor) {
@@ -56,25 +61,40 @@ void blankUnseen(const PixelRect& area, const std::vector<XMonitor>& monitors,
 
 Result<void> paintPointer(X11Session& session, const PixelRect& area, PixelBuffer& buffer);
 
+/// What the program's own windows cover of an area.
+struct OwnWindows {
+  std::vector<PixelRect> holes;   ///< within the area, on the root window
+  std::set<xcb_window_t> below;   ///< viewable windows of others under the holes
+  std::vector<XTopLevel> others;  ///< all windows but the own, the lowest first
+};
+
+OwnWindows ownWindowsOver(X11Session& session, const std::vector<XTopLevel>& windows,
+                          const PixelRect& area, const std::vector<WindowID>& kept) {
+  OwnWindows own;
+  const auto toHide = topLevelsToHide(session, windows, kept);
+  for (const XTopLevel& window : windows) {
+    if (!toHide.contains(window.id)) {
+      own.others.push_back(window);
+      continue;
+    }
+    const PixelRect reached{window.outer.x - reachOfTraces, window.outer.y - reachOfTraces,
+                            window.outer.width + 2 * reachOfTraces,
+                            window.outer.height + 2 * reachOfTraces};
+    const PixelRect hole = intersection(reached, area);
+    if (window.isViewable && !hole.isEmpty()) own.holes.push_back(hole);
+  }
+  for (const XTopLevel& window : own.others) {
+    const bool isUnderHole = std::ranges::any_of(own.holes, [&](const PixelRect& hole) {
+      return !intersection(hole, window.outer).isEmpty();
+    });
+    if (window.isViewable && isUnderHole) own.below.insert(window.id);
+  }
+  return own;
+}
+
 Result<Image> grabArea(X11Session& session, const PixelRect& area,
                        const std::vector<XMonitor>& monitors, const std::vector<WindowID>& keptOwn,
                        bool showsPointer) {
-  const auto windows = VT_TRY(session.topLevels());
-  const auto toHide = topLevelsToHide(session, windows, keptOwn);
-  std::vector<XTopLevel> shown;
-  std::vector<PixelRect> holes;
-  const int reach = !toHide.empty() && session.hasCompositor() ? shadowReach : 0;
-  for (const XTopLevel& window : windows) {
-    if (!toHide.contains(window.id)) {
-      shown.push_back(window);
-      continue;
-    }
-    const PixelRect hole =
-        intersection({window.outer.x - reach, window.outer.y - reach,
-                      window.outer.width + 2 * reach, window.outer.height + 2 * reach},
-                     area);
-    if (window.isViewable && !hole.isEmpty()) holes.push_back(hole);
-  }
   // A monitor may reach beyond the root window, which was made smaller meanwhile: black, as on the
   // monitor. Its size is asked for, as what the server said at first does not follow.
   const xcb_window_t root = session.screen().root;
@@ -91,29 +111,29 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
                                  session.screen().root_visual, buffer, seen.x - area.x,
                                  seen.y - area.y);
   };
-  if (holes.empty()) {
-    const XServerGrab atOnce(session.connection());
-    if (auto done = readAll(); !done) return std::unexpected(std::move(done).error());
-  } else {
-    if (!session.hasComposite() || !session.hasRender()) {
+  // Own windows open and move at any time: where they are is asked while nobody can move them.
+  // Others can only paint what those cover before that, and the round is begun anew.
+  std::set<xcb_window_t> prepared;
+  std::optional<XRedirection> whole;
+  for (int preparations = 0;; ++preparations) {
+    std::optional<XServerGrab> atOnce(session.connection());
+    const auto windows = VT_TRY(session.topLevels());
+    const OwnWindows own = ownWindowsOver(session, windows, area, keptOwn);
+    if (!own.holes.empty() && (!session.hasComposite() || !session.hasRender())) {
       return failed(FailureKind::unsupported,
                     "this display server cannot leave Vantorel's own windows out of a picture");
     }
-    std::vector<std::size_t> below;
-    for (std::size_t i = 0; i < windows.size(); ++i) {
-      const bool shows = windows[i].isViewable && !toHide.contains(windows[i].id);
-      const bool isUnderHole = std::any_of(holes.begin(), holes.end(), [&](const PixelRect& hole) {
-        return !intersection(hole, windows[i].outer).isEmpty();
-      });
-      if (shows && isUnderHole) below.push_back(i);
+    if (std::ranges::includes(prepared, own.below) || preparations == mostPreparations) {
+      VT_TRY(readAll());
+      for (const PixelRect& hole : own.holes) {
+        VT_TRY(composeScreen(session, own.others, hole, buffer, hole.x - area.x, hole.y - area.y));
+      }
+      break;
     }
-    const XRedirection whole(session, windows, below);
-    const XServerGrab atOnce(session.connection());
-    if (auto done = readAll(); !done) return std::unexpected(std::move(done).error());
-    for (const PixelRect& hole : holes) {
-      auto done = composeScreen(session, shown, hole, buffer, hole.x - area.x, hole.y - area.y);
-      if (!done) return std::unexpected(std::move(done).error());
-    }
+    atOnce.reset();
+    prepared.insert(own.below.begin(), own.below.end());
+    whole.reset();
+    whole.emplace(session, prepared);
   }
   if (showsPointer) VT_TRY(paintPointer(session, area, buffer));
   blankUnseen(area, monitors, buffer);
@@ -217,57 +237,69 @@ Result<Image> grabWindow(X11Session& session, WindowID wantedID, bool withShadow
   const Failure gone{FailureKind::notFound, "the window is no longer there"};
   if (wantedID > UINT32_MAX) return std::unexpected(gone);
   const auto id = static_cast<xcb_window_t>(wantedID);
-  const auto place = placeOf(session, id);
-  const auto top = topLevelOf(session, id);
-  const auto windows = VT_TRY(session.topLevels());
-  const auto found = std::find_if(windows.begin(), windows.end(), [&](const XTopLevel& window) {
-    return top && window.id == *top;
-  });
-  if (!place || found == windows.end()) return std::unexpected(gone);
-  if (!found->isViewable || !place->isViewable) {
-    return failed(FailureKind::busy, whyNotShown(visibilityOf(session, id, false)));
-  }
-  if (topLevelsToHide(session, windows, keptOwn).contains(*top)) {
-    return failed(FailureKind::other, "the window is one of Vantorel's own");
-  }
-  const PixelRect wanted = place->drawsShadow && withShadow ? place->content : place->frame;
-  frame = intersection(wanted, found->outer);
-  if (frame.isEmpty()) return std::unexpected(gone);
-  const auto index = static_cast<std::size_t>(found - windows.begin());
-  const PixelRect crop{frame.x - found->outer.x, frame.y - found->outer.y, frame.width,
-                       frame.height};
-  PixelBuffer buffer({crop.width, crop.height});
   xcb_connection_t* c = session.connection();
-  Result<void> done;
-  const bool isWhole =
-      coveredParts(windows, index,
-                   {session.screen().width_in_pixels, session.screen().height_in_pixels})
-          .empty();
-  if (isWhole || !session.hasComposite()) {
-    if (!isWhole) {
+  // As above: what covers the window is asked while nothing can move.
+  std::optional<XRedirection> whole;
+  std::optional<XServerGrab> atOnce;
+  std::optional<PixelBuffer> read;
+  XTopLevel found;
+  PixelRect crop;
+  while (!read) {
+    atOnce.emplace(c);
+    const auto place = placeOf(session, id);
+    const auto top = topLevelOf(session, id);
+    const auto windows = VT_TRY(session.topLevels());
+    const auto at = std::ranges::find_if(
+        windows, [&](const XTopLevel& window) { return top && window.id == *top; });
+    if (!place || at == windows.end()) return std::unexpected(gone);
+    found = *at;
+    if (!found.isViewable || !place->isViewable) {
+      return failed(FailureKind::busy, whyNotShown(visibilityOf(session, id, false)));
+    }
+    if (topLevelsToHide(session, windows, keptOwn).contains(found.id)) {
+      return failed(FailureKind::other, "the window is one of Vantorel's own");
+    }
+    const PixelRect wanted = place->drawsShadow && withShadow ? place->content : place->frame;
+    frame = intersection(wanted, found.outer);
+    if (frame.isEmpty()) return std::unexpected(gone);
+    crop = {frame.x - found.outer.x, frame.y - found.outer.y, frame.width, frame.height};
+    const auto index = static_cast<std::size_t>(at - windows.begin());
+    const bool isWhole =
+        coveredParts(windows, index,
+                     {session.screen().width_in_pixels, session.screen().height_in_pixels})
+            .empty();
+    const PixelRect inContent{crop.x - found.border, crop.y - found.border, crop.width,
+                              crop.height};
+    PixelBuffer buffer({crop.width, crop.height});
+    if (whole) {
+      const auto content = xcb_generate_id(c);
+      xcb_composite_name_window_pixmap(c, found.id, content);
+      const auto done =
+          session.pixels().read(content, crop, found.depth, found.visual, buffer, 0, 0);
+      xcb_free_pixmap(c, content);
+      VT_TRY(done);
+      read = std::move(buffer);
+    } else if (isWhole) {
+      VT_TRY(session.pixels().read(found.id, inContent, found.depth, found.visual, buffer, 0, 0));
+      read = std::move(buffer);
+    } else if (!session.hasComposite()) {
       return failed(FailureKind::unsupported,
                     "this display server cannot show a window that others cover");
+    } else {
+      atOnce.reset();
+      whole.emplace(session, std::set{found.id});
+      if (!whole->isComplete()) {
+        if (auto why = whyUnpainted(session, id)) return std::unexpected(*std::move(why));
+      }
     }
-    const XServerGrab atOnce(c);
-    done = session.pixels().read(
-        *top, {crop.x - found->border, crop.y - found->border, crop.width, crop.height},
-        found->depth, found->visual, buffer, 0, 0);
-  } else {
-    const XRedirection whole(session, windows, {index});
-    if (!whole.isComplete()) {
-      if (auto why = whyUnpainted(session, id)) return std::unexpected(*std::move(why));
-    }
-    const XServerGrab atOnce(c);
-    const auto content = xcb_generate_id(c);
-    xcb_composite_name_window_pixmap(c, *top, content);
-    done = session.pixels().read(content, crop, found->depth, found->visual, buffer, 0, 0);
-    xcb_free_pixmap(c, content);
   }
-  if (!done) return std::unexpected(std::move(done).error());
-  const bool hasHoles = cutToShape(session, *found, crop, buffer);
+  atOnce.reset();
+  whole.reset();
+  PixelBuffer buffer = *std::move(read);
+  const bool hasHoles = cutToShape(session, found, crop, buffer);
   if (showsPointer) VT_TRY(paintPointer(session, frame, buffer));
-  return std::move(buffer).finish(found->depth == 32 || hasHoles ? PixelFormat::bgraPremultiplied
-                                                                 : PixelFormat::bgrx);
+  return std::move(buffer).finish(found.depth == 32 || hasHoles ? PixelFormat::bgraPremultiplied
+                                                                : PixelFormat::bgrx);
 }
 
 }  // namespace

@@ -60,28 +60,33 @@ std::vector<PixelRect> coveredParts(const std::vector<XTopLevel>& windows, std::
   return covered;
 }
 
-XRedirection::XRedirection(X11Session& session, const std::vector<XTopLevel>& windows,
-                           const std::vector<std::size_t>& needed)
+XRedirection::XRedirection(X11Session& session, const std::set<xcb_window_t>& needed)
     : session_(session) {
   if (!session.hasComposite() || session.hasCompositor()) return;
   if (session.keptSince() != steady_clock::time_point()) {
     std::this_thread::sleep_until(session.keptSince() + quietWhenUntouched);
     return;
   }
-  xcb_connection_t* c = session.connection();
-  const PixelSize screen{session.screen().width_in_pixels, session.screen().height_in_pixels};
-  for (const std::size_t index : needed) {
-    const XTopLevel& window = windows[index];
-    // The damage must not count what the server itself paints while it redirects.
+  {
+    // What is covered may change at any time, and the damage must not count what the server itself
+    // paints while it redirects.
+    xcb_connection_t* c = session.connection();
     const XServerGrab alone(c);
-    xcb_composite_redirect_window(c, window.id, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    redirected_.push_back(window.id);
-    auto covered = coveredParts(windows, index, screen);
-    if (covered.empty() || !session.damageEvent()) continue;
-    const auto damage = xcb_generate_id(c);
-    xcb_damage_create(c, damage, window.id, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
-    dropFirstReport();
-    repainting_.push_back({window.id, damage, window.border, std::move(covered)});
+    const auto windows = session.topLevels();
+    if (!windows) return;
+    const PixelSize screen{session.screen().width_in_pixels, session.screen().height_in_pixels};
+    for (std::size_t index = 0; index < windows->size(); ++index) {
+      const XTopLevel& window = (*windows)[index];
+      if (!needed.contains(window.id)) continue;
+      xcb_composite_redirect_window(c, window.id, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+      redirected_.push_back(window.id);
+      auto covered = coveredParts(*windows, index, screen);
+      if (covered.empty() || !session.damageEvent()) continue;
+      const auto damage = xcb_generate_id(c);
+      xcb_damage_create(c, damage, window.id, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
+      dropFirstReport();
+      repainting_.push_back({window.id, damage, window.border, std::move(covered)});
+    }
   }
   awaitRepainting();
 }

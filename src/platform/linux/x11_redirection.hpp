@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <vector>
 
 #include "platform/linux/x11_session.hpp"
@@ -21,9 +22,8 @@ void subtract(std::vector<PixelRect>& from, const PixelRect& cut);
 /// `isComplete` tells.
 class XRedirection {
  public:
-  /// `needed` are indices into `windows`, which holds all top levels, the lowest first.
-  XRedirection(X11Session& session, const std::vector<XTopLevel>& windows,
-               const std::vector<std::size_t>& needed);
+  /// `needed` are top levels; those that are gone are left out. Not within an `XServerGrab`.
+  XRedirection(X11Session& session, const std::set<xcb_window_t>& needed);
   XRedirection(const XRedirection&) = delete;
   XRedirection& operator=(const XRedirection&) = delete;
   ~XRedirection();

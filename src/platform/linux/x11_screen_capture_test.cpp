@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <thread>
 
 #include "platform/linux/desktop_session.hpp"
 #include "platform/linux/x_authority.hpp"
@@ -202,7 +203,7 @@ TEST(X11ScreenCaptureTest, CoveredWindowsComeOutWhole) {
   const auto below = application.open({.area = {100, 100, 500, 400}, .seed = 2, .title = "below"});
   TestClient other(desktop.display());
   const auto cover = other.open({.area = {200, 150, 700, 500}, .seed = 3, .title = "cover"});
-  other.raise(cover);
+  other.raiseAbove(cover, below);
   // The window without the frame around it, which the list tells.
   const auto content = [&](Capture& capture, TestClient& client, WindowID window) {
     Image image = capture.image(WindowTarget{window, {}});
@@ -299,7 +300,7 @@ TEST(X11ScreenCaptureTest, AWindowWhoseApplicationDoesNotRespondIsRefusedWhereIt
     TestClient quiet(desktop.display());
     const auto kept = quiet.open({.area = {400, 50, 300, 300}, .seed = 3, .answersPings = true});
     TestClient other(desktop.display());
-    other.open({.area = {20, 20, 700, 200}, .seed = 4});
+    const auto cover = other.open({.area = {20, 20, 700, 200}, .seed = 4});
     quiet.stopPainting();
     Capture capture(desktop.display());
     EXPECT_TRUE(capture.grab({WindowTarget{lost, {}}, true, {}}));
@@ -309,7 +310,7 @@ TEST(X11ScreenCaptureTest, AWindowWhoseApplicationDoesNotRespondIsRefusedWhereIt
     EXPECT_THAT(refused.error().reason, HasSubstr("the window's application doesn't respond"));
     EXPECT_TRUE(capture.grab({WindowTarget{kept, {}}, true, {}}))
         << "one that answers has nothing more to paint";
-    hanging.raise(lost);
+    hanging.raiseAbove(lost, cover);
     EXPECT_TRUE(capture.grab({WindowTarget{lost, {}}, true, {}})) << "all of it is on the screen";
   }
 }
@@ -394,6 +395,34 @@ TEST(X11ScreenCaptureTest, TheProgramsOwnWindowsNeverShow) {
       const auto refused = capture.grab({WindowTarget{framed, {}}, true, {}});
       EXPECT_FALSE(refused) << "a window of the program's own was captured";
     }
+  }
+}
+
+TEST(X11ScreenCaptureTest, OwnWindowsThatMoveOrOpenMeanwhileNeverShow) {
+  TestDesktop desktop({.screen = PixelSize{640, 480}});
+  TestClient application(desktop.display());
+  application.paintRoot(1);
+  application.open({.area = {100, 100, 300, 200}, .seed = 2, .overrideRedirect = true});
+  Capture capture(desktop.display());
+  ASSERT_TRUE(capture.displays());
+  // Over the wallpaper alone, which the server paints at once where it is uncovered.
+  const std::jthread restless([&desktop](const std::stop_token& ended) {
+    TestClient own(desktop.display());
+    const auto open = [&own](int x) {
+      return own.open(
+          {.area = {x, 330, 80, 80}, .seed = 9, .overrideRedirect = true, .pid = getpid()});
+    };
+    const auto window = open(10);
+    for (int step = 0; !ended.stop_requested(); ++step) {
+      own.moveTo(window, step * 7 % 500, 310 + step * 3 % 80);
+      if (step % 16 == 0) own.close(open(step % 500));
+    }
+  });
+  for (int i = 0; i < 40 && !HasFailure(); ++i) {
+    const Image screen = capture.image(DisplayTarget{"screen"});
+    EXPECT_EQ(differenceFromTestPicture(screen.cropped({100, 100, 300, 200}), 2), "");
+    EXPECT_EQ(differenceFromTestPicture(screen.cropped({0, 0, 640, 100}), 1), "");
+    EXPECT_EQ(differenceFromTestPicture(screen.cropped({0, 300, 640, 180}), 1, 0, 300), "");
   }
 }
 

@@ -7,10 +7,12 @@
 #include <xcb/xcb_keysyms.h>
 #include <xcb/xtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <stdexcept>
 
 namespace vantorel {
@@ -265,6 +267,34 @@ void TestClient::unmap(std::uint32_t window) {
 void TestClient::raise(std::uint32_t window) {
   const std::uint32_t above[] = {XCB_STACK_MODE_ABOVE};
   xcb_configure_window(connection_, window, XCB_CONFIG_WINDOW_STACK_MODE, above);
+  sync();
+}
+
+std::uint32_t TestClient::topLevelOf(std::uint32_t window) {
+  for (;;) {
+    const auto tree =
+        owned(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
+    if (!tree || tree->parent == tree->root) return window;
+    window = tree->parent;
+  }
+}
+
+void TestClient::raiseAbove(std::uint32_t window, std::uint32_t other) {
+  raise(window);
+  waitUntil("a window to be raised", [&] {
+    const auto tree = owned(
+        xcb_query_tree_reply(connection_, xcb_query_tree(connection_, screen_->root), nullptr));
+    const std::span<const xcb_window_t> lowestFirst{
+        xcb_query_tree_children(tree.get()),
+        static_cast<std::size_t>(xcb_query_tree_children_length(tree.get()))};
+    return std::ranges::find(lowestFirst, topLevelOf(window)) >
+           std::ranges::find(lowestFirst, topLevelOf(other));
+  });
+}
+
+void TestClient::moveTo(std::uint32_t window, int x, int y) {
+  const std::uint32_t place[] = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
+  xcb_configure_window(connection_, window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, place);
   sync();
 }
 

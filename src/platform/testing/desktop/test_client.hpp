@@ -52,6 +52,9 @@ class TestClient {
   void close(std::uint32_t window);
   void unmap(std::uint32_t window);
   void raise(std::uint32_t window);
+  /// Raises `window` and waits until a window manager has put it above `other`.
+  void raiseAbove(std::uint32_t window, std::uint32_t other);
+  void moveTo(std::uint32_t window, int x, int y);
 
   /// Iconify, as a click on the title bar's button does.
   void minimize(std::uint32_t window);
@@ -97,6 +100,7 @@ class TestClient {
     xcb_pixmap_t picture = 0;
   };
 
+  [[nodiscard]] std::uint32_t topLevelOf(std::uint32_t window);
   xcb_pixmap_t makePicture(PixelSize size, int depth, std::uint32_t seed, std::uint32_t alpha);
   void repaint();
   void answerPing(const xcb_client_message_event_t& message);
