@@ -32,7 +32,7 @@ std::string asSentence(std::string clause) {
 
 /// "0:42", "1:02:03".
 std::string lengthText(double seconds) {
-  const auto whole = static_cast<long>(std::lround(std::max(0.0, seconds)));
+  const long whole = std::lround(std::max(0.0, seconds));
   const long hours = whole / 3600;
   const long minutes = whole / 60 % 60;
   if (hours > 0) return fmt::format("{}:{:02}:{:02}", hours, minutes, whole % 60);

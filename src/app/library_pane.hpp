@@ -41,7 +41,7 @@ class LibraryPane {
     [[nodiscard]] std::string words() const;
   };
 
-  explicit LibraryPane(Services services) : services_(services) {}
+  explicit LibraryPane(Services services) : services_(std::move(services)) {}
 
   /// Moves the library to `folder`. Nothing happens while a move that was begun here runs.
   void moveTo(const Path& folder);

@@ -245,7 +245,7 @@ void SettingsModel::addState(const SettingRow& row, SettingsLine& line) const {
 
 std::string SettingsModel::wordsOf(const SettingRow& row, const SettingsValues& values) const {
   const Setting& setting = settingOfRow(row);
-  const std::string value = typed(setting, values);
+  std::string value = typed(setting, values);
   switch (row.control) {
     case SettingControl::toggle: return value == "true" ? "on" : "off";
     case SettingControl::choice: {

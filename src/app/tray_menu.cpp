@@ -42,7 +42,7 @@ StatusMenuItem submenu(std::string label, std::vector<StatusMenuItem> items) {
 /// What a capture is called in the menu: short enough for one.
 std::string nameOf(const ScreenshotEntry& entry) {
   constexpr std::size_t longest = 44;
-  const std::string name = entry.title.value_or(Path(entry.path).stem().string());
+  std::string name = entry.title.value_or(Path(entry.path).stem().string());
   std::size_t letters = 0;
   for (std::size_t i = 0; i < name.size(); ++i) {
     const bool begins = (static_cast<unsigned char>(name[i]) & 0xC0U) != 0x80;

@@ -1,5 +1,6 @@
 #include "library/history_listing.hpp"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -83,8 +83,8 @@ class ServiceOfXfce {
         .implementedAs([](const std::string& channel, const std::string&) {
           std::map<std::string, sdbus::Variant> all;
           if (channel != "xfce4-keyboard-shortcuts") return all;
-          const auto set = [&](const char* path, auto value) {
-            all.emplace(path, sdbus::Variant(std::move(value)));
+          const auto set = [&](const char* path, const auto& value) {
+            all.emplace(path, sdbus::Variant(value));
           };
           set("/commands/custom/<Alt>Print", std::string("xfce4-screenshooter -w"));
           set("/commands/custom/override", true);

@@ -12,7 +12,6 @@
 namespace vantorel {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// Cards of a library on fakes, on a real desktop of 1280 x 800.

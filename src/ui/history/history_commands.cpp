@@ -130,11 +130,11 @@ void HistoryCommands::fillCollections(QMenu& menu) {
 }
 
 void HistoryCommands::fillFormats(QMenu& menu) {
-  for (const auto& [format, name] : enumNames<ExportFormat>) {
+  for (const auto& named : enumNames<ExportFormat>) {
+    const ExportFormat format = named.value;
     const std::string_view label = displayName(format);
-    menu.addAction(
-        QString::fromUtf8(label.data(), static_cast<qsizetype>(label.size())), this,
-        [this, format = format] { model_->actions().convert(model_->subjects(), format); });
+    menu.addAction(QString::fromUtf8(label.data(), static_cast<qsizetype>(label.size())), this,
+                   [this, format] { model_->actions().convert(model_->subjects(), format); });
   }
 }
 

@@ -29,7 +29,6 @@ namespace {
 
 using Step = HistorySelection::Step;
 
-constexpr int barHeight = 52;
 constexpr int stepButton = 36;
 constexpr int detailsFrom = 1000;  // px of width
 constexpr int detailsWidth = 300;
@@ -230,7 +229,7 @@ void HistoryPreview::refresh() {
   const EntryPointer& entry = model_->listing().at(*focus);
   position_->setText(
       QStringLiteral("%1 of %2")
-          .arg(QLocale(QLocale::English).toString(static_cast<qulonglong>(*focus + 1)),
+          .arg(QLocale(QLocale::English).toString(static_cast<qulonglong>(*focus) + 1),
                QLocale(QLocale::English)
                    .toString(static_cast<qulonglong>(model_->listing().size()))));
   before_->setEnabled(*focus > 0);

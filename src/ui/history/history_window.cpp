@@ -342,7 +342,7 @@ void HistoryWindow::showFilters() {
   auto* const menu = new QMenu(this);
   menu->setAttribute(Qt::WA_DeleteOnClose);
   const HistoryQuery query = model_->listing().query();
-  const auto choice = [&](QMenu& in, const QString& label, bool isOn, auto change) {
+  const auto choice = [&](QMenu& in, const QString& label, bool isOn, const auto& change) {
     QAction* const action = in.addAction(label, this, [this, query, change] {
       HistoryQuery changed = model_->listing().query();
       change(changed);
@@ -358,7 +358,7 @@ void HistoryWindow::showFilters() {
         std::pair{CaptureMedium::recording, "Recordings"}, std::pair{CaptureMedium::gif, "GIFs"},
         std::pair{CaptureMedium::text, "Texts"}, std::pair{CaptureMedium::project, "Projects"}}) {
     choice(*kinds, QString::fromLatin1(label), query.kind == medium,
-           [medium = medium](HistoryQuery& one) { one.kind = medium; });
+           [kind = medium](HistoryQuery& one) { one.kind = kind; });
   }
   QMenu* const applications = menu->addMenu(QStringLiteral("Application"));
   choice(*applications, QStringLiteral("All"), query.application.empty(),
@@ -367,7 +367,7 @@ void HistoryWindow::showFilters() {
     QString label = QString::fromStdString(name);
     label.replace('&', QStringLiteral("&&"));
     choice(*applications, label, query.application == name,
-           [name = name](HistoryQuery& one) { one.application = name; });
+           [application = name](HistoryQuery& one) { one.application = application; });
   }
   QMenu* const dates = menu->addMenu(QStringLiteral("Date"));
   choice(*dates, QStringLiteral("Any Time"), !query.since,

@@ -26,7 +26,7 @@ constexpr auto* colorScheme = "color-scheme";
 constexpr auto* accentColor = "accent-color";
 constexpr auto* interface = "org.gnome.desktop.interface";
 constexpr auto* fontName = "font-name";
-constexpr auto* settings = "org.freedesktop.portal.Settings";
+constexpr auto* settingsInterface = "org.freedesktop.portal.Settings";
 constexpr auto* portalPath = "/org/freedesktop/portal/desktop";
 constexpr auto* busName = "vantorel-appearance";
 
@@ -193,8 +193,8 @@ void DesktopPalette::followPortal() {
   QDBusConnection bus = QDBusConnection::connectToBus(
       qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), latin(busName));
   if (!bus.isConnected()) return;
-  if (!bus.connect({}, latin(portalPath), latin(settings), QStringLiteral("SettingChanged"), this,
-                   SLOT(settingChanged(QDBusMessage)))) {
+  if (!bus.connect({}, latin(portalPath), latin(settingsInterface),
+                   QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QDBusMessage)))) {
     logWarning("DesktopUi", "changes of the desktop's colors cannot be followed");
   }
   ask(appearance, colorScheme);
@@ -203,9 +203,9 @@ void DesktopPalette::followPortal() {
 }
 
 void DesktopPalette::ask(const char* space, const char* key) {
-  QDBusMessage read =
-      QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.portal.Desktop"),
-                                     latin(portalPath), latin(settings), QStringLiteral("Read"));
+  QDBusMessage read = QDBusMessage::createMethodCall(
+      QStringLiteral("org.freedesktop.portal.Desktop"), latin(portalPath), latin(settingsInterface),
+      QStringLiteral("Read"));
   read << latin(space) << latin(key);
   auto* const watcher =
       new QDBusPendingCallWatcher(QDBusConnection(latin(busName)).asyncCall(read), this);
