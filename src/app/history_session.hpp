@@ -143,6 +143,7 @@ struct HistorySession : TestLibrary {
                       .work = runners.runner("work"),
                       .files = files,
                       .library = &library}};
+  PictureFinish finish = [](const ScreenshotEntry&, Image picture) { return picture; };
   std::set<std::string> outOfReach;
   std::vector<std::string> opened;
   std::shared_ptr<HistoryModel> shared = std::make_shared<HistoryModel>(HistoryModel::Services{
@@ -169,12 +170,14 @@ struct HistorySession : TestLibrary {
                                  .files = files,
                                  .codec = codec,
                                  .clock = clock(),
+                                 .finish = finish,
                                  .folder = library.paths().previews()}),
       .pictures = std::make_shared<PictureLoader>(PictureLoader::Services{
           .main = runners.main(),
           .work = runners.runner("previews"),
           .files = files,
-          .codec = codec}),
+          .codec = codec,
+          .finish = finish}),
       .dayOf = utcDay,
       .captureKey = [] { return "Print"; },
       .captureArea = [] {}});

@@ -7,7 +7,8 @@
 namespace vantorel {
 namespace {
 
-Result<Image> pictureOf(const Files& files, const ImageCodec& codec, const ScreenshotEntry& entry) {
+Result<Image> pictureOf(const Files& files, const ImageCodec& codec, const PictureFinish& finish,
+                        const ScreenshotEntry& entry) {
   const auto bytes = files.read(entry.path);
   if (!bytes) {
     const auto absence = absenceOf(files, entry);
@@ -16,7 +17,7 @@ Result<Image> pictureOf(const Files& files, const ImageCodec& codec, const Scree
         absence ? sentence(*absence) : "The picture can't be read: " + bytes.error().reason + ".");
   }
   auto picture = codec.decode(*bytes);
-  if (picture) return picture;
+  if (picture) return finish(entry, *std::move(picture));
   return failed(picture.error().kind,
                 "The capture couldn't be read as an image: " + picture.error().reason + ".");
 }
@@ -27,8 +28,8 @@ void PictureLoader::load(const EntryPointer& entry, Loaded done) {
   asked_.renew();
   roundTrip(
       *services_.work, services_.main,
-      [files = services_.files, codec = services_.codec, entry] {
-        return pictureOf(*files, *codec, *entry);
+      [files = services_.files, codec = services_.codec, finish = services_.finish, entry] {
+        return pictureOf(*files, *codec, finish, *entry);
       },
       asked_.guard([done = std::move(done)](const Result<Image>& picture) { done(picture); }));
 }

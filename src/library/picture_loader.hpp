@@ -7,12 +7,13 @@
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "library/entry_failure.hpp"
+#include "library/entry_look.hpp"
 #include "platform/image_codec.hpp"
 
 namespace vantorel {
 
-/// Reads one picture of the library after the other to be looked at, as large as it is. Lives on
-/// the main runner.
+/// Reads one picture of the library after the other to be looked at, as large as it is and as it is
+/// shown. Lives on the main runner.
 class PictureLoader {
  public:
   struct Services {
@@ -20,6 +21,7 @@ class PictureLoader {
     std::shared_ptr<TaskRunner> work;  ///< may block
     std::shared_ptr<Files> files;
     std::shared_ptr<const ImageCodec> codec;
+    PictureFinish finish;
   };
 
   explicit PictureLoader(Services services) : services_(std::move(services)) {}

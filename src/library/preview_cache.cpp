@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/area_downscale.hpp"
+#include "base/json_record.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
 
@@ -25,9 +26,10 @@ constexpr double quality = 0.85;
 /// So long after its last use a preview may count as used then: each use would write otherwise.
 constexpr double useInterval = 24.0 * 3600;
 
-std::string previewName(const std::string& path, const FileStatus& status) {
-  const std::string text = fmt::format("{}\n{}\n{}\n{}x{}", path, status.size, status.modified,
-                                       previewSize.width, previewSize.height);
+std::string previewName(const ScreenshotEntry& entry, const FileStatus& status) {
+  const std::string text =
+      fmt::format("{}\n{}\n{}\n{}x{}", json::toText(lookOf(entry)), status.size, status.modified,
+                  previewSize.width, previewSize.height);
   const XXH128_hash_t hash = XXH3_128bits(text.data(), text.size());
   return fmt::format("{:016x}{:016x}", hash.high64, hash.low64);
 }
@@ -69,27 +71,31 @@ Image previewOf(const Image& picture) {
 class PreviewCache::Shelf {
  public:
   Shelf(std::shared_ptr<Files> files, std::shared_ptr<const ImageCodec> codec,
-        std::shared_ptr<const Clock> clock, Path folder, std::uint64_t maximumBytes)
+        std::shared_ptr<const Clock> clock, PictureFinish finish, Path folder,
+        std::uint64_t maximumBytes)
       : files_(std::move(files)),
         codec_(std::move(codec)),
         clock_(std::move(clock)),
+        finish_(std::move(finish)),
         folder_(std::move(folder)),
         maximumBytes_(maximumBytes) {}
 
   /// An empty picture when there is none.
-  [[nodiscard]] Image preview(const std::string& path) {
-    const auto status = files_->status(path);
+  [[nodiscard]] Image preview(const ScreenshotEntry& entry) {
+    const auto status = files_->status(entry.path);
     if (!status || status->type != FileType::regular) return {};
     readOnce();
-    const std::string name = previewName(path, *status);
+    const std::string name = previewName(entry, *status);
     for (const char* const ending : {".jpg", ".png"}) {
       if (const Image kept = take(name + ending); !kept.isEmpty()) return kept;
     }
-    const auto bytes = files_->read(path);
+    const auto bytes = files_->read(entry.path);
     if (!bytes) return {};
-    const auto picture = codec_->decode(*bytes);
+    auto picture = codec_->decode(*bytes);
     if (!picture) return {};
-    Image made = previewOf(*picture);
+    const auto finished = finish_(entry, *std::move(picture));
+    if (!finished) return {};
+    Image made = previewOf(*finished);
     keep(name, made);
     return made;
   }
@@ -179,6 +185,7 @@ class PreviewCache::Shelf {
   std::shared_ptr<Files> files_;
   std::shared_ptr<const ImageCodec> codec_;
   std::shared_ptr<const Clock> clock_;
+  PictureFinish finish_;
   Path folder_;
   std::uint64_t maximumBytes_;
   bool wasRead_ = false;
@@ -191,7 +198,7 @@ class PreviewCache::Shelf {
 PreviewCache::PreviewCache(Services services)
     : services_(std::move(services)),
       shelf_(std::make_shared<Shelf>(services_.files, services_.codec, services_.clock,
-                                     services_.folder, services_.maximumBytes)) {}
+                                     services_.finish, services_.folder, services_.maximumBytes)) {}
 
 PreviewCache::~PreviewCache() = default;
 
@@ -206,8 +213,8 @@ void PreviewCache::next() {
   const EntryPointer entry = wanted_.front();
   roundTrip(
       *services_.work, services_.main,
-      [shelf = shelf_, path = entry->path, isPicture = entry->medium == CaptureMedium::image] {
-        return isPicture ? shelf->preview(path) : Image();
+      [shelf = shelf_, entry] {
+        return entry->medium == CaptureMedium::image ? shelf->preview(*entry) : Image();
       },
       lifetime_.guard([this, entry](const Image& preview) {
         if (!wanted_.empty() && wanted_.front() == entry) wanted_.pop_front();

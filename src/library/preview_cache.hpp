@@ -10,7 +10,7 @@
 #include "base/image.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
-#include "library/records/screenshot_entry.hpp"
+#include "library/entry_look.hpp"
 #include "platform/clock.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
@@ -24,8 +24,9 @@ inline constexpr PixelSize previewSize{400, 250};
 /// more than twice as wide as high is shown whole. Never enlarged.
 [[nodiscard]] Image previewOf(const Image& picture);
 
-/// The previews of pictures, kept in a folder of files that may go at any time. A picture that
-/// changed has another preview, for its file's name is made of the picture's path, size and time.
+/// The previews of captures as they are shown, kept in a folder of files that may go at any time.
+/// A picture that changed has another preview, for its file's name is made of the picture's path,
+/// size and time and of what is drawn on it.
 /// Lives on the main runner; reads and makes them on `work`, one after the other.
 class PreviewCache {
  public:
@@ -35,6 +36,7 @@ class PreviewCache {
     std::shared_ptr<Files> files;
     std::shared_ptr<const ImageCodec> codec;
     std::shared_ptr<const Clock> clock;
+    PictureFinish finish;
     Path folder;
     std::uint64_t maximumBytes = 256ULL << 20;  ///< on disk; what was used longest ago goes first
   };

@@ -27,14 +27,20 @@ class PreviewCacheTest : public testing::Test {
   PreviewCacheTest() { restart(); }
 
   void restart(std::uint64_t maximumBytes = 1'000'000) {
-    cache = std::make_unique<PreviewCache>(
-        PreviewCache::Services{.main = runners.main(),
-                               .work = runners.runner("previews"),
-                               .files = files,
-                               .codec = codec,
-                               .clock = {std::shared_ptr<const Clock>(), &runners},
-                               .folder = "/caches/previews",
-                               .maximumBytes = maximumBytes});
+    cache = std::make_unique<PreviewCache>(PreviewCache::Services{
+        .main = runners.main(),
+        .work = runners.runner("previews"),
+        .files = files,
+        .codec = codec,
+        .clock = {std::shared_ptr<const Clock>(), &runners},
+        .finish = [this](const ScreenshotEntry& one, Image whole) -> Result<Image> {
+          if (isUndrawable) return failed(FailureKind::other, "not drawn");
+          if (!one.crop) return whole;
+          return whole.cropped(
+              {0, 0, static_cast<int>(one.crop->w), static_cast<int>(one.crop->h)});
+        },
+        .folder = "/caches/previews",
+        .maximumBytes = maximumBytes});
     cache->onPreview = [this](const EntryPointer& entry, const Image& preview) {
       told.push_back(fmt::format("{} {}x{}", entry->id, preview.width(), preview.height()));
       if (onTold) onTold();
@@ -62,6 +68,7 @@ class PreviewCacheTest : public testing::Test {
   FakeRunners runners;
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
   std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
+  bool isUndrawable = false;
   std::vector<std::string> told;
   std::function<void()> onTold;
   std::unique_ptr<PreviewCache> cache;
@@ -105,6 +112,22 @@ TEST_F(PreviewCacheTest, PreviewsAreKeptUntilThePictureChanges) {
   // Half a file, after a crash, is made again.
   for (const std::string& name : kept()) files->put("/caches/previews/" + name, "half");
   EXPECT_THAT(ask({one}), ElementsAre("one 80x50"));
+}
+
+TEST_F(PreviewCacheTest, WhatIsDrawnAndCoveredIsInThePreview) {
+  const EntryPointer plain = entry("one", PixelSize{200, 100});
+  EXPECT_THAT(ask({plain}), ElementsAre("one 160x100"));
+  ScreenshotEntry changed = *plain;
+  changed.crop = Box{.x = 0, .y = 0, .w = 80, .h = 50};
+  const auto cropped = std::make_shared<const ScreenshotEntry>(changed);
+  isUndrawable = true;
+  EXPECT_THAT(ask({cropped}), ElementsAre("one 0x0")) << "what is left out shows";
+  isUndrawable = false;
+  EXPECT_THAT(ask({cropped, plain}), ElementsAre("one 80x50", "one 160x100"));
+  changed.title = "Another name";
+  const auto before = kept();
+  EXPECT_THAT(ask({std::make_shared<const ScreenshotEntry>(changed)}), ElementsAre("one 80x50"));
+  EXPECT_EQ(kept(), before) << "a name changes no picture";
 }
 
 TEST_F(PreviewCacheTest, WhatScrolledAwayIsNotMade) {

@@ -16,6 +16,16 @@ Result<SceneDrawing*, SceneFailure> loadSceneDrawing() {
   return reinterpret_cast<SceneDrawingEntry>(*entry)();
 }
 
+DrawPicture drawPictureWithModule(std::shared_ptr<const Files> files,
+                                  std::shared_ptr<const ImageCodec> codec) {
+  return [files = std::move(files), codec = std::move(codec)](
+             const EditorDocument& document, Image base,
+             std::optional<double> captureScale) -> Result<Image, SceneFailure> {
+    SceneDrawing* const drawing = VT_TRY(loadSceneDrawing());
+    return drawing->drawScene(document, std::move(base), captureScale, *files, *codec);
+  };
+}
+
 CaptureAnnotator::Draw drawWithModule(std::shared_ptr<const Files> files,
                                       std::shared_ptr<const ImageCodec> codec) {
   return [files = std::move(files), codec = std::move(codec)](

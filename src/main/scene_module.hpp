@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "app/capture_annotator.hpp"
+#include "editor/shown_picture.hpp"
 #include "platform/scene_view.hpp"
 
 namespace vantorel {
@@ -11,7 +12,11 @@ namespace vantorel {
 /// loads. Never null, and the same for as long as the process runs. Any thread.
 [[nodiscard]] Result<SceneDrawing*, SceneFailure> loadSceneDrawing();
 
-/// Draws documents with it.
+/// Draws documents with it, for the screen.
+[[nodiscard]] DrawPicture drawPictureWithModule(std::shared_ptr<const Files> files,
+                                                std::shared_ptr<const ImageCodec> codec);
+
+/// Likewise, for files.
 [[nodiscard]] CaptureAnnotator::Draw drawWithModule(std::shared_ptr<const Files> files,
                                                     std::shared_ptr<const ImageCodec> codec);
 

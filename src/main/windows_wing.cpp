@@ -4,6 +4,7 @@
 
 #include "app/window_places.hpp"
 #include "library/picture_loader.hpp"
+#include "main/scene_module.hpp"
 
 namespace vantorel {
 namespace {
@@ -118,11 +119,12 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
                         launcher.reveal(files, reported());
                       }},
       .previews = previews(),
-      .pictures = std::make_shared<PictureLoader>(
-          PictureLoader::Services{.main = desktop.main,
-                                  .work = desktop.lanes.disks.queue("com.hollen.Vantorel.preview"),
-                                  .files = desktop.files,
-                                  .codec = desktop.codec}),
+      .pictures = std::make_shared<PictureLoader>(PictureLoader::Services{
+          .main = desktop.main,
+          .work = desktop.lanes.disks.queue("com.hollen.Vantorel.preview"),
+          .files = desktop.files,
+          .codec = desktop.codec,
+          .finish = withAnnotations(drawPictureWithModule(desktop.files, desktop.codec))}),
       .dayOf = systemDay,
       .captureKey =
           [this] {
@@ -134,13 +136,14 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
 
 std::shared_ptr<PreviewCache> WindowsWing::previews() {
   DesktopWing& desktop = captures.desktop;
-  return std::make_shared<PreviewCache>(
-      PreviewCache::Services{.main = desktop.main,
-                             .work = desktop.lanes.pool.queue("com.hollen.Vantorel.previews"),
-                             .files = desktop.files,
-                             .codec = desktop.codec,
-                             .clock = desktop.clock,
-                             .folder = desktop.folders.cache / "previews"});
+  return std::make_shared<PreviewCache>(PreviewCache::Services{
+      .main = desktop.main,
+      .work = desktop.lanes.pool.queue("com.hollen.Vantorel.previews"),
+      .files = desktop.files,
+      .codec = desktop.codec,
+      .clock = desktop.clock,
+      .finish = withAnnotations(drawPictureWithModule(desktop.files, desktop.codec)),
+      .folder = desktop.folders.cache / "previews"});
 }
 
 std::shared_ptr<SettingsModel> WindowsWing::settings() {

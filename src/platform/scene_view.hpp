@@ -53,7 +53,14 @@ class SceneDrawing {
   [[nodiscard]] virtual std::unique_ptr<SceneView> makeView(SceneGround ground) = 0;
 
   /// Draws `document` over its base image (`captureScale` pixels per point), with the layers'
-  /// pictures read from their files, and encodes the picture. Blocks.
+  /// pictures read from their files. Blocks.
+  [[nodiscard]] virtual Result<Image, SceneFailure> drawScene(const EditorDocument& document,
+                                                              Image base,
+                                                              std::optional<double> captureScale,
+                                                              const Files& files,
+                                                              const ImageCodec& codec) = 0;
+
+  /// Likewise, and encodes the picture.
   [[nodiscard]] virtual Result<std::string, SceneFailure> exportScene(
       const EditorDocument& document, Image base, std::optional<double> captureScale,
       const Files& files, const ImageCodec& codec, const ImageEncoding& encoding) = 0;

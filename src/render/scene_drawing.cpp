@@ -14,6 +14,12 @@ class CanvasDrawing final : public SceneDrawing {
     return std::make_unique<SceneCanvas>(std::move(ground));
   }
 
+  Result<Image, SceneFailure> drawScene(const EditorDocument& document, Image base,
+                                        std::optional<double> captureScale, const Files& files,
+                                        const ImageCodec& codec) override {
+    return renderScene(document, sceneSource(std::move(base), captureScale, files, codec));
+  }
+
   Result<std::string, SceneFailure> exportScene(const EditorDocument& document, Image base,
                                                 std::optional<double> captureScale,
                                                 const Files& files, const ImageCodec& codec,

@@ -16,7 +16,7 @@ QString keyOf(const ScreenshotEntry& entry) { return QString::fromStdString(entr
 
 /// Whether a preview of the one is a preview of the other.
 bool showsTheSame(const ScreenshotEntry& one, const ScreenshotEntry& other) {
-  return one.path == other.path && one.fileIdentity == other.fileIdentity;
+  return lookOf(one) == lookOf(other);
 }
 
 /// The preview covers the tile from the top; a strip is shown whole.

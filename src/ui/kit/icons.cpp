@@ -129,7 +129,7 @@ QColor tinted(IconTint tint) {
 class SymbolEngine : public QIconEngine {
  public:
   SymbolEngine(IconName name, IconTint tint, std::optional<QColor> color)
-      : name_(name), tint_(tint), color_(std::move(color)) {}
+      : name_(name), tint_(tint), color_(color) {}
 
   void paint(QPainter* painter, const QRect& area, QIcon::Mode mode, QIcon::State state) override {
     const double ratio = painter->device() != nullptr ? painter->device()->devicePixelRatioF() : 1;

@@ -476,7 +476,7 @@ int VantorelStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
     case PM_SmallIconSize:
     case PM_ButtonIconSize: return 16;
     case PM_ToolBarIconSize: return 20;
-    case PM_LayoutHorizontalSpacing: return tokens::space8;
+    case PM_LayoutHorizontalSpacing:
     case PM_LayoutVerticalSpacing: return tokens::space8;
     default: return QProxyStyle::pixelMetric(metric, option, widget);
   }
@@ -486,11 +486,11 @@ int VantorelStyle::styleHint(StyleHint hint, const QStyleOption* option, const Q
                              QStyleHintReturn* returned) const {
   switch (hint) {
     case SH_Slider_AbsoluteSetButtons: return Qt::LeftButton;
-    case SH_UnderlineShortcut: return 0;
-    case SH_ComboBox_Popup: return 0;
-    case SH_DialogButtonBox_ButtonsHaveIcons: return 0;
-    case SH_MenuBar_AltKeyNavigation: return 0;
-    case SH_ScrollBar_Transient: return 0;
+    case SH_UnderlineShortcut:
+    case SH_ComboBox_Popup:
+    case SH_DialogButtonBox_ButtonsHaveIcons:
+    case SH_MenuBar_AltKeyNavigation:
+    case SH_ScrollBar_Transient:
     case SH_EtchDisabledText: return 0;
     default: return QProxyStyle::styleHint(hint, option, widget, returned);
   }

@@ -31,8 +31,8 @@ class RememberedPlaces final : public WindowPlaces {
  public:
   std::map<std::string, WindowPlace> places;
 
-  std::optional<WindowPlace> restore(const std::string& window,
-                                     const std::string& displays) const override {
+  [[nodiscard]] std::optional<WindowPlace> restore(const std::string& window,
+                                                   const std::string& displays) const override {
     const auto found = places.find(window + "@" + displays);
     return found == places.end() ? std::nullopt : std::optional(found->second);
   }

@@ -27,7 +27,6 @@ namespace vantorel {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 xcb_keycode_t hardwareKeyOf(xcb_connection_t* connection, std::uint32_t keysym) {
   const xcb_setup_t* const setup = xcb_get_setup(connection);
