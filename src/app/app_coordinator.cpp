@@ -8,6 +8,7 @@
 #include "app/command_keys.hpp"
 #include "app/tray_menu.hpp"
 #include "base/log.hpp"
+#include "library/entry_filter.hpp"
 
 namespace vantorel {
 namespace {
@@ -269,6 +270,15 @@ void AppCoordinator::undoRecentDelete() {
     if (outcome.failures.empty()) return;
     services_.alerts.notify("Some captures weren't restored", outcome.failures.front().reason);
   }));
+}
+
+void AppCoordinator::focusCard() {
+  if (isQuitting() || (onFocusCard && onFocusCard())) return;
+  if (auto refusal = refusalToLook(services_.library.store())) {
+    return services_.alerts.notify(
+        "History", sentence(EntryFailure{EntryFailure::Case::libraryClosed, *std::move(refusal)}));
+  }
+  services_.alerts.notify("No card to focus", "There is no capture to show on a card yet.");
 }
 
 std::vector<StatusMenuItem> AppCoordinator::statusMenu() {

@@ -71,6 +71,9 @@ class AppCoordinator {
 
   void undoRecentDelete();
 
+  /// Gives the keyboard to the newest card.
+  void focusCard();
+
   /// Opens the window, or brings it forward. False when there are none.
   bool show(AppWindow window);
 
@@ -78,6 +81,10 @@ class AppCoordinator {
   /// its id once it is on the clipboard as well.
   std::function<void(const CaptureOutcome::Saved&)> onSaved;
   std::function<void(const std::string& id)> onCopied;
+
+  /// Gives the keyboard to the newest card, or to one for the newest capture. False when there is
+  /// none. Empty where no cards are shown.
+  std::function<bool()> onFocusCard;
 
   /// Calls off the capture that waits for the user.
   void cancelCapture() { stills().cancel(); }

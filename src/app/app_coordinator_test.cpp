@@ -245,6 +245,29 @@ TEST_F(AppCoordinatorTest, TheMenuCopiesRecentCapturesByName) {
   EXPECT_EQ(run->clipboard->last, world.files.text(last));
 }
 
+TEST_F(AppCoordinatorTest, TheNewestCardGetsTheKeyboardOrASentenceSaysWhyNot) {
+  const auto line = [this] {
+    const std::vector<StatusMenuItem> menu = run->app->statusMenu();
+    return *std::ranges::find(menu, "Focus Capture Card", &StatusMenuItem::label);
+  };
+  int asked = 0;
+  bool hasCard = false;
+  run->app->onFocusCard = [&] {
+    ++asked;
+    return hasCard;
+  };
+  EXPECT_FALSE(line().isEnabled);
+  run->app->perform(*findDesktopCommand("FocusCard"));
+  EXPECT_THAT(run->alerts.notices,
+              ElementsAre("No card to focus: There is no capture to show on a card yet."));
+  run->begin({.kind = Kind::display});
+  hasCard = true;
+  ASSERT_TRUE(line().isEnabled);
+  line().perform();
+  EXPECT_EQ(asked, 2);
+  EXPECT_EQ(run->alerts.notices.size(), 1U);
+}
+
 TEST_F(AppCoordinatorTest, WhatIsCopiedIsWhatIsShown) {
   run->begin({.kind = Kind::display});
   const EntryPointer entry = run->store.entries().at(0);
@@ -345,7 +368,7 @@ TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
 TEST_F(AppCoordinatorTest, ALibraryThatCouldNotBeReadIsNotCalledEmpty) {
   world.files.put("/data/history.json", R"({"version":5,"entries":[]})");
   restart();
-  for (const char* command : {"CopyRecentCapture1", "UndoRecentDelete"}) {
+  for (const char* command : {"CopyRecentCapture1", "UndoRecentDelete", "FocusCard"}) {
     run->app->perform(*findDesktopCommand(command));
     run->runners.run();
     EXPECT_EQ(

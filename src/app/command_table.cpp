@@ -34,6 +34,11 @@ std::optional<std::string> noDeletion(AppCoordinator& app) {
   return "There is nothing to undo: a deletion can be undone for 8 seconds.";
 }
 
+std::optional<std::string> noCard(AppCoordinator& app) {
+  if (!app.copying().recentPictures(1).empty()) return std::nullopt;
+  return "There is no capture to show on a card yet.";
+}
+
 std::vector<DesktopCommand> build() {
   std::vector<DesktopCommand> all{
       {.name = "CaptureArea",
@@ -80,6 +85,10 @@ std::vector<DesktopCommand> build() {
        .label = "Help",
        .run = shows(AppWindow::help),
        .arguments = {"show", "help"}},
+      {.name = "FocusCard",
+       .label = "Focus Capture Card",
+       .run = [](AppCoordinator& app) { app.focusCard(); },
+       .obstacle = noCard},
       {.name = "Quit", .label = "Quit Vantorel", .run = [](AppCoordinator& app) { app.quit(); }},
   };
   for (const auto& entry : enumNames<ShortcutID>) {

@@ -154,6 +154,7 @@ std::vector<StatusMenuItem> TrayMenu::lines() {
   menu.push_back(captureDelay());
   menu.push_back(separator());
   menu.push_back(line("OpenHistory"));
+  menu.push_back(line("FocusCard"));
   if (!app_.library().store().collections().empty()) menu.push_back(fileIntoCollection());
   menu.push_back(copyRecentCapture());
   menu.push_back(line("UndoRecentDelete"));

@@ -34,6 +34,16 @@ const std::vector<WindowKeys>& windowKeys() {
         {"Larger tiles", "Ctrl+Plus"},
         {"Smaller tiles", "Ctrl+Minus"},
         {"Sidebar", "F9"}}},
+      {"Card",
+       {{"Copy", "C"},
+        {"Save as", "S"},
+        {"Open", "E or Enter"},
+        {"Reveal", "R"},
+        {"Format", "F"},
+        {"Move to Trash", "Del"},
+        {"Next action", "Left or Right"},
+        {"Next card", "Up or Down"},
+        {"Give the focus back", "Esc"}}},
   };
   return all;
 }

@@ -67,6 +67,7 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
   desktop.ui->showCards(&cards);
   captures.coordinator.onSaved = [this](const CaptureOutcome::Saved& saved) { cards.add(saved); };
   captures.coordinator.onCopied = [this](const std::string& id) { cards.copied(id); };
+  captures.coordinator.onFocusCard = [&desktop] { return desktop.ui->focusCard(); };
   desktop.ui->setWindowServices(
       {.history = [this] { return history(); },
        .settings = [this] { return settings(); },
@@ -85,6 +86,7 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
 WindowsWing::~WindowsWing() {
   captures.coordinator.onSaved = nullptr;
   captures.coordinator.onCopied = nullptr;
+  captures.coordinator.onFocusCard = nullptr;
   captures.desktop.ui->showCards(nullptr);
 }
 

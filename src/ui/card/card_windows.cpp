@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/log.hpp"
 #include "ui/card/card_capsule.hpp"
 #include "ui/card/card_drawer.hpp"
 #include "ui/card/card_layout.hpp"
@@ -21,7 +22,10 @@ constexpr int drawerGrace = 350;  // ms, for the way across the gap
 }  // namespace
 
 CardWindows::CardWindows(CardStack& stack, std::shared_ptr<NativeWindows> native)
-    : stack_(stack), native_(std::move(native)) {
+    : stack_(stack), native_(std::move(native)), grab_(native_, [this](InputGrab::Missing) {
+        logInfo("Card", "another program holds the keyboard or the pointer");
+        giveFocusBack();
+      }) {
   opening_.setSingleShot(true);
   opening_.setInterval(drawerDelay);
   QObject::connect(&opening_, &QTimer::timeout, [this] {
@@ -244,11 +248,13 @@ void CardWindows::focus(std::uint64_t number) {
   CardWindow* const window = windowOf(number);
   if (window == nullptr) return;
   if (focused_) {
+    grab_.release();
     if (CardWindow* const before = windowOf(*focused_)) before->setKeyboard(false);
     closeDrawer();
   }
   focused_ = number;
   window->setKeyboard(true);
+  grab_.take(*window->windowHandle());
   updateHeld();
 }
 
@@ -270,6 +276,7 @@ void CardWindows::moveFocus(std::uint64_t from, int step) {
 
 void CardWindows::giveFocusBack() {
   if (!focused_) return;
+  grab_.release();
   if (CardWindow* const window = windowOf(*focused_)) window->setKeyboard(false);
   focused_.reset();
   if (!isDrawerPointed_) closeDrawer();

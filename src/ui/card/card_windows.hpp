@@ -8,6 +8,7 @@
 
 #include "app/card_stack.hpp"
 #include "platform/native_windows.hpp"
+#include "ui/kit/input_grab.hpp"
 
 class QScreen;
 
@@ -57,6 +58,7 @@ class CardWindows {
   std::optional<std::uint64_t> pointedCard_;
   bool isDrawerPointed_ = false;
   std::optional<std::uint64_t> focused_;
+  InputGrab grab_;  ///< of its window
   QTimer opening_;  ///< of the drawer
   QTimer closing_;
   QTimer arranging_;

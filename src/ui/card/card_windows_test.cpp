@@ -207,5 +207,44 @@ TEST_F(CardWindowsTest, TheKeyboardComesAndGoesBack) {
   EXPECT_EQ(cards(), 2);
 }
 
+TEST_F(CardWindowsTest, TheKeyboardComesWhenTheMenuOrKeyThatAskedLetsGo) {
+  start();
+  capture("a");
+  const xcb_window_t root =
+      xcb_setup_roots_iterator(xcb_get_setup(client->connection())).data->root;
+  const auto hold = [this, root] {
+    xcb_grab_keyboard(client->connection(), 0, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+                      XCB_GRAB_MODE_ASYNC);
+    client->sync();
+  };
+  const auto letGo = [this] {
+    xcb_ungrab_keyboard(client->connection(), XCB_CURRENT_TIME);
+    client->sync();
+  };
+  // A shortcut of the desktop holds the keyboard as long as its key is down.
+  client->key(XK_F9, true);
+  hold();
+  ASSERT_TRUE(ui->focusCard());
+  settleCards();
+  client->key(XK_F9, false);
+  letGo();
+  settleCards();
+  strike(XK_c);
+  EXPECT_TRUE(waitForCards([&] { return session.clipboard.images == 1; }));
+  strike(XK_Escape);
+  settleCards();
+
+  // One that does not let go keeps its keys, and the card shows none of its own.
+  hold();
+  ASSERT_TRUE(ui->focusCard());
+  settleCards();
+  const QImage asking = screen("card-asking");
+  EXPECT_TRUE(waitForCards([&] { return screen("card-refused") != asking; }));
+  letGo();
+  strike(XK_c);
+  settleCards();
+  EXPECT_EQ(session.clipboard.images, 1);
+}
+
 }  // namespace
 }  // namespace vantorel

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "ui/kit/input_grab.hpp"
 #include "ui/kit/screen_pixels.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/selection/selection_painting.hpp"
@@ -42,7 +43,6 @@ class QtSelectionOverlay::Session {
   }
 
  private:
-  void grabInput();
   void refresh();
   void warpPointer();
   [[nodiscard]] bool isOwnMove(QPoint to);
@@ -60,16 +60,14 @@ class QtSelectionOverlay::Session {
   SelectionModel model_;
   SelectionLayout layout_;
   std::vector<Window*> windows_;
-  QTimer grabTimer_;
-  QTimer patience_;  // with a program that holds what the overlay needs
+  InputGrab grab_;
+  QObject context_;  // of what is followed while it is up
   QPoint seen_;
   std::deque<QPoint> ownMoves_;  // of the pointer, of which the server will tell
   bool pressed_ = false;
   std::optional<SelectionBar::Part> hovered_;
   std::optional<SelectionBar::Part> pressedPart_;
   QString copiedColor_;
-  bool hasKeyboard_ = false;
-  bool hasPointer_ = false;
 
   friend class QtSelectionOverlay;
 };
@@ -229,20 +227,19 @@ QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request reques
       adjusts_(request.adjusts),
       model_(request.mode, snapshotsOf(displays_), request.windows,
              startingPoint(*overlay.native_, displays_), qGuiApp->devicePixelRatio()),
+      // One that held the keyboard would be hidden, and would go on getting every key.
+      grab_(overlay.native_,
+            [this](InputGrab::Missing missing) {
+              if (overlay_ == nullptr) return;
+              overlay_->finish(std::unexpected(
+                  missing == InputGrab::Missing::keyboard ? End::keyboardHeld : End::pointerHeld));
+            }),
       seen_(model_.pointer()) {
   for (std::size_t i = 0; i < displays_.size(); ++i) {
     const PixelRect& area = model_.displays()[i].area;
     pictures_.push_back(
         {QRect(area.x, area.y, area.width, area.height), sharedImage(displays_[i].image)});
   }
-  grabTimer_.setInterval(20);
-  grabTimer_.callOnTimeout([this] { grabInput(); });
-  patience_.setInterval(1000);
-  patience_.setSingleShot(true);
-  patience_.callOnTimeout([this] {
-    if (overlay_ == nullptr) return;
-    overlay_->finish(std::unexpected(hasKeyboard_ ? End::pointerHeld : End::keyboardHeld));
-  });
 }
 
 void QtSelectionOverlay::Session::begin() {
@@ -254,46 +251,23 @@ void QtSelectionOverlay::Session::begin() {
   const auto changed = [this] {
     if (overlay_ != nullptr) overlay_->finish(std::unexpected(End::displaysChanged));
   };
-  QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &grabTimer_, changed);
-  QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, &grabTimer_, changed);
+  QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &context_, changed);
+  QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, &context_, changed);
   for (const QScreen* const screen : QGuiApplication::screens()) {
-    QObject::connect(screen, &QScreen::geometryChanged, &grabTimer_, changed);
+    QObject::connect(screen, &QScreen::geometryChanged, &context_, changed);
   }
-  grabInput();
+  grab_.take(*windows_.front());
 }
 
 void QtSelectionOverlay::Session::takeDown() {
   const auto native = std::exchange(overlay_, nullptr)->native_;
-  grabTimer_.stop();
-  patience_.stop();
+  grab_.release();
   for (Window* const window : std::exchange(windows_, {})) {
-    window->setKeyboardGrabEnabled(false);
-    window->setMouseGrabEnabled(false);
     native->uncoverDisplay(window->winId());
     window->hide();
     window->deleteLater();  // it may be one of its events that ends the session
   }
   native->sync();
-}
-
-/// The hot key that began all this holds the keyboard until it is let go, and a menu that is
-/// closing holds both: the overlay asks until it gets them. Who holds them longer, with no key and
-/// no button down, does not let go: the overlay would hide that program and hear nothing.
-void QtSelectionOverlay::Session::grabInput() {
-  if (!overlay_->native_->needsGrabs()) return;
-  if (!hasKeyboard_) hasKeyboard_ = windows_.front()->setKeyboardGrabEnabled(true);
-  if (!hasPointer_) hasPointer_ = windows_.front()->setMouseGrabEnabled(true);
-  if (hasKeyboard_ && hasPointer_) {
-    grabTimer_.stop();
-    patience_.stop();
-    return;
-  }
-  if (!grabTimer_.isActive()) grabTimer_.start();
-  if (overlay_->native_->isAnythingPressed()) {
-    patience_.stop();
-  } else if (!patience_.isActive()) {
-    patience_.start();
-  }
 }
 
 void QtSelectionOverlay::Session::refresh() {
