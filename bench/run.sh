@@ -8,3 +8,4 @@ done
 bench/capture_command.sh build/release/bin/vantorel
 bench/tray_start.sh build/release/bin/vantorel
 bench/overlay_start.sh build/release/bin/vantorel
+bench/card_start.sh build/release/bin/vantorel
