@@ -183,13 +183,21 @@ void HistoryView::wantPreviews() {
 
 void HistoryView::paintEvent(QPaintEvent* event) {
   QPainter painter(viewport());
+  // Scrolling leaves a strip above and one below. Through both of them together everything would
+  // be clipped line by line.
+  for (const QRect& strip : event->region()) {
+    painter.setClipRect(strip);
+    paintStrip(painter, strip);
+  }
+}
+
+void HistoryView::paintStrip(QPainter& painter, const QRect& strip) const {
   const PaletteRoles roles = rolesOf(palette());
-  painter.fillRect(event->rect(), roles.base);
+  painter.fillRect(strip, roles.base);
   painter.setRenderHint(QPainter::Antialiasing);
   if (layout_.sectionCount() == 0) return;
   const int offset = verticalScrollBar()->value() - columnsHeight();
-  const QRect dirty = event->rect().translated(0, offset);
-  painter.save();
+  const QRect dirty = strip.translated(0, offset);
   painter.translate(0, -offset);
   const std::size_t last = layout_.sectionAt(dirty.bottom());
   for (std::size_t section = layout_.sectionAt(dirty.top()); section <= last; ++section) {
@@ -210,22 +218,25 @@ void HistoryView::paintEvent(QPaintEvent* event) {
     fill.setAlphaF(0.14F);
     paintBox(painter, QRectF(band_), 2, fill, QPen(roles.focus));
   }
-  painter.restore();
-  // The header of the day that is being looked at stays at the top.
+  painter.translate(0, offset);
+  paintStickyHeader(painter);
+  if (layout_.isList()) paintColumns(painter);
+}
+
+/// The header of the day that is being looked at stays at the top.
+void HistoryView::paintStickyHeader(QPainter& painter) const {
   const int top = verticalScrollBar()->value();
   const std::size_t section = layout_.sectionAt(top);
   QRect sticky = layout_.header(section);
-  if (!sticky.isEmpty() && sticky.top() < top) {
-    int y = columnsHeight();
-    if (section + 1 < layout_.sectionCount()) {
-      const QRect next = layout_.header(section + 1);
-      if (!next.isEmpty()) y = std::min(y, next.top() - top + columnsHeight() - sticky.height());
-    }
-    sticky.moveTop(y);
-    painter.fillRect(sticky, roles.base);
-    paintHeader(painter, section, sticky);
+  if (sticky.isEmpty() || sticky.top() >= top) return;
+  int y = columnsHeight();
+  if (section + 1 < layout_.sectionCount()) {
+    const QRect next = layout_.header(section + 1);
+    if (!next.isEmpty()) y = std::min(y, next.top() - top + columnsHeight() - sticky.height());
   }
-  if (layout_.isList()) paintColumns(painter);
+  sticky.moveTop(y);
+  painter.fillRect(sticky, rolesOf(palette()).base);
+  paintHeader(painter, section, sticky);
 }
 
 void HistoryView::paintHeader(QPainter& painter, std::size_t section, const QRect& area) const {

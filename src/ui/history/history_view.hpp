@@ -76,6 +76,8 @@ class HistoryView : public QAbstractScrollArea {
   [[nodiscard]] std::size_t navigationRows() const;
   [[nodiscard]] QPoint contentPoint(const QPoint& inViewport) const;
 
+  void paintStrip(QPainter& painter, const QRect& strip) const;
+  void paintStickyHeader(QPainter& painter) const;
   void paintHeader(QPainter& painter, std::size_t section, const QRect& area) const;
   void paintColumns(QPainter& painter) const;
   void paintTile(QPainter& painter, std::size_t place) const;
