@@ -1,7 +1,6 @@
 #include "platform/linux/x11_pixel_reader.hpp"
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -17,7 +16,6 @@
 namespace vantorel {
 namespace {
 
-constexpr std::size_t slotBytes = std::size_t{1} << 20U;
 constexpr std::size_t slots = 2;
 constexpr std::size_t largePage = std::size_t{2} << 20U;
 
@@ -60,11 +58,8 @@ std::size_t X11PixelReader::Layout::rowBytes(int width) const {
   return static_cast<std::size_t>(bits) / 8;
 }
 
-X11PixelReader::X11PixelReader(xcb_connection_t* connection) : connection_(connection) {}
-
-X11PixelReader::~X11PixelReader() {
-  if (ring_ != nullptr) munmap(ring_, slotBytes * slots);
-}
+X11PixelReader::X11PixelReader(xcb_connection_t* connection)
+    : connection_(connection), ring_(connection, slots, X11SharedRing::Server::writes) {}
 
 Result<X11PixelReader::Layout> X11PixelReader::layout(int depth, xcb_visualid_t visual) const {
   const xcb_setup_t* setup = xcb_get_setup(connection_);
@@ -97,32 +92,14 @@ Result<X11PixelReader::Layout> X11PixelReader::layout(int depth, xcb_visualid_t 
   return layout;
 }
 
-bool X11PixelReader::makeRing() {
-  if (segment_ != 0) return true;
-  const int file = memfd_create("vantorel-grab", MFD_CLOEXEC);
-  if (file < 0) return false;
-  void* memory = MAP_FAILED;
-  if (ftruncate(file, slotBytes * slots) == 0) {
-    memory = mmap(nullptr, slotBytes * slots, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-  }
-  if (memory == MAP_FAILED) {
-    close(file);
-    return false;
-  }
-  ring_ = static_cast<std::uint8_t*>(memory);
-  segment_ = xcb_generate_id(connection_);
-  xcb_shm_attach_fd(connection_, segment_, file, 0);  // the descriptor is xcb's to close now
-  return true;
-}
-
 Result<void> X11PixelReader::read(xcb_drawable_t drawable, const PixelRect& area, int depth,
                                   xcb_visualid_t visual, const PixelBuffer& buffer, int x, int y) {
   VT_CHECK(!area.isEmpty() && x >= 0 && y >= 0 && x + area.width <= buffer.size.width &&
            y + area.height <= buffer.size.height);
   const Layout layout = VT_TRY(this->layout(depth, visual));
   const std::size_t rowBytes = layout.rowBytes(area.width);
-  VT_CHECK(rowBytes <= slotBytes);
-  const int rowsAtOnce = static_cast<int>(slotBytes / rowBytes);
+  VT_CHECK(rowBytes <= X11SharedRing::slotBytes);
+  const int rowsAtOnce = static_cast<int>(X11SharedRing::slotBytes / rowBytes);
   std::deque<Stripe> stripes;
   for (int top = 0; top < area.height; top += rowsAtOnce) {
     const int rows = std::min(rowsAtOnce, area.height - top);
@@ -137,7 +114,7 @@ Result<void> X11PixelReader::read(xcb_drawable_t drawable, const PixelRect& area
 
 Result<void> X11PixelReader::readStripes(xcb_drawable_t drawable, const std::deque<Stripe>& stripes,
                                          const Layout& layout, const PixelBuffer& buffer) {
-  if (!sharedMemory_ || !makeRing()) return readPlain(drawable, stripes, layout, buffer);
+  if (!sharedMemory_ || !ring_.make()) return readPlain(drawable, stripes, layout, buffer);
   auto done = readShared(drawable, stripes, layout, buffer);
   if (done || xcb_connection_has_error(connection_) != 0) return done;
   // A server in another container cannot map our memory; the slow way is still there.
@@ -176,7 +153,7 @@ Result<void> X11PixelReader::readShared(xcb_drawable_t drawable, const std::dequ
     cookies[index % slots] = xcb_shm_get_image(
         connection_, drawable, static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
         static_cast<std::uint16_t>(area.width), static_cast<std::uint16_t>(area.height), ~0U,
-        XCB_IMAGE_FORMAT_Z_PIXMAP, segment_, static_cast<std::uint32_t>(index % slots * slotBytes));
+        XCB_IMAGE_FORMAT_Z_PIXMAP, ring_.segment(), X11SharedRing::offset(index % slots));
     xcb_flush(connection_);
   };
   std::size_t asked = 0;
@@ -188,8 +165,7 @@ Result<void> X11PixelReader::readShared(xcb_drawable_t drawable, const std::dequ
       }
       return std::unexpected(failure());
     }
-    converting_.measure(
-        [&] { convert(ring_ + i % slots * slotBytes, layout, stripes[i], buffer); });
+    converting_.measure([&] { convert(ring_.slot(i % slots), layout, stripes[i], buffer); });
     if (asked < stripes.size()) ask(asked++);
   }
   return {};

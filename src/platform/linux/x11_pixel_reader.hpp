@@ -1,6 +1,5 @@
 #pragma once
 
-#include <xcb/shm.h>
 #include <xcb/xcb.h>
 
 #include <cstddef>
@@ -11,6 +10,7 @@
 #include "base/image.hpp"
 #include "base/result.hpp"
 #include "base/spent_time.hpp"
+#include "platform/linux/x11_shared_ring.hpp"
 
 namespace vantorel {
 
@@ -40,7 +40,6 @@ class X11PixelReader {
   explicit X11PixelReader(xcb_connection_t* connection);
   X11PixelReader(const X11PixelReader&) = delete;
   X11PixelReader& operator=(const X11PixelReader&) = delete;
-  ~X11PixelReader();
 
   /// Whether the server takes shared memory of ours.
   void allowSharedMemory(bool allowed) { sharedMemory_ = allowed; }
@@ -75,7 +74,6 @@ class X11PixelReader {
   };
 
   [[nodiscard]] Result<Layout> layout(int depth, xcb_visualid_t visual) const;
-  [[nodiscard]] bool makeRing();
   [[nodiscard]] Failure failure() const;
   [[nodiscard]] Result<void> readStripes(xcb_drawable_t drawable, const std::deque<Stripe>& stripes,
                                          const Layout& layout, const PixelBuffer& buffer);
@@ -88,8 +86,7 @@ class X11PixelReader {
 
   xcb_connection_t* connection_;
   bool sharedMemory_ = false;
-  xcb_shm_seg_t segment_ = 0;
-  std::uint8_t* ring_ = nullptr;
+  X11SharedRing ring_;
   SpentTime converting_;
 };
 

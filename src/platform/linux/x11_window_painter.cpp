@@ -1,47 +1,19 @@
 #include "platform/linux/x11_window_painter.hpp"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "platform/linux/x11_call.hpp"
 
 namespace vantorel {
-namespace {
 
-constexpr std::size_t bandBytes = std::size_t{1} << 20U;
-
-}  // namespace
-
-X11WindowPainter::~X11WindowPainter() {
-  if (ring_ != nullptr) munmap(ring_, bandBytes * slots);
-}
-
-/// A server in another container, or on another machine, cannot map our memory: the answer to the
-/// attaching says so.
-bool X11WindowPainter::makeRing() {
+bool X11WindowPainter::hasRing() {
   if (hasRing_) return *hasRing_;
   hasRing_ = false;
   const auto* const shm = xcb_get_extension_data(c_, &xcb_shm_id);
   if (shm == nullptr || shm->present == 0) return false;
   const auto version = xReply<xcb_shm_query_version_reply>(c_, xcb_shm_query_version(c_));
   if (!version || (version->major_version == 1 && version->minor_version < 2)) return false;
-  const int file = memfd_create("vantorel-paint", MFD_CLOEXEC);
-  if (file < 0) return false;
-  void* memory = MAP_FAILED;
-  if (ftruncate(file, bandBytes * slots) == 0) {
-    memory = mmap(nullptr, bandBytes * slots, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-  }
-  if (memory == MAP_FAILED) {
-    close(file);
-    return false;
-  }
-  ring_ = static_cast<std::uint8_t*>(memory);
-  segment_ = xcb_generate_id(c_);
-  const auto attached = xcb_shm_attach_fd_checked(c_, segment_, file, 1);  // closes the descriptor
-  const XOwned<xcb_generic_error_t> refused(xcb_request_check(c_, attached));
-  hasRing_ = refused == nullptr;
+  hasRing_ = ring_.make();
   return *hasRing_;
 }
 
@@ -66,24 +38,24 @@ void X11WindowPainter::awaitSlot(std::size_t slot) {
 
 bool X11WindowPainter::paint(xcb_window_t window, const std::vector<PixelRect>& areas,
                              const PaintBand& paint) {
-  if (!makeRing() || !isDirectColor(window)) return false;
+  if (!hasRing() || !isDirectColor(window)) return false;
   const xcb_gcontext_t gc = xcb_generate_id(c_);
   xcb_create_gc(c_, gc, window, 0, nullptr);
   std::size_t slot = 0;
   for (const PixelRect& area : areas) {
     const std::size_t stride = static_cast<std::size_t>(area.width) * 4;
-    if (area.isEmpty() || stride > bandBytes) continue;
-    const int rows = static_cast<int>(bandBytes / stride);
+    if (area.isEmpty() || stride > X11SharedRing::slotBytes) continue;
+    const int rows = static_cast<int>(X11SharedRing::slotBytes / stride);
     for (int top = area.y; top < area.bottom(); top += rows, slot = (slot + 1) % slots) {
       const PixelRect band{area.x, top, area.width, std::min(rows, area.bottom() - top)};
       awaitSlot(slot);
-      paint(band, ring_ + slot * bandBytes, stride);
+      paint(band, ring_.slot(slot), stride);
       xcb_shm_put_image(c_, window, gc, static_cast<std::uint16_t>(band.width),
                         static_cast<std::uint16_t>(band.height), 0, 0,
                         static_cast<std::uint16_t>(band.width),
                         static_cast<std::uint16_t>(band.height), static_cast<std::int16_t>(band.x),
                         static_cast<std::int16_t>(band.y), 24, XCB_IMAGE_FORMAT_Z_PIXMAP, 0,
-                        segment_, static_cast<std::uint32_t>(slot * bandBytes));
+                        ring_.segment(), X11SharedRing::offset(slot));
       inUse_[slot] = xcb_get_input_focus(c_);
       xcb_flush(c_);
     }
