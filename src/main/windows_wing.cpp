@@ -106,6 +106,7 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
       .settings = desktop.settings,
       .actions = {.main = desktop.main,
                   .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+                  .files = desktop.files,
                   .library = libraryWing.library,
                   .rewriter = editor.rewriter,
                   .copying = captures.copying,
