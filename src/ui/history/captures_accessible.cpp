@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QApplication>
+#include <QLineEdit>
 #include <map>
 #include <memory>
 
@@ -58,11 +59,17 @@ class CapturesAccessible : public QAccessibleWidget {
   [[nodiscard]] HistoryView& view() const { return *view_; }
   [[nodiscard]] const HistoryListing& listing() const { return view_->model().listing(); }
 
-  [[nodiscard]] int childCount() const override { return static_cast<int>(listing().size()); }
+  /// The captures, and after them the field of a name that is being changed.
+  [[nodiscard]] int childCount() const override {
+    return static_cast<int>(listing().size()) + (editor() == nullptr ? 0 : 1);
+  }
 
   /// Made once for each place, and kept by the registry that deletes it.
   [[nodiscard]] QAccessibleInterface* child(int index) const override {
     if (index < 0 || index >= childCount()) return nullptr;
+    if (index == static_cast<int>(listing().size())) {
+      return QAccessible::queryAccessibleInterface(editor());
+    }
     const auto place = static_cast<std::size_t>(index);
     const auto found = items_.find(place);
     if (found != items_.end()) return QAccessible::accessibleInterface(found->second);
@@ -72,18 +79,29 @@ class CapturesAccessible : public QAccessibleWidget {
   }
   [[nodiscard]] int indexOfChild(const QAccessibleInterface* child) const override {
     const auto* const item = dynamic_cast<const CaptureAccessible*>(child);
-    return item == nullptr ? -1 : static_cast<int>(item->place());
+    if (item != nullptr) return static_cast<int>(item->place());
+    return child != nullptr && child->object() != nullptr && child->object() == editor()
+               ? static_cast<int>(listing().size())
+               : -1;
   }
   [[nodiscard]] QAccessibleInterface* childAt(int x, int y) const override {
     const auto place = view_->placeAt(view_->viewport()->mapFromGlobal(QPoint(x, y)));
     return place ? child(static_cast<int>(*place)) : nullptr;
   }
   [[nodiscard]] QAccessibleInterface* focusChild() const override {
+    if (auto* const field = editor(); field != nullptr && field->hasFocus()) {
+      return QAccessible::queryAccessibleInterface(field);
+    }
     const auto focus = view_->model().selection().focus();
     return focus && view_->hasFocus() ? child(static_cast<int>(*focus)) : nullptr;
   }
 
  private:
+  [[nodiscard]] QWidget* editor() const {
+    auto* const field = view_->viewport()->findChild<QLineEdit*>();
+    return field != nullptr && field->isVisible() ? field : nullptr;
+  }
+
   HistoryView* view_;
   mutable std::map<std::size_t, QAccessible::Id> items_;
 };

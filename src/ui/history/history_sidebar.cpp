@@ -3,7 +3,6 @@
 #include <QAction>
 #include <QEvent>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -11,6 +10,7 @@
 #include <utility>
 
 #include "library/entry_filter.hpp"
+#include "ui/history/name_field.hpp"
 #include "ui/history/sidebar_row.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -136,25 +136,11 @@ void HistorySidebar::rename(const std::string& collectionID) {
   SidebarRow* const row = rowOf(collectionID);
   if (row == nullptr) return;
   ensureWidgetVisible(row);
-  auto* const editor = new QLineEdit(row->text(), row);
-  editor->setAccessibleName(QStringLiteral("Name of the collection"));
-  editor->setGeometry(row->labelArea());
-  editor->selectAll();
-  editor->show();
-  editor->setFocus();
-  const auto finish = [this, editor, collectionID](bool keeps) {
-    if (!editor->isVisible()) return;
-    const std::string name = editor->text().trimmed().toStdString();
-    editor->hide();
-    editor->deleteLater();
-    if (keeps) model_->renameCollection(collectionID, name);
+  auto* const editor =
+      new NameField(row->text(), QStringLiteral("Name of the collection"), row->labelArea(), row);
+  editor->onDone = [this, collectionID](const std::optional<QString>& name) {
+    if (name) model_->renameCollection(collectionID, name->toStdString());
   };
-  connect(editor, &QLineEdit::editingFinished, this, [finish] { finish(true); });
-  auto* const escape = new QAction(editor);
-  escape->setShortcut(Qt::Key_Escape);
-  escape->setShortcutContext(Qt::WidgetShortcut);
-  connect(escape, &QAction::triggered, this, [finish] { finish(false); });
-  editor->addAction(escape);
 }
 
 void HistorySidebar::showMenu(const std::string& collectionID, const QPoint& at) {

@@ -8,7 +8,6 @@
 #include "app/history_model.hpp"
 
 class QVBoxLayout;
-class QLineEdit;
 
 namespace vantorel {
 

@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QDrag>
 #include <QKeyEvent>
-#include <QLineEdit>
 #include <QMimeData>
 #include <QPainter>
 #include <QScrollBar>
@@ -18,6 +17,7 @@
 #include "library/entry_title.hpp"
 #include "ui/history/capture_mime_data.hpp"
 #include "ui/history/captures_accessible.hpp"
+#include "ui/history/name_field.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -613,43 +613,26 @@ void HistoryView::rename(std::size_t place) {
   scrollTo(place);
   const EntryPointer entry = model_->listing().at(place);
   delete editor_;
-  auto* const editor = new QLineEdit(QString::fromStdString(titleOf(*entry)), viewport());
+  const QRect tile = areaOf(place);
+  const int height = tokens::controlHeight(tokens::smallControl);
+  QRect area(tile.left() - 2, tile.top() + layout_.pictureSize().height() + 4, tile.width() + 4,
+             height);
+  if (layout_.isList()) {
+    const ListColumns columns(tile.width());
+    const ListColumns::Column title = columns.all().front();
+    area = {title.left - 8, tile.center().y() - height / 2, title.width + 8, height};
+  }
+  auto* const editor = new NameField(QString::fromStdString(titleOf(*entry)),
+                                     QStringLiteral("Title"), area, viewport());
   editor_ = editor;
   connect(editor, &QObject::destroyed, this, [this, editor] {
     if (editor_ == editor) editor_ = nullptr;
   });
-  editor->setAccessibleName(QStringLiteral("Title"));
-  const QRect tile = areaOf(place);
-  const int height = tokens::controlHeight(tokens::smallControl);
-  if (layout_.isList()) {
-    const ListColumns columns(tile.width());
-    const ListColumns::Column title = columns.all().front();
-    editor->setGeometry(title.left - 8, tile.center().y() - height / 2, title.width + 8, height);
-  } else {
-    editor->setGeometry(tile.left() - 2, tile.top() + layout_.pictureSize().height() + 4,
-                        tile.width() + 4, height);
-  }
-  editor->selectAll();
-  editor->show();
-  editor->setFocus();
-  const auto finish = [this, editor, entry] {
-    if (!editor->isVisible()) return;
-    const std::string title = editor->text().trimmed().toStdString();
-    editor->hide();
-    editor->deleteLater();
-    if (title != titleOf(*entry)) model_->actions().rename(entry, title);
-    setFocus();
+  editor->onDone = [this, entry](const std::optional<QString>& name) {
+    if (name && name->toStdString() != titleOf(*entry)) {
+      model_->actions().rename(entry, name->toStdString());
+    }
   };
-  connect(editor, &QLineEdit::editingFinished, this, finish);
-  auto* const escape = new QAction(editor);
-  escape->setShortcut(Qt::Key_Escape);
-  escape->setShortcutContext(Qt::WidgetShortcut);
-  connect(escape, &QAction::triggered, this, [this, editor] {
-    editor->hide();
-    editor->deleteLater();
-    setFocus();
-  });
-  editor->addAction(escape);
 }
 
 }  // namespace vantorel

@@ -10,8 +10,6 @@
 #include "ui/history/history_layout.hpp"
 #include "ui/history/tile_pictures.hpp"
 
-class QLineEdit;
-
 namespace vantorel {
 
 /// The captures of the History window, as tiles or as a list. Only what is seen exists. Lives on
@@ -102,7 +100,7 @@ class HistoryView : public QAbstractScrollArea {
   bool isBand_ = false;
   QPoint bandFrom_;  // in the content
   QRect band_;       // in the content
-  QLineEdit* editor_ = nullptr;
+  QWidget* editor_ = nullptr;
   QBasicTimer previewTimer_;
   QBasicTimer scrollTimer_;
   std::optional<QPoint> dragScroll_;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/message_band.hpp"
 #include "ui/kit/vantorel_style.hpp"
@@ -74,6 +75,7 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
   DesktopPalette::follow();
   setWindowTitle(title);
   setAccessibleName(title);
+  setAccessibleRole(*this, QAccessible::Window);
   setMinimumSize(measures.least);
   layout_->setContentsMargins(0, 0, 0, 0);
   layout_->setSpacing(0);

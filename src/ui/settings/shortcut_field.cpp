@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <utility>
 
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/key_caps.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/row_group.hpp"
@@ -58,6 +59,7 @@ ShortcutField::ShortcutField(ShortcutRecorder& recorder, std::string setting,
       setting_(std::move(setting)),
       plainSymbol_(std::move(plainSymbol)) {
   setFocusPolicy(Qt::StrongFocus);
+  setAccessibleRole(*this, QAccessible::HotkeyField);
   setAttribute(Qt::WA_Hover);
   setCursor(Qt::PointingHandCursor);
   setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);

@@ -385,4 +385,31 @@ void TestClient::key(std::uint32_t keysym, bool press) {
   sync();
 }
 
+void TestClient::chord(const std::vector<std::uint32_t>& keysyms) {
+  for (const std::uint32_t keysym : keysyms) key(keysym, true);
+  for (auto at = keysyms.rbegin(); at != keysyms.rend(); ++at) key(*at, false);
+}
+
+void TestClient::type(std::string_view text) {
+  for (const char letter : text) chord({static_cast<std::uint32_t>(letter)});
+}
+
+void TestClient::moveTo(int x, int y) {
+  xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, screen_->root,
+                      static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+  sync();
+}
+
+void TestClient::button(std::uint8_t number, bool press) {
+  xcb_test_fake_input(connection_, press ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, number,
+                      XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+  sync();
+}
+
+void TestClient::click(int x, int y) {
+  moveTo(x, y);
+  button(1, true);
+  button(1, false);
+}
+
 }  // namespace vantorel

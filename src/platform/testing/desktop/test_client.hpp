@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -86,6 +87,17 @@ class TestClient {
 
   /// Press and release of a key (by keysym), as from the real keyboard.
   void key(std::uint32_t keysym, bool press);
+
+  /// Presses these keys in order and lets go of them: {control, 'z'}.
+  void chord(const std::vector<std::uint32_t>& keysyms);
+
+  /// Types letters, digits and blanks, each as a key of its own.
+  void type(std::string_view text);
+
+  /// The pointer, as from the real mouse; buttons count from 1.
+  void moveTo(int x, int y);
+  void button(std::uint8_t number, bool press);
+  void click(int x, int y);
 
   /// Waits until everything asked for so far has been done.
   void sync();

@@ -81,6 +81,7 @@ TestDesktop::TestDesktop(TestDesktopOptions options) {
                   {"PATH", path != nullptr ? path : "/usr/bin:/bin"},
                   {"LC_ALL", "C.UTF-8"},
                   {"OMP_THREAD_LIMIT", "1"}};
+  if (options.accessibility) environment_["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
   try {
     if (options.bus) startBus();
     if (options.screen) startServer(options);

@@ -16,6 +16,7 @@ struct TestDesktopOptions {
   bool windowManager = false;  ///< openbox
   bool compositor = false;     ///< picom
   bool bus = false;            ///< a session bus
+  bool accessibility = false;  ///< programs describe their windows to a `ScreenReader`
 };
 
 /// A desktop of one test's own: a virtual X server, on wish a window manager, a compositor and a

@@ -1,0 +1,284 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "library/entry_title.hpp"
+#include "main/program_under_test.hpp"
+#include "platform/testing/desktop/drop_target.hpp"
+#include "platform/testing/desktop/keyboard_watch.hpp"
+#include "platform/testing/desktop/screen_reader.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr std::uint32_t controlKey = 0xFFE3;
+constexpr std::uint32_t altKey = 0xFFE9;
+constexpr std::uint32_t tabKey = 0xFF09;
+constexpr std::uint32_t returnKey = 0xFF0D;
+constexpr std::uint32_t rightKey = 0xFF53;
+constexpr std::uint32_t downKey = 0xFF54;
+constexpr std::uint32_t menuKey = 0xFF67;
+constexpr std::uint32_t deleteKey = 0xFFFF;
+constexpr std::uint32_t renameKey = 0xFFBF;
+
+/// As programs name files to each other; of the names in these tests only blanks are written
+/// differently.
+std::string fileAddress(const std::string& path) {
+  std::string address = "file://";
+  for (const char letter : path)
+    address += letter == ' ' ? std::string("%20") : std::string(1, letter);
+  return address;
+}
+
+/// A person at the windows of the program in the tray: sees what a screen reader is told, uses
+/// pointer and keys.
+class WindowsProgramTest : public testing::Test {
+ protected:
+  WindowsProgramTest() { client_.paintRoot(1); }
+
+  void startTray() {
+    tray_.emplace(vantorel_.startTray(client_));
+    reader_.follow(tray_->pid());
+  }
+
+  /// Shows a window by the command and waits until it has the keyboard.
+  void show(const std::string& what, const std::string& title) {
+    ASSERT_EQ(vantorel_.run({"show", what}).status, 0);
+    waitUntilActive(title);
+  }
+
+  void waitUntilActive(const std::string& title) {
+    (void)reader_.waitUntil(title, "the keyboard", [](const std::vector<SpokenControl>& all) {
+      return !all.empty() && all.front().isActive();
+    });
+  }
+
+  void hover(const SpokenControl& control) {
+    client_.moveTo(control.area.x + control.area.width / 2,
+                   control.area.y + control.area.height / 2);
+  }
+
+  void click(const SpokenControl& control) {
+    hover(control);
+    client_.button(1, true);
+    client_.button(1, false);
+  }
+
+  /// Waits until the index on the disk is as `condition` wants it.
+  void waitForIndex(const std::function<bool(const EntryList&)>& condition) {
+    ASSERT_TRUE(index_.waitUntil([&] { return condition(vantorel_.entries()); }))
+        << readAll(vantorel_.root() / "history.json");
+  }
+
+  [[nodiscard]] std::vector<HistoryCollection> collections() const {
+    const auto index = decodeIndex(readAll(vantorel_.root() / "history.json"));
+    return index ? index->file.collections : std::vector<HistoryCollection>{};
+  }
+
+  static std::vector<SpokenControl> captures(const std::vector<SpokenControl>& all) {
+    std::vector<SpokenControl> items;
+    std::ranges::copy_if(all, std::back_inserter(items),
+                         [](const SpokenControl& one) { return one.role == "list item"; });
+    return items;
+  }
+
+  /// Waits until History lists that many captures.
+  std::vector<SpokenControl> waitForCaptures(std::size_t count) {
+    return captures(reader_.waitUntil(
+        "History", std::to_string(count) + " captures",
+        [&](const std::vector<SpokenControl>& all) { return captures(all).size() == count; }));
+  }
+
+  /// Tab goes to all that takes the focus and is named; arrows do the rest of lists and choices.
+  void expectReachable(const std::string& title) {
+    const auto all = reader_.controls(title);
+    std::map<std::string, std::string> missing;
+    std::string focus;
+    for (const SpokenControl& one : all) {
+      if (one.isFocused()) focus = one.path;
+      if (!one.canTakeFocus() || !one.isEnabled() || one.role == "list item") continue;
+      EXPECT_NE(one.name, "") << ScreenReader::describe({one});
+      if (one.role == "radio button" && !one.isChecked()) continue;
+      missing[one.path] = one.name;
+    }
+    EXPECT_THAT(missing, testing::Not(IsEmpty()));
+    const std::size_t most = missing.size() + 3;
+    for (std::size_t step = 0; step < most && !missing.empty(); ++step) {
+      missing.erase(focus);
+      client_.chord({tabKey});
+      focus = reader_.focusAfter(focus);
+    }
+    missing.erase(focus);
+    EXPECT_THAT(missing, IsEmpty()) << ScreenReader::describe(all);
+  }
+
+  void quit() {
+    EXPECT_EQ(vantorel_.run({"quit"}).status, 0);
+    EXPECT_EQ(tray_->wait().status, 0) << tray_->errorText();
+  }
+
+  TestDesktop desktop_{
+      {.screen = PixelSize{1600, 1000}, .windowManager = true, .bus = true, .accessibility = true}};
+  TestClient client_{desktop_.display()};
+  Vantorel vantorel_{desktop_};
+  ScreenReader reader_{desktop_};
+  FileWatch index_{{vantorel_.root()}};
+  std::optional<ChildProcess> tray_;
+};
+
+TEST_F(WindowsProgramTest, APersonTakesFindsNamesCollectsConvertsDragsTrashesAndRestores) {
+  startTray();
+  const auto ledger = client_.open(
+      {.area = {200, 150, 900, 600}, .seed = 2, .title = "Accounts", .className = "Ledger"});
+  const auto earlier = vantorel_.entries();
+  {
+    KeyboardWatch keyboard(desktop_.display());
+    ChildProcess area = vantorel_.start({"capture", "area"});
+    ASSERT_TRUE(keyboard.waitUntilTaken());
+    client_.moveTo(300, 200);
+    client_.button(1, true);
+    client_.moveTo(500, 300);
+    client_.moveTo(620, 440);
+    client_.button(1, false);
+    const PixelRect shown = client_.contentArea(ledger);
+    const Image taken = vantorel_.picture(area.wait());
+    EXPECT_EQ(taken.size(), (PixelSize{320, 240}));
+    EXPECT_EQ(differenceFromTestPicture(taken, 2, 300 - shown.x, 200 - shown.y), "");
+  }
+  const auto entry = [this] { return vantorel_.entries().back(); };
+  waitForIndex([&](const EntryList& all) { return all.size() == earlier.size() + 1; });
+  const std::string id = entry()->id;
+
+  // Found by the program it was taken in: a letter typed at the captures goes to the search.
+  show("history", "History");
+  (void)waitForCaptures(earlier.size() + 1);
+  client_.type("ledg");
+  (void)waitForCaptures(1);
+  client_.chord({downKey});
+  client_.chord({renameKey});
+  client_.type("budget");
+  client_.chord({returnKey});
+  waitForIndex([&](const EntryList& all) { return titleOf(*all.back()) == "budget"; });
+
+  client_.chord({controlKey, 'l'});
+  client_.chord({downKey});
+  click(reader_.findInMenu("New Collection"));
+  (void)reader_.find("History", "the field for a name", [](const SpokenControl& one) {
+    return one.name == "Name of the collection" && one.isFocused();
+  });
+  client_.type("taxes");
+  client_.chord({returnKey});
+  waitForIndex([&](const EntryList&) {
+    const auto all = collections();
+    return all.size() == 1 && all.front().name == "taxes" &&
+           entry()->collectionIDs == std::vector{all.front().id};
+  });
+  (void)reader_.find("History", "check box", "taxes, 1");
+
+  click(waitForCaptures(1).front());
+  client_.chord({menuKey});
+  client_.chord({downKey});
+  hover(reader_.findInMenu("Convert"));
+  client_.chord({rightKey});
+  click(reader_.findInMenu("JPEG"));
+  waitForIndex([&](const EntryList& all) { return all.back()->path.ends_with(".jpg"); });
+  EXPECT_EQ(entry()->id, id);
+
+  DropTarget other(desktop_.display(), {0, 0, 120, 120}, "text/uri-list");
+  hover(waitForCaptures(1).front());
+  client_.button(1, true);
+  for (int step = 0; !other.isAccepted(); ++step) client_.moveTo(40 + step % 40, 60);
+  client_.button(1, false);
+  const auto dropped = other.waitForDrop();
+  EXPECT_EQ(dropped.value_or(""), fileAddress(entry()->path) + "\r\n");
+
+  const std::string path = entry()->path;
+  client_.chord({deleteKey});
+  waitForIndex([&](const EntryList& all) { return all.size() == earlier.size(); });
+  EXPECT_FALSE(std::filesystem::exists(path));
+  (void)reader_.find("History", "the way back", [](const SpokenControl& one) {
+    return one.role == "push button" && one.name.starts_with("Undo");
+  });
+  client_.chord({controlKey, 'z'});
+  waitForIndex([&](const EntryList& all) { return all.size() == earlier.size() + 1; });
+  EXPECT_EQ(entry()->id, id);
+  EXPECT_EQ(titleOf(*entry()), "budget");
+  EXPECT_EQ(entry()->path, path);
+
+  client_.chord({controlKey, ','});
+  waitUntilActive("Settings");
+  click(reader_.find("Settings", "radio button", "Shortcuts"));
+  const auto recorder = [this](const std::string& shown) {
+    return reader_.find("Settings", "a row with " + shown, [&](const SpokenControl& one) {
+      return one.name == "Capture main display" && one.canTakeFocus() && one.description == shown;
+    });
+  };
+  click(recorder("Shift+Print"));
+  (void)recorder("Press the keys…");
+  const std::vector<std::uint32_t> keys{controlKey, altKey, 'k'};
+  client_.chord(keys);
+  (void)recorder("Ctrl+Alt+K");
+  client_.chord(keys);
+  waitForIndex([&](const EntryList& all) { return all.size() == earlier.size() + 2; });
+  EXPECT_EQ(vantorel_.entries().back()->pixelWidth, 1600);
+  EXPECT_THAT(vantorel_.run({"settings", "list"}).out, HasSubstr("Ctrl+Alt+K"));
+
+  quit();
+  for (const EntryPointer& one : vantorel_.entries()) {
+    (void)vantorel_.picture({.status = 0, .out = one->path + "\n", .err = {}});
+  }
+}
+
+TEST_F(WindowsProgramTest, EveryControlHasANameAndIsReachedByTheKeyboard) {
+  startTray();
+  struct Shown {
+    const char* command;
+    const char* title;
+    std::vector<std::string> panes;
+    std::vector<std::string> toolTips;
+  };
+  const std::vector<Shown> windows{
+      {"history",
+       "History",
+       {""},
+       {"Search (Ctrl+F)", "Sidebar (F9)", "Grid (Ctrl+1)", "List (Ctrl+2)"}},
+      {"settings",
+       "Settings",
+       {"General", "Capture", "After capture", "Shortcuts", "Library"},
+       {"Search settings (Ctrl+F)"}},
+      {"help", "Help", {""}, {"Search commands and keys (Ctrl+F)"}},
+      {"welcome", "Vantorel", {""}, {}}};
+  for (const Shown& window : windows) {
+    show(window.command, window.title);
+    for (const std::string& pane : window.panes) {
+      SCOPED_TRACE(window.title + std::string(" ") + pane);
+      if (!pane.empty()) {
+        click(reader_.find(window.title, "radio button", pane));
+        (void)reader_.find(window.title, "the pane " + pane, [&](const SpokenControl& one) {
+          return one.role == "label" && one.name == pane;
+        });
+      }
+      expectReachable(window.title);
+    }
+    const std::string all = ScreenReader::describe(reader_.controls(window.title));
+    for (const std::string& toolTip : window.toolTips) {
+      EXPECT_THAT(all, HasSubstr("[" + toolTip + "]"));
+    }
+    client_.chord({controlKey, 'w'});
+    reader_.waitUntilGone(window.title);
+  }
+  quit();
+}
+
+}  // namespace
+}  // namespace vantorel
