@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include <algorithm>
+#include <csignal>
 #include <functional>
 #include <iostream>
 #include <iterator>
@@ -94,6 +96,21 @@ class WindowsProgramTest : public testing::Test {
   void waitForIndex(const std::function<bool(const EntryList&)>& condition) {
     ASSERT_TRUE(index_.waitUntil([&] { return condition(vantorel_.entries()); }))
         << readAll(vantorel_.root() / "history.json");
+  }
+
+  /// By the menu of what is selected.
+  void convertToJPEG() {
+    client_.chord({menuKey});
+    client_.chord({downKey});
+    hover(reader_.findInMenu("Convert"));
+    client_.chord({rightKey});
+    click(reader_.findInMenu("JPEG"));
+  }
+
+  SpokenControl findSentence(const std::string& end) {
+    return reader_.find("History", end, [&](const SpokenControl& one) {
+      return one.role == "label" && one.name.ends_with(end);
+    });
   }
 
   [[nodiscard]] std::vector<HistoryCollection> collections() const {
@@ -202,11 +219,7 @@ TEST_F(WindowsProgramTest, APersonTakesFindsNamesCollectsConvertsDragsTrashesAnd
   (void)reader_.find("History", "check box", "taxes, 1");
 
   select(waitForCaptures(1).front());
-  client_.chord({menuKey});
-  client_.chord({downKey});
-  hover(reader_.findInMenu("Convert"));
-  client_.chord({rightKey});
-  click(reader_.findInMenu("JPEG"));
+  convertToJPEG();
   waitForIndex([&](const EntryList& all) { return all.back()->path.ends_with(".jpg"); });
   EXPECT_EQ(entry()->id, id);
 
@@ -293,6 +306,112 @@ TEST_F(WindowsProgramTest, EveryControlHasANameAndIsReachedByTheKeyboard) {
     client_.chord({controlKey, 'w'});
     reader_.waitUntilGone(window.title);
   }
+  quit();
+}
+
+TEST_F(WindowsProgramTest, AFullDiskAFolderThatGoesAndAReplacedIndexAreToldAndLoseNothing) {
+  const MountedFolder disk(desktop_.folder() / "disk", "size=16m");
+  const auto folder = desktop_.folder() / "captures";
+  std::filesystem::create_directories(folder);
+  const auto attach = [&] {
+    ASSERT_EQ(::mount(disk.path().c_str(), folder.c_str(), nullptr, MS_BIND, nullptr), 0);
+  };
+  attach();
+  std::ofstream(vantorel_.root() / "settings.json")
+      << R"({"hasCompletedOnboarding":true,"storageDirectory":")" << folder.string() << "\"}";
+  startTray();
+  ASSERT_EQ(vantorel_.run({"capture", "display"}).status, 0);
+  show("history", "History");
+  const std::size_t count = vantorel_.entries().size();
+  const SpokenControl newest = waitForCaptures(count).front();
+  const auto kept = vantorel_.entries().back();
+  const auto isWhole = [&] { return LinuxImageCodec().decode(readAll(kept->path)).has_value(); };
+  {
+    std::ofstream filling(disk.path() / "filling");
+    while (filling << std::string(1000, 'x') << std::flush) {
+    }
+  }
+  select(newest);
+  convertToJPEG();
+  (void)findSentence("the disk is full.");
+  EXPECT_EQ(vantorel_.entries().back()->path, kept->path);
+  EXPECT_TRUE(isWhole());
+  std::filesystem::remove(disk.path() / "filling");
+
+  for (const EntryPointer& entry : vantorel_.entries()) {
+    if (entry->id != kept->id) std::filesystem::remove(entry->path);
+  }
+  (void)waitForCaptures(1);
+
+  ASSERT_EQ(::umount2(folder.c_str(), MNT_DETACH), 0);
+  client_.chord({deleteKey});
+  (void)findSentence("can't be reached. Reconnect it, or use Remove from History.");
+  const auto isAway = [](const SpokenControl& one) { return one.name.ends_with("out of reach"); };
+  (void)reader_.find("History", "a capture out of reach", isAway);
+  EXPECT_EQ(vantorel_.entries().back()->id, kept->id);
+
+  attach();
+  ASSERT_EQ(vantorel_.run({"capture", "display"}).status, 0);
+  // What has come back is looked for with the next change.
+  ASSERT_EQ(vantorel_.run({"capture", "display"}).status, 0);
+  const SpokenControl back = captures(reader_.waitUntil("History", "all within reach",
+                                                        [&](const std::vector<SpokenControl>& all) {
+                                                          return captures(all).size() == 3 &&
+                                                                 std::ranges::none_of(all, isAway);
+                                                        }))
+                                 .back();
+  EXPECT_TRUE(isWhole());
+
+  std::ofstream(vantorel_.root() / "other.json")
+      << R"({"version":4,"entries":[],"collections":[]})";
+  std::filesystem::rename(vantorel_.root() / "other.json", vantorel_.root() / "history.json");
+  select(back);
+  client_.chord({controlKey, 'd'});
+  waitForIndex([&](const EntryList& all) { return all.size() == 3 && all.front()->starred; });
+  (void)reader_.find("History", "check box", "Starred, 1");
+  quit();
+  ::umount2(folder.c_str(), MNT_DETACH);
+}
+
+TEST_F(WindowsProgramTest, AProgramThatIsKilledShowsAllOfItAgain) {
+  startTray();
+  for (int i = 0; i < 2; ++i) ASSERT_EQ(vantorel_.run({"capture", "display"}).status, 0);
+  show("history", "History");
+  const auto before = vantorel_.entries();
+  select(waitForCaptures(before.size()).front());
+  convertToJPEG();
+  tray_->signal(SIGKILL);
+  tray_->wait();
+  startTray();
+  show("history", "History");
+  const auto after = vantorel_.entries();
+  EXPECT_GT(after.size(), before.size());
+  (void)waitForCaptures(after.size());
+  for (const EntryPointer& one : after) {
+    EXPECT_TRUE(LinuxImageCodec().decode(readAll(one->path)).has_value()) << one->path;
+  }
+  quit();
+}
+
+TEST_F(WindowsProgramTest, AWindowOnADisplayThatIsUnpluggedComesToTheOneThatIsLeft) {
+  const PixelRect left{0, 0, 800, 1000};
+  desktop_.setMonitors({{"LEFT", left}, {"RIGHT", {800, 0, 800, 1000}}});
+  startTray();
+  show("history", "History");
+  const auto comesTo = [this](const PixelRect& area) {
+    (void)reader_.waitUntil("History", "its place", [&](const std::vector<SpokenControl>& all) {
+      return !all.empty() && all.front().area.x >= area.x &&
+             all.front().area.x + all.front().area.width <= area.x + area.width;
+    });
+  };
+  (void)desktop_.run({"sh", "-c", "xdotool windowmove $(xdotool getactivewindow) 850 50"});
+  comesTo({800, 0, 800, 1000});
+  desktop_.setMonitors({{"LEFT", left}});
+  comesTo(left);
+  client_.type("scr");
+  (void)reader_.find("History", "the search", [this](const SpokenControl& one) {
+    return one.name == "Search" && reader_.textOf(one) == "scr";
+  });
   quit();
 }
 

@@ -83,6 +83,7 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
   message_->hide();
   auto* const close = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), this);
   connect(close, &QShortcut::activated, this, [this] { this->close(); });
+  followDisplays();
   addKey(QKeySequence(Qt::CTRL | Qt::Key_Q), &WindowActions::quit);
   addKey(QKeySequence(Qt::Key_F1), &WindowActions::showHelp);
   addKey(QKeySequence(Qt::CTRL | Qt::Key_Comma), &WindowActions::showSettings);
@@ -130,6 +131,34 @@ void WindowFrame::place() {
   QSize most = measures_.usual;
   if (screen != nullptr) most = screen->availableGeometry().size() * greatestShare;
   resize(measures_.usual.boundedTo(most).expandedTo(measures_.least));
+}
+
+void WindowFrame::followDisplays() {
+  // What the toolkit knows of the displays is complete only after its signals.
+  const auto follow = [this](const QScreen* screen) {
+    connect(screen, &QScreen::availableGeometryChanged, this, &WindowFrame::keepOnScreen,
+            Qt::QueuedConnection);
+  };
+  for (const QScreen* const screen : QGuiApplication::screens()) follow(screen);
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &WindowFrame::keepOnScreen,
+          Qt::QueuedConnection);
+}
+
+void WindowFrame::keepOnScreen() {
+  if (!isVisible() || isMinimized() || isMaximized() || isFullScreen()) return;
+  const QRect frame = frameGeometry();
+  const QList<QRect> areas = workAreasNow();
+  qint64 shown = 0;
+  for (const QRect& area : areas) {
+    const QRect common = area & frame;
+    if (!common.isEmpty()) shown += qint64{common.width()} * common.height();
+  }
+  // What somebody has pushed over an edge stays there.
+  if (areas.isEmpty() || 2 * shown >= qint64{frame.width()} * frame.height()) return;
+  const QMargins border(geometry().left() - frame.left(), geometry().top() - frame.top(),
+                        frame.right() - geometry().right(), frame.bottom() - geometry().bottom());
+  setGeometry(keptOnScreen(frame, measures_.least.grownBy(border), areas).marginsRemoved(border));
 }
 
 void WindowFrame::remember() {

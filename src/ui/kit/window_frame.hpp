@@ -72,6 +72,9 @@ class WindowFrame : public QWidget, public Surface {
 
  private:
   void place();
+  void followDisplays();
+  /// A window whose display went comes to one that is left.
+  void keepOnScreen();
   void remember();
   void addKey(const QKeySequence& key, std::function<void()> WindowActions::* action);
 
