@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/card_stack.hpp"
+#include "editor/entry_document.hpp"
 #include "library/testing/test_library.hpp"
 #include "platform/testing/fake_alerts.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
@@ -128,6 +129,10 @@ struct CardSession {
                    .work = library.runners.runner("thumbnails"),
                    .files = library.files,
                    .codec = codec,
+                   .finish = [](const ScreenshotEntry& shown, Image picture) -> Result<Image> {
+                     if (isAnnotated(shown)) return picture.cropped({0, 0, 12, 6});
+                     return picture;
+                   },
                    .reveal =
                        [this](const Path& file, const auto& done) {
                          revealed.push_back(file.string());

@@ -147,15 +147,18 @@ void CardStack::add(const CaptureOutcome::Saved& saved) {
 void CardStack::readPicture(const Card& card) {
   roundTrip(
       *services_.work, services_.main,
-      [files = services_.files, codec = services_.codec, entry = card.entry]() -> Image {
+      [files = services_.files, codec = services_.codec, finish = services_.finish,
+       entry = card.entry]() -> Image {
         const auto bytes = files->read(entry->path, largestPicture);
         if (!bytes) return {};
-        const auto whole = codec->decode(*bytes);
-        return whole ? thumbnailOf(*whole) : Image();
+        auto whole = codec->decode(*bytes);
+        if (!whole) return {};
+        const auto shown = finish(*entry, *std::move(whole));
+        return shown ? thumbnailOf(*shown) : Image();
       },
       lifetime_.guard([this, number = card.number](const Image& picture) {
         Card* const there = at(number);
-        if (there == nullptr || picture.isEmpty()) return;
+        if (there == nullptr) return;
         there->picture = picture;
         changed_.notify();
       }));

@@ -16,6 +16,7 @@
 #include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "capture/capture_outcome.hpp"
+#include "library/entry_look.hpp"
 #include "library/library.hpp"
 #include "platform/clock.hpp"
 #include "settings/settings_store.hpp"
@@ -85,6 +86,7 @@ class CardStack {
     std::shared_ptr<TaskRunner> work;  ///< makes thumbnails; may block
     std::shared_ptr<Files> files;
     std::shared_ptr<const ImageCodec> codec;
+    PictureFinish finish;
 
     /// Shows the file among the others of its folder; answers why it could not.
     std::function<void(const Path& file, std::function<void(Result<void>)> done)> reveal;

@@ -230,7 +230,14 @@ TEST_F(CardStackTest, TheKeyboardFindsTheNewestCardOrMakesOne) {
   ASSERT_TRUE(made.has_value());
   EXPECT_EQ(stack.find(*made)->entry->id, "e");
   library.runners.run();
-  EXPECT_FALSE(stack.find(*made)->picture.isEmpty());
+  EXPECT_EQ(stack.find(*made)->picture.size(), (PixelSize{48, 30}));
+  // Annotated since: what is covered does not show on the card either.
+  EXPECT_TRUE(library.store.update("e", [](ScreenshotEntry& entry) {
+    entry.shapes = {Shape{.type = ShapeType::redact}};
+    entry.editedAt = 7;
+  }));
+  library.runners.run();
+  EXPECT_EQ(stack.find(*made)->picture.size(), (PixelSize{12, 6}));
   const auto b = capture("b");
   EXPECT_EQ(stack.cardForKeyboard(), b);
   stack.dismissAll();

@@ -59,6 +59,8 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
            .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.thumbnails"),
            .files = captures.desktop.files,
            .codec = captures.desktop.codec,
+           .finish = withAnnotations(
+               drawPictureWithModule(captures.desktop.files, captures.desktop.codec)),
            .reveal = [this](const Path& file, const auto& done) { launcher.reveal({file}, done); },
            .open = [this](const EntryPointer& entry,
                           const auto& done) { launcher.open(entry->path, done); },
