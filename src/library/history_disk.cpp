@@ -46,7 +46,10 @@ HistoryDisk::HistoryDisk(HistoryStore& store, const Files& files, std::shared_pt
 
 void HistoryDisk::whenMeasured(std::move_only_function<void(std::uint64_t)> done) {
   waiting_.push_back(std::move(done));
-  if (!ledger_ && !isMeasuring_) measure();
+  if (!ledger_ && !isMeasuring_) {
+    observation_ = store_.observe([this](const HistoryChange& change) { follow(change); });
+    measure();
+  }
   main_->post(lifetime_.guard([this] { notify(); }));
 }
 
@@ -54,7 +57,10 @@ void HistoryDisk::whenMeasured(std::move_only_function<void(std::uint64_t)> done
 // runner; what changes meanwhile is entered afterwards.
 void HistoryDisk::measure() {
   isMeasuring_ = true;
-  observation_ = store_.observe([this](const HistoryChange& change) { follow(change); });
+  measuring_.renew();
+  missed_.clear();
+  ledger_.reset();
+  if (!store_.isLoaded()) return;  // begins when it is
   roundTrip(
       *work_, main_,
       [&files = files_, entries = store_.entries()] {
@@ -66,7 +72,7 @@ void HistoryDisk::measure() {
         }
         return made;
       },
-      lifetime_.guard([this](Ledger made) {
+      measuring_.guard([this](Ledger made) {
         ledger_ = std::move(made);
         isMeasuring_ = false;
         for (const HistoryChange& change : std::exchange(missed_, {})) follow(change);
@@ -75,6 +81,7 @@ void HistoryDisk::measure() {
 }
 
 void HistoryDisk::follow(const HistoryChange& change) {
+  if (change.loaded) return measure();
   if (!ledger_) return missed_.push_back(change);
   const auto add = [this](const EntryPointer& entry) {
     forEachFile(*entry, [this](const std::string& path) {
@@ -116,6 +123,7 @@ void HistoryDisk::lookUp() {
       },
       lifetime_.guard([this](const Sizes& sizes) {
         isLookingUp_ = false;
+        if (!ledger_) return;
         for (const auto& [path, size] : sizes) ledger_->setSize(path, size);
         lookUp();
         notify();

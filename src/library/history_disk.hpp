@@ -52,7 +52,7 @@ class HistoryDisk {
     return ledger_ ? std::optional(ledger_->total()) : std::nullopt;
   }
 
-  /// Calls `done` when the sizes of all files are known.
+  /// Calls `done` when the sizes of all files are known, which is after the index was loaded.
   void whenMeasured(std::move_only_function<void(std::uint64_t bytes)> done);
 
   /// Somebody wrote the file anew.
@@ -75,6 +75,7 @@ class HistoryDisk {
   bool isLookingUp_ = false;
   std::vector<std::move_only_function<void(std::uint64_t)>> waiting_;
   Observation observation_;
+  Lifetime measuring_;
   Lifetime lifetime_;
 };
 

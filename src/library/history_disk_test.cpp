@@ -8,6 +8,24 @@
 namespace vantorel {
 namespace {
 
+TEST(HistoryDiskTest, ALibraryThatIsNotReadYetHasNoSize) {
+  FakeFiles files;
+  FakeRunners runners;
+  files.put("/captures/a.png", std::string(10, 'x'));
+  files.put("/data/history.json",
+            R"({"version":4,"entries":[{"id":"a","capturedAt":1,"path":"/captures/a.png"}]})");
+  HistoryStore store{{files, runners, runners.main(), runners.runner("persist"), 0},
+                     LibraryPaths{"/data", "/caches"}};
+  HistoryDisk disk(store, files, runners.main(), runners.runner("work"));
+  std::vector<std::uint64_t> answers;
+  disk.whenMeasured([&](std::uint64_t bytes) { answers.push_back(bytes); });
+  runners.run();
+  EXPECT_TRUE(answers.empty());
+  store.load([] {});
+  runners.run();
+  EXPECT_EQ(answers, std::vector<std::uint64_t>{10});
+}
+
 TEST(HistoryDiskTest, TheSizeFollowsEveryChangeAndAFileCountsOnce) {
   FakeFiles files;
   FakeRunners runners;
