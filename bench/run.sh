@@ -9,3 +9,7 @@ bench/capture_command.sh build/release/bin/vantorel
 bench/tray_start.sh build/release/bin/vantorel
 bench/overlay_start.sh build/release/bin/vantorel
 bench/card_start.sh build/release/bin/vantorel
+for size in 1920x1080 3840x2160; do
+  size=$size bench/history_window.sh build/release/bin/vantorel
+done
+bench/tray_rest.sh build/release/bin/vantorel

@@ -14,13 +14,14 @@ until "${command[@]}" displays >/dev/null 2>&1; do :; done
 "${command[@]}" settings set thumbnailIdleSeconds 2 >/dev/null
 
 memory() { awk '/VmRSS|RssAnon|RssShmem/ { printf "%s %.1f MB  ", $1, $2 / 1024 }' "/proc/$tray/status"; }
-wakes() { cat /proc/"$tray"/task/*/status | awk '/^voluntary/ { all += $2 } END { print all }'; }
+# Of the threads that are there before and after.
+wakes() { (cd "/proc/$tray/task" && awk '/^voluntary/ { print FILENAME, $2 }' ./*/status | sort); }
 rest() {
   sleep "$2"
-  local before
-  before=$(wakes)
+  wakes >"$folder/before"
   sleep 30
-  echo "$1: $(memory) $(($(wakes) - before)) wake-ups in 30 s"
+  echo "$1: $(memory) $(wakes | join "$folder/before" - | awk '{ all += $3 - $2 } END { print all }')" \
+    "wake-ups in 30 s"
 }
 rest "started" 12
 for i in 1 2 3; do
@@ -31,8 +32,5 @@ rest "after three cards" 12
 sleep 3
 xdotool key ctrl+w
 rest "after History" 12
-for thread in /proc/"$tray"/task/*; do
-  echo "  $(awk '/^Name|^voluntary/ { printf "%s ", $2 }' "$thread/status")"
-done | sort | uniq -c | sort -rn | head -n 20
 "${command[@]}" quit >/dev/null
 wait "$tray"

@@ -38,6 +38,11 @@ std::string grouped(std::size_t number) {
 /// What is well is said for so long.
 constexpr std::chrono::seconds passingNotice{4};
 
+/// Texts are read once the window stands, in steps that nobody notices.
+constexpr std::chrono::milliseconds firstTextPause{400};
+constexpr std::chrono::milliseconds textPause{10};
+constexpr std::size_t textsAtOnce = 2000;
+
 }  // namespace
 
 HistoryModel::HistoryModel(Services services)
@@ -64,6 +69,7 @@ HistoryModel::HistoryModel(Services services)
   services_.library.whenReady(lifetime_.guard(
       [this] { observers_.notify({.listing = true, .sidebar = true, .status = true}); }));
   waitForMidnight();
+  readTextsSoon();
 }
 
 // What is listed.
@@ -92,7 +98,10 @@ void HistoryModel::refresh() {
     listing_.setQuery(std::move(all));
   }
   coming_.listing |= listing_.refreshDays();
-  if (listing_.refresh()) selection_.refresh();
+  if (listing_.refresh()) {
+    selection_.refresh();
+    readTextsSoon();
+  }
   // An age that nobody has agreed to moves nothing.
   const RetentionPolicy policy = services_.settings.values().retentionDays;
   const bool isAgreed = services_.library.retention().agreed() == policy;
@@ -100,6 +109,17 @@ void HistoryModel::refresh() {
                       : std::nullopt;
   followDisk();
   observers_.notify(std::exchange(coming_, {}));
+}
+
+void HistoryModel::readTextsSoon() {
+  if (std::exchange(isReadingTexts_, true)) return;
+  services_.main->postAfter(firstTextPause, lifetime_.guard([this] { readTexts(); }));
+}
+
+void HistoryModel::readTexts() {
+  isReadingTexts_ = listing_.readTexts(textsAtOnce);
+  if (!isReadingTexts_) return;
+  services_.main->postAfter(textPause, lifetime_.guard([this] { readTexts(); }));
 }
 
 void HistoryModel::followDisk() {

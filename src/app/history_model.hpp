@@ -177,6 +177,8 @@ class HistoryModel {
   void follow(const HistoryChange& change);
   void refresh();
   void queryChanged();
+  void readTextsSoon();
+  void readTexts();
   void followDisk();
   void waitForMidnight();
   void say(HistoryNotice notice);
@@ -195,6 +197,7 @@ class HistoryModel {
   Observers<HistoryModelChange> observers_;
   HistoryModelChange coming_;
   bool isRefreshing_ = false;
+  bool isReadingTexts_ = false;
   Observation storeObservation_;
   Observation undoObservation_;
   Observation settingsObservation_;

@@ -85,6 +85,7 @@ void HistoryListing::takeRows() {
     }
   }
   rows_ = std::move(rows);
+  textsRead_ = 0;
   gone_.clear();
   splitIntoDays();
 }
@@ -151,6 +152,16 @@ const std::string& HistoryListing::textOf(Row& row) {
     row.isFolded = true;
   }
   return row.text;
+}
+
+bool HistoryListing::readTexts(std::size_t count) {
+  for (; textsRead_ < rows_.size() && count > 0; ++textsRead_) {
+    Row& row = rows_[textsRead_];
+    if (row.isFolded) continue;
+    (void)textOf(row);
+    --count;
+  }
+  return textsRead_ < rows_.size();
 }
 
 void HistoryListing::filter() {

@@ -45,6 +45,10 @@ class HistoryListing {
   void setQuery(HistoryQuery query);
   [[nodiscard]] const HistoryQuery& query() const { return query_.query(); }
 
+  /// Reads what is searched of `count` more entries, so that the first letter of a search need not
+  /// wait for all of them. False once there are none left.
+  bool readTexts(std::size_t count);
+
   /// Another day has begun, or another time zone is in use: true when titles have changed.
   bool refreshDays();
 
@@ -105,9 +109,10 @@ class HistoryListing {
   PreparedHistoryQuery query_{HistoryQuery{}};
   bool isStale_ = false;
   bool mustTakeRows_ = false;
-  Gone gone_;              // of `rows_`, since they were taken
-  std::vector<Row> rows_;  // of all entries, the newest first
-  std::vector<Day> days_;  // of the rows, the newest first
+  Gone gone_;                  // of `rows_`, since they were taken
+  std::vector<Row> rows_;      // of all entries, the newest first
+  std::size_t textsRead_ = 0;  // rows whose texts need not be looked at again
+  std::vector<Day> days_;      // of the rows, the newest first
   std::map<double, LocalDay> knownDays_;
   std::vector<std::uint32_t> matches_;  // places in `rows_`
   std::vector<Section> sections_;

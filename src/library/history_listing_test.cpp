@@ -162,6 +162,21 @@ TEST_F(HistoryListingTest, EveryWordOfASearchMustBeFoundSomewhere) {
   EXPECT_EQ(listing.placeOf("c"), 2U);
 }
 
+TEST_F(HistoryListingTest, TextsReadAheadAreNotKeptForOtherTitles) {
+  add("a", 0, "Bridge");
+  add("b", 10, "River");
+  add("c", 20, "Weir");
+  EXPECT_TRUE(listing.readTexts(2));
+  EXPECT_FALSE(listing.readTexts(2));
+  ASSERT_TRUE(library.store.update("b", [](ScreenshotEntry& entry) { entry.title = "Ferry"; }));
+  EXPECT_THAT(search("river"), IsEmpty());
+  EXPECT_THAT(search("ferry"), ElementsAre("b"));
+  add("d", 5, "Ferry");
+  EXPECT_FALSE(listing.readTexts(100));
+  EXPECT_THAT(search("ferry"), ElementsAre("d", "b"));
+  EXPECT_THAT(search("weir"), ElementsAre("c"));
+}
+
 TEST_F(HistoryListingTest, ScopesAndFiltersLeaveWhatTheySay) {
   const auto medium = [](CaptureMedium kind) {
     return [kind](ScreenshotEntry& entry) { entry.medium = kind; };

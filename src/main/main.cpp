@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -67,6 +68,14 @@ std::variant<CommandLine, CommandLineAnswer> parseRequest(const BusRequest& requ
 
 BusReply toBus(CommandReply reply) {
   return {static_cast<int>(reply.status), std::move(reply.output), std::move(reply.error)};
+}
+
+/// Pictures come and go. By default the memory of the first ones, as large as the screen, would
+/// make the allocator keep that much of everything that follows.
+void giveMemoryBack() {
+  constexpr int kept = 1 << 20;  // bytes
+  (void)::mallopt(M_MMAP_THRESHOLD, kept);
+  (void)::mallopt(M_TRIM_THRESHOLD, 2 * kept);
 }
 
 /// A command that is about to end cannot do what the desktop wants; another process can, once this
@@ -271,6 +280,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   vantorel::nameXAuthority();
+  vantorel::giveMemoryBack();
   try {
     return vantorel::run(argc, argv);
   } catch (const std::exception& error) {

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "ui/card/card_layout.hpp"
+#include "ui/card/card_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/kit/tokens.hpp"
@@ -24,36 +25,10 @@ namespace {
 using State = Card::State;
 
 constexpr QSize buttonSize(42, 36);
-constexpr int closeSide = 28;
-constexpr int tickTime = 50;  // ms
-constexpr int undoRing = 20;
 constexpr int pictureRadius = tokens::floatingRadius;
 constexpr QColor letterbox(0x15, 0x17, 0x1a);
-constexpr double failedOpacity = 0.6;
 
 QString text(const std::string& words) { return QString::fromStdString(words); }
-
-/// A dark capsule with a symbol and a few words.
-void paintCapsule(QPainter& painter, QPoint at, std::optional<IconName> symbol,
-                  const QString& words, int most, double ratio) {
-  const FloatingColors& colors = floatingColors();
-  const QFont font = tokens::smallFont();
-  const QFontMetrics metrics(font);
-  const int iconRoom = symbol ? rowIconSize : 0;
-  const QString shown = metrics.elidedText(words, Qt::ElideRight, most - iconRoom - 24);
-  const int height = std::max(26, metrics.height() + 8);
-  const QRect area(at, QSize(metrics.horizontalAdvance(shown) + iconRoom + 20, height));
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(colors.panel);
-  painter.drawRoundedRect(area, height / 2.0, height / 2.0);
-  if (symbol) {
-    painter.drawPixmap(area.left() + 7, area.top() + (height - 14) / 2,
-                       iconPixmap(*symbol, {14, 14}, ratio, colors.text));
-  }
-  painter.setPen(colors.text);
-  painter.setFont(font);
-  painter.drawText(area.adjusted(8 + iconRoom, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft, shown);
-}
 
 }  // namespace
 
@@ -147,7 +122,8 @@ void CardWindow::layOut() {
     button.setVisible(isShown);
     button.setCurrent(hasKeyboard_ && i == current_);
   }
-  close_->setGeometry(panel.right() + 1 - 8 - closeSide, panel.top() + 8, closeSide, closeSide);
+  close_->setGeometry(panel.right() + 1 - 8 - cardCloseSide, panel.top() + 8, cardCloseSide,
+                      cardCloseSide);
   close_->setVisible(isShown);
 }
 
@@ -227,14 +203,19 @@ void CardWindow::paintEvent(QPaintEvent* event) {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setRenderHint(QPainter::SmoothPixmapTransform);
   painter.setClipPath(panelPath());
-  if (shown->state == State::trashed) return paintUndo(painter, *shown);
-  paintPicture(painter, *shown);
-  if (showsActions()) paintScrim(painter);
-  if (shown->state == State::failed && !showsActions()) {
-    paintSentence(painter, text(shown->sentence));
+  const QRect panel = panelRect();
+  if (shown->state == State::trashed) {
+    const bool isUnder =
+        isPointed_ && cardUndoButton(panel).contains(mapFromGlobal(QCursor::pos()));
+    return paintCardUndo(painter, panel, *shown, {isUnder, hasKeyboard_, stack_.undoLeft(*shown)});
   }
-  paintBadge(painter, *shown);
-  if (shown->state == State::busy) paintBusy(painter);
+  paintCardPicture(painter, panel, *shown, picture_);
+  if (showsActions()) paintCardScrim(painter, panel, labelOf(*shown));
+  if (shown->state == State::failed && !showsActions()) {
+    paintCardSentence(painter, panel, text(shown->sentence));
+  }
+  paintCardBadge(painter, panel, *shown, showsActions());
+  if (busySince_.isValid()) paintCardBusy(painter, panel, busySince_.elapsed());
   painter.setClipping(false);
   painter.setPen(QPen(isTranslucent() ? floatingColors().innerLine : floatingColors().key, 1));
   painter.setBrush(Qt::NoBrush);
@@ -242,66 +223,8 @@ void CardWindow::paintEvent(QPaintEvent* event) {
                           pictureRadius - 0.5);
 }
 
-void CardWindow::paintPicture(QPainter& painter, const Card& card) {
-  if (picture_.isNull()) return;
-  const QRect panel = panelRect();
-  QRectF area = panel;
-  if (!card_layout::fills(picture_.size())) {
-    // Never larger than it is.
-    const QSize most = picture_.size().boundedTo(panel.size());
-    area = QRectF(QPointF(), QSizeF(picture_.size().scaled(most, Qt::KeepAspectRatio)));
-    area.moveCenter(QRectF(panel).center());
-  }
-  if (card.state == State::failed) painter.setOpacity(failedOpacity);
-  painter.drawImage(area, picture_);
-  painter.setOpacity(1);
-}
-
-void CardWindow::paintBadge(QPainter& painter, const Card& card) {
-  if (card.badge.empty()) return;
-  const QRect panel = panelRect();
-  const bool isLength = !card.isWarning && card.badge != "Copied";
-  const std::optional<IconName> symbol = card.isWarning ? std::optional(IconName::warning)
-                                         : isLength     ? std::optional(IconName::play)
-                                                        : std::optional(IconName::check);
-  if (isLength && showsActions()) return;
-  const int most = panel.width() - 16 - (showsActions() ? closeSide + 8 : 0);
-  const QPoint at(panel.left() + 8,
-                  isLength ? panel.bottom() + 1 - 8 -
-                                 std::max(26, QFontMetrics(tokens::smallFont()).height() + 8)
-                           : panel.top() + 8);
-  paintCapsule(painter, at, symbol, text(card.badge), most, devicePixelRatioF());
-}
-
-void CardWindow::paintSentence(QPainter& painter, const QString& sentence) {
-  const FloatingColors& colors = floatingColors();
-  const QFont font = tokens::smallFont();
-  const QFontMetrics metrics(font);
-  const QRect panel = panelRect();
-  const QRect room = panel.adjusted(36, 8, -10, -8);
-  QRect words = metrics.boundingRect(room, Qt::TextWordWrap, sentence);
-  words.setHeight(std::min(words.height(), panel.height() - 16));
-  const QRect ground(panel.left(), panel.bottom() + 1 - words.height() - 16, panel.width(),
-                     words.height() + 16);
-  painter.fillRect(ground, colors.panel);
-  painter.drawPixmap(ground.left() + 10, ground.top() + 8 + (metrics.height() - 16) / 2,
-                     iconPixmap(IconName::warning, {16, 16}, devicePixelRatioF(), colors.text));
-  painter.setFont(font);
-  painter.setPen(colors.text);
-  painter.drawText(ground.adjusted(36, 8, -10, -8), Qt::TextWordWrap | Qt::AlignLeft, sentence);
-}
-
-/// Behind the actions, with the words of the one that the pointer or the keyboard is on.
-void CardWindow::paintScrim(QPainter& painter) {
-  const FloatingColors& colors = floatingColors();
-  const QRect panel = panelRect();
-  const int height = std::min(panel.height(), 96);
-  QLinearGradient scrim(0, panel.bottom() + 1 - height, 0, panel.bottom() + 1);
-  scrim.setColorAt(0, QColor(10, 11, 13, 0));
-  scrim.setColorAt(0.5, QColor(10, 11, 13, 200));
-  scrim.setColorAt(1, QColor(10, 11, 13, 235));
-  painter.fillRect(QRect(panel.left(), panel.bottom() + 1 - height, panel.width(), height), scrim);
-
+/// Of the action that the pointer, or else the keyboard, is on.
+CardLabel CardWindow::labelOf(const Card& card) const {
   const FloatingButton* named = nullptr;
   for (std::size_t i = 0; i < buttons_.size(); ++i) {
     if (hasKeyboard_ && static_cast<int>(i) == current_) named = buttons_[i].widget;
@@ -309,89 +232,17 @@ void CardWindow::paintScrim(QPainter& painter) {
   for (const Button& button : buttons_) {
     if (button.widget->underMouse()) named = button.widget;
   }
-  QString words = named != nullptr ? named->label() : QString();
-  QString key = named != nullptr ? named->key() : QString();
-  const Card* const shown = card();
-  if (named == nullptr && shown->state == State::failed) words = text(shown->sentence);
-  if (words.isEmpty()) return;
-  const QFont font = tokens::smallFont();
-  const QFontMetrics metrics(font);
-  const int keyRoom = key.isEmpty() ? 0 : metrics.horizontalAdvance(key) + 18;
-  words = metrics.elidedText(words, Qt::ElideRight, panel.width() - 24 - keyRoom);
-  const int line = std::max(26, metrics.height() + 8);
-  QRect area(0, panel.bottom() + 1 - 6 - buttonSize.height() - line - 2,
-             metrics.horizontalAdvance(words) + keyRoom + 16, line);
-  const int center = named != nullptr ? named->geometry().center().x() : panel.center().x();
-  area.moveLeft(std::clamp(center - area.width() / 2, panel.left() + 6,
-                           std::max(panel.left() + 6, panel.right() - 6 - area.width())));
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(colors.panel);
-  painter.drawRoundedRect(area, tokens::tileRadius, tokens::tileRadius);
-  painter.setFont(font);
-  painter.setPen(colors.text);
-  painter.drawText(area.adjusted(8, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, words);
-  if (key.isEmpty()) return;
-  const QRect cap(area.right() - keyRoom + 4, area.top() + 4, keyRoom - 8, line - 8);
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(colors.key);
-  painter.drawRoundedRect(cap, tokens::keyCapRadius, tokens::keyCapRadius);
-  painter.setPen(colors.text);
-  painter.drawText(cap, Qt::AlignCenter, key);
-}
-
-void CardWindow::paintBusy(QPainter& painter) {
-  if (!busySince_.isValid() || busySince_.elapsed() < tokens::busyDelay) return;
   const QRect panel = panelRect();
-  const double width = panel.width() * 0.35;
-  const double way = panel.width() + width;
-  const bool moves = tokens::motion(tickTime) != 0;
-  const double part = moves ? double(busySince_.elapsed() % 1200) / 1200 : 0.5;
-  painter.fillRect(QRectF(panel.left() - width + way * part, panel.bottom() - 1.0, width, 2),
-                   floatingColors().accent);
-}
-
-QRect CardWindow::undoButton() const {
-  const QRect panel = panelRect();
-  const int width =
-      QFontMetrics(tokens::strongFont()).horizontalAdvance(QStringLiteral("Undo")) + 24;
-  return {panel.right() + 1 - 12 - undoRing - 8 - width, panel.top() + 6, width,
-          panel.height() - 12};
-}
-
-void CardWindow::paintUndo(QPainter& painter, const Card& card) {
-  const FloatingColors& colors = floatingColors();
-  const QRect panel = panelRect();
-  painter.setFont(tokens::bodyFont());
-  painter.setPen(colors.text);
-  const QRect button = undoButton();
-  const QRect words(panel.left() + 14, panel.top(), button.left() - panel.left() - 18,
-                    panel.height());
-  painter.drawText(
-      words, Qt::AlignVCenter | Qt::AlignLeft,
-      painter.fontMetrics().elidedText(text(card.sentence), Qt::ElideRight, words.width()));
-  const bool isUnder = isPointed_ && button.contains(mapFromGlobal(QCursor::pos()));
-  if (isUnder || hasKeyboard_) {
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(isUnder ? colors.press : colors.hover);
-    painter.drawRoundedRect(button, tokens::buttonRadius, tokens::buttonRadius);
+  CardLabel label{.center = panel.center().x(),
+                  .bottom = panel.bottom() + 1 - 6 - buttonSize.height() - 2};
+  if (named != nullptr) {
+    label.words = named->label();
+    label.key = named->key();
+    label.center = named->geometry().center().x();
+  } else if (card.state == State::failed) {
+    label.words = text(card.sentence);
   }
-  painter.setFont(tokens::strongFont());
-  painter.setPen(colors.accent);
-  painter.drawText(button, Qt::AlignCenter, QStringLiteral("Undo"));
-  const QRectF ring(panel.right() + 1 - 12 - undoRing, panel.center().y() - undoRing / 2.0 + 0.5,
-                    undoRing, undoRing);
-  const double left = stack_.undoLeft(card);
-  if (tokens::motion(tickTime) == 0) {
-    painter.setFont(tokens::smallFont());
-    painter.setPen(colors.quiet);
-    painter.drawText(ring, Qt::AlignCenter, QString::number(qRound(left * 8)));
-    return;
-  }
-  painter.setBrush(Qt::NoBrush);
-  painter.setPen(QPen(colors.key, 2));
-  painter.drawEllipse(ring.adjusted(2, 2, -2, -2));
-  painter.setPen(QPen(colors.accent, 2, Qt::SolidLine, Qt::RoundCap));
-  painter.drawArc(ring.adjusted(2, 2, -2, -2), 90 * 16, static_cast<int>(left * 360 * 16));
+  return label;
 }
 
 void CardWindow::resizeEvent(QResizeEvent* event) {
@@ -403,7 +254,7 @@ void CardWindow::updateTimers() {
   const Card* const shown = card();
   const bool moves =
       shown != nullptr && (shown->state == State::busy || shown->state == State::trashed);
-  if (moves && !tick_.isActive()) tick_.start(tickTime, this);
+  if (moves && !tick_.isActive()) tick_.start(cardTickTime, this);
   if (!moves) tick_.stop();
 }
 
@@ -439,15 +290,11 @@ void CardWindow::mousePressEvent(QMouseEvent* event) {
   }
   if (event->button() != Qt::LeftButton || card() == nullptr) return;
   if (isTrashed()) {
-    press_ = undoButton().contains(event->pos()) ? Press::undo : Press::none;
+    press_ = cardUndoButton(panelRect()).contains(event->pos()) ? Press::undo : Press::none;
     return;
   }
   press_ = Press::held;
-  pressedAt_ = event->globalPosition();
-  lastAt_ = pressedAt_;
-  velocity_ = {};
-  lastTime_ = 0;
-  pressTime_.start();
+  movement_.begin(event->globalPosition());
   dragged_.reset();
   // Made while the hand begins to move, so that nothing is waited for.
   stack_.prepareDrag(number_, [self = QPointer<CardWindow>(this)](CardStack::Dragged dragged) {
@@ -460,14 +307,7 @@ void CardWindow::mousePressEvent(QMouseEvent* event) {
 void CardWindow::mouseMoveEvent(QMouseEvent* event) {
   if (isTrashed()) return update();
   if (press_ != Press::held) return;
-  const QPointF now = event->globalPosition();
-  const qint64 time = pressTime_.elapsed();
-  if (time > lastTime_) {
-    velocity_ = (now - lastAt_) * 1000.0 / double(time - lastTime_);
-    lastAt_ = now;
-    lastTime_ = time;
-  }
-  switch (card_layout::gestureOf(now - pressedAt_, velocity_, neighbours_.isLeft())) {
+  switch (movement_.move(event->globalPosition(), neighbours_.isLeft())) {
     case card_layout::Gesture::none: return;
     case card_layout::Gesture::flick: press_ = Press::none; return stack_.dismiss(number_);
     case card_layout::Gesture::drag: return dragOut();
@@ -478,7 +318,8 @@ void CardWindow::mouseReleaseEvent(QMouseEvent* event) {
   const Press press = std::exchange(press_, Press::none);
   if (event->button() == Qt::MiddleButton) return stack_.dismiss(number_);
   if (event->button() != Qt::LeftButton || !panelRect().contains(event->pos())) return;
-  if (press == Press::undo && undoButton().contains(event->pos())) return stack_.undo(number_);
+  if (press == Press::undo && cardUndoButton(panelRect()).contains(event->pos()))
+    return stack_.undo(number_);
   if (press == Press::held) stack_.open(number_);
 }
 

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "app/card_stack.hpp"
+#include "ui/card/card_painting.hpp"
+#include "ui/card/card_press.hpp"
 #include "ui/card/floating_button.hpp"
 #include "ui/kit/floating_surface.hpp"
 
@@ -72,13 +74,7 @@ class CardWindow : public FloatingSurface {
   void saveAs();
   void layOut();
   void updateTimers();
-  void paintPicture(QPainter& painter, const Card& card);
-  void paintBadge(QPainter& painter, const Card& card);
-  void paintSentence(QPainter& painter, const QString& sentence);
-  void paintScrim(QPainter& painter);
-  void paintBusy(QPainter& painter);
-  void paintUndo(QPainter& painter, const Card& card);
-  [[nodiscard]] QRect undoButton() const;
+  [[nodiscard]] CardLabel labelOf(const Card& card) const;
   void dragOut();
   void startDrag();
 
@@ -100,11 +96,7 @@ class CardWindow : public FloatingSurface {
   // A press under way.
   enum class Press { none, held, waiting, undo };
   Press press_ = Press::none;
-  QPointF pressedAt_;
-  QPointF lastAt_;
-  qint64 lastTime_ = 0;
-  QPointF velocity_;
-  QElapsedTimer pressTime_;
+  CardPress movement_;
   std::optional<CardStack::Dragged> dragged_;
 };
 

@@ -1,0 +1,176 @@
+#include "ui/card/card_painting.hpp"
+
+#include <QPaintDevice>
+#include <algorithm>
+#include <optional>
+
+#include "ui/card/card_layout.hpp"
+#include "ui/kit/icons.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/tokens.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int undoRing = 20;
+constexpr double failedOpacity = 0.6;
+
+/// A dark capsule with a symbol and a few words.
+void paintCapsule(QPainter& painter, QPoint at, std::optional<IconName> symbol,
+                  const QString& words, int most) {
+  const FloatingColors& colors = floatingColors();
+  const QFont font = tokens::smallFont();
+  const QFontMetrics metrics(font);
+  const int iconRoom = symbol ? rowIconSize : 0;
+  const QString shown = metrics.elidedText(words, Qt::ElideRight, most - iconRoom - 24);
+  const int height = std::max(26, metrics.height() + 8);
+  const QRect area(at, QSize(metrics.horizontalAdvance(shown) + iconRoom + 20, height));
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(colors.panel);
+  painter.drawRoundedRect(area, height / 2.0, height / 2.0);
+  if (symbol) {
+    painter.drawPixmap(
+        area.left() + 7, area.top() + (height - 14) / 2,
+        iconPixmap(*symbol, {14, 14}, painter.device()->devicePixelRatioF(), colors.text));
+  }
+  painter.setPen(colors.text);
+  painter.setFont(font);
+  painter.drawText(area.adjusted(8 + iconRoom, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft, shown);
+}
+
+}  // namespace
+
+void paintCardPicture(QPainter& painter, const QRect& panel, const Card& card,
+                      const QImage& picture) {
+  if (picture.isNull()) return;
+  QRectF area = panel;
+  if (!card_layout::fills(picture.size())) {
+    // Never larger than it is.
+    const QSize most = picture.size().boundedTo(panel.size());
+    area = QRectF(QPointF(), QSizeF(picture.size().scaled(most, Qt::KeepAspectRatio)));
+    area.moveCenter(QRectF(panel).center());
+  }
+  if (card.state == Card::State::failed) painter.setOpacity(failedOpacity);
+  painter.drawImage(area, picture);
+  painter.setOpacity(1);
+}
+
+void paintCardBadge(QPainter& painter, const QRect& panel, const Card& card, bool hasActions) {
+  if (card.badge.empty()) return;
+  const bool isLength = !card.isWarning && card.badge != "Copied";
+  const std::optional<IconName> symbol = card.isWarning ? std::optional(IconName::warning)
+                                         : isLength     ? std::optional(IconName::play)
+                                                        : std::optional(IconName::check);
+  if (isLength && hasActions) return;
+  const int most = panel.width() - 16 - (hasActions ? cardCloseSide + 8 : 0);
+  const QPoint at(panel.left() + 8,
+                  isLength ? panel.bottom() + 1 - 8 -
+                                 std::max(26, QFontMetrics(tokens::smallFont()).height() + 8)
+                           : panel.top() + 8);
+  paintCapsule(painter, at, symbol, QString::fromStdString(card.badge), most);
+}
+
+void paintCardSentence(QPainter& painter, const QRect& panel, const QString& sentence) {
+  const FloatingColors& colors = floatingColors();
+  const QFont font = tokens::smallFont();
+  const QFontMetrics metrics(font);
+  const QRect room = panel.adjusted(36, 8, -10, -8);
+  QRect words = metrics.boundingRect(room, Qt::TextWordWrap, sentence);
+  words.setHeight(std::min(words.height(), panel.height() - 16));
+  const QRect ground(panel.left(), panel.bottom() + 1 - words.height() - 16, panel.width(),
+                     words.height() + 16);
+  painter.fillRect(ground, colors.panel);
+  painter.drawPixmap(
+      ground.left() + 10, ground.top() + 8 + (metrics.height() - 16) / 2,
+      iconPixmap(IconName::warning, {16, 16}, painter.device()->devicePixelRatioF(), colors.text));
+  painter.setFont(font);
+  painter.setPen(colors.text);
+  painter.drawText(ground.adjusted(36, 8, -10, -8), Qt::TextWordWrap | Qt::AlignLeft, sentence);
+}
+
+void paintCardScrim(QPainter& painter, const QRect& panel, const CardLabel& label) {
+  const FloatingColors& colors = floatingColors();
+  const int height = std::min(panel.height(), 96);
+  QLinearGradient scrim(0, panel.bottom() + 1 - height, 0, panel.bottom() + 1);
+  scrim.setColorAt(0, QColor(10, 11, 13, 0));
+  scrim.setColorAt(0.5, QColor(10, 11, 13, 200));
+  scrim.setColorAt(1, QColor(10, 11, 13, 235));
+  painter.fillRect(QRect(panel.left(), panel.bottom() + 1 - height, panel.width(), height), scrim);
+  QString words = label.words;
+  const QString& key = label.key;
+  if (words.isEmpty()) return;
+  const QFont font = tokens::smallFont();
+  const QFontMetrics metrics(font);
+  const int keyRoom = key.isEmpty() ? 0 : metrics.horizontalAdvance(key) + 18;
+  words = metrics.elidedText(words, Qt::ElideRight, panel.width() - 24 - keyRoom);
+  const int line = std::max(26, metrics.height() + 8);
+  QRect area(0, label.bottom - line, metrics.horizontalAdvance(words) + keyRoom + 16, line);
+  area.moveLeft(std::clamp(label.center - area.width() / 2, panel.left() + 6,
+                           std::max(panel.left() + 6, panel.right() - 6 - area.width())));
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(colors.panel);
+  painter.drawRoundedRect(area, tokens::tileRadius, tokens::tileRadius);
+  painter.setFont(font);
+  painter.setPen(colors.text);
+  painter.drawText(area.adjusted(8, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, words);
+  if (key.isEmpty()) return;
+  const QRect cap(area.right() - keyRoom + 4, area.top() + 4, keyRoom - 8, line - 8);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(colors.key);
+  painter.drawRoundedRect(cap, tokens::keyCapRadius, tokens::keyCapRadius);
+  painter.setPen(colors.text);
+  painter.drawText(cap, Qt::AlignCenter, key);
+}
+
+void paintCardBusy(QPainter& painter, const QRect& panel, qint64 elapsed) {
+  if (elapsed < tokens::busyDelay) return;
+  const double width = panel.width() * 0.35;
+  const double way = panel.width() + width;
+  const bool moves = tokens::motion(cardTickTime) != 0;
+  const double part = moves ? double(elapsed % 1200) / 1200 : 0.5;
+  painter.fillRect(QRectF(panel.left() - width + way * part, panel.bottom() - 1.0, width, 2),
+                   floatingColors().accent);
+}
+
+QRect cardUndoButton(const QRect& panel) {
+  const int width =
+      QFontMetrics(tokens::strongFont()).horizontalAdvance(QStringLiteral("Undo")) + 24;
+  return {panel.right() + 1 - 12 - undoRing - 8 - width, panel.top() + 6, width,
+          panel.height() - 12};
+}
+
+void paintCardUndo(QPainter& painter, const QRect& panel, const Card& card,
+                   const CardUndoState& state) {
+  const FloatingColors& colors = floatingColors();
+  painter.setFont(tokens::bodyFont());
+  painter.setPen(colors.text);
+  const QRect button = cardUndoButton(panel);
+  const QRect words(panel.left() + 14, panel.top(), button.left() - panel.left() - 18,
+                    panel.height());
+  painter.drawText(words, Qt::AlignVCenter | Qt::AlignLeft,
+                   painter.fontMetrics().elidedText(QString::fromStdString(card.sentence),
+                                                    Qt::ElideRight, words.width()));
+  if (state.isPointed || state.hasKeyboard) {
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(state.isPointed ? colors.press : colors.hover);
+    painter.drawRoundedRect(button, tokens::buttonRadius, tokens::buttonRadius);
+  }
+  painter.setFont(tokens::strongFont());
+  painter.setPen(colors.accent);
+  painter.drawText(button, Qt::AlignCenter, QStringLiteral("Undo"));
+  const QRectF ring(panel.right() + 1 - 12 - undoRing, panel.center().y() - undoRing / 2.0 + 0.5,
+                    undoRing, undoRing);
+  if (tokens::motion(cardTickTime) == 0) {
+    painter.setFont(tokens::smallFont());
+    painter.setPen(colors.quiet);
+    painter.drawText(ring, Qt::AlignCenter, QString::number(qRound(state.left * 8)));
+    return;
+  }
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(colors.key, 2));
+  painter.drawEllipse(ring.adjusted(2, 2, -2, -2));
+  painter.setPen(QPen(colors.accent, 2, Qt::SolidLine, Qt::RoundCap));
+  painter.drawArc(ring.adjusted(2, 2, -2, -2), 90 * 16, static_cast<int>(state.left * 360 * 16));
+}
+
+}  // namespace vantorel
