@@ -45,6 +45,13 @@ class DrawerCell : public QAbstractButton {
   }
   [[nodiscard]] bool isPossible() const { return isPossible_; }
 
+  /// Of a row that is so wide.
+  [[nodiscard]] int rowHeight(int width) const {
+    if (!isParted(width)) return tokens::controlHeight(drawerRowHeight, tokens::bodyFont());
+    return QFontMetrics(tokens::bodyFont()).height() + QFontMetrics(tokens::smallFont()).height() +
+           12;
+  }
+
   [[nodiscard]] int wantedWidth() const {
     return std::max(QFontMetrics(tokens::bodyFont()).horizontalAdvance(label_),
                     QFontMetrics(tokens::smallFont()).horizontalAdvance(note_)) +
@@ -56,6 +63,7 @@ class DrawerCell : public QAbstractButton {
     const FloatingColors& colors = floatingColors();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.setLayoutDirection(Qt::LeftToRight);
     if (!isPossible_) painter.setOpacity(tokens::offOpacity);
     QColor ground = symbol_ ? QColor(255, 255, 255, 14) : QColor(255, 255, 255, 22);
     if (isPossible_ && underMouse()) ground = isDown() ? colors.press : QColor(255, 255, 255, 38);
@@ -73,22 +81,28 @@ class DrawerCell : public QAbstractButton {
     }
     const QFontMetrics noteMetrics(tokens::smallFont());
     if (symbol_) {
-      const bool isMirrored = layoutDirection() == Qt::RightToLeft;
-      const QRect symbol =
-          QStyle::visualRect(layoutDirection(), rect(), QRect(10, (height() - 16) / 2, 16, 16));
+      const auto visual = [this](const QRect& area) {
+        return QStyle::visualRect(layoutDirection(), rect(), area);
+      };
+      const auto aligned = [this](Qt::Alignment side) {
+        return QStyle::visualAlignment(layoutDirection(), side);
+      };
+      const QRect symbol = visual(QRect(10, (height() - 16) / 2, 16, 16));
       painter.drawPixmap(symbol.topLeft(),
                          iconPixmap(*symbol_, {16, 16}, devicePixelRatioF(), colors.text));
       painter.setPen(colors.text);
       painter.setFont(tokens::bodyFont());
-      painter.drawText(isMirrored ? rect().adjusted(10, 0, -36, 0) : rect().adjusted(36, 0, -10, 0),
-                       Qt::AlignVCenter | Qt::AlignLeading, label_);
+      QRect words = rect().adjusted(36, 0, -10, 0);
+      const bool parted = isParted(width());
+      if (parted) words.adjust(0, 6, 0, -6);
+      painter.drawText(visual(words),
+                       aligned(Qt::AlignLeft) | (parted ? Qt::AlignTop : Qt::AlignVCenter), label_);
       painter.setPen(colors.quiet);
       painter.setFont(tokens::smallFont());
-      const int room =
-          width() - 46 - 12 - QFontMetrics(tokens::bodyFont()).horizontalAdvance(label_);
-      painter.drawText(isMirrored ? rect().adjusted(10, 0, -36, 0) : rect().adjusted(36, 0, -10, 0),
-                       Qt::AlignVCenter | Qt::AlignTrailing,
-                       noteMetrics.elidedText(note_, Qt::ElideRight, std::max(0, room)));
+      painter.drawText(visual(words),
+                       parted ? aligned(Qt::AlignLeft) | Qt::AlignBottom
+                              : aligned(Qt::AlignRight) | Qt::AlignVCenter,
+                       noteMetrics.elidedText(note_, Qt::ElideRight, words.width()));
     } else {
       const int top =
           (height() - QFontMetrics(tokens::bodyFont()).height() - noteMetrics.height()) / 2;
@@ -110,6 +124,13 @@ class DrawerCell : public QAbstractButton {
   }
 
  private:
+  /// Whether label and note need a line each.
+  [[nodiscard]] bool isParted(int width) const {
+    return 46 + 12 + QFontMetrics(tokens::bodyFont()).horizontalAdvance(label_) +
+               QFontMetrics(tokens::smallFont()).horizontalAdvance(note_) >
+           width;
+  }
+
   std::optional<IconName> symbol_;
   QString label_;
   QString note_;
@@ -180,8 +201,8 @@ int CardDrawer::cellHeight() const {
                                         QFontMetrics(tokens::smallFont()).height() + 8);
 }
 
-int CardDrawer::rowHeight() const {
-  return tokens::controlHeight(drawerRowHeight, tokens::bodyFont());
+int CardDrawer::rowHeight(const DrawerCell& row) {
+  return row.rowHeight(card_layout::drawerWidth - 2 * drawerPadding);
 }
 
 int CardDrawer::labelHeight() const { return QFontMetrics(tokens::smallFont()).height() + 6; }
@@ -192,8 +213,9 @@ QSize CardDrawer::panelSize() const {
     const int lines = static_cast<int>(rows_.formats.size() + columns() - 1) / columns();
     height += labelHeight() + lines * cellHeight() + (lines - 1) * 4;
   }
-  for (const auto* const row : {&rows_.compress, &rows_.redact}) {
-    if (*row) height += rowHeight() + (height > 2 * drawerPadding ? 8 : 0);
+  for (const auto& [row, cell] :
+       {std::pair(&rows_.compress, compress_), std::pair(&rows_.redact, redact_)}) {
+    if (*row) height += rowHeight(*cell) + (height > 2 * drawerPadding ? 8 : 0);
   }
   return {card_layout::drawerWidth, height};
 }
@@ -218,10 +240,10 @@ void CardDrawer::layOut() {
     y += lines * cellHeight() + (lines - 1) * 4 + 8;
   }
   if (rows_.compress) {
-    compress_->setGeometry(panel.left(), y, panel.width(), rowHeight());
-    y += rowHeight() + 8;
+    compress_->setGeometry(panel.left(), y, panel.width(), rowHeight(*compress_));
+    y += rowHeight(*compress_) + 8;
   }
-  if (rows_.redact) redact_->setGeometry(panel.left(), y, panel.width(), rowHeight());
+  if (rows_.redact) redact_->setGeometry(panel.left(), y, panel.width(), rowHeight(*redact_));
 }
 
 void CardDrawer::setKeyboard(bool hasKeyboard) {

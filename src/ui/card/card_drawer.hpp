@@ -42,7 +42,7 @@ class CardDrawer : public FloatingSurface {
  private:
   [[nodiscard]] int columns() const;
   [[nodiscard]] int cellHeight() const;
-  [[nodiscard]] int rowHeight() const;
+  [[nodiscard]] static int rowHeight(const DrawerCell& row);
   [[nodiscard]] int labelHeight() const;
   void layOut();
 

@@ -1,6 +1,8 @@
 #include "ui/card/card_painting.hpp"
 
+#include <QGuiApplication>
 #include <QPaintDevice>
+#include <QStyle>
 #include <algorithm>
 #include <optional>
 
@@ -15,8 +17,25 @@ namespace {
 constexpr int undoRing = 20;
 constexpr double failedOpacity = 0.6;
 
+/// Where it is when lines run from right to left.
+QRect visual(const QRect& panel, const QRect& area) {
+  return QStyle::visualRect(QGuiApplication::layoutDirection(), panel, area);
+}
+
+/// Where a line begins. The words themselves are written from left to right on every desktop.
+Qt::Alignment atBegin() {
+  return QStyle::visualAlignment(QGuiApplication::layoutDirection(), Qt::AlignLeft);
+}
+
+/// Of what is undone.
+int undoWordsWidth(const QRect& panel) {
+  const int width =
+      QFontMetrics(tokens::strongFont()).horizontalAdvance(QStringLiteral("Undo")) + 24;
+  return panel.width() - 12 - undoRing - 8 - width - 14 - 4;
+}
+
 /// A dark capsule with a symbol and a few words.
-void paintCapsule(QPainter& painter, QPoint at, std::optional<IconName> symbol,
+void paintCapsule(QPainter& painter, const QRect& panel, QPoint at, std::optional<IconName> symbol,
                   const QString& words, int most) {
   const FloatingColors& colors = floatingColors();
   const QFont font = tokens::smallFont();
@@ -24,18 +43,20 @@ void paintCapsule(QPainter& painter, QPoint at, std::optional<IconName> symbol,
   const int iconRoom = symbol ? rowIconSize : 0;
   const QString shown = metrics.elidedText(words, Qt::ElideRight, most - iconRoom - 24);
   const int height = std::max(26, metrics.height() + 8);
-  const QRect area(at, QSize(metrics.horizontalAdvance(shown) + iconRoom + 20, height));
+  const QRect area =
+      visual(panel, QRect(at, QSize(metrics.horizontalAdvance(shown) + iconRoom + 20, height)));
   painter.setPen(Qt::NoPen);
   painter.setBrush(colors.panel);
   painter.drawRoundedRect(area, height / 2.0, height / 2.0);
   if (symbol) {
     painter.drawPixmap(
-        area.left() + 7, area.top() + (height - 14) / 2,
+        visual(area, QRect(area.left() + 7, area.top() + (height - 14) / 2, 14, 14)).topLeft(),
         iconPixmap(*symbol, {14, 14}, painter.device()->devicePixelRatioF(), colors.text));
   }
   painter.setPen(colors.text);
   painter.setFont(font);
-  painter.drawText(area.adjusted(8 + iconRoom, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft, shown);
+  painter.drawText(visual(area, area.adjusted(8 + iconRoom, 0, -8, 0)),
+                   Qt::AlignVCenter | atBegin(), shown);
 }
 
 }  // namespace
@@ -67,7 +88,7 @@ void paintCardBadge(QPainter& painter, const QRect& panel, const Card& card, boo
                   isLength ? panel.bottom() + 1 - 8 -
                                  std::max(26, QFontMetrics(tokens::smallFont()).height() + 8)
                            : panel.top() + 8);
-  paintCapsule(painter, at, symbol, QString::fromStdString(card.badge), most);
+  paintCapsule(painter, panel, at, symbol, QString::fromStdString(card.badge), most);
 }
 
 void paintCardSentence(QPainter& painter, const QRect& panel, const QString& sentence) {
@@ -81,11 +102,14 @@ void paintCardSentence(QPainter& painter, const QRect& panel, const QString& sen
                      words.height() + 16);
   painter.fillRect(ground, colors.panel);
   painter.drawPixmap(
-      ground.left() + 10, ground.top() + 8 + (metrics.height() - 16) / 2,
+      visual(ground,
+             QRect(ground.left() + 10, ground.top() + 8 + (metrics.height() - 16) / 2, 16, 16))
+          .topLeft(),
       iconPixmap(IconName::warning, {16, 16}, painter.device()->devicePixelRatioF(), colors.text));
   painter.setFont(font);
   painter.setPen(colors.text);
-  painter.drawText(ground.adjusted(36, 8, -10, -8), Qt::TextWordWrap | Qt::AlignLeft, sentence);
+  painter.drawText(visual(ground, ground.adjusted(36, 8, -10, -8)), Qt::TextWordWrap | atBegin(),
+                   sentence);
 }
 
 void paintCardScrim(QPainter& painter, const QRect& panel, const CardLabel& label) {
@@ -112,9 +136,10 @@ void paintCardScrim(QPainter& painter, const QRect& panel, const CardLabel& labe
   painter.drawRoundedRect(area, tokens::tileRadius, tokens::tileRadius);
   painter.setFont(font);
   painter.setPen(colors.text);
-  painter.drawText(area.adjusted(8, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, words);
+  painter.drawText(visual(area, area.adjusted(8, 0, 0, 0)), Qt::AlignVCenter | atBegin(), words);
   if (key.isEmpty()) return;
-  const QRect cap(area.right() - keyRoom + 4, area.top() + 4, keyRoom - 8, line - 8);
+  const QRect cap =
+      visual(area, QRect(area.right() - keyRoom + 4, area.top() + 4, keyRoom - 8, line - 8));
   painter.setPen(Qt::NoPen);
   painter.setBrush(colors.key);
   painter.drawRoundedRect(cap, tokens::keyCapRadius, tokens::keyCapRadius);
@@ -132,11 +157,19 @@ void paintCardBusy(QPainter& painter, const QRect& panel, qint64 elapsed) {
                    floatingColors().accent);
 }
 
+int cardUndoHeight(const Card& card, int width) {
+  const QFontMetrics metrics(tokens::bodyFont());
+  const QRect room(0, 0, undoWordsWidth({0, 0, width, 1}), 1000);
+  const int words =
+      metrics.boundingRect(room, Qt::TextWordWrap, QString::fromStdString(card.sentence)).height();
+  return std::max(card_layout::undoHeight, words + 12);
+}
+
 QRect cardUndoButton(const QRect& panel) {
   const int width =
       QFontMetrics(tokens::strongFont()).horizontalAdvance(QStringLiteral("Undo")) + 24;
-  return {panel.right() + 1 - 12 - undoRing - 8 - width, panel.top() + 6, width,
-          panel.height() - 12};
+  return visual(panel, QRect(panel.right() + 1 - 12 - undoRing - 8 - width, panel.top() + 6, width,
+                             panel.height() - 12));
 }
 
 void paintCardUndo(QPainter& painter, const QRect& panel, const Card& card,
@@ -145,11 +178,10 @@ void paintCardUndo(QPainter& painter, const QRect& panel, const Card& card,
   painter.setFont(tokens::bodyFont());
   painter.setPen(colors.text);
   const QRect button = cardUndoButton(panel);
-  const QRect words(panel.left() + 14, panel.top(), button.left() - panel.left() - 18,
-                    panel.height());
-  painter.drawText(words, Qt::AlignVCenter | Qt::AlignLeft,
-                   painter.fontMetrics().elidedText(QString::fromStdString(card.sentence),
-                                                    Qt::ElideRight, words.width()));
+  const QRect words =
+      visual(panel, QRect(panel.left() + 14, panel.top(), undoWordsWidth(panel), panel.height()));
+  painter.drawText(words, Qt::AlignVCenter | atBegin() | Qt::TextWordWrap,
+                   QString::fromStdString(card.sentence));
   if (state.isPointed || state.hasKeyboard) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(state.isPointed ? colors.press : colors.hover);
@@ -158,8 +190,8 @@ void paintCardUndo(QPainter& painter, const QRect& panel, const Card& card,
   painter.setFont(tokens::strongFont());
   painter.setPen(colors.accent);
   painter.drawText(button, Qt::AlignCenter, QStringLiteral("Undo"));
-  const QRectF ring(panel.right() + 1 - 12 - undoRing, panel.center().y() - undoRing / 2.0 + 0.5,
-                    undoRing, undoRing);
+  const QRectF ring = visual(panel, QRect(panel.right() + 1 - 12 - undoRing,
+                                          panel.center().y() - undoRing / 2, undoRing, undoRing));
   if (tokens::motion(cardTickTime) == 0) {
     painter.setFont(tokens::smallFont());
     painter.setPen(colors.quiet);

@@ -10,7 +10,7 @@
 namespace vantorel {
 
 // What a card shows, painted within its panel, in px of the painter. Colors are those of floating
-// surfaces.
+// surfaces. The painter writes from left to right; what is placed follows the desktop's direction.
 
 inline constexpr int cardCloseSide = 28;
 inline constexpr int cardTickTime = 50;  ///< ms, between pictures of what moves
@@ -49,5 +49,8 @@ struct CardUndoState {
 void paintCardUndo(QPainter& painter, const QRect& panel, const Card& card,
                    const CardUndoState& state);
 [[nodiscard]] QRect cardUndoButton(const QRect& panel);
+
+/// What its words take in a panel of that width.
+[[nodiscard]] int cardUndoHeight(const Card& card, int width);
 
 }  // namespace vantorel

@@ -8,6 +8,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
+#include <QStyle>
 #include <QTimerEvent>
 #include <QUrl>
 #include <algorithm>
@@ -69,7 +70,7 @@ bool CardWindow::showsActions() const {
 
 int CardWindow::heightOf(const Card& card) {
   if (card.state == State::trashed) {
-    return tokens::controlHeight(card_layout::undoHeight, tokens::bodyFont());
+    return cardUndoHeight(card, card_layout::width);
   }
   if (!card.picture.isEmpty()) {
     return card_layout::cardHeight({card.picture.width(), card.picture.height()});
@@ -122,8 +123,9 @@ void CardWindow::layOut() {
     button.setVisible(isShown);
     button.setCurrent(hasKeyboard_ && i == current_);
   }
-  close_->setGeometry(panel.right() + 1 - 8 - cardCloseSide, panel.top() + 8, cardCloseSide,
-                      cardCloseSide);
+  close_->setGeometry(QStyle::visualRect(
+      layoutDirection(), panel,
+      QRect(panel.right() + 1 - 8 - cardCloseSide, panel.top() + 8, cardCloseSide, cardCloseSide)));
   close_->setVisible(isShown);
 }
 
@@ -158,6 +160,13 @@ void CardWindow::place(const QRect& panel) {
   }
   if (isNew) show();
   layOut();
+}
+
+QRect CardWindow::restingPanel() const {
+  const bool moves = motion_.state() == QAbstractAnimation::Running && !isLeaving();
+  const int margin = shadowMargin();
+  return QRect(moves ? motion_.endValue().toPoint() : pos(), size())
+      .adjusted(margin, margin, -margin, -margin);
 }
 
 void CardWindow::leave(std::function<void()> gone) {
@@ -202,6 +211,7 @@ void CardWindow::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setRenderHint(QPainter::SmoothPixmapTransform);
+  painter.setLayoutDirection(Qt::LeftToRight);
   painter.setClipPath(panelPath());
   const QRect panel = panelRect();
   if (shown->state == State::trashed) {

@@ -42,6 +42,8 @@ class CardWindow : public FloatingSurface {
 
   /// Shows it there; the first time it slides in from the edge.
   void place(const QRect& panel);
+  /// Where it is, or is on its way to.
+  [[nodiscard]] QRect restingPanel() const;
   /// Slides it out, and tells `gone`, once.
   void leave(std::function<void()> gone);
   [[nodiscard]] bool isLeaving() const { return gone_ != nullptr; }

@@ -42,7 +42,15 @@ CardWindows::CardWindows(CardStack& stack, std::shared_ptr<NativeWindows> native
   arranging_.setInterval(0);
   QObject::connect(&arranging_, &QTimer::timeout, [this] { arrange(); });
   const auto rearrange = [this] { arranging_.start(); };
-  QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &arranging_, rearrange);
+  const auto follow = [this, rearrange](QScreen* screen) {
+    QObject::connect(screen, &QScreen::availableGeometryChanged, &arranging_, rearrange);
+  };
+  for (QScreen* const screen : QGuiApplication::screens()) follow(screen);
+  QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &arranging_,
+                   [follow, rearrange](QScreen* screen) {
+                     follow(screen);
+                     rearrange();
+                   });
   QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, &arranging_, rearrange);
   QObject::connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &arranging_, rearrange);
   // Posted: what changes the stack may be one of these windows, in an event of its own.
@@ -223,7 +231,7 @@ void CardWindows::placeDrawer() {
   const CardWindow* const window = windowOf(drawer_->number());
   const auto screen = screens_.find(drawer_->number());
   if (window == nullptr || screen == screens_.end()) return;
-  const QRect panel = card_layout::besideCard(window->panelGeometry(), drawer_->panelSize(),
+  const QRect panel = card_layout::besideCard(window->restingPanel(), drawer_->panelSize(),
                                               screen->second->availableGeometry(),
                                               stack_.side() == OverlayPosition::left);
   if (drawer_->panelGeometry() != panel) drawer_->setPanelGeometry(panel);

@@ -4,7 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QColor>
+#include <algorithm>
 
 #include "app/card_session.hpp"
 #include "ui/testing/ui_test_case.hpp"
@@ -205,6 +208,83 @@ TEST_F(CardWindowsTest, TheKeyboardComesAndGoesBack) {
   settleCards();
   EXPECT_EQ(session.clipboard.images, 1) << "it has its keys again";
   EXPECT_EQ(cards(), 2);
+}
+
+TEST_F(CardWindowsTest, MoveToADisplayThatIsStillThere) {
+  startDesktop({.screen = PixelSize{2080, 800}, .windowManager = true});
+  desktop->setMonitors({{"LEFT", {0, 0, 1280, 800}}, {"RIGHT", {1280, 0, 800, 800}}});
+  startUi();
+  movePointer({20, 20});
+  session.settings.set(&SettingsValues::thumbnailAutoDismiss, false);
+  ui->showCards(&session.stack);
+  session.stack.add(
+      {.entry = session.entry("a"), .shown = {1280, 0, 800, 800}, .picture = colored({560, 320})});
+  settleCards();
+  const auto hasCardAt = [this](QPoint at) {
+    return QColor(screen("card-at").pixel(at)).blue() > 100;
+  };
+  EXPECT_TRUE(hasCardAt({2080 - 156, 700}));
+  // With a drawer and the keyboard on it.
+  ASSERT_TRUE(ui->focusCard());
+  settleCards();
+  strike(XK_f);
+  ASSERT_TRUE(waitForCards([&] { return windowsTitled("Vantorel card actions") == 1; }));
+  desktop->setMonitors({{"LEFT", {0, 0, 1280, 800}}});
+  EXPECT_TRUE(waitForCards([&] { return hasCardAt({1280 - 156, 700}); }));
+  settleCards();
+  keepPicture("card-unplugged");
+  EXPECT_FALSE(hasCardAt({2080 - 156, 700}));
+  EXPECT_EQ(cards(), 1);
+  strike(XK_Escape);
+  strike(XK_Escape);
+  settleCards();
+  desktop->setMonitors({{"LEFT", {0, 0, 1280, 480}}});
+  EXPECT_TRUE(waitForCards([&] { return hasCardAt({1280 - 156, 400}); })) << "a lower display";
+  session.stack.add(
+      {.entry = session.entry("b"), .shown = {0, 0, 80, 80}, .picture = colored({560, 320})});
+  settleCards();
+  keepPicture("card-low");
+  EXPECT_EQ(cards(), 1);
+  EXPECT_EQ(windowsTitled("Vantorel older cards"), 1);
+}
+
+TEST_F(CardWindowsTest, FitLargeFontsFromRightToLeft) {
+  start();
+  const QFont usual = QApplication::font();
+  QFont large = usual;
+  large.setPointSizeF(usual.pointSizeF() * 2);
+  QApplication::setFont(large);
+  QApplication::setLayoutDirection(Qt::RightToLeft);
+  capture("a");
+  session.stack.trash(session.stack.cards().front().number);
+  settleCards();
+  capture("b");
+  ASSERT_TRUE(ui->focusCard());
+  settleCards();
+  strike(XK_c);
+  strike(XK_f);
+  ASSERT_TRUE(waitForCards([&] { return windowsTitled("Vantorel card actions") == 1; }));
+  settleCards();
+  keepPicture("card-large-mirrored");
+  // Two by two: the second cell is left of the first, the third below it.
+  strike(XK_Right);
+  settleCards();
+  for (QWidget* const window : QApplication::topLevelWidgets()) {
+    if (window->windowTitle() != QLatin1String("Vantorel card actions")) continue;
+    std::vector<QRect> cells;
+    for (const auto* const cell : window->findChildren<QAbstractButton*>()) {
+      if (cell->isVisible()) cells.push_back(cell->geometry());
+    }
+    std::ranges::sort(cells, {},
+                      [](const QRect& one) { return std::pair(one.top(), -one.left()); });
+    ASSERT_GE(cells.size(), 4U);
+    EXPECT_EQ(cells[0].top(), cells[1].top());
+    EXPECT_LT(cells[1].right(), cells[0].left());
+    EXPECT_GT(cells[2].top(), cells[0].bottom());
+  }
+  ui->showCards(nullptr);
+  QApplication::setLayoutDirection(Qt::LeftToRight);
+  QApplication::setFont(usual);
 }
 
 TEST_F(CardWindowsTest, TheKeyboardComesWhenTheMenuOrKeyThatAskedLetsGo) {

@@ -77,8 +77,17 @@ class SettingsWindowTest : public UiTestCase {
     settle();
   }
 
+  /// Where it is scrolled out of view it is scrolled to first.
   void clickOn(QWidget& widget) {
-    click(widget.mapToGlobal(widget.rect().center()));
+    for (QWidget* around = widget.parentWidget(); around != nullptr;
+         around = around->parentWidget()) {
+      auto* const area = qobject_cast<QScrollArea*>(around);
+      if (area == nullptr || area->widget() == nullptr) continue;
+      area->ensureWidgetVisible(&widget);
+      settle();
+      break;
+    }
+    click(widget.mapToGlobal(widget.rect().center()) * widget.devicePixelRatio());
     settle();
   }
 
