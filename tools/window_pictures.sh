@@ -14,14 +14,22 @@ shift 2
 for combination in "$@"; do
   (
     theme=${combination%@*} scale=${combination#*@}
-    screen=$(python3 -c 'import sys; s = float(sys.argv[1]); print(f"{int(1400*s)}x{int(900*s)}x24")' "$scale")
+    scaled() { python3 -c 'import sys; print(round(float(sys.argv[1]) * float(sys.argv[2])))' "$1" "$scale"; }
+    screen=$(scaled 1400)x$(scaled 900)x24
     . "$tools/../bench/private_desktop.sh"
     export QT_SCALE_FACTOR=$scale
-    openbox &
+    # No keys of its own, which the settings would name as taken, and no notifications over it all.
+    printf '<openbox_config xmlns="http://openbox.org/3.4/rc"><theme><name>Clearlooks</name></theme></openbox_config>' \
+      >"$folder/openbox.xml"
+    openbox --config-file "$folder/openbox.xml" &
     children+=($!)
-    xsetroot -solid '#3d5a78'
+    mkdir -p "$folder/run/dbus-1/services"
+    printf '[D-BUS Service]\nName=org.freedesktop.Notifications\nExec=/bin/false\n' \
+      >"$folder/run/dbus-1/services/org.freedesktop.Notifications.service"
+    dbus-send --session --dest=org.freedesktop.DBus / org.freedesktop.DBus.ReloadConfig
+    xsetroot -mod 24 24 -fg '#46658a' -bg '#3d5a78'
     mkdir -p "$folder/library"
-    printf '{"hasCompletedOnboarding":true,"thumbnailIdleSeconds":0}\n' >"$folder/library/settings.json"
+    printf '{"hasCompletedOnboarding":true}\n' >"$folder/library/settings.json"
     "$tools/draw_samples.py" "$folder/library/Captures"
     vantorel() { "$program" --root "$folder/library" "$@"; }
     vantorel library verify --repair >/dev/null || true
@@ -30,7 +38,7 @@ for combination in "$@"; do
     for i in "${!names[@]}"; do vantorel library title "${ids[$i]}" "${names[$i]}" >/dev/null; done
     vantorel library star "${ids[1]}" "${ids[4]}" >/dev/null
     vantorel library collect "${ids[0]}" "${ids[4]}" --collection Accounts >/dev/null 2>&1 || true
-    "$program" --root "$folder/library" 2>/dev/null &
+    "$program" --root "$folder/library" ${ARGUMENTS:-} 2>/dev/null &
     tray=$!
     until dbus-send --session --print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.ListNames |
       grep -q hollen; do sleep 0.1; done
@@ -51,11 +59,12 @@ for combination in "$@"; do
     }
     take() {
       settled
-      xwd -silent -id "$(xdotool getactivewindow)" | "$tools/xwd_to_png.py" "$pictures/$1-$theme@$scale.png"
+      xwd -silent -id "$window" | "$tools/xwd_to_png.py" "$pictures/$1-$theme@$scale.png"
     }
     show() {
       vantorel show "$1"
-      until xdotool search --onlyvisible --name "^$2\$" >/dev/null; do sleep 0.05; done
+      until window=$(xdotool search --onlyvisible --name "^$2\$" | tail -1) && [ -n "$window" ]; do sleep 0.05; done
+      xdotool windowmove --sync "$window" 40 40
       if [ "$theme" = dark ]; then
         desktop_says string:org.freedesktop.appearance string:color-scheme variant:uint32:1
       fi
@@ -76,8 +85,9 @@ for combination in "$@"; do
     keys Escape ctrl+w
     show settings Settings
     take settings-general
+    keys Tab
     for pane in capture after shortcuts library; do
-      keys shift+F6 F6 Down
+      keys Down
       take "settings-$pane"
     done
     keys ctrl+w
@@ -87,10 +97,19 @@ for combination in "$@"; do
     show welcome Vantorel
     take first-start
     keys ctrl+w
-    vantorel capture window --window "$(xwininfo -root | awk '/Window id/ {print $4}')" >/dev/null 2>&1 ||
-      vantorel capture display >/dev/null
+    # The card in its corner, with its actions and what it offers beside it.
+    xmessage -geometry "$(scaled 560)x$(scaled 300)+60+60" \
+      -title Reminder "The meeting is at ten, in the small room." &
+    children+=($!)
+    until xdotool search --onlyvisible --name "^Reminder\$" >/dev/null; do sleep 0.05; done
     settled
-    xwd -root -silent | "$tools/xwd_to_png.py" "$pictures/card-$theme@$scale.png"
+    vantorel capture area --rect 40,40,640,400 >/dev/null
+    settled
+    xdotool mousemove "$(scaled 1250)" "$(scaled 800)"
+    sleep 0.4
+    settled
+    xwd -root -silent |
+      "$tools/xwd_to_png.py" "$pictures/card-$theme@$scale.png" "$(scaled 760),$(scaled 600)"
     vantorel quit
     wait "$tray" || true
   )

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Standard input, as xwd writes it from a display of 24 bits, to a PNG with at most 256 colors:
-xwd_to_png.py FILE. The colors most used stay exact; the others go to the nearest of them."""
+"""Standard input, as xwd writes it from a display with true colors, to a PNG with at most 256
+colors: xwd_to_png.py FILE [LEFT,TOP], from there on. The colors most used stay exact; the others go
+to the nearest of them."""
 import struct
 import sys
 import zlib
@@ -11,26 +12,26 @@ def main():
     data = sys.stdin.buffer.read()
     head = struct.unpack(">25I", data[:100])
     size, width, height, stride, colors = head[0], head[4], head[5], head[12], head[19]
+    step, is_big = head[11] // 8, head[7] == 1
+    def place(mask):
+        byte = (mask & -mask).bit_length() // 8
+        return step - 1 - byte if is_big else byte
+    places = [place(mask) for mask in head[14:17]]
     body = data[size + colors * 12:]
-    rows = []
-    for y in range(height):
-        row = body[y * stride : y * stride + width * 4]
-        rows.append((row[2::4], row[1::4], row[0::4]))
+    left, top = (int(part) for part in sys.argv[2].split(",")) if len(sys.argv) > 2 else (0, 0)
     counted = Counter()
     pixels = []
-    for red, green, blue in rows:
-        line = list(zip(red, green, blue))
+    for y in range(top, height):
+        row = body[y * stride : y * stride + width * step]
+        line = list(zip(*(row[at::step] for at in places)))[left:]
         pixels.append(line)
         counted.update(line)
-    palette = []
-    # Much used colors first; those like one that is there already only when there is room.
-    common = [color for color, _ in counted.most_common(20000)]
-    for least in (20, 10, 4, 0):
-        for color in common:
-            if len(palette) == 256:
-                break
-            if all(sum(abs(a - b) for a, b in zip(color, other)) > least for other in palette):
-                palette.append(color)
+    # Of colors that look alike the one used most stands for all.
+    alike = {}
+    for color, count in counted.most_common():
+        kind = alike.setdefault(tuple(part >> 3 for part in color), [color, 0])
+        kind[1] += count
+    palette = [color for color, _ in sorted(alike.values(), key=lambda kind: -kind[1])[:256]]
     nearest = {}
     def index(color):
         if color not in nearest:
@@ -43,7 +44,7 @@ def main():
                 + struct.pack(">I", zlib.crc32(kind + body)))
     with open(sys.argv[1], "wb") as file:
         file.write(b"\x89PNG\r\n\x1a\n"
-                   + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 3, 0, 0, 0))
+                   + chunk(b"IHDR", struct.pack(">IIBBBBB", width - left, height - top, 8, 3, 0, 0, 0))
                    + chunk(b"PLTE", b"".join(bytes(color) for color in palette))
                    + chunk(b"IDAT", zlib.compress(raw, 9)) + chunk(b"IEND", b""))
 

@@ -306,6 +306,17 @@ TEST_F(WindowsProgramTest, EveryControlHasANameAndIsReachedByTheKeyboard) {
     client_.chord({controlKey, 'w'});
     reader_.waitUntilGone(window.title);
   }
+
+  // Enter presses the button that has the keyboard.
+  show("welcome", "Vantorel");
+  std::string focus;
+  const SpokenControl done = reader_.find("Vantorel", "push button", "Done");
+  while (focus != done.path) {
+    client_.chord({tabKey});
+    focus = reader_.focusAfter(focus);
+  }
+  client_.chord({returnKey});
+  reader_.waitUntilGone("Vantorel");
   quit();
 }
 

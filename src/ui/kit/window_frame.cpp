@@ -1,8 +1,11 @@
 #include "ui/kit/window_frame.hpp"
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QKeyEvent>
+#include <QRadioButton>
 #include <QScreen>
 #include <QShortcut>
 #include <QVBoxLayout>
@@ -203,6 +206,14 @@ void WindowFrame::changeEvent(QEvent* event) {
 
 void WindowFrame::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) return leave();
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    // Dialogs do so by themselves; switches and choices are the space bar's.
+    auto* const button = qobject_cast<QAbstractButton*>(focusWidget());
+    if (button != nullptr && qobject_cast<QCheckBox*>(button) == nullptr &&
+        qobject_cast<QRadioButton*>(button) == nullptr) {
+      return button->click();
+    }
+  }
   QWidget::keyPressEvent(event);
 }
 
