@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Takes pictures of each window, light and dark, at 100 and 200 %, on a private desktop with a
 # library of drawn captures: window_pictures.sh PROGRAM FOLDER. With more arguments, only of the
-# combinations named, such as "dark@2". FONT="DejaVu Sans 20" and ARGUMENTS=-reverse try a large
-# font and the other direction.
+# combinations named, such as "dark@2". FONT="DejaVu Sans 20" tries a large font.
 set -euo pipefail
 program=$(realpath "$1")
 mkdir -p "$2"
@@ -38,7 +37,7 @@ for combination in "$@"; do
     for i in "${!names[@]}"; do vantorel library title "${ids[$i]}" "${names[$i]}" >/dev/null; done
     vantorel library star "${ids[1]}" "${ids[4]}" >/dev/null
     vantorel library collect "${ids[0]}" "${ids[4]}" --collection Accounts >/dev/null 2>&1 || true
-    "$program" --root "$folder/library" ${ARGUMENTS:-} 2>/dev/null &
+    "$program" --root "$folder/library" 2>/dev/null &
     tray=$!
     until dbus-send --session --print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.ListNames |
       grep -q hollen; do sleep 0.1; done

@@ -12,6 +12,7 @@
 #include "ui/history/history_commands.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
+#include "ui/kit/role_label.hpp"
 #include "ui/kit/tokens.hpp"
 
 namespace vantorel {
@@ -42,7 +43,7 @@ HistoryFooter::HistoryFooter(std::shared_ptr<HistoryModel> model, HistoryCommand
       progressText_(new QLabel),
       progress_(new QProgressBar),
       selectionRow_(new QWidget(this)),
-      selected_(new QLabel),
+      selected_(new RoleLabel({}, &PaletteRoles::text, tokens::strongFont)),
       size_(new QLabel),
       more_(new QToolButton) {
   setAccessibleName(QStringLiteral("Footer"));
@@ -70,7 +71,7 @@ HistoryFooter::HistoryFooter(std::shared_ptr<HistoryModel> model, HistoryCommand
   progress->addWidget(stop);
 
   QHBoxLayout* const selection = rowOf(*selectionRow_);
-  selected_->setFont(tokens::strongFont());
+  selected_->setWordWrap(false);
   size_->setForegroundRole(QPalette::PlaceholderText);
   selection->addWidget(selected_);
   selection->addSpacing(tokens::space8);

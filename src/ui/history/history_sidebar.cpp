@@ -14,6 +14,7 @@
 #include "ui/history/sidebar_row.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
+#include "ui/kit/role_label.hpp"
 #include "ui/kit/tokens.hpp"
 
 namespace vantorel {
@@ -40,11 +41,12 @@ HistorySidebar::HistorySidebar(std::shared_ptr<HistoryModel> model, QWidget* par
   column->addLayout(scopes_);
   auto* const head = new QHBoxLayout;
   head->setContentsMargins(18, tokens::space12, tokens::space8, tokens::space4);
-  auto* const label = new QLabel(QStringLiteral("Collections"));
-  QFont font = tokens::smallFont();
-  font.setWeight(QFont::DemiBold);
-  label->setFont(font);
-  label->setForegroundRole(QPalette::PlaceholderText);
+  auto* const label = new RoleLabel(QStringLiteral("Collections"), &PaletteRoles::quiet, [] {
+    QFont font = tokens::smallFont();
+    font.setWeight(QFont::DemiBold);
+    return font;
+  });
+  label->setWordWrap(false);
   auto* const add = new QToolButton;
   add->setAutoRaise(true);
   add->setIcon(icon(IconName::plus));

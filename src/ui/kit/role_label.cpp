@@ -48,9 +48,20 @@ bool RoleLabel::event(QEvent* event) {
     case QEvent::ApplicationPaletteChange:
     case QEvent::ApplicationFontChange:
     case QEvent::PaletteChange: apply(); break;
+    case QEvent::Polish:
+    case QEvent::LayoutDirectionChange: align(); break;
     default: break;
   }
   return done;
+}
+
+/// The toolkit goes by the script of the words, which is the same in every direction here.
+void RoleLabel::align() {
+  const Qt::Alignment side = alignment() & Qt::AlignHorizontal_Mask;
+  const bool isMirrored = side == (Qt::AlignRight | Qt::AlignAbsolute);
+  if (isRightToLeft() == isMirrored || (!isMirrored && side != Qt::AlignLeft)) return;
+  setAlignment((alignment() & ~Qt::AlignHorizontal_Mask) |
+               (isMirrored ? Qt::Alignment(Qt::AlignLeft) : Qt::AlignRight | Qt::AlignAbsolute));
 }
 
 void RoleLabel::apply() {

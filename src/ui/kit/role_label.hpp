@@ -29,6 +29,7 @@ class RoleLabel : public QLabel {
   bool event(QEvent* event) override;
 
  private:
+  void align();
   void apply();
 
   Role role_;

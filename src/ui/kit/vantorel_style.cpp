@@ -358,6 +358,15 @@ void VantorelStyle::drawControl(ControlElement element, const QStyleOption* opti
       }
       return QProxyStyle::drawControl(element, &label, painter, widget);
     }
+    case CE_ComboBoxLabel: {
+      const auto* const box = qstyleoption_cast<const QStyleOptionComboBox*>(option);
+      if (box == nullptr) break;
+      QStyleOptionComboBox label = *box;
+      const int room = subControlRect(CC_ComboBox, box, SC_ComboBoxEditField, widget).width();
+      label.currentText =
+          box->fontMetrics.elidedText(box->currentText, Qt::ElideRight, room - tokens::space4);
+      return QProxyStyle::drawControl(element, &label, painter, widget);
+    }
     case CE_MenuItem: {
       const auto* const item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
       if (item == nullptr) break;
@@ -507,7 +516,8 @@ QSize VantorelStyle::sizeFromContents(ContentsType type, const QStyleOption* opt
       const int padding = hasText ? 2 * buttonPadding : tokens::space16;
       return {contents.width() + padding, std::max(height, contents.height() + tokens::space8)};
     }
-    case CT_ComboBox: return {contents.width() + comboArrowRoom + fieldPadding, height};
+    case CT_ComboBox:
+      return {contents.width() + comboArrowRoom + fieldPadding + tokens::space8, height};
     case CT_LineEdit: return {contents.width() + 2 * fieldPadding, height};
     case CT_SpinBox: {
       const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);

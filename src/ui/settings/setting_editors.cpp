@@ -34,7 +34,11 @@ SettingEditor toggleEditor(const Model& model, const std::string& id, QWidget* p
 
 SettingEditor choiceEditor(const Model& model, const std::string& id, QWidget* parent) {
   auto* const box = new QComboBox(parent);
-  box->setFixedWidth(settingControlWidth);
+  // Wider only for words that need it, which a large font makes of most.
+  box->setMinimumWidth(settingControlWidth);
+  box->setMaximumWidth(2 * settingControlWidth);
+  box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+  box->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
   QObject::connect(box, &QComboBox::activated, box, [model, id, box](int index) {
     model->set(id, box->itemData(index).toString().toStdString());
   });

@@ -1,5 +1,6 @@
 #include "ui/settings/setting_row_view.hpp"
 
+#include <QEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QPainter>
@@ -21,6 +22,7 @@ namespace {
 constexpr int rowMargin = 14;
 constexpr int rowPadding = 7;
 constexpr int leastLabel = 140;
+constexpr int leastLetters = 20;  // of a label, where the font is large
 constexpr int resetSlot = 24;
 
 QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
@@ -211,10 +213,20 @@ void SettingRowView::showShortcut(const SettingsLine& line) {
 
 void SettingRowView::resizeEvent(QResizeEvent* event) {
   QWidget::resizeEvent(event);
+  arrange();
+}
+
+bool SettingRowView::event(QEvent* event) {
+  if (event->type() == QEvent::LayoutRequest) arrange();
+  return QWidget::event(event);
+}
+
+void SettingRowView::arrange() {
   const int control = std::max(side_->sizeHint().width(), resetSlot) + resetSlot + 2 * rowMargin +
                       2 * tokens::space12;
+  const int least = std::max(leastLabel, leastLetters * fontMetrics().averageCharWidth());
   const auto direction =
-      width() - control < leastLabel ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight;
+      width() - control < least ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight;
   if (layout_->direction() != direction) layout_->setDirection(direction);
 }
 

@@ -31,8 +31,11 @@ class SettingRowView : public QWidget {
 
  protected:
   void resizeEvent(QResizeEvent* event) override;
+  bool event(QEvent* event) override;
 
  private:
+  /// Words too narrow for their font have the control below them.
+  void arrange();
   void addShortcut(const SettingsLine& line, PlainSymbol plainSymbol);
   void addButton();
   void press();

@@ -89,7 +89,10 @@ void ShortcutField::setField(const ShortcutRecorder::Field& field) {
 }
 
 QSize ShortcutField::sizeHint() const {
-  return {std::max(fieldWidth, keyCapsWidth(field_.caps) + 2 * padding), tokens::controlHeight()};
+  const int words =
+      QFontMetrics(tokens::bodyFont()).horizontalAdvance(QString::fromStdString(field_.prompt));
+  return {std::max({fieldWidth, keyCapsWidth(field_.caps) + 2 * padding, words + 2 * padding}),
+          tokens::controlHeight()};
 }
 
 bool ShortcutField::event(QEvent* event) {
