@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/check.hpp"
 #include "base/round_trip.hpp"
 #include "library/entry_changes.hpp"
 #include "library/entry_failure.hpp"
@@ -58,6 +59,20 @@ std::string closed(std::string text) {
   return text;
 }
 
+/// Why nothing can be done with the file of the only one, or of one of several.
+std::string sentenceOf(FileReach reach, bool isOnly) {
+  if (!isOnly) {
+    return isMissing(reach) ? "The file of a selected capture is gone."
+                            : "The file of a selected capture is out of reach.";
+  }
+  if (isMissing(reach)) {
+    return "Its file is gone. Use Remove from History to take it out of Vantorel.";
+  }
+  std::string text(sentence(reach));
+  if (text.front() >= 'a' && text.front() <= 'z') text.front() -= 'a' - 'A';
+  return closed(std::move(text));
+}
+
 std::string counted(std::size_t count) {
   return fmt::format("{} {}", count, count == 1 ? "capture" : "captures");
 }
@@ -80,7 +95,9 @@ struct HistoryActions::Rewriting {
 
 HistoryActions::HistoryActions(Services services, std::function<void(HistoryNotice)> say,
                                std::function<void()> onProgress)
-    : services_(std::move(services)), say_(std::move(say)), onProgress_(std::move(onProgress)) {}
+    : services_(std::move(services)), say_(std::move(say)), onProgress_(std::move(onProgress)) {
+  VT_CHECK(services_.files != nullptr);
+}
 
 std::optional<std::string> HistoryActions::obstacle(HistoryAction action,
                                                     const EntryList& entries) const {
@@ -99,10 +116,12 @@ std::optional<std::string> HistoryActions::obstacle(HistoryAction action,
   }
   const bool isReading = action == HistoryAction::convert || action == HistoryAction::compress;
   if (isReading && progress_) return "Pictures are being changed already.";
-  const auto isAway = [this](const EntryPointer& entry) { return services_.isOutOfReach(*entry); };
-  if (needsFile(action) && std::ranges::any_of(entries, isAway)) {
-    return entries.size() == 1 ? "Its file is out of reach."
-                               : "The file of a selected capture is out of reach.";
+  const auto isAway = [this](const EntryPointer& entry) {
+    return services_.reachOf(*entry) != FileReach::there;
+  };
+  if (needsFile(action)) {
+    const auto away = std::ranges::find_if(entries, isAway);
+    if (away != entries.end()) return sentenceOf(services_.reachOf(**away), entries.size() == 1);
   }
   if (action == HistoryAction::dragOut && std::ranges::any_of(entries, isRedacted)) {
     return "The file of a redacted capture shows what is covered. Copy the picture instead.";

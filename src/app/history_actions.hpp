@@ -10,6 +10,7 @@
 #include "app/capture_copying.hpp"
 #include "app/capture_rewriter.hpp"
 #include "app/history_notice.hpp"
+#include "library/file_reach.hpp"
 #include "library/library_prune.hpp"
 
 namespace vantorel {
@@ -49,10 +50,10 @@ class HistoryActions {
     CaptureRewriter& rewriter;
     CaptureCopying& copying;
     LibraryPrune& prune;
-    std::function<Clipboard*()> clipboard;  ///< null when there is none
-    std::function<bool(const ScreenshotEntry&)> isOutOfReach;
-    std::function<void(const Path&)> open;                 ///< in the program for such files
-    std::function<void(const std::vector<Path>&)> reveal;  ///< in the file manager
+    std::function<Clipboard*()> clipboard;                     ///< null when there is none
+    std::function<FileReach(const ScreenshotEntry&)> reachOf;  ///< as it was last looked for
+    std::function<void(const Path&)> open;                     ///< in the program for such files
+    std::function<void(const std::vector<Path>&)> reveal;      ///< in the file manager
   };
 
   HistoryActions(Services services, std::function<void(HistoryNotice)> say,

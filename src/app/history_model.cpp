@@ -63,7 +63,9 @@ HistoryModel::HistoryModel(Services services)
         if (key != "retentionDays") return;
         coming_.status = true;
         refresh();
-      })) {
+      })),
+      reachObservation_(services_.observeReach(
+          [this] { observers_.notify({.listing = true, .status = true, .reach = true}); })) {
   coming_.status = true;
   refresh();
   services_.library.whenReady(lifetime_.guard(
@@ -172,8 +174,6 @@ void HistoryModel::searchEverything() { setQuery({.text = listing_.query().text}
 void HistoryModel::clearSearch() {
   setQuery({.scope = listing_.query().scope, .collectionID = listing_.query().collectionID});
 }
-
-void HistoryModel::reachChanged() { observers_.notify({.listing = true}); }
 
 std::optional<HistoryBlank> HistoryModel::blank() const {
   using Kind = HistoryBlank::Kind;

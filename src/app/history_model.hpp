@@ -27,6 +27,7 @@ struct HistoryModelChange {
   bool sidebar = false;
   bool status = false;  ///< footer, progress, band
   bool undo = false;
+  bool reach = false;  ///< files went out of reach or came back; the listing too
 };
 
 /// A line of the sidebar.
@@ -67,6 +68,9 @@ class HistoryModel {
     std::shared_ptr<PictureLoader> pictures;
     DayOf dayOf;
 
+    /// Has it told when files went out of reach or came back.
+    std::function<Observation(std::function<void()>)> observeReach;
+
     /// The key that captures an area, "Print"; empty when there is none.
     std::function<std::string()> captureKey;
     std::function<void()> captureArea;
@@ -102,12 +106,13 @@ class HistoryModel {
     return counts_.applications();
   }
 
-  [[nodiscard]] bool isOutOfReach(const ScreenshotEntry& entry) const {
-    return services_.actions.isOutOfReach(entry);
+  /// What is in the way of its file, as it was last looked for.
+  [[nodiscard]] FileReach reachOf(const ScreenshotEntry& entry) const {
+    return services_.actions.reachOf(entry);
   }
-
-  /// Files went out of reach or came back.
-  void reachChanged();
+  [[nodiscard]] bool isOutOfReach(const ScreenshotEntry& entry) const {
+    return reachOf(entry) != FileReach::there;
+  }
 
   void captureArea() { services_.captureArea(); }
 
@@ -201,6 +206,7 @@ class HistoryModel {
   Observation storeObservation_;
   Observation undoObservation_;
   Observation settingsObservation_;
+  Observation reachObservation_;
   Lifetime midnight_;
   Lifetime notices_;
   Lifetime lifetime_;

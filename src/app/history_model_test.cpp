@@ -138,14 +138,25 @@ TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
   EXPECT_EQ(run.obstacle(convert), "This is for pictures only.");
   EXPECT_EQ(run.obstacle(rename), "This takes one capture at a time.");
 
-  run.outOfReach = {"away"};
-  run.model.reachChanged();
   run.choose("away");
-  EXPECT_THAT(run.obstacle(trash), HasSubstr("out of reach"));
+  EXPECT_EQ(run.obstacle(trash), "none");
+  run.setReach({{"away", FileReach::folderUnreachable}});
+  EXPECT_TRUE(run.seen.reach && run.seen.listing);
+  EXPECT_EQ(run.obstacle(trash),
+            "The folder it's in can't be reached. Reconnect it, or use Remove from History.");
   EXPECT_EQ(run.obstacle(copyPath), "none");
   run.model.trash();
   run.runners.run();
-  EXPECT_THAT(run.notice(), HasSubstr("out of reach"));
+  EXPECT_THAT(run.notice(), HasSubstr("can't be reached"));
+  run.alsoChoose("here");
+  EXPECT_EQ(run.obstacle(trash), "The file of a selected capture is out of reach.");
+  run.setReach({});
+  EXPECT_EQ(run.obstacle(trash), "none") << "the disk is back";
+
+  run.setReach({{"away", FileReach::fileGone}});
+  run.choose("away");
+  EXPECT_EQ(run.obstacle(HistoryAction::open),
+            "Its file is gone. Use Remove from History to take it out of Vantorel.");
   run.model.remove();
   run.runners.run();
   EXPECT_THAT(run.listed(), ElementsAre("here", "text"));

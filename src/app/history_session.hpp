@@ -6,8 +6,8 @@
 #include <chrono>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -81,6 +81,12 @@ struct HistorySession : TestLibrary {
   void choose(const std::string& id) { click(id, HistorySelection::Mode::replace); }
   void alsoChoose(const std::string& id) { click(id, HistorySelection::Mode::toggle); }
 
+  /// A look at the folders found other files than the last one.
+  void setReach(std::map<std::string, FileReach> found) {
+    reach = std::move(found);
+    reachObservers.notify();
+  }
+
   [[nodiscard]] std::vector<std::string> listed() const {
     std::vector<std::string> ids;
     for (std::size_t i = 0; i < model.listing().size(); ++i) {
@@ -144,7 +150,8 @@ struct HistorySession : TestLibrary {
                       .files = files,
                       .library = &library}};
   PictureFinish finish = [](const ScreenshotEntry&, Image picture) { return picture; };
-  std::set<std::string> outOfReach;
+  std::map<std::string, FileReach> reach;  ///< of those that are not there
+  Observers<> reachObservers;
   std::vector<std::string> opened;
   std::shared_ptr<HistoryModel> shared = std::make_shared<HistoryModel>(HistoryModel::Services{
       .main = runners.main(),
@@ -158,9 +165,10 @@ struct HistorySession : TestLibrary {
                   .copying = copying,
                   .prune = prune,
                   .clipboard = [this]() -> Clipboard* { return &clipboard; },
-                  .isOutOfReach =
+                  .reachOf =
                       [this](const ScreenshotEntry& entry) {
-                        return outOfReach.contains(entry.id);
+                        const auto found = reach.find(entry.id);
+                        return found == reach.end() ? FileReach::there : found->second;
                       },
                   .open = [this](const Path& path) { opened.push_back(path); },
                   .reveal = [](const std::vector<Path>&) {}},
@@ -179,6 +187,8 @@ struct HistorySession : TestLibrary {
           .codec = codec,
           .finish = finish}),
       .dayOf = utcDay,
+      .observeReach =
+          [this](std::function<void()> changed) { return reachObservers.add(std::move(changed)); },
       .captureKey = [] { return "Print"; },
       .captureArea = [] {}});
   HistoryModel& model = *shared;

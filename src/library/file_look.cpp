@@ -67,11 +67,6 @@ std::map<std::string_view, std::vector<EntryFile>> filesByFolder(const EntryList
   return folders;
 }
 
-/// Its folder, or what is called so, does not have it.
-bool isMissing(FileReach reach) {
-  return reach == FileReach::fileGone || reach == FileReach::folderReplaced;
-}
-
 /// Looks for files where they should be.
 class PlaceLook {
  public:
@@ -471,6 +466,7 @@ class AstrayFiles {
     const bool isLost = reach == FileReach::fileGone;
     if (!one.isOriginal()) {
       (isLost ? look.gone : look.outOfReach).push_back(entry);
+      if (!isLost) look.obstacles.emplace(entry, reach);
       if (reach == FileReach::folderReplaced) look.replaced.push_back(entry);
     } else if (isLost) {
       look.lostOriginals.push_back({entry, false});

@@ -5,10 +5,12 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "library/entry_files.hpp"
+#include "library/file_reach.hpp"
 #include "library/library_paths.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "platform/files.hpp"
@@ -60,6 +62,9 @@ struct FileLook {
 
   /// Those of `outOfReach` whose folders are others of the same names by now, without the files.
   EntryList replaced;
+
+  /// What is in the way of each of `outOfReach`.
+  std::unordered_map<EntryPointer, FileReach> obstacles;
 
   std::vector<SeenFile> renamed;  ///< there under another name, or in another folder of captures
   /// There, and not as it is remembered; or not found, with the number 0 for one that tells nothing

@@ -55,6 +55,17 @@ const FileIdentity* lastSeenOfOriginal(const ScreenshotEntry& entry) {
   return isBeside ? held(entry.fileIdentity) : nullptr;
 }
 
+/// Where the disk was mounted: "/home/me/disk" when it had "/shots" for "/home/me/disk/shots".
+Path mountPointOf(const Path& folder, const FileIdentity& seen) {
+  Path point = folder;
+  Path inside = seen.folder;
+  while (inside.has_relative_path() && inside.filename() == point.filename()) {
+    inside = inside.parent_path();
+    point = point.parent_path();
+  }
+  return point;
+}
+
 }  // namespace
 
 std::string_view folderOf(std::string_view path) {
@@ -77,18 +88,17 @@ bool isUnmounted(const Files& files, const Path& folder, const FileIdentity& see
   if (!now || now->volume == seen.volume) {
     return now && now->folder != seen.folder && isEmptyFolder(files, folder);
   }
-  // Where that disk was mounted: "/home/me/disk" when it had "/shots" for "/home/me/disk/shots".
-  Path point = folder;
-  Path inside = seen.folder;
-  while (inside.has_relative_path() && inside.filename() == point.filename()) {
-    inside = inside.parent_path();
-    point = point.parent_path();
-  }
+  const Path point = mountPointOf(folder, seen);
   // The system itself may have moved to another disk.
   if (!point.has_relative_path()) return false;
   const auto there = files.location(point);
   const auto above = files.location(point.parent_path());
   return there && above && there->volume == above->volume;
+}
+
+std::string diskNameOf(const ScreenshotEntry& entry) {
+  if (!entry.fileIdentity) return {};
+  return mountPointOf(folderOf(entry.path), *entry.fileIdentity).filename().string();
 }
 
 bool isDiskAway(const Files& files, Path folder, const std::optional<std::string>& volume) {

@@ -113,6 +113,16 @@ using FolderIdentity = std::pair<std::uint64_t, std::uint64_t>;
 /// Nothing when the folder cannot be reached.
 [[nodiscard]] std::optional<FolderIdentity> identityOf(const Files& files, const Path& folder);
 
+/// The name of the disk that an entry's file is on, by where it was mounted when the file was last
+/// seen: "Stick" for "/media/me/Stick/shots". Empty when that is the system's own disk, or is not
+/// known. Does not look.
+[[nodiscard]] std::string diskNameOf(const ScreenshotEntry& entry);
+
+/// Whether the file is missing from where disks and permissions are as they were.
+[[nodiscard]] constexpr bool isMissing(FileReach reach) {
+  return reach == FileReach::fileGone || reach == FileReach::folderReplaced;
+}
+
 /// Why the file cannot be used, told to the user after the entry's name; empty where it is there or
 /// missing.
 [[nodiscard]] std::string_view sentence(FileReach reach);

@@ -49,7 +49,9 @@ class HistoryFolderMonitorTest : public testing::Test {
   std::string outOfReach() {
     std::string text;
     for (const EntryPointer& entry : store.entries()) {
-      if (reachability.isOutOfReach(*entry)) text += entry->id;
+      const FileReach reach = reachability.reachOf(*entry);
+      if (reach != FileReach::there) text += entry->id;
+      if (isMissing(reach)) text += "(missing)";
     }
     return text;
   }
@@ -78,7 +80,7 @@ TEST_F(HistoryFolderMonitorTest, OnlyWhatGoesWhileItWatchesLeavesHistory) {
   files.disk.erase("/captures/b.png");
   start();
   EXPECT_EQ(ids(), "abcd") << "nobody saw it go";
-  EXPECT_EQ(outOfReach(), "b");
+  EXPECT_EQ(outOfReach(), "b(missing)");
 
   takeFile("a.png");
   runners.advance(1s);
@@ -133,7 +135,7 @@ TEST_F(HistoryFolderMonitorTest, WhatIsHeardToGoBeforeTheFirstLookLeavesHistory)
   takeFile("a.png");
   runners.advance(4s);
   EXPECT_EQ(ids(), "bc");
-  EXPECT_EQ(outOfReach(), "c");
+  EXPECT_EQ(outOfReach(), "c(missing)");
 }
 
 TEST_F(HistoryFolderMonitorTest, AFolderThatHoldsNothingAnyMoreIsNotWatched) {
@@ -227,6 +229,10 @@ TEST_F(HistoryFolderMonitorTest, ADiskThatGoesTakesNoEntryWithIt) {
   add("c");
   start();
   EXPECT_EQ(outOfReach(), "");
+  EXPECT_EQ(diskNameOf(*store.find("a")), "nas");
+  EXPECT_EQ(diskNameOf(*store.find("c")), "") << "the system's own";
+  int told = 0;
+  const Observation reach = reachability.observe([&] { ++told; });
   const auto unmount = [&] {
     files.mounts.erase("/home/me/nas");
     for (const char* const id : {"a", "b"}) {
@@ -241,9 +247,11 @@ TEST_F(HistoryFolderMonitorTest, ADiskThatGoesTakesNoEntryWithIt) {
   runners.advance(5s);
   EXPECT_EQ(ids(), "abc");
   EXPECT_EQ(outOfReach(), "ab");
+  EXPECT_EQ(told, 1);
   watcher.happen("/home/me/nas", Kind::folderGone);
   mounts.happen();
   runners.advance(1min);
+  EXPECT_EQ(told, 1) << "nothing is other than it was";
   EXPECT_EQ(ids(), "abc");
   EXPECT_TRUE(watcher.isWatched("/home/me/nas")) << "the folder that is left";
 
@@ -271,6 +279,7 @@ TEST_F(HistoryFolderMonitorTest, ADiskThatGoesTakesNoEntryWithIt) {
   EXPECT_EQ(watcher.attempts["/home/me/nas"], before + 1);
   EXPECT_EQ(watcher.attempts["/captures"], others) << "nothing changed there";
   EXPECT_EQ(outOfReach(), "");
+  EXPECT_GE(told, 3);
   takeFile("b.png", "/home/me/nas");
   runners.advance(5s);
   EXPECT_EQ(ids(), "ac");

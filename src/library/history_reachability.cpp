@@ -9,10 +9,11 @@
 
 namespace vantorel {
 
-bool HistoryReachability::isOutOfReach(const ScreenshotEntry& entry) const {
+FileReach HistoryReachability::reachOf(const ScreenshotEntry& entry) const {
   const auto folder = folders_.find(folderOf(entry.path));
-  return folder != folders_.end() && folder->second.outOfReach &&
-         folder->second.outOfReach->contains(entry.id);
+  if (folder == folders_.end() || !folder->second.outOfReach) return FileReach::there;
+  const auto found = folder->second.outOfReach->find(entry.id);
+  return found == folder->second.outOfReach->end() ? FileReach::there : found->second;
 }
 
 void HistoryReachability::look(const std::set<std::string>& folders, Heard heard,
@@ -80,12 +81,16 @@ void HistoryReachability::sort(Looks& looks, const FileLook& found) {
     if (wasThere || wasHeardToGo) {
       look.went.push_back(i);
     } else {
-      look.outOfReach->insert(entry.id);
+      look.outOfReach->emplace(entry.id, FileReach::fileGone);
     }
   }
   for (const EntryPointer& entry : found.outOfReach) {
     const auto at = looks.find(folderOf(entry->path));
-    if (at != looks.end()) at->second.outOfReach->insert(entry->id);
+    if (at != looks.end()) at->second.outOfReach->emplace(entry->id, found.obstacles.at(entry));
+  }
+  for (auto& [name, look] : looks) {
+    const auto& before = look.before.outOfReach;
+    look.isOther = before ? *before != *look.outOfReach : !look.outOfReach->empty();
   }
 }
 
@@ -94,17 +99,20 @@ void HistoryReachability::landed(Looks& looks, const FileLook& found, const Fold
   if (adopted.renamed > 0) {
     logInfo("History", "{} capture(s) have another name now", adopted.renamed);
   }
+  bool isOther = false;
   for (auto& [name, look] : looks) {
     const auto at = folders_.find(name);
     if (at == folders_.end() || at->second.ticket != look.before.ticket) continue;
     Folder& folder = at->second;
     folder.identity = look.identity;
     folder.outOfReach = std::move(look.outOfReach);
+    isOther |= look.isOther;
     folder.heardGone.clear();
     Seen seen{.isUnsettled = !adopted.unsettled.empty()};
     for (const std::size_t place : look.went) seen.went.push_back(adopted.gone[place]);
     done(name, seen);
   }
+  if (isOther) observers_.notify();
   // So many paths take a while to be given back.
   work_->post([looks = std::move(looks)] {});
 }

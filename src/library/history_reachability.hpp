@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/lifetime.hpp"
+#include "base/observers.hpp"
 #include "library/file_look.hpp"
 #include "library/file_reach.hpp"
 #include "library/history_store.hpp"
@@ -31,8 +32,13 @@ class HistoryReachability {
                       std::shared_ptr<TaskRunner> work)
       : store_(store), files_(files), main_(std::move(main)), work_(std::move(work)) {}
 
-  /// Whether the entry's file is out of reach now, as far as its folder has been looked at.
-  [[nodiscard]] bool isOutOfReach(const ScreenshotEntry& entry) const;
+  /// What is in the way of the entry's file now, as far as its folder has been looked at.
+  [[nodiscard]] FileReach reachOf(const ScreenshotEntry& entry) const;
+
+  /// Told when files went out of reach or came back, once for each look that found so.
+  [[nodiscard]] Observation observe(std::function<void()> observer) {
+    return observers_.add(std::move(observer));
+  }
 
   /// What a look at one folder found.
   struct Seen {
@@ -63,13 +69,13 @@ class HistoryReachability {
   void forget(std::string_view folder);
 
  private:
-  using IDs = std::unordered_set<std::string>;
+  using Obstacles = std::unordered_map<std::string, FileReach>;  // by id
 
   /// A folder, as it was when the last look landed and as it was heard of since.
   struct Folder {
     std::uint64_t ticket = 0;                  ///< of the last look asked for
     std::optional<FolderIdentity> identity{};  ///< nothing when the folder cannot be reached
-    std::shared_ptr<const IDs> outOfReach{};
+    std::shared_ptr<const Obstacles> outOfReach{};
     std::vector<std::shared_ptr<const HeardPaths>> heardGone{};
   };
 
@@ -77,7 +83,8 @@ class HistoryReachability {
   struct Look {
     Folder before;
     std::optional<FolderIdentity> identity{};
-    std::shared_ptr<IDs> outOfReach = std::make_shared<IDs>();
+    std::shared_ptr<Obstacles> outOfReach = std::make_shared<Obstacles>();
+    bool isOther = false;             ///< than what was out of reach before
     std::vector<std::size_t> went{};  ///< places in `FileLook::gone`
   };
   using Looks = std::map<std::string, Look, std::less<>>;  // by folder
@@ -91,6 +98,7 @@ class HistoryReachability {
   std::shared_ptr<TaskRunner> work_;
   std::map<std::string, Folder, std::less<>> folders_;
   std::uint64_t tickets_ = 0;
+  Observers<> observers_;
   Lifetime lifetime_;
 };
 

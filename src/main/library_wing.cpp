@@ -34,7 +34,8 @@ struct LibraryWing::Following {
                   .codec = wing.desktop.codec,
                   .main = wing.desktop.main,
                   .work = folders(),
-                  .pictureHasSize = followPictureSize}) {
+                  .pictureHasSize = followPictureSize}),
+        reach(reachability.observe([&wing] { wing.reachObservers_.notify(); })) {
     monitor.onFileChange = [this, &disk = wing.library.disk()](const std::string& path) {
       disk.fileChanged(path);
       pictures.fileChanged(path);
@@ -50,6 +51,7 @@ struct LibraryWing::Following {
   HistoryReachability reachability;
   HistoryFolderMonitor monitor;
   ChangedPictures pictures;
+  Observation reach;
 };
 
 LibraryWing::LibraryWing(DesktopWing& around)
@@ -138,8 +140,8 @@ void LibraryWing::activated() {
   if (following_) following_->monitor.activated();
 }
 
-bool LibraryWing::isOutOfReach(const ScreenshotEntry& entry) const {
-  return following_ && following_->reachability.isOutOfReach(entry);
+FileReach LibraryWing::reachOf(const ScreenshotEntry& entry) const {
+  return following_ ? following_->reachability.reachOf(entry) : FileReach::there;
 }
 
 void LibraryWing::stop() {

@@ -27,8 +27,13 @@ struct LibraryWing {
   /// The menu is about to show: what nobody told of is looked at.
   void activated();
 
-  /// Whether the entry's file was out of reach when it was last looked for.
-  [[nodiscard]] bool isOutOfReach(const ScreenshotEntry& entry) const;
+  /// What was in the way of the entry's file when it was last looked for.
+  [[nodiscard]] FileReach reachOf(const ScreenshotEntry& entry) const;
+
+  /// Told when that has changed for some of them.
+  [[nodiscard]] Observation observeReach(std::function<void()> observer) {
+    return reachObservers_.add(std::move(observer));
+  }
 
   /// Waits for the looks under way. Before what they use goes.
   void stop();
@@ -44,6 +49,7 @@ struct LibraryWing {
 
  private:
   struct Following;
+  Observers<> reachObservers_;
   std::unique_ptr<Following> following_;  // in the tray alone
 };
 

@@ -114,9 +114,9 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
                   .copying = captures.copying,
                   .prune = libraryWing.prune,
                   .clipboard = [&desktop] { return &desktop.clipboard(); },
-                  .isOutOfReach =
+                  .reachOf =
                       [&libraryWing](const ScreenshotEntry& entry) {
-                        return libraryWing.isOutOfReach(entry);
+                        return libraryWing.reachOf(entry);
                       },
                   .open = [this](const Path& file) { launcher.open(file, reported()); },
                   .reveal =
@@ -131,6 +131,10 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
           .codec = desktop.codec,
           .finish = withAnnotations(drawPictureWithModule(desktop.files, desktop.codec))}),
       .dayOf = systemDay,
+      .observeReach =
+          [&libraryWing](std::function<void()> changed) {
+            return libraryWing.observeReach(std::move(changed));
+          },
       .captureKey =
           [this] {
             CommandKeys* const keys = captures.coordinator.keys();

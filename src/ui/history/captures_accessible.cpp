@@ -123,7 +123,8 @@ QString CaptureAccessible::text(QAccessible::Text what) const {
   name += " " + QString::fromStdString(list_.listing().timeOf(place_));
   if (entry.sourceApp) name += ", " + QString::fromStdString(entry.sourceApp->name);
   if (entry.starred) name += QStringLiteral(", starred");
-  if (list_.view().model().isOutOfReach(entry)) name += QStringLiteral(", out of reach");
+  const FileReach reach = list_.view().model().reachOf(entry);
+  if (reach != FileReach::there) name += ", " + reachText(reach).toLower();
   return name;
 }
 

@@ -234,18 +234,22 @@ void HistoryPreview::refresh() {
                    .toString(static_cast<qulonglong>(model_->listing().size()))));
   before_->setEnabled(*focus > 0);
   after_->setEnabled(*focus + 1 < model_->listing().size());
-  if (entry == shown_) return;
+  const FileReach reach = model_->reachOf(*entry);
+  if (entry == shown_ && reach == shownReach_) return;
   const bool isSamePicture = shown_ && shown_->id == entry->id && shown_->path == entry->path &&
-                             shown_->fileIdentity == entry->fileIdentity;
+                             shown_->fileIdentity == entry->fileIdentity && reach == shownReach_;
   shown_ = entry;
+  shownReach_ = reach;
   const QString title = QString::fromStdString(titleOf(*entry));
   title_->setText(QFontMetrics(title_->font()).elidedText(title, Qt::ElideMiddle, width() / 3));
   title_->setToolTip(title);
   setAccessibleName(QStringLiteral("Preview of ") + title);
   showDetails(entry, *focus);
   if (isSamePicture) return;
-  if (model_->isOutOfReach(*entry)) {
-    return canvas_->say(QStringLiteral("Out of reach") + "\n" +
+  if (reach != FileReach::there) {
+    model_->pictures().cancel();
+    const QString disk = diskText(*entry, reach);
+    return canvas_->say(reachText(reach) + (disk.isEmpty() ? disk : ": " + disk) + "\n" +
                         QString::fromStdString(entry->path));
   }
   if (entry->medium == CaptureMedium::text) {

@@ -51,6 +51,7 @@ class HistoryPreview : public QWidget {
   QWidget* detailsPane_;
   QWidget* details_ = nullptr;
   EntryPointer shown_;
+  FileReach shownReach_ = FileReach::there;
 };
 
 }  // namespace vantorel

@@ -113,6 +113,7 @@ void HistoryView::arrange() {
 }
 
 void HistoryView::modelChanged(const HistoryModelChange& change) {
+  if (change.reach) pictures_.forgetMissing();
   if (change.listing) {
     arrange();
   } else if (change.selection) {
@@ -253,7 +254,7 @@ void HistoryView::paintPicture(QPainter& painter, const ScreenshotEntry& entry, 
   paintCapture(painter, area,
                {.entry = entry,
                 .pixmap = tile != nullptr ? tile->pixmap : QPixmap(),
-                .isOutOfReach = model_->isOutOfReach(entry),
+                .reach = model_->reachOf(entry),
                 .isSmall = isSmall},
                rolesOf(palette()));
 }
@@ -378,7 +379,8 @@ bool HistoryView::viewportEvent(QEvent* event) {
       return true;
     }
     const ScreenshotEntry& entry = *model_->listing().at(*place);
-    QToolTip::showText(help->globalPos(), QString::fromStdString(toolTipOf(entry)), this,
+    QToolTip::showText(help->globalPos(),
+                       QString::fromStdString(toolTipOf(entry, model_->reachOf(entry))), this,
                        areaOf(*place));
     return true;
   }

@@ -68,6 +68,11 @@ class HistoryWindowTest : public UiTestCase {
     const auto place = run.model.listing().placeOf(id);
     return view->viewport()->mapToGlobal(view->areaOf(place.value()).center());
   }
+  /// Of its picture, away from its middle.
+  QColor colorIn(const std::string& id) {
+    const QPoint at = view->areaOf(run.model.listing().placeOf(id).value()).topLeft();
+    return screen("").pixelColor(view->viewport()->mapToGlobal(at + QPoint(30, 30)));
+  }
   std::vector<std::string> selected() {
     std::vector<std::string> ids;
     for (const EntryPointer& entry : run.model.selection().entries()) ids.push_back(entry->id);
@@ -185,6 +190,43 @@ TEST_F(HistoryWindowTest, AHandAndAKeyboardDoWhatTheySay) {
   key(XK_Escape);
   key(XK_w, XK_Control_L);
   EXPECT_TRUE(isClosed);
+}
+
+TEST_F(HistoryWindowTest, WhatGoesOutOfReachComesBackWithItsPicture) {
+  openWindow();
+  const auto onStick = [](ScreenshotEntry& entry) {
+    entry.fileIdentity = FileIdentity{.volume = "stick", .folder = "/", .extra = {}};
+  };
+  run.add("away", 0, onStick);
+  run.add("gone", 5);
+  run.setReach({{"away", FileReach::folderUnreachable}, {"gone", FileReach::fileGone}});
+  rest();
+  const QColor atTop = colorIn("away");
+  keepPicture("history-out-of-reach");
+  QAccessibleInterface* const list = QAccessible::queryAccessibleInterface(view);
+  EXPECT_THAT(list->child(0)->text(QAccessible::Name).toStdString(), HasSubstr(", out of reach"));
+  EXPECT_THAT(list->child(1)->text(QAccessible::Name).toStdString(), HasSubstr(", file gone"));
+  click(middleOf("away"));
+  rest();
+  const auto action = [&](const char* label) {
+    for (QAction* const one : window->actions()) {
+      if (one->text() == QLatin1String(label)) return one;
+    }
+    return static_cast<QAction*>(nullptr);
+  };
+  EXPECT_FALSE(action("Move to Trash")->isEnabled());
+  EXPECT_TRUE(action("Remove from History")->isVisible());
+  key(XK_space);
+  keepPicture("history-out-of-reach-preview");
+  run.setReach({});
+  rest();
+  EXPECT_TRUE(action("Move to Trash")->isEnabled());
+  EXPECT_FALSE(action("Remove from History")->isVisible());
+  keepPicture("history-back-preview");
+  key(XK_space);
+  rest();
+  EXPECT_NE(colorIn("away"), atTop) << "the picture is there";
+  keepPicture("history-back");
 }
 
 TEST_F(HistoryWindowTest, ScreenReadersSeeAListOfWhatIsThere) {

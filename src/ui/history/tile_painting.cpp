@@ -71,23 +71,49 @@ IconName iconOf(CaptureMedium medium) {
   std::unreachable();
 }
 
+/// What is in the way of a file, and the disk it is on.
+void paintAbsence(QPainter& painter, const QRect& area, const PaintedCapture& capture,
+                  const PaletteRoles& roles) {
+  const IconName symbol = isMissing(capture.reach) ? IconName::warning : IconName::offline;
+  if (capture.isSmall) return paintIcon(painter, symbol, 16, area.center(), roles.quiet);
+  const QString disk = diskText(capture.entry, capture.reach);
+  const QFontMetrics body(tokens::bodyFont());
+  const QFontMetrics small(tokens::smallFont());
+  const int height = barIconSize + tokens::space4 + body.height() +
+                     (disk.isEmpty() ? 0 : small.height() + tokens::space4);
+  const QRect inside = area.adjusted(tokens::space8, 0, -tokens::space8, 0);
+  int y = area.center().y() - height / 2;
+  paintIcon(painter, symbol, barIconSize, {area.center().x(), y + barIconSize / 2}, roles.quiet);
+  y += barIconSize + tokens::space4;
+  const auto line = [&](const QString& text, const QFont& font, const QFontMetrics& metrics) {
+    painter.setFont(font);
+    painter.setPen(roles.quiet);
+    painter.drawText(QRect(inside.left(), y, inside.width(), metrics.height()), Qt::AlignCenter,
+                     metrics.elidedText(text, Qt::ElideMiddle, inside.width()));
+    y += metrics.height() + tokens::space4;
+  };
+  line(reachText(capture.reach), tokens::bodyFont(), body);
+  if (!disk.isEmpty()) line(disk, tokens::smallFont(), small);
+}
+
 }  // namespace
+
+QString reachText(FileReach reach) {
+  return isMissing(reach) ? QStringLiteral("File gone") : QStringLiteral("Out of reach");
+}
+
+QString diskText(const ScreenshotEntry& entry, FileReach reach) {
+  return isMissing(reach) ? QString() : QString::fromStdString(diskNameOf(entry));
+}
 
 void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
                   const PaletteRoles& roles) {
   const ScreenshotEntry& entry = capture.entry;
   const int radius = capture.isSmall ? tokens::keyCapRadius : tokens::tileRadius;
   const QRectF frame = QRectF(area);
-  if (capture.isOutOfReach) {
+  if (capture.reach != FileReach::there) {
     paintBox(painter, frame, radius, roles.window, QPen(roles.fieldBorder));
-    const QPoint center = area.center();
-    if (capture.isSmall) return paintIcon(painter, IconName::offline, 16, center, roles.quiet);
-    paintIcon(painter, IconName::offline, barIconSize, center - QPoint(0, 14), roles.quiet);
-    painter.setFont(tokens::bodyFont());
-    painter.setPen(roles.quiet);
-    painter.drawText(QRect(area.left(), center.y() + 4, area.width(), 24),
-                     Qt::AlignHCenter | Qt::AlignTop, QStringLiteral("Out of reach"));
-    return;
+    return paintAbsence(painter, area, capture, roles);
   }
   const bool isText = entry.medium == CaptureMedium::text;
   paintBox(painter, frame, radius, isText ? roles.window : mixed(roles.base, roles.text, 0.05),
@@ -233,7 +259,7 @@ QString durationText(double seconds) {
       .arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
-std::string toolTipOf(const ScreenshotEntry& entry) {
+std::string toolTipOf(const ScreenshotEntry& entry, FileReach reach) {
   std::string text = titleOf(entry) + "\n" + tableTime(entry.capturedAt);
   if (entry.pixelWidth && entry.pixelHeight) {
     text += fmt::format(" · {} × {}", *entry.pixelWidth, *entry.pixelHeight);
@@ -241,7 +267,12 @@ std::string toolTipOf(const ScreenshotEntry& entry) {
   if (entry.fileIdentity) {
     text += " · " + sizeText(static_cast<std::uint64_t>(entry.fileIdentity->size));
   }
-  return text + "\n" + entry.path;
+  text += "\n" + entry.path;
+  if (reach != FileReach::there) text += "\n" + reachText(reach).toStdString();
+  if (const QString disk = diskText(entry, reach); !disk.isEmpty()) {
+    text += ": " + disk.toStdString();
+  }
+  return text;
 }
 
 QColor colorOf(CollectionColor color) {

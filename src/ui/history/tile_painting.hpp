@@ -19,7 +19,7 @@ struct PaletteRoles;
 struct PaintedCapture {
   const ScreenshotEntry& entry;
   QPixmap pixmap;  ///< null while there is none
-  bool isOutOfReach = false;
+  FileReach reach = FileReach::there;
   bool isSmall = false;  ///< of a list: without badges
 };
 void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
@@ -61,8 +61,14 @@ class ListColumns {
 /// A length of time, "0:42".
 [[nodiscard]] QString durationText(double seconds);
 
-/// Title, time and file of a capture.
-[[nodiscard]] std::string toolTipOf(const ScreenshotEntry& entry);
+/// "Out of reach" or "File gone".
+[[nodiscard]] QString reachText(FileReach reach);
+
+/// The name of the disk whose absence it is; empty where that is not what is in the way.
+[[nodiscard]] QString diskText(const ScreenshotEntry& entry, FileReach reach);
+
+/// Title, time and file of a capture, and what is in the way of the file.
+[[nodiscard]] std::string toolTipOf(const ScreenshotEntry& entry, FileReach reach);
 
 [[nodiscard]] QColor colorOf(CollectionColor color);
 

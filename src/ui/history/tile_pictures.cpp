@@ -71,6 +71,12 @@ bool TilePictures::isRight(const EntryPointer& entry) const {
   return tile != nullptr && (tile->pixmap.isNull() || tile->size == size_);
 }
 
+void TilePictures::forgetMissing() {
+  for (const QString& key : tiles_.keys()) {
+    if (tiles_.object(key)->pixmap.isNull()) tiles_.remove(key);
+  }
+}
+
 void TilePictures::want(const EntryList& entries) {
   EntryList missing = entries;
   std::erase_if(missing, [this](const EntryPointer& entry) { return isRight(entry); });

@@ -34,6 +34,9 @@ class TilePictures {
   /// Null while it has not come. Of another size while the right one is on its way.
   [[nodiscard]] const Tile* find(const ScreenshotEntry& entry) const;
 
+  /// Captures without a picture may have one by now: they are asked for anew.
+  void forgetMissing();
+
   /// These are seen, and no others.
   void want(const EntryList& entries);
 
