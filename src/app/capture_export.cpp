@@ -5,20 +5,28 @@
 #include <utility>
 
 #include "base/round_trip.hpp"
+#include "editor/entry_document.hpp"
 
 namespace vantorel {
 namespace {
 
 Result<std::string> pictureOf(const ScreenshotEntry& entry, ExportFormat format, double quality,
-                              const Files& files, const ImageCodec& codec) {
-  std::string bytes = VT_TRY(files.read(entry.path));
-  if (Path(entry.path).extension().string() == fmt::format(".{}", fileExtension(format))) {
+                              const CaptureExport::Services& with) {
+  // Without them what they cover would show.
+  if (hasUnreadAnnotations(entry)) return failed(FailureKind::other, unreadAnnotationsReason);
+  std::string bytes = VT_TRY(with.files->read(entry.path));
+  const bool isPlain = !isAnnotated(entry);
+  if (isPlain && Path(entry.path).extension() == fmt::format(".{}", fileExtension(format))) {
     return bytes;
   }
-  const Image image = VT_TRY(codec.decode(bytes));
-  return codec.encode(
-      image,
-      {.format = format, .quality = quality, .pixelsPerPoint = entry.captureScale.value_or(1)});
+  Image image = VT_TRY(with.codec->decode(bytes));
+  const ImageEncoding encoding{
+      .format = format, .quality = quality, .pixelsPerPoint = entry.captureScale.value_or(1)};
+  if (isPlain) return with.codec->encode(image, encoding);
+  const EditorDocument document = documentOf(entry, image.size());
+  auto drawn = with.draw(document, std::move(image), entry.captureScale, encoding);
+  if (!drawn) return failed(FailureKind::other, sentence(drawn.error()));
+  return *std::move(drawn);
 }
 
 Result<void, ExportFailure> writeTo(Files& files, const Path& output, std::string_view bytes,
@@ -37,7 +45,9 @@ Result<void, ExportFailure> writeTo(Files& files, const Path& output, std::strin
 
 std::string sentence(const ExportFailure& failure) {
   if (const auto* const file = std::get_if<OutputFileFailure>(&failure)) return sentence(*file);
-  return "The capture couldn't be handed out: " + std::get<Failure>(failure).reason + ".";
+  std::string reason = std::get<Failure>(failure).reason;
+  if (!reason.ends_with('.')) reason += '.';
+  return "The capture couldn't be handed out: " + reason;
 }
 
 void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<std::string> done) {
@@ -45,7 +55,7 @@ void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<st
       *services_->work, services_->main,
       [entry, format, services = services_, quality = services_->settings->values().jpegQuality]()
           -> Result<std::string, ExportFailure> {
-        return pictureOf(*entry, format, quality, *services->files, *services->codec);
+        return pictureOf(*entry, format, quality, *services);
       },
       lifetime_.guard(std::move(done)));
 }
@@ -68,6 +78,19 @@ void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const 
                  },
                  lifetime_.guard(done));
            }));
+}
+
+void CaptureExport::saveAs(const EntryPointer& entry, const Path& file, Done<Path> done) {
+  const auto named = formatOfFileName(file.filename().string());
+  const auto own = formatOfFileName(Path(entry->path).filename().string());
+  const ExportFormat format = named ? *named : own.value_or(ExportFormat::png);
+  Path output = file;
+  if (!named) output += fmt::format(".{}", fileExtension(format));
+  write(entry, format, output,
+        [output, done = std::move(done)](const Result<void, ExportFailure>& written) {
+          if (!written) return done(std::unexpected(written.error()));
+          done(output);
+        });
 }
 
 }  // namespace vantorel

@@ -5,6 +5,7 @@
 #include <string>
 #include <variant>
 
+#include "app/capture_annotator.hpp"
 #include "app/output_guard.hpp"
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
@@ -21,8 +22,8 @@ using ExportFailure = std::variant<Failure, OutputFileFailure>;
 
 [[nodiscard]] std::string sentence(const ExportFailure& failure);
 
-/// Hands the picture of a capture out of the library, in the format that is asked for. Lives on the
-/// main runner; the disk work runs on `work`.
+/// Hands the picture of a capture out of the library, with everything drawn and covered, in the
+/// format that is asked for. Lives on the main runner; the disk work runs on `work`.
 class CaptureExport {
  public:
   struct Services {
@@ -32,6 +33,7 @@ class CaptureExport {
     std::shared_ptr<const ImageCodec> codec;
     HistoryStore* store = nullptr;
     SettingsStore* settings = nullptr;
+    CaptureAnnotator::Draw draw;  ///< called on `work`
     Path settingsFile{};
   };
 
@@ -46,6 +48,10 @@ class CaptureExport {
 
   /// Writes the picture to `output`, which it replaces in one step; never a file of the library.
   void write(const EntryPointer& entry, ExportFormat format, const Path& output, Done<void> done);
+
+  /// The same in the format that the name's extension says, or else the capture's own, whose
+  /// extension the name gets. Answers the file.
+  void saveAs(const EntryPointer& entry, const Path& file, Done<Path> done);
 
  private:
   std::shared_ptr<const Services> services_;

@@ -109,7 +109,8 @@ struct CardSession {
                            .files = library.files,
                            .codec = codec,
                            .store = &library.store,
-                           .settings = &settings}};
+                           .settings = &settings,
+                           .draw = {}}};
   CaptureWeigher weigher{{.main = library.runners.main(),
                           .work = library.runners.runner("weights"),
                           .files = library.files,

@@ -357,16 +357,10 @@ std::string CardStack::suggestedFileName(const Card& card) const {
 void CardStack::saveAs(std::uint64_t number, const Path& file) {
   const Card* const card = find(number);
   if (card == nullptr) return;
-  const auto named = formatOfFileName(file.filename().string());
-  const auto own = formatOfFileName(Path(card->entry->path).filename().string());
-  const ExportFormat format = named ? *named : own.value_or(ExportFormat::png);
-  Path output = file;
-  if (!named) output += fmt::format(".{}", fileExtension(format));
   const EntryPointer entry = card->entry;
   if (!begin(number)) return;
-  services_.exporting.write(
-      entry, format, output,
-      lifetime_.guard([this, number](const Result<void, ExportFailure>& written) {
+  services_.exporting.saveAs(
+      entry, file, lifetime_.guard([this, number](const Result<Path, ExportFailure>& written) {
         ended(number, written ? std::string() : sentence(written.error()));
       }));
 }

@@ -20,6 +20,7 @@ bool needsFile(HistoryAction action) {
   switch (action) {
     case open:
     case copyPicture:
+    case saveAs:
     case convert:
     case compress:
     case reveal:
@@ -36,18 +37,18 @@ bool needsFile(HistoryAction action) {
 
 bool changesLibrary(HistoryAction action) {
   using enum HistoryAction;
-  return action != open && action != copyPicture && action != copyPath && action != reveal &&
-         action != dragOut;
+  return action != open && action != copyPicture && action != copyPath && action != saveAs &&
+         action != reveal && action != dragOut;
 }
 
 bool isForOne(HistoryAction action) {
   using enum HistoryAction;
-  return action == open || action == rename || action == copyPicture;
+  return action == open || action == rename || action == copyPicture || action == saveAs;
 }
 
 bool isForPictures(HistoryAction action) {
   using enum HistoryAction;
-  return action == copyPicture || action == convert || action == compress;
+  return action == copyPicture || action == saveAs || action == convert || action == compress;
 }
 
 bool isRedacted(const EntryPointer& entry) {
@@ -62,11 +63,14 @@ std::string closed(std::string text) {
 /// Why nothing can be done with the file of the only one, or of one of several.
 std::string sentenceOf(FileReach reach, bool isOnly) {
   if (!isOnly) {
-    return isMissing(reach) ? "The file of a selected capture is gone."
-                            : "The file of a selected capture is out of reach.";
+    return reach == FileReach::fileGone ? "The file of a selected capture is gone."
+                                        : "The file of a selected capture is out of reach.";
   }
-  if (isMissing(reach)) {
-    return "Its file is gone. Use Remove from History to take it out of Vantorel.";
+  if (reach == FileReach::fileGone || reach == FileReach::folderReplaced) {
+    const char* const what = reach == FileReach::fileGone
+                                 ? "Its file is gone."
+                                 : "Its folder is another one of that name now.";
+    return std::string(what) + " Use Remove from History to take it out of Vantorel.";
   }
   std::string text(sentence(reach));
   if (text.front() >= 'a' && text.front() <= 'z') text.front() -= 'a' - 'A';
@@ -247,6 +251,17 @@ void HistoryActions::copyPaths(const EntryList& entries) {
       if (copied) return say_({.text = "Path copied", .isProblem = false});
       say_({.text = closed("Copy failed: " + copied.error().reason)});
     }));
+  });
+}
+
+void HistoryActions::saveAs(const EntryPointer& entry, const Path& file) {
+  withFiles({entry}, [this, file](const EntryList& found) {
+    if (found.empty()) return say_({.text = sentence(EntryFailure{EntryFailure::Case::left})});
+    services_.exporting.saveAs(
+        found.front(), file, lifetime_.guard([this](const Result<Path, ExportFailure>& saved) {
+          if (!saved) return say_({.text = sentence(saved.error())});
+          say_({.text = "Saved as " + saved->filename().string(), .isProblem = false});
+        }));
   });
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/capture_copying.hpp"
+#include "app/capture_export.hpp"
 #include "app/capture_rewriter.hpp"
 #include "app/history_notice.hpp"
 #include "library/file_reach.hpp"
@@ -23,6 +24,7 @@ enum class HistoryAction {
   collect,
   copyPicture,
   copyPath,
+  saveAs,
   convert,
   compress,
   reveal,
@@ -49,6 +51,7 @@ class HistoryActions {
     Library& library;
     CaptureRewriter& rewriter;
     CaptureCopying& copying;
+    CaptureExport& exporting;
     LibraryPrune& prune;
     std::function<Clipboard*()> clipboard;                     ///< null when there is none
     std::function<FileReach(const ScreenshotEntry&)> reachOf;  ///< as it was last looked for
@@ -78,6 +81,9 @@ class HistoryActions {
 
   /// One a line.
   void copyPaths(const EntryList& entries);
+
+  /// The picture elsewhere, in the format that the name's extension says, or in its own.
+  void saveAs(const EntryPointer& entry, const Path& file);
 
   void convert(const EntryList& entries, ExportFormat format);
   void compress(const EntryList& entries);

@@ -65,11 +65,17 @@ HistoryModel::HistoryModel(Services services)
         refresh();
       })),
       reachObservation_(services_.observeReach(
-          [this] { observers_.notify({.listing = true, .status = true, .reach = true}); })) {
+          [this] { observers_.notify({.listing = true, .status = true, .reach = true}); })),
+      foreignObservation_(services_.observeForeignIndex([this](const ForeignIndex& foreign) {
+        refusal_ = store().indexRefusal();
+        say({.text = foreign.sentence()});
+      })) {
   coming_.status = true;
   refresh();
-  services_.library.whenReady(lifetime_.guard(
-      [this] { observers_.notify({.listing = true, .sidebar = true, .status = true}); }));
+  services_.library.whenReady(lifetime_.guard([this] {
+    followRefusal();
+    observers_.notify({.listing = true, .sidebar = true, .status = true});
+  }));
   waitForMidnight();
   readTextsSoon();
 }
@@ -99,17 +105,18 @@ void HistoryModel::refresh() {
     all.collectionID.clear();
     listing_.setQuery(std::move(all));
   }
-  coming_.listing |= listing_.refreshDays();
-  if (listing_.refresh()) {
-    selection_.refresh();
-    readTextsSoon();
-  }
+  const bool isOtherDay = listing_.refreshDays();
+  coming_.listing |= isOtherDay;
+  const bool isOther = listing_.refresh();
+  if (isOther || isOtherDay) selection_.refresh();
+  if (isOther) readTextsSoon();
   // An age that nobody has agreed to moves nothing.
   const RetentionPolicy policy = services_.settings.values().retentionDays;
   const bool isAgreed = services_.library.retention().agreed() == policy;
   outlook_ = isAgreed ? outlookOf(store(), policy, services_.library.clock().now(), services_.dayOf)
                       : std::nullopt;
   followDisk();
+  followRefusal();
   observers_.notify(std::exchange(coming_, {}));
 }
 
@@ -122,6 +129,20 @@ void HistoryModel::readTexts() {
   isReadingTexts_ = listing_.readTexts(textsAtOnce);
   if (!isReadingTexts_) return;
   services_.main->postAfter(textPause, lifetime_.guard([this] { readTexts(); }));
+}
+
+/// A library that can be looked at and not be changed says so before somebody tries.
+void HistoryModel::followRefusal() {
+  const bool isShown = store().isLoaded() && !store().entries().empty();
+  const auto refusal = isShown ? store().indexRefusal() : std::nullopt;
+  if (refusal == refusal_) return;
+  const auto before = std::exchange(refusal_, refusal);
+  if (!refusal) {
+    if (notice_ && notice_->text.contains(*before)) dismissNotice();
+    return;
+  }
+  say({.text = sentence(EntryFailure{EntryFailure::Case::libraryClosed, *refusal}),
+       .detail = store().indexHindrance()});
 }
 
 void HistoryModel::followDisk() {
@@ -139,7 +160,10 @@ void HistoryModel::waitForMidnight() {
   const auto wait = std::clamp(std::chrono::ceil<std::chrono::seconds>(left),
                                std::chrono::seconds(1), std::chrono::seconds(3600));
   services_.main->postAfter(wait, midnight_.guard([this] {
-    if (listing_.refreshDays()) observers_.notify({.listing = true, .status = true});
+    if (listing_.refreshDays()) {
+      selection_.refresh();
+      observers_.notify({.listing = true, .selection = true, .status = true});
+    }
     waitForMidnight();
   }));
 }
@@ -161,6 +185,12 @@ void HistoryModel::show(HistoryScope scope, const std::string& collectionID) {
   query.scope = scope;
   query.collectionID = collectionID;
   setQuery(std::move(query));
+}
+
+void HistoryModel::sortBy(HistorySort::By by) {
+  listing_.refresh();
+  listing_.setSort(sortedBy(by, listing_.sort()));
+  queryChanged();
 }
 
 void HistoryModel::search(const std::string& text) {

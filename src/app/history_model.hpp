@@ -71,6 +71,9 @@ class HistoryModel {
     /// Has it told when files went out of reach or came back.
     std::function<Observation(std::function<void()>)> observeReach;
 
+    /// Has it told when another program's index was found in the library's place.
+    std::function<Observation(std::function<void(const ForeignIndex&)>)> observeForeignIndex;
+
     /// The key that captures an area, "Print"; empty when there is none.
     std::function<std::string()> captureKey;
     std::function<void()> captureArea;
@@ -90,13 +93,14 @@ class HistoryModel {
   void setQuery(HistoryQuery query);
   void show(HistoryScope scope, const std::string& collectionID = {});
   void search(const std::string& text);
+  void removeFilter(HistoryFilter filter) { setQuery(listing_.query().without(filter)); }
+
+  /// Stays for as long as the window is open.
+  void sortBy(HistorySort::By by);
 
   /// Searches in all captures, without filters.
   void searchEverything();
   void clearSearch();
-
-  /// Seconds since 1970-01-01 UTC.
-  [[nodiscard]] double startOfToday() const { return listing_.today().begin; }
 
   /// When nothing is listed, why.
   [[nodiscard]] std::optional<HistoryBlank> blank() const;
@@ -185,6 +189,7 @@ class HistoryModel {
   void readTextsSoon();
   void readTexts();
   void followDisk();
+  void followRefusal();
   void waitForMidnight();
   void say(HistoryNotice notice);
   void report(const Result<void>& outcome);
@@ -199,6 +204,7 @@ class HistoryModel {
   std::optional<RetentionOutlook> outlook_;
   std::optional<std::uint64_t> bytes_;
   std::optional<HistoryNotice> notice_;
+  std::optional<std::string> refusal_;  ///< of changes, that was told
   Observers<HistoryModelChange> observers_;
   HistoryModelChange coming_;
   bool isRefreshing_ = false;
@@ -207,6 +213,7 @@ class HistoryModel {
   Observation undoObservation_;
   Observation settingsObservation_;
   Observation reachObservation_;
+  Observation foreignObservation_;
   Lifetime midnight_;
   Lifetime notices_;
   Lifetime lifetime_;

@@ -195,6 +195,35 @@ TEST(HistoryModelTest, PicturesAreConvertedOneAfterTheOtherUntilItIsStopped) {
   EXPECT_EQ(run.notice(), "nothing") << "what is well passes";
 }
 
+TEST(HistoryModelTest, SavesElsewhereInTheFormatOfTheNameAndNeverOverACapture) {
+  HistorySession run;
+  run.open();
+  run.add("a");
+  run.add("covered", 5, [](ScreenshotEntry& entry) {
+    entry.shapes.emplace_back();
+    entry.shapes.back().type = ShapeType::redact;
+  });
+  run.runners.run();
+  run.files->makeFolder("/elsewhere", Privacy::byUmask).value();
+  const auto save = [&](const char* id, const Path& file) {
+    run.model.actions().saveAs(run.store.find(id), file);
+    run.runners.run();
+    return run.notice();
+  };
+  EXPECT_EQ(save("a", "/elsewhere/mine.jpg"), "Saved as mine.jpg");
+  EXPECT_THAT(run.files->text("/elsewhere/mine.jpg"), HasSubstr("jpeg"));
+  EXPECT_FALSE(run.model.notice()->isProblem);
+  EXPECT_EQ(save("a", "/elsewhere/v1.2"), "Saved as v1.2.png");
+  EXPECT_EQ(run.drawings, 0);
+  EXPECT_EQ(save("covered", "/elsewhere/covered.png"), "Saved as covered.png");
+  EXPECT_EQ(run.drawings, 1) << "what is covered stays covered";
+  const std::string kept = run.files->text("/pictures/a.png");
+  EXPECT_THAT(save("covered", "/pictures/a.png"), HasSubstr("library"));
+  EXPECT_TRUE(run.model.notice()->isProblem);
+  EXPECT_EQ(run.files->text("/pictures/a.png"), kept);
+  EXPECT_THAT(save("a", "/nowhere/a.png"), HasSubstr("/nowhere/a.png"));
+}
+
 TEST(HistoryModelTest, AFullDiskIsSaidWithAWayToTryAgain) {
   HistorySession run;
   run.open();
@@ -217,6 +246,43 @@ TEST(HistoryModelTest, AFullDiskIsSaidWithAWayToTryAgain) {
   run.runners.run();
   EXPECT_EQ(run.notice(), "nothing");
   EXPECT_THAT(run.files->text("/data/history.json"), HasSubstr("\"starred\":true"));
+}
+
+TEST(HistoryModelTest, ALibraryThatMayNotBeWrittenSaysSoBeforeAnybodyTries) {
+  const auto write = [](HistorySession& run, int version) {
+    run.files->put("/data/history.json",
+                   fmt::format(R"({{"version":{},"entries":[{{"id":"a","capturedAt":5,)"
+                               R"("path":"/pictures/a.png"}}]}})",
+                               version));
+  };
+  HistorySession newer;
+  write(newer, 99);
+  newer.open();
+  ASSERT_TRUE(newer.model.blank());
+  EXPECT_THAT(newer.model.blank()->title, HasSubstr("The library can't be used now: "));
+
+  // Replaced while it is open: what is known goes on being shown.
+  HistorySession replaced;
+  replaced.open();
+  replaced.add("mine");
+  replaced.runners.advance(std::chrono::seconds(5));
+  EXPECT_EQ(replaced.notice(), "nothing");
+  write(replaced, 99);
+  replaced.choose("mine");
+  replaced.model.toggleStar();
+  replaced.runners.advance(std::chrono::seconds(5));
+  EXPECT_THAT(replaced.notice(), HasSubstr("Another program replaced history.json by one that a "
+                                           "newer version of Vantorel wrote."));
+  EXPECT_THAT(replaced.listed(), ElementsAre("mine"));
+  EXPECT_THAT(replaced.obstacle(HistoryAction::star), HasSubstr("can't be used now"));
+  replaced.model.dismissNotice();
+  replaced.runners.advance(std::chrono::hours(3));
+  EXPECT_EQ(replaced.notice(), "nothing") << "once is enough";
+
+  // A window that is opened later says it too.
+  const HistoryModel later(replaced.services);
+  ASSERT_TRUE(later.notice());
+  EXPECT_THAT(later.notice()->text, HasSubstr("The library can't be used now: "));
 }
 
 TEST(HistoryModelTest, TheFooterSaysWhatGoesByItsAge) {

@@ -70,6 +70,9 @@ struct HistorySession : TestLibrary {
     return std::move(picture).finish();
   }
   void open() {
+    store.onForeignIndex = [this](const ForeignIndex& foreign) {
+      foreignObservers.notify(foreign);
+    };
     library.open();
     runners.run();
   }
@@ -145,6 +148,19 @@ struct HistorySession : TestLibrary {
                           .clipboard = [this]() -> Clipboard* { return &clipboard; },
                           .draw = {},
                           .isWholePicture = [](const PictureBytes&) { return true; }}};
+  int drawings = 0;
+  CaptureExport exporting{
+      {.main = runners.main(),
+       .work = runners.runner("work"),
+       .files = files,
+       .codec = codec,
+       .store = &store,
+       .settings = &settings,
+       .draw = [this](const EditorDocument&, const Image& base, std::optional<double>,
+                      const ImageEncoding& encoding) -> Result<std::string, SceneFailure> {
+         ++drawings;
+         return codec->encode(base, encoding).value();
+       }}};
   LibraryPrune prune{{.main = runners.main(),
                       .work = runners.runner("work"),
                       .files = files,
@@ -152,8 +168,9 @@ struct HistorySession : TestLibrary {
   PictureFinish finish = [](const ScreenshotEntry&, Image picture) { return picture; };
   std::map<std::string, FileReach> reach;  ///< of those that are not there
   Observers<> reachObservers;
+  Observers<ForeignIndex> foreignObservers;
   std::vector<std::string> opened;
-  std::shared_ptr<HistoryModel> shared = std::make_shared<HistoryModel>(HistoryModel::Services{
+  HistoryModel::Services services{
       .main = runners.main(),
       .library = library,
       .settings = settings,
@@ -163,6 +180,7 @@ struct HistorySession : TestLibrary {
                   .library = library,
                   .rewriter = rewriter,
                   .copying = copying,
+                  .exporting = exporting,
                   .prune = prune,
                   .clipboard = [this]() -> Clipboard* { return &clipboard; },
                   .reachOf =
@@ -180,17 +198,22 @@ struct HistorySession : TestLibrary {
                                  .clock = clock(),
                                  .finish = finish,
                                  .folder = library.paths().previews()}),
-      .pictures = std::make_shared<PictureLoader>(PictureLoader::Services{
-          .main = runners.main(),
-          .work = runners.runner("previews"),
-          .files = files,
-          .codec = codec,
-          .finish = finish}),
+      .pictures = std::make_shared<PictureLoader>(
+          PictureLoader::Services{.main = runners.main(),
+                                  .work = runners.runner("previews"),
+                                  .files = files,
+                                  .codec = codec,
+                                  .finish = finish}),
       .dayOf = utcDay,
       .observeReach =
           [this](std::function<void()> changed) { return reachObservers.add(std::move(changed)); },
+      .observeForeignIndex =
+          [this](std::function<void(const ForeignIndex&)> found) {
+            return foreignObservers.add(std::move(found));
+          },
       .captureKey = [] { return "Print"; },
-      .captureArea = [] {}});
+      .captureArea = [] {}};
+  std::shared_ptr<HistoryModel> shared = std::make_shared<HistoryModel>(services);
   HistoryModel& model = *shared;
   int changes = 0;
   HistoryModelChange seen;

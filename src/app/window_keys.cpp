@@ -23,6 +23,7 @@ const std::vector<WindowKeys>& windowKeys() {
         {"Select or deselect", "Ctrl+Space"},
         {"Copy the picture", "Ctrl+C"},
         {"Copy the path", "Ctrl+Shift+C"},
+        {"Save as", "Ctrl+Shift+S"},
         {"Star", "Ctrl+D"},
         {"Collect", "Ctrl+L"},
         {"Reveal", "Ctrl+Shift+R"},

@@ -51,7 +51,7 @@ class HistoryFolderMonitorTest : public testing::Test {
     for (const EntryPointer& entry : store.entries()) {
       const FileReach reach = reachability.reachOf(*entry);
       if (reach != FileReach::there) text += entry->id;
-      if (isMissing(reach)) text += "(missing)";
+      if (reach == FileReach::fileGone) text += "(gone)";
     }
     return text;
   }
@@ -80,7 +80,7 @@ TEST_F(HistoryFolderMonitorTest, OnlyWhatGoesWhileItWatchesLeavesHistory) {
   files.disk.erase("/captures/b.png");
   start();
   EXPECT_EQ(ids(), "abcd") << "nobody saw it go";
-  EXPECT_EQ(outOfReach(), "b(missing)");
+  EXPECT_EQ(outOfReach(), "b(gone)");
 
   takeFile("a.png");
   runners.advance(1s);
@@ -135,7 +135,7 @@ TEST_F(HistoryFolderMonitorTest, WhatIsHeardToGoBeforeTheFirstLookLeavesHistory)
   takeFile("a.png");
   runners.advance(4s);
   EXPECT_EQ(ids(), "bc");
-  EXPECT_EQ(outOfReach(), "c(missing)");
+  EXPECT_EQ(outOfReach(), "c(gone)");
 }
 
 TEST_F(HistoryFolderMonitorTest, AFolderThatHoldsNothingAnyMoreIsNotWatched) {
@@ -261,7 +261,7 @@ TEST_F(HistoryFolderMonitorTest, ADiskThatGoesTakesNoEntryWithIt) {
   mounts.happen();
   runners.advance(5s);
   EXPECT_EQ(ids(), "abc");
-  EXPECT_EQ(outOfReach(), "b");
+  EXPECT_EQ(outOfReach(), "b(gone)");
   unmount();
   watcher.happen("/home/me/nas", Kind::folderGone);
   mounts.happen();

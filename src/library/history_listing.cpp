@@ -16,6 +16,9 @@ namespace {
 /// The words that can be told apart by which of them a day has; a search has no more.
 constexpr std::size_t mostWords = 32;
 
+/// In place of the place of a row that does not match.
+constexpr std::uint32_t notListed = ~0U;
+
 std::string titleOf(const LocalDay& day, const LocalDay& today) {
   const int days = daysBefore(day, today);
   if (days == 0) return "Today";
@@ -56,6 +59,7 @@ void HistoryListing::follow(const HistoryChange& change) {
 bool HistoryListing::refresh() {
   if (!std::exchange(isStale_, false)) return false;
   if (std::exchange(mustTakeRows_, false)) takeRows();
+  sortRows();
   filter();
   return true;
 }
@@ -121,15 +125,43 @@ bool HistoryListing::refreshDays() {
   today_ = today;
   knownDays_.clear();
   splitIntoDays();
-  makeSections();
+  if (query().days) {
+    query_ = prepared(query());
+    filter();
+  } else {
+    makeSections();
+  }
   return true;
+}
+
+void HistoryListing::setSort(const HistorySort& sort) {
+  if (sort == sort_) return;
+  sort_ = sort;
+  sortRows();
+  filter();
+}
+
+void HistoryListing::sortRows() {
+  order_.clear();
+  if (sort_.isNewestFirst()) return;
+  order_ = sortedOrder(sort_, rows_.size(), [this](std::size_t row) -> const ScreenshotEntry& {
+    return *rows_[row].entry;
+  });
+}
+
+PreparedHistoryQuery HistoryListing::prepared(HistoryQuery query) const {
+  std::optional<double> since;
+  // Days are of 23 to 25 hours.
+  constexpr double day = 86400;
+  if (query.days) since = dayOf_(today_.begin + day / 2 - (*query.days - 1) * day).begin;
+  return PreparedHistoryQuery(std::move(query), since);
 }
 
 void HistoryListing::setQuery(HistoryQuery query) {
   if (query == query_.query()) return;
-  PreparedHistoryQuery prepared(std::move(query));
-  const bool isNarrower = prepared.isNarrowerThan(query_);
-  query_ = std::move(prepared);
+  PreparedHistoryQuery next = prepared(std::move(query));
+  const bool isNarrower = next.isNarrowerThan(query_);
+  query_ = std::move(next);
   // A collection's own order is not that of the rows, which those that are left are put back into.
   if (isNarrower && ownOrder() == nullptr) {
     filter(std::exchange(matches_, {}));
@@ -165,6 +197,7 @@ bool HistoryListing::readTexts(std::size_t count) {
 }
 
 void HistoryListing::filter() {
+  if (!order_.empty()) return filter(order_);
   std::vector<std::uint32_t> all(rows_.size());
   std::iota(all.begin(), all.end(), 0U);
   filter(std::move(all));
@@ -202,7 +235,7 @@ void HistoryListing::filter(std::vector<std::uint32_t> candidates) {
 }
 
 const HistoryCollection* HistoryListing::ownOrder() const {
-  if (query().scope != HistoryScope::collection) return nullptr;
+  if (query().scope != HistoryScope::collection || !sort_.isNewestFirst()) return nullptr;
   const HistoryCollection* const collection = store_.findCollection(query().collectionID);
   return collection != nullptr && collection->sort == CollectionSort::custom ? collection : nullptr;
 }
@@ -218,12 +251,23 @@ void HistoryListing::finishMatches() {
     };
     std::ranges::stable_sort(matches_, {}, placeOf);
   }
+  places_.clear();
+  if (ownOrder() != nullptr || !sort_.isNewestFirst()) {
+    places_.assign(rows_.size(), notListed);
+    for (std::size_t i = 0; i < matches_.size(); ++i) {
+      places_[matches_[i]] = static_cast<std::uint32_t>(i);
+    }
+  }
   makeSections();
+}
+
+bool HistoryListing::hasDays() const {
+  return ownOrder() == nullptr && sort_.by == HistorySort::By::taken;
 }
 
 void HistoryListing::makeSections() {
   sections_.clear();
-  if (ownOrder() != nullptr) {
+  if (!hasDays()) {
     if (!matches_.empty()) sections_.push_back({.day = today_, .count = matches_.size()});
     return;
   }
@@ -259,15 +303,21 @@ std::optional<std::size_t> HistoryListing::placeOf(std::string_view id) const {
   if (!entry) return std::nullopt;
   const auto row = rowOf(*entry);
   if (!row) return std::nullopt;
-  const auto found = ownOrder() != nullptr ? std::ranges::find(matches_, *row)
-                                           : std::ranges::lower_bound(matches_, *row);
+  if (!places_.empty()) {
+    if (places_[*row] == notListed) return std::nullopt;
+    return places_[*row];
+  }
+  const auto found = std::ranges::lower_bound(matches_, *row);
   if (found == matches_.end() || *found != *row) return std::nullopt;
   return static_cast<std::size_t>(found - matches_.begin());
 }
 
 std::string HistoryListing::timeOf(std::size_t place) const {
   const Row& row = rows_[matches_[place]];
-  return clockTime(row.entry->capturedAt, days_[row.day].day);
+  const LocalDay& day = days_[row.day].day;
+  const std::string time = clockTime(row.entry->capturedAt, day);
+  if (hasDays()) return time;
+  return fmt::format("{}-{:02}-{:02} {}", day.year, day.month, day.day, time);
 }
 
 }  // namespace vantorel

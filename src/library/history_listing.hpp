@@ -11,13 +11,15 @@
 
 #include "base/local_day.hpp"
 #include "library/history_query.hpp"
+#include "library/history_sort.hpp"
 #include "library/history_store.hpp"
 #include "platform/clock.hpp"
 
 namespace vantorel {
 
 /// The entries that the History window lists: those that a query leaves, the newest first, in the
-/// days they were made on; a collection that has an order of its own in that order, without days.
+/// days they were made on; a collection that has an order of its own in that order, without days;
+/// or by what somebody has sorted them by, which has days when that is the time.
 /// Keeps what it needs to search 100,000 entries at each letter typed. Lives on the main runner.
 class HistoryListing {
  public:
@@ -41,6 +43,9 @@ class HistoryListing {
 
   /// Takes up what the library has by now; false when nothing has changed.
   bool refresh();
+
+  void setSort(const HistorySort& sort);
+  [[nodiscard]] const HistorySort& sort() const { return sort_; }
 
   void setQuery(HistoryQuery query);
   [[nodiscard]] const HistoryQuery& query() const { return query_.query(); }
@@ -72,7 +77,10 @@ class HistoryListing {
   /// Nothing when the entry is not listed.
   [[nodiscard]] std::optional<std::size_t> placeOf(std::string_view id) const;
 
-  /// The time of day an entry was made at, "14:05".
+  /// Whether the sections are days.
+  [[nodiscard]] bool hasDays() const;
+
+  /// The time of day an entry was made at, "14:05"; without days with the date, "2026-03-01 14:05".
   [[nodiscard]] std::string timeOf(std::size_t place) const;
 
  private:
@@ -96,6 +104,8 @@ class HistoryListing {
   [[nodiscard]] std::optional<std::size_t> rowOf(const ScreenshotEntry& entry) const;
   [[nodiscard]] static const std::string& textOf(Row& row);
 
+  [[nodiscard]] PreparedHistoryQuery prepared(HistoryQuery query) const;
+  void sortRows();
   void filter();
   void filter(std::vector<std::uint32_t> candidates);
   void finishMatches();
@@ -114,7 +124,10 @@ class HistoryListing {
   std::size_t textsRead_ = 0;  // rows whose texts need not be looked at again
   std::vector<Day> days_;      // of the rows, the newest first
   std::map<double, LocalDay> knownDays_;
+  HistorySort sort_;
+  std::vector<std::uint32_t> order_;    // of the rows; empty for the newest first
   std::vector<std::uint32_t> matches_;  // places in `rows_`
+  std::vector<std::uint32_t> places_;   // of the rows in `matches_`, unless the newest are first
   std::vector<Section> sections_;
 };
 

@@ -203,7 +203,17 @@ TEST_F(HistoryListingTest, ScopesAndFiltersLeaveWhatTheySay) {
               ElementsAre("gif"));
   EXPECT_THAT(with({.scope = HistoryScope::starred}), ElementsAre("star"));
   EXPECT_THAT(with({.application = "Mail"}), ElementsAre("star"));
-  EXPECT_THAT(with({.since = noon - 1}), ElementsAre("image", "movie"));
+  add("old", 6 * day, "", medium(CaptureMedium::gif));
+  add("older", 7 * day, "", medium(CaptureMedium::gif));
+  EXPECT_THAT(with({.kind = CaptureMedium::gif, .days = 7}), ElementsAre("gif", "old"));
+  EXPECT_EQ(listing.query().filters(), (std::vector{HistoryFilter::kind, HistoryFilter::date}));
+  EXPECT_EQ(listing.query().label(HistoryFilter::date), "Last 7 days");
+  EXPECT_THAT(with(listing.query().without(HistoryFilter::date)),
+              ElementsAre("gif", "old", "older"));
+  EXPECT_THAT(with({.kind = CaptureMedium::gif, .days = 7}), ElementsAre("gif", "old"));
+  library.runners.setNow(noon + day);
+  EXPECT_TRUE(listing.refreshDays());
+  EXPECT_THAT(listed(), ElementsAre("gif")) << "the last 7 days are others";
 
   const HistoryQuery collected{.scope = HistoryScope::collection, .collectionID = "C"};
   EXPECT_THAT(with(collected), ElementsAre("image", "gif", "text"));
@@ -215,6 +225,52 @@ TEST_F(HistoryListingTest, ScopesAndFiltersLeaveWhatTheySay) {
   EXPECT_THAT(listed(), ElementsAre("image", "text", "gif"));
   EXPECT_THAT(titles(), ElementsAre("||3"));
   EXPECT_EQ(listing.placeOf("text"), 1U);
+}
+
+TEST_F(HistoryListingTest, IsSortedByAnyColumn) {
+  using By = HistorySort::By;
+  const auto from = [](const char* application, int width) {
+    return [application, width](ScreenshotEntry& entry) {
+      if (*application != 0) entry.sourceApp = SourceApp{.bundleID = {}, .name = application};
+      entry.pixelWidth = width;
+      entry.pixelHeight = 100;
+    };
+  };
+  add("a", 1, "weir", from("Terminal", 900));
+  add("b", 2, "Älter", from("", 1000));
+  add("c", day, "bridge", from("mail", 10));
+  add("d", 2 * day, "Weir", from("Terminal", 90));
+  const auto by = [&](By column) {
+    listing.setSort(sortedBy(column, listing.sort()));
+    selection.refresh();
+    return listed();
+  };
+  selection.click(0, Mode::replace);
+  EXPECT_THAT(by(By::title), ElementsAre("b", "c", "a", "d"));
+  EXPECT_THAT(titles(), ElementsAre("||4")) << "no days";
+  EXPECT_EQ(focused(), "a") << "who has the focus keeps it";
+  EXPECT_EQ(listing.placeOf("d"), 3U);
+  EXPECT_EQ(listing.timeOf(0), "2026-01-02 11:59");
+  EXPECT_THAT(by(By::title), ElementsAre("a", "d", "c", "b")) << "the same stay the newest first";
+  EXPECT_THAT(by(By::application), ElementsAre("c", "a", "d", "b"));
+  EXPECT_THAT(by(By::application), ElementsAre("a", "d", "c", "b")) << "those without one are last";
+  EXPECT_THAT(by(By::size), ElementsAre("b", "a", "d", "c"));
+
+  // It holds for what is searched, and for what comes.
+  search("weir");
+  EXPECT_THAT(listed(), ElementsAre("a", "d"));
+  EXPECT_EQ(listing.placeOf("c"), std::nullopt);
+  search("");
+  add("e", 3, "mill", from("Maps", 500));
+  EXPECT_THAT(listed(), ElementsAre("b", "a", "e", "d", "c"));
+  ASSERT_TRUE(library.store.update("c", [](ScreenshotEntry& entry) { entry.pixelWidth = 5000; }));
+  EXPECT_THAT(listed(), ElementsAre("c", "b", "a", "e", "d"));
+
+  EXPECT_THAT(by(By::taken), ElementsAre("a", "b", "e", "c", "d"));
+  EXPECT_EQ(titles().size(), 3U);
+  EXPECT_THAT(by(By::taken), ElementsAre("d", "c", "e", "b", "a"));
+  EXPECT_EQ(titles().size(), 3U) << "days from the first to the last";
+  EXPECT_EQ(listing.placeOf("a"), 4U);
 }
 
 TEST_F(HistoryListingTest, KeysWalkThroughRowsThatEndWithTheirDays) {

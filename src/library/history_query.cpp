@@ -1,5 +1,7 @@
 #include "library/history_query.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -42,7 +44,57 @@ bool shows(HistoryScope scope, const ScreenshotEntry& entry, const std::string& 
   std::unreachable();
 }
 
-PreparedHistoryQuery::PreparedHistoryQuery(HistoryQuery query) : query_(std::move(query)) {
+std::string ageLabel(int days) {
+  return days == 365 ? "Last year" : fmt::format("Last {} days", days);
+}
+
+std::string_view kindsLabel(CaptureMedium medium) {
+  switch (medium) {
+    case CaptureMedium::image: return "Images";
+    case CaptureMedium::recording: return "Recordings";
+    case CaptureMedium::gif: return "GIFs";
+    case CaptureMedium::text: return "Texts";
+    case CaptureMedium::project: return "Projects";
+  }
+  std::unreachable();
+}
+
+std::vector<HistoryFilter> HistoryQuery::filters() const {
+  std::vector<HistoryFilter> set;
+  if (kind) set.push_back(HistoryFilter::kind);
+  if (!application.empty()) set.push_back(HistoryFilter::application);
+  if (isStarred) set.push_back(HistoryFilter::starred);
+  if (days) set.push_back(HistoryFilter::date);
+  return set;
+}
+
+std::string HistoryQuery::label(HistoryFilter filter) const {
+  switch (filter) {
+    case HistoryFilter::kind: return kind ? std::string(kindsLabel(*kind)) : "";
+    case HistoryFilter::application: return application;
+    case HistoryFilter::starred: return "Starred";
+    case HistoryFilter::date: return days ? ageLabel(*days) : "";
+  }
+  std::unreachable();
+}
+
+HistoryQuery HistoryQuery::without(HistoryFilter filter) const {
+  HistoryQuery left = *this;
+  switch (filter) {
+    case HistoryFilter::kind: left.kind.reset(); break;
+    case HistoryFilter::application: left.application.clear(); break;
+    case HistoryFilter::starred: left.isStarred = false; break;
+    case HistoryFilter::date: left.days.reset(); break;
+  }
+  return left;
+}
+
+HistoryQuery HistoryQuery::withoutFilters() const {
+  return {.text = text, .scope = scope, .collectionID = collectionID};
+}
+
+PreparedHistoryQuery::PreparedHistoryQuery(HistoryQuery query, std::optional<double> since)
+    : query_(std::move(query)), since_(since) {
   for (std::string& word : foldedWords(query_.text)) {
     if (word.front() != '@') {
       words_.push_back(std::move(word));
@@ -56,7 +108,7 @@ bool PreparedHistoryQuery::admits(const ScreenshotEntry& entry) const {
   if (!shows(query_.scope, entry, query_.collectionID)) return false;
   if (query_.kind && entry.medium != *query_.kind) return false;
   if (query_.isStarred && !entry.starred) return false;
-  if (query_.since && entry.capturedAt < *query_.since) return false;
+  if (since_ && entry.capturedAt < *since_) return false;
   if (!query_.application.empty() &&
       (!entry.sourceApp || entry.sourceApp->name != query_.application)) {
     return false;
@@ -68,7 +120,8 @@ bool PreparedHistoryQuery::admits(const ScreenshotEntry& entry) const {
 bool PreparedHistoryQuery::isNarrowerThan(const PreparedHistoryQuery& other) const {
   HistoryQuery same = query_;
   same.text = other.query_.text;
-  if (same != other.query_ || operators_ != other.operators_) return false;
+  if (same != other.query_ || since_ != other.since_ || operators_ != other.operators_)
+    return false;
   return std::ranges::all_of(other.words_, [&](const std::string& wide) {
     return std::ranges::any_of(words_,
                                [&](const std::string& word) { return word.contains(wide); });

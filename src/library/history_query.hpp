@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "library/records/screenshot_entry.hpp"
@@ -15,6 +17,18 @@ enum class HistoryScope { all, starred, images, recordings, texts, collection };
 [[nodiscard]] bool shows(HistoryScope scope, const ScreenshotEntry& entry,
                          const std::string& collectionID);
 
+/// What narrows a search beside its words, each once.
+enum class HistoryFilter { kind, application, starred, date };
+
+/// The ages that the filter of dates offers, in days with today.
+inline constexpr std::array historyAges{7, 30, 365};
+
+/// "Last 7 days", "Last year".
+[[nodiscard]] std::string ageLabel(int days);
+
+/// "Images", "GIFs".
+[[nodiscard]] std::string_view kindsLabel(CaptureMedium medium);
+
 /// What somebody looks for in History; what is empty does not count.
 struct HistoryQuery {
   /// All its words are in the title, the file's name or the application's, or begin a word of the
@@ -27,13 +41,20 @@ struct HistoryQuery {
   HistoryScope scope = HistoryScope::all;
   std::string collectionID{};  ///< when the scope is a collection
   std::optional<CaptureMedium> kind{};
-  std::string application{};      ///< its whole name
-  bool isStarred = false;         ///< starred ones alone
-  std::optional<double> since{};  ///< seconds since 1970-01-01 UTC, inclusive
+  std::string application{};  ///< its whole name
+  bool isStarred = false;     ///< starred ones alone
+  std::optional<int> days{};  ///< of the last so many days, today among them
 
-  [[nodiscard]] bool hasFilters() const {
-    return kind || !application.empty() || isStarred || since;
-  }
+  [[nodiscard]] bool hasFilters() const { return !filters().empty(); }
+
+  /// Those that are set.
+  [[nodiscard]] std::vector<HistoryFilter> filters() const;
+
+  /// What a filter that is set lets through: "Images", "Terminal", "Starred", "Last 7 days".
+  [[nodiscard]] std::string label(HistoryFilter filter) const;
+
+  [[nodiscard]] HistoryQuery without(HistoryFilter filter) const;
+  [[nodiscard]] HistoryQuery withoutFilters() const;
 
   bool operator==(const HistoryQuery&) const = default;
 };
@@ -41,7 +62,8 @@ struct HistoryQuery {
 /// A query made ready to be asked of many entries.
 class PreparedHistoryQuery {
  public:
-  explicit PreparedHistoryQuery(HistoryQuery query);
+  /// `since`: when the first of the query's days began, in seconds since 1970-01-01 UTC.
+  explicit PreparedHistoryQuery(HistoryQuery query, std::optional<double> since = std::nullopt);
 
   [[nodiscard]] const HistoryQuery& query() const { return query_; }
 
@@ -56,6 +78,7 @@ class PreparedHistoryQuery {
 
  private:
   HistoryQuery query_;
+  std::optional<double> since_;
   std::vector<std::string> words_;
   std::vector<std::string> operators_;  // without "@"
 };

@@ -40,6 +40,7 @@ CaptureExport::Services exportingTo(CaptureWing& wing) {
           .codec = desktop.codec,
           .store = &wing.libraryWing.library.store(),
           .settings = &desktop.settings,
+          .draw = drawWithModule(desktop.files, desktop.codec),
           .settingsFile = desktop.settingsPath()};
 }
 

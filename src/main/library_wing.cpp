@@ -103,6 +103,7 @@ LibraryWing::LibraryWing(DesktopWing& around)
           RetentionSetting::Services{library.retention(), desktop.settings, *desktop.alerts}) {
   library.store().onForeignIndex = [this](const ForeignIndex& foreign) {
     desktop.alerts->notify("History", foreign.sentence());
+    foreignObservers_.notify(foreign);
   };
   library.store().onDamagedIndex = [this](const IndexDamage& damage) {
     desktop.alerts->notify("History", damage.sentence());

@@ -35,6 +35,11 @@ struct LibraryWing {
     return reachObservers_.add(std::move(observer));
   }
 
+  /// Told when another program's index was found in the place of the one in use.
+  [[nodiscard]] Observation observeForeignIndex(std::function<void(const ForeignIndex&)> observer) {
+    return foreignObservers_.add(std::move(observer));
+  }
+
   /// Waits for the looks under way. Before what they use goes.
   void stop();
 
@@ -50,6 +55,7 @@ struct LibraryWing {
  private:
   struct Following;
   Observers<> reachObservers_;
+  Observers<ForeignIndex> foreignObservers_;
   std::unique_ptr<Following> following_;  // in the tray alone
 };
 

@@ -112,6 +112,7 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
                   .library = libraryWing.library,
                   .rewriter = editor.rewriter,
                   .copying = captures.copying,
+                  .exporting = editor.exporting,
                   .prune = libraryWing.prune,
                   .clipboard = [&desktop] { return &desktop.clipboard(); },
                   .reachOf =
@@ -134,6 +135,10 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
       .observeReach =
           [&libraryWing](std::function<void()> changed) {
             return libraryWing.observeReach(std::move(changed));
+          },
+      .observeForeignIndex =
+          [&libraryWing](std::function<void(const ForeignIndex&)> found) {
+            return libraryWing.observeForeignIndex(std::move(found));
           },
       .captureKey =
           [this] {

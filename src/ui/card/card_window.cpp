@@ -17,6 +17,7 @@
 #include "ui/card/card_layout.hpp"
 #include "ui/card/card_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
+#include "ui/kit/picture_save_dialog.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -384,20 +385,13 @@ void CardWindow::saveAs() {
   const Card* const shown = card();
   if (shown == nullptr) return;
   neighbours_.giveFocusBack();
-  auto* const dialog = new QFileDialog(nullptr, QStringLiteral("Save as"), QString(),
-                                       QStringLiteral("PNG (*.png);;JPEG (*.jpg);;HEIC (*.heic);;"
-                                                      "WebP (*.webp)"));
-  dialog->setAttribute(Qt::WA_DeleteOnClose);
-  dialog->setAcceptMode(QFileDialog::AcceptSave);
+  QFileDialog* const dialog = makePictureSaveDialog(
+      nullptr, text(stack_.suggestedFileName(*shown)),
+      [&stack = stack_, number = number_](const Path& file) { stack.saveAs(number, file); });
   dialog->setWindowFlag(Qt::WindowStaysOnTopHint);
-  dialog->selectFile(text(stack_.suggestedFileName(*shown)));
   // The card waits for the answer, however long that takes.
   neighbours_.pointed(*this, true);
   const QPointer<CardWindow> self(this);
-  connect(dialog, &QFileDialog::fileSelected, dialog,
-          [&stack = stack_, number = number_](const QString& file) {
-            stack.saveAs(number, Path(file.toLocal8Bit().toStdString()));
-          });
   connect(dialog, &QDialog::finished, dialog, [self] {
     if (self != nullptr && !self->isPointed_) self->neighbours_.pointed(*self, false);
   });

@@ -4,12 +4,15 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
+#include <QTimerEvent>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <utility>
 
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
+#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {
@@ -17,6 +20,7 @@ namespace {
 using Kind = HistoryBlank::Kind;
 
 constexpr int textWidth = 340;
+constexpr int leastTile = 184;  // of what loads
 
 IconName iconOf(Kind kind) {
   switch (kind) {
@@ -87,7 +91,7 @@ void HistoryBlankPage::show(const HistoryBlank& blank) {
   text_->setVisible(!blank.text.empty());
   // A layout that centers a label gives it the height of one line.
   for (QLabel* const label : {title_, text_}) {
-    label->setFixedHeight(label->heightForWidth(textWidth));
+    label->setFixedHeight(std::max(0, label->heightForWidth(textWidth)));
   }
   const bool isSearch = kind_ == Kind::nothingFound;
   first_->setVisible(isSearch || kind_ == Kind::nothingCaptured);
@@ -96,11 +100,60 @@ void HistoryBlankPage::show(const HistoryBlank& blank) {
   first_->setDefault(!isSearch);
   second_->setVisible(isSearch);
   setAccessibleName(title_->text());
+  // Grey tiles stand for what comes.
+  const bool isLoading = kind_ == Kind::loading;
+  symbol_->setVisible(!isLoading);
+  title_->setVisible(!isLoading);
+  if (!isLoading) {
+    delay_.stop();
+    isLoadingShown_ = false;
+    return;
+  }
+  text_->hide();
+  loading_ = title_->text();
+  if (!blank.text.empty()) loading_ += ". " + text_->text();
+  if (!isLoadingShown_ && !delay_.isActive()) delay_.start(tokens::busyDelay, this);
+  update();
+}
+
+void HistoryBlankPage::timerEvent(QTimerEvent* event) {
+  if (event->timerId() != delay_.timerId()) return QWidget::timerEvent(event);
+  delay_.stop();
+  isLoadingShown_ = true;
+  update();
+}
+
+void HistoryBlankPage::hideEvent(QHideEvent*) {
+  delay_.stop();
+  isLoadingShown_ = false;
+}
+
+void HistoryBlankPage::paintLoading() {
+  const PaletteRoles roles = rolesOf(palette());
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  const int room = width() - 2 * tokens::space24;
+  const int columns = std::max(1, (room + tokens::space16) / (leastTile + tokens::space16));
+  const int across = (room + tokens::space16) / columns - tokens::space16;
+  const QSize tile(across, qRound(across / 1.6));
+  const QColor ground = mixed(roles.base, roles.text, 0.05);
+  const int below = fontMetrics().height() + 2 * tokens::space16;
+  int top = tokens::space24;
+  for (int row = 0; row < 2 && (row == 0 || top + tile.height() + below < height()); ++row) {
+    for (int column = 0; column < columns; ++column) {
+      const QPoint at(tokens::space24 + column * (across + tokens::space16), top);
+      paintBox(painter, QRectF(at, tile), tokens::tileRadius, ground, Qt::NoPen);
+    }
+    top += tile.height() + tokens::space16;
+  }
+  painter.setPen(roles.quiet);
+  painter.drawText(QRect(tokens::space24, top, room, below),
+                   Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, loading_);
 }
 
 void HistoryBlankPage::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
-  painter.fillRect(rect(), rolesOf(palette()).base);
+  QPainter(this).fillRect(rect(), rolesOf(palette()).base);
+  if (isLoadingShown_) paintLoading();
 }
 
 }  // namespace vantorel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QBasicTimer>
 #include <QWidget>
 #include <functional>
 #include <memory>
@@ -24,8 +25,11 @@ class HistoryBlankPage : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void timerEvent(QTimerEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
 
  private:
+  void paintLoading();
   std::shared_ptr<HistoryModel> model_;
   QLabel* symbol_;
   QLabel* title_;
@@ -33,6 +37,9 @@ class HistoryBlankPage : public QWidget {
   QPushButton* first_;
   QPushButton* second_;
   HistoryBlank::Kind kind_ = HistoryBlank::Kind::loading;
+  QString loading_;
+  QBasicTimer delay_;  ///< what is there at once needs not say that it comes
+  bool isLoadingShown_ = false;
 };
 
 }  // namespace vantorel

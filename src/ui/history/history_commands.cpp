@@ -1,12 +1,15 @@
 #include "ui/history/history_commands.hpp"
 
 #include <QCursor>
+#include <QFileDialog>
 #include <QMenu>
 #include <QWidget>
 #include <algorithm>
 #include <utility>
 
+#include "library/entry_title.hpp"
 #include "ui/history/tile_painting.hpp"
+#include "ui/kit/picture_save_dialog.hpp"
 
 namespace vantorel {
 
@@ -25,6 +28,8 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
   copyPath = add(HistoryAction::copyPath, QStringLiteral("Copy Path"), IconName::folder,
                  Qt::CTRL | Qt::SHIFT | Qt::Key_C,
                  [this, subjects] { model_->actions().copyPaths(subjects()); });
+  saveAs = add(HistoryAction::saveAs, QStringLiteral("Save as…"), IconName::save,
+               Qt::CTRL | Qt::SHIFT | Qt::Key_S, [this] { askWhereToSave(); });
   star = add(HistoryAction::star, QStringLiteral("Star"), IconName::star, Qt::CTRL | Qt::Key_D,
              [this] { model_->toggleStar(); });
   collect = add(HistoryAction::collect, QStringLiteral("Collect"), IconName::collectionAdd,
@@ -98,6 +103,7 @@ void HistoryCommands::fill(QMenu& menu) {
   menu.addSeparator();
   menu.addAction(copyPicture);
   menu.addAction(copyPath);
+  menu.addAction(saveAs);
   menu.addAction(reveal);
   menu.addSeparator();
   QMenu* const formats = menu.addMenu(icon(IconName::convert), QStringLiteral("Convert"));
@@ -107,6 +113,14 @@ void HistoryCommands::fill(QMenu& menu) {
   menu.addSeparator();
   menu.addAction(trash);
   menu.addAction(remove);
+}
+
+void HistoryCommands::askWhereToSave() {
+  const EntryPointer entry = model_->subjects().front();
+  QFileDialog* const dialog = makePictureSaveDialog(
+      window_, QString::fromStdString(fileNameOf(*entry)),
+      [this, entry](const Path& file) { model_->actions().saveAs(entry, file); });
+  dialog->open();
 }
 
 void HistoryCommands::showCollections(const QPoint& at) { collectMenu_->popup(at); }

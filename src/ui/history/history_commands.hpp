@@ -25,6 +25,7 @@ class HistoryCommands : public QObject {
   QAction* open;
   QAction* copyPicture;
   QAction* copyPath;
+  QAction* saveAs;
   QAction* star;
   QAction* collect;
   QAction* rename;
@@ -48,6 +49,7 @@ class HistoryCommands : public QObject {
  private:
   QAction* add(HistoryAction action, const QString& label, IconName symbol, const QKeySequence& key,
                std::function<void()> run);
+  void askWhereToSave();
   void fillCollections(QMenu& menu);
   void fillFormats(QMenu& menu);
 

@@ -1,5 +1,6 @@
 #include "ui/history/history_footer.hpp"
 
+#include <QAccessible>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -134,12 +135,24 @@ void HistoryFooter::refresh() {
     progress_->setValue(static_cast<int>(progress->done));
     progress_->setAccessibleName(progressText_->text());
   }
+  // What is well is said here for a while, where it moves nothing.
+  const auto& notice = model_->notice();
+  const bool isSaid = notice && !notice->isProblem;
+  const QString said = isSaid ? QString::fromStdString(notice->text) : QString();
   if (isSelection) {
     selected_->setText(QString::fromStdString(model_->selectionText()));
-    size_->setText(QString::fromStdString(model_->selectionSize()));
+    size_->setText(isSaid ? said : QString::fromStdString(model_->selectionSize()));
   }
-  summary_->setText(QString::fromStdString(model_->summary()));
+  summary_->setText(isSaid ? said : QString::fromStdString(model_->summary()));
   summary_->setToolTip(summary_->text());
+  if (isSaid && said != said_) {
+    QLabel* const place = isSelection ? size_ : summary_;
+    place->setAccessibleName(said);
+    QAccessibleEvent alert(place, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+    place->setAccessibleName({});
+  }
+  said_ = said;
   const HistoryCollection* target = nullptr;
   for (const HistorySidebarRow& row : model_->sidebar()) {
     if (row.isFiledInto) target = model_->store().findCollection(row.collectionID);

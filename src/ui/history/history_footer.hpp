@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QWidget>
 #include <memory>
 #include <vector>
@@ -49,6 +50,7 @@ class HistoryFooter : public QWidget {
   QWidget* selectionRow_;
   QLabel* selected_;
   QLabel* size_;
+  QString said_;
   QToolButton* more_;
   std::vector<QToolButton*> buttons_;
 };

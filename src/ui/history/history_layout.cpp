@@ -57,7 +57,8 @@ QRect HistoryLayout::tile(std::size_t place) const {
   const int within = static_cast<int>(place - section.begin);
   const int y = section.top + section.header + within / columns_ * rowHeight_;
   if (isList()) return {0, y, tileWidth_, rowHeight_};
-  const int x = measures_.margin + static_cast<int>(within % columns_ * step_);
+  int x = measures_.margin + static_cast<int>(within % columns_ * step_);
+  if (measures_.isMirrored) x = measures_.width - x - tileWidth_;
   return {x, y, tileWidth_, rowHeight_ - measures_.gap};
 }
 

@@ -17,9 +17,10 @@ namespace vantorel {
 class HistoryLayout {
  public:
   struct Measures {
-    int width = 0;   ///< of the window's content
-    int margin = 0;  ///< at the left and right
-    int gap = 0;     ///< between tiles
+    int width = 0;            ///< of the window's content
+    int margin = 0;           ///< at the left and right
+    bool isMirrored = false;  ///< the first tile is at the right
+    int gap = 0;              ///< between tiles
     int leastTile = 0;
     int captionHeight = 0;  ///< below a picture
     int headerHeight = 0;   ///< of a day

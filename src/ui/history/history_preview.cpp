@@ -1,6 +1,7 @@
 #include "ui/history/history_preview.hpp"
 
 #include <QGridLayout>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -15,6 +16,7 @@
 
 #include "base/local_day.hpp"
 #include "base/size_text.hpp"
+#include "library/entry_look.hpp"
 #include "library/entry_title.hpp"
 #include "ui/history/history_commands.hpp"
 #include "ui/history/picture_canvas.hpp"
@@ -55,7 +57,9 @@ QToolButton* plainButton(IconName symbol, const QString& help) {
 /// A round button over the picture.
 class StepButton : public QToolButton {
  public:
-  StepButton(IconName symbol, const QString& help) : symbol_(symbol) {
+  StepButton(const QString& what, bool isForward)
+      : isRight_(isForward == (QGuiApplication::layoutDirection() == Qt::LeftToRight)) {
+    const QString help = what + (isRight_ ? " (Right)" : " (Left)");
     setAccessibleName(help);
     setToolTip(help);
     setFixedSize(stepButton, stepButton);
@@ -75,21 +79,32 @@ class StepButton : public QToolButton {
     painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
     const QRect area(QPoint((width() - rowIconSize) / 2, (height() - rowIconSize) / 2),
                      QSize(rowIconSize, rowIconSize));
-    painter.drawPixmap(area.topLeft(),
-                       iconPixmap(symbol_, area.size(), devicePixelRatioF(), roles.text));
+    painter.drawPixmap(area.topLeft(), iconPixmap(isRight_ ? IconName::right : IconName::left,
+                                                  area.size(), devicePixelRatioF(), roles.text));
     if (hasKeyboardFocus(*this)) {
       paintFocusRing(painter, QRectF(rect()).adjusted(3, 3, -3, -3), stepButton / 2.0, roles.focus);
     }
   }
 
  private:
-  IconName symbol_;
+  bool isRight_;
 };
+
+/// At the side where lines begin, whatever letters are in them.
+Qt::Alignment atBegin() {
+  return (QGuiApplication::isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute |
+         Qt::AlignVCenter;
+}
+Qt::Alignment atEnd() {
+  return (QGuiApplication::isRightToLeft() ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignAbsolute |
+         Qt::AlignVCenter;
+}
 
 QLabel* wrapped(const QString& text) {
   auto* const label = new QLabel(text);
   label->setTextFormat(Qt::PlainText);
   label->setWordWrap(true);
+  label->setAlignment(atBegin());
   label->setTextInteractionFlags(Qt::TextSelectableByMouse);
   return label;
 }
@@ -129,8 +144,9 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
       title_(new QLabel),
       position_(new QLabel),
       canvas_(new PictureCanvas),
-      before_(new StepButton(IconName::left, QStringLiteral("Previous (Left)"))),
-      after_(new StepButton(IconName::right, QStringLiteral("Next (Right)"))),
+      before_(new StepButton(QStringLiteral("Previous"), false)),
+      after_(new StepButton(QStringLiteral("Next"), true)),
+      open_(new QPushButton(commands_.open->text())),
       detailsPane_(new QWidget) {
   setObjectName(QStringLiteral("preview"));
   setFocusPolicy(Qt::StrongFocus);
@@ -141,28 +157,28 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
 
   auto* const bar = new QHBoxLayout;
   bar->setContentsMargins(tokens::space12, tokens::space8, tokens::space12, tokens::space8);
-  QToolButton* const back = plainButton(IconName::left, QStringLiteral("Back (Space)"));
+  QToolButton* const back = plainButton(isRightToLeft() ? IconName::right : IconName::left,
+                                        QStringLiteral("Back (Space)"));
   connect(back, &QToolButton::clicked, this, [this] { leave(); });
   title_->setFont(tokens::strongFont());
   title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-  title_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  title_->setAlignment(atEnd());
+  position_->setAlignment(atBegin());
   position_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   position_->setForegroundRole(QPalette::PlaceholderText);
   bar->addWidget(back);
   bar->addWidget(title_, 1);
   bar->addSpacing(tokens::space4);
   bar->addWidget(position_, 1);
-  for (QAction* const action :
-       {commands_.copyPicture, commands_.star, commands_.reveal, commands_.trash}) {
+  for (QAction* const action : {commands_.copyPicture, commands_.saveAs, commands_.star,
+                                commands_.reveal, commands_.trash}) {
     bar->addWidget(barButton(action));
   }
-  auto* const open = new QPushButton(commands_.open->text());
-  open->setDefault(true);
-  open->setToolTip(QStringLiteral("Open (Return)"));
-  connect(open, &QPushButton::clicked, this, [this] {
+  open_->setDefault(true);
+  connect(open_, &QPushButton::clicked, this, [this] {
     if (onOpen) onOpen();
   });
-  bar->addWidget(open);
+  bar->addWidget(open_);
   column->addLayout(bar);
 
   auto* const middle = new QHBoxLayout;
@@ -185,6 +201,7 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
 
   auto* const hint = new QLabel(QStringLiteral("← → next    Return open    Space close"));
   hint->setFont(tokens::smallFont());
+  hint->setAlignment(atBegin());
   hint->setForegroundRole(QPalette::PlaceholderText);
   hint->setContentsMargins(tokens::space16, tokens::space8, tokens::space16, tokens::space8);
   column->addWidget(hint);
@@ -234,10 +251,12 @@ void HistoryPreview::refresh() {
                    .toString(static_cast<qulonglong>(model_->listing().size()))));
   before_->setEnabled(*focus > 0);
   after_->setEnabled(*focus + 1 < model_->listing().size());
+  open_->setEnabled(commands_.open->isEnabled());
+  open_->setToolTip(commands_.open->toolTip());
   const FileReach reach = model_->reachOf(*entry);
   if (entry == shown_ && reach == shownReach_) return;
-  const bool isSamePicture = shown_ && shown_->id == entry->id && shown_->path == entry->path &&
-                             shown_->fileIdentity == entry->fileIdentity && reach == shownReach_;
+  const bool isSamePicture = shown_ && shown_->id == entry->id &&
+                             lookOf(*shown_) == lookOf(*entry) && reach == shownReach_;
   shown_ = entry;
   shownReach_ = reach;
   const QString title = QString::fromStdString(titleOf(*entry));
@@ -285,7 +304,7 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
     const int row = rows->rowCount();
     auto* const label = new QLabel(name);
     label->setForegroundRole(QPalette::PlaceholderText);
-    label->setAlignment(Qt::AlignTop | Qt::AlignLeading);
+    label->setAlignment((atBegin() & ~Qt::AlignVertical_Mask) | Qt::AlignTop);
     rows->addWidget(label, row, 0);
     rows->addWidget(wrapped(value), row, 1);
   };
@@ -345,8 +364,10 @@ void HistoryPreview::resizeEvent(QResizeEvent*) {
 bool HistoryPreview::eventFilter(QObject* object, QEvent* event) {
   if (object == canvas_ && event->type() == QEvent::Resize) {
     const int y = (canvas_->height() - stepButton) / 2;
-    before_->move(tokens::space16, y);
-    after_->move(canvas_->width() - stepButton - tokens::space16, y);
+    const int left = tokens::space16;
+    const int right = canvas_->width() - stepButton - tokens::space16;
+    before_->move(isRightToLeft() ? right : left, y);
+    after_->move(isRightToLeft() ? left : right, y);
   }
   return QWidget::eventFilter(object, event);
 }
@@ -355,9 +376,9 @@ void HistoryPreview::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Space:
     case Qt::Key_Escape: return leave();
-    case Qt::Key_Left:
+    case Qt::Key_Left: return step(isRightToLeft() ? Step::right : Step::left);
+    case Qt::Key_Right: return step(isRightToLeft() ? Step::left : Step::right);
     case Qt::Key_Up: return step(Step::left);
-    case Qt::Key_Right:
     case Qt::Key_Down: return step(Step::right);
     case Qt::Key_Home: return step(Step::home);
     case Qt::Key_End: return step(Step::end);

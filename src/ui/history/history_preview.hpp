@@ -8,6 +8,7 @@
 #include "app/history_model.hpp"
 
 class QLabel;
+class QPushButton;
 class QToolButton;
 class QVBoxLayout;
 
@@ -48,6 +49,7 @@ class HistoryPreview : public QWidget {
   PictureCanvas* canvas_;
   QToolButton* before_;
   QToolButton* after_;
+  QPushButton* open_;
   QWidget* detailsPane_;
   QWidget* details_ = nullptr;
   EntryPointer shown_;

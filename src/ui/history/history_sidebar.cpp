@@ -47,6 +47,9 @@ HistorySidebar::HistorySidebar(std::shared_ptr<HistoryModel> model, QWidget* par
     return font;
   });
   label->setWordWrap(false);
+  // Its letters are of the other direction in a mirrored window.
+  label->setAlignment((isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute |
+                      Qt::AlignVCenter);
   auto* const add = new QToolButton;
   add->setAutoRaise(true);
   add->setIcon(icon(IconName::plus));

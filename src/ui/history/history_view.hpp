@@ -8,6 +8,7 @@
 
 #include "app/history_model.hpp"
 #include "ui/history/history_layout.hpp"
+#include "ui/history/tile_painting.hpp"
 #include "ui/history/tile_pictures.hpp"
 
 namespace vantorel {
@@ -17,6 +18,10 @@ namespace vantorel {
 class HistoryView : public QAbstractScrollArea {
  public:
   enum class Mode { grid, list };
+
+  static constexpr int narrowWidth = 720;  ///< px, of the view: smaller margins below it
+  static constexpr int headerHeight = 44;  ///< px, at least
+  static constexpr int captionGap = 8;
 
   explicit HistoryView(std::shared_ptr<HistoryModel> model, QWidget* parent = nullptr);
   ~HistoryView() override;
@@ -73,6 +78,11 @@ class HistoryView : public QAbstractScrollArea {
   void tellFocus();
   [[nodiscard]] std::size_t navigationRows() const;
   [[nodiscard]] QPoint contentPoint(const QPoint& inViewport) const;
+  [[nodiscard]] bool isOnColumns(const QPoint& inViewport) const;
+  [[nodiscard]] ListColumns columns() const;
+
+  /// What the column of the list is sorted by whose name is there.
+  [[nodiscard]] std::optional<HistorySort::By> sortAt(const QPoint& inViewport) const;
 
   void paintStrip(QPainter& painter, const QRect& strip) const;
   void paintStickyHeader(QPainter& painter) const;
@@ -97,6 +107,7 @@ class HistoryView : public QAbstractScrollArea {
   bool isFocusShown_ = false;  // the keyboard moves it
   std::optional<QPoint> pressed_;
   std::optional<std::size_t> pressedPlace_;
+  std::optional<HistorySort::By> pressedSort_;
   bool isBand_ = false;
   QPoint bandFrom_;  // in the content
   QRect band_;       // in the content

@@ -2,30 +2,27 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPainter>
 #include <QShortcut>
 #include <QStyle>
-#include <QToolButton>
 #include <algorithm>
 #include <array>
 #include <utility>
 
 #include "library/entry_filter.hpp"
+#include "ui/history/history_bar.hpp"
 #include "ui/history/history_blank.hpp"
 #include "ui/history/history_commands.hpp"
 #include "ui/history/history_footer.hpp"
 #include "ui/history/history_preview.hpp"
+#include "ui/history/history_search_field.hpp"
 #include "ui/history/history_sidebar.hpp"
 #include "ui/history/history_view.hpp"
+#include "ui/history/tile_painting.hpp"
 #include "ui/history/undo_bar.hpp"
 #include "ui/kit/icons.hpp"
-#include "ui/kit/palette_roles.hpp"
-#include "ui/kit/segmented_control.hpp"
 #include "ui/kit/tokens.hpp"
 
 namespace vantorel {
@@ -33,35 +30,7 @@ namespace {
 
 constexpr int barHeight = 52;
 constexpr int drawerBelow = 820;
-constexpr int widestSearch = 560;
 constexpr int undoGap = tokens::space16;
-
-QToolButton* barButton(IconName symbol, const QString& name, const QString& key) {
-  auto* const button = new QToolButton;
-  button->setAutoRaise(true);
-  button->setIcon(icon(symbol));
-  button->setAccessibleName(name);
-  button->setToolTip(key.isEmpty() ? name : name + " (" + key + ")");
-  return button;
-}
-
-/// The bar above the captures.
-class Bar : public QWidget {
- protected:
-  void paintEvent(QPaintEvent*) override {
-    const PaletteRoles roles = rolesOf(palette());
-    QPainter painter(this);
-    painter.fillRect(rect(), roles.window);
-    painter.fillRect(0, height() - 1, width(), 1, roles.line);
-  }
-};
-
-struct Age {
-  const char* label;
-  int days;
-};
-constexpr std::array ages{Age{"Last 7 Days", 7}, Age{"Last 30 Days", 30}, Age{"Last Year", 365}};
-constexpr double secondsADay = 86400;
 
 }  // namespace
 
@@ -72,7 +41,8 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
       commands_(new HistoryCommands(model_, this)),
       content_(new QWidget),
       sidebar_(new HistorySidebar(model_, content_)),
-      bar_(makeBar()),
+      bar_(new HistoryBar(model_, content_)),
+      search_(&bar_->search()),
       view_(new HistoryView(model_, content_)),
       blank_(new HistoryBlankPage(model_, content_)),
       footer_(new HistoryFooter(model_, *commands_, content_)),
@@ -85,6 +55,9 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
     isDrawerOpen_ = false;
     arrange();
   };
+  bar_->onSidebar = [this] { toggleSidebar(); };
+  bar_->onMode = [this](int mode) { setMode(mode); };
+  bar_->onMore = [this](const QPoint& at) { showMore(at); };
   view_->onOpen = [this] { commands_->open->trigger(); };
   view_->onPreview = [this] { preview_->open(); };
   view_->onTyped = [this](const QString& text) {
@@ -115,58 +88,15 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
     arrange();
     sidebar_->rename(*id);
   };
-  blank_->onClear = [this] {
-    search_->clear();
-    model_->clearSearch();
-  };
+  blank_->onClear = [this] { model_->clearSearch(); };
   blank_->onSearchEverything = [this] { model_->searchEverything(); };
   addKeys();
   observation_ =
       model_->observe([this](const HistoryModelChange& change) { modelChanged(change); });
   modelChanged({.listing = true, .sidebar = true, .status = true, .undo = true});
-  setTabOrder(search_, filter_);
-  setTabOrder(filter_, modes_);
 }
 
 HistoryWindow::~HistoryWindow() = default;
-
-QWidget* HistoryWindow::makeBar() {
-  auto* const bar = new Bar;
-  bar->setParent(content_);
-  auto* const row = new QHBoxLayout(bar);
-  row->setContentsMargins(tokens::space12, 0, tokens::space12, 0);
-  row->setSpacing(tokens::space8);
-  sidebarButton_ = barButton(IconName::sidebar, QStringLiteral("Sidebar"), QStringLiteral("F9"));
-  connect(sidebarButton_, &QToolButton::clicked, this, [this] { toggleSidebar(); });
-  search_ = new QLineEdit;
-  search_->setPlaceholderText(QStringLiteral("Search titles, files, applications and dates"));
-  search_->setAccessibleName(QStringLiteral("Search"));
-  search_->setToolTip(QStringLiteral("Search (Ctrl+F)"));
-  search_->setClearButtonEnabled(true);
-  search_->setMaximumWidth(widestSearch);
-  search_->addAction(icon(IconName::search, IconTint::quiet), QLineEdit::LeadingPosition);
-  connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) { search(text); });
-  filter_ = barButton(IconName::filter, QStringLiteral("Filter"), {});
-  filter_->setText(QStringLiteral("Filter"));
-  filter_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-  connect(filter_, &QToolButton::clicked, this, [this] { showFilters(); });
-  modes_ = new SegmentedControl(
-      {{QStringLiteral("Grid"), QStringLiteral("Grid (Ctrl+1)"), IconName::grid},
-       {QStringLiteral("List"), QStringLiteral("List (Ctrl+2)"), IconName::list}});
-  modes_->setAccessibleName(QStringLiteral("View"));
-  modes_->setCurrent(0);
-  modes_->onChosen([this](int mode) { setMode(mode); });
-  QToolButton* const more = barButton(IconName::more, QStringLiteral("More"), {});
-  connect(more, &QToolButton::clicked, this, [this] { showMore(); });
-  row->addWidget(sidebarButton_);
-  row->addSpacing(tokens::space8);
-  row->addWidget(search_, 1);
-  row->addStretch(0);
-  row->addWidget(filter_);
-  row->addWidget(modes_);
-  row->addWidget(more);
-  return bar;
-}
 
 void HistoryWindow::addKeys() {
   const auto key = [this](const QKeySequence& keys, auto run) {
@@ -191,11 +121,9 @@ void HistoryWindow::addKeys() {
 }
 
 void HistoryWindow::setMode(int mode) {
-  modes_->setCurrent(mode);
+  bar_->setMode(mode);
   view_->setMode(mode == 0 ? HistoryView::Mode::grid : HistoryView::Mode::list);
 }
-
-void HistoryWindow::search(const QString& text) { model_->search(text.toStdString()); }
 
 void HistoryWindow::rename() {
   const EntryList subjects = model_->subjects();
@@ -217,15 +145,7 @@ void HistoryWindow::modelChanged(const HistoryModelChange& change) {
     shown->show();
     if (isOther && hadFocus) shown->setFocus();
     (blank ? static_cast<QWidget*>(view_) : blank_)->hide();
-    // What was found by the model's own doing stands in the field too.
-    if (const QString text = QString::fromStdString(model_->listing().query().text);
-        text != search_->text()) {
-      const QSignalBlocker quiet(search_);
-      search_->setText(text);
-    }
-    filter_->setIcon(icon(IconName::filter, model_->listing().query().hasFilters()
-                                                ? IconTint::accent
-                                                : IconTint::text));
+    bar_->refresh();
   }
   view_->modelChanged(change);
   if (change.sidebar) sidebar_->refresh();
@@ -239,7 +159,8 @@ void HistoryWindow::modelChanged(const HistoryModelChange& change) {
 }
 
 void HistoryWindow::showNotice() {
-  const auto& notice = model_->notice();
+  auto notice = model_->notice();
+  if (notice && !notice->isProblem) notice.reset();  // the footer says it
   if (notice == shownNotice_) return;
   shownNotice_ = notice;
   if (!notice) return hideMessage();
@@ -275,7 +196,7 @@ void HistoryWindow::arrange() {
   blank_->setGeometry(captures);
   footer_->setGeometry(0, height - footerRoom, content_->width(), footerRoom);
   preview_->setGeometry(content_->rect());
-  filter_->setToolButtonStyle(isNarrow() ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+  bar_->setNarrow(isNarrow());
   if (isShown && isNarrow()) sidebar_->raise();
   undo_->setBottom(height - footerRoom - undoGap);
   undo_->raise();
@@ -305,7 +226,6 @@ bool HistoryWindow::eventFilter(QObject* object, QEvent* event) {
 void HistoryWindow::leave() {
   if (isNarrow() && std::exchange(isDrawerOpen_, false)) return arrange();
   if (model_->listing().query().hasFilters() || !search_->text().isEmpty()) {
-    search_->clear();
     model_->clearSearch();
   }
 }
@@ -338,61 +258,7 @@ void HistoryWindow::nextPane(bool isBack) {
   }
 }
 
-void HistoryWindow::showFilters() {
-  auto* const menu = new QMenu(this);
-  menu->setAttribute(Qt::WA_DeleteOnClose);
-  const HistoryQuery query = model_->listing().query();
-  const auto choice = [&](QMenu& in, const QString& label, bool isOn, const auto& change) {
-    QAction* const action = in.addAction(label, this, [this, query, change] {
-      HistoryQuery changed = model_->listing().query();
-      change(changed);
-      model_->setQuery(std::move(changed));
-    });
-    action->setCheckable(true);
-    action->setChecked(isOn);
-  };
-  QMenu* const kinds = menu->addMenu(QStringLiteral("Kind"));
-  choice(*kinds, QStringLiteral("All"), !query.kind, [](HistoryQuery& one) { one.kind.reset(); });
-  for (const auto& [medium, label] :
-       {std::pair{CaptureMedium::image, "Images"},
-        std::pair{CaptureMedium::recording, "Recordings"}, std::pair{CaptureMedium::gif, "GIFs"},
-        std::pair{CaptureMedium::text, "Texts"}, std::pair{CaptureMedium::project, "Projects"}}) {
-    choice(*kinds, QString::fromLatin1(label), query.kind == medium,
-           [kind = medium](HistoryQuery& one) { one.kind = kind; });
-  }
-  QMenu* const applications = menu->addMenu(QStringLiteral("Application"));
-  choice(*applications, QStringLiteral("All"), query.application.empty(),
-         [](HistoryQuery& one) { one.application.clear(); });
-  for (const auto& [name, count] : model_->applications()) {
-    QString label = QString::fromStdString(name);
-    label.replace('&', QStringLiteral("&&"));
-    choice(*applications, label, query.application == name,
-           [application = name](HistoryQuery& one) { one.application = application; });
-  }
-  QMenu* const dates = menu->addMenu(QStringLiteral("Date"));
-  choice(*dates, QStringLiteral("Any Time"), !query.since,
-         [](HistoryQuery& one) { one.since.reset(); });
-  for (const Age& age : ages) {
-    const double since = model_->startOfToday() - (age.days - 1) * secondsADay;
-    choice(*dates, QString::fromLatin1(age.label), query.since == since,
-           [since](HistoryQuery& one) { one.since = since; });
-  }
-  choice(*menu, QStringLiteral("Starred"), query.isStarred,
-         [](HistoryQuery& one) { one.isStarred = !one.isStarred; });
-  menu->addSeparator();
-  QAction* const clear = menu->addAction(QStringLiteral("Clear Filters"), this, [this] {
-    HistoryQuery changed = model_->listing().query();
-    changed.kind.reset();
-    changed.application.clear();
-    changed.since.reset();
-    changed.isStarred = false;
-    model_->setQuery(std::move(changed));
-  });
-  clear->setEnabled(query.hasFilters());
-  menu->popup(filter_->mapToGlobal(QPoint(0, filter_->height())));
-}
-
-void HistoryWindow::showMore() {
+void HistoryWindow::showMore(const QPoint& at) {
   auto* const menu = new QMenu(this);
   menu->setAttribute(Qt::WA_DeleteOnClose);
   menu->addAction(QStringLiteral("Select All"), Qt::CTRL | Qt::Key_A, this, [this] {
@@ -402,6 +268,14 @@ void HistoryWindow::showMore() {
                   [this] { view_->stepTileSize(1); });
   menu->addAction(QStringLiteral("Smaller Tiles"), Qt::CTRL | Qt::Key_Minus, this,
                   [this] { view_->stepTileSize(-1); });
+  QMenu* const sorting = menu->addMenu(QStringLiteral("Sort by"));
+  using By = HistorySort::By;
+  for (const By by : {By::taken, By::title, By::application, By::size, By::kind}) {
+    QAction* const action =
+        sorting->addAction(labelOf(by), this, [this, by] { model_->sortBy(by); });
+    action->setCheckable(true);
+    action->setChecked(model_->listing().sort().by == by);
+  }
   menu->addSeparator();
   menu->addAction(icon(IconName::plus), QStringLiteral("New Collection"), this, [this] {
     isDrawerOpen_ = isNarrow();
@@ -412,7 +286,7 @@ void HistoryWindow::showMore() {
   QAction* const undo = menu->addAction(icon(IconName::undo), QStringLiteral("Undo"),
                                         Qt::CTRL | Qt::Key_Z, this, [this] { model_->undo(); });
   undo->setEnabled(model_->pendingUndo().has_value());
-  menu->popup(QCursor::pos());
+  menu->popup(at);
 }
 
 }  // namespace vantorel

@@ -6,18 +6,16 @@
 #include "app/history_model.hpp"
 #include "ui/kit/window_frame.hpp"
 
-class QLineEdit;
-class QToolButton;
-
 namespace vantorel {
 
+class HistoryBar;
 class HistoryBlankPage;
 class HistoryCommands;
 class HistoryFooter;
 class HistoryPreview;
+class HistorySearchField;
 class HistorySidebar;
 class HistoryView;
-class SegmentedControl;
 class UndoBar;
 
 /// The user's captures: to find, look at, put in order, hand on and throw away. Lives on the main
@@ -32,14 +30,11 @@ class HistoryWindow : public WindowFrame {
   bool eventFilter(QObject* object, QEvent* event) override;
 
  private:
-  QWidget* makeBar();
   void addKeys();
   void modelChanged(const HistoryModelChange& change);
   void showNotice();
   void arrange();
-  void search(const QString& text);
-  void showFilters();
-  void showMore();
+  void showMore(const QPoint& at);
   void toggleSidebar();
   void nextPane(bool isBack);
   void rename();
@@ -50,11 +45,8 @@ class HistoryWindow : public WindowFrame {
   HistoryCommands* commands_;
   QWidget* content_;
   HistorySidebar* sidebar_;
-  QWidget* bar_;
-  QLineEdit* search_;
-  QToolButton* sidebarButton_;
-  QToolButton* filter_;
-  SegmentedControl* modes_;
+  HistoryBar* bar_;
+  HistorySearchField* search_;
   HistoryView* view_;
   HistoryBlankPage* blank_;
   HistoryFooter* footer_;

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
 #include <QLineEdit>
@@ -103,6 +104,9 @@ TEST_F(HistoryWindowTest, ShowsWhatIsThereAndWhatToDoWhenNothingIs) {
   rest();
   EXPECT_TRUE(view->isVisible());
   keepPicture("history-grid");
+  const QPoint corner = view->areaOf(3).topLeft() + QPoint(1, 1);
+  EXPECT_GT(screen("").pixelColor(view->viewport()->mapToGlobal(corner)).lightness(), 170)
+      << "outside the rounded corner there is the window";
   click(middleOf("shot1"));
   client->key(XK_Control_L, true);
   click(middleOf("shot2"));
@@ -190,6 +194,139 @@ TEST_F(HistoryWindowTest, AHandAndAKeyboardDoWhatTheySay) {
   key(XK_Escape);
   key(XK_w, XK_Control_L);
   EXPECT_TRUE(isClosed);
+}
+
+TEST_F(HistoryWindowTest, FiltersAreChipsThatAreTakenAwayByHandAndByKey) {
+  openWindow();
+  for (int i = 0; i < 12; ++i) {
+    run.add(fmt::format("shot{}", i), i * 60.0, [&](ScreenshotEntry& entry) {
+      entry.sourceApp = SourceApp{.bundleID = {}, .name = i % 2 == 0 ? "Terminal" : "Web Browser"};
+      entry.starred = i % 3 == 0;
+    });
+  }
+  rest();
+  run.model.setQuery(
+      {.kind = CaptureMedium::image, .application = "Web Browser", .isStarred = true, .days = 7});
+  rest();
+  EXPECT_EQ(run.model.listing().size(), 2U);
+  const auto chips = [&] {
+    std::vector<std::string> labels;
+    for (const auto* const chip : window->findChildren<QAbstractButton*>()) {
+      if (chip->isVisible() && chip->accessibleName().startsWith("Remove the filter ")) {
+        labels.push_back(chip->text().toStdString());
+      }
+    }
+    return labels;
+  };
+  EXPECT_THAT(chips(), ElementsAre("Images", "Web Browser", "Starred", "Last 7 days"));
+  keepPicture("history-chips");
+  // With the keyboard from behind, and words stay.
+  key(XK_f, XK_Control_L);
+  type("s");
+  key(XK_Home);
+  key(XK_BackSpace);
+  EXPECT_THAT(chips(), ElementsAre("Images", "Web Browser", "Starred"));
+  EXPECT_EQ(run.model.listing().query().text, "s");
+  for (auto* const chip : window->findChildren<QAbstractButton*>()) {
+    if (chip->text() == "Web Browser" && chip->isVisible()) {
+      click(chip->mapToGlobal(chip->rect().center()));
+      break;
+    }
+  }
+  rest();
+  EXPECT_THAT(chips(), ElementsAre("Images", "Starred"));
+  EXPECT_EQ(run.model.listing().size(), 4U);
+
+  // Where nothing is found there is a way back to everything, and one to nothing sought.
+  run.model.setQuery({.text = "nowhere", .scope = HistoryScope::starred, .isStarred = true});
+  rest();
+  keepPicture("history-nothing-found");
+  const auto push = [&](const char* label) {
+    for (auto* const button : window->findChildren<QAbstractButton*>()) {
+      if (button->isVisible() && button->text() == QLatin1String(label)) {
+        click(button->mapToGlobal(button->rect().center()));
+        return rest();
+      }
+    }
+    ADD_FAILURE() << label;
+  };
+  push("Search everything");
+  EXPECT_EQ(run.model.listing().query(), (HistoryQuery{.text = "nowhere"}));
+  push("Clear");
+  EXPECT_EQ(run.model.listing().query(), HistoryQuery{});
+  EXPECT_EQ(run.model.listing().size(), 12U);
+}
+
+TEST_F(HistoryWindowTest, AClickOnAColumnSortsTheList) {
+  openWindow();
+  const std::vector<std::string> names{"mill", "bridge", "weir"};
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    run.add(names[i], static_cast<double>(i) * 90000, [&](ScreenshotEntry& entry) {
+      entry.pixelWidth = 100 * static_cast<int>(i + 1);
+      entry.pixelHeight = 100;
+    });
+  }
+  rest();
+  key(XK_2, XK_Control_L);
+  const QPoint title = view->viewport()->mapToGlobal(QPoint(110, 18));
+  click(title);
+  rest();
+  EXPECT_THAT(run.listed(), ElementsAre("bridge", "mill", "weir"));
+  keepPicture("history-sorted");
+  EXPECT_THAT(selected(), IsEmpty()) << "the row below was not meant";
+  click(title);
+  rest();
+  EXPECT_THAT(run.listed(), ElementsAre("weir", "mill", "bridge"));
+  key(XK_Down);
+  key(XK_Down);
+  EXPECT_THAT(selected(), ElementsAre("mill"));
+}
+
+TEST_F(HistoryWindowTest, AMirroredWindowShowsTheSameFromTheRight) {
+  qApp->setLayoutDirection(Qt::RightToLeft);
+  openWindow();
+  for (int i = 0; i < 12; ++i) {
+    run.add(fmt::format("shot{}", i), i * 60.0, [&](ScreenshotEntry& entry) {
+      entry.sourceApp = SourceApp{.bundleID = {}, .name = "Terminal"};
+      entry.starred = i == 1;
+      entry.pixelWidth = 1280;
+      entry.pixelHeight = 800;
+      if (i == 3) entry.durationSeconds = 42;
+    });
+  }
+  rest();
+  run.model.setQuery({.application = "Terminal", .days = 30});
+  rest();
+  EXPECT_GT(middleOf("shot0").x(), middleOf("shot1").x());
+  click(middleOf("shot1"));
+  rest();
+  EXPECT_THAT(selected(), ElementsAre("shot1"));
+  keepPicture("history-mirrored");
+  key(XK_Left);
+  EXPECT_THAT(selected(), ElementsAre("shot2")) << "the one at its left";
+  key(XK_2, XK_Control_L);
+  keepPicture("history-mirrored-list");
+  key(XK_space);
+  keepPicture("history-mirrored-preview");
+  qApp->setLayoutDirection(Qt::LeftToRight);
+}
+
+TEST_F(HistoryWindowTest, ALibraryThatComesLateShowsThatItComes) {
+  // The library is not opened yet.
+  window = std::make_unique<HistoryWindow>(run.shared, [this] { isClosed = true; });
+  window->bringForward();
+  ASSERT_TRUE(eventually([&] { return window->isActiveWindow(); }));
+  ASSERT_TRUE(waitFor([&] {
+    const QWidget* const blank = find("blank");
+    const QImage now = screen("history-loading");
+    const QPoint inTile = blank->mapToGlobal(QPoint(60, 60));
+    return now.pixelColor(inTile) != now.pixelColor(blank->mapToGlobal(QPoint(2, 2)));
+  })) << "grey tiles";
+  run.open();
+  run.add("late");
+  view = dynamic_cast<HistoryView*>(find("captures"));
+  rest();
+  EXPECT_TRUE(view->isVisible());
 }
 
 TEST_F(HistoryWindowTest, WhatGoesOutOfReachComesBackWithItsPicture) {

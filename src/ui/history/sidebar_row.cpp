@@ -70,6 +70,7 @@ void SidebarRow::paintEvent(QPaintEvent*) {
   const PaletteRoles roles = rolesOf(palette());
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
+  painter.setLayoutDirection(layoutDirection());
   const QRect area = rect().adjusted(sideMargin, 1, -sideMargin, -1);
   if (isChecked()) {
     paintBox(painter, area, tokens::buttonRadius, roles.selection, Qt::NoPen);

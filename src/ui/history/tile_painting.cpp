@@ -4,6 +4,7 @@
 
 #include <QPainter>
 #include <QPainterPath>
+#include <QStyle>
 #include <array>
 #include <utility>
 
@@ -22,6 +23,9 @@ constexpr int badgeHeight = 20;
 constexpr std::size_t mostSnippet = 600;  // bytes of a text that are painted at most
 const QColor starColor(0xff, 0xc4, 0x2e);
 
+/// Numbers and words stay in their order in a mirrored window.
+QString leftToRight(const QString& text) { return QChar(0x2066) + text + QChar(0x2069); }
+
 void paintIcon(QPainter& painter, IconName name, int side, const QPoint& center,
                const QColor& color) {
   const double ratio = painter.device()->devicePixelRatioF();
@@ -37,7 +41,9 @@ void paintBadge(QPainter& painter, const QRect& picture, const QString& text,
   const int height = std::max(badgeHeight, metrics.height() + 4);
   const int symbolRoom = symbol ? 16 : 0;
   const int width = metrics.horizontalAdvance(text) + symbolRoom + 14;
-  const QRect badge(picture.right() - width - 5, picture.bottom() - height - 5, width, height);
+  const QRect badge = QStyle::visualRect(
+      painter.layoutDirection(), picture,
+      QRect(picture.right() - width - 5, picture.bottom() - height - 5, width, height));
   paintBox(painter, badge, tokens::keyCapRadius + 1, QColor(20, 21, 24, 205), Qt::NoPen);
   if (symbol)
     paintIcon(painter, *symbol, 12, {badge.left() + 13, badge.center().y() + 1}, Qt::white);
@@ -74,13 +80,16 @@ IconName iconOf(CaptureMedium medium) {
 /// What is in the way of a file, and the disk it is on.
 void paintAbsence(QPainter& painter, const QRect& area, const PaintedCapture& capture,
                   const PaletteRoles& roles) {
-  const IconName symbol = isMissing(capture.reach) ? IconName::warning : IconName::offline;
+  const IconName symbol =
+      capture.reach == FileReach::fileGone ? IconName::warning : IconName::offline;
   if (capture.isSmall) return paintIcon(painter, symbol, 16, area.center(), roles.quiet);
-  const QString disk = diskText(capture.entry, capture.reach);
   const QFontMetrics body(tokens::bodyFont());
   const QFontMetrics small(tokens::smallFont());
-  const int height = barIconSize + tokens::space4 + body.height() +
-                     (disk.isEmpty() ? 0 : small.height() + tokens::space4);
+  QString disk = diskText(capture.entry, capture.reach);
+  int height = barIconSize + tokens::space4 + body.height();
+  // Large fonts leave no room for it on small tiles; the tooltip has it.
+  if (height + small.height() + tokens::space4 > area.height()) disk.clear();
+  if (!disk.isEmpty()) height += small.height() + tokens::space4;
   const QRect inside = area.adjusted(tokens::space8, 0, -tokens::space8, 0);
   int y = area.center().y() - height / 2;
   paintIcon(painter, symbol, barIconSize, {area.center().x(), y + barIconSize / 2}, roles.quiet);
@@ -99,11 +108,12 @@ void paintAbsence(QPainter& painter, const QRect& area, const PaintedCapture& ca
 }  // namespace
 
 QString reachText(FileReach reach) {
-  return isMissing(reach) ? QStringLiteral("File gone") : QStringLiteral("Out of reach");
+  return reach == FileReach::fileGone ? QStringLiteral("File gone")
+                                      : QStringLiteral("Out of reach");
 }
 
 QString diskText(const ScreenshotEntry& entry, FileReach reach) {
-  return isMissing(reach) ? QString() : QString::fromStdString(diskNameOf(entry));
+  return reach == FileReach::fileGone ? QString() : QString::fromStdString(diskNameOf(entry));
 }
 
 void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
@@ -130,7 +140,9 @@ void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& ca
   paintBox(painter, frame, radius, Qt::NoBrush, QPen(roles.line));
   if (capture.isSmall) return;
   if (entry.starred) {
-    const QPoint corner(area.right() - 14, area.top() + 14);
+    const QRect mark(area.right() - 22, area.top() + 6, 16, 16);
+    const QPoint corner =
+        QStyle::visualRect(painter.layoutDirection(), area, mark).center() + QPoint(1, 1);
     paintIcon(painter, IconName::starOn, 18, corner, QColor(0, 0, 0, 150));
     paintIcon(painter, IconName::starOn, 15, corner, starColor);
   }
@@ -154,29 +166,30 @@ void paintDayHeader(QPainter& painter, const QRect& area, const QString& title,
   painter.setLayoutDirection(direction);
   painter.setFont(tokens::strongFont());
   painter.setPen(roles.text);
-  painter.drawText(area, Qt::AlignVCenter | Qt::AlignLeading, title);
+  painter.drawText(area, Qt::AlignVCenter | Qt::AlignLeading, leftToRight(title));
   const int width =
       QFontMetrics(tokens::strongFont()).horizontalAdvance(title) + tokens::space8 + 2;
   painter.setFont(tokens::bodyFont());
   painter.setPen(roles.quiet);
   const bool isMirrored = direction == Qt::RightToLeft;
   painter.drawText(isMirrored ? area.adjusted(0, 0, -width, 0) : area.adjusted(width, 0, 0, 0),
-                   Qt::AlignVCenter | Qt::AlignLeading, detail);
+                   Qt::AlignVCenter | Qt::AlignLeading, leftToRight(detail));
 }
 
 // The list.
 
-ListColumns::ListColumns(int width) {
+ListColumns::ListColumns(int width, bool hasDays, Qt::LayoutDirection direction) {
   struct Wanted {
     What what;
     int width;
   };
-  static constexpr std::array others{Wanted{What::application, 150}, Wanted{What::taken, 90},
-                                     Wanted{What::size, 120}, Wanted{What::kind, 100},
-                                     Wanted{What::collections, 160}};
+  constexpr int pictureWidth = 52;
+  const std::array others{Wanted{What::application, 150}, Wanted{What::taken, hasDays ? 90 : 150},
+                          Wanted{What::size, 120}, Wanted{What::kind, 100},
+                          Wanted{What::collections, 160}};
   constexpr int leastTitle = 160;
   const double scale = QFontMetrics(tokens::bodyFont()).height() / 17.0;
-  const int begin = picture() + 52 + tokens::space16;
+  const int begin = tokens::space16 + pictureWidth + tokens::space16;
   const int room = width - begin - tokens::space16;
   std::vector<Wanted> shown;
   int taken = leastTitle;
@@ -194,19 +207,46 @@ ListColumns::ListColumns(int width) {
     columns_.push_back({one.what, left, one.width - tokens::space12});
     left += one.width;
   }
+  picture_ = tokens::space16;
+  if (direction != Qt::RightToLeft) return;
+  picture_ = width - picture_ - pictureWidth;
+  for (Column& column : columns_) column.left = width - column.left - column.width;
 }
-
-int ListColumns::picture() const { return tokens::space16; }
 
 QString nameOf(ListColumns::What column) {
   using enum ListColumns::What;
   switch (column) {
     case title: return QStringLiteral("Title");
     case application: return QStringLiteral("Application");
-    case taken: return QStringLiteral("Taken ↓");
+    case taken: return QStringLiteral("Taken");
     case size: return QStringLiteral("Size");
     case kind: return QStringLiteral("Kind");
     case collections: return QStringLiteral("Collections");
+  }
+  std::unreachable();
+}
+
+std::optional<HistorySort::By> sortOf(ListColumns::What column) {
+  using enum ListColumns::What;
+  switch (column) {
+    case title: return HistorySort::By::title;
+    case application: return HistorySort::By::application;
+    case taken: return HistorySort::By::taken;
+    case size: return HistorySort::By::size;
+    case kind: return HistorySort::By::kind;
+    case collections: return std::nullopt;
+  }
+  std::unreachable();
+}
+
+QString labelOf(HistorySort::By by) {
+  using enum HistorySort::By;
+  switch (by) {
+    case taken: return nameOf(ListColumns::What::taken);
+    case title: return nameOf(ListColumns::What::title);
+    case application: return nameOf(ListColumns::What::application);
+    case size: return nameOf(ListColumns::What::size);
+    case kind: return nameOf(ListColumns::What::kind);
   }
   std::unreachable();
 }
@@ -221,7 +261,7 @@ QString listText(ListColumns::What column, const ScreenshotEntry& entry, const H
     case taken: return QString::fromStdString(model.listing().timeOf(place));
     case size:
       if (!entry.pixelWidth || !entry.pixelHeight) return {};
-      return QStringLiteral("%1 × %2").arg(*entry.pixelWidth).arg(*entry.pixelHeight);
+      return leftToRight(QStringLiteral("%1 × %2").arg(*entry.pixelWidth).arg(*entry.pixelHeight));
     case kind: return kindOf(entry);
     case collections: {
       QString names;

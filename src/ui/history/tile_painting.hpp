@@ -4,6 +4,7 @@
 #include <QPixmap>
 #include <QRect>
 #include <QString>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,8 @@ void paintDayHeader(QPainter& painter, const QRect& area, const QString& title,
                     const QString& detail, const PaletteRoles& roles,
                     Qt::LayoutDirection direction);
 
-/// The columns of the list that fit a width: they leave from the right.
+/// The columns of the list that fit a width: they leave from the right. Mirrored from right to
+/// left; without days the time has its date.
 class ListColumns {
  public:
   enum class What { title, application, taken, size, kind, collections };
@@ -42,16 +44,23 @@ class ListColumns {
     int width = 0;
   };
 
-  explicit ListColumns(int width);
+  ListColumns(int width, bool hasDays, Qt::LayoutDirection direction);
 
-  [[nodiscard]] int picture() const;  ///< its left side
+  [[nodiscard]] int picture() const { return picture_; }  ///< its left side
   [[nodiscard]] const std::vector<Column>& all() const { return columns_; }
 
  private:
+  int picture_ = 0;
   std::vector<Column> columns_;
 };
 
 [[nodiscard]] QString nameOf(ListColumns::What column);
+
+/// What the list is sorted by at that column; nothing where it cannot be.
+[[nodiscard]] std::optional<HistorySort::By> sortOf(ListColumns::What column);
+
+/// "Title", as the column is called.
+[[nodiscard]] QString labelOf(HistorySort::By by);
 [[nodiscard]] QString listText(ListColumns::What column, const ScreenshotEntry& entry,
                                const HistoryModel& model, std::size_t place);
 

@@ -86,7 +86,10 @@ void TilePictures::want(const EntryList& entries) {
 void TilePictures::come(const EntryPointer& entry, const Image& preview) {
   auto tile = std::make_unique<Tile>(Tile{entry, size_, QPixmap()});
   if (!preview.isEmpty()) {
-    tile->pixmap = tileOf(sharedImage(preview), size_, radius_ * ratio_);
+    // What is painted with alpha takes the fourth byte for it, also where that has no meaning.
+    const QImage picture =
+        sharedImage(preview).convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    tile->pixmap = tileOf(picture, size_, radius_ * ratio_);
     tile->pixmap.setDevicePixelRatio(ratio_);
   }
   const int kilobytes = 1 + tile->pixmap.width() * tile->pixmap.height() / 256;
