@@ -40,7 +40,9 @@ HistorySidebar::HistorySidebar(std::shared_ptr<HistoryModel> model, QWidget* par
   column->setSpacing(0);
   column->addLayout(scopes_);
   auto* const head = new QHBoxLayout;
-  head->setContentsMargins(18, tokens::space12, tokens::space8, tokens::space4);
+  constexpr int begin = 18;
+  head->setContentsMargins(isRightToLeft() ? tokens::space8 : begin, tokens::space12,
+                           isRightToLeft() ? begin : tokens::space8, tokens::space4);
   auto* const label = new RoleLabel(QStringLiteral("Collections"), &PaletteRoles::quiet, [] {
     QFont font = tokens::smallFont();
     font.setWeight(QFont::DemiBold);

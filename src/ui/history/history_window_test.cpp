@@ -311,6 +311,46 @@ TEST_F(HistoryWindowTest, AMirroredWindowShowsTheSameFromTheRight) {
   qApp->setLayoutDirection(Qt::LeftToRight);
 }
 
+TEST_F(HistoryWindowTest, AFontTwiceAsLargeFitsTheLeastWindow) {
+  const QFont usual = qApp->font();
+  QFont large = usual;
+  large.setPointSizeF(usual.pointSizeF() * 2);
+  qApp->setFont(large);
+  openWindow();
+  for (int i = 0; i < 12; ++i) {
+    run.add(fmt::format("a capture with a long title {}", i), i * 60.0,
+            [&](ScreenshotEntry& entry) {
+              entry.sourceApp = SourceApp{.bundleID = {}, .name = "Web Browser"};
+            });
+  }
+  run.setReach({{"a capture with a long title 1", FileReach::folderUnreachable}});
+  rest();
+  keepPicture("history-large-font");
+  for (const QSize size : {QSize(1120, 760), QSize(560, 400)}) {
+    window->resize(size);
+    run.model.setQuery({.application = "Web Browser", .days = 30});
+    run.model.select([](HistorySelection& selection) { selection.selectAll(); });
+    rest();
+    keepPicture(fmt::format("history-large-font-{}", size.width()));
+    EXPECT_EQ(window->width(), size.width()) << "nothing asks for more";
+    const QRect inside(window->mapToGlobal(QPoint()), window->size());
+    for (const auto* const button : window->findChildren<QAbstractButton*>()) {
+      if (!button->isVisible() || button->visibleRegion().isEmpty()) continue;
+      const QRect area(button->mapToGlobal(QPoint()), button->size());
+      EXPECT_TRUE(inside.contains(area))
+          << button->accessibleName().toStdString() << "/" << button->text().toStdString();
+    }
+    run.model.select([](HistorySelection& selection) { selection.clear(); });
+    rest();
+    keepPicture(fmt::format("history-large-font-footer-{}", size.width()));
+  }
+  key(XK_2, XK_Control_L);
+  keepPicture("history-large-font-list");
+  key(XK_space);
+  keepPicture("history-large-font-preview");
+  qApp->setFont(usual);
+}
+
 TEST_F(HistoryWindowTest, ALibraryThatComesLateShowsThatItComes) {
   // The library is not opened yet.
   window = std::make_unique<HistoryWindow>(run.shared, [this] { isClosed = true; });

@@ -83,7 +83,6 @@ void SidebarRow::paintEvent(QPaintEvent*) {
   } else if (target_ == Target::collection) {
     painter.fillRect(QRect(area.left(), area.top(), area.width(), 2), roles.focus);
   }
-  const bool isMirrored = layoutDirection() == Qt::RightToLeft;
   const auto placed = [&](const QRect& one) {
     return QStyle::visualRect(layoutDirection(), rect(), one);
   };
@@ -120,7 +119,7 @@ void SidebarRow::paintEvent(QPaintEvent*) {
   const QRect label = placed(QRect(left, area.top(), std::max(8, right - left), area.height()));
   painter.setFont(font());
   painter.setPen(roles.text);
-  painter.drawText(label, Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft),
+  painter.drawText(label, Qt::AlignVCenter | Qt::AlignLeading,
                    fontMetrics().elidedText(text(), Qt::ElideRight, label.width()));
 }
 

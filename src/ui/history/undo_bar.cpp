@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QPainter>
 #include <QPushButton>
+#include <QStyle>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -17,7 +18,6 @@ namespace {
 
 constexpr int barHeight = 44;
 constexpr int shadow = 12;
-constexpr int ring = 22;
 constexpr int ringFrames = 100;  // ms
 
 /// Light on the dark bar.
@@ -48,6 +48,9 @@ class UndoButton : public QPushButton {
     }
   }
 };
+
+/// Round a number of a large font too.
+int ringSide() { return std::max(22, QFontMetrics(tokens::smallFont()).height() + 4); }
 
 }  // namespace
 
@@ -83,14 +86,24 @@ void UndoBar::setBottom(int bottom) {
 
 void UndoBar::place() {
   const QSize button = undo_->sizeHint();
-  const int text = QFontMetrics(tokens::bodyFont()).horizontalAdvance(text_);
+  const int ring = ringSide();
   const int height = tokens::controlHeight(barHeight);
-  const int width = tokens::space16 + text + tokens::space16 + button.width() + tokens::space12 +
-                    ring + tokens::space12;
+  const int beside =
+      tokens::space16 + tokens::space16 + button.width() + tokens::space12 + ring + tokens::space12;
+  // A long name is elided.
+  const int room = parentWidget()->width() - 2 * tokens::space8 - beside;
+  textWidth_ = std::clamp(QFontMetrics(tokens::bodyFont()).horizontalAdvance(text_) + 2, 0,
+                          std::max(0, room));
+  const int width = beside + textWidth_;
   const int x = (parentWidget()->width() - width) / 2 - shadow;
   setGeometry(x, bottom_ - height - shadow, width + 2 * shadow, height + 2 * shadow);
-  undo_->setGeometry(shadow + tokens::space16 + text + tokens::space16,
-                     shadow + (height - button.height()) / 2, button.width(), button.height());
+  undo_->setGeometry(
+      placed({shadow + tokens::space16 + textWidth_ + tokens::space16,
+              shadow + (height - button.height()) / 2, button.width(), button.height()}));
+}
+
+QRect UndoBar::placed(const QRect& area) const {
+  return QStyle::visualRect(layoutDirection(), rect(), area);
 }
 
 QRectF UndoBar::panel() const { return QRectF(rect()).adjusted(shadow, shadow, -shadow, -shadow); }
@@ -106,8 +119,10 @@ void UndoBar::paintEvent(QPaintEvent*) {
   paintBox(painter, panel(), tokens::groupRadius, colors.opaquePanel, QPen(colors.innerLine));
   painter.setFont(tokens::bodyFont());
   painter.setPen(colors.text);
-  painter.drawText(panel().adjusted(tokens::space16, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
-                   text_);
+  painter.setLayoutDirection(layoutDirection());
+  painter.drawText(placed({shadow + tokens::space16, shadow, textWidth_, height() - 2 * shadow}),
+                   Qt::AlignVCenter | Qt::AlignLeading,
+                   QFontMetrics(tokens::bodyFont()).elidedText(text_, Qt::ElideMiddle, textWidth_));
   const auto undo = model_->pendingUndo();
   if (!undo) return;
   const double part = std::clamp(
@@ -115,8 +130,9 @@ void UndoBar::paintEvent(QPaintEvent*) {
       1.0);
   const int seconds =
       static_cast<int>(std::ceil(std::chrono::duration<double>(undo->left).count()));
-  const QRectF circle(panel().right() - tokens::space12 - ring, panel().center().y() - ring / 2.0,
-                      ring, ring);
+  const int ring = ringSide();
+  const QRectF circle(
+      placed({width() - shadow - tokens::space12 - ring, (height() - ring) / 2, ring, ring}));
   painter.setBrush(Qt::NoBrush);
   // Without animations the number alone counts.
   if (tokens::motion(1) > 0) {

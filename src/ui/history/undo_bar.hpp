@@ -29,10 +29,12 @@ class UndoBar : public QWidget {
  private:
   void place();
   [[nodiscard]] QRectF panel() const;
+  [[nodiscard]] QRect placed(const QRect& area) const;  ///< mirrored with the window
 
   std::shared_ptr<HistoryModel> model_;
   QPushButton* undo_;
   QString text_;
+  int textWidth_ = 0;
   QBasicTimer timer_;
   int bottom_ = 0;
 };
