@@ -70,12 +70,12 @@ BusReply toBus(CommandReply reply) {
   return {static_cast<int>(reply.status), std::move(reply.output), std::move(reply.error)};
 }
 
-/// Pictures come and go. By default the memory of the first ones, as large as the screen, would
-/// make the allocator keep that much of everything that follows.
+/// Pictures come and go. By default the memory of the first one as large as the screen would make
+/// the allocator keep twice that much for every thread from then on.
 void giveMemoryBack() {
-  constexpr int kept = 1 << 20;  // bytes
-  (void)::mallopt(M_MMAP_THRESHOLD, kept);
-  (void)::mallopt(M_TRIM_THRESHOLD, 2 * kept);
+  constexpr int megabyte = 1 << 20;
+  (void)::mallopt(M_MMAP_THRESHOLD, 16 * megabyte);
+  (void)::mallopt(M_TRIM_THRESHOLD, 4 * megabyte);
 }
 
 /// A command that is about to end cannot do what the desktop wants; another process can, once this

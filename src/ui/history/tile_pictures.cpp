@@ -10,7 +10,7 @@
 namespace vantorel {
 namespace {
 
-constexpr int mostKilobytes = 48 * 1024;
+constexpr int mostKilobytes = 40 * 1024;
 
 QString keyOf(const ScreenshotEntry& entry) { return QString::fromStdString(entry.id); }
 
