@@ -96,9 +96,8 @@ for combination in "$@"; do
     show welcome Vantorel
     take first-start
     keys ctrl+w
-    # The card in its corner, with its actions and what it offers beside it, as a compositor shows it.
-    picom --backend xrender --no-fading-openclose &
-    children+=($!)
+    # The card in its corner, with its actions and what it offers beside it,
+    # without a compositor.
     xmessage -geometry "$(scaled 560)x$(scaled 300)+60+60" \
       -title Reminder "The meeting is at ten, in the small room." &
     children+=($!)
