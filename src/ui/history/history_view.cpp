@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "ui/history/captures_accessible.hpp"
-#include "ui/history/name_field.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/tokens.hpp"
 
