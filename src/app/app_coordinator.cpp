@@ -65,12 +65,14 @@ AppCoordinator::AppCoordinator(Services services)
     menuChanged();
   });
   if (services_.hotKeys != nullptr) {
-    keys_ = std::make_unique<CommandKeys>(
-        CommandKeys::Services{.main = services_.main,
-                              .hotKeys = *services_.hotKeys,
-                              .settings = services_.settings,
-                              .alerts = services_.alerts,
-                              .perform = [this](const auto& command) { perform(command); }});
+    keys_ = std::make_unique<CommandKeys>(CommandKeys::Services{
+        .main = services_.main,
+        .hotKeys = *services_.hotKeys,
+        .settings = services_.settings,
+        .alerts = services_.alerts,
+        .perform = [this](const auto& command) { perform(command); },
+        .isSaidInWindow =
+            [this] { return surfaces_.settings.isOpen() || surfaces_.welcome.isOpen(); }});
   }
   if (services_.statusItem != nullptr) {
     menu_ = std::make_unique<TrayMenu>(*this, services_.main, *services_.statusItem);

@@ -106,11 +106,11 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
     return std::ranges::find(menu, label, &StatusMenuItem::label)->shortcut;
   };
   run->runners.advance(20s);
-  EXPECT_THAT(run->alerts.notices,
-              ElementsAre(testing::_,
-                          "Keys that don't work: Another program holds Alt+Print. It "
-                          "works once that program lets go. For another key, as here: "
-                          "vantorel settings set windowHotKey Ctrl+Shift+1"));
+  EXPECT_THAT(
+      run->alerts.notices,
+      ElementsAre(testing::_,
+                  "Keys that don't work: Another program holds Alt+Print. It "
+                  "works once that program lets go. Settings, Shortcuts gives other keys."));
   EXPECT_EQ(shortcutOf("Capture Window"), "");
   EXPECT_EQ(shortcutOf("Capture Main Display"), "Shift+Print");
   std::string said = "nothing";

@@ -68,19 +68,6 @@ std::string CommandKeys::workingKey(ShortcutID id) const {
   return key ? displayText(*key) : std::string();
 }
 
-/// A key that no command has, as it is typed.
-std::string CommandKeys::unusedKey() const {
-  for (int digit = 1; digit < 9; ++digit) {
-    std::string key = fmt::format("Ctrl+Shift+{}", digit);
-    const bool isUsed = std::ranges::any_of(enumNames<ShortcutID>, [&](const auto& entry) {
-      const auto spec = keyOf(entry.value);
-      return spec && displayText(*spec) == key;
-    });
-    if (!isUsed) return key;
-  }
-  return "Ctrl+Shift+9";
-}
-
 /// Says once of each key that it does not work, of all of them together.
 void CommandKeys::reportRefused() {
   const std::vector<RefusedShortcut> refused = registry_.refused();
@@ -91,12 +78,9 @@ void CommandKeys::reportRefused() {
   const bool isNews = !std::ranges::includes(reported_, now);
   reported_ = std::move(now);
   if (refused.empty()) services_.alerts.withdraw(refusedKeysTitle);
-  if (!isNews) return;
-  // A command that can be pasted as it is.
-  std::string body =
-      sentences(refused) + fmt::format(" For another key, as here: vantorel settings set {} {}",
-                                       settingOf(refused.front().id), unusedKey());
-  services_.alerts.notify(refusedKeysTitle, std::move(body));
+  if (!isNews || services_.isSaidInWindow()) return;
+  services_.alerts.notify(refusedKeysTitle,
+                          sentences(refused) + " Settings, Shortcuts gives other keys.");
 }
 
 void CommandKeys::whenKnown(std::string_view setting, std::function<void(std::string)> known) {

@@ -37,6 +37,7 @@ class CommandKeys {
     SettingsStore& settings;
     Alerts& alerts;
     std::function<void(const DesktopCommand&)> perform;
+    std::function<bool()> isSaidInWindow;  ///< which keys do not work
   };
 
   explicit CommandKeys(Services services);
@@ -66,7 +67,6 @@ class CommandKeys {
   }
   void bindCommand(ShortcutID id);
   void reportRefused();
-  [[nodiscard]] std::string unusedKey() const;
 
   Services services_;
   ShortcutRegistry registry_;

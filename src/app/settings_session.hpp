@@ -37,7 +37,8 @@ struct SettingsSession : TestLibrary {
         .hotKeys = hotKeys,
         .settings = *settings,
         .alerts = alerts,
-        .perform = [this](const DesktopCommand& command) { performed.push_back(command.name); }});
+        .perform = [this](const DesktopCommand& command) { performed.push_back(command.name); },
+        .isSaidInWindow = [] { return false; }});
     move.emplace(LibraryMove::Services{.main = runners.main(),
                                        .work = runners.runner("work"),
                                        .files = files,

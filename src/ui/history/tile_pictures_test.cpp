@@ -4,7 +4,6 @@
 
 #include <QImage>
 
-#include "platform/linux/linux_image_codec.hpp"
 #include "platform/testing/fake_files.hpp"
 #include "platform/testing/fake_runners.hpp"
 #include "ui/testing/ui_test_case.hpp"
@@ -59,7 +58,7 @@ class TilePicturesTest : public UiTestCase {
 
   FakeRunners runners;
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
-  std::shared_ptr<LinuxImageCodec> codec = std::make_shared<LinuxImageCodec>();
+  std::shared_ptr<const ImageCodec> codec = pictureCodec();
 };
 
 TEST_F(TilePicturesTest, ShowWhatIsThereOfAPictureWithTransparentParts) {

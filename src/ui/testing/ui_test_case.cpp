@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include "platform/linux/desktop_session.hpp"
+#include "platform/linux/linux_image_codec.hpp"
 #include "ui/qt_desktop_ui.hpp"
 
 namespace vantorel {
@@ -44,6 +45,10 @@ void UiTestCase::startUi() {
 }
 
 std::unique_ptr<DesktopUi> UiTestCase::makeUi() { return makeQtDesktopUi(*makeDisplayServer()); }
+
+std::shared_ptr<const ImageCodec> UiTestCase::pictureCodec() {
+  return std::make_shared<LinuxImageCodec>();
+}
 
 std::shared_ptr<NativeWindows> UiTestCase::nativeWindows() {
   const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/image_codec.hpp"
 #include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
 #include "ui/desktop_ui.hpp"
@@ -28,6 +29,9 @@ class UiTestCase : public testing::Test {
 
   /// Null when no display server answers.
   [[nodiscard]] static std::unique_ptr<DesktopUi> makeUi();
+
+  /// Of real files.
+  [[nodiscard]] static std::shared_ptr<const ImageCodec> pictureCodec();
 
   /// On the toolkit's connection.
   [[nodiscard]] std::shared_ptr<NativeWindows> nativeWindows();
