@@ -24,6 +24,7 @@ int cardHeight(const QSize& picture) {
 
 bool fills(const QSize& picture) {
   if (picture.isEmpty()) return true;
+  if (2 * picture.width() < width) return false;  // it would be a blur
   const double height = double(width) * picture.height() / picture.width();
   return height >= leastHeight - 1 && height <= mostHeight + 1;
 }

@@ -12,6 +12,7 @@ TEST(CardLayoutTest, CardsAreAsHighAsTheirPictures) {
   EXPECT_TRUE(fills({3840, 2160}));
   EXPECT_TRUE(fills({280, 175}));
   EXPECT_FALSE(fills({4000, 40}));
+  EXPECT_FALSE(fills({40, 20}));
   EXPECT_FALSE(fills({40, 4000}));
 }
 

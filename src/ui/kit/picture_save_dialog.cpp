@@ -3,7 +3,9 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QStandardPaths>
+#include <QTreeView>
 #include <utility>
 
 #include "capture/records/export_format.hpp"
@@ -48,6 +50,14 @@ QFileDialog* makePictureSaveDialog(QWidget* parent, const QString& fileName,
   dialog->selectNameFilter(filterOf(own));
   dialog->setDefaultSuffix(asText(fileExtension(own)));
   dialog->selectFile(fileName);
+  // Where the desktop has no dialog of its own, the toolkit's columns are narrower than what they
+  // hold.
+  if (auto* const list = dialog->findChild<QTreeView*>()) {
+    QHeaderView* const header = list->header();
+    header->setStretchLastSection(false);
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(0, QHeaderView::Stretch);
+  }
   // The name follows the format.
   QObject::connect(dialog, &QFileDialog::filterSelected, dialog, [dialog](const QString& filter) {
     for (const auto& [format, name] : enumNames<ExportFormat>) {
