@@ -226,7 +226,7 @@ std::optional<HistoryBlank> HistoryModel::blank() const {
     return HistoryBlank{
         Kind::nothingFound,
         query.text.empty() ? "Nothing matches the filters" : "Nothing matches “" + query.text + "”",
-        "Searched in " + where + "."};
+        "Searched in " + where + ".", query.scope != HistoryScope::all || query.hasFilters()};
   }
   if (isCollection) {
     return HistoryBlank{Kind::emptyCollection, collection->name,

@@ -54,6 +54,7 @@ struct HistoryBlank {
   Kind kind = Kind::loading;
   std::string title;
   std::string text{};
+  bool isNarrowed = false;  ///< a part of the library was searched, or a filter is on
 };
 
 /// What the History window shows and decides. Lives on the main runner.

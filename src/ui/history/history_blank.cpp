@@ -94,7 +94,7 @@ void HistoryBlankPage::show(const HistoryBlank& blank) {
     label->setFixedHeight(std::max(0, label->heightForWidth(textWidth)));
   }
   const bool isSearch = kind_ == Kind::nothingFound;
-  first_->setVisible(isSearch || kind_ == Kind::nothingCaptured);
+  first_->setVisible(isSearch ? blank.isNarrowed : kind_ == Kind::nothingCaptured);
   first_->setText(isSearch ? QStringLiteral("Search everything")
                            : QStringLiteral("Capture an area"));
   first_->setDefault(!isSearch);

@@ -20,7 +20,7 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
       collectMenu_(std::make_unique<QMenu>()),
       convertMenu_(std::make_unique<QMenu>()) {
   const auto subjects = [this] { return model_->subjects(); };
-  open = add(HistoryAction::open, QStringLiteral("Open"), IconName::annotate, {},
+  open = add(HistoryAction::open, QStringLiteral("Open"), IconName::image, {},
              [this, subjects] { model_->actions().open(subjects().front()); });
   copyPicture =
       add(HistoryAction::copyPicture, QStringLiteral("Copy"), IconName::copy, Qt::CTRL | Qt::Key_C,

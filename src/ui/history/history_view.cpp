@@ -122,9 +122,7 @@ bool HistoryView::isOnColumns(const QPoint& inViewport) const {
   return inViewport.y() < columnsHeight();
 }
 
-ListColumns HistoryView::columns() const {
-  return {viewport()->width(), model_->listing().hasDays(), layoutDirection()};
-}
+ListColumns HistoryView::columns() const { return {viewport()->width(), layoutDirection()}; }
 
 std::optional<HistorySort::By> HistoryView::sortAt(const QPoint& inViewport) const {
   if (!isOnColumns(inViewport)) return std::nullopt;

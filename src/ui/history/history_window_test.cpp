@@ -252,6 +252,9 @@ TEST_F(HistoryWindowTest, FiltersAreChipsThatAreTakenAwayByHandAndByKey) {
   };
   push("Search everything");
   EXPECT_EQ(run.model.listing().query(), (HistoryQuery{.text = "nowhere"}));
+  for (auto* const button : window->findChildren<QAbstractButton*>()) {
+    EXPECT_FALSE(button->isVisible() && button->text() == QLatin1String("Search everything"));
+  }
   push("Clear");
   EXPECT_EQ(run.model.listing().query(), HistoryQuery{});
   EXPECT_EQ(run.model.listing().size(), 12U);

@@ -178,16 +178,16 @@ void paintDayHeader(QPainter& painter, const QRect& area, const QString& title,
 
 // The list.
 
-ListColumns::ListColumns(int width, bool hasDays, Qt::LayoutDirection direction) {
+ListColumns::ListColumns(int width, Qt::LayoutDirection direction) {
   struct Wanted {
     What what;
     int width;
   };
   constexpr int pictureWidth = 52;
-  const std::array others{Wanted{What::application, 150}, Wanted{What::taken, hasDays ? 90 : 150},
-                          Wanted{What::size, 120}, Wanted{What::kind, 100},
-                          Wanted{What::collections, 160}};
-  constexpr int leastTitle = 160;
+  const std::array others{Wanted{What::application, 125}, Wanted{What::taken, 140},
+                          Wanted{What::size, 105}, Wanted{What::kind, 80},
+                          Wanted{What::collections, 120}};
+  const int leastTitle = std::min(width / 3, 240);
   const double scale = QFontMetrics(tokens::bodyFont()).height() / 17.0;
   const int begin = tokens::space16 + pictureWidth + tokens::space16;
   const int room = width - begin - tokens::space16;

@@ -33,8 +33,8 @@ void paintDayHeader(QPainter& painter, const QRect& area, const QString& title,
                     const QString& detail, const PaletteRoles& roles,
                     Qt::LayoutDirection direction);
 
-/// The columns of the list that fit a width: they leave from the right. Mirrored from right to
-/// left; without days the time has its date.
+/// The columns of the list that fit a width: they leave from the right. Mirrored where lines run
+/// from right to left.
 class ListColumns {
  public:
   enum class What { title, application, taken, size, kind, collections };
@@ -44,7 +44,7 @@ class ListColumns {
     int width = 0;
   };
 
-  ListColumns(int width, bool hasDays, Qt::LayoutDirection direction);
+  ListColumns(int width, Qt::LayoutDirection direction);
 
   [[nodiscard]] int picture() const { return picture_; }  ///< its left side
   [[nodiscard]] const std::vector<Column>& all() const { return columns_; }
