@@ -150,6 +150,12 @@ void addAfterCapture(std::vector<SettingRow>& rows) {
                   .group = "Card",
                   .label = "Offer to compress",
                   .needs = {"showQuickAccessOverlay", "true"}});
+  rows.push_back({.key = "cardRedact",
+                  .meaning = "the card has the row that covers sensitive text",
+                  .pane = afterCapture,
+                  .group = "Card",
+                  .label = "Offer to redact",
+                  .needs = {"showQuickAccessOverlay", "true"}});
 }
 
 /// In the order of the commands, under their titles.

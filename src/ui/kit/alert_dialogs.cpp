@@ -1,13 +1,19 @@
 #include "ui/kit/alert_dialogs.hpp"
 
+#include <QApplication>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QWindow>
 #include <algorithm>
 #include <utility>
 
 #include "base/check.hpp"
 #include "base/log.hpp"
 #include "ui/kit/desktop_palette.hpp"
+#include "ui/kit/icons.hpp"
+#include "ui/kit/tokens.hpp"
+#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {
@@ -31,6 +37,7 @@ AlertDialogs::~AlertDialogs() = default;
 AlertID AlertDialogs::ask(Alert alert, std::function<void(std::size_t)> answered) {
   VT_CHECK(!alert.buttons.empty());
   DesktopPalette::follow();
+  useVantorelStyle();
   waiting_.push_back({++last_, std::move(alert), std::move(answered)});
   if (waiting_.size() == 1) showFirst();
   return last_;
@@ -45,9 +52,15 @@ void AlertDialogs::showFirst() {
   // No window of ours is active when it comes, so the desktop would put it behind the others.
   box_->setWindowFlag(Qt::WindowStaysOnTopHint);
   box_->setTextFormat(Qt::PlainText);
-  box_->setIcon(alert.style == Alert::Style::warning ? QMessageBox::Warning
-                                                     : QMessageBox::Information);
+  const bool isWarning = alert.style == Alert::Style::warning;
+  box_->setIcon(isWarning ? QMessageBox::Warning : QMessageBox::Information);
+  box_->setIconPixmap(icon(isWarning ? IconName::warning : IconName::info,
+                           isWarning ? IconTint::warning : IconTint::quiet)
+                          .pixmap(emptyIconSize, emptyIconSize));
   box_->setText(QString::fromStdString(alert.message));
+  if (auto* const question = box_->findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
+    question->setFont(tokens::strongFont());
+  }
   box_->setInformativeText(QString::fromStdString(alert.informative));
   const std::size_t cancel = alert.cancelButton();
   std::vector<QAbstractButton*> buttons;
@@ -68,6 +81,13 @@ void AlertDialogs::showFirst() {
                                       : static_cast<std::size_t>(pressed - buttons.begin()));
   });
   box_->setAttribute(Qt::WA_ShowWithoutActivating, !alert.takesFocus);
+  // Over the window whose doing it asks about.
+  if (const QWidget* const asking = QApplication::activeWindow()) {
+    box_->winId();
+    box_->windowHandle()->setTransientParent(asking->windowHandle());
+    const QSize size = box_->sizeHint();
+    box_->move(asking->geometry().center() - QPoint(size.width() / 2, size.height() / 2));
+  }
   box_->show();
   if (alert.takesFocus) {
     bringForward();

@@ -22,6 +22,7 @@ namespace {
 
 /// Of the display's work area, for a window that was never placed.
 constexpr double greatestShare = 0.9;
+constexpr int titleBarRoom = 32;  // px, about
 
 QList<QRect> workAreasNow() {
   QList<QRect> areas;
@@ -122,6 +123,11 @@ void WindowFrame::hideMessage() { message_->hide(); }
 
 void WindowFrame::place() {
   isPlaced_ = true;
+  // A small screen may have less room than the window likes.
+  if (const QScreen* const shownOn = screen()) {
+    const QSize room = shownOn->availableGeometry().size() - QSize(0, titleBarRoom);
+    setMinimumSize(measures_.least.boundedTo(room));
+  }
   const auto before = places_ != nullptr ? places_->restore(name_, displaysKey()) : std::nullopt;
   if (before) {
     setGeometry(keptOnScreen({before->x, before->y, before->width, before->height}, measures_.least,
@@ -133,7 +139,7 @@ void WindowFrame::place() {
   const QScreen* const screen = this->screen();
   QSize most = measures_.usual;
   if (screen != nullptr) most = screen->availableGeometry().size() * greatestShare;
-  resize(measures_.usual.boundedTo(most).expandedTo(measures_.least));
+  resize(measures_.usual.boundedTo(most).expandedTo(minimumSize()));
 }
 
 void WindowFrame::followDisplays() {

@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QSlider>
 #include <QStyle>
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -36,7 +37,8 @@ SettingEditor choiceEditor(const Model& model, const std::string& id, QWidget* p
   auto* const box = new QComboBox(parent);
   // Wider only for words that need it, which a large font makes of most.
   box->setMinimumWidth(settingControlWidth);
-  box->setMaximumWidth(2 * settingControlWidth);
+  const double scale = QFontMetrics(tokens::bodyFont()).height() / 17.0;
+  box->setMaximumWidth(static_cast<int>(settingControlWidth * std::clamp(scale, 1.0, 2.0)));
   box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
   box->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
   QObject::connect(box, &QComboBox::activated, box, [model, id, box](int index) {
