@@ -295,6 +295,10 @@ std::string CardStack::obstacle(const Card& card, CardAction action) const {
   const bool isPicture = card.entry->medium == CaptureMedium::image;
   if (action == CardAction::copy && !isPicture) return "Only pictures can be copied.";
   if (action == CardAction::saveAs && !isPicture) return "Only pictures can be saved elsewhere.";
+  if (action == CardAction::open && std::ranges::find(card.entry->shapes, ShapeType::redact,
+                                                      &Shape::type) != card.entry->shapes.end()) {
+    return "The file of a redacted capture shows what is covered.";
+  }
   if (action == CardAction::trash) {
     if (auto refusal = services_.library.store().indexRefusal()) return asSentence(*refusal);
   }

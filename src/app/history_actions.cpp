@@ -130,6 +130,9 @@ std::optional<std::string> HistoryActions::obstacle(HistoryAction action,
   if (action == HistoryAction::dragOut && std::ranges::any_of(entries, isRedacted)) {
     return "The file of a redacted capture shows what is covered. Copy the picture instead.";
   }
+  if (action == HistoryAction::open && std::ranges::any_of(entries, isRedacted)) {
+    return "The file of a redacted capture shows what is covered. Space shows the picture here.";
+  }
   if (action == HistoryAction::remove && !std::ranges::all_of(entries, isAway)) {
     return "The file can be reached: move the capture to the Trash.";
   }

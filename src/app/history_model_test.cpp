@@ -210,6 +210,12 @@ TEST(HistoryModelTest, SavesElsewhereInTheFormatOfTheNameAndNeverOverACapture) {
     run.runners.run();
     return run.notice();
   };
+  // Another program would see the file as it is.
+  for (const auto action : {HistoryAction::open, HistoryAction::dragOut}) {
+    EXPECT_THAT(run.model.actions().obstacle(action, {run.store.find("covered")}).value_or(""),
+                HasSubstr("shows what is covered"));
+    EXPECT_EQ(run.model.actions().obstacle(action, {run.store.find("a")}), std::nullopt);
+  }
   EXPECT_EQ(save("a", "/elsewhere/mine.jpg"), "Saved as mine.jpg");
   EXPECT_THAT(run.files->text("/elsewhere/mine.jpg"), HasSubstr("jpeg"));
   EXPECT_FALSE(run.model.notice()->isProblem);

@@ -68,8 +68,8 @@ HistoryBar::HistoryBar(std::shared_ptr<HistoryModel> model, QWidget* parent)
   });
   row->addWidget(sidebar);
   row->addSpacing(tokens::space8);
-  row->addWidget(search_, 1);
-  row->addStretch(0);
+  row->addWidget(search_, 1000);
+  row->addStretch(1);  // what the search leaves
   row->addWidget(filter_);
   row->addWidget(modes_);
   row->addWidget(more);

@@ -259,7 +259,7 @@ void HistoryPreview::refresh() {
                              lookOf(*shown_) == lookOf(*entry) && reach == shownReach_;
   shown_ = entry;
   shownReach_ = reach;
-  const QString title = QString::fromStdString(titleOf(*entry));
+  const QString title = lineOf(titleOf(*entry));
   title_->setText(QFontMetrics(title_->font()).elidedText(title, Qt::ElideMiddle, width() / 3));
   title_->setToolTip(title);
   setAccessibleName(QStringLiteral("Preview of ") + title);
@@ -290,7 +290,12 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
   auto* const column = new QVBoxLayout(details_);
   column->setContentsMargins(tokens::space16, tokens::space16, tokens::space16, tokens::space16);
   column->setSpacing(tokens::space12);
-  QLabel* const title = wrapped(QString::fromStdString(titleOf(*entry)));
+  // Two lines of it; one of a word that cannot be broken.
+  const QString words = lineOf(titleOf(*entry));
+  const int room = (words.contains(' ') ? 2 : 1) * (detailsWidth - 3 * tokens::space16);
+  QLabel* const title =
+      wrapped(QFontMetrics(tokens::titleFont()).elidedText(words, Qt::ElideMiddle, room));
+  title->setToolTip(words);
   title->setFont(tokens::titleFont());
   column->addWidget(title);
   QLabel* const moment = wrapped(momentText(entry->capturedAt));

@@ -123,9 +123,8 @@ void HistoryView::paintTile(QPainter& painter, std::size_t place) const {
                       title.height());
   painter.setFont(tokens::bodyFont());
   painter.setPen(roles.text);
-  painter.drawText(
-      caption, Qt::AlignVCenter | Qt::AlignLeading,
-      title.elidedText(QString::fromStdString(titleOf(entry)), Qt::ElideMiddle, caption.width()));
+  painter.drawText(caption, Qt::AlignVCenter | Qt::AlignLeading,
+                   title.elidedText(lineOf(titleOf(entry)), Qt::ElideMiddle, caption.width()));
   QString below = QString::fromStdString(model_->listing().timeOf(place));
   if (entry.sourceApp) below += " · " + QString::fromStdString(entry.sourceApp->name);
   const QRect second(caption.left(), caption.bottom() + 2, caption.width(), small.height());

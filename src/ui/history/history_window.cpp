@@ -286,6 +286,11 @@ void HistoryWindow::showMore(const QPoint& at) {
   QAction* const undo = menu->addAction(icon(IconName::undo), QStringLiteral("Undo"),
                                         Qt::CTRL | Qt::Key_Z, this, [this] { model_->undo(); });
   undo->setEnabled(model_->pendingUndo().has_value());
+  // Without a tray these are nowhere else.
+  menu->addSeparator();
+  menu->addAction(icon(IconName::area), QStringLiteral("Capture Area"), this,
+                  [this] { model_->captureArea(); });
+  addActionsTo(*menu);
   menu->popup(at);
 }
 

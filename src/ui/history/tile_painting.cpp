@@ -213,6 +213,8 @@ ListColumns::ListColumns(int width, Qt::LayoutDirection direction) {
   for (Column& column : columns_) column.left = width - column.left - column.width;
 }
 
+QString lineOf(const std::string& title) { return QString::fromStdString(title).simplified(); }
+
 QString nameOf(ListColumns::What column) {
   using enum ListColumns::What;
   switch (column) {
@@ -255,7 +257,7 @@ QString listText(ListColumns::What column, const ScreenshotEntry& entry, const H
                  std::size_t place) {
   using enum ListColumns::What;
   switch (column) {
-    case title: return QString::fromStdString(titleOf(entry));
+    case title: return lineOf(titleOf(entry));
     case application:
       return entry.sourceApp ? QString::fromStdString(entry.sourceApp->name) : QString();
     case taken: return QString::fromStdString(model.listing().timeOf(place));

@@ -33,6 +33,9 @@ void paintDayHeader(QPainter& painter, const QRect& area, const QString& title,
                     const QString& detail, const PaletteRoles& roles,
                     Qt::LayoutDirection direction);
 
+/// A title may have lines and tabs; where it is shown it has one line.
+[[nodiscard]] QString lineOf(const std::string& title);
+
 /// The columns of the list that fit a width: they leave from the right. Mirrored where lines run
 /// from right to left.
 class ListColumns {

@@ -115,6 +115,16 @@ QPalette desktopPalette(bool isDark, const QColor& accent) {
   return palette;
 }
 
+/// A desktop's quiet text may be left over from its other colors.
+void keepQuietTextReadable(QPalette& palette) {
+  const QColor quiet = palette.color(QPalette::Active, QPalette::PlaceholderText);
+  if (contrast(quiet, palette.color(QPalette::Active, QPalette::Base)) >= leastOnHighlight &&
+      contrast(quiet, palette.color(QPalette::Active, QPalette::Window)) >= leastOnHighlight) {
+    return;
+  }
+  set(palette, {QPalette::PlaceholderText}, rolesOf(palette).quiet);
+}
+
 QPalette paletteOfKDE(const QString& file) {
   const QSettings settings(file, QSettings::IniFormat);
   const auto window = colorAt(settings, "Colors:Window", "BackgroundNormal");
@@ -137,6 +147,7 @@ QPalette paletteOfKDE(const QString& file) {
   take("Colors:Selection", "ForegroundNormal", {P::HighlightedText});
   take("Colors:Tooltip", "BackgroundNormal", {P::ToolTipBase});
   take("Colors:Tooltip", "ForegroundNormal", {P::ToolTipText});
+  keepQuietTextReadable(palette);
   fadeWhatIsOff(palette);
   return palette;
 }
@@ -242,6 +253,9 @@ void DesktopPalette::take(const QString& space, const QString& key, QVariant val
 
 void DesktopPalette::followSettingsOfKDE() {
   // The toolkit has read them at the start; only changes are ours.
+  QPalette palette = QApplication::palette();
+  keepQuietTextReadable(palette);
+  QApplication::setPalette(palette);
   watcher_ = new QFileSystemWatcher(this);
   const QString file =
       QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("kdeglobals"));

@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QRadioButton>
 #include <QScreen>
 #include <QShortcut>
@@ -103,6 +104,16 @@ void WindowFrame::addKey(const QKeySequence& key, std::function<void()> WindowAc
 }
 
 void WindowFrame::setContent(QWidget* content) { layout_->addWidget(content, 1); }
+
+void WindowFrame::addActionsTo(QMenu& menu) {
+  const auto add = [&](const char* label, const QKeySequence& key,
+                       const std::function<void()>& run) {
+    if (run) menu.addAction(QString::fromUtf8(label), key, this, run);
+  };
+  add("Settings…", QKeySequence(Qt::CTRL | Qt::Key_Comma), actions_.showSettings);
+  add("Help", QKeySequence(Qt::Key_F1), actions_.showHelp);
+  add("Quit Vantorel", QKeySequence(Qt::CTRL | Qt::Key_Q), actions_.quit);
+}
 
 void WindowFrame::bringForward() {
   if (!isVisible()) {

@@ -10,6 +10,7 @@
 #include "app/surface_registry.hpp"
 #include "app/window_places.hpp"
 
+class QMenu;
 class QVBoxLayout;
 
 namespace vantorel {
@@ -56,6 +57,9 @@ class WindowFrame : public QWidget, public Surface {
  protected:
   /// Takes what the window shows; below the messages, to the edges.
   void setContent(QWidget* content);
+
+  /// What every window leads to, with its keys, at the end of a menu of its own.
+  void addActionsTo(QMenu& menu);
 
   /// Esc that nothing inside has used. Does nothing here: windows are closed by Ctrl+W.
   virtual void leave() {}
