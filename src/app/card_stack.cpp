@@ -111,6 +111,13 @@ std::uint64_t CardStack::put(Card card) {
   return last_;
 }
 
+/// For a capture whose card went, or that never had one.
+std::uint64_t CardStack::putAnew(const EntryPointer& entry) {
+  const std::uint64_t number = put({.entry = entry, .badge = lengthBadge(*entry)});
+  readPicture(cards_.front());
+  return number;
+}
+
 void CardStack::add(const CaptureOutcome::Saved& saved) {
   if (!services_.settings.values().showQuickAccessOverlay || saved.entry == nullptr) return;
   if (withEntry(saved.entry->id) != nullptr) return;
@@ -186,9 +193,7 @@ std::optional<std::uint64_t> CardStack::cardForKeyboard() {
   }
   for (const EntryPointer& entry : services_.library.store().newestFirst()) {
     if (entry->medium != CaptureMedium::image) continue;
-    const std::uint64_t number = put({.entry = entry, .badge = lengthBadge(*entry)});
-    readPicture(cards_.front());
-    return number;
+    return putAnew(entry);
   }
   return std::nullopt;
 }
@@ -358,13 +363,15 @@ std::string CardStack::suggestedFileName(const Card& card) const {
   return Path(card.entry->path).filename().string();
 }
 
-void CardStack::saveAs(std::uint64_t number, const Path& file) {
-  const Card* const card = find(number);
-  if (card == nullptr) return;
-  const EntryPointer entry = card->entry;
-  if (!begin(number)) return;
+void CardStack::saveAs(const EntryPointer& asked, const Path& file) {
+  const Card* const there = withEntry(asked->id);
+  const std::uint64_t number = there != nullptr ? there->number : putAnew(asked);
+  const EntryPointer now = services_.library.store().find(asked->id);
+  const bool isShown = begin(number);
   services_.exporting.saveAs(
-      entry, file, lifetime_.guard([this, number](const Result<Path, ExportFailure>& written) {
+      now ? now : asked, file,
+      lifetime_.guard([this, number, isShown](const Result<Path, ExportFailure>& written) {
+        if (!isShown && written) return;  // it shows what else is done with it
         ended(number, written ? std::string() : sentence(written.error()));
       }));
 }

@@ -142,8 +142,9 @@ class CardStack {
 
   /// The name that saving it elsewhere begins with, and the format of that file.
   [[nodiscard]] std::string suggestedFileName(const Card& card) const;
-  /// In the format that the name's extension says, or the capture's own.
-  void saveAs(std::uint64_t number, const Path& file);
+  /// In the format that the name's extension says, or the capture's own. A card that went while
+  /// somebody chose the file comes back with what became of it.
+  void saveAs(const EntryPointer& entry, const Path& file);
 
   /// What is dragged out of a card: the picture as a PNG file, and the capture's own file, unless
   /// what is drawn on the capture or covered is not in that.
@@ -183,6 +184,7 @@ class CardStack {
   Card* at(std::uint64_t number);
   Card* withEntry(const std::string& id);
   std::uint64_t put(Card card);
+  std::uint64_t putAnew(const EntryPointer& entry);
   void readPicture(const Card& card);
   void libraryChanged(const HistoryChange& change);
   void touched(std::uint64_t number);

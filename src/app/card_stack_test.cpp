@@ -206,15 +206,25 @@ TEST_F(CardStackTest, OpensRevealsAndSavesElsewhere) {
   EXPECT_THAT(revealed, ElementsAre("/captures/a.png"));
   library.files->folders.insert("/elsewhere");
   EXPECT_EQ(stack.suggestedFileName(*stack.find(a)), "a.png");
-  stack.saveAs(a, "/elsewhere/mine.jpg");
+  const EntryPointer entryA = stack.find(a)->entry;
+  stack.saveAs(entryA, "/elsewhere/mine.jpg");
   library.runners.run();
   EXPECT_THAT(library.files->text("/elsewhere/mine.jpg"), HasSubstr("jpeg"));
-  stack.saveAs(a, "/elsewhere/plain");
+  stack.saveAs(entryA, "/elsewhere/plain");
   library.runners.run();
   EXPECT_TRUE(library.files->disk.contains("/elsewhere/plain.png"));
-  stack.saveAs(a, "/captures/b.png");
+  stack.saveAs(entryA, "/captures/b.png");
   library.runners.run();
   EXPECT_EQ(stack.find(a)->state, Card::State::failed) << "never over another capture";
+
+  // The question where to may stay longer than the card.
+  const auto b = capture("b");
+  const EntryPointer entryB = stack.find(b)->entry;
+  stack.dismiss(b);
+  stack.saveAs(entryB, "/elsewhere/late.png");
+  library.runners.run();
+  EXPECT_TRUE(library.files->disk.contains("/elsewhere/late.png"));
+  EXPECT_EQ(stack.cards().front().entry->id, "b");
 
   openFails = Failure{FailureKind::other, "no program opens PNG pictures"};
   stack.open(a);

@@ -387,7 +387,7 @@ void CardWindow::saveAs() {
   neighbours_.giveFocusBack();
   QFileDialog* const dialog = makePictureSaveDialog(
       nullptr, text(stack_.suggestedFileName(*shown)),
-      [&stack = stack_, number = number_](const Path& file) { stack.saveAs(number, file); });
+      [&stack = stack_, entry = shown->entry](const Path& file) { stack.saveAs(entry, file); });
   dialog->setWindowFlag(Qt::WindowStaysOnTopHint);
   // The card waits for the answer, however long that takes.
   neighbours_.pointed(*this, true);
