@@ -12,7 +12,7 @@ TEST(ShownPictureTest, NothingIsShownWithoutWhatCoversIt) {
   bool canDraw = true;
   int drawn = 0;
   const PictureFinish finish =
-      withAnnotations([&](const EditorDocument& document, Image base,
+      withAnnotations([&](const EditorDocument& document, const Image& base,
                           std::optional<double> scale) -> Result<Image, SceneFailure> {
         ++drawn;
         EXPECT_EQ(document.shapes.size(), 1U);

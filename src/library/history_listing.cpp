@@ -315,7 +315,7 @@ std::optional<std::size_t> HistoryListing::placeOf(std::string_view id) const {
 std::string HistoryListing::timeOf(std::size_t place) const {
   const Row& row = rows_[matches_[place]];
   const LocalDay& day = days_[row.day].day;
-  const std::string time = clockTime(row.entry->capturedAt, day);
+  std::string time = clockTime(row.entry->capturedAt, day);
   if (hasDays()) return time;
   return fmt::format("{}-{:02}-{:02} {}", day.year, day.month, day.day, time);
 }

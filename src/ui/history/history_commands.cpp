@@ -2,6 +2,7 @@
 
 #include <QCursor>
 #include <QFileDialog>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QWidget>
 #include <algorithm>
@@ -61,7 +62,6 @@ QAction* HistoryCommands::add(HistoryAction what, const QString& label, IconName
                               const QKeySequence& key, std::function<void()> run) {
   auto* const action = new QAction(icon(symbol), label, this);
   action->setShortcut(key);
-  // Off, a key still says why it does nothing.
   connect(action, &QAction::triggered, this, [this, what, run = std::move(run)] {
     if (!model_->subjects().empty() && !model_->refuses(what)) run();
   });
@@ -91,6 +91,17 @@ void HistoryCommands::refresh() {
   // Only where it is the way out.
   remove->setVisible(std::ranges::any_of(
       subjects, [this](const EntryPointer& entry) { return model_->isOutOfReach(*entry); }));
+}
+
+bool HistoryCommands::explain(const QKeyEvent& press) {
+  const QKeySequence key(press.keyCombination());
+  for (const Row& row : rows_) {
+    if (row.action->isEnabled() || !row.action->isVisible() || row.action->shortcut() != key) {
+      continue;
+    }
+    return !model_->subjects().empty() && model_->refuses(row.what);
+  }
+  return false;
 }
 
 void HistoryCommands::fill(QMenu& menu) {

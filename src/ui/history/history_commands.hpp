@@ -9,6 +9,7 @@
 #include "app/history_model.hpp"
 #include "ui/kit/icons.hpp"
 
+class QKeyEvent;
 class QMenu;
 
 namespace vantorel {
@@ -39,6 +40,9 @@ class HistoryCommands : public QObject {
 
   /// Makes a collection and puts what is selected into it.
   std::function<void()> onNewCollection;
+
+  /// The key of something that is off now: says why. False when it is none.
+  bool explain(const QKeyEvent& press);
 
   /// All of them, for a right click.
   void fill(QMenu& menu);

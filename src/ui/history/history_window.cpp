@@ -258,6 +258,10 @@ void HistoryWindow::nextPane(bool isBack) {
   }
 }
 
+void HistoryWindow::keyPressEvent(QKeyEvent* event) {
+  if (!commands_->explain(*event)) WindowFrame::keyPressEvent(event);
+}
+
 void HistoryWindow::showMore(const QPoint& at) {
   auto* const menu = new QMenu(this);
   menu->setAttribute(Qt::WA_DeleteOnClose);

@@ -27,6 +27,7 @@ class HistoryWindow : public WindowFrame {
 
  protected:
   void leave() override;
+  void keyPressEvent(QKeyEvent* event) override;
   bool eventFilter(QObject* object, QEvent* event) override;
 
  private:

@@ -176,6 +176,16 @@ TEST_F(HistoryWindowTest, AHandAndAKeyboardDoWhatTheySay) {
   EXPECT_EQ(run.model.listing().size(), 12U);
   EXPECT_FALSE(find("undo")->isVisible());
 
+  // What can't be done now says why, by its key as well.
+  run.reach["shot3"] = FileReach::folderUnreachable;
+  run.model.select([](HistorySelection& selection) { selection.selectAll(); });
+  key(XK_Delete);
+  EXPECT_EQ(run.model.listing().size(), 12U);
+  EXPECT_EQ(run.notice(), "The file of a selected capture is out of reach.");
+  run.model.dismissNotice();
+  run.reach.clear();
+  key(XK_Home);
+
   // A band drawn from below the last row.
   const QPoint corner = view->viewport()->mapToGlobal(view->viewport()->rect().bottomLeft());
   movePointer(corner + QPoint(6, -6));
