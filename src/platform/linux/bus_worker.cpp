@@ -1,6 +1,7 @@
 #include "platform/linux/bus_worker.hpp"
 
 #include <sdbus-c++/sdbus-c++.h>
+#include <systemd/sd-bus.h>
 
 #include <chrono>
 
@@ -11,6 +12,21 @@ namespace vantorel {
 namespace {
 
 constexpr std::chrono::seconds callBound{5};
+
+/// The bus library chooses the key of its hash tables when it makes the first one, and does not
+/// guard that: a second thread that makes its first one meanwhile would change the key of tables in
+/// use, and answers to calls would not be found in them. One table is made here before any other.
+void chooseHashKey() {
+  static const bool isChosen = [] {
+    sd_bus* bus = nullptr;
+    if (sd_bus_new(&bus) < 0) return false;
+    const auto nothing = [](sd_bus_message*, void*, sd_bus_error*) { return 0; };
+    const bool isMade = sd_bus_add_object(bus, nullptr, "/", nothing, nullptr) >= 0;
+    sd_bus_unref(bus);
+    return isMade;
+  }();
+  if (!isChosen) logWarning("Bus", "the bus library could not be prepared");
+}
 
 }  // namespace
 
@@ -71,6 +87,7 @@ void BusWorker::State::waitForWork() const {
 }
 
 void BusWorker::run(const std::shared_ptr<State>& state) {
+  chooseHashKey();
   for (;;) {
     // Asked first, so that no job that was posted before the stop is missed.
     const bool isStopping = state->jobs.isStopping();
