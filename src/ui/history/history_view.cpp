@@ -40,7 +40,7 @@ HistoryView::HistoryView(std::shared_ptr<HistoryModel> model, QWidget* parent)
   viewport()->setMouseTracking(true);
   verticalScrollBar()->setSingleStep(60);
   pictures_.onCome = [this](const EntryPointer& entry) {
-    if (const auto place = model_->listing().placeOf(entry->id)) updateTile(*place);
+    if (const auto place = model_->listing().placeOf(entry->id)) updatePicture(*place);
   };
 }
 
@@ -134,8 +134,10 @@ std::optional<HistorySort::By> HistoryView::sortAt(const QPoint& inViewport) con
   return std::nullopt;
 }
 
-void HistoryView::updateTile(std::size_t place) {
-  viewport()->update(areaOf(place).adjusted(-8, -8, 8, 8));
+void HistoryView::updatePicture(std::size_t place) {
+  QRect area = areaOf(place);
+  if (!layout_.isList()) area.setHeight(layout_.pictureSize().height());
+  viewport()->update(area);
 }
 
 void HistoryView::scrollTo(std::size_t place) {
@@ -195,7 +197,8 @@ void HistoryView::changeEvent(QEvent* event) {
 void HistoryView::scrollContentsBy(int, int dy) {
   viewport()->scroll(0, dy);
   const int header = tokens::controlHeight(headerHeight, tokens::strongFont());
-  viewport()->update(0, 0, viewport()->width(), columnsHeight() + header + std::abs(dy));
+  // The header that stays was moved with the rest.
+  viewport()->update(0, 0, viewport()->width(), columnsHeight() + header + std::max(0, dy));
   if (!previewTimer_.isActive()) previewTimer_.start(previewPause, this);
   if (verticalScrollBar()->isSliderDown()) {
     const auto& sections = model_->listing().sections();

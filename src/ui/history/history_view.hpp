@@ -74,7 +74,7 @@ class HistoryView : public QAbstractScrollArea {
  private:
   void arrange();
   void wantPreviews();
-  void updateTile(std::size_t place);
+  void updatePicture(std::size_t place);
   void tellFocus();
   [[nodiscard]] std::size_t navigationRows() const;
   [[nodiscard]] QPoint contentPoint(const QPoint& inViewport) const;
@@ -85,10 +85,11 @@ class HistoryView : public QAbstractScrollArea {
   [[nodiscard]] std::optional<HistorySort::By> sortAt(const QPoint& inViewport) const;
 
   void paintStrip(QPainter& painter, const QRect& strip) const;
-  void paintStickyHeader(QPainter& painter) const;
+  void paintCaptures(QPainter& painter, const QRect& dirty) const;
+  [[nodiscard]] QRect stickyHeader() const;
   void paintHeader(QPainter& painter, std::size_t section, const QRect& area) const;
   void paintColumns(QPainter& painter) const;
-  void paintTile(QPainter& painter, std::size_t place) const;
+  void paintTile(QPainter& painter, std::size_t place, const QRect& dirty) const;
   void paintRow(QPainter& painter, std::size_t place) const;
   void paintPicture(QPainter& painter, const ScreenshotEntry& entry, const QRect& area,
                     bool isSmall) const;

@@ -37,8 +37,27 @@ void HistoryView::paintStrip(QPainter& painter, const QRect& strip) const {
   painter.setRenderHint(QPainter::Antialiasing);
   if (layout_.sectionCount() == 0) return;
   const int offset = verticalScrollBar()->value() - columnsHeight();
-  const QRect dirty = strip.translated(0, offset);
+  // What lies under the header that stays need not be painted for it to be painted over.
+  const QRect sticky = stickyHeader();
+  const int covered = std::max(columnsHeight(), sticky.isEmpty() ? 0 : sticky.bottom() + 1);
+  QRect dirty = strip.translated(0, offset);
+  dirty.setTop(std::max(dirty.top(), covered + offset));
   painter.translate(0, -offset);
+  if (!dirty.isEmpty()) paintCaptures(painter, dirty);
+  if (isBand_ && !band_.isEmpty()) {
+    QColor fill = roles.focus;
+    fill.setAlphaF(0.14F);
+    paintBox(painter, QRectF(band_), 2, fill, QPen(roles.focus));
+  }
+  painter.translate(0, offset);
+  if (!sticky.isEmpty()) {
+    painter.fillRect(sticky, roles.base);
+    paintHeader(painter, layout_.sectionAt(verticalScrollBar()->value()), sticky);
+  }
+  if (layout_.isList()) paintColumns(painter);
+}
+
+void HistoryView::paintCaptures(QPainter& painter, const QRect& dirty) const {
   const std::size_t last = layout_.sectionAt(dirty.bottom());
   for (std::size_t section = layout_.sectionAt(dirty.top()); section <= last; ++section) {
     const QRect area = layout_.header(section);
@@ -50,33 +69,25 @@ void HistoryView::paintStrip(QPainter& painter, const QRect& strip) const {
     if (layout_.isList()) {
       paintRow(painter, place);
     } else {
-      paintTile(painter, place);
+      paintTile(painter, place, dirty);
     }
   }
-  if (isBand_ && !band_.isEmpty()) {
-    QColor fill = roles.focus;
-    fill.setAlphaF(0.14F);
-    paintBox(painter, QRectF(band_), 2, fill, QPen(roles.focus));
-  }
-  painter.translate(0, offset);
-  paintStickyHeader(painter);
-  if (layout_.isList()) paintColumns(painter);
 }
 
-/// The header of the day that is being looked at stays at the top.
-void HistoryView::paintStickyHeader(QPainter& painter) const {
+/// The header of the day that is being looked at stays at the top. None while it stands in its
+/// place.
+QRect HistoryView::stickyHeader() const {
   const int top = verticalScrollBar()->value();
   const std::size_t section = layout_.sectionAt(top);
   QRect sticky = layout_.header(section);
-  if (sticky.isEmpty() || sticky.top() >= top) return;
+  if (sticky.isEmpty() || sticky.top() >= top) return {};
   int y = columnsHeight();
   if (section + 1 < layout_.sectionCount()) {
     const QRect next = layout_.header(section + 1);
     if (!next.isEmpty()) y = std::min(y, next.top() - top + columnsHeight() - sticky.height());
   }
   sticky.moveTop(y);
-  painter.fillRect(sticky, rolesOf(palette()).base);
-  paintHeader(painter, section, sticky);
+  return sticky;
 }
 
 void HistoryView::paintHeader(QPainter& painter, std::size_t section, const QRect& area) const {
@@ -98,7 +109,7 @@ void HistoryView::paintPicture(QPainter& painter, const ScreenshotEntry& entry, 
                rolesOf(palette()));
 }
 
-void HistoryView::paintTile(QPainter& painter, std::size_t place) const {
+void HistoryView::paintTile(QPainter& painter, std::size_t place, const QRect& dirty) const {
   const PaletteRoles roles = rolesOf(palette());
   const ScreenshotEntry& entry = *model_->listing().at(place);
   const QRect tile = layout_.tile(place);
@@ -111,7 +122,7 @@ void HistoryView::paintTile(QPainter& painter, std::size_t place) const {
     paintFocusRing(painter, ring.adjusted(-2, -2, 2, 2), tokens::tileRadius + 4, roles.focus);
   }
   const QRect picture(tile.topLeft(), layout_.pictureSize());
-  paintPicture(painter, entry, picture, false);
+  if (picture.intersects(dirty)) paintPicture(painter, entry, picture, false);
   if (isSelected) {
     const QRect mark(picture.topLeft() + QPoint(6, 6), QSize(24, 24));
     paintCheck(painter, QStyle::visualRect(layoutDirection(), picture, mark).center(), roles);
@@ -121,6 +132,7 @@ void HistoryView::paintTile(QPainter& painter, std::size_t place) const {
   const QFontMetrics small(tokens::smallFont());
   const QRect caption(tile.left() + 2, picture.bottom() + captionGap, tile.width() - 4,
                       title.height());
+  if (dirty.bottom() < caption.top()) return;
   painter.setFont(tokens::bodyFont());
   painter.setPen(roles.text);
   painter.drawText(caption, Qt::AlignVCenter | Qt::AlignLeading,
