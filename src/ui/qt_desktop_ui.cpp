@@ -16,6 +16,7 @@
 #include "ui/capture/desktop_cover.hpp"
 #include "ui/card/card_windows.hpp"
 #include "ui/kit/alert_dialogs.hpp"
+#include "ui/kit/font_preload.hpp"
 #include "ui/kit/program_icon.hpp"
 #include "ui/kit/qt_runner.hpp"
 #include "ui/qt_app_windows.hpp"
@@ -121,6 +122,7 @@ class QtDesktopUi : public DesktopUi {
   int run() override {
     if (quitStatus_) return *quitStatus_;
     isRunning_ = true;
+    fonts_.start();
     return QApplication::exec();
   }
 
@@ -165,6 +167,7 @@ class QtDesktopUi : public DesktopUi {
   std::unique_ptr<CardWindows> cards_;
   CaptureFlash flash_{native_};
   AlertDialogs alerts_;
+  FontPreload fonts_;
   std::optional<int> quitStatus_;
   bool isRunning_ = false;
 };

@@ -84,7 +84,7 @@ void HistoryView::arrange() {
   verticalScrollBar()->setPageStep(std::max(1, room));
   verticalScrollBar()->setRange(0, std::max(0, layout_.height() - room));
   viewport()->update();
-  previewTimer_.start(previewPause, this);
+  wantPreviewsSoon();
 }
 
 void HistoryView::modelChanged(const HistoryModelChange& change) {
@@ -158,6 +158,11 @@ void HistoryView::choose(std::size_t place) {
   scrollTo(place);
 }
 
+/// Not before the window has been painted: making previews would hold it up.
+void HistoryView::wantPreviewsSoon() {
+  if (isPainted_) previewTimer_.start(previewPause, this);
+}
+
 void HistoryView::wantPreviews() {
   const int top = verticalScrollBar()->value();
   const int room = viewport()->height();
@@ -199,7 +204,7 @@ void HistoryView::scrollContentsBy(int, int dy) {
   const int header = tokens::controlHeight(headerHeight, tokens::strongFont());
   // The header that stays was moved with the rest.
   viewport()->update(0, 0, viewport()->width(), columnsHeight() + header + std::max(0, dy));
-  if (!previewTimer_.isActive()) previewTimer_.start(previewPause, this);
+  if (!previewTimer_.isActive()) wantPreviewsSoon();
   if (verticalScrollBar()->isSliderDown()) {
     const auto& sections = model_->listing().sections();
     if (sections.empty()) return;

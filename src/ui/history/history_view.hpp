@@ -73,6 +73,7 @@ class HistoryView : public QAbstractScrollArea {
 
  private:
   void arrange();
+  void wantPreviewsSoon();
   void wantPreviews();
   void updatePicture(std::size_t place);
   void tellFocus();
@@ -113,6 +114,7 @@ class HistoryView : public QAbstractScrollArea {
   QPoint bandFrom_;  // in the content
   QRect band_;       // in the content
   QWidget* editor_ = nullptr;
+  bool isPainted_ = false;
   QBasicTimer previewTimer_;
   QBasicTimer scrollTimer_;
   std::optional<QPoint> dragScroll_;

@@ -5,6 +5,7 @@
 #include <QScrollBar>
 #include <QStyle>
 #include <algorithm>
+#include <utility>
 
 #include "library/entry_title.hpp"
 #include "ui/history/history_view.hpp"
@@ -29,6 +30,7 @@ void HistoryView::paintEvent(QPaintEvent* event) {
     painter.setClipRect(strip);
     paintStrip(painter, strip);
   }
+  if (!std::exchange(isPainted_, true)) wantPreviewsSoon();
 }
 
 void HistoryView::paintStrip(QPainter& painter, const QRect& strip) const {
