@@ -4,6 +4,7 @@
 #include <xcb/render.h>
 #include <xcb/xfixes.h>
 
+#include <cstring>
 #include <map>
 
 namespace vantorel {
@@ -53,19 +54,21 @@ class Canvas {
 
   [[nodiscard]] xcb_pixmap_t pixmap() const { return pixmap_; }
 
-  void drawWallpaper() {
-    const xcb_screen_t& screen = session_.screen();
-    const auto property = xReply<xcb_get_property_reply>(
-        c_, xcb_get_property(c_, 0, screen.root, session_.atom(XAtom::rootPixmap), XCB_ATOM_PIXMAP,
-                             0, 1));
-    const auto wallpaper = words(property.get());
-    if (!wallpaper.empty()) {
-      const auto size = xReply<xcb_get_geometry_reply>(c_, xcb_get_geometry(c_, wallpaper[0]));
-      if (size && size->depth == screen.root_depth) {
-        draw(wallpaper[0], screen.root_visual, {0, 0, area_.right(), area_.bottom()}, true);
-        return;
-      }
+  /// What is seen where no window is. A compositor draws the wallpaper that the desktop names, or
+  /// something of its own; a bare place tells which.
+  void drawGround(const std::optional<PixelPoint>& bare) {
+    const auto wallpaper = findWallpaper();
+    std::optional<std::uint32_t> seen;
+    if (bare && session_.hasCompositor()) seen = pixelAt(session_.screen().root, *bare);
+    if (wallpaper && seen) {
+      const PixelPoint there{bare->x % wallpaper->size.width, bare->y % wallpaper->size.height};
+      if (pixelAt(wallpaper->pixmap, there) != seen) return fill(*seen);
     }
+    if (wallpaper) {
+      return draw(wallpaper->pixmap, session_.screen().root_visual,
+                  {0, 0, area_.right(), area_.bottom()}, true);
+    }
+    if (seen) return fill(*seen);
     drawRootBackground();
   }
 
@@ -90,6 +93,47 @@ class Canvas {
   }
 
  private:
+  struct Wallpaper {
+    xcb_pixmap_t pixmap = 0;
+    PixelSize size;
+  };
+
+  [[nodiscard]] std::optional<Wallpaper> findWallpaper() const {
+    const xcb_screen_t& screen = session_.screen();
+    const auto property = xReply<xcb_get_property_reply>(
+        c_, xcb_get_property(c_, 0, screen.root, session_.atom(XAtom::rootPixmap), XCB_ATOM_PIXMAP,
+                             0, 1));
+    const auto pixmap = words(property.get());
+    if (pixmap.empty()) return std::nullopt;
+    const auto size = xReply<xcb_get_geometry_reply>(c_, xcb_get_geometry(c_, pixmap[0]));
+    if (!size || size->depth != screen.root_depth) return std::nullopt;
+    return Wallpaper{pixmap[0], {size->width, size->height}};
+  }
+
+  /// The bits of a colour, as the root window's depth has them.
+  [[nodiscard]] std::optional<std::uint32_t> pixelAt(xcb_drawable_t drawable,
+                                                     const PixelPoint& at) const {
+    const auto image = xReply<xcb_get_image_reply>(
+        c_, xcb_get_image(c_, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, static_cast<std::int16_t>(at.x),
+                          static_cast<std::int16_t>(at.y), 1, 1, ~0U));
+    std::uint32_t pixel = 0;
+    if (!image || xcb_get_image_data_length(image.get()) < static_cast<int>(sizeof pixel)) {
+      return std::nullopt;
+    }
+    std::memcpy(&pixel, xcb_get_image_data(image.get()), sizeof pixel);
+    const unsigned depth = session_.screen().root_depth;
+    return depth < 32 ? pixel & ((1U << depth) - 1) : pixel;
+  }
+
+  void fill(std::uint32_t pixel) {
+    const auto context = xcb_generate_id(c_);
+    xcb_create_gc(c_, context, pixmap_, XCB_GC_FOREGROUND, &pixel);
+    const xcb_rectangle_t all{0, 0, static_cast<std::uint16_t>(area_.width),
+                              static_cast<std::uint16_t>(area_.height)};
+    xcb_poly_fill_rectangle(c_, pixmap_, context, 1, &all);
+    xcb_free_gc(c_, context);
+  }
+
   /// `source`'s corner lies at that of `place` on the root window; it is repeated as needed.
   void draw(xcb_pixmap_t source, xcb_visualid_t visual, const PixelRect& place, bool isOpaque) {
     const PixelRect part = intersection(place, area_);
@@ -107,20 +151,25 @@ class Canvas {
   }
 
   /// The root window keeps nothing behind other windows. A window of ours with its background,
-  /// drawn by the server into memory and not onto the screen, shows what would be there.
+  /// drawn by the server into memory and not onto the screen, shows what would be there. It begins
+  /// as a copy of the screen with all that is on it, and stays that where the root window has no
+  /// background at all: so it is blackened first.
   void drawRootBackground() {
     const xcb_screen_t& screen = session_.screen();
     const auto window = xcb_generate_id(c_);
-    const std::uint32_t values[] = {XCB_BACK_PIXMAP_PARENT_RELATIVE, 1};
+    const std::uint32_t values[] = {screen.black_pixel, 1};
     xcb_create_window(c_, screen.root_depth, window, screen.root,
                       static_cast<std::int16_t>(area_.x), static_cast<std::int16_t>(area_.y),
                       static_cast<std::uint16_t>(area_.width),
                       static_cast<std::uint16_t>(area_.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                      screen.root_visual, XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values);
+                      screen.root_visual, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
     const std::uint32_t below[] = {XCB_STACK_MODE_BELOW};
     xcb_configure_window(c_, window, XCB_CONFIG_WINDOW_STACK_MODE, below);
     xcb_composite_redirect_window(c_, window, XCB_COMPOSITE_REDIRECT_MANUAL);
     xcb_map_window(c_, window);
+    const std::uint32_t background[] = {XCB_BACK_PIXMAP_PARENT_RELATIVE};
+    xcb_change_window_attributes(c_, window, XCB_CW_BACK_PIXMAP, background);
+    xcb_clear_area(c_, 0, window, 0, 0, 0, 0);
     const auto content = xcb_generate_id(c_);
     xcb_composite_name_window_pixmap(c_, window, content);
     draw(content, screen.root_visual, area_, true);
@@ -139,9 +188,10 @@ class Canvas {
 }  // namespace
 
 Result<void> composeScreen(X11Session& session, const std::vector<XTopLevel>& windows,
-                           const PixelRect& area, const PixelBuffer& buffer, int x, int y) {
+                           const std::optional<PixelPoint>& bare, const PixelRect& area,
+                           const PixelBuffer& buffer, int x, int y) {
   Canvas canvas(session, area);
-  canvas.drawWallpaper();
+  canvas.drawGround(bare);
   for (const XTopLevel& window : windows) {
     if (window.isViewable && !intersection(window.outer, area).isEmpty()) canvas.drawWindow(window);
   }

@@ -61,6 +61,11 @@ void blankUnseen(const PixelRect& area, const std::vector<XMonitor>& monitors,
 
 Result<void> paintPointer(X11Session& session, const PixelRect& area, PixelBuffer& buffer);
 
+PixelRect withTraces(const PixelRect& window) {
+  return {window.x - reachOfTraces, window.y - reachOfTraces, window.width + 2 * reachOfTraces,
+          window.height + 2 * reachOfTraces};
+}
+
 /// What the program's own windows cover of an area.
 struct OwnWindows {
   std::vector<PixelRect> holes;   ///< within the area, on the root window
@@ -77,10 +82,7 @@ OwnWindows ownWindowsOver(X11Session& session, const std::vector<XTopLevel>& win
       own.others.push_back(window);
       continue;
     }
-    const PixelRect reached{window.outer.x - reachOfTraces, window.outer.y - reachOfTraces,
-                            window.outer.width + 2 * reachOfTraces,
-                            window.outer.height + 2 * reachOfTraces};
-    const PixelRect hole = intersection(reached, area);
+    const PixelRect hole = intersection(withTraces(window.outer), area);
     if (window.isViewable && !hole.isEmpty()) own.holes.push_back(hole);
   }
   for (const XTopLevel& window : own.others) {
@@ -92,6 +94,21 @@ OwnWindows ownWindowsOver(X11Session& session, const std::vector<XTopLevel>& win
   return own;
 }
 
+/// In the midst of the largest part of the displays that no window covers or has left traces on.
+std::optional<PixelPoint> findBarePlace(const std::vector<XTopLevel>& windows,
+                                        const std::vector<XMonitor>& monitors,
+                                        const PixelRect& root) {
+  std::vector<PixelRect> bare;
+  for (const XMonitor& monitor : monitors) bare.push_back(intersection(monitor.pixels, root));
+  for (const XTopLevel& window : windows) {
+    if (window.isViewable) subtract(bare, withTraces(window.outer));
+  }
+  const auto size = [](const PixelRect& rect) { return std::int64_t{rect.width} * rect.height; };
+  const auto largest = std::ranges::max_element(bare, {}, size);
+  if (largest == bare.end() || largest->isEmpty()) return std::nullopt;
+  return PixelPoint{largest->x + largest->width / 2, largest->y + largest->height / 2};
+}
+
 Result<Image> grabArea(X11Session& session, const PixelRect& area,
                        const std::vector<XMonitor>& monitors, const std::vector<WindowID>& keptOwn,
                        bool showsPointer) {
@@ -101,7 +118,8 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
   const auto size = xReply<xcb_get_geometry_reply>(session.connection(),
                                                    xcb_get_geometry(session.connection(), root));
   if (!size) return std::unexpected(serverGone());
-  const PixelRect seen = intersection(area, {0, 0, size->width, size->height});
+  const PixelRect whole{0, 0, size->width, size->height};
+  const PixelRect seen = intersection(area, whole);
   if (seen.isEmpty()) return failed(FailureKind::notFound, "the display shows nothing");
   PixelBuffer buffer({area.width, area.height});
   if (seen != area)
@@ -114,7 +132,7 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
   // Own windows open and move at any time: where they are is asked while nobody can move them.
   // Others can only paint what those cover before that, and the round is begun anew.
   std::set<xcb_window_t> prepared;
-  std::optional<XRedirection> whole;
+  std::optional<XRedirection> kept;
   for (int preparations = 0;; ++preparations) {
     std::optional<XServerGrab> atOnce(session.connection());
     const auto windows = VT_TRY(session.topLevels());
@@ -125,15 +143,18 @@ Result<Image> grabArea(X11Session& session, const PixelRect& area,
     }
     if (std::ranges::includes(prepared, own.below) || preparations == mostPreparations) {
       VT_TRY(readAll());
+      if (own.holes.empty()) break;
+      const auto bare = findBarePlace(windows, monitors, whole);
       for (const PixelRect& hole : own.holes) {
-        VT_TRY(composeScreen(session, own.others, hole, buffer, hole.x - area.x, hole.y - area.y));
+        VT_TRY(composeScreen(session, own.others, bare, hole, buffer, hole.x - area.x,
+                             hole.y - area.y));
       }
       break;
     }
     atOnce.reset();
     prepared.insert(own.below.begin(), own.below.end());
-    whole.reset();
-    whole.emplace(session, prepared);
+    kept.reset();
+    kept.emplace(session, prepared);
   }
   if (showsPointer) VT_TRY(paintPointer(session, area, buffer));
   blankUnseen(area, monitors, buffer);

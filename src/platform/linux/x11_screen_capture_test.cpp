@@ -448,6 +448,48 @@ TEST(X11ScreenCaptureTest, OwnWindowsUnderACompositor) {
       << "with a compositor even a hanging application's window is whole";
 }
 
+// What is seen below all windows then is the compositor's own, or nobody's.
+TEST(X11ScreenCaptureTest, OwnWindowsOverABareRootWindow) {
+  constexpr std::uint32_t color = 0xFFFFFF;
+  for (const bool compositor : {true, false}) {
+    TestDesktop desktop({.screen = PixelSize{1000, 700}, .compositor = compositor});
+    TestClient client(desktop.display());
+    const auto root = xcb_setup_roots_iterator(xcb_get_setup(client.connection())).data->root;
+    const auto setBackground = [&](std::uint32_t attribute, std::uint32_t value) {
+      xcb_change_window_attributes(client.connection(), root, attribute, &value);
+      xcb_clear_area(client.connection(), 0, root, 0, 0, 0, 0);
+      client.sync();
+    };
+    setBackground(XCB_CW_BACK_PIXEL, 0x204060);
+    Capture capture(desktop.display());
+    client.open({.area = {50, 50, 200, 200}, .seed = 2, .overrideRedirect = true});
+    client.open(
+        {.area = {150, 100, 400, 300}, .seed = 9, .overrideRedirect = true, .pid = getpid()});
+    const auto expectGround = [&](std::uint32_t alone, const char* what) {
+      const Image screen = capture.image(DisplayTarget{"screen"});
+      const std::uint32_t wanted = compositor ? pixel(screen, 900, 600) & color : alone;
+      EXPECT_EQ(differenceFromTestPicture(screen.cropped({50, 50, 200, 200}), 2), "") << what;
+      for (int x = 260; x < 700; x += 10) {
+        ASSERT_EQ(pixel(screen, x, 240) & color, wanted) << what << " at " << x;
+      }
+    };
+    expectGround(0x204060, "a color");
+    setBackground(XCB_CW_BACK_PIXMAP, XCB_BACK_PIXMAP_NONE);
+    expectGround(0, "none");
+
+    // A wallpaper counts that the compositor shows; who draws it last is not heard of at once.
+    client.paintRoot(1);
+    const auto shows = [&] {
+      return pixel(capture.image(DisplayTarget{"screen"}), 900, 600) == testPixel(1, 900, 600);
+    };
+    ASSERT_TRUE(capture.loop.runUntil(shows));
+    EXPECT_EQ(
+        differenceFromTestPicture(
+            capture.image(DisplayTarget{"screen"}).cropped({260, 100, 400, 300}), 1, 260, 100),
+        "");
+  }
+}
+
 TEST(X11ScreenCaptureTest, ServersThatStopVanishOrNeverWere) {
   {
     Capture nowhere(":4242");
