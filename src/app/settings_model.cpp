@@ -149,6 +149,7 @@ SettingsLine SettingsModel::ownLine(std::string_view id) const {
     line.value = autostart.isOn().value_or(false) ? "true" : "false";
     line.remark = autostart.problem();
     if (!autostart.isOn()) line.obstacle = "Not known yet.";
+    if (line.value == "true") line.resetLabel = "Back to off";
   } else if (id == resetAllRow) {
     line.group = "Reset";
     line.label = "Reset all settings";
@@ -301,6 +302,7 @@ void SettingsModel::setNumber(std::string_view id, double shown) {
 }
 
 void SettingsModel::reset(std::string_view id) {
+  if (id == autostartRow) return services_.autostart.set(false);
   const SettingRow* const row = findSettingRow(id);
   VT_CHECK(row != nullptr);
   refusals_.erase(std::string(id));

@@ -128,6 +128,13 @@ TEST_F(SettingsModelTest, StartsWithTheSessionAndResetsAllOnlyWhenAgreed) {
   EXPECT_EQ(model->line(SettingsModel::autostartRow).value, "true") << "shown at once";
   runners.run();
   EXPECT_TRUE(autostart.on);
+  EXPECT_EQ(model->line(SettingsModel::autostartRow).resetLabel, "Back to off");
+  model->reset(SettingsModel::autostartRow);
+  runners.run();
+  EXPECT_FALSE(autostart.on);
+  EXPECT_EQ(model->line(SettingsModel::autostartRow).resetLabel, "");
+  model->set(SettingsModel::autostartRow, "true");
+  runners.run();
 
   model->set("playSounds", "false");
   model->press(SettingsModel::resetAllRow);
