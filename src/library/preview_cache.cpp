@@ -11,12 +11,9 @@
 #include <vector>
 
 #include "base/area_downscale.hpp"
-#include "base/json_record.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
-
-#define XXH_INLINE_ALL
-#include <xxhash.h>
+#include "library/preview_name.hpp"
 
 namespace vantorel {
 namespace {
@@ -25,14 +22,6 @@ constexpr double quality = 0.85;
 
 /// So long after its last use a preview may count as used then: each use would write otherwise.
 constexpr double useInterval = 24.0 * 3600;
-
-std::string previewName(const ScreenshotEntry& entry, const FileStatus& status) {
-  const std::string text =
-      fmt::format("{}\n{}\n{}\n{}x{}", json::toText(lookOf(entry)), status.size, status.modified,
-                  previewSize.width, previewSize.height);
-  const XXH128_hash_t hash = XXH3_128bits(text.data(), text.size());
-  return fmt::format("{:016x}{:016x}", hash.high64, hash.low64);
-}
 
 bool hasAlpha(const Image& image) {
   if (image.format() == PixelFormat::bgrx) return false;
@@ -85,7 +74,7 @@ class PreviewCache::Shelf {
     const auto status = files_->status(entry.path);
     if (!status || status->type != FileType::regular) return {};
     readOnce();
-    const std::string name = previewName(entry, *status);
+    const std::string name = PreviewName::whole(entry, *status);
     for (const char* const ending : {".jpg", ".png"}) {
       if (const Image kept = take(name + ending); !kept.isEmpty()) return kept;
     }
@@ -208,6 +197,8 @@ void PreviewCache::want(const EntryList& entries) {
 }
 
 void PreviewCache::next() {
+  // Of an entry's earlier state no preview is made: it may show what is covered by now.
+  while (!wanted_.empty() && !services_.isCurrent(wanted_.front())) wanted_.pop_front();
   isMaking_ = !wanted_.empty();
   if (!isMaking_) return;
   const EntryPointer entry = wanted_.front();

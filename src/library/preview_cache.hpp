@@ -26,8 +26,8 @@ inline constexpr PixelSize previewSize{400, 250};
 
 /// The previews of captures as they are shown, kept in a folder of files that may go at any time.
 /// A picture that changed has another preview, for its file's name is made of the picture's path,
-/// size and time and of what is drawn on it.
-/// Lives on the main runner; reads and makes them on `work`, one after the other.
+/// size and time and of what is drawn on it (`PreviewName`); `PreviewCleanup` removes the other
+/// one. Lives on the main runner; reads and makes them on `work`, one after the other.
 class PreviewCache {
  public:
   struct Services {
@@ -37,6 +37,7 @@ class PreviewCache {
     std::shared_ptr<const ImageCodec> codec;
     std::shared_ptr<const Clock> clock;
     PictureFinish finish;
+    std::function<bool(const EntryPointer&)> isCurrent;  ///< whether the library has it just so
     Path folder;
     std::uint64_t maximumBytes = 256ULL << 20;  ///< on disk; what was used longest ago goes first
   };

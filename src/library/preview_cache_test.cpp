@@ -39,6 +39,7 @@ class PreviewCacheTest : public testing::Test {
           return whole.cropped(
               {0, 0, static_cast<int>(one.crop->w), static_cast<int>(one.crop->h)});
         },
+        .isCurrent = [this](const EntryPointer& one) { return one != outdated; },
         .folder = "/caches/previews",
         .maximumBytes = maximumBytes});
     cache->onPreview = [this](const EntryPointer& entry, const Image& preview) {
@@ -69,6 +70,7 @@ class PreviewCacheTest : public testing::Test {
   std::shared_ptr<FakeFiles> files = std::make_shared<FakeFiles>();
   std::shared_ptr<FakeImageCodec> codec = std::make_shared<FakeImageCodec>();
   bool isUndrawable = false;
+  EntryPointer outdated;
   std::vector<std::string> told;
   std::function<void()> onTold;
   std::unique_ptr<PreviewCache> cache;
@@ -138,6 +140,11 @@ TEST_F(PreviewCacheTest, WhatScrolledAwayIsNotMade) {
   };
   EXPECT_THAT(ask(all), ElementsAre("a 400x250", "c 400x250"));
   EXPECT_EQ(cache->waiting(), 0U);
+  // Of what has changed meanwhile no preview is left behind.
+  onTold = {};
+  outdated = all[1];
+  EXPECT_THAT(ask({all[1], all[0]}), ElementsAre("a 400x250"));
+  outdated = nullptr;
   // Neither is it told of by a cache that is gone.
   told.clear();
   cache->want(all);

@@ -99,8 +99,8 @@ LibraryWing::LibraryWing(DesktopWing& around)
             .defaults = &desktop.settingsFile,
             .alerts = desktop.alerts.get(),
             .usualFolder = desktop.folders.captures}),
-      retention(
-          RetentionSetting::Services{library.retention(), desktop.settings, *desktop.alerts}) {
+      retention(RetentionSetting::Services{library.retention(), desktop.settings, *desktop.alerts}),
+      previewCleanup(library.store(), previewQueue(), desktop.files, previewFolder()) {
   library.store().onForeignIndex = [this](const ForeignIndex& foreign) {
     desktop.alerts->notify("History", foreign.sentence());
     foreignObservers_.notify(foreign);
@@ -130,6 +130,7 @@ void LibraryWing::followOutside() {
       return;
     }
     repair.clearOriginals();
+    previewCleanup.removeAllOutdated();
     desktop.lanes.disks.queue("com.hollen.Vantorel.library")
         ->post([files = desktop.files, paths = library.paths(), clock = desktop.clock] {
           tidyParkedIndexes(*files, paths, clock->now());

@@ -8,6 +8,7 @@
 #include "library/library.hpp"
 #include "library/library_prune.hpp"
 #include "library/library_repair.hpp"
+#include "library/preview_cleanup.hpp"
 #include "main/desktop_wing.hpp"
 #include "platform/linux/linux_trash.hpp"
 
@@ -40,6 +41,12 @@ struct LibraryWing {
     return foreignObservers_.add(std::move(observer));
   }
 
+  /// Where previews are kept, and what makes and removes them.
+  [[nodiscard]] Path previewFolder() const { return desktop.folders.cache / "previews"; }
+  [[nodiscard]] std::shared_ptr<TaskRunner> previewQueue() const {
+    return desktop.lanes.pool.queue("com.hollen.Vantorel.previews");
+  }
+
   /// Waits for the looks under way. Before what they use goes.
   void stop();
 
@@ -51,6 +58,7 @@ struct LibraryWing {
   EntryFileLook fileLook;
   LibraryMove move;
   RetentionSetting retention;
+  PreviewCleanup previewCleanup;
 
  private:
   struct Following;

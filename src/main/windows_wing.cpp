@@ -152,12 +152,14 @@ std::shared_ptr<PreviewCache> WindowsWing::previews() {
   DesktopWing& desktop = captures.desktop;
   return std::make_shared<PreviewCache>(PreviewCache::Services{
       .main = desktop.main,
-      .work = desktop.lanes.pool.queue("com.hollen.Vantorel.previews"),
+      .work = captures.libraryWing.previewQueue(),
       .files = desktop.files,
       .codec = desktop.codec,
       .clock = desktop.clock,
       .finish = withAnnotations(drawPictureWithModule(desktop.files, desktop.codec)),
-      .folder = desktop.folders.cache / "previews"});
+      .isCurrent = [&store = captures.libraryWing.library.store()](
+                       const EntryPointer& entry) { return store.find(entry->id) == entry; },
+      .folder = captures.libraryWing.previewFolder()});
 }
 
 std::shared_ptr<SettingsModel> WindowsWing::settings() {
