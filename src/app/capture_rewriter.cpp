@@ -188,7 +188,9 @@ void CaptureRewriter::transcode(const EntryPointer& entry, Change change, Done f
           const auto begun = journal->begin(asked->id, source.path, source.keepOriginalAs);
           if (!begun) {
             return notRewritten(
-                TranscodeFailure{TranscodeFailure::Case::writeFailed, begun.error().reason});
+                TranscodeFailure{TranscodeFailure::Case::writeFailed, begun.error().reason,
+                                 change.format.value_or(ExportFormat::png),
+                                 change.format ? TranscodeTask::convert : TranscodeTask::compress});
           }
           if (!change.format) return toRewritten(transcoder.compress(source, change.downscaleTo1x));
           auto converted = transcoder.convert(source, *change.format, quality);

@@ -41,11 +41,19 @@ PixelSize sizeInPoints(PixelSize size, double scale) {
   return {points(size.width), points(size.height)};
 }
 
+/// What was tried, as the beginning of a sentence that goes on with why it failed.
+std::string attempt(const TranscodeFailure& failure) {
+  return failure.task == TranscodeTask::compress
+             ? "The capture couldn't be compressed: "
+             : fmt::format("The capture couldn't be converted to {}: ",
+                           displayName(failure.format));
+}
+
 }  // namespace
 
 std::string sentence(const TranscodeFailure& failure) {
   switch (failure.what) {
-    case Case::writeFailed: return "Couldn't save the screenshot: " + failure.reason;
+    case Case::writeFailed: return attempt(failure) + failure.reason;
     case Case::unreadable: return sentence(OutputFailure::notReadable);
     case Case::tooLarge:
       return fmt::format("{} can't hold a screenshot this large", displayName(failure.format));
@@ -55,7 +63,7 @@ std::string sentence(const TranscodeFailure& failure) {
       return fmt::format("the capture would be larger as {} ({}), so it stays as it is",
                          displayName(failure.format), failure.reason);
     case Case::encodeRefused:
-      return "Couldn't save the screenshot: the capture couldn't be encoded." +
+      return attempt(failure) + "it couldn't be encoded" +
              (failure.reason.empty() ? "" : " (" + failure.reason + ")");
     case Case::noPicture: return "Only pictures can be converted or compressed.";
   }
@@ -249,6 +257,13 @@ CaptureTranscoder::Answer<std::string> CaptureTranscoder::converted(
 
 std::expected<CaptureTranscoder::Result, TranscodeFailure> CaptureTranscoder::convert(
     const Source& source, ExportFormat format, double quality) {
+  Answer<Result> result = rewritten(source, format, quality);
+  if (!result) result.error().format = format;
+  return result;
+}
+
+CaptureTranscoder::Answer<CaptureTranscoder::Result> CaptureTranscoder::rewritten(
+    const Source& source, ExportFormat format, double quality) {
   // PNG files hold the picture as it was.
   const Opened opened = VT_TRY(format == ExportFormat::png ? open(source) : openBlanked(source));
   if (opened.header.format == format) {
@@ -342,6 +357,7 @@ void CaptureTranscoder::weigh(const Source& source, double quality,
   } else if (*made) {
     compressed.bytes = (*made)->bytes.size();
   }
+  if (!compressed.bytes) compressed.bytes.error().task = TranscodeTask::compress;
   if (tell(compressed)) tell(weightOf(ExportFormat::heic));
 }
 
@@ -350,6 +366,7 @@ CaptureTranscoder::CompressOutcome CaptureTranscoder::compress(const Source& sou
   auto result = compacted(source, downscaleTo1x);
   if (!result) {
     if (result.error().what == Case::tooLarge) return TooLarge{result.error().format};
+    result.error().task = TranscodeTask::compress;
     return Failed{std::move(result).error()};
   }
   if (!*result) return AlreadyCompact{};

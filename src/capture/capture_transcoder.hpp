@@ -20,6 +20,8 @@ namespace vantorel {
 
 class IndexedPNGEncoder;
 
+enum class TranscodeTask { convert, compress };
+
 /// Why a capture could not be converted or compressed. Its file is then as it was.
 struct TranscodeFailure {
   enum class Case {
@@ -33,7 +35,8 @@ struct TranscodeFailure {
   };
   Case what = Case::writeFailed;
   std::string reason;
-  ExportFormat format = ExportFormat::png;
+  ExportFormat format = ExportFormat::png;  ///< that it was to get
+  TranscodeTask task = TranscodeTask::convert;
 };
 
 [[nodiscard]] std::string sentence(const TranscodeFailure& failure);
@@ -145,6 +148,7 @@ class CaptureTranscoder {
                                                   const ImageEncoding& encoding) const;
   [[nodiscard]] static ImageEncoding encodingOf(const Source& source, ExportFormat format,
                                                 double quality);
+  [[nodiscard]] Answer<Result> rewritten(const Source& source, ExportFormat format, double quality);
   [[nodiscard]] Answer<std::string> converted(const Opened& opened,
                                               const ImageEncoding& encoding) const;
   [[nodiscard]] Answer<std::optional<Encoded>> smallest(const Source& source, const Opened& opened,

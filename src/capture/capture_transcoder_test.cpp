@@ -211,7 +211,7 @@ TEST_F(CaptureTranscoderTest, FailuresSayWhyAndLeaveTheFileAsItWas) {
   EXPECT_EQ(reason(shot, ExportFormat::heic), "HEIC can't hold a screenshot this large");
   codec->broken = {ExportFormat::jpeg};
   EXPECT_THAT(reason(shot, ExportFormat::jpeg),
-              StartsWith("Couldn't save the screenshot: the capture couldn't be encoded. ("));
+              StartsWith("The capture couldn't be converted to JPEG: it couldn't be encoded ("));
   EXPECT_TRUE(std::holds_alternative<CaptureTranscoder::Failed>(transcoder.compress(shot, false)));
   codec->broken.clear();
 
@@ -230,7 +230,8 @@ TEST_F(CaptureTranscoderTest, FailuresSayWhyAndLeaveTheFileAsItWas) {
     const auto answer = transcoder.convert(shot, ExportFormat::jpeg, 0.9);
     files->spaceEndsAtChange = 0;
     if (answer) break;
-    EXPECT_EQ(sentence(answer.error()), "Couldn't save the screenshot: no space left on device");
+    EXPECT_EQ(sentence(answer.error()),
+              "The capture couldn't be converted to JPEG: no space left on device");
     EXPECT_TRUE(files->text(shot.path) == before) << change;
     EXPECT_EQ(files->text("/captures/shot.jpg"), "(missing)") << change;
     ASSERT_LT(change, 20);
