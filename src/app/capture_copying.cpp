@@ -3,6 +3,7 @@
 #include <set>
 #include <utility>
 
+#include "app/picture_file.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
@@ -21,34 +22,27 @@ std::unexpected<CopyFailure> notCopied(CopyCase what, std::string reason = {}) {
 /// As it is shown.
 Result<std::string, CopyFailure> pictureAsPNG(const CaptureCopying::Services& with,
                                               const ScreenshotEntry& entry) {
-  if (hasUnreadAnnotations(entry)) return notCopied(CopyCase::unreadAnnotations);
-  auto bytes = with.files->read(entry.path);
-  if (!bytes) {
-    auto absence = absenceOf(*with.files, entry);
-    if (!absence) return notCopied(CopyCase::unreadable);
-    return std::unexpected(CopyFailure{CopyCase::fileAway, {}, *std::move(absence)});
-  }
-  const bool isPlain = !isAnnotated(entry);
-  if (isPlain && Path(entry.path).extension() == ".png") {
-    if (!with.isWholePicture(PictureInMemory(*bytes))) return notCopied(CopyCase::unreadable);
-    return *std::move(bytes);
-  }
-  auto image = with.codec->decode(*bytes);
-  if (!image) return notCopied(CopyCase::unreadable);
-  const ImageEncoding encoding{.format = ExportFormat::png,
-                               .pixelsPerPoint = entry.captureScale.value_or(1)};
-  if (isPlain) {
-    auto png = with.codec->encode(*image, encoding);
-    if (!png) return notCopied(CopyCase::notEncoded, std::move(png.error().reason));
+  constexpr auto format = ExportFormat::png;
+  auto png = pictureFileOf(entry, format, 1, {with.files, with.codec, with.draw});
+  if (png) {
+    const bool isWhole = !isOwnFile(entry, format) || with.isWholePicture(PictureInMemory(*png));
+    if (!isWhole) return notCopied(CopyCase::unreadable);
     return *std::move(png);
   }
-  const EditorDocument document = documentOf(entry, image->size());
-  auto drawn = with.draw(document, *std::move(image), entry.captureScale, encoding);
-  if (!drawn) {
-    logWarning("Clipboard", "{}", sentence(drawn.error()));
-    return notCopied(CopyCase::notDrawn);
+  using Case = PictureFileFailure::Case;
+  switch (png.error().what) {
+    case Case::unreadAnnotations: return notCopied(CopyCase::unreadAnnotations);
+    case Case::notRead: break;
+    case Case::noImage: return notCopied(CopyCase::unreadable);
+    case Case::notDrawn:
+      logWarning("Clipboard", "{}", png.error().why.reason);
+      return notCopied(CopyCase::notDrawn);
+    case Case::notEncoded:
+      return notCopied(CopyCase::notEncoded, std::move(png.error().why.reason));
   }
-  return *std::move(drawn);
+  auto absence = absenceOf(*with.files, entry);
+  if (!absence) return notCopied(CopyCase::unreadable);
+  return std::unexpected(CopyFailure{CopyCase::fileAway, {}, *std::move(absence)});
 }
 
 }  // namespace

@@ -4,30 +4,11 @@
 
 #include <utility>
 
+#include "app/picture_file.hpp"
 #include "base/round_trip.hpp"
-#include "editor/entry_document.hpp"
 
 namespace vantorel {
 namespace {
-
-Result<std::string> pictureOf(const ScreenshotEntry& entry, ExportFormat format, double quality,
-                              const CaptureExport::Services& with) {
-  // Without them what they cover would show.
-  if (hasUnreadAnnotations(entry)) return failed(FailureKind::other, unreadAnnotationsReason);
-  std::string bytes = VT_TRY(with.files->read(entry.path));
-  const bool isPlain = !isAnnotated(entry);
-  if (isPlain && Path(entry.path).extension() == fmt::format(".{}", fileExtension(format))) {
-    return bytes;
-  }
-  Image image = VT_TRY(with.codec->decode(bytes));
-  const ImageEncoding encoding{
-      .format = format, .quality = quality, .pixelsPerPoint = entry.captureScale.value_or(1)};
-  if (isPlain) return with.codec->encode(image, encoding);
-  const EditorDocument document = documentOf(entry, image.size());
-  auto drawn = with.draw(document, std::move(image), entry.captureScale, encoding);
-  if (!drawn) return failed(FailureKind::other, sentence(drawn.error()));
-  return *std::move(drawn);
-}
 
 Result<void, ExportFailure> writeTo(Files& files, const Path& output, std::string_view bytes,
                                     const ProtectedFiles& kept) {
@@ -55,7 +36,10 @@ void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<st
       *services_->work, services_->main,
       [entry, format, services = services_, quality = services_->settings->values().jpegQuality]()
           -> Result<std::string, ExportFailure> {
-        return pictureOf(*entry, format, quality, *services);
+        auto file = pictureFileOf(*entry, format, quality,
+                                  {services->files, services->codec, services->draw});
+        if (!file) return std::unexpected(std::move(file.error().why));
+        return *std::move(file);
       },
       lifetime_.guard(std::move(done)));
 }

@@ -300,8 +300,7 @@ std::string CardStack::obstacle(const Card& card, CardAction action) const {
   const bool isPicture = card.entry->medium == CaptureMedium::image;
   if (action == CardAction::copy && !isPicture) return "Only pictures can be copied.";
   if (action == CardAction::saveAs && !isPicture) return "Only pictures can be saved elsewhere.";
-  if (action == CardAction::open && std::ranges::find(card.entry->shapes, ShapeType::redact,
-                                                      &Shape::type) != card.entry->shapes.end()) {
+  if (action == CardAction::open && isRedacted(*card.entry)) {
     return "The file of a redacted capture shows what is covered.";
   }
   if (action == CardAction::trash) {

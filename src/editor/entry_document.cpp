@@ -312,6 +312,10 @@ bool isAnnotated(const ScreenshotEntry& entry) {
          entry.canvas;
 }
 
+bool isRedacted(const ScreenshotEntry& entry) {
+  return std::ranges::find(entry.shapes, ShapeType::redact, &Shape::type) != entry.shapes.end();
+}
+
 void followPictureSize(ScreenshotEntry& entry, PixelSize size) {
   if (const auto before = scaledFrom(entry, size)) {
     if (entry.captureScale) *entry.captureScale *= double(size.width) / before->width;

@@ -29,6 +29,9 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
 /// Whether the entry's picture is more, or less, than what its file holds.
 [[nodiscard]] bool isAnnotated(const ScreenshotEntry& entry);
 
+/// Whether it covers something, which its file may still show.
+[[nodiscard]] bool isRedacted(const ScreenshotEntry& entry);
+
 /// The image of `entry` has become one of `size` pixels. One that was scaled takes its annotations
 /// and the pixels per point along; of any other change only the size is noted.
 void followPictureSize(ScreenshotEntry& entry, PixelSize size);

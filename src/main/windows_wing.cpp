@@ -25,6 +25,8 @@ std::vector<Path> configFolders(const UserFolders& user) {
 WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
     : captures(theCaptures),
       editor(theEditor),
+      finish(
+          withAnnotations(drawPictureWithModule(captures.desktop.files, captures.desktop.codec))),
       launcher(captures.desktop.main,
                captures.desktop.lanes.disks.queue("com.hollen.Vantorel.launcher")),
       keyHolders({.main = captures.desktop.main,
@@ -59,8 +61,7 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
            .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.thumbnails"),
            .files = captures.desktop.files,
            .codec = captures.desktop.codec,
-           .finish = withAnnotations(
-               drawPictureWithModule(captures.desktop.files, captures.desktop.codec)),
+           .finish = finish,
            .reveal = [this](const Path& file, const auto& done) { launcher.reveal({file}, done); },
            .open = [this](const EntryPointer& entry,
                           const auto& done) { launcher.open(entry->path, done); },
@@ -125,12 +126,12 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
                         launcher.reveal(files, reported());
                       }},
       .previews = previews(),
-      .pictures = std::make_shared<PictureLoader>(PictureLoader::Services{
-          .main = desktop.main,
-          .work = desktop.lanes.disks.queue("com.hollen.Vantorel.preview"),
-          .files = desktop.files,
-          .codec = desktop.codec,
-          .finish = withAnnotations(drawPictureWithModule(desktop.files, desktop.codec))}),
+      .pictures = std::make_shared<PictureLoader>(
+          PictureLoader::Services{.main = desktop.main,
+                                  .work = desktop.lanes.disks.queue("com.hollen.Vantorel.preview"),
+                                  .files = desktop.files,
+                                  .codec = desktop.codec,
+                                  .finish = finish}),
       .dayOf = systemDay,
       .observeReach =
           [&libraryWing](std::function<void()> changed) {
@@ -156,7 +157,7 @@ std::shared_ptr<PreviewCache> WindowsWing::previews() {
       .files = desktop.files,
       .codec = desktop.codec,
       .clock = desktop.clock,
-      .finish = withAnnotations(drawPictureWithModule(desktop.files, desktop.codec)),
+      .finish = finish,
       .isCurrent = [&store = captures.libraryWing.library.store()](
                        const EntryPointer& entry) { return store.find(entry->id) == entry; },
       .folder = captures.libraryWing.previewFolder()});

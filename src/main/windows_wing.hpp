@@ -11,6 +11,7 @@
 #include "app/settings_model.hpp"
 #include "app/shortcut_recorder.hpp"
 #include "app/welcome_model.hpp"
+#include "library/entry_look.hpp"
 #include "library/preview_cache.hpp"
 #include "main/editor_wing.hpp"
 #include "platform/linux/desktop_file_launcher.hpp"
@@ -27,6 +28,7 @@ struct WindowsWing {
 
   CaptureWing& captures;
   EditorWing& editor;
+  PictureFinish finish;  ///< draws what is on captures, for the screen
   DesktopFileLauncher launcher;
   DesktopKeyHolders keyHolders;
   AutostartSwitch autostart;
