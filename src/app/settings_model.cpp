@@ -109,6 +109,11 @@ void SettingsModel::select(SettingsPane pane) {
   if (pane == SettingsPane::library) services_.library.measure();
 }
 
+void SettingsModel::pointTo(std::string_view id) {
+  pointedTo_ = id;
+  select(line(id).pane);
+}
+
 std::vector<SettingsLine> SettingsModel::lines(SettingsPane pane) const {
   std::vector<SettingsLine> all;
   for (const std::string_view id : order_) {
@@ -196,7 +201,8 @@ SettingsLine SettingsModel::lineOf(const SettingRow& row) const {
   line.most = shownNumber(row, setting.most);
   line.step = row.shown.step;
   line.obstacle = obstacleTo(row);
-  if (setting.store(values) != setting.store(services_.settings.defaults())) {
+  if (setting.store(values) != setting.store(services_.settings.defaults()) ||
+      refusals_.contains(row.key)) {
     line.resetLabel = "Back to " + wordsOf(row, services_.settings.defaults());
   }
   addChoices(row, line);
@@ -218,7 +224,8 @@ void SettingsModel::addChoices(const SettingRow& row, SettingsLine& line) const 
 /// What stands with the row beside its value.
 void SettingsModel::addState(const SettingRow& row, SettingsLine& line) const {
   if (const auto refused = refusals_.find(row.key); refused != refusals_.end()) {
-    line.remark = refused->second;
+    line.remark = refused->second.why;
+    line.refused = refused->second.typed;
   }
   if (row.key == "filenameTemplate") {
     const SettingsValues& values = services_.settings.values();
@@ -288,8 +295,10 @@ void SettingsModel::set(std::string_view id, std::string_view value) {
   if (row->control == SettingControl::folder) return services_.library.moveTo(std::string(value));
   const bool wasRefused = refusals_.erase(std::string(id)) > 0;
   if (!services_.settings.setFromText(id, value)) {
-    refusals_[std::string(id)] =
-        fmt::format("{} must be {}.", row->label, settingOfRow(*row).allowed);
+    const Setting& setting = settingOfRow(*row);
+    std::string why = setting.fault ? setting.fault(value) : std::string();
+    if (why.empty()) why = fmt::format("{} must be {}.", row->label, setting.allowed);
+    refusals_[std::string(id)] = {.typed = std::string(value), .why = std::move(why)};
     return changed(id);
   }
   if (wasRefused) changed(id);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "app/autostart_switch.hpp"
@@ -40,10 +41,11 @@ struct SettingsLine {
 
   /// Empty for a row that has only a button, or nothing.
   std::optional<SettingControl> control{};
-  std::vector<Choice> choices{};  ///< of `choice` and `collection`
-  std::string value;              ///< as `SettingsModel::set` takes it
-  std::string words;              ///< the value as a person reads it
-  double number = 0;              ///< of `number`, as it is shown; so are the next three
+  std::vector<Choice> choices{};         ///< of `choice` and `collection`
+  std::string value;                     ///< as `SettingsModel::set` takes it
+  std::optional<std::string> refused{};  ///< what was typed instead and can't be; `remark` says why
+  std::string words;                     ///< the value as a person reads it
+  double number = 0;                     ///< of `number`, as it is shown; so are the next three
   double least = 0;
   double most = 0;
   double step = 1;
@@ -103,10 +105,16 @@ class SettingsModel {
   /// The row of that id.
   [[nodiscard]] SettingsLine line(std::string_view id) const;
 
-  /// Sets the row's value (not of a shortcut). What is refused leaves the value as it was, and the
-  /// row's remark says why.
+  /// Sets the row's value (not of a shortcut). What is refused leaves the value as it was; it is
+  /// kept with the row, whose remark says why, until the row is set or reset.
   void set(std::string_view id, std::string_view value);
   void setNumber(std::string_view id, double shown);
+
+  /// Has the window show the row's pane with the keyboard in the row.
+  void pointTo(std::string_view id);
+
+  /// The row that was pointed to since it was last asked for; empty for none.
+  [[nodiscard]] std::string takePointedTo() { return std::exchange(pointedTo_, {}); }
 
   /// Back to the row's default.
   void reset(std::string_view id);
@@ -139,7 +147,12 @@ class SettingsModel {
   std::vector<std::string_view> order_;  // of all rows, by id
   std::vector<SettingsPane> panes_;
   SettingsPane pane_ = SettingsPane::general;
-  std::map<std::string, std::string, std::less<>> refusals_;  // by id
+  std::string pointedTo_;
+  struct Refusal {
+    std::string typed;
+    std::string why;
+  };
+  std::map<std::string, Refusal, std::less<>> refusals_;  // by id
   Observers<std::string_view> observers_;
   std::vector<Observation> observations_;
   Lifetime lifetime_;

@@ -72,11 +72,24 @@ TEST_F(SettingsModelTest, SetsAtOnceRefusesInASentenceAndGoesBackToTheDefault) {
   EXPECT_EQ(settings->values().exportFormat, ExportFormat::png);
   EXPECT_FALSE(defaults.stored.contains("exportFormat"));
 
-  model->set("filenameTemplate", "a/b");
-  EXPECT_EQ(settings->values().filenameTemplate, "Screenshot");
-  EXPECT_EQ(model->line("filenameTemplate").remark,
-            "Name must be a name of at most 120 bytes without \"/\" that does not begin with a "
-            "point.");
+  // What can't be is kept with the row, and told in words of names, not of bytes.
+  const std::string german = "\u00e4";
+  std::string eighty;
+  for (int i = 0; i < 80; ++i) eighty += german;
+  for (const auto& [typed, why] : std::vector<std::pair<std::string, std::string>>{
+           {"a/b", "A name can't have a slash."},
+           {"", "The name is empty."},
+           {".shot", "A name can't begin with a point, which would hide the file."},
+           {std::string(121, 'a'), "The name is too long by 1 character."},
+           {"a" + eighty, "The name is too long by 21 characters."}}) {
+    model->set("filenameTemplate", typed);
+    EXPECT_EQ(settings->values().filenameTemplate, "Screenshot");
+    EXPECT_EQ(model->line("filenameTemplate").remark, why);
+    EXPECT_EQ(model->line("filenameTemplate").refused, typed);
+    EXPECT_EQ(model->line("filenameTemplate").resetLabel, "Back to Screenshot");
+  }
+  model->reset("filenameTemplate");
+  EXPECT_EQ(model->line("filenameTemplate").refused, std::nullopt);
   model->set("filenameTemplate", "Shot");
   EXPECT_EQ(model->line("filenameTemplate").remark, "");
   model->set("filenameTemplate", "");

@@ -206,7 +206,7 @@ std::shared_ptr<WelcomeModel> WindowsWing::welcome() {
                              .openShortcuts =
                                  [this] {
                                    const auto shown = settings();  // until the window has it
-                                   shown->select(SettingsPane::shortcuts);
+                                   shown->pointTo("captureHotKey");
                                    (void)captures.coordinator.show(AppWindow::settings);
                                  },
                              .openHelp = opens(AppWindow::help),

@@ -129,15 +129,22 @@ void addAfterCapture(std::vector<SettingRow>& rows) {
                   .control = Control::choice,
                   .choices = {{"left", "Left"}, {"right", "Right"}},
                   .needs = {"showQuickAccessOverlay", "true"}});
+  rows.push_back({.key = "thumbnailAutoDismiss",
+                  .meaning = "a card goes by itself after a while",
+                  .pane = afterCapture,
+                  .group = "Card",
+                  .label = "Goes by itself",
+                  .explanation = "Otherwise it stays until you close it.",
+                  .needs = {"showQuickAccessOverlay", "true"}});
   rows.push_back({.key = "thumbnailIdleSeconds",
                   .meaning = "seconds after which a card goes by itself",
                   .pane = afterCapture,
                   .group = "Card",
-                  .label = "Goes by itself after",
+                  .label = "Goes after",
                   .explanation = "It stays while the pointer is on it.",
                   .control = Control::number,
                   .shown = {.unit = " s"},
-                  .needs = {"showQuickAccessOverlay", "true"}});
+                  .needs = {"thumbnailAutoDismiss", "true"}});
   rows.push_back({.key = "cardFormatRow",
                   .meaning = "the card offers other formats, each with its size",
                   .pane = afterCapture,

@@ -124,12 +124,29 @@ bool isAbsolutePath(std::string_view text) {
   return text.starts_with('/') && text.find('\0') == std::string_view::npos;
 }
 
-/// A name a file can begin with: no separators, no control characters, short enough to leave room
-/// for the time and the extension.
-bool isFileNameBase(std::string_view text) {
-  return !text.empty() && text.size() <= 120 && !text.starts_with('.') && text != "~" &&
-         std::ranges::none_of(text, [](char c) { return c == '/' || (c >= 0 && c < ' '); });
+/// Leaves room for the time and the extension.
+constexpr std::size_t mostNameBytes = 120;
+
+/// What keeps a file's name from beginning so; empty when nothing does.
+std::string faultOfName(std::string_view text) {
+  if (text.empty()) return "The name is empty.";
+  if (text.find('/') != std::string_view::npos) return "A name can't have a slash.";
+  if (text.starts_with('.')) return "A name can't begin with a point, which would hide the file.";
+  if (text == "~") return "“~” alone is no name.";
+  if (std::ranges::any_of(text, [](char c) { return c >= 0 && c < ' '; })) {
+    return "A name can't have line breaks, tabs or other control characters.";
+  }
+  if (text.size() <= mostNameBytes) return {};
+  const auto isBegin = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; };
+  // Of a letter that lies across the end, all is too much.
+  std::size_t end = mostNameBytes;
+  while (!isBegin(text[end])) --end;
+  const auto over = std::ranges::count_if(text.substr(end), isBegin);
+  return fmt::format("The name is too long by {} {}.", over,
+                     over == 1 ? "character" : "characters");
 }
+
+bool isFileNameBase(std::string_view text) { return faultOfName(text).empty(); }
 
 bool isAnyText(std::string_view text) { return !text.empty(); }
 
@@ -270,8 +287,8 @@ class Table {
     };
   }
 
-  void text(std::string_view key, Member<std::string> member, bool (*fits)(std::string_view),
-            std::string allowed) {
+  Setting& text(std::string_view key, Member<std::string> member, bool (*fits)(std::string_view),
+                std::string allowed) {
     Setting& row = add(key, member, "text", std::move(allowed));
     row.load = [member, fits](const Stored& stored, const SettingsValues& defaults,
                               SettingsValues& values) {
@@ -284,6 +301,7 @@ class Table {
       return found != nullptr && fits(*found);
     };
     row.parse = plainText;
+    return row;
   }
 
   Setting& optionalText(std::string_view key, Member<std::optional<std::string>> member,
@@ -445,8 +463,10 @@ void addCapture(Table& table) {
   table.text(VT_SETTING(storageDirectory), isAbsolutePath, folderWords);
   table.choice(VT_SETTING(exportFormat));
   table.number(VT_SETTING(jpegQuality), 0.05, 1);
-  table.text(VT_SETTING(filenameTemplate), isFileNameBase,
-             "a name of at most 120 bytes without \"/\" that does not begin with a point");
+  table
+      .text(VT_SETTING(filenameTemplate), isFileNameBase,
+            "a name of at most 120 bytes without \"/\" that does not begin with a point")
+      .fault = faultOfName;
   table.flag(VT_SETTING(cardFormatRow), orDefault);
   table.flag(VT_SETTING(cardCompress), orDefault);
   table.flag(VT_SETTING(cardRedact), orDefault);

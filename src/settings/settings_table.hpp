@@ -54,6 +54,9 @@ struct Setting {
   /// Whether a value given by a person or a script is allowed; stricter than `load`.
   std::function<bool(const JSONValue& value)> accepts;
 
+  /// What is wrong with what a person has typed, in a sentence; empty where `allowed` has to do.
+  std::function<std::string(std::string_view text)> fault;
+
   /// Words of a command line as a value.
   std::function<JSONValue(std::string_view text)> parse;
 

@@ -1,9 +1,12 @@
 #include "ui/kit/role_label.hpp"
 
-#include <QEvent>
 #include <QGuiApplication>
+#include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
+#include <QTextLayout>
+#include <QToolTip>
+#include <algorithm>
 
 namespace vantorel {
 
@@ -27,11 +30,48 @@ void RoleLabel::setPath(const QString& path) {
   setToolTip(path);
 }
 
+void RoleLabel::setMostLines(int lines) {
+  mostLines_ = lines;
+  updateGeometry();
+}
+
+int RoleLabel::heightForWidth(int width) const {
+  const int height = QLabel::heightForWidth(width);
+  if (mostLines_ == 0) return height;
+  return std::min(height, mostLines_ * fontMetrics().lineSpacing());
+}
+
+QStringList RoleLabel::elidedLines(int width) const {
+  if (mostLines_ == 0) return {};
+  QTextLayout layout(text(), font());
+  QStringList lines;
+  bool isCut = false;
+  layout.beginLayout();
+  while (lines.size() < mostLines_) {
+    QTextLine line = layout.createLine();
+    if (!line.isValid()) break;
+    line.setLineWidth(width);
+    const bool isLast = lines.size() + 1 == mostLines_;
+    const QString shown = isLast ? text().mid(line.textStart())
+                                 : text().mid(line.textStart(), line.textLength()).trimmed();
+    lines.push_back(fontMetrics().elidedText(shown, Qt::ElideRight, width));
+    isCut = isCut || lines.back() != shown;
+  }
+  layout.endLayout();
+  return isCut ? lines : QStringList();
+}
+
 QSize RoleLabel::minimumSizeHint() const {
   return isPath_ ? QSize(1, QLabel::minimumSizeHint().height()) : QLabel::minimumSizeHint();
 }
 
 void RoleLabel::paintEvent(QPaintEvent* event) {
+  if (const QStringList lines = elidedLines(contentsRect().width()); !lines.isEmpty()) {
+    QPainter painter(this);
+    style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(),
+                          isEnabled(), lines.join('\n'), QPalette::WindowText);
+    return;
+  }
   if (!isPath_ || fontMetrics().horizontalAdvance(text()) <= contentsRect().width()) {
     return QLabel::paintEvent(event);
   }
@@ -43,6 +83,11 @@ void RoleLabel::paintEvent(QPaintEvent* event) {
 }
 
 bool RoleLabel::event(QEvent* event) {
+  if (event->type() == QEvent::ToolTip && !elidedLines(contentsRect().width()).isEmpty()) {
+    const QString more = toolTip().isEmpty() ? QString() : "\n" + toolTip();
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), text() + more, this);
+    return true;
+  }
   const bool done = QLabel::event(event);
   switch (event->type()) {
     case QEvent::ApplicationPaletteChange:

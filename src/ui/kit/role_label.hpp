@@ -22,7 +22,11 @@ class RoleLabel : public QLabel {
   /// A path: on one line, elided in its middle where there is no room.
   void setPath(const QString& path);
 
+  /// So many lines at most: the last one is elided then, and the tooltip has all of it.
+  void setMostLines(int lines);
+
   [[nodiscard]] QSize minimumSizeHint() const override;
+  [[nodiscard]] int heightForWidth(int width) const override;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -32,9 +36,13 @@ class RoleLabel : public QLabel {
   void align();
   void apply();
 
+  /// As they are shown at this width; empty while they are shown as they are.
+  [[nodiscard]] QStringList elidedLines(int width) const;
+
   Role role_;
   Font makeFont_;
   bool isPath_ = false;
+  int mostLines_ = 0;  // 0: as many as it takes
 };
 
 }  // namespace vantorel

@@ -97,17 +97,10 @@ SettingEditor textEditor(const Model& model, const std::string& id, QWidget* par
   field->setFixedWidth(settingControlWidth);
   QObject::connect(field, &QLineEdit::textEdited, field,
                    [model, id](const QString& edited) { model->set(id, edited.toStdString()); });
-  // What was refused gives way to what is in force.
-  QObject::connect(field, &QLineEdit::editingFinished, field, [model, id, field] {
-    const std::string inForce = model->line(id).value;
-    if (field->text().toStdString() == inForce) return;
-    field->setText(text(inForce));
-    model->set(id, inForce);
-  });
   return {field, [field](const SettingsLine& line) {
-            // A person who types is not interrupted.
-            if (field->hasFocus() && !line.remark.empty()) return;
-            if (field->text() != text(line.value)) field->setText(text(line.value));
+            // What was refused stays, to be put right.
+            const QString shown = text(line.refused.value_or(line.value));
+            if (field->text() != shown) field->setText(shown);
           }};
 }
 

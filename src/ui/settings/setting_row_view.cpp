@@ -24,10 +24,22 @@ constexpr int rowPadding = 7;
 constexpr int leastLabel = 140;
 constexpr int leastLetters = 20;  // of a label, where the font is large
 constexpr int resetSlot = 24;
+constexpr int mostLabelLines = 2;
 
 QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 
-/// The ground of a question that waits below its field.
+/// Shows or hides it. The first time it makes room for itself, which it keeps: nothing moves when
+/// it goes, perhaps under the pointer.
+void setShown(QWidget& widget, bool isShown) {
+  if (isShown) {
+    QSizePolicy kept = widget.sizePolicy();
+    kept.setRetainSizeWhenHidden(true);
+    widget.setSizePolicy(kept);
+  }
+  widget.setVisible(isShown);
+}
+
+/// The ground of a remark or a question below its field.
 class WarningBox : public QWidget {
  public:
   using QWidget::QWidget;
@@ -54,6 +66,7 @@ SettingRowView::SettingRowView(std::shared_ptr<SettingsModel> model, const Setti
       side_(new QWidget(this)),
       sideColumn_(new QVBoxLayout(side_)),
       reset_(new QToolButton(this)) {
+  label_->setMostLines(mostLabelLines);
   layout_->setContentsMargins(rowMargin, rowPadding, rowMargin - 6, rowPadding);
   layout_->setSpacing(tokens::space12);
   auto* const words = new QVBoxLayout;
@@ -92,6 +105,7 @@ SettingRowView::SettingRowView(std::shared_ptr<SettingsModel> model, const Setti
     if (editor_.widget != nullptr) {
       sideColumn_->addWidget(editor_.widget, 0, Qt::AlignTrailing);
     }
+    if (line.control == SettingControl::text) addRemarkBox();
   }
   if (!line.button.empty()) addButton();
   setLine(line);
@@ -100,27 +114,31 @@ SettingRowView::SettingRowView(std::shared_ptr<SettingsModel> model, const Setti
 void SettingRowView::addShortcut(const SettingsLine& line, PlainSymbol plainSymbol) {
   field_ = new ShortcutField(model_->recorder(), line.id, std::move(plainSymbol), side_);
   sideColumn_->addWidget(field_, 0, Qt::AlignTrailing);
-  question_ = new WarningBox(side_);
-  question_->setFixedWidth(settingControlWidth);
-  auto* const column = new QVBoxLayout(question_);
-  column->setContentsMargins(10, 6, 10, 6);
-  column->setSpacing(2);
-  questionWords_ = new RoleLabel({}, &PaletteRoles::warning, tokens::smallFont, question_);
-  column->addWidget(questionWords_);
+  addRemarkBox();
   auto* const answers = new QHBoxLayout;
   answers->setContentsMargins(-tokens::space4, 0, 0, 0);
   answers->setSpacing(tokens::space8);
-  useItHere_ = new LinkButton(QStringLiteral("Use it here"), question_);
-  cancel_ = new LinkButton(QStringLiteral("Cancel"), question_);
+  useItHere_ = new LinkButton(QStringLiteral("Use it here"), box_);
+  cancel_ = new LinkButton(QStringLiteral("Cancel"), box_);
   for (LinkButton* const button : {useItHere_, cancel_}) {
     button->setFocusPolicy(Qt::TabFocus);
     answers->addWidget(button);
   }
   answers->addStretch();
-  column->addLayout(answers);
+  static_cast<QVBoxLayout*>(box_->layout())->addLayout(answers);
   connect(useItHere_, &QPushButton::clicked, this, [this] { model_->recorder().useItHere(); });
   connect(cancel_, &QPushButton::clicked, this, [this] { model_->recorder().stop(); });
-  sideColumn_->addWidget(question_, 0, Qt::AlignTrailing);
+}
+
+void SettingRowView::addRemarkBox() {
+  box_ = new WarningBox(side_);
+  box_->setFixedWidth(settingControlWidth);
+  auto* const column = new QVBoxLayout(box_);
+  column->setContentsMargins(10, 6, 10, 6);
+  column->setSpacing(2);
+  boxWords_ = new RoleLabel({}, &PaletteRoles::warning, tokens::smallFont, box_);
+  column->addWidget(boxWords_);
+  sideColumn_->addWidget(box_, 0, Qt::AlignTrailing);
 }
 
 void SettingRowView::addButton() {
@@ -165,7 +183,7 @@ void SettingRowView::setLine(const SettingsLine& line) {
     QWidget* const target =
         editor_.widget->focusProxy() != nullptr ? editor_.widget->focusProxy() : editor_.widget;
     target->setAccessibleName(text(line.label));
-    target->setAccessibleDescription(text(line.explanation));
+    target->setAccessibleDescription(text(line.remark.empty() ? line.explanation : line.remark));
     target->setToolTip(tip);
     editor_.show(line);
   }
@@ -192,23 +210,40 @@ void SettingRowView::showWords(const SettingsLine& line) {
     explanation_->setText(text(line.explanation));
   }
   explanation_->setVisible(!line.explanation.empty());
-  // A listening field has its remark below it.
-  const std::string& remark = line.control == SettingControl::shortcut
-                                  ? (line.field.isListening ? std::string() : line.field.remark)
-                                  : line.remark;
-  remark_->setRole(line.isWarning ? &PaletteRoles::warning : &PaletteRoles::text);
-  remark_->setText(text(remark));
-  remark_->setVisible(!remark.empty());
+  // What is said of what is typed or pressed stands below its field.
+  std::string remark = line.remark;
+  std::string below;
+  if (line.control == SettingControl::shortcut) {
+    (line.field.isListening ? below : remark) = line.field.remark;
+  } else if (box_ != nullptr) {
+    below = std::exchange(remark, {});
+  }
+  // What goes keeps its words for as long as it keeps its room.
+  if (box_ != nullptr) {
+    if (!below.empty()) boxWords_->setText(text(below));
+    setShown(*box_, !below.empty());
+  }
+  if (!remark.empty()) {
+    remark_->setRole(line.isWarning ? &PaletteRoles::warning : &PaletteRoles::text);
+    remark_->setText(text(remark));
+  }
+  setShown(*remark_, !remark.empty());
 }
 
 void SettingRowView::showShortcut(const SettingsLine& line) {
   field_->setAccessibleName(text(line.label));
   field_->setField(line.field);
-  const bool asks = line.field.isListening && !line.field.remark.empty();
-  questionWords_->setText(text(line.field.remark));
-  useItHere_->setVisible(line.field.isTaken);
-  cancel_->setVisible(line.field.isTaken);
-  question_->setVisible(asks);
+  if (!line.field.isListening || line.field.remark.empty()) return;
+  setShown(*useItHere_, line.field.isTaken);
+  setShown(*cancel_, line.field.isTaken);
+}
+
+void SettingRowView::pointTo() {
+  QWidget* target = field_ != nullptr ? field_ : editor_.widget;
+  if (target == nullptr) target = button_;
+  if (target == nullptr) return;
+  window()->setAttribute(Qt::WA_KeyboardFocusChange);
+  target->setFocus(Qt::TabFocusReason);
 }
 
 void SettingRowView::resizeEvent(QResizeEvent* event) {

@@ -29,6 +29,9 @@ class SettingRowView : public QWidget {
   /// Shows the row as it is now.
   void setLine(const SettingsLine& line);
 
+  /// Gives the keyboard to what changes it, and shows that.
+  void pointTo();
+
  protected:
   void resizeEvent(QResizeEvent* event) override;
   bool event(QEvent* event) override;
@@ -37,6 +40,7 @@ class SettingRowView : public QWidget {
   /// Words too narrow for their font have the control below them.
   void arrange();
   void addShortcut(const SettingsLine& line, PlainSymbol plainSymbol);
+  void addRemarkBox();
   void addButton();
   void press();
   void showWords(const SettingsLine& line);
@@ -53,8 +57,8 @@ class SettingRowView : public QWidget {
   QToolButton* reset_;
   SettingEditor editor_;
   ShortcutField* field_ = nullptr;
-  QWidget* question_ = nullptr;  // below the field
-  RoleLabel* questionWords_ = nullptr;
+  QWidget* box_ = nullptr;  // below the field: a remark, or a question
+  RoleLabel* boxWords_ = nullptr;
   LinkButton* useItHere_ = nullptr;
   LinkButton* cancel_ = nullptr;
   QPushButton* button_ = nullptr;

@@ -210,15 +210,31 @@ void SettingsWindow::showNextPart() {
 
 void SettingsWindow::showEvent(QShowEvent* event) {
   if (!isBuilt_) {
-    isBuilt_ = true;
     model_->select(model_->pane());
+    isBuilt_ = true;
     rebuild();
   }
   WindowFrame::showEvent(event);
+  showPointedTo();
+}
+
+/// The keyboard goes to the row that somebody was led to.
+void SettingsWindow::showPointedTo() {
+  if (!isVisible()) return;
+  const auto found = rows_.find(model_->takePointedTo());
+  if (found == rows_.end()) return;
+  found->second->pointTo();
+  scroll_->widget()->layout()->activate();
+  scroll_->ensureWidgetVisible(found->second);
 }
 
 void SettingsWindow::changed(std::string_view id) {
   if (!isBuilt_) return;
+  showChange(id);
+  showPointedTo();
+}
+
+void SettingsWindow::showChange(std::string_view id) {
   // Who asks for a pane wants to see it.
   if (model_->pane() != shownPane_ && !search_->text().isEmpty()) return search_->clear();
   if (model_->pane() != shownPane_ || search_->text().trimmed() != shownSearch_) return rebuild();

@@ -45,9 +45,11 @@ class SettingsWindow : public WindowFrame {
   QWidget* makePane();
   void addKeys();
   void changed(std::string_view id);
+  void showChange(std::string_view id);
   void rebuild();
   void addLines(const std::vector<SettingsLine>& lines, bool namesPanes);
   void showNavigation();
+  void showPointedTo();
   void showNextPart();
 
   std::shared_ptr<SettingsModel> model_;

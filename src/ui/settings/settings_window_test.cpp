@@ -138,7 +138,17 @@ TEST_F(SettingsWindowTest, WhatIsClickedAndTypedIsSetAtOnceAndFollowsFromElsewhe
   keepPicture("settings-refused");
   strike(XK_Tab);
   settle();
-  EXPECT_EQ(name->text(), "s");
+  EXPECT_EQ(name->text(), "s/") << "nobody has to type it again";
+  model->select(SettingsPane::library);
+  model->select(SettingsPane::general);
+  settle();
+  auto* const again = named<QLineEdit>(window, "Name");
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(again->text(), "s/");
+  auto* const usual = named<QToolButton>(window, "Name: Back to Screenshot");
+  ASSERT_NE(usual, nullptr);
+  clickOn(*usual);
+  EXPECT_EQ(again->text(), "Screenshot");
 
   // By the keyboard alone: search, then change what is found.
   client->key(XK_Control_L, true);
@@ -188,9 +198,11 @@ TEST_F(SettingsWindowTest, AKeyIsRecordedThoughAnotherProgramHoldsIt) {
   settle();
   keepPicture("settings-taken");
   EXPECT_EQ(recorder->field("timedCaptureHotKey").remark, "Alt+Print is “Capture window”.");
+  const QPoint asked = timer->mapToGlobal(QPoint());
   for (LinkButton* const button : window.findChildren<LinkButton*>()) {
     if (button->isVisible() && button->text() == QLatin1String("Use it here")) clickOn(*button);
   }
+  EXPECT_EQ(timer->mapToGlobal(QPoint()), asked) << "nothing moves when a question goes";
   EXPECT_EQ(session->settings->values().windowHotKey, std::nullopt);
   EXPECT_EQ(session->settings->values().timedCaptureHotKey,
             (HotKeySpec{XK_Print, HotKeySpec::option}));
@@ -227,6 +239,25 @@ TEST_F(SettingsWindowTest, AKeyIsRecordedThoughAnotherProgramHoldsIt) {
   strike(XK_Escape);
   settle();
   EXPECT_EQ(recorder->listening(), "");
+}
+
+TEST_F(SettingsWindowTest, WhoIsLedToARowFindsTheKeyboardThere) {
+  start();
+  model->pointTo("captureHotKey");
+  SettingsWindow window(model, [] {});
+  bring(window, "Settings");
+  auto* const capture = named<ShortcutField>(window, "Capture");
+  ASSERT_NE(capture, nullptr);
+  EXPECT_TRUE(capture->hasFocus());
+  model->pointTo("exportFormat");
+  settle();
+  EXPECT_TRUE(named<QComboBox>(window, "Format")->hasFocus());
+  // Once: later it is where the person has put it.
+  model->select(SettingsPane::general);
+  named<QLineEdit>(window, "Name")->setFocus();
+  session->settings->set(&SettingsValues::playSounds, false);
+  settle();
+  EXPECT_TRUE(named<QLineEdit>(window, "Name")->hasFocus());
 }
 
 TEST_F(SettingsWindowTest, EveryPaneFitsItsLeastSizeAndSaysWhatItIsToScreenReaders) {
