@@ -26,6 +26,7 @@ constexpr QSize usualSize(520, 600);
 constexpr QSize leastSize(400, 360);
 constexpr int side = 40;
 constexpr int rowHeight = 56;
+constexpr int leastLetters = 16;  // of a row's words
 
 /// A symbol in the accent's color.
 class Symbol : public QWidget {
@@ -44,34 +45,54 @@ class Symbol : public QWidget {
   IconName name_;
 };
 
-/// A row with a symbol and two lines of words; what changes it is added to its layout.
-struct Row {
-  QWidget* widget;
-  QHBoxLayout* layout;
-  QVBoxLayout* words;
+/// A symbol, two lines of words, and what changes it: at their side, or below them where they would
+/// have too little room.
+class Row : public QWidget {
+ public:
+  Row(IconName symbol, const QString& title)
+      : layout_(new QBoxLayout(QBoxLayout::LeftToRight, this)) {
+    setMinimumHeight(rowHeight);
+    layout_->setContentsMargins(14, tokens::space8, 14, tokens::space8);
+    layout_->setSpacing(tokens::space12);
+    auto* const begin = new QHBoxLayout;
+    begin->setSpacing(14);
+    begin->addWidget(new Symbol(symbol, this));
+    words_->setSpacing(0);
+    words_->addStretch();
+    words_->addWidget(new RoleLabel(title, &PaletteRoles::text, tokens::bodyFont));
+    words_->addStretch();
+    begin->addLayout(words_, 1);
+    layout_->addLayout(begin, 1);
+    controls_->setSpacing(14);
+    controls_->addStretch();
+    layout_->addLayout(controls_);
+  }
+
+  RoleLabel* addSmall() {
+    auto* const label = new RoleLabel({}, &PaletteRoles::quiet, tokens::smallFont);
+    words_->insertWidget(words_->count() - 1, label);  // before the stretch
+    return label;
+  }
+  void add(QWidget* control) { controls_->addWidget(control); }
+
+ protected:
+  bool event(QEvent* event) override {
+    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize) arrange();
+    return QWidget::event(event);
+  }
+
+ private:
+  void arrange() {
+    const int beside = width() - controls_->sizeHint().width() - barIconSize - 4 * 14;
+    const int least = leastLetters * fontMetrics().averageCharWidth();
+    const auto direction = beside < least ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight;
+    if (layout_->direction() != direction) layout_->setDirection(direction);
+  }
+
+  QBoxLayout* layout_;
+  QVBoxLayout* words_ = new QVBoxLayout;
+  QHBoxLayout* controls_ = new QHBoxLayout;
 };
-
-Row makeRow(IconName symbol, const QString& title) {
-  auto* const widget = new QWidget;
-  widget->setMinimumHeight(rowHeight);
-  auto* const layout = new QHBoxLayout(widget);
-  layout->setContentsMargins(14, tokens::space8, 14, tokens::space8);
-  layout->setSpacing(14);
-  layout->addWidget(new Symbol(symbol, widget));
-  auto* const words = new QVBoxLayout;
-  words->setSpacing(0);
-  words->addStretch();
-  words->addWidget(new RoleLabel(title, &PaletteRoles::text, tokens::bodyFont));
-  words->addStretch();
-  layout->addLayout(words, 1);
-  return {widget, layout, words};
-}
-
-RoleLabel* addSmall(const Row& row) {
-  auto* const label = new RoleLabel({}, &PaletteRoles::quiet, tokens::smallFont);
-  row.words->insertWidget(row.words->count() - 1, label);  // before the stretch
-  return label;
-}
 
 }  // namespace
 
@@ -122,38 +143,38 @@ WelcomeWindow::~WelcomeWindow() = default;
 
 QWidget* WelcomeWindow::makeRows() {
   auto* const group = new RowGroup;
-  const Row capture = makeRow(IconName::keyboard, QStringLiteral("Capture an area"));
-  keyWords_ = addSmall(capture);
-  key_ = new KeyCaps(capture.widget);
-  auto* const change = new QPushButton(QStringLiteral("Change…"), capture.widget);
+  auto* const capture = new Row(IconName::keyboard, QStringLiteral("Capture an area"));
+  keyWords_ = capture->addSmall();
+  key_ = new KeyCaps(capture);
+  auto* const change = new QPushButton(QStringLiteral("Change…"), capture);
   change->setAutoDefault(false);
   change->setAccessibleName(QStringLiteral("Change the capture key…"));
   change->setToolTip(QStringLiteral("Settings → Shortcuts"));
   connect(change, &QPushButton::clicked, this, [this] { model_->changeKey(); });
-  capture.layout->addWidget(key_);
-  capture.layout->addWidget(change);
-  group->addRow(capture.widget);
+  capture->add(key_);
+  capture->add(change);
+  group->addRow(capture);
 
-  const Row folder = makeRow(IconName::folder, QStringLiteral("Captures go to"));
-  folder_ = addSmall(folder);
-  folderRemark_ = addSmall(folder);
-  auto* const choose = new QPushButton(QStringLiteral("Choose…"), folder.widget);
+  auto* const folder = new Row(IconName::folder, QStringLiteral("Captures go to"));
+  folder_ = folder->addSmall();
+  folderRemark_ = folder->addSmall();
+  auto* const choose = new QPushButton(QStringLiteral("Choose…"), folder);
   choose->setAutoDefault(false);
   choose->setAccessibleName(QStringLiteral("Choose the folder of the captures…"));
   choose->setToolTip(QStringLiteral("Choose the folder of the captures"));
   connect(choose, &QPushButton::clicked, this, [this] { chooseFolder(); });
-  folder.layout->addWidget(choose);
-  group->addRow(folder.widget);
+  folder->add(choose);
+  group->addRow(folder);
 
-  const Row session = makeRow(IconName::timer, QStringLiteral("Start with the session"));
-  sessionWords_ = addSmall(session);
-  session_ = new ToggleSwitch(session.widget);
+  auto* const session = new Row(IconName::timer, QStringLiteral("Start with the session"));
+  sessionWords_ = session->addSmall();
+  session_ = new ToggleSwitch(session);
   session_->setAccessibleName(QStringLiteral("Start with the session"));
   session_->setToolTip(QStringLiteral("Start with the session"));
   connect(session_, &QAbstractButton::clicked, this,
           [this](bool isOn) { model_->setStartsWithSession(isOn); });
-  session.layout->addWidget(session_);
-  group->addRow(session.widget);
+  session->add(session_);
+  group->addRow(session);
   return group;
 }
 
