@@ -7,6 +7,7 @@
 
 #include "base/check.hpp"
 #include "base/round_trip.hpp"
+#include "editor/entry_document.hpp"
 #include "library/entry_changes.hpp"
 #include "library/entry_failure.hpp"
 #include "library/entry_filter.hpp"
@@ -51,30 +52,117 @@ bool isForPictures(HistoryAction action) {
   return action == copyPicture || action == saveAs || action == convert || action == compress;
 }
 
-bool isRedacted(const EntryPointer& entry) {
-  return std::ranges::find(entry->shapes, ShapeType::redact, &Shape::type) != entry->shapes.end();
-}
-
 std::string closed(std::string text) {
   if (!text.ends_with('.')) text += '.';
   return text;
 }
 
-/// Why nothing can be done with the file of the only one, or of one of several.
-std::string sentenceOf(FileReach reach, bool isOnly) {
-  if (!isOnly) {
-    return reach == FileReach::fileGone ? "The file of a selected capture is gone."
-                                        : "The file of a selected capture is out of reach.";
+/// What of a capture keeps an action from it.
+enum class Hindrance { noPicture, fileGone, folderReplaced, away, redacted, withinReach };
+
+std::optional<Hindrance> hindranceOf(
+    HistoryAction action, const ScreenshotEntry& entry,
+    const std::function<FileReach(const ScreenshotEntry&)>& reachOf) {
+  if (isForPictures(action) && entry.medium != CaptureMedium::image) return Hindrance::noPicture;
+  if (needsFile(action)) {
+    switch (reachOf(entry)) {
+      case FileReach::there: break;
+      case FileReach::fileGone: return Hindrance::fileGone;
+      case FileReach::folderReplaced: return Hindrance::folderReplaced;
+      default: return Hindrance::away;
+    }
   }
-  if (reach == FileReach::fileGone || reach == FileReach::folderReplaced) {
-    const char* const what = reach == FileReach::fileGone
-                                 ? "Its file is gone."
-                                 : "Its folder is another one of that name now.";
-    return std::string(what) + " Use Remove from History to take it out of Vantorel.";
+  // Their files show what is covered.
+  const bool handsFileOut = action == HistoryAction::dragOut || action == HistoryAction::open;
+  if (handsFileOut && isRedacted(entry)) return Hindrance::redacted;
+  if (action == HistoryAction::remove && reachOf(entry) == FileReach::there) {
+    return Hindrance::withinReach;
   }
-  std::string text(sentence(reach));
-  if (text.front() >= 'a' && text.front() <= 'z') text.front() -= 'a' - 'A';
-  return closed(std::move(text));
+  return std::nullopt;
+}
+
+/// "they are out of reach", without its subject.
+const char* clauseOf(Hindrance hindrance, bool isOne) {
+  switch (hindrance) {
+    case Hindrance::noPicture: return isOne ? "is no picture" : "are no pictures";
+    case Hindrance::fileGone: return isOne ? "has lost its file" : "have lost their files";
+    case Hindrance::folderReplaced:
+    case Hindrance::away: return isOne ? "is out of reach" : "are out of reach";
+    case Hindrance::redacted: return isOne ? "is redacted" : "are redacted";
+    case Hindrance::withinReach: return isOne ? "is within reach" : "are within reach";
+  }
+  std::unreachable();
+}
+
+/// "they are out of reach", "2 are out of reach, 1 is redacted".
+std::string clauseOf(const std::vector<Hindrance>& hindrances) {
+  std::vector<std::pair<const char*, std::size_t>> groups;  // by the words for several
+  for (const Hindrance one : hindrances) {
+    const char* const words = clauseOf(one, false);
+    const auto known = std::ranges::find(groups, std::string_view(words), [](const auto& group) {
+      return std::string_view(group.first);
+    });
+    if (known == groups.end()) {
+      groups.emplace_back(words, 1);
+    } else {
+      ++known->second;
+    }
+  }
+  const bool isOne = hindrances.size() == 1;
+  if (groups.size() == 1) {
+    return fmt::format("{} {}", isOne ? "it" : "they", clauseOf(hindrances.front(), isOne));
+  }
+  std::string text;
+  for (const auto& [words, count] : groups) {
+    const auto first = std::ranges::find_if(
+        hindrances, [&](Hindrance one) { return std::string_view(clauseOf(one, false)) == words; });
+    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count, clauseOf(*first, count == 1));
+  }
+  return text;
+}
+
+/// Why nothing can be done with the only one.
+std::string sentenceOf(Hindrance hindrance, HistoryAction action, FileReach reach) {
+  switch (hindrance) {
+    case Hindrance::noPicture: return "This is for pictures only.";
+    case Hindrance::fileGone:
+      return "Its file is gone. Use Remove from History to take it out of Vantorel.";
+    case Hindrance::folderReplaced:
+      return "Its folder is another one of that name now. Use Remove from History to take it out "
+             "of Vantorel.";
+    case Hindrance::away: {
+      std::string text(sentence(reach));
+      if (text.front() >= 'a' && text.front() <= 'z') text.front() -= 'a' - 'A';
+      return closed(std::move(text));
+    }
+    case Hindrance::redacted:
+      return action == HistoryAction::open
+                 ? "The file of a redacted capture shows what is covered. Space shows the picture "
+                   "here."
+                 : "The file of a redacted capture shows what is covered. Copy the picture "
+                   "instead.";
+    case Hindrance::withinReach: return "The file can be reached: move the capture to the Trash.";
+  }
+  std::unreachable();
+}
+
+/// Why nothing can be done with any of several.
+std::string sentenceOf(const std::vector<Hindrance>& hindrances, HistoryAction action) {
+  const auto areAll = [&](Hindrance one) {
+    return std::ranges::all_of(hindrances, [one](Hindrance other) { return other == one; });
+  };
+  if (areAll(Hindrance::fileGone)) {
+    return "Their files are gone. Use Remove from History to take them out of Vantorel.";
+  }
+  if (areAll(Hindrance::withinReach)) {
+    return "The files can be reached: move the captures to the Trash.";
+  }
+  for (const Hindrance one : {Hindrance::noPicture, Hindrance::redacted}) {
+    if (areAll(one)) return sentenceOf(one, action, FileReach::there);
+  }
+  std::string text = clauseOf(hindrances);
+  if (text.starts_with("they")) return "T" + text.substr(1) + ".";
+  return "This works with none of them: " + text + ".";
 }
 
 std::string counted(std::size_t count) {
@@ -91,6 +179,7 @@ std::string nameOf(const EntryList& entries, const std::string& id) {
 
 struct HistoryActions::Rewriting {
   EntryList entries;
+  std::string leftOut;                 // what is said of others that were asked for
   std::optional<ExportFormat> format;  // none: compress
   std::size_t changed = 0;
   std::string remark{};  // on the only one
@@ -112,31 +201,45 @@ std::optional<std::string> HistoryActions::obstacle(HistoryAction action,
     }
   }
   if (isForOne(action) && entries.size() > 1) return "This takes one capture at a time.";
-  const auto isPicture = [](const EntryPointer& entry) {
-    return entry->medium == CaptureMedium::image;
-  };
-  if (isForPictures(action) && !std::ranges::all_of(entries, isPicture)) {
-    return "This is for pictures only.";
+  const bool isRewriting = action == HistoryAction::convert || action == HistoryAction::compress;
+  if (isRewriting && progress_) return "Pictures are being changed already.";
+  std::vector<Hindrance> hindrances;
+  for (const EntryPointer& entry : entries) {
+    const auto hindrance = hindranceOf(action, *entry, services_.reachOf);
+    if (!hindrance) return std::nullopt;
+    hindrances.push_back(*hindrance);
   }
-  const bool isReading = action == HistoryAction::convert || action == HistoryAction::compress;
-  if (isReading && progress_) return "Pictures are being changed already.";
-  const auto isAway = [this](const EntryPointer& entry) {
-    return services_.reachOf(*entry) != FileReach::there;
-  };
-  if (needsFile(action)) {
-    const auto away = std::ranges::find_if(entries, isAway);
-    if (away != entries.end()) return sentenceOf(services_.reachOf(**away), entries.size() == 1);
+  return entries.size() == 1
+             ? sentenceOf(hindrances.front(), action, services_.reachOf(*entries.front()))
+             : sentenceOf(hindrances, action);
+}
+
+HistoryShare HistoryActions::share(HistoryAction action, const EntryList& entries) const {
+  HistoryShare share;
+  EntryPointer left;
+  std::vector<Hindrance> hindrances;
+  for (const EntryPointer& entry : entries) {
+    const auto hindrance = hindranceOf(action, *entry, services_.reachOf);
+    if (!hindrance) {
+      share.entries.push_back(entry);
+      continue;
+    }
+    left = entry;
+    hindrances.push_back(*hindrance);
   }
-  if (action == HistoryAction::dragOut && std::ranges::any_of(entries, isRedacted)) {
-    return "The file of a redacted capture shows what is covered. Copy the picture instead.";
-  }
-  if (action == HistoryAction::open && std::ranges::any_of(entries, isRedacted)) {
-    return "The file of a redacted capture shows what is covered. Space shows the picture here.";
-  }
-  if (action == HistoryAction::remove && !std::ranges::all_of(entries, isAway)) {
-    return "The file can be reached: move the capture to the Trash.";
-  }
-  return std::nullopt;
+  if (hindrances.empty()) return share;
+  share.leftOut = hindrances.size() == 1
+                      ? fmt::format("“{}” is left out: {}.", titleOf(*left), clauseOf(hindrances))
+                      : fmt::format("{} of {} are left out: {}.", hindrances.size(), entries.size(),
+                                    clauseOf(hindrances));
+  return share;
+}
+
+/// What the action is done with; what is said of the others is said.
+EntryList HistoryActions::take(HistoryAction action, const EntryList& entries) {
+  HistoryShare share = this->share(action, entries);
+  if (!share.leftOut.empty()) say_({.text = std::move(share.leftOut)});
+  return std::move(share.entries);
 }
 
 void HistoryActions::sayUnsaved(const std::string& reason) {
@@ -146,7 +249,7 @@ void HistoryActions::sayUnsaved(const std::string& reason) {
 }
 
 void HistoryActions::sayFailures(const std::vector<TrashSweep::Failure>& failures,
-                                 const EntryList& entries) {
+                                 const EntryList& entries, const std::string& leftOut) {
   if (failures.empty()) return;
   const TrashSweep::Failure& first = failures.front();
   HistoryNotice notice{.text = closed(nameOf(entries, first.id) + ": " + first.reason)};
@@ -156,6 +259,7 @@ void HistoryActions::sayFailures(const std::vector<TrashSweep::Failure>& failure
                         : fmt::format("The same or something like it holds for {} others.",
                                       failures.size() - 1);
   }
+  if (!leftOut.empty()) notice.detail += (notice.detail.empty() ? "" : " ") + leftOut;
   say_(std::move(notice));
 }
 
@@ -214,7 +318,7 @@ void HistoryActions::open(const EntryPointer& entry) {
 }
 
 void HistoryActions::reveal(const EntryList& entries) {
-  withFiles(entries, [this](const EntryList& found) {
+  withFiles(take(HistoryAction::reveal, entries), [this](const EntryList& found) {
     std::vector<Path> paths;
     for (const EntryPointer& entry : found) paths.emplace_back(entry->path);
     if (!paths.empty()) services_.reveal(paths);
@@ -269,20 +373,24 @@ void HistoryActions::saveAs(const EntryPointer& entry, const Path& file) {
 }
 
 void HistoryActions::convert(const EntryList& entries, ExportFormat format) {
-  begin({.entries = entries, .format = format});
+  begin(HistoryAction::convert, entries, format);
 }
 
 void HistoryActions::compress(const EntryList& entries) {
-  begin({.entries = entries, .format = std::nullopt});
+  begin(HistoryAction::compress, entries, std::nullopt);
 }
 
-void HistoryActions::begin(Rewriting rewriting) {
-  if (progress_ || rewriting.entries.empty()) return;
+void HistoryActions::begin(HistoryAction action, const EntryList& entries,
+                           std::optional<ExportFormat> format) {
+  if (progress_) return;
+  HistoryShare share = this->share(action, entries);
+  if (share.entries.empty()) return;
   isStopped_ = false;
-  progress_ = HistoryProgress{.text = rewriting.format ? "Converting" : "Compressing",
-                              .total = rewriting.entries.size()};
+  progress_ =
+      HistoryProgress{.text = format ? "Converting" : "Compressing", .total = share.entries.size()};
   onProgress_();
-  rewriteNext(std::make_shared<Rewriting>(std::move(rewriting)));
+  rewriteNext(std::make_shared<Rewriting>(Rewriting{
+      .entries = std::move(share.entries), .leftOut = std::move(share.leftOut), .format = format}));
 }
 
 void HistoryActions::rewriteNext(const std::shared_ptr<Rewriting>& rewriting) {
@@ -312,25 +420,34 @@ void HistoryActions::rewriteNext(const std::shared_ptr<Rewriting>& rewriting) {
 void HistoryActions::finish(const Rewriting& rewriting) {
   progress_.reset();
   onProgress_();
-  if (!rewriting.failures.empty()) return sayFailures(rewriting.failures, rewriting.entries);
-  if (rewriting.entries.size() == 1) {
+  if (!rewriting.failures.empty()) {
+    return sayFailures(rewriting.failures, rewriting.entries, rewriting.leftOut);
+  }
+  const bool isAll = rewriting.leftOut.empty();
+  if (isAll && rewriting.entries.size() == 1) {
     if (!rewriting.remark.empty()) say_({.text = rewriting.remark, .isProblem = false});
     return;
   }
   say_({.text = fmt::format("{} of {} {}.", rewriting.changed, counted(rewriting.entries.size()),
                             rewriting.format ? "converted" : "compressed"),
-        .isProblem = false});
+        .detail = rewriting.leftOut,
+        .isProblem = !isAll});
 }
 
 void HistoryActions::trash(const EntryList& entries) {
+  HistoryShare share = this->share(HistoryAction::trash, entries);
+  if (share.entries.empty()) return;
+  if (!share.leftOut.empty()) say_({.text = share.leftOut});
+  const std::vector<std::string> ids = idsOf(share.entries);
   services_.library.deletion().trash(
-      idsOf(entries), HistoryDeletion::Undo::offered,
-      lifetime_.guard([this, entries](const TrashSweep& sweep) {
+      ids, HistoryDeletion::Undo::offered,
+      lifetime_.guard([this, share = std::move(share)](const TrashSweep& sweep) {
         if (sweep.indexNotSaved) return sayUnsaved(*sweep.indexNotSaved);
-        sayFailures(sweep.failures, entries);
+        sayFailures(sweep.failures, share.entries, share.leftOut);
         if (!sweep.removed.empty() && sweep.isUndoTaken) {
           say_({.text = "This can’t be undone, since an undo before it waits for its disk; the "
-                        "files are in the Trash."});
+                        "files are in the Trash.",
+                .detail = share.leftOut});
         }
       }));
 }
@@ -349,8 +466,10 @@ void HistoryActions::undo() {
 }
 
 void HistoryActions::remove(const EntryList& entries) {
+  const std::vector<std::string> ids = idsOf(take(HistoryAction::remove, entries));
+  if (ids.empty()) return;
   services_.prune.forget(
-      idsOf(entries), lifetime_.guard([this, wanted = entries.size()](const ForgetReport& report) {
+      ids, lifetime_.guard([this, wanted = ids.size()](const ForgetReport& report) {
         if (report.indexNotSaved) return sayUnsaved(*report.indexNotSaved);
         if (report.count < wanted) {
           say_({.text = fmt::format("{} could not be removed now: something is being done with it.",

@@ -33,6 +33,12 @@ enum class HistoryAction {
   remove,  ///< from History alone, the way out for what cannot be reached
 };
 
+/// Those of some captures that an action is done with, and what is said of the others.
+struct HistoryShare {
+  EntryList entries;
+  std::string leftOut{};  ///< "2 of 5 are left out: they are out of reach."; empty when none is
+};
+
 /// Pictures that are converted or compressed one after the other.
 struct HistoryProgress {
   std::string text;  ///< "Converting"
@@ -62,9 +68,13 @@ class HistoryActions {
   HistoryActions(Services services, std::function<void(HistoryNotice)> say,
                  std::function<void()> onProgress);
 
-  /// Why the action cannot be done with these captures now, in a sentence for its tooltip.
+  /// Why the action cannot be done with any of these captures now, in a sentence for its tooltip.
   [[nodiscard]] std::optional<std::string> obstacle(HistoryAction action,
                                                     const EntryList& entries) const;
+
+  /// Those that it can be done with. What is asked for below is done with them, and the others are
+  /// told of.
+  [[nodiscard]] HistoryShare share(HistoryAction action, const EntryList& entries) const;
 
   void open(const EntryPointer& entry);
   void reveal(const EntryList& entries);
@@ -108,11 +118,13 @@ class HistoryActions {
   void change(const EntryList& entries,
               const std::function<Result<void>(const std::string& id)>& change);
   void withFiles(const EntryList& entries, Found then);
-  void begin(Rewriting rewriting);
+  [[nodiscard]] EntryList take(HistoryAction action, const EntryList& entries);
+  void begin(HistoryAction action, const EntryList& entries, std::optional<ExportFormat> format);
   void rewriteNext(const std::shared_ptr<Rewriting>& rewriting);
   void finish(const Rewriting& rewriting);
   void sayUnsaved(const std::string& reason);
-  void sayFailures(const std::vector<TrashSweep::Failure>& failures, const EntryList& entries);
+  void sayFailures(const std::vector<TrashSweep::Failure>& failures, const EntryList& entries,
+                   const std::string& leftOut = {});
 
   Services services_;
   std::function<void(HistoryNotice)> say_;

@@ -342,6 +342,11 @@ bool HistoryModel::refuses(HistoryAction action) {
   return true;
 }
 
+void HistoryModel::sayLeftOut(HistoryAction action) {
+  if (refuses(action)) return;
+  if (std::string left = leftOut(action); !left.empty()) say({.text = std::move(left)});
+}
+
 void HistoryModel::trash() {
   if (!refuses(HistoryAction::trash)) actions_.trash(subjects());
 }

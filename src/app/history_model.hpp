@@ -149,8 +149,16 @@ class HistoryModel {
     return actions_.obstacle(action, selection_.subjects());
   }
 
+  /// What is said of those selected that it would not be done with; empty when it is none.
+  [[nodiscard]] std::string leftOut(HistoryAction action) const {
+    return actions_.share(action, selection_.subjects()).leftOut;
+  }
+
   /// Whether it cannot be done, which is said in the band.
   bool refuses(HistoryAction action);
+
+  /// Says in the band with which of those selected it was not done; nothing when it was with all.
+  void sayLeftOut(HistoryAction action);
   [[nodiscard]] EntryList subjects() const { return selection_.subjects(); }
   [[nodiscard]] HistoryActions& actions() { return actions_; }
   [[nodiscard]] const std::optional<HistoryProgress>& progress() const {

@@ -6,6 +6,7 @@
 namespace vantorel {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -135,7 +136,6 @@ TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
   EXPECT_EQ(run.obstacle(convert), "none");
   EXPECT_THAT(run.obstacle(HistoryAction::remove), HasSubstr("move the capture to the Trash"));
   run.alsoChoose("text");
-  EXPECT_EQ(run.obstacle(convert), "This is for pictures only.");
   EXPECT_EQ(run.obstacle(rename), "This takes one capture at a time.");
 
   run.choose("away");
@@ -148,8 +148,6 @@ TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
   run.model.trash();
   run.runners.run();
   EXPECT_THAT(run.notice(), HasSubstr("can't be reached"));
-  run.alsoChoose("here");
-  EXPECT_EQ(run.obstacle(trash), "The file of a selected capture is out of reach.");
   run.setReach({});
   EXPECT_EQ(run.obstacle(trash), "none") << "the disk is back";
 
@@ -161,6 +159,62 @@ TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
   run.runners.run();
   EXPECT_THAT(run.listed(), ElementsAre("here", "text"));
   EXPECT_TRUE(run.files->disk.contains("/pictures/away.png"));
+}
+
+TEST(HistoryModelTest, WhatIsAskedForSeveralIsDoneWithThoseItCanBeAndTheOthersAreTold) {
+  HistorySession run;
+  run.open();
+  for (const char* const id : {"a", "b", "c", "d"}) run.add(id, id[0] - 'a');
+  run.add("text", 9, [](ScreenshotEntry& entry) { entry.medium = CaptureMedium::text; });
+  run.runners.run();
+  const auto selectAll = [&] {
+    run.model.select([](HistorySelection& selection) { selection.selectAll(); });
+  };
+  const auto said = [&] { return run.notice() + " " + run.model.notice()->detail; };
+  using enum HistoryAction;
+  run.setReach({{"b", FileReach::folderUnreachable}, {"c", FileReach::folderUnreachable}});
+  selectAll();
+  EXPECT_EQ(run.obstacle(convert), "none");
+  EXPECT_EQ(run.model.leftOut(convert),
+            "3 of 5 are left out: 2 are out of reach, 1 is no picture.");
+  EXPECT_EQ(run.model.leftOut(star), "");
+  run.model.toggleStar();
+  run.model.actions().convert(run.model.subjects(), ExportFormat::webp);
+  run.runners.run();
+  EXPECT_TRUE(run.model.areStarred());
+  EXPECT_EQ(run.store.find("d")->path, "/pictures/d.webp");
+  EXPECT_EQ(run.store.find("b")->path, "/pictures/b.png");
+  EXPECT_EQ(said(),
+            "2 of 2 captures converted. 3 of 5 are left out: 2 are out of reach, 1 is no "
+            "picture.");
+  EXPECT_TRUE(run.model.notice()->isProblem) << "it stays until it is read";
+
+  // One that fails is told of first, and the others all the same.
+  run.files->put("/pictures/d.webp", "no picture");
+  run.model.actions().compress(run.model.subjects());
+  run.runners.run();
+  EXPECT_THAT(said(), AllOf(HasSubstr("“d”: "), HasSubstr("3 of 5 are left out")));
+
+  run.setReach({{"b", FileReach::fileGone}});
+  run.model.trash();
+  run.runners.run();
+  EXPECT_THAT(run.listed(), ElementsAre("b"));
+  EXPECT_EQ(run.notice(), "“b” is left out: it has lost its file.");
+  run.model.undo();
+  run.runners.run();
+  selectAll();
+  run.model.remove();
+  run.runners.run();
+  EXPECT_THAT(run.listed(), ElementsAre("a", "c", "d", "text"));
+  EXPECT_EQ(run.notice(), "4 of 5 are left out: they are within reach.");
+
+  selectAll();
+  run.setReach({{"a", FileReach::fileGone},
+                {"c", FileReach::folderGone},
+                {"d", FileReach::folderGone},
+                {"text", FileReach::folderGone}});
+  EXPECT_EQ(run.obstacle(trash),
+            "This works with none of them: 1 has lost its file, 3 are out of reach.");
 }
 
 TEST(HistoryModelTest, PicturesAreConvertedOneAfterTheOtherUntilItIsStopped) {

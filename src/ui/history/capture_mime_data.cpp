@@ -9,15 +9,16 @@ constexpr const char* capturesType = "application/x-vantorel-captures";
 
 }  // namespace
 
-std::unique_ptr<QMimeData> makeCaptureMimeData(const EntryList& entries, const std::string& png) {
+std::unique_ptr<QMimeData> makeCaptureMimeData(const EntryList& entries, const EntryList& leave,
+                                               const std::string& png) {
   auto data = std::make_unique<QMimeData>();
   QList<QUrl> files;
-  QByteArray ids;
-  for (const EntryPointer& entry : entries) {
+  for (const EntryPointer& entry : leave) {
     files.append(QUrl::fromLocalFile(QString::fromStdString(entry->path)));
-    ids += QByteArray::fromStdString(entry->id) + '\n';
   }
-  data->setUrls(files);
+  QByteArray ids;
+  for (const EntryPointer& entry : entries) ids += QByteArray::fromStdString(entry->id) + '\n';
+  if (!files.isEmpty()) data->setUrls(files);
   if (!png.empty()) data->setData(QStringLiteral("image/png"), QByteArray::fromStdString(png));
   data->setData(QLatin1String(capturesType), ids);
   return data;

@@ -10,9 +10,10 @@
 
 namespace vantorel {
 
-/// Captures on their way out of the History window: their files; of one picture also its `png`,
-/// unless that is empty; and for the window itself, which captures they are.
+/// Captures that are dragged in the History window, which can be any, and out of it the files of
+/// those that may `leave`; of one picture also its `png`, unless that is empty.
 [[nodiscard]] std::unique_ptr<QMimeData> makeCaptureMimeData(const EntryList& entries,
+                                                             const EntryList& leave,
                                                              const std::string& png);
 
 /// The ids of the captures that are dragged; empty when these are none.

@@ -21,8 +21,10 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
       collectMenu_(std::make_unique<QMenu>()),
       convertMenu_(std::make_unique<QMenu>()) {
   const auto subjects = [this] { return model_->subjects(); };
-  open = add(HistoryAction::open, QStringLiteral("Open"), IconName::image, {},
+  open = add(HistoryAction::open, QStringLiteral("Open"), IconName::image, Qt::Key_Return,
              [this, subjects] { model_->actions().open(subjects().front()); });
+  // Fields and buttons have their own use for this key: whoever has it opens by it itself.
+  open->setShortcutContext(Qt::WidgetShortcut);
   copyPicture =
       add(HistoryAction::copyPicture, QStringLiteral("Copy"), IconName::copy, Qt::CTRL | Qt::Key_C,
           [this, subjects] { model_->actions().copyPicture(subjects().front()); });
@@ -34,13 +36,13 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
   star = add(HistoryAction::star, QStringLiteral("Star"), IconName::star, Qt::CTRL | Qt::Key_D,
              [this] { model_->toggleStar(); });
   collect = add(HistoryAction::collect, QStringLiteral("Collect"), IconName::collectionAdd,
-                Qt::CTRL | Qt::Key_L, [this] { showCollections(QCursor::pos()); });
+                Qt::CTRL | Qt::Key_L, [this] { popUp(*collectMenu_); });
   rename =
       add(HistoryAction::rename, QStringLiteral("Rename…"), IconName::rename, Qt::Key_F2, [this] {
         if (onRename) onRename();
       });
   convert = add(HistoryAction::convert, QStringLiteral("Convert"), IconName::convert, {},
-                [this] { convertMenu_->popup(QCursor::pos()); });
+                [this] { popUp(*convertMenu_); });
   compress = add(HistoryAction::compress, QStringLiteral("Compress"), IconName::compress, {},
                  [this, subjects] { model_->actions().compress(subjects()); });
   reveal = add(HistoryAction::reveal, QStringLiteral("Show in File Manager"), IconName::reveal,
@@ -83,8 +85,8 @@ void HistoryCommands::refresh() {
     if (row.what == HistoryAction::star) row.action->setText(help);
     const QString key = row.action->shortcut().toString(QKeySequence::NativeText);
     if (!key.isEmpty()) help += " (" + key + ")";
-    if (row.what == HistoryAction::open) help += QStringLiteral(" (Return)");
-    if (obstacle) help += "\n" + QString::fromStdString(*obstacle);
+    const std::string remark = obstacle ? *obstacle : model_->leftOut(row.what);
+    if (!remark.empty()) help += "\n" + QString::fromStdString(remark);
     row.action->setToolTip(help);
     row.action->setEnabled(!obstacle);
   }
@@ -93,10 +95,19 @@ void HistoryCommands::refresh() {
       subjects, [this](const EntryPointer& entry) { return model_->isOutOfReach(*entry); }));
 }
 
+void HistoryCommands::openOrExplain() {
+  if (open->isEnabled()) {
+    open->trigger();
+  } else if (!model_->subjects().empty()) {
+    model_->refuses(HistoryAction::open);
+  }
+}
+
 bool HistoryCommands::explain(const QKeyEvent& press) {
   const QKeySequence key(press.keyCombination());
   for (const Row& row : rows_) {
-    if (row.action->isEnabled() || !row.action->isVisible() || row.action->shortcut() != key) {
+    if (row.action->isEnabled() || !row.action->isVisible() || row.action->shortcut() != key ||
+        row.action == open) {
       continue;
     }
     return !model_->subjects().empty() && model_->refuses(row.what);
@@ -135,6 +146,13 @@ void HistoryCommands::askWhereToSave() {
 }
 
 void HistoryCommands::showCollections(const QPoint& at) { collectMenu_->popup(at); }
+
+QMenu* HistoryCommands::menuOf(const QAction* action) const {
+  if (action == collect) return collectMenu_.get();
+  return action == convert ? convertMenu_.get() : nullptr;
+}
+
+void HistoryCommands::popUp(QMenu& menu) { menu.popup(menuPlace ? menuPlace() : QCursor::pos()); }
 
 void HistoryCommands::fillCollections(QMenu& menu) {
   const std::vector<std::string> common = model_->commonCollections();

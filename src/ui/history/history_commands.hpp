@@ -36,7 +36,13 @@ class HistoryCommands : public QObject {
   QAction* trash;
   QAction* remove;
 
+  /// Opens what is selected, or says why that can't be.
+  void openOrExplain();
+
   std::function<void()> onRename;
+
+  /// Where the menu of a key opens, on the screen: at what is selected.
+  std::function<QPoint()> menuPlace;
 
   /// Makes a collection and puts what is selected into it.
   std::function<void()> onNewCollection;
@@ -47,13 +53,15 @@ class HistoryCommands : public QObject {
   /// All of them, for a right click.
   void fill(QMenu& menu);
 
-  /// The menu of collections, at the pointer's or a button's place.
+  /// The menu of collections, and of formats.
   void showCollections(const QPoint& at);
+  [[nodiscard]] QMenu* menuOf(const QAction* action) const;
 
  private:
   QAction* add(HistoryAction action, const QString& label, IconName symbol, const QKeySequence& key,
                std::function<void()> run);
   void askWhereToSave();
+  void popUp(QMenu& menu);
   void fillCollections(QMenu& menu);
   void fillFormats(QMenu& menu);
 

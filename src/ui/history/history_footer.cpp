@@ -104,6 +104,10 @@ QToolButton* HistoryFooter::addButton(QAction* action) {
   auto* const button = new QToolButton;
   button->setAutoRaise(true);
   button->setDefaultAction(action);
+  if (QMenu* const menu = commands_.menuOf(action)) {
+    button->setMenu(menu);
+    button->setPopupMode(QToolButton::InstantPopup);
+  }
   button->setIconSize({rowIconSize, rowIconSize});
   button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
   button->setFocusPolicy(Qt::TabFocus);

@@ -37,6 +37,9 @@ class HistoryView : public QAbstractScrollArea {
 
   void scrollTo(std::size_t place);
 
+  /// Where the menu of what is selected opens without the pointer, on the screen.
+  [[nodiscard]] QPoint menuPlace();
+
   /// Writes the title in place.
   void rename(std::size_t place);
 

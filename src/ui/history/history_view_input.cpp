@@ -200,13 +200,18 @@ void HistoryView::mouseDoubleClickEvent(QMouseEvent* event) {
   if (placeAt(event->pos()) && onOpen) onOpen();
 }
 
+QPoint HistoryView::menuPlace() {
+  const auto focus = model_->selection().focus();
+  if (!focus) return viewport()->mapToGlobal(viewport()->rect().center());
+  scrollTo(*focus);
+  return viewport()->mapToGlobal(areaOf(*focus).center());
+}
+
 void HistoryView::contextMenuEvent(QContextMenuEvent* event) {
   QPoint at = event->globalPos();
   if (event->reason() == QContextMenuEvent::Keyboard) {
-    const auto focus = model_->selection().focus();
-    if (!focus) return;
-    scrollTo(*focus);
-    at = viewport()->mapToGlobal(areaOf(*focus).center());
+    if (!model_->selection().focus()) return;
+    at = menuPlace();
   } else if (const auto place = placeAt(event->pos())) {
     model_->select([&](HistorySelection& selection) { selection.take(*place); });
   } else {
@@ -237,15 +242,18 @@ void HistoryView::readForDrag(const EntryPointer& entry) {
 void HistoryView::startDrag() {
   const EntryList entries = model_->selection().entries();
   if (entries.empty()) return;
-  if (model_->refuses(HistoryAction::dragOut)) return;
+  const EntryList leave = model_->actions().share(HistoryAction::dragOut, entries).entries;
   auto* const drag = new QDrag(this);
-  const bool hasPNG = entries.size() == 1 && dragged_ == entries.front();
-  drag->setMimeData(makeCaptureMimeData(entries, hasPNG ? draggedPNG_ : "").release());
+  const bool hasPNG = entries.size() == 1 && !leave.empty() && dragged_ == entries.front();
+  drag->setMimeData(makeCaptureMimeData(entries, leave, hasPNG ? draggedPNG_ : "").release());
   if (const TilePictures::Tile* const tile = pictures_.find(*entries.front())) {
     drag->setPixmap(dragPixmap(tile->pixmap));
     drag->setHotSpot({dragSide / 2, dragSide / 4});
   }
-  drag->exec(Qt::CopyAction);
+  const bool isTaken = drag->exec(Qt::CopyAction) != Qt::IgnoreAction;
+  // A collection takes all of them.
+  if (drag->target() != nullptr || (!isTaken && !leave.empty())) return;
+  model_->sayLeftOut(HistoryAction::dragOut);
 }
 
 // Renaming.

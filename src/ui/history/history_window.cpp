@@ -58,7 +58,7 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
   bar_->onSidebar = [this] { toggleSidebar(); };
   bar_->onMode = [this](int mode) { setMode(mode); };
   bar_->onMore = [this](const QPoint& at) { showMore(at); };
-  view_->onOpen = [this] { commands_->open->trigger(); };
+  view_->onOpen = [this] { commands_->openOrExplain(); };
   view_->onPreview = [this] { preview_->open(); };
   view_->onTyped = [this](const QString& text) {
     search_->setFocus();
@@ -71,10 +71,14 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
     commands_->fill(*menu);
     menu->popup(at);
   };
-  preview_->onOpen = [this] { commands_->open->trigger(); };
+  preview_->onOpen = [this] { commands_->openOrExplain(); };
   preview_->onClosed = [this] {
     view_->setFocus();
     if (const auto focus = model_->selection().focus()) view_->scrollTo(*focus);
+  commands_->menuPlace = [this] {
+    return preview_->isVisible() ? preview_->mapToGlobal(preview_->rect().center())
+                                 : view_->menuPlace();
+  };
   };
   commands_->onRename = [this] { rename(); };
   commands_->onNewCollection = [this] {

@@ -436,6 +436,14 @@ void VantorelStyle::drawComplexControl(ComplexControl control, const QStyleOptio
                               proxy()->subControlRect(control, option, SC_ScrollBarSlider, widget));
       }
       break;
+    case CC_ToolButton: {
+      // "…" or its words say that a menu follows.
+      const auto* const button = qstyleoption_cast<const QStyleOptionToolButton*>(option);
+      if (button == nullptr) break;
+      QStyleOptionToolButton plain = *button;
+      plain.features.setFlag(QStyleOptionToolButton::HasMenu, false);
+      return QProxyStyle::drawComplexControl(control, &plain, painter, widget);
+    }
     case CC_SpinBox: {
       const auto* const spin = qstyleoption_cast<const QStyleOptionSpinBox*>(option);
       if (spin == nullptr) break;
