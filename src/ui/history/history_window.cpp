@@ -9,6 +9,7 @@
 #include <QStyle>
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include "library/entry_filter.hpp"
@@ -51,10 +52,7 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
   content_->installEventFilter(this);
   search_->installEventFilter(this);
   setContent(content_);
-  sidebar_->onChosen = [this] {
-    isDrawerOpen_ = false;
-    arrange();
-  };
+  sidebar_->onChosen = [this] { setDrawer(false); };
   bar_->onSidebar = [this] { toggleSidebar(); };
   bar_->onMode = [this](int mode) { setMode(mode); };
   bar_->onMore = [this](const QPoint& at) { showMore(at); };
@@ -75,21 +73,20 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
   preview_->onClosed = [this] {
     view_->setFocus();
     if (const auto focus = model_->selection().focus()) view_->scrollTo(*focus);
+  };
+  commands_->onRename = [this] { rename(); };
   commands_->menuPlace = [this] {
     return preview_->isVisible() ? preview_->mapToGlobal(preview_->rect().center())
                                  : view_->menuPlace();
   };
-  };
-  commands_->onRename = [this] { rename(); };
   commands_->onNewCollection = [this] {
     const EntryList entries = model_->subjects();
     const auto id = model_->createCollection("New collection");
     if (!id) return;
     model_->actions().collect(entries, *id, true);
-    isDrawerOpen_ = isNarrow();
     isSidebarWanted_ = true;
     sidebar_->refresh();
-    arrange();
+    setDrawer(isNarrow());
     sidebar_->rename(*id);
   };
   blank_->onClear = [this] { model_->clearSearch(); };
@@ -180,7 +177,7 @@ void HistoryWindow::showNotice() {
 bool HistoryWindow::isNarrow() const { return content_->width() < drawerBelow; }
 
 void HistoryWindow::arrange() {
-  const bool isShown = isNarrow() ? isDrawerOpen_ : isSidebarWanted_;
+  const bool isShown = isNarrow() ? isDrawerOpen_ || !drawer_.isAway() : isSidebarWanted_;
   const int width = std::min(sidebar_->sizeHint().width(), content_->width() - 64);
   const int left = isShown && !isNarrow() ? width : 0;
   const int height = content_->height();
@@ -192,8 +189,10 @@ void HistoryWindow::arrange() {
   };
   // A drawer lies over the captures, below the bar that closes it.
   sidebar_->setVisible(isShown);
-  sidebar_->setGeometry(placed(isNarrow() ? QRect(0, barRoom, width, height - barRoom - footerRoom)
-                                          : QRect(0, 0, width, height - footerRoom)));
+  const int away = static_cast<int>(std::lround(width * (1 - drawer_.part())));
+  sidebar_->setGeometry(placed(isNarrow()
+                                   ? QRect(-away, barRoom, width, height - barRoom - footerRoom)
+                                   : QRect(0, 0, width, height - footerRoom)));
   bar_->setGeometry(placed({left, 0, room, barRoom}));
   const QRect captures = placed({left, barRoom, room, height - barRoom - footerRoom});
   view_->setGeometry(captures);
@@ -228,16 +227,26 @@ bool HistoryWindow::eventFilter(QObject* object, QEvent* event) {
 }
 
 void HistoryWindow::leave() {
-  if (isNarrow() && std::exchange(isDrawerOpen_, false)) return arrange();
+  if (isNarrow() && isDrawerOpen_) return setDrawer(false);
   if (model_->listing().query().hasFilters() || !search_->text().isEmpty()) {
     model_->clearSearch();
   }
 }
 
 void HistoryWindow::toggleSidebar() {
-  bool& isOn = isNarrow() ? isDrawerOpen_ : isSidebarWanted_;
-  isOn = !isOn;
+  if (isNarrow()) return setDrawer(!isDrawerOpen_);
+  isSidebarWanted_ = !isSidebarWanted_;
   arrange();
+}
+
+void HistoryWindow::setDrawer(bool isOpen) {
+  isDrawerOpen_ = isOpen;
+  arrange();
+  if (isOpen) {
+    drawer_.enter();
+  } else {
+    drawer_.leave();
+  }
 }
 
 void HistoryWindow::nextPane(bool isBack) {
@@ -286,9 +295,8 @@ void HistoryWindow::showMore(const QPoint& at) {
   }
   menu->addSeparator();
   menu->addAction(icon(IconName::plus), QStringLiteral("New Collection"), this, [this] {
-    isDrawerOpen_ = isNarrow();
     isSidebarWanted_ = true;
-    arrange();
+    setDrawer(isNarrow());
     sidebar_->addCollection();
   });
   QAction* const undo = menu->addAction(icon(IconName::undo), QStringLiteral("Undo"),

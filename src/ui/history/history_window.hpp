@@ -4,6 +4,8 @@
 #include <memory>
 
 #include "app/history_model.hpp"
+#include "ui/kit/entrance.hpp"
+#include "ui/kit/tokens.hpp"
 #include "ui/kit/window_frame.hpp"
 
 namespace vantorel {
@@ -35,6 +37,7 @@ class HistoryWindow : public WindowFrame {
   void modelChanged(const HistoryModelChange& change);
   void showNotice();
   void arrange();
+  void setDrawer(bool isOpen);
   void showMore(const QPoint& at);
   void toggleSidebar();
   void nextPane(bool isBack);
@@ -55,6 +58,7 @@ class HistoryWindow : public WindowFrame {
   UndoBar* undo_;
   bool isSidebarWanted_ = true;
   bool isDrawerOpen_ = false;
+  Entrance drawer_{tokens::barTime, [this] { arrange(); }};
   std::optional<HistoryNotice> shownNotice_;
   Observation observation_;
 };

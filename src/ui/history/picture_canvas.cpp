@@ -21,6 +21,10 @@ PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
 }
 
 void PictureCanvas::show(const QImage& picture) {
+  if (picture_.isNull()) {
+    entrance_.jump(false);
+    entrance_.enter();
+  }
   picture_ = picture;
   fittedPixmap_ = {};
   text_.clear();
@@ -56,6 +60,7 @@ void PictureCanvas::paintEvent(QPaintEvent*) {
                      Qt::AlignCenter | Qt::TextWordWrap, text_);
     return;
   }
+  painter.setOpacity(entrance_.part());
   const double ratio = devicePixelRatioF();
   painter.scale(1 / ratio, 1 / ratio);
   const QSize device = (QSizeF(size()) * ratio).toSize();

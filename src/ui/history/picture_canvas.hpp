@@ -6,6 +6,9 @@
 #include <QString>
 #include <QWidget>
 
+#include "ui/kit/entrance.hpp"
+#include "ui/kit/tokens.hpp"
+
 namespace vantorel {
 
 /// A picture as large as there is room, at most pixel by pixel; a click goes between that and
@@ -14,6 +17,7 @@ class PictureCanvas : public QWidget {
  public:
   explicit PictureCanvas(QWidget* parent = nullptr);
 
+  /// In the place of another at once; the first one comes gently.
   void show(const QImage& picture);
 
   /// Says something in place of a picture.
@@ -40,6 +44,7 @@ class PictureCanvas : public QWidget {
   QPoint pressed_;
   QPoint last_;
   bool isDragged_ = false;
+  Entrance entrance_{tokens::previewTime, [this] { update(); }};
 };
 
 }  // namespace vantorel

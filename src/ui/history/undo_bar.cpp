@@ -64,8 +64,12 @@ UndoBar::UndoBar(std::shared_ptr<HistoryModel> model, QWidget* parent)
 
 void UndoBar::refresh() {
   const auto undo = model_->pendingUndo();
-  setVisible(undo.has_value());
-  if (!undo) return timer_.stop();
+  if (!undo) {
+    timer_.stop();
+    return entrance_.leave();
+  }
+  show();
+  entrance_.enter();
   const QString text = QString::fromStdString(undo->text);
   if (text != text_ || accessibleName() != text) {
     text_ = text;
@@ -96,7 +100,11 @@ void UndoBar::place() {
                           std::max(0, room));
   const int width = beside + textWidth_;
   const int x = (parentWidget()->width() - width) / 2 - shadow;
-  setGeometry(x, bottom_ - height - shadow, width + 2 * shadow, height + 2 * shadow);
+  if (entrance_.isAway()) hide();
+  // It comes from the edge below.
+  const int way = parentWidget()->height() - bottom_ + height;
+  const int y = bottom_ - height + static_cast<int>(std::lround(way * (1 - entrance_.part())));
+  setGeometry(x, y - shadow, width + 2 * shadow, height + 2 * shadow);
   undo_->setGeometry(
       placed({shadow + tokens::space16 + textWidth_ + tokens::space16,
               shadow + (height - button.height()) / 2, button.width(), button.height()}));

@@ -5,6 +5,8 @@
 #include <memory>
 
 #include "app/history_model.hpp"
+#include "ui/kit/entrance.hpp"
+#include "ui/kit/tokens.hpp"
 
 class QPushButton;
 
@@ -37,6 +39,7 @@ class UndoBar : public QWidget {
   int textWidth_ = 0;
   QBasicTimer timer_;
   int bottom_ = 0;
+  Entrance entrance_{tokens::barTime, [this] { place(); }};
 };
 
 }  // namespace vantorel
