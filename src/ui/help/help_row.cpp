@@ -60,7 +60,7 @@ void HelpRow::paintEvent(QPaintEvent*) {
   const QRect words =
       isMirrored ? rect().adjusted(keys, 0, -margin, 0) : rect().adjusted(margin, 0, -keys, 0);
   painter.drawText(
-      words, Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft),
+      words, Qt::AlignVCenter | Qt::AlignLeading,
       QFontMetrics(tokens::bodyFont()).elidedText(text(), Qt::ElideRight, words.width()));
   if (hasKeyboardFocus(*this)) {
     paintFocusRing(painter, QRectF(rect()).adjusted(5, 4, -5, -4), tokens::keyCapRadius,

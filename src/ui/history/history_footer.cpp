@@ -37,7 +37,7 @@ HistoryFooter::HistoryFooter(std::shared_ptr<HistoryModel> model, HistoryCommand
       model_(std::move(model)),
       commands_(commands),
       summaryRow_(new QWidget(this)),
-      summary_(new QLabel),
+      summary_(new RoleLabel({}, &PaletteRoles::quiet, tokens::bodyFont)),
       filingLabel_(new QLabel(QStringLiteral("New captures go into"))),
       filing_(new QToolButton),
       progressRow_(new QWidget(this)),
@@ -49,7 +49,7 @@ HistoryFooter::HistoryFooter(std::shared_ptr<HistoryModel> model, HistoryCommand
       more_(new QToolButton) {
   setAccessibleName(QStringLiteral("Footer"));
   QHBoxLayout* const summary = rowOf(*summaryRow_);
-  summary_->setForegroundRole(QPalette::PlaceholderText);
+  summary_->setWordWrap(false);
   summary_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   filingLabel_->setForegroundRole(QPalette::PlaceholderText);
   filing_->setAutoRaise(true);

@@ -106,7 +106,9 @@ void HistorySearchField::paintEvent(QPaintEvent* event) {
                      iconPixmap(IconName::search, symbol.size(), devicePixelRatioF(), roles.quiet));
   static const KeyCapNames caps{"Ctrl", "F"};
   const int capsWidth = keyCapsWidth(caps);
-  const bool isIdle = text().isEmpty() && !hasFocus() && chips_.empty();
+  // Words of the other direction begin where the caps would be.
+  const bool isIdle = text().isEmpty() && !hasFocus() && chips_.empty() &&
+                      placeholderText().isRightToLeft() == isRightToLeft();
   const int words = fontMetrics().horizontalAdvance(placeholderText());
   if (!isIdle || width() < std::max(capFrom, symbolRoom + words + capsWidth + tokens::space24)) {
     return;

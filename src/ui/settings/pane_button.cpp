@@ -46,7 +46,7 @@ void PaneButton::paintEvent(QPaintEvent*) {
   if (isChecked()) font.setWeight(QFont::Medium);
   painter.setFont(font);
   painter.setPen(roles.text);
-  painter.drawText(words, Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft),
+  painter.drawText(words, Qt::AlignVCenter | Qt::AlignLeading,
                    QFontMetrics(font).elidedText(text(), Qt::ElideRight, words.width()));
   if (hasKeyboardFocus(*this)) {
     paintFocusRing(painter, QRectF(rect()).adjusted(3, 3, -3, -3), tokens::keyCapRadius,
