@@ -197,6 +197,10 @@ struct HistorySession : TestLibrary {
                                  .codec = codec,
                                  .clock = clock(),
                                  .finish = finish,
+                                 .isCurrent =
+                                     [this](const EntryPointer& entry) {
+                                       return library.store().find(entry->id) == entry;
+                                     },
                                  .folder = library.paths().previews()}),
       .pictures = std::make_shared<PictureLoader>(
           PictureLoader::Services{.main = runners.main(),

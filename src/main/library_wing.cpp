@@ -100,7 +100,7 @@ LibraryWing::LibraryWing(DesktopWing& around)
             .alerts = desktop.alerts.get(),
             .usualFolder = desktop.folders.captures}),
       retention(RetentionSetting::Services{library.retention(), desktop.settings, *desktop.alerts}),
-      previewCleanup(library.store(), previewQueue(), desktop.files, previewFolder()) {
+      previewCleanup(library.store(), previewQueue(), desktop.files, library.paths().previews()) {
   library.store().onForeignIndex = [this](const ForeignIndex& foreign) {
     desktop.alerts->notify("History", foreign.sentence());
     foreignObservers_.notify(foreign);

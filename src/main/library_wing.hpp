@@ -41,8 +41,7 @@ struct LibraryWing {
     return foreignObservers_.add(std::move(observer));
   }
 
-  /// Where previews are kept, and what makes and removes them.
-  [[nodiscard]] Path previewFolder() const { return desktop.folders.cache / "previews"; }
+  /// Where previews are made and removed.
   [[nodiscard]] std::shared_ptr<TaskRunner> previewQueue() const {
     return desktop.lanes.pool.queue("com.hollen.Vantorel.previews");
   }

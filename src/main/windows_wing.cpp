@@ -160,7 +160,7 @@ std::shared_ptr<PreviewCache> WindowsWing::previews() {
       .finish = finish,
       .isCurrent = [&store = captures.libraryWing.library.store()](
                        const EntryPointer& entry) { return store.find(entry->id) == entry; },
-      .folder = captures.libraryWing.previewFolder()});
+      .folder = captures.libraryWing.library.paths().previews()});
 }
 
 std::shared_ptr<SettingsModel> WindowsWing::settings() {

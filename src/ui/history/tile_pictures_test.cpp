@@ -43,6 +43,7 @@ class TilePicturesTest : public UiTestCase {
                         .codec = codec,
                         .clock = {std::shared_ptr<const Clock>(), &runners},
                         .finish = [](const ScreenshotEntry&, Image picture) { return picture; },
+                        .isCurrent = [](const EntryPointer&) { return true; },
                         .folder = "/caches/previews"});
     TilePictures pictures(cache);
     pictures.setShape({240, 150}, 8, 1);
