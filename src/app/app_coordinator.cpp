@@ -389,17 +389,38 @@ void AppCoordinator::terminateWhenSaved() {
 
 void AppCoordinator::saveAndTerminate() {
   const HistoryStore& store = services_.library.store();
-  auto once = lifetime_.guard([this, ended = std::make_shared<bool>(false)](const Result<void>&) {
-    if (std::exchange(*ended, true)) return;
-    // What fails is logged where it is written.
-    services_.settings.flush(
-        lifetime_.guard([this](const Result<void>&) { services_.terminate(); }));
-  });
+  auto once = lifetime_.guard(
+      [this, &store, ended = std::make_shared<bool>(false)](const Result<void>& saved) {
+        if (std::exchange(*ended, true)) return;
+        // What may not be written in this run at all was said when it was opened.
+        if (saved || store.indexRefusal()) return terminateWithSettings();
+        askAboutUnsavedHistory(saved.error());
+      });
   // With nothing unsaved, all there is to do is a look whether the index is still in its place.
   if (store.landedSequence() == store.writeSequence()) {
     services_.main->postAfter(indexLookBound, [once]() mutable { once(Result<void>()); });
   }
   services_.library.store().secure(once);
+}
+
+void AppCoordinator::terminateWithSettings() {
+  // What fails is logged where it is written.
+  services_.settings.flush(lifetime_.guard([this](const Result<void>&) { services_.terminate(); }));
+}
+
+void AppCoordinator::askAboutUnsavedHistory(const Failure& failure) {
+  services_.alerts.ask({.style = Alert::Style::warning,
+                        .message = "History couldn't be saved",
+                        .informative = fmt::format("Your latest changes are not on the disk yet: "
+                                                   "{}. If you quit now, they will be lost.",
+                                                   failure.reason),
+                        .buttons = {{"Quit Anyway"}, {"Try Again"}, {"Don't Quit", true, true}}},
+                       lifetime_.guard([this](std::size_t button) {
+                         if (button == 0) return terminateWithSettings();
+                         if (button == 1) return saveAndTerminate();
+                         quitSaving_ = false;
+                         termination_.callOff();
+                       }));
 }
 
 }  // namespace vantorel

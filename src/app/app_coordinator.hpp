@@ -133,6 +133,8 @@ class AppCoordinator {
   void reportUnfinishedAtLastQuit();
   void terminateWhenSaved();
   void saveAndTerminate();
+  void askAboutUnsavedHistory(const Failure& failure);
+  void terminateWithSettings();
   [[nodiscard]] StillCapturePipeline& stills() { return services_.captures.pipeline(); }
 
   Services services_;

@@ -92,6 +92,41 @@ TEST_F(AppCoordinatorTest, AQuitWaitsForAMoveToStopButNotForEver) {
   }
 }
 
+TEST_F(AppCoordinatorTest, AQuitThatCannotSaveHistoryAsks) {
+  run->begin({.kind = Kind::display});
+  const std::string id = run->store.entries().front()->id;
+  run->runners.advance(60s);
+  ASSERT_TRUE(run->store.update(id, [](ScreenshotEntry& entry) { entry.title = "New"; }));
+  const auto fill = [this] { world.files.changesFail = FailureKind::noSpace; };
+  const auto quit = [this] {
+    run->app->quit();
+    run->runners.advance(10s);
+  };
+  fill();
+  quit();
+  EXPECT_FALSE(run->terminated);
+  ASSERT_TRUE(run->alerts.press("Try Again"));
+  run->runners.advance(10s);
+  ASSERT_TRUE(run->alerts.press("Don't Quit"));
+  EXPECT_FALSE(run->app->isQuitting());
+  EXPECT_FALSE(run->terminated);
+  quit();
+  world.files.changesFail.reset();
+  ASSERT_TRUE(run->alerts.press("Try Again"));
+  run->runners.advance(10s);
+  EXPECT_TRUE(run->terminated);
+  restart();
+  EXPECT_EQ(run->store.find(id)->title, "New");
+
+  // Some would rather lose them.
+  ASSERT_TRUE(run->store.update(id, [](ScreenshotEntry& entry) { entry.title = "Newer"; }));
+  fill();
+  quit();
+  ASSERT_TRUE(run->alerts.press("Quit Anyway"));
+  run->runners.run();
+  EXPECT_TRUE(run->terminated);
+}
+
 TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLastQuitLost) {
   run->settings->set(&SettingsValues::filingUnfinishedAtQuit, {"recording", "hologram"});
   run->settings->set(&SettingsValues::copyRecentHotKey, HotKeySpec{'1', HotKeySpec::control});

@@ -86,10 +86,14 @@ void TerminationHandshake::scrollingCaptureNotSaved() {
   abandon(start + ": your Scrolling Capture couldn't be saved, and quitting would lose it.");
 }
 
-void TerminationHandshake::abandon(std::string sentence) {
+void TerminationHandshake::callOff() {
   isInProgress_ = false;
   if (latch_) latch_->cancel();
   lifetime_.renew();
+}
+
+void TerminationHandshake::abandon(std::string sentence) {
+  callOff();
   services_.alerts->notify("Vantorel did not quit", std::move(sentence));
 }
 

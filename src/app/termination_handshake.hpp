@@ -67,6 +67,9 @@ class TerminationHandshake {
   /// `forRelaunch` only changes the words when the quit is abandoned.
   void request(bool forRelaunch = false);
 
+  /// The user would rather stay: something can't be saved before the end.
+  void callOff();
+
   /// A scrolling capture could not be saved: the program stays, and says so.
   void scrollingCaptureNotSaved();
 

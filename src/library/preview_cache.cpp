@@ -103,6 +103,7 @@ class PreviewCache::Shelf {
     if (!found) return;
     std::vector<Item> items;
     for (const FolderItem& one : *found) {
+      if (!PreviewName::isOne(one.name)) continue;
       const auto status = files_->status(folder_ / one.name);
       if (!status || status->type != FileType::regular) continue;
       items.push_back({one.name, status->size, status->modified});

@@ -23,6 +23,7 @@ struct Remains {
     for (const EntryPointer& entry : gone) owners[PreviewName::owner(entry->id)] = nullptr;
     for (const EntryPointer& entry : there) owners[PreviewName::owner(entry->id)] = entry;
     for (const FolderItem& item : *found) {
+      if (!PreviewName::isOne(item.name)) continue;
       const auto owner = owners.find(std::string(PreviewName::ownerIn(item.name)));
       if (owner == owners.end() && !isAll) continue;
       const bool isGone = owner == owners.end() || owner->second == nullptr;

@@ -21,6 +21,10 @@ struct PreviewName {
   /// Of the one that was made of a file of this size and time. Without an ending.
   [[nodiscard]] static std::string whole(const ScreenshotEntry& entry, const FileStatus& status);
 
+  /// Whether a file of this name is a preview, of this build or an earlier one. In the folder may
+  /// be files of others, above all where it is a link.
+  [[nodiscard]] static bool isOne(std::string_view name);
+
   /// The part of a file's name that says whose it is; all of a name of another kind.
   [[nodiscard]] static std::string_view ownerIn(std::string_view name) {
     return name.substr(0, name.find('-'));

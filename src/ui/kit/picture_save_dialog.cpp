@@ -2,8 +2,10 @@
 
 #include <QFile>
 #include <QFileDialog>
+#include <QFileIconProvider>
 #include <QFileInfo>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QStandardPaths>
 #include <QTreeView>
 #include <utility>
@@ -28,11 +30,49 @@ QString& lastFolder() {
   return folder;
 }
 
+/// Kinds of files by their names: the toolkit would read the beginning of each file in the folder,
+/// on the main thread, and of some a read never ends.
+class KindsByName : public QFileIconProvider {
+ public:
+  [[nodiscard]] QIcon icon(const QFileInfo& file) const override {
+    return QFileIconProvider::icon(file.isDir() ? Folder : File);
+  }
+  [[nodiscard]] QString type(const QFileInfo& file) const override {
+    if (file.isDir()) return QStringLiteral("Folder");
+    return file.suffix().isEmpty() ? QStringLiteral("File")
+                                   : QStringLiteral("%1 File").arg(file.suffix().toUpper());
+  }
+};
+
+/// The toolkit's dialog asks whether the file of the typed name may be replaced, so the name has to
+/// have the ending that will be written.
+class PictureSaveDialog : public QFileDialog {
+ public:
+  explicit PictureSaveDialog(QWidget* parent) : QFileDialog(parent, QStringLiteral("Save as")) {
+    setOption(DontUseCustomDirectoryIcons);
+    setIconProvider(&kinds_);
+  }
+
+ protected:
+  void accept() override {
+    auto* const name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    if (name != nullptr && !name->text().isEmpty() && !name->text().endsWith('/') &&
+        !formatOfFileName(name->text().toStdString()) &&
+        !QFileInfo(directory(), name->text()).isDir()) {
+      name->setText(name->text() + '.' + defaultSuffix());
+    }
+    QFileDialog::accept();
+  }
+
+ private:
+  KindsByName kinds_;
+};
+
 }  // namespace
 
 QFileDialog* makePictureSaveDialog(QWidget* parent, const QString& fileName,
                                    std::function<void(const Path& file)> chosen) {
-  auto* const dialog = new QFileDialog(parent, QStringLiteral("Save as"));
+  auto* const dialog = new PictureSaveDialog(parent);
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setAcceptMode(QFileDialog::AcceptSave);
   dialog->setFileMode(QFileDialog::AnyFile);
