@@ -59,46 +59,4 @@ double scaleFromResources(std::string_view resources) {
   return 1;
 }
 
-// The format: "XSETTINGS, cross toolkit configuration settings", version 0.5.
-double factorFromSettings(std::string_view settings) {
-  enum : unsigned { number = 0, text = 1, color = 2 };
-  const bool isLittle = !settings.empty() && settings[0] == 0;
-  std::size_t at = 0;
-  const auto read = [&](std::size_t size) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < size && at + i < settings.size(); ++i) {
-      const std::size_t place = isLittle ? i : size - 1 - i;
-      value |= std::uint32_t{static_cast<std::uint8_t>(settings[at + i])} << (8 * place);
-    }
-    at += size;
-    return value;
-  };
-  const auto skipPadded = [&](std::size_t size) { at += (size + 3) / 4 * 4; };
-  at = 8;  // past the byte order and the serial number
-  const std::uint32_t count = read(4);
-  double factor = 1;
-  for (std::uint32_t i = 0; i < count && at < settings.size(); ++i) {
-    const std::uint32_t type = read(1);
-    ++at;
-    const std::uint32_t length = read(2);
-    if (at > settings.size()) return 1;
-    const std::string_view name = settings.substr(at, length);
-    skipPadded(length);
-    at += 4;  // the serial number of its last change
-    if (name == "Gdk/UnscaledDPI") return 1;
-    if (type == number) {
-      const std::uint32_t value = read(4);
-      const bool isUsable = at <= settings.size() && value >= 1 && value <= 8;
-      if (isUsable && name == "Gdk/WindowScalingFactor") factor = value;
-    } else if (type == text) {
-      skipPadded(read(4));
-    } else if (type == color) {
-      at += 8;
-    } else {
-      return 1;
-    }
-  }
-  return factor;
-}
-
 }  // namespace vantorel

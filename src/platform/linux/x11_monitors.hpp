@@ -23,9 +23,4 @@ struct MonitorIdentity {
 /// the millimetres a monitor claims and is no wish of the user.
 [[nodiscard]] double scaleFromResources(std::string_view resources);
 
-/// What the scale of the X resources is multiplied by, from the desktop's settings (the value of
-/// _XSETTINGS_SETTINGS): "Gdk/WindowScalingFactor", unless "Gdk/UnscaledDPI" tells that the
-/// resolution has it already. 1 to 8; 1 for what cannot be read.
-[[nodiscard]] double factorFromSettings(std::string_view settings);
-
 }  // namespace vantorel

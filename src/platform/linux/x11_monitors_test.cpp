@@ -20,23 +20,6 @@ TEST(X11MonitorsTest, ScaleFollowsTheDesktopNotTheMillimetres) {
   EXPECT_EQ(scaleFromResources("Xft.dpi:"), 1);
 }
 
-TEST(X11MonitorsTest, TheDesktopsFactorCountsUnlessTheResolutionHasIt) {
-  const std::string factor("\0\0\0\27Gdk/WindowScalingFactor\0\0\0\0\0\0\0\0\2", 36);
-  const std::string unscaled("\0\0\0\17Gdk/UnscaledDPI\0\0\0\0\0\0\1\x80\0", 28);
-  const auto settings = [](char count, const std::string& items) {
-    return std::string("\1\0\0\0\0\0\0\7\0\0\0", 11) + count + items;
-  };
-  EXPECT_EQ(factorFromSettings(settings(1, factor)), 2) << "the most significant byte first";
-  EXPECT_EQ(factorFromSettings(settings(2, factor + unscaled)), 1);
-  EXPECT_EQ(factorFromSettings(settings(2, unscaled + factor)), 1);
-  const std::string whole = settings(9, factor);
-  for (std::size_t size = 0; size < whole.size(); ++size) {
-    EXPECT_EQ(factorFromSettings(whole.substr(0, size)), 1) << size;
-  }
-  EXPECT_EQ(factorFromSettings(settings(1, factor.substr(0, 35) + '\x63')), 1);
-  EXPECT_EQ(factorFromSettings(std::string(64, '\xFF')), 1);
-}
-
 TEST(X11MonitorsTest, MonitorsNameThemselvesWhateverTheirBytes) {
   std::string edid(128, '\0');
   const std::string name("\0\0\0\xFC\0DELL \x01 U2720Q\n ", 18);

@@ -104,9 +104,9 @@ Result<void> X11Session::setUp() {
   if (const auto reply = xReply<xcb_intern_atom_reply>(c, compositor)) {
     compositorSelection_ = reply->atom;
   }
-  if (const auto reply = xReply<xcb_intern_atom_reply>(c, settings)) {
-    settingsSelection_ = reply->atom;
-  }
+  const auto settingsSelection = xReply<xcb_intern_atom_reply>(c, settings);
+  settings_.emplace(c, settingsSelection ? settingsSelection->atom : xcb_atom_t{XCB_ATOM_NONE},
+                    atom(XAtom::settings));
   if (shmVersion) {
     const auto reply = xReply<xcb_shm_query_version_reply>(c, *shmVersion);
     pixels_.allowSharedMemory(reply && (reply->major_version > 1 || reply->minor_version >= 2));
@@ -152,7 +152,8 @@ Result<std::vector<XMonitor>> X11Session::readMonitors() {
   const auto resources = xReply<xcb_get_property_reply>(c, askResources);
   const auto root = xReply<xcb_get_geometry_reply>(c, askRoot);
   if (!root) return std::unexpected(failure(FailureKind::other, "the screen has no size"));
-  const double scale = std::min(scaleFromResources(bytes(resources.get())) * readFactor(), 8.0);
+  const double scale = std::min(
+      scaleFromResources(bytes(resources.get())) * scalingFactor(settings_->follow()), 8.0);
 
   struct Asked {
     xcb_randr_monitor_info_t info;
@@ -221,24 +222,6 @@ Result<std::vector<XMonitor>> X11Session::readMonitors() {
   return monitors;
 }
 
-/// Follows the window that has the settings, too: each desktop's service makes its own.
-double X11Session::readFactor() {
-  const auto found = xReply<xcb_get_selection_owner_reply>(
-      connection_, xcb_get_selection_owner(connection_, settingsSelection_));
-  const xcb_window_t owner = found ? found->owner : xcb_window_t{XCB_NONE};
-  if (owner != settingsOwner_ && owner != XCB_NONE) {
-    const std::uint32_t events[] = {XCB_EVENT_MASK_STRUCTURE_NOTIFY |
-                                    XCB_EVENT_MASK_PROPERTY_CHANGE};
-    xcb_change_window_attributes(connection_, owner, XCB_CW_EVENT_MASK, events);
-  }
-  settingsOwner_ = owner;
-  if (owner == XCB_NONE) return 1;
-  const auto settings = xReply<xcb_get_property_reply>(
-      connection_,
-      xcb_get_property(connection_, 0, owner, atom(XAtom::settings), XCB_ATOM_ANY, 0, 1U << 16U));
-  return factorFromSettings(bytes(settings.get()));
-}
-
 Result<std::vector<XTopLevel>> X11Session::topLevels() {
   const auto tree =
       xReply<xcb_query_tree_reply>(connection_, xcb_query_tree(connection_, screen_->root));
@@ -294,23 +277,14 @@ XOwned<xcb_generic_event_t> X11Session::nextEvent(std::chrono::steady_clock::tim
 
 void X11Session::handle(const xcb_generic_event_t& event) {
   const std::uint8_t type = event.response_type & 0x7FU;
-  if (type == XCB_PROPERTY_NOTIFY) {
-    const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-    if (change.atom == atom(XAtom::resourceManager) || change.atom == atom(XAtom::settings)) {
-      monitorsAreStale_ = true;
-    }
-  } else if (type == XCB_CLIENT_MESSAGE) {
-    // A new owner of the settings says so.
-    const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
-    if (message.data.data32[1] == settingsSelection_) monitorsAreStale_ = true;
-  } else if (type == XCB_DESTROY_NOTIFY) {
-    const auto& gone = reinterpret_cast<const xcb_destroy_notify_event_t&>(event);
-    if (gone.window == settingsOwner_) monitorsAreStale_ = true;
-  } else if (type == XCB_CONFIGURE_NOTIFY ||
-             (randrEvent_ && (type == *randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
-                              type == *randrEvent_ + XCB_RANDR_NOTIFY))) {
-    monitorsAreStale_ = true;
-  }
+  const bool areNewResources = type == XCB_PROPERTY_NOTIFY &&
+                               reinterpret_cast<const xcb_property_notify_event_t&>(event).atom ==
+                                   atom(XAtom::resourceManager);
+  const bool areNewDisplays =
+      type == XCB_CONFIGURE_NOTIFY ||
+      (randrEvent_ && (type == *randrEvent_ + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
+                       type == *randrEvent_ + XCB_RANDR_NOTIFY));
+  if (areNewResources || areNewDisplays || settings_->isChange(event)) monitorsAreStale_ = true;
 }
 
 void X11Session::eventsHandled() {

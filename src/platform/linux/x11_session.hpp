@@ -15,6 +15,7 @@
 #include "platform/linux/x11_atoms.hpp"
 #include "platform/linux/x11_call.hpp"
 #include "platform/linux/x11_pixel_reader.hpp"
+#include "platform/linux/x11_settings_source.hpp"
 #include "platform/linux/x11_worker.hpp"
 
 namespace vantorel {
@@ -93,7 +94,6 @@ class X11Session final : public X11Client {
              WindowContents contents);
   Result<void> setUp();
   [[nodiscard]] Result<std::vector<XMonitor>> readMonitors();
-  [[nodiscard]] double readFactor();
 
   xcb_connection_t* connection_;
   xcb_screen_t* screen_;
@@ -103,8 +103,7 @@ class X11Session final : public X11Client {
   DesktopApplications applications_;
   std::array<xcb_atom_t, static_cast<std::size_t>(XAtom::count)> atoms_{};
   xcb_atom_t compositorSelection_ = 0;
-  xcb_atom_t settingsSelection_ = 0;
-  xcb_window_t settingsOwner_ = 0;  // whose property has the desktop's settings
+  std::optional<X11SettingsSource> settings_;
   std::optional<std::uint8_t> randrEvent_;
   std::optional<std::uint8_t> damageEvent_;
   bool hasMonitors_ = false;  // RandR 1.5
