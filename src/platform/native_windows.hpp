@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "base/image.hpp"
+#include "base/observers.hpp"
 #include "base/pixel_point.hpp"
 #include "base/task_runner.hpp"
 #include "capture/records/capture_target.hpp"
+#include "platform/desktop_look.hpp"
 
 struct xcb_connection_t;
 
@@ -74,6 +76,19 @@ class NativeWindows {
 
   /// Whether any key of the keyboard or button of the pointer is down, whoever is told of it.
   [[nodiscard]] virtual bool isAnythingPressed() const = 0;
+
+  /// Calls `pressed` whenever a button of the pointer goes down, with the top-level window there (0
+  /// where there is none): those of other programs, too, who get the press as ever. Turns of the
+  /// wheel are no presses.
+  [[nodiscard]] virtual Observation observePresses(
+      std::function<void(WindowID topLevel)> pressed) = 0;
+
+  /// How the settings that the desktop shares through the display server want windows to look.
+  [[nodiscard]] virtual DesktopLook look() const = 0;
+
+  /// Calls `changed`, later, with the look as it is and with each other one.
+  [[nodiscard]] virtual Observation observeLook(
+      std::function<void(const DesktopLook& look)> changed) = 0;
 
   /// The symbol (an X keysym) that a hardware key writes without modifiers, in the first layout;
   /// 0 when that is not known.

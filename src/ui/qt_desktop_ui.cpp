@@ -16,6 +16,7 @@
 #include "ui/capture/desktop_cover.hpp"
 #include "ui/card/card_windows.hpp"
 #include "ui/kit/alert_dialogs.hpp"
+#include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/font_preload.hpp"
 #include "ui/kit/program_icon.hpp"
 #include "ui/kit/qt_runner.hpp"
@@ -159,6 +160,7 @@ class QtDesktopUi : public DesktopUi {
   QApplication application_;
   const std::shared_ptr<QtRunner> runner_ = std::make_shared<QtRunner>();
   const std::shared_ptr<NativeWindows> native_;
+  DesktopPalette palette_{native_};
   const std::shared_ptr<CountdownWindow> countdown_ = std::make_shared<CountdownWindow>(native_);
   const std::shared_ptr<DesktopCover> cover_ = std::make_shared<DesktopCover>(native_);
   QtSelectionOverlay overlay_{native_};

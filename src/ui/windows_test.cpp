@@ -1,13 +1,18 @@
 #include <X11/keysym.h>
 #include <gmock/gmock.h>
 
+#include <QApplication>
 #include <QBuffer>
 #include <QColor>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
+#include <QFont>
+#include <QPalette>
+#include <QWindow>
 
+#include "platform/testing/desktop/settings_value.hpp"
 #include "ui/testing/ui_test_case.hpp"
 
 namespace vantorel {
@@ -134,12 +139,13 @@ class FakePortal : public QDBusVirtualObject {
   }
   ~FakePortal() override { QDBusConnection::disconnectFromBus(QStringLiteral("portal")); }
 
-  void turnLight() {
+  /// 0 is no wish, 1 dark, 2 light.
+  void wish(unsigned scheme) {
     QDBusMessage signal =
         QDBusMessage::createSignal(path(), QStringLiteral("org.freedesktop.portal.Settings"),
                                    QStringLiteral("SettingChanged"));
     signal << QStringLiteral("org.freedesktop.appearance") << QStringLiteral("color-scheme")
-           << QVariant::fromValue(QDBusVariant(0U));
+           << QVariant::fromValue(QDBusVariant(scheme));
     bus_.send(signal);
   }
 
@@ -170,8 +176,31 @@ TEST_F(AlertsTest, FollowTheDesktopIntoTheDarkAndBack) {
     const int now = lightness("alert-dark");
     return now > 25 && now < 60;
   }));
-  portal.turnLight();
+  portal.wish(0);
   EXPECT_TRUE(waitFor([&] { return lightness("alert-light") > 200; }));
+  // Without a wish of its own the theme counts, with one it does not.
+  client->setDesktopSettings(settingsValue({{"Net/ThemeName", "Greybird-dark"}}));
+  EXPECT_TRUE(waitFor([&] { return lightness("alert-dark-theme") < 60; }));
+  portal.wish(2);
+  EXPECT_TRUE(waitFor([&] { return lightness("alert-light-wish") > 200; }));
+}
+
+TEST_F(AlertsTest, LookAsTheDisplayServerSaysFromTheFirstPaintOn) {
+  startDesktop({.windowManager = true});
+  client->setDesktopSettings(
+      settingsValue({{"Net/ThemeName", "Greybird-dark"}, {"Gtk/FontName", "DejaVu Sans Bold 13"}}));
+  startUi();
+  const QFont usual = QApplication::font();
+  ask(quitAlert());
+  EXPECT_LT(QApplication::palette().color(QPalette::Window).lightness(), 60);
+  EXPECT_EQ(QApplication::font().pointSizeF(), 13);
+  EXPECT_TRUE(QApplication::font().bold());
+  ASSERT_TRUE(waitFor([&] { return isShown(); }));
+  keepPicture("alert-look-dark");
+  client->setDesktopSettings(settingsValue({{"Net/ThemeName", "Greybird"}}));
+  EXPECT_TRUE(waitFor(
+      [&] { return QColor(screen("alert-look-light").pixel(410, 400)).lightness() > 200; }));
+  EXPECT_EQ(QApplication::font(), usual);
 }
 
 class CountdownTest : public UiTestCase {

@@ -99,6 +99,11 @@ class AbsentNativeWindows final : public NativeWindows {
   [[nodiscard]] bool canBeTransparent() const override { return false; }
   [[nodiscard]] bool hasEmbeddingTray() const override { return false; }
   [[nodiscard]] bool isAnythingPressed() const override { return false; }
+  [[nodiscard]] Observation observePresses(std::function<void(WindowID)>) override { return {}; }
+  [[nodiscard]] DesktopLook look() const override { return {}; }
+  [[nodiscard]] Observation observeLook(std::function<void(const DesktopLook&)>) override {
+    return {};
+  }
   [[nodiscard]] std::uint32_t plainSymbol(std::uint32_t) const override { return 0; }
   [[nodiscard]] std::optional<PixelPoint> pointer() const override { return std::nullopt; }
   void movePointer(PixelPoint) override {}

@@ -12,6 +12,7 @@
 
 #include "platform/linux/absent_desktop.hpp"
 #include "platform/linux/x11_call.hpp"
+#include "platform/linux/x11_settings_source.hpp"
 
 namespace vantorel {
 namespace {
@@ -121,6 +122,16 @@ bool X11NativeWindows::isAnythingPressed() const {
   const auto state = xReply<xcb_query_pointer_reply>(c_, xcb_query_pointer(c_, root_));
   return (keys && std::ranges::any_of(keys->keys, [](std::uint8_t eight) { return eight != 0; })) ||
          (state && (state->mask & anyButton) != 0);
+}
+
+DesktopLook X11NativeWindows::look() const {
+  const X11SettingsSource settings(c_, atom("_XSETTINGS_S0"), atom("_XSETTINGS_SETTINGS"));
+  return lookOf(settings.read());
+}
+
+X11Surroundings& X11NativeWindows::surroundings() {
+  if (surroundings_ == nullptr) surroundings_ = std::make_unique<X11Surroundings>("", main_);
+  return *surroundings_;
 }
 
 std::uint32_t X11NativeWindows::plainSymbol(std::uint32_t hardwareKey) const {

@@ -14,6 +14,7 @@
 #include <QThreadPool>
 #include <chrono>
 #include <optional>
+#include <utility>
 
 #include "base/log.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -152,13 +153,12 @@ QPalette paletteOfKDE(const QString& file) {
   return palette;
 }
 
-QFont fontNamed(const QString& words) {
-  QFont font = QApplication::font();
+std::optional<QFont> fontNamed(const QString& words) {
   QStringList parts = words.split(u' ', Qt::SkipEmptyParts);
-  if (parts.size() < 2) return font;
+  if (parts.size() < 2) return std::nullopt;
   bool isNumber = false;
   const double points = parts.takeLast().toDouble(&isNumber);
-  if (!isNumber || points < 4 || points > 96) return font;
+  if (!isNumber || points < 4 || points > 96) return std::nullopt;
   QFont::Weight weight = QFont::Normal;
   bool isItalic = false;
   while (parts.size() > 1) {
@@ -178,29 +178,55 @@ QFont fontNamed(const QString& words) {
   }
   QString family = parts.join(u' ');
   if (family.endsWith(u',')) family.chop(1);
-  font = QFont(family);
+  QFont font(family);
   font.setPointSizeF(points);
   font.setWeight(weight);
   font.setItalic(isItalic);
   return font;
 }
 
-void DesktopPalette::follow() {
-  if (qApp->findChild<DesktopPalette*>(QString(), Qt::FindDirectChildrenOnly) != nullptr) return;
-  auto* const palette = new DesktopPalette(qApp);
-  if (qgetenv("XDG_CURRENT_DESKTOP").contains("KDE")) {
-    palette->followSettingsOfKDE();
-  } else {
-    palette->followPortal();
-  }
-}
-
-DesktopPalette::DesktopPalette(QObject* application) : QObject(application) {}
+DesktopPalette::DesktopPalette(std::shared_ptr<NativeWindows> native)
+    : QObject(qApp), native_(std::move(native)) {}
 
 DesktopPalette::~DesktopPalette() { QDBusConnection::disconnectFromBus(latin(busName)); }
 
+void DesktopPalette::follow() {
+  auto* const palette = qApp->findChild<DesktopPalette*>(QString(), Qt::FindDirectChildrenOnly);
+  if (palette != nullptr && !std::exchange(palette->isFollowing_, true)) palette->start();
+}
+
+void DesktopPalette::start() {
+  usualFont_ = QApplication::font();
+  if (qgetenv("XDG_CURRENT_DESKTOP").contains("KDE")) return followSettingsOfKDE();
+  followLook();
+  followPortal();
+}
+
+void DesktopPalette::followLook() {
+  look_ = native_->look();
+  applyColors();
+  applyFont();
+  lookChanges_ = native_->observeLook([this](const DesktopLook& look) {
+    if (look == look_) return;
+    look_ = look;
+    applyColors();
+    applyFont();
+  });
+}
+
+void DesktopPalette::applyColors() {
+  const bool isDark = wantsDark_.value_or(look_.isDark.value_or(false));
+  const QPalette palette = desktopPalette(isDark, accent_);
+  if (palette != QApplication::palette()) QApplication::setPalette(palette);
+}
+
+void DesktopPalette::applyFont() {
+  const QString words = look_.font.empty() ? portalFont_ : QString::fromStdString(look_.font);
+  const QFont font = fontNamed(words).value_or(usualFont_);
+  if (font != QApplication::font()) QApplication::setFont(font);
+}
+
 void DesktopPalette::followPortal() {
-  QApplication::setPalette(desktopPalette(isDark_));
   QDBusConnection bus = QDBusConnection::connectToBus(
       qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), latin(busName));
   if (!bus.isConnected()) return;
@@ -237,18 +263,21 @@ void DesktopPalette::settingChanged(const QDBusMessage& change) {
 void DesktopPalette::take(const QString& space, const QString& key, QVariant value) {
   while (value.canConvert<QDBusVariant>()) value = value.value<QDBusVariant>().variant();
   if (space == latin(interface) && key == latin(fontName)) {
-    if (value.typeId() == QMetaType::QString) QApplication::setFont(fontNamed(value.toString()));
-    return;
+    portalFont_ = value.toString();
+    return applyFont();
   }
   if (space != latin(appearance)) return;
   if (key == latin(colorScheme)) {
-    isDark_ = value.toUInt() == 1;
+    constexpr unsigned dark = 1;
+    constexpr unsigned light = 2;
+    const unsigned wish = value.toUInt();
+    wantsDark_ = wish == dark || wish == light ? std::optional(wish == dark) : std::nullopt;
   } else if (key == latin(accentColor)) {
     accent_ = colorOf(value);
   } else {
     return;
   }
-  QApplication::setPalette(desktopPalette(isDark_, accent_));
+  applyColors();
 }
 
 void DesktopPalette::followSettingsOfKDE() {
