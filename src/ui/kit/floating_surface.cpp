@@ -74,7 +74,10 @@ FloatingSurface::FloatingSurface(std::shared_ptr<NativeWindows> native, const QS
       radius_(tokens::floatingRadius),
       isTranslucent_(native_->canBeTransparent()) {
   // Made for a window with the alpha channel from the start: another one could not get it later.
-  setWindowFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus | Qt::ToolTip);
+  // The toolkit makes a tooltip anew when it is first shown, under another number, unless it was
+  // to stay on top from the start.
+  setWindowFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus | Qt::ToolTip |
+                 Qt::WindowStaysOnTopHint);
   setAttribute(Qt::WA_ShowWithoutActivating);
   setAttribute(Qt::WA_TranslucentBackground);
   setWindowTitle(title);

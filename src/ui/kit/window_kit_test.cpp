@@ -218,7 +218,7 @@ class FloatingSurfaceTest : public WindowKitTest, public testing::WithParamInter
 TEST_P(FloatingSurfaceTest, IsAboveAllTakesNoFocusAndHasRoundCorners) {
   const bool hasCompositor = GetParam();
   startDesktop({.windowManager = true, .compositor = hasCompositor});
-  client->open({.area = {0, 0, 1280, 800}, .seed = 3, .overrideRedirect = true});
+  const auto below = client->open({.area = {0, 0, 1280, 800}, .seed = 3, .overrideRedirect = true});
   startUi();
   movePointer({10, 10});
   const QImage before = screen("kit-floating-before");
@@ -228,6 +228,11 @@ TEST_P(FloatingSurfaceTest, IsAboveAllTakesNoFocusAndHasRoundCorners) {
   panel.show();
   ASSERT_TRUE(waitFor([&] { return isTitleShown("Vantorel panel"); }));
   EXPECT_FALSE(panel.isActiveWindow());
+  movePointer({640, 360});
+  EXPECT_NE(windowUnderPointer(), below);
+  movePointer({490, 360});
+  EXPECT_EQ(windowUnderPointer(), below) << "the shadow is nothing to click on";
+  movePointer({10, 10});
   ASSERT_TRUE(
       waitFor([&] { return QColor(screen("kit-floating").pixel(640, 360)).lightness() < 60; }));
   const QImage shown = screen(hasCompositor ? "kit-floating-shadow" : "kit-floating-plain");
