@@ -194,11 +194,9 @@ void CardWindow::setKeyboard(bool hasKeyboard) {
   if (hasKeyboard == hasKeyboard_) return;
   hasKeyboard_ = hasKeyboard;
   if (hasKeyboard) {
-    grabMouse();
     grabKeyboard();
   } else {
     releaseKeyboard();
-    releaseMouse();
   }
   refresh();
 }
@@ -289,11 +287,7 @@ void CardWindow::leaveEvent(QEvent*) {
 }
 
 void CardWindow::mousePressEvent(QMouseEvent* event) {
-  // Every press is this window's then; it ends that, and does nothing else.
-  if (hasKeyboard_) {
-    press_ = Press::none;
-    return neighbours_.giveFocusBack();
-  }
+  if (hasKeyboard_) neighbours_.giveFocusBack();
   if (event->button() == Qt::MiddleButton) {
     // Dismissed at the release: what lies below must not get that one.
     press_ = Press::none;

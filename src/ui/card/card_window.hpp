@@ -48,8 +48,8 @@ class CardWindow : public FloatingSurface {
   void leave(std::function<void()> gone);
   [[nodiscard]] bool isLeaving() const { return gone_ != nullptr; }
 
-  /// Takes keys and clicks as a menu does, or gives them back. The window that has the focus keeps
-  /// it: window managers take it away from those that float above them.
+  /// Takes keys as a menu does, or gives them back. The window that has the focus keeps it: window
+  /// managers take it away from those that float above them.
   void setKeyboard(bool hasKeyboard);
 
  protected:

@@ -4,6 +4,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
+#include <ranges>
 #include <utility>
 
 #include "base/log.hpp"
@@ -22,8 +23,10 @@ constexpr int drawerGrace = 350;  // ms, for the way across the gap
 }  // namespace
 
 CardWindows::CardWindows(CardStack& stack, std::shared_ptr<NativeWindows> native)
-    : stack_(stack), native_(std::move(native)), grab_(native_, [this](InputGrab::Missing) {
-        logInfo("Card", "another program holds the keyboard or the pointer");
+    : stack_(stack),
+      native_(std::move(native)),
+      grab_(native_, InputGrab::Wants::keyboard, [this](InputGrab::Missing) {
+        logInfo("Card", "another program holds the keyboard");
         giveFocusBack();
       }) {
   opening_.setSingleShot(true);
@@ -263,6 +266,10 @@ void CardWindows::focus(std::uint64_t number) {
   focused_ = number;
   window->setKeyboard(true);
   grab_.take(*window->windowHandle());
+  // A press elsewhere is meant for what is there, and for the keyboard to go there, too.
+  presses_ = native_->observePresses([this](WindowID pressed) {
+    if (!isOfCards(pressed)) giveFocusBack();
+  });
   updateHeld();
 }
 
@@ -284,11 +291,20 @@ void CardWindows::moveFocus(std::uint64_t from, int step) {
 
 void CardWindows::giveFocusBack() {
   if (!focused_) return;
+  presses_.end();
   grab_.release();
   if (CardWindow* const window = windowOf(*focused_)) window->setKeyboard(false);
   focused_.reset();
   if (!isDrawerPointed_) closeDrawer();
   updateHeld();
+}
+
+bool CardWindows::isOfCards(WindowID window) const {
+  const auto is = [window](const auto& one) {
+    return one != nullptr && WindowID{one->winId()} == window;
+  };
+  return is(drawer_) || std::ranges::any_of(windows_ | std::views::values, is) ||
+         std::ranges::any_of(capsules_ | std::views::values, is);
 }
 
 }  // namespace vantorel

@@ -47,6 +47,7 @@ class CardWindows {
   void focus(std::uint64_t number);
   void moveFocus(std::uint64_t from, int step);
   void giveFocusBack();
+  [[nodiscard]] bool isOfCards(WindowID window) const;
 
   CardStack& stack_;
   std::shared_ptr<NativeWindows> native_;
@@ -59,6 +60,7 @@ class CardWindows {
   bool isDrawerPointed_ = false;
   std::optional<std::uint64_t> focused_;
   InputGrab grab_;  ///< of its window
+  Observation presses_;
   QTimer opening_;  ///< of the drawer
   QTimer closing_;
   QTimer arranging_;

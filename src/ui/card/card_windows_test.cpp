@@ -210,6 +210,34 @@ TEST_F(CardWindowsTest, TheKeyboardComesAndGoesBack) {
   EXPECT_EQ(cards(), 2);
 }
 
+TEST_F(CardWindowsTest, AClickElsewhereIsForWhatItHitsAndOneOnTheCardForTheCard) {
+  start();
+  const auto terminal = client->open({.area = {50, 500, 300, 200}, .title = "Terminal"});
+  const auto editor = client->open({.area = {500, 500, 300, 200}, .title = "Editor"});
+  click({100, 600});
+  ASSERT_TRUE(waitFor([&] { return focus() == terminal; }));
+  capture("a");
+  ASSERT_TRUE(ui->focusCard());
+  settleCards();
+  click(copyButton);
+  EXPECT_TRUE(waitForCards([&] { return session.clipboard.images == 1; }));
+  settleCards();
+  strike(XK_c);
+  EXPECT_TRUE(waitForCards([&] { return session.clipboard.images == 2; })) << "still its keys";
+  click({600, 600});
+  EXPECT_TRUE(waitForCards([&] { return focus() == editor; }));
+  settleCards();
+  strike(XK_c);
+  settleCards();
+  EXPECT_EQ(session.clipboard.images, 2) << "its keys are the editor's";
+
+  ASSERT_TRUE(ui->focusCard());
+  settleCards();
+  click(cardMiddle);
+  EXPECT_TRUE(waitForCards([&] { return session.opened.size() == 1; }));
+  EXPECT_EQ(focus(), editor);
+}
+
 TEST_F(CardWindowsTest, MoveToADisplayThatIsStillThere) {
   startDesktop({.screen = PixelSize{2080, 800}, .windowManager = true});
   desktop->setMonitors({{"LEFT", {0, 0, 1280, 800}}, {"RIGHT", {1280, 0, 800, 800}}});

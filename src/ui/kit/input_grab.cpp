@@ -4,8 +4,9 @@
 
 namespace vantorel {
 
-InputGrab::InputGrab(std::shared_ptr<NativeWindows> native, std::function<void(Missing)> gaveUp)
-    : native_(std::move(native)) {
+InputGrab::InputGrab(std::shared_ptr<NativeWindows> native, Wants wants,
+                     std::function<void(Missing)> gaveUp)
+    : native_(std::move(native)), wants_(wants) {
   again_.setInterval(20);
   again_.callOnTimeout([this] { ask(); });
   patience_.setInterval(1000);
@@ -29,7 +30,7 @@ void InputGrab::release() {
   patience_.stop();
   if (window_ != nullptr) {
     window_->setKeyboardGrabEnabled(false);
-    window_->setMouseGrabEnabled(false);
+    if (wants_ == Wants::keyboardAndPointer) window_->setMouseGrabEnabled(false);
   }
   window_ = nullptr;
   hasKeyboard_ = hasPointer_ = false;
@@ -37,7 +38,9 @@ void InputGrab::release() {
 
 void InputGrab::ask() {
   if (!hasKeyboard_) hasKeyboard_ = window_->setKeyboardGrabEnabled(true);
-  if (!hasPointer_) hasPointer_ = window_->setMouseGrabEnabled(true);
+  if (!hasPointer_) {
+    hasPointer_ = wants_ == Wants::keyboard || window_->setMouseGrabEnabled(true);
+  }
   if (hasKeyboard_ && hasPointer_) {
     again_.stop();
     patience_.stop();

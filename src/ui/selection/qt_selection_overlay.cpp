@@ -228,7 +228,7 @@ QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request reques
       model_(request.mode, snapshotsOf(displays_), request.windows,
              startingPoint(*overlay.native_, displays_), qGuiApp->devicePixelRatio()),
       // One that held the keyboard would be hidden, and would go on getting every key.
-      grab_(overlay.native_,
+      grab_(overlay.native_, InputGrab::Wants::keyboardAndPointer,
             [this](InputGrab::Missing missing) {
               if (overlay_ == nullptr) return;
               overlay_->finish(std::unexpected(
