@@ -102,7 +102,7 @@ class QtDesktopUi : public DesktopUi {
   explicit QtDesktopUi(DisplayServer& server)
       : application_(argumentCount_, arguments_),
         native_(server.nativeWindows(toolkitConnection(), runner_)) {
-    QApplication::setApplicationName(QStringLiteral("vantorel"));
+    QApplication::setApplicationName(QStringLiteral("Vantorel"));
     QApplication::setDesktopFileName(QStringLiteral("com.hollen.Vantorel"));
     QApplication::setWindowIcon(programIcon());
     QApplication::setQuitOnLastWindowClosed(false);

@@ -201,6 +201,16 @@ TEST_F(AlertsTest, LookAsTheDisplayServerSaysFromTheFirstPaintOn) {
   EXPECT_TRUE(waitFor(
       [&] { return QColor(screen("alert-look-light").pixel(410, 400)).lightness() > 200; }));
   EXPECT_EQ(QApplication::font(), usual);
+
+  const auto* const window = QGuiApplication::topLevelWindows().constFirst();
+  const auto cookie = xcb_get_property(client->connection(), 0, xcb_window_t(window->winId()),
+                                       XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 100);
+  const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> names(
+      xcb_get_property_reply(client->connection(), cookie, nullptr), &std::free);
+  ASSERT_NE(names, nullptr);
+  EXPECT_EQ(
+      std::string(static_cast<const char*>(xcb_get_property_value(names.get())), names->value_len),
+      std::string("vantorel\0Vantorel\0", 18));
 }
 
 class CountdownTest : public UiTestCase {
