@@ -1,18 +1,22 @@
 #include "platform/linux/desktop_key_holders.hpp"
 
+#include <fmt/format.h>
 #include <sdbus-c++/sdbus-c++.h>
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
 #include "platform/linux/key_bindings.hpp"
+#include "platform/linux/program_output.hpp"
 #include "platform/linux/x11_call.hpp"
 
 namespace vantorel {
@@ -54,7 +58,8 @@ std::string holderInKDE(sdbus::IConnection& bus, const HotKeySpec& spec) {
 
 std::string holderInXfce(sdbus::IConnection& bus, const HotKeySpec& spec) {
   constexpr const char* service = "org.xfce.Xfconf";
-  if (!hasOwner(bus, service)) return {};
+  // The store of settings comes up for any program of theirs; these keys are the desktop's.
+  if (!hasOwner(bus, "org.xfce.SettingsDaemon") || !hasOwner(bus, service)) return {};
   std::map<std::string, sdbus::Variant> properties;
   sdbus::createProxy(bus, service, "/org/xfce/Xfconf")
       ->callMethod("GetAllProperties")
@@ -78,11 +83,57 @@ std::string holderInXfce(sdbus::IConnection& bus, const HotKeySpec& spec) {
   return isOfManager ? "Xfwm4" : "";
 }
 
+/// A key that the user gave to a command: "binding", "command" and "name".
+std::string programOfBinding(const std::vector<PrintedSetting>& binding, const HotKeySpec& spec) {
+  const auto find = [&](std::string_view name) {
+    const auto found = std::ranges::find(binding, name, &PrintedSetting::name);
+    return found == binding.end() ? PrintedSetting() : *found;
+  };
+  if (!hasKey(find("binding"), spec)) return {};
+  const auto textOf = [](const PrintedSetting& setting) {
+    return setting.texts.empty() ? std::string() : setting.texts.front();
+  };
+  const std::string program = programOf(textOf(find("command")));
+  return program.empty() ? textOf(find("name")) : program;
+}
+
+/// Of a schema that is not installed there is nothing.
+std::vector<PrintedSetting> settingsOfGNOME(const std::string& schema) {
+  const auto printed = programOutput({"gsettings", "list-recursively", schema}, callBound);
+  return printedSettings(printed.value_or(""));
+}
+
+std::string holderInGNOME(sdbus::IConnection& bus, const HotKeySpec& spec) {
+  constexpr const char* mediaKeys = "org.gnome.settings-daemon.plugins.media-keys";
+  const auto has = [&](const PrintedSetting& setting) { return hasKey(setting, spec); };
+  if (hasOwner(bus, "org.gnome.SettingsDaemon.MediaKeys")) {
+    const std::vector<PrintedSetting> keys = settingsOfGNOME(mediaKeys);
+    // What the user set stands before what the desktop came with.
+    const auto custom = std::ranges::find(keys, "custom-keybindings", &PrintedSetting::name);
+    if (custom != keys.end()) {
+      for (const std::string& path : custom->texts) {
+        const auto binding =
+            settingsOfGNOME(fmt::format("{}.custom-keybinding:{}", mediaKeys, path));
+        if (std::string program = programOfBinding(binding, spec); !program.empty()) return program;
+      }
+    }
+    if (std::ranges::any_of(keys, has)) return "GNOME";
+  }
+  if (!hasOwner(bus, "org.gnome.Shell")) return {};
+  for (const char* const schema : {"org.gnome.shell.keybindings", "org.gnome.mutter.keybindings",
+                                   "org.gnome.desktop.wm.keybindings"}) {
+    if (std::ranges::any_of(settingsOfGNOME(schema), has)) return "GNOME Shell";
+  }
+  return {};
+}
+
 std::string holderOnBus(const HotKeySpec& spec) {
   try {
     const auto bus = sdbus::createSessionBusConnection();
-    std::string holder = holderInKDE(*bus, spec);
-    return holder.empty() ? holderInXfce(*bus, spec) : holder;
+    for (const auto& ask : {holderInKDE, holderInXfce, holderInGNOME}) {
+      if (std::string holder = ask(*bus, spec); !holder.empty()) return holder;
+    }
+    return {};
   } catch (const sdbus::Error& error) {
     logInfo("HotKey", "who has a key is not known: {}", error.what());
     return {};

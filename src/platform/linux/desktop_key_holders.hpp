@@ -10,8 +10,8 @@
 
 namespace vantorel {
 
-/// Asks KDE's and XFCE's services of keys, where they run, and reads openbox's settings, where that
-/// is the window manager.
+/// Asks KDE's and XFCE's services of keys and reads GNOME's settings of them, each where that
+/// desktop runs, and openbox's settings, where that is the window manager.
 class DesktopKeyHolders final : public KeyHolders {
  public:
   struct Services {

@@ -33,6 +33,21 @@ TEST(KeyBindingsTest, KeysAreReadAsOtherProgramsWriteThem) {
   EXPECT_EQ(numberOfQt({0x1008FF11, 0}), std::nullopt);
   EXPECT_EQ(programOf(" /usr/bin/scrot -s "), "scrot");
 
+  const auto printed = printedSettings(R"(a.schema one ['<Alt>x', "it's"]
+a.schema two 'back\\slash'
+a.schema three @as []
+
+broken
+a.schema four ['open)");
+  ASSERT_EQ(printed.size(), 4U);
+  EXPECT_EQ(printed[0].name, "one");
+  EXPECT_THAT(printed[0].texts, testing::ElementsAre("<Alt>x", "it's"));
+  EXPECT_THAT(printed[1].texts, testing::ElementsAre("back\\slash"));
+  EXPECT_THAT(printed[2].texts, testing::IsEmpty());
+  EXPECT_THAT(printed[3].texts, testing::ElementsAre("open"));
+  EXPECT_TRUE(hasKey(printed[0], key("Alt+X")));
+  EXPECT_FALSE(hasKey(printed[3], key("Alt+X")));
+
   constexpr std::string_view settings = R"(<keyboard>
       <!-- <keybind key="F9"><action name="Execute"><command>old</command></action></keybind> -->
       <keybind key="A-F4"><action name="Close"/></keybind>
@@ -97,6 +112,9 @@ class ServiceOfXfce {
     connection_->enterEventLoopAsync();
   }
 
+  /// The store is there for all; its keys count from when the desktop's own service runs.
+  void startDaemon() { connection_->requestName("org.xfce.SettingsDaemon"); }
+
  private:
   std::unique_ptr<sdbus::IConnection> connection_ = sdbus::createSessionBusConnection();
   std::unique_ptr<sdbus::IObject> object_ = sdbus::createObject(*connection_, "/org/xfce/Xfconf");
@@ -119,6 +137,45 @@ struct DesktopKeyHoldersTest : testing::Test {
   TestDesktop desktop{{.windowManager = true, .bus = true}};
 };
 
+TEST_F(DesktopKeyHoldersTest, GNOMEsKeysAreReadWhereItRuns) {
+  desktop.enter();
+  const auto programs = desktop.folder() / "programs";
+  std::filesystem::create_directory(programs);
+  // As the real one prints; of shell.keybindings nothing is installed.
+  std::ofstream(programs / "gsettings") << R"(#!/bin/sh
+keys=org.gnome.settings-daemon.plugins.media-keys
+case "$2" in
+$keys)
+  echo "$keys custom-keybindings ['/org/custom0/', '/org/custom1/']"
+  echo "$keys email ['']"
+  echo "$keys www ['<Super>w', '<Primary>F12']"
+  echo "$keys volume-step 6";;
+$keys.custom-keybinding:/org/custom0/)
+  echo "$keys.custom-keybinding binding ''"
+  echo "$keys.custom-keybinding command 'nothing'";;
+$keys.custom-keybinding:/org/custom1/)
+  echo "$keys.custom-keybinding binding '<Super>w'"
+  echo "$keys.custom-keybinding command \"/usr/bin/surf 'https://example.org'\""
+  echo "$keys.custom-keybinding name 'Web'";;
+org.gnome.desktop.wm.keybindings)
+  echo "$2 close ['<Alt>F4']"
+  echo "$2 maximize @as []";;
+*) echo "No such schema" >&2; exit 1;;
+esac
+)";
+  std::filesystem::permissions(programs / "gsettings", std::filesystem::perms::owner_all);
+  setenv("PATH", (programs.string() + ":" + std::getenv("PATH")).c_str(), 1);
+  EXPECT_EQ(holderOf("Alt+F4"), "");
+  const auto service = sdbus::createSessionBusConnection();
+  service->requestName("org.gnome.Shell");
+  EXPECT_EQ(holderOf("Alt+F4"), "GNOME Shell");
+  EXPECT_EQ(holderOf("Super+W"), "");
+  service->requestName("org.gnome.SettingsDaemon.MediaKeys");
+  EXPECT_EQ(holderOf("Super+W"), "surf") << "what the user set comes first";
+  EXPECT_EQ(holderOf("Ctrl+F12"), "GNOME");
+  EXPECT_EQ(holderOf("Ctrl+F11"), "");
+}
+
 TEST_F(DesktopKeyHoldersTest, OnlyWhatRunsIsAsked) {
   desktop.enter();
   std::filesystem::create_directories(desktop.folder() / "config" / "openbox");
@@ -128,6 +185,8 @@ TEST_F(DesktopKeyHoldersTest, OnlyWhatRunsIsAsked) {
   EXPECT_EQ(holderOf("Super+Print"), "");
   {
     ServiceOfXfce xfce;
+    EXPECT_EQ(holderOf("Alt+Print"), "");
+    xfce.startDaemon();
     EXPECT_EQ(holderOf("Alt+Print"), "xfce4-screenshooter");
     EXPECT_EQ(holderOf("Alt+F4"), "Xfwm4");
     EXPECT_EQ(holderOf("Ctrl+F4"), "");

@@ -48,6 +48,21 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(from, text.find_last_not_of(blank) - from + 1);
 }
 
+/// The texts in a value as GLib prints it: in single quotes, or in double ones where it holds such.
+std::vector<std::string> quotedTexts(std::string_view value) {
+  std::vector<std::string> texts;
+  for (std::size_t at = value.find_first_of("'\""); at < value.size();
+       at = value.find_first_of("'\"", at + 1)) {
+    const char quote = value[at];
+    std::string& text = texts.emplace_back();
+    for (++at; at < value.size() && value[at] != quote; ++at) {
+      if (value[at] == '\\' && at + 1 < value.size()) ++at;
+      text += value[at];
+    }
+  }
+  return texts;
+}
+
 }  // namespace
 
 std::optional<HotKeySpec> keyOfOpenbox(std::string_view text) {
@@ -161,6 +176,26 @@ std::string holderInOpenbox(std::string_view settings, const HotKeySpec& spec) {
     return program.empty() ? std::string(openbox) : program;
   }
   return {};
+}
+
+std::vector<PrintedSetting> printedSettings(std::string_view lines) {
+  std::vector<PrintedSetting> settings;
+  while (!lines.empty()) {
+    std::string_view line = lines.substr(0, lines.find('\n'));
+    lines.remove_prefix(std::min(line.size() + 1, lines.size()));
+    const std::size_t afterSchema = line.find(' ');
+    const std::size_t afterName =
+        afterSchema == std::string_view::npos ? afterSchema : line.find(' ', afterSchema + 1);
+    if (afterName == std::string_view::npos) continue;
+    settings.push_back({std::string(line.substr(afterSchema + 1, afterName - afterSchema - 1)),
+                        quotedTexts(line.substr(afterName + 1))});
+  }
+  return settings;
+}
+
+bool hasKey(const PrintedSetting& setting, const HotKeySpec& spec) {
+  return std::ranges::any_of(setting.texts,
+                             [&](const std::string& text) { return keyOfGtk(text) == spec; });
 }
 
 }  // namespace vantorel

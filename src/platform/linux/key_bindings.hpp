@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/records/hot_key_spec.hpp"
 
@@ -25,5 +26,15 @@ namespace vantorel {
 /// Who has the key by the text of openbox's rc.xml: the program it starts, or "openbox" for what
 /// the window manager does itself; empty for nobody.
 [[nodiscard]] std::string holderInOpenbox(std::string_view settings, const HotKeySpec& spec);
+
+/// A setting as `gsettings list-recursively` prints it: "schema name ['<Alt>Print']".
+struct PrintedSetting {
+  std::string name;
+  std::vector<std::string> texts;  ///< of its value, which may be one text or a list of them
+};
+[[nodiscard]] std::vector<PrintedSetting> printedSettings(std::string_view lines);
+
+/// Whether one of the texts is that key.
+[[nodiscard]] bool hasKey(const PrintedSetting& setting, const HotKeySpec& spec);
 
 }  // namespace vantorel
