@@ -5,6 +5,7 @@
 #include <QStyle>
 #include <algorithm>
 
+#include "ui/kit/application_font.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
@@ -21,7 +22,7 @@ constexpr int longestLabel = 140;
 
 FilterChip::FilterChip(const QString& label, QWidget* parent) : QAbstractButton(parent) {
   setText(label);
-  setFont(tokens::smallFont());
+  setFollowingFont(*this, tokens::smallFont);
   setCursor(Qt::ArrowCursor);
   setFocusPolicy(Qt::TabFocus);
   setAttribute(Qt::WA_Hover);

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ui/kit/application_font.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
@@ -51,7 +52,7 @@ HistoryBlankPage::HistoryBlankPage(std::shared_ptr<HistoryModel> model, QWidget*
   column->setContentsMargins(tokens::space24, tokens::space24, tokens::space24, tokens::space24);
   column->setSpacing(tokens::space12);
   column->addStretch(2);
-  title_->setFont(tokens::titleFont());
+  setFollowingFont(*title_, tokens::titleFont);
   for (QLabel* const label : {symbol_, title_, text_}) {
     label->setAlignment(Qt::AlignCenter);
     label->setTextFormat(Qt::PlainText);

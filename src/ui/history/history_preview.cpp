@@ -21,6 +21,7 @@
 #include "ui/history/history_commands.hpp"
 #include "ui/history/picture_canvas.hpp"
 #include "ui/history/tile_painting.hpp"
+#include "ui/kit/application_font.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/kit/tokens.hpp"
@@ -160,7 +161,7 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   QToolButton* const back = plainButton(isRightToLeft() ? IconName::right : IconName::left,
                                         QStringLiteral("Back (Space)"));
   connect(back, &QToolButton::clicked, this, [this] { leave(); });
-  title_->setFont(tokens::strongFont());
+  setFollowingFont(*title_, tokens::strongFont);
   title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   title_->setAlignment(atEnd());
   position_->setAlignment(atBegin());
@@ -200,7 +201,7 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   column->addLayout(middle, 1);
 
   auto* const hint = new QLabel(QStringLiteral("← → next    Return open    Space close"));
-  hint->setFont(tokens::smallFont());
+  setFollowingFont(*hint, tokens::smallFont);
   hint->setAlignment(atBegin());
   hint->setForegroundRole(QPalette::PlaceholderText);
   hint->setContentsMargins(tokens::space16, tokens::space8, tokens::space16, tokens::space8);

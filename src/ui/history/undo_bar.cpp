@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "library/pending_undo.hpp"
+#include "ui/kit/application_font.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 #include "ui/kit/vantorel_style.hpp"
@@ -24,7 +25,7 @@ constexpr int ringFrames = 100;  // ms
 class UndoButton : public QPushButton {
  public:
   explicit UndoButton(QWidget* parent) : QPushButton(QStringLiteral("Undo"), parent) {
-    setFont(tokens::strongFont());
+    setFollowingFont(*this, tokens::strongFont);
     setAttribute(Qt::WA_Hover);
   }
   [[nodiscard]] QSize sizeHint() const override {

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "base/log.hpp"
+#include "ui/kit/application_font.hpp"
 #include "ui/kit/palette_roles.hpp"
 
 namespace vantorel {
@@ -169,7 +170,9 @@ std::optional<QFont> fontNamed(const QString& words) {
       weight = QFont::Medium;
     } else if (style == QLatin1String("light")) {
       weight = QFont::Light;
-    } else if (style == QLatin1String("italic")) {
+    } else if (style == QLatin1String("semi-bold") || style == QLatin1String("semibold")) {
+      weight = QFont::DemiBold;
+    } else if (style == QLatin1String("italic") || style == QLatin1String("oblique")) {
       isItalic = true;
     } else if (style != QLatin1String("regular") && style != QLatin1String("book")) {
       break;
@@ -222,8 +225,7 @@ void DesktopPalette::applyColors() {
 
 void DesktopPalette::applyFont() {
   const QString words = look_.font.empty() ? portalFont_ : QString::fromStdString(look_.font);
-  const QFont font = fontNamed(words).value_or(usualFont_);
-  if (font != QApplication::font()) QApplication::setFont(font);
+  setApplicationFont(fontNamed(words).value_or(usualFont_));
 }
 
 void DesktopPalette::followPortal() {
@@ -308,7 +310,7 @@ void DesktopPalette::readSettingsOfKDE() {
     QMetaObject::invokeMethod(qApp, [receiver, palette, font] {
       if (receiver == nullptr) return;
       QFont named;
-      if (!font.isEmpty() && named.fromString(font)) QApplication::setFont(named);
+      if (!font.isEmpty() && named.fromString(font)) setApplicationFont(named);
       QApplication::setPalette(palette);
     });
   });

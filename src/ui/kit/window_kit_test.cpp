@@ -5,16 +5,20 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QVBoxLayout>
 
+#include "platform/testing/desktop/settings_value.hpp"
+#include "ui/kit/application_font.hpp"
 #include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/floating_surface.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
+#include "ui/kit/role_label.hpp"
 #include "ui/kit/segmented_control.hpp"
 #include "ui/kit/toggle_switch.hpp"
 #include "ui/kit/tokens.hpp"
@@ -126,6 +130,27 @@ TEST_F(WindowKitTest, AWindowKeepsItsPlaceItsKeysAndItsMessages) {
   settle();
   EXPECT_TRUE(window->screen()->geometry().contains(window->geometry()))
       << window->x() << " " << window->y() << " " << window->width();
+}
+
+TEST_F(WindowKitTest, WordsOfEverySizeFollowTheFontOfTheDesktop) {
+  startDesktop({.windowManager = true});
+  startUi();
+  TestWindow window([] {});
+  auto* const small =
+      new RoleLabel(QStringLiteral("small"), &PaletteRoles::text, tokens::smallFont, window.button);
+  auto* const title = new QLabel(QStringLiteral("title"), window.button);
+  setFollowingFont(*title, tokens::titleFont);
+  window.bringForward();
+  ASSERT_TRUE(waitFor([&] { return window.isActiveWindow(); }));
+  for (const int points : {15, 8}) {
+    client->setDesktopSettings(settingsValue(
+        {{"Gtk/FontName", "DejaVu Serif Semi-Bold Oblique " + std::to_string(points)}}));
+    ASSERT_TRUE(waitFor([&] { return window.field->font().pointSize() == points; }));
+    EXPECT_EQ(window.field->font().family(), QLatin1String("DejaVu Serif"));
+    EXPECT_TRUE(window.field->font().italic());
+    EXPECT_EQ(small->font(), tokens::smallFont());
+    EXPECT_EQ(title->font(), tokens::titleFont());
+  }
 }
 
 TEST_F(WindowKitTest, TheRingOfTheFocusShowsForKeysOnly) {
