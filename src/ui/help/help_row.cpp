@@ -3,10 +3,10 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/key_caps.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

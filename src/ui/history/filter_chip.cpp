@@ -6,10 +6,10 @@
 #include <algorithm>
 
 #include "ui/kit/application_font.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

@@ -22,10 +22,10 @@
 #include "ui/history/picture_canvas.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/application_font.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

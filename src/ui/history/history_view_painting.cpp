@@ -10,9 +10,9 @@
 #include "library/entry_title.hpp"
 #include "ui/history/history_view.hpp"
 #include "ui/history/tile_painting.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

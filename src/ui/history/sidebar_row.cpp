@@ -8,13 +8,14 @@
 #include <QLocale>
 #include <QMimeData>
 #include <QPainter>
+#include <QStyle>
 #include <utility>
 
 #include "ui/history/capture_mime_data.hpp"
 #include "ui/history/tile_painting.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

@@ -11,10 +11,10 @@
 #include "base/size_text.hpp"
 #include "base/time_text.hpp"
 #include "library/entry_title.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

@@ -10,9 +10,9 @@
 
 #include "library/pending_undo.hpp"
 #include "ui/kit/application_font.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

@@ -35,16 +35,6 @@ class VantorelStyle : public QProxyStyle {
 /// is enough.
 void useVantorelStyle();
 
-/// A filled rounded rectangle whose 1 px line lies inside `area`.
-void paintBox(QPainter& painter, const QRectF& area, double radius, const QBrush& fill,
-              const QPen& line);
-
-/// The ring around `area` of what has the keyboard's focus.
-void paintFocusRing(QPainter& painter, const QRectF& area, double radius, const QColor& color);
-
-/// Whether `widget` has the focus and the keyboard brought it there.
-[[nodiscard]] bool hasKeyboardFocus(const QWidget& widget);
-
 /// Marks a push button as one whose action cannot be undone: its text is red.
 void markDangerous(QWidget& button);
 

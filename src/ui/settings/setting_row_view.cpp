@@ -9,12 +9,12 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/busy_ring.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/link_button.hpp"
 #include "ui/kit/role_label.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {

@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "ui/kit/accessible_role.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/key_caps.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/row_group.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 namespace {
