@@ -39,6 +39,9 @@ class WelcomeModel {
 
   [[nodiscard]] std::string folder() const;
 
+  /// The same for a dialog, which begins there.
+  [[nodiscard]] Path folderPath() const { return services_.settings.values().storageDirectory; }
+
   /// What became of the choice of another folder; mostly empty.
   [[nodiscard]] std::string folderRemark() const;
 

@@ -159,6 +159,8 @@ QWidget* SettingsWindow::makePane() {
   scroll_->setFrameShape(QFrame::NoFrame);
   scroll_->setFocusPolicy(Qt::NoFocus);
   scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  // Nothing moves aside when rows grow; a bar with nowhere to go is not painted.
+  scroll_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
   scroll_->viewport()->setAutoFillBackground(false);
   auto* const page = new QWidget;
   page->setAutoFillBackground(false);

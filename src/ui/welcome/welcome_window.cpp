@@ -9,6 +9,7 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 #include <utility>
+#include <vector>
 
 #include "ui/kit/icons.hpp"
 #include "ui/kit/key_caps.hpp"
@@ -92,6 +93,40 @@ class Row : public QWidget {
   QBoxLayout* layout_;
   QVBoxLayout* words_ = new QVBoxLayout;
   QHBoxLayout* controls_ = new QHBoxLayout;
+};
+
+/// Buttons in a row, or where that is too long, below each other.
+class ButtonBar : public QWidget {
+ public:
+  explicit ButtonBar(QWidget* parent = nullptr)
+      : QWidget(parent), layout_(new QBoxLayout(QBoxLayout::LeftToRight, this)) {
+    layout_->setContentsMargins(side - tokens::space4, tokens::space8, side, tokens::space24);
+    layout_->setSpacing(tokens::space8);
+  }
+
+  void add(QPushButton* button) {
+    if (buttons_.size() == 1) layout_->addStretch();  // the first one stands apart
+    layout_->addWidget(button);
+    buttons_.push_back(button);
+  }
+
+ protected:
+  bool event(QEvent* event) override {
+    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize) arrange();
+    return QWidget::event(event);
+  }
+
+ private:
+  void arrange() {
+    const QMargins around = layout_->contentsMargins();
+    int row = around.left() + around.right() + 2 * layout_->spacing();
+    for (const QPushButton* const button : buttons_) row += button->sizeHint().width();
+    const auto direction = row > width() ? QBoxLayout::BottomToTop : QBoxLayout::LeftToRight;
+    if (layout_->direction() != direction) layout_->setDirection(direction);
+  }
+
+  QBoxLayout* layout_;
+  std::vector<QPushButton*> buttons_;
 };
 
 }  // namespace
@@ -179,10 +214,7 @@ QWidget* WelcomeWindow::makeRows() {
 }
 
 QWidget* WelcomeWindow::makeButtons() {
-  auto* const bar = new QWidget;
-  auto* const row = new QHBoxLayout(bar);
-  row->setContentsMargins(side - tokens::space4, tokens::space8, side, tokens::space24);
-  row->setSpacing(tokens::space8);
+  auto* const bar = new ButtonBar;
   auto* const keys = new LinkButton(QStringLiteral("All keys"), bar);
   keys->setToolTip(QStringLiteral("All keys (F1)"));
   connect(keys, &QPushButton::clicked, this, [this] { model_->showAllKeys(); });
@@ -194,15 +226,15 @@ QWidget* WelcomeWindow::makeButtons() {
   done->setDefault(true);
   done->setToolTip(QStringLiteral("Close (Enter)"));
   connect(done, &QPushButton::clicked, this, [this] { close(); });
-  row->addWidget(keys);
-  row->addStretch();
-  row->addWidget(attempt);
-  row->addWidget(done);
+  bar->add(keys);
+  bar->add(attempt);
+  bar->add(done);
   return bar;
 }
 
 void WelcomeWindow::chooseFolder() {
-  auto* const dialog = new QFileDialog(this, QStringLiteral("Captures go to"));
+  auto* const dialog = new QFileDialog(this, QStringLiteral("Captures go to"),
+                                       QString::fromStdString(model_->folderPath().string()));
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setFileMode(QFileDialog::Directory);
   dialog->setOption(QFileDialog::ShowDirsOnly);
