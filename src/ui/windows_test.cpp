@@ -229,7 +229,7 @@ TEST_F(CountdownTest, StandsAboveAllTakesNothingAndLeavesInTime) {
   panel->show(3);
   ASSERT_TRUE(waitFor([&] { return isShown(); }));
   panel->show(2);
-  EXPECT_NE(screen("countdown"), before);
+  EXPECT_TRUE(waitFor([&] { return screen("countdown") != before; }));
   EXPECT_EQ(windowUnderPointer(), window) << "clicks go through";
   bool hidden = false;
   panel->hide([&] {
