@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include "ui/kit/box_painting.hpp"
+#include "ui/kit/hover_fade.hpp"
 #include "ui/kit/key_caps.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
@@ -48,9 +49,10 @@ QSize HelpRow::minimumSizeHint() const {
 void HelpRow::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const PaletteRoles roles = rolesOf(palette());
-  if (canRun_ && isEnabled() && (underMouse() || isDown())) {
+  if (canRun_ && isEnabled()) {
+    const double hover = hoverPart(*this, underMouse());
     paintBox(painter, QRectF(rect()).adjusted(3, 2, -3, -2), tokens::buttonRadius,
-             isDown() ? roles.press : roles.hover, Qt::NoPen);
+             isDown() ? roles.press : faded(roles.hover, hover), Qt::NoPen);
   }
   painter.setFont(tokens::bodyFont());
   painter.setPen(roles.text);

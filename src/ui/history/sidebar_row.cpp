@@ -14,6 +14,7 @@
 #include "ui/history/capture_mime_data.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/box_painting.hpp"
+#include "ui/kit/hover_fade.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -75,8 +76,10 @@ void SidebarRow::paintEvent(QPaintEvent*) {
   const QRect area = rect().adjusted(sideMargin, 1, -sideMargin, -1);
   if (isChecked()) {
     paintBox(painter, area, tokens::buttonRadius, roles.selection, Qt::NoPen);
-  } else if (underMouse()) {
-    paintBox(painter, area, tokens::buttonRadius, isDown() ? roles.press : roles.hover, Qt::NoPen);
+  } else {
+    const double hover = hoverPart(*this, underMouse());
+    paintBox(painter, area, tokens::buttonRadius,
+             isDown() ? roles.press : faded(roles.hover, hover), Qt::NoPen);
   }
   if (target_ == Target::captures || hasKeyboardFocus(*this)) {
     paintFocusRing(painter, QRectF(area).adjusted(2, 2, -2, -2), tokens::buttonRadius - 1,

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "ui/kit/box_painting.hpp"
+#include "ui/kit/hover_fade.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -36,21 +37,27 @@ void paintChevron(QPainter& painter, const QPointF& center, const QColor& color,
   painter.drawPolyline(line, 3);
 }
 
-void paintButton(QPainter& painter, const QStyleOption& option, bool isDefault) {
+double hoverOf(const QStyleOption& option, const QWidget* widget) {
+  if (!hasState(option, QStyle::State_Enabled)) return 0;
+  const bool isHovered = hasState(option, QStyle::State_MouseOver);
+  return widget == nullptr ? double(isHovered) : hoverPart(*widget, isHovered);
+}
+
+void paintButton(QPainter& painter, const QStyleOption& option, bool isDefault,
+                 const QWidget* widget) {
   const PaletteRoles roles = rolesOf(option.palette);
   const bool isPressed = hasState(option, QStyle::State_Sunken);
-  const bool isHovered =
-      hasState(option, QStyle::State_MouseOver) && hasState(option, QStyle::State_Enabled);
+  const double hover = hoverOf(option, widget);
   beginPart(painter, option);
   if (isDefault) {
     QColor fill = roles.accentFill;
-    if (isHovered || isPressed) fill = mixed(fill, Qt::black, isPressed ? 0.16 : 0.08);
+    fill = mixed(fill, Qt::black, isPressed ? 0.16 : 0.08 * hover);
     paintBox(painter, option.rect, tokens::buttonRadius, fill, Qt::NoPen);
   } else {
     QColor fill = hasState(option, QStyle::State_On) ? roles.selection : roles.base;
     if (roles.isDark && !hasState(option, QStyle::State_On))
       fill = mixed(roles.base, roles.text, 0.03);
-    if (isHovered || isPressed) fill = mixed(fill, roles.text, isPressed ? 0.09 : 0.05);
+    fill = mixed(fill, roles.text, isPressed ? 0.09 : 0.05 * hover);
     paintBox(painter, option.rect, tokens::buttonRadius, fill, QPen(roles.fieldBorder));
   }
   painter.restore();
@@ -78,20 +85,24 @@ void paintField(QPainter& painter, const QStyleOption& option) {
   painter.restore();
 }
 
-void paintToolButton(QPainter& painter, const QStyleOption& option) {
+void paintVeil(QPainter& painter, const QStyleOption& option, double part) {
+  QColor veil = rolesOf(option.palette).text;
+  veil.setAlphaF(static_cast<float>(part));
+  paintBox(painter, option.rect, tokens::buttonRadius, veil, Qt::NoPen);
+}
+
+void paintToolButton(QPainter& painter, const QStyleOption& option, const QWidget* widget) {
   const PaletteRoles roles = rolesOf(option.palette);
-  const bool isEnabled = hasState(option, QStyle::State_Enabled);
-  const bool isPressed = isEnabled && hasState(option, QStyle::State_Sunken);
-  const bool isHovered = isEnabled && hasState(option, QStyle::State_MouseOver);
+  const bool isPressed =
+      hasState(option, QStyle::State_Enabled) && hasState(option, QStyle::State_Sunken);
+  const double hover = hoverOf(option, widget);
   painter.save();
   if (hasState(option, QStyle::State_On)) {
     paintBox(painter, option.rect, tokens::buttonRadius,
-             isPressed || isHovered ? mixed(roles.selection, roles.text, 0.05) : roles.selection,
+             mixed(roles.selection, roles.text, isPressed ? 0.05 : 0.05 * hover),
              roles.isHighContrast ? QPen(roles.text) : QPen(Qt::NoPen));
-  } else if (isPressed || isHovered) {
-    QColor veil = roles.text;
-    veil.setAlphaF(isPressed ? 0.09F : 0.05F);
-    paintBox(painter, option.rect, tokens::buttonRadius, veil, Qt::NoPen);
+  } else if (isPressed || hover > 0) {
+    paintVeil(painter, option, isPressed ? 0.09 : 0.05 * hover);
   }
   if (showsFocus(option)) {
     paintFocusRing(painter, QRectF(option.rect).adjusted(3, 3, -3, -3), tokens::buttonRadius - 2,

@@ -4,15 +4,24 @@
 #include <QStyleOption>
 
 class QPainter;
+class QWidget;
 
 namespace vantorel {
 
 // What the parts of controls look like, in the roles of the option's palette. Each fills the
 // option's area.
 
-void paintButton(QPainter& painter, const QStyleOption& option, bool isDefault);
+/// `widget`, where there is one, knows how far its hover has come; likewise below.
+void paintButton(QPainter& painter, const QStyleOption& option, bool isDefault,
+                 const QWidget* widget);
 void paintField(QPainter& painter, const QStyleOption& option);
-void paintToolButton(QPainter& painter, const QStyleOption& option);
+void paintToolButton(QPainter& painter, const QStyleOption& option, const QWidget* widget);
+
+/// So much of the text's color over it, 0 to 1.
+void paintVeil(QPainter& painter, const QStyleOption& option, double part);
+
+/// How much of its hover is shown, from 0 to 1: none of what is off.
+[[nodiscard]] double hoverOf(const QStyleOption& option, const QWidget* widget);
 
 /// A check, or the round one of a choice.
 void paintIndicator(QPainter& painter, const QStyleOption& option, bool isRound);

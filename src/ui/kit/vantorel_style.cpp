@@ -15,6 +15,7 @@
 
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/control_painting.hpp"
+#include "ui/kit/hover_fade.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -39,7 +40,8 @@ void useVantorelStyle() {
   QApplication::setStyle(new VantorelStyle);
 }
 
-VantorelStyle::VantorelStyle() : QProxyStyle(QStringLiteral("fusion")) {}
+VantorelStyle::VantorelStyle()
+    : QProxyStyle(QStringLiteral("fusion")), fades_(new HoverFade(this)) {}
 
 void VantorelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
                                   QPainter* painter, const QWidget* widget) const {
@@ -49,11 +51,11 @@ void VantorelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* 
       const bool isDefault =
           button != nullptr && button->features.testFlag(QStyleOptionButton::DefaultButton);
       if (button != nullptr && button->features.testFlag(QStyleOptionButton::Flat)) {
-        return paintToolButton(*painter, *option);
+        return paintToolButton(*painter, *option, widget);
       }
-      return paintButton(*painter, *option, isDefault);
+      return paintButton(*painter, *option, isDefault, widget);
     }
-    case PE_PanelButtonTool: return paintToolButton(*painter, *option);
+    case PE_PanelButtonTool: return paintToolButton(*painter, *option, widget);
     case PE_PanelLineEdit:
       // A field inside another control is framed by that one.
       if (const auto* const frame = qstyleoption_cast<const QStyleOptionFrame*>(option);
@@ -198,7 +200,7 @@ void VantorelStyle::drawComplexControl(ComplexControl control, const QStyleOptio
       if (combo != nullptr && combo->editable) {
         paintField(*painter, *option);
       } else {
-        paintButton(*painter, *option, false);
+        paintButton(*painter, *option, false, widget);
       }
       beginPart(*painter, *option);
       paintChevron(
@@ -225,6 +227,12 @@ void VantorelStyle::drawComplexControl(ComplexControl control, const QStyleOptio
       if (button == nullptr) break;
       QStyleOptionToolButton plain = *button;
       plain.features.setFlag(QStyleOptionToolButton::HasMenu, false);
+      // One that is flat has no panel once the pointer has left it.
+      const bool hasPanel = hasState(*option, State_MouseOver) || hasState(*option, State_On) ||
+                            hasState(*option, State_Sunken) || !hasState(*option, State_AutoRaise);
+      if (const double hover = hoverOf(*option, widget); !hasPanel && hover > 0) {
+        paintVeil(*painter, *option, 0.05 * hover);
+      }
       return QProxyStyle::drawComplexControl(control, &plain, painter, widget);
     }
     case CC_SpinBox: {
@@ -275,6 +283,10 @@ void VantorelStyle::polish(QWidget* widget) {
       qobject_cast<QAbstractSpinBox*>(widget) != nullptr ||
       qobject_cast<QScrollBar*>(widget) != nullptr) {
     widget->setAttribute(Qt::WA_Hover);
+  }
+  if (qobject_cast<QAbstractButton*>(widget) != nullptr ||
+      qobject_cast<QComboBox*>(widget) != nullptr) {
+    widget->installEventFilter(fades_);
   }
 }
 

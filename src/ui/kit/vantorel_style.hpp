@@ -4,6 +4,8 @@
 
 namespace vantorel {
 
+class HoverFade;
+
 /// The look of buttons, fields, menus, sliders, scroll bars and checks, from `PaletteRoles`. The
 /// rest is Fusion's. Right to left and large fonts are followed; the focus ring shows for keyboard
 /// focus only.
@@ -29,6 +31,9 @@ class VantorelStyle : public QProxyStyle {
                                      const QWidget* widget) const override;
   using QProxyStyle::polish;
   void polish(QWidget* widget) override;
+
+ private:
+  HoverFade* fades_;
 };
 
 /// Makes it the application's style where that is Fusion; another one's controls stay its own. Once

@@ -3,6 +3,7 @@
 #include <QPainter>
 
 #include "ui/kit/box_painting.hpp"
+#include "ui/kit/hover_fade.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -30,10 +31,10 @@ QSize PaneButton::sizeHint() const {
 void PaneButton::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const PaletteRoles roles = rolesOf(palette());
-  if (isChecked() || isDown() || underMouse()) {
-    const QColor ground = isChecked() ? roles.selection : isDown() ? roles.press : roles.hover;
-    paintBox(painter, rect(), tokens::buttonRadius, ground, Qt::NoPen);
-  }
+  const QColor ground = isChecked() ? roles.selection
+                        : isDown()  ? roles.press
+                                    : faded(roles.hover, hoverPart(*this, underMouse()));
+  paintBox(painter, rect(), tokens::buttonRadius, ground, Qt::NoPen);
   const bool isMirrored = layoutDirection() == Qt::RightToLeft;
   QRect symbol(padding, (height() - barIconSize) / 2, barIconSize, barIconSize);
   QRect words = rect().adjusted(2 * padding + barIconSize, 0, -padding, 0);
