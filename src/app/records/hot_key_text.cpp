@@ -31,7 +31,7 @@ constexpr auto modifierNames = std::to_array<Names>({
 /// X keysyms of the keys that have a name instead of a character.
 constexpr auto keyNames = std::to_array<Names>({
     {0x20, "Space"},          {0x2B, "Plus"},           {0xFF08, "Backspace"},
-    {0xFF09, "Tab"},          {0xFF0D, "Enter"},        {0xFF13, "Pause"},
+    {0xFF09, "Tab"},          {0xFF0D, enterKeyName},   {0xFF13, "Pause"},
     {0xFF14, "Scroll Lock"},  {0xFF1B, "Esc"},          {0xFF50, "Home"},
     {0xFF51, "Left"},         {0xFF52, "Up"},           {0xFF53, "Right"},
     {0xFF54, "Down"},         {0xFF55, "Page Up"},      {0xFF56, "Page Down"},

@@ -10,6 +10,9 @@
 
 namespace vantorel {
 
+/// The one name of the key that takes something, in windows, hints, menus and messages.
+inline constexpr const char* enterKeyName = "Enter";
+
 /// Modifiers in the order Ctrl, Alt, Shift, Super, then the key, by the names that stand on
 /// keyboards of this system: "Ctrl+Alt+Enter".
 [[nodiscard]] std::string displayText(const HotKeySpec& spec);

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QRadioButton>
@@ -15,6 +16,7 @@
 
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/desktop_palette.hpp"
+#include "ui/kit/key_names.hpp"
 #include "ui/kit/message_band.hpp"
 #include "ui/kit/vantorel_style.hpp"
 
@@ -77,10 +79,11 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
       layout_(new QVBoxLayout(this)),
       message_(new MessageBand(this)) {
   useVantorelStyle();
+  useKeyNames();
   DesktopPalette::follow();
+  setAccessibleRole(*this, QAccessible::Window);
   setWindowTitle(title);
   setAccessibleName(title);
-  setAccessibleRole(*this, QAccessible::Window);
   setMinimumSize(measures.least);
   layout_->setContentsMargins(0, 0, 0, 0);
   layout_->setSpacing(0);
@@ -92,6 +95,9 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
   addKey(QKeySequence(Qt::CTRL | Qt::Key_Q), &WindowActions::quit);
   addKey(QKeySequence(Qt::Key_F1), &WindowActions::showHelp);
   addKey(QKeySequence(Qt::CTRL | Qt::Key_Comma), &WindowActions::showSettings);
+  // The toolkit knows the menu key alone.
+  connect(new QShortcut(Qt::SHIFT | Qt::Key_F10, this), &QShortcut::activated, this,
+          [this] { showContextMenu(); });
 }
 
 WindowFrame::~WindowFrame() = default;
@@ -101,6 +107,13 @@ void WindowFrame::addKey(const QKeySequence& key, std::function<void()> WindowAc
   connect(shortcut, &QShortcut::activated, this, [this, action] {
     if (const auto run = actions_.*action) run();
   });
+}
+
+void WindowFrame::showContextMenu() {
+  QWidget* const target = focusWidget() != nullptr ? focusWidget() : this;
+  const QPoint at = target->inputMethodQuery(Qt::ImCursorRectangle).toRect().center();
+  QContextMenuEvent event(QContextMenuEvent::Keyboard, at, target->mapToGlobal(at));
+  QCoreApplication::sendEvent(target, &event);
 }
 
 void WindowFrame::setContent(QWidget* content) { layout_->addWidget(content, 1); }

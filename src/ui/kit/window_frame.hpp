@@ -80,6 +80,7 @@ class WindowFrame : public QWidget, public Surface {
   /// A window whose display went comes to one that is left.
   void keepOnScreen();
   void remember();
+  void showContextMenu();
   void addKey(const QKeySequence& key, std::function<void()> WindowActions::* action);
 
   std::string name_;

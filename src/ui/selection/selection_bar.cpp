@@ -5,6 +5,7 @@
 #include <QPen>
 #include <algorithm>
 
+#include "app/records/hot_key_text.hpp"
 #include "ui/selection/selection_style.hpp"
 
 namespace vantorel {
@@ -22,7 +23,7 @@ QFont strong(QFont font) {
 }
 
 QString captureText() { return QStringLiteral("Capture"); }
-QString captureKeyText() { return QStringLiteral("Return"); }
+QString captureKeyText() { return QString::fromUtf8(enterKeyName); }
 
 QString tipOf(Part part) {
   switch (part) {
