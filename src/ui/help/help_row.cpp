@@ -3,6 +3,7 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/hover_fade.hpp"
 #include "ui/kit/key_caps.hpp"
@@ -19,6 +20,8 @@ constexpr int leastWords = 96;
 
 HelpRow::HelpRow(const HelpModel::Row& row, QWidget* parent)
     : QAbstractButton(parent), keys_(new KeyCaps(this)), canRun_(row.command != nullptr) {
+  // Keys of windows are read, not pressed here.
+  if (!canRun_) setAccessibleRole(*this, QAccessible::StaticText);
   setText(QString::fromStdString(row.title));
   keys_->setKeys(row.keys, QStringLiteral("No key"));
   auto* const line = new QHBoxLayout(this);
@@ -32,7 +35,6 @@ HelpRow::HelpRow(const HelpModel::Row& row, QWidget* parent)
              : canRun_           ? QStringLiteral("%1 (%2)").arg(text(), keys_->words())
                                  : QString());
   setEnabled(obstacle.isEmpty());
-  // Keys of windows are read, not pressed here.
   setFocusPolicy(canRun_ ? Qt::StrongFocus : Qt::NoFocus);
   if (!canRun_) setAttribute(Qt::WA_TransparentForMouseEvents);
 }

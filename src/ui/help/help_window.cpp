@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "ui/help/help_row.hpp"
+#include "ui/kit/clear_button.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/role_label.hpp"
 #include "ui/kit/row_group.hpp"
@@ -42,7 +43,7 @@ HelpWindow::HelpWindow(std::shared_ptr<HelpModel> model, std::function<void()> o
   search_->setPlaceholderText(QStringLiteral("Search commands and keys"));
   search_->setAccessibleName(QStringLiteral("Search commands and keys"));
   search_->setToolTip(QStringLiteral("Search commands and keys (Ctrl+F)"));
-  search_->setClearButtonEnabled(true);
+  addClearButton(*search_);
   search_->addAction(icon(IconName::search, IconTint::quiet), QLineEdit::LeadingPosition);
   top->addWidget(search_);
   all->addLayout(top);

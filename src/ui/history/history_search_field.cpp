@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "ui/history/filter_chip.hpp"
+#include "ui/kit/clear_button.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/key_caps.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -27,7 +28,7 @@ HistorySearchField::HistorySearchField(QWidget* parent) : QLineEdit(parent) {
   setPlaceholderText(QStringLiteral("Search titles, files, applications and dates"));
   setAccessibleName(QStringLiteral("Search"));
   setToolTip(QStringLiteral("Search (Ctrl+F)"));
-  setClearButtonEnabled(true);
+  addClearButton(*this);
   arrange();
 }
 

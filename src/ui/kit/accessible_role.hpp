@@ -6,8 +6,13 @@ class QWidget;
 
 namespace vantorel {
 
-/// What a widget of our own is to screen readers; the toolkit takes it for a container of others.
-/// Before the widget is shown.
+/// What a widget is to screen readers. The toolkit takes one of our own for a container of others,
+/// or for a plain button, and names a combo box by its value instead of its accessible name. Before
+/// anything else about it that screen readers are told, such as its name.
 void setAccessibleRole(QWidget& widget, QAccessible::Role role);
+
+/// What has the keyboard in a window whose keys the window itself handles, and had not before: such
+/// a widget has a role of `setAccessibleRole`, and screen readers take it for the focused one.
+void setAccessibleCurrent(QWidget& widget, bool isCurrent);
 
 }  // namespace vantorel

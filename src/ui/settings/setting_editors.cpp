@@ -14,6 +14,7 @@
 #include <cmath>
 #include <string>
 
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/role_label.hpp"
 #include "ui/kit/toggle_switch.hpp"
@@ -35,6 +36,7 @@ SettingEditor toggleEditor(const Model& model, const std::string& id, QWidget* p
 
 SettingEditor choiceEditor(const Model& model, const std::string& id, QWidget* parent) {
   auto* const box = new QComboBox(parent);
+  setAccessibleRole(*box, QAccessible::ComboBox);
   // Wider only for words that need it, which a large font makes of most.
   box->setMinimumWidth(settingControlWidth);
   const double scale = QFontMetrics(tokens::bodyFont()).height() / 17.0;
@@ -63,6 +65,7 @@ SettingEditor choiceEditor(const Model& model, const std::string& id, QWidget* p
 
 SettingEditor numberEditor(const Model& model, const SettingsLine& first, QWidget* parent) {
   auto* const both = new QWidget(parent);
+  setAccessibleRole(*both, QAccessible::Grouping);
   both->setFixedWidth(settingControlWidth);
   auto* const row = new QHBoxLayout(both);
   row->setContentsMargins(0, 0, 0, 0);

@@ -65,7 +65,7 @@ SettingRowView::SettingRowView(std::shared_ptr<SettingsModel> model, const Setti
       remark_(new RoleLabel({}, &PaletteRoles::warning, tokens::smallFont, this)),
       side_(new QWidget(this)),
       sideColumn_(new QVBoxLayout(side_)),
-      reset_(new QToolButton(this)) {
+      reset_(nullptr) {
   label_->setMostLines(mostLabelLines);
   layout_->setContentsMargins(rowMargin, rowPadding, rowMargin - 6, rowPadding);
   layout_->setSpacing(tokens::space12);
@@ -84,16 +84,6 @@ SettingRowView::SettingRowView(std::shared_ptr<SettingsModel> model, const Setti
   sideColumn_->setSpacing(6);
   controls->addStretch();
   controls->addWidget(side_, 0, Qt::AlignVCenter);
-  reset_->setIcon(icon(IconName::reset, IconTint::quiet));
-  reset_->setIconSize(QSize(rowIconSize, rowIconSize));
-  reset_->setAutoRaise(true);
-  reset_->setFocusPolicy(Qt::TabFocus);
-  reset_->setFixedSize(resetSlot, resetSlot);
-  QSizePolicy kept = reset_->sizePolicy();
-  kept.setRetainSizeWhenHidden(true);
-  reset_->setSizePolicy(kept);
-  connect(reset_, &QToolButton::clicked, this, [this] { model_->reset(id_); });
-  controls->addWidget(reset_, 0, Qt::AlignVCenter);
   layout_->addLayout(controls);
   setMinimumHeight(tokens::settingsRow);
 
@@ -108,6 +98,18 @@ SettingRowView::SettingRowView(std::shared_ptr<SettingsModel> model, const Setti
     if (line.control == SettingControl::text) addRemarkBox();
   }
   if (!line.button.empty()) addButton();
+  // Made after what it resets, so that the keyboard comes to it after that.
+  reset_ = new QToolButton(this);
+  reset_->setIcon(icon(IconName::reset, IconTint::quiet));
+  reset_->setIconSize(QSize(rowIconSize, rowIconSize));
+  reset_->setAutoRaise(true);
+  reset_->setFocusPolicy(Qt::TabFocus);
+  reset_->setFixedSize(resetSlot, resetSlot);
+  QSizePolicy kept = reset_->sizePolicy();
+  kept.setRetainSizeWhenHidden(true);
+  reset_->setSizePolicy(kept);
+  connect(reset_, &QToolButton::clicked, this, [this] { model_->reset(id_); });
+  controls->addWidget(reset_, 0, Qt::AlignVCenter);
   setLine(line);
 }
 

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "ui/kit/accessible_role.hpp"
+#include "ui/kit/clear_button.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/role_label.hpp"
@@ -55,7 +57,7 @@ QLineEdit* makeSearch(QWidget* parent) {
   search->setPlaceholderText(QStringLiteral("Search settings"));
   search->setAccessibleName(QStringLiteral("Search settings"));
   search->setToolTip(QStringLiteral("Search settings (Ctrl+F)"));
-  search->setClearButtonEnabled(true);
+  addClearButton(*search);
   search->addAction(icon(IconName::search, IconTint::quiet), QLineEdit::LeadingPosition);
   return search;
 }
@@ -134,6 +136,7 @@ QWidget* SettingsWindow::makeTop() {
   row->setContentsMargins(tokens::space16, tokens::space12, tokens::space16, 0);
   row->setSpacing(tokens::space12);
   topPanes_ = new QComboBox(top_);
+  setAccessibleRole(*topPanes_, QAccessible::ComboBox);
   topPanes_->setAccessibleName(QStringLiteral("Pane"));
   topPanes_->setToolTip(QStringLiteral("Pane"));
   for (const SettingsPane pane : model_->panes()) {

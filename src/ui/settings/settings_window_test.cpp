@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
@@ -251,7 +252,16 @@ TEST_F(SettingsWindowTest, WhoIsLedToARowFindsTheKeyboardThere) {
   EXPECT_TRUE(capture->hasFocus());
   model->pointTo("exportFormat");
   settle();
-  EXPECT_TRUE(named<QComboBox>(window, "Format")->hasFocus());
+  auto* const format = named<QComboBox>(window, "Format");
+  EXPECT_TRUE(format->hasFocus());
+  QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(format);
+  EXPECT_EQ(seen->text(QAccessible::Name), "Format");
+  EXPECT_EQ(seen->text(QAccessible::Value), format->currentText());
+  for (const auto* const field : window.findChildren<QLineEdit*>()) {
+    for (auto* const button : field->findChildren<QToolButton*>()) {
+      EXPECT_FALSE(button->isVisible() && button->accessibleName().isEmpty());
+    }
+  }
   // Once: later it is where the person has put it.
   model->select(SettingsPane::general);
   named<QLineEdit>(window, "Name")->setFocus();

@@ -1,0 +1,11 @@
+#pragma once
+
+class QLineEdit;
+
+namespace vantorel {
+
+/// Gives a field the button that clears it, in the palette's color and with a name. Before other
+/// buttons are added to the field.
+void addClearButton(QLineEdit& field);
+
+}  // namespace vantorel
