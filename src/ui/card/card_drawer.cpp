@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "ui/card/card_layout.hpp"
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
@@ -26,6 +27,8 @@ class DrawerCell : public QAbstractButton {
       : QAbstractButton(parent), symbol_(symbol) {
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::NoFocus);
+    setAccessibleRole(*this, symbol ? QAccessible::PushButton : QAccessible::RadioButton);
+    setCheckable(!symbol);
   }
 
   void show(const QString& label, const QString& note, const QString& obstacle, bool isOn) {
@@ -33,6 +36,7 @@ class DrawerCell : public QAbstractButton {
     note_ = note;
     isPossible_ = obstacle.isEmpty();
     isOn_ = isOn;
+    setChecked(isOn);
     setAccessibleName(note.isEmpty() ? label : label + QStringLiteral(", ") + note);
     setToolTip(obstacle);
     setEnabled(true);  // what is off tells why, which takes the pointer's attention
@@ -40,6 +44,7 @@ class DrawerCell : public QAbstractButton {
   }
 
   void setCurrent(bool isCurrent) {
+    if (isCurrent != isCurrent_) setAccessibleCurrent(*this, isCurrent);
     isCurrent_ = isCurrent;
     update();
   }
@@ -59,6 +64,7 @@ class DrawerCell : public QAbstractButton {
   }
 
  protected:
+  void nextCheckState() override {}  // a capture has the format that it has
   void paintEvent(QPaintEvent*) override {
     const FloatingColors& colors = floatingColors();
     QPainter painter(this);

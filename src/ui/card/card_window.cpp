@@ -122,7 +122,7 @@ void CardWindow::layOut() {
                      panel.bottom() + 1 - 6 - buttonSize.height()),
               buttonSize));
     button.setVisible(isShown);
-    button.setCurrent(hasKeyboard_ && i == current_);
+    button.setCurrent(hasKeyboard_ && !areKeysElsewhere_ && i == current_);
   }
   close_->setGeometry(QStyle::visualRect(
       layoutDirection(), panel,
@@ -201,6 +201,12 @@ void CardWindow::setKeyboard(bool hasKeyboard) {
   refresh();
 }
 
+void CardWindow::setKeysElsewhere(bool areElsewhere) {
+  if (std::exchange(areKeysElsewhere_, areElsewhere) == areElsewhere) return;
+  layOut();
+  update();
+}
+
 // ---- painting
 
 void CardWindow::paintEvent(QPaintEvent* event) {
@@ -236,7 +242,8 @@ void CardWindow::paintEvent(QPaintEvent* event) {
 CardLabel CardWindow::labelOf(const Card& card) const {
   const FloatingButton* named = nullptr;
   for (std::size_t i = 0; i < buttons_.size(); ++i) {
-    if (hasKeyboard_ && static_cast<int>(i) == current_) named = buttons_[i].widget;
+    if (hasKeyboard_ && !areKeysElsewhere_ && static_cast<int>(i) == current_)
+      named = buttons_[i].widget;
   }
   for (const Button& button : buttons_) {
     if (button.widget->underMouse()) named = button.widget;

@@ -11,7 +11,7 @@
 #include "app/card_stack.hpp"
 #include "ui/card/card_painting.hpp"
 #include "ui/card/card_press.hpp"
-#include "ui/card/floating_button.hpp"
+#include "ui/kit/floating_button.hpp"
 #include "ui/kit/floating_surface.hpp"
 
 namespace vantorel {
@@ -52,6 +52,9 @@ class CardWindow : public FloatingSurface {
   /// managers take it away from those that float above them.
   void setKeyboard(bool hasKeyboard);
 
+  /// The keys are for the rows beside it: none of its own buttons is the one that Enter presses.
+  void setKeysElsewhere(bool areElsewhere);
+
  protected:
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
@@ -91,9 +94,10 @@ class CardWindow : public FloatingSurface {
   std::function<void()> gone_;
   QBasicTimer tick_;  ///< while something moves: busy line, ring of the undo
   QElapsedTimer busySince_;
-  int current_ = 2;  ///< the button that Return presses: opening it, at first
+  int current_ = 2;  ///< the button that Enter presses: opening it, at first
   bool isPointed_ = false;
   bool hasKeyboard_ = false;
+  bool areKeysElsewhere_ = false;
 
   // A press under way.
   enum class Press { none, held, waiting, undo };

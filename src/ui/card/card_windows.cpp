@@ -32,7 +32,8 @@ CardWindows::CardWindows(CardStack& stack, std::shared_ptr<NativeWindows> native
   opening_.setSingleShot(true);
   opening_.setInterval(drawerDelay);
   QObject::connect(&opening_, &QTimer::timeout, [this] {
-    if (pointedCard_) openDrawer(*pointedCard_, false);
+    const auto wanted = pointedCard_ ? pointedCard_ : focused_;
+    if (wanted) openDrawer(*wanted, false);
   });
   closing_.setSingleShot(true);
   closing_.setInterval(drawerGrace);
@@ -227,7 +228,9 @@ void CardWindows::openDrawer(std::uint64_t number, bool withKeyboard) {
     placeDrawer();
     drawer_->show();
   }
-  if (withKeyboard) drawer_->setKeyboard(true);
+  if (!withKeyboard) return;
+  drawer_->setKeyboard(true);
+  windowOf(number)->setKeysElsewhere(true);
 }
 
 void CardWindows::placeDrawer() {
@@ -242,6 +245,8 @@ void CardWindows::placeDrawer() {
 
 void CardWindows::closeDrawer() {
   isDrawerPointed_ = false;
+  if (drawer_ == nullptr) return;
+  if (CardWindow* const window = windowOf(drawer_->number())) window->setKeysElsewhere(false);
   drawer_.reset();
 }
 
@@ -265,6 +270,7 @@ void CardWindows::focus(std::uint64_t number) {
   }
   focused_ = number;
   window->setKeyboard(true);
+  opening_.start();
   grab_.take(*window->windowHandle());
   // A press elsewhere is meant for what is there, and for the keyboard to go there, too.
   presses_ = native_->observePresses([this](WindowID pressed) {
@@ -295,6 +301,7 @@ void CardWindows::giveFocusBack() {
   grab_.release();
   if (CardWindow* const window = windowOf(*focused_)) window->setKeyboard(false);
   focused_.reset();
+  if (!pointedCard_) opening_.stop();
   if (!isDrawerPointed_) closeDrawer();
   updateHeld();
 }

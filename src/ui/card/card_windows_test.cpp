@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QColor>
 #include <algorithm>
@@ -15,7 +16,9 @@
 namespace vantorel {
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 /// Cards of a library on fakes, on a real desktop of 1280 x 800.
 class CardWindowsTest : public UiTestCase {
@@ -75,6 +78,18 @@ class CardWindowsTest : public UiTestCase {
     const std::unique_ptr<xcb_get_input_focus_reply_t, decltype(&std::free)> reply(
         xcb_get_input_focus_reply(client->connection(), cookie, nullptr), &std::free);
     return reply ? reply->focus : xcb_window_t{XCB_NONE};
+  }
+
+  /// What screen readers take for the focused ones.
+  static std::vector<std::string> focused() {
+    std::vector<std::string> names;
+    for (const QWidget* const top : QApplication::topLevelWidgets()) {
+      for (auto* const button : top->findChildren<QAbstractButton*>()) {
+        QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(button);
+        if (seen->state().focused) names.push_back(seen->text(QAccessible::Name).toStdString());
+      }
+    }
+    return names;
   }
 
   CardSession session;
@@ -182,13 +197,17 @@ TEST_F(CardWindowsTest, TheKeyboardComesAndGoesBack) {
   ASSERT_TRUE(ui->focusCard());
   settleCards();
   keepPicture("card-keyboard");
+  EXPECT_EQ(windowsTitled("Vantorel card actions"), 1) << "the rows come as with the pointer";
+  EXPECT_THAT(focused(), ElementsAre("Open"));
   strike(XK_c);
   EXPECT_TRUE(waitForCards([&] { return session.clipboard.images == 1; }));
   strike(XK_f);
   ASSERT_TRUE(waitForCards([&] { return windowsTitled("Vantorel card actions") == 1; }));
   settleCards();
   strike(XK_Right);
+  settleCards();
   keepPicture("card-keyboard-drawer");
+  EXPECT_THAT(focused(), ElementsAre(StartsWith("JPEG"))) << "the one that Enter presses";
   strike(XK_Return);
   EXPECT_TRUE(
       waitForCards([&] { return session.stack.find(b)->entry->path == "/captures/b.jpg"; }));

@@ -11,6 +11,7 @@
 #include <functional>
 #include <utility>
 
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -80,6 +81,7 @@ FloatingSurface::FloatingSurface(std::shared_ptr<NativeWindows> native, const QS
                  Qt::WindowStaysOnTopHint);
   setAttribute(Qt::WA_ShowWithoutActivating);
   setAttribute(Qt::WA_TranslucentBackground);
+  setAccessibleRole(*this, QAccessible::Window);
   setWindowTitle(title);
   setAccessibleName(title);
   setFocusPolicy(Qt::NoFocus);

@@ -1,11 +1,12 @@
-#include "ui/card/floating_button.hpp"
+#include "ui/kit/floating_button.hpp"
 
 #include <QEvent>
 #include <QPainter>
 
+#include "ui/kit/accessible_role.hpp"
+#include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
-#include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
 
@@ -14,6 +15,7 @@ FloatingButton::FloatingButton(IconName symbol, const QString& name, const QStri
     : QAbstractButton(parent), symbol_(symbol), name_(name), key_(key) {
   setAttribute(Qt::WA_Hover);
   setFocusPolicy(Qt::NoFocus);  // the card has the keys
+  setAccessibleRole(*this, QAccessible::PushButton);
   setAccessibleName(name);
   setCursor(Qt::ArrowCursor);
 }
@@ -28,6 +30,7 @@ void FloatingButton::setObstacle(const QString& reason) {
 void FloatingButton::setCurrent(bool isCurrent) {
   if (isCurrent_ == isCurrent) return;
   isCurrent_ = isCurrent;
+  setAccessibleCurrent(*this, isCurrent);
   update();
 }
 
