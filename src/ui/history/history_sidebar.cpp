@@ -12,6 +12,7 @@
 #include "library/entry_filter.hpp"
 #include "ui/history/name_field.hpp"
 #include "ui/history/sidebar_row.hpp"
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/role_label.hpp"
@@ -35,6 +36,8 @@ HistorySidebar::HistorySidebar(std::shared_ptr<HistoryModel> model, QWidget* par
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::NoFocus);
   setAccessibleName(QStringLiteral("Sidebar"));
+  setAccessibleRole(*inside_, QAccessible::List);
+  inside_->setAccessibleName(QStringLiteral("What is shown"));
   auto* const column = new QVBoxLayout(inside_);
   column->setContentsMargins(0, tokens::space12, 0, tokens::space12);
   column->setSpacing(0);
@@ -119,6 +122,7 @@ void HistorySidebar::refresh() {
       row->onCollectionDropped = [this, row](const std::string& moved) {
         reorder(moved, row->row().collectionID);
       };
+      row->onMove = [this, row](int places) { move(row->row().collectionID, places); };
       row->onStep = [this, row](int step) {
         const auto at = std::ranges::find(rows_, row) - rows_.begin() + step;
         if (at < 0 || at >= std::ssize(rows_)) return;
@@ -139,14 +143,16 @@ void HistorySidebar::addCollection() {
   rename(*id);
 }
 
-void HistorySidebar::rename(const std::string& collectionID) {
+void HistorySidebar::rename(const std::string& collectionID, std::function<void()> then) {
   SidebarRow* const row = rowOf(collectionID);
   if (row == nullptr) return;
   ensureWidgetVisible(row);
   auto* const editor =
       new NameField(row->text(), QStringLiteral("Name of the collection"), row->labelArea(), row);
-  editor->onDone = [this, collectionID](const std::optional<QString>& name) {
+  editor->onDone = [this, collectionID, row,
+                    then = std::move(then)](const std::optional<QString>& name) {
     if (name) model_->renameCollection(collectionID, name->toStdString());
+    if (then && row->hasFocus()) then();
   };
 }
 
@@ -165,6 +171,14 @@ void HistorySidebar::showMenu(const std::string& collectionID, const QPoint& at)
   menu->addAction(icon(IconName::rename), QStringLiteral("Rename…"), Qt::Key_F2, this,
                   [this, collectionID] { rename(collectionID); });
   menu->addSeparator();
+  const auto [place, count] = placeOf(collectionID);
+  menu->addAction(QStringLiteral("Move Up"), Qt::ALT | Qt::Key_Up, this,
+                  [this, collectionID] { move(collectionID, -1); })
+      ->setEnabled(place > 0);
+  menu->addAction(QStringLiteral("Move Down"), Qt::ALT | Qt::Key_Down, this,
+                  [this, collectionID] { move(collectionID, 1); })
+      ->setEnabled(place + 1 < count);
+  menu->addSeparator();
   menu->addAction(icon(IconName::trash), QStringLiteral("Delete Collection"), Qt::Key_Delete, this,
                   [this, collectionID] { model_->removeCollection(collectionID); });
   menu->popup(at);
@@ -174,14 +188,31 @@ void HistorySidebar::drop(const std::string& target, const std::vector<std::stri
   model_->actions().collect(findEntries(model_->store(), captures), target, true);
 }
 
-void HistorySidebar::reorder(const std::string& moved, const std::string& before) {
+/// Among the others, and how many they are.
+std::pair<std::ptrdiff_t, std::ptrdiff_t> HistorySidebar::placeOf(
+    const std::string& collectionID) const {
   const auto& all = model_->store().collections();
-  const auto placeOf = [&](const std::string& id) {
-    return std::ranges::find(all, id, &HistoryCollection::id) - all.begin();
-  };
-  const auto from = placeOf(moved);
-  const auto to = placeOf(before);
-  if (from == to || from == std::ssize(all)) return;
+  const auto found = std::ranges::find(all, collectionID, &HistoryCollection::id);
+  return {found - all.begin(), std::ssize(all)};
+}
+
+/// The keyboard goes with it. By value: the row that names it is another one's then.
+void HistorySidebar::move(std::string collectionID, int places) {
+  const auto [from, count] = placeOf(collectionID);
+  const auto to = from + places;
+  if (from == count || to < 0 || to >= count) return;
+  model_->moveCollection(collectionID, static_cast<std::size_t>(to));
+  refresh();
+  if (SidebarRow* const row = rowOf(collectionID)) {
+    row->setFocus(Qt::OtherFocusReason);
+    ensureWidgetVisible(row);
+  }
+}
+
+void HistorySidebar::reorder(const std::string& moved, const std::string& before) {
+  const auto [from, count] = placeOf(moved);
+  const auto [to, same] = placeOf(before);
+  if (from == to || from == count || to == same) return;
   model_->moveCollection(moved, static_cast<std::size_t>(to));
 }
 

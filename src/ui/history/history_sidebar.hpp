@@ -25,8 +25,8 @@ class HistorySidebar : public QScrollArea {
   /// Makes a collection and has its name written.
   void addCollection();
 
-  /// Has a collection's name written.
-  void rename(const std::string& collectionID);
+  /// Has a collection's name written. `then` is called when a key has ended that.
+  void rename(const std::string& collectionID, std::function<void()> then = {});
 
   /// After a row was chosen.
   std::function<void()> onChosen;
@@ -41,6 +41,9 @@ class HistorySidebar : public QScrollArea {
   void showMenu(const std::string& collectionID, const QPoint& at);
   void drop(const std::string& target, const std::vector<std::string>& captures);
   void reorder(const std::string& moved, const std::string& before);
+  void move(std::string collectionID, int places);
+  [[nodiscard]] std::pair<std::ptrdiff_t, std::ptrdiff_t> placeOf(
+      const std::string& collectionID) const;
   [[nodiscard]] SidebarRow* rowOf(const std::string& collectionID) const;
 
   std::shared_ptr<HistoryModel> model_;

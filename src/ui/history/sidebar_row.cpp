@@ -13,6 +13,7 @@
 
 #include "ui/history/capture_mime_data.hpp"
 #include "ui/history/tile_painting.hpp"
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/hover_fade.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -43,7 +44,8 @@ IconName iconOf(HistoryScope scope) {
 SidebarRow::SidebarRow(QWidget* parent) : QAbstractButton(parent) {
   setCheckable(true);
   setAutoExclusive(false);
-  setFocusPolicy(Qt::TabFocus);
+  setFocusPolicy(Qt::StrongFocus);
+  setAccessibleRole(*this, QAccessible::ListItem);
   setAttribute(Qt::WA_Hover);
   setAcceptDrops(true);
 }
@@ -54,8 +56,9 @@ void SidebarRow::show(const HistorySidebarRow& row) {
   const QString count = QLocale(QLocale::English).toString(static_cast<qulonglong>(row.count));
   setText(label);
   setChecked(row.isShown);
-  setAccessibleName(row.isFiledInto ? label + ", " + count + ", new captures go here"
-                                    : label + ", " + count);
+  const QString counted = row.count == 1 ? count + " capture" : count + " captures";
+  setAccessibleName(row.isFiledInto ? label + ", " + counted + ", new captures go here"
+                                    : label + ", " + counted);
   setToolTip(row.isFiledInto ? label + "\nNew captures go here" : label);
   update();
 }
@@ -81,7 +84,8 @@ void SidebarRow::paintEvent(QPaintEvent*) {
     paintBox(painter, area, tokens::buttonRadius,
              isDown() ? roles.press : faded(roles.hover, hover), Qt::NoPen);
   }
-  if (target_ == Target::captures || hasKeyboardFocus(*this)) {
+  // The keys that the row's menu names are this row's then, so that it is seen after a click too.
+  if (target_ == Target::captures || hasFocus()) {
     paintFocusRing(painter, QRectF(area).adjusted(2, 2, -2, -2), tokens::buttonRadius - 1,
                    roles.focus);
   } else if (target_ == Target::collection) {
@@ -150,12 +154,26 @@ void SidebarRow::mouseMoveEvent(QMouseEvent* event) {
   drag->exec(Qt::MoveAction);
 }
 
+/// What a key does to captures in the whole window it does to the row that has the keyboard.
+bool SidebarRow::event(QEvent* event) {
+  if (event->type() == QEvent::ShortcutOverride) {
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key == Qt::Key_F2 || key == Qt::Key_Delete) event->accept();
+  }
+  return QAbstractButton::event(event);
+}
+
 void SidebarRow::keyPressEvent(QKeyEvent* event) {
   const bool isCollection = !row_.collectionID.empty();
+  const bool isUp = event->key() == Qt::Key_Up;
+  if (event->modifiers() == Qt::AltModifier && (isUp || event->key() == Qt::Key_Down)) {
+    if (isCollection && onMove) onMove(isUp ? -1 : 1);
+    return;
+  }
   switch (event->key()) {
     case Qt::Key_Up:
     case Qt::Key_Down:
-      if (onStep) onStep(event->key() == Qt::Key_Up ? -1 : 1);
+      if (onStep) onStep(isUp ? -1 : 1);
       return;
     case Qt::Key_Return:
     case Qt::Key_Enter: return click();
@@ -170,6 +188,7 @@ void SidebarRow::keyPressEvent(QKeyEvent* event) {
 }
 
 void SidebarRow::contextMenuEvent(QContextMenuEvent* event) {
+  setFocus(Qt::OtherFocusReason);
   if (!row_.collectionID.empty() && onMenu) onMenu(event->globalPos());
 }
 

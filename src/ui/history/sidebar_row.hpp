@@ -29,8 +29,10 @@ class SidebarRow : public QAbstractButton {
   std::function<void()> onRename;
   std::function<void()> onRemove;
   std::function<void(int)> onStep;  ///< Up and Down
+  std::function<void(int)> onMove;  ///< a collection, so many places down
 
  protected:
+  bool event(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void enterEvent(QEnterEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
