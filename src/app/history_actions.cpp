@@ -16,6 +16,8 @@
 namespace vantorel {
 namespace {
 
+using Kind = HistoryNotice::Kind;
+
 bool needsFile(HistoryAction action) {
   using enum HistoryAction;
   switch (action) {
@@ -187,8 +189,11 @@ struct HistoryActions::Rewriting {
 };
 
 HistoryActions::HistoryActions(Services services, std::function<void(HistoryNotice)> say,
-                               std::function<void()> onProgress)
-    : services_(std::move(services)), say_(std::move(say)), onProgress_(std::move(onProgress)) {
+                               std::function<void()> onProgress, std::function<void()> onSaved)
+    : services_(std::move(services)),
+      say_(std::move(say)),
+      onProgress_(std::move(onProgress)),
+      onSaved_(std::move(onSaved)) {
   VT_CHECK(services_.files != nullptr);
 }
 
@@ -238,13 +243,16 @@ HistoryShare HistoryActions::share(HistoryAction action, const EntryList& entrie
 /// What the action is done with; what is said of the others is said.
 EntryList HistoryActions::take(HistoryAction action, const EntryList& entries) {
   HistoryShare share = this->share(action, entries);
-  if (!share.leftOut.empty()) say_({.text = std::move(share.leftOut)});
+  if (!share.leftOut.empty()) {
+    say_({.text = std::move(share.leftOut), .kind = Kind::refusal});
+  }
   return std::move(share.entries);
 }
 
 void HistoryActions::sayUnsaved(const std::string& reason) {
   say_({.text = closed("History couldn’t be saved: " + reason),
         .detail = "Your captures are safe on disk.",
+        .kind = Kind::state,
         .canRetrySaving = true});
 }
 
@@ -272,6 +280,8 @@ void HistoryActions::change(const EntryList& entries,
                                                         report.error().reason})});
                   } else if (report->indexNotSaved) {
                     sayUnsaved(*report->indexNotSaved);
+                  } else {
+                    onSaved_();
                   }
                 }));
 }
@@ -330,7 +340,7 @@ void HistoryActions::copyPicture(const EntryPointer& entry) {
     if (found.empty()) return;
     services_.copying.copy(*found.front(),
                            lifetime_.guard([this](const Result<void, CopyFailure>& copied) {
-                             if (copied) return say_({.text = "Copied", .isProblem = false});
+                             if (copied) return say_({.text = "Copied", .kind = Kind::done});
                              say_({.text = closed("Copy failed: " + sentence(copied.error()))});
                            }));
   });
@@ -355,7 +365,7 @@ void HistoryActions::copyPaths(const EntryList& entries) {
     std::string text;
     for (const EntryPointer& entry : found) text += (text.empty() ? "" : "\n") + entry->path;
     clipboard->setText(std::move(text), lifetime_.guard([this](const Result<void>& copied) {
-      if (copied) return say_({.text = "Path copied", .isProblem = false});
+      if (copied) return say_({.text = "Path copied", .kind = Kind::done});
       say_({.text = closed("Copy failed: " + copied.error().reason)});
     }));
   });
@@ -367,7 +377,7 @@ void HistoryActions::saveAs(const EntryPointer& entry, const Path& file) {
     services_.exporting.saveAs(
         found.front(), file, lifetime_.guard([this](const Result<Path, ExportFailure>& saved) {
           if (!saved) return say_({.text = sentence(saved.error())});
-          say_({.text = "Saved as " + saved->filename().string(), .isProblem = false});
+          say_({.text = "Saved as " + saved->filename().string(), .kind = Kind::done});
         }));
   });
 }
@@ -425,24 +435,25 @@ void HistoryActions::finish(const Rewriting& rewriting) {
   }
   const bool isAll = rewriting.leftOut.empty();
   if (isAll && rewriting.entries.size() == 1) {
-    if (!rewriting.remark.empty()) say_({.text = rewriting.remark, .isProblem = false});
+    if (!rewriting.remark.empty()) say_({.text = rewriting.remark, .kind = Kind::done});
     return;
   }
   say_({.text = fmt::format("{} of {} {}.", rewriting.changed, counted(rewriting.entries.size()),
                             rewriting.format ? "converted" : "compressed"),
         .detail = rewriting.leftOut,
-        .isProblem = !isAll});
+        .kind = isAll ? Kind::done : Kind::failure});
 }
 
 void HistoryActions::trash(const EntryList& entries) {
   HistoryShare share = this->share(HistoryAction::trash, entries);
   if (share.entries.empty()) return;
-  if (!share.leftOut.empty()) say_({.text = share.leftOut});
+  if (!share.leftOut.empty()) say_({.text = share.leftOut, .kind = Kind::refusal});
   const std::vector<std::string> ids = idsOf(share.entries);
   services_.library.deletion().trash(
       ids, HistoryDeletion::Undo::offered,
       lifetime_.guard([this, share = std::move(share)](const TrashSweep& sweep) {
         if (sweep.indexNotSaved) return sayUnsaved(*sweep.indexNotSaved);
+        onSaved_();
         sayFailures(sweep.failures, share.entries, share.leftOut);
         if (!sweep.removed.empty() && sweep.isUndoTaken) {
           say_({.text = "This can’t be undone, since an undo before it waits for its disk; the "
@@ -461,6 +472,7 @@ void HistoryActions::undo() {
   services_.library.deletion().undo(
       lifetime_.guard([this, entries = std::move(entries)](const UndoOutcome& outcome) {
         if (outcome.indexNotSaved) return sayUnsaved(*outcome.indexNotSaved);
+        onSaved_();
         sayFailures(outcome.failures, entries);
       }));
 }
@@ -471,6 +483,7 @@ void HistoryActions::remove(const EntryList& entries) {
   services_.prune.forget(
       ids, lifetime_.guard([this, wanted = ids.size()](const ForgetReport& report) {
         if (report.indexNotSaved) return sayUnsaved(*report.indexNotSaved);
+        onSaved_();
         if (report.count < wanted) {
           say_({.text = fmt::format("{} could not be removed now: something is being done with it.",
                                     counted(wanted - report.count))});
@@ -480,7 +493,8 @@ void HistoryActions::remove(const EntryList& entries) {
 
 void HistoryActions::retrySaving() {
   services_.library.store().flush(lifetime_.guard([this](const Result<void>& saved) {
-    if (!saved) sayUnsaved(saved.error().reason);
+    if (!saved) return sayUnsaved(saved.error().reason);
+    onSaved_();
   }));
 }
 

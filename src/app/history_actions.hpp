@@ -65,8 +65,9 @@ class HistoryActions {
     std::function<void(const std::vector<Path>&)> reveal;      ///< in the file manager
   };
 
+  /// `onSaved` is told when the library is on the disk, after it may not have been.
   HistoryActions(Services services, std::function<void(HistoryNotice)> say,
-                 std::function<void()> onProgress);
+                 std::function<void()> onProgress, std::function<void()> onSaved);
 
   /// Why the action cannot be done with any of these captures now, in a sentence for its tooltip.
   [[nodiscard]] std::optional<std::string> obstacle(HistoryAction action,
@@ -129,6 +130,7 @@ class HistoryActions {
   Services services_;
   std::function<void(HistoryNotice)> say_;
   std::function<void()> onProgress_;
+  std::function<void()> onSaved_;
   std::optional<HistoryProgress> progress_;
   bool isStopped_ = false;
   Lifetime lifetime_;

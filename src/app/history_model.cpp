@@ -35,8 +35,9 @@ std::string grouped(std::size_t number) {
   return text;
 }
 
-/// What is well is said for so long.
+/// What is well is said for so long, and why something was not done.
 constexpr std::chrono::seconds passingNotice{4};
+constexpr std::chrono::seconds passingRefusal{8};
 
 /// Texts are read once the window stands, in steps that nobody notices.
 constexpr std::chrono::milliseconds firstTextPause{400};
@@ -51,7 +52,10 @@ HistoryModel::HistoryModel(Services services)
       counts_(services_.library.store()),
       actions_(
           services_.actions, [this](HistoryNotice notice) { say(std::move(notice)); },
-          [this] { observers_.notify({.status = true}); }),
+          [this] { observers_.notify({.status = true}); },
+          [this] {
+            if (notice_ && notice_->canRetrySaving) dismissNotice();
+          }),
       collections_(services_.library, services_.settings, services_.main,
                    [this] { observers_.notify({.undo = true}); }),
       storeObservation_(services_.library.store().observe(
@@ -64,11 +68,13 @@ HistoryModel::HistoryModel(Services services)
         coming_.status = true;
         refresh();
       })),
-      reachObservation_(services_.observeReach(
-          [this] { observers_.notify({.listing = true, .status = true, .reach = true}); })),
+      reachObservation_(services_.observeReach([this] {
+        if (refused_ && !obstacle(*refused_)) dismissNotice();
+        observers_.notify({.listing = true, .status = true, .reach = true});
+      })),
       foreignObservation_(services_.observeForeignIndex([this](const ForeignIndex& foreign) {
         refusal_ = store().indexRefusal();
-        say({.text = foreign.sentence()});
+        say({.text = foreign.sentence(), .kind = HistoryNotice::Kind::state});
       })) {
   coming_.status = true;
   refresh();
@@ -142,7 +148,8 @@ void HistoryModel::followRefusal() {
     return;
   }
   say({.text = sentence(EntryFailure{EntryFailure::Case::libraryClosed, *refusal}),
-       .detail = store().indexHindrance()});
+       .detail = store().indexHindrance(),
+       .kind = HistoryNotice::Kind::state});
 }
 
 void HistoryModel::followDisk() {
@@ -169,6 +176,7 @@ void HistoryModel::waitForMidnight() {
 }
 
 void HistoryModel::queryChanged() {
+  dropRefusal();
   selection_.refresh();
   observers_.notify({.listing = true, .selection = true, .sidebar = true});
 }
@@ -246,7 +254,18 @@ std::optional<HistoryBlank> HistoryModel::blank() const {
 
 void HistoryModel::select(const std::function<void(HistorySelection&)>& change) {
   change(selection_);
+  dropRefusal();
   observers_.notify({.selection = true});
+}
+
+void HistoryModel::setLookingAtOne(bool isLooking) {
+  if (std::exchange(isLookingAtOne_, isLooking) == isLooking) return;
+  observers_.notify({.selection = true});
+}
+
+EntryList HistoryModel::subjects() const {
+  if (!isLookingAtOne_ || !selection_.focus()) return selection_.subjects();
+  return {listing_.at(*selection_.focus())};
 }
 
 std::string HistoryModel::selectionText() const { return grouped(selection_.size()) + " selected"; }
@@ -295,11 +314,14 @@ std::string HistoryModel::summary() const {
 }
 
 void HistoryModel::say(HistoryNotice notice) {
-  const bool isPassing = !notice.isProblem;
+  using Kind = HistoryNotice::Kind;
+  const Kind kind = notice.kind;
   notice_ = std::move(notice);
+  refused_.reset();
   notices_.renew();
-  if (isPassing) {
-    services_.main->postAfter(passingNotice, notices_.guard([this] { dismissNotice(); }));
+  if (kind == Kind::done || kind == Kind::refusal) {
+    services_.main->postAfter(kind == Kind::done ? passingNotice : passingRefusal,
+                              notices_.guard([this] { dismissNotice(); }));
   }
   observers_.notify({.status = true});
 }
@@ -307,6 +329,7 @@ void HistoryModel::say(HistoryNotice notice) {
 void HistoryModel::dismissNotice() {
   if (!notice_) return;
   notice_.reset();
+  refused_.reset();
   notices_.renew();
   observers_.notify({.status = true});
 }
@@ -332,19 +355,30 @@ std::vector<std::string> HistoryModel::commonCollections() const {
 }
 
 void HistoryModel::toggleStar() {
-  if (!obstacle(HistoryAction::star)) actions_.star(subjects(), !areStarred());
+  if (!refuses(HistoryAction::star)) actions_.star(subjects(), !areStarred());
 }
 
 bool HistoryModel::refuses(HistoryAction action) {
   auto reason = obstacle(action);
-  if (!reason) return false;
-  say({.text = *std::move(reason)});
+  if (!reason) {
+    if (notice_ && notice_->isOfAction()) dismissNotice();
+    return false;
+  }
+  say({.text = *std::move(reason), .kind = HistoryNotice::Kind::refusal});
+  refused_ = action;
   return true;
+}
+
+/// It was of something else than what is selected now.
+void HistoryModel::dropRefusal() {
+  if (notice_ && notice_->kind == HistoryNotice::Kind::refusal) dismissNotice();
 }
 
 void HistoryModel::sayLeftOut(HistoryAction action) {
   if (refuses(action)) return;
-  if (std::string left = leftOut(action); !left.empty()) say({.text = std::move(left)});
+  if (std::string left = leftOut(action); !left.empty()) {
+    say({.text = std::move(left), .kind = HistoryNotice::Kind::refusal});
+  }
 }
 
 void HistoryModel::trash() {

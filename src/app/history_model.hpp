@@ -129,6 +129,10 @@ class HistoryModel {
   [[nodiscard]] const HistorySelection& selection() const { return selection_; }
   void select(const std::function<void(HistorySelection&)>& change);
 
+  /// One capture alone is looked at, that with the focus: what is done is done with it, whatever
+  /// else is selected behind it.
+  void setLookingAtOne(bool isLooking);
+
   // Beside it.
 
   [[nodiscard]] std::vector<HistorySidebarRow> sidebar() const;
@@ -146,20 +150,22 @@ class HistoryModel {
   // What can be done with what is selected.
 
   [[nodiscard]] std::optional<std::string> obstacle(HistoryAction action) const {
-    return actions_.obstacle(action, selection_.subjects());
+    return actions_.obstacle(action, subjects());
   }
 
   /// What is said of those selected that it would not be done with; empty when it is none.
   [[nodiscard]] std::string leftOut(HistoryAction action) const {
-    return actions_.share(action, selection_.subjects()).leftOut;
+    return actions_.share(action, subjects()).leftOut;
   }
 
-  /// Whether it cannot be done, which is said in the band.
+  /// Whether it cannot be done, which is said. What was said of an action before it goes.
   bool refuses(HistoryAction action);
 
-  /// Says in the band with which of those selected it was not done; nothing when it was with all.
+  /// Says with which of those selected it was not done; nothing when it was with all.
   void sayLeftOut(HistoryAction action);
-  [[nodiscard]] EntryList subjects() const { return selection_.subjects(); }
+
+  /// What that is: the selected ones, or the one that is looked at.
+  [[nodiscard]] EntryList subjects() const;
   [[nodiscard]] HistoryActions& actions() { return actions_; }
   [[nodiscard]] const std::optional<HistoryProgress>& progress() const {
     return actions_.progress();
@@ -201,19 +207,22 @@ class HistoryModel {
   void followRefusal();
   void waitForMidnight();
   void say(HistoryNotice notice);
+  void dropRefusal();
   void report(const Result<void>& outcome);
   [[nodiscard]] bool isCollectionUndoneFirst() const;
 
   Services services_;
   HistoryListing listing_;
   HistorySelection selection_{listing_};
+  bool isLookingAtOne_ = false;
   HistoryCounts counts_;
   HistoryActions actions_;
   HistoryCollections collections_;
   std::optional<RetentionOutlook> outlook_;
   std::optional<std::uint64_t> bytes_;
   std::optional<HistoryNotice> notice_;
-  std::optional<std::string> refusal_;  ///< of changes, that was told
+  std::optional<HistoryAction> refused_;  ///< of which the notice tells
+  std::optional<std::string> refusal_;    ///< of changes, that was told
   Observers<HistoryModelChange> observers_;
   HistoryModelChange coming_;
   bool isRefreshing_ = false;

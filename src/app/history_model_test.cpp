@@ -150,6 +150,11 @@ TEST(HistoryModelTest, WhatIsOutOfReachCanOnlyLeaveHistory) {
   EXPECT_THAT(run.notice(), HasSubstr("can't be reached"));
   run.setReach({});
   EXPECT_EQ(run.obstacle(trash), "none") << "the disk is back";
+  EXPECT_EQ(run.notice(), "nothing") << "it would be done now";
+  EXPECT_TRUE(run.model.refuses(HistoryAction::remove));
+  EXPECT_THAT(run.notice(), HasSubstr("can be reached"));
+  run.runners.advance(std::chrono::seconds(8));
+  EXPECT_EQ(run.notice(), "nothing") << "a refusal passes";
 
   run.setReach({{"away", FileReach::fileGone}});
   run.choose("away");
@@ -187,7 +192,7 @@ TEST(HistoryModelTest, WhatIsAskedForSeveralIsDoneWithThoseItCanBeAndTheOthersAr
   EXPECT_EQ(said(),
             "2 of 2 captures converted. 3 of 5 are left out: 2 are out of reach, 1 is no "
             "picture.");
-  EXPECT_TRUE(run.model.notice()->isProblem) << "it stays until it is read";
+  EXPECT_TRUE(run.model.notice()->isProblem()) << "it stays until it is read";
 
   // One that fails is told of first, and the others all the same.
   run.files->put("/pictures/d.webp", "no picture");
@@ -272,14 +277,14 @@ TEST(HistoryModelTest, SavesElsewhereInTheFormatOfTheNameAndNeverOverACapture) {
   }
   EXPECT_EQ(save("a", "/elsewhere/mine.jpg"), "Saved as mine.jpg");
   EXPECT_THAT(run.files->text("/elsewhere/mine.jpg"), HasSubstr("jpeg"));
-  EXPECT_FALSE(run.model.notice()->isProblem);
+  EXPECT_FALSE(run.model.notice()->isProblem());
   EXPECT_EQ(save("a", "/elsewhere/v1.2"), "Saved as v1.2.png");
   EXPECT_EQ(run.drawings, 0);
   EXPECT_EQ(save("covered", "/elsewhere/covered.png"), "Saved as covered.png");
   EXPECT_EQ(run.drawings, 1) << "what is covered stays covered";
   const std::string kept = run.files->text("/pictures/a.png");
   EXPECT_THAT(save("covered", "/pictures/a.png"), HasSubstr("library"));
-  EXPECT_TRUE(run.model.notice()->isProblem);
+  EXPECT_TRUE(run.model.notice()->isProblem());
   EXPECT_EQ(run.files->text("/pictures/a.png"), kept);
   EXPECT_THAT(save("a", "/nowhere/a.png"), HasSubstr("/nowhere/a.png"));
 }
@@ -301,10 +306,9 @@ TEST(HistoryModelTest, AFullDiskIsSaidWithAWayToTryAgain) {
   EXPECT_TRUE(run.model.notice()) << "what is wrong stays until somebody has seen it";
 
   run.files->changesFail.reset();
-  run.model.dismissNotice();
   run.model.actions().retrySaving();
   run.runners.run();
-  EXPECT_EQ(run.notice(), "nothing");
+  EXPECT_EQ(run.notice(), "nothing") << "what it told of is over";
   EXPECT_THAT(run.files->text("/data/history.json"), HasSubstr("\"starred\":true"));
 }
 

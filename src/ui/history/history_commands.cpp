@@ -106,10 +106,7 @@ void HistoryCommands::openOrExplain() {
 bool HistoryCommands::explain(const QKeyEvent& press) {
   const QKeySequence key(press.keyCombination());
   for (const Row& row : rows_) {
-    if (row.action->isEnabled() || !row.action->isVisible() || row.action->shortcut() != key ||
-        row.action == open) {
-      continue;
-    }
+    if (row.action->isEnabled() || row.action->shortcut() != key || row.action == open) continue;
     return !model_->subjects().empty() && model_->refuses(row.what);
   }
   return false;

@@ -141,7 +141,7 @@ void HistoryFooter::refresh() {
   }
   // What is well is said here for a while, where it moves nothing.
   const auto& notice = model_->notice();
-  const bool isSaid = notice && !notice->isProblem;
+  const bool isSaid = notice && !notice->isProblem();
   const QString said = isSaid ? QString::fromStdString(notice->text) : QString();
   if (isSelection) {
     selected_->setText(QString::fromStdString(model_->selectionText()));

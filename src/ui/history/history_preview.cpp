@@ -1,5 +1,6 @@
 #include "ui/history/history_preview.hpp"
 
+#include <QContextMenuEvent>
 #include <QGridLayout>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/records/hot_key_text.hpp"
 #include "base/local_day.hpp"
 #include "base/size_text.hpp"
 #include "library/entry_look.hpp"
@@ -200,7 +202,8 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   middle->addWidget(scroll);
   column->addLayout(middle, 1);
 
-  auto* const hint = new QLabel(QStringLiteral("← → next    Return open    Space close"));
+  auto* const hint =
+      new QLabel(QStringLiteral("← → next    %1 open    Space close").arg(enterKeyName));
   setFollowingFont(*hint, tokens::smallFont);
   hint->setAlignment(atBegin());
   hint->setForegroundRole(QPalette::PlaceholderText);
@@ -220,10 +223,22 @@ void HistoryPreview::paintEvent(QPaintEvent*) {
 void HistoryPreview::open() {
   if (!model_->selection().focus()) return;
   shown_.reset();
+  model_->setLookingAtOne(true);
   show();
   raise();
   setFocus();
   refresh();
+}
+
+void HistoryPreview::hideEvent(QHideEvent* event) {
+  QWidget::hideEvent(event);
+  // A window that is put away as a whole shows it again when it comes back.
+  if (isHidden()) model_->setLookingAtOne(false);
+}
+
+void HistoryPreview::contextMenuEvent(QContextMenuEvent* event) {
+  const bool isKey = event->reason() == QContextMenuEvent::Keyboard;
+  if (onMenu) onMenu(isKey ? canvas_->mapToGlobal(canvas_->rect().center()) : event->globalPos());
 }
 
 void HistoryPreview::leave() {
@@ -276,7 +291,7 @@ void HistoryPreview::refresh() {
     return canvas_->say(QString::fromStdString(entry->ocrText.value_or("")));
   }
   if (entry->medium != CaptureMedium::image) {
-    return canvas_->say(kindOf(*entry) + "\n" + QStringLiteral("Return opens it."));
+    return canvas_->say(kindOf(*entry) + "\n" + QStringLiteral("%1 opens it.").arg(enterKeyName));
   }
   model_->pictures().load(entry, [this](const Result<Image>& picture) {
     if (!isVisible()) return;
@@ -380,8 +395,10 @@ bool HistoryPreview::eventFilter(QObject* object, QEvent* event) {
 
 void HistoryPreview::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
-    case Qt::Key_Space:
-    case Qt::Key_Escape: return leave();
+    case Qt::Key_Escape:
+      if (model_->notice() && model_->notice()->isOfAction()) return model_->dismissNotice();
+      return leave();
+    case Qt::Key_Space: return leave();
     case Qt::Key_Left: return step(isRightToLeft() ? Step::right : Step::left);
     case Qt::Key_Right: return step(isRightToLeft() ? Step::left : Step::right);
     case Qt::Key_Up: return step(Step::left);

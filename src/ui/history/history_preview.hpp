@@ -30,12 +30,15 @@ class HistoryPreview : public QWidget {
 
   std::function<void()> onClosed;
   std::function<void()> onOpen;
+  std::function<void(const QPoint& global)> onMenu;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   bool eventFilter(QObject* object, QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
   void leave();

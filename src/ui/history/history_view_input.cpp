@@ -4,6 +4,7 @@
 #include <QDrag>
 #include <QKeyEvent>
 #include <QMimeData>
+#include <QPainter>
 #include <QScrollBar>
 #include <algorithm>
 #include <utility>
@@ -13,6 +14,8 @@
 #include "ui/history/history_view.hpp"
 #include "ui/history/name_field.hpp"
 #include "ui/history/tile_painting.hpp"
+#include "ui/kit/box_painting.hpp"
+#include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
 namespace vantorel {
@@ -22,13 +25,37 @@ using SelectMode = HistorySelection::Mode;
 using Step = HistorySelection::Step;
 
 constexpr int bandScrollPause = 30;  // ms
-constexpr int dragSide = 160;
+constexpr int dragSide = 80;
+constexpr QPoint besidePointer(-14, -12);  // what is below the pointer must be seen
 
-/// What is dragged out is shown no larger than this.
-QPixmap dragPixmap(const QPixmap& tile) {
-  return tile.isNull()
-             ? QPixmap()
-             : tile.scaled(dragSide, dragSide, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+/// What is dragged, small, with how many they are.
+QPixmap dragPixmap(const QPixmap& tile, std::size_t count) {
+  if (tile.isNull()) return {};
+  const double ratio = tile.devicePixelRatio();
+  const int side = static_cast<int>(dragSide * ratio);
+  QPixmap small = tile.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+  if (count < 2) return small;
+  const QString text = QString::number(count);
+  QFont font = tokens::smallFont();
+  font.setWeight(QFont::DemiBold);
+  const QFontMetrics metrics(font);
+  const int height = metrics.height() + 4;
+  const int width = std::max(height, metrics.horizontalAdvance(text) + 12);
+  const QSizeF picture = small.deviceIndependentSize();
+  // The number stands over the corner.
+  QPixmap both(((picture + QSizeF(width, height) / 2) * ratio).toSize());
+  both.setDevicePixelRatio(ratio);
+  both.fill(Qt::transparent);
+  QPainter painter(&both);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.drawPixmap(QPointF(0, height / 2.0), small);
+  const QRectF badge(picture.width() - width / 2.0, 0, width, height);
+  paintBox(painter, badge, height / 2.0, floatingColors().opaquePanel,
+           QPen(floatingColors().innerLine));
+  painter.setFont(font);
+  painter.setPen(floatingColors().text);
+  painter.drawText(badge, Qt::AlignCenter, text);
+  return both;
 }
 
 }  // namespace
@@ -84,6 +111,7 @@ void HistoryView::keyPressEvent(QKeyEvent* event) {
       if (onOpen) onOpen();
       return;
     case Qt::Key_Escape:
+      if (model_->notice() && model_->notice()->isOfAction()) return model_->dismissNotice();
       if (!model_->selection().isEmpty()) {
         model_->select([](HistorySelection& selection) { selection.clear(); });
         return;
@@ -247,8 +275,8 @@ void HistoryView::startDrag() {
   const bool hasPNG = entries.size() == 1 && !leave.empty() && dragged_ == entries.front();
   drag->setMimeData(makeCaptureMimeData(entries, leave, hasPNG ? draggedPNG_ : "").release());
   if (const TilePictures::Tile* const tile = pictures_.find(*entries.front())) {
-    drag->setPixmap(dragPixmap(tile->pixmap));
-    drag->setHotSpot({dragSide / 2, dragSide / 4});
+    drag->setPixmap(dragPixmap(tile->pixmap, entries.size()));
+    drag->setHotSpot(besidePointer);
   }
   const bool isTaken = drag->exec(Qt::CopyAction) != Qt::IgnoreAction;
   // A collection takes all of them.

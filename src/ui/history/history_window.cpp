@@ -21,6 +21,7 @@
 #include "ui/history/history_search_field.hpp"
 #include "ui/history/history_sidebar.hpp"
 #include "ui/history/history_view.hpp"
+#include "ui/history/notice_bar.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/history/undo_bar.hpp"
 #include "ui/kit/icons.hpp"
@@ -48,11 +49,15 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
       blank_(new HistoryBlankPage(model_, content_)),
       footer_(new HistoryFooter(model_, *commands_, content_)),
       preview_(new HistoryPreview(model_, *commands_, content_)),
-      undo_(new UndoBar(model_, content_)) {
+      undo_(new UndoBar(model_, content_)),
+      said_(new NoticeBar(content_)) {
   content_->installEventFilter(this);
   search_->installEventFilter(this);
   setContent(content_);
-  sidebar_->onChosen = [this] { setDrawer(false); };
+  sidebar_->onChosen = [this] {
+    if (isNarrow()) view_->setFocus(Qt::OtherFocusReason);
+    setDrawer(false);
+  };
   bar_->onSidebar = [this] { toggleSidebar(); };
   bar_->onMode = [this](int mode) { setMode(mode); };
   bar_->onMore = [this](const QPoint& at) { showMore(at); };
@@ -70,6 +75,7 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
     menu->popup(at);
   };
   preview_->onOpen = [this] { commands_->openOrExplain(); };
+  preview_->onMenu = view_->onMenu;
   preview_->onClosed = [this] {
     view_->setFocus();
     if (const auto focus = model_->selection().focus()) view_->scrollTo(*focus);
@@ -81,16 +87,22 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
   };
   commands_->onNewCollection = [this] {
     const EntryList entries = model_->subjects();
+    if (preview_->isVisible()) preview_->hide();
     const auto id = model_->createCollection("New collection");
     if (!id) return;
     model_->actions().collect(entries, *id, true);
     isSidebarWanted_ = true;
     sidebar_->refresh();
     setDrawer(isNarrow());
-    sidebar_->rename(*id);
+    // From the captures, and back to them.
+    sidebar_->rename(*id, [this] {
+      setDrawer(false);
+      view_->setFocus(Qt::OtherFocusReason);
+    });
   };
   blank_->onClear = [this] { model_->clearSearch(); };
   blank_->onSearchEverything = [this] { model_->searchEverything(); };
+  said_->onHidden = [this] { model_->dismissNotice(); };
   addKeys();
   observation_ =
       model_->observe([this](const HistoryModelChange& change) { modelChanged(change); });
@@ -150,21 +162,29 @@ void HistoryWindow::modelChanged(const HistoryModelChange& change) {
   }
   view_->modelChanged(change);
   if (change.sidebar) sidebar_->refresh();
-  if (change.listing || change.selection) {
+  const bool isOtherWork = model_->progress().has_value() != isBusy_;
+  isBusy_ = model_->progress().has_value();
+  if (change.listing || change.selection || isOtherWork) {
     commands_->refresh();
     preview_->refresh();
   }
   if (change.listing || change.selection || change.sidebar || change.status) footer_->refresh();
-  if (change.undo) undo_->refresh();
+  if (change.undo) {
+    undo_->refresh();
+    arrangeBars();
+  }
   if (change.status) showNotice();
 }
 
 void HistoryWindow::showNotice() {
   auto notice = model_->notice();
-  if (notice && !notice->isProblem) notice.reset();  // the footer says it
+  if (notice && !notice->isProblem()) notice.reset();  // the footer says it
   if (notice == shownNotice_) return;
   shownNotice_ = notice;
-  if (!notice) return hideMessage();
+  // What an action came to is said where it moves nothing.
+  const bool isState = notice && !notice->isOfAction();
+  said_->show(isState ? std::nullopt : notice);
+  if (!isState) return hideMessage();
   QString text = QString::fromStdString(notice->text);
   if (!notice->detail.empty()) text += " " + QString::fromStdString(notice->detail);
   if (!notice->canRetrySaving) return showMessage(text);
@@ -204,6 +224,15 @@ void HistoryWindow::arrange() {
   undo_->setBottom(height - footerRoom - undoGap);
   undo_->raise();
   if (preview_->isVisible()) preview_->raise();
+  arrangeBars();
+}
+
+/// What is said stands above what can be undone, and is seen over a preview too.
+void HistoryWindow::arrangeBars() {
+  const int bottom = content_->height() - footer_->height() - undoGap;
+  const bool isUndoable = model_->pendingUndo().has_value();
+  said_->setBottom(isUndoable ? bottom - undo_->barHeight() - tokens::space8 : bottom);
+  said_->raise();
 }
 
 bool HistoryWindow::eventFilter(QObject* object, QEvent* event) {
@@ -228,6 +257,7 @@ bool HistoryWindow::eventFilter(QObject* object, QEvent* event) {
 
 void HistoryWindow::leave() {
   if (isNarrow() && isDrawerOpen_) return setDrawer(false);
+  if (model_->notice() && model_->notice()->isOfAction()) return model_->dismissNotice();
   if (model_->listing().query().hasFilters() || !search_->text().isEmpty()) {
     model_->clearSearch();
   }
@@ -272,6 +302,14 @@ void HistoryWindow::nextPane(bool isBack) {
 }
 
 void HistoryWindow::keyPressEvent(QKeyEvent* event) {
+  const QWidget* const focus = focusWidget();
+  const bool isPlain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
+  const bool isTyped =
+      isPlain && !event->text().isEmpty() && event->text().front().isLetterOrNumber();
+  // A letter begins a search from beside the captures too.
+  if (isTyped && focus != nullptr && sidebar_->isAncestorOf(focus)) {
+    return view_->onTyped(event->text());
+  }
   if (!commands_->explain(*event)) WindowFrame::keyPressEvent(event);
 }
 

@@ -18,6 +18,7 @@ class HistoryPreview;
 class HistorySearchField;
 class HistorySidebar;
 class HistoryView;
+class NoticeBar;
 class UndoBar;
 
 /// The user's captures: to find, look at, put in order, hand on and throw away. Lives on the main
@@ -37,6 +38,7 @@ class HistoryWindow : public WindowFrame {
   void modelChanged(const HistoryModelChange& change);
   void showNotice();
   void arrange();
+  void arrangeBars();
   void setDrawer(bool isOpen);
   void showMore(const QPoint& at);
   void toggleSidebar();
@@ -56,9 +58,11 @@ class HistoryWindow : public WindowFrame {
   HistoryFooter* footer_;
   HistoryPreview* preview_;
   UndoBar* undo_;
+  NoticeBar* said_;
   bool isSidebarWanted_ = true;
   bool isDrawerOpen_ = false;
   Entrance drawer_{tokens::barTime, [this] { arrange(); }};
+  bool isBusy_ = false;
   std::optional<HistoryNotice> shownNotice_;
   Observation observation_;
 };

@@ -80,6 +80,24 @@ class HistoryWindowTest : public UiTestCase {
     return ids;
   }
 
+  QAction* action(const char* label) {
+    for (QAction* const one : window->actions()) {
+      if (one->text() == QLatin1String(label)) return one;
+    }
+    return nullptr;
+  }
+  QAbstractButton* rowOf(const char* collection) {
+    for (auto* const row : window->findChildren<QAbstractButton*>()) {
+      if (row->isCheckable() && row->text() == QLatin1String(collection)) return row;
+    }
+    return nullptr;
+  }
+  std::vector<std::string> collections() {
+    std::vector<std::string> names;
+    for (const HistoryCollection& one : run.store.collections()) names.push_back(one.name);
+    return names;
+  }
+
   HistorySession run;
   bool isClosed = false;
   std::unique_ptr<HistoryWindow> window;
@@ -174,7 +192,7 @@ TEST_F(HistoryWindowTest, AHandAndAKeyboardDoWhatTheySay) {
   keepPicture("history-undo");
   key(XK_z, XK_Control_L);
   EXPECT_EQ(run.model.listing().size(), 12U);
-  EXPECT_FALSE(find("undo")->isVisible());
+  EXPECT_TRUE(eventually([&] { return !find("undo")->isVisible(); }));
 
   // What can't be done now says why, by its key as well.
   run.reach["shot3"] = FileReach::folderUnreachable;
@@ -204,6 +222,93 @@ TEST_F(HistoryWindowTest, AHandAndAKeyboardDoWhatTheySay) {
   key(XK_Escape);
   key(XK_w, XK_Control_L);
   EXPECT_TRUE(isClosed);
+}
+
+TEST_F(HistoryWindowTest, APreviewIsAboutTheOneCaptureThatItShows) {
+  openWindow();
+  for (int i = 0; i < 6; ++i) run.add(fmt::format("shot{}", i), i * 60.0);
+  rest();
+  click(middleOf("shot1"));
+  key(XK_Right, XK_Shift_L);
+  key(XK_Right, XK_Shift_L);
+  EXPECT_THAT(selected(), ElementsAre("shot1", "shot2", "shot3"));
+  EXPECT_FALSE(action("Copy")->isEnabled()) << "it takes one";
+  key(XK_space);
+  EXPECT_TRUE(action("Copy")->isEnabled());
+  key(XK_d, XK_Control_L);
+  EXPECT_TRUE(run.store.find("shot3")->starred);
+  EXPECT_FALSE(run.store.find("shot1")->starred || run.store.find("shot2")->starred);
+  key(XK_Delete);
+  EXPECT_THAT(run.listed(), ElementsAre("shot0", "shot1", "shot2", "shot4", "shot5"));
+  key(XK_F10, XK_Shift_L);
+  ASSERT_NE(QApplication::activePopupWidget(), nullptr);
+  key(XK_Escape);
+  key(XK_space);
+  EXPECT_THAT(selected(), ElementsAre("shot1", "shot2")) << "as it was behind it";
+  key(XK_d, XK_Control_L);
+  EXPECT_TRUE(run.store.find("shot1")->starred && run.store.find("shot2")->starred);
+}
+
+TEST_F(HistoryWindowTest, TheKeysOfACollectionAreItsOwnAndThoseOfCapturesComeBack) {
+  openWindow();
+  for (int i = 0; i < 6; ++i) run.add(fmt::format("shot{}", i), i * 60.0);
+  rest();
+  click(middleOf("shot1"));
+  key(XK_l, XK_Control_L);
+  key(XK_Down);
+  key(XK_Return);
+  type("bugs");
+  key(XK_Return);
+  EXPECT_TRUE(view->hasFocus()) << "whoever collects goes on with captures";
+  ASSERT_TRUE(run.model.createCollection("maps"));
+  rest();
+  EXPECT_THAT(collections(), ElementsAre("bugs", "maps"));
+
+  QAbstractButton* const row = rowOf("maps");
+  click(row->mapToGlobal(row->rect().center()));
+  run.model.show(HistoryScope::all);
+  rest();
+  key(XK_F2);
+  type("plans");
+  key(XK_Return);
+  EXPECT_THAT(collections(), ElementsAre("bugs", "plans"));
+  key(XK_Up, XK_Alt_L);
+  keepPicture("history-sidebar-focus");
+  EXPECT_THAT(collections(), ElementsAre("plans", "bugs"));
+  key(XK_Up, XK_Alt_L);
+  key(XK_F10, XK_Shift_L);
+  ASSERT_NE(QApplication::activePopupWidget(), nullptr);
+  keepPicture("history-sidebar-menu");
+  key(XK_Escape);
+  QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(rowOf("bugs"));
+  EXPECT_EQ(seen->role(), QAccessible::ListItem);
+  EXPECT_EQ(seen->text(QAccessible::Name), "bugs, 1 capture");
+  key(XK_Delete);
+  EXPECT_THAT(collections(), ElementsAre("bugs"));
+  EXPECT_EQ(run.model.listing().size(), 6U) << "the captures are not meant";
+}
+
+TEST_F(HistoryWindowTest, WhatIsNotDoneIsSaidWithoutMovingAnything) {
+  openWindow();
+  for (int i = 0; i < 6; ++i) run.add(fmt::format("shot{}", i), i * 60.0);
+  rest();
+  EXPECT_EQ(QAccessible::queryAccessibleInterface(window.get())->role(), QAccessible::Window);
+  click(middleOf("shot1"));
+  const QPoint before = middleOf("shot2");
+  key(XK_Delete, XK_Shift_L);
+  EXPECT_TRUE(find("notice")->isVisible());
+  EXPECT_THAT(find("notice")->accessibleName().toStdString(), HasSubstr("can be reached"));
+  EXPECT_EQ(middleOf("shot2"), before);
+  keepPicture("history-refusal");
+  key(XK_Escape);
+  ASSERT_TRUE(eventually([&] { return !find("notice")->isVisible(); }));
+  EXPECT_THAT(selected(), ElementsAre("shot1"));
+  EXPECT_THAT(action("Open")->toolTip().toStdString(), HasSubstr("(Enter)"));
+
+  run.model.actions().convert(run.model.subjects(), ExportFormat::webp);
+  EXPECT_FALSE(action("Convert")->isEnabled());
+  ASSERT_TRUE(eventually([&] { return !run.model.progress(); }));
+  EXPECT_TRUE(action("Convert")->isEnabled());
 }
 
 TEST_F(HistoryWindowTest, FiltersAreChipsThatAreTakenAwayByHandAndByKey) {
@@ -398,12 +503,6 @@ TEST_F(HistoryWindowTest, WhatGoesOutOfReachComesBackWithItsPicture) {
   EXPECT_THAT(list->child(1)->text(QAccessible::Name).toStdString(), HasSubstr(", file gone"));
   click(middleOf("away"));
   rest();
-  const auto action = [&](const char* label) {
-    for (QAction* const one : window->actions()) {
-      if (one->text() == QLatin1String(label)) return one;
-    }
-    return static_cast<QAction*>(nullptr);
-  };
   EXPECT_FALSE(action("Move to Trash")->isEnabled());
   EXPECT_TRUE(action("Remove from History")->isVisible());
   key(XK_space);

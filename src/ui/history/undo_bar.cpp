@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "library/pending_undo.hpp"
+#include "ui/history/floating_bar.hpp"
 #include "ui/kit/application_font.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -17,8 +18,9 @@
 namespace vantorel {
 namespace {
 
-constexpr int barHeight = 44;
-constexpr int shadow = 12;
+using floating_bar::shadow;
+
+constexpr int usualHeight = 44;
 constexpr int ringFrames = 100;  // ms
 
 /// Light on the dark bar.
@@ -84,6 +86,8 @@ void UndoBar::refresh() {
   update();
 }
 
+int UndoBar::barHeight() { return tokens::controlHeight(usualHeight); }
+
 void UndoBar::setBottom(int bottom) {
   bottom_ = bottom;
   place();
@@ -92,7 +96,7 @@ void UndoBar::setBottom(int bottom) {
 void UndoBar::place() {
   const QSize button = undo_->sizeHint();
   const int ring = ringSide();
-  const int height = tokens::controlHeight(barHeight);
+  const int height = barHeight();
   const int beside =
       tokens::space16 + tokens::space16 + button.width() + tokens::space12 + ring + tokens::space12;
   // A long name is elided.
@@ -121,11 +125,7 @@ void UndoBar::paintEvent(QPaintEvent*) {
   const FloatingColors& colors = floatingColors();
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
-  for (int i = shadow; i > 0; --i) {
-    paintBox(painter, panel().adjusted(-i, -i + 3, i, i), tokens::groupRadius + i,
-             QColor(0, 0, 0, 5), Qt::NoPen);
-  }
-  paintBox(painter, panel(), tokens::groupRadius, colors.opaquePanel, QPen(colors.innerLine));
+  floating_bar::paint(painter, panel());
   painter.setFont(tokens::bodyFont());
   painter.setPen(colors.text);
   painter.setLayoutDirection(layoutDirection());

@@ -24,6 +24,9 @@ class UndoBar : public QWidget {
   /// Where its lower edge is, in the parent.
   void setBottom(int bottom);
 
+  /// How high it is without its shadow, in px.
+  [[nodiscard]] static int barHeight();
+
  protected:
   void paintEvent(QPaintEvent* event) override;
   void timerEvent(QTimerEvent* event) override;
