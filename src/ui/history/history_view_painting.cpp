@@ -18,6 +18,7 @@ namespace vantorel {
 namespace {
 
 constexpr int ringGap = 4;
+constexpr int starRoom = 24;  // of a list's title
 
 }  // namespace
 
@@ -166,13 +167,17 @@ void HistoryView::paintRow(QPainter& painter, std::size_t place) const {
   const QFontMetrics metrics(tokens::bodyFont());
   for (const ListColumns::Column& column : columns.all()) {
     painter.setPen(column.what == ListColumns::What::title ? roles.text : roles.quiet);
-    const QString text = listText(column.what, entry, *model_, place);
+    const bool isTitle = column.what == ListColumns::What::title;
     const QRect area(column.left, row.top(), column.width, row.height());
-    painter.drawText(
-        area, Qt::AlignVCenter | Qt::AlignLeading,
-        metrics.elidedText(
-            text, column.what == ListColumns::What::title ? Qt::ElideMiddle : Qt::ElideRight,
-            column.width));
+    const int room = column.width - (isTitle && entry.starred ? starRoom : 0);
+    const QString text = metrics.elidedText(listText(column.what, entry, *model_, place),
+                                            isTitle ? Qt::ElideMiddle : Qt::ElideRight, room);
+    painter.drawText(area, Qt::AlignVCenter | Qt::AlignLeading, text);
+    if (!isTitle || !entry.starred) continue;
+    // Behind the last letter.
+    const QRect mark(area.left() + metrics.horizontalAdvance(text) + tokens::space4, area.top(),
+                     starRoom, area.height());
+    paintStar(painter, QStyle::visualRect(layoutDirection(), area, mark).center());
   }
 }
 

@@ -143,14 +143,18 @@ void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& ca
     const QRect mark(area.right() - 22, area.top() + 6, 16, 16);
     const QPoint corner =
         QStyle::visualRect(painter.layoutDirection(), area, mark).center() + QPoint(1, 1);
-    paintIcon(painter, IconName::starOn, 18, corner, QColor(0, 0, 0, 150));
-    paintIcon(painter, IconName::starOn, 15, corner, starColor);
+    paintStar(painter, corner);
   }
   if (entry.durationSeconds) {
     paintBadge(painter, area, durationText(*entry.durationSeconds), IconName::play);
   } else if (entry.isTallCapture) {
     paintBadge(painter, area, QStringLiteral("Tall"), std::nullopt);
   }
+}
+
+void paintStar(QPainter& painter, const QPoint& center) {
+  paintIcon(painter, IconName::starOn, 18, center, QColor(0, 0, 0, 150));
+  paintIcon(painter, IconName::starOn, 15, center, starColor);
 }
 
 void paintCheck(QPainter& painter, const QPoint& center, const PaletteRoles& roles) {
@@ -198,6 +202,15 @@ ListColumns::ListColumns(int width, Qt::LayoutDirection direction) {
     if (taken + wanted > room) break;
     taken += wanted;
     shown.push_back({one.what, wanted});
+  }
+  // What is left is the title's, but for names that would be cut off beside blank room.
+  const int spare = std::max(0, room - taken);
+  for (Wanted& one : shown) {
+    const bool isOfNames = one.what == What::application || one.what == What::collections;
+    if (!isOfNames) continue;
+    const int more = std::min(spare / 4, one.width);
+    one.width += more;
+    taken += more;
   }
   int left = begin;
   const int title = std::max(leastTitle + room - taken, 40);

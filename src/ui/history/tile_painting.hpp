@@ -26,6 +26,9 @@ struct PaintedCapture {
 void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
                   const PaletteRoles& roles);
 
+/// The mark of what has a star.
+void paintStar(QPainter& painter, const QPoint& center);
+
 /// The mark of what is selected.
 void paintCheck(QPainter& painter, const QPoint& center, const PaletteRoles& roles);
 
