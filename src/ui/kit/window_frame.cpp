@@ -12,6 +12,7 @@
 #include <QShortcut>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "ui/kit/accessible_role.hpp"
@@ -26,6 +27,9 @@ namespace {
 /// Of the display's work area, for a window that was never placed.
 constexpr double greatestShare = 0.9;
 constexpr int titleBarRoom = 32;  // px, about
+
+/// As long as window managers take to frame a window, or to move all of them when displays change.
+constexpr std::chrono::milliseconds settlingTime{500};
 
 QList<QRect> workAreasNow() {
   QList<QRect> areas;
@@ -145,14 +149,19 @@ void WindowFrame::showMessage(const QString& sentence, const QString& actionLabe
 
 void WindowFrame::hideMessage() { message_->hide(); }
 
-void WindowFrame::place() {
-  isPlaced_ = true;
-  // A small screen may have less room than the window likes.
+/// A small screen may have less room than the window likes.
+void WindowFrame::fitLeastSize() {
   if (const QScreen* const shownOn = screen()) {
     const QSize room = shownOn->availableGeometry().size() - QSize(0, titleBarRoom);
     setMinimumSize(measures_.least.boundedTo(room));
   }
-  const auto before = places_ != nullptr ? places_->restore(name_, displaysKey()) : std::nullopt;
+}
+
+void WindowFrame::place() {
+  isPlaced_ = true;
+  displays_ = displaysKey();
+  fitLeastSize();
+  const auto before = places_ != nullptr ? places_->restore(name_, displays_) : std::nullopt;
   if (before) {
     setGeometry(keptOnScreen({before->x, before->y, before->width, before->height}, measures_.least,
                              workAreasNow()));
@@ -167,39 +176,80 @@ void WindowFrame::place() {
 }
 
 void WindowFrame::followDisplays() {
-  // What the toolkit knows of the displays is complete only after its signals.
-  const auto follow = [this](const QScreen* screen) {
-    connect(screen, &QScreen::availableGeometryChanged, this, &WindowFrame::keepOnScreen,
-            Qt::QueuedConnection);
+  settling_.setSingleShot(true);
+  settling_.setInterval(settlingTime);
+  connect(&settling_, &QTimer::timeout, this, &WindowFrame::settle);
+  const auto changed = [this] { settling_.start(); };
+  const auto follow = [this, changed](const QScreen* screen) {
+    connect(screen, &QScreen::geometryChanged, this, changed);
+    connect(screen, &QScreen::availableGeometryChanged, this, changed);
+    connect(screen, &QScreen::physicalDotsPerInchChanged, this, changed);
   };
   for (const QScreen* const screen : QGuiApplication::screens()) follow(screen);
-  connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
-  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &WindowFrame::keepOnScreen,
-          Qt::QueuedConnection);
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, [follow, changed](const QScreen* screen) {
+    follow(screen);
+    changed();
+  });
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, changed);
+}
+
+void WindowFrame::settle() {
+  if (!isVisible() || isMinimized() || isFullScreen()) return;
+  fitLeastSize();
+  if (const std::string now = displaysKey(); displays_ != now) {
+    displays_ = now;
+    const auto before = places_ != nullptr ? places_->restore(name_, now) : std::nullopt;
+    if (before) return putBack(*before);
+  }
+  keepOnScreen();
+}
+
+void WindowFrame::putBack(const WindowPlace& place) {
+  if (place.isMaximized != isMaximized()) {
+    setWindowState(windowState() ^ Qt::WindowMaximized);
+  }
+  if (place.isMaximized) return;
+  const QRect wanted(place.x, place.y, place.width, place.height);
+  setGeometry(
+      keptOnScreen(wanted.marginsAdded(border()), measures_.least.grownBy(border()), workAreasNow())
+          .marginsRemoved(border()));
+}
+
+/// What the window manager has put around the window.
+QMargins WindowFrame::border() const {
+  const QRect frame = frameGeometry();
+  const QRect inside = geometry();
+  return {inside.left() - frame.left(), inside.top() - frame.top(), frame.right() - inside.right(),
+          frame.bottom() - inside.bottom()};
 }
 
 void WindowFrame::keepOnScreen() {
-  if (!isVisible() || isMinimized() || isMaximized() || isFullScreen()) return;
+  if (isMaximized()) return;
   const QRect frame = frameGeometry();
   const QList<QRect> areas = workAreasNow();
   qint64 shown = 0;
+  bool hasTitleBar = false;
+  const QRect titleBar(frame.topLeft(), QSize(frame.width(), std::max(border().top(), 1)));
   for (const QRect& area : areas) {
     const QRect common = area & frame;
     if (!common.isEmpty()) shown += qint64{common.width()} * common.height();
+    hasTitleBar = hasTitleBar || (area & titleBar).height() == titleBar.height();
   }
-  // What somebody has pushed over an edge stays there.
-  if (areas.isEmpty() || 2 * shown >= qint64{frame.width()} * frame.height()) return;
-  const QMargins border(geometry().left() - frame.left(), geometry().top() - frame.top(),
-                        frame.right() - geometry().right(), frame.bottom() - geometry().bottom());
-  setGeometry(keptOnScreen(frame, measures_.least.grownBy(border), areas).marginsRemoved(border));
+  // What somebody has pushed over an edge stays there, as long as it can be taken hold of.
+  const bool isMostlyShown = 2 * shown >= qint64{frame.width()} * frame.height();
+  if (areas.isEmpty() || (isMostlyShown && hasTitleBar)) return;
+  setGeometry(
+      keptOnScreen(frame, measures_.least.grownBy(border()), areas).marginsRemoved(border()));
 }
 
 void WindowFrame::remember() {
   if (places_ == nullptr || !isPlaced_ || !isVisible() || isMinimized() || isFullScreen()) return;
+  const std::string displays = displaysKey();
+  if (displays != displays_ || settling_.isActive()) return;
   // Of a maximized window counts where it was before.
   const QRect area = isMaximized() ? normalGeometry() : geometry();
   if (area.isEmpty()) return;
-  places_->remember(name_, displaysKey(),
+  places_->remember(name_, displays,
                     {.x = area.x(),
                      .y = area.y(),
                      .width = area.width(),
@@ -210,6 +260,8 @@ void WindowFrame::remember() {
 void WindowFrame::showEvent(QShowEvent* event) {
   if (!isPlaced_) place();
   QWidget::showEvent(event);
+  // How wide its frame is, the window manager says only now.
+  QTimer::singleShot(settlingTime, this, &WindowFrame::settle);
 }
 
 void WindowFrame::closeEvent(QCloseEvent* event) {
@@ -231,7 +283,10 @@ void WindowFrame::resizeEvent(QResizeEvent* event) {
 
 void WindowFrame::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
-  if (event->type() == QEvent::WindowStateChange) remember();
+  if (event->type() != QEvent::WindowStateChange) return;
+  remember();
+  // Displays may have changed while it was out of the way.
+  if (displays_ != displaysKey()) settling_.start();
 }
 
 void WindowFrame::keyPressEvent(QKeyEvent* event) {

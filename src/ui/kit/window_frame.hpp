@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QMargins>
 #include <QSize>
 #include <QString>
+#include <QTimer>
 #include <QWidget>
 #include <functional>
 #include <memory>
@@ -25,9 +27,11 @@ struct WindowActions {
 };
 
 /// What every window of the program stands in: keys, a band for messages above the content, its
-/// size and place as it was with these displays. The window that derives from it puts what it shows
-/// into `setContent`. Closing it hides it and calls `onClosed` once, in its own event: whoever has
-/// it lets go of it after that. Lives on the main thread.
+/// size and place as it was with these displays. When they change while it is open, it goes to the
+/// place it has with those that are there then; what the window manager did to it meanwhile is not
+/// remembered. The window that derives from it puts what it shows into `setContent`. Closing it
+/// hides it and calls `onClosed` once, in its own event: whoever has it lets go of it after that.
+/// Lives on the main thread.
 class WindowFrame : public QWidget, public Surface {
  public:
   struct Measures {
@@ -76,11 +80,16 @@ class WindowFrame : public QWidget, public Surface {
 
  private:
   void place();
+  void fitLeastSize();
   void followDisplays();
-  /// A window whose display went comes to one that is left.
+  /// What has to be right once nobody else moves the window any more.
+  void settle();
+  void putBack(const WindowPlace& place);
+  /// A window whose display went comes to one that is left, and its title bar is in reach.
   void keepOnScreen();
   void remember();
   void showContextMenu();
+  [[nodiscard]] QMargins border() const;
   void addKey(const QKeySequence& key, std::function<void()> WindowActions::* action);
 
   std::string name_;
@@ -91,6 +100,8 @@ class WindowFrame : public QWidget, public Surface {
   QVBoxLayout* layout_;
   MessageBand* message_;
   bool isPlaced_ = false;
+  std::string displays_;  // those that its place belongs to
+  QTimer settling_;       // while it runs, it is not the user who moves the window
 };
 
 /// What names the set of displays that is there now.

@@ -132,6 +132,36 @@ TEST_F(WindowKitTest, AWindowKeepsItsPlaceItsKeysAndItsMessages) {
       << window->x() << " " << window->y() << " " << window->width();
 }
 
+TEST_F(WindowKitTest, AWindowGoesBackToItsPlaceWhenItsDisplayIsBack) {
+  startDesktop({.windowManager = true});
+  desktop->run({"xrandr", "--newmode", "small", "38.25", "640", "672", "736", "832", "480", "483",
+                "487", "500"});
+  desktop->run({"xrandr", "--addmode", "screen", "small"});
+  startUi();
+  const auto showDisplay = [&](const char* mode) {
+    desktop->run({"xrandr", "--output", "screen", "--mode", mode});
+  };
+  const auto places = std::make_shared<RememberedPlaces>();
+  auto window = std::make_unique<TestWindow>([] {});
+  window->setPlaces(places);
+  window->bringForward();
+  ASSERT_TRUE(waitFor([&] { return window->isActiveWindow(); }));
+  const QRect there(600, 300, 600, 450);
+  window->setGeometry(there);
+  ASSERT_TRUE(waitFor([&] { return window->geometry() == there; }));
+  const auto remembered = places->places;
+
+  showDisplay("small");
+  const QRect small(0, 0, 640, 480);
+  ASSERT_TRUE(waitFor([&] { return small.contains(window->frameGeometry()); }))
+      << window->frameGeometry().y() << ", with its title bar";
+  EXPECT_NE(window->frameGeometry(), window->geometry());
+  showDisplay("1280x800");
+  EXPECT_TRUE(waitFor([&] { return window->geometry() == there; })) << window->x();
+  settle();
+  for (const auto& [key, place] : remembered) EXPECT_EQ(places->places[key], place) << key;
+}
+
 TEST_F(WindowKitTest, WordsOfEverySizeFollowTheFontOfTheDesktop) {
   startDesktop({.windowManager = true});
   startUi();
