@@ -39,6 +39,9 @@ std::string grouped(std::size_t number) {
 constexpr std::chrono::seconds passingNotice{4};
 constexpr std::chrono::seconds passingRefusal{8};
 
+/// While it says that the library is not saved, it looks so often whether it is.
+constexpr std::chrono::seconds savingLook{2};
+
 /// Texts are read once the window stands, in steps that nobody notices.
 constexpr std::chrono::milliseconds firstTextPause{400};
 constexpr std::chrono::milliseconds textPause{10};
@@ -54,7 +57,7 @@ HistoryModel::HistoryModel(Services services)
           services_.actions, [this](HistoryNotice notice) { say(std::move(notice)); },
           [this] { observers_.notify({.status = true}); },
           [this] {
-            if (notice_ && notice_->canRetrySaving) dismissNotice();
+            if (state_ && state_->canRetrySaving) endState();
           }),
       collections_(services_.library, services_.settings, services_.main,
                    [this] { observers_.notify({.undo = true}); }),
@@ -144,7 +147,7 @@ void HistoryModel::followRefusal() {
   if (refusal == refusal_) return;
   const auto before = std::exchange(refusal_, refusal);
   if (!refusal) {
-    if (notice_ && notice_->text.contains(*before)) dismissNotice();
+    if (state_ && state_->text.contains(*before)) endState();
     return;
   }
   say({.text = sentence(EntryFailure{EntryFailure::Case::libraryClosed, *refusal}),
@@ -316,6 +319,12 @@ std::string HistoryModel::summary() const {
 void HistoryModel::say(HistoryNotice notice) {
   using Kind = HistoryNotice::Kind;
   const Kind kind = notice.kind;
+  if (kind == Kind::state) {
+    endState();  // one that was put away is shown again
+    state_ = std::move(notice);
+    if (state_->canRetrySaving) watchSaving();
+    return observers_.notify({.status = true});
+  }
   notice_ = std::move(notice);
   refused_.reset();
   notices_.renew();
@@ -327,11 +336,25 @@ void HistoryModel::say(HistoryNotice notice) {
 }
 
 void HistoryModel::dismissNotice() {
-  if (!notice_) return;
+  if (!notice_) return endState();
   notice_.reset();
   refused_.reset();
   notices_.renew();
   observers_.notify({.status = true});
+}
+
+void HistoryModel::endState() {
+  if (!std::exchange(state_, std::nullopt)) return;
+  observers_.notify({.status = true});
+}
+
+/// The library is saved by itself once there is room.
+void HistoryModel::watchSaving() {
+  services_.main->postAfter(savingLook, lifetime_.guard([this] {
+    if (!state_ || !state_->canRetrySaving) return;
+    if (!store().indexSaveFailure()) return endState();
+    watchSaving();
+  }));
 }
 
 // What can be done.

@@ -144,7 +144,13 @@ class HistoryModel {
   [[nodiscard]] std::string selectionText() const;
   [[nodiscard]] std::string selectionSize() const;
 
-  [[nodiscard]] const std::optional<HistoryNotice>& notice() const { return notice_; }
+  /// What was said last: of an action, or else of the library.
+  [[nodiscard]] const std::optional<HistoryNotice>& notice() const {
+    return notice_ ? notice_ : state_;
+  }
+
+  /// What is wrong with the library, whatever was said of actions since.
+  [[nodiscard]] const std::optional<HistoryNotice>& state() const { return state_; }
   void dismissNotice();
 
   // What can be done with what is selected.
@@ -208,6 +214,8 @@ class HistoryModel {
   void waitForMidnight();
   void say(HistoryNotice notice);
   void dropRefusal();
+  void endState();
+  void watchSaving();
   void report(const Result<void>& outcome);
   [[nodiscard]] bool isCollectionUndoneFirst() const;
 
@@ -220,7 +228,8 @@ class HistoryModel {
   HistoryCollections collections_;
   std::optional<RetentionOutlook> outlook_;
   std::optional<std::uint64_t> bytes_;
-  std::optional<HistoryNotice> notice_;
+  std::optional<HistoryNotice> notice_;  ///< of an action
+  std::optional<HistoryNotice> state_;
   std::optional<HistoryAction> refused_;  ///< of which the notice tells
   std::optional<std::string> refusal_;    ///< of changes, that was told
   Observers<HistoryModelChange> observers_;

@@ -304,12 +304,25 @@ TEST(HistoryModelTest, AFullDiskIsSaidWithAWayToTryAgain) {
   ASSERT_TRUE(run.model.notice()->canRetrySaving);
   run.runners.advance(std::chrono::minutes(1));
   EXPECT_TRUE(run.model.notice()) << "what is wrong stays until somebody has seen it";
+  EXPECT_TRUE(run.model.refuses(HistoryAction::remove));
+  EXPECT_THAT(run.notice(), HasSubstr("can be reached"));
+  run.model.dismissNotice();
+  EXPECT_THAT(run.notice(), HasSubstr("History couldn’t be saved: ")) << "it is so still";
 
   run.files->changesFail.reset();
   run.model.actions().retrySaving();
   run.runners.run();
   EXPECT_EQ(run.notice(), "nothing") << "what it told of is over";
   EXPECT_THAT(run.files->text("/data/history.json"), HasSubstr("\"starred\":true"));
+
+  // It is saved without that, too.
+  run.files->changesFail = FailureKind::noSpace;
+  run.model.toggleStar();
+  run.runners.run();
+  EXPECT_TRUE(run.model.state());
+  run.files->changesFail.reset();
+  run.runners.advance(std::chrono::minutes(1));
+  EXPECT_FALSE(run.model.state());
 }
 
 TEST(HistoryModelTest, ALibraryThatMayNotBeWrittenSaysSoBeforeAnybodyTries) {

@@ -177,21 +177,19 @@ void HistoryWindow::modelChanged(const HistoryModelChange& change) {
 }
 
 void HistoryWindow::showNotice() {
+  // What an action came to is said where it moves nothing; what is well, by the footer.
   auto notice = model_->notice();
-  if (notice && !notice->isProblem()) notice.reset();  // the footer says it
-  if (notice == shownNotice_) return;
-  shownNotice_ = notice;
-  // What an action came to is said where it moves nothing.
-  const bool isState = notice && !notice->isOfAction();
-  said_->show(isState ? std::nullopt : notice);
-  if (!isState) return hideMessage();
-  QString text = QString::fromStdString(notice->text);
-  if (!notice->detail.empty()) text += " " + QString::fromStdString(notice->detail);
-  if (!notice->canRetrySaving) return showMessage(text);
-  showMessage(text, QStringLiteral("Try again"), [this] {
-    model_->dismissNotice();
-    model_->actions().retrySaving();
-  });
+  if (notice && !notice->isOfAction()) notice.reset();
+  if (notice != shownNotice_) said_->show(notice);
+  shownNotice_ = std::move(notice);
+  const auto& state = model_->state();
+  if (state == shownState_) return;
+  shownState_ = state;
+  if (!state) return hideMessage();
+  QString text = QString::fromStdString(state->text);
+  if (!state->detail.empty()) text += " " + QString::fromStdString(state->detail);
+  if (!state->canRetrySaving) return showMessage(text);
+  showMessage(text, QStringLiteral("Try again"), [this] { model_->actions().retrySaving(); });
 }
 
 bool HistoryWindow::isNarrow() const { return content_->width() < drawerBelow; }

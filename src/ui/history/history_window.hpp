@@ -64,6 +64,7 @@ class HistoryWindow : public WindowFrame {
   Entrance drawer_{tokens::barTime, [this] { arrange(); }};
   bool isBusy_ = false;
   std::optional<HistoryNotice> shownNotice_;
+  std::optional<HistoryNotice> shownState_;
   Observation observation_;
 };
 
