@@ -393,8 +393,8 @@ void AppCoordinator::saveAndTerminate() {
       [this, &store, ended = std::make_shared<bool>(false)](const Result<void>& saved) {
         if (std::exchange(*ended, true)) return;
         // What may not be written in this run at all was said when it was opened.
-        if (saved || store.indexRefusal()) return terminateWithSettings();
-        askAboutUnsavedHistory(saved.error());
+        if (saved || store.indexRefusal()) return saveSettingsAndTerminate();
+        askAboutUnsaved("History", saved.error().reason, &AppCoordinator::saveSettingsAndTerminate);
       });
   // With nothing unsaved, all there is to do is a look whether the index is still in its place.
   if (store.landedSequence() == store.writeSequence()) {
@@ -403,24 +403,30 @@ void AppCoordinator::saveAndTerminate() {
   services_.library.store().secure(once);
 }
 
-void AppCoordinator::terminateWithSettings() {
-  // What fails is logged where it is written.
-  services_.settings.flush(lifetime_.guard([this](const Result<void>&) { services_.terminate(); }));
+void AppCoordinator::saveSettingsAndTerminate() {
+  services_.settings.flush(lifetime_.guard([this](const Result<void>&) {
+    // What may not be written in this run at all was said when it was read.
+    const std::string& reason = services_.settings.unsaved();
+    if (reason.empty()) return services_.terminate();
+    askAboutUnsaved("The settings", reason, &AppCoordinator::terminate);
+  }));
 }
 
-void AppCoordinator::askAboutUnsavedHistory(const Failure& failure) {
-  services_.alerts.ask({.style = Alert::Style::warning,
-                        .message = "History couldn't be saved",
-                        .informative = fmt::format("Your latest changes are not on the disk yet: "
-                                                   "{}. If you quit now, they will be lost.",
-                                                   failure.reason),
-                        .buttons = {{"Quit Anyway"}, {"Try Again"}, {"Don't Quit", true, true}}},
-                       lifetime_.guard([this](std::size_t button) {
-                         if (button == 0) return terminateWithSettings();
-                         if (button == 1) return saveAndTerminate();
-                         quitSaving_ = false;
-                         termination_.callOff();
-                       }));
+void AppCoordinator::askAboutUnsaved(std::string_view what, std::string_view reason,
+                                     void (AppCoordinator::*quitAnyway)()) {
+  services_.alerts.ask(
+      {.style = Alert::Style::warning,
+       .message = fmt::format("{} couldn't be saved", what),
+       .informative = fmt::format("Your latest changes are not on the disk yet: {}. If you quit "
+                                  "now, they will be lost.",
+                                  reason),
+       .buttons = {{"Quit Anyway"}, {"Try Again"}, {"Don't Quit", true, true}}},
+      lifetime_.guard([this, quitAnyway](std::size_t button) {
+        if (button == 0) return (this->*quitAnyway)();
+        if (button == 1) return saveAndTerminate();
+        quitSaving_ = false;
+        termination_.callOff();
+      }));
 }
 
 }  // namespace vantorel

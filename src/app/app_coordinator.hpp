@@ -133,8 +133,10 @@ class AppCoordinator {
   void reportUnfinishedAtLastQuit();
   void terminateWhenSaved();
   void saveAndTerminate();
-  void askAboutUnsavedHistory(const Failure& failure);
-  void terminateWithSettings();
+  void askAboutUnsaved(std::string_view what, std::string_view reason,
+                       void (AppCoordinator::*quitAnyway)());
+  void saveSettingsAndTerminate();
+  void terminate() { services_.terminate(); }
   [[nodiscard]] StillCapturePipeline& stills() { return services_.captures.pipeline(); }
 
   Services services_;

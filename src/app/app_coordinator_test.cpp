@@ -376,6 +376,29 @@ TEST_F(AppCoordinatorTest, AQuitWithNothingToSaveDoesNotWaitForADiskThatHangs) {
   EXPECT_TRUE(run->terminated);
 }
 
+TEST_F(AppCoordinatorTest, AQuitThatWouldLoseSettingsAsksFirst) {
+  run->settings->set(&SettingsValues::playSounds, false);
+  world.defaults.becomeUnsaved("the disk is full");
+  run->app->quit();
+  run->runners.advance(5s);
+  ASSERT_TRUE(run->alerts.shown);
+  EXPECT_EQ(run->alerts.shown->message, "The settings couldn't be saved");
+  EXPECT_THAT(run->alerts.shown->informative, HasSubstr("the disk is full. If you quit now"));
+  run->alerts.press("Don't Quit");
+  run->runners.advance(5s);
+  EXPECT_FALSE(run->terminated);
+
+  run->app->quit();
+  run->runners.advance(5s);
+  run->alerts.press("Try Again");
+  run->runners.advance(5s);
+  EXPECT_FALSE(run->terminated) << "it is as full as before";
+  world.defaults.becomeUnsaved("");
+  run->alerts.press("Try Again");
+  run->runners.advance(5s);
+  EXPECT_TRUE(run->terminated);
+}
+
 TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
   run->begin({.kind = Kind::display});
   const EntryPointer entry = run->store.entries().at(0);

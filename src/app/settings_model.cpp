@@ -82,6 +82,7 @@ SettingsModel::SettingsModel(Services services) : services_(std::move(services))
 
   observations_.push_back(
       services_.settings.observe([this](std::string_view key) { settingChanged(key); }));
+  observations_.push_back(services_.settings.observeUnsaved([this] { changed({}); }));
   observations_.push_back(services_.autostart.observe([this] { changed(autostartRow); }));
   observations_.push_back(services_.library.observe([this] {
     for (const std::string_view id : {std::string_view("storageDirectory"), sizeRow, verifyRow}) {
@@ -100,6 +101,18 @@ std::string_view SettingsModel::remarkOn(SettingsPane pane) {
   return pane == SettingsPane::shortcuts
              ? "Rows without a shortcut ship unassigned; record one to use them from the keyboard."
              : std::string_view();
+}
+
+std::string SettingsModel::problem() const {
+  const std::string& reason = services_.settings.unsaved();
+  if (reason.empty()) return {};
+  return fmt::format(
+      "The settings couldn't be saved: {}. Until they are, changes hold only while Vantorel runs.",
+      reason);
+}
+
+void SettingsModel::retrySaving() {
+  services_.settings.flush(lifetime_.guard([this](const Result<void>&) { changed({}); }));
 }
 
 void SettingsModel::select(SettingsPane pane) {
@@ -241,6 +254,9 @@ void SettingsModel::addState(const SettingRow& row, SettingsLine& line) const {
     line.isBusy = library.moving().has_value();
     if (line.isBusy) line.progress = library.moving()->words();
     line.button = line.isBusy ? "Stop" : "Move…";
+    if (!line.resetLabel.empty()) {
+      line.resetLabel = "Move back to " + wordsOf(row, services_.settings.defaults());
+    }
     if (line.isBusy) line.resetLabel.clear();
     line.remark = library.moveReport();
     line.isWarning = false;

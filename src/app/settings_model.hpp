@@ -89,6 +89,12 @@ class SettingsModel {
   /// A sentence on top of the pane; mostly empty.
   [[nodiscard]] static std::string_view remarkOn(SettingsPane pane);
 
+  /// That changes are not on disk and why, as a sentence for the window; mostly empty.
+  [[nodiscard]] std::string problem() const;
+
+  /// Tries at once to write what could not be written.
+  void retrySaving();
+
   /// The pane in view.
   [[nodiscard]] SettingsPane pane() const { return pane_; }
 

@@ -130,11 +130,14 @@ void runSettingsCommand(const command::Settings& what, bool json, SettingsStore&
   }
   CommandReply reply;
   if (what.verb != Verb::resetAll) reply = shown(settings, what.key, json);
-  settings.flush(
-      [reply = std::move(reply), done = std::move(done)](const Result<void>& stored) mutable {
-        done(stored ? std::move(reply)
-                    : failedReply("The settings could not be saved: " + stored.error().reason));
-      });
+  settings.flush([reply = std::move(reply),
+                  done = std::move(done)](const Result<void>& stored) mutable {
+    done(stored
+             ? std::move(reply)
+             : failedReply(fmt::format("The settings could not be saved: {}. Until they are, the "
+                                       "change holds only while Vantorel runs",
+                                       stored.error().reason)));
+  });
 }
 
 }  // namespace vantorel

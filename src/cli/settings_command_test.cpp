@@ -68,7 +68,9 @@ TEST_F(SettingsCommandTest, AValueIsSetShownAndResetAndARefusalNamesWhatIsAllowe
 
   stored.flushed = failed(FailureKind::noSpace, "the disk is full");
   EXPECT_EQ(run({"set", "playSounds", "off"}).error,
-            "The settings could not be saved: the disk is full.\n");
+            "The settings could not be saved: the disk is full. Until they are, the change holds "
+            "only while Vantorel runs.\n");
+  EXPECT_FALSE(settings.values().playSounds);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "base/json_value.hpp"
@@ -23,6 +24,10 @@ class DefaultsStore {
 
   /// Called with the key when another process changed its value. One listener.
   virtual void onOutsideChange(std::function<void(std::string_view key)> listener) = 0;
+
+  /// Called with the reason when changes can't be written, once for each reason, and with an empty
+  /// one when they are on disk after all. They are tried again meanwhile. One listener.
+  virtual void onUnsaved(std::function<void(const std::string& reason)> listener) = 0;
 
   /// Writes what is not yet on disk and answers when it is safe there.
   virtual void flush(std::move_only_function<void(Result<void>)> done) = 0;

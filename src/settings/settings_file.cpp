@@ -179,6 +179,10 @@ void SettingsFile::onProblem(std::function<void(const std::string& sentence)> li
   problemListener_ = std::move(listener);
 }
 
+void SettingsFile::onUnsaved(std::function<void(const std::string& reason)> listener) {
+  unsavedListener_ = std::move(listener);
+}
+
 void SettingsFile::flush(std::move_only_function<void(Result<void>)> done) {
   if (blocked_) {
     services_.main->post(lifetime_.guard([this, done = std::move(done)]() mutable {
@@ -230,6 +234,7 @@ void SettingsFile::written(Result<Applied> result) {
   auto waiting = std::exchange(landing_, {});
   Result<void> answer;
   std::optional<Path> aside;
+  const std::string failureBefore = writeFailure_;
   if (result) {
     aside = std::move(result->aside);
     writeFailure_.clear();
@@ -257,6 +262,7 @@ void SettingsFile::written(Result<Applied> result) {
     logError("Settings", "{}", sentence);
     if (problemListener_) problemListener_(sentence);
   }
+  if (writeFailure_ != failureBefore && unsavedListener_) unsavedListener_(writeFailure_);
   for (auto& done : waiting) done(answer);
 }
 

@@ -46,6 +46,7 @@ class SettingsFile final : public DefaultsStore {
   void set(std::string_view key, JSONValue value) override;
   void remove(std::string_view key) override;
   void onOutsideChange(std::function<void(std::string_view key)> listener) override;
+  void onUnsaved(std::function<void(const std::string& reason)> listener) override;
   void flush(std::move_only_function<void(Result<void>)> done) override;
 
  private:
@@ -82,6 +83,7 @@ class SettingsFile final : public DefaultsStore {
   std::vector<std::move_only_function<void(Result<void>)>> landing_;  // for the write in flight
   std::function<void(std::string_view key)> listener_;
   std::function<void(const std::string& sentence)> problemListener_;
+  std::function<void(const std::string& reason)> unsavedListener_;
   std::unique_ptr<FolderWatch> watch_;
   std::string writeFailure_;       // of the last write; empty when it landed
   bool isDamageReported_ = false;  // until the file makes sense again

@@ -203,11 +203,16 @@ TEST_F(SettingsFileTest, DamageThatStaysIsToldOnceUntilItIsPutRight) {
 
 TEST_F(SettingsFileTest, FailedWriteIsToldAndTriedAgain) {
   auto settings = open();
+  std::vector<std::string> told;
+  settings->onUnsaved([&](const std::string& reason) { told.push_back(reason); });
   files.changesFail = FailureKind::noSpace;
   settings->set("a", {true});
   EXPECT_EQ(flushed(*settings), "the disk refuses changes");
+  runners.advance(12s);
+  EXPECT_THAT(told, ElementsAre("the disk refuses changes")) << "once, however often it is tried";
   files.changesFail.reset();
   runners.advance(6s);
+  EXPECT_THAT(told, ElementsAre("the disk refuses changes", ""));
   EXPECT_EQ(files.text(path), "{\"a\":true}\n");
 
   auto lock = files.lock("/config/settings.lock");

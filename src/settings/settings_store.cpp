@@ -39,6 +39,10 @@ SettingsStore::SettingsStore(DefaultsStore& store, SettingsValues defaults)
   store_.onOutsideChange(lifetime_.guard([this](std::string_view key) {
     if (const Setting* const setting = findSetting(key)) reload(*setting);
   }));
+  store_.onUnsaved(lifetime_.guard([this](const std::string& reason) {
+    unsaved_ = reason;
+    unsavedObservers_.notify();
+  }));
 }
 
 const Setting& SettingsStore::settingAt(std::size_t place) {

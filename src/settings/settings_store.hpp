@@ -59,6 +59,15 @@ class SettingsStore {
     });
   }
 
+  /// Why changes are in force that are not on disk; empty when all are, or will be in a moment.
+  /// Writing them is tried again for as long as the program runs.
+  [[nodiscard]] const std::string& unsaved() const { return unsaved_; }
+
+  /// Called after each change of `unsaved`.
+  Observation observeUnsaved(std::function<void()> observer) {
+    return unsavedObservers_.add(std::move(observer));
+  }
+
   /// The one listener of that key, called after the setting changed and before the observers.
   [[nodiscard]] std::function<void()>& onChange(std::string_view key) {
     return listeners_[std::string(key)];
@@ -122,7 +131,9 @@ class SettingsStore {
   SettingsValues defaults_;
   SettingsValues values_;
   std::vector<std::string> refusedAtStart_;
+  std::string unsaved_;
   Observers<std::string_view> observers_;
+  Observers<> unsavedObservers_;
   Lifetime lifetime_;
 };
 

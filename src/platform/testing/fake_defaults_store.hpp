@@ -21,6 +21,12 @@ class FakeDefaultsStore final : public DefaultsStore {
     if (listener_) listener_(key);
   }
 
+  /// The disk refuses changes for that reason; empty: no longer. Tells the listener.
+  void becomeUnsaved(const std::string& reason) {
+    flushed = reason.empty() ? Result<void>() : failed(FailureKind::noSpace, reason);
+    if (unsavedListener_) unsavedListener_(reason);
+  }
+
   [[nodiscard]] std::optional<JSONValue> value(std::string_view key) const override {
     const auto found = stored.find(key);
     return found == stored.end() ? std::nullopt : std::optional(found->second);
@@ -32,10 +38,14 @@ class FakeDefaultsStore final : public DefaultsStore {
   void onOutsideChange(std::function<void(std::string_view key)> listener) override {
     listener_ = std::move(listener);
   }
+  void onUnsaved(std::function<void(const std::string& reason)> listener) override {
+    unsavedListener_ = std::move(listener);
+  }
   void flush(std::move_only_function<void(Result<void>)> done) override { done(flushed); }
 
  private:
   std::function<void(std::string_view key)> listener_;
+  std::function<void(const std::string& reason)> unsavedListener_;
 };
 
 }  // namespace vantorel

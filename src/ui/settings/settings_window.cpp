@@ -220,7 +220,20 @@ void SettingsWindow::showEvent(QShowEvent* event) {
     rebuild();
   }
   WindowFrame::showEvent(event);
+  showProblem();
   showPointedTo();
+}
+
+void SettingsWindow::showProblem() {
+  const std::string problem = model_->problem();
+  if (problem == shownProblem_) return;
+  shownProblem_ = problem;
+  if (problem.empty()) return hideMessage();
+  showMessage(text(problem), QStringLiteral("Try again"), [this] {
+    // Failing once more, it is said once more.
+    shownProblem_.clear();
+    model_->retrySaving();
+  });
 }
 
 /// The keyboard goes to the row that somebody was led to.
@@ -236,6 +249,7 @@ void SettingsWindow::showPointedTo() {
 void SettingsWindow::changed(std::string_view id) {
   if (!isBuilt_) return;
   showChange(id);
+  showProblem();
   showPointedTo();
 }
 

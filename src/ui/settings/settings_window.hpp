@@ -50,6 +50,7 @@ class SettingsWindow : public WindowFrame {
   void addLines(const std::vector<SettingsLine>& lines, bool namesPanes);
   void showNavigation();
   void showPointedTo();
+  void showProblem();
   void showNextPart();
 
   std::shared_ptr<SettingsModel> model_;
@@ -65,6 +66,7 @@ class SettingsWindow : public WindowFrame {
   std::map<std::string, SettingRowView*, std::less<>> rows_;
   SettingsPane shownPane_ = SettingsPane::general;
   QString shownSearch_;
+  std::string shownProblem_;
   bool isBuilt_ = false;
   Observation showing_;
   Observation observation_;

@@ -20,6 +20,7 @@
 #include "ui/help/help_window.hpp"
 #include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/link_button.hpp"
+#include "ui/kit/message_band.hpp"
 #include "ui/kit/toggle_switch.hpp"
 #include "ui/testing/ui_test_case.hpp"
 #include "ui/welcome/welcome_window.hpp"
@@ -171,6 +172,25 @@ TEST_F(SettingsWindowTest, WhatIsClickedAndTypedIsSetAtOnceAndFollowsFromElsewhe
   strike(XK_w);
   client->key(XK_Control_L, false);
   ASSERT_TRUE(waitFor([&] { return isClosed; }));
+}
+
+TEST_F(SettingsWindowTest, WhatCouldNotBeSavedIsSaidUntilItIs) {
+  start();
+  SettingsWindow window(model, [] {});
+  bring(window, "Settings");
+  session->defaults.becomeUnsaved("the disk is full");
+  const auto* const band = window.findChild<MessageBand*>();
+  EXPECT_TRUE(band->sentence().startsWith("The settings couldn't be saved: the disk is full. "));
+  const auto tryAgain = [&] {
+    for (QPushButton* const button : band->findChildren<QPushButton*>()) {
+      if (button->text() == QLatin1String("Try again")) button->click();
+    }
+    turn();
+  };
+  tryAgain();
+  EXPECT_FALSE(band->sentence().isEmpty()) << "said once more";
+  session->defaults.becomeUnsaved("");
+  EXPECT_TRUE(band->sentence().isEmpty());
 }
 
 TEST_F(SettingsWindowTest, AKeyIsRecordedThoughAnotherProgramHoldsIt) {
