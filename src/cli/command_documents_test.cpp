@@ -7,9 +7,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
+#include "base/json_writer.hpp"
 #include "cli/command_line.hpp"
+#include "platform/testing/fake_defaults_store.hpp"
+#include "settings/settings_store.hpp"
 #include "settings/settings_table.hpp"
 
 namespace vantorel {
@@ -40,6 +44,29 @@ TEST(CommandDocumentsTest, TheManualNamesEveryCommandAndSetting) {
     const std::string head = "\\fB" + std::string(setting.key) + "\\fR\n";
     EXPECT_EQ(page.find(head) != std::string::npos, setting.isOffered()) << setting.key;
   }
+}
+
+TEST(CommandDocumentsTest, TheReadmeHasATableOfEverySetting) {
+  std::ifstream file(VT_README);
+  const std::string readme{std::istreambuf_iterator<char>(file), {}};
+  ASSERT_FALSE(readme.empty());
+  FakeDefaultsStore stored;
+  const SettingsStore settings(stored, {});
+  std::string table = "| key | default | allowed | what it does |\n|---|---|---|---|\n";
+  for (const SettingDescription& setting : describeSettings(settings)) {
+    std::string usual = setting.defaultWords;
+    if (usual.empty()) {
+      const auto* const text = std::get_if<std::string>(&setting.defaultValue.value);
+      usual = text != nullptr ? *text : json::toText(setting.defaultValue);
+    }
+    usual = usual == "none" || usual == "null" ? "none" : "`" + usual + "`";
+    if (setting.key == "storageDirectory") usual = "`Vantorel` in your Pictures folder";
+    std::string allowed = setting.allowed;
+    if (setting.type == "hot key") allowed = "a key";
+    if (allowed == "true or false") allowed = "a switch";
+    table += fmt::format("| `{}` | {} | {} | {} |\n", setting.key, usual, allowed, setting.meaning);
+  }
+  EXPECT_NE(readme.find(table + "\n"), std::string::npos) << "it should be\n" << table;
 }
 
 /// What a shell prints that reads `before`, its completions and `after`.
