@@ -288,9 +288,8 @@ void HistoryActions::change(const EntryList& entries,
 
 void HistoryActions::rename(const EntryPointer& entry, const std::string& title) {
   change({entry}, [&](const std::string& id) {
-    return services_.library.store().update(id, [&](ScreenshotEntry& changed) {
-      changed.title = title.empty() ? std::nullopt : std::optional(title);
-    });
+    return services_.library.store().update(
+        id, [&](ScreenshotEntry& changed) { changed.title = titleFrom(title); });
   });
 }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <utility>
 
+#include "base/plain_name.hpp"
 #include "base/random_id.hpp"
 #include "library/entry_filter.hpp"
 
@@ -17,10 +18,12 @@ constexpr std::array colors{CollectionColor::red,    CollectionColor::blue,
                             CollectionColor::green,  CollectionColor::orange,
                             CollectionColor::purple, CollectionColor::yellow};
 
-std::string freeName(const HistoryStore& store, const std::string& wanted) {
+/// `wanted`, or the first number of it that no collection but that of `id` has.
+std::string freeName(const HistoryStore& store, const std::string& wanted, std::string_view id) {
   const auto isTaken = [&](const std::string& name) {
-    return std::ranges::find(store.collections(), name, &HistoryCollection::name) !=
-           store.collections().end();
+    return std::ranges::any_of(store.collections(), [&](const HistoryCollection& other) {
+      return other.id != id && other.name == name;
+    });
   };
   std::string name = wanted;
   for (int number = 2; isTaken(name); ++number) name = fmt::format("{} {}", wanted, number);
@@ -41,7 +44,7 @@ Result<std::string> HistoryCollections::create(const std::string& name) {
   HistoryStore& store = library_.store();
   HistoryCollection collection;
   collection.id = randomID();
-  collection.name = freeName(store, name);
+  collection.name = freeName(store, plainName(name), {});
   collection.color = colors.at(store.collections().size() % colors.size());
   collection.createdAt = library_.clock().now();
   std::string id = collection.id;
@@ -50,9 +53,11 @@ Result<std::string> HistoryCollections::create(const std::string& name) {
 }
 
 Result<void> HistoryCollections::rename(const std::string& id, const std::string& name) {
-  if (name.empty()) return {};
+  const std::string plain = plainName(name);
+  if (plain.empty()) return {};
+  const std::string free = freeName(library_.store(), plain, id);
   return library_.store().updateCollection(
-      id, [&](HistoryCollection& collection) { collection.name = name; });
+      id, [&](HistoryCollection& collection) { collection.name = free; });
 }
 
 Result<void> HistoryCollections::move(const std::string& id, std::size_t place) {

@@ -6,6 +6,7 @@
 #include <array>
 #include <utility>
 
+#include "base/plain_name.hpp"
 #include "base/size_text.hpp"
 #include "library/entry_failure.hpp"
 #include "library/entry_filter.hpp"
@@ -296,7 +297,7 @@ std::vector<HistorySidebarRow> HistoryModel::sidebar() const {
   for (const HistoryCollection& collection : store().collections()) {
     rows.push_back({.scope = HistoryScope::collection,
                     .collectionID = collection.id,
-                    .label = collection.name,
+                    .label = plainName(collection.name),
                     .count = store().membersOf(collection.id).entries.size(),
                     .color = collection.color,
                     .isFiledInto = active == collection.id,

@@ -44,6 +44,9 @@ TEST(HistoryModelTest, SidebarFollowsTheUsersCollections) {
   const std::string bugs = run.model.createCollection("Bug reports").value();
   EXPECT_EQ(run.store.findCollection(run.model.createCollection("Poster").value())->name,
             "Poster 2");
+  run.model.renameCollection(bugs, "Poster\n");
+  EXPECT_EQ(run.store.findCollection(bugs)->name, "Poster 3") << "each by a name of its own";
+  run.model.renameCollection(bugs, " Bug\n\u202Ereports ");
   run.model.moveCollection(bugs, 0);
   run.model.fileInto(poster);
   run.model.actions().collect({run.store.find("a"), run.store.find("b")}, poster, true);

@@ -7,6 +7,7 @@
 #include "cli/library_report_text.hpp"
 #include "library/entry_failure.hpp"
 #include "library/entry_filter.hpp"
+#include "library/entry_title.hpp"
 #include "library/sliced_work.hpp"
 
 namespace vantorel {
@@ -80,9 +81,8 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
       return change(
           *entries, json,
           [&](const std::string& id) {
-            return store.update(id, [&](ScreenshotEntry& entry) {
-              entry.title = what.title.empty() ? std::nullopt : std::optional(what.title);
-            });
+            return store.update(
+                id, [&](ScreenshotEntry& entry) { entry.title = titleFrom(what.title); });
           },
           std::move(done));
     case Verb::collect:

@@ -1,6 +1,8 @@
 #include "library/entry_title.hpp"
 
-#include <string_view>
+#include <utility>
+
+#include "base/plain_name.hpp"
 
 namespace vantorel {
 
@@ -10,11 +12,19 @@ std::string fileNameOf(const ScreenshotEntry& entry) {
 }
 
 std::string titleOf(const ScreenshotEntry& entry) {
-  if (entry.title && !entry.title->empty()) return *entry.title;
+  if (entry.title) {
+    if (std::string title = plainName(*entry.title); !title.empty()) return title;
+  }
   std::string name = fileNameOf(entry);
   const std::size_t ending = name.rfind('.');
   if (ending != std::string::npos && ending > 0) name.resize(ending);
-  return name;
+  std::string plain = plainName(name);
+  return plain.empty() ? name : plain;
+}
+
+std::optional<std::string> titleFrom(std::string_view typed) {
+  std::string title = plainName(typed);
+  return title.empty() ? std::nullopt : std::optional(std::move(title));
 }
 
 }  // namespace vantorel
