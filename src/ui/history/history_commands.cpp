@@ -85,6 +85,9 @@ void HistoryCommands::refresh() {
     if (row.what == HistoryAction::star) row.action->setText(help);
     const QString key = row.action->shortcut().toString(QKeySequence::NativeText);
     if (!key.isEmpty()) help += " (" + key + ")";
+    if (row.action == trash && subjects.size() > 1) {
+      help += QStringLiteral("\nThe selected captures and their originals are moved to the Trash.");
+    }
     const std::string remark = obstacle ? *obstacle : model_->leftOut(row.what);
     if (!remark.empty()) help += "\n" + QString::fromStdString(remark);
     row.action->setToolTip(help);

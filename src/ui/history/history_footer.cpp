@@ -50,6 +50,7 @@ HistoryFooter::HistoryFooter(std::shared_ptr<HistoryModel> model, HistoryCommand
   setAccessibleName(QStringLiteral("Footer"));
   QHBoxLayout* const summary = rowOf(*summaryRow_);
   summary_->setWordWrap(false);
+  summary_->setMostLines(1);
   summary_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   filingLabel_->setForegroundRole(QPalette::PlaceholderText);
   filing_->setAutoRaise(true);
@@ -148,7 +149,6 @@ void HistoryFooter::refresh() {
     size_->setText(isSaid ? said : QString::fromStdString(model_->selectionSize()));
   }
   summary_->setText(isSaid ? said : QString::fromStdString(model_->summary()));
-  summary_->setToolTip(summary_->text());
   if (isSaid && said != said_) {
     QLabel* const place = isSelection ? size_ : summary_;
     place->setAccessibleName(said);

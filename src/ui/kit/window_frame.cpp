@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QContextMenuEvent>
+#include <QFontMetrics>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QRadioButton>
@@ -19,6 +20,7 @@
 #include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/key_names.hpp"
 #include "ui/kit/message_band.hpp"
+#include "ui/kit/tokens.hpp"
 #include "ui/kit/vantorel_style.hpp"
 
 namespace vantorel {
@@ -37,6 +39,14 @@ QList<QRect> workAreasNow() {
     areas.push_back(screen->availableGeometry());
   }
   return areas;
+}
+
+/// What holds words of the usual size, for those of the desktop's font.
+QSize grownWithFont(const QSize& size) {
+  constexpr double usualHeight = 17;
+  constexpr double toBeFelt = 1.2;
+  const double factor = QFontMetrics(tokens::bodyFont()).height() / usualHeight;
+  return factor < toBeFelt ? size : size * std::min(factor, 2.0);
 }
 
 }  // namespace
@@ -78,7 +88,8 @@ QRect keptOnScreen(const QRect& wanted, const QSize& least, const QList<QRect>& 
 WindowFrame::WindowFrame(std::string name, const QString& title, Measures measures,
                          std::function<void()> onClosed)
     : name_(std::move(name)),
-      measures_(measures),
+      plainLeast_(measures.least),
+      measures_{measures.usual, grownWithFont(measures.least)},
       onClosed_(std::move(onClosed)),
       layout_(new QVBoxLayout(this)),
       message_(new MessageBand(this)) {
@@ -88,7 +99,7 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
   setAccessibleRole(*this, QAccessible::Window);
   setWindowTitle(title);
   setAccessibleName(title);
-  setMinimumSize(measures.least);
+  setMinimumSize(measures_.least);
   layout_->setContentsMargins(0, 0, 0, 0);
   layout_->setSpacing(0);
   layout_->addWidget(message_);
@@ -283,6 +294,10 @@ void WindowFrame::resizeEvent(QResizeEvent* event) {
 
 void WindowFrame::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
+  if (event->type() == QEvent::FontChange) {
+    measures_.least = grownWithFont(plainLeast_);
+    if (isPlaced_) fitLeastSize();
+  }
   if (event->type() != QEvent::WindowStateChange) return;
   remember();
   // Displays may have changed while it was out of the way.

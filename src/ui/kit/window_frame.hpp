@@ -93,6 +93,7 @@ class WindowFrame : public QWidget, public Surface {
   void addKey(const QKeySequence& key, std::function<void()> WindowActions::* action);
 
   std::string name_;
+  QSize plainLeast_;  // for words of the usual size
   Measures measures_;
   std::function<void()> onClosed_;
   WindowActions actions_;
