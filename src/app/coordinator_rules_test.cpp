@@ -190,7 +190,7 @@ TEST(HotKeyTextTest, AKeyIsTypedAsItIsShown) {
   const std::vector<std::pair<HotKeySpec, std::string>> keys = {
       {{0xff61, 0}, "Print"},
       {{'a', HotKeySpec::option | HotKeySpec::control}, "Ctrl+Alt+A"},
-      {{0xff0d, HotKeySpec::command | HotKeySpec::shift}, "Shift+Super+Enter"},
+      {{0xff0d, HotKeySpec::command | HotKeySpec::shift}, "Shift+Super+Return"},
       {{0xffc9, HotKeySpec::control}, "Ctrl+F12"},
       {{'+', HotKeySpec::control}, "Ctrl+Plus"},
       {{0x1008ff13, 0}, "0x1008ff13"},
@@ -201,7 +201,7 @@ TEST(HotKeyTextTest, AKeyIsTypedAsItIsShown) {
   }
   EXPECT_EQ(hotKeyFromText("alt+ctrl+a"), keys[1].first);
   EXPECT_EQ(hotKeyFromText("Ctrl++"), keys[4].first);
-  EXPECT_EQ(hotKeyFromText("Option+Return"), (HotKeySpec{0xff0d, HotKeySpec::option}));
+  EXPECT_EQ(hotKeyFromText("Option+Enter"), (HotKeySpec{0xff0d, HotKeySpec::option}));
   for (const char* const none : {"", "Ctrl+", "Hyper+A", "F99", "Prnt", "Ctrl+Alt", "0x"}) {
     EXPECT_FALSE(hotKeyFromText(none)) << none;
   }

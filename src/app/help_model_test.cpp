@@ -124,7 +124,7 @@ TEST(WelcomeModelTest, SaysHowToCaptureWhereToAndHowTheProgramIsReached) {
   session.settings->set(&SettingsValues::captureHotKey, std::nullopt);
   EXPECT_GT(changes, 0);
   EXPECT_EQ(model.captureWords(),
-            "No capture shortcut is set. Capture from the menu bar, or record one in Settings → "
+            "No capture shortcut is set. Capture from the tray, or record one in Settings → "
             "Shortcuts.");
 
   model.setStartsWithSession(true);

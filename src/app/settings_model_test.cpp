@@ -208,7 +208,7 @@ TEST_F(SettingsModelTest, TheFolderMovesWithProgressAndTheReportStandsInTheRow) 
   const SettingsLine moved = model->line("storageDirectory");
   EXPECT_EQ(moved.explanation, "~/new");
   EXPECT_EQ(moved.remark, "3 captures moved.");
-  EXPECT_EQ(moved.resetLabel, "Back to ~/usual");
+  EXPECT_EQ(moved.resetLabel, "Move back to ~/usual");
   EXPECT_EQ(files->names("/home/u/new").size(), 3U);
 
   // Stopped before its first batch.

@@ -77,7 +77,7 @@ TEST_F(ShortcutRecorderTest, RecordsAKeyThatWorksAtOnce) {
 
 TEST_F(ShortcutRecorderTest, AKeyThatWritesIsRefusedAndOneThatIsTakenIsAskedAbout) {
   recorder.listen("timedCaptureHotKey");
-  for (const char* const writes : {"k", "Shift+K", "Space", "Enter"}) {
+  for (const char* const writes : {"k", "Shift+K", "Space", "Return"}) {
     recorder.press(key(writes));
     EXPECT_EQ(field("timedCaptureHotKey").remark, "Add Ctrl, Alt or Super.") << writes;
     EXPECT_FALSE(field("timedCaptureHotKey").isTaken);

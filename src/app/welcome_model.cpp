@@ -33,7 +33,7 @@ std::string WelcomeModel::captureWords() const {
   }
   return services_.settings.values().captureHotKey
              ? "Space picks a window, Escape cancels."
-             : "No capture shortcut is set. Capture from the menu bar, or record one in Settings → "
+             : "No capture shortcut is set. Capture from the tray, or record one in Settings → "
                "Shortcuts.";
 }
 

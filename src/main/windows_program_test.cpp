@@ -307,7 +307,7 @@ TEST_F(WindowsProgramTest, EveryControlHasANameAndIsReachedByTheKeyboard) {
     reader_.waitUntilGone(window.title);
   }
 
-  // Enter presses the button that has the keyboard.
+  // Return presses the button that has the keyboard.
   show("welcome", "Vantorel");
   std::string focus;
   const SpokenControl done = reader_.find("Vantorel", "push button", "Done");

@@ -65,7 +65,7 @@ void addCapture(std::vector<SettingRow>& rows) {
                   .meaning = "an area that was dragged stays up to be adjusted",
                   .pane = capture,
                   .label = "Adjust before capturing",
-                  .explanation = "An area that was dragged stays up; Enter takes it."});
+                  .explanation = "An area that was dragged stays up; Return takes it."});
   rows.push_back({.key = "includeWindowShadow",
                   .meaning =
                       "captures of windows that draw their own shadow have it; what a compositor "

@@ -31,13 +31,13 @@ constexpr auto modifierNames = std::to_array<Names>({
 /// X keysyms of the keys that have a name instead of a character.
 constexpr auto keyNames = std::to_array<Names>({
     {0x20, "Space"},          {0x2B, "Plus"},           {0xFF08, "Backspace"},
-    {0xFF09, "Tab"},          {0xFF0D, enterKeyName},   {0xFF13, "Pause"},
+    {0xFF09, "Tab"},          {0xFF0D, returnKeyName},  {0xFF13, "Pause"},
     {0xFF14, "Scroll Lock"},  {0xFF1B, "Esc"},          {0xFF50, "Home"},
     {0xFF51, "Left"},         {0xFF52, "Up"},           {0xFF53, "Right"},
     {0xFF54, "Down"},         {0xFF55, "Page Up"},      {0xFF56, "Page Down"},
     {0xFF57, "End"},          {0xFF61, "Print"},        {0xFF63, "Insert"},
     {0xFF67, "Menu"},         {0xFF8D, "Keypad Enter"}, {0xFFFF, "Del"},
-    {0xFF0D, "Return"},       {0xFF1B, "Escape"},       {0xFF61, "PrintScreen"},
+    {0xFF0D, "Enter"},        {0xFF1B, "Escape"},       {0xFF61, "PrintScreen"},
     {0xFF61, "Print Screen"}, {0xFF55, "PgUp"},         {0xFF56, "PgDn"},
     {0xFFFF, "Delete"},
 });

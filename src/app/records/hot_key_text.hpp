@@ -11,13 +11,13 @@
 namespace vantorel {
 
 /// The one name of the key that takes something, in windows, hints, menus and messages.
-inline constexpr const char* enterKeyName = "Enter";
+inline constexpr const char* returnKeyName = "Return";
 
 /// Modifiers in the order Ctrl, Alt, Shift, Super, then the key, by the names that stand on
-/// keyboards of this system: "Ctrl+Alt+Enter".
+/// keyboards of this system: "Ctrl+Alt+Return".
 [[nodiscard]] std::string displayText(const HotKeySpec& spec);
 
-/// The same, a name each: "Ctrl", "Alt", "Enter".
+/// The same, a name each: "Ctrl", "Alt", "Return".
 [[nodiscard]] std::vector<std::string> keyNamesOf(const HotKeySpec& spec);
 
 /// The modifiers of a mask alone: "Ctrl", "Alt".

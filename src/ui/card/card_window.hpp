@@ -52,7 +52,7 @@ class CardWindow : public FloatingSurface {
   /// managers take it away from those that float above them.
   void setKeyboard(bool hasKeyboard);
 
-  /// The keys are for the rows beside it: none of its own buttons is the one that Enter presses.
+  /// The keys are for the rows beside it: none of its own buttons is the one that Return presses.
   void setKeysElsewhere(bool areElsewhere);
 
  protected:
@@ -94,7 +94,7 @@ class CardWindow : public FloatingSurface {
   std::function<void()> gone_;
   QBasicTimer tick_;  ///< while something moves: busy line, ring of the undo
   QElapsedTimer busySince_;
-  int current_ = 2;  ///< the button that Enter presses: opening it, at first
+  int current_ = 2;  ///< the button that Return presses: opening it, at first
   bool isPointed_ = false;
   bool hasKeyboard_ = false;
   bool areKeysElsewhere_ = false;

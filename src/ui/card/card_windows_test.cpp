@@ -207,7 +207,7 @@ TEST_F(CardWindowsTest, TheKeyboardComesAndGoesBack) {
   strike(XK_Right);
   settleCards();
   keepPicture("card-keyboard-drawer");
-  EXPECT_THAT(focused(), ElementsAre(StartsWith("JPEG"))) << "the one that Enter presses";
+  EXPECT_THAT(focused(), ElementsAre(StartsWith("JPEG"))) << "the one that Return presses";
   strike(XK_Return);
   EXPECT_TRUE(
       waitForCards([&] { return session.stack.find(b)->entry->path == "/captures/b.jpg"; }));

@@ -203,7 +203,7 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   column->addLayout(middle, 1);
 
   auto* const hint =
-      new QLabel(QStringLiteral("← → next    %1 open    Space close").arg(enterKeyName));
+      new QLabel(QStringLiteral("← → next    %1 open    Space close").arg(returnKeyName));
   setFollowingFont(*hint, tokens::smallFont);
   hint->setAlignment(atBegin());
   hint->setForegroundRole(QPalette::PlaceholderText);
@@ -291,7 +291,7 @@ void HistoryPreview::refresh() {
     return canvas_->say(QString::fromStdString(entry->ocrText.value_or("")));
   }
   if (entry->medium != CaptureMedium::image) {
-    return canvas_->say(kindOf(*entry) + "\n" + QStringLiteral("%1 opens it.").arg(enterKeyName));
+    return canvas_->say(kindOf(*entry) + "\n" + QStringLiteral("%1 opens it.").arg(returnKeyName));
   }
   model_->pictures().load(entry, [this](const Result<Image>& picture) {
     if (!isVisible()) return;

@@ -9,7 +9,7 @@ NameField::NameField(const QString& name, const QString& accessibleName, const Q
                      QWidget* parent)
     : QLineEdit(name, parent) {
   setAccessibleName(accessibleName);
-  setToolTip(accessibleName + QStringLiteral(" (Enter keeps, Esc leaves it as it was)"));
+  setToolTip(accessibleName + QStringLiteral(" (Return keeps, Esc leaves it as it was)"));
   setGeometry(area);
   selectAll();
   show();

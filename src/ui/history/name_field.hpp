@@ -7,7 +7,7 @@
 namespace vantorel {
 
 /// The field in which a name is changed in its place, of a capture or of a collection. Its keys
-/// stay with it: Enter ends the change and does nothing else to what bears the name.
+/// stay with it: Return ends the change and does nothing else to what bears the name.
 class NameField : public QLineEdit {
  public:
   /// Shown over its parent with the whole name selected, at `area`, with the keyboard.

@@ -21,7 +21,7 @@ class FloatingButton : public QAbstractButton {
   [[nodiscard]] QString key() const { return obstacle_.isEmpty() ? key_ : QString(); }
   [[nodiscard]] bool isPossible() const { return obstacle_.isEmpty(); }
 
-  /// The one that Enter presses.
+  /// The one that Return presses.
   void setCurrent(bool isCurrent);
   /// On a dark disk, where it stands alone over a picture.
   void setRound(bool isRound) { isRound_ = isRound; }

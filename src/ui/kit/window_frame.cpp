@@ -18,7 +18,6 @@
 
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/desktop_palette.hpp"
-#include "ui/kit/key_names.hpp"
 #include "ui/kit/message_band.hpp"
 #include "ui/kit/tokens.hpp"
 #include "ui/kit/vantorel_style.hpp"
@@ -94,7 +93,6 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
       layout_(new QVBoxLayout(this)),
       message_(new MessageBand(this)) {
   useVantorelStyle();
-  useKeyNames();
   DesktopPalette::follow();
   setAccessibleRole(*this, QAccessible::Window);
   setWindowTitle(title);

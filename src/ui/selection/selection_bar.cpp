@@ -23,7 +23,7 @@ QFont strong(QFont font) {
 }
 
 QString captureText() { return QStringLiteral("Capture"); }
-QString captureKeyText() { return QString::fromUtf8(enterKeyName); }
+QString captureKeyText() { return QString::fromUtf8(returnKeyName); }
 
 QString tipOf(Part part) {
   switch (part) {

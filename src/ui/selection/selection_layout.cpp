@@ -91,14 +91,14 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
   };
   if (model.sizeEntry()) {
     const bool isWidth = model.sizeEntry()->field() == SizeEntry::Field::width;
-    add(enterKeyName, "set the size");
+    add(returnKeyName, "set the size");
     add("Tab", isWidth ? "height" : "next handle");
     add("Ctrl+A", "select the number");
     add("Esc", "back");
     return hints;
   }
   if (model.adjustment() != nullptr) {
-    add(enterKeyName, "capture");
+    add(returnKeyName, "capture");
     add("Tab", "next handle");
     addSteps();
     if (model.canPickWindows()) add("Space", "choose a window");
@@ -108,7 +108,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     return hints;
   }
   if (model.isDragging() && model.isDrawnByKeys()) {
-    add(enterKeyName, "set the other corner");
+    add(returnKeyName, "set the other corner");
     addSteps();
     add("Ctrl+A", "adjust the display");
     add("Esc", "back");
@@ -120,21 +120,21 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     add("Shift", "10 pixels");
     add("Ctrl", "adjust before capturing");
   } else if (model.isDrawnByKeys()) {
-    add(enterKeyName, "set a corner");
+    add(returnKeyName, "set a corner");
     addSteps();
     addDisplays();
     add("C", "copy the color");
   } else if (model.mode() == CaptureMode::region) {
     add("Drag", "capture an area");
     if (model.canPickWindows()) add("Space", "choose a window");
-    add(enterKeyName, "whole display");
+    add(returnKeyName, "whole display");
     add("Ctrl+A", "adjust it");
     if (model.canChangeDisplay()) add("Ctrl+Tab", "next display");
     add("Arrow keys", "1 pixel");
     add("C", "copy the color");
   } else if (model.mode() == CaptureMode::window) {
     add("Click", "capture the window");
-    if (model.chosenWindow() != nullptr) add(enterKeyName, "capture");
+    if (model.chosenWindow() != nullptr) add(returnKeyName, "capture");
     add("Tab", "next window");
     add("Space", "choose an area");
     addDisplays();

@@ -83,7 +83,7 @@ void ShortcutField::setField(const ShortcutRecorder::Field& field) {
       names.isEmpty() ? QString::fromStdString(field.prompt) : names.join(QStringLiteral("+"));
   setAccessibleDescription(words);
   setToolTip(field.isListening ? QStringLiteral("Esc cancels, Backspace takes the key away")
-                               : QStringLiteral("Record another key (Enter)"));
+                               : QStringLiteral("Record another key (Return)"));
   updateGeometry();
   update();
 }

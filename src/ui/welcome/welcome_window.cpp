@@ -224,7 +224,7 @@ QWidget* WelcomeWindow::makeButtons() {
   connect(attempt, &QPushButton::clicked, this, [this] { model_->tryCapture(); });
   auto* const done = new QPushButton(QStringLiteral("Done"), bar);
   done->setDefault(true);
-  done->setToolTip(QStringLiteral("Close (Enter)"));
+  done->setToolTip(QStringLiteral("Close (Return)"));
   connect(done, &QPushButton::clicked, this, [this] { close(); });
   bar->add(keys);
   bar->add(attempt);
