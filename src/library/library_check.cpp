@@ -142,6 +142,10 @@ bool isTemporaryCapture(const Path& path) {
 
 bool isDamaged(const Files& files, const LibraryScope& scope, const ScreenshotEntry& entry) {
   if (entry.medium != CaptureMedium::image) return false;
+  const auto place = files.resolved(entry.path);
+  const auto there = place ? files.status(*place) : std::unexpected(place.error());
+  // A folder or a pipe in a picture's place; opening it might wait for ever.
+  if (there && there->type != FileType::regular) return true;
   const auto content = files.open(entry.path);
   const auto status = content ? (*content)->status() : std::unexpected(content.error());
   return status && !scope.isWholePicture(PictureOnDisk(*content, status->size));

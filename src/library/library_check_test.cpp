@@ -19,6 +19,23 @@ using testing::IsEmpty;
 
 const auto keepGoing = [](std::size_t, std::size_t) { return true; };
 
+TEST(LibraryCheckTest, WhatIsNoFileIsADamagedPictureAndNotOpened) {
+  FakeFiles files;
+  files.folders.insert({"/captures", "/captures/folder.png"});
+  files.put("/captures/whole.png", "x");
+  LibraryScope scope{.paths = {"/data", "/caches"}, .captureFolders = {"/captures"}};
+  for (const char* const id : {"folder", "whole"}) {
+    ScreenshotEntry entry;
+    entry.id = id;
+    entry.path = fmt::format("/captures/{}.png", id);
+    scope.entries.push_back(std::make_shared<const ScreenshotEntry>(std::move(entry)));
+  }
+  scope.isWholePicture = [](const PictureBytes&) { return true; };
+  const LibraryFindings findings = checkLibrary(files, scope, keepGoing);
+  ASSERT_EQ(findings.damaged.size(), 1U);
+  EXPECT_EQ(findings.damaged[0]->id, "folder");
+}
+
 TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   FakeFiles files;
   files.now = 100;

@@ -232,9 +232,10 @@ bool HistoryView::viewportEvent(QEvent* event) {
       return true;
     }
     const ScreenshotEntry& entry = *model_->listing().at(*place);
-    QToolTip::showText(help->globalPos(),
-                       QString::fromStdString(toolTipOf(entry, model_->reachOf(entry))), this,
-                       areaOf(*place));
+    QToolTip::showText(
+        help->globalPos(),
+        QString::fromStdString(toolTipOf(entry, model_->reachOf(entry), isUnreadable(entry))), this,
+        areaOf(*place));
     return true;
   }
   return QAbstractScrollArea::viewportEvent(event);

@@ -95,6 +95,7 @@ class HistoryView : public QAbstractScrollArea {
   void paintColumns(QPainter& painter) const;
   void paintTile(QPainter& painter, std::size_t place, const QRect& dirty) const;
   void paintRow(QPainter& painter, std::size_t place) const;
+  [[nodiscard]] bool isUnreadable(const ScreenshotEntry& entry) const;
   void paintPicture(QPainter& painter, const ScreenshotEntry& entry, const QRect& area,
                     bool isSmall) const;
   [[nodiscard]] int columnsHeight() const;

@@ -101,6 +101,11 @@ void HistoryView::paintHeader(QPainter& painter, std::size_t section, const QRec
                  QString::fromStdString(day.detail), rolesOf(palette()), layoutDirection());
 }
 
+bool HistoryView::isUnreadable(const ScreenshotEntry& entry) const {
+  const TilePictures::Tile* const tile = pictures_.find(entry);
+  return tile != nullptr && tile->pixmap.isNull() && entry.medium == CaptureMedium::image;
+}
+
 void HistoryView::paintPicture(QPainter& painter, const ScreenshotEntry& entry, const QRect& area,
                                bool isSmall) const {
   const TilePictures::Tile* const tile = pictures_.find(entry);
@@ -108,6 +113,7 @@ void HistoryView::paintPicture(QPainter& painter, const ScreenshotEntry& entry, 
                {.entry = entry,
                 .pixmap = tile != nullptr ? tile->pixmap : QPixmap(),
                 .reach = model_->reachOf(entry),
+                .isUnreadable = isUnreadable(entry),
                 .isSmall = isSmall},
                rolesOf(palette()));
 }

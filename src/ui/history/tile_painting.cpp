@@ -77,15 +77,17 @@ IconName iconOf(CaptureMedium medium) {
   std::unreachable();
 }
 
-/// What is in the way of a file, and the disk it is on.
+QString unreadableText() { return QStringLiteral("Can't be read"); }
+
+/// What is in the way of a picture, and the disk its file is on.
 void paintAbsence(QPainter& painter, const QRect& area, const PaintedCapture& capture,
                   const PaletteRoles& roles) {
-  const IconName symbol =
-      capture.reach == FileReach::fileGone ? IconName::warning : IconName::offline;
+  const bool isAway = capture.reach != FileReach::there && capture.reach != FileReach::fileGone;
+  const IconName symbol = isAway ? IconName::offline : IconName::warning;
   if (capture.isSmall) return paintIcon(painter, symbol, 16, area.center(), roles.quiet);
   const QFontMetrics body(tokens::bodyFont());
   const QFontMetrics small(tokens::smallFont());
-  QString disk = diskText(capture.entry, capture.reach);
+  QString disk = isAway ? diskText(capture.entry, capture.reach) : QString();
   int height = barIconSize + tokens::space4 + body.height();
   // Large fonts leave no room for it on small tiles; the tooltip has it.
   if (height + small.height() + tokens::space4 > area.height()) disk.clear();
@@ -101,7 +103,8 @@ void paintAbsence(QPainter& painter, const QRect& area, const PaintedCapture& ca
                      metrics.elidedText(text, Qt::ElideMiddle, inside.width()));
     y += metrics.height() + tokens::space4;
   };
-  line(reachText(capture.reach), tokens::bodyFont(), body);
+  line(capture.reach == FileReach::there ? unreadableText() : reachText(capture.reach),
+       tokens::bodyFont(), body);
   if (!disk.isEmpty()) line(disk, tokens::smallFont(), small);
 }
 
@@ -121,7 +124,7 @@ void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& ca
   const ScreenshotEntry& entry = capture.entry;
   const int radius = capture.isSmall ? tokens::keyCapRadius : tokens::tileRadius;
   const QRectF frame = QRectF(area);
-  if (capture.reach != FileReach::there) {
+  if (capture.reach != FileReach::there || capture.isUnreadable) {
     paintBox(painter, frame, radius, roles.window, QPen(roles.fieldBorder));
     return paintAbsence(painter, area, capture, roles);
   }
@@ -314,7 +317,7 @@ QString durationText(double seconds) {
       .arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
-std::string toolTipOf(const ScreenshotEntry& entry, FileReach reach) {
+std::string toolTipOf(const ScreenshotEntry& entry, FileReach reach, bool isUnreadable) {
   std::string text = titleOf(entry) + "\n" + tableTime(entry.capturedAt);
   if (entry.pixelWidth && entry.pixelHeight) {
     text += fmt::format(" · {} × {}", *entry.pixelWidth, *entry.pixelHeight);
@@ -324,6 +327,7 @@ std::string toolTipOf(const ScreenshotEntry& entry, FileReach reach) {
   }
   text += "\n" + entry.path;
   if (reach != FileReach::there) text += "\n" + reachText(reach).toStdString();
+  if (reach == FileReach::there && isUnreadable) text += "\n" + unreadableText().toStdString();
   if (const QString disk = diskText(entry, reach); !disk.isEmpty()) {
     text += ": " + disk.toStdString();
   }

@@ -21,7 +21,8 @@ struct PaintedCapture {
   const ScreenshotEntry& entry;
   QPixmap pixmap;  ///< null while there is none
   FileReach reach = FileReach::there;
-  bool isSmall = false;  ///< of a list: without badges
+  bool isUnreadable = false;  ///< its file is there and makes no picture
+  bool isSmall = false;       ///< of a list: without badges
 };
 void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
                   const PaletteRoles& roles);
@@ -83,7 +84,8 @@ class ListColumns {
 [[nodiscard]] QString diskText(const ScreenshotEntry& entry, FileReach reach);
 
 /// Title, time and file of a capture, and what is in the way of the file.
-[[nodiscard]] std::string toolTipOf(const ScreenshotEntry& entry, FileReach reach);
+[[nodiscard]] std::string toolTipOf(const ScreenshotEntry& entry, FileReach reach,
+                                    bool isUnreadable);
 
 [[nodiscard]] QColor colorOf(CollectionColor color);
 
