@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "ui/help/help_row.hpp"
-#include "ui/kit/clear_button.hpp"
+#include "ui/kit/field_buttons.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/role_label.hpp"
 #include "ui/kit/row_group.hpp"
@@ -44,7 +44,7 @@ HelpWindow::HelpWindow(std::shared_ptr<HelpModel> model, std::function<void()> o
   search_->setAccessibleName(QStringLiteral("Search commands and keys"));
   search_->setToolTip(QStringLiteral("Search commands and keys (Ctrl+F)"));
   addClearButton(*search_);
-  search_->addAction(icon(IconName::search, IconTint::quiet), QLineEdit::LeadingPosition);
+  addSearchMark(*search_);
   top->addWidget(search_);
   all->addLayout(top);
 

@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "ui/history/filter_chip.hpp"
-#include "ui/kit/clear_button.hpp"
+#include "ui/kit/field_buttons.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/key_caps.hpp"
 #include "ui/kit/palette_roles.hpp"

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "ui/history/floating_bar.hpp"
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/floating_button.hpp"
 #include "ui/kit/palette_roles.hpp"
 
@@ -27,6 +28,7 @@ constexpr int wrapping = Qt::AlignVCenter | Qt::AlignLeading | Qt::TextWordWrap;
 NoticeBar::NoticeBar(QWidget* parent)
     : QWidget(parent),
       hide_(new FloatingButton(IconName::close, QStringLiteral("Hide"), {}, this)) {
+  setAccessibleRole(*this, QAccessible::AlertMessage);
   setObjectName(QStringLiteral("notice"));
   hide_->setToolTip(QStringLiteral("Hide (Esc)"));
   connect(hide_, &QAbstractButton::clicked, this, [this] {

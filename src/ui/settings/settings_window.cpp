@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "ui/kit/accessible_role.hpp"
-#include "ui/kit/clear_button.hpp"
+#include "ui/kit/field_buttons.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/role_label.hpp"
@@ -58,7 +58,7 @@ QLineEdit* makeSearch(QWidget* parent) {
   search->setAccessibleName(QStringLiteral("Search settings"));
   search->setToolTip(QStringLiteral("Search settings (Ctrl+F)"));
   addClearButton(*search);
-  search->addAction(icon(IconName::search, IconTint::quiet), QLineEdit::LeadingPosition);
+  addSearchMark(*search);
   return search;
 }
 

@@ -1,4 +1,4 @@
-#include "ui/kit/clear_button.hpp"
+#include "ui/kit/field_buttons.hpp"
 
 #include <QLineEdit>
 #include <QToolButton>
@@ -15,6 +15,13 @@ void addClearButton(QLineEdit& field) {
   button->setIcon(icon(IconName::close, IconTint::quiet));
   button->setAccessibleName(QStringLiteral("Clear"));
   button->setToolTip(QStringLiteral("Clear"));
+}
+
+void addSearchMark(QLineEdit& field) {
+  field.addAction(icon(IconName::search, IconTint::quiet), QLineEdit::LeadingPosition);
+  for (auto* const button : field.findChildren<QToolButton*>()) {
+    if (button->accessibleName().isEmpty()) button->setAccessibleName(QStringLiteral("Search"));
+  }
 }
 
 }  // namespace vantorel

@@ -8,4 +8,7 @@ namespace vantorel {
 /// buttons are added to the field.
 void addClearButton(QLineEdit& field);
 
+/// Shows where lines begin that the field is one to search with.
+void addSearchMark(QLineEdit& field);
+
 }  // namespace vantorel
