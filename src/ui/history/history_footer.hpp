@@ -14,6 +14,7 @@ class QToolButton;
 namespace vantorel {
 
 class HistoryCommands;
+class RoleLabel;
 
 /// Below the captures: how many there are and what goes next, or what can be done with those that
 /// are selected. Lives on the main thread.
@@ -41,7 +42,7 @@ class HistoryFooter : public QWidget {
   std::shared_ptr<HistoryModel> model_;
   HistoryCommands& commands_;
   QWidget* summaryRow_;
-  QLabel* summary_;
+  RoleLabel* summary_;
   QLabel* filingLabel_;
   QToolButton* filing_;
   QWidget* progressRow_;
