@@ -20,7 +20,9 @@ void RetentionSetting::follow() {
   observation_ = services_.settings.observe(&SettingsValues::retentionDays, [this] {
     // This choice overtakes the one that was asked about.
     services_.alerts.dismiss(question_);
+    isChoosing_ = true;
     services_.retention.setPolicy(services_.settings.values().retentionDays);
+    isChoosing_ = false;
   });
 }
 
@@ -43,7 +45,7 @@ void RetentionSetting::ask(std::size_t count, RetentionPolicy policy) {
        std::move(words.title),
        std::move(words.text),
        {{agreeButton}, {refuseButton, true, true}},
-       false},
+       isChoosing_},
       lifetime_.guard([this, policy](std::size_t button) { answered(policy, button == 0); }));
   observers_.notify();
 }

@@ -43,6 +43,7 @@ class RetentionSetting {
 
   Services services_;
   bool isFollowed_ = false;
+  bool isChoosing_ = false;  // a question that comes now answers the user, and gets the keyboard
   Observation observation_;
   AlertID question_ = 0;
   Observers<> observers_;

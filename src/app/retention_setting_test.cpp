@@ -66,6 +66,7 @@ TEST_F(RetentionSettingTest, WhatWouldGoAtOnceGoesOnlyWhenTheUserAgrees) {
 
   choose(RetentionPolicy::month);
   ASSERT_TRUE(alerts.shown.has_value());
+  EXPECT_TRUE(alerts.shown->takesFocus) << "it answers what the user did";
   EXPECT_EQ(alerts.shown->message, "Move 1 capture older than 30 days to the Trash?");
   EXPECT_THAT(alerts.shown->informative, HasSubstr("leave History for good"));
   EXPECT_TRUE(alerts.shown->buttons.back().isDefault) << "Return and a missing display keep them";
