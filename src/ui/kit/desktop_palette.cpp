@@ -154,6 +154,15 @@ QPalette paletteOfKDE(const QString& file) {
   return palette;
 }
 
+QFont fontOfKDE(const QString& file) {
+  // The format's reader has the keys of the group "General" without a group.
+  const QSettings settings(file, QSettings::IniFormat);
+  const QString words = settings.value(QStringLiteral("font")).toStringList().join(u',');
+  QFont named;
+  if (!words.isEmpty() && named.fromString(words)) return named;
+  return {QStringLiteral("Noto Sans"), 10};
+}
+
 std::optional<QFont> fontNamed(const QString& words) {
   QStringList parts = words.split(u' ', Qt::SkipEmptyParts);
   if (parts.size() < 2) return std::nullopt;
@@ -290,11 +299,14 @@ void DesktopPalette::followSettingsOfKDE() {
   watcher_ = new QFileSystemWatcher(this);
   const QString file =
       QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("kdeglobals"));
-  if (file.isEmpty() || !watcher_->addPath(file)) return;
+  // Who has changed nothing yet has no such file.
+  const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+  if (!watcher_->addPath(file.isEmpty() ? folder : file)) return;
   settled_.setSingleShot(true);
   settled_.setInterval(settlingTime);
   connect(&settled_, &QTimer::timeout, this, [this] { readSettingsOfKDE(); });
   connect(watcher_, &QFileSystemWatcher::fileChanged, &settled_, qOverload<>(&QTimer::start));
+  connect(watcher_, &QFileSystemWatcher::directoryChanged, &settled_, qOverload<>(&QTimer::start));
 }
 
 void DesktopPalette::readSettingsOfKDE() {
@@ -302,15 +314,15 @@ void DesktopPalette::readSettingsOfKDE() {
       QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("kdeglobals"));
   if (file.isEmpty()) return;
   watcher_->addPath(file);  // a new file under the old name is not watched
+  if (const QStringList folders = watcher_->directories(); !folders.isEmpty()) {
+    watcher_->removePaths(folders);
+  }
   QThreadPool::globalInstance()->start([file, receiver = QPointer<DesktopPalette>(this)] {
     const QPalette palette = paletteOfKDE(file);
-    QString font;
-    const QSettings settings(file, QSettings::IniFormat);
-    font = settings.value(QStringLiteral("General/font")).toStringList().join(u',');
+    const QFont font = fontOfKDE(file);
     QMetaObject::invokeMethod(qApp, [receiver, palette, font] {
       if (receiver == nullptr) return;
-      QFont named;
-      if (!font.isEmpty() && named.fromString(font)) setApplicationFont(named);
+      setApplicationFont(font);
       QApplication::setPalette(palette);
     });
   });

@@ -68,6 +68,9 @@ class DesktopPalette : public QObject {
 /// light or dark as its window is. Blocks; any thread.
 [[nodiscard]] QPalette paletteOfKDE(const QString& file);
 
+/// The font that such a file names, or KDE's usual one. Blocks; any thread.
+[[nodiscard]] QFont fontOfKDE(const QString& file);
+
 /// The font in words as the desktops of GNOME's kin write it, "Cantarell Bold 11"; nothing where
 /// they name none.
 [[nodiscard]] std::optional<QFont> fontNamed(const QString& words);

@@ -316,6 +316,7 @@ TEST(KDEPaletteTest, TheColorsOfItsSettingsAreTakenWhereTheyMakeSense) {
   QFile text(file);
   ASSERT_TRUE(text.open(QIODevice::WriteOnly));
   text.write(
+      "[General]\nfont=Noto Serif,13,-1,5,50,0,0,0,0,0\n"
       "[Colors:Window]\nBackgroundNormal=49,54,59\nForegroundNormal=239,240,241\n"
       "[Colors:View]\nBackgroundNormal=35,38,41\nForegroundNormal=1,2,x\n"
       "[Colors:Selection]\nBackgroundNormal=300,1,1\nForegroundNormal=252,252,252\n");
@@ -327,6 +328,8 @@ TEST(KDEPaletteTest, TheColorsOfItsSettingsAreTakenWhereTheyMakeSense) {
   EXPECT_EQ(palette.color(QPalette::Text), desktopPalette(true).color(QPalette::Text));
   EXPECT_EQ(palette.color(QPalette::Highlight), desktopPalette(true).color(QPalette::Highlight));
   EXPECT_EQ(palette.color(QPalette::HighlightedText), QColor(252, 252, 252));
+  EXPECT_EQ(fontOfKDE(file).family(), QStringLiteral("Noto Serif"));
+  EXPECT_EQ(fontOfKDE(file).pointSize(), 13);
 }
 
 }  // namespace
