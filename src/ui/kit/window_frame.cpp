@@ -12,6 +12,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QVBoxLayout>
+#include <QWindow>
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -224,17 +225,15 @@ void WindowFrame::putBack(const WindowPlace& place) {
           .marginsRemoved(border()));
 }
 
-/// What the window manager has put around the window.
+/// What the window manager has put around the window. The widget's own frame is known only once it
+/// has been moved.
 QMargins WindowFrame::border() const {
-  const QRect frame = frameGeometry();
-  const QRect inside = geometry();
-  return {inside.left() - frame.left(), inside.top() - frame.top(), frame.right() - inside.right(),
-          frame.bottom() - inside.bottom()};
+  return windowHandle() != nullptr ? windowHandle()->frameMargins() : QMargins();
 }
 
 void WindowFrame::keepOnScreen() {
   if (isMaximized()) return;
-  const QRect frame = frameGeometry();
+  const QRect frame = geometry().marginsAdded(border());
   const QList<QRect> areas = workAreasNow();
   qint64 shown = 0;
   bool hasTitleBar = false;
