@@ -71,10 +71,12 @@ BusReply toBus(CommandReply reply) {
 }
 
 /// Pictures come and go. By default the memory of the first one as large as the screen would make
-/// the allocator keep twice that much for every thread from then on.
+/// the allocator keep twice that much for every thread from then on, and threads that do little
+/// would have a heap of their own each.
 void giveMemoryBack() {
   constexpr int megabyte = 1 << 20;
   (void)::mallopt(M_MMAP_THRESHOLD, 16 * megabyte);
+  (void)::mallopt(M_ARENA_MAX, 2);
   (void)::mallopt(M_TRIM_THRESHOLD, 4 * megabyte);
 }
 

@@ -18,6 +18,7 @@
 #include "ui/kit/alert_dialogs.hpp"
 #include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/font_preload.hpp"
+#include "ui/kit/memory_at_rest.hpp"
 #include "ui/kit/program_icon.hpp"
 #include "ui/kit/qt_runner.hpp"
 #include "ui/qt_app_windows.hpp"
@@ -170,6 +171,7 @@ class QtDesktopUi : public DesktopUi {
   CaptureFlash flash_{native_};
   AlertDialogs alerts_;
   FontPreload fonts_;
+  MemoryAtRest memory_;
   std::optional<int> quitStatus_;
   bool isRunning_ = false;
 };
