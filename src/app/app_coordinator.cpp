@@ -361,12 +361,17 @@ void AppCoordinator::startResident() {
 }
 
 void AppCoordinator::reportUnfinishedAtLastQuit() {
-  const std::vector<std::string>& stored = services_.settings.values().filingUnfinishedAtQuit;
+  const std::vector<std::string> stored = services_.settings.values().filingUnfinishedAtQuit;
+  // A quit that was begun meanwhile may have put down others.
+  auto forget = lifetime_.guard([this, stored] {
+    if (services_.settings.values().filingUnfinishedAtQuit != stored) return;
+    services_.settings.set(&SettingsValues::filingUnfinishedAtQuit, {});
+  });
+  if (stored.empty()) return;
   const auto items = QuitFilingNote::fromStored(stored);
-  if (!stored.empty()) services_.settings.set(&SettingsValues::filingUnfinishedAtQuit, {});
-  if (items.empty()) return;
+  if (items.empty()) return forget();
   logWarning("Quit", "{}", QuitFilingNote::unfinishedAtLastQuit(items));
-  services_.alerts.notify("Vantorel", QuitFilingNote::unfinishedAtLastQuit(items));
+  services_.alerts.tell("Vantorel", QuitFilingNote::unfinishedAtLastQuit(items), forget);
 }
 
 void AppCoordinator::quit() {

@@ -136,6 +136,9 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
   EXPECT_TRUE(run->icon.isVisible);
   EXPECT_THAT(run->alerts.notices,
               ElementsAre("Vantorel: Vantorel quit before it finished saving a Recording."));
+  EXPECT_THAT(run->settings->values().filingUnfinishedAtQuit, testing::SizeIs(2))
+      << "until it is on the screen";
+  run->alerts.told();
   const auto shortcutOf = [this](const std::string& label) {
     const std::vector<StatusMenuItem> menu = run->app->statusMenu();
     return std::ranges::find(menu, label, &StatusMenuItem::label)->shortcut;

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/lifetime.hpp"
 #include "base/log.hpp"
 #include "main/terminal_surfaces.hpp"
 #include "platform/linux/command_bus.hpp"
@@ -22,8 +23,9 @@ constexpr std::chrono::milliseconds cueLength{700};
 /// Dialogs by the toolkit, passing messages by the desktop.
 class DesktopAlerts final : public Alerts {
  public:
-  DesktopAlerts(Alerts& dialogs, DesktopNotifications& notifications)
-      : dialogs_(dialogs), notifications_(notifications) {}
+  DesktopAlerts(Alerts& dialogs, DesktopNotifications& notifications,
+                std::shared_ptr<TaskRunner> main)
+      : dialogs_(dialogs), notifications_(notifications), main_(std::move(main)) {}
 
   AlertID ask(Alert alert, std::function<void(std::size_t)> answered) override {
     return dialogs_.ask(std::move(alert), std::move(answered));
@@ -34,16 +36,29 @@ class DesktopAlerts final : public Alerts {
   void notify(std::string title, std::string body) override {
     notifications_.notify(std::move(title), std::move(body));
   }
+  void tell(std::string title, std::string body, std::function<void()> shown) override {
+    auto answered = lifetime_.guard([this, title, body, shown = std::move(shown)](bool isTaken) {
+      if (isTaken) return shown();
+      dialogs_.tell(title, body, shown);
+    });
+    notifications_.notify(std::move(title), std::move(body),
+                          [main = main_, answered = std::move(answered)](bool isTaken) {
+                            main->post([answered, isTaken]() mutable { answered(isTaken); });
+                          });
+  }
   void withdraw(std::string title) override { notifications_.withdraw(std::move(title)); }
 
  private:
   Alerts& dialogs_;
   DesktopNotifications& notifications_;
+  std::shared_ptr<TaskRunner> main_;
+  Lifetime lifetime_;
 };
 
-std::unique_ptr<Alerts> makeAlerts(DesktopUi* ui, DesktopNotifications& notifications) {
+std::unique_ptr<Alerts> makeAlerts(DesktopUi* ui, DesktopNotifications& notifications,
+                                   std::shared_ptr<TaskRunner> main) {
   if (ui == nullptr) return std::make_unique<TerminalAlerts>();
-  return std::make_unique<DesktopAlerts>(ui->alerts(), notifications);
+  return std::make_unique<DesktopAlerts>(ui->alerts(), notifications, std::move(main));
 }
 
 SettingsValues defaultsFor(const UserFolders& folders) {
@@ -93,7 +108,7 @@ DesktopWing::DesktopWing(Lanes& theLanes, const std::optional<Path>& theRoot,
           environmentVariable, main,
           ui == nullptr ? WindowContents::onDemand : WindowContents::keptFromStart)),
       notifications(lanes.disks.queue("com.hollen.Vantorel.notifications")),
-      alerts(makeAlerts(ui, notifications)),
+      alerts(makeAlerts(ui, notifications, main)),
       detachedClipboard(main, lanes.disks.queue("com.hollen.Vantorel.clipboard")),
       sounds(lanes.disks.queue("com.hollen.Vantorel.sounds")),
       settingsFile({.files = *files,

@@ -33,6 +33,11 @@ void TerminalAlerts::notify(std::string title, std::string body) {
   logInfo("Alert", "{}: {}", title, body);
 }
 
+/// The log may be read by nobody: it is told again where there are windows.
+void TerminalAlerts::tell(std::string title, std::string body, std::function<void()>) {
+  notify(std::move(title), std::move(body));
+}
+
 void TerminalProgress::show(std::uint64_t done, std::uint64_t total, std::string_view words) {
   const std::lock_guard lock(mutex_);
   if (total == 0) {

@@ -30,6 +30,7 @@ class TerminalAlerts final : public Alerts {
   void bringForward() override {}
   [[nodiscard]] bool isModalDialogUp() const override { return false; }
   void notify(std::string title, std::string body) override;
+  void tell(std::string title, std::string body, std::function<void()> shown) override;
   void withdraw(std::string) override {}
 };
 

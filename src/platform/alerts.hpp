@@ -50,6 +50,10 @@ class Alerts {
   /// Never blocks; lost when nobody shows such messages, for the log has it too.
   virtual void notify(std::string title, std::string body) = 0;
 
+  /// Shows what must not be lost: as a passing message, and where nobody shows such, as a dialog
+  /// without the focus. `shown` is called once one of them is on the screen.
+  virtual void tell(std::string title, std::string body, std::function<void()> shown) = 0;
+
   /// Takes the message of that title back, if there is one: it no longer holds.
   virtual void withdraw(std::string title) = 0;
 };

@@ -15,13 +15,16 @@ namespace {
 constexpr std::chrono::seconds longestWait{2};
 constexpr const char* notificationInterface = "org.freedesktop.Notifications";
 
+/// Whether there is one, and it did what it was asked for.
 template <class Call>
-void withService(Call call) {
+bool withService(Call call) {
   try {
     const auto connection = sdbus::createSessionBusConnection();
     call(*sdbus::createProxy(*connection, notificationInterface, "/org/freedesktop/Notifications"));
+    return true;
   } catch (const sdbus::Error& error) {
     logInfo("Notification", "nobody shows it: {}", error.what());
+    return false;
   }
 }
 
@@ -41,13 +44,15 @@ std::string escaped(std::string_view text) {
 
 }  // namespace
 
-void DesktopNotifications::notify(std::string title, std::string body) {
+void DesktopNotifications::notify(std::string title, std::string body,
+                                  std::function<void(bool)> done) {
   logInfo("Notification", "{}: {}", title, body);
   // What is said may name a file whose name is no text; the bus takes nothing else.
   title = repairedUtf8(title);
   body = repairedUtf8(body);
-  queue_->post([title = std::move(title), body = std::move(body), numbers = numbers_] {
-    withService([&](sdbus::IProxy& service) {
+  queue_->post([title = std::move(title), body = std::move(body), done = std::move(done),
+                numbers = numbers_] {
+    const bool isTaken = withService([&](sdbus::IProxy& service) {
       std::uint32_t& number = (*numbers)[title];
       service.callMethod("Notify")
           .onInterface(notificationInterface)
@@ -59,6 +64,7 @@ void DesktopNotifications::notify(std::string title, std::string body) {
                          std::int32_t{-1})
           .storeResultsTo(number);
     });
+    if (done) done(isTaken);
   });
 }
 
@@ -66,7 +72,7 @@ void DesktopNotifications::withdraw(std::string title) {
   queue_->post([title = std::move(title), numbers = numbers_] {
     const auto shown = numbers->extract(title);
     if (shown.empty()) return;
-    withService([&](sdbus::IProxy& service) {
+    (void)withService([&](sdbus::IProxy& service) {
       service.callMethod("CloseNotification")
           .onInterface(notificationInterface)
           .withTimeout(longestWait)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -17,8 +18,9 @@ class DesktopNotifications {
   /// `queue` is a serial queue that may block.
   explicit DesktopNotifications(std::shared_ptr<TaskRunner> queue) : queue_(std::move(queue)) {}
 
-  /// In place of the one of the same title before it, should that still be up.
-  void notify(std::string title, std::string body);
+  /// In place of the one of the same title before it, should that still be up. `done`, when there
+  /// is one, is told on the queue whether a service took it.
+  void notify(std::string title, std::string body, std::function<void(bool isTaken)> done = {});
 
   /// Closes the one of that title, should it still be up.
   void withdraw(std::string title);

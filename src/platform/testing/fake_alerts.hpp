@@ -16,6 +16,7 @@ class FakeAlerts final : public Alerts {
   int timesForward = 0;
   std::vector<std::string> notices;    ///< "title: body"
   std::vector<std::string> withdrawn;  ///< titles
+  std::function<void()> told;          ///< what was told last is on the screen
 
   /// Presses the button of that label on the dialog that is up; false when there is none.
   bool press(const std::string& label) {
@@ -41,6 +42,10 @@ class FakeAlerts final : public Alerts {
   [[nodiscard]] bool isModalDialogUp() const override { return shown.has_value(); }
   void notify(std::string title, std::string body) override {
     notices.push_back(std::move(title) + ": " + std::move(body));
+  }
+  void tell(std::string title, std::string body, std::function<void()> isShown) override {
+    notify(std::move(title), std::move(body));
+    told = std::move(isShown);
   }
   void withdraw(std::string title) override { withdrawn.push_back(std::move(title)); }
 

@@ -124,4 +124,14 @@ void AlertDialogs::notify(std::string title, std::string body) {
   logInfo("Alerts", "{}: {}", title, body);
 }
 
+/// The title of all of them is the program's.
+void AlertDialogs::tell(std::string, std::string body, std::function<void()> shown) {
+  ask({.style = Alert::Style::warning,
+       .message = std::move(body),
+       .buttons = {{"OK", true, true}},
+       .takesFocus = false},
+      [](std::size_t) {});
+  shown();
+}
+
 }  // namespace vantorel

@@ -22,6 +22,7 @@ class AlertDialogs : public Alerts {
   void bringForward() override;
   [[nodiscard]] bool isModalDialogUp() const override { return !waiting_.empty(); }
   void notify(std::string title, std::string body) override;
+  void tell(std::string title, std::string body, std::function<void()> shown) override;
   void withdraw(std::string) override {}
 
  private:
