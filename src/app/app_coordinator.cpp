@@ -289,7 +289,7 @@ std::vector<StatusMenuItem> AppCoordinator::statusMenu() {
 }
 
 void AppCoordinator::menuChanged() {
-  if (services_.statusItem != nullptr) services_.statusItem->menuChanged();
+  if (menu_ != nullptr) menu_->update();
 }
 
 bool AppCoordinator::show(AppWindow window) {
@@ -303,6 +303,11 @@ bool AppCoordinator::show(AppWindow window) {
 
 void AppCoordinator::startedAgain() {
   if (!show(AppWindow::history)) sayThatItRuns();
+}
+
+void AppCoordinator::newCollection() {
+  if (!show(AppWindow::history)) return;
+  if (Surface* const history = surfaces_.history.surface()) history->addCollection();
 }
 
 void AppCoordinator::sayThatItRuns() {

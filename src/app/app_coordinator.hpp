@@ -77,6 +77,10 @@ class AppCoordinator {
   /// Opens the window, or brings it forward. False when there are none.
   bool show(AppWindow window);
 
+  /// Makes a collection in History, has its name written there, and files what is taken from now on
+  /// into it.
+  void newCollection();
+
   /// Told of each capture that a person or a script took, as soon as it is in the library, and of
   /// its id once it is on the clipboard as well.
   std::function<void(const CaptureOutcome::Saved&)> onSaved;

@@ -402,17 +402,45 @@ TEST_F(AppCoordinatorTest, AQuitThatWouldLoseSettingsAsksFirst) {
   EXPECT_TRUE(run->terminated);
 }
 
+TEST_F(AppCoordinatorTest, TheIconHasADotAndTheMenuAWayOutWhileCapturesAreFiled) {
+  run->app->startResident();
+  const auto filing = [this] {
+    const std::vector<StatusMenuItem> menu = run->app->statusMenu();
+    return *std::ranges::find(menu, "File into Collection", &StatusMenuItem::label);
+  };
+  ASSERT_THAT(filing().items, testing::SizeIs(2));
+  EXPECT_EQ(filing().items[0].label, "New Collection");
+  EXPECT_FALSE(filing().items[1].isEnabled);
+  run->settings->set(&SettingsValues::activeCollectionID, "c1");
+  run->runners.advance(1s);
+  EXPECT_EQ(run->icon.mark, StatusMark::none) << "there is no such collection";
+  ASSERT_TRUE(run->store.addCollection({.id = "c1", .name = "Poster"}).has_value());
+  run->runners.advance(1s);
+  EXPECT_EQ(run->icon.mark, StatusMark::filing);
+  filing().items.back().perform();
+  run->runners.advance(1s);
+  EXPECT_EQ(run->icon.mark, StatusMark::none);
+}
+
 TEST_F(AppCoordinatorTest, TheMenuUndoesTheLastDeletion) {
   run->begin({.kind = Kind::display});
   const EntryPointer entry = run->store.entries().at(0);
   const auto undo = [this] {
     const std::vector<StatusMenuItem> menu = run->app->statusMenu();
-    return *std::ranges::find(menu, "Undo Recent Delete", &StatusMenuItem::label);
+    return *std::ranges::find_if(menu, [](const StatusMenuItem& item) {
+      return item.label.starts_with("Undo Recent Delete");
+    });
   };
+  run->app->startResident();
   EXPECT_FALSE(undo().isEnabled);
   run->library.deletion().trash({entry->id}, HistoryDeletion::Undo::offered, [](const auto&) {});
   run->runners.run();
   ASSERT_TRUE(undo().isEnabled);
+  EXPECT_EQ(undo().label, "Undo Recent Delete (8 s)");
+  run->icon.menuChanges = 0;
+  run->runners.advance(2s);
+  EXPECT_EQ(undo().label, "Undo Recent Delete (6 s)");
+  EXPECT_GE(run->icon.menuChanges, 2) << "each second";
   run->trash.failing[entry->path] = FailureKind::noSpace;
   undo().perform();
   run->runners.run();

@@ -86,10 +86,16 @@ class FakeStatusItem final : public StatusItem {
   bool isVisible = false;
   bool hasHost = true;
   int menuChanges = 0;
+  StatusMark mark = StatusMark::none;
   void setVisible(bool visible) override { isVisible = visible; }
   void setMenu(std::function<std::vector<StatusMenuItem>()>, std::function<void()>) override {}
   void menuChanged() override { ++menuChanges; }
+  void setMark(StatusMark wanted) override { mark = wanted; }
   [[nodiscard]] bool isHosted() const override { return hasHost; }
+  Observation observeHost(std::function<void()> changed) override {
+    return hosts.add(std::move(changed));
+  }
+  Observers<> hosts;
 };
 
 /// What outlives the program: the disk and the stored settings.

@@ -85,8 +85,13 @@ class FakeTray final : public StatusItem {
   bool isShown = true;
   void setVisible(bool) override {}
   void setMenu(std::function<std::vector<StatusMenuItem>()>, std::function<void()>) override {}
+  void setMark(StatusMark) override {}
   void menuChanged() override {}
   [[nodiscard]] bool isHosted() const override { return isShown; }
+  Observation observeHost(std::function<void()> changed) override {
+    return hosts.add(std::move(changed));
+  }
+  Observers<> hosts;
 };
 
 TEST(WelcomeModelTest, SaysHowToCaptureWhereToAndHowTheProgramIsReached) {
@@ -106,6 +111,10 @@ TEST(WelcomeModelTest, SaysHowToCaptureWhereToAndHowTheProgramIsReached) {
   session.runners.run();
   EXPECT_THAT(model.captureKey(), ElementsAre("Print"));
   EXPECT_EQ(model.folder(), "~/old");
+  int looks = 0;
+  const Observation looking = model.observe([&] { ++looks; });
+  tray.hosts.notify();
+  EXPECT_EQ(looks, 1) << "a tray takes the icon a moment after the start";
   EXPECT_EQ(model.sessionWords(), "It waits in the tray. Right-click the icon for every command.");
   tray.isShown = false;
   EXPECT_EQ(model.sessionWords(),

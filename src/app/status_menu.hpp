@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "base/observers.hpp"
+
 namespace vantorel {
 
 /// One line of the tray's menu.
@@ -20,6 +22,9 @@ struct StatusMenuItem {
   std::vector<StatusMenuItem> items;  ///< of a submenu
 };
 
+/// What the icon tells beyond being there, as a dot on it.
+enum class StatusMark { none, filing, recording };
+
 /// The program's icon in the tray. Lives on the main runner.
 class StatusItem {
  public:
@@ -32,11 +37,17 @@ class StatusItem {
   virtual void setMenu(std::function<std::vector<StatusMenuItem>()> menu,
                        std::function<void()> activated) = 0;
 
+  virtual void setMark(StatusMark mark) = 0;
+
   /// Tells the host that the lines have changed.
   virtual void menuChanged() = 0;
 
   /// Whether a tray host shows the icon.
   [[nodiscard]] virtual bool isHosted() const = 0;
+
+  /// Called when a host has taken the icon, or has gone; of one that embeds windows only the next
+  /// look tells.
+  virtual Observation observeHost(std::function<void()> changed) = 0;
 };
 
 }  // namespace vantorel

@@ -15,6 +15,9 @@ class Surface {
  public:
   virtual ~Surface() = default;
   virtual void bringForward() = 0;
+
+  /// Where collections are shown: makes one that is filed into, and has its name written.
+  virtual void addCollection() {}
 };
 
 /// Zero or one window.
@@ -29,6 +32,9 @@ class WindowSlot {
     main_->post([window = std::move(window_)] {});
   }
   [[nodiscard]] bool isOpen() const { return window_ != nullptr; }
+
+  /// Null while there is none.
+  [[nodiscard]] Surface* surface() const { return window_.get(); }
 
  private:
   std::shared_ptr<TaskRunner> main_;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -67,12 +68,35 @@ void TrayMenu::follow() {
   settingsObservation_ = app_.settings().observe([this](std::string_view) { updateSoon(); });
   libraryObservation_ =
       app_.library().store().observe([this](const HistoryChange&) { updateSoon(); });
-  undoObservation_ = app_.library().deletion().observeUndo([this] { item_.menuChanged(); });
+  undoObservation_ = app_.library().deletion().observeUndo([this] { countUndoDown(); });
+  update();
 }
 
 void TrayMenu::updateSoon() {
   update_.renew();
-  main_->postAfter(updatePause, update_.guard([this] { item_.menuChanged(); }));
+  main_->postAfter(updatePause, update_.guard([this] { update(); }));
+}
+
+void TrayMenu::update() {
+  item_.setMark(mark());
+  item_.menuChanged();
+}
+
+StatusMark TrayMenu::mark() const {
+  if (app_.arbiter().isRunning(CaptureActivity::recording)) return StatusMark::recording;
+  const auto& active = app_.settings().values().activeCollectionID;
+  const auto& all = app_.library().store().collections();
+  const bool isFiling =
+      active && std::ranges::find(all, *active, &HistoryCollection::id) != all.end();
+  return isFiling ? StatusMark::filing : StatusMark::none;
+}
+
+/// The line says how long there is.
+void TrayMenu::countUndoDown() {
+  item_.menuChanged();
+  undoCount_.renew();
+  if (!app_.library().deletion().pendingUndo()) return;
+  main_->postAfter(std::chrono::seconds(1), undoCount_.guard([this] { countUndoDown(); }));
 }
 
 StatusMenuItem TrayMenu::line(std::string_view name) {
@@ -125,7 +149,8 @@ StatusMenuItem TrayMenu::fileIntoCollection() {
           settings.set(&SettingsValues::activeCollectionID, std::optional(id));
         }));
   }
-  lines.push_back(separator());
+  if (!lines.empty()) lines.push_back(separator());
+  lines.push_back(action("New Collection", [this] { app_.newCollection(); }));
   lines.push_back(action("Stop Filing", [&settings] {
     settings.set(&SettingsValues::activeCollectionID, std::nullopt);
   }));
@@ -144,6 +169,16 @@ StatusMenuItem TrayMenu::copyRecentCapture() {
   return submenu("Copy Recent Capture", std::move(lines));
 }
 
+StatusMenuItem TrayMenu::undoRecentDelete() {
+  StatusMenuItem undo = line("UndoRecentDelete");
+  const HistoryDeletion& deletion = app_.library().deletion();
+  const auto left = std::chrono::ceil<std::chrono::seconds>(deletion.undoEnds() -
+                                                            app_.library().clock().monotonic());
+  if (deletion.pendingUndo() && left.count() > 0)
+    undo.label += fmt::format(" ({} s)", left.count());
+  return undo;
+}
+
 std::vector<StatusMenuItem> TrayMenu::lines() {
   std::vector<StatusMenuItem> menu;
   for (const auto* const name :
@@ -155,9 +190,9 @@ std::vector<StatusMenuItem> TrayMenu::lines() {
   menu.push_back(separator());
   menu.push_back(line("OpenHistory"));
   menu.push_back(line("FocusCard"));
-  if (!app_.library().store().collections().empty()) menu.push_back(fileIntoCollection());
+  menu.push_back(fileIntoCollection());
   menu.push_back(copyRecentCapture());
-  menu.push_back(line("UndoRecentDelete"));
+  menu.push_back(undoRecentDelete());
   menu.push_back(separator());
   menu.push_back(line("OpenSettings"));
   menu.push_back(line("OpenHelp"));

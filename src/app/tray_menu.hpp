@@ -20,6 +20,9 @@ class TrayMenu {
   /// Follows everything that the menu is made of, from now on.
   void follow();
 
+  /// Has the icon shown as things are now, and its menu read anew.
+  void update();
+
   /// The menu as it is now.
   [[nodiscard]] std::vector<StatusMenuItem> lines();
 
@@ -29,7 +32,10 @@ class TrayMenu {
   [[nodiscard]] StatusMenuItem captureDelay();
   [[nodiscard]] StatusMenuItem fileIntoCollection();
   [[nodiscard]] StatusMenuItem copyRecentCapture();
+  [[nodiscard]] StatusMenuItem undoRecentDelete();
+  [[nodiscard]] StatusMark mark() const;
   void updateSoon();
+  void countUndoDown();
 
   AppCoordinator& app_;
   std::shared_ptr<TaskRunner> main_;
@@ -38,6 +44,7 @@ class TrayMenu {
   Observation libraryObservation_;
   Observation undoObservation_;
   Lifetime update_;
+  Lifetime undoCount_;
   Lifetime lifetime_;
 };
 

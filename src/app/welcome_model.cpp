@@ -14,6 +14,9 @@ WelcomeModel::WelcomeModel(Services services) : services_(std::move(services)) {
   }));
   observations_.push_back(services_.autostart.observe(changed));
   observations_.push_back(services_.library.observe(changed));
+  if (services_.statusItem != nullptr) {
+    observations_.push_back(services_.statusItem->observeHost(changed));
+  }
   if (services_.recorder != nullptr) {
     observations_.push_back(
         services_.recorder->observe([changed](std::string_view) { changed(); }));

@@ -20,9 +20,9 @@ class WelcomeModel {
     SettingsStore& settings;
     AutostartSwitch& autostart;
     LibraryPane& library;
-    ShortcutRecorder* recorder = nullptr;    ///< knows whether the key works; may be null
-    const StatusItem* statusItem = nullptr;  ///< null where there is none
-    std::string home;                        ///< see `SettingsModel::Services`
+    ShortcutRecorder* recorder = nullptr;  ///< knows whether the key works; may be null
+    StatusItem* statusItem = nullptr;      ///< null where there is none
+    std::string home;                      ///< see `SettingsModel::Services`
 
     std::function<void()> openShortcuts;  ///< in Settings
     std::function<void()> openHelp;

@@ -135,12 +135,13 @@ void HistorySidebar::refresh() {
   }
 }
 
-void HistorySidebar::addCollection() {
+std::optional<std::string> HistorySidebar::addCollection() {
   const auto id = model_->createCollection("New collection");
-  if (!id) return;
+  if (!id) return std::nullopt;
   refresh();
   inside_->layout()->activate();
   rename(*id);
+  return *id;
 }
 
 void HistorySidebar::rename(const std::string& collectionID, std::function<void()> then) {

@@ -22,8 +22,9 @@ class HistorySidebar : public QScrollArea {
   /// Takes up what the model has changed.
   void refresh();
 
-  /// Makes a collection and has its name written.
-  void addCollection();
+  /// Makes a collection, has its name written and answers its id; nothing when it could not be
+  /// made.
+  std::optional<std::string> addCollection();
 
   /// Has a collection's name written. `then` is called when a key has ended that.
   void rename(const std::string& collectionID, std::function<void()> then = {});

@@ -111,6 +111,12 @@ HistoryWindow::HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<
 
 HistoryWindow::~HistoryWindow() = default;
 
+void HistoryWindow::addCollection() {
+  isSidebarWanted_ = true;
+  setDrawer(isNarrow());
+  if (const auto id = sidebar_->addCollection()) model_->fileInto(id);
+}
+
 void HistoryWindow::addKeys() {
   const auto key = [this](const QKeySequence& keys, auto run) {
     auto* const shortcut = new QShortcut(keys, this);

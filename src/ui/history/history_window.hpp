@@ -28,6 +28,8 @@ class HistoryWindow : public WindowFrame {
   HistoryWindow(std::shared_ptr<HistoryModel> model, std::function<void()> onClosed);
   ~HistoryWindow() override;
 
+  void addCollection() override;
+
  protected:
   void leave() override;
   void keyPressEvent(QKeyEvent* event) override;

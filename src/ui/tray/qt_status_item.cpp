@@ -71,7 +71,7 @@ void QtStatusItem::setVisible(bool visible) {
     return embed();
   }
   notifier_ = std::make_unique<StatusNotifierItem>(
-      bus, trayIcon(),
+      bus, trayIcon(mark_),
       StatusNotifierItem::Listener{.hosted =
                                        [this](bool hosted) {
                                          isNotifierHosted_ = hosted;
@@ -80,6 +80,7 @@ void QtStatusItem::setVisible(bool visible) {
                                          } else {
                                            embed();
                                          }
+                                         hosts_.notify();
                                        },
                                    .activated =
                                        [this] {
@@ -93,7 +94,7 @@ void QtStatusItem::setVisible(bool visible) {
 /// have no tray, for its making asks the bus too, and would wait for a tray that hangs.
 void QtStatusItem::embed() {
   if (embedded_) return;
-  embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon().pictures);
+  embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon(mark_).pictures);
   embedded_->setToolTip(QStringLiteral("Vantorel"));
   embedded_->setContextMenu(&windowMenu());
   QObject::connect(embedded_.get(), &QSystemTrayIcon::activated, embedded_.get(),
@@ -121,6 +122,12 @@ void QtStatusItem::setMenu(std::function<std::vector<StatusMenuItem>()> menu,
   lines_ = std::move(menu);
   activated_ = std::move(activated);
   if (notifier_) notifier_->menu().setSource(lines_);
+}
+
+void QtStatusItem::setMark(StatusMark mark) {
+  if (std::exchange(mark_, mark) == mark) return;
+  if (notifier_) notifier_->setIcon(trayIcon(mark));
+  if (embedded_) embedded_->setIcon(trayIcon(mark).pictures);
 }
 
 void QtStatusItem::menuChanged() {

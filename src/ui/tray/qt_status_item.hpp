@@ -23,8 +23,12 @@ class QtStatusItem : public StatusItem {
   void setVisible(bool visible) override;
   void setMenu(std::function<std::vector<StatusMenuItem>()> menu,
                std::function<void()> activated) override;
+  void setMark(StatusMark mark) override;
   void menuChanged() override;
   [[nodiscard]] bool isHosted() const override;
+  Observation observeHost(std::function<void()> changed) override {
+    return hosts_.add(std::move(changed));
+  }
 
  private:
   void embed();
@@ -36,6 +40,8 @@ class QtStatusItem : public StatusItem {
   std::function<void()> activated_;
   std::unique_ptr<StatusNotifierItem> notifier_;
   bool isNotifierHosted_ = false;
+  StatusMark mark_ = StatusMark::none;
+  Observers<> hosts_;
   std::unique_ptr<QMenu> menu_;  ///< for trays that do not show it themselves
   std::unique_ptr<QSystemTrayIcon> embedded_;
 };

@@ -251,6 +251,9 @@ TEST_F(StatusItemTest, TraysComeAndGoLater) {
   settle();
   EXPECT_FALSE(ui->statusItem().isHosted());
   ui->statusItem().menuChanged();
+  std::vector<bool> hosts;
+  const Observation watching =
+      ui->statusItem().observeHost([&] { hosts.push_back(ui->statusItem().isHosted()); });
   for (int round = 0; round < 2; ++round) {
     tray = std::make_unique<TestTray>(desktop->busAddress());
     ASSERT_TRUE(becomesHosted(true)) << round;
@@ -258,6 +261,7 @@ TEST_F(StatusItemTest, TraysComeAndGoLater) {
     tray.reset();
     ASSERT_TRUE(becomesHosted(false)) << round;
   }
+  EXPECT_THAT(hosts, ElementsAre(true, false, true, false));
   ui->statusItem().setVisible(false);
 }
 

@@ -126,6 +126,12 @@ StatusNotifierItem::~StatusNotifierItem() {
   bus_.unregisterService(service_);
 }
 
+void StatusNotifierItem::setIcon(TrayIcon icon) {
+  icon_ = std::move(icon);
+  bus_.send(QDBusMessage::createSignal(QLatin1String(path), QLatin1String(itemInterface),
+                                       QStringLiteral("NewIcon")));
+}
+
 /// Asks any watcher there is to take the icon. Without one the bus refuses at once.
 void StatusNotifierItem::watcherCame() {
   auto call = watcherCall(watcherName, "RegisterStatusNotifierItem");
@@ -240,6 +246,7 @@ QString StatusNotifierItem::introspect(const QString&) const {
 <method name="Scroll">
 <arg type="i" direction="in"/><arg type="s" direction="in"/>
 </method>
+<signal name="NewIcon"/>
 </interface>
 )xml");
 }

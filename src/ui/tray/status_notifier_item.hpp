@@ -29,6 +29,8 @@ class StatusNotifierItem : public QDBusVirtualObject {
   StatusNotifierItem(QDBusConnection bus, TrayIcon icon, Listener listener);
   ~StatusNotifierItem() override;
 
+  void setIcon(TrayIcon icon);
+
   [[nodiscard]] DBusMenu& menu() { return menu_; }
 
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
