@@ -30,7 +30,8 @@ QFont headingFont() {
 }  // namespace
 
 HelpWindow::HelpWindow(std::shared_ptr<HelpModel> model, std::function<void()> onClosed)
-    : WindowFrame("help", QStringLiteral("Help"), {usualSize, leastSize}, std::move(onClosed)),
+    : WindowFrame("help", QStringLiteral("Help"), {usualSize, leastSize, true},
+                  std::move(onClosed)),
       model_(std::move(model)),
       search_(new QLineEdit),
       scroll_(new QScrollArea) {

@@ -89,7 +89,7 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
                          std::function<void()> onClosed)
     : name_(std::move(name)),
       plainLeast_(measures.least),
-      measures_{measures.usual, grownWithFont(measures.least)},
+      measures_(measures),
       onClosed_(std::move(onClosed)),
       layout_(new QVBoxLayout(this)),
       message_(new MessageBand(this)) {
@@ -98,6 +98,7 @@ WindowFrame::WindowFrame(std::string name, const QString& title, Measures measur
   setAccessibleRole(*this, QAccessible::Window);
   setWindowTitle(title);
   setAccessibleName(title);
+  if (measures_.growsWithFont) measures_.least = grownWithFont(plainLeast_);
   setMinimumSize(measures_.least);
   layout_->setContentsMargins(0, 0, 0, 0);
   layout_->setSpacing(0);
@@ -291,7 +292,7 @@ void WindowFrame::resizeEvent(QResizeEvent* event) {
 
 void WindowFrame::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
-  if (event->type() == QEvent::FontChange) {
+  if (event->type() == QEvent::FontChange && measures_.growsWithFont) {
     measures_.least = grownWithFont(plainLeast_);
     if (isPlaced_) fitLeastSize();
   }

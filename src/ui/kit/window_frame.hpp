@@ -37,6 +37,8 @@ class WindowFrame : public QWidget, public Surface {
   struct Measures {
     QSize usual;
     QSize least;
+    /// `least` holds words of the usual size: it grows for larger ones.
+    bool growsWithFont = false;
   };
 
   /// `name` is what the place is remembered by; `title` stands in the title bar.

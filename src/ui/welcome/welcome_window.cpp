@@ -132,7 +132,7 @@ class ButtonBar : public QWidget {
 }  // namespace
 
 WelcomeWindow::WelcomeWindow(std::shared_ptr<WelcomeModel> model, std::function<void()> onClosed)
-    : WindowFrame("welcome", QStringLiteral("Vantorel"), {usualSize, leastSize},
+    : WindowFrame("welcome", QStringLiteral("Vantorel"), {usualSize, leastSize, true},
                   [model, closed = std::move(onClosed)] {
                     model->finish();
                     if (closed) closed();
