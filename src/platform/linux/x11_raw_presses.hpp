@@ -8,8 +8,7 @@
 namespace vantorel {
 
 /// Hears of each press of a button of the pointer, whoever gets it and whoever has grabbed the
-/// pointer: the second version of the input extension. Its library is not worth loading for two
-/// requests. Lives on the connection's thread.
+/// pointer: the second version of the input extension. Lives on the connection's thread.
 class X11RawPresses {
  public:
   explicit X11RawPresses(xcb_connection_t* connection);
