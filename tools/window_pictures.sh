@@ -64,6 +64,9 @@ for combination in "$@"; do
       vantorel show "$1"
       until window=$(xdotool search --onlyvisible --name "^$2\$" | tail -1) && [ -n "$window" ]; do sleep 0.05; done
       xdotool windowmove --sync "$window" 40 40
+      # After what a portal, where there is one, has to say of it.
+      settled
+      sleep 1
       if [ "$theme" = dark ]; then
         desktop_says string:org.freedesktop.appearance string:color-scheme variant:uint32:1
       fi

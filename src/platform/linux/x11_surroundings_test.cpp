@@ -16,9 +16,9 @@ namespace {
 
 using testing::ElementsAre;
 
-[[maybe_unused]] const bool authorityIsNamed = (nameXAuthority(), true);
-
 struct X11SurroundingsTest : testing::Test {
+  static void SetUpTestSuite() { nameXAuthority(); }
+
   /// Whatever was asked for before has been done when a new look has come.
   void awaitAll() {
     const DesktopLook wanted{"Sans " + std::to_string(++looks), false};
