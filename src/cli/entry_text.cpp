@@ -2,13 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
 #include "app/capture_rewriter.hpp"
 #include "base/json_record.hpp"
 #include "base/time_text.hpp"
+#include "editor/entry_document.hpp"
 #include "library/entry_failure.hpp"
 #include "library/relocation_report.hpp"
 
@@ -63,10 +63,6 @@ std::string details(const ScreenshotEntry& entry, const HistoryStore& store, Fil
   }
   row("text", entry.ocrText.value_or(""));
   return text;
-}
-
-bool isRedacted(const ScreenshotEntry& entry) {
-  return std::ranges::find(entry.shapes, ShapeType::redact, &Shape::type) != entry.shapes.end();
 }
 
 }  // namespace
