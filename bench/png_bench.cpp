@@ -79,7 +79,8 @@ BENCHMARK_CAPTURE(encode, small_text, text, PNGEffort::small)
     ->UseRealTime()
     ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(decode, text, text)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(decode, text, text)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(decode, photo, photo)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace vantorel

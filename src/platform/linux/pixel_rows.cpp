@@ -32,6 +32,18 @@ void packOpaque(const std::uint8_t* from, std::size_t pixels, std::uint8_t* to) 
   std::memcpy(to + 3 * (pixels - 1), &rgb, 3);
 }
 
+void unpackOpaque(const std::uint8_t* from, std::size_t pixels, std::uint8_t* to) {
+  const auto unpack = [&](std::size_t i, std::uint32_t rgb) {
+    const std::uint32_t pixel = redFirst(rgb) | 0xFF000000;
+    std::memcpy(to + 4 * i, &pixel, 4);
+  };
+  // Each load reads a byte too many, but for the last.
+  for (std::size_t i = 0; i + 1 < pixels; ++i) unpack(i, pixelAt(from + 3 * i));
+  std::uint32_t rgb = 0;
+  std::memcpy(&rgb, from + 3 * (pixels - 1), 3);
+  unpack(pixels - 1, rgb);
+}
+
 /// What a premultiplied colour is multiplied by for each alpha, in 1/65536.
 constexpr std::array<std::uint32_t, 256> unmultiplying = [] {
   std::array<std::uint32_t, 256> factors{};
@@ -77,8 +89,9 @@ void packRow(const Image& image, int y, std::span<std::uint8_t> out) {
 
 void unpackRow(std::span<const std::uint8_t> row, int bytesPerPixel, std::span<std::uint8_t> out) {
   const std::uint8_t* from = row.data();
-  for (std::size_t to = 0; to < out.size(); to += 4, from += bytesPerPixel) {
-    const unsigned alpha = bytesPerPixel == 4 ? from[3] : 255;
+  if (bytesPerPixel == 3) return unpackOpaque(from, out.size() / 4, out.data());
+  for (std::size_t to = 0; to < out.size(); to += 4, from += 4) {
+    const unsigned alpha = from[3];
     for (std::size_t channel = 0; channel < 3; ++channel) {
       out[to + channel] = static_cast<std::uint8_t>((from[2 - channel] * alpha + 127) / 255);
     }

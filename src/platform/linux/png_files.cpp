@@ -17,6 +17,7 @@
 #include "platform/linux/exif.hpp"
 #include "platform/linux/picture_limits.hpp"
 #include "platform/linux/pixel_rows.hpp"
+#include "platform/linux/png_stripes_reader.hpp"
 
 namespace vantorel {
 namespace {
@@ -266,6 +267,7 @@ bool writeRows(png_structp png, png_infop info, const IndexedImage& image,
 
 Result<Image> readPNG(std::string_view bytes) {
   const PNGHeader header = VT_TRY(headerOf(PictureInMemory(bytes)));
+  if (auto picture = readStripedPNG(bytes)) return turned(*std::move(picture), header.orientation);
   const std::string pixels = withoutRemarks(bytes);
   PNGReader reader(pixels);
   return turned(VT_TRY(reader.read(header.size)), header.orientation);

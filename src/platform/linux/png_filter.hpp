@@ -13,4 +13,8 @@ enum class PNGFilter : std::uint8_t { none = 0, up = 2, paeth = 4 };
 void filterRow(PNGFilter filter, int bytesPerPixel, std::span<const std::uint8_t> row,
                std::span<const std::uint8_t> above, std::span<std::uint8_t> out);
 
+/// Turns the differences in `row` back into the row they were made of.
+void unfilterRow(PNGFilter filter, int bytesPerPixel, std::span<const std::uint8_t> above,
+                 std::span<std::uint8_t> row);
+
 }  // namespace vantorel

@@ -172,9 +172,7 @@ std::string joined(const std::vector<Stripe>& stripes, std::string to) {
   return to;
 }
 
-std::vector<Stripe> stripesOf(int height, std::size_t rowBytes, std::size_t stripeBytes) {
-  const auto rows =
-      static_cast<int>(std::clamp<std::size_t>(stripeBytes / rowBytes, sampledRows, 1U << 20));
+std::vector<Stripe> stripesOf(int height, int rows) {
   std::vector<Stripe> stripes;
   for (int y = 0; y < height; y += rows) {
     stripes.push_back({.firstRow = y, .rows = std::min(rows, height - y)});
@@ -184,12 +182,16 @@ std::vector<Stripe> stripesOf(int height, std::size_t rowBytes, std::size_t stri
 
 }  // namespace
 
+int rowsOfStripe(PNGEffort effort, std::size_t rowBytes) {
+  const std::size_t bytes = effort == PNGEffort::fast ? fastStripeBytes : smallStripeBytes;
+  return static_cast<int>(std::clamp<std::size_t>(bytes / rowBytes, sampledRows, 1U << 20));
+}
+
 Result<std::string> writePNG(const Image& image, const ImageEncoding& encoding) try {
   const PNGEffort effort = encoding.pngEffort;
   const int bytesPerPixel = isOpaque(image) ? 3 : 4;
   const std::size_t rowBytes = static_cast<std::size_t>(image.width() * bytesPerPixel) + 1;
-  std::vector<Stripe> stripes = stripesOf(
-      image.height(), rowBytes, effort == PNGEffort::fast ? fastStripeBytes : smallStripeBytes);
+  std::vector<Stripe> stripes = stripesOf(image.height(), rowsOfStripe(effort, rowBytes));
 
   const auto threadCount = static_cast<unsigned>(std::min<std::size_t>(
       stripes.size(), std::clamp(std::thread::hardware_concurrency(), 1U, maximumThreads)));
