@@ -16,6 +16,10 @@ class Surface {
   virtual ~Surface() = default;
   virtual void bringForward() = 0;
 
+  /// Closes it, once the user has said what becomes of what is not saved. `done` is told whether it
+  /// is closed: the user may want to keep it open.
+  virtual void requestClose(std::function<void(bool closed)> done) { done(false); }
+
   /// Where collections are shown: makes one that is filed into, and has its name written.
   virtual void addCollection() {}
 };
@@ -58,6 +62,20 @@ class KeyedWindows {
     windows_.erase(found);
   }
   [[nodiscard]] bool isOpen(const std::string& entryID) const { return windows_.contains(entryID); }
+
+  /// Null while there is none.
+  [[nodiscard]] Surface* surface(const std::string& entryID) const {
+    const auto found = windows_.find(entryID);
+    return found == windows_.end() ? nullptr : found->second.surface();
+  }
+
+  /// What was open under one name is so under another one from now on, which is free.
+  void rename(const std::string& from, const std::string& to) {
+    auto node = windows_.extract(from);
+    if (node.empty()) return;
+    node.key() = to;
+    windows_.insert(std::move(node));
+  }
 
  private:
   std::shared_ptr<TaskRunner> main_;

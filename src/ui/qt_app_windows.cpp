@@ -58,4 +58,12 @@ std::shared_ptr<Surface> QtAppWindows::open(AppWindow window, Closed closed) {
   return frame;
 }
 
+std::shared_ptr<Surface> QtAppWindows::openAnnotate(std::shared_ptr<AnnotateModel>, Closed) {
+  return nullptr;
+}
+
+std::shared_ptr<Surface> QtAppWindows::openPin(std::shared_ptr<PinModel>, Closed) {
+  return nullptr;
+}
+
 }  // namespace vantorel

@@ -19,6 +19,10 @@ class QtAppWindows final : public AppWindows {
 
   [[nodiscard]] std::shared_ptr<Surface> open(AppWindow window,
                                               std::function<void()> closed) override;
+  [[nodiscard]] std::shared_ptr<Surface> openAnnotate(std::shared_ptr<AnnotateModel> model,
+                                                      std::function<void()> closed) override;
+  [[nodiscard]] std::shared_ptr<Surface> openPin(std::shared_ptr<PinModel> model,
+                                                 std::function<void()> closed) override;
 
  private:
   std::shared_ptr<NativeWindows> native_;
