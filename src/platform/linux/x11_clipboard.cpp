@@ -9,6 +9,10 @@
 namespace vantorel {
 namespace {
 
+/// How long another program may take to hand over what it has copied.
+constexpr std::chrono::seconds ownerBound{10};
+constexpr std::size_t maximumPasted = std::size_t{512} << 20U;
+
 std::string latin1(const std::string& utf8) {
   std::string text;
   for (std::size_t i = 0; i < utf8.size(); ++i) {
@@ -89,6 +93,35 @@ void X11Clipboard::setText(std::string text, std::move_only_function<void(Result
 void X11Clipboard::setShapes(std::string json, std::move_only_function<void(Result<void>)> done) {
   put({{std::string(shapesClipboardType), shared(json)}}, json, clipboard_refusal::shapes,
       std::move(done));
+}
+
+void X11Clipboard::read(std::vector<std::string> types, Read done) {
+  runBounded<Result<ClipboardItem>>(
+      main_, {ownerBound, ownerBound, {}},
+      [this, types = std::move(types)](
+          std::move_only_function<void(Result<ClipboardItem>)> reply) mutable {
+        worker_->post([main = main_, types = std::move(types),
+                       reply = std::move(reply)](Result<X11Client*> client) mutable {
+          auto answer = [main, reply = std::move(reply)](Result<ClipboardItem> item) mutable {
+            main->post([item = std::move(item), reply = std::move(reply)]() mutable {
+              reply(std::move(item));
+            });
+          };
+          if (!client) return answer(std::unexpected(client.error()));
+          static_cast<X11ClipboardOwner&>(**client).reader().read(std::move(types), maximumPasted,
+                                                                  std::move(answer));
+        });
+      },
+      lifetime_.guard(
+          [this, done = std::move(done)](std::optional<Result<ClipboardItem>> item) mutable {
+            if (item) return done(*std::move(item));
+            worker_->post([](Result<X11Client*> client) {
+              if (client) static_cast<X11ClipboardOwner&>(**client).reader().cancel();
+            });
+            done(failed(FailureKind::unreachable,
+                        "the program that has the clipboard doesn't hand it over"));
+          }),
+      nullptr);
 }
 
 void X11Clipboard::handOver() {

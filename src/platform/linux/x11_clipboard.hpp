@@ -25,6 +25,7 @@ class X11Clipboard final : public Clipboard {
   /// Calls `lost` when another program puts something on it. One listener.
   void whenLost(std::function<void()> lost) { lost_ = std::move(lost); }
   [[nodiscard]] std::string shapes() const override { return shapes_; }
+  void read(std::vector<std::string> types, Read done) override;
   void handOver() override;
 
  private:

@@ -17,6 +17,12 @@ void setProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t p
                       static_cast<std::uint32_t>(items.size()), items.data());
 }
 
+xcb_window_t rootOf(xcb_connection_t* connection, int screen) {
+  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+  for (; screen > 0; --screen) xcb_screen_next(&screens);
+  return screens.data->root;
+}
+
 void listen(xcb_connection_t* connection, xcb_window_t window, std::uint32_t events) {
   xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, &events);
 }
@@ -25,12 +31,14 @@ void listen(xcb_connection_t* connection, xcb_window_t window, std::uint32_t eve
 
 X11ClipboardOwner::X11ClipboardOwner(xcb_connection_t* connection, int screen,
                                      std::function<void()> lost)
-    : connection_(connection), window_(xcb_generate_id(connection)), lost_(std::move(lost)) {
-  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-  for (; screen > 0; --screen) xcb_screen_next(&screens);
+    : connection_(connection),
+      window_(xcb_generate_id(connection)),
+      lost_(std::move(lost)),
+      reader_(connection, rootOf(connection, screen)) {
   const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
-  xcb_create_window(connection, XCB_COPY_FROM_PARENT, window_, screens.data->root, 0, 0, 1, 1, 0,
-                    XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
+  xcb_create_window(connection, XCB_COPY_FROM_PARENT, window_, rootOf(connection, screen), 0, 0, 1,
+                    1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
+                    &events);
   clipboard_ = atom("CLIPBOARD");
   manager_ = atom("CLIPBOARD_MANAGER");
   targets_ = atom("TARGETS");
@@ -92,6 +100,7 @@ void X11ClipboardOwner::handOver(Answer kept) {
 }
 
 void X11ClipboardOwner::handle(const xcb_generic_event_t& event) {
+  if (reader_.handle(event)) return;
   switch (event.response_type & 0x7f) {
     case XCB_PROPERTY_NOTIFY:
       propertyChanged(reinterpret_cast<const xcb_property_notify_event_t&>(event));

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/x11_clipboard_reader.hpp"
 #include "platform/linux/x11_worker.hpp"
 
 namespace vantorel {
@@ -31,6 +32,9 @@ class X11ClipboardOwner final : public X11Client {
   /// Asks the clipboard manager to keep what is ours; answers false when it does not. Without a
   /// manager or anything of ours there is nothing to ask.
   void handOver(Answer kept);
+
+  /// What is on the clipboard, ours or another program's.
+  [[nodiscard]] X11ClipboardReader& reader() { return reader_; }
 
   void handle(const xcb_generic_event_t& event) override;
 
@@ -64,6 +68,7 @@ class X11ClipboardOwner final : public X11Client {
   xcb_connection_t* connection_;
   xcb_window_t window_;
   std::function<void()> lost_;
+  X11ClipboardReader reader_;
   xcb_atom_t clipboard_;
   xcb_atom_t manager_;
   xcb_atom_t targets_;

@@ -134,6 +134,12 @@ class ClipboardTest : public testing::Test {
     return outcome ? *std::move(outcome) : failed(FailureKind::other, "no answer");
   }
 
+  Result<ClipboardItem> read(std::vector<std::string> types) {
+    auto item = loop.answer<Result<ClipboardItem>>(
+        [&](auto done) { clipboard.read(std::move(types), std::move(done)); });
+    return item ? *std::move(item) : failed(FailureKind::other, "no answer");
+  }
+
   static std::string bytes(std::size_t count) {
     std::string text = "\x89PNG\r\n\x1a\n";
     while (text.size() < count) text.push_back(static_cast<char>(text.size() * 7919 >> 3));
@@ -180,6 +186,35 @@ TEST_F(ClipboardTest, AnnotationsCanBePastedUntilAnythingElseIsCopied) {
   // Taken back from who took it since.
   ASSERT_TRUE(copy(&Clipboard::setImage, bytes(1000)));
   EXPECT_TRUE(paste("image/png") == bytes(1000));
+}
+
+TEST_F(ClipboardTest, ReadsWhatAnyProgramHasCopied) {
+  const std::string png = bytes(3'000'001);
+  const auto file = desktop.folder() / "picture";
+  std::ofstream(file, std::ios::binary) << png;
+  // A copy that was replaced meanwhile has ended.
+  const auto other = desktop.start(
+      {"xclip", "-quiet", "-selection", "clipboard", "-t", "image/png", "-i", file.string()});
+  ASSERT_TRUE(
+      loop.runUntil([&] { return paste("TARGETS").find("image/png") != std::string::npos; }));
+  EXPECT_TRUE(read(clipboard_types::pictures)->bytes == png);
+  EXPECT_EQ(read(clipboard_types::texts).error().kind, FailureKind::notFound);
+
+  ASSERT_TRUE(copy(&Clipboard::setText, "Grüße, 世界"));
+  EXPECT_EQ(read(clipboard_types::texts)->bytes, "Grüße, 世界") << "our own";
+  EXPECT_EQ(read(clipboard_types::pictures).error().kind, FailureKind::notFound);
+  ASSERT_TRUE(copy(&Clipboard::setImage, png));
+  EXPECT_TRUE(read(clipboard_types::pictures)->bytes == png) << "our own, in pieces";
+
+  // Of two at a time the later one counts, and both are answered.
+  std::optional<Result<ClipboardItem>> first;
+  clipboard.read(clipboard_types::pictures, [&](auto item) { first = std::move(item); });
+  EXPECT_EQ(read({"image/webp", "image/png"})->type, "image/png");
+  EXPECT_TRUE(first.has_value());
+}
+
+TEST_F(ClipboardTest, NothingOnTheClipboardIsNothingRead) {
+  EXPECT_EQ(read(clipboard_types::pictures).error().kind, FailureKind::notFound);
 }
 
 TEST_F(ClipboardTest, HandsTheContentToTheManagerAtTheEnd) {
