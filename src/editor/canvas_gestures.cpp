@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "editor/canvas_input.hpp"
+#include "editor/shape_layers.hpp"
+#include "editor/step_names.hpp"
 #include "editor/tool_spec.hpp"
 
 namespace vantorel {
@@ -44,8 +46,7 @@ Box upright(Box box) {
 
 /// Where the corner lies in a frame pulled by it.
 Pt pulledCorner(const ResizeHandle& corner, const Box& frame) {
-  return {corner.position.x > 0 ? frame.right() : frame.x,
-          corner.position.y > 0 ? frame.bottom() : frame.y};
+  return {frame.x + corner.position.x * frame.w, frame.y + corner.position.y * frame.h};
 }
 
 /// The point that a corner pulled in proportion has with the same x (or y) as `at`, on the side
@@ -129,8 +130,8 @@ void CanvasInput::finishDrawing(const PointerEvent& event) {
       distance({shape.x1, shape.y1}, {shape.x2, shape.y2}) < captureTolerance(event) / 2) {
     return;
   }
-  const std::string name = "Draw " + std::string(specOf(toolOf(shape.type)).label);
-  model_.edit(name, [&](EditorSnapshot& state) { state.append(shape); });
+  const std::string_view verb = isTwoPoint(shape.type) || !shape.points.empty() ? "Draw" : "Add";
+  model_.edit(stepName(verb, 1, shape.type), [&](EditorSnapshot& state) { state.append(shape); });
   // Strokes, badges and stamps come in rows; handles would be in the way of the next one.
   if (isTwoPoint(shape.type)) model_.select({shape.id});
 }
@@ -138,6 +139,10 @@ void CanvasInput::finishDrawing(const PointerEvent& event) {
 void CanvasInput::move(const PointerEvent& event) {
   if (isSelectingText_) {
     text_.extendTo(toCapture(event.at));
+    return;
+  }
+  if (isMarking_) {
+    if (model_.isTyping()) model_.placeCaret(toCapture(event.at), true, 1);
     return;
   }
   // A click that trembles moves nothing.
@@ -159,8 +164,9 @@ void CanvasInput::move(const PointerEvent& event) {
       marquee_ = spanned(startCanvas_, event.at);
       const Box inCapture = upright(model_.toCanvas().inverse()(*marquee_));
       std::set<std::string> selection = startSelection_;
+      const auto isSeen = shownBy(*model_.state().layers, model_.captureSize());
       for (const auto& shape : *model_.state().shapes) {
-        if (model_.isShown(*shape) && touches(*shape, inCapture, model_.measureText())) {
+        if (touches(*shape, inCapture, model_.measureText()) && isSeen(*shape)) {
           selection.insert(shape->id);
         }
       }
@@ -265,8 +271,13 @@ void CanvasInput::resizeLayer(const PointerEvent& event) {
   guides_.clear();
   if (!event.command) {
     at = pulledCorner(corner, pulledFrame(corner, at, proportions));
-    auto across = snap({at.x}, guideLines(Guide::Direction::vertical), event.tolerance);
-    auto down = snap({at.y}, guideLines(Guide::Direction::horizontal), event.tolerance);
+    // An edge meets what lies across its way alone.
+    std::vector<double> left;
+    std::vector<double> top;
+    if (corner.position.x != 0.5) left = {at.x};
+    if (corner.position.y != 0.5) top = {at.y};
+    auto across = snap(left, guideLines(Guide::Direction::vertical), event.tolerance);
+    auto down = snap(top, guideLines(Guide::Direction::horizontal), event.tolerance);
     if (event.shift && across && down) {  // only the nearer can be met
       (std::abs(across->first) <= std::abs(down->first) ? down : across).reset();
     }
@@ -299,7 +310,13 @@ void CanvasInput::moveCrop(const PointerEvent& event) {
     case CropMode::resize: {
       const ResizeHandle corner = std::get<ResizeHandle>(handle_->kind);
       crop = upright(pulledFrame(corner, event.at, Proportions::free));
-      if (ratio) crop = withRatio(crop, *ratio, 1 - corner.position.y);
+      if (ratio && corner.position.x == 0.5) {
+        const double width = crop.h * *ratio;
+        crop.x += (crop.w - width) / 2;
+        crop.w = width;
+      } else if (ratio) {
+        crop = withRatio(crop, *ratio, 1 - corner.position.y);
+      }
       break;
     }
   }

@@ -1,5 +1,6 @@
 #include "editor/canvas_input.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -51,6 +52,7 @@ void CanvasInput::press(const PointerEvent& event) {
   // A press without the release of the one before: the window lost it.
   if (isInGesture()) cancel();
   isSelectingText_ = false;
+  isMarking_ = false;
   if (model_.tool() != Tool::selectText) text_.clear();
   model_.endStep();
   startCanvas_ = event.at;
@@ -71,11 +73,25 @@ void CanvasInput::press(const PointerEvent& event) {
   if (!pressHandle(event)) startDrawing(*shapeTypeOf(model_.tool()), event);
 }
 
-/// Takes the text box being typed in by a handle, or anywhere else to move it.
+/// Whether the pointer is on the frame around the text being typed, beside its letters.
+bool CanvasInput::isOnTextFrame(const PointerEvent& event) const {
+  const Box box = model_.frameOfShape(*model_.draft());
+  const Pt at = toCapture(event.at);
+  return contains(grown(box, 2 * captureTolerance(event)), at) && !contains(box, at);
+}
+
+/// Takes the text box being typed in by a handle, or by its frame, which moves it; inside, puts the
+/// caret.
 bool CanvasInput::pressTextBox(const PointerEvent& event) {
   if (pressHandle(event)) return true;
   const Box box = model_.frameOfShape(*model_.draft());
-  if (!contains(grown(box, captureTolerance(event)), startCapture_)) return false;
+  const bool isInside = contains(box, startCapture_);
+  if (isInside && !event.command) {
+    model_.placeCaret(startCapture_, event.shift, event.clicks);
+    isMarking_ = event.clicks < 2;
+    return true;
+  }
+  if (!isInside && !isOnTextFrame(event)) return false;
   handle_ = ShapeHandle{TextBoxHandle::move, startCapture_};
   startShapes_ = {*model_.draft()};
   startFrame_ = box;
@@ -115,7 +131,7 @@ void CanvasInput::pressSelect(const PointerEvent& event) {
     }
     startShapes_ = model_.selectedShapes();
     mode_ = GestureMode::move;
-    model_.beginStep("Move");
+    model_.beginStep(model_.selectionStep("Move"));
     return;
   }
   if (event.clicks >= 2 && isCaptureShown() && text_.hasWordAt(startCapture_)) {
@@ -133,29 +149,33 @@ void CanvasInput::pressSelect(const PointerEvent& event) {
 
 /// The topmost image under the pointer; the capture itself only when it is the selected layer
 /// already, as it lies under everything.
-bool CanvasInput::pressLayer(const PointerEvent& event) {
+const LayerSpec* CanvasInput::layerUnder(Pt canvas) const {
   const LayerSpec* const selected = model_.selectedLayer();
-  const std::string selectedID = selected == nullptr ? "" : selected->id;
   const auto& layers = *model_.state().layers;
   for (auto layer = layers.rbegin(); layer != layers.rend(); ++layer) {
-    if (!layer->visible || !contains(layer->frame, event.at)) continue;
-    if (!layer->path && layer->id != selectedID) continue;
-    startFrame_ = layer->frame;
-    const bool locked = layer->locked;
-    model_.selectLayer(std::string(layer->id));
-    if (!locked) {
-      mode_ = GestureMode::layerMove;
-      model_.beginStep("Move Layer");
-    }
-    return true;
+    if (!layer->visible || !contains(layer->frame, canvas)) continue;
+    if (layer->path || &*layer == selected) return &*layer;
   }
-  return false;
+  return nullptr;
+}
+
+bool CanvasInput::pressLayer(const PointerEvent& event) {
+  const LayerSpec* const layer = layerUnder(event.at);
+  if (layer == nullptr) return false;
+  startFrame_ = layer->frame;
+  const bool locked = layer->locked;
+  model_.selectLayer(std::string(layer->id));
+  if (!locked) {
+    mode_ = GestureMode::layerMove;
+    model_.beginStep("Move Layer");
+  }
+  return true;
 }
 
 std::vector<ShapeHandle> CanvasInput::handles() const {
   std::vector<ShapeHandle> handles;
   if (model_.tool() == Tool::crop) {
-    if (model_.pendingCrop()) return cornerHandles(*model_.pendingCrop());
+    if (model_.pendingCrop()) return frameHandles(*model_.pendingCrop());
     return {};
   }
   if (model_.isTyping()) {
@@ -165,7 +185,7 @@ std::vector<ShapeHandle> CanvasInput::handles() const {
     handles = handlesOf(*shape, model_.measureText());
   } else if (const LayerSpec* const layer = model_.selectedLayer();
              layer != nullptr && model_.tool() == Tool::select) {
-    if (layer->visible && !layer->locked) return cornerHandles(layer->frame);
+    if (layer->visible && !layer->locked) return frameHandles(layer->frame);
     return {};
   }
   const AxisMap map = model_.toCanvas();
@@ -173,44 +193,57 @@ std::vector<ShapeHandle> CanvasInput::handles() const {
   return handles;
 }
 
+/// The handle that a press would take: the nearest within twice the tolerance. In a small frame
+/// they reach less far inwards, so that its inside can be taken as well.
+std::optional<ShapeHandle> CanvasInput::handleAt(const PointerEvent& event) const {
+  const std::vector<ShapeHandle> all = handles();
+  std::vector<Pt> places;
+  for (const ShapeHandle& handle : all) places.push_back(handle.at);
+  const Box frame = boundsOf(places);
+  double reach = 2 * event.tolerance;
+  if (contains(frame, event.at))
+    reach = std::clamp(std::min(frame.w, frame.h) / 4, reach / 3, reach);
+  std::optional<ShapeHandle> nearest;
+  for (const ShapeHandle& handle : all) {
+    const double away = distance(handle.at, event.at);
+    if (away > reach || (nearest && away >= distance(nearest->at, event.at))) continue;
+    nearest = handle;
+  }
+  return nearest;
+}
+
 bool CanvasInput::pressHandle(const PointerEvent& event) {
-  for (ShapeHandle& handle : handles()) {
-    if (distance(handle.at, event.at) > event.tolerance) continue;
-    handle_ = handle;
-    handle_->at = toCapture(handle.at);
-    if (model_.isTyping()) {
-      startShapes_ = {*model_.draft()};
-      startFrame_ = model_.frameOfShape(*model_.draft());
-      mode_ = GestureMode::resize;
-      return true;
-    }
-    if (model_.selection().empty()) {
-      startFrame_ = model_.selectedLayer()->frame;
-      mode_ = GestureMode::layerResize;
-      model_.beginStep("Resize Layer");
-      return true;
-    }
-    startShapes_ = model_.selectedShapes();
-    startFrame_ = model_.frameOfShape(startShapes_.front());
-    if (std::holds_alternative<EndpointHandle>(handle.kind)) {
-      mode_ = GestureMode::endpoint;
-      model_.beginStep("Move End");
-    } else if (std::holds_alternative<BowHandle>(handle.kind)) {
-      mode_ = GestureMode::bow;
-      model_.beginStep("Bend Arrow");
-    } else {
-      mode_ = GestureMode::resize;
-      model_.beginStep("Resize");
-    }
+  const std::optional<ShapeHandle> handle = handleAt(event);
+  if (!handle) return false;
+  handle_ = handle;
+  handle_->at = toCapture(handle->at);
+  if (model_.isTyping()) {
+    startShapes_ = {*model_.draft()};
+    startFrame_ = model_.frameOfShape(*model_.draft());
+    mode_ = GestureMode::resize;
     return true;
   }
-  return false;
+  if (model_.selection().empty()) {
+    startFrame_ = model_.selectedLayer()->frame;
+    mode_ = GestureMode::layerResize;
+    model_.beginStep("Resize Layer");
+    return true;
+  }
+  startShapes_ = model_.selectedShapes();
+  startFrame_ = model_.frameOfShape(startShapes_.front());
+  if (std::holds_alternative<EndpointHandle>(handle->kind)) {
+    mode_ = GestureMode::endpoint;
+  } else {
+    mode_ =
+        std::holds_alternative<BowHandle>(handle->kind) ? GestureMode::bow : GestureMode::resize;
+  }
+  model_.beginStep(model_.selectionStep(mode_ == GestureMode::bow ? "Bend" : "Resize"));
+  return true;
 }
 
 void CanvasInput::pressCrop(const PointerEvent& event) {
   startFrame_ = model_.pendingCrop().value_or(Box{});
-  for (const ShapeHandle& handle : handles()) {
-    if (distance(handle.at, event.at) > event.tolerance) continue;
+  if (const std::optional<ShapeHandle> handle = handleAt(event)) {
     handle_ = handle;
     cropMode_ = CropMode::resize;
     return;
@@ -221,6 +254,7 @@ void CanvasInput::pressCrop(const PointerEvent& event) {
 
 void CanvasInput::release(const PointerEvent& event) {
   isSelectingText_ = false;
+  isMarking_ = false;
   if (cropMode_) {
     // A frame drawn and closed again is none.
     if (*cropMode_ == CropMode::draw && hasMoved_ && model_.pendingCrop() &&
@@ -272,34 +306,123 @@ bool CanvasInput::handle(const KeyEvent& event) {
   if (event.key == EditorKey::escape) return escape();
   if (isInGesture()) return false;
   if (model_.tool() == Tool::selectText && !text_.isEmpty() && textKey(event)) return true;
+  if (model_.isTyping()) return typingKey(event);
   if (event.key == EditorKey::character && event.command) return commandKey(event);
-  if (model_.isTyping()) {
-    if (event.key != EditorKey::enter || !event.command) return false;
-    model_.endText();
-    return true;
-  }
-  const double step = event.shift ? 10 : 1;
   switch (event.key) {
-    case EditorKey::backspace: return model_.deleteSelection();
+    case EditorKey::backspace:
+    case EditorKey::del: return model_.deleteSelection();
     case EditorKey::enter: return model_.applyCrop();
-    case EditorKey::left: model_.nudge(-step, 0); return true;
-    case EditorKey::right: model_.nudge(step, 0); return true;
-    case EditorKey::up: model_.nudge(0, -step); return true;
-    case EditorKey::down: model_.nudge(0, step); return true;
-    case EditorKey::escape: return false;
+    case EditorKey::left:
+    case EditorKey::right:
+    case EditorKey::up:
+    case EditorKey::down: return arrowKey(event);
+    case EditorKey::tab:
+      if (event.command || event.alt || model_.state().shapes->empty()) return false;
+      model_.selectNext(event.shift ? -1 : 1);
+      return true;
+    case EditorKey::escape:
+    case EditorKey::home:
+    case EditorKey::end: return false;
     case EditorKey::character: break;
   }
+  if (event.alt) return false;
+  if (styleKey(event.text)) return true;
   const auto tool = toolForKey(event.text);
   if (tool) model_.pickTool(*tool);
   return tool.has_value();
 }
 
+/// Moves the selection, with Alt changes its size.
+bool CanvasInput::arrowKey(const KeyEvent& event) {
+  if (model_.selection().empty() && model_.selectedLayer() == nullptr) return false;
+  const double step = event.shift ? 10 : 1;
+  Pt by;
+  if (event.key == EditorKey::left) by.x = -step;
+  if (event.key == EditorKey::right) by.x = step;
+  if (event.key == EditorKey::up) by.y = -step;
+  if (event.key == EditorKey::down) by.y = step;
+  if (event.alt) {
+    model_.resizeSelection(by.x, by.y);
+  } else {
+    model_.nudge(by.x, by.y);
+  }
+  return true;
+}
+
+/// Width and ink.
+bool CanvasInput::styleKey(const std::string& key) {
+  if (key == "[" || key == "]") {
+    model_.stepWidth(key == "[" ? -1 : 1);
+    return true;
+  }
+  if (key.size() != 1 || key[0] < '1' || key[0] > '9') return false;
+  const auto swatch = static_cast<std::size_t>(key[0] - '1');
+  model_.changeStyle([swatch](ToolStyle& style) { style.color = inkSwatches[swatch]; });
+  return true;
+}
+
+/// What a text field would do.
+bool CanvasInput::typingKey(const KeyEvent& event) {
+  const auto move = [&](CaretStep step) {
+    model_.moveCaret(step, event.shift);
+    return true;
+  };
+  const auto erase = [&](CaretStep step) {
+    model_.deleteText(step);
+    return true;
+  };
+  using enum CaretStep;
+  switch (event.key) {
+    case EditorKey::backspace: return erase(event.command ? wordBefore : letterBefore);
+    case EditorKey::del: return erase(event.command ? wordAfter : letterAfter);
+    case EditorKey::left: return move(event.command ? wordLeft : letterLeft);
+    case EditorKey::right: return move(event.command ? wordRight : letterRight);
+    case EditorKey::up: return move(lineUp);
+    case EditorKey::down: return move(lineDown);
+    case EditorKey::home: return move(event.command ? textStart : lineStart);
+    case EditorKey::end: return move(event.command ? textEnd : lineEnd);
+    case EditorKey::enter:
+      if (event.command) {
+        model_.endText();
+      } else {
+        model_.insertText("\n");
+      }
+      return true;
+    case EditorKey::tab:
+    case EditorKey::escape: return false;
+    case EditorKey::character: break;
+  }
+  if (event.command) return typingCommand(event);
+  if (event.alt) return false;
+  model_.insertText(event.text);
+  return true;
+}
+
+bool CanvasInput::typingCommand(const KeyEvent& event) {
+  if (event.text == "z" || event.text == "Z") {
+    if (event.shift) {
+      model_.redo();
+    } else {
+      model_.undo();
+    }
+    return true;
+  }
+  if (event.text == "a") {
+    model_.selectAllText();
+    return true;
+  }
+  if (event.text != "c" && event.text != "x") return false;
+  const std::string marked = model_.selectedText();
+  if (marked.empty()) return true;  // not the picture
+  services_.copyText(marked);
+  if (event.text == "x") model_.deleteText(CaretStep::letterBefore);
+  return true;
+}
+
 bool CanvasInput::commandKey(const KeyEvent& event) {
   if (event.text == "z" || event.text == "Z") {
-    const bool done = event.shift ? model_.redo() : model_.undo();
-    return done || model_.isTyping();
+    return event.shift ? model_.redo() : model_.undo();
   }
-  if (model_.isTyping()) return false;
   if (event.text == "a") {
     model_.selectAll();
     return true;
@@ -312,6 +435,77 @@ bool CanvasInput::commandKey(const KeyEvent& event) {
   }
   if (event.text == "v") return model_.pasteShapes(services_.copiedShapes());
   return false;
+}
+
+std::optional<std::string> CanvasInput::shapeUnder(Pt canvas, double tolerance) const {
+  if (model_.tool() != Tool::select && model_.tool() != Tool::text) return std::nullopt;
+  PointerEvent event;
+  event.tolerance = tolerance;
+  const Shape* const shape = model_.shapeAt(toCapture(canvas), captureTolerance(event));
+  if (shape == nullptr) return std::nullopt;
+  if (model_.tool() == Tool::text && shape->type != ShapeType::text) return std::nullopt;
+  return shape->id;
+}
+
+namespace {
+
+CanvasCursor cursorOf(const ShapeHandle& handle) {
+  if (std::holds_alternative<EndpointHandle>(handle.kind) ||
+      std::holds_alternative<BowHandle>(handle.kind)) {
+    return CanvasCursor::cross;
+  }
+  if (const auto* textBox = std::get_if<TextBoxHandle>(&handle.kind)) {
+    switch (*textBox) {
+      case TextBoxHandle::width:
+      case TextBoxHandle::widthLeft: return CanvasCursor::resizeHorizontal;
+      case TextBoxHandle::scale: return CanvasCursor::resizeFalling;
+      case TextBoxHandle::move: return CanvasCursor::move;
+    }
+  }
+  const Pt position = std::get<ResizeHandle>(handle.kind).position;
+  if (position.y == 0.5) return CanvasCursor::resizeHorizontal;
+  if (position.x == 0.5) return CanvasCursor::resizeVertical;
+  return position.x == position.y ? CanvasCursor::resizeFalling : CanvasCursor::resizeRising;
+}
+
+}  // namespace
+
+CanvasCursor CanvasInput::cursorAt(const PointerEvent& event) const {
+  if (isMarking_) return CanvasCursor::text;
+  if (handle_) return cursorOf(*handle_);
+  switch (mode_) {
+    case GestureMode::none: break;
+    case GestureMode::draw: return CanvasCursor::cross;
+    case GestureMode::marquee: return CanvasCursor::arrow;
+    default: return CanvasCursor::move;
+  }
+  switch (model_.tool()) {
+    case Tool::eyedropper: return CanvasCursor::pick;
+    case Tool::selectText:
+      return text_.hasWordAt(toCapture(event.at)) ? CanvasCursor::text : CanvasCursor::arrow;
+    default: break;
+  }
+  if (const auto handle = handleAt(event)) return cursorOf(*handle);
+  if (model_.isTyping()) {
+    const Box box = model_.frameOfShape(*model_.draft());
+    if (contains(box, toCapture(event.at))) {
+      return event.command ? CanvasCursor::move : CanvasCursor::text;
+    }
+    if (isOnTextFrame(event)) return CanvasCursor::move;
+  }
+  switch (model_.tool()) {
+    case Tool::crop: {
+      const auto& crop = model_.pendingCrop();
+      return crop && contains(*crop, event.at) ? CanvasCursor::move : CanvasCursor::cross;
+    }
+    case Tool::text: return CanvasCursor::text;
+    case Tool::select: {
+      if (shapeUnder(event.at, event.tolerance)) return CanvasCursor::move;
+      const LayerSpec* const layer = layerUnder(event.at);
+      return layer != nullptr && !layer->locked ? CanvasCursor::move : CanvasCursor::arrow;
+    }
+    default: return CanvasCursor::cross;
+  }
 }
 
 bool CanvasInput::escape() {

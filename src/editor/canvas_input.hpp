@@ -21,14 +21,42 @@ struct PointerEvent {
   double tolerance = 6;  ///< how near counts as on it, in canvas pixels: six view pixels
 };
 
-enum class EditorKey { character, backspace, escape, enter, left, right, up, down };
+enum class EditorKey {
+  character,
+  backspace,
+  escape,
+  enter,
+  left,
+  right,
+  up,
+  down,
+  del,
+  home,
+  end,
+  tab,
+};
 
-/// One key that no text field took.
+/// One key that no text field took, and no input method.
 struct KeyEvent {
   EditorKey key = EditorKey::character;
   std::string text;  ///< of `character`
   bool shift = false;
   bool command = false;
+  bool alt = false;
+};
+
+/// What the pointer looks like. The resizing ones go along an axis or a diagonal: falling goes from
+/// the top left to the bottom right.
+enum class CanvasCursor {
+  arrow,
+  cross,
+  text,
+  move,
+  resizeHorizontal,
+  resizeVertical,
+  resizeFalling,
+  resizeRising,
+  pick,
 };
 
 /// What the pointer is doing.
@@ -65,8 +93,16 @@ class CanvasInput {
 
   void handle(const PointerEvent& event);
 
-  /// True when the key meant something here.
+  /// True when the key meant something here. While a text is typed, it takes all that a text field
+  /// would.
   bool handle(const KeyEvent& event);
+
+  /// What the pointer looks like where it is.
+  [[nodiscard]] CanvasCursor cursorAt(const PointerEvent& event) const;
+
+  /// The shape that a click of the tool in hand would take at a place of the canvas; `tolerance` as
+  /// in `PointerEvent`.
+  [[nodiscard]] std::optional<std::string> shapeUnder(Pt canvas, double tolerance) const;
 
   /// The recognised text of the capture; none while it has not been read.
   void setRecognised(const std::optional<std::vector<OCRBlock>>& blocks);
@@ -102,6 +138,9 @@ class CanvasInput {
   bool textKey(const KeyEvent& event);
   void pressCrop(const PointerEvent& event);
   bool pressHandle(const PointerEvent& event);
+  [[nodiscard]] std::optional<ShapeHandle> handleAt(const PointerEvent& event) const;
+  [[nodiscard]] const LayerSpec* layerUnder(Pt canvas) const;
+  [[nodiscard]] bool isOnTextFrame(const PointerEvent& event) const;
   bool pressLayer(const PointerEvent& event);
   void startDrawing(ShapeType type, const PointerEvent& event);
   void draw(const PointerEvent& event);
@@ -111,6 +150,10 @@ class CanvasInput {
   void moveLayer(const PointerEvent& event);
   void resizeLayer(const PointerEvent& event);
   void moveCrop(const PointerEvent& event);
+  bool typingKey(const KeyEvent& event);
+  bool typingCommand(const KeyEvent& event);
+  bool arrowKey(const KeyEvent& event);
+  bool styleKey(const std::string& key);
   bool commandKey(const KeyEvent& event);
   bool escape();
   void end();
@@ -129,6 +172,7 @@ class CanvasInput {
   TextSelection text_;
   TextReading reading_ = TextReading::notRead;
   bool isSelectingText_ = false;
+  bool isMarking_ = false;  // letters of the text being typed
 
   GestureMode mode_ = GestureMode::none;
   std::optional<CropMode> cropMode_;

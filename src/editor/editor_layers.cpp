@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "editor/editor_model.hpp"
+#include "editor/export_gate.hpp"
 #include "editor/hint_line.hpp"
 #include "editor/shape_layers.hpp"
 
@@ -102,8 +103,31 @@ bool EditorModel::setLayerFrame(const std::string& layerID, const Box& frame) {
               [&](EditorSnapshot& state) { placeLayers(state, {{std::string(layerID), frame}}); });
 }
 
+bool EditorModel::pasteLayer(const LayerFile& file, Pt middle) {
+  if (file.pixels.width < 1 || file.pixels.height < 1) return false;
+  std::string id;
+  const bool isAdded = edit("Paste Layer", [&](EditorSnapshot& state) {
+    ensureCaptureLayer(state);
+    std::vector<LayerSpec> layers = *state.layers;
+    LayerSpec layer = newImageLayer(file.path, file.pixels, {});
+    layer.frame = fitted(file.pixels, canvasSize(), {});
+    layer.frame.x = std::round(middle.x - layer.frame.w / 2);
+    layer.frame.y = std::round(middle.y - layer.frame.h / 2);
+    id = layer.id;
+    layers.push_back(std::move(layer));
+    state.setLayers(std::move(layers));
+  });
+  if (isAdded) selectLayer(id);
+  return isAdded;
+}
+
 bool EditorModel::moveLayerTo(const std::string& layerID, std::size_t position) {
-  return edit("Reorder Layers", [&](EditorSnapshot& state) {
+  return moveLayerTo(layerID, position, "Reorder Layers");
+}
+
+bool EditorModel::moveLayerTo(const std::string& layerID, std::size_t position,
+                              std::string_view name) {
+  return edit(name, [&](EditorSnapshot& state) {
     std::vector<LayerSpec> layers = *state.layers;
     const auto found = std::ranges::find(layers, layerID, &LayerSpec::id);
     if (found == layers.end()) return;
@@ -232,6 +256,10 @@ bool EditorModel::setCanvasColor(const std::string& color) {
 
 bool EditorModel::setBackground(const BackgroundSpec& background) {
   return edit("Background", [&](EditorSnapshot& state) { state.setBackground(background); });
+}
+
+PixelRect EditorModel::shownPart() const {
+  return vantorel::shownPart(cropOnCanvas(), canvasSize());
 }
 
 std::optional<Box> EditorModel::cropOnCanvas() const {

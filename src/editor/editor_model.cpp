@@ -7,14 +7,24 @@
 #include "base/random_id.hpp"
 #include "editor/document_changes.hpp"
 #include "editor/shape_layers.hpp"
+#include "editor/text_sizes.hpp"
 #include "editor/tool_spec.hpp"
 
 namespace vantorel {
+namespace {
+
+MeasureText measureWith(MeasureText measure, const LayOutText& layOut) {
+  if (measure || !layOut) return measure;
+  return [layOut](const Shape& text) { return layOut(text)->box(); };
+}
+
+}  // namespace
 
 EditorModel::EditorModel(EditorOpening opening, EditorEvents events)
     : capture_(opening.capture),
       captureScale_(opening.captureScale),
-      measureText_(std::move(opening.measureText)),
+      layOut_(std::move(opening.layOut)),
+      measureText_(remembering(measureWith(std::move(opening.measureText), layOut_))),
       events_(std::move(events)),
       documentExtra_(std::move(opening.document.extra)),
       styles_(std::move(opening.styles)) {
@@ -48,12 +58,28 @@ EditorDocument EditorModel::scene() const {
   if (typing_ && typing_->shapeID) {
     const auto edited = std::ranges::find(document.shapes, *typing_->shapeID, &Shape::id);
     if (edited != document.shapes.end()) {
-      *edited = *draft_;
+      *edited = sceneDraft();
       return document;
     }
   }
-  document.shapes.push_back(*draft_);
+  document.shapes.push_back(sceneDraft());
   return document;
+}
+
+ShapeList EditorModel::sceneShapes() const {
+  ShapeList shapes = *state_.shapes;
+  if (!draft_) return shapes;
+  auto drawn = std::make_shared<const Shape>(sceneDraft());
+  if (typing_ && typing_->shapeID) {
+    const auto edited = std::ranges::find_if(
+        shapes, [this](const auto& shape) { return shape->id == *typing_->shapeID; });
+    if (edited != shapes.end()) {
+      *edited = std::move(drawn);
+      return shapes;
+    }
+  }
+  shapes.push_back(std::move(drawn));
+  return shapes;
 }
 
 bool EditorModel::hasUnsavedChanges() const { return state_ != baseline_ || isTyping(); }
@@ -94,7 +120,7 @@ void EditorModel::cancelStep() {
 }
 
 bool EditorModel::edit(std::string_view name, const std::function<void(EditorSnapshot&)>& change) {
-  if (step_ && step_->isNudge) endStep();
+  if (step_ && step_->goesOn) endStep();
   EditorSnapshot changed = state_;
   change(changed);
   if (changed == state_) return false;
@@ -162,16 +188,12 @@ void EditorModel::stateReplaced() {
   events_.changed();
 }
 
-bool EditorModel::undoTyping(std::vector<std::string>& from, std::vector<std::string>& to) {
-  if (from.empty()) return false;
-  to.push_back(std::exchange(draft_->text, std::move(from.back())));
-  from.pop_back();
-  events_.changed();
-  return true;
-}
-
 bool EditorModel::undo() {
-  if (typing_) return undoTyping(typing_->before, typing_->after);
+  if (typing_) {
+    if (!typing_->editing.undo()) return false;
+    typed();
+    return true;
+  }
   ++interruptions_;
   if (draft_) {
     setDraft(std::nullopt);
@@ -184,7 +206,11 @@ bool EditorModel::undo() {
 }
 
 bool EditorModel::redo() {
-  if (typing_) return undoTyping(typing_->after, typing_->before);
+  if (typing_) {
+    if (!typing_->editing.redo()) return false;
+    typed();
+    return true;
+  }
   if (draft_) return false;
   ++interruptions_;
   endStep();
@@ -195,12 +221,12 @@ bool EditorModel::redo() {
 
 // The step still open, as a run of nudges is, ends with the undo and clears what could be redone.
 std::string EditorModel::undoName() const {
-  if (typing_) return typing_->before.empty() ? "" : "Typing";
+  if (typing_) return typing_->editing.canUndo() ? "Typing" : "";
   return isStepPending() ? step_->name : history_.undoName();
 }
 
 std::string EditorModel::redoName() const {
-  if (typing_) return typing_->after.empty() ? "" : "Typing";
+  if (typing_) return typing_->editing.canRedo() ? "Typing" : "";
   return isStepPending() ? "" : history_.redoName();
 }
 
@@ -306,75 +332,6 @@ std::string EditorModel::addSampledColor(const std::string& color) {
 
 void EditorModel::setDraft(std::optional<Shape> draft) {
   draft_ = std::move(draft);
-  events_.changed();
-}
-
-void EditorModel::beginText(Pt at) {
-  endText();
-  ++interruptions_;
-  draft_ = newShape(ShapeType::text);
-  draft_->x = at.x;
-  draft_->y = at.y;
-  draft_->layerId = layerAt(at);
-  typing_ = Typing{};
-  selection_.clear();
-  events_.changed();
-}
-
-bool EditorModel::editText(const std::string& shapeID) {
-  endText();
-  ++interruptions_;
-  const Shape* const shape = state_.find(shapeID);
-  if (shape == nullptr || shape->type != ShapeType::text) return false;
-  draft_ = *shape;
-  typing_ = Typing{shapeID, {}, {}};
-  selection_.clear();
-  events_.changed();
-  return true;
-}
-
-void EditorModel::setText(std::string text) {
-  if (!typing_ || draft_->text == text) return;
-  // Letters of a word are undone together.
-  const std::string& present = draft_->text;
-  const bool isOfTheWord =
-      !typing_->before.empty() && typing_->after.empty() && text.size() > present.size() &&
-      text.starts_with(present) &&
-      text.find_first_of(" \n\t", present.empty() ? 0 : present.size() - 1) == std::string::npos;
-  if (!isOfTheWord) typing_->before.push_back(present);
-  typing_->after.clear();
-  draft_->text = std::move(text);
-  events_.changed();
-}
-
-void EditorModel::endText() {
-  if (!typing_) return;
-  ++interruptions_;
-  const Typing typing = *std::exchange(typing_, std::nullopt);
-  const Shape shape = *std::exchange(draft_, std::nullopt);
-  const bool isEmpty = shape.text.find_first_not_of(" \t\n") == std::string::npos;
-  if (typing.shapeID) {
-    edit(isEmpty ? "Delete Text" : "Edit Text", [&](EditorSnapshot& state) {
-      if (!isEmpty) {
-        state.replace(shape);
-        return;
-      }
-      EditorSnapshot::Shapes kept = *state.shapes;
-      std::erase_if(kept, [&](const auto& other) { return other->id == *typing.shapeID; });
-      state.setShapes(std::move(kept));
-    });
-  } else if (!isEmpty) {
-    edit("Add Text", [&](EditorSnapshot& state) { state.append(shape); });
-  }
-  if (!isEmpty) selection_ = {shape.id};
-  events_.changed();
-}
-
-void EditorModel::cancelText() {
-  if (!typing_) return;
-  ++interruptions_;
-  typing_.reset();
-  draft_.reset();
   events_.changed();
 }
 

@@ -16,6 +16,7 @@
 #include "editor/records/combine_spec.hpp"
 #include "editor/shape_handles.hpp"
 #include "editor/shape_styling.hpp"
+#include "editor/text_editing.hpp"
 
 namespace vantorel {
 
@@ -29,7 +30,8 @@ struct EditorOpening {
   std::optional<CombineSpec> combine;  ///< of an old entry; used when there are no layers
   std::optional<double> captureScale;  ///< pixels per point
   ToolStyles styles;                   ///< as remembered by the settings
-  MeasureText measureText;
+  MeasureText measureText;             ///< none: as `layOut` says
+  LayOutText layOut;                   ///< none: typing has no caret
 };
 
 /// What the editor tells its window. None of them is called after the model is gone.
@@ -62,8 +64,12 @@ class EditorModel {
   [[nodiscard]] const EditorSnapshot& state() const { return state_; }
   [[nodiscard]] EditorDocument document() const;
 
-  /// What is to be painted: the document with the shape being drawn or typed.
+  /// What is to be painted: the document with the shape being drawn or typed, and with what an
+  /// input method composes in it.
   [[nodiscard]] EditorDocument scene() const;
+
+  /// The shapes of `scene`, shared: costs little, however many there are.
+  [[nodiscard]] ShapeList sceneShapes() const;
 
   /// The document as it was opened.
   [[nodiscard]] EditorDocument baseline() const;
@@ -77,6 +83,9 @@ class EditorModel {
   [[nodiscard]] PixelSize captureSize() const { return capture_; }
   [[nodiscard]] std::optional<double> captureScale() const { return captureScale_; }
   [[nodiscard]] CanvasSize canvasSize() const { return canvasSizeOf(*state_.canvas, capture_); }
+
+  /// The part of the canvas that an export shows: the crop, or all of it.
+  [[nodiscard]] PixelRect shownPart() const;
 
   /// From capture pixels to canvas pixels.
   [[nodiscard]] AxisMap toCanvas() const { return captureToCanvas(*state_.layers, capture_); }
@@ -139,10 +148,28 @@ class EditorModel {
   [[nodiscard]] const LayerSpec* selectedLayer() const;
   void selectLayer(const std::optional<std::string>& layerID);
   [[nodiscard]] std::vector<Shape> selectedShapes() const;
+  /// The name of a step that does `verb` to the selection: "Move Arrow".
+  [[nodiscard]] std::string selectionStep(std::string_view verb) const;
+  /// The next shown shape from front to back, or with -1 from back to front, round and round.
+  void selectNext(int direction);
   /// Deletes the selected shapes, or the selected layer.
   bool deleteSelection();
-  /// Moves the selection; steps in a row form one step.
+  /// Moves the selection; nudges in a row form one step.
   void nudge(double dx, double dy);
+  /// Makes each selected shape, or the selected layer, wider and higher; the top left corner, or
+  /// the start of a line, stays. Those in a row form one step.
+  void resizeSelection(double dw, double dh);
+  /// Takes the width of the selected shapes or of the tool `by` steps along the widths there are.
+  void stepWidth(int by);
+  /// A copy of the selection, ten points further right and down, takes its place as the selection.
+  bool duplicate();
+
+  // The order of the selected shapes among all, or of the selected layer among layers.
+  bool bringForward();
+  bool sendBackward();
+  bool bringToFront();
+  bool sendToBack();
+
   /// The topmost visible shape at a point of the capture.
   [[nodiscard]] const Shape* shapeAt(Pt point, double tolerance) const;
   [[nodiscard]] bool isShown(const Shape& shape) const;
@@ -159,12 +186,30 @@ class EditorModel {
   void beginText(Pt at);
   bool editText(const std::string& shapeID);
   void setText(std::string text);
+  /// Typed, committed by an input method, or pasted: takes the place of what is marked.
+  void insertText(std::string_view text);
+  /// Shows at the caret what an input method composes, with its caret at a byte of it; never part
+  /// of the document. Empty ends it.
+  void setComposedText(std::string_view text, std::size_t caret);
+  /// Deletes what is marked, or from the caret to where the step leads: `letterBefore` is
+  /// Backspace.
+  void deleteText(CaretStep step);
+  void moveCaret(CaretStep step, bool extends);
+  /// Puts the caret at a point of the capture; two clicks mark a word, three a line.
+  void placeCaret(Pt at, bool extends, int clicks);
+  void selectAllText();
+  [[nodiscard]] std::string selectedText() const;
+  /// Where the caret and what is marked are painted, in capture pixels; none while nothing is
+  /// typed.
+  [[nodiscard]] std::optional<TextCaret> textCaret() const;
   /// Keeps what was typed; an empty text is no shape.
   void endText();
   void cancelText();
 
   // Layers. The layer that stands for the capture can be hidden, not deleted.
   bool addLayers(const std::vector<LayerFile>& files);
+  /// Adds a picture with its middle at a point of the canvas.
+  bool pasteLayer(const LayerFile& file, Pt middle);
   bool setLayerFrame(const std::string& layerID, const Box& frame);
   bool moveLayerTo(const std::string& layerID, std::size_t position);
   bool deleteLayer(const std::string& layerID);
@@ -196,15 +241,21 @@ class EditorModel {
   struct OpenStep {
     EditorSnapshot before;
     std::string name;
-    bool isNudge = false;
+    bool goesOn = false;  // a nudge, which the next one of the same name joins
   };
   struct Typing {
     std::optional<std::string> shapeID;  // of the shape being edited; none for a new one
-    std::vector<std::string> before;     // what the text was, by words, oldest first
-    std::vector<std::string> after;      // what was undone, latest last
+    TextEditing editing;
   };
+  enum class Order { forward, backward, front, back };
 
-  bool undoTyping(std::vector<std::string>& from, std::vector<std::string>& to);
+  void beginTyping(Shape text, std::optional<std::string> shapeID);
+  void typed();
+  [[nodiscard]] const TextGeometry* geometryOf(const Shape& text) const;
+  [[nodiscard]] Shape sceneDraft() const;
+  void nudgeWith(const std::string& name, const std::function<void()>& change);
+  bool reorder(Order order, std::string_view name);
+  bool moveLayerTo(const std::string& layerID, std::size_t position, std::string_view name);
   [[nodiscard]] bool isStepPending() const { return step_ && step_->before != state_; }
   void stateReplaced();
   void ensureCaptureLayer(EditorSnapshot& state) const;
@@ -220,6 +271,7 @@ class EditorModel {
 
   PixelSize capture_;
   std::optional<double> captureScale_;
+  LayOutText layOut_;
   MeasureText measureText_;
   EditorEvents events_;
   json::Extra documentExtra_;
@@ -236,6 +288,8 @@ class EditorModel {
   std::optional<std::string> selectedLayerID_;
   std::optional<Shape> draft_;
   std::optional<Typing> typing_;
+  mutable Shape laidOut_;  // what `geometry_` is of
+  mutable std::unique_ptr<TextGeometry> geometry_;
   std::optional<Box> pendingCrop_;
   CropAspect cropAspect_ = CropAspect::free;
   std::vector<std::string> sampledColors_;

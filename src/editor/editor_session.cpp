@@ -31,24 +31,15 @@ EditorSession::EditorSession(std::string entryID, std::string path, EditorModel&
     : entryID_(std::move(entryID)),
       path_(std::move(path)),
       model_(model),
-      services_(std::move(services)),
-      builds_(services_.main, services_.background, services_.buildLayers, [] {}) {}
-
-void EditorSession::setBase(BaseImageState state) {
-  base_ = state;
-  if (state == BaseImageState::ready) rebuildLayers();
-}
-
-void EditorSession::rebuildLayers() {
-  if (base_ == BaseImageState::ready) builds_.start(model_.document());
-}
+      services_(std::move(services)) {}
 
 std::optional<ExportBlock> EditorSession::block() const {
   ExportSituation situation;
   situation.base = base_;
-  situation.build = builds_.state();
-  situation.missingLayerIDs = builds_.latest().missingLayerIDs;
-  situation.oversizedLayerIDs = builds_.latest().oversizedLayerIDs;
+  LayersReport layers = services_.layers();
+  situation.build = layers.state;
+  situation.missingLayerIDs = std::move(layers.missingLayerIDs);
+  situation.oversizedLayerIDs = std::move(layers.oversizedLayerIDs);
   situation.capture = model_.captureSize();
   return exportBlock(model_.document(), situation);
 }

@@ -38,8 +38,9 @@ struct EditorSessionServices {
   std::shared_ptr<TaskRunner> main;
   std::shared_ptr<TaskRunner> background;
 
-  /// Both are called on the background runner.
-  LayerBuilds::Build buildLayers;
+  /// What is known of the layers now.
+  std::function<LayersReport()> layers;
+  /// Draws the finished picture; called on the background runner.
   std::function<Result<Image>(const EditorDocument&)> flatten;
 
   /// Asks a question with yes and no.
@@ -59,12 +60,7 @@ class EditorSession {
                 EditorSessionServices services);
 
   /// The base image has been read, or could not be.
-  void setBase(BaseImageState state);
-
-  /// Builds the layered image anew; called after layers or canvas changed.
-  void rebuildLayers();
-
-  [[nodiscard]] const LayerBuilds& layers() const { return builds_; }
+  void setBase(BaseImageState state) { base_ = state; }
 
   /// How many findings of sensitive content are not covered by a redaction.
   void setUnredactedFindings(int count) { unredacted_ = count; }
@@ -94,7 +90,6 @@ class EditorSession {
   std::string path_;
   EditorModel& model_;
   EditorSessionServices services_;
-  LayerBuilds builds_;
   BaseImageState base_ = BaseImageState::loading;
   int unredacted_ = 0;
   bool publishingConfirmed_ = false;

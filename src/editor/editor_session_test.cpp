@@ -15,13 +15,7 @@ class EditorSessionTest : public ::testing::Test {
     EditorSessionServices result;
     result.main = runners.main();
     result.background = runners.runner("background");
-    result.buildLayers = [this](const EditorDocument& document) {
-      ++built;
-      LayerComposite composite;
-      composite.image = picture;
-      if (!document.layers.empty()) composite.missingLayerIDs = {document.layers.back().id};
-      return composite;
-    };
+    result.layers = [this] { return layers; };
     result.flatten = [this](const EditorDocument&) -> Result<Image> {
       if (isBroken) return failed(FailureKind::other, "no memory");
       return picture;
@@ -53,7 +47,7 @@ class EditorSessionTest : public ::testing::Test {
 
   FakeRunners runners;
   Image picture = MutableImage({8, 6}, PixelFormat::bgrx).finish();
-  int built = 0;
+  LayersReport layers{LayerBuildState::ready, {}, {}};
   bool isBroken = false;
   bool willConfirm = false;
   std::vector<std::string> said;
@@ -64,15 +58,22 @@ class EditorSessionTest : public ::testing::Test {
   EditorSession session{"entry", "/shot.png", model, services()};
 };
 
-TEST_F(EditorSessionTest, OnlyTheLatestBuildIsInstalled) {
+TEST_F(EditorSessionTest, OnlyTheLatestBuildIsInstalledAndBlocksWhatItLacks) {
+  int built = 0;
+  LayerBuilds builds(runners.main(), runners.runner("background"), [] {});
+  const auto build = [&] {
+    ++built;
+    return LayerComposite{picture, 8, 6, {model.state().layers->back().id}, {}, 0};
+  };
   session.setBase(BaseImageState::ready);
   model.addLayers({{"/logo.png", {4, 4}}});
-  session.rebuildLayers();
-  session.rebuildLayers();
-  EXPECT_EQ(session.layers().state(), LayerBuildState::building);
+  builds.start(build);
+  builds.start(build);
+  layers = builds.report();
   EXPECT_EQ(sentence(*session.block()), "Export is blocked: the screenshot is still loading.");
   runners.run();
   EXPECT_EQ(built, 1);
+  layers = builds.report();
   EXPECT_EQ(sentence(*session.block()), "Export is blocked: logo is missing. Hide or remove it.");
 }
 

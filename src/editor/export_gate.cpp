@@ -15,11 +15,16 @@ double paddingPixels(const BackgroundSpec& background, CanvasSize picture) {
 }
 
 PixelRect shownPart(const EditorDocument& document, PixelSize capture) {
-  const CanvasSize canvas = canvasSizeOf(document.canvas, capture);
+  std::optional<Box> crop;
+  if (document.crop) crop = captureToCanvas(document.layers, capture)(*document.crop);
+  return shownPart(crop, canvasSizeOf(document.canvas, capture));
+}
+
+PixelRect shownPart(const std::optional<Box>& cropOnCanvas, CanvasSize canvas) {
   const Box whole{0, 0, canvas.width, canvas.height};
   Box shown = whole;
-  if (document.crop) {
-    const Box crop = captureToCanvas(document.layers, capture)(*document.crop);
+  if (cropOnCanvas) {
+    const Box& crop = *cropOnCanvas;
     const double left = std::round(std::clamp(crop.x, 0.0, whole.w));
     const double top = std::round(std::clamp(crop.y, 0.0, whole.h));
     const double right = std::round(std::clamp(crop.right(), 0.0, whole.w));

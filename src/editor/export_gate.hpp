@@ -34,5 +34,6 @@ struct ExportSituation {
 /// The part of the canvas that is shown, in whole canvas pixels: the crop, or all of it. A crop
 /// that leaves nothing is no crop.
 [[nodiscard]] PixelRect shownPart(const EditorDocument& document, PixelSize capture);
+[[nodiscard]] PixelRect shownPart(const std::optional<Box>& cropOnCanvas, CanvasSize canvas);
 
 }  // namespace vantorel

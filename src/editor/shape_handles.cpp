@@ -86,6 +86,24 @@ bool isFilled(const Shape& shape) {
   return shape.fill.value_or(FillStyle::none) != FillStyle::none;
 }
 
+ShapeHandle handleOf(const Box& frame, Pt position) {
+  return {ResizeHandle{frame, position},
+          {frame.x + position.x * frame.w, frame.y + position.y * frame.h}};
+}
+
+std::vector<ShapeHandle> cornerHandles(const Box& frame) {
+  std::vector<ShapeHandle> handles;
+  for (const Pt position : {Pt{1, 1}, Pt{0, 0}, Pt{1, 0}, Pt{0, 1}}) {
+    handles.push_back(handleOf(frame, position));
+  }
+  return handles;
+}
+
+/// Placed at a point, and of one proportion.
+bool isAtPoint(ShapeType type) {
+  return type == ShapeType::counter || type == ShapeType::emoji || type == ShapeType::text;
+}
+
 Box centredBox(Pt centre, double half) {
   return {centre.x - half, centre.y - half, 2 * half, 2 * half};
 }
@@ -141,11 +159,10 @@ bool touches(const Shape& shape, const Box& box, const MeasureText& measureText)
   return intersects(selectionFrame(shape, measureText), box);
 }
 
-std::vector<ShapeHandle> cornerHandles(const Box& frame) {
-  std::vector<ShapeHandle> handles;
-  for (const Pt position : {Pt{1, 1}, Pt{0, 0}, Pt{1, 0}, Pt{0, 1}}) {
-    handles.push_back({ResizeHandle{frame, position},
-                       {frame.x + position.x * frame.w, frame.y + position.y * frame.h}});
+std::vector<ShapeHandle> frameHandles(const Box& frame) {
+  std::vector<ShapeHandle> handles = cornerHandles(frame);
+  for (const Pt position : {Pt{1, 0.5}, Pt{0.5, 1}, Pt{0, 0.5}, Pt{0.5, 0}}) {
+    handles.push_back(handleOf(frame, position));
   }
   return handles;
 }
@@ -153,7 +170,8 @@ std::vector<ShapeHandle> cornerHandles(const Box& frame) {
 std::vector<ShapeHandle> handlesOf(const Shape& shape, const MeasureText& measureText) {
   const Box frame = selectionFrame(shape, measureText);
   std::vector<ShapeHandle> corners = cornerHandles(frame);
-  if (!isLine(shape.type)) return corners;
+  if (isAtPoint(shape.type)) return corners;
+  if (!isLine(shape.type)) return frameHandles(frame);
   const std::array ends{Pt{shape.x2, shape.y2}, Pt{shape.x1, shape.y1}};
   std::vector<ShapeHandle> handles{{EndpointHandle{1}, ends[0]}, {EndpointHandle{0}, ends[1]}};
   if (shape.type == ShapeType::arrow) handles.push_back({BowHandle{}, bowHandle(shape)});
@@ -176,19 +194,26 @@ std::vector<ShapeHandle> textBoxHandles(const Shape& text, const MeasureText& me
 
 Box pulledFrame(const ResizeHandle& handle, Pt point, Proportions proportions) {
   const Box& start = handle.startFrame;
+  const bool acrossStays = handle.position.x == 0.5;
+  const bool downStays = handle.position.y == 0.5;
   const Pt fixed{start.x + (1 - handle.position.x) * start.w,
                  start.y + (1 - handle.position.y) * start.h};
-  double w = (point.x - fixed.x) * (handle.position.x > 0 ? 1 : -1);
-  double h = (point.y - fixed.y) * (handle.position.y > 0 ? 1 : -1);
+  double w = acrossStays ? start.w : (point.x - fixed.x) * (handle.position.x > 0 ? 1 : -1);
+  double h = downStays ? start.h : (point.y - fixed.y) * (handle.position.y > 0 ? 1 : -1);
   if (proportions == Proportions::kept && start.w > 0 && start.h > 0) {
-    const double factor = std::max(std::abs(w) / start.w, std::abs(h) / start.h);
+    const double across = std::abs(w) / start.w;
+    const double down = std::abs(h) / start.h;
+    const double factor = acrossStays ? down : downStays ? across : std::max(across, down);
     w = std::copysign(factor * start.w, w);
     h = std::copysign(factor * start.h, h);
   }
-  if (std::abs(w) < 1) w = std::copysign(1, w);
-  if (std::abs(h) < 1) h = std::copysign(1, h);
-  return {handle.position.x > 0 ? fixed.x : fixed.x - w,
-          handle.position.y > 0 ? fixed.y : fixed.y - h, w, h};
+  // What stays may be as thin as it was.
+  if (!acrossStays && std::abs(w) < 1) w = std::copysign(1, w);
+  if (!downStays && std::abs(h) < 1) h = std::copysign(1, h);
+  // What stays does so to the last bit.
+  const double x = w == start.w && acrossStays ? start.x : fixed.x - (1 - handle.position.x) * w;
+  const double y = h == start.h && downStays ? start.y : fixed.y - (1 - handle.position.y) * h;
+  return {x, y, w, h};
 }
 
 Shape withEndpoint(Shape start, EndpointHandle handle, Pt point, bool snap) {
@@ -200,8 +225,7 @@ Shape withEndpoint(Shape start, EndpointHandle handle, Pt point, bool snap) {
 }
 
 Shape resized(const Shape& start, const ResizeHandle& handle, Pt point, Proportions proportions) {
-  const bool atPoint = start.type == ShapeType::counter || start.type == ShapeType::emoji ||
-                       start.type == ShapeType::text;
+  const bool atPoint = isAtPoint(start.type);
   const Box frame = pulledFrame(handle, point, atPoint ? Proportions::kept : proportions);
   if (atPoint) {
     // Pulled past the opposite corner, it lies there, but does not turn over.
@@ -222,6 +246,20 @@ Shape resized(const Shape& start, const ResizeHandle& handle, Pt point, Proporti
     (topFirst ? shape.y2 : shape.y1) = frame.y + frame.h;
   }
   return shape;
+}
+
+Shape enlarged(const Shape& shape, double dw, double dh, const Box& frame) {
+  if (isLine(shape.type)) {
+    return withEndpoint(shape, EndpointHandle{1}, {shape.x2 + dw, shape.y2 + dh}, false);
+  }
+  if (isAtPoint(shape.type)) {  // both ways alike
+    if (dw == 0 && frame.h > 0) dw = dh / frame.h * frame.w;
+    if (frame.w > 0) dh = dw / frame.w * frame.h;
+  }
+  const ResizeHandle corner{frame, {1, 1}};
+  const Pt to{std::max(frame.right() + dw, frame.x + 1),
+              std::max(frame.bottom() + dh, frame.y + 1)};
+  return resized(shape, corner, to, Proportions::free);
 }
 
 Shape withTextBox(Shape start, TextBoxHandle handle, const Box& frame, Pt grabbed, Pt point) {

@@ -32,10 +32,12 @@ struct EndpointHandle {
   int index = 0;  ///< 0 the start, 1 the end
 };
 
-/// A corner of a frame, with the frame at the start of the drag; the opposite corner stays put.
+/// A corner or the middle of an edge of a frame, with the frame at the start of the drag; the
+/// opposite corner or edge stays put.
 struct ResizeHandle {
   Box startFrame;
-  Pt position;  ///< 0 or 1 on each axis
+  Pt position;  ///< 0 or 1 on each axis; 0.5 on the one along an edge, which pulling leaves as it
+                ///< is
 };
 
 struct BowHandle {};
@@ -61,13 +63,14 @@ struct ShapeHandle {
 [[nodiscard]] std::vector<ShapeHandle> textBoxHandles(const Shape& text,
                                                       const MeasureText& measureText);
 
-/// The four corner handles of a frame.
-[[nodiscard]] std::vector<ShapeHandle> cornerHandles(const Box& frame);
+/// The handles of a frame: its corners, and the middles of its edges.
+[[nodiscard]] std::vector<ShapeHandle> frameHandles(const Box& frame);
 
 enum class Proportions { free, kept };
 
-/// The frame that results from pulling a corner to `point`. Its sides turn negative when the corner
-/// is pulled past the opposite one, and are never shorter than one pixel.
+/// The frame that results from pulling a handle to `point`. Its sides turn negative when the handle
+/// is pulled past the opposite one, and are never shorter than one pixel. With proportions kept, an
+/// edge takes the others along around its middle.
 [[nodiscard]] Box pulledFrame(const ResizeHandle& handle, Pt point, Proportions proportions);
 
 /// `start` (the shape at the start of the drag) with its endpoint at `point`.
@@ -77,6 +80,10 @@ enum class Proportions { free, kept };
 /// placed at a point keeps its proportions.
 [[nodiscard]] Shape resized(const Shape& start, const ResizeHandle& handle, Pt point,
                             Proportions proportions);
+
+/// `shape`, whose frame is `frame`, made wider and higher from its top left corner; a line's end
+/// goes by as much. Never smaller than a pixel.
+[[nodiscard]] Shape enlarged(const Shape& shape, double dw, double dh, const Box& frame);
 
 /// `start` with its text box pulled by `handle` from `grabbed` to `point`. `frame` is the text's
 /// box at the start of the drag.

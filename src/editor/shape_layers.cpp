@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -70,17 +71,33 @@ void setFrame(Shape& shape, const Box& box) {
 
 }  // namespace
 
+std::function<bool(const Shape&)> shownBy(const std::vector<LayerSpec>& layers, PixelSize capture) {
+  if (std::ranges::all_of(layers, &LayerSpec::visible)) return [](const Shape&) { return true; };
+  return [sheets = sheetsOf(layers, capture),
+          toCanvas = captureToCanvas(layers, capture)](const Shape& shape) {
+    const std::size_t owner = ownerOf(shape.layerId, sheets);
+    if (sheets[owner].isVisible) return true;
+    if (shape.type != ShapeType::redact) return false;
+    const Box box = toCanvas(frameOf(shape));
+    for (std::size_t i = 0; i < sheets.size(); ++i) {
+      if (sheets[i].isVisible && coversSheet(box, owner, i, sheets)) return true;
+    }
+    return false;
+  };
+}
+
 bool isShown(const Shape& shape, const std::vector<LayerSpec>& layers, PixelSize capture) {
-  if (layers.empty()) return true;
-  const std::vector<Sheet> sheets = sheetsOf(layers, capture);
-  const std::size_t owner = ownerOf(shape.layerId, sheets);
-  if (sheets[owner].isVisible) return true;
-  if (shape.type != ShapeType::redact) return false;
-  const Box box = captureToCanvas(layers, capture)(frameOf(shape));
-  for (std::size_t i = 0; i < sheets.size(); ++i) {
-    if (sheets[i].isVisible && coversSheet(box, owner, i, sheets)) return true;
-  }
-  return false;
+  return shownBy(layers, capture)(shape);
+}
+
+ShapeList shownShapes(const ShapeList& shapes, const std::vector<LayerSpec>& layers,
+                      PixelSize capture) {
+  ShapeList shown;
+  shown.reserve(shapes.size());
+  const auto isSeen = shownBy(layers, capture);
+  std::ranges::copy_if(shapes, std::back_inserter(shown),
+                       [&](const auto& shape) { return isSeen(*shape); });
+  return shown;
 }
 
 bool covers(const Shape& redaction, const std::optional<std::string>& layerID,

@@ -1,13 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "base/geometry.hpp"
 #include "editor/records/layer_spec.hpp"
-#include "editor/records/shape.hpp"
-#include "editor/shapes_delta.hpp"
+#include "editor/records/shape_list.hpp"
 
 // How shapes and layers belong together. Pure; any thread.
 //
@@ -22,6 +22,14 @@ namespace vantorel {
 /// Whether `shape` is drawn.
 [[nodiscard]] bool isShown(const Shape& shape, const std::vector<LayerSpec>& layers,
                            PixelSize capture);
+
+/// Likewise, for many shapes. What it is asked with is no longer needed then.
+[[nodiscard]] std::function<bool(const Shape&)> shownBy(const std::vector<LayerSpec>& layers,
+                                                        PixelSize capture);
+
+/// Those of `shapes` that are drawn.
+[[nodiscard]] ShapeList shownShapes(const ShapeList& shapes, const std::vector<LayerSpec>& layers,
+                                    PixelSize capture);
 
 /// Whether a redaction lies over a part of a layer that could be seen without it. The capture is
 /// meant when `layerID` is none or names no layer.

@@ -5,12 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "editor/records/shape.hpp"
+#include "editor/records/shape_list.hpp"
 
 namespace vantorel {
-
-/// The shapes of a document, lowest first. Shapes are shared between lists and never changed.
-using ShapeList = std::vector<std::shared_ptr<const Shape>>;
 
 /// How to come from one list of shapes to another, in as few bytes as the usual edits allow: a
 /// shape that was moved costs about a byte a coordinate, shapes that got the same style share it.

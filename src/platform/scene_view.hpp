@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,9 +11,12 @@
 #include "base/result.hpp"
 #include "editor/records/axis_map.hpp"
 #include "editor/records/editor_document.hpp"
+#include "editor/records/layer_composite.hpp"
 #include "editor/records/scene_failure.hpp"
+#include "editor/records/shape_list.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
+#include "platform/text_geometry.hpp"
 
 namespace vantorel {
 
@@ -32,8 +36,9 @@ class SceneView {
   virtual ~SceneView() = default;
 
   /// Brings the picture up to `shapes`, those not to be seen left out. Gives the areas drawn anew,
-  /// which may overlap; none when nothing changed. Throws std::bad_alloc.
-  virtual std::vector<PixelRect> show(const std::vector<Shape>& shapes) = 0;
+  /// which may overlap; none when nothing changed. Shapes that are shared with the list before are
+  /// not compared. Throws std::bad_alloc.
+  virtual std::vector<PixelRect> show(const ShapeList& shapes) = 0;
 
   /// The ground's.
   [[nodiscard]] virtual PixelSize size() const = 0;
@@ -44,6 +49,10 @@ class SceneView {
   [[nodiscard]] virtual std::size_t stride() const = 0;
 };
 
+/// Reads the picture of a layer: `notFound` or `malformed` make the layer a missing one,
+/// `tooLarge` an oversized one. Called on the thread that builds.
+using ReadLayerPicture = std::function<Result<Image>(const LayerSpec& layer)>;
+
 /// Draws scenes. Any thread, several at a time.
 class SceneDrawing {
  public:
@@ -51,6 +60,16 @@ class SceneDrawing {
 
   /// Never null. Throws std::bad_alloc when there is no memory for a picture of that size.
   [[nodiscard]] virtual std::unique_ptr<SceneView> makeView(SceneGround ground) = 0;
+
+  /// Draws canvas and layers of `document` within `part`, in canvas pixels. Blocks, as
+  /// `readPicture` does. Throws std::bad_alloc.
+  [[nodiscard]] virtual LayerComposite buildLayers(const EditorDocument& document,
+                                                   const Image& base,
+                                                   const ReadLayerPicture& readPicture,
+                                                   const PixelRect& part) = 0;
+
+  /// Where the letters of a `text` shape are drawn. Never null.
+  [[nodiscard]] virtual std::unique_ptr<TextGeometry> layOut(const Shape& text) = 0;
 
   /// Draws `document` over its base image (`captureScale` pixels per point), with the layers'
   /// pictures read from their files. Blocks.

@@ -1,17 +1,10 @@
 #pragma once
 
-#include <functional>
-#include <string>
-
-#include "base/result.hpp"
-#include "editor/layer_composite.hpp"
 #include "editor/records/editor_document.hpp"
+#include "editor/records/layer_composite.hpp"
+#include "platform/scene_view.hpp"
 
 namespace vantorel {
-
-/// Reads the picture of a layer: `notFound` or `malformed` make the layer a missing one,
-/// `tooLarge` an oversized one. Called on the thread that builds.
-using ReadLayerPicture = std::function<Result<Image>(const LayerSpec& layer)>;
 
 /// Draws the canvas colour and the visible layers, lowest first. The colour lies below all of them
 /// and shows through what they leave transparent; the result is opaque. Layers that cannot be read

@@ -30,6 +30,10 @@ std::uint32_t opaquePixel(const Ink& ink) {
   return 0xff000000U | byte(ink.r) << 16U | byte(ink.g) << 8U | byte(ink.b);
 }
 
+bool isSame(const std::shared_ptr<const Shape>& a, const std::shared_ptr<const Shape>& b) {
+  return a == b || *a == *b;
+}
+
 PixelRect withRim(const PixelRect& area) {
   return {area.x - redactionRim, area.y - redactionRim, area.width + 2 * redactionRim,
           area.height + 2 * redactionRim};
@@ -77,7 +81,7 @@ std::vector<Redaction> SceneCanvas::redactionsOf(const std::vector<PlacedShape>&
 }
 
 /// Fills `now`, taking over from before what did not change, and finds where marks went or came.
-std::vector<PixelRect> SceneCanvas::changedAreas(const std::vector<Shape>& shapes,
+std::vector<PixelRect> SceneCanvas::changedAreas(const ShapeList& shapes,
                                                  std::vector<PlacedShape>& now) const {
   std::vector<PixelRect> areas;
   const PixelRect all{0, 0, size().width, size().height};
@@ -92,11 +96,11 @@ std::vector<PixelRect> SceneCanvas::changedAreas(const std::vector<Shape>& shape
   if (shapes.size() == shapes_.size()) {
     front = common;
   } else {
-    while (front < common && shapes[front] == shapes_[front]) ++front;
+    while (front < common && isSame(shapes[front], shapes_[front])) ++front;
   }
   std::size_t back = 0;
   while (back < common - front &&
-         shapes[shapes.size() - 1 - back] == shapes_[shapes_.size() - 1 - back]) {
+         isSame(shapes[shapes.size() - 1 - back], shapes_[shapes_.size() - 1 - back])) {
     ++back;
   }
   now.reserve(shapes.size());
@@ -104,14 +108,14 @@ std::vector<PixelRect> SceneCanvas::changedAreas(const std::vector<Shape>& shape
     const bool atFront = i < front;
     const bool atBack = i >= shapes.size() - back;
     const std::size_t before = atFront ? i : i + shapes_.size() - shapes.size();
-    if ((atFront || atBack) && shapes[i] == shapes_[before]) {
+    if ((atFront || atBack) && isSame(shapes[i], shapes_[before])) {
       now.push_back(placed_[before]);
       continue;
     }
-    PlacedShape shape = placed(shapes[i], ground_.toPicture, ground_.captureScale, size());
+    PlacedShape shape = placed(*shapes[i], ground_.toPicture, ground_.captureScale, size());
     if (shape.shape.type == ShapeType::redact) {
       // From the untamed numbers: a box of any size covers all it should.
-      const Shape box = mapped(shapes[i], ground_.toPicture);
+      const Shape box = mapped(*shapes[i], ground_.toPicture);
       shape.bounds =
           coveredPixels(std::min(box.x1, box.x2), std::min(box.y1, box.y2),
                         std::max(box.x1, box.x2), std::max(box.y1, box.y2), ground_.bleed, size());
@@ -157,7 +161,7 @@ void SceneCanvas::addRedactions(std::vector<PixelRect>& areas) const {
   }
 }
 
-std::vector<PixelRect> SceneCanvas::show(const std::vector<Shape>& shapes) {
+std::vector<PixelRect> SceneCanvas::show(const ShapeList& shapes) {
   std::vector<PlacedShape> now;
   std::vector<PixelRect> areas = changedAreas(shapes, now);
   shapes_ = shapes;

@@ -14,7 +14,7 @@ class SceneCanvas final : public SceneView {
  public:
   explicit SceneCanvas(SceneGround ground);
 
-  std::vector<PixelRect> show(const std::vector<Shape>& shapes) override;
+  std::vector<PixelRect> show(const ShapeList& shapes) override;
   [[nodiscard]] PixelSize size() const override { return ground_.picture.size(); }
   [[nodiscard]] const std::uint8_t* pixels() const override { return pixels_.get(); }
   [[nodiscard]] std::size_t stride() const override;
@@ -24,7 +24,7 @@ class SceneCanvas final : public SceneView {
 
  private:
   [[nodiscard]] std::vector<Redaction> redactionsOf(const std::vector<PlacedShape>& shapes) const;
-  [[nodiscard]] std::vector<PixelRect> changedAreas(const std::vector<Shape>& shapes,
+  [[nodiscard]] std::vector<PixelRect> changedAreas(const ShapeList& shapes,
                                                     std::vector<PlacedShape>& now) const;
   void adaptHighlights(std::vector<PixelRect>& areas);
   void addRedactions(std::vector<PixelRect>& areas) const;
@@ -36,7 +36,7 @@ class SceneCanvas final : public SceneView {
   std::shared_ptr<std::uint8_t> pixels_;
   std::unique_ptr<std::uint8_t, void (*)(void*)> scratch_;  // as large as the picture, once needed
   bool isDrawn_ = false;
-  std::vector<Shape> shapes_;
+  ShapeList shapes_;
   std::vector<PlacedShape> placed_;
   std::vector<Redaction> redactions_;  // of all redact shapes in `placed_`, in order
 };

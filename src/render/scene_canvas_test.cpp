@@ -5,6 +5,7 @@
 #include <cmath>
 #include <random>
 
+#include "editor/shape_layers.hpp"
 #include "editor/testing/mixed_shapes.hpp"
 #include "render/testing/test_scene.hpp"
 
@@ -78,8 +79,8 @@ TEST(SceneCanvasTest, FollowingChangesGivesThePictureDrawnAtOnceToTheLastBit) {
     std::vector<Shape> shapes;
     for (int i = 0; i < 24; ++i) shapes.push_back(random.next());
     SceneCanvas followed(ground);
-    followed.show(shapes);
-    EXPECT_TRUE(followed.show(shapes).empty());
+    followed.show(shared(shapes));
+    EXPECT_TRUE(followed.show(shared(shapes)).empty());
     for (int round = 0; round < 24; ++round, ++changes) {
       const std::size_t i = random.below(shapes.size());
       const auto place = shapes.begin() + static_cast<std::ptrdiff_t>(i);
@@ -90,9 +91,10 @@ TEST(SceneCanvasTest, FollowingChangesGivesThePictureDrawnAtOnceToTheLastBit) {
         case 3: shapes[i].color = "#007aff"; break;
         default: shapes[i] = random.moved(shapes[i]);
       }
-      for (const PixelRect& area : followed.show(shapes)) drawn += double(area.width) * area.height;
+      for (const PixelRect& area : followed.show(shared(shapes)))
+        drawn += double(area.width) * area.height;
       SceneCanvas once(ground);
-      once.show(shapes);
+      once.show(shared(shapes));
       ASSERT_EQ(difference(followed, once), "") << "seed " << seed << ", round " << round;
     }
   }
@@ -137,11 +139,11 @@ TEST(SceneCanvasTest, StrokesOfManySamplesLookLikeThoseOfFewAndAreFollowedToTheL
 
       std::vector<Shape> shapes{many, lineShape(ShapeType::arrow, {300, 100}, {360, 160})};
       SceneCanvas followed(ground);
-      followed.show(shapes);
+      followed.show(shared(shapes));
       shapes.back() = lineShape(ShapeType::arrow, {310, 230}, {390, 290});
-      followed.show(shapes);
+      followed.show(shared(shapes));
       SceneCanvas once(ground);
-      once.show(shapes);
+      once.show(shared(shapes));
       EXPECT_EQ(difference(followed, once), "") << int(type) << int(style);
     }
   }
@@ -220,7 +222,9 @@ TEST(SceneRendererTest, TransparentCapturesStayTransparentAndHiddenLayersHideThe
   document.layers[1].path = "/l.png";
   document.layers[1].visible = false;
   document.shapes = {lineShape(ShapeType::rect, {10, 10}, {20, 20})};
-  const auto shown = [&] { return visibleShapes(document, {40, 30}).size(); };
+  const auto shown = [&] {
+    return shownShapes(shared(document.shapes), document.layers, {40, 30}).size();
+  };
   document.shapes[0].layerId = "l";
   EXPECT_EQ(shown(), 0U);
   document.shapes[0].layerId = "unheard of";

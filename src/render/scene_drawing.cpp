@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "render/laid_out_text.hpp"
+#include "render/layer_builder.hpp"
 #include "render/scene_canvas.hpp"
 #include "render/scene_export.hpp"
 
@@ -12,6 +14,15 @@ class CanvasDrawing final : public SceneDrawing {
  public:
   std::unique_ptr<SceneView> makeView(SceneGround ground) override {
     return std::make_unique<SceneCanvas>(std::move(ground));
+  }
+
+  LayerComposite buildLayers(const EditorDocument& document, const Image& base,
+                             const ReadLayerPicture& readPicture, const PixelRect& part) override {
+    return vantorel::buildLayers(document, base, readPicture, part);
+  }
+
+  std::unique_ptr<TextGeometry> layOut(const Shape& text) override {
+    return vantorel::layOut(text);
   }
 
   Result<Image, SceneFailure> drawScene(const EditorDocument& document, Image base,

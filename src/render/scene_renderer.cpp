@@ -32,7 +32,8 @@ Result<Image, SceneFailure> draw(const EditorDocument& document, const SceneSour
   VT_TRY(refusal());
   const AxisMap toPicture = captureToCanvas(document.layers, source.base.size())
                                 .then({1, 1, -double(shown.x), -double(shown.y)});
-  const std::vector<Shape> shapes = visibleShapes(document, source.base.size());
+  const ShapeList shapes =
+      shownShapes(shared(document.shapes), document.layers, source.base.size());
   Image picture = composite.image;
   if (!shapes.empty()) {
     SceneCanvas canvas({picture, toPicture, composite.bleed, source.captureScale});
@@ -43,14 +44,6 @@ Result<Image, SceneFailure> draw(const EditorDocument& document, const SceneSour
 }
 
 }  // namespace
-
-std::vector<Shape> visibleShapes(const EditorDocument& document, PixelSize capture) {
-  std::vector<Shape> shapes;
-  std::ranges::copy_if(document.shapes, std::back_inserter(shapes), [&](const Shape& shape) {
-    return isShown(shape, document.layers, capture);
-  });
-  return shapes;
-}
 
 Result<Image, SceneFailure> renderScene(const EditorDocument& document, const SceneSource& source) {
   try {

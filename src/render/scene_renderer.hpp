@@ -21,10 +21,6 @@ struct SceneSource {
   };
 };
 
-/// The shapes of `document`, over a base image of `capture` pixels, that are to be seen: see
-/// `isShown`.
-[[nodiscard]] std::vector<Shape> visibleShapes(const EditorDocument& document, PixelSize capture);
-
 /// Draws the whole document: layers on the canvas, shapes and redactions, the crop, the background.
 /// Redacted areas hold nothing of what was there: see `Redaction`. The result has at most 64
 /// million pixels, no alpha channel when it is opaque, and is the same on every run with the same

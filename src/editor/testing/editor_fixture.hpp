@@ -11,6 +11,7 @@
 #include "editor/canvas_input.hpp"
 #include "editor/editor_model.hpp"
 #include "editor/testing/mixed_shapes.hpp"
+#include "editor/testing/rough_text.hpp"
 
 namespace vantorel {
 
@@ -26,7 +27,8 @@ class EditorModelTest : public ::testing::Test {
     events.stylesChanged = [this](const ToolStyles& styles) { remembered = styles; };
     input.reset();
     model = std::make_unique<EditorModel>(
-        EditorOpening{{800, 600}, std::move(document), std::move(combine), 2.0, {}, roughText},
+        EditorOpening{
+            {800, 600}, std::move(document), std::move(combine), 2.0, {}, roughText, roughLayout},
         std::move(events));
     input = std::make_unique<CanvasInput>(*model, CanvasServices{});
   }
