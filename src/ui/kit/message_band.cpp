@@ -32,7 +32,10 @@ MessageBand::MessageBand(QWidget* parent)
   close_->setAutoRaise(true);
   close_->setToolTip(QStringLiteral("Hide"));
   close_->setAccessibleName(QStringLiteral("Hide"));
-  connect(close_, &QToolButton::clicked, this, [this] { hide(); });
+  connect(close_, &QToolButton::clicked, this, [this] {
+    hide();
+    if (onClosed) onClosed();
+  });
   connect(action_, &QPushButton::clicked, this, [this] {
     // The action may bring another sentence.
     hide();
@@ -57,6 +60,11 @@ void MessageBand::show(const QString& sentence, const QString& actionLabel,
   QWidget::show();
   QAccessibleEvent alert(this, QAccessible::Alert);
   QAccessible::updateAccessibility(&alert);
+}
+
+void MessageBand::setClosing(const QString& name, const QString& key) {
+  close_->setAccessibleName(name);
+  close_->setToolTip(name + " (" + key + ")");
 }
 
 QString MessageBand::sentence() const { return isHidden() ? QString() : sentence_->text(); }

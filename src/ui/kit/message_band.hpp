@@ -19,6 +19,11 @@ class MessageBand : public QWidget {
   void show(const QString& sentence, const QString& actionLabel, std::function<void()> action);
   [[nodiscard]] QString sentence() const;
 
+  /// What the button that puts it away is called, where "Hide" is the action's name, and its key.
+  void setClosing(const QString& name, const QString& key);
+
+  std::function<void()> onClosed;  ///< by its button
+
  protected:
   void paintEvent(QPaintEvent* event) override;
 

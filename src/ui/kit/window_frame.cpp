@@ -174,16 +174,35 @@ void WindowFrame::place() {
   fitLeastSize();
   const auto before = places_ != nullptr ? places_->restore(name_, displays_) : std::nullopt;
   if (before) {
-    setGeometry(keptOnScreen({before->x, before->y, before->width, before->height}, measures_.least,
-                             workAreasNow()));
+    QRect area(before->x, before->y, before->width, before->height);
+    if (measures_.sizesItself) area.setSize(openingSize());
+    area.moveTopLeft(besideOthers(area.topLeft()));
+    setGeometry(keptOnScreen(area, measures_.least, workAreasNow()));
     if (before->isMaximized) setWindowState(windowState() | Qt::WindowMaximized);
     return;
   }
   // Where a new window goes the window manager knows; it only has to fit.
+  resize(openingSize());
+}
+
+QSize WindowFrame::openingSize() const {
   const QScreen* const screen = this->screen();
   QSize most = measures_.usual;
   if (screen != nullptr) most = screen->availableGeometry().size() * greatestShare;
-  resize(measures_.usual.boundedTo(most).expandedTo(minimumSize()));
+  return measures_.usual.boundedTo(most).expandedTo(minimumSize());
+}
+
+/// Not right over another window of the kind, which would be hidden by it.
+QPoint WindowFrame::besideOthers(QPoint at) const {
+  const auto isTaken = [&] {
+    return std::ranges::any_of(QApplication::topLevelWidgets(), [&](const QWidget* other) {
+      const auto* const frame = dynamic_cast<const WindowFrame*>(other);
+      return frame != nullptr && frame != this && frame->name_ == name_ && frame->isVisible() &&
+             frame->geometry().topLeft() == at;
+    });
+  };
+  while (isTaken()) at += QPoint(tokens::space32, tokens::space32);
+  return at;
 }
 
 void WindowFrame::followDisplays() {

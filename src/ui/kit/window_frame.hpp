@@ -39,6 +39,9 @@ class WindowFrame : public QWidget, public Surface {
     QSize least;
     /// `least` holds words of the usual size: it grows for larger ones.
     bool growsWithFont = false;
+    /// What it shows decides how large it opens: of its place before, only where it was counts,
+    /// and whether it was maximized.
+    bool sizesItself = false;
   };
 
   /// `name` is what the place is remembered by; `title` stands in the title bar.
@@ -82,6 +85,8 @@ class WindowFrame : public QWidget, public Surface {
 
  private:
   void place();
+  [[nodiscard]] QSize openingSize() const;
+  [[nodiscard]] QPoint besideOthers(QPoint at) const;
   void fitLeastSize();
   void followDisplays();
   /// What has to be right once nobody else moves the window any more.
