@@ -10,9 +10,26 @@
 #include <utility>
 
 #include "base/round_trip.hpp"
+#include "editor/export_gate.hpp"
+#include "editor/layer_layout.hpp"
 #include "editor/shape_layers.hpp"
 
 namespace vantorel {
+namespace {
+
+/// The pixels of a view as they are now, not kept.
+Image borrowed(const SceneView& view, bool isOpaque) {
+  return {view.size(), view.stride(), isOpaque ? PixelFormat::bgrx : PixelFormat::bgraPremultiplied,
+          std::shared_ptr<const std::uint8_t>(std::shared_ptr<void>(), view.pixels())};
+}
+
+Image copied(const Image& image) {
+  MutableImage copy(image.size(), image.format());
+  for (int y = 0; y < image.height(); ++y) std::ranges::copy(image.row(y), copy.row(y).begin());
+  return std::move(copy).finish();
+}
+
+}  // namespace
 
 /// The pictures of the layers that the document has, read once. Used on the work runner.
 struct CanvasScene::LayerPictures {
@@ -40,6 +57,13 @@ struct CanvasScene::LayerPictures {
   }
 };
 
+/// Whether a build needs the same pictures, laid out differently.
+bool CanvasScene::Wanted::hasSameFiles(const Wanted& other) const {
+  return std::ranges::equal(*layers, *other.layers, [](const LayerSpec& a, const LayerSpec& b) {
+    return a.id == b.id && a.path == b.path && a.visible == b.visible;
+  });
+}
+
 CanvasScene::CanvasScene(Services services, const EditorModel& model, Image base)
     : services_(std::move(services)),
       model_(model),
@@ -62,16 +86,52 @@ ShapeList CanvasScene::shapes() const {
   return shownShapes(model_.sceneShapes(), *model_.state().layers, model_.captureSize());
 }
 
+/// The background that a picture of this size gets; none for none, while the crop is chosen, and
+/// when the result would be too large.
+std::shared_ptr<const BackgroundSpec> CanvasScene::wantedFrame(PixelSize picture) const {
+  const auto& background = model_.state().background;
+  if (model_.tool() == Tool::crop ||
+      std::holds_alternative<BackgroundFill::None>(background->fill.value)) {
+    return nullptr;
+  }
+  const double padding =
+      paddingPixels(*background, {double(picture.width), double(picture.height)});
+  const bool isPossible = isPossibleSize(picture.width + 2 * padding, picture.height + 2 * padding);
+  return isPossible ? background : nullptr;
+}
+
 void CanvasScene::update() {
-  if (Wanted next = wanted(); !asked_ || *asked_ != next) startBuild(std::move(next));
+  Wanted next = wanted();
+  // One at a time, so that a layer being dragged is seen on its way.
+  const bool isBusy = builds_.state() == LayerBuildState::building || isDrawingFirst_;
+  if (!asked_ || (*asked_ != next && !(isBusy && asked_->hasSameFiles(next)))) {
+    startBuild(std::move(next));
+  }
   if (!view_) return;
-  Change change;
-  change.areas = view_->show(shapes());
-  if (!change.areas.empty()) announce(std::move(change));
+  updateFrame(view_->show(shapes()));
+}
+
+/// Brings what is seen up to the view, in which these areas have changed.
+void CanvasScene::updateFrame(const std::vector<PixelRect>& areas) {
+  const auto wanted = wantedFrame(view_->size());
+  if (!wanted) {
+    framing_.renew();
+    isFraming_ = false;
+    framed_.reset();
+    if (std::exchange(frame_, nullptr)) return announce({true, {}});
+    if (!areas.empty()) announce({false, areas});
+    return;
+  }
+  if (isFraming_) sinceFraming_.insert(sinceFraming_.end(), areas.begin(), areas.end());
+  const bool isSame = frame_ && (wanted == framed_ || *wanted == *framed_);
+  if (!isSame && !isFraming_) startFrame(wanted);
+  if (areas.empty()) return;
+  announce({false, frame_ ? frame_->follow(viewed(), areas) : areas});
 }
 
 void CanvasScene::startBuild(Wanted next) {
   asked_ = next;
+  isDrawingFirst_ = false;
   drawing_.renew();
   EditorDocument document;
   document.layers = *next.layers;
@@ -91,38 +151,78 @@ void CanvasScene::startBuild(Wanted next) {
 /// The layers are there: what lies on them is drawn.
 void CanvasScene::drawFirst() {
   const LayerComposite& layers = builds_.latest();
-  if (layers.image.isEmpty()) return;
-  const AxisMap toPicture =
-      model_.toCanvas().then({1, 1, -double(asked_->part.x), -double(asked_->part.y)});
+  if (layers.image.isEmpty()) return announce({});
+  const AxisMap toPicture = captureToCanvas(*asked_->layers, model_.captureSize())
+                                .then({1, 1, -double(asked_->part.x), -double(asked_->part.y)});
   SceneGround ground{layers.image, toPicture, layers.bleed, model_.captureScale()};
+  isDrawingFirst_ = true;
   drawing_.renew();
   roundTrip(
       *services_.work, services_.main,
-      [ground = std::move(ground), shapes = shapes(),
-       drawing = services_.drawing]() -> std::unique_ptr<SceneView> {
+      [ground = std::move(ground), shapes = shapes(), background = wantedFrame(layers.image.size()),
+       drawing = services_.drawing]() -> Drawn {
         try {
-          auto view = drawing->makeView(ground);
-          view->show(shapes);
-          return view;
+          Drawn drawn{drawing->makeView(ground), nullptr, background};
+          drawn.view->show(shapes);
+          if (!background) return drawn;
+          drawn.frame = drawing->makeFrame(*background, drawn.view->size());
+          const bool isOpaque = ground.picture.format() == PixelFormat::bgrx;
+          drawn.frame->follow(borrowed(*drawn.view, isOpaque), {});
+          return drawn;
         } catch (const std::bad_alloc&) {
-          return nullptr;
+          return {};
         }
       },
-      drawing_.guard([this, part = asked_->part](std::unique_ptr<SceneView> view) {
-        if (!view) return;
-        shown_ = part;
-        install(std::move(view));
+      drawing_.guard([this, part = asked_->part](Drawn drawn) {
+        isDrawingFirst_ = false;
+        if (drawn.view) install(std::move(drawn), part);
+        update();
       }));
 }
 
-void CanvasScene::install(std::unique_ptr<SceneView> view) {
-  view_ = std::move(view);
+void CanvasScene::install(Drawn drawn, const PixelRect& part) {
+  framing_.renew();
+  isFraming_ = false;
+  view_ = std::move(drawn.view);
+  frame_ = std::move(drawn.frame);
+  framed_ = std::move(drawn.background);
+  shown_ = part;
   isOpaque_ = builds_.latest().image.format() == PixelFormat::bgrx;
-  view_->show(shapes());  // what changed meanwhile
   announce({true, {}});
 }
 
-void CanvasScene::announce(Change change) {
+/// Makes another background for the picture there is.
+void CanvasScene::startFrame(std::shared_ptr<const BackgroundSpec> background) {
+  isFraming_ = true;
+  sinceFraming_.clear();
+  // Only what is transparent in the picture shows in its shadow.
+  Image picture = isOpaque_ ? builds_.latest().image : copied(viewed());
+  if (isOpaque_) sinceFraming_ = {{0, 0, picture.width(), picture.height()}};
+  framing_.renew();
+  roundTrip(
+      *services_.work, services_.main,
+      [picture = std::move(picture), background, drawing = services_.drawing]() {
+        std::unique_ptr<FramedView> frame;
+        try {
+          frame = drawing->makeFrame(*background, picture.size());
+          frame->follow(picture, {});
+        } catch (const std::bad_alloc&) {
+          frame.reset();
+        }
+        return frame;
+      },
+      framing_.guard([this, background](std::unique_ptr<FramedView> frame) {
+        isFraming_ = false;
+        if (!frame) return;
+        frame_ = std::move(frame);
+        framed_ = background;
+        frame_->follow(viewed(), std::exchange(sinceFraming_, {}));
+        announce({true, {}});
+        update();
+      }));
+}
+
+void CanvasScene::announce(const Change& change) {
   if (change.isNew) {
     halves_.clear();
   } else if (!halves_.empty()) {
@@ -137,13 +237,20 @@ void CanvasScene::announce(Change change) {
   observers_.notify(change);
 }
 
+Image CanvasScene::viewed() const { return borrowed(*view_, isOpaque_); }
+
 CanvasScene::Picture CanvasScene::picture() const {
   if (!view_) return {};
-  return {view_->pixels(),
-          view_->stride(),
-          view_->size(),
-          {double(shown_.x), double(shown_.y)},
-          isOpaque_};
+  const Pt corner{double(shown_.x), double(shown_.y)};
+  if (frame_) {
+    const double margin = frame_->margin();
+    return {frame_->pixels(),
+            frame_->stride(),
+            frame_->size(),
+            {corner.x - margin, corner.y - margin},
+            true};
+  }
+  return {view_->pixels(), view_->stride(), view_->size(), corner, isOpaque_};
 }
 
 CanvasScene::Picture CanvasScene::picture(int halvings) const {

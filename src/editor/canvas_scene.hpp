@@ -80,19 +80,29 @@ class CanvasScene {
     std::shared_ptr<const CanvasSpec> canvas;
     PixelRect part;
 
+    [[nodiscard]] bool hasSameFiles(const Wanted& other) const;
     bool operator==(const Wanted& other) const {
       return part == other.part && (layers == other.layers || *layers == *other.layers) &&
              (canvas == other.canvas || *canvas == *other.canvas);
     }
   };
   struct LayerPictures;
+  struct Drawn {
+    std::unique_ptr<SceneView> view;
+    std::unique_ptr<FramedView> frame;
+    std::shared_ptr<const BackgroundSpec> background;  // of `frame`
+  };
 
   [[nodiscard]] Wanted wanted() const;
+  [[nodiscard]] std::shared_ptr<const BackgroundSpec> wantedFrame(PixelSize picture) const;
   [[nodiscard]] ShapeList shapes() const;
+  [[nodiscard]] Image viewed() const;
   void startBuild(Wanted next);
   void drawFirst();
-  void install(std::unique_ptr<SceneView> view);
-  void announce(Change change);
+  void install(Drawn drawn, const PixelRect& part);
+  void updateFrame(const std::vector<PixelRect>& areas);
+  void startFrame(std::shared_ptr<const BackgroundSpec> background);
+  void announce(const Change& change);
 
   Services services_;
   const EditorModel& model_;
@@ -100,12 +110,18 @@ class CanvasScene {
   std::shared_ptr<LayerPictures> pictures_;
   std::optional<Wanted> asked_;  // of the newest build
   LayerBuilds builds_;
+  bool isDrawingFirst_ = false;
   std::unique_ptr<SceneView> view_;
   PixelRect shown_;  // the part of the canvas in `view_`
   bool isOpaque_ = true;
+  std::unique_ptr<FramedView> frame_;
+  std::shared_ptr<const BackgroundSpec> framed_;  // what `frame_` shows
+  bool isFraming_ = false;
+  std::vector<PixelRect> sinceFraming_;  // what changed in the view meanwhile
   mutable std::vector<HalvedPicture> halves_;
   Observers<Change> observers_;
   Lifetime drawing_;
+  Lifetime framing_;
 };
 
 }  // namespace vantorel

@@ -49,6 +49,27 @@ class SceneView {
   [[nodiscard]] virtual std::size_t stride() const = 0;
 };
 
+/// A picture with its background around it, which follows changes of the picture. The same, to the
+/// last bit, as an export frames it. Any thread, one at a time.
+class FramedView {
+ public:
+  virtual ~FramedView() = default;
+
+  /// Takes over these areas of the picture, which keeps its size and its format; all of it the
+  /// first time. Gives the areas of the result that changed. Throws std::bad_alloc.
+  virtual std::vector<PixelRect> follow(const Image& picture,
+                                        const std::vector<PixelRect>& areas) = 0;
+
+  /// How far the picture lies from each edge, in pixels.
+  [[nodiscard]] virtual int margin() const = 0;
+
+  [[nodiscard]] virtual PixelSize size() const = 0;
+
+  /// Opaque; the fourth byte of a pixel means nothing. Valid until the next `follow`.
+  [[nodiscard]] virtual const std::uint8_t* pixels() const = 0;
+  [[nodiscard]] virtual std::size_t stride() const = 0;
+};
+
 /// Reads the picture of a layer: `notFound` or `malformed` make the layer a missing one,
 /// `tooLarge` an oversized one. Called on the thread that builds.
 using ReadLayerPicture = std::function<Result<Image>(const LayerSpec& layer)>;
@@ -60,6 +81,11 @@ class SceneDrawing {
 
   /// Never null. Throws std::bad_alloc when there is no memory for a picture of that size.
   [[nodiscard]] virtual std::unique_ptr<SceneView> makeView(SceneGround ground) = 0;
+
+  /// Frames a picture of this size. `background` has a fill, and the result is of a possible size
+  /// (`isPossibleSize`). Never null. Throws std::bad_alloc.
+  [[nodiscard]] virtual std::unique_ptr<FramedView> makeFrame(const BackgroundSpec& background,
+                                                              PixelSize picture) = 0;
 
   /// Draws canvas and layers of `document` within `part`, in canvas pixels. Blocks, as
   /// `readPicture` does. Throws std::bad_alloc.

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "render/framed_view.hpp"
 #include "render/laid_out_text.hpp"
 #include "render/layer_builder.hpp"
 #include "render/scene_canvas.hpp"
@@ -14,6 +15,11 @@ class CanvasDrawing final : public SceneDrawing {
  public:
   std::unique_ptr<SceneView> makeView(SceneGround ground) override {
     return std::make_unique<SceneCanvas>(std::move(ground));
+  }
+
+  std::unique_ptr<FramedView> makeFrame(const BackgroundSpec& background,
+                                        PixelSize picture) override {
+    return std::make_unique<FollowingFrame>(background, picture);
   }
 
   LayerComposite buildLayers(const EditorDocument& document, const Image& base,
