@@ -1,162 +1,96 @@
 #include <gtest/gtest.h>
 
-#include <random>
+#include <set>
 
-#include "editor/canvas_input.hpp"
+#include "base/utf8.hpp"
 #include "editor/testing/mixed_shapes.hpp"
+#include "editor/testing/random_user.hpp"
+#include "editor/testing/rough_text.hpp"
 
 namespace vantorel {
 namespace {
 
-/// Plays random events on an editor: tools, drags that may be cancelled, keys, text, layers,
-/// canvas.
-class RandomUser {
- public:
-  RandomUser(EditorModel& model, unsigned seed)
-      : model_(model), random_(seed), input_(model, CanvasServices{}) {
-    OCRBlock block;
-    for (int i = 0; i < 5; ++i) {
-      const float top = static_cast<float>(i) / 5;
-      block.lines.push_back({"some words in a line", {0.1F, top, 0.8F, 0.15F, {}}, 1, {}});
-    }
-    input_.setRecognised(std::vector{block});
+EditorDocument startingDocument() {
+  EditorDocument document;
+  for (int i = 0; i < 24; ++i) document.shapes.push_back(mixedShape(i));
+  document.extra.set({{"later", {std::string("kept")}}});
+  return document;
+}
+
+/// What holds of an editor at any moment. The first thing that does not, or nothing.
+std::string fault(const EditorModel& model) {
+  std::set<std::string> ids;
+  for (const auto& shape : *model.state().shapes) {
+    if (!ids.insert(shape->id).second) return "two shapes are " + shape->id;
+    if (!isUtf8(shape->text)) return "no text";
   }
-
-  void act() {
-    switch (number(0, 13)) {
-      case 0: model_.pickTool(enumNames<Tool>[number(0, 15)].value); return;
-      case 1: pressKey(); return;
-      case 2: model_.setText(number(0, 2) == 0 ? "" : "some\ntext"); return;
-      case 3:
-        model_.changeStyle([&](ToolStyle& style) {
-          style.widthIdx = number(-1, 6);
-          style.fill = FillStyle::tint;
-          style.textStyle = TextStyle::label;
-        });
-        return;
-      case 4: changeLayers(); return;
-      case 5: changeCanvas(); return;
-      case 6:
-        if (number(0, 1) == 0) model_.undo();
-        if (number(0, 1) == 0) model_.redo();
-        return;
-      default: drag(); return;
-    }
+  for (const std::string& id : model.selection()) {
+    if (!ids.contains(id)) return "a shape is selected that is not there";
   }
-
-  void leave() { input_.cancel(); }
-
- private:
-  int number(int least, int most) { return std::uniform_int_distribution(least, most)(random_); }
-  Pt place() { return {number(-600, 8600) / 10.0, number(-500, 6500) / 10.0}; }
-  bool maybe() { return number(0, 3) == 0; }
-
-  void pressKey() {
-    static constexpr const char* letters[] = {"z", "Z", "a", "c", "v", "x", "q", "r", "h"};
-    const auto key = static_cast<EditorKey>(number(0, 7));
-    const bool command = key == EditorKey::character && number(0, 1) == 0;
-    input_.handle(KeyEvent{key, letters[number(0, 8)], maybe(), command});
+  std::set<std::string> layerIDs;
+  int captures = 0;
+  for (const LayerSpec& layer : *model.state().layers) {
+    if (!layerIDs.insert(layer.id).second) return "two layers are " + layer.id;
+    if (!layer.path) ++captures;
   }
-
-  void drag() {
-    PointerEvent event;
-    event.at = place();
-    if (number(0, 2) == 0 && !input_.handles().empty()) event.at = input_.handles().front().at;
-    event.shift = maybe();
-    event.command = maybe();
-    event.clicks = number(1, 3);
-    input_.handle(event);
-    event.phase = PointerPhase::move;
-    for (int i = number(0, 5); i > 0; --i) {
-      event.at = place();
-      input_.handle(event);
-      if (number(0, 20) == 0) pressKey();
-      if (number(0, 20) == 0) interrupt();
-    }
-    if (number(0, 15) == 0) return;  // the release never comes
-    event.phase = PointerPhase::release;
-    input_.handle(event);
+  if (captures != (layerIDs.empty() ? 0 : 1)) return "the capture is not one layer";
+  const EditorDocument document = model.document();
+  if (document.canvas.width < 1 || document.canvas.height < 1) return "no canvas";
+  const auto read = json::fromText<EditorDocument>(json::toText(document));
+  if (!read || *read != document) return "the document does not come back from its text";
+  const bool isChanged = document != model.baseline();
+  if (model.hasUnsavedChanges() != (isChanged || model.isTyping())) return "unsaved or not";
+  // One list of shapes, however it is asked for.
+  const std::vector<Shape> scene = model.scene().shapes;
+  const ShapeList shared = model.sceneShapes();
+  if (scene.size() != shared.size()) return "two scenes";
+  for (std::size_t i = 0; i < scene.size(); ++i) {
+    if (scene[i] != *shared[i]) return "two scenes";
   }
-
-  /// Commands of menus and panels come in the middle of a gesture too.
-  void interrupt() {
-    switch (number(0, 9)) {
-      case 0: model_.pickTool(enumNames<Tool>[number(0, 15)].value); return;
-      case 1: model_.redo(); return;
-      case 2: model_.deleteSelection(); return;
-      case 3: model_.selectLayer(someLayer()); return;
-      case 4: model_.select({}); return;
-      case 5: changeLayers(); return;
-      case 6: changeCanvas(); return;
-      case 7: model_.beginText(place()); return;
-      case 8: model_.selectAll(); return;
-      default: model_.undo(); return;
-    }
+  const auto caret = model.textCaret();
+  if (caret.has_value() != model.isTyping()) return "a caret without a text";
+  if (caret && std::max(caret->offset, caret->anchor) > model.draft()->text.size()) {
+    return "a caret outside";
   }
+  return {};
+}
 
-  std::string someLayer() {
-    const auto& layers = *model_.state().layers;
-    return layers.empty() ? ""
-                          : layers[static_cast<std::size_t>(number(0, 999)) % layers.size()].id;
-  }
-
-  void changeLayers() {
-    switch (number(0, 9)) {
-      case 0: model_.addLayers({{"/a.png", {300, 200}}, {"/b.png", {5000, 10}}}); return;
-      case 1: model_.setLayerFrame(someLayer(), {place().x, place().y, 33.3, 44.4}); return;
-      case 2: model_.moveLayerTo(someLayer(), static_cast<std::size_t>(number(0, 5))); return;
-      case 3: model_.deleteLayer(someLayer()); return;
-      case 4: model_.renameLayer(someLayer(), "Renamed"); return;
-      case 5: model_.setLayerVisible(someLayer(), maybe()); return;
-      case 6: model_.setLayerLocked(someLayer(), maybe()); return;
-      case 7: model_.setLayerOpacity(someLayer(), number(0, 10) / 10.0); return;
-      case 8:
-        model_.setLayerBorder(someLayer(), LayerBorder{double(number(-1, 9)), "", {}});
-        return;
-      default: model_.arrangeLayers(enumNames<CombineLayout>[number(0, 2)].value); return;
-    }
-  }
-
-  void changeCanvas() {
-    switch (number(0, 4)) {
-      case 0:
-        model_.resizeCanvas(CanvasSize{double(number(0, 2000)), double(number(1, 2000))},
-                            enumNames<CanvasAnchor>[number(0, 8)].value);
-        return;
-      case 1: model_.setCanvasColor(maybe() ? "#000000" : "#fafafa"); return;
-      case 2:
-        model_.setBackground({{BackgroundFill::Gradient{"dusk"}}, 5, 5, maybe(), 0.5, {}});
-        return;
-      case 3: model_.setCropAspect(enumNames<CropAspect>[number(0, 3)].value); return;
-      default: model_.removeCrop(); return;
-    }
-  }
-
-  EditorModel& model_;
-  std::mt19937 random_;
-  CanvasInput input_;
-};
-
-TEST(UndoPropertyTest, UndoingEverythingGivesBackTheOpeningDocumentAndRedoTheLast) {
+TEST(EditorPropertyTest, ADocumentIsWholeAtAnyMomentAndUndoneToItsStart) {
   for (unsigned seed = 0; seed < 60; ++seed) {
-    EditorDocument opened;
-    for (int i = 0; i < 24; ++i) opened.shapes.push_back(mixedShape(i));
-    opened.extra.set({{"later", {std::string("kept")}}});
-    EditorModel model({{800, 600}, opened, {}, 2.0, {}, roughText}, {});
-    opened = model.baseline();
+    EditorModel model({{800, 600}, startingDocument(), {}, 2.0, {}, roughText, roughLayout}, {});
+    EditorDocument opened = model.baseline();
     RandomUser user(model, seed);
-    for (int i = 0; i < 150; ++i) user.act();
+    for (int i = 0; i < 150; ++i) {
+      user.act();
+      ASSERT_EQ(fault(model), "") << "seed " << seed << ", step " << i;
+    }
     user.leave();
     model.endText();
     model.endStep();
     const EditorDocument last = model.document();
     int steps = 0;
-    while (model.undo()) ++steps;
+    while (model.undo()) {
+      ASSERT_EQ(fault(model), "") << seed;
+      ++steps;
+    }
     EXPECT_GT(steps, 10) << seed;
     ASSERT_EQ(json::toText(model.document()), json::toText(opened)) << seed;
     ASSERT_EQ(model.document(), opened) << seed;
     while (steps-- > 0) ASSERT_TRUE(model.redo());
     EXPECT_EQ(model.document(), last) << seed;
+  }
+}
+
+/// Two hands on one editor, as a window and a panel are: neither knows what the other does.
+TEST(EditorPropertyTest, TwoHandsAtOnceLeaveADocumentWhole) {
+  for (unsigned seed = 0; seed < 30; ++seed) {
+    EditorModel model({{800, 600}, startingDocument(), {}, 2.0, {}, roughText, roughLayout}, {});
+    RandomUser one(model, seed);
+    RandomUser other(model, seed + 1000);
+    for (int i = 0; i < 150; ++i) {
+      ((i * 7 + static_cast<int>(seed)) % 3 == 0 ? one : other).act();
+      ASSERT_EQ(fault(model), "") << "seed " << seed << ", step " << i;
+    }
   }
 }
 

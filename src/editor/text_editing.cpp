@@ -24,6 +24,18 @@ std::string typeable(std::string_view text) {
   return kept;
 }
 
+/// The start of the character that `offset` lies in: a layout of a text that was damaged may answer
+/// with a place that is none.
+std::size_t characterStart(const std::string& text, std::size_t offset) {
+  offset = std::min(offset, text.size());
+  const auto isWithin = [&] {
+    return offset > 0 && offset < text.size() &&
+           (static_cast<unsigned char>(text[offset]) & 0xC0U) == 0x80U;
+  };
+  while (isWithin()) --offset;
+  return offset;
+}
+
 bool isBlank(char letter) { return letter == ' ' || letter == '\n' || letter == '\t'; }
 
 /// Deleting follows the order of reading, whatever the direction of writing.
@@ -130,7 +142,8 @@ void TextEditing::erase(const TextGeometry& geometry, CaretStep step) {
   TextRange range = selection();
   const bool isMarked = range.from != range.to;
   if (!isMarked) {
-    const std::size_t to = geometry.next(now_.caret, inReadingOrder(step));
+    const std::size_t to =
+        characterStart(now_.text, geometry.next(now_.caret, inReadingOrder(step)));
     range = {std::min(now_.caret, to), std::max(now_.caret, to)};
     if (range.from == range.to) return;
   }
@@ -139,7 +152,7 @@ void TextEditing::erase(const TextGeometry& geometry, CaretStep step) {
 }
 
 void TextEditing::setCaret(std::size_t offset, bool extends) {
-  now_.caret = std::min(offset, now_.text.size());
+  now_.caret = characterStart(now_.text, offset);
   if (!extends) now_.anchor = now_.caret;
   open_ = Kind::none;
 }

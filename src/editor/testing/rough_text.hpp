@@ -12,8 +12,8 @@
 
 namespace vantorel {
 
-/// Where letters lie in the imagined font of `roughText`: one byte is one letter, lines end where
-/// the text says so, and words are parted by spaces. From left to right.
+/// Where letters lie in the imagined font of `roughText`: a byte is as wide as a letter, lines end
+/// where the text says so, and words are parted by spaces. From left to right.
 class RoughTextGeometry final : public TextGeometry {
  public:
   explicit RoughTextGeometry(Shape text) : text_(std::move(text)) {}
@@ -35,8 +35,8 @@ class RoughTextGeometry final : public TextGeometry {
       start = end + 1;
     }
     const double letters = std::round((place.x - text_.x) / (0.6 * text_.fontSize));
-    return start +
-           static_cast<std::size_t>(std::clamp(letters, 0.0, double(lineEnd(start) - start)));
+    return letterStart(
+        start + static_cast<std::size_t>(std::clamp(letters, 0.0, double(lineEnd(start) - start))));
   }
 
   [[nodiscard]] std::vector<Box> boxes(TextRange range) const override {
@@ -56,9 +56,12 @@ class RoughTextGeometry final : public TextGeometry {
     const Box here = caret(offset);
     switch (step) {
       case CaretStep::letterLeft:
-      case CaretStep::letterBefore: return offset == 0 ? 0 : offset - 1;
+      case CaretStep::letterBefore: return offset == 0 ? 0 : letterStart(offset - 1);
       case CaretStep::letterRight:
-      case CaretStep::letterAfter: return std::min(offset + 1, text.size());
+      case CaretStep::letterAfter:
+        do ++offset;
+        while (letterStart(offset) != offset);
+        return std::min(offset, text.size());
       case CaretStep::wordLeft:
       case CaretStep::wordBefore:
         while (offset > 0 && text[offset - 1] == ' ') --offset;
@@ -90,6 +93,10 @@ class RoughTextGeometry final : public TextGeometry {
   }
 
  private:
+  [[nodiscard]] std::size_t letterStart(std::size_t offset) const {
+    while (offset < text_.text.size() && (text_.text[offset] & '\xC0') == '\x80') --offset;
+    return offset;
+  }
   static std::ptrdiff_t at(std::size_t offset) { return static_cast<std::ptrdiff_t>(offset); }
   [[nodiscard]] std::size_t lineStart(std::size_t offset) const {
     if (offset == 0) return 0;
