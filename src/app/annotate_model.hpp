@@ -163,8 +163,9 @@ class AnnotateModel {
 
   /// Image files as layers; their sizes are read in the background.
   void addLayers(const std::vector<Path>& files);
-  /// Shapes, else a picture as a layer, else text. While a text is typed, text alone.
-  void pasteFromClipboard();
+  /// Shapes, else a picture as a layer, else text, the latter two round that place of the canvas,
+  /// or its middle. While a text is typed, text alone.
+  void pasteFromClipboard(std::optional<Pt> middle = {});
   /// The selected letters or shapes; with nothing selected, the picture.
   void copySelection();
   void cutSelection();
@@ -178,7 +179,7 @@ class AnnotateModel {
   struct Opened {
     Image base;
     EditorDocument document;
-    std::optional<CombineSpec> combine{};
+    bool wasCombined = false;  ///< its layers were an arrangement of an earlier build
     std::optional<double> captureScale{};
     std::optional<std::vector<OCRBlock>> recognised{};
     SceneDrawing* drawing = nullptr;  ///< outlives this
@@ -192,6 +193,9 @@ class AnnotateModel {
   /// The capture's entry has changed in the library, or left it.
   void entryChanged();
 
+  /// What happened outside that the user is to know.
+  void say(std::string text, bool isWarning = false);
+
   /// Writes down what is not saved, now instead of in a moment.
   void keepDraft();
 
@@ -199,19 +203,19 @@ class AnnotateModel {
   struct Editing;
   void changed(const Change& change);
   void documentChanged();
-  void say(std::string text, bool isWarning = false);
   void refuse(const EditorExportFailure& failure);
   void keepDraftSoon();
+  void draftKept(const Result<void>& kept);
   void storeNow();
-  void stored(const Result<void, std::string>& result, const EditorDocument& document);
   void endSaving(bool isSaved);
   void handOut(EditorExport target, std::function<void(Image)> then);
-  void encode(Image image, ExportFormat format, PNGEffort effort,
+  void copyThen(std::function<void()> then);
+  void encode(Image image, const ImageEncoding& encoding,
               std::function<void(Result<std::string>)> done);
   [[nodiscard]] ImageEncoding encodingOf(ExportFormat format) const;
-  void measureNext();
-  void pastePicture(Clipboard& clipboard);
-  void pasteText(Clipboard& clipboard);
+  void measureNext(Image image);
+  void pastePicture(std::string bytes, Pt middle);
+  void pasteText(Clipboard& clipboard, Pt middle);
 
   Services services_;
   std::shared_ptr<EditedCapture> capture_;
@@ -229,6 +233,7 @@ class AnnotateModel {
   bool savesAgain_ = false;
   std::vector<std::function<void(bool)>> waitingForSave_;
   bool isDraftDue_ = false;
+  bool isDraftLost_ = false;
   std::optional<EditorDocument> draft_;  ///< what is kept
 
   struct Weight {
@@ -237,7 +242,7 @@ class AnnotateModel {
   };
   std::vector<Weight> weights_;
   std::vector<ExportFormat> toMeasure_;
-  Image measured_;
+  std::optional<EditorDocument> measuredDocument_;
   Lifetime measuring_;
 
   Change coming_;

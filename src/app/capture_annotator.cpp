@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "app/document_storing.hpp"
 #include "base/round_trip.hpp"
 #include "editor/records/output_failure.hpp"
 
@@ -205,25 +206,15 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
 
 void CaptureAnnotator::store(const std::string& id, const EditorDocument& document,
                              PixelSize capture, Done<EntryPointer> done) {
-  HistoryStore& library = services_->library->store();
   // Much can have happened while the file was read.
-  const EntryPointer present = library.find(id);
+  const EntryPointer present = services_->library->store().find(id);
   if (!present) return done(std::unexpected(EntryFailure{EntryFailure::Case::left}));
   if (const auto may = checkChange(*present); !may) return done(std::unexpected(may.error()));
-  const auto changed = library.update(id, [&](ScreenshotEntry& entry) {
-    putDocument(document, capture, entry);
-    entry.editedAt = services_->clock->now();
-  });
-  if (!changed) return done(std::unexpected(EntryFailure{EntryFailure::Case::left}));
-  library.flush(lifetime_.guard([this, id, done = std::move(done)](Result<void> saved) {
-    if (!saved) {
-      return done(std::unexpected(
-          EntryFailure{EntryFailure::Case::notSaved, std::move(saved.error().reason)}));
-    }
-    const EntryPointer entry = services_->library->store().find(id);
-    if (!entry) return done(std::unexpected(EntryFailure{EntryFailure::Case::left}));
-    done(entry);
-  }));
+  storeDocument(*services_->library, id, document, capture,
+                lifetime_.guard([done = std::move(done)](Result<EntryPointer, EntryFailure> entry) {
+                  if (!entry) return done(std::unexpected(std::move(entry.error())));
+                  done(*std::move(entry));
+                }));
 }
 
 void CaptureAnnotator::document(const std::string& name, Done<Annotations> done) {

@@ -8,22 +8,6 @@
 #include "base/round_trip.hpp"
 
 namespace vantorel {
-namespace {
-
-Result<void, ExportFailure> writeTo(Files& files, const Path& output, std::string_view bytes,
-                                    const ProtectedFiles& kept) {
-  VT_TRY(checkOutput(files, output, kept));
-  // A link goes on being one.
-  const Result<Path> file = files.resolved(output);
-  if (auto written = files.replace(file ? *file : output, bytes, Privacy::byUmask); !written) {
-    return std::unexpected(OutputFileFailure{OutputFileFailure::Case::notWritten, output,
-                                             std::move(written.error().reason)});
-  }
-  return {};
-}
-
-}  // namespace
-
 std::string sentence(const ExportFailure& failure) {
   if (const auto* const file = std::get_if<OutputFileFailure>(&failure)) return sentence(*file);
   std::string reason = std::get<Failure>(failure).reason;
@@ -47,21 +31,23 @@ void CaptureExport::read(const EntryPointer& entry, ExportFormat format, Done<st
 void CaptureExport::write(const EntryPointer& entry, ExportFormat format, const Path& output,
                           Done<void> done) {
   read(entry, format,
-       lifetime_.guard(
-           [this, output, done = std::move(done)](Result<std::string, ExportFailure> bytes) {
-             if (!bytes) return done(std::unexpected(std::move(bytes.error())));
-             const HistoryStore& store = *services_->store;
-             roundTrip(
-                 *services_->work, services_->main,
-                 [bytes = std::move(*bytes), output, services = services_,
-                  kept = ProtectedFiles{.entries = store.entries(),
-                                        .paths = store.paths(),
-                                        .originals = store.paths().originals(),
-                                        .settings = services_->settingsFile}] {
-                   return writeTo(*services->files, output, bytes, kept);
-                 },
-                 lifetime_.guard(done));
-           }));
+       lifetime_.guard([this, output,
+                        done = std::move(done)](Result<std::string, ExportFailure> bytes) {
+         if (!bytes) return done(std::unexpected(std::move(bytes.error())));
+         const HistoryStore& store = *services_->store;
+         roundTrip(
+             *services_->work, services_->main,
+             [bytes = std::move(*bytes), output, services = services_,
+              kept = ProtectedFiles{.entries = store.entries(),
+                                    .paths = store.paths(),
+                                    .originals = store.paths().originals(),
+                                    .settings =
+                                        services_->settingsFile}]() -> Result<void, ExportFailure> {
+               VT_TRY(writeOutput(*services->files, output, bytes, kept));
+               return {};
+             },
+             lifetime_.guard(done));
+       }));
 }
 
 void CaptureExport::saveAs(const EntryPointer& entry, const Path& file, Done<Path> done) {

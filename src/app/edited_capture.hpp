@@ -42,7 +42,9 @@ class EditedCapture {
                      std::function<void(Result<void, std::string>)> done) = 0;
 
   /// Keeps what was not saved over the end of the program, in place of what was kept before.
-  virtual void keepDraft(const EditorDocument& document, PixelSize capture) = 0;
+  /// `kept` is told whether it is on the disk.
+  virtual void keepDraft(const EditorDocument& document, PixelSize capture,
+                         std::function<void(const Result<void>&)> kept) = 0;
 
   /// Nothing is unsaved any more.
   virtual void dropDraft() = 0;

@@ -111,4 +111,15 @@ Result<void, OutputFileFailure> checkOutput(const Files& files, const Path& outp
   return {};
 }
 
+Result<void, OutputFileFailure> writeOutput(Files& files, const Path& output,
+                                            std::string_view bytes, const ProtectedFiles& kept) {
+  VT_TRY(checkOutput(files, output, kept));
+  const Result<Path> file = files.resolved(output);
+  if (auto written = files.replace(file ? *file : output, bytes, Privacy::byUmask); !written) {
+    return std::unexpected(OutputFileFailure{OutputFileFailure::Case::notWritten, output,
+                                             std::move(written.error().reason)});
+  }
+  return {};
+}
+
 }  // namespace vantorel

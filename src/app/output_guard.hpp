@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/result.hpp"
@@ -37,6 +38,12 @@ struct OutputFileFailure {
 /// disk, not by name: a link, or a folder reached by a link, leads to the same file. Blocks; any
 /// thread.
 [[nodiscard]] Result<void, OutputFileFailure> checkOutput(const Files& files, const Path& output,
+                                                          const ProtectedFiles& kept);
+
+/// Writes `bytes` to `output` where that is not refused, in one step. A link goes on being one.
+/// Blocks; any thread.
+[[nodiscard]] Result<void, OutputFileFailure> writeOutput(Files& files, const Path& output,
+                                                          std::string_view bytes,
                                                           const ProtectedFiles& kept);
 
 }  // namespace vantorel

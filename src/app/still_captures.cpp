@@ -18,14 +18,14 @@ constexpr std::chrono::seconds grabCap{60};
 
 StillCaptures::StillCaptures(Services services) : services_(std::move(services)) {
   const LibraryPaths& paths = services_.library.paths();
-  const auto staging = std::make_shared<StagingFolder>(services_.files, paths.stagedCaptures());
+  staging_ = std::make_shared<StagingFolder>(services_.files, paths.stagedCaptures());
   const auto settings = [this]() -> const SettingsValues& { return services_.settings.values(); };
   filing_ = std::make_unique<StillCaptureFiling>(StillCaptureFiling::Services{
       .main = services_.main,
       .work = services_.filing,
-      .staging = staging,
+      .staging = staging_,
       .placement =
-          std::make_shared<CaptureFilePlacement>(services_.files, services_.codec, staging),
+          std::make_shared<CaptureFilePlacement>(services_.files, services_.codec, staging_),
       .library = &services_.library,
       .fileSettings = [this] { return fileSettings(); },
       .activeCollectionID = [settings] { return settings().activeCollectionID; }});
@@ -38,7 +38,7 @@ StillCaptures::StillCaptures(Services services) : services_(std::move(services))
       .screen = &services_.screen,
       .windows = &services_.windows,
       .codec = services_.codec,
-      .staging = staging,
+      .staging = staging_,
       .filing = filing_.get(),
       .countdown = countdown_.get(),
       .iconCover = services_.desktopCover
@@ -58,7 +58,7 @@ StillCaptures::StillCaptures(Services services) : services_(std::move(services))
   recovery_ = std::make_unique<StagedCaptureRecovery>(
       StagedCaptureRecovery::Services{.main = services_.main,
                                       .work = services_.staging,
-                                      .staging = staging,
+                                      .staging = staging_,
                                       .filing = filing_.get(),
                                       .store = &services_.library.store(),
                                       .redactedOriginals = paths.redactedOriginals()});
@@ -89,6 +89,29 @@ StillCaptureBackend StillCaptures::backend() const {
           .bound = {.first = grabBound, .cap = grabCap, .extending = [this] {
                       return services_.screen.isSystemDialogVisible();
                     }}};
+}
+
+void StillCaptures::import(std::shared_ptr<Import> import, StillCaptureFiling::Filed filed) {
+  struct Filing {
+    std::shared_ptr<Import> import;
+    StillCaptureFiling::Filed filed;
+  };
+  const auto filing = std::make_shared<Filing>(Filing{std::move(import), std::move(filed)});
+  roundTrip(
+      *services_.staging, services_.main,
+      [filing, staging = staging_]() -> Result<StagedCapture> {
+        const Import& wanted = *filing->import;
+        if (!wanted.staged) return staging->stage(wanted.png, wanted.capturedAt, wanted.record);
+        // Filing may have noted where it put the file.
+        StagedCapture staged = *wanted.staged;
+        staged.record = VT_TRY(staging->record(staged.path));
+        return staged;
+      },
+      lifetime_.guard([this, filing](Result<StagedCapture> staged) {
+        if (!staged) return filing->filed(std::unexpected(staged.error()));
+        filing->import->staged = *staged;
+        filing_->file(*std::move(staged), {}, std::move(filing->filed));
+      }));
 }
 
 void StillCaptures::recoverStaged(std::function<void(int filed)> done) {

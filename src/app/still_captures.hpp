@@ -2,7 +2,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
@@ -47,6 +49,18 @@ class StillCaptures {
   /// Told what is under way; set before the first capture.
   std::function<void(CaptureActivity, bool running)> onActivity;
 
+  /// A picture that was not captured here, to be filed as if it had been.
+  struct Import {
+    std::string png;  ///< the bytes of a whole PNG file
+    double capturedAt = 0;
+    StagedCaptureRecord record;             ///< with the id that its entry will have
+    std::optional<StagedCapture> staged{};  ///< once it is safe on disk
+  };
+
+  /// Stages and files it. One that failed may be tried again, and is filed once; what was staged is
+  /// otherwise filed by the next launch.
+  void import(std::shared_ptr<Import> import, StillCaptureFiling::Filed filed);
+
   /// Files what an earlier run left staged.
   void recoverStaged(std::function<void(int filed)> done);
 
@@ -58,6 +72,7 @@ class StillCaptures {
   [[nodiscard]] StillCaptureBackend backend() const;
 
   Services services_;
+  std::shared_ptr<StagingFolder> staging_;
   std::unique_ptr<StillCaptureFiling> filing_;
   std::unique_ptr<TimedCaptureController> countdown_;
   std::unique_ptr<StillCapturePipeline> pipeline_;

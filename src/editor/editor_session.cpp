@@ -80,23 +80,48 @@ void EditorSession::confirmed(Exported done) {
       std::move(finish));
 }
 
-void EditorSession::handBack(EditorExport target, const EditorSessionServices::Save& to) {
-  exportTo(target, [this, to](Result<EditorSaving, EditorExportFailure> saving) {
-    if (!saving) return services_.report(sentence(saving.error()));
-    auto saved = lifetime_.guard(
-        [this, document = saving->document](const Result<void, EntryFailure>& result) {
-          if (result) {
-            model_.markSaved(document);
-          } else {
-            services_.report(sentence(result.error()));
-          }
-        });
-    to(*std::move(saving), std::move(saved));
-  });
+void EditorSession::handBack(EditorSaving saving, const EditorSessionServices::Save& to,
+                             const Saved& saved) {
+  auto stored = lifetime_.guard(
+      [this, saved, document = saving.document](const Result<void, std::string>& result) {
+        if (result) {
+          model_.markSaved(document);
+        } else {
+          services_.report(result.error());
+        }
+        if (saved) saved(result.has_value());
+      });
+  to(std::move(saving), std::move(stored));
 }
 
-void EditorSession::save() { handBack(EditorExport::save, services_.save); }
-void EditorSession::archive() { handBack(EditorExport::archive, services_.archive); }
+void EditorSession::save(Saved saved) {
+  model_.endText();
+  const auto blocked = block();
+  if (base_ != BaseImageState::ready) {
+    services_.report(sentence(*blocked));
+    if (saved) saved(false);
+    return;
+  }
+  EditorSaving saving{entryID_, path_, {}, model_.document()};
+  if (blocked) return handBack(std::move(saving), services_.save, saved);
+  auto document = saving.document;
+  roundTrip(
+      *services_.background, services_.main,
+      [flatten = services_.flatten, document = std::move(document)] { return flatten(document); },
+      lifetime_.guard([this, saving = std::move(saving), saved](Result<Image> image) mutable {
+        if (image) saving.image = *std::move(image);
+        handBack(std::move(saving), services_.save, saved);
+      }));
+}
+
+void EditorSession::archive(Saved saved) {
+  exportTo(EditorExport::archive,
+           [this, saved = std::move(saved)](Result<EditorSaving, EditorExportFailure> saving) {
+             if (saving) return handBack(*std::move(saving), services_.archive, saved);
+             services_.report(sentence(saving.error()));
+             if (saved) saved(false);
+           });
+}
 
 void EditorSession::discard() {
   if (model_.hasUnsavedChanges()) services_.report("Annotation discarded");

@@ -12,7 +12,6 @@
 #include "editor/editor_model.hpp"
 #include "editor/layer_builds.hpp"
 #include "editor/records/output_failure.hpp"
-#include "library/entry_failure.hpp"
 
 namespace vantorel {
 
@@ -20,7 +19,7 @@ namespace vantorel {
 struct EditorSaving {
   std::string entryID;
   std::string path;
-  Image image;  ///< flattened
+  Image image;  ///< flattened; empty where it cannot be drawn, for a layer's file that is away
   EditorDocument document;
 };
 
@@ -46,8 +45,9 @@ struct EditorSessionServices {
   /// Asks a question with yes and no.
   std::function<void(const std::string& question, std::function<void(bool)> answered)> ask;
   std::function<void(const std::string&)> report;
-  /// Both answer once the library is on the disk, or say why it is not.
-  using Save = std::function<void(EditorSaving, std::function<void(Result<void, EntryFailure>)>)>;
+  /// Told once the library is on the disk, or in a sentence why it is not.
+  using Stored = std::function<void(Result<void, std::string>)>;
+  using Save = std::function<void(EditorSaving, Stored)>;
   Save save;
   Save archive;
 };
@@ -74,17 +74,20 @@ class EditorSession {
   /// before unredacted content leaves the library.
   void exportTo(EditorExport target, Exported done);
 
+  using Saved = std::function<void(bool isSaved)>;
+
   /// Hand the document to the library. It counts as saved when the library has it, and is unsaved
-  /// as before, with a report, when it has not.
-  void save();
-  void archive();
+  /// as before, with a report, when it has not. What cannot be exported is saved all the same, and
+  /// not archived.
+  void save(Saved saved = {});
+  void archive(Saved saved = {});
 
   /// Gives up what was not saved.
   void discard();
 
  private:
   void confirmed(Exported done);
-  void handBack(EditorExport target, const EditorSessionServices::Save& to);
+  void handBack(EditorSaving saving, const EditorSessionServices::Save& to, const Saved& saved);
 
   std::string entryID_;
   std::string path_;

@@ -25,8 +25,7 @@ class EditorSessionTest : public ::testing::Test {
       answer = std::move(answered);
     };
     result.report = [this](const std::string& line) { said.push_back(line); };
-    result.save = [this](EditorSaving saving,
-                         std::function<void(Result<void, EntryFailure>)> done) {
+    result.save = [this](EditorSaving saving, EditorSessionServices::Stored done) {
       saved.push_back(std::move(saving));
       onDisk = std::move(done);
     };
@@ -53,7 +52,7 @@ class EditorSessionTest : public ::testing::Test {
   std::vector<std::string> said;
   std::function<void(bool)> answer;
   std::vector<EditorSaving> saved;
-  std::function<void(Result<void, EntryFailure>)> onDisk;
+  EditorSessionServices::Stored onDisk;
   EditorModel model{{{8, 6}, {}, {}, 2.0, {}, roughText}, {}};
   EditorSession session{"entry", "/shot.png", model, services()};
 };
@@ -88,7 +87,7 @@ TEST_F(EditorSessionTest, SavingHandsTheDocumentBackWithItsPicture) {
   ASSERT_EQ(saved.size(), 1U);
   EXPECT_EQ(saved[0].entryID, "entry");
   EXPECT_EQ(saved[0].document, model.document());
-  onDisk(std::unexpected(EntryFailure{EntryFailure::Case::left}));
+  onDisk(std::unexpected("The capture has left History."));
   EXPECT_EQ(said.back(), "The capture has left History.");
   EXPECT_TRUE(model.hasUnsavedChanges());
   session.save();
@@ -98,6 +97,22 @@ TEST_F(EditorSessionTest, SavingHandsTheDocumentBackWithItsPicture) {
   EXPECT_EQ(model.unsavedChanges(), "1 annotation added") << "since it was handed over";
   model.undo();
   EXPECT_FALSE(model.hasUnsavedChanges());
+  EXPECT_FALSE(saved[1].image.isEmpty());
+  layers.missingLayerIDs = {"away"};
+  model.edit("Add", [](EditorSnapshot& state) {
+    LayerSpec layer;
+    layer.id = layer.name = "away";
+    layer.path = "/unplugged/logo.png";
+    layer.frame = {0, 0, 4, 4};
+    state.setLayers({layer});
+  });
+  bool isSaved = false;
+  session.save([&](bool now) { isSaved = now; });
+  runners.run();
+  EXPECT_EQ(saved[2].document, model.document()) << "what can't be drawn now can be saved";
+  EXPECT_TRUE(saved[2].image.isEmpty());
+  onDisk({});
+  EXPECT_TRUE(isSaved);
   saved.resize(1);
   model.undo();
   isBroken = true;

@@ -1,0 +1,713 @@
+#include "app/annotate_model.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "base/check.hpp"
+#include "base/log.hpp"
+#include "base/random_id.hpp"
+#include "base/round_trip.hpp"
+#include "base/size_text.hpp"
+#include "base/utf8.hpp"
+#include "editor/canvas_scene.hpp"
+#include "editor/entry_document.hpp"
+#include "library/capture_file_name.hpp"
+#include "platform/scene_view.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::chrono::seconds draftDelay{1};
+constexpr std::chrono::seconds draftPause{20};
+constexpr const char* stillUnknown = "\u2026";
+constexpr std::array offeredFormats{ExportFormat::png, ExportFormat::jpeg, ExportFormat::heic,
+                                    ExportFormat::webp};
+
+Result<Image> drawnWith(SceneDrawing& drawing, const EditorDocument& document, const Image& base,
+                        std::optional<double> scale, const Files& files, const ImageCodec& codec) {
+  auto image = drawing.drawScene(document, base, scale, files, codec);
+  if (image) return *std::move(image);
+  return failed(FailureKind::other, sentence(image.error()));
+}
+
+/// A file of its own below `folder`, called `name`, for whoever a picture is dragged to.
+Result<Path> writeDragged(Files& files, const Path& folder, const std::string& name,
+                          std::string_view bytes) {
+  const Path own = folder / randomID();
+  VT_TRY(files.makeFolder(own, Privacy::ownerOnly));
+  const Path file = own / name;
+  VT_TRY(files.create(file, bytes, Privacy::byUmask, Durability::visible));
+  return file;
+}
+
+/// The files of layers to be, and the names of those that are no pictures.
+struct LayersRead {
+  std::vector<LayerFile> files;
+  std::vector<std::string> refused;
+};
+
+LayersRead readLayers(const std::vector<Path>& paths, const Files& files, const ImageCodec& codec) {
+  LayersRead read;
+  for (const Path& path : paths) {
+    if (const auto size = codec.pixelSize(files, path)) {
+      read.files.push_back({path.string(), *size});
+    } else {
+      read.refused.push_back(fmt::format("{} couldn't be read as an image: {}.",
+                                         path.filename().string(), size.error().reason));
+    }
+  }
+  return read;
+}
+
+/// What a program may have put on the clipboard as text.
+std::string plainText(ClipboardItem item) {
+  if (item.type == "STRING") {  // Latin-1, by its definition
+    std::string text;
+    for (const char letter : item.bytes) {
+      const auto code = static_cast<unsigned char>(letter);
+      if (code < 0x80U) {
+        text += letter;
+      } else {
+        text += static_cast<char>(0xC0U | (code >> 6U));
+        text += static_cast<char>(0x80U | (code & 0x3FU));
+      }
+    }
+    item.bytes = std::move(text);
+  }
+  std::erase(item.bytes, '\r');
+  std::erase(item.bytes, '\0');
+  return std::move(item.bytes);
+}
+
+}  // namespace
+
+/// What there is once the picture is read, in the order it is needed.
+struct AnnotateModel::Editing {
+  Editing(Image picture, SceneDrawing& theDrawing, EditorOpening opening, EditorEvents events,
+          CanvasScene::Services scenes, CanvasServices canvas,
+          const std::function<EditorSessionServices(CanvasScene&)>& sessions,
+          const EditedCapture& capture)
+      : base(std::move(picture)),
+        drawing(theDrawing),
+        model(std::move(opening), std::move(events)),
+        scene(std::move(scenes), model, base),
+        input(model, std::move(canvas)),
+        session(capture.entryID(), capture.file().string(), model, sessions(scene)) {}
+
+  Image base;
+  SceneDrawing& drawing;
+  EditorModel model;
+  CanvasScene scene;
+  CanvasInput input;
+  EditorSession session;
+};
+
+AnnotateModel::AnnotateModel(Services services, std::shared_ptr<EditedCapture> capture)
+    : services_(std::move(services)), capture_(std::move(capture)) {}
+
+AnnotateModel::~AnnotateModel() = default;
+
+EditorModel& AnnotateModel::editor() {
+  VT_CHECK(editing_ != nullptr);
+  return editing_->model;
+}
+
+const EditorModel& AnnotateModel::editor() const {
+  VT_CHECK(editing_ != nullptr);
+  return editing_->model;
+}
+
+CanvasInput& AnnotateModel::input() {
+  VT_CHECK(editing_ != nullptr);
+  return editing_->input;
+}
+
+CanvasScene& AnnotateModel::scene() {
+  VT_CHECK(editing_ != nullptr);
+  return editing_->scene;
+}
+
+// ---- what is told
+
+/// Gathers what happens in one go, so that a gesture's many small changes are drawn once.
+void AnnotateModel::changed(const Change& change) {
+  coming_.stage |= change.stage;
+  coming_.document |= change.document;
+  coming_.saving |= change.saving;
+  coming_.notice |= change.notice;
+  coming_.formats |= change.formats;
+  if (std::exchange(isTelling_, true)) return;
+  services_.main->post(lifetime_.guard([this] {
+    isTelling_ = false;
+    const Change told = std::exchange(coming_, {});
+    if (told.document && editing_) editing_->scene.update();
+    observers_.notify(told);
+  }));
+}
+
+void AnnotateModel::documentChanged() {
+  const bool isUnsaved = hasUnsavedChanges();
+  changed({.document = true, .saving = true});
+  if (isUnsaved || draft_) keepDraftSoon();
+}
+
+void AnnotateModel::say(std::string text, bool isWarning) {
+  if (isWarning) logWarning("Annotate", "{}: {}", title(), text);
+  notice_ = Notice{std::move(text), isWarning};
+  changed({.notice = true});
+}
+
+void AnnotateModel::clearNotice() {
+  if (!notice_) return;
+  notice_.reset();
+  changed({.notice = true});
+}
+
+void AnnotateModel::refuse(const EditorExportFailure& failure) {
+  const auto* const block = std::get_if<ExportBlock>(&failure);
+  if (block == nullptr) return say(sentence(failure), true);
+  Refusal refusal{sentence(*block), std::nullopt};
+  const LayersReport report = editing_->scene.report();
+  const auto hiding = [&](const std::vector<std::string>& ids) {
+    for (const LayerSpec& layer : *editor().state().layers) {
+      const bool blocks = layer.visible && layer.name == block->layerName &&
+                          std::ranges::find(ids, layer.id) != ids.end();
+      if (blocks) refusal.layerID = layer.id;
+    }
+  };
+  if (block->kind == ExportBlock::Kind::layerTooLarge) hiding(report.oversizedLayerIDs);
+  if (block->kind == ExportBlock::Kind::layerMissing) hiding(report.missingLayerIDs);
+  refusal_ = std::move(refusal);
+  changed({.notice = true});
+}
+
+void AnnotateModel::hideBlockingLayer() {
+  if (!refusal_ || !refusal_->layerID || !editing_) return;
+  const std::string id = *refusal_->layerID;
+  dismissRefusal();
+  editor().setLayerVisible(id, false);
+}
+
+void AnnotateModel::dismissRefusal() {
+  if (!refusal_) return;
+  refusal_.reset();
+  changed({.notice = true});
+}
+
+// ---- opening
+
+void AnnotateModel::setPreview(Image preview, PixelSize pictureSize) {
+  if (stage_ != Stage::loading) return;
+  preview_ = std::move(preview);
+  pictureSize_ = pictureSize;
+  changed({.stage = true});
+}
+
+void AnnotateModel::fail(std::string sentence, bool offersRemove) {
+  if (stage_ != Stage::loading) return;
+  stage_ = Stage::failed;
+  failure_ = std::move(sentence);
+  offersRemove_ = offersRemove;
+  changed({.stage = true});
+}
+
+void AnnotateModel::removeFromHistory() {
+  if (offersRemove_) capture_->removeFromHistory();
+}
+
+void AnnotateModel::open(Opened opened) {
+  VT_CHECK(opened.drawing != nullptr && !opened.base.isEmpty());
+  if (stage_ != Stage::loading) return;
+  scale_ = opened.captureScale.value_or(1);
+  SceneDrawing& drawing = *opened.drawing;
+  const PixelSize size = opened.base.size();
+  EditorEvents events{.changed = lifetime_.guard([this] {
+                        if (editing_) documentChanged();
+                      }),
+                      .report = lifetime_.guard([this](const std::string& line) { say(line); }),
+                      .stylesChanged = lifetime_.guard([this](const ToolStyles& styles) {
+                        services_.settings.set(&SettingsValues::editorToolStyles, styles);
+                      })};
+  EditorOpening opening{.capture = size,
+                        .document = std::move(opened.document),
+                        .captureScale = opened.captureScale,
+                        .styles = services_.settings.values().editorToolStyles,
+                        .layOut = [&drawing](const Shape& text) { return drawing.layOut(text); }};
+  const auto onClipboard = [this](auto set) {
+    return [this, set](const std::string& text) {
+      Clipboard* const clipboard = services_.clipboard();
+      if (clipboard == nullptr) return;
+      (clipboard->*set)(text, lifetime_.guard([this](const Result<void>& copied) {
+        if (!copied) say(copied.error().reason, true);
+      }));
+    };
+  };
+  CanvasServices canvas{
+      .colorAt = [this](Pt at) { return scene().colorAt(at); },
+      .copyText = onClipboard(&Clipboard::setText),
+      .copyShapes = onClipboard(&Clipboard::setShapes),
+      .copiedShapes =
+          [this] {
+            Clipboard* const clipboard = services_.clipboard();
+            return clipboard != nullptr ? clipboard->shapes() : std::string();
+          },
+      .joinsCopiedLines = [this] { return services_.settings.values().joinCopiedTextLines; }};
+  CanvasScene::Services scenes{
+      .main = services_.main,
+      .work = services_.work,
+      .drawing = &drawing,
+      .readLayer = [files = services_.files,
+                    codec = services_.codec](const LayerSpec& layer) -> Result<Image> {
+        return readPictureFile(*layer.path, layer.frameIndex, *files, *codec);
+      }};
+  const auto sessions = [&](CanvasScene& scene) {
+    return EditorSessionServices{
+        .main = services_.main,
+        .background = services_.work,
+        .layers = [&scene] { return scene.report(); },
+        .flatten =
+            [&drawing, base = opened.base, scale = opened.captureScale, files = services_.files,
+             codec = services_.codec](const EditorDocument& document) {
+              return drawnWith(drawing, document, base, scale, *files, *codec);
+            },
+        .ask =
+            [this](const std::string& question, const std::function<void(bool)>& answered) {
+              services_.alerts.ask(
+                  {.style = Alert::Style::warning,
+                   .message = question,
+                   .informative = "Text that was found to be sensitive is not covered.",
+                   .buttons = {{"Publish"}, {"Cancel", true, true}}},
+                  [answered](std::size_t button) { answered(button == 0); });
+            },
+        .report = [this](const std::string& line) { say(line, true); },
+        .save =
+            [this, size](const EditorSaving& saving, const EditorSessionServices::Stored& stored) {
+              capture_->store(saving.document, size, stored);
+            },
+        .archive = {}};
+  };
+  editing_ = std::make_unique<Editing>(std::move(opened.base), drawing, std::move(opening),
+                                       std::move(events), std::move(scenes), std::move(canvas),
+                                       sessions, *capture_);
+  editing_->session.setBase(BaseImageState::ready);
+  editing_->input.setRecognised(opened.recognised);
+  if (pictureSize_ == PixelSize{}) pictureSize_ = size;
+  preview_ = {};
+  stage_ = Stage::ready;
+  changed({.stage = true, .document = true, .saving = true});
+  if (opened.draft) {
+    const bool isOther = editor().edit("Restore Unsaved Changes", [&](EditorSnapshot& state) {
+      state = EditorSnapshot::of(*std::move(opened.draft));
+    });
+    if (isOther) {
+      draft_ = editor().document();
+      if (!opened.remark.empty()) say(std::move(opened.remark));
+      return;
+    }
+    capture_->dropDraft();
+  } else if (!opened.remark.empty()) {
+    say(std::move(opened.remark));
+  } else if (opened.wasCombined) {
+    say("Combine arrangement is now layers");
+  }
+}
+
+void AnnotateModel::entryChanged() { changed({.stage = true, .saving = true}); }
+
+// ---- drafts
+
+bool AnnotateModel::hasUnsavedChanges() const {
+  return editing_ != nullptr && editing_->model.hasUnsavedChanges();
+}
+
+std::string AnnotateModel::unsavedChanges() const {
+  return editing_ != nullptr ? editing_->model.unsavedChanges() : std::string();
+}
+
+void AnnotateModel::keepDraftSoon() {
+  if (std::exchange(isDraftDue_, true)) return;
+  services_.main->postAfter(draftDelay, drafting_.guard([this] { keepDraft(); }));
+}
+
+void AnnotateModel::keepDraft() {
+  if (!editing_) return;
+  drafting_.renew();
+  isDraftDue_ = false;
+  if (!hasUnsavedChanges()) {
+    if (draft_) capture_->dropDraft();
+    draft_.reset();
+    return;
+  }
+  // What is being typed counts; a shape that is being drawn may yet come to nothing.
+  EditorDocument document = editor().isTyping() ? editor().scene() : editor().document();
+  if (draft_ == document) return;
+  draft_ = document;
+  capture_->keepDraft(document, editor().captureSize(),
+                      drafting_.guard([this](const Result<void>& kept) { draftKept(kept); }));
+}
+
+void AnnotateModel::draftKept(const Result<void>& kept) {
+  if (kept) {
+    isDraftLost_ = false;
+    return;
+  }
+  // A full disk may have room again; until then, only this window has it.
+  draft_.reset();
+  if (!std::exchange(isDraftLost_, true)) {
+    say(fmt::format("What is not saved can't be kept in case something happens: {}.",
+                    kept.error().reason),
+        true);
+  }
+  if (!std::exchange(isDraftDue_, true)) {
+    services_.main->postAfter(draftPause, drafting_.guard([this] { keepDraft(); }));
+  }
+}
+
+void AnnotateModel::discard() {
+  drafting_.renew();
+  isDraftDue_ = false;
+  draft_.reset();
+  if (editing_) editing_->session.discard();
+  capture_->dropDraft();
+}
+
+// ---- saving
+
+void AnnotateModel::save(std::function<void(bool)> done) {
+  clearNotice();
+  if (!editing_) {
+    if (done) done(false);
+    return;
+  }
+  if (done) waitingForSave_.push_back(std::move(done));
+  if (isSaving_) {
+    savesAgain_ = true;
+    return;
+  }
+  storeNow();
+}
+
+void AnnotateModel::storeNow() {
+  editor().endText();
+  if (!editor().hasUnsavedChanges() && capture_->isInLibrary()) return endSaving(true);
+  isSaving_ = true;
+  savesAgain_ = false;
+  changed({.saving = true});
+  const auto ticket = services_.pendingWork.begin(QuitFilingNote::Item::editorSave);
+  // The ticket is given back also when the window goes before the answer comes.
+  auto held = std::shared_ptr<void>(
+      nullptr, [work = &services_.pendingWork, ticket](void*) { work->end(ticket); });
+  editing_->session.save(lifetime_.guard([this, held = std::move(held)](bool isSaved) {
+    isSaving_ = false;
+    changed({.saving = true});
+    if (isSaved) {
+      // What was changed meanwhile is kept anew.
+      draft_.reset();
+      capture_->dropDraft();
+      if (hasUnsavedChanges()) keepDraft();
+    } else {
+      keepDraft();
+    }
+    if (isSaved && savesAgain_ && hasUnsavedChanges()) return storeNow();
+    endSaving(isSaved);
+  }));
+}
+
+void AnnotateModel::endSaving(bool isSaved) {
+  savesAgain_ = false;
+  for (const auto& done : std::exchange(waitingForSave_, {})) done(isSaved);
+}
+
+void AnnotateModel::done(std::function<void()> close) {
+  save(lifetime_.guard([this, close = std::move(close)](bool isSaved) {
+    if (!isSaved) return;
+    if (!services_.settings.values().copyToClipboardAfterDone) return close();
+    copyThen(close);
+  }));
+}
+
+// ---- handing out
+
+/// The finished picture, or a word why there is none.
+void AnnotateModel::handOut(EditorExport target, std::function<void(Image)> then) {
+  if (!editing_) return;
+  clearNotice();
+  dismissRefusal();
+  auto go = lifetime_.guard([this, target, then = std::move(then)] {
+    editing_->session.exportTo(
+        target, lifetime_.guard([this, then](Result<EditorSaving, EditorExportFailure> made) {
+          if (!made) return refuse(made.error());
+          then(std::move(made->image));
+        }));
+  });
+  editor().endText();
+  editing_->scene.update();
+  if (editing_->scene.report().state != LayerBuildState::building) return go();
+  // A build under way lands before what is posted after it.
+  roundTrip(*services_.work, services_.main, [] {}, std::move(go));
+}
+
+ImageEncoding AnnotateModel::encodingOf(ExportFormat format) const {
+  return {.format = format,
+          .quality = services_.settings.values().jpegQuality,
+          .pixelsPerPoint = scale_,
+          .createdAt = capture_->capturedAt()};
+}
+
+void AnnotateModel::encode(Image image, const ImageEncoding& encoding,
+                           std::function<void(Result<std::string>)> done) {
+  roundTrip(
+      *services_.work, services_.main,
+      [codec = services_.codec, image = std::move(image), encoding] {
+        return codec->encode(image, encoding);
+      },
+      lifetime_.guard(std::move(done)));
+}
+
+void AnnotateModel::copy() {
+  copyThen([] {});
+}
+
+void AnnotateModel::copyThen(std::function<void()> then) {
+  handOut(EditorExport::copy, [this, then = std::move(then)](Image image) {
+    encode(std::move(image), encodingOf(ExportFormat::png), [this, then](Result<std::string> png) {
+      Clipboard* const clipboard = services_.clipboard();
+      if (!png) return say(sentence(OutputFailure::notPrepared), true);
+      if (clipboard == nullptr) return say(sentence(OutputFailure::clipboardRefused), true);
+      clipboard->setImage(*std::move(png), lifetime_.guard([this, then](const Result<void>& set) {
+        if (!set) return say(sentence(OutputFailure::clipboardRefused), true);
+        say("Copied");
+        then();
+      }));
+    });
+  });
+}
+
+std::string AnnotateModel::suggestedFileName(ExportFormat format) const {
+  return fittingName(capture_->fileStem(), fmt::format(".{}", fileExtension(format)));
+}
+
+void AnnotateModel::saveAs(const Path& file, ExportFormat format) {
+  const auto named = formatOfFileName(file.filename().string());
+  Path output = file;
+  if (!named) output += fmt::format(".{}", fileExtension(format));
+  handOut(EditorExport::file, [this, output, format = named.value_or(format)](Image image) {
+    if (!services_.codec->canHold(format, image.size())) {
+      return say(fmt::format("{} can't hold a picture of {} × {} pixels.", displayName(format),
+                             image.width(), image.height()),
+                 true);
+    }
+    auto writing = encodingOf(format);
+    writing.pngEffort = PNGEffort::small;
+    encode(std::move(image), writing, [this, output](Result<std::string> bytes) {
+      if (!bytes) return say(sentence(OutputFailure::notWritten), true);
+      ProtectedFiles kept = services_.protectedFiles();
+      if (!capture_->file().empty()) kept.inputs.push_back(capture_->file());
+      for (const LayerSpec& layer : *editor().state().layers) {
+        if (layer.path) kept.inputs.emplace_back(*layer.path);
+      }
+      roundTrip(
+          *services_.disk, services_.main,
+          [files = services_.files, output, bytes = *std::move(bytes), kept = std::move(kept)] {
+            return writeOutput(*files, output, bytes, kept);
+          },
+          lifetime_.guard([this, output](const Result<void, OutputFileFailure>& written) {
+            if (!written) return say(sentence(written.error()), true);
+            say(fmt::format("Saved as {}", output.filename().string()));
+          }));
+    });
+  });
+}
+
+std::vector<AnnotateModel::FormatChoice> AnnotateModel::formats() const {
+  std::vector<FormatChoice> choices;
+  for (const ExportFormat format : offeredFormats) {
+    const auto weight = std::ranges::find(weights_, format, &Weight::format);
+    std::string size = stillUnknown;
+    if (weight != weights_.end()) size = weight->bytes ? sizeText(*weight->bytes) : std::string();
+    choices.push_back({format, std::string(displayName(format)), std::move(size)});
+  }
+  return choices;
+}
+
+void AnnotateModel::measureFormats() {
+  if (!editing_) return;
+  EditorDocument document = editor().scene();
+  if (measuredDocument_ == document && (!weights_.empty() || !toMeasure_.empty())) return;
+  measuring_.renew();
+  weights_.clear();
+  toMeasure_.assign(offeredFormats.begin(), offeredFormats.end());
+  changed({.formats = true});
+  measuredDocument_ = document;
+  roundTrip(
+      *services_.work, services_.main,
+      [drawing = &editing_->drawing, document = std::move(document), base = editing_->base,
+       scale = editor().captureScale(), files = services_.files, codec = services_.codec] {
+        return drawnWith(*drawing, document, base, scale, *files, *codec);
+      },
+      measuring_.guard([this](Result<Image> image) {
+        if (image) return measureNext(*std::move(image));
+        for (const ExportFormat format : std::exchange(toMeasure_, {})) {
+          weights_.push_back({format, std::nullopt});
+        }
+        changed({.formats = true});
+      }));
+}
+
+void AnnotateModel::measureNext(Image image) {
+  if (toMeasure_.empty()) return;
+  const ExportFormat format = toMeasure_.front();
+  auto encoding = encodingOf(format);
+  encoding.pngEffort = PNGEffort::small;
+  roundTrip(
+      *services_.work, services_.main,
+      [codec = services_.codec, image, encoding] {
+        const auto bytes = codec->encode(image, encoding);
+        return bytes ? std::optional<std::uint64_t>(bytes->size()) : std::nullopt;
+      },
+      measuring_.guard([this, format, image](std::optional<std::uint64_t> bytes) {
+        weights_.push_back({format, bytes});
+        toMeasure_.erase(toMeasure_.begin());
+        changed({.formats = true});
+        measureNext(image);
+      }));
+}
+
+void AnnotateModel::prepareDrag(std::function<void(Dragged)> done) {
+  handOut(EditorExport::dragOut, [this, done = std::move(done)](Image image) {
+    encode(std::move(image), encodingOf(ExportFormat::png), [this, done](Result<std::string> png) {
+      if (!png) return say(sentence(OutputFailure::notWritten), true);
+      roundTrip(
+          *services_.disk, services_.main,
+          [files = services_.files, folder = services_.drags,
+           name = suggestedFileName(ExportFormat::png),
+           png = *std::move(png)]() mutable -> Result<Dragged> {
+            const Path file = VT_TRY(writeDragged(*files, folder, name, png));
+            return Dragged{std::move(png), file};
+          },
+          lifetime_.guard([this, done](Result<Dragged> dragged) {
+            if (!dragged) return say(sentence(OutputFailure::notWritten), true);
+            done(*std::move(dragged));
+          }));
+    });
+  });
+}
+
+void AnnotateModel::dragLanded() {
+  const bool hasLeft = !capture_->entryID().empty() && !capture_->isInLibrary();
+  if (hasLeft) say(sentence(OutputFailure::entryLeft), true);
+}
+
+// ---- taking in
+
+void AnnotateModel::addLayers(const std::vector<Path>& files) {
+  if (!editing_ || files.empty()) return;
+  clearNotice();
+  roundTrip(
+      *services_.disk, services_.main,
+      [files, disk = services_.files, codec = services_.codec] {
+        return readLayers(files, *disk, *codec);
+      },
+      lifetime_.guard([this](const LayersRead& read) {
+        if (!read.files.empty()) editor().addLayers(read.files);
+        if (!read.refused.empty()) say(fmt::format("{}", fmt::join(read.refused, " ")), true);
+      }));
+}
+
+void AnnotateModel::copySelection() {
+  if (!editing_) return;
+  Clipboard* const clipboard = services_.clipboard();
+  if (clipboard == nullptr) return say(sentence(OutputFailure::clipboardRefused), true);
+  const auto landed = lifetime_.guard([this](const Result<void>& copied) {
+    if (!copied) say(copied.error().reason, true);
+  });
+  if (editor().isTyping()) {
+    const std::string text = editor().selectedText();
+    if (!text.empty()) clipboard->setText(text, landed);
+    return;
+  }
+  const std::string shapes = editor().copiedShapes();
+  if (shapes.empty()) return copy();
+  clearNotice();
+  clipboard->setShapes(shapes, landed);
+}
+
+void AnnotateModel::cutSelection() {
+  if (!editing_) return;
+  const bool isAnything =
+      editor().isTyping() ? !editor().selectedText().empty() : !editor().copiedShapes().empty();
+  if (!isAnything) return;
+  copySelection();
+  if (editor().isTyping()) {
+    editor().insertText({});
+  } else {
+    editor().deleteSelection();
+  }
+}
+
+void AnnotateModel::pasteFromClipboard(std::optional<Pt> middle) {
+  if (!editing_) return;
+  Clipboard* const clipboard = services_.clipboard();
+  if (clipboard == nullptr) return;
+  clearNotice();
+  const CanvasSize canvas = editor().canvasSize();
+  const Pt at = middle.value_or(Pt{canvas.width / 2, canvas.height / 2});
+  if (editor().isTyping()) return pasteText(*clipboard, at);
+  if (const std::string shapes = clipboard->shapes(); !shapes.empty()) {
+    editor().pasteShapes(shapes);
+    return;
+  }
+  clipboard->read(clipboard_types::pictures,
+                  lifetime_.guard([this, clipboard, at](Result<ClipboardItem> picture) {
+                    if (picture) return pastePicture(std::move(picture->bytes), at);
+                    if (picture.error().kind == FailureKind::notFound)
+                      return pasteText(*clipboard, at);
+                    if (picture.error().kind == FailureKind::cancelled) return;
+                    say(fmt::format("Couldn't paste: {}.", picture.error().reason), true);
+                  }));
+}
+
+/// A layer is shown from a file, which is this program's here.
+void AnnotateModel::pastePicture(std::string bytes, Pt middle) {
+  roundTrip(
+      *services_.disk, services_.main,
+      [bytes = std::move(bytes), folder = services_.layers, files = services_.files,
+       codec = services_.codec]() -> Result<LayerFile> {
+        const PictureHeader header = VT_TRY(codec->header(bytes));
+        VT_TRY(files->makeFolder(folder, Privacy::ownerOnly));
+        const Path file = folder / fmt::format("{}.{}", randomID(), fileExtension(header.format));
+        VT_TRY(files->create(file, bytes, Privacy::ownerOnly, Durability::flushed));
+        settleFolder(*files, folder);
+        return LayerFile{file.string(), header.size};
+      },
+      lifetime_.guard([this, middle](const Result<LayerFile>& layer) {
+        if (!layer) return say(fmt::format("Couldn't paste: {}.", layer.error().reason), true);
+        editor().pasteLayer(*layer, middle);
+      }));
+}
+
+void AnnotateModel::pasteText(Clipboard& clipboard, Pt middle) {
+  clipboard.read(clipboard_types::texts,
+                 lifetime_.guard([this, middle](Result<ClipboardItem> item) {
+                   if (!item) {
+                     if (item.error().kind == FailureKind::cancelled) return;
+                     return say(item.error().kind == FailureKind::notFound
+                                    ? "There is nothing to paste."
+                                    : fmt::format("Couldn't paste: {}.", item.error().reason),
+                                true);
+                   }
+                   const std::string text = plainText(*std::move(item));
+                   if (text.empty() || !isUtf8(text))
+                     return say("There is nothing to paste.", true);
+                   if (!editor().isTyping()) {
+                     editor().beginText(editor().toCanvas().inverse()(middle));
+                   }
+                   editor().insertText(text);
+                 }));
+}
+
+}  // namespace vantorel

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "app/annotate_model.hpp"
+#include "app/annotation_drafts.hpp"
+#include "app/app_windows.hpp"
+#include "app/opened_capture.hpp"
+#include "app/surface_registry.hpp"
+#include "base/lifetime.hpp"
+#include "editor/records/scene_failure.hpp"
+#include "library/entry_look.hpp"
+#include "library/library.hpp"
+
+namespace vantorel {
+
+/// Opens captures, picture files and the clipboard's picture in Annotate windows, one window each,
+/// and sees them through what happens meanwhile, to the end of the program. Lives on the main
+/// runner.
+class CaptureEditors {
+ public:
+  struct Services {
+    AnnotateModel::Services model;
+    OpenedCapture::Services capture;
+    SurfaceRegistry& surfaces;
+    AppWindows* windows = nullptr;  ///< null: there are none
+
+    /// What draws, loaded when it is first needed. Called on `model.disk`.
+    std::function<Result<SceneDrawing*, SceneFailure>()> drawing;
+
+    /// Makes a small picture of the capture as it is shown; not called back when there is none. May
+    /// be empty.
+    std::function<void(const EntryPointer&, std::function<void(const Image&)>)> preview;
+  };
+
+  explicit CaptureEditors(Services services);
+  ~CaptureEditors();
+
+  /// Told when the picture is in its window, or with a sentence why it is not.
+  using Opened = std::function<void(Result<void, std::string>)>;
+
+  /// The capture of that id, the unique beginning of one, or "latest".
+  void openEntry(const std::string& name, Opened opened);
+  /// One that was taken a moment ago, whose pixels are still there.
+  void openTaken(const EntryPointer& entry, Image pixels);
+  /// The picture lies where it is and stays as it is. One of the library is opened as a capture.
+  void openFile(const Path& file, Opened opened);
+  /// The picture on the clipboard, or the picture files there.
+  void openClipboard(Opened opened);
+  /// What was not saved when the program ended; `opened` is told of each.
+  void openDrafts(Opened opened);
+
+  /// For those who opened something at the desktop: says why not.
+  [[nodiscard]] Opened reported();
+
+  [[nodiscard]] bool isOpen(const std::string& entryID) const;
+
+  /// Closes the windows with unsaved changes, one after the other, each as the user says; `done` is
+  /// told whether all are closed or saved.
+  void closeAll(std::function<void(bool closed)> done);
+
+  /// Writes down what is not saved, for a program that ends without anybody to ask.
+  void keepDrafts(std::function<void()> done);
+
+  /// Looks for what was not saved when the program ended, and tells the user of it.
+  void tellOfDrafts();
+  /// Whether there is something for `openDrafts`, as far as it is known.
+  [[nodiscard]] bool hasDrafts() const { return !leftOver_.empty(); }
+  /// Told when that has changed.
+  std::function<void()> onDraftsChange;
+
+ private:
+  struct Editor;
+  using EditorPointer = std::shared_ptr<Editor>;
+  struct Read;
+
+  EditorPointer make(OpenedCapture::Origin origin, EntryClaim claim, Opened opened);
+  [[nodiscard]] bool bringForward(const std::string& key);
+  [[nodiscard]] EditorPointer find(const std::string& key) const;
+  void showPreview(const EditorPointer& editor, const EntryPointer& entry);
+  void findDraft(const EditorPointer& editor);
+  void readEntry(const EditorPointer& editor);
+  void read(const EditorPointer& editor, std::function<Result<Image, std::string>()> job);
+  void fail(const EditorPointer& editor, const std::string& sentence, bool offersRemove);
+  void start(const EditorPointer& editor, Read read);
+  void openPicture(const Path& file, Opened opened);
+  void openFiles(std::vector<Path> files, Opened opened);
+  void openDraft(const AnnotationDraft& draft, const Opened& opened);
+  [[nodiscard]] bool isOpenAs(const AnnotationDraft& draft) const;
+  void openPictureBytes(std::shared_ptr<const std::string> bytes, Opened opened);
+  void closed(const EditorPointer& editor);
+  void closeNext(std::vector<std::string> keys, std::function<void(bool)> done);
+  void libraryChanged(const HistoryChange& change);
+
+  Services services_;
+  std::map<std::string, EditorPointer> editors_;  ///< by key
+  std::set<std::string> leftOver_;                ///< keys of drafts that nobody has opened yet
+  Observation libraryObservation_;
+  Lifetime lifetime_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "base/geometry.hpp"
+#include "editor/records/editor_document.hpp"
+#include "library/entry_failure.hpp"
+#include "library/library.hpp"
+
+namespace vantorel {
+
+/// Puts `document`, made for a picture of `capture` pixels, in the place of the annotations of the
+/// entry `id`, which was edited now. `done` comes when that is safe on disk. The entry is claimed
+/// by whoever asks. Main runner.
+void storeDocument(Library& library, const std::string& id, const EditorDocument& document,
+                   PixelSize capture,
+                   std::move_only_function<void(Result<EntryPointer, EntryFailure>)> done);
+
+}  // namespace vantorel

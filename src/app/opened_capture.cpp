@@ -1,0 +1,197 @@
+#include "app/opened_capture.hpp"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "app/document_storing.hpp"
+#include "base/random_id.hpp"
+#include "base/round_trip.hpp"
+#include "library/entry_title.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr const char* clipboardTitle = "Clipboard Image";
+
+/// The picture as a PNG file: as it was copied, where it is one already.
+Result<std::string> asPNG(const Image& base, const std::string* copied, double scale,
+                          const ImageCodec& codec) {
+  if (copied != nullptr) {
+    const auto header = codec.header(*copied);
+    const bool isPlain = header && header->format == ExportFormat::png && !header->isAnimated;
+    if (isPlain) return *copied;
+  }
+  return codec.encode(base, {.format = ExportFormat::png, .pixelsPerPoint = scale});
+}
+
+}  // namespace
+
+OpenedCapture::OpenedCapture(Services services, Origin origin, EntryClaim claim)
+    : services_(std::move(services)),
+      origin_(std::move(origin)),
+      key_(keyOf(origin_)),
+      claim_(std::move(claim)),
+      lastEntry_(entry()) {}
+
+std::string OpenedCapture::keyOf(const Origin& origin) {
+  if (!origin.entryID.empty()) return origin.entryID;
+  if (!origin.file.empty()) return "file:" + origin.file.string();
+  return AnnotationDrafts::keyOfPicture(*origin.clipboard);
+}
+
+std::string OpenedCapture::draftKey() const {
+  if (!origin_.entryID.empty()) return AnnotationDrafts::keyOfEntry(origin_.entryID);
+  if (!origin_.file.empty()) return AnnotationDrafts::keyOfFile(origin_.file);
+  return AnnotationDrafts::keyOfPicture(*origin_.clipboard);
+}
+
+void OpenedCapture::setRead(Image base, std::optional<double> captureScale, EditorDocument stored) {
+  base_ = std::move(base);
+  captureScale_ = captureScale;
+  stored_ = std::move(stored);
+  if (EntryPointer now = entry()) lastEntry_ = std::move(now);
+}
+
+EntryPointer OpenedCapture::entry() const {
+  return origin_.entryID.empty() ? nullptr : services_.library.store().find(origin_.entryID);
+}
+
+std::string OpenedCapture::title() const {
+  if (!origin_.file.empty()) return origin_.file.stem().string();
+  if (origin_.entryID.empty()) return clipboardTitle;
+  const EntryPointer now = entry();
+  const ScreenshotEntry* const known = now ? now.get() : lastEntry_.get();
+  return known != nullptr ? titleOf(*known) : std::string();
+}
+
+std::string OpenedCapture::fileStem() const {
+  const Path own = file();
+  return own.empty() ? clipboardTitle : own.stem().string();
+}
+
+std::optional<double> OpenedCapture::capturedAt() const {
+  return lastEntry_ ? std::optional(lastEntry_->capturedAt) : std::nullopt;
+}
+
+Path OpenedCapture::file() const {
+  if (!origin_.file.empty()) return origin_.file;
+  const EntryPointer now = entry();
+  if (now) return now->path;
+  return lastEntry_ ? Path(lastEntry_->path) : Path();
+}
+
+// ---- saving
+
+void OpenedCapture::store(const EditorDocument& document, PixelSize capture, Stored done) {
+  if (!isInLibrary()) return fileFirst(document, capture, done);
+  storeDocument(services_.library, origin_.entryID, document, capture,
+                lifetime_.guard([this, document, done = std::move(done)](
+                                    const Result<EntryPointer, EntryFailure>& stored) {
+                  if (!stored) return done(std::unexpected(sentence(stored.error())));
+                  lastEntry_ = *stored;
+                  stored_ = document;
+                  done({});
+                }));
+}
+
+/// From the moment it has an id, what was drawn is kept under that one too: whatever happens
+/// between the filing of the picture and of its annotations, the capture opens with them.
+void OpenedCapture::fileFirst(const EditorDocument& document, PixelSize capture,
+                              const Stored& done) {
+  if (import_) return import(document, capture, done);
+  import_ = std::make_shared<StillCaptures::Import>();
+  import_->capturedAt = services_.library.clock().now();
+  import_->record.scale = captureScale_;
+  import_->record.entryID = randomID();
+  if (lastEntry_) {  // it has left, and comes back as what it was
+    import_->capturedAt = lastEntry_->capturedAt;
+    import_->record.isTallCapture = lastEntry_->isTallCapture;
+    import_->record.sourceApp = lastEntry_->sourceApp;
+  }
+  roundTrip(
+      *services_.work, services_.main,
+      [base = base_, copied = origin_.clipboard, scale = captureScale_.value_or(1),
+       codec = services_.codec] { return asPNG(base, copied.get(), scale, *codec); },
+      lifetime_.guard([this, document, capture, done](Result<std::string> png) {
+        if (!png) {
+          import_.reset();
+          return done(
+              std::unexpected("The picture couldn't be filed: " + png.error().reason + "."));
+        }
+        import_->png = *std::move(png);
+        import(document, capture, done);
+      }));
+}
+
+void OpenedCapture::import(const EditorDocument& document, PixelSize capture, const Stored& done) {
+  const std::string id = *import_->record.entryID;
+  AnnotationDraft draft = draftOf(document, capture);
+  draft.entryID = id;
+  draft.file.clear();
+  services_.drafts.keep(AnnotationDrafts::keyOfEntry(id), std::move(draft));
+  services_.import(import_, lifetime_.guard([this, document, capture, done,
+                                             id](Result<CaptureOutcome::Saved> saved) {
+    if (!saved) {
+      return done(std::unexpected("The picture couldn't be filed: " + saved.error().reason + "."));
+    }
+    if (!saved->indexFailure.empty()) return done(std::unexpected(saved->indexFailure));
+    if (onRemark) {
+      for (const std::string& remark : remarksOn(*saved)) onRemark(remark);
+    }
+    const std::string called = title();
+    if (origin_.clipboard == nullptr) {
+      // It goes by its name, whatever its file in the library is called.
+      (void)services_.library.store().update(
+          id, [&](ScreenshotEntry& entry) { entry.title = titleFrom(called); });
+    }
+    becomeEntry(id);
+    store(document, capture, done);
+  }));
+}
+
+void OpenedCapture::becomeEntry(const std::string& id) {
+  const std::string oldKey = key_;
+  const std::string oldDraft = draftKey();
+  if (auto claim = services_.library.claim(id, EntryWork::editing)) claim_ = *std::move(claim);
+  origin_ = {.entryID = id};
+  key_ = keyOf(origin_);
+  import_.reset();
+  lastEntry_ = entry();
+  services_.drafts.drop(oldDraft);
+  if (onFiled) onFiled(oldKey);
+}
+
+void OpenedCapture::removeFromHistory() {
+  if (origin_.entryID.empty()) return;
+  claim_.end();
+  services_.forget(origin_.entryID,
+                   lifetime_.guard([this](const Result<void, std::string>& forgotten) {
+                     if (!forgotten && onRemark) onRemark(forgotten.error());
+                     if (forgotten && onRemoved) onRemoved();
+                   }));
+}
+
+// ---- drafts
+
+AnnotationDraft OpenedCapture::draftOf(const EditorDocument& document, PixelSize capture) const {
+  AnnotationDraft draft;
+  draft.entryID = origin_.entryID;
+  draft.file = origin_.file.string();
+  draft.title = title();
+  draft.keptAt = services_.library.clock().now();
+  draft.width = capture.width;
+  draft.height = capture.height;
+  draft.document = document;
+  draft.stored = stored_;
+  return draft;
+}
+
+void OpenedCapture::keepDraft(const EditorDocument& document, PixelSize capture,
+                              std::function<void(const Result<void>&)> kept) {
+  services_.drafts.keep(draftKey(), draftOf(document, capture), origin_.clipboard, std::move(kept));
+}
+
+void OpenedCapture::dropDraft() { services_.drafts.drop(draftKey()); }
+
+}  // namespace vantorel

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/annotation_drafts.hpp"
+#include "app/edited_capture.hpp"
+#include "app/still_captures.hpp"
+#include "base/image.hpp"
+#include "base/lifetime.hpp"
+#include "library/entry_claim.hpp"
+#include "library/library.hpp"
+
+namespace vantorel {
+
+/// What one editor has open in this program. A picture that is in no library, or whose entry has
+/// left it, is filed as a new capture when it is saved, and is that capture from then on. Lives on
+/// the main runner.
+class OpenedCapture final : public EditedCapture {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< encodes pictures
+    std::shared_ptr<const ImageCodec> codec;
+    Library& library;
+    AnnotationDrafts& drafts;
+
+    /// See `StillCaptures::import`.
+    std::function<void(std::shared_ptr<StillCaptures::Import>, StillCaptureFiling::Filed)> import;
+
+    /// Takes the capture out of History, and answers why not.
+    std::function<void(const std::string& id, std::function<void(Result<void, std::string>)>)>
+        forget;
+  };
+
+  /// Where it comes from: just one is set.
+  struct Origin {
+    std::string entryID{};
+    Path file{};                                     ///< absolute
+    std::shared_ptr<const std::string> clipboard{};  ///< the bytes of a picture file
+  };
+
+  OpenedCapture(Services services, Origin origin, EntryClaim claim);
+
+  /// What it is called among the open editors.
+  [[nodiscard]] const std::string& key() const { return key_; }
+  [[nodiscard]] static std::string keyOf(const Origin& origin);
+
+  /// By what its draft is found.
+  [[nodiscard]] std::string draftKey() const;
+
+  /// What was read of it, and what of it is saved.
+  void setRead(Image base, std::optional<double> captureScale, EditorDocument stored);
+
+  /// Null when it is not in the library.
+  [[nodiscard]] EntryPointer entry() const;
+
+  /// Told when it has become the capture of the library that `key` names now.
+  std::function<void(const std::string& oldKey)> onFiled;
+
+  /// Told what the user is to know, a sentence.
+  std::function<void(const std::string&)> onRemark;
+
+  /// Told when it was taken out of the library as `removeFromHistory` asked.
+  std::function<void()> onRemoved;
+
+  [[nodiscard]] std::string title() const override;
+  [[nodiscard]] std::string fileStem() const override;
+  [[nodiscard]] std::optional<double> capturedAt() const override;
+  [[nodiscard]] std::string entryID() const override { return origin_.entryID; }
+  [[nodiscard]] Path file() const override;
+  [[nodiscard]] bool isInLibrary() const override { return entry() != nullptr; }
+  void store(const EditorDocument& document, PixelSize capture,
+             std::function<void(Result<void, std::string>)> done) override;
+  void keepDraft(const EditorDocument& document, PixelSize capture,
+                 std::function<void(const Result<void>&)> kept) override;
+  void dropDraft() override;
+  void removeFromHistory() override;
+
+ private:
+  using Stored = std::function<void(Result<void, std::string>)>;
+
+  [[nodiscard]] AnnotationDraft draftOf(const EditorDocument& document, PixelSize capture) const;
+  void fileFirst(const EditorDocument& document, PixelSize capture, const Stored& done);
+  void import(const EditorDocument& document, PixelSize capture, const Stored& done);
+  void becomeEntry(const std::string& id);
+
+  Services services_;
+  Origin origin_;
+  std::string key_;
+  EntryClaim claim_;
+  EntryPointer lastEntry_;  ///< as it was seen last: it may leave the library
+  Image base_;
+  std::optional<double> captureScale_;
+  EditorDocument stored_;
+  std::shared_ptr<StillCaptures::Import> import_;  ///< once it was to be filed
+  Lifetime lifetime_;
+};
+
+}  // namespace vantorel
