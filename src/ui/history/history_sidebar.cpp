@@ -10,10 +10,10 @@
 #include <utility>
 
 #include "library/entry_filter.hpp"
-#include "ui/history/name_field.hpp"
 #include "ui/history/sidebar_row.hpp"
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/icons.hpp"
+#include "ui/kit/name_field.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/role_label.hpp"
 #include "ui/kit/tokens.hpp"

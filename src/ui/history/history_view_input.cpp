@@ -12,9 +12,9 @@
 #include "library/entry_title.hpp"
 #include "ui/history/capture_mime_data.hpp"
 #include "ui/history/history_view.hpp"
-#include "ui/history/name_field.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/box_painting.hpp"
+#include "ui/kit/name_field.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ui/history/floating_bar.hpp"
 #include "ui/kit/accessible_role.hpp"
+#include "ui/kit/floating_bar.hpp"
 #include "ui/kit/floating_button.hpp"
 #include "ui/kit/palette_roles.hpp"
 

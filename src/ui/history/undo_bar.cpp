@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "library/pending_undo.hpp"
-#include "ui/history/floating_bar.hpp"
 #include "ui/kit/application_font.hpp"
 #include "ui/kit/box_painting.hpp"
+#include "ui/kit/floating_bar.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 

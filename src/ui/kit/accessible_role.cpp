@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char* roleProperty = "vantorelAccessibleRole";
 constexpr const char* currentProperty = "vantorelAccessibleCurrent";
+constexpr const char* expandedProperty = "vantorelAccessibleExpanded";
 
 /// A button keeps its press and what it says of itself, whatever else it is.
 class WidgetWithRole : public QAccessibleWidget {
@@ -26,6 +27,11 @@ class WidgetWithRole : public QAccessibleWidget {
     if (const QVariant current = widget()->property(currentProperty); current.isValid()) {
       state.focusable = true;
       state.focused = current.toBool();
+    }
+    if (const QVariant expanded = widget()->property(expandedProperty); expanded.isValid()) {
+      state.expandable = true;
+      state.expanded = expanded.toBool();
+      state.collapsed = !state.expanded;
     }
     const QAbstractButton* const button = this->button();
     if (button == nullptr || !button->isCheckable()) return state;
@@ -121,6 +127,17 @@ void setAccessibleCurrent(QWidget& widget, bool isCurrent) {
   widget.setProperty(currentProperty, isCurrent);
   if (!isCurrent) return;
   QAccessibleEvent event(&widget, QAccessible::Focus);
+  QAccessible::updateAccessibility(&event);
+}
+
+void setAccessibleExpanded(QWidget& widget, bool isExpanded) {
+  const QVariant before = widget.property(expandedProperty);
+  widget.setProperty(expandedProperty, isExpanded);
+  if (!before.isValid() || before.toBool() == isExpanded) return;
+  QAccessible::State changed;
+  changed.expanded = true;
+  changed.collapsed = true;
+  QAccessibleStateChangeEvent event(&widget, changed);
   QAccessible::updateAccessibility(&event);
 }
 

@@ -15,4 +15,7 @@ void setAccessibleRole(QWidget& widget, QAccessible::Role role);
 /// a widget has a role of `setAccessibleRole`, and screen readers take it for the focused one.
 void setAccessibleCurrent(QWidget& widget, bool isCurrent);
 
+/// Whether what a widget with a role of `setAccessibleRole` folds away is to be seen.
+void setAccessibleExpanded(QWidget& widget, bool isExpanded);
+
 }  // namespace vantorel

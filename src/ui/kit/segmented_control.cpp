@@ -5,8 +5,10 @@
 #include <QPainter>
 #include <QRadioButton>
 #include <QStyleOption>
+#include <algorithm>
 #include <utility>
 
+#include "ui/kit/application_font.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
@@ -14,21 +16,32 @@
 namespace vantorel {
 namespace {
 
+constexpr int segmentEdge = 2;  // around each segment
+
 /// A radio button to screen readers and keys, painted as a part of the whole.
 class SegmentButton : public QRadioButton {
  public:
-  SegmentButton(const SegmentedControl::Segment& segment, QWidget* parent)
-      : QRadioButton(parent), icon_(segment.icon), label_(segment.label) {
+  SegmentButton(const SegmentedControl::Segment& segment, SegmentedControl::Size size,
+                QWidget* parent)
+      : QRadioButton(parent),
+        icon_(segment.icon),
+        picture_(segment.picture),
+        label_(segment.label),
+        isSmall_(size == SegmentedControl::Size::small) {
     setAccessibleName(segment.label);
-    setToolTip(segment.toolTip.isEmpty() && icon_ ? segment.label : segment.toolTip);
+    const bool isPictured = icon_ || picture_;
+    setToolTip(segment.toolTip.isEmpty() && isPictured ? segment.label : segment.toolTip);
     setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    if (isSmall_) setFollowingFont(*this, tokens::smallFont);
   }
 
   [[nodiscard]] QSize sizeHint() const override {
-    const int height = tokens::controlHeight(tokens::control, font()) - 4;
-    if (icon_) return {height + tokens::space8, height};
-    return {fontMetrics().horizontalAdvance(label_) + tokens::space24, height};
+    const int token = isSmall_ ? tokens::smallControl : tokens::control;
+    const int height = tokens::controlHeight(token, font()) - 4;
+    if (icon_ || picture_) return {height + tokens::space8, height};
+    const int beside = isSmall_ ? tokens::space12 : tokens::space24;
+    return {fontMetrics().horizontalAdvance(label_) + beside, height};
   }
   [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
@@ -49,7 +62,9 @@ class SegmentButton : public QRadioButton {
     }
     if (!isEnabled()) painter.setOpacity(tokens::offOpacity);
     const QColor ink = isChecked() ? roles.accentText : roles.text;
-    if (icon_) {
+    if (picture_) {
+      picture_(painter, rect(), isChecked() ? roles.text : roles.quiet);
+    } else if (icon_) {
       const QRect area = QStyle::alignedRect(layoutDirection(), Qt::AlignCenter,
                                              QSize(rowIconSize, rowIconSize), rect());
       painter.drawPixmap(area.topLeft(), iconPixmap(*icon_, area.size(), devicePixelRatioF(), ink));
@@ -66,22 +81,25 @@ class SegmentButton : public QRadioButton {
 
  private:
   std::optional<IconName> icon_;
+  SegmentedControl::Picture picture_;
   QString label_;
+  bool isSmall_;
 };
 
 }  // namespace
 
-SegmentedControl::SegmentedControl(std::vector<Segment> segments, QWidget* parent)
-    : QWidget(parent), group_(new QButtonGroup(this)) {
-  auto* const row = new QHBoxLayout(this);
-  row->setContentsMargins(2, 2, 2, 2);
-  row->setSpacing(2);
+SegmentedControl::SegmentedControl(std::vector<Segment> segments, QWidget* parent, Size size)
+    : QWidget(parent), row_(new QHBoxLayout(this)), group_(new QButtonGroup(this)) {
+  row_->setContentsMargins(segmentEdge, segmentEdge, segmentEdge, segmentEdge);
+  row_->setSpacing(segmentEdge);
   for (std::size_t i = 0; i < segments.size(); ++i) {
-    auto* const button = new SegmentButton(segments[i], this);
+    auto* const button = new SegmentButton(segments[i], size, this);
     group_->addButton(button, static_cast<int>(i));
-    row->addWidget(button, 1);
+    row_->addWidget(button, 1);
   }
-  setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+  QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+  policy.setHeightForWidth(size == Size::small);
+  setSizePolicy(policy);
   // Keys move the mark without a click of their own.
   connect(group_, &QButtonGroup::idToggled, this, [this](int index, bool isOn) {
     if (isOn && chosen_) chosen_(index);
@@ -92,7 +110,37 @@ int SegmentedControl::current() const { return group_->checkedId(); }
 
 void SegmentedControl::setCurrent(int index) {
   const QSignalBlocker blocked(group_);
-  if (auto* const button = group_->button(index)) button->setChecked(true);
+  if (auto* const button = group_->button(index)) return button->setChecked(true);
+  auto* const checked = group_->checkedButton();
+  if (index >= 0 || checked == nullptr) return;
+  group_->setExclusive(false);
+  checked->setChecked(false);
+  group_->setExclusive(true);
+}
+
+bool SegmentedControl::fitsInRow(int width) const {
+  int needed = segmentEdge;
+  for (const QAbstractButton* const button : group_->buttons()) {
+    needed += button->sizeHint().width() + segmentEdge;
+  }
+  return needed <= width;
+}
+
+int SegmentedControl::heightForWidth(int width) const {
+  int highest = 0;
+  int all = segmentEdge;
+  for (const QAbstractButton* const button : group_->buttons()) {
+    const int height = button->sizeHint().height();
+    highest = std::max(highest, height);
+    all += height + segmentEdge;
+  }
+  return fitsInRow(width) ? highest + 2 * segmentEdge : all;
+}
+
+void SegmentedControl::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  if (!sizePolicy().hasHeightForWidth()) return;
+  row_->setDirection(fitsInRow(width()) ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
 }
 
 void SegmentedControl::setSegmentEnabled(int index, bool isEnabled, const QString& toolTip) {

@@ -214,7 +214,6 @@ void layOutHandles(const AreaAdjustment& adjustment, Measure measure, SelectionL
 /// The loupe, and below it the size of what is drawn, the pixel's place and its color.
 void layOutLoupe(const SelectionModel& model, const SelectionStatus& status, Measure measure,
                  SelectionLayout& layout) {
-  const QFontMetrics metrics(selection_style::font(layout.scale));
   const QRect display = rectOf(model.display().area);
   QStringList lines;
   if (model.isDragging()) {
@@ -226,16 +225,11 @@ void layOutLoupe(const SelectionModel& model, const SelectionStatus& status, Mea
   const QPoint inside = layout.detail - display.topLeft();
   lines.append(QStringLiteral("%1, %2").arg(inside.x()).arg(inside.y()));
   lines.append(status.color);
-  layout.captionText = lines.join(u'\n');
-  const int side = loupePixels * std::max(1, measure(8));
-  const int height = metrics.lineSpacing() * static_cast<int>(lines.size()) + measure(10);
-  int width = side;
-  for (const QString& line : lines) {
-    width = std::max(width, metrics.horizontalAdvance(line) + measure(16));
-  }
-  const QRect box = besideDetail(model, layout, {width, side + height}, measure(24));
-  layout.loupe = QRect(box.left() + (width - side) / 2, box.top(), side, side);
-  layout.caption = QRect(box.left(), box.top() + side, width, height);
+  const QRect box = besideDetail(model, layout, loupeSize(lines, layout.scale), measure(24));
+  const Loupe loupe = loupeAt(box.topLeft(), lines, layout.scale);
+  layout.loupe = loupe.pixels;
+  layout.caption = loupe.caption;
+  layout.captionText = loupe.captionText;
 }
 
 }  // namespace

@@ -55,39 +55,32 @@ void paintHandles(QPainter& painter, const SelectionLayout& layout) {
   painter.setRenderHint(QPainter::Antialiasing, false);
 }
 
-void paintLoupe(QPainter& painter, const std::vector<FrozenPicture>& pictures,
-                const SelectionLayout& layout) {
-  if (layout.loupe.isEmpty()) return;
-  const int zoom = layout.loupe.width() / loupePixels;
-  const QPoint corner = layout.detail - QPoint(loupePixels / 2, loupePixels / 2);
-  const QRect source(corner, QSize(loupePixels, loupePixels));
-  const int rim = pixels(layout, 1);
-  const QRect frame = (layout.loupe | layout.caption).adjusted(-rim, -rim, rim, rim);
-  paintPanel(painter, frame.adjusted(-rim * 2, -rim * 2, rim * 2, rim * 2), 8 * layout.scale,
-             layout.scale);
-  painter.fillRect(layout.loupe, Qt::black);
-  for (const FrozenPicture& picture : pictures) {
-    const QRect part = source & picture.area;
-    if (part.isEmpty()) continue;
-    painter.drawImage(
-        QRect(layout.loupe.topLeft() + (part.topLeft() - corner) * zoom, part.size() * zoom),
-        picture.image, part.translated(-picture.area.topLeft()));
-  }
-  if (!layout.chosen.isEmpty()) {
-    const QRect inside = source & layout.chosen;
-    const QRect shown(layout.loupe.topLeft() + (inside.topLeft() - corner) * zoom,
-                      inside.size() * zoom);
-    fill(painter, QRegion(layout.loupe) - QRegion(shown), selection_style::dim);
-  }
-  const QRect middle(layout.loupe.topLeft() + QPoint(zoom, zoom) * (loupePixels / 2),
-                     QSize(zoom, zoom));
-  fill(painter, frameAround(middle, rim), Qt::white);
-  fill(painter, frameAround(middle.adjusted(-rim, -rim, rim, rim), rim), Qt::black);
+void paintDetail(QPainter& painter, const std::vector<FrozenPicture>& pictures,
+                 const SelectionLayout& layout) {
+  paintLoupe(painter, Loupe{layout.loupe, layout.caption, layout.captionText, layout.scale},
+             [&](QPainter&) {
+               const int zoom = layout.loupe.width() / loupePixels;
+               const QPoint corner = layout.detail - QPoint(loupePixels / 2, loupePixels / 2);
+               const QRect source(corner, QSize(loupePixels, loupePixels));
+               for (const FrozenPicture& picture : pictures) {
+                 const QRect part = source & picture.area;
+                 if (part.isEmpty()) continue;
+                 const QPoint place = layout.loupe.topLeft() + (part.topLeft() - corner) * zoom;
+                 painter.drawImage(QRect(place, part.size() * zoom), picture.image,
+                                   part.translated(-picture.area.topLeft()));
+               }
+               if (layout.chosen.isEmpty()) return;
+               const QRect inside = source & layout.chosen;
+               const QRect shown(layout.loupe.topLeft() + (inside.topLeft() - corner) * zoom,
+                                 inside.size() * zoom);
+               fill(painter, QRegion(layout.loupe) - QRegion(shown), selection_style::dim);
+             });
 }
 
 void paintCaption(QPainter& painter, const SelectionLayout& layout) {
-  if (layout.caption.isEmpty()) return;
-  if (layout.loupe.isEmpty()) paintPanel(painter, layout.caption, 4 * layout.scale, layout.scale);
+  // A loupe writes its own.
+  if (layout.caption.isEmpty() || !layout.loupe.isEmpty()) return;
+  paintPanel(painter, layout.caption, 4 * layout.scale, layout.scale);
   painter.setPen(selection_style::text);
   painter.drawText(layout.caption, Qt::AlignCenter, layout.captionText);
 }
@@ -129,7 +122,7 @@ void paintSelection(QPainter& painter, const QRegion& dirty,
   };
   if (isTouched(layout.hintLine)) paintHints(painter, layout);
   if (isTouched(layout.loupe | layout.caption)) {
-    paintLoupe(painter, pictures, layout);
+    paintDetail(painter, pictures, layout);
     paintCaption(painter, layout);
   }
   paintBar(painter, layout.bar, layout.scale);

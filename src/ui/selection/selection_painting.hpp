@@ -8,6 +8,7 @@
 #include <QString>
 #include <vector>
 
+#include "ui/selection/loupe.hpp"
 #include "ui/selection/selection_bar.hpp"
 #include "ui/selection/selection_model.hpp"
 
@@ -43,9 +44,6 @@ struct SelectionLayout {
   /// What must be painted again when `before` gives way to this.
   [[nodiscard]] QRegion changeFrom(const SelectionLayout& before) const;
 };
-
-/// So many pixels each way does the loupe show; odd, so that the pointer's is in the middle.
-inline constexpr int loupePixels = 15;
 
 /// What is shown besides the selection itself.
 struct SelectionStatus {

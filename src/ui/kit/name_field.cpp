@@ -1,4 +1,4 @@
-#include "ui/history/name_field.hpp"
+#include "ui/kit/name_field.hpp"
 
 #include <QKeyEvent>
 #include <utility>

@@ -6,7 +6,7 @@
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
-/// What the dark bars over the lower edge of the History window share.
+/// What the dark bars over the content of a window share.
 namespace vantorel::floating_bar {
 
 inline constexpr int shadow = 12;  ///< px around the panel

@@ -1,0 +1,110 @@
+#include "ui/annotate/annotate_inspector.hpp"
+
+#include <QKeyEvent>
+#include <QTimerEvent>
+#include <QVBoxLayout>
+#include <utility>
+
+#include "app/annotate_model.hpp"
+#include "ui/annotate/background_section.hpp"
+#include "ui/annotate/canvas_section.hpp"
+#include "ui/annotate/layer_section.hpp"
+#include "ui/annotate/layers_section.hpp"
+#include "ui/annotate/style_section.hpp"
+#include "ui/kit/accessible_role.hpp"
+
+namespace vantorel {
+namespace {
+
+/// A drag on the canvas changes the model with each event, and needs the time for itself.
+constexpr int pauseTime = 40;  // ms
+
+}  // namespace
+
+AnnotateInspector::AnnotateInspector(QWidget* parent) : QScrollArea(parent) {
+  setAccessibleRole(*this, QAccessible::Pane);
+  setAccessibleName(QStringLiteral("Inspector"));
+  setFrameShape(QFrame::NoFrame);
+  setFocusPolicy(Qt::NoFocus);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setWidgetResizable(true);
+  viewport()->setAutoFillBackground(false);
+}
+
+AnnotateInspector::AnnotateInspector(InspectedEditor editor, QWidget* parent)
+    : AnnotateInspector(parent) {
+  begin(std::move(editor));
+}
+
+AnnotateInspector::AnnotateInspector(std::shared_ptr<AnnotateModel> model, QWidget* parent)
+    : AnnotateInspector(parent) {
+  model_ = std::move(model);
+  if (model_->stage() == AnnotateModel::Stage::ready) {
+    begin(inspected(model_, this));
+    return;
+  }
+  changes_ = model_->observe([this](const AnnotateModel::Change& change) {
+    if (!change.stage || model_->stage() != AnnotateModel::Stage::ready) return;
+    begin(inspected(model_, this));
+  });
+}
+
+void AnnotateInspector::begin(InspectedEditor editor) {
+  editor_ = std::move(editor);
+  auto* const content = new QWidget;
+  auto* const column = new QVBoxLayout(content);
+  column->setContentsMargins(0, 0, 0, 0);
+  column->setSpacing(0);
+  style_ = new StyleSection(editor_, content);
+  layer_ = new LayerSection(editor_, content);
+  layers_ = new LayersSection(editor_, content);
+  background_ = new BackgroundSection(editor_, content);
+  canvas_ = new CanvasSection(editor_, content);
+  for (QWidget* const section :
+       std::initializer_list<QWidget*>{style_, layer_, layers_, background_, canvas_}) {
+    column->addWidget(section);
+  }
+  column->addStretch(1);
+  setWidget(content);
+  content->setAutoFillBackground(false);
+  // In the place of what waited for the editor, which may be calling.
+  changes_ = editor_.observe([this] { changed(); });
+  refresh();
+}
+
+QSize AnnotateInspector::sizeHint() const { return {usualWidth, 400}; }
+
+void AnnotateInspector::changed() {
+  isBehind_ = true;
+  // The first change is shown with the next turn of the loop, those that follow together.
+  if (isVisible() && !pause_.isActive()) pause_.start(0, this);
+}
+
+void AnnotateInspector::timerEvent(QTimerEvent* event) {
+  if (event->timerId() != pause_.timerId()) return QScrollArea::timerEvent(event);
+  if (!isBehind_) return pause_.stop();
+  refresh();
+  pause_.start(pauseTime, this);
+}
+
+void AnnotateInspector::refresh() {
+  isBehind_ = false;
+  if (style_ == nullptr) return;
+  style_->refresh();
+  layer_->refresh();
+  layers_->refresh();
+  background_->refresh();
+  canvas_->refresh();
+}
+
+void AnnotateInspector::showEvent(QShowEvent* event) {
+  QScrollArea::showEvent(event);
+  if (isBehind_) refresh();
+}
+
+void AnnotateInspector::keyPressEvent(QKeyEvent* event) {
+  // The arrows are the window's.
+  event->ignore();
+}
+
+}  // namespace vantorel

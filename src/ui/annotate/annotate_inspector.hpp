@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QBasicTimer>
+#include <QScrollArea>
+
+#include "base/observers.hpp"
+#include "ui/annotate/inspected_editor.hpp"
+
+namespace vantorel {
+
+class BackgroundSection;
+class CanvasSection;
+class LayerSection;
+class LayersSection;
+class StyleSection;
+
+/// The right side of an Annotate window: how what is selected looks, the layers, the background and
+/// the canvas. Follows the model a few dozen times a second at most, and not while it is hidden.
+/// Lives on the main thread.
+class AnnotateInspector : public QScrollArea {
+ public:
+  static constexpr int usualWidth = 280;
+
+  /// Empty until the model is ready.
+  AnnotateInspector(std::shared_ptr<AnnotateModel> model, QWidget* parent);
+  AnnotateInspector(InspectedEditor editor, QWidget* parent);
+
+  /// At once, as before a picture is taken of it.
+  void refresh();
+
+  [[nodiscard]] QSize sizeHint() const override;
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+  void timerEvent(QTimerEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  explicit AnnotateInspector(QWidget* parent);
+  void begin(InspectedEditor editor);
+  void changed();
+
+  std::shared_ptr<AnnotateModel> model_;  // outlives what works on its editor
+  InspectedEditor editor_;
+  StyleSection* style_ = nullptr;  // null until there is an editor
+  LayerSection* layer_ = nullptr;
+  LayersSection* layers_ = nullptr;
+  BackgroundSection* background_ = nullptr;
+  CanvasSection* canvas_ = nullptr;
+  QBasicTimer pause_;
+  bool isBehind_ = true;
+  Observation changes_;
+};
+
+}  // namespace vantorel

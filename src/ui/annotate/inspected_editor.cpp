@@ -1,0 +1,44 @@
+#include "ui/annotate/inspected_editor.hpp"
+
+#include <QFileDialog>
+#include <QPointer>
+
+#include "app/annotate_model.hpp"
+
+namespace vantorel {
+namespace {
+
+void askForLayers(const std::shared_ptr<AnnotateModel>& model, QWidget* window) {
+  auto* const dialog = new QFileDialog(
+      window, QString::fromUtf8(layerChooserPrompt.data(), qsizetype(layerChooserPrompt.size())));
+  dialog->setAttribute(Qt::WA_DeleteOnClose);
+  dialog->setFileMode(QFileDialog::ExistingFiles);
+  dialog->setNameFilter(QStringLiteral("Pictures (*.png *.jpg *.jpeg *.webp *.heic)"));
+  QObject::connect(dialog, &QFileDialog::filesSelected, window, [model](const QStringList& files) {
+    std::vector<Path> paths;
+    for (const QString& file : files) {
+      paths.emplace_back(QFile::encodeName(file).toStdString());
+    }
+    model->addLayers(paths);
+  });
+  dialog->open();
+}
+
+}  // namespace
+
+InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model, QWidget* window) {
+  InspectedEditor editor;
+  editor.model = &model->editor();
+  editor.observe = [model](std::function<void()> changed) {
+    return model->observe([changed = std::move(changed)](const AnnotateModel::Change& change) {
+      if (change.document || change.stage) changed();
+    });
+  };
+  editor.captureName = [model] { return model->title(); };
+  editor.addLayers = [model, window = QPointer(window)] {
+    if (window) askForLayers(model, window->window());
+  };
+  return editor;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QWidget>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/observers.hpp"
+#include "editor/editor_model.hpp"
+
+namespace vantorel {
+
+/// What the inspector and the popovers work on: an editor, and what its window does for them. All
+/// is called on the main thread; `model` outlives every widget that has it.
+struct InspectedEditor {
+  EditorModel* model = nullptr;
+
+  /// Of whatever can be seen.
+  std::function<Observation(std::function<void()> changed)> observe = [](auto) {
+    return Observation();
+  };
+
+  /// What the capture itself is called.
+  std::function<std::string()> captureName = [] { return std::string(); };
+
+  /// Asks for files and adds them.
+  std::function<void()> addLayers = [] {};
+
+  /// Gives a small picture of what a layer shows, at least `pixels` one way, at once or later; none
+  /// when there is none.
+  using Thumbnail = std::function<void(const QImage& picture)>;
+  std::function<void(const LayerSpec& layer, QSize pixels, Thumbnail given)> thumbnail =
+      [](const LayerSpec&, QSize, const Thumbnail&) {};
+
+  /// The layers that cannot be shown.
+  std::function<std::vector<std::string>()> missingLayers = [] {
+    return std::vector<std::string>();
+  };
+  std::function<std::vector<std::string>()> oversizedLayers = [] {
+    return std::vector<std::string>();
+  };
+
+  std::function<void(const std::string& text)> copyText = [](const std::string&) {};
+};
+
+class AnnotateModel;
+
+/// Of a model that is ready, for widgets of `window`.
+[[nodiscard]] InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model,
+                                        QWidget* window);
+
+}  // namespace vantorel

@@ -1,0 +1,142 @@
+#include "ui/annotate/inspector_form.hpp"
+
+#include <QEvent>
+#include <QStyle>
+#include <algorithm>
+
+#include "ui/kit/role_label.hpp"
+#include "ui/kit/tokens.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int side = tokens::space16;
+constexpr int rowGap = 10;
+constexpr int usualLabelWidth = 64;
+constexpr double widestLabel = 0.4;  // of the row
+
+int heightAt(const QWidget& field, int width) {
+  const bool depends = field.hasHeightForWidth() || field.sizePolicy().hasHeightForWidth();
+  return depends ? field.heightForWidth(width) : field.sizeHint().height();
+}
+
+}  // namespace
+
+InspectorForm::InspectorForm(QWidget* parent) : QWidget(parent) {
+  QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+  policy.setHeightForWidth(true);
+  setSizePolicy(policy);
+}
+
+void InspectorForm::addRow(const QString& label, QWidget* field) {
+  auto* const words = new RoleLabel(label, &PaletteRoles::quiet, tokens::smallFont, this);
+  words->setWordWrap(false);
+  field->setParent(this);
+  if (field->accessibleName().isEmpty()) field->setAccessibleName(label);
+  rows_.push_back({words, label, field});
+}
+
+void InspectorForm::addWide(QWidget* field, int outset) {
+  field->setParent(this);
+  rows_.push_back({nullptr, {}, field, outset});
+}
+
+InspectorForm::Row* InspectorForm::rowOf(const QWidget* field) {
+  const auto found = std::ranges::find(rows_, field, &Row::field);
+  return found == rows_.end() ? nullptr : &*found;
+}
+
+void InspectorForm::setRowVisible(QWidget* field, bool isVisible) {
+  Row* const row = rowOf(field);
+  if (row == nullptr || row->isVisible == isVisible) return;
+  row->isVisible = isVisible;
+  field->setVisible(isVisible);
+  if (row->label != nullptr) row->label->setVisible(isVisible);
+  updateGeometry();
+  layOut(width(), true);
+}
+
+void InspectorForm::setRowMixed(QWidget* field, bool isMixed) {
+  const Row* const row = rowOf(field);
+  if (row == nullptr || row->label == nullptr) return;
+  const QString words = isMixed ? row->words + QStringLiteral(" –") : row->words;
+  if (row->label->text() == words) return;
+  row->label->setText(words);
+  row->field->setAccessibleDescription(isMixed ? QStringLiteral("Mixed") : QString());
+  layOut(width(), true);
+}
+
+bool InspectorForm::isEmpty() const { return std::ranges::none_of(rows_, &Row::isVisible); }
+
+int InspectorForm::labelWidth() const {
+  int widest = usualLabelWidth;
+  for (const Row& row : rows_) {
+    if (row.isVisible && row.label != nullptr) {
+      widest = std::max(widest, row.label->sizeHint().width());
+    }
+  }
+  return widest;
+}
+
+int InspectorForm::layOut(int width, bool places) const {
+  const int label = labelWidth();
+  const int whole = width - 2 * side;
+  const bool isStacked = label > whole * widestLabel;
+  const auto put = [&](QWidget* widget, const QRect& area) {
+    if (places) {
+      widget->setGeometry(QStyle::visualRect(layoutDirection(), {0, 0, width, 0}, area));
+    }
+  };
+  int y = 0;
+  for (const Row& row : rows_) {
+    if (!row.isVisible) continue;
+    if (y > 0) y += rowGap;
+    if (row.label == nullptr) {
+      const int room = whole + 2 * row.outset;
+      const int height = heightAt(*row.field, room);
+      put(row.field, {side - row.outset, y, room, height});
+      y += height;
+      continue;
+    }
+    if (isStacked) {
+      const int height = row.label->sizeHint().height();
+      put(row.label, {side, y, whole, height});
+      y += height + tokens::space4;
+    }
+    const int start = isStacked ? 0 : label + tokens::space8;
+    const int height = heightAt(*row.field, whole - start);
+    const int lineHeight = std::max(height, isStacked ? 0 : row.label->sizeHint().height());
+    if (!isStacked) put(row.label, {side, y, label, lineHeight});
+    put(row.field, {side + start, y + (lineHeight - height) / 2, whole - start, height});
+    y += lineHeight;
+  }
+  return y;
+}
+
+QSize InspectorForm::sizeHint() const {
+  const int usual = width() > 2 * side ? width() : 280;
+  return {usual, layOut(usual, false)};
+}
+
+int InspectorForm::heightForWidth(int width) const { return layOut(width, false); }
+
+void InspectorForm::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  layOut(width(), true);
+}
+
+bool InspectorForm::event(QEvent* event) {
+  const bool done = QWidget::event(event);
+  switch (event->type()) {
+    case QEvent::LayoutRequest:
+    case QEvent::LayoutDirectionChange:
+    case QEvent::ApplicationFontChange:
+      updateGeometry();
+      layOut(width(), true);
+      break;
+    default: break;
+  }
+  return done;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QWidget>
+#include <vector>
+
+namespace vantorel {
+
+class RoleLabel;
+
+/// Rows of the inspector: a quiet label and what it names, or something over the whole width. Rows
+/// come and go; labels that would leave too little room stand above what they name. Lives on the
+/// main thread.
+class InspectorForm : public QWidget {
+ public:
+  explicit InspectorForm(QWidget* parent = nullptr);
+
+  /// Takes the field, which is named by the label for screen readers unless it has a name.
+  void addRow(const QString& label, QWidget* field);
+  /// Without a label. `outset`, so many px does it reach over the edges on both sides.
+  void addWide(QWidget* field, int outset = 0);
+
+  void setRowVisible(QWidget* field, bool isVisible);
+  /// Marks a row whose shapes differ with "–".
+  void setRowMixed(QWidget* field, bool isMixed);
+  [[nodiscard]] bool isEmpty() const;
+
+  [[nodiscard]] QSize sizeHint() const override;
+  [[nodiscard]] QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }
+  [[nodiscard]] bool hasHeightForWidth() const override { return true; }
+  [[nodiscard]] int heightForWidth(int width) const override;
+
+ protected:
+  bool event(QEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  struct Row {
+    RoleLabel* label = nullptr;
+    QString words;
+    QWidget* field = nullptr;
+    int outset = 0;
+    bool isVisible = true;
+  };
+
+  /// Gives every row its place at this width, or only tells the height.
+  int layOut(int width, bool places) const;
+  [[nodiscard]] int labelWidth() const;
+  [[nodiscard]] Row* rowOf(const QWidget* field);
+
+  std::vector<Row> rows_;
+};
+
+}  // namespace vantorel

@@ -1,0 +1,96 @@
+#include "ui/annotate/popover.hpp"
+
+#include <QCloseEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QScreen>
+#include <algorithm>
+#include <utility>
+
+#include "ui/kit/accessible_role.hpp"
+#include "ui/kit/box_painting.hpp"
+#include "ui/kit/palette_roles.hpp"
+#include "ui/kit/tokens.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr int distance = 6;  // px from what opened it
+
+}  // namespace
+
+Popover::Popover(const QString& title, QWidget* anchor)
+    : QWidget(anchor->window(), Qt::Popup | Qt::FramelessWindowHint), anchor_(anchor) {
+  setAttribute(Qt::WA_DeleteOnClose);
+  setLayoutDirection(anchor->layoutDirection());
+  setAccessibleRole(*this, QAccessible::Dialog);
+  setWindowTitle(title);
+  setAccessibleName(title);
+  setContentsMargins(tokens::space12, tokens::space12, tokens::space12, tokens::space12);
+  // The anchor may go while it is shown.
+  connect(anchor, &QObject::destroyed, this, [this] {
+    anchor_ = nullptr;
+    close();
+  });
+}
+
+Popover::~Popover() = default;
+
+void Popover::open() {
+  adjustSize();
+  const QRect room = anchor_->screen()->availableGeometry();
+  const QRect beside(anchor_->mapToGlobal(QPoint()), anchor_->size());
+  const QRect window(anchor_->window()->mapToGlobal(QPoint()), anchor_->window()->size());
+  // On the side where the window has most room: left of an inspector, right of a rail.
+  const bool isLeft = beside.center().x() > window.center().x();
+  int x = isLeft ? beside.left() - width() - distance : beside.right() + 1 + distance;
+  int y = beside.center().y() - height() / 2;
+  if (x < room.left() || x + width() > room.right() + 1) {
+    x = beside.center().x() - width() / 2;
+    y = beside.bottom() + 1 + distance;
+    if (y + height() > room.bottom() + 1) y = beside.top() - height() - distance;
+  }
+  move(std::clamp(x, room.left(), std::max(room.left(), room.right() + 1 - width())),
+       std::clamp(y, room.top(), std::max(room.top(), room.bottom() + 1 - height())));
+  show();
+  activateWindow();
+}
+
+void Popover::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  QPainterPath corners;
+  corners.addRoundedRect(rect(), tokens::groupRadius, tokens::groupRadius);
+  setMask(corners.toFillPolygon().toPolygon());
+}
+
+void Popover::paintEvent(QPaintEvent*) {
+  const PaletteRoles roles = rolesOf(palette());
+  QPainter painter(this);
+  const QColor ground = roles.isDark ? mixed(roles.window, roles.text, 0.05) : roles.base;
+  painter.fillRect(rect(), ground);
+  paintBox(painter, rect(), tokens::groupRadius, ground,
+           QPen(roles.isHighContrast ? roles.text : roles.fieldBorder));
+}
+
+void Popover::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape) {
+    close();
+    return;
+  }
+  QWidget::keyPressEvent(event);
+}
+
+void Popover::closeEvent(QCloseEvent* event) {
+  QWidget::closeEvent(event);
+  if (const auto closed = std::exchange(onClosed, nullptr)) closed();
+}
+
+void Popover::hideEvent(QHideEvent* event) {
+  QWidget::hideEvent(event);
+  // The toolkit hides popups that are clicked away.
+  if (const auto closed = std::exchange(onClosed, nullptr)) closed();
+  if (anchor_ != nullptr && !event->spontaneous()) anchor_->setFocus(Qt::PopupFocusReason);
+}
+
+}  // namespace vantorel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+
+namespace vantorel {
+
+/// A small panel beside what opened it, which goes when the pointer is pressed outside or with Esc,
+/// keeping what was done in it. Deletes itself. Lives on the main thread.
+class Popover : public QWidget {
+ public:
+  /// `title` is what screen readers call it. It goes with the window of `anchor`.
+  Popover(const QString& title, QWidget* anchor);
+  ~Popover() override;
+
+  /// Shows it by the anchor, where the screen has room.
+  void open();
+
+  std::function<void()> onClosed;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+
+  [[nodiscard]] QWidget* anchor() const { return anchor_; }
+
+ private:
+  QWidget* anchor_;
+};
+
+}  // namespace vantorel
