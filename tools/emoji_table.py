@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes packaging/emoji/emoji.txt of Unicode's emoji-test.txt (Debian's package unicode-data):
-emoji_table.py emoji-test.txt. One emoji a line with its name, below the name of its group. Those
-that differ from another one by the tone of a skin alone are left out."""
+"""Makes the table of the emoji picker of Unicode's emoji-test.txt: emoji_table.py SOURCE TABLE.
+One emoji a line with its name, below the name of its group. Those that differ from another one by
+the tone of a skin alone are left out."""
 import pathlib
 import re
 import sys
@@ -26,6 +26,5 @@ for line in source.splitlines():
     if found and "skin tone" not in found.group(2) and group != "Component":
         emoji = "".join(chr(int(code, 16)) for code in found.group(1).split())
         lines.append(f"{emoji}\t{found.group(2)}")
-target = pathlib.Path(__file__).resolve().parent.parent / "packaging/emoji/emoji.txt"
-target.write_text(notice.format(version=version) + "\n".join(lines) + "\n", encoding="utf-8")
-print(f"{len(lines)} lines")
+pathlib.Path(sys.argv[2]).write_text(
+    notice.format(version=version) + "\n".join(lines) + "\n", encoding="utf-8")
