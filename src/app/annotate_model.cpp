@@ -109,7 +109,9 @@ struct AnnotateModel::Editing {
 AnnotateModel::AnnotateModel(Services services, std::shared_ptr<EditedCapture> capture)
     : services_(std::move(services)), capture_(std::move(capture)) {}
 
-AnnotateModel::~AnnotateModel() = default;
+AnnotateModel::~AnnotateModel() {
+  if (saving_) services_.pendingWork.end(*saving_);
+}
 
 EditorModel& AnnotateModel::editor() {
   VT_CHECK(editing_ != nullptr);
@@ -224,7 +226,8 @@ void AnnotateModel::open(Opened opened) {
   if (stage_ != Stage::loading) return;
   scale_ = opened.captureScale.value_or(1);
   SceneDrawing& drawing = *opened.drawing;
-  const PixelSize size = opened.base.size();
+  const Image base = std::move(opened.base);
+  const PixelSize size = base.size();
   EditorEvents events{.changed = lifetime_.guard([this] {
                         if (editing_) documentChanged();
                       }),
@@ -270,7 +273,7 @@ void AnnotateModel::open(Opened opened) {
         .background = services_.work,
         .layers = [&scene] { return scene.report(); },
         .flatten =
-            [&drawing, base = opened.base, scale = opened.captureScale, files = services_.files,
+            [&drawing, base, scale = opened.captureScale, files = services_.files,
              codec = services_.codec](const EditorDocument& document) {
               return drawnWith(drawing, document, base, scale, *files, *codec);
             },
@@ -290,9 +293,8 @@ void AnnotateModel::open(Opened opened) {
             },
         .archive = {}};
   };
-  editing_ = std::make_unique<Editing>(std::move(opened.base), drawing, std::move(opening),
-                                       std::move(events), std::move(scenes), std::move(canvas),
-                                       sessions, *capture_);
+  editing_ = std::make_unique<Editing>(base, drawing, std::move(opening), std::move(events),
+                                       std::move(scenes), std::move(canvas), sessions, *capture_);
   editing_->session.setBase(BaseImageState::ready);
   editing_->input.setRecognised(opened.recognised);
   if (pictureSize_ == PixelSize{}) pictureSize_ = size;
@@ -358,7 +360,9 @@ void AnnotateModel::draftKept(const Result<void>& kept) {
   // A full disk may have room again; until then, only this window has it.
   draft_.reset();
   if (!std::exchange(isDraftLost_, true)) {
-    say(fmt::format("What is not saved can't be kept in case something happens: {}.",
+    // A save that failed as well was told of just before.
+    const std::string before = notice_ && notice_->isWarning ? notice_->text + " " : std::string();
+    say(fmt::format("{}What is not saved can't be kept in case something happens: {}.", before,
                     kept.error().reason),
         true);
   }
@@ -397,11 +401,8 @@ void AnnotateModel::storeNow() {
   isSaving_ = true;
   savesAgain_ = false;
   changed({.saving = true});
-  const auto ticket = services_.pendingWork.begin(QuitFilingNote::Item::editorSave);
-  // The ticket is given back also when the window goes before the answer comes.
-  auto held = std::shared_ptr<void>(
-      nullptr, [work = &services_.pendingWork, ticket](void*) { work->end(ticket); });
-  editing_->session.save(lifetime_.guard([this, held = std::move(held)](bool isSaved) {
+  saving_ = services_.pendingWork.begin(QuitFilingNote::Item::editorSave);
+  editing_->session.save(lifetime_.guard([this](bool isSaved) {
     isSaving_ = false;
     changed({.saving = true});
     if (isSaved) {
@@ -412,8 +413,13 @@ void AnnotateModel::storeNow() {
     } else {
       keepDraft();
     }
-    if (isSaved && savesAgain_ && hasUnsavedChanges()) return storeNow();
-    endSaving(isSaved);
+    const auto ticket = *std::exchange(saving_, std::nullopt);
+    if (isSaved && savesAgain_ && hasUnsavedChanges()) {
+      storeNow();
+    } else {
+      endSaving(isSaved);
+    }
+    services_.pendingWork.end(ticket);
   }));
 }
 

@@ -230,6 +230,7 @@ class AnnotateModel {
   std::optional<Refusal> refusal_;
 
   bool isSaving_ = false;
+  std::optional<PendingArchiveWork::Ticket> saving_;
   bool savesAgain_ = false;
   std::vector<std::function<void(bool)>> waitingForSave_;
   bool isDraftDue_ = false;

@@ -380,6 +380,23 @@ void AppCoordinator::reportUnfinishedAtLastQuit() {
 }
 
 void AppCoordinator::quit() {
+  if (!closeEditors || isQuitting()) return quitNow();
+  if (std::exchange(isAskingEditors_, true)) return;
+  closeEditors(lifetime_.guard([this](bool mayQuit) {
+    isAskingEditors_ = false;
+    if (mayQuit) quitNow();
+  }));
+}
+
+void AppCoordinator::quitUnasked() {
+  if (keepUnsaved && !isQuitting()) {
+    const auto ticket = pendingWork_.begin(QuitFilingNote::Item::editorSave);
+    keepUnsaved(lifetime_.guard([this, ticket] { pendingWork_.end(ticket); }));
+  }
+  quitNow();
+}
+
+void AppCoordinator::quitNow() {
   services_.library.relocation().stop();
   services_.library.stopWaiting();
   stills().settle();

@@ -108,8 +108,16 @@ class AppCoordinator {
   /// The tray's menu as it is now. A run in the tray.
   [[nodiscard]] std::vector<StatusMenuItem> statusMenu();
 
-  /// Quits when everything is filed.
+  /// Asks what becomes of unsaved changes before a quit; answers whether the program may go. Empty
+  /// where nothing is edited.
+  std::function<void(std::function<void(bool mayQuit)>)> closeEditors;
+  /// Writes down what is not saved before a quit that nobody is asked about. Likewise.
+  std::function<void(std::function<void()> kept)> keepUnsaved;
+
+  /// Quits when everything is filed, unless the user would rather go on with what is not saved.
   void quit();
+  /// The session ends, and nobody is there to be asked.
+  void quitUnasked();
   [[nodiscard]] bool isQuitting() const { return termination_.isInProgress(); }
 
   [[nodiscard]] CaptureExclusivityArbiter& arbiter() { return arbiter_; }
@@ -135,6 +143,7 @@ class AppCoordinator {
   void sayThatItRuns();
   void menuChanged();
   void reportUnfinishedAtLastQuit();
+  void quitNow();
   void terminateWhenSaved();
   void saveAndTerminate();
   void askAboutUnsaved(std::string_view what, std::string_view reason,
@@ -144,6 +153,7 @@ class AppCoordinator {
   [[nodiscard]] StillCapturePipeline& stills() { return services_.captures.pipeline(); }
 
   Services services_;
+  bool isAskingEditors_ = false;
   bool quitSaving_ = false;
   bool hasSaidThatItRuns_ = false;
   PendingArchiveWork pendingWork_;

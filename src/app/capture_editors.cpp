@@ -577,6 +577,7 @@ void CaptureEditors::libraryChanged(const HistoryChange& change) {
   for (const HistoryChange::Update& update : change.updated) {
     const EditorPointer editor = find(update.after->id);
     if (!editor) continue;
+    editor->capture->entryChanged();
     editor->model->entryChanged();
     if (editor->model->stage() != AnnotateModel::Stage::ready) continue;
     const auto& before = update.before->fileIdentity;

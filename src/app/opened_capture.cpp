@@ -50,6 +50,10 @@ void OpenedCapture::setRead(Image base, std::optional<double> captureScale, Edit
   base_ = std::move(base);
   captureScale_ = captureScale;
   stored_ = std::move(stored);
+  entryChanged();
+}
+
+void OpenedCapture::entryChanged() {
   if (EntryPointer now = entry()) lastEntry_ = std::move(now);
 }
 

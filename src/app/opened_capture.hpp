@@ -54,6 +54,9 @@ class OpenedCapture final : public EditedCapture {
   /// What was read of it, and what of it is saved.
   void setRead(Image base, std::optional<double> captureScale, EditorDocument stored);
 
+  /// Its entry has changed.
+  void entryChanged();
+
   /// Null when it is not in the library.
   [[nodiscard]] EntryPointer entry() const;
 
