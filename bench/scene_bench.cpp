@@ -4,8 +4,10 @@
 #include <cstring>
 #include <random>
 
-#include "editor/shape_handles.hpp"
+#include "editor/canvas_input.hpp"
+#include "editor/canvas_scene.hpp"
 #include "editor/testing/mixed_shapes.hpp"
+#include "platform/testing/fake_runners.hpp"
 #include "render/redaction.hpp"
 #include "render/scene_drawing.hpp"
 #include "render/testing/test_scene.hpp"
@@ -164,5 +166,153 @@ void copyBoxes(benchmark::State& state) {
   }
 }
 BENCHMARK(copyBoxes)->Unit(benchmark::kMicrosecond);
+
+/// A whole editor over the screen, without a window: what one event costs from the pointer to the
+/// pixels.
+class Editor {
+ public:
+  explicit Editor(std::vector<Shape> shapes, const BackgroundFill& fill = {},
+                  Image picture = base())
+      : model_(opening(std::move(shapes), fill, picture.size()), events()),
+        input_(model_, CanvasServices{}),
+        scene_({runners_.main(), runners_.runner("work"), &sceneDrawing(), {}}, model_, picture) {
+    isReady_ = true;
+    runners_.run();
+    benchmark::DoNotOptimize(scene_.picture(2).pixels);
+  }
+
+  /// Drags what is at `from` to and fro.
+  void drag(benchmark::State& state, Pt from) {
+    input_.handle(PointerEvent{PointerPhase::press, from});
+    double to = 40;
+    for (auto _ : state) {
+      to = -to;
+      input_.handle(PointerEvent{PointerPhase::move, {from.x + to, from.y + to / 2}});
+    }
+    input_.handle(PointerEvent{PointerPhase::release, from});
+  }
+
+  EditorModel& model() { return model_; }
+  CanvasInput& input() { return input_; }
+  CanvasScene& scene() { return scene_; }
+  FakeRunners& runners() { return runners_; }
+
+ private:
+  static EditorOpening opening(std::vector<Shape> shapes, const BackgroundFill& fill,
+                               PixelSize size) {
+    EditorOpening opening;
+    opening.capture = size;
+    opening.captureScale = 2;
+    opening.document.shapes = std::move(shapes);
+    opening.document.background.fill = fill;
+    opening.layOut = [](const Shape& text) { return sceneDrawing().layOut(text); };
+    return opening;
+  }
+  EditorEvents events() {
+    EditorEvents events;
+    events.changed = [this] {
+      if (isReady_) scene_.update();
+    };
+    return events;
+  }
+
+  bool isReady_ = false;
+  FakeRunners runners_;
+  EditorModel model_;
+  CanvasInput input_;
+  CanvasScene scene_;
+};
+
+Shape filledBox(Pt from, Pt to) {
+  Shape box = lineShape(ShapeType::rect, from, to);
+  box.fill = FillStyle::tint;
+  return box;
+}
+
+/// A box of 5 % of the area among so many shapes of all kinds.
+void dragAmong(benchmark::State& state) {
+  std::vector<Shape> shapes;
+  for (int i = 0; i < state.range(0); ++i) {
+    Shape shape = mapped(mixedShape(i), {4.8, 3.6, 0, 0});
+    if (state.range(0) > 1000) shape = mapped(mixedShape(i), {4.8, 3.6, (i % 97) / 3.0, 0});
+    shapes.push_back(std::move(shape));
+  }
+  shapes.push_back(filledBox({1000, 700}, {1000 + 859, 700 + 483}));
+  BackgroundFill fill;
+  if (state.range(1) == 1) fill.value = BackgroundFill::Gradient{"dusk"};
+  Editor editor(std::move(shapes), fill);
+  editor.drag(state, {1400, 950});
+  state.SetLabel(fmt::format("{} shapes{}", state.range(0), state.range(1) == 1 ? ", framed" : ""));
+}
+BENCHMARK(dragAmong)->ArgsProduct({{0, 200, 10'000}, {0, 1}})->Unit(benchmark::kMillisecond);
+
+/// A small one among many.
+void dragSmallAmong(benchmark::State& state) {
+  std::vector<Shape> shapes;
+  for (int i = 0; i < state.range(0); ++i) {
+    shapes.push_back(mapped(mixedShape(i), {4.8, 3.6, (i % 97) / 3.0, 0}));
+  }
+  shapes.push_back(filledBox({1000, 700}, {1100, 780}));
+  Editor editor(std::move(shapes));
+  editor.drag(state, {1050, 740});
+}
+BENCHMARK(dragSmallAmong)->Arg(200)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
+/// A redaction among sixty that lie close together, as over the lines of a form.
+void dragRedactionAmong(benchmark::State& state) {
+  const RedactStyle style = enumNames<RedactStyle>[static_cast<std::size_t>(state.range(0))].value;
+  std::vector<Shape> shapes;
+  for (int i = 0; i < 60; ++i) {
+    const Pt corner{700.0 + i % 6 * 405, 300.0 + i / 6 * 125};
+    Shape box = lineShape(ShapeType::redact, corner, {corner.x + 400, corner.y + 120});
+    box.redactStyle = style;
+    shapes.push_back(std::move(box));
+  }
+  for (int i = 0; i < state.range(1); ++i) {
+    shapes.push_back(mapped(mixedShape(i), {4.8, 3.6, 0, 0}));
+  }
+  Editor editor(std::move(shapes));
+  editor.model().select({editor.model().state().shapes->at(26)->id});
+  editor.drag(state, {700.0 + 26 % 6 * 405 + 190, 300.0 + 26.0 / 6 * 125 - 20});
+  state.SetLabel(fmt::format("{}, {} other shapes", nameOf(style), state.range(1)));
+}
+BENCHMARK(dragRedactionAmong)->ArgsProduct({{0, 1, 2}, {0, 200}})->Unit(benchmark::kMillisecond);
+
+/// What lies under the pointer, asked for each of its moves.
+void hover(benchmark::State& state) {
+  std::vector<Shape> shapes;
+  for (int i = 0; i < state.range(0); ++i) {
+    shapes.push_back(mapped(mixedShape(i), {4.8, 3.6, (i % 97) / 3.0, 0}));
+  }
+  Editor editor(std::move(shapes));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(editor.input().cursorAt(PointerEvent{PointerPhase::move, {3, 2157}}));
+  }
+}
+BENCHMARK(hover)->Arg(200)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
+/// From the document to the first pixels, in the background.
+void openEditor(benchmark::State& state) {
+  BackgroundFill fill;
+  if (state.range(0) == 1) fill.value = BackgroundFill::Gradient{"dusk"};
+  for (auto _ : state) Editor editor(sceneShapes(), fill);
+}
+BENCHMARK(openEditor)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+/// The halved pictures of all of the screen, and of the part that a box of 400 by 300 touches.
+void halve(benchmark::State& state) {
+  const Image& picture = base();
+  const std::uint8_t* const pixels = picture.row(0).data();
+  for (auto _ : state) {
+    if (state.range(0) == 0) {
+      const HalvedPicture half(pixels, picture.stride(), picture.size());
+      benchmark::DoNotOptimize(half.pixels());
+      continue;
+    }
+    static HalvedPicture half(pixels, picture.stride(), picture.size());
+    benchmark::DoNotOptimize(half.follow(pixels, picture.stride(), {1000, 700, 400, 300}));
+  }
+}
+BENCHMARK(halve)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

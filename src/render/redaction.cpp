@@ -3,112 +3,25 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <optional>
+#include <utility>
 
 namespace vantorel {
 namespace {
 
-struct Tone {
-  float r = 0;
-  float g = 0;
-  float b = 0;
-};
+using Tone = std::array<float, 3>;
 
-Tone operator+(Tone a, Tone b) { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
-Tone operator*(float k, Tone a) { return {k * a.r, k * a.g, k * a.b}; }
+Tone operator+(const Tone& a, const Tone& b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
+Tone operator*(float k, const Tone& a) { return {k * a[0], k * a[1], k * a[2]}; }
 
 /// To the nearest whole number, without a call for each pixel; `value` is never negative.
 std::uint32_t rounded(float value) {
   return static_cast<std::uint32_t>(value + 0.5F);  // NOLINT(bugprone-incorrect-roundings)
 }
 
-std::uint32_t pixelOf(Tone tone) {
+std::uint32_t pixelOf(const Tone& tone) {
   const auto byte = [](float value) { return rounded(std::clamp(value, 0.F, 255.F)); };
-  return 0xff000000U | byte(tone.r) << 16U | byte(tone.g) << 8U | byte(tone.b);
+  return 0xff000000U | byte(tone[2]) << 16U | byte(tone[1]) << 8U | byte(tone[0]);
 }
-
-/// The visible surroundings, averaged piece by piece along each side.
-class Surroundings {
- public:
-  Surroundings(const std::uint8_t* pixels, std::size_t stride, PixelSize size, PixelRect area,
-               const std::vector<Redaction>& all)
-      : pixels_(pixels), stride_(stride), size_(size), area_(area) {
-    const PixelRect wide{area.x - redactionRim, area.y - redactionRim,
-                         area.width + 2 * redactionRim, area.height + 2 * redactionRim};
-    for (const Redaction& other : all) {
-      const PixelRect near = intersection(other.area, wide);
-      if (!near.isEmpty()) covered_.push_back(near);
-    }
-    for (int i = 0; i < pieces; ++i) {
-      const int left = area.x + area.width * i / pieces;
-      const int right = area.x + area.width * (i + 1) / pieces;
-      const int top = area.y + area.height * i / pieces;
-      const int bottom = area.y + area.height * (i + 1) / pieces;
-      const float middle = (float(i) + 0.5F) / pieces;
-      add({left, area.y - redactionRim, right - left, redactionRim}, middle, 0);
-      add({left, area.bottom(), right - left, redactionRim}, middle, 1);
-      add({area.x - redactionRim, top, redactionRim, bottom - top}, 0, middle);
-      add({area.right(), top, redactionRim, bottom - top}, 1, middle);
-    }
-  }
-
-  /// The colour that the surroundings suggest at a place of the unit square: near pieces count
-  /// more.
-  [[nodiscard]] Tone at(float u, float v) const {
-    if (count_ == 0) return {128, 128, 128};
-    Tone sum;
-    float weights = 0;
-    for (int i = 0; i < count_; ++i) {
-      const Piece& piece = found_[static_cast<std::size_t>(i)];
-      const float du = u - piece.u;
-      const float dv = v - piece.v;
-      const float near = 1 / (du * du + dv * dv + 0.01F);
-      sum = sum + near * piece.tone;
-      weights += near;
-    }
-    return (1 / weights) * sum;
-  }
-
- private:
-  static constexpr int pieces = 4;
-  struct Piece {
-    float u = 0;
-    float v = 0;
-    Tone tone;
-  };
-
-  [[nodiscard]] bool isCovered(int x, int y) const {
-    return std::ranges::any_of(covered_, [&](const PixelRect& rect) {
-      return x >= rect.x && x < rect.right() && y >= rect.y && y < rect.bottom();
-    });
-  }
-
-  void add(const PixelRect& wanted, float u, float v) {
-    const PixelRect rect = intersection(wanted, {0, 0, size_.width, size_.height});
-    Tone sum;
-    int count = 0;
-    for (int y = rect.y; y < rect.bottom(); ++y) {
-      const std::uint8_t* const row = pixels_ + static_cast<std::size_t>(y) * stride_;
-      for (int x = rect.x; x < rect.right(); ++x) {
-        if (isCovered(x, y)) continue;
-        const std::uint8_t* const p = row + static_cast<std::size_t>(x) * 4;
-        const float white = 255.F - p[3];  // what is transparent is seen on white
-        sum = sum + Tone{p[2] + white, p[1] + white, p[0] + white};
-        ++count;
-      }
-    }
-    if (count == 0) return;
-    found_[static_cast<std::size_t>(count_++)] = {u, v, (1.F / float(count)) * sum};
-  }
-
-  const std::uint8_t* pixels_;
-  std::size_t stride_;
-  PixelSize size_;
-  PixelRect area_;
-  std::vector<PixelRect> covered_;
-  std::array<Piece, std::size_t{4} * pieces> found_;
-  int count_ = 0;
-};
 
 /// A fixed pattern: 0 to 1, the same for the same cell on every machine.
 float pattern(int column, int row) {
@@ -121,38 +34,25 @@ float pattern(int column, int row) {
 }
 
 /// `tone` made darker, or lighter where it is dark already, by up to `amount`.
-Tone varied(Tone tone, float amount) {
-  const float light = 0.299F * tone.r + 0.587F * tone.g + 0.114F * tone.b;
+Tone varied(const Tone& tone, float amount) {
+  const float light = 0.299F * tone[2] + 0.587F * tone[1] + 0.114F * tone[0];
   const float shift = light > 110 ? -amount : amount;
-  return {tone.r + shift, tone.g + shift, tone.b + shift};
+  return {tone[0] + shift, tone[1] + shift, tone[2] + shift};
 }
 
 struct Cells {
   int size = 1;  // pixels
   int columns = 1;
   int rows = 1;
-  std::vector<Tone> tones;  // row by row
+  const std::vector<Tone>& tones;  // row by row
 
-  [[nodiscard]] Tone at(int column, int row) const {
+  [[nodiscard]] const Tone& at(int column, int row) const {
     column = std::clamp(column, 0, columns - 1);
     row = std::clamp(row, 0, rows - 1);
     return tones[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
                  static_cast<std::size_t>(column)];
   }
 };
-
-Cells makeCells(Cells cells, float strength, const Surroundings& around) {
-  cells.tones.reserve(static_cast<std::size_t>(cells.columns) *
-                      static_cast<std::size_t>(cells.rows));
-  for (int row = 0; row < cells.rows; ++row) {
-    for (int column = 0; column < cells.columns; ++column) {
-      const float u = (float(column) + 0.5F) / float(cells.columns);
-      const float v = (float(row) + 0.5F) / float(cells.rows);
-      cells.tones.push_back(varied(around.at(u, v), strength * pattern(column, row)));
-    }
-  }
-  return cells;
-}
 
 std::uint32_t* rowOf(std::uint8_t* pixels, std::size_t stride, int y) {
   return reinterpret_cast<std::uint32_t*>(pixels + static_cast<std::size_t>(y) * stride);
@@ -212,7 +112,7 @@ void drawFrost(std::uint8_t* pixels, std::size_t stride, const PixelRect& area, 
     const auto [cellRow, down] = place(y - area.y);
     for (int i = 0; i < cells.columns; ++i) {
       const Tone tone = (1 - down) * cells.at(i, cellRow) + down * cells.at(i, cellRow + 1);
-      column[static_cast<std::size_t>(i)] = {whole(tone.r), whole(tone.g), whole(tone.b)};
+      column[static_cast<std::size_t>(i)] = {whole(tone[2]), whole(tone[1]), whole(tone[0])};
     }
     std::uint32_t* pixel = rowOf(pixels, stride, y) + part.x;
     for (const Across& at : places) {
@@ -242,33 +142,123 @@ PixelRect coveredPixels(double left, double top, double right, double bottom, in
   return area.isEmpty() ? PixelRect{} : area;
 }
 
+PixelRect RedactionRim::piece(int index) const {
+  constexpr int along = pieces / 4;
+  const int i = index / 4;
+  const int left = area_.x + area_.width * i / along;
+  const int right = area_.x + area_.width * (i + 1) / along;
+  const int top = area_.y + area_.height * i / along;
+  const int bottom = area_.y + area_.height * (i + 1) / along;
+  switch (index % 4) {
+    case 0: return {left, area_.y - redactionRim, right - left, redactionRim};
+    case 1: return {left, area_.bottom(), right - left, redactionRim};
+    case 2: return {area_.x - redactionRim, top, redactionRim, bottom - top};
+    default: return {area_.right(), top, redactionRim, bottom - top};
+  }
+}
+
+bool RedactionRim::sample(int index, const std::uint8_t* pixels, std::size_t stride, PixelSize size,
+                          const std::vector<Redaction>& all) {
+  const PixelRect rect = intersection(piece(index), {0, 0, size.width, size.height});
+  std::vector<PixelRect> covered;
+  for (const Redaction& other : all) {
+    const PixelRect near = intersection(other.area, rect);
+    if (!near.isEmpty()) covered.push_back(near);
+  }
+  const auto isCovered = [&](int x, int y) {
+    return std::ranges::any_of(covered, [&](const PixelRect& part) {
+      return x >= part.x && x < part.right() && y >= part.y && y < part.bottom();
+    });
+  };
+  Tone sum{};
+  int count = 0;
+  for (int y = rect.y; y < rect.bottom(); ++y) {
+    const std::uint8_t* const row = pixels + static_cast<std::size_t>(y) * stride;
+    for (int x = rect.x; x < rect.right(); ++x) {
+      if (isCovered(x, y)) continue;
+      const std::uint8_t* const p = row + static_cast<std::size_t>(x) * 4;
+      const float white = 255.F - p[3];  // what is transparent is seen on white
+      sum = sum + Tone{p[0] + white, p[1] + white, p[2] + white};
+      ++count;
+    }
+  }
+  Piece sampled;
+  if (count > 0) sampled = {(1.F / float(count)) * sum, true};
+  Piece& known = pieces_[static_cast<std::size_t>(index)];
+  return std::exchange(known, sampled) != sampled;
+}
+
+std::array<float, 3> RedactionRim::at(float u, float v) const {
+  Tone sum{};
+  float weights = 0;
+  for (int i = 0; i < pieces; ++i) {
+    const Piece& piece = pieces_[static_cast<std::size_t>(i)];
+    if (!piece.isSeen) continue;
+    const float middle = (float(i / 4) + 0.5F) / (pieces / 4);
+    const int side = i % 4;
+    const float du = u - (side < 2 ? middle : float(side - 2));
+    const float dv = v - (side < 2 ? float(side) : middle);
+    const float near = 1 / (du * du + dv * dv + 0.01F);
+    sum = sum + near * piece.tone;
+    weights += near;
+  }
+  if (weights == 0) return {128, 128, 128};
+  return (1 / weights) * sum;
+}
+
+RedactionLook::RedactionLook(const Redaction& redaction, const RedactionRim& rim)
+    : redaction_(redaction) {
+  if (redaction.style == RedactStyle::solidBox || redaction.area.isEmpty()) return;
+  const PixelRect& area = redaction.area;
+  const int shorter = std::min(area.width, area.height);
+  float strength = 0;
+  if (redaction.style == RedactStyle::pixelate) {
+    cell_ = std::clamp(shorter / 4, 6, 48);
+    const auto fitting = [this](int length) { return std::max((length + cell_ / 2) / cell_, 1); };
+    columns_ = fitting(area.width);
+    rows_ = fitting(area.height);
+    strength = 110;
+  } else {
+    cell_ = std::clamp(shorter / 2, 8, 80);
+    const auto covering = [this](int length) { return (length + cell_ - 1) / cell_; };
+    columns_ = covering(area.width);
+    rows_ = covering(area.height);
+    strength = 70;
+  }
+  tones_.reserve(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_));
+  for (int row = 0; row < rows_; ++row) {
+    for (int column = 0; column < columns_; ++column) {
+      const float u = (float(column) + 0.5F) / float(columns_);
+      const float v = (float(row) + 0.5F) / float(rows_);
+      tones_.push_back(varied(rim.at(u, v), strength * pattern(column, row)));
+    }
+  }
+}
+
+void RedactionLook::draw(std::uint8_t* pixels, std::size_t stride, const PixelRect& clip) const {
+  const PixelRect part = intersection(redaction_.area, clip);
+  if (part.isEmpty()) return;
+  const Cells cells{cell_, columns_, rows_, tones_};
+  switch (redaction_.style) {
+    case RedactStyle::solidBox:
+      for (int y = part.y; y < part.bottom(); ++y) {
+        std::uint32_t* const row = rowOf(pixels, stride, y);
+        std::fill(row + part.x, row + part.right(), redaction_.color | 0xff000000U);
+      }
+      return;
+    case RedactStyle::pixelate: drawTiles(pixels, stride, redaction_.area, cells, part); return;
+    case RedactStyle::gaussianBlur: drawFrost(pixels, stride, redaction_.area, cells, part); return;
+  }
+}
+
 void cover(std::uint8_t* pixels, std::size_t stride, PixelSize size, const Redaction& redaction,
            const std::vector<Redaction>& all, const PixelRect& clip) {
-  const PixelRect& area = redaction.area;
-  const PixelRect part = intersection(area, clip);
-  if (part.isEmpty()) return;
-  if (redaction.style == RedactStyle::solidBox) {
-    for (int y = part.y; y < part.bottom(); ++y) {
-      std::uint32_t* const row = rowOf(pixels, stride, y);
-      std::fill(row + part.x, row + part.right(), redaction.color | 0xff000000U);
-    }
-    return;
+  if (intersection(redaction.area, clip).isEmpty()) return;
+  RedactionRim rim(redaction.area);
+  if (redaction.style != RedactStyle::solidBox) {
+    for (int i = 0; i < RedactionRim::pieces; ++i) rim.sample(i, pixels, stride, size, all);
   }
-  const Surroundings around(pixels, stride, size, area, all);
-  const int shorter = std::min(area.width, area.height);
-  if (redaction.style == RedactStyle::pixelate) {
-    const int side = std::clamp(shorter / 4, 6, 48);
-    const auto fitting = [side](int length) { return std::max((length + side / 2) / side, 1); };
-    const Cells cells =
-        makeCells({side, fitting(area.width), fitting(area.height), {}}, 110, around);
-    drawTiles(pixels, stride, area, cells, part);
-  } else {
-    const int side = std::clamp(shorter / 2, 8, 80);
-    const auto covering = [side](int length) { return (length + side - 1) / side; };
-    const Cells cells =
-        makeCells({side, covering(area.width), covering(area.height), {}}, 70, around);
-    drawFrost(pixels, stride, area, cells, part);
-  }
+  RedactionLook(redaction, rim).draw(pixels, stride, clip);
 }
 
 }  // namespace vantorel

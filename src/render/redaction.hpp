@@ -1,7 +1,7 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "base/image.hpp"
@@ -43,6 +43,55 @@ struct Redaction {
 
 /// How far beside its area a redaction looks for colours.
 inline constexpr int redactionRim = 3;
+
+/// The visible surroundings of a redaction, averaged piece by piece along its sides. A piece is
+/// sampled again when the picture or another redaction changed within it.
+class RedactionRim {
+ public:
+  static constexpr int pieces = 16;
+
+  explicit RedactionRim(const PixelRect& area) : area_(area) {}
+
+  /// Where a piece lies, in part perhaps outside the picture.
+  [[nodiscard]] PixelRect piece(int index) const;
+
+  /// Takes a piece's colour from the premultiplied picture that starts at `pixels`, as it is below
+  /// the redaction. What `all` redactions of the picture cover is never looked at. True when it is
+  /// another colour than before.
+  bool sample(int index, const std::uint8_t* pixels, std::size_t stride, PixelSize size,
+              const std::vector<Redaction>& all);
+
+  /// The colour that the surroundings suggest at a place of the unit square: near pieces count
+  /// more. Blue, green, red.
+  [[nodiscard]] std::array<float, 3> at(float u, float v) const;
+
+ private:
+  struct Piece {
+    std::array<float, 3> tone{};
+    bool isSeen = false;  // some of it is not covered
+    bool operator==(const Piece&) const = default;
+  };
+
+  PixelRect area_;
+  std::array<Piece, pieces> pieces_;
+};
+
+/// What a redaction shows in place of what it covers, of any style.
+class RedactionLook {
+ public:
+  RedactionLook() = default;
+  RedactionLook(const Redaction& redaction, const RedactionRim& rim);
+
+  /// Draws it, within `clip` alone.
+  void draw(std::uint8_t* pixels, std::size_t stride, const PixelRect& clip) const;
+
+ private:
+  Redaction redaction_;
+  int cell_ = 1;  // pixels
+  int columns_ = 1;
+  int rows_ = 1;
+  std::vector<std::array<float, 3>> tones_;  // row by row; none of a solid box
+};
 
 /// Covers `redaction` in the premultiplied picture that starts at `pixels`, writing only within
 /// `clip`. `all` are the redactions of the whole picture: their areas are never looked at. Reads

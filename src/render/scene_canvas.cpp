@@ -4,8 +4,12 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <new>
+#include <unordered_map>
+#include <utility>
 
+#include "render/change_areas.hpp"
 #include "render/highlight_ground.hpp"
 #include "render/ink.hpp"
 #include "render/tiled_surface.hpp"
@@ -13,46 +17,14 @@
 namespace vantorel {
 namespace {
 
-PixelRect united(const PixelRect& a, const PixelRect& b) {
-  if (a.isEmpty()) return b;
-  if (b.isEmpty()) return a;
-  const int left = std::min(a.x, b.x);
-  const int top = std::min(a.y, b.y);
-  return {left, top, std::max(a.right(), b.right()) - left, std::max(a.bottom(), b.bottom()) - top};
-}
-
-bool meet(const PixelRect& a, const PixelRect& b) { return !intersection(a, b).isEmpty(); }
-
-double areaOf(const PixelRect& rect) { return double(rect.width) * rect.height; }
-
 std::uint32_t opaquePixel(const Ink& ink) {
   const auto byte = [](double part) { return static_cast<std::uint32_t>(std::lround(part * 255)); };
   return 0xff000000U | byte(ink.r) << 16U | byte(ink.g) << 8U | byte(ink.b);
 }
 
-bool isSame(const std::shared_ptr<const Shape>& a, const std::shared_ptr<const Shape>& b) {
-  return a == b || *a == *b;
-}
-
 PixelRect withRim(const PixelRect& area) {
   return {area.x - redactionRim, area.y - redactionRim, area.width + 2 * redactionRim,
           area.height + 2 * redactionRim};
-}
-
-/// Makes one of two areas where drawing both would not be much less.
-void joinNeighbours(std::vector<PixelRect>& areas) {
-  for (std::size_t i = 0; i < areas.size(); ++i) {
-    for (std::size_t j = i + 1; j < areas.size();) {
-      const PixelRect both = united(areas[i], areas[j]);
-      if (areaOf(both) <= 1.1 * (areaOf(areas[i]) + areaOf(areas[j]))) {
-        areas[i] = both;
-        areas.erase(areas.begin() + static_cast<std::ptrdiff_t>(j));
-        j = i + 1;
-      } else {
-        ++j;
-      }
-    }
-  }
 }
 
 }  // namespace
@@ -67,116 +39,183 @@ SceneCanvas::SceneCanvas(SceneGround ground)
 
 std::size_t SceneCanvas::stride() const { return static_cast<std::size_t>(size().width) * 4; }
 
-std::vector<Redaction> SceneCanvas::redactionsOf(const std::vector<PlacedShape>& shapes) const {
-  std::vector<Redaction> redactions;
-  for (const PlacedShape& placed : shapes) {
-    if (placed.shape.type != ShapeType::redact) continue;
-    Redaction redaction;
-    redaction.area = placed.bounds;
-    redaction.style = placed.shape.redactStyle.value_or(RedactStyle::solidBox);
-    redaction.color = opaquePixel(inkOf(placed.shape.color));
-    redactions.push_back(redaction);
-  }
-  return redactions;
+Redaction SceneCanvas::redactionOf(const Shape& shape) const {
+  // From the untamed numbers: a box of any size covers all it should.
+  const Shape box = mapped(shape, ground_.toPicture);
+  Redaction redaction;
+  redaction.area =
+      coveredPixels(std::min(box.x1, box.x2), std::min(box.y1, box.y2), std::max(box.x1, box.x2),
+                    std::max(box.y1, box.y2), ground_.bleed, size());
+  redaction.style = shape.redactStyle.value_or(RedactStyle::solidBox);
+  redaction.color = opaquePixel(inkOf(shape.color));
+  return redaction;
 }
 
-/// Fills `now`, taking over from before what did not change, and finds where marks went or came.
-std::vector<PixelRect> SceneCanvas::changedAreas(const ShapeList& shapes,
-                                                 std::vector<PlacedShape>& now) const {
-  std::vector<PixelRect> areas;
-  const PixelRect all{0, 0, size().width, size().height};
-  const auto note = [&](const PixelRect& bounds) {
-    const PixelRect seen = intersection(bounds, all);
-    if (!seen.isEmpty()) areas.push_back(seen);
-  };
-  // Shapes at the same distance from the front or, behind the first change of their number, from
-  // the back are compared with each other.
-  const std::size_t common = std::min(shapes.size(), shapes_.size());
-  std::size_t front = 0;
-  if (shapes.size() == shapes_.size()) {
-    front = common;
-  } else {
-    while (front < common && isSame(shapes[front], shapes_[front])) ++front;
+std::shared_ptr<SceneCanvas::Mark> SceneCanvas::markOf(
+    const std::shared_ptr<const Shape>& shape) const {
+  auto mark = std::make_shared<Mark>();
+  mark->shape = shape;
+  mark->placed = placed(*shape, ground_.toPicture, ground_.captureScale, size());
+  if (shape->type == ShapeType::redact) {
+    mark->cover = std::make_unique<Cover>(redactionOf(*shape));
+    mark->cover->look = RedactionLook(mark->cover->redaction, mark->cover->rim);
+    mark->placed.bounds = mark->cover->redaction.area;
   }
+  return mark;
+}
+
+/// Brings `marks_` up to `shapes`, keeping what did not change, and gives the areas where marks
+/// came, went or passed one another.
+SceneCanvas::Changes SceneCanvas::takeOver(const ShapeList& shapes) {
+  Changes changes;
+  const PixelRect all{0, 0, size().width, size().height};
+  const auto note = [&](const Mark& mark) {
+    const PixelRect seen = intersection(mark.placed.bounds, all);
+    if (!seen.isEmpty()) changes.areas.push_back(seen);
+  };
+  const auto noteSet = [&](const Mark& mark) {
+    if (mark.cover && !mark.cover->redaction.area.isEmpty()) {
+      changes.redacted.push_back(mark.cover->redaction.area);
+    }
+  };
+  const auto isKept = [&](std::size_t before, std::size_t now) {
+    Mark& mark = *marks_[before];
+    if (mark.shape == shapes[now]) return true;
+    if (*mark.shape != *shapes[now]) return false;
+    mark.shape = shapes[now];
+    return true;
+  };
+  const std::size_t common = std::min(shapes.size(), marks_.size());
+  std::size_t front = 0;
+  while (front < common && isKept(front, front)) ++front;
+  if (front == shapes.size() && front == marks_.size()) return changes;
   std::size_t back = 0;
-  while (back < common - front &&
-         isSame(shapes[shapes.size() - 1 - back], shapes_[shapes_.size() - 1 - back])) {
+  while (back < common - front && isKept(marks_.size() - 1 - back, shapes.size() - 1 - back)) {
     ++back;
   }
-  now.reserve(shapes.size());
-  for (std::size_t i = 0; i < shapes.size(); ++i) {
-    const bool atFront = i < front;
-    const bool atBack = i >= shapes.size() - back;
-    const std::size_t before = atFront ? i : i + shapes_.size() - shapes.size();
-    if ((atFront || atBack) && isSame(shapes[i], shapes_[before])) {
-      now.push_back(placed_[before]);
+  const std::size_t oldEnd = marks_.size() - back;
+  const std::size_t newEnd = shapes.size() - back;
+  std::unordered_map<const Shape*, std::size_t> places;
+  for (std::size_t i = front; i < oldEnd; ++i) places.emplace(marks_[i]->shape.get(), i);
+  Marks middle;
+  std::vector<std::size_t> old;          // where those that were there before were
+  std::vector<std::size_t> oldInMiddle;  // and are now
+  for (std::size_t i = front; i < newEnd; ++i) {
+    const auto found = places.find(shapes[i].get());
+    if (found == places.end()) {
+      middle.push_back(markOf(shapes[i]));
+      note(*middle.back());
+      noteSet(*middle.back());
       continue;
     }
-    PlacedShape shape = placed(*shapes[i], ground_.toPicture, ground_.captureScale, size());
-    if (shape.shape.type == ShapeType::redact) {
-      // From the untamed numbers: a box of any size covers all it should.
-      const Shape box = mapped(*shapes[i], ground_.toPicture);
-      shape.bounds =
-          coveredPixels(std::min(box.x1, box.x2), std::min(box.y1, box.y2),
-                        std::max(box.x1, box.x2), std::max(box.y1, box.y2), ground_.bleed, size());
-    }
-    note(shape.bounds);
-    if (atFront) note(placed_[before].bounds);
-    now.push_back(std::move(shape));
+    old.push_back(found->second);
+    oldInMiddle.push_back(middle.size());
+    middle.push_back(marks_[found->second]);
+    places.erase(found);
   }
-  if (shapes.size() != shapes_.size()) {
-    for (std::size_t i = front; i < shapes_.size() - back; ++i) note(placed_[i].bounds);
+  for (const auto& [shape, place] : places) {
+    note(*marks_[place]);
+    noteSet(*marks_[place]);
   }
-  return areas;
+  const std::vector<bool> stays = longestAscent(old);
+  for (std::size_t i = 0; i < old.size(); ++i) {
+    if (stays[i]) continue;
+    middle[oldInMiddle[i]]->isFresh = true;
+    note(*middle[oldInMiddle[i]]);
+  }
+  const auto at = [this](std::size_t i) { return marks_.begin() + static_cast<std::ptrdiff_t>(i); };
+  if (middle.size() == oldEnd - front) {
+    std::ranges::move(middle, at(front));
+  } else {
+    marks_.erase(at(front), at(oldEnd));
+    marks_.insert(at(front), std::make_move_iterator(middle.begin()),
+                  std::make_move_iterator(middle.end()));
+  }
+  bounds_.resize(marks_.size());
+  redactions_.clear();
+  for (std::size_t i = 0; i < marks_.size(); ++i) {
+    bounds_[i] = marks_[i]->placed.bounds;
+    if (marks_[i]->cover) redactions_.push_back(marks_[i]->cover->redaction);
+  }
+  return changes;
 }
 
 /// A highlight follows the ground below it, of which redactions leave more or less to be seen.
-void SceneCanvas::adaptHighlights(std::vector<PixelRect>& areas) {
+void SceneCanvas::adaptHighlights(Changes& changes) {
   const PixelRect all{0, 0, size().width, size().height};
-  for (PlacedShape& shape : placed_) {
+  for (const auto& mark : marks_) {
+    PlacedShape& shape = mark->placed;
     if (!isHighlight(shape.shape)) continue;
+    const bool isUncovered = std::ranges::any_of(
+        changes.redacted, [&](const PixelRect& redacted) { return meet(redacted, shape.bounds); });
+    if (!isUncovered && !mark->isFresh) continue;
     const bool isOnDark = isOnDarkGround(shape, ground_.picture, redactions_);
-    if (isOnDark == shape.isOnDark) continue;
-    shape.isOnDark = isOnDark;
+    if (std::exchange(shape.isOnDark, isOnDark) == isOnDark) continue;
     const PixelRect seen = intersection(shape.bounds, all);
-    if (!seen.isEmpty()) areas.push_back(seen);
+    if (!seen.isEmpty()) changes.areas.push_back(seen);
   }
 }
 
-/// A redaction whose rim changed looks different all over. That changes no other redaction: none
-/// looks at what another one covers.
-void SceneCanvas::addRedactions(std::vector<PixelRect>& areas) const {
-  const std::size_t changed = areas.size();
-  for (const Redaction& redaction : redactions_) {
-    if (redaction.area.isEmpty() || redaction.style == RedactStyle::solidBox) continue;
-    const PixelRect seen = withRim(redaction.area);
-    const auto first = areas.begin();
-    const auto last = first + static_cast<std::ptrdiff_t>(changed);
-    const bool isTouched =
-        std::any_of(first, last, [&](const PixelRect& area) { return meet(area, seen); });
-    const bool isWithin = std::any_of(first, last, [&](const PixelRect& area) {
-      return intersection(area, redaction.area) == redaction.area;
-    });
-    if (isTouched && !isWithin) areas.push_back(redaction.area);
+/// What has to be drawn for areas that changed. A redaction looks different where something at its
+/// rim changed; that changes no other redaction, as none looks at what another one covers.
+std::vector<SceneCanvas::Patch> SceneCanvas::patchesFor(const std::vector<PixelRect>& areas) const {
+  std::vector<Patch> patches;
+  patches.reserve(areas.size());
+  for (const PixelRect& area : areas) patches.push_back({area, area, {}});
+  const PixelRect all{0, 0, size().width, size().height};
+  for (std::size_t i = 0; i < marks_.size(); ++i) {
+    const Cover* const cover = marks_[i]->cover.get();
+    if (cover == nullptr || cover->redaction.area.isEmpty() ||
+        cover->redaction.style == RedactStyle::solidBox) {
+      continue;
+    }
+    const PixelRect seen = withRim(cover->redaction.area);
+    if (std::ranges::none_of(areas, [&](const PixelRect& area) { return meet(area, seen); })) {
+      continue;
+    }
+    const auto own = std::ranges::find_if(
+        patches, [&](const Patch& patch) { return holds(patch.area, cover->redaction.area); });
+    for (int piece = 0; piece < RedactionRim::pieces; ++piece) {
+      const PixelRect rect = intersection(cover->rim.piece(piece), all);
+      if (rect.isEmpty()) continue;
+      auto patch = own;
+      if (!marks_[i]->isFresh) {
+        patch =
+            std::ranges::find_if(patches, [&](const Patch& one) { return meet(one.area, rect); });
+      }
+      if (patch == patches.end()) continue;
+      patch->drawn = united(patch->drawn, rect);
+      patch->samples.push_back({i, piece});
+    }
   }
+  return patches;
 }
 
 std::vector<PixelRect> SceneCanvas::show(const ShapeList& shapes) {
-  std::vector<PlacedShape> now;
-  std::vector<PixelRect> areas = changedAreas(shapes, now);
-  shapes_ = shapes;
-  placed_ = std::move(now);
-  redactions_ = redactionsOf(placed_);
-  adaptHighlights(areas);
+  Changes changes = takeOver(shapes);
+  if (changes.areas.empty() && changes.redacted.empty() && isDrawn_) return {};
+  adaptHighlights(changes);
   const PixelRect all{0, 0, size().width, size().height};
+  std::vector<std::size_t> stale;
+  std::vector<PixelRect> areas;
   if (!isDrawn_) {
     isDrawn_ = true;
-    drawOn(pixels_.get(), all);
-    return {all};
+    areas = {all};
+    drawOn(pixels_.get(), patchesFor(areas).front(), stale);
+  } else {
+    areas = joined(std::move(changes.areas), size());
+    for (const Patch& patch : patchesFor(areas)) {
+      drawOn(scratch(), patch, stale);
+      copyBack(patch.area);
+    }
   }
-  joinNeighbours(areas);
-  addRedactions(areas);
-  for (const PixelRect& area : areas) drawAgain(area);
+  for (const std::size_t mark : stale) {
+    const PixelRect area = bounds_[mark];
+    drawOn(scratch(), {area, area, {}}, stale);
+    copyBack(area);
+    areas.push_back(area);
+  }
+  for (const auto& mark : marks_) mark->isFresh = false;
   return areas;
 }
 
@@ -192,39 +231,57 @@ void SceneCanvas::copyGround(std::uint8_t* pixels, const PixelRect& area) const 
   }
 }
 
-/// Draws what is seen of the scene in `area`, and spoils some of `pixels` around it. A shape is cut
-/// between rows alone and a row away from the area: the drawing library reckons the coverage of the
-/// first and the last row of what it cuts differently, and cuts outlines at the sides inexactly.
-void SceneCanvas::drawOn(std::uint8_t* pixels, const PixelRect& area) {
-  // Redactions in the area need the picture in all of their rims.
-  PixelRect below = area;
-  for (const Redaction& redaction : redactions_) {
-    if (redaction.style == RedactStyle::solidBox || !meet(redaction.area, area)) continue;
-    below = united(below, withRim(redaction.area));
+/// Draws what is seen of the scene in a patch, and spoils some of `pixels` around it. A shape is
+/// cut between rows alone and a row away from the patch: the drawing library reckons the coverage
+/// of the first and the last row of what it cuts differently, and cuts outlines at the sides
+/// inexactly. Adds the redactions to `stale` that look different now, and whose area is not all in
+/// the patch.
+void SceneCanvas::drawOn(std::uint8_t* pixels, const Patch& patch,
+                         std::vector<std::size_t>& stale) {
+  const PixelRect& area = patch.drawn;
+  std::size_t first = 0;
+  if (patch.samples.empty()) {
+    // Below a redaction that covers all of it there is nothing to be seen.
+    for (std::size_t i = marks_.size(); i-- > 0 && first == 0;) {
+      if (marks_[i]->cover && holds(bounds_[i], area)) first = i;
+    }
   }
-  below = intersection(below, {0, 0, size().width, size().height});
-  copyGround(pixels, below);
+  if (first == 0) copyGround(pixels, area);
   TiledSurface surface(pixels, stride(), size());
-  const PixelRect rows{0, below.y - 1, size().width, below.height + 2};
-  auto redaction = redactions_.begin();
-  for (const PlacedShape& shape : placed_) {
-    if (shape.shape.type == ShapeType::redact) {
-      cover(pixels, stride(), size(), *redaction++, redactions_, area);
+  const PixelRect rows{0, area.y - 1, size().width, area.height + 2};
+  auto sample = patch.samples.begin();
+  for (std::size_t i = first; i < marks_.size(); ++i) {
+    const bool isSampled = sample != patch.samples.end() && sample->mark == i;
+    if (!isSampled && !meet(bounds_[i], area)) continue;
+    Cover* const cover = marks_[i]->cover.get();
+    if (cover == nullptr) {
+      surface.draw(rows, bounds_[i], [&](cairo_t* cr) { paint(cr, marks_[i]->placed); });
       continue;
     }
-    if (!meet(shape.bounds, below)) continue;
-    surface.draw(rows, shape.bounds, [&](cairo_t* cr) { paint(cr, shape); });
+    bool isChanged = false;
+    for (; sample != patch.samples.end() && sample->mark == i; ++sample) {
+      isChanged =
+          cover->rim.sample(sample->piece, pixels, stride(), size(), redactions_) || isChanged;
+    }
+    if (isChanged) {
+      cover->look = RedactionLook(cover->redaction, cover->rim);
+      if (!holds(patch.area, bounds_[i])) stale.push_back(i);
+    }
+    cover->look.draw(pixels, stride(), area);
   }
 }
 
-void SceneCanvas::drawAgain(const PixelRect& area) {
+std::uint8_t* SceneCanvas::scratch() {
   if (!scratch_) {
     // Takes memory only for what is drawn on.
     void* const bytes = std::calloc(static_cast<std::size_t>(size().height), stride());
     if (bytes == nullptr) throw std::bad_alloc();
     scratch_.reset(static_cast<std::uint8_t*>(bytes));
   }
-  drawOn(scratch_.get(), area);
+  return scratch_.get();
+}
+
+void SceneCanvas::copyBack(const PixelRect& area) {
   const std::size_t first = static_cast<std::size_t>(area.x) * 4;
   for (int y = area.y; y < area.bottom(); ++y) {
     const std::size_t start = static_cast<std::size_t>(y) * stride() + first;

@@ -23,22 +23,57 @@ class SceneCanvas final : public SceneView {
   [[nodiscard]] Image finish() &&;
 
  private:
-  [[nodiscard]] std::vector<Redaction> redactionsOf(const std::vector<PlacedShape>& shapes) const;
-  [[nodiscard]] std::vector<PixelRect> changedAreas(const ShapeList& shapes,
-                                                    std::vector<PlacedShape>& now) const;
-  void adaptHighlights(std::vector<PixelRect>& areas);
-  void addRedactions(std::vector<PixelRect>& areas) const;
-  void drawAgain(const PixelRect& area);
-  void drawOn(std::uint8_t* pixels, const PixelRect& area);
+  /// A redaction in its place.
+  struct Cover {
+    explicit Cover(const Redaction& covering) : redaction(covering), rim(covering.area) {}
+
+    Redaction redaction;
+    RedactionRim rim;
+    RedactionLook look;
+  };
+  /// A shape in its place.
+  struct Mark {
+    std::shared_ptr<const Shape> shape;
+    PlacedShape placed;
+    std::unique_ptr<Cover> cover;  // of a `redact` shape
+    bool isFresh = true;           // came, or went to another place among the others
+  };
+  using Marks = std::vector<std::shared_ptr<Mark>>;
+
+  /// A piece of a redaction's surroundings that may have another colour now.
+  struct Sample {
+    std::size_t mark = 0;
+    int piece = 0;
+  };
+  /// What is drawn in one go: an area that changed, and around it what has to be looked at.
+  struct Patch {
+    PixelRect area;
+    PixelRect drawn;
+    std::vector<Sample> samples;  // in the order of their marks
+  };
+
+  struct Changes {
+    std::vector<PixelRect> areas;
+    std::vector<PixelRect> redacted;  // where redactions came or went
+  };
+
+  [[nodiscard]] std::shared_ptr<Mark> markOf(const std::shared_ptr<const Shape>& shape) const;
+  [[nodiscard]] Redaction redactionOf(const Shape& shape) const;
+  Changes takeOver(const ShapeList& shapes);
+  void adaptHighlights(Changes& changes);
+  [[nodiscard]] std::vector<Patch> patchesFor(const std::vector<PixelRect>& areas) const;
+  void drawOn(std::uint8_t* pixels, const Patch& patch, std::vector<std::size_t>& stale);
   void copyGround(std::uint8_t* pixels, const PixelRect& area) const;
+  void copyBack(const PixelRect& area);
+  [[nodiscard]] std::uint8_t* scratch();
 
   SceneGround ground_;
   std::shared_ptr<std::uint8_t> pixels_;
   std::unique_ptr<std::uint8_t, void (*)(void*)> scratch_;  // as large as the picture, once needed
   bool isDrawn_ = false;
-  ShapeList shapes_;
-  std::vector<PlacedShape> placed_;
-  std::vector<Redaction> redactions_;  // of all redact shapes in `placed_`, in order
+  Marks marks_;
+  std::vector<PixelRect> bounds_;      // of `marks_`
+  std::vector<Redaction> redactions_;  // of all redact shapes in `marks_`, in order
 };
 
 }  // namespace vantorel
