@@ -22,6 +22,7 @@
 
 namespace vantorel {
 
+class CaptureEditors;
 class CommandKeys;
 class TrayMenu;
 
@@ -108,11 +109,17 @@ class AppCoordinator {
   /// The tray's menu as it is now. A run in the tray.
   [[nodiscard]] std::vector<StatusMenuItem> statusMenu();
 
+  /// What opens captures in Annotate; null in a run that is not in the tray.
+  CaptureEditors* editors = nullptr;
+
   /// Asks what becomes of unsaved changes before a quit; answers whether the program may go. Empty
   /// where nothing is edited.
   std::function<void(std::function<void(bool mayQuit)>)> closeEditors;
   /// Writes down what is not saved before a quit that nobody is asked about. Likewise.
   std::function<void(std::function<void()> kept)> keepUnsaved;
+
+  /// Something that the menu shows has changed.
+  void menuChanged();
 
   /// Quits when everything is filed, unless the user would rather go on with what is not saved.
   void quit();
@@ -141,7 +148,6 @@ class AppCoordinator {
   void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
   void followPreviousArea();
   void sayThatItRuns();
-  void menuChanged();
   void reportUnfinishedAtLastQuit();
   void quitNow();
   void terminateWhenSaved();

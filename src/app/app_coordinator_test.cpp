@@ -286,7 +286,8 @@ TEST_F(AppCoordinatorTest, TheMenuCopiesRecentCapturesByName) {
 TEST_F(AppCoordinatorTest, TheNewestCardGetsTheKeyboardOrASentenceSaysWhyNot) {
   const auto line = [this] {
     const std::vector<StatusMenuItem> menu = run->app->statusMenu();
-    return *std::ranges::find(menu, "Focus Capture Card", &StatusMenuItem::label);
+    const auto open = std::ranges::find(menu, "Open", &StatusMenuItem::label);
+    return *std::ranges::find(open->items, "Focus Capture Card", &StatusMenuItem::label);
   };
   int asked = 0;
   bool hasCard = false;

@@ -1,13 +1,14 @@
 #include "app/capture_editors.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "app/capture_annotator.hpp"
-#include "base/log.hpp"
+#include "base/path_text.hpp"
 #include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/export_gate.hpp"
@@ -56,34 +57,6 @@ std::string entryOf(const Files& files, const Path& asked, const Path& file,
     if (own && own->device == status->device && own->inode == status->inode) return entry->id;
   }
   return {};
-}
-
-/// Local files of a list of URIs.
-std::vector<Path> filesOf(const std::string& list) {
-  constexpr std::string_view scheme = "file://";
-  const auto digit = [](char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-  };
-  std::vector<Path> files;
-  for (std::size_t at = 0; at < list.size();) {
-    const std::size_t end = std::min(list.find_first_of("\r\n", at), list.size());
-    std::string_view line(list.data() + at, end - at);
-    at = end + 1;
-    if (!line.starts_with(scheme)) continue;
-    line.remove_prefix(scheme.size());
-    line.remove_prefix(std::min(line.find('/'), line.size()));
-    std::string path;
-    for (std::size_t i = 0; i < line.size(); ++i) {
-      const bool isCoded = line[i] == '%' && i + 2 < line.size() && digit(line[i + 1]) >= 0 &&
-                           digit(line[i + 2]) >= 0;
-      path += isCoded ? static_cast<char>(digit(line[i + 1]) * 16 + digit(line[i + 2])) : line[i];
-      if (isCoded) i += 2;
-    }
-    if (!path.empty()) files.emplace_back(path);
-  }
-  return files;
 }
 
 std::string titlesOf(const std::vector<AnnotationDraft>& drafts) {
@@ -429,7 +402,7 @@ void CaptureEditors::openClipboard(Opened opened) {
                     clipboard->read(
                         {clipboard_types::files},
                         lifetime_.guard([this, unread, opened](Result<ClipboardItem> list) {
-                          if (list) return openFiles(filesOf(list->bytes), opened);
+                          if (list) return openFiles(pathsOfURIList(list->bytes), opened);
                           if (list.error().kind != FailureKind::notFound) {
                             return opened(unread(list.error()));
                           }
@@ -439,20 +412,41 @@ void CaptureEditors::openClipboard(Opened opened) {
 }
 
 /// Copied in a file manager.
-void CaptureEditors::openFiles(std::vector<Path> files, Opened opened) {
+void CaptureEditors::openFiles(const std::vector<std::string>& files, const Opened& opened) {
   if (files.empty()) return opened(std::unexpected("There is no picture on the clipboard."));
+  std::vector<NamedPicture> pictures;
+  for (const std::string& file : files) pictures.push_back({.file = file});
+  openAll(pictures, [opened](const std::vector<std::string>& failures) {
+    if (failures.empty()) return opened({});
+    opened(std::unexpected(fmt::format("{}", fmt::join(failures, " "))));
+  });
+}
+
+void CaptureEditors::openAll(const std::vector<NamedPicture>& pictures,
+                             std::function<void(std::vector<std::string>)> opened) {
   struct Opening {
     std::size_t left;
-    std::string failures;
+    std::vector<std::string> failures;  // in the order of the pictures
   };
-  const auto opening = std::make_shared<Opening>(Opening{files.size(), {}});
-  for (const Path& file : files) {
-    openFile(file, [opening, opened](const Result<void, std::string>& one) {
-      if (!one) opening->failures += (opening->failures.empty() ? "" : " ") + one.error();
+  const auto opening = std::make_shared<Opening>(
+      Opening{pictures.size(), std::vector<std::string>(pictures.size())});
+  for (std::size_t i = 0; i < pictures.size(); ++i) {
+    const std::string name =
+        pictures[i].file.empty() ? pictures[i].capture : pictures[i].file.string();
+    const Opened answered = [opening, opened, i, name](const Result<void, std::string>& one) {
+      if (!one) {
+        const bool isNamed = one.error().find(name) != std::string::npos;
+        opening->failures[i] = isNamed ? one.error() : fmt::format("{}: {}", name, one.error());
+      }
       if (--opening->left > 0) return;
-      if (opening->failures.empty()) return opened({});
-      opened(std::unexpected(opening->failures));
-    });
+      std::erase(opening->failures, std::string());
+      opened(std::move(opening->failures));
+    };
+    if (pictures[i].file.empty()) {
+      openEntry(pictures[i].capture, answered);
+    } else {
+      openFile(pictures[i].file, answered);
+    }
   }
 }
 

@@ -11,6 +11,7 @@
 #include "app/annotate_model.hpp"
 #include "app/annotation_drafts.hpp"
 #include "app/app_windows.hpp"
+#include "app/named_picture.hpp"
 #include "app/opened_capture.hpp"
 #include "app/surface_registry.hpp"
 #include "base/lifetime.hpp"
@@ -51,6 +52,9 @@ class CaptureEditors {
   void openTaken(const EntryPointer& entry, Image pixels);
   /// The picture lies where it is and stays as it is. One of the library is opened as a capture.
   void openFile(const Path& file, Opened opened);
+  /// Several at once; `opened` is told of all of them, with a sentence for each that was not.
+  void openAll(const std::vector<NamedPicture>& pictures,
+               std::function<void(std::vector<std::string> failures)> opened);
   /// The picture on the clipboard, or the picture files there.
   void openClipboard(Opened opened);
   /// What was not saved when the program ended; `opened` is told of each.
@@ -60,6 +64,7 @@ class CaptureEditors {
   [[nodiscard]] Opened reported();
 
   [[nodiscard]] bool isOpen(const std::string& entryID) const;
+  [[nodiscard]] bool hasWindows() const { return !editors_.empty(); }
 
   /// Closes the windows with unsaved changes, one after the other, each as the user says; `done` is
   /// told whether all are closed or saved.
@@ -90,7 +95,7 @@ class CaptureEditors {
   void fail(const EditorPointer& editor, const std::string& sentence, bool offersRemove);
   void start(const EditorPointer& editor, Read read);
   void openPicture(const Path& file, Opened opened);
-  void openFiles(std::vector<Path> files, Opened opened);
+  void openFiles(const std::vector<std::string>& files, const Opened& opened);
   void openDraft(const AnnotationDraft& draft, const Opened& opened);
   [[nodiscard]] bool isOpenAs(const AnnotationDraft& draft) const;
   void openPictureBytes(std::shared_ptr<const std::string> bytes, Opened opened);

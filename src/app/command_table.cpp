@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/app_coordinator.hpp"
+#include "app/capture_editors.hpp"
 
 namespace vantorel {
 namespace {
@@ -37,6 +38,19 @@ std::optional<std::string> noDeletion(AppCoordinator& app) {
 std::optional<std::string> noCard(AppCoordinator& app) {
   if (!app.copying().recentPictures(1).empty()) return std::nullopt;
   return "There is no capture to show on a card yet.";
+}
+
+void opensClipboard(AppCoordinator& app) {
+  if (app.editors != nullptr) app.editors->openClipboard(app.editors->reported());
+}
+
+void opensDrafts(AppCoordinator& app) {
+  if (app.editors != nullptr) app.editors->openDrafts(app.editors->reported());
+}
+
+std::optional<std::string> noDrafts(AppCoordinator& app) {
+  if (app.editors != nullptr && app.editors->hasDrafts()) return std::nullopt;
+  return "No annotations were left unsaved.";
 }
 
 std::vector<DesktopCommand> build() {
@@ -77,6 +91,15 @@ std::vector<DesktopCommand> build() {
        .shortcut = ShortcutID::history,
        .run = shows(AppWindow::history),
        .arguments = {"show", "history"}},
+      {.name = "OpenClipboard",
+       .label = "Open Clipboard Image",
+       .shortcut = ShortcutID::openClipboard,
+       .run = opensClipboard,
+       .arguments = {"edit", "--clipboard"}},
+      {.name = "OpenUnsavedAnnotations",
+       .label = "Unsaved Annotations",
+       .run = opensDrafts,
+       .obstacle = noDrafts},
       {.name = "OpenSettings",
        .label = "Settings…",
        .run = shows(AppWindow::settings),

@@ -139,6 +139,14 @@ StatusMenuItem TrayMenu::captureDelay() {
   return submenu("Capture Delay", std::move(delays));
 }
 
+StatusMenuItem TrayMenu::open() {
+  std::vector<StatusMenuItem> lines;
+  for (const auto* const name : {"FocusCard", "OpenClipboard", "OpenUnsavedAnnotations"}) {
+    lines.push_back(line(name));
+  }
+  return submenu("Open", std::move(lines));
+}
+
 StatusMenuItem TrayMenu::fileIntoCollection() {
   std::vector<StatusMenuItem> lines;
   SettingsStore& settings = app_.settings();
@@ -189,7 +197,7 @@ std::vector<StatusMenuItem> TrayMenu::lines() {
   menu.push_back(captureDelay());
   menu.push_back(separator());
   menu.push_back(line("OpenHistory"));
-  menu.push_back(line("FocusCard"));
+  menu.push_back(open());
   menu.push_back(fileIntoCollection());
   menu.push_back(copyRecentCapture());
   menu.push_back(undoRecentDelete());

@@ -30,6 +30,7 @@ class TrayMenu {
   [[nodiscard]] StatusMenuItem line(std::string_view command);
   [[nodiscard]] StatusMenuItem moreCaptures();
   [[nodiscard]] StatusMenuItem captureDelay();
+  [[nodiscard]] StatusMenuItem open();
   [[nodiscard]] StatusMenuItem fileIntoCollection();
   [[nodiscard]] StatusMenuItem copyRecentCapture();
   [[nodiscard]] StatusMenuItem undoRecentDelete();

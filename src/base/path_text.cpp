@@ -1,5 +1,6 @@
 #include "base/path_text.hpp"
 
+#include <algorithm>
 #include <charconv>
 
 #include "base/utf8.hpp"
@@ -51,6 +52,28 @@ std::string pathOfText(std::string_view text) {
     i += 2;
   }
   return path;
+}
+
+std::vector<std::string> pathsOfURIs(const std::vector<std::string>& uris) {
+  constexpr std::string_view here = "file://localhost/";
+  std::vector<std::string> paths;
+  for (const std::string& uri : uris) {
+    const bool namesHost = uri.starts_with(here);
+    std::string path =
+        pathOfText(namesHost ? std::string(scheme) + uri.substr(here.size() - 1) : uri);
+    if (path.starts_with('/')) paths.push_back(std::move(path));
+  }
+  return paths;
+}
+
+std::vector<std::string> pathsOfURIList(std::string_view list) {
+  std::vector<std::string> lines;
+  while (!list.empty()) {
+    const std::size_t end = std::min(list.find_first_of("\r\n"), list.size());
+    if (end > 0 && list[0] != '#') lines.emplace_back(list.substr(0, end));
+    list.remove_prefix(std::min(end + 1, list.size()));
+  }
+  return pathsOfURIs(lines);
 }
 
 namespace json {

@@ -18,6 +18,12 @@ namespace vantorel {
 /// The path that a record has as `text`. What is no sound URI is the path itself.
 [[nodiscard]] std::string pathOfText(std::string_view text);
 
+/// The files of this machine among `uris`: "file:///home/me/a%20b.png".
+[[nodiscard]] std::vector<std::string> pathsOfURIs(const std::vector<std::string>& uris);
+
+/// The same of a "text/uri-list": one a line, with remarks behind "#".
+[[nodiscard]] std::vector<std::string> pathsOfURIList(std::string_view list);
+
 namespace json {
 
 /// The rule for members of a record that hold paths: `v.required("path", entry.path,

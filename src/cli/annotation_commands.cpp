@@ -19,6 +19,13 @@ std::unexpected<Failure> misused(std::string why) {
   return failed(FailureKind::malformed, std::move(why));
 }
 
+/// Ids hold neither.
+bool isFileName(const std::string& name) { return name.find_first_of("/.") != std::string::npos; }
+
+constexpr const char* namedPictureWords =
+    "a capture's id, a unique start of it, or latest; or a picture file: a name with a slash or a "
+    "point in it";
+
 }  // namespace
 
 void AnnotationOptions::addTo(CLI::App& app) {
@@ -31,12 +38,7 @@ void AnnotationOptions::addTo(CLI::App& app) {
   annotate_->add_flag("--print", print_, "print the capture's annotations as JSON");
 
   render_ = app.add_subcommand("render", "Draw an annotated picture into a file; prints its path");
-  render_
-      ->add_option("what", base_,
-                   "a capture's id, a unique start of it, or latest; or a picture file: a name "
-                   "with a slash or a point in it")
-      ->type_name(kinds::file)
-      ->required();
+  render_->add_option("what", base_, namedPictureWords)->type_name(kinds::file)->required();
   render_
       ->add_option("--document", document_,
                    "a JSON file with the annotations to draw (default: the capture's own)")
@@ -46,12 +48,41 @@ void AnnotationOptions::addTo(CLI::App& app) {
       ->required();
   render_->add_option("--format", format_, "default: by the file's name, PNG on standard output")
       ->check(oneOf<ExportFormat>());
+
+  edit_ =
+      app.add_subcommand("edit", "Open pictures in Annotate; Vantorel starts when it does not run");
+  edit_->add_option("what", pictures_, namedPictureWords)->type_name(kinds::picture);
+  edit_->add_flag("--clipboard", clipboard_, "the clipboard's image");
+  pin_ = app.add_subcommand(
+      "pin", "Keep pictures above all windows; Vantorel starts when it does not run");
+  pin_->add_option("what", pictures_, namedPictureWords)->type_name(kinds::picture)->required();
 }
 
 auto AnnotationOptions::command(const Path& folder) const -> Result<std::optional<Command>> {
   if (annotate_->parsed()) return annotate(folder);
   if (render_->parsed()) return render(folder);
+  if (edit_->parsed()) return edit(folder);
+  if (pin_->parsed()) return command::Pin{pictures(folder)};
   return std::nullopt;
+}
+
+std::vector<NamedPicture> AnnotationOptions::pictures(const Path& folder) const {
+  std::vector<NamedPicture> named;
+  for (const std::string& name : pictures_) {
+    if (isFileName(name)) {
+      named.push_back({.file = inFolder(folder, name)});
+    } else {
+      named.push_back({.capture = name});
+    }
+  }
+  return named;
+}
+
+auto AnnotationOptions::edit(const Path& folder) const -> Result<std::optional<Command>> {
+  if (clipboard_ == !pictures_.empty()) {
+    return misused("edit needs either the id of a capture or a picture file, or --clipboard");
+  }
+  return command::Edit{pictures(folder), clipboard_};
 }
 
 auto AnnotationOptions::annotate(const Path& folder) const -> Result<std::optional<Command>> {
@@ -64,7 +95,7 @@ auto AnnotationOptions::annotate(const Path& folder) const -> Result<std::option
 
 auto AnnotationOptions::render(const Path& folder) const -> Result<std::optional<Command>> {
   CaptureAnnotator::Drawing drawing;
-  if (base_.find_first_of("/.") != std::string::npos) {
+  if (isFileName(base_)) {
     drawing.base = CaptureAnnotator::Drawing::Picture{inFolder(folder, base_)};
   } else {
     drawing.base = CaptureAnnotator::Drawing::Capture{base_};

@@ -236,6 +236,19 @@ std::string commandsOf(const CLI::App& app) {
   return names;
 }
 
+/// A picture file alone is to be opened: that is how file managers ask.
+void openFiles(std::vector<std::string>& arguments) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i] == "--root") {
+      ++i;
+    } else if (!arguments[i].starts_with('-')) {
+      const bool isFile = arguments[i].find_first_of("/.") != std::string::npos;
+      if (isFile) arguments.insert(arguments.begin() + static_cast<std::ptrdiff_t>(i), "edit");
+      return;
+    }
+  }
+}
+
 /// "help", wherever a command may stand, is the help of what follows it.
 void askForHelp(std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -255,7 +268,9 @@ void askForHelp(std::vector<std::string>& arguments) {
 
 bool CommandLine::livesOn() const {
   return std::holds_alternative<command::Run>(command) ||
-         std::holds_alternative<command::Show>(command);
+         std::holds_alternative<command::Show>(command) ||
+         std::holds_alternative<command::Edit>(command) ||
+         std::holds_alternative<command::Pin>(command);
 }
 
 bool CommandLine::needsWindows() const {
@@ -343,6 +358,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
 
   try {
     askForHelp(arguments);
+    openFiles(arguments);
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     app.parse(std::move(reversed));
   } catch (const CLI::ParseError& error) {

@@ -60,8 +60,8 @@ struct CommandLine {
   bool json = false;
   std::variant<command::Run, command::Show, command::Quit, command::ListDisplays,
                command::ListWindows, command::Capture, command::Autostart, command::Convert,
-               command::Compress, command::Annotate, command::Render, command::Settings,
-               command::Library>
+               command::Compress, command::Annotate, command::Render, command::Edit, command::Pin,
+               command::Settings, command::Library>
       command;
 
   /// True when the process that runs it lives on in the tray.

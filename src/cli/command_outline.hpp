@@ -15,6 +15,7 @@ namespace kinds {
 inline constexpr const char* file = "FILE";
 inline constexpr const char* folder = "FOLDER";
 inline constexpr const char* capture = "ID";
+inline constexpr const char* picture = "ID|FILE";
 inline constexpr const char* setting = "SETTING";
 inline constexpr const char* settingValue = "VALUE";  ///< of the setting before it
 }  // namespace kinds

@@ -1,9 +1,11 @@
 #include "cli/command_runner.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <utility>
 
+#include "app/capture_editors.hpp"
 #include "app/command_keys.hpp"
 #include "base/bounded_run.hpp"
 #include "base/json_writer.hpp"
@@ -171,6 +173,8 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
   } else if (const auto* const shown = std::get_if<command::Show>(&line.command)) {
     const bool isShown = services_.coordinator->show(shown->window);
     done(isShown ? CommandReply() : failedReply("The window can't be opened now."));
+  } else if (const auto* const editing = std::get_if<command::Edit>(&line.command)) {
+    edit(*editing, std::move(done));
   } else if (std::holds_alternative<command::Run>(line.command)) {
     services_.coordinator->startedAgain();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
@@ -182,6 +186,24 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
       });
     });
   }
+}
+
+/// Answers when all pictures are in their windows, with a sentence for each that is not.
+void CommandRunner::edit(const command::Edit& what, Done done) {
+  CaptureEditors* const editors = services_.coordinator->editors;
+  if (editors == nullptr || services_.coordinator->isQuitting()) {
+    return done(failedReply("The window can't be opened now."));
+  }
+  const auto answered = std::make_shared<Done>(std::move(done));
+  if (what.clipboard) {
+    return editors->openClipboard([answered](const Result<void, std::string>& opened) {
+      (*answered)(opened ? CommandReply() : failedReply(opened.error()));
+    });
+  }
+  editors->openAll(what.pictures, [answered](const std::vector<std::string>& failures) {
+    (*answered)(failures.empty() ? CommandReply()
+                                 : failedReply(fmt::format("{}", fmt::join(failures, "\n"))));
+  });
 }
 
 // What a value names has to be there: it is refused here, where somebody reads why. What goes later

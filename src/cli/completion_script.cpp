@@ -27,10 +27,16 @@ std::string quoted(std::string_view text, Shell shell) {
   return out + "'";
 }
 
+bool isPicture(const OptionOutline& option) { return option.kind == kinds::picture; }
+
+bool isCapture(const OptionOutline& option) {
+  return option.kind == kinds::capture || isPicture(option);
+}
+
 /// What may be typed for the value as far as it is known.
 std::vector<std::string> wordsFor(const OptionOutline& option) {
   if (!option.choices.empty()) return option.choices;
-  if (option.kind == kinds::capture) return {"latest"};
+  if (isCapture(option)) return {"latest"};
   std::vector<std::string> keys;
   if (option.kind == kinds::setting) {
     for (const Setting& setting : settingsTable()) {
@@ -65,8 +71,6 @@ std::vector<Word> wordsAfter(const CommandOutline& program, const CommandOutline
 bool isPath(const OptionOutline& option) {
   return option.kind == kinds::file || option.kind == kinds::folder;
 }
-
-bool isCapture(const OptionOutline& option) { return option.kind == kinds::capture; }
 
 /// Where an argument stands: after how many others, and after which word.
 struct ArgumentPlace {
@@ -193,9 +197,10 @@ std::string bashScript(const CommandOutline& program) {
                                     ? "_vantorel_paths -f"
                                     : fmt::format("COMPREPLY+=($(compgen -W '{}' -- \"$current\"))",
                                                   fmt::join(place.words, " "));
-      out += fmt::format("        {}) [[ $current == -* ]] || COMPREPLY=(); {}{} ;;\n",
+      out += fmt::format("        {}) [[ $current == -* ]] || COMPREPLY=(); {}{}{} ;;\n",
                          patternOf(place), offer,
-                         isCapture(*place.argument) ? "; _vantorel_captures" : "");
+                         isCapture(*place.argument) ? "; _vantorel_captures" : "",
+                         isPicture(*place.argument) ? "; _vantorel_paths -f" : "");
     }
     out += places.empty() ? "      ;;\n" : "      esac ;;\n";
   }
@@ -245,8 +250,9 @@ std::string zshScript(const CommandOutline& program) {
       const std::string offer = isPath(*place.argument)
                                     ? std::string(isFolder ? "_files -/" : "_files")
                                     : fmt::format("compadd -- {}", fmt::join(place.words, " "));
-      out += fmt::format("        {}) {}{} ;;\n", patternOf(place), offer,
-                         isCapture(*place.argument) ? "; _vantorel_captures" : "");
+      out += fmt::format("        {}) {}{}{} ;;\n", patternOf(place), offer,
+                         isCapture(*place.argument) ? "; _vantorel_captures" : "",
+                         isPicture(*place.argument) ? "; _files" : "");
     }
     out += places.empty() ? "      ;;\n" : "      esac\n      ;;\n";
   }
@@ -318,12 +324,13 @@ std::string fishScript(const CommandOutline& program) {
                                          : std::vector<std::string>{pattern}) {
         out += fmt::format("complete -c vantorel -n '__vantorel_at \"{}\" \"{}\"'", command->path,
                            each);
-        out += isPath(*place.argument)
-                   ? " -F\n"
-                   : fmt::format("{} -a '{}{}' -d {}\n", isCapture(*place.argument) ? " -k" : "",
-                                 fmt::join(place.words, " "),
-                                 isCapture(*place.argument) ? " (__vantorel_captures)" : "",
-                                 quoted(place.argument->words, Shell::fish));
+        out +=
+            isPath(*place.argument)
+                ? " -F\n"
+                : fmt::format("{}{} -a '{}{}' -d {}\n", isPicture(*place.argument) ? " -F" : "",
+                              isCapture(*place.argument) ? " -k" : "", fmt::join(place.words, " "),
+                              isCapture(*place.argument) ? " (__vantorel_captures)" : "",
+                              quoted(place.argument->words, Shell::fish));
       }
     }
     for (const OptionOutline& option : command->options) {

@@ -2,6 +2,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -12,6 +13,7 @@
 
 #include "app/command_table.hpp"
 #include "base/log.hpp"
+#include "base/path_text.hpp"
 #include "cli/command_line.hpp"
 #include "cli/completion_script.hpp"
 #include "main/clipboard_holder.hpp"
@@ -119,7 +121,13 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
              if (resident) return program.startedAgain();
              startAnother({});
            },
-       .openRefused = [&program] { program.sayThatItOpensNothing(); },
+       .open =
+           [&program, resident](const std::vector<std::string>& uris) {
+             if (resident) return program.openFiles(uris);
+             std::vector<std::string> arguments{"edit"};
+             for (std::string& file : pathsOfURIs(uris)) arguments.push_back(std::move(file));
+             startAnother(arguments);
+           },
        .knows =
            [resident](const std::string& action) {
              const DesktopCommand* const command = findDesktopCommand(action);
@@ -189,11 +197,20 @@ constexpr std::chrono::seconds endBound{5};
   serve(bus, ui.mainRunner(), program, true);
   leaveWithoutTearingDown();
   program.startResident(tray, otherTray);
+  int failed = 0;
   if (const auto* const shown = std::get_if<command::Show>(&line.command)) {
     program.show(shown->window);
+  } else if (!std::holds_alternative<command::Run>(line.command)) {
+    program.run(line, [&](CommandReply reply) {
+      const int status = print(toBus(std::move(reply)));
+      // Whoever sees nothing would not know what stayed behind.
+      if (status == 0 || program.hasPictures()) return;
+      failed = status;
+      program.quit();
+    });
   }
-  signals.work([&](int) { ui.mainRunner()->post([&program] { program.quit(); }); });
-  const int status = ui.run();
+  signals.work([&](int) { ui.mainRunner()->post([&program] { program.quitUnasked(); }); });
+  const int status = std::max(ui.run(), failed);
   program.handOverClipboard();
   program.releaseLibrary();
   leave(status);

@@ -1,6 +1,7 @@
 #include "main/program.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <chrono>
 #include <future>
@@ -8,6 +9,7 @@
 #include <variant>
 
 #include "base/log.hpp"
+#include "base/path_text.hpp"
 #include "main/command_wing.hpp"
 #include "main/tray_lock.hpp"
 #include "main/windows_wing.hpp"
@@ -53,6 +55,7 @@ void Program::startResident(TrayLock& tray, std::optional<long> otherTray) {
   wings_->library.library.open();
   wings_->library.followOutside();
   wings_->captures.startResident();
+  wings_->windows->editors.tellOfDrafts();
 }
 
 /// Another program in the tray may have the library for days: it is not waited for. Once it is
@@ -79,9 +82,20 @@ void Program::perform(const DesktopCommand& command) {
   wings_->captures.coordinator.perform(command);
 }
 
-void Program::sayThatItOpensNothing() {
-  wings_->desktop.alerts->notify("Vantorel can't open files",
-                                 "Open pictures with another program.");
+void Program::openFiles(const std::vector<std::string>& uris) {
+  std::vector<NamedPicture> pictures;
+  for (const std::string& file : pathsOfURIs(uris)) pictures.push_back({.file = file});
+  if (pictures.empty()) return startedAgain();
+  wings_->windows->editors.openAll(
+      pictures, [alerts = wings_->desktop.alerts.get()](const std::vector<std::string>& failures) {
+        if (!failures.empty()) {
+          alerts->notify("Annotate", fmt::format("{}", fmt::join(failures, " ")));
+        }
+      });
+}
+
+bool Program::hasPictures() const {
+  return wings_->windows && wings_->windows->editors.hasWindows();
 }
 
 void Program::show(AppWindow window) { (void)wings_->captures.coordinator.show(window); }
@@ -130,5 +144,7 @@ void Program::releaseLibrary() {
 }
 
 void Program::quit() { wings_->captures.coordinator.quit(); }
+
+void Program::quitUnasked() { wings_->captures.coordinator.quitUnasked(); }
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app/command_table.hpp"
 #include "cli/command_line.hpp"
@@ -42,8 +43,11 @@ class Program {
   /// Opens the window, or brings it forward. A run in the tray.
   void show(AppWindow window);
 
-  /// To one who opens a file with it, and sees no answer otherwise.
-  void sayThatItOpensNothing();
+  /// Opens pictures in Annotate; what cannot be is said at the desktop. A run in the tray.
+  void openFiles(const std::vector<std::string>& uris);
+
+  /// Whether a picture is open in a window of its own.
+  [[nodiscard]] bool hasPictures() const;
 
   /// Calls `done` when the command's work is safe on disk.
   void run(const CommandLine& line, CommandRunner::Done done,
@@ -67,6 +71,9 @@ class Program {
 
   /// Quits as the menu does; see `AppCoordinator::quit`.
   void quit();
+
+  /// When nobody is there to be asked about what is not saved.
+  void quitUnasked();
 
  private:
   void yieldTo(long otherTray, TrayLock& tray);

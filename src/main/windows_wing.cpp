@@ -49,6 +49,11 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
                .files = captures.desktop.files,
                .codec = captures.desktop.codec,
                .settings = &captures.desktop.settings}),
+      drafts({.main = captures.desktop.main,
+              .io = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.drafts"),
+              .files = captures.desktop.files,
+              .folder = captures.desktop.folders.data / "Drafts"}),
+      editors(editing()),
       cards(
           {.main = captures.desktop.main,
            .clock = *captures.desktop.clock,
@@ -68,7 +73,16 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
            .openHistory = [this] { (void)captures.coordinator.show(AppWindow::history); }}) {
   DesktopWing& desktop = captures.desktop;
   desktop.ui->showCards(&cards);
-  captures.coordinator.onSaved = [this](const CaptureOutcome::Saved& saved) { cards.add(saved); };
+  captures.coordinator.onSaved = [this](const CaptureOutcome::Saved& saved) {
+    cards.add(saved);
+    if (captures.desktop.settings.values().openAnnotateAfterCapture) {
+      editors.openTaken(saved.entry, saved.picture);
+    }
+  };
+  captures.coordinator.editors = &editors;
+  editors.onDraftsChange = [this] { captures.coordinator.menuChanged(); };
+  captures.coordinator.closeEditors = [this](auto done) { editors.closeAll(std::move(done)); };
+  captures.coordinator.keepUnsaved = [this](auto kept) { editors.keepDrafts(std::move(kept)); };
   captures.coordinator.onCopied = [this](const std::string& id) { cards.copied(id); };
   captures.coordinator.onFocusCard = [&desktop] { return desktop.ui->focusCard(); };
   desktop.ui->setWindowServices(
@@ -87,10 +101,78 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
 }
 
 WindowsWing::~WindowsWing() {
+  captures.coordinator.editors = nullptr;
+  captures.coordinator.closeEditors = nullptr;
+  captures.coordinator.keepUnsaved = nullptr;
   captures.coordinator.onSaved = nullptr;
   captures.coordinator.onCopied = nullptr;
   captures.coordinator.onFocusCard = nullptr;
   captures.desktop.ui->showCards(nullptr);
+}
+
+CaptureEditors::Services WindowsWing::editing() {
+  DesktopWing& desktop = captures.desktop;
+  Library& theLibrary = captures.libraryWing.library;
+  const auto drawing = desktop.lanes.pool.queue("com.hollen.Vantorel.annotate");
+  return {.model = {.main = desktop.main,
+                    .work = drawing,
+                    .disk = desktop.lanes.disks.queue("com.hollen.Vantorel.annotate"),
+                    .files = desktop.files,
+                    .codec = desktop.codec,
+                    .settings = desktop.settings,
+                    .alerts = *desktop.alerts,
+                    .pendingWork = captures.coordinator.pendingArchiveWork(),
+                    .clipboard = [&desktop] { return &desktop.clipboard(); },
+                    .protectedFiles =
+                        [&desktop, &theLibrary] {
+                          const HistoryStore& store = theLibrary.store();
+                          return ProtectedFiles{.entries = store.entries(),
+                                                .paths = store.paths(),
+                                                .originals = store.paths().originals(),
+                                                .settings = desktop.settingsPath()};
+                        },
+                    .layers = desktop.folders.data / "Layers",
+                    .drags = desktop.folders.cache / "Drags"},
+          .capture = {.main = desktop.main,
+                      .work = drawing,
+                      .codec = desktop.codec,
+                      .library = theLibrary,
+                      .drafts = drafts,
+                      .import =
+                          [this](std::shared_ptr<StillCaptures::Import> import,
+                                 StillCaptureFiling::Filed filed) {
+                            captures.captures.import(std::move(import), std::move(filed));
+                          },
+                      .forget =
+                          [this](const std::string& id,
+                                 const std::function<void(Result<void, std::string>)>& done) {
+                            captures.libraryWing.prune.forget(
+                                {id}, [done](const ForgetReport& report) {
+                                  if (report.indexNotSaved) {
+                                    return done(std::unexpected(sentence(EntryFailure{
+                                        EntryFailure::Case::notSaved, *report.indexNotSaved})));
+                                  }
+                                  done({});
+                                });
+                          }},
+          .surfaces = captures.coordinator.surfaces(),
+          .windows = desktop.ui != nullptr ? &desktop.ui->windows() : nullptr,
+          .drawing = loadSceneDrawing,
+          .preview = [this](const EntryPointer& entry, auto done) {
+            previewFor(entry, std::move(done));
+          }};
+}
+
+/// A preview of its own for each window: one that is wanted next would take the place of others.
+void WindowsWing::previewFor(const EntryPointer& entry, std::function<void(const Image&)> done) {
+  const std::shared_ptr<PreviewCache> cache = previews();
+  // It holds itself until it has answered.
+  cache->onPreview = [cache, done = std::move(done), main = captures.desktop.main](
+                         const EntryPointer&, const Image& preview) {
+    done(preview);
+    main->post([cache] { cache->onPreview = nullptr; });
+  };
+  cache->want({entry});
 }
 
 /// What another program would not take is said on the desktop: it was asked for there.

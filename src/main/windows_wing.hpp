@@ -2,7 +2,9 @@
 
 #include <memory>
 
+#include "app/annotation_drafts.hpp"
 #include "app/autostart_switch.hpp"
+#include "app/capture_editors.hpp"
 #include "app/capture_weigher.hpp"
 #include "app/card_stack.hpp"
 #include "app/help_model.hpp"
@@ -35,9 +37,13 @@ struct WindowsWing {
   LibraryPane library;
   ShortcutRecorder recorder;
   CaptureWeigher weigher;
+  AnnotationDrafts drafts;
+  CaptureEditors editors;
   CardStack cards;
 
  private:
+  [[nodiscard]] CaptureEditors::Services editing();
+  void previewFor(const EntryPointer& entry, std::function<void(const Image&)> done);
   [[nodiscard]] std::shared_ptr<HistoryModel> history();
   [[nodiscard]] std::shared_ptr<PreviewCache> previews();
   /// The one of the open window, if there is one.

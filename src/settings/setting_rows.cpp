@@ -109,6 +109,11 @@ void addAfterCapture(std::vector<SettingRow>& rows) {
                   .meaning = "each new capture is copied",
                   .pane = afterCapture,
                   .label = "Copy to the clipboard"});
+  rows.push_back(
+      {.key = "openAnnotateAfterCapture",
+       .meaning = "each new capture is opened in Annotate, while Vantorel is in the tray",
+       .pane = afterCapture,
+       .label = "Open in Annotate"});
   rows.push_back({.key = "activeCollectionID",
                   .meaning = "collection that new captures are filed into",
                   .pane = afterCapture,
@@ -184,12 +189,21 @@ void addShortcuts(std::vector<SettingRow>& rows) {
   add(ShortcutID::fullscreen, "captures the main display");
   add(ShortcutID::window, "captures a window");
   add(ShortcutID::history, "opens History");
+  add(ShortcutID::openClipboard, "opens the clipboard's image in Annotate");
   add(ShortcutID::copyRecent1,
       "copies the newest capture; with a digit, the next digits copy the ones before",
       "With a digit, the next digits copy the ones before.", "Copy recent captures");
   rows.back().label = "Copy recent capture 1 to 10";
   add(ShortcutID::timedCapture, "captures an area after a delay, the one used last",
       "After the delay used last.", "More captures");
+}
+
+void addAnnotate(std::vector<SettingRow>& rows) {
+  rows.push_back({.key = "copyToClipboardAfterDone",
+                  .meaning = "Done in Annotate copies the picture as well",
+                  .pane = annotate,
+                  .label = "Done copies the picture",
+                  .explanation = "To the clipboard, with everything drawn and covered."});
 }
 
 void addLibrary(std::vector<SettingRow>& rows) {
@@ -223,6 +237,7 @@ const std::vector<SettingRow>& settingRows() {
     addCapture(rows);
     addAfterCapture(rows);
     addShortcuts(rows);
+    addAnnotate(rows);
     addLibrary(rows);
     return rows;
   }();
