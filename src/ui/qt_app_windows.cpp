@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "ui/annotate/annotate_window.hpp"
 #include "ui/help/help_window.hpp"
 #include "ui/history/history_window.hpp"
 #include "ui/kit/window_frame.hpp"
@@ -51,15 +52,22 @@ std::shared_ptr<Surface> QtAppWindows::open(AppWindow window, Closed closed) {
   const auto found = std::ranges::find(rows(), window, &Row::window);
   if (found == rows().end()) return nullptr;
   std::shared_ptr<WindowFrame> frame = found->make(services_, native_, std::move(closed));
-  frame->setPlaces(services_.places);
-  frame->setActions({.quit = services_.quit,
-                     .showHelp = [show = services_.show] { show(AppWindow::help); },
-                     .showSettings = [show = services_.show] { show(AppWindow::settings); }});
+  equip(*frame);
   return frame;
 }
 
-std::shared_ptr<Surface> QtAppWindows::openAnnotate(std::shared_ptr<AnnotateModel>, Closed) {
-  return nullptr;
+std::shared_ptr<Surface> QtAppWindows::openAnnotate(std::shared_ptr<AnnotateModel> model,
+                                                    Closed closed) {
+  auto window = std::make_shared<AnnotateWindow>(std::move(model), std::move(closed));
+  equip(*window);
+  return window;
+}
+
+void QtAppWindows::equip(WindowFrame& frame) const {
+  frame.setPlaces(services_.places);
+  frame.setActions({.quit = services_.quit,
+                    .showHelp = [show = services_.show] { show(AppWindow::help); },
+                    .showSettings = [show = services_.show] { show(AppWindow::settings); }});
 }
 
 std::shared_ptr<Surface> QtAppWindows::openPin(std::shared_ptr<PinModel>, Closed) {

@@ -9,6 +9,8 @@
 
 namespace vantorel {
 
+class WindowFrame;
+
 /// The windows made of the toolkit's. Each stands in the one list of the source file.
 class QtAppWindows final : public AppWindows {
  public:
@@ -25,6 +27,9 @@ class QtAppWindows final : public AppWindows {
                                                  std::function<void()> closed) override;
 
  private:
+  /// With what every window of the program has.
+  void equip(WindowFrame& frame) const;
+
   std::shared_ptr<NativeWindows> native_;
   WindowServices services_;
 };

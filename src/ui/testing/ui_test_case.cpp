@@ -14,6 +14,7 @@
 
 #include "platform/linux/desktop_session.hpp"
 #include "platform/linux/linux_image_codec.hpp"
+#include "render/scene_drawing.hpp"
 #include "ui/qt_desktop_ui.hpp"
 
 namespace vantorel {
@@ -49,6 +50,8 @@ std::unique_ptr<DesktopUi> UiTestCase::makeUi() { return makeQtDesktopUi(*makeDi
 std::shared_ptr<const ImageCodec> UiTestCase::pictureCodec() {
   return std::make_shared<LinuxImageCodec>();
 }
+
+SceneDrawing& UiTestCase::drawing() { return sceneDrawing(); }
 
 std::shared_ptr<NativeWindows> UiTestCase::nativeWindows() {
   const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();

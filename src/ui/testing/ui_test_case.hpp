@@ -11,6 +11,7 @@
 #include <string>
 
 #include "platform/image_codec.hpp"
+#include "platform/scene_view.hpp"
 #include "platform/testing/desktop/test_client.hpp"
 #include "platform/testing/desktop/test_desktop.hpp"
 #include "ui/desktop_ui.hpp"
@@ -32,6 +33,9 @@ class UiTestCase : public testing::Test {
 
   /// Of real files.
   [[nodiscard]] static std::shared_ptr<const ImageCodec> pictureCodec();
+
+  /// As the program draws.
+  [[nodiscard]] static SceneDrawing& drawing();
 
   /// On the toolkit's connection.
   [[nodiscard]] std::shared_ptr<NativeWindows> nativeWindows();

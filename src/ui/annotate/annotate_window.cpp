@@ -1,0 +1,444 @@
+#include "ui/annotate/annotate_window.hpp"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QPointer>
+#include <QScreen>
+#include <QShortcut>
+#include <QStyle>
+#include <QToolButton>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "editor/linux_keys.hpp"
+#include "ui/annotate/annotate_bar.hpp"
+#include "ui/annotate/annotate_blank.hpp"
+#include "ui/annotate/annotate_canvas.hpp"
+#include "ui/annotate/annotate_footer.hpp"
+#include "ui/annotate/annotate_inspector.hpp"
+#include "ui/annotate/close_question.hpp"
+#include "ui/annotate/crop_capsule.hpp"
+#include "ui/annotate/emoji_picker.hpp"
+#include "ui/annotate/polygon_picker.hpp"
+#include "ui/annotate/tool_rail.hpp"
+#include "ui/kit/icons.hpp"
+#include "ui/kit/message_band.hpp"
+#include "ui/kit/picture_save_dialog.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr QSize leastWindow{720, 480};
+constexpr QSize unknownPicture{960, 600};
+constexpr int inspectorWidth = AnnotateInspector::usualWidth;
+constexpr int inspectorDrawerBelow = 900;
+constexpr int barsHeight = tokens::space48 + 36;  // above and below, with words of the usual size
+
+QString asWords(const std::string& text) { return QString::fromStdString(text); }
+
+QString titleFor(const AnnotateModel& model) {
+  return QStringLiteral("%1 — Annotate").arg(asWords(model.title()));
+}
+
+/// With the picture pixel by pixel.
+WindowFrame::Measures measuresFor(const AnnotateModel& model) {
+  const PixelSize picture = model.pictureSize();
+  QSize size = unknownPicture;
+  if (picture.width > 0 && picture.height > 0) {
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    const double ratio = screen != nullptr ? screen->devicePixelRatio() : 1;
+    size = QSize(static_cast<int>(std::ceil(picture.width / ratio)),
+                 static_cast<int>(std::ceil(picture.height / ratio)));
+  }
+  size += QSize(2 * tokens::space32, 2 * tokens::space32);
+  const int rail = ToolRail::widthFor(std::max(size.height(), leastWindow.height() - barsHeight));
+  return {.usual = size + QSize(rail + inspectorWidth, barsHeight),
+          .least = leastWindow,
+          .sizesItself = true};
+}
+
+}  // namespace
+
+AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::function<void()> onClosed)
+    : WindowFrame("annotate", titleFor(*model), measuresFor(*model), std::move(onClosed)),
+      model_(std::move(model)),
+      content_(new QWidget),
+      bar_(new AnnotateBar(model_, content_)),
+      rail_(new ToolRail(content_)),
+      canvas_(new AnnotateCanvas(model_, content_)),
+      blank_(new AnnotateBlank(content_)),
+      band_(new MessageBand(content_)),
+      footer_(new AnnotateFooter(content_)),
+      inspector_(new AnnotateInspector(model_, content_)),
+      capsule_(new CropCapsule(model_, canvas_)) {
+  content_->installEventFilter(this);
+  setContent(content_);
+  band_->hide();
+  band_->setClosing(QStringLiteral("Close"), QStringLiteral("Esc"));
+  band_->onClosed = [this] {
+    bandText_.clear();
+    model_->dismissRefusal();
+    model_->clearNotice();
+  };
+  // A press on it is none on the canvas.
+  capsule_->setAttribute(Qt::WA_NoMousePropagation);
+  rail_->onPicked = [this](Tool tool) { pick(tool); };
+  bar_->onUndo = [this] { undo(); };
+  bar_->onRedo = [this] { redo(); };
+  bar_->onCopy = [this] { model_->copy(); };
+  bar_->onSaveAs = [this](ExportFormat format) { askWhereToSave(format); };
+  bar_->onDone = [this] { finish(); };
+  bar_->onInspector = [this] { toggleInspector(); };
+  canvas_->onViewChanged = [this] { footer_->showZoom(canvas_->zoom(), canvas_->isFit()); };
+  canvas_->onHint = [this] { showHint(); };
+  canvas_->onCropMoved = [this](const QRect& frame) { capsule_->setFrame(frame); };
+  canvas_->onMenu = [this](const QPoint& at) { showMenu(at); };
+  canvas_->onDropped = [this](const std::vector<Path>& files) { model_->addLayers(files); };
+  blank_->onRemove = [this] { model_->removeFromHistory(); };
+  footer_->onZoomIn = [this] { canvas_->zoomIn(); };
+  footer_->onZoomOut = [this] { canvas_->zoomOut(); };
+  footer_->onFit = [this] { canvas_->fit(); };
+  footer_->onZoom = [this](double zoom) { canvas_->setZoom(zoom); };
+  addKeys();
+  observation_ =
+      model_->observe([this](const AnnotateModel::Change& change) { modelChanged(change); });
+  modelChanged({.stage = true, .document = true, .saving = true, .notice = true});
+  canvas_->setFocus();
+}
+
+AnnotateWindow::~AnnotateWindow() = default;
+
+void AnnotateWindow::addKeys() {
+  const auto key = [this](const QKeySequence& keys, auto run) {
+    auto* const shortcut = new QShortcut(keys, this);
+    connect(shortcut, &QShortcut::activated, this, run);
+  };
+  // Of the document, which has to be there.
+  const auto command = [&](const QKeySequence& keys, std::function<void()> run) {
+    key(keys, [this, run = std::move(run)] {
+      if (isReady()) run();
+    });
+  };
+  command(Qt::CTRL | Qt::Key_Z, [this] { undo(); });
+  command(Qt::CTRL | Qt::SHIFT | Qt::Key_Z, [this] { redo(); });
+  command(Qt::CTRL | Qt::Key_S, [this] { model_->save(); });
+  command(Qt::CTRL | Qt::SHIFT | Qt::Key_S,
+          [this] { askWhereToSave(model_->formats().front().format); });
+  command(Qt::CTRL | Qt::Key_Return, [this] { finish(); });
+  command(Qt::CTRL | Qt::Key_Enter, [this] { finish(); });
+  command(Qt::CTRL | Qt::Key_C, [this] { model_->copySelection(); });
+  command(Qt::CTRL | Qt::Key_X, [this] { model_->cutSelection(); });
+  command(Qt::CTRL | Qt::Key_V, [this] { paste(); });
+  command(Qt::CTRL | Qt::SHIFT | Qt::Key_C, [this] { model_->copy(); });
+  command(Qt::CTRL | Qt::Key_A, [this] {
+    EditorModel& editor = model_->editor();
+    editor.isTyping() ? editor.selectAllText() : editor.selectAll();
+  });
+  command(Qt::CTRL | Qt::Key_D, [this] {
+    if (!canvas_->isInGesture()) model_->editor().duplicate();
+  });
+  key(Qt::CTRL | Qt::Key_0, [this] { canvas_->fit(); });
+  key(Qt::CTRL | Qt::Key_1, [this] { canvas_->setZoom(1); });
+  for (const Qt::Key plus : {Qt::Key_Plus, Qt::Key_Equal}) {
+    key(Qt::CTRL | plus, [this] { canvas_->zoomIn(); });
+  }
+  key(Qt::CTRL | Qt::Key_Minus, [this] { canvas_->zoomOut(); });
+  key(Qt::Key_F9, [this] { toggleInspector(); });
+  key(Qt::Key_F6, [this] { nextPane(false); });
+  key(Qt::SHIFT | Qt::Key_F6, [this] { nextPane(true); });
+}
+
+void AnnotateWindow::undo() {
+  if (isReady()) model_->editor().undo();
+}
+
+void AnnotateWindow::redo() {
+  if (isReady()) model_->editor().redo();
+}
+
+/// Those that have forms to choose from show them beside their button.
+void AnnotateWindow::pick(Tool tool) {
+  if (!isReady() || canvas_->isInGesture()) return;
+  model_->editor().pickTool(tool);
+  if (tool == Tool::emoji) EmojiPicker::open(model_->editor(), rail_->buttonOf(tool));
+  if (tool == Tool::polygon) PolygonPicker::open(model_->editor(), rail_->buttonOf(tool));
+}
+
+/// To where the user looks.
+void AnnotateWindow::paste() {
+  model_->pasteFromClipboard(
+      canvas_->isFit() ? std::nullopt : std::optional(canvas_->canvasAt(canvas_->rect().center())));
+}
+
+void AnnotateWindow::modelChanged(const AnnotateModel::Change& change) {
+  if (change.stage) showStage();
+  if (change.stage || change.document) {
+    canvas_->refresh();
+    if (isReady()) rail_->show(model_->editor().tool());
+  }
+  bar_->refresh(change);
+  if (change.notice) showSaid();
+  if (change.notice || change.document || change.stage) showHint();
+}
+
+void AnnotateWindow::showStage() {
+  setWindowTitle(titleFor(*model_));
+  setAccessibleName(windowTitle());
+  const bool hasFailed = model_->stage() == AnnotateModel::Stage::failed;
+  if (hasFailed) blank_->show(asWords(model_->failure()), model_->offersRemove());
+  blank_->setVisible(hasFailed);
+  rail_->setEnabled(isReady());
+  footer_->setZoomEnabled(!hasFailed);
+  inspector_->setEnabled(isReady());
+}
+
+/// Failures and refusals stand over the canvas, which does not move for them; the rest is said in
+/// the line below.
+void AnnotateWindow::showSaid() {
+  QString text;
+  QString action;
+  std::function<void()> run;
+  if (const auto& refusal = model_->refusal()) {
+    text = asWords(refusal->sentence);
+    if (refusal->layerID) {
+      action = QStringLiteral("Hide");
+      run = [this] { model_->hideBlockingLayer(); };
+    }
+  } else if (const auto& notice = model_->notice(); notice && notice->isWarning) {
+    text = asWords(notice->text);
+  }
+  if (text == bandText_) return;
+  bandText_ = text;
+  if (text.isEmpty()) {
+    band_->hide();
+  } else {
+    band_->show(text, action, std::move(run));
+  }
+  arrange();
+}
+
+void AnnotateWindow::showHint() {
+  const auto& notice = model_->notice();
+  const QString said = notice && !notice->isWarning ? asWords(notice->text) : QString();
+  footer_->showHint(isReady() ? asWords(withLinuxKeys(model_->input().hint())) : QString(), said);
+}
+
+// How it is laid out.
+
+bool AnnotateWindow::isNarrow() const { return content_->width() < inspectorDrawerBelow; }
+
+void AnnotateWindow::arrange() {
+  const int width = content_->width();
+  const int top = bar_->sizeHint().height();
+  const int bottom = footer_->sizeHint().height();
+  const int height = std::max(0, content_->height() - top - bottom);
+  const auto placed = [this](const QRect& area) {
+    return QStyle::visualRect(layoutDirection(), content_->rect(), area);
+  };
+  rail_->setColumns(ToolRail::isDouble(height));
+  const int left = rail_->sizeHint().width();
+  const bool isShown = isNarrow() ? isDrawerOpen_ || !drawer_.isAway() : isInspectorWanted_;
+  const int beside = isShown && !isNarrow() ? inspectorWidth : 0;
+  bar_->setGeometry(0, 0, width, top);
+  rail_->setGeometry(placed({0, top, left, height}));
+  const QRect picture = placed({left, top, std::max(0, width - left - beside), height});
+  canvas_->setGeometry(picture);
+  blank_->setGeometry(picture);
+  footer_->setGeometry(0, top + height, width, bottom);
+  inspector_->setVisible(isShown);
+  const int shown =
+      isNarrow() ? static_cast<int>(std::lround(inspectorWidth * drawer_.part())) : inspectorWidth;
+  inspector_->setGeometry(placed({width - shown, top, inspectorWidth, height}));
+  if (isShown && isNarrow()) inspector_->raise();
+  bar_->setInspectorShown(isNarrow() ? isDrawerOpen_ : isInspectorWanted_);
+  if (!band_->isHidden()) {
+    const int words = band_->hasHeightForWidth() ? band_->heightForWidth(picture.width())
+                                                 : band_->sizeHint().height();
+    band_->setGeometry(QRect(picture.topLeft(), QSize(picture.width(), words)));
+    band_->raise();
+  }
+}
+
+bool AnnotateWindow::eventFilter(QObject* object, QEvent* event) {
+  if (object == content_ && event->type() == QEvent::Resize) arrange();
+  return WindowFrame::eventFilter(object, event);
+}
+
+void AnnotateWindow::toggleInspector() {
+  if (isNarrow()) return setDrawer(!isDrawerOpen_);
+  isInspectorWanted_ = !isInspectorWanted_;
+  arrange();
+}
+
+void AnnotateWindow::setDrawer(bool isOpen) {
+  isDrawerOpen_ = isOpen;
+  arrange();
+  if (isOpen) {
+    drawer_.enter();
+  } else {
+    drawer_.leave();
+  }
+}
+
+// Keys that no part has used.
+
+void AnnotateWindow::keyPressEvent(QKeyEvent* event) {
+  // Letters mean tools wherever the keyboard is, but in fields, which have used them.
+  const bool isPlain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
+  const bool isLetter = isPlain && !event->text().isEmpty() && event->text().front().isLetter();
+  if (isLetter && focusWidget() != canvas_ && canvas_->take(*event)) return;
+  WindowFrame::keyPressEvent(event);
+}
+
+void AnnotateWindow::leave() {
+  if (!bandText_.isEmpty()) {
+    bandText_.clear();
+    band_->hide();
+    model_->dismissRefusal();
+    return model_->clearNotice();
+  }
+  if (isNarrow() && isDrawerOpen_) return setDrawer(false);
+  if (focusWidget() != canvas_) canvas_->setFocus(Qt::OtherFocusReason);
+}
+
+void AnnotateWindow::nextPane(bool isBack) {
+  const std::array<QWidget*, 5> panes{bar_, rail_, canvas_, inspector_, footer_};
+  const QWidget* const focus = QApplication::focusWidget();
+  std::size_t at = 2;
+  for (std::size_t i = 0; i < panes.size(); ++i) {
+    if (focus == nullptr) continue;
+    if (panes[i] == focus || panes[i]->isAncestorOf(focus)) at = i;
+  }
+  for (std::size_t tries = 0; tries < panes.size(); ++tries) {
+    at = (at + (isBack ? panes.size() - 1 : 1)) % panes.size();
+    QWidget* const pane = panes[at];
+    if (!pane->isVisible()) continue;
+    if (pane->focusPolicy() != Qt::NoFocus) return pane->setFocus(Qt::TabFocusReason);
+    if (pane == rail_ && isReady()) {
+      return rail_->buttonOf(model_->editor().tool())->setFocus(Qt::TabFocusReason);
+    }
+    for (QWidget* const inside : pane->findChildren<QWidget*>()) {
+      if (inside->isVisible() && inside->isEnabled() &&
+          (inside->focusPolicy() & Qt::TabFocus) != 0) {
+        return inside->setFocus(Qt::TabFocusReason);
+      }
+    }
+  }
+}
+
+// What can be done with what is under the pointer.
+
+void AnnotateWindow::showMenu(const QPoint& at) {
+  auto* const menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  if (model_->editor().isTyping()) {
+    fillTextMenu(*menu);
+  } else {
+    fillShapesMenu(*menu);
+  }
+  menu->popup(at);
+}
+
+void AnnotateWindow::fillTextMenu(QMenu& menu) {
+  const bool hasSelection = !model_->editor().selectedText().empty();
+  QAction* const cut =
+      menu.addAction(QStringLiteral("Cut\tCtrl+X"), this, [this] { model_->cutSelection(); });
+  QAction* const copy =
+      menu.addAction(QStringLiteral("Copy\tCtrl+C"), this, [this] { model_->copySelection(); });
+  cut->setEnabled(hasSelection);
+  copy->setEnabled(hasSelection);
+  menu.addAction(QStringLiteral("Paste\tCtrl+V"), this, [this] { paste(); });
+  menu.addSeparator();
+  menu.addAction(QStringLiteral("Select All\tCtrl+A"), this,
+                 [this] { model_->editor().selectAllText(); });
+}
+
+void AnnotateWindow::fillShapesMenu(QMenu& menu) {
+  const EditorModel& editor = model_->editor();
+  const bool hasShapes = !editor.selection().empty();
+  const bool hasLayer = editor.selectedLayer() != nullptr;
+  const auto add = [&](const QString& label, bool isPossible, std::function<void()> run) {
+    menu.addAction(label, this, std::move(run))->setEnabled(isPossible);
+  };
+  add(QStringLiteral("Cut\tCtrl+X"), hasShapes, [this] { model_->cutSelection(); });
+  add(QStringLiteral("Copy\tCtrl+C"), true, [this] { model_->copySelection(); });
+  add(QStringLiteral("Paste\tCtrl+V"), true, [this] { paste(); });
+  add(QStringLiteral("Duplicate\tCtrl+D"), hasShapes, [this] { model_->editor().duplicate(); });
+  menu.addSeparator();
+  const bool hasOrder = hasShapes || hasLayer;
+  add(QStringLiteral("Bring to Front"), hasOrder, [this] { model_->editor().bringToFront(); });
+  add(QStringLiteral("Bring Forward"), hasOrder, [this] { model_->editor().bringForward(); });
+  add(QStringLiteral("Send Backward"), hasOrder, [this] { model_->editor().sendBackward(); });
+  add(QStringLiteral("Send to Back"), hasOrder, [this] { model_->editor().sendToBack(); });
+  menu.addSeparator();
+  add(QStringLiteral("Select All\tCtrl+A"), !editor.state().shapes->empty(),
+      [this] { model_->editor().selectAll(); });
+  const bool isRemovable = hasShapes || (hasLayer && editor.selectedLayer()->path.has_value());
+  add(QStringLiteral("Delete\tDel"), isRemovable, [this] { model_->editor().deleteSelection(); });
+}
+
+// Saving and closing.
+
+void AnnotateWindow::askWhereToSave(ExportFormat format) {
+  if (!isReady()) return;
+  QFileDialog* const dialog = makePictureSaveDialog(
+      this, asWords(model_->suggestedFileName(format)),
+      [model = model_, format](const Path& file) { model->saveAs(file, format); });
+  dialog->open();
+}
+
+void AnnotateWindow::finish() {
+  if (!isReady() || model_->isSaving()) return;
+  model_->done([self = QPointer<AnnotateWindow>(this)] {
+    if (self != nullptr) self->closeNow();
+  });
+}
+
+void AnnotateWindow::closeNow() {
+  mayClose_ = true;
+  close();
+}
+
+bool AnnotateWindow::mayClose() {
+  if (mayClose_ || !isReady() || !model_->hasUnsavedChanges()) return true;
+  if (question_ != nullptr) {
+    question_->raise();
+    question_->activateWindow();
+    return false;
+  }
+  question_ = askBeforeClosing(this, asWords(model_->unsavedChanges()), [this](CloseAnswer answer) {
+    question_ = nullptr;
+    switch (answer) {
+      case CloseAnswer::cancel: return answerClose(false);
+      case CloseAnswer::discard: model_->discard(); return closeNow();
+      case CloseAnswer::save:
+        model_->save([self = QPointer<AnnotateWindow>(this)](bool isSaved) {
+          if (self == nullptr) return;
+          isSaved ? self->closeNow() : self->answerClose(false);
+        });
+    }
+  });
+  return false;
+}
+
+void AnnotateWindow::closeEvent(QCloseEvent* event) {
+  WindowFrame::closeEvent(event);
+  if (event->isAccepted()) answerClose(true);
+}
+
+void AnnotateWindow::answerClose(bool closed) {
+  for (const auto& done : std::exchange(waitingForClose_, {})) done(closed);
+}
+
+void AnnotateWindow::requestClose(std::function<void(bool closed)> done) {
+  waitingForClose_.push_back(std::move(done));
+  if (isReady() && model_->hasUnsavedChanges()) bringForward();
+  close();
+}
+
+}  // namespace vantorel

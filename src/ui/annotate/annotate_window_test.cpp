@@ -1,0 +1,474 @@
+#include "ui/annotate/annotate_window.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QApplication>
+#include <QDialog>
+#include <QInputMethodEvent>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QShortcut>
+#include <QWheelEvent>
+#include <cmath>
+#include <random>
+#include <stdexcept>
+
+#include "editor/canvas_scene.hpp"
+#include "editor/testing/mixed_shapes.hpp"
+#include "editor/tool_spec.hpp"
+#include "ui/annotate/annotate_canvas.hpp"
+#include "ui/annotate/canvas_accessible.hpp"
+#include "ui/testing/open_picture.hpp"
+#include "ui/testing/ui_test_case.hpp"
+
+namespace vantorel {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// What is painted, as the toolkit was told.
+class PaintWatch : public QObject {
+ public:
+  QRegion painted;
+
+ protected:
+  bool eventFilter(QObject* object, QEvent* event) override {
+    if (event->type() == QEvent::Paint) painted += static_cast<QPaintEvent*>(event)->region();
+    return QObject::eventFilter(object, event);
+  }
+};
+
+/// Windows on a display of their own, with hands that reach them directly: what a real pointer does
+/// beyond that, the tests of the overlay and the cards know.
+class AnnotateWindowTest : public UiTestCase {
+ protected:
+  struct Opened {
+    explicit Opened(SceneDrawing& drawing) : run(drawing) {}
+    OpenPicture run;
+    bool isClosed = false;
+    std::unique_ptr<AnnotateWindow> window;
+    AnnotateCanvas* canvas = nullptr;
+  };
+
+  void SetUp() override {
+    startDesktop({.windowManager = true});
+    startUi();
+  }
+
+  std::unique_ptr<Opened> open(PixelSize size = {640, 400}, EditorDocument document = {}) {
+    auto opened = std::make_unique<Opened>(drawing());
+    opened->run.model->setPreview({}, size);
+    opened->window = std::make_unique<AnnotateWindow>(
+        opened->run.model, [raw = opened.get()] { raw->isClosed = true; });
+    opened->window->bringForward();
+    EXPECT_TRUE(waitFor([&] { return opened->window->isActiveWindow(); }));
+    opened->run.open(testPicture(size, 1), std::move(document));
+    opened->canvas = dynamic_cast<AnnotateCanvas*>(
+        opened->window->findChild<QWidget*>(QStringLiteral("canvas")));
+    use(*opened);
+    rest();
+    return opened;
+  }
+  void use(Opened& opened) { now = &opened; }
+
+  void rest() {
+    now->run.runners.run();
+    settle(std::chrono::milliseconds(20));
+    now->run.runners.run();
+    settle(std::chrono::milliseconds(5));
+  }
+
+  EditorModel& editor() { return now->run.model->editor(); }
+  const Shape& last() { return *editor().state().shapes->back(); }
+  QPointF at(double x, double y) {
+    const QRectF area = now->canvas->areaOf(Box{x, y, 0, 0});
+    return area.topLeft();
+  }
+
+  void mouse(QEvent::Type type, QPointF where, Qt::MouseButton button = Qt::LeftButton,
+             Qt::KeyboardModifiers held = {}) {
+    const bool isDown = type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick;
+    if (isDown) buttons |= button;
+    if (type == QEvent::MouseButtonRelease) buttons &= ~Qt::MouseButtons(button);
+    QMouseEvent event(type, where, now->canvas->mapToGlobal(where),
+                      type == QEvent::MouseMove ? Qt::NoButton : button, buttons, held);
+    QCoreApplication::sendEvent(now->canvas, &event);
+    now->run.runners.run();
+  }
+  void drag(QPointF from, QPointF to, Qt::KeyboardModifiers held = {}) {
+    mouse(QEvent::MouseButtonPress, from, Qt::LeftButton, held);
+    mouse(QEvent::MouseMove, (from + to) / 2, Qt::LeftButton, held);
+    mouse(QEvent::MouseMove, to, Qt::LeftButton, held);
+    mouse(QEvent::MouseButtonRelease, to, Qt::LeftButton, held);
+  }
+  void click(QPointF where) { drag(where, where); }
+
+  /// As the toolkit hands it on: first to those with shortcuts.
+  void key(int key, Qt::KeyboardModifiers held = {}, const QString& text = {}) {
+    QWidget* const focus = now->window->focusWidget();
+    QWidget* const target = focus != nullptr ? focus : now->window.get();
+    QKeyEvent first(QEvent::ShortcutOverride, key, held, text);
+    first.ignore();
+    QCoreApplication::sendEvent(target, &first);
+    if (!first.isAccepted() && runShortcut(QKeyCombination(held, Qt::Key(key)))) {
+      now->run.runners.run();
+      return;
+    }
+    QKeyEvent press(QEvent::KeyPress, key, held, text);
+    QCoreApplication::sendEvent(target, &press);
+    QKeyEvent release(QEvent::KeyRelease, key, held, text);
+    QCoreApplication::sendEvent(target, &release);
+    now->run.runners.run();
+  }
+  bool runShortcut(QKeyCombination keys) {
+    for (auto* const shortcut : now->window->findChildren<QShortcut*>()) {
+      if (shortcut->key() != QKeySequence(keys) || !shortcut->isEnabled()) continue;
+      Q_EMIT shortcut->activated();
+      return true;
+    }
+    return false;
+  }
+  void type(const QString& text) {
+    for (const QChar letter : text) key(letter.toUpper().unicode(), {}, letter);
+  }
+  void compose(const QString& preedit, const QString& commit) {
+    QInputMethodEvent event(preedit, {});
+    event.setCommitString(commit);
+    QCoreApplication::sendEvent(now->canvas, &event);
+    now->run.runners.run();
+  }
+  /// As an input method asks.
+  QVariant asked(Qt::InputMethodQuery query) {
+    QInputMethodQueryEvent event(query);
+    QCoreApplication::sendEvent(now->canvas, &event);
+    return event.value(query);
+  }
+  QAbstractButton* button(const QString& name) {
+    for (auto* const one : now->window->findChildren<QAbstractButton*>()) {
+      if (one->accessibleName() == name || one->text() == name) return one;
+    }
+    std::string names;
+    for (const auto* const one : now->window->findChildren<QAbstractButton*>()) {
+      names += one->accessibleName().toStdString() + ", ";
+    }
+    ADD_FAILURE() << name.toStdString() << " is none of " << names;
+    throw std::runtime_error("no such button");
+  }
+
+  Opened* now = nullptr;
+  Qt::MouseButtons buttons;
+};
+
+TEST_F(AnnotateWindowTest, EveryToolDrawsByHandAndKey) {
+  const auto opened = open();
+  EXPECT_EQ(opened->window->windowTitle(), "Stations, week 47 — Annotate");
+  std::size_t drawn = 0;
+  for (const ToolSpec& spec : toolSpecs()) {
+    const auto type = shapeTypeOf(spec.tool);
+    if (!type) continue;
+    SCOPED_TRACE(spec.label);
+    const QString letter = QString::fromUtf8(spec.key.data(), 1);
+    key(letter[0].toUpper().unicode(), {}, letter);
+    ASSERT_EQ(editor().tool(), spec.tool);
+    const double x = 20 + static_cast<double>(drawn) * 45;
+    drag(at(x, 60), at(x + 40, 130));
+    if (*type == ShapeType::text) {
+      this->type(QStringLiteral("weir"));
+      key(Qt::Key_Escape);
+    }
+    ASSERT_EQ(editor().state().shapes->size(), ++drawn);
+    EXPECT_EQ(last().type, *type);
+  }
+  rest();
+  keepPicture("annotate-tools");
+  EXPECT_THAT(button("Undo Draw Measurement")->toolTip().toStdString(), HasSubstr("Ctrl+Z"));
+  key(Qt::Key_Z, Qt::ControlModifier);
+  EXPECT_EQ(editor().state().shapes->size(), drawn - 1);
+  EXPECT_TRUE(button("Redo Draw Measurement")->isEnabled());
+  // A tool's button is as good as its letter, and leaves the keyboard with the canvas.
+  button("Rectangle")->click();
+  EXPECT_EQ(editor().tool(), Tool::rect);
+  EXPECT_TRUE(opened->canvas->hasFocus());
+  drag(at(300, 200), at(400, 260));
+  const Box before{last().x1, last().y1, last().x2, last().y2};
+  drag(at(400, 260), at(430, 300));  // its corner
+  EXPECT_NEAR(last().x2, before.w + 30, 1.5);
+  EXPECT_NEAR(last().x1, before.x, 0.001) << "the other corner stays";
+  key(Qt::Key_Right, Qt::ShiftModifier);
+  EXPECT_NEAR(last().x1, before.x + 10, 0.001);
+}
+
+TEST_F(AnnotateWindowTest, LettersAreTextWhileSomethingIsTypedAndToolsOtherwise) {
+  const auto opened = open();
+  EXPECT_FALSE(opened->canvas->testAttribute(Qt::WA_InputMethodEnabled));
+  type(QStringLiteral("t"));
+  click(at(100, 100));
+  ASSERT_TRUE(editor().isTyping());
+  EXPECT_TRUE(opened->canvas->testAttribute(Qt::WA_InputMethodEnabled));
+  type(QStringLiteral("bar"));
+  key(Qt::Key_Left);
+  key(Qt::Key_Left, Qt::ShiftModifier);
+  type(QStringLiteral("e"));
+  EXPECT_EQ(editor().draft()->text, "ber");
+  key(Qt::Key_Home);
+  // An input method, and a dead key, hand text over.
+  compose(QStringLiteral("shang"), {});
+  EXPECT_EQ(editor().draft()->text, "ber") << "nothing is typed yet";
+  key(Qt::Key_Escape);
+  EXPECT_TRUE(editor().isTyping()) << "the key is the input method's";
+  compose({}, QStringLiteral("上"));
+  compose({}, QStringLiteral("é"));
+  EXPECT_EQ(editor().draft()->text, "上éber");
+  EXPECT_EQ(asked(Qt::ImCursorPosition).toInt(), 2);
+  const QRect caret = asked(Qt::ImCursorRectangle).toRect();
+  EXPECT_GT(caret.height(), 8);
+  rest();
+  keepPicture("annotate-typing");
+  opened->canvas->zoomOut();
+  EXPECT_NE(asked(Qt::ImCursorRectangle).toRect(), caret);
+  key(Qt::Key_Escape);
+  EXPECT_FALSE(editor().isTyping());
+  EXPECT_FALSE(opened->canvas->testAttribute(Qt::WA_InputMethodEnabled));
+  EXPECT_EQ(last().text, "上éber");
+  type(QStringLiteral("a"));
+  EXPECT_EQ(editor().tool(), Tool::arrow);
+}
+
+TEST_F(AnnotateWindowTest, ADragPaintsWhatItChangesAndNothingElse) {
+  EditorDocument document;
+  for (int i = 0; i < 60; ++i) document.shapes.push_back(mixedShape(i));
+  const auto opened = open({1200, 800}, document);
+  opened->window->resize(1240, 760);
+  rest();
+  type(QStringLiteral("r"));
+  drag(at(600, 400), at(640, 430));
+  rest();
+  PaintWatch watch;
+  opened->canvas->installEventFilter(&watch);
+  mouse(QEvent::MouseMove, at(600, 400));
+  rest();
+  mouse(QEvent::MouseButtonPress, at(600, 415));
+  rest();
+  watch.painted = {};
+  mouse(QEvent::MouseMove, at(620, 420));
+  rest();
+  const QRect area = watch.painted.boundingRect();
+  EXPECT_FALSE(area.isEmpty());
+  EXPECT_TRUE(area.contains(at(640, 400).toPoint()));
+  EXPECT_LT(area.width() * area.height(), 200 * 160) << "of the whole canvas";
+  mouse(QEvent::MouseButtonRelease, at(620, 420));
+  // The picture on the screen is what would be painted anew.
+  rest();
+  const QImage shown = opened->canvas->grab().toImage();
+  opened->canvas->update();
+  rest();
+  EXPECT_EQ(opened->canvas->grab().toImage(), shown);
+  opened->canvas->removeEventFilter(&watch);
+}
+
+TEST_F(AnnotateWindowTest, AtAHundredPercentEveryPixelIsTheCaptures) {
+  const auto opened = open({500, 300});
+  rest();
+  ASSERT_EQ(opened->canvas->zoom(), 1);
+  const QImage screenNow = screen("annotate-exact");
+  const QPoint corner = opened->canvas->mapToGlobal(at(0, 0).toPoint());
+  int wrong = 0;
+  for (int y = 0; y < 300; ++y) {
+    for (int x = 0; x < 500; ++x) {
+      wrong +=
+          (screenNow.pixel(corner + QPoint(x, y)) & 0xffffff) != (testPixel(1, x, y) & 0xffffff);
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(AnnotateWindowTest, ClosingAsksOnceAndDoesWhatIsAnswered) {
+  const auto draw = [&] {
+    type(QStringLiteral("r"));
+    drag(at(100, 100), at(200, 160));
+  };
+  const auto press = [&](const char* label) {
+    auto* const dialog = now->window->findChild<QDialog*>(QStringLiteral("closeQuestion"));
+    ASSERT_NE(dialog, nullptr);
+    for (auto* const one : dialog->findChildren<QAbstractButton*>()) {
+      if (one->text() == QLatin1String(label)) one->click();
+    }
+    rest();
+  };
+  auto opened = open();
+  draw();
+  for (int i = 0; i < 3; ++i) key(Qt::Key_Escape);
+  EXPECT_EQ(editor().state().shapes->size(), 1U) << "Esc never discards";
+  opened->window->close();
+  opened->window->close();
+  EXPECT_EQ(opened->window->findChildren<QDialog*>().size(), 1);
+  EXPECT_EQ(opened->window->findChild<QDialog*>()->accessibleDescription(), "1 annotation added");
+  rest();
+  keepPicture("annotate-close");
+  press("Cancel");
+  EXPECT_FALSE(opened->isClosed);
+  std::vector<bool> closed;
+  opened->window->requestClose([&](bool done) { closed.push_back(done); });
+  rest();
+  opened->run.capture->refusal = "The disk is full.";
+  press("Save");
+  EXPECT_FALSE(opened->isClosed) << "nothing is lost";
+  EXPECT_THAT(closed, ElementsAre(false));
+  opened->run.capture->refusal.clear();
+  opened->window->requestClose([&](bool done) { closed.push_back(done); });
+  rest();
+  press("Save");
+  EXPECT_TRUE(opened->isClosed);
+  EXPECT_THAT(closed, ElementsAre(false, true));
+  EXPECT_EQ(opened->run.capture->stored.back().shapes.size(), 1U);
+
+  const auto other = open();
+  draw();
+  other->window->close();
+  rest();
+  press("Discard");
+  EXPECT_TRUE(other->isClosed);
+  EXPECT_TRUE(other->run.capture->stored.empty());
+  EXPECT_EQ(other->run.capture->draftsDropped, 1);
+}
+
+TEST_F(AnnotateWindowTest, TwoWindowsEachHaveTheirOwn) {
+  const auto first = open();
+  const auto second = open({300, 200});
+  EXPECT_NE(first->window->pos(), second->window->pos());
+  use(*second);
+  type(QStringLiteral("o"));
+  drag(at(20, 20), at(90, 90));
+  use(*first);
+  EXPECT_EQ(editor().tool(), Tool::select);
+  EXPECT_TRUE(editor().state().shapes->empty());
+  // One that goes in the middle of a gesture leaves the other alone.
+  use(*second);
+  mouse(QEvent::MouseButtonPress, at(50, 50));
+  mouse(QEvent::MouseMove, at(70, 70));
+  second->window->hide();
+  buttons = {};
+  EXPECT_FALSE(editor().draft());
+  use(*first);
+  type(QStringLiteral("r"));
+  drag(at(20, 20), at(90, 90));
+  EXPECT_EQ(editor().state().shapes->size(), 1U);
+}
+
+TEST_F(AnnotateWindowTest, WhatCannotBeOpenedSaysSoAndLetsGo) {
+  Opened opened(drawing());
+  opened.window = std::make_unique<AnnotateWindow>(opened.run.model, [] {});
+  opened.window->bringForward();
+  ASSERT_TRUE(waitFor([&] { return opened.window->isActiveWindow(); }));
+  use(opened);
+  opened.run.model->fail("The file of this capture is gone.", true);
+  rest();
+  keepPicture("annotate-failed");
+  EXPECT_FALSE(button("Done")->isEnabled());
+  EXPECT_FALSE(button("Arrow")->isEnabled());
+  button("Remove from History")->click();
+  EXPECT_TRUE(opened.run.capture->isRemoved);
+}
+
+TEST_F(AnnotateWindowTest, ScreenReadersSeeTheShapes) {
+  EditorDocument document;
+  for (int i = 0; i < 12; ++i) document.shapes.push_back(mixedShape(i));
+  const auto opened = open({800, 600}, document);
+  QAccessibleInterface* const canvas = QAccessible::queryAccessibleInterface(opened->canvas);
+  ASSERT_NE(canvas, nullptr);
+  EXPECT_EQ(canvas->role(), QAccessible::Canvas);
+  EXPECT_EQ(canvas->text(QAccessible::Name), "Canvas");
+  ASSERT_EQ(canvas->childCount(), 12);
+  std::vector<std::string> names;
+  for (int i = 0; i < 12; ++i) {
+    QAccessibleInterface* const shape = canvas->child(i);
+    names.push_back(shape->text(QAccessible::Name).toStdString());
+    EXPECT_EQ(canvas->indexOfChild(shape), i);
+    EXPECT_FALSE(shape->rect().isEmpty());
+  }
+  EXPECT_THAT(names, testing::IsSupersetOf({"Arrow", "Text “Look here”", "Counter 9", "Emoji 👍"}));
+  opened->canvas->setFocus();
+  key(Qt::Key_Tab);
+  ASSERT_EQ(editor().selection().size(), 1U);
+  QAccessibleInterface* const focus = canvas->focusChild();
+  ASSERT_NE(focus, nullptr);
+  EXPECT_TRUE(focus->state().focused);
+  key(Qt::Key_Delete);
+  EXPECT_EQ(canvas->childCount(), 11);
+  EXPECT_FALSE(focus->isValid());
+  for (const auto* const one : opened->window->findChildren<QAbstractButton*>()) {
+    if (!one->isVisible()) continue;
+    EXPECT_FALSE(one->accessibleName().isEmpty() && one->text().isEmpty())
+        << one->objectName().toStdString();
+  }
+}
+
+/// Hands that do anything at any moment: nothing may break, and what is there can be saved.
+TEST_F(AnnotateWindowTest, AStormOfEventsLeavesADocument) {
+  EditorDocument document;
+  for (int i = 0; i < 24; ++i) document.shapes.push_back(mixedShape(i));
+  const auto opened = open({800, 600}, document);
+  std::mt19937 random(20261123);
+  const auto any = [&](int below) {
+    return static_cast<int>(random() % static_cast<unsigned>(below));
+  };
+  const std::vector<Qt::KeyboardModifiers> modifiers{{},
+                                                     {},
+                                                     Qt::ShiftModifier,
+                                                     Qt::ControlModifier,
+                                                     Qt::AltModifier,
+                                                     Qt::ControlModifier | Qt::ShiftModifier};
+  const std::vector<int> keys{Qt::Key_Escape, Qt::Key_Return, Qt::Key_Delete, Qt::Key_Backspace,
+                              Qt::Key_Left,   Qt::Key_Up,     Qt::Key_Tab,    Qt::Key_Home,
+                              Qt::Key_Z,      Qt::Key_A,      Qt::Key_D,      Qt::Key_C,
+                              Qt::Key_X,      Qt::Key_V,      Qt::Key_F9,     Qt::Key_0,
+                              Qt::Key_1,      Qt::Key_Plus,   Qt::Key_Minus,  Qt::Key_Space};
+  const QString letters = QStringLiteral("vcpharogtblnmis[]59");
+  for (int step = 0; step < 1500; ++step) {
+    const QPointF where(any(now->canvas->width() + 60) - 30, any(now->canvas->height() + 60) - 30);
+    const auto held = modifiers[static_cast<std::size_t>(any(6))];
+    switch (any(12)) {
+      case 0:
+      case 1: mouse(QEvent::MouseButtonPress, where, Qt::LeftButton, held); break;
+      case 2: mouse(QEvent::MouseButtonDblClick, where, Qt::LeftButton, held); break;
+      case 3: mouse(QEvent::MouseButtonPress, where, Qt::MiddleButton, held); break;
+      case 4: mouse(QEvent::MouseButtonRelease, where, Qt::LeftButton, held); break;
+      case 5: mouse(QEvent::MouseButtonRelease, where, Qt::MiddleButton, held); break;
+      case 6:
+      case 7: mouse(QEvent::MouseMove, where, Qt::LeftButton, held); break;
+      case 8: key(keys[static_cast<std::size_t>(any(int(keys.size())))], held); break;
+      case 9: {
+        const QChar letter = letters[any(int(letters.size()))];
+        key(letter.toUpper().unicode(), {}, letter);
+        break;
+      }
+      case 10:
+        compose(any(2) == 0 ? QStringLiteral("ni") : QString(),
+                any(3) == 0 ? QStringLiteral("你") : QString());
+        break;
+      default: {
+        QWheelEvent wheel(
+            where, now->canvas->mapToGlobal(where), {}, QPoint(any(3) * 60, any(5) * 60 - 120),
+            buttons, any(2) == 0 ? Qt::ControlModifier : Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(now->canvas, &wheel);
+        break;
+      }
+    }
+    now->canvas->setFocus();
+    if (step % 50 == 0) settle(std::chrono::milliseconds(1));
+  }
+  mouse(QEvent::MouseButtonRelease, {}, Qt::LeftButton);
+  rest();
+  key(Qt::Key_S, Qt::ControlModifier);
+  rest();
+  ASSERT_FALSE(opened->run.capture->stored.empty());
+  const std::string stored = json::toText(opened->run.capture->stored.back());
+  EXPECT_EQ(stored, json::toText(editor().document()));
+}
+
+}  // namespace
+}  // namespace vantorel
