@@ -1,6 +1,8 @@
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
+#include <array>
+#include <cmath>
 #include <cstring>
 #include <random>
 
@@ -223,40 +225,42 @@ class Editor {
   CanvasScene scene_;
 };
 
+/// So many shapes of all kinds, as large as the room each has on the screen.
+std::vector<Shape> crowd(std::int64_t count) {
+  std::vector<Shape> shapes;
+  const int columns = static_cast<int>(std::ceil(std::sqrt(double(count) * 16 / 9)));
+  const double cell = double(screen.width) / columns;
+  for (int i = 0; i < count; ++i) {
+    Shape shape = mixedShape(i);
+    const Box frame = selectionFrame(shape, roughText);
+    const double scale = 1.2 * cell / std::max({frame.w, frame.h, 1.0});
+    shapes.push_back(mapped(std::move(shape), {scale, scale, cell * (i % columns) - scale * frame.x,
+                                               cell * (i / columns) - scale * frame.y}));
+  }
+  return shapes;
+}
+
 Shape filledBox(Pt from, Pt to) {
   Shape box = lineShape(ShapeType::rect, from, to);
   box.fill = FillStyle::tint;
   return box;
 }
 
-/// A box of 5 % of the area among so many shapes of all kinds.
+/// A box of 5 % of the area, or a small one, among so many shapes of all kinds.
 void dragAmong(benchmark::State& state) {
-  std::vector<Shape> shapes;
-  for (int i = 0; i < state.range(0); ++i) {
-    Shape shape = mapped(mixedShape(i), {4.8, 3.6, 0, 0});
-    if (state.range(0) > 1000) shape = mapped(mixedShape(i), {4.8, 3.6, (i % 97) / 3.0, 0});
-    shapes.push_back(std::move(shape));
-  }
-  shapes.push_back(filledBox({1000, 700}, {1000 + 859, 700 + 483}));
+  std::vector<Shape> shapes = crowd(state.range(0));
+  const bool isSmall = state.range(1) == 2;
+  shapes.push_back(isSmall ? filledBox({1000, 700}, {1100, 780})
+                           : filledBox({1000, 700}, {1000 + 859, 700 + 483}));
   BackgroundFill fill;
   if (state.range(1) == 1) fill.value = BackgroundFill::Gradient{"dusk"};
   Editor editor(std::move(shapes), fill);
-  editor.drag(state, {1400, 950});
-  state.SetLabel(fmt::format("{} shapes{}", state.range(0), state.range(1) == 1 ? ", framed" : ""));
+  editor.drag(state, isSmall ? Pt{1050, 740} : Pt{1400, 950});
+  constexpr std::array kinds{"a large one", "a large one, framed", "a small one"};
+  state.SetLabel(fmt::format("{} shapes, {}", state.range(0),
+                             kinds[static_cast<std::size_t>(state.range(1))]));
 }
-BENCHMARK(dragAmong)->ArgsProduct({{0, 200, 10'000}, {0, 1}})->Unit(benchmark::kMillisecond);
-
-/// A small one among many.
-void dragSmallAmong(benchmark::State& state) {
-  std::vector<Shape> shapes;
-  for (int i = 0; i < state.range(0); ++i) {
-    shapes.push_back(mapped(mixedShape(i), {4.8, 3.6, (i % 97) / 3.0, 0}));
-  }
-  shapes.push_back(filledBox({1000, 700}, {1100, 780}));
-  Editor editor(std::move(shapes));
-  editor.drag(state, {1050, 740});
-}
-BENCHMARK(dragSmallAmong)->Arg(200)->Arg(10'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(dragAmong)->ArgsProduct({{0, 200, 10'000}, {0, 1, 2}})->Unit(benchmark::kMillisecond);
 
 /// A redaction among sixty that lie close together, as over the lines of a form.
 void dragRedactionAmong(benchmark::State& state) {
@@ -280,11 +284,7 @@ BENCHMARK(dragRedactionAmong)->ArgsProduct({{0, 1, 2}, {0, 200}})->Unit(benchmar
 
 /// What lies under the pointer, asked for each of its moves.
 void hover(benchmark::State& state) {
-  std::vector<Shape> shapes;
-  for (int i = 0; i < state.range(0); ++i) {
-    shapes.push_back(mapped(mixedShape(i), {4.8, 3.6, (i % 97) / 3.0, 0}));
-  }
-  Editor editor(std::move(shapes));
+  Editor editor(crowd(state.range(0)));
   for (auto _ : state) {
     benchmark::DoNotOptimize(editor.input().cursorAt(PointerEvent{PointerPhase::move, {3, 2157}}));
   }
