@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <utility>
 #include <vector>
 
 #include "render/text_layout.hpp"
@@ -47,18 +48,6 @@ class LaidOutText final : public TextGeometry {
     return {box_.x + pixels(strong.x), box_.y + pixels(strong.y), 0, pixels(strong.height)};
   }
 
-  [[nodiscard]] std::size_t offsetAt(Pt at) const override {
-    int nearest = 0;
-    int trailing = 0;
-    pango_layout_xy_to_index(layout_.get(), units(at.x - box_.x), units(at.y - box_.y), &nearest,
-                             &trailing);
-    const std::size_t offset = placeOf(forward(nearest, trailing));
-    // Behind the last letter of a line that is wrapped there is the next line's start.
-    const bool isWrapped = offset > 0 && textAt(offset - 1) != '\n' &&
-                           lineOf(offset) > lineOf(static_cast<std::size_t>(nearest));
-    return isWrapped ? before(offset) : offset;
-  }
-
   [[nodiscard]] std::vector<Box> boxes(TextRange range) const override {
     std::vector<Box> boxes;
     const std::size_t from = placeOf(range.from);
@@ -92,8 +81,34 @@ class LaidOutText final : public TextGeometry {
     return boxes;
   }
 
+  [[nodiscard]] std::size_t offsetAt(Pt at) const override { return own(nearest(at)); }
+
   [[nodiscard]] std::size_t next(std::size_t offset, CaretStep step) const override {
-    offset = placeOf(offset);
+    return own(reached(placeOf(offset), step));
+  }
+
+  [[nodiscard]] TextRange wordAt(std::size_t offset) const override {
+    const TextRange word = wordAround(placeOf(offset));
+    return {own(word.from), own(word.to)};
+  }
+
+ private:
+  /// The text may be shorter than what is shown of it, where it was damaged.
+  [[nodiscard]] std::size_t own(std::size_t offset) const { return std::min(offset, bytes_); }
+
+  [[nodiscard]] std::size_t nearest(Pt at) const {
+    int letter = 0;
+    int trailing = 0;
+    pango_layout_xy_to_index(layout_.get(), units(at.x - box_.x), units(at.y - box_.y), &letter,
+                             &trailing);
+    const std::size_t offset = placeOf(forward(letter, trailing));
+    // Behind the last letter of a line that is wrapped there is the next line's start.
+    const bool isWrapped = offset > 0 && textAt(offset - 1) != '\n' &&
+                           lineOf(offset) > lineOf(static_cast<std::size_t>(letter));
+    return isWrapped ? before(offset) : offset;
+  }
+
+  [[nodiscard]] std::size_t reached(std::size_t offset, CaretStep step) const {
     switch (step) {
       case CaretStep::letterBefore: return before(offset);
       case CaretStep::letterAfter: return after(offset);
@@ -115,8 +130,7 @@ class LaidOutText final : public TextGeometry {
     std::unreachable();
   }
 
-  [[nodiscard]] TextRange wordAt(std::size_t offset) const override {
-    offset = placeOf(offset);
+  [[nodiscard]] TextRange wordAround(std::size_t offset) const {
     const auto start = std::ranges::upper_bound(wordStarts_, offset);
     if (start != wordStarts_.begin()) {
       const std::size_t from = *std::prev(start);
@@ -137,7 +151,6 @@ class LaidOutText final : public TextGeometry {
     return {from, to};
   }
 
- private:
   [[nodiscard]] static int index(std::size_t offset) { return static_cast<int>(offset); }
   [[nodiscard]] char textAt(std::size_t offset) const {
     return pango_layout_get_text(layout_.get())[offset];
