@@ -142,9 +142,8 @@ AnnotateBar::AnnotateBar(std::shared_ptr<AnnotateModel> model, QWidget* parent)
   refresh({.stage = true, .document = true, .saving = true});
 }
 
-QSize AnnotateBar::sizeHint() const {
-  return {0, std::max(annotateBarHeight,
-                      tokens::controlHeight(tokens::smallControl, font()) + tokens::space16)};
+int AnnotateBar::usualHeight() {
+  return std::max(annotateBarHeight, tokens::controlHeight(tokens::smallControl) + tokens::space16);
 }
 
 void AnnotateBar::paintEvent(QPaintEvent*) {

@@ -35,7 +35,9 @@ class AnnotateBar : public QWidget {
   std::function<void()> onDone;
   std::function<void()> onInspector;
 
-  [[nodiscard]] QSize sizeHint() const override;
+  /// With the desktop's font, px.
+  [[nodiscard]] static int usualHeight();
+  [[nodiscard]] QSize sizeHint() const override { return {0, usualHeight()}; }
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -103,6 +103,8 @@ class AnnotateCanvas : public QWidget {
   void takeContent();
   void updateOverlay();
   void updateLoupe();
+  void reveal(QRectF area);
+  void revealWork();
   void updateDevice(const QRegion& region);
   void viewMoved();
   void layOut();

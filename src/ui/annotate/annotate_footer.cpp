@@ -113,9 +113,9 @@ AnnotateFooter::AnnotateFooter(QWidget* parent)
   showZoom(1, true);
 }
 
-QSize AnnotateFooter::sizeHint() const {
-  return {0, std::max(annotateFooterHeight,
-                      tokens::controlHeight(tokens::smallControl, font()) + tokens::space8)};
+int AnnotateFooter::usualHeight() {
+  return std::max(annotateFooterHeight,
+                  tokens::controlHeight(tokens::smallControl) + tokens::space4);
 }
 
 void AnnotateFooter::paintEvent(QPaintEvent*) {

@@ -26,7 +26,9 @@ class AnnotateFooter : public QWidget {
   std::function<void()> onFit;
   std::function<void(double zoom)> onZoom;
 
-  [[nodiscard]] QSize sizeHint() const override;
+  /// With the desktop's font, px.
+  [[nodiscard]] static int usualHeight();
+  [[nodiscard]] QSize sizeHint() const override { return {0, usualHeight()}; }
 
  protected:
   void paintEvent(QPaintEvent* event) override;

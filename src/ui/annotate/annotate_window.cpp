@@ -37,7 +37,6 @@ constexpr QSize leastWindow{720, 480};
 constexpr QSize unknownPicture{960, 600};
 constexpr int inspectorWidth = AnnotateInspector::usualWidth;
 constexpr int inspectorDrawerBelow = 900;
-constexpr int barsHeight = tokens::space48 + 36;  // above and below, with words of the usual size
 
 QString asWords(const std::string& text) { return QString::fromStdString(text); }
 
@@ -56,6 +55,7 @@ WindowFrame::Measures measuresFor(const AnnotateModel& model) {
                  static_cast<int>(std::ceil(picture.height / ratio)));
   }
   size += QSize(2 * tokens::space32, 2 * tokens::space32);
+  const int barsHeight = AnnotateBar::usualHeight() + AnnotateFooter::usualHeight();
   const int rail = ToolRail::widthFor(std::max(size.height(), leastWindow.height() - barsHeight));
   return {.usual = size + QSize(rail + inspectorWidth, barsHeight),
           .least = leastWindow,

@@ -15,6 +15,8 @@
 namespace vantorel {
 namespace {
 
+constexpr double revealMargin = 16;  // px between the view's edge and what comes into it
+
 /// Where `offset` bytes of UTF-8 are in the toolkit's letters.
 int lettersBefore(const std::string& text, std::size_t offset) {
   return static_cast<int>(
@@ -103,10 +105,34 @@ bool AnnotateCanvas::take(const QKeyEvent& event) {
   if (!handleKey(*key)) return false;
   if (isTyping() != wasTyping_) typingChanged();
   if (isTyping()) restartCaret();
+  revealWork();
   updateOverlay();
   updateCursor();
   if (onHint) onHint();
   return true;
+}
+
+/// Brings what the keyboard works on into view: the caret, or the selected shape.
+void AnnotateCanvas::revealWork() {
+  const EditorModel& editor = model_->editor();
+  if (isTyping()) return reveal(caretArea());
+  if (editor.selection().size() != 1) return;
+  if (const Shape* const shape = editor.state().find(*editor.selection().begin())) {
+    reveal(areaOf(editor.toCanvas()(editor.frameOfShape(*shape))));
+  }
+}
+
+/// Of what is larger than the view, any part will do.
+void AnnotateCanvas::reveal(QRectF area) {
+  const QRectF view =
+      QRectF(rect()).adjusted(revealMargin, revealMargin, -revealMargin, -revealMargin);
+  const auto shift = [](double from, double to, double start, double end) {
+    if (to - from >= end - start) return to < start ? start - to : from > end ? end - from : 0.0;
+    return from < start ? start - from : to > end ? end - to : 0.0;
+  };
+  const QPointF by(shift(area.left(), area.right(), view.left(), view.right()),
+                   shift(area.top(), area.bottom(), view.top(), view.bottom()));
+  if (!by.isNull()) pan(by * ratio_);
 }
 
 bool AnnotateCanvas::handleKey(const KeyEvent& key) {
@@ -130,6 +156,8 @@ bool AnnotateCanvas::focusNextPrevChild(bool isNext) {
   }
   if (isTyping()) model_->editor().endText();
   model_->editor().selectNext(isNext ? 1 : -1);
+  revealWork();
+  updateOverlay();
   return true;
 }
 
@@ -196,6 +224,7 @@ void AnnotateCanvas::inputMethodEvent(QInputMethodEvent* event) {
   const std::string before = composed.left(caret).toStdString();
   editor.setComposedText(composed.toStdString(), before.size());
   restartCaret();
+  revealWork();
   updateOverlay();
 }
 
