@@ -2,7 +2,6 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
-#include <QPushButton>
 #include <QStyle>
 #include <utility>
 
@@ -10,6 +9,7 @@
 #include "ui/annotate/color_popover.hpp"
 #include "ui/annotate/ink_swatches.hpp"
 #include "ui/annotate/inspector_form.hpp"
+#include "ui/annotate/small_button.hpp"
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/application_font.hpp"
 #include "ui/kit/box_painting.hpp"
@@ -75,10 +75,9 @@ CanvasSection::CanvasSection(InspectedEditor editor, QWidget* parent)
   size->setMostLines(2);
   size_ = size;
   row->addWidget(size_, 1);
-  auto* const change = new QPushButton(QStringLiteral("Change…"), sizeRow);
-  change->setAutoDefault(false);
+  auto* const change = new SmallButton(QStringLiteral("Change…"), sizeRow);
   change->setAccessibleDescription(QStringLiteral("Canvas size"));
-  connect(change, &QPushButton::clicked, this,
+  connect(change, &QAbstractButton::clicked, this,
           [this] { CanvasSizeSheet::open(editor_, window()); });
   row->addWidget(change);
   form_->addRow(QStringLiteral("Size"), sizeRow);

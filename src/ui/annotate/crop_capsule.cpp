@@ -200,6 +200,11 @@ void CropCapsule::paintEvent(QPaintEvent*) {
   floating_bar::paint(painter, QRectF(rect()).adjusted(shadow, shadow, -shadow, -shadow));
 }
 
+void CropCapsule::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  place();
+}
+
 void CropCapsule::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape) {
     editor_.model->setPendingCrop(std::nullopt);

@@ -36,12 +36,6 @@ std::vector<Emoji>& recentEmoji() {
   return all;
 }
 
-QFont emojiFont(int pixels) {
-  QFont font = tokens::bodyFont();
-  font.setPixelSize(pixels);
-  return font;
-}
-
 class EmojiCells : public QStyledItemDelegate {
  public:
   using QStyledItemDelegate::QStyledItemDelegate;
@@ -60,7 +54,7 @@ class EmojiCells : public QStyledItemDelegate {
     if (isCurrent) {
       paintFocusRing(*painter, area.adjusted(3, 3, -3, -3), tokens::keyCapRadius, roles.focus);
     }
-    painter->setFont(emojiFont(emojiPixels));
+    painter->setFont(EmojiPicker::fontOf(emojiPixels));
     painter->setPen(roles.text);
     painter->drawText(option.rect, Qt::AlignCenter, index.data().toString());
     painter->restore();
@@ -101,6 +95,15 @@ class EmojiPicker::List : public QAbstractListModel {
   std::vector<Emoji> emoji_;
 };
 
+QFont EmojiPicker::fontOf(int pixels) {
+  QFont font = tokens::bodyFont();
+  // Other fonts have some of them as well, in black.
+  font.setFamilies(QStringList{QStringLiteral("Noto Color Emoji"), QStringLiteral("emoji")} +
+                   font.families());
+  font.setPixelSize(pixels);
+  return font;
+}
+
 void EmojiPicker::open(EditorModel& model, QWidget* anchor) {
   auto* const picker = new EmojiPicker(model, anchor);
   picker->Popover::open();
@@ -133,7 +136,7 @@ EmojiPicker::EmojiPicker(EditorModel& model, QWidget* anchor)
     tab->setCheckable(true);
     tab->setAutoRaise(true);
     tab->setText(face);
-    tab->setFont(emojiFont(17));
+    tab->setFont(EmojiPicker::fontOf(17));
     tab->setToolTip(name);
     tab->setAccessibleName(name);
     setAccessibleRole(*tab, QAccessible::RadioButton);

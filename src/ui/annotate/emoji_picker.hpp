@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFont>
 #include <QString>
 #include <vector>
 
@@ -20,6 +21,9 @@ class EmojiPicker : public Popover {
   /// Shows it by `anchor`. What is picked becomes what the emoji tool stamps, and what the selected
   /// stamps show.
   static void open(EditorModel& model, QWidget* anchor);
+
+  /// The font that has them in colors, where the desktop has one.
+  [[nodiscard]] static QFont fontOf(int pixels);
 
   /// What an emoji is called; empty for others.
   [[nodiscard]] static QString nameOf(const QString& emoji) { return emojiName(emoji); }

@@ -20,6 +20,7 @@ namespace vantorel {
 namespace {
 
 constexpr int diameter = 20;
+constexpr int leastStep = 23;  // px from one to the next
 constexpr int rowHeight = tokens::hitArea + 4;
 constexpr std::array inkNames{"White", "Red", "Blue",   "Yellow", "Lime",
                               "Green", "Sky", "Purple", "Black"};
@@ -177,7 +178,8 @@ int InkSwatches::count() const {
 }
 
 int InkSwatches::columnsAt(int width) const {
-  return std::max(1, std::min(width - 2 * outset, 264) / tokens::hitArea);
+  const int room = width - 2 * outset;
+  return room >= diameter + 9 * leastStep ? 10 : std::max(1, room / tokens::hitArea);
 }
 
 int InkSwatches::heightForWidth(int width) const {

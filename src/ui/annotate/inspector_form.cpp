@@ -23,17 +23,15 @@ int heightAt(const QWidget& field, int width) {
 }  // namespace
 
 InspectorForm::InspectorForm(QWidget* parent) : QWidget(parent) {
-  QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-  policy.setHeightForWidth(true);
-  setSizePolicy(policy);
+  setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 }
 
-void InspectorForm::addRow(const QString& label, QWidget* field) {
+void InspectorForm::addRow(const QString& label, QWidget* field, int outset) {
   auto* const words = new RoleLabel(label, &PaletteRoles::quiet, tokens::smallFont, this);
   words->setWordWrap(false);
   field->setParent(this);
   if (field->accessibleName().isEmpty()) field->setAccessibleName(label);
-  rows_.push_back({words, label, field});
+  rows_.push_back({words, label, field, outset});
 }
 
 void InspectorForm::addWide(QWidget* field, int outset) {
@@ -52,8 +50,7 @@ void InspectorForm::setRowVisible(QWidget* field, bool isVisible) {
   row->isVisible = isVisible;
   field->setVisible(isVisible);
   if (row->label != nullptr) row->label->setVisible(isVisible);
-  updateGeometry();
-  layOut(width(), true);
+  layOut();
 }
 
 void InspectorForm::setRowMixed(QWidget* field, bool isMixed) {
@@ -63,7 +60,7 @@ void InspectorForm::setRowMixed(QWidget* field, bool isMixed) {
   if (row->label->text() == words) return;
   row->label->setText(words);
   row->field->setAccessibleDescription(isMixed ? QStringLiteral("Mixed") : QString());
-  layOut(width(), true);
+  layOut();
 }
 
 bool InspectorForm::isEmpty() const { return std::ranges::none_of(rows_, &Row::isVisible); }
@@ -78,51 +75,37 @@ int InspectorForm::labelWidth() const {
   return widest;
 }
 
-int InspectorForm::layOut(int width, bool places) const {
+void InspectorForm::layOut() {
   const int label = labelWidth();
-  const int whole = width - 2 * side;
+  const int whole = width() - 2 * side;
   const bool isStacked = label > whole * widestLabel;
   const auto put = [&](QWidget* widget, const QRect& area) {
-    if (places) {
-      widget->setGeometry(QStyle::visualRect(layoutDirection(), {0, 0, width, 0}, area));
-    }
+    widget->setGeometry(QStyle::visualRect(layoutDirection(), {0, 0, width(), 0}, area));
   };
   int y = 0;
   for (const Row& row : rows_) {
     if (!row.isVisible) continue;
     if (y > 0) y += rowGap;
-    if (row.label == nullptr) {
-      const int room = whole + 2 * row.outset;
-      const int height = heightAt(*row.field, room);
-      put(row.field, {side - row.outset, y, room, height});
-      y += height;
-      continue;
-    }
-    if (isStacked) {
+    const bool isBeside = row.label != nullptr && !isStacked;
+    const int start = isBeside ? label + tokens::space8 : 0;
+    if (row.label != nullptr && isStacked) {
       const int height = row.label->sizeHint().height();
       put(row.label, {side, y, whole, height});
       y += height + tokens::space4;
     }
-    const int start = isStacked ? 0 : label + tokens::space8;
-    const int height = heightAt(*row.field, whole - start);
-    const int lineHeight = std::max(height, isStacked ? 0 : row.label->sizeHint().height());
-    if (!isStacked) put(row.label, {side, y, label, lineHeight});
-    put(row.field, {side + start, y + (lineHeight - height) / 2, whole - start, height});
-    y += lineHeight;
+    const int room = whole - start + 2 * row.outset;
+    const int height = heightAt(*row.field, room);
+    const int line = std::max(height, isBeside ? row.label->sizeHint().height() : 0);
+    if (isBeside) put(row.label, {side, y, label, line});
+    put(row.field, {side + start - row.outset, y + (line - height) / 2, room, height});
+    y += line;
   }
-  return y;
+  if (y != minimumHeight() || y != maximumHeight()) setFixedHeight(y);
 }
-
-QSize InspectorForm::sizeHint() const {
-  const int usual = width() > 2 * side ? width() : 280;
-  return {usual, layOut(usual, false)};
-}
-
-int InspectorForm::heightForWidth(int width) const { return layOut(width, false); }
 
 void InspectorForm::resizeEvent(QResizeEvent* event) {
   QWidget::resizeEvent(event);
-  layOut(width(), true);
+  layOut();
 }
 
 bool InspectorForm::event(QEvent* event) {
@@ -130,10 +113,7 @@ bool InspectorForm::event(QEvent* event) {
   switch (event->type()) {
     case QEvent::LayoutRequest:
     case QEvent::LayoutDirectionChange:
-    case QEvent::ApplicationFontChange:
-      updateGeometry();
-      layOut(width(), true);
-      break;
+    case QEvent::ApplicationFontChange: layOut(); break;
     default: break;
   }
   return done;

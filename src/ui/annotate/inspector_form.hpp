@@ -15,19 +15,15 @@ class InspectorForm : public QWidget {
   explicit InspectorForm(QWidget* parent = nullptr);
 
   /// Takes the field, which is named by the label for screen readers unless it has a name.
-  void addRow(const QString& label, QWidget* field);
-  /// Without a label. `outset`, so many px does it reach over the edges on both sides.
+  /// `outset`, so many px does the field reach over its room on both sides.
+  void addRow(const QString& label, QWidget* field, int outset = 0);
+  /// Without a label.
   void addWide(QWidget* field, int outset = 0);
 
   void setRowVisible(QWidget* field, bool isVisible);
   /// Marks a row whose shapes differ with "–".
   void setRowMixed(QWidget* field, bool isMixed);
   [[nodiscard]] bool isEmpty() const;
-
-  [[nodiscard]] QSize sizeHint() const override;
-  [[nodiscard]] QSize minimumSizeHint() const override { return {0, sizeHint().height()}; }
-  [[nodiscard]] bool hasHeightForWidth() const override { return true; }
-  [[nodiscard]] int heightForWidth(int width) const override;
 
  protected:
   bool event(QEvent* event) override;
@@ -42,8 +38,8 @@ class InspectorForm : public QWidget {
     bool isVisible = true;
   };
 
-  /// Gives every row its place at this width, or only tells the height.
-  int layOut(int width, bool places) const;
+  /// Gives every row its place, and itself the height they take.
+  void layOut();
   [[nodiscard]] int labelWidth() const;
   [[nodiscard]] Row* rowOf(const QWidget* field);
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 
 #include "ui/kit/accessible_role.hpp"
-#include "ui/kit/application_font.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -32,7 +31,6 @@ class InspectorSection::Header : public QAbstractButton {
  public:
   explicit Header(QWidget* parent) : QAbstractButton(parent) {
     setAccessibleRole(*this, QAccessible::Button);
-    setFollowingFont(*this, tokens::strongFont);
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
@@ -43,7 +41,7 @@ class InspectorSection::Header : public QAbstractButton {
   bool isOpen = true;
 
   [[nodiscard]] QSize sizeHint() const override {
-    return {0, tokens::controlHeight(headerHeight, font())};
+    return {0, tokens::controlHeight(headerHeight, tokens::strongFont())};
   }
   void placeTrailing() {
     if (trailing == nullptr) return;
@@ -84,7 +82,7 @@ class InspectorSection::Header : public QAbstractButton {
       painter.setFont(tokens::smallFont());
       painter.setPen(roles.quiet);
       const int wide = painter.fontMetrics().horizontalAdvance(foldedWords) + 2;
-      const int title = QFontMetrics(font()).horizontalAdvance(text());
+      const int title = QFontMetrics(tokens::strongFont()).horizontalAdvance(text());
       if (to - wide - tokens::space8 - from >= title) {
         to -= wide;
         painter.drawText(placed({to, 0, wide, height()}), Qt::AlignVCenter | Qt::AlignTrailing,
@@ -92,11 +90,12 @@ class InspectorSection::Header : public QAbstractButton {
         to -= tokens::space8;
       }
     }
-    painter.setFont(font());
+    painter.setFont(tokens::strongFont());
     painter.setPen(roles.text);
-    painter.drawText(placed({from, 0, std::max(0, to - from), height()}),
-                     Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine,
-                     QFontMetrics(font()).elidedText(text(), Qt::ElideRight, to - from));
+    painter.drawText(
+        placed({from, 0, std::max(0, to - from), height()}),
+        Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine,
+        QFontMetrics(tokens::strongFont()).elidedText(text(), Qt::ElideRight, to - from));
     if (hasKeyboardFocus(*this)) {
       paintFocusRing(painter, QRectF(rect()).adjusted(9, 7, -9, -7), tokens::buttonRadius - 2,
                      roles.focus);

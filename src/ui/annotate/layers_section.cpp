@@ -2,11 +2,11 @@
 
 #include <QHBoxLayout>
 #include <QMenu>
-#include <QPushButton>
 #include <QToolButton>
 #include <utility>
 
 #include "ui/annotate/layer_list.hpp"
+#include "ui/annotate/small_button.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -29,8 +29,7 @@ LayersSection::LayersSection(InspectedEditor editor, QWidget* parent)
   addContent(list_);
   auto* const row = new QHBoxLayout(arrangeRow_);
   row->setContentsMargins(tokens::space16, 0, tokens::space16, 0);
-  auto* const arrange = new QPushButton(QStringLiteral("Arrange"), arrangeRow_);
-  arrange->setAutoDefault(false);
+  auto* const arrange = new SmallButton(QStringLiteral("Arrange"), arrangeRow_);
   auto* const menu = new QMenu(arrange);
   list_->addArrangements(*menu);
   arrange->setMenu(menu);

@@ -1,6 +1,5 @@
 #include "ui/annotate/style_section.hpp"
 
-#include <QPushButton>
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "ui/annotate/ink_swatches.hpp"
 #include "ui/annotate/inspector_form.hpp"
 #include "ui/annotate/segment_pictures.hpp"
+#include "ui/annotate/small_button.hpp"
 #include "ui/annotate/step_slider.hpp"
 #include "ui/kit/segmented_control.hpp"
 
@@ -132,7 +132,7 @@ class StyleSection::Rows {
         setColor(color.toStdString());
       }
     };
-    form_->addRow(QStringLiteral("Sampled"), sampled);
+    form_->addRow(QStringLiteral("Sampled"), sampled, InkSwatches::outset);
     updates_.push_back([this, inks, sampled](const ShownStyle& shown) {
       form_->setRowVisible(inks, shown.color.isThere);
       const auto color = shown.color.common();
@@ -276,12 +276,12 @@ class StyleSection::Rows {
       unit->setSegmentEnabled(1, false,
                               QStringLiteral("How many pixels make a point is not known"));
     }
-    auto* const emoji = new QPushButton(form_);
+    auto* const emoji = new SmallButton({}, form_);
+    emoji->setFont(EmojiPicker::fontOf(17));
     emoji->setAccessibleName(QStringLiteral("Emoji"));
     emoji->setToolTip(QStringLiteral("Choose another emoji"));
-    emoji->setAutoDefault(false);
     form_->addRow(QStringLiteral("Emoji"), emoji);
-    QObject::connect(emoji, &QPushButton::clicked, emoji,
+    QObject::connect(emoji, &QAbstractButton::clicked, emoji,
                      [this, emoji] { EmojiPicker::open(model(), emoji); });
     updates_.push_back([this, emoji](const ShownStyle& shown) {
       form_->setRowVisible(emoji, shown.emoji.isThere);
@@ -300,10 +300,9 @@ class StyleSection::Rows {
                            {CropAspect::fourByThree, named("4:3")},
                            {CropAspect::sixteenByNine, named("16:9")}},
                           [this](CropAspect aspect) { chooseCropAspect(model(), aspect); });
-    auto* const removeCrop = new QPushButton(QStringLiteral("Remove Crop"), form_);
-    removeCrop->setAutoDefault(false);
+    auto* const removeCrop = new SmallButton(QStringLiteral("Remove Crop"), form_);
     form_->addWide(removeCrop);
-    QObject::connect(removeCrop, &QPushButton::clicked, removeCrop,
+    QObject::connect(removeCrop, &QAbstractButton::clicked, removeCrop,
                      [this] { model().removeCrop(); });
     updates_.push_back([this, removeCrop](const ShownStyle& shown) {
       form_->setRowVisible(removeCrop, shown.cropAspect.isThere && model().state().crop);

@@ -39,7 +39,8 @@ class SegmentButton : public QRadioButton {
   [[nodiscard]] QSize sizeHint() const override {
     const int token = isSmall_ ? tokens::smallControl : tokens::control;
     const int height = tokens::controlHeight(token, font()) - 4;
-    if (icon_ || picture_) return {height + tokens::space8, height};
+    if (picture_) return {tokens::hitArea, height};
+    if (icon_) return {height + tokens::space8, height};
     const int beside = isSmall_ ? tokens::space12 : tokens::space24;
     return {fontMetrics().horizontalAdvance(label_) + beside, height};
   }
