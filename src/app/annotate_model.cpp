@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
+#include "base/area_downscale.hpp"
 #include "base/check.hpp"
 #include "base/log.hpp"
 #include "base/random_id.hpp"
@@ -61,6 +63,15 @@ LayersRead readLayers(const std::vector<Path>& paths, const Files& files, const 
     }
   }
   return read;
+}
+
+/// `whole` made smaller, with no side below `least`'s.
+Image smallPicture(const Image& whole, PixelSize least) {
+  const double factor = std::max(double(least.width) / std::max(whole.width(), 1),
+                                 double(least.height) / std::max(whole.height(), 1));
+  if (whole.isEmpty() || factor >= 1) return whole;
+  return downscaled(whole, {std::max(1, static_cast<int>(std::lround(whole.width() * factor))),
+                            std::max(1, static_cast<int>(std::lround(whole.height() * factor)))});
 }
 
 /// What a program may have put on the clipboard as text.
@@ -621,6 +632,35 @@ void AnnotateModel::addLayers(const std::vector<Path>& files) {
       lifetime_.guard([this](const LayersRead& read) {
         if (!read.files.empty()) editor().addLayers(read.files);
         if (!read.refused.empty()) say(fmt::format("{}", fmt::join(read.refused, " ")), true);
+      }));
+}
+
+void AnnotateModel::copyText(const std::string& text) {
+  clearNotice();
+  Clipboard* const clipboard = services_.clipboard();
+  if (clipboard == nullptr) return say(sentence(OutputFailure::clipboardRefused), true);
+  clipboard->setText(text, lifetime_.guard([this, text](const Result<void>& copied) {
+    say(copied ? "Copied " + text : copied.error().reason, !copied);
+  }));
+}
+
+void AnnotateModel::layerThumbnail(const LayerSpec& layer, PixelSize atLeast,
+                                   std::function<void(const Image&)> given) {
+  if (!editing_) return;
+  roundTrip(
+      *services_.work, services_.main,
+      [layer, atLeast, base = editing_->base, disk = services_.files,
+       codec = services_.codec]() -> Image {
+        Image whole = base;
+        if (layer.path) {
+          auto read = readPictureFile(*layer.path, layer.frameIndex, *disk, *codec);
+          if (!read) return {};
+          whole = *std::move(read);
+        }
+        return smallPicture(whole, atLeast);
+      },
+      lifetime_.guard([given = std::move(given)](const Image& picture) {
+        if (!picture.isEmpty()) given(picture);
       }));
 }
 

@@ -170,6 +170,16 @@ class AnnotateModel {
   void copySelection();
   void cutSelection();
 
+  /// A color that the eyedropper picked up, as text.
+  void copyText(const std::string& text);
+
+  // ---- pictures of layers
+
+  /// Gives what a layer shows, as small as it can be with `atLeast` pixels each way; without a
+  /// path, the capture. Not called for what cannot be read. Read in the background.
+  void layerThumbnail(const LayerSpec& layer, PixelSize atLeast,
+                      std::function<void(const Image&)> given);
+
   // ---- for those who open it
 
   /// Shown until the picture is read.

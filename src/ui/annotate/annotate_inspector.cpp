@@ -95,6 +95,11 @@ void AnnotateInspector::refresh() {
   layers_->refresh();
   background_->refresh();
   canvas_->refresh();
+  for (InspectorSection* const section :
+       std::initializer_list<InspectorSection*>{style_, layer_, layers_, background_, canvas_}) {
+    section->settle();
+  }
+  widget()->layout()->activate();
 }
 
 void AnnotateInspector::showEvent(QShowEvent* event) {

@@ -55,7 +55,7 @@ BackgroundSection::BackgroundSection(InspectedEditor editor, QWidget* parent)
   strength_->onMoved = [this](double value) {
     change([&](BackgroundSpec& background) { background.shadowStrength = value; });
   };
-  shadow_->setText(QStringLiteral("Shadow"));
+  shadow_->setAccessibleName(QStringLiteral("Shadow"));
   connect(shadow_, &QAbstractButton::clicked, this, [this](bool isOn) {
     change([&](BackgroundSpec& background) { background.shadow = isOn; });
   });

@@ -25,6 +25,7 @@ namespace vantorel {
 namespace {
 
 constexpr int cellSide = 36;
+constexpr int tabSide = 32;
 constexpr int emojiPixels = 24;
 constexpr int emojiColumns = 9;
 constexpr int emojiRows = 6;
@@ -137,6 +138,7 @@ EmojiPicker::EmojiPicker(EditorModel& model, QWidget* anchor)
     tab->setAutoRaise(true);
     tab->setText(face);
     tab->setFont(EmojiPicker::fontOf(17));
+    tab->setFixedSize(tabSide, tabSide);
     tab->setToolTip(name);
     tab->setAccessibleName(name);
     setAccessibleRole(*tab, QAccessible::RadioButton);
@@ -150,6 +152,7 @@ EmojiPicker::EmojiPicker(EditorModel& model, QWidget* anchor)
       addTab(static_cast<int>(i), groups[i].all.front().text, groups[i].name);
     }
   }
+  tabs->addStretch(1);
   grid_->setModel(list_);
   grid_->setItemDelegate(new EmojiCells(grid_));
   grid_->setViewMode(QListView::IconMode);

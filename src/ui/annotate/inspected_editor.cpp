@@ -4,6 +4,8 @@
 #include <QPointer>
 
 #include "app/annotate_model.hpp"
+#include "editor/canvas_scene.hpp"
+#include "ui/kit/shared_image.hpp"
 
 namespace vantorel {
 namespace {
@@ -38,6 +40,14 @@ InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model, QWidget* 
   editor.addLayers = [model, window = QPointer(window)] {
     if (window) askForLayers(model, window->window());
   };
+  editor.missingLayers = [model] { return model->scene().report().missingLayerIDs; };
+  editor.oversizedLayers = [model] { return model->scene().report().oversizedLayerIDs; };
+  editor.thumbnail = [model](const LayerSpec& layer, QSize pixels,
+                             const InspectedEditor::Thumbnail& given) {
+    model->layerThumbnail(layer, {pixels.width(), pixels.height()},
+                          [given](const Image& picture) { given(sharedImage(picture).copy()); });
+  };
+  editor.copyText = [model](const std::string& text) { model->copyText(text); };
   return editor;
 }
 

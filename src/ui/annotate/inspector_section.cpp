@@ -164,6 +164,11 @@ void InspectorSection::setFoldedWords(const QString& words) {
 
 void InspectorSection::addContent(QWidget* content) { content_->addWidget(content); }
 
+void InspectorSection::settle() {
+  content_->activate();
+  layout()->activate();
+}
+
 void InspectorSection::setOpen(bool isOpen) {
   if (isOpen == isOpen_) return;
   isOpen_ = isOpen;

@@ -24,6 +24,9 @@ class InspectorSection : public QWidget {
   /// Below what is there already.
   void addContent(QWidget* content);
 
+  /// Gives what it holds its place at once, instead of with the next turns of the loop.
+  void settle();
+
   [[nodiscard]] bool isOpen() const { return isOpen_; }
   void setOpen(bool isOpen);
 

@@ -26,6 +26,7 @@ class PolygonCell : public QRadioButton {
       : QRadioButton(QString::fromStdString(polygonName(form)), parent),
         picture_(polygonPicture(form)) {
     setAttribute(Qt::WA_Hover);
+    setAccessibleName(text());
     setFollowingFont(*this, tokens::smallFont);
   }
 

@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QSlider>
 #include <algorithm>
 #include <cmath>
@@ -48,7 +49,6 @@ StepSlider::StepSlider(EditorModel& model, const QString& name, const std::strin
   slider_->installEventFilter(this);
   setAccessibleName(name);
   setFocusProxy(slider_);
-  connect(slider_, &QSlider::sliderPressed, this, [this] { step_.begin(); });
   connect(slider_, &QSlider::sliderReleased, this, [this] { step_.end(); });
   connect(slider_, &QSlider::valueChanged, this, &StepSlider::moved);
 }
@@ -92,6 +92,10 @@ QSize StepSlider::sizeHint() const {
 
 bool StepSlider::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
+    // The press itself may move it, before the slider tells of being held.
+    case QEvent::MouseButtonPress:
+      if (static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) step_.begin();
+      break;
     case QEvent::KeyPress: {
       const auto* const key = static_cast<QKeyEvent*>(event);
       if (movesSlider(key->key()) && !slider_->isSliderDown() && !step_.isOpen()) step_.begin();
