@@ -15,7 +15,7 @@
 #include <cmath>
 #include <utility>
 
-#include "editor/linux_keys.hpp"
+#include "base/linux_keys.hpp"
 #include "ui/annotate/annotate_bar.hpp"
 #include "ui/annotate/annotate_blank.hpp"
 #include "ui/annotate/annotate_canvas.hpp"
