@@ -12,6 +12,7 @@
 #include "base/round_trip.hpp"
 #include "editor/export_gate.hpp"
 #include "editor/layer_layout.hpp"
+#include "editor/shape_geometry.hpp"
 #include "editor/shape_layers.hpp"
 
 namespace vantorel {
@@ -64,6 +65,32 @@ bool CanvasScene::Wanted::hasSameFiles(const Wanted& other) const {
   });
 }
 
+/// Where layers look different, when that is all that changed and the capture stays in its place.
+std::optional<PixelRect> CanvasScene::Wanted::changesTo(const Wanted& next,
+                                                        PixelSize capture) const {
+  constexpr double reach = 2;  // of the filter that scales
+  const bool isSame = part == next.part && *canvas == *next.canvas && hasSameFiles(next) &&
+                      captureToCanvas(*layers, capture) == captureToCanvas(*next.layers, capture);
+  if (!isSame) return std::nullopt;
+  std::vector<Pt> corners;
+  for (std::size_t i = 0; i < layers->size(); ++i) {
+    const LayerSpec& before = (*layers)[i];
+    const LayerSpec& after = (*next.layers)[i];
+    if (before == after || !after.visible) continue;
+    for (const Box& frame : {before.frame, after.frame}) {
+      if (!hasArea(frame)) return std::nullopt;
+      corners.push_back({frame.x - reach, frame.y - reach});
+      corners.push_back({frame.right() + reach, frame.bottom() + reach});
+    }
+  }
+  const Box all = boundsOf(corners);
+  const auto whole = [](double value) { return static_cast<int>(std::clamp(value, -1e8, 1e8)); };
+  const int left = whole(std::floor(all.x));
+  const int top = whole(std::floor(all.y));
+  return PixelRect{left, top, whole(std::ceil(all.right())) - left,
+                   whole(std::ceil(all.bottom())) - top};
+}
+
 CanvasScene::CanvasScene(Services services, const EditorModel& model, Image base)
     : services_(std::move(services)),
       model_(model),
@@ -103,8 +130,13 @@ std::shared_ptr<const BackgroundSpec> CanvasScene::wantedFrame(PixelSize picture
 void CanvasScene::update() {
   Wanted next = wanted();
   // One at a time, so that a layer being dragged is seen on its way.
-  const bool isBusy = builds_.state() == LayerBuildState::building || isDrawingFirst_;
-  if (!asked_ || (*asked_ != next && !(isBusy && asked_->hasSameFiles(next)))) {
+  const bool isBusy =
+      builds_.state() == LayerBuildState::building || isDrawingFirst_ || isPatching_;
+  const bool isOther = !asked_ || *asked_ != next;
+  const bool canWait = isBusy && asked_->hasSameFiles(next);
+  if (isOther && !canWait && !startPatch(next)) {
+    startBuild(std::move(next));
+  } else if (!isOther && isPatched_ && !isBusy && !model_.isInStep()) {
     startBuild(std::move(next));
   }
   if (!view_) return;
@@ -132,6 +164,7 @@ void CanvasScene::updateFrame(const std::vector<PixelRect>& areas) {
 void CanvasScene::startBuild(Wanted next) {
   asked_ = next;
   isDrawingFirst_ = false;
+  isPatching_ = false;
   drawing_.renew();
   EditorDocument document;
   document.layers = *next.layers;
@@ -146,6 +179,48 @@ void CanvasScene::startBuild(Wanted next) {
       return LayerComposite();
     }
   });
+}
+
+/// While layers are dragged, or a slider changes them, only their places are built anew: close to
+/// what a whole build gives, which follows when the gesture has ended.
+bool CanvasScene::startPatch(const Wanted& next) {
+  if (!view_ || !model_.isInStep() || builds_.state() != LayerBuildState::ready ||
+      isDrawingFirst_) {
+    return false;
+  }
+  const std::optional<PixelRect> changed = asked_->changesTo(next, model_.captureSize());
+  if (!changed) return false;
+  asked_ = next;
+  isPatching_ = true;
+  const PixelRect area = intersection(*changed, next.part);
+  EditorDocument document;
+  document.layers = *next.layers;
+  document.canvas = *next.canvas;
+  drawing_.renew();
+  roundTrip(
+      *services_.work, services_.main,
+      [document = std::move(document), base = base_, area, pictures = pictures_,
+       drawing = services_.drawing] {
+        const auto read = [&](const LayerSpec& layer) { return pictures->pictureOf(layer); };
+        try {
+          if (area.isEmpty()) return LayerComposite();
+          return drawing->buildLayers(document, base, read, area);
+        } catch (const std::bad_alloc&) {
+          return LayerComposite();
+        }
+      },
+      drawing_.guard([this, area](const LayerComposite& built) {
+        isPatching_ = false;
+        isPatched_ = true;
+        if (built.bleed > builds_.latest().bleed) {  // redactions have to cover more
+          startBuild(wanted());
+        } else if (!built.image.isEmpty()) {
+          updateFrame(
+              view_->patchGround(built.image, area.x - shown_.x, area.y - shown_.y, shapes()));
+        }
+        update();
+      }));
+  return true;
 }
 
 /// The layers are there: what lies on them is drawn.
@@ -187,6 +262,7 @@ void CanvasScene::install(Drawn drawn, const PixelRect& part) {
   frame_ = std::move(drawn.frame);
   framed_ = std::move(drawn.background);
   shown_ = part;
+  isPatched_ = false;
   isOpaque_ = builds_.latest().image.format() == PixelFormat::bgrx;
   announce({true, {}});
 }

@@ -81,6 +81,7 @@ class CanvasScene {
     PixelRect part;
 
     [[nodiscard]] bool hasSameFiles(const Wanted& other) const;
+    [[nodiscard]] std::optional<PixelRect> changesTo(const Wanted& next, PixelSize capture) const;
     bool operator==(const Wanted& other) const {
       return part == other.part && (layers == other.layers || *layers == *other.layers) &&
              (canvas == other.canvas || *canvas == *other.canvas);
@@ -98,6 +99,7 @@ class CanvasScene {
   [[nodiscard]] ShapeList shapes() const;
   [[nodiscard]] Image viewed() const;
   void startBuild(Wanted next);
+  bool startPatch(const Wanted& next);
   void drawFirst();
   void install(Drawn drawn, const PixelRect& part);
   void updateFrame(const std::vector<PixelRect>& areas);
@@ -111,6 +113,8 @@ class CanvasScene {
   std::optional<Wanted> asked_;  // of the newest build
   LayerBuilds builds_;
   bool isDrawingFirst_ = false;
+  bool isPatching_ = false;
+  bool isPatched_ = false;  // the view's ground was, and is not what a whole build gives
   std::unique_ptr<SceneView> view_;
   PixelRect shown_;  // the part of the canvas in `view_`
   bool isOpaque_ = true;

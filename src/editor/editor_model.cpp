@@ -110,6 +110,7 @@ void EditorModel::endStep() {
   } else {
     history_.push(std::move(step.before), state_, std::move(step.name));
   }
+  events_.changed();
 }
 
 void EditorModel::cancelStep() {

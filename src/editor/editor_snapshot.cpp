@@ -70,6 +70,12 @@ void EditorSnapshot::setBackground(BackgroundSpec changed) {
 }
 
 void EditorSnapshot::replace(std::vector<Shape> changed) {
+  // A few are found sooner one by one than all are counted up.
+  constexpr std::size_t few = 4;
+  if (changed.size() <= few) {
+    for (Shape& shape : changed) replace(std::move(shape));
+    return;
+  }
   Shapes all = *shapes;
   std::unordered_map<std::string_view, std::shared_ptr<const Shape>*> places;
   places.reserve(all.size());

@@ -129,16 +129,23 @@ Box selectionFrame(const Shape& shape, const MeasureText& measureText) {
 }
 
 bool hits(const Shape& shape, Pt point, double tolerance, const MeasureText& measureText) {
+  // Most shapes lie elsewhere.
+  if (isTwoPoint(shape.type) && !shape.bow &&
+      !contains(grown(frameOf(shape), tolerance + shape.width / 2), point)) {
+    return false;
+  }
   switch (shape.type) {
     case ShapeType::text:
     case ShapeType::counter:
     case ShapeType::emoji:
       return contains(grown(selectionFrame(shape, measureText), tolerance), point);
     case ShapeType::pen:
-      return distanceToPath(point, shape.points, false) <= tolerance + shape.width / 2;
-    case ShapeType::highlighter:
-      return distanceToPath(point, shape.points, false) <=
-             tolerance + shape.width * highlighterWidening / 2;
+    case ShapeType::highlighter: {
+      const double widening = shape.type == ShapeType::pen ? 1 : highlighterWidening;
+      const double reach = tolerance + shape.width * widening / 2;
+      return contains(grown(boundsOf(shape.points), reach), point) &&
+             distanceToPath(point, shape.points, false) <= reach;
+    }
     case ShapeType::arrow:
     case ShapeType::measure:
       return distanceToPath(point, outlineOf(shape), false) <= tolerance + shape.width / 2;
@@ -156,6 +163,7 @@ bool hits(const Shape& shape, Pt point, double tolerance, const MeasureText& mea
 }
 
 bool touches(const Shape& shape, const Box& box, const MeasureText& measureText) {
+  if (isTwoPoint(shape.type) && !shape.bow) return intersects(frameOf(shape), box);
   return intersects(selectionFrame(shape, measureText), box);
 }
 

@@ -146,9 +146,11 @@ void SceneCanvas::adaptHighlights(Changes& changes) {
   for (const auto& mark : marks_) {
     PlacedShape& shape = mark->placed;
     if (!isHighlight(shape.shape)) continue;
-    const bool isUncovered = std::ranges::any_of(
-        changes.redacted, [&](const PixelRect& redacted) { return meet(redacted, shape.bounds); });
-    if (!isUncovered && !mark->isFresh) continue;
+    const auto isBelow = [&](const PixelRect& area) { return meet(area, shape.bounds); };
+    if (!mark->isFresh && std::ranges::none_of(changes.redacted, isBelow) &&
+        std::ranges::none_of(changes.ground, isBelow)) {
+      continue;
+    }
     const bool isOnDark = isOnDarkGround(shape, ground_.picture, redactions_);
     if (std::exchange(shape.isOnDark, isOnDark) == isOnDark) continue;
     const PixelRect seen = intersection(shape.bounds, all);
@@ -191,8 +193,37 @@ std::vector<SceneCanvas::Patch> SceneCanvas::patchesFor(const std::vector<PixelR
   return patches;
 }
 
-std::vector<PixelRect> SceneCanvas::show(const ShapeList& shapes) {
+std::vector<PixelRect> SceneCanvas::show(const ShapeList& shapes) { return draw(takeOver(shapes)); }
+
+std::vector<PixelRect> SceneCanvas::patchGround(const Image& patch, int x, int y,
+                                                const ShapeList& shapes) {
+  if (!ownGround_) {
+    const std::size_t bytes = static_cast<std::size_t>(size().height) * stride();
+    ownGround_.reset(static_cast<std::uint8_t*>(std::malloc(bytes)), std::free);
+    if (!ownGround_) throw std::bad_alloc();
+    for (int row = 0; row < size().height; ++row) {
+      std::ranges::copy(ground_.picture.row(row),
+                        ownGround_.get() + static_cast<std::size_t>(row) * stride());
+    }
+    ground_.picture = Image(size(), stride(), ground_.picture.format(), ownGround_);
+  }
+  const PixelRect all{0, 0, size().width, size().height};
+  const PixelRect area = intersection({x, y, patch.width(), patch.height()}, all);
+  for (int row = area.y; row < area.bottom(); ++row) {
+    std::memcpy(ownGround_.get() + static_cast<std::size_t>(row) * stride() +
+                    static_cast<std::size_t>(area.x) * 4,
+                patch.row(row - y).data() + std::ptrdiff_t{4} * (area.x - x),
+                static_cast<std::size_t>(std::max(area.width, 0)) * 4);
+  }
   Changes changes = takeOver(shapes);
+  if (!area.isEmpty()) {
+    changes.areas.push_back(area);
+    changes.ground.push_back(area);
+  }
+  return draw(std::move(changes));
+}
+
+std::vector<PixelRect> SceneCanvas::draw(Changes changes) {
   if (changes.areas.empty() && changes.redacted.empty() && isDrawn_) return {};
   adaptHighlights(changes);
   const PixelRect all{0, 0, size().width, size().height};

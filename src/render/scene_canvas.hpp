@@ -15,6 +15,8 @@ class SceneCanvas final : public SceneView {
   explicit SceneCanvas(SceneGround ground);
 
   std::vector<PixelRect> show(const ShapeList& shapes) override;
+  std::vector<PixelRect> patchGround(const Image& patch, int x, int y,
+                                     const ShapeList& shapes) override;
   [[nodiscard]] PixelSize size() const override { return ground_.picture.size(); }
   [[nodiscard]] const std::uint8_t* pixels() const override { return pixels_.get(); }
   [[nodiscard]] std::size_t stride() const override;
@@ -55,11 +57,13 @@ class SceneCanvas final : public SceneView {
   struct Changes {
     std::vector<PixelRect> areas;
     std::vector<PixelRect> redacted;  // where redactions came or went
+    std::vector<PixelRect> ground;    // what lies below all of them is another
   };
 
   [[nodiscard]] std::shared_ptr<Mark> markOf(const std::shared_ptr<const Shape>& shape) const;
   [[nodiscard]] Redaction redactionOf(const Shape& shape) const;
   Changes takeOver(const ShapeList& shapes);
+  std::vector<PixelRect> draw(Changes changes);
   void adaptHighlights(Changes& changes);
   [[nodiscard]] std::vector<Patch> patchesFor(const std::vector<PixelRect>& areas) const;
   void drawOn(std::uint8_t* pixels, const Patch& patch, std::vector<std::size_t>& stale);
@@ -68,6 +72,7 @@ class SceneCanvas final : public SceneView {
   [[nodiscard]] std::uint8_t* scratch();
 
   SceneGround ground_;
+  std::shared_ptr<std::uint8_t> ownGround_;  // the pixels of `ground_`, once it was patched
   std::shared_ptr<std::uint8_t> pixels_;
   std::unique_ptr<std::uint8_t, void (*)(void*)> scratch_;  // as large as the picture, once needed
   bool isDrawn_ = false;

@@ -70,6 +70,9 @@ class FlatSceneDrawing final : public SceneDrawing {
       image_ = marked(image_, shapes.size());
       return {{0, 0, 1, 1}};
     }
+    std::vector<PixelRect> patchGround(const Image&, int, int, const ShapeList& shapes) override {
+      return show(shapes);
+    }
     [[nodiscard]] PixelSize size() const override { return image_.size(); }
     [[nodiscard]] const std::uint8_t* pixels() const override { return image_.row(0).data(); }
     [[nodiscard]] std::size_t stride() const override { return image_.stride(); }
