@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <random>
 
 #include "editor/canvas_input.hpp"
@@ -169,6 +170,10 @@ void copyBoxes(benchmark::State& state) {
 }
 BENCHMARK(copyBoxes)->Unit(benchmark::kMicrosecond);
 
+Result<Image> layerPicture(const LayerSpec& layer) {
+  return base().cropped({200, 300, layer.pixelWidth, layer.pixelHeight});
+}
+
 /// A whole editor over the screen, without a window: what one event costs from the pointer to the
 /// pixels.
 class Editor {
@@ -177,7 +182,8 @@ class Editor {
                   Image picture = base())
       : model_(opening(std::move(shapes), fill, picture.size()), events()),
         input_(model_, CanvasServices{}),
-        scene_({runners_.main(), runners_.runner("work"), &sceneDrawing(), {}}, model_, picture) {
+        scene_({runners_.main(), runners_.runner("work"), &sceneDrawing(), layerPicture}, model_,
+               picture) {
     isReady_ = true;
     runners_.run();
     benchmark::DoNotOptimize(scene_.picture(2).pixels);
@@ -298,6 +304,51 @@ void openEditor(benchmark::State& state) {
   for (auto _ : state) Editor editor(sceneShapes(), fill);
 }
 BENCHMARK(openEditor)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+/// A layer dragged over a quarter of the screen, with 200 shapes above it, until it is seen.
+void dragLayer(benchmark::State& state) {
+  Editor editor(sceneShapes());
+  editor.model().addLayers({{"/layer.png", {1600, 900}}});
+  editor.runners().run();
+  const std::string layer = editor.model().selectedLayer()->id;
+  editor.model().beginStep("Move Layer");
+  double x = 300;
+  for (auto _ : state) {
+    x = x == 300 ? 312 : 300;
+    editor.model().setLayerFrame(layer, {x, 400, 1600, 900});
+    editor.runners().run();
+  }
+}
+BENCHMARK(dragLayer)->Unit(benchmark::kMillisecond);
+
+double residentMegabytes() {
+  std::ifstream file("/proc/self/statm");
+  double pages = 0;
+  file >> pages >> pages;
+  return pages * 4096 / 1e6;
+}
+
+/// What an editor of the screen with 200 shapes keeps after 200 steps all over it, beside the
+/// capture.
+void editorMemory(benchmark::State& state) {
+  BackgroundFill fill;
+  if (state.range(0) == 1) fill.value = BackgroundFill::Gradient{"dusk"};
+  benchmark::DoNotOptimize(base().row(0).data());
+  const double before = residentMegabytes();
+  for (auto _ : state) {
+    Editor editor(sceneShapes(), fill);
+    for (std::size_t i = 0; i < 200; ++i) {
+      editor.model().select({editor.model().state().shapes->at(i)->id});
+      editor.model().duplicate();
+      editor.model().deleteSelection();
+      editor.model().select({editor.model().state().shapes->at(i)->id});
+      editor.model().nudge(5, 3);
+    }
+    state.counters["MB"] = residentMegabytes() - before;
+  }
+  state.counters["MB_after"] = residentMegabytes() - before;
+}
+BENCHMARK(editorMemory)->Arg(0)->Arg(1)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 /// The halved pictures of all of the screen, and of the part that a box of 400 by 300 touches.
 void halve(benchmark::State& state) {

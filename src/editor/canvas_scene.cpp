@@ -24,6 +24,17 @@ Image borrowed(const SceneView& view, bool isOpaque) {
           std::shared_ptr<const std::uint8_t>(std::shared_ptr<void>(), view.pixels())};
 }
 
+/// The picture halved twice, when it is so large that it is likely to be shown small.
+std::vector<HalvedPicture> halvesOf(const std::uint8_t* pixels, std::size_t stride,
+                                    PixelSize size) {
+  constexpr double large = 3e6;  // pixels
+  std::vector<HalvedPicture> halves;
+  if (double(size.width) * size.height < large) return halves;
+  halves.emplace_back(pixels, stride, size);
+  halves.emplace_back(halves[0].pixels(), halves[0].stride(), halves[0].size());
+  return halves;
+}
+
 Image copied(const Image& image) {
   MutableImage copy(image.size(), image.format());
   for (int y = 0; y < image.height(); ++y) std::ranges::copy(image.row(y), copy.row(y).begin());
@@ -150,7 +161,10 @@ void CanvasScene::updateFrame(const std::vector<PixelRect>& areas) {
     framing_.renew();
     isFraming_ = false;
     framed_.reset();
-    if (std::exchange(frame_, nullptr)) return announce({true, {}});
+    if (std::exchange(frame_, nullptr)) {
+      halves_.clear();
+      return announce({true, {}});
+    }
     if (!areas.empty()) announce({false, areas});
     return;
   }
@@ -237,12 +251,17 @@ void CanvasScene::drawFirst() {
       [ground = std::move(ground), shapes = shapes(), background = wantedFrame(layers.image.size()),
        drawing = services_.drawing]() -> Drawn {
         try {
-          Drawn drawn{drawing->makeView(ground), nullptr, background};
+          Drawn drawn{drawing->makeView(ground), nullptr, background, {}};
           drawn.view->show(shapes);
-          if (!background) return drawn;
+          if (!background) {
+            drawn.halves = halvesOf(drawn.view->pixels(), drawn.view->stride(), drawn.view->size());
+            return drawn;
+          }
           drawn.frame = drawing->makeFrame(*background, drawn.view->size());
           const bool isOpaque = ground.picture.format() == PixelFormat::bgrx;
           drawn.frame->follow(borrowed(*drawn.view, isOpaque), {});
+          drawn.halves =
+              halvesOf(drawn.frame->pixels(), drawn.frame->stride(), drawn.frame->size());
           return drawn;
         } catch (const std::bad_alloc&) {
           return {};
@@ -261,6 +280,7 @@ void CanvasScene::install(Drawn drawn, const PixelRect& part) {
   view_ = std::move(drawn.view);
   frame_ = std::move(drawn.frame);
   framed_ = std::move(drawn.background);
+  halves_ = std::move(drawn.halves);
   shown_ = part;
   isPatched_ = false;
   isOpaque_ = builds_.latest().image.format() == PixelFormat::bgrx;
@@ -293,15 +313,14 @@ void CanvasScene::startFrame(std::shared_ptr<const BackgroundSpec> background) {
         frame_ = std::move(frame);
         framed_ = background;
         frame_->follow(viewed(), std::exchange(sinceFraming_, {}));
+        halves_.clear();
         announce({true, {}});
         update();
       }));
 }
 
 void CanvasScene::announce(const Change& change) {
-  if (change.isNew) {
-    halves_.clear();
-  } else if (!halves_.empty()) {
+  if (!change.isNew) {
     std::vector<PixelRect> areas = change.areas;
     Picture below = picture();
     for (HalvedPicture& half : halves_) {

@@ -92,6 +92,7 @@ class CanvasScene {
     std::unique_ptr<SceneView> view;
     std::unique_ptr<FramedView> frame;
     std::shared_ptr<const BackgroundSpec> background;  // of `frame`
+    std::vector<HalvedPicture> halves;
   };
 
   [[nodiscard]] Wanted wanted() const;

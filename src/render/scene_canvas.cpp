@@ -17,6 +17,10 @@
 namespace vantorel {
 namespace {
 
+constexpr double mostScratch = 16e6;  // bytes
+
+double areaOf(const PixelRect& rect) { return double(rect.width) * rect.height; }
+
 std::uint32_t opaquePixel(const Ink& ink) {
   const auto byte = [](double part) { return static_cast<std::uint32_t>(std::lround(part * 255)); };
   return 0xff000000U | byte(ink.r) << 16U | byte(ink.g) << 8U | byte(ink.b);
@@ -247,6 +251,11 @@ std::vector<PixelRect> SceneCanvas::draw(Changes changes) {
     areas.push_back(area);
   }
   for (const auto& mark : marks_) mark->isFresh = false;
+  // What was drawn on holds memory.
+  if (scratchUsed_ > mostScratch) {
+    scratch_.reset();
+    scratchUsed_ = 0;
+  }
   return areas;
 }
 
@@ -313,6 +322,7 @@ std::uint8_t* SceneCanvas::scratch() {
 }
 
 void SceneCanvas::copyBack(const PixelRect& area) {
+  scratchUsed_ += areaOf(area) * 4;
   const std::size_t first = static_cast<std::size_t>(area.x) * 4;
   for (int y = area.y; y < area.bottom(); ++y) {
     const std::size_t start = static_cast<std::size_t>(y) * stride() + first;

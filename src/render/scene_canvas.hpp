@@ -75,6 +75,7 @@ class SceneCanvas final : public SceneView {
   std::shared_ptr<std::uint8_t> ownGround_;  // the pixels of `ground_`, once it was patched
   std::shared_ptr<std::uint8_t> pixels_;
   std::unique_ptr<std::uint8_t, void (*)(void*)> scratch_;  // as large as the picture, once needed
+  double scratchUsed_ = 0;  // bytes, at most
   bool isDrawn_ = false;
   Marks marks_;
   std::vector<PixelRect> bounds_;      // of `marks_`
