@@ -35,22 +35,40 @@ QRegion sidesOf(const QRectF& frame, double margin) {
 }
 
 /// Everything of `before` and `after` that is not in both, found by `areaOf`.
-template <class List, class AreaOf>
-void addChanges(QRegion& region, const List& before, const List& after, const AreaOf& areaOf) {
+template <class One, class AreaOf>
+void addChanges(QRegion& region, const std::vector<One>& before, const std::vector<One>& after,
+                const AreaOf& areaOf) {
   if (before == after) return;
-  const auto add = [&](const List& all) {
-    // Many small areas cost more to keep apart than to paint.
-    constexpr std::size_t most = 64;
-    if (all.size() <= most) {
-      for (const auto& one : all) region += areaOf(one);
-      return;
+  std::vector<const One*> changed;
+  const auto collect = [&](const std::vector<One>& all, const std::vector<One>& others) {
+    // Both are in the order of the document: what stays is soon found.
+    std::size_t next = 0;
+    for (const One& one : all) {
+      constexpr std::size_t reach = 32;
+      const auto from = others.begin() + static_cast<std::ptrdiff_t>(next);
+      const auto to = others.begin() + static_cast<std::ptrdiff_t>(
+                                           std::min(next + reach, others.size()));
+      const auto found = std::find(from, to, one);
+      if (found == to) {
+        changed.push_back(&one);
+      } else {
+        next = static_cast<std::size_t>(found - others.begin()) + 1;
+      }
     }
-    QRect whole;
-    for (const auto& one : all) whole |= QRegion(areaOf(one)).boundingRect();
-    region += whole;
   };
-  add(before);
-  add(after);
+  collect(before, after);
+  collect(after, before);
+  // Many small areas cost more to keep apart than to paint.
+  constexpr std::size_t most = 64;
+  QRect whole;
+  for (const One* const one : changed) {
+    if (changed.size() <= most) {
+      region += areaOf(*one);
+    } else {
+      whole |= QRegion(areaOf(*one)).boundingRect();
+    }
+  }
+  if (!whole.isEmpty()) region += whole;
 }
 
 /// A line of whole device pixels that can be seen on every ground.
@@ -178,6 +196,23 @@ void paintTyping(QPainter& painter, const CanvasOverlay::Typing& typing, double 
   painter.fillRect(caret, typing.ink);
 }
 
+/// There may be thousands.
+void paintFrames(QPainter& painter, const std::vector<QRectF>& frames, const QRectF& near,
+                 double ratio) {
+  const int width = std::max(1, static_cast<int>(std::lround(ratio)));
+  for (const QRectF& frame : frames) {
+    if (!frame.intersects(near)) continue;
+    const QRect area(QPoint(static_cast<int>(std::lround(frame.left())),
+                            static_cast<int>(std::lround(frame.top()))),
+                     QPoint(static_cast<int>(std::lround(frame.right())),
+                            static_cast<int>(std::lround(frame.bottom()))));
+    painter.fillRect(area.left(), area.top(), area.width(), width, accent);
+    painter.fillRect(area.left(), area.bottom() - width + 1, area.width(), width, accent);
+    painter.fillRect(area.left(), area.top(), width, area.height(), accent);
+    painter.fillRect(area.right() - width + 1, area.top(), width, area.height(), accent);
+  }
+}
+
 void paintHandle(QPainter& painter, const CanvasOverlay::Handle& handle, double ratio) {
   using Knob = CanvasOverlay::Knob;
   const double side = (knobSide - knobRim) * ratio;
@@ -210,9 +245,7 @@ void CanvasOverlay::paint(QPainter& painter, const QRect& exposed, double ratio)
     painter.drawPath(hovered);
   }
   const QRectF near = QRectF(exposed).adjusted(-2 * ratio, -2 * ratio, 2 * ratio, 2 * ratio);
-  for (const QRectF& frame : frames) {
-    if (frame.intersects(near)) drawSharpFrame(painter, frame, QPen(accent, lineWidth * ratio));
-  }
+  paintFrames(painter, frames, near, ratio);
   if (marquee) {
     painter.fillRect(*marquee, marqueeFill);
     drawSharpFrame(painter, *marquee, QPen(accent, lineWidth * ratio));
