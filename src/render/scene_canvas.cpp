@@ -244,8 +244,9 @@ std::vector<PixelRect> SceneCanvas::draw(Changes changes) {
       copyBack(patch.area);
     }
   }
-  for (const std::size_t mark : stale) {
-    const PixelRect area = bounds_[mark];
+  std::vector<PixelRect> again;
+  for (const std::size_t mark : stale) again.push_back(bounds_[mark]);
+  for (const PixelRect& area : joined(std::move(again), size())) {
     drawOn(scratch(), {area, area, {}}, stale);
     copyBack(area);
     areas.push_back(area);
