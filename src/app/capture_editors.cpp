@@ -1,7 +1,6 @@
 #include "app/capture_editors.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
@@ -416,31 +415,30 @@ void CaptureEditors::openFiles(const std::vector<std::string>& files, const Open
   if (files.empty()) return opened(std::unexpected("There is no picture on the clipboard."));
   std::vector<NamedPicture> pictures;
   for (const std::string& file : files) pictures.push_back({.file = file});
-  openAll(pictures, [opened](const std::vector<std::string>& failures) {
-    if (failures.empty()) return opened({});
-    opened(std::unexpected(fmt::format("{}", fmt::join(failures, " "))));
+  openAll(pictures, [opened](const std::vector<UnopenedPicture>& unopened) {
+    std::string sentences;
+    for (const UnopenedPicture& one : unopened) {
+      sentences += (sentences.empty() ? "" : " ") + sentence(one);
+    }
+    if (unopened.empty()) return opened({});
+    opened(std::unexpected(sentences));
   });
 }
 
-void CaptureEditors::openAll(const std::vector<NamedPicture>& pictures,
-                             std::function<void(std::vector<std::string>)> opened) {
+void CaptureEditors::openAll(const std::vector<NamedPicture>& pictures, AllOpened opened) {
   struct Opening {
     std::size_t left;
-    std::vector<std::string> failures;  // in the order of the pictures
+    std::vector<UnopenedPicture> all;  // with nothing to say of those that are open
+    AllOpened opened;
   };
-  const auto opening = std::make_shared<Opening>(
-      Opening{pictures.size(), std::vector<std::string>(pictures.size())});
+  const auto opening = std::make_shared<Opening>(Opening{pictures.size(), {}, std::move(opened)});
+  for (const NamedPicture& picture : pictures) opening->all.push_back({picture, {}});
   for (std::size_t i = 0; i < pictures.size(); ++i) {
-    const std::string name =
-        pictures[i].file.empty() ? pictures[i].capture : pictures[i].file.string();
-    const Opened answered = [opening, opened, i, name](const Result<void, std::string>& one) {
-      if (!one) {
-        const bool isNamed = one.error().find(name) != std::string::npos;
-        opening->failures[i] = isNamed ? one.error() : fmt::format("{}: {}", name, one.error());
-      }
+    const Opened answered = [opening, i](const Result<void, std::string>& one) {
+      if (!one) opening->all[i].why = one.error();
       if (--opening->left > 0) return;
-      std::erase(opening->failures, std::string());
-      opened(std::move(opening->failures));
+      std::erase_if(opening->all, [](const UnopenedPicture& each) { return each.why.empty(); });
+      opening->opened(opening->all);
     };
     if (pictures[i].file.empty()) {
       openEntry(pictures[i].capture, answered);

@@ -52,9 +52,9 @@ class CaptureEditors {
   void openTaken(const EntryPointer& entry, Image pixels);
   /// The picture lies where it is and stays as it is. One of the library is opened as a capture.
   void openFile(const Path& file, Opened opened);
-  /// Several at once; `opened` is told of all of them, with a sentence for each that was not.
-  void openAll(const std::vector<NamedPicture>& pictures,
-               std::function<void(std::vector<std::string> failures)> opened);
+  /// Several at once; `opened` is told of those that were not, in their order.
+  using AllOpened = std::function<void(const std::vector<UnopenedPicture>&)>;
+  void openAll(const std::vector<NamedPicture>& pictures, AllOpened opened);
   /// The picture on the clipboard, or the picture files there.
   void openClipboard(Opened opened);
   /// What was not saved when the program ended; `opened` is told of each.

@@ -300,7 +300,7 @@ std::string CardStack::obstacle(const Card& card, CardAction action) const {
   const bool isPicture = card.entry->medium == CaptureMedium::image;
   if (action == CardAction::copy && !isPicture) return "Only pictures can be copied.";
   if (action == CardAction::saveAs && !isPicture) return "Only pictures can be saved elsewhere.";
-  if (action == CardAction::open && isRedacted(*card.entry)) {
+  if (action == CardAction::open && !isPicture && isRedacted(*card.entry)) {
     return "The file of a redacted capture shows what is covered.";
   }
   if (action == CardAction::trash) {
@@ -338,6 +338,10 @@ void CardStack::copy(std::uint64_t number) {
                            ended(number, done ? std::string() : sentence(done.error()));
                            if (done) copied(id);
                          }));
+}
+
+std::string CardStack::openLabel(const Card& card) {
+  return card.entry->medium == CaptureMedium::image ? "Annotate" : "Open";
 }
 
 void CardStack::open(std::uint64_t number) {

@@ -91,11 +91,8 @@ class CardStack {
     /// Shows the file among the others of its folder; answers why it could not.
     std::function<void(const Path& file, std::function<void(Result<void>)> done)> reveal;
 
-    /// Opens the capture; answers why it could not.
+    /// Opens the capture, a picture in Annotate; answers why it could not.
     std::function<void(const EntryPointer& entry, std::function<void(Result<void>)> done)> open;
-
-    /// What `open` does: "Annotate" or "Open".
-    std::string openLabel = "Open";
 
     /// Opens History.
     std::function<void()> openHistory;
@@ -167,7 +164,8 @@ class CardStack {
   void compress(std::uint64_t number);
 
   void openHistory() const;
-  [[nodiscard]] const std::string& openLabel() const { return services_.openLabel; }
+  /// What `open` does with the card's capture: "Annotate" or "Open".
+  [[nodiscard]] static std::string openLabel(const Card& card);
   [[nodiscard]] OverlayPosition side() const { return services_.settings.values().overlayPosition; }
 
   /// Of an undo that still can be had, from 1 to 0.

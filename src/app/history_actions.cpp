@@ -21,6 +21,7 @@ using Kind = HistoryNotice::Kind;
 bool needsFile(HistoryAction action) {
   using enum HistoryAction;
   switch (action) {
+    case annotate:
     case open:
     case copyPicture:
     case saveAs:
@@ -40,8 +41,8 @@ bool needsFile(HistoryAction action) {
 
 bool changesLibrary(HistoryAction action) {
   using enum HistoryAction;
-  return action != open && action != copyPicture && action != copyPath && action != saveAs &&
-         action != reveal && action != dragOut;
+  return action != annotate && action != open && action != copyPicture && action != copyPath &&
+         action != saveAs && action != reveal && action != dragOut;
 }
 
 bool isForOne(HistoryAction action) {
@@ -51,7 +52,8 @@ bool isForOne(HistoryAction action) {
 
 bool isForPictures(HistoryAction action) {
   using enum HistoryAction;
-  return action == copyPicture || action == saveAs || action == convert || action == compress;
+  return action == annotate || action == copyPicture || action == saveAs || action == convert ||
+         action == compress;
 }
 
 std::string closed(std::string text) {
@@ -318,6 +320,22 @@ void HistoryActions::withFiles(const EntryList& entries, Found then) {
         }
         then(findEntries(services_.library.store(), ids));
       }));
+}
+
+void HistoryActions::annotate(const EntryList& entries) {
+  const EntryList taken = take(HistoryAction::annotate, entries);
+  std::vector<NamedPicture> pictures;
+  for (const EntryPointer& entry : taken) pictures.push_back({.capture = entry->id});
+  if (pictures.empty()) return;
+  services_.annotate(pictures,
+                     lifetime_.guard([this, taken](const std::vector<UnopenedPicture>& unopened) {
+                       std::string text;
+                       for (const UnopenedPicture& one : unopened) {
+                         text += fmt::format("{}{}: {}", text.empty() ? "" : " ",
+                                             nameOf(taken, one.picture.capture), one.why);
+                       }
+                       if (!text.empty()) say_({.text = std::move(text), .kind = Kind::refusal});
+                     }));
 }
 
 void HistoryActions::open(const EntryPointer& entry) {

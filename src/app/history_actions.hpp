@@ -11,6 +11,7 @@
 #include "app/capture_export.hpp"
 #include "app/capture_rewriter.hpp"
 #include "app/history_notice.hpp"
+#include "app/named_picture.hpp"
 #include "library/file_reach.hpp"
 #include "library/library_prune.hpp"
 
@@ -18,7 +19,8 @@ namespace vantorel {
 
 /// What can be done with captures in the History window.
 enum class HistoryAction {
-  open,
+  annotate,
+  open,  ///< what is no picture, in the program for such files
   rename,
   star,
   collect,
@@ -61,8 +63,12 @@ class HistoryActions {
     LibraryPrune& prune;
     std::function<Clipboard*()> clipboard;                     ///< null when there is none
     std::function<FileReach(const ScreenshotEntry&)> reachOf;  ///< as it was last looked for
-    std::function<void(const Path&)> open;                     ///< in the program for such files
-    std::function<void(const std::vector<Path>&)> reveal;      ///< in the file manager
+    /// Opens pictures in Annotate; told of those that could not be.
+    std::function<void(const std::vector<NamedPicture>& pictures,
+                       std::function<void(const std::vector<UnopenedPicture>&)> opened)>
+        annotate;
+    std::function<void(const Path&)> open;                 ///< in the program for such files
+    std::function<void(const std::vector<Path>&)> reveal;  ///< in the file manager
   };
 
   /// `onSaved` is told when the library is on the disk, after it may not have been.
@@ -77,6 +83,7 @@ class HistoryActions {
   /// told of.
   [[nodiscard]] HistoryShare share(HistoryAction action, const EntryList& entries) const;
 
+  void annotate(const EntryList& entries);
   void open(const EntryPointer& entry);
   void reveal(const EntryList& entries);
 

@@ -250,6 +250,8 @@ TEST(HistoryModelTest, PicturesAreConvertedOneAfterTheOtherUntilItIsStopped) {
 
   run.model.actions().copyPaths({run.store.find("a"), run.store.find("c")});
   run.model.actions().open(run.store.find("c"));
+  run.model.actions().annotate({run.store.find("a"), run.store.find("c")});
+  EXPECT_THAT(run.annotated, ElementsAre("a", "c"));
   run.runners.run();
   EXPECT_EQ(run.clipboard.text, "/pictures/a.webp\n/pictures/c.webp");
   EXPECT_THAT(run.opened, ElementsAre("/pictures/c.webp"));
@@ -273,6 +275,11 @@ TEST(HistoryModelTest, SavesElsewhereInTheFormatOfTheNameAndNeverOverACapture) {
     return run.notice();
   };
   // Another program would see the file as it is.
+  EXPECT_EQ(run.model.actions().obstacle(HistoryAction::annotate, {run.store.find("covered")}),
+            std::nullopt);
+  run.annotateFails = "This capture is being changed already.";
+  run.model.actions().annotate({run.store.find("a")});
+  EXPECT_EQ(run.notice(), "“a”: This capture is being changed already.");
   for (const auto action : {HistoryAction::open, HistoryAction::dragOut}) {
     EXPECT_THAT(run.model.actions().obstacle(action, {run.store.find("covered")}).value_or(""),
                 HasSubstr("shows what is covered"));

@@ -170,6 +170,8 @@ struct HistorySession : TestLibrary {
   Observers<> reachObservers;
   Observers<ForeignIndex> foreignObservers;
   std::vector<std::string> opened;
+  std::vector<std::string> annotated;  ///< ids
+  std::optional<std::string> annotateFails;
   HistoryModel::Services services{
       .main = runners.main(),
       .library = library,
@@ -187,6 +189,15 @@ struct HistorySession : TestLibrary {
                       [this](const ScreenshotEntry& entry) {
                         const auto found = reach.find(entry.id);
                         return found == reach.end() ? FileReach::there : found->second;
+                      },
+                  .annotate =
+                      [this](const std::vector<NamedPicture>& pictures, const auto& done) {
+                        std::vector<UnopenedPicture> unopened;
+                        for (const NamedPicture& picture : pictures) {
+                          annotated.push_back(picture.capture);
+                          if (annotateFails) unopened.push_back({picture, *annotateFails});
+                        }
+                        done(unopened);
                       },
                   .open = [this](const Path& path) { opened.push_back(path); },
                   .reveal = [](const std::vector<Path>&) {}},

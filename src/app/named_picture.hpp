@@ -12,4 +12,13 @@ struct NamedPicture {
   Path file{};            ///< absolute
 };
 
+/// One that could not be opened.
+struct UnopenedPicture {
+  NamedPicture picture;
+  std::string why;  ///< a sentence
+};
+
+/// A sentence in which it is named as it was asked for.
+[[nodiscard]] std::string sentence(const UnopenedPicture& unopened);
+
 }  // namespace vantorel

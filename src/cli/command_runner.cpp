@@ -1,7 +1,6 @@
 #include "cli/command_runner.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <utility>
 
@@ -200,9 +199,11 @@ void CommandRunner::edit(const command::Edit& what, Done done) {
       (*answered)(opened ? CommandReply() : failedReply(opened.error()));
     });
   }
-  editors->openAll(what.pictures, [answered](const std::vector<std::string>& failures) {
-    (*answered)(failures.empty() ? CommandReply()
-                                 : failedReply(fmt::format("{}", fmt::join(failures, "\n"))));
+  editors->openAll(what.pictures, [answered](const std::vector<UnopenedPicture>& unopened) {
+    CommandReply reply;
+    if (!unopened.empty()) reply.status = ExitStatus::failed;
+    for (const UnopenedPicture& one : unopened) reply.error += sentence(one) + "\n";
+    (*answered)(std::move(reply));
   });
 }
 

@@ -1,7 +1,6 @@
 #include "main/program.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <chrono>
 #include <future>
@@ -86,12 +85,14 @@ void Program::openFiles(const std::vector<std::string>& uris) {
   std::vector<NamedPicture> pictures;
   for (const std::string& file : pathsOfURIs(uris)) pictures.push_back({.file = file});
   if (pictures.empty()) return startedAgain();
-  wings_->windows->editors.openAll(
-      pictures, [alerts = wings_->desktop.alerts.get()](const std::vector<std::string>& failures) {
-        if (!failures.empty()) {
-          alerts->notify("Annotate", fmt::format("{}", fmt::join(failures, " ")));
-        }
-      });
+  wings_->windows->editors.openAll(pictures, [alerts = wings_->desktop.alerts.get()](
+                                                 const std::vector<UnopenedPicture>& unopened) {
+    std::string sentences;
+    for (const UnopenedPicture& one : unopened) {
+      sentences += (sentences.empty() ? "" : " ") + sentence(one);
+    }
+    if (!unopened.empty()) alerts->notify("Annotate", sentences);
+  });
 }
 
 bool Program::hasPictures() const {

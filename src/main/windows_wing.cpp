@@ -68,8 +68,7 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
            .codec = captures.desktop.codec,
            .finish = finish,
            .reveal = [this](const Path& file, const auto& done) { launcher.reveal({file}, done); },
-           .open = [this](const EntryPointer& entry,
-                          const auto& done) { launcher.open(entry->path, done); },
+           .open = [this](const EntryPointer& entry, const auto& done) { open(entry, done); },
            .openHistory = [this] { (void)captures.coordinator.show(AppWindow::history); }}) {
   DesktopWing& desktop = captures.desktop;
   desktop.ui->showCards(&cards);
@@ -175,6 +174,15 @@ void WindowsWing::previewFor(const EntryPointer& entry, std::function<void(const
   cache->want({entry});
 }
 
+/// Pictures in Annotate, the rest in the program for such files.
+void WindowsWing::open(const EntryPointer& entry, const FileLauncher::Done& done) {
+  if (entry->medium != CaptureMedium::image) return launcher.open(entry->path, done);
+  editors.openEntry(entry->id, [done](const Result<void, std::string>& opened) {
+    if (opened) return done({});
+    done(failed(FailureKind::other, opened.error()));
+  });
+}
+
 /// What another program would not take is said on the desktop: it was asked for there.
 FileLauncher::Done WindowsWing::reported() {
   return [alerts = captures.desktop.alerts.get()](const Result<void>& launched) {
@@ -202,6 +210,8 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
                       [&libraryWing](const ScreenshotEntry& entry) {
                         return libraryWing.reachOf(entry);
                       },
+                  .annotate = [this](const std::vector<NamedPicture>& pictures,
+                                     auto opened) { editors.openAll(pictures, std::move(opened)); },
                   .open = [this](const Path& file) { launcher.open(file, reported()); },
                   .reveal =
                       [this](const std::vector<Path>& files) {

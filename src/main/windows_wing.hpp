@@ -43,6 +43,7 @@ struct WindowsWing {
 
  private:
   [[nodiscard]] CaptureEditors::Services editing();
+  void open(const EntryPointer& entry, const FileLauncher::Done& done);
   void previewFor(const EntryPointer& entry, std::function<void(const Image&)> done);
   [[nodiscard]] std::shared_ptr<HistoryModel> history();
   [[nodiscard]] std::shared_ptr<PreviewCache> previews();

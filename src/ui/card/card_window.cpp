@@ -50,7 +50,8 @@ CardWindow::CardWindow(CardStack& stack, std::uint64_t number,
     connect(button, &QAbstractButton::clicked, this, [this, action] { perform(action); });
     buttons_.push_back({action, button});
   };
-  const QString open = text(stack_.openLabel());
+  const QString open =
+      card() != nullptr ? text(CardStack::openLabel(*card())) : QStringLiteral("Annotate");
   add(CardAction::copy, IconName::copy, QStringLiteral("Copy"), QStringLiteral("C"));
   add(CardAction::saveAs, IconName::save, QStringLiteral("Save as"), QStringLiteral("S"));
   add(CardAction::open, open == QLatin1String("Annotate") ? IconName::annotate : IconName::image,

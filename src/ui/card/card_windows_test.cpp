@@ -198,7 +198,7 @@ TEST_F(CardWindowsTest, TheKeyboardComesAndGoesBack) {
   settleCards();
   keepPicture("card-keyboard");
   EXPECT_EQ(windowsTitled("Vantorel card actions"), 1) << "the rows come as with the pointer";
-  EXPECT_THAT(focused(), ElementsAre("Open"));
+  EXPECT_THAT(focused(), ElementsAre("Annotate"));
   strike(XK_c);
   EXPECT_TRUE(waitForCards([&] { return session.clipboard.images == 1; }));
   strike(XK_f);

@@ -13,6 +13,14 @@
 #include "ui/kit/picture_save_dialog.hpp"
 
 namespace vantorel {
+namespace {
+
+bool hasPicture(const EntryList& entries) {
+  return std::ranges::any_of(
+      entries, [](const EntryPointer& entry) { return entry->medium == CaptureMedium::image; });
+}
+
+}  // namespace
 
 HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* window)
     : QObject(window),
@@ -21,8 +29,8 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
       collectMenu_(std::make_unique<QMenu>()),
       convertMenu_(std::make_unique<QMenu>()) {
   const auto subjects = [this] { return model_->subjects(); };
-  open = add(HistoryAction::open, QStringLiteral("Open"), IconName::image, Qt::Key_Return,
-             [this, subjects] { model_->actions().open(subjects().front()); });
+  open = add(HistoryAction::annotate, QStringLiteral("Annotate"), IconName::annotate,
+             Qt::Key_Return, [this] { openSubjects(); });
   // Fields and buttons have their own use for this key: whoever has it opens by it itself.
   open->setShortcutContext(Qt::WidgetShortcut);
   copyPicture =
@@ -64,8 +72,9 @@ QAction* HistoryCommands::add(HistoryAction what, const QString& label, IconName
                               const QKeySequence& key, std::function<void()> run) {
   auto* const action = new QAction(icon(symbol), label, this);
   action->setShortcut(key);
-  connect(action, &QAction::triggered, this, [this, what, run = std::move(run)] {
-    if (!model_->subjects().empty() && !model_->refuses(what)) run();
+  const qsizetype row = rows_.size();
+  connect(action, &QAction::triggered, this, [this, row, run = std::move(run)] {
+    if (!model_->subjects().empty() && !model_->refuses(rows_[row].what)) run();
   });
   window_->addAction(action);
   rows_.append({what, action, label});
@@ -75,6 +84,11 @@ QAction* HistoryCommands::add(HistoryAction what, const QString& label, IconName
 void HistoryCommands::refresh() {
   star->setIcon(icon(model_->areStarred() ? IconName::starOn : IconName::star));
   const EntryList subjects = model_->subjects();
+  const bool annotates = subjects.empty() || hasPicture(subjects);
+  rows_.front() = {annotates ? HistoryAction::annotate : HistoryAction::open, open,
+                   annotates ? QStringLiteral("Annotate") : QStringLiteral("Open")};
+  open->setText(rows_.front().label);
+  open->setIcon(icon(annotates ? IconName::annotate : IconName::image));
   for (const Row& row : rows_) {
     const auto obstacle = model_->obstacle(row.what);
     QString help = row.label;
@@ -98,11 +112,21 @@ void HistoryCommands::refresh() {
       subjects, [this](const EntryPointer& entry) { return model_->isOutOfReach(*entry); }));
 }
 
+/// Pictures in Annotate, several at once, and what is none in the program for such files.
+void HistoryCommands::openSubjects() {
+  const EntryList subjects = model_->subjects();
+  if (hasPicture(subjects)) {
+    model_->actions().annotate(subjects);
+  } else {
+    model_->actions().open(subjects.front());
+  }
+}
+
 void HistoryCommands::openOrExplain() {
   if (open->isEnabled()) {
     open->trigger();
   } else if (!model_->subjects().empty()) {
-    model_->refuses(HistoryAction::open);
+    model_->refuses(rows_.front().what);
   }
 }
 

@@ -23,7 +23,7 @@ class HistoryCommands : public QObject {
   /// Takes up what can be done now.
   void refresh();
 
-  QAction* open;
+  QAction* open;  ///< "Annotate" for pictures
   QAction* copyPicture;
   QAction* copyPath;
   QAction* saveAs;
@@ -60,6 +60,7 @@ class HistoryCommands : public QObject {
  private:
   QAction* add(HistoryAction action, const QString& label, IconName symbol, const QKeySequence& key,
                std::function<void()> run);
+  void openSubjects();
   void askWhereToSave();
   void popUp(QMenu& menu);
   void fillCollections(QMenu& menu);

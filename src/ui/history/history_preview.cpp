@@ -267,6 +267,7 @@ void HistoryPreview::refresh() {
                    .toString(static_cast<qulonglong>(model_->listing().size()))));
   before_->setEnabled(*focus > 0);
   after_->setEnabled(*focus + 1 < model_->listing().size());
+  open_->setText(commands_.open->text());
   open_->setEnabled(commands_.open->isEnabled());
   open_->setToolTip(commands_.open->toolTip());
   const FileReach reach = model_->reachOf(*entry);

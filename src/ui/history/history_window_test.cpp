@@ -303,7 +303,7 @@ TEST_F(HistoryWindowTest, WhatIsNotDoneIsSaidWithoutMovingAnything) {
   key(XK_Escape);
   ASSERT_TRUE(eventually([&] { return !find("notice")->isVisible(); }));
   EXPECT_THAT(selected(), ElementsAre("shot1"));
-  EXPECT_THAT(action("Open")->toolTip().toStdString(), HasSubstr("(Return)"));
+  EXPECT_THAT(action("Annotate")->toolTip().toStdString(), HasSubstr("(Return)"));
 
   run.model.actions().convert(run.model.subjects(), ExportFormat::webp);
   EXPECT_FALSE(action("Convert")->isEnabled());
