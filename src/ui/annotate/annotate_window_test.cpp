@@ -7,10 +7,14 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QDialog>
+#include <QDragEnterEvent>
 #include <QInputMethodEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPaintEvent>
+#include <QPushButton>
 #include <QShortcut>
+#include <QUrl>
 #include <QWheelEvent>
 #include <cmath>
 #include <random>
@@ -270,21 +274,46 @@ TEST_F(AnnotateWindowTest, ADragPaintsWhatItChangesAndNothingElse) {
   opened->canvas->removeEventFilter(&watch);
 }
 
-TEST_F(AnnotateWindowTest, AtAHundredPercentEveryPixelIsTheCaptures) {
-  const auto opened = open({500, 300});
-  rest();
-  ASSERT_EQ(opened->canvas->zoom(), 1);
-  const QImage screenNow = screen("annotate-exact");
-  const QPoint corner = opened->canvas->mapToGlobal(at(0, 0).toPoint());
-  int wrong = 0;
-  for (int y = 0; y < 300; ++y) {
-    for (int x = 0; x < 500; ++x) {
-      wrong +=
-          (screenNow.pixel(corner + QPoint(x, y)) & 0xffffff) != (testPixel(1, x, y) & 0xffffff);
+/// On screens with other scales.
+class AnnotateScaleTest : public AnnotateWindowTest, public testing::WithParamInterface<double> {
+ protected:
+  void SetUp() override {
+    startDesktop({.windowManager = true});
+    qputenv("QT_SCALE_FACTOR", QByteArray::number(GetParam()));
+    startUi();
+    qunsetenv("QT_SCALE_FACTOR");
+  }
+};
+
+TEST_P(AnnotateScaleTest, AtAHundredPercentEveryPixelIsTheCaptures) {
+  const auto opened = open({300, 200});
+  // A window of an odd size lies between pixels.
+  opened->window->resize(opened->window->size() + QSize(0, 1));
+  opened->canvas->setZoom(1);
+  settle();
+  const double ratio = opened->canvas->devicePixelRatioF();
+  ASSERT_EQ(ratio, GetParam());
+  const QImage shown = screen("annotate-exact");
+  // Where the first pixel is, to one or the other side of its place.
+  const QPointF about = QPointF(opened->canvas->mapTo(opened->window.get(), QPointF())) * ratio +
+                        at(0, 0) * ratio + QPointF(opened->window->mapToGlobal(QPointF())) * ratio;
+  int fewest = 300 * 200;
+  for (int dx = -2; dx <= 2; ++dx) {
+    for (int dy = -2; dy <= 2; ++dy) {
+      const QPoint corner = about.toPoint() + QPoint(dx, dy);
+      int wrong = 0;
+      for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 300; ++x) {
+          wrong += (shown.pixel(corner + QPoint(x, y)) ^ testPixel(1, x, y)) & 0xffffff ? 1 : 0;
+        }
+      }
+      fewest = std::min(fewest, wrong);
     }
   }
-  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(fewest, 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Scales, AnnotateScaleTest, testing::Values(1, 1.25, 1.5, 2));
 
 TEST_F(AnnotateWindowTest, ClosingAsksOnceAndDoesWhatIsAnswered) {
   const auto draw = [&] {
@@ -372,6 +401,83 @@ TEST_F(AnnotateWindowTest, WhatCannotBeOpenedSaysSoAndLetsGo) {
   EXPECT_FALSE(button("Arrow")->isEnabled());
   button("Remove from History")->click();
   EXPECT_TRUE(opened.run.capture->isRemoved);
+}
+
+TEST_F(AnnotateWindowTest, PicturesDroppedOnTheCanvasBecomeLayers) {
+  const auto opened = open();
+  opened->run.files->folders.insert("/pictures");
+  opened->run.files->put("/pictures/map.png",
+                         FakeImageCodec().encode(testPicture({60, 40}, 2), {}).value());
+  QMimeData files;
+  files.setUrls({QUrl::fromLocalFile(QStringLiteral("/pictures/map.png"))});
+  QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &files, Qt::LeftButton, {});
+  QCoreApplication::sendEvent(opened->canvas, &enter);
+  EXPECT_TRUE(enter.isAccepted());
+  QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &files, Qt::LeftButton, {});
+  QCoreApplication::sendEvent(opened->canvas, &drop);
+  rest();
+  ASSERT_EQ(editor().state().layers->size(), 2U);
+  EXPECT_EQ(editor().state().layers->back().name, "map");
+  QMimeData words;
+  words.setText(QStringLiteral("weir"));
+  QDragEnterEvent other(QPoint(50, 50), Qt::CopyAction, &words, Qt::LeftButton, {});
+  QCoreApplication::sendEvent(opened->canvas, &other);
+  EXPECT_FALSE(other.isAccepted());
+}
+
+TEST_F(AnnotateWindowTest, ARefusedExportNamesTheLayerAndHidesItOnRequest) {
+  const auto opened = open();
+  ASSERT_TRUE(editor().addLayers({{.path = "/pictures/gone.png", .pixels = {60, 40}}}));
+  rest();
+  button("Copy")->click();
+  rest();
+  ASSERT_TRUE(opened->run.model->refusal());
+  EXPECT_TRUE(opened->run.clipboard.content.empty());
+  keepPicture("annotate-refusal");
+  key(Qt::Key_Escape);
+  EXPECT_EQ(editor().selectedLayer(), nullptr) << "first the innermost";
+  key(Qt::Key_Escape);
+  EXPECT_FALSE(opened->run.model->refusal());
+  button("Copy")->click();
+  rest();
+  for (auto* const one : opened->window->findChildren<QPushButton*>()) {
+    if (one->isVisible() && one->text() == "Hide") one->click();
+  }
+  rest();
+  EXPECT_FALSE(editor().state().layers->back().visible);
+  button("Copy")->click();
+  rest();
+  EXPECT_FALSE(opened->run.clipboard.content.empty());
+}
+
+TEST_F(AnnotateWindowTest, TheLeastWindowHoldsLargeWordsAndIsMirrored) {
+  const QFont usual = qApp->font();
+  QFont large = usual;
+  large.setPointSizeF(usual.pointSizeF() * 2);
+  for (const bool isMirrored : {false, true}) {
+    qApp->setFont(isMirrored ? usual : large);
+    qApp->setLayoutDirection(isMirrored ? Qt::RightToLeft : Qt::LeftToRight);
+    const auto opened = open();
+    opened->window->resize(720, 480);
+    rest();
+    EXPECT_EQ(opened->window->size(), QSize(720, 480)) << "nothing asks for more";
+    key(Qt::Key_F9);
+    ASSERT_TRUE(waitFor([&] { return !opened->window->isHidden(); }));
+    settle();
+    keepPicture(isMirrored ? "annotate-mirrored" : "annotate-large-font");
+    key(Qt::Key_F9);
+    settle(std::chrono::milliseconds(300));
+    const QRect inside(opened->window->mapToGlobal(QPoint()), opened->window->size());
+    for (const auto* const one : opened->window->findChildren<QAbstractButton*>()) {
+      if (!one->isVisible() || one->visibleRegion().isEmpty()) continue;
+      const QRect area(one->mapToGlobal(QPoint()), one->size());
+      EXPECT_TRUE(inside.contains(area)) << one->accessibleName().toStdString();
+    }
+    EXPECT_EQ(opened->canvas->isRightToLeft(), isMirrored);
+    EXPECT_LT(at(0, 0).x(), at(100, 0).x()) << "pictures are never mirrored";
+  }
+  qApp->setFont(usual);
+  qApp->setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_F(AnnotateWindowTest, ScreenReadersSeeTheShapes) {
