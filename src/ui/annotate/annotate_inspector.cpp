@@ -65,6 +65,7 @@ void AnnotateInspector::begin(InspectedEditor editor) {
     column->addWidget(section);
   }
   column->addStretch(1);
+  layers_->onLetGo([this] { changed(); });
   setWidget(content);
   content->setAutoFillBackground(false);
   // In the place of what waited for the editor, which may be calling.
@@ -90,8 +91,9 @@ void AnnotateInspector::timerEvent(QTimerEvent* event) {
 void AnnotateInspector::refresh() {
   isBehind_ = false;
   if (style_ == nullptr) return;
-  style_->refresh();
-  layer_->refresh();
+  const bool mayComeOrGo = !layers_->isHeld();
+  style_->refresh(mayComeOrGo);
+  layer_->refresh(mayComeOrGo);
   layers_->refresh();
   background_->refresh();
   canvas_->refresh();

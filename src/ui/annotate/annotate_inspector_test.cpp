@@ -253,16 +253,21 @@ TEST_F(AnnotateInspectorTest, ADragOfASliderIsSeenAtOnceAndIsOneStep) {
 TEST_F(AnnotateInspectorTest, LayersAreSelectedHiddenLockedAndNamedInTheirList) {
   start(layered());
   EXPECT_EQ(named("Stations, week 47")->y(), 80) << "the capture has the title, and lies lowest";
-  clickOn(named("Photo"));
+  auto* const photo = named("Photo");
+  const int place = photo->mapTo(inspector, QPoint()).y();
+  clickOn(photo);
   ASSERT_NE(editor->selectedLayer(), nullptr);
   EXPECT_EQ(editor->selectedLayer()->id, "Photo");
+  EXPECT_EQ(photo->mapTo(inspector, QPoint()).y(), place) << "it stays below the pointer";
+  movePointer(middleOf(*canvas));
+  settle();
+  EXPECT_NE(named<QSlider>("Opacity"), nullptr);
   keepPicture("inspector-layers");
   editor->selectLayer("Legend");
   settle();
   EXPECT_TRUE(named("Legend")->isChecked());
   EXPECT_FALSE(named("Photo")->isChecked());
 
-  auto* const photo = named("Photo");
   clickOn(named("Hide Layer", photo));
   EXPECT_FALSE(editor->state().findLayer("Photo")->visible);
   EXPECT_EQ(photo->accessibleDescription(), "Hidden");

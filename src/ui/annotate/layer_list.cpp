@@ -153,6 +153,7 @@ void LayerList::connectRow(LayerRow* row) {
     row->setChecked(true);
     model().selectLayer(row->line().id);
   });
+  connect(row, &QAbstractButton::pressed, this, [this] { isHeld_ = underMouse(); });
   row->onVisible = [this, row] {
     const bool isVisible = !row->line().isVisible;
     change(*row, isVisible ? "Show Layer" : "Hide Layer",
@@ -193,6 +194,7 @@ void LayerList::focusRow(std::size_t index) {
 }
 
 bool LayerList::keyPressed(LayerRow* row, int key, Qt::KeyboardModifiers modifiers) {
+  letGo();
   const std::size_t index = indexOf(row);
   const bool hasAlt = modifiers.testFlag(Qt::AltModifier);
   if (!hasAlt && (modifiers & ~Qt::KeypadModifier) != 0) return false;
@@ -356,6 +358,21 @@ void LayerList::cancelDrag() {
   drag_.reset();
   releaseKeyboard();
   insertion_->hide();
+}
+
+void LayerList::letGo() {
+  if (!std::exchange(isHeld_, false)) return;
+  if (onLetGo) onLetGo();
+}
+
+void LayerList::leaveEvent(QEvent* event) {
+  QWidget::leaveEvent(event);
+  letGo();
+}
+
+void LayerList::hideEvent(QHideEvent* event) {
+  QWidget::hideEvent(event);
+  letGo();
 }
 
 void LayerList::keyPressEvent(QKeyEvent* event) {

@@ -24,11 +24,18 @@ class LayerList : public QWidget {
 
   void refresh();
 
+  /// Whether the pointer has just been pressed on it and is there still: what stands above must not
+  /// move it away from below a second click.
+  [[nodiscard]] bool isHeld() const { return isHeld_; }
+  std::function<void()> onLetGo;
+
   /// Grid, stacked, side by side.
   void addArrangements(QMenu& menu);
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
 
  private:
   class InsertionLine;
@@ -49,6 +56,7 @@ class LayerList : public QWidget {
   void drag(const LayerRow* row, const QPoint& global);
   void drop();
   void cancelDrag();
+  void letGo();
   [[nodiscard]] std::size_t indexOf(const LayerRow* row) const;
 
   InspectedEditor editor_;
@@ -60,6 +68,7 @@ class LayerList : public QWidget {
     std::size_t gap = 0;  // before which row it goes
   };
   std::optional<Drag> drag_;
+  bool isHeld_ = false;
   QHash<QString, QPixmap> pictures_;
   QSet<QString> asked_;
 };

@@ -68,8 +68,9 @@ void LayerSection::setBorderColor(const std::string& color) {
   editor_.model->setLayerBorder(std::string(layer->id), border);
 }
 
-void LayerSection::refresh() {
+void LayerSection::refresh(bool mayComeOrGo) {
   const LayerSpec* const layer = editor_.model->selectedLayer();
+  if (!mayComeOrGo && (layer == nullptr) != isHidden()) return;
   setVisible(layer != nullptr);
   if (layer == nullptr) return;
   const QString name = shownName(layer->name, QStringLiteral("Layer"));

@@ -13,7 +13,8 @@ class LayerSection : public InspectorSection {
  public:
   LayerSection(InspectedEditor editor, QWidget* parent);
 
-  void refresh();
+  /// `mayComeOrGo`: else it stays as it is where it would appear or vanish.
+  void refresh(bool mayComeOrGo);
 
  private:
   void setBorder(double width);

@@ -38,6 +38,10 @@ LayersSection::LayersSection(InspectedEditor editor, QWidget* parent)
   addContent(arrangeRow_);
 }
 
+bool LayersSection::isHeld() const { return list_->isHeld(); }
+
+void LayersSection::onLetGo(std::function<void()> letGo) { list_->onLetGo = std::move(letGo); }
+
 void LayersSection::refresh() {
   list_->refresh();
   arrangeRow_->setVisible(editor_.model->state().layers->size() > 1);

@@ -14,6 +14,10 @@ class LayersSection : public InspectorSection {
 
   void refresh();
 
+  /// See `LayerList::isHeld`.
+  [[nodiscard]] bool isHeld() const;
+  void onLetGo(std::function<void()> letGo);
+
  private:
   InspectedEditor editor_;
   LayerList* list_;

@@ -329,8 +329,9 @@ StyleSection::StyleSection(InspectedEditor editor, QWidget* parent)
 
 StyleSection::~StyleSection() = default;
 
-void StyleSection::refresh() {
+void StyleSection::refresh(bool mayComeOrGo) {
   const ShownStyle shown = shownStyle(*editor_.model);
+  if (!mayComeOrGo && shown.title.empty() != isHidden()) return;
   setVisible(!shown.title.empty());
   if (shown.title.empty()) return;
   setTitle(QString::fromStdString(shown.title));

@@ -15,7 +15,8 @@ class StyleSection : public InspectorSection {
   StyleSection(InspectedEditor editor, QWidget* parent);
   ~StyleSection() override;
 
-  void refresh();
+  /// `mayComeOrGo`: else it stays as it is where it would appear or vanish.
+  void refresh(bool mayComeOrGo);
 
  private:
   class Rows;
