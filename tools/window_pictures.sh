@@ -60,8 +60,9 @@ for combination in "$@"; do
       settled
       xwd -silent -id "$window" | "$tools/xwd_to_png.py" "$pictures/$1-$theme@$scale.png"
     }
-    show() {
-      vantorel show "$1"
+    show() { # the words of a command that opens a window, and its title
+      # shellcheck disable=SC2086
+      vantorel $1
       until window=$(xdotool search --onlyvisible --name "^$2\$" | tail -1) && [ -n "$window" ]; do sleep 0.05; done
       xdotool windowmove --sync "$window" 40 40
       # After what a portal, where there is one, has to say of it.
@@ -76,7 +77,7 @@ for combination in "$@"; do
     }
     keys() { xdotool key --delay 60 "$@"; }
 
-    show history History
+    show "show history" History
     settled
     keys Right
     take history
@@ -85,7 +86,14 @@ for combination in "$@"; do
     keys ctrl+1 space
     take history-preview
     keys Escape ctrl+w
-    show settings Settings
+    vantorel annotate "${ids[0]}" --apply "$tools/sample_annotations.json" >/dev/null
+    show "edit ${ids[0]}" "${names[0]} — Annotate"
+    keys Tab
+    take annotate
+    keys c
+    take annotate-crop
+    keys Escape ctrl+w
+    show "show settings" Settings
     take settings-general
     keys Tab
     for pane in capture after shortcuts library; do
@@ -93,10 +101,10 @@ for combination in "$@"; do
       take "settings-$pane"
     done
     keys ctrl+w
-    show help Help
+    show "show help" Help
     take help
     keys ctrl+w
-    show welcome Vantorel
+    show "show welcome" Vantorel
     take first-start
     keys ctrl+w
     # The card in its corner, with its actions and what it offers beside it,
