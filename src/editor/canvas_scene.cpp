@@ -139,16 +139,16 @@ std::shared_ptr<const BackgroundSpec> CanvasScene::wantedFrame(PixelSize picture
 }
 
 void CanvasScene::update() {
-  Wanted next = wanted();
+  const Wanted next = wanted();
   // One at a time, so that a layer being dragged is seen on its way.
   const bool isBusy =
       builds_.state() == LayerBuildState::building || isDrawingFirst_ || isPatching_;
   const bool isOther = !asked_ || *asked_ != next;
   const bool canWait = isBusy && asked_->hasSameFiles(next);
-  if (isOther && !canWait && !startPatch(next)) {
-    startBuild(std::move(next));
-  } else if (!isOther && isPatched_ && !isBusy && !model_.isInStep()) {
-    startBuild(std::move(next));
+  if (isOther) {
+    if (!canWait && !startPatch(next)) startBuild(next);
+  } else if (isPatched_ && !isBusy && !model_.isInStep()) {
+    startBuild(next);
   }
   if (!view_) return;
   updateFrame(view_->show(shapes()));
@@ -175,7 +175,7 @@ void CanvasScene::updateFrame(const std::vector<PixelRect>& areas) {
   announce({false, frame_ ? frame_->follow(viewed(), areas) : areas});
 }
 
-void CanvasScene::startBuild(Wanted next) {
+void CanvasScene::startBuild(const Wanted& next) {
   asked_ = next;
   isDrawingFirst_ = false;
   isPatching_ = false;
@@ -288,7 +288,7 @@ void CanvasScene::install(Drawn drawn, const PixelRect& part) {
 }
 
 /// Makes another background for the picture there is.
-void CanvasScene::startFrame(std::shared_ptr<const BackgroundSpec> background) {
+void CanvasScene::startFrame(const std::shared_ptr<const BackgroundSpec>& background) {
   isFraming_ = true;
   sinceFraming_.clear();
   // Only what is transparent in the picture shows in its shadow.

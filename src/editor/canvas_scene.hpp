@@ -99,12 +99,12 @@ class CanvasScene {
   [[nodiscard]] std::shared_ptr<const BackgroundSpec> wantedFrame(PixelSize picture) const;
   [[nodiscard]] ShapeList shapes() const;
   [[nodiscard]] Image viewed() const;
-  void startBuild(Wanted next);
+  void startBuild(const Wanted& next);
   bool startPatch(const Wanted& next);
   void drawFirst();
   void install(Drawn drawn, const PixelRect& part);
   void updateFrame(const std::vector<PixelRect>& areas);
-  void startFrame(std::shared_ptr<const BackgroundSpec> background);
+  void startFrame(const std::shared_ptr<const BackgroundSpec>& background);
   void announce(const Change& change);
 
   Services services_;

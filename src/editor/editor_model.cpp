@@ -18,6 +18,22 @@ MeasureText measureWith(MeasureText measure, const LayOutText& layOut) {
   return [layOut](const Shape& text) { return layOut(text)->box(); };
 }
 
+/// What a step that makes one style of another is called.
+std::string_view styleStep(const ToolStyle& before, const ToolStyle& after) {
+  ToolStyle rest = before;
+  rest.color = after.color;
+  if (rest == after) return "Change Color";
+  rest = before;
+  rest.widthIdx = after.widthIdx;
+  if (rest == after) return "Change Width";
+  rest = before;
+  rest.opacity = after.opacity;
+  if (rest == after) return "Change Opacity";
+  rest = before;
+  rest.fill = after.fill;
+  return rest == after ? "Change Fill" : "Change Style";
+}
+
 }  // namespace
 
 EditorModel::EditorModel(EditorOpening opening, EditorEvents events)
@@ -266,11 +282,13 @@ void EditorModel::changeStyle(const std::function<void(ToolStyle&)>& change) {
   if (typing_) {
     draft_ = restyled(*draft_);
   } else if (!selection_.empty()) {
-    edit("Change Style", [&](EditorSnapshot& state) {
-      std::vector<Shape> shapes = selectedShapes();
-      for (Shape& shape : shapes) shape = restyled(std::move(shape));
-      state.replace(std::move(shapes));
-    });
+    std::vector<Shape> shapes = selectedShapes();
+    const ToolStyle before = style();
+    for (Shape& shape : shapes) shape = restyled(std::move(shape));
+    ToolStyle after = before;
+    change(after);
+    edit(styleStep(before, after),
+         [&](EditorSnapshot& state) { state.replace(std::move(shapes)); });
   } else {
     touched.insert(tool_);
   }

@@ -101,7 +101,7 @@ TEST_F(EditorOrderTest, KeysChangeSizeWidthInkAndCopies) {
   EXPECT_EQ(model->state().shapes->size(), 6U);
   EXPECT_EQ(frameOf(last()), (Box{131, 30, 52, 60}));
   EXPECT_THAT(model->selection(), ElementsAre(last().id));
-  for (const char* name : {"Duplicate Rectangle", "Change Style", "Change Style", "Move Rectangle",
+  for (const char* name : {"Duplicate Rectangle", "Change Color", "Change Width", "Move Rectangle",
                            "Resize Rectangle"}) {
     EXPECT_EQ(model->undoName(), name);
     model->undo();
