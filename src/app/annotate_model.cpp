@@ -25,6 +25,8 @@ namespace {
 
 constexpr std::chrono::seconds draftDelay{1};
 constexpr std::chrono::seconds draftPause{20};
+constexpr std::chrono::seconds noticeTime{4};
+constexpr std::chrono::seconds warningTime{20};
 constexpr const char* stillUnknown = "\u2026";
 constexpr std::array offeredFormats{ExportFormat::png, ExportFormat::jpeg, ExportFormat::heic,
                                     ExportFormat::webp};
@@ -172,9 +174,13 @@ void AnnotateModel::say(std::string text, bool isWarning) {
   if (isWarning) logWarning("Annotate", "{}: {}", title(), text);
   notice_ = Notice{std::move(text), isWarning};
   changed({.notice = true});
+  noticeEnds_.renew();
+  services_.main->postAfter(isWarning ? warningTime : noticeTime,
+                            noticeEnds_.guard([this] { clearNotice(); }));
 }
 
 void AnnotateModel::clearNotice() {
+  noticeEnds_.renew();
   if (!notice_) return;
   notice_.reset();
   changed({.notice = true});
@@ -251,19 +257,17 @@ void AnnotateModel::open(Opened opened) {
                         .captureScale = opened.captureScale,
                         .styles = services_.settings.values().editorToolStyles,
                         .layOut = [&drawing](const Shape& text) { return drawing.layOut(text); }};
-  const auto onClipboard = [this](auto set) {
-    return [this, set](const std::string& text) {
-      Clipboard* const clipboard = services_.clipboard();
-      if (clipboard == nullptr) return;
-      (clipboard->*set)(text, lifetime_.guard([this](const Result<void>& copied) {
-        if (!copied) say(copied.error().reason, true);
-      }));
-    };
-  };
   CanvasServices canvas{
       .colorAt = [this](Pt at) { return scene().colorAt(at); },
-      .copyText = onClipboard(&Clipboard::setText),
-      .copyShapes = onClipboard(&Clipboard::setShapes),
+      .copyText = [this](const std::string& text) { copyFromCanvas(text); },
+      .copyShapes =
+          [this](const std::string& shapes) {
+            Clipboard* const clipboard = services_.clipboard();
+            if (clipboard == nullptr) return;
+            clipboard->setShapes(shapes, lifetime_.guard([this](const Result<void>& copied) {
+              if (!copied) say(copied.error().reason, true);
+            }));
+          },
       .copiedShapes =
           [this] {
             Clipboard* const clipboard = services_.clipboard();
@@ -617,6 +621,16 @@ void AnnotateModel::prepareDrag(std::function<void(Dragged)> done) {
 void AnnotateModel::dragLanded() {
   const bool hasLeft = !capture_->entryID().empty() && !capture_->isInLibrary();
   if (hasLeft) say(sentence(OutputFailure::entryLeft), true);
+}
+
+/// A sampled color is said; text that was selected is too long for that.
+void AnnotateModel::copyFromCanvas(const std::string& text) {
+  if (editor().tool() == Tool::eyedropper) return copyText(text);
+  Clipboard* const clipboard = services_.clipboard();
+  if (clipboard == nullptr) return say(clipboard_refusal::text, true);
+  clipboard->setText(text, lifetime_.guard([this](const Result<void>& copied) {
+    say(copied ? "Copied" : copied.error().reason, !copied);
+  }));
 }
 
 // ---- taking in

@@ -220,6 +220,7 @@ class AnnotateModel {
   void endSaving(bool isSaved);
   void handOut(EditorExport target, std::function<void(Image)> then);
   void copyThen(std::function<void()> then);
+  void copyFromCanvas(const std::string& text);
   void encode(Image image, const ImageEncoding& encoding,
               std::function<void(Result<std::string>)> done);
   [[nodiscard]] ImageEncoding encodingOf(ExportFormat format) const;
@@ -260,6 +261,7 @@ class AnnotateModel {
   bool isTelling_ = false;
   Observers<Change> observers_;
   Lifetime drafting_;
+  Lifetime noticeEnds_;
   Lifetime lifetime_;
 };
 

@@ -4,9 +4,30 @@
 #include <utility>
 
 #include "base/path_text.hpp"
+#include "base/random_id.hpp"
 #include "editor/entry_document.hpp"
 
 namespace vantorel {
+namespace {
+
+/// A picture that was scaled since takes its annotations along, as in the library.
+EditorDocument scaledTo(PixelSize capture, const EditorDocument& document, PixelSize from) {
+  ScreenshotEntry entry;
+  putDocument(document, from, entry);
+  return documentOf(entry, capture);
+}
+
+Shape* findShape(EditorDocument& in, const std::string& id) {
+  const auto found = std::ranges::find(in.shapes, id, &Shape::id);
+  return found == in.shapes.end() ? nullptr : &*found;
+}
+
+const Shape* findShape(const EditorDocument& in, const std::string& id) {
+  const auto found = std::ranges::find(in.shapes, id, &Shape::id);
+  return found == in.shapes.end() ? nullptr : &*found;
+}
+
+}  // namespace
 
 template <class V, class S>
 void AnnotationDraft::describe(V& v, S& draft) {
@@ -29,16 +50,32 @@ VT_JSON_RECORD(AnnotationDraft)
 
 EditorDocument reopenedDraft(const AnnotationDraft& draft, const EditorDocument& stored,
                              PixelSize capture) {
-  // A picture that was scaled since takes its annotations along, as in the library.
-  ScreenshotEntry entry;
-  putDocument(draft.document, draft.capture(), entry);
-  EditorDocument document = documentOf(entry, capture);
-  const auto has = [](const EditorDocument& in, const Shape& shape) {
-    return std::ranges::find(in.shapes, shape.id, &Shape::id) != in.shapes.end();
-  };
+  EditorDocument document = scaledTo(capture, draft.document, draft.capture());
+  const EditorDocument before = scaledTo(capture, draft.stored, draft.capture());
+  if (document.crop == before.crop) document.crop = stored.crop;
+  if (document.background == before.background) document.background = stored.background;
+  if (document.layers == before.layers && document.canvas == before.canvas) {
+    document.layers = stored.layers;
+    document.canvas = stored.canvas;
+  }
+  // What went from the stored one is gone, unless it covers something or the draft changed it.
+  std::erase_if(document.shapes, [&](const Shape& shape) {
+    const Shape* const was = findShape(before, shape.id);
+    return was != nullptr && *was == shape && shape.type != ShapeType::redact &&
+           findShape(stored, shape.id) == nullptr;
+  });
   for (const Shape& shape : stored.shapes) {
-    const bool isNew = shape.type == ShapeType::redact && !has(draft.stored, shape);
-    if (isNew && !has(document, shape)) document.shapes.push_back(shape);
+    const Shape* const was = findShape(before, shape.id);
+    if (was != nullptr && *was == shape) continue;
+    Shape* const now = findShape(document, shape.id);
+    if (now != nullptr && (was == nullptr || *now == *was)) {
+      *now = shape;
+    } else if (now == nullptr && (was == nullptr || shape.type == ShapeType::redact)) {
+      document.shapes.push_back(shape);
+    } else if (now != nullptr && shape.type == ShapeType::redact && *now != shape) {
+      document.shapes.push_back(shape);
+      document.shapes.back().id = randomID();
+    }
   }
   return document;
 }

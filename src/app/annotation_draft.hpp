@@ -37,8 +37,9 @@ struct AnnotationDraft {
 VT_JSON_RECORD_DECLARATION(AnnotationDraft);
 
 /// The document to go on with when a draft is opened again on what is stored now, for a capture of
-/// `capture` pixels. The draft's, and with it what was covered since in the stored one: nobody who
-/// saves a draft uncovers what was redacted meanwhile.
+/// `capture` pixels: the draft's, with what was changed in the stored one since. Where both changed
+/// the same thing the draft's is taken, but of redactions both are: nobody who saves a draft
+/// uncovers what was covered meanwhile.
 [[nodiscard]] EditorDocument reopenedDraft(const AnnotationDraft& draft,
                                            const EditorDocument& stored, PixelSize capture);
 

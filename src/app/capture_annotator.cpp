@@ -210,7 +210,7 @@ void CaptureAnnotator::store(const std::string& id, const EditorDocument& docume
   const EntryPointer present = services_->library->store().find(id);
   if (!present) return done(std::unexpected(EntryFailure{EntryFailure::Case::left}));
   if (const auto may = checkChange(*present); !may) return done(std::unexpected(may.error()));
-  storeDocument(*services_->library, id, document, capture,
+  storeDocument(*services_->library, id, document, capture, IfUnsaved::keep,
                 lifetime_.guard([done = std::move(done)](Result<EntryPointer, EntryFailure> entry) {
                   if (!entry) return done(std::unexpected(std::move(entry.error())));
                   done(*std::move(entry));

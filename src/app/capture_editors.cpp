@@ -18,11 +18,11 @@
 namespace vantorel {
 namespace {
 
+constexpr const char* draftsTitle = "Unsaved annotations";
 constexpr const char* isBack = "Unsaved changes from last time are back";
 constexpr const char* isBackOverOther =
-    "Unsaved changes from last time are back. The capture was annotated elsewhere since: Undo "
-    "leads "
-    "to that.";
+    "Unsaved changes from last time are back, with what was changed in the capture since. Undo "
+    "leads to what is stored.";
 constexpr const char* cantEditUnread =
     "The capture has annotations that this version of Vantorel can't read. To keep them, it isn't "
     "opened.";
@@ -333,8 +333,10 @@ void CaptureEditors::start(const EditorPointer& editor, Read read) {
         "A newer version of Vantorel has unsaved changes of this capture. They are "
         "kept, and not shown here.";
   }
-  leftOver_.erase(editor->capture->draftKey());
-  if (onDraftsChange) onDraftsChange();
+  if (leftOver_.erase(editor->capture->draftKey()) > 0) {
+    if (leftOver_.empty()) services_.model.alerts.withdraw(draftsTitle);
+    if (onDraftsChange) onDraftsChange();
+  }
   editor->capture->setRead(opened.base, opened.captureScale, std::move(stored));
   editor->draft.reset();
   editor->model->open(std::move(opened));
@@ -495,7 +497,7 @@ void CaptureEditors::tellOfDrafts() {
       for (const AnnotationDraft& draft : drafts) leftOver_.insert(AnnotationDrafts::keyOf(draft));
       if (onDraftsChange) onDraftsChange();
       services_.model.alerts.tell(
-          "Unsaved annotations",
+          draftsTitle,
           fmt::format("{} {} changes that were not saved. Open {} in Annotate to go on.",
                       titlesOf(drafts), drafts.size() == 1 ? "has" : "have",
                       drafts.size() == 1 ? "it" : "them"),

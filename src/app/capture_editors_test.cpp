@@ -107,7 +107,9 @@ TEST_F(CaptureEditorsTest, WhatDidNotLandStaysUnsavedAndIsKept) {
   run->draw(1);
   run->files->changesFail = FailureKind::noSpace;
   EXPECT_FALSE(run->save());
-  EXPECT_THAT(run->notice(), HasSubstr("History couldn't be saved"));
+  EXPECT_THAT(run->notice(),
+              HasSubstr("Your changes couldn't be saved: the disk refuses changes."));
+  EXPECT_THAT(run->store.find("a")->shapes, IsEmpty()) << "they may be discarded yet";
   EXPECT_TRUE(run->model().notice()->isWarning);
   EXPECT_TRUE(run->model().hasUnsavedChanges());
   // Room comes back: the draft lands without anybody touching anything.
@@ -166,15 +168,65 @@ TEST_F(CaptureEditorsTest, ADraftNeverUncoversWhatWasCoveredSince) {
     putDocument(document, {48, 30}, entry);
   }));
   run->openEntry("a");
-  EXPECT_THAT(run->notice(), HasSubstr("Undo leads to that"));
+  EXPECT_THAT(run->notice(), HasSubstr("Undo leads to what is stored"));
   const auto ids = [&] {
     std::vector<std::string> found;
     for (const auto& shape : *run->model().editor().state().shapes) found.push_back(shape->id);
     return found;
   };
-  EXPECT_THAT(ids(), ElementsAre(mixedShape(1).id, "cover"));
+  EXPECT_THAT(ids(), ElementsAre(mixedShape(1).id, "cover", arrow.id));
   run->model().editor().undo();
   EXPECT_THAT(ids(), ElementsAre("cover", arrow.id));
+}
+
+TEST(AnnotationDraftTest, WhatWasCoveredSinceStaysCoveredWhateverTheDraftDid) {
+  const auto redaction = [](const char* id, double right) {
+    Shape shape;
+    shape.id = id;
+    shape.type = ShapeType::redact;
+    shape.x2 = right;
+    shape.y2 = 9;
+    return shape;
+  };
+  const auto covered = [](const EditorDocument& document) {
+    std::vector<double> rights;
+    for (const Shape& shape : document.shapes) {
+      if (shape.type == ShapeType::redact) rights.push_back(shape.x2);
+    }
+    return rights;
+  };
+  constexpr PixelSize size{48, 30};
+  AnnotationDraft draft;
+  draft.width = size.width;
+  draft.height = size.height;
+  draft.stored.shapes = {redaction("r", 10), mixedShape(1)};
+  EditorDocument stored;
+  stored.shapes = {redaction("r", 40)};
+  stored.crop = StoredBox{{0, 0, 20, 20}};
+
+  draft.document.shapes = {redaction("r", 10), mixedShape(1), mixedShape(2)};
+  EditorDocument again = reopenedDraft(draft, stored, size);
+  EXPECT_THAT(covered(again), ElementsAre(40)) << "enlarged meanwhile";
+  EXPECT_EQ(again.shapes.back().id, mixedShape(2).id);
+  EXPECT_EQ(again.shapes.size(), 2U) << "what was deleted meanwhile is gone";
+  EXPECT_EQ(again.crop, stored.crop);
+
+  draft.document.shapes = {redaction("r", 5)};
+  EXPECT_THAT(covered(reopenedDraft(draft, stored, size)), ElementsAre(5, 40));
+  draft.document.shapes = {};
+  EXPECT_THAT(covered(reopenedDraft(draft, stored, size)), ElementsAre(40));
+
+  // What nobody changed meanwhile is the draft's to uncover.
+  stored.shapes = {redaction("r", 10)};
+  EXPECT_THAT(covered(reopenedDraft(draft, stored, size)), ElementsAre());
+  // The other way round, nothing that covered goes by itself.
+  draft.document = draft.stored;
+  stored.shapes = {};
+  EXPECT_THAT(covered(reopenedDraft(draft, stored, size)), ElementsAre(10));
+
+  // A picture of twice the size: the draft's annotations grow with it.
+  stored.shapes = {redaction("r", 20)};
+  EXPECT_THAT(covered(reopenedDraft(draft, stored, {96, 60})), ElementsAre(20));
 }
 
 TEST_F(CaptureEditorsTest, ANewerVersionsDraftIsKept) {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "app/document_storing.hpp"
@@ -23,6 +24,12 @@ Result<std::string> asPNG(const Image& base, const std::string* copied, double s
     if (isPlain) return *copied;
   }
   return codec.encode(base, {.format = ExportFormat::png, .pixelsPerPoint = scale});
+}
+
+/// Nothing of it is made: what did not land was taken back.
+std::string whyNotStored(const EntryFailure& failure) {
+  if (failure.what != EntryFailure::Case::notSaved) return sentence(failure);
+  return fmt::format("Your changes couldn't be saved: {}.", failure.reason);
 }
 
 }  // namespace
@@ -70,8 +77,9 @@ std::string OpenedCapture::title() const {
 }
 
 std::string OpenedCapture::fileStem() const {
-  const Path own = file();
-  return own.empty() ? clipboardTitle : own.stem().string();
+  std::string stem = title();
+  std::ranges::replace(stem, '/', '-');
+  return stem;
 }
 
 std::optional<double> OpenedCapture::capturedAt() const {
@@ -89,10 +97,10 @@ Path OpenedCapture::file() const {
 
 void OpenedCapture::store(const EditorDocument& document, PixelSize capture, Stored done) {
   if (!isInLibrary()) return fileFirst(document, capture, done);
-  storeDocument(services_.library, origin_.entryID, document, capture,
+  storeDocument(services_.library, origin_.entryID, document, capture, IfUnsaved::takeBack,
                 lifetime_.guard([this, document, done = std::move(done)](
                                     const Result<EntryPointer, EntryFailure>& stored) {
-                  if (!stored) return done(std::unexpected(sentence(stored.error())));
+                  if (!stored) return done(std::unexpected(whyNotStored(stored.error())));
                   lastEntry_ = *stored;
                   stored_ = document;
                   done({});

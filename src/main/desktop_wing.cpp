@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -37,18 +38,29 @@ class DesktopAlerts final : public Alerts {
     notifications_.notify(std::move(title), std::move(body));
   }
   void tell(std::string title, std::string body, std::function<void()> shown) override {
-    auto answered = lifetime_.guard([this, title, body, shown = std::move(shown)](bool isTaken) {
-      if (isTaken) return shown();
-      dialogs_.tell(title, body, shown);
-    });
+    const std::uint64_t number = ++last_;
+    told_[title] = number;
+    auto answered =
+        lifetime_.guard([this, number, title, body, shown = std::move(shown)](bool isTaken) {
+          if (isTaken) return shown();
+          // The service may have taken long to say no, and the message may not hold any more.
+          const auto told = told_.find(title);
+          if (told != told_.end() && told->second == number) dialogs_.tell(title, body, shown);
+        });
     notifications_.notify(std::move(title), std::move(body),
                           [main = main_, answered = std::move(answered)](bool isTaken) {
                             main->post([answered, isTaken]() mutable { answered(isTaken); });
                           });
   }
-  void withdraw(std::string title) override { notifications_.withdraw(std::move(title)); }
+  void withdraw(std::string title) override {
+    told_.erase(title);
+    dialogs_.withdraw(title);
+    notifications_.withdraw(std::move(title));
+  }
 
  private:
+  std::uint64_t last_ = 0;
+  std::map<std::string, std::uint64_t> told_;  ///< the last of each title
   Alerts& dialogs_;
   DesktopNotifications& notifications_;
   std::shared_ptr<TaskRunner> main_;

@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QWindow>
 #include <algorithm>
 #include <utility>
@@ -81,8 +82,14 @@ void AlertDialogs::showFirst() {
                                       : static_cast<std::size_t>(pressed - buttons.begin()));
   });
   box_->setAttribute(Qt::WA_ShowWithoutActivating, !alert.takesFocus);
-  // Over the window whose doing it asks about.
-  if (const QWidget* const asking = QApplication::activeWindow()) {
+  if (!alert.takesFocus) {
+    // What nobody asked for lies over nothing that somebody is about to answer.
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    const QSize size = box_->sizeHint();
+    box_->move(screen.right() - size.width() - tokens::space24,
+               screen.bottom() - size.height() - tokens::space48);
+  } else if (const QWidget* const asking = QApplication::activeWindow()) {
+    // Over the window whose doing it asks about.
     box_->winId();
     box_->windowHandle()->setTransientParent(asking->windowHandle());
     const QSize size = box_->sizeHint();
@@ -125,13 +132,19 @@ void AlertDialogs::notify(std::string title, std::string body) {
 }
 
 /// The title of all of them is the program's.
-void AlertDialogs::tell(std::string, std::string body, std::function<void()> shown) {
-  ask({.style = Alert::Style::warning,
-       .message = std::move(body),
-       .buttons = {{"OK", true, true}},
-       .takesFocus = false},
-      [](std::size_t) {});
+void AlertDialogs::tell(std::string title, std::string body, std::function<void()> shown) {
+  withdraw(title);
+  told_[title] = ask({.style = Alert::Style::warning,
+                      .message = std::move(body),
+                      .buttons = {{"OK", true, true}},
+                      .takesFocus = false},
+                     [](std::size_t) {});
   shown();
+}
+
+void AlertDialogs::withdraw(std::string title) {
+  const auto told = told_.extract(title);
+  if (!told.empty()) dismiss(told.mapped());
 }
 
 }  // namespace vantorel

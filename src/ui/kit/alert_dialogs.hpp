@@ -1,7 +1,9 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <memory>
+#include <string>
 
 #include "platform/alerts.hpp"
 
@@ -23,7 +25,7 @@ class AlertDialogs : public Alerts {
   [[nodiscard]] bool isModalDialogUp() const override { return !waiting_.empty(); }
   void notify(std::string title, std::string body) override;
   void tell(std::string title, std::string body, std::function<void()> shown) override;
-  void withdraw(std::string) override {}
+  void withdraw(std::string title) override;
 
  private:
   struct Waiting {
@@ -36,7 +38,8 @@ class AlertDialogs : public Alerts {
   void answered(std::size_t button);
 
   AlertID last_ = 0;
-  std::deque<Waiting> waiting_;  ///< the first one is shown
+  std::map<std::string, AlertID> told_;  ///< the last of each title
+  std::deque<Waiting> waiting_;          ///< the first one is shown
   struct DeleteLater {
     void operator()(QMessageBox* box) const;
   };
