@@ -6,48 +6,72 @@ namespace vantorel {
 namespace {
 
 constexpr std::size_t mostAreas = 64;
-constexpr int tileSide = 128;
 
 double areaOf(const PixelRect& rect) { return double(rect.width) * rect.height; }
 
-/// The tiles that the areas touch, as stretches of a row, one over the other where they can be.
-std::vector<PixelRect> tilesOf(const std::vector<PixelRect>& areas, PixelSize size) {
-  const int columns = (size.width + tileSide - 1) / tileSide;
-  const int rows = (size.height + tileSide - 1) / tileSide;
-  std::vector<bool> isTouched(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
-  const auto tile = [columns](int column, int row) {
+struct Tiling {
+  explicit Tiling(PixelSize picture)
+      : size(picture),
+        columns((picture.width + tileSide - 1) / tileSide),
+        rows((picture.height + tileSide - 1) / tileSide) {}
+
+  [[nodiscard]] std::size_t count() const {
+    return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
+  }
+  [[nodiscard]] std::size_t place(int column, int row) const {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
            static_cast<std::size_t>(column);
-  };
-  const PixelRect all{0, 0, size.width, size.height};
-  for (const PixelRect& area : areas) {
-    const PixelRect part = intersection(area, all);
-    if (part.isEmpty()) continue;
+  }
+
+  /// Calls `visit` with the place of each tile that `area` touches.
+  template <class Visit>
+  void forEach(const PixelRect& area, Visit visit) const {
+    const PixelRect part = intersection(area, {0, 0, size.width, size.height});
+    if (part.isEmpty()) return;
     for (int row = part.y / tileSide; row <= (part.bottom() - 1) / tileSide; ++row) {
       for (int column = part.x / tileSide; column <= (part.right() - 1) / tileSide; ++column) {
-        isTouched[tile(column, row)] = true;
+        visit(place(column, row));
       }
     }
   }
-  std::vector<PixelRect> stretches;
-  for (int row = 0; row < rows; ++row) {
-    for (int column = 0; column < columns; ++column) {
-      if (!isTouched[tile(column, row)]) continue;
-      const int first = column;
-      while (column < columns && isTouched[tile(column, row)]) ++column;
-      const PixelRect stretch = intersection(
-          {first * tileSide, row * tileSide, (column - first) * tileSide, tileSide}, all);
-      const auto above = std::ranges::find_if(stretches, [&](const PixelRect& other) {
-        return other.bottom() == stretch.y && other.x == stretch.x && other.width == stretch.width;
-      });
-      if (above == stretches.end()) {
-        stretches.push_back(stretch);
-      } else {
-        above->height += stretch.height;
+
+  /// Tiles as stretches of a row, one over the other where they can be.
+  [[nodiscard]] std::vector<PixelRect> stretchesOf(const std::vector<bool>& isMeant) const {
+    std::vector<PixelRect> stretches;
+    for (int row = 0; row < rows; ++row) {
+      for (int column = 0; column < columns; ++column) {
+        if (!isMeant[place(column, row)]) continue;
+        const int first = column;
+        while (column < columns && isMeant[place(column, row)]) ++column;
+        const PixelRect stretch =
+            intersection({first * tileSide, row * tileSide, (column - first) * tileSide, tileSide},
+                         {0, 0, size.width, size.height});
+        const auto above = std::ranges::find_if(stretches, [&](const PixelRect& other) {
+          return other.bottom() == stretch.y && other.x == stretch.x &&
+                 other.width == stretch.width;
+        });
+        if (above == stretches.end()) {
+          stretches.push_back(stretch);
+        } else {
+          above->height += stretch.height;
+        }
       }
     }
+    return stretches;
   }
-  return stretches;
+
+  PixelSize size;
+  int columns;
+  int rows;
+};
+
+std::vector<PixelRect> tilesOf(const std::vector<PixelRect>& areas, PixelSize size) {
+  const Tiling tiling(size);
+  std::vector<bool> isTouched(tiling.count());
+  for (const PixelRect& area : areas) {
+    tiling.forEach(area, [&](std::size_t tile) { isTouched[tile] = true; });
+  }
+  return tiling.stretchesOf(isTouched);
 }
 
 }  // namespace
@@ -82,6 +106,19 @@ std::vector<PixelRect> joined(std::vector<PixelRect> areas, PixelSize size) {
     }
   }
   return areas;
+}
+
+std::size_t tileCount(PixelSize size) { return Tiling(size).count(); }
+
+std::vector<PixelRect> missingTiles(std::vector<bool>& isThere, const PixelRect& area,
+                                    PixelSize size) {
+  const Tiling tiling(size);
+  std::vector<bool> isMissing(tiling.count());
+  tiling.forEach(area, [&](std::size_t tile) {
+    isMissing[tile] = !isThere[tile];
+    isThere[tile] = true;
+  });
+  return tiling.stretchesOf(isMissing);
 }
 
 std::vector<bool> longestAscent(const std::vector<std::size_t>& numbers) {

@@ -18,6 +18,7 @@ namespace vantorel {
 namespace {
 
 constexpr double mostScratch = 16e6;  // bytes
+constexpr double mostBelow = 24e6;
 
 double areaOf(const PixelRect& rect) { return double(rect.width) * rect.height; }
 
@@ -121,6 +122,9 @@ SceneCanvas::Changes SceneCanvas::takeOver(const ShapeList& shapes) {
     note(*marks_[place]);
     noteSet(*marks_[place]);
   }
+  changes.lowest = front;
+  changes.isOne = oldEnd == front + 1 && newEnd == front + 1 && old.empty() &&
+                  !marks_[front]->cover && !middle.front()->cover;
   const std::vector<bool> stays = longestAscent(old);
   for (std::size_t i = 0; i < old.size(); ++i) {
     if (stays[i]) continue;
@@ -164,12 +168,13 @@ void SceneCanvas::adaptHighlights(Changes& changes) {
 
 /// What has to be drawn for areas that changed. A redaction looks different where something at its
 /// rim changed; that changes no other redaction, as none looks at what another one covers.
-std::vector<SceneCanvas::Patch> SceneCanvas::patchesFor(const std::vector<PixelRect>& areas) const {
+std::vector<SceneCanvas::Patch> SceneCanvas::patchesFor(const std::vector<PixelRect>& areas,
+                                                        std::size_t lowest) const {
   std::vector<Patch> patches;
   patches.reserve(areas.size());
   for (const PixelRect& area : areas) patches.push_back({area, area, {}});
   const PixelRect all{0, 0, size().width, size().height};
-  for (std::size_t i = 0; i < marks_.size(); ++i) {
+  for (std::size_t i = lowest; i < marks_.size(); ++i) {
     const Cover* const cover = marks_[i]->cover.get();
     if (cover == nullptr || cover->redaction.area.isEmpty() ||
         cover->redaction.style == RedactStyle::solidBox) {
@@ -223,6 +228,8 @@ std::vector<PixelRect> SceneCanvas::patchGround(const Image& patch, int x, int y
   if (!area.isEmpty()) {
     changes.areas.push_back(area);
     changes.ground.push_back(area);
+    changes.lowest = 0;
+    changes.isOne = false;
   }
   return draw(std::move(changes));
 }
@@ -230,17 +237,25 @@ std::vector<PixelRect> SceneCanvas::patchGround(const Image& patch, int x, int y
 std::vector<PixelRect> SceneCanvas::draw(Changes changes) {
   if (changes.areas.empty() && changes.redacted.empty() && isDrawn_) return {};
   adaptHighlights(changes);
+  followLifted(changes);
+  // Where redactions came or went, all others may see more or less.
+  const std::size_t lowest = changes.redacted.empty() ? changes.lowest : 0;
   const PixelRect all{0, 0, size().width, size().height};
   std::vector<std::size_t> stale;
   std::vector<PixelRect> areas;
   if (!isDrawn_) {
     isDrawn_ = true;
     areas = {all};
-    drawOn(pixels_.get(), patchesFor(areas).front(), stale);
+    drawOn(pixels_.get(), patchesFor(areas, lowest).front(), stale);
   } else {
     areas = joined(std::move(changes.areas), size());
-    for (const Patch& patch : patchesFor(areas)) {
-      drawOn(scratch(), patch, stale);
+    for (const Patch& patch : patchesFor(areas, lowest)) {
+      if (below_) {
+        copyBelow(patch.drawn);
+        drawMarks(scratch(), patch, below_->mark, marks_.size(), stale);
+      } else {
+        drawOn(scratch(), patch, stale);
+      }
       copyBack(patch.area);
     }
   }
@@ -272,26 +287,72 @@ void SceneCanvas::copyGround(std::uint8_t* pixels, const PixelRect& area) const 
   }
 }
 
-/// Draws what is seen of the scene in a patch, and spoils some of `pixels` around it. A shape is
-/// cut between rows alone and a row away from the patch: the drawing library reckons the coverage
-/// of the first and the last row of what it cuts differently, and cuts outlines at the sides
-/// inexactly. Adds the redactions to `stale` that look different now, and whose area is not all in
-/// the patch.
+/// Whether the mark that changes is the one that did before, so that keeping what lies below it
+/// pays.
+void SceneCanvas::followLifted(const Changes& changes) {
+  double pixels = 0;
+  for (const PixelRect& area : changes.areas) pixels += areaOf(area);
+  if (!changes.isOne || changes.areas.empty() || pixels * 4 > mostBelow / 2) {
+    lifted_.reset();
+    below_.reset();
+  } else if (below_ && double(std::ranges::count(below_->isThere, true)) * tileBytes > mostBelow) {
+    below_.reset();
+  } else if (lifted_ != changes.lowest) {
+    lifted_ = changes.lowest;
+    below_.reset();
+  } else if (!below_ && *lifted_ > 0) {
+    std::unique_ptr<std::uint8_t, void (*)(void*)> kept(
+        static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size().height), stride())),
+        std::free);
+    if (kept) below_.emplace(*lifted_, std::move(kept), std::vector<bool>(tileCount(size())));
+  }
+}
+
+/// Brings what lies below the lifted mark to the scratch, and draws first what is not there yet.
+void SceneCanvas::copyBelow(const PixelRect& area) {
+  std::vector<std::size_t> none;
+  for (const PixelRect& part : missingTiles(below_->isThere, area, size())) {
+    copyGround(scratch(), part);
+    drawMarks(scratch(), {part, part, {}}, 0, below_->mark, none);
+    copyRows(scratch(), below_->pixels.get(), part);
+  }
+  copyRows(below_->pixels.get(), scratch(), area);
+}
+
+void SceneCanvas::copyRows(const std::uint8_t* from, std::uint8_t* to,
+                           const PixelRect& area) const {
+  const std::size_t first = static_cast<std::size_t>(area.x) * 4;
+  for (int y = area.y; y < area.bottom(); ++y) {
+    const std::size_t start = static_cast<std::size_t>(y) * stride() + first;
+    std::memcpy(to + start, from + start, static_cast<std::size_t>(area.width) * 4);
+  }
+}
+
+/// Draws what is seen of the scene in a patch, and spoils some of `pixels` around it.
 void SceneCanvas::drawOn(std::uint8_t* pixels, const Patch& patch,
                          std::vector<std::size_t>& stale) {
-  const PixelRect& area = patch.drawn;
   std::size_t first = 0;
   if (patch.samples.empty()) {
     // Below a redaction that covers all of it there is nothing to be seen.
     for (std::size_t i = marks_.size(); i-- > 0 && first == 0;) {
-      if (marks_[i]->cover && holds(bounds_[i], area)) first = i;
+      if (marks_[i]->cover && holds(bounds_[i], patch.drawn)) first = i;
     }
   }
-  if (first == 0) copyGround(pixels, area);
+  if (first == 0) copyGround(pixels, patch.drawn);
+  drawMarks(pixels, patch, first, marks_.size(), stale);
+}
+
+/// Draws marks in a patch, over what is there. A shape is cut between rows alone and a row away
+/// from the patch: the drawing library reckons the coverage of the first and the last row of what
+/// it cuts differently, and cuts outlines at the sides inexactly. Adds the redactions to `stale`
+/// that look different now, and whose area is not all in the patch.
+void SceneCanvas::drawMarks(std::uint8_t* pixels, const Patch& patch, std::size_t from,
+                            std::size_t to, std::vector<std::size_t>& stale) {
+  const PixelRect& area = patch.drawn;
   TiledSurface surface(pixels, stride(), size());
   const PixelRect rows{0, area.y - 1, size().width, area.height + 2};
   auto sample = patch.samples.begin();
-  for (std::size_t i = first; i < marks_.size(); ++i) {
+  for (std::size_t i = from; i < to; ++i) {
     const bool isSampled = sample != patch.samples.end() && sample->mark == i;
     if (!isSampled && !meet(bounds_[i], area)) continue;
     Cover* const cover = marks_[i]->cover.get();
@@ -324,12 +385,7 @@ std::uint8_t* SceneCanvas::scratch() {
 
 void SceneCanvas::copyBack(const PixelRect& area) {
   scratchUsed_ += areaOf(area) * 4;
-  const std::size_t first = static_cast<std::size_t>(area.x) * 4;
-  for (int y = area.y; y < area.bottom(); ++y) {
-    const std::size_t start = static_cast<std::size_t>(y) * stride() + first;
-    std::memcpy(pixels_.get() + start, scratch_.get() + start,
-                static_cast<std::size_t>(area.width) * 4);
-  }
+  copyRows(scratch_.get(), pixels_.get(), area);
 }
 
 Image SceneCanvas::finish() && {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/scene_view.hpp"
@@ -58,6 +59,15 @@ class SceneCanvas final : public SceneView {
     std::vector<PixelRect> areas;
     std::vector<PixelRect> redacted;  // where redactions came or went
     std::vector<PixelRect> ground;    // what lies below all of them is another
+    std::size_t lowest = 0;           // of the marks that are others, or in another place
+    bool isOne = false;               // that mark alone is another, and none of both redacts
+  };
+  /// What lies below a mark that changes again and again, as one being dragged does: it need not be
+  /// drawn each time. In tiles, as far as it was needed.
+  struct Below {
+    std::size_t mark = 0;
+    std::unique_ptr<std::uint8_t, void (*)(void*)> pixels;
+    std::vector<bool> isThere;
   };
 
   [[nodiscard]] std::shared_ptr<Mark> markOf(const std::shared_ptr<const Shape>& shape) const;
@@ -65,17 +75,25 @@ class SceneCanvas final : public SceneView {
   Changes takeOver(const ShapeList& shapes);
   std::vector<PixelRect> draw(Changes changes);
   void adaptHighlights(Changes& changes);
-  [[nodiscard]] std::vector<Patch> patchesFor(const std::vector<PixelRect>& areas) const;
+  [[nodiscard]] std::vector<Patch> patchesFor(const std::vector<PixelRect>& areas,
+                                              std::size_t lowest) const;
   void drawOn(std::uint8_t* pixels, const Patch& patch, std::vector<std::size_t>& stale);
+  void drawMarks(std::uint8_t* pixels, const Patch& patch, std::size_t from, std::size_t to,
+                 std::vector<std::size_t>& stale);
+  void followLifted(const Changes& changes);
+  void copyBelow(const PixelRect& area);
   void copyGround(std::uint8_t* pixels, const PixelRect& area) const;
   void copyBack(const PixelRect& area);
+  void copyRows(const std::uint8_t* from, std::uint8_t* to, const PixelRect& area) const;
   [[nodiscard]] std::uint8_t* scratch();
 
   SceneGround ground_;
   std::shared_ptr<std::uint8_t> ownGround_;  // the pixels of `ground_`, once it was patched
   std::shared_ptr<std::uint8_t> pixels_;
   std::unique_ptr<std::uint8_t, void (*)(void*)> scratch_;  // as large as the picture, once needed
-  double scratchUsed_ = 0;  // bytes, at most
+  double scratchUsed_ = 0;                                  // bytes, at most
+  std::optional<std::size_t> lifted_;                       // the mark that alone changed last
+  std::optional<Below> below_;                              // of that one, when it changed before
   bool isDrawn_ = false;
   Marks marks_;
   std::vector<PixelRect> bounds_;      // of `marks_`

@@ -51,6 +51,9 @@ class RandomShapes {
     return moved(shape);
   }
 
+  Shape nudged(const Shape& shape) {
+    return mapped(shape, {1, 1, between(-20, 20), between(-20, 20)});
+  }
   Shape moved(const Shape& shape) {
     return mapped(shape,
                   {between(0.4, 1.4), between(0.4, 1.4), between(-60, 60), between(-60, 60)});
@@ -84,11 +87,19 @@ TEST(SceneCanvasTest, FollowingChangesGivesThePictureDrawnAtOnceToTheLastBit) {
     for (int round = 0; round < 24; ++round, ++changes) {
       const std::size_t i = random.below(shapes.size());
       const auto place = shapes.begin() + static_cast<std::ptrdiff_t>(i);
-      switch (random.below(5)) {
+      // Often the same one again, as somebody does who drags it.
+      if (random.below(3) == 0) {
+        for (int step = 0; step < 4; ++step) {
+          shapes[i] = random.nudged(shapes[i]);
+          followed.show(shared(shapes));
+        }
+      }
+      switch (random.below(6)) {
         case 0: shapes.erase(place); break;
         case 1: shapes.insert(place, random.next()); break;
         case 2: std::swap(shapes[i], shapes.back()); break;
         case 3: shapes[i].color = "#007aff"; break;
+        case 4: shapes[i] = random.nudged(shapes[i]); break;
         default: shapes[i] = random.moved(shapes[i]);
       }
       for (const PixelRect& area : followed.show(shared(shapes)))
