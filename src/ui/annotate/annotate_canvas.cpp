@@ -18,6 +18,7 @@
 #include "editor/canvas_scene.hpp"
 #include "ui/annotate/canvas_accessible.hpp"
 #include "ui/annotate/sample_loupe.hpp"
+#include "ui/kit/busy_ring.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/kit/tokens.hpp"
@@ -45,7 +46,7 @@ QImage partOf(const CanvasScene::Picture& picture, const QRect& part) {
 }  // namespace
 
 AnnotateCanvas::AnnotateCanvas(std::shared_ptr<AnnotateModel> model, QWidget* parent)
-    : QWidget(parent), model_(std::move(model)) {
+    : QWidget(parent), model_(std::move(model)), loading_(new BusyRing(this)) {
   installCanvasAccessibility();
   setObjectName(QStringLiteral("canvas"));
   setAccessibleName(QStringLiteral("Canvas"));
@@ -55,6 +56,8 @@ AnnotateCanvas::AnnotateCanvas(std::shared_ptr<AnnotateModel> model, QWidget* pa
   setMouseTracking(true);
   setAcceptDrops(true);
   setMinimumSize(160, 120);
+  loading_->setAttribute(Qt::WA_TransparentForMouseEvents);
+  loading_->setBusy(true);
   layOut();
   takeContent();
 }
@@ -79,6 +82,7 @@ void AnnotateCanvas::takeContent() {
         hasPixels_ ? Pt{origin.x - captureOrigin_.x, origin.y - captureOrigin_.y} : Pt{};
     captureOrigin_ = origin;
     hasPixels_ = true;
+    loading_->hide();
     return view_.setContent(content_, shift);
   }
   PixelSize size = model_->pictureSize();
@@ -104,6 +108,7 @@ void AnnotateCanvas::refresh() {
     takeContent();
     update();
   }
+  loading_->setVisible(!hasPixels_ && model_->stage() != AnnotateModel::Stage::failed);
   if (onHint) onHint();
 }
 
@@ -459,6 +464,9 @@ void AnnotateCanvas::paintEvent(QPaintEvent* event) {
 }
 
 void AnnotateCanvas::resizeEvent(QResizeEvent*) {
+  QRect ring(QPoint(), loading_->sizeHint());
+  ring.moveCenter(rect().center());
+  loading_->setGeometry(ring);
   layOut();
   viewMoved();
 }

@@ -21,6 +21,8 @@ class QTextFormat;
 
 namespace vantorel {
 
+class BusyRing;
+
 /// The picture that is annotated, with hands on it. It paints pixels that are there already, and
 /// only where something changed; what pointer, keys and input methods mean is the model's. Lives on
 /// the main thread.
@@ -133,6 +135,7 @@ class AnnotateCanvas : public QWidget {
   void announceSelection();
 
   std::shared_ptr<AnnotateModel> model_;
+  BusyRing* loading_;
   CanvasViewport view_;
   Box content_;  // the part of the canvas that is shown
   CanvasOverlay overlay_;

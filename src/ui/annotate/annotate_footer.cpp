@@ -93,7 +93,7 @@ AnnotateFooter::AnnotateFooter(QWidget* parent)
   zoom_->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("3200 %")) +
                          tokens::space24);
   auto* const row = new QHBoxLayout(this);
-  row->setContentsMargins(tokens::space16, 0, tokens::space8, 0);
+  row->setContentsMargins(tokens::space12, 0, tokens::space12, 0);
   row->setSpacing(tokens::space4);
   row->addWidget(line_, 1);
   row->addSpacing(tokens::space12);

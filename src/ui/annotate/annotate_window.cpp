@@ -5,6 +5,7 @@
 #include <QFileDialog>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QPainter>
 #include <QPointer>
 #include <QScreen>
 #include <QShortcut>
@@ -28,6 +29,7 @@
 #include "ui/annotate/tool_rail.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/message_band.hpp"
+#include "ui/kit/palette_roles.hpp"
 #include "ui/kit/picture_save_dialog.hpp"
 
 namespace vantorel {
@@ -35,8 +37,32 @@ namespace {
 
 constexpr QSize leastWindow{720, 480};
 constexpr QSize unknownPicture{960, 600};
-constexpr int inspectorWidth = AnnotateInspector::usualWidth;
+constexpr int inspectorWidth = AnnotateInspector::usualWidth + 1;  // with the line beside it
 constexpr int inspectorDrawerBelow = 900;
+
+/// The inspector on its own ground: as a drawer it lies over the canvas.
+class InspectorPane : public QWidget {
+ public:
+  explicit InspectorPane(QWidget* parent) : QWidget(parent) {}
+
+  void hold(QWidget* inspector) { inspector_ = inspector; }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    const PaletteRoles roles = rolesOf(palette());
+    QPainter painter(this);
+    painter.fillRect(rect(), roles.window);
+    painter.fillRect(isMirrored() ? width() - 1 : 0, 0, 1, height(), roles.line);
+  }
+  void resizeEvent(QResizeEvent*) override {
+    inspector_->setGeometry(isMirrored() ? 0 : 1, 0, width() - 1, height());
+  }
+
+ private:
+  [[nodiscard]] bool isMirrored() const { return layoutDirection() == Qt::RightToLeft; }
+
+  QWidget* inspector_ = nullptr;
+};
 
 QString asWords(const std::string& text) { return QString::fromStdString(text); }
 
@@ -74,8 +100,10 @@ AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::functi
       blank_(new AnnotateBlank(content_)),
       band_(new MessageBand(content_)),
       footer_(new AnnotateFooter(content_)),
-      inspector_(new AnnotateInspector(model_, content_)),
+      pane_(new InspectorPane(content_)),
+      inspector_(new AnnotateInspector(model_, pane_)),
       capsule_(new CropCapsule(model_, canvas_)) {
+  static_cast<InspectorPane*>(pane_)->hold(inspector_);
   content_->installEventFilter(this);
   setContent(content_);
   band_->hide();
@@ -250,11 +278,11 @@ void AnnotateWindow::arrange() {
   canvas_->setGeometry(picture);
   blank_->setGeometry(picture);
   footer_->setGeometry(0, top + height, width, bottom);
-  inspector_->setVisible(isShown);
+  pane_->setVisible(isShown);
   const int shown =
       isNarrow() ? static_cast<int>(std::lround(inspectorWidth * drawer_.part())) : inspectorWidth;
-  inspector_->setGeometry(placed({width - shown, top, inspectorWidth, height}));
-  if (isShown && isNarrow()) inspector_->raise();
+  pane_->setGeometry(placed({width - shown, top, inspectorWidth, height}));
+  if (isShown && isNarrow()) pane_->raise();
   bar_->setInspectorShown(isNarrow() ? isDrawerOpen_ : isInspectorWanted_);
   if (!band_->isHidden()) {
     const int words = band_->hasHeightForWidth() ? band_->heightForWidth(picture.width())
@@ -307,7 +335,7 @@ void AnnotateWindow::leave() {
 }
 
 void AnnotateWindow::nextPane(bool isBack) {
-  const std::array<QWidget*, 5> panes{bar_, rail_, canvas_, inspector_, footer_};
+  const std::array<QWidget*, 5> panes{bar_, rail_, canvas_, pane_, footer_};
   const QWidget* const focus = QApplication::focusWidget();
   std::size_t at = 2;
   for (std::size_t i = 0; i < panes.size(); ++i) {

@@ -72,6 +72,7 @@ class AnnotateWindow : public WindowFrame {
   AnnotateBlank* blank_;
   MessageBand* band_;
   AnnotateFooter* footer_;
+  QWidget* pane_;
   AnnotateInspector* inspector_;
   CropCapsule* capsule_;
   bool isInspectorWanted_ = true;
