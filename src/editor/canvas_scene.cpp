@@ -269,8 +269,10 @@ void CanvasScene::drawFirst() {
       },
       drawing_.guard([this, part = asked_->part](Drawn drawn) {
         isDrawingFirst_ = false;
+        hasNoMemory_ = !drawn.view;
         if (drawn.view) install(std::move(drawn), part);
         update();
+        if (hasNoMemory_) announce({});
       }));
 }
 
@@ -330,6 +332,12 @@ void CanvasScene::announce(const Change& change) {
     }
   }
   observers_.notify(change);
+}
+
+LayersReport CanvasScene::report() const {
+  LayersReport report = builds_.report();
+  if (hasNoMemory_) report.state = LayerBuildState::failed;
+  return report;
 }
 
 Image CanvasScene::viewed() const { return borrowed(*view_, isOpaque_); }

@@ -71,7 +71,7 @@ class CanvasScene {
   [[nodiscard]] Image loupe(Pt canvas, int side) const;
 
   /// What is known of the layers, for the export's gate and the list of layers.
-  [[nodiscard]] LayersReport report() const { return builds_.report(); }
+  [[nodiscard]] LayersReport report() const;
 
  private:
   /// What a build of the layers follows from.
@@ -114,6 +114,7 @@ class CanvasScene {
   std::optional<Wanted> asked_;  // of the newest build
   LayerBuilds builds_;
   bool isDrawingFirst_ = false;
+  bool hasNoMemory_ = false;  // for a view of the newest build
   bool isPatching_ = false;
   bool isPatched_ = false;  // the view's ground was, and is not what a whole build gives
   std::unique_ptr<SceneView> view_;

@@ -261,7 +261,10 @@ std::vector<PixelRect> SceneCanvas::draw(Changes changes) {
   }
   std::vector<PixelRect> again;
   for (const std::size_t mark : stale) again.push_back(bounds_[mark]);
-  for (const PixelRect& area : joined(std::move(again), size())) {
+  // Each for itself shows nothing of what it covers; together, what lies above is drawn once.
+  std::vector<PixelRect> together = joined(again, size());
+  if (marksIn(together) < marksIn(again)) again = std::move(together);
+  for (const PixelRect& area : again) {
     drawOn(scratch(), {area, area, {}}, stale);
     copyBack(area);
     areas.push_back(area);
@@ -328,16 +331,29 @@ void SceneCanvas::copyRows(const std::uint8_t* from, std::uint8_t* to,
   }
 }
 
+/// The redaction below which nothing is seen of an area, or the lowest mark.
+std::size_t SceneCanvas::lowestIn(const PixelRect& area) const {
+  for (std::size_t i = marks_.size(); i-- > 0;) {
+    if (marks_[i]->cover && holds(bounds_[i], area)) return i;
+  }
+  return 0;
+}
+
+/// How many marks have to be drawn for these areas.
+std::size_t SceneCanvas::marksIn(const std::vector<PixelRect>& areas) const {
+  std::size_t count = 0;
+  for (const PixelRect& area : areas) {
+    for (std::size_t i = lowestIn(area); i < marks_.size(); ++i) {
+      if (meet(bounds_[i], area)) ++count;
+    }
+  }
+  return count;
+}
+
 /// Draws what is seen of the scene in a patch, and spoils some of `pixels` around it.
 void SceneCanvas::drawOn(std::uint8_t* pixels, const Patch& patch,
                          std::vector<std::size_t>& stale) {
-  std::size_t first = 0;
-  if (patch.samples.empty()) {
-    // Below a redaction that covers all of it there is nothing to be seen.
-    for (std::size_t i = marks_.size(); i-- > 0 && first == 0;) {
-      if (marks_[i]->cover && holds(bounds_[i], patch.drawn)) first = i;
-    }
-  }
+  const std::size_t first = patch.samples.empty() ? lowestIn(patch.drawn) : 0;
   if (first == 0) copyGround(pixels, patch.drawn);
   drawMarks(pixels, patch, first, marks_.size(), stale);
 }

@@ -77,6 +77,8 @@ class SceneCanvas final : public SceneView {
   void adaptHighlights(Changes& changes);
   [[nodiscard]] std::vector<Patch> patchesFor(const std::vector<PixelRect>& areas,
                                               std::size_t lowest) const;
+  [[nodiscard]] std::size_t lowestIn(const PixelRect& area) const;
+  [[nodiscard]] std::size_t marksIn(const std::vector<PixelRect>& areas) const;
   void drawOn(std::uint8_t* pixels, const Patch& patch, std::vector<std::size_t>& stale);
   void drawMarks(std::uint8_t* pixels, const Patch& patch, std::size_t from, std::size_t to,
                  std::vector<std::size_t>& stale);
