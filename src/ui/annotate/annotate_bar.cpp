@@ -236,15 +236,15 @@ bool AnnotateBar::eventFilter(QObject* object, QEvent* event) {
 
 /// The picture is made first; whoever has let go by then wanted no drag.
 void AnnotateBar::dragOut() {
-  model_->prepareDrag([self = QPointer<AnnotateBar>(this)](AnnotateModel::Dragged dragged) {
+  model_->prepareDrag([self = QPointer<AnnotateBar>(this)](const AnnotateModel::Dragged& dragged) {
     if (self == nullptr || !self->isDragAsked_ || QApplication::mouseButtons() == Qt::NoButton) {
       return;
     }
-    self->startDrag(std::move(dragged));
+    self->startDrag(dragged);
   });
 }
 
-void AnnotateBar::startDrag(AnnotateModel::Dragged dragged) {
+void AnnotateBar::startDrag(const AnnotateModel::Dragged& dragged) {
   auto* const mime = new QMimeData;
   if (!dragged.file.empty()) {
     mime->setUrls({QUrl::fromLocalFile(QFile::decodeName(dragged.file.c_str()))});

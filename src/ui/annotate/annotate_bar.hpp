@@ -47,7 +47,7 @@ class AnnotateBar : public QWidget {
   void showHistory();
   void fillFormats();
   void dragOut();
-  void startDrag(AnnotateModel::Dragged dragged);
+  void startDrag(const AnnotateModel::Dragged& dragged);
 
   std::shared_ptr<AnnotateModel> model_;
   QToolButton* undo_;

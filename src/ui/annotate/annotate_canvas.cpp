@@ -27,8 +27,9 @@ namespace vantorel {
 namespace {
 
 constexpr int canvasMargin = tokens::space32;
-constexpr double gridFrom = 8;    // zoom
-constexpr double pixelsFrom = 2;  // from this zoom on pixels are squares
+constexpr double leastOpened = 0.25;  // zoom
+constexpr double gridFrom = 8;        // zoom
+constexpr double pixelsFrom = 2;      // from this zoom on pixels are squares
 
 QPointF asPoint(Pt at) { return {at.x, at.y}; }
 
@@ -71,6 +72,20 @@ void AnnotateCanvas::layOut() {
   const PixelSize device{static_cast<int>(std::lround(width() * ratio_)),
                          static_cast<int>(std::lround(height() * ratio_))};
   view_.setView(device, canvasMargin * ratio_);
+  if (isAsOpened_) showFirst();
+}
+
+/// All of it; of what is so long that nothing could be made out, the beginning.
+void AnnotateCanvas::showFirst() {
+  view_.fit();
+  if (view_.zoom() >= leastOpened) return;
+  const bool isTall = content_.h > content_.w;
+  const double across = (isTall ? width() : height()) * ratio_ - 2 * canvasMargin * ratio_;
+  const double zoom = std::min(1.0, across / (isTall ? content_.w : content_.h));
+  if (zoom < view_.zoom() * 2) return;
+  const Pt spot = view_.toView(isTall ? Pt{content_.x + content_.w / 2, content_.y}
+                                      : Pt{content_.x, content_.y + content_.h / 2});
+  view_.setZoom(zoom, spot);
 }
 
 /// What is shown lies where the pixels say, or, before they are there, where they will.
@@ -83,12 +98,15 @@ void AnnotateCanvas::takeContent() {
     captureOrigin_ = origin;
     hasPixels_ = true;
     loading_->hide();
-    return view_.setContent(content_, shift);
+    view_.setContent(content_, shift);
+    if (isAsOpened_) showFirst();
+    return;
   }
   PixelSize size = model_->pictureSize();
   if (size.width <= 0 || size.height <= 0) size = model_->preview().size();
   content_ = {0, 0, double(std::max(1, size.width)), double(std::max(1, size.height))};
   view_.setContent(content_);
+  if (isAsOpened_) showFirst();
 }
 
 void AnnotateCanvas::refresh() {
@@ -138,6 +156,7 @@ void AnnotateCanvas::viewMoved() {
 }
 
 void AnnotateCanvas::fit() {
+  isAsOpened_ = false;
   view_.fit();
   viewMoved();
 }
@@ -145,11 +164,13 @@ void AnnotateCanvas::fit() {
 void AnnotateCanvas::setZoom(double zoom) { zoomTo(zoom, QPointF(width(), height()) * ratio_ / 2); }
 
 void AnnotateCanvas::zoomIn() {
+  isAsOpened_ = false;
   view_.zoomIn({width() * ratio_ / 2, height() * ratio_ / 2});
   viewMoved();
 }
 
 void AnnotateCanvas::zoomOut() {
+  isAsOpened_ = false;
   view_.zoomOut({width() * ratio_ / 2, height() * ratio_ / 2});
   viewMoved();
 }
@@ -508,6 +529,9 @@ void AnnotateCanvas::announceSelection() {
 
 void AnnotateCanvas::dragEnterEvent(QDragEnterEvent* event) {
   if (!isReady() || !event->mimeData()->hasUrls()) return event->ignore();
+  // What is dragged out of this window is this picture.
+  const auto* const from = qobject_cast<QWidget*>(event->source());
+  if (from != nullptr && from->window() == window()) return event->ignore();
   const QList<QUrl> urls = event->mimeData()->urls();
   if (std::ranges::none_of(urls, &QUrl::isLocalFile)) return event->ignore();
   event->setDropAction(Qt::CopyAction);

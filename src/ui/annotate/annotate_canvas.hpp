@@ -110,6 +110,7 @@ class AnnotateCanvas : public QWidget {
   void updateDevice(const QRegion& region);
   void viewMoved();
   void layOut();
+  void showFirst();
 
   // Pointer.
   void press(QMouseEvent& event, int clicks);
@@ -140,6 +141,7 @@ class AnnotateCanvas : public QWidget {
   Box content_;  // the part of the canvas that is shown
   CanvasOverlay overlay_;
   double ratio_ = 1;
+  bool isAsOpened_ = true;  // nobody has zoomed or moved it yet
   bool hasPixels_ = false;  // of the scene; before that there is a preview
   Pt captureOrigin_;        // on the canvas, as it was last
 

@@ -147,7 +147,7 @@ void AnnotateWindow::addKeys() {
     connect(shortcut, &QShortcut::activated, this, run);
   };
   // Of the document, which has to be there.
-  const auto command = [&](const QKeySequence& keys, std::function<void()> run) {
+  const auto command = [&](const QKeySequence& keys, auto run) {
     key(keys, [this, run = std::move(run)] {
       if (isReady()) run();
     });

@@ -425,6 +425,30 @@ TEST_F(AnnotateWindowTest, PicturesDroppedOnTheCanvasBecomeLayers) {
   EXPECT_FALSE(other.isAccepted());
 }
 
+TEST_F(AnnotateWindowTest, ATallPictureBeginsAtItsTopAndIsSeenWhole) {
+  const auto opened = open({400, 40'000});
+  EXPECT_EQ(opened->canvas->zoom(), 1);
+  EXPECT_NEAR(at(0, 0).y(), 32, 1);
+  type(QStringLiteral("r"));
+  drag(at(100, 100), at(200, 160));
+  EXPECT_NEAR(last().y1, 100, 1);
+  // Far beyond what the toolkit's coordinates reach.
+  for (int i = 0; i < 700; ++i) {
+    QWheelEvent wheel(QPointF(200, 200), {}, {}, QPoint(0, -120), {}, {}, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(opened->canvas, &wheel);
+  }
+  const double bottom = at(0, 40'000).y();
+  ASSERT_LT(bottom, opened->canvas->height());
+  settle();
+  const QImage shown = opened->canvas->grab().toImage();
+  for (int y = 1; y <= 40; ++y) {
+    const QPoint pixel(at(7, 0).toPoint().x(), qRound(bottom) - y);
+    EXPECT_EQ(shown.pixel(pixel) & 0xffffff, testPixel(1, 7, 40'000 - y) & 0xffffff) << y;
+  }
+  opened->canvas->fit();
+  EXPECT_LT(opened->canvas->zoom(), 0.05);
+}
+
 TEST_F(AnnotateWindowTest, ARefusedExportNamesTheLayerAndHidesItOnRequest) {
   const auto opened = open();
   ASSERT_TRUE(editor().addLayers({{.path = "/pictures/gone.png", .pixels = {60, 40}}}));

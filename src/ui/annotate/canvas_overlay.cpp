@@ -46,8 +46,8 @@ void addChanges(QRegion& region, const std::vector<One>& before, const std::vect
     for (const One& one : all) {
       constexpr std::size_t reach = 32;
       const auto from = others.begin() + static_cast<std::ptrdiff_t>(next);
-      const auto to = others.begin() + static_cast<std::ptrdiff_t>(
-                                           std::min(next + reach, others.size()));
+      const auto to =
+          others.begin() + static_cast<std::ptrdiff_t>(std::min(next + reach, others.size()));
       const auto found = std::find(from, to, one);
       if (found == to) {
         changed.push_back(&one);

@@ -158,6 +158,7 @@ void AnnotateCanvas::moveByEdge() {
 }
 
 void AnnotateCanvas::moveGently() {
+  isAsOpened_ = false;
   isMoving_ = true;
   smooth_.start(smoothAfter, this);
   viewMoved();
