@@ -5,6 +5,8 @@
 
 #include "app/annotate_model.hpp"
 #include "editor/canvas_scene.hpp"
+#include "editor/layer_layout.hpp"
+#include "ui/annotate/shown_name.hpp"
 #include "ui/kit/shared_image.hpp"
 
 namespace vantorel {
@@ -27,6 +29,13 @@ void askForLayers(const std::shared_ptr<AnnotateModel>& model, QWidget* window) 
 }
 
 }  // namespace
+
+QString shownLayerName(const InspectedEditor& editor, const LayerSpec& layer) {
+  const LayerSpec plain = newCaptureLayer(editor.model->captureSize());
+  const bool isUnnamed = !layer.path && layer.name == plain.name;
+  const std::string title = isUnnamed ? editor.captureName() : std::string();
+  return shownName(title.empty() ? layer.name : title, QStringLiteral("Layer"));
+}
 
 InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model, QWidget* window) {
   InspectedEditor editor;

@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QSize>
+#include <QString>
 #include <QWidget>
 #include <functional>
 #include <memory>
@@ -45,6 +46,10 @@ struct InspectedEditor {
 
   std::function<void(const std::string& text)> copyText = [](const std::string&) {};
 };
+
+/// What a layer is called on the screen; the capture's has the capture's title until it is given a
+/// name.
+[[nodiscard]] QString shownLayerName(const InspectedEditor& editor, const LayerSpec& layer);
 
 class AnnotateModel;
 

@@ -72,16 +72,13 @@ std::vector<LayerLine> LayerList::lines() const {
   const std::vector<std::string> oversized = editor_.oversizedLayers();
   const LayerSpec* const selected = model().selectedLayer();
   const LayerSpec plain = newCaptureLayer(model().captureSize());
-  const auto nameOf = [&](const LayerSpec& layer) {
-    const bool isUnnamed = !layer.path && layer.name == plain.name;
-    const std::string title = isUnnamed ? editor_.captureName() : std::string();
-    return shownName(title.empty() ? layer.name : title, QStringLiteral("Layer"));
-  };
-  if (layers.empty()) lines.push_back({.id = {}, .name = nameOf(plain), .fault = {}});
+  if (layers.empty()) {
+    lines.push_back({.id = {}, .name = shownLayerName(editor_, plain), .fault = {}});
+  }
   for (auto layer = layers.rbegin(); layer != layers.rend(); ++layer) {
     LayerLine line;
     line.id = layer->id;
-    line.name = nameOf(*layer);
+    line.name = shownLayerName(editor_, *layer);
     if (names(oversized, layer->id)) {
       line.fault = QStringLiteral("Too large to build");
     } else if (names(missing, layer->id)) {
@@ -242,10 +239,7 @@ void LayerList::step(const LayerRow& row, int rowsDown) {
 }
 
 void LayerList::rename(LayerRow* row) {
-  const LayerSpec* const layer = model().state().findLayer(row->line().id);
-  const QString before = layer != nullptr && !row->line().name.isEmpty()
-                             ? row->line().name
-                             : shownName(editor_.captureName(), row->line().name);
+  const QString before = row->line().name;
   const std::string id = row->line().id;
   auto* const field =
       new NameField(before, QStringLiteral("Name of the layer"), row->nameArea(), row);

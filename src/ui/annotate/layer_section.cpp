@@ -73,7 +73,7 @@ void LayerSection::refresh(bool mayComeOrGo) {
   if (!mayComeOrGo && (layer == nullptr) != isHidden()) return;
   setVisible(layer != nullptr);
   if (layer == nullptr) return;
-  const QString name = shownName(layer->name, QStringLiteral("Layer"));
+  const QString name = shownLayerName(editor_, *layer);
   setTitle(QStringLiteral("Layer “%1”").arg(isolated(name)));
   opacity_->show(layer->opacity.value_or(1));
   border_->show(layer->border ? layer->border->width : 0);
