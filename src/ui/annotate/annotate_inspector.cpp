@@ -17,7 +17,7 @@ namespace vantorel {
 namespace {
 
 /// A drag on the canvas changes the model with each event, and needs the time for itself.
-constexpr int pauseTime = 40;  // ms
+constexpr int inspectorPause = 40;  // ms
 
 }  // namespace
 
@@ -85,7 +85,7 @@ void AnnotateInspector::timerEvent(QTimerEvent* event) {
   if (event->timerId() != pause_.timerId()) return QScrollArea::timerEvent(event);
   if (!isBehind_) return pause_.stop();
   refresh();
-  pause_.start(pauseTime, this);
+  pause_.start(inspectorPause, this);
 }
 
 void AnnotateInspector::refresh() {

@@ -40,13 +40,13 @@ class AnnotateInspectorTest : public UiTestCase {
     EditorEvents events;
     events.changed = [this] { changes.notify(); };
     events.report = [this](const std::string& line) { reports.push_back(line); };
-    editor = std::make_unique<EditorModel>(EditorOpening{.capture = {800, 600},
+    editor = std::make_shared<EditorModel>(EditorOpening{.capture = {800, 600},
                                                          .document = std::move(document),
                                                          .captureScale = 2.0,
                                                          .measureText = roughText},
                                            std::move(events));
     InspectedEditor inspected;
-    inspected.model = editor.get();
+    inspected.model = editor;
     inspected.observe = [this](std::function<void()> changed) {
       return changes.add(std::move(changed));
     };
@@ -131,7 +131,7 @@ class AnnotateInspectorTest : public UiTestCase {
   }
 
   Observers<> changes;
-  std::unique_ptr<EditorModel> editor;
+  std::shared_ptr<EditorModel> editor;
   InspectedEditor inspection;
   std::vector<std::string> reports;
   std::vector<std::string> missing;

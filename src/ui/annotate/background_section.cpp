@@ -42,14 +42,14 @@ BackgroundSection::BackgroundSection(InspectedEditor editor, QWidget* parent)
   };
   inks_->onPicked = [setSolid](const QString& color) { setSolid(color.toStdString()); };
   inks_->onCustom = [this, setSolid](QWidget* cell, const QString& color) {
-    ColorPopover::open(*editor_.model, backgroundStep, cell, color, setSolid);
+    ColorPopover::open(editor_.model, backgroundStep, cell, color, setSolid);
   };
   form_->addWide(inks_, InkSwatches::outset);
   padding_ = addSlider(QStringLiteral("Padding"), mostPadding, &BackgroundSpec::paddingPercent,
                        QStringLiteral("%"));
   corners_ = addSlider(QStringLiteral("Corners"), mostRounding, &BackgroundSpec::cornerRadius,
                        QStringLiteral("px"));
-  strength_ = new StepSlider(*editor_.model, QStringLiteral("Shadow strength"), backgroundStep,
+  strength_ = new StepSlider(editor_.model, QStringLiteral("Shadow strength"), backgroundStep,
                              {0, 1, 0.01, 0.1});
   strength_->words = [](double value) { return QStringLiteral("%1 %").arg(qRound(value * 100)); };
   strength_->onMoved = [this](double value) {
@@ -71,8 +71,7 @@ BackgroundSection::BackgroundSection(InspectedEditor editor, QWidget* parent)
 
 StepSlider* BackgroundSection::addSlider(const QString& label, double most,
                                          double BackgroundSpec::* value, const QString& unit) {
-  auto* const slider =
-      new StepSlider(*editor_.model, label, backgroundStep, {0, most, 1, 4}, form_);
+  auto* const slider = new StepSlider(editor_.model, label, backgroundStep, {0, most, 1, 4}, form_);
   slider->words = [unit](double shown) {
     return QStringLiteral("%1 %2").arg(qRound(shown)).arg(unit);
   };

@@ -83,7 +83,7 @@ CanvasSection::CanvasSection(InspectedEditor editor, QWidget* parent)
   form_->addRow(QStringLiteral("Size"), sizeRow);
   color_ = new ColorButton(form_);
   connect(color_, &QAbstractButton::clicked, this, [this] {
-    ColorPopover::open(*editor_.model, "Canvas Color", color_, color_->text(),
+    ColorPopover::open(editor_.model, "Canvas Color", color_, color_->text(),
                        [this](const std::string& color) { editor_.model->setCanvasColor(color); });
   });
   form_->addRow(QStringLiteral("Color"), color_);

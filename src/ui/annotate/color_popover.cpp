@@ -23,8 +23,8 @@
 namespace vantorel {
 namespace {
 
-constexpr QSize fieldSize(240, 132);
-constexpr int hues = 360;
+constexpr QSize colorFieldSize(240, 132);
+constexpr int hueCount = 360;
 
 void paintKnob(QPainter& painter, const QPointF& at, const QColor& color, bool hasFocus) {
   painter.setBrush(color);
@@ -48,7 +48,7 @@ QColor writtenColor(const QString& text) {
 class ColorPopover::Field : public QWidget {
  public:
   explicit Field(QWidget* parent) : QWidget(parent) {
-    setFixedSize(fieldSize);
+    setFixedSize(colorFieldSize);
     setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::CrossCursor);
     setAccessibleRole(*this, QAccessible::ColorChooser);
@@ -107,7 +107,7 @@ class ColorPopover::Field : public QWidget {
 class ColorPopover::Hue : public QSlider {
  public:
   explicit Hue(QWidget* parent) : QSlider(Qt::Horizontal, parent) {
-    setRange(0, hues - 1);
+    setRange(0, hueCount - 1);
     setPageStep(15);
     setAccessibleName(QStringLiteral("Hue"));
     setToolTip(QStringLiteral("Hue"));
@@ -121,7 +121,7 @@ class ColorPopover::Hue : public QSlider {
     painter.setRenderHint(QPainter::Antialiasing);
     QLinearGradient rainbow(rect().topLeft(), rect().topRight());
     for (int i = 0; i <= 6; ++i) {
-      rainbow.setColorAt(i / 6.0, QColor::fromHsv(std::min(i * 60, hues - 1), 255, 255));
+      rainbow.setColorAt(i / 6.0, QColor::fromHsv(std::min(i * 60, hueCount - 1), 255, 255));
     }
     const QRectF rail(0, height() / 2.0 - 5, width(), 10);
     paintBox(painter, rail, 5, rainbow, Qt::NoPen);
@@ -134,8 +134,8 @@ class ColorPopover::Hue : public QSlider {
   }
 };
 
-void ColorPopover::open(EditorModel& model, const std::string& step, QWidget* anchor,
-                        const QString& color,
+void ColorPopover::open(const std::shared_ptr<EditorModel>& model, const std::string& step,
+                        QWidget* anchor, const QString& color,
                         std::function<void(const std::string& color)> picked) {
   QColor start = writtenColor(color);
   if (!start.isValid()) start = Qt::white;
@@ -143,8 +143,9 @@ void ColorPopover::open(EditorModel& model, const std::string& step, QWidget* an
   popover->Popover::open();
 }
 
-ColorPopover::ColorPopover(EditorModel& model, const std::string& step, QWidget* anchor,
-                           const QColor& color, std::function<void(const std::string&)> picked)
+ColorPopover::ColorPopover(const std::shared_ptr<EditorModel>& model, const std::string& step,
+                           QWidget* anchor, const QColor& color,
+                           std::function<void(const std::string&)> picked)
     : Popover(QStringLiteral("Color"), anchor),
       step_(model, step),
       picked_(std::move(picked)),
@@ -168,10 +169,10 @@ ColorPopover::ColorPopover(EditorModel& model, const std::string& step, QWidget*
   text_->setAccessibleName(QStringLiteral("Hex"));
   text_->setMaxLength(16);
   text_->setLayoutDirection(Qt::LeftToRight);
-  if (!model.sampledColors().empty()) {
+  if (!model->sampledColors().empty()) {
     auto* const sampled = new InkSwatches(QStringLiteral("Sampled"), InkSwatches::Last::none, this);
     std::vector<QString> colors;
-    for (auto it = model.sampledColors().rbegin(); it != model.sampledColors().rend(); ++it) {
+    for (auto it = model->sampledColors().rbegin(); it != model->sampledColors().rend(); ++it) {
       if (colors.size() < 9) colors.push_back(QString::fromStdString(*it));
     }
     sampled->setColors(colors);
@@ -182,7 +183,7 @@ ColorPopover::ColorPopover(EditorModel& model, const std::string& step, QWidget*
   field_->onChanged = [this] { take(field_->color(), Source::field); };
   take(color, Source::sample);
   connect(hue_, &QSlider::valueChanged, this, [this](int hue) {
-    field_->hue = static_cast<float>(hue) / hues;
+    field_->hue = static_cast<float>(hue) / hueCount;
     field_->update();
     take(field_->color(), Source::hue);
   });
@@ -190,6 +191,7 @@ ColorPopover::ColorPopover(EditorModel& model, const std::string& step, QWidget*
     if (const QColor written = writtenColor(text); written.isValid()) take(written, Source::text);
   });
   connect(text_, &QLineEdit::returnPressed, this, [this] { close(); });
+  onClosed = [this] { step_.end(); };
   step_.begin();
   field_->setFocus();
 }
@@ -202,7 +204,7 @@ void ColorPopover::take(const QColor& color, Source source) {
     field_->value = color.valueF();
     field_->update();
     const QSignalBlocker blocked(hue_);
-    hue_->setValue(qRound(field_->hue * hues) % hues);
+    hue_->setValue(qRound(field_->hue * hueCount) % hueCount);
     hue_->update();
   }
   if (source != Source::text) text_->setText(color.name());

@@ -18,15 +18,16 @@ class ColorPopover : public Popover {
  public:
   /// Shows it by `anchor`. `step` is what the change is called in the undo menu; `picked` is called
   /// with "#rrggbb" at each change.
-  static void open(EditorModel& model, const std::string& step, QWidget* anchor,
-                   const QString& color, std::function<void(const std::string& color)> picked);
+  static void open(const std::shared_ptr<EditorModel>& model, const std::string& step,
+                   QWidget* anchor, const QString& color,
+                   std::function<void(const std::string& color)> picked);
 
  private:
   class Field;
   class Hue;
 
-  ColorPopover(EditorModel& model, const std::string& step, QWidget* anchor, const QColor& color,
-               std::function<void(const std::string&)> picked);
+  ColorPopover(const std::shared_ptr<EditorModel>& model, const std::string& step, QWidget* anchor,
+               const QColor& color, std::function<void(const std::string&)> picked);
 
   enum class Source { field, hue, text, sample };
   void take(const QColor& color, Source source);

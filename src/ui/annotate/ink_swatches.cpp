@@ -19,9 +19,9 @@
 namespace vantorel {
 namespace {
 
-constexpr int diameter = 20;
-constexpr int leastStep = 23;  // px from one to the next
-constexpr int rowHeight = tokens::hitArea + 4;
+constexpr int inkDiameter = 20;
+constexpr int leastInkStep = 23;  // px from one to the next
+constexpr int inkRowHeight = tokens::hitArea + 4;
 constexpr std::array inkNames{"White", "Red", "Blue",   "Yellow", "Lime",
                               "Green", "Sky", "Purple", "Black"};
 static_assert(inkNames.size() == inkSwatches.size());
@@ -179,12 +179,12 @@ int InkSwatches::count() const {
 
 int InkSwatches::columnsAt(int width) const {
   const int room = width - 2 * outset;
-  return room >= diameter + 9 * leastStep ? 10 : std::max(1, room / tokens::hitArea);
+  return room >= inkDiameter + 9 * leastInkStep ? 10 : std::max(1, room / tokens::hitArea);
 }
 
 int InkSwatches::heightForWidth(int width) const {
   const int columns = columnsAt(width);
-  return rowHeight * std::max(1, (count() + columns - 1) / columns);
+  return inkRowHeight * std::max(1, (count() + columns - 1) / columns);
 }
 
 QSize InkSwatches::sizeHint() const {
@@ -195,11 +195,11 @@ void InkSwatches::place() {
   // Ten fill a row from edge to edge.
   const int columns = std::max(columnsAt(width()), 1);
   const double step =
-      columns >= 10 ? double(width() - 2 * outset - diameter) / 9 : double(tokens::hitArea + 1);
+      columns >= 10 ? double(width() - 2 * outset - inkDiameter) / 9 : double(tokens::hitArea + 1);
   int index = 0;
   const auto put = [&](QWidget* cell) {
-    const double middle = outset + diameter / 2.0 + step * (index % columns);
-    const int top = rowHeight * (index / columns);
+    const double middle = outset + inkDiameter / 2.0 + step * (index % columns);
+    const int top = inkRowHeight * (index / columns);
     const QRect area(qRound(middle) - tokens::hitArea / 2, top + 2, tokens::hitArea,
                      tokens::hitArea);
     cell->setGeometry(QStyle::visualRect(layoutDirection(), rect(), area));
@@ -248,13 +248,13 @@ void InkSwatches::paintEvent(QPaintEvent*) {
   painter.setRenderHint(QPainter::Antialiasing);
   if (!isEnabled()) painter.setOpacity(tokens::offOpacity);
   const auto circle = [](const QWidget& cell) {
-    QRectF area(0, 0, diameter, diameter);
+    QRectF area(0, 0, inkDiameter, inkDiameter);
     area.moveCenter(QRectF(cell.geometry()).center());
     return area;
   };
   const auto ring = [&](const QAbstractButton& cell, bool isOn) {
     const QRectF area = circle(cell);
-    if (isOn) paintFocusRing(painter, area, diameter / 2.0, roles.focus);
+    if (isOn) paintFocusRing(painter, area, inkDiameter / 2.0, roles.focus);
     if (!hasKeyboardFocus(cell)) return;
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(roles.text, 2));

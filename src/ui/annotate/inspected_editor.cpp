@@ -39,7 +39,7 @@ QString shownLayerName(const InspectedEditor& editor, const LayerSpec& layer) {
 
 InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model, QWidget* window) {
   InspectedEditor editor;
-  editor.model = &model->editor();
+  editor.model = std::shared_ptr<EditorModel>(model, &model->editor());
   editor.observe = [model](std::function<void()> changed) {
     return model->observe([changed = std::move(changed)](const AnnotateModel::Change& change) {
       if (change.document || change.stage) changed();

@@ -15,9 +15,9 @@
 namespace vantorel {
 
 /// What the inspector and the popovers work on: an editor, and what its window does for them. All
-/// is called on the main thread; `model` outlives every widget that has it.
+/// is called on the main thread.
 struct InspectedEditor {
-  EditorModel* model = nullptr;
+  std::shared_ptr<EditorModel> model;
 
   /// Of whatever can be seen.
   std::function<Observation(std::function<void()> changed)> observe = [](auto) {

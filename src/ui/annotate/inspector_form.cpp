@@ -10,8 +10,8 @@
 namespace vantorel {
 namespace {
 
-constexpr int side = tokens::space16;
-constexpr int rowGap = 10;
+constexpr int formSide = tokens::space16;
+constexpr int formRowGap = 10;
 constexpr int usualLabelWidth = 64;
 constexpr double widestLabel = 0.4;  // of the row
 
@@ -77,7 +77,7 @@ int InspectorForm::labelWidth() const {
 
 void InspectorForm::layOut() {
   const int label = labelWidth();
-  const int whole = width() - 2 * side;
+  const int whole = width() - 2 * formSide;
   const bool isStacked = label > whole * widestLabel;
   const auto put = [&](QWidget* widget, const QRect& area) {
     widget->setGeometry(QStyle::visualRect(layoutDirection(), {0, 0, width(), 0}, area));
@@ -85,19 +85,19 @@ void InspectorForm::layOut() {
   int y = 0;
   for (const Row& row : rows_) {
     if (!row.isVisible) continue;
-    if (y > 0) y += rowGap;
+    if (y > 0) y += formRowGap;
     const bool isBeside = row.label != nullptr && !isStacked;
     const int start = isBeside ? label + tokens::space8 : 0;
     if (row.label != nullptr && isStacked) {
       const int height = row.label->sizeHint().height();
-      put(row.label, {side, y, whole, height});
+      put(row.label, {formSide, y, whole, height});
       y += height + tokens::space4;
     }
     const int room = whole - start + 2 * row.outset;
     const int height = heightAt(*row.field, room);
     const int line = std::max(height, isBeside ? row.label->sizeHint().height() : 0);
-    if (isBeside) put(row.label, {side, y, label, line});
-    put(row.field, {side + start - row.outset, y + (line - height) / 2, room, height});
+    if (isBeside) put(row.label, {formSide, y, label, line});
+    put(row.field, {formSide + start - row.outset, y + (line - height) / 2, room, height});
     y += line;
   }
   if (y != minimumHeight() || y != maximumHeight()) setFixedHeight(y);

@@ -16,7 +16,7 @@
 namespace vantorel {
 namespace {
 
-constexpr int headerHeight = 40;
+constexpr int sectionHeaderHeight = 40;
 constexpr int bodyBottom = 14;
 
 /// What was folded and unfolded since the program began.
@@ -41,7 +41,7 @@ class InspectorSection::Header : public QAbstractButton {
   bool isOpen = true;
 
   [[nodiscard]] QSize sizeHint() const override {
-    return {0, tokens::controlHeight(headerHeight, tokens::strongFont())};
+    return {0, tokens::controlHeight(sectionHeaderHeight, tokens::strongFont())};
   }
   void placeTrailing() {
     if (trailing == nullptr) return;

@@ -22,7 +22,7 @@ namespace {
 constexpr int listEdge = 10;  // rows reach over what they hold
 constexpr QSize pictureAsked(108, 72);
 
-bool names(const std::vector<std::string>& ids, const std::string& id) {
+bool isAmong(const std::vector<std::string>& ids, const std::string& id) {
   return std::ranges::find(ids, id) != ids.end();
 }
 
@@ -79,9 +79,9 @@ std::vector<LayerLine> LayerList::lines() const {
     LayerLine line;
     line.id = layer->id;
     line.name = shownLayerName(editor_, *layer);
-    if (names(oversized, layer->id)) {
+    if (isAmong(oversized, layer->id)) {
       line.fault = QStringLiteral("Too large to build");
-    } else if (names(missing, layer->id)) {
+    } else if (isAmong(missing, layer->id)) {
       line.fault = QStringLiteral("Missing");
     }
     line.isVisible = layer->visible;

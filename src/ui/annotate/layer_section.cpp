@@ -19,11 +19,10 @@ constexpr double usualBorder = 4;
 
 LayerSection::LayerSection(InspectedEditor editor, QWidget* parent)
     : InspectorSection(QStringLiteral("layer"), true, parent), editor_(std::move(editor)) {
-  EditorModel& model = *editor_.model;
   auto* const form = new InspectorForm(this);
   addContent(form);
-  opacity_ =
-      new StepSlider(model, QStringLiteral("Opacity"), "Layer Opacity", {0, 1, 0.01, 0.1}, form);
+  opacity_ = new StepSlider(editor_.model, QStringLiteral("Opacity"), "Layer Opacity",
+                            {0, 1, 0.01, 0.1}, form);
   opacity_->words = [](double value) { return QStringLiteral("%1 %").arg(qRound(value * 100)); };
   opacity_->onMoved = [this](double value) {
     if (const LayerSpec* const layer = editor_.model->selectedLayer()) {
@@ -32,7 +31,7 @@ LayerSection::LayerSection(InspectedEditor editor, QWidget* parent)
     }
   };
   form->addRow(QStringLiteral("Opacity"), opacity_);
-  border_ = new StepSlider(model, QStringLiteral("Border"), "Layer Border Width",
+  border_ = new StepSlider(editor_.model, QStringLiteral("Border"), "Layer Border Width",
                            {0, widestOffered, 1, 4}, form);
   border_->words = [](double value) { return QStringLiteral("%1 px").arg(qRound(value)); };
   border_->onMoved = [this](double value) { setBorder(value); };
@@ -41,7 +40,7 @@ LayerSection::LayerSection(InspectedEditor editor, QWidget* parent)
   inks_->setFixedColors();
   inks_->onPicked = [this](const QString& color) { setBorderColor(color.toStdString()); };
   inks_->onCustom = [this](QWidget* cell, const QString& color) {
-    ColorPopover::open(*editor_.model, "Layer Border Color", cell, color,
+    ColorPopover::open(editor_.model, "Layer Border Color", cell, color,
                        [this](const std::string& picked) { setBorderColor(picked); });
   };
   form->addWide(inks_, InkSwatches::outset);

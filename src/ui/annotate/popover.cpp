@@ -16,7 +16,7 @@
 namespace vantorel {
 namespace {
 
-constexpr int distance = 6;  // px from what opened it
+constexpr int popoverDistance = 6;  // px from what opened it
 
 }  // namespace
 
@@ -44,12 +44,12 @@ void Popover::open() {
   const QRect window(anchor_->window()->mapToGlobal(QPoint()), anchor_->window()->size());
   // On the side where the window has most room: left of an inspector, right of a rail.
   const bool isLeft = beside.center().x() > window.center().x();
-  int x = isLeft ? beside.left() - width() - distance : beside.right() + 1 + distance;
+  int x = isLeft ? beside.left() - width() - popoverDistance : beside.right() + 1 + popoverDistance;
   int y = beside.center().y() - height() / 2;
   if (x < room.left() || x + width() > room.right() + 1) {
     x = beside.center().x() - width() / 2;
-    y = beside.bottom() + 1 + distance;
-    if (y + height() > room.bottom() + 1) y = beside.top() - height() - distance;
+    y = beside.bottom() + 1 + popoverDistance;
+    if (y + height() > room.bottom() + 1) y = beside.top() - height() - popoverDistance;
   }
   move(std::clamp(x, room.left(), std::max(room.left(), room.right() + 1 - width())),
        std::clamp(y, room.top(), std::max(room.top(), room.bottom() + 1 - height())));

@@ -11,15 +11,15 @@
 namespace vantorel {
 namespace {
 
-constexpr double stroke = 1.7;
-constexpr std::array<double, 5> lineWidths{1.5, 2.5, 4, 6, 9};
+constexpr double pictureStroke = 1.7;
+constexpr std::array<double, 5> pictureWidths{1.5, 2.5, 4, 6, 9};
 
 QPen roundPen(const QColor& ink, double width) {
   return {ink, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin};
 }
 
-double lineWidth(int index) {
-  return lineWidths[static_cast<std::size_t>(std::clamp(index, 0, 4))];
+double pictureWidth(int index) {
+  return pictureWidths[static_cast<std::size_t>(std::clamp(index, 0, 4))];
 }
 
 }  // namespace
@@ -28,7 +28,7 @@ SegmentedControl::Picture widthPicture(int index) {
   return [index](QPainter& painter, const QRectF& area, const QColor& ink) {
     const QPointF middle = area.center();
     const double half = std::min(9.0, area.width() / 2 - 3);
-    painter.setPen(QPen(ink, lineWidth(index), Qt::SolidLine, Qt::RoundCap));
+    painter.setPen(QPen(ink, pictureWidth(index), Qt::SolidLine, Qt::RoundCap));
     painter.drawLine(middle - QPointF(half, 0), middle + QPointF(half, 0));
   };
 }
@@ -55,7 +55,7 @@ SegmentedControl::Picture diskPicture(int index) {
 SegmentedControl::Picture headPicture(ArrowHeadStyle style) {
   return [style](QPainter& painter, const QRectF& area, const QColor& ink) {
     const QPointF middle = area.center();
-    painter.setPen(roundPen(ink, stroke));
+    painter.setPen(roundPen(ink, pictureStroke));
     painter.setBrush(Qt::NoBrush);
     painter.drawLine(middle - QPointF(9, 0), middle + QPointF(9, 0));
     const auto head = [&](double side) {
@@ -71,7 +71,7 @@ SegmentedControl::Picture headPicture(ArrowHeadStyle style) {
 
 SegmentedControl::Picture alignPicture(TextAlign align) {
   return [align](QPainter& painter, const QRectF& area, const QColor& ink) {
-    painter.setPen(roundPen(ink, stroke));
+    painter.setPen(roundPen(ink, pictureStroke));
     const std::array<double, 3> lengths{16, 9, 13};
     // Leading is where the script begins, which is the text's own affair; shown as the window runs.
     const double mirror = QGuiApplication::isRightToLeft() ? -1 : 1;

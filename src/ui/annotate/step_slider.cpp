@@ -6,6 +6,7 @@
 #include <QSlider>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "ui/kit/role_label.hpp"
 #include "ui/kit/tokens.hpp"
@@ -29,13 +30,13 @@ bool movesSlider(int key) {
 
 }  // namespace
 
-StepSlider::StepSlider(EditorModel& model, const QString& name, const std::string& step,
-                       Range range, QWidget* parent)
+StepSlider::StepSlider(std::shared_ptr<EditorModel> model, const QString& name,
+                       const std::string& step, Range range, QWidget* parent)
     : QWidget(parent),
       range_(range),
       slider_(new QSlider(Qt::Horizontal, this)),
       words_(new RoleLabel({}, &PaletteRoles::quiet, tokens::smallFont, this)),
-      step_(model, step) {
+      step_(std::move(model), step) {
   auto* const row = new QHBoxLayout(this);
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(tokens::space8);

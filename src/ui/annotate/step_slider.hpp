@@ -26,8 +26,8 @@ class StepSlider : public QWidget {
   };
 
   /// `step` is what the change is called in the undo menu.
-  StepSlider(EditorModel& model, const QString& name, const std::string& step, Range range,
-             QWidget* parent = nullptr);
+  StepSlider(std::shared_ptr<EditorModel> model, const QString& name, const std::string& step,
+             Range range, QWidget* parent = nullptr);
 
   /// A value, or that there are several. Not while it is held.
   void show(std::optional<double> value);

@@ -21,8 +21,8 @@ namespace {
 constexpr const char* styleStep = "Change Style";
 constexpr std::size_t mostSampled = 20;
 
-QString percent(double part) { return QStringLiteral("%1 %").arg(qRound(part * 100)); }
-QString wholePixels(double pixels) { return QStringLiteral("%1 px").arg(qRound(pixels)); }
+QString percentWords(double part) { return QStringLiteral("%1 %").arg(qRound(part * 100)); }
+QString pixelWords(double pixels) { return QStringLiteral("%1 px").arg(qRound(pixels)); }
 
 }  // namespace
 
@@ -96,7 +96,7 @@ class StyleSection::Rows {
   StepSlider* addSlider(const QString& label, ShownValue<T> ShownStyle::* field,
                         StepSlider::Range range, std::function<QString(double)> words,
                         std::function<void(double)> move) {
-    auto* const slider = new StepSlider(model(), label, styleStep, range, form_);
+    auto* const slider = new StepSlider(editor_.model, label, styleStep, range, form_);
     slider->words = std::move(words);
     slider->onMoved = std::move(move);
     form_->addRow(label, slider);
@@ -118,7 +118,7 @@ class StyleSection::Rows {
     inks->setFixedColors();
     inks->onPicked = [this](const QString& color) { setColor(color.toStdString()); };
     inks->onCustom = [this](QWidget* cell, const QString& color) {
-      ColorPopover::open(model(), styleStep, cell, color,
+      ColorPopover::open(editor_.model, styleStep, cell, color,
                          [this](const std::string& picked) { setColor(picked); });
     };
     form_->addWide(inks, InkSwatches::outset);
@@ -212,7 +212,7 @@ class StyleSection::Rows {
                                {FillStyle::solid, named("Solid")},
                                {FillStyle::tint, named("Tint")}});
     addSlider<double>(QStringLiteral("Corners"), &ShownStyle::cornerRadius, {0, 80, 1, 8},
-                      wholePixels,
+                      pixelWords,
                       [this](double value) { changeStyle(&ToolStyle::cornerRadius, value); });
     addStyleChoice<TextStyle>(QStringLiteral("Style"), &ShownStyle::textStyle,
                               &ToolStyle::textStyle,
@@ -264,7 +264,7 @@ class StyleSection::Rows {
         [](double value) { return QString::number(qRound(value)); },
         [this](double value) { changeStyle(&ToolStyle::sides, qRound(value)); });
     addSlider<double>(QStringLiteral("Star"), &ShownStyle::starInset,
-                      {0, Shape::deepestStarInset, 0.01, 0.1}, percent,
+                      {0, Shape::deepestStarInset, 0.01, 0.1}, percentWords,
                       [this](double value) { changeStyle(&ToolStyle::starInset, value); });
   }
 
@@ -307,8 +307,8 @@ class StyleSection::Rows {
     updates_.push_back([this, removeCrop](const ShownStyle& shown) {
       form_->setRowVisible(removeCrop, shown.cropAspect.isThere && model().state().crop);
     });
-    addSlider<double>(QStringLiteral("Opacity"), &ShownStyle::opacity, {0, 1, 0.01, 0.1}, percent,
-                      [this](double value) {
+    addSlider<double>(QStringLiteral("Opacity"), &ShownStyle::opacity, {0, 1, 0.01, 0.1},
+                      percentWords, [this](double value) {
                         model().changeStyle([&](ToolStyle& style) {
                           style.opacity = value < 1 ? std::optional(value) : std::nullopt;
                         });

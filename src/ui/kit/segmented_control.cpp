@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ui/kit/accessible_role.hpp"
 #include "ui/kit/application_font.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -91,6 +92,7 @@ class SegmentButton : public QRadioButton {
 
 SegmentedControl::SegmentedControl(std::vector<Segment> segments, QWidget* parent, Size size)
     : QWidget(parent), row_(new QHBoxLayout(this)), group_(new QButtonGroup(this)) {
+  setAccessibleRole(*this, QAccessible::Grouping);
   row_->setContentsMargins(segmentEdge, segmentEdge, segmentEdge, segmentEdge);
   row_->setSpacing(segmentEdge);
   for (std::size_t i = 0; i < segments.size(); ++i) {
