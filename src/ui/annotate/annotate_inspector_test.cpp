@@ -8,6 +8,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSlider>
@@ -346,6 +347,16 @@ TEST_F(AnnotateInspectorTest, LayersAreDraggedAndSteppedToOtherPlaces) {
   strike(XK_Up);
   strike(XK_Delete);
   EXPECT_THAT(order(), ElementsAre("Legend", "Capture"));
+
+  clickOn(named("Legend"), 3);
+  auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+  ASSERT_NE(menu, nullptr);
+  keepPicture("inspector-menu");
+  for (QAction* const item : menu->actions()) {
+    if (item->text() == "Duplicate") item->trigger();
+  }
+  menu->close();
+  EXPECT_THAT(order(), ElementsAre("Legend", "Legend", "Capture"));
 }
 
 TEST_F(AnnotateInspectorTest, ACaptureThatIsNoLayerYetCanBeHiddenAndNamedInOneStep) {

@@ -281,7 +281,15 @@ void LayerList::openMenu(LayerRow* row, const QPoint& global) {
             });
     return item;
   };
-  add("Rename…", "F2", [this, row] { rename(row); });
+  add("Rename", "F2", [this, row] { rename(row); });
+  const LayerSpec* const layer = model().state().findLayer(line.id);
+  const bool isOwnFile = layer != nullptr && layer->path;
+  if (isOwnFile) {
+    add("Duplicate", "", [this, id = line.id] {
+      model().selectLayer(id);
+      model().duplicate();
+    });
+  }
   add(line.isVisible ? "Hide Layer" : "Show Layer", "", [row] { row->onVisible(); });
   add(line.isLocked ? "Unlock Layer" : "Lock Layer", "", [row] { row->onLocked(); });
   menu->addSeparator();
@@ -300,8 +308,7 @@ void LayerList::openMenu(LayerRow* row, const QPoint& global) {
   menu->addSeparator();
   auto* const remove =
       add("Remove Layer", "Del", [this, id = line.id] { model().deleteLayer(id); });
-  const LayerSpec* const layer = model().state().findLayer(line.id);
-  if (layer == nullptr || !layer->path) {
+  if (!isOwnFile) {
     remove->setEnabled(false);
     remove->setToolTip(QStringLiteral("The capture can be hidden, not removed"));
   }

@@ -18,7 +18,10 @@
 namespace vantorel {
 namespace {
 
-constexpr const char* styleStep = "Change Style";
+// As the editor calls them when they are no drag.
+constexpr const char* colorStep = "Change Color";
+constexpr const char* opacityStep = "Change Opacity";
+constexpr const char* otherStep = "Change Style";
 constexpr std::size_t mostSampled = 20;
 
 QString percentWords(double part) { return QStringLiteral("%1 %").arg(qRound(part * 100)); }
@@ -72,7 +75,7 @@ class StyleSection::Rows {
     control->onChosen([values, choose = std::move(choose)](int index) {
       choose(values[static_cast<std::size_t>(index)]);
     });
-    updates_.push_back([this, control, field, values](const ShownStyle& shown) {
+    updates_.emplace_back([this, control, field, values](const ShownStyle& shown) {
       const ShownValue<T>& value = shown.*field;
       form_->setRowVisible(control, value.isThere);
       if (!value.isThere) return;
@@ -95,12 +98,12 @@ class StyleSection::Rows {
   template <class T>
   StepSlider* addSlider(const QString& label, ShownValue<T> ShownStyle::* field,
                         StepSlider::Range range, std::function<QString(double)> words,
-                        std::function<void(double)> move) {
-    auto* const slider = new StepSlider(editor_.model, label, styleStep, range, form_);
+                        std::function<void(double)> move, const char* step = otherStep) {
+    auto* const slider = new StepSlider(editor_.model, label, step, range, form_);
     slider->words = std::move(words);
     slider->onMoved = std::move(move);
     form_->addRow(label, slider);
-    updates_.push_back([this, slider, field](const ShownStyle& shown) {
+    updates_.emplace_back([this, slider, field](const ShownStyle& shown) {
       const ShownValue<T>& value = shown.*field;
       form_->setRowVisible(slider, value.isThere);
       if (!value.isThere) return;
@@ -118,7 +121,7 @@ class StyleSection::Rows {
     inks->setFixedColors();
     inks->onPicked = [this](const QString& color) { setColor(color.toStdString()); };
     inks->onCustom = [this](QWidget* cell, const QString& color) {
-      ColorPopover::open(editor_.model, styleStep, cell, color,
+      ColorPopover::open(editor_.model, colorStep, cell, color,
                          [this](const std::string& picked) { setColor(picked); });
     };
     form_->addWide(inks, InkSwatches::outset);
@@ -133,7 +136,7 @@ class StyleSection::Rows {
       }
     };
     form_->addRow(QStringLiteral("Sampled"), sampled, InkSwatches::outset);
-    updates_.push_back([this, inks, sampled](const ShownStyle& shown) {
+    updates_.emplace_back([this, inks, sampled](const ShownStyle& shown) {
       form_->setRowVisible(inks, shown.color.isThere);
       const auto color = shown.color.common();
       const auto current = color ? std::optional(QString::fromStdString(*color)) : std::nullopt;
@@ -166,7 +169,7 @@ class StyleSection::Rows {
       control->onChosen([this](int index) {
         model().changeStyle([&](ToolStyle& style) { style.widthIdx = index; });
       });
-      updates_.push_back([this, control, meaning](const ShownStyle& shown) {
+      updates_.emplace_back([this, control, meaning](const ShownStyle& shown) {
         const bool isShown = shown.width.isThere && shown.widthMeaning == meaning;
         form_->setRowVisible(control, isShown);
         if (!isShown) return;
@@ -202,7 +205,7 @@ class StyleSection::Rows {
         QStringLiteral("Tail size"), &ShownStyle::tailScale, {0.5, 2, 0.1, 0.5},
         [](double value) { return QString::number(value, 'f', 1) + QStringLiteral("×"); },
         [this](double value) { changeStyle(&ToolStyle::tailScale, value); });
-    updates_.push_back([this, tailSize](const ShownStyle& shown) {
+    updates_.emplace_back([this, tailSize](const ShownStyle& shown) {
       const bool hasTail =
           shown.tailMarker.isMixed || shown.tailMarker.value != ArrowTailMarker::none;
       if (!hasTail) form_->setRowVisible(tailSize, false);
@@ -250,7 +253,7 @@ class StyleSection::Rows {
         style.starInset = form.starInset;
       });
     });
-    updates_.push_back([this, presets, forms](const ShownStyle& shown) {
+    updates_.emplace_back([this, presets, forms](const ShownStyle& shown) {
       form_->setRowVisible(presets, shown.sides.isThere);
       const bool isMixed = shown.sides.isMixed || shown.starInset.isMixed;
       const auto found =
@@ -283,7 +286,7 @@ class StyleSection::Rows {
     form_->addRow(QStringLiteral("Emoji"), emoji);
     QObject::connect(emoji, &QAbstractButton::clicked, emoji,
                      [this, emoji] { EmojiPicker::open(model(), emoji); });
-    updates_.push_back([this, emoji](const ShownStyle& shown) {
+    updates_.emplace_back([this, emoji](const ShownStyle& shown) {
       form_->setRowVisible(emoji, shown.emoji.isThere);
       if (!shown.emoji.isThere) return;
       const auto common = shown.emoji.common();
@@ -304,15 +307,17 @@ class StyleSection::Rows {
     form_->addWide(removeCrop);
     QObject::connect(removeCrop, &QAbstractButton::clicked, removeCrop,
                      [this] { model().removeCrop(); });
-    updates_.push_back([this, removeCrop](const ShownStyle& shown) {
+    updates_.emplace_back([this, removeCrop](const ShownStyle& shown) {
       form_->setRowVisible(removeCrop, shown.cropAspect.isThere && model().state().crop);
     });
-    addSlider<double>(QStringLiteral("Opacity"), &ShownStyle::opacity, {0, 1, 0.01, 0.1},
-                      percentWords, [this](double value) {
-                        model().changeStyle([&](ToolStyle& style) {
-                          style.opacity = value < 1 ? std::optional(value) : std::nullopt;
-                        });
-                      });
+    addSlider<double>(
+        QStringLiteral("Opacity"), &ShownStyle::opacity, {0, 1, 0.01, 0.1}, percentWords,
+        [this](double value) {
+          model().changeStyle([&](ToolStyle& style) {
+            style.opacity = value < 1 ? std::optional(value) : std::nullopt;
+          });
+        },
+        opacityStep);
   }
 
   const InspectedEditor& editor_;
