@@ -13,7 +13,6 @@
 #include "editor/document_scaling.hpp"
 #include "editor/export_gate.hpp"
 #include "editor/layer_layout.hpp"
-#include "editor/shape_layers.hpp"
 
 namespace vantorel {
 namespace {
@@ -204,9 +203,24 @@ DocumentCheck checkLayers(const std::vector<LayerSpec>& layers) {
   return {};
 }
 
+/// Whether there is anything below a redaction, on the canvas or on an image that reaches beyond
+/// it, shown or not.
+bool liesOverSomething(const Shape& redaction, const EditorDocument& document, PixelSize capture) {
+  const AxisMap map = captureToCanvas(document.layers, capture);
+  const Box box = map(frameOf(redaction));
+  if (!(box.w > 0) || !(box.h > 0)) return false;  // one without end has an area
+  const auto isOver = [&](const Box& other) {
+    return box.right() > other.x && box.bottom() > other.y && box.x < other.right() &&
+           box.y < other.bottom();
+  };
+  const CanvasSize canvas = canvasSizeOf(document.canvas, capture);
+  return isOver({0, 0, canvas.width, canvas.height}) ||
+         isOver(map(Box{0, 0, double(capture.width), double(capture.height)})) ||
+         std::ranges::any_of(document.layers, isOver, &LayerSpec::frame);
+}
+
 /// A redaction that hides nothing is a mistake that shows too late.
 DocumentCheck checkShapes(const EditorDocument& document, PixelSize capture) {
-  const AxisMap map = captureToCanvas(document.layers, capture);
   std::set<std::string_view> seen;
   for (std::size_t i = 0; i < document.shapes.size(); ++i) {
     const Shape& shape = document.shapes[i];
@@ -215,16 +229,12 @@ DocumentCheck checkShapes(const EditorDocument& document, PixelSize capture) {
       return refused(place + ".id", "another shape has the id " + shape.id);
     }
     if (shape.type != ShapeType::redact) continue;
-    const Box box = map(frameOf(shape));
+    const Box box = frameOf(shape);
     if (!(box.w > 0) || !(box.h > 0)) {
       return refused(place, "hides nothing: x1, y1, x2 and y2 must be opposite corners of an area");
     }
-    if (box.right() <= 0 || box.bottom() <= 0 || box.x >= document.canvas.width ||
-        box.y >= document.canvas.height) {
+    if (!liesOverSomething(shape, document, capture)) {
       return refused(place, "hides nothing: it lies outside the picture");
-    }
-    if (!isShown(shape, document.layers, capture)) {
-      return refused(place, "hides nothing: its layer is hidden");
     }
   }
   return {};
@@ -292,6 +302,9 @@ EditorDocument documentOf(const ScreenshotEntry& entry, PixelSize capture) {
 
 void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEntry& entry) {
   entry.shapes = document.shapes;
+  std::erase_if(entry.shapes, [&](const Shape& shape) {
+    return shape.type == ShapeType::redact && !liesOverSomething(shape, document, capture);
+  });
   entry.crop = document.crop;
   entry.background.reset();
   if (document.background != BackgroundSpec{}) entry.background = document.background;

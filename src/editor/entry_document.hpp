@@ -22,8 +22,8 @@ namespace vantorel {
 [[nodiscard]] EditorDocument documentOf(const ScreenshotEntry& entry, PixelSize capture);
 
 /// Puts `document` into `entry` in place of what was there. Layers and canvas are left out when
-/// they say no more than the capture itself. The entry's pixel size, which says what its
-/// annotations are made for, becomes `capture`.
+/// they say no more than the capture itself, and redactions when there is nothing below them. The
+/// entry's pixel size, which says what its annotations are made for, becomes `capture`.
 void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEntry& entry);
 
 /// Whether the entry's picture is more, or less, than what its file holds.

@@ -32,6 +32,28 @@ class EntryDocumentTest : public ::testing::Test {
   EditorDocument document;
 };
 
+TEST_F(EntryDocumentTest, RedactionsStayUnlessThereIsNothingBelowThem) {
+  const auto redaction = [](const char* id, double x1, double x2) {
+    Shape shape;
+    shape.id = id;
+    shape.type = ShapeType::redact;
+    shape.x1 = x1;
+    shape.x2 = x2;
+    shape.y2 = 50;
+    return shape;
+  };
+  EditorDocument edited;
+  edited.canvas.width = 300;  // smaller than the capture, which is there all the same
+  edited.canvas.height = 300;
+  edited.shapes = {redaction("beyond the canvas", 400, 500), redaction("beside it all", 810, 990),
+                   redaction("endless", -1e308, 1e308), redaction("thin", 100, 100)};
+  ScreenshotEntry entry;
+  putDocument(edited, {800, 600}, entry);
+  std::vector<std::string> kept;
+  for (const Shape& shape : entry.shapes) kept.push_back(shape.id);
+  EXPECT_EQ(kept, (std::vector<std::string>{"beyond the canvas", "endless"}));
+}
+
 TEST_F(EntryDocumentTest, WhatWouldBeLostOrCouldNotBeDrawnIsRefusedInASentence) {
   EXPECT_EQ(answer("{}"), "accepted");
   EXPECT_EQ(document.canvas.width, 800);
@@ -116,7 +138,10 @@ TEST_F(EntryDocumentTest, WhatWouldHideOrDoNothingIsRefusedWithItsPlace) {
             "accepted");
   EXPECT_EQ(
       redact(place, R"(,"layers":[{"id":"c","visible":false,"frame":{"x":0,"y":0,"w":9,"h":9}}])"),
-      "shapes[0]: hides nothing: its layer is hidden.");
+      "accepted")
+      << "it hides again when its layer is shown";
+  EXPECT_EQ(redact(place, R"(,"canvas":{"width":5,"height":5})"), "accepted")
+      << "the canvas may grow again";
 
   EXPECT_EQ(why(R"({"crop":{"x":1,"y":1,"w":0,"h":9}})"), "crop: w and h must be above 0.");
   EXPECT_EQ(why(R"({"crop":{"x":1,"y":1,"w":9}})"), "crop.h: is missing.");
