@@ -497,15 +497,13 @@ void HistoryActions::undo() {
 void HistoryActions::remove(const EntryList& entries) {
   const std::vector<std::string> ids = idsOf(take(HistoryAction::remove, entries));
   if (ids.empty()) return;
-  services_.prune.forget(
-      ids, lifetime_.guard([this, wanted = ids.size()](const ForgetReport& report) {
-        if (report.indexNotSaved) return sayUnsaved(*report.indexNotSaved);
-        onSaved_();
-        if (report.count < wanted) {
-          say_({.text = fmt::format("{} could not be removed now: something is being done with it.",
-                                    counted(wanted - report.count))});
-        }
-      }));
+  services_.prune.forget(ids, lifetime_.guard([this](const ForgetReport& report) {
+    if (report.indexNotSaved) return sayUnsaved(*report.indexNotSaved);
+    onSaved_();
+    if (report.stayed.empty()) return;
+    say_({.text = fmt::format("{} couldn't be removed. {}", counted(report.stayed.size()),
+                              report.stayed.front().reason)});
+  }));
 }
 
 void HistoryActions::retrySaving() {

@@ -133,6 +133,12 @@ TEST_F(LibraryCommandTest, WhatGoesCanComeBackAndOnlyLostFilesArePruned) {
   runners.advance(9s);
   EXPECT_EQ(run({"undo"}).status, ExitStatus::failed);
 
+  {
+    const auto open = library.claim("BB3", EntryWork::editing);
+    const CommandReply refused = run({"forget", "BB3"});
+    EXPECT_EQ(refused.status, ExitStatus::failed);
+    EXPECT_EQ(refused.error, "BB3: The capture can't be changed: close Annotate first.\n");
+  }
   EXPECT_EQ(run({"forget", "BB3"}).output, "1 capture removed from History\n");
   EXPECT_EQ(files->text("/captures/BB3.png"), "pixels of BB3");
 

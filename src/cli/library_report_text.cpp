@@ -88,7 +88,11 @@ CommandReply replyTo(const ForgetReport& report, bool json) {
   CommandReply reply;
   addUnsaved(reply, report.indexNotSaved);
   if (!json && !report.indexNotSaved) {
-    reply.output = captureCount(report.count) + " removed from History\n";
+    reply.output = captureCount(report.entries.size()) + " removed from History\n";
+  }
+  for (const ForgetReport::Stayed& stayed : report.stayed) {
+    reply.status = ExitStatus::failed;
+    reply.error += fmt::format("{}: {}\n", stayed.entry->id, stayed.reason);
   }
   return reply;
 }

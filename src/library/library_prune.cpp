@@ -82,16 +82,26 @@ void LibraryPrune::forget(const std::vector<std::string>& ids,
 
 void LibraryPrune::takeOut(EntryList entries, std::move_only_function<void(ForgetReport)> done) {
   const std::vector<std::string> ids = idsOf(entries);
-  services_.library->deletion().forget(ids, [entries = std::move(entries), done = std::move(done)](
-                                                const Result<std::size_t>& count) mutable {
-    ForgetReport report{.entries = std::move(entries)};
-    if (count) {
-      report.count = *count;
-    } else {
-      report.indexNotSaved = count.error().reason;
-    }
-    done(std::move(report));
-  });
+  services_.library->deletion().forget(
+      ids, lifetime_.guard([this, entries = std::move(entries),
+                            done = std::move(done)](const Result<std::size_t>& count) mutable {
+        ForgetReport report;
+        if (!count) report.indexNotSaved = count.error().reason;
+        for (EntryPointer& entry : entries) {
+          if (services_.library->store().find(entry->id) == nullptr) {
+            report.entries.push_back(std::move(entry));
+          } else {
+            report.stayed.push_back({entry, reasonToStay(entry->id)});
+          }
+        }
+        done(std::move(report));
+      }));
+}
+
+/// Of an entry that was not taken out a moment ago.
+std::string LibraryPrune::reasonToStay(const std::string& id) const {
+  const auto claim = services_.library->claim(id, EntryWork::deleting);
+  return sentence(claim ? EntryBusy{EntryWork::deleting} : claim.error());
 }
 
 }  // namespace vantorel

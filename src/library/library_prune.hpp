@@ -15,10 +15,14 @@ namespace vantorel {
 
 /// What taking captures out of History came to. Their files stay.
 struct ForgetReport {
-  EntryList entries;      ///< that were to go
-  std::size_t count = 0;  ///< that went: what somebody has stays
+  struct Stayed {
+    EntryPointer entry;
+    std::string reason;  ///< a sentence: what somebody does with it
+  };
+  EntryList entries{};           ///< that went
+  std::vector<Stayed> stayed{};  ///< those that were to go as well
 
-  /// Why; `count` means nothing then.
+  /// Why; nothing else means anything then.
   std::optional<std::string> indexNotSaved{};
 };
 
@@ -50,6 +54,7 @@ class LibraryPrune {
 
  private:
   void takeOut(EntryList entries, std::move_only_function<void(ForgetReport)> done);
+  [[nodiscard]] std::string reasonToStay(const std::string& id) const;
 
   FileLookServices services_;
   Lifetime lifetime_;

@@ -45,15 +45,15 @@ class LibraryPruneTest : public testing::Test, protected TestLibrary {
 };
 
 TEST_F(LibraryPruneTest, WhatAnotherFolderOfTheNameLacksStaysUntilToldOtherwise) {
-  EXPECT_EQ(run().forgotten.count, 0U);
+  EXPECT_EQ(run().forgotten.entries.size(), 0U);
   files->folderNumbers["/captures"] = 99;
   files->disk.erase("/captures/a.png");
   const PruneReport kept = run();
-  EXPECT_EQ(kept.forgotten.count, 0U);
+  EXPECT_EQ(kept.forgotten.entries.size(), 0U);
   EXPECT_EQ(kept.replaced, 1U);
   EXPECT_EQ(kept.outOfReach, 0U);
   const PruneReport taken = run(true);
-  EXPECT_EQ(taken.forgotten.count, 1U);
+  EXPECT_EQ(taken.forgotten.entries.size(), 1U);
   EXPECT_EQ(taken.replaced, 0U);
   EXPECT_THAT(ids(), ElementsAre("b", "c"));
 }

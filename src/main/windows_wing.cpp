@@ -151,6 +151,9 @@ CaptureEditors::Services WindowsWing::editing() {
                                     return done(std::unexpected(sentence(EntryFailure{
                                         EntryFailure::Case::notSaved, *report.indexNotSaved})));
                                   }
+                                  if (!report.stayed.empty()) {
+                                    return done(std::unexpected(report.stayed.front().reason));
+                                  }
                                   done({});
                                 });
                           }},
