@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "editor/step_names.hpp"
 #include "editor/tool_spec.hpp"
 
 namespace vantorel {
@@ -179,7 +180,7 @@ std::vector<ShapeHandle> CanvasInput::handles() const {
     return {};
   }
   if (model_.isTyping()) {
-    handles = textBoxHandles(*model_.draft(), model_.measureText());
+    handles = textBoxHandles(model_.shownDraft(), model_.measureText());
   } else if (model_.selection().size() == 1 && !model_.draft()) {
     const Shape* const shape = model_.state().find(*model_.selection().begin());
     handles = handlesOf(*shape, model_.measureText());
@@ -311,13 +312,16 @@ bool CanvasInput::handle(const KeyEvent& event) {
   switch (event.key) {
     case EditorKey::backspace:
     case EditorKey::del: return model_.deleteSelection();
-    case EditorKey::enter: return model_.applyCrop();
+    case EditorKey::enter: return model_.applyCrop() || placeShape(event);
     case EditorKey::left:
     case EditorKey::right:
     case EditorKey::up:
     case EditorKey::down: return arrowKey(event);
     case EditorKey::tab:
-      if (event.command || event.alt || model_.state().shapes->empty()) return false;
+      if (event.command || event.alt || model_.tool() == Tool::crop ||
+          model_.state().shapes->empty()) {
+        return false;
+      }
       model_.selectNext(event.shift ? -1 : 1);
       return true;
     case EditorKey::escape:
@@ -346,6 +350,48 @@ bool CanvasInput::arrowKey(const KeyEvent& event) {
   } else {
     model_.nudge(by.x, by.y);
   }
+  return true;
+}
+
+/// Puts a shape of the tool in the middle of what is seen, for hands without a pointer.
+bool CanvasInput::placeShape(const KeyEvent& event) {
+  const auto type = shapeTypeOf(model_.tool());
+  if (!type) return false;
+  const PixelRect part = model_.shownPart();
+  Box seen{double(part.x), double(part.y), double(part.width), double(part.height)};
+  if (event.seen) {
+    const double left = std::max(seen.x, event.seen->x);
+    const double top = std::max(seen.y, event.seen->y);
+    const Box both{left, top, std::min(seen.right(), event.seen->right()) - left,
+                   std::min(seen.bottom(), event.seen->bottom()) - top};
+    if (both.w > 0 && both.h > 0) seen = both;
+  }
+  const Pt middle = toCapture({seen.x + seen.w / 2, seen.y + seen.h / 2});
+  if (*type == ShapeType::text) {
+    model_.beginText(middle);
+    return true;
+  }
+  const AxisMap toCaptured = model_.toCanvas().inverse();
+  const double w = std::abs(toCaptured.sx) * seen.w / 5;
+  const double h = isLine(*type) ? 0 : std::abs(toCaptured.sy) * seen.h / 5;
+  Shape shape = model_.newShape(*type);
+  shape.layerId = model_.layerAt(middle);
+  const Pt from{std::round(middle.x - w / 2), std::round(middle.y - h / 2)};
+  const Pt to{std::round(middle.x + w / 2), std::round(middle.y + h / 2)};
+  if (isTwoPoint(*type)) {
+    shape.x1 = from.x;
+    shape.y1 = from.y;
+    shape.x2 = to.x;
+    shape.y2 = to.y;
+  } else if (*type == ShapeType::pen || *type == ShapeType::highlighter) {
+    shape.points = {{from.x, middle.y}, {to.x, middle.y}};
+  } else {
+    shape.x = middle.x;
+    shape.y = middle.y;
+  }
+  const std::string id = shape.id;
+  model_.edit(stepName("Add", 1, *type), [&](EditorSnapshot& state) { state.append(shape); });
+  model_.select({id});
   return true;
 }
 

@@ -43,6 +43,7 @@ struct KeyEvent {
   bool shift = false;
   bool command = false;
   bool alt = false;
+  std::optional<Box> seen;  ///< the part of the canvas that is in view; none: all of it
 };
 
 /// What the pointer looks like. The resizing ones go along an axis or a diagonal: falling goes from
@@ -153,6 +154,7 @@ class CanvasInput {
   bool typingKey(const KeyEvent& event);
   bool typingCommand(const KeyEvent& event);
   bool arrowKey(const KeyEvent& event);
+  bool placeShape(const KeyEvent& event);
   bool styleKey(const std::string& key);
   bool commandKey(const KeyEvent& event);
   bool escape();

@@ -1,6 +1,7 @@
 // What the pointer and the keys do to the recognised text of the capture.
 
 #include "editor/canvas_input.hpp"
+#include "editor/shape_layers.hpp"
 #include "editor/tool_spec.hpp"
 
 namespace vantorel {
@@ -56,7 +57,11 @@ bool CanvasInput::textKey(const KeyEvent& event) {
   if (event.key != EditorKey::character) return false;
   if (event.command) {
     if (event.text != "c") return false;
-    services_.copyText(text_.text(services_.joinsCopiedLines()));
+    // What a redaction covers is handed to nobody.
+    const EditorDocument document = model_.document();
+    services_.copyText(
+        text_.text(services_.joinsCopiedLines(),
+                   redactedPixels(document.shapes, document.layers, model_.captureSize())));
     return true;
   }
   if (event.text == "r" || event.text == "R") {

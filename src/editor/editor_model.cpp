@@ -74,18 +74,18 @@ EditorDocument EditorModel::scene() const {
   if (typing_ && typing_->shapeID) {
     const auto edited = std::ranges::find(document.shapes, *typing_->shapeID, &Shape::id);
     if (edited != document.shapes.end()) {
-      *edited = sceneDraft();
+      *edited = shownDraft();
       return document;
     }
   }
-  document.shapes.push_back(sceneDraft());
+  document.shapes.push_back(shownDraft());
   return document;
 }
 
 ShapeList EditorModel::sceneShapes() const {
   ShapeList shapes = *state_.shapes;
   if (!draft_) return shapes;
-  auto drawn = std::make_shared<const Shape>(sceneDraft());
+  auto drawn = std::make_shared<const Shape>(shownDraft());
   if (typing_ && typing_->shapeID) {
     const auto edited = std::ranges::find_if(
         shapes, [this](const auto& shape) { return shape->id == *typing_->shapeID; });

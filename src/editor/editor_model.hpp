@@ -180,6 +180,8 @@ class EditorModel {
   // The shape being drawn.
   [[nodiscard]] const std::optional<Shape>& draft() const { return draft_; }
   void setDraft(std::optional<Shape> draft);
+  /// The draft as it is painted: with what an input method composes in it.
+  [[nodiscard]] Shape shownDraft() const;
 
   // Typing. The text box is the draft while it lasts.
   [[nodiscard]] bool isTyping() const { return typing_.has_value(); }
@@ -252,7 +254,6 @@ class EditorModel {
   void beginTyping(Shape text, std::optional<std::string> shapeID);
   void typed();
   [[nodiscard]] const TextGeometry* geometryOf(const Shape& text) const;
-  [[nodiscard]] Shape sceneDraft() const;
   void nudgeWith(const std::string& name, const std::function<void()>& change);
   bool reorder(Order order, std::string_view name);
   bool moveLayerTo(const std::string& layerID, std::size_t position, std::string_view name);

@@ -259,13 +259,15 @@ TEST_F(EditorModelTest, AClickThatTremblesKeepsTheCrop) {
   EXPECT_EQ(model->pendingCrop(), (Box{100, 100, 200, 100}));
 }
 
-TEST_F(EditorModelTest, LinesHaveAFrameToPullToo) {
+TEST_F(EditorModelTest, LinesArePulledByTheirEndsAndTheirBowAlone) {
   key("a");
   drag({100, 100}, {200, 150});
-  drag({200, 100}, {300, 50});
-  EXPECT_EQ(Pt(last().x1, last().y1), Pt(100, 50));
+  EXPECT_EQ(input->handles().size(), 3U);
+  drag({200, 150}, {300, 150});
   EXPECT_EQ(Pt(last().x2, last().y2), Pt(300, 150));
   EXPECT_EQ(model->undoName(), "Resize Arrow");
+  drag({300, 100}, {320, 90});  // a corner of its frame is none of its own
+  EXPECT_EQ(model->state().shapes->size(), 2U);
 }
 
 // Two hundred steps, each of them on many of five hundred shapes, as a person with a large document

@@ -47,6 +47,7 @@ std::vector<Shape> EditorModel::selectedShapes() const {
 }
 
 void EditorModel::selectNext(int direction) {
+  if (tool_ == Tool::crop) return;  // its frame is what is worked on
   endText();
   const auto& shapes = *state_.shapes;
   std::vector<std::size_t> shown;  // front to back

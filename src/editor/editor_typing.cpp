@@ -17,7 +17,7 @@ const TextGeometry* EditorModel::geometryOf(const Shape& text) const {
 }
 
 /// The draft as it is shown: with what is composed in it.
-Shape EditorModel::sceneDraft() const {
+Shape EditorModel::shownDraft() const {
   Shape shown = *draft_;
   if (typing_) shown.text = typing_->editing.shownText();
   return shown;
@@ -110,7 +110,7 @@ std::string EditorModel::selectedText() const {
 std::optional<TextCaret> EditorModel::textCaret() const {
   if (!typing_) return std::nullopt;
   const TextEditing& editing = typing_->editing;
-  const TextGeometry* const geometry = geometryOf(sceneDraft());
+  const TextGeometry* const geometry = geometryOf(shownDraft());
   if (geometry == nullptr) return std::nullopt;
   return TextCaret{geometry->caret(editing.shownCaret()), geometry->boxes(editing.selection()),
                    geometry->boxes(editing.composed()), editing.caret(), editing.anchor()};

@@ -104,7 +104,11 @@ void addAsLayers(const CombineSpec& combine, PixelSize capture, EditorDocument& 
   }
   std::vector<Box> frames;
   for (const LayerSpec& layer : document.layers) frames.push_back(layer.frame);
-  const Arrangement result = arranged(frames, combine.layout, std::max(combine.gutter, 0.0));
+  Arrangement result = arranged(frames, combine.layout, std::max(combine.gutter, 0.0));
+  // A gap beyond all measure is none.
+  if (!isPossibleSize(result.canvas.width, result.canvas.height)) {
+    result = arranged(frames, combine.layout, 0);
+  }
   for (std::size_t i = 0; i < document.layers.size(); ++i) {
     document.layers[i].frame = result.frames[i];
   }

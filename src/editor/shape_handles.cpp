@@ -1,7 +1,6 @@
 #include "editor/shape_handles.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
 
@@ -177,21 +176,13 @@ std::vector<ShapeHandle> frameHandles(const Box& frame) {
 
 std::vector<ShapeHandle> handlesOf(const Shape& shape, const MeasureText& measureText) {
   const Box frame = selectionFrame(shape, measureText);
-  std::vector<ShapeHandle> corners = cornerHandles(frame);
-  if (isAtPoint(shape.type)) return corners;
+  if (isAtPoint(shape.type)) return cornerHandles(frame);
   if (!isLine(shape.type)) return frameHandles(frame);
-  const std::array ends{Pt{shape.x2, shape.y2}, Pt{shape.x1, shape.y1}};
-  std::vector<ShapeHandle> handles{{EndpointHandle{1}, ends[0]}, {EndpointHandle{0}, ends[1]}};
+  std::vector<ShapeHandle> handles{{EndpointHandle{1}, {shape.x2, shape.y2}},
+                                   {EndpointHandle{0}, {shape.x1, shape.y1}}};
   if (shape.type == ShapeType::arrow) handles.push_back({BowHandle{}, bowHandle(shape)});
-  // A level or upright line has no frame to pull.
-  if (frame.w < 1 || frame.h < 1) return handles;
-  std::erase_if(corners, [&](const ShapeHandle& corner) {
-    return corner.at == ends[0] || corner.at == ends[1];
-  });
-  handles.insert(handles.end(), corners.begin(), corners.end());
   return handles;
 }
-
 std::vector<ShapeHandle> textBoxHandles(const Shape& text, const MeasureText& measureText) {
   const Box frame = selectionFrame(text, measureText);
   const double middle = frame.y + frame.h / 2;

@@ -54,8 +54,8 @@ struct ShapeHandle {
   Pt at;
 };
 
-/// The handles a selected shape offers, those drawn on top first. The corners of a kind that is
-/// defined by two corners are its endpoints too.
+/// The handles a selected shape offers, those drawn on top first: a line its ends, and an arrow its
+/// bow; all else those of its frame, whose corners are the defining points of most kinds.
 [[nodiscard]] std::vector<ShapeHandle> handlesOf(const Shape& shape,
                                                  const MeasureText& measureText);
 

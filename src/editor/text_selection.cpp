@@ -92,19 +92,46 @@ TextSelection::Span TextSelection::selectedOf(std::size_t line) const {
   return {std::clamp(from_, start, end), std::clamp(to_, start, end)};
 }
 
-std::string TextSelection::text(bool joinLines) const {
+std::string TextSelection::text(bool joinLines, const std::vector<PixelRect>& covered) const {
   std::string text;
   std::optional<std::size_t> block;
   for (std::size_t i = 0; i < lines_.size(); ++i) {
     const auto [from, to] = selectedOf(i);
     if (!(from < to)) continue;
     const Line& line = lines_[i];
+    std::string words;
+    for (std::size_t first = from.letter; first < to.letter;) {
+      std::size_t last = first;
+      while (last < to.letter && line.isSpace(last) == line.isSpace(first)) ++last;
+      if (line.isSpace(first) || !isCovered(line, first, last, covered)) {
+        words.append(line.text, line.letters[first], line.letters[last] - line.letters[first]);
+      }
+      first = last;
+    }
+    if (words.empty()) continue;
     if (block) text += *block != line.block ? "\n\n" : joinLines ? " " : "\n";
     block = line.block;
-    const std::size_t start = line.letters[from.letter];
-    text.append(line.text, start, line.letters[to.letter] - start);
+    text += words;
   }
   return text;
+}
+
+Box TextSelection::coveringBox(const Line& line, std::size_t first, std::size_t last) {
+  const LineStretch stretch =
+      widestStretch(line.text, line.letters, first, last, line.box.w / line.box.h);
+  const Box box{line.box.x + stretch.from * line.box.w, line.box.y,
+                (stretch.to - stretch.from) * line.box.w, line.box.h};
+  // Recognition draws its boxes close to the ink, or across its edge.
+  return grown(box, std::max(0.15 * line.box.h, 2.0));
+}
+
+bool TextSelection::isCovered(const Line& line, std::size_t first, std::size_t last,
+                              const std::vector<PixelRect>& covered) {
+  const Box box = coveringBox(line, first, last);
+  return std::ranges::any_of(covered, [&](const PixelRect& area) {
+    return box.x < area.right() && area.x < box.right() && box.y < area.bottom() &&
+           area.y < box.bottom();
+  });
 }
 
 std::vector<Box> TextSelection::boxes() const {
@@ -125,13 +152,7 @@ std::vector<Box> TextSelection::coveringBoxes() const {
   for (std::size_t i = 0; i < lines_.size(); ++i) {
     const auto [from, to] = selectedOf(i);
     if (!(from < to)) continue;
-    const Line& line = lines_[i];
-    const LineStretch stretch =
-        widestStretch(line.text, line.letters, from.letter, to.letter, line.box.w / line.box.h);
-    const Box box{line.box.x + stretch.from * line.box.w, line.box.y,
-                  (stretch.to - stretch.from) * line.box.w, line.box.h};
-    // Recognition draws its boxes close to the ink, or across its edge.
-    boxes.push_back(grown(box, std::max(0.15 * line.box.h, 2.0)));
+    boxes.push_back(coveringBox(lines_[i], from.letter, to.letter));
   }
   return boxes;
 }

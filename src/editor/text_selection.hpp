@@ -38,7 +38,11 @@ class TextSelection {
   [[nodiscard]] bool isEmpty() const { return !(from_ < to_); }
 
   /// The selected text, lines apart or joined by spaces, with an empty line between blocks.
-  [[nodiscard]] std::string text(bool joinLines) const;
+  [[nodiscard]] std::string text(bool joinLines) const { return text(joinLines, {}); }
+
+  /// Likewise, without words of which a part may lie in one of the `covered` areas, in capture
+  /// pixels.
+  [[nodiscard]] std::string text(bool joinLines, const std::vector<PixelRect>& covered) const;
 
   /// Where the selected text lies: a box for each line.
   [[nodiscard]] std::vector<Box> boxes() const;
@@ -56,6 +60,9 @@ class TextSelection {
     [[nodiscard]] std::size_t length() const { return letters.size() - 1; }
     [[nodiscard]] bool isSpace(std::size_t letter) const { return text[letters[letter]] == ' '; }
   };
+  [[nodiscard]] static Box coveringBox(const Line& line, std::size_t first, std::size_t last);
+  [[nodiscard]] static bool isCovered(const Line& line, std::size_t first, std::size_t last,
+                                      const std::vector<PixelRect>& covered);
   struct Place {
     std::size_t line = 0;
     std::size_t letter = 0;

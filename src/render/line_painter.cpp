@@ -178,18 +178,39 @@ void strokePath(cairo_t* cr, double width, LineStyle style) {
   cairo_stroke(cr);
 }
 
-void paintStroke(cairo_t* cr, const Shape& shape) {
+namespace {
+
+/// A quadratic curve. Where it cannot be seen in `near` it is a straight line: flattened, a wild
+/// one has more points than memory holds.
+void curveTo(cairo_t* cr, Pt from, Pt control, Pt to, const Box& near) {
+  constexpr double longCurve = 8192;
+  const Box hull = boundsOf({from, control, to});
+  if (!intersects(hull, near)) return lineTo(cr, to);
+  if (std::max(hull.w, hull.h) > longCurve) {
+    const Pt first = 0.5 * (from + control);
+    const Pt second = 0.5 * (control + to);
+    const Pt middle = 0.5 * (first + second);
+    curveTo(cr, from, first, middle, near);
+    return curveTo(cr, middle, second, to, near);
+  }
+  const Pt first = from + (2.0 / 3) * (control - from);
+  const Pt second = to + (2.0 / 3) * (control - to);
+  cairo_curve_to(cr, first.x, first.y, second.x, second.y, to.x, to.y);
+}
+
+}  // namespace
+
+void paintStroke(cairo_t* cr, const Shape& shape, const Box& room) {
   if (shape.points.empty()) return;
   const std::vector<Pt>& points = shape.points;
+  const Box near = grown(room, std::max(shape.width, 1.0) * highlighterWidening + 2);
   moveTo(cr, points.front());
   // Through the middles of the samples, with the samples as control points: no corners.
   for (std::size_t i = 1; i + 1 < points.size(); ++i) {
     const Pt middle = 0.5 * (points[i] + points[i + 1]);
     Pt from;
     cairo_get_current_point(cr, &from.x, &from.y);
-    const Pt first = from + (2.0 / 3) * (points[i] - from);
-    const Pt second = middle + (2.0 / 3) * (points[i] - middle);
-    cairo_curve_to(cr, first.x, first.y, second.x, second.y, middle.x, middle.y);
+    curveTo(cr, from, points[i], middle, near);
   }
   lineTo(cr, points.back());
   const bool isMarker = shape.type == ShapeType::highlighter;

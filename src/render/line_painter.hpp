@@ -11,8 +11,8 @@
 
 namespace vantorel {
 
-/// Strokes of pens and highlighters, in the source that is set.
-void paintStroke(cairo_t* cr, const Shape& shape);
+/// Strokes of pens and highlighters, in the source that is set, as far as they are seen in `room`.
+void paintStroke(cairo_t* cr, const Shape& shape, const Box& room);
 void paintArrow(cairo_t* cr, const Shape& arrow);
 
 /// The label stays within `room`, if it fits and the line is to be seen there at all.

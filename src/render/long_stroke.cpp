@@ -214,7 +214,8 @@ void ink(cairo_t* cr, const LongStroke& stroke) {
     mask.add({stroke.points[0], stroke.points[0]}, {}, {});
   } else {
     for (std::size_t i = 0; i + 1 < stroke.points.size(); ++i) {
-      mask.add({stroke.points[i], stroke.points[i + 1]}, {}, {});
+      const Line line(stroke.points[i], stroke.points[i + 1]);
+      if (partNear(line, mask.area(), mask.reach() + 1)) mask.add(line, {}, {});
     }
   }
   mask.paint(cr);

@@ -229,7 +229,7 @@ void paintHighlight(cairo_t* cr, const PlacedShape& placed) {
   share *= std::clamp(shape.opacity.value_or(1), 0.0, 1.0);
   inkOf(shape.color).withAlpha(share).set(cr);
   cairo_set_operator(cr, placed.isOnDark ? CAIRO_OPERATOR_SCREEN : CAIRO_OPERATOR_MULTIPLY);
-  if (!isArea) return paintStroke(cr, shape);
+  if (!isArea) return paintStroke(cr, shape, placed.room);
   addRoundedBox(cr, frameOf(shape), 3);
   cairo_fill(cr);
 }
@@ -239,7 +239,7 @@ void paintOpaque(cairo_t* cr, const PlacedShape& placed) {
   switch (shape.type) {
     case ShapeType::pen:
       inkOf(shape.color).set(cr);
-      paintStroke(cr, shape);
+      paintStroke(cr, shape, placed.room);
       return;
     case ShapeType::arrow: paintArrow(cr, shape); return;
     case ShapeType::rect:

@@ -300,7 +300,7 @@ CanvasOverlay AnnotateCanvas::overlayNow() const {
   }
   if (editor.isTyping()) {
     CanvasOverlay::Typing typing;
-    typing.frame = inView(editor.frameOfShape(*editor.draft()));
+    typing.frame = inView(editor.frameOfShape(editor.shownDraft()));
     typing.ink = QColor(QString::fromStdString(editor.draft()->color));
     if (const auto caret = editor.textCaret()) {
       for (const Box& box : caret->selection) typing.selection.push_back(inView(box));

@@ -99,8 +99,11 @@ void AnnotateCanvas::keyReleaseEvent(QKeyEvent* event) {
 bool AnnotateCanvas::take(const QKeyEvent& event) {
   if (!isReady()) return false;
   if (isTyping() && isComposing_) return true;  // the input method's
-  const auto key = keyEvent(event, isTyping());
+  auto key = keyEvent(event, isTyping());
   if (!key) return false;
+  const Pt corner = view_.toCanvas({0, 0});
+  const Pt opposite = view_.toCanvas({width() * ratio_, height() * ratio_});
+  key->seen = Box{corner.x, corner.y, opposite.x - corner.x, opposite.y - corner.y};
   modifiers_ = event.modifiers();
   if (!handleKey(*key)) return false;
   if (isTyping() != wasTyping_) typingChanged();
