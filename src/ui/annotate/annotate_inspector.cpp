@@ -1,8 +1,10 @@
 #include "ui/annotate/annotate_inspector.hpp"
 
+#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QTimerEvent>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <utility>
 
 #include "app/annotate_model.hpp"
@@ -84,8 +86,11 @@ void AnnotateInspector::changed() {
 void AnnotateInspector::timerEvent(QTimerEvent* event) {
   if (event->timerId() != pause_.timerId()) return QScrollArea::timerEvent(event);
   if (!isBehind_) return pause_.stop();
+  QElapsedTimer taken;
+  taken.start();
   refresh();
-  pause_.start(inspectorPause, this);
+  // Thousands of selected shapes take their time, which is the drag's.
+  pause_.start(std::max(inspectorPause, 10 * static_cast<int>(taken.elapsed())), this);
 }
 
 void AnnotateInspector::refresh() {

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSlider>
@@ -30,6 +31,29 @@ namespace vantorel {
 namespace {
 
 using testing::ElementsAre;
+
+/// What the toolkit has heard of the pointer.
+class PointerWatch : public QObject {
+ public:
+  PointerWatch() { qApp->installEventFilter(this); }
+
+  QPoint at;
+  int presses = 0;
+  int releases = 0;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (!watched->isWindowType()) return false;
+    const bool isPress =
+        event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick;
+    const bool isRelease = event->type() == QEvent::MouseButtonRelease;
+    if (!isPress && !isRelease && event->type() != QEvent::MouseMove) return false;
+    at = static_cast<QMouseEvent*>(event)->globalPosition().toPoint();
+    presses += int{isPress};
+    releases += int{isRelease};
+    return false;
+  }
+};
 
 /// An inspector beside a piece of canvas, of an editor of 800 by 600 pixels.
 class AnnotateInspectorTest : public UiTestCase {
@@ -66,8 +90,39 @@ class AnnotateInspectorTest : public UiTestCase {
     inspector->setGeometry(420, 0, 280, 640);
     window->show();
     window->activateWindow();
-    ASSERT_TRUE(waitFor([&] { return window->isActiveWindow(); }));
+    ASSERT_TRUE(waitFor(
+        [&] { return window->isActiveWindow() && window->frameGeometry() != window->geometry(); }));
+    watch.emplace();
     settle();
+  }
+
+  /// Handles events for a moment, and what the inspector would show some time later.
+  void settle() {
+    UiTestCase::settle(std::chrono::milliseconds(50));
+    inspector->refresh();
+    UiTestCase::settle(std::chrono::milliseconds(20));
+  }
+
+  // Each is over when the toolkit has heard of it.
+  void movePointer(QPoint to) {
+    if (watch->at == to) return;
+    UiTestCase::movePointer(to);
+    ASSERT_TRUE(waitFor([&] { return watch->at == to; }));
+  }
+  void press(int button = 1) {
+    const int before = watch->presses;
+    UiTestCase::press(button);
+    ASSERT_TRUE(waitFor([&] { return watch->presses > before; }));
+  }
+  void release(int button = 1) {
+    const int before = watch->releases;
+    UiTestCase::release(button);
+    ASSERT_TRUE(waitFor([&] { return watch->releases > before; }));
+  }
+  void click(QPoint at, int button = 1) {
+    movePointer(at);
+    press(button);
+    release(button);
   }
 
   static EditorDocument layered() {
@@ -116,9 +171,9 @@ class AnnotateInspectorTest : public UiTestCase {
   void clickOn(QWidget* widget, int button = 1) {
     ASSERT_NE(widget, nullptr);
     inspector->ensureWidgetVisible(widget);
-    settle(std::chrono::milliseconds(60));
+    settle();
     click(middleOf(*widget), button);
-    settle(std::chrono::milliseconds(80));
+    settle();
   }
 
   void openSection(const char* title) {
@@ -131,6 +186,7 @@ class AnnotateInspectorTest : public UiTestCase {
     settle();
   }
 
+  std::optional<PointerWatch> watch;
   Observers<> changes;
   std::shared_ptr<EditorModel> editor;
   InspectedEditor inspection;
