@@ -8,6 +8,7 @@
 #include <cmath>
 #include <utility>
 
+#include "app/dragged_files.hpp"
 #include "base/area_downscale.hpp"
 #include "base/check.hpp"
 #include "base/log.hpp"
@@ -36,16 +37,6 @@ Result<Image> drawnWith(SceneDrawing& drawing, const EditorDocument& document, c
   auto image = drawing.drawScene(document, base, scale, files, codec);
   if (image) return *std::move(image);
   return failed(FailureKind::other, sentence(image.error()));
-}
-
-/// A file of its own below `folder`, called `name`, for whoever a picture is dragged to.
-Result<Path> writeDragged(Files& files, const Path& folder, const std::string& name,
-                          std::string_view bytes) {
-  const Path own = folder / randomID();
-  VT_TRY(files.makeFolder(own, Privacy::ownerOnly));
-  const Path file = own / name;
-  VT_TRY(files.create(file, bytes, Privacy::byUmask, Durability::visible));
-  return file;
 }
 
 /// The files of layers to be, and the names of those that are no pictures.
@@ -607,7 +598,7 @@ void AnnotateModel::prepareDrag(std::function<void(Dragged)> done) {
           [files = services_.files, folder = services_.drags,
            name = suggestedFileName(ExportFormat::png),
            png = *std::move(png)]() mutable -> Result<Dragged> {
-            const Path file = VT_TRY(writeDragged(*files, folder, name, png));
+            const Path file = VT_TRY(writeDraggedFile(*files, folder, name, png));
             return Dragged{std::move(png), file};
           },
           lifetime_.guard([this, done](Result<Dragged> dragged) {

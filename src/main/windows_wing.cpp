@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "app/dragged_files.hpp"
 #include "app/window_places.hpp"
 #include "library/picture_loader.hpp"
 #include "main/scene_module.hpp"
@@ -82,6 +83,9 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
   editors.onDraftsChange = [this] { captures.coordinator.menuChanged(); };
   captures.coordinator.closeEditors = [this](auto done) { editors.closeAll(std::move(done)); };
   captures.coordinator.keepUnsaved = [this](auto kept) { editors.keepDrafts(std::move(kept)); };
+  desktop.lanes.disks.queue("com.hollen.Vantorel.library")
+      ->post(
+          [files = desktop.files, folder = draggedFiles()] { removeDraggedFiles(*files, folder); });
   captures.coordinator.onCopied = [this](const std::string& id) { cards.copied(id); };
   captures.coordinator.onFocusCard = [&desktop] { return desktop.ui->focusCard(); };
   desktop.ui->setWindowServices(
@@ -131,7 +135,7 @@ CaptureEditors::Services WindowsWing::editing() {
                                                 .settings = desktop.settingsPath()};
                         },
                     .layers = desktop.folders.data / "Layers",
-                    .drags = desktop.folders.cache / "Drags"},
+                    .drags = draggedFiles()},
           .capture = {.main = desktop.main,
                       .work = drawing,
                       .codec = desktop.codec,
@@ -185,6 +189,8 @@ void WindowsWing::open(const EntryPointer& entry, const FileLauncher::Done& done
     done(failed(FailureKind::other, opened.error()));
   });
 }
+
+Path WindowsWing::draggedFiles() const { return captures.desktop.folders.cache / "Drags"; }
 
 /// What another program would not take is said on the desktop: it was asked for there.
 FileLauncher::Done WindowsWing::reported() {

@@ -42,6 +42,7 @@ struct WindowsWing {
   CardStack cards;
 
  private:
+  [[nodiscard]] Path draggedFiles() const;
   [[nodiscard]] CaptureEditors::Services editing();
   void open(const EntryPointer& entry, const FileLauncher::Done& done);
   void previewFor(const EntryPointer& entry, std::function<void(const Image&)> done);
