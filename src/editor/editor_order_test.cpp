@@ -109,6 +109,30 @@ TEST_F(EditorOrderTest, KeysChangeSizeWidthInkAndCopies) {
   EXPECT_EQ(frameOf(*model->state().find("b")), (Box{110, 10, 50, 50}));
 }
 
+TEST_F(EditorOrderTest, ReturnPutsAShapeInTheMiddleOfWhatIsSeen) {
+  const auto enter = [&] {
+    KeyEvent event{EditorKey::enter};
+    event.seen = Box{400, 300, 2000, 2000};  // as far as there is a canvas
+    return input->handle(event);
+  };
+  EXPECT_FALSE(enter()) << "the select tool makes nothing";
+  key("o");
+  EXPECT_TRUE(enter());
+  EXPECT_EQ(frameOf(last()), (Box{560, 420, 80, 60}));
+  EXPECT_THAT(model->selection(), ElementsAre(last().id));
+  EXPECT_EQ(model->undoName(), "Add Ellipse");
+  key("n");
+  enter();
+  EXPECT_EQ(Pt(last().x, last().y), Pt(600, 450));
+  key("t");
+  EXPECT_TRUE(enter());
+  EXPECT_TRUE(model->isTyping());
+  key(EditorKey::escape);
+  key("c");
+  EXPECT_EQ(model->tool(), Tool::crop);
+  EXPECT_FALSE(key(EditorKey::tab)) << "the crop is worked on";
+}
+
 TEST_F(EditorOrderTest, EdgesPullOneWayAndWithShiftAllAround) {
   model->select({"b"});
   const auto cursor = [&](Pt at) { return input->cursorAt(PointerEvent{PointerPhase::move, at}); };

@@ -99,6 +99,9 @@ TEST_F(CanvasTextTest, DoubleClickedWordIsSelectedCopiedAndRedacted) {
   EXPECT_GT(box.y2, 72);
   EXPECT_TRUE(input.text().isEmpty());
   EXPECT_EQ(model.undoName(), "Redact Text");
+  press({185, 60}, 3);
+  key("c", true);
+  EXPECT_EQ(copied.find("zwölf"), std::string::npos) << "what is covered is handed to nobody";
 
   press({150, 90}, 3);
   EXPECT_TRUE(key("h"));
