@@ -420,6 +420,7 @@ void AnnotateModel::storeNow() {
       keepDraft();
     }
     const auto ticket = *std::exchange(saving_, std::nullopt);
+    if (isSaved) say("Saved");
     if (isSaved && savesAgain_ && hasUnsavedChanges()) {
       storeNow();
     } else {
@@ -679,6 +680,10 @@ void AnnotateModel::copySelection() {
   if (editor().isTyping()) {
     const std::string text = editor().selectedText();
     if (!text.empty()) clipboard->setText(text, landed);
+    return;
+  }
+  if (!input().text().isEmpty()) {
+    input().handle(KeyEvent{.key = EditorKey::character, .text = "c", .command = true});
     return;
   }
   const std::string shapes = editor().copiedShapes();

@@ -38,6 +38,7 @@ void AnnotationDraft::describe(V& v, S& draft) {
   v.field("entry", draft.entryID);
   v.field("file", draft.file, json::asPath);
   v.field("picture", draft.picture);
+  v.field("from", draft.from);
   v.field("title", draft.title);
   v.field("keptAt", draft.keptAt);
   v.required("width", draft.width, json::Clamp{1, 1 << 24});

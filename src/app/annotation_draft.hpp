@@ -20,6 +20,9 @@ struct AnnotationDraft {
   std::string file;     ///< absolute
   std::string picture;  ///< the name of the picture's file beside the draft's own
 
+  /// The key of the draft it was before it was to be filed; mostly empty.
+  std::string from;
+
   std::string title;
   double keptAt = 0;  ///< seconds since 1970-01-01 UTC
   int width = 0;      ///< of the capture, in pixels: what the annotations are made for

@@ -23,6 +23,7 @@
 namespace vantorel {
 
 class CaptureEditors;
+class CapturePins;
 class CommandKeys;
 class TrayMenu;
 
@@ -111,6 +112,8 @@ class AppCoordinator {
 
   /// What opens captures in Annotate; null in a run that is not in the tray.
   CaptureEditors* editors = nullptr;
+  /// What pins them above all windows; likewise.
+  CapturePins* pins = nullptr;
 
   /// Asks what becomes of unsaved changes before a quit; answers whether the program may go. Empty
   /// where nothing is edited.

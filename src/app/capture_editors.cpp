@@ -170,6 +170,8 @@ void CaptureEditors::closed(const EditorPointer& editor) {
   services_.surfaces.editors.closed(key);
   editors_.erase(key);
   editor->answer(std::unexpected("The window was closed."));
+  // Changes that were undone a moment ago may still be kept.
+  if (!editor->model->hasUnsavedChanges()) editor->model->keepDraft();
   if (!editor->model->isSaving()) {
     services_.model.main->post([editor] {});
     return;
@@ -488,6 +490,7 @@ void CaptureEditors::openPictureBytes(std::shared_ptr<const std::string> bytes, 
 void CaptureEditors::tellOfDrafts() {
   services_.capture.library.whenReady(lifetime_.guard([this] {
     services_.capture.drafts.list(lifetime_.guard([this](std::vector<AnnotationDraft> drafts) {
+      dropSuperseded(drafts);
       std::erase_if(drafts, [this](const AnnotationDraft& draft) {
         const bool hasLeft = !draft.entryID.empty() &&
                              services_.capture.library.store().find(draft.entryID) == nullptr;
@@ -504,6 +507,25 @@ void CaptureEditors::tellOfDrafts() {
           [] {});
     }));
   }));
+}
+
+/// A picture that was being filed when the program ended has two drafts: its own, and that of the
+/// capture it was to become, which counts where there is that capture.
+void CaptureEditors::dropSuperseded(std::vector<AnnotationDraft>& drafts) {
+  std::set<std::string> superseded;
+  for (const AnnotationDraft& draft : drafts) {
+    if (draft.from.empty()) continue;
+    const bool isFiled = services_.capture.library.store().find(draft.entryID) != nullptr;
+    const bool hasOther = std::ranges::any_of(drafts, [&](const AnnotationDraft& other) {
+      return AnnotationDrafts::keyOf(other) == draft.from;
+    });
+    if (isFiled) superseded.insert(draft.from);
+    if (!isFiled && hasOther) superseded.insert(AnnotationDrafts::keyOf(draft));
+  }
+  for (const std::string& key : superseded) services_.capture.drafts.drop(key);
+  std::erase_if(drafts, [&](const AnnotationDraft& draft) {
+    return superseded.contains(AnnotationDrafts::keyOf(draft));
+  });
 }
 
 bool CaptureEditors::isOpenAs(const AnnotationDraft& draft) const {

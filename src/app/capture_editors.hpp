@@ -96,6 +96,7 @@ class CaptureEditors {
   void start(const EditorPointer& editor, Read read);
   void openPicture(const Path& file, Opened opened);
   void openFiles(const std::vector<std::string>& files, const Opened& opened);
+  void dropSuperseded(std::vector<AnnotationDraft>& drafts);
   void openDraft(const AnnotationDraft& draft, const Opened& opened);
   [[nodiscard]] bool isOpenAs(const AnnotationDraft& draft) const;
   void openPictureBytes(std::shared_ptr<const std::string> bytes, Opened opened);

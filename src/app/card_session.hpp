@@ -118,6 +118,7 @@ struct CardSession {
                           .settings = &settings}};
   std::vector<std::string> revealed;
   std::vector<std::string> opened;
+  std::vector<std::string> pinned;
   std::optional<Failure> openFails;
   CardStack stack{{.main = library.runners.main(),
                    .clock = library.runners,
@@ -143,6 +144,11 @@ struct CardSession {
                        [this](const EntryPointer& shown, const auto& done) {
                          if (openFails) return done(std::unexpected(*openFails));
                          opened.push_back(shown->id);
+                         done({});
+                       },
+                   .pin =
+                       [this](const EntryPointer& shown, const auto& done) {
+                         pinned.push_back(shown->id);
                          done({});
                        }}};
 };

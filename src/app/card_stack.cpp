@@ -300,6 +300,7 @@ std::string CardStack::obstacle(const Card& card, CardAction action) const {
   const bool isPicture = card.entry->medium == CaptureMedium::image;
   if (action == CardAction::copy && !isPicture) return "Only pictures can be copied.";
   if (action == CardAction::saveAs && !isPicture) return "Only pictures can be saved elsewhere.";
+  if (action == CardAction::pin && !isPicture) return "Only pictures can be pinned.";
   if (action == CardAction::open && !isPicture && isRedacted(*card.entry)) {
     return "The file of a redacted capture shows what is covered.";
   }
@@ -350,6 +351,15 @@ void CardStack::open(std::uint64_t number) {
   services_.open(card->entry, lifetime_.guard([this, number](const Result<void>& opened) {
     if (opened) return dismiss(number);
     ended(number, opened.error().reason);
+  }));
+}
+
+void CardStack::pin(std::uint64_t number) {
+  const Card* const card = find(number);
+  if (card == nullptr || !obstacle(*card, CardAction::pin).empty()) return;
+  services_.pin(card->entry, lifetime_.guard([this, number](const Result<void>& pinned) {
+    if (pinned) return dismiss(number);
+    ended(number, pinned.error().reason);
   }));
 }
 

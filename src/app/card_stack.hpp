@@ -24,7 +24,7 @@
 namespace vantorel {
 
 /// What can be done with a card's capture, in the order of its buttons.
-enum class CardAction { copy, saveAs, open, reveal, trash };
+enum class CardAction { copy, saveAs, open, pin, reveal, trash };
 
 /// One of the formats a capture can be converted to.
 struct CardFormat {
@@ -94,6 +94,9 @@ class CardStack {
     /// Opens the capture, a picture in Annotate; answers why it could not.
     std::function<void(const EntryPointer& entry, std::function<void(Result<void>)> done)> open;
 
+    /// Pins the capture above all windows; answers why it could not.
+    std::function<void(const EntryPointer& entry, std::function<void(Result<void>)> done)> pin{};
+
     /// Opens History.
     std::function<void()> openHistory;
   };
@@ -133,6 +136,7 @@ class CardStack {
 
   void copy(std::uint64_t number);
   void open(std::uint64_t number);
+  void pin(std::uint64_t number);
   void reveal(std::uint64_t number);
   void trash(std::uint64_t number);
   void undo(std::uint64_t number);

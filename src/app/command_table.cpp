@@ -7,6 +7,7 @@
 
 #include "app/app_coordinator.hpp"
 #include "app/capture_editors.hpp"
+#include "app/capture_pins.hpp"
 
 namespace vantorel {
 namespace {
@@ -51,6 +52,15 @@ void opensDrafts(AppCoordinator& app) {
 std::optional<std::string> noDrafts(AppCoordinator& app) {
   if (app.editors != nullptr && app.editors->hasDrafts()) return std::nullopt;
   return "No annotations were left unsaved.";
+}
+
+void makesPinsClickable(AppCoordinator& app) {
+  if (app.pins != nullptr) app.pins->makeClickable();
+}
+
+std::optional<std::string> noPinThrough(AppCoordinator& app) {
+  if (app.pins != nullptr && app.pins->letClicksThrough()) return std::nullopt;
+  return "No pin lets clicks through.";
 }
 
 std::vector<DesktopCommand> build() {
@@ -100,6 +110,10 @@ std::vector<DesktopCommand> build() {
        .label = "Unsaved Annotations",
        .run = opensDrafts,
        .obstacle = noDrafts},
+      {.name = "MakePinsClickable",
+       .label = "Make Pins Clickable",
+       .run = makesPinsClickable,
+       .obstacle = noPinThrough},
       {.name = "OpenSettings",
        .label = "Settings…",
        .run = shows(AppWindow::settings),

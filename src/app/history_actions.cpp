@@ -22,6 +22,7 @@ bool needsFile(HistoryAction action) {
   using enum HistoryAction;
   switch (action) {
     case annotate:
+    case pin:
     case open:
     case copyPicture:
     case saveAs:
@@ -41,8 +42,8 @@ bool needsFile(HistoryAction action) {
 
 bool changesLibrary(HistoryAction action) {
   using enum HistoryAction;
-  return action != annotate && action != open && action != copyPicture && action != copyPath &&
-         action != saveAs && action != reveal && action != dragOut;
+  return action != annotate && action != pin && action != open && action != copyPicture &&
+         action != copyPath && action != saveAs && action != reveal && action != dragOut;
 }
 
 bool isForOne(HistoryAction action) {
@@ -52,8 +53,8 @@ bool isForOne(HistoryAction action) {
 
 bool isForPictures(HistoryAction action) {
   using enum HistoryAction;
-  return action == annotate || action == copyPicture || action == saveAs || action == convert ||
-         action == compress;
+  return action == annotate || action == pin || action == copyPicture || action == saveAs ||
+         action == convert || action == compress;
 }
 
 std::string closed(std::string text) {
@@ -177,6 +178,12 @@ std::string nameOf(const EntryList& entries, const std::string& id) {
   const auto found =
       std::ranges::find_if(entries, [&](const EntryPointer& entry) { return entry->id == id; });
   return found == entries.end() ? "A capture" : "“" + titleOf(**found) + "”";
+}
+
+std::vector<NamedPicture> picturesOf(const EntryList& entries) {
+  std::vector<NamedPicture> pictures;
+  for (const EntryPointer& entry : entries) pictures.push_back({.capture = entry->id});
+  return pictures;
 }
 
 }  // namespace
@@ -324,18 +331,28 @@ void HistoryActions::withFiles(const EntryList& entries, Found then) {
 
 void HistoryActions::annotate(const EntryList& entries) {
   const EntryList taken = take(HistoryAction::annotate, entries);
-  std::vector<NamedPicture> pictures;
-  for (const EntryPointer& entry : taken) pictures.push_back({.capture = entry->id});
-  if (pictures.empty()) return;
-  services_.annotate(pictures,
-                     lifetime_.guard([this, taken](const std::vector<UnopenedPicture>& unopened) {
-                       std::string text;
-                       for (const UnopenedPicture& one : unopened) {
-                         text += fmt::format("{}{}: {}", text.empty() ? "" : " ",
-                                             nameOf(taken, one.picture.capture), one.why);
-                       }
-                       if (!text.empty()) say_({.text = std::move(text), .kind = Kind::refusal});
-                     }));
+  if (taken.empty()) return;
+  services_.annotate(picturesOf(taken), lifetime_.guard([this, taken](const auto& unopened) {
+    sayUnopened(taken, unopened);
+  }));
+}
+
+void HistoryActions::pin(const EntryList& entries) {
+  const EntryList taken = take(HistoryAction::pin, entries);
+  if (taken.empty()) return;
+  services_.pin(picturesOf(taken), lifetime_.guard([this, taken](const auto& unopened) {
+    sayUnopened(taken, unopened);
+  }));
+}
+
+void HistoryActions::sayUnopened(const EntryList& asked,
+                                 const std::vector<UnopenedPicture>& unopened) {
+  std::string text;
+  for (const UnopenedPicture& one : unopened) {
+    text += fmt::format("{}{}: {}", text.empty() ? "" : " ", nameOf(asked, one.picture.capture),
+                        one.why);
+  }
+  if (!text.empty()) say_({.text = std::move(text), .kind = Kind::refusal});
 }
 
 void HistoryActions::open(const EntryPointer& entry) {

@@ -20,6 +20,7 @@ namespace vantorel {
 /// What can be done with captures in the History window.
 enum class HistoryAction {
   annotate,
+  pin,
   open,  ///< what is no picture, in the program for such files
   rename,
   star,
@@ -67,6 +68,10 @@ class HistoryActions {
     std::function<void(const std::vector<NamedPicture>& pictures,
                        std::function<void(const std::vector<UnopenedPicture>&)> opened)>
         annotate;
+    /// Likewise pins them above all windows.
+    std::function<void(const std::vector<NamedPicture>& pictures,
+                       std::function<void(const std::vector<UnopenedPicture>&)> pinned)>
+        pin;
     std::function<void(const Path&)> open;                 ///< in the program for such files
     std::function<void(const std::vector<Path>&)> reveal;  ///< in the file manager
   };
@@ -84,6 +89,7 @@ class HistoryActions {
   [[nodiscard]] HistoryShare share(HistoryAction action, const EntryList& entries) const;
 
   void annotate(const EntryList& entries);
+  void pin(const EntryList& entries);
   void open(const EntryPointer& entry);
   void reveal(const EntryList& entries);
 
@@ -130,6 +136,7 @@ class HistoryActions {
   void begin(HistoryAction action, const EntryList& entries, std::optional<ExportFormat> format);
   void rewriteNext(const std::shared_ptr<Rewriting>& rewriting);
   void finish(const Rewriting& rewriting);
+  void sayUnopened(const EntryList& asked, const std::vector<UnopenedPicture>& unopened);
   void sayUnsaved(const std::string& reason);
   void sayFailures(const std::vector<TrashSweep::Failure>& failures, const EntryList& entries,
                    const std::string& leftOut = {});

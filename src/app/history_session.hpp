@@ -171,6 +171,7 @@ struct HistorySession : TestLibrary {
   Observers<ForeignIndex> foreignObservers;
   std::vector<std::string> opened;
   std::vector<std::string> annotated;  ///< ids
+  std::vector<std::string> pinned;     ///< likewise
   std::optional<std::string> annotateFails;
   HistoryModel::Services services{
       .main = runners.main(),
@@ -198,6 +199,11 @@ struct HistorySession : TestLibrary {
                           if (annotateFails) unopened.push_back({picture, *annotateFails});
                         }
                         done(unopened);
+                      },
+                  .pin =
+                      [this](const std::vector<NamedPicture>& pictures, const auto& done) {
+                        for (const auto& picture : pictures) pinned.push_back(picture.capture);
+                        done({});
                       },
                   .open = [this](const Path& path) { opened.push_back(path); },
                   .reveal = [](const std::vector<Path>&) {}},

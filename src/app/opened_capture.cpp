@@ -141,6 +141,7 @@ void OpenedCapture::import(const EditorDocument& document, PixelSize capture, co
   AnnotationDraft draft = draftOf(document, capture);
   draft.entryID = id;
   draft.file.clear();
+  draft.from = draftKey();
   services_.drafts.keep(AnnotationDrafts::keyOfEntry(id), std::move(draft));
   services_.import(import_, lifetime_.guard([this, document, capture, done,
                                              id](Result<CaptureOutcome::Saved> saved) {

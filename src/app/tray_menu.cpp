@@ -141,7 +141,8 @@ StatusMenuItem TrayMenu::captureDelay() {
 
 StatusMenuItem TrayMenu::open() {
   std::vector<StatusMenuItem> lines;
-  for (const auto* const name : {"FocusCard", "OpenClipboard", "OpenUnsavedAnnotations"}) {
+  for (const auto* const name :
+       {"FocusCard", "OpenClipboard", "OpenUnsavedAnnotations", "MakePinsClickable"}) {
     lines.push_back(line(name));
   }
   return submenu("Open", std::move(lines));

@@ -108,6 +108,24 @@ TEST(CommandLineTest, LibraryCommandsAreReadWhole) {
   EXPECT_EQ(library({"relocate", "/media/stick"}).folder, "/media/stick");
 }
 
+TEST(CommandLineTest, PicturesAreNamedByIdsAndFiles) {
+  const auto edited = [](std::vector<std::string> arguments) {
+    const auto parsed = parseCommandLine(std::move(arguments), "/home/bob");
+    const auto* const line = std::get_if<CommandLine>(&parsed);
+    return line != nullptr ? std::get<command::Edit>(line->command) : command::Edit{};
+  };
+  const command::Edit both = edited({"edit", "latest", "shot.png", "../x"});
+  ASSERT_EQ(both.pictures.size(), 3U);
+  EXPECT_EQ(both.pictures[0].capture, "latest");
+  EXPECT_EQ(both.pictures[1].file, "/home/bob/shot.png");
+  EXPECT_EQ(both.pictures[2].file, "/home/x");
+  EXPECT_TRUE(edited({"edit", "--clipboard"}).clipboard);
+  // As file managers ask, for another library too.
+  const command::Edit files = edited({"--root", "/tmp/r.d", "/a/b c.png", "/d.webp"});
+  ASSERT_EQ(files.pictures.size(), 2U);
+  EXPECT_EQ(files.pictures[0].file, "/a/b c.png");
+}
+
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
       {{"capture"}, "\"what\" is missing: display, window, area or previous."},
@@ -145,6 +163,9 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"render", "latest", "--output", "drawn.gif"}, "--format is needed"},
       {{"render", "latest", "--output", "drawn.png", "--format", "gif"},
        "--format must be one of png"},
+      {{"edit"}, "Edit needs either the id of a capture or a picture file, or --clipboard."},
+      {{"edit", "--clipboard", "latest"}, "or --clipboard"},
+      {{"pin"}, "\"what\" is missing"},
       {{"displays", "surplus"}, "surplus"},
       {{"library"}, "subcommand is required"},
       {{"library", "trash"}, "\"ids\" is missing"},

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/capture_editors.hpp"
+#include "app/capture_pins.hpp"
 #include "app/command_keys.hpp"
 #include "base/bounded_run.hpp"
 #include "base/json_writer.hpp"
@@ -78,6 +79,14 @@ CommandReply replyTo(const CaptureReply& reply, bool json) {
   for (const std::string& remark : remarksOn(*saved)) done.error += remark + "\n";
   if (!saved->indexFailure.empty()) done.status = ExitStatus::failed;
   return done;
+}
+
+/// With a sentence for each picture that is not there.
+CommandReply replyTo(const std::vector<UnopenedPicture>& unopened) {
+  CommandReply reply;
+  if (!unopened.empty()) reply.status = ExitStatus::failed;
+  for (const UnopenedPicture& one : unopened) reply.error += sentence(one) + "\n";
+  return reply;
 }
 
 void writeRect(json::Writer& writer, std::string_view key, const PointRect& rect) {
@@ -174,6 +183,8 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
     done(isShown ? CommandReply() : failedReply("The window can't be opened now."));
   } else if (const auto* const editing = std::get_if<command::Edit>(&line.command)) {
     edit(*editing, std::move(done));
+  } else if (const auto* const pinning = std::get_if<command::Pin>(&line.command)) {
+    pin(*pinning, std::move(done));
   } else if (std::holds_alternative<command::Run>(line.command)) {
     services_.coordinator->startedAgain();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
@@ -200,10 +211,18 @@ void CommandRunner::edit(const command::Edit& what, Done done) {
     });
   }
   editors->openAll(what.pictures, [answered](const std::vector<UnopenedPicture>& unopened) {
-    CommandReply reply;
-    if (!unopened.empty()) reply.status = ExitStatus::failed;
-    for (const UnopenedPicture& one : unopened) reply.error += sentence(one) + "\n";
-    (*answered)(std::move(reply));
+    (*answered)(replyTo(unopened));
+  });
+}
+
+void CommandRunner::pin(const command::Pin& what, Done done) {
+  CapturePins* const pins = services_.coordinator->pins;
+  if (pins == nullptr || services_.coordinator->isQuitting()) {
+    return done(failedReply("The picture can't be pinned now."));
+  }
+  pins->pinAll(what.pictures, [answered = std::make_shared<Done>(std::move(done))](
+                                  const std::vector<UnopenedPicture>& unopened) {
+    (*answered)(replyTo(unopened));
   });
 }
 

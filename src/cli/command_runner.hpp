@@ -94,6 +94,7 @@ class CommandRunner {
   void listWindows(bool json, Done done);
   void rewrite(const CommandLine& line, Done done);
   void edit(const command::Edit& what, Done done);
+  void pin(const command::Pin& what, Done done);
   void annotate(const command::Annotate& what, bool json, Done done);
   void render(const command::Render& what, Done done);
 

@@ -96,7 +96,8 @@ void Program::openFiles(const std::vector<std::string>& uris) {
 }
 
 bool Program::hasPictures() const {
-  return wings_->windows && wings_->windows->editors.hasWindows();
+  return wings_->windows &&
+         (wings_->windows->editors.hasWindows() || wings_->windows->pins.hasPins());
 }
 
 void Program::show(AppWindow window) { (void)wings_->captures.coordinator.show(window); }

@@ -437,5 +437,35 @@ TEST_F(WindowsProgramTest, AWindowOnADisplayThatIsUnpluggedComesToTheOneThatIsLe
   quit();
 }
 
+TEST_F(WindowsProgramTest, PicturesAreOpenedAndPinnedByCommand) {
+  startTray();
+  const ChildOutcome taken = vantorel_.run({"capture", "display"});
+  ASSERT_EQ(taken.status, 0);
+  const auto plan = vantorel_.root() / "Plan.png";
+  std::filesystem::copy_file(taken.out.substr(0, taken.out.find('\n')), plan);
+
+  ASSERT_EQ(vantorel_.run({"edit", "latest"}).status, 0);
+  ASSERT_EQ(vantorel_.run({plan.string()}).status, 0) << "as file managers ask";
+  waitUntilActive("Plan — Annotate");
+  const ChildOutcome missing = vantorel_.run({"edit", "nobody", "/nowhere/x.png", "latest"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_THAT(missing.err, HasSubstr("nobody"));
+  EXPECT_THAT(missing.err, HasSubstr("/nowhere/x.png: there is no such file."));
+
+  EXPECT_EQ(vantorel_.run({"pin", "latest", plan.string()}).status, 0);
+  EXPECT_EQ(vantorel_.run({"pin", "latest"}).status, 0);
+  EXPECT_EQ(vantorel_.run({"pin", "/nowhere/x.png"}).status, 1);
+  const ChildOutcome behind = vantorel_.run({"capture", "display"});
+  const Image before = vantorel_.picture(taken);
+  const Image after = vantorel_.picture(behind);
+  for (int y = 0; y < before.height(); ++y) {
+    ASSERT_TRUE(std::ranges::equal(before.row(y), after.row(y)))
+        << "a pin is in the picture: " << y;
+  }
+  // Nothing was changed, so nobody is asked before the end.
+  EXPECT_EQ(vantorel_.run({"quit"}).status, 0);
+  EXPECT_EQ(tray_->wait().status, 0);
+}
+
 }  // namespace
 }  // namespace vantorel

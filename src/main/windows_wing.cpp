@@ -55,6 +55,17 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
               .files = captures.desktop.files,
               .folder = captures.desktop.folders.data / "Drafts"}),
       editors(editing()),
+      pins({.model = {.main = captures.desktop.main,
+                      .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.pictures"),
+                      .codec = captures.desktop.codec,
+                      .clipboard = [this] { return &captures.desktop.clipboard(); }},
+            .disk = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.annotate"),
+            .files = captures.desktop.files,
+            .library = captures.libraryWing.library,
+            .alerts = *captures.desktop.alerts,
+            .surfaces = captures.coordinator.surfaces(),
+            .windows = captures.desktop.ui != nullptr ? &captures.desktop.ui->windows() : nullptr,
+            .finish = finish}),
       cards(
           {.main = captures.desktop.main,
            .clock = *captures.desktop.clock,
@@ -70,6 +81,7 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
            .finish = finish,
            .reveal = [this](const Path& file, const auto& done) { launcher.reveal({file}, done); },
            .open = [this](const EntryPointer& entry, const auto& done) { open(entry, done); },
+           .pin = [this](const EntryPointer& entry, const auto& done) { pin(entry, done); },
            .openHistory = [this] { (void)captures.coordinator.show(AppWindow::history); }}) {
   DesktopWing& desktop = captures.desktop;
   desktop.ui->showCards(&cards);
@@ -80,6 +92,8 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
     }
   };
   captures.coordinator.editors = &editors;
+  captures.coordinator.pins = &pins;
+  pins.onChange = [this] { captures.coordinator.menuChanged(); };
   editors.onDraftsChange = [this] { captures.coordinator.menuChanged(); };
   captures.coordinator.closeEditors = [this](auto done) { editors.closeAll(std::move(done)); };
   captures.coordinator.keepUnsaved = [this](auto kept) { editors.keepDrafts(std::move(kept)); };
@@ -105,6 +119,7 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
 
 WindowsWing::~WindowsWing() {
   captures.coordinator.editors = nullptr;
+  captures.coordinator.pins = nullptr;
   captures.coordinator.closeEditors = nullptr;
   captures.coordinator.keepUnsaved = nullptr;
   captures.coordinator.onSaved = nullptr;
@@ -181,6 +196,13 @@ void WindowsWing::previewFor(const EntryPointer& entry, std::function<void(const
   cache->want({entry});
 }
 
+void WindowsWing::pin(const EntryPointer& entry, const FileLauncher::Done& done) {
+  pins.pinAll({{.capture = entry->id}}, [done](const std::vector<UnopenedPicture>& unopened) {
+    if (unopened.empty()) return done({});
+    done(failed(FailureKind::other, unopened.front().why));
+  });
+}
+
 /// Pictures in Annotate, the rest in the program for such files.
 void WindowsWing::open(const EntryPointer& entry, const FileLauncher::Done& done) {
   if (entry->medium != CaptureMedium::image) return launcher.open(entry->path, done);
@@ -221,6 +243,8 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
                       },
                   .annotate = [this](const std::vector<NamedPicture>& pictures,
                                      auto opened) { editors.openAll(pictures, std::move(opened)); },
+                  .pin = [this](const std::vector<NamedPicture>& pictures,
+                                auto pinned) { pins.pinAll(pictures, std::move(pinned)); },
                   .open = [this](const Path& file) { launcher.open(file, reported()); },
                   .reveal =
                       [this](const std::vector<Path>& files) {

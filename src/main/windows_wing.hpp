@@ -5,6 +5,7 @@
 #include "app/annotation_drafts.hpp"
 #include "app/autostart_switch.hpp"
 #include "app/capture_editors.hpp"
+#include "app/capture_pins.hpp"
 #include "app/capture_weigher.hpp"
 #include "app/card_stack.hpp"
 #include "app/help_model.hpp"
@@ -39,12 +40,14 @@ struct WindowsWing {
   CaptureWeigher weigher;
   AnnotationDrafts drafts;
   CaptureEditors editors;
+  CapturePins pins;
   CardStack cards;
 
  private:
   [[nodiscard]] Path draggedFiles() const;
   [[nodiscard]] CaptureEditors::Services editing();
   void open(const EntryPointer& entry, const FileLauncher::Done& done);
+  void pin(const EntryPointer& entry, const FileLauncher::Done& done);
   void previewFor(const EntryPointer& entry, std::function<void(const Image&)> done);
   [[nodiscard]] std::shared_ptr<HistoryModel> history();
   [[nodiscard]] std::shared_ptr<PreviewCache> previews();

@@ -8,6 +8,7 @@
 #include "ui/help/help_window.hpp"
 #include "ui/history/history_window.hpp"
 #include "ui/kit/window_frame.hpp"
+#include "ui/pin/pin_window.hpp"
 #include "ui/settings/settings_window.hpp"
 #include "ui/welcome/welcome_window.hpp"
 
@@ -70,8 +71,8 @@ void QtAppWindows::equip(WindowFrame& frame) const {
                     .showSettings = [show = services_.show] { show(AppWindow::settings); }});
 }
 
-std::shared_ptr<Surface> QtAppWindows::openPin(std::shared_ptr<PinModel>, Closed) {
-  return nullptr;
+std::shared_ptr<Surface> QtAppWindows::openPin(std::shared_ptr<PinModel> model, Closed closed) {
+  return std::make_shared<PinWindow>(std::move(model), native_, std::move(closed));
 }
 
 }  // namespace vantorel

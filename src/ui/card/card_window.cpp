@@ -56,6 +56,7 @@ CardWindow::CardWindow(CardStack& stack, std::uint64_t number,
   add(CardAction::saveAs, IconName::save, QStringLiteral("Save as"), QStringLiteral("S"));
   add(CardAction::open, open == QLatin1String("Annotate") ? IconName::annotate : IconName::image,
       open, QStringLiteral("E"));
+  add(CardAction::pin, IconName::pin, QStringLiteral("Pin"), QStringLiteral("P"));
   add(CardAction::reveal, IconName::reveal, QStringLiteral("Reveal"), QStringLiteral("R"));
   add(CardAction::trash, IconName::trash, QStringLiteral("Move to Trash"), QStringLiteral("Del"));
   close_ = new FloatingButton(IconName::close, QStringLiteral("Close"), {}, this);
@@ -378,6 +379,7 @@ void CardWindow::perform(CardAction action) {
     case CardAction::copy: return stack_.copy(number_);
     case CardAction::saveAs: return saveAs();
     case CardAction::open: neighbours_.giveFocusBack(); return stack_.open(number_);
+    case CardAction::pin: neighbours_.giveFocusBack(); return stack_.pin(number_);
     case CardAction::reveal: neighbours_.giveFocusBack(); return stack_.reveal(number_);
     case CardAction::trash: return stack_.trash(number_);
   }
@@ -419,6 +421,7 @@ void CardWindow::keyPressEvent(QKeyEvent* event) {
       case Qt::Key_C: return perform(CardAction::copy);
       case Qt::Key_S: return perform(CardAction::saveAs);
       case Qt::Key_E: return perform(CardAction::open);
+      case Qt::Key_P: return perform(CardAction::pin);
       case Qt::Key_R: return perform(CardAction::reveal);
       case Qt::Key_Delete: return perform(CardAction::trash);
       case Qt::Key_F: return neighbours_.openDrawer(*this);

@@ -33,6 +33,9 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
              Qt::Key_Return, [this] { openSubjects(); });
   // Fields and buttons have their own use for this key: whoever has it opens by it itself.
   open->setShortcutContext(Qt::WidgetShortcut);
+  pin = add(HistoryAction::pin, QStringLiteral("Pin"), IconName::pin,
+            Qt::CTRL | Qt::SHIFT | Qt::Key_P,
+            [this, subjects] { model_->actions().pin(subjects()); });
   copyPicture =
       add(HistoryAction::copyPicture, QStringLiteral("Copy"), IconName::copy, Qt::CTRL | Qt::Key_C,
           [this, subjects] { model_->actions().copyPicture(subjects().front()); });
@@ -141,6 +144,7 @@ bool HistoryCommands::explain(const QKeyEvent& press) {
 
 void HistoryCommands::fill(QMenu& menu) {
   menu.addAction(open);
+  menu.addAction(pin);
   menu.addAction(rename);
   menu.addAction(star);
   QMenu* const into = menu.addMenu(icon(IconName::collectionAdd), QStringLiteral("Collect"));

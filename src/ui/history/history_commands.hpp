@@ -24,6 +24,7 @@ class HistoryCommands : public QObject {
   void refresh();
 
   QAction* open;  ///< "Annotate" for pictures
+  QAction* pin;
   QAction* copyPicture;
   QAction* copyPath;
   QAction* saveAs;

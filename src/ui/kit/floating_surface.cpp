@@ -116,6 +116,11 @@ void FloatingSurface::setRadius(int radius) {
   update();
 }
 
+void FloatingSurface::setClickThrough(bool isOn) {
+  letsClicksThrough_ = isOn;
+  applyMask();
+}
+
 void FloatingSurface::setPanelColor(const QColor& color) {
   panelColor_ = color;
   update();
@@ -142,7 +147,7 @@ void FloatingSurface::applyMask() {
     // The shadow lets clicks through to what lies below.
     const double ratio = devicePixelRatioF();
     const auto pixels = [ratio](int length) { return qRound(length * ratio); };
-    const QRect panel = panelRect();
+    const QRect panel = letsClicksThrough_ ? QRect() : panelRect();
     native_->setInputArea(winId(), {pixels(panel.x()), pixels(panel.y()), pixels(panel.width()),
                                     pixels(panel.height())});
   }

@@ -29,6 +29,9 @@ class FloatingSurface : public QWidget {
   void setPanelGeometry(const QRect& panel);
   [[nodiscard]] QRect panelGeometry() const;
 
+  /// Whether clicks go to what lies below it.
+  void setClickThrough(bool isOn);
+
   void setRadius(int radius);
   [[nodiscard]] int radius() const { return radius_; }
 
@@ -55,6 +58,7 @@ class FloatingSurface : public QWidget {
   int radius_;
   QColor panelColor_;
   bool isTranslucent_;
+  bool letsClicksThrough_ = false;
   std::unique_ptr<CompositorWatch> watch_;
 };
 

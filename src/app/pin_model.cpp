@@ -1,0 +1,166 @@
+#include "app/pin_model.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <limits>
+
+#include "base/check.hpp"
+#include "base/round_trip.hpp"
+#include "editor/records/output_failure.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr std::chrono::seconds saidTime{2};
+constexpr double leastSide = 24;
+constexpr double mostSide = 16'000;
+constexpr double mostZoom = 8;
+constexpr double cascade = 32;
+
+Box sharedPart(const Box& one, const Box& other) {
+  const double left = std::max(one.x, other.x);
+  const double top = std::max(one.y, other.y);
+  const double right = std::min(one.x + one.w, other.x + other.w);
+  const double bottom = std::min(one.y + one.h, other.y + other.h);
+  return {left, top, std::max(0.0, right - left), std::max(0.0, bottom - top)};
+}
+
+/// How far `from` to `from + length` has to move to have `seen` of itself between `start` and
+/// `end`.
+double wayInto(double from, double length, double start, double end, double seen) {
+  seen = std::min({seen, length, end - start});
+  if (from + length < start + seen) return start + seen - (from + length);
+  return from > end - seen ? end - seen - from : 0;
+}
+
+}  // namespace
+
+PinModel::PinModel(Services services, std::string title, Image picture, double scale)
+    : services_(std::move(services)),
+      title_(std::move(title)),
+      picture_(std::move(picture)),
+      scale_(scale) {
+  VT_CHECK(!picture_.isEmpty() && scale_ > 0);
+  frame_ = {0, 0, picture_.width() / scale_, picture_.height() / scale_};
+}
+
+void PinModel::setPicture(Image picture) {
+  const Pt at = middle();
+  picture_ = std::move(picture);
+  frame_.w = picture_.width() / scale_ * zoom_;
+  frame_.h = picture_.height() / scale_ * zoom_;
+  frame_.x = at.x - frame_.w / 2;
+  frame_.y = at.y - frame_.h / 2;
+  observers_.notify({.picture = true, .frame = true});
+}
+
+void PinModel::placeOn(const Box& area, int place) {
+  const double width = picture_.width() / scale_;
+  const double height = picture_.height() / scale_;
+  zoom_ = clampedZoom(std::min({1.0, area.w / 2 / width, area.h / 2 / height}));
+  frame_.w = width * zoom_;
+  frame_.h = height * zoom_;
+  // Beyond a handful they would leave the display.
+  const double aside = cascade * (place % 8);
+  frame_.x = std::round(area.x + (area.w - frame_.w) / 2 + aside);
+  frame_.y = std::round(area.y + (area.h - frame_.h) / 2 + aside);
+  observers_.notify({.frame = true});
+}
+
+void PinModel::moveBy(double dx, double dy) {
+  frame_.x += dx;
+  frame_.y += dy;
+  observers_.notify({.frame = true});
+}
+
+double PinModel::clampedZoom(double zoom) const {
+  const double width = picture_.width() / scale_;
+  const double height = picture_.height() / scale_;
+  const double most = std::min({mostZoom, mostSide / width, mostSide / height});
+  const double least = std::min(1.0, std::max(leastSide / width, leastSide / height));
+  return std::clamp(zoom, std::min(least, most), std::max(least, most));
+}
+
+void PinModel::setZoom(double zoom, Pt at) {
+  zoom = clampedZoom(zoom);
+  if (zoom == zoom_) return;
+  const double by = zoom / zoom_;
+  zoom_ = zoom;
+  frame_.x = at.x - (at.x - frame_.x) * by;
+  frame_.y = at.y - (at.y - frame_.y) * by;
+  frame_.w = picture_.width() / scale_ * zoom_;
+  frame_.h = picture_.height() / scale_ * zoom_;
+  observers_.notify({.frame = true});
+}
+
+void PinModel::zoomBy(double steps, Pt at) { setZoom(zoom_ * std::pow(zoomStep, steps), at); }
+
+void PinModel::resetZoom() { setZoom(1, middle()); }
+
+void PinModel::keepWithin(const std::vector<Box>& displays) {
+  const Box* nearest = nullptr;
+  double shortest = std::numeric_limits<double>::max();
+  const double seen = std::min({leastSeen, frame_.w, frame_.h});
+  for (const Box& display : displays) {
+    const Box shared = sharedPart(frame_, display);
+    if (shared.w >= seen && shared.h >= seen) return;
+    const double dx = wayInto(frame_.x, frame_.w, display.x, display.x + display.w, leastSeen);
+    const double dy = wayInto(frame_.y, frame_.h, display.y, display.y + display.h, leastSeen);
+    const double way = std::hypot(dx, dy);
+    if (way < shortest) {
+      shortest = way;
+      nearest = &display;
+    }
+  }
+  if (nearest == nullptr) return;
+  moveBy(wayInto(frame_.x, frame_.w, nearest->x, nearest->x + nearest->w, leastSeen),
+         wayInto(frame_.y, frame_.h, nearest->y, nearest->y + nearest->h, leastSeen));
+}
+
+double PinModel::opacity() const {
+  return letsClicksThrough_ ? std::min(opacity_, throughOpacity) : opacity_;
+}
+
+void PinModel::fade(int steps) {
+  const double wanted = std::round((opacity_ + 0.1 * steps) * 10) / 10;
+  opacity_ = std::clamp(wanted, leastOpacity, 1.0);
+  observers_.notify({.look = true});
+}
+
+void PinModel::setClickThrough(bool isOn) {
+  if (letsClicksThrough_ == isOn) return;
+  letsClicksThrough_ = isOn;
+  observers_.notify({.look = true});
+}
+
+void PinModel::say(std::string text) {
+  said_ = std::move(text);
+  observers_.notify({.look = true});
+  saying_.renew();
+  services_.main->postAfter(saidTime, saying_.guard([this] {
+    said_.clear();
+    observers_.notify({.look = true});
+  }));
+}
+
+void PinModel::copy() {
+  roundTrip(
+      *services_.work, services_.main,
+      [picture = picture_, scale = scale_, codec = services_.codec] {
+        return codec->encode(picture, {.format = ExportFormat::png, .pixelsPerPoint = scale});
+      },
+      lifetime_.guard([this](Result<std::string> png) {
+        Clipboard* const clipboard = services_.clipboard();
+        if (!png || clipboard == nullptr) {
+          return say(sentence(png ? OutputFailure::clipboardRefused : OutputFailure::notPrepared));
+        }
+        clipboard->setImage(*std::move(png), lifetime_.guard([this](const Result<void>& copied) {
+          say(copied ? "Copied" : sentence(OutputFailure::clipboardRefused));
+        }));
+      }));
+}
+
+void PinModel::close() { observers_.notify({.closed = true}); }
+
+}  // namespace vantorel

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "base/image.hpp"
+#include "base/lifetime.hpp"
+#include "base/observers.hpp"
+#include "base/task_runner.hpp"
+#include "editor/records/box.hpp"
+#include "platform/clipboard.hpp"
+#include "platform/image_codec.hpp"
+
+namespace vantorel {
+
+/// One picture that floats above all windows: where it is, how large and how visible. Lives on the
+/// main runner.
+class PinModel {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> work;  ///< encodes pictures
+    std::shared_ptr<const ImageCodec> codec;
+    std::function<Clipboard*()> clipboard;  ///< null when there is none
+  };
+
+  static constexpr double zoomStep = 1.1;
+  static constexpr double leastOpacity = 0.2;
+  /// Of a pin that lets clicks through, so that what lies below can be seen.
+  static constexpr double throughOpacity = 0.6;
+  /// So much of a pin stays on a display, whatever becomes of the displays.
+  static constexpr double leastSeen = 48;
+
+  /// `picture` as it is shown, at `scale` pixels a point.
+  PinModel(Services services, std::string title, Image picture, double scale);
+
+  [[nodiscard]] const std::string& title() const { return title_; }
+  [[nodiscard]] const Image& picture() const { return picture_; }
+
+  /// What changed.
+  struct Change {
+    bool picture = false;
+    bool frame = false;
+    bool look = false;    ///< opacity, clicks, what is said
+    bool closed = false;  ///< it is to go
+  };
+  [[nodiscard]] Observation observe(std::function<void(const Change&)> changed) {
+    return observers_.add(std::move(changed));
+  }
+
+  /// Another picture of the same capture, which was annotated, redacted or cropped: it keeps its
+  /// scale and its middle.
+  void setPicture(Image picture);
+  void setTitle(std::string title) { title_ = std::move(title); }
+
+  // ---- place and size, in points of the desktop
+
+  /// On the display `area`, at most half as wide and high, each next one (`place` counts from 0) a
+  /// little beside the one before.
+  void placeOn(const Box& area, int place);
+  [[nodiscard]] const Box& frame() const { return frame_; }
+  /// 1 is a pixel of the picture for each pixel that was captured.
+  [[nodiscard]] double zoom() const { return zoom_; }
+  void moveBy(double dx, double dy);
+  /// What lies below `at` stays there.
+  void zoomBy(double steps, Pt at);
+  void zoomIn() { zoomBy(1, middle()); }
+  void zoomOut() { zoomBy(-1, middle()); }
+  /// As it was captured.
+  void resetZoom();
+  /// Of the displays there are now: so much of it stays on one of them that it can be moved.
+  void keepWithin(const std::vector<Box>& displays);
+
+  // ---- how it looks
+
+  [[nodiscard]] double opacity() const;
+  /// In steps of a tenth.
+  void fade(int steps);
+  [[nodiscard]] bool letsClicksThrough() const { return letsClicksThrough_; }
+  void setClickThrough(bool isOn);
+
+  // ---- what is done with it
+
+  /// Copies what it shows.
+  void copy();
+  /// "Copied", or why not, for a moment; mostly empty.
+  [[nodiscard]] const std::string& said() const { return said_; }
+  void close();
+
+ private:
+  [[nodiscard]] Pt middle() const { return {frame_.x + frame_.w / 2, frame_.y + frame_.h / 2}; }
+  [[nodiscard]] double clampedZoom(double zoom) const;
+  void setZoom(double zoom, Pt at);
+  void say(std::string text);
+
+  Services services_;
+  std::string title_;
+  Image picture_;
+  double scale_;
+  Box frame_;
+  double zoom_ = 1;
+  double opacity_ = 1;
+  bool letsClicksThrough_ = false;
+  std::string said_;
+  Observers<Change> observers_;
+  Lifetime saying_;
+  Lifetime lifetime_;
+};
+
+}  // namespace vantorel
