@@ -30,6 +30,7 @@ constexpr std::uint8_t escape = 9;
 constexpr std::uint8_t digit1 = 10;
 constexpr std::uint8_t digit0 = 19;
 constexpr std::uint8_t letterW = 25;
+constexpr std::uint8_t enter = 36;
 constexpr std::uint8_t control = 37;
 constexpr std::uint8_t letterS = 39;
 constexpr std::uint8_t letterV = 55;
@@ -203,6 +204,12 @@ class Bench {
     screen_.press(letterS, true);
     rest(700);
     screen_.press(letterW, true);
+    const auto start = Clock::now();
+    while (millisecondsSince(start) < 2000) {
+      if (screen_.at({screen_.width() / 2, screen_.height() / 2}) == magenta) return rest(500);
+    }
+    // What is still being saved is asked about.
+    screen_.press(enter);
     waitForWindow(false);
     rest(500);
   }
