@@ -312,7 +312,10 @@ bool CanvasInput::handle(const KeyEvent& event) {
   switch (event.key) {
     case EditorKey::backspace:
     case EditorKey::del: return model_.deleteSelection();
-    case EditorKey::enter: return model_.applyCrop() || placeShape(event);
+    case EditorKey::enter:
+      if (model_.tool() != Tool::crop) return placeShape(event);
+      model_.pickTool(Tool::select);  // which applies it, and what is left is seen
+      return true;
     case EditorKey::left:
     case EditorKey::right:
     case EditorKey::up:

@@ -113,8 +113,6 @@ AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::functi
     model_->dismissRefusal();
     model_->clearNotice();
   };
-  // A press on it is none on the canvas.
-  capsule_->setAttribute(Qt::WA_NoMousePropagation);
   rail_->onPicked = [this](Tool tool) { pick(tool); };
   bar_->onUndo = [this] { undo(); };
   bar_->onRedo = [this] { redo(); };

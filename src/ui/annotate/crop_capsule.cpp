@@ -5,6 +5,7 @@
 #include <QIntValidator>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <algorithm>
@@ -23,7 +24,8 @@
 namespace vantorel {
 namespace {
 
-constexpr int capsuleGap = 12;  // px from the frame and the edges
+constexpr int handleReach = 12;  // px from the frame in which its handles are taken
+constexpr int capsuleGap = 12;   // px from the frame and the edges
 
 /// Dark on every desktop, as the bar is that they stand on.
 QPalette capsulePalette() {
@@ -181,10 +183,11 @@ void CropCapsule::place() {
   const QSize panel = size - QSize(2 * shadow, 2 * shadow);
   const int middle = frame_.isEmpty() ? canvas.width() / 2 : frame_.center().x();
   const int lowest = canvas.height() - capsuleGap - panel.height();
-  int y = frame_.isEmpty() ? lowest : frame_.bottom() + 1 + capsuleGap;
+  int y = frame_.isEmpty() ? lowest : frame_.bottom() + 1 + handleReach + capsuleGap;
   // Above the frame where there is no room below, else within it.
-  if (y > lowest && frame_.top() - capsuleGap - panel.height() >= capsuleGap) {
-    y = frame_.top() - capsuleGap - panel.height();
+  const int above = frame_.top() - handleReach - capsuleGap - panel.height();
+  if (y > lowest && above >= capsuleGap) {
+    y = above;
   }
   y = std::clamp(y, capsuleGap, std::max(capsuleGap, lowest));
   const int x =
@@ -204,6 +207,21 @@ void CropCapsule::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
   place();
 }
+
+/// Through its shadow handles can be taken, which are the canvas's.
+void CropCapsule::takeOrLeave(QMouseEvent& event) {
+  constexpr int shadow = floating_bar::shadow;
+  const QRect panel = rect().adjusted(shadow, shadow, -shadow, -shadow);
+  if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick) {
+    isPressTaken_ = panel.contains(event.position().toPoint());
+  }
+  event.setAccepted(isPressTaken_);
+}
+
+void CropCapsule::mousePressEvent(QMouseEvent* event) { takeOrLeave(*event); }
+void CropCapsule::mouseDoubleClickEvent(QMouseEvent* event) { takeOrLeave(*event); }
+void CropCapsule::mouseMoveEvent(QMouseEvent* event) { takeOrLeave(*event); }
+void CropCapsule::mouseReleaseEvent(QMouseEvent* event) { takeOrLeave(*event); }
 
 void CropCapsule::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape) {

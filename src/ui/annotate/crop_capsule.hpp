@@ -29,6 +29,10 @@ class CropCapsule : public QWidget {
   void paintEvent(QPaintEvent* event) override;
   void showEvent(QShowEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
@@ -38,6 +42,7 @@ class CropCapsule : public QWidget {
   void place();
   void typed(bool isHeight);
   void leave();
+  void takeOrLeave(QMouseEvent& event);
 
   std::shared_ptr<AnnotateModel> model_;  // outlives what works on its editor
   InspectedEditor editor_;
@@ -47,6 +52,7 @@ class CropCapsule : public QWidget {
   QLineEdit* height_;
   QPushButton* apply_;
   QRect frame_;
+  bool isPressTaken_ = false;
   Observation changes_;
 };
 
