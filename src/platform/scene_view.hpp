@@ -40,8 +40,8 @@ class SceneView {
   /// not compared. Throws std::bad_alloc.
   virtual std::vector<PixelRect> show(const ShapeList& shapes) = 0;
 
-  /// Puts `patch` in place of a part of the ground, of its size, with its corner at `x` and `y`, and
-  /// brings the picture up to `shapes` likewise.
+  /// Puts `patch` in place of a part of the ground, of its size, with its corner at `x` and `y`,
+  /// and brings the picture up to `shapes` likewise.
   virtual std::vector<PixelRect> patchGround(const Image& patch, int x, int y,
                                              const ShapeList& shapes) = 0;
 

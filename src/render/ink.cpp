@@ -25,10 +25,9 @@ double luminance(const Ink& ink) {
   return 0.2126 * linear(ink.r) + 0.7152 * linear(ink.g) + 0.0722 * linear(ink.b);
 }
 
-/// White as long as large letters can be read so: a mark looks lighter on the eye with it.
 Ink readableOn(const Ink& ground) {
   const double contrastOfWhite = 1.05 / (luminance(ground) + 0.05);
-  return contrastOfWhite >= 3 ? Ink{1, 1, 1, 1} : Ink{0, 0, 0, 1};
+  return contrastOfWhite >= 4.5 ? Ink{1, 1, 1, 1} : Ink{0, 0, 0, 1};
 }
 
 Ink rimOf(const Ink& ink) {

@@ -22,12 +22,8 @@ Ink at(const Image& image, int x, int y) {
 TEST(InkTest, LettersOnColouredGroundAndBelowHighlightsAreReadable) {
   for (unsigned ground = 0; ground < 0x1000000; ground += 0x0503) {
     const Ink ink = inkOf(fmt::format("#{:06x}", ground));
-    ASSERT_GE(contrast(ink, readableOn(ink)), 3) << std::hex << ground;
+    ASSERT_GE(contrast(ink, readableOn(ink)), 4.5) << std::hex << ground;
   }
-  for (const char* color : {"#ff3b30", "#007aff", "#af52de", "#000000"}) {
-    EXPECT_EQ(readableOn(inkOf(color)).r, 1) << color;
-  }
-  EXPECT_EQ(readableOn(inkOf("#ffcc00")).r, 0);
   // A letter in the middle of light and of dark ground.
   const std::pair<std::uint32_t, const char*> pages[] = {{0xfff4f4f6, "#202428"},
                                                          {0xff202428, "#f4f4f6"}};
