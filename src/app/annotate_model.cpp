@@ -571,7 +571,7 @@ void AnnotateModel::measureFormats() {
       }));
 }
 
-void AnnotateModel::measureNext(Image image) {
+void AnnotateModel::measureNext(const Image& image) {
   if (toMeasure_.empty()) return;
   const ExportFormat format = toMeasure_.front();
   auto encoding = encodingOf(format);

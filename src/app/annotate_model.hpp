@@ -224,7 +224,7 @@ class AnnotateModel {
   void encode(Image image, const ImageEncoding& encoding,
               std::function<void(Result<std::string>)> done);
   [[nodiscard]] ImageEncoding encodingOf(ExportFormat format) const;
-  void measureNext(Image image);
+  void measureNext(const Image& image);
   void pastePicture(std::string bytes, Pt middle);
   void pasteText(Clipboard& clipboard, Pt middle);
 
