@@ -32,11 +32,15 @@ constexpr const char* stillUnknown = "\u2026";
 constexpr std::array offeredFormats{ExportFormat::png, ExportFormat::jpeg, ExportFormat::heic,
                                     ExportFormat::webp};
 
-Result<Image> drawnWith(SceneDrawing& drawing, const EditorDocument& document, const Image& base,
-                        std::optional<double> scale, const Files& files, const ImageCodec& codec) {
-  auto image = drawing.drawScene(document, base, scale, files, codec);
-  if (image) return *std::move(image);
-  return failed(FailureKind::other, sentence(image.error()));
+/// A picture as a file of this program's, in `folder`.
+Result<LayerFile> keepAsLayer(Files& files, const ImageCodec& codec, const Path& folder,
+                              std::string_view bytes, std::string name) {
+  const PictureHeader header = VT_TRY(codec.header(bytes));
+  VT_TRY(files.makeFolder(folder, Privacy::ownerOnly));
+  const Path file = folder / fmt::format("{}.{}", randomID(), fileExtension(header.format));
+  VT_TRY(files.create(file, bytes, Privacy::ownerOnly, Durability::flushed));
+  settleFolder(files, folder);
+  return LayerFile{file.string(), header.size, std::move(name)};
 }
 
 /// The files of layers to be, and the names of those that are no pictures.
@@ -45,14 +49,25 @@ struct LayersRead {
   std::vector<std::string> refused;
 };
 
-LayersRead readLayers(const std::vector<Path>& paths, const Files& files, const ImageCodec& codec) {
+/// What was dragged out of another editor lies in `drags`, and not for long: it is copied to
+/// `layers`.
+Result<LayerFile> readLayer(const Path& path, const Path& drags, const Path& layers, Files& files,
+                            const ImageCodec& codec) {
+  if (path.string().starts_with(drags.string() + "/")) {
+    return keepAsLayer(files, codec, layers, VT_TRY(files.read(path)), path.stem().string());
+  }
+  return LayerFile{path.string(), VT_TRY(codec.pixelSize(files, path))};
+}
+
+LayersRead readLayers(const std::vector<Path>& paths, const Path& drags, const Path& layers,
+                      Files& files, const ImageCodec& codec) {
   LayersRead read;
   for (const Path& path : paths) {
-    if (const auto size = codec.pixelSize(files, path)) {
-      read.files.push_back({path.string(), *size});
+    if (auto layer = readLayer(path, drags, layers, files, codec)) {
+      read.files.push_back(*std::move(layer));
     } else {
       read.refused.push_back(fmt::format("{} couldn't be read as an image: {}.",
-                                         path.filename().string(), size.error().reason));
+                                         path.filename().string(), layer.error().reason));
     }
   }
   return read;
@@ -184,9 +199,10 @@ void AnnotateModel::refuse(const EditorExportFailure& failure) {
   const LayersReport report = editing_->scene.report();
   const auto hiding = [&](const std::vector<std::string>& ids) {
     for (const LayerSpec& layer : *editor().state().layers) {
-      const bool blocks = layer.visible && layer.name == block->layerName &&
-                          std::ranges::find(ids, layer.id) != ids.end();
-      if (blocks) refusal.layerID = layer.id;
+      const bool isNamed = layer.visible && layer.path && layer.name == block->layerName;
+      const bool isKnown = std::ranges::find(ids, layer.id) != ids.end();
+      // One whose file has just gone is in no list yet.
+      if (isNamed && (isKnown || !refusal.layerID)) refusal.layerID = layer.id;
     }
   };
   if (block->kind == ExportBlock::Kind::layerTooLarge) hiding(report.oversizedLayerIDs);
@@ -281,7 +297,7 @@ void AnnotateModel::open(Opened opened) {
         .flatten =
             [&drawing, base, scale = opened.captureScale, files = services_.files,
              codec = services_.codec](const EditorDocument& document) {
-              return drawnWith(drawing, document, base, scale, *files, *codec);
+              return drawing.drawScene(document, base, scale, *files, *codec);
             },
         .ask =
             [this](const std::string& question, const std::function<void(bool)>& answered) {
@@ -560,9 +576,9 @@ void AnnotateModel::measureFormats() {
       *services_.work, services_.main,
       [drawing = &editing_->drawing, document = std::move(document), base = editing_->base,
        scale = editor().captureScale(), files = services_.files, codec = services_.codec] {
-        return drawnWith(*drawing, document, base, scale, *files, *codec);
+        return drawing->drawScene(document, base, scale, *files, *codec);
       },
-      measuring_.guard([this](Result<Image> image) {
+      measuring_.guard([this](Result<Image, SceneFailure> image) {
         if (image) return measureNext(*std::move(image));
         for (const ExportFormat format : std::exchange(toMeasure_, {})) {
           weights_.push_back({format, std::nullopt});
@@ -632,9 +648,8 @@ void AnnotateModel::addLayers(const std::vector<Path>& files) {
   clearNotice();
   roundTrip(
       *services_.disk, services_.main,
-      [files, disk = services_.files, codec = services_.codec] {
-        return readLayers(files, *disk, *codec);
-      },
+      [files, drags = services_.drags, layers = services_.layers, disk = services_.files,
+       codec = services_.codec] { return readLayers(files, drags, layers, *disk, *codec); },
       lifetime_.guard([this](const LayersRead& read) {
         if (!read.files.empty()) editor().addLayers(read.files);
         if (!read.refused.empty()) say(fmt::format("{}", fmt::join(read.refused, " ")), true);
@@ -732,13 +747,8 @@ void AnnotateModel::pastePicture(std::string bytes, Pt middle) {
   roundTrip(
       *services_.disk, services_.main,
       [bytes = std::move(bytes), folder = services_.layers, files = services_.files,
-       codec = services_.codec]() -> Result<LayerFile> {
-        const PictureHeader header = VT_TRY(codec->header(bytes));
-        VT_TRY(files->makeFolder(folder, Privacy::ownerOnly));
-        const Path file = folder / fmt::format("{}.{}", randomID(), fileExtension(header.format));
-        VT_TRY(files->create(file, bytes, Privacy::ownerOnly, Durability::flushed));
-        settleFolder(*files, folder);
-        return LayerFile{file.string(), header.size};
+       codec = services_.codec] {
+        return keepAsLayer(*files, *codec, folder, bytes, "Pasted Image");
       },
       lifetime_.guard([this, middle](const Result<LayerFile>& layer) {
         if (!layer) return say(fmt::format("Couldn't paste: {}.", layer.error().reason), true);

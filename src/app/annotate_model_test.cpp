@@ -100,6 +100,7 @@ TEST_F(AnnotateModelTest, ALayerThatIsAwayKeepsPicturesInAndChangesSafe) {
   model().copy();
   run.runners.run();
   ASSERT_TRUE(model().refusal());
+  EXPECT_TRUE(model().refusal()->layerID);
   EXPECT_EQ(model().refusal()->sentence, "Export is blocked: logo is missing. Hide or remove it.");
   EXPECT_EQ(run.pasteboard.images, 0);
   EXPECT_TRUE(run.save());
@@ -120,6 +121,16 @@ TEST_F(AnnotateModelTest, PastesShapesElseAPictureElseText) {
   ASSERT_THAT(*model().editor().state().layers, SizeIs(2));
   const auto layer = model().editor().state().layers->back().path;
   EXPECT_EQ(run.files->text(*layer), run.picture(4)) << "kept where nobody else deletes it";
+  EXPECT_EQ(model().editor().state().layers->back().name, "Pasted Image");
+  // So is what was dragged out of another editor, whose file does not stay.
+  run.files->folders.insert("/caches/Drags/1");
+  run.files->put("/caches/Drags/1/b.png", run.picture(5));
+  model().addLayers({"/caches/Drags/1/b.png"});
+  run.runners.run();
+  const LayerSpec dropped = model().editor().state().layers->back();
+  EXPECT_EQ(dropped.name, "b");
+  EXPECT_TRUE(dropped.path->starts_with("/data/Layers/")) << *dropped.path;
+  model().editor().undo();
 
   run.pasteboard.content.erase("image/png");
   model().pasteFromClipboard(Pt{10, 10});

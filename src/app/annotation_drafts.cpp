@@ -35,11 +35,28 @@ std::optional<AnnotationDraft> readDraft(std::string_view text) {
   return draft ? std::optional(*std::move(draft)) : std::nullopt;
 }
 
+/// Whether it says that a newer build wrote it.
+bool isNewer(std::string_view text) {
+  const auto document = json::Document::parse(text);
+  if (!document) return false;
+  std::string_view key;
+  json::Cursor value;
+  for (auto members = document->root().members(); members.next(key, value);) {
+    std::int64_t version = 0;
+    json::Problem problem;
+    if (key == "version" && read(value, version, problem)) {
+      return version > AnnotationDraft::currentVersion;
+    }
+  }
+  return false;
+}
+
 /// The first file for the key that no other build's draft has.
 struct DraftPlace {
   Path path;
   std::optional<AnnotationDraft> draft;  ///< that is in it
   Path foreign;                          ///< one that could not be read; the first
+  bool isOfNewer = false;                ///< the foreign one is a newer build's
 };
 
 Result<DraftPlace> placeOf(const Files& files, const Path& folder, const std::string& key) {
@@ -51,6 +68,7 @@ Result<DraftPlace> placeOf(const Files& files, const Path& folder, const std::st
     if (text) place.draft = readDraft(*text);
     if (place.draft) return place;
     if (place.foreign.empty()) place.foreign = place.path;
+    place.isOfNewer |= text && isNewer(*text);
   }
   return failed(FailureKind::exists, "there are too many that can't be read");
 }
@@ -175,7 +193,7 @@ void AnnotationDrafts::find(const std::string& key, std::function<void(Found)> f
       [key, files = services_.files, folder = services_.folder]() -> Found {
         auto place = placeOf(*files, folder, key);
         if (!place) return {};
-        return {std::move(place->draft), std::move(place->foreign)};
+        return {std::move(place->draft), place->isOfNewer ? std::move(place->foreign) : Path()};
       },
       lifetime_.guard(std::move(found)));
 }

@@ -247,6 +247,20 @@ TEST_F(CaptureEditorsTest, ANewerVersionsDraftIsKept) {
   EXPECT_THAT(run->drafts(), ElementsAre(own));
 }
 
+TEST_F(CaptureEditorsTest, ADraftThatMakesNoSenseIsNoNewerVersions) {
+  run->files->folders.insert("/data/Drafts");
+  run->files->put("/data/Drafts/" + AnnotationDrafts::keyOfEntry("a") + ".json", "{ rubbish");
+  EXPECT_EQ(run->openEntry("a"), "");
+  EXPECT_FALSE(run->model().notice());
+  run->draw(1);
+  run->runners.advance(std::chrono::seconds(1));
+  // What was undone right before the window closes does not come back.
+  run->model().editor().undo();
+  run->closeWindow();
+  run->openEntry("a");
+  EXPECT_FALSE(run->model().notice());
+}
+
 TEST_F(CaptureEditorsTest, APictureFileBecomesACaptureWhenItIsSavedFirst) {
   const std::string bytes = run->picture(7);
   run->files->put("/outside/Plan.png", bytes);

@@ -84,6 +84,7 @@ bool EditorModel::addLayers(const std::vector<LayerFile>& files) {
           if (file.pixels.width < 1 || file.pixels.height < 1) continue;
           const double offset = cascade * double(layers.size() - 1);
           LayerSpec layer = newImageLayer(file.path, file.pixels, {});
+          if (!file.name.empty()) layer.name = file.name;
           layer.frame = fitted(file.pixels, canvasSize(), {offset, offset});
           last = layer.id;
           layers.push_back(std::move(layer));
@@ -110,6 +111,7 @@ bool EditorModel::pasteLayer(const LayerFile& file, Pt middle) {
     ensureCaptureLayer(state);
     std::vector<LayerSpec> layers = *state.layers;
     LayerSpec layer = newImageLayer(file.path, file.pixels, {});
+    if (!file.name.empty()) layer.name = file.name;
     layer.frame = fitted(file.pixels, canvasSize(), {});
     layer.frame.x = std::round(middle.x - layer.frame.w / 2);
     layer.frame.y = std::round(middle.y - layer.frame.h / 2);

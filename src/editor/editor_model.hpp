@@ -45,6 +45,7 @@ struct EditorEvents {
 struct LayerFile {
   std::string path;
   PixelSize pixels;
+  std::string name{};  ///< empty: the file's
 };
 
 /// The edited document: tools and styles, shapes, selection, layers, canvas, undo. Knows no window

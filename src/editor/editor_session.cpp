@@ -64,14 +64,18 @@ void EditorSession::confirmed(Exported done) {
   model_.endText();
   if (auto blocked = block()) return done(std::unexpected(*std::move(blocked)));
   EditorSaving saving{entryID_, path_, {}, model_.document()};
-  auto finish = lifetime_.guard([saving, done = std::move(done)](Result<Image> image) mutable {
-    if (!image) {
-      done(std::unexpected(OutputFailure::notPrepared));
-      return;
-    }
-    saving.image = *std::move(image);
-    done(std::move(saving));
-  });
+  auto finish =
+      lifetime_.guard([saving, done = std::move(done)](Result<Image, SceneFailure> image) mutable {
+        if (!image) {
+          // The file of a layer may have gone since it was drawn.
+          if (image.error().what == SceneFailure::Case::blocked) {
+            return done(std::unexpected(std::move(image.error().block)));
+          }
+          return done(std::unexpected(OutputFailure::notPrepared));
+        }
+        saving.image = *std::move(image);
+        done(std::move(saving));
+      });
   roundTrip(
       *services_.background, services_.main,
       [flatten = services_.flatten, document = std::move(saving.document)] {
@@ -108,10 +112,11 @@ void EditorSession::save(Saved saved) {
   roundTrip(
       *services_.background, services_.main,
       [flatten = services_.flatten, document = std::move(document)] { return flatten(document); },
-      lifetime_.guard([this, saving = std::move(saving), saved](Result<Image> image) mutable {
-        if (image) saving.image = *std::move(image);
-        handBack(std::move(saving), services_.save, saved);
-      }));
+      lifetime_.guard(
+          [this, saving = std::move(saving), saved](Result<Image, SceneFailure> image) mutable {
+            if (image) saving.image = *std::move(image);
+            handBack(std::move(saving), services_.save, saved);
+          }));
 }
 
 void EditorSession::archive(Saved saved) {

@@ -12,6 +12,7 @@
 #include "editor/editor_model.hpp"
 #include "editor/layer_builds.hpp"
 #include "editor/records/output_failure.hpp"
+#include "editor/records/scene_failure.hpp"
 
 namespace vantorel {
 
@@ -40,7 +41,7 @@ struct EditorSessionServices {
   /// What is known of the layers now.
   std::function<LayersReport()> layers;
   /// Draws the finished picture; called on the background runner.
-  std::function<Result<Image>(const EditorDocument&)> flatten;
+  std::function<Result<Image, SceneFailure>(const EditorDocument&)> flatten;
 
   /// Asks a question with yes and no.
   std::function<void(const std::string& question, std::function<void(bool)> answered)> ask;

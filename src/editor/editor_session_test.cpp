@@ -16,8 +16,11 @@ class EditorSessionTest : public ::testing::Test {
     result.main = runners.main();
     result.background = runners.runner("background");
     result.layers = [this] { return layers; };
-    result.flatten = [this](const EditorDocument&) -> Result<Image> {
-      if (isBroken) return failed(FailureKind::other, "no memory");
+    result.flatten = [this](const EditorDocument&) -> Result<Image, SceneFailure> {
+      if (isBroken) return std::unexpected(SceneFailure{SceneFailure::Case::noMemory});
+      if (!blocks.layerName.empty()) {
+        return std::unexpected(SceneFailure{.what = SceneFailure::Case::blocked, .block = blocks});
+      }
       return picture;
     };
     result.ask = [this](const std::string& question, std::function<void(bool)> answered) {
@@ -48,6 +51,7 @@ class EditorSessionTest : public ::testing::Test {
   Image picture = MutableImage({8, 6}, PixelFormat::bgrx).finish();
   LayersReport layers{LayerBuildState::ready, {}, {}};
   bool isBroken = false;
+  ExportBlock blocks{ExportBlock::Kind::layerMissing};
   bool willConfirm = false;
   std::vector<std::string> said;
   std::function<void(bool)> answer;
@@ -128,6 +132,9 @@ TEST_F(EditorSessionTest, UnredactedContentLeavesOnlyWhenConfirmedAndOnceConfirm
   session.setBase(BaseImageState::ready);
   runners.run();
   EXPECT_EQ(copied(), "copied");
+  blocks.layerName = "logo";
+  EXPECT_EQ(copied(), "Export is blocked: logo is missing. Hide or remove it.");
+  blocks.layerName.clear();
   session.setUnredactedFindings(2);
   EXPECT_EQ(copied(), "Publish wasn't confirmed");
   willConfirm = true;
