@@ -26,7 +26,6 @@ constexpr const char* isBackOverOther =
 constexpr const char* cantEditUnread =
     "The capture has annotations that this version of Vantorel can't read. To keep them, it isn't "
     "opened.";
-constexpr std::uint64_t largestPictureFile = 1ULL << 30;
 
 /// What is seen of the document: the crop, with the background round it.
 PixelSize shownSize(const EditorDocument& document, PixelSize capture) {
@@ -210,7 +209,7 @@ void CaptureEditors::openEntry(const std::string& name, Opened opened) {
   }));
 }
 
-void CaptureEditors::openTaken(const EntryPointer& entry, Image pixels) {
+void CaptureEditors::openTaken(const EntryPointer& entry, const Image& pixels) {
   Library& library = services_.capture.library;
   const bool isThere = library.isReady() && library.store().find(entry->id) != nullptr;
   if (!isThere || pixels.isEmpty()) return openEntry(entry->id, reported());
@@ -388,7 +387,7 @@ void CaptureEditors::openPicture(const Path& file, Opened opened) {
        });
 }
 
-void CaptureEditors::openClipboard(Opened opened) {
+void CaptureEditors::openClipboard(const Opened& opened) {
   Clipboard* const clipboard = services_.model.clipboard();
   if (clipboard == nullptr) return opened(std::unexpected("There is no clipboard here."));
   const auto unread = [](const Failure& failure) {
@@ -452,7 +451,8 @@ void CaptureEditors::openAll(const std::vector<NamedPicture>& pictures, AllOpene
   }
 }
 
-void CaptureEditors::openPictureBytes(std::shared_ptr<const std::string> bytes, Opened opened) {
+void CaptureEditors::openPictureBytes(const std::shared_ptr<const std::string>& bytes,
+                                      Opened opened) {
   roundTrip(
       *services_.model.work, services_.model.main,
       [bytes, codec = services_.model.codec] {

@@ -49,14 +49,14 @@ class CaptureEditors {
   /// The capture of that id, the unique beginning of one, or "latest".
   void openEntry(const std::string& name, Opened opened);
   /// One that was taken a moment ago, whose pixels are still there.
-  void openTaken(const EntryPointer& entry, Image pixels);
+  void openTaken(const EntryPointer& entry, const Image& pixels);
   /// The picture lies where it is and stays as it is. One of the library is opened as a capture.
   void openFile(const Path& file, Opened opened);
   /// Several at once; `opened` is told of those that were not, in their order.
   using AllOpened = std::function<void(const std::vector<UnopenedPicture>&)>;
   void openAll(const std::vector<NamedPicture>& pictures, AllOpened opened);
   /// The picture on the clipboard, or the picture files there.
-  void openClipboard(Opened opened);
+  void openClipboard(const Opened& opened);
   /// What was not saved when the program ended; `opened` is told of each.
   void openDrafts(Opened opened);
 
@@ -99,7 +99,7 @@ class CaptureEditors {
   void dropSuperseded(std::vector<AnnotationDraft>& drafts);
   void openDraft(const AnnotationDraft& draft, const Opened& opened);
   [[nodiscard]] bool isOpenAs(const AnnotationDraft& draft) const;
-  void openPictureBytes(std::shared_ptr<const std::string> bytes, Opened opened);
+  void openPictureBytes(const std::shared_ptr<const std::string>& bytes, Opened opened);
   void closed(const EditorPointer& editor);
   void closeNext(std::vector<std::string> keys, std::function<void(bool)> done);
   void libraryChanged(const HistoryChange& change);

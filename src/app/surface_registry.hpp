@@ -18,6 +18,7 @@ class Surface {
 
   /// Closes it, once the user has said what becomes of what is not saved. `done` is told whether it
   /// is closed: the user may want to keep it open.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param): those who can ask keep it
   virtual void requestClose(std::function<void(bool closed)> done) { done(false); }
 
   /// Where collections are shown: makes one that is filed into, and has its name written.

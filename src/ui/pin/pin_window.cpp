@@ -80,7 +80,7 @@ class PinWindow::Capsule final : public QWidget {
     auto* const button = new FloatingButton(symbol, name, key, this);
     button->setFocusPolicy(Qt::NoFocus);
     // Posted: closing takes the button away from below its own event.
-    connect(button, &QAbstractButton::clicked, &pin_, run, Qt::QueuedConnection);
+    connect(button, &QAbstractButton::clicked, &pin_, std::move(run), Qt::QueuedConnection);
     buttons_.push_back(button);
   }
 
@@ -268,7 +268,7 @@ void PinWindow::contextMenuEvent(QContextMenuEvent* event) {
   const auto add = [&](IconName symbol, const QString& label, const QString& key,
                        std::function<void()> run) {
     QAction* const action = menu->addAction(icon(symbol), label + '\t' + key);
-    connect(action, &QAction::triggered, this, run, Qt::QueuedConnection);
+    connect(action, &QAction::triggered, this, std::move(run), Qt::QueuedConnection);
   };
   PinModel& model = *model_;
   add(IconName::copy, QStringLiteral("Copy"), QStringLiteral("Ctrl+C"), [&model] { model.copy(); });
