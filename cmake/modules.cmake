@@ -54,5 +54,5 @@ function(vantorel_tests target)
   # What is tested is optimised as it is shipped; what tests it need not be, and builds faster.
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
   gtest_discover_tests(${target} TEST_PREFIX ${target}. DISCOVERY_MODE PRE_TEST
-                       PROPERTIES TIMEOUT 120)
+                       PROPERTIES TIMEOUT 300)
 endfunction()

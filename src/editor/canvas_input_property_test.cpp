@@ -56,7 +56,7 @@ std::string fault(const EditorModel& model) {
 }
 
 TEST(EditorPropertyTest, ADocumentIsWholeAtAnyMomentAndUndoneToItsStart) {
-  for (unsigned seed = 0; seed < 60; ++seed) {
+  for (unsigned seed = 0; seed < 16; ++seed) {
     EditorModel model({{800, 600}, startingDocument(), {}, 2.0, {}, roughText, roughLayout}, {});
     EditorDocument opened = model.baseline();
     RandomUser user(model, seed);
@@ -83,7 +83,7 @@ TEST(EditorPropertyTest, ADocumentIsWholeAtAnyMomentAndUndoneToItsStart) {
 
 /// Two hands on one editor, as a window and a panel are: neither knows what the other does.
 TEST(EditorPropertyTest, TwoHandsAtOnceLeaveADocumentWhole) {
-  for (unsigned seed = 0; seed < 30; ++seed) {
+  for (unsigned seed = 0; seed < 10; ++seed) {
     EditorModel model({{800, 600}, startingDocument(), {}, 2.0, {}, roughText, roughLayout}, {});
     RandomUser one(model, seed);
     RandomUser other(model, seed + 1000);
