@@ -30,6 +30,9 @@ set(VANTOREL_SANITIZE "" CACHE STRING "Sanitizers for the whole build: address,u
 if(VANTOREL_SANITIZE)
   add_compile_options(-fsanitize=${VANTOREL_SANITIZE} -fno-omit-frame-pointer
                       -fno-sanitize-recover=all)
+  if(VANTOREL_SANITIZE MATCHES address)
+    add_compile_definitions(VANTOREL_ADDRESS_SANITIZER)
+  endif()
   add_link_options(-fsanitize=${VANTOREL_SANITIZE})
 endif()
 if(VANTOREL_FUZZ)

@@ -1,10 +1,9 @@
 #include "base/image.hpp"
 
-#include <cstdlib>
-#include <new>
 #include <utility>
 
 #include "base/check.hpp"
+#include "base/pixel_memory.hpp"
 
 namespace vantorel {
 
@@ -20,10 +19,7 @@ Image Image::cropped(const PixelRect& rect) const {
 
 MutableImage::MutableImage(PixelSize size, PixelFormat format) : size_(size), format_(format) {
   VT_CHECK(size.width > 0 && size.height > 0);
-  // calloc hands out untouched zero pages for large pictures, which a vector would write first.
-  void* const bytes = std::calloc(static_cast<std::size_t>(size.height), stride());
-  if (bytes == nullptr) throw std::bad_alloc();
-  pixels_.reset(static_cast<std::uint8_t*>(bytes), std::free);
+  pixels_ = makePixelMemory(static_cast<std::size_t>(size.height) * stride());
 }
 
 Image MutableImage::finish() && {

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
+#include "base/pixel_memory.hpp"
+
 namespace vantorel {
 
 HalvedPicture::HalvedPicture(const std::uint8_t* pixels, std::size_t stride, PixelSize size)
     : whole_(size),
       size_{(size.width + 1) / 2, (size.height + 1) / 2},
-      pixels_(this->stride() * static_cast<std::size_t>(size_.height)) {
+      pixels_(makePixelMemory(this->stride() * static_cast<std::size_t>(size_.height))) {
   follow(pixels, stride, {0, 0, size.width, size.height});
 }
 
@@ -22,7 +24,7 @@ PixelRect HalvedPicture::follow(const std::uint8_t* pixels, std::size_t stride,
   for (int y = changed.y; y < changed.bottom(); ++y) {
     const std::uint8_t* const upper = pixels + static_cast<std::size_t>(2 * y) * stride;
     const std::uint8_t* const lower = 2 * y + 1 < whole_.height ? upper + stride : upper;
-    std::uint8_t* const row = pixels_.data() + static_cast<std::size_t>(y) * this->stride();
+    std::uint8_t* const row = pixels_.get() + static_cast<std::size_t>(y) * this->stride();
     const int end = std::min(changed.right(), whole);
     for (int x = changed.x; x < end; ++x) {
       const std::uint8_t* const a = upper + std::ptrdiff_t{8} * x;

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/pixel_memory.hpp"
 #include "render/change_areas.hpp"
 #include "render/highlight_ground.hpp"
 #include "render/ink.hpp"
@@ -36,10 +37,7 @@ PixelRect withRim(const PixelRect& area) {
 
 SceneCanvas::SceneCanvas(SceneGround ground)
     : ground_(std::move(ground)), scratch_(nullptr, std::free) {
-  const auto height = static_cast<std::size_t>(size().height);
-  void* const bytes = std::malloc(height * stride());
-  if (bytes == nullptr) throw std::bad_alloc();
-  pixels_.reset(static_cast<std::uint8_t*>(bytes), std::free);
+  pixels_ = makePixelMemory(static_cast<std::size_t>(size().height) * stride());
 }
 
 std::size_t SceneCanvas::stride() const { return static_cast<std::size_t>(size().width) * 4; }
@@ -207,9 +205,7 @@ std::vector<PixelRect> SceneCanvas::show(const ShapeList& shapes) { return draw(
 std::vector<PixelRect> SceneCanvas::patchGround(const Image& patch, int x, int y,
                                                 const ShapeList& shapes) {
   if (!ownGround_) {
-    const std::size_t bytes = static_cast<std::size_t>(size().height) * stride();
-    ownGround_.reset(static_cast<std::uint8_t*>(std::malloc(bytes)), std::free);
-    if (!ownGround_) throw std::bad_alloc();
+    ownGround_ = makePixelMemory(static_cast<std::size_t>(size().height) * stride());
     for (int row = 0; row < size().height; ++row) {
       std::ranges::copy(ground_.picture.row(row),
                         ownGround_.get() + static_cast<std::size_t>(row) * stride());
