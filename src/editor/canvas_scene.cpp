@@ -183,12 +183,20 @@ void CanvasScene::startBuild(const Wanted& next) {
   EditorDocument document;
   document.layers = *next.layers;
   document.canvas = *next.canvas;
+  Look look = lookOf(next, {next.part.width, next.part.height});
+  first_ = std::make_shared<std::optional<First>>();
   builds_.start([document = std::move(document), base = base_, part = next.part,
-                 pictures = pictures_, drawing = services_.drawing] {
+                 pictures = pictures_, drawing = services_.drawing, look = std::move(look),
+                 isAwaited = view_ == nullptr, first = first_] {
     pictures->forgetAllBut(document.layers);
     const auto read = [&](const LayerSpec& layer) { return pictures->pictureOf(layer); };
     try {
-      return drawing->buildLayers(document, base, read, part);
+      LayerComposite built = drawing->buildLayers(document, base, read, part);
+      // Where nothing is seen yet it is drawn in the same go.
+      if (isAwaited && !built.image.isEmpty()) {
+        first->emplace(First{look, drawn(*drawing, built, look)});
+      }
+      return built;
     } catch (const std::bad_alloc&) {
       return LayerComposite();
     }
@@ -237,43 +245,61 @@ bool CanvasScene::startPatch(const Wanted& next) {
   return true;
 }
 
+/// What is drawn on the layers that are asked for.
+CanvasScene::Look CanvasScene::lookOf(const Wanted& next, PixelSize picture) const {
+  const AxisMap toPicture = captureToCanvas(*next.layers, model_.captureSize())
+                                .then({1, 1, -double(next.part.x), -double(next.part.y)});
+  return {toPicture, model_.captureScale(), shapes(), wantedFrame(picture)};
+}
+
+/// Draws on layers what lies on them. Any thread; without a view where there is no memory for it.
+CanvasScene::Drawn CanvasScene::drawn(SceneDrawing& drawing, const LayerComposite& layers,
+                                      const Look& look) {
+  try {
+    const bool isOpaque = layers.image.format() == PixelFormat::bgrx;
+    const SceneGround ground{layers.image, look.toPicture, layers.bleed, look.scale};
+    Drawn drawn{drawing.makeView(ground), nullptr, look.background, {}};
+    drawn.view->show(look.shapes);
+    if (!look.background) {
+      drawn.halves = halvesOf(drawn.view->pixels(), drawn.view->stride(), drawn.view->size());
+      return drawn;
+    }
+    drawn.frame = drawing.makeFrame(*look.background, drawn.view->size());
+    drawn.frame->follow(borrowed(*drawn.view, isOpaque), {});
+    drawn.halves = halvesOf(drawn.frame->pixels(), drawn.frame->stride(), drawn.frame->size());
+    return drawn;
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
+}
+
 /// The layers are there: what lies on them is drawn.
 void CanvasScene::drawFirst() {
   const LayerComposite& layers = builds_.latest();
   if (layers.image.isEmpty()) return announce({});
-  const AxisMap toPicture = captureToCanvas(*asked_->layers, model_.captureSize())
-                                .then({1, 1, -double(asked_->part.x), -double(asked_->part.y)});
-  SceneGround ground{layers.image, toPicture, layers.bleed, model_.captureScale()};
+  Look look = lookOf(*asked_, layers.image.size());
+  const auto first = std::exchange(first_, nullptr);
+  if (first && *first && (*first)->look == look) {
+    return takeDrawn(std::move((*first)->drawn), asked_->part);
+  }
   isDrawingFirst_ = true;
   drawing_.renew();
   roundTrip(
       *services_.work, services_.main,
-      [ground = std::move(ground), shapes = shapes(), background = wantedFrame(layers.image.size()),
-       drawing = services_.drawing]() -> Drawn {
-        try {
-          Drawn drawn{drawing->makeView(ground), nullptr, background, {}};
-          drawn.view->show(shapes);
-          if (!background) {
-            drawn.halves = halvesOf(drawn.view->pixels(), drawn.view->stride(), drawn.view->size());
-            return drawn;
-          }
-          drawn.frame = drawing->makeFrame(*background, drawn.view->size());
-          const bool isOpaque = ground.picture.format() == PixelFormat::bgrx;
-          drawn.frame->follow(borrowed(*drawn.view, isOpaque), {});
-          drawn.halves =
-              halvesOf(drawn.frame->pixels(), drawn.frame->stride(), drawn.frame->size());
-          return drawn;
-        } catch (const std::bad_alloc&) {
-          return {};
-        }
+      [layers, look = std::move(look), drawing = services_.drawing] {
+        return drawn(*drawing, layers, look);
       },
       drawing_.guard([this, part = asked_->part](Drawn drawn) {
         isDrawingFirst_ = false;
-        hasNoMemory_ = !drawn.view;
-        if (drawn.view) install(std::move(drawn), part);
-        update();
-        if (hasNoMemory_) announce({});
+        takeDrawn(std::move(drawn), part);
       }));
+}
+
+void CanvasScene::takeDrawn(Drawn drawn, const PixelRect& part) {
+  hasNoMemory_ = !drawn.view;
+  if (drawn.view) install(std::move(drawn), part);
+  update();
+  if (hasNoMemory_) announce({});
 }
 
 void CanvasScene::install(Drawn drawn, const PixelRect& part) {

@@ -95,13 +95,31 @@ class CanvasScene {
     std::vector<HalvedPicture> halves;
   };
 
+  /// What is drawn on layers, and how.
+  struct Look {
+    AxisMap toPicture;            // from the capture
+    std::optional<double> scale;  // pixels of the capture per point
+    ShapeList shapes;
+    std::shared_ptr<const BackgroundSpec> background;  // null for none
+
+    bool operator==(const Look&) const = default;
+  };
+  /// What a build has drawn on its layers.
+  struct First {
+    Look look;
+    Drawn drawn;
+  };
+
   [[nodiscard]] Wanted wanted() const;
+  [[nodiscard]] Look lookOf(const Wanted& next, PixelSize picture) const;
+  static Drawn drawn(SceneDrawing& drawing, const LayerComposite& layers, const Look& look);
   [[nodiscard]] std::shared_ptr<const BackgroundSpec> wantedFrame(PixelSize picture) const;
   [[nodiscard]] ShapeList shapes() const;
   [[nodiscard]] Image viewed() const;
   void startBuild(const Wanted& next);
   bool startPatch(const Wanted& next);
   void drawFirst();
+  void takeDrawn(Drawn drawn, const PixelRect& part);
   void install(Drawn drawn, const PixelRect& part);
   void updateFrame(const std::vector<PixelRect>& areas);
   void startFrame(const std::shared_ptr<const BackgroundSpec>& background);
@@ -113,6 +131,7 @@ class CanvasScene {
   std::shared_ptr<LayerPictures> pictures_;
   std::optional<Wanted> asked_;  // of the newest build
   LayerBuilds builds_;
+  std::shared_ptr<std::optional<First>> first_;  // of the newest build, filled where it runs
   bool isDrawingFirst_ = false;
   bool hasNoMemory_ = false;  // for a view of the newest build
   bool isPatching_ = false;
