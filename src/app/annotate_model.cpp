@@ -115,7 +115,11 @@ struct AnnotateModel::Editing {
         model(std::move(opening), std::move(events)),
         scene(std::move(scenes), model, base),
         input(model, std::move(canvas)),
-        session(capture.entryID(), capture.file().string(), model, sessions(scene)) {}
+        session(capture.entryID(), capture.file().string(), model, sessions(scene)),
+        drawn(scene.observe([this](const CanvasScene::Change&) {
+          if (scene.picture().pixels == nullptr) return;
+          for (const auto& job : std::exchange(whenDrawn, {})) job();
+        })) {}
 
   Image base;
   SceneDrawing& drawing;
@@ -123,6 +127,8 @@ struct AnnotateModel::Editing {
   CanvasScene scene;
   CanvasInput input;
   EditorSession session;
+  std::vector<std::function<void()>> whenDrawn{};
+  Observation drawn;
 };
 
 AnnotateModel::AnnotateModel(Services services, std::shared_ptr<EditedCapture> capture)
@@ -668,6 +674,13 @@ void AnnotateModel::copyText(const std::string& text) {
 void AnnotateModel::layerThumbnail(const LayerSpec& layer, PixelSize atLeast,
                                    std::function<void(const Image&)> given) {
   if (!editing_) return;
+  // What the person waits for comes first.
+  if (editing_->scene.picture().pixels == nullptr) {
+    editing_->whenDrawn.push_back([this, layer, atLeast, given = std::move(given)] {
+      layerThumbnail(layer, atLeast, given);
+    });
+    return;
+  }
   roundTrip(
       *services_.work, services_.main,
       [layer, atLeast, base = editing_->base, disk = services_.files,
