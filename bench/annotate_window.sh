@@ -66,12 +66,11 @@ documents = {
                                                     redactStyle="gaussianBlur")],
     "crowded": mixed(9998) + [marker, probe],
 }
-bytes_ = picture()
+with open(f"{root}/picture.png", "wb") as file:
+    file.write(picture())
 entries = []
 for number, (name, shapes) in enumerate(documents.items()):
     path = f"{captures}/{name}.png"
-    with open(path, "wb") as file:
-        file.write(bytes_)
     entries.append({"id": f"{name}-0000-4000-8000-000000000000", "title": name,
                     "capturedAt": time.time() - 600 * number, "path": path, "shapes": shapes,
                     "medium": "image", "pixelWidth": WIDTH, "pixelHeight": HEIGHT,
@@ -79,6 +78,13 @@ for number, (name, shapes) in enumerate(documents.items()):
 with open(f"{root}/history.json", "w") as index:
     json.dump({"version": 4, "entries": entries, "collections": []}, index)
 PYTHON
+
+# The files are as captures are filed: written by the program itself.
+"$program" --root "$folder/library" render "$folder/library/picture.png" \
+  --output "$folder/written.png" >/dev/null
+for name in plain many redacted crowded; do
+  cp "$folder/written.png" "$folder/library/Captures/$name.png"
+done
 
 "$program" --root "$folder/library" 2>"$folder/log" &
 tray=$!
