@@ -12,6 +12,7 @@
 #include "editor/entry_document.hpp"
 #include "editor/export_gate.hpp"
 #include "library/entry_failure.hpp"
+#include "library/entry_of_file.hpp"
 #include "library/entry_title.hpp"
 #include "platform/scene_view.hpp"
 
@@ -41,20 +42,6 @@ std::string notAPicture(const Path& file, const Failure& failure) {
     return fmt::format("{}: there is no such file.", file.string());
   }
   return fmt::format("{} couldn't be read as an image: {}.", file.string(), failure.reason);
-}
-
-/// The file of a capture, whatever name it was asked for by; empty for others.
-std::string entryOf(const Files& files, const Path& asked, const Path& file,
-                    const EntryList& entries) {
-  const auto status = files.status(file);
-  const std::string name = file.filename().string();
-  for (const EntryPointer& entry : entries) {
-    if (entry->path == asked.string() || entry->path == file.string()) return entry->id;
-    if (!status || Path(entry->path).filename().string() != name) continue;
-    const auto own = files.status(entry->path);
-    if (own && own->device == status->device && own->inode == status->inode) return entry->id;
-  }
-  return {};
 }
 
 std::string titlesOf(const std::vector<AnnotationDraft>& drafts) {
@@ -358,11 +345,10 @@ void CaptureEditors::openFile(const Path& file, Opened opened) {
          entries = services_.capture.library.store().entries()]() -> Result<Looked, std::string> {
           const auto size = codec->pixelSize(*files, file);
           const auto resolved = files->resolved(file);
-          const Path target = resolved ? *resolved : file;
-          std::string id = entryOf(*files, file, target, entries);
+          std::string id = entryOfFile(*files, file, entries);
           // Of a capture it is the library that says what is wrong with it.
           if (id.empty() && !size) return std::unexpected(notAPicture(file, size.error()));
-          return Looked{target, std::move(id)};
+          return Looked{resolved ? *resolved : file, std::move(id)};
         },
         lifetime_.guard([this, opened](Result<Looked, std::string> looked) {
           if (!looked) return opened(std::unexpected(looked.error()));

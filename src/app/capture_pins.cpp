@@ -9,6 +9,7 @@
 #include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
 #include "library/entry_failure.hpp"
+#include "library/entry_of_file.hpp"
 #include "library/entry_title.hpp"
 
 namespace vantorel {
@@ -98,20 +99,29 @@ void CapturePins::read(const EntryPointer& entry,
       lifetime_.guard(std::move(done)));
 }
 
+/// Of a capture that of the library, where it shows what is drawn and covered.
 void CapturePins::pinFile(const Path& file, One pinned) {
-  // One of the library shows what is drawn and covered.
-  if (services_.library.isReady()) {
-    if (const EntryPointer entry = services_.library.store().findByPath(file.string())) {
-      return pinEntry(entry->id, std::move(pinned));
-    }
-  }
+  services_.library.whenReady(lifetime_.guard([this, file, pinned = std::move(pinned)] {
+    roundTrip(
+        *services_.disk, services_.model.main,
+        [file, files = services_.files, entries = services_.library.store().entries()] {
+          return entryOfFile(*files, file, entries);
+        },
+        lifetime_.guard([this, file, pinned](const std::string& id) {
+          if (id.empty()) return pinPicture(file, pinned);
+          pinEntry(id, pinned);
+        }));
+  }));
+}
+
+void CapturePins::pinPicture(const Path& file, const One& pinned) {
   if (bringForward(file.string())) return pinned({});
   roundTrip(
       *services_.disk, services_.model.main,
       [file, files = services_.files, codec = services_.model.codec]() {
         return readPictureFile(file, 0, *files, *codec);
       },
-      lifetime_.guard([this, file, pinned = std::move(pinned)](Result<Image> picture) {
+      lifetime_.guard([this, file, pinned](Result<Image> picture) {
         if (!picture) {
           const bool isMissing = picture.error().kind == FailureKind::notFound;
           return pinned(

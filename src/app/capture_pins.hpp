@@ -59,6 +59,7 @@ class CapturePins {
 
   void pinEntry(const std::string& name, One pinned);
   void pinFile(const Path& file, One pinned);
+  void pinPicture(const Path& file, const One& pinned);
   void read(const EntryPointer& entry, std::function<void(Result<Image, std::string>)> done);
   [[nodiscard]] bool bringForward(const std::string& key);
   void show(const std::string& key, const std::string& title, Image picture, double scale,

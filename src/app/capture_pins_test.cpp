@@ -110,6 +110,19 @@ TEST_F(CapturePinsTest, SeveralAtOnceAndEachOnceAndWhatCannotBeIsNamed) {
   EXPECT_THAT(windows.opened, SizeIs(4));
 }
 
+TEST_F(CapturePinsTest, AFileOfACaptureIsPinnedAsTheCaptureWhateverLeadsToIt) {
+  redact("a");
+  run.files->put("/elsewhere/Plan.png", run.picture(7));
+  run.files->links["/elsewhere/one.png"] = "/pictures/a.png";
+  ASSERT_TRUE(run.files->linkNew("/pictures/a.png", "/elsewhere/a.png"));
+  EXPECT_THAT(pin({{.file = "/elsewhere/one.png"},
+                   {.file = "/elsewhere/a.png"},
+                   {.file = "/pictures/a.png"}}),
+              IsEmpty());
+  ASSERT_THAT(windows.opened, SizeIs(1));
+  EXPECT_EQ(drawn(0), 1) << "what is covered stays covered";
+}
+
 TEST_F(CapturePinsTest, WhatIsCoveredLaterIsCoveredOnThePinToo) {
   redact("a");
   pin({{.capture = "a"}, {.capture = "b"}});
