@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QStyleHints>
 #include <QTimer>
 #include <algorithm>
 #include <cmath>
@@ -235,25 +236,36 @@ void PinWindow::enterEvent(QEnterEvent*) {
   capsule_->show();
 }
 
-void PinWindow::leaveEvent(QEvent*) { capsule_->hide(); }
+/// The keys are the pin's while the pointer is on it, and no longer: the program below is typed in
+/// again without a click.
+void PinWindow::leaveEvent(QEvent*) {
+  capsule_->hide();
+  giveKeysBack();
+}
 
 void PinWindow::mousePressEvent(QMouseEvent* event) {
   if (event->button() == Qt::MiddleButton) return model_->close();
   if (event->button() != Qt::LeftButton) return;
   raise();
   dragged_ = event->globalPosition().toPoint();
-  takeKeys();
+  wasMoved_ = false;
 }
 
 void PinWindow::mouseMoveEvent(QMouseEvent* event) {
   if (!dragged_) return;
   const QPoint now = event->globalPosition().toPoint();
-  const QPoint by = now - *std::exchange(dragged_, now);
+  const QPoint by = now - *dragged_;
+  if (!wasMoved_ && by.manhattanLength() < QGuiApplication::styleHints()->startDragDistance()) {
+    return;
+  }
+  wasMoved_ = true;
+  dragged_ = now;
   model_->moveBy(by.x(), by.y());
 }
 
 void PinWindow::mouseReleaseEvent(QMouseEvent*) {
   if (!std::exchange(dragged_, std::nullopt)) return;
+  if (!wasMoved_) return takeKeys();
   keepWithinDisplays();
 }
 
@@ -317,7 +329,7 @@ void PinWindow::keyPressEvent(QKeyEvent* event) {
   if (event->matches(QKeySequence::Copy)) return model_->copy();
   if (event->matches(QKeySequence::Close)) return model_->close();
   if (modifiers != Qt::NoModifier) return;
-  const double step = event->modifiers().testFlag(Qt::ShiftModifier) ? 10 : 1;
+  const int step = event->modifiers().testFlag(Qt::ShiftModifier) ? 10 : 1;
   switch (event->key()) {
     case Qt::Key_Escape: return model_->close();
     case Qt::Key_Plus:
@@ -327,12 +339,21 @@ void PinWindow::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_BracketLeft: return model_->fade(-1);
     case Qt::Key_BracketRight: return model_->fade(1);
     case Qt::Key_T: return model_->setClickThrough(true);
-    case Qt::Key_Left: return model_->moveBy(-step, 0);
-    case Qt::Key_Right: return model_->moveBy(step, 0);
-    case Qt::Key_Up: return model_->moveBy(0, -step);
-    case Qt::Key_Down: return model_->moveBy(0, step);
+    case Qt::Key_Left: return moveWithPointer({-step, 0});
+    case Qt::Key_Right: return moveWithPointer({step, 0});
+    case Qt::Key_Up: return moveWithPointer({0, -step});
+    case Qt::Key_Down: return moveWithPointer({0, step});
     default: FloatingSurface::keyPressEvent(event);
   }
+}
+
+/// The pointer stays on the pin, and the keys with it.
+void PinWindow::moveWithPointer(QPoint by) {
+  model_->moveBy(by.x(), by.y());
+  const auto pointer = native().pointer();
+  if (!pointer || !underMouse()) return;
+  const double ratio = devicePixelRatioF();
+  native().movePointer({pointer->x + qRound(by.x() * ratio), pointer->y + qRound(by.y() * ratio)});
 }
 
 }  // namespace vantorel

@@ -49,6 +49,7 @@ class PinWindow final : public FloatingSurface, public Surface {
   void showLook();
   void takeKeys();
   void giveKeysBack();
+  void moveWithPointer(QPoint by);
   void keepWithinDisplays();
   void end();
   [[nodiscard]] QImage scaledPicture() const;
@@ -58,6 +59,7 @@ class PinWindow final : public FloatingSurface, public Surface {
   Capsule* capsule_;
   QImage scaled_;                  ///< the picture as large as it is painted; null until it is
   std::optional<QPoint> dragged_;  ///< where the pointer was last, on the desktop
+  bool wasMoved_ = false;          ///< since the press
   bool hasKeys_ = false;
   InputGrab grab_;
   Observation presses_;
