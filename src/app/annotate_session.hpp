@@ -48,6 +48,7 @@ class EditorWindowsInMemory final : public AppWindows {
       closed_();
     }
     std::shared_ptr<AnnotateModel> model;
+    PixelSize knownSize = model->pictureSize();  ///< when it was made
     int timesForward = 0;
     int timesAsked = 0;
 

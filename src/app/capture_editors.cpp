@@ -37,6 +37,13 @@ PixelSize shownSize(const EditorDocument& document, PixelSize capture) {
   return {part.width + both, part.height + both};
 }
 
+/// As far as the library knows.
+PixelSize shownSize(const ScreenshotEntry& entry) {
+  if (!entry.pixelWidth || !entry.pixelHeight) return {};
+  const PixelSize capture{*entry.pixelWidth, *entry.pixelHeight};
+  return shownSize(documentOf(entry, capture), capture);
+}
+
 std::string notAPicture(const Path& file, const Failure& failure) {
   if (failure.kind == FailureKind::notFound) {
     return fmt::format("{}: there is no such file.", file.string());
@@ -102,9 +109,10 @@ bool CaptureEditors::bringForward(const std::string& key) {
   return window != nullptr;
 }
 
-/// A window for it. Null when there is none to be had, which was answered.
+/// A window for it, as large as what it is going to show. Null when there is none to be had, which
+/// was answered.
 CaptureEditors::EditorPointer CaptureEditors::make(OpenedCapture::Origin origin, EntryClaim claim,
-                                                   Opened opened) {
+                                                   PixelSize shown, Opened opened) {
   if (services_.windows == nullptr) {
     opened(std::unexpected("There is no display to show it on."));
     return nullptr;
@@ -113,6 +121,7 @@ CaptureEditors::EditorPointer CaptureEditors::make(OpenedCapture::Origin origin,
   editor->capture =
       std::make_shared<OpenedCapture>(services_.capture, std::move(origin), std::move(claim));
   editor->model = std::make_shared<AnnotateModel>(services_.model, editor->capture);
+  if (shown != PixelSize{}) editor->model->setPreview({}, shown);
   editor->opened = std::move(opened);
   const std::weak_ptr<Editor> weak = editor;
   editor->capture->onFiled = lifetime_.guard([this, weak](const std::string& oldKey) {
@@ -188,9 +197,10 @@ void CaptureEditors::openEntry(const std::string& name, Opened opened) {
     if (hasUnreadAnnotations(**entry)) return opened(std::unexpected(cantEditUnread));
     auto claim = library.claim(id, EntryWork::editing);
     if (!claim) return opened(std::unexpected(sentence(claim.error())));
-    const EditorPointer editor = make({.entryID = id}, *std::move(claim), opened);
+    const PixelSize shown = shownSize(**entry);
+    const EditorPointer editor = make({.entryID = id}, *std::move(claim), shown, opened);
     if (!editor) return;
-    showPreview(editor, *entry);
+    showPreview(editor, *entry, shown);
     findDraft(editor);
     readEntry(editor);
   }));
@@ -203,19 +213,17 @@ void CaptureEditors::openTaken(const EntryPointer& entry, const Image& pixels) {
   if (bringForward(entry->id)) return;
   auto claim = library.claim(entry->id, EntryWork::editing);
   if (!claim) return reported()(std::unexpected(sentence(claim.error())));
-  const EditorPointer editor = make({.entryID = entry->id}, *std::move(claim), reported());
+  const EditorPointer editor =
+      make({.entryID = entry->id}, *std::move(claim), pixels.size(), reported());
   if (!editor) return;
   editor->model->setPreview(pixels, pixels.size());
   editor->awaited = 1;
   read(editor, [pixels]() -> Result<Image, std::string> { return pixels; });
 }
 
-void CaptureEditors::showPreview(const EditorPointer& editor, const EntryPointer& entry) {
-  if (!entry->pixelWidth || !entry->pixelHeight) return;
-  const PixelSize capture{*entry->pixelWidth, *entry->pixelHeight};
-  const PixelSize shown = shownSize(documentOf(*entry, capture), capture);
-  editor->model->setPreview({}, shown);
-  if (!services_.preview) return;
+void CaptureEditors::showPreview(const EditorPointer& editor, const EntryPointer& entry,
+                                 PixelSize shown) {
+  if (!services_.preview || shown == PixelSize{}) return;
   services_.preview(entry, lifetime_.guard([editor, shown](const Image& preview) {
     if (preview.isEmpty()) return;
     // Of a tall capture it shows the top alone.
@@ -337,6 +345,7 @@ void CaptureEditors::openFile(const Path& file, Opened opened) {
   struct Looked {
     Path file;
     std::string entryID;
+    PixelSize size;
   };
   services_.capture.library.whenReady(lifetime_.guard([this, file, opened = std::move(opened)] {
     roundTrip(
@@ -348,20 +357,20 @@ void CaptureEditors::openFile(const Path& file, Opened opened) {
           std::string id = entryOfFile(*files, file, entries);
           // Of a capture it is the library that says what is wrong with it.
           if (id.empty() && !size) return std::unexpected(notAPicture(file, size.error()));
-          return Looked{resolved ? *resolved : file, std::move(id)};
+          return Looked{resolved ? *resolved : file, std::move(id), size.value_or(PixelSize{})};
         },
         lifetime_.guard([this, opened](Result<Looked, std::string> looked) {
           if (!looked) return opened(std::unexpected(looked.error()));
           if (!looked->entryID.empty()) return openEntry(looked->entryID, opened);
-          openPicture(looked->file, opened);
+          openPicture(looked->file, looked->size, opened);
         }));
   }));
 }
 
-void CaptureEditors::openPicture(const Path& file, Opened opened) {
+void CaptureEditors::openPicture(const Path& file, PixelSize size, Opened opened) {
   OpenedCapture::Origin origin{.file = file};
   if (bringForward(OpenedCapture::keyOf(origin))) return opened({});
-  const EditorPointer editor = make(std::move(origin), {}, std::move(opened));
+  const EditorPointer editor = make(std::move(origin), {}, size, std::move(opened));
   if (!editor) return;
   findDraft(editor);
   read(editor,
@@ -458,9 +467,8 @@ void CaptureEditors::openPictureBytes(const std::shared_ptr<const std::string>& 
                           known.header.error().reason)));
         }
         if (bringForward(known.key)) return opened({});
-        const EditorPointer editor = make(std::move(known.origin), {}, opened);
+        const EditorPointer editor = make(std::move(known.origin), {}, known.header->size, opened);
         if (!editor) return;
-        editor->model->setPreview({}, known.header->size);
         findDraft(editor);
         read(editor, [bytes, codec = services_.model.codec]() -> Result<Image, std::string> {
           auto picture = codec->decode(*bytes);

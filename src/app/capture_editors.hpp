@@ -85,16 +85,17 @@ class CaptureEditors {
   using EditorPointer = std::shared_ptr<Editor>;
   struct Read;
 
-  EditorPointer make(OpenedCapture::Origin origin, EntryClaim claim, Opened opened);
+  EditorPointer make(OpenedCapture::Origin origin, EntryClaim claim, PixelSize shown,
+                     Opened opened);
   [[nodiscard]] bool bringForward(const std::string& key);
   [[nodiscard]] EditorPointer find(const std::string& key) const;
-  void showPreview(const EditorPointer& editor, const EntryPointer& entry);
+  void showPreview(const EditorPointer& editor, const EntryPointer& entry, PixelSize shown);
   void findDraft(const EditorPointer& editor);
   void readEntry(const EditorPointer& editor);
   void read(const EditorPointer& editor, std::function<Result<Image, std::string>()> job);
   void fail(const EditorPointer& editor, const std::string& sentence, bool offersRemove);
   void start(const EditorPointer& editor, Read read);
-  void openPicture(const Path& file, Opened opened);
+  void openPicture(const Path& file, PixelSize size, Opened opened);
   void openFiles(const std::vector<std::string>& files, const Opened& opened);
   void dropSuperseded(std::vector<AnnotationDraft>& drafts);
   void openDraft(const AnnotationDraft& draft, const Opened& opened);

@@ -37,6 +37,9 @@ TEST_F(CaptureEditorsTest, EachCaptureHasOneWindowAndIsItsOwnWhileItIsOpen) {
   EXPECT_EQ(run->windows.open()[0]->timesForward, 2);
   EXPECT_EQ(run->windows.open()[0]->model->stage(), Stage::ready);
   EXPECT_EQ(run->windows.open()[0]->model->title(), "a");
+  for (const auto* const window : run->windows.open()) {
+    EXPECT_EQ(window->knownSize, (PixelSize{48, 30})) << "it opens as large as its picture";
+  }
   EXPECT_EQ(run->model().pictureSize(), (PixelSize{48, 30}));
   EXPECT_EQ(run->model().scale(), 2);
 
@@ -267,6 +270,7 @@ TEST_F(CaptureEditorsTest, APictureFileBecomesACaptureWhenItIsSavedFirst) {
   EXPECT_EQ(run->openFile("/outside/Plan.png"), "");
   EXPECT_EQ(run->openFile("/outside/Plan.png"), "");
   ASSERT_THAT(run->windows.open(), SizeIs(1)) << "asked for twice";
+  EXPECT_EQ(run->windows.open()[0]->knownSize, (PixelSize{48, 30}));
   EXPECT_EQ(run->model().title(), "Plan");
   EXPECT_FALSE(run->model().hasUnsavedChanges());
   run->draw(1);
