@@ -212,7 +212,10 @@ void AnnotateModel::refuse(const EditorExportFailure& failure) {
     }
   };
   if (block->kind == ExportBlock::Kind::layerTooLarge) hiding(report.oversizedLayerIDs);
-  if (block->kind == ExportBlock::Kind::layerMissing) hiding(report.missingLayerIDs);
+  if (block->kind == ExportBlock::Kind::layerMissing) {
+    hiding(report.missingLayerIDs);
+    lookAtLayers();
+  }
   refusal_ = std::move(refusal);
   changed({.notice = true});
 }
@@ -648,6 +651,33 @@ void AnnotateModel::copyFromCanvas(const std::string& text) {
 }
 
 // ---- taking in
+
+void AnnotateModel::lookAtLayers() {
+  if (!editing_) return;
+  std::vector<std::pair<std::string, Path>> shown;
+  for (const LayerSpec& layer : *editor().state().layers) {
+    if (layer.visible && layer.path) shown.emplace_back(layer.id, *layer.path);
+  }
+  if (shown.empty()) return;
+  roundTrip(
+      *services_.disk, services_.main,
+      [shown = std::move(shown), files = services_.files] {
+        std::vector<std::pair<std::string, bool>> looked;
+        for (const auto& [id, path] : shown) {
+          const auto status = files->status(path);
+          looked.emplace_back(id, status || status.error().kind != FailureKind::notFound);
+        }
+        return looked;
+      },
+      lifetime_.guard([this](const std::vector<std::pair<std::string, bool>>& looked) {
+        const std::vector<std::string> missing = editing_->scene.report().missingLayerIDs;
+        const bool isOther = std::ranges::any_of(looked, [&](const auto& layer) {
+          const bool wasThere = std::ranges::find(missing, layer.first) == missing.end();
+          return layer.second != wasThere;
+        });
+        if (isOther) editing_->scene.readAgain();
+      }));
+}
 
 void AnnotateModel::addLayers(const std::vector<Path>& files) {
   if (!editing_ || files.empty()) return;

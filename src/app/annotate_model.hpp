@@ -161,6 +161,9 @@ class AnnotateModel {
 
   // ---- taking in
 
+  /// Looks whether the files of the layers are where they were; the user has been elsewhere.
+  void lookAtLayers();
+
   /// Image files as layers; their sizes are read in the background.
   void addLayers(const std::vector<Path>& files);
   /// Shapes, else a picture as a layer, else text, the latter two round that place of the canvas,

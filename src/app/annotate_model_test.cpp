@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 
 #include "app/annotate_session.hpp"
+#include "editor/canvas_scene.hpp"
 
 namespace vantorel {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -93,6 +95,20 @@ TEST_F(AnnotateModelTest, ALayerThatIsAwayKeepsPicturesInAndChangesSafe) {
   run.runners.run();
   EXPECT_THAT(run.notice(), HasSubstr("notes.txt couldn't be read as an image"));
   ASSERT_THAT(*model().editor().state().layers, SizeIs(2));
+  const std::string id = model().editor().state().layers->back().id;
+  const auto missing = [&] {
+    model().lookAtLayers();
+    run.runners.run();
+    return model().scene().report().missingLayerIDs;
+  };
+  EXPECT_THAT(missing(), IsEmpty());
+  run.files->disk.erase("/elsewhere/logo.png");
+  EXPECT_THAT(missing(), ElementsAre(id)) << "known while it is open";
+  model().editor().setLayerVisible(id, false);
+  EXPECT_THAT(missing(), ElementsAre(id)) << "hidden, it is missing as before";
+  model().editor().setLayerVisible(id, true);
+  run.files->put("/elsewhere/logo.png", run.picture(3));
+  EXPECT_THAT(missing(), IsEmpty()) << "it is back";
   run.files->disk.erase("/elsewhere/logo.png");
   run.windows.answer = EditorWindowsInMemory::Answer::save;
   run.closeWindow();

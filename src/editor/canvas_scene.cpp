@@ -114,9 +114,8 @@ CanvasScene::CanvasScene(Services services, const EditorModel& model, Image base
 CanvasScene::Wanted CanvasScene::wanted() const {
   const EditorSnapshot& state = model_.state();
   Wanted wanted{state.layers, state.canvas, {}};
-  const CanvasSize canvas = model_.canvasSize();
-  wanted.part = {0, 0, static_cast<int>(canvas.width), static_cast<int>(canvas.height)};
-  if (model_.tool() != Tool::crop) wanted.part = model_.shownPart();
+  const bool isWhole = model_.tool() == Tool::crop;
+  wanted.part = isWhole ? vantorel::shownPart({}, model_.canvasSize()) : model_.shownPart();
   return wanted;
 }
 
@@ -273,8 +272,29 @@ CanvasScene::Drawn CanvasScene::drawn(SceneDrawing& drawing, const LayerComposit
   }
 }
 
+void CanvasScene::readAgain() {
+  services_.work->post([pictures = pictures_] { pictures->known.clear(); });
+  startBuild(wanted());
+}
+
+/// A hidden layer is not looked at, and what it lacked it goes on lacking.
+void CanvasScene::takeFaults() {
+  const auto follow = [&](std::vector<std::string>& known, const std::vector<std::string>& built) {
+    std::vector<std::string> now = built;
+    for (const LayerSpec& layer : *asked_->layers) {
+      if (!layer.visible && std::ranges::find(known, layer.id) != known.end()) {
+        now.push_back(layer.id);
+      }
+    }
+    known = std::move(now);
+  };
+  follow(faults_.missingLayerIDs, builds_.latest().missingLayerIDs);
+  follow(faults_.oversizedLayerIDs, builds_.latest().oversizedLayerIDs);
+}
+
 /// The layers are there: what lies on them is drawn.
 void CanvasScene::drawFirst() {
+  takeFaults();
   const LayerComposite& layers = builds_.latest();
   if (layers.image.isEmpty()) return announce({});
   Look look = lookOf(*asked_, layers.image.size());
@@ -361,7 +381,8 @@ void CanvasScene::announce(const Change& change) {
 }
 
 LayersReport CanvasScene::report() const {
-  LayersReport report = builds_.report();
+  LayersReport report = faults_;
+  report.state = builds_.state();
   if (hasNoMemory_) report.state = LayerBuildState::failed;
   return report;
 }

@@ -70,8 +70,12 @@ class CanvasScene {
   /// `side` by `side` pixels with the one at `canvas` in the middle; transparent outside.
   [[nodiscard]] Image loupe(Pt canvas, int side) const;
 
-  /// What is known of the layers, for the export's gate and the list of layers.
+  /// What is known of the layers, for the export's gate and the list of layers. Of one that is
+  /// hidden, what was known when it was shown the last time.
   [[nodiscard]] LayersReport report() const;
+
+  /// Reads the files of the layers again, which are not what they were.
+  void readAgain();
 
  private:
   /// What a build of the layers follows from.
@@ -116,6 +120,7 @@ class CanvasScene {
   [[nodiscard]] std::shared_ptr<const BackgroundSpec> wantedFrame(PixelSize picture) const;
   [[nodiscard]] ShapeList shapes() const;
   [[nodiscard]] Image viewed() const;
+  void takeFaults();
   void startBuild(const Wanted& next);
   bool startPatch(const Wanted& next);
   void drawFirst();
@@ -132,6 +137,7 @@ class CanvasScene {
   std::optional<Wanted> asked_;  // of the newest build
   LayerBuilds builds_;
   std::shared_ptr<std::optional<First>> first_;  // of the newest build, filled where it runs
+  LayersReport faults_;  // of the newest build that has landed
   bool isDrawingFirst_ = false;
   bool hasNoMemory_ = false;  // for a view of the newest build
   bool isPatching_ = false;

@@ -39,7 +39,8 @@ class FlatSceneDrawing final : public SceneDrawing {
                                            const PixelRect&) override {
     LayerComposite built{.image = base, .pixelWidth = base.width(), .pixelHeight = base.height()};
     for (const LayerSpec& layer : document.layers) {
-      if (layer.path && !readPicture(layer)) built.missingLayerIDs.push_back(layer.id);
+      if (!layer.visible || !layer.path) continue;
+      if (!readPicture(layer)) built.missingLayerIDs.push_back(layer.id);
     }
     return built;
   }

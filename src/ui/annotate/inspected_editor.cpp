@@ -28,6 +28,33 @@ void askForLayers(const std::shared_ptr<AnnotateModel>& model, QWidget* window) 
   dialog->open();
 }
 
+/// Of the document, and of what a build of the layers finds, which comes later.
+Observation observation(AnnotateModel& model, const std::function<void()>& changed) {
+  struct Watch {
+    Observation document;
+    Observation layers;
+    LayersReport known;
+  };
+  const auto watch = std::make_shared<Watch>();
+  watch->known = model.scene().report();
+  watch->document = model.observe([changed](const AnnotateModel::Change& change) {
+    if (change.document || change.stage) changed();
+  });
+  watch->layers = model.scene().observe(
+      [changed, &scene = model.scene(), held = std::weak_ptr(watch)](const CanvasScene::Change&) {
+        const auto told = held.lock();
+        if (!told) return;
+        LayersReport now = scene.report();
+        if (now.missingLayerIDs == told->known.missingLayerIDs &&
+            now.oversizedLayerIDs == told->known.oversizedLayerIDs) {
+          return;
+        }
+        told->known = std::move(now);
+        changed();
+      });
+  return Observation(watch);
+}
+
 }  // namespace
 
 QString shownLayerName(const InspectedEditor& editor, const LayerSpec& layer) {
@@ -40,10 +67,8 @@ QString shownLayerName(const InspectedEditor& editor, const LayerSpec& layer) {
 InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model, QWidget* window) {
   InspectedEditor editor;
   editor.model = std::shared_ptr<EditorModel>(model, &model->editor());
-  editor.observe = [model](std::function<void()> changed) {
-    return model->observe([changed = std::move(changed)](const AnnotateModel::Change& change) {
-      if (change.document || change.stage) changed();
-    });
+  editor.observe = [model](const std::function<void()>& changed) {
+    return observation(*model, changed);
   };
   editor.captureName = [model] { return model->title(); };
   editor.addLayers = [model, window = QPointer(window)] {
@@ -56,6 +81,7 @@ InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model, QWidget* 
     model->layerThumbnail(layer, {pixels.width(), pixels.height()},
                           [given](const Image& picture) { given(sharedImage(picture).copy()); });
   };
+  editor.lookAtLayers = [model] { model->lookAtLayers(); };
   editor.copyText = [model](const std::string& text) { model->copyText(text); };
   return editor;
 }

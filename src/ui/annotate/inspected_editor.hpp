@@ -36,13 +36,15 @@ struct InspectedEditor {
   std::function<void(const LayerSpec& layer, QSize pixels, Thumbnail given)> thumbnail =
       [](const LayerSpec&, QSize, const Thumbnail&) {};
 
-  /// The layers that cannot be shown.
+  /// The layers that cannot be shown, as far as is known; `lookAtLayers` looks for their files.
   std::function<std::vector<std::string>()> missingLayers = [] {
     return std::vector<std::string>();
   };
   std::function<std::vector<std::string>()> oversizedLayers = [] {
     return std::vector<std::string>();
   };
+
+  std::function<void()> lookAtLayers = [] {};
 
   std::function<void(const std::string& text)> copyText = [](const std::string&) {};
 };
