@@ -325,9 +325,11 @@ void AnnotateCanvas::updateOverlay() {
   updateLoupe();
   const auto& pending = model_->editor().pendingCrop();
   const QRect crop = pending ? areaOf(*pending).toAlignedRect() : QRect();
-  if (crop == cropFrame_) return;
+  const QRect whole = areaOf(content_).toAlignedRect();
+  if (crop == cropFrame_ && whole == cropWhole_) return;
   cropFrame_ = crop;
-  if (onCropMoved) onCropMoved(crop);
+  cropWhole_ = whole;
+  if (onCropMoved) onCropMoved(crop, whole);
 }
 
 /// The eyedropper's, beside the pointer.

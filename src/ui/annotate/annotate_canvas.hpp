@@ -61,9 +61,11 @@ class AnnotateCanvas : public QWidget {
   /// Where a menu of the selection opens, in px.
   [[nodiscard]] QPoint menuPlace() const;
 
-  std::function<void()> onViewChanged;                  ///< zoom, or what is seen
-  std::function<void()> onHint;                         ///< what the line below says may be another
-  std::function<void(const QRect& frame)> onCropMoved;  ///< the crop frame in px; empty without one
+  std::function<void()> onViewChanged;  ///< zoom, or what is seen
+  std::function<void()> onHint;         ///< what the line below says may be another
+  /// The crop frame in px, empty without one, and all of the canvas.
+  std::function<void(const QRect& frame, const QRect& whole)> onCropMoved;
+  std::function<void(Tool tool)> onToolKey;  ///< a letter has picked it, maybe once more
   std::function<void(const QPoint& global)> onMenu;
   std::function<void(const std::vector<Path>& files)> onDropped;
 
@@ -156,6 +158,7 @@ class AnnotateCanvas : public QWidget {
   bool hasPointer_ = false;
   std::optional<Loupe> loupe_;  // of the eyedropper
   QRect cropFrame_;
+  QRect cropWhole_;
   std::optional<std::string> hovered_;
 
   bool wasTyping_ = false;

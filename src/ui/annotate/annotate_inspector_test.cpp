@@ -207,8 +207,10 @@ TEST_F(AnnotateInspectorTest, ControlsChangeTheLookAndFollowIt) {
   keepPicture("inspector-arrow");
   clickOn(named("Blue"));
   clickOn(named("Dashed"));
-  clickOn(named("At both ends"));
   clickOn(named("Ring"));
+  clickOn(named("At both ends"));
+  EXPECT_FALSE(named("Dot")->isEnabled()) << "no tail is drawn between two heads";
+  EXPECT_EQ(named<QWidget>("Tail")->toolTip(), "An arrow with two heads has no tail");
   clickOn(named("10 pt"));
   const ToolStyle style = editor->style();
   EXPECT_EQ(style.color, "#007aff");
@@ -558,7 +560,7 @@ TEST_F(AnnotateInspectorTest, TheCropCapsuleGivesTheFrameProportionsAndASize) {
   auto* const capsule = new CropCapsule(inspection, canvas);
   EXPECT_FALSE(capsule->isVisible());
   editor->pickTool(Tool::crop);
-  capsule->setFrame({20, 40, 300, 200});
+  capsule->setFrame({20, 40, 300, 200}, {10, 30, 400, 500});
   settle();
   ASSERT_TRUE(capsule->isVisible());
   QAbstractButton* apply = nullptr;

@@ -122,7 +122,10 @@ AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::functi
   bar_->onInspector = [this] { toggleInspector(); };
   canvas_->onViewChanged = [this] { footer_->showZoom(canvas_->zoom(), canvas_->isFit()); };
   canvas_->onHint = [this] { showHint(); };
-  canvas_->onCropMoved = [this](const QRect& frame) { capsule_->setFrame(frame); };
+  canvas_->onCropMoved = [this](const QRect& frame, const QRect& whole) {
+    capsule_->setFrame(frame, whole);
+  };
+  canvas_->onToolKey = [this](Tool tool) { offerForms(tool); };
   canvas_->onMenu = [this](const QPoint& at) { showMenu(at); };
   canvas_->onDropped = [this](const std::vector<Path>& files) { model_->addLayers(files); };
   blank_->onRemove = [this] { model_->removeFromHistory(); };
@@ -187,10 +190,15 @@ void AnnotateWindow::redo() {
   if (isReady()) model_->editor().redo();
 }
 
-/// Those that have forms to choose from show them beside their button.
 void AnnotateWindow::pick(Tool tool) {
   if (!isReady() || canvas_->isInGesture()) return;
   model_->editor().pickTool(tool);
+  offerForms(tool);
+}
+
+/// Those that have forms to choose from show them beside their button.
+void AnnotateWindow::offerForms(Tool tool) {
+  if (canvas_->isInGesture()) return;
   if (tool == Tool::emoji) EmojiPicker::open(model_->editor(), rail_->buttonOf(tool));
   if (tool == Tool::polygon) PolygonPicker::open(model_->editor(), rail_->buttonOf(tool));
 }

@@ -57,6 +57,7 @@ class AnnotateWindow : public WindowFrame {
   void askWhereToSave(ExportFormat format);
   void finish();
   void pick(Tool tool);
+  void offerForms(Tool tool);
   void paste();
   void showMenu(const QPoint& at);
   void fillTextMenu(QMenu& menu);

@@ -178,6 +178,9 @@ TEST_F(AnnotateWindowTest, EveryToolDrawsByHandAndKey) {
     const QString letter = QString::fromUtf8(spec.key.data(), 1);
     key(letter[0].toUpper().unicode(), {}, letter);
     ASSERT_EQ(editor().tool(), spec.tool);
+    QWidget* const forms = QApplication::activePopupWidget();
+    ASSERT_EQ(forms != nullptr, *type == ShapeType::polygon || *type == ShapeType::emoji);
+    if (forms != nullptr) forms->close();
     const double x = 20 + static_cast<double>(drawn) * 45;
     drag(at(x, 60), at(x + 40, 130));
     if (*type == ShapeType::text) {

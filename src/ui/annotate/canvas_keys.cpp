@@ -10,6 +10,7 @@
 #include <cmath>
 #include <utility>
 
+#include "editor/tool_spec.hpp"
 #include "ui/annotate/annotate_canvas.hpp"
 
 namespace vantorel {
@@ -105,6 +106,9 @@ bool AnnotateCanvas::take(const QKeyEvent& event) {
   const Pt opposite = view_.toCanvas({width() * ratio_, height() * ratio_});
   key->seen = Box{corner.x, corner.y, opposite.x - corner.x, opposite.y - corner.y};
   modifiers_ = event.modifiers();
+  const bool mayPick =
+      key->key == EditorKey::character && !key->command && !key->alt && !isTyping();
+  const auto picked = mayPick ? toolForKey(key->text) : std::nullopt;
   if (!handleKey(*key)) return false;
   if (isTyping() != wasTyping_) typingChanged();
   if (isTyping()) restartCaret();
@@ -112,6 +116,7 @@ bool AnnotateCanvas::take(const QKeyEvent& event) {
   updateOverlay();
   updateCursor();
   if (onHint) onHint();
+  if (picked && *picked == model_->editor().tool() && !isTyping() && onToolKey) onToolKey(*picked);
   return true;
 }
 

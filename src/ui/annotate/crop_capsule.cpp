@@ -5,7 +5,6 @@
 #include <QIntValidator>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <algorithm>
@@ -26,6 +25,27 @@ namespace {
 
 constexpr int handleReach = 12;  // px from the frame in which its handles are taken
 constexpr int capsuleGap = 12;   // px from the frame and the edges
+constexpr int frameStart = 24;   // px on both sides of the picture's edge in which a frame is begun
+
+/// What the capsule leaves to the canvas: the handles, or, without a frame, the picture's edges
+/// above and below.
+QRegion keptFree(const QRect& frame, const QRect& picture) {
+  QRegion free;
+  if (frame.isEmpty()) {
+    for (const int y : {picture.top(), picture.bottom() + 1}) {
+      free += QRect(picture.left(), y - frameStart, picture.width(), 2 * frameStart);
+    }
+    return free;
+  }
+  const QPoint middle = frame.center();
+  for (const int x : {frame.left(), middle.x(), frame.right()}) {
+    for (const int y : {frame.top(), middle.y(), frame.bottom()}) {
+      if (QPoint(x, y) == middle) continue;
+      free += QRect(x - handleReach, y - handleReach, 2 * handleReach + 1, 2 * handleReach + 1);
+    }
+  }
+  return free;
+}
 
 /// Dark on every desktop, as the bar is that they stand on.
 QPalette capsulePalette() {
@@ -53,12 +73,35 @@ CropCapsule::CropCapsule(std::shared_ptr<AnnotateModel> model, QWidget* canvas)
   });
 }
 
-CropCapsule::CropCapsule(QWidget* canvas) : QWidget(canvas), rows_(new QHBoxLayout(this)) {
+/// What is seen of the capsule below its controls. The handles under its shadow are the canvas's.
+class CropCapsule::Ground : public QWidget {
+ public:
+  explicit Ground(QWidget* canvas) : QWidget(canvas) {
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    hide();
+  }
+
+  void layUnder(const QRect& panel) {
+    constexpr int shadow = floating_bar::shadow;
+    setGeometry(panel.adjusted(-shadow, -shadow, shadow, shadow));
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    constexpr int shadow = floating_bar::shadow;
+    floating_bar::paint(painter, QRectF(rect()).adjusted(shadow, shadow, -shadow, -shadow));
+  }
+};
+
+CropCapsule::CropCapsule(QWidget* canvas)
+    : QWidget(canvas), ground_(new Ground(canvas)), rows_(new QHBoxLayout(this)) {
   setPalette(capsulePalette());
   setCursor(Qt::ArrowCursor);
   setAccessibleRole(*this, QAccessible::ToolBar);
   setAccessibleName(QStringLiteral("Crop"));
-  constexpr int edge = floating_bar::shadow + tokens::space8;
+  constexpr int edge = tokens::space8;
   rows_->setContentsMargins(edge, edge, edge, edge);
   rows_->setSpacing(tokens::space12);
 
@@ -108,7 +151,6 @@ CropCapsule::CropCapsule(QWidget* canvas) : QWidget(canvas), rows_(new QHBoxLayo
   apply_ = new QPushButton(QStringLiteral("Apply"), this);
   apply_->setAutoDefault(false);
   apply_->setDefault(true);
-  apply_->setToolTip(QStringLiteral("Cut the picture to the frame (Enter)"));
   connect(apply_, &QPushButton::clicked, this, [this] { leave(); });
   rest->addWidget(apply_);
 
@@ -153,75 +195,73 @@ void CropCapsule::refresh() {
   const auto& pending = model.pendingCrop();
   const auto write = [&](QLineEdit* field, double length) {
     if (field->isModified()) return;
-    const QString text = pending ? QString::number(std::lround(length)) : QString();
-    if (field->text() != text) field->setText(text);
+    // What is framed when nothing is.
+    const QString text = QString::number(length, 'f', 0);
+    field->setPlaceholderText(pending ? QString() : text);
+    const QString written = pending ? text : QString();
+    if (field->text() != written) field->setText(written);
   };
-  write(width_, pending ? pending->w : 0);
-  write(height_, pending ? pending->h : 0);
+  const CanvasSize canvas = model.canvasSize();
+  write(width_, pending ? pending->w : canvas.width);
+  write(height_, pending ? pending->h : canvas.height);
   apply_->setEnabled(pending.has_value());
+  apply_->setToolTip(pending ? QStringLiteral("Cut the picture to the frame (Enter)")
+                             : QStringLiteral("Drag a frame first"));
   place();
   if (isHidden()) {
-    show();
+    ground_->raise();
     raise();
+    show();
   }
 }
 
-void CropCapsule::setFrame(const QRect& frame) {
-  if (frame_ == frame) return;
+void CropCapsule::setFrame(const QRect& frame, const QRect& picture) {
+  if (frame_ == frame && picture_ == picture) return;
   frame_ = frame;
+  picture_ = picture;
   if (isVisible()) place();
 }
 
 void CropCapsule::place() {
   const QWidget& canvas = *parentWidget();
   rows_->setDirection(QBoxLayout::LeftToRight);
-  constexpr int shadow = floating_bar::shadow;
-  if (rows_->sizeHint().width() - 2 * shadow > canvas.width() - 2 * tokens::space8) {
+  if (rows_->sizeHint().width() > canvas.width() - 2 * tokens::space8) {
     rows_->setDirection(QBoxLayout::TopToBottom);
   }
-  const QSize size = rows_->sizeHint();
-  const QSize panel = size - QSize(2 * shadow, 2 * shadow);
+  const QSize panel = rows_->sizeHint();
+  const QRect framed = frame_.isEmpty() ? picture_ : frame_;
   const int middle = frame_.isEmpty() ? canvas.width() / 2 : frame_.center().x();
-  const int lowest = canvas.height() - capsuleGap - panel.height();
-  int y = frame_.isEmpty() ? lowest : frame_.bottom() + 1 + handleReach + capsuleGap;
-  // Above the frame where there is no room below, else within it.
-  const int above = frame_.top() - handleReach - capsuleGap - panel.height();
-  if (y > lowest && above >= capsuleGap) {
-    y = above;
-  }
-  y = std::clamp(y, capsuleGap, std::max(capsuleGap, lowest));
   const int x =
       std::clamp(middle - panel.width() / 2, tokens::space8,
                  std::max(tokens::space8, canvas.width() - tokens::space8 - panel.width()));
-  setGeometry(x - shadow, y - shadow, size.width(), size.height());
-}
-
-void CropCapsule::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  constexpr int shadow = floating_bar::shadow;
-  floating_bar::paint(painter, QRectF(rect()).adjusted(shadow, shadow, -shadow, -shadow));
+  const int highest = capsuleGap;
+  const int lowest = std::max(highest, canvas.height() - capsuleGap - panel.height());
+  const int distance = (frame_.isEmpty() ? frameStart : handleReach) + capsuleGap;
+  const QRegion free = keptFree(frame_, picture_);
+  // Below what is framed; else above it, within it, or wherever nothing is in its way.
+  int y = lowest;
+  for (const int wanted : {framed.bottom() + 1 + distance, framed.top() - distance - panel.height(),
+                           framed.bottom() + 1 - distance - panel.height(), framed.top() + distance,
+                           lowest, highest, framed.center().y() + distance}) {
+    const bool isInView = wanted >= highest && wanted <= lowest;
+    if (!isInView || free.intersects(QRect(QPoint(x, wanted), panel))) continue;
+    y = wanted;
+    break;
+  }
+  setGeometry({QPoint(x, y), panel});
+  ground_->layUnder(geometry());
 }
 
 void CropCapsule::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
   place();
+  ground_->show();
 }
 
-/// Through its shadow handles can be taken, which are the canvas's.
-void CropCapsule::takeOrLeave(QMouseEvent& event) {
-  constexpr int shadow = floating_bar::shadow;
-  const QRect panel = rect().adjusted(shadow, shadow, -shadow, -shadow);
-  if (event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick) {
-    isPressTaken_ = panel.contains(event.position().toPoint());
-  }
-  event.setAccepted(isPressTaken_);
+void CropCapsule::hideEvent(QHideEvent* event) {
+  QWidget::hideEvent(event);
+  ground_->hide();
 }
-
-void CropCapsule::mousePressEvent(QMouseEvent* event) { takeOrLeave(*event); }
-void CropCapsule::mouseDoubleClickEvent(QMouseEvent* event) { takeOrLeave(*event); }
-void CropCapsule::mouseMoveEvent(QMouseEvent* event) { takeOrLeave(*event); }
-void CropCapsule::mouseReleaseEvent(QMouseEvent* event) { takeOrLeave(*event); }
 
 void CropCapsule::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMouseEvent>
 #include <QWidget>
 
 #include "base/observers.hpp"
@@ -22,17 +23,15 @@ class CropCapsule : public QWidget {
   CropCapsule(std::shared_ptr<AnnotateModel> model, QWidget* canvas);
   CropCapsule(InspectedEditor editor, QWidget* canvas);
 
-  /// Where the frame lies in the canvas widget; empty without one.
-  void setFrame(const QRect& frame);
+  /// Where the frame lies in the canvas widget, and all that can be framed; the frame is empty
+  /// without one.
+  void setFrame(const QRect& frame, const QRect& picture);
 
  protected:
-  void paintEvent(QPaintEvent* event) override;
   void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
-  void mousePressEvent(QMouseEvent* event) override;
-  void mouseDoubleClickEvent(QMouseEvent* event) override;
-  void mouseMoveEvent(QMouseEvent* event) override;
-  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override { event->accept(); }
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
@@ -42,17 +41,19 @@ class CropCapsule : public QWidget {
   void place();
   void typed(bool isHeight);
   void leave();
-  void takeOrLeave(QMouseEvent& event);
 
   std::shared_ptr<AnnotateModel> model_;  // outlives what works on its editor
   InspectedEditor editor_;
+  class Ground;
+
+  Ground* ground_;
   QBoxLayout* rows_;
   SegmentedControl* aspect_;
   QLineEdit* width_;
   QLineEdit* height_;
   QPushButton* apply_;
   QRect frame_;
-  bool isPressTaken_ = false;
+  QRect picture_;
   Observation changes_;
 };
 

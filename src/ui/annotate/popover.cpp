@@ -1,6 +1,7 @@
 #include "ui/annotate/popover.hpp"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -21,7 +22,9 @@ constexpr int popoverDistance = 6;  // px from what opened it
 }  // namespace
 
 Popover::Popover(const QString& title, QWidget* anchor)
-    : QWidget(anchor->window(), Qt::Popup | Qt::FramelessWindowHint), anchor_(anchor) {
+    : QWidget(anchor->window(), Qt::Popup | Qt::FramelessWindowHint),
+      anchor_(anchor),
+      keyboard_(anchor->window()->focusWidget()) {
   setAttribute(Qt::WA_DeleteOnClose);
   setLayoutDirection(anchor->layoutDirection());
   setAccessibleRole(*this, QAccessible::Dialog);
@@ -78,7 +81,26 @@ void Popover::keyPressEvent(QKeyEvent* event) {
     close();
     return;
   }
-  QWidget::keyPressEvent(event);
+  const bool isPlain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
+  if (!isPlain || event->text().isEmpty() || !event->text().front().isLetter()) {
+    return QWidget::keyPressEvent(event);
+  }
+  // The window's letters pick tools. One that is held has opened this.
+  if (event->isAutoRepeat()) return;
+  QWidget* const window = anchor_ != nullptr ? anchor_->window() : nullptr;
+  close();
+  if (window == nullptr) return;
+  QWidget* const focus = window->focusWidget();
+  QCoreApplication::sendEvent(focus != nullptr ? focus : window, event);
+}
+
+/// What opened it closes it as well.
+void Popover::mousePressEvent(QMouseEvent* event) {
+  const QPoint at = event->globalPosition().toPoint();
+  const bool isAtAnchor =
+      anchor_ != nullptr && anchor_->rect().contains(anchor_->mapFromGlobal(at));
+  setAttribute(Qt::WA_NoMouseReplay, isAtAnchor);
+  QWidget::mousePressEvent(event);
 }
 
 void Popover::closeEvent(QCloseEvent* event) {
@@ -90,7 +112,9 @@ void Popover::hideEvent(QHideEvent* event) {
   QWidget::hideEvent(event);
   // The toolkit hides popups that are clicked away.
   if (const auto closed = std::exchange(onClosed, nullptr)) closed();
-  if (anchor_ != nullptr && !event->spontaneous()) anchor_->setFocus(Qt::PopupFocusReason);
+  if (event->spontaneous()) return;
+  QWidget* const next = keyboard_ != nullptr ? keyboard_.data() : anchor_;
+  if (next != nullptr) next->setFocus(Qt::PopupFocusReason);
 }
 
 }  // namespace vantorel

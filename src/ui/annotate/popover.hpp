@@ -1,12 +1,14 @@
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 #include <functional>
 
 namespace vantorel {
 
 /// A small panel beside what opened it, which goes when the pointer is pressed outside or with Esc,
-/// keeping what was done in it. Deletes itself. Lives on the main thread.
+/// keeping what was done in it, and with keys that mean nothing to it, which the window gets. The
+/// keyboard goes back to where it was. Deletes itself. Lives on the main thread.
 class Popover : public QWidget {
  public:
   /// `title` is what screen readers call it. It goes with the window of `anchor`.
@@ -21,6 +23,7 @@ class Popover : public QWidget {
  protected:
   void paintEvent(QPaintEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void hideEvent(QHideEvent* event) override;
@@ -29,6 +32,7 @@ class Popover : public QWidget {
 
  private:
   QWidget* anchor_;
+  QPointer<QWidget> keyboard_;  // who had it
 };
 
 }  // namespace vantorel
