@@ -2,6 +2,8 @@
 
 #include <QElapsedTimer>
 #include <QKeyEvent>
+#include <QScrollBar>
+#include <QStyle>
 #include <QTimerEvent>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -23,14 +25,26 @@ constexpr int inspectorPause = 40;  // ms
 
 }  // namespace
 
-AnnotateInspector::AnnotateInspector(QWidget* parent) : QScrollArea(parent) {
+AnnotateInspector::AnnotateInspector(QWidget* parent)
+    : QScrollArea(parent), bar_(new QScrollBar(Qt::Vertical, this)) {
   setAccessibleRole(*this, QAccessible::Pane);
   setAccessibleName(QStringLiteral("Inspector"));
   setFrameShape(QFrame::NoFrame);
   setFocusPolicy(Qt::NoFocus);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setWidgetResizable(true);
   viewport()->setAutoFillBackground(false);
+  bar_->setFocusPolicy(Qt::NoFocus);
+  QScrollBar* const hidden = verticalScrollBar();
+  connect(hidden, &QScrollBar::rangeChanged, this, [this, hidden](int least, int most) {
+    bar_->setRange(least, most);
+    bar_->setPageStep(hidden->pageStep());
+    bar_->setSingleStep(hidden->singleStep());
+    placeBar();
+  });
+  connect(hidden, &QScrollBar::valueChanged, bar_, &QScrollBar::setValue);
+  connect(bar_, &QScrollBar::valueChanged, hidden, &QScrollBar::setValue);
 }
 
 AnnotateInspector::AnnotateInspector(InspectedEditor editor, QWidget* parent)
@@ -62,9 +76,10 @@ void AnnotateInspector::begin(InspectedEditor editor) {
   layers_ = new LayersSection(editor_, content);
   background_ = new BackgroundSection(editor_, content);
   canvas_ = new CanvasSection(editor_, content);
-  for (QWidget* const section :
-       std::initializer_list<QWidget*>{style_, layer_, layers_, background_, canvas_}) {
+  for (InspectorSection* const section :
+       std::initializer_list<InspectorSection*>{style_, layer_, layers_, background_, canvas_}) {
     column->addWidget(section);
+    section->onUnfolded = [this, section] { reveal(*section); };
   }
   column->addStretch(1);
   layers_->onLetGo([this] { changed(); });
@@ -73,6 +88,31 @@ void AnnotateInspector::begin(InspectedEditor editor) {
   // In the place of what waited for the editor, which may be calling.
   changes_ = editor_.observe([this] { changed(); });
   refresh();
+}
+
+/// All of it, or its beginning.
+void AnnotateInspector::reveal(InspectorSection& section) {
+  refresh();
+  widget()->adjustSize();
+  const int seen = viewport()->height();
+  const int bottom = section.geometry().bottom() + 1 - seen;
+  if (verticalScrollBar()->value() < bottom) {
+    verticalScrollBar()->setValue(std::min(bottom, section.y()));
+  }
+}
+
+/// Over the rows' margin, from which it takes nothing.
+void AnnotateInspector::placeBar() {
+  const int wide = bar_->sizeHint().width();
+  const QRect area(width() - wide, 0, wide, height());
+  bar_->setGeometry(QStyle::visualRect(layoutDirection(), rect(), area));
+  bar_->setVisible(bar_->maximum() > bar_->minimum());
+  bar_->raise();
+}
+
+void AnnotateInspector::resizeEvent(QResizeEvent* event) {
+  QScrollArea::resizeEvent(event);
+  placeBar();
 }
 
 QSize AnnotateInspector::sizeHint() const { return {usualWidth, 400}; }
@@ -112,6 +152,14 @@ void AnnotateInspector::refresh() {
 void AnnotateInspector::showEvent(QShowEvent* event) {
   QScrollArea::showEvent(event);
   if (isBehind_) refresh();
+  editor_.lookAtLayers();
+}
+
+bool AnnotateInspector::event(QEvent* event) {
+  if (event->type() == QEvent::WindowActivate) editor_.lookAtLayers();
+  const bool done = QScrollArea::event(event);
+  if (event->type() == QEvent::LayoutDirectionChange) placeBar();
+  return done;
 }
 
 void AnnotateInspector::keyPressEvent(QKeyEvent* event) {

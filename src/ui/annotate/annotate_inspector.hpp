@@ -10,6 +10,7 @@ namespace vantorel {
 
 class BackgroundSection;
 class CanvasSection;
+class InspectorSection;
 class LayerSection;
 class LayersSection;
 class StyleSection;
@@ -31,6 +32,8 @@ class AnnotateInspector : public QScrollArea {
   [[nodiscard]] QSize sizeHint() const override;
 
  protected:
+  bool event(QEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
   void showEvent(QShowEvent* event) override;
   void timerEvent(QTimerEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
@@ -39,6 +42,8 @@ class AnnotateInspector : public QScrollArea {
   explicit AnnotateInspector(QWidget* parent);
   void begin(InspectedEditor editor);
   void changed();
+  void reveal(InspectorSection& section);
+  void placeBar();
 
   std::shared_ptr<AnnotateModel> model_;  // outlives what works on its editor
   InspectedEditor editor_;
@@ -47,6 +52,7 @@ class AnnotateInspector : public QScrollArea {
   LayersSection* layers_ = nullptr;
   BackgroundSection* background_ = nullptr;
   CanvasSection* canvas_ = nullptr;
+  QScrollBar* bar_;
   QBasicTimer pause_;
   bool isBehind_ = true;
   Observation changes_;

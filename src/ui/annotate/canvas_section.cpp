@@ -3,8 +3,10 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QStyle>
+#include <algorithm>
 #include <utility>
 
+#include "editor/canvas_size.hpp"
 #include "ui/annotate/canvas_size_sheet.hpp"
 #include "ui/annotate/color_popover.hpp"
 #include "ui/annotate/ink_swatches.hpp"
@@ -18,6 +20,18 @@
 #include "ui/kit/tokens.hpp"
 
 namespace vantorel {
+namespace {
+
+/// In this order in every direction of writing. What no picture can have came from elsewhere.
+QString sizeWords(CanvasSize size) {
+  if (!isPossibleSize(size.width, size.height)) return QStringLiteral("Too large");
+  const QString words = QStringLiteral("%1 × %2 px")
+                            .arg(QString::number(size.width, 'f', 0))
+                            .arg(QString::number(size.height, 'f', 0));
+  return QChar(0x2066) + words + QChar(0x2069);
+}
+
+}  // namespace
 
 /// A patch of the color and how it is written.
 class CanvasSection::ColorButton : public QAbstractButton {
@@ -60,27 +74,59 @@ class CanvasSection::ColorButton : public QAbstractButton {
   }
 };
 
+/// The size with the button beside it, or below where both have no room.
+class CanvasSection::SizeRow : public QWidget {
+ public:
+  SizeRow(QWidget* size, QWidget* button, QWidget* parent)
+      : QWidget(parent), row_(new QHBoxLayout(this)), size_(size), button_(button) {
+    setAccessibleRole(*this, QAccessible::Grouping);
+    row_->setContentsMargins(0, 0, 0, 0);
+    row_->setSpacing(tokens::space8);
+    row_->addWidget(size_, 1);
+    row_->addWidget(button_);
+    QSizePolicy policy(QSizePolicy::Minimum, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+  }
+
+  [[nodiscard]] QSize sizeHint() const override {
+    const QSize size = size_->sizeHint();
+    const QSize button = button_->sizeHint();
+    return {size.width() + tokens::space8 + button.width(),
+            std::max(size.height(), button.height())};
+  }
+  [[nodiscard]] int heightForWidth(int width) const override {
+    if (width >= sizeHint().width()) return sizeHint().height();
+    return size_->heightForWidth(width) + tokens::space8 + button_->sizeHint().height();
+  }
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override {
+    QWidget::resizeEvent(event);
+    const bool isRow = width() >= sizeHint().width();
+    row_->setDirection(isRow ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
+    row_->setAlignment(button_, isRow ? Qt::Alignment() : Qt::Alignment(Qt::AlignLeading));
+  }
+
+ private:
+  QBoxLayout* row_;
+  QWidget* size_;
+  QWidget* button_;
+};
+
 CanvasSection::CanvasSection(InspectedEditor editor, QWidget* parent)
     : InspectorSection(QStringLiteral("canvas"), false, parent),
       editor_(std::move(editor)),
       form_(new InspectorForm(this)) {
   setTitle(QStringLiteral("Canvas"));
   addContent(form_);
-  auto* const sizeRow = new QWidget(form_);
-  setAccessibleRole(*sizeRow, QAccessible::Grouping);
-  auto* const row = new QHBoxLayout(sizeRow);
-  row->setContentsMargins(0, 0, 0, 0);
-  row->setSpacing(tokens::space8);
-  auto* const size = new RoleLabel({}, &PaletteRoles::text, tokens::smallFont, sizeRow);
-  size->setMostLines(2);
-  size_ = size;
-  row->addWidget(size_, 1);
-  auto* const change = new SmallButton(QStringLiteral("Change…"), sizeRow);
+  size_ = new RoleLabel({}, &PaletteRoles::text, tokens::smallFont, this);
+  size_->setWordWrap(false);
+  auto* const change = new SmallButton(QStringLiteral("Change…"), this);
   change->setAccessibleDescription(QStringLiteral("Canvas size"));
   connect(change, &QAbstractButton::clicked, this,
           [this] { CanvasSizeSheet::open(editor_, window()); });
-  row->addWidget(change);
-  form_->addRow(QStringLiteral("Size"), sizeRow);
+  form_->addRow(QStringLiteral("Size"), new SizeRow(size_, change, form_));
   color_ = new ColorButton(form_);
   connect(color_, &QAbstractButton::clicked, this, [this] {
     ColorPopover::open(editor_.model, "Canvas Color", color_, color_->text(),
@@ -91,7 +137,7 @@ CanvasSection::CanvasSection(InspectedEditor editor, QWidget* parent)
 
 void CanvasSection::refresh() {
   const CanvasSize size = editor_.model->canvasSize();
-  const QString words = QStringLiteral("%1 × %2 px").arg(size.width).arg(size.height);
+  const QString words = sizeWords(size);
   size_->setText(words);
   setFoldedWords(words);
   color_->setText(QString::fromStdString(editor_.model->state().canvas->backdropHex));

@@ -18,6 +18,7 @@ class CanvasSection : public InspectorSection {
 
  private:
   class ColorButton;
+  class SizeRow;
 
   InspectedEditor editor_;
   InspectorForm* form_;

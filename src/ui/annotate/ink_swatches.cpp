@@ -142,7 +142,12 @@ void InkSwatches::setColors(const std::vector<QString>& colors) {
   }
   cells_.clear();
   colors_.clear();
-  for (const QString& color : colors) addCell(color, color, color);
+  QWidget* last = this;
+  for (const QString& color : colors) {
+    addCell(color, color, color);
+    setTabOrder(last, cells_.back());
+    last = cells_.back();
+  }
   place();
   updateGeometry();
   const auto before = current_;

@@ -63,6 +63,16 @@ void InspectorForm::setRowMixed(QWidget* field, bool isMixed) {
   layOut();
 }
 
+void InspectorForm::setRowOff(QWidget* field, const QString& reason) {
+  const Row* const row = rowOf(field);
+  if (row == nullptr) return;
+  field->setEnabled(reason.isEmpty());
+  field->setToolTip(reason);
+  if (row->label == nullptr) return;
+  row->label->setEnabled(reason.isEmpty());
+  row->label->setToolTip(reason);
+}
+
 bool InspectorForm::isEmpty() const { return std::ranges::none_of(rows_, &Row::isVisible); }
 
 int InspectorForm::labelWidth() const {
@@ -87,7 +97,11 @@ void InspectorForm::layOut() {
     if (!row.isVisible) continue;
     if (y > 0) y += formRowGap;
     const bool isBeside = row.label != nullptr && !isStacked;
-    const int start = isBeside ? label + tokens::space8 : 0;
+    int start = isBeside ? label + tokens::space8 : 0;
+    if (isBeside && row.field->sizePolicy().horizontalPolicy() == QSizePolicy::Minimum) {
+      const int own = row.label->sizeHint().width() + tokens::space8;
+      start = std::clamp(whole - row.field->sizeHint().width(), own, start);
+    }
     if (row.label != nullptr && isStacked) {
       const int height = row.label->sizeHint().height();
       put(row.label, {formSide, y, whole, height});

@@ -15,6 +15,7 @@ class InspectorForm : public QWidget {
   explicit InspectorForm(QWidget* parent = nullptr);
 
   /// Takes the field, which is named by the label for screen readers unless it has a name.
+  /// Beside a field whose policy is `Minimum` the label has no more room than that leaves.
   /// `outset`, so many px does the field reach over its room on both sides.
   void addRow(const QString& label, QWidget* field, int outset = 0);
   /// Without a label.
@@ -23,6 +24,8 @@ class InspectorForm : public QWidget {
   void setRowVisible(QWidget* field, bool isVisible);
   /// Marks a row whose shapes differ with "–".
   void setRowMixed(QWidget* field, bool isMixed);
+  /// Turns a row off, with the reason as its tooltip; on with none.
+  void setRowOff(QWidget* field, const QString& reason);
   [[nodiscard]] bool isEmpty() const;
 
  protected:

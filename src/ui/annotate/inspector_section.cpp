@@ -178,6 +178,7 @@ void InspectorSection::setOpen(bool isOpen) {
   setAccessibleExpanded(*header_, isOpen);
   body_->setVisible(isOpen);
   header_->update();
+  if (isOpen && onUnfolded) onUnfolded();
 }
 
 void InspectorSection::paintEvent(QPaintEvent*) {

@@ -29,6 +29,7 @@ class InspectorSection : public QWidget {
 
   [[nodiscard]] bool isOpen() const { return isOpen_; }
   void setOpen(bool isOpen);
+  std::function<void()> onUnfolded;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -109,6 +109,8 @@ void LayerList::refresh() {
     auto* const row = new LayerRow(this);
     connectRow(row);
     column_->addWidget(row);
+    // In the place where it is seen, not behind all that was made before.
+    setTabOrder(rows_.empty() ? this : static_cast<QWidget*>(rows_.back()), row);
     rows_.push_back(row);
   }
   while (rows_.size() > shown.size()) {

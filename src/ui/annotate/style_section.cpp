@@ -196,16 +196,21 @@ class StyleSection::Rows {
                           {{Heads::end, pictured("At the end", headPicture(Heads::end))},
                            {Heads::headless, pictured("None", headPicture(Heads::headless))},
                            {Heads::both, pictured("At both ends", headPicture(Heads::both))}});
-    addStyleChoice<ArrowTailMarker>(QStringLiteral("Tail"), &ShownStyle::tailMarker,
-                                    &ToolStyle::tailMarker,
-                                    {{ArrowTailMarker::none, named("None")},
-                                     {ArrowTailMarker::dot, named("Dot")},
-                                     {ArrowTailMarker::ring, named("Ring")}});
+    auto* const tail = addStyleChoice<ArrowTailMarker>(
+        QStringLiteral("Tail"), &ShownStyle::tailMarker, &ToolStyle::tailMarker,
+        {{ArrowTailMarker::none, named("None")},
+         {ArrowTailMarker::dot, named("Dot")},
+         {ArrowTailMarker::ring, named("Ring")}});
     auto* const tailSize = addSlider<double>(
         QStringLiteral("Tail size"), &ShownStyle::tailScale, {0.5, 2, 0.1, 0.5},
         [](double value) { return QString::number(value, 'f', 1) + QStringLiteral("×"); },
         [this](double value) { changeStyle(&ToolStyle::tailScale, value); });
-    updates_.emplace_back([this, tailSize](const ShownStyle& shown) {
+    updates_.emplace_back([this, tail, tailSize](const ShownStyle& shown) {
+      const QString reason = shown.headStyle.common() == Heads::both
+                                 ? QStringLiteral("An arrow with two heads has no tail")
+                                 : QString();
+      form_->setRowOff(tail, reason);
+      form_->setRowOff(tailSize, reason);
       const bool hasTail =
           shown.tailMarker.isMixed || shown.tailMarker.value != ArrowTailMarker::none;
       if (!hasTail) form_->setRowVisible(tailSize, false);

@@ -8,6 +8,8 @@
 #include <QToolTip>
 #include <algorithm>
 
+#include "ui/kit/tokens.hpp"
+
 namespace vantorel {
 
 RoleLabel::RoleLabel(const QString& text, Role role, Font makeFont, QWidget* parent)
@@ -110,10 +112,14 @@ void RoleLabel::align() {
 }
 
 void RoleLabel::apply() {
-  const QColor color = rolesOf(QGuiApplication::palette()).*role_;
-  if (palette().color(QPalette::WindowText) != color) {
+  const PaletteRoles roles = rolesOf(QGuiApplication::palette());
+  const QColor color = roles.*role_;
+  const QColor off = mixed(roles.window, color, tokens::offOpacity);
+  if (palette().color(QPalette::Active, QPalette::WindowText) != color ||
+      palette().color(QPalette::Disabled, QPalette::WindowText) != off) {
     QPalette own = palette();
     own.setColor(QPalette::WindowText, color);
+    own.setColor(QPalette::Disabled, QPalette::WindowText, off);
     setPalette(own);
   }
   if (const QFont wanted = makeFont_(); font() != wanted) setFont(wanted);

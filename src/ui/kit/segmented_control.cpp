@@ -55,6 +55,7 @@ class SegmentButton : public QRadioButton {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     constexpr int radius = tokens::buttonRadius - 2;
+    if (!isEnabled()) painter.setOpacity(tokens::offOpacity);
     if (isChecked()) {
       paintBox(painter, rect(), radius,
                roles.isDark ? mixed(roles.window, roles.text, 0.16) : roles.base,
@@ -62,7 +63,6 @@ class SegmentButton : public QRadioButton {
     } else if (isEnabled() && (underMouse() || isDown())) {
       paintBox(painter, rect(), radius, isDown() ? roles.press : roles.hover, Qt::NoPen);
     }
-    if (!isEnabled()) painter.setOpacity(tokens::offOpacity);
     const QColor ink = isChecked() ? roles.accentText : roles.text;
     if (picture_) {
       picture_(painter, rect(), isChecked() ? roles.text : roles.quiet);
