@@ -463,6 +463,25 @@ void AnnotateCanvas::paintPart(QPainter& painter, const QRect& part) const {
   painter.setClipping(false);
 }
 
+/// At the edge, where it may lie over the picture.
+void AnnotateCanvas::paintRing(QPainter& painter) const {
+  const PaletteRoles roles = rolesOf(palette());
+  const QRectF all(QPointF(), QSizeF(size()) * ratio_);
+  const double line = tokens::focusRing * ratio_;
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(roles.focus, line, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+  painter.drawRect(all.adjusted(line / 2, line / 2, -line / 2, -line / 2));
+  painter.setPen(QPen(roles.window, ratio_, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+  const double inner = line + ratio_ / 2;
+  painter.drawRect(all.adjusted(inner, inner, -inner, -inner));
+}
+
+void AnnotateCanvas::showRing(bool isShown) {
+  if (isRinged_ == isShown) return;
+  isRinged_ = isShown;
+  update();
+}
+
 void AnnotateCanvas::paintEvent(QPaintEvent* event) {
   if (ratio_ != devicePixelRatioF()) {
     layOut();
@@ -477,6 +496,7 @@ void AnnotateCanvas::paintEvent(QPaintEvent* event) {
     paintPart(painter, part);
     exposed |= part;
   }
+  if (isRinged_) paintRing(painter);
   if (!isReady() || !hasPixels_) return;
   overlay_.paint(painter, exposed, ratio_);
   if (loupe_) {

@@ -99,6 +99,7 @@ class AnnotateCanvas : public QWidget {
   void paintPixels(QPainter& painter, const QRect& part) const;
   void paintPreview(QPainter& painter, const QRect& part) const;
   void paintGrid(QPainter& painter, const QRect& part) const;
+  void paintRing(QPainter& painter) const;
   [[nodiscard]] QRect pictureArea() const;
   [[nodiscard]] CanvasOverlay overlayNow() const;
   [[nodiscard]] std::vector<QRectF> framesNow() const;
@@ -136,6 +137,7 @@ class AnnotateCanvas : public QWidget {
   [[nodiscard]] QRectF caretArea() const;
 
   void announceSelection();
+  void showRing(bool isShown);
 
   std::shared_ptr<AnnotateModel> model_;
   BusyRing* loading_;
@@ -171,6 +173,7 @@ class AnnotateCanvas : public QWidget {
   QElapsedTimer edgeTime_;
   QBasicTimer caret_;
   std::string announced_;
+  bool isRinged_ = false;  // the keyboard has come here by itself
   Observation scene_;
 };
 

@@ -12,7 +12,6 @@
 #include <QStyle>
 #include <QToolButton>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
 
@@ -25,11 +24,13 @@
 #include "ui/annotate/close_question.hpp"
 #include "ui/annotate/crop_capsule.hpp"
 #include "ui/annotate/emoji_picker.hpp"
+#include "ui/annotate/inspector_focus.hpp"
 #include "ui/annotate/polygon_picker.hpp"
 #include "ui/annotate/tool_rail.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/message_band.hpp"
 #include "ui/kit/palette_roles.hpp"
+#include "ui/kit/panes.hpp"
 #include "ui/kit/picture_save_dialog.hpp"
 
 namespace vantorel {
@@ -104,6 +105,7 @@ AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::functi
       inspector_(new AnnotateInspector(model_, pane_)),
       capsule_(new CropCapsule(model_, canvas_)) {
   static_cast<InspectorPane*>(pane_)->hold(inspector_);
+  new InspectorFocus(*pane_, *canvas_);
   content_->installEventFilter(this);
   setContent(content_);
   band_->hide();
@@ -274,7 +276,7 @@ void AnnotateWindow::arrange() {
   const auto placed = [this](const QRect& area) {
     return QStyle::visualRect(layoutDirection(), content_->rect(), area);
   };
-  rail_->setColumns(ToolRail::isDouble(height));
+  rail_->setRoom(height);
   const int left = rail_->sizeHint().width();
   const bool isShown = isNarrow() ? isDrawerOpen_ || !drawer_.isAway() : isInspectorWanted_;
   const int beside = isShown && !isNarrow() ? inspectorWidth : 0;
@@ -322,10 +324,13 @@ void AnnotateWindow::setDrawer(bool isOpen) {
 // Keys that no part has used.
 
 void AnnotateWindow::keyPressEvent(QKeyEvent* event) {
-  // Letters mean tools wherever the keyboard is, but in fields, which have used them.
+  // Tools, widths, swatches and Del mean the same wherever the keyboard is, but in fields, which
+  // have used them.
   const bool isPlain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
-  const bool isLetter = isPlain && !event->text().isEmpty() && event->text().front().isLetter();
-  if (isLetter && focusWidget() != canvas_ && canvas_->take(*event)) return;
+  const bool isDelete = event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace;
+  const bool isSign =
+      !event->text().isEmpty() && event->text().front().isPrint() && event->key() != Qt::Key_Space;
+  if (isPlain && (isDelete || isSign) && focusWidget() != canvas_ && canvas_->take(*event)) return;
   WindowFrame::keyPressEvent(event);
 }
 
@@ -337,32 +342,11 @@ void AnnotateWindow::leave() {
     return model_->clearNotice();
   }
   if (isNarrow() && isDrawerOpen_) return setDrawer(false);
-  if (focusWidget() != canvas_) canvas_->setFocus(Qt::OtherFocusReason);
+  if (focusWidget() != canvas_) canvas_->setFocus(Qt::ShortcutFocusReason);
 }
 
 void AnnotateWindow::nextPane(bool isBack) {
-  const std::array<QWidget*, 5> panes{bar_, rail_, canvas_, pane_, footer_};
-  const QWidget* const focus = QApplication::focusWidget();
-  std::size_t at = 2;
-  for (std::size_t i = 0; i < panes.size(); ++i) {
-    if (focus == nullptr) continue;
-    if (panes[i] == focus || panes[i]->isAncestorOf(focus)) at = i;
-  }
-  for (std::size_t tries = 0; tries < panes.size(); ++tries) {
-    at = (at + (isBack ? panes.size() - 1 : 1)) % panes.size();
-    QWidget* const pane = panes[at];
-    if (!pane->isVisible()) continue;
-    if (pane->focusPolicy() != Qt::NoFocus) return pane->setFocus(Qt::TabFocusReason);
-    if (pane == rail_ && isReady()) {
-      return rail_->buttonOf(model_->editor().tool())->setFocus(Qt::TabFocusReason);
-    }
-    for (QWidget* const inside : pane->findChildren<QWidget*>()) {
-      if (inside->isVisible() && inside->isEnabled() &&
-          (inside->focusPolicy() & Qt::TabFocus) != 0) {
-        return inside->setFocus(Qt::TabFocusReason);
-      }
-    }
-  }
+  focusNextPane({bar_, rail_, canvas_, pane_, footer_}, canvas_, isBack);
 }
 
 // What can be done with what is under the pointer.

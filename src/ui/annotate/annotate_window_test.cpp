@@ -18,6 +18,7 @@
 #include <QWheelEvent>
 #include <cmath>
 #include <random>
+#include <set>
 #include <stdexcept>
 
 #include "editor/canvas_scene.hpp"
@@ -207,6 +208,53 @@ TEST_F(AnnotateWindowTest, EveryToolDrawsByHandAndKey) {
   EXPECT_NEAR(last().x1, before.x, 0.001) << "the other corner stays";
   key(Qt::Key_Right, Qt::ShiftModifier);
   EXPECT_NEAR(last().x1, before.x + 10, 0.001);
+}
+
+TEST_F(AnnotateWindowTest, ThePointerLeavesTheKeyboardWithTheCanvasAndF6ShowsWhereItIs) {
+  const auto opened = open({640, 400});
+  opened->window->resize(1200, 760);
+  type(QStringLiteral("a"));
+  drag(at(100, 100), at(300, 200));
+  rest();
+  const auto press = [&](const char* name) {
+    QAbstractButton* const one = button(QString::fromUtf8(name));
+    this->UiTestCase::click(one->mapToGlobal(one->rect().center()));
+    now->run.runners.run();
+    rest();
+  };
+  press("At both ends");
+  EXPECT_EQ(last().headStyle, ArrowHeadStyle::both);
+  EXPECT_TRUE(opened->canvas->hasFocus());
+  const double width = last().width;
+  type(QStringLiteral("]"));
+  EXPECT_GT(last().width, width);
+  type(QStringLiteral("3"));
+  EXPECT_EQ(last().color, "#007aff");
+  // By keys everything is reached, and what is reached is seen.
+  const auto hasRing = [&](QWidget& shown) {
+    const QImage before = shown.grab().toImage();
+    opened->window->setAttribute(Qt::WA_KeyboardFocusChange, false);
+    const QImage without = shown.grab().toImage();
+    opened->window->setAttribute(Qt::WA_KeyboardFocusChange, true);
+    return before != without;
+  };
+  std::set<const QWidget*> reached;
+  for (int pane = 0; pane < 5; ++pane) {
+    key(Qt::Key_F6);
+    QWidget* const focus = opened->window->focusWidget();
+    ASSERT_NE(focus, nullptr);
+    reached.insert(focus);
+    keepPicture("annotate-f6-" + std::to_string(pane));
+    EXPECT_TRUE(focus == opened->canvas || hasRing(*focus))
+        << focus->accessibleName().toStdString();
+  }
+  EXPECT_EQ(reached.size(), 5U);
+  EXPECT_TRUE(reached.contains(button("Arrow"))) << "of the tools, the one that is on";
+  EXPECT_TRUE(opened->canvas->hasFocus());
+  key(Qt::Key_F6);
+  ASSERT_FALSE(opened->canvas->hasFocus());
+  key(Qt::Key_Delete);
+  EXPECT_TRUE(editor().state().shapes->empty()) << "the keys are the window's";
 }
 
 TEST_F(AnnotateWindowTest, LettersAreTextWhileSomethingIsTypedAndToolsOtherwise) {
@@ -533,6 +581,13 @@ TEST_F(AnnotateWindowTest, ScreenReadersSeeTheShapes) {
   key(Qt::Key_Delete);
   EXPECT_EQ(canvas->childCount(), 11);
   EXPECT_FALSE(focus->isValid());
+  // The tools are a choice.
+  for (const ToolSpec& spec : toolSpecs()) {
+    auto* const tool = QAccessible::queryAccessibleInterface(
+        button(QString::fromUtf8(spec.label.data(), static_cast<qsizetype>(spec.label.size()))));
+    EXPECT_EQ(tool->role(), QAccessible::RadioButton) << spec.label;
+    EXPECT_EQ(tool->state().checked, spec.tool == editor().tool()) << spec.label;
+  }
   for (const auto* const one : opened->window->findChildren<QAbstractButton*>()) {
     if (!one->isVisible()) continue;
     EXPECT_FALSE(one->accessibleName().isEmpty() && one->text().isEmpty())

@@ -171,12 +171,15 @@ bool AnnotateCanvas::focusNextPrevChild(bool isNext) {
 
 void AnnotateCanvas::focusInEvent(QFocusEvent* event) {
   QWidget::focusInEvent(event);
+  showRing(event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
+           event->reason() == Qt::ShortcutFocusReason);
   if (isTyping()) restartCaret();
   updateOverlay();
 }
 
 void AnnotateCanvas::focusOutEvent(QFocusEvent* event) {
   QWidget::focusOutEvent(event);
+  showRing(false);
   isSpaceHeld_ = false;
   caret_.stop();
   // A menu has it for a moment and gives it back.

@@ -61,6 +61,7 @@ void AnnotateCanvas::send(PointerPhase phase, QPointF device) {
 void AnnotateCanvas::press(QMouseEvent& event, int clicks) {
   pointer_ = toDevice(event.position());
   modifiers_ = event.modifiers();
+  showRing(false);
   if (isPressed_ || isPanning_) return;
   const bool pans =
       event.button() == Qt::MiddleButton || (event.button() == Qt::LeftButton && isSpaceHeld_);

@@ -17,9 +17,9 @@ namespace {
 constexpr int railWidth = tokens::space48;
 constexpr int doubleWidth = 84;
 constexpr int pitch = tokens::tool + 2;
+constexpr int tightPitch = tokens::tool;
 constexpr int separatorRoom = 12;
 constexpr int railMargin = tokens::space8;
-constexpr int leastOneColumn = 720 - 84;  // of a window of that height, below and above its bars
 
 IconName iconOfTool(Tool tool) {
   switch (tool) {
@@ -63,6 +63,7 @@ ToolRail::ToolRail(QWidget* parent) : QWidget(parent), group_(new QButtonGroup(t
         QString::fromUtf8(spec.label.data(), static_cast<qsizetype>(spec.label.size()));
     const QString key =
         QString::fromUtf8(spec.key.data(), static_cast<qsizetype>(spec.key.size())).toUpper();
+    setAccessibleRole(*button, QAccessible::RadioButton);
     button->setAutoRaise(true);
     button->setCheckable(true);
     button->setIcon(icon(iconOfTool(spec.tool)));
@@ -86,41 +87,53 @@ QToolButton* ToolRail::buttonOf(Tool tool) const {
   return qobject_cast<QToolButton*>(group_->button(static_cast<int>(tool)));
 }
 
-bool ToolRail::isDouble(int height) {
-  const int needed =
-      static_cast<int>(toolSpecs().size()) * pitch + groupEnds * separatorRoom + 2 * railMargin;
-  return height < std::max(leastOneColumn, needed);
+/// One column stands in a window 720 px high.
+ToolRail::Layout ToolRail::layoutFor(int height) {
+  const int tools = static_cast<int>(toolSpecs().size());
+  const auto needed = [&](int step, int separator) {
+    return tools * step + groupEnds * separator + 2 * railMargin;
+  };
+  if (height >= needed(pitch, separatorRoom)) return Layout::roomy;
+  return height >= needed(tightPitch, separatorRoom - 1) ? Layout::tight : Layout::twoColumns;
 }
 
-int ToolRail::widthFor(int height) { return isDouble(height) ? doubleWidth : railWidth; }
+int ToolRail::widthFor(int height) {
+  return layoutFor(height) == Layout::twoColumns ? doubleWidth : railWidth;
+}
 
-void ToolRail::setColumns(bool isDouble) {
-  if (isDouble_ == isDouble) return;
-  isDouble_ = isDouble;
+void ToolRail::setRoom(int height) {
+  const Layout layout = layoutFor(height);
+  if (layout_ == layout) return;
+  layout_ = layout;
   arrange();
   updateGeometry();
 }
 
-QSize ToolRail::sizeHint() const { return {isDouble_ ? doubleWidth : railWidth, 0}; }
+QSize ToolRail::sizeHint() const {
+  return {layout_ == Layout::twoColumns ? doubleWidth : railWidth, 0};
+}
 
 void ToolRail::arrange() {
   separators_.clear();
+  const bool isDouble = layout_ == Layout::twoColumns;
+  const int step = layout_ == Layout::tight ? tightPitch : pitch;
+  const int separator = layout_ == Layout::tight ? separatorRoom - 1 : separatorRoom;
   int top = railMargin;
   int column = 0;
   for (QToolButton* const button : buttons_) {
     const Tool tool = static_cast<Tool>(group_->id(button));
-    const int left = (isDouble_ ? 5 : 6) + column * (tokens::tool + 2);
+    const int left = (isDouble ? 5 : 6) + column * (tokens::tool + 2);
     button->setGeometry(QStyle::visualRect(layoutDirection(), rect(),
                                            QRect(left, top, tokens::tool, tokens::tool)));
-    if (isDouble_) {
+    if (isDouble) {
       column = 1 - column;
-      if (column == 0) top += pitch;
+      if (column == 0) top += step;
       continue;
     }
-    top += pitch;
+    top += step;
     if (!endsGroup(tool)) continue;
-    separators_.push_back(top + (separatorRoom - 2) / 2);
-    top += separatorRoom;
+    separators_.push_back(top + (separator - 2) / 2);
+    top += separator;
   }
   update();
 }

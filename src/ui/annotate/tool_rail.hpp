@@ -19,14 +19,11 @@ class ToolRail : public QWidget {
 
   void show(Tool tool);
 
-  /// Whether they are in two columns at this height.
-  [[nodiscard]] static bool isDouble(int height);
-
-  /// How wide it is at this height, px.
+  /// How wide it is at this height, px: in two columns where there is no room for one.
   [[nodiscard]] static int widthFor(int height);
 
-  /// Gives itself the width for its height.
-  void setColumns(bool isDouble);
+  /// Gives itself the width for this height.
+  void setRoom(int height);
 
   [[nodiscard]] QToolButton* buttonOf(Tool tool) const;
   [[nodiscard]] QSize sizeHint() const override;
@@ -38,12 +35,14 @@ class ToolRail : public QWidget {
   void resizeEvent(QResizeEvent* event) override;
 
  private:
+  enum class Layout { roomy, tight, twoColumns };
+  [[nodiscard]] static Layout layoutFor(int height);
   void arrange();
 
   QButtonGroup* group_;
   std::vector<QToolButton*> buttons_;  // in toolbar order
   std::vector<int> separators_;        // px from the top
-  bool isDouble_ = false;
+  Layout layout_ = Layout::roomy;
 };
 
 }  // namespace vantorel

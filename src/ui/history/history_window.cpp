@@ -8,7 +8,6 @@
 #include <QShortcut>
 #include <QStyle>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
 
@@ -25,6 +24,7 @@
 #include "ui/history/tile_painting.hpp"
 #include "ui/history/undo_bar.hpp"
 #include "ui/kit/icons.hpp"
+#include "ui/kit/panes.hpp"
 #include "ui/kit/tokens.hpp"
 
 namespace vantorel {
@@ -284,25 +284,7 @@ void HistoryWindow::setDrawer(bool isOpen) {
 }
 
 void HistoryWindow::nextPane(bool isBack) {
-  const std::array<QWidget*, 4> panes{sidebar_, bar_, view_, footer_};
-  const QWidget* const focus = QApplication::focusWidget();
-  std::size_t at = 0;
-  for (std::size_t i = 0; i < panes.size(); ++i) {
-    if (focus != nullptr && (panes[i] == focus || panes[i]->isAncestorOf(focus))) at = i;
-  }
-  for (std::size_t tries = 0; tries < panes.size(); ++tries) {
-    at = (at + (isBack ? panes.size() - 1 : 1)) % panes.size();
-    if (!panes[at]->isVisible()) continue;
-    if (panes[at]->focusPolicy() != Qt::NoFocus) {
-      return panes[at]->setFocus(Qt::TabFocusReason);
-    }
-    for (QWidget* const inside : panes[at]->findChildren<QWidget*>()) {
-      if (inside->isVisible() && inside->isEnabled() &&
-          (inside->focusPolicy() & Qt::TabFocus) != 0) {
-        return inside->setFocus(Qt::TabFocusReason);
-      }
-    }
-  }
+  focusNextPane({sidebar_, bar_, view_, footer_}, sidebar_, isBack);
 }
 
 void HistoryWindow::keyPressEvent(QKeyEvent* event) {

@@ -227,12 +227,10 @@ void VantorelStyle::drawComplexControl(ComplexControl control, const QStyleOptio
       if (button == nullptr) break;
       QStyleOptionToolButton plain = *button;
       plain.features.setFlag(QStyleOptionToolButton::HasMenu, false);
-      // One that is flat has no panel once the pointer has left it.
+      // One that is flat has no panel once the pointer has left it, though it may have the focus.
       const bool hasPanel = hasState(*option, State_MouseOver) || hasState(*option, State_On) ||
                             hasState(*option, State_Sunken) || !hasState(*option, State_AutoRaise);
-      if (const double hover = hoverOf(*option, widget); !hasPanel && hover > 0) {
-        paintVeil(*painter, *option, 0.05 * hover);
-      }
+      if (!hasPanel) paintToolButton(*painter, *option, widget);
       return QProxyStyle::drawComplexControl(control, &plain, painter, widget);
     }
     case CC_SpinBox: {
