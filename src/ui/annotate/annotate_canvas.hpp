@@ -122,6 +122,7 @@ class AnnotateCanvas : public QWidget {
   void pan(QPointF device);
   void hover(QPointF device);
   void updateCursor();
+  void updateMoves() const;
   void zoomTo(double zoom, QPointF device);
   void moveGently();
   void moveByEdge();

@@ -187,7 +187,17 @@ void AnnotateCanvas::hover(QPointF device) {
   updateCursor();
 }
 
+/// The toolkit leaves out moves of the pointer that others follow on. What is drawn by hand is made
+/// of them all.
+void AnnotateCanvas::updateMoves() const {
+  const bool drawsByHand =
+      isReady() && hasPointer_ &&
+      (model_->editor().tool() == Tool::pen || model_->editor().tool() == Tool::highlighter);
+  QCoreApplication::setAttribute(Qt::AA_CompressHighFrequencyEvents, !drawsByHand);
+}
+
 void AnnotateCanvas::updateCursor() {
+  updateMoves();
   Qt::CursorShape wanted = Qt::ArrowCursor;
   if (isPanning_) {
     wanted = Qt::ClosedHandCursor;
@@ -202,6 +212,7 @@ void AnnotateCanvas::updateCursor() {
 
 void AnnotateCanvas::leaveEvent(QEvent*) {
   hasPointer_ = false;
+  updateMoves();
   hovered_.reset();
   updateOverlay();
 }
