@@ -44,8 +44,10 @@ void CapturePins::pinAll(const std::vector<NamedPicture>& pictures, Pinned pinne
 
 bool CapturePins::bringForward(const std::string& key) {
   Surface* const window = services_.surfaces.pinned.surface(key);
-  if (window != nullptr) window->bringForward();
-  return window != nullptr;
+  if (window == nullptr) return false;
+  if (const auto pin = pins_.find(key); pin != pins_.end()) pin->second.model->comeBack();
+  window->bringForward();
+  return true;
 }
 
 void CapturePins::pinEntry(const std::string& name, One pinned) {
@@ -141,9 +143,14 @@ void CapturePins::show(const std::string& key, const std::string& title, Image p
   }
   Pin pin{.model = std::make_shared<PinModel>(services_.model, title, std::move(picture), scale),
           .entry = entry,
-          .observation = {}};
-  pin.observation = pin.model->observe([this](const PinModel::Change& change) {
+          .observation = {},
+          .number = ++made_};
+  focused_ = 0;
+  pin.observation = pin.model->observe([this, number = made_](const PinModel::Change& change) {
     if (change.look && onChange) onChange();
+    if (!change.next) return;
+    focused_ = number;
+    focusNext();
   });
   const std::shared_ptr<PinModel> model = pin.model;
   pins_.insert_or_assign(key, std::move(pin));
@@ -184,7 +191,9 @@ void CapturePins::follow(const EntryPointer& entry) {
     const auto pin = pins_.find(entry->id);
     // Another change came meanwhile, and is read by now.
     if (pin == pins_.end() || pin->second.entry != entry) return;
-    if (picture) return pin->second.model->setPicture(*std::move(picture));
+    if (picture) {
+      return pin->second.model->setPicture(*std::move(picture), entry->captureScale.value_or(1));
+    }
     services_.alerts.notify("A pinned capture was closed",
                             fmt::format("“{}”: {}", titleOf(*entry), picture.error()));
     pin->second.model->close();
@@ -196,6 +205,20 @@ bool CapturePins::letClicksThrough() const {
     if (pin.model->letsClicksThrough()) return true;
   }
   return false;
+}
+
+void CapturePins::focusNext() {
+  const Pin* newest = nullptr;
+  const Pin* next = nullptr;
+  for (const auto& [key, pin] : pins_) {
+    if (newest == nullptr || pin.number > newest->number) newest = &pin;
+    if (pin.number < focused_ && (next == nullptr || pin.number > next->number)) next = &pin;
+  }
+  if (next == nullptr) next = newest;
+  if (next == nullptr) return;
+  focused_ = next->number;
+  next->model->takeKeys();
+  next->model->say("Arrows move · + and \u2212 scale · Tab goes on · Return leaves · Esc closes");
 }
 
 void CapturePins::makeClickable() {

@@ -46,6 +46,9 @@ class CapturePins {
   [[nodiscard]] bool letClicksThrough() const;
   void makeClickable();
 
+  /// Gives the keyboard to the pin made last; again, to the one before it, and so on.
+  void focusNext();
+
   /// Told when what these two say may have changed.
   std::function<void()> onChange;
 
@@ -54,6 +57,7 @@ class CapturePins {
     std::shared_ptr<PinModel> model;
     EntryPointer entry;  ///< as it is shown; null for a file
     Observation observation;
+    int number = 0;  ///< in the order they were made
   };
   using One = std::function<void(Result<void, std::string>)>;
 
@@ -70,6 +74,8 @@ class CapturePins {
 
   Services services_;
   std::map<std::string, Pin> pins_;  ///< by the entry's id or the file's path
+  int made_ = 0;
+  int focused_ = 0;  ///< the number of the pin that was given the keyboard last
   Observation libraryObservation_;
   Lifetime lifetime_;
 };

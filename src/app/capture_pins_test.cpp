@@ -155,6 +155,28 @@ TEST_F(CapturePinsTest, ClicksComeBackFromTheMenu) {
   EXPECT_GE(changes, 3);
 }
 
+TEST_F(CapturePinsTest, TheKeyboardGoesFromTheNewestPinToTheOldestAndRound) {
+  pin({{.capture = "a"}});
+  pin({{.capture = "b"}});
+  pin({{.capture = "c"}});
+  std::vector<std::string> focused;
+  std::vector<Observation> observations;
+  for (const auto& window : windows.opened) {
+    PinModel& model = *window.lock()->model;
+    observations.push_back(model.observe([&](const PinModel::Change& change) {
+      if (change.keys) focused.push_back(model.title());
+    }));
+  }
+  pins.focusNext();
+  pins.focusNext();
+  windows.opened[1].lock()->model->passKeysOn();
+  pins.focusNext();
+  windows.opened[0].lock()->model->setClickThrough(true);
+  windows.opened[1].lock()->model->passKeysOn();
+  EXPECT_THAT(focused, ElementsAre("c", "b", "a", "c", "a"));
+  EXPECT_FALSE(pins.letClicksThrough()) << "one that is worked on takes clicks";
+}
+
 TEST_F(CapturePinsTest, APinKeepsItsPlaceAndStaysWithinReach) {
   pin({{.capture = "a"}});  // 48 x 30 pixels at two a point
   PinModel& model = *windows.opened[0].lock()->model;
@@ -173,12 +195,21 @@ TEST_F(CapturePinsTest, APinKeepsItsPlaceAndStaysWithinReach) {
 
   // The display it is on goes.
   model.moveBy(5000, 0);
-  model.keepWithin({{0, 0, 1000, 800}, {1000, 0, 500, 500}});
+  model.setDisplays({{0, 0, 1000, 800}, {1000, 0, 500, 500}});
   EXPECT_LT(model.frame().x, 1500);
   EXPECT_GE(model.frame().right(), 1000);
   const Box before = model.frame();
-  model.keepWithin({{0, 0, 1000, 800}, {1000, 0, 500, 500}});
+  model.setDisplays({{0, 0, 1000, 800}, {1000, 0, 500, 500}});
   EXPECT_EQ(model.frame(), before);
+  // Neither keys nor scaling take it away, and it grows no larger than can be looked at.
+  for (int i = 0; i < 100; ++i) model.moveBy(100, -100);
+  EXPECT_LT(model.frame().x, 1500);
+  model.zoomBy(100, {0, 0});
+  EXPECT_LE(model.frame().w, 2000);
+  EXPECT_GT(model.frame().right(), 0);
+  model.resetZoom();
+  EXPECT_GT(model.frame().bottom(), 0);
+  EXPECT_LT(model.frame().x, 1500);
   for (int i = 0; i < 20; ++i) model.fade(-1);
   EXPECT_EQ(model.opacity(), PinModel::leastOpacity);
 }

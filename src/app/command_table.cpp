@@ -63,6 +63,15 @@ std::optional<std::string> noPinThrough(AppCoordinator& app) {
   return "No pin lets clicks through.";
 }
 
+void focusesPin(AppCoordinator& app) {
+  if (app.pins != nullptr) app.pins->focusNext();
+}
+
+std::optional<std::string> noPin(AppCoordinator& app) {
+  if (app.pins != nullptr && app.pins->hasPins()) return std::nullopt;
+  return "Nothing is pinned.";
+}
+
 std::vector<DesktopCommand> build() {
   std::vector<DesktopCommand> all{
       {.name = "CaptureArea",
@@ -110,6 +119,7 @@ std::vector<DesktopCommand> build() {
        .label = "Unsaved Annotations",
        .run = opensDrafts,
        .obstacle = noDrafts},
+      {.name = "FocusPin", .label = "Focus Pin", .run = focusesPin, .obstacle = noPin},
       {.name = "MakePinsClickable",
        .label = "Make Pins Clickable",
        .run = makesPinsClickable,

@@ -12,7 +12,7 @@
 namespace vantorel {
 namespace {
 
-constexpr std::chrono::seconds saidTime{2};
+constexpr std::chrono::seconds saidTime{3};
 constexpr double leastSide = 24;
 constexpr double mostSide = 16'000;
 constexpr double mostZoom = 8;
@@ -45,14 +45,17 @@ PinModel::PinModel(Services services, std::string title, Image picture, double s
   frame_ = {0, 0, picture_.width() / scale_, picture_.height() / scale_};
 }
 
-void PinModel::setPicture(Image picture) {
+void PinModel::setPicture(Image picture, double scale) {
+  VT_CHECK(!picture.isEmpty() && scale > 0);
   const Pt at = middle();
   picture_ = std::move(picture);
+  scale_ = scale;
   frame_.w = picture_.width() / scale_ * zoom_;
   frame_.h = picture_.height() / scale_ * zoom_;
   frame_.x = at.x - frame_.w / 2;
   frame_.y = at.y - frame_.h / 2;
   observers_.notify({.picture = true, .frame = true});
+  keepSeen();
 }
 
 void PinModel::placeOn(const Box& area, int place) {
@@ -61,8 +64,8 @@ void PinModel::placeOn(const Box& area, int place) {
   zoom_ = clampedZoom(std::min({1.0, area.w / 2 / width, area.h / 2 / height}));
   frame_.w = width * zoom_;
   frame_.h = height * zoom_;
-  // Beyond a handful they would leave the display.
-  const double aside = cascade * (place % 8);
+  // Beyond a handful they would leave the display; the next row lies between those there are.
+  const double aside = cascade * (place % 8) + cascade / 4 * (place / 8 % 4);
   frame_.x = std::round(area.x + (area.w - frame_.w) / 2 + aside);
   frame_.y = std::round(area.y + (area.h - frame_.h) / 2 + aside);
   observers_.notify({.frame = true});
@@ -72,12 +75,23 @@ void PinModel::moveBy(double dx, double dy) {
   frame_.x += dx;
   frame_.y += dy;
   observers_.notify({.frame = true});
+  keepSeen();
 }
 
 double PinModel::clampedZoom(double zoom) const {
   const double width = picture_.width() / scale_;
   const double height = picture_.height() / scale_;
-  const double most = std::min({mostZoom, mostSide / width, mostSide / height});
+  double most = mostZoom;
+  if (!displays_.empty()) {  // as it was captured at least, and no larger than can be looked at
+    double across = 0;
+    double down = 0;
+    for (const Box& display : displays_) {
+      across = std::max(across, display.w);
+      down = std::max(down, display.h);
+    }
+    most = std::min(most, std::max(1.0, 2 * std::min(across / width, down / height)));
+  }
+  most = std::min({most, mostSide / width, mostSide / height});
   const double least = std::min(1.0, std::max(leastSide / width, leastSide / height));
   return std::clamp(zoom, std::min(least, most), std::max(least, most));
 }
@@ -92,17 +106,23 @@ void PinModel::setZoom(double zoom, Pt at) {
   frame_.w = picture_.width() / scale_ * zoom_;
   frame_.h = picture_.height() / scale_ * zoom_;
   observers_.notify({.frame = true});
+  keepSeen();
 }
 
 void PinModel::zoomBy(double steps, Pt at) { setZoom(zoom_ * std::pow(zoomStep, steps), at); }
 
 void PinModel::resetZoom() { setZoom(1, middle()); }
 
-void PinModel::keepWithin(const std::vector<Box>& displays) {
+void PinModel::setDisplays(std::vector<Box> displays) {
+  displays_ = std::move(displays);
+  keepSeen();
+}
+
+void PinModel::keepSeen() {
   const Box* nearest = nullptr;
   double shortest = std::numeric_limits<double>::max();
   const double seen = std::min({leastSeen, frame_.w, frame_.h});
-  for (const Box& display : displays) {
+  for (const Box& display : displays_) {
     const Box shared = sharedPart(frame_, display);
     if (shared.w >= seen && shared.h >= seen) return;
     const double dx = wayInto(frame_.x, frame_.w, display.x, display.x + display.w, leastSeen);
@@ -114,8 +134,9 @@ void PinModel::keepWithin(const std::vector<Box>& displays) {
     }
   }
   if (nearest == nullptr) return;
-  moveBy(wayInto(frame_.x, frame_.w, nearest->x, nearest->x + nearest->w, leastSeen),
-         wayInto(frame_.y, frame_.h, nearest->y, nearest->y + nearest->h, leastSeen));
+  frame_.x += wayInto(frame_.x, frame_.w, nearest->x, nearest->x + nearest->w, leastSeen);
+  frame_.y += wayInto(frame_.y, frame_.h, nearest->y, nearest->y + nearest->h, leastSeen);
+  observers_.notify({.frame = true});
 }
 
 double PinModel::opacity() const {
@@ -132,6 +153,12 @@ void PinModel::setClickThrough(bool isOn) {
   if (letsClicksThrough_ == isOn) return;
   letsClicksThrough_ = isOn;
   observers_.notify({.look = true});
+  if (isOn) say("Clicks go through · Make Pins Clickable is in the tray's menu and in Help");
+}
+
+void PinModel::comeBack() {
+  setClickThrough(false);
+  keepSeen();
 }
 
 void PinModel::say(std::string text) {
@@ -162,5 +189,12 @@ void PinModel::copy() {
 }
 
 void PinModel::close() { observers_.notify({.closed = true}); }
+
+void PinModel::takeKeys() {
+  comeBack();
+  observers_.notify({.keys = true});
+}
+
+void PinModel::passKeysOn() { observers_.notify({.next = true}); }
 
 }  // namespace vantorel

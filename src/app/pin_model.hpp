@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/image.hpp"
 #include "base/lifetime.hpp"
@@ -45,19 +46,24 @@ class PinModel {
     bool picture = false;
     bool frame = false;
     bool look = false;    ///< opacity, clicks, what is said
+    bool keys = false;    ///< it is to take the keyboard
+    bool next = false;    ///< the keyboard is to go on to the next pin
     bool closed = false;  ///< it is to go
   };
   [[nodiscard]] Observation observe(std::function<void(const Change&)> changed) {
     return observers_.add(std::move(changed));
   }
 
-  /// Another picture of the same capture, which was annotated, redacted or cropped: it keeps its
-  /// scale and its middle.
-  void setPicture(Image picture);
+  /// Another picture of the same capture, which was annotated, redacted, cropped or compressed: it
+  /// keeps its middle, and what it shows keeps its size.
+  void setPicture(Image picture, double scale);
   void setTitle(std::string title) { title_ = std::move(title); }
 
   // ---- place and size, in points of the desktop
 
+  /// The displays there are now. So much of it stays on one of them that it can be seen and moved,
+  /// whatever is done with it, and it grows to twice their size at most.
+  void setDisplays(std::vector<Box> displays);
   /// On the display `area`, at most half as wide and high, each next one (`place` counts from 0) a
   /// little beside the one before.
   void placeOn(const Box& area, int place);
@@ -71,8 +77,6 @@ class PinModel {
   void zoomOut() { zoomBy(-1, middle()); }
   /// As it was captured.
   void resetZoom();
-  /// Of the displays there are now: so much of it stays on one of them that it can be moved.
-  void keepWithin(const std::vector<Box>& displays);
 
   // ---- how it looks
 
@@ -81,6 +85,8 @@ class PinModel {
   void fade(int steps);
   [[nodiscard]] bool letsClicksThrough() const { return letsClicksThrough_; }
   void setClickThrough(bool isOn);
+  /// For one that was asked for again: it is where it can be seen and takes clicks.
+  void comeBack();
 
   // ---- what is done with it
 
@@ -89,18 +95,23 @@ class PinModel {
   /// "Copied", or why not, for a moment; mostly empty.
   [[nodiscard]] const std::string& said() const { return said_; }
   void close();
+  void takeKeys();
+  void passKeysOn();
+  /// Shows `text` on it for a moment.
+  void say(std::string text);
 
  private:
   [[nodiscard]] Pt middle() const { return {frame_.x + frame_.w / 2, frame_.y + frame_.h / 2}; }
   [[nodiscard]] double clampedZoom(double zoom) const;
   void setZoom(double zoom, Pt at);
-  void say(std::string text);
+  void keepSeen();
 
   Services services_;
   std::string title_;
   Image picture_;
   double scale_;
   Box frame_;
+  std::vector<Box> displays_;
   double zoom_ = 1;
   double opacity_ = 1;
   bool letsClicksThrough_ = false;

@@ -142,7 +142,7 @@ StatusMenuItem TrayMenu::captureDelay() {
 StatusMenuItem TrayMenu::open() {
   std::vector<StatusMenuItem> lines;
   for (const auto* const name :
-       {"FocusCard", "OpenClipboard", "OpenUnsavedAnnotations", "MakePinsClickable"}) {
+       {"FocusCard", "FocusPin", "OpenClipboard", "OpenUnsavedAnnotations", "MakePinsClickable"}) {
     lines.push_back(line(name));
   }
   return submenu("Open", std::move(lines));

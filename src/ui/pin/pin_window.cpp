@@ -108,6 +108,7 @@ PinWindow::PinWindow(std::shared_ptr<PinModel> model, std::shared_ptr<NativeWind
   connect(qGuiApp, &QGuiApplication::screenAdded, this, watch);
   connect(qGuiApp, &QGuiApplication::screenRemoved, this, keep, Qt::QueuedConnection);
 
+  keepWithinDisplays();
   const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
   if (screen == nullptr) screen = QGuiApplication::primaryScreen();
   const QRect area = screen->availableGeometry();
@@ -143,6 +144,10 @@ void PinWindow::follow(const PinModel::Change& change) {
   }
   if (change.frame) place();
   if (change.look) showLook();
+  if (change.keys) {
+    bringForward();
+    takeKeys();
+  }
 }
 
 void PinWindow::place() {
@@ -155,6 +160,12 @@ void PinWindow::showLook() {
   setWindowOpacity(model_->opacity());
   const bool isThrough = model_->letsClicksThrough();
   setClickThrough(isThrough);
+  QString state =
+      QStringLiteral("Pinned picture, %1 % opaque").arg(qRound(model_->opacity() * 100));
+  if (isThrough) state += QStringLiteral(", clicks go through");
+  if (!model_->said().empty())
+    state += QStringLiteral(". ") + QString::fromStdString(model_->said());
+  setAccessibleDescription(state);
   if (isThrough) {
     capsule_->hide();
     giveKeysBack();
@@ -169,58 +180,85 @@ void PinWindow::keepWithinDisplays() {
     displays.push_back(
         {double(area.x()), double(area.y()), double(area.width()), double(area.height())});
   }
-  model_->keepWithin(displays);
+  model_->setDisplays(std::move(displays));
 }
 
 // ---- painting
 
-QImage PinWindow::scaledPicture() const {
+/// In device pixels.
+QSize PinWindow::paintedSize() const {
   const double ratio = devicePixelRatioF();
-  const QSize size(std::max(1, qRound(panelRect().width() * ratio)),
-                   std::max(1, qRound(panelRect().height() * ratio)));
+  return {std::max(1, qRound(panelRect().width() * ratio)),
+          std::max(1, qRound(panelRect().height() * ratio))};
+}
+
+void PinWindow::paintPicture(QPainter& painter) {
   const Image& picture = model_->picture();
-  QImage scaled;
-  if (size == QSize(picture.width(), picture.height())) {
-    scaled = sharedImage(picture);
-  } else if (size.width() <= picture.width() && size.height() <= picture.height()) {
-    // What skips pixels breaks small text up.
-    const Image smaller = downscaled(picture, {size.width(), size.height()});
-    scaled = sharedImage(smaller).copy();
-  } else {
-    scaled = sharedImage(picture).scaled(
-        size, Qt::IgnoreAspectRatio,
-        model_->zoom() >= pixelsFrom ? Qt::FastTransformation : Qt::SmoothTransformation);
+  const QSize size = paintedSize();
+  if (size.width() <= picture.width() && size.height() <= picture.height()) {
+    if (scaled_.isNull()) {
+      // What skips pixels breaks small text up.
+      const Image smaller = downscaled(picture, {size.width(), size.height()});
+      scaled_ = sharedImage(smaller).copy();
+      scaled_.setDevicePixelRatio(devicePixelRatioF());
+    }
+    return painter.drawImage(panelRect().topLeft(), scaled_);
   }
-  scaled.setDevicePixelRatio(ratio);
-  return scaled;
+  // Most of an enlarged one may lie beyond the displays.
+  QRegion seen;
+  for (const QScreen* const screen : QGuiApplication::screens()) seen += screen->geometry();
+  painter.setClipRegion(seen.translated(-pos()), Qt::IntersectClip);
+  painter.setRenderHint(QPainter::SmoothPixmapTransform, model_->zoom() < pixelsFrom);
+  painter.drawImage(panelRect(), sharedImage(picture));
 }
 
 void PinWindow::paintEvent(QPaintEvent* event) {
   FloatingSurface::paintEvent(event);
-  if (scaled_.isNull()) scaled_ = scaledPicture();
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.save();
   if (isTranslucent()) painter.setClipPath(panelPath());
-  painter.drawImage(panelRect().topLeft(), scaled_);
+  paintPicture(painter);
   painter.restore();
+  paintEdge(painter);
+  if (!model_->said().empty()) paintSaid(painter);
+}
+
+/// Who has the keyboard, and what lets clicks through, is seen by it.
+void PinWindow::paintEdge(QPainter& painter) const {
   const FloatingColors& colors = floatingColors();
+  const bool isMarked = hasKeys_ || model_->letsClicksThrough();
+  QPen pen(isMarked ? colors.accent : colors.key, isMarked ? 2 : 1);
+  if (model_->letsClicksThrough()) pen.setStyle(Qt::DashLine);
   painter.setBrush(Qt::NoBrush);
-  painter.setPen(QPen(hasKeys_ ? colors.accent : colors.key, hasKeys_ ? 2 : 1));
-  const double inset = hasKeys_ ? 1 : 0.5;
+  painter.setPen(pen);
+  const double inset = isMarked ? 1 : 0.5;
   painter.drawRoundedRect(QRectF(panelRect()).adjusted(inset, inset, -inset, -inset),
                           radius() - inset, radius() - inset);
-  if (model_->said().empty()) return;
+}
+
+void PinWindow::paintSaid(QPainter& painter) const {
+  const FloatingColors& colors = floatingColors();
   const QString said = QString::fromStdString(model_->said());
-  const QSize room(fontMetrics().horizontalAdvance(said) + 2 * tokens::space12,
-                   fontMetrics().height() + tokens::space8);
-  QRect label(QPoint(), room);
-  label.moveCenter({panelRect().center().x(), panelRect().top() + capsuleGap + room.height() / 2});
+  const int most = std::max(1, panelRect().width() - 2 * capsuleGap - 2 * tokens::space12);
+  QRect text = fontMetrics().boundingRect(QRect(0, 0, most, panelRect().height()),
+                                          Qt::AlignCenter | Qt::TextWordWrap, said);
+  QRect label = text.adjusted(-tokens::space12, -tokens::space4, tokens::space12, tokens::space4);
+  label.moveCenter({panelRect().center().x(), panelRect().top() + capsuleGap + label.height() / 2});
+  const double round = std::min(label.height() / 2.0, double(tokens::space12));
   painter.setPen(QPen(colors.innerLine, 1));
   painter.setBrush(colors.opaquePanel);
-  painter.drawRoundedRect(label, room.height() / 2.0, room.height() / 2.0);
+  painter.drawRoundedRect(label, round, round);
   painter.setPen(colors.text);
-  painter.drawText(label, Qt::AlignCenter, said);
+  painter.drawText(label, Qt::AlignCenter | Qt::TextWordWrap, said);
+}
+
+void PinWindow::moveEvent(QMoveEvent* event) {
+  FloatingSurface::moveEvent(event);
+  // What was beyond the displays was not painted.
+  const Image& picture = model_->picture();
+  const QSize size = paintedSize();
+  if (size.width() > picture.width() || size.height() > picture.height()) update();
 }
 
 void PinWindow::resizeEvent(QResizeEvent* event) {
@@ -265,8 +303,7 @@ void PinWindow::mouseMoveEvent(QMouseEvent* event) {
 
 void PinWindow::mouseReleaseEvent(QMouseEvent*) {
   if (!std::exchange(dragged_, std::nullopt)) return;
-  if (!wasMoved_) return takeKeys();
-  keepWithinDisplays();
+  if (!wasMoved_) takeKeys();
 }
 
 void PinWindow::wheelEvent(QWheelEvent* event) {
@@ -328,16 +365,20 @@ void PinWindow::keyPressEvent(QKeyEvent* event) {
   const auto modifiers = event->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier);
   if (event->matches(QKeySequence::Copy)) return model_->copy();
   if (event->matches(QKeySequence::Close)) return model_->close();
+  // Layouts that have these behind AltGr write them all the same.
+  if (event->text() == QStringLiteral("[")) return model_->fade(-1);
+  if (event->text() == QStringLiteral("]")) return model_->fade(1);
   if (modifiers != Qt::NoModifier) return;
   const int step = event->modifiers().testFlag(Qt::ShiftModifier) ? 10 : 1;
   switch (event->key()) {
     case Qt::Key_Escape: return model_->close();
+    case Qt::Key_Return:
+    case Qt::Key_Enter: return giveKeysBack();
+    case Qt::Key_Tab: return passKeysOn();
     case Qt::Key_Plus:
     case Qt::Key_Equal: return model_->zoomIn();
     case Qt::Key_Minus: return model_->zoomOut();
     case Qt::Key_0: return model_->resetZoom();
-    case Qt::Key_BracketLeft: return model_->fade(-1);
-    case Qt::Key_BracketRight: return model_->fade(1);
     case Qt::Key_T: return model_->setClickThrough(true);
     case Qt::Key_Left: return moveWithPointer({-step, 0});
     case Qt::Key_Right: return moveWithPointer({step, 0});
@@ -345,6 +386,11 @@ void PinWindow::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Down: return moveWithPointer({0, step});
     default: FloatingSurface::keyPressEvent(event);
   }
+}
+
+void PinWindow::passKeysOn() {
+  giveKeysBack();
+  model_->passKeysOn();
 }
 
 /// The pointer stays on the pin, and the keys with it.

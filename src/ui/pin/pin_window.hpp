@@ -32,6 +32,7 @@ class PinWindow final : public FloatingSurface, public Surface {
  protected:
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
   void enterEvent(QEnterEvent* event) override;
   void leaveEvent(QEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
@@ -49,15 +50,19 @@ class PinWindow final : public FloatingSurface, public Surface {
   void showLook();
   void takeKeys();
   void giveKeysBack();
+  void passKeysOn();
   void moveWithPointer(QPoint by);
   void keepWithinDisplays();
   void end();
-  [[nodiscard]] QImage scaledPicture() const;
+  [[nodiscard]] QSize paintedSize() const;
+  void paintPicture(QPainter& painter);
+  void paintEdge(QPainter& painter) const;
+  void paintSaid(QPainter& painter) const;
 
   std::shared_ptr<PinModel> model_;
   std::function<void()> closed_;
   Capsule* capsule_;
-  QImage scaled_;                  ///< the picture as large as it is painted; null until it is
+  QImage scaled_;                  ///< the picture made smaller; null until it is painted so
   std::optional<QPoint> dragged_;  ///< where the pointer was last, on the desktop
   bool wasMoved_ = false;          ///< since the press
   bool hasKeys_ = false;
