@@ -228,6 +228,11 @@ TEST(LinuxImageCodecTest, LossyFormatsComeBackAlikeInTheirSizeAndWithTheirTransp
       };
       EXPECT_GT(decibels(back(photo, 0.9), photo), 33);
       EXPECT_GT(decibels(back(page, 0.9), page), 20);
+      const std::string whole = codec.encode(page, {.format = format}).value();
+      for (int again = 0; again < 4; ++again) {
+        EXPECT_TRUE(codec.encode(page, {.format = format}).value() == whole)
+            << "a size that was told holds";
+      }
       const Image through = back(glass, 0.9);
       if (format == ExportFormat::jpeg) {
         EXPECT_EQ(through.format(), PixelFormat::bgrx);
