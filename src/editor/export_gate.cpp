@@ -53,9 +53,13 @@ std::optional<ExportBlock> exportBlock(const EditorDocument& document,
     });
   };
   const auto oversized = firstVisible(situation.oversizedLayerIDs);
-  if (oversized != document.layers.end()) return ExportBlock{Kind::layerTooLarge, oversized->name};
+  if (oversized != document.layers.end()) {
+    return ExportBlock{Kind::layerTooLarge, oversized->name, oversized->id};
+  }
   const auto missing = firstVisible(situation.missingLayerIDs);
-  if (missing != document.layers.end()) return ExportBlock{Kind::layerMissing, missing->name};
+  if (missing != document.layers.end()) {
+    return ExportBlock{Kind::layerMissing, missing->name, missing->id};
+  }
   const PixelRect shown = shownPart(document, situation.capture);
   const double padding =
       paddingPixels(document.background, {double(shown.width), double(shown.height)});

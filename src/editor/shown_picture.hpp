@@ -16,7 +16,8 @@ using DrawPicture = std::function<Result<Image, SceneFailure>(
     const EditorDocument& document, Image base, std::optional<double> captureScale)>;
 
 /// What draws the annotations of entries over what their files hold. An entry without any keeps its
-/// picture; one with annotations that this version cannot read, or cannot draw, is refused.
+/// picture; one with annotations that this version cannot read, or cannot draw, is refused. A layer
+/// whose picture cannot be had is left out.
 [[nodiscard]] PictureFinish withAnnotations(DrawPicture draw);
 
 }  // namespace vantorel

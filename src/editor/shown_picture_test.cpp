@@ -48,5 +48,28 @@ TEST(ShownPictureTest, NothingIsShownWithoutWhatCoversIt) {
   EXPECT_THAT(unknown.error().reason, HasSubstr("annotations that this version can't read"));
 }
 
+TEST(ShownPictureTest, ALayerWhosePictureIsGoneIsLeftOut) {
+  const PictureFinish finish =
+      withAnnotations([&](const EditorDocument& document, const Image& base,
+                          std::optional<double>) -> Result<Image, SceneFailure> {
+        for (const LayerSpec& layer : document.layers) {
+          if (!layer.visible || layer.id != "gone") continue;
+          return std::unexpected(
+              SceneFailure{.block = {ExportBlock::Kind::layerMissing, layer.name, layer.id}});
+        }
+        return base;
+      });
+  ScreenshotEntry entry;
+  entry.layers.emplace();
+  for (const char* id : {"", "there", "gone"}) {
+    LayerSpec& layer = entry.layers->emplace_back();
+    layer.id = id;
+    layer.name = "Pasted Image";
+    layer.visible = true;
+    if (*id != 0) layer.path = std::string("/") + id + ".png";
+  }
+  EXPECT_TRUE(finish(entry, std::move(MutableImage({8, 8}, PixelFormat::bgrx)).finish()));
+}
+
 }  // namespace
 }  // namespace vantorel

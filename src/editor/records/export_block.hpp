@@ -16,6 +16,7 @@ struct ExportBlock {
   };
   Kind kind = Kind::stillLoading;
   std::string layerName{};  ///< for the two about one layer
+  std::string layerID{};    ///< likewise
 
   bool operator==(const ExportBlock&) const = default;
 };
