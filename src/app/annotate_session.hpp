@@ -19,7 +19,7 @@ namespace vantorel {
 /// Annotate windows that nobody sees. The test says what the user answers to "Save your changes?".
 class EditorWindowsInMemory final : public AppWindows {
  public:
-  enum class Answer { save, discard, cancel };
+  enum class Answer { save, discard, cancel, none };
 
   class Window final : public Surface {
    public:
@@ -34,6 +34,10 @@ class EditorWindowsInMemory final : public AppWindows {
       ++timesAsked;
       if (!model->hasUnsavedChanges()) return close(done);
       if (windows_.answer == Answer::cancel) return done(false);
+      if (windows_.answer == Answer::none) {
+        answered = done;
+        return;
+      }
       if (windows_.answer == Answer::discard) {
         model->discard();
         return close(done);
@@ -49,6 +53,7 @@ class EditorWindowsInMemory final : public AppWindows {
     }
     std::shared_ptr<AnnotateModel> model;
     PixelSize knownSize = model->pictureSize();  ///< when it was made
+    std::function<void(bool)> answered;  ///< of the question that stands
     int timesForward = 0;
     int timesAsked = 0;
 

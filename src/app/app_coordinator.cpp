@@ -379,13 +379,18 @@ void AppCoordinator::reportUnfinishedAtLastQuit() {
   services_.alerts.tell("Vantorel", QuitFilingNote::unfinishedAtLastQuit(items), forget);
 }
 
-void AppCoordinator::quit() {
-  if (!closeEditors || isQuitting()) return quitNow();
-  if (std::exchange(isAskingEditors_, true)) return;
-  closeEditors(lifetime_.guard([this](bool mayQuit) {
-    isAskingEditors_ = false;
-    if (mayQuit) quitNow();
-  }));
+void AppCoordinator::quit(std::function<void(bool)> answered) {
+  if (answered) waitingForQuit_.push_back(std::move(answered));
+  // Whoever asked is answered first: afterwards nobody is left to answer.
+  auto go = lifetime_.guard([this](bool mayQuit) {
+    for (const auto& told : std::exchange(waitingForQuit_, {})) told(mayQuit);
+    if (mayQuit && !isQuitting()) quitNow();
+  });
+  if (isQuitting()) {
+    services_.alerts.bringForward();
+    return go(true);
+  }
+  closeEditors ? closeEditors(go) : go(true);
 }
 
 void AppCoordinator::quitUnasked() {

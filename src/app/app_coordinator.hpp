@@ -115,8 +115,8 @@ class AppCoordinator {
   /// What pins them above all windows; likewise.
   CapturePins* pins = nullptr;
 
-  /// Asks what becomes of unsaved changes before a quit; answers whether the program may go. Empty
-  /// where nothing is edited.
+  /// Asks what becomes of unsaved changes before a quit; answers whether the program may go. While
+  /// it asks already, the question comes forward. Empty where nothing is edited.
   std::function<void(std::function<void(bool mayQuit)>)> closeEditors;
   /// Writes down what is not saved before a quit that nobody is asked about. Likewise.
   std::function<void(std::function<void()> kept)> keepUnsaved;
@@ -125,7 +125,9 @@ class AppCoordinator {
   void menuChanged();
 
   /// Quits when everything is filed, unless the user would rather go on with what is not saved.
-  void quit();
+  /// `answered`, which may be empty, is told whether the program quits as soon as that is known.
+  /// While the user is asked, whoever wants it again brings the question forward.
+  void quit(std::function<void(bool quits)> answered = {});
   /// The session ends, and nobody is there to be asked.
   void quitUnasked();
   [[nodiscard]] bool isQuitting() const { return termination_.isInProgress(); }
@@ -162,7 +164,7 @@ class AppCoordinator {
   [[nodiscard]] StillCapturePipeline& stills() { return services_.captures.pipeline(); }
 
   Services services_;
-  bool isAskingEditors_ = false;
+  std::vector<std::function<void(bool)>> waitingForQuit_;
   bool quitSaving_ = false;
   bool hasSaidThatItRuns_ = false;
   PendingArchiveWork pendingWork_;

@@ -559,28 +559,33 @@ void CaptureEditors::keepDrafts(std::function<void()> done) {
 // ---- the end, and what happens meanwhile
 
 void CaptureEditors::closeAll(std::function<void(bool)> done) {
+  waitingForClose_.push_back(std::move(done));
+  if (waitingForClose_.size() > 1) return static_cast<void>(bringForward(asked_));
   std::vector<std::string> keys;
   for (const auto& [key, editor] : editors_) {
     if (editor->model->hasUnsavedChanges()) keys.push_back(key);
   }
-  closeNext(std::move(keys), std::move(done));
+  closeNext(std::move(keys));
 }
 
-void CaptureEditors::closeNext(std::vector<std::string> keys, std::function<void(bool)> done) {
-  if (keys.empty()) return done(true);
-  const std::string key = std::move(keys.back());
+void CaptureEditors::closeNext(std::vector<std::string> keys) {
+  if (keys.empty()) return endClosing(true);
+  asked_ = std::move(keys.back());
   keys.pop_back();
-  Surface* const window = services_.surfaces.editors.surface(key);
-  const EditorPointer editor = find(key);
+  Surface* const window = services_.surfaces.editors.surface(asked_);
+  const EditorPointer editor = find(asked_);
   if (window == nullptr || !editor || !editor->model->hasUnsavedChanges()) {
-    return closeNext(std::move(keys), std::move(done));
+    return closeNext(std::move(keys));
   }
   window->bringForward();
-  window->requestClose(
-      lifetime_.guard([this, keys = std::move(keys), done = std::move(done)](bool isClosed) {
-        if (!isClosed) return done(false);
-        closeNext(keys, done);
-      }));
+  window->requestClose(lifetime_.guard([this, keys = std::move(keys)](bool isClosed) {
+    isClosed ? closeNext(keys) : endClosing(false);
+  }));
+}
+
+void CaptureEditors::endClosing(bool areClosed) {
+  asked_.clear();
+  for (const auto& done : std::exchange(waitingForClose_, {})) done(areClosed);
 }
 
 void CaptureEditors::libraryChanged(const HistoryChange& change) {

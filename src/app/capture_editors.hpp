@@ -67,7 +67,7 @@ class CaptureEditors {
   [[nodiscard]] bool hasWindows() const { return !editors_.empty(); }
 
   /// Closes the windows with unsaved changes, one after the other, each as the user says; `done` is
-  /// told whether all are closed or saved.
+  /// told whether all are closed or saved. While that goes on, the one that asks comes forward.
   void closeAll(std::function<void(bool closed)> done);
 
   /// Writes down what is not saved, for a program that ends without anybody to ask.
@@ -102,12 +102,15 @@ class CaptureEditors {
   [[nodiscard]] bool isOpenAs(const AnnotationDraft& draft) const;
   void openPictureBytes(const std::shared_ptr<const std::string>& bytes, Opened opened);
   void closed(const EditorPointer& editor);
-  void closeNext(std::vector<std::string> keys, std::function<void(bool)> done);
+  void closeNext(std::vector<std::string> keys);
+  void endClosing(bool areClosed);
   void libraryChanged(const HistoryChange& change);
 
   Services services_;
   std::map<std::string, EditorPointer> editors_;  ///< by key
   std::set<std::string> leftOver_;                ///< keys of drafts that nobody has opened yet
+  std::vector<std::function<void(bool)>> waitingForClose_;
+  std::string asked_;  ///< the key of the editor that asks while all are closed
   Observation libraryObservation_;
   Lifetime lifetime_;
 };

@@ -416,11 +416,23 @@ TEST_F(CaptureEditorsTest, AQuitAsksEachWindowAndOneCancelEndsIt) {
   run->runners.run();
   run->app->closeEditors = [this](auto done) { run->editors->closeAll(std::move(done)); };
   run->windows.answer = Answer::cancel;
-  run->app->quit();
+  std::vector<bool> answers;
+  run->app->quit([&](bool quits) { answers.push_back(quits); });
   run->runners.run();
+  EXPECT_THAT(answers, ElementsAre(false));
   EXPECT_FALSE(run->app->isQuitting());
   EXPECT_FALSE(run->terminated);
   EXPECT_THAT(run->windows.open(), SizeIs(3));
+  // While a question stands, whoever asks again is shown it, and waits for the same answer.
+  run->windows.answer = Answer::none;
+  answers.clear();
+  const int before = run->windows.open()[1]->timesForward;
+  for (int i = 0; i < 2; ++i) run->app->quit([&](bool quits) { answers.push_back(quits); });
+  run->runners.run();
+  EXPECT_THAT(answers, IsEmpty());
+  EXPECT_EQ(run->windows.open()[1]->timesForward, before + 2);
+  run->windows.open()[1]->answered(false);
+  EXPECT_THAT(answers, ElementsAre(false, false));
   run->windows.answer = Answer::save;
   run->app->quit();
   run->runners.run();

@@ -16,6 +16,8 @@ namespace {
 constexpr std::chrono::seconds listBound{5};
 constexpr std::chrono::seconds filingBound{5};
 
+constexpr const char* quitCalledOff = "Vantorel goes on: Annotate has changes that are not saved.";
+
 /// So long a wait for the library needs no word: another command is about to end.
 constexpr std::chrono::seconds silentWait{1};
 
@@ -175,9 +177,7 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
   } else if (const auto* autostart = std::get_if<command::Autostart>(&line.command)) {
     switchAutostart(*autostart, std::move(done));
   } else if (std::holds_alternative<command::Quit>(line.command)) {
-    // Answered first: afterwards nobody is left to answer.
-    done({});
-    services_.coordinator->quit();
+    quit(std::move(done), requester);
   } else if (const auto* const shown = std::get_if<command::Show>(&line.command)) {
     const bool isShown = services_.coordinator->show(shown->window);
     done(isShown ? CommandReply() : failedReply("The window can't be opened now."));
@@ -195,6 +195,17 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
         withLibrary(line, std::move(remarking), requester);
       });
     });
+  }
+}
+
+/// Answers when it is known whether the program ends: the user may be asked first.
+void CommandRunner::quit(Done done, const CommandRequester& requester) {
+  const auto answered = std::make_shared<Done>(std::move(done));
+  services_.coordinator->quit([answered](bool quits) {
+    std::exchange(*answered, nullptr)(quits ? CommandReply() : failedReply(quitCalledOff));
+  });
+  if (*answered && requester.show) {
+    requester.show({.words = "Waiting for an answer about unsaved changes in Annotate."});
   }
 }
 

@@ -75,6 +75,7 @@ class CommandRunner {
   /// What answers a command that waits for the library; empty once it is answered.
   using Waiting = std::shared_ptr<Done>;
 
+  void quit(Done done, const CommandRequester& requester);
   void changeSettings(const command::Settings& what, bool json, const CommandRequester& requester,
                       Done done);
   [[nodiscard]] Done withRemarks(const command::Settings& what, Done done);

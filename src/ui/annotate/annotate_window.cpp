@@ -26,6 +26,7 @@
 #include "ui/annotate/emoji_picker.hpp"
 #include "ui/annotate/inspector_focus.hpp"
 #include "ui/annotate/polygon_picker.hpp"
+#include "ui/annotate/shown_name.hpp"
 #include "ui/annotate/tool_rail.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/message_band.hpp"
@@ -68,7 +69,7 @@ class InspectorPane : public QWidget {
 QString asWords(const std::string& text) { return QString::fromStdString(text); }
 
 QString titleFor(const AnnotateModel& model) {
-  return QStringLiteral("%1 — Annotate").arg(asWords(model.title()));
+  return QStringLiteral("%1 — Annotate").arg(shownName(model.title(), QStringLiteral("Capture")));
 }
 
 /// With the picture pixel by pixel.
@@ -218,6 +219,9 @@ void AnnotateWindow::modelChanged(const AnnotateModel::Change& change) {
     if (isReady()) rail_->show(model_->editor().tool());
   }
   bar_->refresh(change);
+  if (change.saving && question_ != nullptr) {
+    QMetaObject::invokeMethod(this, [this] { endQuestion(); }, Qt::QueuedConnection);
+  }
   if (change.notice) showSaid();
   if (change.notice || change.document || change.stage) showHint();
 }
@@ -425,8 +429,7 @@ void AnnotateWindow::closeNow() {
 bool AnnotateWindow::mayClose() {
   if (mayClose_ || !isReady() || !model_->hasUnsavedChanges()) return true;
   if (question_ != nullptr) {
-    question_->raise();
-    question_->activateWindow();
+    bringForward();
     return false;
   }
   question_ = askBeforeClosing(this, asWords(model_->unsavedChanges()), [this](CloseAnswer answer) {
@@ -451,6 +454,23 @@ void AnnotateWindow::closeEvent(QCloseEvent* event) {
 
 void AnnotateWindow::answerClose(bool closed) {
   for (const auto& done : std::exchange(waitingForClose_, {})) done(closed);
+}
+
+/// What waits for an answer gets the keyboard.
+void AnnotateWindow::bringForward() {
+  WindowFrame::bringForward();
+  if (question_ == nullptr) return;
+  question_->raise();
+  question_->activateWindow();
+}
+
+/// What was asked about has been saved meanwhile.
+void AnnotateWindow::endQuestion() {
+  if (question_ == nullptr || model_->isSaving() || model_->hasUnsavedChanges()) return;
+  QDialog* const over = std::exchange(question_, nullptr);
+  over->hide();
+  over->deleteLater();
+  closeNow();
 }
 
 void AnnotateWindow::requestClose(std::function<void(bool closed)> done) {

@@ -33,6 +33,8 @@ class AnnotateWindow : public WindowFrame {
   /// Asks about changes that are not saved; `done` is told whether the window has closed.
   void requestClose(std::function<void(bool closed)> done) override;
 
+  void bringForward() override;
+
  protected:
   bool mayClose() override;
   void leave() override;
@@ -64,6 +66,7 @@ class AnnotateWindow : public WindowFrame {
   void fillShapesMenu(QMenu& menu);
   void answerClose(bool closed);
   void closeNow();
+  void endQuestion();
 
   std::shared_ptr<AnnotateModel> model_;
   QWidget* content_;
