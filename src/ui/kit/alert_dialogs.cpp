@@ -24,7 +24,81 @@ QString plain(const std::string& text) {
   return QString::fromStdString(text).replace(u'&', QStringLiteral("&&"));
 }
 
+/// Nothing is shown yet.
+template <class Box>
+Box boxFor(const Alert& alert, std::function<void(std::size_t)> answered) {
+  Box box(new QMessageBox);
+  box->setWindowTitle(QStringLiteral("Vantorel"));
+  // The toolkit activates every modal window it shows, whatever the attribute below says.
+  box->setWindowModality(alert.takesFocus ? Qt::ApplicationModal : Qt::NonModal);
+  // No window of ours is active when it comes, so the desktop would put it behind the others.
+  box->setWindowFlag(Qt::WindowStaysOnTopHint);
+  box->setTextFormat(Qt::PlainText);
+  const bool isWarning = alert.style == Alert::Style::warning;
+  box->setIcon(isWarning ? QMessageBox::Warning : QMessageBox::Information);
+  box->setIconPixmap(icon(isWarning ? IconName::warning : IconName::info,
+                          isWarning ? IconTint::warning : IconTint::quiet)
+                         .pixmap(emptyIconSize, emptyIconSize));
+  box->setText(QString::fromStdString(alert.message));
+  if (auto* const question = box->template findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
+    question->setFont(tokens::strongFont());
+  }
+  box->setInformativeText(QString::fromStdString(alert.informative));
+  const std::size_t cancel = alert.cancelButton();
+  std::vector<QAbstractButton*> buttons;
+  for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
+    const AlertButton& button = alert.buttons[i];
+    QPushButton* const pushed =
+        box->addButton(plain(button.label), i == cancel        ? QMessageBox::RejectRole
+                                            : button.isDefault ? QMessageBox::AcceptRole
+                                                               : QMessageBox::DestructiveRole);
+    pushed->setAutoDefault(true);  // Return presses the one with the focus
+    if (button.isDefault) box->setDefaultButton(pushed);
+    if (i == cancel) box->setEscapeButton(pushed);
+    buttons.push_back(pushed);
+  }
+  QMessageBox* const shown = box.get();
+  QObject::connect(shown, &QMessageBox::finished, shown,
+                   [shown, buttons, cancel, answered = std::move(answered)] {
+                     const auto pressed = std::ranges::find(buttons, shown->clickedButton());
+                     answered(pressed == buttons.end()
+                                  ? cancel
+                                  : static_cast<std::size_t>(pressed - buttons.begin()));
+                   });
+  box->setAttribute(Qt::WA_ShowWithoutActivating, !alert.takesFocus);
+  return box;
+}
+
+/// What nobody asked for lies over nothing that somebody is about to answer.
+void showAside(QMessageBox& box) {
+  const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+  const QSize size = box.sizeHint();
+  box.move(screen.right() - size.width() - tokens::space24,
+           screen.bottom() - size.height() - tokens::space48);
+  box.show();
+  box.raise();
+}
+
 }  // namespace
+
+/// Sees dialogs come and go, whoever shows them.
+class AlertDialogs::Watch final : public QObject {
+ public:
+  explicit Watch(AlertDialogs& dialogs) : dialogs_(dialogs) { qApp->installEventFilter(this); }
+
+  bool eventFilter(QObject* object, QEvent* event) override {
+    const bool comesOrGoes = event->type() == QEvent::Show || event->type() == QEvent::Hide;
+    if (!comesOrGoes || !object->isWidgetType()) return false;
+    const auto& window = *static_cast<QWidget*>(object);
+    if (window.isWindow() && window.windowModality() != Qt::NonModal) {
+      QMetaObject::invokeMethod(this, [this] { dialogs_.showTold(); }, Qt::QueuedConnection);
+    }
+    return false;
+  }
+
+ private:
+  AlertDialogs& dialogs_;
+};
 
 void AlertDialogs::DeleteLater::operator()(QMessageBox* box) const {
   box->hide();
@@ -46,49 +120,9 @@ AlertID AlertDialogs::ask(Alert alert, std::function<void(std::size_t)> answered
 
 void AlertDialogs::showFirst() {
   const Alert& alert = waiting_.front().alert;
-  box_.reset(new QMessageBox);
-  box_->setWindowTitle(QStringLiteral("Vantorel"));
-  // The toolkit activates every modal window it shows, whatever the attribute below says.
-  box_->setWindowModality(alert.takesFocus ? Qt::ApplicationModal : Qt::NonModal);
-  // No window of ours is active when it comes, so the desktop would put it behind the others.
-  box_->setWindowFlag(Qt::WindowStaysOnTopHint);
-  box_->setTextFormat(Qt::PlainText);
-  const bool isWarning = alert.style == Alert::Style::warning;
-  box_->setIcon(isWarning ? QMessageBox::Warning : QMessageBox::Information);
-  box_->setIconPixmap(icon(isWarning ? IconName::warning : IconName::info,
-                           isWarning ? IconTint::warning : IconTint::quiet)
-                          .pixmap(emptyIconSize, emptyIconSize));
-  box_->setText(QString::fromStdString(alert.message));
-  if (auto* const question = box_->findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
-    question->setFont(tokens::strongFont());
-  }
-  box_->setInformativeText(QString::fromStdString(alert.informative));
-  const std::size_t cancel = alert.cancelButton();
-  std::vector<QAbstractButton*> buttons;
-  for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
-    const AlertButton& button = alert.buttons[i];
-    QPushButton* const pushed =
-        box_->addButton(plain(button.label), i == cancel        ? QMessageBox::RejectRole
-                                             : button.isDefault ? QMessageBox::AcceptRole
-                                                                : QMessageBox::DestructiveRole);
-    pushed->setAutoDefault(true);  // Return presses the one with the focus
-    if (button.isDefault) box_->setDefaultButton(pushed);
-    if (i == cancel) box_->setEscapeButton(pushed);
-    buttons.push_back(pushed);
-  }
-  QObject::connect(box_.get(), &QMessageBox::finished, box_.get(), [this, buttons, cancel] {
-    const auto pressed = std::ranges::find(buttons, box_->clickedButton());
-    answered(pressed == buttons.end() ? cancel
-                                      : static_cast<std::size_t>(pressed - buttons.begin()));
-  });
-  box_->setAttribute(Qt::WA_ShowWithoutActivating, !alert.takesFocus);
-  if (!alert.takesFocus) {
-    // What nobody asked for lies over nothing that somebody is about to answer.
-    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-    const QSize size = box_->sizeHint();
-    box_->move(screen.right() - size.width() - tokens::space24,
-               screen.bottom() - size.height() - tokens::space48);
-  } else if (const QWidget* const asking = QApplication::activeWindow()) {
+  box_ = boxFor<Box>(alert, [this](std::size_t button) { answered(button); });
+  if (!alert.takesFocus) return showAside(*box_);
+  if (const QWidget* const asking = QApplication::activeWindow()) {
     // Over the window whose doing it asks about.
     box_->winId();
     box_->windowHandle()->setTransientParent(asking->windowHandle());
@@ -96,11 +130,7 @@ void AlertDialogs::showFirst() {
     box_->move(asking->geometry().center() - QPoint(size.width() / 2, size.height() / 2));
   }
   box_->show();
-  if (alert.takesFocus) {
-    bringForward();
-  } else {
-    box_->raise();
-  }
+  bringForward();
 }
 
 void AlertDialogs::bringForward() {
@@ -131,20 +161,32 @@ void AlertDialogs::notify(std::string title, std::string body) {
   logInfo("Alerts", "{}: {}", title, body);
 }
 
-/// The title of all of them is the program's.
 void AlertDialogs::tell(std::string title, std::string body, std::function<void()> shown) {
+  DesktopPalette::follow();
+  useVantorelStyle();
   withdraw(title);
-  told_[title] = ask({.style = Alert::Style::warning,
-                      .message = std::move(body),
-                      .buttons = {{"OK", true, true}},
-                      .takesFocus = false},
-                     [](std::size_t) {});
+  told_[title] = boxFor<Box>({.style = Alert::Style::warning,
+                              .message = std::move(body),
+                              .buttons = {{"OK", true, true}},
+                              .takesFocus = false},
+                             [this, title](std::size_t) { withdraw(title); });
+  if (!watch_) watch_ = std::make_unique<Watch>(*this);
+  showTold();
   shown();
 }
 
+/// None while something of this program asks, whose question it could hide.
+void AlertDialogs::showTold() {
+  const bool isAsking = QApplication::activeModalWidget() != nullptr;
+  for (const auto& [title, box] : told_) {
+    if (isAsking) box->hide();
+    if (!isAsking && !box->isVisible()) showAside(*box);
+  }
+}
+
 void AlertDialogs::withdraw(std::string title) {
-  const auto told = told_.extract(title);
-  if (!told.empty()) dismiss(told.mapped());
+  told_.erase(title);
+  if (told_.empty()) watch_.reset();
 }
 
 }  // namespace vantorel

@@ -13,7 +13,8 @@ namespace vantorel {
 
 /// Dialogs with a message and buttons, one after the other. Return presses the button with the
 /// focus, at first the default one; Escape and the close button answer with the cancelling one.
-/// Lives on the main thread.
+/// What is only told stands beside them, and steps aside while a window asks something. Lives on
+/// the main thread.
 class AlertDialogs : public Alerts {
  public:
   AlertDialogs();
@@ -34,16 +35,21 @@ class AlertDialogs : public Alerts {
     std::function<void(std::size_t)> answered;
   };
 
-  void showFirst();
-  void answered(std::size_t button);
-
-  AlertID last_ = 0;
-  std::map<std::string, AlertID> told_;  ///< the last of each title
-  std::deque<Waiting> waiting_;          ///< the first one is shown
+  class Watch;
   struct DeleteLater {
     void operator()(QMessageBox* box) const;
   };
-  std::unique_ptr<QMessageBox, DeleteLater> box_;
+  using Box = std::unique_ptr<QMessageBox, DeleteLater>;
+
+  void showFirst();
+  void showTold();
+  void answered(std::size_t button);
+
+  AlertID last_ = 0;
+  std::deque<Waiting> waiting_;      ///< the first one is shown
+  std::map<std::string, Box> told_;  ///< the last of each title
+  std::unique_ptr<Watch> watch_;     ///< while something is told
+  Box box_;
 };
 
 }  // namespace vantorel

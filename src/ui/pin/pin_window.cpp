@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "base/area_downscale.hpp"
+#include "ui/annotate/shown_name.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/shared_image.hpp"
 #include "ui/kit/tokens.hpp"
@@ -139,7 +140,7 @@ void PinWindow::follow(const PinModel::Change& change) {
   if (change.closed) return end();
   if (change.picture) {
     scaled_ = {};
-    setWindowTitle(QString::fromStdString(model_->title()));
+    setWindowTitle(shownName(model_->title(), QStringLiteral("Pin")));
     update();
   }
   if (change.frame) place();
