@@ -177,6 +177,8 @@ class AnnotateSession : public CoordinatorSession {
                 .drags = "/caches/Drags"},
       .capture = {.main = runners.main(),
                   .work = runners.runner("drawing"),
+                  .disk = runners.runner("opening"),
+                  .files = files,
                   .codec = pictures,
                   .library = library,
                   .drafts = kept,

@@ -14,6 +14,8 @@ namespace vantorel {
 namespace {
 
 constexpr const char* clipboardTitle = "Clipboard Image";
+constexpr const char* isFiledAnew =
+    "The capture has left History, for its file is gone. What you see was filed as a new one.";
 
 /// The picture as a PNG file: as it was copied, where it is one already.
 Result<std::string> asPNG(const Image& base, const std::string* copied, double scale,
@@ -97,14 +99,39 @@ Path OpenedCapture::file() const {
 
 void OpenedCapture::store(const EditorDocument& document, PixelSize capture, Stored done) {
   if (!isInLibrary()) return fileFirst(document, capture, done);
-  storeDocument(services_.library, origin_.entryID, document, capture, IfUnsaved::takeBack,
-                lifetime_.guard([this, document, done = std::move(done)](
-                                    const Result<EntryPointer, EntryFailure>& stored) {
-                  if (!stored) return done(std::unexpected(whyNotStored(stored.error())));
-                  lastEntry_ = *stored;
-                  stored_ = document;
-                  done({});
-                }));
+  lookFirst([this, document, capture, done = std::move(done)](bool isGone) {
+    if (isGone) return fileFirst(document, capture, done);
+    storeInEntry(document, capture, done);
+  });
+}
+
+/// Annotations of a picture that is no more would be kept for nothing, while this has the picture.
+/// One that is out of reach is still there.
+void OpenedCapture::lookFirst(std::function<void(bool isGone)> then) {
+  services_.library.findFiles(
+      {origin_.entryID}, Library::Claimed::byCaller, *services_.disk,
+      lifetime_.guard([this, then = std::move(then)](const std::set<std::string>&) {
+        const EntryPointer now = entry();
+        if (!now) return then(true);
+        roundTrip(
+            *services_.disk, services_.main,
+            [files = services_.files, now] { return absenceOf(*files, *now); },
+            lifetime_.guard([then](const std::optional<FileAbsence>& absence) {
+              then(absence && absence->reach == FileReach::fileGone);
+            }));
+      }));
+}
+
+void OpenedCapture::storeInEntry(const EditorDocument& document, PixelSize capture,
+                                 const Stored& done) {
+  storeDocument(
+      services_.library, origin_.entryID, document, capture, IfUnsaved::takeBack,
+      lifetime_.guard([this, document, done](const Result<EntryPointer, EntryFailure>& stored) {
+        if (!stored) return done(std::unexpected(whyNotStored(stored.error())));
+        lastEntry_ = *stored;
+        stored_ = document;
+        done({});
+      }));
 }
 
 /// From the moment it has an id, what was drawn is kept under that one too: whatever happens
@@ -152,15 +179,41 @@ void OpenedCapture::import(const EditorDocument& document, PixelSize capture, co
     if (onRemark) {
       for (const std::string& remark : remarksOn(*saved)) onRemark(remark);
     }
-    const std::string called = title();
-    if (origin_.clipboard == nullptr) {
-      // It goes by its name, whatever its file in the library is called.
-      (void)services_.library.store().update(
-          id, [&](ScreenshotEntry& entry) { entry.title = titleFrom(called); });
-    }
+    carryOver(id);
+    const EntryPointer without = entry();
     becomeEntry(id);
-    store(document, capture, done);
+    if (without) {
+      if (onRemark) onRemark(isFiledAnew);
+      services_.library.deletion().forget(
+          {without->id}, [](const auto&) {}, HistoryDeletion::Originals::kept);
+    }
+    storeInEntry(document, capture, done);
   }));
+}
+
+/// What the user gave to the capture that it was; a picture from a file goes by its name, whatever
+/// its file in the library is called.
+void OpenedCapture::carryOver(const std::string& id) {
+  if (origin_.clipboard != nullptr) return;
+  HistoryStore& store = services_.library.store();
+  const std::string called = title();
+  (void)store.update(id, [&](ScreenshotEntry& entry) {
+    entry.title = titleFrom(called);
+    if (!lastEntry_) return;
+    entry.starred = lastEntry_->starred;
+    entry.collectionIDs = lastEntry_->collectionIDs;
+    std::erase_if(entry.collectionIDs, [&](const std::string& collection) {
+      return store.findCollection(collection) == nullptr;
+    });
+    entry.sourceEntryID = lastEntry_->sourceEntryID;
+    entry.ocrText = lastEntry_->ocrText;
+    entry.ocrBlocks = lastEntry_->ocrBlocks;
+    entry.ocrVersion = lastEntry_->ocrVersion;
+    entry.ocrTruncated = lastEntry_->ocrTruncated;
+    entry.translations = lastEntry_->translations;
+    entry.codes = lastEntry_->codes;
+    entry.textShape = lastEntry_->textShape;
+  });
 }
 
 void OpenedCapture::becomeEntry(const std::string& id) {

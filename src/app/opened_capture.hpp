@@ -23,6 +23,8 @@ class OpenedCapture final : public EditedCapture {
   struct Services {
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> work;  ///< encodes pictures
+    std::shared_ptr<TaskRunner> disk;  ///< looks for files; may hang
+    std::shared_ptr<Files> files;
     std::shared_ptr<const ImageCodec> codec;
     Library& library;
     AnnotationDrafts& drafts;
@@ -86,9 +88,12 @@ class OpenedCapture final : public EditedCapture {
   using Stored = std::function<void(Result<void, std::string>)>;
 
   [[nodiscard]] AnnotationDraft draftOf(const EditorDocument& document, PixelSize capture) const;
+  void lookFirst(std::function<void(bool isGone)> then);
+  void storeInEntry(const EditorDocument& document, PixelSize capture, const Stored& done);
   void fileFirst(const EditorDocument& document, PixelSize capture, const Stored& done);
   void import(const EditorDocument& document, PixelSize capture, const Stored& done);
   void becomeEntry(const std::string& id);
+  void carryOver(const std::string& id);
 
   Services services_;
   Origin origin_;

@@ -57,6 +57,11 @@ bool EntryClaims::isFileChanging(const std::string& id) const {
   return found != state_->end() && found->second.alone && found->second.alone != EntryWork::editing;
 }
 
+bool EntryClaims::isEdited(const std::string& id) const {
+  const auto found = state_->find(id);
+  return found != state_->end() && found->second.alone == EntryWork::editing;
+}
+
 std::vector<std::string> EntryClaims::fileChanges() const {
   std::vector<std::string> ids;
   ids.reserve(state_->size());

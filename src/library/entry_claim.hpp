@@ -59,7 +59,10 @@ class EntryClaims {
   /// shows of them means nothing then.
   [[nodiscard]] bool isFileChanging(const std::string& id) const;
 
-  /// The ids of all such entries, in order.
+  /// Whether somebody has it open in Annotate.
+  [[nodiscard]] bool isEdited(const std::string& id) const;
+
+  /// The ids of all entries whose files are changing, in order.
   [[nodiscard]] std::vector<std::string> fileChanges() const;
 
  private:

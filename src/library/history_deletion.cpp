@@ -296,7 +296,9 @@ void HistoryDeletion::forget(const std::vector<std::string>& ids,
       for (std::size_t i = begin; i < end; ++i) {
         const EntryPointer entry = services_.store.find(state->ids[i]);
         if (!entry || queue_.isInDoubt(entry->id)) continue;
-        if (queue_.claim(entry->id, EntryWork::deleting)) state->going.push_back(entry);
+        const bool isOpen =
+            state->originals == Originals::kept && services_.store.claims().isEdited(entry->id);
+        if (isOpen || queue_.claim(entry->id, EntryWork::deleting)) state->going.push_back(entry);
       }
     };
     queue_.inSlices(state->ids.size(), claim, [this, state] { noteSurplus(state); });

@@ -64,8 +64,9 @@ class HistoryDeletion {
 
   /// Takes the entries out of the library and leaves their files where they are. An original that
   /// only the library knew goes to the Trash. Those that somebody has stay. Answers how many went.
-  /// With `kept`, originals of changed captures stay for files that may come back; what Smart
-  /// Redact put aside goes all the same.
+  /// With `kept`, for entries whose files went: originals of changed captures stay for files that
+  /// may come back, while what Smart Redact put aside goes all the same; and those that are open in
+  /// Annotate go too, for the window has the picture, and can say so in time.
   enum class Originals { discarded, kept };
   void forget(const std::vector<std::string>& ids,
               std::move_only_function<void(Result<std::size_t>)> done,

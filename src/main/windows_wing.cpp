@@ -153,6 +153,8 @@ CaptureEditors::Services WindowsWing::editing() {
                     .drags = draggedFiles()},
           .capture = {.main = desktop.main,
                       .work = drawing,
+                      .disk = desktop.lanes.disks.queue("com.hollen.Vantorel.annotate"),
+                      .files = desktop.files,
                       .codec = desktop.codec,
                       .library = theLibrary,
                       .drafts = drafts,
