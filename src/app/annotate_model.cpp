@@ -176,7 +176,19 @@ void AnnotateModel::changed(const Change& change) {
   }));
 }
 
+/// Every state that undo and redo lead to was the present one once.
+void AnnotateModel::noteOwnPictures() {
+  if (notedLayers_ == editor().state().layers) return;
+  notedLayers_ = editor().state().layers;
+  for (const LayerSpec& layer : *notedLayers_) {
+    if (!layer.path) continue;
+    const Path file = *layer.path;
+    if (file.parent_path() == services_.layers) ownPictures_.insert(file.filename().string());
+  }
+}
+
 void AnnotateModel::documentChanged() {
+  noteOwnPictures();
   const bool isUnsaved = hasUnsavedChanges();
   changed({.document = true, .saving = true});
   if (isUnsaved || draft_) keepDraftSoon();
@@ -202,20 +214,8 @@ void AnnotateModel::refuse(const EditorExportFailure& failure) {
   const auto* const block = std::get_if<ExportBlock>(&failure);
   if (block == nullptr) return say(sentence(failure), true);
   Refusal refusal{sentence(*block), std::nullopt};
-  const LayersReport report = editing_->scene.report();
-  const auto hiding = [&](const std::vector<std::string>& ids) {
-    for (const LayerSpec& layer : *editor().state().layers) {
-      const bool isNamed = layer.visible && layer.path && layer.name == block->layerName;
-      const bool isKnown = std::ranges::find(ids, layer.id) != ids.end();
-      // One whose file has just gone is in no list yet.
-      if (isNamed && (isKnown || !refusal.layerID)) refusal.layerID = layer.id;
-    }
-  };
-  if (block->kind == ExportBlock::Kind::layerTooLarge) hiding(report.oversizedLayerIDs);
-  if (block->kind == ExportBlock::Kind::layerMissing) {
-    hiding(report.missingLayerIDs);
-    lookAtLayers();
-  }
+  if (!block->layerID.empty()) refusal.layerID = block->layerID;
+  if (block->kind == ExportBlock::Kind::layerMissing) lookAtLayers();
   refusal_ = std::move(refusal);
   changed({.notice = true});
 }
@@ -331,6 +331,7 @@ void AnnotateModel::open(Opened opened) {
   if (pictureSize_ == PixelSize{}) pictureSize_ = size;
   preview_ = {};
   stage_ = Stage::ready;
+  noteOwnPictures();
   changed({.stage = true, .document = true, .saving = true});
   if (opened.draft) {
     const bool isOther = editor().edit("Restore Unsaved Changes", [&](EditorSnapshot& state) {
@@ -445,7 +446,8 @@ void AnnotateModel::storeNow() {
       keepDraft();
     }
     const auto ticket = *std::exchange(saving_, std::nullopt);
-    if (isSaved) say("Saved");
+    // A warning came with the saving: `save` took away those of before.
+    if (isSaved && !(notice_ && notice_->isWarning)) say("Saved");
     if (isSaved && savesAgain_ && hasUnsavedChanges()) {
       storeNow();
     } else {

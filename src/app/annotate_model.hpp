@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -209,6 +210,10 @@ class AnnotateModel {
   /// What happened outside that the user is to know.
   void say(std::string text, bool isWarning = false);
 
+  /// The names of the files in `Services::layers` that this has shown, or can bring back by undo
+  /// and redo.
+  [[nodiscard]] const std::set<std::string>& ownPictures() const { return ownPictures_; }
+
   /// Writes down what is not saved, now instead of in a moment.
   void keepDraft();
 
@@ -216,6 +221,7 @@ class AnnotateModel {
   struct Editing;
   void changed(const Change& change);
   void documentChanged();
+  void noteOwnPictures();
   void refuse(const EditorExportFailure& failure);
   void keepDraftSoon();
   void draftKept(const Result<void>& kept);
@@ -250,6 +256,8 @@ class AnnotateModel {
   bool isDraftDue_ = false;
   bool isDraftLost_ = false;
   std::optional<EditorDocument> draft_;  ///< what is kept
+  std::set<std::string> ownPictures_;
+  std::shared_ptr<const std::vector<LayerSpec>> notedLayers_;
 
   struct Weight {
     ExportFormat format = ExportFormat::png;

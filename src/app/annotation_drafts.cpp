@@ -16,6 +16,8 @@ namespace {
 
 /// With more a person would not see which is which, and no program would write them.
 constexpr int mostOfAKey = 9;
+/// An attribute of a draft that is over and could not be removed.
+constexpr std::string_view overMark = "com.hollen.Vantorel.over";
 constexpr std::uint64_t largestDraft = 256ULL << 20;
 constexpr std::uint64_t largestDraftPicture = 1ULL << 30;
 
@@ -51,10 +53,15 @@ bool isNewer(std::string_view text) {
   return false;
 }
 
+bool isOver(const Files& files, const Path& file) {
+  return files.attribute(file, overMark).has_value();
+}
+
 /// The first file for the key that no other build's draft has.
 struct DraftPlace {
   Path path;
   std::optional<AnnotationDraft> draft;  ///< that is in it
+  bool isOver = false;                   ///< that draft is to be removed, and not gone yet
   Path foreign;                          ///< one that could not be read; the first
   bool isOfNewer = false;                ///< the foreign one is a newer build's
 };
@@ -66,7 +73,10 @@ Result<DraftPlace> placeOf(const Files& files, const Path& folder, const std::st
     const auto text = files.read(place.path, largestDraft);
     if (!text && text.error().kind == FailureKind::notFound) return place;
     if (text) place.draft = readDraft(*text);
-    if (place.draft) return place;
+    if (place.draft) {
+      place.isOver = isOver(files, place.path);
+      return place;
+    }
     if (place.foreign.empty()) place.foreign = place.path;
     place.isOfNewer |= text && isNewer(*text);
   }
@@ -92,7 +102,12 @@ Result<void> writeDraft(Files& files, const Path& folder, const std::string& key
 
 Result<void> removeDraft(Files& files, const Path& folder, const std::string& key) {
   const DraftPlace place = VT_TRY(placeOf(files, folder, key));
-  if (place.draft) VT_TRY(files.remove(place.path));
+  if (place.draft) {
+    if (const auto removed = files.remove(place.path); !removed) {
+      VT_TRY(files.setAttribute(place.path, overMark, "1"));
+      return removed;
+    }
+  }
   // Pictures are kept with drafts of this build's making alone.
   const auto removed =
       place.foreign.empty() ? files.remove(picturePath(folder, key)) : Result<void>();
@@ -108,7 +123,8 @@ std::vector<AnnotationDraft> readAll(const Files& files, const Path& folder) {
     if (item.type != FileType::regular || !item.name.ends_with(".json")) continue;
     const auto text = files.read(folder / item.name, largestDraft);
     if (!text) continue;
-    if (auto draft = readDraft(*text)) drafts.push_back(*std::move(draft));
+    auto draft = readDraft(*text);
+    if (draft && !isOver(files, folder / item.name)) drafts.push_back(*std::move(draft));
   }
   std::ranges::sort(drafts, std::ranges::greater(), &AnnotationDraft::keptAt);
   return drafts;
@@ -193,6 +209,7 @@ void AnnotationDrafts::find(const std::string& key, std::function<void(Found)> f
       [key, files = services_.files, folder = services_.folder]() -> Found {
         auto place = placeOf(*files, folder, key);
         if (!place) return {};
+        if (place->isOver) place->draft.reset();
         return {std::move(place->draft), place->isOfNewer ? std::move(place->foreign) : Path()};
       },
       lifetime_.guard(std::move(found)));

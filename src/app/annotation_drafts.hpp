@@ -36,6 +36,8 @@ class AnnotationDrafts {
   [[nodiscard]] static std::string keyOfPicture(std::string_view bytes);
   [[nodiscard]] static std::string keyOf(const AnnotationDraft& draft);
 
+  [[nodiscard]] const Path& folder() const { return services_.folder; }
+
   using Done = std::function<void(const Result<void>&)>;
 
   /// Puts the draft in the place of the one before it. Of several for one key that wait for the
@@ -46,7 +48,8 @@ class AnnotationDrafts {
   void keep(const std::string& key, AnnotationDraft draft,
             const std::shared_ptr<const std::string>& picture, Done done);
 
-  /// Removes the draft and its picture.
+  /// Removes the draft and its picture. One that cannot be removed is marked as over and not found
+  /// any more, as far as it can be marked.
   void drop(const std::string& key, Done done = {});
 
   struct Found {

@@ -83,7 +83,16 @@ struct CaptureEditors::Read {
   SceneDrawing* drawing = nullptr;
 };
 
-CaptureEditors::CaptureEditors(Services services) : services_(std::move(services)) {
+CaptureEditors::CaptureEditors(Services services)
+    : services_(std::move(services)),
+      pictures_({.main = services_.model.main,
+                 .disk = services_.model.disk,
+                 .files = services_.model.files,
+                 .library = services_.capture.library,
+                 .drafts = services_.capture.drafts,
+                 .folder = services_.model.layers},
+                [this] { return namedPictures(); }) {
+  pictures_.removeLeftOver();
   libraryObservation_ = services_.capture.library.store().observe(
       [this](const HistoryChange& change) { libraryChanged(change); });
 }
@@ -168,12 +177,30 @@ void CaptureEditors::closed(const EditorPointer& editor) {
   // Changes that were undone a moment ago may still be kept.
   if (!editor->model->hasUnsavedChanges()) editor->model->keepDraft();
   if (!editor->model->isSaving()) {
-    services_.model.main->post([editor] {});
+    services_.model.main->post(lifetime_.guard([this, editor] { ended(editor); }));
     return;
   }
-  editor->saving = editor->model->observe([editor](const AnnotateModel::Change& change) {
-    if (change.saving && !editor->model->isSaving()) editor->saving.end();
+  editor->saving = editor->model->observe([editor, end = lifetime_.guard([this, editor] {
+                                             ended(editor);
+                                           })](const AnnotateModel::Change& change) mutable {
+    if (!change.saving || editor->model->isSaving()) return;
+    end();
+    editor->saving.end();
   });
+}
+
+/// Nothing can be undone any more, and what was saved has landed.
+void CaptureEditors::ended(const EditorPointer& editor) {
+  pictures_.removeUnnamed(editor->model->ownPictures());
+}
+
+LayerPictures::Names CaptureEditors::namedPictures() const {
+  LayerPictures::Names names;
+  for (const auto& [key, editor] : editors_) {
+    const auto& own = editor->model->ownPictures();
+    names.insert(own.begin(), own.end());
+  }
+  return names;
 }
 
 // ---- captures of the library
@@ -329,14 +356,18 @@ void CaptureEditors::start(const EditorPointer& editor, Read read) {
         "A newer version of Vantorel has unsaved changes of this capture. They are "
         "kept, and not shown here.";
   }
-  if (leftOver_.erase(editor->capture->draftKey()) > 0) {
-    if (leftOver_.empty()) services_.model.alerts.withdraw(draftsTitle);
-    if (onDraftsChange) onDraftsChange();
-  }
+  draftIsOver(editor->capture->draftKey());
   editor->capture->setRead(opened.base, opened.captureScale, std::move(stored));
   editor->draft.reset();
   editor->model->open(std::move(opened));
   editor->answer({});
+}
+
+/// It was opened, or its capture has left: nothing is to be told of it any more.
+void CaptureEditors::draftIsOver(const std::string& key) {
+  if (leftOver_.erase(key) == 0) return;
+  if (leftOver_.empty()) services_.model.alerts.withdraw(draftsTitle);
+  if (onDraftsChange) onDraftsChange();
 }
 
 // ---- pictures from elsewhere
@@ -603,7 +634,14 @@ void CaptureEditors::libraryChanged(const HistoryChange& change) {
           true);
     }
   }
+  for (const EntryPointer& entry : change.added) {  // its file came back
+    const EditorPointer editor = find(entry->id);
+    if (!editor) continue;
+    editor->capture->entryChanged();
+    editor->model->entryChanged();
+  }
   for (const EntryPointer& entry : change.removed) {
+    draftIsOver(AnnotationDrafts::keyOfEntry(entry->id));
     const EditorPointer editor = find(entry->id);
     if (!editor) continue;
     editor->model->entryChanged();

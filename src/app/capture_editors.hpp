@@ -11,6 +11,7 @@
 #include "app/annotate_model.hpp"
 #include "app/annotation_drafts.hpp"
 #include "app/app_windows.hpp"
+#include "app/layer_pictures.hpp"
 #include "app/named_picture.hpp"
 #include "app/opened_capture.hpp"
 #include "app/surface_registry.hpp"
@@ -102,11 +103,15 @@ class CaptureEditors {
   [[nodiscard]] bool isOpenAs(const AnnotationDraft& draft) const;
   void openPictureBytes(const std::shared_ptr<const std::string>& bytes, Opened opened);
   void closed(const EditorPointer& editor);
+  void ended(const EditorPointer& editor);
+  [[nodiscard]] LayerPictures::Names namedPictures() const;
+  void draftIsOver(const std::string& key);
   void closeNext(std::vector<std::string> keys);
   void endClosing(bool areClosed);
   void libraryChanged(const HistoryChange& change);
 
   Services services_;
+  LayerPictures pictures_;
   std::map<std::string, EditorPointer> editors_;  ///< by key
   std::set<std::string> leftOver_;                ///< keys of drafts that nobody has opened yet
   std::vector<std::function<void(bool)>> waitingForClose_;

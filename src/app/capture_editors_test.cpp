@@ -407,6 +407,117 @@ TEST_F(CaptureEditorsTest, WhatHappensOutsideIsSaid) {
   EXPECT_THAT(again->shapes, SizeIs(1));
 }
 
+TEST_F(CaptureEditorsTest, APictureWhoseFileIsGoneIsFiledAnewWhenItIsSaved) {
+  ASSERT_TRUE(run->store.update("a", [](ScreenshotEntry& entry) {
+    entry.title = "Plan";
+    entry.starred = true;
+    entry.ocrText = "words";
+  }));
+  run->openEntry("a");
+  run->draw(1);
+  // On a disk that is away it waits for the disk.
+  run->files->silent.insert("/pictures");
+  EXPECT_TRUE(run->save());
+  run->files->silent.clear();
+  EXPECT_NE(run->store.find("a"), nullptr);
+
+  run->files->disk.erase("/pictures/a.png");
+  run->draw(2);
+  EXPECT_TRUE(run->save());
+  EXPECT_THAT(run->notice(), HasSubstr("What you see was filed as a new one."));
+  EXPECT_FALSE(run->model().hasUnsavedChanges());
+  EXPECT_EQ(run->store.find("a"), nullptr) << "it has neither file nor annotations of its own";
+  ASSERT_THAT(run->store.entries(), SizeIs(3));
+  const EntryPointer again = run->store.entries().back();
+  EXPECT_EQ(again->title, "Plan");
+  EXPECT_TRUE(again->starred);
+  EXPECT_EQ(again->ocrText, "words");
+  EXPECT_THAT(again->shapes, SizeIs(2));
+  EXPECT_TRUE(run->files->disk.contains(again->path));
+  EXPECT_THAT(run->drafts(), IsEmpty());
+
+  // One that is known to be gone leaves History at once, though its window is open.
+  run->openEntry("b");
+  run->files->disk.erase("/pictures/b.png");
+  run->library.deletion().forget({"b"}, [](const auto&) {}, HistoryDeletion::Originals::kept);
+  run->runners.run();
+  EXPECT_EQ(run->notice(), "The capture has left History. Saving files what you see as a new one.");
+  EXPECT_TRUE(run->save());
+  EXPECT_THAT(run->store.entries(), SizeIs(3));
+}
+
+TEST_F(CaptureEditorsTest, PastedPicturesGoWhenNothingCanShowThemAnyMore) {
+  const auto paste = [&] {
+    run->pasteboard.content = {{"image/png", run->picture(5)}};
+    run->model().pasteFromClipboard();
+    run->runners.run();
+  };
+  const auto left = [&] { return run->files->names("/data/Layers"); };
+  run->openEntry("a");
+  paste();
+  run->model().editor().undo();
+  run->runners.run();
+  EXPECT_THAT(left(), SizeIs(1)) << "redo brings it back";
+  run->closeWindow();
+  EXPECT_THAT(left(), IsEmpty());
+
+  // What is saved stays, whatever other windows do; what was taken out of it goes.
+  run->openEntry("a");
+  paste();
+  EXPECT_TRUE(run->save());
+  run->closeWindow();
+  ASSERT_THAT(left(), SizeIs(1));
+  run->openEntry("a");
+  run->model().editor().edit("Delete", [](EditorSnapshot& state) {
+    std::vector<LayerSpec> layers = *state.layers;
+    layers.pop_back();
+    state.setLayers(std::move(layers));
+  });
+  EXPECT_TRUE(run->save());
+  EXPECT_THAT(left(), SizeIs(1)) << "undo brings it back";
+  run->closeWindow();
+  EXPECT_THAT(left(), IsEmpty());
+
+  // A draft names what was pasted before the program was killed, also one that can't be read.
+  run->openEntry("a");
+  paste();
+  run->runners.advance(std::chrono::seconds(1));
+  start();
+  run->runners.run();
+  EXPECT_THAT(left(), SizeIs(1));
+  run->files->put("/data/Layers/stray.png", "of a run that was killed");
+  run->files->put("/data/Drafts/x.json", R"({"version":7,"layer":"/data/Layers/kept.png"})");
+  run->files->put("/data/Layers/kept.png", "of a newer version");
+  start();
+  run->runners.run();
+  EXPECT_THAT(left(), SizeIs(2));
+  run->openEntry("a");
+  run->windows.answer = Answer::discard;
+  run->closeWindow();
+  EXPECT_THAT(left(), ElementsAre("kept.png"));
+}
+
+TEST_F(CaptureEditorsTest, ADraftThatCannotBeRemovedIsOverAllTheSame) {
+  run->openEntry("a");
+  run->draw(1);
+  run->runners.advance(std::chrono::seconds(1));
+  run->draw(2);
+  run->files->readOnly.insert("/data/Drafts");
+  EXPECT_TRUE(run->save());
+  start();
+  run->editors->tellOfDrafts();
+  run->runners.run();
+  EXPECT_FALSE(run->editors->hasDrafts());
+  run->openEntry("a");
+  EXPECT_FALSE(run->model().notice()) << "the older draft is not brought back";
+  EXPECT_FALSE(run->model().hasUnsavedChanges());
+  run->draw(3);
+  run->runners.advance(std::chrono::seconds(1));
+  start();
+  run->openEntry("a");
+  EXPECT_EQ(run->model().unsavedChanges(), "1 annotation added") << "the next one is kept";
+}
+
 TEST_F(CaptureEditorsTest, AQuitAsksEachWindowAndOneCancelEndsIt) {
   for (const char* id : {"a", "b", "c"}) run->openEntry(id);
   for (const int shown : {0, 1}) {

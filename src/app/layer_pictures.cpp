@@ -1,0 +1,103 @@
+#include "app/layer_pictures.hpp"
+
+#include <utility>
+#include <vector>
+
+#include "base/log.hpp"
+#include "base/round_trip.hpp"
+
+namespace vantorel {
+namespace {
+
+constexpr const char* logName = "Layers";
+
+LayerPictures::Names picturesIn(const Files& files, const Path& folder) {
+  LayerPictures::Names names;
+  const auto items = files.list(folder);
+  if (!items) return names;
+  for (const FolderItem& item : *items) {
+    if (item.type == FileType::regular) names.insert(item.name);
+  }
+  return names;
+}
+
+/// Takes out what a record in the folder names, also one that this version cannot read: a name is
+/// unlike any other text.
+Result<void> dropNamed(const Files& files, const Path& folder, LayerPictures::Names& names) {
+  const auto items = files.list(folder);
+  if (!items) {
+    if (items.error().kind == FailureKind::notFound) return {};
+    return std::unexpected(items.error());
+  }
+  for (const FolderItem& item : *items) {
+    if (item.type != FileType::regular || !item.name.contains(".json")) continue;
+    const std::string text = VT_TRY(files.read(folder / item.name));
+    std::erase_if(names, [&](const std::string& name) { return text.contains(name); });
+    if (names.empty()) return {};
+  }
+  return {};
+}
+
+void removeAll(Files& files, const Path& folder, const LayerPictures::Names& names) {
+  for (const std::string& name : names) {
+    if (const auto removed = files.remove(folder / name); !removed) {
+      logWarning(logName, "{} stays: {}", name, removed.error().reason);
+    } else {
+      logInfo(logName, "{} was removed, which nothing shows any more", name);
+    }
+  }
+}
+
+}  // namespace
+
+void LayerPictures::removeLeftOver() {
+  roundTrip(
+      *services_.disk, services_.main,
+      [files = services_.files, folder = services_.folder] { return picturesIn(*files, folder); },
+      lifetime_.guard([this](Names found) {
+        services_.library.whenReady(lifetime_.guard(
+            [this, found = std::move(found)]() mutable { removeUnnamed(std::move(found)); }));
+      }));
+}
+
+void LayerPictures::removeUnnamed(Names candidates) {
+  if (candidates.empty()) return;
+  // What was given up a moment ago is named until its draft is gone.
+  services_.drafts.settle(lifetime_.guard([this, candidates = std::move(candidates)] {
+    // A deletion that is under way may give its captures back.
+    const bool isOurs = !services_.library.store().indexRefusal();
+    if (!isOurs || services_.library.deletion().isBusy()) return;
+    Names going = unnamed(candidates);
+    if (going.empty()) return;
+    services_.disk->post([files = services_.files, folder = services_.folder,
+                          data = services_.library.paths().data, drafts = services_.drafts.folder(),
+                          going = std::move(going)]() mutable {
+      for (const Path& records : {data, drafts}) {
+        if (const auto looked = dropNamed(*files, records, going); !looked) {
+          logWarning(logName, "pictures of layers stay: {}", looked.error().reason);
+          return;
+        }
+      }
+      removeAll(*files, folder, going);
+    });
+  }));
+}
+
+LayerPictures::Names LayerPictures::unnamed(Names candidates) const {
+  const auto drop = [&](const std::string& path) {
+    candidates.erase(Path(path).filename().string());
+  };
+  for (const std::string& name : inUse_()) candidates.erase(name);
+  for (const EntryPointer& entry : services_.library.store().entries()) {
+    if (entry->combine) {
+      for (const CombineAttachment& one : entry->combine->attachments) drop(one.path);
+    }
+    if (!entry->layers) continue;
+    for (const LayerSpec& layer : *entry->layers) {
+      if (layer.path) drop(*layer.path);
+    }
+  }
+  return candidates;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "app/annotation_drafts.hpp"
+#include "base/lifetime.hpp"
+#include "base/task_runner.hpp"
+#include "library/library.hpp"
+#include "platform/files.hpp"
+
+namespace vantorel {
+
+/// The pictures that were pasted as layers, which lie in a folder of the program's own, and nowhere
+/// else: removes those that nothing names any more, for they may show what the user took out. Lives
+/// on the main runner.
+class LayerPictures {
+ public:
+  struct Services {
+    std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> disk;  ///< on which they are written too
+    std::shared_ptr<Files> files;
+    Library& library;
+    AnnotationDrafts& drafts;
+    Path folder;
+  };
+
+  /// Names of files in the folder.
+  using Names = std::set<std::string>;
+
+  /// `inUse` gives those that an open editor may still show or bring back.
+  LayerPictures(Services services, std::function<Names()> inUse)
+      : services_(std::move(services)), inUse_(std::move(inUse)) {}
+
+  /// Those that earlier runs left, which are there before anything is pasted now.
+  void removeLeftOver();
+
+  /// Those of `candidates` that no entry, draft or journal of the library names. None while it is
+  /// another process's, or one cannot be read.
+  void removeUnnamed(Names candidates);
+
+ private:
+  [[nodiscard]] Names unnamed(Names candidates) const;
+
+  Services services_;
+  std::function<Names()> inUse_;
+  Lifetime lifetime_;
+};
+
+}  // namespace vantorel
