@@ -18,6 +18,7 @@
 #include "base/utf8.hpp"
 #include "editor/canvas_scene.hpp"
 #include "editor/entry_document.hpp"
+#include "editor/export_gate.hpp"
 #include "library/capture_file_name.hpp"
 #include "platform/scene_view.hpp"
 
@@ -191,7 +192,26 @@ void AnnotateModel::documentChanged() {
   noteOwnPictures();
   const bool isUnsaved = hasUnsavedChanges();
   changed({.document = true, .saving = true});
+  checkBackground();
   if (isUnsaved || draft_) keepDraftSoon();
+}
+
+/// A margin that leaves no picture to hand out is said as soon as it is chosen.
+void AnnotateModel::checkBackground() {
+  const auto& background = editor().state().background;
+  // As long as it is too large, a smaller crop or canvas may help as well.
+  if (background == checked_ && !isTooLarge_) return;
+  const bool isOther = background != checked_;
+  checked_ = background;
+  const ExportBlock tooLarge{ExportBlock::Kind::paddingTooLarge, {}};
+  const auto block = exportBlock(editor().document(), {.base = BaseImageState::ready,
+                                                       .build = LayerBuildState::none,
+                                                       .missingLayerIDs = {},
+                                                       .oversizedLayerIDs = {},
+                                                       .capture = editor().captureSize()});
+  const bool wasTooLarge = std::exchange(isTooLarge_, block && block->kind == tooLarge.kind);
+  if (isTooLarge_ && (isOther || !wasTooLarge)) return refuse(tooLarge);
+  if (!isTooLarge_ && refusal_ && refusal_->sentence == sentence(tooLarge)) dismissRefusal();
 }
 
 void AnnotateModel::say(std::string text, bool isWarning) {
@@ -317,7 +337,12 @@ void AnnotateModel::open(Opened opened) {
                    .buttons = {{"Publish"}, {"Cancel", true, true}}},
                   [answered](std::size_t button) { answered(button == 0); });
             },
-        .report = [this](const std::string& line) { say(line, true); },
+        .report =
+            [this](const std::string& line) {
+              // This window goes, and what stands in it.
+              if (isDiscarding_) return services_.alerts.notify("Annotate", line);
+              say(line, true);
+            },
         .save =
             [this, size](const EditorSaving& saving, const EditorSessionServices::Stored& stored) {
               capture_->store(saving.document, size, stored);
@@ -407,7 +432,9 @@ void AnnotateModel::discard() {
   drafting_.renew();
   isDraftDue_ = false;
   draft_.reset();
+  isDiscarding_ = true;
   if (editing_) editing_->session.discard();
+  isDiscarding_ = false;
   capture_->dropDraft();
 }
 
@@ -681,15 +708,15 @@ void AnnotateModel::lookAtLayers() {
       }));
 }
 
-void AnnotateModel::addLayers(const std::vector<Path>& files) {
+void AnnotateModel::addLayers(const std::vector<Path>& files, std::optional<Pt> middle) {
   if (!editing_ || files.empty()) return;
   clearNotice();
   roundTrip(
       *services_.disk, services_.main,
       [files, drags = services_.drags, layers = services_.layers, disk = services_.files,
        codec = services_.codec] { return readLayers(files, drags, layers, *disk, *codec); },
-      lifetime_.guard([this](const LayersRead& read) {
-        if (!read.files.empty()) editor().addLayers(read.files);
+      lifetime_.guard([this, middle](const LayersRead& read) {
+        if (!read.files.empty()) editor().addLayers(read.files, middle);
         if (!read.refused.empty()) say(fmt::format("{}", fmt::join(read.refused, " ")), true);
       }));
 }

@@ -165,8 +165,8 @@ class AnnotateModel {
   /// Looks whether the files of the layers are where they were; the user has been elsewhere.
   void lookAtLayers();
 
-  /// Image files as layers; their sizes are read in the background.
-  void addLayers(const std::vector<Path>& files);
+  /// Image files as layers, round a place of the canvas; their sizes are read in the background.
+  void addLayers(const std::vector<Path>& files, std::optional<Pt> middle = {});
   /// Shapes, else a picture as a layer, else text, the latter two round that place of the canvas,
   /// or its middle. While a text is typed, text alone.
   void pasteFromClipboard(std::optional<Pt> middle = {});
@@ -223,6 +223,7 @@ class AnnotateModel {
   void documentChanged();
   void noteOwnPictures();
   void refuse(const EditorExportFailure& failure);
+  void checkBackground();
   void keepDraftSoon();
   void draftKept(const Result<void>& kept);
   void storeNow();
@@ -249,7 +250,11 @@ class AnnotateModel {
   std::optional<Notice> notice_;
   std::optional<Refusal> refusal_;
 
+  std::shared_ptr<const BackgroundSpec> checked_;  ///< the background
+  bool isTooLarge_ = false;  ///< with it; `refusal_` says so, or was dismissed
+
   bool isSaving_ = false;
+  bool isDiscarding_ = false;
   std::optional<PendingArchiveWork::Ticket> saving_;
   bool savesAgain_ = false;
   std::vector<std::function<void(bool)>> waitingForSave_;

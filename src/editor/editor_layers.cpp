@@ -22,6 +22,16 @@ Box fitted(PixelSize pixels, CanvasSize canvas, Pt corner) {
           std::max(std::round(pixels.height * factor), 1.0)};
 }
 
+/// `frame` with its middle there, or as near as it stays on the canvas, and then `further` off.
+Box aroundMiddle(Box frame, CanvasSize canvas, Pt middle, double further) {
+  const auto within = [&](double at, double length, double room) {
+    return std::clamp(std::round(at - length / 2), 0.0, std::max(room - length, 0.0)) + further;
+  };
+  frame.x = within(middle.x, frame.w, canvas.width);
+  frame.y = within(middle.y, frame.h, canvas.height);
+  return frame;
+}
+
 bool isUsable(const Box& frame) {
   return std::isfinite(frame.x) && std::isfinite(frame.y) && std::isfinite(frame.w) &&
          std::isfinite(frame.h) && frame.w >= 1 && frame.h >= 1;
@@ -74,18 +84,21 @@ bool EditorModel::editLayer(const std::string& layerID, std::string_view name,
   });
 }
 
-bool EditorModel::addLayers(const std::vector<LayerFile>& files) {
+bool EditorModel::addLayers(const std::vector<LayerFile>& files, std::optional<Pt> middle) {
   std::optional<std::string> last;
   const bool added =
       edit(files.size() == 1 ? "Add Layer" : "Add Layers", [&](EditorSnapshot& state) {
         ensureCaptureLayer(state);
         std::vector<LayerSpec> layers = *state.layers;
+        double further = 0;
         for (const LayerFile& file : files) {
           if (file.pixels.width < 1 || file.pixels.height < 1) continue;
           const double offset = cascade * double(layers.size() - 1);
           LayerSpec layer = newImageLayer(file.path, file.pixels, {});
           if (!file.name.empty()) layer.name = file.name;
           layer.frame = fitted(file.pixels, canvasSize(), {offset, offset});
+          if (middle) layer.frame = aroundMiddle(layer.frame, canvasSize(), *middle, further);
+          further += cascade;
           last = layer.id;
           layers.push_back(std::move(layer));
         }

@@ -201,6 +201,10 @@ class EditorModel {
   /// Puts the caret at a point of the capture; two clicks mark a word, three a line.
   void placeCaret(Pt at, bool extends, int clicks);
   void selectAllText();
+  /// Marks from byte `anchor` of what is typed to the caret at byte `caret`.
+  void selectTyped(std::size_t anchor, std::size_t caret);
+  /// Where the letters lie that are typed, in capture pixels; null while nothing is.
+  [[nodiscard]] const TextGeometry* typedGeometry() const;
   [[nodiscard]] std::string selectedText() const;
   /// Where the caret and what is marked are painted, in capture pixels; none while nothing is
   /// typed.
@@ -210,7 +214,8 @@ class EditorModel {
   void cancelText();
 
   // Layers. The layer that stands for the capture can be hidden, not deleted.
-  bool addLayers(const std::vector<LayerFile>& files);
+  /// The first with its middle at that point of the canvas, as far as it stays on it.
+  bool addLayers(const std::vector<LayerFile>& files, std::optional<Pt> middle = {});
   /// Adds a picture with its middle at a point of the canvas.
   bool pasteLayer(const LayerFile& file, Pt middle);
   bool setLayerFrame(const std::string& layerID, const Box& frame);

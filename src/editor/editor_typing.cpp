@@ -103,6 +103,16 @@ void EditorModel::selectAllText() {
   events_.changed();
 }
 
+void EditorModel::selectTyped(std::size_t anchor, std::size_t caret) {
+  if (!typing_) return;
+  typing_->editing.select(anchor, caret);
+  events_.changed();
+}
+
+const TextGeometry* EditorModel::typedGeometry() const {
+  return typing_ ? geometryOf(*draft_) : nullptr;
+}
+
 std::string EditorModel::selectedText() const {
   return typing_ ? typing_->editing.selectedText() : std::string();
 }

@@ -192,6 +192,12 @@ void TextEditing::place(const TextGeometry& geometry, Pt at, bool extends, int c
   setCaret(range.to, true);
 }
 
+void TextEditing::select(std::size_t anchor, std::size_t caret) {
+  goal_.reset();
+  setCaret(anchor, false);
+  setCaret(caret, true);
+}
+
 void TextEditing::selectAll() {
   goal_.reset();
   setCaret(0, false);

@@ -63,6 +63,8 @@ class TextEditing {
   /// A click; two select a word, three a line.
   void place(const TextGeometry& geometry, Pt at, bool extends, int clicks);
   void selectAll();
+  /// From byte `anchor` to the caret at byte `caret`.
+  void select(std::size_t anchor, std::size_t caret);
 
   bool undo();
   bool redo();
