@@ -77,6 +77,49 @@ class MenuButton : public QToolButton {
   static constexpr int angleRoom = 30;
 };
 
+/// A flat button with a symbol and a word.
+class WordButton : public QToolButton {
+ public:
+  WordButton(IconName symbol, const QString& text) : symbol_(symbol) {
+    setText(text);
+    setAutoRaise(true);
+    setFocusPolicy(Qt::TabFocus);
+  }
+  [[nodiscard]] QSize sizeHint() const override {
+    return {2 * tokens::space12 + rowIconSize + tokens::space8 +
+                fontMetrics().horizontalAdvance(text()),
+            tokens::controlHeight(tokens::smallControl, font())};
+  }
+  [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    QStyleOptionToolButton option;
+    initStyleOption(&option);
+    QStyleOptionToolButton panel = option;
+    panel.text.clear();
+    style()->drawComplexControl(QStyle::CC_ToolButton, &panel, &painter, this);
+    const PaletteRoles roles = rolesOf(palette());
+    const QRect inside = rect().adjusted(tokens::space12, 0, -tokens::space12, 0);
+    const QRect symbol = QStyle::alignedRect(layoutDirection(), Qt::AlignLeading | Qt::AlignVCenter,
+                                             QSize(rowIconSize, rowIconSize), inside);
+    const bool isMirrored = layoutDirection() == Qt::RightToLeft;
+    constexpr int before = rowIconSize + tokens::space8;
+    beginPart(painter, option);
+    painter.drawPixmap(symbol.topLeft(),
+                       iconPixmap(symbol_, symbol.size(), devicePixelRatioF(), roles.text));
+    painter.setPen(roles.text);
+    painter.setFont(font());
+    painter.drawText(inside.adjusted(isMirrored ? 0 : before, 0, isMirrored ? -before : 0, 0),
+                     Qt::AlignVCenter | Qt::AlignLeading, text());
+    painter.restore();
+  }
+
+ private:
+  IconName symbol_;
+};
+
 QString asQt(const std::string& text) { return QString::fromStdString(text); }
 
 }  // namespace
@@ -86,7 +129,7 @@ AnnotateBar::AnnotateBar(std::shared_ptr<AnnotateModel> model, QWidget* parent)
       model_(std::move(model)),
       undo_(makeBarButton(IconName::undo, QStringLiteral("Undo"), QStringLiteral("Ctrl+Z"))),
       redo_(makeBarButton(IconName::redo, QStringLiteral("Redo"), QStringLiteral("Ctrl+Shift+Z"))),
-      copy_(makeBarButton(IconName::copy, QStringLiteral("Copy"), QStringLiteral("Ctrl+Shift+C"))),
+      copy_(new WordButton(IconName::copy, QStringLiteral("Copy"))),
       saveAs_(new MenuButton(QStringLiteral("Save as"))),
       done_(new QPushButton(QStringLiteral("Done"))),
       busy_(new BusyRing(done_)),
@@ -96,8 +139,7 @@ AnnotateBar::AnnotateBar(std::shared_ptr<AnnotateModel> model, QWidget* parent)
   setAccessibleRole(*this, QAccessible::ToolBar);
   setAccessibleName(QStringLiteral("Document"));
   setObjectName(QStringLiteral("bar"));
-  copy_->setText(QStringLiteral("Copy"));
-  copy_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  copy_->setAccessibleName(QStringLiteral("Copy"));
   copy_->setToolTip(
       QStringLiteral("Copy the picture (Ctrl+Shift+C)\nDrag it into another program"));
   copy_->installEventFilter(this);
@@ -122,7 +164,6 @@ AnnotateBar::AnnotateBar(std::shared_ptr<AnnotateModel> model, QWidget* parent)
     button->setIconSize(QSize(barIconSize, barIconSize));
     button->setFixedSize(tokens::control, tokens::control);
   }
-  copy_->setIconSize(QSize(rowIconSize, rowIconSize));
   const int height = tokens::controlHeight(tokens::smallControl, font());
   done_->setFixedHeight(height);
   copy_->setFixedHeight(height);

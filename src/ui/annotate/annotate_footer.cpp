@@ -93,7 +93,9 @@ AnnotateFooter::AnnotateFooter(QWidget* parent)
   zoom_->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("3200 %")) +
                          tokens::space24);
   auto* const row = new QHBoxLayout(this);
-  row->setContentsMargins(tokens::space12, 0, tokens::space12, 0);
+  const bool isMirrored = layoutDirection() == Qt::RightToLeft;
+  row->setContentsMargins(isMirrored ? tokens::space12 : tokens::space16, 0,
+                          isMirrored ? tokens::space16 : tokens::space12, 0);
   row->setSpacing(tokens::space4);
   row->addWidget(line_, 1);
   row->addSpacing(tokens::space12);

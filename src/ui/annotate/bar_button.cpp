@@ -1,6 +1,8 @@
 #include "ui/annotate/bar_button.hpp"
 
+#include <QCursor>
 #include <QToolButton>
+#include <QToolTip>
 
 namespace vantorel {
 
@@ -15,7 +17,13 @@ QToolButton* makeBarButton(IconName symbol, const QString& name, const QString& 
 
 void setBarButtonWords(QToolButton& button, const QString& name, const QString& key) {
   button.setAccessibleName(name);
-  button.setToolTip(key.isEmpty() ? name : name + " (" + key + ")");
+  const QString words = key.isEmpty() ? name : name + " (" + key + ")";
+  if (words == button.toolTip()) return;
+  // The one that is read while it changes.
+  const bool isShown =
+      button.underMouse() && QToolTip::isVisible() && QToolTip::text() == button.toolTip();
+  button.setToolTip(words);
+  if (isShown) QToolTip::showText(QCursor::pos(), words, &button);
 }
 
 }  // namespace vantorel

@@ -11,6 +11,7 @@
 #include "ui/annotate/color_popover.hpp"
 #include "ui/annotate/ink_swatches.hpp"
 #include "ui/annotate/inspector_form.hpp"
+#include "ui/annotate/shown_name.hpp"
 #include "ui/annotate/small_button.hpp"
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/application_font.hpp"

@@ -27,4 +27,9 @@ namespace vantorel {
   return QChar(0x2068) + name + QChar(0x2069);
 }
 
+/// Numbers and units, which stay in their order in a mirrored window.
+[[nodiscard]] inline QString leftToRight(const QString& words) {
+  return QChar(0x2066) + words + QChar(0x2069);
+}
+
 }  // namespace vantorel
