@@ -121,6 +121,7 @@ void AnnotateCanvas::refresh() {
     if (isTyping()) restartCaret();
     updateOverlay();
     updateCursor();
+    if (QAccessible::isActive()) announceTyping(*this);
     announceSelection();
   } else {
     takeContent();

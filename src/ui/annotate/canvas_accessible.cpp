@@ -1,13 +1,11 @@
 #include "ui/annotate/canvas_accessible.hpp"
 
-#include <QAccessible>
 #include <QAccessibleWidget>
-#include <QApplication>
-#include <map>
 #include <utility>
 
 #include "editor/tool_spec.hpp"
 #include "ui/annotate/annotate_canvas.hpp"
+#include "ui/annotate/typed_text_accessible.hpp"
 
 namespace vantorel {
 namespace {
@@ -15,35 +13,23 @@ namespace {
 class CanvasAccessible;
 
 /// One shape, by its id: its place in the document may change.
-class ShapeAccessible : public QAccessibleInterface, public QAccessibleActionInterface {
+class ShapeAccessible : public PressableItem {
  public:
-  ShapeAccessible(CanvasAccessible& canvas, std::string id) : canvas_(canvas), id_(std::move(id)) {}
+  ShapeAccessible(CanvasAccessible& canvas, std::string id);
 
   [[nodiscard]] const std::string& id() const { return id_; }
   [[nodiscard]] const Shape* shape() const;
   [[nodiscard]] bool isValid() const override { return shape() != nullptr; }
-  [[nodiscard]] QObject* object() const override { return nullptr; }
-  [[nodiscard]] QWindow* window() const override;
-  [[nodiscard]] QAccessibleInterface* parent() const override;
-  [[nodiscard]] QAccessibleInterface* child(int) const override { return nullptr; }
-  [[nodiscard]] QAccessibleInterface* childAt(int, int) const override { return nullptr; }
-  [[nodiscard]] int childCount() const override { return 0; }
-  [[nodiscard]] int indexOfChild(const QAccessibleInterface*) const override { return -1; }
   [[nodiscard]] QString text(QAccessible::Text what) const override {
     if (what != QAccessible::Name || shape() == nullptr) return {};
     return QString::fromStdString(spokenName(*shape()));
   }
-  void setText(QAccessible::Text, const QString&) override {}
   [[nodiscard]] QRect rect() const override;
   [[nodiscard]] QAccessible::Role role() const override { return QAccessible::Graphic; }
   [[nodiscard]] QAccessible::State state() const override;
-  void* interface_cast(QAccessible::InterfaceType type) override {
-    return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface*>(this)
-                                                : nullptr;
-  }
-  [[nodiscard]] QStringList actionNames() const override { return {pressAction()}; }
-  void doAction(const QString& name) override;
-  [[nodiscard]] QStringList keyBindingsForAction(const QString&) const override { return {}; }
+
+ protected:
+  void press() override;
 
  private:
   CanvasAccessible& canvas_;
@@ -54,29 +40,27 @@ class CanvasAccessible : public QAccessibleWidget {
  public:
   explicit CanvasAccessible(AnnotateCanvas* canvas)
       : QAccessibleWidget(canvas, QAccessible::Canvas), canvas_(canvas) {}
-  ~CanvasAccessible() override {
-    for (const auto& [id, item] : items_) QAccessible::deleteAccessibleInterface(item);
-  }
 
   [[nodiscard]] AnnotateCanvas& canvas() const { return *canvas_; }
   [[nodiscard]] const EditorModel* editor() const {
     return canvas_->isReady() ? &canvas_->model().editor() : nullptr;
   }
 
-  [[nodiscard]] int childCount() const override {
-    return editor() == nullptr ? 0 : static_cast<int>(editor()->state().shapes->size());
-  }
-  /// Made once for each shape, and kept by the registry that deletes it.
+  /// The shapes, and after them the text that is typed.
+  [[nodiscard]] int childCount() const override { return shapeCount() + (isTyping() ? 1 : 0); }
   [[nodiscard]] QAccessibleInterface* child(int index) const override {
     if (index < 0 || index >= childCount()) return nullptr;
+    if (index == shapeCount()) return &typedText();
     return itemOf((*editor()->state().shapes)[static_cast<std::size_t>(index)]->id);
   }
   [[nodiscard]] QAccessibleInterface* itemOf(const std::string& id) const {
-    const auto found = items_.find(id);
-    if (found != items_.end()) return QAccessible::accessibleInterface(found->second);
-    auto* const item = new ShapeAccessible(const_cast<CanvasAccessible&>(*this), id);
-    items_.emplace(id, QAccessible::registerAccessibleInterface(item));
-    return item;
+    return items_.of(id,
+                     [&] { return new ShapeAccessible(const_cast<CanvasAccessible&>(*this), id); });
+  }
+  [[nodiscard]] TypedTextAccessible& typedText() const {
+    return static_cast<TypedTextAccessible&>(*typedText_.of(0, [&] {
+      return new TypedTextAccessible(const_cast<CanvasAccessible&>(*this), *canvas_);
+    }));
   }
   [[nodiscard]] int indexOf(const std::string& id) const {
     if (editor() == nullptr) return -1;
@@ -87,16 +71,21 @@ class CanvasAccessible : public QAccessibleWidget {
     return -1;
   }
   [[nodiscard]] int indexOfChild(const QAccessibleInterface* child) const override {
+    if (dynamic_cast<const TypedTextAccessible*>(child) != nullptr) {
+      return isTyping() ? shapeCount() : -1;
+    }
     const auto* const item = dynamic_cast<const ShapeAccessible*>(child);
     return item == nullptr ? -1 : indexOf(item->id());
   }
   [[nodiscard]] QAccessibleInterface* childAt(int x, int y) const override {
     if (editor() == nullptr) return nullptr;
+    if (isTyping() && typedText().rect().contains(x, y)) return &typedText();
     const Pt canvas = canvas_->canvasAt(canvas_->mapFromGlobal(QPointF(x, y)));
     const Shape* const shape = editor()->shapeAt(editor()->toCanvas().inverse()(canvas), 1);
     return shape == nullptr ? nullptr : itemOf(shape->id);
   }
   [[nodiscard]] QAccessibleInterface* focusChild() const override {
+    if (isTyping() && canvas_->hasFocus()) return &typedText();
     if (editor() == nullptr || !canvas_->hasFocus() || editor()->selection().size() != 1) {
       return nullptr;
     }
@@ -104,17 +93,22 @@ class CanvasAccessible : public QAccessibleWidget {
   }
 
  private:
+  [[nodiscard]] bool isTyping() const { return editor() != nullptr && editor()->isTyping(); }
+  [[nodiscard]] int shapeCount() const {
+    return editor() == nullptr ? 0 : static_cast<int>(editor()->state().shapes->size());
+  }
+
   AnnotateCanvas* canvas_;
-  mutable std::map<std::string, QAccessible::Id> items_;
+  mutable AccessibleItems<std::string> items_;
+  mutable AccessibleItems<int> typedText_;
 };
+
+ShapeAccessible::ShapeAccessible(CanvasAccessible& canvas, std::string id)
+    : PressableItem(canvas), canvas_(canvas), id_(std::move(id)) {}
 
 const Shape* ShapeAccessible::shape() const {
   return canvas_.editor() == nullptr ? nullptr : canvas_.editor()->state().find(id_);
 }
-
-QWindow* ShapeAccessible::window() const { return canvas_.window(); }
-
-QAccessibleInterface* ShapeAccessible::parent() const { return &canvas_; }
 
 QRect ShapeAccessible::rect() const {
   if (!isValid()) return {};
@@ -141,8 +135,8 @@ QAccessible::State ShapeAccessible::state() const {
   return state;
 }
 
-void ShapeAccessible::doAction(const QString& name) {
-  if (!isValid() || name != pressAction() || canvas_.canvas().isInGesture()) return;
+void ShapeAccessible::press() {
+  if (canvas_.canvas().isInGesture()) return;
   canvas_.canvas().model().editor().select({id_});
   canvas_.canvas().setFocus(Qt::OtherFocusReason);
 }
@@ -155,11 +149,13 @@ QAccessibleInterface* makeCanvas(const QString&, QObject* object) {
 }  // namespace
 
 void installCanvasAccessibility() {
-  // An application forgets its factories when it goes.
-  constexpr const char* mark = "vantorelCanvasAccessible";
-  if (qApp->property(mark).toBool()) return;
-  qApp->setProperty(mark, true);
-  QAccessible::installFactory(makeCanvas);
+  installAccessibleFactory("vantorelCanvasAccessible", makeCanvas);
+}
+
+void announceTyping(AnnotateCanvas& canvas, void (*tell)(QAccessibleEvent*)) {
+  auto* const seen =
+      dynamic_cast<CanvasAccessible*>(QAccessible::queryAccessibleInterface(&canvas));
+  if (seen != nullptr) seen->typedText().announce(tell);
 }
 
 void announceShape(AnnotateCanvas& canvas, const std::string& shapeID) {

@@ -1,15 +1,12 @@
 #include "ui/history/captures_accessible.hpp"
 
-#include <QAccessible>
 #include <QAccessibleWidget>
-#include <QApplication>
 #include <QLineEdit>
-#include <map>
-#include <memory>
 
 #include "library/entry_title.hpp"
 #include "ui/history/history_view.hpp"
 #include "ui/history/tile_painting.hpp"
+#include "ui/kit/accessible_item.hpp"
 
 namespace vantorel {
 namespace {
@@ -17,31 +14,19 @@ namespace {
 class CapturesAccessible;
 
 /// One capture. What it says is what stands at its place now.
-class CaptureAccessible : public QAccessibleInterface, public QAccessibleActionInterface {
+class CaptureAccessible : public PressableItem {
  public:
-  CaptureAccessible(CapturesAccessible& list, std::size_t place) : list_(list), place_(place) {}
+  CaptureAccessible(CapturesAccessible& list, std::size_t place);
 
   [[nodiscard]] std::size_t place() const { return place_; }
   [[nodiscard]] bool isValid() const override;
-  [[nodiscard]] QObject* object() const override { return nullptr; }
-  [[nodiscard]] QWindow* window() const override;
-  [[nodiscard]] QAccessibleInterface* parent() const override;
-  [[nodiscard]] QAccessibleInterface* child(int) const override { return nullptr; }
-  [[nodiscard]] QAccessibleInterface* childAt(int, int) const override { return nullptr; }
-  [[nodiscard]] int childCount() const override { return 0; }
-  [[nodiscard]] int indexOfChild(const QAccessibleInterface*) const override { return -1; }
   [[nodiscard]] QString text(QAccessible::Text what) const override;
-  void setText(QAccessible::Text, const QString&) override {}
   [[nodiscard]] QRect rect() const override;
   [[nodiscard]] QAccessible::Role role() const override { return QAccessible::ListItem; }
   [[nodiscard]] QAccessible::State state() const override;
-  void* interface_cast(QAccessible::InterfaceType type) override {
-    return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface*>(this)
-                                                : nullptr;
-  }
-  [[nodiscard]] QStringList actionNames() const override { return {pressAction()}; }
-  void doAction(const QString& name) override;
-  [[nodiscard]] QStringList keyBindingsForAction(const QString&) const override { return {}; }
+
+ protected:
+  void press() override;
 
  private:
   CapturesAccessible& list_;
@@ -52,9 +37,6 @@ class CapturesAccessible : public QAccessibleWidget {
  public:
   explicit CapturesAccessible(HistoryView* view)
       : QAccessibleWidget(view, QAccessible::List), view_(view) {}
-  ~CapturesAccessible() override {
-    for (const auto& [place, id] : items_) QAccessible::deleteAccessibleInterface(id);
-  }
 
   [[nodiscard]] HistoryView& view() const { return *view_; }
   [[nodiscard]] const HistoryListing& listing() const { return view_->model().listing(); }
@@ -64,18 +46,15 @@ class CapturesAccessible : public QAccessibleWidget {
     return static_cast<int>(listing().size()) + (editor() == nullptr ? 0 : 1);
   }
 
-  /// Made once for each place, and kept by the registry that deletes it.
   [[nodiscard]] QAccessibleInterface* child(int index) const override {
     if (index < 0 || index >= childCount()) return nullptr;
     if (index == static_cast<int>(listing().size())) {
       return QAccessible::queryAccessibleInterface(editor());
     }
     const auto place = static_cast<std::size_t>(index);
-    const auto found = items_.find(place);
-    if (found != items_.end()) return QAccessible::accessibleInterface(found->second);
-    auto* const item = new CaptureAccessible(const_cast<CapturesAccessible&>(*this), place);
-    items_.emplace(place, QAccessible::registerAccessibleInterface(item));
-    return item;
+    return items_.of(place, [&] {
+      return new CaptureAccessible(const_cast<CapturesAccessible&>(*this), place);
+    });
   }
   [[nodiscard]] int indexOfChild(const QAccessibleInterface* child) const override {
     const auto* const item = dynamic_cast<const CaptureAccessible*>(child);
@@ -103,14 +82,13 @@ class CapturesAccessible : public QAccessibleWidget {
   }
 
   HistoryView* view_;
-  mutable std::map<std::size_t, QAccessible::Id> items_;
+  mutable AccessibleItems<std::size_t> items_;
 };
 
+CaptureAccessible::CaptureAccessible(CapturesAccessible& list, std::size_t place)
+    : PressableItem(list), list_(list), place_(place) {}
+
 bool CaptureAccessible::isValid() const { return place_ < list_.listing().size(); }
-
-QWindow* CaptureAccessible::window() const { return list_.window(); }
-
-QAccessibleInterface* CaptureAccessible::parent() const { return &list_; }
 
 QString CaptureAccessible::text(QAccessible::Text what) const {
   if (!isValid()) return {};
@@ -153,9 +131,7 @@ QAccessible::State CaptureAccessible::state() const {
   return state;
 }
 
-void CaptureAccessible::doAction(const QString& name) {
-  if (isValid() && name == pressAction()) list_.view().choose(place_);
-}
+void CaptureAccessible::press() { list_.view().choose(place_); }
 
 QAccessibleInterface* makeCaptures(const QString&, QObject* object) {
   auto* const view = dynamic_cast<HistoryView*>(object);
@@ -165,11 +141,7 @@ QAccessibleInterface* makeCaptures(const QString&, QObject* object) {
 }  // namespace
 
 void installCapturesAccessibility() {
-  // An application forgets its factories when it goes.
-  constexpr const char* mark = "vantorelCapturesAccessible";
-  if (qApp->property(mark).toBool()) return;
-  qApp->setProperty(mark, true);
-  QAccessible::installFactory(makeCaptures);
+  installAccessibleFactory("vantorelCapturesAccessible", makeCaptures);
 }
 
 }  // namespace vantorel

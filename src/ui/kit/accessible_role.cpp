@@ -3,10 +3,11 @@
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QAccessibleWidget>
-#include <QApplication>
 #include <QComboBox>
 #include <QVariant>
 #include <QWidget>
+
+#include "ui/kit/accessible_item.hpp"
 
 namespace vantorel {
 namespace {
@@ -116,11 +117,7 @@ QAccessibleInterface* makeWithRole(const QString&, QObject* object) {
 
 void setAccessibleRole(QWidget& widget, QAccessible::Role role) {
   widget.setProperty(roleProperty, static_cast<int>(role));
-  // An application forgets its factories when it goes.
-  constexpr const char* mark = "vantorelAccessibleRoles";
-  if (qApp->property(mark).toBool()) return;
-  qApp->setProperty(mark, true);
-  QAccessible::installFactory(makeWithRole);
+  installAccessibleFactory("vantorelAccessibleRoles", makeWithRole);
 }
 
 void setAccessibleCurrent(QWidget& widget, bool isCurrent) {
