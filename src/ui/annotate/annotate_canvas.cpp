@@ -35,6 +35,14 @@ QPointF asPoint(Pt at) { return {at.x, at.y}; }
 
 QRectF asRect(const Box& box) { return QRectF(box.x, box.y, box.w, box.h).normalized(); }
 
+/// On a label they are white or black, as it is read better.
+QColor inkOfLetters(const Shape& text) {
+  const QColor ink(QString::fromStdString(text.color));
+  if (text.textStyle != TextStyle::label) return ink;
+  constexpr double readable = 4.5;
+  return contrast(Qt::white, ink) >= readable ? Qt::white : Qt::black;
+}
+
 /// A part of the picture without a copy.
 QImage partOf(const CanvasScene::Picture& picture, const QRect& part) {
   const std::uint8_t* const first = picture.pixels +
@@ -302,7 +310,7 @@ CanvasOverlay AnnotateCanvas::overlayNow() const {
   if (editor.isTyping()) {
     CanvasOverlay::Typing typing;
     typing.frame = inView(editor.frameOfShape(editor.shownDraft()));
-    typing.ink = QColor(QString::fromStdString(editor.draft()->color));
+    typing.ink = inkOfLetters(*editor.draft());
     if (const auto caret = editor.textCaret()) {
       for (const Box& box : caret->selection) typing.selection.push_back(inView(box));
       for (const Box& box : caret->composed) typing.composed.push_back(inView(box));
@@ -497,7 +505,6 @@ void AnnotateCanvas::paintEvent(QPaintEvent* event) {
     paintPart(painter, part);
     exposed |= part;
   }
-  if (isRinged_) paintRing(painter);
   if (!isReady() || !hasPixels_) return;
   overlay_.paint(painter, exposed, ratio_);
   if (loupe_) {
@@ -505,6 +512,7 @@ void AnnotateCanvas::paintEvent(QPaintEvent* event) {
     const Image pixels = model_->scene().loupe(pixel, loupePixels);
     paintSampleLoupe(painter, *loupe_, sharedImage(pixels));
   }
+  if (isRinged_ || isDropTarget_) paintRing(painter);
 }
 
 void AnnotateCanvas::resizeEvent(QResizeEvent*) {
@@ -559,9 +567,19 @@ void AnnotateCanvas::dragEnterEvent(QDragEnterEvent* event) {
   if (std::ranges::none_of(urls, &QUrl::isLocalFile)) return event->ignore();
   event->setDropAction(Qt::CopyAction);
   event->accept();
+  showDropTarget(true);
+}
+
+void AnnotateCanvas::dragLeaveEvent(QDragLeaveEvent*) { showDropTarget(false); }
+
+void AnnotateCanvas::showDropTarget(bool isShown) {
+  if (isDropTarget_ == isShown) return;
+  isDropTarget_ = isShown;
+  update();
 }
 
 void AnnotateCanvas::dropEvent(QDropEvent* event) {
+  showDropTarget(false);
   std::vector<Path> files;
   for (const QUrl& url : event->mimeData()->urls()) {
     if (url.isLocalFile()) files.emplace_back(QFile::encodeName(url.toLocalFile()).toStdString());
@@ -570,7 +588,7 @@ void AnnotateCanvas::dropEvent(QDropEvent* event) {
   event->setDropAction(Qt::CopyAction);
   event->accept();
   endGesture();
-  onDropped(files);
+  onDropped(files, canvasAt(event->position()));
 }
 
 }  // namespace vantorel

@@ -67,7 +67,8 @@ class AnnotateCanvas : public QWidget {
   std::function<void(const QRect& frame, const QRect& whole)> onCropMoved;
   std::function<void(Tool tool)> onToolKey;  ///< a letter has picked it, maybe once more
   std::function<void(const QPoint& global)> onMenu;
-  std::function<void(const std::vector<Path>& files)> onDropped;
+  /// Files from elsewhere, at a place of the canvas.
+  std::function<void(const std::vector<Path>& files, Pt at)> onDropped;
 
  protected:
   bool event(QEvent* event) override;
@@ -91,6 +92,7 @@ class AnnotateCanvas : public QWidget {
   void inputMethodEvent(QInputMethodEvent* event) override;
   [[nodiscard]] QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
   void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragLeaveEvent(QDragLeaveEvent* event) override;
   void dropEvent(QDropEvent* event) override;
 
  private:
@@ -139,6 +141,7 @@ class AnnotateCanvas : public QWidget {
 
   void announceSelection();
   void showRing(bool isShown);
+  void showDropTarget(bool isShown);
 
   std::shared_ptr<AnnotateModel> model_;
   BusyRing* loading_;
@@ -174,6 +177,7 @@ class AnnotateCanvas : public QWidget {
   QElapsedTimer edgeTime_;
   QBasicTimer caret_;
   std::string announced_;
+  bool isDropTarget_ = false;
   bool isRinged_ = false;  // the keyboard has come here by itself
   Observation scene_;
 };

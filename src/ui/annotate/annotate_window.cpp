@@ -68,8 +68,10 @@ class InspectorPane : public QWidget {
 
 QString asWords(const std::string& text) { return QString::fromStdString(text); }
 
+/// With the mark that desktops give to what is not saved.
 QString titleFor(const AnnotateModel& model) {
-  return QStringLiteral("%1 — Annotate").arg(shownName(model.title(), QStringLiteral("Capture")));
+  QString name = shownName(model.title(), QStringLiteral("Capture"));
+  return QStringLiteral("%1[*] — Annotate").arg(name.replace("[*]", "[*][*]"));
 }
 
 /// With the picture pixel by pixel.
@@ -130,7 +132,9 @@ AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::functi
   };
   canvas_->onToolKey = [this](Tool tool) { offerForms(tool); };
   canvas_->onMenu = [this](const QPoint& at) { showMenu(at); };
-  canvas_->onDropped = [this](const std::vector<Path>& files) { model_->addLayers(files); };
+  canvas_->onDropped = [this](const std::vector<Path>& files, Pt at) {
+    model_->addLayers(files, at);
+  };
   blank_->onRemove = [this] { model_->removeFromHistory(); };
   footer_->onZoomIn = [this] { canvas_->zoomIn(); };
   footer_->onZoomOut = [this] { canvas_->zoomOut(); };
@@ -222,13 +226,14 @@ void AnnotateWindow::modelChanged(const AnnotateModel::Change& change) {
   if (change.saving && question_ != nullptr) {
     QMetaObject::invokeMethod(this, [this] { endQuestion(); }, Qt::QueuedConnection);
   }
+  if (change.saving || change.document) setWindowModified(model_->hasUnsavedChanges());
   if (change.notice) showSaid();
   if (change.notice || change.document || change.stage) showHint();
 }
 
 void AnnotateWindow::showStage() {
   setWindowTitle(titleFor(*model_));
-  setAccessibleName(windowTitle());
+  setAccessibleName(QStringLiteral("%1 — Annotate").arg(asWords(model_->title())));
   const bool hasFailed = model_->stage() == AnnotateModel::Stage::failed;
   if (hasFailed) blank_->show(asWords(model_->failure()), model_->offersRemove());
   blank_->setVisible(hasFailed);
@@ -237,8 +242,8 @@ void AnnotateWindow::showStage() {
   inspector_->setEnabled(isReady());
 }
 
-/// Failures and refusals stand over the canvas, which does not move for them; the rest is said in
-/// the line below.
+/// Failures and refusals stand above the canvas, which shows all of a picture that fits meanwhile;
+/// the rest is said in the line below.
 void AnnotateWindow::showSaid() {
   QString text;
   QString action;
@@ -286,7 +291,10 @@ void AnnotateWindow::arrange() {
   const int beside = isShown && !isNarrow() ? inspectorWidth : 0;
   bar_->setGeometry(0, 0, width, top);
   rail_->setGeometry(placed({0, top, left, height}));
-  const QRect picture = placed({left, top, std::max(0, width - left - beside), height});
+  const int room = std::max(0, width - left - beside);
+  const int said = band_->isHidden() ? 0 : bandHeight(room);
+  band_->setGeometry(placed({left, top, room, said}));
+  const QRect picture = placed({left, top + said, room, std::max(0, height - said)});
   canvas_->setGeometry(picture);
   blank_->setGeometry(picture);
   footer_->setGeometry(0, top + height, width, bottom);
@@ -296,12 +304,10 @@ void AnnotateWindow::arrange() {
   pane_->setGeometry(placed({width - shown, top, inspectorWidth, height}));
   if (isShown && isNarrow()) pane_->raise();
   bar_->setInspectorShown(isNarrow() ? isDrawerOpen_ : isInspectorWanted_);
-  if (!band_->isHidden()) {
-    const int words = band_->hasHeightForWidth() ? band_->heightForWidth(picture.width())
-                                                 : band_->sizeHint().height();
-    band_->setGeometry(QRect(picture.topLeft(), QSize(picture.width(), words)));
-    band_->raise();
-  }
+}
+
+int AnnotateWindow::bandHeight(int width) const {
+  return band_->hasHeightForWidth() ? band_->heightForWidth(width) : band_->sizeHint().height();
 }
 
 bool AnnotateWindow::eventFilter(QObject* object, QEvent* event) {

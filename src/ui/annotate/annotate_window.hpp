@@ -49,6 +49,7 @@ class AnnotateWindow : public WindowFrame {
   void showSaid();
   void showHint();
   void arrange();
+  [[nodiscard]] int bandHeight(int width) const;
   void setDrawer(bool isOpen);
   void toggleInspector();
   [[nodiscard]] bool isNarrow() const;

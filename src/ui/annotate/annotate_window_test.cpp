@@ -170,7 +170,8 @@ class AnnotateWindowTest : public UiTestCase {
 
 TEST_F(AnnotateWindowTest, EveryToolDrawsByHandAndKey) {
   const auto opened = open();
-  EXPECT_EQ(opened->window->windowTitle(), "Stations, week 47 — Annotate");
+  EXPECT_EQ(opened->window->windowTitle(), "Stations, week 47[*] — Annotate");
+  EXPECT_FALSE(opened->window->isWindowModified());
   std::size_t drawn = 0;
   for (const ToolSpec& spec : toolSpecs()) {
     const auto type = shapeTypeOf(spec.tool);
@@ -414,6 +415,41 @@ TEST_F(AnnotateWindowTest, ClosingAsksOnceAndDoesWhatIsAnswered) {
   EXPECT_TRUE(other->isClosed);
   EXPECT_TRUE(other->run.capture->stored.empty());
   EXPECT_EQ(other->run.capture->draftsDropped, 1);
+  EXPECT_THAT(other->run.alerts.notices, ElementsAre("Annotate: Annotation discarded"));
+}
+
+TEST_F(AnnotateWindowTest, DoneTakesATextAlongThatIsStillTyped) {
+  const auto opened = open();
+  type(QStringLiteral("t"));
+  click(at(100, 100));
+  type(QStringLiteral("weir"));
+  rest();
+  EXPECT_TRUE(opened->window->isWindowModified());
+  key(Qt::Key_Return, Qt::ControlModifier);
+  rest();
+  EXPECT_TRUE(opened->isClosed);
+  ASSERT_EQ(opened->run.capture->stored.size(), 1U);
+  EXPECT_EQ(opened->run.capture->stored.back().shapes.front().text, "weir");
+}
+
+TEST_F(AnnotateWindowTest, ABackgroundThatIsTooLargeSaysSoAboveThePictureAtOnce) {
+  const auto opened = open({7900, 7900});
+  BackgroundSpec background;
+  background.fill.value = BackgroundFill::Solid{"#007aff"};
+  background.paddingPercent = 8;
+  const QRect before = opened->canvas->geometry();
+  ASSERT_TRUE(editor().setBackground(background));
+  rest();
+  keepPicture("annotate-too-large");
+  ASSERT_TRUE(opened->run.model->refusal());
+  EXPECT_THAT(opened->run.model->refusal()->sentence, HasSubstr("background padding"));
+  EXPECT_GT(opened->canvas->geometry().top(), before.top()) << "the picture is seen whole";
+  EXPECT_EQ(opened->canvas->geometry().bottom(), before.bottom());
+  background.paddingPercent = 0;
+  ASSERT_TRUE(editor().setBackground(background));
+  rest();
+  EXPECT_FALSE(opened->run.model->refusal());
+  EXPECT_EQ(opened->canvas->geometry(), before);
 }
 
 TEST_F(AnnotateWindowTest, TwoWindowsEachHaveTheirOwn) {
@@ -459,16 +495,22 @@ TEST_F(AnnotateWindowTest, PicturesDroppedOnTheCanvasBecomeLayers) {
   opened->run.files->folders.insert("/pictures");
   opened->run.files->put("/pictures/map.png",
                          FakeImageCodec().encode(testPicture({60, 40}, 2), {}).value());
+  const QPointF where = at(200, 150);
   QMimeData files;
   files.setUrls({QUrl::fromLocalFile(QStringLiteral("/pictures/map.png"))});
-  QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &files, Qt::LeftButton, {});
+  QDragEnterEvent enter(where.toPoint(), Qt::CopyAction, &files, Qt::LeftButton, {});
   QCoreApplication::sendEvent(opened->canvas, &enter);
   EXPECT_TRUE(enter.isAccepted());
-  QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &files, Qt::LeftButton, {});
+  rest();
+  keepPicture("annotate-drop");
+  QDropEvent drop(where, Qt::CopyAction, &files, Qt::LeftButton, {});
   QCoreApplication::sendEvent(opened->canvas, &drop);
   rest();
   ASSERT_EQ(editor().state().layers->size(), 2U);
   EXPECT_EQ(editor().state().layers->back().name, "map");
+  const Box frame = editor().state().layers->back().frame;
+  EXPECT_NEAR(at(frame.x + 30, frame.y + 20).x(), where.x(), 1);
+  EXPECT_NEAR(at(frame.x + 30, frame.y + 20).y(), where.y(), 1);
   QMimeData words;
   words.setText(QStringLiteral("weir"));
   QDragEnterEvent other(QPoint(50, 50), Qt::CopyAction, &words, Qt::LeftButton, {});
@@ -593,6 +635,74 @@ TEST_F(AnnotateWindowTest, ScreenReadersSeeTheShapes) {
     EXPECT_FALSE(one->accessibleName().isEmpty() && one->text().isEmpty())
         << one->objectName().toStdString();
   }
+}
+
+/// What screen readers were told, as the toolkit passes it on.
+std::vector<std::string> told;
+
+void tell(QAccessibleEvent* event) {
+  if (event->type() == QAccessible::TextInserted) {
+    const auto* const letters = static_cast<QAccessibleTextInsertEvent*>(event);
+    told.push_back("+" + letters->textInserted().toStdString() + "@" +
+                   std::to_string(letters->changePosition()));
+  } else if (event->type() == QAccessible::TextRemoved) {
+    const auto* const letters = static_cast<QAccessibleTextRemoveEvent*>(event);
+    told.push_back("-" + letters->textRemoved().toStdString() + "@" +
+                   std::to_string(letters->changePosition()));
+  } else if (event->type() == QAccessible::TextCaretMoved) {
+    told.push_back(
+        "|" + std::to_string(static_cast<QAccessibleTextCursorEvent*>(event)->cursorPosition()));
+  } else if (event->type() == QAccessible::TextSelectionChanged) {
+    told.emplace_back("selection");
+  } else if (event->type() == QAccessible::Focus && event->accessibleInterface() != nullptr) {
+    told.push_back(event->accessibleInterface()->role() == QAccessible::EditableText ? "text"
+                                                                                     : "focus");
+  }
+}
+
+TEST_F(AnnotateWindowTest, ScreenReadersFollowWhatIsTyped) {
+  const auto opened = open();
+  QAccessibleInterface* const canvas = QAccessible::queryAccessibleInterface(opened->canvas);
+  // With no reader on the bus, nobody is told by itself.
+  const auto rest = [&] {
+    AnnotateWindowTest::rest();
+    announceTyping(*opened->canvas, tell);
+  };
+  type(QStringLiteral("t"));
+  told.clear();
+  click(at(100, 100));
+  rest();
+  type(QStringLiteral("w"));
+  rest();
+  compose({}, QStringLiteral("é👍"));
+  rest();
+  EXPECT_THAT(told, ElementsAre("text", "|0", "+w@0", "|1", "+é👍@1", "|4"));
+  ASSERT_EQ(canvas->childCount(), 1);
+  QAccessibleInterface* const typed = canvas->child(0);
+  EXPECT_EQ(canvas->focusChild(), typed);
+  EXPECT_EQ(canvas->indexOfChild(typed), 0);
+  EXPECT_EQ(typed->role(), QAccessible::EditableText);
+  QAccessibleTextInterface* const text = typed->textInterface();
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->text(0, -1), QStringLiteral("wé👍"));
+  const QRect second = text->characterRect(1);
+  EXPECT_GT(second.height(), 8);
+  EXPECT_EQ(text->offsetAtPoint(second.center() - QPoint(second.width() / 3, 0)), 1);
+  told.clear();
+  text->setSelection(0, 1, 4);
+  rest();
+  EXPECT_EQ(editor().selectedText(), "é👍");
+  EXPECT_EQ(text->selectionCount(), 1);
+  typed->editableTextInterface()->replaceText(1, 2, QStringLiteral("eir"));
+  rest();
+  EXPECT_THAT(told, ElementsAre("selection", "-é@1", "+eir@1", "selection"));
+  told.clear();
+  key(Qt::Key_Escape);
+  rest();
+  EXPECT_FALSE(typed->isValid());
+  EXPECT_THAT(told, testing::Contains("focus"));
+  ASSERT_EQ(canvas->childCount(), 1);
+  EXPECT_EQ(canvas->child(0)->text(QAccessible::Name), QStringLiteral("Text “weir👍”"));
 }
 
 /// Hands that do anything at any moment: nothing may break, and what is there can be saved.

@@ -270,10 +270,7 @@ bool AnnotateCanvas::event(QEvent* event) {
       break;
     case QEvent::ShortcutOverride: {
       auto* const key = static_cast<QKeyEvent*>(event);
-      // Ends what is typed before it ends anything else.
-      if (isTyping() && (isComposing_ || key->matches(QKeySequence::InsertLineSeparator) ||
-                         ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
-                          key->modifiers() == Qt::ControlModifier))) {
+      if (isTyping() && (isComposing_ || key->matches(QKeySequence::InsertLineSeparator))) {
         event->accept();
         return true;
       }
