@@ -215,9 +215,11 @@ void paintFrames(QPainter& painter, const std::vector<QRectF>& frames, const QRe
 
 void paintHandle(QPainter& painter, const CanvasOverlay::Handle& handle, double ratio) {
   using Knob = CanvasOverlay::Knob;
-  const double side = (knobSide - knobRim) * ratio;
-  QRectF area(0, 0, side, side);
-  area.moveCenter(handle.at);
+  // Its edges lie on whole device pixels: a rim this thin is lost when it is blurred.
+  const double side = std::round(knobSide * ratio);
+  const QPointF corner(std::round(handle.at.x() - side / 2), std::round(handle.at.y() - side / 2));
+  const double inset = knobRim * ratio / 2;
+  const QRectF area = QRectF(corner, QSizeF(side, side)).adjusted(inset, inset, -inset, -inset);
   const bool isBow = handle.knob == Knob::bow;
   painter.setPen(QPen(isBow ? QColor(Qt::white) : accent, knobRim * ratio));
   painter.setBrush(isBow ? accent : QColor(Qt::white));
