@@ -29,7 +29,7 @@ QString sizeWords(CanvasSize size) {
   const QString words = QStringLiteral("%1 × %2 px")
                             .arg(QString::number(size.width, 'f', 0))
                             .arg(QString::number(size.height, 'f', 0));
-  return QChar(0x2066) + words + QChar(0x2069);
+  return leftToRight(words);
 }
 
 }  // namespace
