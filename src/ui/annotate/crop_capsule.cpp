@@ -116,11 +116,17 @@ CropCapsule::CropCapsule(QWidget* canvas)
   });
   rows_->addWidget(aspect_);
 
+  // Width before height in every direction of writing.
+  auto* const size = new QWidget(this);
+  size->setLayoutDirection(Qt::LeftToRight);
+  auto* const sides = new QHBoxLayout(size);
+  sides->setContentsMargins(0, 0, 0, 0);
+  sides->setSpacing(tokens::space4);
   auto* const rest = new QHBoxLayout;
   rest->setSpacing(tokens::space4);
   rows_->addLayout(rest);
   const auto addField = [&](const QString& name, bool isHeight) {
-    auto* const field = new QLineEdit(this);
+    auto* const field = new QLineEdit(size);
     field->setAccessibleName(name);
     field->setToolTip(QStringLiteral("%1 in pixels").arg(name));
     field->setAlignment(Qt::AlignCenter);
@@ -129,15 +135,16 @@ CropCapsule::CropCapsule(QWidget* canvas)
     field->setFixedWidth(field->fontMetrics().horizontalAdvance(QStringLiteral("00000")) + 20);
     field->installEventFilter(this);
     connect(field, &QLineEdit::editingFinished, this, [this, isHeight] { typed(isHeight); });
-    rest->addWidget(field);
+    sides->addWidget(field);
     return field;
   };
   width_ = addField(QStringLiteral("Width"), false);
   auto* const times =
       new RoleLabel(QStringLiteral("×"), &PaletteRoles::quiet, tokens::bodyFont, this);
   times->setWordWrap(false);
-  rest->addWidget(times);
+  sides->addWidget(times);
   height_ = addField(QStringLiteral("Height"), true);
+  rest->addWidget(size);
   rest->addSpacing(tokens::space8);
   auto* const cancel = new QPushButton(QStringLiteral("Cancel"), this);
   cancel->setAutoDefault(false);

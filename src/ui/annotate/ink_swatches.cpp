@@ -11,6 +11,7 @@
 #include <array>
 
 #include "editor/shape_styling.hpp"
+#include "ui/annotate/tab_order.hpp"
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -142,7 +143,7 @@ void InkSwatches::setColors(const std::vector<QString>& colors) {
   }
   cells_.clear();
   colors_.clear();
-  QWidget* last = this;
+  QWidget* last = focusBefore(*this);
   for (const QString& color : colors) {
     addCell(color, color, color);
     setTabOrder(last, cells_.back());

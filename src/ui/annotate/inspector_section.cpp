@@ -65,7 +65,8 @@ class InspectorSection::Header : public QAbstractButton {
     const PaletteRoles roles = rolesOf(palette());
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setLayoutDirection(layoutDirection());
+    // The words run as the language does, from the side where the section begins.
+    const Qt::Alignment side = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
     if (underMouse()) {
       paintBox(painter, QRectF(rect()).adjusted(6, 4, -6, -4), tokens::buttonRadius,
                isDown() ? roles.press : roles.hover, Qt::NoPen);
@@ -85,8 +86,7 @@ class InspectorSection::Header : public QAbstractButton {
       const int title = QFontMetrics(tokens::strongFont()).horizontalAdvance(text());
       if (to - wide - tokens::space8 - from >= title) {
         to -= wide;
-        painter.drawText(placed({to, 0, wide, height()}), Qt::AlignVCenter | Qt::AlignTrailing,
-                         foldedWords);
+        painter.drawText(placed({to, 0, wide, height()}), Qt::AlignCenter, foldedWords);
         to -= tokens::space8;
       }
     }
@@ -94,7 +94,7 @@ class InspectorSection::Header : public QAbstractButton {
     painter.setPen(roles.text);
     painter.drawText(
         placed({from, 0, std::max(0, to - from), height()}),
-        Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine,
+        int(Qt::AlignVCenter | side) | Qt::TextSingleLine,
         QFontMetrics(tokens::strongFont()).elidedText(text(), Qt::ElideRight, to - from));
     if (hasKeyboardFocus(*this)) {
       paintFocusRing(painter, QRectF(rect()).adjusted(9, 7, -9, -7), tokens::buttonRadius - 2,

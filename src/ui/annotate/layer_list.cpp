@@ -11,6 +11,7 @@
 
 #include "editor/layer_layout.hpp"
 #include "ui/annotate/shown_name.hpp"
+#include "ui/annotate/tab_order.hpp"
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/name_field.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -110,7 +111,7 @@ void LayerList::refresh() {
     connectRow(row);
     column_->addWidget(row);
     // In the place where it is seen, not behind all that was made before.
-    setTabOrder(rows_.empty() ? this : static_cast<QWidget*>(rows_.back()), row);
+    setTabOrder(rows_.empty() ? focusBefore(*this) : rows_.back(), row);
     rows_.push_back(row);
   }
   while (rows_.size() > shown.size()) {

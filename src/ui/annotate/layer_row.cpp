@@ -157,7 +157,11 @@ void LayerRow::paintEvent(QPaintEvent*) {
   const PaletteRoles roles = rolesOf(palette());
   QPainter painter(this);
   painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-  painter.setLayoutDirection(layoutDirection());
+  // A name runs as its own letters do.
+  painter.setLayoutDirection(Qt::LayoutDirectionAuto);
+  const int beside = int(Qt::AlignVCenter | Qt::AlignAbsolute |
+                         (isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft)) |
+                     Qt::TextSingleLine;
   if (isChecked()) {
     paintBox(painter, rect(), tokens::buttonRadius, roles.selection,
              roles.isHighContrast ? QPen(roles.text) : QPen(Qt::NoPen));
@@ -197,8 +201,7 @@ void LayerRow::paintEvent(QPaintEvent*) {
   int y = (height() - lines) / 2;
   painter.setFont(tokens::bodyFont());
   painter.setPen(roles.text);
-  painter.drawText(placed({nameLeft, y, room, body.height()}),
-                   Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine,
+  painter.drawText(placed({nameLeft, y, room, body.height()}), beside,
                    body.elidedText(line_.name, Qt::ElideMiddle, room));
   painter.setOpacity(1);
   if (isFaulty) {
@@ -210,8 +213,7 @@ void LayerRow::paintEvent(QPaintEvent*) {
     painter.setFont(tokens::smallFont());
     painter.setPen(roles.warning);
     painter.drawText(placed({nameLeft + side + 4, y, std::max(0, room - side - 4), small.height()}),
-                     Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine,
-                     small.elidedText(line_.fault, Qt::ElideRight, room - side - 4));
+                     beside, small.elidedText(line_.fault, Qt::ElideRight, room - side - 4));
   }
   if (hasKeyboardFocus(*this)) {
     paintFocusRing(painter, QRectF(rect()).adjusted(3, 3, -3, -3), tokens::buttonRadius - 2,

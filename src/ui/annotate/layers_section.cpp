@@ -13,10 +13,7 @@
 namespace vantorel {
 
 LayersSection::LayersSection(InspectedEditor editor, QWidget* parent)
-    : InspectorSection(QStringLiteral("layers"), true, parent),
-      editor_(std::move(editor)),
-      list_(new LayerList(editor_, this)),
-      arrangeRow_(new QWidget(this)) {
+    : InspectorSection(QStringLiteral("layers"), true, parent), editor_(std::move(editor)) {
   setTitle(QStringLiteral("Layers"));
   auto* const add = new QToolButton(this);
   add->setIcon(icon(IconName::plus));
@@ -26,6 +23,9 @@ LayersSection::LayersSection(InspectedEditor editor, QWidget* parent)
   add->setAccessibleName(QStringLiteral("Add layers"));
   connect(add, &QToolButton::clicked, this, [this] { editor_.addLayers(); });
   setTrailing(add);
+  // The keyboard goes through them in this order.
+  list_ = new LayerList(editor_, this);
+  arrangeRow_ = new QWidget(this);
   addContent(list_);
   auto* const row = new QHBoxLayout(arrangeRow_);
   row->setContentsMargins(tokens::space16, 0, tokens::space16, 0);
