@@ -27,7 +27,6 @@ namespace {
 using State = Card::State;
 
 constexpr QSize buttonSize(42, 36);
-constexpr int pictureRadius = tokens::floatingRadius;
 constexpr QColor letterbox(0x15, 0x17, 0x1a);
 
 QString text(const std::string& words) { return QString::fromStdString(words); }
@@ -234,10 +233,7 @@ void CardWindow::paintEvent(QPaintEvent* event) {
   paintCardBadge(painter, panel, *shown, showsActions());
   if (busySince_.isValid()) paintCardBusy(painter, panel, busySince_.elapsed());
   painter.setClipping(false);
-  painter.setPen(QPen(isTranslucent() ? floatingColors().innerLine : floatingColors().key, 1));
-  painter.setBrush(Qt::NoBrush);
-  painter.drawRoundedRect(QRectF(panelRect()).adjusted(0.5, 0.5, -0.5, -0.5), pictureRadius - 0.5,
-                          pictureRadius - 0.5);
+  paintPanelLine(painter, isTranslucent() ? floatingColors().innerLine : floatingColors().key);
 }
 
 /// Of the action that the pointer, or else the keyboard, is on.

@@ -193,10 +193,15 @@ void FloatingSurface::paintEvent(QPaintEvent*) {
   paintShadow(painter, panelRect(), radius_, closeShadow);
   painter.setClipping(false);
   painter.fillPath(panelPath(), ground);
-  painter.setPen(QPen(colors.innerLine, 1));
+  paintPanelLine(painter, colors.innerLine);
+}
+
+void FloatingSurface::paintPanelLine(QPainter& painter, const QColor& color, double width) const {
+  const double inset = width / 2;
+  painter.setPen(QPen(color, width));
   painter.setBrush(Qt::NoBrush);
-  painter.drawRoundedRect(QRectF(panelRect()).adjusted(0.5, 0.5, -0.5, -0.5), radius_ - 0.5,
-                          radius_ - 0.5);
+  painter.drawRoundedRect(QRectF(panelRect()).adjusted(inset, inset, -inset, -inset),
+                          radius_ - inset, radius_ - inset);
 }
 
 }  // namespace vantorel

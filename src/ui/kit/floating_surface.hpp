@@ -44,6 +44,9 @@ class FloatingSurface : public QWidget {
   /// The ground of the panel, where it is not the usual one.
   void setPanelColor(const QColor& color);
 
+  /// A line within the panel's edge, over what is painted there, in place of the usual one.
+  void paintPanelLine(QPainter& painter, const QColor& color, double width = 1) const;
+
   [[nodiscard]] bool isTranslucent() const { return isTranslucent_; }
   [[nodiscard]] QPainterPath panelPath() const;
   [[nodiscard]] NativeWindows& native() const { return *native_; }
