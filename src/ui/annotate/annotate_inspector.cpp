@@ -55,14 +55,7 @@ AnnotateInspector::AnnotateInspector(InspectedEditor editor, QWidget* parent)
 AnnotateInspector::AnnotateInspector(std::shared_ptr<AnnotateModel> model, QWidget* parent)
     : AnnotateInspector(parent) {
   model_ = std::move(model);
-  if (model_->stage() == AnnotateModel::Stage::ready) {
-    begin(inspected(model_, this));
-    return;
-  }
-  changes_ = model_->observe([this](const AnnotateModel::Change& change) {
-    if (!change.stage || model_->stage() != AnnotateModel::Stage::ready) return;
-    begin(inspected(model_, this));
-  });
+  whenReady(model_, this, changes_, [this](InspectedEditor editor) { begin(std::move(editor)); });
 }
 
 void AnnotateInspector::begin(InspectedEditor editor) {

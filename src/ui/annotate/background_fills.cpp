@@ -9,6 +9,7 @@
 #include <variant>
 
 #include "editor/background_gradient.hpp"
+#include "ui/annotate/painted_cell.hpp"
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/icons.hpp"
@@ -41,26 +42,7 @@ QLinearGradient brushOf(const BackgroundGradient& gradient, const QRectF& area) 
   return brush;
 }
 
-/// Painted by the grid, since rings reach over their neighbours' ground.
-class FillCell : public QRadioButton {
- public:
-  FillCell(const QString& name, QWidget* parent) : QRadioButton(parent) {
-    setAccessibleName(name);
-    setToolTip(name);
-  }
-
- protected:
-  [[nodiscard]] bool hitButton(const QPoint& at) const override { return rect().contains(at); }
-  void paintEvent(QPaintEvent*) override {}
-  void focusInEvent(QFocusEvent* event) override {
-    QRadioButton::focusInEvent(event);
-    parentWidget()->update();
-  }
-  void focusOutEvent(QFocusEvent* event) override {
-    QRadioButton::focusOutEvent(event);
-    parentWidget()->update();
-  }
-};
+using FillCell = PaintedCell<QRadioButton>;
 
 }  // namespace
 
@@ -69,11 +51,13 @@ BackgroundFills::BackgroundFills(QWidget* parent)
   setAccessibleRole(*this, QAccessible::Grouping);
   setAccessibleName(QStringLiteral("Fill"));
   setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-  group_->addButton(new FillCell(QStringLiteral("None"), this), noFill);
-  group_->addButton(new FillCell(QStringLiteral("One color"), this), solidFill);
+  group_->addButton(new FillCell(QStringLiteral("None"), QStringLiteral("None"), this), noFill);
+  group_->addButton(new FillCell(QStringLiteral("One color"), QStringLiteral("One color"), this),
+                    solidFill);
   int index = firstGradient;
   for (const BackgroundGradient& gradient : backgroundGradients()) {
-    group_->addButton(new FillCell(latin(gradient.label), this), index++);
+    const QString name = latin(gradient.label);
+    group_->addButton(new FillCell(name, name, this), index++);
   }
   connect(group_, &QButtonGroup::idToggled, this, [this](int chosen, bool isOn) {
     update();
@@ -101,14 +85,7 @@ void BackgroundFills::setCurrent(const BackgroundFill& fill, const std::string& 
       ++index;
     }
   }
-  const QSignalBlocker blocked(group_);
-  if (auto* const cell = group_->button(current)) {
-    cell->setChecked(true);
-  } else if (auto* const checked = group_->checkedButton()) {
-    group_->setExclusive(false);
-    checked->setChecked(false);
-    group_->setExclusive(true);
-  }
+  checkCell(*group_, group_->button(current));
   update();
 }
 
@@ -166,11 +143,7 @@ void BackgroundFills::paintEvent(QPaintEvent*) {
                                                      devicePixelRatioF(), roles.quiet));
     }
     if (cell.isChecked()) paintFocusRing(painter, area, tokens::buttonRadius, roles.focus);
-    if (!hasKeyboardFocus(cell)) continue;
-    painter.setPen(QPen(roles.text, 2));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(area.adjusted(-3, -3, 3, 3), tokens::buttonRadius + 3,
-                            tokens::buttonRadius + 3);
+    paintCellFocus(painter, cell, area, tokens::buttonRadius, roles.text);
   }
 }
 

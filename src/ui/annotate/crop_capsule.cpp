@@ -63,14 +63,7 @@ CropCapsule::CropCapsule(InspectedEditor editor, QWidget* canvas) : CropCapsule(
 CropCapsule::CropCapsule(std::shared_ptr<AnnotateModel> model, QWidget* canvas)
     : CropCapsule(canvas) {
   model_ = std::move(model);
-  if (model_->stage() == AnnotateModel::Stage::ready) {
-    begin(inspected(model_, this));
-    return;
-  }
-  changes_ = model_->observe([this](const AnnotateModel::Change& change) {
-    if (!change.stage || model_->stage() != AnnotateModel::Stage::ready) return;
-    begin(inspected(model_, this));
-  });
+  whenReady(model_, this, changes_, [this](InspectedEditor editor) { begin(std::move(editor)); });
 }
 
 /// What is seen of the capsule below its controls. The handles under its shadow are the canvas's.

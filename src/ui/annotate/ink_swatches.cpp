@@ -11,6 +11,7 @@
 #include <array>
 
 #include "editor/shape_styling.hpp"
+#include "ui/annotate/painted_cell.hpp"
 #include "ui/annotate/tab_order.hpp"
 #include "ui/kit/accessible_role.hpp"
 #include "ui/kit/box_painting.hpp"
@@ -52,25 +53,9 @@ void paintInk(QPainter& painter, const QRectF& area, const QColor& color, const 
   painter.drawEllipse(area.adjusted(0.5, 0.5, -0.5, -0.5));
 }
 
-/// Painted by the row, since rings reach over their neighbours' ground.
-class InkSwatches::Cell : public QRadioButton {
+class InkSwatches::Cell : public PaintedCell<QRadioButton> {
  public:
-  Cell(const QString& name, const QString& toolTip, QWidget* parent) : QRadioButton(parent) {
-    setAccessibleName(name);
-    setToolTip(toolTip);
-  }
-
- protected:
-  [[nodiscard]] bool hitButton(const QPoint& at) const override { return rect().contains(at); }
-  void paintEvent(QPaintEvent*) override {}
-  void focusInEvent(QFocusEvent* event) override {
-    QRadioButton::focusInEvent(event);
-    parentWidget()->update();
-  }
-  void focusOutEvent(QFocusEvent* event) override {
-    QRadioButton::focusOutEvent(event);
-    parentWidget()->update();
-  }
+  using PaintedCell::PaintedCell;
 };
 
 InkSwatches::InkSwatches(const QString& name, Last last, QWidget* parent)
@@ -81,26 +66,10 @@ InkSwatches::InkSwatches(const QString& name, Last last, QWidget* parent)
   policy.setHeightForWidth(true);
   setSizePolicy(policy);
   if (last == Last::custom) {
-    class Custom : public QAbstractButton {
-     public:
-      using QAbstractButton::QAbstractButton;
-
-     protected:
-      void paintEvent(QPaintEvent*) override {}
-      void focusInEvent(QFocusEvent* event) override {
-        QAbstractButton::focusInEvent(event);
-        parentWidget()->update();
-      }
-      void focusOutEvent(QFocusEvent* event) override {
-        QAbstractButton::focusOutEvent(event);
-        parentWidget()->update();
-      }
-    };
-    custom_ = new Custom(this);
+    const QString other = QStringLiteral("Another color…");
+    custom_ = new PaintedCell<QAbstractButton>(other, other, this);
     setAccessibleRole(*custom_, QAccessible::ButtonMenu);
     custom_->setFocusPolicy(Qt::TabFocus);
-    custom_->setToolTip(QStringLiteral("Another color…"));
-    custom_->setAccessibleName(QStringLiteral("Another color…"));
     connect(custom_, &QAbstractButton::clicked, this, [this] {
       if (!onCustom) return;
       const bool isKnown = current_ && !current_->isEmpty();
@@ -158,15 +127,10 @@ void InkSwatches::setColors(const std::vector<QString>& colors) {
 void InkSwatches::setCurrent(const std::optional<QString>& color) {
   current_ = color;
   isMixed_ = !color;
-  const QSignalBlocker blocked(group_);
   const auto found = color ? std::ranges::find(colors_, *color) : colors_.end();
-  if (found != colors_.end()) {
-    cells_[static_cast<std::size_t>(found - colors_.begin())]->setChecked(true);
-  } else if (auto* const checked = group_->checkedButton()) {
-    group_->setExclusive(false);
-    checked->setChecked(false);
-    group_->setExclusive(true);
-  }
+  checkCell(*group_, found == colors_.end()
+                         ? nullptr
+                         : cells_[static_cast<std::size_t>(found - colors_.begin())]);
   if (custom_ != nullptr) {
     custom_->setAccessibleDescription(isMixed_  ? QStringLiteral("Mixed")
                                       : isOwn() ? *current_
@@ -261,10 +225,7 @@ void InkSwatches::paintEvent(QPaintEvent*) {
   const auto ring = [&](const QAbstractButton& cell, bool isOn) {
     const QRectF area = circle(cell);
     if (isOn) paintFocusRing(painter, area, inkDiameter / 2.0, roles.focus);
-    if (!hasKeyboardFocus(cell)) return;
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(roles.text, 2));
-    painter.drawEllipse(area.adjusted(-3, -3, 3, 3));
+    paintCellFocus(painter, cell, area, inkDiameter / 2.0, roles.text);
   };
   for (std::size_t i = 0; i < cells_.size(); ++i) {
     paintInk(painter, circle(*cells_[i]), QColor(colors_[i]), palette());

@@ -86,4 +86,15 @@ InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model, QWidget* 
   return editor;
 }
 
+void whenReady(const std::shared_ptr<AnnotateModel>& model, QWidget* window, Observation& waiting,
+               std::function<void(InspectedEditor editor)> begin) {
+  if (model->stage() == AnnotateModel::Stage::ready) return begin(inspected(model, window));
+  waiting = model->observe([held = std::weak_ptr(model), window,
+                            begin = std::move(begin)](const AnnotateModel::Change& change) {
+    const auto opened = held.lock();
+    if (!opened || !change.stage || opened->stage() != AnnotateModel::Stage::ready) return;
+    begin(inspected(opened, window));
+  });
+}
+
 }  // namespace vantorel

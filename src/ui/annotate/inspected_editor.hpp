@@ -59,4 +59,9 @@ class AnnotateModel;
 [[nodiscard]] InspectedEditor inspected(const std::shared_ptr<AnnotateModel>& model,
                                         QWidget* window);
 
+/// Calls `begin` with it, at once or when the model is ready; `waiting` ends the wait, and may be
+/// another observation by then.
+void whenReady(const std::shared_ptr<AnnotateModel>& model, QWidget* window, Observation& waiting,
+               std::function<void(InspectedEditor editor)> begin);
+
 }  // namespace vantorel
