@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -97,6 +98,42 @@ TEST_F(PopoverTest, EmojiAreFoundByNameAndPolygonsPicked) {
   settle();
   inspector->refresh();
   EXPECT_NE(named("Star"), nullptr) << "the section has its name";
+}
+
+/// The letters that a widget gets.
+class Letters : public QWidget {
+ public:
+  using QWidget::QWidget;
+  QString got;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override { got += event->text(); }
+};
+
+TEST_F(PopoverTest, WhatOpenedItClosesItAndTheKeyboardGoesBack) {
+  start();
+  auto* const letters = new Letters(canvas);
+  letters->setFocusPolicy(Qt::StrongFocus);
+  auto* const opener = new QPushButton(window.get());
+  opener->setFocusPolicy(Qt::NoFocus);
+  opener->setGeometry(10, 300, 36, 36);
+  QObject::connect(opener, &QPushButton::clicked, opener,
+                   [&] { PolygonPicker::open(*editor, opener); });
+  letters->show();
+  opener->show();
+  letters->setFocus();
+  editor->pickTool(Tool::polygon);
+  const auto isOpen = [] { return QApplication::activePopupWidget() != nullptr; };
+  clickOn(opener);
+  EXPECT_TRUE(isOpen());
+  clickOn(opener);
+  EXPECT_FALSE(isOpen()) << "the press that closed it is not another click";
+  clickOn(opener);
+  ASSERT_TRUE(isOpen());
+  strike(XK_v);
+  EXPECT_FALSE(isOpen());
+  EXPECT_EQ(letters->got, "v") << "it picks a tool, as it would have";
+  EXPECT_TRUE(letters->hasFocus());
 }
 
 TEST_F(PopoverTest, TheCropCapsuleGivesTheFrameProportionsAndASize) {
