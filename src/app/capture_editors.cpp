@@ -181,8 +181,8 @@ void CaptureEditors::closed(const EditorPointer& editor) {
     return;
   }
   editor->saving = editor->model->observe([editor, end = lifetime_.guard([this, editor] {
-                                             ended(editor);
-                                           })](const AnnotateModel::Change& change) mutable {
+    ended(editor);
+  })](const AnnotateModel::Change& change) mutable {
     if (!change.saving || editor->model->isSaving()) return;
     end();
     editor->saving.end();

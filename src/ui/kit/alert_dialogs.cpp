@@ -26,7 +26,7 @@ QString plain(const std::string& text) {
 
 /// Nothing is shown yet.
 template <class Box>
-Box boxFor(const Alert& alert, std::function<void(std::size_t)> answered) {
+Box boxFor(const Alert& alert, const std::function<void(std::size_t)>& answered) {
   Box box(new QMessageBox);
   box->setWindowTitle(QStringLiteral("Vantorel"));
   // The toolkit activates every modal window it shows, whatever the attribute below says.
@@ -58,13 +58,11 @@ Box boxFor(const Alert& alert, std::function<void(std::size_t)> answered) {
     buttons.push_back(pushed);
   }
   QMessageBox* const shown = box.get();
-  QObject::connect(shown, &QMessageBox::finished, shown,
-                   [shown, buttons, cancel, answered = std::move(answered)] {
-                     const auto pressed = std::ranges::find(buttons, shown->clickedButton());
-                     answered(pressed == buttons.end()
-                                  ? cancel
-                                  : static_cast<std::size_t>(pressed - buttons.begin()));
-                   });
+  QObject::connect(shown, &QMessageBox::finished, shown, [shown, buttons, cancel, answered] {
+    const auto pressed = std::ranges::find(buttons, shown->clickedButton());
+    answered(pressed == buttons.end() ? cancel
+                                      : static_cast<std::size_t>(pressed - buttons.begin()));
+  });
   box->setAttribute(Qt::WA_ShowWithoutActivating, !alert.takesFocus);
   return box;
 }
