@@ -53,7 +53,7 @@ class EditorWindowsInMemory final : public AppWindows {
     }
     std::shared_ptr<AnnotateModel> model;
     PixelSize knownSize = model->pictureSize();  ///< when it was made
-    std::function<void(bool)> answered;  ///< of the question that stands
+    std::function<void(bool)> answered;          ///< of the question that stands
     int timesForward = 0;
     int timesAsked = 0;
 
@@ -193,6 +193,7 @@ class AnnotateSession : public CoordinatorSession {
                         done({});
                       }},
       .surfaces = app->surfaces(),
+      .clock = clock(),
       .windows = &windows,
       .drawing = [this]() -> Result<SceneDrawing*, SceneFailure> { return &drawing; }}};
 

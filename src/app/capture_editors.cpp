@@ -87,6 +87,7 @@ CaptureEditors::CaptureEditors(Services services)
     : services_(std::move(services)),
       pictures_({.main = services_.model.main,
                  .disk = services_.model.disk,
+                 .clock = services_.clock,
                  .files = services_.model.files,
                  .library = services_.capture.library,
                  .drafts = services_.capture.drafts,

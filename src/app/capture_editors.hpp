@@ -31,6 +31,7 @@ class CaptureEditors {
     AnnotateModel::Services model;
     OpenedCapture::Services capture;
     SurfaceRegistry& surfaces;
+    std::shared_ptr<const Clock> clock;
     AppWindows* windows = nullptr;  ///< null: there are none
 
     /// What draws, loaded when it is first needed. Called on `model.disk`.

@@ -497,6 +497,36 @@ TEST_F(CaptureEditorsTest, PastedPicturesGoWhenNothingCanShowThemAnyMore) {
   EXPECT_THAT(left(), ElementsAre("kept.png"));
 }
 
+TEST_F(CaptureEditorsTest, PicturesThatAnotherProgramMayBringBackStay) {
+  const auto left = [&] { return run->files->names("/data/Layers"); };
+  const auto startAgain = [&] {
+    start();
+    run->runners.run();
+  };
+  world.files.put("/data/Layers/old.png", "of a window that is open for days");
+  world.files.put("/data/Layers/program-2.lock", "");
+  auto other = world.files.lock("/data/Layers/program-2.lock");
+  startAgain();
+  run->openEntry("a");
+  run->pasteboard.content = {{"image/png", run->picture(5)}};
+  run->model().pasteFromClipboard();
+  run->runners.run();
+  run->windows.answer = Answer::discard;
+  run->closeWindow();
+  EXPECT_THAT(left(), SizeIs(3)) << "with the lock";
+
+  // What it left stays for a day: not every program could say that it lives.
+  other->reset();
+  world.files.now = run->runners.now();
+  world.files.put("/data/Layers/young.png", "of today");
+  startAgain();
+  EXPECT_THAT(left(), ElementsAre("program-2.lock", "young.png"));
+  world.files.put("/data/Layers/program-1.lock", "");
+  world.launches += 1000;  // more than a day
+  startAgain();
+  EXPECT_THAT(left(), ElementsAre("program-1.lock", "program-2.lock"));
+}
+
 TEST_F(CaptureEditorsTest, ADraftThatCannotBeRemovedIsOverAllTheSame) {
   run->openEntry("a");
   run->draw(1);

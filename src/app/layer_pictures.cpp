@@ -11,12 +11,19 @@ namespace {
 
 constexpr const char* logName = "Layers";
 
-LayerPictures::Names picturesIn(const Files& files, const Path& folder) {
+/// In seconds: longer than a folder that is shared between machines takes to agree, and than most
+/// windows are open.
+constexpr double youth = 24.0 * 60 * 60;
+
+/// Those that were last written before `time`.
+LayerPictures::Names picturesBefore(double time, const Files& files, const Path& folder) {
   LayerPictures::Names names;
   const auto items = files.list(folder);
   if (!items) return names;
   for (const FolderItem& item : *items) {
-    if (item.type == FileType::regular) names.insert(item.name);
+    if (item.type != FileType::regular || FolderUse::isLock(item.name)) continue;
+    const auto status = files.status(folder / item.name);
+    if (status && status->modified < time) names.insert(item.name);
   }
   return names;
 }
@@ -50,10 +57,23 @@ void removeAll(Files& files, const Path& folder, const LayerPictures::Names& nam
 
 }  // namespace
 
+LayerPictures::LayerPictures(Services services, std::function<Names()> inUse)
+    : services_(std::move(services)),
+      inUse_(std::move(inUse)),
+      use_(std::make_shared<FolderUse>(services_.files, services_.folder)) {
+  services_.disk->post([use = use_] {
+    if (const auto begun = use->begin(); !begun) {
+      logWarning(logName, "other programs can't be told that layers are in use here: {}",
+                 begun.error().reason);
+    }
+  });
+}
+
 void LayerPictures::removeLeftOver() {
   roundTrip(
       *services_.disk, services_.main,
-      [files = services_.files, folder = services_.folder] { return picturesIn(*files, folder); },
+      [files = services_.files, folder = services_.folder,
+       before = services_.clock->now() - youth] { return picturesBefore(before, *files, folder); },
       lifetime_.guard([this](Names found) {
         services_.library.whenReady(lifetime_.guard(
             [this, found = std::move(found)]() mutable { removeUnnamed(std::move(found)); }));
@@ -71,7 +91,11 @@ void LayerPictures::removeUnnamed(Names candidates) {
     if (going.empty()) return;
     services_.disk->post([files = services_.files, folder = services_.folder,
                           data = services_.library.paths().data, drafts = services_.drafts.folder(),
-                          going = std::move(going)]() mutable {
+                          use = use_, going = std::move(going)]() mutable {
+      if (use->mayHaveOthers()) {
+        return logInfo(logName, "{} that nothing shows stay: another program works here",
+                       going.size());
+      }
       for (const Path& records : {data, drafts}) {
         if (const auto looked = dropNamed(*files, records, going); !looked) {
           logWarning(logName, "pictures of layers stay: {}", looked.error().reason);

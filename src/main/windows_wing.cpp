@@ -179,6 +179,7 @@ CaptureEditors::Services WindowsWing::editing() {
                                 });
                           }},
           .surfaces = captures.coordinator.surfaces(),
+          .clock = desktop.clock,
           .windows = desktop.ui != nullptr ? &desktop.ui->windows() : nullptr,
           .drawing = loadSceneDrawing,
           .preview = [this](const EntryPointer& entry, auto done) {
