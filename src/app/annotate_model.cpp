@@ -9,10 +9,10 @@
 #include <utility>
 
 #include "app/dragged_files.hpp"
+#include "app/kept_layer.hpp"
 #include "base/area_downscale.hpp"
 #include "base/check.hpp"
 #include "base/log.hpp"
-#include "base/random_id.hpp"
 #include "base/round_trip.hpp"
 #include "base/size_text.hpp"
 #include "base/utf8.hpp"
@@ -33,38 +33,17 @@ constexpr const char* stillUnknown = "\u2026";
 constexpr std::array offeredFormats{ExportFormat::png, ExportFormat::jpeg, ExportFormat::heic,
                                     ExportFormat::webp};
 
-/// A picture as a file of this program's, in `folder`.
-Result<LayerFile> keepAsLayer(Files& files, const ImageCodec& codec, const Path& folder,
-                              std::string_view bytes, std::string name) {
-  const PictureHeader header = VT_TRY(codec.header(bytes));
-  VT_TRY(files.makeFolder(folder, Privacy::ownerOnly));
-  const Path file = folder / fmt::format("{}.{}", randomID(), fileExtension(header.format));
-  VT_TRY(files.create(file, bytes, Privacy::ownerOnly, Durability::flushed));
-  settleFolder(files, folder);
-  return LayerFile{file.string(), header.size, std::move(name)};
-}
-
 /// The files of layers to be, and the names of those that are no pictures.
 struct LayersRead {
   std::vector<LayerFile> files;
   std::vector<std::string> refused;
 };
 
-/// What was dragged out of another editor lies in `drags`, and not for long: it is copied to
-/// `layers`.
-Result<LayerFile> readLayer(const Path& path, const Path& drags, const Path& layers, Files& files,
-                            const ImageCodec& codec) {
-  if (path.string().starts_with(drags.string() + "/")) {
-    return keepAsLayer(files, codec, layers, VT_TRY(files.read(path)), path.stem().string());
-  }
-  return LayerFile{path.string(), VT_TRY(codec.pixelSize(files, path))};
-}
-
-LayersRead readLayers(const std::vector<Path>& paths, const Path& drags, const Path& layers,
-                      Files& files, const ImageCodec& codec) {
+LayersRead readLayers(const std::vector<Path>& paths, const Path& kept, Files& files,
+                      const ImageCodec& codec) {
   LayersRead read;
   for (const Path& path : paths) {
-    if (auto layer = readLayer(path, drags, layers, files, codec)) {
+    if (auto layer = layerOf(path, files, codec, kept)) {
       read.files.push_back(*std::move(layer));
     } else {
       read.refused.push_back(fmt::format("{} couldn't be read as an image: {}.",
@@ -713,8 +692,9 @@ void AnnotateModel::addLayers(const std::vector<Path>& files, std::optional<Pt> 
   clearNotice();
   roundTrip(
       *services_.disk, services_.main,
-      [files, drags = services_.drags, layers = services_.layers, disk = services_.files,
-       codec = services_.codec] { return readLayers(files, drags, layers, *disk, *codec); },
+      [files, kept = services_.layers, disk = services_.files, codec = services_.codec] {
+        return readLayers(files, kept, *disk, *codec);
+      },
       lifetime_.guard([this, middle](const LayersRead& read) {
         if (!read.files.empty()) editor().addLayers(read.files, middle);
         if (!read.refused.empty()) say(fmt::format("{}", fmt::join(read.refused, " ")), true);
@@ -820,7 +800,7 @@ void AnnotateModel::pastePicture(std::string bytes, Pt middle) {
       *services_.disk, services_.main,
       [bytes = std::move(bytes), folder = services_.layers, files = services_.files,
        codec = services_.codec] {
-        return keepAsLayer(*files, *codec, folder, bytes, "Pasted Image");
+        return keepLayer(*files, *codec, folder, bytes, pastedLayerName);
       },
       lifetime_.guard([this, middle](const Result<LayerFile>& layer) {
         if (!layer) return say(fmt::format("Couldn't paste: {}.", layer.error().reason), true);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "app/annotate_session.hpp"
+#include "base/random_id.hpp"
 #include "editor/canvas_scene.hpp"
 
 namespace vantorel {
@@ -139,9 +140,10 @@ TEST_F(AnnotateModelTest, PastesShapesElseAPictureElseText) {
   EXPECT_EQ(run.files->text(*layer), run.picture(4)) << "kept where nobody else deletes it";
   EXPECT_EQ(model().editor().state().layers->back().name, "Pasted Image");
   // So is what was dragged out of another editor, whose file does not stay.
-  run.files->folders.insert("/caches/Drags/1");
-  run.files->put("/caches/Drags/1/b.png", run.picture(5));
-  model().addLayers({"/caches/Drags/1/b.png"});
+  const Path dragged = "/elsewhere/Drags/" + randomID();
+  run.files->folders.insert(dragged);
+  run.files->put(dragged / "b.png", run.picture(5));
+  model().addLayers({dragged / "b.png"});
   run.runners.run();
   const LayerSpec dropped = model().editor().state().layers->back();
   EXPECT_EQ(dropped.name, "b");

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/document_storing.hpp"
+#include "app/kept_layer.hpp"
 #include "base/round_trip.hpp"
 #include "editor/records/output_failure.hpp"
 
@@ -106,6 +107,7 @@ std::string sentence(const AnnotationFault& fault) {
              "what they cover would show, so it isn't drawn.";
     case fileNotRead: return fmt::format("Couldn't read {}: {}.", fault.file, fault.reason);
     case noImage: return fmt::format("Couldn't read {} as an image: {}.", fault.file, fault.reason);
+    case layerNotKept: return fmt::format("A layer couldn't be copied: {}.", fault.reason);
     case captureNotRead:
       return fmt::format("{}: {} ({}).", fault.file, sentence(OutputFailure::notReadable),
                          fault.reason);
@@ -193,8 +195,14 @@ void CaptureAnnotator::apply(const std::string& name, const Path& document,
             if (!capture) {
               return std::unexpected(unreadable(*with.files, *entry, capture.error()));
             }
-            return Checked{VT_TRY(readDocument(document, *capture, *with.files, *with.codec)),
-                           *capture};
+            Checked checked{VT_TRY(readDocument(document, *capture, *with.files, *with.codec)),
+                            *capture};
+            if (auto kept = keepLayers(checked.document, *with.files, *with.codec, with.layers);
+                !kept) {
+              using Case = AnnotationFault::Case;
+              return std::unexpected(AnnotationFault{Case::layerNotKept, kept.error().reason});
+            }
+            return checked;
           },
           [this, id, finished](Answer<Checked> checked) {
             if (!checked) return finished(std::unexpected(std::move(checked.error())));

@@ -30,6 +30,7 @@ struct AnnotationFault {
     fileNotRead,        ///< `file`; `reason` says why
     noImage,            ///< likewise
     captureNotRead,     ///< likewise, of a capture's
+    layerNotKept,       ///< its picture is another library's; `reason` says why
   };
   Case what = Case::noPicture;
   std::string reason{};
@@ -65,6 +66,7 @@ class CaptureAnnotator {
     SurfaceRegistry* surfaces = nullptr;
     Draw draw;
     Path settingsFile{};
+    Path layers{};  ///< the folder of pictures that are kept for layers
   };
 
   explicit CaptureAnnotator(Services services)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "base/json_record.hpp"
+#include "base/random_id.hpp"
 #include "library/testing/test_library.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
 #include "platform/testing/fake_image_codec.hpp"
@@ -26,14 +27,23 @@ class CaptureAnnotatorTest : public testing::Test, protected TestLibrary {
     files->put("/one.json", documentOf("one"));
     files->put("/two.json", documentOf("two"));
     annotator = std::make_unique<CaptureAnnotator>(CaptureAnnotator::Services{
-        runners.main(), runners.runner("work"), clock(), files, codec, &library, &settings,
-        &pending, &surfaces,
+        runners.main(),
+        runners.runner("work"),
+        clock(),
+        files,
+        codec,
+        &library,
+        &settings,
+        &pending,
+        &surfaces,
         [this](const EditorDocument& document, const Image& base, std::optional<double>,
                const ImageEncoding& encoding) -> Result<std::string, SceneFailure> {
           if (cannotDraw) return std::unexpected(SceneFailure{SceneFailure::Case::noMemory});
           return std::string(nameOf(encoding.format)) + " of " + std::to_string(base.width()) +
                  " with " + std::to_string(document.shapes.size());
-        }});
+        },
+        {},
+        "/data/Layers"});
     library.open();
   }
 
@@ -194,6 +204,44 @@ TEST_F(CaptureAnnotatorTest, DrawsIntoFilesButNeverOverTheLibrarysOrItsOwn) {
   EXPECT_EQ(files->text("/out.png"), "jpeg of 8 with 1");
   EXPECT_EQ(draw({Drawing::Picture{"/none.png"}, {}, "/out.png"}).substr(0, 25),
             "Couldn't read /none.png: ");
+}
+
+TEST_F(CaptureAnnotatorTest, PicturesThatAnotherLibraryKeepsForItsLayersAreCopied) {
+  loaded();
+  const std::string name = randomID() + ".png";
+  const std::string foreign = "/other/Layers/" + name;
+  const std::string plain = "/other/Layers/logo.png";
+  const std::string own = "/data/Layers/" + name;
+  for (const char* folder : {"/other/Layers", "/data/Layers"}) files->folders.insert(folder);
+  for (const std::string& file : {foreign, plain, own}) files->put(file, pictureOf({4, 3}));
+  std::string layers;
+  for (const std::string& file : {foreign, plain, own, foreign}) {
+    layers += layers.empty() ? "" : ",";
+    layers += R"({"id":")" + std::to_string(layers.size()) + R"(","path":")" + file +
+              R"(","frame":{"x":0,"y":0,"w":4,"h":3}})";
+  }
+  files->put("/layers.json", R"({"shapes":[{"id":"s","type":"rect","color":"#ff3b30","width":4}],)"
+                             R"("layers":[)" +
+                                 layers + "]}");
+  std::string answer;
+  files->changesFail = FailureKind::noSpace;
+  apply("/layers.json", answer);
+  runners.run();
+  EXPECT_THAT(answer, StartsWith("A layer couldn't be copied: "));
+  EXPECT_FALSE(store.find("a")->layers);
+  files->changesFail.reset();
+  apply("/layers.json", answer);
+  runners.run();
+  ASSERT_EQ(answer, "applied s");
+  const std::vector<LayerSpec> applied = store.find("a")->layers.value();
+  ASSERT_EQ(applied.size(), 4);
+  const std::string copy = applied[0].path.value();
+  EXPECT_THAT(copy, StartsWith("/data/Layers/"));
+  EXPECT_NE(copy, own);
+  EXPECT_EQ(files->text(copy), files->text(foreign));
+  EXPECT_EQ(applied[1].path, plain) << "the user's";
+  EXPECT_EQ(applied[2].path, own);
+  EXPECT_EQ(applied[3].path, copy) << "one copy for both";
 }
 
 TEST_F(CaptureAnnotatorTest, GoneBeforeTheAnswerItAnswersNobody) {

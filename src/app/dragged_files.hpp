@@ -13,6 +13,9 @@
 
 namespace vantorel {
 
+/// Of the folder they lie below, in the folder of caches.
+inline constexpr const char* draggedFilesName = "Drags";
+
 /// A file called `name` with this content, below `folder`.
 [[nodiscard]] Result<Path> writeDraggedFile(Files& files, const Path& folder,
                                             const std::string& name, std::string_view bytes);

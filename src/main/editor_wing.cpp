@@ -1,5 +1,6 @@
 #include "main/editor_wing.hpp"
 
+#include "app/kept_layer.hpp"
 #include "main/scene_module.hpp"
 
 namespace vantorel {
@@ -29,7 +30,8 @@ CaptureAnnotator::Services annotating(CaptureWing& wing) {
           .pendingWork = &wing.coordinator.pendingArchiveWork(),
           .surfaces = &wing.coordinator.surfaces(),
           .draw = drawWithModule(desktop.files, desktop.codec),
-          .settingsFile = desktop.settingsPath()};
+          .settingsFile = desktop.settingsPath(),
+          .layers = desktop.folders.data / keptLayersName};
 }
 
 CaptureExport::Services exportingTo(CaptureWing& wing) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "app/dragged_files.hpp"
+#include "app/kept_layer.hpp"
 #include "app/window_places.hpp"
 #include "library/picture_loader.hpp"
 #include "main/scene_module.hpp"
@@ -149,7 +150,7 @@ CaptureEditors::Services WindowsWing::editing() {
                                                 .originals = store.paths().originals(),
                                                 .settings = desktop.settingsPath()};
                         },
-                    .layers = desktop.folders.data / "Layers",
+                    .layers = desktop.folders.data / keptLayersName,
                     .drags = draggedFiles()},
           .capture = {.main = desktop.main,
                       .work = drawing,
@@ -215,7 +216,7 @@ void WindowsWing::open(const EntryPointer& entry, const FileLauncher::Done& done
   });
 }
 
-Path WindowsWing::draggedFiles() const { return captures.desktop.folders.cache / "Drags"; }
+Path WindowsWing::draggedFiles() const { return captures.desktop.folders.cache / draggedFilesName; }
 
 /// What another program would not take is said on the desktop: it was asked for there.
 FileLauncher::Done WindowsWing::reported() {
