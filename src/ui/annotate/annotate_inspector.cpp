@@ -37,12 +37,14 @@ AnnotateInspector::AnnotateInspector(QWidget* parent)
   viewport()->setAutoFillBackground(false);
   bar_->setFocusPolicy(Qt::NoFocus);
   QScrollBar* const hidden = verticalScrollBar();
-  connect(hidden, &QScrollBar::rangeChanged, this, [this, hidden](int least, int most) {
-    bar_->setRange(least, most);
+  const auto follow = [this, hidden] {
+    bar_->setRange(hidden->minimum(), hidden->maximum());
     bar_->setPageStep(hidden->pageStep());
     bar_->setSingleStep(hidden->singleStep());
     placeBar();
-  });
+  };
+  connect(hidden, &QScrollBar::rangeChanged, this, follow);
+  follow();  // what fits from the start changes nothing
   connect(hidden, &QScrollBar::valueChanged, bar_, &QScrollBar::setValue);
   connect(bar_, &QScrollBar::valueChanged, hidden, &QScrollBar::setValue);
 }
