@@ -157,9 +157,11 @@ bool AnnotateCanvas::handleKey(const KeyEvent& key) {
          editor.editText(std::string(*editor.selection().begin()));
 }
 
-/// Tab goes round the shapes, and on from the canvas where there are none.
+/// Tab goes round the shapes, and on from the canvas where there are none or a frame is worked on.
+/// What lies on the canvas asks here as well, and goes on to what is next.
 bool AnnotateCanvas::focusNextPrevChild(bool isNext) {
-  if (!isReady() || isPressed_ || model_->editor().state().shapes->empty()) {
+  if (!isReady() || isPressed_ || !hasFocus() || model_->editor().tool() == Tool::crop ||
+      model_->editor().state().shapes->empty()) {
     return QWidget::focusNextPrevChild(isNext);
   }
   if (isTyping()) model_->editor().endText();
