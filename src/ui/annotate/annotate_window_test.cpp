@@ -9,10 +9,12 @@
 #include <QDialog>
 #include <QDragEnterEvent>
 #include <QInputMethodEvent>
+#include <QLineEdit>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QShortcut>
 #include <QUrl>
 #include <QWheelEvent>
@@ -172,6 +174,9 @@ TEST_F(AnnotateWindowTest, EveryToolDrawsByHandAndKey) {
   const auto opened = open();
   EXPECT_EQ(opened->window->windowTitle(), "Stations, week 47[*] — Annotate");
   EXPECT_FALSE(opened->window->isWindowModified());
+  for (const auto* const bar : opened->window->findChildren<QScrollBar*>()) {
+    EXPECT_FALSE(bar->isVisible()) << "there is nothing to scroll";
+  }
   std::size_t drawn = 0;
   for (const ToolSpec& spec : toolSpecs()) {
     const auto type = shapeTypeOf(spec.tool);
@@ -182,9 +187,19 @@ TEST_F(AnnotateWindowTest, EveryToolDrawsByHandAndKey) {
     ASSERT_EQ(editor().tool(), spec.tool);
     QWidget* const forms = QApplication::activePopupWidget();
     ASSERT_EQ(forms != nullptr, *type == ShapeType::polygon || *type == ShapeType::emoji);
-    if (forms != nullptr) forms->close();
     const double x = 20 + static_cast<double>(drawn) * 45;
-    drag(at(x, 60), at(x + 40, 130));
+    if (forms == nullptr) {
+      drag(at(x, 60), at(x + 40, 130));
+    } else {
+      // The press that closes them draws.
+      movePointer(opened->canvas->mapToGlobal(at(x + 140, 300)).toPoint());
+      ASSERT_FALSE(forms->frameGeometry().contains(QCursor::pos()));
+      press();
+      movePointer(opened->canvas->mapToGlobal(at(x + 180, 370)).toPoint());
+      release();
+      rest();
+      EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+    }
     if (*type == ShapeType::text) {
       this->type(QStringLiteral("weir"));
       key(Qt::Key_Escape);
@@ -256,6 +271,28 @@ TEST_F(AnnotateWindowTest, ThePointerLeavesTheKeyboardWithTheCanvasAndF6ShowsWhe
   ASSERT_FALSE(opened->canvas->hasFocus());
   key(Qt::Key_Delete);
   EXPECT_TRUE(editor().state().shapes->empty()) << "the keys are the window's";
+}
+
+TEST_F(AnnotateWindowTest, TabGoesThroughTheCropCapsuleAndNotTheShapesUnderIt) {
+  EditorDocument document;
+  document.shapes = {mixedShape(2), mixedShape(3)};
+  const auto opened = open({640, 400}, std::move(document));
+  type(QStringLiteral("c"));
+  ASSERT_EQ(editor().tool(), Tool::crop);
+  rest();
+  const auto focused = [&] { return opened->window->focusWidget()->accessibleName(); };
+  for (auto* const field : opened->canvas->findChildren<QLineEdit*>()) {
+    if (field->accessibleName() == "Width") field->setFocus();
+  }
+  ASSERT_EQ(focused(), "Width");
+  key(Qt::Key_Tab);
+  EXPECT_EQ(focused(), "Height");
+  key(Qt::Key_Backtab, Qt::ShiftModifier);
+  EXPECT_EQ(focused(), "Width");
+  opened->canvas->setFocus();
+  key(Qt::Key_Tab);
+  EXPECT_FALSE(opened->canvas->hasFocus());
+  EXPECT_TRUE(editor().selection().empty());
 }
 
 TEST_F(AnnotateWindowTest, LettersAreTextWhileSomethingIsTypedAndToolsOtherwise) {

@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
+#include <QWindow>
 #include <algorithm>
 #include <utility>
 
@@ -26,6 +27,8 @@ Popover::Popover(const QString& title, QWidget* anchor)
       anchor_(anchor),
       keyboard_(anchor->window()->focusWidget()) {
   setAttribute(Qt::WA_DeleteOnClose);
+  // Not every platform does it, so this does.
+  setAttribute(Qt::WA_NoMouseReplay);
   setLayoutDirection(anchor->layoutDirection());
   setAccessibleRole(*this, QAccessible::Dialog);
   setWindowTitle(title);
@@ -94,13 +97,24 @@ void Popover::keyPressEvent(QKeyEvent* event) {
   QCoreApplication::sendEvent(focus != nullptr ? focus : window, event);
 }
 
-/// What opened it closes it as well.
+/// The press that closes it is done where it is, as if nothing had been open: a stroke begins with
+/// it. What opened it closes it as well.
 void Popover::mousePressEvent(QMouseEvent* event) {
-  const QPoint at = event->globalPosition().toPoint();
-  const bool isAtAnchor =
-      anchor_ != nullptr && anchor_->rect().contains(anchor_->mapFromGlobal(at));
-  setAttribute(Qt::WA_NoMouseReplay, isAtAnchor);
+  const QPointF at = event->globalPosition();
+  const bool isOutside = !rect().contains(event->position().toPoint());
+  const auto isIn = [&](const QWidget& widget) {
+    return widget.rect().contains(widget.mapFromGlobal(at.toPoint()));
+  };
+  QWidget* const window = anchor_ != nullptr ? anchor_->window() : nullptr;
+  const bool isForWindow = isOutside && window != nullptr && isIn(*window) && !isIn(*anchor_);
   QWidget::mousePressEvent(event);
+  if (!isForWindow || window->windowHandle() == nullptr) return;
+  const QPointF place = window->mapFromGlobal(at);
+  auto* const press =
+      new QMouseEvent(QEvent::MouseButtonPress, place, place, at, event->button(), event->buttons(),
+                      event->modifiers(), event->pointingDevice());
+  press->setTimestamp(event->timestamp());
+  QCoreApplication::postEvent(window->windowHandle(), press);
 }
 
 void Popover::closeEvent(QCloseEvent* event) {

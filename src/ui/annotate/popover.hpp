@@ -6,8 +6,8 @@
 
 namespace vantorel {
 
-/// A small panel beside what opened it, which goes when the pointer is pressed outside or with Esc,
-/// keeping what was done in it, and with keys that mean nothing to it, which the window gets. The
+/// A small panel beside what opened it, which goes with Esc, keeping what was done in it, and with
+/// presses outside and keys that mean nothing to it, which the window gets. The
 /// keyboard goes back to where it was. Deletes itself. Lives on the main thread.
 class Popover : public QWidget {
  public:

@@ -128,6 +128,16 @@ TEST_F(PopoverTest, WhatOpenedItClosesItAndTheKeyboardGoesBack) {
   EXPECT_TRUE(isOpen());
   clickOn(opener);
   EXPECT_FALSE(isOpen()) << "the press that closed it is not another click";
+  auto* const other = new QPushButton(window.get());
+  other->setFocusPolicy(Qt::NoFocus);
+  other->setGeometry(10, 400, 36, 36);
+  other->show();
+  int presses = 0;
+  QObject::connect(other, &QPushButton::clicked, other, [&] { ++presses; });
+  clickOn(opener);
+  clickOn(other);
+  EXPECT_FALSE(isOpen());
+  EXPECT_EQ(presses, 1) << "the press that closed it is done";
   clickOn(opener);
   ASSERT_TRUE(isOpen());
   strike(XK_v);
