@@ -67,12 +67,12 @@ void AnnotateInspector::begin(InspectedEditor editor) {
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(0);
   style_ = new StyleSection(editor_, content);
-  layer_ = new LayerSection(editor_, content);
   layers_ = new LayersSection(editor_, content);
+  layer_ = new LayerSection(editor_, content);
   background_ = new BackgroundSection(editor_, content);
   canvas_ = new CanvasSection(editor_, content);
   for (InspectorSection* const section :
-       std::initializer_list<InspectorSection*>{style_, layer_, layers_, background_, canvas_}) {
+       std::initializer_list<InspectorSection*>{style_, layers_, layer_, background_, canvas_}) {
     column->addWidget(section);
     section->onUnfolded = [this, section] { reveal(*section); };
   }
@@ -131,14 +131,13 @@ void AnnotateInspector::timerEvent(QTimerEvent* event) {
 void AnnotateInspector::refresh() {
   isBehind_ = false;
   if (style_ == nullptr) return;
-  const bool mayComeOrGo = !layers_->isHeld();
-  style_->refresh(mayComeOrGo);
-  layer_->refresh(mayComeOrGo);
+  style_->refresh(!layers_->isHeld());
   layers_->refresh();
+  layer_->refresh();
   background_->refresh();
   canvas_->refresh();
   for (InspectorSection* const section :
-       std::initializer_list<InspectorSection*>{style_, layer_, layers_, background_, canvas_}) {
+       std::initializer_list<InspectorSection*>{style_, layers_, layer_, background_, canvas_}) {
     section->settle();
   }
   widget()->layout()->activate();

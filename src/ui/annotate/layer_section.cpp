@@ -67,9 +67,8 @@ void LayerSection::setBorderColor(const std::string& color) {
   editor_.model->setLayerBorder(std::string(layer->id), border);
 }
 
-void LayerSection::refresh(bool mayComeOrGo) {
+void LayerSection::refresh() {
   const LayerSpec* const layer = editor_.model->selectedLayer();
-  if (!mayComeOrGo && (layer == nullptr) != isHidden()) return;
   setVisible(layer != nullptr);
   if (layer == nullptr) return;
   const QString name = shownLayerName(editor_, *layer);

@@ -13,8 +13,7 @@ class LayerSection : public InspectorSection {
  public:
   LayerSection(InspectedEditor editor, QWidget* parent);
 
-  /// `mayComeOrGo`: else it stays as it is where it would appear or vanish.
-  void refresh(bool mayComeOrGo);
+  void refresh();
 
  private:
   void setBorder(double width);
