@@ -210,6 +210,10 @@ TEST_F(CapturePinsTest, APinKeepsItsPlaceAndStaysWithinReach) {
   model.resetZoom();
   EXPECT_GT(model.frame().bottom(), 0);
   EXPECT_LT(model.frame().x, 1500);
+  // Pinned again, all of it is there.
+  pin({{.capture = "a"}});
+  EXPECT_GE(model.frame().x, 0);
+  EXPECT_GE(model.frame().y, 0);
   for (int i = 0; i < 20; ++i) model.fade(-1);
   EXPECT_EQ(model.opacity(), PinModel::leastOpacity);
 }

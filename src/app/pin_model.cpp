@@ -111,22 +111,23 @@ void PinModel::setZoom(double zoom, Pt at) {
 
 void PinModel::zoomBy(double steps, Pt at) { setZoom(zoom_ * std::pow(zoomStep, steps), at); }
 
-void PinModel::resetZoom() { setZoom(1, middle()); }
+void PinModel::resetZoom(Pt at) { setZoom(1, at); }
 
 void PinModel::setDisplays(std::vector<Box> displays) {
   displays_ = std::move(displays);
   keepSeen();
 }
 
-void PinModel::keepSeen() {
+void PinModel::keepSeen(double least) {
   const Box* nearest = nullptr;
   double shortest = std::numeric_limits<double>::max();
-  const double seen = std::min({leastSeen, frame_.w, frame_.h});
+  const double across = std::min(least, frame_.w);
+  const double down = std::min(least, frame_.h);
   for (const Box& display : displays_) {
     const Box shared = sharedPart(frame_, display);
-    if (shared.w >= seen && shared.h >= seen) return;
-    const double dx = wayInto(frame_.x, frame_.w, display.x, display.x + display.w, leastSeen);
-    const double dy = wayInto(frame_.y, frame_.h, display.y, display.y + display.h, leastSeen);
+    if (shared.w >= std::min(across, display.w) && shared.h >= std::min(down, display.h)) return;
+    const double dx = wayInto(frame_.x, frame_.w, display.x, display.x + display.w, least);
+    const double dy = wayInto(frame_.y, frame_.h, display.y, display.y + display.h, least);
     const double way = std::hypot(dx, dy);
     if (way < shortest) {
       shortest = way;
@@ -134,8 +135,8 @@ void PinModel::keepSeen() {
     }
   }
   if (nearest == nullptr) return;
-  frame_.x += wayInto(frame_.x, frame_.w, nearest->x, nearest->x + nearest->w, leastSeen);
-  frame_.y += wayInto(frame_.y, frame_.h, nearest->y, nearest->y + nearest->h, leastSeen);
+  frame_.x += wayInto(frame_.x, frame_.w, nearest->x, nearest->x + nearest->w, least);
+  frame_.y += wayInto(frame_.y, frame_.h, nearest->y, nearest->y + nearest->h, least);
   observers_.notify({.frame = true});
 }
 
@@ -158,7 +159,7 @@ void PinModel::setClickThrough(bool isOn) {
 
 void PinModel::comeBack() {
   setClickThrough(false);
-  keepSeen();
+  keepSeen(mostSide);
 }
 
 void PinModel::say(std::string text) {

@@ -75,8 +75,9 @@ class PinModel {
   void zoomBy(double steps, Pt at);
   void zoomIn() { zoomBy(1, middle()); }
   void zoomOut() { zoomBy(-1, middle()); }
-  /// As it was captured.
-  void resetZoom();
+  /// As it was captured; what lies below `at` stays there.
+  void resetZoom(Pt at);
+  void resetZoom() { resetZoom(middle()); }
 
   // ---- how it looks
 
@@ -85,7 +86,7 @@ class PinModel {
   void fade(int steps);
   [[nodiscard]] bool letsClicksThrough() const { return letsClicksThrough_; }
   void setClickThrough(bool isOn);
-  /// For one that was asked for again: it is where it can be seen and takes clicks.
+  /// For one that was asked for again: all of it that fits is on a display, and it takes clicks.
   void comeBack();
 
   // ---- what is done with it
@@ -104,7 +105,8 @@ class PinModel {
   [[nodiscard]] Pt middle() const { return {frame_.x + frame_.w / 2, frame_.y + frame_.h / 2}; }
   [[nodiscard]] double clampedZoom(double zoom) const;
   void setZoom(double zoom, Pt at);
-  void keepSeen();
+  /// On the nearest display, `least` points of it across and down, or all where it is smaller.
+  void keepSeen(double least = leastSeen);
 
   Services services_;
   std::string title_;

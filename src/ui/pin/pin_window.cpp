@@ -49,7 +49,7 @@ class PinWindow::Capsule final : public QWidget {
   }
 
   void arrange() {
-    const QRect panel = pin_.panelRect();
+    const QRect panel = pin_.seenPart();
     // In a small pin there is room for the way out alone.
     const int fit = std::max(1, (panel.width() - capsuleGap) / (capsuleButton + tokens::space4));
     const int shown =
@@ -184,6 +184,15 @@ void PinWindow::keepWithinDisplays() {
   model_->setDisplays(std::move(displays));
 }
 
+/// What of the panel is on the display that the pointer is on, or on the one it is on itself.
+QRect PinWindow::seenPart() const {
+  const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+  const QRect panel = panelRect();
+  if (screen == nullptr) return panel;
+  const QRect seen = panel & screen->availableGeometry().translated(-pos());
+  return seen.isEmpty() ? panel : seen;
+}
+
 // ---- painting
 
 /// In device pixels.
@@ -260,6 +269,7 @@ void PinWindow::moveEvent(QMoveEvent* event) {
   const Image& picture = model_->picture();
   const QSize size = paintedSize();
   if (size.width() > picture.width() || size.height() > picture.height()) update();
+  if (capsule_->isVisible()) capsule_->arrange();
 }
 
 void PinWindow::resizeEvent(QResizeEvent* event) {
@@ -379,7 +389,8 @@ void PinWindow::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Plus:
     case Qt::Key_Equal: return model_->zoomIn();
     case Qt::Key_Minus: return model_->zoomOut();
-    case Qt::Key_0: return model_->resetZoom();
+    case Qt::Key_0:
+      return underMouse() ? model_->resetZoom(pointOf(QCursor::pos())) : model_->resetZoom();
     case Qt::Key_T: return model_->setClickThrough(true);
     case Qt::Key_Left: return moveWithPointer({-step, 0});
     case Qt::Key_Right: return moveWithPointer({step, 0});

@@ -55,6 +55,7 @@ class PinWindow final : public FloatingSurface, public Surface {
   void keepWithinDisplays();
   void end();
   [[nodiscard]] QSize paintedSize() const;
+  [[nodiscard]] QRect seenPart() const;
   void paintPicture(QPainter& painter);
   void paintEdge(QPainter& painter) const;
   void paintSaid(QPainter& painter) const;
