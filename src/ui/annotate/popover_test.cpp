@@ -26,8 +26,7 @@ TEST_F(PopoverTest, TheCanvasTakesASizeThatIsPossibleAndOther) {
   start();
   auto* const sheet = new CanvasSizeSheet(inspection, window.get());
   sheet->QDialog::open();
-  ASSERT_TRUE(waitFor(
-      [&] { return sheet->isActiveWindow() && sheet->frameGeometry() != sheet->geometry(); }));
+  ASSERT_TRUE(waitFor([&] { return isInPlace(*sheet); }));
   auto* const width = named<QLineEdit>("Width", sheet);
   auto* const height = named<QLineEdit>("Height", sheet);
   auto* const change = [&]() -> QPushButton* {

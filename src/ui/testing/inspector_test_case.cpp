@@ -71,10 +71,23 @@ void InspectorTestCase::start(EditorDocument document) {
   inspector->setGeometry(420, 0, 280, 640);
   window->show();
   window->activateWindow();
-  ASSERT_TRUE(waitFor(
-      [&] { return window->isActiveWindow() && window->frameGeometry() != window->geometry(); }));
+  ASSERT_TRUE(waitFor([&] { return isInPlace(*window); }));
   heard_ = std::make_unique<HeardInput>();
   settle();
+}
+
+bool InspectorTestCase::isInPlace(const QWidget& shown) {
+  if (!shown.isActiveWindow()) return false;  // it is framed before it is focused
+  xcb_connection_t* const connection = client->connection();
+  const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  auto* const place = xcb_translate_coordinates_reply(
+      connection,
+      xcb_translate_coordinates(connection, static_cast<xcb_window_t>(shown.winId()), root, 0, 0),
+      nullptr);
+  const bool isThere =
+      place != nullptr && QPoint(place->dst_x, place->dst_y) == shown.mapToGlobal(QPoint());
+  std::free(place);
+  return isThere;
 }
 
 void InspectorTestCase::settle() {

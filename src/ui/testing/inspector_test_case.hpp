@@ -21,6 +21,10 @@ class InspectorTestCase : public UiTestCase {
 
   void start(EditorDocument document = {});
 
+  /// Whether it has the focus and the toolkit knows where the window manager has put it. The
+  /// frame's size does not tell: once asked for, it may stay as it was before there was a frame.
+  [[nodiscard]] bool isInPlace(const QWidget& shown);
+
   /// Brings what is asked for to the server, handles what comes back, and shows what the inspector
   /// would show some time later.
   void settle();
