@@ -388,6 +388,11 @@ void AnnotateModel::keepDraft() {
                       drafting_.guard([this](const Result<void>& kept) { draftKept(kept); }));
 }
 
+void AnnotateModel::draftMoved() {
+  draft_.reset();
+  keepDraft();
+}
+
 void AnnotateModel::draftKept(const Result<void>& kept) {
   if (kept) {
     isDraftLost_ = false;

@@ -217,6 +217,9 @@ class AnnotateModel {
   /// Writes down what is not saved, now instead of in a moment.
   void keepDraft();
 
+  /// What was kept of it is gone, and is to be kept at another place.
+  void draftMoved();
+
  private:
   struct Editing;
   void changed(const Change& change);

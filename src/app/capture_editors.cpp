@@ -145,6 +145,9 @@ CaptureEditors::EditorPointer CaptureEditors::make(OpenedCapture::Origin origin,
     }
     filed->model->entryChanged();
   });
+  editor->capture->onDraftMoved = lifetime_.guard([weak] {
+    if (const EditorPointer of = weak.lock()) of->model->draftMoved();
+  });
   editor->capture->onRemark = lifetime_.guard([weak](const std::string& remark) {
     if (const EditorPointer of = weak.lock()) of->model->say(remark, true);
   });
@@ -420,16 +423,15 @@ void CaptureEditors::openClipboard(const Opened& opened) {
   const auto unread = [](const Failure& failure) {
     return std::unexpected(fmt::format("The clipboard couldn't be read: {}.", failure.reason));
   };
-  clipboard->read(clipboard_types::pictures,
-                  lifetime_.guard([this, clipboard, unread, opened](Result<ClipboardItem> picture) {
-                    if (picture) {
-                      return openPictureBytes(
-                          std::make_shared<const std::string>(std::move(picture->bytes)), opened);
-                    }
-                    if (picture.error().kind != FailureKind::notFound)
-                      return opened(unread(picture.error()));
-                    clipboard->read(
-                        {clipboard_types::files},
+  clipboard->read(
+      clipboard_types::pictures,
+      lifetime_.guard([this, clipboard, unread, opened](Result<ClipboardItem> picture) {
+        if (picture) {
+          return openPictureBytes(std::make_shared<const std::string>(std::move(picture->bytes)),
+                                  {}, opened);
+        }
+        if (picture.error().kind != FailureKind::notFound) return opened(unread(picture.error()));
+        clipboard->read({clipboard_types::files},
                         lifetime_.guard([this, unread, opened](Result<ClipboardItem> list) {
                           if (list) return openFiles(pathsOfURIList(list->bytes), opened);
                           if (list.error().kind != FailureKind::notFound) {
@@ -437,7 +439,7 @@ void CaptureEditors::openClipboard(const Opened& opened) {
                           }
                           opened(std::unexpected("There is no picture on the clipboard."));
                         }));
-                  }));
+      }));
 }
 
 /// Copied in a file manager.
@@ -479,16 +481,16 @@ void CaptureEditors::openAll(const std::vector<NamedPicture>& pictures, AllOpene
 }
 
 void CaptureEditors::openPictureBytes(const std::shared_ptr<const std::string>& bytes,
-                                      Opened opened) {
+                                      const std::string& called, Opened opened) {
   roundTrip(
       *services_.model.work, services_.model.main,
-      [bytes, codec = services_.model.codec] {
+      [bytes, called, codec = services_.model.codec] {
         struct Known {
           OpenedCapture::Origin origin;
           std::string key;
           Result<PictureHeader> header;
         };
-        OpenedCapture::Origin origin{.clipboard = bytes};
+        OpenedCapture::Origin origin{.clipboard = bytes, .called = called};
         std::string key = OpenedCapture::keyOf(origin);
         return Known{std::move(origin), std::move(key), codec->header(*bytes)};
       },
@@ -574,9 +576,10 @@ void CaptureEditors::openDraft(const AnnotationDraft& draft, const Opened& opene
   if (!draft.entryID.empty()) return openEntry(draft.entryID, opened);
   if (!draft.file.empty()) return openFile(draft.file, opened);
   services_.capture.drafts.readPicture(
-      draft, lifetime_.guard([this, opened](Result<std::string> picture) {
+      draft, lifetime_.guard([this, title = draft.title, opened](Result<std::string> picture) {
         if (picture) {
-          return openPictureBytes(std::make_shared<const std::string>(*std::move(picture)), opened);
+          return openPictureBytes(std::make_shared<const std::string>(*std::move(picture)), title,
+                                  opened);
         }
         opened(std::unexpected(
             fmt::format("The picture couldn't be read: {}.", picture.error().reason)));
@@ -647,6 +650,7 @@ void CaptureEditors::libraryChanged(const HistoryChange& change) {
     if (!editor) continue;
     editor->model->entryChanged();
     if (editor->model->stage() != AnnotateModel::Stage::ready) continue;
+    editor->capture->entryLeft();
     editor->model->say("The capture has left History. Saving files what you see as a new one.",
                        true);
   }

@@ -102,7 +102,8 @@ class CaptureEditors {
   void dropSuperseded(std::vector<AnnotationDraft>& drafts);
   void openDraft(const AnnotationDraft& draft, const Opened& opened);
   [[nodiscard]] bool isOpenAs(const AnnotationDraft& draft) const;
-  void openPictureBytes(const std::shared_ptr<const std::string>& bytes, Opened opened);
+  void openPictureBytes(const std::shared_ptr<const std::string>& bytes, const std::string& called,
+                        Opened opened);
   void closed(const EditorPointer& editor);
   void ended(const EditorPointer& editor);
   [[nodiscard]] LayerPictures::Names namedPictures() const;

@@ -327,6 +327,49 @@ TEST_F(CaptureEditorsTest, TheClipboardsPictureIsKeptWithItsDraft) {
   EXPECT_EQ(run->model().title(), "a b");
 }
 
+TEST_F(CaptureEditorsTest, ThePictureIsKeptWhenItsFileIsGoneAndTheProgramIsKilled) {
+  ASSERT_TRUE(run->store.update("b", [](ScreenshotEntry& entry) {
+    entry.title = "Plan";
+    entry.shapes = {mixedShape(3)};
+  }));
+  run->openEntry("b");
+  run->draw(1);
+  run->runners.advance(std::chrono::seconds(1));
+  run->files->disk.erase("/pictures/b.png");
+  run->library.deletion().forget({"b"}, [](const auto&) {}, HistoryDeletion::Originals::kept);
+  run->runners.run();
+  EXPECT_THAT(run->drafts(), SizeIs(2)) << "annotations and picture";
+  run->draw(2);
+  run->runners.advance(std::chrono::seconds(1));
+
+  start();
+  run->editors->tellOfDrafts();
+  run->runners.run();
+  EXPECT_THAT(run->alerts.notices, ElementsAre(HasSubstr("“Plan” has changes")));
+  run->editors->openDrafts([](const auto&) {});
+  run->runners.run();
+  ASSERT_THAT(run->windows.open(), SizeIs(1));
+  EXPECT_EQ(run->model().title(), "Plan");
+  EXPECT_EQ(run->model().unsavedChanges(), "3 annotations added");
+  EXPECT_TRUE(run->save());
+  EXPECT_THAT(run->drafts(), IsEmpty());
+  EXPECT_EQ(run->store.entries().back()->title, "Plan");
+  EXPECT_THAT(run->store.entries().back()->shapes, SizeIs(3));
+
+  // Where the file comes back, the capture has its draft again.
+  run->openEntry("c");
+  run->draw(1);
+  run->runners.advance(std::chrono::seconds(1));
+  const std::vector<std::string> before = run->drafts();
+  ScreenshotEntry back = *run->store.find("c");
+  (void)run->store.removeEntries({"c"});
+  run->runners.run();
+  EXPECT_NE(run->drafts(), before);
+  ASSERT_TRUE(run->store.add(std::move(back)));
+  run->runners.run();
+  EXPECT_EQ(run->drafts(), before);
+}
+
 TEST_F(CaptureEditorsTest, FilingThatFailsIsTriedAgainAndFilesOneCapture) {
   run->files->put("/outside/Plan.png", run->picture(7));
   run->openFile("/outside/Plan.png");

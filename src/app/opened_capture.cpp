@@ -50,6 +50,7 @@ std::string OpenedCapture::keyOf(const Origin& origin) {
 }
 
 std::string OpenedCapture::draftKey() const {
+  if (picture_) return AnnotationDrafts::keyOfPicture(*picture_);
   if (!origin_.entryID.empty()) return AnnotationDrafts::keyOfEntry(origin_.entryID);
   if (!origin_.file.empty()) return AnnotationDrafts::keyOfFile(origin_.file);
   return AnnotationDrafts::keyOfPicture(*origin_.clipboard);
@@ -63,7 +64,34 @@ void OpenedCapture::setRead(Image base, std::optional<double> captureScale, Edit
 }
 
 void OpenedCapture::entryChanged() {
-  if (EntryPointer now = entry()) lastEntry_ = std::move(now);
+  EntryPointer now = entry();
+  if (!now) return;
+  lastEntry_ = std::move(now);
+  if (picture_) moveDraft(nullptr);  // its file came back
+}
+
+void OpenedCapture::entryLeft() {
+  if (origin_.entryID.empty() || picture_ || base_.isEmpty()) return;
+  roundTrip(
+      *services_.work, services_.main,
+      [base = base_, scale = captureScale_.value_or(1), codec = services_.codec] {
+        return asPNG(base, nullptr, scale, *codec);
+      },
+      lifetime_.guard([this, id = origin_.entryID](Result<std::string> png) {
+        if (origin_.entryID != id || entry() || picture_) return;
+        if (png) return moveDraft(std::make_shared<const std::string>(*std::move(png)));
+        if (onRemark) {
+          onRemark("The picture can't be kept in case something happens: " + png.error().reason +
+                   ".");
+        }
+      }));
+}
+
+void OpenedCapture::moveDraft(std::shared_ptr<const std::string> picture) {
+  const std::string before = draftKey();
+  picture_ = std::move(picture);
+  if (onDraftMoved) onDraftMoved();
+  services_.drafts.drop(before);
 }
 
 EntryPointer OpenedCapture::entry() const {
@@ -72,7 +100,7 @@ EntryPointer OpenedCapture::entry() const {
 
 std::string OpenedCapture::title() const {
   if (!origin_.file.empty()) return origin_.file.stem().string();
-  if (origin_.entryID.empty()) return clipboardTitle;
+  if (origin_.entryID.empty()) return origin_.called.empty() ? clipboardTitle : origin_.called;
   const EntryPointer now = entry();
   const ScreenshotEntry* const known = now ? now.get() : lastEntry_.get();
   return known != nullptr ? titleOf(*known) : std::string();
@@ -194,9 +222,9 @@ void OpenedCapture::import(const EditorDocument& document, PixelSize capture, co
 /// What the user gave to the capture that it was; a picture from a file goes by its name, whatever
 /// its file in the library is called.
 void OpenedCapture::carryOver(const std::string& id) {
-  if (origin_.clipboard != nullptr) return;
   HistoryStore& store = services_.library.store();
   const std::string called = title();
+  if (origin_.clipboard != nullptr && called == clipboardTitle) return;
   (void)store.update(id, [&](ScreenshotEntry& entry) {
     entry.title = titleFrom(called);
     if (!lastEntry_) return;
@@ -223,6 +251,7 @@ void OpenedCapture::becomeEntry(const std::string& id) {
   origin_ = {.entryID = id};
   key_ = keyOf(origin_);
   import_.reset();
+  picture_.reset();
   lastEntry_ = entry();
   services_.drafts.drop(oldDraft);
   if (onFiled) onFiled(oldKey);
@@ -242,7 +271,7 @@ void OpenedCapture::removeFromHistory() {
 
 AnnotationDraft OpenedCapture::draftOf(const EditorDocument& document, PixelSize capture) const {
   AnnotationDraft draft;
-  draft.entryID = origin_.entryID;
+  draft.entryID = picture_ ? std::string() : origin_.entryID;
   draft.file = origin_.file.string();
   draft.title = title();
   draft.keptAt = services_.library.clock().now();
@@ -250,12 +279,18 @@ AnnotationDraft OpenedCapture::draftOf(const EditorDocument& document, PixelSize
   draft.height = capture.height;
   draft.document = document;
   draft.stored = stored_;
+  if (picture_) {  // whoever opens it finds a picture without annotations
+    draft.stored = {};
+    draft.stored.canvas.width = capture.width;
+    draft.stored.canvas.height = capture.height;
+  }
   return draft;
 }
 
 void OpenedCapture::keepDraft(const EditorDocument& document, PixelSize capture,
                               std::function<void(const Result<void>&)> kept) {
-  services_.drafts.keep(draftKey(), draftOf(document, capture), origin_.clipboard, std::move(kept));
+  services_.drafts.keep(draftKey(), draftOf(document, capture),
+                        picture_ ? picture_ : origin_.clipboard, std::move(kept));
 }
 
 void OpenedCapture::dropDraft() { services_.drafts.drop(draftKey()); }

@@ -42,6 +42,7 @@ class OpenedCapture final : public EditedCapture {
     std::string entryID{};
     Path file{};                                     ///< absolute
     std::shared_ptr<const std::string> clipboard{};  ///< the bytes of a picture file
+    std::string called{};                            ///< its title, where it had one before
   };
 
   OpenedCapture(Services services, Origin origin, EntryClaim claim);
@@ -61,6 +62,13 @@ class OpenedCapture final : public EditedCapture {
 
   /// Null when it is not in the library.
   [[nodiscard]] EntryPointer entry() const;
+
+  /// Its entry has left the library, or came back. Without its entry the picture is kept with what
+  /// is not saved, for there may be no other.
+  void entryLeft();
+
+  /// Told when what is not saved is to be kept anew.
+  std::function<void()> onDraftMoved;
 
   /// Told when it has become the capture of the library that `key` names now.
   std::function<void(const std::string& oldKey)> onFiled;
@@ -94,6 +102,7 @@ class OpenedCapture final : public EditedCapture {
   void import(const EditorDocument& document, PixelSize capture, const Stored& done);
   void becomeEntry(const std::string& id);
   void carryOver(const std::string& id);
+  void moveDraft(std::shared_ptr<const std::string> picture);
 
   Services services_;
   Origin origin_;
@@ -104,6 +113,7 @@ class OpenedCapture final : public EditedCapture {
   std::optional<double> captureScale_;
   EditorDocument stored_;
   std::shared_ptr<StillCaptures::Import> import_;  ///< once it was to be filed
+  std::shared_ptr<const std::string> picture_;     ///< as a file, while its entry has left
   Lifetime lifetime_;
 };
 
