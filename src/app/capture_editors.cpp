@@ -538,19 +538,29 @@ void CaptureEditors::tellOfDrafts() {
 }
 
 /// A picture that was being filed when the program ended has two drafts: its own, and that of the
-/// capture it was to become, which counts where there is that capture.
+/// capture it is to become, which counts once there is that capture, with the newer annotations.
+/// Until then both stay: the capture may lie staged until a library can be written.
 void CaptureEditors::dropSuperseded(std::vector<AnnotationDraft>& drafts) {
   std::set<std::string> superseded;
-  for (const AnnotationDraft& draft : drafts) {
+  for (AnnotationDraft& draft : drafts) {
     if (draft.from.empty()) continue;
-    const bool isFiled = services_.capture.library.store().find(draft.entryID) != nullptr;
-    const bool hasOther = std::ranges::any_of(drafts, [&](const AnnotationDraft& other) {
-      return AnnotationDrafts::keyOf(other) == draft.from;
-    });
-    if (isFiled) superseded.insert(draft.from);
-    if (!isFiled && hasOther) superseded.insert(AnnotationDrafts::keyOf(draft));
+    if (services_.capture.library.store().find(draft.entryID) == nullptr) {
+      unfiled_.insert(draft.entryID);
+      continue;
+    }
+    unfiled_.erase(draft.entryID);
+    const auto origin = std::ranges::find(drafts, draft.from, AnnotationDrafts::keyOf);
+    if (origin == drafts.end() || isOpenAs(draft) || isOpenAs(*origin)) continue;
+    superseded.insert(draft.from);
+    if (origin->keptAt <= draft.keptAt) continue;
+    draft.document = origin->document;
+    draft.keptAt = origin->keptAt;
+    services_.capture.drafts.keep(AnnotationDrafts::keyOf(draft), draft);
   }
-  for (const std::string& key : superseded) services_.capture.drafts.drop(key);
+  for (const std::string& key : superseded) {
+    services_.capture.drafts.drop(key);
+    draftIsOver(key);
+  }
   std::erase_if(drafts, [&](const AnnotationDraft& draft) {
     return superseded.contains(AnnotationDrafts::keyOf(draft));
   });
@@ -638,6 +648,9 @@ void CaptureEditors::libraryChanged(const HistoryChange& change) {
           true);
     }
   }
+  const bool isFiled = std::ranges::any_of(
+      change.added, [this](const EntryPointer& entry) { return unfiled_.erase(entry->id) > 0; });
+  if (isFiled) tellOfDrafts();
   for (const EntryPointer& entry : change.added) {  // its file came back
     const EditorPointer editor = find(entry->id);
     if (!editor) continue;

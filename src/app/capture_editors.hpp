@@ -116,6 +116,7 @@ class CaptureEditors {
   LayerPictures pictures_;
   std::map<std::string, EditorPointer> editors_;  ///< by key
   std::set<std::string> leftOver_;                ///< keys of drafts that nobody has opened yet
+  std::set<std::string> unfiled_;  ///< ids of entries with a draft that are not in the library yet
   std::vector<std::function<void(bool)>> waitingForClose_;
   std::string asked_;  ///< the key of the editor that asks while all are closed
   Observation libraryObservation_;

@@ -411,6 +411,7 @@ TEST_F(CaptureEditorsTest, AKillAtAnyChangeWhileFilingLosesNothing) {
     }
     run->files->beforeChange = nullptr;
     start();
+    run->editors->tellOfDrafts();
     run->runners.run();
     if (!isKilled) {
       EXPECT_GT(at, 5) << "else there was nothing to interrupt";
@@ -426,6 +427,43 @@ TEST_F(CaptureEditorsTest, AKillAtAnyChangeWhileFilingLosesNothing) {
     }
     EXPECT_THAT(*run->model().editor().state().shapes, SizeIs(1)) << at;
   }
+}
+
+TEST_F(CaptureEditorsTest, ACaptureThatWaitsToBeFiledComesInWithWhatWasDrawn) {
+  run->files->put("/outside/Plan.png", run->picture(7));
+  run->openFile("/outside/Plan.png");
+  run->draw(1);
+  run->runners.advance(std::chrono::seconds(1));
+  const auto read = [&](const std::string& key) {
+    std::optional<AnnotationDraft> draft;
+    run->kept.find(key, [&](AnnotationDrafts::Found found) { draft = std::move(found.draft); });
+    run->runners.run();
+    return draft;
+  };
+  const std::string fileKey = AnnotationDrafts::keyOfFile("/outside/Plan.png");
+  const std::string entryKey = AnnotationDrafts::keyOfEntry("filed");
+  AnnotationDraft filing = read(fileKey).value();
+  filing.entryID = "filed";
+  filing.file.clear();
+  filing.from = fileKey;
+  filing.keptAt -= 9;
+  run->kept.keep(entryKey, filing);
+  run->draw(2);
+  run->runners.advance(std::chrono::seconds(1));
+
+  start();
+  run->editors->tellOfDrafts();
+  run->runners.run();
+  EXPECT_THAT(run->drafts(), SizeIs(2)) << "the picture may still lie staged";
+  EXPECT_TRUE(run->editors->hasDrafts());
+  run->add("filed");
+  EXPECT_FALSE(read(fileKey));
+  EXPECT_TRUE(run->editors->hasDrafts());
+  EXPECT_EQ(run->openEntry("filed"), "");
+  EXPECT_EQ(run->model().unsavedChanges(), "2 annotations added") << "the newer of the two";
+  EXPECT_FALSE(run->editors->hasDrafts());
+  EXPECT_EQ(run->openFile("/outside/Plan.png"), "");
+  EXPECT_FALSE(run->model().hasUnsavedChanges()) << "else it would be filed twice";
 }
 
 TEST_F(CaptureEditorsTest, WhatHappensOutsideIsSaid) {
