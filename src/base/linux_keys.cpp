@@ -16,7 +16,7 @@ constexpr std::array names{
     LinuxName{"⌘", "Ctrl", true},  LinuxName{"⌃", "Ctrl", true},
     LinuxName{"⇧", "Shift", true}, LinuxName{"⌥", "Alt", true},
     LinuxName{"⌫", "Del"},         LinuxName{"⌦", "Del"},
-    LinuxName{"⏎", "Enter"},       LinuxName{"⎋", "Esc"},
+    LinuxName{"⏎", "Return"},      LinuxName{"⎋", "Esc"},
     LinuxName{"⇥", "Tab"},         LinuxName{"System Settings", "the desktop's settings"},
 };
 

@@ -205,7 +205,7 @@ void CropCapsule::refresh() {
   write(width_, pending ? pending->w : canvas.width);
   write(height_, pending ? pending->h : canvas.height);
   apply_->setEnabled(pending.has_value());
-  apply_->setToolTip(pending ? QStringLiteral("Cut the picture to the frame (Enter)")
+  apply_->setToolTip(pending ? QStringLiteral("Cut the picture to the frame (Return)")
                              : QStringLiteral("Drag a frame first"));
   place();
   if (isHidden()) {
