@@ -127,6 +127,29 @@ TEST_F(AnnotateInspectorTest, ADragOfASliderIsSeenAtOnceAndIsOneStep) {
   EXPECT_FALSE(editor->isInStep());
 }
 
+TEST_F(AnnotateInspectorTest, ASingleLineWithoutAWidthIsNotAligned) {
+  EditorDocument document;
+  Shape text;
+  text.type = ShapeType::text;
+  text.color = "#ff3b30";
+  text.fontSize = 24;
+  for (const char* const words : {"one line", "two\nlines", "wide"}) {
+    text.id = text.text = words;
+    if (text.id == "wide") text.boxWidth = 200;
+    document.shapes.push_back(text);
+  }
+  start(document);
+  editor->pickTool(Tool::text);
+  settle();
+  EXPECT_TRUE(named("Center")->isEnabled()) << "the next text may have several";
+  editor->pickTool(Tool::select);
+  for (const char* const words : {"one line", "two\nlines", "wide"}) {
+    editor->select({words});
+    settle();
+    EXPECT_EQ(named("Center")->isEnabled(), std::string_view(words) != "one line") << words;
+  }
+}
+
 TEST_F(AnnotateInspectorTest, BackgroundLayerAndCanvasAreChangedInTheirSections) {
   start(layered());
   openSection("Background");

@@ -112,6 +112,16 @@ class StyleSection::Rows {
     return slider;
   }
 
+  /// Of what is typed or selected, nothing has a second line or a width to be aligned in.
+  [[nodiscard]] bool isNothingToAlign() const {
+    const auto isAligned = [](const Shape& text) {
+      return text.boxWidth.has_value() || text.text.find('\n') != std::string::npos;
+    };
+    if (model().isTyping()) return !isAligned(*model().draft());
+    const std::vector<Shape> selected = model().selectedShapes();
+    return !selected.empty() && std::ranges::none_of(selected, isAligned);
+  }
+
   void setColor(const std::string& color) {
     model().changeStyle([&](ToolStyle& style) { style.color = color; });
   }
@@ -227,11 +237,19 @@ class StyleSection::Rows {
                               {{TextStyle::outline, named("Outline")},
                                {TextStyle::plain, named("Plain")},
                                {TextStyle::label, named("Label")}});
-    addStyleChoice<TextAlign>(
+    auto* const align = addStyleChoice<TextAlign>(
         QStringLiteral("Align"), &ShownStyle::textAlign, &ToolStyle::textAlign,
         {{TextAlign::leading, pictured("Leading", alignPicture(TextAlign::leading))},
          {TextAlign::center, pictured("Center", alignPicture(TextAlign::center))},
          {TextAlign::trailing, pictured("Trailing", alignPicture(TextAlign::trailing))}});
+    updates_.emplace_back([this, align](const ShownStyle& shown) {
+      if (!shown.textAlign.isThere) return;
+      form_->setRowOff(
+          align, isNothingToAlign()
+                     ? QStringLiteral(
+                           "A single line is aligned when it has a width: drag one of its sides")
+                     : QString());
+    });
     addStyleChoice<RedactStyle>(QStringLiteral("Style"), &ShownStyle::redactStyle,
                                 &ToolStyle::redactStyle,
                                 {{RedactStyle::gaussianBlur, named("Blur")},
