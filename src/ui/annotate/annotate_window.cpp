@@ -206,8 +206,8 @@ void AnnotateWindow::pick(Tool tool) {
 /// Those that have forms to choose from show them beside their button.
 void AnnotateWindow::offerForms(Tool tool) {
   if (canvas_->isInGesture()) return;
-  if (tool == Tool::emoji) EmojiPicker::open(model_->editor(), rail_->buttonOf(tool));
-  if (tool == Tool::polygon) PolygonPicker::open(model_->editor(), rail_->buttonOf(tool));
+  if (tool == Tool::emoji) EmojiPicker::open(model_->editor(), rail_->buttonOf(tool), rail_);
+  if (tool == Tool::polygon) PolygonPicker::open(model_->editor(), rail_->buttonOf(tool), rail_);
 }
 
 /// To where the user looks.

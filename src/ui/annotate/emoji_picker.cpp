@@ -105,9 +105,9 @@ QFont EmojiPicker::fontOf(int pixels) {
   return font;
 }
 
-void EmojiPicker::open(EditorModel& model, QWidget* anchor) {
+void EmojiPicker::open(EditorModel& model, QWidget* anchor, const QWidget* strip) {
   auto* const picker = new EmojiPicker(model, anchor);
-  picker->Popover::open();
+  picker->Popover::open(strip);
   picker->query_->setFocus();
 }
 
@@ -179,7 +179,6 @@ EmojiPicker::EmojiPicker(EditorModel& model, QWidget* anchor)
   connect(query_, &QLineEdit::textChanged, this, [this](const QString& text) {
     if (text.isEmpty()) search(text);
   });
-  connect(query_, &QLineEdit::returnPressed, this, [this] { pick(list_->index(0)); });
   connect(groups_, &QButtonGroup::idClicked, this, [this](int index) {
     query_->clear();
     showGroup(index);
@@ -240,13 +239,19 @@ bool EmojiPicker::eventFilter(QObject* watched, QEvent* event) {
     }
     return true;
   }
+  const bool isReturn = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
+  if (watched == query_ && isReturn) {
+    // Nothing was looked for: the one that is set is what is wanted.
+    query_->text().isEmpty() ? leaveTo(*key) : pick(list_->index(0));
+    return true;
+  }
   if (watched == query_) {
     if (key->key() != Qt::Key_Down || list_->all().empty()) return false;
     grid_->setFocus(Qt::TabFocusReason);
     grid_->setCurrentIndex(list_->index(0));
     return true;
   }
-  if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter || key->key() == Qt::Key_Space) {
+  if (isReturn || key->key() == Qt::Key_Space) {
     pick(grid_->currentIndex());
     return true;
   }

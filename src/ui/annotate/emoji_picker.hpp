@@ -18,9 +18,9 @@ namespace vantorel {
 /// All emoji, by group and by name, those used lately first. Lives on the main thread.
 class EmojiPicker : public Popover {
  public:
-  /// Shows it by `anchor`. What is picked becomes what the emoji tool stamps, and what the selected
-  /// stamps show.
-  static void open(EditorModel& model, QWidget* anchor);
+  /// Shows it by `anchor`, which may stand in a `strip`. What is picked becomes what the emoji tool
+  /// stamps, and what the selected stamps show.
+  static void open(EditorModel& model, QWidget* anchor, const QWidget* strip = nullptr);
 
   /// The font that has them in colors, where the desktop has one.
   [[nodiscard]] static QFont fontOf(int pixels);

@@ -31,6 +31,7 @@ class PolygonCell : public QRadioButton {
   }
 
   std::function<void()> onPicked;
+  std::function<void(QKeyEvent& key)> onKept;  // Return on the one that is set
 
   [[nodiscard]] QSize sizeHint() const override {
     const int line = fontMetrics().height();
@@ -51,7 +52,7 @@ class PolygonCell : public QRadioButton {
   void keyPressEvent(QKeyEvent* event) override {
     switch (event->key()) {
       case Qt::Key_Return:
-      case Qt::Key_Enter:
+      case Qt::Key_Enter: return onKept ? onKept(*event) : onPicked();
       case Qt::Key_Space: return onPicked();
       default: QRadioButton::keyPressEvent(event);
     }
@@ -86,9 +87,9 @@ class PolygonCell : public QRadioButton {
 
 }  // namespace
 
-void PolygonPicker::open(EditorModel& model, QWidget* anchor) {
+void PolygonPicker::open(EditorModel& model, QWidget* anchor, const QWidget* strip) {
   auto* const picker = new PolygonPicker(model, anchor);
-  picker->Popover::open();
+  picker->Popover::open(strip);
 }
 
 PolygonPicker::PolygonPicker(EditorModel& model, QWidget* anchor)
@@ -108,7 +109,10 @@ PolygonPicker::PolygonPicker(EditorModel& model, QWidget* anchor)
     grid->addWidget(cell, index / polygonColumns, index % polygonColumns);
     ++index;
     const bool isCurrent = isKnown && form == PolygonForm{shown.sides.value, shown.starInset.value};
-    if (isCurrent) cell->setChecked(true);
+    if (isCurrent) {
+      cell->setChecked(true);
+      cell->onKept = [this](QKeyEvent& key) { leaveTo(key); };
+    }
     if (first == nullptr || isCurrent) first = cell;
     cell->onPicked = [this, &model, form] {
       model.changeStyle([&](ToolStyle& style) {

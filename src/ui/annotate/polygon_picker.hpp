@@ -8,9 +8,9 @@ namespace vantorel {
 /// The polygons that have a name. Lives on the main thread.
 class PolygonPicker : public Popover {
  public:
-  /// Shows it by `anchor`. What is picked is what the polygon tool draws, and what the selected
-  /// polygons become.
-  static void open(EditorModel& model, QWidget* anchor);
+  /// Shows it by `anchor`, which may stand in a `strip`. What is picked is what the polygon tool
+  /// draws, and what the selected polygons become.
+  static void open(EditorModel& model, QWidget* anchor, const QWidget* strip = nullptr);
 
  private:
   PolygonPicker(EditorModel& model, QWidget* anchor);

@@ -43,10 +43,15 @@ Popover::Popover(const QString& title, QWidget* anchor)
 
 Popover::~Popover() = default;
 
-void Popover::open() {
+void Popover::open(const QWidget* strip) {
   adjustSize();
   const QRect room = anchor_->screen()->availableGeometry();
-  const QRect beside(anchor_->mapToGlobal(QPoint()), anchor_->size());
+  QRect beside(anchor_->mapToGlobal(QPoint()), anchor_->size());
+  if (strip != nullptr) {
+    const QRect whole(strip->mapToGlobal(QPoint()), strip->size());
+    beside.setLeft(whole.left());
+    beside.setRight(whole.right());
+  }
   const QRect window(anchor_->window()->mapToGlobal(QPoint()), anchor_->window()->size());
   // On the side where the window has most room: left of an inspector, right of a rail.
   const bool isLeft = beside.center().x() > window.center().x();
@@ -88,13 +93,18 @@ void Popover::keyPressEvent(QKeyEvent* event) {
   if (!isPlain || event->text().isEmpty() || !event->text().front().isLetter()) {
     return QWidget::keyPressEvent(event);
   }
-  // The window's letters pick tools. One that is held has opened this.
-  if (event->isAutoRepeat()) return;
+  // The window's letters pick tools.
+  leaveTo(*event);
+}
+
+void Popover::leaveTo(QKeyEvent& event) {
+  // One that is held has opened this.
+  if (event.isAutoRepeat()) return;
   QWidget* const window = anchor_ != nullptr ? anchor_->window() : nullptr;
   close();
   if (window == nullptr) return;
   QWidget* const focus = window->focusWidget();
-  QCoreApplication::sendEvent(focus != nullptr ? focus : window, event);
+  QCoreApplication::sendEvent(focus != nullptr ? focus : window, &event);
 }
 
 /// The press that closes it is done where it is, as if nothing had been open: a stroke begins with

@@ -15,8 +15,9 @@ class Popover : public QWidget {
   Popover(const QString& title, QWidget* anchor);
   ~Popover() override;
 
-  /// Shows it by the anchor, where the screen has room.
-  void open();
+  /// Shows it by the anchor, where the screen has room, and beside all of `strip`, where the anchor
+  /// is one of several that stay in sight.
+  void open(const QWidget* strip = nullptr);
 
   std::function<void()> onClosed;
 
@@ -29,6 +30,9 @@ class Popover : public QWidget {
   void hideEvent(QHideEvent* event) override;
 
   [[nodiscard]] QWidget* anchor() const { return anchor_; }
+
+  /// Goes, and lets the window have the key that means nothing here.
+  void leaveTo(QKeyEvent& event);
 
  private:
   QWidget* anchor_;

@@ -86,6 +86,12 @@ TEST_F(PopoverTest, EmojiAreFoundByNameAndPolygonsPicked) {
   strike(XK_Return);
   EXPECT_EQ(emojiName(QString::fromStdString(*editor->style().emoji)), "party popper")
       << "what was used lately comes first";
+  editor->changeStyle([](ToolStyle& style) { style.emoji = "👍"; });
+  EmojiPicker::open(*editor, canvas);
+  settle();
+  strike(XK_Return);
+  EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+  EXPECT_EQ(editor->style().emoji, "👍") << "no other one was asked for";
 
   editor->pickTool(Tool::polygon);
   PolygonPicker::open(*editor, canvas);
@@ -142,6 +148,10 @@ TEST_F(PopoverTest, WhatOpenedItClosesItAndTheKeyboardGoesBack) {
   strike(XK_v);
   EXPECT_FALSE(isOpen());
   EXPECT_EQ(letters->got, "v") << "it picks a tool, as it would have";
+  clickOn(opener);
+  strike(XK_Return);
+  EXPECT_FALSE(isOpen());
+  EXPECT_EQ(letters->got, "v\r") << "the form that is set is placed";
   EXPECT_TRUE(letters->hasFocus());
 }
 
