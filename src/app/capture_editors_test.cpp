@@ -584,6 +584,7 @@ TEST_F(CaptureEditorsTest, PicturesThatAnotherProgramMayBringBackStay) {
     start();
     run->runners.run();
   };
+  run->runners.advance(std::chrono::seconds(9));  // the index is written
   world.files.put("/data/Layers/old.png", "of a window that is open for days");
   world.files.put("/data/Layers/program-2.lock", "");
   auto other = world.files.lock("/data/Layers/program-2.lock");
@@ -606,6 +607,27 @@ TEST_F(CaptureEditorsTest, PicturesThatAnotherProgramMayBringBackStay) {
   world.launches += 1000;  // more than a day
   startAgain();
   EXPECT_THAT(left(), ElementsAre("program-1.lock", "program-2.lock"));
+}
+
+TEST_F(CaptureEditorsTest, PicturesStayAsLongAsALostIndexMayNameThem) {
+  run->runners.advance(std::chrono::seconds(9));  // the index is written
+  const std::string index = world.files.text("/data/history.json");
+  world.files.put("/data/Layers/old.png", "of a capture");
+  const auto left = [&] {
+    start();
+    run->runners.run();
+    return run->files->names("/data/Layers");
+  };
+  world.files.put("/data/history.json", "noise");
+  EXPECT_THAT(left(), SizeIs(1));
+  EXPECT_THAT(left(), SizeIs(1)) << "captures have come since";
+  world.files.put("/data/history.json", "");
+  EXPECT_THAT(left(), SizeIs(1));
+  for (const std::string& name : world.files.names("/data")) {
+    if (name.ends_with(".unreadable.json")) world.files.disk.erase("/data/" + name);
+  }
+  world.files.put("/data/history.json", index);
+  EXPECT_THAT(left(), IsEmpty());
 }
 
 TEST_F(CaptureEditorsTest, ADraftThatCannotBeRemovedIsOverAllTheSame) {

@@ -1,10 +1,12 @@
 #include "app/layer_pictures.hpp"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
+#include "library/parked_index.hpp"
 
 namespace vantorel {
 namespace {
@@ -26,6 +28,15 @@ LayerPictures::Names picturesBefore(double time, const Files& files, const Path&
     if (status && status->modified < time) names.insert(item.name);
   }
   return names;
+}
+
+/// Whether a damaged index lies in the folder: nobody knows what it named, and a repair or a backup
+/// may bring that back.
+Result<bool> hasDamagedIndex(const Files& files, const LibraryPaths& library) {
+  const auto items = VT_TRY(files.list(library.data));
+  return std::ranges::any_of(items, [&](const FolderItem& item) {
+    return parkedKind(library.index(), item.name) == ParkedKind::unreadable;
+  });
 }
 
 /// Takes out what a record in the folder names, also one that this version cannot read: a name is
@@ -75,8 +86,11 @@ void LayerPictures::removeLeftOver() {
       [files = services_.files, folder = services_.folder,
        before = services_.clock->now() - youth] { return picturesBefore(before, *files, folder); },
       lifetime_.guard([this](Names found) {
-        services_.library.whenReady(lifetime_.guard(
-            [this, found = std::move(found)]() mutable { removeUnnamed(std::move(found)); }));
+        services_.library.whenReady(lifetime_.guard([this, found = std::move(found)]() mutable {
+          // An index that is gone may be put back from a backup.
+          if (services_.library.store().entries().empty()) return;
+          removeUnnamed(std::move(found));
+        }));
       }));
 }
 
@@ -90,13 +104,18 @@ void LayerPictures::removeUnnamed(Names candidates) {
     Names going = unnamed(candidates);
     if (going.empty()) return;
     services_.disk->post([files = services_.files, folder = services_.folder,
-                          data = services_.library.paths().data, drafts = services_.drafts.folder(),
+                          library = services_.library.paths(), drafts = services_.drafts.folder(),
                           use = use_, going = std::move(going)]() mutable {
       if (use->mayHaveOthers()) {
         return logInfo(logName, "{} that nothing shows stay: another program works here",
                        going.size());
       }
-      for (const Path& records : {data, drafts}) {
+      const auto isDamaged = hasDamagedIndex(*files, library);
+      if (!isDamaged || *isDamaged) {
+        return logWarning(logName, "{} that nothing shows stay: {}", going.size(),
+                          isDamaged ? "a damaged index may name them" : isDamaged.error().reason);
+      }
+      for (const Path& records : {library.data, drafts}) {
         if (const auto looked = dropNamed(*files, records, going); !looked) {
           logWarning(logName, "pictures of layers stay: {}", looked.error().reason);
           return;

@@ -38,11 +38,12 @@ class LayerPictures {
   LayerPictures(Services services, std::function<Names()> inUse);
 
   /// Those that earlier runs left, which are there before anything is pasted now. Not the young
-  /// ones, which may belong to a program that could not say that it lives.
+  /// ones, which may belong to a program that could not say that it lives, and none while the
+  /// library is empty: its index may have been lost.
   void removeLeftOver();
 
   /// Those of `candidates` that no entry, draft or journal of the library names. None while it is
-  /// another process's, or one cannot be read.
+  /// another process's, or one cannot be read, or a damaged index lies beside the one in use.
   void removeUnnamed(Names candidates);
 
  private:
