@@ -476,8 +476,10 @@ void AnnotateModel::endSaving(bool isSaved) {
 void AnnotateModel::done(std::function<void()> close) {
   save(lifetime_.guard([this, close = std::move(close)](bool isSaved) {
     if (!isSaved) return;
+    // What was drawn meanwhile is saved as well, and copied.
+    if (hasUnsavedChanges()) return done(close);
     if (!services_.settings.values().copyToClipboardAfterDone) return close();
-    copyThen(close);
+    copyThen(lifetime_.guard([this, close] { hasUnsavedChanges() ? this->done(close) : close(); }));
   }));
 }
 

@@ -105,6 +105,20 @@ TEST_F(CaptureEditorsTest, SavingIsDoneWhenTheLibraryIsOnTheDisk) {
   EXPECT_THAT(run->store.find("a")->shapes, SizeIs(2));
 }
 
+TEST_F(CaptureEditorsTest, DoneTakesAlongWhatIsDrawnWhileItSaves) {
+  run->openEntry("a");
+  run->draw(1);
+  int closed = 0;
+  run->model().done([&] {
+    ++closed;
+    EXPECT_FALSE(run->model().hasUnsavedChanges());
+  });
+  run->model().editor().edit("Draw", [](EditorSnapshot& state) { state.append(mixedShape(2)); });
+  run->runners.run();
+  EXPECT_EQ(closed, 1);
+  EXPECT_THAT(run->store.find("a")->shapes, SizeIs(2));
+}
+
 TEST_F(CaptureEditorsTest, WhatDidNotLandStaysUnsavedAndIsKept) {
   run->openEntry("a");
   run->draw(1);
