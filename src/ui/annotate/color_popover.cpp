@@ -193,7 +193,22 @@ ColorPopover::ColorPopover(const std::shared_ptr<EditorModel>& model, const std:
   connect(text_, &QLineEdit::returnPressed, this, [this] { close(); });
   onClosed = [this] { step_.end(); };
   step_.begin();
-  field_->setFocus();
+  text_->selectAll();
+  text_->setFocus();
+}
+
+/// What is typed writes the color, wherever the keyboard is: none of it picks tools.
+void ColorPopover::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    close();
+    return;
+  }
+  const bool isWritten = !event->text().isEmpty() && event->text().front().isPrint();
+  if (!isWritten) return Popover::keyPressEvent(event);
+  if (text_->hasFocus()) return;
+  text_->setFocus();
+  text_->selectAll();
+  QCoreApplication::sendEvent(text_, event);
 }
 
 void ColorPopover::take(const QColor& color, Source source) {

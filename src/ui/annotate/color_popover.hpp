@@ -22,6 +22,9 @@ class ColorPopover : public Popover {
                    QWidget* anchor, const QString& color,
                    std::function<void(const std::string& color)> picked);
 
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+
  private:
   class Field;
   class Hue;
