@@ -137,7 +137,7 @@ class CanvasScene {
   std::optional<Wanted> asked_;  // of the newest build
   LayerBuilds builds_;
   std::shared_ptr<std::optional<First>> first_;  // of the newest build, filled where it runs
-  LayersReport faults_;  // of the newest build that has landed
+  LayersReport faults_;                          // of the newest build that has landed
   bool isDrawingFirst_ = false;
   bool hasNoMemory_ = false;  // for a view of the newest build
   bool isPatching_ = false;
