@@ -643,6 +643,7 @@ void CaptureEditors::libraryChanged(const HistoryChange& change) {
     const auto& before = update.before->fileIdentity;
     const auto& after = update.after->fileIdentity;
     if (before && after && !before->isSameFileAs(*after)) {
+      editor->capture->fileChanged();
       editor->model->say(
           "The picture was changed by another program. You see it as it was when it was opened.",
           true);

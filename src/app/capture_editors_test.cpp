@@ -541,6 +541,31 @@ TEST_F(CaptureEditorsTest, APictureWhoseFileIsGoneIsFiledAnewWhenItIsSaved) {
   EXPECT_THAT(run->store.entries(), SizeIs(3));
 }
 
+TEST_F(CaptureEditorsTest, WhatIsDrawnIsNotSavedOnAnotherPicture) {
+  const auto written = [](ScreenshotEntry& entry) { entry.fileIdentity->modified += 9; };
+  run->openEntry("a");
+  run->draw(1);
+  run->files->put("/pictures/a.png", run->files->text("/pictures/a.png"));
+  ASSERT_TRUE(run->store.update("a", written));
+  EXPECT_TRUE(run->save());
+  EXPECT_THAT(run->store.find("a")->shapes, SizeIs(1)) << "it was only written again";
+
+  run->files->put("/pictures/a.png", "not a picture");
+  ASSERT_TRUE(run->store.update("a", written));
+  run->draw(2);
+  EXPECT_TRUE(run->save());
+  EXPECT_EQ(run->notice(),
+            "The picture was changed by another program. What you see was filed as a new one.");
+  EXPECT_THAT(run->store.find("a")->shapes, SizeIs(1)) << "it stays as it is";
+  const EntryPointer beside = run->store.entries().back();
+  EXPECT_NE(beside->id, "a");
+  EXPECT_THAT(beside->shapes, SizeIs(2));
+  EXPECT_TRUE(run->files->disk.contains(beside->path));
+  run->draw(3);
+  EXPECT_TRUE(run->save());
+  EXPECT_THAT(run->store.find(beside->id)->shapes, SizeIs(3)) << "the window goes on with it";
+}
+
 TEST_F(CaptureEditorsTest, PastedPicturesGoWhenNothingCanShowThemAnyMore) {
   const auto paste = [&] {
     run->pasteboard.content = {{"image/png", run->picture(5)}};

@@ -8,6 +8,7 @@
 #include "app/document_storing.hpp"
 #include "base/random_id.hpp"
 #include "base/round_trip.hpp"
+#include "editor/entry_document.hpp"
 #include "library/entry_title.hpp"
 
 namespace vantorel {
@@ -16,6 +17,17 @@ namespace {
 constexpr const char* clipboardTitle = "Clipboard Image";
 constexpr const char* isFiledAnew =
     "The capture has left History, for its file is gone. What you see was filed as a new one.";
+
+constexpr const char* isFiledBeside =
+    "The picture was changed by another program. What you see was filed as a new one.";
+
+bool isSamePicture(const Image& one, const Image& other) {
+  if (one.size() != other.size() || one.format() != other.format()) return false;
+  for (int y = 0; y < one.height(); ++y) {
+    if (!std::ranges::equal(one.row(y), other.row(y))) return false;
+  }
+  return true;
+}
 
 /// The picture as a PNG file: as it was copied, where it is one already.
 Result<std::string> asPNG(const Image& base, const std::string* copied, double scale,
@@ -127,26 +139,34 @@ Path OpenedCapture::file() const {
 
 void OpenedCapture::store(const EditorDocument& document, PixelSize capture, Stored done) {
   if (!isInLibrary()) return fileFirst(document, capture, done);
-  lookFirst([this, document, capture, done = std::move(done)](bool isGone) {
-    if (isGone) return fileFirst(document, capture, done);
+  lookFirst([this, document, capture, done = std::move(done)](FileNow file) {
+    isOther_ = file == FileNow::other;
+    if (file != FileNow::same) return fileFirst(document, capture, done);
     storeInEntry(document, capture, done);
   });
 }
 
 /// Annotations of a picture that is no more would be kept for nothing, while this has the picture.
-/// One that is out of reach is still there.
-void OpenedCapture::lookFirst(std::function<void(bool isGone)> then) {
+/// One that is out of reach is still there. On another picture they would lie in the wrong place,
+/// redactions among them.
+void OpenedCapture::lookFirst(std::function<void(FileNow)> then) {
   services_.library.findFiles(
       {origin_.entryID}, Library::Claimed::byCaller, *services_.disk,
       lifetime_.guard([this, then = std::move(then)](const std::set<std::string>&) {
         const EntryPointer now = entry();
-        if (!now) return then(true);
+        if (!now) return then(FileNow::gone);
         roundTrip(
             *services_.disk, services_.main,
-            [files = services_.files, now] { return absenceOf(*files, *now); },
-            lifetime_.guard([then](const std::optional<FileAbsence>& absence) {
-              then(absence && absence->reach == FileReach::fileGone);
-            }));
+            [files = services_.files, codec = services_.codec, now, base = base_,
+             wasChanged = wasChanged_] {
+              if (const auto absence = absenceOf(*files, *now)) {
+                return absence->reach == FileReach::fileGone ? FileNow::gone : FileNow::same;
+              }
+              if (!wasChanged) return FileNow::same;
+              const auto picture = readPictureFile(now->path, 0, *files, *codec);
+              return picture && isSamePicture(*picture, base) ? FileNow::same : FileNow::other;
+            },
+            lifetime_.guard([then](FileNow file) { then(file); }));
       }));
 }
 
@@ -210,7 +230,9 @@ void OpenedCapture::import(const EditorDocument& document, PixelSize capture, co
     carryOver(id);
     const EntryPointer without = entry();
     becomeEntry(id);
-    if (without) {
+    if (without && isOther_) {
+      if (onRemark) onRemark(isFiledBeside);
+    } else if (without) {
       if (onRemark) onRemark(isFiledAnew);
       services_.library.deletion().forget(
           {without->id}, [](const auto&) {}, HistoryDeletion::Originals::kept);
@@ -252,6 +274,7 @@ void OpenedCapture::becomeEntry(const std::string& id) {
   key_ = keyOf(origin_);
   import_.reset();
   picture_.reset();
+  wasChanged_ = false;
   lastEntry_ = entry();
   services_.drafts.drop(oldDraft);
   if (onFiled) onFiled(oldKey);

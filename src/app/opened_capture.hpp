@@ -60,6 +60,9 @@ class OpenedCapture final : public EditedCapture {
   /// Its entry has changed.
   void entryChanged();
 
+  /// Another program wrote its file. What is saved next is for the picture that was read.
+  void fileChanged() { wasChanged_ = true; }
+
   /// Null when it is not in the library.
   [[nodiscard]] EntryPointer entry() const;
 
@@ -96,7 +99,8 @@ class OpenedCapture final : public EditedCapture {
   using Stored = std::function<void(Result<void, std::string>)>;
 
   [[nodiscard]] AnnotationDraft draftOf(const EditorDocument& document, PixelSize capture) const;
-  void lookFirst(std::function<void(bool isGone)> then);
+  enum class FileNow { same, gone, other };
+  void lookFirst(std::function<void(FileNow)> then);
   void storeInEntry(const EditorDocument& document, PixelSize capture, const Stored& done);
   void fileFirst(const EditorDocument& document, PixelSize capture, const Stored& done);
   void import(const EditorDocument& document, PixelSize capture, const Stored& done);
@@ -113,6 +117,8 @@ class OpenedCapture final : public EditedCapture {
   std::optional<double> captureScale_;
   EditorDocument stored_;
   std::shared_ptr<StillCaptures::Import> import_;  ///< once it was to be filed
+  bool wasChanged_ = false;                        ///< the file, by another program
+  bool isOther_ = false;                           ///< it has another picture, or none
   std::shared_ptr<const std::string> picture_;     ///< as a file, while its entry has left
   Lifetime lifetime_;
 };
