@@ -253,7 +253,8 @@ void EditorModel::pickTool(Tool tool) {
   endStep();
   if (pendingCrop_) applyCrop();
   draft_.reset();
-  selection_.clear();
+  // What was just drawn goes on being worked with.
+  if (tool != Tool::select) selection_.clear();
   tool_ = tool;
   if (tool == Tool::crop) pendingCrop_ = cropOnCanvas();
   events_.changed();
