@@ -122,8 +122,9 @@ def typing():
 def run(*words, timeout=60):
     return subprocess.run([program, "--root", str(root), *words], capture_output=True, text=True, timeout=timeout)
 
+# Not History: there the hand opens the twins, and deletes them.
 def other_window():
-    random.choice([lambda: run("show", random.choice(["history", "help"])), lambda: run("edit", random.choice(ids)),
+    random.choice([lambda: run("show", random.choice(["help", "welcome"])), lambda: run("edit", random.choice(ids)),
                    lambda: key("Tab", ALT)])()
 
 def display_shrinks():
