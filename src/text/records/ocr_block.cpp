@@ -42,6 +42,13 @@ void OCRLine::describe(V& v, S& line) {
   v.required("text", line.text);
   v.required("box", line.box);
   v.required("confidence", line.confidence);
+  if constexpr (V::reading) {
+    std::optional<std::string> letters;
+    v.field("letters", letters);
+    if (letters) line.letters = *std::move(letters);
+  } else if (!line.letters.empty()) {
+    v.required("letters", line.letters);
+  }
   v.rest(line.extra);
 }
 VT_JSON_RECORD(OCRLine)

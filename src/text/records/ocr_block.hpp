@@ -27,6 +27,7 @@ struct OCRLine {
   OCRBox box;
   float confidence = 0;  ///< 0 to 1
   json::Extra extra;
+  std::string letters{};  ///< where the letters lie, see `letterEdges`; empty when that is unknown
 
   bool operator==(const OCRLine&) const = default;
   template <class V, class S>

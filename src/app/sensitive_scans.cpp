@@ -1,0 +1,27 @@
+#include "app/sensitive_scans.hpp"
+
+#include <utility>
+
+#include "base/round_trip.hpp"
+
+namespace vantorel {
+
+std::unique_ptr<SensitiveScans::Scan> SensitiveScans::scan(
+    Image picture, double pixelsPerPoint, VisualDetectors enabled,
+    std::move_only_function<void(Answer)> scanned) {
+  std::unique_ptr<Scan> scan(new Scan);
+  roundTrip(
+      *services_.work, services_.main,
+      [smartRedact = services_.smartRedact, picture = std::move(picture), pixelsPerPoint, enabled,
+       stop = scan->stop_.get_token()]() -> Answer {
+        if (stop.stop_requested()) {
+          return std::unexpected(RecognitionFailure{RecognitionFailure::Case::cancelled, {}});
+        }
+        return smartRedact->run(picture, pixelsPerPoint, enabled, stop);
+      },
+      scan->lifetime_.guard(
+          [scanned = std::move(scanned)](Answer answer) mutable { scanned(std::move(answer)); }));
+  return scan;
+}
+
+}  // namespace vantorel
