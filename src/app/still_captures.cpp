@@ -20,12 +20,23 @@ StillCaptures::StillCaptures(Services services) : services_(std::move(services))
   const LibraryPaths& paths = services_.library.paths();
   staging_ = std::make_shared<StagingFolder>(services_.files, paths.stagedCaptures());
   const auto settings = [this]() -> const SettingsValues& { return services_.settings.values(); };
+  const auto originals =
+      std::make_shared<RedactedOriginals>(services_.files, paths.redactedOriginals());
+  redaction_ =
+      std::make_unique<StagedRedaction>(StagedRedaction::Services{.main = services_.main,
+                                                                  .work = services_.filing,
+                                                                  .codec = services_.codec,
+                                                                  .staging = staging_,
+                                                                  .originals = originals,
+                                                                  .redact = services_.redact});
   filing_ = std::make_unique<StillCaptureFiling>(StillCaptureFiling::Services{
       .main = services_.main,
       .work = services_.filing,
       .staging = staging_,
       .placement =
           std::make_shared<CaptureFilePlacement>(services_.files, services_.codec, staging_),
+      .originals = originals,
+      .redaction = redaction_.get(),
       .library = &services_.library,
       .fileSettings = [this] { return fileSettings(); },
       .activeCollectionID = [settings] { return settings().activeCollectionID; }});
@@ -85,6 +96,7 @@ StillCaptureBackend StillCaptures::backend() const {
   const SettingsValues& values = services_.settings.values();
   return {.windowShadow = values.includeWindowShadow,
           .hidesDesktopIcons = values.hideDesktopIconsWhileCapturing,
+          .redactsAfterCapture = values.smartRedactAfterCapture,
           .adjustsArea = values.adjustBeforeCapturing,
           .bound = {.first = grabBound, .cap = grabCap, .extending = [this] {
                       return services_.screen.isSystemDialogVisible();

@@ -33,6 +33,7 @@ class StillCaptures {
     WindowList& windows;
     Library& library;
     SettingsStore& settings;
+    RedactCapture redact;  ///< empty: a capture that awaits its redaction stays staged
     Path defaultCaptures;  ///< folder for captures when the chosen one cannot be used
 
     // What only a run with windows has; null otherwise.
@@ -73,6 +74,7 @@ class StillCaptures {
 
   Services services_;
   std::shared_ptr<StagingFolder> staging_;
+  std::unique_ptr<StagedRedaction> redaction_;
   std::unique_ptr<StillCaptureFiling> filing_;
   std::unique_ptr<TimedCaptureController> countdown_;
   std::unique_ptr<StillCapturePipeline> pipeline_;

@@ -8,6 +8,7 @@
 #include "capture/capture_outcome.hpp"
 #include "capture/records/export_format.hpp"
 #include "capture/staging_folder.hpp"
+#include "editor/records/shape.hpp"
 #include "library/records/file_identity.hpp"
 #include "platform/files.hpp"
 #include "platform/image_codec.hpp"
@@ -33,6 +34,7 @@ struct PlacedCapture {
   PixelSize pixelSize;
   std::vector<CaptureNote> notes;
   std::optional<FileIdentity> identity{};
+  std::vector<Shape> covering{};  ///< what covers something in it, if it was redacted
 };
 
 /// Gives a staged capture its final file: converts where another format is chosen, finds a free

@@ -11,6 +11,8 @@ void StagedCaptureRecord::describe(V& v, S& record) {
   v.field("tall", record.isTallCapture);
   v.field("id", record.entryID);
   v.field("app", record.sourceApp);
+  v.field("awaitsRedaction", record.awaitsRedaction);
+  v.field("redacted", record.isRedacted);
   v.field("path", record.filedPath, json::asPath);
   v.field("inode", record.filedInode);
   v.rest(record.extra);

@@ -23,6 +23,13 @@ struct StagedCaptureRecord {
   std::optional<std::string> entryID;
   std::optional<SourceApp> sourceApp;
 
+  /// Nothing of the picture may be published before it has been looked through for what is
+  /// sensitive.
+  bool awaitsRedaction = false;
+
+  /// Something in the picture is covered, and its original is kept.
+  bool isRedacted = false;
+
   /// Where filing last meant to put the file, and the inode it would have there: what tells the
   /// file that filing made from a stranger of the same name.
   std::optional<std::string> filedPath;

@@ -123,6 +123,10 @@ Result<StagedCaptureRecord> StagingFolder::record(const Path& path) const {
   return record ? std::move(*record) : StagedCaptureRecord{};
 }
 
+Result<std::string> StagingFolder::read(const StagedCapture& staged) const {
+  return files_->read(staged.path);
+}
+
 Result<void> StagingFolder::update(const StagedCapture& staged) {
   return putRecord(staged.path, staged.record);
 }

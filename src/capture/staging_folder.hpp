@@ -38,6 +38,9 @@ class StagingFolder {
   [[nodiscard]] Result<StagedCapture> stage(std::string_view png, double capturedAt,
                                             StagedCaptureRecord record);
 
+  /// The picture: a PNG file.
+  [[nodiscard]] Result<std::string> read(const StagedCapture& staged) const;
+
   /// What the staged file says of itself now.
   [[nodiscard]] Result<StagedCaptureRecord> record(const Path& path) const;
 

@@ -1,5 +1,7 @@
 #include "capture/still_capture_filing.hpp"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "base/log.hpp"
@@ -7,6 +9,27 @@
 #include "base/round_trip.hpp"
 
 namespace vantorel {
+namespace {
+
+/// What a user is told of a redaction before filing, a sentence each.
+std::vector<std::string> redactionRemarks(std::size_t covered, VisualDetectors unavailable) {
+  std::vector<std::string> remarks;
+  if (covered > 0) {
+    remarks.push_back(
+        fmt::format("Smart Redact covered {} {}.", covered, covered == 1 ? "place" : "places"));
+  }
+  const bool faces = unavailable.contains(VisualDetectors::faces);
+  const bool people = unavailable.contains(VisualDetectors::people);
+  if (faces || people) {
+    remarks.push_back(fmt::format("Smart Redact couldn't look for {}.", faces && people
+                                                                            ? "faces and people"
+                                                                        : faces ? "faces"
+                                                                                : "people"));
+  }
+  return remarks;
+}
+
+}  // namespace
 
 void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed, Reached reached) {
   claim(staged.path);
@@ -19,7 +42,44 @@ void StillCaptureFiling::file(StagedCapture staged, Image image, Filed filed, Re
       lifetime_.guard([this, staged = std::move(staged), image = std::move(image),
                        filed = std::move(filed), reached = std::move(reached)]() mutable {
         if (reached) reached("library");
+        const auto& id = staged.record.entryID;
+        if (staged.record.awaitsRedaction && !(id && services_.library->store().find(*id))) {
+          return redact(std::move(staged), std::move(image), std::move(filed), std::move(reached));
+        }
         fileNow(std::move(staged), std::move(image), std::move(filed), std::move(reached));
+      }));
+}
+
+void StillCaptureFiling::redact(StagedCapture staged, Image image, Filed filed, Reached reached) {
+  if (!staged.record.entryID) staged.record.entryID = randomID();
+  struct Waiting {
+    Filed filed;
+    Reached reached;
+  };
+  auto waiting = std::make_shared<Waiting>(Waiting{std::move(filed), std::move(reached)});
+  services_.redaction->run(
+      std::move(staged), std::move(image),
+      lifetime_.guard([this, waiting](Result<StagedRedaction::Publishable> result) {
+        if (!result) return waiting->filed(std::unexpected(std::move(result.error())));
+        if (waiting->reached) waiting->reached("redaction");
+        // A covered picture is staged under a name of its own.
+        const Path path = result->staged.path;
+        claim(path);
+        auto published = [ended = lifetime_.guard([this, path] { pathsUnderWay_.erase(path); }),
+                          waiting, picture = result->image, covered = result->covered,
+                          unavailable =
+                              result->unavailable](Result<CaptureOutcome::Saved> saved) mutable {
+          ended();
+          if (saved) {
+            saved->picture = std::move(picture);
+            for (std::string& remark : redactionRemarks(covered, unavailable)) {
+              saved->remarks.push_back(std::move(remark));
+            }
+          }
+          waiting->filed(std::move(saved));
+        };
+        fileNow(std::move(result->staged), std::move(result->image), std::move(published),
+                waiting->reached);
       }));
 }
 
@@ -45,8 +105,13 @@ void StillCaptureFiling::fileNow(StagedCapture staged, Image image, Filed filed,
   roundTrip(
       *services_.work, services_.main,
       [placing, image = std::move(image), settings = services_.fileSettings(),
-       placement = services_.placement]() mutable {
-        return placement->place(placing->staged, std::move(image), settings);
+       placement = services_.placement,
+       originals = services_.originals]() mutable -> Result<PlacedCapture> {
+        PlacedCapture placed =
+            VT_TRY(placement->place(placing->staged, std::move(image), settings));
+        const StagedCaptureRecord& record = placing->staged.record;
+        if (record.isRedacted) placed.covering = originals->shapes(*record.entryID);
+        return placed;
       },
       lifetime_.guard([this, placing](Result<PlacedCapture> result) {
         if (!result) {
@@ -73,6 +138,10 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
   entry.isTallCapture = staged.record.isTallCapture;
   entry.medium = CaptureMedium::image;
   entry.sourceApp = staged.record.sourceApp;
+  if (staged.record.isRedacted) {
+    entry.originalPath = services_.originals->original(entry.id).string();
+    entry.autoRedactions = placed.covering;
+  }
   // It may have been deleted, or typed by hand.
   const auto collection = services_.activeCollectionID();
   const bool isThere = collection && store.findCollection(*collection) != nullptr;
@@ -179,7 +248,7 @@ void StillCaptureFiling::forgetStaged(const StagedCapture& staged, const Path& p
                                       std::move_only_function<void()> done) {
   roundTrip(
       *services_.work, services_.main,
-      [staged, placed, staging = services_.staging] {
+      [staged, placed, staging = services_.staging, originals = services_.originals] {
         // The staged name first: its file may be the very one that is placed, and without its
         // record it would look like somebody else's.
         if (const auto discarded = staging->discard(staged); !discarded) {
@@ -190,6 +259,7 @@ void StillCaptureFiling::forgetStaged(const StagedCapture& staged, const Path& p
           logWarning("Filing", "the record of {} could not be removed: {}", placed.string(),
                      removed.error().reason);
         }
+        if (staged.record.isRedacted) originals->forgetShapes(*staged.record.entryID);
       },
       std::move(done));
 }

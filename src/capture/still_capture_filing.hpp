@@ -10,6 +10,8 @@
 #include "base/task_runner.hpp"
 #include "capture/capture_file_placement.hpp"
 #include "capture/capture_outcome.hpp"
+#include "capture/redacted_originals.hpp"
+#include "capture/staged_redaction.hpp"
 #include "capture/staging_folder.hpp"
 #include "library/library.hpp"
 
@@ -18,7 +20,8 @@ namespace vantorel {
 /// Files staged captures into the library: gives each its final file, lists it in the index, and
 /// only when the index is safe on disk forgets the staged file. A crash at any point leaves either
 /// a staged capture that the next launch files, or a filed one. A capture that no folder can take
-/// is listed under its staged name till one can. Lives on the main runner; the disk
+/// is listed under its staged name till one can. One that awaits its redaction is redacted before
+/// anything of it leaves the staging folder. Lives on the main runner; the disk
 /// work runs on `work`.
 class StillCaptureFiling {
  public:
@@ -27,6 +30,8 @@ class StillCaptureFiling {
     std::shared_ptr<TaskRunner> work;
     std::shared_ptr<StagingFolder> staging;
     std::shared_ptr<CaptureFilePlacement> placement;
+    std::shared_ptr<RedactedOriginals> originals;
+    StagedRedaction* redaction = nullptr;
     Library* library = nullptr;
     std::function<CaptureFileSettings()> fileSettings;
     std::function<std::optional<std::string>()> activeCollectionID;
@@ -59,6 +64,7 @@ class StillCaptureFiling {
   void unclaimKept();
 
  private:
+  void redact(StagedCapture staged, Image image, Filed filed, Reached reached);
   void fileNow(StagedCapture staged, Image image, Filed filed, Reached reached);
   void addToLibrary(StagedCapture staged, PlacedCapture placed, Filed filed,
                     const Reached& reached);

@@ -405,6 +405,7 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
   record.scale = run_->picture.scale;
   record.entryID = randomID();
   record.sourceApp = std::move(app);
+  record.awaitsRedaction = run_->backend.redactsAfterCapture;
 
   using Staged = Result<StagedCapture, CaptureFailure>;
   roundTrip(
@@ -445,7 +446,9 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
                                  filed->copies = run_->copies;
                                  if (run_->onFiled) run_->onFiled(*filed->entry);
                                  filed->shown = shownArea();
-                                 filed->picture = std::move(run_->picture.image);
+                                 if (filed->picture.isEmpty()) {
+                                   filed->picture = std::move(run_->picture.image);
+                                 }
                                  if (run_->lacksCover) filed->remarks.emplace_back(iconsAreShown);
                                  if (!run_->cut.empty()) filed->remarks.push_back(run_->cut);
                                  finish(CaptureOutcome{std::move(*filed)});

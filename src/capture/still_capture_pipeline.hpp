@@ -72,7 +72,8 @@ struct StillCaptureRequest {
 struct StillCaptureBackend {
   bool windowShadow = true;
   bool hidesDesktopIcons = false;
-  bool adjustsArea = false;  ///< a dragged area is adjusted before it is taken
+  bool redactsAfterCapture = false;  ///< nothing is published before Smart Redact has looked
+  bool adjustsArea = false;          ///< a dragged area is adjusted before it is taken
   TimeBound bound;           ///< for each wait for the capture service
 };
 

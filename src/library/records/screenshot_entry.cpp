@@ -95,6 +95,7 @@ void ScreenshotEntry::describe(V& v, S& entry) {
   v.field("title", entry.title);
   v.field("fileIdentity", entry.fileIdentity);
   v.field("originalIdentity", entry.originalIdentity);
+  v.field("autoRedactions", entry.autoRedactions);
   v.rest(entry.extra);
 }
 VT_JSON_RECORD(ScreenshotEntry)

@@ -83,6 +83,9 @@ struct ScreenshotEntry {
   BoxedOptional<FileIdentity> fileIdentity;
   /// Of the original, likewise; empty of one in the library's own folders, where nobody renames it.
   BoxedOptional<FileIdentity> originalIdentity;
+  /// What Smart Redact covered in the file itself before it was filed, in its pixels. The original
+  /// is at `originalPath` for as long as it is covered; afterwards they can be applied again.
+  BoxedOptional<std::vector<Shape>> autoRedactions;
   json::Extra extra;  ///< what this build does not know
 
   bool operator==(const ScreenshotEntry&) const = default;
