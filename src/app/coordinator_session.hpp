@@ -127,6 +127,11 @@ class CoordinatorSession : public TestLibrary {
                                              .windows = screen,
                                              .library = library,
                                              .settings = *settings,
+                                             .redact =
+                                                 [this](Image capture, double, auto redacted) {
+                                                   looked.push_back(capture.size());
+                                                   redacted(redaction(capture));
+                                                 },
                                              .defaultCaptures = "/home/captures",
                                              .hotKeys = &keys,
                                              .countdown = countdown,
@@ -213,6 +218,12 @@ class CoordinatorSession : public TestLibrary {
   std::optional<int> recovered;
   bool terminated = false;
   std::vector<CaptureCue> cues;
+
+  /// What Smart Redact comes to with a capture, and what it looked at.
+  std::function<CaptureRedaction(const Image& capture)> redaction = [](const Image&) {
+    return CaptureRedaction{CaptureRedaction::Clean{}};
+  };
+  std::vector<PixelSize> looked;
 };
 
 inline WindowSnapshot openWindow(WindowID id, const std::string& owner, PointRect frame) {
