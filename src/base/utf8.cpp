@@ -30,19 +30,26 @@ std::size_t sequenceLength(std::string_view bytes) {
   return 0;
 }
 
+std::string withInPlaceOfOthers(std::string_view replacement, std::string_view bytes) {
+  std::string out;
+  out.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const std::size_t length = sequenceLength(bytes);
+    out += length == 0 ? replacement : bytes.substr(0, length);
+    bytes.remove_prefix(length == 0 ? 1 : length);
+  }
+  return out;
+}
+
 }  // namespace
 
 bool isUtf8(std::string_view bytes) { return simdjson::validate_utf8(bytes); }
 
 std::string repairedUtf8(std::string_view bytes) {
-  std::string out;
-  while (!bytes.empty()) {
-    const std::size_t length = sequenceLength(bytes);
-    out += length == 0 ? std::string_view("\xEF\xBF\xBD") : bytes.substr(0, length);
-    bytes.remove_prefix(length == 0 ? 1 : length);
-  }
-  return out;
+  return withInPlaceOfOthers("\xEF\xBF\xBD", bytes);
 }
+
+std::string substitutedUtf8(std::string_view bytes) { return withInPlaceOfOthers("\x1A", bytes); }
 
 std::string_view beginningOf(std::string_view text, std::size_t most) {
   if (text.size() <= most) return text;

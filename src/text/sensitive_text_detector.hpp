@@ -21,7 +21,9 @@ class SensitiveTextDetector {
                         std::vector<std::string> regions);
 
   /// What is sensitive in `text` (UTF-8; what is not valid is passed over), in order and without
-  /// overlaps.
+  /// overlaps: letters that several found belong to the first of them, the pattern rules in their
+  /// order, then links, telephone numbers and postal addresses; the others keep what is left of
+  /// theirs. Takes under a second per megabyte, whatever it is given.
   [[nodiscard]] std::vector<SensitiveMatch> matches(std::string_view text) const;
 
  private:
