@@ -12,6 +12,7 @@
 #include "app/kept_layer.hpp"
 #include "base/area_downscale.hpp"
 #include "base/check.hpp"
+#include "base/count_text.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
 #include "base/size_text.hpp"
@@ -21,6 +22,7 @@
 #include "editor/export_gate.hpp"
 #include "library/capture_file_name.hpp"
 #include "platform/scene_view.hpp"
+#include "text/sensitive_words.hpp"
 
 namespace vantorel {
 namespace {
@@ -109,6 +111,7 @@ struct AnnotateModel::Editing {
   EditorSession session;
   std::vector<std::function<void()>> whenDrawn{};
   Observation drawn;
+  std::unique_ptr<SmartRedactSession> smartRedact{};
 };
 
 AnnotateModel::AnnotateModel(Services services, std::shared_ptr<EditedCapture> capture)
@@ -147,6 +150,7 @@ void AnnotateModel::changed(const Change& change) {
   coming_.saving |= change.saving;
   coming_.notice |= change.notice;
   coming_.formats |= change.formats;
+  coming_.redaction |= change.redaction;
   if (std::exchange(isTelling_, true)) return;
   services_.main->post(lifetime_.guard([this] {
     isTelling_ = false;
@@ -170,7 +174,8 @@ void AnnotateModel::noteOwnPictures() {
 void AnnotateModel::documentChanged() {
   noteOwnPictures();
   const bool isUnsaved = hasUnsavedChanges();
-  changed({.document = true, .saving = true});
+  changed({.document = true, .saving = true, .redaction = editing_->smartRedact != nullptr});
+  if (editing_->smartRedact) editing_->smartRedact->documentChanged();
   checkBackground();
   if (isUnsaved || draft_) keepDraftSoon();
 }
@@ -210,6 +215,8 @@ void AnnotateModel::clearNotice() {
 }
 
 void AnnotateModel::refuse(const EditorExportFailure& failure) {
+  // Whoever wants to look first is shown what there is to be seen.
+  if (failure == EditorExportFailure(OutputFailure::notConfirmed) && isReviewing_) return;
   const auto* const block = std::get_if<ExportBlock>(&failure);
   if (block == nullptr) return say(sentence(failure), true);
   Refusal refusal{sentence(*block), std::nullopt};
@@ -307,15 +314,9 @@ void AnnotateModel::open(Opened opened) {
              codec = services_.codec](const EditorDocument& document) {
               return drawing.drawScene(document, base, scale, *files, *codec);
             },
-        .ask =
-            [this](const std::string& question, const std::function<void(bool)>& answered) {
-              services_.alerts.ask(
-                  {.style = Alert::Style::warning,
-                   .message = question,
-                   .informative = "Text that was found to be sensitive is not covered.",
-                   .buttons = {{"Publish"}, {"Cancel", true, true}}},
-                  [answered](std::size_t button) { answered(button == 0); });
-            },
+        .ask = [this](
+                   const std::string& question,
+                   const std::function<void(bool)>& answered) { askToPublish(question, answered); },
         .report =
             [this](const std::string& line) {
               // This window goes, and what stands in it.
@@ -331,6 +332,17 @@ void AnnotateModel::open(Opened opened) {
   editing_ = std::make_unique<Editing>(base, drawing, std::move(opening), std::move(events),
                                        std::move(scenes), std::move(canvas), sessions, *capture_);
   editing_->session.setBase(BaseImageState::ready);
+  if (services_.scan) {
+    editing_->smartRedact = std::make_unique<SmartRedactSession>(SmartRedactSession::Services{
+        .main = services_.main,
+        .editor = editing_->model,
+        .settings = services_.settings,
+        .draw = [this](EditorDocument ground,
+                       std::function<void(Image)> drawn) { drawGround(std::move(ground), drawn); },
+        .missingLayers = [this] { return editing_->scene.report().missingLayerIDs; },
+        .scan = services_.scan,
+        .changed = [this] { changed({.redaction = true}); }});
+  }
   editing_->input.setRecognised(opened.recognised);
   if (pictureSize_ == PixelSize{}) pictureSize_ = size;
   preview_ = {};
@@ -352,6 +364,70 @@ void AnnotateModel::open(Opened opened) {
   } else if (opened.wasCombined) {
     say("Combine arrangement is now layers");
   }
+}
+
+// ---- what should not be shared
+
+SmartRedactSession* AnnotateModel::smartRedact() {
+  return editing_ != nullptr ? editing_->smartRedact.get() : nullptr;
+}
+
+/// Canvas and layers without what is drawn on them.
+void AnnotateModel::drawGround(EditorDocument ground, std::function<void(Image)> drawn) {
+  roundTrip(
+      *services_.work, services_.main,
+      [ground = std::move(ground), drawing = &editing_->drawing, base = editing_->base,
+       part = shownPart(std::nullopt, editor().canvasSize()), files = services_.files,
+       codec = services_.codec] {
+        const auto read = [&](const LayerSpec& layer) {
+          return readPictureFile(*layer.path, layer.frameIndex, *files, *codec);
+        };
+        try {
+          return drawing->buildLayers(ground, base, read, part).image;
+        } catch (const std::bad_alloc&) {
+          return Image();
+        }
+      },
+      lifetime_.guard(std::move(drawn)));
+}
+
+void AnnotateModel::redactFinds() {
+  SmartRedactSession* const redaction = smartRedact();
+  if (redaction == nullptr) return;
+  clearNotice();
+  const int count = redaction->redact();
+  if (count > 0) {
+    say(fmt::format("Redacted {} {}", countText(static_cast<std::uint64_t>(count)),
+                    count == 1 ? "item" : "items"));
+  }
+}
+
+void AnnotateModel::askToPublish(const std::string& question,
+                                 const std::function<void(bool)>& answered) {
+  std::vector<std::string> left;
+  for (const auto& group : editing_->smartRedact->groups()) {
+    const std::size_t count = group.finds.size();
+    std::string name(count == 1 ? singularName(group.kind) : pluralName(group.kind));
+    const bool isAbbreviation = name.size() > 1 && name[1] >= 'A' && name[1] <= 'Z';
+    if (!isAbbreviation && name[0] >= 'A' && name[0] <= 'Z') name[0] += 'a' - 'A';
+    left.push_back(fmt::format("{} {}", countText(count), name));
+  }
+  services_.alerts.ask(
+      {.style = Alert::Style::warning,
+       .message = question,
+       .informative = fmt::format("Found and not covered: {}.", fmt::join(left, ", ")),
+       .buttons = {{"Publish"}, {"Review"}, {"Cancel", true, true}}},
+      lifetime_.guard([this, answered](std::size_t button) {
+        isReviewing_ = button == 1;
+        answered(button == 0);
+        if (!std::exchange(isReviewing_, false)) return;
+        editing_->smartRedact->open();
+      }));
+}
+
+void AnnotateModel::countFinds() {
+  const SmartRedactSession* const redaction = smartRedact();
+  editing_->session.setUnredactedFindings(redaction != nullptr ? redaction->openFinds() : 0);
 }
 
 void AnnotateModel::entryChanged() { changed({.stage = true, .saving = true}); }
@@ -474,12 +550,23 @@ void AnnotateModel::endSaving(bool isSaved) {
 }
 
 void AnnotateModel::done(std::function<void()> close) {
+  if (!editing_) return;
+  clearNotice();
+  countFinds();
+  editing_->session.confirmPublishing([this, close = std::move(close)](bool isConfirmed) mutable {
+    if (!isConfirmed) return refuse(OutputFailure::notConfirmed);
+    saveAndClose(std::move(close));
+  });
+}
+
+void AnnotateModel::saveAndClose(std::function<void()> close) {
   save(lifetime_.guard([this, close = std::move(close)](bool isSaved) {
     if (!isSaved) return;
     // What was drawn meanwhile is saved as well, and copied.
-    if (hasUnsavedChanges()) return done(close);
+    if (hasUnsavedChanges()) return saveAndClose(close);
     if (!services_.settings.values().copyToClipboardAfterDone) return close();
-    copyThen(lifetime_.guard([this, close] { hasUnsavedChanges() ? this->done(close) : close(); }));
+    copyThen(
+        lifetime_.guard([this, close] { hasUnsavedChanges() ? saveAndClose(close) : close(); }));
   }));
 }
 
@@ -491,6 +578,7 @@ void AnnotateModel::handOut(EditorExport target, std::function<void(Image)> then
   clearNotice();
   dismissRefusal();
   auto go = lifetime_.guard([this, target, then = std::move(then)] {
+    countFinds();
     editing_->session.exportTo(
         target, lifetime_.guard([this, then](Result<EditorSaving, EditorExportFailure> made) {
           if (!made) return refuse(made.error());

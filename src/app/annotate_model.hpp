@@ -12,6 +12,7 @@
 #include "app/edited_capture.hpp"
 #include "app/output_guard.hpp"
 #include "app/pending_archive_work.hpp"
+#include "app/smart_redact_session.hpp"
 #include "base/image.hpp"
 #include "base/lifetime.hpp"
 #include "base/observers.hpp"
@@ -48,6 +49,7 @@ class AnnotateModel {
     std::function<ProtectedFiles()> protectedFiles;  ///< what a picture is never written over
     Path layers;                                     ///< the folder of pasted pictures
     Path drags;                                      ///< the folder of what is dragged out
+    ScanPicture scan{};                              ///< for Smart Redact; empty: there is none
   };
 
   AnnotateModel(Services services, std::shared_ptr<EditedCapture> capture);
@@ -81,13 +83,19 @@ class AnnotateModel {
   [[nodiscard]] CanvasInput& input();
   [[nodiscard]] CanvasScene& scene();
 
+  /// From `ready` on, where there is one; else null.
+  [[nodiscard]] SmartRedactSession* smartRedact();
+  /// Covers what is chosen there, and says how much that was.
+  void redactFinds();
+
   /// What is other than it was; the changes of a batch come as one, in a task of their own.
   struct Change {
-    bool stage = false;     ///< stage, title, size and preview
-    bool document = false;  ///< anything of the editor: document, selection, tool, style, draft
-    bool saving = false;    ///< `isSaving`, and whether there are unsaved changes
-    bool notice = false;    ///< notice and refusal
-    bool formats = false;   ///< sizes of the formats
+    bool stage = false;      ///< stage, title, size and preview
+    bool document = false;   ///< anything of the editor: document, selection, tool, style, draft
+    bool saving = false;     ///< `isSaving`, and whether there are unsaved changes
+    bool notice = false;     ///< notice and refusal
+    bool formats = false;    ///< sizes of the formats
+    bool redaction = false;  ///< anything of `smartRedact`
   };
   [[nodiscard]] Observation observe(std::function<void(const Change&)> changed) {
     return observers_.add(std::move(changed));
@@ -231,6 +239,10 @@ class AnnotateModel {
   void draftKept(const Result<void>& kept);
   void storeNow();
   void endSaving(bool isSaved);
+  void saveAndClose(std::function<void()> close);
+  void askToPublish(const std::string& question, const std::function<void(bool)>& answered);
+  void countFinds();
+  void drawGround(EditorDocument ground, std::function<void(Image)> drawn);
   void handOut(EditorExport target, std::function<void(Image)> then);
   void copyThen(std::function<void()> then);
   void copyFromCanvas(const std::string& text);
@@ -258,6 +270,7 @@ class AnnotateModel {
 
   bool isSaving_ = false;
   bool isDiscarding_ = false;
+  bool isReviewing_ = false;  ///< the answer to whether to publish
   std::optional<PendingArchiveWork::Ticket> saving_;
   bool savesAgain_ = false;
   std::vector<std::function<void(bool)>> waitingForSave_;

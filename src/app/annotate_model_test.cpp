@@ -89,6 +89,55 @@ TEST_F(AnnotateModelTest, DoneClosesWhenEverythingLanded) {
   EXPECT_EQ(run.pasteboard.images, 1);
 }
 
+TEST_F(AnnotateModelTest, NothingFoundLeavesUncoveredWithoutAWord) {
+  model().copy();
+  run.runners.run();
+  EXPECT_FALSE(run.alerts.shown) << "nobody has looked";
+  model().smartRedact()->open();
+  run.runners.run();
+  run.scans.answer(0, {{SensitiveMatchKind::email, {2, 2, 20, 8}, 1, "a@b.org"},
+                       {SensitiveMatchKind::apiKey, {2, 14, 20, 8}, 2, "sk-0"},
+                       {SensitiveMatchKind::email, {25, 2, 20, 8}, 3, "c@b.org"}});
+  model().smartRedact()->close();
+  model().copy();
+  run.runners.run();
+  ASSERT_TRUE(run.alerts.shown);
+  EXPECT_EQ(run.alerts.shown->message, "Publish without redacting?");
+  EXPECT_EQ(run.alerts.shown->informative, "Found and not covered: 2 e-mail addresses, 1 API key.");
+  EXPECT_EQ(run.alerts.shown->buttons[run.alerts.shown->cancelButton()].label, "Cancel");
+  EXPECT_TRUE(run.alerts.press("Cancel"));
+  run.runners.run();
+  EXPECT_EQ(run.notice(), "Publish wasn't confirmed");
+  EXPECT_EQ(run.pasteboard.images, 1);
+
+  run.draw(1);
+  bool isClosed = false;
+  model().done([&] { isClosed = true; });
+  run.runners.run();
+  EXPECT_TRUE(run.alerts.press("Review"));
+  run.runners.run();
+  EXPECT_TRUE(model().smartRedact()->isOpen());
+  EXPECT_FALSE(isClosed);
+  EXPECT_THAT(run.store.find("a")->shapes, IsEmpty());
+  EXPECT_EQ(run.notice(), "nothing");
+
+  model().smartRedact()->choose(std::size_t{2}, false);
+  model().redactFinds();
+  EXPECT_EQ(run.notice(), "Redacted 2 items");
+  EXPECT_TRUE(model().hasUnsavedChanges());
+  model().saveAs("/elsewhere/mine.png", ExportFormat::png);
+  run.runners.run();
+  ASSERT_TRUE(run.alerts.shown) << "one was left alone";
+  EXPECT_THAT(run.alerts.shown->informative, HasSubstr(": 1 e-mail address."));
+  EXPECT_TRUE(run.alerts.press("Publish"));
+  run.runners.run();
+  EXPECT_EQ(run.notice(), "Saved as mine.png");
+  model().done([&] { isClosed = true; });
+  run.runners.run();
+  EXPECT_FALSE(run.alerts.shown) << "once is enough";
+  EXPECT_TRUE(isClosed);
+}
+
 TEST_F(AnnotateModelTest, ALayerThatIsAwayKeepsPicturesInAndChangesSafe) {
   run.files->put("/elsewhere/logo.png", run.picture(3));
   run.files->put("/elsewhere/notes.txt", "words");

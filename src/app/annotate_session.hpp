@@ -8,6 +8,7 @@
 
 #include "app/capture_editors.hpp"
 #include "app/coordinator_session.hpp"
+#include "app/fake_scans.hpp"
 #include "editor/testing/flat_scene_drawing.hpp"
 #include "editor/testing/mixed_shapes.hpp"
 #include "platform/testing/clipboard_in_memory.hpp"
@@ -150,6 +151,7 @@ class AnnotateSession : public CoordinatorSession {
 
   ClipboardInMemory pasteboard;
   FlatSceneDrawing drawing;
+  FakeScans scans;
   EditorWindowsInMemory windows;
   std::vector<std::string> forgotten;
   std::shared_ptr<const ImageCodec> pictures{&codec, [](const ImageCodec*) {}};
@@ -174,7 +176,8 @@ class AnnotateSession : public CoordinatorSession {
                                             .originals = store.paths().originals()};
                     },
                 .layers = "/data/Layers",
-                .drags = "/caches/Drags"},
+                .drags = "/caches/Drags",
+                .scan = scans.scan()},
       .capture = {.main = runners.main(),
                   .work = runners.runner("drawing"),
                   .disk = runners.runner("opening"),

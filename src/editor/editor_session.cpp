@@ -45,22 +45,22 @@ std::optional<ExportBlock> EditorSession::block() const {
 }
 
 void EditorSession::exportTo(EditorExport target, Exported done) {
-  if (!isPublishing(target) || unredacted_ == 0 || publishingConfirmed_) {
-    confirmed(std::move(done));
-    return;
-  }
+  if (!isPublishing(target)) return flatten(std::move(done));
+  confirmPublishing([this, done = std::move(done)](bool isConfirmed) {
+    isConfirmed ? flatten(done) : done(std::unexpected(OutputFailure::notConfirmed));
+  });
+}
+
+void EditorSession::confirmPublishing(std::function<void(bool)> answered) {
+  if (unredacted_ == 0 || publishingConfirmed_) return answered(true);
   services_.ask("Publish without redacting?",
-                lifetime_.guard([this, done = std::move(done)](bool yes) mutable {
-                  if (!yes) {
-                    done(std::unexpected(OutputFailure::notConfirmed));
-                    return;
-                  }
-                  publishingConfirmed_ = true;
-                  confirmed(std::move(done));
+                lifetime_.guard([this, answered = std::move(answered)](bool yes) {
+                  if (yes) publishingConfirmed_ = true;
+                  answered(yes);
                 }));
 }
 
-void EditorSession::confirmed(Exported done) {
+void EditorSession::flatten(Exported done) {
   model_.endText();
   if (auto blocked = block()) return done(std::unexpected(*std::move(blocked)));
   EditorSaving saving{entryID_, path_, {}, model_.document()};

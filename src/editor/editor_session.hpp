@@ -69,10 +69,13 @@ class EditorSession {
   /// Why nothing can be exported now.
   [[nodiscard]] std::optional<ExportBlock> block() const;
 
+  /// Asks once a session, when there are such findings, before unredacted content is published.
+  void confirmPublishing(std::function<void(bool isConfirmed)> answered);
+
   using Exported = std::function<void(Result<EditorSaving, EditorExportFailure>)>;
 
-  /// Draws the picture for `target` and hands it to `done`, or says why not. Asks once a session
-  /// before unredacted content leaves the library.
+  /// Draws the picture for `target` and hands it to `done`, or says why not. What leaves the
+  /// library has to be confirmed as `confirmPublishing` says.
   void exportTo(EditorExport target, Exported done);
 
   using Saved = std::function<void(bool isSaved)>;
@@ -87,7 +90,7 @@ class EditorSession {
   void discard();
 
  private:
-  void confirmed(Exported done);
+  void flatten(Exported done);
   void handBack(EditorSaving saving, const EditorSessionServices::Save& to, const Saved& saved);
 
   std::string entryID_;

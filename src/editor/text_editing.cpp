@@ -63,12 +63,12 @@ TextEditing::TextEditing(std::string text) {
   now_.text = std::move(text);
 }
 
-TextRange TextEditing::selection() const {
+TypedRange TextEditing::selection() const {
   return {std::min(now_.caret, now_.anchor), std::max(now_.caret, now_.anchor)};
 }
 
 std::string TextEditing::selectedText() const {
-  const TextRange range = selection();
+  const TypedRange range = selection();
   return now_.text.substr(range.from, range.to - range.from);
 }
 
@@ -77,7 +77,7 @@ std::string TextEditing::shownText() const {
   return text.insert(now_.caret, composed_);
 }
 
-TextRange TextEditing::composed() const { return {now_.caret, now_.caret + composed_.size()}; }
+TypedRange TextEditing::composed() const { return {now_.caret, now_.caret + composed_.size()}; }
 
 std::size_t TextEditing::shownCaret() const { return now_.caret + composedCaret_; }
 
@@ -91,7 +91,7 @@ void TextEditing::note(Kind kind) {
   open_ = kind;
 }
 
-void TextEditing::replaceRange(TextRange range, std::string_view by) {
+void TextEditing::replaceRange(TypedRange range, std::string_view by) {
   now_.text.replace(range.from, range.to - range.from, by);
   now_.caret = now_.anchor = range.from + by.size();
 }
@@ -113,7 +113,7 @@ void TextEditing::replace(std::string text) {
 void TextEditing::insert(std::string_view text) {
   composed_.clear();
   composedCaret_ = 0;
-  const TextRange range = selection();
+  const TypedRange range = selection();
   const std::size_t kept = now_.text.size() - (range.to - range.from);
   std::string letters = typeable(text);
   letters = beginningOf(letters, mostBytes - std::min(mostBytes, kept));
@@ -129,7 +129,7 @@ void TextEditing::insert(std::string_view text) {
 
 void TextEditing::compose(std::string_view text, std::size_t caret) {
   std::string letters = typeable(text);
-  const TextRange range = selection();
+  const TypedRange range = selection();
   if (!letters.empty() && range.from != range.to) {
     note(Kind::none);
     replaceRange(range, {});
@@ -139,7 +139,7 @@ void TextEditing::compose(std::string_view text, std::size_t caret) {
 }
 
 void TextEditing::erase(const TextGeometry& geometry, CaretStep step) {
-  TextRange range = selection();
+  TypedRange range = selection();
   const bool isMarked = range.from != range.to;
   if (!isMarked) {
     const std::size_t to =
@@ -158,7 +158,7 @@ void TextEditing::setCaret(std::size_t offset, bool extends) {
 }
 
 void TextEditing::move(const TextGeometry& geometry, CaretStep step, bool extends) {
-  const TextRange range = selection();
+  const TypedRange range = selection();
   const bool isVertical = step == CaretStep::lineUp || step == CaretStep::lineDown;
   if (!isVertical) goal_.reset();
   if (!extends && range.from != range.to && (isToTheLeft(step) || isToTheRight(step))) {
@@ -183,7 +183,7 @@ void TextEditing::place(const TextGeometry& geometry, Pt at, bool extends, int c
   goal_.reset();
   const std::size_t offset = geometry.offsetAt(at);
   if (clicks < 2) return setCaret(offset, extends);
-  TextRange range = geometry.wordAt(offset);
+  TypedRange range = geometry.wordAt(offset);
   if (clicks > 2) {
     range = {geometry.next(offset, CaretStep::lineStart),
              geometry.next(offset, CaretStep::lineEnd)};

@@ -37,12 +37,12 @@ class TextEditing {
   [[nodiscard]] const std::string& text() const { return now_.text; }
   [[nodiscard]] std::size_t caret() const { return now_.caret; }
   [[nodiscard]] std::size_t anchor() const { return now_.anchor; }
-  [[nodiscard]] TextRange selection() const;
+  [[nodiscard]] TypedRange selection() const;
   [[nodiscard]] std::string selectedText() const;
 
   /// What is shown: the text with what is composed, and where that stands.
   [[nodiscard]] std::string shownText() const;
-  [[nodiscard]] TextRange composed() const;
+  [[nodiscard]] TypedRange composed() const;
   /// The caret in `shownText`.
   [[nodiscard]] std::size_t shownCaret() const;
 
@@ -80,7 +80,7 @@ class TextEditing {
   };
 
   void note(Kind kind);
-  void replaceRange(TextRange range, std::string_view by);
+  void replaceRange(TypedRange range, std::string_view by);
   void setCaret(std::size_t offset, bool extends);
 
   State now_;

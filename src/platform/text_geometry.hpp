@@ -26,12 +26,12 @@ enum class CaretStep {
   wordAfter,
 };
 
-/// A part of a text.
-struct TextRange {
+/// A part of a text that is typed.
+struct TypedRange {
   std::size_t from = 0;
   std::size_t to = 0;  ///< behind the last byte
 
-  bool operator==(const TextRange&) const = default;
+  bool operator==(const TypedRange&) const = default;
 };
 
 /// Where the letters of a text lie, as they are drawn. Offsets are bytes of `Shape::text`, between
@@ -52,14 +52,14 @@ class TextGeometry {
   [[nodiscard]] virtual std::size_t offsetAt(Pt at) const = 0;
 
   /// What a selection covers, line by line; in mixed directions several boxes a line.
-  [[nodiscard]] virtual std::vector<Box> boxes(TextRange range) const = 0;
+  [[nodiscard]] virtual std::vector<Box> boxes(TypedRange range) const = 0;
 
   /// Where a step leads from `offset`; `offset` itself at the end of the way. Up and down keep the
   /// caret's place in the line.
   [[nodiscard]] virtual std::size_t next(std::size_t offset, CaretStep step) const = 0;
 
   /// The word at `offset`, or the gap between two.
-  [[nodiscard]] virtual TextRange wordAt(std::size_t offset) const = 0;
+  [[nodiscard]] virtual TypedRange wordAt(std::size_t offset) const = 0;
 };
 
 }  // namespace vantorel

@@ -48,7 +48,7 @@ class LaidOutText final : public TextGeometry {
     return {box_.x + pixels(strong.x), box_.y + pixels(strong.y), 0, pixels(strong.height)};
   }
 
-  [[nodiscard]] std::vector<Box> boxes(TextRange range) const override {
+  [[nodiscard]] std::vector<Box> boxes(TypedRange range) const override {
     std::vector<Box> boxes;
     const std::size_t from = placeOf(range.from);
     const std::size_t to = placeOf(range.to);
@@ -87,8 +87,8 @@ class LaidOutText final : public TextGeometry {
     return own(reached(placeOf(offset), step));
   }
 
-  [[nodiscard]] TextRange wordAt(std::size_t offset) const override {
-    const TextRange word = wordAround(placeOf(offset));
+  [[nodiscard]] TypedRange wordAt(std::size_t offset) const override {
+    const TypedRange word = wordAround(placeOf(offset));
     return {own(word.from), own(word.to)};
   }
 
@@ -130,7 +130,7 @@ class LaidOutText final : public TextGeometry {
     std::unreachable();
   }
 
-  [[nodiscard]] TextRange wordAround(std::size_t offset) const {
+  [[nodiscard]] TypedRange wordAround(std::size_t offset) const {
     const auto start = std::ranges::upper_bound(wordStarts_, offset);
     if (start != wordStarts_.begin()) {
       const std::size_t from = *std::prev(start);

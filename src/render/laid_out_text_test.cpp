@@ -91,10 +91,10 @@ TEST(LaidOutTextTest, LinesThatAreWrappedHaveEndsOfTheirOwn) {
   EXPECT_EQ(geometry->next(below, CaretStep::lineStart), 6U);
   EXPECT_EQ(geometry->offsetAt({900, firstLine + 5}), 5U) << "right of the line, and in it";
   EXPECT_EQ(geometry->boxes({0, text.size()}).size(), 3U);
-  EXPECT_EQ(geometry->wordAt(8), (TextRange{6, 12}));
-  EXPECT_EQ(geometry->wordAt(12), (TextRange{6, 12}));
+  EXPECT_EQ(geometry->wordAt(8), (TypedRange{6, 12}));
+  EXPECT_EQ(geometry->wordAt(12), (TypedRange{6, 12}));
   const auto gaps = geometryOf("a  b\n c");
-  EXPECT_EQ(gaps->wordAt(2), (TextRange{1, 3}));
+  EXPECT_EQ(gaps->wordAt(2), (TypedRange{1, 3}));
 }
 
 TEST(LaidOutTextTest, AnyTextAndAnyPlaceHasAnAnswer) {
@@ -121,7 +121,7 @@ TEST(LaidOutTextTest, AnyTextAndAnyPlaceHasAnAnswer) {
       ASSERT_LE(geometry->next(offset, step), text.size());
       const Pt at{double(below(400)), double(below(300))};
       ASSERT_LE(geometry->offsetAt(at), text.size());
-      const TextRange word = geometry->wordAt(offset);
+      const TypedRange word = geometry->wordAt(offset);
       ASSERT_LE(word.from, word.to);
       for (const Box& box : geometry->boxes({std::min(offset, word.to), word.to})) {
         ASSERT_GT(box.h, 0);

@@ -39,7 +39,7 @@ class RoughTextGeometry final : public TextGeometry {
         start + static_cast<std::size_t>(std::clamp(letters, 0.0, double(lineEnd(start) - start))));
   }
 
-  [[nodiscard]] std::vector<Box> boxes(TextRange range) const override {
+  [[nodiscard]] std::vector<Box> boxes(TypedRange range) const override {
     std::vector<Box> boxes;
     for (std::size_t from = range.from; from < range.to;) {
       const std::size_t to = std::min(lineEnd(from), range.to);
@@ -85,8 +85,8 @@ class RoughTextGeometry final : public TextGeometry {
     std::unreachable();
   }
 
-  [[nodiscard]] TextRange wordAt(std::size_t offset) const override {
-    TextRange range{offset, offset};
+  [[nodiscard]] TypedRange wordAt(std::size_t offset) const override {
+    TypedRange range{offset, offset};
     while (range.from > 0 && text_.text[range.from - 1] != ' ') --range.from;
     while (range.to < text_.text.size() && text_.text[range.to] != ' ') ++range.to;
     return range;
