@@ -24,6 +24,7 @@ constexpr std::chrono::seconds indexLookBound{5};
 StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::seconds delay) {
   StillCaptureRequest request{
       .delay = delay, .showsPointer = command.showsPointer, .isTimedCapture = command.isTimed};
+  request.handOver = command.handOver;
   switch (command.kind) {
     case StillCaptureCommand::Kind::display:
       request.mode = CaptureMode::fullscreen;

@@ -36,7 +36,10 @@ ExportFormat formatOf(const Path& path) {
 /// `found` without what the redactions of `entry` cover already.
 void leaveOutCovered(const ScreenshotEntry& entry, PixelSize size, SmartRedact::Outcome& found) {
   const EditorDocument document = documentOf(entry, size);
-  const std::vector<PixelRect> covered = redactedPixels(document.shapes, document.layers, size);
+  std::vector<Box> covered;
+  for (const PixelRect& area : redactedPixels(document.shapes, document.layers, size)) {
+    covered.push_back({1.0 * area.x, 1.0 * area.y, 1.0 * area.width, 1.0 * area.height});
+  }
   std::erase_if(found.proposals, [&](const SmartRedact::Proposal& proposal) {
     return isCovered(proposal.rect, covered);
   });
@@ -244,11 +247,12 @@ void CaptureRedactor::remove(const std::string& name, Done<EntryPointer> done) {
               const PixelSize size = VT_TRY(codec->pixelSize(bytes));
               const ExportFormat format = formatOf(entry->path);
               if (format != ExportFormat::png) {
-                bytes = VT_TRY(codec->encode(VT_TRY(codec->decode(bytes)),
-                                             {.format = format,
-                                              .quality = quality,
-                                              .pixelsPerPoint = entry->captureScale.value_or(1),
-                                              .createdAt = entry->capturedAt}));
+                const Image original = VT_TRY(codec->decode(bytes));
+                bytes = VT_TRY(
+                    codec->encode(original, {.format = format,
+                                             .quality = quality,
+                                             .pixelsPerPoint = entry->captureScale.value_or(1),
+                                             .createdAt = entry->capturedAt}));
               }
               VT_TRY(files->replace(entry->path, bytes, Privacy::byUmask));
               return NewFile{size, identifyFile(*files, entry->path)};

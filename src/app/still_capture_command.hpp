@@ -2,11 +2,13 @@
 
 #include <array>
 #include <chrono>
+#include <functional>
 #include <optional>
 
 #include "base/enum_names.hpp"
 #include "base/geometry.hpp"
 #include "capture/records/capture_target.hpp"
+#include "capture/still_capture_pipeline.hpp"
 
 namespace vantorel {
 
@@ -29,6 +31,9 @@ struct StillCaptureCommand {
 
   /// Asked for at the desktop, without a terminal to answer on: how it ends is shown there.
   bool isAnsweredAtDesktop = false;
+
+  /// Gets the picture, which is not saved then.
+  std::function<void(HandedPicture)> handOver{};
 };
 
 template <>

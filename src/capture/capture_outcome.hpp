@@ -76,8 +76,9 @@ struct CaptureOutcome {
     Image picture{};
   };
   struct Cancelled {};
+  struct HandedOver {};  ///< to who asked for the picture itself; nothing is saved
 
-  std::variant<Saved, CaptureFailure, Cancelled> value;
+  std::variant<Saved, CaptureFailure, Cancelled, HandedOver> value;
 };
 
 /// All there is to say about a capture that was saved, a sentence each: its notes, the index, and

@@ -401,6 +401,13 @@ void StillCapturePipeline::nameSourceApp() {
 
 void StillCapturePipeline::stage(std::optional<SourceApp> app) {
   reached("source application");
+  if (run_->request.handOver) {
+    HandedPicture handed{std::move(run_->picture.image), run_->picture.scale, run_->capturedAt,
+                         std::move(app)};
+    const auto handOver = std::move(run_->request.handOver);
+    finish(CaptureOutcome{CaptureOutcome::HandedOver{}});
+    return handOver(std::move(handed));
+  }
   StagedCaptureRecord record;
   record.scale = run_->picture.scale;
   record.entryID = randomID();

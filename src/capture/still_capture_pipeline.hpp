@@ -49,6 +49,14 @@ enum class CaptureRefusal {
 
 using CaptureReply = std::variant<CaptureOutcome, CaptureRefusal>;
 
+/// A picture of the screen for somebody who does not want it saved.
+struct HandedPicture {
+  Image image;
+  double scale = 1;       ///< pixels per point
+  double capturedAt = 0;  ///< seconds since 1970-01-01 UTC
+  std::optional<SourceApp> sourceApp{};
+};
+
 /// What one still capture is to be.
 struct StillCaptureRequest {
   CaptureMode mode = CaptureMode::region;
@@ -66,6 +74,9 @@ struct StillCaptureRequest {
 
   /// Told the file in which the picture is safe, before it is filed.
   std::function<void(const Path& staged)> onStaged{};
+
+  /// Gets the picture, which is neither saved nor filed then, after the capture has ended.
+  std::function<void(HandedPicture)> handOver{};
 };
 
 /// What the settings say, read at each grab.
@@ -74,7 +85,7 @@ struct StillCaptureBackend {
   bool hidesDesktopIcons = false;
   bool redactsAfterCapture = false;  ///< nothing is published before Smart Redact has looked
   bool adjustsArea = false;          ///< a dragged area is adjusted before it is taken
-  TimeBound bound;           ///< for each wait for the capture service
+  TimeBound bound;                   ///< for each wait for the capture service
 };
 
 /// Turns a still-capture command into a staged picture and hands it to filing. One capture at a

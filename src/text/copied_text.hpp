@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "text/records/ocr_block.hpp"
+#include "text/records/text_shape.hpp"
+
+namespace vantorel {
+
+/// Recognised text for the clipboard: a line for each, with an empty one between blocks. With
+/// `joinLines` the lines of a block become one, a blank between them and none behind a hyphen; of a
+/// table or of code they stay apart, for there they mean something.
+[[nodiscard]] std::string copiedText(const std::vector<OCRBlock>& blocks, TextShape shape,
+                                     bool joinLines);
+
+}  // namespace vantorel
