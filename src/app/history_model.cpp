@@ -8,6 +8,7 @@
 
 #include "base/plain_name.hpp"
 #include "base/size_text.hpp"
+#include "editor/capture_text.hpp"
 #include "library/entry_failure.hpp"
 #include "library/entry_filter.hpp"
 
@@ -52,7 +53,8 @@ constexpr std::size_t textsAtOnce = 2000;
 
 HistoryModel::HistoryModel(Services services)
     : services_(std::move(services)),
-      listing_(services_.library.store(), services_.library.clock(), services_.dayOf),
+      listing_(services_.library.store(), services_.library.clock(), services_.dayOf,
+               {.main = services_.main, .work = services_.actions.work, .textOf = captureTextIn}),
       counts_(services_.library.store()),
       actions_(
           services_.actions, [this](HistoryNotice notice) { say(std::move(notice)); },
@@ -86,6 +88,10 @@ HistoryModel::HistoryModel(Services services)
     followRefusal();
     observers_.notify({.listing = true, .sidebar = true, .status = true});
   }));
+  listing_.onTextsRead = [this] {
+    coming_.listing = true;
+    refreshSoon();
+  };
   waitForMidnight();
   readTextsSoon();
 }
@@ -98,6 +104,10 @@ void HistoryModel::follow(const HistoryChange& change) {
   coming_.listing = true;
   coming_.sidebar = true;
   coming_.status = true;
+  refreshSoon();
+}
+
+void HistoryModel::refreshSoon() {
   if (std::exchange(isRefreshing_, true)) return;
   // One step of the user may be a thousand changes.
   services_.main->post(lifetime_.guard([this] {

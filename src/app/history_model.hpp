@@ -205,6 +205,7 @@ class HistoryModel {
 
  private:
   void follow(const HistoryChange& change);
+  void refreshSoon();
   void refresh();
   void queryChanged();
   void readTextsSoon();

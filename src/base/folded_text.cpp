@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
 #include <utility>
 
 namespace vantorel {
@@ -94,18 +97,35 @@ void appendFolded(char32_t letter, std::string& text) {
   append(letter, text);
 }
 
+constexpr char lowerASCII(char byte) {
+  return static_cast<char>(byte + ((byte >= 'A' && byte <= 'Z') ? 'a' - 'A' : 0));
+}
+
+/// How many bytes of ASCII `text` begins with.
+std::size_t asciiLength(std::string_view text) {
+  std::size_t length = 0;
+  for (std::uint64_t eight = 0; length + sizeof eight <= text.size(); length += sizeof eight) {
+    std::memcpy(&eight, text.data() + length, sizeof eight);
+    if ((eight & 0x8080808080808080U) != 0) break;
+  }
+  while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80) ++length;
+  return length;
+}
+
 }  // namespace
 
 std::string foldedText(std::string_view text) {
   std::string folded;
   folded.reserve(text.size());
   for (std::size_t i = 0; i < text.size();) {
-    const char byte = text[i];
-    if (static_cast<unsigned char>(byte) < 0x80) {
-      folded += byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte;
-      ++i;
+    if (const std::size_t plain = asciiLength(text.substr(i)); plain > 0) {
+      const std::size_t begin = folded.size();
+      folded.append(text, i, plain);
+      for (char& byte : std::span(folded).subspan(begin)) byte = lowerASCII(byte);
+      i += plain;
       continue;
     }
+    const char byte = text[i];
     const auto [letter, length] = letterAt(text.substr(i));
     if (letter == 0) {
       folded += byte;
@@ -115,19 +135,6 @@ std::string foldedText(std::string_view text) {
     i += length;
   }
   return folded;
-}
-
-std::vector<std::string> foldedWords(std::string_view text) {
-  const std::string folded = foldedText(text);
-  std::vector<std::string> words;
-  constexpr std::string_view blanks = " \t\n\r";
-  for (std::size_t at = folded.find_first_not_of(blanks); at != std::string::npos;) {
-    const std::size_t end = std::min(folded.find_first_of(blanks, at), folded.size());
-    std::string word = folded.substr(at, end - at);
-    if (std::ranges::find(words, word) == words.end()) words.push_back(std::move(word));
-    at = folded.find_first_not_of(blanks, end);
-  }
-  return words;
 }
 
 }  // namespace vantorel

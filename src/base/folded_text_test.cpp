@@ -1,12 +1,9 @@
 #include "base/folded_text.hpp"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace vantorel {
 namespace {
-
-using testing::ElementsAre;
 
 TEST(FoldedText, CaseAndAccentsDoNotCountInTheScriptsOfCaseLetters) {
   EXPECT_EQ(foldedText("Überblick ÉTÉ naïve Łódź Đà Nẵng Øresund"),
@@ -20,11 +17,6 @@ TEST(FoldedText, CaseAndAccentsDoNotCountInTheScriptsOfCaseLetters) {
   EXPECT_EQ(foldedText("日本語 😀 × ÷"), "日本語 😀 × ÷");
   EXPECT_EQ(foldedText("a\xC3"), "a\xC3");
   EXPECT_EQ(foldedText("\xE2\x82z\xFF"), "\xE2\x82z\xFF");
-}
-
-TEST(FoldedText, WordsOfASearchComeOnce) {
-  EXPECT_THAT(foldedWords("  Bridge\tLOG bridge "), ElementsAre("bridge", "log"));
-  EXPECT_THAT(foldedWords(" "), ElementsAre());
 }
 
 }  // namespace

@@ -13,9 +13,6 @@
 namespace vantorel {
 namespace {
 
-/// The words that can be told apart by which of them a day has; a search has no more.
-constexpr std::size_t mostWords = 32;
-
 /// In place of the place of a row that does not match.
 constexpr std::uint32_t notListed = ~0U;
 
@@ -39,8 +36,18 @@ std::string wordsOf(const LocalDay& day) {
 
 }  // namespace
 
-HistoryListing::HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf)
-    : store_(store), clock_(clock), dayOf_(std::move(dayOf)), today_(dayOf_(clock.now())) {
+HistoryListing::HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf,
+                               TextIndex::Services texts)
+    : store_(store),
+      clock_(clock),
+      dayOf_(std::move(dayOf)),
+      today_(dayOf_(clock.now())),
+      texts_(std::move(texts)) {
+  texts_.onRead = [this] {
+    if (query_.words().empty()) return;
+    isStale_ = true;
+    if (onTextsRead) onTextsRead();
+  };
   takeRows();
   filter();
 }
@@ -69,6 +76,7 @@ bool HistoryListing::replaceInPlace(const HistoryChange::Update& update) {
   const auto place = rowOf(*update.before);
   if (!place) return false;
   Row& row = rows_[*place];
+  row.slot = texts_.replaced(row.slot, update.after);
   row.entry = update.after;
   row.isFolded = false;
   return true;
@@ -81,13 +89,16 @@ void HistoryListing::takeRows() {
   rows.reserve(entries.size());
   std::size_t old = 0;
   for (const EntryPointer& entry : entries) {
-    while (old < rows_.size() && gone_.contains(rows_[old].entry.get())) ++old;
+    while (old < rows_.size() && gone_.contains(rows_[old].entry.get())) {
+      texts_.remove(rows_[old++].slot);
+    }
     if (old < rows_.size() && rows_[old].entry == entry) {
       rows.push_back(std::move(rows_[old++]));
     } else {
-      rows.push_back({.entry = entry});
+      rows.push_back({.entry = entry, .slot = texts_.add(entry)});
     }
   }
+  for (; old < rows_.size(); ++old) texts_.remove(rows_[old].slot);
   rows_ = std::move(rows);
   textsRead_ = 0;
   gone_.clear();
@@ -187,6 +198,7 @@ const std::string& HistoryListing::textOf(Row& row) {
 }
 
 bool HistoryListing::readTexts(std::size_t count) {
+  texts_.read();
   for (; textsRead_ < rows_.size() && count > 0; ++textsRead_) {
     Row& row = rows_[textsRead_];
     if (row.isFolded) continue;
@@ -205,33 +217,33 @@ void HistoryListing::filter() {
 
 void HistoryListing::filter(std::vector<std::uint32_t> candidates) {
   const HistoryQuery& query = query_.query();
-  const bool hasWords = !query_.words().empty();
   const bool admitsAll =
       query.scope == HistoryScope::all && !query.hasFilters() && !query.text.contains('@');
-  // A word that a day has needs not be looked for in its entries. It has to begin one of the day's:
-  // "ri" is no Friday.
-  const std::size_t wordCount = std::min(query_.words().size(), mostWords);
-  std::vector<std::uint32_t> missing(days_.size(), 0);
-  for (std::size_t day = 0; hasWords && day < days_.size(); ++day) {
-    for (std::size_t i = 0; i < wordCount; ++i) {
-      if (!days_[day].words.contains(" " + query_.words()[i])) missing[day] |= 1U << i;
-    }
+  if (!admitsAll) {
+    std::erase_if(candidates,
+                  [&](std::uint32_t place) { return !query_.admits(*rows_[place].entry); });
   }
-  const auto hasMissingWords = [&](Row& row) {
-    const std::uint32_t wanted = missing[row.day];
-    if (wanted == 0) return true;
-    const std::string& text = textOf(row);
-    for (std::size_t i = 0; i < wordCount; ++i) {
-      if ((wanted >> i & 1U) != 0 && !text.contains(query_.words()[i])) return false;
-    }
-    return true;
-  };
-  std::erase_if(candidates, [&](std::uint32_t place) {
-    Row& row = rows_[place];
-    return (!admitsAll && !query_.admits(*row.entry)) || (hasWords && !hasMissingWords(row));
-  });
+  for (const SearchWord& word : query_.words()) filterByWord(word, candidates);
   matches_ = std::move(candidates);
   finishMatches();
+}
+
+void HistoryListing::filterByWord(const SearchWord& word, std::vector<std::uint32_t>& candidates) {
+  // A word that a day has needs not be looked for in its entries. It has to begin one of the day's:
+  // "ri" is no Friday.
+  std::vector<bool> isOfDay(days_.size());
+  for (std::size_t day = 0; day < days_.size(); ++day) {
+    isOfDay[day] = days_[day].words.contains(" " + word.text);
+  }
+  TextIndex::Slots asked;
+  for (const std::uint32_t place : candidates) {
+    if (!isOfDay[rows_[place].day]) asked.insert(rows_[place].slot);
+  }
+  const TextIndex::Slots having = texts_.having(word, asked);
+  std::erase_if(candidates, [&](std::uint32_t place) {
+    Row& row = rows_[place];
+    return !isOfDay[row.day] && !having.contains(row.slot) && !textOf(row).contains(word.text);
+  });
 }
 
 const HistoryCollection* HistoryListing::ownOrder() const {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,6 +14,7 @@
 #include "library/history_query.hpp"
 #include "library/history_sort.hpp"
 #include "library/history_store.hpp"
+#include "library/text_index.hpp"
 #include "platform/clock.hpp"
 
 namespace vantorel {
@@ -34,8 +36,9 @@ class HistoryListing {
     [[nodiscard]] std::size_t end() const { return begin + count; }
   };
 
-  /// Both must outlive this. `dayOf` knows the time zone.
-  HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf);
+  /// Both must outlive this. `dayOf` knows the time zone. `texts` reads what stands on pictures.
+  HistoryListing(const HistoryStore& store, const Clock& clock, DayOf dayOf,
+                 TextIndex::Services texts);
 
   /// To be told of every change, in order. What is listed stays as it is until `refresh`: many
   /// changes may be one step of the user.
@@ -50,9 +53,23 @@ class HistoryListing {
   void setQuery(HistoryQuery query);
   [[nodiscard]] const HistoryQuery& query() const { return query_.query(); }
 
-  /// Reads what is searched of `count` more entries, so that the first letter of a search need not
-  /// wait for all of them. False once there are none left.
+  /// Reads the names that are searched of `count` more entries, so that the first letter of a
+  /// search need not wait for all of them, and has what stands on pictures read. False once there
+  /// are no more names.
   bool readTexts(std::size_t count);
+
+  /// Told when more of what stands on pictures has been read while somebody searches in it:
+  /// `refresh` lists what has it.
+  std::function<void()> onTextsRead;
+
+  /// Whether what stands on pictures is searched in all of them yet.
+  [[nodiscard]] bool hasReadTexts() const { return texts_.isRead(); }
+
+  /// What the search takes in memory for what stands on pictures.
+  [[nodiscard]] std::size_t textBytes() const { return texts_.bytes(); }
+
+  /// The query, ready to be asked.
+  [[nodiscard]] const PreparedHistoryQuery& prepared() const { return query_; }
 
   /// Another day has begun, or another time zone is in use: true when titles have changed.
   bool refreshDays();
@@ -88,7 +105,8 @@ class HistoryListing {
     EntryPointer entry;
     std::uint32_t day = 0;  // its place in `days_`
     bool isFolded = false;
-    std::string text{};  // what is searched, once somebody searches
+    std::string text{};  // the names that are searched, once somebody searches
+    TextIndex::Slot slot = TextIndex::noSlot;
   };
   struct Day {
     LocalDay day;
@@ -108,6 +126,7 @@ class HistoryListing {
   void sortRows();
   void filter();
   void filter(std::vector<std::uint32_t> candidates);
+  void filterByWord(const SearchWord& word, std::vector<std::uint32_t>& candidates);
   void finishMatches();
   void makeSections();
   [[nodiscard]] const HistoryCollection* ownOrder() const;
@@ -117,6 +136,7 @@ class HistoryListing {
   DayOf dayOf_;
   LocalDay today_;
   PreparedHistoryQuery query_{HistoryQuery{}};
+  TextIndex texts_;
   bool isStale_ = false;
   bool mustTakeRows_ = false;
   Gone gone_;                  // of `rows_`, since they were taken

@@ -96,8 +96,15 @@ class HistoryListingTest : public testing::Test {
   static constexpr double noon = 1767355200;
   double shift = 0;
   TestLibrary library;
-  HistoryListing listing{library.store, library.runners,
-                         [this](double seconds) { return shiftedDays(shift)(seconds); }};
+  HistoryListing listing{
+      library.store,
+      library.runners,
+      [this](double seconds) { return shiftedDays(shift)(seconds); },
+      {.main = library.runners.main(),
+       .work = library.runners.runner("work"),
+       .textOf = [](const ScreenshotEntry& entry, std::string&) -> std::string_view {
+         return entry.ocrText ? std::string_view(*entry.ocrText) : "";
+       }}};
   HistorySelection selection{listing};
   Observation observation;
 };
@@ -175,6 +182,43 @@ TEST_F(HistoryListingTest, TextsReadAheadAreNotKeptForOtherTitles) {
   EXPECT_FALSE(listing.readTexts(100));
   EXPECT_THAT(search("ferry"), ElementsAre("d", "b"));
   EXPECT_THAT(search("weir"), ElementsAre("c"));
+}
+
+TEST_F(HistoryListingTest, WhatStandsOnPicturesIsSearchedWithTheNames) {
+  const auto reads = [](const char* text) {
+    return [text](ScreenshotEntry& entry) { entry.ocrText = text; };
+  };
+  add("a", 0, "River", reads("Total 48 €\nfile:///home/user/Straße.cpp"));
+  add("b", 10, "", reads("The river is wide\n\nTotal of all"));
+  add("c", 20, "Total");
+  EXPECT_THAT(search("river"), ElementsAre("a", "b"));
+  EXPECT_THAT(search("river total"), ElementsAre("a", "b"));
+  EXPECT_THAT(search("river tot \"total 4"), ElementsAre("a"));
+  EXPECT_THAT(search("total"), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(search("user/STRASSE"), ElementsAre("a"));
+  EXPECT_THAT(search("\"wide total\""), IsEmpty()) << "the one ends a paragraph";
+  EXPECT_THAT(search("\"river is\" @screenshot friday"), ElementsAre("b"));
+
+  // What was read meanwhile, and what was edited.
+  EXPECT_THAT(search("lock"), IsEmpty());
+  ASSERT_TRUE(library.store.update("c", [](ScreenshotEntry& entry) { entry.ocrText = "a Lock"; }));
+  EXPECT_THAT(listed(), ElementsAre("c"));
+  ASSERT_TRUE(library.store.update("c", [](ScreenshotEntry& entry) { entry.ocrText = "a weir"; }));
+  EXPECT_THAT(listed(), IsEmpty());
+
+  int told = 0;
+  listing.onTextsRead = [&] { ++told; };
+  for (int i = 0; i < 300; ++i) {
+    add(fmt::format("n{}", i), 100 + i, "", reads("a lock and a weir"));
+  }
+  EXPECT_EQ(listed().size(), 300U);
+  listing.readTexts(1000);
+  library.runners.run();
+  EXPECT_EQ(told, 1);
+  EXPECT_TRUE(listing.refresh());
+  EXPECT_EQ(listed().size(), 300U);
+  library.store.removeEntries({"n7"});
+  EXPECT_EQ(search("weir").size(), 300U) << "one is gone, and one changed to it";
 }
 
 TEST_F(HistoryListingTest, ScopesAndFiltersLeaveWhatTheySay) {

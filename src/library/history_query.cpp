@@ -95,13 +95,9 @@ HistoryQuery HistoryQuery::withoutFilters() const {
 
 PreparedHistoryQuery::PreparedHistoryQuery(HistoryQuery query, std::optional<double> since)
     : query_(std::move(query)), since_(since) {
-  for (std::string& word : foldedWords(query_.text)) {
-    if (word.front() != '@') {
-      words_.push_back(std::move(word));
-    } else if (word.size() > 1) {
-      operators_.push_back(word.substr(1));
-    }
-  }
+  TypedWords typed = typedWords(query_.text);
+  for (std::string& word : typed.words) words_.emplace_back(std::move(word));
+  operators_ = std::move(typed.operators);
 }
 
 bool PreparedHistoryQuery::admits(const ScreenshotEntry& entry) const {
@@ -122,9 +118,9 @@ bool PreparedHistoryQuery::isNarrowerThan(const PreparedHistoryQuery& other) con
   same.text = other.query_.text;
   if (same != other.query_ || since_ != other.since_ || operators_ != other.operators_)
     return false;
-  return std::ranges::all_of(other.words_, [&](const std::string& wide) {
-    return std::ranges::any_of(words_,
-                               [&](const std::string& word) { return word.contains(wide); });
+  return std::ranges::all_of(other.words_, [&](const SearchWord& wide) {
+    return std::ranges::any_of(
+        words_, [&](const SearchWord& word) { return word.text.contains(wide.text); });
   });
 }
 

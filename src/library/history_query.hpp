@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "library/records/screenshot_entry.hpp"
+#include "library/search_word.hpp"
 
 namespace vantorel {
 
@@ -31,11 +32,11 @@ inline constexpr std::array historyAges{7, 30, 365};
 
 /// What somebody looks for in History; what is empty does not count.
 struct HistoryQuery {
-  /// All its words are in the title, the file's name or the application's, or begin a word of the
-  /// date ("saturday", "november", "2026-11-21"), in any case, with or without accents.
-  /// "@screenshot", "@recording",
-  /// "@gif" and "@text" are a kind; "@" and the beginning of an application's name is where the
-  /// capture came from.
+  /// All its words are in the title, the file's name, the application's or the text on the picture,
+  /// or begin a word of the date ("saturday", "november", "2026-11-21"), in any case, with or
+  /// without accents; what stands in quotes is one word. "@screenshot", "@recording", "@gif" and
+  /// "@text" are a kind; "@" and the beginning of an application's name is where the capture came
+  /// from.
   std::string text{};
 
   HistoryScope scope = HistoryScope::all;
@@ -67,8 +68,8 @@ class PreparedHistoryQuery {
 
   [[nodiscard]] const HistoryQuery& query() const { return query_; }
 
-  /// The words that are looked for in texts, folded.
-  [[nodiscard]] const std::vector<std::string>& words() const { return words_; }
+  /// What is looked for in texts.
+  [[nodiscard]] const std::vector<SearchWord>& words() const { return words_; }
 
   /// Everything but the words.
   [[nodiscard]] bool admits(const ScreenshotEntry& entry) const;
@@ -79,7 +80,7 @@ class PreparedHistoryQuery {
  private:
   HistoryQuery query_;
   std::optional<double> since_;
-  std::vector<std::string> words_;
+  std::vector<SearchWord> words_;
   std::vector<std::string> operators_;  // without "@"
 };
 
