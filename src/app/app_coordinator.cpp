@@ -35,6 +35,13 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::
       request.mode = CaptureMode::window;
       if (command.window) request.target = WindowTarget{*command.window, {}};
       break;
+    case StillCaptureCommand::Kind::text:
+      if (command.window) {
+        request.mode = CaptureMode::window;
+        request.target = WindowTarget{*command.window, {}};
+        break;
+      }
+      [[fallthrough]];
     case StillCaptureCommand::Kind::area:
     case StillCaptureCommand::Kind::previous:
       request.mode = CaptureMode::region;

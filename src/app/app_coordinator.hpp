@@ -25,6 +25,7 @@ namespace vantorel {
 class CaptureEditors;
 class CapturePins;
 class CommandKeys;
+class TextCapture;
 class TrayMenu;
 
 /// Owns every capture surface and turns commands, whatever their source, into work: the same
@@ -112,6 +113,8 @@ class AppCoordinator {
 
   /// What opens captures in Annotate; null in a run that is not in the tray.
   CaptureEditors* editors = nullptr;
+  /// What takes the text of the screen.
+  TextCapture* texts = nullptr;
   /// What pins them above all windows; likewise.
   CapturePins* pins = nullptr;
 

@@ -8,6 +8,7 @@
 #include "app/app_coordinator.hpp"
 #include "app/capture_editors.hpp"
 #include "app/capture_pins.hpp"
+#include "app/text_capture.hpp"
 
 namespace vantorel {
 namespace {
@@ -29,6 +30,10 @@ std::vector<std::string> captureArguments(Kind kind) {
 std::optional<std::string> noPreviousArea(AppCoordinator& app) {
   const auto refusal = refusalOf(app.previousArea().availability());
   return refusal ? std::optional(sentence(*refusal)) : std::nullopt;
+}
+
+void takesText(AppCoordinator& app) {
+  if (app.texts != nullptr) app.texts->takeForUser();
 }
 
 std::optional<std::string> noDeletion(AppCoordinator& app) {
@@ -94,6 +99,11 @@ std::vector<DesktopCommand> build() {
        .shortcut = ShortcutID::previousArea,
        .run = captures({.kind = Kind::previous}),
        .obstacle = noPreviousArea},
+      {.name = "CaptureText",
+       .label = "Capture Text",
+       .shortcut = ShortcutID::captureText,
+       .run = takesText,
+       .arguments = {"capture", "text", "--notify"}},
       {.name = "CaptureAllDisplays",
        .label = "Capture All Displays",
        .run = captures({.kind = Kind::display, .allDisplays = true})},

@@ -6,10 +6,22 @@
 
 namespace vantorel {
 
+SensitiveScans::Scan::~Scan() {
+  stop_.request_stop();
+  running_->erase(this);
+}
+
+void SensitiveScans::stop() {
+  for (Scan* const scan : *running_) scan->stop_.request_stop();
+}
+
 std::unique_ptr<SensitiveScans::Scan> SensitiveScans::scan(
     Image picture, double pixelsPerPoint, VisualDetectors enabled,
     std::move_only_function<void(Answer)> scanned) {
   std::unique_ptr<Scan> scan(new Scan);
+  scan->running_ = running_;
+  running_->insert(scan.get());
+  if (onBusy) scan->busy_ = onBusy();
   roundTrip(
       *services_.work, services_.main,
       [smartRedact = services_.smartRedact, picture = std::move(picture), pixelsPerPoint, enabled,
@@ -20,7 +32,10 @@ std::unique_ptr<SensitiveScans::Scan> SensitiveScans::scan(
         return smartRedact->run(picture, pixelsPerPoint, enabled, stop);
       },
       scan->lifetime_.guard(
-          [scanned = std::move(scanned)](Answer answer) mutable { scanned(std::move(answer)); }));
+          [scan = scan.get(), scanned = std::move(scanned)](Answer answer) mutable {
+            scan->busy_.reset();
+            scanned(std::move(answer));
+          }));
   return scan;
 }
 

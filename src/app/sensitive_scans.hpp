@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <stop_token>
 
 #include "base/lifetime.hpp"
@@ -23,10 +24,16 @@ class SensitiveScans {
 
   explicit SensitiveScans(Services services) : services_(std::move(services)) {}
 
+  /// Asked at each scan for what holds up other use of the recogniser while it lives; may be empty.
+  std::function<std::shared_ptr<void>()> onBusy;
+
+  /// Gives up all scans that are under way: the program ends.
+  void stop();
+
   /// A scan that is under way. Given up when it goes.
   class Scan {
    public:
-    ~Scan() { stop_.request_stop(); }
+    ~Scan();
     Scan(const Scan&) = delete;
     Scan& operator=(const Scan&) = delete;
 
@@ -34,6 +41,8 @@ class SensitiveScans {
     friend class SensitiveScans;
     Scan() = default;
     std::stop_source stop_;
+    std::shared_ptr<std::set<Scan*>> running_;
+    std::shared_ptr<void> busy_;
     Lifetime lifetime_;
   };
 
@@ -44,6 +53,7 @@ class SensitiveScans {
 
  private:
   Services services_;
+  std::shared_ptr<std::set<Scan*>> running_ = std::make_shared<std::set<Scan*>>();
 };
 
 }  // namespace vantorel

@@ -14,7 +14,13 @@ namespace vantorel {
 
 /// A still capture as a person, a hot key or a script asks for it.
 struct StillCaptureCommand {
-  enum class Kind { display, window, area, previous };
+  enum class Kind {
+    display,
+    window,
+    area,
+    previous,
+    text,  ///< of an area, or of a window when one is named; `TextCapture` takes it
+  };
 
   Kind kind = Kind::area;
   DisplayID display;               ///< of a display or area capture; empty: the main one
@@ -43,6 +49,7 @@ inline constexpr auto enumNames<StillCaptureCommand::Kind> =
         {StillCaptureCommand::Kind::window, "window"},
         {StillCaptureCommand::Kind::area, "area"},
         {StillCaptureCommand::Kind::previous, "previous"},
+        {StillCaptureCommand::Kind::text, "text"},
     });
 
 }  // namespace vantorel

@@ -67,7 +67,7 @@ struct TextCapture::Taking {
 };
 
 void TextCapture::takeForUser() {
-  take({.kind = StillCaptureCommand::Kind::area, .isAnsweredAtDesktop = true},
+  take({.kind = StillCaptureCommand::Kind::text, .isAnsweredAtDesktop = true},
        [](const Answer&) {});
 }
 

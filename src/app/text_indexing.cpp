@@ -14,6 +14,9 @@ namespace {
 constexpr std::size_t batch = 25;
 constexpr std::chrono::seconds longestUnstored{30};
 
+/// The recogniser takes some 60 MB that a program at rest should not have.
+constexpr std::chrono::seconds idleBeforeRelease{20};
+
 /// In bytes; a tall capture has a tenth of it.
 constexpr std::uint64_t largestPicture = std::uint64_t{1} << 30;
 
@@ -165,9 +168,14 @@ void TextIndexing::next() {
     return begin(entry, isUrgent);
   }
   this->store();
+  if (!std::exchange(mayRelease_, false)) return;
+  services_.main->postAfter(idleBeforeRelease, lifetime_.guard([this] {
+    if (!reading_) services_.recogniser->release();
+  }));
 }
 
 void TextIndexing::begin(const EntryPointer& entry, bool isUrgent) {
+  mayRelease_ = true;
   reading_ = std::make_unique<Reading>(Reading{entry, isUrgent, {}});
   roundTrip(
       *services_.work, services_.main,

@@ -102,6 +102,7 @@ class TextIndexing {
   std::unique_ptr<Reading> reading_;
   std::optional<RecognitionFailure> hindrance_;
   int pauses_ = 0;
+  bool mayRelease_ = false;
   bool hasStarted_ = false;
   bool hasStopped_ = false;
   Observation libraryObservation_;

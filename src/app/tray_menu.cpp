@@ -191,7 +191,7 @@ StatusMenuItem TrayMenu::undoRecentDelete() {
 std::vector<StatusMenuItem> TrayMenu::lines() {
   std::vector<StatusMenuItem> menu;
   for (const auto* const name :
-       {"CaptureArea", "CaptureWindow", "CaptureDisplay", "CapturePreviousArea"}) {
+       {"CaptureArea", "CaptureWindow", "CaptureDisplay", "CapturePreviousArea", "CaptureText"}) {
     menu.push_back(line(name));
   }
   menu.push_back(moreCaptures());

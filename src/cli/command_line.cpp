@@ -101,7 +101,10 @@ std::string exitStatusText() {
 void addCapture(CLI::App& app, Given& given) {
   CLI::App* const capture =
       app.add_subcommand("capture", "Take a still and file it; prints the path of the file");
-  capture->add_option("what", given.kind, "what to take; previous is the area chosen last")
+  capture
+      ->add_option("what", given.kind,
+                   "what to take; previous is the area chosen last, and text is read, "
+                   "printed and copied, without a picture being saved")
       ->required()
       ->check(oneOf<StillCaptureCommand::Kind>());
   capture
@@ -140,13 +143,19 @@ std::string captureCommand(const Given& given, const Path& folder, command::Capt
   StillCaptureCommand& command = what.what;
   command.kind = *enumFromName<StillCaptureCommand::Kind>(given.kind);
   using Kind = StillCaptureCommand::Kind;
-  if (given.window && command.kind != Kind::window) {
-    return "--window goes with \"capture window\"";
+  const bool isText = command.kind == Kind::text;
+  const bool isArea = command.kind == Kind::area || isText;
+  if (given.window && command.kind != Kind::window && !isText) {
+    return "--window goes with \"capture window\" and \"capture text\"";
   }
-  if (given.rect && command.kind != Kind::area) return "--rect goes with \"capture area\"";
-  if (given.display && command.kind != Kind::display &&
-      (command.kind != Kind::area || !given.rect)) {
-    return "--display goes with \"capture display\", and with \"capture area --rect\"";
+  if (given.rect && !isArea) {
+    return "--rect goes with \"capture area\" and \"capture text\"";
+  }
+  if (given.rect && given.window) return "--rect doesn't go with --window";
+  if (given.output && isText)
+    return "--output goes with pictures; \"capture text\" prints the text";
+  if (given.display && command.kind != Kind::display && (!isArea || !given.rect)) {
+    return "--display goes with \"capture display\", and with --rect";
   }
   if (given.allDisplays && (command.kind != Kind::display || given.display)) {
     return "--all goes with \"capture display\", and not with --display";
@@ -280,6 +289,7 @@ bool CommandLine::needsWindows() const {
   if (capture->what.isAnsweredAtDesktop) return true;
   using Kind = StillCaptureCommand::Kind;
   const StillCaptureCommand& what = capture->what;
+  if (what.kind == Kind::text) return !what.rect && !what.window;
   return (what.kind == Kind::area && !what.rect) || (what.kind == Kind::window && !what.window);
 }
 

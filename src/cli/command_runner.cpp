@@ -83,6 +83,37 @@ CommandReply replyTo(const CaptureReply& reply, bool json) {
   return done;
 }
 
+CommandReply replyTo(const TextCapture::Answer& taken, bool json) {
+  if (!taken) {
+    const auto& cause = taken.error().cause;
+    const auto* const refused = std::get_if<CaptureRefusal>(&cause);
+    const bool isCancelled = std::holds_alternative<TextCaptureFailure::Cancelled>(cause);
+    return {isCancelled          ? ExitStatus::cancelled
+            : refused != nullptr ? statusOf(*refused)
+                                 : ExitStatus::failed,
+            {},
+            sentence(taken.error()) + "\n"};
+  }
+  CommandReply reply;
+  reply.output = taken->text + "\n";
+  if (json) {
+    json::Writer writer;
+    writer.beginObject();
+    writer.member("text", taken->text);
+    writer.key("blocks");
+    write(writer, taken->reading.blocks);
+    writer.key("codes");
+    write(writer, taken->reading.codes);
+    writer.member("shape", nameOf(taken->reading.shape));
+    writer.member("truncated", taken->reading.isTruncated);
+    if (taken->entry) writer.member("id", taken->entry->id);
+    writer.endObject();
+    reply.output = writer.take() + "\n";
+  }
+  for (const std::string& remark : taken->remarks) reply.error += remark + "\n";
+  return reply;
+}
+
 /// With a sentence for each picture that is not there.
 CommandReply replyTo(const std::vector<UnopenedPicture>& unopened) {
   CommandReply reply;
@@ -426,6 +457,9 @@ void CommandRunner::callOff(const std::string& requester) {
 
 void CommandRunner::capture(const command::Capture& what, bool json,
                             const CommandRequester& requester, Done done) {
+  if (what.what.kind == StillCaptureCommand::Kind::text) {
+    return captureText(what, json, requester, std::move(done));
+  }
   const auto capturing = std::make_shared<Capturing>(Capturing{.done = std::move(done)});
   const auto place = capturing_.emplace(requester.name, capturing);
   services_.coordinator->capture(
@@ -449,6 +483,20 @@ void CommandRunner::capture(const command::Capture& what, bool json,
         if (capturing->isCalledOff) return callOff(requester.name);
         announceWait(requester.show, Waiting(capturing, &capturing->done), staged);
       });
+}
+
+void CommandRunner::captureText(const command::Capture& what, bool json,
+                                const CommandRequester& requester, Done done) {
+  const auto capturing = std::make_shared<Capturing>(Capturing{.done = std::move(done)});
+  const auto place = capturing_.emplace(requester.name, capturing);
+  services_.texts->take(
+      what.what, lifetime_.guard([this, place, capturing, json](const TextCapture::Answer& taken) {
+        capturing_.erase(place);
+        if (Done answered = std::exchange(capturing->done, nullptr)) {
+          answered(replyTo(taken, json));
+        }
+      }),
+      [capturing] { return capturing->hasBegun = !capturing->isCalledOff; });
 }
 
 /// Gives a capture that is saved to the file or the pipe as well.

@@ -10,9 +10,11 @@
 #include "app/app_coordinator.hpp"
 #include "app/capture_annotator.hpp"
 #include "app/capture_export.hpp"
+#include "app/capture_redactor.hpp"
 #include "app/capture_rewriter.hpp"
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
+#include "app/text_capture.hpp"
 #include "base/lifetime.hpp"
 #include "cli/command_line.hpp"
 #include "cli/library_command.hpp"
@@ -29,6 +31,8 @@ class CommandRunner {
     AppCoordinator* coordinator = nullptr;
     CaptureRewriter* rewriter = nullptr;
     CaptureAnnotator* annotator = nullptr;
+    TextCapture* texts = nullptr;
+    CaptureRedactor* redactor = nullptr;
     SettingsStore* settings = nullptr;
     Library* library = nullptr;
     LibraryCommands* libraryCommands = nullptr;
@@ -88,6 +92,8 @@ class CommandRunner {
   void withLibrary(const CommandLine& line, Done done, const CommandRequester& requester);
   void capture(const command::Capture& what, bool json, const CommandRequester& requester,
                Done done);
+  void captureText(const command::Capture& what, bool json, const CommandRequester& requester,
+                   Done done);
   void handOut(const CaptureOutcome::Saved& saved, const command::Capture::Output& output,
                bool json, CommandReply answer, Done done);
   void switchAutostart(const command::Autostart& what, Done done);

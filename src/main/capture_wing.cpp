@@ -15,7 +15,8 @@ namespace {
 /// In bytes; a photo has a tenth of it.
 constexpr std::uint64_t largestCoverImage = 100'000'000;
 
-StillCaptures::Services captureServices(DesktopWing& desktop, Library& library) {
+StillCaptures::Services captureServices(CaptureWing& wing) {
+  DesktopWing& desktop = wing.desktop;
   DesktopUi* const ui = desktop.ui;
   StillCaptures::Services services{
       .main = desktop.main,
@@ -26,8 +27,15 @@ StillCaptures::Services captureServices(DesktopWing& desktop, Library& library) 
       .codec = desktop.codec,
       .screen = *desktop.session.screen,
       .windows = *desktop.session.windows,
-      .library = library,
+      .library = wing.libraryWing.library,
       .settings = desktop.settings,
+      .redact =
+          [&wing](Image capture, double pixelsPerPoint, auto redacted) {
+            if (wing.redact) {
+              return wing.redact(std::move(capture), pixelsPerPoint, std::move(redacted));
+            }
+            redacted({CaptureRedaction::Failed{"Smart Redact can't run"}});
+          },
       .defaultCaptures = desktop.folders.captures,
       .hotKeys = desktop.session.hotKeys.get(),
       .countdown = std::make_shared<TerminalCountdown>(),
@@ -66,7 +74,7 @@ AppCoordinator::Services coordinatorServices(CaptureWing& wing, std::function<vo
 CaptureWing::CaptureWing(LibraryWing& theLibrary, std::function<void()> terminate)
     : desktop(theLibrary.desktop),
       libraryWing(theLibrary),
-      captures(captureServices(desktop, libraryWing.library)),
+      captures(captureServices(*this)),
       copying({.main = desktop.main,
                .work = desktop.lanes.pool.queue("com.hollen.Vantorel.pictures"),
                .files = desktop.files,

@@ -23,6 +23,9 @@ struct CaptureWing {
   /// begun in a library that another process has.
   void fileStaged(std::function<void()> filed);
 
+  /// Looks through captures before they are published; set before the first one.
+  RedactCapture redact;
+
   DesktopWing& desktop;
   LibraryWing& libraryWing;
   StillCaptures captures;

@@ -18,13 +18,16 @@ void checkFile(DesktopWing& desktop, const Path& path, CommandRunner::Services::
       std::move(done));
 }
 
-CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, EditorWing& editor) {
+CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, EditorWing& editor,
+                                TextWing& text) {
   DesktopWing& desktop = captures.desktop;
   LibraryWing& library = captures.libraryWing;
   return {.main = desktop.main,
           .coordinator = &captures.coordinator,
           .rewriter = &editor.rewriter,
           .annotator = &editor.annotator,
+          .texts = &text.taking,
+          .redactor = &text.redactor,
           .settings = &desktop.settings,
           .library = &library.library,
           .libraryCommands = &wing.library,
@@ -47,7 +50,7 @@ CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, Editor
 
 }  // namespace
 
-CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor)
+CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor, TextWing& text)
     : library({.main = captures.desktop.main,
                .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
                .clock = captures.desktop.clock,
@@ -56,6 +59,6 @@ CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor)
                .prune = &captures.libraryWing.prune,
                .fileLook = &captures.libraryWing.fileLook,
                .move = &captures.libraryWing.move}),
-      runner(running(*this, captures, editor)) {}
+      runner(running(*this, captures, editor, text)) {}
 
 }  // namespace vantorel

@@ -3,12 +3,13 @@
 #include "cli/command_runner.hpp"
 #include "cli/library_command.hpp"
 #include "main/editor_wing.hpp"
+#include "main/text_wing.hpp"
 
 namespace vantorel {
 
 /// What carries out the commands that are typed or sent. Lives on the main runner.
 struct CommandWing {
-  CommandWing(CaptureWing& captures, EditorWing& editor);
+  CommandWing(CaptureWing& captures, EditorWing& editor, TextWing& text);
 
   LibraryCommands library;
   CommandRunner runner;

@@ -10,6 +10,7 @@
 #include "base/log.hpp"
 #include "base/path_text.hpp"
 #include "main/command_wing.hpp"
+#include "main/text_wing.hpp"
 #include "main/tray_lock.hpp"
 #include "main/windows_wing.hpp"
 
@@ -23,9 +24,11 @@ struct Program::Wings {
         library(desktop),
         captures(library, std::move(terminate)),
         editor(captures),
-        commands(captures, editor) {}
+        text(captures),
+        commands(captures, editor, text) {}
 
   ~Wings() {
+    text.stop();
     library.stop();
     lanes.stop();
   }
@@ -35,6 +38,7 @@ struct Program::Wings {
   LibraryWing library;
   CaptureWing captures;
   EditorWing editor;
+  TextWing text;
   CommandWing commands;
   std::optional<WindowsWing> windows;  // in the tray alone
   bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
@@ -54,6 +58,7 @@ void Program::startResident(TrayLock& tray, std::optional<long> otherTray) {
   wings_->library.library.open();
   wings_->library.followOutside();
   wings_->captures.startResident();
+  wings_->text.startResident();
   wings_->windows->editors.tellOfDrafts();
 }
 
