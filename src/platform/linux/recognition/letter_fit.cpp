@@ -1,0 +1,186 @@
+#include "platform/linux/recognition/letter_fit.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <vector>
+
+namespace vantorel {
+namespace {
+
+/// What of the soft edge of a letter belongs to it.
+constexpr int edgeInk = 40;
+
+struct Span {
+  int begin = 0;
+  int end = 0;  ///< not included
+
+  [[nodiscard]] int length() const { return end - begin; }
+};
+
+class LineInk {
+ public:
+  LineInk(const InkPage& page, const ReadLine& line) : page_(page) {
+    rows_ = {std::clamp(line.box.y, 0, page.size.height),
+             std::clamp(line.box.bottom(), 0, page.size.height)};
+    columns_ = {std::clamp(line.box.x, 0, page.size.width),
+                std::clamp(line.box.right(), 0, page.size.width)};
+    // Boxes cut a descender now and then. Ink above and below that hangs together with the line's
+    // is the line's, up to where the next one may begin.
+    const int reach = std::max(rows_.length() / 4, 2);
+    const Span boxed = rows_;
+    while (rows_.begin > 0 && boxed.begin - rows_.begin < reach && hasInkInRow(rows_.begin - 1)) {
+      --rows_.begin;
+    }
+    while (rows_.end < page.size.height && rows_.end - boxed.end < reach &&
+           hasInkInRow(rows_.end)) {
+      ++rows_.end;
+    }
+    while (rows_.length() > 1 && !hasInkInRow(rows_.begin)) ++rows_.begin;
+    while (rows_.length() > 1 && !hasInkInRow(rows_.end - 1)) --rows_.end;
+  }
+
+  [[nodiscard]] Span rows() const { return rows_; }
+
+  /// The ink in a column of the line, 255 for each black pixel.
+  [[nodiscard]] int inkIn(int column) const {
+    int sum = 0;
+    for (int y = rows_.begin; y < rows_.end; ++y) sum += page_.at(column, y);
+    return sum;
+  }
+
+  [[nodiscard]] bool hasInk(int column) const {
+    for (int y = rows_.begin; y < rows_.end; ++y) {
+      if (page_.at(column, y) >= edgeInk) return true;
+    }
+    return false;
+  }
+
+  /// The box of the ink in `columns`; empty when there is none.
+  [[nodiscard]] PixelRect inkBox(Span columns) const {
+    while (columns.length() > 0 && !hasInk(columns.begin)) ++columns.begin;
+    while (columns.length() > 0 && !hasInk(columns.end - 1)) --columns.end;
+    if (columns.length() <= 0) return {};
+    Span rows = rows_;
+    const auto isEmptyRow = [&](int y) {
+      for (int x = columns.begin; x < columns.end; ++x) {
+        if (page_.at(x, y) >= edgeInk) return false;
+      }
+      return true;
+    };
+    while (rows.length() > 1 && isEmptyRow(rows.begin)) ++rows.begin;
+    while (rows.length() > 1 && isEmptyRow(rows.end - 1)) --rows.end;
+    return {columns.begin, rows.begin, columns.length(), rows.length()};
+  }
+
+ private:
+  [[nodiscard]] bool hasInkInRow(int y) const {
+    for (int x = columns_.begin; x < columns_.end; ++x) {
+      if (page_.at(x, y) >= edgeInk) return true;
+    }
+    return false;
+  }
+
+  const InkPage& page_;
+  Span rows_;
+  Span columns_;
+};
+
+/// Where the letters of a word begin, and the end of the last: between neighbours there is the
+/// least ink near the place where the recogniser parts them.
+std::vector<int> cutsBetween(const ReadWord& word, Span span, const LineInk& ink) {
+  const std::size_t count = word.letters.size();
+  std::vector<int> cuts{span.begin};
+  const double pitch = static_cast<double>(span.length()) / static_cast<double>(count);
+  const auto columns = static_cast<std::size_t>(span.length()) + 1;
+  std::vector<double> weights(columns, 0);
+  for (std::size_t c = 0; c + 1 < columns; ++c) {
+    weights[c] = ink.inkIn(span.begin + static_cast<int>(c)) / (255.0 * ink.rows().length());
+  }
+  // best[i][c]: the least cost of the first i cuts when the last of them is at column c.
+  const double infinite = std::numeric_limits<double>::infinity();
+  std::vector<double> reached(columns, infinite);
+  reached[0] = 0;
+  std::vector<std::vector<std::size_t>> from;
+  for (std::size_t i = 1; i < count; ++i) {
+    const double wanted = (word.letters[i - 1].box.right() + word.letters[i].box.x) / 2.0 -
+                          static_cast<double>(span.begin);
+    std::vector<double> next(columns, infinite);
+    std::vector<std::size_t> chosen(columns, 0);
+    double least = infinite;
+    std::size_t leastAt = 0;
+    for (std::size_t c = 1; c < columns; ++c) {
+      if (reached[c - 1] <= least) {
+        least = reached[c - 1];
+        leastAt = c - 1;
+      }
+      const double away = (static_cast<double>(c) - wanted) / std::max(pitch, 2.0);
+      next[c] = least + weights[c] + 0.5 * away * away;
+      chosen[c] = leastAt;
+    }
+    reached = std::move(next);
+    from.push_back(std::move(chosen));
+  }
+  std::vector<int> inner;
+  std::size_t at =
+      static_cast<std::size_t>(std::distance(reached.begin(), std::ranges::min_element(reached)));
+  for (std::size_t i = count - 1; i > 0; --i) {
+    inner.push_back(span.begin + static_cast<int>(at));
+    at = from[i - 1][at];
+  }
+  cuts.insert(cuts.end(), inner.rbegin(), inner.rend());
+  cuts.push_back(span.end);
+  return cuts;
+}
+
+void fitWord(ReadWord& word, Span span, const LineInk& ink) {
+  const PixelRect box = ink.inkBox(span);
+  if (box.isEmpty()) return;
+  span = {box.x, box.right()};
+  word.box = box;
+  if (span.length() < static_cast<int>(word.letters.size())) {
+    for (ReadLetter& letter : word.letters) letter.box = box;
+    return;
+  }
+  const std::vector<int> cuts = cutsBetween(word, span, ink);
+  for (std::size_t i = 0; i < word.letters.size(); ++i) {
+    const Span columns{cuts[i], cuts[i + 1]};
+    const PixelRect letter = ink.inkBox(columns);
+    word.letters[i].box =
+        letter.isEmpty() ? PixelRect{columns.begin, box.y, columns.length(), box.height} : letter;
+  }
+}
+
+PixelRect around(const PixelRect& a, const PixelRect& b) {
+  const int left = std::min(a.x, b.x);
+  const int top = std::min(a.y, b.y);
+  return {left, top, std::max(a.right(), b.right()) - left, std::max(a.bottom(), b.bottom()) - top};
+}
+
+}  // namespace
+
+void fitToInk(const InkPage& page, ReadLine& line) {
+  const LineInk ink(page, line);
+  const int height = ink.rows().length();
+  for (std::size_t i = 0; i < line.words.size(); ++i) {
+    ReadWord& word = line.words[i];
+    // A word reaches as far as its ink does, but not into its neighbours.
+    const int leftBound =
+        i == 0 ? word.box.x - height
+               : std::min((line.words[i - 1].box.right() + word.box.x) / 2, word.box.x);
+    const int rightBound =
+        i + 1 == line.words.size()
+            ? word.box.right() + height
+            : std::max((word.box.right() + line.words[i + 1].box.x + 1) / 2, word.box.x + 1);
+    Span span{std::clamp(word.box.x, 0, page.size.width - 1),
+              std::clamp(word.box.right(), 1, page.size.width)};
+    while (span.begin > std::max(leftBound, 0) && ink.hasInk(span.begin - 1)) --span.begin;
+    while (span.end < std::min(rightBound, page.size.width) && ink.hasInk(span.end)) ++span.end;
+    if (span.length() > 0) fitWord(word, span, ink);
+  }
+  line.box = line.words.front().box;
+  for (const ReadWord& word : line.words) line.box = around(line.box, word.box);
+}
+
+}  // namespace vantorel

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/files.hpp"
+#include "platform/text_recogniser.hpp"
+
+namespace vantorel {
+
+/// Makes a recogniser for the languages in `languageFolder`.
+using RecognitionModuleEntry = std::unique_ptr<TextRecogniser> (*)(const Path& languageFolder);
+
+/// The name of the one function in the module that reads text and codes, which is large, takes much
+/// memory and is loaded when a picture is first read.
+constexpr const char* recognitionModuleEntryName = "vantorelTextRecogniser";
+
+}  // namespace vantorel

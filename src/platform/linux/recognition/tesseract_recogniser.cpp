@@ -1,0 +1,272 @@
+#include "platform/linux/recognition/tesseract_recogniser.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+#include "platform/linux/language_folder.hpp"
+#include "platform/linux/recognition/code_reader.hpp"
+#include "platform/linux/recognition/ink_page.hpp"
+#include "platform/linux/recognition/letter_fit.hpp"
+
+namespace vantorel {
+namespace {
+
+using Case = RecognitionFailure::Case;
+
+std::unexpected<RecognitionFailure> failure(Case what, std::string reason = {}) {
+  return std::unexpected(RecognitionFailure{what, std::move(reason)});
+}
+
+/// White around the page, in pixels of what the engine sees: letters at the very edge are read as
+/// well, and no page is too small for it.
+constexpr int margin = 24;
+
+/// The pixels that the engine sees at once.
+constexpr double largestPage = 14e6;
+constexpr int widestPage = 20'000;
+
+/// Parts of a tall picture have this many rows in common: no line of a text is higher than half of
+/// them.
+constexpr int sharedRows = 240;
+
+/// The enlargement that suits letters as high as that.
+double factorFor(double letterHeight) {
+  if (letterHeight <= 0 || letterHeight >= 11) return 1;
+  if (letterHeight >= 8) return 1.5;
+  return letterHeight >= 5 ? 2 : 3;
+}
+
+/// The row with the least ink among those in the middle of what two parts share.
+int emptiestRow(const InkPage& page, int from, int to) {
+  int best = (from + to) / 2;
+  long least = -1;
+  for (int y = from; y < to; ++y) {
+    long sum = 0;
+    for (int x = 0; x < page.size.width; ++x) sum += page.at(x, y);
+    const bool isBetter =
+        least < 0 || sum < least ||
+        (sum == least && std::abs(2 * y - from - to) < std::abs(2 * best - from - to));
+    if (isBetter) {
+      least = sum;
+      best = y;
+    }
+  }
+  return best;
+}
+
+/// Turns boxes of the engine's page into those of `page`.
+class PaperPlace {
+ public:
+  PaperPlace(double factor, int left, int top) : factor_(factor), left_(left), top_(top) {}
+
+  [[nodiscard]] PixelRect onPage(const PixelRect& box) const {
+    const int left = down(box.x);
+    const int top = down(box.y);
+    return {left, top, std::max(up(box.right()) - left, 1), std::max(up(box.bottom()) - top, 1)};
+  }
+
+  [[nodiscard]] PixelRect inPicture(const PixelRect& box) const {
+    return {box.x + left_, box.y + top_, box.width, box.height};
+  }
+
+ private:
+  [[nodiscard]] int down(int place) const {
+    return static_cast<int>(std::floor((place - margin) / factor_));
+  }
+  [[nodiscard]] int up(int place) const {
+    return static_cast<int>(std::ceil((place - margin) / factor_));
+  }
+
+  double factor_;
+  int left_;
+  int top_;
+};
+
+float confidenceOf(const ReadWord& word) {
+  float sum = 0;
+  for (const ReadLetter& letter : word.letters) sum += letter.confidence;
+  return sum / static_cast<float>(word.letters.size());
+}
+
+bool isLetterOrDigit(const ReadLetter& letter) {
+  const auto first = static_cast<unsigned char>(letter.text.front());
+  return first >= 0x80 || (first >= '0' && first <= '9') || (first >= 'A' && first <= 'Z') ||
+         (first >= 'a' && first <= 'z');
+}
+
+/// What is read in pictures and ornaments: short, doubtful, and mostly marks. A long word stays
+/// however doubtful it is, for nobody should learn from it that there was nothing.
+bool isNoise(const ReadWord& word) {
+  const float confidence = confidenceOf(word);
+  const auto letters = std::ranges::count_if(word.letters, isLetterOrDigit);
+  if (letters == 0) return confidence < 0.6F;
+  if (word.letters.size() <= 2) return confidence < 0.45F;
+  return word.letters.size() <= 5 && confidence < 0.35F;
+}
+
+bool isNoise(const ReadLine& line) {
+  float sum = 0;
+  std::ptrdiff_t letters = 0;
+  std::size_t longest = 0;
+  for (const ReadWord& word : line.words) {
+    sum += confidenceOf(word);
+    letters += std::ranges::count_if(word.letters, isLetterOrDigit);
+    longest = std::max(longest, word.letters.size());
+  }
+  const float mean = sum / static_cast<float>(line.words.size());
+  if (letters < 2) return mean < 0.75F;
+  return longest <= 8 && mean < 0.45F;
+}
+
+bool isSameLine(const ReadLine& a, const ReadLine& b) {
+  const PixelRect common = intersection(a.box, b.box);
+  if (common.isEmpty()) return false;
+  const auto area = [](const PixelRect& box) {
+    return static_cast<double>(box.width) * static_cast<double>(box.height);
+  };
+  return 2 * area(common) > std::min(area(a.box), area(b.box));
+}
+
+}  // namespace
+
+std::vector<std::string> TesseractRecogniser::languages() const {
+  return languagesIn(languageFolder_);
+}
+
+Result<void, RecognitionFailure> TesseractRecogniser::startEngine(
+    const std::vector<std::string>& wanted) {
+  const std::vector<std::string> installed = languages();
+  if (installed.empty()) return failure(Case::unavailable, "no language for it is installed");
+  std::vector<std::string> chosen;
+  for (const std::string& language : wanted.empty() ? installed : wanted) {
+    const bool isInstalled = std::ranges::find(installed, language) != installed.end();
+    const bool isNew = std::ranges::find(chosen, language) == chosen.end();
+    if (isInstalled && isNew) chosen.push_back(language);
+  }
+  if (chosen.empty()) return failure(Case::unavailable, "none of its languages is installed");
+  if (engine_ != nullptr && engine_->languages() == chosen) return {};
+  engine_.reset();
+  engine_ = VT_TRY(TesseractEngine::start(languageFolder_, chosen));
+  return {};
+}
+
+Result<std::vector<ReadBlock>, RecognitionFailure> TesseractRecogniser::readText(
+    const Image& picture, const PixelRect& area, const ReadingRequest& request,
+    const std::stop_token& stop) {
+  std::vector<ReadBlock> found;
+  // Small type is enlarged twice at the most of what counts.
+  const int bandRows =
+      std::clamp(static_cast<int>(largestPage / (4.0 * area.width)), 3 * sharedRows, 8000);
+  int ownTop = area.y;
+  int top = area.y;
+  std::vector<ReadLine> lastLines;
+  while (top < area.bottom()) {
+    if (stop.stop_requested()) return failure(Case::cancelled);
+    const PixelRect band{area.x, top, area.width, std::min(bandRows, area.bottom() - top)};
+    const bool isLast = band.bottom() == area.bottom();
+    const InkPage page = inkPageOf(picture, band);
+    const int ownBottom = isLast ? area.bottom()
+                                 : top + emptiestRow(page, band.height - sharedRows * 3 / 4,
+                                                     band.height - sharedRows / 4);
+    const double letterHeight = letterHeightOn(page);
+    if (letterHeight > 0 || request.isOneLine) {
+      double factor = std::clamp(request.enlargement.value_or(factorFor(letterHeight)), 0.1, 8.0);
+      factor = std::min(factor, static_cast<double>(widestPage) / band.width);
+      const InkPage paper = enlargedPaper(page, factor, margin);
+      auto blocks = VT_TRY(engine_->read(paper, request.isOneLine, stop));
+      const PaperPlace place(factor, band.x, band.y);
+      std::vector<ReadLine> bandLines;
+      for (ReadBlock& block : blocks) {
+        ReadBlock kept;
+        for (ReadLine& line : block.lines) {
+          line.box = place.onPage(line.box);
+          for (ReadWord& word : line.words) {
+            word.box = place.onPage(word.box);
+            for (ReadLetter& letter : word.letters) letter.box = place.onPage(letter.box);
+          }
+          if (!request.isOneLine) {
+            std::erase_if(line.words, [](const ReadWord& word) { return isNoise(word); });
+            if (line.words.empty() || isNoise(line)) continue;
+          }
+          fitToInk(page, line);
+          line.box = place.inPicture(line.box);
+          for (ReadWord& word : line.words) {
+            word.box = place.inPicture(word.box);
+            for (ReadLetter& letter : word.letters) letter.box = place.inPicture(letter.box);
+          }
+          // A line belongs to the part that its middle is in. Where two parts meet, it may have
+          // been read in both.
+          constexpr int slack = 4;
+          const int middle = line.box.y + line.box.height / 2;
+          if (middle < ownTop - slack || middle >= ownBottom + slack) continue;
+          const bool isKnown = std::ranges::any_of(
+              lastLines, [&](const ReadLine& other) { return isSameLine(line, other); });
+          if (isKnown) continue;
+          bandLines.push_back(line);
+          kept.lines.push_back(std::move(line));
+        }
+        if (!kept.lines.empty()) found.push_back(std::move(kept));
+      }
+      lastLines = std::move(bandLines);
+    } else {
+      lastLines.clear();
+    }
+    if (isLast) break;
+    ownTop = ownBottom;
+    top = ownBottom - sharedRows / 2;
+  }
+  return found;
+}
+
+Result<PictureReading, RecognitionFailure> TesseractRecogniser::readAlone(
+    const Image& picture, const ReadingRequest& request, const std::stop_token& stop) {
+  PictureReading reading;
+  reading.size = picture.size();
+  const PixelRect whole{0, 0, picture.width(), picture.height()};
+  const PixelRect area = request.area ? intersection(*request.area, whole) : whole;
+  if (request.readsText) {
+    if (auto started = startEngine(request.languages); !started) {
+      return std::unexpected(std::move(started).error());
+    }
+    if (!area.isEmpty()) reading.blocks = VT_TRY(readText(picture, area, request, stop));
+  }
+  if (request.readsCodes && !area.isEmpty()) reading.codes = codesIn(picture, area, stop);
+  if (stop.stop_requested()) return failure(Case::cancelled);
+  return reading;
+}
+
+Result<PictureReading, RecognitionFailure> TesseractRecogniser::read(const Image& picture,
+                                                                     const ReadingRequest& request,
+                                                                     const std::stop_token& stop) {
+  {
+    std::unique_lock lock(mutex_);
+    if (!turn_.wait(lock, stop, [this] { return !isReading_; })) return failure(Case::cancelled);
+    isReading_ = true;
+  }
+  const auto answer = [&]() -> Result<PictureReading, RecognitionFailure> {
+    try {
+      return readAlone(picture, request, stop);
+    } catch (const std::bad_alloc&) {
+      return failure(Case::failed, "memory ran out");
+    } catch (const std::exception& error) {
+      return failure(Case::failed, error.what());
+    }
+  }();
+  {
+    const std::scoped_lock lock(mutex_);
+    isReading_ = false;
+  }
+  turn_.notify_one();
+  return answer;
+}
+
+void TesseractRecogniser::release() {
+  const std::scoped_lock lock(mutex_);
+  if (!isReading_) engine_.reset();
+}
+
+}  // namespace vantorel
