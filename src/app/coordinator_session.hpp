@@ -66,6 +66,7 @@ class FakeClipboard final : public Clipboard {
  public:
   int images = 0;
   std::string last;
+  std::string lastText;
   bool isSilent = false;
   std::optional<Failure> refuses;
   void setImage(std::string png, std::move_only_function<void(Result<void>)> done) override {
@@ -75,7 +76,12 @@ class FakeClipboard final : public Clipboard {
     last = std::move(png);
     done({});
   }
-  void setText(std::string, std::move_only_function<void(Result<void>)>) override {}
+  void setText(std::string text, std::move_only_function<void(Result<void>)> done) override {
+    if (isSilent) return;
+    if (refuses) return done(std::unexpected(*refuses));
+    lastText = std::move(text);
+    done({});
+  }
   void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
   [[nodiscard]] std::string shapes() const override { return {}; }
   void handOver() override {}
