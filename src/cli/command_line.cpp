@@ -297,12 +297,17 @@ bool CommandLine::needsLibrary() const {
   if (const auto* const settings = std::get_if<command::Settings>(&command)) {
     return settings->namesCollection();
   }
-  return !std::holds_alternative<command::Autostart>(command);
+  return !std::holds_alternative<command::Autostart>(command) && scannedText() == nullptr;
 }
 
 bool CommandLine::onlyVerifies() const {
   const auto* const library = std::get_if<command::Library>(&command);
   return library != nullptr && library->verb == command::Library::Verb::verify && !library->repairs;
+}
+
+const command::Redact::ScanText* CommandLine::scannedText() const {
+  const auto* const redact = std::get_if<command::Redact>(&command);
+  return redact == nullptr ? nullptr : std::get_if<command::Redact::ScanText>(&redact->what);
 }
 
 bool CommandLine::printsPicture() const {
@@ -357,6 +362,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
   CLI::App* const quit = app.add_subcommand(
       "quit", "End the program in the tray, without a session bus too; it saves first");
   const LibraryOptions library(app);
+  const RedactOptions redact(app);
   const SettingsOptions settings(app);
   CLI::App* const manual =
       app.add_subcommand("manual", "Print the manual page: vantorel manual | man -l -");
@@ -428,6 +434,10 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
       return usage(problem, commandsOf(app));
     }
     line.command = std::move(what);
+  } else if (redact.isChosen()) {
+    auto what = redact.command(folder);
+    if (!what) return usage(what.error().reason, commandsOf(app));
+    line.command = *std::move(what);
   } else if (auto change = settings.chosen()) {
     if (const std::string problem = settings.problem(); !problem.empty()) {
       return usage(problem, commandsOf(app));

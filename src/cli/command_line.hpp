@@ -13,6 +13,7 @@
 #include "cli/annotation_commands.hpp"
 #include "cli/command_reply.hpp"
 #include "cli/library_options.hpp"
+#include "cli/redact_command.hpp"
 #include "cli/settings_command.hpp"
 
 namespace vantorel {
@@ -61,7 +62,7 @@ struct CommandLine {
   std::variant<command::Run, command::Show, command::Quit, command::ListDisplays,
                command::ListWindows, command::Capture, command::Autostart, command::Convert,
                command::Compress, command::Annotate, command::Render, command::Edit, command::Pin,
-               command::Settings, command::Library>
+               command::Settings, command::Library, command::Redact>
       command;
 
   /// True when the process that runs it lives on in the tray.
@@ -76,6 +77,10 @@ struct CommandLine {
 
   /// True when it looks through the library and changes nothing, not even what waits to be filed.
   [[nodiscard]] bool onlyVerifies() const;
+
+  /// The text to look through, of a command that does nothing else: it is run where it was typed,
+  /// whose standard input it may read. Null for all others.
+  [[nodiscard]] const command::Redact::ScanText* scannedText() const;
 
   /// True when bytes of a picture are what it prints.
   [[nodiscard]] bool printsPicture() const;

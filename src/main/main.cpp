@@ -22,6 +22,7 @@
 #include "main/offered_captures.hpp"
 #include "main/program.hpp"
 #include "main/terminal_surfaces.hpp"
+#include "main/text_scan.hpp"
 #include "main/tray_lock.hpp"
 #include "main/ui_module.hpp"
 #include "platform/linux/command_bus.hpp"
@@ -241,6 +242,9 @@ int run(int argc, char** argv) {
         {2, {}, "--output - is a picture, not for a terminal: send it to a file or a program.\n"});
   }
 
+  if (const auto* const scanned = line.scannedText()) {
+    return print(toBus(scanText(scanned->file, line.json)));
+  }
   const auto files = std::make_shared<RemoteFiles>();
   if (root && isMisspelt(*files, *root)) {
     return print({static_cast<int>(ExitStatus::usage),
