@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "editor/shape_geometry.hpp"
+#include "text/letter_edges.hpp"
 #include "text/letter_widths.hpp"
 
 namespace vantorel {
@@ -34,9 +35,28 @@ TextSelection::TextSelection(const std::vector<OCRBlock>& blocks, PixelSize capt
       const Box box{line.box.x * capture.width, line.box.y * capture.height,
                     line.box.w * capture.width, line.box.h * capture.height};
       if (line.text.empty() || !(box.w > 0) || !(box.h > 0)) continue;
-      lines_.push_back({line.text, letterStarts(line.text), box, block});
+      Line known{line.text, letterStarts(line.text), box, block, letterEdges(line, box.w / box.h)};
+      const std::size_t count = known.length();
+      known.isMeasured = known.edges.size() == count + 1;
+      known.edges.resize(count + 1);
+      for (std::size_t i = 0; i <= count; ++i) {
+        const double even = static_cast<double>(i) / static_cast<double>(count);
+        known.edges[i] = box.x + box.w * (known.isMeasured ? known.edges[i] : even);
+      }
+      lines_.push_back(std::move(known));
     }
   }
+}
+
+std::size_t TextSelection::Line::letterAt(double x) const {
+  const auto next = std::ranges::upper_bound(edges, x);
+  const auto index = static_cast<std::size_t>(next - edges.begin());
+  return std::clamp<std::size_t>(index, 1, length()) - 1;
+}
+
+std::size_t TextSelection::Line::edgeAt(double x) const {
+  const std::size_t letter = letterAt(x);
+  return letter + (x - edges[letter] < edges[letter + 1] - x ? 0 : 1);
 }
 
 std::size_t TextSelection::nearestLine(Pt at) const {
@@ -49,13 +69,11 @@ TextSelection::Span TextSelection::spanAt(Pt at, Unit unit) const {
   const std::size_t index = nearestLine(at);
   const Line& line = lines_[index];
   if (unit == Unit::line) return {{index, 0}, {index, line.length()}};
-  const double share = std::clamp((at.x - line.box.x) / line.box.w, 0.0, 1.0);
-  const double place = share * static_cast<double>(line.length());
   if (unit == Unit::letter) {
-    const auto letter = static_cast<std::size_t>(std::lround(place));
+    const std::size_t letter = line.edgeAt(at.x);
     return {{index, letter}, {index, letter}};
   }
-  std::size_t from = std::min(static_cast<std::size_t>(place), line.length() - 1);
+  std::size_t from = line.letterAt(at.x);
   std::size_t to = from;
   while (to < line.length() && !line.isSpace(to)) ++to;
   while (from > 0 && !line.isSpace(from) && !line.isSpace(from - 1)) --from;
@@ -117,12 +135,18 @@ std::string TextSelection::text(bool joinLines, const std::vector<PixelRect>& co
 }
 
 Box TextSelection::coveringBox(const Line& line, std::size_t first, std::size_t last) {
-  const LineStretch stretch =
-      widestStretch(line.text, line.letters, first, last, line.box.w / line.box.h);
-  const Box box{line.box.x + stretch.from * line.box.w, line.box.y,
-                (stretch.to - stretch.from) * line.box.w, line.box.h};
-  // Recognition draws its boxes close to the ink, or across its edge.
-  return grown(box, std::max(0.15 * line.box.h, 2.0));
+  Box box{line.edges[first], line.box.y, line.edges[last] - line.edges[first], line.box.h};
+  if (!line.isMeasured) {
+    const LineStretch stretch =
+        widestStretch(line.text, line.letters, first, last, line.box.w / line.box.h);
+    box.x = line.box.x + stretch.from * line.box.w;
+    box.w = (stretch.to - stretch.from) * line.box.w;
+  }
+  // Recognition draws its boxes close to the ink, or across its edge, and slanted letters reach
+  // over their neighbours.
+  const double above = std::max(0.15 * line.box.h, 2.0);
+  const double beside = std::max(0.25 * line.box.h, 2.0);
+  return {box.x - beside, box.y - above, box.w + 2 * beside, box.h + 2 * above};
 }
 
 bool TextSelection::isCovered(const Line& line, std::size_t first, std::size_t last,
@@ -140,9 +164,8 @@ std::vector<Box> TextSelection::boxes() const {
     const auto [from, to] = selectedOf(i);
     if (!(from < to)) continue;
     const Line& line = lines_[i];
-    const double each = line.box.w / static_cast<double>(line.length());
-    boxes.push_back({line.box.x + each * static_cast<double>(from.letter), line.box.y,
-                     each * static_cast<double>(to.letter - from.letter), line.box.h});
+    boxes.push_back({line.edges[from.letter], line.box.y,
+                     line.edges[to.letter] - line.edges[from.letter], line.box.h});
   }
   return boxes;
 }

@@ -13,8 +13,8 @@
 namespace vantorel {
 
 /// The recognised text of a capture as it lies on the picture, and what of it is selected: letters
-/// in reading order, from one place to another. The letters of a line share its width evenly, as
-/// recognition knows no more. Places are in capture pixels.
+/// in reading order, from one place to another. Letters lie where they were read; those of a line
+/// that does not say where share its width evenly. Places are in capture pixels.
 class TextSelection {
  public:
   TextSelection() = default;
@@ -47,7 +47,8 @@ class TextSelection {
   /// Where the selected text lies: a box for each line.
   [[nodiscard]] std::vector<Box> boxes() const;
 
-  /// What holds all of the selected text for certain, whatever its font: as `boxes`, and larger.
+  /// What holds all of the selected text for certain: as `boxes`, and larger. Where the letters'
+  /// places are not known, large enough for any font.
   [[nodiscard]] std::vector<Box> coveringBoxes() const;
 
  private:
@@ -56,9 +57,15 @@ class TextSelection {
     std::vector<std::size_t> letters;  // where each begins in `text`, and the end of the last
     Box box;
     std::size_t block = 0;
+    std::vector<double> edges;  // where each begins, and the end of the last, in capture pixels
+    bool isMeasured = false;    // `edges` were read, and are not an even sharing
 
     [[nodiscard]] std::size_t length() const { return letters.size() - 1; }
     [[nodiscard]] bool isSpace(std::size_t letter) const { return text[letters[letter]] == ' '; }
+    /// The letter that lies at `x`, or the nearest.
+    [[nodiscard]] std::size_t letterAt(double x) const;
+    /// The edge nearest to `x`.
+    [[nodiscard]] std::size_t edgeAt(double x) const;
   };
   [[nodiscard]] static Box coveringBox(const Line& line, std::size_t first, std::size_t last);
   [[nodiscard]] static bool isCovered(const Line& line, std::size_t first, std::size_t last,

@@ -4,6 +4,7 @@
 
 #include "editor/canvas_input.hpp"
 #include "editor/testing/mixed_shapes.hpp"
+#include "text/letter_edges.hpp"
 
 namespace vantorel {
 namespace {
@@ -50,6 +51,35 @@ TEST(TextSelectionTest, SelectsLettersWordsAndLinesInReadingOrder) {
   none.begin({1, 1}, Unit::line);
   none.extendTo({2, 2});
   EXPECT_TRUE(none.isEmpty() && none.text(true).empty() && none.boxes().empty());
+}
+
+// Thin letters, a gap and wide letters: sharing the line evenly would be off by several of them.
+TEST(TextSelectionTest, LettersLieWhereTheyWereRead) {
+  const std::vector<double> places{0, 5, 10, 15, 20, 60, 90, 120, 150, 180};  // pixels
+  std::vector<double> edges;
+  for (const double place : places) edges.push_back(place / 20);
+  OCRLine line{"illi WWWW", {0.125, 0.1F, 180.0F / 800, 20.0F / 600, {}}, 1, {}, {}};
+  line.letters = encodedLetters(edges);
+  TextSelection text({{{line}, {}}}, {800, 600});
+  using Unit = TextSelection::Unit;
+  text.begin({165, 65}, Unit::word);
+  EXPECT_EQ(text.text(false), "WWWW");
+  text.begin({117, 65}, Unit::word);
+  EXPECT_EQ(text.text(false), "illi");
+  EXPECT_FALSE(text.hasWordAt({140, 65})) << "in the gap";
+  text.begin({161, 65}, Unit::letter);
+  text.extendTo({218, 65});
+  EXPECT_EQ(text.text(false), "WW");
+  ASSERT_EQ(text.boxes().size(), 1U);
+  EXPECT_NEAR(text.boxes()[0].x, 160, 0.5);
+  EXPECT_NEAR(text.boxes()[0].right(), 220, 0.5);
+  const Box cover = text.coveringBoxes().at(0);
+  EXPECT_LE(cover.x, 156);
+  EXPECT_GE(cover.x, 150) << "little more than was selected";
+  EXPECT_GE(cover.right(), 224);
+  EXPECT_EQ(text.text(false, {{170, 60, 2, 5}}), "") << "a word of which a part is covered";
+  text.begin({117, 65}, Unit::line);
+  EXPECT_EQ(text.text(false, {{170, 60, 2, 5}}), "illi ");
 }
 
 class CanvasTextTest : public testing::Test {
