@@ -11,7 +11,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr const char* originals = "/data/Redacted Originals/";
+constexpr const char* originals = "/data/Redacted Originals";
 
 Shape redactionAt(double x) {
   Shape shape;
@@ -53,7 +53,7 @@ TEST_F(RedactedStillsTest, WhatIsFiledCopiedAndShownIsCoveredAndTheOriginalIsIts
   EXPECT_EQ(entry.pixelWidth, 50);
   EXPECT_THAT(shown, ElementsAre(PixelSize{50, 40}));
   EXPECT_EQ(run->codec.pixelSize(run->clipboard->last).value(), (PixelSize{50, 40}));
-  EXPECT_EQ(entry.originalPath, originals + entry.id + ".png");
+  EXPECT_EQ(entry.originalPath, fmt::format("{}/{}.png", originals, entry.id));
   EXPECT_EQ(sizeOf(*entry.originalPath), (PixelSize{1000, 800}));
   EXPECT_EQ(world.files.disk.at(*entry.originalPath)->status.mode & 077U, 0U);
   ASSERT_TRUE(entry.autoRedactions);

@@ -22,12 +22,13 @@ constexpr std::size_t shownText = 240;
 constexpr std::chrono::seconds clipboardBound{5};
 constexpr int maximumNames = 10'000;
 
-/// A new file with `text` in the first of `folders` that takes it.
-Result<Path> writeText(Files& files, const std::vector<Path>& folders, const std::string& text,
+/// A new file with `text` in `chosen`, or else in `own`, which is made when it is missing.
+Result<Path> writeText(Files& files, const Path& chosen, const Path& own, const std::string& text,
                        double takenAt) {
   Result<Path> answer = failed(FailureKind::other, "there is no folder for it");
   const Path first = captureFileName("Text", takenAt, "txt");
-  for (const Path& folder : folders) {
+  for (const Path& folder : {chosen, own}) {
+    if (folder == own) VT_TRY(files.makeFolder(own, Privacy::byUmask));
     for (int number = 1; number <= maximumNames; ++number) {
       const Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
       const auto created = files.create(path, text, Privacy::byUmask, Durability::flushed);
@@ -156,9 +157,9 @@ void TextCapture::keep(const std::shared_ptr<Taking>& taking) {
     roundTrip(
         *services_.work, services_.main,
         [files = services_.files, text = taking->taken.text, takenAt = taking->picture.capturedAt,
-         folders = std::vector<Path>{services_.settings.values().storageDirectory,
-                                     services_.defaultFolder}]() -> Result<Written> {
-          const Path path = VT_TRY(writeText(*files, folders, text, takenAt));
+         chosen = Path(services_.settings.values().storageDirectory),
+         own = services_.defaultFolder]() -> Result<Written> {
+          const Path path = VT_TRY(writeText(*files, chosen, own, text, takenAt));
           return Written{path, identifyFile(*files, path)};
         },
         lifetime_.guard([this, taking, notKept](Result<Written> written) {

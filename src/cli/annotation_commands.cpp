@@ -19,14 +19,13 @@ std::unexpected<Failure> misused(std::string why) {
   return failed(FailureKind::malformed, std::move(why));
 }
 
-/// Ids hold neither.
-bool isFileName(const std::string& name) { return name.find_first_of("/.") != std::string::npos; }
-
-constexpr const char* namedPictureWords =
-    "a capture's id, a unique start of it, or latest; or a picture file: a name with a slash or a "
-    "point in it";
-
 }  // namespace
+
+NamedPicture namedPicture(const std::string& name, const Path& folder) {
+  // Ids hold neither.
+  const bool isFile = name.find_first_of("/.") != std::string::npos;
+  return isFile ? NamedPicture{.file = inFolder(folder, name)} : NamedPicture{.capture = name};
+}
 
 void AnnotationOptions::addTo(CLI::App& app) {
   annotate_ = app.add_subcommand(
@@ -68,13 +67,7 @@ auto AnnotationOptions::command(const Path& folder) const -> Result<std::optiona
 
 std::vector<NamedPicture> AnnotationOptions::pictures(const Path& folder) const {
   std::vector<NamedPicture> named;
-  for (const std::string& name : pictures_) {
-    if (isFileName(name)) {
-      named.push_back({.file = inFolder(folder, name)});
-    } else {
-      named.push_back({.capture = name});
-    }
-  }
+  for (const std::string& name : pictures_) named.push_back(namedPicture(name, folder));
   return named;
 }
 
@@ -95,7 +88,7 @@ auto AnnotationOptions::annotate(const Path& folder) const -> Result<std::option
 
 auto AnnotationOptions::render(const Path& folder) const -> Result<std::optional<Command>> {
   CaptureAnnotator::Drawing drawing;
-  if (isFileName(base_)) {
+  if (!namedPicture(base_, folder).file.empty()) {
     drawing.base = CaptureAnnotator::Drawing::Picture{inFolder(folder, base_)};
   } else {
     drawing.base = CaptureAnnotator::Drawing::Capture{base_};

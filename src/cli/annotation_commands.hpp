@@ -46,6 +46,13 @@ struct Pin {
 inline constexpr const char* outputNamesNothing =
     "--output must name a file, or be - for standard output";
 
+inline constexpr const char* namedPictureWords =
+    "a capture's id, a unique start of it, or latest; or a picture file: a name with a slash or a "
+    "point in it";
+
+/// What `namedPictureWords` says of `name`, typed in `folder`.
+[[nodiscard]] NamedPicture namedPicture(const std::string& name, const Path& folder);
+
 /// The words of "annotate", "render", "edit" and "pin", added to a parser before it runs and read
 /// after it. Must outlive the parsing.
 class AnnotationOptions {

@@ -330,10 +330,33 @@ void CommandRunner::withLibrary(const CommandLine& line, Done done,
     annotate(*annotating, line.json, std::move(done));
   } else if (const auto* rendering = std::get_if<command::Render>(&line.command)) {
     render(*rendering, std::move(done));
+  } else if (const auto* redacting = std::get_if<command::Redact>(&line.command)) {
+    redact(*redacting, line.json, std::move(done));
   } else if (const auto* library = std::get_if<command::Library>(&line.command)) {
     services_.libraryCommands->run(*library, line.json, std::move(done), requester);
   } else {
     rewrite(line, std::move(done));
+  }
+}
+
+void CommandRunner::redact(const command::Redact& what, bool json, Done done) {
+  const auto answered = std::make_shared<Done>(std::move(done));
+  const auto scanned = [answered, json](const auto& scan) { (*answered)(scanReply(scan, json)); };
+  const auto changed = [answered, json](const CaptureRedactor::Answer<EntryPointer>& entry) {
+    (*answered)(entry ? filed(**entry, json) : failedReply(sentence(entry.error())));
+  };
+  CaptureRedactor& redactor = *services_.redactor;
+  if (const auto* const scan = std::get_if<command::Redact::Scan>(&what.what)) {
+    if (!scan->picture.file.empty()) return redactor.scanPicture(scan->picture.file, scanned);
+    redactor.scanCapture(scan->picture.capture, scanned);
+  } else if (const auto* const apply = std::get_if<command::Redact::Apply>(&what.what)) {
+    redactor.apply(apply->capture, apply->wanted, [answered, json](const auto& applied) {
+      (*answered)(appliedReply(applied, json));
+    });
+  } else if (const auto* const remove = std::get_if<command::Redact::Remove>(&what.what)) {
+    redactor.remove(remove->capture, changed);
+  } else if (const auto* const reapply = std::get_if<command::Redact::Reapply>(&what.what)) {
+    redactor.reapply(reapply->capture, changed);
   }
 }
 

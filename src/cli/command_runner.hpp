@@ -104,6 +104,7 @@ class CommandRunner {
   void pin(const command::Pin& what, Done done);
   void annotate(const command::Annotate& what, bool json, Done done);
   void render(const command::Render& what, Done done);
+  void redact(const command::Redact& what, bool json, Done done);
 
   Services services_;
   std::multimap<std::string, std::shared_ptr<Capturing>> capturing_;  // by requester

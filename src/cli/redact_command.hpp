@@ -3,7 +3,10 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
+#include "app/capture_redactor.hpp"
+#include "app/named_picture.hpp"
 #include "base/result.hpp"
 #include "cli/command_reply.hpp"
 #include "platform/files.hpp"
@@ -24,7 +27,24 @@ struct Redact {
   struct ScanText {
     Path file;  ///< absolute; empty: standard input
   };
-  std::variant<ScanText> what;
+  /// Looks through a picture.
+  struct Scan {
+    NamedPicture picture;
+  };
+  /// Covers what is found in a capture.
+  struct Apply {
+    std::string capture;
+    CaptureRedactor::Wanted wanted;
+  };
+  /// Uncovers what was covered before the capture was filed.
+  struct Remove {
+    std::string capture;
+  };
+  /// Covers it again.
+  struct Reapply {
+    std::string capture;
+  };
+  std::variant<ScanText, Scan, Apply, Remove, Reapply> what;
 };
 
 }  // namespace command
@@ -42,8 +62,22 @@ class RedactOptions {
  private:
   CLI::App* redact_;
   CLI::App* scan_;
+  CLI::App* apply_;
+  CLI::App* remove_;
+  CLI::App* reapply_;
+  std::string picture_;
   std::string text_;
+  std::string capture_;
+  std::vector<std::string> kinds_;
+  std::string style_;
 };
+
+/// What was found in a picture, a line each: kind, the rectangle "x,y,w,h" in pixels, and what was
+/// read there; or as JSON.
+[[nodiscard]] CommandReply scanReply(const CaptureRedactor::Answer<CaptureRedactor::Scan>& scan,
+                                     bool json);
+[[nodiscard]] CommandReply appliedReply(
+    const CaptureRedactor::Answer<CaptureRedactor::Applied>& applied, bool json);
 
 /// What is sensitive in `text`, a line each: kind, the bytes from and up to which it goes, and the
 /// text itself; or as JSON.
