@@ -54,6 +54,7 @@ const std::vector<WindowKeys>& windowKeys() {
         {"Measure", "M"},
         {"Eyedropper", "I"},
         {"Select Text", "S"},
+        {"Smart Redact", "Ctrl+R"},
         {"Undo", "Ctrl+Z"},
         {"Redo", "Ctrl+Shift+Z"},
         {"Save", "Ctrl+S"},

@@ -129,6 +129,9 @@ AnnotateBar::AnnotateBar(std::shared_ptr<AnnotateModel> model, QWidget* parent)
       model_(std::move(model)),
       undo_(makeBarButton(IconName::undo, QStringLiteral("Undo"), QStringLiteral("Ctrl+Z"))),
       redo_(makeBarButton(IconName::redo, QStringLiteral("Redo"), QStringLiteral("Ctrl+Shift+Z"))),
+      beforeSmartRedact_(new BarSeparator),
+      smartRedact_(makeBarButton(IconName::shield, QStringLiteral("Smart Redact"),
+                                 QStringLiteral("Ctrl+R"))),
       copy_(new WordButton(IconName::copy, QStringLiteral("Copy"))),
       saveAs_(new MenuButton(QStringLiteral("Save as"))),
       done_(new QPushButton(QStringLiteral("Done"))),
@@ -149,18 +152,21 @@ AnnotateBar::AnnotateBar(std::shared_ptr<AnnotateModel> model, QWidget* parent)
   done_->setToolTip(QStringLiteral("Save and close (Ctrl+Return)"));
   done_->setFocusPolicy(Qt::TabFocus);
   inspector_->setCheckable(true);
+  smartRedact_->setCheckable(true);
   auto* const row = new QHBoxLayout(this);
   row->setContentsMargins(tokens::space8, 0, tokens::space12, 0);
   row->setSpacing(tokens::space4);
   row->addWidget(undo_);
   row->addWidget(redo_);
+  row->addWidget(beforeSmartRedact_);
+  row->addWidget(smartRedact_);
   row->addStretch(1);
   row->addWidget(copy_);
   row->addWidget(saveAs_);
   row->addWidget(done_);
   row->addWidget(new BarSeparator);
   row->addWidget(inspector_);
-  for (QToolButton* const button : {undo_, redo_, inspector_}) {
+  for (QToolButton* const button : {undo_, redo_, smartRedact_, inspector_}) {
     button->setIconSize(QSize(barIconSize, barIconSize));
     button->setFixedSize(tokens::control, tokens::control);
   }
@@ -174,6 +180,7 @@ AnnotateBar::AnnotateBar(std::shared_ptr<AnnotateModel> model, QWidget* parent)
   };
   forward(undo_, &AnnotateBar::onUndo);
   forward(redo_, &AnnotateBar::onRedo);
+  forward(smartRedact_, &AnnotateBar::onSmartRedact);
   forward(copy_, &AnnotateBar::onCopy);
   forward(done_, &AnnotateBar::onDone);
   forward(inspector_, &AnnotateBar::onInspector);
@@ -200,6 +207,12 @@ void AnnotateBar::refresh(const AnnotateModel::Change& change) {
     copy_->setEnabled(isReady);
     saveAs_->setEnabled(isReady);
     done_->setEnabled(isReady);
+    // Where nothing can be read there is nothing to be pressed; what is not known yet keeps its
+    // room.
+    smartRedact_->setEnabled(isReady);
+    const bool isOffered = !isReady || model_->smartRedact() != nullptr;
+    smartRedact_->setVisible(isOffered);
+    beforeSmartRedact_->setVisible(isOffered);
   }
   if (change.stage || change.document) showHistory();
   if (change.saving) {
@@ -225,6 +238,8 @@ void AnnotateBar::showHistory() {
 }
 
 void AnnotateBar::setInspectorShown(bool isShown) { inspector_->setChecked(isShown); }
+
+void AnnotateBar::setSmartRedactShown(bool isShown) { smartRedact_->setChecked(isShown); }
 
 void AnnotateBar::showFormats() {
   if (!saveAs_->isEnabled()) return;

@@ -24,12 +24,14 @@ class AnnotateBar : public QWidget {
   /// Takes up what the model has changed.
   void refresh(const AnnotateModel::Change& change);
   void setInspectorShown(bool isShown);
+  void setSmartRedactShown(bool isShown);
 
   /// Opens the menu of formats.
   void showFormats();
 
   std::function<void()> onUndo;
   std::function<void()> onRedo;
+  std::function<void()> onSmartRedact;
   std::function<void()> onCopy;
   std::function<void(ExportFormat format)> onSaveAs;
   std::function<void()> onDone;
@@ -52,6 +54,8 @@ class AnnotateBar : public QWidget {
   std::shared_ptr<AnnotateModel> model_;
   QToolButton* undo_;
   QToolButton* redo_;
+  QWidget* beforeSmartRedact_;
+  QToolButton* smartRedact_;
   QToolButton* copy_;
   QToolButton* saveAs_;
   QPushButton* done_;

@@ -307,6 +307,7 @@ CanvasOverlay AnnotateCanvas::overlayNow() const {
   if (hovered_ && !isPressed_ && !isPanning_ && !editor.selection().contains(*hovered_)) {
     if (const Shape* const shape = editor.state().find(*hovered_)) now.hovered = outlineOf(*shape);
   }
+  for (const Box& box : outlined_) now.finds.push_back(asRect(view_.toView(box)));
   if (editor.isTyping()) {
     CanvasOverlay::Typing typing;
     typing.frame = inView(editor.frameOfShape(editor.shownDraft()));
@@ -324,6 +325,12 @@ CanvasOverlay AnnotateCanvas::overlayNow() const {
     now.typing = std::move(typing);
   }
   return now;
+}
+
+void AnnotateCanvas::outline(std::vector<Box> boxes) {
+  if (outlined_ == boxes) return;
+  outlined_ = std::move(boxes);
+  updateOverlay();
 }
 
 void AnnotateCanvas::updateOverlay() {

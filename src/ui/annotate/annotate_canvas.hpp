@@ -55,6 +55,9 @@ class AnnotateCanvas : public QWidget {
   /// Whether the pointer is doing something that is not ended.
   [[nodiscard]] bool isInGesture() const { return isPressed_; }
 
+  /// Outlines these places of the canvas, which a list points to; none ends it.
+  void outline(std::vector<Box> boxes);
+
   /// A key that no other part of the window has used. True when it meant something here.
   bool take(const QKeyEvent& event);
 
@@ -166,6 +169,7 @@ class AnnotateCanvas : public QWidget {
   QRect cropFrame_;
   QRect cropWhole_;
   std::optional<std::string> hovered_;
+  std::vector<Box> outlined_;
 
   bool wasTyping_ = false;
   bool isComposing_ = false;

@@ -14,6 +14,7 @@
 #include "ui/annotate/canvas_section.hpp"
 #include "ui/annotate/layer_section.hpp"
 #include "ui/annotate/layers_section.hpp"
+#include "ui/annotate/smart_redact_section.hpp"
 #include "ui/annotate/style_section.hpp"
 #include "ui/kit/accessible_role.hpp"
 
@@ -71,8 +72,16 @@ void AnnotateInspector::begin(InspectedEditor editor) {
   layer_ = new LayerSection(editor_, content);
   background_ = new BackgroundSection(editor_, content);
   canvas_ = new CanvasSection(editor_, content);
-  for (InspectorSection* const section :
-       std::initializer_list<InspectorSection*>{style_, layers_, layer_, background_, canvas_}) {
+  if (model_ != nullptr && model_->smartRedact() != nullptr) {
+    smartRedact_ = new SmartRedactSection(model_, content);
+    smartRedact_->onPointed = [this](const std::vector<vantorel::Box>& boxes) {
+      if (onFindsPointed) onFindsPointed(boxes);
+    };
+    finds_ = model_->observe([this](const AnnotateModel::Change& change) {
+      if (change.redaction) changed();
+    });
+  }
+  for (InspectorSection* const section : sections()) {
     column->addWidget(section);
     section->onUnfolded = [this, section] { reveal(*section); };
   }
@@ -83,6 +92,19 @@ void AnnotateInspector::begin(InspectedEditor editor) {
   // In the place of what waited for the editor, which may be calling.
   changes_ = editor_.observe([this] { changed(); });
   refresh();
+}
+
+std::vector<InspectorSection*> AnnotateInspector::sections() const {
+  std::vector<InspectorSection*> all{style_, layers_, layer_, background_, canvas_};
+  if (smartRedact_ != nullptr) all.insert(all.begin(), smartRedact_);
+  return all;
+}
+
+void AnnotateInspector::revealSmartRedact() {
+  if (smartRedact_ == nullptr) return;
+  smartRedact_->setOpen(true);
+  refresh();
+  verticalScrollBar()->setValue(0);
 }
 
 /// All of it, or its beginning.
@@ -131,15 +153,13 @@ void AnnotateInspector::timerEvent(QTimerEvent* event) {
 void AnnotateInspector::refresh() {
   isBehind_ = false;
   if (style_ == nullptr) return;
+  if (smartRedact_ != nullptr) smartRedact_->refresh();
   style_->refresh(!layers_->isHeld());
   layers_->refresh();
   layer_->refresh();
   background_->refresh();
   canvas_->refresh();
-  for (InspectorSection* const section :
-       std::initializer_list<InspectorSection*>{style_, layers_, layer_, background_, canvas_}) {
-    section->settle();
-  }
+  for (InspectorSection* const section : sections()) section->settle();
   widget()->layout()->activate();
 }
 

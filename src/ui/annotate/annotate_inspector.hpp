@@ -2,6 +2,9 @@
 
 #include <QBasicTimer>
 #include <QScrollArea>
+#include <functional>
+#include <memory>
+#include <vector>
 
 #include "base/observers.hpp"
 #include "ui/annotate/inspected_editor.hpp"
@@ -13,6 +16,7 @@ class CanvasSection;
 class InspectorSection;
 class LayerSection;
 class LayersSection;
+class SmartRedactSection;
 class StyleSection;
 
 /// The right side of an Annotate window: how what is selected looks, the layers, the background and
@@ -29,6 +33,11 @@ class AnnotateInspector : public QScrollArea {
   /// At once, as before a picture is taken of it.
   void refresh();
 
+  /// What should not be shared, on top: brings it into view.
+  void revealSmartRedact();
+  /// The boxes of what is pointed to there, in canvas pixels; none when it is left.
+  std::function<void(const std::vector<vantorel::Box>& boxes)> onFindsPointed;
+
   [[nodiscard]] QSize sizeHint() const override;
 
  protected:
@@ -41,13 +50,15 @@ class AnnotateInspector : public QScrollArea {
  private:
   explicit AnnotateInspector(QWidget* parent);
   void begin(InspectedEditor editor);
+  [[nodiscard]] std::vector<InspectorSection*> sections() const;
   void changed();
   void reveal(InspectorSection& section);
   void placeBar();
 
   std::shared_ptr<AnnotateModel> model_;  // outlives what works on its editor
   InspectedEditor editor_;
-  StyleSection* style_ = nullptr;  // null until there is an editor
+  SmartRedactSection* smartRedact_ = nullptr;  // null where there is none
+  StyleSection* style_ = nullptr;              // null until there is an editor
   LayerSection* layer_ = nullptr;
   LayersSection* layers_ = nullptr;
   BackgroundSection* background_ = nullptr;
@@ -56,6 +67,7 @@ class AnnotateInspector : public QScrollArea {
   QBasicTimer pause_;
   bool isBehind_ = true;
   Observation changes_;
+  Observation finds_;
 };
 
 }  // namespace vantorel

@@ -121,6 +121,8 @@ AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::functi
   rail_->onPicked = [this](Tool tool) { pick(tool); };
   bar_->onUndo = [this] { undo(); };
   bar_->onRedo = [this] { redo(); };
+  bar_->onSmartRedact = [this] { toggleSmartRedact(); };
+  inspector_->onFindsPointed = [this](const std::vector<Box>& boxes) { canvas_->outline(boxes); };
   bar_->onCopy = [this] { model_->copy(); };
   bar_->onSaveAs = [this](ExportFormat format) { askWhereToSave(format); };
   bar_->onDone = [this] { finish(); };
@@ -178,6 +180,7 @@ void AnnotateWindow::addKeys() {
   command(Qt::CTRL | Qt::Key_D, [this] {
     if (!canvas_->isInGesture()) model_->editor().duplicate();
   });
+  command(Qt::CTRL | Qt::Key_R, [this] { toggleSmartRedact(); });
   key(Qt::CTRL | Qt::Key_0, [this] { canvas_->fit(); });
   key(Qt::CTRL | Qt::Key_1, [this] { canvas_->setZoom(1); });
   for (const Qt::Key plus : {Qt::Key_Plus, Qt::Key_Equal}) {
@@ -223,6 +226,7 @@ void AnnotateWindow::modelChanged(const AnnotateModel::Change& change) {
     if (isReady()) rail_->show(model_->editor().tool());
   }
   bar_->refresh(change);
+  if (change.redaction || change.stage) showSmartRedact();
   if (change.saving && question_ != nullptr) {
     QMetaObject::invokeMethod(this, [this] { endQuestion(); }, Qt::QueuedConnection);
   }
@@ -321,6 +325,33 @@ void AnnotateWindow::toggleInspector() {
   arrange();
 }
 
+bool AnnotateWindow::isInspectorSeen() const {
+  return isNarrow() ? isDrawerOpen_ : isInspectorWanted_;
+}
+
+/// What is listed where nobody sees it is brought to be seen.
+void AnnotateWindow::toggleSmartRedact() {
+  SmartRedactSession* const session = isReady() ? model_->smartRedact() : nullptr;
+  if (session == nullptr) return bar_->setSmartRedactShown(false);
+  const bool closes = session->isOpen() && isInspectorSeen();
+  if (closes) {
+    session->close();
+  } else {
+    session->open();
+    isRedacting_ = false;
+  }
+  showSmartRedact();
+}
+
+void AnnotateWindow::showSmartRedact() {
+  const SmartRedactSession* const session = isReady() ? model_->smartRedact() : nullptr;
+  const bool isOpen = session != nullptr && session->isOpen();
+  bar_->setSmartRedactShown(isOpen);
+  if (std::exchange(isRedacting_, isOpen) || !isOpen) return;
+  if (!isInspectorSeen()) toggleInspector();
+  inspector_->revealSmartRedact();
+}
+
 void AnnotateWindow::setDrawer(bool isOpen) {
   isDrawerOpen_ = isOpen;
   arrange();
@@ -404,6 +435,13 @@ void AnnotateWindow::fillShapesMenu(QMenu& menu) {
   add(QStringLiteral("Send Backward"), hasOrder, [this] { model_->editor().sendBackward(); });
   add(QStringLiteral("Send to Back"), hasOrder, [this] { model_->editor().sendToBack(); });
   menu.addSeparator();
+  if (model_->smartRedact() != nullptr) {
+    QAction* const redact = menu.addAction(QStringLiteral("Smart Redact\tCtrl+R"), this,
+                                           [this] { toggleSmartRedact(); });
+    redact->setCheckable(true);
+    redact->setChecked(model_->smartRedact()->isOpen());
+    menu.addSeparator();
+  }
   add(QStringLiteral("Select All\tCtrl+A"), !editor.state().shapes->empty(),
       [this] { model_->editor().selectAll(); });
   const bool isRemovable = hasShapes || (hasLayer && editor.selectedLayer()->path.has_value());

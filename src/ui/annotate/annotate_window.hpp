@@ -52,6 +52,9 @@ class AnnotateWindow : public WindowFrame {
   [[nodiscard]] int bandHeight(int width) const;
   void setDrawer(bool isOpen);
   void toggleInspector();
+  void toggleSmartRedact();
+  void showSmartRedact();
+  [[nodiscard]] bool isInspectorSeen() const;
   [[nodiscard]] bool isNarrow() const;
   [[nodiscard]] bool isReady() const { return model_->stage() == AnnotateModel::Stage::ready; }
   void nextPane(bool isBack);
@@ -82,6 +85,7 @@ class AnnotateWindow : public WindowFrame {
   CropCapsule* capsule_;
   bool isInspectorWanted_ = true;
   bool isDrawerOpen_ = false;
+  bool isRedacting_ = false;  // what should not be shared is listed
   Entrance drawer_{tokens::barTime, [this] { arrange(); }};
   QString bandText_;
   bool mayClose_ = false;

@@ -1,5 +1,6 @@
 #include "ui/annotate/annotate_window.hpp"
 
+#include <X11/keysym.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include <QDialog>
 #include <QDragEnterEvent>
 #include <QInputMethodEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QMouseEvent>
@@ -602,6 +604,137 @@ TEST_F(AnnotateWindowTest, ARefusedExportNamesTheLayerAndHidesItOnRequest) {
   button("Copy")->click();
   rest();
   EXPECT_FALSE(opened->run.clipboard.content.empty());
+}
+
+/// Over the picture of 640 x 400.
+std::vector<SmartRedact::Proposal> usualFinds() {
+  using enum SensitiveMatchKind;
+  return {{email, {60, 40, 160, 20}, 1, "jane.doe@example.org"},
+          {email, {60, 80, 150, 20}, 2, "joe@example.org"},
+          {phone, {300, 40, 120, 20}, 3, "+1 202 555 0143"},
+          {apiKey, {60, 200, 400, 20}, 4, "sk-live-0123456789abcdef0123456789abcdef"},
+          {apiKey, {60, 224, 90, 20}, 4, "sk-live-0123456789abcdef0123456789abcdef"},
+          {face, {500, 250, 80, 80}, 5, ""}};
+}
+
+TEST_F(AnnotateWindowTest, WhatSmartRedactFindsIsChosenShownAndCovered) {
+  const auto opened = open();
+  const auto isRead = [&](const QString& text) {
+    for (auto* const label : opened->window->findChildren<QLabel*>()) {
+      if (label->isVisible() && label->text() == text) return true;
+    }
+    return false;
+  };
+  key(Qt::Key_R, Qt::ControlModifier);
+  settle(std::chrono::milliseconds(250));
+  EXPECT_TRUE(isRead("Scanning for sensitive text"));
+  EXPECT_TRUE(button("Smart Redact")->isChecked());
+  keepPicture("smart-redact-scanning");
+  ASSERT_EQ(opened->run.scans.asked.size(), 1U);
+  opened->run.scans.answer(0, usualFinds(), VisualDetectors::people);
+  rest();
+  settle();
+  EXPECT_FALSE(isRead("Scanning for sensitive text"));
+  EXPECT_TRUE(isRead("People couldn't be looked for."));
+  ASSERT_EQ(button("Redact 5")->isEnabled(), true);
+  auto* const mails = button("E-mail addresses");
+  EXPECT_EQ(mails->accessibleDescription(), "2");
+
+  // The line under the pointer shows where its finds are.
+  const auto pixelAt = [&](double x, double y) {
+    return opened->canvas->grab().toImage().pixel(at(x, y).toPoint());
+  };
+  const QRgb plain = pixelAt(58.5, 50);
+  movePointer(mails->mapToGlobal(QPoint(40, mails->height() / 2)));
+  settle();
+  EXPECT_NE(pixelAt(58.5, 50), plain);
+  EXPECT_NE(pixelAt(58.5, 90), plain) << "both";
+  keepPicture("smart-redact-found");
+  movePointer(opened->canvas->mapToGlobal(QPoint(5, 5)));
+  settle();
+  EXPECT_EQ(pixelAt(58.5, 50), plain);
+
+  // By keyboard alone: a kind's finds are unfolded, one is left out.
+  mails->setFocus(Qt::TabFocusReason);
+  strike(XK_Right);
+  settle();
+  auto* const joe = button("joe@example.org");
+  joe->setFocus(Qt::TabFocusReason);
+  strike(XK_space);
+  rest();
+  settle();
+  EXPECT_FALSE(joe->isChecked());
+  EXPECT_TRUE(joe->hasFocus());
+  QAccessible::State state = QAccessible::queryAccessibleInterface(mails)->state();
+  EXPECT_TRUE(state.checkStateMixed);
+  keepPicture("smart-redact-chosen");
+  // Tools and their styles have the same names.
+  const auto inSection = [&](const QString& name) {
+    QAbstractButton* found = nullptr;
+    for (auto* const one : opened->window->findChildren<QAbstractButton*>()) {
+      if (one->isVisible() && (one->accessibleName() == name || one->text() == name)) found = one;
+    }
+    return found;
+  };
+  inSection("Pixelate")->click();
+  button("Redact 4")->click();
+  rest();
+  settle();
+  EXPECT_EQ(editor().state().shapes->size(), 5U);
+  EXPECT_EQ(last().redactStyle, RedactStyle::pixelate);
+  EXPECT_EQ(opened->run.model->notice()->text, "Redacted 4 items");
+  EXPECT_FALSE(inSection("Redact")->isEnabled());
+  keepPicture("smart-redact-done");
+
+  // What is left is asked about; who wants to look is shown it.
+  button("Close Smart Redact")->click();
+  key(Qt::Key_F9);
+  rest();
+  EXPECT_FALSE(joe->isVisible());
+  button("Copy")->click();
+  rest();
+  EXPECT_TRUE(opened->run.alerts.press("Review"));
+  rest();
+  settle();
+  EXPECT_TRUE(joe->isVisible());
+  EXPECT_TRUE(opened->run.clipboard.content.empty());
+  mails->click();
+  rest();
+  settle();
+  button("Redact 1")->click();
+  rest();
+  settle();
+  EXPECT_TRUE(isRead("All that was found is covered."));
+  key(Qt::Key_Z, Qt::ControlModifier);
+  rest();
+  settle();
+  EXPECT_TRUE(button("E-mail addresses")->isVisible()) << "uncovered, it is offered again";
+}
+
+TEST_F(AnnotateWindowTest, SmartRedactOpensTheDrawerOfANarrowWindow) {
+  const QFont usual = qApp->font();
+  QFont large = usual;
+  large.setPointSizeF(usual.pointSizeF() * 1.25);
+  qApp->setFont(large);
+  {
+    const auto opened = open();
+    opened->window->resize(720, 480);
+    rest();
+    button("Smart Redact")->click();
+    rest();
+    opened->run.scans.answer(0, usualFinds());
+    rest();
+    settle(std::chrono::milliseconds(300));
+    keepPicture("smart-redact-narrow");
+    const QRect inside(opened->window->mapToGlobal(QPoint()), opened->window->size());
+    auto* const redact = button("Redact 5");
+    EXPECT_TRUE(inside.contains(QRect(redact->mapToGlobal(QPoint()), redact->size())));
+    key(Qt::Key_R, Qt::ControlModifier);
+    rest();
+    EXPECT_FALSE(opened->run.model->smartRedact()->isOpen());
+    EXPECT_FALSE(button("Smart Redact")->isChecked());
+  }
+  qApp->setFont(usual);
 }
 
 TEST_F(AnnotateWindowTest, TheLeastWindowHoldsLargeWordsAndIsMirrored) {

@@ -94,6 +94,8 @@ QRegion CanvasOverlay::changedIn(const CanvasOverlay& other, double ratio) const
   addChanges(region, guides, other.guides, [&](const QLineF& guide) {
     return around(QRectF(guide.p1(), guide.p2()).normalized(), line);
   });
+  addChanges(region, finds, other.finds,
+             [&](const QRectF& find) { return around(find, (hoverWidth + 3) * ratio); });
   const auto plain = [](const QRectF& area) { return around(area, 1); };
   addChanges(region, selectedText, other.selectedText, plain);
   if (hovered != other.hovered) {
@@ -245,6 +247,13 @@ void CanvasOverlay::paint(QPainter& painter, const QRect& exposed, double ratio)
     painter.drawPath(hovered);
     painter.setPen(QPen(accent, hoverWidth * ratio));
     painter.drawPath(hovered);
+  }
+  for (const QRectF& find : finds) {
+    const QRectF rim = find.adjusted(-ratio, -ratio, ratio, ratio);
+    painter.setPen(QPen(QColor(255, 255, 255, 160), (hoverWidth + 2) * ratio));
+    painter.drawRect(rim);
+    painter.setPen(QPen(accent, hoverWidth * ratio));
+    painter.drawRect(rim);
   }
   const QRectF near = QRectF(exposed).adjusted(-2 * ratio, -2 * ratio, 2 * ratio, 2 * ratio);
   paintFrames(painter, frames, near, ratio);

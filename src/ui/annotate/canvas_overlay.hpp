@@ -47,6 +47,7 @@ struct CanvasOverlay {
   std::vector<QRectF> selectedText;  ///< of the capture itself
   std::optional<Crop> crop;
   QPainterPath hovered;
+  std::vector<QRectF> finds;  ///< that a list points to
   std::vector<QRectF> frames;
   std::optional<QRectF> marquee;
   std::vector<QLineF> guides;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/annotate_model.hpp"
+#include "app/fake_scans.hpp"
 #include "platform/testing/clipboard_in_memory.hpp"
 #include "platform/testing/fake_alerts.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
@@ -63,6 +64,7 @@ struct OpenPicture {
   FakeAlerts alerts;
   PendingArchiveWork pending;
   ClipboardInMemory clipboard;
+  FakeScans scans;
   std::shared_ptr<HeldCapture> capture = std::make_shared<HeldCapture>();
   std::shared_ptr<AnnotateModel> model = std::make_shared<AnnotateModel>(
       AnnotateModel::Services{.main = runners.main(),
@@ -76,7 +78,8 @@ struct OpenPicture {
                               .clipboard = [this] { return &clipboard; },
                               .protectedFiles = [] { return ProtectedFiles{}; },
                               .layers = "/data/layers",
-                              .drags = "/data/drags"},
+                              .drags = "/data/drags",
+                              .scan = scans.scan()},
       capture);
 };
 
