@@ -7,9 +7,13 @@
 
 #include "app/capture_rewriter.hpp"
 #include "base/json_record.hpp"
+#include "base/path_text.hpp"
 #include "base/time_text.hpp"
+#include "editor/capture_text.hpp"
 #include "editor/entry_document.hpp"
+#include "editor/text_hits.hpp"
 #include "library/entry_failure.hpp"
+#include "library/entry_title.hpp"
 #include "library/relocation_report.hpp"
 
 namespace vantorel {
@@ -61,7 +65,7 @@ std::string details(const ScreenshotEntry& entry, const HistoryStore& store, Fil
                                                                *entry.sourceApp->bundleID)
                                                  : entry.sourceApp->name);
   }
-  row("text", entry.ocrText.value_or(""));
+  row("text", captureText(entry));
   return text;
 }
 
@@ -72,11 +76,71 @@ std::string nameInCell(const ScreenshotEntry& entry) {
 }
 
 std::string lineOf(const ScreenshotEntry& entry, bool json) {
-  if (json) return json::toText(entry) + "\n";
+  if (json) return json::toText(withShownText(entry)) + "\n";
   return fmt::format("{}\t{}\t{}\t{}\t{}\t{}\t{}\n", inOneCell(entry.id),
                      tableTime(entry.capturedAt), nameOf(entry.medium), sizeOf(entry),
                      entry.starred ? "starred" : "-",
                      entry.sourceApp ? inOneCell(entry.sourceApp->name) : "-", nameInCell(entry));
+}
+
+std::string foundLineOf(const ScreenshotEntry& entry, const std::vector<SearchWord>& words,
+                        bool json) {
+  const TextSnippet snippet = textSnippet(entry, words);
+  if (!json) {
+    return fmt::format("{}\t{}\t{}\t{}\n", inOneCell(entry.id), tableTime(entry.capturedAt),
+                       nameInCell(entry), snippet.isEmpty() ? "-" : inOneCell(snippet.text));
+  }
+  json::Writer writer;
+  writer.beginObject();
+  writer.member("id", entry.id);
+  writer.member("capturedAt", entry.capturedAt);
+  writer.member("medium", nameOf(entry.medium));
+  writer.member("title", titleOf(entry));
+  writer.member("path", textOfPath(entry.path));
+  if (entry.sourceApp) writer.member("application", entry.sourceApp->name);
+  if (!snippet.isEmpty()) {
+    writer.key("snippet");
+    writer.beginObject();
+    writer.member("text", snippet.text);
+    writer.key("hits");
+    writer.beginArray();
+    for (const TextRange& hit : snippet.hits) {
+      writer.beginObject();
+      writer.member("begin", static_cast<std::int64_t>(hit.begin));
+      writer.member("end", static_cast<std::int64_t>(hit.end));
+      writer.endObject();
+    }
+    writer.endArray();
+    writer.endObject();
+  }
+  writer.key("boxes");
+  writer.beginArray();
+  for (const Box& box : hitBoxes(entry, words)) {
+    writer.beginObject();
+    writer.member("x", box.x);
+    writer.member("y", box.y);
+    writer.member("w", box.w);
+    writer.member("h", box.h);
+    writer.endObject();
+  }
+  writer.endArray();
+  writer.endObject();
+  return writer.take() + "\n";
+}
+
+std::string textOf(const ScreenshotEntry& entry, bool json) {
+  std::string text = captureText(entry);
+  if (!json) {
+    if (!text.empty() && !text.ends_with('\n')) text += '\n';
+    return text;
+  }
+  json::Writer writer;
+  writer.beginObject();
+  writer.member("id", entry.id);
+  writer.member("text", text);
+  writer.member("truncated", entry.ocrTruncated);
+  writer.endObject();
+  return writer.take() + "\n";
 }
 
 std::string linesOf(const EntryList& entries, bool json) {

@@ -2,11 +2,14 @@
 
 #include <utility>
 
+#include "base/local_day.hpp"
 #include "base/round_trip.hpp"
 #include "cli/entry_text.hpp"
 #include "cli/library_report_text.hpp"
+#include "editor/capture_text.hpp"
 #include "library/entry_failure.hpp"
 #include "library/entry_filter.hpp"
+#include "library/entry_search.hpp"
 #include "library/entry_title.hpp"
 #include "library/sliced_work.hpp"
 
@@ -52,7 +55,8 @@ void LibraryCommands::stop(const std::string& requester) {
 void LibraryCommands::runNow(const command::Library& what, bool json, const RunningPointer& running,
                              CommandDone done) {
   HistoryStore& store = services_.library->store();
-  const bool onlyLooks = what.verb == Verb::list || what.verb == Verb::show ||
+  const bool onlyLooks = what.verb == Verb::list || what.verb == Verb::search ||
+                         what.verb == Verb::show || what.verb == Verb::text ||
                          what.verb == Verb::path || what.verb == Verb::collections;
   auto refusal = onlyLooks ? refusalToLook(store) : store.indexRefusal();
   if (refusal) {
@@ -66,6 +70,8 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
   if (!entries) return done(refused(entries.error().reason));
   switch (what.verb) {
     case Verb::list: return list(what, json, std::move(done));
+    case Verb::search: return search(what, json, std::move(done));
+    case Verb::text: return text(*entries, json, std::move(done));
     case Verb::show:
     case Verb::path: return lookAt(what.verb, *entries, json, std::move(done));
     case Verb::star:
@@ -115,6 +121,45 @@ void LibraryCommands::list(const command::Library& what, bool json, CommandDone 
     filter.collectionID = (*collection)->id;
   }
   withLines(findEntries(services_.library->store(), filter, what.limit), json, {}, std::move(done));
+}
+
+void LibraryCommands::search(const command::Library& what, bool json, CommandDone done) const {
+  struct Searching {
+    EntryList entries;
+    EntrySearch search;
+    std::size_t limit;
+    CommandReply reply;
+    CommandDone done;
+  };
+  const auto searching = std::make_shared<Searching>(
+      services_.library->store().newestFirst(),
+      EntrySearch(PreparedHistoryQuery({.text = what.query}), systemDay, captureTextIn), what.limit,
+      CommandReply(), std::move(done));
+  inSlices(
+      services_.main, searching->entries.size(),
+      [searching, json](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end && searching->limit > 0; ++i) {
+          const ScreenshotEntry& entry = *searching->entries[i];
+          if (!searching->search.finds(entry)) continue;
+          --searching->limit;
+          searching->reply.output += foundLineOf(entry, searching->search.query().words(), json);
+        }
+      },
+      [searching] { searching->done(std::move(searching->reply)); });
+}
+
+void LibraryCommands::text(const EntryList& entries, bool json, CommandDone done) {
+  CommandReply reply;
+  for (const EntryPointer& entry : entries) {
+    if (!entry->ocrText && !entry->ocrBlocks) {
+      reply.status = ExitStatus::failed;
+      reply.error += inOneCell(entry->id) + ": no text has been read yet.\n";
+      continue;
+    }
+    if (!json && !reply.output.empty()) reply.output += '\n';
+    reply.output += textOf(*entry, json);
+  }
+  done(std::move(reply));
 }
 
 void LibraryCommands::withLines(EntryList entries, bool json, CommandReply reply,

@@ -63,6 +63,8 @@ class LibraryCommands {
   void runNow(const command::Library& what, bool json, const RunningPointer& running,
               CommandDone done);
   void list(const command::Library& what, bool json, CommandDone done) const;
+  void search(const command::Library& what, bool json, CommandDone done) const;
+  static void text(const EntryList& entries, bool json, CommandDone done);
   void collections(bool json, CommandDone done) const;
   void lookAt(command::Library::Verb verb, const EntryList& entries, bool json, CommandDone done);
   void change(const EntryList& entries, bool json, const Change& change, CommandDone done);

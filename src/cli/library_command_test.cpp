@@ -177,5 +177,62 @@ TEST_F(LibraryCommandTest, PruneForgetsWhatIsGoneUnlessTheOneWhoAskedGoesAway) {
   EXPECT_EQ(prune("").output, "0 captures removed from History\n");
 }
 
+TEST_F(LibraryCommandTest, SearchPrintsTheLineThatMatchedAndNothingCovered) {
+  const auto reading = [](const char* text) {
+    return [text](ScreenshotEntry& entry) {
+      entry.pixelWidth = 1000;
+      entry.pixelHeight = 1000;
+      entry.ocrText = text;
+      entry.ocrBlocks = {
+          OCRBlock{.lines = {{.text = text, .box = {0.1F, 0.1F, 0.4F, 0.02F, {}}}}, .extra = {}}};
+    };
+  };
+  add("CC4", reading("total due: 48"));
+  add("CC5", reading("Total of all"));
+  ASSERT_TRUE(store.update("CC5", [](ScreenshotEntry& entry) {
+    entry.ocrBlocks->push_back(
+        {.lines = {{.text = "secret", .box = {0.1F, 0.5F, 0.2F, 0.02F, {}}}}, .extra = {}});
+    entry.ocrText = "Total of all\n\nsecret";
+    Shape redaction;
+    redaction.id = "r";
+    redaction.type = ShapeType::redact;
+    redaction.x1 = 50;
+    redaction.y1 = 490;
+    redaction.x2 = 400;
+    redaction.y2 = 530;
+    entry.shapes = {redaction};
+  }));
+  const std::string found = run({"search", "TOTAL"}).output;
+  EXPECT_THAT(found, testing::MatchesRegex("CC5\t[^\t]*\tCC5.png\tTotal of all\n"
+                                           "CC4\t[^\t]*\tCC4.png\ttotal due: 48\n"));
+  EXPECT_EQ(run({"search", "total", "--limit", "1"}).output.find("CC4"), std::string::npos);
+  EXPECT_THAT(run({"search", "\"due: 48\"", "cc"}).output, testing::StartsWith("CC4"));
+  EXPECT_THAT(run({"search", "firefox"}).output, testing::EndsWith("\tAA1.png\t-\n"));
+  EXPECT_THAT(run({"search", "@gif"}).output, testing::StartsWith("AA2"));
+  EXPECT_EQ(run({"search", ""}).status, ExitStatus::usage);
+
+  const CommandReply nothing = run({"search", "secret"});
+  EXPECT_EQ(nothing.output + nothing.error, "");
+  EXPECT_EQ(nothing.status, ExitStatus::done);
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{"show", "CC5"},
+                                             {"show", "CC5", "--json"},
+                                             {"list", "--json"},
+                                             {"search", "all", "--json"},
+                                             {"text", "CC5", "--json"}}) {
+    EXPECT_THAT(run(arguments).output, testing::Not(HasSubstr("secret"))) << arguments.front();
+  }
+
+  const std::string json = run({"search", "due", "--json"}).output;
+  EXPECT_THAT(json,
+              HasSubstr(R"("snippet":{"text":"total due: 48","hits":[{"begin":6,"end":9}]})"));
+  EXPECT_THAT(json, HasSubstr(R"("boxes":[{"x":0.)"));
+  EXPECT_EQ(run({"text", "CC5"}).output, "Total of all\n");
+  const CommandReply unread = run({"text", "CC4", "AA1"});
+  EXPECT_EQ(unread.output, "total due: 48\n");
+  EXPECT_EQ(unread.error, "AA1: no text has been read yet.\n");
+  EXPECT_EQ(unread.status, ExitStatus::failed);
+}
+
 }  // namespace
 }  // namespace vantorel

@@ -76,10 +76,28 @@ LibraryOptions::LibraryOptions(CLI::App& app)
       ->type_name("NUMBER")
       ->check(refuseNoCount);
 
+  CLI::App* const search =
+      verb(Verb::search, "Find captures by what stands on them and what they are called");
+  search->add_option("query", query_, "words that all have to be found")
+      ->type_name("QUERY")
+      ->required()
+      ->check(refuseEmpty);
+  search->add_option("--limit", given_.limit, "at most so many")
+      ->type_name("NUMBER")
+      ->check(refuseNoCount);
+  search->footer(
+      "Looks in the text on the picture, the title, the file's name, the application's and the\n"
+      "date, in any case, with or without accents; \"in quotes\" is a phrase. @screenshot,\n"
+      "@recording, @gif and @text are a kind, @ and the beginning of an application's name is "
+      "where\n"
+      "it came from. Prints the newest first, with the line that was found. What redactions cover\n"
+      "is not found.");
+
   const auto withIDs = [this](Verb of, const char* words) {
     verb(of, words)->add_option("ids", given_.ids, idWords)->type_name(kinds::capture)->required();
   };
   withIDs(Verb::show, "Show all about captures");
+  withIDs(Verb::text, "Print the text on captures, without what redactions cover");
   withIDs(
       Verb::path,
       "Print the paths of captures' files, which hold no annotations: see render; fails when one "
@@ -138,6 +156,7 @@ std::string LibraryOptions::read(command::Library& what, const Path& folder) con
     if (!what.folder.has_filename()) what.folder = what.folder.parent_path();
   }
   if (what.verb == Verb::title) what.ids = {titled_};
+  for (const std::string& word : query_) what.query += (what.query.empty() ? "" : " ") + word;
   if (!medium_.empty()) what.medium = enumFromName<CaptureMedium>(medium_);
   if (starred_ || unstarred_) what.starred = starred_;
   for (const auto& [text, when, option] : {std::tuple(&since_, &what.since, "--since"),

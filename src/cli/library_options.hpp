@@ -22,7 +22,9 @@ namespace command {
 struct Library {
   enum class Verb {
     list,
+    search,
     show,
+    text,
     path,
     star,
     unstar,
@@ -46,6 +48,7 @@ struct Library {
 
   Verb verb = Verb::list;
   std::vector<std::string> ids;           ///< as typed: whole, shortened or "latest"
+  std::string query;                      ///< of `search`
   std::string title;                      ///< of `title`; empty takes it away
   std::string collection;                 ///< by id or name; empty is any
   bool makesCollection = false;           ///< of `collect`: one of that name when there is none
@@ -54,7 +57,7 @@ struct Library {
   std::string application;
   std::optional<When> since{};
   std::optional<When> before{};
-  std::size_t limit = SIZE_MAX;
+  std::size_t limit = SIZE_MAX;  ///< of `search` too
   bool forgetsReplaced = false;  ///< of `prune`: also what another folder of the name lacks
   bool repairs = false;          ///< of `verify`
   Path folder{};                 ///< of `relocate`; absolute
@@ -66,7 +69,9 @@ template <>
 inline constexpr auto enumNames<command::Library::Verb> =
     std::to_array<EnumName<command::Library::Verb>>({
         {command::Library::Verb::list, "list"},
+        {command::Library::Verb::search, "search"},
         {command::Library::Verb::show, "show"},
+        {command::Library::Verb::text, "text"},
         {command::Library::Verb::path, "path"},
         {command::Library::Verb::star, "star"},
         {command::Library::Verb::unstar, "unstar"},
@@ -102,6 +107,7 @@ class LibraryOptions {
   CLI::App* library_;
   command::Library given_;
   std::string titled_;  // the id that "title" names
+  std::vector<std::string> query_;
   std::string folder_;
   std::string medium_;
   std::string since_;

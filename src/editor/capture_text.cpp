@@ -52,6 +52,11 @@ class HiddenText {
   /// Whether it is known where the text lies.
   [[nodiscard]] bool isPlaced() const { return capture_.width > 0 && capture_.height > 0; }
 
+  /// Whether anything of a box, in fractions of the picture, is hidden.
+  [[nodiscard]] bool hidesPartOf(const OCRBox& box) const {
+    return hidesAny_ && (!isPlaced() || touches(onCapture({box.x, box.y, box.w, box.h})));
+  }
+
   [[nodiscard]] std::vector<TextRange> wordsOf(const OCRLine& line) const {
     std::vector<TextRange> hidden;
     if (!hidesAny_) return hidden;
@@ -223,6 +228,33 @@ std::string_view captureTextIn(const ScreenshotEntry& entry, std::string& room) 
   if (entry.ocrText && !entry.editedText && !HiddenText(entry).hidesAny()) return *entry.ocrText;
   room = captureText(entry);
   return room;
+}
+
+ScreenshotEntry withShownText(const ScreenshotEntry& entry) {
+  const HiddenText hidden(entry);
+  ScreenshotEntry shown = entry;
+  if (!hidden.hidesAny()) return shown;
+  if (entry.ocrText) shown.ocrText = captureText(entry);
+  if (shown.ocrBlocks) {
+    // Blocks are named by their places.
+    for (OCRBlock& block : *shown.ocrBlocks) block.lines.clear();
+    for (const ShownLine& left : linesLeftBy(hidden, entry)) {
+      OCRLine line = *left.line;
+      if (!left.hidden.empty()) {
+        line.text = left.text();
+        line.letters.clear();
+      }
+      (*shown.ocrBlocks)[left.block].lines.push_back(std::move(line));
+    }
+  }
+  shown.editedText.reset();
+  shown.translations.reset();
+  shown.textShape.reset();
+  if (shown.codes) {
+    std::erase_if(*shown.codes,
+                  [&](const DetectedCode& code) { return hidden.hidesPartOf(code.box); });
+  }
+  return shown;
 }
 
 std::string joinedLines(std::string_view text) {

@@ -35,7 +35,10 @@ struct ShownLine {
 /// The same without a copy where the entry has it: a part of the entry, or of `room`.
 [[nodiscard]] std::string_view captureTextIn(const ScreenshotEntry& entry, std::string& room);
 
-/// Likewise with the lines of a paragraph on one line.
+/// The entry with what may be shown of its text and codes, for whoever prints all of it.
+[[nodiscard]] ScreenshotEntry withShownText(const ScreenshotEntry& entry);
+
+/// `text` with the lines of each paragraph on one line.
 [[nodiscard]] std::string joinedLines(std::string_view text);
 
 /// Where letters of a line lie, from byte `range.begin` of its text up to `range.end`: fractions of

@@ -7,8 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "base/folded_text.hpp"
-#include "library/entry_title.hpp"
+#include "library/entry_search.hpp"
 
 namespace vantorel {
 namespace {
@@ -27,11 +26,6 @@ std::string titleOf(const LocalDay& day, const LocalDay& today) {
 std::string detailOf(const LocalDay& day, const LocalDay& today) {
   const int days = daysBefore(day, today);
   return days >= 0 && days < 7 ? dayAndMonth(day) : weekdayName(day);
-}
-
-std::string wordsOf(const LocalDay& day) {
-  return foldedText(fmt::format(" {} {} {}-{:02}-{:02}", weekdayName(day), fullDate(day), day.year,
-                                day.month, day.day));
 }
 
 }  // namespace
@@ -114,7 +108,7 @@ void HistoryListing::splitIntoDays() {
       const LocalDay& day = dayAt(time);
       while (old < before.size() && before[old].day.begin > day.begin) ++old;
       const bool isKnown = old < before.size() && before[old].day == day;
-      days_.push_back({day, isKnown ? std::move(before[old++].words) : wordsOf(day)});
+      days_.push_back({day, isKnown ? std::move(before[old++].words) : searchedNames(day)});
     }
     row.day = static_cast<std::uint32_t>(days_.size() - 1);
   }
@@ -183,15 +177,7 @@ void HistoryListing::setQuery(HistoryQuery query) {
 
 const std::string& HistoryListing::textOf(Row& row) {
   if (!row.isFolded) {
-    const ScreenshotEntry& entry = *row.entry;
-    std::string text = entry.title.value_or("");
-    text += '\n';
-    text += fileNameOf(entry);
-    if (entry.sourceApp) {
-      text += '\n';
-      text += entry.sourceApp->name;
-    }
-    row.text = foldedText(text);
+    row.text = searchedNames(*row.entry);
     row.isFolded = true;
   }
   return row.text;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "editor/records/box.hpp"
+#include "library/records/screenshot_entry.hpp"
+#include "library/search_word.hpp"
+#include "text/records/sensitive_match.hpp"
+
+// Where in a capture's text a search has found something. Nothing of what its redactions cover, or
+// its crop leaves out, is in any of it. Pure; any thread.
+
+namespace vantorel {
+
+/// A line of the text that matched, in short.
+struct TextSnippet {
+  std::string text;             ///< UTF-8, with "…" where it was cut, between words if possible
+  std::vector<TextRange> hits;  ///< in `text`, from left to right, none over another
+
+  [[nodiscard]] bool isEmpty() const { return text.empty(); }
+  bool operator==(const TextSnippet&) const = default;
+};
+
+/// The first line that has the most of the words, at most about `length` letters of it around the
+/// first hit, of the text as the user wants it. Empty when the text has none of the words.
+[[nodiscard]] TextSnippet textSnippet(const ScreenshotEntry& entry,
+                                      const std::vector<SearchWord>& words,
+                                      std::size_t length = 100);
+
+/// Where the words stand on the picture: fractions of its width and height, in reading order; one
+/// box for each line that a phrase has a part of. Nothing where only a correction has them.
+[[nodiscard]] std::vector<Box> hitBoxes(const ScreenshotEntry& entry,
+                                        const std::vector<SearchWord>& words);
+
+}  // namespace vantorel
