@@ -1,0 +1,178 @@
+#include "text/letter_text.hpp"
+
+#include <algorithm>
+
+#include "text/code_points.hpp"
+#include "text/top_level_domains.hpp"
+
+namespace vantorel {
+namespace {
+
+/// One past the word that begins at `begin`.
+std::size_t wordEnd(const std::vector<PlacedLetter>& letters, std::size_t begin) {
+  std::size_t end = begin + 1;
+  while (end < letters.size() && !letters[end].beginsWord && !letters[end].beginsLine) ++end;
+  return end;
+}
+
+void addBreak(LetterText& text, const PlacedLetter& letter) {
+  if (text.text.empty()) return;
+  if (letter.beginsLine) {
+    text.addBlank('\n');
+  } else if (letter.beginsWord) {
+    text.addBlank(' ');
+  }
+}
+
+bool isAtSign(std::string_view letter) { return letter == "@" || letter == "©" || letter == "®"; }
+
+std::string wordAt(const std::vector<PlacedLetter>& letters, std::size_t begin) {
+  std::string word;
+  for (std::size_t i = begin, end = wordEnd(letters, begin); i < end; ++i) word += letters[i].text;
+  return word;
+}
+
+/// "com", "de," – what stands behind the blank that was read in a host.
+bool isEndingOfHost(std::string word) {
+  while (!word.empty() && !isAsciiAlnum(word.back()) && word.back() >= 0) word.pop_back();
+  const std::size_t path = word.find_first_of("/?:");
+  if (path != word.npos) word.resize(path);
+  return domainEnding(word) == DomainEnding::host;
+}
+
+}  // namespace
+
+void LetterText::add(std::string_view part, int letter) {
+  text += part;
+  letters.insert(letters.end(), part.size(), letter);
+}
+
+std::vector<int> LetterText::lettersIn(const TextRange& range) const {
+  std::vector<int> found;
+  for (std::size_t i = range.begin; i < range.end && i < letters.size(); ++i) {
+    if (letters[i] >= 0 && (found.empty() || found.back() != letters[i])) {
+      found.push_back(letters[i]);
+    }
+  }
+  return found;
+}
+
+std::vector<PlacedLetter> placedLetters(const PictureReading& reading) {
+  std::vector<PlacedLetter> letters;
+  int lineNumber = 0;
+  for (const ReadBlock& block : reading.blocks) {
+    for (const ReadLine& line : block.lines) {
+      bool beginsLine = true;
+      for (const ReadWord& word : line.words) {
+        bool beginsWord = true;
+        for (const ReadLetter& letter : word.letters) {
+          letters.push_back({.text = letter.text,
+                             .box = letter.box,
+                             .confidence = letter.confidence,
+                             .line = lineNumber,
+                             .beginsWord = beginsWord,
+                             .beginsLine = beginsLine});
+          beginsWord = beginsLine = false;
+        }
+      }
+      ++lineNumber;
+    }
+  }
+  return letters;
+}
+
+LetterText plainText(const std::vector<PlacedLetter>& letters) {
+  LetterText text;
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    addBreak(text, letters[i]);
+    text.add(letters[i].text, static_cast<int>(i));
+  }
+  return text;
+}
+
+char digitTakenFor(std::string_view letter) {
+  if (letter.size() != 1) return 0;
+  const char c = letter.front();
+  if (isAsciiDigit(c)) return c;
+  switch (c) {
+    case 'O':
+    case 'o':
+    case 'Q':
+    case 'D': return '0';
+    case 'I':
+    case 'l':
+    case 'i':
+    case '|':
+    case '!':
+    case ']':
+    case '[': return '1';
+    case 'Z':
+    case 'z': return '2';
+    case 'A': return '4';
+    case 'S':
+    case 's': return '5';
+    case 'G':
+    case 'b': return '6';
+    case 'T': return '7';
+    case 'B': return '8';
+    case 'g':
+    case 'q': return '9';
+    default: return 0;
+  }
+}
+
+LetterText textWithDigits(const std::vector<PlacedLetter>& letters) {
+  LetterText text;
+  for (std::size_t begin = 0; begin < letters.size();) {
+    const std::size_t end = wordEnd(letters, begin);
+    std::size_t digits = 0;
+    std::size_t taken = 0;
+    std::size_t others = 0;
+    for (std::size_t i = begin; i < end; ++i) {
+      const char digit = digitTakenFor(letters[i].text);
+      const bool isDigit = letters[i].text.size() == 1 && isAsciiDigit(letters[i].text.front());
+      if (isDigit) {
+        ++digits;
+      } else if (digit != 0) {
+        ++taken;
+      } else if (isAsciiAlnum(letters[i].text.front()) || letters[i].text.size() > 1) {
+        ++others;
+      }
+    }
+    const bool isNumber = digits > 0 && others == 0 && digits * 2 >= digits + taken;
+    for (std::size_t i = begin; i < end; ++i) {
+      addBreak(text, letters[i]);
+      const char digit = isNumber ? digitTakenFor(letters[i].text) : char{0};
+      text.add(digit != 0 ? std::string_view(&digit, 1) : std::string_view(letters[i].text),
+               static_cast<int>(i));
+    }
+    begin = end;
+  }
+  return text;
+}
+
+LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
+  LetterText text;
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    const PlacedLetter& letter = letters[i];
+    const bool followsAt = text.text.ends_with('@');
+    const bool followsScheme = text.text.ends_with("://") || text.text.ends_with("https:") ||
+                               text.text.ends_with("http:") || text.text.ends_with("www.");
+    const std::size_t word = text.text.find_last_of(" \n");
+    const std::string_view before =
+        std::string_view(text.text).substr(word == text.text.npos ? 0 : word + 1);
+    const bool isHostBefore = before.find('@') != before.npos ||
+                              before.find("://") != before.npos || before.starts_with("www.");
+    const bool endsHost = isHostBefore && before.ends_with('.') && letter.beginsWord &&
+                          isEndingOfHost(wordAt(letters, i));
+    const bool dotAfterHost = isHostBefore && letter.beginsWord && letter.text == "." &&
+                              i + 1 < letters.size() && !letters[i + 1].beginsWord;
+    const bool joins =
+        followsAt || followsScheme || isAtSign(letter.text) || endsHost || dotAfterHost;
+    if (!joins || (letter.beginsLine && !followsAt)) addBreak(text, letter);
+    text.add(isAtSign(letter.text) ? "@" : std::string_view(letter.text), static_cast<int>(i));
+  }
+  return text;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,471 @@
+#include "text/secret_runs.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "text/card_number_check.hpp"
+#include "text/code_points.hpp"
+#include "text/iban_check.hpp"
+
+namespace vantorel {
+namespace {
+
+using Kind = SensitiveMatchKind;
+
+/// A stretch of a word that could be part of a token: without quotes, brackets and signs around it.
+struct Fragment {
+  std::vector<int> letters;
+  std::string text;  ///< a byte for each letter; '?' for what is no ASCII
+  int line = 0;
+  bool endsWord = false, endsLine = false, beginsLine = false;
+};
+
+/// Read in the midst of tokens as well: taken for "l", "I", "1", "-", "."
+bool isTokenLetter(char c) {
+  constexpr std::string_view others = "-_.+/|!,~=";
+  return isAsciiAlnum(c) || others.find(c) != others.npos;
+}
+
+char byteOf(const std::string& letter) {
+  if (letter.size() == 1) return letter.front();
+  if (letter == "—" || letter == "–" || letter == "‐") return '-';
+  return '?';
+}
+
+std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
+  std::vector<Fragment> fragments;
+  bool isOpen = false;
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    const PlacedLetter& letter = letters[i];
+    if (letter.beginsWord || letter.beginsLine) isOpen = false;
+    const char c = byteOf(letter.text);
+    const bool assigns = c == '=' && i + 1 < letters.size() && !letters[i + 1].beginsWord &&
+                         byteOf(letters[i + 1].text) != '=';
+    if (!isTokenLetter(c) || assigns) {
+      isOpen = false;
+      continue;
+    }
+    if (!isOpen) {
+      fragments.push_back({.letters = {}, .text = {}, .line = letter.line});
+      fragments.back().beginsLine = letter.beginsLine;
+    }
+    isOpen = true;
+    fragments.back().letters.push_back(static_cast<int>(i));
+    fragments.back().text += c;
+    const bool isLast = i + 1 == letters.size();
+    fragments.back().endsLine = isLast || letters[i + 1].beginsLine;
+    fragments.back().endsWord = fragments.back().endsLine || letters[i + 1].beginsWord;
+  }
+  return fragments;
+}
+
+bool isLike(char c, std::string_view alternatives) {
+  return alternatives.find(c) != alternatives.npos;
+}
+
+/// Whether `text` begins with one of each of the alternatives.
+bool beginsLike(std::string_view text, std::initializer_list<std::string_view> alternatives) {
+  if (text.size() < alternatives.size()) return false;
+  std::size_t i = 0;
+  return std::ranges::all_of(alternatives,
+                             [&](std::string_view of) { return isLike(text[i++], of); });
+}
+
+/// How a token announces itself, and how long it is at least with its beginning.
+struct Opening {
+  Kind kind;
+  std::size_t shortest;
+  bool isDotted = false;  ///< three parts with full stops between them
+};
+
+std::optional<Opening> openingOf(std::string_view text) {
+  constexpr std::string_view ell = "Il1|!iJjt";
+  constexpr std::string_view dash = "-_~.";
+  if (beginsLike(text, {"eco", "yYvV", "J1Il|!jd"})) return Opening{Kind::jwt, 17, true};
+  if (beginsLike(text, {"sS5", "kKh", "-~_"})) return Opening{Kind::apiKey, 18};
+  if (beginsLike(text, {"gq9", "hbn", "pousrO0P", "_-"})) return Opening{Kind::apiKey, 22};
+  if (text.starts_with("github") && text.size() > 10 && isLike(text[6], "_-.")) {
+    return Opening{Kind::apiKey, 26};
+  }
+  if (beginsLike(text, {"A4", "KX", ell, "A4"})) return Opening{Kind::apiKey, 18};
+  if (beginsLike(text, {"xX", "oO0", "xX", "bapors6", dash})) return Opening{Kind::apiKey, 14};
+  if (beginsLike(text, {"A4", ell, "zZ2", "aoO"})) return Opening{Kind::apiKey, 34};
+  return std::nullopt;
+}
+
+/// Whether it goes on with the part of a token before it: no word of a language has digits in it,
+/// capitals within, or so many letters.
+bool looksRandom(std::string_view text) {
+  if (text.size() >= 18) return true;
+  const bool hasDigit = std::ranges::any_of(text, isAsciiDigit);
+  const bool hasLetter = std::ranges::any_of(text, isAsciiLetter);
+  const bool hasInnerCapital = text.size() > 2 &&
+                               std::ranges::any_of(text.substr(1), isAsciiUpper) &&
+                               std::ranges::any_of(text, isAsciiLower);
+  const bool hasSign = text.find_first_of("_+|!") != text.npos;
+  return (hasDigit && hasLetter && text.size() >= 3) || hasInnerCapital || hasSign ||
+         (hasDigit && text.size() >= 8);
+}
+
+/// "A", "1", ".": hardly ever words of their own within a token.
+bool isCrumb(std::string_view text) {
+  return text.size() <= 2 && std::ranges::any_of(text, isAsciiAlnum);
+}
+
+/// Letters of hexadecimal numbers and those taken for them.
+bool isHexLike(char c) {
+  return isAsciiDigit(c) || isLike(c, "abcdefABCDEF") || isLike(c, "OoQlI|!SsZzGgq");
+}
+
+bool isHexDigit(char c) { return isAsciiDigit(c) || isLike(c, "abcdefABCDEF"); }
+
+class Runs {
+ public:
+  explicit Runs(const std::vector<PlacedLetter>& letters)
+      : letters_(letters), fragments_(fragmentsOf(letters)) {}
+
+  std::vector<LetterFind> find() {
+    findTokens();
+    findHex();
+    findBase64();
+    findCards();
+    findAccounts();
+    return std::move(found_);
+  }
+
+ private:
+  /// Whether the letters between two neighbours are only a blank or the end of a line.
+  [[nodiscard]] bool areNeighbours(std::size_t i) const {
+    return i + 1 < fragments_.size() && fragments_[i].endsWord &&
+           letters_[static_cast<std::size_t>(fragments_[i + 1].letters.front())].beginsWord &&
+           fragments_[i + 1].letters.front() == fragments_[i].letters.back() + 1;
+  }
+
+  /// Whether what ends a line was broken there: lists have lines of one length, and what is wrapped
+  /// goes to the edge.
+  [[nodiscard]] bool isWrapped(std::size_t i) const {
+    const Fragment& last = fragments_[i];
+    const Fragment& next = fragments_[i + 1];
+    if (!last.endsLine || !next.beginsLine || next.line != last.line + 1) return false;
+    const auto length = static_cast<std::ptrdiff_t>(last.text.size());
+    const auto nextLength = static_cast<std::ptrdiff_t>(next.text.size());
+    if (length < 12 || std::abs(length - nextLength) <= 1) return length >= 48;
+    const PixelRect& end = letters_[static_cast<std::size_t>(last.letters.back())].box;
+    const PixelRect& begin = letters_[static_cast<std::size_t>(next.letters.front())].box;
+    const PixelRect& nextEnd = letters_[static_cast<std::size_t>(next.letters.back())].box;
+    // The next line lies below, and what was wrapped did not end before it.
+    return begin.y > end.y && begin.y < end.y + 4 * std::max(end.height, 8) && begin.x < end.x &&
+           nextEnd.right() <= end.right() + 2 * std::max(end.width, 4);
+  }
+
+  void add(Kind kind, std::size_t first, std::size_t last, bool isDoubtful = false) {
+    LetterFind find{.kind = kind, .letters = {}, .isDoubtful = isDoubtful};
+    for (std::size_t i = first; i <= last; ++i) {
+      find.letters.insert(find.letters.end(), fragments_[i].letters.begin(),
+                          fragments_[i].letters.end());
+    }
+    found_.push_back(std::move(find));
+  }
+
+  void findTokens() {
+    for (std::size_t first = 0; first < fragments_.size(); ++first) {
+      // "key:sk-…" was split at the colon; "eyJ" in the midst of a word is none.
+      auto opening = openingOf(fragments_[first].text);
+      if (!opening) continue;
+      std::string text = fragments_[first].text;
+      std::size_t last = first;
+      const auto stops = [&] {
+        return std::ranges::count_if(text, [](char c) { return c == '.' || c == ','; });
+      };
+      while (areNeighbours(last)) {
+        const Fragment& next = fragments_[last + 1];
+        const bool isCut =
+            text.ends_with('.') || text.ends_with('-') || text.ends_with('_') ||
+            (opening->isDotted && (next.text.front() == '.' || next.text.front() == ','));
+        const bool isOnLine = next.line == fragments_[last].line;
+        if (!isOnLine && !isWrapped(last)) break;
+        const bool needsMore =
+            text.size() < opening->shortest || (opening->isDotted && stops() < 2);
+        if (!(looksRandom(next.text) || isCut || (needsMore && isCrumb(next.text)))) break;
+        text += next.text;
+        ++last;
+      }
+      const bool isWhole = text.size() >= opening->shortest && looksSecret(text.substr(3));
+      if (isWhole && (!opening->isDotted || stops() >= 2 || text.size() >= 60)) {
+        add(opening->kind, first, last);
+        first = last;
+      } else if (text.size() + 3 >= opening->shortest && looksSecret(text.substr(3))) {
+        add(opening->kind, first, last, true);
+      }
+    }
+  }
+
+  /// Words joined by hyphens are none.
+  [[nodiscard]] static bool looksSecret(std::string_view text) {
+    return std::ranges::any_of(text, isAsciiDigit) ||
+           (std::ranges::any_of(text, isAsciiUpper) && std::ranges::any_of(text, isAsciiLower));
+  }
+
+  void findHex() {
+    for (std::size_t first = 0; first < fragments_.size(); ++first) {
+      if (!isHexPart(fragments_[first].text) || fragments_[first].text.size() < 8) continue;
+      std::size_t length = fragments_[first].text.size();
+      std::size_t longest = length;
+      std::size_t last = first;
+      while (areNeighbours(last) && isHexPart(fragments_[last + 1].text)) {
+        const Fragment& next = fragments_[last + 1];
+        const bool isOnLine = next.line == fragments_[last].line;
+        if (!isOnLine && !isWrapped(last)) break;
+        // Two numbers side by side, each whole.
+        if (isOnLine && isWholeDigest(fragments_[last].text.size())) break;
+        if (isOnLine && next.text.size() < 3 && length + next.text.size() < 44) break;
+        length += next.text.size();
+        longest = std::max(longest, next.text.size());
+        ++last;
+      }
+      constexpr std::size_t shortest = 45;  // of 48, for letters that were run together
+      if (length >= shortest && longest >= 12) {
+        add(Kind::hexSecret, first, last);
+        first = last;
+      }
+    }
+  }
+
+  [[nodiscard]] static bool isWholeDigest(std::size_t length) {
+    return length == 32 || length == 40;
+  }
+
+  [[nodiscard]] static bool isHexPart(std::string_view text) {
+    const auto hex = std::ranges::count_if(text, isHexDigit);
+    return std::ranges::all_of(text, isHexLike) && std::ranges::any_of(text, isAsciiDigit) &&
+           static_cast<std::size_t>(hex) * 10 >= text.size() * 7;
+  }
+
+  void findBase64() {
+    for (std::size_t first = 0; first < fragments_.size(); ++first) {
+      if (!isBase64Part(fragments_[first].text) || fragments_[first].text.size() < 8) continue;
+      std::string text = fragments_[first].text;
+      std::size_t longest = text.size();
+      std::size_t last = first;
+      while (areNeighbours(last) && isBase64Part(fragments_[last + 1].text)) {
+        const Fragment& next = fragments_[last + 1];
+        const bool isOnLine = next.line == fragments_[last].line;
+        if (!isOnLine && !isWrapped(last)) break;
+        if (isOnLine && !looksRandom(next.text)) break;
+        text += next.text;
+        longest = std::max(longest, next.text.size());
+        ++last;
+      }
+      const auto slashes = std::ranges::count(text, '/');
+      const bool isPath = slashes >= 3 && !text.ends_with('=');
+      const auto hyphens =
+          std::ranges::count_if(text, [](char c) { return c == '-' || c == '_' || c == '.'; });
+      const bool mixes = std::ranges::any_of(text, isAsciiUpper) &&
+                         std::ranges::any_of(text, isAsciiLower) &&
+                         std::ranges::any_of(text, isAsciiDigit);
+      constexpr std::size_t shortest = 37;  // of 40
+      if (text.size() >= shortest && longest >= 14 && mixes && !isPath && hyphens == 0 &&
+          !isHexPart(text) && changesOften(text)) {
+        add(Kind::hexSecret, first, last);
+        first = last;
+      }
+    }
+  }
+
+  [[nodiscard]] static bool isBase64Part(std::string_view text) {
+    return std::ranges::all_of(text,
+                               [](char c) { return isAsciiAlnum(c) || isLike(c, "+/=|!"); }) &&
+           looksRandom(text);
+  }
+
+  /// Random letters change between capitals, small letters and digits at 0.65 of the places.
+  [[nodiscard]] static bool changesOften(std::string_view text) {
+    const auto kindOf = [](char c) {
+      return isAsciiUpper(c) ? 0 : isAsciiLower(c) ? 1 : isAsciiDigit(c) ? 2 : 3;
+    };
+    std::size_t changes = 0;
+    for (std::size_t i = 1; i < text.size(); ++i)
+      changes += kindOf(text[i]) != kindOf(text[i - 1]) ? 1 : 0;
+    return changes * 20 >= (text.size() - 1) * 9;
+  }
+
+  /// Digits of a word and of those that follow, as far as they are groups of digits.
+  struct Digits {
+    std::string text;
+    std::vector<int> letters;
+    std::vector<std::size_t> groups;  ///< how many each has
+    int taken = 0;                    ///< letters that were taken for digits
+    float least = 1;                  ///< the confidence of the least certain one
+  };
+
+  /// Digits and what is taken for them, with one at least.
+  [[nodiscard]] static bool isDigitGroup(const Fragment& fragment) {
+    return std::ranges::any_of(fragment.text, isAsciiDigit) &&
+           std::ranges::all_of(fragment.text, [](char c) {
+             return c == '-' || digitTakenFor(std::string_view(&c, 1)) != 0;
+           });
+  }
+
+  void take(const Fragment& fragment, Digits& digits) const {
+    std::size_t group = 0;
+    const auto close = [&] {
+      if (group > 0) digits.groups.push_back(group);
+      group = 0;
+    };
+    for (std::size_t i = 0; i < fragment.text.size(); ++i) {
+      const char c = fragment.text[i];
+      digits.letters.push_back(fragment.letters[i]);
+      if (c == '-') {
+        close();
+        continue;
+      }
+      digits.text += digitTakenFor(std::string_view(&c, 1));
+      digits.taken += isAsciiDigit(c) ? 0 : 1;
+      digits.least = std::min(digits.least,
+                              letters_[static_cast<std::size_t>(fragment.letters[i])].confidence);
+      ++group;
+    }
+    close();
+  }
+
+  [[nodiscard]] static bool isCardGrouping(const std::vector<std::size_t>& groups) {
+    static const std::vector<std::vector<std::size_t>> known{{4, 4, 4, 4}, {4, 6, 5}, {4, 6, 4},
+                                                             {16},         {15},      {14}};
+    return std::ranges::find(known, groups) != known.end();
+  }
+
+  void findCards() {
+    for (std::size_t first = 0; first < fragments_.size(); ++first) {
+      if (!isDigitGroup(fragments_[first])) continue;
+      Digits digits;
+      std::size_t last = first;
+      take(fragments_[last], digits);
+      while (digits.text.size() < 14 && areNeighbours(last) && isDigitGroup(fragments_[last + 1]) &&
+             fragments_[last + 1].line <= fragments_[last].line + 1) {
+        take(fragments_[++last], digits);
+      }
+      const bool begins = digits.text.front() >= '2' && digits.text.front() <= '6';
+      const bool isNumber = static_cast<std::size_t>(digits.taken) * 2 < digits.text.size();
+      if (!begins || !isNumber || !isCardGrouping(digits.groups)) continue;
+      const bool isCard = isCardNumber(digits.text);
+      constexpr float certain = 0.75F;
+      if (isCard || digits.taken > 0 || digits.least < certain) {
+        add(Kind::cardNumber, first, last, !isCard);
+        if (isCard) first = last;
+      }
+    }
+  }
+
+  /// How long the numbers of a country are.
+  [[nodiscard]] static std::size_t lengthFor(std::string_view country) {
+    static const std::map<std::string_view, std::size_t> lengths{
+        {"AD", 24}, {"AE", 23}, {"AL", 28}, {"AT", 20}, {"AZ", 28}, {"BA", 20}, {"BE", 16},
+        {"BG", 22}, {"BH", 22}, {"BR", 29}, {"CH", 21}, {"CR", 22}, {"CY", 28}, {"CZ", 24},
+        {"DE", 22}, {"DK", 18}, {"DO", 28}, {"EE", 20}, {"EG", 29}, {"ES", 24}, {"FI", 18},
+        {"FO", 18}, {"FR", 27}, {"GB", 22}, {"GE", 22}, {"GI", 23}, {"GL", 18}, {"GR", 27},
+        {"GT", 28}, {"HR", 21}, {"HU", 28}, {"IE", 22}, {"IL", 23}, {"IS", 26}, {"IT", 27},
+        {"JO", 30}, {"KW", 30}, {"KZ", 20}, {"LB", 28}, {"LI", 21}, {"LT", 20}, {"LU", 20},
+        {"LV", 21}, {"MC", 27}, {"MD", 24}, {"ME", 22}, {"MK", 19}, {"MT", 31}, {"NL", 18},
+        {"NO", 15}, {"PK", 24}, {"PL", 28}, {"PT", 25}, {"QA", 29}, {"RO", 24}, {"RS", 22},
+        {"SA", 24}, {"SE", 24}, {"SI", 19}, {"SK", 24}, {"SM", 27}, {"TN", 24}, {"TR", 26},
+        {"UA", 29}, {"XK", 20}};
+    const auto found = lengths.find(country);
+    return found == lengths.end() ? 0 : found->second;
+  }
+
+  /// Tries the letters that may be others until the check digits are right.
+  [[nodiscard]] static bool repairs(std::string text, std::size_t from, int& tries) {
+    if (isIban(text)) return true;
+    for (std::size_t i = from; i < text.size() && tries > 0; ++i) {
+      const char read = text[i];
+      const char digit = digitTakenFor(std::string_view(&read, 1));
+      std::string others;
+      if (!isAsciiDigit(read) && digit != 0) others += digit;
+      if (isAsciiDigit(read) && i >= 4) {
+        constexpr std::string_view letters = "OISZGB";
+        constexpr std::string_view digits = "015268";
+        const std::size_t at = digits.find(read);
+        if (at != digits.npos) others += letters[at];
+      }
+      for (const char other : others) {
+        --tries;
+        text[i] = other;
+        if (repairs(text, i + 1, tries)) return true;
+        text[i] = read;
+      }
+    }
+    return false;
+  }
+
+  void findAccounts() {
+    for (std::size_t first = 0; first < fragments_.size(); ++first) {
+      const std::string& begin = fragments_[first].text;
+      if (begin.size() < 4) continue;
+      std::string country = begin.substr(0, 2);
+      for (char& c : country)
+        c = c == '0'                           ? 'O'
+            : c == '1' || c == 'l' || c == '|' ? 'I'
+            : c == '6'                         ? 'G'
+            : c == '8'                         ? 'B'
+            : c == '5'                         ? 'S'
+                                               : c;
+      const std::size_t length = lengthFor(country);
+      if (length == 0 || digitTakenFor(begin.substr(2, 1)) == 0 ||
+          digitTakenFor(begin.substr(3, 1)) == 0)
+        continue;
+      std::string text = begin;
+      std::size_t last = first;
+      while (text.size() < length && areNeighbours(last) &&
+             fragments_[last + 1].line <= fragments_[last].line + 1) {
+        text += fragments_[++last].text;
+      }
+      if (text.size() != length ||
+          !std::ranges::all_of(text, [](char c) { return isAsciiAlnum(c) || isLike(c, "|!"); }))
+        continue;
+      const auto digits = std::ranges::count_if(
+          text, [](char c) { return digitTakenFor(std::string_view(&c, 1)) != 0; });
+      if (static_cast<std::size_t>(digits) * 3 < length * 2 - 6) continue;
+      text.replace(0, 2, country);
+      for (std::size_t i = 2; i < 4; ++i) text[i] = digitTakenFor(std::string_view(&text[i], 1));
+      // Most numbers are all digits behind the country.
+      std::string plain = text;
+      for (std::size_t i = 4; i < plain.size(); ++i) {
+        const char digit = digitTakenFor(std::string_view(&plain[i], 1));
+        if (digit != 0) plain[i] = digit;
+      }
+      for (char& c : text)
+        c = c >= 'a' && c <= 'z'   ? static_cast<char>(c - 'a' + 'A')
+            : c == '|' || c == '!' ? '1'
+                                   : c;
+      int tries = 400;
+      const bool isRight = isIban(plain) || repairs(text, 4, tries);
+      float least = 1;
+      for (std::size_t i = first; i <= last; ++i) {
+        for (const int letter : fragments_[i].letters) {
+          least = std::min(least, letters_[static_cast<std::size_t>(letter)].confidence);
+        }
+      }
+      constexpr float certain = 0.75F;
+      if (isRight || least < certain) {
+        add(Kind::iban, first, last, !isRight);
+        if (isRight) first = last;
+      }
+    }
+  }
+
+  const std::vector<PlacedLetter>& letters_;
+  std::vector<Fragment> fragments_;
+  std::vector<LetterFind> found_;
+};
+
+}  // namespace
+
+std::vector<LetterFind> misreadSecretsIn(const std::vector<PlacedLetter>& letters) {
+  return Runs(letters).find();
+}
+
+}  // namespace vantorel
