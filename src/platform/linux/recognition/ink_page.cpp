@@ -347,16 +347,16 @@ double letterHeightOn(const InkPage& page) {
   return 60;
 }
 
-InkPage enlargedPaper(const InkPage& page, double factor, int margin) {
-  const int width = std::max(static_cast<int>(std::lround(page.size.width * factor)), 1);
-  const int height = std::max(static_cast<int>(std::lround(page.size.height * factor)), 1);
+InkPage enlargedPaper(const InkPage& page, Enlargement factor, int margin) {
+  const int width = std::max(static_cast<int>(std::lround(page.size.width * factor.across)), 1);
+  const int height = std::max(static_cast<int>(std::lround(page.size.height * factor.down)), 1);
   InkPage paper{{width + 2 * margin, height + 2 * margin}, {}};
   paper.ink.assign(static_cast<Size>(paper.size.width) * static_cast<Size>(paper.size.height), 255);
   const auto rowAt = [&](int y) {
     return paper.ink.data() + static_cast<Size>(y + margin) * static_cast<Size>(paper.size.width) +
            static_cast<Size>(margin);
   };
-  if (factor == 1) {
+  if (factor.across == 1 && factor.down == 1) {
     for (int y = 0; y < height; ++y) {
       const std::uint8_t* const from = page.row(y);
       std::uint8_t* const to = rowAt(y);
@@ -364,8 +364,8 @@ InkPage enlargedPaper(const InkPage& page, double factor, int margin) {
     }
     return paper;
   }
-  const std::vector<Blend> columns = blendsFor(width, page.size.width, factor);
-  const std::vector<Blend> rows = blendsFor(height, page.size.height, factor);
+  const std::vector<Blend> columns = blendsFor(width, page.size.width, factor.across);
+  const std::vector<Blend> rows = blendsFor(height, page.size.height, factor.down);
   // Rows of the source, already as wide as the result: the four that the next one needs.
   std::array<std::vector<float>, 4> wide;
   std::array<int, 4> held{-1, -1, -1, -1};

@@ -31,8 +31,14 @@ inline constexpr int leastInk = 80;
 /// The usual height of a small letter (an x) on the page, in pixels; 0 when there are no letters.
 [[nodiscard]] double letterHeightOn(const InkPage& page);
 
-/// Black letters on white for a recogniser: `factor` times as large, with a margin of `margin`
-/// pixels of the result.
-[[nodiscard]] InkPage enlargedPaper(const InkPage& page, double factor, int margin);
+/// How many times as wide and as high something is made.
+struct Enlargement {
+  double across = 1;
+  double down = 1;
+};
+
+/// Black letters on white for a recogniser: enlarged, with a margin of `margin` pixels of the
+/// result.
+[[nodiscard]] InkPage enlargedPaper(const InkPage& page, Enlargement factor, int margin);
 
 }  // namespace vantorel

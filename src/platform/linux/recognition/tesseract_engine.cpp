@@ -41,19 +41,24 @@ std::string letterAt(const tesseract::ResultIterator& at) {
   return letter;
 }
 
+/// From left to right within a line. The iterator's own steps go by the direction of each line's
+/// script, and look through the page from its beginning at every letter for it.
 std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at) {
+  const auto begins = [&](tesseract::PageIteratorLevel level) {
+    return at.PageIterator::IsAtBeginningOf(level);
+  };
   std::vector<ReadBlock> blocks;
   do {
     if (at.Empty(tesseract::RIL_SYMBOL)) continue;
-    if (blocks.empty() || at.IsAtBeginningOf(tesseract::RIL_BLOCK)) blocks.emplace_back();
+    if (blocks.empty() || begins(tesseract::RIL_BLOCK)) blocks.emplace_back();
     std::vector<ReadLine>& lines = blocks.back().lines;
-    if (lines.empty() || at.IsAtBeginningOf(tesseract::RIL_TEXTLINE)) {
+    if (lines.empty() || begins(tesseract::RIL_TEXTLINE)) {
       lines.emplace_back();
       lines.back().box = boxOf(at, tesseract::RIL_TEXTLINE);
       lines.back().confidence = at.Confidence(tesseract::RIL_TEXTLINE) / 100;
     }
     std::vector<ReadWord>& words = lines.back().words;
-    if (words.empty() || at.IsAtBeginningOf(tesseract::RIL_WORD)) {
+    if (words.empty() || begins(tesseract::RIL_WORD)) {
       words.emplace_back();
       words.back().box = boxOf(at, tesseract::RIL_WORD);
     }
@@ -61,7 +66,7 @@ std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at) {
     if (letter.empty()) continue;
     words.back().letters.push_back({std::move(letter), boxOf(at, tesseract::RIL_SYMBOL),
                                     at.Confidence(tesseract::RIL_SYMBOL) / 100});
-  } while (at.Next(tesseract::RIL_SYMBOL));
+  } while (at.PageIterator::Next(tesseract::RIL_SYMBOL));
   for (ReadBlock& block : blocks) {
     for (ReadLine& line : block.lines) {
       std::erase_if(line.words, [](const ReadWord& word) { return word.letters.empty(); });

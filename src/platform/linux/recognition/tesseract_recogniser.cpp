@@ -33,11 +33,16 @@ constexpr int widestPage = 20'000;
 /// them.
 constexpr int sharedRows = 240;
 
-/// The enlargement that suits letters as high as that.
-double factorFor(double letterHeight) {
-  if (letterHeight <= 0 || letterHeight >= 11) return 1;
-  if (letterHeight >= 8) return 1.5;
-  return letterHeight >= 5 ? 2 : 3;
+/// The enlargement that suits letters as high as that. The engine puts a rim of some pixels around
+/// a line and scales both to one height, so that in a low line the letters are the smaller part.
+/// What it takes its time for is the width: a little narrower than they are, letters are read as
+/// well.
+Enlargement enlargementFor(double letterHeight) {
+  if (letterHeight <= 0 || letterHeight >= 12) return {};
+  if (letterHeight >= 9) return {.across = 1, .down = 1.25};
+  if (letterHeight >= 7) return {.across = 1.2, .down = 1.5};
+  if (letterHeight >= 5) return {.across = 1.5, .down = 2};
+  return {.across = 2.5, .down = 3};
 }
 
 /// The row with the least ink among those in the middle of what two parts share.
@@ -61,12 +66,13 @@ int emptiestRow(const InkPage& page, int from, int to) {
 /// Turns boxes of the engine's page into those of `page`.
 class PaperPlace {
  public:
-  PaperPlace(double factor, int left, int top) : factor_(factor), left_(left), top_(top) {}
+  PaperPlace(Enlargement factor, int left, int top) : factor_(factor), left_(left), top_(top) {}
 
   [[nodiscard]] PixelRect onPage(const PixelRect& box) const {
-    const int left = down(box.x);
-    const int top = down(box.y);
-    return {left, top, std::max(up(box.right()) - left, 1), std::max(up(box.bottom()) - top, 1)};
+    const int left = begin(box.x, factor_.across);
+    const int top = begin(box.y, factor_.down);
+    return {left, top, std::max(end(box.right(), factor_.across) - left, 1),
+            std::max(end(box.bottom(), factor_.down) - top, 1)};
   }
 
   [[nodiscard]] PixelRect inPicture(const PixelRect& box) const {
@@ -74,14 +80,14 @@ class PaperPlace {
   }
 
  private:
-  [[nodiscard]] int down(int place) const {
-    return static_cast<int>(std::floor((place - margin) / factor_));
+  [[nodiscard]] static int begin(int place, double factor) {
+    return static_cast<int>(std::floor((place - margin) / factor));
   }
-  [[nodiscard]] int up(int place) const {
-    return static_cast<int>(std::ceil((place - margin) / factor_));
+  [[nodiscard]] static int end(int place, double factor) {
+    return static_cast<int>(std::ceil((place - margin) / factor));
   }
 
-  double factor_;
+  Enlargement factor_;
   int left_;
   int top_;
 };
@@ -158,9 +164,9 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractRecogniser::readText
     const Image& picture, const PixelRect& area, const ReadingRequest& request,
     const std::stop_token& stop) {
   std::vector<ReadBlock> found;
-  // Small type is enlarged twice at the most of what counts.
+  // All of a screen of small type is one part, and at twice the points two or three.
   const int bandRows =
-      std::clamp(static_cast<int>(largestPage / (4.0 * area.width)), 3 * sharedRows, 8000);
+      std::clamp(static_cast<int>(largestPage / (3.0 * area.width)), 3 * sharedRows, 8000);
   int ownTop = area.y;
   int top = area.y;
   std::vector<ReadLine> lastLines;
@@ -174,11 +180,18 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractRecogniser::readText
                                                      band.height - sharedRows / 4);
     const double letterHeight = letterHeightOn(page);
     if (letterHeight > 0 || request.isOneLine) {
-      double factor = std::clamp(request.enlargement.value_or(factorFor(letterHeight)), 0.1, 8.0);
-      factor = std::min(factor, static_cast<double>(widestPage) / band.width);
-      const InkPage paper = enlargedPaper(page, factor, margin);
+      Enlargement enlargement = enlargementFor(letterHeight);
+      if (request.enlargement) {
+        const double wanted = std::clamp(*request.enlargement, 0.1, 8.0);
+        enlargement = {.across = wanted, .down = wanted};
+      }
+      const double widest = static_cast<double>(widestPage) / band.width;
+      const double highest = largestPage / (enlargement.across * band.width * band.height);
+      enlargement.across = std::min(enlargement.across, widest);
+      enlargement.down = std::min(enlargement.down, std::max(highest, 0.1));
+      const InkPage paper = enlargedPaper(page, enlargement, margin);
       auto blocks = VT_TRY(engine_->read(paper, request.isOneLine, stop));
-      const PaperPlace place(factor, band.x, band.y);
+      const PaperPlace place(enlargement, band.x, band.y);
       std::vector<ReadLine> bandLines;
       for (ReadBlock& block : blocks) {
         ReadBlock kept;
