@@ -24,14 +24,6 @@ double widthOfASCII(char letter) {
   return 0.56;
 }
 
-/// Of a letter in UTF-8.
-double widthOf(std::string_view letter) {
-  const auto lead = static_cast<unsigned char>(letter.front());
-  if (lead < 0x80) return widthOfASCII(letter.front());
-  if (lead == 0xCC || lead == 0xCD) return 0;  // marks on the letter before
-  return lead >= 0xE1 ? 1 : 0.58;              // from the scripts of Asia on, as wide as high
-}
-
 /// The height of a line in em, by how far its letters reach up and down.
 double heightOf(std::string_view text) {
   const bool isLow = text.find_first_not_of("acemnorsuvwxz.,:;-_gpqy ") == std::string_view::npos;
@@ -41,13 +33,21 @@ double heightOf(std::string_view text) {
 
 }  // namespace
 
+double usualLetterWidth(std::string_view letter) {
+  const auto lead = static_cast<unsigned char>(letter.front());
+  if (lead < 0x80) return widthOfASCII(letter.front());
+  if (lead == 0xCC || lead == 0xCD) return 0;  // marks on the letter before
+  return lead >= 0xE1 ? 1 : 0.58;              // from the scripts of Asia on, as wide as high
+}
+
 LineStretch widestStretch(std::string_view text, const std::vector<std::size_t>& letters,
                           std::size_t first, std::size_t last, double aspect) {
   const std::size_t count = letters.size() - 1;
   if (first == 0 && last == count) return {};
   std::vector<double> places{0};
   for (std::size_t i = 0; i < count; ++i) {
-    places.push_back(places.back() + widthOf(text.substr(letters[i], letters[i + 1] - letters[i])));
+    places.push_back(places.back() +
+                     usualLetterWidth(text.substr(letters[i], letters[i + 1] - letters[i])));
   }
   const double whole = places.back();
   const auto letterCount = static_cast<double>(count);

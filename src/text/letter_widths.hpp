@@ -12,6 +12,9 @@ struct LineStretch {
   double to = 1;
 };
 
+/// How wide a letter (UTF-8) is in a plain typeface, in em.
+[[nodiscard]] double usualLetterWidth(std::string_view letter);
+
 /// Where letters `first` up to, not including, `last` of a recognised line lie at the most.
 /// `letters` says where each letter begins in `text`, and the end of the last. Recognition knows
 /// the line's box alone, `aspect` times as wide as high, and not its font: what is given holds the

@@ -3,8 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <numeric>
+#include <utility>
 #include <vector>
+
+#include "text/letter_widths.hpp"
 
 namespace vantorel {
 namespace {
@@ -87,51 +92,78 @@ class LineInk {
   Span columns_;
 };
 
-/// Where the letters of a word begin, and the end of the last: between neighbours there is the
-/// least ink near the place where the recogniser parts them.
-std::vector<int> cutsBetween(const ReadWord& word, Span span, const LineInk& ink) {
-  const std::size_t count = word.letters.size();
-  std::vector<int> cuts{span.begin};
-  const double pitch = static_cast<double>(span.length()) / static_cast<double>(count);
+/// One way to part a word into its letters.
+struct Parting {
+  std::vector<int> cuts;  ///< where they begin, and the end of the last
+  double cost = 0;
+};
+
+/// Parts the columns of `span` into stretches that are about as wide as `widths` say, where there
+/// is the least ink between them. The recogniser's own places are off by as much as a letter.
+Parting parted(const std::vector<double>& widths, Span span, const LineInk& ink) {
+  constexpr double inkCost = 5;
+  const std::size_t count = widths.size();
   const auto columns = static_cast<std::size_t>(span.length()) + 1;
-  std::vector<double> weights(columns, 0);
-  for (std::size_t c = 0; c + 1 < columns; ++c) {
-    weights[c] = ink.inkIn(span.begin + static_cast<int>(c)) / (255.0 * ink.rows().length());
+  const double whole = std::accumulate(widths.begin(), widths.end(), 0.0);
+  const double pixels = static_cast<double>(span.length()) / whole;
+  const double pitch =
+      std::max(static_cast<double>(span.length()) / static_cast<double>(count), 2.0);
+  std::vector<double> marks(columns, 0);
+  for (std::size_t c = 1; c + 1 < columns; ++c) {
+    marks[c] =
+        inkCost * ink.inkIn(span.begin + static_cast<int>(c)) / (255.0 * ink.rows().length());
   }
-  // best[i][c]: the least cost of the first i cuts when the last of them is at column c.
   const double infinite = std::numeric_limits<double>::infinity();
   std::vector<double> reached(columns, infinite);
   reached[0] = 0;
-  std::vector<std::vector<std::size_t>> from;
-  for (std::size_t i = 1; i < count; ++i) {
-    const double wanted = (word.letters[i - 1].box.right() + word.letters[i].box.x) / 2.0 -
-                          static_cast<double>(span.begin);
+  std::vector<std::vector<std::uint32_t>> from;
+  double place = 0;
+  for (const double width : widths) {
+    const double wanted = width * pixels;
+    place += wanted;
     std::vector<double> next(columns, infinite);
-    std::vector<std::size_t> chosen(columns, 0);
-    double least = infinite;
-    std::size_t leastAt = 0;
-    for (std::size_t c = 1; c < columns; ++c) {
-      if (reached[c - 1] <= least) {
-        least = reached[c - 1];
-        leastAt = c - 1;
+    std::vector<std::uint32_t> chosen(columns, 0);
+    // No letter is farther from its place than this.
+    const auto reach = static_cast<std::ptrdiff_t>(3 * pitch + 3);
+    const auto middle = static_cast<std::ptrdiff_t>(place);
+    const auto last = static_cast<std::ptrdiff_t>(columns) - 1;
+    for (auto c = std::max<std::ptrdiff_t>(middle - reach, 1); c <= std::min(middle + reach, last);
+         ++c) {
+      const auto widest = static_cast<std::ptrdiff_t>(wanted + pitch + 2);
+      for (auto before = std::max<std::ptrdiff_t>(c - widest, 0); before < c; ++before) {
+        const double off = (static_cast<double>(c - before) - wanted) / pitch;
+        const double cost = reached[static_cast<std::size_t>(before)] + off * off;
+        if (cost < next[static_cast<std::size_t>(c)]) {
+          next[static_cast<std::size_t>(c)] = cost;
+          chosen[static_cast<std::size_t>(c)] = static_cast<std::uint32_t>(before);
+        }
       }
-      const double away = (static_cast<double>(c) - wanted) / std::max(pitch, 2.0);
-      next[c] = least + weights[c] + 0.5 * away * away;
-      chosen[c] = leastAt;
+      next[static_cast<std::size_t>(c)] += marks[static_cast<std::size_t>(c)];
     }
     reached = std::move(next);
     from.push_back(std::move(chosen));
   }
-  std::vector<int> inner;
-  std::size_t at =
-      static_cast<std::size_t>(std::distance(reached.begin(), std::ranges::min_element(reached)));
-  for (std::size_t i = count - 1; i > 0; --i) {
-    inner.push_back(span.begin + static_cast<int>(at));
+  Parting parting{std::vector<int>(count + 1), reached.back()};
+  auto at = static_cast<std::uint32_t>(columns - 1);
+  for (std::size_t i = count; i > 0; --i) {
+    parting.cuts[i] = span.begin + static_cast<int>(at);
     at = from[i - 1][at];
   }
-  cuts.insert(cuts.end(), inner.rbegin(), inner.rend());
-  cuts.push_back(span.end);
-  return cuts;
+  parting.cuts[0] = span.begin;
+  return parting;
+}
+
+/// Where the letters of a word begin, and the end of the last: as a font of even widths has them,
+/// or one of usual widths, whichever fits the ink.
+std::vector<int> cutsBetween(const ReadWord& word, Span span, const LineInk& ink) {
+  const std::vector<double> even(word.letters.size(), 1);
+  std::vector<double> usual;
+  for (const ReadLetter& letter : word.letters) {
+    usual.push_back(std::max(usualLetterWidth(letter.text), 0.1));
+  }
+  Parting best = parted(even, span, ink);
+  if (Parting other = parted(usual, span, ink); other.cost < best.cost) best = std::move(other);
+  return std::move(best.cuts);
 }
 
 void fitWord(ReadWord& word, Span span, const LineInk& ink) {

@@ -1,9 +1,11 @@
 #include "platform/linux/recognition/tesseract_recogniser.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdlib>
 #include <exception>
-#include <iterator>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -63,23 +65,26 @@ int emptiestRow(const InkPage& page, int from, int to) {
   return best;
 }
 
-/// Turns boxes of the engine's page into those of `page`.
+/// Turns places on the engine's page into those on the page before it was enlarged.
 class PaperPlace {
  public:
-  PaperPlace(Enlargement factor, int left, int top) : factor_(factor), left_(left), top_(top) {}
+  explicit PaperPlace(Enlargement factor) : factor_(factor) {}
 
+  void move(ReadLine& line) const {
+    line.box = onPage(line.box);
+    for (ReadWord& word : line.words) {
+      word.box = onPage(word.box);
+      for (ReadLetter& letter : word.letters) letter.box = onPage(letter.box);
+    }
+  }
+
+ private:
   [[nodiscard]] PixelRect onPage(const PixelRect& box) const {
     const int left = begin(box.x, factor_.across);
     const int top = begin(box.y, factor_.down);
     return {left, top, std::max(end(box.right(), factor_.across) - left, 1),
             std::max(end(box.bottom(), factor_.down) - top, 1)};
   }
-
-  [[nodiscard]] PixelRect inPicture(const PixelRect& box) const {
-    return {box.x + left_, box.y + top_, box.width, box.height};
-  }
-
- private:
   [[nodiscard]] static int begin(int place, double factor) {
     return static_cast<int>(std::floor((place - margin) / factor));
   }
@@ -88,9 +93,20 @@ class PaperPlace {
   }
 
   Enlargement factor_;
-  int left_;
-  int top_;
 };
+
+void shift(PixelRect& box, int x, int y) {
+  box.x += x;
+  box.y += y;
+}
+
+void shift(ReadLine& line, int x, int y) {
+  shift(line.box, x, y);
+  for (ReadWord& word : line.words) {
+    shift(word.box, x, y);
+    for (ReadLetter& letter : word.letters) shift(letter.box, x, y);
+  }
+}
 
 float confidenceOf(const ReadWord& word) {
   float sum = 0;
@@ -114,7 +130,10 @@ bool isNoise(const ReadWord& word) {
   return word.letters.size() <= 5 && confidence < 0.35F;
 }
 
-bool isNoise(const ReadLine& line) {
+/// Takes the noise out of a line, and answers whether nothing else is left.
+bool isNoise(ReadLine& line) {
+  std::erase_if(line.words, [](const ReadWord& word) { return isNoise(word); });
+  if (line.words.empty()) return true;
   float sum = 0;
   std::ptrdiff_t letters = 0;
   std::size_t longest = 0;
@@ -126,6 +145,85 @@ bool isNoise(const ReadLine& line) {
   const float mean = sum / static_cast<float>(line.words.size());
   if (letters < 2) return mean < 0.75F;
   return longest <= 8 && mean < 0.45F;
+}
+
+/// The color of the ground around a word, that of most of the places beside its corners.
+std::optional<int> groundOf(const Image& picture, const InkPage& page, const PixelRect& band,
+                            const PixelRect& word) {
+  constexpr int beside = 2;
+  std::array<int, 3> sums{};
+  int places = 0;
+  for (const int x : {word.x - beside, word.right() + beside - 1}) {
+    for (const int y : {word.y - beside, word.bottom() + beside - 1}) {
+      if (x < 0 || y < 0 || x >= page.size.width || y >= page.size.height) continue;
+      if (page.at(x, y) > 0) continue;
+      const std::uint8_t* const pixel =
+          picture.row(band.y + y).data() + static_cast<std::size_t>(band.x + x) * 4;
+      for (std::size_t part = 0; part < 3; ++part) sums.at(part) += pixel[part];
+      ++places;
+    }
+  }
+  if (places == 0) return std::nullopt;
+  // A shade in a coarse scale of three colors.
+  int shade = 0;
+  for (const int sum : sums) shade = shade * 256 + sum / places;
+  return shade;
+}
+
+bool isOtherGround(std::optional<int> a, std::optional<int> b) {
+  if (!a || !b) return false;
+  int distance = 0;
+  for (int shift = 0; shift < 24; shift += 8) {
+    distance += std::abs((*a >> shift & 255) - (*b >> shift & 255));
+  }
+  return distance > 36;
+}
+
+PixelRect unionOf(const PixelRect& a, const PixelRect& b) {
+  const int left = std::min(a.x, b.x);
+  const int top = std::min(a.y, b.y);
+  return {left, top, std::max(a.right(), b.right()) - left, std::max(a.bottom(), b.bottom()) - top};
+}
+
+/// The pieces of a line that stand on different grounds, such as a sidebar and the page beside it.
+std::vector<ReadLine> piecesOf(ReadLine line, const Image& picture, const InkPage& page,
+                               const PixelRect& band) {
+  std::vector<ReadLine> pieces;
+  std::optional<int> ground;
+  for (ReadWord& word : line.words) {
+    const std::optional<int> wordGround = groundOf(picture, page, band, word.box);
+    const bool isFar = !pieces.empty() && word.box.x - pieces.back().box.right() > line.box.height;
+    if (pieces.empty() || (isFar && isOtherGround(ground, wordGround))) {
+      pieces.push_back({{}, word.box, line.confidence});
+    }
+    if (wordGround) ground = wordGround;
+    pieces.back().box = unionOf(pieces.back().box, word.box);
+    pieces.back().words.push_back(std::move(word));
+  }
+  if (pieces.size() == 1) pieces.front().box = line.box;
+  return pieces;
+}
+
+bool areAboveEachOther(const PixelRect& a, const PixelRect& b) {
+  return a.x < b.right() && b.x < a.right();
+}
+
+/// The lines of a block, those of each panel together.
+std::vector<ReadBlock> panelsOf(ReadBlock block, const Image& picture, const InkPage& page,
+                                const PixelRect& band) {
+  std::vector<ReadBlock> panels;
+  for (ReadLine& line : block.lines) {
+    std::vector<ReadLine> pieces = piecesOf(std::move(line), picture, page, band);
+    const bool isWhole = pieces.size() == 1 && panels.size() == 1;
+    for (ReadLine& piece : pieces) {
+      const auto panel = std::ranges::find_if(panels, [&](const ReadBlock& other) {
+        return isWhole || areAboveEachOther(other.lines.back().box, piece.box);
+      });
+      ReadBlock& target = panel == panels.end() ? panels.emplace_back() : *panel;
+      target.lines.push_back(std::move(piece));
+    }
+  }
+  return panels;
 }
 
 bool isSameLine(const ReadLine& a, const ReadLine& b) {
@@ -191,38 +289,29 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractRecogniser::readText
       enlargement.down = std::min(enlargement.down, std::max(highest, 0.1));
       const InkPage paper = enlargedPaper(page, enlargement, margin);
       auto blocks = VT_TRY(engine_->read(paper, request.isOneLine, stop));
-      const PaperPlace place(enlargement, band.x, band.y);
+      const PaperPlace place(enlargement);
       std::vector<ReadLine> bandLines;
       for (ReadBlock& block : blocks) {
-        ReadBlock kept;
-        for (ReadLine& line : block.lines) {
-          line.box = place.onPage(line.box);
-          for (ReadWord& word : line.words) {
-            word.box = place.onPage(word.box);
-            for (ReadLetter& letter : word.letters) letter.box = place.onPage(letter.box);
+        for (ReadLine& line : block.lines) place.move(line);
+        for (ReadBlock& panel : panelsOf(std::move(block), picture, page, band)) {
+          ReadBlock kept;
+          for (ReadLine& line : panel.lines) {
+            if (!request.isOneLine && isNoise(line)) continue;
+            fitToInk(page, line);
+            shift(line, band.x, band.y);
+            // A line belongs to the part that its middle is in. Where two parts meet, it may have
+            // been read in both.
+            constexpr int slack = 4;
+            const int middle = line.box.y + line.box.height / 2;
+            if (middle < ownTop - slack || middle >= ownBottom + slack) continue;
+            const bool isKnown = std::ranges::any_of(
+                lastLines, [&](const ReadLine& other) { return isSameLine(line, other); });
+            if (isKnown) continue;
+            bandLines.push_back(line);
+            kept.lines.push_back(std::move(line));
           }
-          if (!request.isOneLine) {
-            std::erase_if(line.words, [](const ReadWord& word) { return isNoise(word); });
-            if (line.words.empty() || isNoise(line)) continue;
-          }
-          fitToInk(page, line);
-          line.box = place.inPicture(line.box);
-          for (ReadWord& word : line.words) {
-            word.box = place.inPicture(word.box);
-            for (ReadLetter& letter : word.letters) letter.box = place.inPicture(letter.box);
-          }
-          // A line belongs to the part that its middle is in. Where two parts meet, it may have
-          // been read in both.
-          constexpr int slack = 4;
-          const int middle = line.box.y + line.box.height / 2;
-          if (middle < ownTop - slack || middle >= ownBottom + slack) continue;
-          const bool isKnown = std::ranges::any_of(
-              lastLines, [&](const ReadLine& other) { return isSameLine(line, other); });
-          if (isKnown) continue;
-          bandLines.push_back(line);
-          kept.lines.push_back(std::move(line));
+          if (!kept.lines.empty()) found.push_back(std::move(kept));
         }
-        if (!kept.lines.empty()) found.push_back(std::move(kept));
       }
       lastLines = std::move(bandLines);
     } else {
