@@ -128,10 +128,10 @@ TEST(CommandLineTest, PicturesAreNamedByIdsAndFiles) {
 
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
-      {{"capture"}, "\"what\" is missing: display, window, area or previous."},
+      {{"capture"}, "\"what\" is missing: display, window, area, previous or text."},
       {{"library", "list", "--before", ""}, "must not be empty"},
       {{"library", "list", "--collection", ""}, "must not be empty"},
-      {{"capture", "moon"}, "Capture must be one of display, window, area, previous."},
+      {{"capture", "moon"}, "Capture must be one of display, window, area, previous, text."},
       {{"capture", "area", "--rect", "1,2,3"}, "--rect must be X,Y,W,H"},
       {{"capture", "area", "--rect", "1,2,3,0"}, "--rect must be X,Y,W,H"},
       {{"capture", "area", "--rect", "nan,2,3,4"}, "--rect must be X,Y,W,H"},
