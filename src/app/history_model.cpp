@@ -128,6 +128,7 @@ void HistoryModel::refresh() {
   const bool isOtherDay = listing_.refreshDays();
   coming_.listing |= isOtherDay;
   const bool isOther = listing_.refresh();
+  if (isOther) found_.clear();
   if (isOther || isOtherDay) selection_.refresh();
   if (isOther) readTextsSoon();
   // An age that nobody has agreed to moves nothing.
@@ -190,9 +191,25 @@ void HistoryModel::waitForMidnight() {
 }
 
 void HistoryModel::queryChanged() {
+  found_.clear();
   dropRefusal();
   selection_.refresh();
   observers_.notify({.listing = true, .selection = true, .sidebar = true});
+}
+
+const HistoryModel::Found& HistoryModel::foundAt(std::size_t place) const {
+  static const Found none;
+  const std::vector<SearchWord>& words = listing_.prepared().words();
+  if (words.empty()) return none;
+  const EntryPointer& entry = listing_.at(place);
+  const auto known = found_.find(entry);
+  if (known != found_.end()) return known->second;
+  constexpr std::size_t mostKept = 1000;
+  if (found_.size() == mostKept) found_.clear();
+  return found_
+      .emplace(entry,
+               Found{textSnippet(*entry, words), onShownPicture(*entry, hitBoxes(*entry, words))})
+      .first->second;
 }
 
 void HistoryModel::setQuery(HistoryQuery query) {
@@ -248,7 +265,9 @@ std::optional<HistoryBlank> HistoryModel::blank() const {
     return HistoryBlank{
         Kind::nothingFound,
         query.text.empty() ? "Nothing matches the filters" : "Nothing matches “" + query.text + "”",
-        "Searched in " + where + ".", query.scope != HistoryScope::all || query.hasFilters()};
+        listing_.hasReadTexts() ? "Searched in " + where + "."
+                                : "Still reading the text in " + where + ".",
+        query.scope != HistoryScope::all || query.hasFilters()};
   }
   if (isCollection) {
     return HistoryBlank{Kind::emptyCollection, collection->name,

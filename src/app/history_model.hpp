@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "app/history_actions.hpp"
 #include "app/history_collections.hpp"
 #include "base/observers.hpp"
+#include "editor/text_hits.hpp"
 #include "library/history_counts.hpp"
 #include "library/history_listing.hpp"
 #include "library/history_selection.hpp"
@@ -94,6 +96,16 @@ class HistoryModel {
   void setQuery(HistoryQuery query);
   void show(HistoryScope scope, const std::string& collectionID = {});
   void search(const std::string& text);
+  /// The line of an entry's text that the search has found; empty without one.
+  [[nodiscard]] const TextSnippet& snippetOf(std::size_t place) const {
+    return foundAt(place).line;
+  }
+
+  /// Where on its picture, as it is shown: fractions of it.
+  [[nodiscard]] const std::vector<Box>& hitsOf(std::size_t place) const {
+    return foundAt(place).boxes;
+  }
+
   void removeFilter(HistoryFilter filter) { setQuery(listing_.query().without(filter)); }
 
   /// Stays for as long as the window is open.
@@ -204,6 +216,12 @@ class HistoryModel {
   void undo();
 
  private:
+  struct Found {
+    TextSnippet line;
+    std::vector<Box> boxes;
+  };
+  [[nodiscard]] const Found& foundAt(std::size_t place) const;
+
   void follow(const HistoryChange& change);
   void refreshSoon();
   void refresh();
@@ -222,6 +240,7 @@ class HistoryModel {
 
   Services services_;
   HistoryListing listing_;
+  mutable std::map<EntryPointer, Found> found_;  // of those that were asked for
   HistorySelection selection_{listing_};
   bool isLookingAtOne_ = false;
   HistoryCounts counts_;

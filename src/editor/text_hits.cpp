@@ -6,7 +6,11 @@
 #include <utility>
 
 #include "base/folded_text.hpp"
+#include "base/geometry.hpp"
 #include "editor/capture_text.hpp"
+#include "editor/entry_document.hpp"
+#include "editor/export_gate.hpp"
+#include "editor/layer_layout.hpp"
 
 namespace vantorel {
 namespace {
@@ -214,6 +218,34 @@ std::vector<Box> hitBoxes(const ScreenshotEntry& entry, const std::vector<Search
     first = last;
   }
   return boxes;
+}
+
+std::vector<Box> onShownPicture(const ScreenshotEntry& entry, const std::vector<Box>& boxes) {
+  const PixelSize capture{entry.pixelWidth.value_or(0), entry.pixelHeight.value_or(0)};
+  const bool isChanged =
+      entry.crop || entry.layers || entry.canvas || entry.background || entry.combine;
+  if (boxes.empty() || !isChanged) return boxes;
+  std::vector<Box> shown;
+  if (capture.width <= 0 || capture.height <= 0) return shown;
+  const EditorDocument document = documentOf(entry, capture);
+  const PixelRect part = shownPart(document, capture);
+  const double padding =
+      paddingPixels(document.background, {double(part.width), double(part.height)});
+  const AxisMap toCanvas = captureToCanvas(document.layers, capture);
+  const double width = part.width + 2 * padding;
+  const double height = part.height + 2 * padding;
+  for (const Box& box : boxes) {
+    const Box onCanvas = toCanvas(Box{box.x * capture.width, box.y * capture.height,
+                                      box.w * capture.width, box.h * capture.height});
+    const double left = std::max(onCanvas.x, double(part.x));
+    const double top = std::max(onCanvas.y, double(part.y));
+    const double right = std::min(onCanvas.right(), double(part.right()));
+    const double bottom = std::min(onCanvas.bottom(), double(part.bottom()));
+    if (right <= left || bottom <= top) continue;
+    shown.push_back({(left - part.x + padding) / width, (top - part.y + padding) / height,
+                     (right - left) / width, (bottom - top) / height});
+  }
+  return shown;
 }
 
 }  // namespace vantorel

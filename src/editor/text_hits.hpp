@@ -28,9 +28,14 @@ struct TextSnippet {
                                       const std::vector<SearchWord>& words,
                                       std::size_t length = 100);
 
-/// Where the words stand on the picture: fractions of its width and height, in reading order; one
+/// Where the words stand on the capture: fractions of its width and height, in reading order; one
 /// box for each line that a phrase has a part of. Nothing where only a correction has them.
 [[nodiscard]] std::vector<Box> hitBoxes(const ScreenshotEntry& entry,
                                         const std::vector<SearchWord>& words);
+
+/// The same boxes as fractions of the picture that is shown of it: cropped, on its canvas, with its
+/// background. Those out of it are left out.
+[[nodiscard]] std::vector<Box> onShownPicture(const ScreenshotEntry& entry,
+                                              const std::vector<Box>& boxes);
 
 }  // namespace vantorel

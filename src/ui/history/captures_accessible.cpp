@@ -95,6 +95,7 @@ QString CaptureAccessible::text(QAccessible::Text what) const {
   const ScreenshotEntry& entry = *list_.listing().at(place_);
   if (what == QAccessible::Description) return QString::fromStdString(entry.path);
   if (what != QAccessible::Name) return {};
+  const TextSnippet& found = list_.view().model().snippetOf(place_);
   const HistoryListing::Section& section = list_.listing().sectionOf(place_);
   QString name = QString::fromStdString(titleOf(entry)) + ", " + kindOf(entry);
   if (!section.title.empty()) name += ", " + QString::fromStdString(section.title);
@@ -103,6 +104,7 @@ QString CaptureAccessible::text(QAccessible::Text what) const {
   if (entry.starred) name += QStringLiteral(", starred");
   const FileReach reach = list_.view().model().reachOf(entry);
   if (reach != FileReach::there) name += ", " + reachText(reach).toLower();
+  if (!found.isEmpty()) name += ", “" + QString::fromStdString(found.text) + "”";
   return name;
 }
 

@@ -137,6 +137,12 @@ QString folderText(const std::string& path) {
   return !home.isEmpty() && folder.startsWith(home + '/') ? "~" + folder.mid(home.size()) : folder;
 }
 
+QString hintText(bool hasHits) {
+  QString text = QStringLiteral("← → next    %1 open    Space close").arg(returnKeyName);
+  if (hasHits) text += QStringLiteral("    N next hit");
+  return text;
+}
+
 }  // namespace
 
 HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryCommands& commands,
@@ -150,7 +156,8 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
       before_(new StepButton(QStringLiteral("Previous"), false)),
       after_(new StepButton(QStringLiteral("Next"), true)),
       open_(new QPushButton(commands_.open->text())),
-      detailsPane_(new QWidget) {
+      detailsPane_(new QWidget),
+      hint_(new QLabel(hintText(false))) {
   setObjectName(QStringLiteral("preview"));
   setFocusPolicy(Qt::StrongFocus);
   setAccessibleName(QStringLiteral("Preview"));
@@ -202,13 +209,11 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   middle->addWidget(scroll);
   column->addLayout(middle, 1);
 
-  auto* const hint =
-      new QLabel(QStringLiteral("← → next    %1 open    Space close").arg(returnKeyName));
-  setFollowingFont(*hint, tokens::smallFont);
-  hint->setAlignment(atBegin());
-  hint->setForegroundRole(QPalette::PlaceholderText);
-  hint->setContentsMargins(tokens::space16, tokens::space8, tokens::space16, tokens::space8);
-  column->addWidget(hint);
+  setFollowingFont(*hint_, tokens::smallFont);
+  hint_->setAlignment(atBegin());
+  hint_->setForegroundRole(QPalette::PlaceholderText);
+  hint_->setContentsMargins(tokens::space16, tokens::space8, tokens::space16, tokens::space8);
+  column->addWidget(hint_);
   connect(before_, &QToolButton::clicked, this, [this] { step(Step::left); });
   connect(after_, &QToolButton::clicked, this, [this] { step(Step::right); });
   setAutoFillBackground(true);
@@ -271,6 +276,8 @@ void HistoryPreview::refresh() {
   open_->setEnabled(commands_.open->isEnabled());
   open_->setToolTip(commands_.open->toolTip());
   const FileReach reach = model_->reachOf(*entry);
+  canvas_->mark(model_->hitsOf(*focus));
+  hint_->setText(hintText(!model_->hitsOf(*focus).empty()));
   if (entry == shown_ && reach == shownReach_) return;
   const bool isSamePicture = shown_ && shown_->id == entry->id &&
                              lookOf(*shown_) == lookOf(*entry) && reach == shownReach_;
@@ -402,6 +409,7 @@ void HistoryPreview::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Space: return leave();
     case Qt::Key_Left: return step(isRightToLeft() ? Step::right : Step::left);
     case Qt::Key_Right: return step(isRightToLeft() ? Step::left : Step::right);
+    case Qt::Key_N: return canvas_->stepToNextHit();
     case Qt::Key_Up: return step(Step::left);
     case Qt::Key_Down: return step(Step::right);
     case Qt::Key_Home: return step(Step::home);

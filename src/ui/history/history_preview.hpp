@@ -54,6 +54,7 @@ class HistoryPreview : public QWidget {
   QToolButton* after_;
   QPushButton* open_;
   QWidget* detailsPane_;
+  QLabel* hint_;
   QWidget* details_ = nullptr;
   EntryPointer shown_;
   FileReach shownReach_ = FileReach::there;

@@ -25,9 +25,14 @@ constexpr int capFrom = 340;          // px of width
 }  // namespace
 
 HistorySearchField::HistorySearchField(QWidget* parent) : QLineEdit(parent) {
-  setPlaceholderText(QStringLiteral("Search titles, files, applications and dates"));
+  setPlaceholderText(QStringLiteral("Search text, titles, files, applications and dates"));
   setAccessibleName(QStringLiteral("Search"));
-  setToolTip(QStringLiteral("Search (Ctrl+F)"));
+  setToolTip(
+      QStringLiteral("Search (Ctrl+F)\nAll words have to be found, in the text on the picture or "
+                     "in its title, file,\n"
+                     "application or date. A phrase stands in quotes. @screenshot, @recording, "
+                     "@gif and @text are a\n"
+                     "kind, @ and a name is the application."));
   addClearButton(*this);
   arrange();
 }

@@ -96,8 +96,7 @@ class HistoryView : public QAbstractScrollArea {
   void paintTile(QPainter& painter, std::size_t place, const QRect& dirty) const;
   void paintRow(QPainter& painter, std::size_t place) const;
   [[nodiscard]] bool isUnreadable(const ScreenshotEntry& entry) const;
-  void paintPicture(QPainter& painter, const ScreenshotEntry& entry, const QRect& area,
-                    bool isSmall) const;
+  void paintPicture(QPainter& painter, std::size_t place, const QRect& area, bool isSmall) const;
   [[nodiscard]] int columnsHeight() const;
 
   void step(HistorySelection::Step step, Qt::KeyboardModifiers modifiers);

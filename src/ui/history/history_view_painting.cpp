@@ -9,6 +9,7 @@
 
 #include "library/entry_title.hpp"
 #include "ui/history/history_view.hpp"
+#include "ui/history/hit_painting.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -106,15 +107,24 @@ bool HistoryView::isUnreadable(const ScreenshotEntry& entry) const {
   return tile != nullptr && tile->pixmap.isNull() && entry.medium == CaptureMedium::image;
 }
 
-void HistoryView::paintPicture(QPainter& painter, const ScreenshotEntry& entry, const QRect& area,
+void HistoryView::paintPicture(QPainter& painter, std::size_t place, const QRect& area,
                                bool isSmall) const {
+  const ScreenshotEntry& entry = *model_->listing().at(place);
   const TilePictures::Tile* const tile = pictures_.find(entry);
+  std::vector<QRectF> hits;
+  if (tile != nullptr && !tile->pixmap.isNull() && !isSmall) {
+    const QRectF picture(
+        area.x() + tile->picture.x() * area.width(), area.y() + tile->picture.y() * area.height(),
+        tile->picture.width() * area.width(), tile->picture.height() * area.height());
+    hits = placedHits(model_->hitsOf(place), picture);
+  }
   paintCapture(painter, area,
                {.entry = entry,
                 .pixmap = tile != nullptr ? tile->pixmap : QPixmap(),
                 .reach = model_->reachOf(entry),
                 .isUnreadable = isUnreadable(entry),
-                .isSmall = isSmall},
+                .isSmall = isSmall,
+                .hits = std::move(hits)},
                rolesOf(palette()));
 }
 
@@ -131,7 +141,7 @@ void HistoryView::paintTile(QPainter& painter, std::size_t place, const QRect& d
     paintFocusRing(painter, ring.adjusted(-2, -2, 2, 2), tokens::tileRadius + 4, roles.focus);
   }
   const QRect picture(tile.topLeft(), layout_.pictureSize());
-  if (picture.intersects(dirty)) paintPicture(painter, entry, picture, false);
+  if (picture.intersects(dirty)) paintPicture(painter, place, picture, false);
   if (isSelected) {
     const QRect mark(picture.topLeft() + QPoint(6, 6), QSize(24, 24));
     paintCheck(painter, QStyle::visualRect(layoutDirection(), picture, mark).center(), roles);
@@ -149,6 +159,9 @@ void HistoryView::paintTile(QPainter& painter, std::size_t place, const QRect& d
   QString below = QString::fromStdString(model_->listing().timeOf(place));
   if (entry.sourceApp) below += " · " + QString::fromStdString(entry.sourceApp->name);
   const QRect second(caption.left(), caption.bottom() + 2, caption.width(), small.height());
+  if (const TextSnippet& found = model_->snippetOf(place); !found.isEmpty()) {
+    return paintSnippet(painter, second, found, tokens::smallFont(), roles.quiet);
+  }
   painter.setFont(tokens::smallFont());
   painter.setPen(roles.quiet);
   painter.drawText(second, Qt::AlignVCenter | Qt::AlignLeading,
@@ -168,13 +181,25 @@ void HistoryView::paintRow(QPainter& painter, std::size_t place) const {
   const QRect picture(
       QPoint(columns.picture(), row.top() + (row.height() - layout_.pictureSize().height()) / 2),
       layout_.pictureSize());
-  paintPicture(painter, entry, picture, true);
+  paintPicture(painter, place, picture, true);
   painter.setFont(tokens::bodyFont());
   const QFontMetrics metrics(tokens::bodyFont());
+  const TextSnippet& found = model_->snippetOf(place);
   for (const ListColumns::Column& column : columns.all()) {
     painter.setPen(column.what == ListColumns::What::title ? roles.text : roles.quiet);
     const bool isTitle = column.what == ListColumns::What::title;
-    const QRect area(column.left, row.top(), column.width, row.height());
+    QRect area(column.left, row.top(), column.width, row.height());
+    if (isTitle && !found.isEmpty()) {
+      // The two lines stand in the row's middle together.
+      const int second = QFontMetrics(tokens::smallFont()).height() + 2;
+      const int top = (row.height() - metrics.height() - second) / 2;
+      paintSnippet(painter,
+                   {area.left(), area.top() + top + metrics.height(), area.width(), second}, found,
+                   tokens::smallFont(), roles.quiet);
+      painter.setFont(tokens::bodyFont());
+      painter.setPen(roles.text);
+      area = QRect(area.left(), area.top() + top, area.width(), metrics.height());
+    }
     const int room = column.width - (isTitle && entry.starred ? starRoom : 0);
     const QString text = metrics.elidedText(listText(column.what, entry, *model_, place),
                                             isTitle ? Qt::ElideMiddle : Qt::ElideRight, room);

@@ -5,7 +5,9 @@
 #include <QPainter>
 #include <QWheelEvent>
 #include <algorithm>
+#include <utility>
 
+#include "ui/history/hit_painting.hpp"
 #include "ui/kit/palette_roles.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -29,6 +31,26 @@ void PictureCanvas::show(const QImage& picture) {
   fittedPixmap_ = {};
   text_.clear();
   isWhole_ = true;
+  update();
+}
+
+void PictureCanvas::mark(std::vector<Box> hits) {
+  if (hits == hits_) return;
+  hits_ = std::move(hits);
+  currentHit_ = -1;
+  update();
+}
+
+void PictureCanvas::stepToNextHit() {
+  if (!hasHits()) return;
+  currentHit_ = (currentHit_ + 1) % static_cast<int>(hits_.size());
+  if (!isWhole_) {
+    const Box& hit = hits_[static_cast<std::size_t>(currentHit_)];
+    const QSizeF device = QSizeF(size()) * devicePixelRatioF();
+    offset_ = {device.width() / 2 - (hit.x + hit.w / 2) * picture_.width(),
+               device.height() / 2 - (hit.y + hit.h / 2) * picture_.height()};
+    bound();
+  }
   update();
 }
 
@@ -66,6 +88,7 @@ void PictureCanvas::paintEvent(QPaintEvent*) {
   const QSize device = (QSizeF(size()) * ratio).toSize();
   if (!isWhole_) {
     painter.drawImage(offset_.toPoint(), picture_);
+    paintHits(painter, placedHits(hits_, QRectF(offset_.toPoint(), picture_.size())), currentHit_);
     return;
   }
   const QSize wanted = fitted();
@@ -78,6 +101,7 @@ void PictureCanvas::paintEvent(QPaintEvent*) {
   const QPoint corner((device.width() - wanted.width()) / 2,
                       (device.height() - wanted.height()) / 2);
   painter.drawPixmap(corner, fittedPixmap_);
+  paintHits(painter, placedHits(hits_, QRectF(corner, wanted)), currentHit_);
   painter.setPen(roles.line);
   painter.drawRect(QRect(corner, wanted).adjusted(-1, -1, 0, 0));
 }

@@ -5,7 +5,9 @@
 #include <QPoint>
 #include <QString>
 #include <QWidget>
+#include <vector>
 
+#include "editor/records/box.hpp"
 #include "ui/kit/entrance.hpp"
 #include "ui/kit/tokens.hpp"
 
@@ -19,6 +21,13 @@ class PictureCanvas : public QWidget {
 
   /// In the place of another at once; the first one comes gently.
   void show(const QImage& picture);
+
+  /// Marks what a search has found on it: fractions of the picture.
+  void mark(std::vector<Box> hits);
+  [[nodiscard]] bool hasHits() const { return !hits_.empty() && !picture_.isNull(); }
+
+  /// Brings the next one into sight, after the last one the first.
+  void stepToNextHit();
 
   /// Says something in place of a picture.
   void say(const QString& text);
@@ -39,6 +48,8 @@ class PictureCanvas : public QWidget {
   QImage picture_;
   QPixmap fittedPixmap_;
   QString text_;
+  std::vector<Box> hits_;
+  int currentHit_ = -1;
   bool isWhole_ = true;
   QPointF offset_;  // of the picture's corner, device pixels, when it is not whole
   QPoint pressed_;

@@ -10,7 +10,9 @@
 
 #include "base/size_text.hpp"
 #include "base/time_text.hpp"
+#include "editor/capture_text.hpp"
 #include "library/entry_title.hpp"
+#include "ui/history/hit_painting.hpp"
 #include "ui/kit/box_painting.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/palette_roles.hpp"
@@ -20,7 +22,7 @@ namespace vantorel {
 namespace {
 
 constexpr int badgeHeight = 20;
-constexpr std::size_t mostSnippet = 600;  // bytes of a text that are painted at most
+constexpr std::size_t mostText = 600;  // bytes of a text that are painted at most
 const QColor starColor(0xff, 0xc4, 0x2e);
 
 /// Numbers and words stay in their order in a mirrored window.
@@ -52,11 +54,11 @@ void paintBadge(QPainter& painter, const QRect& picture, const QString& text,
   painter.drawText(badge.adjusted(7 + symbolRoom, 0, -7, 0), Qt::AlignCenter, text);
 }
 
-void paintSnippet(QPainter& painter, const QRect& area, const ScreenshotEntry& entry,
-                  const PaletteRoles& roles) {
-  const std::string all = entry.ocrText.value_or("");
+void paintText(QPainter& painter, const QRect& area, const ScreenshotEntry& entry,
+               const PaletteRoles& roles) {
+  const std::string all = captureText(entry);
   const QString text =
-      QString::fromUtf8(all.data(), static_cast<qsizetype>(std::min(all.size(), mostSnippet)));
+      QString::fromUtf8(all.data(), static_cast<qsizetype>(std::min(all.size(), mostText)));
   painter.save();
   painter.setClipRect(area.adjusted(0, 0, 0, -tokens::space12));
   painter.setFont(tokens::bodyFont());
@@ -134,8 +136,14 @@ void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& ca
   if (!capture.pixmap.isNull()) {
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawPixmap(area, capture.pixmap);
+    if (!capture.hits.empty()) {
+      painter.save();
+      painter.setClipRect(area, Qt::IntersectClip);
+      paintHits(painter, capture.hits);
+      painter.restore();
+    }
   } else if (isText && entry.ocrText && !capture.isSmall) {
-    paintSnippet(painter, area, entry, roles);
+    paintText(painter, area, entry, roles);
   } else if (entry.medium != CaptureMedium::image) {
     paintIcon(painter, iconOf(entry.medium), capture.isSmall ? rowIconSize : emptyIconSize,
               area.center(), roles.quiet);

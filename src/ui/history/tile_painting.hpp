@@ -3,6 +3,7 @@
 #include <QIcon>
 #include <QPixmap>
 #include <QRect>
+#include <QRectF>
 #include <QString>
 #include <optional>
 #include <string>
@@ -21,8 +22,9 @@ struct PaintedCapture {
   const ScreenshotEntry& entry;
   QPixmap pixmap;  ///< null while there is none
   FileReach reach = FileReach::there;
-  bool isUnreadable = false;  ///< its file is there and makes no picture
-  bool isSmall = false;       ///< of a list: without badges
+  bool isUnreadable = false;   ///< its file is there and makes no picture
+  bool isSmall = false;        ///< of a list: without badges
+  std::vector<QRectF> hits{};  ///< what a search has found, within the area or not
 };
 void paintCapture(QPainter& painter, const QRect& area, const PaintedCapture& capture,
                   const PaletteRoles& roles);

@@ -20,6 +20,18 @@ bool showsTheSame(const ScreenshotEntry& one, const ScreenshotEntry& other) {
 }
 
 /// The preview covers the tile from the top; a strip is shown whole.
+QRect placeInTile(QSize preview, QSize size) {
+  const bool isStrip = preview.width() > 2 * preview.height();
+  const QSize scaled =
+      preview.scaled(size, isStrip ? Qt::KeepAspectRatio : Qt::KeepAspectRatioByExpanding);
+  // A small picture is enlarged no more than twice.
+  const QSize drawn = scaled.width() > 2 * preview.width() ? preview * 2 : scaled;
+  const bool isWhole = drawn.height() < size.height() || drawn.width() < size.width();
+  return {QPoint((size.width() - drawn.width()) / 2,
+                 isWhole ? (size.height() - drawn.height()) / 2 : 0),
+          drawn};
+}
+
 QPixmap tileOf(const QImage& preview, QSize size, double radius) {
   QImage tile(size, QImage::Format_ARGB32_Premultiplied);
   tile.fill(Qt::transparent);
@@ -28,16 +40,7 @@ QPixmap tileOf(const QImage& preview, QSize size, double radius) {
   QPainterPath shape;
   shape.addRoundedRect(QRectF(QPointF(), size), radius, radius);
   painter.setClipPath(shape);
-  const bool isStrip = preview.width() > 2 * preview.height();
-  const QSize scaled =
-      preview.size().scaled(size, isStrip ? Qt::KeepAspectRatio : Qt::KeepAspectRatioByExpanding);
-  // A small picture is enlarged no more than twice.
-  const QSize drawn = scaled.width() > 2 * preview.width() ? preview.size() * 2 : scaled;
-  const bool isWhole = drawn.height() < size.height() || drawn.width() < size.width();
-  const QRect area(QPoint((size.width() - drawn.width()) / 2,
-                          isWhole ? (size.height() - drawn.height()) / 2 : 0),
-                   drawn);
-  painter.drawImage(area, preview);
+  painter.drawImage(placeInTile(preview.size(), size), preview);
   painter.end();
   return QPixmap::fromImage(std::move(tile));
 }
@@ -84,13 +87,16 @@ void TilePictures::want(const EntryList& entries) {
 }
 
 void TilePictures::come(const EntryPointer& entry, const Image& preview) {
-  auto tile = std::make_unique<Tile>(Tile{entry, size_, QPixmap()});
+  auto tile = std::make_unique<Tile>(Tile{entry, size_, QPixmap(), QRectF()});
   if (!preview.isEmpty()) {
     // What is painted with alpha takes the fourth byte for it, also where that has no meaning.
     const QImage picture =
         sharedImage(preview).convertToFormat(QImage::Format_ARGB32_Premultiplied);
     tile->pixmap = tileOf(picture, size_, radius_ * ratio_);
     tile->pixmap.setDevicePixelRatio(ratio_);
+    const QRectF place = placeInTile(picture.size(), size_);
+    tile->picture = {place.x() / size_.width(), place.y() / size_.height(),
+                     place.width() / size_.width(), place.height() / size_.height()};
   }
   const int kilobytes = 1 + tile->pixmap.width() * tile->pixmap.height() / 256;
   tiles_.insert(keyOf(*entry), tile.release(), kilobytes);

@@ -2,6 +2,7 @@
 
 #include <QCache>
 #include <QPixmap>
+#include <QRectF>
 #include <QSize>
 #include <QString>
 #include <functional>
@@ -23,6 +24,8 @@ class TilePictures {
     EntryPointer entry;
     QSize size;      ///< of the whole tile, in device pixels
     QPixmap pixmap;  ///< null when the capture has no picture
+    QRectF picture;  ///< where the whole picture lies, in sides of the tile; more than all of it
+                     ///< where it is cut off
   };
 
   /// Told when one has come.
