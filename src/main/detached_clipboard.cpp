@@ -14,8 +14,11 @@ namespace {
 
 constexpr int answerBoundMilliseconds = 4000;
 
-Result<void> hand(const std::string& png) {
-  const Failure refused{FailureKind::denied, clipboard_refusal::image};
+/// `content` behind a line that says what it is and how long, as `holdClipboard` reads it.
+Result<void> hand(const HeldContent& content) {
+  const Failure refused{FailureKind::denied,
+                        content.isText ? clipboard_refusal::text : clipboard_refusal::image};
+  const std::string message = encoded(content);
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
     return std::unexpected(refused);
@@ -25,8 +28,9 @@ Result<void> hand(const std::string& png) {
     const FileDescriptor childs(ends[1]);
     VT_TRY(startDetached({std::string(clipboardHolderArgument)}, childs.number()));
   }
-  for (std::size_t sent = 0; sent < png.size();) {
-    const ssize_t count = ::send(own.number(), png.data() + sent, png.size() - sent, MSG_NOSIGNAL);
+  for (std::size_t sent = 0; sent < message.size();) {
+    const ssize_t count =
+        ::send(own.number(), message.data() + sent, message.size() - sent, MSG_NOSIGNAL);
     if (count <= 0) return std::unexpected(refused);
     sent += static_cast<std::size_t>(count);
   }
@@ -44,12 +48,17 @@ Result<void> hand(const std::string& png) {
 void DetachedClipboard::setImage(std::string png,
                                  std::move_only_function<void(Result<void>)> done) {
   roundTrip(
-      *queue_, main_, [png = std::move(png)] { return hand(png); },
+      *queue_, main_,
+      [content = HeldContent{.isText = false, .bytes = std::move(png)}] { return hand(content); },
       lifetime_.guard(std::move(done)));
 }
 
-void DetachedClipboard::setText(std::string, std::move_only_function<void(Result<void>)> done) {
-  done(failed(FailureKind::unsupported, clipboard_refusal::text));
+void DetachedClipboard::setText(std::string text,
+                                std::move_only_function<void(Result<void>)> done) {
+  roundTrip(
+      *queue_, main_,
+      [content = HeldContent{.isText = true, .bytes = std::move(text)}] { return hand(content); },
+      lifetime_.guard(std::move(done)));
 }
 
 void DetachedClipboard::setShapes(std::string, std::move_only_function<void(Result<void>)> done) {

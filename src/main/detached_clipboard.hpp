@@ -8,8 +8,8 @@
 
 namespace vantorel {
 
-/// The clipboard of a command, which ends long before its picture is pasted: a process of its own
-/// offers it until somebody else copies something. Lives on the main runner.
+/// The clipboard of a command, which ends long before its picture or text is pasted: a process of
+/// its own offers it until somebody else copies something. Lives on the main runner.
 class DetachedClipboard final : public Clipboard {
  public:
   /// `queue` is a serial queue that may block.
