@@ -120,37 +120,61 @@ struct CardSession {
   std::vector<std::string> opened;
   std::vector<std::string> pinned;
   std::optional<Failure> openFails;
-  CardStack stack{{.main = library.runners.main(),
-                   .clock = library.runners,
-                   .library = library.library,
-                   .settings = settings,
-                   .rewriter = rewriter,
-                   .copying = copying,
-                   .exporting = exporting,
-                   .weigher = weigher,
-                   .work = library.runners.runner("thumbnails"),
-                   .files = library.files,
-                   .codec = codec,
-                   .finish = [](const ScreenshotEntry& shown, Image picture) -> Result<Image> {
-                     if (isAnnotated(shown)) return picture.cropped({0, 0, 12, 6});
-                     return picture;
-                   },
-                   .reveal =
-                       [this](const Path& file, const auto& done) {
-                         revealed.push_back(file.string());
-                         done({});
-                       },
-                   .open =
-                       [this](const EntryPointer& shown, const auto& done) {
-                         if (openFails) return done(std::unexpected(*openFails));
-                         opened.push_back(shown->id);
-                         done({});
-                       },
-                   .pin =
-                       [this](const EntryPointer& shown, const auto& done) {
-                         pinned.push_back(shown->id);
-                         done({});
-                       }}};
+  CardStack stack{
+      {.main = library.runners.main(),
+       .clock = library.runners,
+       .library = library.library,
+       .settings = settings,
+       .rewriter = rewriter,
+       .copying = copying,
+       .exporting = exporting,
+       .weigher = weigher,
+       .work = library.runners.runner("thumbnails"),
+       .files = library.files,
+       .codec = codec,
+       .finish = [](const ScreenshotEntry& shown, Image picture) -> Result<Image> {
+         if (isAnnotated(shown)) return picture.cropped({0, 0, 12, 6});
+         return picture;
+       },
+       .reveal =
+           [this](const Path& file, const auto& done) {
+             revealed.push_back(file.string());
+             done({});
+           },
+       .open =
+           [this](const EntryPointer& shown, const auto& done) {
+             if (openFails) return done(std::unexpected(*openFails));
+             opened.push_back(shown->id);
+             done({});
+           },
+       .pin =
+           [this](const EntryPointer& shown, const auto& done) {
+             pinned.push_back(shown->id);
+             done({});
+           },
+       .openHistory = {},
+       .redact = [this](const std::string& id, const auto& done) { redactNow(id, done); }}};
+
+  /// Covers `finds` places, and says so at once.
+  void redactNow(const std::string& id, const std::function<void(Result<int, std::string>)>& done) {
+    if (!redactFails.empty()) return done(std::unexpected(redactFails));
+    EXPECT_TRUE(library.store
+                    .update(id,
+                            [this](ScreenshotEntry& changed) {
+                              for (int i = 0; i < finds; ++i) {
+                                Shape box{.type = ShapeType::redact};
+                                box.id = "find" + std::to_string(i);
+                                box.x1 = 4 * i;
+                                box.x2 = 4 * i + 3;
+                                box.y2 = 5;
+                                changed.shapes.push_back(std::move(box));
+                              }
+                            })
+                    .has_value());
+    done(finds);
+  }
+  int finds = 3;
+  std::string redactFails;
 };
 
 }  // namespace vantorel

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -99,6 +100,11 @@ class CardStack {
 
     /// Opens History.
     std::function<void()> openHistory;
+
+    /// Covers what is found to be sensitive in the capture of that id; answers how many finds that
+    /// were, or in a sentence why it could not. Empty: there is nothing that looks.
+    std::function<void(const std::string& id, std::function<void(Result<int, std::string>)> done)>
+        redact{};
   };
 
   /// How long "Copied" is read.
@@ -166,6 +172,8 @@ class CardStack {
   void closeRows();
   void convert(std::uint64_t number, ExportFormat format);
   void compress(std::uint64_t number);
+  /// Covers what should not be shared, or takes away what the last time has covered.
+  void redact(std::uint64_t number);
 
   void openHistory() const;
   /// What `open` does with the card's capture: "Annotate" or "Open".
@@ -196,6 +204,10 @@ class CardStack {
   bool begin(std::uint64_t number);
   void ended(std::uint64_t number, const std::string& failure);
   void rewritten(std::uint64_t number, const RewriteReply& reply);
+  void addRedactRow(const Card& card, const std::string& busy, CardRows& rows) const;
+  void redacted(std::uint64_t number, const ScreenshotEntry& before, int finds);
+  void undoRedaction(std::uint64_t number);
+  void tell(Card& card, std::string badge);
   void measure();
   [[nodiscard]] const CaptureTranscoder::Weight* weightOf(const Card& card,
                                                           std::optional<ExportFormat> format) const;
@@ -208,8 +220,15 @@ class CardStack {
   };
   Times* timesOf(std::uint64_t number);
 
+  /// What `redact` came to.
+  struct Redaction {
+    int finds = 0;
+    std::vector<std::string> shapes;  ///< the ids of what it added
+  };
+
   Services services_;
   std::deque<Card> cards_;
+  std::map<std::uint64_t, Redaction> redactions_;  ///< by card
   std::vector<Times> times_;
   std::uint64_t last_ = 0;
   std::vector<std::string> copiedEarly_;  ///< ids without a card yet

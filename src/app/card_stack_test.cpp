@@ -153,7 +153,6 @@ TEST_F(CardStackTest, RowsShowWhatEachFormatWouldWeigh) {
                                       : std::to_string((weight->size() + 500) / 1000) + " kB");
   EXPECT_THAT(rows.formats[2].obstacle, HasSubstr("couldn't be encoded"));
   EXPECT_THAT(rows.compress->note, HasSubstr("about "));
-  EXPECT_EQ(rows.redact->obstacle, "No text read yet");
   EXPECT_EQ(library.files->names("/captures").size(), 5U) << "nothing was written";
 
   stack.compress(a);
@@ -174,6 +173,49 @@ TEST_F(CardStackTest, RowsShowWhatEachFormatWouldWeigh) {
   settings.set(&SettingsValues::cardCompress, false);
   settings.set(&SettingsValues::cardRedact, false);
   EXPECT_TRUE(stack.rows(*stack.find(a)).isEmpty());
+}
+
+TEST_F(CardStackTest, RedactSaysWhatItDidAndIsUndone) {
+  const auto a = capture("a");
+  const auto row = [&] { return *stack.rows(*stack.find(a)).redact; };
+  ASSERT_TRUE(library.store
+                  .update("a",
+                          [](ScreenshotEntry& drawn) {
+                            drawn.shapes = {
+                                Shape{.type = ShapeType::redact, .x1 = 30, .x2 = 40, .y2 = 9}};
+                            drawn.shapes[0].id = "mine";
+                          })
+                  .has_value());
+  library.runners.run();
+  redactFails = "Text can't be read here: no language is installed.";
+  stack.redact(a);
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->state, Card::State::failed);
+  EXPECT_EQ(stack.find(a)->sentence, redactFails);
+  redactFails.clear();
+
+  EXPECT_EQ(row().label, "Redact");
+  stack.redact(a);
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->badge, "Redacted 3 items");
+  EXPECT_EQ(stack.find(a)->state, Card::State::rest);
+  EXPECT_EQ(row().label, "Undo Redact");
+  EXPECT_EQ(row().note, "3 items");
+  EXPECT_THAT(entry("a")->shapes, SizeIs(4));
+  library.runners.advance(3s);
+  EXPECT_EQ(stack.find(a)->badge, "");
+
+  stack.redact(a);
+  library.runners.run();
+  ASSERT_THAT(entry("a")->shapes, SizeIs(1));
+  EXPECT_EQ(entry("a")->shapes[0].id, "mine") << "what the user covered stays covered";
+  EXPECT_EQ(row().label, "Redact");
+  finds = 0;
+  stack.redact(a);
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->badge, "Nothing sensitive found");
+  EXPECT_EQ(row().note, "Nothing found");
+  EXPECT_EQ(row().obstacle, "");
 }
 
 TEST_F(CardStackTest, WhatBecomesOfTheCaptureElsewhereShows) {

@@ -68,6 +68,10 @@ SettingsModel::SettingsModel(Services services) : services_(std::move(services))
   SettingsPane pane = SettingsPane::general;
   const auto endPane = [&] {
     if (pane == SettingsPane::general) place(resetAllRow);
+    if (pane == SettingsPane::text) {
+      place(languagesRow);
+      place(addLanguageRow);
+    }
     if (pane == SettingsPane::library) {
       place(sizeRow);
       place(verifyRow);
@@ -88,6 +92,10 @@ SettingsModel::SettingsModel(Services services) : services_(std::move(services))
     for (const std::string_view id : {std::string_view("storageDirectory"), sizeRow, verifyRow}) {
       changed(id);
     }
+  }));
+  observations_.push_back(services_.text.observe([this] {
+    changed(languagesRow);
+    changed(addLanguageRow);
   }));
   observations_.push_back(services_.retention.observe([this] { changed("retentionDays"); }));
   observations_.push_back(
@@ -118,8 +126,13 @@ void SettingsModel::retrySaving() {
 void SettingsModel::select(SettingsPane pane) {
   pane_ = pane;
   changed({});
-  if (pane == SettingsPane::general) services_.autostart.refresh();
   if (pane == SettingsPane::library) services_.library.measure();
+  lookAgain();
+}
+
+void SettingsModel::lookAgain() {
+  if (pane_ == SettingsPane::general) services_.autostart.refresh();
+  if (pane_ == SettingsPane::text) services_.text.refresh();
 }
 
 void SettingsModel::pointTo(std::string_view id) {
@@ -190,6 +203,25 @@ SettingsLine SettingsModel::ownLine(std::string_view id) const {
     line.button = line.isBusy ? "Stop" : library.canRepair() ? "Repair" : "Verify";
     line.remark = library.verifyReport();
     line.isWarning = false;
+  } else if (id == languagesRow) {
+    line.pane = SettingsPane::text;
+    line.group = "Languages";
+    line.label = "Installed";
+    line.explanation = services_.text.installed();
+    if (line.explanation.empty()) line.explanation = "Looking…";
+    line.remark = services_.text.problem();
+  } else if (id == addLanguageRow) {
+    const TextPane& text = services_.text;
+    const std::string proposed = text.proposed();
+    line.pane = SettingsPane::text;
+    line.group = "Languages";
+    line.label = proposed.empty() ? "Add a language" : fmt::format("Add {}", proposed);
+    line.explanation = text.command();
+    line.meaning =
+        "Each language is a package: tesseract-ocr-deu for German. It is used once it is installed";
+    line.button = "Copy";
+    line.remark = text.copied();
+    line.isWarning = text.hasCopyFailed();
   } else {
     VT_CHECK(false && "a row that is not there");
   }
@@ -347,6 +379,7 @@ void SettingsModel::press(std::string_view id) {
     return library.verifying() ? library.stopVerify() : library.verify(library.canRepair());
   }
   if (id == "storageDirectory") library.stopMove();
+  if (id == addLanguageRow) services_.text.copyCommand();
 }
 
 void SettingsModel::askResetAll() {

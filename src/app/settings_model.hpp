@@ -13,6 +13,7 @@
 #include "app/library_pane.hpp"
 #include "app/retention_setting.hpp"
 #include "app/shortcut_recorder.hpp"
+#include "app/text_pane.hpp"
 #include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "library/history_store.hpp"
@@ -72,6 +73,7 @@ class SettingsModel {
     LibraryPane& library;
     RetentionSetting& retention;
     ShortcutRecorder& recorder;
+    TextPane& text;
     std::string home;  ///< the user's home folder, shown as "~"; empty: no folder is
   };
 
@@ -80,6 +82,8 @@ class SettingsModel {
   static constexpr std::string_view resetAllRow = "resetAll";
   static constexpr std::string_view sizeRow = "librarySize";
   static constexpr std::string_view verifyRow = "libraryVerify";
+  static constexpr std::string_view languagesRow = "textLanguages";
+  static constexpr std::string_view addLanguageRow = "addTextLanguage";
 
   explicit SettingsModel(Services services);
 
@@ -100,6 +104,9 @@ class SettingsModel {
 
   /// Brings it into view, and looks up what of it is not kept at hand.
   void select(SettingsPane pane);
+
+  /// Looks up again what of the pane in view may have changed outside of the program.
+  void lookAgain();
 
   /// The rows of a pane in order.
   [[nodiscard]] std::vector<SettingsLine> lines(SettingsPane pane) const;

@@ -27,6 +27,7 @@ class SettingsModelTest : public testing::Test, protected SettingsSession {
                                           .library = *pane,
                                           .retention = *retention,
                                           .recorder = recorder,
+                                          .text = text,
                                           .home = "/home/u"});
     showing = model->shown();
     watching = model->observe([this](std::string_view id) { heard.emplace_back(id); });
@@ -44,6 +45,40 @@ class SettingsModelTest : public testing::Test, protected SettingsSession {
   Observation watching;
   Observation showing;
 };
+
+TEST_F(SettingsModelTest, LanguagesThatAreInstalledMeanwhileAreShown) {
+  const auto words = [&](std::string_view id) { return model->line(id).explanation; };
+  model->select(SettingsPane::text);
+  runners.run();
+  EXPECT_EQ(words(SettingsModel::languagesRow), "English");
+  EXPECT_EQ(model->line(SettingsModel::addLanguageRow).label, "Add German");
+  EXPECT_EQ(words(SettingsModel::addLanguageRow), "sudo apt install tesseract-ocr-deu");
+  model->press(SettingsModel::addLanguageRow);
+  EXPECT_THAT(copied, ElementsAre("sudo apt install tesseract-ocr-deu"));
+  EXPECT_EQ(model->line(SettingsModel::addLanguageRow).remark, "Copied");
+
+  recogniser->installed = {"chi_sim", "deu", "eng", "frk"};
+  heard.clear();
+  model->lookAgain();
+  runners.run();
+  EXPECT_THAT(heard, Contains(std::string(SettingsModel::languagesRow)));
+  EXPECT_EQ(words(SettingsModel::languagesRow), "Chinese, simplified; English; German; frk");
+  EXPECT_EQ(model->line(SettingsModel::addLanguageRow).label, "Add French");
+  EXPECT_EQ(model->line(SettingsModel::addLanguageRow).remark, "");
+  recogniser->installed.clear();
+  model->lookAgain();
+  runners.run();
+  EXPECT_EQ(words(SettingsModel::languagesRow), "None");
+  EXPECT_EQ(model->line(SettingsModel::addLanguageRow).label, "Add English");
+  EXPECT_THAT(model->line(SettingsModel::languagesRow).remark, HasSubstr("no text can be read"));
+
+  TextPane chinese({.main = runners.main(),
+                    .work = runners.runner("languages"),
+                    .recogniser = recogniser,
+                    .locale = "zh_TW.UTF-8",
+                    .copy = {}});
+  EXPECT_EQ(chinese.command(), "sudo apt install tesseract-ocr-chi-tra");
+}
 
 TEST_F(SettingsModelTest, ShowsEveryOfferedSettingOnceInPanesThatHaveRows) {
   std::vector<std::string> shown;

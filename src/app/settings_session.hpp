@@ -9,6 +9,7 @@
 #include "platform/testing/fake_defaults_store.hpp"
 #include "platform/testing/fake_hot_keys.hpp"
 #include "platform/testing/fake_image_codec.hpp"
+#include "platform/testing/fake_text_recogniser.hpp"
 #include "platform/testing/quiet_log.hpp"
 
 namespace vantorel {
@@ -90,6 +91,16 @@ struct SettingsSession : TestLibrary {
   std::optional<RetentionSetting> retention;
   std::optional<LibraryRepair> repair;
   std::optional<LibraryPane> pane;
+  std::shared_ptr<FakeTextRecogniser> recogniser = std::make_shared<FakeTextRecogniser>();
+  std::vector<std::string> copied;
+  TextPane text{{.main = runners.main(),
+                 .work = runners.runner("languages"),
+                 .recogniser = recogniser,
+                 .locale = "en_GB.UTF-8",
+                 .copy = [this](const std::string& words, const auto& done) {
+                   copied.push_back(words);
+                   done("");
+                 }}};
   AutostartSwitch autostartSwitch{
       {.main = runners.main(), .work = runners.runner("autostart"), .autostart = &autostart}};
   std::vector<std::string> performed;

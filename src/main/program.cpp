@@ -53,7 +53,7 @@ Program::~Program() = default;
 
 void Program::startResident(TrayLock& tray, std::optional<long> otherTray) {
   wings_->desktop.isResident = true;
-  wings_->windows.emplace(wings_->captures, wings_->editor);
+  wings_->windows.emplace(wings_->captures, wings_->editor, wings_->text);
   if (otherTray) yieldTo(*otherTray, tray);
   wings_->library.library.open();
   wings_->library.followOutside();

@@ -1,12 +1,14 @@
 #include "main/windows_wing.hpp"
 
 #include <cstdlib>
+#include <set>
 
 #include "app/dragged_files.hpp"
 #include "app/kept_layer.hpp"
 #include "app/window_places.hpp"
 #include "library/picture_loader.hpp"
 #include "main/scene_module.hpp"
+#include "platform/linux/linux_phone_number_finder.hpp"
 
 namespace vantorel {
 namespace {
@@ -24,9 +26,10 @@ std::vector<Path> configFolders(const UserFolders& user) {
 
 }  // namespace
 
-WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
+WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor, TextWing& theText)
     : captures(theCaptures),
       editor(theEditor),
+      text(theText),
       finish(
           withAnnotations(drawPictureWithModule(captures.desktop.files, captures.desktop.codec))),
       launcher(captures.desktop.main,
@@ -43,6 +46,11 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
                .move = captures.libraryWing.move,
                .repair = captures.libraryWing.repair,
                .alerts = *captures.desktop.alerts}),
+      textPane({.main = captures.desktop.main,
+                .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.launcher"),
+                .recogniser = text.recogniser,
+                .locale = sessionLocale(),
+                .copy = [this](const std::string& words, const auto& done) { copy(words, done); }}),
       recorder({.settings = captures.desktop.settings,
                 .keys = captures.coordinator.keys(),
                 .holders = &keyHolders}),
@@ -83,7 +91,8 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor)
            .reveal = [this](const Path& file, const auto& done) { launcher.reveal({file}, done); },
            .open = [this](const EntryPointer& entry, const auto& done) { open(entry, done); },
            .pin = [this](const EntryPointer& entry, const auto& done) { pin(entry, done); },
-           .openHistory = [this] { (void)captures.coordinator.show(AppWindow::history); }}) {
+           .openHistory = [this] { (void)captures.coordinator.show(AppWindow::history); },
+           .redact = [this](const std::string& id, const auto& done) { redact(id, done); }}) {
   DesktopWing& desktop = captures.desktop;
   desktop.ui->showCards(&cards);
   captures.coordinator.onSaved = [this](const CaptureOutcome::Saved& saved) {
@@ -151,7 +160,8 @@ CaptureEditors::Services WindowsWing::editing() {
                                                 .settings = desktop.settingsPath()};
                         },
                     .layers = desktop.folders.data / keptLayersName,
-                    .drags = draggedFiles()},
+                    .drags = draggedFiles(),
+                    .scan = scanning()},
           .capture = {.main = desktop.main,
                       .work = drawing,
                       .disk = desktop.lanes.disks.queue("com.hollen.Vantorel.annotate"),
@@ -189,6 +199,31 @@ CaptureEditors::Services WindowsWing::editing() {
 }
 
 /// A preview of its own for each window: one that is wanted next would take the place of others.
+ScanPicture WindowsWing::scanning() {
+  return [this](Image picture, double pixelsPerPoint, VisualDetectors enabled, auto scanned) {
+    return std::shared_ptr<void>(
+        text.scans.scan(std::move(picture), pixelsPerPoint, enabled, std::move(scanned)));
+  };
+}
+
+/// Covers what is found in a capture, and says how many finds that were.
+void WindowsWing::redact(const std::string& id,
+                         const std::function<void(Result<int, std::string>)>& done) {
+  text.redactor.apply(id, {}, [done](CaptureRedactor::Answer<CaptureRedactor::Applied> applied) {
+    if (!applied) return done(std::unexpected(sentence(applied.error())));
+    std::set<int> finds;
+    for (const SmartRedact::Proposal& proposal : applied->covered) finds.insert(proposal.match);
+    done(static_cast<int>(finds.size()));
+  });
+}
+
+void WindowsWing::copy(const std::string& words,
+                       const std::function<void(const std::string& failure)>& done) {
+  captures.desktop.clipboard().setText(words, [done](const Result<void>& copied) {
+    done(copied ? std::string() : copied.error().reason);
+  });
+}
+
 void WindowsWing::previewFor(const EntryPointer& entry, std::function<void(const Image&)> done) {
   const std::shared_ptr<PreviewCache> cache = previews();
   // It holds itself until it has answered.
@@ -304,6 +339,7 @@ std::shared_ptr<SettingsModel> WindowsWing::settings() {
                               .library = library,
                               .retention = captures.libraryWing.retention,
                               .recorder = recorder,
+                              .text = textPane,
                               .home = homeFolder()});
   openSettings_ = model;
   return model;

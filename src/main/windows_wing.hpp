@@ -13,10 +13,13 @@
 #include "app/library_pane.hpp"
 #include "app/settings_model.hpp"
 #include "app/shortcut_recorder.hpp"
+#include "app/smart_redact_session.hpp"
+#include "app/text_pane.hpp"
 #include "app/welcome_model.hpp"
 #include "library/entry_look.hpp"
 #include "library/preview_cache.hpp"
 #include "main/editor_wing.hpp"
+#include "main/text_wing.hpp"
 #include "platform/linux/desktop_file_launcher.hpp"
 #include "platform/linux/desktop_key_holders.hpp"
 
@@ -24,18 +27,20 @@ namespace vantorel {
 
 /// The program's windows in the tray, and what they are made of. Lives on the main runner.
 struct WindowsWing {
-  WindowsWing(CaptureWing& captures, EditorWing& editor);
+  WindowsWing(CaptureWing& captures, EditorWing& editor, TextWing& text);
   WindowsWing(const WindowsWing&) = delete;
   WindowsWing& operator=(const WindowsWing&) = delete;
   ~WindowsWing();
 
   CaptureWing& captures;
   EditorWing& editor;
+  TextWing& text;
   PictureFinish finish;  ///< draws what is on captures, for the screen
   DesktopFileLauncher launcher;
   DesktopKeyHolders keyHolders;
   AutostartSwitch autostart;
   LibraryPane library;
+  TextPane textPane;
   ShortcutRecorder recorder;
   CaptureWeigher weigher;
   AnnotationDrafts drafts;
@@ -48,6 +53,9 @@ struct WindowsWing {
   [[nodiscard]] CaptureEditors::Services editing();
   void open(const EntryPointer& entry, const FileLauncher::Done& done);
   void pin(const EntryPointer& entry, const FileLauncher::Done& done);
+  [[nodiscard]] ScanPicture scanning();
+  void redact(const std::string& id, const std::function<void(Result<int, std::string>)>& done);
+  void copy(const std::string& words, const std::function<void(const std::string& failure)>& done);
   void previewFor(const EntryPointer& entry, std::function<void(const Image&)> done);
   [[nodiscard]] std::shared_ptr<HistoryModel> history();
   [[nodiscard]] std::shared_ptr<PreviewCache> previews();

@@ -188,6 +188,7 @@ void addShortcuts(std::vector<SettingRow>& rows) {
   add(ShortcutID::previousArea, "captures the area that was dragged last");
   add(ShortcutID::fullscreen, "captures the main display");
   add(ShortcutID::window, "captures a window");
+  add(ShortcutID::captureText, "copies the text of an area", "Its text goes to the clipboard.");
   add(ShortcutID::history, "opens History");
   add(ShortcutID::openClipboard, "opens the clipboard's image in Annotate");
   add(ShortcutID::copyRecent1,
@@ -204,6 +205,52 @@ void addAnnotate(std::vector<SettingRow>& rows) {
                   .pane = annotate,
                   .label = "Done copies the picture",
                   .explanation = "To the clipboard, with everything drawn and covered."});
+}
+
+void addText(std::vector<SettingRow>& rows) {
+  rows.push_back({.key = "indexScreenshotText",
+                  .meaning = "the text of captures is read in the background, for the search",
+                  .pane = text,
+                  .label = "Read the text of captures",
+                  .explanation = "In the background, so that History finds them by it."});
+  rows.push_back({.key = "keepTextClips",
+                  .meaning = "text taken from the screen is kept in the library as well",
+                  .pane = text,
+                  .group = "Capture Text",
+                  .label = "Keep text in History",
+                  .explanation = "Text taken from the screen is copied; this keeps it as well."});
+  rows.push_back({.key = "joinCopiedTextLines",
+                  .meaning = "the lines of copied text are joined to paragraphs",
+                  .pane = text,
+                  .group = "Capture Text",
+                  .label = "Join lines",
+                  .explanation = "What ran over several lines is copied as one."});
+  rows.push_back({.key = "smartRedactAfterCapture",
+                  .meaning = "what is sensitive in a new capture is covered before it is filed",
+                  .pane = text,
+                  .group = "Smart Redact",
+                  .label = "Redact new captures",
+                  .explanation = "Before they are filed and copied. The untouched picture is kept "
+                                 "where only you can read it."});
+  rows.push_back({.key = "smartRedactFaces",
+                  .meaning = "Smart Redact looks for faces as well",
+                  .pane = text,
+                  .group = "Smart Redact",
+                  .label = "Look for faces"});
+  rows.push_back({.key = "smartRedactPeople",
+                  .meaning = "Smart Redact looks for people as well",
+                  .pane = text,
+                  .group = "Smart Redact",
+                  .label = "Look for people"});
+  rows.push_back(
+      {.key = "defaultRedactStyle",
+       .meaning = "how Smart Redact covers what it finds",
+       .pane = text,
+       .group = "Smart Redact",
+       .label = "Cover with",
+       .explanation = "Only a solid box leaves nothing to guess from.",
+       .control = Control::choice,
+       .choices = {{"gaussianBlur", "Blur"}, {"pixelate", "Pixels"}, {"solidBox", "A solid box"}}});
 }
 
 void addLibrary(std::vector<SettingRow>& rows) {
@@ -238,6 +285,7 @@ const std::vector<SettingRow>& settingRows() {
     addAfterCapture(rows);
     addShortcuts(rows);
     addAnnotate(rows);
+    addText(rows);
     addLibrary(rows);
     return rows;
   }();

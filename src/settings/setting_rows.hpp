@@ -14,6 +14,7 @@ enum class SettingsPane {
   afterCapture,
   shortcuts,
   annotate,
+  text,
   library,
   recording,
   assistants
@@ -26,6 +27,7 @@ inline constexpr auto enumNames<SettingsPane> = std::to_array<EnumName<SettingsP
     {SettingsPane::afterCapture, "After capture"},
     {SettingsPane::shortcuts, "Shortcuts"},
     {SettingsPane::annotate, "Annotate"},
+    {SettingsPane::text, "Text"},
     {SettingsPane::library, "Library"},
     {SettingsPane::recording, "Recording"},
     {SettingsPane::assistants, "Assistants"},

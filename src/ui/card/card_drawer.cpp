@@ -156,6 +156,7 @@ CardDrawer::CardDrawer(CardStack& stack, std::uint64_t number,
       compress_(new DrawerCell(IconName::compress, this)),
       redact_(new DrawerCell(IconName::redact, this)) {
   connect(compress_, &QAbstractButton::clicked, this, [this] { stack_.compress(number_); });
+  connect(redact_, &QAbstractButton::clicked, this, [this] { stack_.redact(number_); });
   stack_.openRows(number_);
   refresh();
 }

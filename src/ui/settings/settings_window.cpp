@@ -39,6 +39,7 @@ IconName symbolOf(SettingsPane pane) {
     case SettingsPane::afterCapture: return IconName::images;
     case SettingsPane::shortcuts: return IconName::keyboard;
     case SettingsPane::annotate: return IconName::annotate;
+    case SettingsPane::text: return IconName::textClip;
     case SettingsPane::library: return IconName::folder;
     case SettingsPane::recording: return IconName::record;
     case SettingsPane::assistants: return IconName::assistant;
@@ -128,6 +129,10 @@ void SettingsWindow::fitNavigation() {
 void SettingsWindow::changeEvent(QEvent* event) {
   WindowFrame::changeEvent(event);
   if (event->type() == QEvent::FontChange && navigation_ != nullptr) fitNavigation();
+  // Somebody may come back from installing what a row spoke of.
+  if (event->type() == QEvent::ActivationChange && isBuilt_ && isActiveWindow()) {
+    model_->lookAgain();
+  }
 }
 
 QWidget* SettingsWindow::makeTop() {

@@ -63,6 +63,7 @@ class SettingsWindowTest : public UiTestCase {
                                 .library = *session->pane,
                                 .retention = *session->retention,
                                 .recorder = *recorder,
+                                .text = session->text,
                                 .home = "/home/u"});
   }
 
