@@ -32,6 +32,11 @@ std::string wordAt(const std::vector<PlacedLetter>& letters, std::size_t begin) 
   return word;
 }
 
+/// As the hosts of a company may end.
+bool isSmallWord(std::string_view word) {
+  return word.size() >= 2 && word.size() <= 12 && std::ranges::all_of(word, isAsciiLower);
+}
+
 /// "com", "de," – what stands behind the blank that was read in a host.
 bool isEndingOfHost(std::string word) {
   while (!word.empty() && !isAsciiAlnum(word.back()) && word.back() >= 0) word.pop_back();
@@ -163,14 +168,50 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
         std::string_view(text.text).substr(word == text.text.npos ? 0 : word + 1);
     const bool isHostBefore = before.find('@') != before.npos ||
                               before.find("://") != before.npos || before.starts_with("www.");
-    const bool endsHost = isHostBefore && before.ends_with('.') && letter.beginsWord &&
-                          isEndingOfHost(wordAt(letters, i));
+    const bool isMailBefore = before.find('@') != before.npos;
+    const bool endsHost =
+        isHostBefore && before.ends_with('.') && letter.beginsWord &&
+        (isEndingOfHost(wordAt(letters, i)) || (isMailBefore && isSmallWord(wordAt(letters, i))));
     const bool dotAfterHost = isHostBefore && letter.beginsWord && letter.text == "." &&
                               i + 1 < letters.size() && !letters[i + 1].beginsWord;
     const bool joins =
         followsAt || followsScheme || isAtSign(letter.text) || endsHost || dotAfterHost;
     if (!joins || (letter.beginsLine && !followsAt)) addBreak(text, letter);
     text.add(isAtSign(letter.text) ? "@" : std::string_view(letter.text), static_cast<int>(i));
+  }
+  return text;
+}
+
+LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters) {
+  LetterText text;
+  std::string previous;
+  for (std::size_t begin = 0; begin < letters.size();) {
+    const std::size_t end = wordEnd(letters, begin);
+    const std::string word = wordAt(letters, begin);
+    const auto isDigit = [](char c) { return isAsciiDigit(c); };
+    const bool followsCode = previous.size() == 4 && std::ranges::all_of(previous, isDigit);
+    for (std::size_t i = begin; i < end; ++i) {
+      addBreak(text, letters[i]);
+      const std::string& letter = letters[i].text;
+      const std::size_t at = text.text.size();
+      const bool isSharp =
+          (text.text.ends_with("tra") && i + 1 < end && letters[i + 1].text == "e" &&
+           std::string_view("&B8fRhG$").find(letter) != std::string_view::npos);
+      const bool isJ = followsCode && i == begin + 1 && end - begin <= 3 &&
+                       std::string_view("])}j").find(letter) != std::string_view::npos &&
+                       isAsciiUpper(letters[begin].text.front());
+      const bool isRest = followsCode && i == begin + 2 && end - begin == 3 &&
+                          std::string_view("])}").find(letter) != std::string_view::npos;
+      if (isRest) continue;
+      const bool isO = letter == "0" && at > 0 && text.text.ends_with("P.");
+      text.add(isSharp ? "ß"
+               : isJ   ? "J"
+               : isO   ? "O"
+                       : std::string_view(letter),
+               static_cast<int>(i));
+    }
+    previous = word;
+    begin = end;
   }
   return text;
 }

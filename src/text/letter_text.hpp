@@ -47,6 +47,10 @@ struct LetterText {
 /// beside it, behind "://" and before the ending of a host.
 [[nodiscard]] LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters);
 
+/// With letters in the place of signs that are taken for them in postal addresses ("Stra&e",
+/// "1015 C]", "P.0. Box").
+[[nodiscard]] LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters);
+
 /// The digit that a letter is easily taken for, or is; 0: none.
 [[nodiscard]] char digitTakenFor(std::string_view letter);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 
 #include "text/code_points.hpp"
 
@@ -17,6 +18,29 @@ TextRange trimmed(std::string_view text, TextRange range) {
 }
 
 }  // namespace
+
+std::vector<SensitiveMatch> withoutInner(const std::vector<SensitiveMatch>& found) {
+  std::vector<std::size_t> order(found.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::ranges::sort(order, [&](std::size_t a, std::size_t b) {
+    const TextRange& one = found[a].range;
+    const TextRange& other = found[b].range;
+    return one.begin != other.begin ? one.begin < other.begin
+           : one.end != other.end   ? one.end > other.end
+                                    : a < b;
+  });
+  std::vector<bool> isInner(found.size());
+  std::size_t end = 0;
+  for (const std::size_t i : order) {
+    isInner[i] = found[i].range.end <= end;
+    end = std::max(end, found[i].range.end);
+  }
+  std::vector<SensitiveMatch> outer;
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    if (!isInner[i]) outer.push_back(found[i]);
+  }
+  return outer;
+}
 
 std::vector<SensitiveMatch> withoutOverlaps(const std::vector<SensitiveMatch>& found,
                                             std::string_view text) {

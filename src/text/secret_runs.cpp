@@ -43,9 +43,14 @@ std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
     const PlacedLetter& letter = letters[i];
     if (letter.beginsWord || letter.beginsLine) isOpen = false;
     const char c = byteOf(letter.text);
+    // A capital J is read as a bracket, between other letters only.
+    const bool isBracket = std::string_view("[]{}").find(c) != std::string_view::npos && isOpen &&
+                           (fragments.back().text.size() >= 8 ||
+                            (i + 1 < letters.size() && !letters[i + 1].beginsWord &&
+                             isTokenLetter(byteOf(letters[i + 1].text))));
     const bool assigns = c == '=' && i + 1 < letters.size() && !letters[i + 1].beginsWord &&
                          byteOf(letters[i + 1].text) != '=';
-    if (!isTokenLetter(c) || assigns) {
+    if ((!isTokenLetter(c) && !isBracket) || assigns) {
       isOpen = false;
       continue;
     }
@@ -126,7 +131,11 @@ bool isHexDigit(char c) { return isAsciiDigit(c) || isLike(c, "abcdefABCDEF"); }
 class Runs {
  public:
   explicit Runs(const std::vector<PlacedLetter>& letters)
-      : letters_(letters), fragments_(fragmentsOf(letters)) {}
+      : letters_(letters), fragments_(fragmentsOf(letters)), used_(fragments_.size()) {
+    for (std::size_t i = 0; i < fragments_.size(); ++i) {
+      if (fragments_[i].beginsLine) lineBegins_.push_back(i);
+    }
+  }
 
   std::vector<LetterFind> find() {
     findTokens();
@@ -145,61 +154,101 @@ class Runs {
            fragments_[i + 1].letters.front() == fragments_[i].letters.back() + 1;
   }
 
-  /// Whether what ends a line was broken there: lists have lines of one length, and what is wrapped
-  /// goes to the edge.
-  [[nodiscard]] bool isWrapped(std::size_t i) const {
-    const Fragment& last = fragments_[i];
-    const Fragment& next = fragments_[i + 1];
-    if (!last.endsLine || !next.beginsLine || next.line != last.line + 1) return false;
-    const auto length = static_cast<std::ptrdiff_t>(last.text.size());
-    const auto nextLength = static_cast<std::ptrdiff_t>(next.text.size());
-    if (length < 12 || std::abs(length - nextLength) <= 1) return length >= 48;
-    const PixelRect& end = letters_[static_cast<std::size_t>(last.letters.back())].box;
-    const PixelRect& begin = letters_[static_cast<std::size_t>(next.letters.front())].box;
-    const PixelRect& nextEnd = letters_[static_cast<std::size_t>(next.letters.back())].box;
-    // The next line lies below, and what was wrapped did not end before it.
-    return begin.y > end.y && begin.y < end.y + 4 * std::max(end.height, 8) && begin.x < end.x &&
-           nextEnd.right() <= end.right() + 2 * std::max(end.width, 4);
+  using Parts = std::vector<std::size_t>;  ///< fragments of one secret, in order
+
+  [[nodiscard]] const PixelRect& beginOf(std::size_t i) const {
+    return letters_[static_cast<std::size_t>(fragments_[i].letters.front())].box;
+  }
+  [[nodiscard]] const PixelRect& endOf(std::size_t i) const {
+    return letters_[static_cast<std::size_t>(fragments_[i].letters.back())].box;
   }
 
-  void add(Kind kind, std::size_t first, std::size_t last, bool isDoubtful = false) {
+  /// What may be the next part: the word behind, or at the end of a line the first one below, which
+  /// may have been read as part of another block.
+  [[nodiscard]] std::optional<std::size_t> next(const Parts& parts) const {
+    const std::size_t last = parts.back();
+    if (areNeighbours(last) && fragments_[last + 1].line == fragments_[last].line) return last + 1;
+    if (!fragments_[last].endsLine) return std::nullopt;
+    const PixelRect& end = endOf(last);
+    const int height = std::max(end.height, 8);
+    std::optional<std::size_t> below;
+    for (const std::size_t i : lineBegins_) {
+      const PixelRect& begin = beginOf(i);
+      const bool isBelow = begin.y > end.y + height / 3 && begin.y < end.y + height * 9 / 2;
+      if (!isBelow || begin.x >= end.x) continue;
+      const bool isNearer =
+          !below || begin.y < beginOf(*below).y - height / 2 ||
+          (begin.y < beginOf(*below).y + height / 2 && begin.x < beginOf(*below).x);
+      if (isNearer) below = i;
+    }
+    if (below && isWrapped(parts, *below)) return below;
+    return std::nullopt;
+  }
+
+  /// Whether a run was broken at the end of its line and goes on with `next`: lists have lines of
+  /// one length, what is wrapped goes to the edge.
+  [[nodiscard]] bool isWrapped(const Parts& parts, std::size_t next) const {
+    std::ptrdiff_t length = 0;
+    for (const std::size_t i : parts) {
+      if (fragments_[i].line == fragments_[parts.back()].line) {
+        length += static_cast<std::ptrdiff_t>(fragments_[i].text.size());
+      }
+    }
+    const Fragment& rest = fragments_[next];
+    if (length < 16) return false;
+    if (std::abs(length - static_cast<std::ptrdiff_t>(rest.text.size())) <= 1 && length < 45) {
+      return false;
+    }
+    // A crumb stands alone in its line.
+    const bool isAlone = rest.endsLine && rest.text.size() <= 6;
+    if (!isAlone && !looksRandom(rest.text)) return false;
+    const PixelRect& end = endOf(parts.back());
+    return endOf(next).right() <= end.right() + 2 * std::max(end.width, 4);
+  }
+
+  [[nodiscard]] bool isOnLine(const Parts& parts, std::size_t next) const {
+    return fragments_[next].line == fragments_[parts.back()].line;
+  }
+
+  void add(Kind kind, const Parts& parts, bool isDoubtful = false) {
     LetterFind find{.kind = kind, .letters = {}, .isDoubtful = isDoubtful};
-    for (std::size_t i = first; i <= last; ++i) {
+    for (const std::size_t i : parts) {
       find.letters.insert(find.letters.end(), fragments_[i].letters.begin(),
                           fragments_[i].letters.end());
+      if (!isDoubtful) used_[i] = true;
     }
+    std::ranges::sort(find.letters);
     found_.push_back(std::move(find));
   }
 
   void findTokens() {
     for (std::size_t first = 0; first < fragments_.size(); ++first) {
       // "key:sk-…" was split at the colon; "eyJ" in the midst of a word is none.
-      auto opening = openingOf(fragments_[first].text);
-      if (!opening) continue;
+      const auto opening = openingOf(fragments_[first].text);
+      if (!opening || used_[first]) continue;
       std::string text = fragments_[first].text;
-      std::size_t last = first;
+      Parts parts{first};
       const auto stops = [&] {
         return std::ranges::count_if(text, [](char c) { return c == '.' || c == ','; });
       };
-      while (areNeighbours(last)) {
-        const Fragment& next = fragments_[last + 1];
-        const bool isCut =
-            text.ends_with('.') || text.ends_with('-') || text.ends_with('_') ||
-            (opening->isDotted && (next.text.front() == '.' || next.text.front() == ','));
-        const bool isOnLine = next.line == fragments_[last].line;
-        if (!isOnLine && !isWrapped(last)) break;
+      while (const auto following = next(parts)) {
+        const std::string& more = fragments_[*following].text;
+        const bool isCut = text.ends_with('.') || text.ends_with('-') || text.ends_with('_') ||
+                           (opening->isDotted && (more.front() == '.' || more.front() == ','));
         const bool needsMore =
             text.size() < opening->shortest || (opening->isDotted && stops() < 2);
-        if (!(looksRandom(next.text) || isCut || (needsMore && isCrumb(next.text)))) break;
-        text += next.text;
-        ++last;
+        if (isOnLine(parts, *following) && !looksRandom(more) && !isCut &&
+            !(needsMore && isCrumb(more))) {
+          break;
+        }
+        text += more;
+        parts.push_back(*following);
       }
       const bool isWhole = text.size() >= opening->shortest && looksSecret(text.substr(3));
       if (isWhole && (!opening->isDotted || stops() >= 2 || text.size() >= 60)) {
-        add(opening->kind, first, last);
-        first = last;
+        add(opening->kind, parts);
       } else if (text.size() + 3 >= opening->shortest && looksSecret(text.substr(3))) {
-        add(opening->kind, first, last, true);
+        add(opening->kind, parts, true);
       }
     }
   }
@@ -212,25 +261,24 @@ class Runs {
 
   void findHex() {
     for (std::size_t first = 0; first < fragments_.size(); ++first) {
-      if (!isHexPart(fragments_[first].text) || fragments_[first].text.size() < 8) continue;
+      if (used_[first] || !isHexPart(fragments_[first].text)) continue;
+      if (fragments_[first].text.size() < 8) continue;
       std::size_t length = fragments_[first].text.size();
       std::size_t longest = length;
-      std::size_t last = first;
-      while (areNeighbours(last) && isHexPart(fragments_[last + 1].text)) {
-        const Fragment& next = fragments_[last + 1];
-        const bool isOnLine = next.line == fragments_[last].line;
-        if (!isOnLine && !isWrapped(last)) break;
+      Parts parts{first};
+      while (const auto following = next(parts)) {
+        const std::string& more = fragments_[*following].text;
+        if (!isHexRest(more)) break;
         // Two numbers side by side, each whole.
-        if (isOnLine && isWholeDigest(fragments_[last].text.size())) break;
-        if (isOnLine && next.text.size() < 3 && length + next.text.size() < 44) break;
-        length += next.text.size();
-        longest = std::max(longest, next.text.size());
-        ++last;
+        const std::size_t before = fragments_[parts.back()].text.size();
+        if (isOnLine(parts, *following) && isWholeDigest(before) && more.size() == before) break;
+        length += more.size();
+        longest = std::max(longest, more.size());
+        parts.push_back(*following);
       }
       constexpr std::size_t shortest = 45;  // of 48, for letters that were run together
       if (length >= shortest && longest >= 12) {
-        add(Kind::hexSecret, first, last);
-        first = last;
+        add(Kind::hexSecret, parts);
       }
     }
   }
@@ -247,18 +295,17 @@ class Runs {
 
   void findBase64() {
     for (std::size_t first = 0; first < fragments_.size(); ++first) {
-      if (!isBase64Part(fragments_[first].text) || fragments_[first].text.size() < 8) continue;
+      if (used_[first] || !isBase64Part(fragments_[first].text)) continue;
+      if (fragments_[first].text.size() < 8) continue;
       std::string text = fragments_[first].text;
       std::size_t longest = text.size();
-      std::size_t last = first;
-      while (areNeighbours(last) && isBase64Part(fragments_[last + 1].text)) {
-        const Fragment& next = fragments_[last + 1];
-        const bool isOnLine = next.line == fragments_[last].line;
-        if (!isOnLine && !isWrapped(last)) break;
-        if (isOnLine && !looksRandom(next.text)) break;
-        text += next.text;
-        longest = std::max(longest, next.text.size());
-        ++last;
+      Parts parts{first};
+      while (const auto following = next(parts)) {
+        const std::string& more = fragments_[*following].text;
+        if (!isBase64Part(more) && !(!isOnLine(parts, *following) && isCrumb(more))) break;
+        text += more;
+        longest = std::max(longest, more.size());
+        parts.push_back(*following);
       }
       const auto slashes = std::ranges::count(text, '/');
       const bool isPath = slashes >= 3 && !text.ends_with('=');
@@ -269,11 +316,20 @@ class Runs {
                          std::ranges::any_of(text, isAsciiDigit);
       constexpr std::size_t shortest = 37;  // of 40
       if (text.size() >= shortest && longest >= 14 && mixes && !isPath && hyphens == 0 &&
-          !isHexPart(text) && changesOften(text)) {
-        add(Kind::hexSecret, first, last);
-        first = last;
+          !isMostlyHex(text) && changesOften(text)) {
+        add(Kind::hexSecret, parts);
       }
     }
+  }
+
+  [[nodiscard]] static bool isHexRest(std::string_view text) {
+    return isHexPart(text) || (text.size() <= 4 && std::ranges::all_of(text, isHexDigit));
+  }
+
+  /// A hash with a few letters misread.
+  [[nodiscard]] static bool isMostlyHex(std::string_view text) {
+    const auto hex = std::ranges::count_if(text, isHexDigit);
+    return static_cast<std::size_t>(hex) * 20 >= text.size() * 17;
   }
 
   [[nodiscard]] static bool isBase64Part(std::string_view text) {
@@ -338,6 +394,12 @@ class Runs {
     return std::ranges::find(known, groups) != known.end();
   }
 
+  [[nodiscard]] static Parts range(std::size_t first, std::size_t last) {
+    Parts parts;
+    for (std::size_t i = first; i <= last; ++i) parts.push_back(i);
+    return parts;
+  }
+
   void findCards() {
     for (std::size_t first = 0; first < fragments_.size(); ++first) {
       if (!isDigitGroup(fragments_[first])) continue;
@@ -354,7 +416,7 @@ class Runs {
       const bool isCard = isCardNumber(digits.text);
       constexpr float certain = 0.75F;
       if (isCard || digits.taken > 0 || digits.least < certain) {
-        add(Kind::cardNumber, first, last, !isCard);
+        add(Kind::cardNumber, range(first, last), !isCard);
         if (isCard) first = last;
       }
     }
@@ -451,7 +513,7 @@ class Runs {
       }
       constexpr float certain = 0.75F;
       if (isRight || least < certain) {
-        add(Kind::iban, first, last, !isRight);
+        add(Kind::iban, range(first, last), !isRight);
         if (isRight) first = last;
       }
     }
@@ -459,6 +521,8 @@ class Runs {
 
   const std::vector<PlacedLetter>& letters_;
   std::vector<Fragment> fragments_;
+  std::vector<bool> used_;               ///< the fragments that belong to a find
+  std::vector<std::size_t> lineBegins_;  ///< the fragments that begin lines
   std::vector<LetterFind> found_;
 };
 

@@ -26,6 +26,7 @@ std::vector<SensitiveMatch> SensitiveTextDetector::matches(std::string_view text
     found.insert(found.end(), more.begin(), more.end());
   };
   for (const PatternRule& rule : patternRules()) add(matchesOf(rule, text));
+  found = withoutInner(found);
   add(linksIn(text));
   if (phones_ != nullptr) add(phonesIn(text, *phones_, regions_));
   add(postalAddressesIn(text));

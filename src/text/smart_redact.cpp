@@ -45,10 +45,10 @@ class LetterScan {
  public:
   LetterScan(const Image& picture, Letters letters, const SensitiveTextDetector& detector)
       : picture_(picture), letters_(std::move(letters)) {
-    for (const LetterText& text :
-         {textWithJoinedHosts(letters_), plainText(letters_), textWithDigits(letters_)}) {
+    for (const LetterText& text : {textWithJoinedHosts(letters_), plainText(letters_),
+                                   textWithDigits(letters_), textWithAddressLetters(letters_)}) {
       for (const SensitiveMatch& match : detector.matches(text.text)) {
-        add(match.kind, text.lettersIn(match.range));
+        if (!isHash(match, text.text)) add(match.kind, text.lettersIn(match.range));
       }
     }
     for (const LetterFind& find : misreadSecretsIn(letters_)) {
@@ -96,7 +96,19 @@ class LetterScan {
 
  private:
   /// Of finds that share letters, the first stays; the other as far as it has letters of its own.
-  void add(SensitiveMatchKind kind, const std::vector<int>& letters) {
+  /// Of a commit or a file, with a letter that was misread: encoded bytes are rarely digits and the
+  /// first letters of the alphabet.
+  [[nodiscard]] static bool isHash(const SensitiveMatch& match, std::string_view text) {
+    if (match.kind != SensitiveMatchKind::hexSecret || match.range.length() > 44) return false;
+    const std::string_view letters = text.substr(match.range.begin, match.range.length());
+    const auto hex = std::ranges::count_if(letters, [](char c) {
+      return isAsciiDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    });
+    return static_cast<std::size_t>(hex) * 20 >= letters.size() * 17;
+  }
+
+  void add(SensitiveMatchKind kind, std::vector<int> letters) {
+    if (kind >= SensitiveMatchKind::jwt) toWordEnd(letters);
     LetterFind find{.kind = kind, .letters = {}};
     for (const int letter : letters) {
       if (taken_.insert(letter).second) find.letters.push_back(letter);
@@ -119,6 +131,17 @@ class LetterScan {
       }
     }
     found_.push_back(std::move(find));
+  }
+
+  /// What a token ends in may have been misread as something that ends it.
+  void toWordEnd(std::vector<int>& letters) const {
+    constexpr std::string_view ends = "\"',;<>&";
+    for (auto i = static_cast<std::size_t>(letters.back()) + 1;
+         i < letters_.size() && !letters_[i].beginsWord && !letters_[i].beginsLine &&
+         ends.find(letters_[i].text) == ends.npos;
+         ++i) {
+      letters.push_back(static_cast<int>(i));
+    }
   }
 
   [[nodiscard]] PixelRect coverOf(const std::vector<int>& letters, int line,
