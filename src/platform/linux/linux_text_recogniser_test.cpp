@@ -194,13 +194,13 @@ TEST_F(LinuxTextRecogniserTest, LettersLieWhereTheirInkIs) {
 
 TEST_F(LinuxTextRecogniserTest, EachLineOfATallPictureIsReadOnce) {
   // Two columns whose lines are never at the same height: no row between two parts is empty.
-  DrawnPage page(900, 7'000);
+  DrawnPage page(900, 6'000);
   std::vector<std::string> expected;
-  for (int i = 0; 30 * i + 60 < 7'000; ++i) {
+  for (int i = 0; 44 * i + 70 < 6'000; ++i) {
     const std::string left = "Left row " + std::to_string(1000 + i);
     const std::string right = "Right row " + std::to_string(5000 + i);
-    page.write(40, 20 + 30 * i, left, "DejaVu Sans", 18, 0x202020);
-    page.write(520, 35 + 30 * i, right, "DejaVu Sans", 18, 0x202020);
+    page.write(40, 20 + 44 * i, left, "DejaVu Sans", 18, 0x202020);
+    page.write(520, 42 + 44 * i, right, "DejaVu Sans", 18, 0x202020);
     expected.push_back(left);
     expected.push_back(right);
   }
