@@ -3,6 +3,7 @@
 #include "main/scene_module.hpp"
 #include "platform/linux/linux_phone_number_finder.hpp"
 #include "platform/linux/linux_text_recogniser.hpp"
+#include "platform/linux/linux_visual_detector.hpp"
 #include "platform/linux/thread_priority.hpp"
 #include "text/phone_detector.hpp"
 
@@ -12,7 +13,7 @@ namespace {
 std::shared_ptr<const SmartRedact> smartRedact(std::shared_ptr<TextRecogniser> recogniser) {
   return std::make_shared<SmartRedact>(SmartRedact::Services{
       .recogniser = std::move(recogniser),
-      .visual = nullptr,
+      .visual = std::make_shared<LinuxVisualDetector>(),
       .detector = std::make_shared<SensitiveTextDetector>(
           std::make_shared<LinuxPhoneNumberFinder>(), phoneRegions(sessionLocale()))});
 }
