@@ -125,6 +125,34 @@ bool looksLikeNumber(std::string_view text, const Stretch& stretch) {
          text.substr(stretch.range.begin, stretch.range.length()).find('.') == text.npos;
 }
 
+/// "2024-06-11 12", "11.06.2024 12": a day, before a time of it.
+void skipDate(std::string_view text, Stretch& stretch) {
+  constexpr std::size_t length = 10;
+  constexpr std::size_t digitsOfDate = 8;
+  if (stretch.range.length() < length) return;
+  const std::string_view date = text.substr(stretch.range.begin, length);
+  const auto isForm = [&](std::string_view form) {
+    return std::ranges::equal(date, form, [](char c, char of) {
+      return of == '0' ? isAsciiDigit(c) : c == '-' || c == '.' || c == '/';
+    });
+  };
+  const bool isYearFirst = isForm("0000-00-00") && (date[0] == '1' || date[0] == '2');
+  if (!isYearFirst && !isForm("00-00-0000")) return;
+  stretch.range.begin += length;
+  stretch.digits -= digitsOfDate;
+  while (stretch.range.begin < stretch.range.end && text[stretch.range.begin] == ' ') {
+    ++stretch.range.begin;
+  }
+}
+
+/// Without a bracket that is closed behind the number, or not at all.
+TextRange withoutOpenBracket(std::string_view text, TextRange range) {
+  if (text[range.begin] == '(' && text.substr(range.begin, range.length()).find(')') == text.npos) {
+    ++range.begin;
+  }
+  return range;
+}
+
 bool isWordLetter(char c) { return isAsciiLetter(c) || c == '_' || c < 0; }
 
 }  // namespace
@@ -137,7 +165,9 @@ std::vector<SensitiveMatch> phonesIn(std::string_view text, PhoneNumberFinder& f
   std::size_t looks = looksOfAnyText + text.size() / bytesForALook;
   bool fails = false;
   Stretches stretches(text);
-  while (const auto stretch = stretches.next()) {
+  while (auto stretch = stretches.next()) {
+    skipDate(text, *stretch);
+    if (stretch->digits < fewestDigits) continue;
     const TextRange& range = stretch->range;
     if (range.begin > 0 && isWordLetter(text[range.begin - 1]) && !stretch->hasForm) continue;
     const std::vector<std::string>& tried = stretch->hasForm ? regions : home;
@@ -163,10 +193,11 @@ std::vector<SensitiveMatch> phonesIn(std::string_view text, PhoneNumberFinder& f
     }
     if (answer != known.end()) {
       for (const TextRange& number : answer->second) {
-        found.push_back({SensitiveMatchKind::phone, {begin + number.begin, begin + number.end}});
+        found.push_back({SensitiveMatchKind::phone,
+                         withoutOpenBracket(text, {begin + number.begin, begin + number.end})});
       }
     } else if (looksLikeNumber(text, *stretch)) {
-      found.push_back({SensitiveMatchKind::phone, range});
+      found.push_back({SensitiveMatchKind::phone, withoutOpenBracket(text, range)});
     }
   }
   return found;

@@ -78,9 +78,9 @@ const std::string frenchTown =
 const std::string frenchStreet =
     R"(\d{1,4}(?:[ ]?(?:bis|ter|quater|[A-D]))?,?[ ](?i:rue|avenue|av\.|boulevard|bd|boul\.|place|)"
     R"(chemin|allée|allées|impasse|quai|route|cours|square|passage|faubourg|villa|sentier|esplanade|)"
-    R"(rond-point|montée|ruelle|promenade)(?:[ ](?:(?i:de|du|des|la|le|les|et|à|aux|au|sur|en|)"
-    R"(saint|sainte|général|docteur|président)|\d{1,4}|(?:de[ ])?(?:[lLdD]['’])?\p{Lu})"
-    R"([\p{L}'’.-]{0,24}|[lLdD]['’]\p{L}{1,24})){1,7})";
+    R"(rond-point|montée|ruelle|promenade)(?:[ ](?:(?:[lLdD]['’])?\p{Lu}[\p{L}'’.-]{0,24}|)"
+    R"([lLdD]['’]\p{L}{1,24}|(?i:de|du|des|la|le|les|et|à|aux|au|sur|en|saint|sainte|général|)"
+    R"(docteur|président)(?!\p{L})|\d{1,4})){1,7})";
 
 const std::string dutchCode = R"([1-9]\d{3}[ ]?(?!SA|SD|SS)[A-Z]{2})";
 const std::string dutchStreet =

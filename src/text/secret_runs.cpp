@@ -30,6 +30,10 @@ bool isTokenLetter(char c) {
   return isAsciiAlnum(c) || others.find(c) != others.npos;
 }
 
+bool isLike(char c, std::string_view alternatives) {
+  return alternatives.find(c) != alternatives.npos;
+}
+
 char byteOf(const std::string& letter) {
   if (letter.size() == 1) return letter.front();
   if (letter == "—" || letter == "–" || letter == "‐") return '-';
@@ -43,11 +47,12 @@ std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
     const PlacedLetter& letter = letters[i];
     if (letter.beginsWord || letter.beginsLine) isOpen = false;
     const char c = byteOf(letter.text);
-    // A capital J is read as a bracket, between other letters only.
-    const bool isBracket = std::string_view("[]{}").find(c) != std::string_view::npos && isOpen &&
-                           (fragments.back().text.size() >= 8 ||
-                            (i + 1 < letters.size() && !letters[i + 1].beginsWord &&
-                             isTokenLetter(byteOf(letters[i + 1].text))));
+    // Capitals are read as brackets and the like, between other letters only.
+    const bool isFollowed = i + 1 < letters.size() && !letters[i + 1].beginsWord &&
+                            isTokenLetter(byteOf(letters[i + 1].text));
+    const bool isLong = isOpen && fragments.back().text.size() >= 8;
+    const bool isBracket = (isLike(c, "[]{}") && isOpen && (isLong || isFollowed)) ||
+                           (isLike(c, ")@&") && isLong && isFollowed);
     const bool assigns = c == '=' && i + 1 < letters.size() && !letters[i + 1].beginsWord &&
                          byteOf(letters[i + 1].text) != '=';
     if ((!isTokenLetter(c) && !isBracket) || assigns) {
@@ -66,10 +71,6 @@ std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
     fragments.back().endsWord = fragments.back().endsLine || letters[i + 1].beginsWord;
   }
   return fragments;
-}
-
-bool isLike(char c, std::string_view alternatives) {
-  return alternatives.find(c) != alternatives.npos;
 }
 
 /// Whether `text` begins with one of each of the alternatives.
@@ -201,7 +202,8 @@ class Runs {
     }
     // A crumb stands alone in its line.
     const bool isAlone = rest.endsLine && rest.text.size() <= 6;
-    if (!isAlone && !looksRandom(rest.text)) return false;
+    const bool isSign = std::ranges::none_of(rest.text, isAsciiAlnum);
+    if (!isAlone && !isSign && !looksRandom(rest.text)) return false;
     const PixelRect& end = endOf(parts.back());
     return endOf(next).right() <= end.right() + 2 * std::max(end.width, 4);
   }
@@ -221,11 +223,22 @@ class Runs {
     found_.push_back(std::move(find));
   }
 
+  /// How a word begins that may be one: of the longest beginning, in several words, all of them.
+  [[nodiscard]] std::string openingText(std::size_t first) const {
+    std::string text = fragments_[first].text;
+    if (text != "github") return text;
+    for (std::size_t i = first; i < first + 3 && areNeighbours(i); ++i) {
+      text += fragments_[i + 1].text;
+    }
+    return text.find("pat") == text.npos ? std::string() : "github_" + text.substr(6);
+  }
+
   void findTokens() {
     for (std::size_t first = 0; first < fragments_.size(); ++first) {
       // "key:sk-…" was split at the colon; "eyJ" in the midst of a word is none.
-      const auto opening = openingOf(fragments_[first].text);
-      if (!opening || used_[first]) continue;
+      if (used_[first]) continue;
+      const auto opening = openingOf(openingText(first));
+      if (!opening) continue;
       std::string text = fragments_[first].text;
       Parts parts{first};
       const auto stops = [&] {
@@ -235,10 +248,11 @@ class Runs {
         const std::string& more = fragments_[*following].text;
         const bool isCut = text.ends_with('.') || text.ends_with('-') || text.ends_with('_') ||
                            (opening->isDotted && (more.front() == '.' || more.front() == ','));
+        const bool isOpening = text.size() <= 12 && text.starts_with("github");
         const bool needsMore =
             text.size() < opening->shortest || (opening->isDotted && stops() < 2);
         if (isOnLine(parts, *following) && !looksRandom(more) && !isCut &&
-            !(needsMore && isCrumb(more))) {
+            !(needsMore && isCrumb(more)) && !isOpening && !isSplinter(parts, *following)) {
           break;
         }
         text += more;
@@ -251,6 +265,21 @@ class Runs {
         add(opening->kind, parts, true);
       }
     }
+  }
+
+  /// A sign or a few letters that were torn from the token that goes on behind them.
+  [[nodiscard]] bool isSplinter(const Parts& parts, std::size_t i) const {
+    const std::string& text = fragments_[i].text;
+    const bool isSign = std::ranges::none_of(text, isAsciiAlnum);
+    if (text.size() > 3) return false;
+    Parts more = parts;
+    more.push_back(i);
+    const auto following = next(more);
+    if (!following) return isSign;
+    const std::string& behind = fragments_[*following].text;
+    if (looksRandom(behind)) return true;
+    return behind.size() <= 3 && isOnLine(more, *following) && more.size() < parts.size() + 2 &&
+           isSplinter(more, *following);
   }
 
   /// Words joined by hyphens are none.
@@ -323,7 +352,8 @@ class Runs {
   }
 
   [[nodiscard]] static bool isHexRest(std::string_view text) {
-    return isHexPart(text) || (text.size() <= 4 && std::ranges::all_of(text, isHexDigit));
+    return isHexPart(text) || (text.size() <= 4 && std::ranges::all_of(text, isHexDigit)) ||
+           (text.size() >= 8 && isMostlyHex(text) && std::ranges::all_of(text, isAsciiAlnum));
   }
 
   /// A hash with a few letters misread.
@@ -475,7 +505,8 @@ class Runs {
             : c == '8'                         ? 'B'
             : c == '5'                         ? 'S'
                                                : c;
-      const std::size_t length = lengthFor(country);
+      const bool isNamed = isAsciiUpper(begin[0]) || isAsciiUpper(begin[1]);
+      const std::size_t length = isNamed ? lengthFor(country) : 0;
       if (length == 0 || digitTakenFor(begin.substr(2, 1)) == 0 ||
           digitTakenFor(begin.substr(3, 1)) == 0)
         continue;
@@ -485,8 +516,9 @@ class Runs {
              fragments_[last + 1].line <= fragments_[last].line + 1) {
         text += fragments_[++last].text;
       }
-      if (text.size() != length ||
-          !std::ranges::all_of(text, [](char c) { return isAsciiAlnum(c) || isLike(c, "|!"); }))
+      if (text.size() != length || !std::ranges::all_of(text, [](char c) {
+            return isAsciiUpper(c) || digitTakenFor(std::string_view(&c, 1)) != 0;
+          }))
         continue;
       const auto digits = std::ranges::count_if(
           text, [](char c) { return digitTakenFor(std::string_view(&c, 1)) != 0; });
@@ -503,7 +535,7 @@ class Runs {
         c = c >= 'a' && c <= 'z'   ? static_cast<char>(c - 'a' + 'A')
             : c == '|' || c == '!' ? '1'
                                    : c;
-      int tries = 400;
+      int tries = 6;
       const bool isRight = isIban(plain) || repairs(text, 4, tries);
       float least = 1;
       for (std::size_t i = first; i <= last; ++i) {

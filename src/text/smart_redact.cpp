@@ -161,8 +161,8 @@ class LetterScan {
     const int top = std::max(whole.y, box.y - (tallest - box.height));
     const int bottom = std::min(whole.bottom(), box.bottom() + (tallest - box.height));
     const PixelRect ink = inkBox(picture_, {box.x, top, box.width, bottom - top}, others);
-    // A seventh of the letters' height, two pixels at least.
-    return grown(ink, std::max(2, ink.height / 7), picture_.size());
+    // A sixth of the letters' height, three pixels at least.
+    return grown(ink, std::max(3, ink.height / 6), picture_.size());
   }
 
   /// Whether a word of the line is long and mixed enough for a secret, or has the sign of an
