@@ -177,7 +177,7 @@ std::vector<SensitiveMatch> phonesIn(std::string_view text, PhoneNumberFinder& f
     std::size_t end = range.end < text.size() && text[range.end] >= 0 ? range.end + 1 : range.end;
     constexpr std::size_t extension = 12;
     if (text.substr(range.end, 5).find_first_of("xX#") != text.npos) {
-      while (end < std::min(text.size(), range.end + extension) && text[end] >= 0) ++end;
+      while (end < std::min(text.size(), range.end + extension) && text[end] >= ' ') ++end;
     }
     const std::string_view shown = text.substr(begin, end - begin);
     auto answer = known.find(shown);

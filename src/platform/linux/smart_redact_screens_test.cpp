@@ -340,7 +340,7 @@ TEST_P(SmartRedactScreensTest, PlantedSecretsAreCoveredAndNotReadAgain) {
 
 INSTANTIATE_TEST_SUITE_P(Looks, SmartRedactScreensTest,
                          testing::Range<std::size_t>(0, looks().size()),
-                         [](const auto& info) { return std::string(looks()[info.param].name); });
+                         [](const auto& made) { return std::string(looks()[made.param].name); });
 
 }  // namespace
 }  // namespace vantorel
