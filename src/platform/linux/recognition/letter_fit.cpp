@@ -96,6 +96,7 @@ class LineInk {
 struct Parting {
   std::vector<int> cuts;  ///< where they begin, and the end of the last
   double cost = 0;
+  bool isEven = true;  ///< as a typewriter writes
 };
 
 /// Parts the columns of `span` into stretches that are about as wide as `widths` say, where there
@@ -153,35 +154,38 @@ Parting parted(const std::vector<double>& widths, Span span, const LineInk& ink)
   return parting;
 }
 
-/// Where the letters of a word begin, and the end of the last: as a font of even widths has them,
-/// or one of usual widths, whichever fits the ink.
-std::vector<int> cutsBetween(const ReadWord& word, Span span, const LineInk& ink) {
+/// Parts a word as a font of even widths has it, or one of usual widths, whichever fits the ink.
+Parting partedWord(const ReadWord& word, Span span, const LineInk& ink) {
   const std::vector<double> even(word.letters.size(), 1);
   std::vector<double> usual;
   for (const ReadLetter& letter : word.letters) {
     usual.push_back(std::max(usualLetterWidth(letter.text), 0.1));
   }
   Parting best = parted(even, span, ink);
-  if (Parting other = parted(usual, span, ink); other.cost < best.cost) best = std::move(other);
-  return std::move(best.cuts);
+  Parting other = parted(usual, span, ink);
+  other.isEven = false;
+  return other.cost < best.cost ? std::move(other) : std::move(best);
 }
 
-void fitWord(ReadWord& word, Span span, const LineInk& ink) {
+/// Answers whether the letters were parted, and stand as unevenly as those of most fonts.
+bool fitWord(ReadWord& word, Span span, const LineInk& ink) {
   const PixelRect box = ink.inkBox(span);
-  if (box.isEmpty()) return;
+  if (box.isEmpty()) return false;
   span = {box.x, box.right()};
   word.box = box;
   if (span.length() < static_cast<int>(word.letters.size())) {
     for (ReadLetter& letter : word.letters) letter.box = box;
-    return;
+    return false;
   }
-  const std::vector<int> cuts = cutsBetween(word, span, ink);
+  const Parting parting = partedWord(word, span, ink);
+  const std::vector<int>& cuts = parting.cuts;
   for (std::size_t i = 0; i < word.letters.size(); ++i) {
     const Span columns{cuts[i], cuts[i + 1]};
     const PixelRect letter = ink.inkBox(columns);
     word.letters[i].box =
         letter.isEmpty() ? PixelRect{columns.begin, box.y, columns.length(), box.height} : letter;
   }
+  return !parting.isEven;
 }
 
 PixelRect around(const PixelRect& a, const PixelRect& b) {
@@ -190,11 +194,48 @@ PixelRect around(const PixelRect& a, const PixelRect& b) {
   return {left, top, std::max(a.right(), b.right()) - left, std::max(a.bottom(), b.bottom()) - top};
 }
 
+bool isDigit(const ReadLetter& letter) {
+  return letter.text.front() >= '0' && letter.text.front() <= '9';
+}
+
+bool isPlainLetter(const ReadLetter& letter) {
+  const auto first = static_cast<unsigned char>(letter.text.front());
+  return first >= 0x80 || (first >= 'A' && first <= 'Z') || (first >= 'a' && first <= 'z');
+}
+
+/// The words in what was read as one: a recogniser misses the narrow blanks of interfaces. What may
+/// be a number or a key is left whole.
+std::vector<ReadWord> wordsIn(ReadWord word, int lineHeight) {
+  constexpr std::size_t longest = 20;
+  std::vector<ReadWord> words;
+  if (word.letters.size() > longest) {
+    words.push_back(std::move(word));
+    return words;
+  }
+  const double leastGap = std::max(4.0, 0.34 * lineHeight);
+  for (std::size_t i = 0; i < word.letters.size(); ++i) {
+    const ReadLetter& letter = word.letters[i];
+    bool isApart = words.empty();
+    if (i > 0) {
+      const ReadLetter& before = word.letters[i - 1];
+      const bool areWords = isPlainLetter(before) || isPlainLetter(letter);
+      const bool areLetters =
+          (isPlainLetter(before) || isDigit(before)) && (isPlainLetter(letter) || isDigit(letter));
+      isApart = areWords && areLetters && letter.box.x - before.box.right() >= leastGap;
+    }
+    if (isApart) words.push_back({{}, letter.box});
+    words.back().box = around(words.back().box, letter.box);
+    words.back().letters.push_back(letter);
+  }
+  return words;
+}
+
 }  // namespace
 
 void fitToInk(const InkPage& page, ReadLine& line) {
   const LineInk ink(page, line);
   const int height = ink.rows().length();
+  std::vector<ReadWord> fitted;
   for (std::size_t i = 0; i < line.words.size(); ++i) {
     ReadWord& word = line.words[i];
     // A word reaches as far as its ink does, but not into its neighbours.
@@ -209,8 +250,14 @@ void fitToInk(const InkPage& page, ReadLine& line) {
               std::clamp(word.box.right(), 1, page.size.width)};
     while (span.begin > std::max(leftBound, 0) && ink.hasInk(span.begin - 1)) --span.begin;
     while (span.end < std::min(rightBound, page.size.width) && ink.hasInk(span.end)) ++span.end;
-    if (span.length() > 0) fitWord(word, span, ink);
+    const bool isUneven = span.length() > 0 && fitWord(word, span, ink);
+    if (isUneven) {
+      for (ReadWord& part : wordsIn(word, height)) fitted.push_back(std::move(part));
+    } else {
+      fitted.push_back(word);
+    }
   }
+  line.words = std::move(fitted);
   line.box = line.words.front().box;
   for (const ReadWord& word : line.words) line.box = around(line.box, word.box);
 }

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "base/utf8.hpp"
+#include "platform/linux/recognition/reading_noise.hpp"
 
 namespace vantorel {
 namespace {
@@ -43,16 +44,28 @@ std::string letterAt(const tesseract::ResultIterator& at) {
 
 /// From left to right within a line. The iterator's own steps go by the direction of each line's
 /// script, and look through the page from its beginning at every letter for it.
-std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at) {
+std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at, bool keepsNoise) {
   const auto begins = [&](tesseract::PageIteratorLevel level) {
     return at.PageIterator::IsAtBeginningOf(level);
   };
   std::vector<ReadBlock> blocks;
+  std::vector<float> confidences;
+  const auto endLine = [&] {
+    if (blocks.empty() || blocks.back().lines.empty()) return;
+    ReadLine& line = blocks.back().lines.back();
+    if (!keepsNoise) dropNoise(line, confidences);
+    std::erase_if(line.words, [](const ReadWord& word) { return word.letters.empty(); });
+    if (line.words.empty()) blocks.back().lines.pop_back();
+    confidences.clear();
+  };
   do {
     if (at.Empty(tesseract::RIL_SYMBOL)) continue;
-    if (blocks.empty() || begins(tesseract::RIL_BLOCK)) blocks.emplace_back();
+    const bool isNewBlock = blocks.empty() || begins(tesseract::RIL_BLOCK);
+    const bool isNewLine = isNewBlock || confidences.empty() || begins(tesseract::RIL_TEXTLINE);
+    if (isNewLine) endLine();
+    if (isNewBlock) blocks.emplace_back();
     std::vector<ReadLine>& lines = blocks.back().lines;
-    if (lines.empty() || begins(tesseract::RIL_TEXTLINE)) {
+    if (isNewLine) {
       lines.emplace_back();
       lines.back().box = boxOf(at, tesseract::RIL_TEXTLINE);
       lines.back().confidence = at.Confidence(tesseract::RIL_TEXTLINE) / 100;
@@ -61,18 +74,14 @@ std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at) {
     if (words.empty() || begins(tesseract::RIL_WORD)) {
       words.emplace_back();
       words.back().box = boxOf(at, tesseract::RIL_WORD);
+      confidences.push_back(at.Confidence(tesseract::RIL_WORD) / 100);
     }
     std::string letter = letterAt(at);
     if (letter.empty()) continue;
     words.back().letters.push_back({std::move(letter), boxOf(at, tesseract::RIL_SYMBOL),
                                     at.Confidence(tesseract::RIL_SYMBOL) / 100});
   } while (at.PageIterator::Next(tesseract::RIL_SYMBOL));
-  for (ReadBlock& block : blocks) {
-    for (ReadLine& line : block.lines) {
-      std::erase_if(line.words, [](const ReadWord& word) { return word.letters.empty(); });
-    }
-    std::erase_if(block.lines, [](const ReadLine& line) { return line.words.empty(); });
-  }
+  endLine();
   std::erase_if(blocks, [](const ReadBlock& block) { return block.lines.empty(); });
   return blocks;
 }
@@ -119,7 +128,7 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractEngine::read(
     std::vector<ReadBlock> blocks;
     if (answer == 0 && !stop.stop_requested()) {
       const std::unique_ptr<tesseract::ResultIterator> at(api_->GetIterator());
-      if (at != nullptr) blocks = blocksOf(*at);
+      if (at != nullptr) blocks = blocksOf(*at, isOneLine);
     }
     api_->Clear();
     if (stop.stop_requested()) return std::unexpected(failure(Case::cancelled));

@@ -1,5 +1,7 @@
 #include "platform/linux/recognition/tesseract_recogniser.hpp"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -106,45 +108,6 @@ void shift(ReadLine& line, int x, int y) {
     shift(word.box, x, y);
     for (ReadLetter& letter : word.letters) shift(letter.box, x, y);
   }
-}
-
-float confidenceOf(const ReadWord& word) {
-  float sum = 0;
-  for (const ReadLetter& letter : word.letters) sum += letter.confidence;
-  return sum / static_cast<float>(word.letters.size());
-}
-
-bool isLetterOrDigit(const ReadLetter& letter) {
-  const auto first = static_cast<unsigned char>(letter.text.front());
-  return first >= 0x80 || (first >= '0' && first <= '9') || (first >= 'A' && first <= 'Z') ||
-         (first >= 'a' && first <= 'z');
-}
-
-/// What is read in pictures and ornaments: short, doubtful, and mostly marks. A long word stays
-/// however doubtful it is, for nobody should learn from it that there was nothing.
-bool isNoise(const ReadWord& word) {
-  const float confidence = confidenceOf(word);
-  const auto letters = std::ranges::count_if(word.letters, isLetterOrDigit);
-  if (letters == 0) return confidence < 0.6F;
-  if (word.letters.size() <= 2) return confidence < 0.45F;
-  return word.letters.size() <= 5 && confidence < 0.35F;
-}
-
-/// Takes the noise out of a line, and answers whether nothing else is left.
-bool isNoise(ReadLine& line) {
-  std::erase_if(line.words, [](const ReadWord& word) { return isNoise(word); });
-  if (line.words.empty()) return true;
-  float sum = 0;
-  std::ptrdiff_t letters = 0;
-  std::size_t longest = 0;
-  for (const ReadWord& word : line.words) {
-    sum += confidenceOf(word);
-    letters += std::ranges::count_if(word.letters, isLetterOrDigit);
-    longest = std::max(longest, word.letters.size());
-  }
-  const float mean = sum / static_cast<float>(line.words.size());
-  if (letters < 2) return mean < 0.75F;
-  return longest <= 8 && mean < 0.45F;
 }
 
 /// The color of the ground around a word, that of most of the places beside its corners.
@@ -296,7 +259,6 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractRecogniser::readText
         for (ReadBlock& panel : panelsOf(std::move(block), picture, page, band)) {
           ReadBlock kept;
           for (ReadLine& line : panel.lines) {
-            if (!request.isOneLine && isNoise(line)) continue;
             fitToInk(page, line);
             shift(line, band.x, band.y);
             // A line belongs to the part that its middle is in. Where two parts meet, it may have
@@ -368,7 +330,10 @@ Result<PictureReading, RecognitionFailure> TesseractRecogniser::read(const Image
 
 void TesseractRecogniser::release() {
   const std::scoped_lock lock(mutex_);
-  if (!isReading_) engine_.reset();
+  if (isReading_ || engine_ == nullptr) return;
+  engine_.reset();
+  // Its many small pieces would stay with the process otherwise.
+  ::malloc_trim(0);
 }
 
 }  // namespace vantorel
