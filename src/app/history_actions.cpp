@@ -7,6 +7,7 @@
 
 #include "base/check.hpp"
 #include "base/round_trip.hpp"
+#include "editor/capture_text.hpp"
 #include "editor/entry_document.hpp"
 #include "library/entry_changes.hpp"
 #include "library/entry_failure.hpp"
@@ -35,6 +36,7 @@ bool needsFile(HistoryAction action) {
     case star:
     case collect:
     case copyPath:
+    case copyText:
     case remove: return false;
   }
   std::unreachable();
@@ -43,7 +45,8 @@ bool needsFile(HistoryAction action) {
 bool changesLibrary(HistoryAction action) {
   using enum HistoryAction;
   return action != annotate && action != pin && action != open && action != copyPicture &&
-         action != copyPath && action != saveAs && action != reveal && action != dragOut;
+         action != copyPath && action != copyText && action != saveAs && action != reveal &&
+         action != dragOut;
 }
 
 bool isForOne(HistoryAction action) {
@@ -63,12 +66,16 @@ std::string closed(std::string text) {
 }
 
 /// What of a capture keeps an action from it.
-enum class Hindrance { noPicture, fileGone, folderReplaced, away, redacted, withinReach };
+enum class Hindrance { noPicture, noText, fileGone, folderReplaced, away, redacted, withinReach };
 
 std::optional<Hindrance> hindranceOf(
     HistoryAction action, const ScreenshotEntry& entry,
     const std::function<FileReach(const ScreenshotEntry&)>& reachOf) {
   if (isForPictures(action) && entry.medium != CaptureMedium::image) return Hindrance::noPicture;
+  if (action == HistoryAction::copyText) {
+    std::string room;
+    if (captureTextIn(entry, room).empty()) return Hindrance::noText;
+  }
   if (needsFile(action)) {
     switch (reachOf(entry)) {
       case FileReach::there: break;
@@ -90,6 +97,7 @@ std::optional<Hindrance> hindranceOf(
 const char* clauseOf(Hindrance hindrance, bool isOne) {
   switch (hindrance) {
     case Hindrance::noPicture: return isOne ? "is no picture" : "are no pictures";
+    case Hindrance::noText: return isOne ? "has no text" : "have no text";
     case Hindrance::fileGone: return isOne ? "has lost its file" : "have lost their files";
     case Hindrance::folderReplaced:
     case Hindrance::away: return isOne ? "is out of reach" : "are out of reach";
@@ -130,6 +138,7 @@ std::string clauseOf(const std::vector<Hindrance>& hindrances) {
 std::string sentenceOf(Hindrance hindrance, HistoryAction action, FileReach reach) {
   switch (hindrance) {
     case Hindrance::noPicture: return "This is for pictures only.";
+    case Hindrance::noText: return "No text has been read on it.";
     case Hindrance::fileGone:
       return "Its file is gone. Use Remove from History to take it out of Vantorel.";
     case Hindrance::folderReplaced:
@@ -162,6 +171,7 @@ std::string sentenceOf(const std::vector<Hindrance>& hindrances, HistoryAction a
   if (areAll(Hindrance::withinReach)) {
     return "The files can be reached: move the captures to the Trash.";
   }
+  if (areAll(Hindrance::noText)) return "No text has been read on them.";
   for (const Hindrance one : {Hindrance::noPicture, Hindrance::redacted}) {
     if (areAll(one)) return sentenceOf(one, action, FileReach::there);
   }
@@ -403,6 +413,23 @@ void HistoryActions::copyPaths(const EntryList& entries) {
       say_({.text = closed("Copy failed: " + copied.error().reason)});
     }));
   });
+}
+
+void HistoryActions::copyText(const EntryList& entries) {
+  std::string text;
+  for (const EntryPointer& entry : take(HistoryAction::copyText, entries)) {
+    if (!text.empty()) text += "\n\n";
+    text += copiedCaptureText(*entry, services_.joinsLines());
+  }
+  if (text.empty()) return;
+  Clipboard* const clipboard = services_.clipboard();
+  if (clipboard == nullptr) {
+    return say_({.text = closed(sentence(CopyFailure{CopyFailure::Case::noClipboard}))});
+  }
+  clipboard->setText(std::move(text), lifetime_.guard([this](const Result<void>& copied) {
+    if (copied) return say_({.text = "Text copied", .kind = Kind::done});
+    say_({.text = closed("Copy failed: " + copied.error().reason)});
+  }));
 }
 
 void HistoryActions::saveAs(const EntryPointer& entry, const Path& file) {

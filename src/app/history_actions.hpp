@@ -27,6 +27,7 @@ enum class HistoryAction {
   collect,
   copyPicture,
   copyPath,
+  copyText,  ///< what stands on them
   saveAs,
   convert,
   compress,
@@ -63,6 +64,7 @@ class HistoryActions {
     CaptureExport& exporting;
     LibraryPrune& prune;
     std::function<Clipboard*()> clipboard;                     ///< null when there is none
+    std::function<bool()> joinsLines;                          ///< of text that is copied
     std::function<FileReach(const ScreenshotEntry&)> reachOf;  ///< as it was last looked for
     /// Opens pictures in Annotate; told of those that could not be.
     std::function<void(const std::vector<NamedPicture>& pictures,
@@ -105,6 +107,10 @@ class HistoryActions {
 
   /// One a line.
   void copyPaths(const EntryList& entries);
+
+  /// The text on them as the user wants it, without what redactions cover; lines are joined when
+  /// the settings say so.
+  void copyText(const EntryList& entries);
 
   /// The picture elsewhere, in the format that the name's extension says, or in its own.
   void saveAs(const EntryPointer& entry, const Path& file);

@@ -54,7 +54,7 @@ constexpr std::size_t textsAtOnce = 2000;
 HistoryModel::HistoryModel(Services services)
     : services_(std::move(services)),
       listing_(services_.library.store(), services_.library.clock(), services_.dayOf,
-               {.main = services_.main, .work = services_.actions.work, .textOf = captureTextIn}),
+               {.main = services_.main, .work = services_.reading, .textOf = captureTextIn}),
       counts_(services_.library.store()),
       actions_(
           services_.actions, [this](HistoryNotice notice) { say(std::move(notice)); },

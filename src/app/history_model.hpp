@@ -64,6 +64,7 @@ class HistoryModel {
  public:
   struct Services {
     std::shared_ptr<TaskRunner> main;
+    std::shared_ptr<TaskRunner> reading;  ///< reads the texts that are searched
     Library& library;
     SettingsStore& settings;
     HistoryActions::Services actions;

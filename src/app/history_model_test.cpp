@@ -35,6 +35,48 @@ TEST(HistoryModelTest, AnEmptyWindowSaysWhy) {
   EXPECT_EQ(run.model.blank()->text, "Drop captures here, or file new ones into it.");
 }
 
+TEST(HistoryModelTest, SearchesTheTextOnPicturesAndCopiesIt) {
+  HistorySession run;
+  run.open();
+  const HistoryModel& model = run.model;
+  run.add("a", 1, [](ScreenshotEntry& entry) {
+    entry.pixelWidth = 160;
+    entry.pixelHeight = 100;
+    entry.ocrText = "the total is 48";
+    entry.ocrBlocks = {OCRBlock{
+        .lines = {{.text = *entry.ocrText, .box = {0.1F, 0.1F, 0.8F, 0.1F, {}}}}, .extra = {}}};
+  });
+  run.add("b", 2);
+  run.runners.run();
+  run.model.search("TOTAL");
+  EXPECT_THAT(run.listed(), ElementsAre("a"));
+  EXPECT_EQ(model.snippetOf(0).text, "the total is 48");
+  EXPECT_EQ(model.snippetOf(0).hits, (std::vector<TextRange>{{4, 9}}));
+  ASSERT_EQ(model.hitsOf(0).size(), 1U);
+  EXPECT_NEAR(model.hitsOf(0)[0].y, 0.1, 1e-6);
+
+  // The lower half alone is shown, and what is found there lies elsewhere.
+  ASSERT_TRUE(run.store.update("a", [](ScreenshotEntry& entry) {
+    entry.ocrBlocks->at(0).lines[0].box.y = 0.6F;
+    entry.crop = Box{0, 50, 160, 50};
+  }));
+  run.runners.run();
+  ASSERT_EQ(model.hitsOf(0).size(), 1U);
+  EXPECT_NEAR(model.hitsOf(0)[0].y, 0.2, 1e-6);
+  EXPECT_NEAR(model.hitsOf(0)[0].h, 0.2, 1e-6);
+  run.model.search("the 48");
+  EXPECT_EQ(model.snippetOf(0).hits.size(), 2U) << "it is of what is searched now";
+
+  run.model.clearSearch();
+  EXPECT_TRUE(model.snippetOf(0).isEmpty());
+  run.choose("a");
+  run.alsoChoose("b");
+  run.model.actions().copyText(model.subjects());
+  EXPECT_EQ(run.clipboard.text, "the total is 48");
+  run.choose("b");
+  EXPECT_EQ(run.obstacle(HistoryAction::copyText), "No text has been read on it.");
+}
+
 TEST(HistoryModelTest, SidebarFollowsTheUsersCollections) {
   HistorySession run;
   run.open();

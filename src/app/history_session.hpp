@@ -175,6 +175,7 @@ struct HistorySession : TestLibrary {
   std::optional<std::string> annotateFails;
   HistoryModel::Services services{
       .main = runners.main(),
+      .reading = runners.runner("search"),
       .library = library,
       .settings = settings,
       .actions = {.main = runners.main(),
@@ -186,6 +187,7 @@ struct HistorySession : TestLibrary {
                   .exporting = exporting,
                   .prune = prune,
                   .clipboard = [this]() -> Clipboard* { return &clipboard; },
+                  .joinsLines = [this] { return settings.values().joinCopiedTextLines; },
                   .reachOf =
                       [this](const ScreenshotEntry& entry) {
                         const auto found = reach.find(entry.id);

@@ -141,6 +141,26 @@ std::string corrected(const ScreenshotEntry& entry) {
   return EditedReading{.blocks = *entry.ocrBlocks, .edited = *entry.editedText}.text();
 }
 
+/// With the lines of each paragraph on one line; a hyphen at a line's end stays one.
+std::string joinedLines(std::string_view text) {
+  std::string joined;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\n') {
+      joined += text[i];
+      continue;
+    }
+    std::size_t count = 0;
+    for (; i < text.size() && text[i] == '\n'; ++i) ++count;
+    --i;
+    if (count > 1) {
+      joined.append(count, '\n');
+    } else if (!joined.empty() && joined.back() != ' ' && joined.back() != '-') {
+      joined += ' ';
+    }
+  }
+  return joined;
+}
+
 }  // namespace
 
 std::string ShownLine::text() const {
@@ -257,23 +277,10 @@ ScreenshotEntry withShownText(const ScreenshotEntry& entry) {
   return shown;
 }
 
-std::string joinedLines(std::string_view text) {
-  std::string joined;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\n') {
-      joined += text[i];
-      continue;
-    }
-    std::size_t count = 0;
-    for (; i < text.size() && text[i] == '\n'; ++i) ++count;
-    --i;
-    if (count > 1) {
-      joined.append(count, '\n');
-    } else if (!joined.empty() && joined.back() != ' ') {
-      joined += ' ';
-    }
-  }
-  return joined;
+std::string copiedCaptureText(const ScreenshotEntry& entry, bool joinsLines) {
+  const bool joins = joinsLines && entry.textShape.value_or(TextShape::plain) == TextShape::plain;
+  std::string text = captureText(entry);
+  return joins ? joinedLines(text) : text;
 }
 
 }  // namespace vantorel

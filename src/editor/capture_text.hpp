@@ -38,8 +38,9 @@ struct ShownLine {
 /// The entry with what may be shown of its text and codes, for whoever prints all of it.
 [[nodiscard]] ScreenshotEntry withShownText(const ScreenshotEntry& entry);
 
-/// `text` with the lines of each paragraph on one line.
-[[nodiscard]] std::string joinedLines(std::string_view text);
+/// The text for the clipboard. With `joinsLines` the lines of a paragraph are one, unless they are
+/// those of a table or of code.
+[[nodiscard]] std::string copiedCaptureText(const ScreenshotEntry& entry, bool joinsLines);
 
 /// Where letters of a line lie, from byte `range.begin` of its text up to `range.end`: fractions of
 /// the picture. `aspect` is the picture's width by its height.

@@ -191,7 +191,13 @@ TEST_F(CaptureTextTest, WhatIsCroppedAwayIsNoPartOfIt) {
   EXPECT_EQ(snippet("below"), "");
   entry.crop = Box{0, 0, 1000, 500};
   EXPECT_EQ(captureText(entry), "left and right\n\nbelow");
-  EXPECT_EQ(joinedLines("a\nb \nc\n\nd\n"), "a b c\n\nd ");
+
+  ScreenshotEntry read;
+  read.ocrText = "one\ntwo \nthree-\nfour\n\nfive";
+  EXPECT_EQ(copiedCaptureText(read, true), "one two three-four\n\nfive");
+  EXPECT_EQ(copiedCaptureText(read, false), *read.ocrText);
+  read.textShape = TextShape::code;
+  EXPECT_EQ(copiedCaptureText(read, true), *read.ocrText);
 }
 
 }  // namespace

@@ -265,30 +265,29 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
   LibraryWing& libraryWing = captures.libraryWing;
   return std::make_shared<HistoryModel>(HistoryModel::Services{
       .main = desktop.main,
+      .reading = desktop.lanes.pool.queue("com.hollen.Vantorel.search"),
       .library = libraryWing.library,
       .settings = desktop.settings,
-      .actions = {.main = desktop.main,
-                  .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
-                  .files = desktop.files,
-                  .library = libraryWing.library,
-                  .rewriter = editor.rewriter,
-                  .copying = captures.copying,
-                  .exporting = editor.exporting,
-                  .prune = libraryWing.prune,
-                  .clipboard = [&desktop] { return &desktop.clipboard(); },
-                  .reachOf =
-                      [&libraryWing](const ScreenshotEntry& entry) {
-                        return libraryWing.reachOf(entry);
-                      },
-                  .annotate = [this](const std::vector<NamedPicture>& pictures,
-                                     auto opened) { editors.openAll(pictures, std::move(opened)); },
-                  .pin = [this](const std::vector<NamedPicture>& pictures,
-                                auto pinned) { pins.pinAll(pictures, std::move(pinned)); },
-                  .open = [this](const Path& file) { launcher.open(file, reported()); },
-                  .reveal =
-                      [this](const std::vector<Path>& files) {
-                        launcher.reveal(files, reported());
-                      }},
+      .actions =
+          {.main = desktop.main,
+           .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+           .files = desktop.files,
+           .library = libraryWing.library,
+           .rewriter = editor.rewriter,
+           .copying = captures.copying,
+           .exporting = editor.exporting,
+           .prune = libraryWing.prune,
+           .clipboard = [&desktop] { return &desktop.clipboard(); },
+           .joinsLines = [&desktop] { return desktop.settings.values().joinCopiedTextLines; },
+           .reachOf =
+               [&libraryWing](const ScreenshotEntry& entry) { return libraryWing.reachOf(entry); },
+           .annotate = [this](const std::vector<NamedPicture>& pictures,
+                              auto opened) { editors.openAll(pictures, std::move(opened)); },
+           .pin = [this](const std::vector<NamedPicture>& pictures,
+                         auto pinned) { pins.pinAll(pictures, std::move(pinned)); },
+           .open = [this](const Path& file) { launcher.open(file, reported()); },
+           .reveal =
+               [this](const std::vector<Path>& files) { launcher.reveal(files, reported()); }},
       .previews = previews(),
       .pictures = std::make_shared<PictureLoader>(
           PictureLoader::Services{.main = desktop.main,

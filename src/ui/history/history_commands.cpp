@@ -42,6 +42,8 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
   copyPath = add(HistoryAction::copyPath, QStringLiteral("Copy Path"), IconName::folder,
                  Qt::CTRL | Qt::SHIFT | Qt::Key_C,
                  [this, subjects] { model_->actions().copyPaths(subjects()); });
+  copyText = add(HistoryAction::copyText, QStringLiteral("Copy Text"), IconName::textClip, {},
+                 [this, subjects] { model_->actions().copyText(subjects()); });
   saveAs = add(HistoryAction::saveAs, QStringLiteral("Save as…"), IconName::save,
                Qt::CTRL | Qt::SHIFT | Qt::Key_S, [this] { askWhereToSave(); });
   star = add(HistoryAction::star, QStringLiteral("Star"), IconName::star, Qt::CTRL | Qt::Key_D,
@@ -152,6 +154,7 @@ void HistoryCommands::fill(QMenu& menu) {
   fillCollections(*into);
   menu.addSeparator();
   menu.addAction(copyPicture);
+  menu.addAction(copyText);
   menu.addAction(copyPath);
   menu.addAction(saveAs);
   menu.addAction(reveal);

@@ -27,6 +27,7 @@ class HistoryCommands : public QObject {
   QAction* pin;
   QAction* copyPicture;
   QAction* copyPath;
+  QAction* copyText;
   QAction* saveAs;
   QAction* star;
   QAction* collect;

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QLocale>
 #include <QPainter>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QToolButton>
@@ -18,6 +19,7 @@
 #include "app/records/hot_key_text.hpp"
 #include "base/local_day.hpp"
 #include "base/size_text.hpp"
+#include "editor/capture_text.hpp"
 #include "library/entry_look.hpp"
 #include "library/entry_title.hpp"
 #include "ui/history/history_commands.hpp"
@@ -153,6 +155,7 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
       title_(new QLabel),
       position_(new QLabel),
       canvas_(new PictureCanvas),
+      text_(new QPlainTextEdit(canvas_)),
       before_(new StepButton(QStringLiteral("Previous"), false)),
       after_(new StepButton(QStringLiteral("Next"), true)),
       open_(new QPushButton(commands_.open->text())),
@@ -197,6 +200,14 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   middle->addWidget(canvas_, 1);
   for (QToolButton* const button : {before_, after_}) button->setParent(canvas_);
   canvas_->installEventFilter(this);
+  text_->setReadOnly(true);
+  text_->setFrameShape(QFrame::NoFrame);
+  text_->setFocusPolicy(Qt::ClickFocus);
+  text_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  text_->setAccessibleName(QStringLiteral("Text"));
+  text_->document()->setDocumentMargin(tokens::space32);
+  text_->installEventFilter(this);
+  text_->hide();
   auto* const scroll = new QScrollArea;
   scroll->setFrameShape(QFrame::NoFrame);
   scroll->setWidgetResizable(true);
@@ -289,6 +300,7 @@ void HistoryPreview::refresh() {
   setAccessibleName(QStringLiteral("Preview of ") + title);
   showDetails(entry, *focus);
   if (isSamePicture) return;
+  text_->hide();
   if (reach != FileReach::there) {
     model_->pictures().cancel();
     const QString disk = diskText(*entry, reach);
@@ -296,7 +308,9 @@ void HistoryPreview::refresh() {
                         QString::fromStdString(entry->path));
   }
   if (entry->medium == CaptureMedium::text) {
-    return canvas_->say(QString::fromStdString(entry->ocrText.value_or("")));
+    model_->pictures().cancel();
+    canvas_->say({});
+    return showText(*entry);
   }
   if (entry->medium != CaptureMedium::image) {
     return canvas_->say(kindOf(*entry) + "\n" + QStringLiteral("%1 opens it.").arg(returnKeyName));
@@ -306,6 +320,14 @@ void HistoryPreview::refresh() {
     if (!picture) return canvas_->say(QString::fromStdString(picture.error().reason));
     canvas_->show(sharedImage(*picture).copy());
   });
+}
+
+/// A text that was captured is read and copied from.
+void HistoryPreview::showText(const ScreenshotEntry& entry) {
+  text_->setPlainText(QString::fromStdString(captureText(entry)));
+  text_->show();
+  text_->raise();
+  for (QToolButton* const button : {before_, after_}) button->raise();
 }
 
 void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
@@ -371,15 +393,18 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
     commands_.showCollections(collect->mapToGlobal(QPoint(0, collect->height())));
   });
   column->addWidget(collect, 0, Qt::AlignLeading);
-  if (entry->ocrText && !entry->ocrText->empty()) {
-    auto* const heading = new QLabel(QStringLiteral("Recognized text"));
+  if (const std::string read = captureText(*entry);
+      !read.empty() && entry->medium != CaptureMedium::text) {
+    auto* const heading = new QHBoxLayout;
+    auto* const label = new QLabel(QStringLiteral("Recognized text"));
     QFont font = tokens::smallFont();
     font.setWeight(QFont::DemiBold);
-    heading->setFont(font);
-    column->addWidget(heading);
+    label->setFont(font);
+    heading->addWidget(label, 1);
+    heading->addWidget(barButton(commands_.copyText));
+    column->addLayout(heading);
     QLabel* const text = wrapped(
-        QString::fromUtf8(entry->ocrText->data(),
-                          static_cast<qsizetype>(std::min(entry->ocrText->size(), mostText))));
+        QString::fromUtf8(read.data(), static_cast<qsizetype>(std::min(read.size(), mostText))));
     text->setFont(tokens::smallFont());
     column->addWidget(text);
   }
@@ -397,6 +422,18 @@ bool HistoryPreview::eventFilter(QObject* object, QEvent* event) {
     const int right = canvas_->width() - stepButton - tokens::space16;
     before_->move(isRightToLeft() ? right : left, y);
     after_->move(isRightToLeft() ? left : right, y);
+  }
+  if (object == canvas_ && event->type() == QEvent::Resize) {
+    const int room = stepButton + 2 * tokens::space16;
+    text_->setGeometry(canvas_->rect().adjusted(room, 0, -room, 0));
+  }
+  // The keys of the preview work in its text too, but for those that select and copy.
+  if (object == text_ && event->type() == QEvent::KeyPress) {
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key == Qt::Key_Escape || key == Qt::Key_Space || key == Qt::Key_Return) {
+      keyPressEvent(static_cast<QKeyEvent*>(event));
+      return true;
+    }
   }
   return QWidget::eventFilter(object, event);
 }

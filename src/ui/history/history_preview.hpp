@@ -8,6 +8,7 @@
 #include "app/history_model.hpp"
 
 class QLabel;
+class QPlainTextEdit;
 class QPushButton;
 class QToolButton;
 class QVBoxLayout;
@@ -43,6 +44,7 @@ class HistoryPreview : public QWidget {
  private:
   void leave();
   void step(HistorySelection::Step step);
+  void showText(const ScreenshotEntry& entry);
   void showDetails(const EntryPointer& entry, std::size_t place);
 
   std::shared_ptr<HistoryModel> model_;
@@ -50,6 +52,7 @@ class HistoryPreview : public QWidget {
   QLabel* title_;
   QLabel* position_;
   PictureCanvas* canvas_;
+  QPlainTextEdit* text_;  ///< of a text, over the canvas
   QToolButton* before_;
   QToolButton* after_;
   QPushButton* open_;
