@@ -212,16 +212,29 @@ std::vector<ReadWord> wordsIn(ReadWord word, int lineHeight) {
     words.push_back(std::move(word));
     return words;
   }
-  const double leastGap = std::max(4.0, 0.34 * lineHeight);
+  std::vector<int> gaps;
+  for (std::size_t i = 1; i < word.letters.size(); ++i) {
+    gaps.push_back(word.letters[i].box.x - word.letters[i - 1].box.right());
+  }
+  std::ranges::sort(gaps);
+  const double usualGap = gaps.empty() ? 0 : gaps[gaps.size() / 2];
+  const double leastGap = std::max({3.0, 0.24 * lineHeight, usualGap + 2});
+  // Of all digits and letters it has the most room beside it.
+  const auto isOne = [](const ReadLetter& letter) { return letter.text == "1"; };
   for (std::size_t i = 0; i < word.letters.size(); ++i) {
     const ReadLetter& letter = word.letters[i];
     bool isApart = words.empty();
     if (i > 0) {
       const ReadLetter& before = word.letters[i - 1];
       const bool areWords = isPlainLetter(before) || isPlainLetter(letter);
+      // A letter alone is more often the end of an icon that it stands beside.
+      const bool isAlone = (words.back().letters.size() == 1 && !isDigit(before)) ||
+                           (i + 1 == word.letters.size() && !isDigit(letter));
       const bool areLetters =
           (isPlainLetter(before) || isDigit(before)) && (isPlainLetter(letter) || isDigit(letter));
-      isApart = areWords && areLetters && letter.box.x - before.box.right() >= leastGap;
+      isApart =
+          areWords && areLetters && !isAlone &&
+          letter.box.x - before.box.right() >= leastGap + (isOne(before) || isOne(letter) ? 2 : 0);
     }
     if (isApart) words.push_back({{}, letter.box});
     words.back().box = around(words.back().box, letter.box);
