@@ -95,7 +95,7 @@ class HiddenText {
 
   [[nodiscard]] bool hides(const OCRLine& line, TextRange word) const {
     const double aspect = static_cast<double>(capture_.width) / capture_.height;
-    Box box = onCapture(boxOf(line, word, aspect));
+    Box box = onCapture(boxOf(line, word, aspect, LetterGuess::certain));
     // A redaction of the next line may reach into this one's box, and hides nothing of it.
     const double rim = 0.12 * box.h;
     if (std::ranges::any_of(areas_, [&](const PixelRect& area) { return meets(box, area, rim); })) {
@@ -182,7 +182,7 @@ std::string ShownLine::text() const {
   return left;
 }
 
-Box boxOf(const OCRLine& line, TextRange range, double aspect) {
+Box boxOf(const OCRLine& line, TextRange range, double aspect, LetterGuess guess) {
   const std::vector<std::size_t> starts = startsOfLetters(line.text);
   const std::size_t first = letterAt(starts, range.begin);
   const std::size_t last = std::max(letterAt(starts, range.end), first);
@@ -193,6 +193,9 @@ Box boxOf(const OCRLine& line, TextRange range, double aspect) {
     const std::vector<double> edges = letterEdges(line, lineAspect);
     if (edges.size() == starts.size()) {
       stretch = {edges[first], edges[last]};
+    } else if (guess == LetterGuess::likely && starts.size() > 1) {
+      const auto count = static_cast<double>(starts.size() - 1);
+      stretch = {static_cast<double>(first) / count, static_cast<double>(last) / count};
     } else {
       stretch = widestStretch(line.text, starts, first, last, lineAspect);
     }

@@ -42,8 +42,12 @@ struct ShownLine {
 /// those of a table or of code.
 [[nodiscard]] std::string copiedCaptureText(const ScreenshotEntry& entry, bool joinsLines);
 
+/// Where the line does not say where its letters are: the place that holds them for certain, or the
+/// one they have when all are as wide.
+enum class LetterGuess { certain, likely };
+
 /// Where letters of a line lie, from byte `range.begin` of its text up to `range.end`: fractions of
 /// the picture. `aspect` is the picture's width by its height.
-[[nodiscard]] Box boxOf(const OCRLine& line, TextRange range, double aspect);
+[[nodiscard]] Box boxOf(const OCRLine& line, TextRange range, double aspect, LetterGuess guess);
 
 }  // namespace vantorel

@@ -212,7 +212,8 @@ std::vector<Box> hitBoxes(const ScreenshotEntry& entry, const std::vector<Search
         const std::size_t begin = std::max(hit.begin, place.begin);
         const std::size_t end = std::min(hit.end, place.end);
         if (begin >= end) continue;
-        boxes.push_back(boxOf(*lines[i].line, {begin - place.begin, end - place.begin}, aspect));
+        boxes.push_back(boxOf(*lines[i].line, {begin - place.begin, end - place.begin}, aspect,
+                              LetterGuess::likely));
       }
     }
     first = last;
