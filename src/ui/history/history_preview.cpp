@@ -15,6 +15,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "app/records/hot_key_text.hpp"
 #include "base/local_day.hpp"
@@ -183,8 +184,8 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
   bar->addWidget(title_, 1);
   bar->addSpacing(tokens::space4);
   bar->addWidget(position_, 1);
-  for (QAction* const action : {commands_.copyPicture, commands_.saveAs, commands_.star,
-                                commands_.reveal, commands_.trash}) {
+  for (QAction* const action : {commands_.copyPicture, commands_.copyText, commands_.saveAs,
+                                commands_.star, commands_.reveal, commands_.trash}) {
     bar->addWidget(barButton(action));
   }
   open_->setDefault(true);
@@ -287,8 +288,9 @@ void HistoryPreview::refresh() {
   open_->setEnabled(commands_.open->isEnabled());
   open_->setToolTip(commands_.open->toolTip());
   const FileReach reach = model_->reachOf(*entry);
-  canvas_->mark(model_->hitsOf(*focus));
-  hint_->setText(hintText(!model_->hitsOf(*focus).empty()));
+  const bool hasPicture = entry->medium == CaptureMedium::image;
+  canvas_->mark(hasPicture ? model_->hitsOf(*focus) : std::vector<Box>());
+  hint_->setText(hintText(hasPicture && !model_->hitsOf(*focus).empty()));
   if (entry == shown_ && reach == shownReach_) return;
   const bool isSamePicture = shown_ && shown_->id == entry->id &&
                              lookOf(*shown_) == lookOf(*entry) && reach == shownReach_;
@@ -395,14 +397,11 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
   column->addWidget(collect, 0, Qt::AlignLeading);
   if (const std::string read = captureText(*entry);
       !read.empty() && entry->medium != CaptureMedium::text) {
-    auto* const heading = new QHBoxLayout;
-    auto* const label = new QLabel(QStringLiteral("Recognized text"));
+    auto* const heading = new QLabel(QStringLiteral("Recognized text"));
     QFont font = tokens::smallFont();
     font.setWeight(QFont::DemiBold);
-    label->setFont(font);
-    heading->addWidget(label, 1);
-    heading->addWidget(barButton(commands_.copyText));
-    column->addLayout(heading);
+    heading->setFont(font);
+    column->addWidget(heading);
     QLabel* const text = wrapped(
         QString::fromUtf8(read.data(), static_cast<qsizetype>(std::min(read.size(), mostText))));
     text->setFont(tokens::smallFont());
