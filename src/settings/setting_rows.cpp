@@ -186,9 +186,9 @@ void addShortcuts(std::vector<SettingRow>& rows) {
   };
   add(ShortcutID::capture, "captures an area", "Drag an area; Space switches to window.");
   add(ShortcutID::previousArea, "captures the area that was dragged last");
+  add(ShortcutID::captureText, "copies the text of an area", "Its text goes to the clipboard.");
   add(ShortcutID::fullscreen, "captures the main display");
   add(ShortcutID::window, "captures a window");
-  add(ShortcutID::captureText, "copies the text of an area", "Its text goes to the clipboard.");
   add(ShortcutID::history, "opens History");
   add(ShortcutID::openClipboard, "opens the clipboard's image in Annotate");
   add(ShortcutID::copyRecent1,

@@ -143,6 +143,10 @@ TEST_F(CardWindowsTest, ThePointerBringsActionsAndADrawer) {
   settleCards();
   EXPECT_NE(session.stack.find(a)->entry->path, "/captures/a.png");
   keepPicture("card-converted");
+  click({818, 758});  // Redact
+  EXPECT_TRUE(waitForCards([&] { return session.stack.find(a)->badge == "Redacted 3 items"; }));
+  settleCards();
+  keepPicture("card-redacted");
   movePointer({20, 20});
   EXPECT_TRUE(waitForCards([&] { return windowsTitled("Vantorel card actions") == 0; }));
 

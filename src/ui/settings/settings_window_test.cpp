@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
@@ -289,6 +290,39 @@ TEST_F(SettingsWindowTest, WhoIsLedToARowFindsTheKeyboardThere) {
   session->settings->set(&SettingsValues::playSounds, false);
   settle();
   EXPECT_TRUE(named<QLineEdit>(window, "Name")->hasFocus());
+}
+
+TEST_F(SettingsWindowTest, ALanguageInstalledMeanwhileIsThereWhenTheWindowIsBack) {
+  start();
+  model->select(SettingsPane::text);
+  SettingsWindow window(model, [] {});
+  bring(window, "Settings");
+  const auto isRead = [&](const char* words) {
+    for (const auto* const label : window.findChildren<QLabel*>()) {
+      if (label->isVisible() && label->text() == QLatin1String(words)) return true;
+    }
+    return false;
+  };
+  EXPECT_TRUE(isRead("English"));
+  EXPECT_TRUE(isRead("sudo apt install tesseract-ocr-deu"));
+  for (auto* const button : window.findChildren<QPushButton*>()) {
+    if (button->isVisible() && button->text() == QLatin1String("Copy")) clickOn(*button);
+  }
+  EXPECT_EQ(session->copied.size(), 1U);
+  turn();
+  EXPECT_TRUE(isRead("Copied"));
+
+  session->recogniser->installed = {"deu", "eng"};
+  QWidget terminal;
+  terminal.show();
+  terminal.activateWindow();
+  ASSERT_TRUE(waitFor([&] { return terminal.isActiveWindow(); }));
+  turn();
+  EXPECT_FALSE(isRead("English; German")) << "nobody looks";
+  terminal.close();
+  bring(window, "Settings");
+  turn();
+  EXPECT_TRUE(isRead("English; German"));
 }
 
 TEST_F(SettingsWindowTest, EveryPaneFitsItsLeastSizeAndSaysWhatItIsToScreenReaders) {
