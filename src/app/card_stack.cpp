@@ -195,6 +195,7 @@ void CardStack::copied(const std::string& id) {
 void CardStack::tell(Card& card, std::string badge) {
   card.badge = std::move(badge);
   card.isWarning = false;
+  card.isTold = true;
   timesOf(card.number)->badgeEnds = services_.clock.monotonic() + copiedTime;
   lookAtTimes();
   restartTimer();
@@ -274,6 +275,7 @@ void CardStack::lookAtTimes() {
     if (times.badgeEnds && *times.badgeEnds <= now) {
       times.badgeEnds.reset();
       card.badge = lengthBadge(*card.entry);
+      card.isTold = false;
       isSeen = true;
     }
   }

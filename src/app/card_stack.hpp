@@ -69,6 +69,7 @@ struct Card {
   std::string sentence;
   std::string badge;                ///< "Copied", a remark or a movie's length; empty for none
   bool isWarning = false;           ///< the badge is a remark
+  bool isTold = false;              ///< the badge says what was just done
   std::chrono::nanoseconds ends{};  ///< of `trashed`, on the monotonic clock
 };
 

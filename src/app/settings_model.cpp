@@ -212,14 +212,15 @@ SettingsLine SettingsModel::ownLine(std::string_view id) const {
     line.remark = services_.text.problem();
   } else if (id == addLanguageRow) {
     const TextPane& text = services_.text;
-    const std::string proposed = text.proposed();
+    const bool isKnown = !text.installed().empty();
+    const std::string proposed = isKnown ? text.proposed() : std::string();
     line.pane = SettingsPane::text;
     line.group = "Languages";
     line.label = proposed.empty() ? "Add a language" : fmt::format("Add {}", proposed);
-    line.explanation = text.command();
+    line.explanation = isKnown ? text.command() : "Looking…";
     line.meaning =
         "Each language is a package: tesseract-ocr-deu for German. It is used once it is installed";
-    line.button = "Copy";
+    if (isKnown) line.button = "Copy";
     line.remark = text.copied();
     line.isWarning = text.hasCopyFailed();
   } else {

@@ -36,7 +36,7 @@ class TextPane {
   /// Looks again which are installed.
   void refresh();
 
-  /// "English, German"; empty before it is known.
+  /// "English; German"; empty before it is known.
   [[nodiscard]] std::string installed() const;
   /// That nothing can be read as it is; mostly empty.
   [[nodiscard]] std::string problem() const;

@@ -248,7 +248,6 @@ void addText(std::vector<SettingRow>& rows) {
        .pane = text,
        .group = "Smart Redact",
        .label = "Cover with",
-       .explanation = "Only a solid box leaves nothing to guess from.",
        .control = Control::choice,
        .choices = {{"gaussianBlur", "Blur"}, {"pixelate", "Pixels"}, {"solidBox", "A solid box"}}});
 }

@@ -30,7 +30,6 @@
 #include "editor/tool_spec.hpp"
 #include "ui/annotate/annotate_canvas.hpp"
 #include "ui/annotate/canvas_accessible.hpp"
-#include "ui/kit/desktop_palette.hpp"
 #include "ui/testing/open_picture.hpp"
 #include "ui/testing/ui_test_case.hpp"
 
@@ -717,8 +716,6 @@ TEST_F(AnnotateWindowTest, SmartRedactOpensTheDrawerOfANarrowWindow) {
   QFont large = usual;
   large.setPointSizeF(usual.pointSizeF() * 1.25);
   qApp->setFont(large);
-  const QPalette light = qApp->palette();
-  qApp->setPalette(desktopPalette(true));
   {
     const auto opened = open();
     opened->window->resize(720, 480);
@@ -737,7 +734,6 @@ TEST_F(AnnotateWindowTest, SmartRedactOpensTheDrawerOfANarrowWindow) {
     EXPECT_FALSE(opened->run.model->smartRedact()->isOpen());
     EXPECT_FALSE(button("Smart Redact")->isChecked());
   }
-  qApp->setPalette(light);
   qApp->setFont(usual);
 }
 

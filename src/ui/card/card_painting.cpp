@@ -78,7 +78,7 @@ void paintCardPicture(QPainter& painter, const QRect& panel, const Card& card,
 
 void paintCardBadge(QPainter& painter, const QRect& panel, const Card& card, bool hasActions) {
   if (card.badge.empty()) return;
-  const bool isLength = !card.isWarning && card.badge != "Copied";
+  const bool isLength = !card.isWarning && !card.isTold;
   const std::optional<IconName> symbol = card.isWarning ? std::optional(IconName::warning)
                                          : isLength     ? std::optional(IconName::play)
                                                         : std::optional(IconName::check);

@@ -147,6 +147,8 @@ TEST_F(CardWindowsTest, ThePointerBringsActionsAndADrawer) {
   EXPECT_TRUE(waitForCards([&] { return session.stack.find(a)->badge == "Redacted 3 items"; }));
   settleCards();
   keepPicture("card-redacted");
+  click({818, 758});  // Undo Redact
+  EXPECT_TRUE(waitForCards([&] { return session.entry("a")->shapes.empty(); }));
   movePointer({20, 20});
   EXPECT_TRUE(waitForCards([&] { return windowsTitled("Vantorel card actions") == 0; }));
 
