@@ -193,8 +193,9 @@ void CardStack::copied(const std::string& id) {
 
 /// For as long as it takes to read.
 void CardStack::tell(Card& card, std::string badge) {
+  // A remark stays to be read.
+  if (card.isWarning) return changed_.notify();
   card.badge = std::move(badge);
-  card.isWarning = false;
   card.isTold = true;
   timesOf(card.number)->badgeEnds = services_.clock.monotonic() + copiedTime;
   lookAtTimes();

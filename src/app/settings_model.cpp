@@ -220,7 +220,7 @@ SettingsLine SettingsModel::ownLine(std::string_view id) const {
     line.explanation = isKnown ? text.command() : "Looking…";
     line.meaning =
         "Each language is a package: tesseract-ocr-deu for German. It is used once it is installed";
-    if (isKnown) line.button = "Copy";
+    line.button = "Copy";
     line.remark = text.copied();
     line.isWarning = text.hasCopyFailed();
   } else {

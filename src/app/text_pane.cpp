@@ -124,7 +124,7 @@ std::string TextPane::command() const {
 }
 
 void TextPane::copyCommand() {
-  if (!services_.copy) return;
+  if (!services_.copy || !isKnown_) return;
   services_.copy(command(), lifetime_.guard([this](const std::string& failure) {
     hasCopyFailed_ = !failure.empty();
     copied_ = failure.empty() ? "Copied" : failure;

@@ -45,6 +45,7 @@ class TextPane {
   /// tesseract-ocr-deu".
   [[nodiscard]] std::string proposed() const;
   [[nodiscard]] std::string command() const;
+  /// Nothing happens before it is known what is installed.
   void copyCommand();
   /// What came of that: "Copied", or why not.
   [[nodiscard]] const std::string& copied() const { return copied_; }

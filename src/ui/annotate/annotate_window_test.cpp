@@ -724,11 +724,12 @@ TEST_F(AnnotateWindowTest, SmartRedactOpensTheDrawerOfANarrowWindow) {
     rest();
     opened->run.scans.answer(0, usualFinds());
     rest();
-    settle(std::chrono::milliseconds(300));
-    keepPicture("smart-redact-narrow");
     const QRect inside(opened->window->mapToGlobal(QPoint()), opened->window->size());
-    auto* const redact = button("Redact 5");
-    EXPECT_TRUE(inside.contains(QRect(redact->mapToGlobal(QPoint()), redact->size())));
+    const auto* const redact = button("Redact 5");
+    EXPECT_TRUE(waitFor([&] {  // the drawer slides in
+      return inside.contains(QRect(redact->mapToGlobal(QPoint()), redact->size()));
+    }));
+    keepPicture("smart-redact-narrow");
     key(Qt::Key_R, Qt::ControlModifier);
     rest();
     EXPECT_FALSE(opened->run.model->smartRedact()->isOpen());
