@@ -45,6 +45,29 @@ bool isEndingOfHost(std::string word) {
   return domainEnding(word) == DomainEnding::host;
 }
 
+/// "shop.", "www.example."
+bool isHostBegun(std::string_view word) {
+  return std::ranges::all_of(word, [](char c) {
+    return isAsciiLower(c) || isAsciiDigit(c) || c == '.' || c == '-' || c < 0;
+  });
+}
+
+/// Whether words that follow end a host, "example. co.uk/path", each but the last with a full stop.
+bool isRestOfHost(const std::vector<PlacedLetter>& letters, std::size_t begin) {
+  constexpr int mostWords = 3;
+  for (int i = 0; i < mostWords && begin < letters.size(); ++i) {
+    const std::string word = wordAt(letters, begin);
+    const std::string host = word.substr(0, word.find_first_of("/?:,"));
+    if (host.empty() || !isHostBegun(host)) return false;
+    const std::size_t end = wordEnd(letters, begin);
+    const bool goesOn = host.ends_with('.') && host.size() == word.size();
+    if (!goesOn) return isEndingOfHost(host.substr(host.rfind('.') + 1));
+    if (end < letters.size() && letters[end].beginsLine) return false;
+    begin = end;
+  }
+  return false;
+}
+
 }  // namespace
 
 void LetterText::add(std::string_view part, int letter) {
@@ -174,8 +197,11 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
         (isEndingOfHost(wordAt(letters, i)) || (isMailBefore && isSmallWord(wordAt(letters, i))));
     const bool dotAfterHost = isHostBefore && letter.beginsWord && letter.text == "." &&
                               i + 1 < letters.size() && !letters[i + 1].beginsWord;
-    const bool joins =
-        followsAt || followsScheme || isAtSign(letter.text) || endsHost || dotAfterHost;
+    const bool isTornHost = before.size() >= 3 && before.ends_with('.') && letter.beginsWord &&
+                            !letter.beginsLine && isRestOfHost(letters, i) &&
+                            isHostBegun(before.substr(before.find_last_of("\"(<=") + 1));
+    const bool joins = isTornHost || followsAt || followsScheme || isAtSign(letter.text) ||
+                       endsHost || dotAfterHost;
     if (!joins || (letter.beginsLine && !followsAt)) addBreak(text, letter);
     text.add(isAtSign(letter.text) ? "@" : std::string_view(letter.text), static_cast<int>(i));
   }

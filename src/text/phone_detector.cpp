@@ -173,10 +173,10 @@ std::vector<SensitiveMatch> phonesIn(std::string_view text, PhoneNumberFinder& f
     const std::vector<std::string>& tried = stretch->hasForm ? regions : home;
     // The letters around it say whether it is part of something else.
     const std::size_t begin =
-        range.begin > 0 && text[range.begin - 1] >= 0 ? range.begin - 1 : range.begin;
-    std::size_t end = range.end < text.size() && text[range.end] >= 0 ? range.end + 1 : range.end;
+        range.begin > 0 && text[range.begin - 1] >= ' ' ? range.begin - 1 : range.begin;
+    std::size_t end = range.end < text.size() && text[range.end] >= ' ' ? range.end + 1 : range.end;
     constexpr std::size_t extension = 12;
-    if (text.substr(range.end, 5).find_first_of("xX#") != text.npos) {
+    if (end > range.end && text.substr(range.end, 5).find_first_of("xX#") != text.npos) {
       while (end < std::min(text.size(), range.end + extension) && text[end] >= ' ') ++end;
     }
     const std::string_view shown = text.substr(begin, end - begin);

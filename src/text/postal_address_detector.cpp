@@ -103,7 +103,7 @@ std::vector<Regex> makeForms() {
           country + notBeforeWord,
       notInWord + americanTown + country + notBeforeWord,
       notInWord + optional(town + between) + britishCode + country + notBeforeWord,
-      notInWord + R"((?i:P\.?[ ]?O\.?[ ]Box)[ ]\d{1,6})" +
+      notInWord + R"((?i:P[.,]?[ ]?[O0][.,]?[ ]Box)[ ]\d{1,6})" +
           optional(between + americanTown + "|" + britishTail) + country + notBeforeWord,
       notInWord + germanStreet + houseNumber + optional(germanTail) + country + notBeforeWord,
       notInWord + germanPlace + houseNumber + germanTail + country + notBeforeWord,

@@ -40,39 +40,6 @@ char byteOf(const std::string& letter) {
   return '?';
 }
 
-std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
-  std::vector<Fragment> fragments;
-  bool isOpen = false;
-  for (std::size_t i = 0; i < letters.size(); ++i) {
-    const PlacedLetter& letter = letters[i];
-    if (letter.beginsWord || letter.beginsLine) isOpen = false;
-    const char c = byteOf(letter.text);
-    // Capitals are read as brackets and the like, between other letters only.
-    const bool isFollowed = i + 1 < letters.size() && !letters[i + 1].beginsWord &&
-                            isTokenLetter(byteOf(letters[i + 1].text));
-    const bool isLong = isOpen && fragments.back().text.size() >= 8;
-    const bool isBracket = (isLike(c, "[]{}") && isOpen && (isLong || isFollowed)) ||
-                           (isLike(c, ")@&") && isLong && isFollowed);
-    const bool assigns = c == '=' && i + 1 < letters.size() && !letters[i + 1].beginsWord &&
-                         byteOf(letters[i + 1].text) != '=';
-    if ((!isTokenLetter(c) && !isBracket) || assigns) {
-      isOpen = false;
-      continue;
-    }
-    if (!isOpen) {
-      fragments.push_back({.letters = {}, .text = {}, .line = letter.line});
-      fragments.back().beginsLine = letter.beginsLine;
-    }
-    isOpen = true;
-    fragments.back().letters.push_back(static_cast<int>(i));
-    fragments.back().text += c;
-    const bool isLast = i + 1 == letters.size();
-    fragments.back().endsLine = isLast || letters[i + 1].beginsLine;
-    fragments.back().endsWord = fragments.back().endsLine || letters[i + 1].beginsWord;
-  }
-  return fragments;
-}
-
 /// Whether `text` begins with one of each of the alternatives.
 bool beginsLike(std::string_view text, std::initializer_list<std::string_view> alternatives) {
   if (text.size() < alternatives.size()) return false;
@@ -91,7 +58,7 @@ struct Opening {
 std::optional<Opening> openingOf(std::string_view text) {
   constexpr std::string_view ell = "Il1|!iJjt";
   constexpr std::string_view dash = "-_~.";
-  if (beginsLike(text, {"eco", "yYvV", "J1Il|!jd"})) return Opening{Kind::jwt, 17, true};
+  if (beginsLike(text, {"eco", "yYvV", "J1Il|!jd)]}"})) return Opening{Kind::jwt, 17, true};
   if (beginsLike(text, {"sS5", "kKh", "-~_"})) return Opening{Kind::apiKey, 18};
   if (beginsLike(text, {"gq9", "hbn", "pousrO0P", "_-"})) return Opening{Kind::apiKey, 22};
   if (text.starts_with("github") && text.size() > 10 && isLike(text[6], "_-.")) {
@@ -101,6 +68,42 @@ std::optional<Opening> openingOf(std::string_view text) {
   if (beginsLike(text, {"xX", "oO0", "xX", "bapors6", dash})) return Opening{Kind::apiKey, 14};
   if (beginsLike(text, {"A4", ell, "zZ2", "aoO"})) return Opening{Kind::apiKey, 34};
   return std::nullopt;
+}
+
+std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
+  std::vector<Fragment> fragments;
+  bool isOpen = false;
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    const PlacedLetter& letter = letters[i];
+    if (letter.beginsWord || letter.beginsLine) isOpen = false;
+    const char c = byteOf(letter.text);
+    // Capitals are read as brackets and the like, between other letters only.
+    const bool isFollowed = i + 1 < letters.size() && !letters[i + 1].beginsWord &&
+                            isTokenLetter(byteOf(letters[i + 1].text));
+    const std::string_view before = isOpen ? fragments.back().text : std::string_view();
+    const bool isLong = before.size() >= 8 || (before.size() >= 3 && openingOf(before));
+    const bool isJ = before.size() == 2 && beginsLike(before, {"ec", "yv"});
+    const bool isBracket = (isLike(c, "[]{}") && isOpen && (isLong || isFollowed)) ||
+                           (isFollowed && isLong && !isLike(c, "\"'<>;:")) ||
+                           (isFollowed && isJ && isLike(c, ")]}"));
+    const bool assigns = c == '=' && i + 1 < letters.size() && !letters[i + 1].beginsWord &&
+                         byteOf(letters[i + 1].text) != '=';
+    if ((!isTokenLetter(c) && !isBracket) || assigns) {
+      isOpen = false;
+      continue;
+    }
+    if (!isOpen) {
+      fragments.push_back({.letters = {}, .text = {}, .line = letter.line});
+      fragments.back().beginsLine = letter.beginsLine;
+    }
+    isOpen = true;
+    fragments.back().letters.push_back(static_cast<int>(i));
+    fragments.back().text += c;
+    const bool isLast = i + 1 == letters.size();
+    fragments.back().endsLine = isLast || letters[i + 1].beginsLine;
+    fragments.back().endsWord = fragments.back().endsLine || letters[i + 1].beginsWord;
+  }
+  return fragments;
 }
 
 /// Whether it goes on with the part of a token before it: no word of a language has digits in it,
@@ -171,11 +174,14 @@ class Runs {
     if (areNeighbours(last) && fragments_[last + 1].line == fragments_[last].line) return last + 1;
     if (!fragments_[last].endsLine) return std::nullopt;
     const PixelRect& end = endOf(last);
-    const int height = std::max(end.height, 8);
+    int height = 8;
+    for (const int letter : fragments_[last].letters) {
+      height = std::max(height, letters_[static_cast<std::size_t>(letter)].box.height);
+    }
     std::optional<std::size_t> below;
     for (const std::size_t i : lineBegins_) {
       const PixelRect& begin = beginOf(i);
-      const bool isBelow = begin.y > end.y + height / 3 && begin.y < end.y + height * 9 / 2;
+      const bool isBelow = begin.y > end.bottom() - height / 3 && begin.y < end.y + height * 9 / 2;
       if (!isBelow || begin.x >= end.x) continue;
       const bool isNearer =
           !below || begin.y < beginOf(*below).y - height / 2 ||
