@@ -121,9 +121,8 @@ HostName hostFrom(std::string_view text, std::size_t at) {
       if (end == labelBegin) break;
       closeLabel(end);
       labelBegin = end + 1;
-    } else if (!isLabelLetter(letter)) {
-      break;
-    } else if (end > labelBegin && isEastAsian(letter.value) != isEastAsian(previous)) {
+    } else if (!isLabelLetter(letter) ||
+               (end > labelBegin && isEastAsian(letter.value) != isEastAsian(previous))) {
       break;
     }
     previous = letter.value;
