@@ -270,7 +270,8 @@ Image loaded(const std::string& path) {
   MutableImage image(size, PixelFormat::bgrx);
   for (int y = 0; y < size.height; ++y) {
     std::memcpy(image.row(y).data(),
-                cairo_image_surface_get_data(surface) + y * cairo_image_surface_get_stride(surface),
+                cairo_image_surface_get_data(surface) +
+                    static_cast<std::ptrdiff_t>(y) * cairo_image_surface_get_stride(surface),
                 image.row(y).size());
   }
   cairo_surface_destroy(surface);

@@ -23,7 +23,7 @@ Result<TextRecogniser*, RecognitionFailure> LinuxTextRecogniser::recogniser() {
         RecognitionFailure{RecognitionFailure::Case::unavailable,
                            fmt::format("what reads text {}", entry.error().reason)});
   }
-  loaded_ = reinterpret_cast<RecognitionModuleEntry>(*entry)(folder);
+  loaded_.reset(reinterpret_cast<RecognitionModuleEntry>(*entry)(folder));
   return loaded_.get();
 }
 

@@ -15,7 +15,7 @@ Result<VisualDetector*> LinuxVisualDetector::detector() {
     return failed(FailureKind::unsupported,
                   fmt::format("what finds faces and people {}", entry.error().reason));
   }
-  loaded_ = reinterpret_cast<VisionModuleEntry>(*entry)(modelFolder_);
+  loaded_.reset(reinterpret_cast<VisionModuleEntry>(*entry)(modelFolder_));
   return loaded_.get();
 }
 

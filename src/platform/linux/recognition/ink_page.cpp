@@ -393,7 +393,8 @@ InkPage enlargedPaper(const InkPage& page, Enlargement factor, int margin) {
     for (Size x = 0; x < static_cast<Size>(width); ++x) {
       const float ink = blend.weights[0] * from[0][x] + blend.weights[1] * from[1][x] +
                         blend.weights[2] * from[2][x] + blend.weights[3] * from[3][x];
-      to[x] = static_cast<std::uint8_t>(255 - std::clamp(static_cast<int>(ink + 0.5F), 0, 255));
+      to[x] =
+          static_cast<std::uint8_t>(255 - std::clamp(static_cast<int>(2 * ink + 1) / 2, 0, 255));
     }
   }
   return paper;
