@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <omp.h>
 #include <tesseract/baseapi.h>
 #include <tesseract/ocrclass.h>
 #include <tesseract/resultiterator.h>
@@ -10,6 +9,11 @@
 #include <algorithm>
 #include <exception>
 #include <utility>
+
+// clang's own is not installed where the sanitizers run.
+#if __has_include(<omp.h>)
+#include <omp.h>
+#endif
 
 #include "base/utf8.hpp"
 #include "platform/linux/recognition/reading_noise.hpp"
@@ -116,7 +120,9 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractEngine::read(
   using Case = RecognitionFailure::Case;
   // Its own threads wait for each other in busy loops: on a machine that has other work to do a
   // page takes six times as long with them.
+#if __has_include(<omp.h>)
   omp_set_max_active_levels(0);
+#endif
   try {
     api_->SetPageSegMode(isOneLine ? tesseract::PSM_SINGLE_LINE : tesseract::PSM_AUTO);
     api_->SetImage(paper.ink.data(), paper.size.width, paper.size.height, 1, paper.size.width);
