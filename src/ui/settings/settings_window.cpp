@@ -266,6 +266,11 @@ void SettingsWindow::showChange(std::string_view id) {
     for (const auto& [each, row] : rows_) row->setLine(model_->line(each));
   } else if (const auto found = rows_.find(id); found != rows_.end()) {
     found->second->setLine(model_->line(id));
+    // What is asked in the row that has the keyboard is not asked below the window's edge.
+    const QWidget* const focused = focusWidget();
+    if (focused == nullptr || !found->second->isAncestorOf(focused)) return;
+    scroll_->widget()->layout()->activate();
+    scroll_->ensureWidgetVisible(found->second);
   }
 }
 
