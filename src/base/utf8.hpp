@@ -12,8 +12,8 @@ namespace vantorel {
 /// `bytes` with U+FFFD in place of each byte that does not belong to a well-formed sequence.
 [[nodiscard]] std::string repairedUtf8(std::string_view bytes);
 
-/// `bytes` with a control character (U+001A) in place of each such byte: as long, and every character
-/// where it was.
+/// `bytes` with a control character (U+001A) in place of each such byte: as long, and every
+/// character where it was.
 [[nodiscard]] std::string substitutedUtf8(std::string_view bytes);
 
 /// The longest beginning of `text` that has at most `most` bytes and ends between two characters.
