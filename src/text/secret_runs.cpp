@@ -64,7 +64,7 @@ std::optional<Opening> openingOf(std::string_view text) {
   if (text.starts_with("github") && text.size() > 10 && isLike(text[6], "_-.")) {
     return Opening{Kind::apiKey, 26};
   }
-  if (beginsLike(text, {"A4", "KX", ell, "A4"})) return Opening{Kind::apiKey, 18};
+  if (beginsLike(text, {"A4", "KX", "Il1|!iJjtT", "A4"})) return Opening{Kind::apiKey, 18};
   if (beginsLike(text, {"xX", "oO0", "xX", "bapors6", dash})) return Opening{Kind::apiKey, 14};
   if (beginsLike(text, {"A4", ell, "zZ2", "aoO"})) return Opening{Kind::apiKey, 34};
   return std::nullopt;

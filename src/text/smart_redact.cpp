@@ -148,8 +148,16 @@ class LetterScan {
                                   const PixelRect& box) const {
     std::vector<PixelRect> others;
     PixelRect whole;
+    int lineAbove = 0;
+    int lineBelow = picture_.height();
     for (std::size_t i = 0; i < letters_.size(); ++i) {
-      if (letters_[i].line != line) continue;
+      const PixelRect& letter = letters_[i].box;
+      if (letters_[i].line != line) {
+        if (letter.right() <= box.x || letter.x >= box.right()) continue;
+        if (letter.bottom() <= box.y) lineAbove = std::max(lineAbove, letter.bottom());
+        if (letter.y >= box.bottom()) lineBelow = std::min(lineBelow, letter.y);
+        continue;
+      }
       whole = around(whole, letters_[i].box);
       if (!std::ranges::binary_search(letters, static_cast<int>(i))) {
         others.push_back(letters_[i].box);
@@ -161,8 +169,12 @@ class LetterScan {
     const int top = std::max(whole.y, box.y - (tallest - box.height));
     const int bottom = std::min(whole.bottom(), box.bottom() + (tallest - box.height));
     const PixelRect ink = inkBox(picture_, {box.x, top, box.width, bottom - top}, others);
-    // A sixth of the letters' height, three pixels at least.
-    return grown(ink, std::max(3, ink.height / 6), picture_.size());
+    // A sixth of the letters' height, three pixels at least; where lines touch each other, their
+    // ink does too, and what the next line says is not this one's.
+    const PixelRect cover = grown(ink, std::max(3, box.height / 6), picture_.size());
+    const int coverTop = std::max(cover.y, lineAbove);
+    const int coverBottom = std::min(cover.bottom(), lineBelow);
+    return {cover.x, coverTop, cover.width, coverBottom - coverTop};
   }
 
   /// Whether a word of the line is long and mixed enough for a secret, or has the sign of an

@@ -55,7 +55,7 @@ std::optional<std::string> readToEnd(int pipe, steady_clock::time_point end) {
     if (ready == 0) return std::nullopt;
     if (ready < 0 && errno != EINTR) return std::nullopt;
     if (ready < 0) continue;
-    const ssize_t got = read(pipe, some.data(), some.size());
+    const ssize_t got = ::read(pipe, some.data(), some.size());
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return std::nullopt;
     if (got == 0) return all;

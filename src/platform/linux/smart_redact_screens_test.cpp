@@ -246,7 +246,7 @@ void showReading(const std::string& reading, const std::string& secret) {
   }
 }
 
-struct Score {
+struct ScreenScore {
   int planted = 0, covered = 0, touched = 0;
 };
 
@@ -259,7 +259,7 @@ TEST_P(SmartRedactScreensTest, PlantedSecretsAreCoveredAndNotReadAgain) {
       {recogniser, nullptr,
        std::make_shared<SensitiveTextDetector>(std::make_shared<LinuxPhoneNumberFinder>(),
                                                phoneRegions("de_DE.UTF-8"))});
-  std::map<Kind, Score> scores;
+  std::map<Kind, ScreenScore> scores;
   int nearMisses = 0;
   int hidden = 0;
   int readAgain = 0;
@@ -301,7 +301,7 @@ TEST_P(SmartRedactScreensTest, PlantedSecretsAreCoveredAndNotReadAgain) {
         }
         continue;
       }
-      Score& score = scores[planted.kind];
+      ScreenScore& score = scores[planted.kind];
       ++score.planted;
       score.covered += open == 0 ? 1 : 0;
       score.touched += open < pixels ? 1 : 0;

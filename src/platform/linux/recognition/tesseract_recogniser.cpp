@@ -21,7 +21,7 @@ namespace {
 
 using Case = RecognitionFailure::Case;
 
-std::unexpected<RecognitionFailure> failure(Case what, std::string reason = {}) {
+std::unexpected<RecognitionFailure> readingFailure(Case what, std::string reason = {}) {
   return std::unexpected(RecognitionFailure{what, std::move(reason)});
 }
 
@@ -207,14 +207,16 @@ std::vector<std::string> TesseractRecogniser::languages() const {
 Result<void, RecognitionFailure> TesseractRecogniser::startEngine(
     const std::vector<std::string>& wanted) {
   const std::vector<std::string> installed = languages();
-  if (installed.empty()) return failure(Case::unavailable, "no language for it is installed");
+  if (installed.empty())
+    return readingFailure(Case::unavailable, "no language for it is installed");
   std::vector<std::string> chosen;
   for (const std::string& language : wanted.empty() ? installed : wanted) {
     const bool isInstalled = std::ranges::find(installed, language) != installed.end();
     const bool isNew = std::ranges::find(chosen, language) == chosen.end();
     if (isInstalled && isNew) chosen.push_back(language);
   }
-  if (chosen.empty()) return failure(Case::unavailable, "none of its languages is installed");
+  if (chosen.empty())
+    return readingFailure(Case::unavailable, "none of its languages is installed");
   if (engine_ != nullptr && engine_->languages() == chosen) return {};
   engine_.reset();
   engine_ = VT_TRY(TesseractEngine::start(languageFolder_, chosen));
@@ -232,7 +234,7 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractRecogniser::readText
   int top = area.y;
   std::vector<ReadLine> lastLines;
   while (top < area.bottom()) {
-    if (stop.stop_requested()) return failure(Case::cancelled);
+    if (stop.stop_requested()) return readingFailure(Case::cancelled);
     const PixelRect band{area.x, top, area.width, std::min(bandRows, area.bottom() - top)};
     const bool isLast = band.bottom() == area.bottom();
     const InkPage page = inkPageOf(picture, band);
@@ -299,7 +301,7 @@ Result<PictureReading, RecognitionFailure> TesseractRecogniser::readAlone(
     if (!area.isEmpty()) reading.blocks = VT_TRY(readText(picture, area, request, stop));
   }
   if (request.readsCodes && !area.isEmpty()) reading.codes = codesIn(picture, area, stop);
-  if (stop.stop_requested()) return failure(Case::cancelled);
+  if (stop.stop_requested()) return readingFailure(Case::cancelled);
   return reading;
 }
 
@@ -308,16 +310,17 @@ Result<PictureReading, RecognitionFailure> TesseractRecogniser::read(const Image
                                                                      const std::stop_token& stop) {
   {
     std::unique_lock lock(mutex_);
-    if (!turn_.wait(lock, stop, [this] { return !isReading_; })) return failure(Case::cancelled);
+    if (!turn_.wait(lock, stop, [this] { return !isReading_; }))
+      return readingFailure(Case::cancelled);
     isReading_ = true;
   }
   const auto answer = [&]() -> Result<PictureReading, RecognitionFailure> {
     try {
       return readAlone(picture, request, stop);
     } catch (const std::bad_alloc&) {
-      return failure(Case::failed, "memory ran out");
+      return readingFailure(Case::failed, "memory ran out");
     } catch (const std::exception& error) {
-      return failure(Case::failed, error.what());
+      return readingFailure(Case::failed, error.what());
     }
   }();
   {
