@@ -44,11 +44,8 @@ void CaptureAutoRedact::run(Image original, double pixelsPerPoint,
   run->done = std::move(done);
   run->ticket = services_.pendingWork.begin(QuitFilingNote::Item::redactedCapture);
   running_.insert(run);
-  const SettingsValues& settings = services_.settings.values();
-  VisualDetectors enabled;
-  if (settings.smartRedactFaces) enabled |= VisualDetectors::faces;
-  if (settings.smartRedactPeople) enabled |= VisualDetectors::people;
-  run->scan = services_.scans.scan(run->original, pixelsPerPoint, enabled,
+  run->scan = services_.scans.scan(run->original, pixelsPerPoint,
+                                   enabledDetectors(services_.settings.values()),
                                    lifetime_.guard([this, run](SensitiveScans::Answer answer) {
                                      scanned(run, std::move(answer));
                                    }));

@@ -25,12 +25,7 @@ std::unexpected<RedactionFailure> notDone(RedactionFault::Case what, std::string
 
 /// The format that a file's name says; PNG where it says none of ours.
 ExportFormat formatOf(const Path& path) {
-  for (const auto& known : enumNames<ExportFormat>) {
-    if (path.extension().string() == "." + std::string(fileExtension(known.value))) {
-      return known.value;
-    }
-  }
-  return ExportFormat::png;
+  return formatOfFileName(path.string()).value_or(ExportFormat::png);
 }
 
 /// `found` without what the redactions of `entry` cover already.
@@ -97,14 +92,6 @@ bool CaptureRedactor::canReapply(const ScreenshotEntry& entry) const {
   return entry.autoRedactions && !entry.autoRedactions->empty() && !isAutoRedacted(entry);
 }
 
-VisualDetectors CaptureRedactor::enabled() const {
-  const SettingsValues& values = services_.settings.values();
-  VisualDetectors enabled;
-  if (values.smartRedactFaces) enabled |= VisualDetectors::faces;
-  if (values.smartRedactPeople) enabled |= VisualDetectors::people;
-  return enabled;
-}
-
 /// Calls `go` with a claimed capture as it is once it is known which file is its own.
 template <class Value>
 void CaptureRedactor::withCapture(const std::string& name, EntryWork work, const Done<Value>& done,
@@ -164,16 +151,15 @@ void CaptureRedactor::readAndScan(const Path& path, double pixelsPerPoint, Done<
         }
         // The scan goes with the last who knows of it.
         const auto place = std::make_shared<std::shared_ptr<SensitiveScans::Scan>>();
-        *place =
-            services_.scans.scan(*picture, pixelsPerPoint, enabled(),
-                                 lifetime_.guard([this, place, size = picture->size(),
-                                                  done](SensitiveScans::Answer answer) {
-                                   const auto scan = *place;
-                                   scans_.erase(scan);
-                                   if (!answer)
-                                     return done(std::unexpected(RedactionFailure(answer.error())));
-                                   done(Scan{size, *std::move(answer)});
-                                 }));
+        *place = services_.scans.scan(
+            *picture, pixelsPerPoint, enabledDetectors(services_.settings.values()),
+            lifetime_.guard(
+                [this, place, size = picture->size(), done](SensitiveScans::Answer answer) {
+                  const auto scan = *place;
+                  scans_.erase(scan);
+                  if (!answer) return done(std::unexpected(RedactionFailure(answer.error())));
+                  done(Scan{size, *std::move(answer)});
+                }));
         scans_.insert(*place);
       }));
 }

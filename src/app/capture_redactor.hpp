@@ -114,7 +114,6 @@ class CaptureRedactor {
   void readAndScan(const Path& path, double pixelsPerPoint, Done<Scan> done);
   void replaced(const std::shared_ptr<Held>& held, const EntryPointer& entry, bool isRedacted,
                 Result<NewFile> file, const Done<EntryPointer>& done);
-  [[nodiscard]] VisualDetectors enabled() const;
 
   Services services_;
   std::shared_ptr<RedactedOriginals> originals_;

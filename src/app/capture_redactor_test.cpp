@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "editor/entry_document.hpp"
 #include "library/testing/test_library.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
@@ -208,6 +210,25 @@ TEST(CaptureRedactor, WhatWasCoveredBeforeFilingIsUncoveredAndCoveredAgain) {
   run.redactor.reapply("a", run.told<EntryPointer>());
   run.runners.run();
   EXPECT_NE(run.said, "done");
+}
+
+TEST(CaptureRedactor, WhatIsCoveredAgainIsWhereItWasInAPictureScaledMeanwhile) {
+  RedactorSession run;
+  redactBeforeFiling(run);
+  ASSERT_TRUE(run.store
+                  .update("a",
+                          [](ScreenshotEntry& entry) {
+                            Shape& shape = entry.autoRedactions->front();
+                            shape.x1 = 10;
+                            shape.y1 = 20;
+                            shape.x2 = 30;
+                            shape.y2 = 40;
+                            followPictureSize(entry, {bakedSize.width / 2, bakedSize.height / 2});
+                          })
+                  .has_value());
+  const Shape& scaled = run.entry().autoRedactions->front();
+  EXPECT_EQ((std::array{scaled.x1, scaled.y1, scaled.x2, scaled.y2}),
+            (std::array{5.0, 10.0, 15.0, 20.0}));
 }
 
 TEST(CaptureRedactor, ACrashBetweenAnyTwoChangesNeverLosesTheOriginal) {

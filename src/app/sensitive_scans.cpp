@@ -6,6 +6,13 @@
 
 namespace vantorel {
 
+VisualDetectors enabledDetectors(const SettingsValues& settings) {
+  VisualDetectors enabled;
+  if (settings.smartRedactFaces) enabled |= VisualDetectors::faces;
+  if (settings.smartRedactPeople) enabled |= VisualDetectors::people;
+  return enabled;
+}
+
 SensitiveScans::Scan::~Scan() {
   stop_.request_stop();
   running_->erase(this);

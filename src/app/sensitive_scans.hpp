@@ -7,9 +7,13 @@
 
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
+#include "settings/settings_values.hpp"
 #include "text/smart_redact.hpp"
 
 namespace vantorel {
+
+/// The detectors of pictures that the settings ask for.
+[[nodiscard]] VisualDetectors enabledDetectors(const SettingsValues& settings);
 
 /// Runs Smart Redact off the main thread, one picture after the other. Lives on the main runner.
 class SensitiveScans {

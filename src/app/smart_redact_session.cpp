@@ -31,13 +31,6 @@ Box roundedOut(const Box& box) {
   return {left, top, std::ceil(box.right()) - left, std::ceil(box.bottom()) - top};
 }
 
-VisualDetectors enabledBy(const SettingsValues& values) {
-  VisualDetectors enabled;
-  if (values.smartRedactFaces) enabled |= VisualDetectors::faces;
-  if (values.smartRedactPeople) enabled |= VisualDetectors::people;
-  return enabled;
-}
-
 }  // namespace
 
 bool SmartRedactSession::Ground::operator==(const Ground& other) const {
@@ -84,7 +77,7 @@ void SmartRedactSession::startScan() {
   waiting_.renew();
   scanning_.renew();
   scan_.reset();
-  const VisualDetectors enabled = enabledBy(services_.settings.values());
+  const VisualDetectors enabled = enabledDetectors(services_.settings.values());
   looksAtPictures_ = !enabled.isEmpty();
   stage_ = Stage::scanning;
   ground_ = groundNow();

@@ -333,6 +333,11 @@ void followPictureSize(ScreenshotEntry& entry, PixelSize size) {
   if (const auto before = scaledFrom(entry, size)) {
     if (entry.captureScale) *entry.captureScale *= double(size.width) / before->width;
     if (isAnnotated(entry)) putDocument(documentOf(entry, size), size, entry);
+    if (entry.autoRedactions) {
+      ScreenshotEntry covered;
+      covered.shapes = std::move(*entry.autoRedactions);
+      entry.autoRedactions = scaledDocument(documentOf(covered, *before), *before, size).shapes;
+    }
   }
   entry.pixelWidth = size.width;
   entry.pixelHeight = size.height;

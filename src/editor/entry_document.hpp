@@ -32,8 +32,9 @@ void putDocument(const EditorDocument& document, PixelSize capture, ScreenshotEn
 /// Whether it covers something, which its file may still show.
 [[nodiscard]] bool isRedacted(const ScreenshotEntry& entry);
 
-/// The image of `entry` has become one of `size` pixels. One that was scaled takes its annotations
-/// and the pixels per point along; of any other change only the size is noted.
+/// The image of `entry` has become one of `size` pixels. One that was scaled takes its annotations,
+/// what was covered in its file, and the pixels per point along; of any other change only the size
+/// is noted.
 void followPictureSize(ScreenshotEntry& entry, PixelSize size);
 
 /// What is wrong with the text of a document.

@@ -198,7 +198,6 @@ CaptureEditors::Services WindowsWing::editing() {
           }};
 }
 
-/// A preview of its own for each window: one that is wanted next would take the place of others.
 ScanPicture WindowsWing::scanning() {
   return [this](Image picture, double pixelsPerPoint, VisualDetectors enabled, auto scanned) {
     return std::shared_ptr<void>(
@@ -224,6 +223,7 @@ void WindowsWing::copy(const std::string& words,
   });
 }
 
+/// A preview of its own for each window: one that is wanted next would take the place of others.
 void WindowsWing::previewFor(const EntryPointer& entry, std::function<void(const Image&)> done) {
   const std::shared_ptr<PreviewCache> cache = previews();
   // It holds itself until it has answered.
