@@ -129,6 +129,12 @@ SearchWord::SearchWord(std::string word) : text(std::move(word)) {
     pieces.push_back(std::move(piece));
   }
   isSettledByPieces = (pieces.size() == 1 && pieces[0] == text) || text.size() == 1;
+  // First what leaves the fewest texts. A last piece that is all of a joint's end tells nothing
+  // more.
+  std::vector<std::string> joints;
+  forEachJoint(text, [&](std::string_view joint) { joints.emplace_back(joint); });
+  if (!joints.empty() && text.ends_with(joints.back())) pieces.pop_back();
+  pieces.insert(pieces.begin(), joints.begin(), joints.end());
 }
 
 TypedWords typedWords(std::string_view text) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -27,6 +28,32 @@ namespace vantorel {
 /// A bit for each mark of ASCII that is neither letter, digit nor blank; 0 of all else.
 [[nodiscard]] std::uint32_t markBit(char byte);
 
+/// Calls `use` with what stands where one to three marks join two tokens: them and up to two bytes
+/// of each token, the "er/lo" of "/user/local". Those of a part of a text are parts of the text's.
+template <class Use>
+void forEachJoint(std::string_view searchable, const Use& use) {
+  constexpr std::size_t most = 2;
+  constexpr std::size_t mostMarks = 3;
+  std::size_t tokenBegin = 0;
+  std::size_t tokenEnd = 0;
+  for (std::size_t i = 0; i < searchable.size();) {
+    if (!isTokenByte(searchable[i])) {
+      ++i;
+      continue;
+    }
+    const std::size_t begin = i;
+    while (i < searchable.size() && isTokenByte(searchable[i])) ++i;
+    const std::string_view between = searchable.substr(tokenEnd, begin - tokenEnd);
+    if (tokenEnd > tokenBegin && between.size() <= mostMarks &&
+        std::ranges::all_of(between, [](char byte) { return markBit(byte) != 0; })) {
+      const std::size_t from = tokenEnd - std::min(most, tokenEnd - tokenBegin);
+      use(searchable.substr(from, std::min(begin + most, i) - from));
+    }
+    tokenBegin = begin;
+    tokenEnd = i;
+  }
+}
+
 /// A word that somebody looks for, or a phrase, whose words have one blank between them. It is
 /// found anywhere in a text, also inside of its words.
 struct SearchWord {
@@ -35,7 +62,7 @@ struct SearchWord {
   std::string text;  ///< as `searchableText` makes it, never empty
 
   /// Its runs of letters and digits, with an end of a line before each that has to begin a token
-  /// and after each that has to end one.
+  /// and after each that has to end one; and its joints.
   std::vector<std::string> pieces;
   std::uint32_t marks = 0;  ///< the `markBit` of all others it has
 

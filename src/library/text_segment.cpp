@@ -78,6 +78,11 @@ void appendList(const std::vector<std::uint16_t>& texts, std::vector<std::uint8_
 void TextSegment::Builder::add(std::string_view searchable) {
   const auto text = static_cast<std::uint16_t>(marks_.size());
   std::uint32_t marks = 0;
+  const auto addToken = [&](std::string_view token) {
+    auto found = texts_.find(token);
+    if (found == texts_.end()) found = texts_.emplace(token, std::vector<std::uint16_t>()).first;
+    if (found->second.empty() || found->second.back() != text) found->second.push_back(text);
+  };
   for (std::size_t i = 0; i < searchable.size();) {
     if (!isTokenByte(searchable[i])) {
       marks |= markBit(searchable[i++]);
@@ -85,11 +90,9 @@ void TextSegment::Builder::add(std::string_view searchable) {
     }
     const std::size_t begin = i;
     while (i < searchable.size() && isTokenByte(searchable[i])) ++i;
-    const std::string_view token = searchable.substr(begin, i - begin);
-    auto found = texts_.find(token);
-    if (found == texts_.end()) found = texts_.emplace(token, std::vector<std::uint16_t>()).first;
-    if (found->second.empty() || found->second.back() != text) found->second.push_back(text);
+    addToken(searchable.substr(begin, i - begin));
   }
+  forEachJoint(searchable, addToken);
   marks_.push_back(marks);
   sizes_.push_back(searchable.size());
 }

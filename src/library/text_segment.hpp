@@ -13,9 +13,9 @@
 namespace vantorel {
 
 /// Tells which of up to 8,192 texts may have a word, without the texts. Takes less memory than they
-/// do, however they are made: of each token it keeps the shorter of its list of texts and of the
-/// token again for each of them, and of texts that are hardly made of anything but such tokens
-/// those with lists alone. Never changes; any thread.
+/// do, however they are made: of each token, and of what stands where two of them join, it keeps
+/// the shorter of its list of texts and of itself again for each of them, and of texts that are
+/// hardly made of anything but the latter those with lists alone. Never changes; any thread.
 class TextSegment {
  public:
   static constexpr std::size_t mostTexts = 8192;
