@@ -48,6 +48,7 @@ std::string sentence(const RedactionFault& fault) {
     case notRedacted:
       return "Smart Redact covered nothing in this capture when it was taken. Redactions drawn on "
              "it are taken away in Annotate.";
+    case alreadyUncovered: return "What Smart Redact covered in this capture is uncovered already.";
     case alreadyRedacted: return "What Smart Redact covered in this capture is covered.";
     case originalGone:
       return fmt::format("The capture's original couldn't be read: {}.", fault.reason);
@@ -223,7 +224,8 @@ void CaptureRedactor::remove(const std::string& name, Done<EntryPointer> done) {
       [this, done](const std::shared_ptr<Held>& held, const EntryPointer& entry) {
         if (!isAutoRedacted(*entry)) {
           held->end();
-          return done(notDone(RedactionFault::Case::notRedacted));
+          return done(notDone(canReapply(*entry) ? RedactionFault::Case::alreadyUncovered
+                                                 : RedactionFault::Case::notRedacted));
         }
         roundTrip(
             *services_.work, services_.main,
@@ -346,13 +348,11 @@ void CaptureRedactor::replaced(const std::shared_ptr<Held>& held, const EntryPoi
     // Only now: until here the index names the original.
     roundTrip(
         *services_.work, services_.main,
-        [files = services_.files, originals = originals_, id, isRedacted] {
-          originals->forgetShapes(id);
-          if (isRedacted) return;
-          if (const auto removed = files->remove(originals->original(id));
-              !removed && removed.error().kind != FailureKind::notFound) {
-            logWarning("SmartRedact", "the original of {} could not be removed: {}", id,
-                       removed.error().reason);
+        [originals = originals_, id, isRedacted] {
+          if (isRedacted) {
+            originals->forgetShapes(id);
+          } else {
+            originals->discard(id);
           }
         },
         lifetime_.guard([this, held, id, done] {

@@ -25,10 +25,11 @@ namespace vantorel {
 /// the reason.
 struct RedactionFault {
   enum class Case {
-    notRedacted,      ///< nothing was covered in its file
-    alreadyRedacted,  ///< what could be covered again is
-    originalGone,     ///< `reason` says why
-    notWritten,       ///< `reason` says why
+    notRedacted,       ///< nothing was covered in its file
+    alreadyUncovered,  ///< what was covered in it is not any more
+    alreadyRedacted,   ///< what could be covered again is
+    originalGone,      ///< `reason` says why
+    notWritten,        ///< `reason` says why
   };
   Case what = Case::notRedacted;
   std::string reason{};

@@ -117,11 +117,17 @@ void TextIndexing::follow(const HistoryChange& change) {
   if (!services_.settings.values().indexScreenshotText) return;
   std::vector<HistoryStore::Revision> outdated;
   for (const HistoryChange::Update& update : change.updated) {
-    if (!isReadable(*update.after) || !isOverwritten(*update.before, *update.after)) continue;
-    givenUp_.erase(update.after->id);
-    if (!isCurrent(*update.after)) continue;
-    outdated.push_back({update.after, *update.after});
-    outdated.back().after.ocrVersion = 0;
+    const EntryPointer& entry = update.after;
+    if (!isReadable(*entry)) continue;
+    const bool wasSetBack = isCurrent(*update.before) && !isCurrent(*entry);
+    if (!wasSetBack && !isOverwritten(*update.before, *entry)) continue;
+    givenUp_.erase(entry->id);
+    if (isCurrent(*entry)) {
+      outdated.push_back({entry, *entry});
+      outdated.back().after.ocrVersion = 0;
+    } else if (wasSetBack) {
+      waiting_.push_front(entry->id);
+    }
   }
   for (const EntryPointer& entry : change.added) {
     if (isReadable(*entry) && !isCurrent(*entry)) waiting_.push_front(entry->id);

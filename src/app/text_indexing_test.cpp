@@ -118,6 +118,15 @@ TEST(TextIndexing, APictureThatChangesIsReadAgainAndWhatWasReadOfTheOldOneIsDrop
   run.runners.run();
   EXPECT_EQ(run.textOf("100"), "Width 150");
 
+  // Whoever changes the picture says so in the same change.
+  run.overwrite("/captures/100.png", 155);
+  ASSERT_TRUE(run.store.update("100", [&](ScreenshotEntry& entry) {
+    entry.fileIdentity = identifyFile(*run.files, entry.path);
+    entry.ocrVersion = 0;
+  }));
+  run.runners.run();
+  EXPECT_EQ(run.textOf("100"), "Width 155");
+
   // While it is being read.
   run.during = [&] {
     run.during = nullptr;

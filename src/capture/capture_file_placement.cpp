@@ -82,17 +82,18 @@ Result<Path> CaptureFilePlacement::placeIn(const Path& folder, StagedCapture& st
                                            const Encoded& encoded,
                                            const std::string& filenameTemplate) {
   const std::string_view extension = fileExtension(encoded.format);
+  // One that was cut short, whose format may have been another.
+  const Path temporary = folder / fmt::format(".{}.partial", staged.path.stem().string());
+  if (const auto old = files_->remove(temporary);
+      !old && old.error().kind != FailureKind::notFound) {
+    return std::unexpected(old.error());
+  }
   if (!encoded.bytes) {
     auto linked = nameFor(staged.path, true, folder, staged, filenameTemplate, extension);
     if (linked || linked.error().kind != FailureKind::unsupported) return linked;
   }
   const std::string copied = encoded.bytes ? std::string() : VT_TRY(files_->read(staged.path));
   const std::string& bytes = encoded.bytes ? *encoded.bytes : copied;
-  const Path temporary = folder / fmt::format(".{}.partial", staged.path.stem().string());
-  if (const auto old = files_->remove(temporary);
-      !old && old.error().kind != FailureKind::notFound) {
-    return std::unexpected(old.error());
-  }
   VT_TRY(files_->create(temporary, bytes, Privacy::byUmask, Durability::flushed));
   auto moved = nameFor(temporary, false, folder, staged, filenameTemplate, extension);
   if (moved) return moved;

@@ -40,12 +40,17 @@ std::vector<Shape> RedactedOriginals::shapes(const std::string& entryID) const {
   return std::move(covering->shapes);
 }
 
-void RedactedOriginals::forgetShapes(const std::string& entryID) {
-  const auto removed = files_->remove(shapesFile(entryID));
-  if (!removed && removed.error().kind != FailureKind::notFound) {
-    logWarning("SmartRedact", "{} could not be removed: {}", shapesFile(entryID).string(),
-               removed.error().reason);
-  }
+void RedactedOriginals::forgetShapes(const std::string& entryID) { remove(shapesFile(entryID)); }
+
+void RedactedOriginals::discard(const std::string& entryID) {
+  forgetShapes(entryID);
+  remove(original(entryID));
+}
+
+void RedactedOriginals::remove(const Path& path) {
+  const auto removed = files_->remove(path);
+  if (removed || removed.error().kind == FailureKind::notFound) return;
+  logWarning("SmartRedact", "{} could not be removed: {}", path.string(), removed.error().reason);
 }
 
 }  // namespace vantorel

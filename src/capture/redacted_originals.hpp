@@ -20,6 +20,9 @@ class RedactedOriginals {
 
   [[nodiscard]] Path original(const std::string& entryID) const;
 
+  /// Where it says what covers the original, until the entry does.
+  [[nodiscard]] Path shapesFile(const std::string& entryID) const;
+
   /// Makes the original safe, with what covers it.
   [[nodiscard]] Result<void> keep(const std::string& entryID, std::string_view png,
                                   const std::vector<Shape>& shapes);
@@ -33,8 +36,11 @@ class RedactedOriginals {
   /// The entry says it now.
   void forgetShapes(const std::string& entryID);
 
+  /// Nothing is covered, and another file is the capture.
+  void discard(const std::string& entryID);
+
  private:
-  [[nodiscard]] Path shapesFile(const std::string& entryID) const;
+  void remove(const Path& path);
 
   std::shared_ptr<Files> files_;
   Path folder_;

@@ -78,6 +78,8 @@ void StagedRedaction::settle(StagedCapture staged, Image original, CaptureRedact
         if (publishable.covered == 0) {
           raw.record = std::move(record);
           VT_TRY(staging->update(raw));
+          // A run that was cut short may have kept one.
+          if (raw.record.entryID) originals->discard(*raw.record.entryID);
           return std::move(publishable);
         }
         const std::string png =

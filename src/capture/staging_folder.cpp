@@ -152,12 +152,15 @@ Result<std::vector<StagedCapture>> StagingFolder::staged() const {
   return found;
 }
 
-std::vector<Path> StagingFolder::filedPaths() const {
+std::vector<Path> StagingFolder::filesElsewhere(const RedactedOriginals& originals) const {
   std::vector<Path> paths;
   const auto captures = staged();
   if (!captures) return paths;
   for (const StagedCapture& one : *captures) {
     if (one.record.filedPath) paths.emplace_back(*one.record.filedPath);
+    if (!one.record.entryID) continue;
+    paths.push_back(originals.original(*one.record.entryID));
+    paths.push_back(originals.shapesFile(*one.record.entryID));
   }
   return paths;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "capture/redacted_originals.hpp"
 #include "capture/staged_capture_record.hpp"
 #include "platform/files.hpp"
 
@@ -51,8 +52,9 @@ class StagingFolder {
   /// its name does not tell of the time its file does.
   [[nodiscard]] Result<std::vector<StagedCapture>> staged() const;
 
-  /// Where staged captures are being filed, or were when their filing was cut short.
-  [[nodiscard]] std::vector<Path> filedPaths() const;
+  /// The files that staged captures have elsewhere: where they are being filed, or were when that
+  /// was cut short, and what is kept of them among the originals.
+  [[nodiscard]] std::vector<Path> filesElsewhere(const RedactedOriginals& originals) const;
 
   /// Takes the record off `path` (a second name of the staged file, or the file itself), so that no
   /// launch takes it for a staged capture.

@@ -66,7 +66,7 @@ class Checker {
       }
     };
     std::ranges::for_each(filesOfRewrites(files_, scope.paths), learnUnlessParked);
-    if (scope.filedPaths) std::ranges::for_each(scope.filedPaths(), learn);
+    if (scope.filesOfStaged) std::ranges::for_each(scope.filesOfStaged(), learn);
     if (const auto undo = readPendingUndo(files_, scope.paths)) {
       for (const RemovedEntry& removed : undo->batch.items) forEachPath(*removed.entry, learn);
     }
@@ -174,7 +174,10 @@ std::vector<Path> lookForOriginals(Checker& checker, const LibraryScope& scope,
   std::vector<Path> originals;
   for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
     checker.lookThrough(folder, [&](const Path& path, double modified) {
-      if (path.extension() == ".partial") {
+      const bool isOfRewrite = path.extension() == ".partial";
+      // The words to an original, which nobody needs once its entry has them.
+      const bool isOfRedaction = path.extension() == ".json" && !checker.isKnown(path);
+      if (isOfRewrite || isOfRedaction) {
         addTemporary(scope, path, modified, findings);
       } else if (!checker.isKnown(path)) {
         originals.push_back(path);

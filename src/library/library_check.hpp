@@ -34,8 +34,8 @@ struct LibraryScope {
 
   double lookedAt = 0;  ///< of journals: the moment from which `journalsInUse` is
 
-  /// Where staged captures are being filed; called on the thread that looks. Empty: nobody files.
-  std::function<std::vector<Path>()> filedPaths{};
+  /// The files that staged captures have elsewhere; called on the thread that looks. Empty: none.
+  std::function<std::vector<Path>()> filesOfStaged{};
 
   std::vector<Path> leftovers{};  ///< that an earlier run had left at loading
 

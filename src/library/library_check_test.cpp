@@ -97,7 +97,7 @@ TEST(LibraryCheckTest, WhatDoesNotFitIsFoundAndNothingElse) {
   files.put("/data/relocation.json", "{}");
   const Path filing = "/captures/Screenshot 2026-03-02 at 14.05.09.png";
   files.put(filing, "being filed now");
-  scope.filedPaths = [&] { return std::vector{filing}; };
+  scope.filesOfStaged = [&] { return std::vector{filing}; };
   const std::string staged = "/data/Staged Captures/vantorel-7.png";
   files.put(staged, "to be filed by another process");
   const std::string late = "/captures/Screenshot 2026-03-03 at 14.05.09.png";

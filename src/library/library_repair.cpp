@@ -161,11 +161,16 @@ void LibraryRepair::clearOriginals() {
         FindingClaims claims(*services_.library);
         claims.dropSettled(findings);
         claims.claimOriginals(findings);
-        if (findings.originalsWithoutEntry.empty()) return;
+        if (findings.originalsWithoutEntry.empty() && findings.temporaries.empty()) return;
         roundTrip(
             *services_.work, services_.main,
-            [trash = services_.trash, originals = std::move(findings.originalsWithoutEntry)] {
-              for (const Path& path : originals) {
+            [trash = services_.trash, files = services_.files, findings = std::move(findings)] {
+              for (const Path& path : findings.temporaries) {
+                if (const auto removed = files->remove(path); !removed) {
+                  logWarning("History", "{}: {}", path.string(), removed.error().reason);
+                }
+              }
+              for (const Path& path : findings.originalsWithoutEntry) {
                 if (const auto moved = trash->moveToTrash(path); !moved) {
                   logWarning("History", "{}: {}", path.string(), moved.error().reason);
                 }
@@ -185,7 +190,7 @@ LibraryScope LibraryRepair::scope() const {
                      .originals = store.paths().originals(),
                      .stagedBefore = services_.clock->now() - filingSeconds,
                      .begunBefore = startedAt_,
-                     .filedPaths = services_.filedPaths};
+                     .filesOfStaged = services_.filesOfStaged};
   scope.isWholePicture = services_.isWholePicture;
   scope.leftovers = store.leftovers();
   scope.lookedAt = services_.clock->now();

@@ -28,7 +28,7 @@ class LibraryRepair {
     Trash* trash = nullptr;
     Library* library = nullptr;
     std::function<std::vector<Path>()> captureFolders;
-    std::function<std::vector<Path>()> filedPaths{};            ///< see `LibraryScope`
+    std::function<std::vector<Path>()> filesOfStaged{};         ///< see `LibraryScope`
     std::function<bool(const PictureBytes&)> isWholePicture{};  ///< see `LibraryScope`
   };
 
@@ -41,7 +41,8 @@ class LibraryRepair {
   /// begun goes on to its end. After `Library::whenReady`.
   void run(bool repairs, CheckProgress progress, Done done);
 
-  /// Moves originals that no entry needs to the Trash, as a repair does. Those of a capture whose
+  /// Moves originals that no entry needs to the Trash, as a repair does, and removes half files
+  /// among them. Those of a capture whose
   /// file went stay while the program lives in the tray, for the file may come back; after that
   /// they are nobody's.
   void clearOriginals();

@@ -54,17 +54,24 @@ TEST_F(LibraryRepairTest, OriginalsThatNobodyNeedsGoToTheTrashAndNoOthers) {
   for (const char* const id : {"away", "changing", "given", "gone"}) {
     files->put(std::string("/data/Originals/") + id + ".png", id);
   }
+  // A staged capture has the first, and its words.
+  for (const char* const name : {"staged.png", "staged.json", "filed.json"}) {
+    files->put(std::string("/data/Redacted Originals/") + name, "secret");
+  }
+  filing = {"/data/Redacted Originals/staged.png", "/data/Redacted Originals/staged.json"};
   load(indexOf(R"({"id":"away","capturedAt":1,"path":"/unplugged/away.png",)"
                R"("originalPath":"/data/Originals/away.png"},)"
                R"({"id":"changing","capturedAt":1,"path":"/captures/changing.png"},)"
                R"({"id":"given","capturedAt":1,"path":"/captures/given.png"})"));
   const auto changing = library.claim("changing", EntryWork::rewriting);
+  runners.advance(1s);
   repair.clearOriginals();
   EXPECT_TRUE(store.update(
       "given", [](ScreenshotEntry& entry) { entry.originalPath = "/data/Originals/given.png"; }));
   runners.run();
   EXPECT_THAT(files->names("/data/Originals"),
               ElementsAre("away.png", "changing.png", "given.png"));
+  EXPECT_THAT(files->names("/data/Redacted Originals"), ElementsAre("staged.json", "staged.png"));
   EXPECT_THAT(store.claims().fileChanges(), ElementsAre("changing"));
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/log.hpp"
+#include "capture/redacted_originals.hpp"
 #include "capture/staging_folder.hpp"
 #include "editor/entry_document.hpp"
 #include "library/changed_pictures.hpp"
@@ -66,23 +67,25 @@ LibraryWing::LibraryWing(DesktopWing& around)
                .moves = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
                .userID = ::geteuid()},
               LibraryPaths{desktop.folders.data, desktop.folders.cache}),
-      repair({.main = desktop.main,
-              .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
-              .files = desktop.files,
-              .codec = desktop.codec,
-              .clock = desktop.clock,
-              .trash = &trash,
-              .library = &library,
-              .captureFolders =
-                  [this] {
-                    return std::vector<Path>{desktop.folders.captures,
-                                             desktop.settings.values().storageDirectory};
-                  },
-              .filedPaths =
-                  [staging = StagingFolder(desktop.files, library.paths().stagedCaptures())] {
-                    return staging.filedPaths();
-                  },
-              .isWholePicture = isWholePicture}),
+      repair(
+          {.main = desktop.main,
+           .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
+           .files = desktop.files,
+           .codec = desktop.codec,
+           .clock = desktop.clock,
+           .trash = &trash,
+           .library = &library,
+           .captureFolders =
+               [this] {
+                 return std::vector<Path>{desktop.folders.captures,
+                                          desktop.settings.values().storageDirectory};
+               },
+           .filesOfStaged =
+               [staging = StagingFolder(desktop.files, library.paths().stagedCaptures()),
+                originals = RedactedOriginals(desktop.files, library.paths().redactedOriginals())] {
+                 return staging.filesElsewhere(originals);
+               },
+           .isWholePicture = isWholePicture}),
       prune({.main = desktop.main,
              .work = desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
              .files = desktop.files,

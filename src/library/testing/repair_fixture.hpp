@@ -69,7 +69,7 @@ struct RepairSession : TestLibrary {
                         .trash = &trash,
                         .library = &library,
                         .captureFolders = [] { return std::vector<Path>{"/captures"}; },
-                        .filedPaths = [this] { return filing; }}};
+                        .filesOfStaged = [this] { return filing; }}};
 };
 
 class LibraryRepairTest : public testing::Test, protected RepairSession {
