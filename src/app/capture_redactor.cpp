@@ -42,25 +42,6 @@ void leaveOutCovered(const ScreenshotEntry& entry, PixelSize size, SmartRedact::
 
 }  // namespace
 
-std::string sentence(const RedactionFault& fault) {
-  using enum RedactionFault::Case;
-  switch (fault.what) {
-    case notRedacted:
-      return "Smart Redact covered nothing in this capture when it was taken. Redactions drawn on "
-             "it are taken away in Annotate.";
-    case alreadyUncovered: return "What Smart Redact covered in this capture is uncovered already.";
-    case alreadyRedacted: return "What Smart Redact covered in this capture is covered.";
-    case originalGone:
-      return fmt::format("The capture's original couldn't be read: {}.", fault.reason);
-    case notWritten: return fmt::format("The capture couldn't be changed: {}.", fault.reason);
-  }
-  std::unreachable();
-}
-
-std::string sentence(const RedactionFailure& failure) {
-  return std::visit([](const auto& one) { return sentence(one); }, failure);
-}
-
 /// A capture that is worked on, and what ends with it.
 struct CaptureRedactor::Held {
   EntryClaim claim;
@@ -74,19 +55,18 @@ struct CaptureRedactor::Held {
   }
 };
 
-/// What was put in the place of a capture's file.
-struct CaptureRedactor::NewFile {
-  PixelSize size;
-  std::optional<FileIdentity> identity;
-};
-
 CaptureRedactor::CaptureRedactor(Services services)
     : services_(std::move(services)),
-      originals_(std::make_shared<RedactedOriginals>(
-          services_.files, services_.library.paths().redactedOriginals())) {}
+      fileRedaction_({.main = services_.main,
+                      .work = services_.work,
+                      .files = services_.files,
+                      .codec = services_.codec,
+                      .library = services_.library,
+                      .settings = services_.settings,
+                      .autoRedact = services_.autoRedact}) {}
 
 bool CaptureRedactor::isAutoRedacted(const ScreenshotEntry& entry) const {
-  return entry.originalPath && Path(*entry.originalPath) == originals_->original(entry.id);
+  return fileRedaction_.isCovered(entry);
 }
 
 bool CaptureRedactor::canReapply(const ScreenshotEntry& entry) const {
@@ -222,32 +202,12 @@ void CaptureRedactor::remove(const std::string& name, Done<EntryPointer> done) {
   withCapture<EntryPointer>(
       name, EntryWork::rewriting, done,
       [this, done](const std::shared_ptr<Held>& held, const EntryPointer& entry) {
-        if (!isAutoRedacted(*entry)) {
-          held->end();
-          return done(notDone(canReapply(*entry) ? RedactionFault::Case::alreadyUncovered
-                                                 : RedactionFault::Case::notRedacted));
+        if (isAutoRedacted(*entry) || entry->redactionChange) {
+          return fileRedaction_.uncover(entry, answerOf(held, done));
         }
-        roundTrip(
-            *services_.work, services_.main,
-            [entry, originals = originals_, files = services_.files, codec = services_.codec,
-             quality = services_.settings.values().jpegQuality]() -> Result<NewFile> {
-              std::string bytes = VT_TRY(originals->read(entry->id));
-              const PixelSize size = VT_TRY(codec->pixelSize(bytes));
-              const ExportFormat format = formatOf(entry->path);
-              if (format != ExportFormat::png) {
-                const Image original = VT_TRY(codec->decode(bytes));
-                bytes = VT_TRY(
-                    codec->encode(original, {.format = format,
-                                             .quality = quality,
-                                             .pixelsPerPoint = entry->captureScale.value_or(1),
-                                             .createdAt = entry->capturedAt}));
-              }
-              VT_TRY(files->replace(entry->path, bytes, Privacy::byUmask));
-              return NewFile{size, identifyFile(*files, entry->path)};
-            },
-            lifetime_.guard([this, held, entry, done](Result<NewFile> file) {
-              replaced(held, entry, false, std::move(file), done);
-            }));
+        held->end();
+        done(notDone(canReapply(*entry) ? RedactionFault::Case::alreadyUncovered
+                                        : RedactionFault::Case::notRedacted));
       });
 }
 
@@ -255,113 +215,33 @@ void CaptureRedactor::reapply(const std::string& name, Done<EntryPointer> done) 
   withCapture<EntryPointer>(
       name, EntryWork::rewriting, done,
       [this, done](const std::shared_ptr<Held>& held, const EntryPointer& entry) {
-        if (!canReapply(*entry)) {
-          held->end();
-          return done(notDone(isAutoRedacted(*entry) ? RedactionFault::Case::alreadyRedacted
-                                                     : RedactionFault::Case::notRedacted));
+        const bool isCutShort = entry->redactionChange && entry->autoRedactions;
+        if (canReapply(*entry) || isCutShort) {
+          return fileRedaction_.cover(entry, answerOf(held, done));
         }
-        struct Original {
-          Image picture;
-          std::string png;
-        };
-        roundTrip(
-            *services_.work, services_.main,
-            [entry, originals = originals_, files = services_.files,
-             codec = services_.codec]() -> Result<Original> {
-              // One that is kept is the original for certain: the file may be covered already, by a
-              // run that was cut short.
-              auto bytes = originals->read(entry->id);
-              if (!bytes) bytes = files->read(entry->path);
-              if (!bytes) return std::unexpected(bytes.error());
-              Image picture = VT_TRY(codec->decode(*bytes));
-              const PictureHeader header = VT_TRY(codec->header(*bytes));
-              if (header.format != ExportFormat::png) {
-                *bytes = VT_TRY(codec->encode(picture, {.format = ExportFormat::png}));
-              }
-              return Original{std::move(picture), *std::move(bytes)};
-            },
-            lifetime_.guard([this, held, entry, done](Result<Original> original) {
-              if (!original) {
-                return replaced(held, entry, true, std::unexpected(original.error()), done);
-              }
-              const auto png = std::make_shared<std::string>(std::move(original->png));
-              services_.autoRedact.bake(
-                  original->picture, entry->captureScale.value_or(1), *entry->autoRedactions,
-                  lifetime_.guard([this, held, entry, done,
-                                   png](Result<Image, SceneFailure> baked) {
-                    if (!baked) {
-                      held->end();
-                      return done(notDone(std::move(baked.error())));
-                    }
-                    roundTrip(
-                        *services_.work, services_.main,
-                        [entry, png, baked = *std::move(baked), originals = originals_,
-                         files = services_.files, codec = services_.codec,
-                         quality = services_.settings.values().jpegQuality]() -> Result<NewFile> {
-                          const std::string bytes = VT_TRY(codec->encode(
-                              baked, {.format = formatOf(entry->path),
-                                      .quality = quality,
-                                      .pixelsPerPoint = entry->captureScale.value_or(1),
-                                      .createdAt = entry->capturedAt}));
-                          VT_TRY(originals->keep(entry->id, *png, *entry->autoRedactions));
-                          VT_TRY(files->replace(entry->path, bytes, Privacy::byUmask));
-                          return NewFile{baked.size(), identifyFile(*files, entry->path)};
-                        },
-                        lifetime_.guard([this, held, entry, done](Result<NewFile> file) {
-                          replaced(held, entry, true, std::move(file), done);
-                        }));
-                  }));
-            }));
+        held->end();
+        done(notDone(isAutoRedacted(*entry) ? RedactionFault::Case::alreadyRedacted
+                                            : RedactionFault::Case::notRedacted));
       });
 }
 
-/// The capture's file is another one now, or it is not: says so in the entry.
-void CaptureRedactor::replaced(const std::shared_ptr<Held>& held, const EntryPointer& entry,
-                               bool isRedacted, Result<NewFile> file,
-                               const Done<EntryPointer>& done) {
-  if (!file) {
+CaptureRedactor::Done<EntryPointer> CaptureRedactor::answerOf(const std::shared_ptr<Held>& held,
+                                                              Done<EntryPointer> done) {
+  return [held, done = std::move(done)](Answer<EntryPointer> answer) {
     held->end();
-    const bool isMissing = file.error().kind == FailureKind::notFound && !isRedacted;
-    return done(
-        notDone(isMissing ? RedactionFault::Case::originalGone : RedactionFault::Case::notWritten,
-                file.error().reason));
+    done(std::move(answer));
+  };
+}
+
+void CaptureRedactor::finishCutShort() {
+  const EntryList entries = services_.library.store().entries();
+  for (const EntryPointer& entry : entries) {
+    if (!entry->redactionChange) continue;
+    const auto told = [id = entry->id](const Answer<EntryPointer>& answer) {
+      if (!answer) logWarning("SmartRedact", "{}: {}", id, sentence(answer.error()));
+    };
+    entry->redactionChange->covers ? reapply(entry->id, told) : remove(entry->id, told);
   }
-  HistoryStore& store = services_.library.store();
-  const auto changed = store.update(entry->id, [&](ScreenshotEntry& now) {
-    now.fileIdentity = file->identity;
-    followPictureSize(now, file->size);
-    now.originalPath =
-        isRedacted ? std::optional(originals_->original(now.id).string()) : std::nullopt;
-    now.originalIdentity.reset();
-    // What is seen now is to be read anew.
-    now.ocrVersion = 0;
-  });
-  if (!changed) {
-    held->end();
-    return done(notDone(EntryFailure{EntryFailure::Case::left}));
-  }
-  store.flush(lifetime_.guard([this, held, id = entry->id, isRedacted, done](Result<void> saved) {
-    if (!saved) {
-      held->end();
-      return done(notDone(EntryFailure{EntryFailure::Case::notSaved, saved.error().reason}));
-    }
-    // Only now: until here the index names the original.
-    roundTrip(
-        *services_.work, services_.main,
-        [originals = originals_, id, isRedacted] {
-          if (isRedacted) {
-            originals->forgetShapes(id);
-          } else {
-            originals->discard(id);
-          }
-        },
-        lifetime_.guard([this, held, id, done] {
-          held->end();
-          const EntryPointer now = services_.library.store().find(id);
-          if (!now) return done(notDone(EntryFailure{EntryFailure::Case::left}));
-          done(now);
-        }));
-  }));
 }
 
 }  // namespace vantorel

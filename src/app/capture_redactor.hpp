@@ -6,39 +6,19 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <variant>
 #include <vector>
 
-#include "app/capture_annotator.hpp"
 #include "app/capture_auto_redact.hpp"
+#include "app/file_redaction.hpp"
 #include "app/pending_archive_work.hpp"
+#include "app/redaction_failure.hpp"
 #include "app/sensitive_scans.hpp"
 #include "app/surface_registry.hpp"
-#include "capture/redacted_originals.hpp"
 #include "library/library.hpp"
 #include "platform/image_codec.hpp"
 #include "settings/settings_store.hpp"
 
 namespace vantorel {
-
-/// Why a capture was not looked through, or its redaction not changed, where no other part of it is
-/// the reason.
-struct RedactionFault {
-  enum class Case {
-    notRedacted,       ///< nothing was covered in its file
-    alreadyUncovered,  ///< what was covered in it is not any more
-    alreadyRedacted,   ///< what could be covered again is
-    originalGone,      ///< `reason` says why
-    notWritten,        ///< `reason` says why
-  };
-  Case what = Case::notRedacted;
-  std::string reason{};
-};
-
-using RedactionFailure = std::variant<RedactionFault, RecognitionFailure, AnnotationFailure>;
-
-[[nodiscard]] std::string sentence(const RedactionFault& fault);
-[[nodiscard]] std::string sentence(const RedactionFailure& failure);
 
 /// Looks through captures for what is sensitive, covers it, and takes away and brings back what was
 /// covered in their files. Lives on the main runner; files are read and written on `work`.
@@ -105,19 +85,21 @@ class CaptureRedactor {
   /// Whether `reapply` has something to cover.
   [[nodiscard]] bool canReapply(const ScreenshotEntry& entry) const;
 
+  /// Ends what of the two was cut short, by a crash or a full disk. After `Library::whenReady`.
+  void finishCutShort();
+
  private:
   struct Held;
-  struct NewFile;
   using Go = std::function<void(const std::shared_ptr<Held>& held, const EntryPointer& entry)>;
 
   template <class Value>
   void withCapture(const std::string& name, EntryWork work, const Done<Value>& done, Go go);
+  [[nodiscard]] static Done<EntryPointer> answerOf(const std::shared_ptr<Held>& held,
+                                                   Done<EntryPointer> done);
   void readAndScan(const Path& path, double pixelsPerPoint, Done<Scan> done);
-  void replaced(const std::shared_ptr<Held>& held, const EntryPointer& entry, bool isRedacted,
-                Result<NewFile> file, const Done<EntryPointer>& done);
 
   Services services_;
-  std::shared_ptr<RedactedOriginals> originals_;
+  FileRedaction fileRedaction_;
   std::set<std::shared_ptr<SensitiveScans::Scan>> scans_;  // under way
   Lifetime lifetime_;
 };

@@ -14,6 +14,7 @@
 namespace vantorel {
 namespace {
 
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -24,8 +25,7 @@ constexpr PixelSize bakedSize{50, 40};  // in these tests what is covered is tol
 
 /// The capture "a", which shows a mail address and a card's number.
 struct RedactorSession : TestLibrary {
-  RedactorSession() {
-    files->folders.insert("/captures");
+  explicit RedactorSession(std::shared_ptr<FakeFiles> disk) : TestLibrary(std::move(disk)) {
     recogniser->onRead = [](const Image& picture, const ReadingRequest& request) {
       if (request.area) return FakeTextRecogniser::Answer(PictureReading{picture.size(), {}, {}});
       return FakeTextRecogniser::Answer(
@@ -33,6 +33,10 @@ struct RedactorSession : TestLibrary {
     };
     library.open();
     runners.run();
+  }
+
+  RedactorSession() : RedactorSession(std::make_shared<FakeFiles>()) {
+    files->folders.insert("/captures");
     files->put("/captures/a.png", whole());
     ScreenshotEntry entry;
     entry.id = "a";
@@ -52,6 +56,14 @@ struct RedactorSession : TestLibrary {
     return codec->pixelSize(files->disk.at(path)->bytes).value();
   }
   [[nodiscard]] const ScreenshotEntry& entry() const { return *store.find("a"); }
+
+  /// What comes of uncovering the capture, or of covering it again.
+  std::string ask(bool covers) {
+    covers ? redactor.reapply("a", told<EntryPointer>())
+           : redactor.remove("a", told<EntryPointer>());
+    runners.run();
+    return said;
+  }
 
   template <class Value>
   CaptureRedactor::Done<Value> told() {
@@ -231,38 +243,95 @@ TEST(CaptureRedactor, WhatIsCoveredAgainIsWhereItWasInAPictureScaledMeanwhile) {
             (std::array{5.0, 10.0, 15.0, 20.0}));
 }
 
-TEST(CaptureRedactor, ACrashBetweenAnyTwoChangesNeverLosesTheOriginal) {
+TEST(CaptureRedactor, OfAFileInAnotherFormatTheUntouchedPictureStaysAndNothingElseShowsIt) {
+  RedactorSession run;
+  redactBeforeFiling(run);
+  run.files->put("/captures/a.jpg",
+                 run.codec
+                     ->encode(MutableImage(bakedSize, PixelFormat::bgrx).finish(),
+                              {.format = ExportFormat::jpeg})
+                     .value());
+  EXPECT_TRUE(
+      run.store.update("a", [](ScreenshotEntry& entry) { entry.path = "/captures/a.jpg"; }));
+  const std::string untouched = run.files->disk.at("/data/Redacted Originals/a.png")->bytes;
+  EXPECT_EQ(run.ask(false), "done");
+  EXPECT_EQ(run.sizeOf("/captures/a.jpg"), wholeSize);
+  EXPECT_EQ(run.entry().originalPath, "/data/Originals/a.png");
+  EXPECT_EQ(run.files->text("/data/Originals/a.png"), untouched);
+
+  // An original of its own, from a conversion in between.
+  run.files->put("/captures/a.png", untouched);
+  run.files->remove("/data/Originals/a.png").value();
+  EXPECT_TRUE(run.store.update(
+      "a", [](ScreenshotEntry& entry) { entry.originalPath = "/captures/a.png"; }));
+  EXPECT_EQ(run.ask(true), "done");
+  EXPECT_EQ(run.sizeOf("/captures/a.jpg"), bakedSize);
+  EXPECT_THAT(run.files->names("/captures"), ElementsAre("a.jpg")) << "the other one shows it all";
+  EXPECT_EQ(run.files->text("/data/Redacted Originals/a.png"), untouched);
+  EXPECT_FALSE(run.entry().redactionChange);
+}
+
+TEST(CaptureRedactor, WhatAnotherProgramWroteIntoACoveredFileStaysBesideIt) {
+  RedactorSession run;
+  redactBeforeFiling(run);
+  EXPECT_EQ(run.ask(false), "done");
+  EXPECT_EQ(run.ask(true), "done");
+  const std::string theirs =
+      run.codec->encode(MutableImage({70, 60}, PixelFormat::bgrx).finish(), {}).value();
+  run.files->put("/captures/a.png", theirs);
+  EXPECT_EQ(run.ask(false), "done");
+  EXPECT_EQ(run.sizeOf("/captures/a.png"), wholeSize);
+  EXPECT_EQ(run.files->text("/captures/a 2.png"), theirs);
+}
+
+TEST(CaptureRedactor, AFullDiskOfTheIndexChangesNothing) {
+  RedactorSession run;
+  redactBeforeFiling(run);
+  run.files->changesFail = FailureKind::noSpace;
+  EXPECT_THAT(run.ask(false), HasSubstr("couldn't be changed"));
+  EXPECT_EQ(run.sizeOf("/captures/a.png"), bakedSize);
+  EXPECT_FALSE(run.entry().redactionChange);
+  run.files->changesFail.reset();
+  EXPECT_EQ(run.ask(false), "done");
+  EXPECT_EQ(run.sizeOf("/captures/a.png"), wholeSize);
+}
+
+TEST(CaptureRedactor, WhatACrashBetweenAnyTwoChangesCutShortIsDoneAtTheNextStart) {
   struct Crash {};
-  for (const bool reapplies : {false, true}) {
+  for (const bool covers : {false, true}) {
     for (int change = 1;; ++change) {
-      SCOPED_TRACE(fmt::format("{} change {}", reapplies ? "reapply" : "remove", change));
-      RedactorSession run;
-      redactBeforeFiling(run);
-      if (reapplies) {
-        run.redactor.remove("a", run.told<EntryPointer>());
-        run.runners.run();
-      }
-      const int before = run.files->changes;
+      SCOPED_TRACE(fmt::format("{} change {}", covers ? "cover" : "uncover", change));
+      auto run = std::make_unique<RedactorSession>();
+      redactBeforeFiling(*run);
+      if (covers) run->ask(false);
+      const int before = run->files->changes;
       bool crashed = false;
-      run.files->beforeChange = [&](int number) {
+      run->files->beforeChange = [&](int number) {
         if (number - before == change) throw Crash{};
       };
       try {
-        if (reapplies) {
-          run.redactor.reapply("a", run.told<EntryPointer>());
-        } else {
-          run.redactor.remove("a", run.told<EntryPointer>());
-        }
-        run.runners.run();
+        run->ask(covers);
       } catch (const Crash&) {
         crashed = true;
       }
-      run.files->beforeChange = nullptr;
-      const bool isKept = run.files->disk.contains("/data/Redacted Originals/a.png") &&
-                          run.sizeOf("/data/Redacted Originals/a.png") == wholeSize;
-      EXPECT_TRUE(isKept || run.sizeOf("/captures/a.png") == wholeSize);
+      run->files->beforeChange = nullptr;
+      run = std::make_unique<RedactorSession>(run->files);
+      run->redactor.finishCutShort();
+      run->runners.run();
+      run->runners.advance(10s);
+      const ScreenshotEntry& entry = run->entry();
+      EXPECT_FALSE(entry.redactionChange);
+      const bool isCovered = run->redactor.isAutoRedacted(entry);
+      EXPECT_EQ(run->sizeOf("/captures/a.png"), isCovered ? bakedSize : wholeSize);
+      EXPECT_EQ(entry.pixelWidth, isCovered ? bakedSize.width : wholeSize.width);
+      EXPECT_THAT(run->files->names("/captures"), ElementsAre("a.png"));
+      if (isCovered) {
+        EXPECT_EQ(run->sizeOf("/data/Redacted Originals/a.png"), wholeSize);
+        EXPECT_EQ(run->ask(false), "done");
+      }
+      EXPECT_EQ(run->sizeOf("/captures/a.png"), wholeSize);
       if (!crashed) break;
-      ASSERT_LT(change, 40);
+      ASSERT_LT(change, 60);
     }
   }
 }

@@ -231,6 +231,7 @@ void CaptureRewriter::fileAway(const ScreenshotEntry& before,
   const auto changed = store.update(before.id, [&](ScreenshotEntry& entry) {
     entry.path = result.path.string();
     entry.fileIdentity = result.identity;
+    if (entry.coveredFileSize && result.identity) entry.coveredFileSize = result.identity->size;
     followPictureSize(entry, result.pixelSizeBefore);
     followPictureSize(entry, result.pixelSize);
     entry.captureScale = result.scale;

@@ -44,6 +44,7 @@ void RedactedOriginals::forgetShapes(const std::string& entryID) { remove(shapes
 
 void RedactedOriginals::discard(const std::string& entryID) {
   forgetShapes(entryID);
+  remove(stagingOf(original(entryID)));
   remove(original(entryID));
 }
 

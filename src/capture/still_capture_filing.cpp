@@ -141,6 +141,7 @@ void StillCaptureFiling::addToLibrary(StagedCapture staged, PlacedCapture placed
   if (staged.record.isRedacted) {
     entry.originalPath = services_.originals->original(entry.id).string();
     entry.autoRedactions = placed.covering;
+    if (placed.identity) entry.coveredFileSize = placed.identity->size;
   }
   // It may have been deleted, or typed by hand.
   const auto collection = services_.activeCollectionID();

@@ -136,6 +136,11 @@ std::vector<Path> foldersOfCaptures(const Files& files, const LibraryScope& scop
 
 bool isTemporaryCapture(const Path& path) {
   const std::string name = path.filename().string();
+  // A capture's file that was being replaced.
+  if (path.extension() == ".staging") {
+    const Path replaced = path.stem();
+    return mediumOf(replaced) && timeInCaptureName(replaced.stem().string());
+  }
   return name.starts_with('.') && path.extension() == ".partial" &&
          (name.starts_with(".vantorel-") || timeInCaptureName(path.stem().string().substr(1)));
 }
@@ -174,7 +179,7 @@ std::vector<Path> lookForOriginals(Checker& checker, const LibraryScope& scope,
   std::vector<Path> originals;
   for (const Path& folder : {scope.originals, scope.paths.redactedOriginals()}) {
     checker.lookThrough(folder, [&](const Path& path, double modified) {
-      const bool isOfRewrite = path.extension() == ".partial";
+      const bool isOfRewrite = path.extension() == ".partial" || path.extension() == ".staging";
       // The words to an original, which nobody needs once its entry has them.
       const bool isOfRedaction = path.extension() == ".json" && !checker.isKnown(path);
       if (isOfRewrite || isOfRedaction) {

@@ -74,7 +74,10 @@ TextWing::~TextWing() {
   captures.coordinator.texts = nullptr;
 }
 
-void TextWing::startResident() { indexing.start(); }
+void TextWing::startResident() {
+  captures.libraryWing.library.whenReady([this] { redactor.finishCutShort(); });
+  indexing.start();
+}
 
 void TextWing::stop() {
   scans.stop();

@@ -96,6 +96,8 @@ void ScreenshotEntry::describe(V& v, S& entry) {
   v.field("fileIdentity", entry.fileIdentity);
   v.field("originalIdentity", entry.originalIdentity);
   v.field("autoRedactions", entry.autoRedactions);
+  v.field("coveredFileSize", entry.coveredFileSize);
+  v.field("redactionChange", entry.redactionChange);
   v.rest(entry.extra);
 }
 VT_JSON_RECORD(ScreenshotEntry)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,6 +19,7 @@
 #include "editor/records/layer_spec.hpp"
 #include "editor/records/shape.hpp"
 #include "library/records/file_identity.hpp"
+#include "library/records/redaction_change.hpp"
 #include "recording/records/gif_export.hpp"
 #include "recording/records/recording_zoom_event.hpp"
 #include "studio/records/studio_entry_record.hpp"
@@ -86,7 +88,10 @@ struct ScreenshotEntry {
   /// What Smart Redact covered in the file itself before it was filed, in its pixels. The original
   /// is at `originalPath` for as long as it is covered; afterwards they can be applied again.
   BoxedOptional<std::vector<Shape>> autoRedactions;
-  json::Extra extra;  ///< what this build does not know
+  /// Of the covered file in bytes, by which one is told that another program has changed.
+  std::optional<std::int64_t> coveredFileSize;
+  BoxedOptional<RedactionChange> redactionChange;  ///< under way, or cut short
+  json::Extra extra;                               ///< what this build does not know
 
   bool operator==(const ScreenshotEntry&) const = default;
   template <class V, class S>
