@@ -7,6 +7,7 @@
 #include "app/document_storing.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
+#include "capture/kept_redaction.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/redaction_cover.hpp"
 #include "editor/shape_layers.hpp"
@@ -21,11 +22,6 @@ std::unexpected<RedactionFailure> notDone(AnnotationFailure failure) {
 
 std::unexpected<RedactionFailure> notDone(RedactionFault::Case what, std::string reason = {}) {
   return std::unexpected(RedactionFailure(RedactionFault{what, std::move(reason)}));
-}
-
-/// The format that a file's name says; PNG where it says none of ours.
-ExportFormat formatOf(const Path& path) {
-  return formatOfFileName(path.string()).value_or(ExportFormat::png);
 }
 
 /// `found` without what the redactions of `entry` cover already.
@@ -65,19 +61,12 @@ CaptureRedactor::CaptureRedactor(Services services)
                       .settings = services_.settings,
                       .autoRedact = services_.autoRedact}) {}
 
-bool CaptureRedactor::isAutoRedacted(const ScreenshotEntry& entry) const {
-  return fileRedaction_.isCovered(entry);
-}
-
-bool CaptureRedactor::canReapply(const ScreenshotEntry& entry) const {
-  return entry.autoRedactions && !entry.autoRedactions->empty() && !isAutoRedacted(entry);
-}
-
 /// Calls `go` with a claimed capture as it is once it is known which file is its own.
 template <class Value>
 void CaptureRedactor::withCapture(const std::string& name, EntryWork work, const Done<Value>& done,
-                                  Go go) {
-  services_.library.whenReady(lifetime_.guard([this, name, work, done, go = std::move(go)] {
+                                  Go go, Library::Claimed claimed) {
+  services_.library.whenReady(lifetime_.guard([this, name, work, done, go = std::move(go),
+                                               claimed] {
     const HistoryStore& store = services_.library.store();
     const auto named = store.resolve(name);
     if (!named) {
@@ -95,14 +84,16 @@ void CaptureRedactor::withCapture(const std::string& name, EntryWork work, const
       if (auto refusal = store.indexRefusal()) {
         return done(notDone(EntryFailure{EntryFailure::Case::unchangeable, *std::move(refusal)}));
       }
-      if (services_.surfaces.editors.isOpen(entry.id)) {
+      if (claimed == Library::Claimed::no && services_.surfaces.editors.isOpen(entry.id)) {
         return done(notDone(EntryBusy{EntryWork::editing}));
       }
     }
-    auto claim = services_.library.claim(entry.id, work);
-    if (!claim) return done(notDone(claim.error()));
     const auto held = std::make_shared<Held>();
-    held->claim = *std::move(claim);
+    if (claimed == Library::Claimed::no) {
+      auto claim = services_.library.claim(entry.id, work);
+      if (!claim) return done(notDone(claim.error()));
+      held->claim = *std::move(claim);
+    }
     if (changes) {
       held->pending = &services_.pendingWork;
       held->ticket = services_.pendingWork.begin(QuitFilingNote::Item::rewrite);
@@ -198,31 +189,46 @@ void CaptureRedactor::apply(const std::string& name, Wanted wanted, Done<Applied
       });
 }
 
-void CaptureRedactor::remove(const std::string& name, Done<EntryPointer> done) {
+void CaptureRedactor::switchTo(bool covers, const std::string& id, Library::Claimed claimed,
+                               std::function<void(Result<void, std::string>)> done) {
+  const auto changed = [done = std::move(done)](const Answer<EntryPointer>& answer) {
+    if (!answer) return done(std::unexpected(sentence(answer.error())));
+    done({});
+  };
+  covers ? reapply(id, changed, claimed) : remove(id, changed, claimed);
+}
+
+void CaptureRedactor::remove(const std::string& name, Done<EntryPointer> done,
+                             Library::Claimed claimed) {
   withCapture<EntryPointer>(
       name, EntryWork::rewriting, done,
       [this, done](const std::shared_ptr<Held>& held, const EntryPointer& entry) {
-        if (isAutoRedacted(*entry) || entry->redactionChange) {
+        const auto kept = keptRedaction(*entry, services_.library.paths());
+        if ((kept && kept->isCovering) || entry->redactionChange) {
           return fileRedaction_.uncover(entry, answerOf(held, done));
         }
         held->end();
-        done(notDone(canReapply(*entry) ? RedactionFault::Case::alreadyUncovered
-                                        : RedactionFault::Case::notRedacted));
-      });
+        done(notDone(kept ? RedactionFault::Case::alreadyUncovered
+                          : RedactionFault::Case::notRedacted));
+      },
+      claimed);
 }
 
-void CaptureRedactor::reapply(const std::string& name, Done<EntryPointer> done) {
+void CaptureRedactor::reapply(const std::string& name, Done<EntryPointer> done,
+                              Library::Claimed claimed) {
   withCapture<EntryPointer>(
       name, EntryWork::rewriting, done,
       [this, done](const std::shared_ptr<Held>& held, const EntryPointer& entry) {
+        const auto kept = keptRedaction(*entry, services_.library.paths());
         const bool isCutShort = entry->redactionChange && entry->autoRedactions;
-        if (canReapply(*entry) || isCutShort) {
+        if ((kept && !kept->isCovering) || isCutShort) {
           return fileRedaction_.cover(entry, answerOf(held, done));
         }
         held->end();
-        done(notDone(isAutoRedacted(*entry) ? RedactionFault::Case::alreadyRedacted
-                                            : RedactionFault::Case::notRedacted));
-      });
+        done(notDone(kept ? RedactionFault::Case::alreadyRedacted
+                          : RedactionFault::Case::notRedacted));
+      },
+      claimed);
 }
 
 CaptureRedactor::Done<EntryPointer> CaptureRedactor::answerOf(const std::shared_ptr<Held>& held,

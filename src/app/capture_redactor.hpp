@@ -73,17 +73,18 @@ class CaptureRedactor {
   void apply(const std::string& name, Wanted wanted, Done<Applied> done);
 
   /// Takes away what Smart Redact covered in the capture's file before it was filed: the untouched
-  /// original is in its place again.
-  void remove(const std::string& name, Done<EntryPointer> done);
+  /// original is in its place again. Whoever has the capture open in Annotate holds its claim until
+  /// `done` comes, and takes over the other picture.
+  void remove(const std::string& name, Done<EntryPointer> done,
+              Library::Claimed claimed = Library::Claimed::no);
 
   /// Covers again what `remove` has uncovered.
-  void reapply(const std::string& name, Done<EntryPointer> done);
+  void reapply(const std::string& name, Done<EntryPointer> done,
+               Library::Claimed claimed = Library::Claimed::no);
 
-  /// Whether the capture's file has something covered that `remove` can uncover.
-  [[nodiscard]] bool isAutoRedacted(const ScreenshotEntry& entry) const;
-
-  /// Whether `reapply` has something to cover.
-  [[nodiscard]] bool canReapply(const ScreenshotEntry& entry) const;
+  /// Either of them.
+  void switchTo(bool covers, const std::string& id, Library::Claimed claimed,
+                std::function<void(Result<void, std::string>)> done);
 
   /// Ends what of the two was cut short, by a crash or a full disk. After `Library::whenReady`.
   void finishCutShort();
@@ -93,7 +94,8 @@ class CaptureRedactor {
   using Go = std::function<void(const std::shared_ptr<Held>& held, const EntryPointer& entry)>;
 
   template <class Value>
-  void withCapture(const std::string& name, EntryWork work, const Done<Value>& done, Go go);
+  void withCapture(const std::string& name, EntryWork work, const Done<Value>& done, Go go,
+                   Library::Claimed claimed = Library::Claimed::no);
   [[nodiscard]] static Done<EntryPointer> answerOf(const std::shared_ptr<Held>& held,
                                                    Done<EntryPointer> done);
   void readAndScan(const Path& path, double pixelsPerPoint, Done<Scan> done);

@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "capture/kept_redaction.hpp"
 #include "editor/entry_document.hpp"
 #include "library/testing/test_library.hpp"
 #include "platform/testing/fake_defaults_store.hpp"
@@ -196,10 +197,15 @@ void redactBeforeFiling(RedactorSession& run) {
   run.runners.run();
 }
 
+bool isCovering(RedactorSession& run) {
+  const auto kept = keptRedaction(run.entry(), run.store.paths());
+  return kept && kept->isCovering;
+}
+
 TEST(CaptureRedactor, WhatWasCoveredBeforeFilingIsUncoveredAndCoveredAgain) {
   RedactorSession run;
   redactBeforeFiling(run);
-  EXPECT_TRUE(run.redactor.isAutoRedacted(run.entry()));
+  EXPECT_TRUE(isCovering(run));
   run.redactor.remove("a", run.told<EntryPointer>());
   run.runners.run();
   EXPECT_EQ(run.said, "done");
@@ -218,7 +224,7 @@ TEST(CaptureRedactor, WhatWasCoveredBeforeFilingIsUncoveredAndCoveredAgain) {
   EXPECT_EQ(run.drawn, 1U);
   EXPECT_EQ(run.sizeOf("/captures/a.png"), bakedSize);
   EXPECT_EQ(run.sizeOf("/data/Redacted Originals/a.png"), wholeSize);
-  EXPECT_TRUE(run.redactor.isAutoRedacted(run.entry()));
+  EXPECT_TRUE(isCovering(run));
   run.redactor.reapply("a", run.told<EntryPointer>());
   run.runners.run();
   EXPECT_NE(run.said, "done");
@@ -321,7 +327,7 @@ TEST(CaptureRedactor, WhatACrashBetweenAnyTwoChangesCutShortIsDoneAtTheNextStart
       run->runners.advance(10s);
       const ScreenshotEntry& entry = run->entry();
       EXPECT_FALSE(entry.redactionChange);
-      const bool isCovered = run->redactor.isAutoRedacted(entry);
+      const bool isCovered = isCovering(*run);
       EXPECT_EQ(run->sizeOf("/captures/a.png"), isCovered ? bakedSize : wholeSize);
       EXPECT_EQ(entry.pixelWidth, isCovered ? bakedSize.width : wholeSize.width);
       EXPECT_THAT(run->files->names("/captures"), ElementsAre("a.png"));

@@ -49,8 +49,6 @@ class FileRedaction::Disk {
         paths_(std::move(paths)),
         redacted_(files_, paths_.redactedOriginals()) {}
 
-  [[nodiscard]] const RedactedOriginals& redacted() const { return redacted_; }
-
   Result<NewFile> uncover(const ScreenshotEntry& entry, double quality) {
     auto original = redacted_.read(entry.id);
     // A change that was cut short may have come that far.
@@ -181,10 +179,6 @@ class FileRedaction::Disk {
 FileRedaction::FileRedaction(Services services)
     : services_(std::move(services)),
       disk_(std::make_shared<Disk>(services_.files, services_.codec, services_.library.paths())) {}
-
-bool FileRedaction::isCovered(const ScreenshotEntry& entry) const {
-  return entry.originalPath && Path(*entry.originalPath) == disk_->redacted().original(entry.id);
-}
 
 void FileRedaction::uncover(const EntryPointer& entry, Done done) {
   begin(entry, false, std::move(done));

@@ -45,9 +45,6 @@ class FileRedaction {
   /// reads, or the original that the capture had meanwhile does.
   void cover(const EntryPointer& entry, Done done);
 
-  /// Whether the file is covered, as far as the entry knows.
-  [[nodiscard]] bool isCovered(const ScreenshotEntry& entry) const;
-
  private:
   struct Change;
   struct NewFile;

@@ -7,7 +7,7 @@
 namespace vantorel {
 
 Path RedactedOriginals::original(const std::string& entryID) const {
-  return folder_ / (entryID + ".png");
+  return folder_ / originalName(entryID);
 }
 
 Path RedactedOriginals::shapesFile(const std::string& entryID) const {

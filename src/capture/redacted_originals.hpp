@@ -10,6 +10,11 @@
 
 namespace vantorel {
 
+/// What the original of an entry is called in their folder.
+[[nodiscard]] inline std::string originalName(const std::string& entryID) {
+  return entryID + ".png";
+}
+
 /// The folder of untouched originals of captures that Smart Redact covered something in, readable
 /// by their owner alone: a PNG file for each entry, and what covers it until the entry says so.
 /// Blocks; any runner that may wait for the disk.
