@@ -8,6 +8,7 @@
 #include <cmath>
 #include <utility>
 
+#include "app/annotate_editing.hpp"
 #include "app/dragged_files.hpp"
 #include "app/kept_layer.hpp"
 #include "base/area_downscale.hpp"
@@ -17,12 +18,10 @@
 #include "base/round_trip.hpp"
 #include "base/size_text.hpp"
 #include "base/utf8.hpp"
-#include "editor/canvas_scene.hpp"
 #include "editor/entry_document.hpp"
 #include "editor/export_gate.hpp"
 #include "library/capture_file_name.hpp"
 #include "platform/scene_view.hpp"
-#include "text/sensitive_words.hpp"
 
 namespace vantorel {
 namespace {
@@ -85,34 +84,6 @@ std::string plainText(ClipboardItem item) {
 }
 
 }  // namespace
-
-/// What there is once the picture is read, in the order it is needed.
-struct AnnotateModel::Editing {
-  Editing(Image picture, SceneDrawing& theDrawing, EditorOpening opening, EditorEvents events,
-          CanvasScene::Services scenes, CanvasServices canvas,
-          const std::function<EditorSessionServices(CanvasScene&)>& sessions,
-          const EditedCapture& capture)
-      : base(std::move(picture)),
-        drawing(theDrawing),
-        model(std::move(opening), std::move(events)),
-        scene(std::move(scenes), model, base),
-        input(model, std::move(canvas)),
-        session(capture.entryID(), capture.file().string(), model, sessions(scene)),
-        drawn(scene.observe([this](const CanvasScene::Change&) {
-          if (scene.picture().pixels == nullptr) return;
-          for (const auto& job : std::exchange(whenDrawn, {})) job();
-        })) {}
-
-  Image base;
-  SceneDrawing& drawing;
-  EditorModel model;
-  CanvasScene scene;
-  CanvasInput input;
-  EditorSession session;
-  std::vector<std::function<void()>> whenDrawn{};
-  Observation drawn;
-  std::unique_ptr<SmartRedactSession> smartRedact{};
-};
 
 AnnotateModel::AnnotateModel(Services services, std::shared_ptr<EditedCapture> capture)
     : services_(std::move(services)), capture_(std::move(capture)) {}
@@ -263,6 +234,7 @@ void AnnotateModel::removeFromHistory() {
 void AnnotateModel::open(Opened opened) {
   VT_CHECK(opened.drawing != nullptr && !opened.base.isEmpty());
   if (stage_ != Stage::loading) return;
+  captureScale_ = opened.captureScale;
   scale_ = opened.captureScale.value_or(1);
   SceneDrawing& drawing = *opened.drawing;
   const Image base = std::move(opened.base);
@@ -309,11 +281,7 @@ void AnnotateModel::open(Opened opened) {
         .main = services_.main,
         .background = services_.work,
         .layers = [&scene] { return scene.report(); },
-        .flatten =
-            [&drawing, base, scale = opened.captureScale, files = services_.files,
-             codec = services_.codec](const EditorDocument& document) {
-              return drawing.drawScene(document, base, scale, *files, *codec);
-            },
+        .flatten = flattening(drawing, base),
         .ask = [this](
                    const std::string& question,
                    const std::function<void(bool)>& answered) { askToPublish(question, answered); },
@@ -366,71 +334,18 @@ void AnnotateModel::open(Opened opened) {
   }
 }
 
-// ---- what should not be shared
-
-SmartRedactSession* AnnotateModel::smartRedact() {
-  return editing_ != nullptr ? editing_->smartRedact.get() : nullptr;
+/// Draws the finished picture over `base`.
+EditorSessionServices::Flatten AnnotateModel::flattening(SceneDrawing& drawing,
+                                                         const Image& base) const {
+  return [&drawing, base, scale = captureScale_, files = services_.files,
+          codec = services_.codec](const EditorDocument& document) {
+    return drawing.drawScene(document, base, scale, *files, *codec);
+  };
 }
 
-/// Canvas and layers without what is drawn on them.
-void AnnotateModel::drawGround(EditorDocument ground, std::function<void(Image)> drawn) {
-  roundTrip(
-      *services_.work, services_.main,
-      [ground = std::move(ground), drawing = &editing_->drawing, base = editing_->base,
-       part = shownPart(std::nullopt, editor().canvasSize()), files = services_.files,
-       codec = services_.codec] {
-        const auto read = [&](const LayerSpec& layer) {
-          return readPictureFile(*layer.path, layer.frameIndex, *files, *codec);
-        };
-        try {
-          return drawing->buildLayers(ground, base, read, part).image;
-        } catch (const std::bad_alloc&) {
-          return Image();
-        }
-      },
-      lifetime_.guard(std::move(drawn)));
+void AnnotateModel::entryChanged() {
+  changed({.stage = true, .saving = true, .redaction = smartRedact() != nullptr});
 }
-
-void AnnotateModel::redactFinds() {
-  SmartRedactSession* const redaction = smartRedact();
-  if (redaction == nullptr) return;
-  clearNotice();
-  const int count = redaction->redact();
-  if (count > 0) {
-    say(fmt::format("Redacted {} {}", countText(static_cast<std::uint64_t>(count)),
-                    count == 1 ? "item" : "items"));
-  }
-}
-
-void AnnotateModel::askToPublish(const std::string& question,
-                                 const std::function<void(bool)>& answered) {
-  std::vector<std::string> left;
-  for (const auto& group : editing_->smartRedact->groups()) {
-    const std::size_t count = group.finds.size();
-    std::string name(count == 1 ? singularName(group.kind) : pluralName(group.kind));
-    const bool isAbbreviation = name.size() > 1 && name[1] >= 'A' && name[1] <= 'Z';
-    if (!isAbbreviation && name[0] >= 'A' && name[0] <= 'Z') name[0] += 'a' - 'A';
-    left.push_back(fmt::format("{} {}", countText(count), name));
-  }
-  services_.alerts.ask(
-      {.style = Alert::Style::warning,
-       .message = question,
-       .informative = fmt::format("Found and not covered: {}.", fmt::join(left, ", ")),
-       .buttons = {{"Publish"}, {"Review"}, {"Cancel", true, true}}},
-      lifetime_.guard([this, answered](std::size_t button) {
-        isReviewing_ = button == 1;
-        answered(button == 0);
-        if (!std::exchange(isReviewing_, false)) return;
-        editing_->smartRedact->open();
-      }));
-}
-
-void AnnotateModel::countFinds() {
-  const SmartRedactSession* const redaction = smartRedact();
-  editing_->session.setUnredactedFindings(redaction != nullptr ? redaction->openFinds() : 0);
-}
-
-void AnnotateModel::entryChanged() { changed({.stage = true, .saving = true}); }
 
 // ---- drafts
 

@@ -88,6 +88,15 @@ class AnnotateModel {
   /// Covers what is chosen there, and says how much that was.
   void redactFinds();
 
+  /// What Smart Redact covered in the picture before it was filed; nothing where it was nothing.
+  [[nodiscard]] std::optional<KeptRedaction> keptRedaction() const {
+    return capture_->keptRedaction();
+  }
+  /// Takes that away, or covers it again. The picture under what is drawn is another one then; what
+  /// is drawn stays, and what can be undone. It cannot be undone itself, but done the other way.
+  void switchRedaction();
+  [[nodiscard]] bool isSwitchingRedaction() const { return isSwitchingRedaction_; }
+
   /// What is other than it was; the changes of a batch come as one, in a task of their own.
   struct Change {
     bool stage = false;      ///< stage, title, size and preview
@@ -242,6 +251,9 @@ class AnnotateModel {
   void saveAndClose(std::function<void()> close);
   void askToPublish(const std::string& question, const std::function<void(bool)>& answered);
   void countFinds();
+  void setBase(const Image& base);
+  [[nodiscard]] EditorSessionServices::Flatten flattening(SceneDrawing& drawing,
+                                                          const Image& base) const;
   void drawGround(EditorDocument ground, std::function<void(Image)> drawn);
   void handOut(EditorExport target, std::function<void(Image)> then);
   void copyThen(std::function<void()> then);
@@ -261,6 +273,7 @@ class AnnotateModel {
   PixelSize pictureSize_;
   Image preview_;
   double scale_ = 1;
+  std::optional<double> captureScale_;
   std::unique_ptr<Editing> editing_;  ///< from `ready` on
   std::optional<Notice> notice_;
   std::optional<Refusal> refusal_;
@@ -270,6 +283,7 @@ class AnnotateModel {
 
   bool isSaving_ = false;
   bool isDiscarding_ = false;
+  bool isSwitchingRedaction_ = false;
   bool isReviewing_ = false;  ///< the answer to whether to publish
   std::optional<PendingArchiveWork::Ticket> saving_;
   bool savesAgain_ = false;

@@ -72,6 +72,7 @@ AppCoordinator::AppCoordinator(Services services)
     arbiter_.set(activity, running);
     menuChanged();
   });
+  redactions_ = services_.captures.redactions().observe([this] { menuChanged(); });
   if (services_.hotKeys != nullptr) {
     keys_ = std::make_unique<CommandKeys>(CommandKeys::Services{
         .main = services_.main,
@@ -134,13 +135,20 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
   const CaptureDelay usual =
       command.isTimed ? settings.timedCaptureLastDelaySeconds : settings.captureDelaySeconds;
   const std::chrono::seconds delay = command.delay.value_or(lengthOf(usual));
+  std::function<void(const PixelRect&)> onLookedThrough;
   if (command.isAnsweredAtDesktop) {
-    finished = [this, timed = delay.count() > 0, mayBeRepeated = command.mayBeRepeated,
+    // What is filed seconds later was seen to be taken when it was.
+    const auto isCued = std::make_shared<bool>(false);
+    onLookedThrough = [this, isCued](const PixelRect& shown) {
+      *isCued = true;
+      cue(shown);
+    };
+    finished = [this, timed = delay.count() > 0, isCued, mayBeRepeated = command.mayBeRepeated,
                 finished = std::move(finished)](CaptureReply reply) mutable {
       const auto* const refused = std::get_if<CaptureRefusal>(&reply);
       const bool isRepeated =
           mayBeRepeated && refused != nullptr && *refused == CaptureRefusal::captureRunning;
-      if (!isRepeated) report(reply, timed);
+      if (!isRepeated) report(reply, timed, *isCued);
       finished(std::move(reply));
     };
     onStaged = [this, also = std::move(onStaged)](const Path& staged) {
@@ -152,7 +160,8 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
     };
   }
   withPermission(std::move(finished), [this, command = std::move(command), delay,
-                                       begins = std::move(begins), onStaged = std::move(onStaged)](
+                                       begins = std::move(begins), onStaged = std::move(onStaged),
+                                       onLookedThrough = std::move(onLookedThrough)](
                                           StillCapturePipeline::Finished permitted) mutable {
     if (begins && !begins()) return permitted(CaptureOutcome{CaptureOutcome::Cancelled{}});
     if (command.isTimed) {
@@ -165,6 +174,7 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
     };
     StillCaptureRequest request = requestFor(command, delay);
     request.onStaged = std::move(onStaged);
+    request.onLookedThrough = std::move(onLookedThrough);
     if (command.kind == StillCaptureCommand::Kind::previous) {
       stills().capturePreviousArea(std::move(request), std::move(done));
     } else {
@@ -200,8 +210,12 @@ void AppCoordinator::captureForUser(StillCaptureCommand command) {
   capture(std::move(command), [](const CaptureReply&) {});
 }
 
+void AppCoordinator::cue(const PixelRect& shown) {
+  if (services_.cue) services_.cue({shown, services_.settings.values().playSounds});
+}
+
 /// Shows a user who has no terminal how a capture ended, unless it was by Escape.
-void AppCoordinator::report(const CaptureReply& reply, bool timed) {
+void AppCoordinator::report(const CaptureReply& reply, bool timed, bool isCued) {
   if (const auto* refused = std::get_if<CaptureRefusal>(&reply)) {
     logInfo("Capture", "{}", sentence(*refused));
     services_.alerts.notify("Screenshot failed", sentence(*refused));
@@ -213,9 +227,7 @@ void AppCoordinator::report(const CaptureReply& reply, bool timed) {
         timed ? "Timer finished, but the screenshot failed" : "Screenshot failed",
         sentence(*failure));
   } else if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome.value)) {
-    if (services_.cue) {
-      services_.cue({saved->shown, services_.settings.values().playSounds});
-    }
+    if (!isCued) cue(saved->shown);
     const std::vector<std::string> remarks = remarksOn(*saved);
     if (!remarks.empty()) {
       services_.alerts.notify("Screenshot saved", fmt::format("{}", fmt::join(remarks, "\n")));

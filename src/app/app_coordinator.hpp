@@ -141,6 +141,7 @@ class AppCoordinator {
   [[nodiscard]] TerminationHandshake& termination() { return termination_; }
   [[nodiscard]] const PreviousAreaMonitor& previousArea() const { return previousArea_; }
   [[nodiscard]] CaptureCopying& copying() { return services_.copying; }
+  [[nodiscard]] StagedRedaction& redactions() { return services_.captures.redactions(); }
   [[nodiscard]] Library& library() { return services_.library; }
   [[nodiscard]] SettingsStore& settings() { return services_.settings; }
 
@@ -152,7 +153,8 @@ class AppCoordinator {
   void withPermission(StillCapturePipeline::Finished finished,
                       std::move_only_function<void(StillCapturePipeline::Finished)> go);
   [[nodiscard]] StillCapturePipeline::Finished untilSaved(StillCapturePipeline::Finished finished);
-  void report(const CaptureReply& reply, bool timed);
+  void report(const CaptureReply& reply, bool timed, bool isCued);
+  void cue(const PixelRect& shown);
   void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
   void followPreviousArea();
   void sayThatItRuns();
@@ -179,6 +181,7 @@ class AppCoordinator {
   std::unique_ptr<CommandKeys> keys_;
   std::unique_ptr<TrayMenu> menu_;
   Observation settingsObservation_;
+  Observation redactions_;
   Observation keysObservation_;
   Lifetime lifetime_;
 };

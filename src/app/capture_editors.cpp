@@ -642,7 +642,8 @@ void CaptureEditors::libraryChanged(const HistoryChange& change) {
     if (editor->model->stage() != AnnotateModel::Stage::ready) continue;
     const auto& before = update.before->fileIdentity;
     const auto& after = update.after->fileIdentity;
-    if (before && after && !before->isSameFileAs(*after)) {
+    const bool isOurs = editor->model->isSwitchingRedaction();  // which takes it over
+    if (before && after && !before->isSameFileAs(*after) && !isOurs) {
       editor->capture->fileChanged();
       editor->model->say(
           "The picture was changed by another program. You see it as it was when it was opened.",

@@ -6,9 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "app/document_storing.hpp"
 #include "base/area_downscale.hpp"
-#include "base/count_text.hpp"
 #include "base/round_trip.hpp"
 #include "base/size_text.hpp"
 #include "editor/entry_document.hpp"
@@ -50,11 +48,6 @@ Image thumbnailOf(const Image& picture) {
     return std::max(1, static_cast<int>(std::lround(length * part)));
   };
   return downscaled(picture, {scaled(picture.width()), scaled(picture.height())});
-}
-
-std::string itemsText(int finds) {
-  return fmt::format("{} {}", countText(static_cast<std::uint64_t>(finds)),
-                     finds == 1 ? "item" : "items");
 }
 
 std::string lengthBadge(const ScreenshotEntry& entry) {
@@ -220,7 +213,8 @@ void CardStack::libraryChanged(const HistoryChange& change) {
     Card* const card = withEntry(after->id);
     if (card == nullptr) continue;
     // What the card shows was made from another picture once the file is another one.
-    const bool isOther = card->entry->editedAt != after->editedAt;
+    const bool isOther = card->entry->editedAt != after->editedAt ||
+                         card->entry->originalPath != after->originalPath;
     card->entry = after;
     if (isOther) readPicture(*card);
     isSeen = true;
@@ -539,79 +533,9 @@ CardRows CardStack::rows(const Card& card) const {
     }
   }
   if (values.cardRedact) addRedactRow(card, busy, rows);
+  // For itself alone nothing opens beside the card.
+  if (!rows.isEmpty()) addTextRow(card, rows);
   return rows;
-}
-
-void CardStack::addRedactRow(const Card& card, const std::string& busy, CardRows& rows) const {
-  if (!services_.redact) {
-    rows.redact =
-        CardRow{.label = "Redact", .note = "No text read yet", .obstacle = "No text read yet"};
-    return;
-  }
-  rows.redact = CardRow{.label = "Redact", .note = {}, .obstacle = busy};
-  const auto known = redactions_.find(card.number);
-  if (known == redactions_.end()) return;
-  const Redaction& redaction = known->second;
-  if (redaction.shapes.empty()) {
-    rows.redact->note = "Nothing found";
-    return;
-  }
-  rows.redact->label = "Undo Redact";
-  rows.redact->note = itemsText(redaction.finds);
-}
-
-void CardStack::redact(std::uint64_t number) {
-  const Card* const card = find(number);
-  if (card == nullptr || !services_.redact) return;
-  const auto row = rows(*card).redact;
-  if (!row || !row->obstacle.empty()) return;
-  const auto known = redactions_.find(number);
-  if (known != redactions_.end() && !known->second.shapes.empty()) return undoRedaction(number);
-  const EntryPointer before = card->entry;
-  if (!begin(number)) return;
-  services_.redact(before->id,
-                   lifetime_.guard([this, number, before](const Result<int, std::string>& finds) {
-                     ended(number, finds ? std::string() : finds.error());
-                     if (finds) redacted(number, *before, *finds);
-                   }));
-}
-
-void CardStack::redacted(std::uint64_t number, const ScreenshotEntry& before, int finds) {
-  Card* const card = at(number);
-  const EntryPointer now = services_.library.store().find(before.id);
-  if (card == nullptr || now == nullptr) return;
-  Redaction redaction{.finds = finds, .shapes = {}};
-  for (const Shape& shape : now->shapes) {
-    if (shape.type == ShapeType::redact &&
-        std::ranges::find(before.shapes, shape.id, &Shape::id) == before.shapes.end()) {
-      redaction.shapes.push_back(shape.id);
-    }
-  }
-  redactions_[number] = std::move(redaction);
-  tell(*card, finds > 0 ? "Redacted " + itemsText(finds) : "Nothing sensitive found");
-}
-
-void CardStack::undoRedaction(std::uint64_t number) {
-  const EntryPointer entry = services_.library.store().find(find(number)->entry->id);
-  if (entry == nullptr) return;
-  auto claim = services_.library.claim(entry->id, EntryWork::rewriting);
-  if (!claim) return ended(number, sentence(claim.error()));
-  if (!begin(number)) return;
-  const PixelSize size{entry->pixelWidth.value_or(0), entry->pixelHeight.value_or(0)};
-  EditorDocument document = documentOf(*entry, size);
-  const std::vector<std::string>& added = redactions_[number].shapes;
-  std::erase_if(document.shapes, [&](const Shape& shape) {
-    return std::ranges::find(added, shape.id) != added.end();
-  });
-  storeDocument(
-      services_.library, entry->id, document, size, IfUnsaved::keep,
-      lifetime_.guard([this, number, held = std::make_shared<EntryClaim>(*std::move(claim))](
-                          const Result<EntryPointer, EntryFailure>& stored) {
-        held->end();
-        ended(number, stored ? std::string() : sentence(stored.error()));
-        if (stored) redactions_.erase(number);
-        changed_.notify();
-      }));
 }
 
 void CardStack::openRows(std::uint64_t number) {

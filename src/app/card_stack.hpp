@@ -8,15 +8,18 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/capture_copying.hpp"
 #include "app/capture_export.hpp"
 #include "app/capture_rewriter.hpp"
 #include "app/capture_weigher.hpp"
+#include "app/redaction_switch.hpp"
 #include "base/lifetime.hpp"
 #include "base/observers.hpp"
 #include "capture/capture_outcome.hpp"
+#include "capture/staged_redaction.hpp"
 #include "library/entry_look.hpp"
 #include "library/library.hpp"
 #include "platform/clock.hpp"
@@ -48,6 +51,7 @@ struct CardRows {
   std::vector<CardFormat> formats;
   std::optional<CardRow> compress;
   std::optional<CardRow> redact;
+  std::optional<CardRow> copyText;  ///< where text was read
 
   [[nodiscard]] bool isEmpty() const { return formats.empty() && !compress && !redact; }
 };
@@ -106,6 +110,11 @@ class CardStack {
     /// were, or in a sentence why it could not. Empty: there is nothing that looks.
     std::function<void(const std::string& id, std::function<void(Result<int, std::string>)> done)>
         redact{};
+    SwitchRedaction switchRedaction{};
+
+    /// Gives a text to the clipboard; answers why it could not, or nothing.
+    std::function<void(const std::string& text, std::function<void(const std::string& why)> done)>
+        copyText{};
   };
 
   /// How long "Copied" is read.
@@ -118,6 +127,17 @@ class CardStack {
 
   /// A card for a new capture, where the settings want one.
   void add(const CaptureOutcome::Saved& saved);
+
+  /// So many captures are being looked through, or wait for it, before they are filed; each gets
+  /// its card after that.
+  void setScanned(std::size_t captures) {
+    if (std::exchange(scanned_, captures) != captures) changed_.notify();
+  }
+  /// Of those, what is read where cards are shown; empty for none.
+  [[nodiscard]] std::string scanningWords() const {
+    return services_.settings.values().showQuickAccessOverlay ? vantorel::scanningWords(scanned_)
+                                                              : std::string();
+  }
 
   /// That capture is on the clipboard.
   void copied(const std::string& id);
@@ -173,8 +193,11 @@ class CardStack {
   void closeRows();
   void convert(std::uint64_t number, ExportFormat format);
   void compress(std::uint64_t number);
-  /// Covers what should not be shared, or takes away what the last time has covered.
+  /// Covers what should not be shared, or takes away what the last time has covered; what was
+  /// covered before the capture was filed is taken away first, and covered again.
   void redact(std::uint64_t number);
+  /// The text on it as the user wants it, without what redactions cover.
+  void copyText(std::uint64_t number);
 
   void openHistory() const;
   /// What `open` does with the card's capture: "Annotate" or "Open".
@@ -206,6 +229,8 @@ class CardStack {
   void ended(std::uint64_t number, const std::string& failure);
   void rewritten(std::uint64_t number, const RewriteReply& reply);
   void addRedactRow(const Card& card, const std::string& busy, CardRows& rows) const;
+  void addTextRow(const Card& card, CardRows& rows) const;
+  void switchRedaction(std::uint64_t number, bool covers);
   void redacted(std::uint64_t number, const ScreenshotEntry& before, int finds);
   void undoRedaction(std::uint64_t number);
   void tell(Card& card, std::string badge);
@@ -232,6 +257,7 @@ class CardStack {
   std::map<std::uint64_t, Redaction> redactions_;  ///< by card
   std::vector<Times> times_;
   std::uint64_t last_ = 0;
+  std::size_t scanned_ = 0;
   std::vector<std::string> copiedEarly_;  ///< ids without a card yet
   bool isHeld_ = false;
   std::chrono::nanoseconds since_{};  ///< when idle times were brought up to date

@@ -123,26 +123,31 @@ class CoordinatorSession : public TestLibrary {
     values.storageDirectory = "/pictures";
     settings = std::make_unique<SettingsStore>(world.defaults, values);
     const auto pictures = std::shared_ptr<const ImageCodec>(&codec, [](const ImageCodec*) {});
-    captures.emplace(StillCaptures::Services{.main = runners.main(),
-                                             .staging = runners.runner("staging"),
-                                             .filing = runners.runner("filing"),
-                                             .clock = clock(),
-                                             .files = files,
-                                             .codec = pictures,
-                                             .screen = screen,
-                                             .windows = screen,
-                                             .library = library,
-                                             .settings = *settings,
-                                             .redact =
-                                                 [this](Image capture, double, auto redacted) {
-                                                   looked.push_back(capture.size());
-                                                   redacted(redaction(capture));
-                                                 },
-                                             .defaultCaptures = "/home/captures",
-                                             .hotKeys = &keys,
-                                             .countdown = countdown,
-                                             .desktopCover = cover,
-                                             .overlay = [this] { return &overlay; }});
+    captures.emplace(StillCaptures::Services{
+        .main = runners.main(),
+        .staging = runners.runner("staging"),
+        .filing = runners.runner("filing"),
+        .clock = clock(),
+        .files = files,
+        .codec = pictures,
+        .screen = screen,
+        .windows = screen,
+        .library = library,
+        .settings = *settings,
+        .redact =
+            [this](Image capture, double, auto redacted) {
+              looked.push_back(capture.size());
+              const auto answer = [this, capture,
+                                   done = std::make_shared<decltype(redacted)>(
+                                       std::move(redacted))] { (*done)(redaction(capture)); };
+              if (!isLooking) return answer();
+              looking = answer;
+            },
+        .defaultCaptures = "/home/captures",
+        .hotKeys = &keys,
+        .countdown = countdown,
+        .desktopCover = cover,
+        .overlay = [this] { return &overlay; }});
     copying.emplace(CaptureCopying::Services{
         .main = runners.main(),
         .work = runners.runner("pictures"),
@@ -230,6 +235,8 @@ class CoordinatorSession : public TestLibrary {
     return CaptureRedaction{CaptureRedaction::Clean{}};
   };
   std::vector<PixelSize> looked;
+  bool isLooking = false;  ///< it takes until `looking` is called
+  std::function<void()> looking;
 };
 
 inline WindowSnapshot openWindow(WindowID id, const std::string& owner, PointRect frame) {

@@ -3,11 +3,15 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/geometry.hpp"
+#include "base/image.hpp"
 #include "base/result.hpp"
+#include "capture/kept_redaction.hpp"
 #include "editor/records/editor_document.hpp"
 #include "platform/files.hpp"
+#include "text/records/ocr_block.hpp"
 
 namespace vantorel {
 
@@ -48,6 +52,22 @@ class EditedCapture {
 
   /// Nothing is unsaved any more.
   virtual void dropDraft() = 0;
+
+  /// What Smart Redact covered in it before it was filed; nothing where it was nothing.
+  [[nodiscard]] virtual std::optional<KeptRedaction> keptRedaction() const { return std::nullopt; }
+
+  /// What it is after that was taken away or covered again.
+  struct Switched {
+    Image picture;  ///< of its file, as large as before
+    std::optional<std::vector<OCRBlock>> recognised{};
+  };
+  /// Takes that away, or covers it again: its file has another picture then. Answers once that is
+  /// on the disk, or in a sentence why it could not.
+  virtual void switchRedaction(bool covers,
+                               std::function<void(Result<Switched, std::string>)> done) {
+    (void)covers;
+    done(std::unexpected(std::string("The picture has nothing that Smart Redact covered.")));
+  }
 
   /// Takes it out of the library; its files are gone.
   virtual void removeFromHistory() = 0;

@@ -7,6 +7,7 @@
 
 #include "base/check.hpp"
 #include "base/round_trip.hpp"
+#include "capture/kept_redaction.hpp"
 #include "editor/capture_text.hpp"
 #include "editor/entry_document.hpp"
 #include "library/entry_changes.hpp"
@@ -29,6 +30,8 @@ bool needsFile(HistoryAction action) {
     case saveAs:
     case convert:
     case compress:
+    case removeRedaction:
+    case reapplyRedaction:
     case reveal:
     case dragOut:
     case trash: return true;
@@ -57,7 +60,8 @@ bool isForOne(HistoryAction action) {
 bool isForPictures(HistoryAction action) {
   using enum HistoryAction;
   return action == annotate || action == pin || action == copyPicture || action == saveAs ||
-         action == convert || action == compress;
+         action == convert || action == compress || action == removeRedaction ||
+         action == reapplyRedaction;
 }
 
 std::string closed(std::string text) {
@@ -66,15 +70,32 @@ std::string closed(std::string text) {
 }
 
 /// What of a capture keeps an action from it.
-enum class Hindrance { noPicture, noText, fileGone, folderReplaced, away, redacted, withinReach };
+enum class Hindrance {
+  noPicture,
+  noText,
+  notCovered,    // by Smart Redact, before it was filed
+  notUncovered,  // since
+  fileGone,
+  folderReplaced,
+  away,
+  redacted,
+  withinReach
+};
 
 std::optional<Hindrance> hindranceOf(
-    HistoryAction action, const ScreenshotEntry& entry,
+    HistoryAction action, const ScreenshotEntry& entry, const LibraryPaths& paths,
     const std::function<FileReach(const ScreenshotEntry&)>& reachOf) {
   if (isForPictures(action) && entry.medium != CaptureMedium::image) return Hindrance::noPicture;
   if (action == HistoryAction::copyText) {
     std::string room;
     if (captureTextIn(entry, room).empty()) return Hindrance::noText;
+  }
+  const bool uncovers = action == HistoryAction::removeRedaction;
+  if (uncovers || action == HistoryAction::reapplyRedaction) {
+    const auto kept = keptRedaction(entry, paths);
+    if (!kept || kept->isCovering != uncovers) {
+      return uncovers ? Hindrance::notCovered : Hindrance::notUncovered;
+    }
   }
   if (needsFile(action)) {
     switch (reachOf(entry)) {
@@ -98,6 +119,10 @@ const char* clauseOf(Hindrance hindrance, bool isOne) {
   switch (hindrance) {
     case Hindrance::noPicture: return isOne ? "is no picture" : "are no pictures";
     case Hindrance::noText: return isOne ? "has no text" : "have no text";
+    case Hindrance::notCovered:
+      return isOne ? "has nothing covered by Smart Redact" : "have nothing covered by Smart Redact";
+    case Hindrance::notUncovered:
+      return isOne ? "has no redactions removed" : "have no redactions removed";
     case Hindrance::fileGone: return isOne ? "has lost its file" : "have lost their files";
     case Hindrance::folderReplaced:
     case Hindrance::away: return isOne ? "is out of reach" : "are out of reach";
@@ -139,6 +164,8 @@ std::string sentenceOf(Hindrance hindrance, HistoryAction action, FileReach reac
   switch (hindrance) {
     case Hindrance::noPicture: return "This is for pictures only.";
     case Hindrance::noText: return "No text has been read on it.";
+    case Hindrance::notCovered: return "Smart Redact covered nothing in it before it was filed.";
+    case Hindrance::notUncovered: return "No redactions of Smart Redact were removed from it.";
     case Hindrance::fileGone:
       return "Its file is gone. Use Remove from History to take it out of Vantorel.";
     case Hindrance::folderReplaced:
@@ -198,15 +225,6 @@ std::vector<NamedPicture> picturesOf(const EntryList& entries) {
 
 }  // namespace
 
-struct HistoryActions::Rewriting {
-  EntryList entries;
-  std::string leftOut;                 // what is said of others that were asked for
-  std::optional<ExportFormat> format;  // none: compress
-  std::size_t changed = 0;
-  std::string remark{};  // on the only one
-  std::vector<TrashSweep::Failure> failures{};
-};
-
 HistoryActions::HistoryActions(Services services, std::function<void(HistoryNotice)> say,
                                std::function<void()> onProgress, std::function<void()> onSaved)
     : services_(std::move(services)),
@@ -225,11 +243,14 @@ std::optional<std::string> HistoryActions::obstacle(HistoryAction action,
     }
   }
   if (isForOne(action) && entries.size() > 1) return "This takes one capture at a time.";
-  const bool isRewriting = action == HistoryAction::convert || action == HistoryAction::compress;
+  using enum HistoryAction;
+  const bool isRewriting = action == convert || action == compress || action == removeRedaction ||
+                           action == reapplyRedaction;
   if (isRewriting && progress_) return "Pictures are being changed already.";
   std::vector<Hindrance> hindrances;
   for (const EntryPointer& entry : entries) {
-    const auto hindrance = hindranceOf(action, *entry, services_.reachOf);
+    const auto hindrance =
+        hindranceOf(action, *entry, services_.library.paths(), services_.reachOf);
     if (!hindrance) return std::nullopt;
     hindrances.push_back(*hindrance);
   }
@@ -243,7 +264,8 @@ HistoryShare HistoryActions::share(HistoryAction action, const EntryList& entrie
   EntryPointer left;
   std::vector<Hindrance> hindrances;
   for (const EntryPointer& entry : entries) {
-    const auto hindrance = hindranceOf(action, *entry, services_.reachOf);
+    const auto hindrance =
+        hindranceOf(action, *entry, services_.library.paths(), services_.reachOf);
     if (!hindrance) {
       share.entries.push_back(entry);
       continue;
@@ -441,68 +463,6 @@ void HistoryActions::saveAs(const EntryPointer& entry, const Path& file) {
           say_({.text = "Saved as " + saved->filename().string(), .kind = Kind::done});
         }));
   });
-}
-
-void HistoryActions::convert(const EntryList& entries, ExportFormat format) {
-  begin(HistoryAction::convert, entries, format);
-}
-
-void HistoryActions::compress(const EntryList& entries) {
-  begin(HistoryAction::compress, entries, std::nullopt);
-}
-
-void HistoryActions::begin(HistoryAction action, const EntryList& entries,
-                           std::optional<ExportFormat> format) {
-  if (progress_) return;
-  HistoryShare share = this->share(action, entries);
-  if (share.entries.empty()) return;
-  isStopped_ = false;
-  progress_ =
-      HistoryProgress{.text = format ? "Converting" : "Compressing", .total = share.entries.size()};
-  onProgress_();
-  rewriteNext(std::make_shared<Rewriting>(Rewriting{
-      .entries = std::move(share.entries), .leftOut = std::move(share.leftOut), .format = format}));
-}
-
-void HistoryActions::rewriteNext(const std::shared_ptr<Rewriting>& rewriting) {
-  const std::size_t place = progress_->done;
-  if (isStopped_ || place == rewriting->entries.size()) return finish(*rewriting);
-  const std::string id = rewriting->entries[place]->id;
-  const CaptureRewriter::Done done =
-      lifetime_.guard([this, rewriting, id](const RewriteReply& reply) {
-        if (reply) {
-          ++rewriting->changed;
-          rewriting->remark = reply->remark;
-        } else {
-          rewriting->failures.push_back({id, sentence(reply.error())});
-        }
-        ++progress_->done;
-        onProgress_();
-        // Not from within the rewriter's own reply.
-        services_.main->post(lifetime_.guard([this, rewriting] { rewriteNext(rewriting); }));
-      });
-  if (rewriting->format) {
-    services_.rewriter.convert(id, *rewriting->format, done);
-  } else {
-    services_.rewriter.compress(id, false, done);
-  }
-}
-
-void HistoryActions::finish(const Rewriting& rewriting) {
-  progress_.reset();
-  onProgress_();
-  if (!rewriting.failures.empty()) {
-    return sayFailures(rewriting.failures, rewriting.entries, rewriting.leftOut);
-  }
-  const bool isAll = rewriting.leftOut.empty();
-  if (isAll && rewriting.entries.size() == 1) {
-    if (!rewriting.remark.empty()) say_({.text = rewriting.remark, .kind = Kind::done});
-    return;
-  }
-  say_({.text = fmt::format("{} of {} {}.", rewriting.changed, counted(rewriting.entries.size()),
-                            rewriting.format ? "converted" : "compressed"),
-        .detail = rewriting.leftOut,
-        .kind = isAll ? Kind::done : Kind::failure});
 }
 
 void HistoryActions::trash(const EntryList& entries) {

@@ -12,6 +12,7 @@
 #include "app/capture_rewriter.hpp"
 #include "app/history_notice.hpp"
 #include "app/named_picture.hpp"
+#include "app/redaction_switch.hpp"
 #include "library/file_reach.hpp"
 #include "library/library_prune.hpp"
 
@@ -31,6 +32,8 @@ enum class HistoryAction {
   saveAs,
   convert,
   compress,
+  removeRedaction,   ///< what Smart Redact covered before it was filed
+  reapplyRedaction,  ///< that again
   reveal,
   trash,
   dragOut,
@@ -43,7 +46,7 @@ struct HistoryShare {
   std::string leftOut{};  ///< "2 of 5 are left out: they are out of reach."; empty when none is
 };
 
-/// Pictures that are converted or compressed one after the other.
+/// Pictures that are changed one after the other.
 struct HistoryProgress {
   std::string text;  ///< "Converting"
   std::size_t done = 0;
@@ -76,6 +79,7 @@ class HistoryActions {
         pin;
     std::function<void(const Path&)> open;                 ///< in the program for such files
     std::function<void(const std::vector<Path>&)> reveal;  ///< in the file manager
+    SwitchRedaction switchRedaction{};
   };
 
   /// `onSaved` is told when the library is on the disk, after it may not have been.
@@ -118,7 +122,11 @@ class HistoryActions {
   void convert(const EntryList& entries, ExportFormat format);
   void compress(const EntryList& entries);
 
-  /// Nothing while nothing is being converted or compressed.
+  /// Take away what Smart Redact covered in their files before they were filed, and cover it again.
+  void removeRedaction(const EntryList& entries);
+  void reapplyRedaction(const EntryList& entries);
+
+  /// Nothing while no pictures are being changed.
   [[nodiscard]] const std::optional<HistoryProgress>& progress() const { return progress_; }
 
   /// The picture under way is the last one.
@@ -139,7 +147,8 @@ class HistoryActions {
               const std::function<Result<void>(const std::string& id)>& change);
   void withFiles(const EntryList& entries, Found then);
   [[nodiscard]] EntryList take(HistoryAction action, const EntryList& entries);
-  void begin(HistoryAction action, const EntryList& entries, std::optional<ExportFormat> format);
+  void begin(HistoryAction action, const EntryList& entries, Rewriting rewriting);
+  void switchRedaction(HistoryAction action, const EntryList& entries, bool covers);
   void rewriteNext(const std::shared_ptr<Rewriting>& rewriting);
   void finish(const Rewriting& rewriting);
   void sayUnopened(const EntryList& asked, const std::vector<UnopenedPicture>& unopened);

@@ -7,6 +7,7 @@
 
 #include "app/annotation_drafts.hpp"
 #include "app/edited_capture.hpp"
+#include "app/redaction_switch.hpp"
 #include "app/still_captures.hpp"
 #include "base/image.hpp"
 #include "base/lifetime.hpp"
@@ -35,6 +36,9 @@ class OpenedCapture final : public EditedCapture {
     /// Takes the capture out of History, and answers why not.
     std::function<void(const std::string& id, std::function<void(Result<void, std::string>)>)>
         forget;
+
+    /// See `CaptureRedactor::switchTo`; for one that is claimed.
+    SwitchRedaction switchRedaction{};
   };
 
   /// Where it comes from: just one is set.
@@ -94,6 +98,9 @@ class OpenedCapture final : public EditedCapture {
                  std::function<void(const Result<void>&)> kept) override;
   void dropDraft() override;
   void removeFromHistory() override;
+  [[nodiscard]] std::optional<KeptRedaction> keptRedaction() const override;
+  void switchRedaction(bool covers,
+                       std::function<void(Result<Switched, std::string>)> done) override;
 
  private:
   using Stored = std::function<void(Result<void, std::string>)>;
@@ -106,6 +113,7 @@ class OpenedCapture final : public EditedCapture {
   void import(const EditorDocument& document, PixelSize capture, const Stored& done);
   void becomeEntry(const std::string& id);
   void carryOver(const std::string& id);
+  void takeOver(const std::function<void(Result<Switched, std::string>)>& done);
   void moveDraft(std::shared_ptr<const std::string> picture);
 
   Services services_;

@@ -80,6 +80,73 @@ TEST_F(RedactedStillsTest, WhatIsCleanIsFiledAsItIsAndSaysWhoCouldNotLook) {
   EXPECT_EQ(run->looked.size(), 1U);
 }
 
+TEST_F(RedactedStillsTest, TheNextCaptureIsTakenWhileOneIsLookedThroughAndTheyAreFiledInTurn) {
+  start(covered);
+  run->settings->set(&SettingsValues::copyToClipboardAfterCapture, true);
+  run->app->startResident();
+  run->isLooking = true;
+  StillCaptureCommand display{.kind = Kind::display, .display = "uuid-RIGHT"};
+  display.isAnsweredAtDesktop = true;
+  run->begin(display);
+  EXPECT_EQ(run->cues.size(), 1U) << "it is taken, and seen to be";
+  EXPECT_FALSE(run->app->arbiter().refusal());
+  display.display = "uuid-LEFT";
+  run->begin(display);
+  run->begin({.kind = Kind::area});
+  ASSERT_TRUE(run->overlay.request) << run->words(2);
+  EXPECT_EQ(run->looked.size(), 1U) << "one after the other";
+  EXPECT_EQ(run->app->statusMenu().front().label, "Scanning for sensitive text in 2 captures");
+  EXPECT_EQ(run->icon.mark, StatusMark::filing);
+
+  const auto nothingPublished = [&](std::size_t filed) {
+    EXPECT_EQ(run->store.entries().size(), filed);
+    EXPECT_EQ(world.files.names("/pictures").size(), filed);
+    EXPECT_EQ(run->clipboard->images, static_cast<int>(filed));
+  };
+  nothingPublished(0);
+  const auto lookNow = [&] {
+    std::exchange(run->looking, nullptr)();
+    run->runners.run();
+  };
+  lookNow();
+  nothingPublished(1);
+  EXPECT_NE(run->saved(0), nullptr) << run->words(0);
+  EXPECT_EQ(run->words(1), "(no answer)");
+  EXPECT_TRUE(run->overlay.request) << "whoever chooses an area is not disturbed";
+
+  // Asked to quit, the program waits for it.
+  run->app->quit();
+  run->runners.run();
+  EXPECT_FALSE(run->terminated);
+  EXPECT_EQ(run->words(2), "cancelled");
+  lookNow();
+  EXPECT_NE(run->saved(1), nullptr) << run->words(1);
+  nothingPublished(2);
+  for (const EntryPointer& entry : run->store.entries()) EXPECT_EQ(entry->pixelWidth, 50);
+  EXPECT_LT(run->saved(0)->entry->capturedAt, run->saved(1)->entry->capturedAt + 1);
+  EXPECT_EQ(run->cues.size(), 2U) << "once each";
+  EXPECT_TRUE(run->terminated);
+  EXPECT_THAT(stagedNames(), IsEmpty());
+}
+
+TEST_F(RedactedStillsTest, OneThatFailsHoldsUpNoOther) {
+  start([](const Image& capture) {
+    return capture.width() == 1000 ? CaptureRedaction{CaptureRedaction::Failed{"no"}}
+                                   : covered(capture);
+  });
+  run->isLooking = true;
+  run->begin({.kind = Kind::display, .display = "uuid-RIGHT"});
+  run->begin({.kind = Kind::display, .display = "uuid-LEFT"});
+  for (int i = 0; i < 2; ++i) {
+    std::exchange(run->looking, nullptr)();
+    run->runners.run();
+  }
+  EXPECT_EQ(run->saved(0), nullptr);
+  ASSERT_NE(run->saved(1), nullptr) << run->words(1);
+  EXPECT_EQ(stagedNames().size(), 1U);
+  EXPECT_EQ(run->app->redactions().underWay(), 0U);
+}
+
 TEST_F(RedactedStillsTest, WhatCannotBeLookedThroughStaysPrivateAndIsTriedAgain) {
   start([](const Image&) {
     return CaptureRedaction{CaptureRedaction::Failed{"Smart Redact couldn't look through it"}};

@@ -19,6 +19,7 @@ SensitiveScans::Scan::~Scan() {
 }
 
 void SensitiveScans::stop() {
+  isStopped_ = true;
   for (Scan* const scan : *running_) scan->stop_.request_stop();
 }
 
@@ -28,6 +29,7 @@ std::unique_ptr<SensitiveScans::Scan> SensitiveScans::scan(
   std::unique_ptr<Scan> scan(new Scan);
   scan->running_ = running_;
   running_->insert(scan.get());
+  if (isStopped_) scan->stop_.request_stop();
   if (onBusy) scan->busy_ = onBusy();
   roundTrip(
       *services_.work, services_.main,

@@ -31,7 +31,7 @@ class SensitiveScans {
   /// Asked at each scan for what holds up other use of the recogniser while it lives; may be empty.
   std::function<std::shared_ptr<void>()> onBusy;
 
-  /// Gives up all scans that are under way: the program ends.
+  /// Gives up all scans, those that are asked for from now on, too: the program ends.
   void stop();
 
   /// A scan that is under way. Given up when it goes.
@@ -57,6 +57,7 @@ class SensitiveScans {
 
  private:
   Services services_;
+  bool isStopped_ = false;
   std::shared_ptr<std::set<Scan*>> running_ = std::make_shared<std::set<Scan*>>();
 };
 

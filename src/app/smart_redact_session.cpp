@@ -34,16 +34,22 @@ Box roundedOut(const Box& box) {
 }  // namespace
 
 bool SmartRedactSession::Ground::operator==(const Ground& other) const {
-  return missing == other.missing && (canvas == other.canvas || *canvas == *other.canvas) &&
+  return missing == other.missing && picture == other.picture && enabled == other.enabled &&
+         (canvas == other.canvas || *canvas == *other.canvas) &&
          (layers == other.layers || std::ranges::equal(*layers, *other.layers, looksAlike));
 }
 
 SmartRedactSession::SmartRedactSession(Services services)
-    : services_(std::move(services)), style_(services_.settings.values().defaultRedactStyle) {}
+    : services_(std::move(services)), style_(services_.settings.values().defaultRedactStyle) {
+  const auto changed = [this] { detectorsChanged(); };
+  faces_ = services_.settings.observe(&SettingsValues::smartRedactFaces, changed);
+  people_ = services_.settings.observe(&SettingsValues::smartRedactPeople, changed);
+}
 
 SmartRedactSession::Ground SmartRedactSession::groundNow() const {
   const EditorSnapshot& state = services_.editor.state();
-  return {state.layers, state.canvas, services_.missingLayers()};
+  return {state.layers, state.canvas, services_.missingLayers(), pictures_,
+          enabledDetectors(services_.settings.values())};
 }
 
 void SmartRedactSession::open() {
@@ -77,10 +83,10 @@ void SmartRedactSession::startScan() {
   waiting_.renew();
   scanning_.renew();
   scan_.reset();
-  const VisualDetectors enabled = enabledDetectors(services_.settings.values());
-  looksAtPictures_ = !enabled.isEmpty();
   stage_ = Stage::scanning;
   ground_ = groundNow();
+  const VisualDetectors enabled = ground_->enabled;
+  looksAtPictures_ = !enabled.isEmpty();
   services_.changed();
   EditorDocument ground;
   ground.layers = *ground_->layers;
@@ -151,6 +157,23 @@ void SmartRedactSession::documentChanged() {
     if (services_.editor.isInStep()) return documentChanged();
     startScan();
   }));
+}
+
+/// Whoever reads the list expects what the settings say; what was asked for is done at once.
+void SmartRedactSession::detectorsChanged() {
+  if (isOpen_ && ground_ && ground_ != groundNow()) startScan();
+}
+
+void SmartRedactSession::pictureChanged() {
+  ++pictures_;
+  if (isOpen_) return startScan();
+  // Of another picture nothing is known.
+  cancel();
+  finds_.clear();
+  ++generation_;
+  isDerived_ = false;
+  stage_ = settled_ = Stage::idle;
+  services_.changed();
 }
 
 std::string SmartRedactSession::status() const {

@@ -42,7 +42,8 @@ class SmartRedactSession {
 
   explicit SmartRedactSession(Services services);
 
-  /// While it is open the picture is looked at again when it changes. What was found stays when it
+  /// While it is open the picture is looked at again when it changes, and when the settings say to
+  /// look for something else. What was found stays when it
   /// is closed, and a scan under way is given up.
   void open();
   void close();
@@ -96,16 +97,22 @@ class SmartRedactSession {
   /// To be called after every change of the document.
   void documentChanged();
 
+  /// To be called when the capture is another picture.
+  void pictureChanged();
+
  private:
   /// What a scan looked at.
   struct Ground {
     std::shared_ptr<const std::vector<LayerSpec>> layers;
     std::shared_ptr<const CanvasSpec> canvas;
     std::vector<std::string> missing;
+    int picture = 0;  ///< so many came before it
+    VisualDetectors enabled;
     bool operator==(const Ground& other) const;
   };
   [[nodiscard]] Ground groundNow() const;
   void startScan();
+  void detectorsChanged();
   void scanned(SensitiveScans::Answer answer);
   void takeFinds(const std::vector<SmartRedact::Proposal>& proposals);
   [[nodiscard]] bool isSeen(const Find& find) const;
@@ -122,7 +129,10 @@ class SmartRedactSession {
   std::optional<Ground> ground_;  ///< of the last scan, or the one under way
   std::vector<Find> finds_;
   int generation_ = 0;
+  int pictures_ = 0;  ///< that came before this one
   std::shared_ptr<void> scan_;
+  Observation faces_;
+  Observation people_;
 
   // Follows from the document and the finds.
   mutable bool isDerived_ = false;

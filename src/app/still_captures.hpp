@@ -47,6 +47,9 @@ class StillCaptures {
 
   [[nodiscard]] StillCapturePipeline& pipeline() { return *pipeline_; }
 
+  /// What looks through captures before they are filed.
+  [[nodiscard]] StagedRedaction& redactions() { return *redaction_; }
+
   /// Told what is under way; set before the first capture.
   std::function<void(CaptureActivity, bool running)> onActivity;
 

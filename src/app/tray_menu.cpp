@@ -88,7 +88,7 @@ StatusMark TrayMenu::mark() const {
   const auto& all = app_.library().store().collections();
   const bool isFiling =
       active && std::ranges::find(all, *active, &HistoryCollection::id) != all.end();
-  return isFiling ? StatusMark::filing : StatusMark::none;
+  return isFiling || app_.redactions().underWay() > 0 ? StatusMark::filing : StatusMark::none;
 }
 
 /// The line says how long there is.
@@ -190,6 +190,10 @@ StatusMenuItem TrayMenu::undoRecentDelete() {
 
 std::vector<StatusMenuItem> TrayMenu::lines() {
   std::vector<StatusMenuItem> menu;
+  if (const std::string scanning = scanningWords(app_.redactions().underWay()); !scanning.empty()) {
+    menu.push_back({.label = scanning, .isEnabled = false});
+    menu.push_back(separator());
+  }
   for (const auto* const name :
        {"CaptureArea", "CaptureWindow", "CaptureDisplay", "CapturePreviousArea", "CaptureText"}) {
     menu.push_back(line(name));

@@ -1,5 +1,8 @@
 #include "capture/staged_redaction.hpp"
 
+#include <fmt/format.h>
+
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -22,28 +25,55 @@ Result<std::string> originalPNG(const StagingFolder& staging, const RedactedOrig
 
 }  // namespace
 
+std::string scanningWords(std::size_t captures) {
+  if (captures == 0) return {};
+  constexpr std::string_view scanning = "Scanning for sensitive text";
+  if (captures == 1) return std::string(scanning);
+  return fmt::format("{} in {} captures", scanning, captures);
+}
+
 void StagedRedaction::run(StagedCapture staged, Image image, Done done) {
   if (!services_.redact) {
     return done(
         failed(FailureKind::unsupported, std::string("Smart Redact can't run, ") + keptPrivate));
   }
-  if (!image.isEmpty()) return look(std::move(staged), std::move(image), std::move(done));
-  struct Reading {
-    StagedCapture staged;
-    Done done;
-  };
-  auto reading = std::make_shared<Reading>(Reading{std::move(staged), std::move(done)});
+  // Those that wait are read again when it is their turn: pictures of whole displays add up.
+  if (!waiting_.empty()) image = {};
+  waiting_.push_back({std::move(staged), std::move(image), std::move(done)});
+  if (waiting_.size() == 1) begin();
+  changed_.notify();
+}
+
+void StagedRedaction::begin() {
+  Waiting& first = waiting_.front();
+  auto done = lifetime_.guard([this](Result<Publishable> result) { end(std::move(result)); });
+  if (!first.image.isEmpty()) {
+    return look(first.staged, std::exchange(first.image, {}), std::move(done));
+  }
   roundTrip(
       *services_.work, services_.main,
-      [reading, codec = services_.codec, staging = services_.staging,
+      [staged = first.staged, codec = services_.codec, staging = services_.staging,
        originals = services_.originals]() -> Result<Image> {
-        const std::string png = VT_TRY(originalPNG(*staging, *originals, reading->staged));
+        const std::string png = VT_TRY(originalPNG(*staging, *originals, staged));
         return codec->decode(png);
       },
-      lifetime_.guard([this, reading](Result<Image> original) {
-        if (!original) return reading->done(std::unexpected(original.error()));
-        look(std::move(reading->staged), *std::move(original), std::move(reading->done));
-      }));
+      lifetime_.guard(
+          [this, staged = first.staged, done = std::move(done)](Result<Image> original) mutable {
+            if (!original) return done(std::unexpected(original.error()));
+            look(std::move(staged), *std::move(original), std::move(done));
+          }));
+}
+
+void StagedRedaction::end(Result<Publishable> result) {
+  Done done = std::move(waiting_.front().done);
+  waiting_.pop_front();
+  // What is filed next may end the program.
+  auto goOn = lifetime_.guard([this] {
+    if (!waiting_.empty()) begin();
+    changed_.notify();
+  });
+  done(std::move(result));
+  goOn();
 }
 
 void StagedRedaction::look(StagedCapture staged, Image original, Done done) {

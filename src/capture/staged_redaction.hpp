@@ -1,9 +1,12 @@
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "base/lifetime.hpp"
+#include "base/observers.hpp"
 #include "base/task_runner.hpp"
 #include "capture/capture_redaction.hpp"
 #include "capture/redacted_originals.hpp"
@@ -16,7 +19,8 @@ namespace vantorel {
 /// picture is looked through, and where something is to be covered a covered one takes its place in
 /// the staging folder, after the original has been made safe. A crash at any moment leaves the
 /// staged capture as it was, or both the original and the covered one; never a raw one that does
-/// not await redaction. Lives on the main runner; the disk work runs on `work`.
+/// not await redaction. One after the other, in the order in which they came. Lives on the main
+/// runner; the disk work runs on `work`.
 class StagedRedaction {
  public:
   struct Services {
@@ -43,12 +47,33 @@ class StagedRedaction {
   /// and private.
   void run(StagedCapture staged, Image image, Done done);
 
+  /// How many captures are being looked through, or wait for it.
+  [[nodiscard]] std::size_t underWay() const { return waiting_.size(); }
+
+  /// Told when that has changed.
+  [[nodiscard]] Observation observe(std::function<void()> changed) {
+    return changed_.add(std::move(changed));
+  }
+
  private:
+  struct Waiting {
+    StagedCapture staged;
+    Image image;
+    Done done;
+  };
+
+  void begin();
+  void end(Result<Publishable> result);
   void look(StagedCapture staged, Image original, Done done);
   void settle(StagedCapture staged, Image original, CaptureRedaction redaction, Done done);
 
   Services services_;
+  std::deque<Waiting> waiting_;  ///< the first one is being looked through
+  Observers<> changed_;
   Lifetime lifetime_;
 };
+
+/// What is read while `captures` are looked through; empty for none.
+[[nodiscard]] std::string scanningWords(std::size_t captures);
 
 }  // namespace vantorel

@@ -115,7 +115,47 @@ struct StillCapturePipeline::Run {
   std::string cut;          // what of a named area is not in the picture; a sentence
   double capturedAt = 0;
   GrabbedPicture picture;
+
+  void reached(std::string_view step, const Clock& clock) {
+    steps.emplace_back(step, clock.monotonic());
+  }
+  [[nodiscard]] PixelRect shownArea() const;
+  void end(CaptureReply reply);
 };
+
+/// Where on the desktop what was captured is.
+PixelRect StillCapturePipeline::Run::shownArea() const {
+  const CaptureTarget& target = picture.target;
+  const double scale = picture.scale;
+  if (const auto* window = std::get_if<WindowTarget>(&target)) {
+    for (const WindowSnapshot& open : windows) {
+      if (open.windowID == window->windowID) return toPixels(open.frame, scale);
+    }
+    return {};
+  }
+  const auto* whole = std::get_if<DisplayTarget>(&target);
+  const auto* region = std::get_if<RegionTarget>(&target);
+  if (whole == nullptr && region == nullptr) return {};
+  const DisplaySnapshot* const display =
+      findDisplay(displays, whole != nullptr ? whole->displayID : region->displayID);
+  if (display == nullptr) return {};
+  PointRect shown = display->bounds;
+  if (region != nullptr) {
+    shown = {shown.x + region->rect.x, shown.y + region->rect.y, region->rect.width,
+             region->rect.height};
+  }
+  return toPixels(shown, scale);
+}
+
+/// Answers, and logs how long each step took.
+void StillCapturePipeline::Run::end(CaptureReply reply) {
+  using Milliseconds = std::chrono::duration<double, std::milli>;
+  for (std::size_t i = 1; i < steps.size(); ++i) {
+    logInfo("CaptureLatency", "{}: {:.1f} ms", steps[i].first,
+            Milliseconds(steps[i].second - steps[i - 1].second).count());
+  }
+  finished(std::move(reply));
+}
 
 StillCapturePipeline::StillCapturePipeline(Services services) : services_(std::move(services)) {}
 StillCapturePipeline::~StillCapturePipeline() = default;
@@ -443,53 +483,41 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
         reached("stage");
         services_.filing->claim(staged->path);
         if (run_->request.onStaged) run_->request.onStaged(staged->path);
-        services_.filing->file(std::move(*staged), run_->picture.image,
-                               lifetime_.guard([this](Result<CaptureOutcome::Saved> filed) {
-                                 if (!filed) {
-                                   return fail(CaptureFailure::Case::writeFailed,
-                                               filed.error().reason);
-                                 }
-                                 reached("forget the staged file");
-                                 filed->copies = run_->copies;
-                                 if (run_->onFiled) run_->onFiled(*filed->entry);
-                                 filed->shown = shownArea();
-                                 if (filed->picture.isEmpty()) {
-                                   filed->picture = std::move(run_->picture.image);
-                                 }
-                                 if (run_->lacksCover) filed->remarks.emplace_back(iconsAreShown);
-                                 if (!run_->cut.empty()) filed->remarks.push_back(run_->cut);
-                                 finish(CaptureOutcome{std::move(*filed)});
-                               }),
-                               lifetime_.guard([this](std::string_view step) { reached(step); }));
+        file(*std::move(staged));
       }));
 }
 
-PixelRect StillCapturePipeline::shownArea() const {
-  const CaptureTarget& target = run_->picture.target;
-  const double scale = run_->picture.scale;
-  if (const auto* window = std::get_if<WindowTarget>(&target)) {
-    for (const WindowSnapshot& open : run_->windows) {
-      if (open.windowID == window->windowID) return toPixels(open.frame, scale);
-    }
-    return {};
+void StillCapturePipeline::file(StagedCapture staged) {
+  const std::shared_ptr<Run> run = run_;
+  Image image = run->picture.image;
+  if (staged.record.awaitsRedaction) {
+    // To be looked through takes seconds. It is safe, and the next one may be taken meanwhile; of
+    // the raw picture nothing is kept for those who show it.
+    run->picture.image = {};
+    letGo();
+    if (run->request.onLookedThrough) run->request.onLookedThrough(run->shownArea());
   }
-  const auto* whole = std::get_if<DisplayTarget>(&target);
-  const auto* region = std::get_if<RegionTarget>(&target);
-  if (whole == nullptr && region == nullptr) return {};
-  const DisplaySnapshot* const display =
-      findDisplay(run_->displays, whole != nullptr ? whole->displayID : region->displayID);
-  if (display == nullptr) return {};
-  PointRect shown = display->bounds;
-  if (region != nullptr) {
-    shown = {shown.x + region->rect.x, shown.y + region->rect.y, region->rect.width,
-             region->rect.height};
-  }
-  return toPixels(shown, scale);
+  services_.filing->file(
+      std::move(staged), std::move(image),
+      lifetime_.guard([this, run](Result<CaptureOutcome::Saved> filed) {
+        if (run == run_) letGo();
+        if (!filed) {
+          return run->end(CaptureOutcome{
+              CaptureFailure{CaptureFailure::Case::writeFailed, std::move(filed.error().reason)}});
+        }
+        run->reached("forget the staged file", *services_.clock);
+        filed->copies = run->copies;
+        if (run->onFiled) run->onFiled(*filed->entry);
+        filed->shown = run->shownArea();
+        if (filed->picture.isEmpty()) filed->picture = std::move(run->picture.image);
+        if (run->lacksCover) filed->remarks.emplace_back(iconsAreShown);
+        if (!run->cut.empty()) filed->remarks.push_back(run->cut);
+        run->end(CaptureOutcome{std::move(*filed)});
+      }),
+      [run, clock = services_.clock](std::string_view step) { run->reached(step, *clock); });
 }
 
-void StillCapturePipeline::reached(std::string_view step) {
-  run_->steps.emplace_back(step, services_.clock->monotonic());
-}
+void StillCapturePipeline::reached(std::string_view step) { run_->reached(step, *services_.clock); }
 
 void StillCapturePipeline::cancel() {
   if (!run_) return;
@@ -511,16 +539,14 @@ void StillCapturePipeline::settle() {
   if (run_->waitsForUser) cancel();
 }
 
-void StillCapturePipeline::finish(CaptureReply reply) {
+void StillCapturePipeline::finish(CaptureReply reply) { letGo()->end(std::move(reply)); }
+
+/// The next capture may start.
+std::shared_ptr<StillCapturePipeline::Run> StillCapturePipeline::letGo() {
   VT_CHECK(run_ != nullptr);
-  const auto run = std::exchange(run_, nullptr);
+  auto run = std::exchange(run_, nullptr);
   services_.setActivity(run->activity, false);
-  using Milliseconds = std::chrono::duration<double, std::milli>;
-  for (std::size_t i = 1; i < run->steps.size(); ++i) {
-    logInfo("CaptureLatency", "{}: {:.1f} ms", run->steps[i].first,
-            Milliseconds(run->steps[i].second - run->steps[i - 1].second).count());
-  }
-  run->finished(std::move(reply));
+  return run;
 }
 
 void StillCapturePipeline::fail(CaptureFailure::Case what, std::string reason) {

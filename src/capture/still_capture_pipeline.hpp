@@ -75,6 +75,9 @@ struct StillCaptureRequest {
   /// Told the file in which the picture is safe, before it is filed.
   std::function<void(const Path& staged)> onStaged{};
 
+  /// Told, before one that is to be looked through is filed, where on the desktop it was taken.
+  std::function<void(const PixelRect& shown)> onLookedThrough{};
+
   /// Gets the picture, which is neither saved nor filed then, after the capture has ended.
   std::function<void(HandedPicture)> handOver{};
 };
@@ -89,7 +92,8 @@ struct StillCaptureBackend {
 };
 
 /// Turns a still-capture command into a staged picture and hands it to filing. One capture at a
-/// time. Lives on the main runner; grabs are the platform's, encoding runs on `work`.
+/// time; one that Smart Redact looks through once it is staged holds up no other. Lives on the main
+/// runner; grabs are the platform's, encoding runs on `work`.
 class StillCapturePipeline {
  public:
   struct Services {
@@ -156,10 +160,11 @@ class StillCapturePipeline {
   [[nodiscard]] std::vector<WindowID> coverWindowIDs() const;
   void grabbed(std::optional<Result<GrabbedPicture>> answer);
   void nameSourceApp();
-  [[nodiscard]] PixelRect shownArea() const;
   void stage(std::optional<SourceApp> app);
+  void file(StagedCapture staged);
   void reached(std::string_view step);
   void finish(CaptureReply reply);
+  std::shared_ptr<Run> letGo();
   void fail(CaptureFailure::Case what, std::string reason = {});
   void failGrab(const Failure& failure);
 

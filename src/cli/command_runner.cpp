@@ -409,6 +409,15 @@ void CommandRunner::announceWait(const ShowProgress& show, Waiting waiting, cons
       }));
 }
 
+/// A capture that is looked through before it is filed takes seconds.
+void CommandRunner::announceScan(const ShowProgress& show, Waiting waiting) const {
+  if (!show) return;
+  services_.main->postAfter(silentWait, lifetime_.guard([this, show, waiting = std::move(waiting)] {
+    const std::string words = scanningWords(services_.coordinator->redactions().underWay());
+    if (*waiting && !words.empty()) show({0, 0, words + "."});
+  }));
+}
+
 /// When it was not waited for, and no session bus leads there.
 void CommandRunner::sayWhoHasTheLibrary(const ShowProgress& show) const {
   // The refusal begins with who it is.
@@ -463,7 +472,8 @@ void CommandRunner::callOff(const std::string& requester) {
   for (auto found = begin; found != end; ++found) {
     Capturing& capturing = *found->second;
     capturing.isCalledOff = true;
-    isInFlight |= capturing.hasBegun;
+    // One that is staged waits for nobody; what waits for the user now may be another one.
+    isInFlight |= capturing.hasBegun && capturing.staged.empty();
     if (!capturing.staged.empty() && !services_.library->isReady()) {
       take(capturing.done, capturing.staged);
     }
@@ -505,6 +515,7 @@ void CommandRunner::capture(const command::Capture& what, bool json,
         capturing->staged = staged;
         if (capturing->isCalledOff) return callOff(requester.name);
         announceWait(requester.show, Waiting(capturing, &capturing->done), staged);
+        announceScan(requester.show, Waiting(capturing, &capturing->done));
       });
 }
 

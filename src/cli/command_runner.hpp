@@ -87,6 +87,7 @@ class CommandRunner {
                         std::move_only_function<void(Done)> go);
   void whenStagedFiled(Done done, std::move_only_function<void(Done)> go);
   void announceWait(const ShowProgress& show, Waiting waiting, const Path& staged);
+  void announceScan(const ShowProgress& show, Waiting waiting) const;
   void sayWhoHasTheLibrary(const ShowProgress& show) const;
   [[nodiscard]] std::optional<long> trayThatIs(const std::optional<std::string>& holder) const;
   void withLibrary(const CommandLine& line, Done done, const CommandRequester& requester);

@@ -272,6 +272,12 @@ CanvasScene::Drawn CanvasScene::drawn(SceneDrawing& drawing, const LayerComposit
   }
 }
 
+void CanvasScene::setBase(Image base) {
+  VT_CHECK(base.size() == base_.size());
+  base_ = std::move(base);
+  startBuild(wanted());
+}
+
 void CanvasScene::readAgain() {
   services_.work->post([pictures = pictures_] { pictures->known.clear(); });
   startBuild(wanted());

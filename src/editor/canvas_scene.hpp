@@ -36,6 +36,9 @@ class CanvasScene {
   /// `model` outlives this; `base` is the capture.
   CanvasScene(Services services, const EditorModel& model, Image base);
 
+  /// The capture is another picture, as large as the one before.
+  void setBase(Image base);
+
   /// Brings the picture up to the model; to be called after each of its changes.
   void update();
 

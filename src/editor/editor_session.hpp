@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "base/image.hpp"
@@ -41,7 +42,8 @@ struct EditorSessionServices {
   /// What is known of the layers now.
   std::function<LayersReport()> layers;
   /// Draws the finished picture; called on the background runner.
-  std::function<Result<Image, SceneFailure>(const EditorDocument&)> flatten;
+  using Flatten = std::function<Result<Image, SceneFailure>(const EditorDocument&)>;
+  Flatten flatten;
 
   /// Asks a question with yes and no.
   std::function<void(const std::string& question, std::function<void(bool)> answered)> ask;
@@ -62,6 +64,11 @@ class EditorSession {
 
   /// The base image has been read, or could not be.
   void setBase(BaseImageState state) { base_ = state; }
+
+  /// The base image is another one.
+  void setFlatten(EditorSessionServices::Flatten flatten) {
+    services_.flatten = std::move(flatten);
+  }
 
   /// How many findings of sensitive content are not covered by a redaction.
   void setUnredactedFindings(int count) { unredacted_ = count; }

@@ -92,7 +92,9 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor, TextWi
            .open = [this](const EntryPointer& entry, const auto& done) { open(entry, done); },
            .pin = [this](const EntryPointer& entry, const auto& done) { pin(entry, done); },
            .openHistory = [this] { (void)captures.coordinator.show(AppWindow::history); },
-           .redact = [this](const std::string& id, const auto& done) { redact(id, done); }}) {
+           .redact = [this](const std::string& id, const auto& done) { redact(id, done); },
+           .switchRedaction = switchRedaction(Library::Claimed::no),
+           .copyText = [this](const std::string& words, const auto& done) { copy(words, done); }}) {
   DesktopWing& desktop = captures.desktop;
   desktop.ui->showCards(&cards);
   captures.coordinator.onSaved = [this](const CaptureOutcome::Saved& saved) {
@@ -101,6 +103,8 @@ WindowsWing::WindowsWing(CaptureWing& theCaptures, EditorWing& theEditor, TextWi
       editors.openTaken(saved.entry, saved.picture);
     }
   };
+  redactions_ = captures.captures.redactions().observe(
+      [this] { cards.setScanned(captures.captures.redactions().underWay()); });
   captures.coordinator.editors = &editors;
   captures.coordinator.pins = &pins;
   pins.onChange = [this] { captures.coordinator.menuChanged(); };
@@ -188,7 +192,8 @@ CaptureEditors::Services WindowsWing::editing() {
                                   }
                                   done({});
                                 });
-                          }},
+                          },
+                      .switchRedaction = switchRedaction(Library::Claimed::byCaller)},
           .surfaces = captures.coordinator.surfaces(),
           .clock = desktop.clock,
           .windows = desktop.ui != nullptr ? &desktop.ui->windows() : nullptr,
@@ -214,6 +219,12 @@ void WindowsWing::redact(const std::string& id,
     for (const SmartRedact::Proposal& proposal : applied->covered) finds.insert(proposal.match);
     done(static_cast<int>(finds.size()));
   });
+}
+
+SwitchRedaction WindowsWing::switchRedaction(Library::Claimed claimed) {
+  return [this, claimed](const std::string& id, bool covers, auto done) {
+    text.redactor.switchTo(covers, id, claimed, std::move(done));
+  };
 }
 
 void WindowsWing::copy(const std::string& words,
@@ -286,8 +297,8 @@ std::shared_ptr<HistoryModel> WindowsWing::history() {
            .pin = [this](const std::vector<NamedPicture>& pictures,
                          auto pinned) { pins.pinAll(pictures, std::move(pinned)); },
            .open = [this](const Path& file) { launcher.open(file, reported()); },
-           .reveal =
-               [this](const std::vector<Path>& files) { launcher.reveal(files, reported()); }},
+           .reveal = [this](const std::vector<Path>& files) { launcher.reveal(files, reported()); },
+           .switchRedaction = switchRedaction(Library::Claimed::no)},
       .previews = previews(),
       .pictures = std::make_shared<PictureLoader>(
           PictureLoader::Services{.main = desktop.main,

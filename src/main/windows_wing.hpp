@@ -55,6 +55,7 @@ struct WindowsWing {
   void pin(const EntryPointer& entry, const FileLauncher::Done& done);
   [[nodiscard]] ScanPicture scanning();
   void redact(const std::string& id, const std::function<void(Result<int, std::string>)>& done);
+  [[nodiscard]] SwitchRedaction switchRedaction(Library::Claimed claimed);
   void copy(const std::string& words, const std::function<void(const std::string& failure)>& done);
   void previewFor(const EntryPointer& entry, std::function<void(const Image&)> done);
   [[nodiscard]] std::shared_ptr<HistoryModel> history();
@@ -66,6 +67,7 @@ struct WindowsWing {
   [[nodiscard]] FileLauncher::Done reported();
 
   std::weak_ptr<SettingsModel> openSettings_;
+  Observation redactions_;
 };
 
 }  // namespace vantorel

@@ -3,11 +3,13 @@
 #include <QAccessible>
 #include <QHBoxLayout>
 #include <QToolButton>
+#include <QVBoxLayout>
 #include <algorithm>
 #include <array>
 #include <utility>
 
 #include "app/annotate_model.hpp"
+#include "app/redaction_switch.hpp"
 #include "base/count_text.hpp"
 #include "text/sensitive_words.hpp"
 #include "ui/annotate/find_row.hpp"
@@ -64,9 +66,46 @@ SmartRedactSection::SmartRedactSection(std::shared_ptr<AnnotateModel> model, QWi
   remark_ = new RoleLabel({}, &PaletteRoles::quiet, tokens::smallFont);
   inspectorRow(last)->addWidget(remark_);
   addContent(last);
+  addKept();
 }
 
 SmartRedactSession& SmartRedactSection::session() const { return *model_->smartRedact(); }
+
+/// Below all that is found: it is in the file already.
+void SmartRedactSection::addKept() {
+  kept_ = new QWidget(this);
+  auto* const column = new QVBoxLayout(kept_);
+  column->setContentsMargins(tokens::space16, tokens::space8, tokens::space16, 0);
+  column->setSpacing(tokens::space8);
+  keptWords_ = new RoleLabel({}, &PaletteRoles::text, tokens::bodyFont);
+  switch_ = new SmallButton({});
+  column->addWidget(keptWords_);
+  column->addWidget(switch_, 0, Qt::AlignLeading);
+  connect(switch_, &QPushButton::clicked, this, [this] { model_->switchRedaction(); });
+  addContent(kept_);
+}
+
+void SmartRedactSection::showKept() {
+  const auto kept = model_->keptRedaction();
+  kept_->setVisible(kept.has_value());
+  if (!kept) return;
+  const QString areas = kept->areas == 1
+                            ? QStringLiteral("1 area")
+                            : QStringLiteral("%1 areas").arg(wordsOf(countText(kept->areas)));
+  const QString covered = kept->areas == 0   ? QStringLiteral("Areas were covered")
+                          : kept->areas == 1 ? areas + QStringLiteral(" was covered")
+                                             : areas + QStringLiteral(" were covered");
+  keptWords_->setText(
+      kept->isCovering
+          ? covered + QStringLiteral(" when the capture was taken.")
+          : covered + QStringLiteral(" when the capture was taken, and uncovered since."));
+  switch_->setText(
+      QString::fromUtf8(kept->isCovering ? redaction_words::remove : redaction_words::reapply));
+  switch_->setEnabled(!model_->isSwitchingRedaction());
+  switch_->setToolTip(
+      model_->isSwitchingRedaction() ? QStringLiteral("The capture is being changed.") : QString());
+  switch_->updateGeometry();
+}
 
 void SmartRedactSection::addState() {
   state_ = new QWidget(this);
@@ -121,6 +160,7 @@ void SmartRedactSection::refresh() {
   }
   showFinds();
   showState();
+  showKept();
 }
 
 void SmartRedactSection::showState() {

@@ -23,7 +23,8 @@ class SegmentedControl;
 class SmallButton;
 
 /// What should not be shared in the picture: the state of the scan, the finds by kind, how they are
-/// covered, and the button that does it. Seen while `SmartRedactSession` is open. Lives on the main
+/// covered, and the button that does it; and what was covered before the picture was filed, with
+/// the button that takes it away. Seen while `SmartRedactSession` is open. Lives on the main
 /// thread.
 class SmartRedactSection : public InspectorSection {
  public:
@@ -45,12 +46,14 @@ class SmartRedactSection : public InspectorSection {
   };
 
   [[nodiscard]] SmartRedactSession& session() const;
+  void addKept();
   void addState();
   void addStyle();
   void addButtons();
   FindRow* rowOf(const Line& line);
   void showFinds();
   void showState();
+  void showKept();
   void pointed(const Line& line, bool isPointed);
 
   std::shared_ptr<AnnotateModel> model_;
@@ -66,6 +69,9 @@ class SmartRedactSection : public InspectorSection {
   SmallButton* redact_ = nullptr;
   SmallButton* again_ = nullptr;
   RoleLabel* remark_ = nullptr;
+  QWidget* kept_ = nullptr;
+  RoleLabel* keptWords_ = nullptr;
+  SmallButton* switch_ = nullptr;
   std::map<Line, FindRow*> rows_;
   std::vector<Line> shown_;
   std::set<SensitiveMatchKind> unfolded_;

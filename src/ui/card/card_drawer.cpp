@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QStyle>
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "ui/card/card_layout.hpp"
@@ -154,9 +155,11 @@ CardDrawer::CardDrawer(CardStack& stack, std::uint64_t number,
       pointed_(std::move(pointed)),
       closed_(std::move(closed)),
       compress_(new DrawerCell(IconName::compress, this)),
-      redact_(new DrawerCell(IconName::redact, this)) {
+      redact_(new DrawerCell(IconName::redact, this)),
+      copyText_(new DrawerCell(IconName::textClip, this)) {
   connect(compress_, &QAbstractButton::clicked, this, [this] { stack_.compress(number_); });
   connect(redact_, &QAbstractButton::clicked, this, [this] { stack_.redact(number_); });
+  connect(copyText_, &QAbstractButton::clicked, this, [this] { stack_.copyText(number_); });
   stack_.openRows(number_);
   refresh();
 }
@@ -190,7 +193,16 @@ void CardDrawer::refresh() {
   };
   fill(*compress_, rows_.compress);
   fill(*redact_, rows_.redact);
+  fill(*copyText_, rows_.copyText);
   layOut();
+}
+
+std::vector<DrawerCell*> CardDrawer::shownRows() const {
+  std::vector<DrawerCell*> rows;
+  if (rows_.compress) rows.push_back(compress_);
+  if (rows_.redact) rows.push_back(redact_);
+  if (rows_.copyText) rows.push_back(copyText_);
+  return rows;
 }
 
 int CardDrawer::columns() const {
@@ -220,9 +232,8 @@ QSize CardDrawer::panelSize() const {
     const int lines = static_cast<int>(rows_.formats.size() + columns() - 1) / columns();
     height += labelHeight() + lines * cellHeight() + (lines - 1) * 4;
   }
-  for (const auto& [row, cell] :
-       {std::pair(&rows_.compress, compress_), std::pair(&rows_.redact, redact_)}) {
-    if (*row) height += rowHeight(*cell) + (height > 2 * drawerPadding ? 8 : 0);
+  for (const DrawerCell* const row : shownRows()) {
+    height += rowHeight(*row) + (height > 2 * drawerPadding ? 8 : 0);
   }
   return {card_layout::drawerWidth, height};
 }
@@ -246,11 +257,10 @@ void CardDrawer::layOut() {
     const int lines = static_cast<int>(rows_.formats.size() + across - 1) / across;
     y += lines * cellHeight() + (lines - 1) * 4 + 8;
   }
-  if (rows_.compress) {
-    compress_->setGeometry(panel.left(), y, panel.width(), rowHeight(*compress_));
-    y += rowHeight(*compress_) + 8;
+  for (DrawerCell* const row : shownRows()) {
+    row->setGeometry(panel.left(), y, panel.width(), rowHeight(*row));
+    y += rowHeight(*row) + 8;
   }
-  if (rows_.redact) redact_->setGeometry(panel.left(), y, panel.width(), rowHeight(*redact_));
 }
 
 void CardDrawer::setKeyboard(bool hasKeyboard) {
@@ -260,8 +270,7 @@ void CardDrawer::setKeyboard(bool hasKeyboard) {
 
 bool CardDrawer::press(int key) {
   std::vector<DrawerCell*> cells(formats_.begin(), formats_.begin() + std::ssize(rows_.formats));
-  if (rows_.compress) cells.push_back(compress_);
-  if (rows_.redact) cells.push_back(redact_);
+  std::ranges::copy(shownRows(), std::back_inserter(cells));
   const int count = static_cast<int>(cells.size());
   if (current_ >= count) current_ = count - 1;
   bool isTaken = current_ >= 0;

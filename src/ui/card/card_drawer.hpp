@@ -12,8 +12,8 @@ namespace vantorel {
 
 class DrawerCell;
 
-/// The rows beside a card: its formats with what each would weigh, Compress and Redact. Lives on
-/// the main thread.
+/// The rows beside a card: its formats with what each would weigh, Compress, Redact and Copy
+/// Text. Lives on the main thread.
 class CardDrawer : public FloatingSurface {
  public:
   CardDrawer(CardStack& stack, std::uint64_t number, std::shared_ptr<NativeWindows> native,
@@ -44,6 +44,8 @@ class CardDrawer : public FloatingSurface {
   [[nodiscard]] int cellHeight() const;
   [[nodiscard]] static int rowHeight(const DrawerCell& row);
   [[nodiscard]] int labelHeight() const;
+  /// Those below the formats that are shown, from the top.
+  [[nodiscard]] std::vector<DrawerCell*> shownRows() const;
   void layOut();
 
   CardStack& stack_;
@@ -54,6 +56,7 @@ class CardDrawer : public FloatingSurface {
   std::vector<DrawerCell*> formats_;
   DrawerCell* compress_;
   DrawerCell* redact_;
+  DrawerCell* copyText_;
   int current_ = -1;  ///< of all that are shown; none without the keyboard
 };
 

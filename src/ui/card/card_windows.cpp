@@ -11,6 +11,7 @@
 #include "ui/card/card_capsule.hpp"
 #include "ui/card/card_drawer.hpp"
 #include "ui/card/card_layout.hpp"
+#include "ui/card/card_scanning.hpp"
 #include "ui/card/card_window.hpp"
 #include "ui/kit/screen_pixels.hpp"
 
@@ -69,6 +70,7 @@ void CardWindows::hideAll() {
   windows_.clear();
   leaving_.clear();
   capsules_.clear();
+  scanning_.reset();
 }
 
 CardWindow* CardWindows::windowOf(std::uint64_t number) const {
@@ -112,8 +114,37 @@ CardWindow* CardWindows::makeWindow(const Card& card) {
   return window.get();
 }
 
+/// What waits to become a card stands below the newest one.
+void CardWindows::arrangeScanning() {
+  const std::string words = stack_.scanningWords();
+  if (words.empty()) return scanning_.reset();
+  if (scanning_ == nullptr) scanning_ = std::make_unique<CardScanning>(native_);
+  scanning_->setWords(words);
+  QScreen* screen = scanning_->isVisible() ? scanning_->screen() : nullptr;
+  if (screen == nullptr) screen = QGuiApplication::screenAt(QCursor::pos());
+  if (screen == nullptr) screen = QGuiApplication::primaryScreen();
+  if (screen == nullptr) return scanning_.reset();
+  const QSize size = scanning_->panelSize();
+  const QRect area = screen->availableGeometry();
+  const bool isLeft = stack_.side() == OverlayPosition::left;
+  const int x = isLeft ? area.left() + card_layout::edge
+                       : area.right() + 1 - card_layout::edge - size.width();
+  scanning_->setPanelGeometry(
+      {QPoint(x, area.bottom() + 1 - card_layout::edge - size.height()), size});
+  if (!scanning_->isVisible()) scanning_->show();
+}
+
+QRect CardWindows::workAreaOf(const QScreen& screen) const {
+  QRect area = screen.availableGeometry();
+  if (scanning_ != nullptr && scanning_->screen() == &screen) {
+    area.setBottom(area.bottom() - scanning_->panelSize().height() - card_layout::gap);
+  }
+  return area;
+}
+
 void CardWindows::arrange() {
   const bool isLeft = stack_.side() == OverlayPosition::left;
+  arrangeScanning();
   // Away with those that have gone.
   std::vector<std::uint64_t> gone;
   for (const auto& [number, window] : windows_) {
@@ -134,7 +165,7 @@ void CardWindows::arrange() {
       heights.push_back(CardWindow::heightOf(*card));
     }
     const auto placed = [&](int capsuleWidth) {
-      return card_layout::arranged(heights, screen->availableGeometry(), isLeft, capsuleWidth);
+      return card_layout::arranged(heights, workAreaOf(*screen), isLeft, capsuleWidth);
     };
     auto arrangement = placed(0);
     if (arrangement.more > 0) {

@@ -16,6 +16,7 @@ namespace vantorel {
 
 class CardCapsule;
 class CardDrawer;
+class CardScanning;
 class CardWindow;
 
 /// The windows of the cards on all displays: who is where, the drawer beside one of them, and the
@@ -33,6 +34,8 @@ class CardWindows {
 
  private:
   void arrange();
+  void arrangeScanning();
+  [[nodiscard]] QRect workAreaOf(const QScreen& screen) const;
   CardWindow* makeWindow(const Card& card);
   [[nodiscard]] QScreen* screenOf(const Card& card) const;
   [[nodiscard]] CardWindow* windowOf(std::uint64_t number) const;
@@ -55,6 +58,7 @@ class CardWindows {
   std::map<std::uint64_t, QScreen*> screens_;  ///< where each card is
   std::vector<std::unique_ptr<CardWindow>> leaving_;
   std::map<QScreen*, std::unique_ptr<CardCapsule>> capsules_;
+  std::unique_ptr<CardScanning> scanning_;
   std::unique_ptr<CardDrawer> drawer_;
   std::optional<std::uint64_t> pointedCard_;
   bool isDrawerPointed_ = false;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/redaction_switch.hpp"
 #include "library/entry_title.hpp"
 #include "ui/history/tile_painting.hpp"
 #include "ui/kit/picture_save_dialog.hpp"
@@ -58,6 +59,11 @@ HistoryCommands::HistoryCommands(std::shared_ptr<HistoryModel> model, QWidget* w
                 [this] { popUp(*convertMenu_); });
   compress = add(HistoryAction::compress, QStringLiteral("Compress"), IconName::compress, {},
                  [this, subjects] { model_->actions().compress(subjects()); });
+  removeRedaction = add(HistoryAction::removeRedaction, redaction_words::remove, IconName::redact,
+                        {}, [this, subjects] { model_->actions().removeRedaction(subjects()); });
+  reapplyRedaction =
+      add(HistoryAction::reapplyRedaction, redaction_words::reapply, IconName::redact, {},
+          [this, subjects] { model_->actions().reapplyRedaction(subjects()); });
   reveal = add(HistoryAction::reveal, QStringLiteral("Show in File Manager"), IconName::reveal,
                Qt::CTRL | Qt::SHIFT | Qt::Key_R,
                [this, subjects] { model_->actions().reveal(subjects()); });
@@ -111,6 +117,9 @@ void HistoryCommands::refresh() {
     if (!remark.empty()) help += "\n" + QString::fromStdString(remark);
     row.action->setToolTip(help);
     row.action->setEnabled(!obstacle);
+    // Few captures have anything of the kind.
+    const bool isOfRedaction = row.action == removeRedaction || row.action == reapplyRedaction;
+    if (isOfRedaction) row.action->setVisible(!obstacle);
   }
   // Only where it is the way out.
   remove->setVisible(std::ranges::any_of(
@@ -163,6 +172,8 @@ void HistoryCommands::fill(QMenu& menu) {
   formats->setEnabled(convert->isEnabled());
   fillFormats(*formats);
   menu.addAction(compress);
+  menu.addAction(removeRedaction);
+  menu.addAction(reapplyRedaction);
   menu.addSeparator();
   menu.addAction(trash);
   menu.addAction(remove);

@@ -34,6 +34,8 @@ class HistoryCommands : public QObject {
   QAction* rename;
   QAction* convert;
   QAction* compress;
+  QAction* removeRedaction;
+  QAction* reapplyRedaction;
   QAction* reveal;
   QAction* trash;
   QAction* remove;

@@ -18,8 +18,10 @@
 #include <vector>
 
 #include "app/records/hot_key_text.hpp"
+#include "base/count_text.hpp"
 #include "base/local_day.hpp"
 #include "base/size_text.hpp"
+#include "capture/kept_redaction.hpp"
 #include "editor/capture_text.hpp"
 #include "library/entry_look.hpp"
 #include "library/entry_title.hpp"
@@ -138,6 +140,15 @@ QString folderText(const std::string& path) {
   const QString folder = QString::fromStdString(Path(path).parent_path().string());
   const QString home = qEnvironmentVariable("HOME");
   return !home.isEmpty() && folder.startsWith(home + '/') ? "~" + folder.mid(home.size()) : folder;
+}
+
+/// Of what Smart Redact covered before the capture was filed.
+QString redactionText(const KeptRedaction& kept) {
+  if (!kept.isCovering) return QStringLiteral("Removed");
+  if (kept.areas == 0) return QStringLiteral("When it was taken");
+  return QString::fromStdString(countText(kept.areas)) +
+         (kept.areas == 1 ? QStringLiteral(" area when it was taken")
+                          : QStringLiteral(" areas when it was taken"));
 }
 
 QString hintText(bool hasHits) {
@@ -376,6 +387,8 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
   add(QStringLiteral("File"), formatOf(*entry));
   add(QStringLiteral("Folder"), folderText(entry->path));
   if (entry->editedAt) add(QStringLiteral("Edited"), momentText(*entry->editedAt));
+  const auto kept = keptRedaction(*entry, model_->store().paths());
+  if (kept) add(QStringLiteral("Redacted"), redactionText(*kept));
   QString collections;
   for (const std::string& id : entry->collectionIDs) {
     const HistoryCollection* const collection = model_->store().findCollection(id);
@@ -395,6 +408,14 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
     commands_.showCollections(collect->mapToGlobal(QPoint(0, collect->height())));
   });
   column->addWidget(collect, 0, Qt::AlignLeading);
+  if (kept) {
+    auto* const redaction = new QToolButton;
+    redaction->setAutoRaise(true);
+    redaction->setDefaultAction(kept->isCovering ? commands_.removeRedaction
+                                                 : commands_.reapplyRedaction);
+    redaction->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    column->addWidget(redaction, 0, Qt::AlignLeading);
+  }
   if (const std::string read = captureText(*entry);
       !read.empty() && entry->medium != CaptureMedium::text) {
     auto* const heading = new QLabel(QStringLiteral("Recognized text"));
