@@ -2,6 +2,8 @@
 //   recognition draw FOLDER           KIND.png and KIND.txt, the words drawn
 //   recognition read FOLDER KIND      seconds, and of the words drawn those that were read
 //   recognition score FOLDER KIND OUT the same for the text that another program wrote to OUT
+//   recognition show FILE.png         each line read with its box, a number for each block
+//   recognition scan FILE.png         seconds, and what Smart Redact would cover
 
 #include <fmt/format.h>
 #include <pango/pangocairo.h>
@@ -21,7 +23,11 @@
 #include <string>
 #include <vector>
 
+#include "base/enum_names.hpp"
+#include "platform/linux/linux_phone_number_finder.hpp"
 #include "platform/linux/linux_text_recogniser.hpp"
+#include "text/phone_detector.hpp"
+#include "text/smart_redact.hpp"
 
 namespace {
 
@@ -304,6 +310,46 @@ int read(const std::string& path) {
   return 0;
 }
 
+int show(const std::string& path) {
+  LinuxTextRecogniser recogniser;
+  ReadingRequest request;
+  if (const char* const factor = std::getenv("FACTOR")) request.enlargement = std::atof(factor);
+  const auto reading = recogniser.read(loaded(path), request, {});
+  if (!reading) {
+    fmt::print(stderr, "{}\n", sentence(reading.error()));
+    return 1;
+  }
+  int number = 0;
+  for (const ReadBlock& block : reading->blocks) {
+    for (const ReadLine& line : block.lines) {
+      fmt::print("{} {:4},{:4} {:4}x{:<3} {:.2f}  {}\n", number, line.box.x, line.box.y,
+                 line.box.width, line.box.height, line.confidence, line.text());
+    }
+    ++number;
+  }
+  return 0;
+}
+
+int scan(const std::string& path) {
+  const SmartRedact smartRedact(
+      {std::make_shared<LinuxTextRecogniser>(), nullptr,
+       std::make_shared<SensitiveTextDetector>(std::make_shared<LinuxPhoneNumberFinder>(),
+                                               phoneRegions("de_DE.UTF-8"))});
+  const auto begin = std::chrono::steady_clock::now();
+  const auto outcome = smartRedact.run(loaded(path), 1, {}, {});
+  const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
+  if (!outcome) {
+    fmt::print(stderr, "{}\n", sentence(outcome.error()));
+    return 1;
+  }
+  for (const auto& [kind, rect, match, text] : outcome->proposals) {
+    fmt::print("{:<10} {:4},{:4} {:4}x{:<3} {} {}\n", nameOf(kind), rect.x, rect.y, rect.w, rect.h,
+               match, text);
+  }
+  fmt::print("{:.2f} s\n", spent.count());
+  return 0;
+}
+
 }  // namespace
 
 int main(int count, char** values) {
@@ -317,6 +363,10 @@ int main(int count, char** values) {
     }
     return 0;
   }
+  if (arguments.size() == 2 && (arguments[0] == "show" || arguments[0] == "scan")) {
+    const std::string path = arguments[1].substr(0, arguments[1].rfind(".png"));
+    return arguments[0] == "show" ? show(path) : scan(path);
+  }
   if (arguments.size() == 3 && arguments[0] == "read") {
     return read(arguments[1] + "/" + arguments[2]);
   }
@@ -325,6 +375,6 @@ int main(int count, char** values) {
     fmt::print("{}\n", score(arguments[1] + "/" + arguments[2], wordsIn(text)));
     return 0;
   }
-  fmt::print(stderr, "recognition draw|read|score FOLDER ...\n");
+  fmt::print(stderr, "recognition draw|read|score|show|scan FOLDER ...\n");
   return 2;
 }

@@ -42,6 +42,9 @@ struct ReadingRequest {
   /// `area` holds one line of text, and is read as one.
   bool isOneLine = false;
 
+  /// Answers what is hardly a word as well, told by `ReadWord::isNoise`: for who must miss nothing.
+  bool keepsNoise = false;
+
   bool readsText = true;
   bool readsCodes = true;
 };

@@ -62,6 +62,18 @@ class Ink {
     return false;
   }
 
+  /// Whether a column is the edge of a window, a panel or a table: ink from above the letters to
+  /// below them.
+  [[nodiscard]] bool isWall(int x, int top, int bottom) const {
+    if (x < 0 || x >= picture_.width()) return true;
+    const int reach = std::max((bottom - top) / 4, 3);
+    if (top - reach < 0 || bottom + reach > picture_.height()) return false;
+    for (int y = top - reach; y < bottom + reach; ++y) {
+      if (!isInk(x, y)) return false;
+    }
+    return true;
+  }
+
   [[nodiscard]] bool inRow(int y, int left, int right) const {
     if (y < 0 || y >= picture_.height()) return false;
     for (int x = std::max(left, 0); x < std::min(right, picture_.width()); ++x) {
@@ -112,6 +124,20 @@ PixelRect inkBox(const Image& picture, const PixelRect& box, const std::vector<P
   };
   grow();
 
+  // A glyph that the box begins or ends in belongs to it, whatever its neighbour's box says.
+  const int glyph = height * 2 / 3;
+  while (left > 0 && box.x - left < glyph && !ink.isWall(left - 1, top, bottom) &&
+         ink.inColumn(left, top, bottom) && ink.inColumn(left - 1, top, bottom)) {
+    --left;
+  }
+  while (right < picture.width() && right - box.right() < glyph &&
+         !ink.isWall(right, top, bottom) && ink.inColumn(right - 1, top, bottom) &&
+         ink.inColumn(right, top, bottom)) {
+    ++right;
+  }
+  leftLimit = std::min(leftLimit, left);
+  rightLimit = std::max(rightLimit, right);
+
   // Letters of a word are nearer to each other than this, words are farther.
   const int blank = std::max(2, height * 3 / 10);
   const int farthest = height * 6;
@@ -119,6 +145,7 @@ PixelRect inkBox(const Image& picture, const PixelRect& box, const std::vector<P
     int last = edge;
     for (int x = edge + step, gap = 0; step > 0 ? x < limit : x >= limit; x += step) {
       if (std::abs(x - edge) > farthest) break;
+      if (ink.isWall(x, top, bottom)) break;
       if (ink.inColumn(x, top, bottom)) {
         last = x;
         gap = 0;
@@ -128,8 +155,8 @@ PixelRect inkBox(const Image& picture, const PixelRect& box, const std::vector<P
     }
     return last;
   };
-  left = reach(box.x, leftLimit, -1);
-  right = reach(box.right() - 1, rightLimit, 1) + 1;
+  left = reach(left, leftLimit, -1);
+  right = reach(right - 1, rightLimit, 1) + 1;
   grow();
   return {left, top, right - left, bottom - top};
 }

@@ -32,9 +32,31 @@ std::string wordAt(const std::vector<PlacedLetter>& letters, std::size_t begin) 
   return word;
 }
 
+/// The letters of a word as far as its first full stop.
+std::string wordUpToDot(const std::vector<PlacedLetter>& letters, std::size_t begin) {
+  std::string word;
+  for (std::size_t i = begin, end = wordEnd(letters, begin); i < end; ++i) {
+    word += letters[i].text;
+    if (letters[i].text == ".") break;
+  }
+  return word;
+}
+
 /// As the hosts of a company may end.
 bool isSmallWord(std::string_view word) {
   return word.size() >= 2 && word.size() <= 12 && std::ranges::all_of(word, isAsciiLower);
+}
+
+/// A name and a full stop, or a name: what stands in the midst of a torn host.
+bool isHostPart(std::string_view word) {
+  if (word.ends_with('.')) word.remove_suffix(1);
+  return isSmallWord(word);
+}
+
+/// "www." with capitals and a pair of "v" in the place of a "w".
+bool isWeb(std::string_view word) {
+  return word.size() >= 4 && word.size() <= 7 && word.ends_with('.') &&
+         word.find_first_not_of("wWvV") == word.size() - 1;
 }
 
 /// "com", "de," – what stands behind the blank that was read in a host.
@@ -194,7 +216,7 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
     const bool isMailBefore = before.find('@') != before.npos;
     const bool endsHost =
         isHostBefore && before.ends_with('.') && letter.beginsWord &&
-        (isEndingOfHost(wordAt(letters, i)) || (isMailBefore && isSmallWord(wordAt(letters, i))));
+        (isEndingOfHost(wordAt(letters, i)) || (isMailBefore && isHostPart(wordAt(letters, i))));
     const bool dotAfterHost = isHostBefore && letter.beginsWord && letter.text == "." &&
                               i + 1 < letters.size() && !letters[i + 1].beginsWord;
     const bool isTornHost = before.size() >= 3 && before.ends_with('.') && letter.beginsWord &&
@@ -203,6 +225,15 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
     const bool joins = isTornHost || followsAt || followsScheme || isAtSign(letter.text) ||
                        endsHost || dotAfterHost;
     if (!joins || (letter.beginsLine && !followsAt)) addBreak(text, letter);
+    if (letter.beginsWord && isWeb(wordUpToDot(letters, i))) {
+      constexpr std::string_view web = "www";
+      std::size_t left = web.size();
+      for (; letters[i].text != "."; ++i) {
+        if (left > 0) text.add(web.substr(--left, 1), static_cast<int>(i));
+      }
+      text.add(".", static_cast<int>(i));
+      continue;
+    }
     text.add(isAtSign(letter.text) ? "@" : std::string_view(letter.text), static_cast<int>(i));
   }
   return text;

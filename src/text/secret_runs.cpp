@@ -70,6 +70,20 @@ std::optional<Opening> openingOf(std::string_view text) {
   return std::nullopt;
 }
 
+/// Whether it goes on with the part of a token before it: no word of a language has digits in it,
+/// capitals within, or so many letters.
+bool looksRandom(std::string_view text) {
+  if (text.size() >= 18) return true;
+  const bool hasDigit = std::ranges::any_of(text, isAsciiDigit);
+  const bool hasLetter = std::ranges::any_of(text, isAsciiLetter);
+  const bool hasInnerCapital = text.size() > 2 &&
+                               std::ranges::any_of(text.substr(1), isAsciiUpper) &&
+                               std::ranges::any_of(text, isAsciiLower);
+  const bool hasSign = text.find_first_of("_+|!") != text.npos;
+  return (hasDigit && hasLetter && text.size() >= 3) || hasInnerCapital || hasSign ||
+         (hasDigit && text.size() >= 8);
+}
+
 std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
   std::vector<Fragment> fragments;
   bool isOpen = false;
@@ -83,7 +97,8 @@ std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
     const std::string_view before = isOpen ? fragments.back().text : std::string_view();
     const bool isLong = before.size() >= 8 || (before.size() >= 3 && openingOf(before));
     const bool isJ = before.size() == 2 && beginsLike(before, {"ec", "yv"});
-    const bool isBracket = (isLike(c, "[]{}") && isOpen && (isLong || isFollowed)) ||
+    const bool isEnd = c == ')' && before.size() >= 12 && looksRandom(before);
+    const bool isBracket = isEnd || (isLike(c, "[]{}") && isOpen && (isLong || isFollowed)) ||
                            (isFollowed && isLong && !isLike(c, "\"'<>;:")) ||
                            (isFollowed && isJ && isLike(c, ")]}"));
     const bool assigns = c == '=' && i + 1 < letters.size() && !letters[i + 1].beginsWord &&
@@ -104,20 +119,6 @@ std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
     fragments.back().endsWord = fragments.back().endsLine || letters[i + 1].beginsWord;
   }
   return fragments;
-}
-
-/// Whether it goes on with the part of a token before it: no word of a language has digits in it,
-/// capitals within, or so many letters.
-bool looksRandom(std::string_view text) {
-  if (text.size() >= 18) return true;
-  const bool hasDigit = std::ranges::any_of(text, isAsciiDigit);
-  const bool hasLetter = std::ranges::any_of(text, isAsciiLetter);
-  const bool hasInnerCapital = text.size() > 2 &&
-                               std::ranges::any_of(text.substr(1), isAsciiUpper) &&
-                               std::ranges::any_of(text, isAsciiLower);
-  const bool hasSign = text.find_first_of("_+|!") != text.npos;
-  return (hasDigit && hasLetter && text.size() >= 3) || hasInnerCapital || hasSign ||
-         (hasDigit && text.size() >= 8);
 }
 
 /// "A", "1", ".": hardly ever words of their own within a token.
@@ -303,10 +304,12 @@ class Runs {
       Parts parts{first};
       while (const auto following = next(parts)) {
         const std::string& more = fragments_[*following].text;
-        if (!isHexRest(more)) break;
+        if (!isHexRest(more) || isNamedHash(more)) break;
         // Two numbers side by side, each whole.
         const std::size_t before = fragments_[parts.back()].text.size();
         if (isOnLine(parts, *following) && isWholeDigest(before) && more.size() == before) break;
+        // A hash at the end of a line, above another number.
+        if (!isOnLine(parts, *following) && isWholeDigest(length) && more.size() >= length) break;
         length += more.size();
         longest = std::max(longest, more.size());
         parts.push_back(*following);
@@ -351,7 +354,7 @@ class Runs {
                          std::ranges::any_of(text, isAsciiDigit);
       constexpr std::size_t shortest = 37;  // of 40
       if (text.size() >= shortest && longest >= 14 && mixes && !isPath && hyphens == 0 &&
-          !isMostlyHex(text) && changesOften(text)) {
+          !isNamedHash(text) && !isMostlyHex(text) && changesOften(text)) {
         add(Kind::hexSecret, parts);
       }
     }
@@ -368,10 +371,21 @@ class Runs {
     return static_cast<std::size_t>(hex) * 20 >= text.size() * 17;
   }
 
+  /// A hash with the word before it, whose blank was missed.
+  [[nodiscard]] static bool isNamedHash(std::string_view text) {
+    constexpr std::size_t longestWord = 8;
+    for (std::size_t i = 1; i <= longestWord && i < text.size() && isAsciiLetter(text[i - 1]);
+         ++i) {
+      if (isWholeDigest(text.size() - i) && isMostlyHex(text.substr(i))) return true;
+    }
+    return false;
+  }
+
   [[nodiscard]] static bool isBase64Part(std::string_view text) {
-    return std::ranges::all_of(text,
-                               [](char c) { return isAsciiAlnum(c) || isLike(c, "+/=|!"); }) &&
-           looksRandom(text);
+    const auto odd = static_cast<std::size_t>(std::ranges::count_if(
+        text, [](char c) { return !isAsciiAlnum(c) && !isLike(c, "+/=|!"); }));
+    const bool hasOther = text.find_first_of("-_.,~") != text.npos;
+    return !hasOther && odd * 10 <= text.size() && looksRandom(text);
   }
 
   /// Random letters change between capitals, small letters and digits at 0.65 of the places.
@@ -475,6 +489,12 @@ class Runs {
     return found == lengths.end() ? 0 : found->second;
   }
 
+  /// Behind the country there are digits, whatever was read.
+  [[nodiscard]] static char checkDigitTakenFor(char c) {
+    if (isLike(c, "LiJjt")) return '1';
+    return digitTakenFor(std::string_view(&c, 1));
+  }
+
   /// Tries the letters that may be others until the check digits are right.
   [[nodiscard]] static bool repairs(std::string text, std::size_t from, int& tries) {
     if (isIban(text)) return true;
@@ -513,9 +533,9 @@ class Runs {
                                                : c;
       const bool isNamed = isAsciiUpper(begin[0]) || isAsciiUpper(begin[1]);
       const std::size_t length = isNamed ? lengthFor(country) : 0;
-      if (length == 0 || digitTakenFor(begin.substr(2, 1)) == 0 ||
-          digitTakenFor(begin.substr(3, 1)) == 0)
+      if (length == 0 || checkDigitTakenFor(begin[2]) == 0 || checkDigitTakenFor(begin[3]) == 0) {
         continue;
+      }
       std::string text = begin;
       std::size_t last = first;
       while (text.size() < length && areNeighbours(last) &&
@@ -530,7 +550,7 @@ class Runs {
           text, [](char c) { return digitTakenFor(std::string_view(&c, 1)) != 0; });
       if (static_cast<std::size_t>(digits) * 3 < length * 2 - 6) continue;
       text.replace(0, 2, country);
-      for (std::size_t i = 2; i < 4; ++i) text[i] = digitTakenFor(std::string_view(&text[i], 1));
+      for (std::size_t i = 2; i < 4; ++i) text[i] = checkDigitTakenFor(text[i]);
       // Most numbers are all digits behind the country.
       std::string plain = text;
       for (std::size_t i = 4; i < plain.size(); ++i) {

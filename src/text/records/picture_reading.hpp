@@ -20,6 +20,7 @@ struct ReadLetter {
 struct ReadWord {
   std::vector<ReadLetter> letters;  ///< from left to right, at least one
   PixelRect box;
+  bool isNoise = false;  ///< more likely an icon or an ornament than a word
 };
 
 struct ReadLine {
@@ -30,6 +31,9 @@ struct ReadLine {
   /// The words with a blank between them.
   [[nodiscard]] std::string text() const;
 };
+
+/// Takes the noise out of `line`; answers whether a word is left.
+bool dropNoise(ReadLine& line);
 
 /// Lines that belong together, such as a paragraph.
 struct ReadBlock {
@@ -49,5 +53,7 @@ struct PictureReading {
   std::vector<ReadCode> codes;
   bool isTruncated = false;  ///< there was more than is kept
 };
+
+[[nodiscard]] PictureReading withoutNoise(PictureReading reading);
 
 }  // namespace vantorel

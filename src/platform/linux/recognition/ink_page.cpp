@@ -40,17 +40,29 @@ struct Extent {
   int top = std::numeric_limits<int>::max();
   int bottom = -1;
   int area = 0;
-  int rim = 0;  ///< of its pixels those at an edge of its bounds
-  bool isWide = false;
+  int rim = 0;   ///< of its pixels those at an edge of its bounds
+  int flat = 0;  ///< the side of its largest flat square, up to `leastGround`
 
   [[nodiscard]] int width() const { return right - left + 1; }
   [[nodiscard]] int height() const { return bottom - top + 1; }
 
   /// Grounds are pages, panels and buttons: large, or with straight outer edges.
   [[nodiscard]] bool isGround() const {
-    if (!isWide || std::min(width(), height()) < 10) return false;
+    if (isCursor()) return true;
+    if (flat < leastGround || std::min(width(), height()) < 10) return false;
     if (area >= 12'000) return true;
-    return area >= 120 && 100 * rim >= 70 * 2 * (width() + height() - 2);
+    return area >= 120 && 100 * rim >= 70 * outline();
+  }
+
+ private:
+  [[nodiscard]] int outline() const { return 2 * (width() + height() - 2); }
+
+  /// A terminal's cursor stands like a letter right under a line of text, whose rows it would be
+  /// taken for; on a letter it is the ground of that. Stems are narrower, full stops lower.
+  [[nodiscard]] bool isCursor() const {
+    if (flat < 3 || width() < 5 || height() < 9) return false;
+    const bool isCell = 5 * height() >= 7 * width() && 5 * height() <= 13 * width();
+    return isCell && 100 * rim >= 95 * outline();
   }
 };
 
@@ -142,7 +154,7 @@ class GroundMap {
         extent.top = std::min(extent.top, y);
         extent.bottom = std::max(extent.bottom, y);
         ++extent.area;
-        extent.isWide = extent.isWide || flat[here] == leastGround;
+        extent.flat = std::max<int>(extent.flat, flat[here]);
       }
     }
     for (int y = 0; y < height_; ++y) {

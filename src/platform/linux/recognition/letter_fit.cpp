@@ -96,7 +96,8 @@ class LineInk {
 struct Parting {
   std::vector<int> cuts;  ///< where they begin, and the end of the last
   double cost = 0;
-  bool isEven = true;  ///< as a typewriter writes
+  bool isEven = true;      ///< as a typewriter writes
+  bool isCertain = false;  ///< the other way is much worse
 };
 
 /// Parts the columns of `span` into stretches that are about as wide as `widths` say, where there
@@ -163,19 +164,22 @@ Parting partedWord(const ReadWord& word, Span span, const LineInk& ink) {
   }
   Parting best = parted(even, span, ink);
   Parting other = parted(usual, span, ink);
+  best.isCertain = 1.4 * best.cost < other.cost;
   other.isEven = false;
   return other.cost < best.cost ? std::move(other) : std::move(best);
 }
 
-/// Answers whether the letters were parted, and stand as unevenly as those of most fonts.
-bool fitWord(ReadWord& word, Span span, const LineInk& ink) {
+enum class Evenness { unknown, even, uneven };
+
+/// Answers whether the letters stand as unevenly as those of most fonts.
+Evenness fitWord(ReadWord& word, Span span, const LineInk& ink) {
   const PixelRect box = ink.inkBox(span);
-  if (box.isEmpty()) return false;
+  if (box.isEmpty()) return Evenness::unknown;
   span = {box.x, box.right()};
   word.box = box;
   if (span.length() < static_cast<int>(word.letters.size())) {
     for (ReadLetter& letter : word.letters) letter.box = box;
-    return false;
+    return Evenness::unknown;
   }
   const Parting parting = partedWord(word, span, ink);
   const std::vector<int>& cuts = parting.cuts;
@@ -185,7 +189,8 @@ bool fitWord(ReadWord& word, Span span, const LineInk& ink) {
     word.letters[i].box =
         letter.isEmpty() ? PixelRect{columns.begin, box.y, columns.length(), box.height} : letter;
   }
-  return !parting.isEven;
+  if (!parting.isEven) return Evenness::uneven;
+  return parting.isCertain ? Evenness::even : Evenness::unknown;
 }
 
 PixelRect around(const PixelRect& a, const PixelRect& b) {
@@ -236,7 +241,7 @@ std::vector<ReadWord> wordsIn(ReadWord word, int lineHeight) {
           areWords && areLetters && !isAlone &&
           letter.box.x - before.box.right() >= leastGap + (isOne(before) || isOne(letter) ? 2 : 0);
     }
-    if (isApart) words.push_back({{}, letter.box});
+    if (isApart) words.push_back({{}, letter.box, word.isNoise});
     words.back().box = around(words.back().box, letter.box);
     words.back().letters.push_back(letter);
   }
@@ -245,9 +250,11 @@ std::vector<ReadWord> wordsIn(ReadWord word, int lineHeight) {
 
 }  // namespace
 
-void fitToInk(const InkPage& page, ReadLine& line) {
+double fitToInk(const InkPage& page, ReadLine& line) {
   const LineInk ink(page, line);
   const int height = ink.rows().length();
+  double letters = 0;
+  double even = 0;
   std::vector<ReadWord> fitted;
   for (std::size_t i = 0; i < line.words.size(); ++i) {
     ReadWord& word = line.words[i];
@@ -263,8 +270,13 @@ void fitToInk(const InkPage& page, ReadLine& line) {
               std::clamp(word.box.right(), 1, page.size.width)};
     while (span.begin > std::max(leftBound, 0) && ink.hasInk(span.begin - 1)) --span.begin;
     while (span.end < std::min(rightBound, page.size.width) && ink.hasInk(span.end)) ++span.end;
-    const bool isUneven = span.length() > 0 && fitWord(word, span, ink);
-    if (isUneven) {
+    const Evenness evenness = span.length() > 0 ? fitWord(word, span, ink) : Evenness::unknown;
+    constexpr std::size_t telling = 4;
+    if (word.letters.size() >= telling) {
+      letters += static_cast<double>(word.letters.size());
+      if (evenness == Evenness::even) even += static_cast<double>(word.letters.size());
+    }
+    if (evenness == Evenness::uneven) {
       for (ReadWord& part : wordsIn(word, height)) fitted.push_back(std::move(part));
     } else {
       fitted.push_back(word);
@@ -273,6 +285,7 @@ void fitToInk(const InkPage& page, ReadLine& line) {
   line.words = std::move(fitted);
   line.box = line.words.front().box;
   for (const ReadWord& word : line.words) line.box = around(line.box, word.box);
+  return letters > 0 ? even / letters : 0;
 }
 
 }  // namespace vantorel

@@ -19,14 +19,13 @@ std::size_t lettersIn(const ReadWord& word) {
 
 }  // namespace
 
-void dropNoise(ReadLine& line, const std::vector<float>& confidences) {
+void markNoise(ReadLine& line, const std::vector<float>& confidences) {
   // Among words that are sure, a doubtful one is a word as well.
   int sure = 0;
   for (std::size_t i = 0; i < line.words.size(); ++i) {
     if (confidences[i] >= 0.8F && lettersIn(line.words[i]) >= 3) ++sure;
   }
   const bool isSentence = sure >= 2;
-  std::vector<ReadWord> kept;
   for (std::size_t i = 0; i < line.words.size(); ++i) {
     const std::size_t letters = lettersIn(line.words[i]);
     float least = 0;
@@ -37,9 +36,8 @@ void dropNoise(ReadLine& line, const std::vector<float>& confidences) {
     } else if (letters <= 8) {
       least = 0.15F;
     }
-    if (confidences[i] >= least) kept.push_back(std::move(line.words[i]));
+    line.words[i].isNoise = confidences[i] < least;
   }
-  line.words = std::move(kept);
 }
 
 }  // namespace vantorel

@@ -48,7 +48,7 @@ std::string letterAt(const tesseract::ResultIterator& at) {
 
 /// From left to right within a line. The iterator's own steps go by the direction of each line's
 /// script, and look through the page from its beginning at every letter for it.
-std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at, bool keepsNoise) {
+std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at, bool isOneLine) {
   const auto begins = [&](tesseract::PageIteratorLevel level) {
     return at.PageIterator::IsAtBeginningOf(level);
   };
@@ -57,7 +57,7 @@ std::vector<ReadBlock> blocksOf(tesseract::ResultIterator& at, bool keepsNoise) 
   const auto endLine = [&] {
     if (blocks.empty() || blocks.back().lines.empty()) return;
     ReadLine& line = blocks.back().lines.back();
-    if (!keepsNoise) dropNoise(line, confidences);
+    if (!isOneLine) markNoise(line, confidences);
     std::erase_if(line.words, [](const ReadWord& word) { return word.letters.empty(); });
     if (line.words.empty()) blocks.back().lines.pop_back();
     confidences.clear();

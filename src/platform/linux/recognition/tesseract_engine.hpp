@@ -29,7 +29,8 @@ class TesseractEngine {
 
   [[nodiscard]] const std::vector<std::string>& languages() const { return languages_; }
 
-  /// The blocks on the page, boxes in its pixels.
+  /// The blocks on the page, boxes in its pixels. What is no word of one line alone is not marked
+  /// as noise.
   [[nodiscard]] Result<std::vector<ReadBlock>, RecognitionFailure> read(
       const InkPage& paper, bool isOneLine, const std::stop_token& stop);
 

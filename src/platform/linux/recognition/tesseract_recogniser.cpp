@@ -15,6 +15,7 @@
 #include "platform/linux/recognition/code_reader.hpp"
 #include "platform/linux/recognition/ink_page.hpp"
 #include "platform/linux/recognition/letter_fit.hpp"
+#include "platform/linux/recognition/torn_words.hpp"
 
 namespace vantorel {
 namespace {
@@ -255,27 +256,38 @@ Result<std::vector<ReadBlock>, RecognitionFailure> TesseractRecogniser::readText
       const InkPage paper = enlargedPaper(page, enlargement, margin);
       auto blocks = VT_TRY(engine_->read(paper, request.isOneLine, stop));
       const PaperPlace place(enlargement);
-      std::vector<ReadLine> bandLines;
+      std::vector<ReadBlock> panels;
+      std::vector<FittedLine> lines;
       for (ReadBlock& block : blocks) {
         for (ReadLine& line : block.lines) place.move(line);
         for (ReadBlock& panel : panelsOf(std::move(block), picture, page, band)) {
-          ReadBlock kept;
-          for (ReadLine& line : panel.lines) {
-            fitToInk(page, line);
-            shift(line, band.x, band.y);
-            // A line belongs to the part that its middle is in. Where two parts meet, it may have
-            // been read in both.
-            constexpr int slack = 4;
-            const int middle = line.box.y + line.box.height / 2;
-            if (middle < ownTop - slack || middle >= ownBottom + slack) continue;
-            const bool isKnown = std::ranges::any_of(
-                lastLines, [&](const ReadLine& other) { return isSameLine(line, other); });
-            if (isKnown) continue;
-            bandLines.push_back(line);
-            kept.lines.push_back(std::move(line));
-          }
-          if (!kept.lines.empty()) found.push_back(std::move(kept));
+          panels.push_back(std::move(panel));
         }
+      }
+      for (ReadBlock& panel : panels) {
+        for (ReadLine& line : panel.lines) {
+          lines.push_back({&line, fitToInk(page, line)});
+        }
+      }
+      joinTornWords(lines);
+      std::vector<ReadLine> bandLines;
+      for (ReadBlock& panel : panels) {
+        ReadBlock kept;
+        for (ReadLine& line : panel.lines) {
+          if (!request.keepsNoise && !dropNoise(line)) continue;
+          shift(line, band.x, band.y);
+          // A line belongs to the part that its middle is in. Where two parts meet, it may have
+          // been read in both.
+          constexpr int slack = 4;
+          const int middle = line.box.y + line.box.height / 2;
+          if (middle < ownTop - slack || middle >= ownBottom + slack) continue;
+          const bool isKnown = std::ranges::any_of(
+              lastLines, [&](const ReadLine& other) { return isSameLine(line, other); });
+          if (isKnown) continue;
+          bandLines.push_back(line);
+          kept.lines.push_back(std::move(line));
+        }
+        if (!kept.lines.empty()) found.push_back(std::move(kept));
       }
       lastLines = std::move(bandLines);
     } else {
