@@ -74,7 +74,7 @@ void CaptureRedactor::withCapture(const std::string& name, EntryWork work, const
     }
     const ScreenshotEntry& entry = **named;
     if (entry.medium != CaptureMedium::image) {
-      return done(notDone(AnnotationFault{AnnotationFault::Case::noPicture}));
+      return done(notDone(RedactionFault::Case::noPicture));
     }
     if (hasUnreadAnnotations(entry)) {
       return done(notDone(AnnotationFault{AnnotationFault::Case::unreadAnnotations}));

@@ -310,6 +310,7 @@ TEST(CaptureRedactor, WhatACrashBetweenAnyTwoChangesCutShortIsDoneAtTheNextStart
       auto run = std::make_unique<RedactorSession>();
       redactBeforeFiling(*run);
       if (covers) run->ask(false);
+      run->runners.advance(10s);
       const int before = run->files->changes;
       bool crashed = false;
       run->files->beforeChange = [&](int number) {

@@ -7,8 +7,10 @@
 #include "base/round_trip.hpp"
 #include "editor/entry_document.hpp"
 #include "library/capture_file_name.hpp"
+#include "library/entry_title.hpp"
 #include "library/file_reach.hpp"
 #include "library/known_files.hpp"
+#include "library/unanswered_change.hpp"
 
 namespace vantorel {
 namespace {
@@ -53,8 +55,8 @@ class FileRedaction::Disk {
     auto original = redacted_.read(entry.id);
     // A change that was cut short may have come that far.
     if (!original && isMissing(original.error()) && entry.redactionChange) {
-      const std::string file = VT_TRY(files_->read(entry.path));
-      return newFile(entry, VT_TRY(codec_->pixelSize(file)), std::nullopt);
+      const PixelSize size = VT_TRY(codec_->pixelSize(*files_, entry.path));
+      return newFile(entry, size, std::nullopt);
     }
     if (!original) return std::unexpected(original.error());
     const PixelSize size = VT_TRY(codec_->pixelSize(*original));
@@ -67,12 +69,14 @@ class FileRedaction::Disk {
     const Path kept = paths_.originals() / (entry.id + ".png");
     VT_TRY(files_->makeFolder(paths_.originals(), Privacy::ownerOnly));
     VT_TRY(files_->replace(kept, *original, Privacy::ownerOnly));
-    VT_TRY(put(entry, VT_TRY(encoded(entry, picture, quality))));
+    const std::string bytes = VT_TRY(encoded(entry, picture, quality));
+    VT_TRY(put(entry, bytes));
     return newFile(entry, size, kept);
   }
 
   Result<Image> picture(const ScreenshotEntry& entry) {
-    return codec_->decode(VT_TRY(files_->read(entry.path)));
+    const std::string bytes = VT_TRY(files_->read(entry.path));
+    return codec_->decode(bytes);
   }
 
   /// `baked` is the picture with everything covered.
@@ -135,9 +139,10 @@ class FileRedaction::Disk {
     auto bytes = files_->read(earlier.value_or(entry.path));
     if (!bytes && earlier && isMissing(bytes.error())) bytes = files_->read(entry.path);
     if (!bytes) return std::unexpected(bytes.error());
-    if (VT_TRY(codec_->header(*bytes)).format != ExportFormat::png) {
-      *bytes =
-          VT_TRY(codec_->encode(VT_TRY(codec_->decode(*bytes)), {.format = ExportFormat::png}));
+    const PictureHeader header = VT_TRY(codec_->header(*bytes));
+    if (header.format != ExportFormat::png) {
+      const Image picture = VT_TRY(codec_->decode(*bytes));
+      *bytes = VT_TRY(codec_->encode(picture, {.format = ExportFormat::png}));
     }
     return redacted_.keep(entry.id, *bytes, *entry.autoRedactions);
   }

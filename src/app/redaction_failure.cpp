@@ -9,6 +9,8 @@ namespace vantorel {
 std::string sentence(const RedactionFault& fault) {
   using enum RedactionFault::Case;
   switch (fault.what) {
+    case noPicture:
+      return "Only pictures can be looked through. For a text: vantorel redact scan --text FILE.";
     case notRedacted:
       return "Smart Redact covered nothing in this capture when it was taken. Redactions drawn on "
              "it are taken away in Annotate.";

@@ -12,6 +12,7 @@ namespace vantorel {
 /// the reason.
 struct RedactionFault {
   enum class Case {
+    noPicture,         ///< a recording or a text
     notRedacted,       ///< nothing was covered in its file
     alreadyUncovered,  ///< what was covered in it is not any more
     alreadyRedacted,   ///< what could be covered again is

@@ -138,6 +138,17 @@ TEST(CopiedText, JoinsTheLinesOfAPlainTextAlone) {
   EXPECT_EQ(copiedText(blocks, TextShape::plain, true), "a well-known path ends\n\nnext");
   EXPECT_EQ(copiedText(blocks, TextShape::code, true), "a well-\nknown path\nends\n\nnext");
   EXPECT_EQ(copiedText(blocks, TextShape::plain, false), "a well-\nknown path\nends\n\nnext");
+
+  // Lines of a width that says whether the next word had room.
+  const auto line = [](std::string text, float width) {
+    return OCRLine{std::move(text), {.x = 0.1F, .y = 0, .w = width, .h = 0.1F}, 1, {}};
+  };
+  const OCRBlock page{
+      {line("Notes", 0.05F), line("What runs over the end of its line", 0.34F),
+       line("is one.", 0.07F), line("* apples", 0.08F), line("2. and pears of it", 0.33F)},
+      {}};
+  EXPECT_EQ(copiedText({page}, TextShape::plain, true),
+            "Notes\nWhat runs over the end of its line is one.\n* apples\n2. and pears of it");
 }
 
 }  // namespace

@@ -452,7 +452,9 @@ void StillCapturePipeline::stage(std::optional<SourceApp> app) {
   record.scale = run_->picture.scale;
   record.entryID = randomID();
   record.sourceApp = std::move(app);
-  record.awaitsRedaction = run_->backend.redactsAfterCapture;
+  // It may have been switched on while somebody chose what to capture.
+  record.awaitsRedaction =
+      run_->backend.redactsAfterCapture || services_.backend().redactsAfterCapture;
 
   using Staged = Result<StagedCapture, CaptureFailure>;
   roundTrip(

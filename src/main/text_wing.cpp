@@ -10,6 +10,13 @@
 namespace vantorel {
 namespace {
 
+SensitiveScans::Services scanning(CaptureWing& captures,
+                                  std::shared_ptr<const SmartRedact> smartRedact) {
+  return {.main = captures.desktop.main,
+          .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.smart-redact"),
+          .smartRedact = std::move(smartRedact)};
+}
+
 std::shared_ptr<const SmartRedact> smartRedact(std::shared_ptr<TextRecogniser> recogniser) {
   return std::make_shared<SmartRedact>(SmartRedact::Services{
       .recogniser = std::move(recogniser),
@@ -23,12 +30,11 @@ std::shared_ptr<const SmartRedact> smartRedact(std::shared_ptr<TextRecogniser> r
 TextWing::TextWing(CaptureWing& theCaptures)
     : captures(theCaptures),
       recogniser(std::make_shared<LinuxTextRecogniser>()),
-      scans({.main = captures.desktop.main,
-             .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.smart-redact"),
-             .smartRedact = smartRedact(recogniser)}),
+      scans(scanning(captures, smartRedact(recogniser))),
+      filingScans(scanning(captures, smartRedact(recogniser))),
       autoRedact({.main = captures.desktop.main,
                   .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.smart-redact"),
-                  .scans = scans,
+                  .scans = filingScans,
                   .settings = captures.desktop.settings,
                   .pendingWork = captures.coordinator.pendingArchiveWork(),
                   .draw = drawPictureWithModule(captures.desktop.files, captures.desktop.codec)}),
@@ -61,7 +67,8 @@ TextWing::TextWing(CaptureWing& theCaptures)
               .indexing = indexing,
               .clipboard = [this] { return &captures.desktop.clipboard(); },
               .defaultFolder = captures.desktop.folders.captures}) {
-  scans.onBusy = [this] { return std::make_shared<TextIndexing::Pause>(indexing); };
+  scans.onBusy =
+      filingScans.onBusy = [this] { return std::make_shared<TextIndexing::Pause>(indexing); };
   captures.redact = autoRedact.forFiling();
   captures.coordinator.texts = &taking;
   captures.desktop.lanes.quiet.queue("com.hollen.Vantorel.text-recognition")->post([] {
@@ -81,6 +88,7 @@ void TextWing::startResident() {
 
 void TextWing::stop() {
   scans.stop();
+  filingScans.stop();
   indexing.stop();
 }
 

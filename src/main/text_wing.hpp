@@ -26,6 +26,7 @@ struct TextWing {
   CaptureWing& captures;
   const std::shared_ptr<TextRecogniser> recogniser;
   SensitiveScans scans;
+  SensitiveScans filingScans;  ///< of new captures, which wait for no other picture
   CaptureAutoRedact autoRedact;
   CaptureRedactor redactor;
   TextIndexing indexing;

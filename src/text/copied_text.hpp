@@ -9,8 +9,9 @@
 namespace vantorel {
 
 /// Recognised text for the clipboard: a line for each, with an empty one between blocks. With
-/// `joinLines` the lines of a block become one, a blank between them and none behind a hyphen; of a
-/// table or of code they stay apart, for there they mean something.
+/// `joinLines` what ran over several lines of a block becomes one, a blank between them and none
+/// behind a hyphen: the next line's first word had no room in the line, and begins no item of a
+/// list. Of a table or of code they stay apart, for there they mean something.
 [[nodiscard]] std::string copiedText(const std::vector<OCRBlock>& blocks, TextShape shape,
                                      bool joinLines);
 

@@ -19,6 +19,7 @@
 #include "ui/kit/role_label.hpp"
 #include "ui/kit/toggle_switch.hpp"
 #include "ui/kit/tokens.hpp"
+#include "ui/kit/wheel_passing.hpp"
 
 namespace vantorel {
 namespace {
@@ -37,6 +38,7 @@ SettingEditor toggleEditor(const Model& model, const std::string& id, QWidget* p
 SettingEditor choiceEditor(const Model& model, const std::string& id, QWidget* parent) {
   auto* const box = new QComboBox(parent);
   setAccessibleRole(*box, QAccessible::ComboBox);
+  passWheelUnlessFocused(*box);
   // Wider only for words that need it, which a large font makes of most.
   box->setMinimumWidth(settingControlWidth);
   const double scale = QFontMetrics(tokens::bodyFont()).height() / 17.0;
@@ -71,6 +73,7 @@ SettingEditor numberEditor(const Model& model, const SettingsLine& first, QWidge
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(tokens::space8);
   auto* const slider = new QSlider(Qt::Horizontal, both);
+  passWheelUnlessFocused(*slider);
   auto* const words = new RoleLabel({}, &PaletteRoles::quiet, tokens::smallFont, both);
   words->setWordWrap(false);
   words->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);

@@ -276,6 +276,20 @@ TEST_F(SettingsWindowTest, WhoIsLedToARowFindsTheKeyboardThere) {
   settle();
   auto* const format = named<QComboBox>(window, "Format");
   EXPECT_TRUE(format->hasFocus());
+  // The wheel turns it only while it has the keyboard.
+  const auto turnWheel = [format] {
+    QWheelEvent turn(QPointF(5, 5), format->mapToGlobal(QPointF(5, 5)), {}, QPoint(0, -120),
+                     Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(format, &turn);
+    return turn.isAccepted();
+  };
+  const QString chosen = format->currentText();
+  EXPECT_TRUE(turnWheel());
+  EXPECT_NE(format->currentText(), chosen);
+  capture->setFocus();
+  const QString now = format->currentText();
+  EXPECT_FALSE(turnWheel());
+  EXPECT_EQ(format->currentText(), now);
   QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(format);
   EXPECT_EQ(seen->text(QAccessible::Name), "Format");
   EXPECT_EQ(seen->text(QAccessible::Value), format->currentText());
