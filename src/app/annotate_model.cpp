@@ -309,7 +309,7 @@ void AnnotateModel::open(Opened opened) {
                        std::function<void(Image)> drawn) { drawGround(std::move(ground), drawn); },
         .missingLayers = [this] { return editing_->scene.report().missingLayerIDs; },
         .scan = services_.scan,
-        .changed = [this] { changed({.redaction = true}); }});
+        .changed = [this] { redactionChanged(); }});
   }
   editing_->input.setRecognised(opened.recognised);
   if (pictureSize_ == PixelSize{}) pictureSize_ = size;
@@ -467,10 +467,12 @@ void AnnotateModel::endSaving(bool isSaved) {
 void AnnotateModel::done(std::function<void()> close) {
   if (!editing_) return;
   clearNotice();
-  countFinds();
-  editing_->session.confirmPublishing([this, close = std::move(close)](bool isConfirmed) mutable {
-    if (!isConfirmed) return refuse(OutputFailure::notConfirmed);
-    saveAndClose(std::move(close));
+  whenScanned([this, close = std::move(close)] {
+    countFinds();
+    editing_->session.confirmPublishing([this, close](bool isConfirmed) {
+      if (!isConfirmed) return refuse(OutputFailure::notConfirmed);
+      saveAndClose(close);
+    });
   });
 }
 
@@ -493,12 +495,14 @@ void AnnotateModel::handOut(EditorExport target, std::function<void(Image)> then
   clearNotice();
   dismissRefusal();
   auto go = lifetime_.guard([this, target, then = std::move(then)] {
-    countFinds();
-    editing_->session.exportTo(
-        target, lifetime_.guard([this, then](Result<EditorSaving, EditorExportFailure> made) {
-          if (!made) return refuse(made.error());
-          then(std::move(made->image));
-        }));
+    whenScanned([this, target, then] {
+      countFinds();
+      editing_->session.exportTo(
+          target, lifetime_.guard([this, then](Result<EditorSaving, EditorExportFailure> made) {
+            if (!made) return refuse(made.error());
+            then(std::move(made->image));
+          }));
+    });
   });
   editor().endText();
   editing_->scene.update();

@@ -251,6 +251,8 @@ class AnnotateModel {
   void saveAndClose(std::function<void()> close);
   void askToPublish(const std::string& question, const std::function<void(bool)>& answered);
   void countFinds();
+  void redactionChanged();
+  void whenScanned(std::function<void()> go);
   void setBase(const Image& base);
   [[nodiscard]] EditorSessionServices::Flatten flattening(SceneDrawing& drawing,
                                                           const Image& base) const;
@@ -283,6 +285,7 @@ class AnnotateModel {
 
   bool isSaving_ = false;
   bool isDiscarding_ = false;
+  std::vector<std::function<void()>> waitingForScan_;
   bool isSwitchingRedaction_ = false;
   bool isReviewing_ = false;  ///< the answer to whether to publish
   std::optional<PendingArchiveWork::Ticket> saving_;

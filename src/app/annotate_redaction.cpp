@@ -71,6 +71,27 @@ void AnnotateModel::askToPublish(const std::string& question,
       }));
 }
 
+void AnnotateModel::redactionChanged() {
+  changed({.redaction = true});
+  if (waitingForScan_.empty()) return;
+  // After whoever has changed it.
+  services_.main->post(lifetime_.guard([this] {
+    if (smartRedact()->stage() == SmartRedactSession::Stage::scanning) return;
+    clearNotice();
+    for (const auto& go : std::exchange(waitingForScan_, {})) go();
+  }));
+}
+
+/// While it is being looked through nobody knows what would be published.
+void AnnotateModel::whenScanned(std::function<void()> go) {
+  const SmartRedactSession* const redaction = smartRedact();
+  if (redaction == nullptr || redaction->stage() != SmartRedactSession::Stage::scanning) {
+    return go();
+  }
+  waitingForScan_.push_back(std::move(go));
+  say(redaction->status());
+}
+
 void AnnotateModel::countFinds() {
   const SmartRedactSession* const redaction = smartRedact();
   editing_->session.setUnredactedFindings(redaction != nullptr ? redaction->openFinds() : 0);

@@ -149,6 +149,29 @@ class AnnotateSession : public CoordinatorSession {
   }
   std::vector<std::string> drafts() { return files->names("/data/Drafts"); }
 
+  /// Puts another picture in the place of the capture's file: of color 1 where it is covered, of
+  /// color 2 where it is not.
+  void switchRedaction(const std::string& id, bool covers) {
+    files->put("/pictures/" + id + ".png", picture(covers ? 1 : 2));
+    Shape cover;
+    cover.id = "cover";
+    cover.type = ShapeType::redact;
+    EXPECT_TRUE(store
+                    .update(id,
+                            [&](ScreenshotEntry& entry) {
+                              entry.autoRedactions = std::vector<Shape>{cover};
+                              entry.originalPath.reset();
+                              if (covers) {
+                                entry.originalPath = "/data/Redacted Originals/" + id + ".png";
+                              }
+                              entry.fileIdentity = identifyFile(*files, entry.path);
+                            })
+                    .has_value());
+    if (covers) files->put("/data/Redacted Originals/" + id + ".png", picture(2));
+    runners.run();
+  }
+  std::string switchFails;
+
   ClipboardInMemory pasteboard;
   FlatSceneDrawing drawing;
   FakeScans scans;
@@ -193,6 +216,12 @@ class AnnotateSession : public CoordinatorSession {
                   .forget =
                       [this](const std::string& id, const auto& done) {
                         forgotten.push_back(id);
+                        done({});
+                      },
+                  .switchRedaction =
+                      [this](const std::string& id, bool covers, const auto& done) {
+                        if (!switchFails.empty()) return done(std::unexpected(switchFails));
+                        switchRedaction(id, covers);
                         done({});
                       }},
       .surfaces = app->surfaces(),

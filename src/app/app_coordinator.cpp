@@ -228,7 +228,11 @@ void AppCoordinator::report(const CaptureReply& reply, bool timed, bool isCued) 
         sentence(*failure));
   } else if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome.value)) {
     if (!isCued) cue(saved->shown);
-    const std::vector<std::string> remarks = remarksOn(*saved);
+    std::vector<std::string> remarks = remarksOn(*saved);
+    // Otherwise the card says it.
+    if (saved->covered > 0 && !services_.settings.values().showQuickAccessOverlay) {
+      remarks.push_back(redactedWords(saved->covered) + ".");
+    }
     if (!remarks.empty()) {
       services_.alerts.notify("Screenshot saved", fmt::format("{}", fmt::join(remarks, "\n")));
     }

@@ -153,7 +153,36 @@ struct CardSession {
              done({});
            },
        .openHistory = {},
-       .redact = [this](const std::string& id, const auto& done) { redactNow(id, done); }}};
+       .redact = [this](const std::string& id, const auto& done) { redactNow(id, done); },
+       .switchRedaction =
+           [this](const std::string& id, bool covers, const auto& done) {
+             switched.push_back(id + (covers ? " covered" : " uncovered"));
+             cover(id, covers);
+             done({});
+           },
+       .copyText =
+           [this](const std::string& text, const auto& done) {
+             copiedText = text;
+             done({});
+           }}};
+
+  /// Makes it a capture of which one place was covered before it was filed.
+  void cover(const std::string& id, bool isCovering) {
+    EXPECT_TRUE(
+        library.store
+            .update(id,
+                    [&](ScreenshotEntry& changed) {
+                      changed.autoRedactions = std::vector<Shape>(1);
+                      changed.originalPath.reset();
+                      if (isCovering) {
+                        changed.originalPath =
+                            (library.store.paths().redactedOriginals() / (id + ".png")).string();
+                      }
+                    })
+            .has_value());
+  }
+  std::vector<std::string> switched;
+  std::string copiedText;
 
   /// Covers `finds` places, and says so at once.
   void redactNow(const std::string& id, const std::function<void(Result<int, std::string>)>& done) {

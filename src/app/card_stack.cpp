@@ -130,6 +130,12 @@ void CardStack::add(const CaptureOutcome::Saved& saved) {
     card.badge = fmt::format("{}", fmt::join(remarks, " "));
     card.isWarning = true;
   }
+  if (saved.covered > 0 && !card.isWarning) {
+    card.badge = redactedWords(saved.covered);
+    card.isTold = true;
+  } else if (saved.covered > 0) {
+    card.badge = redactedWords(saved.covered) + ". " + card.badge;
+  }
   if (card.picture.isEmpty()) {
     put(std::move(card));
     readPicture(cards_.front());
@@ -215,6 +221,11 @@ void CardStack::libraryChanged(const HistoryChange& change) {
     // What the card shows was made from another picture once the file is another one.
     const bool isOther = card->entry->editedAt != after->editedAt ||
                          card->entry->originalPath != after->originalPath;
+    if (card->isWarning && card->entry->originalPath != after->originalPath) {
+      // What was said of its redaction is said of another file.
+      card->isWarning = false;
+      card->badge = lengthBadge(*after);
+    }
     card->entry = after;
     if (isOther) readPicture(*card);
     isSeen = true;

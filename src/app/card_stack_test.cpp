@@ -218,6 +218,45 @@ TEST_F(CardStackTest, RedactSaysWhatItDidAndIsUndone) {
   EXPECT_EQ(row().obstacle, "");
 }
 
+TEST_F(CardStackTest, WhatWasCoveredBeforeFilingIsUncoveredAndCoveredAgain) {
+  cover("a", true);
+  stack.add({.entry = entry("a"), .covered = 1, .picture = flatPicture({48, 30})});
+  library.runners.run();
+  const auto a = stack.cards().front().number;
+  EXPECT_EQ(stack.find(a)->badge, "Redacted 1 item");
+  EXPECT_FALSE(stack.find(a)->isWarning);
+  const auto row = [&] { return *stack.rows(*stack.find(a)).redact; };
+  EXPECT_EQ(row().label, "Remove Redactions");
+  EXPECT_EQ(row().note, "1 item");
+  library.files->put("/captures/a.png", codec->encode(flatPicture({30, 30}), {}).value());
+  stack.redact(a);
+  library.runners.run();
+  EXPECT_EQ(stack.find(a)->badge, "Redactions removed");
+  EXPECT_EQ(stack.find(a)->picture.size(), (PixelSize{30, 30})) << "what the file shows by now";
+  EXPECT_EQ(row().label, "Redact Again");
+  stack.redact(a);
+  library.runners.run();
+  EXPECT_THAT(switched, ElementsAre("a uncovered", "a covered"));
+}
+
+TEST_F(CardStackTest, TextIsCopiedOnceItIsReadAndWithoutWhatIsCovered) {
+  const auto a = capture("a");
+  EXPECT_FALSE(stack.rows(*stack.find(a)).copyText);
+  EXPECT_TRUE(
+      library.store.update("a", [](ScreenshotEntry& read) { read.ocrText = "some words"; }));
+  library.runners.run();
+  ASSERT_TRUE(stack.rows(*stack.find(a)).copyText);
+  stack.copyText(a);
+  library.runners.run();
+  EXPECT_EQ(copiedText, "some words");
+  EXPECT_EQ(stack.find(a)->badge, "Text copied");
+  for (auto row : {&SettingsValues::cardFormatRow, &SettingsValues::cardCompress,
+                   &SettingsValues::cardRedact}) {
+    settings.set(row, false);
+  }
+  EXPECT_TRUE(stack.rows(*stack.find(a)).isEmpty()) << "it opens nothing for itself";
+}
+
 TEST_F(CardStackTest, WhatBecomesOfTheCaptureElsewhereShows) {
   const auto a = capture("a");
   const auto b = capture("b");

@@ -6,6 +6,8 @@
 #include <array>
 #include <utility>
 
+#include "app/text_indexing.hpp"
+#include "base/count_text.hpp"
 #include "base/plain_name.hpp"
 #include "base/size_text.hpp"
 #include "editor/capture_text.hpp"
@@ -244,6 +246,22 @@ void HistoryModel::clearSearch() {
   setQuery({.scope = listing_.query().scope, .collectionID = listing_.query().collectionID});
 }
 
+/// What a search did not look at, in a sentence after another one; empty when it looked at all.
+std::string HistoryModel::unreadRemark() const {
+  const auto unread = std::ranges::count_if(store().entries(), [](const EntryPointer& entry) {
+    return entry->medium == CaptureMedium::image && !TextIndexing::isCurrent(*entry);
+  });
+  if (unread == 0 || listing_.query().text.empty()) return {};
+  const std::string whose =
+      unread == 1 ? std::string("one capture") : countText(std::uint64_t(unread)) + " captures";
+  return services_.settings.values().indexScreenshotText
+             ? fmt::format(" The text of {} has not been read yet.", whose)
+             : fmt::format(
+                   " The text of {} has not been read: that is switched off in Settings, "
+                   "Text.",
+                   whose);
+}
+
 std::optional<HistoryBlank> HistoryModel::blank() const {
   using Kind = HistoryBlank::Kind;
   if (!listing_.isEmpty()) return std::nullopt;
@@ -265,7 +283,7 @@ std::optional<HistoryBlank> HistoryModel::blank() const {
     return HistoryBlank{
         Kind::nothingFound,
         query.text.empty() ? "Nothing matches the filters" : "Nothing matches “" + query.text + "”",
-        listing_.hasReadTexts() ? "Searched in " + where + "."
+        listing_.hasReadTexts() ? "Searched in " + where + "." + unreadRemark()
                                 : "Still reading the text in " + where + ".",
         query.scope != HistoryScope::all || query.hasFilters()};
   }

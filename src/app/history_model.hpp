@@ -238,6 +238,7 @@ class HistoryModel {
   void watchSaving();
   void report(const Result<void>& outcome);
   [[nodiscard]] bool isCollectionUndoneFirst() const;
+  [[nodiscard]] std::string unreadRemark() const;
 
   Services services_;
   HistoryListing listing_;

@@ -267,6 +267,40 @@ TEST(HistoryModelTest, WhatIsAskedForSeveralIsDoneWithThoseItCanBeAndTheOthersAr
             "This works with none of them: 1 has lost its file, 3 are out of reach.");
 }
 
+TEST(HistoryModelTest, WhatWasCoveredBeforeFilingIsUncoveredAndCoveredAgain) {
+  HistorySession run;
+  run.open();
+  for (const char* const id : {"a", "b", "busy", "plain"}) run.add(id, id[0] - 'a');
+  for (const char* const id : {"a", "b", "busy"}) run.cover(id, true);
+  run.runners.run();
+  using enum HistoryAction;
+  run.choose("plain");
+  EXPECT_EQ(run.obstacle(removeRedaction),
+            "Smart Redact covered nothing in it before it was filed.");
+  EXPECT_NE(run.obstacle(reapplyRedaction), "none");
+
+  run.choose("a");
+  run.model.actions().removeRedaction(run.model.subjects());
+  run.runners.run();
+  EXPECT_FALSE(run.store.find("a")->originalPath);
+  EXPECT_EQ(run.notice(), "Redactions removed");
+  EXPECT_NE(run.obstacle(removeRedaction), "none");
+  EXPECT_EQ(run.obstacle(reapplyRedaction), "none");
+
+  run.model.select([](HistorySelection& selection) { selection.selectAll(); });
+  EXPECT_EQ(run.model.leftOut(removeRedaction),
+            "2 of 4 are left out: they have nothing covered by Smart Redact.");
+  run.model.actions().removeRedaction(run.model.subjects());
+  EXPECT_EQ(run.model.progress()->text, "Removing redactions");
+  run.runners.run();
+  EXPECT_FALSE(run.store.find("b")->originalPath);
+  EXPECT_EQ(run.notice(), "“busy”: It is busy.");
+  run.model.actions().reapplyRedaction(run.model.subjects());
+  run.runners.run();
+  EXPECT_TRUE(run.store.find("a")->originalPath && run.store.find("b")->originalPath);
+  EXPECT_EQ(run.notice(), "2 of 2 captures redacted again.");
+}
+
 TEST(HistoryModelTest, PicturesAreConvertedOneAfterTheOtherUntilItIsStopped) {
   HistorySession run;
   run.open();

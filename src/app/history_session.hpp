@@ -69,6 +69,20 @@ struct HistorySession : TestLibrary {
     }
     return std::move(picture).finish();
   }
+  /// Makes it a capture of which one place was covered before it was filed.
+  void cover(const std::string& id, bool isCovering) {
+    store
+        .update(id,
+                [&](ScreenshotEntry& entry) {
+                  entry.autoRedactions = std::vector<Shape>(1);
+                  entry.originalPath.reset();
+                  if (isCovering) {
+                    entry.originalPath =
+                        (store.paths().redactedOriginals() / (id + ".png")).string();
+                  }
+                })
+        .value();
+  }
   void open() {
     store.onForeignIndex = [this](const ForeignIndex& foreign) {
       foreignObservers.notify(foreign);
@@ -208,7 +222,13 @@ struct HistorySession : TestLibrary {
                         done({});
                       },
                   .open = [this](const Path& path) { opened.push_back(path); },
-                  .reveal = [](const std::vector<Path>&) {}},
+                  .reveal = [](const std::vector<Path>&) {},
+                  .switchRedaction =
+                      [this](const std::string& id, bool covers, const auto& done) {
+                        if (id == "busy") return done(std::unexpected("It is busy."));
+                        cover(id, covers);
+                        done({});
+                      }},
       .previews = std::make_shared<PreviewCache>(
           PreviewCache::Services{.main = runners.main(),
                                  .work = runners.runner("previews"),

@@ -153,6 +153,8 @@ std::vector<SettingsLine> SettingsModel::found(std::string_view text) const {
   const SearchWords words(text);
   std::vector<SettingsLine> all;
   if (words.empty()) return all;
+  // A search may show rows of panes that nobody has opened.
+  services_.text.lookOnce();
   for (const std::string_view id : order_) {
     SettingsLine one = line(id);
     std::string read = fmt::format("{}\n{}\n{}\n{}\n{}\n{}", one.label, one.explanation,

@@ -16,6 +16,8 @@ namespace {
 /// A layer that is being moved is looked at once it has come to rest.
 constexpr std::chrono::milliseconds restTime{700};
 
+/// A cover is no mark: it has no color of the tool's.
+constexpr const char* coverColor = "#000000";
 constexpr const char* redactStep = "Smart Redact";
 
 /// Whether both layers show the same.
@@ -273,6 +275,7 @@ int SmartRedactSession::redact() {
     for (const Box& box : boxes) {
       Shape shape = editor.newShape(ShapeType::redact);
       shape.redactStyle = style_;
+      shape.color = coverColor;
       const Box placed = roundedOut(toCapture(roundedOut(box)));
       shape.x1 = placed.x;
       shape.y1 = placed.y;

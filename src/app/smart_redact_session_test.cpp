@@ -214,7 +214,8 @@ TEST_F(SmartRedactSessionTest, SaysWhatCouldNotBeLookedFor) {
   session.scanAgain();
   scans.answer(1, {}, VisualDetectors::people);
   EXPECT_EQ(session.status(), "Nothing sensitive found.");
-  EXPECT_EQ(session.remark(), "People couldn't be looked for.");
+  EXPECT_EQ(session.remark(),
+            "People couldn't be looked for: the package opencv-data or OpenCV itself is missing.");
   canDraw = false;
   session.scanAgain();
   EXPECT_THAT(session.status(), HasSubstr("the layers couldn't be drawn"));

@@ -69,7 +69,12 @@ std::string languageName(std::string_view code) {
   return std::string(known == knownLanguages.end() ? code : known->name);
 }
 
+void TextPane::lookOnce() {
+  if (!std::exchange(hasLooked_, true)) refresh();
+}
+
 void TextPane::refresh() {
+  hasLooked_ = true;
   if (!services_.recogniser) return;
   looking_.renew();
   roundTrip(

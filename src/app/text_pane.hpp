@@ -35,6 +35,8 @@ class TextPane {
 
   /// Looks again which are installed.
   void refresh();
+  /// Looks unless somebody has.
+  void lookOnce();
 
   /// "English; German"; empty before it is known.
   [[nodiscard]] std::string installed() const;
@@ -59,6 +61,7 @@ class TextPane {
   [[nodiscard]] std::string proposedCode() const;
 
   Services services_;
+  bool hasLooked_ = false;
   bool isKnown_ = false;
   std::vector<std::string> languages_;
   std::string copied_;

@@ -55,6 +55,11 @@ std::string sentence(const CaptureNote& note) {
   return std::visit(Words{}, note);
 }
 
+std::string redactedWords(std::size_t covered) {
+  if (covered == 0) return {};
+  return fmt::format("Redacted {} {}", covered, covered == 1 ? "item" : "items");
+}
+
 std::vector<std::string> remarksOn(const CaptureOutcome::Saved& saved) {
   std::vector<std::string> all;
   for (const CaptureNote& note : saved.notes) all.push_back(sentence(note));

@@ -69,6 +69,9 @@ struct CaptureOutcome {
     /// What was asked for or set and could not be done besides, a sentence each.
     std::vector<std::string> remarks{};
 
+    /// So many places Smart Redact covered before it was filed.
+    std::size_t covered = 0;
+
     /// What the picture shows, in pixels of the desktop; empty when that is not known.
     PixelRect shown{};
 
@@ -80,6 +83,9 @@ struct CaptureOutcome {
 
   std::variant<Saved, CaptureFailure, Cancelled, HandedOver> value;
 };
+
+/// "Redacted 3 items"; empty where nothing was covered.
+[[nodiscard]] std::string redactedWords(std::size_t covered);
 
 /// All there is to say about a capture that was saved, a sentence each: its notes, the index, and
 /// what could not be done besides.

@@ -11,22 +11,14 @@
 namespace vantorel {
 namespace {
 
-/// What a user is told of a redaction before filing, a sentence each.
-std::vector<std::string> redactionRemarks(std::size_t covered, VisualDetectors unavailable) {
-  std::vector<std::string> remarks;
-  if (covered > 0) {
-    remarks.push_back(
-        fmt::format("Smart Redact covered {} {}.", covered, covered == 1 ? "place" : "places"));
-  }
+/// What a user is told when not all was looked for, a sentence; mostly empty.
+std::string redactionRemark(VisualDetectors unavailable) {
   const bool faces = unavailable.contains(VisualDetectors::faces);
   const bool people = unavailable.contains(VisualDetectors::people);
-  if (faces || people) {
-    remarks.push_back(fmt::format("Smart Redact couldn't look for {}.", faces && people
-                                                                            ? "faces and people"
-                                                                        : faces ? "faces"
-                                                                                : "people"));
-  }
-  return remarks;
+  if (!faces && !people) return {};
+  return fmt::format("Smart Redact couldn't look for {}.", faces && people ? "faces and people"
+                                                           : faces         ? "faces"
+                                                                           : "people");
 }
 
 }  // namespace
@@ -72,7 +64,8 @@ void StillCaptureFiling::redact(StagedCapture staged, Image image, Filed filed, 
           ended();
           if (saved) {
             saved->picture = std::move(picture);
-            for (std::string& remark : redactionRemarks(covered, unavailable)) {
+            saved->covered = covered;
+            if (std::string remark = redactionRemark(unavailable); !remark.empty()) {
               saved->remarks.push_back(std::move(remark));
             }
           }

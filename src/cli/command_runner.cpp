@@ -78,6 +78,7 @@ CommandReply replyTo(const CaptureReply& reply, bool json) {
   const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome);
   if (saved == nullptr) return {ExitStatus::cancelled, {}, "Cancelled.\n"};
   CommandReply done = filed(*saved->entry, json);
+  if (saved->covered > 0) done.error += redactedWords(saved->covered) + ".\n";
   for (const std::string& remark : remarksOn(*saved)) done.error += remark + "\n";
   if (!saved->indexFailure.empty()) done.status = ExitStatus::failed;
   return done;

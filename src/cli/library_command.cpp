@@ -1,5 +1,8 @@
 #include "cli/library_command.hpp"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <utility>
 
 #include "base/local_day.hpp"
@@ -17,6 +20,13 @@ namespace vantorel {
 namespace {
 
 using Verb = command::Library::Verb;
+
+/// Whether its text, if it has one, is not that of its picture as it is now.
+bool isUnread(const EntryPointer& entry) {
+  return entry->medium == CaptureMedium::image && entry->ocrVersion == 0;
+}
+
+bool hasText(const ScreenshotEntry& entry) { return entry.ocrText || entry.ocrBlocks; }
 
 CommandReply refused(std::string reason) {
   if (!reason.empty() && reason.front() >= 'a' && reason.front() <= 'z') {
@@ -71,7 +81,7 @@ void LibraryCommands::runNow(const command::Library& what, bool json, const Runn
   switch (what.verb) {
     case Verb::list: return list(what, json, std::move(done));
     case Verb::search: return search(what, json, std::move(done));
-    case Verb::text: return text(*entries, json, std::move(done));
+    case Verb::text: return text(*entries, json, running, std::move(done));
     case Verb::show:
     case Verb::path: return lookAt(what.verb, *entries, json, std::move(done));
     case Verb::star:
@@ -145,21 +155,70 @@ void LibraryCommands::search(const command::Library& what, bool json, CommandDon
           searching->reply.output += foundLineOf(entry, searching->search.query().words(), json);
         }
       },
-      [searching] { searching->done(std::move(searching->reply)); });
+      [searching] {
+        const auto unread = std::ranges::count_if(searching->entries, isUnread);
+        if (unread > 0) {
+          searching->reply.error += fmt::format("The text of {} has not been read yet.\n",
+                                                captureCount(std::size_t(unread)));
+        }
+        searching->done(std::move(searching->reply));
+      });
 }
 
-void LibraryCommands::text(const EntryList& entries, bool json, CommandDone done) {
-  CommandReply reply;
-  for (const EntryPointer& entry : entries) {
-    if (!entry->ocrText && !entry->ocrBlocks) {
-      reply.status = ExitStatus::failed;
-      reply.error += inOneCell(entry->id) + ": no text has been read yet.\n";
+/// The texts of captures, of which some have to be read first.
+struct LibraryCommands::Texts {
+  EntryList entries;
+  bool json = false;
+  RunningPointer running;
+  CommandDone done;
+  CommandReply reply{};
+  std::size_t place = 0;
+
+  void add(const ScreenshotEntry& entry) {
+    if (!json && !reply.output.empty()) reply.output += '\n';
+    reply.output += textOf(entry, json);
+  }
+  void fail(const ScreenshotEntry& entry, const std::string& why) {
+    reply.status = ExitStatus::failed;
+    reply.error += inOneCell(entry.id) + ": " + why + "\n";
+  }
+};
+
+void LibraryCommands::text(EntryList entries, bool json, const RunningPointer& running,
+                           CommandDone done) {
+  const auto unread = std::ranges::count_if(entries, isUnread);
+  if (unread > 0 && services_.readText && running->show) {
+    running->show(
+        {0, 0, fmt::format("Reading the text of {}.", captureCount(std::size_t(unread)))});
+  }
+  nextText(std::make_shared<Texts>(std::move(entries), json, running, std::move(done)));
+}
+
+void LibraryCommands::nextText(const std::shared_ptr<Texts>& texts) {
+  while (texts->place < texts->entries.size()) {
+    const EntryPointer entry = texts->entries[texts->place++];
+    const bool canRead = services_.readText && !texts->running->flag.stopped;
+    if (!isUnread(entry) || !canRead) {
+      hasText(*entry) ? texts->add(*entry) : texts->fail(*entry, "no text has been read yet.");
       continue;
     }
-    if (!json && !reply.output.empty()) reply.output += '\n';
-    reply.output += textOf(*entry, json);
+    services_.readText(
+        entry->id,
+        lifetime_.guard([this, texts, entry](const Result<EntryPointer, std::string>& read) {
+          if (read) {
+            texts->add(**read);
+          } else if (hasText(*entry)) {
+            texts->add(*entry);
+          } else {
+            texts->fail(*entry, read.error());
+          }
+          nextText(texts);
+        }));
+    return;
   }
-  done(std::move(reply));
+  // What was read is not to be read again; where the index can't be written, that is so.
+  services_.library->store().flush(
+      lifetime_.guard([texts](const Result<void>&) { texts->done(std::move(texts->reply)); }));
 }
 
 void LibraryCommands::withLines(EntryList entries, bool json, CommandReply reply,

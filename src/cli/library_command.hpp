@@ -31,6 +31,12 @@ class LibraryCommands {
     LibraryPrune* prune = nullptr;
     EntryFileLook* fileLook = nullptr;
     LibraryMove* move = nullptr;
+
+    /// Reads the text of a capture that has none yet, and answers when the entry has it, or in a
+    /// sentence why it could not. Empty: nobody can.
+    std::function<void(const std::string& id,
+                       std::function<void(Result<EntryPointer, std::string>)> read)>
+        readText{};
   };
 
   explicit LibraryCommands(Services services) : services_(std::move(services)) {}
@@ -64,7 +70,9 @@ class LibraryCommands {
               CommandDone done);
   void list(const command::Library& what, bool json, CommandDone done) const;
   void search(const command::Library& what, bool json, CommandDone done) const;
-  static void text(const EntryList& entries, bool json, CommandDone done);
+  struct Texts;
+  void text(EntryList entries, bool json, const RunningPointer& running, CommandDone done);
+  void nextText(const std::shared_ptr<Texts>& texts);
   void collections(bool json, CommandDone done) const;
   void lookAt(command::Library::Verb verb, const EntryList& entries, bool json, CommandDone done);
   void change(const EntryList& entries, bool json, const Change& change, CommandDone done);

@@ -70,12 +70,25 @@ class LibraryCommandTest : public testing::Test, protected TestLibrary {
                           .work = runners.runner("work"),
                           .files = files,
                           .library = &library}};
+  bool reads = false;
+  std::vector<std::string> readIDs;
   LibraryCommands commands{{.main = runners.main(),
                             .work = runners.runner("work"),
                             .clock = std::shared_ptr<const Clock>(&runners, [](auto*) {}),
                             .library = &library,
                             .prune = &pruning,
-                            .fileLook = &fileLook}};
+                            .fileLook = &fileLook,
+                            .readText = [this](const std::string& id, const auto& done) {
+                              readIDs.push_back(id);
+                              if (!reads || id == "BB3") {
+                                return done(std::unexpected("no text has been read yet."));
+                              }
+                              ASSERT_TRUE(store.update(id, [&](ScreenshotEntry& entry) {
+                                entry.ocrText = "words of " + id;
+                                entry.ocrVersion = 1;
+                              }));
+                              done(store.find(id));
+                            }}};
 };
 
 TEST_F(LibraryCommandTest, ListingsShowWhatIsAskedForTheNewestFirst) {
@@ -212,7 +225,8 @@ TEST_F(LibraryCommandTest, SearchPrintsTheLineThatMatchedAndNothingCovered) {
   EXPECT_EQ(run({"search", ""}).status, ExitStatus::usage);
 
   const CommandReply nothing = run({"search", "secret"});
-  EXPECT_EQ(nothing.output + nothing.error, "");
+  EXPECT_EQ(nothing.output, "");
+  EXPECT_THAT(nothing.error, HasSubstr(" captures has not been read yet.\n"));
   EXPECT_EQ(nothing.status, ExitStatus::done);
   for (const std::vector<std::string>& arguments :
        std::vector<std::vector<std::string>>{{"show", "CC5"},
@@ -232,6 +246,17 @@ TEST_F(LibraryCommandTest, SearchPrintsTheLineThatMatchedAndNothingCovered) {
   EXPECT_EQ(unread.output, "total due: 48\n");
   EXPECT_EQ(unread.error, "AA1: no text has been read yet.\n");
   EXPECT_EQ(unread.status, ExitStatus::failed);
+}
+
+TEST_F(LibraryCommandTest, TextThatNobodyHasReadIsReadWhenItIsAskedFor) {
+  reads = true;
+  const CommandReply read = run({"text", "AA1", "BB3"});
+  EXPECT_EQ(read.output, "words of AA1\n");
+  EXPECT_EQ(read.error, "BB3: no text has been read yet.\n");
+  EXPECT_EQ(read.status, ExitStatus::failed);
+  EXPECT_EQ(store.find("AA1")->ocrText, "words of AA1");
+  EXPECT_EQ(run({"text", "AA1"}).output, "words of AA1\n");
+  EXPECT_EQ(readIDs, (std::vector<std::string>{"AA1", "BB3"})) << "once is enough";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "editor/text_hits.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -247,6 +248,18 @@ std::vector<Box> onShownPicture(const ScreenshotEntry& entry, const std::vector<
                      (right - left) / width, (bottom - top) / height});
   }
   return shown;
+}
+
+PixelSize shownPictureSize(const ScreenshotEntry& entry) {
+  const PixelSize capture{entry.pixelWidth.value_or(0), entry.pixelHeight.value_or(0)};
+  const bool isChanged =
+      entry.crop || entry.layers || entry.canvas || entry.background || entry.combine;
+  if (!isChanged || capture.width <= 0 || capture.height <= 0) return capture;
+  const EditorDocument document = documentOf(entry, capture);
+  const PixelRect part = shownPart(document, capture);
+  const auto padding = static_cast<int>(
+      std::lround(paddingPixels(document.background, {double(part.width), double(part.height)})));
+  return {part.width + 2 * padding, part.height + 2 * padding};
 }
 
 }  // namespace vantorel

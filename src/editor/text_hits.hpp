@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "base/geometry.hpp"
 #include "editor/records/box.hpp"
 #include "library/records/screenshot_entry.hpp"
 #include "library/search_word.hpp"
@@ -37,5 +38,8 @@ struct TextSnippet {
 /// background. Those out of it are left out.
 [[nodiscard]] std::vector<Box> onShownPicture(const ScreenshotEntry& entry,
                                               const std::vector<Box>& boxes);
+
+/// The size of that picture, in pixels; none when it is not known.
+[[nodiscard]] PixelSize shownPictureSize(const ScreenshotEntry& entry);
 
 }  // namespace vantorel

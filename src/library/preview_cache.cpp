@@ -36,8 +36,8 @@ bool hasAlpha(const Image& image) {
 
 }  // namespace
 
-Image previewOf(const Image& picture) {
-  PixelSize part = picture.size();
+PixelSize previewedPart(PixelSize picture) {
+  PixelSize part = picture;
   const auto width = static_cast<double>(part.width);
   const double aspect = width / part.height;
   const double wanted = static_cast<double>(previewSize.width) / previewSize.height;
@@ -46,6 +46,11 @@ Image previewOf(const Image& picture) {
   } else if (aspect <= 2) {
     part.width = std::max(1, static_cast<int>(std::lround(part.height * wanted)));
   }
+  return part;
+}
+
+Image previewOf(const Image& picture) {
+  const PixelSize part = previewedPart(picture.size());
   const Image cropped =
       picture.cropped({(picture.width() - part.width) / 2, 0, part.width, part.height});
   const double scale = std::min({1.0, static_cast<double>(previewSize.width) / part.width,

@@ -20,6 +20,9 @@ namespace vantorel {
 /// How large previews are at most, in pixels.
 inline constexpr PixelSize previewSize{400, 250};
 
+/// How much of a picture its preview shows: from the top, and the middle of a wide one.
+[[nodiscard]] PixelSize previewedPart(PixelSize picture);
+
 /// A picture as its preview shows it: from the top, as wide as it is, at most `previewSize`. One
 /// more than twice as wide as high is shown whole. Never enlarged.
 [[nodiscard]] Image previewOf(const Image& picture);

@@ -58,7 +58,15 @@ CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor, TextWing& te
                .repair = &captures.libraryWing.repair,
                .prune = &captures.libraryWing.prune,
                .fileLook = &captures.libraryWing.fileLook,
-               .move = &captures.libraryWing.move}),
+               .move = &captures.libraryWing.move,
+               .readText =
+                   [&text](const std::string& id, const auto& read) {
+                     text.indexing.read(
+                         id, [read](const Result<EntryPointer, RecognitionFailure>& entry) {
+                           if (!entry) return read(std::unexpected(sentence(entry.error())));
+                           read(*entry);
+                         });
+                   }}),
       runner(running(*this, captures, editor, text)) {}
 
 }  // namespace vantorel

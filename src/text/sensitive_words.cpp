@@ -41,10 +41,9 @@ std::string_view singularName(SensitiveMatchKind kind) {
 std::string unavailableSentence(VisualDetectors unavailable) {
   const bool noFaces = unavailable.contains(VisualDetectors::faces);
   const bool noPeople = unavailable.contains(VisualDetectors::people);
-  if (noFaces && noPeople) return "Faces and people couldn't be looked for.";
-  if (noFaces) return "Faces couldn't be looked for.";
-  if (noPeople) return "People couldn't be looked for.";
-  return {};
+  if (!noFaces && !noPeople) return {};
+  const std::string what = noFaces && noPeople ? "Faces and people" : noFaces ? "Faces" : "People";
+  return what + " couldn't be looked for: the package opencv-data or OpenCV itself is missing.";
 }
 
 }  // namespace vantorel

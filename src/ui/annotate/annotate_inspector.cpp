@@ -17,6 +17,7 @@
 #include "ui/annotate/smart_redact_section.hpp"
 #include "ui/annotate/style_section.hpp"
 #include "ui/kit/accessible_role.hpp"
+#include "ui/kit/tokens.hpp"
 
 namespace vantorel {
 namespace {
@@ -67,11 +68,7 @@ void AnnotateInspector::begin(InspectedEditor editor) {
   auto* const column = new QVBoxLayout(content);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(0);
-  style_ = new StyleSection(editor_, content);
-  layers_ = new LayersSection(editor_, content);
-  layer_ = new LayerSection(editor_, content);
-  background_ = new BackgroundSection(editor_, content);
-  canvas_ = new CanvasSection(editor_, content);
+  // The keyboard goes from one to the next as they are made: from the top.
   if (model_ != nullptr && model_->smartRedact() != nullptr) {
     smartRedact_ = new SmartRedactSection(model_, content);
     smartRedact_->onPointed = [this](const std::vector<vantorel::Box>& boxes) {
@@ -81,6 +78,11 @@ void AnnotateInspector::begin(InspectedEditor editor) {
       if (change.redaction) changed();
     });
   }
+  style_ = new StyleSection(editor_, content);
+  layers_ = new LayersSection(editor_, content);
+  layer_ = new LayerSection(editor_, content);
+  background_ = new BackgroundSection(editor_, content);
+  canvas_ = new CanvasSection(editor_, content);
   for (InspectorSection* const section : sections()) {
     column->addWidget(section);
     section->onUnfolded = [this, section] { reveal(*section); };
@@ -132,7 +134,14 @@ void AnnotateInspector::resizeEvent(QResizeEvent* event) {
   placeBar();
 }
 
-QSize AnnotateInspector::sizeHint() const { return {usualWidth, 400}; }
+int AnnotateInspector::wantedWidth() {
+  constexpr int letters = 36;  // of the usual font in a row
+  constexpr int mostWidth = 440;
+  return std::clamp(QFontMetrics(tokens::bodyFont()).averageCharWidth() * letters, usualWidth,
+                    mostWidth);
+}
+
+QSize AnnotateInspector::sizeHint() const { return {wantedWidth(), 400}; }
 
 void AnnotateInspector::changed() {
   isBehind_ = true;

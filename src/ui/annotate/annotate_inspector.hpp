@@ -25,6 +25,8 @@ class StyleSection;
 class AnnotateInspector : public QScrollArea {
  public:
   static constexpr int usualWidth = 280;
+  /// More for a large font, as far as windows have room.
+  [[nodiscard]] static int wantedWidth();
 
   /// Empty until the model is ready.
   AnnotateInspector(std::shared_ptr<AnnotateModel> model, QWidget* parent);

@@ -39,7 +39,8 @@ namespace {
 
 constexpr QSize leastWindow{720, 480};
 constexpr QSize unknownPicture{960, 600};
-constexpr int inspectorWidth = AnnotateInspector::usualWidth + 1;  // with the line beside it
+/// With the line beside it.
+int inspectorWidth() { return AnnotateInspector::wantedWidth() + 1; }
 constexpr int inspectorDrawerBelow = 900;
 
 /// The inspector on its own ground: as a drawer it lies over the canvas.
@@ -87,7 +88,7 @@ WindowFrame::Measures measuresFor(const AnnotateModel& model) {
   size += QSize(2 * tokens::space32, 2 * tokens::space32);
   const int barsHeight = AnnotateBar::usualHeight() + AnnotateFooter::usualHeight();
   const int rail = ToolRail::widthFor(std::max(size.height(), leastWindow.height() - barsHeight));
-  return {.usual = size + QSize(rail + inspectorWidth, barsHeight),
+  return {.usual = size + QSize(rail + inspectorWidth(), barsHeight),
           .least = leastWindow,
           .sizesItself = true};
 }
@@ -115,6 +116,7 @@ AnnotateWindow::AnnotateWindow(std::shared_ptr<AnnotateModel> model, std::functi
   band_->setClosing(QStringLiteral("Close"), QStringLiteral("Esc"));
   band_->onClosed = [this] {
     bandText_.clear();
+    arrange();
     model_->dismissRefusal();
     model_->clearNotice();
   };
@@ -193,11 +195,15 @@ void AnnotateWindow::addKeys() {
 }
 
 void AnnotateWindow::undo() {
-  if (isReady()) model_->editor().undo();
+  if (!isReady()) return;
+  model_->clearNotice();  // it may say what is undone
+  model_->editor().undo();
 }
 
 void AnnotateWindow::redo() {
-  if (isReady()) model_->editor().redo();
+  if (!isReady()) return;
+  model_->clearNotice();
+  model_->editor().redo();
 }
 
 void AnnotateWindow::pick(Tool tool) {
@@ -292,7 +298,7 @@ void AnnotateWindow::arrange() {
   rail_->setRoom(height);
   const int left = rail_->sizeHint().width();
   const bool isShown = isNarrow() ? isDrawerOpen_ || !drawer_.isAway() : isInspectorWanted_;
-  const int beside = isShown && !isNarrow() ? inspectorWidth : 0;
+  const int beside = isShown && !isNarrow() ? inspectorWidth() : 0;
   bar_->setGeometry(0, 0, width, top);
   rail_->setGeometry(placed({0, top, left, height}));
   const int room = std::max(0, width - left - beside);
@@ -303,9 +309,9 @@ void AnnotateWindow::arrange() {
   blank_->setGeometry(picture);
   footer_->setGeometry(0, top + height, width, bottom);
   pane_->setVisible(isShown);
-  const int shown =
-      isNarrow() ? static_cast<int>(std::lround(inspectorWidth * drawer_.part())) : inspectorWidth;
-  pane_->setGeometry(placed({width - shown, top, inspectorWidth, height}));
+  const int shown = isNarrow() ? static_cast<int>(std::lround(inspectorWidth() * drawer_.part()))
+                               : inspectorWidth();
+  pane_->setGeometry(placed({width - shown, top, inspectorWidth(), height}));
   if (isShown && isNarrow()) pane_->raise();
   bar_->setInspectorShown(isNarrow() ? isDrawerOpen_ : isInspectorWanted_);
 }
@@ -379,6 +385,7 @@ void AnnotateWindow::leave() {
   if (!bandText_.isEmpty()) {
     bandText_.clear();
     band_->hide();
+    arrange();
     model_->dismissRefusal();
     return model_->clearNotice();
   }

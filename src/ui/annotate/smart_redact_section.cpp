@@ -16,6 +16,7 @@
 #include "ui/annotate/inspector_form.hpp"
 #include "ui/annotate/shown_name.hpp"
 #include "ui/annotate/small_button.hpp"
+#include "ui/annotate/tab_order.hpp"
 #include "ui/kit/busy_ring.hpp"
 #include "ui/kit/icons.hpp"
 #include "ui/kit/role_label.hpp"
@@ -179,7 +180,10 @@ void SmartRedactSection::showState() {
   state_->setVisible(!status.isEmpty());
   list_->setVisible(hasFinds);
   form_->setVisible(hasFinds);
+  // Whoever has covered all of it by the keyboard stays here.
+  const bool losesFocus = !hasFinds && (redact_->hasFocus() || again_->hasFocus());
   buttons_->setVisible(hasFinds);
+  if (losesFocus) scan_->setFocus(Qt::OtherFocusReason);
   again_->setVisible(!isScanning);
   const auto style = std::ranges::find(coverStyles, now.style());
   style_->setCurrent(static_cast<int>(style - coverStyles.begin()));
@@ -246,7 +250,7 @@ void SmartRedactSection::showFinds() {
       FindRow* const row = rowOf(lines[i]);
       if (lines_->indexOf(row) == static_cast<int>(i)) continue;
       lines_->insertWidget(static_cast<int>(i), row);
-      if (i > 0) setTabOrder(rows_[lines[i - 1]], row);
+      setTabOrder(i > 0 ? rows_[lines[i - 1]] : focusBefore(*list_), row);
     }
     shown_ = lines;
   }

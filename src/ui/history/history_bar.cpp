@@ -51,8 +51,9 @@ HistoryBar::HistoryBar(std::shared_ptr<HistoryModel> model, QWidget* parent)
   });
   search_->setMaximumWidth(widestSearch);
   search_->setMinimumWidth(120);
-  connect(search_, &QLineEdit::textChanged, this,
-          [this](const QString& text) { model_->search(text.toStdString()); });
+  connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) {
+    if (!search_->isShowing()) model_->search(text.toStdString());
+  });
   search_->onRemoved = [this](HistoryFilter filter) { model_->removeFilter(filter); };
   filter_->setText(QStringLiteral("Filter"));
   filter_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);

@@ -39,8 +39,10 @@ HistorySearchField::HistorySearchField(QWidget* parent) : QLineEdit(parent) {
 
 void HistorySearchField::show(const HistoryQuery& query) {
   if (const QString words = QString::fromStdString(query.text); words != text()) {
-    const QSignalBlocker quiet(this);
+    // Whoever listens to what is typed is told nothing; the field's own button follows its text.
+    isShowing_ = true;
     setText(words);
+    isShowing_ = false;
   }
   std::vector<Chip> wanted;
   for (const HistoryFilter filter : query.filters()) {

@@ -18,6 +18,8 @@ class HistorySearchField : public QLineEdit {
 
   /// Takes up the query's words and filters; nobody is told of it.
   void show(const HistoryQuery& query);
+  /// Whether a change of the text comes from that.
+  [[nodiscard]] bool isShowing() const { return isShowing_; }
 
   /// A filter is to go: its chip was clicked, or Backspace was struck before the text.
   std::function<void(HistoryFilter)> onRemoved;
@@ -38,6 +40,7 @@ class HistorySearchField : public QLineEdit {
   void remove(HistoryFilter filter);
 
   std::vector<Chip> chips_;
+  bool isShowing_ = false;
 };
 
 }  // namespace vantorel

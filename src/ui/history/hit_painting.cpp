@@ -9,6 +9,8 @@ namespace {
 
 const QColor penColor(0xff, 0xe2, 0x7a);
 const QColor rimColor(0xb9, 0x89, 0x00);
+const QColor currentPenColor(0xff, 0xa9, 0x4d);
+const QColor currentRimColor(0x8a, 0x3d, 0x00);
 const QColor onPenColor(0x1b, 0x1c, 0x1f);
 constexpr double rimWidth = 1.5;
 constexpr double currentRimWidth = 3;
@@ -24,14 +26,16 @@ void paintHits(QPainter& painter, const std::vector<QRectF>& hits, int current) 
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);
-  painter.setBrush(penColor);
   painter.setCompositionMode(QPainter::CompositionMode_Multiply);
-  for (const QRectF& hit : hits) painter.drawRoundedRect(hit, hitRadius, hitRadius);
+  for (std::size_t i = 0; i < hits.size(); ++i) {
+    painter.setBrush(static_cast<int>(i) == current ? currentPenColor : penColor);
+    painter.drawRoundedRect(hits[i], hitRadius, hitRadius);
+  }
   painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
   painter.setBrush(Qt::NoBrush);
   for (std::size_t i = 0; i < hits.size(); ++i) {
     const bool isCurrent = static_cast<int>(i) == current;
-    painter.setPen(QPen(rimColor, isCurrent ? currentRimWidth : rimWidth));
+    painter.setPen(isCurrent ? QPen(currentRimColor, currentRimWidth) : QPen(rimColor, rimWidth));
     painter.drawRoundedRect(hits[i], hitRadius, hitRadius);
   }
   painter.restore();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "editor/text_hits.hpp"
 #include "ui/kit/shared_image.hpp"
 
 namespace vantorel {
@@ -30,6 +31,17 @@ QRect placeInTile(QSize preview, QSize size) {
   return {QPoint((size.width() - drawn.width()) / 2,
                  isWhole ? (size.height() - drawn.height()) / 2 : 0),
           drawn};
+}
+
+/// Where all of the picture lies whose preview lies there: a preview leaves out what is below, or
+/// at both sides.
+QRectF wholePicture(const ScreenshotEntry& entry, const QRectF& preview) {
+  const PixelSize whole = shownPictureSize(entry);
+  if (whole.width <= 0 || whole.height <= 0) return preview;
+  const PixelSize part = previewedPart(whole);
+  const double width = preview.width() * whole.width / part.width;
+  return {preview.x() - (width - preview.width()) / 2, preview.y(), width,
+          preview.height() * whole.height / part.height};
 }
 
 QPixmap tileOf(const QImage& preview, QSize size, double radius) {
@@ -94,7 +106,7 @@ void TilePictures::come(const EntryPointer& entry, const Image& preview) {
         sharedImage(preview).convertToFormat(QImage::Format_ARGB32_Premultiplied);
     tile->pixmap = tileOf(picture, size_, radius_ * ratio_);
     tile->pixmap.setDevicePixelRatio(ratio_);
-    const QRectF place = placeInTile(picture.size(), size_);
+    const QRectF place = wholePicture(*entry, placeInTile(picture.size(), size_));
     tile->picture = {place.x() / size_.width(), place.y() / size_.height(),
                      place.width() / size_.width(), place.height() / size_.height()};
   }
