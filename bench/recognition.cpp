@@ -324,6 +324,13 @@ int show(const std::string& path) {
     for (const ReadLine& line : block.lines) {
       fmt::print("{} {:4},{:4} {:4}x{:<3} {:.2f}  {}\n", number, line.box.x, line.box.y,
                  line.box.width, line.box.height, line.confidence, line.text());
+      if (std::getenv("WORDS") == nullptr) continue;
+      for (const ReadWord& word : line.words) {
+        fmt::print("    {}-{} {}", word.box.x, word.box.right(), word.letters.size());
+        for (const ReadLetter& letter : word.letters)
+          fmt::print(" {}:{:.2f}", letter.text, letter.confidence);
+        fmt::print("\n");
+      }
     }
     ++number;
   }

@@ -127,8 +127,8 @@ auto LetterScan::doubtfulLines() const -> std::vector<DoubtfulLine> {
 void LetterScan::add(SensitiveMatchKind kind, std::vector<int> letters) {
   if (letters.empty()) return;
   if (kind == SensitiveMatchKind::phone && lacksDigits(letters)) return;
-  toWordBegin(letters);
-  if (kind >= SensitiveMatchKind::jwt) toWordEnd(letters);
+  toWordBegin(kind, letters);
+  toWordEnd(kind, letters);
   LetterFind find{.kind = kind, .letters = {}};
   int other = -1;
   bool says = false;
@@ -159,8 +159,10 @@ void LetterScan::add(SensitiveMatchKind kind, std::vector<int> letters) {
 
 /// Signs that what it begins with was taken for, a part of its first letter, or a quotation mark
 /// that was read as two and moved all places behind it.
-void LetterScan::toWordBegin(std::vector<int>& letters) const {
-  constexpr std::string_view apart = "=:/,;([{<>&\\";
+void LetterScan::toWordBegin(SensitiveMatchKind kind, std::vector<int>& letters) const {
+  constexpr std::string_view marks = ":/=,;([{<>&\\";
+  // The rest of a scheme.
+  const std::string_view apart = marks.substr(kind == SensitiveMatchKind::url ? 2 : 0);
   for (int taken = 0; taken < 2; ++taken) {
     const auto first = static_cast<std::size_t>(letters.front());
     if (first == 0 || letters_[first].beginsWord || letters_[first].beginsLine) return;
@@ -194,8 +196,17 @@ bool LetterScan::lacksDigits(const std::vector<int>& letters) const {
   return others > own;
 }
 
-/// What a token ends in may have been misread as something that ends it.
-void LetterScan::toWordEnd(std::vector<int>& letters) const {
+/// What a token ends in may have been misread as something that ends it; a sign behind anything
+/// else may stand for a part of its last letter.
+void LetterScan::toWordEnd(SensitiveMatchKind kind, std::vector<int>& letters) const {
+  if (kind < SensitiveMatchKind::jwt) {
+    const auto behind = static_cast<std::size_t>(letters.back()) + 1;
+    const bool isSign = behind < letters_.size() && !letters_[behind].beginsWord &&
+                        !letters_[behind].beginsLine && letters_[behind].text.size() == 1 &&
+                        !isAsciiAlnum(letters_[behind].text.front());
+    if (isSign) letters.push_back(static_cast<int>(behind));
+    return;
+  }
   constexpr std::string_view ends = "\"',;<>&";
   for (auto i = static_cast<std::size_t>(letters.back()) + 1;
        i < letters_.size() && !letters_[i].beginsWord && !letters_[i].beginsLine &&
@@ -257,6 +268,7 @@ int LetterScan::doubtIn(int line) const {
     digits += isAsciiDigit(letter.text.front()) ? 1 : 0;
     isFound = isFound || owners_[i] >= 0;
     sure += letter.confidence;
+    if (letter.text == unreadLetter) doubt = std::max(doubt, 30);
     if (letter.text == "@" || letter.text == "©" || letter.text == "®") doubt = std::max(doubt, 40);
   }
   endWord();

@@ -47,9 +47,9 @@ class LetterScan {
  private:
   void scan(const SensitiveTextDetector& detector);
   void add(SensitiveMatchKind kind, std::vector<int> letters);
-  void toWordBegin(std::vector<int>& letters) const;
+  void toWordBegin(SensitiveMatchKind kind, std::vector<int>& letters) const;
   [[nodiscard]] bool lacksDigits(const std::vector<int>& letters) const;
-  void toWordEnd(std::vector<int>& letters) const;
+  void toWordEnd(SensitiveMatchKind kind, std::vector<int>& letters) const;
   [[nodiscard]] PixelRect coverOf(const LetterFind& find, int line, const PixelRect& box) const;
   [[nodiscard]] int doubtIn(int line) const;
 

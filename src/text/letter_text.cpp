@@ -59,6 +59,22 @@ bool isWeb(std::string_view word) {
          word.find_first_not_of("wWvV") == word.size() - 1;
 }
 
+/// Whether the word at `begin` is the rest of the name before an "@", torn behind a sign that
+/// leaves some room: "jean-luc. picard@…".
+bool isRestOfName(const std::vector<PlacedLetter>& letters, std::size_t begin) {
+  const PlacedLetter& before = letters[begin - 1];
+  constexpr std::string_view signs = ".-_+";
+  if (before.text.size() != 1 || signs.find(before.text) == signs.npos) return false;
+  const std::size_t end = wordEnd(letters, begin);
+  int height = 0;
+  bool isName = false;
+  for (std::size_t i = begin; i < end; ++i) {
+    height = std::max(height, letters[i].box.height);
+    isName = isName || isAtSign(letters[i].text);
+  }
+  return isName && letters[begin].box.x - before.box.right() < std::max(3, height * 3 / 10);
+}
+
 /// "com", "de," – what stands behind the blank that was read in a host.
 bool isEndingOfHost(std::string word) {
   while (!word.empty() && !isAsciiAlnum(word.back()) && word.back() >= 0) word.pop_back();
@@ -207,7 +223,8 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
     const PlacedLetter& letter = letters[i];
     const bool followsAt = text.text.ends_with('@');
     const bool followsScheme = text.text.ends_with("://") || text.text.ends_with("https:") ||
-                               text.text.ends_with("http:") || text.text.ends_with("www.");
+                               text.text.ends_with("http:") || text.text.ends_with(":/") ||
+                               text.text.ends_with("www.");
     const std::size_t word = text.text.find_last_of(" \n");
     const std::string_view before =
         std::string_view(text.text).substr(word == text.text.npos ? 0 : word + 1);
@@ -222,8 +239,10 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
     const bool isTornHost = before.size() >= 3 && before.ends_with('.') && letter.beginsWord &&
                             !letter.beginsLine && isRestOfHost(letters, i) &&
                             isHostBegun(before.substr(before.find_last_of("\"(<=") + 1));
-    const bool joins = isTornHost || followsAt || followsScheme || isAtSign(letter.text) ||
-                       endsHost || dotAfterHost;
+    const bool isTornName =
+        letter.beginsWord && !letter.beginsLine && i > 0 && isRestOfName(letters, i);
+    const bool joins = isTornHost || isTornName || followsAt || followsScheme ||
+                       isAtSign(letter.text) || endsHost || dotAfterHost;
     if (!joins || (letter.beginsLine && !followsAt)) addBreak(text, letter);
     if (letter.beginsWord && isWeb(wordUpToDot(letters, i))) {
       constexpr std::string_view web = "www";
@@ -234,10 +253,47 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
       text.add(".", static_cast<int>(i));
       continue;
     }
-    text.add(isAtSign(letter.text) ? "@" : std::string_view(letter.text), static_cast<int>(i));
+    const bool isSchemeColon = letter.text == ";" && i + 2 < letters.size() &&
+                               letters[i + 1].text == "/" && letters[i + 2].text == "/";
+    // A scheme that was lost: what is behind it is a host all the same.
+    const bool isLostScheme = letter.text == "/" && i + 1 < letters.size() &&
+                              letters[i + 1].text == "/" && before.empty();
+    if (isLostScheme) {
+      text.addBlank(' ');
+      ++i;
+      continue;
+    }
+    text.add(isAtSign(letter.text) ? "@"
+             : isSchemeColon       ? ":"
+                                   : std::string_view(letter.text),
+             static_cast<int>(i));
   }
   return text;
 }
+
+namespace {
+
+bool isUpperOrDigit(char c) { return isAsciiUpper(c) || isAsciiDigit(c); }
+
+/// Whether a word is the first half of a British postcode without the digit in it, and the next one
+/// the second half: "SWIA 1AA".
+bool isPostcodeBegun(const std::string& word, const std::string& next) {
+  const std::size_t length =
+      std::min(next.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"), next.size());
+  return word.size() >= 2 && word.size() <= 4 && isAsciiUpper(word.front()) && length == 3 &&
+         isAsciiDigit(next[0]) && isAsciiUpper(next[1]) && isAsciiUpper(next[2]) &&
+         std::ranges::all_of(word,
+                             [](char c) { return isUpperOrDigit(c) || c == 'l' || c == '|'; }) &&
+         std::ranges::none_of(word, isAsciiDigit);
+}
+
+/// "IL62704", whose blank was missed.
+bool isStateAndCode(const std::string& word) {
+  return word.size() == 7 && isAsciiUpper(word[0]) && isAsciiUpper(word[1]) &&
+         std::all_of(word.begin() + 2, word.end(), isAsciiDigit);
+}
+
+}  // namespace
 
 LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters) {
   LetterText text;
@@ -246,6 +302,8 @@ LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters) {
     const std::size_t end = wordEnd(letters, begin);
     const std::string word = wordAt(letters, begin);
     const auto isDigit = [](char c) { return isAsciiDigit(c); };
+    const bool isPostcode = end < letters.size() && isPostcodeBegun(word, wordAt(letters, end));
+    const bool isZip = isStateAndCode(word);
     const bool followsCode = previous.size() == 4 && std::ranges::all_of(previous, isDigit);
     for (std::size_t i = begin; i < end; ++i) {
       addBreak(text, letters[i]);
@@ -260,10 +318,18 @@ LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters) {
       const bool isRest = followsCode && i == begin + 2 && end - begin == 3 &&
                           std::string_view("])}").find(letter) != std::string_view::npos;
       if (isRest) continue;
+      // Two capitals behind a Dutch code, whatever they are.
+      if (followsCode && letter == unreadLetter && end - begin <= 3) {
+        if (i < begin + 2) text.add("A", static_cast<int>(i));
+        continue;
+      }
+      if (isZip && i == begin + 2) text.addBlank(' ');
+      const bool isOne = isPostcode && i > begin && std::string_view("Il|").contains(letter);
       const bool isO = letter == "0" && at > 0 && text.text.ends_with("P.");
       text.add(isSharp ? "ß"
                : isJ   ? "J"
                : isO   ? "O"
+               : isOne ? "1"
                        : std::string_view(letter),
                static_cast<int>(i));
     }

@@ -53,28 +53,35 @@ struct Opening {
   Kind kind;
   std::size_t shortest;
   bool isDotted = false;  ///< three parts with full stops between them
+  std::size_t longest = 1000;
 };
 
 std::optional<Opening> openingOf(std::string_view text) {
   constexpr std::string_view ell = "Il1|!iJjt";
   constexpr std::string_view dash = "-_~.";
-  if (beginsLike(text, {"eco", "yYvV", "J1Il|!jd)]}"})) return Opening{Kind::jwt, 17, true};
+  if (beginsLike(text, {"eco", "yYvV", "J1Il|!jd)]}/"})) return Opening{Kind::jwt, 17, true};
   if (beginsLike(text, {"sS5", "kKh", "-~_"})) return Opening{Kind::apiKey, 18};
-  if (beginsLike(text, {"gq9", "hbn", "pousrO0P", "_-"})) return Opening{Kind::apiKey, 22};
+  if (beginsLike(text, {"gq9", "hbn", "pousrO0P", "_-"})) {
+    return Opening{.kind = Kind::apiKey, .shortest = 22, .longest = 40};
+  }
   if (text.starts_with("github") && text.size() > 10 && isLike(text[6], "_-.")) {
     return Opening{Kind::apiKey, 26};
   }
-  if (beginsLike(text, {"A4", "KX", "Il1|!iJjtT", "A4"})) return Opening{Kind::apiKey, 18};
+  if (beginsLike(text, {"A4", "KX", "Il1|!iJjtT", "A4"})) {
+    return Opening{.kind = Kind::apiKey, .shortest = 18, .longest = 20};
+  }
   if (beginsLike(text, {"xX", "oO0", "xX", "bapors6", dash})) return Opening{Kind::apiKey, 14};
-  if (beginsLike(text, {"A4", ell, "zZ2", "aoO"})) return Opening{Kind::apiKey, 34};
+  if (beginsLike(text, {"A4", ell, "zZ2", "aoO"})) {
+    return Opening{.kind = Kind::apiKey, .shortest = 34, .longest = 39};
+  }
   return std::nullopt;
 }
 
 /// Whether it goes on with the part of a token before it: no word of a language has digits in it,
 /// capitals within, or so many letters.
 bool looksRandom(std::string_view text) {
-  if (text.size() >= 18) return true;
   const bool hasDigit = std::ranges::any_of(text, isAsciiDigit);
+  if (text.size() >= 18) return hasDigit || std::ranges::any_of(text, isAsciiUpper);
   const bool hasLetter = std::ranges::any_of(text, isAsciiLetter);
   const bool hasInnerCapital = text.size() > 2 &&
                                std::ranges::any_of(text.substr(1), isAsciiUpper) &&
@@ -100,7 +107,7 @@ std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
     const bool isEnd = c == ')' && before.size() >= 12 && looksRandom(before);
     const bool isBracket = isEnd || (isLike(c, "[]{}") && isOpen && (isLong || isFollowed)) ||
                            (isFollowed && isLong && !isLike(c, "\"'<>;:")) ||
-                           (isFollowed && isJ && isLike(c, ")]}"));
+                           (isFollowed && isJ && isLike(c, ")]}/"));
     const bool assigns = c == '=' && i + 1 < letters.size() && !letters[i + 1].beginsWord &&
                          byteOf(letters[i + 1].text) != '=';
     if ((!isTokenLetter(c) && !isBracket) || assigns) {
@@ -109,7 +116,9 @@ std::vector<Fragment> fragmentsOf(const std::vector<PlacedLetter>& letters) {
     }
     if (!isOpen) {
       fragments.push_back({.letters = {}, .text = {}, .line = letter.line});
-      fragments.back().beginsLine = letter.beginsLine;
+      // A sign before it was its first letter, or dirt.
+      fragments.back().beginsLine =
+          letter.beginsLine || (i > 0 && letters[i - 1].beginsLine && !letter.beginsWord);
     }
     isOpen = true;
     fragments.back().letters.push_back(static_cast<int>(i));
@@ -146,6 +155,7 @@ class Runs {
     findTokens();
     findHex();
     findBase64();
+    findLong();
     findCards();
     findAccounts();
     return std::move(found_);
@@ -157,6 +167,24 @@ class Runs {
     return i + 1 < fragments_.size() && fragments_[i].endsWord &&
            letters_[static_cast<std::size_t>(fragments_[i + 1].letters.front())].beginsWord &&
            fragments_[i + 1].letters.front() == fragments_[i].letters.back() + 1;
+  }
+
+  /// Whether the next one goes on in the same word, behind a sign that no token has and that one of
+  /// its letters was taken for.
+  [[nodiscard]] bool isTorn(std::size_t i) const {
+    if (i + 1 >= fragments_.size() || fragments_[i + 1].line != fragments_[i].line) return false;
+    const auto sign = static_cast<std::size_t>(fragments_[i].letters.back()) + 1;
+    const auto behind = static_cast<std::size_t>(fragments_[i + 1].letters.front());
+    constexpr std::string_view ends = "\"'<>;:,=";
+    return behind == sign + 1 && !letters_[sign].beginsWord && !letters_[behind].beginsWord &&
+           ends.find(letters_[sign].text) == ends.npos;
+  }
+
+  /// Whether there is more than a blank before the next one: another column, or another window.
+  [[nodiscard]] bool areFar(std::size_t i) const {
+    const PixelRect& end = endOf(i);
+    const PixelRect& begin = beginOf(i + 1);
+    return begin.x - end.right() > 3 * std::max({end.height, begin.height, 8});
   }
 
   using Parts = std::vector<std::size_t>;  ///< fragments of one secret, in order
@@ -172,7 +200,10 @@ class Runs {
   /// may have been read as part of another block.
   [[nodiscard]] std::optional<std::size_t> next(const Parts& parts) const {
     const std::size_t last = parts.back();
-    if (areNeighbours(last) && fragments_[last + 1].line == fragments_[last].line) return last + 1;
+    if (isTorn(last)) return last + 1;
+    if (areNeighbours(last) && fragments_[last + 1].line == fragments_[last].line) {
+      return areFar(last) ? std::nullopt : std::optional(last + 1);
+    }
     if (!fragments_[last].endsLine) return std::nullopt;
     const PixelRect& end = endOf(last);
     int height = 8;
@@ -253,13 +284,16 @@ class Runs {
       };
       while (const auto following = next(parts)) {
         const std::string& more = fragments_[*following].text;
+        if (text.size() >= opening->longest) break;
         const bool isCut = text.ends_with('.') || text.ends_with('-') || text.ends_with('_') ||
+                           text.ends_with(',') ||
                            (opening->isDotted && (more.front() == '.' || more.front() == ','));
         const bool isOpening = text.size() <= 12 && text.starts_with("github");
         const bool needsMore =
             text.size() < opening->shortest || (opening->isDotted && stops() < 2);
         if (isOnLine(parts, *following) && !looksRandom(more) && !isCut &&
-            !(needsMore && isCrumb(more)) && !isOpening && !isSplinter(parts, *following)) {
+            !(needsMore && isCrumb(more)) && !completes(*opening, text, more) && !isOpening &&
+            !isSplinter(parts, *following)) {
           break;
         }
         text += more;
@@ -272,6 +306,14 @@ class Runs {
         add(opening->kind, parts, true);
       }
     }
+  }
+
+  /// Whether `more` brings a token of one length to that.
+  [[nodiscard]] static bool completes(const Opening& opening, std::string_view text,
+                                      std::string_view more) {
+    const std::size_t length = text.size() + more.size();
+    const bool isRest = length + 1 >= opening.longest && length <= opening.longest + 1;
+    return isRest && !std::ranges::all_of(more, isAsciiLower);
   }
 
   /// A sign or a few letters that were torn from the token that goes on behind them.
@@ -345,19 +387,46 @@ class Runs {
         longest = std::max(longest, more.size());
         parts.push_back(*following);
       }
-      const auto slashes = std::ranges::count(text, '/');
-      const bool isPath = slashes >= 3 && !text.ends_with('=');
       const auto hyphens =
           std::ranges::count_if(text, [](char c) { return c == '-' || c == '_' || c == '.'; });
-      const bool mixes = std::ranges::any_of(text, isAsciiUpper) &&
-                         std::ranges::any_of(text, isAsciiLower) &&
-                         std::ranges::any_of(text, isAsciiDigit);
       constexpr std::size_t shortest = 37;  // of 40
-      if (text.size() >= shortest && longest >= 14 && mixes && !isPath && hyphens == 0 &&
-          !isNamedHash(text) && !isMostlyHex(text) && changesOften(text)) {
+      if (text.size() >= shortest && longest >= 14 && isMixed(text) && !isPath(text) &&
+          hyphens == 0 && !isNamedHash(text) && !isMostlyHex(text) && changesOften(text)) {
         add(Kind::hexSecret, parts);
       }
     }
+  }
+
+  /// Letters of all kinds, more of them in one word than any name has: whatever it begins with, it
+  /// is a token.
+  void findLong() {
+    constexpr std::size_t shortest = 40;
+    for (std::size_t first = 0; first < fragments_.size(); ++first) {
+      const std::string& begin = fragments_[first].text;
+      if (used_[first] || begin.size() < 20 || !isMixed(begin)) continue;
+      std::string text = begin;
+      Parts parts{first};
+      while (const auto following = next(parts)) {
+        const std::string& more = fragments_[*following].text;
+        if (!looksRandom(more) || isNamedHash(more)) break;
+        text += more;
+        parts.push_back(*following);
+      }
+      if (text.size() < shortest || isPath(text) || isMostlyHex(text) || isNamedHash(text) ||
+          !changesOften(text)) {
+        continue;
+      }
+      add(std::ranges::count(text, '.') >= 2 ? Kind::jwt : Kind::hexSecret, parts);
+    }
+  }
+
+  [[nodiscard]] static bool isMixed(std::string_view text) {
+    return std::ranges::any_of(text, isAsciiUpper) && std::ranges::any_of(text, isAsciiLower) &&
+           std::ranges::any_of(text, isAsciiDigit);
+  }
+
+  [[nodiscard]] static bool isPath(std::string_view text) {
+    return std::ranges::count(text, '/') >= 3 && !text.ends_with('=');
   }
 
   [[nodiscard]] static bool isHexRest(std::string_view text) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/geometry.hpp"
@@ -9,6 +10,9 @@ namespace vantorel {
 
 // What a recogniser read in a picture, as precisely as it knows it. Places are in pixels of the
 // picture, origin at the top left. What a library entry keeps of it is `OCRBlock`.
+
+/// Stands for ink between words that nothing was read for, in words that are noise.
+inline constexpr std::string_view unreadLetter = "\uFFFD";
 
 /// One letter as it was read.
 struct ReadLetter {

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 #include <numeric>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -250,6 +252,52 @@ std::vector<ReadWord> wordsIn(ReadWord word, int lineHeight) {
 
 }  // namespace
 
+namespace {
+
+/// Digits and capitals of numbers are as wide as each other in other fonts, too.
+bool tellsEvenness(const ReadWord& word) {
+  if (word.letters.size() < 4) return false;
+  const auto odd = std::ranges::count_if(word.letters, [](const ReadLetter& letter) {
+    const double width = usualLetterWidth(letter.text);
+    return width < 0.4 || width > 0.8;
+  });
+  return odd >= 2 && static_cast<std::size_t>(odd) * 8 >= word.letters.size();
+}
+
+}  // namespace
+
+namespace {
+
+/// Ink between two words for which nothing was read, as a word of letters that nobody knows.
+std::optional<ReadWord> unreadBetween(const ReadWord& before, const ReadWord& behind,
+                                      const LineInk& ink) {
+  const int height = ink.rows().length();
+  const PixelRect box = ink.inkBox({before.box.right() + 1, behind.box.x - 1});
+  // Narrower than that it is a mark, and a thin upright one the edge of a column.
+  if (box.width < std::max(3, height / 3) || 3 * box.height < height) return std::nullopt;
+  ReadWord unread{.letters = {}, .box = box, .isNoise = true};
+  const int count = std::clamp(2 * box.width / height, 1, 40);
+  for (int i = 0; i < count; ++i) {
+    const int from = box.x + box.width * i / count;
+    const int to = box.x + box.width * (i + 1) / count;
+    unread.letters.push_back({std::string(unreadLetter), {from, box.y, to - from, box.height}, 0});
+  }
+  return unread;
+}
+
+void addUnread(ReadLine& line, const LineInk& ink) {
+  std::vector<ReadWord> all;
+  for (ReadWord& word : line.words) {
+    std::optional<ReadWord> unread;
+    if (!all.empty()) unread = unreadBetween(all.back(), word, ink);
+    if (unread) all.push_back(*std::move(unread));
+    all.push_back(std::move(word));
+  }
+  line.words = std::move(all);
+}
+
+}  // namespace
+
 double fitToInk(const InkPage& page, ReadLine& line) {
   const LineInk ink(page, line);
   const int height = ink.rows().length();
@@ -271,8 +319,7 @@ double fitToInk(const InkPage& page, ReadLine& line) {
     while (span.begin > std::max(leftBound, 0) && ink.hasInk(span.begin - 1)) --span.begin;
     while (span.end < std::min(rightBound, page.size.width) && ink.hasInk(span.end)) ++span.end;
     const Evenness evenness = span.length() > 0 ? fitWord(word, span, ink) : Evenness::unknown;
-    constexpr std::size_t telling = 4;
-    if (word.letters.size() >= telling) {
+    if (tellsEvenness(word)) {
       letters += static_cast<double>(word.letters.size());
       if (evenness == Evenness::even) even += static_cast<double>(word.letters.size());
     }
@@ -283,6 +330,7 @@ double fitToInk(const InkPage& page, ReadLine& line) {
     }
   }
   line.words = std::move(fitted);
+  addUnread(line, ink);
   line.box = line.words.front().box;
   for (const ReadWord& word : line.words) line.box = around(line.box, word.box);
   return letters > 0 ? even / letters : 0;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <iterator>
+#include <string>
 #include <utility>
 
 namespace vantorel {
@@ -73,14 +74,31 @@ double pitchAmong(const Words& words, const std::vector<double>& pitches) {
   return to - from < usual ? 0 : *(from + (to - from) / 2);
 }
 
+/// "fi" stands as one sign in many fonts, and is read as a word of its own.
+bool isLigature(const ReadWord& word) {
+  std::string text;
+  for (const ReadLetter& letter : word.letters) text += letter.text;
+  return text == "fi" || text == "fl" || text == "ff" || text == "\uFB01" || text == "\uFB02";
+}
+
+bool isSmallBeside(const ReadWord& before, const ReadWord& behind) {
+  const auto isSmall = [](const ReadLetter& letter) {
+    return letter.text.front() >= 'a' && letter.text.front() <= 'z';
+  };
+  return isSmall(before.letters.back()) && isSmall(behind.letters.front());
+}
+
 void join(ReadLine& line, double pitch) {
   // Narrower than any font's blank, also that of a font of uneven widths taken for an even one.
   const double least = line.box.height >= 9 ? 2.5 : 1.5;
   const double blank = std::max(least, pitch > 0 ? 0.52 * pitch : 0.16 * line.box.height);
   Words joined;
   for (ReadWord& word : line.words) {
+    const bool isSpill = !joined.empty() && (isLigature(word) || isLigature(joined.back())) &&
+                         isSmallBeside(joined.back(), word);
+    const double room = isSpill ? std::max(blank, 0.45 * line.box.height) : blank;
     const int gap = joined.empty() ? 0 : word.box.x - joined.back().box.right();
-    if (joined.empty() || gap >= blank || gap < -blank) {
+    if (joined.empty() || gap >= room || gap < -room) {
       joined.push_back(std::move(word));
       continue;
     }
