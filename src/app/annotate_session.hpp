@@ -153,13 +153,13 @@ class AnnotateSession : public CoordinatorSession {
   /// color 2 where it is not.
   void switchRedaction(const std::string& id, bool covers) {
     files->put("/pictures/" + id + ".png", picture(covers ? 1 : 2));
-    Shape cover;
-    cover.id = "cover";
-    cover.type = ShapeType::redact;
+    Shape box;
+    box.id = "cover";
+    box.type = ShapeType::redact;
     EXPECT_TRUE(store
                     .update(id,
                             [&](ScreenshotEntry& entry) {
-                              entry.autoRedactions = std::vector<Shape>{cover};
+                              entry.autoRedactions = std::vector<Shape>{box};
                               entry.originalPath.reset();
                               if (covers) {
                                 entry.originalPath = "/data/Redacted Originals/" + id + ".png";

@@ -221,9 +221,9 @@ void CardStack::libraryChanged(const HistoryChange& change) {
     // What the card shows was made from another picture once the file is another one.
     const bool isOther = card->entry->editedAt != after->editedAt ||
                          card->entry->originalPath != after->originalPath;
-    if (card->isWarning && card->entry->originalPath != after->originalPath) {
+    if (card->entry->originalPath != after->originalPath && (card->isWarning || card->isTold)) {
       // What was said of its redaction is said of another file.
-      card->isWarning = false;
+      card->isWarning = card->isTold = false;
       card->badge = lengthBadge(*after);
     }
     card->entry = after;

@@ -248,6 +248,8 @@ void HistoryModel::clearSearch() {
 
 /// What a search did not look at, in a sentence after another one; empty when it looked at all.
 std::string HistoryModel::unreadRemark() const {
+  const HistoryScope scope = listing_.query().scope;
+  if (scope == HistoryScope::recordings || scope == HistoryScope::texts) return {};
   const auto unread = std::ranges::count_if(store().entries(), [](const EntryPointer& entry) {
     return entry->medium == CaptureMedium::image && !TextIndexing::isCurrent(*entry);
   });

@@ -26,6 +26,8 @@ TEST(HistoryModelTest, AnEmptyWindowSaysWhy) {
   run.model.search("lower brigde");
   EXPECT_EQ(title(), "Nothing matches “lower brigde”");
   EXPECT_EQ(run.model.blank()->text, "Searched in Recordings.");
+  run.model.searchEverything();
+  EXPECT_THAT(run.model.blank()->text, HasSubstr("The text of one capture has not been read"));
   run.model.search("a");
   run.model.searchEverything();
   EXPECT_THAT(run.listed(), ElementsAre("a"));

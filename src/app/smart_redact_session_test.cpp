@@ -211,7 +211,8 @@ TEST_F(SmartRedactSessionTest, SaysWhatCouldNotBeLookedFor) {
   EXPECT_EQ(session.stage(), Stage::failed);
   EXPECT_EQ(session.status(), "Text can't be read here: no language is installed.");
   settings.set(&SettingsValues::smartRedactPeople, true);
-  session.scanAgain();
+  ASSERT_THAT(scans.asked, SizeIs(2)) << "whoever reads the list has just asked for more";
+  EXPECT_TRUE(scans.asked[1].enabled.contains(VisualDetectors::people));
   scans.answer(1, {}, VisualDetectors::people);
   EXPECT_EQ(session.status(), "Nothing sensitive found.");
   EXPECT_EQ(session.remark(),
@@ -221,6 +222,9 @@ TEST_F(SmartRedactSessionTest, SaysWhatCouldNotBeLookedFor) {
   EXPECT_THAT(session.status(), HasSubstr("the layers couldn't be drawn"));
   session.cancel();
   EXPECT_EQ(session.stage(), Stage::failed);
+  session.close();
+  settings.set(&SettingsValues::smartRedactPeople, false);
+  EXPECT_THAT(scans.asked, SizeIs(2)) << "nobody looks";
 }
 
 TEST(RedactionCoverTest, SeveralCoverWhatNoneCoversAlone) {

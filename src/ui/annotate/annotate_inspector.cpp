@@ -135,7 +135,7 @@ void AnnotateInspector::resizeEvent(QResizeEvent* event) {
 }
 
 int AnnotateInspector::wantedWidth() {
-  constexpr int letters = 36;  // of the usual font in a row
+  constexpr int letters = 31;  // of the usual font in a row
   constexpr int mostWidth = 440;
   return std::clamp(QFontMetrics(tokens::bodyFont()).averageCharWidth() * letters, usualWidth,
                     mostWidth);

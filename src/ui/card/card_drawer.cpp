@@ -103,7 +103,8 @@ class DrawerCell : public QAbstractButton {
       const bool parted = isParted(width());
       if (parted) words.adjust(0, 6, 0, -6);
       painter.drawText(visual(words),
-                       aligned(Qt::AlignLeft) | (parted ? Qt::AlignTop : Qt::AlignVCenter), label_);
+                       aligned(Qt::AlignLeft) | (parted ? Qt::AlignTop : Qt::AlignVCenter),
+                       painter.fontMetrics().elidedText(label_, Qt::ElideRight, words.width()));
       painter.setPen(colors.quiet);
       painter.setFont(tokens::smallFont());
       painter.drawText(visual(words),
