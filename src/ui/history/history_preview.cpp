@@ -422,6 +422,7 @@ void HistoryPreview::showDetails(const EntryPointer& entry, std::size_t) {
     QFont font = tokens::smallFont();
     font.setWeight(QFont::DemiBold);
     heading->setFont(font);
+    heading->setAlignment(atBegin());
     column->addWidget(heading);
     QLabel* const text = wrapped(
         QString::fromUtf8(read.data(), static_cast<qsizetype>(std::min(read.size(), mostText))));
