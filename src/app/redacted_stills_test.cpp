@@ -129,6 +129,17 @@ TEST_F(RedactedStillsTest, TheNextCaptureIsTakenWhileOneIsLookedThroughAndTheyAr
   EXPECT_THAT(stagedNames(), IsEmpty());
 }
 
+TEST_F(RedactedStillsTest, WhatIsSwitchedOnWhileAnAreaIsChosenIsObeyed) {
+  start(covered);
+  run->settings->set(&SettingsValues::smartRedactAfterCapture, false);
+  run->begin({.kind = Kind::area});
+  run->settings->set(&SettingsValues::smartRedactAfterCapture, true);
+  run->overlay.choose({{RegionTarget{"RIGHT", {0, 0, 300, 200}}}});
+  run->runners.run();
+  ASSERT_NE(run->saved(0), nullptr) << run->words(0);
+  EXPECT_EQ(sizeOf(run->saved(0)->entry->path), (PixelSize{50, 40}));
+}
+
 TEST_F(RedactedStillsTest, OneThatFailsHoldsUpNoOther) {
   start([](const Image& capture) {
     return capture.width() == 1000 ? CaptureRedaction{CaptureRedaction::Failed{"no"}}

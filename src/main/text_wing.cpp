@@ -10,13 +10,6 @@
 namespace vantorel {
 namespace {
 
-SensitiveScans::Services scanning(CaptureWing& captures,
-                                  std::shared_ptr<const SmartRedact> smartRedact) {
-  return {.main = captures.desktop.main,
-          .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.smart-redact"),
-          .smartRedact = std::move(smartRedact)};
-}
-
 std::shared_ptr<const SmartRedact> smartRedact(std::shared_ptr<TextRecogniser> recogniser) {
   return std::make_shared<SmartRedact>(SmartRedact::Services{
       .recogniser = std::move(recogniser),
@@ -30,11 +23,16 @@ std::shared_ptr<const SmartRedact> smartRedact(std::shared_ptr<TextRecogniser> r
 TextWing::TextWing(CaptureWing& theCaptures)
     : captures(theCaptures),
       recogniser(std::make_shared<LinuxTextRecogniser>()),
-      scans(scanning(captures, smartRedact(recogniser))),
-      filingScans(scanning(captures, smartRedact(recogniser))),
+      scans({.main = captures.desktop.main,
+             .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.smart-redact"),
+             .smartRedact = smartRedact(recogniser)}),
+      captureRecogniser(std::make_shared<LinuxTextRecogniser>()),
+      captureScans({.main = captures.desktop.main,
+                    .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.capture-redact"),
+                    .smartRedact = smartRedact(captureRecogniser)}),
       autoRedact({.main = captures.desktop.main,
-                  .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.smart-redact"),
-                  .scans = filingScans,
+                  .work = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.capture-redact"),
+                  .scans = captureScans,
                   .settings = captures.desktop.settings,
                   .pendingWork = captures.coordinator.pendingArchiveWork(),
                   .draw = drawPictureWithModule(captures.desktop.files, captures.desktop.codec)}),
@@ -67,8 +65,15 @@ TextWing::TextWing(CaptureWing& theCaptures)
               .indexing = indexing,
               .clipboard = [this] { return &captures.desktop.clipboard(); },
               .defaultFolder = captures.desktop.folders.captures}) {
-  scans.onBusy =
-      filingScans.onBusy = [this] { return std::make_shared<TextIndexing::Pause>(indexing); };
+  for (SensitiveScans* const all : {&scans, &captureScans}) {
+    all->onBusy = [this] { return std::make_shared<TextIndexing::Pause>(indexing); };
+  }
+  StagedRedaction& redactions = captures.captures.redactions();
+  redactions_ = redactions.observe([this, &redactions] {
+    if (redactions.underWay() > 0) return;
+    captures.desktop.lanes.pool.queue("com.hollen.Vantorel.capture-redact")
+        ->post([reader = captureRecogniser] { reader->release(); });
+  });
   captures.redact = autoRedact.forFiling();
   captures.coordinator.texts = &taking;
   captures.desktop.lanes.quiet.queue("com.hollen.Vantorel.text-recognition")->post([] {
@@ -88,7 +93,7 @@ void TextWing::startResident() {
 
 void TextWing::stop() {
   scans.stop();
-  filingScans.stop();
+  captureScans.stop();
   indexing.stop();
 }
 

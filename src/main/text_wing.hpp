@@ -26,11 +26,17 @@ struct TextWing {
   CaptureWing& captures;
   const std::shared_ptr<TextRecogniser> recogniser;
   SensitiveScans scans;
-  SensitiveScans filingScans;  ///< of new captures, which wait for no other picture
+  /// Of what is not filed before, with a recogniser of its own: somebody waits for the capture,
+  /// whatever else is being read.
+  const std::shared_ptr<TextRecogniser> captureRecogniser;
+  SensitiveScans captureScans;
   CaptureAutoRedact autoRedact;
   CaptureRedactor redactor;
   TextIndexing indexing;
   TextCapture taking;
+
+ private:
+  Observation redactions_;
 };
 
 }  // namespace vantorel
