@@ -100,6 +100,11 @@ std::vector<CoveredFind> LetterScan::finds() const {
     for (const int i : found.letters) {
       const PlacedLetter& letter = letters_[static_cast<std::size_t>(i)];
       PixelRect& box = lines[letter.line];
+      // What goes on from the line above begins with its line, whatever sign that was read as.
+      if (box.isEmpty() && previous >= 0 && i > 0 && !letter.beginsWord &&
+          letters_[static_cast<std::size_t>(i) - 1].beginsLine) {
+        box = letters_[static_cast<std::size_t>(i) - 1].box;
+      }
       box = around(box, letter.box);
       if (!find.text.empty() && (letter.beginsWord || i != previous + 1)) find.text += ' ';
       find.text += letter.text;
@@ -269,6 +274,7 @@ int LetterScan::doubtIn(int line) const {
     isFound = isFound || owners_[i] >= 0;
     sure += letter.confidence;
     if (letter.text == unreadLetter) doubt = std::max(doubt, 30);
+    if (letter.isNoise) doubt = std::max(doubt, 25);
     if (letter.text == "@" || letter.text == "©" || letter.text == "®") doubt = std::max(doubt, 40);
   }
   endWord();

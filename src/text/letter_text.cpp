@@ -59,6 +59,20 @@ bool isWeb(std::string_view word) {
          word.find_first_not_of("wWvV") == word.size() - 1;
 }
 
+/// "shop.", "www.example."
+bool isHostBegun(std::string_view word) {
+  return std::ranges::all_of(word, [](char c) {
+    return isAsciiLower(c) || isAsciiDigit(c) || c == '.' || c == '-' || c < 0;
+  });
+}
+
+/// ".example.co.uk"
+bool isRestOfHostWord(const std::vector<PlacedLetter>& letters, std::size_t begin) {
+  const std::string word = wordAt(letters, begin).substr(1);
+  return std::ranges::count(word, '.') > 0 &&
+         isHostBegun(word.substr(0, word.find_first_of("/?:")));
+}
+
 /// Whether the word at `begin` is the rest of the name before an "@", torn behind a sign that
 /// leaves some room: "jean-luc. picard@…".
 bool isRestOfName(const std::vector<PlacedLetter>& letters, std::size_t begin) {
@@ -81,13 +95,6 @@ bool isEndingOfHost(std::string word) {
   const std::size_t path = word.find_first_of("/?:");
   if (path != word.npos) word.resize(path);
   return domainEnding(word) == DomainEnding::host;
-}
-
-/// "shop.", "www.example."
-bool isHostBegun(std::string_view word) {
-  return std::ranges::all_of(word, [](char c) {
-    return isAsciiLower(c) || isAsciiDigit(c) || c == '.' || c == '-' || c < 0;
-  });
 }
 
 /// Whether words that follow end a host, "example. co.uk/path", each but the last with a full stop.
@@ -137,7 +144,8 @@ std::vector<PlacedLetter> placedLetters(const PictureReading& reading) {
                              .confidence = letter.confidence,
                              .line = lineNumber,
                              .beginsWord = beginsWord,
-                             .beginsLine = beginsLine});
+                             .beginsLine = beginsLine,
+                             .isNoise = word.isNoise});
           beginsWord = beginsLine = false;
         }
       }
@@ -258,6 +266,12 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
     // A scheme that was lost: what is behind it is a host all the same.
     const bool isLostScheme = letter.text == "/" && i + 1 < letters.size() &&
                               letters[i + 1].text == "/" && before.empty();
+    // What was before the first full stop was not read.
+    const bool isLostHost = letter.text == "." && before.empty() && isRestOfHostWord(letters, i);
+    if (isLostHost) {
+      text.addBlank(' ');
+      continue;
+    }
     if (isLostScheme) {
       text.addBlank(' ');
       ++i;
@@ -333,7 +347,8 @@ LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters) {
                        : std::string_view(letter),
                static_cast<int>(i));
     }
-    previous = word;
+    // "47,1015": a line's end is a comma where an address stands in one line.
+    previous = word.substr(word.rfind(',') + 1);
     begin = end;
   }
   return text;

@@ -18,6 +18,7 @@ struct PlacedLetter {
   int line = 0;  ///< counts the lines of the reading
   bool beginsWord = false;
   bool beginsLine = false;
+  bool isNoise = false;  ///< its word is
 };
 
 /// A text whose letters know where they were read: that of a reading, or what is made of it by

@@ -62,12 +62,17 @@ double pitchIn(const Words& words, double evenShare) {
 
 /// The distance of letters in a line of a page where `pitches` are usual, in order.
 double pitchAmong(const Words& words, const std::vector<double>& pitches) {
-  const ReadWord& longest = *std::ranges::max_element(
-      words, {}, [](const ReadWord& word) { return word.letters.size(); });
-  if (longest.letters.size() < 4) return 0;
+  double width = 0;
+  double letters = 0;
+  for (const ReadWord& word : words) {
+    width += word.box.width;
+    letters += lettersIn(word);
+  }
+  constexpr double telling = 8;
+  if (letters < telling) return 0;
+  const double own = width / (letters - bearing * static_cast<double>(words.size()));
   // A letter more or less was read.
-  const double own = pitchOf(longest);
-  const double slack = own * (0.02 + 1.2 / lettersIn(longest));
+  const double slack = own * (0.05 + 1 / letters);
   const auto from = std::ranges::lower_bound(pitches, own - slack);
   const auto to = std::ranges::upper_bound(pitches, own + slack);
   constexpr std::ptrdiff_t usual = 3;  // lines
@@ -75,9 +80,9 @@ double pitchAmong(const Words& words, const std::vector<double>& pitches) {
 }
 
 /// "fi" stands as one sign in many fonts, and is read as a word of its own.
-bool isLigature(const ReadWord& word) {
+bool isLigature(const ReadWord& word, std::size_t first) {
   std::string text;
-  for (const ReadLetter& letter : word.letters) text += letter.text;
+  for (std::size_t i = first; i < word.letters.size(); ++i) text += word.letters[i].text;
   return text == "fi" || text == "fl" || text == "ff" || text == "\uFB01" || text == "\uFB02";
 }
 
@@ -93,15 +98,19 @@ void join(ReadLine& line, double pitch) {
   const double least = line.box.height >= 9 ? 2.5 : 1.5;
   const double blank = std::max(least, pitch > 0 ? 0.52 * pitch : 0.16 * line.box.height);
   Words joined;
+  std::size_t lastPart = 0;  // where what was joined last begins
   for (ReadWord& word : line.words) {
-    const bool isSpill = !joined.empty() && (isLigature(word) || isLigature(joined.back())) &&
+    const bool isSpill = !joined.empty() &&
+                         (isLigature(word, 0) || isLigature(joined.back(), lastPart)) &&
                          isSmallBeside(joined.back(), word);
     const double room = isSpill ? std::max(blank, 0.45 * line.box.height) : blank;
     const int gap = joined.empty() ? 0 : word.box.x - joined.back().box.right();
     if (joined.empty() || gap >= room || gap < -room) {
       joined.push_back(std::move(word));
+      lastPart = 0;
       continue;
     }
+    lastPart = joined.back().letters.size();
     ReadWord& target = joined.back();
     const int top = std::min(target.box.y, word.box.y);
     const int bottom = std::max(target.box.bottom(), word.box.bottom());
