@@ -51,7 +51,9 @@ struct Extent {
     if (isCursor()) return true;
     if (flat < leastGround || std::min(width(), height()) < 10) return false;
     if (area >= 12'000) return true;
-    return area >= 120 && 100 * rim >= 70 * outline();
+    // A thick "E" or "H" has edges as straight, but more holes than a button has letters.
+    const bool isFilled = 100L * area >= 66L * width() * height();
+    return area >= 120 && isFilled && 100 * rim >= 70 * outline();
   }
 
  private:

@@ -105,7 +105,9 @@ void join(ReadLine& line, double pitch) {
                          isSmallBeside(joined.back(), word);
     const double room = isSpill ? std::max(blank, 0.45 * line.box.height) : blank;
     const int gap = joined.empty() ? 0 : word.box.x - joined.back().box.right();
-    if (joined.empty() || gap >= room || gap < -room) {
+    const bool isUnread = word.letters.front().text == unreadLetter ||
+                          (!joined.empty() && joined.back().letters.back().text == unreadLetter);
+    if (joined.empty() || isUnread || gap >= room || gap < -room) {
       joined.push_back(std::move(word));
       lastPart = 0;
       continue;
