@@ -132,6 +132,7 @@ auto LetterScan::doubtfulLines() const -> std::vector<DoubtfulLine> {
 void LetterScan::add(SensitiveMatchKind kind, std::vector<int> letters) {
   if (letters.empty()) return;
   if (kind == SensitiveMatchKind::phone && lacksDigits(letters)) return;
+  if (kind == SensitiveMatchKind::hexSecret && wasHash(letters)) return;
   toWordBegin(kind, letters);
   toWordEnd(kind, letters);
   LetterFind find{.kind = kind, .letters = {}};
@@ -177,6 +178,32 @@ void LetterScan::toWordBegin(SensitiveMatchKind kind, std::vector<int>& letters)
     if (!isSign || apart.find(before) != apart.npos) return;
     letters.insert(letters.begin(), static_cast<int>(first) - 1);
   }
+}
+
+/// Whether the page has the hash of a commit where this is read, larger and worse, as a secret.
+bool LetterScan::wasHash(const std::vector<int>& letters) const {
+  if (page_ == nullptr) return false;
+  PixelRect box;
+  for (const int i : letters) box = around(box, letters_[static_cast<std::size_t>(i)].box);
+  const ReadingLines::Line& line = page_->lines_.lines()[static_cast<std::size_t>(lineOfPage_)];
+  std::size_t length = 0;
+  std::size_t hex = 0;
+  bool isHash = false;
+  const auto endWord = [&] {
+    isHash = isHash || (length >= 38 && length <= 42 && hex * 10 >= length * 9);
+    length = hex = 0;
+  };
+  for (std::size_t i = line.first; i < line.last; ++i) {
+    const PlacedLetter& letter = page_->letters_[i];
+    if (letter.beginsWord) endWord();
+    const int middle = letter.box.x + letter.box.width / 2;
+    if (middle < box.x || middle >= box.right()) continue;
+    const char c = letter.text.front();
+    ++length;
+    hex += isAsciiDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F') ? 1U : 0U;
+  }
+  endWord();
+  return isHash;
 }
 
 /// Whether the page was read with more digits where this is read as a telephone number: a number of

@@ -47,6 +47,7 @@ class LetterScan {
  private:
   void scan(const SensitiveTextDetector& detector);
   void add(SensitiveMatchKind kind, std::vector<int> letters);
+  [[nodiscard]] bool wasHash(const std::vector<int>& letters) const;
   void toWordBegin(SensitiveMatchKind kind, std::vector<int>& letters) const;
   [[nodiscard]] bool lacksDigits(const std::vector<int>& letters) const;
   void toWordEnd(SensitiveMatchKind kind, std::vector<int>& letters) const;
