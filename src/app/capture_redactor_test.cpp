@@ -322,7 +322,9 @@ TEST(CaptureRedactor, WhatACrashBetweenAnyTwoChangesCutShortIsDoneAtTheNextStart
         crashed = true;
       }
       run->files->beforeChange = nullptr;
-      run = std::make_unique<RedactorSession>(run->files);
+      const std::shared_ptr<FakeFiles> disk = run->files;
+      run.reset();
+      run = std::make_unique<RedactorSession>(disk);
       run->redactor.finishCutShort();
       run->runners.run();
       run->runners.advance(10s);
