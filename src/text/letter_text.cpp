@@ -316,7 +316,9 @@ LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters) {
     const std::size_t end = wordEnd(letters, begin);
     const std::string word = wordAt(letters, begin);
     const auto isDigit = [](char c) { return isAsciiDigit(c); };
-    const bool isPostcode = end < letters.size() && isPostcodeBegun(word, wordAt(letters, end));
+    const std::size_t name = word.rfind(',') + 1;
+    const bool isPostcode =
+        end < letters.size() && isPostcodeBegun(word.substr(name), wordAt(letters, end));
     const bool isZip = isStateAndCode(word);
     const bool followsCode = previous.size() == 4 && std::ranges::all_of(previous, isDigit);
     for (std::size_t i = begin; i < end; ++i) {
@@ -338,7 +340,7 @@ LetterText textWithAddressLetters(const std::vector<PlacedLetter>& letters) {
         continue;
       }
       if (isZip && i == begin + 2) text.addBlank(' ');
-      const bool isOne = isPostcode && i > begin && std::string_view("Il|").contains(letter);
+      const bool isOne = isPostcode && i > begin + name && std::string_view("Il|").contains(letter);
       const bool isO = letter == "0" && at > 0 && text.text.ends_with("P.");
       text.add(isSharp ? "ß"
                : isJ   ? "J"

@@ -137,7 +137,7 @@ bool isCrumb(std::string_view text) {
 
 /// Letters of hexadecimal numbers and those taken for them.
 bool isHexLike(char c) {
-  return isAsciiDigit(c) || isLike(c, "abcdefABCDEF") || isLike(c, "OoQlI|!SsZzGgq");
+  return isAsciiDigit(c) || isLike(c, "abcdefABCDEF") || isLike(c, "OoQlI|!SsZzGgqLT");
 }
 
 bool isHexDigit(char c) { return isAsciiDigit(c) || isLike(c, "abcdefABCDEF"); }
