@@ -263,11 +263,12 @@ LetterText textWithJoinedHosts(const std::vector<PlacedLetter>& letters) {
     }
     const bool isSchemeColon = letter.text == ";" && i + 2 < letters.size() &&
                                letters[i + 1].text == "/" && letters[i + 2].text == "/";
+    const bool isBegin = letter.beginsWord || letter.beginsLine;
     // A scheme that was lost: what is behind it is a host all the same.
-    const bool isLostScheme = letter.text == "/" && i + 1 < letters.size() &&
-                              letters[i + 1].text == "/" && before.empty();
+    const bool isLostScheme =
+        letter.text == "/" && i + 1 < letters.size() && letters[i + 1].text == "/" && isBegin;
     // What was before the first full stop was not read.
-    const bool isLostHost = letter.text == "." && before.empty() && isRestOfHostWord(letters, i);
+    const bool isLostHost = letter.text == "." && isBegin && isRestOfHostWord(letters, i);
     if (isLostHost) {
       text.addBlank(' ');
       continue;
