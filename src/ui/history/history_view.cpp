@@ -65,6 +65,13 @@ int HistoryView::columnsHeight() const {
   return mode_ == Mode::list ? tokens::controlHeight(tokens::tool, tokens::smallFont()) : 0;
 }
 
+/// With room for the line of its text that a search has found.
+int HistoryView::listRowHeight() {
+  const int both = QFontMetrics(tokens::bodyFont()).height() +
+                   QFontMetrics(tokens::smallFont()).height() + 2 * tokens::space4;
+  return std::max(tokens::controlHeight(tokens::listRow), both);
+}
+
 void HistoryView::arrange() {
   const bool isNarrow = viewport()->width() < narrowWidth;
   HistoryLayout::Measures measures{
@@ -75,7 +82,7 @@ void HistoryView::arrange() {
       .leastTile = tileWidths.at(static_cast<std::size_t>(tileStep_)),
       .captionHeight = captionHeight(),
       .headerHeight = tokens::controlHeight(headerHeight, tokens::strongFont()),
-      .listRow = mode_ == Mode::list ? tokens::controlHeight(tokens::listRow) : 0};
+      .listRow = mode_ == Mode::list ? listRowHeight() : 0};
   layout_.arrange(model_->listing(), measures);
   pictures_.setShape(layout_.pictureSize(),
                      layout_.isList() ? tokens::keyCapRadius : tokens::tileRadius,

@@ -98,6 +98,7 @@ class HistoryView : public QAbstractScrollArea {
   [[nodiscard]] bool isUnreadable(const ScreenshotEntry& entry) const;
   void paintPicture(QPainter& painter, std::size_t place, const QRect& area, bool isSmall) const;
   [[nodiscard]] int columnsHeight() const;
+  [[nodiscard]] static int listRowHeight();
 
   void step(HistorySelection::Step step, Qt::KeyboardModifiers modifiers);
   void moveBand();
