@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/geometry.hpp"
@@ -66,7 +67,8 @@ class EditedCapture {
   virtual void switchRedaction(bool covers,
                                std::function<void(Result<Switched, std::string>)> done) {
     (void)covers;
-    done(std::unexpected(std::string("The picture has nothing that Smart Redact covered.")));
+    const auto answer = std::move(done);
+    answer(std::unexpected(std::string("The picture has nothing that Smart Redact covered.")));
   }
 
   /// Takes it out of the library; its files are gone.
