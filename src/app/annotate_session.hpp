@@ -111,7 +111,7 @@ class AnnotateSession : public CoordinatorSession {
   std::string picture(int number) {
     MutableImage image({48, 30}, PixelFormat::bgrx);
     for (int y = 0; y < 30; ++y) {
-      for (std::size_t x = 0; x < 48 * 4; ++x) {
+      for (std::size_t x = 0; x < std::size_t{48} * 4; ++x) {
         image.row(y)[x] = x % 4 == 3 ? 0 : static_cast<std::uint8_t>(number);
       }
     }
@@ -126,7 +126,7 @@ class AnnotateSession : public CoordinatorSession {
     return opened([&](CaptureEditors::Opened done) { editors->openFile(file, std::move(done)); });
   }
   std::string openClipboard() {
-    return opened([&](CaptureEditors::Opened done) { editors->openClipboard(std::move(done)); });
+    return opened([&](CaptureEditors::Opened done) { editors->openClipboard(done); });
   }
 
   /// Of the window that was opened last.

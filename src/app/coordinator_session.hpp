@@ -135,7 +135,7 @@ class CoordinatorSession : public TestLibrary {
         .library = library,
         .settings = *settings,
         .redact =
-            [this](Image capture, double, auto redacted) {
+            [this](const Image& capture, double, auto redacted) {
               looked.push_back(capture.size());
               const auto answer = [this, capture,
                                    done = std::make_shared<decltype(redacted)>(

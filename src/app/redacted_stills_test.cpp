@@ -9,7 +9,6 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 constexpr const char* originals = "/data/Redacted Originals";
 

@@ -30,7 +30,7 @@ Result<Path> writeText(Files& files, const Path& chosen, const Path& own, const 
   for (const Path& folder : {chosen, own}) {
     if (folder == own) VT_TRY(files.makeFolder(own, Privacy::byUmask));
     for (int number = 1; number <= maximumNames; ++number) {
-      const Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
+      Path path = folder / (number == 1 ? first : Path(numberedName(first, number)));
       const auto created = files.create(path, text, Privacy::byUmask, Durability::flushed);
       if (created) {
         settleFolder(files, folder);

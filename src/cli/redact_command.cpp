@@ -84,7 +84,7 @@ Result<command::Redact> RedactOptions::command(const Path& folder) const {
     for (const std::string& kind : kinds_) {
       wanted.kinds.insert(*enumFromName<SensitiveMatchKind>(kind));
     }
-    if (!style_.empty()) wanted.style = *enumFromName<RedactStyle>(style_);
+    if (!style_.empty()) wanted.style = enumFromName<RedactStyle>(style_);
     return command::Redact{command::Redact::Apply{capture_, std::move(wanted)}};
   }
   if (remove_->parsed()) return command::Redact{command::Redact::Remove{capture_}};

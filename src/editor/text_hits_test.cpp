@@ -68,7 +68,7 @@ class CaptureTextTest : public testing::Test {
     return all;
   }
   /// The snippet with its hits in brackets.
-  std::string snippet(const std::string& typed, std::size_t length = 100) const {
+  [[nodiscard]] std::string snippet(const std::string& typed, std::size_t length = 100) const {
     const TextSnippet found = textSnippet(entry, words(typed), length);
     std::string text;
     std::size_t at = 0;
@@ -80,7 +80,7 @@ class CaptureTextTest : public testing::Test {
     return text + found.text.substr(std::min(at, found.text.size()));
   }
   /// The boxes in pixels.
-  std::vector<std::string> boxes(const std::string& typed) const {
+  [[nodiscard]] std::vector<std::string> boxes(const std::string& typed) const {
     std::vector<std::string> all;
     for (const Box& box : hitBoxes(entry, words(typed))) {
       all.push_back(fmt::format("{:.0f},{:.0f} {:.0f}x{:.0f}", box.x * 1000, box.y * 500,
