@@ -27,7 +27,7 @@ std::string encoded(const HeldContent& content) {
                      content.bytes);
 }
 
-std::optional<HeldContent> decoded(const std::string& message) {
+std::optional<HeldContent> decoded(std::string message) {
   const bool isText = message.starts_with(textHeader);
   if (!isText && !message.starts_with(imageHeader)) return std::nullopt;
   const std::size_t headerSize = message.find('\n');

@@ -20,10 +20,10 @@ std::vector<std::string> families() {
   std::vector<std::string> names;
   for (int i = 0; i < count; ++i) names.emplace_back(pango_font_family_get_name(list[i]));
   g_free(list);
-  // Those of signs and of handwriting are on no screen.
+  // Those of signs, of handwriting and of formulas ("cmex10") are on no screen.
   std::erase_if(names, [](const std::string& name) {
     return name.contains("Symbols") || name.contains("D050000L") || name.contains("Emoji") ||
-           name == "Z003";
+           name == "Z003" || name.ends_with("10");
   });
   return names;
 }

@@ -217,7 +217,7 @@ void addText(std::vector<SettingRow>& rows) {
                   .meaning = "text taken from the screen is kept in the library as well",
                   .pane = text,
                   .group = "Capture Text",
-                  .label = "Keep text in History",
+                  .label = "Keep text clips in History",
                   .explanation = "Text taken from the screen is copied; this keeps it as well."});
   rows.push_back({.key = "joinCopiedTextLines",
                   .meaning = "the lines of copied text are joined to paragraphs",

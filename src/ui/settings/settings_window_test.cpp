@@ -286,7 +286,7 @@ TEST_F(SettingsWindowTest, WhoIsLedToARowFindsTheKeyboardThere) {
   const QString chosen = format->currentText();
   EXPECT_TRUE(turnWheel());
   EXPECT_NE(format->currentText(), chosen);
-  capture->setFocus();
+  format->clearFocus();
   const QString now = format->currentText();
   EXPECT_FALSE(turnWheel());
   EXPECT_EQ(format->currentText(), now);
