@@ -77,6 +77,22 @@ void CaptureCopying::copy(const ScreenshotEntry& entry, Done done) {
       }));
 }
 
+void CaptureCopying::renew(const ScreenshotEntry& before, const ScreenshotEntry& now) {
+  Clipboard* const clipboard = services_.clipboard ? services_.clipboard() : nullptr;
+  if (clipboard == nullptr) return;
+  picture(before, [this, clipboard, now](Result<std::string, CopyFailure> png) {
+    if (!png) return;
+    clipboard->read(
+        {"image/png"},
+        lifetime_.guard([this, now, was = *std::move(png)](const Result<ClipboardItem>& item) {
+          if (!item || item->bytes != was) return;
+          copy(now, [](const Result<void, CopyFailure>& copied) {
+            if (!copied) logWarning("Clipboard", "{}", sentence(copied.error()));
+          });
+        }));
+  });
+}
+
 void CaptureCopying::picture(const ScreenshotEntry& entry,
                              std::function<void(Result<std::string, CopyFailure>)> done) {
   roundTrip(

@@ -61,6 +61,10 @@ class CaptureCopying {
   /// Answers when it is there.
   void copy(const ScreenshotEntry& entry, Done done);
 
+  /// Where the clipboard has the picture of `before`, it gets that of `now`: what has been covered
+  /// since is not to be pasted. A clipboard that does not answer keeps what it has.
+  void renew(const ScreenshotEntry& before, const ScreenshotEntry& now);
+
   /// The picture as a PNG file, as it would be copied.
   void picture(const ScreenshotEntry& entry,
                std::function<void(Result<std::string, CopyFailure>)> done);

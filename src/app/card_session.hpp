@@ -23,12 +23,15 @@ class CardClipboard final : public Clipboard {
  public:
   int images = 0;
   bool refuses = false;
+  std::string png;  ///< on it
 
-  void setImage(std::string, std::move_only_function<void(Result<void>)> done) override {
+  void setImage(std::string image, std::move_only_function<void(Result<void>)> done) override {
     if (refuses) return done(failed(FailureKind::other, "no"));
     ++images;
+    png = std::move(image);
     done({});
   }
+  void read(std::vector<std::string>, Read done) override { done(ClipboardItem{"image/png", png}); }
   void setText(std::string, std::move_only_function<void(Result<void>)>) override {}
   void setShapes(std::string, std::move_only_function<void(Result<void>)>) override {}
   [[nodiscard]] std::string shapes() const override { return {}; }
@@ -95,15 +98,19 @@ struct CardSession {
                             .settings = &settings,
                             .pendingWork = &pending,
                             .surfaces = &surfaces}};
-  CaptureCopying copying{{.main = library.runners.main(),
-                          .work = library.runners.runner("pictures"),
-                          .files = library.files,
-                          .codec = codec,
-                          .library = library.library,
-                          .alerts = alerts,
-                          .clipboard = [this]() -> Clipboard* { return &clipboard; },
-                          .draw = {},
-                          .isWholePicture = [](const PictureBytes&) { return true; }}};
+  CaptureCopying copying{
+      {.main = library.runners.main(),
+       .work = library.runners.runner("pictures"),
+       .files = library.files,
+       .codec = codec,
+       .library = library.library,
+       .alerts = alerts,
+       .clipboard = [this]() -> Clipboard* { return &clipboard; },
+       .draw = [this](const EditorDocument&, const Image& base, std::optional<double>,
+                      const ImageEncoding& encoding) -> Result<std::string, SceneFailure> {
+         return codec->encode(base.cropped({0, 0, 20, 20}), encoding).value();
+       },
+       .isWholePicture = [](const PictureBytes&) { return true; }}};
   CaptureExport exporting{{.main = library.runners.main(),
                            .work = library.runners.runner("exports"),
                            .files = library.files,

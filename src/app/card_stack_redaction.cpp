@@ -75,6 +75,7 @@ void CardStack::redacted(std::uint64_t number, const ScreenshotEntry& before, in
     }
   }
   redactions_[number] = std::move(redaction);
+  if (finds > 0) services_.copying.renew(before, *now);
   tell(*card, finds > 0 ? "Redacted " + itemsText(std::size_t(finds)) : "Nothing sensitive found");
 }
 

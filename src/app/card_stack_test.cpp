@@ -175,6 +175,22 @@ TEST_F(CardStackTest, RowsShowWhatEachFormatWouldWeigh) {
   EXPECT_TRUE(stack.rows(*stack.find(a)).isEmpty());
 }
 
+TEST_F(CardStackTest, WhatIsRedactedIsCoveredOnTheClipboardTooUnlessThatHasSomethingElse) {
+  const auto a = capture("a");
+  stack.copy(a);
+  library.runners.run();
+  ASSERT_EQ(codec->pixelSize(clipboard.png).value(), (PixelSize{48, 30}));
+  stack.redact(a);
+  library.runners.run();
+  EXPECT_EQ(codec->pixelSize(clipboard.png).value(), (PixelSize{20, 20})) << "as it is drawn";
+
+  const auto b = capture("b");
+  clipboard.png = "somebody else's";
+  stack.redact(b);
+  library.runners.run();
+  EXPECT_EQ(clipboard.png, "somebody else's");
+}
+
 TEST_F(CardStackTest, RedactSaysWhatItDidAndIsUndone) {
   const auto a = capture("a");
   const auto row = [&] { return *stack.rows(*stack.find(a)).redact; };

@@ -43,6 +43,11 @@ CodePoint codePointBefore(std::string_view text, std::size_t at) {
   return codePointAt(text, begin);
 }
 
+std::size_t codePointCount(std::string_view text) {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
+}
+
 std::optional<int> digitValue(char32_t letter) {
   if (letter < 0x80) {
     if (letter < U'0' || letter > U'9') return std::nullopt;

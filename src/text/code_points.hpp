@@ -17,6 +17,9 @@ struct CodePoint {
 /// The character that ends at `at`, which lies behind the text's beginning.
 [[nodiscard]] CodePoint codePointBefore(std::string_view text, std::size_t at);
 
+/// How many characters a valid UTF-8 text has.
+[[nodiscard]] std::size_t codePointCount(std::string_view text);
+
 /// The value of a decimal digit of whatever script.
 [[nodiscard]] std::optional<int> digitValue(char32_t letter);
 

@@ -4,13 +4,10 @@
 #include <cctype>
 #include <string_view>
 
+#include "text/code_points.hpp"
+
 namespace vantorel {
 namespace {
-
-std::size_t letterCount(std::string_view text) {
-  return static_cast<std::size_t>(std::ranges::count_if(
-      text, [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
-}
 
 bool beginsItem(std::string_view line) {
   const std::string_view mark = line.substr(0, line.find(' '));
@@ -29,8 +26,8 @@ bool runsOver(const OCRLine& line, const OCRLine& next, float right) {
   if (beginsItem(next.text)) return false;
   if (line.box.w <= 0) return true;
   const float letter =
-      line.box.w / static_cast<float>(std::max<std::size_t>(letterCount(line.text), 1));
-  const auto word = letterCount(std::string_view(next.text).substr(0, next.text.find(' ')));
+      line.box.w / static_cast<float>(std::max<std::size_t>(codePointCount(line.text), 1));
+  const auto word = codePointCount(std::string_view(next.text).substr(0, next.text.find(' ')));
   return right - (line.box.x + line.box.w) < letter * static_cast<float>(word + 1);
 }
 

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string_view>
 
+#include "text/code_points.hpp"
+
 namespace vantorel {
 namespace {
 
@@ -25,11 +27,6 @@ std::optional<std::int64_t> digitOf(char letter) {
   const std::size_t place = digits.find(letter);
   if (place == std::string_view::npos) return std::nullopt;
   return static_cast<std::int64_t>(place);
-}
-
-std::size_t letterCount(std::string_view text) {
-  return static_cast<std::size_t>(std::ranges::count_if(
-      text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
 }
 
 /// Takes the next step from `left`.
@@ -72,7 +69,7 @@ std::string encodedLetters(const std::vector<double>& edges) {
 
 std::vector<double> letterEdges(const OCRLine& line, double aspect) {
   if (line.letters.empty() || !(aspect > 0) || !std::isfinite(aspect)) return {};
-  const std::size_t wanted = letterCount(line.text) + 1;
+  const std::size_t wanted = codePointCount(line.text) + 1;
   std::vector<double> edges;
   std::int64_t reached = 0;
   for (std::string_view left = line.letters; !left.empty();) {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "text/code_points.hpp"
 #include "text/edited_reading.hpp"
 #include "text/letter_edges.hpp"
 
@@ -24,11 +25,6 @@ OCRBox fractionsOf(const PixelRect& rect, PixelSize picture) {
   return box;
 }
 
-std::size_t letterCountOf(std::string_view text) {
-  return static_cast<std::size_t>(std::ranges::count_if(
-      text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
-}
-
 /// Where each letter of the line begins, and the end of the last, in heights of the line.
 std::vector<double> edgesOf(const ReadLine& line) {
   const double height = std::max(line.box.height, 1);
@@ -43,7 +39,7 @@ std::vector<double> edgesOf(const ReadLine& line) {
   for (const ReadWord& word : line.words) {
     if (&word != &line.words.front()) begin(end);
     for (const ReadLetter& letter : word.letters) {
-      const std::size_t parts = letterCountOf(letter.text);
+      const std::size_t parts = codePointCount(letter.text);
       for (std::size_t part = 0; part < parts; ++part) {
         begin(letter.box.x + static_cast<double>(letter.box.width) * static_cast<double>(part) /
                                  static_cast<double>(parts));
@@ -68,7 +64,7 @@ PictureText pictureText(const PictureReading& reading) {
       line.text = readLine.text();
       if (line.text.empty()) continue;
       // What joins the lines counts as well.
-      letters += letterCountOf(line.text) + (block.lines.empty() ? 2 : 1);
+      letters += codePointCount(line.text) + (block.lines.empty() ? 2 : 1);
       if (letters > maximumRecognisedLetters + 2) {
         found.isTruncated = true;
         break;
