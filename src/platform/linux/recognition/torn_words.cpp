@@ -15,11 +15,11 @@ using Words = std::vector<ReadWord>;
 /// The room beside the letters at both ends of a word of type of even widths, in letters.
 constexpr double bearing = 0.15;
 
-double lettersIn(const ReadWord& word) { return static_cast<double>(word.letters.size()); }
+double letterTotal(const ReadWord& word) { return static_cast<double>(word.letters.size()); }
 
 double middleOf(const PixelRect& box) { return box.x + box.width / 2.0; }
 
-double pitchOf(const ReadWord& word) { return word.box.width / (lettersIn(word) - bearing); }
+double pitchOf(const ReadWord& word) { return word.box.width / (letterTotal(word) - bearing); }
 
 /// By how much the distances between words differ from whole numbers of letters, each; and how many
 /// distances there are.
@@ -28,7 +28,7 @@ std::pair<double, int> offGrid(const Words& words, double pitch) {
   int pairs = 0;
   for (std::size_t i = 1; i < words.size(); ++i) {
     const double between = middleOf(words[i].box) - middleOf(words[i - 1].box);
-    const double blanks = between / pitch - (lettersIn(words[i]) + lettersIn(words[i - 1])) / 2;
+    const double blanks = between / pitch - (letterTotal(words[i]) + letterTotal(words[i - 1])) / 2;
     off += std::abs(blanks - std::round(blanks));
     ++pairs;
   }
@@ -51,8 +51,8 @@ double pitchIn(const Words& words, double evenShare) {
   double near = 0;
   for (const ReadWord& word : words) {
     if (word.letters.size() < 4) continue;
-    if (std::abs(pitchOf(word) / pitch - 1) <= 0.03 + 0.3 / lettersIn(word)) {
-      near += lettersIn(word);
+    if (std::abs(pitchOf(word) / pitch - 1) <= 0.03 + 0.3 / letterTotal(word)) {
+      near += letterTotal(word);
     }
   }
   if (near < 0.8 * letters) return 0;
@@ -66,7 +66,7 @@ double pitchAmong(const Words& words, const std::vector<double>& pitches) {
   double letters = 0;
   for (const ReadWord& word : words) {
     width += word.box.width;
-    letters += lettersIn(word);
+    letters += letterTotal(word);
   }
   constexpr double telling = 8;
   if (letters < telling) return 0;
