@@ -265,6 +265,14 @@ TEST(CaptureRedactor, OfAFileInAnotherFormatTheUntouchedPictureStaysAndNothingEl
   EXPECT_EQ(run.entry().originalPath, "/data/Originals/a.png");
   EXPECT_EQ(run.files->text("/data/Originals/a.png"), untouched);
 
+  // The index on disk may not say yet that it is done.
+  EXPECT_TRUE(run.store.update(
+      "a", [](ScreenshotEntry& entry) { entry.redactionChange = RedactionChange{}; }));
+  run.redactor.finishCutShort();
+  run.runners.run();
+  EXPECT_FALSE(run.entry().redactionChange);
+  EXPECT_EQ(run.entry().originalPath, "/data/Originals/a.png");
+
   // An original of its own, from a conversion in between.
   run.files->put("/captures/a.png", untouched);
   run.files->remove("/data/Originals/a.png").value();

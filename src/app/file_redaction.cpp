@@ -52,11 +52,13 @@ class FileRedaction::Disk {
         redacted_(files_, paths_.redactedOriginals()) {}
 
   Result<NewFile> uncover(const ScreenshotEntry& entry, double quality) {
-    auto original = redacted_.read(entry.id);
+    const auto original = redacted_.read(entry.id);
     // A change that was cut short may have come that far.
     if (!original && isMissing(original.error()) && entry.redactionChange) {
       const PixelSize size = VT_TRY(codec_->pixelSize(*files_, entry.path));
-      return newFile(entry, size, std::nullopt);
+      std::optional<Path> other = entry.originalPath;
+      if (other == redacted_.original(entry.id)) other.reset();
+      return newFile(entry, size, std::move(other));
     }
     if (!original) return std::unexpected(original.error());
     const PixelSize size = VT_TRY(codec_->pixelSize(*original));
