@@ -50,6 +50,7 @@ struct FrameMatch {
   std::optional<float> backgroundEnergy;  ///< variance per pixel below which a row is flat
   StaticColumnMask mask;                  ///< columns that were, or should be, left out
   std::optional<RowRange> contentRows;    ///< rows of the new frame that hold what moved
+  bool isExact = false;                   ///< accepted as pixels are the same, not merely alike
 };
 
 }  // namespace vantorel

@@ -9,23 +9,26 @@
 
 namespace vantorel {
 
-/// What a session sees at a moment.
+/// What a session sees at a moment. A refusal may last for one frame of an animation only: who
+/// shows it to people waits a quarter of a second whether the next frame is joined.
 enum class ScrollingSight {
   waiting,      ///< one frame so far, or the page stands still
   joined,       ///< the page moved and the picture holds what came
   tooFast,      ///< the page moved too far; it goes on when the user scrolls back
   panes,        ///< two parts of the area move, unlike
-  nothing,      ///< too little can be seen to follow
-  full,         ///< the picture is as large as pictures may get
-  scaleChanged  ///< the frame has another scale or size: the session is over
+  nothing,      ///< too little can be seen to follow, or it fits several ways alike
+  full,         ///< what came would make the picture larger than pictures may get
+  scaleChanged  ///< the frame has another scale or size, or no pixels: the session is over
 };
 
 /// Pixels that a tall picture may have: 134 million, as many as every reader of the library takes.
 inline constexpr std::int64_t maximumTallPixels = std::int64_t{1} << 27U;
 
-/// Joins the frames of one area, while its page is scrolled, into one tall picture. What sticks to
-/// the area's top and bottom is in the picture once, and so is what stays still at its side. One
-/// thread at a time.
+/// Joins the frames of one area, while its page is scrolled up or down, into one tall picture. What
+/// sticks to the area's top and bottom is in the picture once; what stays still at its side is
+/// where it was in the first frame, and elsewhere its commonest color is. Frames between two pixels
+/// of an animation are replaced by those that follow. An area must be higher than 208 pixels to be
+/// joined. Holds up to three frames. One thread at a time.
 class ScrollingCanvas {
  public:
   struct Step {

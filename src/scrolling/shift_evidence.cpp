@@ -1,0 +1,124 @@
+#include "scrolling/shift_evidence.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace vantorel {
+namespace {
+
+constexpr float alikeGamma = 0.8F;
+constexpr double brighterBy = 3;  // levels between flat stretches that are not the same
+constexpr double exactVariance = 0.25;
+
+std::span<const std::uint8_t> cell(const FrameSignature& frame, const ColumnSpan& span, int y,
+                                   int segment) {
+  const int first = span.first + segmentStart(span.length(), segment, evidenceSegments);
+  const int last = span.first + segmentStart(span.length(), segment + 1, evidenceSegments);
+  return frame.row(y).subspan(static_cast<std::size_t>(first),
+                              static_cast<std::size_t>(last - first));
+}
+
+struct Judged {
+  CellVerdict verdict = CellVerdict::silent;
+  float gamma = 0;
+  bool informative = false;
+};
+
+bool isSame(std::span<const std::uint8_t> a, std::span<const std::uint8_t> b) {
+  if (std::memcmp(a.data(), b.data(), a.size()) == 0) return true;
+  return scoreSegment(a, b, 0).squaredDifference <= exactVariance * static_cast<double>(a.size());
+}
+
+/// Whether a stretch looks the same a few rows up and down: a vertical line fits every shift.
+bool isUpright(const FramePair& pair, int row, int segment) {
+  constexpr int away = 4;
+  const auto here = cell(pair.current, pair.span, row, segment);
+  return (row < away || isSame(here, cell(pair.current, pair.span, row - away, segment))) &&
+         (row + away >= pair.current.height ||
+          isSame(here, cell(pair.current, pair.span, row + away, segment)));
+}
+
+Judged judge(const FramePair& pair, int row, int offset, int segment) {
+  const auto before = cell(pair.previous, pair.span, row + offset, segment);
+  if (before.empty()) return {};
+  const auto now = cell(pair.current, pair.span, row, segment);
+  const SegmentScore score = scoreSegment(before, now, pair.floor);
+  if (!score.gamma && std::abs(score.meanDifference) < brighterBy) return {};
+  Judged judged{.gamma = score.gamma.value_or(0), .informative = score.informative};
+  if (score.squaredDifference <= exactVariance * static_cast<double>(before.size())) {
+    if (isUpright(pair, row, segment)) return {};
+    judged.verdict = CellVerdict::exact;
+  } else if (judged.gamma >= alikeGamma && std::abs(score.meanDifference) < 8 * brighterBy) {
+    judged.verdict = CellVerdict::alike;
+  } else {
+    judged.verdict = CellVerdict::unlike;
+  }
+  return judged;
+}
+
+}  // namespace
+
+RowRange FramePair::overlap(int offset) const {
+  const int first = std::max(bands.header, bands.header - offset);
+  const int last = std::min(current.height - bands.footer, current.height - bands.footer - offset);
+  return {first, std::max(first, last)};
+}
+
+int ShiftEvidence::exactRows() const {
+  return static_cast<int>(std::ranges::count_if(rows, [](const Row& row) {
+    return std::ranges::find(row.cells, CellVerdict::exact) != row.cells.end();
+  }));
+}
+
+CellVerdict cellVerdict(const FramePair& pair, int row, int offset, int segment) {
+  return judge(pair, row, offset, segment).verdict;
+}
+
+ShiftEvidence gatherEvidence(const FramePair& pair, int offset, int mostRows) {
+  ShiftEvidence evidence{.offset = offset, .rows = {}};
+  const RowRange overlap = pair.overlap(offset);
+  const int count = std::min(overlap.length(), mostRows);
+  for (int i = 0; i < count; ++i) {
+    const int y = overlap.first + segmentStart(overlap.length(), i, count);
+    ShiftEvidence::Row row{.score = {.row = y}};
+    int usable = 0;
+    for (int segment = 0; segment < evidenceSegments; ++segment) {
+      const Judged judged = judge(pair, y, offset, segment);
+      row.cells.at(static_cast<std::size_t>(segment)) = judged.verdict;
+      if (judged.verdict == CellVerdict::silent) continue;
+      ++usable;
+      row.score.gamma += judged.gamma;
+      row.score.informative |= judged.informative;
+      evidence.exact += judged.verdict == CellVerdict::exact ? 1 : 0;
+      evidence.alike += judged.verdict != CellVerdict::unlike ? 1 : 0;
+    }
+    if (usable == 0) continue;
+    evidence.telling += usable;
+    evidence.gammas += row.score.gamma;
+    row.score.gamma /= static_cast<float>(usable);
+    evidence.rows.push_back(row);
+  }
+  return evidence;
+}
+
+int explainedBy(const FramePair& pair, const ShiftEvidence& evidence, int other, int mostRows) {
+  const RowRange overlap = pair.overlap(other);
+  int explained = 0;
+  int looked = 0;
+  for (const ShiftEvidence::Row& row : evidence.rows) {
+    const int y = row.score.row;
+    if (y < overlap.first || y >= overlap.last) continue;
+    bool hasMismatch = false;
+    for (int segment = 0; segment < evidenceSegments; ++segment) {
+      const CellVerdict verdict = row.cells.at(static_cast<std::size_t>(segment));
+      if (verdict != CellVerdict::alike && verdict != CellVerdict::unlike) continue;
+      hasMismatch = true;
+      explained += cellVerdict(pair, y, other, segment) == CellVerdict::exact ? 1 : 0;
+    }
+    if (hasMismatch && ++looked == mostRows) break;
+  }
+  return explained;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,121 @@
+#include "scrolling/static_detection.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vantorel {
+namespace {
+
+std::span<const std::uint8_t> compared(const FramePair& pair, const FrameSignature& frame, int y) {
+  return frame.row(y).subspan(static_cast<std::size_t>(pair.span.first),
+                              static_cast<std::size_t>(pair.span.length()));
+}
+
+bool isSameRow(const FramePair& pair, int before, int now) {
+  const auto a = compared(pair, pair.previous, before);
+  return std::memcmp(a.data(), compared(pair, pair.current, now).data(), a.size()) == 0;
+}
+
+bool hasTexture(const FramePair& pair, int y) {
+  const auto row = compared(pair, pair.current, y);
+  return scoreSegment(row, row, pair.floor).informative;
+}
+
+/// What a row near an edge did while the page moved by `offset`. A row that leaves the overlap has
+/// no counterpart to show that it moved.
+RowMotion motionOf(const FramePair& pair, int y, int offset) {
+  const int height = pair.current.height;
+  const bool stayed = isSameRow(pair, y, y);
+  // As a row of the previous frame it has gone to y - offset; as one of the new frame it has come
+  // from y + offset. Of the two, one lies towards the middle.
+  const bool fromPrevious = y - offset >= 0 && y - offset < height;
+  const bool fromCurrent = y + offset >= 0 && y + offset < height;
+  const bool moved = (fromPrevious && isSameRow(pair, y, y - offset)) ||
+                     (fromCurrent && isSameRow(pair, y + offset, y));
+  if (stayed && moved) return RowMotion::ambiguous;
+  if (stayed) return hasTexture(pair, y) ? RowMotion::stationary : RowMotion::ambiguous;
+  if (moved) return RowMotion::moved;
+  return fromPrevious || fromCurrent ? RowMotion::changed : RowMotion::unproven;
+}
+
+/// How many rows from an edge belong to its band; `rowAt` gives the row that is so far from it.
+template <class RowAt>
+int bandRows(const FramePair& pair, int offset, RowAt rowAt) {
+  const int furthest = pair.current.height / 3;
+  int band = 0;
+  bool isStill = true;  // nothing else has been met since the last row that stayed
+  for (int i = 0; i < furthest; ++i) {
+    const RowMotion motion = motionOf(pair, rowAt(i), offset);
+    if (motion == RowMotion::moved) break;
+    if (motion == RowMotion::stationary) {
+      band = i + 1;
+      isStill = true;
+    } else if (motion == RowMotion::ambiguous && isStill) {
+      band = i + 1;
+    } else {
+      isStill = false;
+    }
+  }
+  return band;
+}
+
+}  // namespace
+
+StaticBands sameRows(const FramePair& pair) {
+  const int height = pair.current.height;
+  StaticBands same;
+  while (same.header < height && isSameRow(pair, same.header, same.header)) ++same.header;
+  if (same.header == height) return same;
+  while (isSameRow(pair, height - 1 - same.footer, height - 1 - same.footer)) ++same.footer;
+  return same;
+}
+
+StaticBands texturedBands(const FramePair& pair, const StaticBands& same) {
+  StaticBands bands = same;
+  while (bands.header > 0 && !hasTexture(pair, bands.header - 1)) --bands.header;
+  while (bands.footer > 0 && !hasTexture(pair, pair.current.height - bands.footer)) --bands.footer;
+  return bands;
+}
+
+StaticBands staticBands(const FramePair& pair, int offset) {
+  const int last = pair.current.height - 1;
+  return {.header = bandRows(pair, offset, [](int i) { return i; }),
+          .footer = bandRows(pair, offset, [last](int i) { return last - i; })};
+}
+
+StaticColumnMask stillSides(const FramePair& pair, const ShiftEvidence& moved,
+                            const StaticColumnMask& known) {
+  constexpr int leastProofs = 3;
+  const auto width = static_cast<std::size_t>(pair.current.width);
+  std::vector<std::uint8_t> stayed(width);
+  std::vector<std::uint8_t> went(width);
+  for (const ShiftEvidence::Row& row : moved.rows) {
+    const std::uint8_t* const now = pair.current.row(row.score.row).data();
+    const std::uint8_t* const before = pair.previous.row(row.score.row).data();
+    const std::uint8_t* const shifted = pair.previous.row(row.score.row + moved.offset).data();
+    for (std::size_t x = 0; x < width; ++x) {
+      const bool isSame = now[x] == before[x];
+      const bool isShifted = now[x] == shifted[x];
+      stayed[x] += isSame && !isShifted ? 1 : 0;
+      went[x] += isShifted && !isSame ? 1 : 0;
+    }
+  }
+  const auto proves = [](const std::vector<std::uint8_t>& proofs, int x) {
+    return proofs[static_cast<std::size_t>(x)] >= leastProofs;
+  };
+  const auto [first, last] = pair.span;
+  int leading = 0;
+  for (int x = first; x < last && !proves(went, x); ++x) {
+    if (proves(stayed, x)) leading = x + 1;
+  }
+  int trailing = 0;
+  for (int x = last - 1; x >= first && !proves(went, x); --x) {
+    if (proves(stayed, x)) trailing = pair.current.width - x;
+  }
+  StaticColumnMask mask = known;
+  if (leading > 0) mask.leadingPixels = leading;
+  if (trailing > 0) mask.trailingPixels = trailing;
+  return mask;
+}
+
+}  // namespace vantorel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "scrolling/shift_evidence.hpp"
+
+namespace vantorel {
+
+/// Rows from the top and from the bottom that are the same at the same place in both frames. Where
+/// all are, the header has them.
+[[nodiscard]] StaticBands sameRows(const FramePair& pair);
+
+/// Of those, up to the innermost rows with texture: blank rows may as well be the page's.
+[[nodiscard]] StaticBands texturedBands(const FramePair& pair, const StaticBands& same);
+
+/// What stays at the top and at the bottom while the page moves by `offset`: from the edge up to
+/// the innermost row that stayed and beyond which, towards the edge, none has moved; with the rows
+/// beside it that may as well belong to it.
+[[nodiscard]] StaticBands staticBands(const FramePair& pair, int offset);
+
+/// `known` and what columns stay still at the left and the right of the span while the rest moves
+/// as `moved` says, in pixels from the frame's edges.
+[[nodiscard]] StaticColumnMask stillSides(const FramePair& pair, const ShiftEvidence& moved,
+                                          const StaticColumnMask& known);
+
+}  // namespace vantorel

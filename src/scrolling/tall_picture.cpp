@@ -1,0 +1,89 @@
+#include "scrolling/tall_picture.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_map>
+#include <utility>
+
+#include "base/check.hpp"
+
+namespace vantorel {
+namespace {
+
+/// Rounded down, also below zero.
+int pieceOf(int y, int rows) { return y >= 0 ? y / rows : -((rows - 1 - y) / rows); }
+
+std::uint32_t commonestColor(const Image& image, const ColumnSpan& columns) {
+  constexpr int step = 3;
+  std::unordered_map<std::uint32_t, int> counts;
+  for (int y = 0; y < image.height(); y += step) {
+    const auto row = image.row(y);
+    for (int x = columns.first; x < columns.last; x += step) {
+      std::uint32_t pixel = 0;
+      std::memcpy(&pixel, row.data() + std::ptrdiff_t{4} * x, sizeof pixel);
+      ++counts[pixel];
+    }
+  }
+  if (counts.empty()) return 0;
+  return std::ranges::max_element(counts, {}, [](const auto& one) { return one.second; })->first;
+}
+
+}  // namespace
+
+std::span<std::uint8_t> TallPicture::writable(int y) {
+  const int piece = pieceOf(y, pieceRows);
+  std::vector<std::uint8_t>& bytes = pieces_[piece];
+  if (bytes.empty()) bytes.resize(rowBytes() * pieceRows);
+  return std::span(bytes).subspan(static_cast<std::size_t>(y - piece * pieceRows) * rowBytes(),
+                                  rowBytes());
+}
+
+std::span<const std::uint8_t> TallPicture::row(int y) const {
+  VT_CHECK(y >= top_ && y < bottom_);
+  const int piece = pieceOf(y, pieceRows);
+  return std::span(pieces_.at(piece))
+      .subspan(static_cast<std::size_t>(y - piece * pieceRows) * rowBytes(), rowBytes());
+}
+
+void TallPicture::paint(const Image& image, int from, int rows, int to) {
+  if (rows <= 0) return;
+  VT_CHECK(image.width() == width_ && from >= 0 && from + rows <= image.height());
+  VT_CHECK(height() == 0 || (to <= bottom_ && to + rows >= top_));
+  for (int i = 0; i < rows; ++i) {
+    const auto source = image.row(from + i);
+    std::memcpy(writable(to + i).data(), source.data(), source.size());
+  }
+  top_ = height() == 0 ? to : std::min(top_, to);
+  bottom_ = std::max(bottom_, to + rows);
+}
+
+void TallPicture::keep(int top, int bottom) {
+  top_ = std::max(top_, top);
+  bottom_ = std::min(bottom_, bottom);
+}
+
+void TallPicture::fill(const ColumnSpan& columns, int first, int last, const Image& image) {
+  if (columns.length() <= 0) return;
+  const std::uint32_t color = commonestColor(image, columns);
+  for (int y = first; y < last; ++y) {
+    const auto row = writable(y);
+    for (int x = columns.first; x < columns.last; ++x) {
+      std::memcpy(row.data() + std::ptrdiff_t{4} * x, &color, sizeof color);
+    }
+  }
+}
+
+Image TallPicture::finish() {
+  if (height() <= 0) return {};
+  MutableImage whole({width_, height()}, format_);
+  for (int y = top_; y < bottom_; ++y) {
+    const auto source = row(y);
+    std::memcpy(whole.row(y - top_).data(), source.data(), source.size());
+    if ((y + 1) % pieceRows == 0) pieces_.erase(pieceOf(y, pieceRows));
+  }
+  pieces_.clear();
+  top_ = bottom_ = 0;
+  return std::move(whole).finish();
+}
+
+}  // namespace vantorel

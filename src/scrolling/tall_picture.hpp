@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <span>
+#include <vector>
+
+#include "base/image.hpp"
+#include "scrolling/static_regions.hpp"
+
+namespace vantorel {
+
+/// A picture that grows at both ends, in pieces, so that it is never copied as a whole while it
+/// does. Rows have numbers, which may be negative. One thread at a time.
+class TallPicture {
+ public:
+  TallPicture() = default;
+  TallPicture(int width, PixelFormat format) : width_(width), format_(format) {}
+
+  [[nodiscard]] int width() const { return width_; }
+  [[nodiscard]] int top() const { return top_; }
+  [[nodiscard]] int bottom() const { return bottom_; }  ///< behind the last row
+  [[nodiscard]] int height() const { return bottom_ - top_; }
+
+  /// Puts `rows` rows of `image`, which is as wide as the picture, from its row `from` on, to row
+  /// `to` of the picture. They touch what is there, or lie in it.
+  void paint(const Image& image, int from, int rows, int to);
+
+  /// Takes away what lies outside of these rows.
+  void keep(int top, int bottom);
+
+  /// Fills columns of rows [first, last) with the color that most pixels of those columns have in
+  /// `image`.
+  void fill(const ColumnSpan& columns, int first, int last, const Image& image);
+
+  [[nodiscard]] std::span<const std::uint8_t> row(int y) const;
+
+  /// The whole; the picture is empty afterwards. Pieces go as they are copied.
+  [[nodiscard]] Image finish();
+
+ private:
+  static constexpr int pieceRows = 256;
+  [[nodiscard]] std::size_t rowBytes() const { return static_cast<std::size_t>(width_) * 4; }
+  [[nodiscard]] std::span<std::uint8_t> writable(int y);
+
+  int width_ = 0;
+  PixelFormat format_ = PixelFormat::bgrx;
+  int top_ = 0;
+  int bottom_ = 0;
+  std::map<int, std::vector<std::uint8_t>> pieces_;
+};
+
+}  // namespace vantorel
