@@ -28,6 +28,10 @@ constexpr float leastExact = 0.7F;
 constexpr float leastExactOfSegment = 1.0F / 3;
 constexpr int cellsOfSegment = 6;  // that say something, for the segment to have a say
 constexpr float leastExactOfStill = 0.5F;
+constexpr int certainRows = 8;
+constexpr int undisputedRows = 24;
+constexpr float leastExactUndisputed = 0.45F;
+constexpr std::size_t mostVotes = 4;
 constexpr float islandShare = 0.125F;
 constexpr float otherPaneShare = 0.05F;
 constexpr int otherPaneCells = 8;
@@ -36,7 +40,7 @@ constexpr int decidingCells = 4;
 // Of a shift that resembles.
 constexpr float leastGamma = 0.85F;
 constexpr float leastAlike = 0.8F;
-constexpr float leastLead = 0.12F;
+constexpr float leastLead = 0.3F;
 constexpr int cellsAlike = 32;
 
 constexpr double widestStillSide = 0.36;
@@ -47,27 +51,43 @@ class Matching {
            const StaticColumnMask& mask)
       : previous_(previous),
         current_(current),
+        range_(offsetSearchRange(predicted, current.height)),
         predicted_(predicted),
         pair_{.previous = previous,
               .current = current,
               .span = comparedColumnSpan(current.width, mask, current.scale),
-              .bands = {}} {
+              .bands = {}},
+        votes_(previous, current, pair_.span) {
     match_.mask = mask;
   }
 
   FrameMatch run(bool mayMask) {
     match_.backgroundEnergy = backgroundEnergy(previous_, current_, match_.mask, current_.scale);
     pair_.floor = match_.backgroundEnergy.value_or(leastFloor);
-    const StaticBands same = sameRows(pair_);
-    if (same.header == current_.height) return accepted(FrameJoin::NoMovement{.agreement = 1});
-    pair_.bands = texturedBands(pair_, same);
-    judgeCandidates();
-    const ShiftEvidence* const best = bestMoved();
+    pair_.bands = sameRows(pair_);
+    if (pair_.bands.header == current_.height) {
+      pair_.bands = {};
+      if (gatherEvidence(pair_, 0, judgedRows).exact < leastCells) {
+        return verdict(FrameJoin::Indeterminate{});
+      }
+      return accepted(FrameJoin::NoMovement{.agreement = 1});
+    }
+    textured_ = texturedBands(pair_, pair_.bands);
+    if (auto plain = plainVerdict()) return *std::move(plain);
+    judge(range_);
+    const ShiftEvidence* best = bestMoved();
     if (mayMask && best != nullptr && hasPoorSide(*best)) {
       const StaticColumnMask mask = stillSides(pair_, *best, match_.mask);
       if (mask != match_.mask) return masked(mask, *best);
     }
-    if (const auto exact = exactVerdict(best)) return *exact;
+    const bool isCertain = best != nullptr && votes_.rowsFor(best->offset) >= certainRows;
+    if (isCertain) {
+      if (auto exact = exactVerdict(best)) return *std::move(exact);
+    }
+    // Nothing that fits is there only once: see what else might fit.
+    const int furthest = current_.height - minimumOverlap(current_.height);
+    judge({-furthest, furthest});
+    if (auto exact = exactVerdict(bestMoved())) return *std::move(exact);
     return resemblingVerdict();
   }
 
@@ -82,33 +102,77 @@ class Matching {
     return verdict(std::move(join));
   }
 
+  std::optional<FrameMatch> panes(int primary, int secondary) {
+    return verdict(
+        FrameJoin::MultiplePanes{.primaryOffset = primary, .secondaryOffset = secondary});
+  }
+
+  FrameMatch tooFast(float agreement) {
+    return verdict(FrameJoin::ScrolledTooFast{.bestAgreement = agreement});
+  }
+
   [[nodiscard]] FrameJoin::Joined joined(int offset, float agreement) {
     const StaticBands bands = staticBands(pair_, offset);
     match_.contentRows = RowRange{bands.header, current_.height - bands.footer};
     return {.offset = offset, .agreement = agreement, .bands = bands};
   }
 
-  void judgeCandidates() {
-    std::vector<int> offsets =
-        nominateShifts(pair_, offsetSearchRange(predicted_, current_.height), mostCandidates);
-    if (std::ranges::find(offsets, 0) == offsets.end()) offsets.push_back(0);
-    for (const int offset : offsets) judged_.push_back(gatherEvidence(pair_, offset, judgedRows));
+  [[nodiscard]] bool isInRange(int offset) const {
+    return offset >= range_.first && offset <= range_.last;
   }
 
+  /// The usual case, in which nothing is left to ask: rows that are there only once agree on a
+  /// shift, and everything fits it.
+  std::optional<FrameMatch> plainVerdict() {
+    const auto votes = votes_.best(1);
+    if (votes.empty() || votes.front().offset == 0) return std::nullopt;
+    const int offset = votes.front().offset;
+    if (!isInRange(offset) || !hasOverlap(offset) || !isUndisputed(offset)) return std::nullopt;
+    const ShiftEvidence evidence = gatherEvidence(pair_, offset, judgedRows);
+    if (evidence.mismatches() > 0 || !isEnough(evidence)) return std::nullopt;
+    return accepted(joined(offset, 1));
+  }
+
+  /// Judges what profiles and votes nominate within `range`, and no movement.
+  void judge(const OffsetRange& range) {
+    std::vector<int> offsets = nominateShifts(pair_, range, mostCandidates);
+    for (const auto& vote : votes_.best(mostVotes)) {
+      if (isInRange(vote.offset)) offsets.push_back(vote.offset);
+    }
+    offsets.push_back(0);
+    for (const int offset : offsets) {
+      if (std::ranges::find(judged_, offset, &ShiftEvidence::offset) != judged_.end()) continue;
+      judged_.push_back(offset == 0 ? evidenceOfStill()
+                                    : gatherEvidence(pair_, offset, judgedRows));
+    }
+  }
+
+  /// What is the same at the same place counts for a page that stands still, bands and all.
+  [[nodiscard]] ShiftEvidence evidenceOfStill() const {
+    FramePair whole = pair_;
+    whole.bands = {};
+    return gatherEvidence(whole, 0, judgedRows);
+  }
+
+  /// As many rows as two frames must have in common, those between the bands alone.
   [[nodiscard]] bool hasOverlap(int offset) const {
-    return pair_.overlap(offset).length() >= minimumOverlap(current_.height);
+    return current_.height - textured_.header - textured_.footer - std::abs(offset) >=
+           minimumOverlap(current_.height);
   }
 
   [[nodiscard]] const ShiftEvidence& still() const {
     return *std::ranges::find(judged_, 0, &ShiftEvidence::offset);
   }
 
-  /// The shift that most cells fit; null when none does.
+  [[nodiscard]] static bool isEnough(const ShiftEvidence& evidence) {
+    return evidence.exact >= leastCells && evidence.exactRows() >= leastRows;
+  }
+
+  /// The shift that cells fit best; null when none has enough of them.
   [[nodiscard]] const ShiftEvidence* bestMoved() const {
     const ShiftEvidence* best = nullptr;
     for (const ShiftEvidence& one : judged_) {
-      if (one.offset == 0 || one.exact < leastCells || one.exactRows() < leastRows) continue;
-      if (!hasOverlap(one.offset)) continue;
+      if (one.offset == 0 || !isEnough(one)) continue;
       if (best == nullptr || one.exactShare() > best->exactShare() ||
           (one.exactShare() == best->exactShare() && one.exact > best->exact)) {
         best = &one;
@@ -117,20 +181,45 @@ class Matching {
     return best;
   }
 
-  [[nodiscard]] static std::pair<int, int> tellingAndExact(const ShiftEvidence& evidence,
-                                                           std::size_t segment) {
-    std::pair<int, int> count{0, 0};
-    for (const ShiftEvidence::Row& row : evidence.rows) {
-      count.first += row.cells.at(segment) != CellVerdict::silent ? 1 : 0;
-      count.second += row.cells.at(segment) == CellVerdict::exact ? 1 : 0;
-    }
-    return count;
-  }
-
   [[nodiscard]] static bool isPoor(const ShiftEvidence& evidence, std::size_t segment) {
-    const auto [telling, exact] = tellingAndExact(evidence, segment);
+    int telling = 0;
+    int exact = 0;
+    for (const ShiftEvidence::Row& row : evidence.rows) {
+      telling += row.cells.at(segment) != CellVerdict::silent ? 1 : 0;
+      exact += row.cells.at(segment) == CellVerdict::exact ? 1 : 0;
+    }
     return telling >= cellsOfSegment &&
            static_cast<float>(exact) < leastExactOfSegment * static_cast<float>(telling);
+  }
+
+  /// Whether a segment never fits for long: what plays there would leave some of it alone.
+  [[nodiscard]] static bool isUnlike(const ShiftEvidence& evidence, std::size_t segment) {
+    int longest = 0;
+    int run = 0;
+    for (const ShiftEvidence::Row& row : evidence.rows) {
+      const CellVerdict verdict = row.cells.at(segment);
+      if (verdict == CellVerdict::silent) continue;
+      run = verdict == CellVerdict::exact ? run + 1 : 0;
+      longest = std::max(longest, run);
+    }
+    return isPoor(evidence, segment) && longest < cellsOfSegment;
+  }
+
+  [[nodiscard]] static bool isUnlikeAnywhere(const ShiftEvidence& evidence) {
+    for (std::size_t segment = 0; segment < evidenceSegments; ++segment) {
+      if (isUnlike(evidence, segment)) return true;
+    }
+    return false;
+  }
+
+  /// Whether rows that are there only once speak for a shift and, but for what stands still, for no
+  /// other.
+  [[nodiscard]] bool isUndisputed(int offset) const {
+    const int rows = votes_.rowsFor(offset);
+    return rows >= undisputedRows &&
+           std::ranges::none_of(votes_.best(mostVotes), [&](const ShiftVotes::Vote& vote) {
+             return vote.offset != 0 && std::abs(vote.offset - offset) > 1 && 4 * vote.rows > rows;
+           });
   }
 
   /// Whether the page may stand still at one of its sides while the rest moved.
@@ -141,9 +230,7 @@ class Matching {
 
   FrameMatch masked(const StaticColumnMask& mask, const ShiftEvidence& best) {
     const int still = mask.leadingPixels.value_or(0) + mask.trailingPixels.value_or(0);
-    if (still > widestStillSide * current_.width) {
-      return verdict(FrameJoin::MultiplePanes{.primaryOffset = best.offset, .secondaryOffset = 0});
-    }
+    if (still > widestStillSide * current_.width) return *panes(best.offset, 0);
     FrameMatch anew = Matching(previous_, current_, predicted_, mask).run(false);
     if (!std::holds_alternative<FrameJoin::Joined>(anew.join.value)) anew.mask = match_.mask;
     return anew;
@@ -151,51 +238,47 @@ class Matching {
 
   /// What exact cells say; nothing when no shift has enough of them.
   std::optional<FrameMatch> exactVerdict(const ShiftEvidence* best) {
-    const ShiftEvidence& still = this->still();
-    const bool isStill = still.exact >= leastCells && still.exactShare() >= leastExactOfStill &&
-                         (best == nullptr || still.mismatches() <= best->mismatches());
-    if (isStill) return stillVerdict(best);
-    if (best == nullptr || best->exactShare() < leastExact) return panesVerdict(best);
-    for (std::size_t segment = 0; segment < evidenceSegments; ++segment) {
-      if (isPoor(*best, segment)) return panesVerdict(best);
-    }
-    if (const auto refusal = refusalOf(*best)) return refusal;
+    const bool isStill = still().exact >= leastCells && still().exactShare() >= leastExactOfStill &&
+                         (best == nullptr || still().mismatches() <= best->mismatches());
+    if (isStill) return stillVerdict();
+    if (best == nullptr) return std::nullopt;
+    const float least = isUndisputed(best->offset) ? leastExactUndisputed : leastExact;
+    if (best->exactShare() < least) return panesVerdict(*best);
+    if (auto refusal = refusalOf(*best)) return refusal;
+    if (!isInRange(best->offset) || !hasOverlap(best->offset)) return tooFast(best->exactShare());
     return accepted(joined(best->offset, best->exactShare()));
   }
 
-  std::optional<FrameMatch> stillVerdict(const ShiftEvidence* best) {
-    if (best != nullptr) {
-      const int moved = explainedBy(pair_, still(), best->offset, explainedRows);
-      if (moved >= otherPaneCells) return panes(best->offset, 0);
-    }
-    if (still().mismatches() >= decidingCells) {
-      if (const auto elsewhere = shiftOutside(still())) {
-        return verdict(FrameJoin::ScrolledTooFast{.bestAgreement = still().exactShare()});
+  std::optional<FrameMatch> stillVerdict() {
+    for (const ShiftEvidence& other : judged_) {
+      if (std::abs(other.offset) <= 1 || other.exact < leastCells) continue;
+      const int moved = explainedBy(pair_, still(), other.offset, explainedRows);
+      if (moved >= otherPaneCells && 2 * moved >= still().mismatches()) {
+        return panes(other.offset, 0);
       }
+      if (moved >= decidingCells && isUnlikeAnywhere(still())) return tooFast(0);
     }
+    if (isFoundElsewhere(still())) return tooFast(still().exactShare());
     return accepted(FrameJoin::NoMovement{.agreement = still().exactShare()});
   }
 
   /// Two parts that are exact, each by a shift of its own.
-  std::optional<FrameMatch> panesVerdict(const ShiftEvidence* best) {
-    if (best == nullptr) return std::nullopt;
+  std::optional<FrameMatch> panesVerdict(const ShiftEvidence& best) {
     for (const ShiftEvidence& other : judged_) {
-      if (std::abs(other.offset - best->offset) <= 1 || other.exact < leastCells) continue;
-      const int own = explainedBy(pair_, other, best->offset, explainedRows);
-      const int others = explainedBy(pair_, *best, other.offset, explainedRows);
-      if (std::min(own, others) >= otherPaneCells) return panes(best->offset, other.offset);
+      if (std::abs(other.offset - best.offset) <= 1 || other.exact < leastCells) continue;
+      const int own = explainedBy(pair_, other, best.offset, explainedRows);
+      const int others = explainedBy(pair_, best, other.offset, explainedRows);
+      if (std::min(own, others) >= otherPaneCells) return panes(best.offset, other.offset);
     }
     return std::nullopt;
   }
 
-  std::optional<FrameMatch> panes(int primary, int secondary) {
-    return verdict(
-        FrameJoin::MultiplePanes{.primaryOffset = primary, .secondaryOffset = secondary});
-  }
-
   /// Why a shift that fits is not taken.
   std::optional<FrameMatch> refusalOf(const ShiftEvidence& best) {
-    const auto telling = static_cast<float>(best.telling);
+    if (isUnlikeAnywhere(best)) {
+      if (auto refusal = panesVerdict(best)) return refusal;
+      return tooFast(best.exactShare());
+    }
     for (const ShiftEvidence& other : judged_) {
       if (other.offset == best.offset) continue;
       const bool isNext = std::abs(other.offset - best.offset) <= 1;
@@ -203,7 +286,8 @@ class Matching {
                                 ? 0
                                 : explainedBy(pair_, best, other.offset, explainedRows);
       const float share = other.offset == 0 ? islandShare : otherPaneShare;
-      if (explained >= otherPaneCells && static_cast<float>(explained) >= share * telling) {
+      if (explained >= otherPaneCells &&
+          static_cast<float>(explained) >= share * static_cast<float>(best.telling)) {
         return panes(best.offset, other.offset);
       }
       // What the other one gets wrong, this one must get right, or nothing tells them apart.
@@ -211,26 +295,21 @@ class Matching {
       const int deciding = explainedBy(pair_, other, best.offset, explainedRows);
       if (deciding < decidingCells + explained) return verdict(FrameJoin::Indeterminate{});
     }
-    if (best.mismatches() >= decidingCells) {
-      if (const auto elsewhere = shiftOutside(best)) {
-        return verdict(FrameJoin::ScrolledTooFast{.bestAgreement = best.exactShare()});
-      }
-    }
+    if (isFoundElsewhere(best)) return tooFast(best.exactShare());
     return std::nullopt;
   }
 
-  /// A shift that was not judged and that explains what does not fit `evidence`.
-  [[nodiscard]] std::optional<int> shiftOutside(const ShiftEvidence& evidence) const {
-    constexpr std::size_t mostVotes = 6;
-    for (const ShiftVote& vote : shiftVotes(previous_, current_, pair_.span, mostVotes)) {
-      const bool isJudged = std::ranges::any_of(judged_, [&](const ShiftEvidence& one) {
-        return std::abs(one.offset - vote.offset) <= 1;
-      });
-      if (isJudged) continue;
+  /// Whether what does not fit `evidence` is found at a shift that was not judged.
+  [[nodiscard]] bool isFoundElsewhere(const ShiftEvidence& evidence) const {
+    if (evidence.mismatches() < decidingCells) return false;
+    return std::ranges::any_of(votes_.best(mostVotes), [&](const ShiftVotes::Vote& vote) {
+      if (std::ranges::find(judged_, vote.offset, &ShiftEvidence::offset) != judged_.end()) {
+        return false;
+      }
       const int explained = explainedBy(pair_, evidence, vote.offset, explainedRows);
-      if (explained >= decidingCells && 4 * explained >= evidence.mismatches()) return vote.offset;
-    }
-    return std::nullopt;
+      return explained >= decidingCells &&
+             (4 * explained >= evidence.mismatches() || isUnlikeAnywhere(evidence));
+    });
   }
 
   FrameMatch resemblingVerdict() {
@@ -238,18 +317,19 @@ class Matching {
     int mostTelling = 0;
     for (const ShiftEvidence& one : judged_) {
       mostTelling = std::max(mostTelling, one.telling);
-      if (one.telling < cellsAlike || (one.offset != 0 && !hasOverlap(one.offset))) continue;
+      if (one.telling < cellsAlike) continue;
       if (best == nullptr || one.gamma() > best->gamma()) best = &one;
     }
     if (best == nullptr) {
       if (mostTelling < cellsAlike) return verdict(FrameJoin::Indeterminate{});
-      return verdict(FrameJoin::ScrolledTooFast{});
+      return tooFast(0);
     }
     const float agreement = std::max(best->gamma(), 0.0F);
     if (best->gamma() < leastGamma || best->alikeShare() < leastAlike || !leads(*best)) {
-      return verdict(FrameJoin::ScrolledTooFast{.bestAgreement = agreement});
+      return tooFast(agreement);
     }
     if (best->offset == 0) return verdict(FrameJoin::NoMovement{.agreement = agreement});
+    if (!isInRange(best->offset) || !hasOverlap(best->offset)) return tooFast(agreement);
     return verdict(joined(best->offset, agreement));
   }
 
@@ -267,8 +347,11 @@ class Matching {
 
   const FrameSignature& previous_;
   const FrameSignature& current_;
+  OffsetRange range_;
   int predicted_;
   FramePair pair_;
+  ShiftVotes votes_;
+  StaticBands textured_;
   FrameMatch match_;
   std::vector<ShiftEvidence> judged_;
 };

@@ -4,6 +4,18 @@
 
 namespace vantorel {
 
+bool isFlat(std::span<const std::uint8_t> stretch, float floor) {
+  std::uint32_t sum = 0;
+  std::uint32_t squares = 0;
+  for (std::size_t i = 0; i < stretch.size(); ++i) {
+    const std::uint32_t level = stretch.data()[i];
+    sum += level;
+    squares += level * level;
+  }
+  const auto count = static_cast<double>(stretch.size());
+  return squares - sum / count * sum < count * static_cast<double>(floor);
+}
+
 SegmentScore scoreSegment(std::span<const std::uint8_t> a, std::span<const std::uint8_t> b,
                           float floor) {
   // Levels are whole numbers, so that the sums are exact and one pass will do.

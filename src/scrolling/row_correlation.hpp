@@ -30,6 +30,9 @@ struct SegmentScore {
   return static_cast<int>(std::int64_t{index} * length / count);
 }
 
+/// Whether a stretch is flat, as `scoreSegment` sees it.
+[[nodiscard]] bool isFlat(std::span<const std::uint8_t> stretch, float floor);
+
 /// A stretch is flat when its energy is below `floor` for each of its pixels. Both are equally
 /// long, at least one pixel and at most 65,536.
 [[nodiscard]] SegmentScore scoreSegment(std::span<const std::uint8_t> a,

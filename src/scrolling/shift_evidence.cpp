@@ -43,6 +43,10 @@ Judged judge(const FramePair& pair, int row, int offset, int segment) {
   const auto before = cell(pair.previous, pair.span, row + offset, segment);
   if (before.empty()) return {};
   const auto now = cell(pair.current, pair.span, row, segment);
+  if (std::memcmp(before.data(), now.data(), now.size()) == 0) {
+    if (isFlat(now, pair.floor) || isUpright(pair, row, segment)) return {};
+    return {.verdict = CellVerdict::exact, .gamma = 1, .informative = true};
+  }
   const SegmentScore score = scoreSegment(before, now, pair.floor);
   if (!score.gamma && std::abs(score.meanDifference) < brighterBy) return {};
   Judged judged{.gamma = score.gamma.value_or(0), .informative = score.informative};
@@ -55,6 +59,15 @@ Judged judge(const FramePair& pair, int row, int offset, int segment) {
     judged.verdict = CellVerdict::unlike;
   }
   return judged;
+}
+
+/// One row of each of `count` equal parts, at another place in each by the golden ratio: at an even
+/// distance they might all meet the blank rows between lines.
+int sampledRow(const RowRange& rows, int index, int count) {
+  if (count == rows.length()) return rows.first + index;
+  constexpr double goldenRatio = 0.6180339887498949;
+  const double place = index + std::fmod((index + 1) * goldenRatio, 1.0);
+  return rows.first + static_cast<int>(place * rows.length() / count);
 }
 
 }  // namespace
@@ -80,7 +93,7 @@ ShiftEvidence gatherEvidence(const FramePair& pair, int offset, int mostRows) {
   const RowRange overlap = pair.overlap(offset);
   const int count = std::min(overlap.length(), mostRows);
   for (int i = 0; i < count; ++i) {
-    const int y = overlap.first + segmentStart(overlap.length(), i, count);
+    const int y = sampledRow(overlap, i, count);
     ShiftEvidence::Row row{.score = {.row = y}};
     int usable = 0;
     for (int segment = 0; segment < evidenceSegments; ++segment) {

@@ -1,80 +1,120 @@
 #include "scrolling/shift_votes.hpp"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cstdint>
 #include <cstdlib>
-#include <utility>
 
 namespace vantorel {
 namespace {
 
 constexpr int together = 3;
-constexpr std::size_t mostPlaces = 4;
-constexpr float leastRows = 4;
+constexpr std::array<int, 4> lookStarts{0, 2, 4, 5};  // their first blocks
+constexpr int leastRows = 4;
 constexpr float texturedSquares = 4;  // of a block's mean about the middle of them
 
-struct KeyedRow {
-  std::uint64_t key = 0;
-  int row = 0;
-};
-
 /// 0 for a flat row, which could be anywhere.
-std::uint64_t keyOf(const RowDigest& row, int block) {
-  const auto at = [&](int i) { return row.blocks.at(static_cast<std::size_t>(block + i)); };
-  const float middle = (at(0) + at(1) + at(2)) / together;
+std::uint64_t lookOf(const RowDigest& row, int block) {
+  const float* const means = row.blocks.data() + block;
+  const float middle = (means[0] + means[1] + means[2]) / together;
   float squares = 0;
-  std::uint64_t key = 0;
+  std::uint64_t look = static_cast<std::uint64_t>(block) + 1;
   for (int i = 0; i < together; ++i) {
-    squares += (at(i) - middle) * (at(i) - middle);
-    key = (key ^ std::bit_cast<std::uint32_t>(at(i))) * 0x9E3779B97F4A7C15ULL;
-    key ^= key >> 29U;
+    squares += (means[i] - middle) * (means[i] - middle);
+    look = (look ^ std::bit_cast<std::uint32_t>(means[i])) * 0x9E3779B97F4A7C15ULL;
+    look ^= look >> 29U;
   }
-  return squares < texturedSquares * together ? 0 : std::max<std::uint64_t>(key, 1);
+  return squares < texturedSquares * together ? 0 : look | 1U;
 }
 
-std::vector<KeyedRow> keyedRows(const FrameSignature& frame, int block) {
-  std::vector<KeyedRow> keyed;
-  keyed.reserve(frame.rows.size());
-  for (std::size_t y = 0; y < frame.rows.size(); ++y) {
-    const std::uint64_t key = keyOf(frame.rows[y], block);
-    if (key != 0) keyed.push_back({key, static_cast<int>(y)});
+/// Where a look begins; rows that continue it do not count. Open addressing: thousands of them are
+/// put in for every frame.
+class LookTable {
+ public:
+  explicit LookTable(std::size_t looks)
+      : slots_(std::bit_ceil(2 * looks + 1)), mask_(slots_.size() - 1) {}
+
+  struct Slot {
+    std::uint64_t look = 0;
+    std::array<int, 2> counts{};  // in the previous frame and in the new one
+    int row = 0;                  // of the previous frame
+  };
+
+  Slot& at(std::uint64_t look) {
+    std::size_t i = (look >> 20U) & mask_;
+    while (slots_[i].look != 0 && slots_[i].look != look) i = (i + 1) & mask_;
+    slots_[i].look = look;
+    return slots_[i];
   }
-  return keyed;
-}
+
+ private:
+  std::vector<Slot> slots_;
+  std::size_t mask_;
+};
 
 }  // namespace
 
-std::vector<ShiftVote> shiftVotes(const FrameSignature& previous, const FrameSignature& current,
-                                  const ColumnSpan& span, std::size_t most) {
-  const int furthest = current.height;
-  std::vector<float> tally(static_cast<std::size_t>(2 * furthest + 1));
-  for (int block = 0; block + together <= rowBlocks; ++block) {
-    if (blockStart(current.width, block) < span.first ||
-        blockStart(current.width, block + together) > span.last) {
-      continue;
+ShiftVotes::ShiftVotes(const FrameSignature& previous, const FrameSignature& current,
+                       const ColumnSpan& span)
+    : furthest_(current.height), tally_(static_cast<std::size_t>(2 * current.height + 1)) {
+  std::vector<int> blocks;
+  for (const int block : lookStarts) {
+    if (blockStart(current.width, block) >= span.first &&
+        blockStart(current.width, block + together) <= span.last) {
+      blocks.push_back(block);
     }
-    std::vector<KeyedRow> known = keyedRows(previous, block);
-    std::ranges::sort(known, {}, &KeyedRow::key);
-    for (const KeyedRow& row : keyedRows(current, block)) {
-      const auto places = std::ranges::equal_range(known, row.key, {}, &KeyedRow::key);
-      const auto count = static_cast<std::size_t>(places.size());
-      if (count == 0 || count > mostPlaces) continue;
-      for (const KeyedRow& place : places) {
-        tally[static_cast<std::size_t>(place.row - row.row + furthest)] +=
-            1 / static_cast<float>(count);
+  }
+  LookTable table((previous.rows.size() + current.rows.size()) * blocks.size());
+  std::vector<std::uint64_t> looks(current.rows.size() * blocks.size());
+  for (std::size_t frame = 0; frame < 2; ++frame) {
+    const std::vector<RowDigest>& rows = frame == 0 ? previous.rows : current.rows;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+      std::uint64_t above = 0;
+      for (std::size_t y = 0; y < rows.size(); ++y) {
+        const std::uint64_t look = lookOf(rows[y], blocks[i]);
+        const bool begins = look != 0 && look != above && y > 0;
+        above = look;
+        if (frame == 1) looks[y * blocks.size() + i] = begins ? look : 0;
+        if (!begins) continue;
+        LookTable::Slot& slot = table.at(look);
+        ++slot.counts.at(frame);
+        if (frame == 0) slot.row = static_cast<int>(y);
       }
     }
   }
-  std::vector<ShiftVote> votes;
-  for (std::size_t i = 0; i < tally.size(); ++i) {
-    if (tally[i] >= leastRows) votes.push_back({static_cast<int>(i) - furthest, tally[i]});
+  std::array<int, lookStarts.size()> said{};
+  for (std::size_t y = 0; y < current.rows.size(); ++y) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+      const std::uint64_t look = looks[y * blocks.size() + i];
+      if (look == 0) continue;
+      const LookTable::Slot& slot = table.at(look);
+      if (slot.counts[0] != 1 || slot.counts[1] != 1) continue;
+      const int offset = slot.row - static_cast<int>(y);
+      const auto end = said.begin() + static_cast<std::ptrdiff_t>(count);
+      if (std::find(said.begin(), end, offset) != end) continue;
+      said.at(count++) = offset;
+      ++tally_[static_cast<std::size_t>(offset + furthest_)];
+    }
   }
-  std::ranges::stable_sort(votes, std::ranges::greater{}, &ShiftVote::rows);
-  std::vector<ShiftVote> apart;
-  for (const ShiftVote& vote : votes) {
+}
+
+int ShiftVotes::rowsFor(int offset) const {
+  return std::abs(offset) > furthest_ ? 0 : tally_[static_cast<std::size_t>(offset + furthest_)];
+}
+
+std::vector<ShiftVotes::Vote> ShiftVotes::best(std::size_t most) const {
+  std::vector<Vote> votes;
+  for (std::size_t i = 0; i < tally_.size(); ++i) {
+    if (tally_[i] >= leastRows) votes.push_back({static_cast<int>(i) - furthest_, tally_[i]});
+  }
+  std::ranges::stable_sort(votes, std::ranges::greater{}, &Vote::rows);
+  std::vector<Vote> apart;
+  for (const Vote& vote : votes) {
     if (apart.size() == most) break;
     const bool isNear = std::ranges::any_of(
-        apart, [&](const ShiftVote& one) { return std::abs(one.offset - vote.offset) <= 2; });
+        apart, [&](const Vote& one) { return std::abs(one.offset - vote.offset) <= 2; });
     if (!isNear) apart.push_back(vote);
   }
   return apart;

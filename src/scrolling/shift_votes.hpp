@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "scrolling/frame_signature.hpp"
@@ -7,19 +8,30 @@
 
 namespace vantorel {
 
-/// A shift that rows of two frames speak for.
-struct ShiftVote {
-  int offset = 0;
-  float rows = 0;  ///< how many; one that could come from n places counts an n-th for each
-};
+/// What rows that cannot be mistaken for another say of how a page moved: those at which a look
+/// begins that both frames have in one place only. A look is the means of three blocks beside each
+/// other within the span, to the last bit; as each three are looked at by themselves, a part that
+/// stays still or shows a film does not hide the rest. Digests alone are looked at, at shifts of
+/// any size. Any thread.
+class ShiftVotes {
+ public:
+  struct Vote {
+    int offset = 0;
+    int rows = 0;  ///< how many speak for it
+  };
 
-/// The shifts, whatever their size, at which textured rows of `current` are found in `previous`
-/// with the very same means of three blocks beside each other, the best first, no two within 2 rows
-/// of each other, at most `most`. Only blocks within `span` count; as each three are looked at by
-/// themselves, a part that stays still or shows a film does not hide the rest. A coarse look, to be
-/// followed by a comparison. Rows that stand in more than four places vote for none.
-[[nodiscard]] std::vector<ShiftVote> shiftVotes(const FrameSignature& previous,
-                                                const FrameSignature& current,
-                                                const ColumnSpan& span, std::size_t most);
+  ShiftVotes(const FrameSignature& previous, const FrameSignature& current, const ColumnSpan& span);
+
+  /// How many rows speak for a shift.
+  [[nodiscard]] int rowsFor(int offset) const;
+
+  /// The shifts that at least four rows speak for, the best first, no two within 2 rows of each
+  /// other, at most `most`.
+  [[nodiscard]] std::vector<Vote> best(std::size_t most) const;
+
+ private:
+  int furthest_ = 0;
+  std::vector<int> tally_;
+};
 
 }  // namespace vantorel

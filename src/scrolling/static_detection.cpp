@@ -18,7 +18,14 @@ bool isSameRow(const FramePair& pair, int before, int now) {
 
 bool hasTexture(const FramePair& pair, int y) {
   const auto row = compared(pair, pair.current, y);
-  return scoreSegment(row, row, pair.floor).informative;
+  for (int segment = 0; segment < evidenceSegments; ++segment) {
+    const int first = segmentStart(pair.span.length(), segment, evidenceSegments);
+    const int last = segmentStart(pair.span.length(), segment + 1, evidenceSegments);
+    const auto part =
+        row.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(last - first));
+    if (!part.empty() && !isFlat(part, pair.floor)) return true;
+  }
+  return false;
 }
 
 /// What a row near an edge did while the page moved by `offset`. A row that leaves the overlap has

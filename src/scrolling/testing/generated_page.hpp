@@ -245,9 +245,10 @@ struct GeneratedView {
       }
     }
     if (hasVideo) {
+      std::minstd_rand film(static_cast<unsigned>(number));
       for (int y = height / 2; y < height / 2 + height / 4; ++y) {
         for (int x = width / 8; x < width / 8 + width / 4; ++x) {
-          at(x, y) = patterned(x, y, static_cast<unsigned>(number));
+          at(x, y) = static_cast<std::uint32_t>(film());
         }
       }
     }
