@@ -42,7 +42,8 @@ FrameMatch joinFrames(const FrameSignature& previous, const FrameSignature& curr
   const int furthest = current.height - minimumOverlap(current.height);
   const ColumnSpan span = comparedColumnSpan(current.width, mask, current.scale);
   std::vector<int> predictions;
-  for (const auto& vote : ShiftVotes(previous, current, span).best(mostVotes)) {
+  const ShiftVotes votes(previous.rows, current.rows, current.width, span);
+  for (const ShiftVotes::Vote& vote : votes.best(mostVotes)) {
     if (std::abs(vote.offset) <= furthest) predictions.push_back(vote.offset);
   }
   for (int further = 2 * lastOffset; further != 0 && std::abs(further) < furthest; further *= 2) {

@@ -57,7 +57,7 @@ class Matching {
               .current = current,
               .span = comparedColumnSpan(current.width, mask, current.scale),
               .bands = {}},
-        votes_(previous, current, pair_.span) {
+        votes_(previous.rows, current.rows, current.width, pair_.span) {
     match_.mask = mask;
   }
 

@@ -46,6 +46,17 @@ RowDigest digestOf(std::span<const std::uint8_t> grey) {
 
 }  // namespace
 
+FrameSignature partOf(const FrameSignature& signature, int first, int last) {
+  const auto luma = [&](int y) {
+    return signature.luma.begin() + std::ptrdiff_t{signature.width} * y;
+  };
+  return {.width = signature.width,
+          .height = last - first,
+          .scale = signature.scale,
+          .luma = {luma(first), luma(last)},
+          .rows = {signature.rows.begin() + first, signature.rows.begin() + last}};
+}
+
 FrameSignature makeFrameSignature(const Image& image, double scale) {
   if (image.width() < 1 || image.height() < 1) return {};
   FrameSignature signature{

@@ -38,6 +38,9 @@ struct FrameSignature {
   bool operator==(const FrameSignature&) const = default;
 };
 
+/// Rows [first, last) of a signature.
+[[nodiscard]] FrameSignature partOf(const FrameSignature& signature, int first, int last);
+
 /// The first column of block `block` of 0 to 8 of a row `width` pixels wide; 8 is the end.
 [[nodiscard]] constexpr int blockStart(int width, int block) { return width * block / rowBlocks; }
 

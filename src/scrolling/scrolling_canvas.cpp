@@ -8,6 +8,7 @@
 #include "scrolling/frame_joiner.hpp"
 #include "scrolling/frame_signature.hpp"
 #include "scrolling/offset_range.hpp"
+#include "scrolling/shift_votes.hpp"
 #include "scrolling/tall_picture.hpp"
 
 namespace vantorel {
@@ -16,6 +17,7 @@ namespace {
 /// A frame, and where on the page its top is.
 struct Placed {
   Image image;
+  std::vector<RowDigest> digests;
   int position = 0;
 
   [[nodiscard]] int bottom() const { return position + image.height(); }
@@ -57,6 +59,7 @@ struct ScrollingCanvas::State {
   void begin(const ScrollFrame& frame, FrameSignature signature);
   Step step(ScrollingSight sight, FrameMatch match) const;
   FrameMatch match(const FrameSignature& signature, int& position, bool& isExact) const;
+  std::optional<FrameMatch> matchPicture(const FrameSignature& signature, int& position) const;
   void stoodStill(const ScrollFrame& frame, FrameSignature signature);
   [[nodiscard]] bool hasRoom(int position) const;
   void place(const ScrollFrame& frame, FrameSignature signature, const StaticBands& bands,
@@ -65,6 +68,7 @@ struct ScrollingCanvas::State {
   void growUp(const Placed& frame, const StaticBands& bands);
   void paint(const Placed& frame, int first, int last);
   void repaint(const Placed& frame, const StaticBands& bands);
+  void paintEnds();
 
   std::int64_t maximumPixels;
   bool isOver = false;
@@ -84,10 +88,10 @@ struct ScrollingCanvas::State {
 };
 
 void ScrollingCanvas::State::begin(const ScrollFrame& frame, FrameSignature signature) {
-  latest = {std::move(signature), 0};
-  highest = lowest = {frame.image, 0};
+  highest = lowest = {frame.image, signature.rows, 0};
   picture = TallPicture(frame.image.width(), frame.image.format());
-  picture.paint(frame.image, 0, frame.image.height(), 0);
+  picture.paint(frame.image, signature.rows, 0, frame.image.height(), 0);
+  latest = {std::move(signature), 0};
 }
 
 ScrollingCanvas::Step ScrollingCanvas::State::step(ScrollingSight sight, FrameMatch match) const {
@@ -122,6 +126,38 @@ FrameMatch ScrollingCanvas::State::match(const FrameSignature& signature, int& a
   return found;
 }
 
+/// Looks for a frame in all of the picture, when it is not beside the latest. Bands are left out of
+/// it, as the picture has none.
+std::optional<FrameMatch> ScrollingCanvas::State::matchPicture(const FrameSignature& signature,
+                                                               int& at) const {
+  constexpr int leastRows = 24;
+  if (!(highest.position < lowest.position)) return std::nullopt;
+  const FrameSignature page = partOf(signature, bands.header, signature.height - bands.footer);
+  if (picture.height() < page.height) return std::nullopt;
+  const ColumnSpan span = comparedColumnSpan(width(), mask, scale.display);
+  const ShiftVotes votes(picture.digests(), page.rows, width(), span);
+  const auto best = votes.best(2);
+  if (best.empty() || best.front().rows < leastRows) return std::nullopt;
+  if (best.size() > 1 && 4 * best.back().rows > best.front().rows) return std::nullopt;
+  const int found = picture.top() + best.front().offset;
+  const int first = std::clamp(found, picture.top(), picture.bottom() - page.height);
+  FrameMatch match =
+      joinFrames(makeFrameSignature(picture.part(first, first + page.height), scale.display), page,
+                 found - first, mask);
+  if (!match.isExact) return std::nullopt;
+  at = first - bands.header;
+  if (auto* const joined = std::get_if<FrameJoin::Joined>(&match.join.value)) {
+    at += joined->offset;
+    joined->offset = at - latest.position;
+    joined->bands = bands;
+  } else {
+    match.join.value =
+        FrameJoin::Joined{.offset = at - latest.position, .agreement = 1, .bands = bands};
+  }
+  match.contentRows = RowRange{bands.header, signature.height - bands.footer};
+  return match;
+}
+
 bool ScrollingCanvas::State::hasRoom(int at) const {
   const std::int64_t rows =
       std::max(lowest.bottom(), at + frameHeight()) - std::int64_t{std::min(highest.position, at)};
@@ -131,7 +167,7 @@ bool ScrollingCanvas::State::hasRoom(int at) const {
 /// Rows [first, last) of the page, which the frame shows.
 void ScrollingCanvas::State::paint(const Placed& frame, int first, int last) {
   if (first >= last) return;
-  picture.paint(frame.image, first - frame.position, last - first, first);
+  picture.paint(frame.image, frame.digests, first - frame.position, last - first, first);
   if (mask.leadingPixels) picture.fill({0, *mask.leadingPixels}, first, last, frame.image);
   if (mask.trailingPixels) {
     picture.fill({width() - *mask.trailingPixels, width()}, first, last, frame.image);
@@ -167,16 +203,23 @@ void ScrollingCanvas::State::repaint(const Placed& frame, const StaticBands& stu
         std::min(picture.bottom(), frame.bottom() - stuck.footer));
 }
 
+/// The header of the highest frame and the footer of the lowest.
+void ScrollingCanvas::State::paintEnds() {
+  paint(highest, highest.position, picture.top());
+  paint(lowest, picture.bottom(), lowest.bottom());
+}
+
 void ScrollingCanvas::State::place(const ScrollFrame& frame, FrameSignature signature,
                                    const StaticBands& stuck, bool isExact) {
-  const Placed placed{frame.image, position};
+  const Placed placed{frame.image, signature.rows, position};
   bands = stuck;
   growDown(placed, stuck);
   growUp(placed, stuck);
   if (isExact && isBlurred) repaint(placed, stuck);
   isBlurred = !isExact;
-  lastOffset = position - latest.position;
   const int furthest = frameHeight() - minimumOverlap(frameHeight());
+  lastOffset = position - latest.position;
+  if (std::abs(lastOffset) > furthest) lastOffset = 0;
   if (isExact) {
     anchor.reset();
   } else if (!anchor) {
@@ -189,9 +232,9 @@ void ScrollingCanvas::State::place(const ScrollFrame& frame, FrameSignature sign
 
 /// What changed in its place, such as a picture that came later, is shown as it is now.
 void ScrollingCanvas::State::stoodStill(const ScrollFrame& frame, FrameSignature signature) {
-  const Placed placed{frame.image, position};
+  const Placed placed{frame.image, signature.rows, position};
   if (highest.position == lowest.position) {
-    picture.paint(frame.image, 0, frameHeight(), position);
+    picture.paint(placed.image, placed.digests, 0, frameHeight(), position);
   } else {
     repaint(placed, bands);
   }
@@ -228,6 +271,13 @@ ScrollingCanvas::Step ScrollingCanvas::add(const ScrollFrame& frame,
   bool isExact = false;
   FrameMatch match = state.match(signature, position, isExact);
   ScrollingSight sight = sightOf(match.join);
+  if (sight == ScrollingSight::tooFast) {
+    if (auto found = state.matchPicture(signature, position)) {
+      match = *std::move(found);
+      isExact = true;
+      sight = ScrollingSight::joined;
+    }
+  }
   if (sight == ScrollingSight::waiting) {
     state.position = position;
     if (isExact && signature != state.latest.signature) {
@@ -300,13 +350,9 @@ Image ScrollingCanvas::preview(PixelSize within, int leastWidth) const {
 Image ScrollingCanvas::finish() {
   State& state = *state_;
   if (state.latest.signature.isEmpty()) return {};
-  const Placed highest = std::exchange(state.highest, {});
-  const Placed lowest = std::exchange(state.lowest, {});
-  TallPicture picture = std::move(state.picture);
   const std::int64_t maximum = state.maximumPixels;
-  picture.paint(highest.image, 0, picture.top() - highest.position, highest.position);
-  picture.paint(lowest.image, picture.bottom() - lowest.position,
-                lowest.bottom() - picture.bottom(), picture.bottom());
+  state.paintEnds();
+  TallPicture picture = std::move(state.picture);
   state_ = std::make_unique<State>(maximum);
   return picture.finish();
 }

@@ -55,20 +55,21 @@ class LookTable {
 
 }  // namespace
 
-ShiftVotes::ShiftVotes(const FrameSignature& previous, const FrameSignature& current,
-                       const ColumnSpan& span)
-    : furthest_(current.height), tally_(static_cast<std::size_t>(2 * current.height + 1)) {
+ShiftVotes::ShiftVotes(std::span<const RowDigest> previous, std::span<const RowDigest> current,
+                       int width, const ColumnSpan& span)
+    : leastOffset_(-static_cast<int>(current.size())),
+      tally_(previous.size() + current.size() + 1) {
   std::vector<int> blocks;
   for (const int block : lookStarts) {
-    if (blockStart(current.width, block) >= span.first &&
-        blockStart(current.width, block + together) <= span.last) {
+    if (blockStart(width, block) >= span.first &&
+        blockStart(width, block + together) <= span.last) {
       blocks.push_back(block);
     }
   }
-  LookTable table((previous.rows.size() + current.rows.size()) * blocks.size());
-  std::vector<std::uint64_t> looks(current.rows.size() * blocks.size());
+  LookTable table((previous.size() + current.size()) * blocks.size());
+  std::vector<std::uint64_t> looks(current.size() * blocks.size());
   for (std::size_t frame = 0; frame < 2; ++frame) {
-    const std::vector<RowDigest>& rows = frame == 0 ? previous.rows : current.rows;
+    const std::span<const RowDigest> rows = frame == 0 ? previous : current;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
       std::uint64_t above = 0;
       for (std::size_t y = 0; y < rows.size(); ++y) {
@@ -84,7 +85,7 @@ ShiftVotes::ShiftVotes(const FrameSignature& previous, const FrameSignature& cur
     }
   }
   std::array<int, lookStarts.size()> said{};
-  for (std::size_t y = 0; y < current.rows.size(); ++y) {
+  for (std::size_t y = 0; y < current.size(); ++y) {
     std::size_t count = 0;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
       const std::uint64_t look = looks[y * blocks.size() + i];
@@ -95,19 +96,20 @@ ShiftVotes::ShiftVotes(const FrameSignature& previous, const FrameSignature& cur
       const auto end = said.begin() + static_cast<std::ptrdiff_t>(count);
       if (std::find(said.begin(), end, offset) != end) continue;
       said.at(count++) = offset;
-      ++tally_[static_cast<std::size_t>(offset + furthest_)];
+      ++tally_[static_cast<std::size_t>(offset - leastOffset_)];
     }
   }
 }
 
 int ShiftVotes::rowsFor(int offset) const {
-  return std::abs(offset) > furthest_ ? 0 : tally_[static_cast<std::size_t>(offset + furthest_)];
+  const auto place = static_cast<std::size_t>(offset - leastOffset_);
+  return offset >= leastOffset_ && place < tally_.size() ? tally_[place] : 0;
 }
 
 std::vector<ShiftVotes::Vote> ShiftVotes::best(std::size_t most) const {
   std::vector<Vote> votes;
   for (std::size_t i = 0; i < tally_.size(); ++i) {
-    if (tally_[i] >= leastRows) votes.push_back({static_cast<int>(i) - furthest_, tally_[i]});
+    if (tally_[i] >= leastRows) votes.push_back({static_cast<int>(i) + leastOffset_, tally_[i]});
   }
   std::ranges::stable_sort(votes, std::ranges::greater{}, &Vote::rows);
   std::vector<Vote> apart;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "scrolling/frame_signature.hpp"
@@ -20,7 +21,10 @@ class ShiftVotes {
     int rows = 0;  ///< how many speak for it
   };
 
-  ShiftVotes(const FrameSignature& previous, const FrameSignature& current, const ColumnSpan& span);
+  /// Rows of frames `width` pixels wide; there may be more of the previous ones than a frame has.
+  /// An offset is the index of a previous row less that of the new one.
+  ShiftVotes(std::span<const RowDigest> previous, std::span<const RowDigest> current, int width,
+             const ColumnSpan& span);
 
   /// How many rows speak for a shift.
   [[nodiscard]] int rowsFor(int offset) const;
@@ -30,7 +34,7 @@ class ShiftVotes {
   [[nodiscard]] std::vector<Vote> best(std::size_t most) const;
 
  private:
-  int furthest_ = 0;
+  int leastOffset_ = 0;
   std::vector<int> tally_;
 };
 

@@ -30,28 +30,57 @@ std::uint32_t commonestColor(const Image& image, const ColumnSpan& columns) {
 
 }  // namespace
 
+int TallPicture::rowInPiece(int y) { return y - pieceOf(y, pieceRows) * pieceRows; }
+
+TallPicture::Piece& TallPicture::pieceAt(int y) {
+  Piece& piece = pieces_[pieceOf(y, pieceRows)];
+  if (piece.pixels.empty()) {
+    piece.pixels.resize(rowBytes() * pieceRows);
+    piece.digests.resize(pieceRows);
+  }
+  return piece;
+}
+
 std::span<std::uint8_t> TallPicture::writable(int y) {
-  const int piece = pieceOf(y, pieceRows);
-  std::vector<std::uint8_t>& bytes = pieces_[piece];
-  if (bytes.empty()) bytes.resize(rowBytes() * pieceRows);
-  return std::span(bytes).subspan(static_cast<std::size_t>(y - piece * pieceRows) * rowBytes(),
-                                  rowBytes());
+  return std::span(pieceAt(y).pixels)
+      .subspan(static_cast<std::size_t>(rowInPiece(y)) * rowBytes(), rowBytes());
 }
 
 std::span<const std::uint8_t> TallPicture::row(int y) const {
   VT_CHECK(y >= top_ && y < bottom_);
-  const int piece = pieceOf(y, pieceRows);
-  return std::span(pieces_.at(piece))
-      .subspan(static_cast<std::size_t>(y - piece * pieceRows) * rowBytes(), rowBytes());
+  return std::span(pieces_.at(pieceOf(y, pieceRows)).pixels)
+      .subspan(static_cast<std::size_t>(rowInPiece(y)) * rowBytes(), rowBytes());
 }
 
-void TallPicture::paint(const Image& image, int from, int rows, int to) {
+std::vector<RowDigest> TallPicture::digests() const {
+  std::vector<RowDigest> all;
+  all.reserve(static_cast<std::size_t>(height()));
+  for (int y = top_; y < bottom_; ++y) {
+    all.push_back(
+        pieces_.at(pieceOf(y, pieceRows)).digests[static_cast<std::size_t>(rowInPiece(y))]);
+  }
+  return all;
+}
+
+Image TallPicture::part(int first, int last) const {
+  MutableImage image({width_, last - first}, format_);
+  for (int y = first; y < last; ++y) {
+    const auto source = row(y);
+    std::memcpy(image.row(y - first).data(), source.data(), source.size());
+  }
+  return std::move(image).finish();
+}
+
+void TallPicture::paint(const Image& image, std::span<const RowDigest> digests, int from, int rows,
+                        int to) {
   if (rows <= 0) return;
   VT_CHECK(image.width() == width_ && from >= 0 && from + rows <= image.height());
   VT_CHECK(height() == 0 || (to <= bottom_ && to + rows >= top_));
   for (int i = 0; i < rows; ++i) {
     const auto source = image.row(from + i);
     std::memcpy(writable(to + i).data(), source.data(), source.size());
+    pieceAt(to + i).digests[static_cast<std::size_t>(rowInPiece(to + i))] =
+        digests[static_cast<std::size_t>(from + i)];
   }
   top_ = height() == 0 ? to : std::min(top_, to);
   bottom_ = std::max(bottom_, to + rows);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/image.hpp"
+#include "scrolling/frame_signature.hpp"
 #include "scrolling/static_regions.hpp"
 
 namespace vantorel {
@@ -23,9 +24,9 @@ class TallPicture {
   [[nodiscard]] int bottom() const { return bottom_; }  ///< behind the last row
   [[nodiscard]] int height() const { return bottom_ - top_; }
 
-  /// Puts `rows` rows of `image`, which is as wide as the picture, from its row `from` on, to row
-  /// `to` of the picture. They touch what is there, or lie in it.
-  void paint(const Image& image, int from, int rows, int to);
+  /// Puts `rows` rows of `image`, which is as wide as the picture and has `digests`, from its row
+  /// `from` on, to row `to` of the picture. They touch what is there, or lie in it.
+  void paint(const Image& image, std::span<const RowDigest> digests, int from, int rows, int to);
 
   /// Takes away what lies outside of these rows.
   void keep(int top, int bottom);
@@ -36,19 +37,31 @@ class TallPicture {
 
   [[nodiscard]] std::span<const std::uint8_t> row(int y) const;
 
+  /// Of all rows, from the top.
+  [[nodiscard]] std::vector<RowDigest> digests() const;
+
+  /// Rows [first, last) as a picture of their own.
+  [[nodiscard]] Image part(int first, int last) const;
+
   /// The whole; the picture is empty afterwards. Pieces go as they are copied.
   [[nodiscard]] Image finish();
 
  private:
   static constexpr int pieceRows = 256;
+  struct Piece {
+    std::vector<std::uint8_t> pixels;
+    std::vector<RowDigest> digests;
+  };
   [[nodiscard]] std::size_t rowBytes() const { return static_cast<std::size_t>(width_) * 4; }
+  [[nodiscard]] Piece& pieceAt(int y);
+  [[nodiscard]] static int rowInPiece(int y);
   [[nodiscard]] std::span<std::uint8_t> writable(int y);
 
   int width_ = 0;
   PixelFormat format_ = PixelFormat::bgrx;
   int top_ = 0;
   int bottom_ = 0;
-  std::map<int, std::vector<std::uint8_t>> pieces_;
+  std::map<int, Piece> pieces_;
 };
 
 }  // namespace vantorel
