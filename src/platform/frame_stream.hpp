@@ -27,6 +27,8 @@ struct Frame {
   Image image;  ///< opaque, of the stream's size; the one before when only the cursor has changed
   std::vector<PixelRect> damage;  ///< holds all that changed since the frame before; may overlap
   FrameCursor cursor;
+  PixelSize targetSize;  ///< of the target then; not the image's once a window was resized
+  double scale = 1;      ///< pixels per point then; not the stream's once the desktop's has changed
   std::chrono::nanoseconds time{};  ///< when the pixels were so, on `Clock::monotonic`
   std::uint64_t dropped = 0;        ///< frames lost so far, as whoever gets them held all pictures
 };
@@ -46,9 +48,10 @@ class FrameStream {
  public:
   virtual ~FrameStream() = default;
 
-  /// Of every frame. A window that grows is cut off, one that shrinks leaves black.
+  /// Of every frame. A window that grows is cut off, one that shrinks leaves black. While a window
+  /// is minimized, no frames come.
   [[nodiscard]] virtual PixelSize size() const = 0;
-  [[nodiscard]] virtual double scale() const = 0;          ///< pixels per point
+  [[nodiscard]] virtual double scale() const = 0;          ///< pixels per point at the start
   [[nodiscard]] virtual CaptureTarget target() const = 0;  ///< the desktop's own choice resolved
   /// False where the desktop cannot keep this program's own windows out of the frames.
   [[nodiscard]] virtual bool leavesOutOwnWindows() const = 0;

@@ -11,6 +11,14 @@ void AbsentScreenCapture::requestPermission(std::move_only_function<void(ScreenP
   permission(std::move(reply));
 }
 
+void AbsentFrameStreams::start(
+    FrameStreamRequest, FrameListener,
+    std::move_only_function<void(Result<std::unique_ptr<FrameStream>>)> reply) {
+  main_->post(lifetime_.guard([reply = std::move(reply), why = why_]() mutable {
+    reply(std::unexpected(std::move(why)));
+  }));
+}
+
 void AbsentWindowList::windows(
     std::move_only_function<void(Result<std::vector<WindowSnapshot>>)> reply) {
   main_->post(lifetime_.guard([reply = std::move(reply), why = why_]() mutable {

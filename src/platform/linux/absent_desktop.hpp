@@ -5,6 +5,7 @@
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
 #include "platform/clipboard.hpp"
+#include "platform/frame_stream.hpp"
 #include "platform/hot_keys.hpp"
 #include "platform/native_windows.hpp"
 #include "platform/screen_capture.hpp"
@@ -35,6 +36,20 @@ class AbsentScreenCapture : public ScreenCapture {
     }));
   }
 
+  std::shared_ptr<TaskRunner> main_;
+  Failure why_;
+  Lifetime lifetime_;
+};
+
+class AbsentFrameStreams final : public FrameStreams {
+ public:
+  AbsentFrameStreams(std::shared_ptr<TaskRunner> main, Failure why)
+      : main_(std::move(main)), why_(std::move(why)) {}
+
+  void start(FrameStreamRequest request, FrameListener listener,
+             std::move_only_function<void(Result<std::unique_ptr<FrameStream>>)> reply) override;
+
+ private:
   std::shared_ptr<TaskRunner> main_;
   Failure why_;
   Lifetime lifetime_;

@@ -31,18 +31,23 @@ DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
       const std::string display = environment("DISPLAY").value_or("");
       auto worker = makeCaptureWorker(display, contents);
       return {std::make_unique<X11ScreenCapture>(worker, main),
+              std::make_unique<AbsentFrameStreams>(
+                  main, Failure{FailureKind::unsupported,
+                                "Vantorel cannot stream the frames of an X11 desktop yet"}),
               std::make_unique<X11WindowList>(worker, main),
               std::make_unique<X11HotKeys>(display, main),
               std::make_unique<X11Clipboard>(display, main)};
     }
     case DesktopSession::wayland:
       return {std::make_unique<WaylandScreenCapture>(main),
+              std::make_unique<AbsentFrameStreams>(main, WaylandScreenCapture::reason()),
               std::make_unique<AbsentWindowList>(main, WaylandScreenCapture::reason()),
               std::make_unique<AbsentHotKeys>(main), std::make_unique<AbsentClipboard>()};
     case DesktopSession::none: break;
   }
   const Failure why{FailureKind::unreachable, "there is no display to capture"};
   return {std::make_unique<AbsentScreenCapture>(main, why),
+          std::make_unique<AbsentFrameStreams>(main, why),
           std::make_unique<AbsentWindowList>(main, why), std::make_unique<AbsentHotKeys>(main),
           std::make_unique<AbsentClipboard>()};
 }

@@ -7,6 +7,7 @@
 
 #include "base/task_runner.hpp"
 #include "platform/clipboard.hpp"
+#include "platform/frame_stream.hpp"
 #include "platform/hot_keys.hpp"
 #include "platform/linux/x11_session.hpp"
 #include "platform/native_windows.hpp"
@@ -34,6 +35,7 @@ using EnvironmentLookup = std::function<std::optional<std::string>(const char* n
 /// The desktop's services; none is null.
 struct DesktopServices {
   std::unique_ptr<ScreenCapture> screen;
+  std::unique_ptr<FrameStreams> frameStreams;
   std::unique_ptr<WindowList> windows;
   std::unique_ptr<HotKeys> hotKeys;
   std::unique_ptr<Clipboard> clipboard;
