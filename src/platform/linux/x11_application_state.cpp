@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 
 #include "platform/linux/x11_windows.hpp"
 
@@ -96,6 +97,22 @@ ApplicationState applicationState(X11Session& session, xcb_window_t window) {
     return ApplicationState::works;
   }
   return ApplicationState::hangs;
+}
+
+std::optional<Failure> whyUnpainted(X11Session& session, xcb_window_t window) {
+  switch (applicationState(session, window)) {
+    case ApplicationState::works: return std::nullopt;
+    case ApplicationState::stopped:
+      return Failure{
+          FailureKind::unsupported,
+          "the window's application is stopped, and what other windows cover of it can't "
+          "be seen"};
+    case ApplicationState::hangs:
+      return Failure{FailureKind::unsupported,
+                     "the window's application doesn't respond, and what other windows cover of it "
+                     "can't be seen"};
+  }
+  std::unreachable();
 }
 
 }  // namespace vantorel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/linux/x11_session.hpp"
 
 namespace vantorel {
@@ -12,5 +14,8 @@ enum class ApplicationState {
 
 /// Whether the application of `window` can be expected to paint.
 [[nodiscard]] ApplicationState applicationState(X11Session& session, xcb_window_t window);
+
+/// Why that application cannot be expected to have painted what was covered; none when it can.
+[[nodiscard]] std::optional<Failure> whyUnpainted(X11Session& session, xcb_window_t window);
 
 }  // namespace vantorel

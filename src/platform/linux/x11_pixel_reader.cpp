@@ -9,7 +9,6 @@
 #include <new>
 
 #include "base/check.hpp"
-#include "base/log.hpp"
 #include "platform/linux/x11_call.hpp"
 #include "platform/linux/x11_worker.hpp"
 
@@ -105,11 +104,12 @@ Result<void> X11PixelReader::read(xcb_drawable_t drawable, const PixelRect& area
     const int rows = std::min(rowsAtOnce, area.height - top);
     stripes.push_back({{area.x, area.y + top, area.width, rows}, x, y + top});
   }
-  const double convertedBefore = converting_.milliseconds();
-  auto done = readStripes(drawable, stripes, layout, buffer);
-  logInfo("CaptureLatency", "of grab: convert {:.1f} ms",
-          converting_.milliseconds() - convertedBefore);
-  return done;
+  return readStripes(drawable, stripes, layout, buffer);
+}
+
+bool X11PixelReader::areKeptAsOurs(int depth, xcb_visualid_t visual) const {
+  const auto found = layout(depth, visual);
+  return found && found->isOurs() && found->scanlinePad == 32;
 }
 
 Result<void> X11PixelReader::readStripes(xcb_drawable_t drawable, const std::deque<Stripe>& stripes,

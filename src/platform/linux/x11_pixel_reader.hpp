@@ -18,6 +18,11 @@ namespace vantorel {
 /// them: a 4K picture in small ones costs 8000 page faults, more than all the copying.
 struct PixelBuffer {
   explicit PixelBuffer(PixelSize size);
+  /// Around memory that is there: rows without padding.
+  PixelBuffer(PixelSize wanted, std::shared_ptr<std::uint8_t> memory)
+      : size(wanted),
+        stride(static_cast<std::size_t>(wanted.width) * 4),
+        pixels(std::move(memory)) {}
 
   PixelSize size;
   std::size_t stride = 0;
@@ -51,6 +56,12 @@ class X11PixelReader {
   /// is gone, `unsupported` for screens whose pixels are no direct colours, `unreachable`.
   [[nodiscard]] Result<void> read(xcb_drawable_t drawable, const PixelRect& area, int depth,
                                   xcb_visualid_t visual, const PixelBuffer& buffer, int x, int y);
+
+  /// Whether the server keeps such pixels as pictures do, four bytes each and rows without padding.
+  [[nodiscard]] bool areKeptAsOurs(int depth, xcb_visualid_t visual) const;
+
+  /// Spent so far on turning the server's pixels into ours.
+  [[nodiscard]] double convertingMilliseconds() const { return converting_.milliseconds(); }
 
  private:
   /// How the server keeps the pixels of a drawable.

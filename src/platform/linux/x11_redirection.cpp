@@ -89,11 +89,12 @@ XRedirection::XRedirection(X11Session& session, const std::set<xcb_window_t>& ne
     }
   }
   awaitRepainting();
+  for (const Repainting& one : repainting_) xcb_damage_destroy(session.connection(), one.damage);
+  repainting_.clear();
 }
 
 XRedirection::~XRedirection() {
   xcb_connection_t* c = session_.connection();
-  for (const Repainting& one : repainting_) xcb_damage_destroy(c, one.damage);
   for (const xcb_window_t window : redirected_) {
     xcb_composite_unredirect_window(c, window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
   }
@@ -120,6 +121,7 @@ bool XRedirection::note(const xcb_generic_event_t& event) {
                            painted.area.width, painted.area.height});
     return true;
   }
+  session_.handle(event);
   return false;
 }
 

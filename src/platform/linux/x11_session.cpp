@@ -276,6 +276,7 @@ XOwned<xcb_generic_event_t> X11Session::nextEvent(std::chrono::steady_clock::tim
 }
 
 void X11Session::handle(const xcb_generic_event_t& event) {
+  if (eventListener_) eventListener_(event);
   const std::uint8_t type = event.response_type & 0x7FU;
   const bool areNewResources = type == XCB_PROPERTY_NOTIFY &&
                                reinterpret_cast<const xcb_property_notify_event_t&>(event).atom ==

@@ -79,6 +79,11 @@ class X11Session final : public X11Client {
   /// Called on the worker's thread when the monitors have changed.
   void onMonitorsChange(std::function<void()> listener);
 
+  /// Called with every event, whoever of those that read events came across it.
+  void onEvent(std::function<void(const xcb_generic_event_t&)> listener) {
+    eventListener_ = std::move(listener);
+  }
+
   /// Why a request failed that the server should have answered.
   [[nodiscard]] Failure failure(FailureKind kind, std::string reason) const;
 
@@ -115,6 +120,7 @@ class X11Session final : public X11Client {
   std::vector<XMonitor> monitors_;
   std::vector<XMonitor> announcedMonitors_;
   std::function<void()> monitorsListener_;
+  std::function<void(const xcb_generic_event_t&)> eventListener_;
 };
 
 }  // namespace vantorel

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <xcb/shm.h>
-#include <xcb/xcb.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+
+#include "platform/linux/x11_shared_memory.hpp"
 
 namespace vantorel {
 
@@ -14,7 +13,7 @@ namespace vantorel {
 /// whole 4K display in one piece costs 8000 page faults on either side. One thread.
 class X11SharedRing {
  public:
-  enum class Server { reads, writes };
+  using Server = X11SharedMemory::Server;
 
   static constexpr std::size_t slotBytes = std::size_t{1} << 20U;
 
@@ -22,15 +21,18 @@ class X11SharedRing {
       : c_(connection), slots_(slots), server_(server) {}
   X11SharedRing(const X11SharedRing&) = delete;
   X11SharedRing& operator=(const X11SharedRing&) = delete;
-  ~X11SharedRing();
 
-  /// Makes it at the first call. False when there can be none: a server in another container, or
-  /// on another machine, cannot map our memory. The server takes descriptors (MIT-SHM 1.2).
-  [[nodiscard]] bool make();
+  /// Makes it at the first call; false when there can be none.
+  [[nodiscard]] bool make() {
+    if (!shared_) shared_ = X11SharedMemory::make(c_, slotBytes * slots_, server_);
+    return shared_->memory != nullptr;
+  }
 
   // Once it is made.
-  [[nodiscard]] std::uint8_t* slot(std::size_t index) const { return memory_ + index * slotBytes; }
-  [[nodiscard]] xcb_shm_seg_t segment() const { return segment_; }
+  [[nodiscard]] std::uint8_t* slot(std::size_t index) const {
+    return shared_->memory.get() + index * slotBytes;
+  }
+  [[nodiscard]] xcb_shm_seg_t segment() const { return shared_->segment; }
   [[nodiscard]] static std::uint32_t offset(std::size_t index) {
     return static_cast<std::uint32_t>(index * slotBytes);
   }
@@ -39,9 +41,7 @@ class X11SharedRing {
   xcb_connection_t* c_;
   std::size_t slots_;
   Server server_;
-  std::optional<bool> isMade_;
-  xcb_shm_seg_t segment_ = 0;
-  std::uint8_t* memory_ = nullptr;
+  std::optional<X11SharedMemory> shared_;
 };
 
 }  // namespace vantorel
