@@ -14,7 +14,7 @@
 
 namespace vantorel {
 
-/// The pointer at a frame's moment, whether it is painted into the frame or not.
+/// The pointer at a frame's moment.
 struct FrameCursor {
   bool isVisible = false;    ///< false also where it is outside of the target
   PixelPoint position;       ///< of its hot spot, from the frame's corner
@@ -26,7 +26,7 @@ struct FrameCursor {
 struct Frame {
   Image image;  ///< opaque, of the stream's size; the one before when only the cursor has changed
   std::vector<PixelRect> damage;  ///< holds all that changed since the frame before; may overlap
-  FrameCursor cursor;
+  FrameCursor cursor;    ///< of streams that follow it
   PixelSize targetSize;  ///< of the target then; not the image's once a window was resized
   double scale = 1;      ///< pixels per point then; not the stream's once the desktop's has changed
   std::chrono::nanoseconds time{};  ///< when the pixels were so, on `Clock::monotonic`
@@ -40,6 +40,7 @@ struct FrameStreamRequest {
   CaptureTarget target;
   double framesPerSecond = 60;             ///< at most; above 0
   bool showsPointer = false;               ///< it is painted into the frames
+  bool followsPointer = false;             ///< frames tell of it, and come when it alone changes
   std::vector<WindowID> keptOwnWindowIDs;  ///< as in `GrabRequest`
 };
 

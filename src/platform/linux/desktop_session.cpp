@@ -3,6 +3,7 @@
 #include "base/log.hpp"
 #include "platform/linux/absent_desktop.hpp"
 #include "platform/linux/x11_clipboard.hpp"
+#include "platform/linux/x11_frame_streams.hpp"
 #include "platform/linux/x11_hot_keys.hpp"
 #include "platform/linux/x11_native_windows.hpp"
 #include "platform/linux/x11_screen_capture.hpp"
@@ -31,9 +32,7 @@ DesktopServices makeDesktopServices(const EnvironmentLookup& environment,
       const std::string display = environment("DISPLAY").value_or("");
       auto worker = makeCaptureWorker(display, contents);
       return {std::make_unique<X11ScreenCapture>(worker, main),
-              std::make_unique<AbsentFrameStreams>(
-                  main, Failure{FailureKind::unsupported,
-                                "Vantorel cannot stream the frames of an X11 desktop yet"}),
+              std::make_unique<X11FrameStreams>(display, main),
               std::make_unique<X11WindowList>(worker, main),
               std::make_unique<X11HotKeys>(display, main),
               std::make_unique<X11Clipboard>(display, main)};

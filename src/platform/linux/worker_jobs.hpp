@@ -42,6 +42,12 @@ class WorkerJobs {
     return std::exchange(jobs_, {});
   }
 
+  /// Ends `wait`, also one that has yet to begin.
+  void wake() {
+    const std::uint64_t one = 1;
+    (void)!::write(wake_.number(), &one, sizeof one);
+  }
+
   void stop() {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
@@ -83,11 +89,6 @@ class WorkerJobs {
   }
 
  private:
-  void wake() {
-    const std::uint64_t one = 1;
-    (void)!::write(wake_.number(), &one, sizeof one);
-  }
-
   const FileDescriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
   std::mutex mutex_;
   std::condition_variable ended_;

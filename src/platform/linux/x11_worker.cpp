@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <mutex>
 
 #include "base/log.hpp"
@@ -93,7 +94,13 @@ void X11Worker::State::handleEvents() {
 }
 
 void X11Worker::State::waitForWork() const {
-  jobs.wait(connection != nullptr ? xcb_get_file_descriptor(connection) : -1, POLLIN, -1);
+  int timeout = -1;
+  if (const auto at = client ? client->wakesAt() : std::nullopt) {
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::ceil<milliseconds>(*at - std::chrono::steady_clock::now());
+    timeout = static_cast<int>(std::clamp(left, milliseconds(0), milliseconds(60'000)).count());
+  }
+  jobs.wait(connection != nullptr ? xcb_get_file_descriptor(connection) : -1, POLLIN, timeout);
 }
 
 void X11Worker::run(const std::shared_ptr<State>& state) {
@@ -126,5 +133,11 @@ X11Worker::~X11Worker() {
 }
 
 void X11Worker::post(Job job) { state_->jobs.post(std::move(job)); }
+
+std::function<void()> X11Worker::waker() const {
+  return [weak = std::weak_ptr(state_)] {
+    if (const auto state = weak.lock()) state->jobs.wake();
+  };
+}
 
 }  // namespace vantorel

@@ -2,8 +2,10 @@
 
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -20,6 +22,11 @@ class X11Client {
 
   /// Called when all events that have arrived are handled.
   virtual void eventsHandled() {}
+
+  /// When that is to be called the next time though nothing may have arrived until then.
+  [[nodiscard]] virtual std::optional<std::chrono::steady_clock::time_point> wakesAt() const {
+    return std::nullopt;
+  }
 };
 
 /// One thread with one connection to the X server, so that nobody else ever waits for the server.
@@ -43,6 +50,10 @@ class X11Worker {
   ~X11Worker();
 
   void post(Job job);
+
+  /// Has the client look at what has arrived, and then `eventsHandled`. From any thread, also when
+  /// the worker is gone.
+  [[nodiscard]] std::function<void()> waker() const;
 
  private:
   struct State;

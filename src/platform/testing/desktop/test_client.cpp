@@ -78,7 +78,7 @@ TestClient::TestClient(const std::string& display)
     if (visuals.rem != 0) argbVisual_ = visuals.data->visual_id;
   }
   protocols_ = atom("WM_PROTOCOLS");
-  painter_ = std::thread([this] { repaint(); });
+  painter_ = std::thread([this] { repaintExposed(); });
 }
 
 TestClient::~TestClient() {
@@ -134,7 +134,7 @@ xcb_pixmap_t TestClient::makePicture(PixelSize size, int depth, std::uint32_t se
   return pixmap;
 }
 
-void TestClient::repaint() {
+void TestClient::repaintExposed() {
   while (const auto event = owned(xcb_wait_for_event(connection_))) {
     const unsigned type = event->response_type & 0x7FU;
     if (type == XCB_CLIENT_MESSAGE && !frozen_) {
@@ -261,6 +261,33 @@ void TestClient::close(std::uint32_t window) {
 
 void TestClient::unmap(std::uint32_t window) {
   xcb_unmap_window(connection_, window);
+  sync();
+}
+
+void TestClient::map(std::uint32_t window) {
+  xcb_map_window(connection_, window);
+  sync();
+}
+
+void TestClient::resize(std::uint32_t window, PixelSize size) {
+  const std::uint32_t values[] = {static_cast<std::uint32_t>(size.width),
+                                  static_cast<std::uint32_t>(size.height)};
+  xcb_configure_window(connection_, window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT,
+                       values);
+  sync();
+}
+
+void TestClient::repaint(std::uint32_t window, std::uint32_t seed) {
+  {
+    const std::lock_guard lock(mutex_);
+    Content& content = contents_.at(window);
+    xcb_free_pixmap(connection_, content.picture);
+    content.picture = makePicture(content.size, content.depth, seed, 255);
+    xcb_copy_area(connection_, content.picture, window,
+                  contexts_[static_cast<std::uint8_t>(content.depth)], 0, 0, 0, 0,
+                  static_cast<std::uint16_t>(content.size.width),
+                  static_cast<std::uint16_t>(content.size.height));
+  }
   sync();
 }
 

@@ -52,6 +52,10 @@ class TestClient {
   std::uint32_t open(const TestWindow& window);
   void close(std::uint32_t window);
   void unmap(std::uint32_t window);
+  void map(std::uint32_t window);
+  void resize(std::uint32_t window, PixelSize size);
+  /// Draws another picture into a window, of the size that it was opened with.
+  void repaint(std::uint32_t window, std::uint32_t seed);
   void raise(std::uint32_t window);
   /// Raises `window` and waits until a window manager has put it above `other`.
   void raiseAbove(std::uint32_t window, std::uint32_t other);
@@ -114,7 +118,7 @@ class TestClient {
 
   [[nodiscard]] std::uint32_t topLevelOf(std::uint32_t window);
   xcb_pixmap_t makePicture(PixelSize size, int depth, std::uint32_t seed, std::uint32_t alpha);
-  void repaint();
+  void repaintExposed();
   void answerPing(const xcb_client_message_event_t& message);
 
   xcb_connection_t* connection_;
