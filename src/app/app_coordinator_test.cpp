@@ -156,7 +156,7 @@ TEST_F(AppCoordinatorTest, ResidentRunBindsKeysFollowsSettingsAndTellsWhatTheLas
                               [&](const std::string& sentence) { said = sentence; });
   EXPECT_THAT(said, HasSubstr("Another program holds Alt+Print."));
   run->keys.taken.clear();
-  run->runners.advance(5s);
+  run->runners.advance(20s);
   EXPECT_EQ(shortcutOf("Capture Window"), "Alt+Print");
   run->runners.advance(1s);
   EXPECT_THAT(run->alerts.withdrawn, testing::Contains("Keys that don't work"));

@@ -53,6 +53,9 @@ class CommandKeys {
   /// The keys that do not work.
   [[nodiscard]] std::vector<RefusedShortcut> refused() const { return registry_.refused(); }
 
+  /// Tries at once to get the keys that do not work.
+  void retryRefused() { registry_.retryNow(); }
+
   /// The command's key in words; empty when it has none that works: a key that another program
   /// holds would be a promise that is not kept.
   [[nodiscard]] std::string workingKey(ShortcutID id) const;

@@ -172,10 +172,10 @@ TEST(ShortcutRegistryTest, ATakenKeyLeavesTheOthersAndIsOursOnceItIsFree) {
   EXPECT_TRUE(registry.works(ShortcutID::fullscreen)) << "the key was given up";
 
   const int before = changes;
-  runners.advance(12s);
+  runners.advance(16s);
   EXPECT_EQ(changes, before) << "told again of what has not changed";
   keys.taken.clear();
-  runners.advance(6s);
+  runners.advance(20s);
   EXPECT_TRUE(registry.works(ShortcutID::capture));
   EXPECT_TRUE(keys.press(print));
   EXPECT_EQ(fired, 12);
@@ -184,6 +184,37 @@ TEST(ShortcutRegistryTest, ATakenKeyLeavesTheOthersAndIsOursOnceItIsFree) {
   EXPECT_EQ(copyRecentBinding({'8', 1}, 3), (HotKeySpec{'0', 1}));
   EXPECT_EQ(copyRecentBinding({'1', 1}, 10), (HotKeySpec{'0', 1}));
   EXPECT_EQ(copyRecentBinding({'c', 1}, 2), std::nullopt);
+}
+
+TEST(ShortcutRegistryTest, AKeyThatAnotherProgramKeepsIsAskedForEverMoreRarely) {
+  FakeRunners runners;
+  FakeHotKeys keys(runners.main());
+  constexpr HotKeySpec print{0xff61, 0};
+  constexpr HotKeySpec other{0xff61, HotKeySpec::option};
+  keys.taken = {print, other};
+  ShortcutRegistry registry(keys, runners.main());
+  registry.registerShortcut(ShortcutID::capture, print, [] {});
+  const auto asked = [&](std::chrono::seconds time) {
+    const int before = keys.asked;
+    runners.advance(time);
+    return keys.asked - before;
+  };
+  EXPECT_EQ(asked(35s), 3) << "somebody who has just ended the other program waits";
+  EXPECT_LE(asked(24h), 24 * 60 / 5 + 10);
+
+  // Whatever makes another answer likely is followed at once, and then closely again.
+  registry.registerShortcut(ShortcutID::window, other, [] {});
+  EXPECT_EQ(asked(5s), 2);
+  runners.advance(24h);
+  const int before = keys.asked;
+  keys.onKeyboardChange();
+  EXPECT_EQ(keys.asked - before, 2);
+  EXPECT_EQ(asked(5s), 2);
+  runners.advance(24h);
+  keys.taken.clear();
+  registry.retryNow();
+  runners.run();
+  EXPECT_TRUE(registry.works(ShortcutID::capture) && registry.works(ShortcutID::window));
 }
 
 TEST(HotKeyTextTest, AKeyIsTypedAsItIsShown) {

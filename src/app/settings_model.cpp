@@ -133,6 +133,7 @@ void SettingsModel::select(SettingsPane pane) {
 void SettingsModel::lookAgain() {
   if (pane_ == SettingsPane::general) services_.autostart.refresh();
   if (pane_ == SettingsPane::text) services_.text.refresh();
+  if (pane_ == SettingsPane::shortcuts) services_.recorder.lookAgain();
 }
 
 void SettingsModel::pointTo(std::string_view id) {

@@ -116,6 +116,10 @@ void ShortcutRecorder::askHolders() {
   holders_ = std::move(asked);
 }
 
+void ShortcutRecorder::lookAgain() {
+  if (services_.keys != nullptr) services_.keys->retryRefused();
+}
+
 void ShortcutRecorder::listen(std::string_view setting) {
   if (!listening_.empty()) stop();
   listening_ = setting;

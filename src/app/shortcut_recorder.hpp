@@ -41,6 +41,9 @@ class ShortcutRecorder {
   /// The field of that setting.
   [[nodiscard]] Field field(std::string_view setting) const;
 
+  /// Somebody looks at the fields: tries at once to get the keys that do not work.
+  void lookAgain();
+
   /// Listens, instead of any other.
   void listen(std::string_view setting);
   [[nodiscard]] const std::string& listening() const { return listening_; }

@@ -23,6 +23,11 @@ std::string listed(const std::vector<std::string>& names) {
 
 }  // namespace
 
+ShortcutRegistry::ShortcutRegistry(HotKeys& hotKeys, std::shared_ptr<TaskRunner> main)
+    : hotKeys_(hotKeys), main_(std::move(main)) {
+  hotKeys_.onKeyboardChange = lifetime_.guard([this] { retryNow(); });
+}
+
 void ShortcutRegistry::registerShortcut(ShortcutID id, const HotKeySpec& spec,
                                         std::function<void()> onFire,
                                         std::function<void()> onRelease) {
@@ -31,6 +36,7 @@ void ShortcutRegistry::registerShortcut(ShortcutID id, const HotKeySpec& spec,
   releaseActions_[id] = std::move(onRelease);
   keys_[id].spec = spec;
   ask(id);
+  retrySoon();
 }
 
 void ShortcutRegistry::ask(ShortcutID id) {
@@ -64,10 +70,23 @@ void ShortcutRegistry::answered(ShortcutID id, const HotKeys::State& state) {
 
 void ShortcutRegistry::retryLater() {
   if (std::exchange(isRetrying_, true)) return;
-  main_->postAfter(retryPause, lifetime_.guard([this] {
+  main_->postAfter(retryPause_, retrying_.guard([this] {
     isRetrying_ = false;
     retry();
   }));
+  retryPause_ = std::min(2 * retryPause_, longestRetryPause);
+}
+
+/// What waits for a try waits no longer than a key that was refused just now.
+void ShortcutRegistry::retrySoon() {
+  retryPause_ = firstRetryPause;
+  retrying_.renew();
+  if (std::exchange(isRetrying_, false)) retryLater();
+}
+
+void ShortcutRegistry::retryNow() {
+  retrySoon();
+  retry();
 }
 
 void ShortcutRegistry::retry() {

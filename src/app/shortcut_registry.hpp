@@ -37,20 +37,25 @@ struct RefusedShortcut {
 };
 
 /// Which command answers to which hot key. A key that cannot be registered leaves the others
-/// working, and is tried again every few seconds: nothing tells when another program lets it go.
-/// Lives on the main runner.
+/// working, and is tried again, for nothing tells when another program lets it go: soon at first,
+/// then ever more rarely, so that a key which another program keeps wakes nobody all day. Lives on
+/// the main runner.
 class ShortcutRegistry {
  public:
-  static constexpr std::chrono::seconds retryPause{5};
+  static constexpr std::chrono::seconds firstRetryPause{5};
+  static constexpr std::chrono::seconds longestRetryPause{320};
 
-  ShortcutRegistry(HotKeys& hotKeys, std::shared_ptr<TaskRunner> main)
-      : hotKeys_(hotKeys), main_(std::move(main)) {}
+  ShortcutRegistry(HotKeys& hotKeys, std::shared_ptr<TaskRunner> main);
 
   /// Binds `id` to `spec`, in place of what it was bound to.
   void registerShortcut(ShortcutID id, const HotKeySpec& spec, std::function<void()> onFire,
                         std::function<void()> onRelease = {});
 
   void unregister(ShortcutID id);
+
+  /// Tries the refused keys at once, and soon again: somebody looks at them, or the keyboard is
+  /// another one.
+  void retryNow();
 
   /// Whether pressing the key of `id` does something.
   [[nodiscard]] bool works(ShortcutID id) const;
@@ -67,6 +72,7 @@ class ShortcutRegistry {
   void ask(ShortcutID id);
   void answered(ShortcutID id, const HotKeys::State& state);
   void retryLater();
+  void retrySoon();
   void retry();
   [[nodiscard]] bool isAllKnown() const;
   void perform(const std::map<ShortcutID, std::function<void()>>& actions, ShortcutID id);
@@ -77,7 +83,9 @@ class ShortcutRegistry {
   std::map<ShortcutID, std::function<void()>> actions_;
   std::map<ShortcutID, std::function<void()>> releaseActions_;
   std::vector<std::function<void()>> waiting_;
+  std::chrono::seconds retryPause_ = firstRetryPause;
   bool isRetrying_ = false;
+  Lifetime retrying_;
   Lifetime lifetime_;
 };
 

@@ -41,6 +41,9 @@ class HotKeys {
   /// False where the desktop has no such facility: then every registration fails.
   [[nodiscard]] virtual bool areAvailable() const = 0;
 
+  /// Called when other keys lie on the keyboard than before.
+  std::function<void()> onKeyboardChange;
+
   using State = Result<void, HotKeyError>;
 
   /// `onFire` at key down (not again while held), `onRelease` at key up. Works whatever the lock

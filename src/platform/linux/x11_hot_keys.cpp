@@ -67,6 +67,12 @@ X11HotKeys::X11HotKeys(const std::string& display, const std::shared_ptr<TaskRun
         main->post([weak, id, state] {
           if (const auto shared = weak.lock()) shared->state(id, state);
         });
+      },
+      [this, main, weak = std::weak_ptr<Shared>(shared_)] {
+        main->post([this, weak] {
+          const auto shared = weak.lock();
+          if (shared && shared->worker && onKeyboardChange) onKeyboardChange();
+        });
       }};
   shared_->worker = std::make_unique<X11Worker>(
       display,

@@ -196,6 +196,8 @@ void X11KeyGrabs::handle(const xcb_generic_event_t& event) {
 void X11KeyGrabs::eventsHandled() {
   if (!keyboardChanged_) return;
   keyboardChanged_ = false;
+  const auto symbols = std::exchange(symbols_, {});
+  const auto modifierCodes = std::exchange(modifierCodes_, {});
   readKeyboard();
   // Another keyboard being used counts as a change too: what stays the same is never let go. The
   // others all first, for two keys may have changed places.
@@ -211,6 +213,7 @@ void X11KeyGrabs::eventsHandled() {
     if (!taken) grab->chords = {};
     listener_.stateChanged(id, taken);
   }
+  if (symbols_ != symbols || modifierCodes_ != modifierCodes) listener_.keyboardChanged();
 }
 
 }  // namespace vantorel

@@ -24,6 +24,9 @@ class X11KeyGrabs final : public X11Client {
 
     /// After the keyboard has changed, with whether the key is still ours.
     std::function<void(std::uint64_t id, HotKeys::State)> stateChanged;
+
+    /// Other keys lie on it than before. After `stateChanged`.
+    std::function<void()> keyboardChanged;
   };
 
   X11KeyGrabs(xcb_connection_t* connection, int screenNumber, Listener listener);
