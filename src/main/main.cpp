@@ -80,7 +80,7 @@ void giveMemoryBack() {
   constexpr int megabyte = 1 << 20;
   (void)::mallopt(M_MMAP_THRESHOLD, 16 * megabyte);
   (void)::mallopt(M_ARENA_MAX, 2);
-  (void)::mallopt(M_TRIM_THRESHOLD, 4 * megabyte);
+  (void)::mallopt(M_TRIM_THRESHOLD, megabyte / 2);  // which each heap keeps
 }
 
 /// A command that is about to end cannot do what the desktop wants; another process can, once this

@@ -7,6 +7,11 @@
 #include "platform/linux/recognition/recognition_module.hpp"
 
 namespace vantorel {
+namespace {
+
+Path recognitionModule() { return modulesFolder() / "libvantorel_recognition.so"; }
+
+}  // namespace
 
 Result<TextRecogniser*, RecognitionFailure> LinuxTextRecogniser::recogniser() {
   const std::scoped_lock lock(mutex_);
@@ -16,8 +21,7 @@ Result<TextRecogniser*, RecognitionFailure> LinuxTextRecogniser::recogniser() {
     return std::unexpected(RecognitionFailure{RecognitionFailure::Case::unavailable,
                                               "no language for it is installed"});
   }
-  const auto entry =
-      moduleEntry(modulesFolder() / "libvantorel_recognition.so", recognitionModuleEntryName);
+  const auto entry = moduleEntry(recognitionModule(), recognitionModuleEntryName);
   if (!entry) {
     return std::unexpected(
         RecognitionFailure{RecognitionFailure::Case::unavailable,
@@ -40,7 +44,9 @@ std::vector<std::string> LinuxTextRecogniser::languages() const {
 
 void LinuxTextRecogniser::release() {
   const std::scoped_lock lock(mutex_);
-  if (loaded_ != nullptr) loaded_->release();
+  if (loaded_ == nullptr) return;
+  loaded_->release();
+  restModule(recognitionModule());
 }
 
 }  // namespace vantorel

@@ -262,6 +262,28 @@ TEST_F(LinuxTextRecogniserTest, WhatHasNoTextGivesNone) {
   EXPECT_THAT(linesOf(read(std::move(glass).finish())), ElementsAre("Behind glass"));
 }
 
+/// In KB, of what stands in memory of the files whose names hold that.
+int memoryOf(std::string_view library) {
+  std::ifstream maps("/proc/self/smaps");
+  bool isIt = false;
+  int all = 0;
+  for (std::string line; std::getline(maps, line);) {
+    if (line.find("-") < line.find(" ")) isIt = line.find(library) != std::string::npos;
+    if (isIt && line.starts_with("Rss:")) all += std::stoi(line.substr(4));
+  }
+  return all;
+}
+
+TEST_F(LinuxTextRecogniserTest, AtRestItHoldsNothingOfWhatReads) {
+  DrawnPage page(300, 60);
+  page.write(20, 20, "Good morning", "DejaVu Sans", 16, 0x000000);
+  EXPECT_THAT(linesOf(read(page.picture())), ElementsAre("Good morning"));
+  EXPECT_GT(memoryOf("libtesseract"), 1'000);
+  recogniser_.release();
+  EXPECT_LT(memoryOf("libtesseract") + memoryOf("liblept"), 300);
+  EXPECT_THAT(linesOf(read(page.picture())), ElementsAre("Good morning"));
+}
+
 TEST_F(LinuxTextRecogniserTest, StopsWhenAsked) {
   DrawnPage page(1900, 1000);
   for (int y = 10; y < 970; y += 24) {

@@ -17,4 +17,9 @@ namespace vantorel {
 /// reason stands behind the part's name. Any thread.
 [[nodiscard]] Result<void*> moduleEntry(const Path& module, const std::string& entry);
 
+/// Takes what is not used of a module, and of the libraries that came with it, out of the program's
+/// memory: their code as it stands in their files, which whoever uses it again finds in the system's
+/// cache. Nothing for one that was not loaded. Any thread, also while others use it.
+void restModule(const Path& module);
+
 }  // namespace vantorel
