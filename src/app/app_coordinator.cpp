@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/command_keys.hpp"
+#include "app/scrolling_capture.hpp"
 #include "app/tray_menu.hpp"
 #include "base/log.hpp"
 #include "library/entry_filter.hpp"
@@ -25,6 +26,10 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::
   StillCaptureRequest request{
       .delay = delay, .showsPointer = command.showsPointer, .isTimedCapture = command.isTimed};
   request.handOver = command.handOver;
+  request.handTarget = command.handTarget;
+  if (command.kind == StillCaptureCommand::Kind::scroll) {
+    request.activity = CaptureActivity::scrollingCapture;
+  }
   switch (command.kind) {
     case StillCaptureCommand::Kind::display:
       request.mode = CaptureMode::fullscreen;
@@ -36,6 +41,7 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::
       if (command.window) request.target = WindowTarget{*command.window, {}};
       break;
     case StillCaptureCommand::Kind::text:
+    case StillCaptureCommand::Kind::scroll:
       if (command.window) {
         request.mode = CaptureMode::window;
         request.target = WindowTarget{*command.window, {}};
@@ -143,20 +149,19 @@ void AppCoordinator::capture(StillCaptureCommand command, StillCapturePipeline::
       *isCued = true;
       cue(shown);
     };
-    finished = [this, timed = delay.count() > 0, isCued, mayBeRepeated = command.mayBeRepeated,
+    Conclusion how{.isAnsweredAtDesktop = true};
+    if (delay.count() > 0) how.failedTitle = "Timer finished, but the screenshot failed";
+    finished = [this, how = std::move(how), isCued, mayBeRepeated = command.mayBeRepeated,
                 finished = std::move(finished)](CaptureReply reply) mutable {
       const auto* const refused = std::get_if<CaptureRefusal>(&reply);
       const bool isRepeated =
           mayBeRepeated && refused != nullptr && *refused == CaptureRefusal::captureRunning;
-      if (!isRepeated) report(reply, timed, *isCued);
+      if (!isRepeated) report(reply, how, *isCued);
       finished(std::move(reply));
     };
     onStaged = [this, also = std::move(onStaged)](const Path& staged) {
       if (also) also(staged);
-      services_.main->postAfter(desktopPatience, lifetime_.guard([this] {
-        // It is saved, and listed once the library comes free.
-        if (services_.library.awaitedHolder()) services_.library.stopWaiting();
-      }));
+      stagedAtDesktop();
     };
   }
   withPermission(std::move(finished), [this, command = std::move(command), delay,
@@ -215,17 +220,15 @@ void AppCoordinator::cue(const PixelRect& shown) {
 }
 
 /// Shows a user who has no terminal how a capture ended, unless it was by Escape.
-void AppCoordinator::report(const CaptureReply& reply, bool timed, bool isCued) {
+void AppCoordinator::report(const CaptureReply& reply, const Conclusion& how, bool isCued) {
   if (const auto* refused = std::get_if<CaptureRefusal>(&reply)) {
     logInfo("Capture", "{}", sentence(*refused));
-    services_.alerts.notify("Screenshot failed", sentence(*refused));
+    services_.alerts.notify(how.refusedTitle, sentence(*refused));
     return;
   }
   const CaptureOutcome& outcome = std::get<CaptureOutcome>(reply);
   if (const auto* failure = std::get_if<CaptureFailure>(&outcome.value)) {
-    services_.alerts.notify(
-        timed ? "Timer finished, but the screenshot failed" : "Screenshot failed",
-        sentence(*failure));
+    services_.alerts.notify(how.failedTitle, sentence(*failure));
   } else if (const auto* saved = std::get_if<CaptureOutcome::Saved>(&outcome.value)) {
     if (!isCued) cue(saved->shown);
     std::vector<std::string> remarks = remarksOn(*saved);
@@ -234,7 +237,7 @@ void AppCoordinator::report(const CaptureReply& reply, bool timed, bool isCued) 
       remarks.push_back(redactedWords(saved->covered) + ".");
     }
     if (!remarks.empty()) {
-      services_.alerts.notify("Screenshot saved", fmt::format("{}", fmt::join(remarks, "\n")));
+      services_.alerts.notify(how.savedTitle, fmt::format("{}", fmt::join(remarks, "\n")));
     }
   }
 }
@@ -278,6 +281,26 @@ void AppCoordinator::afterCapture(CaptureReply reply, bool copies,
   services_.main->postAfter(clipboardBound, lifetime_.guard([answer] {
     answer(std::unexpected(CopyFailure{CopyFailure::Case::silent}));
   }));
+}
+
+void AppCoordinator::stagedAtDesktop() {
+  services_.main->postAfter(desktopPatience, lifetime_.guard([this] {
+    // It is saved, and listed once the library comes free.
+    if (services_.library.awaitedHolder()) services_.library.stopWaiting();
+  }));
+}
+
+void AppCoordinator::conclude(CaptureReply reply, Conclusion how,
+                              StillCapturePipeline::Finished finished) {
+  const bool copies = how.copies;
+  if (how.isAnsweredAtDesktop) {
+    finished = [this, how = std::move(how),
+                finished = std::move(finished)](CaptureReply end) mutable {
+      report(end, how, false);
+      finished(std::move(end));
+    };
+  }
+  afterCapture(std::move(reply), copies, std::move(finished));
 }
 
 void AppCoordinator::undoRecentDelete() {
@@ -403,6 +426,10 @@ void AppCoordinator::reportUnfinishedAtLastQuit() {
   services_.alerts.tell("Vantorel", QuitFilingNote::unfinishedAtLastQuit(items), forget);
 }
 
+bool AppCoordinator::isScrolling() const {
+  return scrolling != nullptr && scrolling->phase() != ScrollingCapture::Phase::idle;
+}
+
 void AppCoordinator::quit(std::function<void(bool)> answered) {
   if (answered) waitingForQuit_.push_back(std::move(answered));
   // Whoever asked is answered first: afterwards nobody is left to answer.
@@ -429,6 +456,7 @@ void AppCoordinator::quitNow() {
   services_.library.relocation().stop();
   services_.library.stopWaiting();
   stills().settle();
+  if (scrolling != nullptr) scrolling->settle();
   termination_.request();
 }
 

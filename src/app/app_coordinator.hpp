@@ -25,6 +25,7 @@ namespace vantorel {
 class CaptureEditors;
 class CapturePins;
 class CommandKeys;
+class ScrollingCapture;
 class TextCapture;
 class TrayMenu;
 
@@ -62,6 +63,20 @@ class AppCoordinator {
   void capture(StillCaptureCommand command, StillCapturePipeline::Finished finished,
                std::function<bool()> begins = {},
                std::function<void(const Path& staged)> onStaged = {});
+
+  /// Does with a capture that another took what is done with those of `capture`: the cue, the card,
+  /// the clipboard and whatever else is set. `finished` is told when that is done.
+  struct Conclusion {
+    bool copies = false;               ///< to the clipboard, whatever the settings say
+    bool isAnsweredAtDesktop = false;  ///< how it ended is shown there
+    std::string refusedTitle = "Screenshot failed";
+    std::string failedTitle = "Screenshot failed";
+    std::string savedTitle = "Screenshot saved";
+  };
+  void conclude(CaptureReply reply, Conclusion how, StillCapturePipeline::Finished finished);
+
+  /// A capture that is answered at the desktop is safe on disk.
+  void stagedAtDesktop();
 
   /// Takes a still for a person at the desktop, whichever way he asked: how it ends is shown there.
   void captureForUser(StillCaptureCommand command);
@@ -115,6 +130,10 @@ class AppCoordinator {
   CaptureEditors* editors = nullptr;
   /// What takes the text of the screen.
   TextCapture* texts = nullptr;
+  /// What takes captures of what is scrolled.
+  ScrollingCapture* scrolling = nullptr;
+  /// Whether one of those is beyond the choice of its area.
+  [[nodiscard]] bool isScrolling() const;
   /// What pins them above all windows; likewise.
   CapturePins* pins = nullptr;
 
@@ -153,7 +172,7 @@ class AppCoordinator {
   void withPermission(StillCapturePipeline::Finished finished,
                       std::move_only_function<void(StillCapturePipeline::Finished)> go);
   [[nodiscard]] StillCapturePipeline::Finished untilSaved(StillCapturePipeline::Finished finished);
-  void report(const CaptureReply& reply, bool timed, bool isCued);
+  void report(const CaptureReply& reply, const Conclusion& how, bool isCued);
   void cue(const PixelRect& shown);
   void afterCapture(CaptureReply reply, bool copies, StillCapturePipeline::Finished finished);
   void followPreviousArea();

@@ -8,6 +8,7 @@
 #include "app/app_coordinator.hpp"
 #include "app/capture_editors.hpp"
 #include "app/capture_pins.hpp"
+#include "app/scrolling_capture.hpp"
 #include "app/text_capture.hpp"
 
 namespace vantorel {
@@ -34,6 +35,23 @@ std::optional<std::string> noPreviousArea(AppCoordinator& app) {
 
 void takesText(AppCoordinator& app) {
   if (app.texts != nullptr) app.texts->takeForUser();
+}
+
+void takesWhatScrolls(AppCoordinator& app) {
+  if (app.scrolling != nullptr) app.scrolling->takeForUser();
+}
+
+void cancelsScrolling(AppCoordinator& app) {
+  if (app.scrolling != nullptr) app.scrolling->cancel();
+}
+
+void focusesScrolling(AppCoordinator& app) {
+  if (app.scrolling != nullptr) (void)app.scrolling->focusPanel();
+}
+
+std::optional<std::string> noScrolling(AppCoordinator& app) {
+  if (app.isScrolling()) return std::nullopt;
+  return "No Scrolling Capture runs.";
 }
 
 std::optional<std::string> noDeletion(AppCoordinator& app) {
@@ -104,6 +122,19 @@ std::vector<DesktopCommand> build() {
        .shortcut = ShortcutID::captureText,
        .run = takesText,
        .arguments = {"capture", "text", "--notify"}},
+      {.name = "ScrollingCapture",
+       .label = "Scrolling Capture",
+       .shortcut = ShortcutID::scroll,
+       .run = takesWhatScrolls,
+       .arguments = captureArguments(Kind::scroll)},
+      {.name = "FocusScrollingPanel",
+       .label = "Focus Scrolling Panel",
+       .run = focusesScrolling,
+       .obstacle = noScrolling},
+      {.name = "CancelScrollingCapture",
+       .label = "Cancel Scrolling Capture",
+       .run = cancelsScrolling,
+       .obstacle = noScrolling},
       {.name = "CaptureAllDisplays",
        .label = "Capture All Displays",
        .run = captures({.kind = Kind::display, .allDisplays = true})},

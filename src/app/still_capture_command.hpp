@@ -19,7 +19,8 @@ struct StillCaptureCommand {
     window,
     area,
     previous,
-    text,  ///< of an area, or of a window when one is named; `TextCapture` takes it
+    text,    ///< of an area, or of a window when one is named; `TextCapture` takes it
+    scroll,  ///< of either, while its page is scrolled; `ScrollingCapture` takes it
   };
 
   Kind kind = Kind::area;
@@ -38,8 +39,14 @@ struct StillCaptureCommand {
   /// Asked for at the desktop, without a terminal to answer on: how it ends is shown there.
   bool isAnsweredAtDesktop = false;
 
+  /// Of a scrolling capture: it ends by itself so long after it was asked for.
+  std::optional<std::chrono::seconds> timeout{};
+
   /// Gets the picture, which is not saved then.
   std::function<void(HandedPicture)> handOver{};
+
+  /// Gets what was chosen, of which no picture is taken then.
+  std::function<void(ChosenTarget)> handTarget{};
 };
 
 template <>
@@ -50,6 +57,7 @@ inline constexpr auto enumNames<StillCaptureCommand::Kind> =
         {StillCaptureCommand::Kind::area, "area"},
         {StillCaptureCommand::Kind::previous, "previous"},
         {StillCaptureCommand::Kind::text, "text"},
+        {StillCaptureCommand::Kind::scroll, "scroll"},
     });
 
 }  // namespace vantorel

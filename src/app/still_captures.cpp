@@ -121,7 +121,9 @@ void StillCaptures::import(std::shared_ptr<Import> import, StillCaptureFiling::F
       },
       lifetime_.guard([this, filing](Result<StagedCapture> staged) {
         if (!staged) return filing->filed(std::unexpected(staged.error()));
-        filing->import->staged = *staged;
+        filing_->claim(staged->path);
+        const bool isNew = !std::exchange(filing->import->staged, *staged);
+        if (isNew && filing->import->onStaged) filing->import->onStaged(staged->path);
         filing_->file(*std::move(staged), {}, std::move(filing->filed));
       }));
 }

@@ -57,8 +57,9 @@ class StillCaptures {
   struct Import {
     std::string png;  ///< the bytes of a whole PNG file
     double capturedAt = 0;
-    StagedCaptureRecord record;             ///< with the id that its entry will have
-    std::optional<StagedCapture> staged{};  ///< once it is safe on disk
+    StagedCaptureRecord record;                          ///< with the id that its entry will have
+    std::optional<StagedCapture> staged{};               ///< once it is safe on disk
+    std::function<void(const Path& staged)> onStaged{};  ///< told then, before it is filed
   };
 
   /// Stages and files it. One that failed may be tried again, and is filed once; what was staged is

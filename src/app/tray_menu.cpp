@@ -9,6 +9,7 @@
 #include "app/capture_copying.hpp"
 #include "app/command_keys.hpp"
 #include "app/command_table.hpp"
+#include "app/scrolling_capture.hpp"
 
 namespace vantorel {
 namespace {
@@ -84,6 +85,7 @@ void TrayMenu::update() {
 
 StatusMark TrayMenu::mark() const {
   if (app_.arbiter().isRunning(CaptureActivity::recording)) return StatusMark::recording;
+  if (app_.isScrolling()) return StatusMark::filing;
   const auto& active = app_.settings().values().activeCollectionID;
   const auto& all = app_.library().store().collections();
   const bool isFiling =
@@ -108,8 +110,25 @@ StatusMenuItem TrayMenu::line(std::string_view name) {
   return item;
 }
 
+/// What can be done with the one that runs; nothing while there is none.
+std::vector<StatusMenuItem> TrayMenu::scrollingLines() {
+  if (!app_.isScrolling()) return {};
+  StatusMenuItem finish = line("ScrollingCapture");
+  const ScrollingCapture::Phase phase = app_.scrolling->phase();
+  const bool isSaving = phase == ScrollingCapture::Phase::saving;
+  finish.label = isSaving                                    ? "Saving Scrolling Capture"
+                 : phase == ScrollingCapture::Phase::unsaved ? "Save Scrolling Capture Again"
+                                                             : "Finish Scrolling Capture";
+  finish.isEnabled = !isSaving;
+  StatusMenuItem cancel = line("CancelScrollingCapture");
+  cancel.isEnabled = !isSaving;
+  return {std::move(finish), line("FocusScrollingPanel"), std::move(cancel), separator()};
+}
+
 StatusMenuItem TrayMenu::moreCaptures() {
   std::vector<StatusMenuItem> more;
+  more.push_back(line("ScrollingCapture"));
+  more.back().isEnabled = !app_.isScrolling();
   if (app_.previousArea().displays().size() > 1) {
     more.push_back(line("CaptureAllDisplays"));
     more.push_back(separator());
@@ -194,6 +213,7 @@ std::vector<StatusMenuItem> TrayMenu::lines() {
     menu.push_back({.label = scanning, .isEnabled = false});
     menu.push_back(separator());
   }
+  std::ranges::move(scrollingLines(), std::back_inserter(menu));
   for (const auto* const name :
        {"CaptureArea", "CaptureWindow", "CaptureDisplay", "CapturePreviousArea", "CaptureText"}) {
     menu.push_back(line(name));

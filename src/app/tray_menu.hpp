@@ -28,6 +28,7 @@ class TrayMenu {
 
  private:
   [[nodiscard]] StatusMenuItem line(std::string_view command);
+  [[nodiscard]] std::vector<StatusMenuItem> scrollingLines();
   [[nodiscard]] StatusMenuItem moreCaptures();
   [[nodiscard]] StatusMenuItem captureDelay();
   [[nodiscard]] StatusMenuItem open();

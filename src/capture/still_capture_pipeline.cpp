@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "base/check.hpp"
@@ -72,6 +73,8 @@ std::string sentence(CaptureRefusal refusal) {
       return "Couldn't read that area. It lies outside the display.";
     case CaptureRefusal::displaysChanged:
       return "The displays changed while you were choosing. Capture again.";
+    case CaptureRefusal::areaTooLow:
+      return "That area is too low to follow its scrolling. It must be 240 pixels high at least.";
   }
   std::unreachable();
 }
@@ -120,6 +123,7 @@ struct StillCapturePipeline::Run {
     steps.emplace_back(step, clock.monotonic());
   }
   [[nodiscard]] PixelRect shownArea() const;
+  [[nodiscard]] std::optional<ChosenTarget> chosenTarget();
   void end(CaptureReply reply);
 };
 
@@ -147,6 +151,30 @@ PixelRect StillCapturePipeline::Run::shownArea() const {
   return toPixels(shown, scale);
 }
 
+/// Nothing when it is a window that is not there.
+std::optional<ChosenTarget> StillCapturePipeline::Run::chosenTarget() {
+  const DisplaySnapshot* display = mainDisplay(displays);
+  if (auto* const wanted = std::get_if<WindowTarget>(&picture.target)) {
+    const auto open = std::ranges::find(windows, wanted->windowID, &WindowSnapshot::windowID);
+    if (open != windows.end()) {
+      display = displayShowing(displays, open->frame);
+      if (display != nullptr) wanted->displayID = display->id;
+    } else if (!windows.empty()) {
+      return std::nullopt;
+    }
+  } else if (const auto* const region = std::get_if<RegionTarget>(&picture.target)) {
+    display = findDisplay(displays, region->displayID);
+  } else if (const auto* const whole = std::get_if<DisplayTarget>(&picture.target)) {
+    display = findDisplay(displays, whole->displayID);
+  }
+  if (display != nullptr) picture.scale = display->scale();
+  return ChosenTarget{.target = picture.target,
+                      .scale = picture.scale,
+                      .shown = shownArea(),
+                      .cut = cut,
+                      .copies = copies};
+}
+
 /// Answers, and logs how long each step took.
 void StillCapturePipeline::Run::end(CaptureReply reply) {
   using Milliseconds = std::chrono::duration<double, std::milli>;
@@ -170,8 +198,8 @@ void StillCapturePipeline::start(StillCaptureRequest request, Finished finished)
   run_->finished = std::move(finished);
   reached("start");
   run_->backend = services_.backend();
-  run_->activity =
-      run_->request.isTimedCapture ? CaptureActivity::timedCapture : CaptureActivity::plainCapture;
+  run_->activity = run_->request.activity.value_or(
+      run_->request.isTimedCapture ? CaptureActivity::timedCapture : CaptureActivity::plainCapture);
   services_.setActivity(run_->activity, true);
 }
 
@@ -268,6 +296,7 @@ void StillCapturePipeline::resolve() {
     }
     region->displayID = display->id;
   }
+  if (run.request.handTarget) return handTarget();
   countDown();
 }
 
@@ -282,7 +311,8 @@ void StillCapturePipeline::choose() {
             run_->windows.empty()) {
           return finish(CaptureRefusal::noWindows);
         }
-        if (run_->backend.hidesDesktopIcons && services_.iconCover) {
+        // What is not taken now has its icons covered in vain.
+        if (run_->backend.hidesDesktopIcons && services_.iconCover && !run_->request.handTarget) {
           run_->coverHold.emplace(
               DesktopIconCover::hold(services_.iconCover, lifetime_.guard([this] { freeze(0); })));
         } else {
@@ -332,6 +362,7 @@ void StillCapturePipeline::chosen(SelectionOverlay::Answer choice) {
   if (!choice) return finish(replyTo(choice.error()));
   run.request.target = std::move(choice->target);
   run.copies = choice->copies;
+  if (run.request.handTarget) return handTarget();
   const auto* region = std::get_if<RegionTarget>(&*run.request.target);
   if (region == nullptr || run.request.delay.count() > 0) return countDown();
 
@@ -347,6 +378,12 @@ void StillCapturePipeline::chosen(SelectionOverlay::Answer choice) {
     return nameSourceApp();
   }
   finish(CaptureRefusal::unreadableArea);
+}
+
+/// Nothing is grabbed: who takes it begins when the screen is as it was before the choice.
+void StillCapturePipeline::handTarget() {
+  run_->picture.target = *run_->request.target;
+  nameSourceApp();
 }
 
 /// Once there is a picture of it: an area that could not be taken is no previous area.
@@ -441,6 +478,17 @@ void StillCapturePipeline::nameSourceApp() {
 
 void StillCapturePipeline::stage(std::optional<SourceApp> app) {
   reached("source application");
+  if (run_->request.handTarget) {
+    if (run_->isCalledOff || !run_->mayWait) {
+      return finish(CaptureOutcome{CaptureOutcome::Cancelled{}});
+    }
+    auto chosen = run_->chosenTarget();
+    if (!chosen) return finish(CaptureRefusal::unknownWindow);
+    chosen->sourceApp = std::move(app);
+    const auto handTarget = std::move(run_->request.handTarget);
+    finish(CaptureOutcome{CaptureOutcome::HandedOver{}});
+    return handTarget(*std::move(chosen));
+  }
   if (run_->request.handOver) {
     HandedPicture handed{std::move(run_->picture.image), run_->picture.scale, run_->capturedAt,
                          std::move(app)};

@@ -40,6 +40,7 @@ enum class CaptureRefusal {
   noWindows,
   unreadableArea,
   displaysChanged,
+  areaTooLow,
 };
 
 [[nodiscard]] std::string sentence(CaptureRefusal refusal);
@@ -55,6 +56,16 @@ struct HandedPicture {
   double scale = 1;       ///< pixels per point
   double capturedAt = 0;  ///< seconds since 1970-01-01 UTC
   std::optional<SourceApp> sourceApp{};
+};
+
+/// What of the screen was named or chosen, for somebody who takes it himself.
+struct ChosenTarget {
+  CaptureTarget target;  ///< its display is connected
+  double scale = 1;      ///< pixels per point
+  PixelRect shown{};     ///< in pixels of the desktop; empty when that is not known
+  std::optional<SourceApp> sourceApp{};
+  std::string cut{};  ///< what of a named area lies beyond the display; a sentence, mostly empty
+  bool copies = false;
 };
 
 /// What one still capture is to be.
@@ -80,6 +91,12 @@ struct StillCaptureRequest {
 
   /// Gets the picture, which is neither saved nor filed then, after the capture has ended.
   std::function<void(HandedPicture)> handOver{};
+
+  /// Gets the target, of which no picture is taken then, after the choice has ended.
+  std::function<void(ChosenTarget)> handTarget{};
+
+  /// What it holds meanwhile, where it is not a still of its own.
+  std::optional<CaptureActivity> activity{};
 };
 
 /// What the settings say, read at each grab.
@@ -159,6 +176,7 @@ class StillCapturePipeline {
   void grab();
   [[nodiscard]] std::vector<WindowID> coverWindowIDs() const;
   void grabbed(std::optional<Result<GrabbedPicture>> answer);
+  void handTarget();
   void nameSourceApp();
   void stage(std::optional<SourceApp> app);
   void file(StagedCapture staged);

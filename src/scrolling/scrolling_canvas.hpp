@@ -38,8 +38,8 @@ class ScrollingCanvas {
     FrameMatch match;  ///< with the frame that the picture knew last
   };
 
-  /// `maximumPixels` of the whole picture.
-  explicit ScrollingCanvas(std::int64_t maximumPixels = maximumTallPixels);
+  /// `mostPixels` of the whole picture.
+  explicit ScrollingCanvas(std::int64_t mostPixels = maximumTallPixels);
   ScrollingCanvas(ScrollingCanvas&&) noexcept;
   ScrollingCanvas& operator=(ScrollingCanvas&&) noexcept;
   ~ScrollingCanvas();

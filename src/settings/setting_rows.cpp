@@ -195,6 +195,8 @@ void addShortcuts(std::vector<SettingRow>& rows) {
       "copies the newest capture; with a digit, the next digits copy the ones before",
       "With a digit, the next digits copy the ones before.", "Copy recent captures");
   rows.back().label = "Copy recent capture 1 to 10";
+  add(ShortcutID::scroll, "captures what is scrolled; again, ends that and files it",
+      "Scroll the page; press it again to finish.", "More captures");
   add(ShortcutID::timedCapture, "captures an area after a delay, the one used last",
       "After the delay used last.", "More captures");
 }
