@@ -12,6 +12,8 @@ namespace vantorel {
 namespace {
 
 constexpr std::size_t mostVotes = 4;
+/// Below it nothing of the page is in sight: a comparison that refuses has looked at all shifts.
+constexpr float leastHope = 0.35F;
 
 bool isAccepted(const FrameMatch& match) {
   return std::holds_alternative<FrameJoin::Joined>(match.join.value) ||
@@ -43,9 +45,12 @@ FrameMatch joinFrames(const FrameSignature& previous, const FrameSignature& curr
   const ColumnSpan span = comparedColumnSpan(current.width, mask, current.scale);
   std::vector<int> predictions;
   const ShiftVotes votes(previous.rows, current.rows, current.width, span);
+  const auto* const tooFast = std::get_if<FrameJoin::ScrolledTooFast>(&best.join.value);
+  const bool isHopeless = tooFast != nullptr && tooFast->bestAgreement < leastHope;
   for (const ShiftVotes::Vote& vote : votes.best(mostVotes)) {
     if (std::abs(vote.offset) <= furthest) predictions.push_back(vote.offset);
   }
+  if (predictions.empty() && isHopeless) return best;
   for (int further = 2 * lastOffset; further != 0 && std::abs(further) < furthest; further *= 2) {
     predictions.push_back(further);
   }

@@ -44,6 +44,7 @@ constexpr float leastLead = 0.3F;
 constexpr int cellsAlike = 32;
 
 constexpr double widestStillSide = 0.36;
+constexpr double tallestFilm = 0.6;  // of the height, on a page that stands still
 
 class Matching {
  public:
@@ -192,20 +193,30 @@ class Matching {
            static_cast<float>(exact) < leastExactOfSegment * static_cast<float>(telling);
   }
 
-  /// Whether a segment never fits for long: what plays there would leave some of it alone.
-  [[nodiscard]] static bool isUnlike(const ShiftEvidence& evidence, std::size_t segment) {
+  /// Whether a segment never fits for long: what plays there would leave some of it alone. A place
+  /// that stays still while the rest moves is another matter.
+  [[nodiscard]] bool isUnlike(const ShiftEvidence& evidence, std::size_t segment) const {
+    if (!isPoor(evidence, segment)) return false;
     int longest = 0;
     int run = 0;
+    std::vector<int> mismatches;
     for (const ShiftEvidence::Row& row : evidence.rows) {
       const CellVerdict verdict = row.cells.at(segment);
       if (verdict == CellVerdict::silent) continue;
       run = verdict == CellVerdict::exact ? run + 1 : 0;
       longest = std::max(longest, run);
+      if (verdict != CellVerdict::exact) mismatches.push_back(row.score.row);
     }
-    return isPoor(evidence, segment) && longest < cellsOfSegment;
+    if (evidence.offset == 0) {
+      return mismatches.back() - mismatches.front() > tallestFilm * current_.height;
+    }
+    const auto stayed = std::ranges::count_if(mismatches, [&](int row) {
+      return cellVerdict(pair_, row, 0, static_cast<int>(segment)) == CellVerdict::exact;
+    });
+    return longest < cellsOfSegment && 5 * static_cast<std::size_t>(stayed) < 4 * mismatches.size();
   }
 
-  [[nodiscard]] static bool isUnlikeAnywhere(const ShiftEvidence& evidence) {
+  [[nodiscard]] bool isUnlikeAnywhere(const ShiftEvidence& evidence) const {
     for (std::size_t segment = 0; segment < evidenceSegments; ++segment) {
       if (isUnlike(evidence, segment)) return true;
     }
@@ -256,9 +267,10 @@ class Matching {
       if (moved >= otherPaneCells && 2 * moved >= still().mismatches()) {
         return panes(other.offset, 0);
       }
-      if (moved >= decidingCells && isUnlikeAnywhere(still())) return tooFast(0);
     }
-    if (isFoundElsewhere(still())) return tooFast(still().exactShare());
+    // As a table does that was scrolled by whole rows, but for its numbers.
+    if (isUnlikeAnywhere(still()) || isFoundElsewhere(still()))
+      return tooFast(still().exactShare());
     return accepted(FrameJoin::NoMovement{.agreement = still().exactShare()});
   }
 
@@ -307,8 +319,7 @@ class Matching {
         return false;
       }
       const int explained = explainedBy(pair_, evidence, vote.offset, explainedRows);
-      return explained >= decidingCells &&
-             (4 * explained >= evidence.mismatches() || isUnlikeAnywhere(evidence));
+      return explained >= decidingCells && 4 * explained >= evidence.mismatches();
     });
   }
 

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "scrolling/frame_joiner.hpp"
 #include "scrolling/frame_signature.hpp"
 #include "scrolling/offset_range.hpp"
+#include "scrolling/row_correlation.hpp"
 #include "scrolling/shift_votes.hpp"
 #include "scrolling/tall_picture.hpp"
 
@@ -22,6 +25,19 @@ struct Placed {
 
   [[nodiscard]] int bottom() const { return position + image.height(); }
 };
+
+bool isBlank(const RowDigest& row) { return row.energy < 1; }
+
+/// Whether something that floats above the page is in these columns: it was there before, while the
+/// page has moved.
+bool isPinned(const FrameSignature& now, const FrameSignature& before, int row,
+              const ColumnSpan& columns) {
+  const auto part = [&](const FrameSignature& frame) {
+    return frame.row(row).subspan(static_cast<std::size_t>(columns.first),
+                                  static_cast<std::size_t>(columns.length()));
+  };
+  return !before.isEmpty() && std::ranges::equal(part(now), part(before)) && !isFlat(part(now), 1);
+}
 
 ScrollingSight sightOf(const FrameJoin& join) {
   struct Sight {
@@ -67,7 +83,10 @@ struct ScrollingCanvas::State {
   void growDown(const Placed& frame, const StaticBands& bands);
   void growUp(const Placed& frame, const StaticBands& bands);
   void paint(const Placed& frame, int first, int last);
-  void repaint(const Placed& frame, const StaticBands& bands);
+  void repaint(const Placed& frame, const FrameSignature& signature, const FrameSignature& before,
+               const StaticBands& bands);
+  [[nodiscard]] ColumnSpan changedColumns(std::span<const std::uint8_t> a,
+                                          std::span<const std::uint8_t> b) const;
   void paintEnds();
 
   std::int64_t maximumPixels;
@@ -83,8 +102,8 @@ struct ScrollingCanvas::State {
 
   Placed highest;          ///< whose header the picture has
   Placed lowest;           ///< whose footer it has
+  bool isBlurred = false;  ///< the picture has rows of frames that merely resembled
   TallPicture picture;     ///< what is between them, as far as it is known to be the page
-  bool isBlurred = false;  ///< it holds rows of frames that merely resembled
 };
 
 void ScrollingCanvas::State::begin(const ScrollFrame& frame, FrameSignature signature) {
@@ -197,10 +216,37 @@ void ScrollingCanvas::State::growUp(const Placed& frame, const StaticBands& stuc
   highest = frame;
 }
 
-/// A sharp frame over what blurred ones left.
-void ScrollingCanvas::State::repaint(const Placed& frame, const StaticBands& stuck) {
-  paint(frame, std::max(picture.top(), frame.position + stuck.header),
-        std::min(picture.bottom(), frame.bottom() - stuck.footer));
+/// What the frame shows otherwise than the picture is put right: parts that a program had not drawn
+/// yet, blurred rows, what was below a button. `before` is the frame before.
+void ScrollingCanvas::State::repaint(const Placed& frame, const FrameSignature& signature,
+                                     const FrameSignature& before, const StaticBands& stuck) {
+  const int first = std::max(picture.top(), frame.position + stuck.header);
+  const int last = std::min(picture.bottom(), frame.bottom() - stuck.footer);
+  for (int y = first; y < last; ++y) {
+    const int row = y - frame.position;
+    const RowDigest& digest = signature.rows[static_cast<std::size_t>(row)];
+    if (digest == picture.digest(y)) continue;
+    const ColumnSpan changed = changedColumns(frame.image.row(row), picture.row(y));
+    if (changed.length() <= 0) continue;
+    if (!isBlurred) {
+      if (isPinned(signature, before, row, changed)) continue;
+      // Rows that are not drawn yet are blank; a button that is gone was narrow.
+      if (isBlank(digest) && 3 * changed.length() > width()) continue;
+    }
+    picture.paintColumns(frame.image, digest, row, y, changed);
+  }
+}
+
+/// The columns from the first to the last pixel that differ, of those that scroll.
+ColumnSpan ScrollingCanvas::State::changedColumns(std::span<const std::uint8_t> a,
+                                                  std::span<const std::uint8_t> b) const {
+  const auto differs = [&](int x) {
+    return std::memcmp(a.data() + std::ptrdiff_t{4} * x, b.data() + std::ptrdiff_t{4} * x, 3) != 0;
+  };
+  ColumnSpan span{mask.leadingPixels.value_or(0), width() - mask.trailingPixels.value_or(0)};
+  while (span.first < span.last && !differs(span.first)) ++span.first;
+  while (span.first < span.last && !differs(span.last - 1)) --span.last;
+  return span;
 }
 
 /// The header of the highest frame and the footer of the lowest.
@@ -215,7 +261,7 @@ void ScrollingCanvas::State::place(const ScrollFrame& frame, FrameSignature sign
   bands = stuck;
   growDown(placed, stuck);
   growUp(placed, stuck);
-  if (isExact && isBlurred) repaint(placed, stuck);
+  if (isExact) repaint(placed, signature, latest.signature, stuck);
   isBlurred = !isExact;
   const int furthest = frameHeight() - minimumOverlap(frameHeight());
   lastOffset = position - latest.position;
@@ -236,13 +282,13 @@ void ScrollingCanvas::State::stoodStill(const ScrollFrame& frame, FrameSignature
   if (highest.position == lowest.position) {
     picture.paint(placed.image, placed.digests, 0, frameHeight(), position);
   } else {
-    repaint(placed, bands);
+    repaint(placed, signature, {}, bands);
   }
+  isBlurred = false;
   if (position == highest.position) highest = placed;
   if (position == lowest.position) lowest = placed;
   latest = {std::move(signature), position};
   anchor.reset();
-  isBlurred = false;
   lastOffset = 0;
 }
 

@@ -105,23 +105,41 @@ TEST(ScrollingCanvas, SideThatStaysStillIsNotRepeated) {
   }
 }
 
-TEST(ScrollingCanvas, CaretsFilmsAndButtonsDoNotMisleadIt) {
-  struct Case {
-    const char* name;
-    GeneratedView view;
-    int top;
-    int bottom;  // rows of the frame that the disturbance leaves alone
-  };
-  for (const Case& one :
-       {Case{"caret", {.hasCaret = true}, 0, 0}, Case{"video", {.hasVideo = true}, 0, 0},
-        Case{"badge", {.hasBadge = true}, 0, 0}}) {
-    SCOPED_TRACE(one.name);
-    Session session{.page = GeneratedPage({.kind = PageKind::text}),
-                    .view = one.view,
-                    .canvas = ScrollingCanvas()};
+TEST(ScrollingCanvas, CaretsFilmsAndScrollBarsDoNotMisleadIt) {
+  for (const GeneratedView& view :
+       {GeneratedView{.hasCaret = true}, GeneratedView{.hasVideo = true},
+        GeneratedView{.scrollBar = 14}}) {
+    Session session{
+        .page = GeneratedPage({.kind = PageKind::text}), .view = view, .canvas = ScrollingCanvas()};
     session.scroll(500, 2500, 33);
     EXPECT_EQ(session.canvas.size().height, 2520);
   }
+}
+
+TEST(ScrollingCanvas, WhatFloatsOrCameLateIsPutRight) {
+  const GeneratedPage page({.kind = PageKind::text, .height = 6000});
+  // A button above the page: it is left where the last frame shows it.
+  Session floating{.page = page, .view = {.hasBadge = true}, .canvas = ScrollingCanvas()};
+  floating.scroll(500, 2500, 33);
+  const Image tall = floating.canvas.finish();
+  ASSERT_EQ(tall.height(), 2520);
+  EXPECT_EQ(wrongRows(tall, 0, page, 500, 2520 - 60), 0);
+
+  // Rows at the lower edge that a browser draws a frame later.
+  Session late{.page = page, .view = {}, .canvas = ScrollingCanvas()};
+  for (int i = 0; i < 20; ++i) {
+    const Image whole = late.view.frame(page, 500 + 250 * i, i);
+    MutableImage partly(whole.size(), whole.format());
+    for (int y = 0; y < 520; ++y) {
+      std::ranges::copy(whole.row(y), partly.row(y).begin());
+      if (i % 2 == 1 && y >= 470) std::ranges::fill(partly.row(y), 0xffU);
+    }
+    (void)late.canvas.add({.image = std::move(partly).finish(), .displayTime = i * 0.1}, oneToOne);
+  }
+  (void)late.show(500 + 250 * 19);
+  const Image painted = late.canvas.finish();
+  ASSERT_EQ(painted.height(), 250 * 19 + 520);
+  EXPECT_EQ(wrongRows(painted, 0, page, 500, painted.height()), 0);
 }
 
 TEST(ScrollingCanvas, GoesOnWhereItWasAfterTooFastALeap) {

@@ -52,12 +52,16 @@ std::span<const std::uint8_t> TallPicture::row(int y) const {
       .subspan(static_cast<std::size_t>(rowInPiece(y)) * rowBytes(), rowBytes());
 }
 
+const RowDigest& TallPicture::digest(int y) const {
+  VT_CHECK(y >= top_ && y < bottom_);
+  return pieces_.at(pieceOf(y, pieceRows)).digests[static_cast<std::size_t>(rowInPiece(y))];
+}
+
 std::vector<RowDigest> TallPicture::digests() const {
   std::vector<RowDigest> all;
   all.reserve(static_cast<std::size_t>(height()));
   for (int y = top_; y < bottom_; ++y) {
-    all.push_back(
-        pieces_.at(pieceOf(y, pieceRows)).digests[static_cast<std::size_t>(rowInPiece(y))]);
+    all.push_back(digest(y));
   }
   return all;
 }
@@ -84,6 +88,15 @@ void TallPicture::paint(const Image& image, std::span<const RowDigest> digests, 
   }
   top_ = height() == 0 ? to : std::min(top_, to);
   bottom_ = std::max(bottom_, to + rows);
+}
+
+void TallPicture::paintColumns(const Image& image, const RowDigest& digest, int from, int to,
+                               const ColumnSpan& columns) {
+  VT_CHECK(to >= top_ && to < bottom_);
+  const auto first = static_cast<std::size_t>(columns.first) * 4;
+  std::memcpy(writable(to).data() + first, image.row(from).data() + first,
+              static_cast<std::size_t>(columns.length()) * 4);
+  pieceAt(to).digests[static_cast<std::size_t>(rowInPiece(to))] = digest;
 }
 
 void TallPicture::keep(int top, int bottom) {

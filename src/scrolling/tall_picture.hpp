@@ -28,6 +28,10 @@ class TallPicture {
   /// `from` on, to row `to` of the picture. They touch what is there, or lie in it.
   void paint(const Image& image, std::span<const RowDigest> digests, int from, int rows, int to);
 
+  /// Puts these columns of one row of `image`, whose digest is given, into row `to` of the picture.
+  void paintColumns(const Image& image, const RowDigest& digest, int from, int to,
+                    const ColumnSpan& columns);
+
   /// Takes away what lies outside of these rows.
   void keep(int top, int bottom);
 
@@ -36,6 +40,8 @@ class TallPicture {
   void fill(const ColumnSpan& columns, int first, int last, const Image& image);
 
   [[nodiscard]] std::span<const std::uint8_t> row(int y) const;
+
+  [[nodiscard]] const RowDigest& digest(int y) const;
 
   /// Of all rows, from the top.
   [[nodiscard]] std::vector<RowDigest> digests() const;
