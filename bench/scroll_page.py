@@ -339,6 +339,9 @@ def measure(case, way, program, folder, keep, dumps, extra):
     try:
         wheel.move(size[0] // 2, size[1] // 2)
         browser.open(source)
+        # What sticks to the window's end is at the page's end in the tall picture.
+        browser.evaluate("const foot = document.querySelector('footer'); if (foot) {"
+                         "document.body.style.position = 'relative'; foot.style.position = 'absolute' }")
         whole = browser.picture()
         browser.open(source)
         output = folder / "joined.png"
@@ -348,6 +351,8 @@ def measure(case, way, program, folder, keep, dumps, extra):
             frames = ["--dump", str(keep / name)]
         session = Session(program, server.name, size, str(output),
                           extra + frames)
+        while session.state()["frames"] == 0:
+            pass
         began = time.monotonic()
         before = session.state()["processor"]
         WAYS[way](wheel, browser, session)

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -81,9 +82,7 @@ class Session {
     if (frames_ == 0) first_ = frame.time;
     last_ = frame.time;
     dropped_ = frame.dropped;
-    if (!arguments_.dump.empty()) {
-      write(fmt::format("{}/{:05}.png", arguments_.dump, frames_), frame.image);
-    }
+    if (!arguments_.dump.empty()) dump(frame.image);
     ++frames_;
     if (!arguments_.joins) return;
     const ScrollFrame scrolled{.image = frame.image,
@@ -117,11 +116,38 @@ class Session {
 
   void finish() {
     tell();
+    for (int number = 0; number < frames_ && !arguments_.dump.empty(); ++number) {
+      const std::string raw = dumpPath(number, "raw");
+      MutableImage image(size_, PixelFormat::bgrx);
+      std::ifstream file(raw, std::ios::binary);
+      for (int y = 0; y < size_.height; ++y) {
+        const auto row = image.row(y);
+        file.read(reinterpret_cast<char*>(row.data()), static_cast<std::streamsize>(row.size()));
+      }
+      write(dumpPath(number, "png"), std::move(image).finish());
+      std::filesystem::remove(raw);
+    }
     if (!arguments_.output.empty()) write(arguments_.output, canvas_.finish());
   }
 
  private:
+  [[nodiscard]] std::string dumpPath(int number, std::string_view extension) const {
+    return fmt::format("{}/{:05}.{}", arguments_.dump, number, extension);
+  }
+
+  /// As it is: compressing it now would hold frames up.
+  void dump(const Image& image) {
+    size_ = image.size();
+    std::ofstream file(dumpPath(frames_, "raw"), std::ios::binary);
+    for (int y = 0; y < image.height(); ++y) {
+      const auto row = image.row(y);
+      file.write(reinterpret_cast<const char*>(row.data()),
+                 static_cast<std::streamsize>(row.size()));
+    }
+  }
+
   const Arguments& arguments_;
+  PixelSize size_;
   LinuxClock clock_;
   ScrollingCanvas canvas_;
   ScrollingCanvas::Step step_;
