@@ -155,6 +155,7 @@ class Browser:
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(to_child)
         os.close(from_child)
+        self.deadline = time.monotonic() + 90
         self.rest = b""
         self.last = 0
         self.session = None
@@ -205,6 +206,8 @@ class Browser:
                              ".map(one => Math.round(one * devicePixelRatio))")
 
     def is_at_end(self):
+        if time.monotonic() > self.deadline:
+            raise RuntimeError("the page's end is not reached")
         place, end = self.place()
         return place >= end
 
@@ -404,6 +407,9 @@ def main():
             folder = pathlib.Path(tempfile.mkdtemp(prefix="vantorel-scroll."))
             try:
                 good &= measure(case, way, arguments.session, folder, arguments.keep, arguments.dump, extra)
+            except RuntimeError as failure:
+                print(f"{name}: {failure}", flush=True)
+                good = False
             finally:
                 shutil.rmtree(folder, ignore_errors=True)
     sys.exit(0 if good else 1)
