@@ -5,6 +5,7 @@
 
 #include "app/app_windows.hpp"
 #include "app/card_stack.hpp"
+#include "app/scrolling_panel.hpp"
 #include "app/status_menu.hpp"
 #include "app/window_services.hpp"
 #include "base/geometry.hpp"
@@ -44,6 +45,7 @@ class DesktopUi {
   [[nodiscard]] virtual SelectionOverlay& selectionOverlay() = 0;
   [[nodiscard]] virtual std::shared_ptr<CountdownPanel> countdownPanel() = 0;
   [[nodiscard]] virtual std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() = 0;
+  [[nodiscard]] virtual ScrollingPanel& scrollingPanel() = 0;
 
   /// The program's windows, made of these.
   virtual void setWindowServices(WindowServices services) = 0;

@@ -22,6 +22,7 @@
 #include "ui/kit/program_icon.hpp"
 #include "ui/kit/qt_runner.hpp"
 #include "ui/qt_app_windows.hpp"
+#include "ui/scrolling/qt_scrolling_panel.hpp"
 #include "ui/selection/qt_selection_overlay.hpp"
 #include "ui/tray/qt_status_item.hpp"
 
@@ -117,6 +118,7 @@ class QtDesktopUi : public DesktopUi {
     // Others may hold them longer, but no window outlives the application.
     countdown_->hide([] {});
     cover_->hide();
+    scrolling_.close();
   }
 
   std::shared_ptr<TaskRunner> mainRunner() override { return runner_; }
@@ -148,6 +150,7 @@ class QtDesktopUi : public DesktopUi {
   SelectionOverlay& selectionOverlay() override { return overlay_; }
   std::shared_ptr<CountdownPanel> countdownPanel() override { return countdown_; }
   std::shared_ptr<DesktopCoverWindows> desktopCoverWindows() override { return cover_; }
+  ScrollingPanel& scrollingPanel() override { return scrolling_; }
   void setClipboard(Clipboard& clipboard) override { overlay_.setClipboard(clipboard); }
   void flash(const PixelRect& area) override { flash_.show(area); }
   Alerts& alerts() override { return alerts_; }
@@ -165,6 +168,7 @@ class QtDesktopUi : public DesktopUi {
   const std::shared_ptr<CountdownWindow> countdown_ = std::make_shared<CountdownWindow>(native_);
   const std::shared_ptr<DesktopCover> cover_ = std::make_shared<DesktopCover>(native_);
   QtSelectionOverlay overlay_{native_};
+  QtScrollingPanel scrolling_{native_};
   QtStatusItem statusItem_{native_};
   QtAppWindows windows_{native_};
   std::unique_ptr<CardWindows> cards_;
