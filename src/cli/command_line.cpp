@@ -79,6 +79,7 @@ struct Given {
   std::optional<std::string> window;
   std::optional<std::string> rect;
   std::optional<std::string> delay;
+  std::optional<std::string> timeout;
   std::optional<std::string> output;
   bool copies = false;
   bool showsPointer = false;
@@ -103,8 +104,9 @@ void addCapture(CLI::App& app, Given& given) {
       app.add_subcommand("capture", "Take a still and file it; prints the path of the file");
   capture
       ->add_option("what", given.kind,
-                   "what to take; previous is the area chosen last, and text is read, "
-                   "printed and copied, without a picture being saved")
+                   "what to take; previous is the area chosen last, text is read, printed and "
+                   "copied, without a picture being saved, and scroll joins what is scrolled in "
+                   "an area or a window to one tall picture")
       ->required()
       ->check(oneOf<StillCaptureCommand::Kind>());
   capture
@@ -127,6 +129,11 @@ void addCapture(CLI::App& app, Given& given) {
                    "(default: as set)")
       ->type_name("SECONDS");
   capture
+      ->add_option("--timeout", given.timeout,
+                   "of \"capture scroll\": whole seconds, up to 3600, after which it ends and what "
+                   "there is is filed (default: when you are done)")
+      ->type_name("SECONDS");
+  capture
       ->add_option("--output", given.output,
                    "also write the picture to this file, in the format its name ends in; "
                    "- is PNG on standard output")
@@ -144,13 +151,17 @@ std::string captureCommand(const Given& given, const Path& folder, command::Capt
   command.kind = *enumFromName<StillCaptureCommand::Kind>(given.kind);
   using Kind = StillCaptureCommand::Kind;
   const bool isText = command.kind == Kind::text;
-  const bool isArea = command.kind == Kind::area || isText;
-  if (given.window && command.kind != Kind::window && !isText) {
-    return "--window goes with \"capture window\" and \"capture text\"";
+  const bool isScroll = command.kind == Kind::scroll;
+  const bool isArea = command.kind == Kind::area || isText || isScroll;
+  if (given.window && command.kind != Kind::window && !isText && !isScroll) {
+    return "--window goes with \"capture window\", \"capture text\" and \"capture scroll\"";
   }
   if (given.rect && !isArea) {
-    return "--rect goes with \"capture area\" and \"capture text\"";
+    return "--rect goes with \"capture area\", \"capture text\" and \"capture scroll\"";
   }
+  if (given.timeout && !isScroll) return "--timeout goes with \"capture scroll\"";
+  if (isScroll && given.delay) return "--delay doesn't go with \"capture scroll\"";
+  if (isScroll && given.showsPointer) return "--pointer doesn't go with \"capture scroll\"";
   if (given.rect && given.window) return "--rect doesn't go with --window";
   if (given.output && isText)
     return "--output goes with pictures; \"capture text\" prints the text";
@@ -182,6 +193,12 @@ std::string captureCommand(const Given& given, const Path& folder, command::Capt
   if (given.delay) {
     command.delay = parseDelay(*given.delay);
     if (!command.delay) return "--delay must be whole seconds from 0 to 3600";
+  }
+  if (given.timeout) {
+    command.timeout = parseDelay(*given.timeout);
+    if (!command.timeout || command.timeout->count() == 0) {
+      return "--timeout must be whole seconds from 1 to 3600";
+    }
   }
   if (given.output) {
     if (given.output->empty()) return outputNamesNothing;
@@ -287,6 +304,8 @@ bool CommandLine::needsWindows() const {
   const auto* const capture = std::get_if<command::Capture>(&command);
   if (capture == nullptr) return false;
   if (capture->what.isAnsweredAtDesktop) return true;
+  // What it does is seen on its panel.
+  if (capture->what.kind == StillCaptureCommand::Kind::scroll) return true;
   using Kind = StillCaptureCommand::Kind;
   const StillCaptureCommand& what = capture->what;
   if (what.kind == Kind::text) return !what.rect && !what.window;
@@ -297,7 +316,8 @@ bool CommandLine::needsLibrary() const {
   if (const auto* const settings = std::get_if<command::Settings>(&command)) {
     return settings->namesCollection();
   }
-  return !std::holds_alternative<command::Autostart>(command) && scannedText() == nullptr;
+  return !std::holds_alternative<command::Autostart>(command) && scannedText() == nullptr &&
+         stitched() == nullptr;
 }
 
 bool CommandLine::onlyVerifies() const {
@@ -363,6 +383,7 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
       "quit", "End the program in the tray, without a session bus too; it saves first");
   const LibraryOptions library(app);
   const RedactOptions redact(app);
+  const StitchOptions stitch(app);
   const SettingsOptions settings(app);
   CLI::App* const manual =
       app.add_subcommand("manual", "Print the manual page: vantorel manual | man -l -");
@@ -436,6 +457,10 @@ std::variant<CommandLine, CommandLineAnswer> parseCommandLine(std::vector<std::s
     line.command = std::move(what);
   } else if (redact.isChosen()) {
     auto what = redact.command(folder);
+    if (!what) return usage(what.error().reason, commandsOf(app));
+    line.command = *std::move(what);
+  } else if (stitch.isChosen()) {
+    auto what = stitch.command(folder);
     if (!what) return usage(what.error().reason, commandsOf(app));
     line.command = *std::move(what);
   } else if (auto change = settings.chosen()) {

@@ -15,6 +15,7 @@
 #include "cli/library_options.hpp"
 #include "cli/redact_command.hpp"
 #include "cli/settings_command.hpp"
+#include "cli/stitch_command.hpp"
 
 namespace vantorel {
 
@@ -62,7 +63,7 @@ struct CommandLine {
   std::variant<command::Run, command::Show, command::Quit, command::ListDisplays,
                command::ListWindows, command::Capture, command::Autostart, command::Convert,
                command::Compress, command::Annotate, command::Render, command::Edit, command::Pin,
-               command::Settings, command::Library, command::Redact>
+               command::Settings, command::Library, command::Redact, command::Stitch>
       command;
 
   /// True when the process that runs it lives on in the tray.
@@ -81,6 +82,11 @@ struct CommandLine {
   /// The text to look through, of a command that does nothing else: it is run where it was typed,
   /// whose standard input it may read. Null for all others.
   [[nodiscard]] const command::Redact::ScanText* scannedText() const;
+
+  /// The frames to join; likewise.
+  [[nodiscard]] const command::Stitch* stitched() const {
+    return std::get_if<command::Stitch>(&command);
+  }
 
   /// True when bytes of a picture are what it prints.
   [[nodiscard]] bool printsPicture() const;

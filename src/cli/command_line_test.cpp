@@ -41,6 +41,10 @@ TEST(CommandLineTest, CapturesAreReadWhole) {
 
   const CommandLine window = parsed({"capture", "window", "--window", "0x1c00007"});
   EXPECT_EQ(std::get<command::Capture>(window.command).what.window, 0x1c00007U);
+  const CommandLine scroll =
+      parsed({"capture", "scroll", "--window", "7", "--timeout", "30", "--output", "page.webp"});
+  EXPECT_EQ(std::get<command::Capture>(scroll.command).what.timeout, std::chrono::seconds(30));
+  EXPECT_TRUE(scroll.needsWindows()) << "its panel";
   EXPECT_TRUE(parsed({"capture", "window"}).needsWindows());
   EXPECT_TRUE(parsed({"capture", "area"}).needsWindows());
   EXPECT_TRUE(parsed({}).needsWindows());
@@ -128,10 +132,19 @@ TEST(CommandLineTest, PicturesAreNamedByIdsAndFiles) {
 
 TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> mistakes = {
-      {{"capture"}, "\"what\" is missing: display, window, area, previous or text."},
+      {{"capture"}, "\"what\" is missing: display, window, area, previous, text or scroll."},
       {{"library", "list", "--before", ""}, "must not be empty"},
       {{"library", "list", "--collection", ""}, "must not be empty"},
-      {{"capture", "moon"}, "Capture must be one of display, window, area, previous, text."},
+      {{"capture", "area", "--timeout", "3"}, "--timeout goes with \"capture scroll\""},
+      {{"capture", "scroll", "--timeout", "0"}, "whole seconds from 1 to 3600"},
+      {{"capture", "scroll", "--delay", "3"}, "--delay doesn't go with"},
+      {{"capture", "scroll", "--display", "DP-1"}, "--display goes with"},
+      {{"stitch", "a.png", "--output", "b.png"}, "two frames at least"},
+      {{"stitch", "a.png", "b.png"}, "--output is missing"},
+      {{"stitch", "a.png", "b.png", "--output", "c.gif"}, "--output must end in"},
+      {{"stitch", "a.png", "b.png", "--output", "c.png", "--scale", "0"}, "--scale must be"},
+      {{"capture", "moon"},
+       "Capture must be one of display, window, area, previous, text, scroll."},
       {{"capture", "area", "--rect", "1,2,3"}, "--rect must be X,Y,W,H"},
       {{"capture", "area", "--rect", "1,2,3,0"}, "--rect must be X,Y,W,H"},
       {{"capture", "area", "--rect", "nan,2,3,4"}, "--rect must be X,Y,W,H"},
@@ -150,6 +163,14 @@ TEST(CommandLineTest, MistakesAreNamedAndHelpIsNoMistake) {
       {{"capture", "display", "--output", ""}, "--output must name a file"},
       {{"capture", "display", "--output", "shot.bmp"}, "--output must end in"},
       {{"capture", "display", "--output", "-", "--json"}, "--json doesn't go with it"},
+      {{"capture", "area", "--timeout", "3"}, "--timeout goes with \"capture scroll\""},
+      {{"capture", "scroll", "--timeout", "0"}, "whole seconds from 1 to 3600"},
+      {{"capture", "scroll", "--delay", "3"}, "--delay doesn't go with"},
+      {{"capture", "scroll", "--display", "DP-1"}, "--display goes with"},
+      {{"stitch", "a.png", "--output", "b.png"}, "two frames at least"},
+      {{"stitch", "a.png", "b.png"}, "--output is missing"},
+      {{"stitch", "a.png", "b.png", "--output", "c.gif"}, "--output must end in"},
+      {{"stitch", "a.png", "b.png", "--output", "c.png", "--scale", "0"}, "--scale must be"},
       {{"capture", "moon"}, "\"vantorel capture --help\""},
       {{"show", "window"}, "Show must be one of history, settings, help, welcome."},
       {{"autostart", "perhaps"}, "Autostart must be one of on, off, status."},

@@ -36,7 +36,8 @@ ExitStatus statusOf(CaptureRefusal refusal) {
     case CaptureRefusal::unknownWindow:
     case CaptureRefusal::noWindows:
     case CaptureRefusal::unreadableArea:
-    case CaptureRefusal::displaysChanged: return ExitStatus::failed;
+    case CaptureRefusal::displaysChanged:
+    case CaptureRefusal::areaTooLow: return ExitStatus::failed;
   }
   std::unreachable();
 }
@@ -217,6 +218,8 @@ void CommandRunner::run(const CommandLine& line, Done done, const CommandRequest
     edit(*editing, std::move(done));
   } else if (const auto* const pinning = std::get_if<command::Pin>(&line.command)) {
     pin(*pinning, std::move(done));
+  } else if (line.stitched() != nullptr) {
+    done(failedReply("Frames are stitched where the command is typed."));
   } else if (std::holds_alternative<command::Run>(line.command)) {
     services_.coordinator->startedAgain();
     done({ExitStatus::done, {}, "Vantorel is running already.\n"});
@@ -469,12 +472,14 @@ void CommandRunner::callOff(const std::string& requester) {
     if (done) interrupted.emplace_back(std::exchange(done, nullptr), staged);
   };
   bool isInFlight = false;
+  bool isScrolling = false;
   const auto [begin, end] = capturing_.equal_range(requester);
   for (auto found = begin; found != end; ++found) {
     Capturing& capturing = *found->second;
     capturing.isCalledOff = true;
     // One that is staged waits for nobody; what waits for the user now may be another one.
-    isInFlight |= capturing.hasBegun && capturing.staged.empty();
+    const bool isUnderWay = capturing.hasBegun && capturing.staged.empty();
+    (capturing.isScrolled ? isScrolling : isInFlight) |= isUnderWay;
     if (!capturing.staged.empty() && !services_.library->isReady()) {
       take(capturing.done, capturing.staged);
     }
@@ -486,6 +491,7 @@ void CommandRunner::callOff(const std::string& requester) {
     done(interruptedReply(services_.library->awaitedHolder(), staged));
   }
   if (isInFlight) services_.coordinator->cancelCapture();
+  if (isScrolling) services_.scrolling->callOff();
   services_.libraryCommands->stop(requester);
 }
 
@@ -494,30 +500,45 @@ void CommandRunner::capture(const command::Capture& what, bool json,
   if (what.what.kind == StillCaptureCommand::Kind::text) {
     return captureText(what, json, requester, std::move(done));
   }
-  const auto capturing = std::make_shared<Capturing>(Capturing{.done = std::move(done)});
+  const auto capturing = std::make_shared<Capturing>(Capturing{
+      .done = std::move(done), .isScrolled = what.what.kind == StillCaptureCommand::Kind::scroll});
   const auto place = capturing_.emplace(requester.name, capturing);
-  services_.coordinator->capture(
-      what.what,
-      [this, place, capturing, json, output = what.output,
-       show = requester.show](const CaptureReply& reply) mutable {
-        capturing_.erase(place);
-        Done answered = std::exchange(capturing->done, nullptr);
-        if (!answered) return;
-        const auto* const outcome = std::get_if<CaptureOutcome>(&reply);
-        const auto* const saved =
-            outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
-        if (saved != nullptr && !saved->indexFailure.empty()) sayWhoHasTheLibrary(show);
-        CommandReply answer = replyTo(reply, json);
-        if (saved == nullptr || !output) return answered(std::move(answer));
-        handOut(*saved, *output, json, std::move(answer), std::move(answered));
-      },
-      [capturing] { return capturing->hasBegun = !capturing->isCalledOff; },
-      [this, capturing, requester](const Path& staged) {
-        capturing->staged = staged;
-        if (capturing->isCalledOff) return callOff(requester.name);
-        announceWait(requester.show, Waiting(capturing, &capturing->done), staged);
-        announceScan(requester.show, Waiting(capturing, &capturing->done));
-      });
+  begin(what, capturing, requester,
+        [this, place, capturing, json, output = what.output,
+         show = requester.show](const CaptureReply& reply) mutable {
+          capturing_.erase(place);
+          Done answered = std::exchange(capturing->done, nullptr);
+          if (!answered) return;
+          const auto* const outcome = std::get_if<CaptureOutcome>(&reply);
+          const auto* const saved =
+              outcome == nullptr ? nullptr : std::get_if<CaptureOutcome::Saved>(&outcome->value);
+          if (saved != nullptr && !saved->indexFailure.empty()) sayWhoHasTheLibrary(show);
+          CommandReply answer = replyTo(reply, json);
+          if (saved == nullptr || !output) return answered(std::move(answer));
+          handOut(*saved, *output, json, std::move(answer), std::move(answered));
+        });
+}
+
+void CommandRunner::begin(const command::Capture& what, const std::shared_ptr<Capturing>& capturing,
+                          const CommandRequester& requester,
+                          StillCapturePipeline::Finished finished) {
+  auto begins = [capturing] { return capturing->hasBegun = !capturing->isCalledOff; };
+  auto onStaged = [this, capturing, requester](const Path& staged) {
+    capturing->staged = staged;
+    if (capturing->isCalledOff) return callOff(requester.name);
+    announceWait(requester.show, Waiting(capturing, &capturing->done), staged);
+    announceScan(requester.show, Waiting(capturing, &capturing->done));
+  };
+  if (!capturing->isScrolled) {
+    return services_.coordinator->capture(what.what, std::move(finished), std::move(begins),
+                                          std::move(onStaged));
+  }
+  services_.scrolling->take(what.what, std::move(finished),
+                            {.begins = std::move(begins),
+                             .onStaged = std::move(onStaged),
+                             .onWord = [show = requester.show](const std::string& words) {
+                               if (show) show({0, 0, words});
+                             }});
 }
 
 void CommandRunner::captureText(const command::Capture& what, bool json,

@@ -14,6 +14,7 @@
 #include "app/capture_rewriter.hpp"
 #include "app/library_move.hpp"
 #include "app/retention_setting.hpp"
+#include "app/scrolling_capture.hpp"
 #include "app/text_capture.hpp"
 #include "base/lifetime.hpp"
 #include "cli/command_line.hpp"
@@ -32,6 +33,7 @@ class CommandRunner {
     CaptureRewriter* rewriter = nullptr;
     CaptureAnnotator* annotator = nullptr;
     TextCapture* texts = nullptr;
+    ScrollingCapture* scrolling = nullptr;
     CaptureRedactor* redactor = nullptr;
     SettingsStore* settings = nullptr;
     Library* library = nullptr;
@@ -73,6 +75,7 @@ class CommandRunner {
     Done done;              // empty once it is answered
     bool hasBegun = false;  // the one that the coordinator has in flight
     bool isCalledOff = false;
+    bool isScrolled = false;
     Path staged{};  // where its picture is safe until it is filed
   };
 
@@ -93,6 +96,8 @@ class CommandRunner {
   void withLibrary(const CommandLine& line, Done done, const CommandRequester& requester);
   void capture(const command::Capture& what, bool json, const CommandRequester& requester,
                Done done);
+  void begin(const command::Capture& what, const std::shared_ptr<Capturing>& capturing,
+             const CommandRequester& requester, StillCapturePipeline::Finished finished);
   void captureText(const command::Capture& what, bool json, const CommandRequester& requester,
                    Done done);
   void handOut(const CaptureOutcome::Saved& saved, const command::Capture::Output& output,

@@ -19,7 +19,7 @@ void checkFile(DesktopWing& desktop, const Path& path, CommandRunner::Services::
 }
 
 CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, EditorWing& editor,
-                                TextWing& text) {
+                                TextWing& text, ScrollingWing& scrolling) {
   DesktopWing& desktop = captures.desktop;
   LibraryWing& library = captures.libraryWing;
   return {.main = desktop.main,
@@ -27,6 +27,7 @@ CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, Editor
           .rewriter = &editor.rewriter,
           .annotator = &editor.annotator,
           .texts = &text.taking,
+          .scrolling = &scrolling.scrolling,
           .redactor = &text.redactor,
           .settings = &desktop.settings,
           .library = &library.library,
@@ -50,7 +51,8 @@ CommandRunner::Services running(CommandWing& wing, CaptureWing& captures, Editor
 
 }  // namespace
 
-CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor, TextWing& text)
+CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor, TextWing& text,
+                         ScrollingWing& scrolling)
     : library({.main = captures.desktop.main,
                .work = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.library"),
                .clock = captures.desktop.clock,
@@ -67,6 +69,6 @@ CommandWing::CommandWing(CaptureWing& captures, EditorWing& editor, TextWing& te
                            read(*entry);
                          });
                    }}),
-      runner(running(*this, captures, editor, text)) {}
+      runner(running(*this, captures, editor, text, scrolling)) {}
 
 }  // namespace vantorel

@@ -28,6 +28,7 @@
 #include "platform/linux/command_bus.hpp"
 #include "platform/linux/desktop_session.hpp"
 #include "platform/linux/file_server.hpp"
+#include "platform/linux/linux_image_codec.hpp"
 #include "platform/linux/loop_runner.hpp"
 #include "platform/linux/remote_files.hpp"
 #include "platform/linux/runtime_folder.hpp"
@@ -246,6 +247,9 @@ int run(int argc, char** argv) {
     return print(toBus(scanText(scanned->file, line.json)));
   }
   const auto files = std::make_shared<RemoteFiles>();
+  if (const auto* const stitched = line.stitched()) {
+    return print(toBus(stitchFrames(*stitched, line.json, *files, LinuxImageCodec())));
+  }
   if (root && isMisspelt(*files, *root)) {
     return print({static_cast<int>(ExitStatus::usage),
                   {},

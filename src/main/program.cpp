@@ -10,6 +10,7 @@
 #include "base/log.hpp"
 #include "base/path_text.hpp"
 #include "main/command_wing.hpp"
+#include "main/scrolling_wing.hpp"
 #include "main/text_wing.hpp"
 #include "main/tray_lock.hpp"
 #include "main/windows_wing.hpp"
@@ -25,7 +26,8 @@ struct Program::Wings {
         captures(library, std::move(terminate)),
         editor(captures),
         text(captures),
-        commands(captures, editor, text) {}
+        scrolling(captures),
+        commands(captures, editor, text, scrolling) {}
 
   ~Wings() {
     text.stop();
@@ -39,6 +41,7 @@ struct Program::Wings {
   CaptureWing captures;
   EditorWing editor;
   TextWing text;
+  ScrollingWing scrolling;
   CommandWing commands;
   std::optional<WindowsWing> windows;  // in the tray alone
   bool filesStagedAtEnd = false;  // a run that was only asked to look leaves that to the next one
