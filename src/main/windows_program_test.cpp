@@ -467,5 +467,41 @@ TEST_F(WindowsProgramTest, PicturesAreOpenedAndPinnedByCommand) {
   EXPECT_EQ(tray_->wait().status, 0);
 }
 
+TEST_F(WindowsProgramTest, APersonScrollsAPageBackAndForthAndGetsItAsOnePicture) {
+  startTray();
+  // It is scrolled by being moved below the area that is captured.
+  constexpr PixelRect area{250, 150, 500, 400};
+  const auto page = client_.open(
+      {.area = {200, 100, 700, 3000}, .seed = 5, .title = "Page", .overrideRedirect = true});
+  const auto scrollTo = [&](int row) { client_.moveTo(page, 200, 100 - row); };
+  const std::string panel = "Vantorel scrolling capture";
+  const auto waitFor = [&](const std::string& words) {
+    (void)reader_.find(panel, words, [&](const SpokenControl& one) { return one.name == words; });
+  };
+  ChildProcess scrolling = vantorel_.start({"capture", "scroll", "--rect", "250,150,500,400"});
+  waitFor("400 px, Scroll on");
+  EXPECT_EQ(vantorel_.run({"capture", "display"}).status, 4) << "one at a time";
+  for (int row = 90; row <= 450; row += 90) {
+    scrollTo(row);
+    waitFor(std::to_string(400 + row) + " px, Scroll on");
+  }
+  scrollTo(2000);
+  waitFor("850 px, Too fast, scroll back");
+  scrollTo(450);
+  waitFor("850 px, Scroll on");
+  scrollTo(580);
+  waitFor("980 px, Scroll on");
+  // Up again, beyond where it began.
+  for (const int row : {450, 300, 150, 0, -40}) scrollTo(row);
+  waitFor("1,020 px, Scroll on");
+  click(reader_.find(panel, "push button", "Done"));
+  const Image taken = vantorel_.picture(scrolling.wait());
+  EXPECT_EQ(taken.size(), (PixelSize{area.width, 1020}));
+  EXPECT_EQ(differenceFromTestPicture(taken, 5, area.x - 200, area.y - 100 - 40), "");
+  EXPECT_TRUE(vantorel_.entries().back()->isTallCapture);
+  reader_.waitUntilGone(panel);
+  quit();
+}
+
 }  // namespace
 }  // namespace vantorel
