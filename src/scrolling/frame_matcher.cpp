@@ -17,6 +17,7 @@ namespace vantorel {
 namespace {
 
 constexpr int judgedRows = 96;
+constexpr int plainRows = 64;  // where rows that are there only once agree
 constexpr int explainedRows = 64;
 constexpr std::size_t mostCandidates = 10;
 constexpr float leastFloor = 4;
@@ -129,7 +130,7 @@ class Matching {
     if (votes.empty() || votes.front().offset == 0) return std::nullopt;
     const int offset = votes.front().offset;
     if (!isInRange(offset) || !hasOverlap(offset) || !isUndisputed(offset)) return std::nullopt;
-    const ShiftEvidence evidence = gatherEvidence(pair_, offset, judgedRows);
+    const ShiftEvidence evidence = gatherEvidence(pair_, offset, plainRows);
     if (evidence.mismatches() > 0 || !isEnough(evidence)) return std::nullopt;
     return accepted(joined(offset, 1));
   }

@@ -28,6 +28,21 @@ std::uint64_t lookOf(const RowDigest& row, int block) {
   return squares < texturedSquares * together ? 0 : look | 1U;
 }
 
+/// The looks that begin at each row, one after the other for each first block; 0 where none does.
+std::vector<std::uint64_t> beginnings(std::span<const RowDigest> rows,
+                                      const std::vector<int>& blocks) {
+  std::vector<std::uint64_t> begun(rows.size() * blocks.size());
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
+    std::uint64_t above = 0;
+    for (std::size_t y = 0; y < rows.size(); ++y) {
+      const std::uint64_t look = lookOf(rows[y], blocks[i]);
+      if (look != above && y > 0) begun[y * blocks.size() + i] = look;
+      above = look;
+    }
+  }
+  return begun;
+}
+
 /// Where a look begins; rows that continue it do not count. Open addressing: thousands of them are
 /// put in for every frame.
 class LookTable {
@@ -66,36 +81,36 @@ ShiftVotes::ShiftVotes(std::span<const RowDigest> previous, std::span<const RowD
       blocks.push_back(block);
     }
   }
-  LookTable table((previous.size() + current.size()) * blocks.size());
-  std::vector<std::uint64_t> looks(current.size() * blocks.size());
+  const std::array frames{previous, current};
+  std::array<std::vector<std::uint64_t>, 2> begun;
+  std::size_t count = 0;
   for (std::size_t frame = 0; frame < 2; ++frame) {
-    const std::span<const RowDigest> rows = frame == 0 ? previous : current;
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-      std::uint64_t above = 0;
-      for (std::size_t y = 0; y < rows.size(); ++y) {
-        const std::uint64_t look = lookOf(rows[y], blocks[i]);
-        const bool begins = look != 0 && look != above && y > 0;
-        above = look;
-        if (frame == 1) looks[y * blocks.size() + i] = begins ? look : 0;
-        if (!begins) continue;
-        LookTable::Slot& slot = table.at(look);
-        ++slot.counts.at(frame);
-        if (frame == 0) slot.row = static_cast<int>(y);
-      }
+    begun.at(frame) = beginnings(frames.at(frame), blocks);
+    count +=
+        begun.at(frame).size() - static_cast<std::size_t>(std::ranges::count(begun.at(frame), 0U));
+  }
+  LookTable table(count);
+  for (std::size_t frame = 0; frame < 2; ++frame) {
+    for (std::size_t i = 0; i < begun.at(frame).size(); ++i) {
+      const std::uint64_t look = begun.at(frame)[i];
+      if (look == 0) continue;
+      LookTable::Slot& slot = table.at(look);
+      ++slot.counts.at(frame);
+      if (frame == 0) slot.row = static_cast<int>(i / blocks.size());
     }
   }
   std::array<int, lookStarts.size()> said{};
   for (std::size_t y = 0; y < current.size(); ++y) {
-    std::size_t count = 0;
+    std::size_t votes = 0;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
-      const std::uint64_t look = looks[y * blocks.size() + i];
+      const std::uint64_t look = begun[1][y * blocks.size() + i];
       if (look == 0) continue;
       const LookTable::Slot& slot = table.at(look);
       if (slot.counts[0] != 1 || slot.counts[1] != 1) continue;
       const int offset = slot.row - static_cast<int>(y);
-      const auto end = said.begin() + static_cast<std::ptrdiff_t>(count);
+      const auto end = said.begin() + static_cast<std::ptrdiff_t>(votes);
       if (std::find(said.begin(), end, offset) != end) continue;
-      said.at(count++) = offset;
+      said.at(votes++) = offset;
       ++tally_[static_cast<std::size_t>(offset - leastOffset_)];
     }
   }
