@@ -11,7 +11,7 @@
 namespace vantorel {
 namespace {
 
-constexpr std::size_t mostVotes = 4;
+constexpr std::size_t votedPredictions = 4;
 /// Below it nothing of the page is in sight: a comparison that refuses has looked at all shifts.
 constexpr float leastHope = 0.35F;
 
@@ -47,7 +47,7 @@ FrameMatch joinFrames(const FrameSignature& previous, const FrameSignature& curr
   const ShiftVotes votes(previous.rows, current.rows, current.width, span);
   const auto* const tooFast = std::get_if<FrameJoin::ScrolledTooFast>(&best.join.value);
   const bool isHopeless = tooFast != nullptr && tooFast->bestAgreement < leastHope;
-  for (const ShiftVotes::Vote& vote : votes.best(mostVotes)) {
+  for (const ShiftVotes::Vote& vote : votes.best(votedPredictions)) {
     if (std::abs(vote.offset) <= furthest) predictions.push_back(vote.offset);
   }
   if (predictions.empty() && isHopeless) return best;

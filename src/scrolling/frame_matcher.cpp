@@ -20,11 +20,11 @@ constexpr int judgedRows = 96;
 constexpr int plainRows = 64;  // where rows that are there only once agree
 constexpr int explainedRows = 64;
 constexpr std::size_t mostCandidates = 10;
-constexpr float leastFloor = 4;
+constexpr float assumedFloor = 4;
 
 // Of a shift that fits exactly.
 constexpr int leastCells = 24;
-constexpr int leastRows = 6;
+constexpr int leastExactRows = 6;
 constexpr float leastExact = 0.7F;
 constexpr float leastExactOfSegment = 1.0F / 3;
 constexpr int cellsOfSegment = 6;  // that say something, for the segment to have a say
@@ -32,7 +32,7 @@ constexpr float leastExactOfStill = 0.5F;
 constexpr int certainRows = 8;
 constexpr int undisputedRows = 24;
 constexpr float leastExactUndisputed = 0.45F;
-constexpr std::size_t mostVotes = 4;
+constexpr std::size_t votesAsked = 4;
 constexpr float islandShare = 0.125F;
 constexpr float otherPaneShare = 0.05F;
 constexpr int otherPaneCells = 8;
@@ -65,7 +65,7 @@ class Matching {
 
   FrameMatch run(bool mayMask) {
     match_.backgroundEnergy = backgroundEnergy(previous_, current_, match_.mask, current_.scale);
-    pair_.floor = match_.backgroundEnergy.value_or(leastFloor);
+    pair_.floor = match_.backgroundEnergy.value_or(assumedFloor);
     pair_.bands = sameRows(pair_);
     if (pair_.bands.header == current_.height) {
       pair_.bands = {};
@@ -138,7 +138,7 @@ class Matching {
   /// Judges what profiles and votes nominate within `range`, and no movement.
   void judge(const OffsetRange& range) {
     std::vector<int> offsets = nominateShifts(pair_, range, mostCandidates);
-    for (const auto& vote : votes_.best(mostVotes)) {
+    for (const auto& vote : votes_.best(votesAsked)) {
       if (isInRange(vote.offset)) offsets.push_back(vote.offset);
     }
     offsets.push_back(0);
@@ -167,7 +167,7 @@ class Matching {
   }
 
   [[nodiscard]] static bool isEnough(const ShiftEvidence& evidence) {
-    return evidence.exact >= leastCells && evidence.exactRows() >= leastRows;
+    return evidence.exact >= leastCells && evidence.exactRows() >= leastExactRows;
   }
 
   /// The shift that cells fit best; null when none has enough of them.
@@ -229,7 +229,7 @@ class Matching {
   [[nodiscard]] bool isUndisputed(int offset) const {
     const int rows = votes_.rowsFor(offset);
     return rows >= undisputedRows &&
-           std::ranges::none_of(votes_.best(mostVotes), [&](const ShiftVotes::Vote& vote) {
+           std::ranges::none_of(votes_.best(votesAsked), [&](const ShiftVotes::Vote& vote) {
              return vote.offset != 0 && std::abs(vote.offset - offset) > 1 && 4 * vote.rows > rows;
            });
   }
@@ -315,7 +315,7 @@ class Matching {
   /// Whether what does not fit `evidence` is found at a shift that was not judged.
   [[nodiscard]] bool isFoundElsewhere(const ShiftEvidence& evidence) const {
     if (evidence.mismatches() < decidingCells) return false;
-    return std::ranges::any_of(votes_.best(mostVotes), [&](const ShiftVotes::Vote& vote) {
+    return std::ranges::any_of(votes_.best(votesAsked), [&](const ShiftVotes::Vote& vote) {
       if (std::ranges::find(judged_, vote.offset, &ShiftEvidence::offset) != judged_.end()) {
         return false;
       }

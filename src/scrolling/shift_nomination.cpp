@@ -9,9 +9,9 @@ namespace vantorel {
 namespace {
 
 constexpr int runRows = 8;
-constexpr int runs = 12;
+constexpr int sampledRuns = 12;
 constexpr float leastTexturedRows = 6;
-constexpr float none = -1;
+constexpr float notLooked = -1;
 
 /// The blocks that lie within the span; all of them where none does.
 BlockRange comparedBlocks(int width, const ColumnSpan& span) {
@@ -53,13 +53,13 @@ std::vector<int> nominateShifts(const FramePair& pair, const OffsetRange& range,
   const BlockRange blocks = comparedBlocks(pair.current.width, pair.span);
   const BlockProfiles before = blockProfiles(pair.previous.rows, blocks, true);
   const BlockProfiles now = blockProfiles(pair.current.rows, blocks, true);
-  std::vector<float> likeness(static_cast<std::size_t>(range.last - range.first + 1), none);
+  std::vector<float> likeness(static_cast<std::size_t>(range.last - range.first + 1), notLooked);
   for (int offset = range.first; offset <= range.last; ++offset) {
     const RowRange overlap = pair.overlap(offset);
     const int starts = overlap.length() - runRows + 1;
     if (starts < 1) continue;
     Likeness found;
-    const int count = std::min(runs, (starts + runRows - 1) / runRows);
+    const int count = std::min(sampledRuns, (starts + runRows - 1) / runRows);
     for (int i = 0; i < count; ++i) {
       const int y = overlap.first + (count > 1 ? segmentStart(starts - 1, i, count - 1) : 0);
       found.add(before, now, y, offset);
@@ -70,9 +70,9 @@ std::vector<int> nominateShifts(const FramePair& pair, const OffsetRange& range,
   }
   std::vector<std::size_t> peaks;
   for (std::size_t i = 0; i < likeness.size(); ++i) {
-    const float left = i > 0 ? likeness[i - 1] : none;
-    const float right = i + 1 < likeness.size() ? likeness[i + 1] : none;
-    if (likeness[i] > none && likeness[i] >= left && likeness[i] >= right) peaks.push_back(i);
+    const float left = i > 0 ? likeness[i - 1] : notLooked;
+    const float right = i + 1 < likeness.size() ? likeness[i + 1] : notLooked;
+    if (likeness[i] > notLooked && likeness[i] >= left && likeness[i] >= right) peaks.push_back(i);
   }
   std::ranges::stable_sort(peaks, std::ranges::greater{},
                            [&](std::size_t i) { return likeness[i]; });

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int together = 3;
 constexpr std::array<int, 4> lookStarts{0, 2, 4, 5};  // their first blocks
-constexpr int leastRows = 4;
+constexpr int leastVotes = 4;
 constexpr float texturedSquares = 4;  // of a block's mean about the middle of them
 
 /// 0 for a flat row, which could be anywhere.
@@ -124,7 +124,7 @@ int ShiftVotes::rowsFor(int offset) const {
 std::vector<ShiftVotes::Vote> ShiftVotes::best(std::size_t most) const {
   std::vector<Vote> votes;
   for (std::size_t i = 0; i < tally_.size(); ++i) {
-    if (tally_[i] >= leastRows) votes.push_back({static_cast<int>(i) + leastOffset_, tally_[i]});
+    if (tally_[i] >= leastVotes) votes.push_back({static_cast<int>(i) + leastOffset_, tally_[i]});
   }
   std::ranges::stable_sort(votes, std::ranges::greater{}, &Vote::rows);
   std::vector<Vote> apart;
