@@ -82,7 +82,7 @@ class Matching {
       const StaticColumnMask mask = stillSides(pair_, *best, match_.mask);
       if (mask != match_.mask) return masked(mask, *best);
     }
-    const bool isCertain = best != nullptr && votes_.rowsFor(best->offset) >= certainRows;
+    const bool isCertain = best != nullptr && isUndisputed(best->offset, certainRows);
     if (isCertain) {
       if (auto exact = exactVerdict(best)) return *std::move(exact);
     }
@@ -226,9 +226,9 @@ class Matching {
 
   /// Whether rows that are there only once speak for a shift and, but for what stands still, for no
   /// other.
-  [[nodiscard]] bool isUndisputed(int offset) const {
+  [[nodiscard]] bool isUndisputed(int offset, int leastRows = undisputedRows) const {
     const int rows = votes_.rowsFor(offset);
-    return rows >= undisputedRows &&
+    return rows >= leastRows &&
            std::ranges::none_of(votes_.best(votesAsked), [&](const ShiftVotes::Vote& vote) {
              return vote.offset != 0 && std::abs(vote.offset - offset) > 1 && 4 * vote.rows > rows;
            });

@@ -196,6 +196,28 @@ TEST_F(FrameMatcherVerdicts, EachRefusalHasItsCause) {
   EXPECT_TRUE(is<FrameJoin::Indeterminate>(matchFrames(one, {}, 0, {})));
 }
 
+TEST_F(FrameMatcherVerdicts, PageThatRepeatsItselfBeyondAFrameIsNotGuessedAt) {
+  // Every 610 rows it begins anew: 320 rows down fit as well as 290 up.
+  const GeneratedPage page({.kind = PageKind::text});
+  const auto frame = [&](int position) {
+    MutableImage image({640, 520}, PixelFormat::bgrx);
+    for (int y = 0; y < 520; ++y) {
+      for (int x = 0; x < 640; ++x) {
+        const std::uint32_t pixel = page.at(x, (position + y) % 610);
+        std::memcpy(image.row(y).data() + std::ptrdiff_t{4} * x, &pixel, sizeof pixel);
+      }
+    }
+    return makeFrameSignature(std::move(image).finish(), 1);
+  };
+  for (const int last : {0, 100, -100, 300, -300}) {
+    EXPECT_FALSE(is<FrameJoin::Joined>(joinFrames(frame(0), frame(320), last, {}))) << last;
+    EXPECT_FALSE(is<FrameJoin::Joined>(joinFrames(frame(0), frame(290), last, {}))) << last;
+    const FrameMatch near = joinFrames(frame(0), frame(100), last, {});
+    ASSERT_TRUE(is<FrameJoin::Joined>(near)) << last;
+    EXPECT_EQ(std::get<FrameJoin::Joined>(near.join.value).offset, 100);
+  }
+}
+
 TEST_F(FrameMatcherVerdicts, SaysWhatItLeftOut) {
   const FrameMatch match =
       move({}, {.height = 640, .header = 60, .footer = 40, .sidebar = 120}, 50, 50);
