@@ -209,11 +209,13 @@ class Browser:
         if time.monotonic() > self.deadline:
             raise RuntimeError("the page's end is not reached")
         place, end = self.place()
-        return place >= end
+        return place >= end - 1
 
     def picture(self):
         """Of the whole page, by the browser itself."""
-        width, height = self.evaluate("[innerWidth, document.documentElement.scrollHeight]")
+        # A page may end between two pixels of the screen; the last one is shown.
+        width, height = self.evaluate("[innerWidth, Math.ceil(document.documentElement.getBoundingClientRect().height"
+                                      " * devicePixelRatio - 0.01) / devicePixelRatio]")
         clip = {"x": 0, "y": 0, "width": width, "height": height, "scale": 1}
         data = self.call("Page.captureScreenshot", format="png", captureBeyondViewport=True, clip=clip)["data"]
         return Image.open(io.BytesIO(base64.b64decode(data))).convert("RGB")
@@ -248,14 +250,26 @@ class Session:
         return result
 
 
+def go_back_until_seen(wheel, browser, session):
+    """What a user does who reads that it was too fast: scrolls back until it goes on."""
+    for _ in range(100):
+        if session.state()["sight"] not in ("tooFast", "panes", "nothing"):
+            return
+        wheel.turn(-1)
+        time.sleep(0.04)
+        browser.settle()
+    raise RuntimeError("scrolling back does not help")
+
+
 def scroll_evenly(wheel, browser, session, clicks, seconds):
     """Turns the wheel by so many clicks every so many seconds, to the end of the page."""
-    due = time.monotonic()
     while not browser.is_at_end():
+        due = time.monotonic()
         for _ in range(5):
             wheel.turn(clicks)
             due += seconds
             time.sleep(max(0, due - time.monotonic()))
+        go_back_until_seen(wheel, browser, session)
 
 
 def scroll_restlessly(wheel, browser, session):
@@ -265,6 +279,7 @@ def scroll_restlessly(wheel, browser, session):
         for _ in range(count):
             wheel.turn(clicks)
             time.sleep(seconds * source.uniform(0.5, 1.5))
+        go_back_until_seen(wheel, browser, session)
     scroll_evenly(wheel, browser, session, 1, 0.02)
 
 
@@ -277,14 +292,8 @@ def scroll_in_flings(wheel, browser, session):
         for clicks in (1, 2, 4, 7, 9, 5, 2, 1):
             wheel.turn(clicks)
             time.sleep(0.016)
-        for _ in range(100):
-            browser.settle()
-            if session.state()["sight"] != "tooFast":
-                break
-            wheel.turn(-1)
-            time.sleep(0.03)
-        else:
-            raise RuntimeError("scrolling back does not help")
+        browser.settle()
+        go_back_until_seen(wheel, browser, session)
 
 
 WAYS = {
@@ -311,6 +320,15 @@ CASES = [
 ]
 
 
+# What the test tries, in less than a minute.
+BRIEF = [
+    (("article header footer", 60, (1280, 800), 1, True), "even"),
+    (("article", 60, (1280, 800), 1, False), "restless"),
+    (("article", 60, (1280, 800), 1, True), "flings"),
+    (("article header", 40, (1600, 1200), 2, True), "fast"),
+]
+
+
 def rows_of(image):
     data = image.tobytes()
     stride = image.width * 3
@@ -331,12 +349,19 @@ def compare(joined, whole):
     return same, max(len(ours), len(theirs)), runs
 
 
-def measure(case, way, program, folder, keep, dumps, extra):
+def name_of(case, way):
+    kind, blocks, _, scale, is_smooth = case
+    return f"{kind} {blocks} {scale}x {'smooth' if is_smooth else 'steps'} {way}".replace(" ", "-")
+
+
+def measure(case, way, folder, arguments):
     kind, blocks, size, scale, is_smooth = case
-    name = f"{kind} {blocks} {scale}x {'smooth' if is_smooth else 'steps'} {way}".replace(" ", "-")
+    name = name_of(case, way)
+    keep = arguments.keep
     source = folder / "page.html"
     source.write_text(page(kind, blocks))
-    server = Server(size[0] + 40, size[1] + 40)  # windows as large as the display are made smaller
+    # Windows as large as the display are made smaller, and the panel has its place beside them.
+    server = Server(size[0] + 400, size[1] + 100)
     browser = Browser(server.name, folder, size, scale, is_smooth)
     wheel = Wheel(server.name)
     try:
@@ -348,12 +373,12 @@ def measure(case, way, program, folder, keep, dumps, extra):
         whole = browser.picture()
         browser.open(source)
         output = folder / "joined.png"
-        frames = []
-        if dumps:
+        extra = ["--pairs"] if arguments.pairs else []
+        if arguments.dump:
             (keep / name).mkdir(parents=True, exist_ok=True)
-            frames = ["--dump", str(keep / name)]
-        session = Session(program, server.name, size, str(output),
-                          extra + frames)
+            extra += ["--dump", str(keep / name)]
+        joins = Program if arguments.program else Session
+        session = joins(arguments.program or arguments.session, server.name, size, str(output), extra)
         while session.state()["frames"] == 0:
             pass
         began = time.monotonic()
@@ -387,9 +412,46 @@ def measure(case, way, program, folder, keep, dumps, extra):
         server.close()
 
 
+class Program:
+    """The program itself, in place of `Session`; it tells nothing before its end."""
+
+    def __init__(self, program, display, size, output, extra):
+        del extra
+        self.began = time.monotonic()
+        self.folder = tempfile.mkdtemp(prefix="vantorel-scroll.")
+        root = pathlib.Path(self.folder) / "library"
+        root.mkdir()
+        (root / "settings.json").write_text('{"hasCompletedOnboarding":true}')
+        environment = dict(os.environ, DISPLAY=display, HOME=self.folder, XDG_RUNTIME_DIR=self.folder,
+                           XDG_SESSION_TYPE="x11")
+        environment.pop("WAYLAND_DISPLAY", None)
+        self.process = subprocess.Popen(
+            [program, "--root", str(root), "capture", "scroll", "--rect", f"0,0,{size[0]},{size[1]}",
+             "--timeout", "15", "--output", output], env=environment, stdout=subprocess.DEVNULL)
+        # Its panel is there.
+        while "Vantorel" not in subprocess.run(["xwininfo", "-root", "-tree"], env=environment, text=True,
+                                               capture_output=True, check=True).stdout:
+            if self.process.poll() is not None:
+                sys.exit("the program ended before it began")
+
+    def state(self):
+        return {"frames": 1, "sight": "joined", "processor": 0}
+
+    def finish(self):
+        before = os.times()
+        if self.process.wait() != 0:
+            sys.exit("the program failed")
+        after = os.times()
+        spent = after.children_user + after.children_system - before.children_user - before.children_system
+        shutil.rmtree(self.folder, ignore_errors=True)
+        return {"frames": 0, "dropped": 0, "join_ms": 0, "sights": {}, "processor": spent}
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--session", default="build/release/bin/scroll_session")
+    parser.add_argument("--program", help="this vantorel in place of the session")
+    parser.add_argument("--brief", action="store_true", help="a few cases, as the test does")
     parser.add_argument("--only", default="", help="words that a case's name has")
     parser.add_argument("--keep", type=pathlib.Path, help="folder for pictures that differ")
     parser.add_argument("--dump", action="store_true", help="keep every frame as well")
@@ -397,21 +459,20 @@ def main():
     arguments = parser.parse_args()
     if arguments.keep:
         arguments.keep.mkdir(parents=True, exist_ok=True)
-    extra = ["--pairs"] if arguments.pairs else []
+    cases = BRIEF if arguments.brief else [(case, way) for case in CASES for way in WAYS]
     good = True
-    for case in CASES:
-        for way in WAYS:
-            name = f"{case[0]} {case[1]} {case[3]}x {'smooth' if case[4] else 'steps'} {way}"
-            if not all(word in name.split() for word in arguments.only.split()):
-                continue
-            folder = pathlib.Path(tempfile.mkdtemp(prefix="vantorel-scroll."))
-            try:
-                good &= measure(case, way, arguments.session, folder, arguments.keep, arguments.dump, extra)
-            except RuntimeError as failure:
-                print(f"{name}: {failure}", flush=True)
-                good = False
-            finally:
-                shutil.rmtree(folder, ignore_errors=True)
+    for case, way in cases:
+        name = name_of(case, way)
+        if not all(word in name.split("-") for word in arguments.only.split()):
+            continue
+        folder = pathlib.Path(tempfile.mkdtemp(prefix="vantorel-scroll."))
+        try:
+            good &= measure(case, way, folder, arguments)
+        except RuntimeError as failure:
+            print(f"{name}: {failure}", flush=True)
+            good = False
+        finally:
+            shutil.rmtree(folder, ignore_errors=True)
     sys.exit(0 if good else 1)
 
 

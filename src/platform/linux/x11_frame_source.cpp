@@ -152,7 +152,7 @@ bool X11FrameSource::isFrameDue() const {
 }
 
 std::optional<steady_clock::time_point> X11FrameSource::wakesAt() const {
-  return isFrameDue() ? std::optional(next_) : std::nullopt;
+  return isFrameDue() ? std::optional(next_ - interval_ / 8) : std::nullopt;
 }
 
 void X11FrameSource::eventsHandled() {
@@ -169,7 +169,8 @@ void X11FrameSource::eventsHandled() {
     scale_ = scale;
     addChange(whole());
   }
-  if (isFrameDue() && steady_clock::now() >= next_) takeFrame();
+  // A little early, so that what changes as often as frames may come has one for each change.
+  if (isFrameDue() && steady_clock::now() + interval_ / 8 >= next_) takeFrame();
 }
 
 void X11FrameSource::addChange(const PixelRect& change) {
