@@ -18,6 +18,7 @@ import os
 import pathlib
 import random
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -213,9 +214,9 @@ class Browser:
 
     def picture(self):
         """Of the whole page, by the browser itself."""
-        # A page may end between two pixels of the screen; the last one is shown.
-        width, height = self.evaluate("[innerWidth, Math.ceil(document.documentElement.getBoundingClientRect().height"
-                                      " * devicePixelRatio - 0.01) / devicePixelRatio]")
+        # It may end between two of its own pixels where the screen has more of them.
+        width, height = self.evaluate("[innerWidth, Math.round(document.documentElement.getBoundingClientRect().height"
+                                      " * devicePixelRatio) / devicePixelRatio]")
         clip = {"x": 0, "y": 0, "width": width, "height": height, "scale": 1}
         data = self.call("Page.captureScreenshot", format="png", captureBeyondViewport=True, clip=clip)["data"]
         return Image.open(io.BytesIO(base64.b64decode(data))).convert("RGB")
@@ -457,6 +458,7 @@ def main():
     parser.add_argument("--dump", action="store_true", help="keep every frame as well")
     parser.add_argument("--pairs", action="store_true", help="tell of every frame")
     arguments = parser.parse_args()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended"))  # by way of all that cleans up
     if arguments.keep:
         arguments.keep.mkdir(parents=True, exist_ok=True)
     cases = BRIEF if arguments.brief else [(case, way) for case in CASES for way in WAYS]
