@@ -64,7 +64,7 @@ Result<void> X11WindowGround::attach() {
     // Waiting for that takes its time.
     found = VT_TRY(find());
   }
-  part_ = std::move(found);
+  part_ = found;
   outside_ = outsideOfShape(session_, part_.top, part_.crop);
   for (PixelRect& rect : outside_) {
     rect.x -= part_.crop.x;
