@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <new>
 #include <utility>
 
@@ -25,6 +26,7 @@ constexpr double framesPerSecond = 60;
 constexpr auto startBound = 5s;
 constexpr auto startCap = 60s;  // while a dialog of the desktop waits for the user
 constexpr auto stopBound = 2s;
+constexpr auto rescueBound = 30s;
 
 /// A window that is moved takes its frame along.
 constexpr auto windowLook = 500ms;
@@ -108,25 +110,28 @@ class ScrollingCapture::Joining {
     seen_.submit(std::move(seen));
   }
 
-  /// What it has, encoded. It can be asked again after a failure.
-  [[nodiscard]] Joined join(const ImageCodec& codec, double scale, double createdAt) {
+  /// Encodes what it has, once. It can be asked again after a failure.
+  void join(const ImageCodec& codec, double scale, double createdAt) {
     isClosed_ = true;
+    if (joined_.png && !joined_.png->empty()) return;
     if (picture_.isEmpty()) {
       hasGrown_ = canvas_.hasGrown();
       picture_ = canvas_.finish();
     }
-    Joined joined{.size = picture_.size(), .hasGrown = hasGrown_, .png = {}};
-    if (picture_.isEmpty()) return joined;
+    joined_ = {.size = picture_.size(), .hasGrown = hasGrown_, .png = {}};
+    if (picture_.isEmpty()) return;
     auto png = codec.encode(
         picture_, {.format = ExportFormat::png, .pixelsPerPoint = scale, .createdAt = createdAt});
     if (!png) {
-      joined.png = std::unexpected(std::move(png.error().reason));
-      return joined;
+      joined_.png = std::unexpected(std::move(png.error().reason));
+      return;
     }
-    joined.png = *std::move(png);
+    joined_.png = *std::move(png);
     picture_ = {};
-    return joined;
   }
+
+  /// What that came to; for whoever was told that it is done.
+  [[nodiscard]] Joined& joined() { return joined_; }
 
   void close() {
     isClosed_ = true;
@@ -143,6 +148,7 @@ class ScrollingCapture::Joining {
   Image preview_;
   int shownHeight_ = 0;
   Image picture_;  // once it is whole
+  Joined joined_;
   bool hasGrown_ = false;
   bool isClosed_ = false;
 };
@@ -430,11 +436,21 @@ void ScrollingCapture::join() {
   roundTrip(
       *services_.frames, services_.main,
       [joining = now_->joining, codec = services_.codec, scale = now_->scale,
-       createdAt = now_->capturedAt] { return joining->join(*codec, scale, createdAt); },
-      whileNow([this](Joined result) { joined(std::move(result)); }));
+       createdAt = now_->capturedAt] { joining->join(*codec, scale, createdAt); },
+      whileNow([this] { joined(); }));
 }
 
-void ScrollingCapture::joined(Joined result) {
+StagedCaptureRecord ScrollingCapture::recordOf(const Taking& taking) const {
+  StagedCaptureRecord record;
+  record.scale = taking.scale;
+  record.entryID = randomID();
+  record.sourceApp = taking.target.sourceApp;
+  record.awaitsRedaction = services_.settings.values().smartRedactAfterCapture;
+  return record;
+}
+
+void ScrollingCapture::joined() {
+  Joined& result = now_->joining->joined();
   if (result.size == PixelSize{}) {
     return giveUp(failure(CaptureFailure::Case::interrupted, now_->endedBecause.empty()
                                                                  ? "no picture of it came"
@@ -451,12 +467,8 @@ void ScrollingCapture::joined(Joined result) {
                     std::exchange(now_->endedBecause, {})));
   }
   if (!result.png) return notSaved(result.png.error());
-  StagedCaptureRecord record;
-  record.scale = now_->scale;
+  StagedCaptureRecord record = recordOf(*now_);
   record.isTallCapture = result.hasGrown;
-  record.entryID = randomID();
-  record.sourceApp = now_->target.sourceApp;
-  record.awaitsRedaction = services_.settings.values().smartRedactAfterCapture;
   now_->import = std::make_shared<StillCaptures::Import>(
       StillCaptures::Import{.png = *std::move(result.png),
                             .capturedAt = now_->capturedAt,
@@ -517,6 +529,28 @@ void ScrollingCapture::notSaved(const std::string& reason) {
     }
   }
   if (ticket) services_.coordinator.pendingArchiveWork().end(*ticket);
+}
+
+void ScrollingCapture::rescue() {
+  if (!now_ || now_->phase == Phase::starting) return;
+  const auto done = std::make_shared<std::promise<void>>();
+  services_.frames->post([done, stage = services_.captures.stage(), joining = now_->joining,
+                          import = now_->import, codec = services_.codec, record = recordOf(*now_),
+                          scale = now_->scale, capturedAt = now_->capturedAt]() mutable {
+    const auto safe = [&]() -> Result<void> {
+      // Staged twice, it is filed once: by its id.
+      if (import) return stage(import->png, capturedAt, import->record);
+      joining->join(*codec, scale, capturedAt);
+      const Joined& joined = joining->joined();
+      if (!joined.hasGrown) return {};
+      if (!joined.png) return failed(FailureKind::other, joined.png.error());
+      record.isTallCapture = true;
+      return stage(*joined.png, capturedAt, std::move(record));
+    }();
+    if (!safe) logError("Scrolling", "the capture is lost: {}", safe.error().reason);
+    done->set_value();
+  });
+  (void)done->get_future().wait_for(rescueBound);
 }
 
 /// Another capture may begin.

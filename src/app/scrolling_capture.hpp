@@ -89,6 +89,10 @@ class ScrollingCapture {
   /// The program is about to end: what was joined is filed first.
   void settle();
 
+  /// The process is ending already, as when the display server has gone: makes what was joined safe
+  /// on disk, where the next launch finds it. Blocks, for half a minute at most.
+  void rescue();
+
   /// Gives the keyboard to the panel. False while there is none.
   bool focusPanel();
 
@@ -109,7 +113,8 @@ class ScrollingCapture {
   void ended(std::string why);
   void end(End why);
   void join();
-  void joined(Joined result);
+  void joined();
+  [[nodiscard]] StagedCaptureRecord recordOf(const Taking& taking) const;
   void save();
   void staged(const Path& file);
   void filed(const std::shared_ptr<Taking>& taking, Result<CaptureOutcome::Saved> saved);

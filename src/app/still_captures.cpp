@@ -128,6 +128,14 @@ void StillCaptures::import(std::shared_ptr<Import> import, StillCaptureFiling::F
       }));
 }
 
+StillCaptures::Stage StillCaptures::stage() const {
+  return [staging = staging_](std::string_view png, double capturedAt,
+                              StagedCaptureRecord record) -> Result<void> {
+    VT_TRY(staging->stage(png, capturedAt, std::move(record)));
+    return {};
+  };
+}
+
 void StillCaptures::recoverStaged(std::function<void(int filed)> done) {
   recovery_->sweep(services_.clock->now(), std::move(done));
 }

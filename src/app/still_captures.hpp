@@ -66,6 +66,12 @@ class StillCaptures {
   /// otherwise filed by the next launch.
   void import(std::shared_ptr<Import> import, StillCaptureFiling::Filed filed);
 
+  /// Makes a picture safe, and nothing more: the next launch files it. For the end of a process
+  /// that nobody announced; to be called on a thread that may wait for the disk.
+  using Stage =
+      std::function<Result<void>(std::string_view png, double capturedAt, StagedCaptureRecord)>;
+  [[nodiscard]] Stage stage() const;
+
   /// Files what an earlier run left staged.
   void recoverStaged(std::function<void(int filed)> done);
 

@@ -60,9 +60,15 @@ int print(const BusReply& reply) {
 }
 
 /// The toolkit ends the process by itself when the display server goes, in the midst of what other
-/// threads do: what they use must not be torn down under them. For once everything is built.
-void leaveWithoutTearingDown() {
-  (void)std::atexit([] { leave(static_cast<int>(ExitStatus::failed)); });
+/// threads do: what they use must not be torn down under them. What `program` has in memory alone
+/// is made safe first. For once everything is built.
+void leaveWithoutTearingDown(Program& program) {
+  static Program* running = nullptr;
+  running = &program;
+  (void)std::atexit([] {
+    running->rescue();
+    leave(static_cast<int>(ExitStatus::failed));
+  });
 }
 
 /// What a command sent by another process says, read as if typed in its folder.
@@ -157,7 +163,7 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root,
             const std::function<void()>& runLoop, std::function<void()> quitLoop) {
   Program program(root, std::move(files), main, ui, [] {});
   serve(bus, main, program, false);
-  leaveWithoutTearingDown();
+  leaveWithoutTearingDown(program);
   TerminalProgress progress;
   BusReply own;
   program.run(line,
@@ -197,7 +203,7 @@ constexpr std::chrono::seconds endBound{5};
     bus.end([&ui] { ui.quit(0); });
   });
   serve(bus, ui.mainRunner(), program, true);
-  leaveWithoutTearingDown();
+  leaveWithoutTearingDown(program);
   program.startResident(tray, otherTray);
   int failed = 0;
   if (const auto* const shown = std::get_if<command::Show>(&line.command)) {

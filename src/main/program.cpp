@@ -153,6 +153,8 @@ void Program::releaseLibrary() {
   (void)released->get_future().wait_for(std::chrono::seconds(1));
 }
 
+void Program::rescue() { wings_->scrolling.scrolling.rescue(); }
+
 void Program::quit() { wings_->captures.coordinator.quit(); }
 
 void Program::quitUnasked() { wings_->captures.coordinator.quitUnasked(); }

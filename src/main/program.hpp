@@ -69,6 +69,10 @@ class Program {
   /// not keep the library. Waits for a second at most.
   void releaseLibrary();
 
+  /// The process is ending in the midst of everything, on the main thread: what lies in memory alone
+  /// is made safe. Blocks for a bounded time.
+  void rescue();
+
   /// Quits as the menu does; see `AppCoordinator::quit`.
   void quit();
 

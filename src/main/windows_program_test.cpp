@@ -503,5 +503,29 @@ TEST_F(WindowsProgramTest, APersonScrollsAPageBackAndForthAndGetsItAsOnePicture)
   quit();
 }
 
+TEST_F(WindowsProgramTest, WhatWasScrolledOutlivesTheDisplayServer) {
+  startTray();
+  const auto page = client_.open(
+      {.area = {200, 100, 700, 3000}, .seed = 5, .title = "Page", .overrideRedirect = true});
+  ChildProcess scrolling = vantorel_.start({"capture", "scroll", "--rect", "250,150,500,400"});
+  const auto waitFor = [&](const std::string& words) {
+    (void)reader_.find("Vantorel scrolling capture", words,
+                       [&](const SpokenControl& one) { return one.name == words; });
+  };
+  waitFor("400 px, Scroll on");
+  client_.moveTo(page, 200, 0);
+  waitFor("500 px, Scroll on");
+  desktop_.server().signal(SIGKILL);
+  EXPECT_NE(tray_->wait().status, 0);
+  EXPECT_EQ(vantorel_.run({"library", "verify"}).status, 0);
+  ASSERT_EQ(vantorel_.run({"library", "list"}).status, 0);
+  const EntryPointer entry = vantorel_.entries().back();
+  EXPECT_TRUE(entry->isTallCapture);
+  const auto picture = LinuxImageCodec().decode(readAll(entry->path));
+  ASSERT_TRUE(picture) << entry->path;
+  EXPECT_EQ(picture->size(), (PixelSize{500, 500}));
+  EXPECT_EQ(differenceFromTestPicture(*picture, 5, 50, 50), "");
+}
+
 }  // namespace
 }  // namespace vantorel
