@@ -7,6 +7,7 @@
 #include <cmath>
 #include <utility>
 
+#include "ui/kit/desktop_palette.hpp"
 #include "ui/kit/screen_pixels.hpp"
 #include "ui/scrolling/scrolling_panel_place.hpp"
 
@@ -48,9 +49,12 @@ QtScrollingPanel::QtScrollingPanel(std::shared_ptr<NativeWindows> native)
 QtScrollingPanel::~QtScrollingPanel() = default;
 
 void QtScrollingPanel::open(Shown shown) {
+  // In the desktop's own letters, though no window may have been opened yet.
+  DesktopPalette::follow();
   shown_ = std::move(shown);
   window_ = std::make_unique<ScrollingPanelWindow>(
-      native_, ScrollingPanelWindow::Actions{.done = shown_.done, .cancel = shown_.cancel});
+      native_, ScrollingPanelWindow::Actions{
+                   .done = shown_.done, .cancel = shown_.cancel, .resized = [this] { place(); }});
   screens_ = std::make_unique<QObject>();
   const auto placed = [this] { place(); };
   const auto follow = [this, placed](QScreen* screen) {

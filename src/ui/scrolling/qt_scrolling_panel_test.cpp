@@ -140,9 +140,11 @@ TEST_F(QtScrollingPanelTest, HoldsLargeTextAndMirrors) {
   const QFont usual = QApplication::font();
   QFont large = usual;
   large.setPointSizeF(usual.pointSizeF() * 2);
-  QApplication::setFont(large);
   QApplication::setLayoutDirection(Qt::RightToLeft);
   open({100, 60, 700, 400});
+  const QSize before = panel()->size();
+  QApplication::setFont(large);
+  EXPECT_TRUE(waitFor([&] { return panel()->width() > before.width(); }));
   ui->scrollingPanel().show({.sight = ScrollingSight::tooFast, .height = 104'812});
   settle();
   keepPicture("scrolling-panel-large-mirrored");

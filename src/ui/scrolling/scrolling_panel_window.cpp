@@ -280,6 +280,9 @@ void ScrollingPanelWindow::resizeEvent(QResizeEvent* event) {
 void ScrollingPanelWindow::changeEvent(QEvent* event) {
   FloatingSurface::changeEvent(event);
   if (event->type() == QEvent::LayoutDirectionChange) arrange();
+  const bool isFont =
+      event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange;
+  if (isFont && actions_.resized) actions_.resized();
 }
 
 void ScrollingPanelWindow::paintPreview(QPainter& painter) const {

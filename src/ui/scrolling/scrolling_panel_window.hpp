@@ -20,6 +20,7 @@ class ScrollingPanelWindow final : public FloatingSurface {
   struct Actions {
     std::function<void()> done;
     std::function<void()> cancel;
+    std::function<void()> resized;  ///< the letters have another size, so it needs another place
   };
 
   ScrollingPanelWindow(std::shared_ptr<NativeWindows> native, Actions actions);
