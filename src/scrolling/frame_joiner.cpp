@@ -41,16 +41,15 @@ FrameMatch joinFrames(const FrameSignature& previous, const FrameSignature& curr
       current.isEmpty()) {
     return best;
   }
+  const auto* const tooFast = std::get_if<FrameJoin::ScrolledTooFast>(&best.join.value);
+  if (tooFast != nullptr && tooFast->bestAgreement < leastHope) return best;
   const int furthest = current.height - minimumOverlap(current.height);
   const ColumnSpan span = comparedColumnSpan(current.width, mask, current.scale);
   std::vector<int> predictions;
   const ShiftVotes votes(previous.rows, current.rows, current.width, span);
-  const auto* const tooFast = std::get_if<FrameJoin::ScrolledTooFast>(&best.join.value);
-  const bool isHopeless = tooFast != nullptr && tooFast->bestAgreement < leastHope;
   for (const ShiftVotes::Vote& vote : votes.best(votedPredictions)) {
     if (std::abs(vote.offset) <= furthest) predictions.push_back(vote.offset);
   }
-  if (predictions.empty() && isHopeless) return best;
   for (int further = 2 * lastOffset; further != 0 && std::abs(further) < furthest; further *= 2) {
     predictions.push_back(further);
   }

@@ -139,7 +139,7 @@ class Matching {
   void judge(const OffsetRange& range) {
     std::vector<int> offsets = nominateShifts(pair_, range, mostCandidates);
     for (const auto& vote : votes_.best(votesAsked)) {
-      if (isInRange(vote.offset)) offsets.push_back(vote.offset);
+      if (vote.offset >= range.first && vote.offset <= range.last) offsets.push_back(vote.offset);
     }
     offsets.push_back(0);
     for (const int offset : offsets) {

@@ -21,11 +21,11 @@ class LatestFrameConduitTest : public testing::Test {
 TEST_F(LatestFrameConduitTest, DeliversTheNewestOfABurstOnce) {
   for (const int value : {1, 2, 3}) conduit->submit(value);
   EXPECT_TRUE(delivered.empty());
-  runners.runReady();
+  runners.run();
   EXPECT_EQ(delivered, std::vector{3});
-  runners.runReady();
+  runners.run();
   conduit->submit(4);
-  runners.runReady();
+  runners.run();
   EXPECT_EQ(delivered, (std::vector{3, 4}));
 }
 
@@ -34,18 +34,18 @@ TEST_F(LatestFrameConduitTest, DeliversNothingWhenItIsGone) {
   conduit->submit(1);
   conduit.reset();
   entrance.submit(2);
-  runners.runReady();
+  runners.run();
   EXPECT_TRUE(delivered.empty());
 }
 
 TEST_F(LatestFrameConduitTest, DeliveryMaySubmit) {
   std::optional<LatestFrameConduit<int>> other;
-  other.emplace(runners.main, [&](int value) {
+  other.emplace(runners.main(), [&](int value) {
     delivered.push_back(value);
     if (value < 3) other->submit(value + 1);
   });
   other->submit(1);
-  runners.runReady();
+  runners.run();
   EXPECT_EQ(delivered, (std::vector{1, 2, 3}));
 }
 
@@ -57,7 +57,7 @@ TEST_F(LatestFrameConduitTest, ThreadsMaySubmitAtOnce) {
     });
   }
   for (std::thread& thread : threads) thread.join();
-  runners.runReady();
+  runners.run();
   ASSERT_EQ(delivered.size(), 1U);
   EXPECT_EQ(delivered.front() % 500, 499);
 }

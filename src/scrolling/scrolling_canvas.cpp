@@ -12,6 +12,7 @@
 #include "scrolling/offset_range.hpp"
 #include "scrolling/row_correlation.hpp"
 #include "scrolling/shift_votes.hpp"
+#include "scrolling/static_detection.hpp"
 #include "scrolling/tall_picture.hpp"
 
 namespace vantorel {
@@ -27,6 +28,12 @@ struct Placed {
 };
 
 bool isBlank(const RowDigest& row) { return row.energy < 1; }
+
+bool isNearlyBlank(const FrameSignature& frame) {
+  const auto drawn =
+      std::ranges::count_if(frame.rows, [](const auto& row) { return !isBlank(row); });
+  return 20 * drawn < frame.height;
+}
 
 /// Whether something that floats above the page is in these columns: it was there before, while the
 /// page has moved.
@@ -88,6 +95,8 @@ struct ScrollingCanvas::State {
   [[nodiscard]] ColumnSpan changedColumns(std::span<const std::uint8_t> a,
                                           std::span<const std::uint8_t> b) const;
   void paintEnds();
+  [[nodiscard]] ColumnSpan movingColumns() const;
+  void lookForScrollBar(const FrameSignature& signature, const StaticBands& stuck);
 
   std::int64_t maximumPixels;
   bool isOver = false;
@@ -99,6 +108,7 @@ struct ScrollingCanvas::State {
   int lastOffset = 0;
   StaticColumnMask mask;
   StaticBands bands;
+  std::optional<int> scrollBar = 0;  ///< columns at the right; nothing when the page is there
 
   Placed highest;          ///< whose header the picture has
   Placed lowest;           ///< whose footer it has
@@ -183,14 +193,18 @@ bool ScrollingCanvas::State::hasRoom(int at) const {
   return rows * width() <= maximumPixels;
 }
 
+ColumnSpan ScrollingCanvas::State::movingColumns() const {
+  return {mask.leadingPixels.value_or(0),
+          width() - std::max(mask.trailingPixels.value_or(0), scrollBar.value_or(0))};
+}
+
 /// Rows [first, last) of the page, which the frame shows.
 void ScrollingCanvas::State::paint(const Placed& frame, int first, int last) {
   if (first >= last) return;
   picture.paint(frame.image, frame.digests, first - frame.position, last - first, first);
-  if (mask.leadingPixels) picture.fill({0, *mask.leadingPixels}, first, last, frame.image);
-  if (mask.trailingPixels) {
-    picture.fill({width() - *mask.trailingPixels, width()}, first, last, frame.image);
-  }
+  const ColumnSpan moving = movingColumns();
+  picture.fill({0, moving.first}, first, last, frame.image);
+  picture.fill({moving.last, width()}, first, last, frame.image);
 }
 
 void ScrollingCanvas::State::growDown(const Placed& frame, const StaticBands& stuck) {
@@ -243,7 +257,7 @@ ColumnSpan ScrollingCanvas::State::changedColumns(std::span<const std::uint8_t> 
   const auto differs = [&](int x) {
     return std::memcmp(a.data() + std::ptrdiff_t{4} * x, b.data() + std::ptrdiff_t{4} * x, 3) != 0;
   };
-  ColumnSpan span{mask.leadingPixels.value_or(0), width() - mask.trailingPixels.value_or(0)};
+  ColumnSpan span = movingColumns();
   while (span.first < span.last && !differs(span.first)) ++span.first;
   while (span.first < span.last && !differs(span.last - 1)) --span.last;
   return span;
@@ -251,14 +265,33 @@ ColumnSpan ScrollingCanvas::State::changedColumns(std::span<const std::uint8_t> 
 
 /// The header of the highest frame and the footer of the lowest.
 void ScrollingCanvas::State::paintEnds() {
-  paint(highest, highest.position, picture.top());
-  paint(lowest, picture.bottom(), lowest.bottom());
+  const int above = picture.top() - highest.position;
+  picture.paint(highest.image, highest.digests, 0, above, highest.position);
+  const int below = lowest.bottom() - picture.bottom();
+  picture.paint(lowest.image, lowest.digests, frameHeight() - below, below, picture.bottom());
+}
+
+void ScrollingCanvas::State::lookForScrollBar(const FrameSignature& signature,
+                                              const StaticBands& stuck) {
+  const int moved = position - latest.position;
+  if (!scrollBar || std::abs(moved) >= frameHeight()) return;
+  const FramePair pair{.previous = latest.signature,
+                       .current = signature,
+                       .span = comparedColumnSpan(width(), mask, scale.display),
+                       .bands = stuck};
+  const int found = scrollBarColumns(pair, moved);
+  if (found < 0) {
+    scrollBar.reset();
+  } else {
+    scrollBar = std::max(*scrollBar, found);
+  }
 }
 
 void ScrollingCanvas::State::place(const ScrollFrame& frame, FrameSignature signature,
                                    const StaticBands& stuck, bool isExact) {
   const Placed placed{frame.image, signature.rows, position};
   bands = stuck;
+  if (isExact) lookForScrollBar(signature, stuck);
   growDown(placed, stuck);
   growUp(placed, stuck);
   if (isExact) repaint(placed, signature, latest.signature, stuck);
@@ -323,6 +356,12 @@ ScrollingCanvas::Step ScrollingCanvas::add(const ScrollFrame& frame,
       isExact = true;
       sight = ScrollingSight::joined;
     }
+  }
+  const bool isRefused = sight == ScrollingSight::tooFast || sight == ScrollingSight::nothing;
+  if (isRefused && !hasGrown() && isNearlyBlank(state.latest.signature)) {
+    // The page is there only now.
+    state.begin(frame, std::move(signature));
+    return state.step(ScrollingSight::waiting, std::move(match));
   }
   if (sight == ScrollingSight::waiting) {
     state.position = position;

@@ -102,6 +102,8 @@ TEST(ScrollingCanvas, SideThatStaysStillIsNotRepeated) {
   }
   for (int y = 520; y < tall.height(); ++y) {
     for (int x = 0; x < 130; ++x) ASSERT_EQ(pixel(tall, x, y), 0x303338U) << x << ' ' << y;
+    // Of the scroll bar its plain track.
+    for (int x = 628; x < 640; ++x) ASSERT_EQ(pixel(tall, x, y), 0xe8e8e8U) << x << ' ' << y;
   }
 }
 
@@ -185,6 +187,18 @@ TEST(ScrollingCanvas, FramesBetweenPixelsLeaveNoBlur) {
   }
 }
 
+TEST(ScrollingCanvas, BeginsWhenThePageIsThere) {
+  Session session{
+      .page = GeneratedPage({.kind = PageKind::text}), .view = {}, .canvas = ScrollingCanvas()};
+  const GeneratedPage blank({.kind = PageKind::blank});
+  (void)session.canvas.add({.image = session.view.frame(blank, 0, 1)}, oneToOne);
+  EXPECT_EQ(session.show(1000), ScrollingSight::waiting);
+  session.scroll(1000, 1500, 50);
+  const Image tall = session.canvas.finish();
+  ASSERT_EQ(tall.height(), 1020);
+  EXPECT_EQ(wrongRows(tall, 0, session.page, 1000, 1020), 0);
+}
+
 TEST(ScrollingCanvas, RefusesWhatItCannotFollow) {
   const auto sightOfMove = [](GeneratedPage::Look look, GeneratedView view, int rows) {
     Session session{.page = GeneratedPage(look), .view = view, .canvas = ScrollingCanvas()};
@@ -192,7 +206,8 @@ TEST(ScrollingCanvas, RefusesWhatItCannotFollow) {
     return session.show(1000 + rows);
   };
   EXPECT_EQ(sightOfMove({.kind = PageKind::sameRows}, {}, 37), ScrollingSight::nothing);
-  EXPECT_EQ(sightOfMove({.kind = PageKind::blank}, {}, 37), ScrollingSight::nothing);
+  EXPECT_EQ(sightOfMove({.kind = PageKind::blank}, {.header = 60, .footer = 60}, 37),
+            ScrollingSight::waiting);
   EXPECT_EQ(sightOfMove({}, {.secondPane = 250}, 37), ScrollingSight::panes);
   EXPECT_EQ(sightOfMove({}, {.sidebar = 400}, 37), ScrollingSight::panes);
   EXPECT_EQ(sightOfMove({}, {}, 900), ScrollingSight::tooFast);

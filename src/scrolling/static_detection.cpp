@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace vantorel {
 namespace {
@@ -123,6 +124,32 @@ StaticColumnMask stillSides(const FramePair& pair, const ShiftEvidence& moved,
   if (leading > 0) mask.leadingPixels = leading;
   if (trailing > 0) mask.trailingPixels = trailing;
   return mask;
+}
+
+int scrollBarColumns(const FramePair& pair, int offset) {
+  constexpr int step = 2;
+  const RowRange rows = pair.overlap(offset);
+  int columns = 0;
+  for (int x = pair.current.width - 1; x >= pair.span.last; --x) {
+    const auto at = [x](const FrameSignature& frame, int row) {
+      return frame.row(row)[static_cast<std::size_t>(x)];
+    };
+    std::optional<RowRange> went;
+    bool isOff = false;
+    for (int y = rows.first; y < rows.last; y += step) {
+      const auto now = at(pair.current, y);
+      if (now != at(pair.previous, y + offset)) {
+        isOff = true;
+      } else if (now != at(pair.previous, y)) {
+        went = {went ? went->first : y, y};
+      }
+    }
+    // The end of a thumb may have moved like the page; all of the column has not.
+    const bool isPage = went && 3 * went->length() > rows.length();
+    if (isPage) return isOff ? -1 : columns;
+    if (isOff) columns = pair.current.width - x;
+  }
+  return columns;
 }
 
 }  // namespace vantorel

@@ -21,4 +21,9 @@ namespace vantorel {
 [[nodiscard]] StaticColumnMask stillSides(const FramePair& pair, const ShiftEvidence& moved,
                                           const StaticColumnMask& known);
 
+/// How many columns at the right, within the margin that no comparison sees, did not move by
+/// `offset` as the page did: a scroll bar. Below 0 when the page itself is seen to move there as
+/// well.
+[[nodiscard]] int scrollBarColumns(const FramePair& pair, int offset);
+
 }  // namespace vantorel
