@@ -131,9 +131,10 @@ std::shared_ptr<const BackgroundSpec> CanvasScene::wantedFrame(PixelSize picture
       std::holds_alternative<BackgroundFill::None>(background->fill.value)) {
     return nullptr;
   }
-  const double padding =
-      paddingPixels(*background, {double(picture.width), double(picture.height)});
-  const bool isPossible = isPossibleSize(picture.width + 2 * padding, picture.height + 2 * padding);
+  const CanvasSize bare{double(picture.width), double(picture.height)};
+  const double padding = paddingPixels(*background, bare);
+  const bool isPossible =
+      isPossibleCanvas({bare.width + 2 * padding, bare.height + 2 * padding}, bare);
   return isPossible ? background : nullptr;
 }
 

@@ -23,7 +23,12 @@ double typedNumber(std::string_view text) {
 }  // namespace
 
 bool isPossibleSize(double width, double height) {
-  return width >= 1 && height >= 1 && width * height <= maximumPixels;
+  return width >= 1 && height >= 1 && width * height <= maximumPicturePixels;
+}
+
+bool isPossibleCanvas(CanvasSize size, CanvasSize before) {
+  return size == before ||
+         (size.width >= 1 && size.height >= 1 && size.width * size.height <= maximumCanvasPixels);
 }
 
 std::string sentence(CanvasSizeFault fault) {
@@ -44,8 +49,8 @@ std::expected<CanvasSize, CanvasSizeFault> checkedCanvasSize(double width, doubl
     if (std::isnan(side) || side != std::trunc(side)) return std::unexpected(notWhole);
   }
   if (width < 1 || height < 1) return std::unexpected(tooSmall);
-  if (!isPossibleSize(width, height)) return std::unexpected(tooLarge);
   const CanvasSize size{width, height};
+  if (!isPossibleCanvas(size, {})) return std::unexpected(tooLarge);
   if (size == current) return std::unexpected(unchanged);
   return size;
 }

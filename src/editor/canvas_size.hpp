@@ -10,23 +10,31 @@
 
 namespace vantorel {
 
-/// The most pixels a canvas, a layer or a finished picture may have.
-inline constexpr double maximumPixels = 64'000'000;
-
-/// True when a picture of this size can be made: at least one pixel each way, at most
-/// `maximumPixels`.
-[[nodiscard]] bool isPossibleSize(double width, double height);
-
-/// Why a canvas size cannot be applied.
-enum class CanvasSizeFault { notWhole, tooSmall, tooLarge, unchanged };
-
-[[nodiscard]] std::string sentence(CanvasSizeFault fault);
-
 struct CanvasSize {
   double width = 0;
   double height = 0;
   bool operator==(const CanvasSize&) const = default;
 };
+
+/// The most pixels a canvas may be given, and a picture that a background makes larger.
+inline constexpr double maximumCanvasPixels = 64'000'000;
+
+/// The most pixels a capture, a layer or a finished picture may have: as many as are decoded. A
+/// tall capture has more than a canvas is ever given, and keeps them.
+inline constexpr double maximumPicturePixels = 134'217'728;
+
+/// True when a picture of this size can be made: at least one pixel each way, at most
+/// `maximumPicturePixels`.
+[[nodiscard]] bool isPossibleSize(double width, double height);
+
+/// Whether a canvas may be made this large: it was that large before, or has at most
+/// `maximumCanvasPixels`.
+[[nodiscard]] bool isPossibleCanvas(CanvasSize size, CanvasSize before);
+
+/// Why a canvas size cannot be applied.
+enum class CanvasSizeFault { notWhole, tooSmall, tooLarge, unchanged };
+
+[[nodiscard]] std::string sentence(CanvasSizeFault fault);
 
 /// Judges a size, as numbers or as typed into the fields of the canvas-size sheet.
 [[nodiscard]] std::expected<CanvasSize, CanvasSizeFault> checkedCanvasSize(double width,

@@ -25,6 +25,8 @@ TEST(CanvasSizeTest, JudgesWhatIsTypedInOrder) {
   }
   EXPECT_EQ(answer("640", "480"), "Same size as now.");
   EXPECT_EQ(answer(std::string(400, '9'), "1"), sentence(CanvasSizeFault::tooLarge));
+  EXPECT_TRUE(isPossibleCanvas({1920, 65'000}, {1920, 65'000})) << "a tall capture keeps its own";
+  EXPECT_FALSE(isPossibleCanvas({1920, 65'001}, {1920, 65'000}));
   const double infinity = std::numeric_limits<double>::infinity();
   EXPECT_EQ(checkedCanvasSize(infinity, 1, {}).error(), CanvasSizeFault::tooLarge);
 }

@@ -49,8 +49,10 @@ bool setCropSize(EditorModel& editor, double width, double height, bool heightDe
   }
   width = std::round(width);
   height = std::round(height);
-  if (!isPossibleSize(width, height)) return false;
   const CanvasSize canvas = editor.canvasSize();
+  const bool isWithin =
+      width >= 1 && height >= 1 && width <= canvas.width && height <= canvas.height;
+  if (!isWithin && !isPossibleCanvas({width, height}, canvas)) return false;
   const Box before = editor.pendingCrop().value_or(Box{0, 0, canvas.width, canvas.height});
   editor.setPendingCrop(Box{cropStart(before.x + before.w / 2, width, canvas.width),
                             cropStart(before.y + before.h / 2, height, canvas.height), width,

@@ -223,7 +223,7 @@ bool EditorModel::arrangeLayers(CombineLayout layout) {
   const Arrangement result = arranged(frames, layout, arrangeGutter);
   canvas.width = std::max(canvas.width, result.canvas.width);
   canvas.height = std::max(canvas.height, result.canvas.height);
-  if (!isPossibleSize(canvas.width, canvas.height)) {
+  if (!isPossibleCanvas(canvas, canvasSize())) {
     return giveUp(sentence(CanvasSizeFault::tooLarge));
   }
   for (std::size_t i = 0; i < placed.size(); ++i) placed[i].second = result.frames[i];
@@ -312,7 +312,7 @@ bool EditorModel::applyCrop() {
   const Pt shift{std::max(-left, 0.0), std::max(-top, 0.0)};
   const CanvasSize size{std::max(right, old.width) + shift.x,
                         std::max(bottom, old.height) + shift.y};
-  if (!isPossibleSize(size.width, size.height)) {
+  if (!isPossibleCanvas(size, old)) {
     return refuse(sentence(CanvasSizeFault::tooLarge));
   }
   return edit("Crop", [&](EditorSnapshot& state) {

@@ -366,7 +366,10 @@ Result<EditorDocument, DocumentFailure> checkedDocument(std::string_view text, P
   VT_TRY(checkColors(document));
   VT_TRY(checkGradient(document.background));
   VT_TRY(checkLayers(document.layers));
-  if (document.canvas.width != 0 || document.canvas.height != 0) {
+  const bool hasOwnCanvas =
+      (document.canvas.width != 0 || document.canvas.height != 0) &&
+      (document.canvas.width != capture.width || document.canvas.height != capture.height);
+  if (hasOwnCanvas) {
     const auto size = checkedCanvasSize(document.canvas.width, document.canvas.height, {});
     if (!size) return std::unexpected(size.error());
   }
@@ -388,7 +391,7 @@ Result<Image> readPictureFile(const Path& path, int frameIndex, const Files& fil
                               const ImageCodec& codec) {
   const PixelSize size = VT_TRY(codec.pixelSize(files, path, frameIndex));
   if (!isPossibleSize(size.width, size.height)) {
-    return failed(FailureKind::tooLarge, "more than 64 million pixels");
+    return failed(FailureKind::tooLarge, "more than 134 million pixels");
   }
   return codec.decode(VT_TRY(files.read(path, maximumFileBytes)), frameIndex);
 }

@@ -31,7 +31,7 @@ PixelRect shownPart(const std::optional<Box>& cropOnCanvas, CanvasSize canvas) {
     const double bottom = std::round(std::clamp(crop.bottom(), 0.0, whole.h));
     if (right > left && bottom > top) shown = {left, top, right - left, bottom - top};
   }
-  constexpr double most = maximumPixels;  // no side of a possible picture is longer
+  constexpr double most = maximumPicturePixels;  // no side of a possible picture is longer
   return {static_cast<int>(std::min(shown.x, most)), static_cast<int>(std::min(shown.y, most)),
           static_cast<int>(std::min(shown.w, most)), static_cast<int>(std::min(shown.h, most))};
 }
@@ -61,9 +61,9 @@ std::optional<ExportBlock> exportBlock(const EditorDocument& document,
     return ExportBlock{Kind::layerMissing, missing->name, missing->id};
   }
   const PixelRect shown = shownPart(document, situation.capture);
-  const double padding =
-      paddingPixels(document.background, {double(shown.width), double(shown.height)});
-  if (!isPossibleSize(shown.width + 2 * padding, shown.height + 2 * padding)) {
+  const CanvasSize picture{double(shown.width), double(shown.height)};
+  const double padding = paddingPixels(document.background, picture);
+  if (!isPossibleCanvas({picture.width + 2 * padding, picture.height + 2 * padding}, picture)) {
     return ExportBlock{Kind::paddingTooLarge, {}};
   }
   return std::nullopt;

@@ -106,7 +106,7 @@ void addAsLayers(const CombineSpec& combine, PixelSize capture, EditorDocument& 
   for (const LayerSpec& layer : document.layers) frames.push_back(layer.frame);
   Arrangement result = arranged(frames, combine.layout, std::max(combine.gutter, 0.0));
   // A gap beyond all measure is none.
-  if (!isPossibleSize(result.canvas.width, result.canvas.height)) {
+  if (!isPossibleCanvas(result.canvas, {})) {
     result = arranged(frames, combine.layout, 0);
   }
   for (std::size_t i = 0; i < document.layers.size(); ++i) {

@@ -15,7 +15,7 @@ namespace vantorel {
 /// Any thread, one at a time.
 class PictureFrame {
  public:
-  /// `background` has a fill. The result has at most 64 million pixels; the caller checks.
+  /// `background` has a fill. The result has at most 134 million pixels; the caller checks.
   PictureFrame(BackgroundSpec background, PixelSize picture);
 
   /// Draws all of it.

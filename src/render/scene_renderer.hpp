@@ -22,7 +22,7 @@ struct SceneSource {
 };
 
 /// Draws the whole document: layers on the canvas, shapes and redactions, the crop, the background.
-/// Redacted areas hold nothing of what was there: see `Redaction`. The result has at most 64
+/// Redacted areas hold nothing of what was there: see `Redaction`. The result has at most 134
 /// million pixels, no alpha channel when it is opaque, and is the same on every run with the same
 /// fonts.
 ///
