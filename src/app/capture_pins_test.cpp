@@ -177,6 +177,32 @@ TEST_F(CapturePinsTest, TheKeyboardGoesFromTheNewestPinToTheOldestAndRound) {
   EXPECT_FALSE(pins.letClicksThrough()) << "one that is worked on takes clicks";
 }
 
+TEST(PinModelTest, ATallPictureIsPinnedAsWideAsCanBeReadAndScrolled) {
+  FakeRunners runners;
+  PinModel pin({.main = runners.main()}, "page",
+               MutableImage({1000, 60'000}, PixelFormat::bgrx).finish(), 1);
+  pin.setDisplays({{0, 0, 1200, 800}});
+  pin.placeOn({0, 0, 1200, 800}, 0);
+  EXPECT_EQ(pin.frame(), (Box{400, 100, 400, 600}));
+  EXPECT_EQ(pin.shownPart(), (PixelRect{0, 0, 1000, 1500}));
+  pin.scrollBy(-50);
+  EXPECT_EQ(pin.shownPart().y, 0);
+  pin.scrollBy(400);
+  EXPECT_EQ(pin.shownPart(), (PixelRect{0, 1000, 1000, 1500}));
+  // What lies below the pointer stays there, and the pin within its height.
+  pin.zoomBy(5, {500, 250});
+  EXPECT_NEAR(pin.shownPart().y + (250 - pin.frame().y) / pin.zoom(), 1000 + 150 / 0.4, 2);
+  EXPECT_EQ(pin.frame().h, 600);
+  pin.resetZoom();
+  EXPECT_EQ(pin.zoom(), 1);
+  pin.scrollBy(1e9);
+  EXPECT_EQ(pin.shownPart(), (PixelRect{0, 59'400, 1000, 600}));
+  // A crop of it that can be seen whole is.
+  pin.setPicture(MutableImage({1000, 300}, PixelFormat::bgrx).finish(), 1);
+  EXPECT_FALSE(pin.scrolls());
+  EXPECT_EQ(pin.shownPart(), (PixelRect{0, 0, 1000, 300}));
+}
+
 TEST_F(CapturePinsTest, APinKeepsItsPlaceAndStaysWithinReach) {
   pin({{.capture = "a"}});  // 48 x 30 pixels at two a point
   PinModel& model = *windows.opened[0].lock()->model;

@@ -17,6 +17,8 @@ constexpr double leastSide = 24;
 constexpr double mostSide = 16'000;
 constexpr double mostZoom = 8;
 constexpr double cascade = 32;
+/// How many times narrower than it could be a picture may get to be pinned whole.
+constexpr double narrowest = 3;
 
 Box sharedPart(const Box& one, const Box& other) {
   const double left = std::max(one.x, other.x);
@@ -50,8 +52,7 @@ void PinModel::setPicture(Image picture, double scale) {
   const Pt at = middle();
   picture_ = std::move(picture);
   scale_ = scale;
-  frame_.w = picture_.width() / scale_ * zoom_;
-  frame_.h = picture_.height() / scale_ * zoom_;
+  fitFrame();
   frame_.x = at.x - frame_.w / 2;
   frame_.y = at.y - frame_.h / 2;
   observers_.notify({.picture = true, .frame = true});
@@ -61,14 +62,40 @@ void PinModel::setPicture(Image picture, double scale) {
 void PinModel::placeOn(const Box& area, int place) {
   const double width = picture_.width() / scale_;
   const double height = picture_.height() / scale_;
-  zoom_ = clampedZoom(std::min({1.0, area.w / 2 / width, area.h / 2 / height}));
-  frame_.w = width * zoom_;
-  frame_.h = height * zoom_;
+  zoom_ = std::min({1.0, area.w / 2 / width, area.h / 2 / height});
+  const double widest = std::min(width, area.w / 3);
+  if (width * zoom_ * narrowest < widest) {
+    tallest_ = area.h * 3 / 4;
+    zoom_ = widest / width;
+  }
+  zoom_ = clampedZoom(zoom_);
+  fitFrame();
   // Beyond a handful they would leave the display; the next row lies between those there are.
   const double aside = cascade * (place % 8) + cascade / 4 * (place / 8 % 4);
   frame_.x = std::round(area.x + (area.w - frame_.w) / 2 + aside);
   frame_.y = std::round(area.y + (area.h - frame_.h) / 2 + aside);
   observers_.notify({.frame = true});
+}
+
+/// As large as the picture is shown, as far as that goes.
+void PinModel::fitFrame() {
+  frame_.w = picture_.width() / scale_ * zoom_;
+  frame_.h = std::min(shownHeight(), tallest_);
+  scroll_ = std::clamp(scroll_, 0.0, mostScroll());
+}
+
+void PinModel::scrollBy(double dy) {
+  const double before = std::exchange(scroll_, std::clamp(scroll_ + dy, 0.0, mostScroll()));
+  if (scroll_ != before) observers_.notify({.part = true});
+}
+
+PixelRect PinModel::shownPart() const {
+  const double pixels = scale_ / zoom_;  // a point
+  const int rows =
+      std::clamp(static_cast<int>(std::round(frame_.h * pixels)), 1, picture_.height());
+  const int top =
+      std::clamp(static_cast<int>(std::round(scroll_ * pixels)), 0, picture_.height() - rows);
+  return {0, top, picture_.width(), rows};
 }
 
 void PinModel::moveBy(double dx, double dy) {
@@ -91,7 +118,8 @@ double PinModel::clampedZoom(double zoom) const {
     }
     most = std::min(most, std::max(1.0, 2 * std::min(across / width, down / height)));
   }
-  most = std::min({most, mostSide / width, mostSide / height});
+  most = std::min(most, mostSide / width);
+  if (tallest_ > mostSide) most = std::min(most, mostSide / height);
   const double least = std::min(1.0, std::max(leastSide / width, leastSide / height));
   return std::clamp(zoom, std::min(least, most), std::max(least, most));
 }
@@ -101,11 +129,13 @@ void PinModel::setZoom(double zoom, Pt at) {
   if (zoom == zoom_) return;
   const double by = zoom / zoom_;
   zoom_ = zoom;
+  const double down = (scroll_ + at.y - frame_.y) * by;  // from the picture's top to `at`
   frame_.x = at.x - (at.x - frame_.x) * by;
-  frame_.y = at.y - (at.y - frame_.y) * by;
-  frame_.w = picture_.width() / scale_ * zoom_;
-  frame_.h = picture_.height() / scale_ * zoom_;
-  observers_.notify({.frame = true});
+  // One that is scrolled stays where it is, and what it shows moves.
+  if (shownHeight() <= tallest_) frame_.y = at.y - (at.y - frame_.y) * by;
+  scroll_ = down - (at.y - frame_.y);
+  fitFrame();
+  observers_.notify({.frame = true, .part = true});
   keepSeen();
 }
 

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/geometry.hpp"
 #include "base/image.hpp"
 #include "base/lifetime.hpp"
 #include "base/observers.hpp"
@@ -45,6 +47,7 @@ class PinModel {
   struct Change {
     bool picture = false;
     bool frame = false;
+    bool part = false;    ///< what of the picture is shown
     bool look = false;    ///< opacity, clicks, what is said
     bool keys = false;    ///< it is to take the keyboard
     bool next = false;    ///< the keyboard is to go on to the next pin
@@ -65,7 +68,8 @@ class PinModel {
   /// whatever is done with it, and it grows to twice their size at most.
   void setDisplays(std::vector<Box> displays);
   /// On the display `area`, at most half as wide and high, each next one (`place` counts from 0) a
-  /// little beside the one before.
+  /// little beside the one before. A picture so tall that it would be a strip is as wide as can be
+  /// read instead, shows as much as fits, from its top, and is scrolled.
   void placeOn(const Box& area, int place);
   [[nodiscard]] const Box& frame() const { return frame_; }
   /// 1 is a pixel of the picture for each pixel that was captured.
@@ -78,6 +82,12 @@ class PinModel {
   /// As it was captured; what lies below `at` stays there.
   void resetZoom(Pt at);
   void resetZoom() { resetZoom(middle()); }
+  /// Whether there is more of the picture than is shown.
+  [[nodiscard]] bool scrolls() const { return mostScroll() > 0; }
+  /// In points, down the picture.
+  void scrollBy(double dy);
+  /// What of the picture the pin shows.
+  [[nodiscard]] PixelRect shownPart() const;
 
   // ---- how it looks
 
@@ -103,6 +113,9 @@ class PinModel {
 
  private:
   [[nodiscard]] Pt middle() const { return {frame_.x + frame_.w / 2, frame_.y + frame_.h / 2}; }
+  [[nodiscard]] double shownHeight() const { return picture_.height() / scale_ * zoom_; }
+  [[nodiscard]] double mostScroll() const { return shownHeight() - frame_.h; }
+  void fitFrame();
   [[nodiscard]] double clampedZoom(double zoom) const;
   void setZoom(double zoom, Pt at);
   /// On the nearest display, `least` points of it across and down, or all where it is smaller.
@@ -115,6 +128,8 @@ class PinModel {
   Box frame_;
   std::vector<Box> displays_;
   double zoom_ = 1;
+  double tallest_ = std::numeric_limits<double>::max();  // that the frame gets
+  double scroll_ = 0;                                    // of the picture's top above the frame's
   double opacity_ = 1;
   bool letsClicksThrough_ = false;
   std::string said_;

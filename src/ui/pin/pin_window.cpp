@@ -24,6 +24,7 @@ namespace {
 constexpr int capsuleButton = 28;
 constexpr int capsuleGap = 8;  ///< from the pin's edge
 constexpr double wheelNotch = 120;
+constexpr double wheelStep = 60;  ///< points that a notch scrolls
 /// From here on a person wants to see the pixels.
 constexpr double pixelsFrom = 4;
 
@@ -143,6 +144,10 @@ void PinWindow::follow(const PinModel::Change& change) {
     setWindowTitle(shownName(model_->title(), QStringLiteral("Pin")));
     update();
   }
+  if (change.part) {
+    scaled_ = {};
+    update();
+  }
   if (change.frame) place();
   if (change.look) showLook();
   if (change.keys) {
@@ -203,7 +208,7 @@ QSize PinWindow::paintedSize() const {
 }
 
 void PinWindow::paintPicture(QPainter& painter) {
-  const Image& picture = model_->picture();
+  const Image picture = model_->picture().cropped(model_->shownPart());
   const QSize size = paintedSize();
   if (size.width() <= picture.width() && size.height() <= picture.height()) {
     if (scaled_.isNull()) {
@@ -266,9 +271,9 @@ void PinWindow::paintSaid(QPainter& painter) const {
 void PinWindow::moveEvent(QMoveEvent* event) {
   FloatingSurface::moveEvent(event);
   // What was beyond the displays was not painted.
-  const Image& picture = model_->picture();
+  const PixelRect picture = model_->shownPart();
   const QSize size = paintedSize();
-  if (size.width() > picture.width() || size.height() > picture.height()) update();
+  if (size.width() > picture.width || size.height() > picture.height) update();
   if (capsule_->isVisible()) capsule_->arrange();
 }
 
@@ -319,7 +324,11 @@ void PinWindow::mouseReleaseEvent(QMouseEvent*) {
 
 void PinWindow::wheelEvent(QWheelEvent* event) {
   const double steps = event->angleDelta().y() / wheelNotch;
-  if (steps != 0) model_->zoomBy(steps, pointOf(event->globalPosition()));
+  if (steps == 0) return;
+  if (model_->scrolls() && !event->modifiers().testFlag(Qt::ControlModifier)) {
+    return model_->scrollBy(-steps * wheelStep);
+  }
+  model_->zoomBy(steps, pointOf(event->globalPosition()));
 }
 
 void PinWindow::contextMenuEvent(QContextMenuEvent* event) {
@@ -392,6 +401,8 @@ void PinWindow::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_0:
       return underMouse() ? model_->resetZoom(pointOf(QCursor::pos())) : model_->resetZoom();
     case Qt::Key_T: return model_->setClickThrough(true);
+    case Qt::Key_PageUp: return model_->scrollBy(-panelRect().height() * 0.9);
+    case Qt::Key_PageDown: return model_->scrollBy(panelRect().height() * 0.9);
     case Qt::Key_Left: return moveWithPointer({-step, 0});
     case Qt::Key_Right: return moveWithPointer({step, 0});
     case Qt::Key_Up: return moveWithPointer({0, -step});
