@@ -151,8 +151,9 @@ QString redactionText(const KeptRedaction& kept) {
                           : QStringLiteral(" areas when it was taken"));
 }
 
-QString hintText(bool hasHits) {
+QString hintText(bool hasHits, bool scrolls) {
   QString text = QStringLiteral("← → next    %1 open    Space close").arg(returnKeyName);
+  if (scrolls) text += QStringLiteral("    ↑ ↓ scroll");
   if (hasHits) text += QStringLiteral("    N next hit");
   return text;
 }
@@ -172,7 +173,7 @@ HistoryPreview::HistoryPreview(std::shared_ptr<HistoryModel> model, HistoryComma
       after_(new StepButton(QStringLiteral("Next"), true)),
       open_(new QPushButton(commands_.open->text())),
       detailsPane_(new QWidget),
-      hint_(new QLabel(hintText(false))) {
+      hint_(new QLabel(hintText(false, false))) {
   setObjectName(QStringLiteral("preview"));
   setFocusPolicy(Qt::StrongFocus);
   setAccessibleName(QStringLiteral("Preview"));
@@ -301,7 +302,7 @@ void HistoryPreview::refresh() {
   const FileReach reach = model_->reachOf(*entry);
   const bool hasPicture = entry->medium == CaptureMedium::image;
   canvas_->mark(hasPicture ? model_->hitsOf(*focus) : std::vector<Box>());
-  hint_->setText(hintText(hasPicture && !model_->hitsOf(*focus).empty()));
+  showHint();
   if (entry == shown_ && reach == shownReach_) return;
   const bool isSamePicture = shown_ && shown_->id == entry->id &&
                              lookOf(*shown_) == lookOf(*entry) && reach == shownReach_;
@@ -331,8 +332,13 @@ void HistoryPreview::refresh() {
   model_->pictures().load(entry, [this](const Result<Image>& picture) {
     if (!isVisible()) return;
     if (!picture) return canvas_->say(QString::fromStdString(picture.error().reason));
-    canvas_->show(sharedImage(*picture).copy());
+    canvas_->show(*picture);
+    showHint();
   });
+}
+
+void HistoryPreview::showHint() {
+  hint_->setText(hintText(canvas_->hasHits(), canvas_->scrolls()));
 }
 
 /// A text that was captured is read and copied from.
@@ -460,6 +466,7 @@ bool HistoryPreview::eventFilter(QObject* object, QEvent* event) {
 }
 
 void HistoryPreview::keyPressEvent(QKeyEvent* event) {
+  if (canvas_->scrollWith(*event)) return;
   switch (event->key()) {
     case Qt::Key_Escape:
       if (model_->notice() && model_->notice()->isOfAction()) return model_->dismissNotice();

@@ -44,6 +44,7 @@ class HistoryPreview : public QWidget {
  private:
   void leave();
   void step(HistorySelection::Step step);
+  void showHint();
   void showText(const ScreenshotEntry& entry);
   void showDetails(const EntryPointer& entry, std::size_t place);
 
