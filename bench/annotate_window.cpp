@@ -207,12 +207,12 @@ class Bench {
     screen_.press(letterW, true);
     const auto start = Clock::now();
     while (millisecondsSince(start) < 2000) {
-      if (screen_.at({screen_.width() / 2, screen_.height() / 2}) == magenta) return rest(500);
+      if (screen_.at({screen_.width() / 2, screen_.height() / 2}) == magenta) return rest(closing_);
     }
     // What is still being saved is asked about.
     screen_.press(enter);
     waitForWindow(false);
-    rest(500);
+    rest(closing_);
   }
 
   void measureOpening(const std::string& what, const std::string& capture, int rounds) {
@@ -351,6 +351,7 @@ class Bench {
   std::string process_;
   std::vector<std::string> command_;
   std::vector<Point> points_;
+  int closing_ = std::getenv("closing") ? std::atoi(std::getenv("closing")) : 500;
   Point shift_;
   pid_t child_ = 0;
 };

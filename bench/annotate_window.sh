@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Annotate windows on captures of 3840 x 2160 pixels, on a private display of `size`, with the
-# program in the tray: from a command or an event to the pixels.
+# Annotate windows on captures of `picture` pixels, at least 2048 x 1600, on a private display of
+# `size`, with the program in the tray: from a command or an event to the pixels. `closing` says how
+# many milliseconds a capture may take to be given back once its window has gone.
 set -euo pipefail
 program=$(realpath "${1:-build/release/bin/vantorel}")
 tools=$(realpath "${2:-$(dirname "$program")}")
 size=${size:-3840x2160}
+export picture=${picture:-3840x2160}
 rounds=${3:-10}
 screen=${size}x24
 . "$(dirname "$0")/private_desktop.sh"
@@ -22,7 +24,7 @@ root = sys.argv[1]
 captures = f"{root}/Captures"
 os.makedirs(captures)
 random.seed(7)
-WIDTH, HEIGHT, CELL = 3840, 2160, 8
+WIDTH, HEIGHT, CELL = *(int(side) for side in os.environ["picture"].split("x")), 8
 
 def picture():
     part = lambda name, data: (struct.pack(">I", len(data)) + name + data +
@@ -51,7 +53,8 @@ def shape(i, kind, x, y, w, h, **more):
     return one | more
 
 def mixed(count):
-    return [shape(i, KINDS[i % 12], random.randrange(60, 3500), random.randrange(60, 1900),
+    return [shape(i, KINDS[i % 12], random.randrange(60, WIDTH - 340),
+                  random.randrange(60, HEIGHT - 260),
                   random.randrange(40, 300), random.randrange(40, 200)) for i in range(count)]
 
 marker = shape(900001, "rect", 1400, 700, 30, 30, color="#00ff00", fill="solid", width=1)
@@ -74,7 +77,7 @@ for number, (name, shapes) in enumerate(documents.items()):
     entries.append({"id": f"{name}-0000-4000-8000-000000000000", "title": name,
                     "capturedAt": time.time() - 600 * number, "path": path, "shapes": shapes,
                     "medium": "image", "pixelWidth": WIDTH, "pixelHeight": HEIGHT,
-                    "captureScale": 1})
+                    "captureScale": 1, "isTallCapture": HEIGHT > 3 * WIDTH})
 with open(f"{root}/history.json", "w") as index:
     json.dump({"version": 4, "entries": entries, "collections": []}, index)
 PYTHON
@@ -90,7 +93,7 @@ done
 tray=$!
 until "$program" --root "$folder/library" displays >/dev/null 2>&1; do :; done
 sleep "${wait:-10}" # what is done once after the start
-echo "Annotate at $size"
+echo "Annotate at $size, captures of $picture"
 "$tools/annotate_window" "$tray" "$rounds" "$program" --root "$folder/library" edit
 "$program" --root "$folder/library" quit >/dev/null
 wait "$tray"
