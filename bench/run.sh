@@ -13,3 +13,4 @@ for size in 1920x1080 3840x2160; do
   size=$size bench/history_window.sh build/release/bin/vantorel
 done
 bench/tray_rest.sh build/release/bin/vantorel
+bench/scroll_page.py --brief
