@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -14,7 +15,7 @@ class LatestFrameConduitTest : public testing::Test {
  protected:
   FakeRunners runners;
   std::vector<int> delivered;
-  std::optional<LatestFrameConduit<int>> conduit{std::in_place, runners.main,
+  std::optional<LatestFrameConduit<int>> conduit{std::in_place, runners.main(),
                                                  [this](int value) { delivered.push_back(value); }};
 };
 
