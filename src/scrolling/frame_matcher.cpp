@@ -45,6 +45,7 @@ constexpr float leastLead = 0.3F;
 constexpr int cellsAlike = 32;
 
 constexpr double widestStillSide = 0.36;
+constexpr int changeShare = 10;
 constexpr double tallestFilm = 0.6;  // of the height, on a page that stands still
 
 class Matching {
@@ -75,11 +76,12 @@ class Matching {
       return accepted(FrameJoin::NoMovement{.agreement = 1});
     }
     textured_ = texturedBands(pair_, pair_.bands);
+    if (isNearlyTheSame()) return accepted(FrameJoin::NoMovement{.agreement = 1});
     if (auto plain = plainVerdict()) return *std::move(plain);
     judge(range_);
     const ShiftEvidence* best = bestMoved();
     if (mayMask && best != nullptr && hasPoorSide(*best)) {
-      const StaticColumnMask mask = stillSides(pair_, *best, match_.mask);
+      const StaticColumnMask mask = stillSides(pair_, best->offset, match_.mask);
       if (mask != match_.mask) return masked(mask, *best);
     }
     const bool isCertain = best != nullptr && isUndisputed(best->offset, certainRows);
@@ -121,6 +123,13 @@ class Matching {
 
   [[nodiscard]] bool isInRange(int offset) const {
     return offset >= range_.first && offset <= range_.last;
+  }
+
+  /// All but a few rows are as they were, and what is new in those is not from elsewhere: a clock,
+  /// on a desktop that shows little else.
+  [[nodiscard]] bool isNearlyTheSame() const {
+    const int changed = current_.height - pair_.bands.header - pair_.bands.footer;
+    return changeShare * changed < current_.height && votes_.best(1).empty();
   }
 
   /// The usual case, in which nothing is left to ask: rows that are there only once agree on a

@@ -10,7 +10,6 @@
 #include "scrolling/frame_joiner.hpp"
 #include "scrolling/frame_signature.hpp"
 #include "scrolling/offset_range.hpp"
-#include "scrolling/row_correlation.hpp"
 #include "scrolling/shift_votes.hpp"
 #include "scrolling/static_detection.hpp"
 #include "scrolling/tall_picture.hpp"
@@ -33,17 +32,6 @@ bool isNearlyBlank(const FrameSignature& frame) {
   const auto drawn =
       std::ranges::count_if(frame.rows, [](const auto& row) { return !isBlank(row); });
   return 20 * drawn < frame.height;
-}
-
-/// Whether something that floats above the page is in these columns: it was there before, while the
-/// page has moved.
-bool isPinned(const FrameSignature& now, const FrameSignature& before, int row,
-              const ColumnSpan& columns) {
-  const auto part = [&](const FrameSignature& frame) {
-    return frame.row(row).subspan(static_cast<std::size_t>(columns.first),
-                                  static_cast<std::size_t>(columns.length()));
-  };
-  return !before.isEmpty() && std::ranges::equal(part(now), part(before)) && !isFlat(part(now), 1);
 }
 
 ScrollingSight sightOf(const FrameJoin& join) {
@@ -85,18 +73,27 @@ struct ScrollingCanvas::State {
   std::optional<FrameMatch> matchPicture(const FrameSignature& signature, int& position) const;
   void stoodStill(const ScrollFrame& frame, FrameSignature signature);
   [[nodiscard]] bool hasRoom(int position) const;
-  void place(const ScrollFrame& frame, FrameSignature signature, const StaticBands& bands,
-             bool isExact);
-  void growDown(const Placed& frame, const StaticBands& bands);
-  void growUp(const Placed& frame, const StaticBands& bands);
+  /// How sure the place of a frame is.
+  enum class Certainty {
+    alike,      ///< pixels merely resemble
+    inPicture,  ///< found in the picture, not beside the frame before
+    exact,
+  };
+  void place(const ScrollFrame& frame, FrameSignature signature, const StaticBands& stuck,
+             Certainty certainty);
+  void growDown(const Placed& frame, bool isExact);
+  void growUp(const Placed& frame, bool isExact);
   void paint(const Placed& frame, int first, int last);
-  void repaint(const Placed& frame, const FrameSignature& signature, const FrameSignature& before,
-               const StaticBands& bands);
+  void repaint(const Placed& frame, const FrameSignature& signature, const Known& beside);
+  void sharpen(const Placed& frame);
+  void showAtEnds(const Placed& frame);
+  [[nodiscard]] std::vector<RowRange> undrawnRows() const;
   [[nodiscard]] ColumnSpan changedColumns(std::span<const std::uint8_t> a,
                                           std::span<const std::uint8_t> b) const;
   void paintEnds();
+  void note(const RowRange& added, bool isExact);
   [[nodiscard]] ColumnSpan movingColumns() const;
-  void lookForScrollBar(const FrameSignature& signature, const StaticBands& stuck);
+  void lookAtSides(const FrameSignature& signature, const Known& beside);
 
   std::int64_t maximumPixels;
   bool isOver = false;
@@ -107,13 +104,15 @@ struct ScrollingCanvas::State {
   int position = 0;             ///< of the frame being placed
   int lastOffset = 0;
   StaticColumnMask mask;
-  StaticBands bands;
+  StaticBands bands;                 ///< of the last join that is certain
+  bool hasBands = false;             ///< there has been one
   std::optional<int> scrollBar = 0;  ///< columns at the right; nothing when the page is there
 
-  Placed highest;          ///< whose header the picture has
-  Placed lowest;           ///< whose footer it has
-  bool isBlurred = false;  ///< the picture has rows of frames that merely resembled
-  TallPicture picture;     ///< what is between them, as far as it is known to be the page
+  Placed highest;                   ///< whose header the picture has
+  Placed lowest;                    ///< whose footer it has
+  std::optional<RowRange> fresh;    ///< rows that the frame before was the first to show
+  std::optional<RowRange> blurred;  ///< rows that frames have painted that merely resembled
+  TallPicture picture;              ///< what is between them, as far as it is known to be the page
 };
 
 void ScrollingCanvas::State::begin(const ScrollFrame& frame, FrameSignature signature) {
@@ -207,48 +206,105 @@ void ScrollingCanvas::State::paint(const Placed& frame, int first, int last) {
   picture.fill({moving.last, width()}, first, last, frame.image);
 }
 
-void ScrollingCanvas::State::growDown(const Placed& frame, const StaticBands& stuck) {
+void ScrollingCanvas::State::growDown(const Placed& frame, bool isExact) {
   if (frame.position <= lowest.position) return;
   // Beyond its header the new frame must go on where the page ends above the footer.
   const int moved = frame.position - lowest.position;
-  const int footer = std::clamp(frameHeight() - stuck.header - moved, 0, stuck.footer);
-  const int end = lowest.bottom() - footer;
-  paint(lowest, picture.bottom(), end);
-  picture.keep(picture.top(), end);
-  paint(frame, picture.bottom(), frame.bottom() - footer);
+  const int footer = std::clamp(frameHeight() - bands.header - moved, 0, bands.footer);
+  const int shown = frame.position + bands.header;
+  const int known = std::min(picture.bottom(), lowest.bottom() - footer);
+  const int end = std::max(known, shown);
+  picture.keep(picture.top(), known);
+  paint(lowest, known, shown);
+  paint(frame, end, frame.bottom() - footer);
+  note({end, frame.bottom() - footer}, isExact);
   lowest = frame;
 }
 
-void ScrollingCanvas::State::growUp(const Placed& frame, const StaticBands& stuck) {
+void ScrollingCanvas::State::growUp(const Placed& frame, bool isExact) {
   if (frame.position >= highest.position) return;
   const int moved = highest.position - frame.position;
-  const int header = std::clamp(frameHeight() - stuck.footer - moved, 0, stuck.header);
-  const int end = highest.position + header;
-  paint(highest, end, picture.top());
-  picture.keep(end, picture.bottom());
-  paint(frame, frame.position + header, picture.top());
+  const int header = std::clamp(frameHeight() - bands.footer - moved, 0, bands.header);
+  const int shown = frame.bottom() - bands.footer;
+  const int known = std::max(picture.top(), highest.position + header);
+  const int end = std::min(known, shown);
+  picture.keep(known, picture.bottom());
+  paint(highest, shown, known);
+  paint(frame, frame.position + header, end);
+  note({frame.position + header, end}, isExact);
   highest = frame;
 }
 
-/// What the frame shows otherwise than the picture is put right: parts that a program had not drawn
-/// yet, blurred rows, what was below a button. `before` is the frame before.
+/// Rows that a frame has added.
+void ScrollingCanvas::State::note(const RowRange& added, bool isExact) {
+  if (isExact) {
+    fresh = added;
+  } else {
+    blurred = blurred ? RowRange{std::min(blurred->first, added.first),
+                                 std::max(blurred->last, added.last)}
+                      : added;
+  }
+}
+
+/// Stretches of blank rows, higher than what is between two lines, of those that one frame has
+/// shown.
+std::vector<RowRange> ScrollingCanvas::State::undrawnRows() const {
+  constexpr int leastRows = 24;
+  std::vector<RowRange> stretches;
+  if (!fresh) return stretches;
+  int from = fresh->first;
+  for (int y = fresh->first; y <= fresh->last; ++y) {
+    if (y < fresh->last && y < picture.bottom() && isBlank(picture.digest(y))) continue;
+    if (y - from >= leastRows) stretches.push_back({from, y});
+    from = y + 1;
+  }
+  return stretches;
+}
+
+/// What the frame shows otherwise than the picture is put right: what was below a button, and what
+/// a program had not drawn yet. Only rows that came along with the page from the frame before
+/// count, as what opens above a page did not, and rows that only that frame has shown, in stretches
+/// that it left blank.
 void ScrollingCanvas::State::repaint(const Placed& frame, const FrameSignature& signature,
-                                     const FrameSignature& before, const StaticBands& stuck) {
-  const int first = std::max(picture.top(), frame.position + stuck.header);
-  const int last = std::min(picture.bottom(), frame.bottom() - stuck.footer);
+                                     const Known& beside) {
+  const int moved = frame.position - beside.position;
+  const int first = std::max(picture.top(), frame.position + bands.header);
+  const int last = std::min(picture.bottom(), frame.bottom() - bands.footer);
+  const ColumnSpan columns = movingColumns();
+  const std::vector<RowRange> undrawn = undrawnRows();
   for (int y = first; y < last; ++y) {
     const int row = y - frame.position;
     const RowDigest& digest = signature.rows[static_cast<std::size_t>(row)];
     if (digest == picture.digest(y)) continue;
     const ColumnSpan changed = changedColumns(frame.image.row(row), picture.row(y));
     if (changed.length() <= 0) continue;
-    if (!isBlurred) {
-      if (isPinned(signature, before, row, changed)) continue;
-      // Rows that are not drawn yet are blank; a button that is gone was narrow.
-      if (isBlank(digest) && 3 * changed.length() > width()) continue;
-    }
+    const int before = row + moved;
+    if (before < 0 || before >= frameHeight()) continue;
+    const auto part = [&](const FrameSignature& from, int at) {
+      return from.row(at).subspan(static_cast<std::size_t>(columns.first),
+                                  static_cast<std::size_t>(columns.length()));
+    };
+    const bool cameAlong = std::ranges::equal(part(signature, row), part(beside.signature, before));
+    const bool isUndrawn = std::ranges::any_of(
+        undrawn, [y](const RowRange& rows) { return y >= rows.first && y < rows.last; });
+    if (!cameAlong && !isUndrawn) continue;
     picture.paintColumns(frame.image, digest, row, y, changed);
   }
+}
+
+/// The newest of frames in the same place is the one that header and footer are taken from.
+void ScrollingCanvas::State::showAtEnds(const Placed& frame) {
+  if (frame.position == highest.position) highest = frame;
+  if (frame.position == lowest.position) lowest = frame;
+}
+
+/// Rows that frames between two pixels left are taken from a sharp one.
+void ScrollingCanvas::State::sharpen(const Placed& frame) {
+  if (!blurred) return;
+  const int last = std::min(picture.bottom(), frame.bottom() - bands.footer);
+  paint(frame, std::max(blurred->first, frame.position + bands.header),
+        std::min(blurred->last, last));
+  if (last >= std::min(blurred->last, picture.bottom())) blurred.reset();
 }
 
 /// The columns from the first to the last pixel that differ, of those that scroll.
@@ -271,14 +327,14 @@ void ScrollingCanvas::State::paintEnds() {
   picture.paint(lowest.image, lowest.digests, frameHeight() - below, below, picture.bottom());
 }
 
-void ScrollingCanvas::State::lookForScrollBar(const FrameSignature& signature,
-                                              const StaticBands& stuck) {
-  const int moved = position - latest.position;
-  if (!scrollBar || std::abs(moved) >= frameHeight()) return;
-  const FramePair pair{.previous = latest.signature,
+void ScrollingCanvas::State::lookAtSides(const FrameSignature& signature, const Known& beside) {
+  const int moved = position - beside.position;
+  const FramePair pair{.previous = beside.signature,
                        .current = signature,
                        .span = comparedColumnSpan(width(), mask, scale.display),
-                       .bands = stuck};
+                       .bands = bands};
+  mask = confirmedSides(pair, moved, mask);
+  if (!scrollBar) return;
   const int found = scrollBarColumns(pair, moved);
   if (found < 0) {
     scrollBar.reset();
@@ -288,14 +344,21 @@ void ScrollingCanvas::State::lookForScrollBar(const FrameSignature& signature,
 }
 
 void ScrollingCanvas::State::place(const ScrollFrame& frame, FrameSignature signature,
-                                   const StaticBands& stuck, bool isExact) {
+                                   const StaticBands& stuck, Certainty certainty) {
   const Placed placed{frame.image, signature.rows, position};
-  bands = stuck;
-  if (isExact) lookForScrollBar(signature, stuck);
-  growDown(placed, stuck);
-  growUp(placed, stuck);
-  if (isExact) repaint(placed, signature, latest.signature, stuck);
-  isBlurred = !isExact;
+  const bool isExact = certainty != Certainty::alike;
+  if (isExact || !hasBands) bands = stuck;
+  hasBands |= isExact;
+  if (certainty == Certainty::exact) {
+    const Known& beside = anchor ? *anchor : latest;
+    lookAtSides(signature, beside);
+    repaint(placed, signature, beside);
+  }
+  if (isExact) sharpen(placed);
+  fresh.reset();
+  growDown(placed, isExact);
+  growUp(placed, isExact);
+  if (isExact) showAtEnds(placed);
   const int furthest = frameHeight() - minimumOverlap(frameHeight());
   lastOffset = position - latest.position;
   if (std::abs(lastOffset) > furthest) lastOffset = 0;
@@ -315,11 +378,10 @@ void ScrollingCanvas::State::stoodStill(const ScrollFrame& frame, FrameSignature
   if (highest.position == lowest.position) {
     picture.paint(placed.image, placed.digests, 0, frameHeight(), position);
   } else {
-    repaint(placed, signature, {}, bands);
+    sharpen(placed);
+    repaint(placed, signature, latest);
   }
-  isBlurred = false;
-  if (position == highest.position) highest = placed;
-  if (position == lowest.position) lowest = placed;
+  showAtEnds(placed);
   latest = {std::move(signature), position};
   anchor.reset();
   lastOffset = 0;
@@ -348,12 +410,14 @@ ScrollingCanvas::Step ScrollingCanvas::add(const ScrollFrame& frame,
   }
   int position = 0;
   bool isExact = false;
+  bool isInPicture = false;
   FrameMatch match = state.match(signature, position, isExact);
   ScrollingSight sight = sightOf(match.join);
   if (sight == ScrollingSight::tooFast) {
     if (auto found = state.matchPicture(signature, position)) {
       match = *std::move(found);
       isExact = true;
+      isInPicture = true;
       sight = ScrollingSight::joined;
     }
   }
@@ -372,7 +436,11 @@ ScrollingCanvas::Step ScrollingCanvas::add(const ScrollFrame& frame,
     if (state.hasRoom(position)) {
       state.position = position;
       state.mask = match.mask;
-      state.place(frame, std::move(signature), joined->bands, isExact);
+      using Certainty = State::Certainty;
+      state.place(frame, std::move(signature), joined->bands,
+                  isInPicture ? Certainty::inPicture
+                  : isExact   ? Certainty::exact
+                              : Certainty::alike);
     } else {
       sight = ScrollingSight::full;
     }

@@ -46,26 +46,45 @@ RowMotion motionOf(const FramePair& pair, int y, int offset) {
   return fromPrevious || fromCurrent ? RowMotion::changed : RowMotion::unproven;
 }
 
-/// How many rows from an edge belong to its band; `rowAt` gives the row that is so far from it.
+/// How many rows from an edge belong to its band; `rowAt` gives the row that is so far from it. All
+/// up to the first that has moved: what is next to a bar and did not (its shadow, a film) is seen
+/// better when it has been scrolled further.
 template <class RowAt>
 int bandRows(const FramePair& pair, int offset, RowAt rowAt) {
   const int furthest = pair.current.height / 3;
   int band = 0;
-  bool isStill = true;  // nothing else has been met since the last row that stayed
-  for (int i = 0; i < furthest; ++i) {
-    const RowMotion motion = motionOf(pair, rowAt(i), offset);
-    if (motion == RowMotion::moved) break;
-    if (motion == RowMotion::stationary) {
-      band = i + 1;
-      isStill = true;
-    } else if (motion == RowMotion::ambiguous && isStill) {
-      band = i + 1;
-    } else {
-      isStill = false;
-    }
-  }
+  while (band < furthest && motionOf(pair, rowAt(band), offset) != RowMotion::moved) ++band;
   return band;
 }
+
+/// Which columns stayed, and which went along with the page, on at least so many rows.
+struct ColumnMotions {
+  static constexpr int leastStayed = 3;
+  static constexpr int leastWent = 2;
+  std::vector<std::uint16_t> stayed;
+  std::vector<std::uint16_t> went;
+
+  ColumnMotions(const FramePair& pair, int offset)
+      : stayed(static_cast<std::size_t>(pair.current.width)), went(stayed.size()) {
+    const RowRange rows = pair.overlap(offset);
+    for (int y = rows.first; y < rows.last; ++y) {
+      const std::uint8_t* const now = pair.current.row(y).data();
+      const std::uint8_t* const before = pair.previous.row(y).data();
+      const std::uint8_t* const shifted = pair.previous.row(y + offset).data();
+      for (std::size_t x = 0; x < stayed.size(); ++x) {
+        const bool isSame = now[x] == before[x];
+        const bool isShifted = now[x] == shifted[x];
+        stayed[x] += isSame && !isShifted ? 1 : 0;
+        went[x] += isShifted && !isSame ? 1 : 0;
+      }
+    }
+  }
+
+  [[nodiscard]] bool hasStayed(int x) const {
+    return stayed[static_cast<std::size_t>(x)] >= leastStayed;
+  }
+  [[nodiscard]] bool hasGone(int x) const { return went[static_cast<std::size_t>(x)] >= leastWent; }
+};
 
 }  // namespace
 
@@ -91,38 +110,36 @@ StaticBands staticBands(const FramePair& pair, int offset) {
           .footer = bandRows(pair, offset, [last](int i) { return last - i; })};
 }
 
-StaticColumnMask stillSides(const FramePair& pair, const ShiftEvidence& moved,
-                            const StaticColumnMask& known) {
-  constexpr int leastProofs = 3;
-  const auto width = static_cast<std::size_t>(pair.current.width);
-  std::vector<std::uint8_t> stayed(width);
-  std::vector<std::uint8_t> went(width);
-  for (const ShiftEvidence::Row& row : moved.rows) {
-    const std::uint8_t* const now = pair.current.row(row.score.row).data();
-    const std::uint8_t* const before = pair.previous.row(row.score.row).data();
-    const std::uint8_t* const shifted = pair.previous.row(row.score.row + moved.offset).data();
-    for (std::size_t x = 0; x < width; ++x) {
-      const bool isSame = now[x] == before[x];
-      const bool isShifted = now[x] == shifted[x];
-      stayed[x] += isSame && !isShifted ? 1 : 0;
-      went[x] += isShifted && !isSame ? 1 : 0;
-    }
-  }
-  const auto proves = [](const std::vector<std::uint8_t>& proofs, int x) {
-    return proofs[static_cast<std::size_t>(x)] >= leastProofs;
-  };
+StaticColumnMask stillSides(const FramePair& pair, int offset, const StaticColumnMask& known) {
+  const ColumnMotions motions(pair, offset);
   const auto [first, last] = pair.span;
   int leading = 0;
-  for (int x = first; x < last && !proves(went, x); ++x) {
-    if (proves(stayed, x)) leading = x + 1;
+  for (int x = first; x < last && !motions.hasGone(x); ++x) {
+    if (motions.hasStayed(x)) leading = x + 1;
   }
   int trailing = 0;
-  for (int x = last - 1; x >= first && !proves(went, x); --x) {
-    if (proves(stayed, x)) trailing = pair.current.width - x;
+  for (int x = last - 1; x >= first && !motions.hasGone(x); --x) {
+    if (motions.hasStayed(x)) trailing = pair.current.width - x;
   }
   StaticColumnMask mask = known;
   if (leading > 0) mask.leadingPixels = leading;
   if (trailing > 0) mask.trailingPixels = trailing;
+  return mask;
+}
+
+StaticColumnMask confirmedSides(const FramePair& pair, int offset, const StaticColumnMask& known) {
+  if (!known.leadingPixels && !known.trailingPixels) return known;
+  const ColumnMotions motions(pair, offset);
+  const auto upToWhatMoves = [&](std::optional<int>& side, auto columnAt) {
+    for (int i = 0; side && i < *side; ++i) {
+      if (!motions.hasGone(columnAt(i))) continue;
+      side = i > 0 ? std::optional(i) : std::nullopt;
+      return;
+    }
+  };
+  StaticColumnMask mask = known;
+  upToWhatMoves(mask.leadingPixels, [](int i) { return i; });
+  upToWhatMoves(mask.trailingPixels, [&](int i) { return pair.current.width - 1 - i; });
   return mask;
 }
 
