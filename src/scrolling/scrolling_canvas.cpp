@@ -272,23 +272,25 @@ void ScrollingCanvas::State::repaint(const Placed& frame, const FrameSignature& 
   const int last = std::min(picture.bottom(), frame.bottom() - bands.footer);
   const ColumnSpan columns = movingColumns();
   const std::vector<RowRange> undrawn = undrawnRows();
+  const auto part = [&](const FrameSignature& from, int row) {
+    return from.row(row).subspan(static_cast<std::size_t>(columns.first),
+                                 static_cast<std::size_t>(columns.length()));
+  };
   for (int y = first; y < last; ++y) {
+    if (picture.isCertain(y)) continue;
     const int row = y - frame.position;
-    const RowDigest& digest = signature.rows[static_cast<std::size_t>(row)];
-    if (digest == picture.digest(y)) continue;
-    const ColumnSpan changed = changedColumns(frame.image.row(row), picture.row(y));
-    if (changed.length() <= 0) continue;
     const int before = row + moved;
-    if (before < 0 || before >= frameHeight()) continue;
-    const auto part = [&](const FrameSignature& from, int at) {
-      return from.row(at).subspan(static_cast<std::size_t>(columns.first),
-                                  static_cast<std::size_t>(columns.length()));
-    };
-    const bool cameAlong = std::ranges::equal(part(signature, row), part(beside.signature, before));
+    const bool cameAlong = moved != 0 && before >= 0 && before < frameHeight() &&
+                           std::ranges::equal(part(signature, row), part(beside.signature, before));
     const bool isUndrawn = std::ranges::any_of(
         undrawn, [y](const RowRange& rows) { return y >= rows.first && y < rows.last; });
     if (!cameAlong && !isUndrawn) continue;
-    picture.paintColumns(frame.image, digest, row, y, changed);
+    const RowDigest& digest = signature.rows[static_cast<std::size_t>(row)];
+    const ColumnSpan changed = digest == picture.digest(y)
+                                   ? ColumnSpan{}
+                                   : changedColumns(frame.image.row(row), picture.row(y));
+    if (changed.length() > 0) picture.paintColumns(frame.image, digest, row, y, changed);
+    if (cameAlong) picture.setCertain(y);
   }
 }
 

@@ -107,6 +107,52 @@ TEST(ScrollingCanvas, SideThatStaysStillIsNotRepeated) {
   }
 }
 
+TEST(ScrollingCanvas, BarsAndSidesTogetherAreKeptWhole) {
+  const GeneratedView view{
+      .height = 640, .header = 56, .footer = 40, .sidebar = 150, .scrollBar = 14};
+  for (const double step : {15.0, 48.0, 130.0}) {
+    SCOPED_TRACE(step);
+    Session session{
+        .page = GeneratedPage({.kind = PageKind::text}), .view = view, .canvas = ScrollingCanvas()};
+    const Image first = session.view.frame(session.page, 1000, 1);
+    session.scroll(1000, 2200, step);
+    session.scroll(2200, 900, -step);
+    const Image last = session.view.frame(session.page, 2200, 1);
+    const Image tall = session.canvas.finish();
+    ASSERT_EQ(tall.height(), 1300 + 640);
+    EXPECT_EQ(wrongRows(tall, 56, session.page, 956, tall.height() - 96, 150, 14), 0);
+    for (int y = 0; y < 40; ++y) {
+      ASSERT_TRUE(std::ranges::equal(tall.row(tall.height() - 1 - y).first(std::size_t{626} * 4),
+                                     last.row(639 - y).first(std::size_t{626} * 4)))
+          << "footer " << y;
+    }
+    for (int y = 0; y < 56; ++y) {
+      ASSERT_TRUE(std::ranges::equal(tall.row(y).first(std::size_t{626} * 4),
+                                     first.row(y).first(std::size_t{626} * 4)))
+          << "header " << y;
+    }
+  }
+}
+
+TEST(ScrollingCanvas, WhatOpensAboveThePageLeavesNoStripes) {
+  const GeneratedPage page({.kind = PageKind::text});
+  const GeneratedView view;
+  ScrollingCanvas canvas;
+  for (int i = 0; i < 12; ++i) {
+    const Image whole = view.frame(page, 1000 + 40 * i, i);
+    MutableImage covered(whole.size(), whole.format());
+    for (int y = 0; y < 520; ++y) {
+      std::ranges::copy(whole.row(y), covered.row(y).begin());
+      if (i < 4 || i > 7 || y < 60 || y >= 280) continue;
+      std::ranges::fill(covered.row(y).subspan(400, 1200), std::uint8_t{0x7f});
+    }
+    (void)canvas.add({.image = std::move(covered).finish(), .displayTime = i * 0.1}, oneToOne);
+  }
+  const Image tall = canvas.finish();
+  ASSERT_EQ(tall.height(), 960);
+  EXPECT_EQ(wrongRows(tall, 0, page, 1000, 960), 0);
+}
+
 TEST(ScrollingCanvas, CaretsFilmsAndScrollBarsDoNotMisleadIt) {
   for (const GeneratedView& view :
        {GeneratedView{.hasCaret = true}, GeneratedView{.hasVideo = true},

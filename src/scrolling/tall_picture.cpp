@@ -37,6 +37,7 @@ TallPicture::Piece& TallPicture::pieceAt(int y) {
   if (piece.pixels.empty()) {
     piece.pixels.resize(rowBytes() * pieceRows);
     piece.digests.resize(pieceRows);
+    piece.certain.resize(pieceRows);
   }
   return piece;
 }
@@ -55,6 +56,16 @@ std::span<const std::uint8_t> TallPicture::row(int y) const {
 const RowDigest& TallPicture::digest(int y) const {
   VT_CHECK(y >= top_ && y < bottom_);
   return pieces_.at(pieceOf(y, pieceRows)).digests[static_cast<std::size_t>(rowInPiece(y))];
+}
+
+bool TallPicture::isCertain(int y) const {
+  VT_CHECK(y >= top_ && y < bottom_);
+  return pieces_.at(pieceOf(y, pieceRows)).certain[static_cast<std::size_t>(rowInPiece(y))];
+}
+
+void TallPicture::setCertain(int y) {
+  VT_CHECK(y >= top_ && y < bottom_);
+  pieceAt(y).certain[static_cast<std::size_t>(rowInPiece(y))] = true;
 }
 
 std::vector<RowDigest> TallPicture::digests() const {
@@ -83,8 +94,10 @@ void TallPicture::paint(const Image& image, std::span<const RowDigest> digests, 
   for (int i = 0; i < rows; ++i) {
     const auto source = image.row(from + i);
     std::memcpy(writable(to + i).data(), source.data(), source.size());
-    pieceAt(to + i).digests[static_cast<std::size_t>(rowInPiece(to + i))] =
-        digests[static_cast<std::size_t>(from + i)];
+    Piece& piece = pieceAt(to + i);
+    const auto place = static_cast<std::size_t>(rowInPiece(to + i));
+    piece.digests[place] = digests[static_cast<std::size_t>(from + i)];
+    piece.certain[place] = false;
   }
   top_ = height() == 0 ? to : std::min(top_, to);
   bottom_ = std::max(bottom_, to + rows);
@@ -96,7 +109,9 @@ void TallPicture::paintColumns(const Image& image, const RowDigest& digest, int 
   const auto first = static_cast<std::size_t>(columns.first) * 4;
   std::memcpy(writable(to).data() + first, image.row(from).data() + first,
               static_cast<std::size_t>(columns.length()) * 4);
-  pieceAt(to).digests[static_cast<std::size_t>(rowInPiece(to))] = digest;
+  Piece& piece = pieceAt(to);
+  piece.digests[static_cast<std::size_t>(rowInPiece(to))] = digest;
+  piece.certain[static_cast<std::size_t>(rowInPiece(to))] = false;
 }
 
 void TallPicture::keep(int top, int bottom) {

@@ -43,6 +43,10 @@ class TallPicture {
 
   [[nodiscard]] const RowDigest& digest(int y) const;
 
+  /// A row is certain once the user of the picture has said so, until it is painted anew.
+  [[nodiscard]] bool isCertain(int y) const;
+  void setCertain(int y);
+
   /// Of all rows, from the top.
   [[nodiscard]] std::vector<RowDigest> digests() const;
 
@@ -57,6 +61,7 @@ class TallPicture {
   struct Piece {
     std::vector<std::uint8_t> pixels;
     std::vector<RowDigest> digests;
+    std::vector<bool> certain;
   };
   [[nodiscard]] std::size_t rowBytes() const { return static_cast<std::size_t>(width_) * 4; }
   [[nodiscard]] Piece& pieceAt(int y);
