@@ -37,6 +37,8 @@ constexpr float islandShare = 0.125F;
 constexpr float otherPaneShare = 0.05F;
 constexpr int otherPaneCells = 8;
 constexpr int decidingCells = 4;
+constexpr int worseCells = 8;
+constexpr float worseShare = 0.05F;
 
 // Of a shift that resembles.
 constexpr float leastGamma = 0.85F;
@@ -314,6 +316,9 @@ class Matching {
       }
       // What the other one gets wrong, this one must get right, or nothing tells them apart.
       if (other.exact < leastCells || other.exactShare() < leastExactOfStill) continue;
+      const bool isWorse =
+          other.mismatches() >= worseCells && other.exactShare() + worseShare < best.exactShare();
+      if (isWorse) continue;
       const int deciding = explainedBy(pair_, other, best.offset, explainedRows);
       if (deciding < decidingCells + explained) return verdict(FrameJoin::Indeterminate{});
     }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr ScrollFrameScale oneToOne{};
 
-struct Session {
+struct ScrolledPage {
   GeneratedPage page;
   GeneratedView view;
   ScrollingCanvas canvas;
@@ -53,7 +53,8 @@ TEST(ScrollingCanvas, PageIsOnePictureHoweverItIsScrolled) {
   for (const PageKind kind :
        {PageKind::text, PageKind::code, PageKind::photos, PageKind::numbers, PageKind::cards}) {
     SCOPED_TRACE(static_cast<int>(kind));
-    Session session{.page = GeneratedPage({.kind = kind}), .view = {}, .canvas = ScrollingCanvas()};
+    ScrolledPage session{
+        .page = GeneratedPage({.kind = kind}), .view = {}, .canvas = ScrollingCanvas()};
     session.scroll(1000, 1600, 37);
     session.scroll(1600, 1350, -61);  // back, and up beyond the beginning
     session.scroll(1350, 700, -120);
@@ -68,9 +69,9 @@ TEST(ScrollingCanvas, PageIsOnePictureHoweverItIsScrolled) {
 }
 
 TEST(ScrollingCanvas, WhatSticksToTheEdgesIsInItOnce) {
-  Session session{.page = GeneratedPage({.kind = PageKind::text}),
-                  .view = {.height = 640, .header = 60, .footer = 50},
-                  .canvas = ScrollingCanvas()};
+  ScrolledPage session{.page = GeneratedPage({.kind = PageKind::text}),
+                       .view = {.height = 640, .header = 60, .footer = 50},
+                       .canvas = ScrollingCanvas()};
   const Image first = session.view.frame(session.page, 1000, 1);
   session.scroll(1000, 2000, 45);
   session.scroll(2000, 800, -70);
@@ -88,9 +89,9 @@ TEST(ScrollingCanvas, WhatSticksToTheEdgesIsInItOnce) {
 }
 
 TEST(ScrollingCanvas, SideThatStaysStillIsNotRepeated) {
-  Session session{.page = GeneratedPage({.kind = PageKind::text}),
-                  .view = {.sidebar = 150, .scrollBar = 12},
-                  .canvas = ScrollingCanvas()};
+  ScrolledPage session{.page = GeneratedPage({.kind = PageKind::text}),
+                       .view = {.sidebar = 150, .scrollBar = 12},
+                       .canvas = ScrollingCanvas()};
   const Image first = session.view.frame(session.page, 1000, 1);
   session.scroll(1000, 2500, 80);
   const Image tall = session.canvas.finish();
@@ -112,7 +113,7 @@ TEST(ScrollingCanvas, BarsAndSidesTogetherAreKeptWhole) {
       .height = 640, .header = 56, .footer = 40, .sidebar = 150, .scrollBar = 14};
   for (const double step : {15.0, 48.0, 130.0}) {
     SCOPED_TRACE(step);
-    Session session{
+    ScrolledPage session{
         .page = GeneratedPage({.kind = PageKind::text}), .view = view, .canvas = ScrollingCanvas()};
     const Image first = session.view.frame(session.page, 1000, 1);
     session.scroll(1000, 2200, step);
@@ -157,7 +158,7 @@ TEST(ScrollingCanvas, CaretsFilmsAndScrollBarsDoNotMisleadIt) {
   for (const GeneratedView& view :
        {GeneratedView{.hasCaret = true}, GeneratedView{.hasVideo = true},
         GeneratedView{.scrollBar = 14}}) {
-    Session session{
+    ScrolledPage session{
         .page = GeneratedPage({.kind = PageKind::text}), .view = view, .canvas = ScrollingCanvas()};
     session.scroll(500, 2500, 33);
     EXPECT_EQ(session.canvas.size().height, 2520);
@@ -167,14 +168,14 @@ TEST(ScrollingCanvas, CaretsFilmsAndScrollBarsDoNotMisleadIt) {
 TEST(ScrollingCanvas, WhatFloatsOrCameLateIsPutRight) {
   const GeneratedPage page({.kind = PageKind::text, .height = 6000});
   // A button above the page: it is left where the last frame shows it.
-  Session floating{.page = page, .view = {.hasBadge = true}, .canvas = ScrollingCanvas()};
+  ScrolledPage floating{.page = page, .view = {.hasBadge = true}, .canvas = ScrollingCanvas()};
   floating.scroll(500, 2500, 33);
   const Image tall = floating.canvas.finish();
   ASSERT_EQ(tall.height(), 2520);
   EXPECT_EQ(wrongRows(tall, 0, page, 500, 2520 - 60), 0);
 
   // Rows at the lower edge that a browser draws a frame later.
-  Session late{.page = page, .view = {}, .canvas = ScrollingCanvas()};
+  ScrolledPage late{.page = page, .view = {}, .canvas = ScrollingCanvas()};
   for (int i = 0; i < 20; ++i) {
     const Image whole = late.view.frame(page, 500 + 250 * i, i);
     MutableImage partly(whole.size(), whole.format());
@@ -191,7 +192,7 @@ TEST(ScrollingCanvas, WhatFloatsOrCameLateIsPutRight) {
 }
 
 TEST(ScrollingCanvas, GoesOnWhereItWasAfterTooFastALeap) {
-  Session session{
+  ScrolledPage session{
       .page = GeneratedPage({.kind = PageKind::text}), .view = {}, .canvas = ScrollingCanvas()};
   session.scroll(1000, 1400, 40);
   EXPECT_EQ(session.show(2300), ScrollingSight::tooFast);
@@ -205,7 +206,7 @@ TEST(ScrollingCanvas, GoesOnWhereItWasAfterTooFastALeap) {
 }
 
 TEST(ScrollingCanvas, ComesBackToAnyPlaceItHas) {
-  Session session{
+  ScrolledPage session{
       .page = GeneratedPage({.kind = PageKind::text}), .view = {}, .canvas = ScrollingCanvas()};
   session.scroll(1000, 3000, 90);
   EXPECT_EQ(session.show(1210), ScrollingSight::joined);  // far above, in one leap
@@ -218,7 +219,8 @@ TEST(ScrollingCanvas, ComesBackToAnyPlaceItHas) {
 TEST(ScrollingCanvas, FramesBetweenPixelsLeaveNoBlur) {
   for (const PageKind kind : {PageKind::text, PageKind::numbers}) {
     SCOPED_TRACE(static_cast<int>(kind));
-    Session session{.page = GeneratedPage({.kind = kind}), .view = {}, .canvas = ScrollingCanvas()};
+    ScrolledPage session{
+        .page = GeneratedPage({.kind = kind}), .view = {}, .canvas = ScrollingCanvas()};
     int at = 1000;
     (void)session.show(at);
     for (int notch = 0; notch < 14; ++notch) {
@@ -234,7 +236,7 @@ TEST(ScrollingCanvas, FramesBetweenPixelsLeaveNoBlur) {
 }
 
 TEST(ScrollingCanvas, BeginsWhenThePageIsThere) {
-  Session session{
+  ScrolledPage session{
       .page = GeneratedPage({.kind = PageKind::text}), .view = {}, .canvas = ScrollingCanvas()};
   const GeneratedPage blank({.kind = PageKind::blank});
   (void)session.canvas.add({.image = session.view.frame(blank, 0, 1)}, oneToOne);
@@ -247,7 +249,7 @@ TEST(ScrollingCanvas, BeginsWhenThePageIsThere) {
 
 TEST(ScrollingCanvas, RefusesWhatItCannotFollow) {
   const auto sightOfMove = [](GeneratedPage::Look look, GeneratedView view, int rows) {
-    Session session{.page = GeneratedPage(look), .view = view, .canvas = ScrollingCanvas()};
+    ScrolledPage session{.page = GeneratedPage(look), .view = view, .canvas = ScrollingCanvas()};
     (void)session.show(1000);
     return session.show(1000 + rows);
   };
@@ -260,7 +262,8 @@ TEST(ScrollingCanvas, RefusesWhatItCannotFollow) {
 }
 
 TEST(ScrollingCanvas, EndsAtAnotherScaleAndStopsAtItsLimit) {
-  Session session{.page = GeneratedPage({}), .view = {}, .canvas = ScrollingCanvas(640 * 1000)};
+  ScrolledPage session{
+      .page = GeneratedPage({}), .view = {}, .canvas = ScrollingCanvas(640 * 1000)};
   session.scroll(1000, 1480, 80);
   EXPECT_EQ(session.show(1481), ScrollingSight::full);
   EXPECT_EQ(session.canvas.size().height, 1000);
@@ -277,7 +280,7 @@ TEST(ScrollingCanvas, EndsAtAnotherScaleAndStopsAtItsLimit) {
 }
 
 TEST(ScrollingCanvas, PreviewShowsTheNewestEnd) {
-  Session session{.page = GeneratedPage({}), .view = {}, .canvas = ScrollingCanvas()};
+  ScrolledPage session{.page = GeneratedPage({}), .view = {}, .canvas = ScrollingCanvas()};
   EXPECT_TRUE(session.canvas.preview({100, 200}, 80).isEmpty());
   session.scroll(1000, 3000, 100);
   const Image whole = session.canvas.preview({320, 2000}, 10);
@@ -286,7 +289,7 @@ TEST(ScrollingCanvas, PreviewShowsTheNewestEnd) {
   EXPECT_EQ(newest.size(), (PixelSize{160, 200}));
   // 200 rows at a quarter: its last ones.
   const Image expected =
-      Session{.page = GeneratedPage({}), .view = {.height = 800}, .canvas = ScrollingCanvas()}
+      ScrolledPage{.page = GeneratedPage({}), .view = {.height = 800}, .canvas = ScrollingCanvas()}
           .view.frame(session.page, 2720, 1);
   ScrollingCanvas alone;
   (void)alone.add({.image = expected}, oneToOne);

@@ -23,7 +23,16 @@ struct Judged {
   CellVerdict verdict = CellVerdict::silent;
   float gamma = 0;
   bool informative = false;
+  float weight = 1;  ///< 0 to 1, by how much there is to be seen
 };
+
+/// Noise of a compressed picture says less than letters do.
+float weightOf(const SegmentScore& score, std::size_t pixels) {
+  constexpr double fullVariance = 400;
+  const double variance = std::max(score.energyA, score.energyB) / static_cast<double>(pixels) +
+                          score.meanDifference * score.meanDifference;
+  return static_cast<float>(std::min(variance / fullVariance, 1.0));
+}
 
 bool isSame(std::span<const std::uint8_t> a, std::span<const std::uint8_t> b) {
   if (std::memcmp(a.data(), b.data(), a.size()) == 0) return true;
@@ -49,7 +58,9 @@ Judged judge(const FramePair& pair, int row, int offset, int segment) {
   }
   const SegmentScore score = scoreSegment(before, now, pair.floor);
   if (!score.gamma && std::abs(score.meanDifference) < brighterBy) return {};
-  Judged judged{.gamma = score.gamma.value_or(0), .informative = score.informative};
+  Judged judged{.gamma = score.gamma.value_or(0),
+                .informative = score.informative,
+                .weight = weightOf(score, before.size())};
   if (score.squaredDifference <= exactVariance * static_cast<double>(before.size())) {
     if (isUpright(pair, row, segment)) return {};
     judged.verdict = CellVerdict::exact;
@@ -102,13 +113,14 @@ ShiftEvidence gatherEvidence(const FramePair& pair, int offset, int mostRows) {
       if (judged.verdict == CellVerdict::silent) continue;
       ++usable;
       row.score.gamma += judged.gamma;
+      evidence.gammas += judged.weight * judged.gamma;
+      evidence.weights += judged.weight;
+      evidence.alike += judged.verdict != CellVerdict::unlike ? judged.weight : 0;
       row.score.informative |= judged.informative;
       evidence.exact += judged.verdict == CellVerdict::exact ? 1 : 0;
-      evidence.alike += judged.verdict != CellVerdict::unlike ? 1 : 0;
     }
     if (usable == 0) continue;
     evidence.telling += usable;
-    evidence.gammas += row.score.gamma;
     row.score.gamma /= static_cast<float>(usable);
     evidence.rows.push_back(row);
   }

@@ -48,22 +48,20 @@ struct ShiftEvidence {
   // Of all cells that say something.
   int telling = 0;
   int exact = 0;
-  int alike = 0;  ///< exact ones too
+
+  // Weighed by how much there is to be seen in each.
+  float weights = 0;
+  float alike = 0;  ///< exact ones too
   float gammas = 0;
 
   [[nodiscard]] int mismatches() const { return telling - exact; }
-  [[nodiscard]] float exactShare() const { return share(exact); }
-  [[nodiscard]] float alikeShare() const { return share(alike); }
-  [[nodiscard]] float gamma() const {
-    return telling > 0 ? gammas / static_cast<float>(telling) : 0;
+  [[nodiscard]] float exactShare() const {
+    return telling > 0 ? static_cast<float>(exact) / static_cast<float>(telling) : 0;
   }
+  [[nodiscard]] float alikeShare() const { return weights > 0 ? alike / weights : 0; }
+  [[nodiscard]] float gamma() const { return weights > 0 ? gammas / weights : 0; }
   /// Rows on which at least one cell is exact.
   [[nodiscard]] int exactRows() const;
-
- private:
-  [[nodiscard]] float share(int cells) const {
-    return telling > 0 ? static_cast<float>(cells) / static_cast<float>(telling) : 0;
-  }
 };
 
 /// What the cells of one row say of a shift.
