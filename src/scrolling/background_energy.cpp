@@ -41,8 +41,8 @@ std::optional<float> backgroundEnergy(const FrameSignature& a, const FrameSignat
   std::size_t textured = 0;
   for (int y = 0; y < a.height; y += rowStep) {
     if (std::min(rowAt(a, y).energy, rowAt(b, y).energy) * 1.001F < leastEnergy) continue;
-    const auto left =
-        static_cast<std::size_t>((a.height - y + rowStep - 1) / rowStep * energySegments);
+    const auto left = static_cast<std::size_t>((a.height - y + rowStep - 1) / rowStep) *
+                      std::size_t{energySegments};
     if (samples.size() + left < leastSamples ||
         static_cast<double>(samples.size() + left) <
             leastShare * static_cast<double>(textured + left)) {

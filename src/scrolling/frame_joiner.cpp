@@ -59,7 +59,7 @@ FrameMatch joinFrames(const FrameSignature& previous, const FrameSignature& curr
   for (const int prediction : predictions) {
     FrameMatch match = matchFrames(previous, current, prediction, mask);
     if (isAccepted(match)) return match;
-    if (weight(match) > weight(best)) best = std::move(match);
+    if (weight(match) > weight(best)) best = match;
   }
   return best;
 }

@@ -1,9 +1,10 @@
 #include "scrolling/frame_matcher.hpp"
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <cstdlib>
-#include <cstring>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "scrolling/background_energy.hpp"
@@ -16,8 +17,8 @@
 namespace vantorel {
 namespace {
 
+// With the 64 of the nomination and the 96 on which another shift was judged: 256 rows a shift.
 constexpr int judgedRows = 96;
-constexpr int plainRows = 64;  // where rows that are there only once agree
 constexpr int explainedRows = 64;
 constexpr std::size_t mostCandidates = 10;
 constexpr float assumedFloor = 4;
@@ -79,7 +80,7 @@ class Matching {
     }
     textured_ = texturedBands(pair_, pair_.bands);
     if (isNearlyTheSame()) return accepted(FrameJoin::NoMovement{.agreement = 1});
-    if (auto plain = plainVerdict()) return *std::move(plain);
+    if (auto plain = plainVerdict()) return *plain;
     judge(range_);
     const ShiftEvidence* best = bestMoved();
     if (mayMask && best != nullptr && hasPoorSide(*best)) {
@@ -88,19 +89,19 @@ class Matching {
     }
     const bool isCertain = best != nullptr && isUndisputed(best->offset, certainRows);
     if (isCertain) {
-      if (auto exact = exactVerdict(best)) return *std::move(exact);
+      if (auto exact = exactVerdict(best)) return *exact;
     }
     // Nothing that fits is there only once: see what else might fit.
     const int furthest = current_.height - minimumOverlap(current_.height);
     judge({-furthest, furthest});
-    if (auto exact = exactVerdict(bestMoved())) return *std::move(exact);
+    if (auto exact = exactVerdict(bestMoved())) return *exact;
     return resemblingVerdict();
   }
 
  private:
   FrameMatch verdict(auto join) {
     match_.join.value = std::move(join);
-    return std::move(match_);
+    return match_;
   }
 
   FrameMatch accepted(auto join) {
@@ -141,7 +142,7 @@ class Matching {
     if (votes.empty() || votes.front().offset == 0) return std::nullopt;
     const int offset = votes.front().offset;
     if (!isInRange(offset) || !hasOverlap(offset) || !isUndisputed(offset)) return std::nullopt;
-    const ShiftEvidence evidence = gatherEvidence(pair_, offset, plainRows);
+    const ShiftEvidence evidence = gatherEvidence(pair_, offset, judgedRows);
     if (evidence.mismatches() > 0 || !isEnough(evidence)) return std::nullopt;
     return accepted(joined(offset, 1));
   }
@@ -288,17 +289,37 @@ class Matching {
 
   /// Two parts that are exact, each by a shift of its own.
   std::optional<FrameMatch> panesVerdict(const ShiftEvidence& best) {
+    const auto isOther = [&](const ShiftEvidence& other) {
+      return std::abs(other.offset - best.offset) > 1 && other.exact >= leastCells;
+    };
+    const int rowsEach = explainedRowsEach(isOther);
     for (const ShiftEvidence& other : judged_) {
-      if (std::abs(other.offset - best.offset) <= 1 || other.exact < leastCells) continue;
-      const int own = explainedBy(pair_, other, best.offset, explainedRows);
+      if (!isOther(other)) continue;
+      const int own = explainedBy(pair_, other, best.offset, rowsEach);
       const int others = explainedBy(pair_, best, other.offset, explainedRows);
       if (std::min(own, others) >= otherPaneCells) return panes(best.offset, other.offset);
     }
     return std::nullopt;
   }
 
+  /// Of the rows that may be looked at for one shift, those for each of several others.
+  template <class IsOther>
+  [[nodiscard]] int explainedRowsEach(IsOther isOther) const {
+    const auto others = static_cast<int>(std::ranges::count_if(judged_, isOther));
+    return explainedRows / std::max(others, 1);
+  }
+
   /// Why a shift that fits is not taken.
   std::optional<FrameMatch> refusalOf(const ShiftEvidence& best) {
+    const auto fitsAsWell = [&](const ShiftEvidence& other) {
+      if (other.offset == best.offset || other.exact < leastCells ||
+          other.exactShare() < leastExactOfStill) {
+        return false;
+      }
+      return other.mismatches() < worseCells ||
+             other.exactShare() + worseShare >= best.exactShare();
+    };
+    const int rowsEach = explainedRowsEach(fitsAsWell);
     if (isUnlikeAnywhere(best)) {
       if (auto refusal = panesVerdict(best)) return refusal;
       return tooFast(best.exactShare());
@@ -315,11 +336,8 @@ class Matching {
         return panes(best.offset, other.offset);
       }
       // What the other one gets wrong, this one must get right, or nothing tells them apart.
-      if (other.exact < leastCells || other.exactShare() < leastExactOfStill) continue;
-      const bool isWorse =
-          other.mismatches() >= worseCells && other.exactShare() + worseShare < best.exactShare();
-      if (isWorse) continue;
-      const int deciding = explainedBy(pair_, other, best.offset, explainedRows);
+      if (!fitsAsWell(other)) continue;
+      const int deciding = explainedBy(pair_, other, best.offset, rowsEach);
       if (deciding < decidingCells + explained) return verdict(FrameJoin::Indeterminate{});
     }
     if (isFoundElsewhere(best)) return tooFast(best.exactShare());

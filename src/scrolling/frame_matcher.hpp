@@ -12,30 +12,33 @@ namespace vantorel {
 ///
 /// How it decides, and why so:
 /// - What a screen shows again is the same to the pixel. So a shift is told by what fits exactly,
-/// not
-///   by what resembles: lines of a table resemble each other at every shift. Rows with a look that
-///   each frame has only once vote (`ShiftVotes`), and profiles of 96 rows in runs of eight
+///   not by what resembles: lines of a table resemble each other at every shift. Rows with a look
+///   that each frame has only once vote (`ShiftVotes`), and profiles of 64 rows in runs of eight
 ///   nominate up to ten shifts more (runs, as neighbouring rows are read at the price of one).
 /// - Each is judged by 96 single rows, one in each equal part of its overlap and at another place
 ///   of it each time, so that neither lines nor the gaps between them are met by turns; in eight
-///   segments each, cells that fit exactly, that correlate by 0.8, or that do not. At most 64 more
-///   rows are looked at to see whether another shift explains what does not fit: 256 in all.
+///   segments each, cells that fit exactly, that correlate by 0.8, or that do not. As many rows on
+///   which others were judged show whether it explains what does not fit those: 256 in all.
 /// - A shift is accepted when 24 cells on 6 rows fit it exactly, and 7 of 10 of those that say
 ///   something; 9 of 20 when 24 rows vote for it and none for another. The rest may be a film, a
 ///   caret, what the pointer lights up: a segment that fits nowhere for long belongs to another
 ///   shift. It is refused when another shift explains a twentieth of the cells (two panes), when
 ///   another one fits as well (`Indeterminate`), and when what does not fit is found at a shift
 ///   outside of the range (`ScrolledTooFast`). A place that stays still, such as a button that
-///   floats above the page, may hold an eighth of the cells. Unless 8 rows that are there only once
-///   vote for it, all shifts that the overlap allows are compared with it, not only the range.
+///   floats above the page, may hold an eighth of the cells. Unless at least 8 rows that are there
+///   only once vote for it, and hardly any for another, all shifts that the overlap allows are
+///   compared with it, not only the range.
+/// - The page stands still when half of the cells are as they were and what is not is found at no
+///   other shift, or when nine tenths of the rows are as they were and no rows vote.
 /// - Where nothing fits exactly (pictures that were compressed, frames between two pixels of an
-///   animation) the cells' correlations decide: on average 0.85, 8 of 10 cells alike, and by 0.3
-///   more than any shift of those that the overlap allows, but for its neighbours. Tables and code
-///   are refused so: another frame comes.
-/// - Rows that are the same at the same place, from the top and from the bottom, are static bands;
-///   also beyond a row that changes in them (a clock), as long as nothing towards the edge of it
-///   has moved. Blank rows that may belong to them count as such, except for the overlap that is
-///   left.
+///   animation) the cells' correlations decide, each weighed by its variance up to 400, for noise
+///   says less than letters: on average 0.85, 8 of 10 alike, and by 0.3 more than any shift of
+///   those that the overlap allows, but for its neighbours. Tables and code are refused so: another
+///   frame comes.
+/// - Static bands are the rows from the top and from the bottom up to the first that has moved, a
+///   third of the height at most: a clock, a shadow or a film in them is no end, and what belongs
+///   to the page after all is in the next frame. For the overlap only rows count that are the same
+///   at the same place, up to the innermost with texture.
 /// - Columns at one side that stay still, up to 0.36 of the width, are masked to the pixel, and the
 ///   rest is compared anew; a wider part is a pane.
 /// - `contentRows` are the rows between the bands.

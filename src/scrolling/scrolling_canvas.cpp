@@ -68,9 +68,11 @@ struct ScrollingCanvas::State {
   [[nodiscard]] int height() const { return lowest.bottom() - highest.position; }
 
   void begin(const ScrollFrame& frame, FrameSignature signature);
-  Step step(ScrollingSight sight, FrameMatch match) const;
-  FrameMatch match(const FrameSignature& signature, int& position, bool& isExact) const;
-  std::optional<FrameMatch> matchPicture(const FrameSignature& signature, int& position) const;
+  [[nodiscard]] Step step(ScrollingSight sight, const FrameMatch& match) const;
+  [[nodiscard]] FrameMatch match(const FrameSignature& signature, int& position,
+                                 bool& isExact) const;
+  [[nodiscard]] std::optional<FrameMatch> matchPicture(const FrameSignature& signature,
+                                                       int& position) const;
   void stoodStill(const ScrollFrame& frame, FrameSignature signature);
   [[nodiscard]] bool hasRoom(int position) const;
   /// How sure the place of a frame is.
@@ -122,8 +124,9 @@ void ScrollingCanvas::State::begin(const ScrollFrame& frame, FrameSignature sign
   latest = {std::move(signature), 0};
 }
 
-ScrollingCanvas::Step ScrollingCanvas::State::step(ScrollingSight sight, FrameMatch match) const {
-  return {.sight = sight, .height = height(), .position = position, .match = std::move(match)};
+ScrollingCanvas::Step ScrollingCanvas::State::step(ScrollingSight sight,
+                                                   const FrameMatch& match) const {
+  return {.sight = sight, .height = height(), .position = position, .match = match};
 }
 
 /// Looks for the frame beside the one whose place is certain, then beside the latest: many small
@@ -364,12 +367,11 @@ void ScrollingCanvas::State::place(const ScrollFrame& frame, FrameSignature sign
   const int furthest = frameHeight() - minimumOverlap(frameHeight());
   lastOffset = position - latest.position;
   if (std::abs(lastOffset) > furthest) lastOffset = 0;
-  if (isExact) {
+  const bool isOutOfSight = anchor && std::abs(position - anchor->position) > furthest;
+  if (isExact || isOutOfSight) {
     anchor.reset();
   } else if (!anchor) {
     anchor = std::move(latest);
-  } else if (std::abs(position - anchor->position) > furthest) {
-    anchor.reset();  // out of sight
   }
   latest = {std::move(signature), position};
 }
@@ -417,7 +419,7 @@ ScrollingCanvas::Step ScrollingCanvas::add(const ScrollFrame& frame,
   ScrollingSight sight = sightOf(match.join);
   if (sight == ScrollingSight::tooFast) {
     if (auto found = state.matchPicture(signature, position)) {
-      match = *std::move(found);
+      match = *found;
       isExact = true;
       isInPicture = true;
       sight = ScrollingSight::joined;
@@ -427,7 +429,7 @@ ScrollingCanvas::Step ScrollingCanvas::add(const ScrollFrame& frame,
   if (isRefused && !hasGrown() && isNearlyBlank(state.latest.signature)) {
     // The page is there only now.
     state.begin(frame, std::move(signature));
-    return state.step(ScrollingSight::waiting, std::move(match));
+    return state.step(ScrollingSight::waiting, match);
   }
   if (sight == ScrollingSight::waiting) {
     state.position = position;
@@ -447,7 +449,7 @@ ScrollingCanvas::Step ScrollingCanvas::add(const ScrollFrame& frame,
       sight = ScrollingSight::full;
     }
   }
-  return state.step(sight, std::move(match));
+  return state.step(sight, match);
 }
 
 PixelSize ScrollingCanvas::size() const {

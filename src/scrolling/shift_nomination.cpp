@@ -9,7 +9,7 @@ namespace vantorel {
 namespace {
 
 constexpr int runRows = 8;
-constexpr int sampledRuns = 12;
+constexpr int sampledRuns = 8;
 constexpr float leastTexturedRows = 6;
 constexpr float notLooked = -1;
 
@@ -31,7 +31,8 @@ struct Likeness {
   void add(const BlockProfiles& before, const BlockProfiles& now, int y, int offset) {
     std::array<float, runRows> apart{};
     const auto from = static_cast<std::size_t>(y);
-    const auto there = static_cast<std::size_t>(y + offset);
+    const int counterpart = y + offset;
+    const auto there = static_cast<std::size_t>(counterpart);
     for (std::size_t i = 0; i < now.components.size(); ++i) {
       const float* const a = before.components[i].data() + there;
       const float* const b = now.components[i].data() + from;

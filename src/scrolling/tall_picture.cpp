@@ -92,11 +92,12 @@ void TallPicture::paint(const Image& image, std::span<const RowDigest> digests, 
   VT_CHECK(image.width() == width_ && from >= 0 && from + rows <= image.height());
   VT_CHECK(height() == 0 || (to <= bottom_ && to + rows >= top_));
   for (int i = 0; i < rows; ++i) {
-    const auto source = image.row(from + i);
+    const int row = from + i;
+    const auto source = image.row(row);
     std::memcpy(writable(to + i).data(), source.data(), source.size());
     Piece& piece = pieceAt(to + i);
     const auto place = static_cast<std::size_t>(rowInPiece(to + i));
-    piece.digests[place] = digests[static_cast<std::size_t>(from + i)];
+    piece.digests[place] = digests[static_cast<std::size_t>(row)];
     piece.certain[place] = false;
   }
   top_ = height() == 0 ? to : std::min(top_, to);
