@@ -204,7 +204,7 @@ TEST(SceneRendererTest, WhatCannotBeDrawnIsSaidInTheGatesWords) {
     const auto image = renderScene(document, source);
     return image ? "drawn" : sentence(image.error());
   };
-  document.canvas = {9000, 9000, "#ffffff", {}};
+  document.canvas = {12000, 12000, "#ffffff", {}};
   EXPECT_EQ(words(), "Export is blocked: the layered image couldn't be built.");
   document.canvas = {};
   document.layers.emplace_back().path = "/gone.png";

@@ -85,7 +85,9 @@ class Matching {
     const ShiftEvidence* best = bestMoved();
     if (mayMask && best != nullptr && hasPoorSide(*best)) {
       const StaticColumnMask mask = stillSides(pair_, best->offset, match_.mask);
-      if (mask != match_.mask) return masked(mask, *best);
+      if (mask != match_.mask) {
+        if (const auto anew = masked(mask, *best)) return *anew;
+      }
     }
     const bool isCertain = best != nullptr && isUndisputed(best->offset, certainRows);
     if (isCertain) {
@@ -252,11 +254,12 @@ class Matching {
            isPoor(evidence, evidenceSegments - 2);
   }
 
-  FrameMatch masked(const StaticColumnMask& mask, const ShiftEvidence& best) {
+  /// What the rest says without its still sides; nothing when that is not a move.
+  std::optional<FrameMatch> masked(const StaticColumnMask& mask, const ShiftEvidence& best) {
     const int still = mask.leadingPixels.value_or(0) + mask.trailingPixels.value_or(0);
-    if (still > widestStillSide * current_.width) return *panes(best.offset, 0);
-    FrameMatch anew = Matching(previous_, current_, predicted_, mask).run(false);
-    if (!std::holds_alternative<FrameJoin::Joined>(anew.join.value)) anew.mask = match_.mask;
+    if (still > widestStillSide * current_.width) return panes(best.offset, 0);
+    const FrameMatch anew = Matching(previous_, current_, predicted_, mask).run(false);
+    if (!std::holds_alternative<FrameJoin::Joined>(anew.join.value)) return std::nullopt;
     return anew;
   }
 
@@ -275,9 +278,9 @@ class Matching {
 
   std::optional<FrameMatch> stillVerdict() {
     for (const ShiftEvidence& other : judged_) {
-      if (std::abs(other.offset) <= 1 || other.exact < leastCells) continue;
+      if (other.offset == 0 || other.exact < leastCells) continue;
       const int moved = explainedBy(pair_, still(), other.offset, explainedRows);
-      if (moved >= otherPaneCells && 2 * moved >= still().mismatches()) {
+      if (moved >= otherPaneCells && 4 * moved >= still().mismatches()) {
         return panes(other.offset, 0);
       }
     }
@@ -372,7 +375,12 @@ class Matching {
     if (best->gamma() < leastGamma || best->alikeShare() < leastAlike || !leads(*best)) {
       return tooFast(agreement);
     }
-    if (best->offset == 0) return verdict(FrameJoin::NoMovement{.agreement = agreement});
+    if (best->offset == 0) {
+      const auto votes = votes_.best(1);
+      const bool hasMoved = !votes.empty() && votes.front().offset != 0;
+      if (hasMoved) return tooFast(agreement);
+      return verdict(FrameJoin::NoMovement{.agreement = agreement});
+    }
     if (!isInRange(best->offset) || !hasOverlap(best->offset)) return tooFast(agreement);
     return verdict(joined(best->offset, agreement));
   }
