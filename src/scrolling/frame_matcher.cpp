@@ -329,7 +329,7 @@ class Matching {
     }
     for (const ShiftEvidence& other : judged_) {
       if (other.offset == best.offset) continue;
-      const bool isNext = std::abs(other.offset - best.offset) <= 1;
+      const bool isNext = std::abs(other.offset - best.offset) <= 2;
       const int explained = isNext || best.mismatches() == 0
                                 ? 0
                                 : explainedBy(pair_, best, other.offset, explainedRows);

@@ -218,6 +218,20 @@ TEST_F(FrameMatcherVerdicts, PageThatRepeatsItselfBeyondAFrameIsNotGuessedAt) {
   }
 }
 
+TEST_F(FrameMatcherVerdicts, StillSidebarDoesNotHideMovesOfARowOrTwo) {
+  const GeneratedPage page({.width = 1280, .height = 6000, .scale = 2, .isDark = true, .seed = 51});
+  const GeneratedView view{.height = 800, .sidebar = 300};
+  for (const int from : {1300, 2100, 3402}) {
+    const FrameSignature before = makeFrameSignature(view.frame(page, from, 1), 2);
+    for (const int moved : {-2, -1, 1, 2}) {
+      const FrameSignature now = makeFrameSignature(view.frame(page, from + moved, 2), 2);
+      const FrameMatch match = matchFrames(before, now, moved, {});
+      ASSERT_TRUE(is<FrameJoin::Joined>(match)) << from << " by " << moved;
+      EXPECT_EQ(std::get<FrameJoin::Joined>(match.join.value).offset, moved);
+    }
+  }
+}
+
 TEST_F(FrameMatcherVerdicts, SaysWhatItLeftOut) {
   const FrameMatch match =
       move({}, {.height = 640, .header = 60, .footer = 40, .sidebar = 120}, 50, 50);

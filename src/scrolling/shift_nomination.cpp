@@ -56,6 +56,8 @@ std::vector<int> nominateShifts(const FramePair& pair, const OffsetRange& range,
   const BlockProfiles now = blockProfiles(pair.current.rows, blocks, true);
   std::vector<float> likeness(static_cast<std::size_t>(range.last - range.first + 1), notLooked);
   for (int offset = range.first; offset <= range.last; ++offset) {
+    // A side that stands still must not hide a move of one row.
+    if (offset == 0) continue;
     const RowRange overlap = pair.overlap(offset);
     const int starts = overlap.length() - runRows + 1;
     if (starts < 1) continue;

@@ -130,8 +130,10 @@ std::vector<ShiftVotes::Vote> ShiftVotes::best(std::size_t most) const {
   std::vector<Vote> apart;
   for (const Vote& vote : votes) {
     if (apart.size() == most) break;
-    const bool isNear = std::ranges::any_of(
-        apart, [&](const Vote& one) { return std::abs(one.offset - vote.offset) <= 2; });
+    // A side that stands still must not hide a move of a row or two.
+    const bool isNear = std::ranges::any_of(apart, [&](const Vote& one) {
+      return one.offset != 0 && vote.offset != 0 && std::abs(one.offset - vote.offset) <= 2;
+    });
     if (!isNear) apart.push_back(vote);
   }
   return apart;

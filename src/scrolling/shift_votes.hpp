@@ -30,7 +30,8 @@ class ShiftVotes {
   [[nodiscard]] int rowsFor(int offset) const;
 
   /// The shifts that at least four rows speak for, the best first, no two within 2 rows of each
-  /// other, at most `most`.
+  /// The shifts that at least four rows speak for, the best first, no two moves within 2 rows of
+  /// each other, at most `most`.
   [[nodiscard]] std::vector<Vote> best(std::size_t most) const;
 
  private:
