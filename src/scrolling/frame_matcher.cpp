@@ -19,6 +19,7 @@ namespace {
 
 // With the 64 of the nomination and the 96 on which another shift was judged: 256 rows a shift.
 constexpr int judgedRows = 96;
+constexpr int confirmingRows = 64;
 constexpr int explainedRows = 64;
 constexpr std::size_t mostCandidates = 10;
 constexpr float assumedFloor = 4;
@@ -144,7 +145,7 @@ class Matching {
     if (votes.empty() || votes.front().offset == 0) return std::nullopt;
     const int offset = votes.front().offset;
     if (!isInRange(offset) || !hasOverlap(offset) || !isUndisputed(offset)) return std::nullopt;
-    const ShiftEvidence evidence = gatherEvidence(pair_, offset, judgedRows);
+    const ShiftEvidence evidence = gatherEvidence(pair_, offset, confirmingRows);
     if (evidence.mismatches() > 0 || !isEnough(evidence)) return std::nullopt;
     return accepted(joined(offset, 1));
   }

@@ -7,7 +7,7 @@ namespace vantorel {
 
 /// Compares `current` with `previous` and says how the page moved between them, trying the shifts
 /// of `offsetSearchRange(predictedOffset)`; `mask` leaves out columns that are known to stay still.
-/// A function of what it is given: any thread. Takes about a seventh of a signature's time when the
+/// A function of what it is given: any thread. Takes about a tenth of a signature's time when the
 /// page goes on as it did, some times that when it is out of sight.
 ///
 /// How it decides, and why so:
@@ -18,7 +18,9 @@ namespace vantorel {
 /// - Each is judged by 96 single rows, one in each equal part of its overlap and at another place
 ///   of it each time, so that neither lines nor the gaps between them are met by turns; in eight
 ///   segments each, cells that fit exactly, that correlate by 0.8, or that do not. As many rows on
-///   which others were judged show whether it explains what does not fit those: 256 in all.
+///   which others were judged show whether it explains what does not fit those: 256 in all. Where
+///   24 rows vote for a shift within the range and none for another, 64 rows on which every cell
+///   fits are enough.
 /// - A shift is accepted when 24 cells on 6 rows fit it exactly, and 7 of 10 of those that say
 ///   something; 9 of 20 when 24 rows vote for it and none for another. The rest may be a film, a
 ///   caret, what the pointer lights up: a segment that fits nowhere for long belongs to another
@@ -42,9 +44,8 @@ namespace vantorel {
 /// - Columns at one side that stay still, up to 0.36 of the width, are masked to the pixel, and the
 ///   rest is compared anew; a wider part is a pane.
 /// - `contentRows` are the rows between the bands.
-/// - Where no floor can be measured, the least one of `backgroundEnergy` is taken. A stretch that
-/// is
-///   brighter than its counterpart by three levels says something even when both are flat.
+/// - Where no floor can be measured, the least one of `backgroundEnergy` is taken. A stretch
+///   that is brighter than its counterpart by three levels says something even when both are flat.
 [[nodiscard]] FrameMatch matchFrames(const FrameSignature& previous, const FrameSignature& current,
                                      int predictedOffset, const StaticColumnMask& mask);
 

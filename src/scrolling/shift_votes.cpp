@@ -52,8 +52,8 @@ class LookTable {
 
   struct Slot {
     std::uint64_t look = 0;
-    std::array<int, 2> counts{};  // in the previous frame and in the new one
-    int row = 0;                  // of the previous frame
+    int row = 0;                           // of the previous frame
+    std::array<std::uint8_t, 2> counts{};  // in the previous frame and in the new one, 2 for more
   };
 
   Slot& at(std::uint64_t look) {
@@ -95,7 +95,7 @@ ShiftVotes::ShiftVotes(std::span<const RowDigest> previous, std::span<const RowD
       const std::uint64_t look = begun.at(frame)[i];
       if (look == 0) continue;
       LookTable::Slot& slot = table.at(look);
-      ++slot.counts.at(frame);
+      slot.counts.at(frame) = slot.counts.at(frame) == 0 ? 1 : 2;
       if (frame == 0) slot.row = static_cast<int>(i / blocks.size());
     }
   }
