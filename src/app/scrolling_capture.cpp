@@ -8,6 +8,7 @@
 #include <new>
 #include <utility>
 
+#include "app/scrolling_safekeeping.hpp"
 #include "base/bounded_run.hpp"
 #include "base/check.hpp"
 #include "base/count_text.hpp"
@@ -105,6 +106,7 @@ class ScrollingCapture::Joining {
       seen.sight = ScrollingSight::full;
       seen.height = canvas_.size().height;
     }
+    if (safekeeping_ && canvas_.hasGrown()) safekeeping_->changed();
     seen.preview = preview_;
     isClosed_ = seen.sight == ScrollingSight::full || seen.sight == ScrollingSight::scaleChanged;
     seen_.submit(std::move(seen));
@@ -115,6 +117,7 @@ class ScrollingCapture::Joining {
     isClosed_ = true;
     if (joined_.png && !joined_.png->empty()) return;
     if (picture_.isEmpty()) {
+      if (safekeeping_) safekeeping_->keepRest();
       hasGrown_ = canvas_.hasGrown();
       picture_ = canvas_.finish();
     }
@@ -133,6 +136,13 @@ class ScrollingCapture::Joining {
   /// What that came to; for whoever was told that it is done.
   [[nodiscard]] Joined& joined() { return joined_; }
 
+  /// Before the first frame.
+  void keepSafe(std::shared_ptr<ScrollingSafekeeping> safekeeping) {
+    safekeeping_ = std::move(safekeeping);
+  }
+
+  [[nodiscard]] const ScrollingCanvas& canvas() const { return canvas_; }
+
   void close() {
     isClosed_ = true;
     canvas_ = ScrollingCanvas();
@@ -143,6 +153,7 @@ class ScrollingCapture::Joining {
   LatestFrameConduit<SeenFrame>::Entrance seen_;
   PointRect area_;
   ScrollingCanvas canvas_;
+  std::shared_ptr<ScrollingSafekeeping> safekeeping_;
   std::optional<PixelSize> frameSize_;
   ScrollFrameScale scale_;
   Image preview_;
@@ -164,6 +175,8 @@ struct ScrollingCapture::Taking {
   ChosenTarget target;
   double capturedAt = 0;
   double scale = 1;
+  std::string entryID = randomID();
+  std::shared_ptr<ScrollingSpool> spool;
   std::optional<LatestFrameConduit<SeenFrame>> conduit;
   std::shared_ptr<Joining> joining;
   std::unique_ptr<FrameStream> stream;
@@ -171,7 +184,8 @@ struct ScrollingCapture::Taking {
   End end = End::done;
   std::string endedBecause;  // of one that ended by itself
   std::vector<std::string> remarks;
-  std::string trouble;  // why it is not saved
+  std::string trouble;         // why it is not saved
+  bool isQuitWaiting = false;  // which that held up
   bool isPanelOpen = false;
   AlertID question = 0;
   std::shared_ptr<StillCaptures::Import> import;
@@ -189,7 +203,7 @@ auto ScrollingCapture::whileNow(Callable callable) {
 }
 
 ScrollingCapture::~ScrollingCapture() {
-  if (now_) letGo();
+  if (now_) letGo(Spool::kept);
 }
 
 ScrollingCapture::Phase ScrollingCapture::phase() const { return now_ ? now_->phase : Phase::idle; }
@@ -260,6 +274,22 @@ void ScrollingCapture::chosen(const std::shared_ptr<Taking>& taking, ChosenTarge
   taking->joining = std::make_shared<Joining>(
       taking->conduit->entrance(),
       PointRect{area.x / scale, area.y / scale, area.width / scale, area.height / scale});
+  StagedCaptureRecord record = recordOf(*now_);
+  record.isTallCapture = true;
+  now_->spool = services_.captures.makeSpool({now_->capturedAt, std::move(record)});
+  now_->joining->keepSafe(std::make_shared<ScrollingSafekeeping>(ScrollingSafekeeping::Services{
+      .frames = services_.frames,
+      .disk = services_.disk,
+      .spool = now_->spool,
+      .changes =
+          [weak = std::weak_ptr<Joining>(now_->joining)](const TallState& known, std::size_t most) {
+            const auto joining = weak.lock();
+            return joining ? joining->canvas().changes(known, most) : TallChanges();
+          },
+      .failed = [main = services_.main,
+                 told = std::function<void(const std::string&)>(
+                     whileNow([this](const std::string& reason) { notKeptSafe(reason); }))](
+                    const std::string& reason) { main->post([told, reason] { told(reason); }); }}));
   FrameListener listener{
       .frame = [joining = taking->joining](const Frame& frame) { joining->add(frame); },
       .runner = services_.frames,
@@ -443,7 +473,7 @@ void ScrollingCapture::join() {
 StagedCaptureRecord ScrollingCapture::recordOf(const Taking& taking) const {
   StagedCaptureRecord record;
   record.scale = taking.scale;
-  record.entryID = randomID();
+  record.entryID = taking.entryID;
   record.sourceApp = taking.target.sourceApp;
   record.awaitsRedaction = services_.settings.values().smartRedactAfterCapture;
   return record;
@@ -511,11 +541,13 @@ void ScrollingCapture::notSaved(const std::string& reason) {
   now_->trouble = fmt::format("Couldn't be saved: {}.", reason);
   const auto ticket = std::exchange(now_->ticket, std::nullopt);
   if (!now_->isPanelOpen) {
-    giveUp(failure(CaptureFailure::Case::writeFailed, reason));
+    // The next launch files it from there.
+    giveUp(failure(CaptureFailure::Case::writeFailed, reason), Spool::kept);
   } else {
     setPhase(Phase::unsaved);
     // Before the quit hears that nothing is pending any more.
     if (services_.coordinator.termination().isInProgress()) {
+      now_->isQuitWaiting = true;
       services_.coordinator.termination().scrollingCaptureNotSaved();
     } else {
       services_.alerts.notify(
@@ -553,8 +585,15 @@ void ScrollingCapture::rescue() {
   (void)done->get_future().wait_for(rescueBound);
 }
 
+/// The capture goes on, and is in memory alone meanwhile.
+void ScrollingCapture::notKeptSafe(const std::string& reason) {
+  if (now_->phase != Phase::following || !now_->hooks.onWord) return;
+  now_->hooks.onWord(fmt::format(
+      "What is joined can't be kept on disk meanwhile: {}. The capture goes on without.", reason));
+}
+
 /// Another capture may begin.
-void ScrollingCapture::letGo() {
+void ScrollingCapture::letGo(Spool spool) {
   const std::shared_ptr<Taking> taking = std::exchange(now_, nullptr);
   if (taking->question != 0) services_.alerts.dismiss(taking->question);
   taking->stream.reset();
@@ -562,13 +601,18 @@ void ScrollingCapture::letGo() {
   if (std::exchange(taking->isPanelOpen, false)) services_.panel()->close();
   // The picture is large, and freed where it was made.
   services_.frames->post([joining = std::move(taking->joining)] { joining->close(); });
+  if (taking->spool) {
+    services_.disk->post([kept = std::move(taking->spool), spool] {
+      spool == Spool::kept ? kept->release() : kept->remove();
+    });
+  }
   services_.coordinator.arbiter().set(CaptureActivity::scrollingCapture, false);
   services_.coordinator.menuChanged();
 }
 
-void ScrollingCapture::giveUp(CaptureReply reply) {
+void ScrollingCapture::giveUp(CaptureReply reply, Spool spool) {
   const std::shared_ptr<Taking> taking = now_;
-  letGo();
+  letGo(spool);
   answer(taking, std::move(reply));
 }
 
@@ -576,18 +620,24 @@ void ScrollingCapture::answer(const std::shared_ptr<Taking>& taking, CaptureRepl
   const auto* const refused = std::get_if<CaptureRefusal>(&reply);
   const bool isRepeated = taking->command.mayBeRepeated && refused != nullptr &&
                           *refused == CaptureRefusal::captureRunning;
+  const auto* const outcome = std::get_if<CaptureOutcome>(&reply);
+  const bool isSaved =
+      outcome != nullptr && std::holds_alternative<CaptureOutcome::Saved>(outcome->value);
   services_.coordinator.conclude(std::move(reply),
                                  {.copies = taking->command.copies,
                                   .isAnsweredAtDesktop = taking->isAnsweredAtDesktop && !isRepeated,
                                   .refusedTitle = failedTitle,
                                   .failedTitle = failedTitle,
                                   .savedTitle = "Scrolling Capture saved"},
-                                 lifetime_.guard([this, taking](CaptureReply end) {
+                                 lifetime_.guard([this, taking, isSaved](CaptureReply end) {
                                    if (taking->finished)
                                      std::exchange(taking->finished, nullptr)(std::move(end));
                                    if (taking->ticket) {
                                      services_.coordinator.pendingArchiveWork().end(
                                          *std::exchange(taking->ticket, std::nullopt));
+                                   }
+                                   if (isSaved && taking->isQuitWaiting) {
+                                     services_.coordinator.quitUnasked();
                                    }
                                  }));
 }

@@ -32,12 +32,15 @@ struct ScrollingHooks {
 /// every capture. One at a time; no other capture may begin from the choice of the area until the
 /// picture is safe on disk. What was joined is never lost by anything but the user's wish: when the
 /// area goes away or the program ends it is filed, and when it can't be saved it stays until it
-/// can. Lives on the main runner; frames are joined and encoded on `frames`.
+/// can. A crash costs what was joined in its last second: the rest is on disk meanwhile
+/// (`ScrollingSafekeeping`), from where the next launch files it. Lives on the main runner; frames
+/// are joined and encoded on `frames`.
 class ScrollingCapture {
  public:
   struct Services {
     std::shared_ptr<TaskRunner> main;
     std::shared_ptr<TaskRunner> frames;  ///< serial; nothing else runs there
+    std::shared_ptr<TaskRunner> disk;    ///< serial; keeps what is joined safe meanwhile
     std::shared_ptr<const Clock> clock;
     std::shared_ptr<const ImageCodec> codec;
     FrameStreams& streams;
@@ -121,8 +124,11 @@ class ScrollingCapture {
   void notSaved(const std::string& reason);
   void showProgress();
   void setPhase(Phase phase);
-  void letGo();
-  void giveUp(CaptureReply reply);
+  /// What becomes of the picture on the disk.
+  enum class Spool { removed, kept };
+  void letGo(Spool spool = Spool::removed);
+  void giveUp(CaptureReply reply, Spool spool = Spool::removed);
+  void notKeptSafe(const std::string& reason);
   void answer(const std::shared_ptr<Taking>& taking, CaptureReply reply);
 
   Services services_;

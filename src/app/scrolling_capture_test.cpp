@@ -45,13 +45,16 @@ Image pageFrom(int top, PixelSize size) {
 
 class ScrollingCaptureTest : public CoordinatorTest {
  protected:
-  ScrollingCaptureTest() {
+  ScrollingCaptureTest() { makeScrolling(); }
+  void makeScrolling() {
+    streams = std::make_unique<FakeFrameStreams>(run->runners.main(), run->runners);
     scrolling.emplace(ScrollingCapture::Services{
         .main = run->runners.main(),
         .frames = run->runners.runner("frames"),
+        .disk = run->runners.runner("spool"),
         .clock = run->clock(),
         .codec = std::shared_ptr<const ImageCodec>(&run->codec, [](const ImageCodec*) {}),
-        .streams = streams,
+        .streams = *streams,
         .screen = run->screen,
         .windows = run->screen,
         .captures = *run->captures,
@@ -69,6 +72,30 @@ class ScrollingCaptureTest : public CoordinatorTest {
     scrolling.reset();
   }
 
+  /// The program ends as it is, and is started again.
+  void crash() {
+    world.files.beforeChange = nullptr;
+    run->app->scrolling = nullptr;
+    scrolling.reset();
+    streams.reset();
+    panel.shown.reset();
+    restart();
+    makeScrolling();
+  }
+  void scrollSlowly(int first, int last, int step = 60) {
+    for (int top = first; top <= last; top += step) {
+      scrollTo(top);
+      run->runners.advance(1s);
+    }
+  }
+  [[nodiscard]] bool isPage(const ScreenshotEntry& entry) const {
+    const Image picture = pictureOf(entry);
+    const Image page = pageFrom(0, picture.size());
+    for (int y = 0; y < picture.height(); ++y) {
+      if (!std::ranges::equal(picture.row(y), page.row(y))) return false;
+    }
+    return true;
+  }
   static StillCaptureCommand area(PointRect rect = {10, 20, 400, 300}) {
     return {.kind = Kind::scroll, .display = "uuid-LEFT", .rect = rect};
   }
@@ -82,7 +109,7 @@ class ScrollingCaptureTest : public CoordinatorTest {
     run->runners.run();
   }
   void scrollTo(int top) {
-    streams.push(pageFrom(top, streams.size));
+    streams->push(pageFrom(top, streams->size));
     run->runners.run();
   }
   void scrollThrough(int last, int step = 60) {
@@ -104,11 +131,11 @@ class ScrollingCaptureTest : public CoordinatorTest {
   }
   [[nodiscard]] bool isIdle() {
     return !run->app->arbiter().refusal() && run->app->pendingArchiveWork().isEmpty() &&
-           !panel.shown && streams.running() == 0 &&
+           !panel.shown && streams->running() == 0 &&
            scrolling->phase() == ScrollingCapture::Phase::idle;
   }
 
-  FakeFrameStreams streams{run->runners.main(), run->runners};
+  std::unique_ptr<FakeFrameStreams> streams;
   FakeScrollingPanel panel;
   std::optional<ScrollingCapture> scrolling;
   std::vector<EntryPointer> onCards;
@@ -193,7 +220,7 @@ TEST_F(ScrollingCaptureTest, WhatWasNotScrolledIsFiledAsItIsAndWhatIsTooLowIsRef
   run->screen.open = {openWindow(5, "Reader", {0, 0, 700, 500})};
   begin({.kind = Kind::scroll, .window = 99});
   EXPECT_THAT(lastWords(), HasSubstr("No window on screen"));
-  EXPECT_EQ(streams.requests.size(), 1U);
+  EXPECT_EQ(streams->requests.size(), 1U);
   EXPECT_TRUE(isIdle());
 }
 
@@ -205,7 +232,7 @@ TEST_F(ScrollingCaptureTest, WhatEndsByItselfKeepsWhatWasJoined) {
   run->screen.open[0].frame = {50, 60, 400, 300};
   run->runners.advance(1s);
   EXPECT_EQ(panel.shown->area, (PixelRect{50, 60, 400, 300}));
-  streams.end({FailureKind::notFound, "the window was closed"});
+  streams->end({FailureKind::notFound, "the window was closed"});
   run->runners.run();
   ASSERT_NE(run->saved(0), nullptr) << lastWords();
   EXPECT_EQ(run->saved(0)->entry->pixelHeight, 480);
@@ -213,14 +240,14 @@ TEST_F(ScrollingCaptureTest, WhatEndsByItselfKeepsWhatWasJoined) {
 
   begin({.kind = Kind::scroll, .window = 5});
   scrollThrough(60);
-  streams.size = {400, 320};
+  streams->size = {400, 320};
   scrollTo(120);
   EXPECT_EQ(run->saved(1)->entry->pixelHeight, 360);
   EXPECT_THAT(lastWords(), HasSubstr("changed its size"));
 
   begin({.kind = Kind::scroll, .window = 5});
   scrollTo(0);
-  streams.end({FailureKind::notFound, "the window was closed"});
+  streams->end({FailureKind::notFound, "the window was closed"});
   run->runners.run();
   EXPECT_EQ(run->saved(2), nullptr);
   EXPECT_THAT(lastWords(), HasSubstr("the window was closed, before anything was scrolled"));
@@ -254,9 +281,8 @@ TEST_F(ScrollingCaptureTest, WhatCannotBeSavedStaysAndKeepsTheProgramOpen) {
   press(panel.shown->done);
   ASSERT_NE(run->saved(0), nullptr) << run->words(0);
   EXPECT_EQ(run->saved(0)->entry->pixelHeight, 480);
-  EXPECT_TRUE(isIdle());
-  run->app->quitUnasked();
-  run->runners.run();
+  EXPECT_EQ(scrolling->phase(), ScrollingCapture::Phase::idle);
+  // The quit was not forgotten.
   EXPECT_TRUE(run->terminated);
 }
 
@@ -309,6 +335,145 @@ TEST_F(ScrollingCaptureTest, ATallOneIsNotThrownAwayUnaskedAndATimeoutFilesIt) {
   EXPECT_EQ(lastWords(), "cancelled");
   EXPECT_FALSE(run->overlay.request);
   EXPECT_TRUE(isIdle());
+}
+
+const Path sessions = "/data/Scrolling Sessions";
+
+bool isIn(const Path& folder, const Path& path) {
+  return path.native().starts_with(folder.native() + "/");
+}
+
+TEST_F(ScrollingCaptureTest, ACrashAtAnyMomentLosesWhatTheLastSecondJoinedAtMost) {
+  struct Crash {};
+  for (const bool isCancelled : {false, true}) {
+    for (int change = 1, isCrashed = 1; isCrashed != 0; ++change) {
+      SCOPED_TRACE(fmt::format("{} change {}", isCancelled ? "cancel" : "done", change));
+      ASSERT_LT(change, 150);
+      isCrashed = 0;
+      world = CoordinatorWorld{};
+      world.files.folders.insert({"/pictures"});
+      crash();
+      world.files.beforeChange = [&, from = world.files.changes](int number) {
+        if (number - from == change) throw Crash{};
+      };
+      int kept = 0;  // rows that must not be lost
+      bool isEnding = false;
+      try {
+        begin(area());
+        for (int top = 0; top <= 240; top += 60) {
+          scrollTo(top);
+          run->runners.advance(1s);
+          kept = top == 0 ? 0 : top + 300;
+        }
+        isEnding = true;
+        press(isCancelled ? [this] { scrolling->callOff(); } : panel.shown->done);
+      } catch (const Crash&) {
+        isCrashed = 1;
+      }
+      crash();
+      crash();
+      EXPECT_EQ(world.files.names(sessions), std::vector<std::string>());
+      EXPECT_THAT(stagedNames(), IsEmpty());
+      const EntryList& entries = run->store.entries();
+      ASSERT_LE(entries.size(), 1U);
+      if (entries.empty()) {
+        EXPECT_TRUE(kept == 0 || (isCancelled && isEnding));
+        continue;
+      }
+      EXPECT_TRUE(entries[0]->isTallCapture);
+      EXPECT_GE(entries[0]->pixelHeight, kept);
+      EXPECT_TRUE(isPage(*entries[0]));
+      EXPECT_TRUE(!isCancelled || isCrashed != 0) << "what was cancelled is there";
+    }
+  }
+}
+
+TEST_F(ScrollingCaptureTest, WhatACrashLeftIsWhatDoneWouldHaveFiled) {
+  run->screen.open = {openWindow(5, "Reader", {0, 0, 700, 500})};
+  run->settings->set(&SettingsValues::smartRedactAfterCapture, true);
+  begin(area());
+  scrollSlowly(0, 600);
+  for (const auto& [path, file] : world.files.disk) {
+    if (isIn(sessions, path)) {
+      EXPECT_EQ(file->status.mode, 0600U) << path;
+    }
+  }
+  // The session lives: whoever sweeps meanwhile leaves it alone.
+  run->captures->recoverStaged([](int) {});
+  run->runners.run();
+  EXPECT_TRUE(run->store.entries().empty());
+  crash();
+  ASSERT_EQ(run->store.entries().size(), 1U);
+  const ScreenshotEntry& entry = *run->store.entries()[0];
+  EXPECT_TRUE(entry.isTallCapture);
+  EXPECT_EQ(entry.pixelHeight, 900);
+  EXPECT_EQ(entry.captureScale, 1);
+  EXPECT_EQ(entry.sourceApp->name, "Reader");
+  EXPECT_THAT(run->looked, ElementsAre(PixelSize{400, 900}));
+  EXPECT_EQ(world.files.names(sessions), std::vector<std::string>());
+}
+
+TEST_F(ScrollingCaptureTest, ADiskThatIsFullOrSlowHoldsNothingUpAndIsCaughtUpWith) {
+  begin(area());
+  scrollSlowly(0, 120);
+  world.files.changesFail = FailureKind::noSpace;
+  scrollSlowly(180, 300);
+  EXPECT_THAT(words, Contains(HasSubstr("can't be kept on disk meanwhile")));
+  world.files.changesFail.reset();
+  run->runners.advance(5s);
+  run->runners.hang("spool");
+  scrollSlowly(360, 2400);
+  EXPECT_EQ(panel.last.height, 2700);
+  run->runners.resume("spool");
+  run->runners.advance(2s);
+  crash();
+  ASSERT_EQ(run->store.entries().size(), 1U);
+  EXPECT_EQ(run->store.entries()[0]->pixelHeight, 2700);
+  EXPECT_TRUE(isPage(*run->store.entries()[0]));
+}
+
+TEST_F(ScrollingCaptureTest, OfADamagedSessionWhatCanBeReadIsFiled) {
+  const auto damage = [&](const std::function<void(const Path&, FakeFiles::File&)>& change) {
+    world = CoordinatorWorld{};
+    world.files.folders.insert({"/pictures"});
+    crash();
+    begin(area());
+    scrollSlowly(0, 900);
+    for (const auto& [path, file] : world.files.disk) {
+      if (isIn(sessions, path)) change(path, *file);
+    }
+    crash();
+  };
+  const auto isIndex = [](const Path& path) { return path.extension() == ".json"; };
+  // Without its index.
+  damage([&](const Path& path, FakeFiles::File& file) {
+    if (isIndex(path)) file.bytes.resize(file.bytes.size() / 2);
+  });
+  ASSERT_EQ(run->store.entries().size(), 1U);
+  EXPECT_EQ(run->store.entries()[0]->pixelHeight, 1200);
+  EXPECT_TRUE(isPage(*run->store.entries()[0]));
+  // Without the strip at its top, and with one that is cut off in the middle.
+  damage([&](const Path& path, FakeFiles::File& file) {
+    const std::string name = path.filename();
+    if (name.starts_with("rows_0_")) file.bytes.clear();
+    if (name.starts_with("rows_512_")) file.bytes.resize(file.bytes.size() / 2);
+  });
+  ASSERT_EQ(run->store.entries().size(), 1U);
+  EXPECT_EQ(run->store.entries()[0]->pixelHeight, 1200 - 256);
+  // An index that says what can't be: the strips count.
+  damage([&](const Path& path, FakeFiles::File& file) {
+    if (!isIndex(path)) return;
+    const std::size_t at = file.bytes.find("\"bottom\"");
+    file.bytes.insert(file.bytes.find("1200", at), "99");
+  });
+  ASSERT_EQ(run->store.entries().size(), 1U);
+  EXPECT_EQ(run->store.entries()[0]->pixelHeight, 1200);
+  // Nothing of it: it is put aside, and nothing is filed.
+  damage([&](const Path&, FakeFiles::File& file) { file.bytes = "?"; });
+  EXPECT_TRUE(run->store.entries().empty());
+  EXPECT_THAT(world.files.folders,
+              Contains(testing::ResultOf([](const Path& path) { return path.extension(); },
+                                         Path(".unreadable"))));
 }
 
 }  // namespace

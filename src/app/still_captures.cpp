@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/round_trip.hpp"
+#include "capture/scrolling_spool_recovery.hpp"
 #include "library/file_reach.hpp"
 
 namespace vantorel {
@@ -72,7 +73,9 @@ StillCaptures::StillCaptures(Services services) : services_(std::move(services))
                                       .staging = staging_,
                                       .filing = filing_.get(),
                                       .store = &services_.library.store(),
-                                      .redactedOriginals = paths.redactedOriginals()});
+                                      .redactedOriginals = paths.redactedOriginals(),
+                                      .stagesFirst = [this] { return sessionRecovery(); },
+                                      .joining = services_.filing});
   storageObservation_ = services_.settings.observe(&SettingsValues::storageDirectory, [this] {
     if (!services_.library.isReady()) return;
     filing_->unclaimKept();
@@ -133,6 +136,22 @@ StillCaptures::Stage StillCaptures::stage() const {
                               StagedCaptureRecord record) -> Result<void> {
     VT_TRY(staging->stage(png, capturedAt, std::move(record)));
     return {};
+  };
+}
+
+std::shared_ptr<ScrollingSpool> StillCaptures::makeSpool(ScrollingSpool::Session session) const {
+  return std::make_shared<ScrollingSpool>(services_.files, services_.codec,
+                                          services_.library.paths().scrollingSessions(),
+                                          std::move(session));
+}
+
+std::function<void()> StillCaptures::sessionRecovery() const {
+  return [files = services_.files, codec = services_.codec, staging = staging_,
+          sessions = services_.library.paths().scrollingSessions(),
+          options = SpoolRecoveryOptions{
+              .now = services_.clock->now(),
+              .redacts = services_.settings.values().smartRedactAfterCapture}] {
+    recoverScrollingSpools(*files, *codec, sessions, *staging, options);
   };
 }
 

@@ -8,6 +8,7 @@
 
 #include "base/lifetime.hpp"
 #include "base/task_runner.hpp"
+#include "capture/scrolling_spool.hpp"
 #include "capture/staged_capture_recovery.hpp"
 #include "capture/still_capture_pipeline.hpp"
 #include "library/library.hpp"
@@ -72,7 +73,10 @@ class StillCaptures {
       std::function<Result<void>(std::string_view png, double capturedAt, StagedCaptureRecord)>;
   [[nodiscard]] Stage stage() const;
 
-  /// Files what an earlier run left staged.
+  /// What keeps a scrolling session on disk while it runs.
+  [[nodiscard]] std::shared_ptr<ScrollingSpool> makeSpool(ScrollingSpool::Session session) const;
+
+  /// Files what an earlier run left staged, or of a scrolling session.
   void recoverStaged(std::function<void(int filed)> done);
 
   /// Answers with the staged files that this process is filing, what it is staging among them.
@@ -81,6 +85,7 @@ class StillCaptures {
  private:
   [[nodiscard]] CaptureFileSettings fileSettings() const;
   [[nodiscard]] StillCaptureBackend backend() const;
+  [[nodiscard]] std::function<void()> sessionRecovery() const;
 
   Services services_;
   std::shared_ptr<StagingFolder> staging_;

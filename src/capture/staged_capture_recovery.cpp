@@ -31,6 +31,12 @@ void StagedCaptureRecovery::sweep(double stagedBefore, std::function<void(int)> 
 
 void StagedCaptureRecovery::begin() {
   filed_ = 0;
+  if (!services_.stagesFirst) return look();
+  roundTrip(*services_.joining, services_.main, services_.stagesFirst(),
+            lifetime_.guard([this] { look(); }));
+}
+
+void StagedCaptureRecovery::look() {
   roundTrip(
       *services_.work, services_.main,
       [staging = services_.staging] {

@@ -20,6 +20,11 @@ class StagedCaptureRecovery {
     StillCaptureFiling* filing = nullptr;
     const HistoryStore* store = nullptr;
     Path redactedOriginals;
+
+    /// Stages what is to be staged first, such as sessions that were cut short. On `joining`, as
+    /// it may take long.
+    std::function<std::function<void()>()> stagesFirst{};
+    std::shared_ptr<TaskRunner> joining{};
   };
 
   explicit StagedCaptureRecovery(Services services) : services_(std::move(services)) {}
@@ -37,6 +42,7 @@ class StagedCaptureRecovery {
   };
 
   void begin();
+  void look();
   void next();
 
   Services services_;

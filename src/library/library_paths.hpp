@@ -26,6 +26,10 @@ struct LibraryPaths {
   [[nodiscard]] std::filesystem::path rewrites() const { return data / "rewrites.json"; }
   /// Captures grabbed but not yet filed.
   [[nodiscard]] std::filesystem::path stagedCaptures() const { return data / "Staged Captures"; }
+  /// What running scrolling captures have joined so far, a folder each.
+  [[nodiscard]] std::filesystem::path scrollingSessions() const {
+    return data / "Scrolling Sessions";
+  }
   /// Originals of captures that were changed in place.
   [[nodiscard]] std::filesystem::path originals() const { return data / "Originals"; }
   /// Originals of captures that Smart Redact rewrote.

@@ -7,6 +7,7 @@ ScrollingWing::ScrollingWing(CaptureWing& theCaptures)
       scrolling(
           {.main = captures.desktop.main,
            .frames = captures.desktop.lanes.pool.queue("com.hollen.Vantorel.scrolling-frames"),
+           .disk = captures.desktop.lanes.disks.queue("com.hollen.Vantorel.scrolling-spool"),
            .clock = captures.desktop.clock,
            .codec = captures.desktop.codec,
            .streams = *captures.desktop.session.frameStreams,

@@ -112,6 +112,7 @@ struct ScrollingCanvas::State {
 
   Placed highest;                   ///< whose header the picture has
   Placed lowest;                    ///< whose footer it has
+  std::uint64_t ends = 0;           ///< counts the frames that those two were
   std::optional<RowRange> fresh;    ///< rows that the frame before was the first to show
   std::optional<RowRange> blurred;  ///< rows that frames have painted that merely resembled
   TallPicture picture;              ///< what is between them, as far as it is known to be the page
@@ -222,6 +223,7 @@ void ScrollingCanvas::State::growDown(const Placed& frame, bool isExact) {
   paint(frame, end, frame.bottom() - footer);
   note({end, frame.bottom() - footer}, isExact);
   lowest = frame;
+  ++ends;
 }
 
 void ScrollingCanvas::State::growUp(const Placed& frame, bool isExact) {
@@ -236,6 +238,7 @@ void ScrollingCanvas::State::growUp(const Placed& frame, bool isExact) {
   paint(frame, frame.position + header, end);
   note({frame.position + header, end}, isExact);
   highest = frame;
+  ++ends;
 }
 
 /// Rows that a frame has added.
@@ -301,6 +304,7 @@ void ScrollingCanvas::State::repaint(const Placed& frame, const FrameSignature& 
 void ScrollingCanvas::State::showAtEnds(const Placed& frame) {
   if (frame.position == highest.position) highest = frame;
   if (frame.position == lowest.position) lowest = frame;
+  ++ends;
 }
 
 /// Rows that frames between two pixels left are taken from a sharp one.
@@ -502,6 +506,32 @@ Image ScrollingCanvas::preview(PixelSize within, int leastWidth) const {
     }
   }
   return std::move(small).finish();
+}
+
+TallChanges ScrollingCanvas::changes(const TallState& known, std::size_t most) const {
+  TallChanges changes;
+  if (size().width == 0 || !hasGrown()) return changes;
+  const State& state = *state_;
+  const TallPicture& picture = state.picture;
+  changes.top = state.highest.position;
+  changes.bottom = state.lowest.bottom();
+  picture.addChanges(known, most, changes);
+  changes.hasEnds = known.ends != state.ends;
+  changes.then.ends = state.ends;
+  if (!changes.hasEnds) return changes;
+  const PixelSize frame = state.lowest.image.size();
+  const int above = picture.top() - changes.top;
+  const int below = changes.bottom - picture.bottom();
+  const auto add = [&](int first, const Image& image, int from, int rows) {
+    if (rows <= 0) return;
+    // A copy, for the frame's own pixels are wanted back by the stream.
+    MutableImage copy({frame.width, rows}, image.format());
+    for (int y = 0; y < rows; ++y) std::ranges::copy(image.row(from + y), copy.row(y).begin());
+    changes.ends.push_back({0, first, std::move(copy).finish()});
+  };
+  add(changes.top, state.highest.image, 0, above);
+  add(picture.bottom(), state.lowest.image, frame.height - below, below);
+  return changes;
 }
 
 Image ScrollingCanvas::finish() {

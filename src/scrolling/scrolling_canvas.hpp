@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
 #include "base/image.hpp"
 #include "scrolling/frame_match.hpp"
 #include "scrolling/scroll_frame.hpp"
+#include "scrolling/tall_changes.hpp"
 
 namespace vantorel {
 
@@ -55,6 +57,10 @@ class ScrollingCanvas {
   /// The picture so far, shrunk into `within` (in pixels) by leaving out rows and columns; the
   /// newest end of it where it is so tall that it would be narrower than `leastWidth`.
   [[nodiscard]] Image preview(PixelSize within, int leastWidth) const;
+
+  /// What has changed since `known`, pixels of at most `most` pieces of 256 rows and of what sticks
+  /// to top and bottom. Nothing while the picture has not grown.
+  [[nodiscard]] TallChanges changes(const TallState& known, std::size_t most) const;
 
   /// The picture. The canvas is empty afterwards; at no time are there two of it.
   [[nodiscard]] Image finish();

@@ -43,7 +43,9 @@ TallPicture::Piece& TallPicture::pieceAt(int y) {
 }
 
 std::span<std::uint8_t> TallPicture::writable(int y) {
-  return std::span(pieceAt(y).pixels)
+  Piece& piece = pieceAt(y);
+  piece.version = ++changes_;
+  return std::span(piece.pixels)
       .subspan(static_cast<std::size_t>(rowInPiece(y)) * rowBytes(), rowBytes());
 }
 
@@ -128,6 +130,30 @@ void TallPicture::fill(const ColumnSpan& columns, int first, int last, const Ima
     for (int x = columns.first; x < columns.last; ++x) {
       std::memcpy(row.data() + std::ptrdiff_t{4} * x, &color, sizeof color);
     }
+  }
+}
+
+void TallPicture::addChanges(const TallState& known, std::size_t most, TallChanges& changes) const {
+  changes.then = known;
+  std::erase_if(changes.then.pieces, [&](const auto& one) {
+    return (one.first + 1) * pieceRows <= top_ || one.first * pieceRows >= bottom_;
+  });
+  std::vector<int> changed;
+  for (const auto& [number, piece] : pieces_) {
+    if ((number + 1) * pieceRows <= top_ || number * pieceRows >= bottom_) continue;
+    const auto found = known.pieces.find(number);
+    if (found == known.pieces.end() || found->second != piece.version) changed.push_back(number);
+  }
+  std::ranges::sort(changed, {}, [&](int number) { return pieces_.at(number).version; });
+  if (changed.size() > most) {
+    changes.isAll = false;
+    changed.resize(most);
+  }
+  for (const int number : changed) {
+    const int first = std::max(number * pieceRows, top_);
+    changes.strips.push_back(
+        {number, first, part(first, std::min((number + 1) * pieceRows, bottom_))});
+    changes.then.pieces[number] = pieces_.at(number).version;
   }
 }
 

@@ -9,6 +9,7 @@
 #include "base/image.hpp"
 #include "scrolling/frame_signature.hpp"
 #include "scrolling/static_regions.hpp"
+#include "scrolling/tall_changes.hpp"
 
 namespace vantorel {
 
@@ -53,6 +54,10 @@ class TallPicture {
   /// Rows [first, last) as a picture of their own.
   [[nodiscard]] Image part(int first, int last) const;
 
+  /// Adds the pieces that `known` has in another version, at most `most`, those first that changed
+  /// longest ago.
+  void addChanges(const TallState& known, std::size_t most, TallChanges& changes) const;
+
   /// The whole; the picture is empty afterwards. Pieces go as they are copied.
   [[nodiscard]] Image finish();
 
@@ -62,6 +67,7 @@ class TallPicture {
     std::vector<std::uint8_t> pixels;
     std::vector<RowDigest> digests;
     std::vector<bool> certain;
+    std::uint64_t version = 0;
   };
   [[nodiscard]] std::size_t rowBytes() const { return static_cast<std::size_t>(width_) * 4; }
   [[nodiscard]] Piece& pieceAt(int y);
@@ -72,6 +78,7 @@ class TallPicture {
   PixelFormat format_ = PixelFormat::bgrx;
   int top_ = 0;
   int bottom_ = 0;
+  std::uint64_t changes_ = 0;
   std::map<int, Piece> pieces_;
 };
 
