@@ -68,6 +68,11 @@ int statusWidth() {
   return width + 2;
 }
 
+/// Between the buttons: of large letters more.
+int buttonGap() {
+  return std::max(+tokens::space4, QFontMetrics(tokens::strongFont()).height() / 4);
+}
+
 int barHeight() {
   const int lines =
       QFontMetrics(tokens::strongFont()).height() + QFontMetrics(tokens::smallFont()).height();
@@ -104,7 +109,8 @@ class ScrollingPanelWindow::Button final : public QAbstractButton {
   [[nodiscard]] QSize sizeHint() const override { return sizeFor(text()); }
   [[nodiscard]] static QSize sizeFor(const QString& words) {
     const QFontMetrics metrics(tokens::strongFont());
-    return {metrics.horizontalAdvance(words) + 2 * 10, tokens::controlHeight(tokens::smallControl)};
+    return {metrics.horizontalAdvance(words) + 2 * std::max(10, metrics.height() / 2),
+            tokens::controlHeight(tokens::smallControl)};
   }
 
  protected:
@@ -161,7 +167,7 @@ class ScrollingPanelWindow::Status final : public QWidget {
     const int top = (height() - first - second) / 2;
     const auto side =
         static_cast<int>(layoutDirection() == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft) |
-        static_cast<int>(Qt::AlignVCenter);
+        static_cast<int>(Qt::AlignVCenter) | static_cast<int>(Qt::AlignAbsolute);
     painter.setFont(strong);
     painter.setPen(colors.text);
     painter.setLayoutDirection(Qt::LeftToRight);  // the number before its unit in every language
@@ -199,10 +205,10 @@ ScrollingPanelWindow::ScrollingPanelWindow(std::shared_ptr<NativeWindows> native
 ScrollingPanelWindow::~ScrollingPanelWindow() { giveKeysBack(); }
 
 QSize ScrollingPanelWindow::sizeAlone() const {
-  const int buttons = Button::sizeFor(QStringLiteral("Cancel")).width() + tokens::space4 +
+  const int buttons = Button::sizeFor(QStringLiteral("Cancel")).width() + buttonGap() +
                       std::max(Button::sizeFor(QStringLiteral("Done")).width(),
                                Button::sizeFor(QStringLiteral("Try Again")).width());
-  const int usual = Button::sizeFor(QStringLiteral("Cancel")).width() + tokens::space4 +
+  const int usual = Button::sizeFor(QStringLiteral("Cancel")).width() + buttonGap() +
                     Button::sizeFor(QStringLiteral("Done")).width();
   // What is told of a failure is short, and may have the room that its button takes.
   const int words =
@@ -266,7 +272,7 @@ void ScrollingPanelWindow::arrange() {
   const QSize done = done_->sizeHint();
   const QSize cancel = cancel_->sizeHint();
   const int doneLeft = bar.right() + 1 - done.width();
-  const int cancelLeft = doneLeft - tokens::space4 - cancel.width();
+  const int cancelLeft = doneLeft - buttonGap() - cancel.width();
   put(done_, doneLeft, done);
   put(cancel_, cancelLeft, cancel);
   put(status_, bar.left(), {std::max(0, cancelLeft - tokens::space8 - bar.left()), bar.height()});
