@@ -28,6 +28,13 @@ std::uint32_t opaquePixel(const Ink& ink) {
   return 0xff000000U | byte(ink.r) << 16U | byte(ink.g) << 8U | byte(ink.b);
 }
 
+/// Whether the byte without meaning says so as well.
+bool isOpaqueRow(const std::uint8_t* pixels, int width) {
+  unsigned all = 255;
+  for (std::ptrdiff_t x = 0; x < width; ++x) all &= pixels[4 * x + 3];
+  return all == 255;
+}
+
 PixelRect withRim(const PixelRect& area) {
   return {area.x - redactionRim, area.y - redactionRim, area.width + 2 * redactionRim,
           area.height + 2 * redactionRim};
@@ -37,7 +44,12 @@ PixelRect withRim(const PixelRect& area) {
 
 SceneCanvas::SceneCanvas(SceneGround ground)
     : ground_(std::move(ground)), scratch_(nullptr, std::free) {
-  pixels_ = makePixelMemory(static_cast<std::size_t>(size().height) * stride());
+  const std::size_t bytes = static_cast<std::size_t>(size().height) * stride();
+  if (ground_.picture.stride() == stride()) {
+    pixels_ = shareUntilWritten(ground_.picture.row(0).data(), bytes);
+  }
+  sharesGround_ = pixels_ != nullptr;
+  if (!sharesGround_) pixels_ = makePixelMemory(bytes);
 }
 
 std::size_t SceneCanvas::stride() const { return static_cast<std::size_t>(size().width) * 4; }
@@ -275,13 +287,18 @@ std::vector<PixelRect> SceneCanvas::draw(Changes changes) {
 }
 
 void SceneCanvas::copyGround(std::uint8_t* pixels, const PixelRect& area) const {
+  const bool isThere = sharesGround_ && pixels == pixels_.get();  // drawn on for the first time
   const bool opaque = ground_.picture.format() == PixelFormat::bgrx;
   const auto skip = static_cast<std::size_t>(area.x) * 4;
   for (int y = area.y; y < area.bottom(); ++y) {
     const std::uint8_t* const from = ground_.picture.row(y).data() + skip;
     std::uint8_t* const to = pixels + static_cast<std::size_t>(y) * stride() + skip;
-    std::memcpy(to, from, static_cast<std::size_t>(area.width) * 4);
-    if (!opaque) continue;
+    if (isThere) {
+      if (!opaque || isOpaqueRow(from, area.width)) continue;
+    } else {
+      std::memcpy(to, from, static_cast<std::size_t>(area.width) * 4);
+      if (!opaque) continue;
+    }
     for (int x = 0; x < area.width; ++x) to[4 * x + 3] = 255;
   }
 }

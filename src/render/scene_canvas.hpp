@@ -92,6 +92,7 @@ class SceneCanvas final : public SceneView {
   SceneGround ground_;
   std::shared_ptr<std::uint8_t> ownGround_;  // the pixels of `ground_`, once it was patched
   std::shared_ptr<std::uint8_t> pixels_;
+  bool sharesGround_ = false;                               // `pixels_` began as the ground's
   std::unique_ptr<std::uint8_t, void (*)(void*)> scratch_;  // as large as the picture, once needed
   double scratchUsed_ = 0;                                  // bytes, at most
   std::optional<std::size_t> lifted_;                       // the mark that alone changed last
