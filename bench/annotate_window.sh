@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Annotate windows on captures of `picture` pixels, at least 2048 x 1600, on a private display of
-# `size`, with the program in the tray: from a command or an event to the pixels. `closing` says how
+# Annotate windows on captures of `picture` pixels, at least 1000 x 1600, on a private display of
+# `size`, no wider than the picture twice, with the program in the tray: from a command or an event to the pixels. `closing` says how
 # many milliseconds a capture may take to be given back once its window has gone.
 set -euo pipefail
 program=$(realpath "${1:-build/release/bin/vantorel}")
@@ -14,6 +14,8 @@ openbox >/dev/null 2>&1 &
 children+=($!)
 xsetroot -solid magenta
 seen_library "$folder/library"
+# Text that is read meanwhile would be measured too.
+printf '{"hasCompletedOnboarding":true,"indexScreenshotText":false}\n' >"$folder/library/settings.json"
 printf '{"version":1,"places":[{"window":"annotate","displays":"screen %s+0+0@1","x":40,"y":40,"width":1120,"height":760,"isMaximized":true}]}' \
   "$size" >"$folder/library/windows.json"
 
@@ -57,15 +59,18 @@ def mixed(count):
                   random.randrange(60, HEIGHT - 260),
                   random.randrange(40, 300), random.randrange(40, 200)) for i in range(count)]
 
-marker = shape(900001, "rect", 1400, 700, 30, 30, color="#00ff00", fill="solid", width=1)
-probe = shape(900002, "rect", 1800, 1000, 240, 160, color="#0000ff", fill="solid")
+# In the middle, which is what 100 % shows of what was seen whole.
+PROBE_X, PROBE_Y = min(WIDTH // 2 - 120, WIDTH - 760), HEIGHT // 2 - 80
+marker = shape(900001, "rect", PROBE_X - 200, PROBE_Y - 300, 30, 30, color="#00ff00", fill="solid",
+               width=1)
+probe = shape(900002, "rect", PROBE_X, PROBE_Y, 240, 160, color="#0000ff", fill="solid")
 def close_redactions():
-    return [shape(i, "redact", 1300 + i % 10 * 110, 760 + i // 10 * 90, 240, 160,
+    return [shape(i, "redact", PROBE_X - 500 + i % 10 * 110, PROBE_Y - 240 + i // 10 * 90, 240, 160,
                   redactStyle="gaussianBlur") for i in range(59)]
 documents = {
     "plain": [marker],
     "many": mixed(198) + [marker, probe],
-    "redacted": close_redactions() + [marker, shape(900003, "redact", 1800, 1000, 240, 160,
+    "redacted": close_redactions() + [marker, shape(900003, "redact", PROBE_X, PROBE_Y, 240, 160,
                                                     redactStyle="gaussianBlur")],
     "crowded": mixed(9998) + [marker, probe],
 }

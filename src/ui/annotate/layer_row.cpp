@@ -26,6 +26,7 @@ constexpr QSize thumbSize(36, 24);
 constexpr int gripLeft = 2;
 constexpr int thumbLeft = gripLeft + rowIconSize + tokens::space8;
 constexpr int nameLeft = thumbLeft + thumbSize.width() + tokens::space8;
+constexpr double tallFrom = 3;  // heights a width
 constexpr int toggleSide = tokens::hitArea;
 
 }  // namespace
@@ -184,6 +185,8 @@ void LayerRow::paintEvent(QPaintEvent*) {
     const double factor = std::max(thumb.width() / whole.width(), thumb.height() / whole.height());
     QRectF shown(0, 0, whole.width() * factor, whole.height() * factor);
     shown.moveCenter(QRectF(thumb).center());
+    // Of a page, the beginning says more than some lines of its middle.
+    if (whole.height() > tallFrom * whole.width()) shown.moveTop(thumb.top());
     painter.drawPixmap(shown, picture_, QRectF(picture_.rect()));
     painter.restore();
   }
