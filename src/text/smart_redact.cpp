@@ -12,8 +12,14 @@
 namespace vantorel {
 namespace {
 
-/// Lines that are read twice at most: some 50 ms each.
-constexpr std::size_t mostSecondReadings = 60;
+/// Lines that are read twice at most, some 50 ms each: so many for a screen, and a tall page is as
+/// many screens as it has room for.
+std::size_t mostSecondReadings(PixelSize picture) {
+  constexpr double screen = 1920.0 * 1080;
+  constexpr double each = 60;
+  return static_cast<std::size_t>(each *
+                                  std::max(1.0, double(picture.width) * picture.height / screen));
+}
 
 PixelRect around(const PixelRect& a, const PixelRect& b) {
   if (a.isEmpty()) return b;
@@ -93,10 +99,9 @@ auto SmartRedact::run(const Image& picture, double pixelsPerPoint, VisualDetecto
   Finds finds = scan.finds();
 
   std::vector<LetterScan::DoubtfulLine> doubtful = scan.doubtfulLines();
-  if (doubtful.size() > mostSecondReadings) {
-    logWarning("Text", "{} lines were read once that might be read twice",
-               doubtful.size() - mostSecondReadings);
-    doubtful.resize(mostSecondReadings);
+  if (const std::size_t most = mostSecondReadings(picture.size()); doubtful.size() > most) {
+    logWarning("Text", "{} lines were read once that might be read twice", doubtful.size() - most);
+    doubtful.resize(most);
   }
   for (const auto& [line, box] : doubtful) {
     ReadingRequest again = request;

@@ -207,6 +207,18 @@ TEST_F(SmartRedactTest, ADoubtfulLineIsReadAgainLarger) {
   EXPECT_EQ(recogniser->requests.size(), 1U);
 }
 
+TEST_F(SmartRedactTest, ATallPageHasItsDoubtfulLinesReadAgainLikeTheScreensItIsMadeOf) {
+  std::string text;
+  for (int i = 0; i < 100; ++i)
+    text += (i > 0 ? "\n" : "") + std::string("pay janeG1exarnple2corn0");
+  const QuietLog quiet;  // of those that are too many for a single screen
+  (void)run(readingOf(text, {1000, 2'060}));
+  EXPECT_EQ(recogniser->requests.size(), 1U + 60U);
+  recogniser->requests.clear();
+  (void)run(readingOf(text, {1000, 20'000}));
+  EXPECT_EQ(recogniser->requests.size(), 1U + 100U);
+}
+
 TEST_F(SmartRedactTest, CodesFacesAndWhatCouldNotLook) {
   PictureReading reading = readingOf("plain words", page);
   reading.codes = {{"WIFI:S:home;P:secret;;", "qr", {500, 100, 80, 80}},
