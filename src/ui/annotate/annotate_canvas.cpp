@@ -91,9 +91,12 @@ void AnnotateCanvas::showFirst() {
   const double across = (isTall ? width() : height()) * ratio_ - 2 * canvasMargin * ratio_;
   const double zoom = std::min(1.0, across / (isTall ? content_.w : content_.h));
   if (zoom < view_.zoom() * 2) return;
-  const Pt spot = view_.toView(isTall ? Pt{content_.x + content_.w / 2, content_.y}
-                                      : Pt{content_.x, content_.y + content_.h / 2});
-  view_.setZoom(zoom, spot);
+  view_.setZoom(zoom, {0, 0});
+  const Pt begin = view_.toView(isTall ? Pt{content_.x + content_.w / 2, content_.y}
+                                       : Pt{content_.x, content_.y + content_.h / 2});
+  const double margin = canvasMargin * ratio_;
+  view_.pan((isTall ? width() * ratio_ / 2 : margin) - begin.x,
+            (isTall ? margin : height() * ratio_ / 2) - begin.y);
 }
 
 /// What is shown lies where the pixels say, or, before they are there, where they will.

@@ -561,6 +561,7 @@ TEST_F(AnnotateWindowTest, ATallPictureBeginsAtItsTopAndIsSeenWhole) {
   const auto opened = open({400, 40'000});
   EXPECT_EQ(opened->canvas->zoom(), 1);
   EXPECT_NEAR(at(0, 0).y(), 32, 1);
+  EXPECT_NEAR(at(200, 0).x(), opened->canvas->width() / 2.0, 1) << "in the middle";
   type(QStringLiteral("r"));
   drag(at(100, 100), at(200, 160));
   EXPECT_NEAR(last().y1, 100, 1);
