@@ -39,9 +39,16 @@ std::string lengthText(double seconds) {
   return fmt::format("{}:{:02}", minutes, whole % 60);
 }
 
-/// The whole picture within the size of thumbnails.
-Image thumbnailOf(const Image& picture) {
+/// The whole picture within the size of thumbnails; of a page that would be a strip, its beginning.
+Image thumbnailOf(const Image& whole) {
+  constexpr double tallFrom = 3;  // heights a width
   const PixelSize most = CardStack::pictureSize;
+  const bool isTall = whole.height() > tallFrom * whole.width();
+  const double seen = double(whole.width()) * most.height / most.width;
+  const Image picture =
+      isTall
+          ? whole.cropped({0, 0, whole.width(), std::max(1, static_cast<int>(std::lround(seen)))})
+          : whole;
   const double part =
       std::min({1.0, double(most.width) / picture.width(), double(most.height) / picture.height()});
   const auto scaled = [part](int length) {

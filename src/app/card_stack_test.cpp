@@ -43,6 +43,9 @@ TEST_F(CardStackTest, ThumbnailsAreSmallWhateverTheScreen) {
   stack.add({.entry = entry("a"), .picture = flatPicture({3840, 400})});
   library.runners.run();
   EXPECT_EQ(stack.cards().front().picture.size(), (PixelSize{560, 58}));
+  stack.add({.entry = entry("b"), .picture = flatPicture({1120, 20'000})});
+  library.runners.run();
+  EXPECT_EQ(stack.cards().front().picture.size(), (PixelSize{560, 350})) << "a page's beginning";
 }
 
 TEST_F(CardStackTest, IdleTimeEndsACardAndStandsStillUnderThePointer) {
