@@ -29,6 +29,7 @@ StillCaptureRequest requestFor(const StillCaptureCommand& command, std::chrono::
   request.handTarget = command.handTarget;
   if (command.kind == StillCaptureCommand::Kind::scroll) {
     request.activity = CaptureActivity::scrollingCapture;
+    request.leastScrolledHeight = ScrollingCapture::leastHeight;
   }
   switch (command.kind) {
     case StillCaptureCommand::Kind::display:

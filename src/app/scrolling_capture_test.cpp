@@ -180,6 +180,7 @@ TEST_F(ScrollingCaptureTest, TheKeyBeginsOneAndPressedAgainFinishesIt) {
   run->app->perform(*findDesktopCommand("ScrollingCapture"));
   run->runners.run();
   ASSERT_TRUE(run->overlay.request);
+  EXPECT_EQ(run->overlay.request->leastScrolledHeight, 240);
   // While the area is chosen the key says nothing, and neither does another capture begin.
   run->app->perform(*findDesktopCommand("ScrollingCapture"));
   run->begin({.kind = Kind::display});
@@ -474,6 +475,13 @@ TEST_F(ScrollingCaptureTest, OfADamagedSessionWhatCanBeReadIsFiled) {
   EXPECT_THAT(world.files.folders,
               Contains(testing::ResultOf([](const Path& path) { return path.extension(); },
                                          Path(".unreadable"))));
+  // One of a newer program waits for that.
+  damage([&](const Path& path, FakeFiles::File& file) {
+    if (isIndex(path)) file.bytes.replace(file.bytes.find("\"v\""), 5, "\"v\":9");
+  });
+  EXPECT_TRUE(run->store.entries().empty());
+  EXPECT_TRUE(std::ranges::any_of(world.files.disk,
+                                  [&](const auto& one) { return isIn(sessions, one.first); }));
 }
 
 }  // namespace

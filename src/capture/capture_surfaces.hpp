@@ -29,6 +29,9 @@ class SelectionOverlay {
     std::vector<FrozenDisplay> displays;
     std::vector<WindowSnapshot> windows;  ///< topmost first; empty: windows cannot be picked
     bool adjusts = false;  ///< a dragged area stays up until the user has put it right
+
+    /// How high in pixels an area has to be that is to be scrolled; 0 when it is not.
+    int leastScrolledHeight = 0;
   };
 
   struct Choice {

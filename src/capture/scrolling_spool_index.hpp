@@ -20,7 +20,8 @@ struct ScrollingSpoolIndex {
   /// Behind the name of one of which nothing could be read. It is not looked at again.
   static constexpr std::string_view unreadableSuffix = ".unreadable";
 
-  int version = 1;
+  static constexpr int currentVersion = 1;
+  int version = currentVersion;
   double capturedAt = 0;  ///< seconds since 1970-01-01 UTC
   StagedCaptureRecord record;
   int width = 0;

@@ -200,6 +200,9 @@ class SpoolRecovery {
   Result<bool> stage(const Path& folder) {
     SpoolReading reading(files_, codec_, folder);
     VT_TRY(reading.readIndex());
+    if (reading.index().version > ScrollingSpoolIndex::currentVersion) {
+      return failed(FailureKind::unsupported, "a newer Vantorel has written it");
+    }
     StagedCaptureRecord record = reading.index().record;
     if (!reading.hasStrips() || isStaged(record)) return true;
     const Image picture = reading.picture();

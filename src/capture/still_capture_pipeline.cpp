@@ -335,7 +335,11 @@ void StillCapturePipeline::freeze(std::size_t index) {
     run_->capturedAt = services_.clock->now();
     run_->waitsForUser = true;
     overlay->select(
-        {run_->request.mode, run_->frozen, run_->windows, run_->backend.adjustsArea},
+        {.mode = run_->request.mode,
+         .displays = run_->frozen,
+         .windows = run_->windows,
+         .adjusts = run_->backend.adjustsArea,
+         .leastScrolledHeight = run_->request.leastScrolledHeight},
         lifetime_.guard([this](SelectionOverlay::Answer choice) { chosen(std::move(choice)); }));
     return;
   }

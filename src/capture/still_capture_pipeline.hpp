@@ -95,6 +95,9 @@ struct StillCaptureRequest {
   /// Gets the target, of which no picture is taken then, after the choice has ended.
   std::function<void(ChosenTarget)> handTarget{};
 
+  /// As in `SelectionOverlay::Request`.
+  int leastScrolledHeight = 0;
+
   /// What it holds meanwhile, where it is not a still of its own.
   std::optional<CaptureActivity> activity{};
 };

@@ -235,6 +235,7 @@ QtSelectionOverlay::Session::Session(QtSelectionOverlay& overlay, Request reques
                   missing == InputGrab::Missing::keyboard ? End::keyboardHeld : End::pointerHeld));
             }),
       seen_(model_.pointer()) {
+  model_.setLeastScrolledHeight(request.leastScrolledHeight);
   for (std::size_t i = 0; i < displays_.size(); ++i) {
     const PixelRect& area = model_.displays()[i].area;
     pictures_.push_back(

@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <QFontMetrics>
 #include <algorithm>
 #include <cmath>
@@ -81,6 +83,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
   const auto add = [&](const char* key, const char* effect) {
     hints.push_back({QString::fromUtf8(key), QString::fromUtf8(effect), {}, {}});
   };
+  const int leastScrolled = model.leastScrolledHeight();
   const auto addSteps = [&] {
     add("Arrow keys", "1 pixel");
     add("Shift, Ctrl", "10, 50 pixels");
@@ -125,7 +128,11 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     addDisplays();
     add("C", "copy the color");
   } else if (model.mode() == CaptureMode::region) {
-    add("Drag", "capture an area");
+    if (leastScrolled > 0) {
+      add("Drag", fmt::format("area to scroll, {} pixels high or more", leastScrolled).c_str());
+    } else {
+      add("Drag", "capture an area");
+    }
     if (model.canPickWindows()) add("Space", "choose a window");
     add(returnKeyName, "whole display");
     add("Ctrl+A", "adjust it");
@@ -133,7 +140,7 @@ std::vector<SelectionHint> hintsFor(const SelectionModel& model) {
     add("Arrow keys", "1 pixel");
     add("C", "copy the color");
   } else if (model.mode() == CaptureMode::window) {
-    add("Click", "capture the window");
+    add("Click", leastScrolled > 0 ? "window to scroll" : "capture the window");
     if (model.chosenWindow() != nullptr) add(returnKeyName, "capture");
     add("Tab", "next window");
     add("Space", "choose an area");

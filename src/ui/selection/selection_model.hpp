@@ -84,6 +84,11 @@ class SelectionModel {
   void eraseDigit();
   [[nodiscard]] const std::optional<SizeEntry>& sizeEntry() const { return entry_; }
 
+  /// What is chosen is to be scrolled, an area of so many pixels' height at least.
+  void setLeastScrolledHeight(int pixels) { leastScrolledHeight_ = pixels; }
+  /// 0 when it is not.
+  [[nodiscard]] int leastScrolledHeight() const { return leastScrolledHeight_; }
+
   [[nodiscard]] CaptureMode mode() const { return mode_; }
   [[nodiscard]] bool canPickWindows() const { return !windows_.empty(); }
   [[nodiscard]] bool canChangeDisplay() const { return displays_.size() > 1; }
@@ -133,6 +138,7 @@ class SelectionModel {
   std::vector<Display> displays_;
   std::vector<Window> windows_;
   CaptureMode mode_;
+  int leastScrolledHeight_ = 0;
   QPoint pointer_;
   std::size_t display_ = 0;
   bool isDragging_ = false;
