@@ -1,5 +1,7 @@
 #include "agent/mcp_server.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -14,6 +16,29 @@ namespace {
 constexpr const char* category = "mcp";
 constexpr int lowestPort = 1024;
 constexpr int highestPort = 65535;
+
+struct FailureWording {
+  std::string operator()(const MCPServer::Failure::PortInUse& cause) const {
+    return fmt::format(
+        "Port {} is already in use. Another app is listening on it, or an earlier copy of Vantorel "
+        "still is. Choose a different port.",
+        cause.port);
+  }
+  std::string operator()(const MCPServer::Failure::InvalidPort& cause) const {
+    return fmt::format(
+        "Port {} is not a port Vantorel can listen on. Choose a port between 1024 and 65535.",
+        cause.port);
+  }
+  std::string operator()(const MCPServer::Failure::ListenerFailed& cause) const {
+    return "Vantorel couldn’t start the MCP server: " + cause.reason;
+  }
+  std::string operator()(const MCPServer::Failure::TokenUnavailable& cause) const {
+    return "Vantorel couldn’t read the MCP access token from your keyring: " + cause.reason;
+  }
+  std::string operator()(const MCPServer::Failure::NoHandler& /*cause*/) const {
+    return "Vantorel couldn’t start the MCP server because nothing was ready to answer requests.";
+  }
+};
 
 }  // namespace
 
@@ -53,7 +78,7 @@ void MCPServer::listen(int port, const Result<std::string, MCPTokenFailure>& tok
            [this](const vantorel::Failure& failure) {
              services_.runner->post(run_.guard([this, reason = failure.reason] {
                stop(reason);
-               if (unexpectedStop) unexpectedStop(reason);
+               if (unexpectedStop) unexpectedStop("the system refused the port");
              }));
            }});
   if (!listening) {
@@ -178,6 +203,10 @@ void MCPServer::publish() {
   if (descriptions == publishedDescriptions_) return;
   publishedDescriptions_ = std::move(descriptions);
   if (connectionsChanged) connectionsChanged(publishedDescriptions_);
+}
+
+std::string sentence(const MCPServer::Failure& failure) {
+  return std::visit(FailureWording{}, failure.cause);
 }
 
 }  // namespace vantorel

@@ -117,4 +117,7 @@ class MCPServer {
   Lifetime lifetime_;
 };
 
+/// For people.
+[[nodiscard]] std::string sentence(const MCPServer::Failure& failure);
+
 }  // namespace vantorel

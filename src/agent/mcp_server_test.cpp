@@ -150,7 +150,7 @@ TEST_F(MCPServerTest, StartsOrSaysWhyNot) {
   hasHandler = true;
   EXPECT_EQ(start(9000), "running on 9000");
   on([&] { loopback.breakDown({FailureKind::other, "the interface went"}); });
-  EXPECT_EQ(stopped, "the interface went");
+  EXPECT_EQ(stopped, "the system refused the port");
   EXPECT_EQ(loopback.port, 0);
 }
 

@@ -21,7 +21,7 @@ LoopbackIO::LoopbackIO() : gate_(std::make_shared<AsioGate>()) {
 }
 
 LoopbackIO::~LoopbackIO() {
-  gate_->context().stop();
+  runner_->post([gate = gate_] { gate->context().stop(); });
   thread_.join();
   gate_->close();
 }

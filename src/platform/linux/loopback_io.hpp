@@ -17,7 +17,7 @@ class LoopbackIO {
   /// Throws `std::system_error` when the system refuses the thread.
   LoopbackIO();
 
-  /// Waits for the task that runs and drops those that wait.
+  /// Runs what was posted before, and drops what is for later.
   ~LoopbackIO();
 
   LoopbackIO(const LoopbackIO&) = delete;
