@@ -12,5 +12,6 @@ bench/card_start.sh build/release/bin/vantorel
 for size in 1920x1080 3840x2160; do
   size=$size bench/history_window.sh build/release/bin/vantorel
 done
+bench/agent_ping.sh
 bench/tray_rest.sh build/release/bin/vantorel
 bench/scroll_page.py --brief
