@@ -31,8 +31,10 @@ using namespace vantorel;
 
 class NoTools final : public MCPToolCatalog {
  public:
-  JSONValue tools() const override { return {JSONValue::Array{}}; }
-  std::optional<Tool> find(std::string_view /*name*/) const override { return std::nullopt; }
+  [[nodiscard]] JSONValue tools() const override { return {JSONValue::Array{}}; }
+  [[nodiscard]] std::optional<Tool> find(std::string_view /*name*/) const override {
+    return std::nullopt;
+  }
   void call(MCPToolCall /*call*/, Called called) override {
     called(std::unexpected(MCPFailure{MCPErrorCode::methodNotFound, "There are no tools."}));
   }

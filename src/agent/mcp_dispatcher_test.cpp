@@ -14,7 +14,6 @@ namespace {
 using ::testing::AllOf;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 /// "echo" answers its arguments, "large" a text of so many bytes, "take" does too and takes a
@@ -29,10 +28,10 @@ class FakeCatalog final : public MCPToolCatalog {
   std::vector<std::string> clients;
   int calls = 0;
 
-  JSONValue tools() const override {
+  [[nodiscard]] JSONValue tools() const override {
     return {JSONValue::Array{{json::Object{{"name", {std::string("echo")}}}}}};
   }
-  std::optional<Tool> find(std::string_view name) const override {
+  [[nodiscard]] std::optional<Tool> find(std::string_view name) const override {
     if (name != "echo" && name != "large" && name != "take" && name != "wait") return std::nullopt;
     return Tool{.takesCaptures = name == "take"};
   }

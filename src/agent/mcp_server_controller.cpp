@@ -35,18 +35,19 @@ MCPServerController::MCPServerController(std::shared_ptr<TaskRunner> main,
     : main_(std::move(main)),
       services_(std::move(services)),
       server_(std::make_shared<MCPServer>(services_)) {
-  server_->connectionsChanged = [main = main_,
-                                 heard = lifetime_.guard([this](std::vector<std::string> clients) {
-                                   clients_ = std::move(clients);
-                                   changes.notify();
-                                 })](const std::vector<std::string>& clients) {
-    main->post([heard, clients]() mutable { heard(std::move(clients)); });
-  };
-  server_->unexpectedStop = [main = main_, heard = lifetime_.guard([this](std::string reason) {
-    ++generation_;
-    logWarning(category, "MCP server stopped");
-    setState(Failed{"Vantorel couldn’t start the MCP server: " + reason});
-  })](const std::string& reason) { main->post([heard, reason]() mutable { heard(reason); }); };
+  server_->connectionsChanged =
+      [main = main_, heard = lifetime_.guard([this](const std::vector<std::string>& clients) {
+        clients_ = clients;
+        changes.notify();
+      })](const std::vector<std::string>& clients) {
+        main->post([heard, clients]() mutable { heard(clients); });
+      };
+  server_->unexpectedStop =
+      [main = main_, heard = lifetime_.guard([this](const std::string& reason) {
+        ++generation_;
+        logWarning(category, "MCP server stopped");
+        setState(Failed{"Vantorel couldn’t start the MCP server: " + reason});
+      })](const std::string& reason) { main->post([heard, reason]() mutable { heard(reason); }); };
 }
 
 MCPServerController::~MCPServerController() {

@@ -26,6 +26,8 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
+constexpr std::size_t hugeAnswer = 12'000'000;
+
 /// A client's own socket.
 class Client {
  public:
@@ -70,12 +72,14 @@ class SocketCatalog final : public MCPToolCatalog {
   std::promise<void> hasBegun;
   std::promise<void> wasWithdrawn;
 
-  JSONValue tools() const override { return {JSONValue::Array{}}; }
-  std::optional<Tool> find(std::string_view /*name*/) const override { return Tool{}; }
+  [[nodiscard]] JSONValue tools() const override { return {JSONValue::Array{}}; }
+  [[nodiscard]] std::optional<Tool> find(std::string_view /*name*/) const override {
+    return Tool{};
+  }
   void call(MCPToolCall call, Called called) override {
     if (call.arguments.tool == "big") {
       MCPToolResult result;
-      result.content.push_back(MCPContent::text(std::string(12'000'000, 'x')));
+      result.content.push_back(MCPContent::text(std::string(hugeAnswer, 'x')));
       return called(std::move(result));
     }
     waiting_ = std::move(called);
@@ -176,7 +180,7 @@ TEST_F(LoopbackServerTest, ServesManyOverRealSockets) {
   EXPECT_THAT(halfClosed.receive(""), EndsWith(pong));
   clients[0]->send(request(ping));
   EXPECT_THAT(clients[0]->receive(pong), EndsWith(pong));
-  EXPECT_GT(slow.receive("\"isError\":false}}").size(), 12'000'000U);
+  EXPECT_GT(slow.receive("\"isError\":false}}").size(), hugeAnswer);
 }
 
 TEST_F(LoopbackServerTest, ARefusalArrivesThoughItsBodyWasSent) {

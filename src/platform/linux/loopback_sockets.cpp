@@ -4,6 +4,7 @@
 #include <asio/steady_timer.hpp>
 #include <asio/write.hpp>
 #include <fmt/format.h>
+#include <malloc.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -25,24 +26,52 @@ using asio::ip::tcp;
 
 constexpr int waitingConnections = 256;
 constexpr auto pauseWithoutFiles = std::chrono::milliseconds(100);
+constexpr auto pauseBeforeRest = std::chrono::seconds(2);
+constexpr std::size_t restlessBytes = std::size_t{16} * 1024 * 1024;
 
 Result<void> resultOfTransfer(const asio::error_code& error) {
   if (error) return systemFailure(error.value());
   return {};
 }
 
+/// Gives memory that requests and answers have left in pieces back to the system: a moment after a
+/// connection closed, when much went through since the last time.
+class MemoryRest : public std::enable_shared_from_this<MemoryRest> {
+ public:
+  explicit MemoryRest(asio::io_context& context) : pause_(context) {}
+
+  void passed(std::size_t bytes) { bytes_ += bytes; }
+
+  void closed() {
+    if (bytes_ < restlessBytes || std::exchange(isWaiting_, true)) return;
+    (void)pause_.expires_after(pauseBeforeRest);
+    pause_.async_wait([rest = shared_from_this()](const asio::error_code& error) {
+      rest->isWaiting_ = false;
+      if (error) return;
+      rest->bytes_ = 0;
+      (void)::malloc_trim(0);
+    });
+  }
+
+ private:
+  asio::steady_timer pause_;
+  std::size_t bytes_ = 0;
+  bool isWaiting_ = false;
+};
+
 class SocketStream final : public LoopbackStream {
  public:
   SocketStream(tcp::socket socket, std::uint16_t peerPort, std::uint16_t ownPort,
-               SharedReadBuffer buffer)
-      : state_(std::make_shared<State>(std::move(socket), std::move(buffer))),
+               SharedReadBuffer buffer, std::shared_ptr<MemoryRest> rest)
+      : state_(std::make_shared<State>(std::move(socket), std::move(buffer), std::move(rest))),
         peerPort_(peerPort),
         ownPort_(ownPort) {}
   ~SocketStream() override {
     state_->received = nullptr;
     state_->sent = nullptr;
     asio::error_code ignored;
-    state_->socket.close(ignored);
+    (void)state_->socket.close(ignored);
+    state_->rest->closed();
   }
   SocketStream(const SocketStream&) = delete;
   SocketStream& operator=(const SocketStream&) = delete;
@@ -56,7 +85,8 @@ class SocketStream final : public LoopbackStream {
     state_->sent = std::move(sent);
     const std::array pieces{asio::buffer(first), asio::buffer(second)};
     asio::async_write(state_->socket, pieces,
-                      [state = state_](const asio::error_code& error, std::size_t /*bytes*/) {
+                      [state = state_](const asio::error_code& error, std::size_t bytes) {
+                        state->rest->passed(bytes);
                         if (!state->sent) return;
                         std::exchange(state->sent, nullptr)(resultOfTransfer(error));
                       });
@@ -64,10 +94,10 @@ class SocketStream final : public LoopbackStream {
 
   void endSending() override {
     asio::error_code ignored;
-    state_->socket.shutdown(tcp::socket::shutdown_send, ignored);
+    (void)state_->socket.shutdown(tcp::socket::shutdown_send, ignored);
   }
 
-  bool isPeerGone() const override {
+  [[nodiscard]] bool isPeerGone() const override {
     std::string table;
     for (const char* path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
       std::ifstream file(path);
@@ -76,15 +106,16 @@ class SocketStream final : public LoopbackStream {
     return !table.empty() && !isHeld(table, peerPort_, ownPort_);
   }
 
-  std::string peer() const override { return fmt::format("127.0.0.1:{}", peerPort_); }
+  [[nodiscard]] std::string peer() const override { return fmt::format("127.0.0.1:{}", peerPort_); }
 
  private:
   struct State {
-    State(tcp::socket openSocket, SharedReadBuffer shared)
-        : socket(std::move(openSocket)), buffer(std::move(shared)) {}
+    State(tcp::socket openSocket, SharedReadBuffer shared, std::shared_ptr<MemoryRest> memory)
+        : socket(std::move(openSocket)), buffer(std::move(shared)), rest(std::move(memory)) {}
 
     tcp::socket socket;
     SharedReadBuffer buffer;
+    std::shared_ptr<MemoryRest> rest;
     Received received;
     Sent sent;
   };
@@ -102,6 +133,7 @@ class SocketStream final : public LoopbackStream {
       if (size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return waitForBytes(state);
       Received received = std::exchange(state->received, nullptr);
       if (size < 0) return received(lastSystemFailure());
+      state->rest->passed(static_cast<std::size_t>(size));
       // Kept here: the stream may go in the callback.
       const SharedReadBuffer buffer = state->buffer;
       received(std::string_view(buffer->data(), static_cast<std::size_t>(size)));
@@ -124,7 +156,8 @@ sockaddr_in loopbackAddress(std::uint16_t port) {
 }  // namespace
 
 struct SocketListener::State : std::enable_shared_from_this<State> {
-  explicit State(asio::io_context& context) : acceptor(context), pause(context) {}
+  explicit State(asio::io_context& context)
+      : acceptor(context), pause(context), rest(std::make_shared<MemoryRest>(context)) {}
 
   void wait() {
     acceptor.async_wait(tcp::acceptor::wait_read,
@@ -165,12 +198,13 @@ struct SocketListener::State : std::enable_shared_from_this<State> {
     (void)::setsockopt(number, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
     asio::error_code error;
     tcp::socket socket(acceptor.get_executor());
-    socket.assign(tcp::v4(), number, error);
+    (void)socket.assign(tcp::v4(), number, error);
     if (error) {
       ::close(number);
       return;
     }
-    callbacks.accepted(std::make_unique<SocketStream>(std::move(socket), peerPort, port, buffer));
+    callbacks.accepted(
+        std::make_unique<SocketStream>(std::move(socket), peerPort, port, buffer, rest));
   }
 
   void waitForFiles() {
@@ -178,7 +212,7 @@ struct SocketListener::State : std::enable_shared_from_this<State> {
       logWarning("mcp", "The MCP server can't open more connections: {}",
                  lastSystemFailure().error().reason);
     }
-    pause.expires_after(pauseWithoutFiles);
+    (void)pause.expires_after(pauseWithoutFiles);
     pause.async_wait([state = shared_from_this()](const asio::error_code& error) {
       if (!error && state->isListening) state->take();
     });
@@ -186,6 +220,7 @@ struct SocketListener::State : std::enable_shared_from_this<State> {
 
   tcp::acceptor acceptor;
   asio::steady_timer pause;
+  std::shared_ptr<MemoryRest> rest;
   Callbacks callbacks;
   SharedReadBuffer buffer = std::make_shared<SharedReadBuffer::element_type>();
   std::uint16_t port = 0;
@@ -199,8 +234,8 @@ SocketListener::SocketListener(asio::io_context& context)
 SocketListener::~SocketListener() {
   state_->isListening = false;
   asio::error_code ignored;
-  state_->acceptor.close(ignored);
-  state_->pause.cancel();
+  (void)state_->acceptor.close(ignored);
+  (void)state_->pause.cancel();
 }
 
 Result<std::uint16_t> SocketListener::listen(std::uint16_t port, Callbacks callbacks) {
@@ -218,7 +253,7 @@ Result<std::uint16_t> SocketListener::listen(std::uint16_t port, Callbacks callb
   }
   VT_TRY(resultOf(::getsockname(socket.number(), general, &size)));
   asio::error_code error;
-  state_->acceptor.assign(tcp::v4(), socket.number(), error);
+  (void)state_->acceptor.assign(tcp::v4(), socket.number(), error);
   if (error) return systemFailure(error.value());
   (void)socket.release();
   state_->callbacks = std::move(callbacks);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -17,7 +18,7 @@ class FakePeer {
  public:
   explicit FakePeer(std::shared_ptr<TaskRunner> runner) : runner_(std::move(runner)) {}
 
-  void send(std::string bytes) {
+  void send(std::string_view bytes) {
     sent += bytes;
     serve();
   }
@@ -93,8 +94,8 @@ class FakeStream final : public LoopbackStream {
     peer_->serve();
   }
   void endSending() override { peer_->serverEnded = true; }
-  bool isPeerGone() const override { return peer_->isGone; }
-  std::string peer() const override { return "127.0.0.1:40000"; }
+  [[nodiscard]] bool isPeerGone() const override { return peer_->isGone; }
+  [[nodiscard]] std::string peer() const override { return "127.0.0.1:40000"; }
 
  private:
   std::shared_ptr<FakePeer> peer_;
@@ -132,12 +133,12 @@ class FakeLoopback {
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    Result<std::uint16_t> listen(std::uint16_t port, Callbacks callbacks) override {
+    Result<std::uint16_t> listen(std::uint16_t wanted, Callbacks callbacks) override {
       if (loopback_->refusal) return std::unexpected(*loopback_->refusal);
       ++loopback_->listened;
-      loopback_->port = port;
+      loopback_->port = wanted;
       loopback_->callbacks_ = std::move(callbacks);
-      return port;
+      return wanted;
     }
 
    private:
