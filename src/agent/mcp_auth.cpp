@@ -7,38 +7,38 @@
 namespace vantorel {
 namespace {
 
-struct Words {
+struct RejectionWords {
   int status;
   std::string_view reason;
   std::string_view message;
   std::string_view headers = {};
 };
 
-struct Wording {
-  Words operator()(const MCPAuth::NotFound& /*rejection*/) const {
+struct RejectionWording {
+  RejectionWords operator()(const MCPAuth::NotFound& /*rejection*/) const {
     return {404, "Not Found", "Not found. This server answers POST /mcp and nothing else."};
   }
-  Words operator()(const MCPAuth::MethodNotAllowed& /*rejection*/) const {
+  RejectionWords operator()(const MCPAuth::MethodNotAllowed& /*rejection*/) const {
     return {405, "Method Not Allowed",
             "Method not allowed. This server answers POST /mcp and nothing else.",
             "Allow: POST\r\n"};
   }
-  Words operator()(const MCPAuth::OriginPresent& /*rejection*/) const {
+  RejectionWords operator()(const MCPAuth::OriginPresent& /*rejection*/) const {
     return {403, "Forbidden",
             "Refused: this server does not serve browsers, and a request carrying an Origin "
             "header is always refused."};
   }
-  Words operator()(const MCPAuth::BadHost& /*rejection*/) const {
+  RejectionWords operator()(const MCPAuth::BadHost& /*rejection*/) const {
     return {403, "Forbidden",
             "Refused: the Host header must be 127.0.0.1 or localhost with this server's port."};
   }
-  Words operator()(const MCPAuth::MissingToken& /*rejection*/) const {
+  RejectionWords operator()(const MCPAuth::MissingToken& /*rejection*/) const {
     return {401, "Unauthorized",
             "Missing bearer token. Every request needs an Authorization: Bearer header. Copy the "
             "configuration snippet again from Vantorel Settings, MCP.",
             "WWW-Authenticate: Bearer\r\n"};
   }
-  Words operator()(const MCPAuth::BadToken& /*rejection*/) const {
+  RejectionWords operator()(const MCPAuth::BadToken& /*rejection*/) const {
     return {401, "Unauthorized",
             "Token rotated. This token is not the one Vantorel is serving. Copy the configuration "
             "snippet again from Vantorel Settings, MCP.",
@@ -68,11 +68,11 @@ std::optional<MCPAuth::Rejection> MCPAuth::check(const RequestHead& head) const 
 }
 
 int statusOf(const MCPAuth::Rejection& rejection) {
-  return std::visit(Wording{}, rejection).status;
+  return std::visit(RejectionWording{}, rejection).status;
 }
 
 std::string replyTo(const MCPAuth::Rejection& rejection) {
-  const Words words = std::visit(Wording{}, rejection);
+  const RejectionWords words = std::visit(RejectionWording{}, rejection);
   return refusalReply(words.status, words.reason, words.message, words.headers);
 }
 

@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "agent/http_reply.hpp"
+#include "agent/mcp_log.hpp"
 #include "base/log.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr const char* category = "mcp";
 constexpr const char* continueReply = "HTTP/1.1 100 Continue\r\n\r\n";
 
 }  // namespace
@@ -30,7 +30,7 @@ void MCPConnection::start() {
 }
 
 void MCPConnection::refuse(int status, std::string_view reason, std::string_view message) {
-  logInfo(category, "MCP request refused: {}", status);
+  logInfo(mcpLog, "MCP request refused: {}", status);
   send(refusalReply(status, reason, message), {}, false);
   receive();
 }
@@ -115,7 +115,7 @@ bool MCPConnection::takeHead() {
   }
   auto& [head, bodyStart] = std::get<ParseOutcome::Head>(parsed);
   if (const auto rejection = callbacks_.authorize(head)) {
-    logInfo(category, "MCP request refused: {}", statusOf(*rejection));
+    logInfo(mcpLog, "MCP request refused: {}", statusOf(*rejection));
     send(replyTo(*rejection), {}, false);
     return false;
   }
@@ -157,7 +157,7 @@ void MCPConnection::replied(MCPReply reply) {
   call_.reset();
   auto* const body = std::get_if<MCPReply::Body>(&reply.answer);
   if (body == nullptr) {
-    logInfo(category, "MCP request named a session this server does not have");
+    logInfo(mcpLog, "MCP request named a session this server does not have");
     return send(refusalReply(404, "Not Found",
                              "This MCP session has ended, or this server never started it. Send "
                              "initialize to start a new one."),

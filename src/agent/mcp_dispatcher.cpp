@@ -5,15 +5,15 @@
 #include <algorithm>
 #include <array>
 
+#include "agent/mcp_log.hpp"
 #include "base/json_writer.hpp"
 #include "base/log.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr const char* category = "mcp";
 constexpr std::size_t megabyte = 1'000'000;
-constexpr std::size_t cap = maximumAnswer / megabyte;
+constexpr std::size_t capMegabytes = maximumAnswer / megabyte;
 
 constexpr std::array<std::string_view, 3> protocolVersions{"2025-06-18", "2025-03-26",
                                                            "2024-11-05"};
@@ -27,7 +27,7 @@ constexpr const char* instructions =
     "cost a small fraction of an image. capture_scrolling and capture_interactive need the user "
     "to act, so do not call them unattended.";
 
-JSONValue text(std::string_view value) { return {std::string(value)}; }
+JSONValue textValue(std::string_view value) { return {std::string(value)}; }
 
 MCPFailure tooLargeAlone(std::size_t bytes) {
   // Rounded up, so that it is never said to be no more than the most.
@@ -36,7 +36,7 @@ MCPFailure tooLargeAlone(std::size_t bytes) {
           fmt::format("That answer came to {}.{} MB, and this server sends at most {} MB. Ask for "
                       "fewer captures, a smaller max_pixel, or get_capture_text, which reads the "
                       "whole of a long capture for a fraction of the tokens.",
-                      tenths / 10, tenths % 10, cap)};
+                      tenths / 10, tenths % 10, capMegabytes)};
 }
 
 MCPFailure tooLargeForBatch(bool tookCapture) {
@@ -44,7 +44,7 @@ MCPFailure tooLargeForBatch(bool tookCapture) {
           fmt::format("This call ran, but its answer would have taken this batch past the {} MB "
                       "this server sends in one response. Its answer is not included and the "
                       "calls after it were not run.{}",
-                      cap,
+                      capMegabytes,
                       tookCapture ? " The capture it took is in the user's History: do not take "
                                     "it again."
                                   : "")};
@@ -54,7 +54,7 @@ MCPFailure notRun() {
   return {MCPErrorCode::refused,
           fmt::format("This call was not run: the answers before it in this batch reached the {} "
                       "MB this server sends in one response. Send it again on its own.",
-                      cap)};
+                      capMegabytes)};
 }
 
 }  // namespace
@@ -192,7 +192,7 @@ void MCPDispatcher::answer(const SharedPost& post, const MCPResponse& response, 
   std::string bytes = encoded(response);
   if (!post->isBatch) {
     if (bytes.size() > maximumAnswer) {
-      logWarning(category, "MCP response refused: {} bytes", bytes.size());
+      logWarning(mcpLog, "MCP response refused: {} bytes", bytes.size());
       bytes = encoded({.id = response.id, .outcome = tooLargeAlone(bytes.size())});
     }
     post->answers = std::move(bytes);
@@ -200,7 +200,7 @@ void MCPDispatcher::answer(const SharedPost& post, const MCPResponse& response, 
   }
   // What refuses the rest is small, and bounded by the size of a batch.
   if (!post->isFull && post->answers.size() + bytes.size() + 2 > maximumAnswer) {
-    logWarning(category, "MCP response refused: {} bytes", bytes.size());
+    logWarning(mcpLog, "MCP response refused: {} bytes", bytes.size());
     post->isFull = true;
     bytes = encoded({.id = response.id, .outcome = tooLargeForBatch(tookCapture)});
   }
@@ -227,13 +227,13 @@ JSONValue MCPDispatcher::initialize(Post& post, const MCPRequest& request) {
         name == nullptr ? protocolVersions.end() : std::ranges::find(protocolVersions, *name);
     if (known != protocolVersions.end()) version = *known;
   }
-  return {json::Object{
-      {"protocolVersion", text(version)},
-      {"capabilities", {json::Object{{"tools", {json::Object{}}}}}},
-      {"serverInfo",
-       {json::Object{
-           {"name", text("vantorel")}, {"title", text("Vantorel")}, {"version", text(version_)}}}},
-      {"instructions", text(instructions)}}};
+  return {json::Object{{"protocolVersion", textValue(version)},
+                       {"capabilities", {json::Object{{"tools", {json::Object{}}}}}},
+                       {"serverInfo",
+                        {json::Object{{"name", textValue("vantorel")},
+                                      {"title", textValue("Vantorel")},
+                                      {"version", textValue(version_)}}}},
+                       {"instructions", textValue(instructions)}}};
 }
 
 void MCPDispatcher::cancel(const Post& post, const MCPRequest& request) {

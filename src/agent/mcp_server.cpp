@@ -6,6 +6,7 @@
 #include <chrono>
 #include <utility>
 
+#include "agent/mcp_log.hpp"
 #include "agent/mcp_token_store.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
@@ -13,7 +14,6 @@
 namespace vantorel {
 namespace {
 
-constexpr const char* category = "mcp";
 constexpr int lowestPort = 1024;
 constexpr int highestPort = 65535;
 
@@ -108,7 +108,7 @@ void MCPServer::stop(std::string_view reason) {
   sessions_.endAll();
   auth_ = {};
   publish();
-  if (wasRunning) logInfo(category, "MCP server stopped: {}", reason);
+  if (wasRunning) logInfo(mcpLog, "MCP server stopped: {}", reason);
 }
 
 void MCPServer::regenerateToken(Regenerated regenerated) {
@@ -129,7 +129,7 @@ void MCPServer::accept(std::unique_ptr<LoopbackStream> stream) {
   const bool isRefused = clients_.size() - refused_ >= services_.limits.maximumConnections;
   if (isRefused) {
     if (!std::exchange(loggedConnectionCeiling_, true)) {
-      logWarning(category, "The MCP server has {} connections and takes no more",
+      logWarning(mcpLog, "The MCP server has {} connections and takes no more",
                  services_.limits.maximumConnections);
     }
     if (refused_ >= services_.limits.maximumRefusals) return;

@@ -4,13 +4,12 @@
 
 #include <utility>
 
+#include "agent/mcp_log.hpp"
 #include "base/log.hpp"
 #include "base/round_trip.hpp"
 
 namespace vantorel {
 namespace {
-
-constexpr const char* category = "mcp";
 
 MCPServerController::Token worded(MCPTokenStore::Token token) {
   if (token) return std::move(*token);
@@ -45,7 +44,7 @@ MCPServerController::MCPServerController(std::shared_ptr<TaskRunner> main,
   server_->unexpectedStop =
       [main = main_, heard = lifetime_.guard([this](const std::string& reason) {
         ++generation_;
-        logWarning(category, "MCP server stopped");
+        logWarning(mcpLog, "MCP server stopped");
         setState(Failed{"Vantorel couldn’t start the MCP server: " + reason});
       })](const std::string& reason) { main->post([heard, reason]() mutable { heard(reason); }); };
 }

@@ -8,19 +8,19 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "agent/mcp_log.hpp"
 #include "base/check.hpp"
 #include "base/log.hpp"
 
 namespace vantorel {
 namespace {
 
-constexpr const char* category = "mcp";
 constexpr std::size_t tokenBytes = 32;
 constexpr std::size_t tokenLetters = 43;
 constexpr std::string_view alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
-struct Wording {
+struct TokenWording {
   std::string operator()(const MCPTokenFailure::RandomUnavailable& /*cause*/) const {
     return "Vantorel couldn’t generate a token for the MCP server. Restart your computer and try "
            "again, or contact support@hollen.com.";
@@ -43,7 +43,7 @@ Result<std::optional<std::string>> tokenIn(SecretStore& store) {
 }  // namespace
 
 std::string sentence(const MCPTokenFailure& failure) {
-  return std::visit(Wording{}, failure.cause);
+  return std::visit(TokenWording{}, failure.cause);
 }
 
 MCPTokenStore::MCPTokenStore(std::shared_ptr<SecretStore> secrets,
@@ -59,7 +59,7 @@ MCPTokenStore::Token MCPTokenStore::token() {
     return kept(**secret, Place::secretService);
   }
   if (!secret) {
-    logInfo(category, "the desktop's secrets can't be had: {}", secret.error().reason);
+    logInfo(mcpLog, "the desktop's secrets can't be had: {}", secret.error().reason);
   }
   auto filed = tokenIn(*file_);
   if (filed && *filed) {

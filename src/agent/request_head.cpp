@@ -14,7 +14,7 @@ using Malformed = ParseOutcome::Malformed;
 constexpr std::string_view endOfLine = "\r\n";
 constexpr std::string_view blankLine = "\r\n\r\n";
 
-bool isToken(std::string_view text) {
+bool isHeaderName(std::string_view text) {
   const std::string_view marks = "!#$%&'*+-.^_`|~";
   return !text.empty() && std::ranges::all_of(text, [marks](char letter) {
     return (letter >= '0' && letter <= '9') || (letter >= 'a' && letter <= 'z') ||
@@ -22,17 +22,17 @@ bool isToken(std::string_view text) {
   });
 }
 
-char lowered(char letter) {
+char inLowerCase(char letter) {
   return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-std::string lowered(std::string_view text) {
+std::string inLowerCase(std::string_view text) {
   std::string result(text);
-  std::ranges::transform(result, result.begin(), [](char letter) { return lowered(letter); });
+  std::ranges::transform(result, result.begin(), [](char letter) { return inLowerCase(letter); });
   return result;
 }
 
-std::string_view trimmed(std::string_view text) {
+std::string_view withoutBlanks(std::string_view text) {
   constexpr std::string_view blanks = " \t";
   const std::size_t first = text.find_first_not_of(blanks);
   if (first == std::string_view::npos) return {};
@@ -43,7 +43,7 @@ std::string_view trimmed(std::string_view text) {
 bool lists(std::string_view list, std::string_view word) {
   while (true) {
     const std::size_t comma = list.find(',');
-    if (lowered(trimmed(list.substr(0, comma))) == word) return true;
+    if (inLowerCase(withoutBlanks(list.substr(0, comma))) == word) return true;
     if (comma == std::string_view::npos) return false;
     list.remove_prefix(comma + 1);
   }
@@ -90,7 +90,7 @@ class HeadReader {
     const std::string_view method = line.substr(0, first);
     const std::string_view target = line.substr(first + 1, last - first - 1);
     const std::string_view version = line.substr(last + 1);
-    if (!isToken(method) || target.empty()) return false;
+    if (!isHeaderName(method) || target.empty()) return false;
     if (!std::ranges::all_of(target, [](char c) { return c > ' ' && c < '\x7F'; })) return false;
     if (version != "HTTP/1.1" && version != "HTTP/1.0") return false;
     isVersion11_ = version == "HTTP/1.1";
@@ -102,14 +102,14 @@ class HeadReader {
 
   bool readHeader(std::string_view line) {
     const std::size_t colon = line.find(':');
-    if (colon == std::string_view::npos || !isToken(line.substr(0, colon))) return false;
-    const std::string_view value = trimmed(line.substr(colon + 1));
+    if (colon == std::string_view::npos || !isHeaderName(line.substr(0, colon))) return false;
+    const std::string_view value = withoutBlanks(line.substr(colon + 1));
     const bool isText = std::ranges::all_of(value, [](char letter) {
       const auto byte = static_cast<unsigned char>(letter);
       return byte == '\t' || (byte >= ' ' && byte != 0x7F);
     });
     if (!isText) return false;
-    std::string name = lowered(line.substr(0, colon));
+    std::string name = inLowerCase(line.substr(0, colon));
     const auto [place, isNew] = head_.headers.try_emplace(std::move(name), value);
     if (isNew) return true;
     constexpr std::array<std::string_view, 5> single{"content-length", "host", "authorization",

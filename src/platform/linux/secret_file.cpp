@@ -27,7 +27,7 @@ Result<void> checkOwned(const struct stat& status) {
   return {};
 }
 
-Result<void> writeAll(const FileDescriptor& file, std::string_view bytes) {
+Result<void> writeSecret(const FileDescriptor& file, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t written =
         uninterrupted([&] { return ::write(file.number(), bytes.data(), bytes.size()); });
@@ -75,7 +75,7 @@ Result<void> SecretFile::write(std::string_view secret) {
   Result<void> result = [&]() -> Result<void> {
     const FileDescriptor file =
         VT_TRY(openFile(made, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR));
-    VT_TRY(writeAll(file, secret));
+    VT_TRY(writeSecret(file, secret));
     return resultOf(::rename(made.c_str(), path_.c_str()));
   }();
   if (!result) {
