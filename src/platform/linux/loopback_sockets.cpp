@@ -27,7 +27,7 @@ using asio::ip::tcp;
 constexpr int waitingConnections = 256;
 constexpr auto pauseWithoutFiles = std::chrono::milliseconds(100);
 constexpr auto pauseBeforeRest = std::chrono::seconds(2);
-constexpr std::size_t restlessBytes = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t restlessBytes = std::size_t{1024} * 1024;
 
 Result<void> resultOfTransfer(const asio::error_code& error) {
   if (error) return systemFailure(error.value());
