@@ -466,6 +466,18 @@ CommandDone CommandRunner::withRemarks(const command::Settings& what, Done done)
   };
 }
 
+void CommandRunner::requesterGone(const std::string& requester) {
+  const auto [first, last] = capturing_.equal_range(requester);
+  const bool isScrolling = std::any_of(first, last, [](const auto& one) {
+    return one.second->isScrolled && one.second->hasBegun && one.second->staged.empty();
+  });
+  const bool isFollowing =
+      isScrolling && services_.scrolling->phase() != ScrollingCapture::Phase::idle;
+  // From then on it waits for nobody.
+  if (isFollowing) services_.scrolling->settle();
+  callOff(requester);
+}
+
 void CommandRunner::callOff(const std::string& requester) {
   std::vector<std::pair<Done, Path>> interrupted;
   const auto take = [&](Done& done, const Path& staged) {

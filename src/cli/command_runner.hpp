@@ -63,11 +63,15 @@ class CommandRunner {
   /// Calls `done` once, when the work is safe on disk.
   void run(const CommandLine& line, Done done, const CommandRequester& requester = {});
 
-  /// The one who asked does not want it any more, or went away: its capture that waits for the user
+  /// The one who asked does not want it any more: its capture that waits for the user
   /// is called off, what waits for the library does not begin, long work that changes nothing ends,
   /// and a move after its batch. It is answered all the same. Other work is done to its end, and
   /// what others asked for goes on.
   void callOff(const std::string& requester);
+
+  /// Likewise, of one who went away unasked: nobody has said that what a scrolling capture has
+  /// joined is not wanted, so that is filed.
+  void requesterGone(const std::string& requester);
 
  private:
   /// A capture under way.

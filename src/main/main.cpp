@@ -122,7 +122,8 @@ void serve(CommandBus& bus, std::shared_ptr<TaskRunner> main, Program& program, 
                     notify({progress.done, progress.total, std::string(progress.words)});
                   }});
            },
-       .requesterGone = [&program](const std::string& requester) { program.callOff(requester); },
+       .requesterGone =
+           [&program](const std::string& requester) { program.requesterGone(requester); },
        .cancel = [&program](const std::string& requester) { program.callOff(requester); },
        .activate =
            [&program, resident] {

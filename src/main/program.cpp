@@ -126,6 +126,10 @@ void Program::run(const CommandLine& line, CommandRunner::Done done,
 
 void Program::callOff(const std::string& requester) { wings_->commands.runner.callOff(requester); }
 
+void Program::requesterGone(const std::string& requester) {
+  wings_->commands.runner.requesterGone(requester);
+}
+
 void Program::finish(std::function<void()> done) {
   std::function<void()> end = [this, done = std::move(done)] {
     // What fails is logged where it is written.

@@ -56,6 +56,9 @@ class Program {
   /// Ends early what the requester waits for, empty for this process; see `CommandRunner::callOff`.
   void callOff(const std::string& requester = {});
 
+  /// See `CommandRunner::requesterGone`.
+  void requesterGone(const std::string& requester);
+
   /// After a single command: files what an earlier run left staged unless it only looked, sees to
   /// it that settings are on disk, then calls `done`.
   void finish(std::function<void()> done);
@@ -69,8 +72,8 @@ class Program {
   /// not keep the library. Waits for a second at most.
   void releaseLibrary();
 
-  /// The process is ending in the midst of everything, on the main thread: what lies in memory alone
-  /// is made safe. Blocks for a bounded time.
+  /// The process is ending in the midst of everything, on the main thread: what lies in memory
+  /// alone is made safe. Blocks for a bounded time.
   void rescue();
 
   /// Quits as the menu does; see `AppCoordinator::quit`.
