@@ -23,7 +23,7 @@ constexpr std::string_view alphabet =
 struct TokenWording {
   std::string operator()(const MCPTokenFailure::RandomUnavailable& /*cause*/) const {
     return "Vantorel couldn’t generate a token for the MCP server. Restart your computer and try "
-           "again, or contact support@hollen.com.";
+           "again.";
   }
   std::string operator()(const MCPTokenFailure::NowhereKept& cause) const {
     return fmt::format(
