@@ -5,6 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 export LSAN_OPTIONS="suppressions=$PWD/tools/leaks_of_libraries.txt:print_suppressions=0"
+export TSAN_OPTIONS="suppressions=$PWD/tools/races_of_libraries.txt:print_suppressions=0"
 for preset in tsan clang; do
   printf '\n== %s (%ss)\n' "$preset" "$SECONDS"
   cmake --preset "$preset" --log-level=WARNING
