@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -177,7 +178,10 @@ int runOnce(const CommandLine& line, const std::optional<Path>& root,
   signals.work([&](int signal) {
     int none = 0;
     endedBy.compare_exchange_strong(none, signal);
-    main->post([&program] { program.callOff(); });
+    // A terminal that closes is nobody's wish to throw away what was scrolled.
+    main->post([&program, isWish = signal == SIGINT] {
+      isWish ? program.callOff() : program.requesterGone({});
+    });
   });
   runLoop();
   progress.end();

@@ -527,5 +527,40 @@ TEST_F(WindowsProgramTest, WhatWasScrolledOutlivesTheDisplayServer) {
   EXPECT_EQ(differenceFromTestPicture(*picture, 5, 50, 50), "");
 }
 
+TEST_F(WindowsProgramTest, WhatWasScrolledIsFiledWhenItsCommandDiesButNotWhenItIsInterrupted) {
+  startTray();
+  const auto page = client_.open(
+      {.area = {200, 100, 700, 3000}, .seed = 5, .title = "Page", .overrideRedirect = true});
+  const std::string panel = "Vantorel scrolling capture";
+  const auto scrollUntil = [&](const std::string& words, int row) {
+    client_.moveTo(page, 200, 100 - row);
+    (void)reader_.find(panel, words, [&](const SpokenControl& one) { return one.name == words; });
+  };
+  const std::size_t before = vantorel_.entries().size();
+  std::size_t filed = 0;
+  for (const int signal : {SIGKILL, SIGHUP, SIGINT}) {
+    ChildProcess scrolling = vantorel_.start({"capture", "scroll", "--rect", "250,150,500,400"});
+    scrollUntil("400 px, Scroll on", 0);
+    scrollUntil("500 px, Scroll on", 100);
+    scrolling.signal(signal);
+    EXPECT_NE(scrolling.wait().status, 0);
+    reader_.waitUntilGone(panel);
+    // Waits until it is filed, and does not begin before that.
+    EXPECT_EQ(vantorel_.run({"library", "verify"}).status, 0);
+    filed += signal == SIGINT ? 0 : 1;
+    EXPECT_EQ(vantorel_.entries().size(), before + filed) << signal;
+  }
+  quit();
+  // Without a tray the command does it all by itself.
+  ChildProcess alone = vantorel_.start({"capture", "scroll", "--rect", "250,150,500,400"});
+  reader_.follow(alone.pid());
+  scrollUntil("400 px, Scroll on", 0);
+  scrollUntil("500 px, Scroll on", 100);
+  alone.signal(SIGTERM);
+  EXPECT_EQ(vantorel_.picture(alone.wait()).size(), (PixelSize{500, 500}));
+  EXPECT_EQ(vantorel_.entries().size(), before + filed + 1);
+  vantorel_.expectWhole();
+}
+
 }  // namespace
 }  // namespace vantorel
