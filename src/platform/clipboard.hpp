@@ -57,6 +57,7 @@ class Clipboard {
   /// read that is asked for later calls the one before off. A clipboard that cannot be read has
   /// nothing on it.
   using Read = std::move_only_function<void(Result<ClipboardItem>)>;
+  // NOLINTNEXTLINE(performance-unnecessary-value-param): clipboards that can be read keep them
   virtual void read(std::vector<std::string> /*types*/, Read done) {
     done(failed(FailureKind::notFound, "there is nothing of the kind on the clipboard"));
   }
